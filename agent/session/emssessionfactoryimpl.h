@@ -1,0 +1,42 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+
+#include <ace/RW_Thread_Mutex.h>
+#include <mtnm/emsSessionFactory.h>
+
+#include <string>
+
+namespace NS_KELPCORBA {
+
+class EmsSession_IImpl;
+
+/// The one object that an NMS resolves to log in (TMF 814 emsSessionFactory::EmsSessionFactory_I). Log-ins are
+/// serialised by the login lock, the outermost lock of the sessions.
+class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSessionFactory_I {
+  public:
+    /// The process's factory servant, made on first use; borrowed.
+    static EmsSessionFactory_IImpl* Instance();
+    /// Drops the process's reference; one that was never made: nothing.
+    static void Destroy();
+
+    char* getVersion() override;
+    void getEmsSession(const char* user, const char* password, nmsSession::NmsSession_I_ptr client,
+                       emsSession::EmsSession_I_out emsSessionInterface) override;
+
+  protected:
+    ~EmsSessionFactory_IImpl() override = default;
+
+  private:
+    EmsSessionFactory_IImpl() = default;
+
+    struct LogIn;
+    bool ReuseSession(LogIn& logIn);
+    void EndReplacedSession(const LogIn& logIn);
+    void MakeSession(LogIn& logIn);
+    void KeepSessionLimit();
+
+    ACE_RW_Mutex loginLock_;
+};
+
+}  // namespace NS_KELPCORBA

@@ -1,0 +1,26 @@
+# The libraries of the Debian packages that scripts/bootstrap installs, as imported targets.
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(fmt REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(SQLiteCpp REQUIRED)
+
+pkg_check_modules(omniorb REQUIRED IMPORTED_TARGET omniORB4 omniDynamic4)
+pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
+pkg_check_modules(tomlplusplus REQUIRED IMPORTED_TARGET tomlplusplus)
+pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd)
+pkg_check_modules(safec REQUIRED IMPORTED_TARGET libsafec)
+
+find_library(ACE_LIBRARY ACE REQUIRED)
+add_library(kelp_ace INTERFACE)
+target_link_libraries(kelp_ace INTERFACE ${ACE_LIBRARY} Threads::Threads)
+add_library(ace::ace ALIAS kelp_ace)
+
+if(KELP_TESTS)
+    find_package(GTest REQUIRED)
+endif()
+if(KELP_BENCH)
+    find_package(benchmark REQUIRED)
+endif()

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <kelp/util/export.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+class ACE_Thread_Manager;
+class KelpAppMgr;
+
+/// A queue of work with worker threads of its own. The order of the virtual operations is the contract with the
+/// modules that derive from it.
+class KELP_EXPORT KelpTaskMgr {
+  public:
+    using Work = std::function<void()>;
+
+    virtual ~KelpTaskMgr();
+    /// Starts the workers; called once. 0, or -1 when a thread cannot be made.
+    virtual int InitEnv() = 0;
+    /// Queues work; false when the queue is full or the manager is ending.
+    virtual bool Post(Work work) = 0;
+    /// Finishes what runs, drops what is queued, ends the workers.
+    virtual void Exit() = 0;
+    /// The task manager's type number, a name within the application.
+    virtual int Type() const = 0;
+};
+
+/// The general task manager: `workers` threads of the given thread manager on one bounded queue.
+class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
+  public:
+    KelpGnlTaskMgr(KelpAppMgr* application, ACE_Thread_Manager* threads, int type, int workers);
+    ~KelpGnlTaskMgr() override;
+    int InitEnv() override;
+    bool Post(Work work) override;
+    void Exit() override;
+    int Type() const override;
+    /// Work dropped by Exit since the start.
+    std::size_t Dropped() const;
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// The application's task managers. Owns those handed to it and ends them, newest first, at Exit.
+class KELP_EXPORT KelpAppMgr {
+  public:
+    static KelpAppMgr* Instance();
+    /// Takes ownership of a task manager. One of the same type that is there already is ended and replaced (a module
+    /// loaded a second time brings its task manager again).
+    void TMDynInsertTaskMgr(KelpTaskMgr* taskMgr);
+    /// The task manager of a type, or null.
+    KelpTaskMgr* Find(int type) const;
+    /// Ends and deletes all task managers.
+    void Exit();
+
+    KelpAppMgr(const KelpAppMgr&) = delete;
+    KelpAppMgr& operator=(const KelpAppMgr&) = delete;
+
+  private:
+    KelpAppMgr();
+    ~KelpAppMgr();
+    struct State;
+    std::unique_ptr<State> state_;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <kelp/util/export.h>
+
+#include <cos/CosNotifyChannelAdmin.h>
+
+#include <memory>
+
+namespace NS_CORBA {
+
+/// Holds the event channel that sessions hand out.
+class KELP_EXPORT EventMgr {
+  public:
+    static EventMgr* Instance();
+    static void Destroy();
+    /// A new duplicate, or nil while there is no channel.
+    CosNotifyChannelAdmin::EventChannel_ptr GetEventChannel() const;
+    /// Keeps a duplicate; nil takes the channel out.
+    void SetEventChannel(CosNotifyChannelAdmin::EventChannel_ptr channel);
+
+    EventMgr(const EventMgr&) = delete;
+    EventMgr& operator=(const EventMgr&) = delete;
+
+  private:
+    EventMgr();
+    ~EventMgr();
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace NS_CORBA

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <kelp/util/export.h>
+
+#include <list>
+#include <map>
+#include <string>
+
+namespace POA_common {
+class Common_I;
+}
+
+namespace NS_CORBA {
+
+/// A northbound manager interface that a bundle plugs into the agent. The agent's thread calls it at start
+/// and stop. `ExitThread` and `Destroy` must be harmless without a successful `Init`.
+/// The order of the virtual operations is the binary contract with other bundles.
+class KELP_EXPORT CorbaI {
+  public:
+    /// Starts the interface; false stops the agent's start.
+    virtual bool Init() = 0;
+    virtual void ExitThread() = 0;
+    virtual void Destroy() = 0;
+    /// Start rank: lower starts first and stops last.
+    virtual long Order() = 0;
+    virtual const char* Name() = 0;
+
+  protected:
+    virtual ~CorbaI();
+};
+
+/// Makes the servant of one manager. One servant serves all sessions.
+class KELP_EXPORT NorthMgrFactory {
+  public:
+    /// A new servant with one reference, which the caller takes over; null when it cannot be made.
+    virtual POA_common::Common_I* CreateServant() = 0;
+
+  protected:
+    virtual ~NorthMgrFactory();
+};
+
+using MGRList = std::list<CorbaI*>;
+/// By the manager name that an NMS passes to getManager (TMF 814 SD1-43), such as "EMS".
+using NorthMgrMap = std::map<std::string, NorthMgrFactory*>;
+
+}  // namespace NS_CORBA

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+#include <kelp/orb/export.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace kelp::orb {
+
+/// One end of a connection, as numbers of the address family it has. Addresses are in host byte order.
+struct KELP_EXPORT PeerAddress {
+    std::string text;                        ///< the address without port and brackets; IPv4-mapped IPv6 as IPv4
+    std::uint16_t port = 0;                  ///< 0 when unknown
+    std::uint32_t ipv4 = 0;                  ///< 0 when the peer has no IPv4 address
+    std::optional<std::string> ipv6;         ///< 16 bytes, network order, for a peer with a real IPv6 address
+};
+
+/// Parses the transport's own peer text ("giop:tcp:127.0.0.1:48958", "giop:ssl:[::1]:53430",
+/// "giop:tcp:[::ffff:127.0.0.1]:42538"). An unreadable text gives an empty address.
+KELP_EXPORT PeerAddress parsePeer(const std::string& transportText);
+
+/// What is known of a request before and while its servant runs. Valid on the thread that serves it.
+class KELP_EXPORT RequestInfo {
+  public:
+    virtual ~RequestInfo() = default;
+    /// The operation's name; the caller frees it (CORBA::string_free), as with the standard request info.
+    virtual char* operation() const = 0;
+    virtual const PeerAddress& peer() const = 0;
+    /// Name of the root POA's child that the target lives under; empty for an object outside the POA tree.
+    virtual const std::string& topPoaName() const = 0;
+};
+
+/// The request being served by the calling thread, or null outside one. Borrowed until the servant returns.
+/// Calls without a peer (in-process calls) do not change it.
+KELP_EXPORT const RequestInfo* currentRequest();
+
+/// The peer of the request being served by the calling thread; an empty address outside one.
+KELP_EXPORT PeerAddress currentPeer();
+
+/// Gets every request that arrives over a connection, on the thread that will run the servant.
+/// Both operations may throw CORBA system exceptions; the caller gets them, completed NO.
+class KELP_EXPORT RequestHook {
+  public:
+    virtual ~RequestHook() = default;
+    /// Before the target is looked up; also for unknown objects and while requests are held.
+    virtual void received(const RequestInfo& request) = 0;
+    /// The target is known and the servant is about to run.
+    virtual void dispatching(const RequestInfo& request) = 0;
+    /// The servant has returned or thrown. Must not throw.
+    virtual void finished(const RequestInfo& request) noexcept = 0;
+};
+
+}  // namespace kelp::orb

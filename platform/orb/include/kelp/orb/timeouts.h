@@ -1,0 +1,29 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+#include <kelp/orb/export.h>
+
+#include <chrono>
+
+namespace kelp::orb {
+
+/// Limit of every outgoing call of the calling thread, connecting included; 0 switches it off. Works on any
+/// thread, whoever made it. False when the ORB refused.
+KELP_EXPORT bool setThreadTimeout(std::chrono::milliseconds limit);
+
+/// Limit of every outgoing call of the process where no thread limit is set; 0 switches it off.
+KELP_EXPORT bool setProcessTimeout(std::chrono::milliseconds limit);
+
+/// A thread limit for the time of a scope; the limit before it (by this class or setThreadTimeout) comes back.
+class KELP_EXPORT ScopedThreadTimeout {
+  public:
+    explicit ScopedThreadTimeout(std::chrono::milliseconds limit);
+    ~ScopedThreadTimeout();
+    ScopedThreadTimeout(const ScopedThreadTimeout&) = delete;
+    ScopedThreadTimeout& operator=(const ScopedThreadTimeout&) = delete;
+
+  private:
+    std::chrono::milliseconds before_;
+};
+
+}  // namespace kelp::orb

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace kelp::test {
+
+/// Polls `condition` until it holds or the deadline has passed; the last answer is returned. The way for a
+/// test to wait for anything that another thread or process does.
+template <class Condition>
+bool waitUntil(Condition condition, std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= end)
+            return condition();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+}  // namespace kelp::test

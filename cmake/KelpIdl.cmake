@@ -19,7 +19,7 @@ function(kelp_forward_headers include_dir)
 endfunction()
 
 # kelp_compile_idl(<target> IDL <file>... OUTPUT_DIR <dir> FORWARD <folder> [INCLUDE_DIRS <dir>...])
-# Adds stubs, skeletons, TypeCodes and Any operators of the IDL files to a target. Headers come to
+# Adds the C++ of the IDL files (both sides, TypeCodes, Any operators) to a target. Headers come to
 # OUTPUT_DIR/include (with forwarding headers in include/FORWARD), sources to OUTPUT_DIR/src. As the
 # files of one call may include each other, a change to one runs the IDL compiler for all, but only
 # results that differ are replaced, so a changed comment compiles nothing.

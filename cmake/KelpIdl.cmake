@@ -18,20 +18,16 @@ function(kelp_forward_headers include_dir)
     endforeach()
 endfunction()
 
-# kelp_compile_idl(<target> IDL <file>... OUTPUT_DIR <dir> FORWARD <folder> [INCLUDE_DIRS <dir>...])
+# kelp_compile_idl(<target> IDL <file>... OUTPUT_DIR <dir> FORWARD <folder>)
 # Adds the C++ of the IDL files (both sides, TypeCodes, Any operators) to a target. Headers come to
 # OUTPUT_DIR/include (with forwarding headers in include/FORWARD), sources to OUTPUT_DIR/src. As the
 # files of one call may include each other, a change to one runs the IDL compiler for all, but only
 # results that differ are replaced, so a changed comment compiles nothing.
 function(kelp_compile_idl target)
-    cmake_parse_arguments(ARG "" "OUTPUT_DIR;FORWARD" "IDL;INCLUDE_DIRS" ${ARGN})
+    cmake_parse_arguments(ARG "" "OUTPUT_DIR;FORWARD" "IDL" ${ARGN})
 
     set(scratch "${ARG_OUTPUT_DIR}/omniidl")
     file(MAKE_DIRECTORY "${scratch}" "${ARG_OUTPUT_DIR}/include" "${ARG_OUTPUT_DIR}/src")
-    set(includes)
-    foreach(dir IN LISTS ARG_INCLUDE_DIRS ITEMS "${KELP_OMG_IDL_DIR}" "${KELP_OMG_IDL_DIR}/COS")
-        list(APPEND includes "-I${dir}")
-    endforeach()
     set(idl_files)
     foreach(idl IN LISTS ARG_IDL)
         cmake_path(ABSOLUTE_PATH idl)
@@ -44,7 +40,7 @@ function(kelp_compile_idl target)
         set(sources "${ARG_OUTPUT_DIR}/src/${module}SK.cc" "${ARG_OUTPUT_DIR}/src/${module}DynSK.cc")
         add_custom_command(
             OUTPUT "${header}" ${sources}
-            COMMAND "${KELP_OMNIIDL}" -bcxx -Wba ${includes} "-C${scratch}" "${idl}"
+            COMMAND "${KELP_OMNIIDL}" -bcxx -Wba "-I${KELP_OMG_IDL_DIR}" "-I${KELP_OMG_IDL_DIR}/COS" "-C${scratch}" "${idl}"
             COMMAND "${CMAKE_COMMAND}" -E copy_if_different "${scratch}/${module}.hh" "${ARG_OUTPUT_DIR}/include"
             COMMAND "${CMAKE_COMMAND}" -E copy_if_different
                 "${scratch}/${module}SK.cc" "${scratch}/${module}DynSK.cc" "${ARG_OUTPUT_DIR}/src"

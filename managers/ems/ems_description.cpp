@@ -1,0 +1,36 @@
+#include "ems_description.h"
+
+#include <kelp/corbabase/base_config.h>
+
+#include <string>
+
+namespace kelp::ems {
+
+namespace {
+
+/// The EMS's own part of CompanyName/EMSName or CompanyName:EMSName.
+std::string nameWithoutCompany(const std::string& emsName) {
+    const auto separator = emsName.find_first_of("/:");
+    return separator == std::string::npos ? emsName : emsName.substr(separator + 1);
+}
+
+}  // namespace
+
+emsMgr::EMS_T* describeEms() {
+    const std::string emsName = NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName();
+    const std::string nativeName = nameWithoutCompany(emsName);
+
+    emsMgr::EMS_T_var ems = new emsMgr::EMS_T;
+    ems->name.length(1);
+    ems->name[0].name = CORBA::string_dup("EMS");
+    ems->name[0].value = CORBA::string_dup(emsName.c_str());
+    // a user label starts as the native name (TMF 814), and nobody can change it here
+    ems->userLabel = CORBA::string_dup(nativeName.c_str());
+    ems->nativeEMSName = CORBA::string_dup(nativeName.c_str());
+    ems->owner = CORBA::string_dup("");
+    ems->emsVersion = CORBA::string_dup(KELP_VERSION);
+    ems->type = CORBA::string_dup("Kelp");
+    return ems._retn();
+}
+
+}  // namespace kelp::ems

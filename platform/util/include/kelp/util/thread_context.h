@@ -41,8 +41,8 @@ class KELP_EXPORT ThreadContextMgr {
 class KELP_EXPORT SelfUtilCommon {
   public:
     static SelfUtilCommon* Instance();
-    /// The text between the first `openTag` and the `closeTag` after it; empty when either is missing. `openTagLength` is the
-    /// opening tag's length in bytes; lengths beyond the text are harmless.
+    /// The text between the first `openTag` and the `closeTag` after it; empty when either is missing.
+    /// `openTagLength` is the opening tag's length in bytes; lengths beyond the text are harmless.
     std::string GetValByTag(const std::string& text, const std::string& openTag, const std::string& closeTag,
                             int openTagLength) const;
 

@@ -1,0 +1,73 @@
+#include <kelp/util/trace_log.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kelp::util {
+
+namespace {
+
+/// Length of the well-formed UTF-8 sequence at the start of `text`, control characters excluded; 0 when there
+/// is none.
+std::size_t printableLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(0);
+    if (first < 0x80)
+        return first >= 0x20 && first != 0x7f ? 1 : 0;
+    const std::size_t length = first >= 0xc2 && first <= 0xdf   ? 2
+                               : first >= 0xe0 && first <= 0xef ? 3
+                               : first >= 0xf0 && first <= 0xf4 ? 4
+                                                                : 0;
+    if (length == 0 || length > text.size())
+        return 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xc0) != 0x80)
+            return 0;
+    }
+    const bool isControl = first == 0xc2 && byte(1) < 0xa0;
+    const bool isOverlong = (first == 0xe0 && byte(1) < 0xa0) || (first == 0xf0 && byte(1) < 0x90);
+    const bool isNoCharacter = (first == 0xed && byte(1) >= 0xa0) || (first == 0xf4 && byte(1) >= 0x90);
+    return isControl || isOverlong || isNoCharacter ? 0 : length;
+}
+
+std::string escapedByte(unsigned char byte) {
+    static const char digits[] = "0123456789ABCDEF";
+    switch (byte) {
+        case '\n':
+            return "\\n";
+        case '\r':
+            return "\\r";
+        case '\t':
+            return "\\t";
+        default:
+            return {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+    }
+}
+
+}  // namespace
+
+std::string escaped(const std::string& text, std::size_t bytesMax) {
+    static constexpr std::string_view cutMark = "...";
+    std::string result;
+    result.reserve(std::min(text.size(), bytesMax));
+    std::size_t sizeBeforeMark = 0;  // longest size that leaves room for the mark
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = printableLength(std::string_view(text).substr(at));
+        const std::string piece =
+            length > 0 ? text.substr(at, length) : escapedByte(static_cast<unsigned char>(text[at]));
+        if (result.size() + piece.size() > bytesMax) {
+            if (bytesMax >= cutMark.size())
+                result.replace(sizeBeforeMark, std::string::npos, cutMark);
+            return result;
+        }
+        result += piece;
+        if (result.size() + cutMark.size() <= bytesMax)
+            sizeBeforeMark = result.size();
+        at += std::max<std::size_t>(length, 1);
+    }
+    return result;
+}
+
+}  // namespace kelp::util

@@ -1,0 +1,27 @@
+#include <kelp/util/thread_context.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+
+namespace NS_UTIL {
+
+SelfUtilCommon* SelfUtilCommon::Instance() {
+    static SelfUtilCommon instance;
+    return &instance;
+}
+
+std::string SelfUtilCommon::GetValByTag(const std::string& text, const std::string& openTag,
+                                        const std::string& closeTag, int openTagLength) const {
+    const std::size_t open = text.find(openTag);
+    if (open == std::string::npos)
+        return {};
+    const auto skipped = static_cast<std::size_t>(std::max(openTagLength, 0));
+    if (skipped > text.size() - open)
+        return {};
+    const std::size_t begin = open + skipped;
+    const std::size_t end = text.find(closeTag, begin);
+    return end == std::string::npos ? std::string() : text.substr(begin, end - begin);
+}
+
+}  // namespace NS_UTIL

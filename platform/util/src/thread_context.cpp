@@ -1,0 +1,49 @@
+#include <kelp/util/thread_context.h>
+
+#include <utility>
+
+namespace NS_UTIL {
+
+namespace {
+
+// Needs no destruction, so it can be read until the thread's very end: lines are traced from destructors of
+// thread-local and static objects too.
+thread_local bool recordIsGone = false;
+
+struct Record {
+    ThreadContextInfo info;
+    Record() = default;
+    ~Record() { recordIsGone = true; }
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+};
+
+Record* currentRecord() {
+    if (recordIsGone)
+        return nullptr;
+    thread_local Record record;
+    return &record;
+}
+
+}  // namespace
+
+ThreadContextMgr* ThreadContextMgr::Instance() {
+    static ThreadContextMgr instance;
+    return &instance;
+}
+
+void ThreadContextMgr::SetThreadContext(ThreadContextInfo info) {
+    if (Record* const record = currentRecord())
+        record->info = std::move(info);
+}
+
+ThreadContextInfo ThreadContextMgr::GetThreadContext() const {
+    const Record* const record = currentRecord();
+    return record != nullptr ? record->info : ThreadContextInfo();
+}
+
+void ThreadContextMgr::ClearThreadContext() {
+    SetThreadContext(ThreadContextInfo());
+}
+
+}  // namespace NS_UTIL

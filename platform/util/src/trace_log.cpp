@@ -1,0 +1,195 @@
+#include <kelp/util/thread_context.h>
+#include <kelp/util/threads.h>
+#include <kelp/util/trace_log.h>
+
+#include "trace_writer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace kelp::util {
+
+namespace {
+
+/// Bounds what one line can hold of the queue's memory.
+constexpr std::size_t kTextBytesMax = 8192;
+constexpr std::size_t kNameBytesMax = 256;
+
+constexpr int kLevelMax = 3;
+
+struct Listener {
+    std::recursive_mutex mutex;  ///< recursive: a listener may remove itself
+    std::function<void(const TraceLine&)> call;
+    bool removed = false;  ///< guarded by mutex
+};
+
+struct ListenerEntry {
+    int handle;
+    std::shared_ptr<Listener> listener;
+};
+
+struct Log {
+    std::atomic<int> level{1};
+    std::atomic<std::uint64_t> dropped{0};
+    std::atomic<bool> hasListeners{false};
+
+    std::mutex control;         ///< one open or close at a time; taken before `mutex`
+    bool closesAtExit = false;  ///< guarded by control
+
+    std::mutex mutex;
+    std::shared_ptr<TraceWriter> writer;   ///< guarded by mutex
+    std::vector<ListenerEntry> listeners;  ///< guarded by mutex
+    int nextHandle = 1;                    ///< guarded by mutex
+};
+
+// Never destroyed: destructors of other static objects trace.
+Log& log() {
+    static Log& made = *std::make_unique<Log>().release();
+    return made;
+}
+
+thread_local bool isInListener = false;
+
+std::shared_ptr<TraceWriter> exchangeWriter(std::shared_ptr<TraceWriter> writer) {
+    const std::lock_guard guard(log().mutex);
+    return std::exchange(log().writer, std::move(writer));
+}
+
+void callListeners(const TraceLine& line) {
+    if (!log().hasListeners || isInListener)
+        return;
+    std::vector<ListenerEntry> entries;
+    {
+        const std::lock_guard guard(log().mutex);
+        entries = log().listeners;
+    }
+    isInListener = true;
+    for (const ListenerEntry& entry : entries) {
+        const std::lock_guard guard(entry.listener->mutex);
+        if (entry.listener->removed)
+            continue;
+        try {
+            entry.listener->call(line);
+        } catch (...) {
+            std::fputs(("a trace listener failed: " + currentExceptionText() + "\n").c_str(), stderr);
+        }
+    }
+    isInListener = false;
+}
+
+StampedLine stampedLine(TraceLine&& line) {
+    StampedLine stamped;
+    stamped.time = std::chrono::system_clock::now();
+    stamped.threadId = currentThreadId();
+    if (line.operation.empty())
+        line.operation = NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext().GetInterfaceName();
+    stamped.line = std::move(line);
+    stamped.line.file = escaped(stamped.line.file, kNameBytesMax);
+    stamped.line.function = escaped(stamped.line.function, kNameBytesMax);
+    stamped.line.operation = escaped(stamped.line.operation, kNameBytesMax);
+    stamped.line.text = escaped(stamped.line.text, kTextBytesMax);
+    return stamped;
+}
+
+}  // namespace
+
+TraceLog& TraceLog::instance() {
+    static TraceLog instance;
+    return instance;
+}
+
+bool TraceLog::open(const TraceSettings& settings, std::string& whyNot) {
+    std::string problems;
+    const std::lock_guard control(log().control);
+    std::vector<std::unique_ptr<TraceSink>> sinks = openSinks(settings, problems);
+    if (!problems.empty() && !settings.console)
+        sinks.push_back(consoleSink());
+    std::shared_ptr<TraceWriter> before;
+    try {
+        const auto writer = std::make_shared<TraceWriter>(std::move(sinks), log().dropped);
+        writer->start();
+        before = exchangeWriter(writer);
+    } catch (const std::exception& ex) {
+        whyNot = std::string("the trace has no thread: ") + ex.what();
+        return false;
+    }
+    if (before)
+        before->stop();
+    setLevel(settings.level);
+    if (!std::exchange(log().closesAtExit, true))
+        std::atexit([] { TraceLog::instance().close(); });
+    if (!problems.empty())
+        whyNot = problems;
+    return problems.empty();
+}
+
+void TraceLog::close() {
+    const std::lock_guard control(log().control);
+    if (const std::shared_ptr<TraceWriter> writer = exchangeWriter(nullptr))
+        writer->stop();
+}
+
+void TraceLog::setLevel(int level) {
+    log().level = std::clamp(level, 0, kLevelMax);
+}
+
+int TraceLog::level() const {
+    return log().level;
+}
+
+void TraceLog::write(TraceLine line) noexcept {
+    if (line.kind == TraceKind::Debug && line.level > level())
+        return;
+    try {
+        StampedLine stamped = stampedLine(std::move(line));
+        callListeners(stamped.line);
+        std::shared_ptr<TraceWriter> writer;
+        {
+            const std::lock_guard guard(log().mutex);
+            writer = log().writer;
+        }
+        if (!writer || !writer->push(stamped))
+            writeToStandardError(stamped);
+    } catch (...) {
+        std::fputs("a trace line was lost\n", stderr);
+    }
+}
+
+int TraceLog::addListener(std::function<void(const TraceLine&)> listener) {
+    const auto made = std::make_shared<Listener>();
+    made->call = std::move(listener);
+    const std::lock_guard guard(log().mutex);
+    const int handle = log().nextHandle++;
+    log().listeners.push_back(ListenerEntry{handle, made});
+    log().hasListeners = true;
+    return handle;
+}
+
+void TraceLog::removeListener(int handle) {
+    std::shared_ptr<Listener> gone;
+    {
+        const std::lock_guard guard(log().mutex);
+        std::vector<ListenerEntry>& entries = log().listeners;
+        const auto found = std::find_if(entries.begin(), entries.end(),
+                                        [&](const ListenerEntry& entry) { return entry.handle == handle; });
+        if (found == entries.end())
+            return;
+        gone = found->listener;
+        entries.erase(found);
+        log().hasListeners = !entries.empty();
+    }
+    const std::lock_guard guard(gone->mutex);
+    gone->removed = true;
+}
+
+std::uint64_t TraceLog::dropped() const {
+    return log().dropped;
+}
+
+}  // namespace kelp::util

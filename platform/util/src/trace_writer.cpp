@@ -1,0 +1,123 @@
+#include "trace_writer.h"
+
+#include <kelp/util/threads.h>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace kelp::util {
+
+namespace {
+
+/// A burst of this many lines waits for the disk; more would only hide that the disk is too slow.
+constexpr std::size_t kQueueLinesMax = 8192;
+
+/// A sink that has taken nothing for this long at the end is given up, so that the process can end.
+constexpr std::chrono::seconds kStopWait{5};
+
+}  // namespace
+
+TraceWriter::TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped)
+    : dropped_(dropped) {
+    for (std::unique_ptr<TraceSink>& sink : sinks)
+        sinks_.push_back(OpenSink{std::move(sink)});
+}
+
+void TraceWriter::start() {
+    thread_ = startThread("kelp-trace", [self = shared_from_this()] { self->run(); });
+}
+
+bool TraceWriter::push(StampedLine& stamped) {
+    {
+        const std::lock_guard guard(mutex_);
+        if (stopping_)
+            return false;
+        if (queue_.size() >= kQueueLinesMax) {
+            queue_.pop_front();
+            ++lost_;
+            ++dropped_;
+        }
+        queue_.push_back(std::move(stamped));
+    }
+    changed_.notify_all();
+    return true;
+}
+
+void TraceWriter::stop() {
+    bool ended = false;
+    {
+        std::unique_lock lock(mutex_);
+        stopping_ = true;
+        changed_.notify_all();
+        ended = changed_.wait_for(lock, kStopWait, [this] { return done_; });
+    }
+    if (ended)
+        thread_.join();
+    else
+        thread_.detach();
+}
+
+void TraceWriter::run() {
+    std::unique_lock lock(mutex_);
+    while (true) {
+        changed_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
+        if (queue_.empty())
+            break;
+        const std::deque<StampedLine> batch = std::exchange(queue_, {});
+        const std::uint64_t lost = std::exchange(lost_, 0);
+        lock.unlock();
+        writeBatch(batch, lost);
+        lock.lock();
+    }
+    done_ = true;
+    changed_.notify_all();
+}
+
+void TraceWriter::writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost) {
+    for (OpenSink& open : sinks_) {
+        if (lost > 0)
+            writeLine(open, ownLine(std::to_string(lost) + " trace lines were dropped: the queue was full"));
+        for (const StampedLine& stamped : batch)
+            writeLine(open, stamped);
+        try {
+            open.sink->flush();
+        } catch (const std::exception& ex) {
+            if (open.failures++ == 0)
+                writeToStandardError(ownLine("trace sink " + open.sink->name() + ": " + ex.what()));
+        }
+    }
+}
+
+void TraceWriter::writeLine(OpenSink& open, const StampedLine& stamped) {
+    try {
+        if (open.failures > 0) {
+            open.sink->write(ownLine("trace sink " + open.sink->name() + " failed " +
+                                     std::to_string(open.failures) + " times; lines are missing here"));
+            open.failures = 0;
+        }
+        open.sink->write(stamped);
+    } catch (const std::exception& ex) {
+        if (open.failures++ == 0)
+            writeToStandardError(ownLine("trace sink " + open.sink->name() + ": " + ex.what()));
+    }
+}
+
+StampedLine TraceWriter::ownLine(std::string text) {
+    StampedLine made;
+    made.line.file = "tracelog";
+    made.line.function = "unknown";
+    made.line.text = escaped(text);
+    made.time = std::chrono::system_clock::now();
+    made.threadId = currentThreadId();
+    return made;
+}
+
+int currentThreadId() {
+    return static_cast<int>(::syscall(SYS_gettid));
+}
+
+}  // namespace kelp::util

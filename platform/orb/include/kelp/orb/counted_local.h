@@ -6,8 +6,8 @@
 
 namespace kelp::orb {
 
-/// A local object (servant manager) that counts its references, from one, whether or not the ORB's LocalObject does.
-/// The POA's reference keeps it alive; it is deleted with the last one.
+/// A local object (servant manager) that counts its references, from one, whether or not the ORB's
+/// LocalObject does. The POA's reference keeps it alive; it is deleted with the last one.
 template <class Base>
 class CountedLocal : public virtual Base, public virtual CORBA::LocalObject {
   public:

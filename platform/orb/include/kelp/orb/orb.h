@@ -10,41 +10,52 @@
 
 namespace kelp::orb {
 
-/// Where this process listens, and with which limits. Plain values; the port turns them into the ORB's options.
+/// Where this process listens, and with which limits. Plain values; the port turns them into the ORB's
+/// options.
 struct KELP_EXPORT OrbOptions {
-    std::vector<std::string> listen;       ///< "host:port" or "[ipv6]:port"; empty: the ORB is a client with a call-back port of its own
-    std::string publish;                   ///< host or host:port written into references; empty: as listened
-    std::vector<std::string> tlsListen;    ///< as `listen`, over TLS
-    std::string tlsCaFile;                 ///< PEM; empty: no TLS
-    std::string tlsKeyFile;                ///< PEM, key and certificate in one file
-    std::string tlsKeyPassword;            ///< may be empty for an unencrypted key
+    /// "host:port" or "[ipv6]:port"; port 0 lets the system choose. Empty (with tlsListen empty too): the ORB
+    /// is a client with a call-back port of its own choice on all interfaces.
+    std::vector<std::string> listen;
+    std::string publish;                 ///< host or host:port written into references; empty: as listened
+    std::vector<std::string> tlsListen;  ///< as `listen`, over TLS
+    std::string tlsCaFile;               ///< PEM; empty: no TLS
+    std::string tlsKeyFile;              ///< PEM, key and certificate in one file
+    std::string tlsKeyPassword;          ///< may be empty for an unencrypted key
     bool tlsRequirePeerCertificate = true;
-    unsigned threadsMax = 0;               ///< most threads that serve one connection's calls; 0: the ORB's default
+    unsigned threadsMax = 0;  ///< most threads that serve one connection's calls; 0: the ORB's default
     std::size_t messageBytesMax = 104857600;
-    std::string charSet = "UTF-8";         ///< native code set of the char strings
-    unsigned connectionsPerServer = 64;    ///< calling side: most connections to one peer
-    std::chrono::milliseconds replyTimeout{60000};  ///< a reply that a client does not read is given up after this
+    std::string charSet = "UTF-8";       ///< native code set of the char strings
+    unsigned connectionsPerServer = 64;  ///< calling side: most connections to one peer
+    std::chrono::milliseconds replyTimeout{
+        60000};  ///< a reply that a client does not read is given up after this
 };
 
-/// Starts the process's ORB with `hook` in place before the first request can arrive; `hook` may be null and must
-/// outlive the ORB. Throws CORBA::INITIALIZE (or another system exception) when an endpoint cannot be opened.
-/// After destroy() of an ORB a new one may be started.
+/// Starts the process's ORB, endpoints open and callers held, with `hook` in place before the first request
+/// can arrive; `hook` may be null and must outlive the ORB. Throws CORBA::INITIALIZE (or another system
+/// exception) when an endpoint cannot be opened or an option is refused, BAD_PARAM for TLS addresses without
+/// certificates. After destroy() of an ORB a new one may be started; BAD_INV_ORDER before that.
 KELP_EXPORT CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook);
 
-/// Serves requests until the ORB is shut down; returns after calls in progress have ended. Any thread may call it.
-/// `threads` is how many threads shall serve where the ORB does not bring its own.
+/// Serves requests until the ORB is shut down; returns after calls in progress have ended. Any thread may
+/// call it. `threads` is how many threads shall serve where the ORB does not bring its own.
 KELP_EXPORT void serve(CORBA::ORB_ptr orb, unsigned threads);
 
-/// Puts the POA manager into holding: from here on callers wait (they are not refused) until letCallersThrough().
+/// Puts the POA manager into holding: from here on callers wait (they are not refused) until
+/// letCallersThrough(). Returns when the calls in progress have ended, or at once from inside a call.
+/// Well-known keys are held along with it. Both throw POAManager::AdapterInactive for a manager that was
+/// deactivated.
 KELP_EXPORT void holdCallers(PortableServer::POAManager_ptr manager);
 KELP_EXPORT void letCallersThrough(PortableServer::POAManager_ptr manager);
 
 /// Makes `servant`'s object reachable under a short well-known key: corbaloc:iiop:1.2@HOST:PORT/<key>.
-/// `target` is the object's ordinary reference. The servant gets one more reference for the activation.
+/// `target` is the object's ordinary reference. The servant gets one more reference for the activation. A key
+/// says nothing about callers being let through: it is held until letCallersThrough(). Throws BAD_PARAM for a
+/// key in use, an empty key, no servant, or a servant that has a well-known key already.
 KELP_EXPORT void publishKey(CORBA::ORB_ptr orb, const std::string& key, PortableServer::Servant servant,
                             CORBA::Object_ptr target);
 
-/// Takes back what publishKey did. Unknown key: nothing.
+/// Takes back what publishKey did; calls in progress end normally. Unknown key, or an ORB that is down:
+/// nothing.
 KELP_EXPORT void withdrawKey(CORBA::ORB_ptr orb, const std::string& key);
 
 }  // namespace kelp::orb

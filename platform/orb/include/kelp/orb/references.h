@@ -11,7 +11,7 @@ namespace kelp::orb {
 
 /// One address that a reference can be reached at.
 struct KELP_EXPORT Endpoint {
-    std::string host;            ///< as it stands in the profile; IPv6 without brackets
+    std::string host;  ///< as it stands in the profile; IPv6 without brackets
     std::uint16_t port = 0;
     bool tls = false;
 };
@@ -19,26 +19,32 @@ struct KELP_EXPORT Endpoint {
 /// Joins host and port as "host:port"; an IPv6 host is put in brackets.
 KELP_EXPORT std::string hostAndPort(const Endpoint& endpoint);
 
-/// What a stringified reference ("IOR:...") says about itself, found by decoding it. Nothing is resolved or called.
+/// What a stringified reference ("IOR:...") says about itself, found by decoding it. Nothing is resolved or
+/// called.
 struct KELP_EXPORT ReferenceContent {
     std::string typeId;
-    std::vector<Endpoint> endpoints;     ///< every IIOP profile, alternate address and TLS component, in order
-    std::string objectKey;               ///< of the first IIOP profile
+    std::vector<Endpoint> endpoints;  ///< every IIOP profile, alternate address and TLS component, in order
+    std::string objectKey;            ///< of the first IIOP profile
 };
 
-/// Decodes a stringified reference of any origin; every length is checked. False for text that is no well-formed IOR.
+/// Decodes a stringified reference of any origin; every length is checked. False, and empty content, for text
+/// that is no well-formed IOR (CORBA 13.6.10), is longer than 64 KiB of content, or holds a host that is no
+/// printable name. A port of 0 is no endpoint: such a reference is reached over TLS alone. A nil reference is
+/// well-formed and has no endpoints.
 KELP_EXPORT bool decodeReference(const std::string& iorText, ReferenceContent& content);
 
 /// The reference's own text, decoded. False for nil.
 KELP_EXPORT bool describe(CORBA::ORB_ptr orb, CORBA::Object_ptr reference, ReferenceContent& content);
 
-/// string_to_object whose result is never nil: throws CORBA::BAD_PARAM where the ORB would return nil.
+/// string_to_object whose result is never nil: throws CORBA::BAD_PARAM where the ORB would return nil, and
+/// what string_to_object throws. A corbaname text calls the naming service: give the thread a time-out first.
 KELP_EXPORT CORBA::Object_ptr toReference(CORBA::ORB_ptr orb, const std::string& text);
 
 /// Tells dead references from slow ones. One object watches one place (such as a naming entry) over time.
-/// Dead: `_non_existent()` is true, the connection is refused, OBJECT_NOT_EXIST, or a time-out or broken connection
-/// in three checks running. Nil is dead. A reference whose text equals `own` is alive without a call.
-/// Give the calling thread a time-out first. Not thread safe.
+/// Dead: `_non_existent()` is true, the connection is refused, OBJECT_NOT_EXIST, or a time-out or broken
+/// connection in three checks running. Nil is dead. A reference to the object `own` (may be nil) is alive
+/// without a call. Any other answer, a refusal too, is a sign of life. Give the calling thread a time-out
+/// first. Not thread safe.
 class KELP_EXPORT DeathWatch {
   public:
     /// True when the reference counts as dead. Raises nothing.

@@ -11,10 +11,10 @@ namespace kelp::orb {
 
 /// One end of a connection, as numbers of the address family it has. Addresses are in host byte order.
 struct KELP_EXPORT PeerAddress {
-    std::string text;                        ///< the address without port and brackets; IPv4-mapped IPv6 as IPv4
-    std::uint16_t port = 0;                  ///< 0 when unknown
-    std::uint32_t ipv4 = 0;                  ///< 0 when the peer has no IPv4 address
-    std::optional<std::string> ipv6;         ///< 16 bytes, network order, for a peer with a real IPv6 address
+    std::string text;                 ///< the address without port and brackets; IPv4-mapped IPv6 as IPv4
+    std::uint16_t port = 0;           ///< 0 when unknown
+    std::uint32_t ipv4 = 0;           ///< 0 when the peer has no IPv4 address
+    std::optional<std::string> ipv6;  ///< 16 bytes, network order, for a peer with a real IPv6 address
 };
 
 /// Parses the transport's own peer text ("giop:tcp:127.0.0.1:48958", "giop:ssl:[::1]:53430",
@@ -32,15 +32,19 @@ class KELP_EXPORT RequestInfo {
     virtual const std::string& topPoaName() const = 0;
 };
 
-/// The request being served by the calling thread, or null outside one. Borrowed until the servant returns.
-/// Calls without a peer (in-process calls) do not change it.
+/// The request being served by the calling thread, from RequestHook::received() to finished(), or null
+/// outside one. Borrowed until the servant returns; the address is the one that the hook gets. Calls without
+/// a peer (in-process calls) do not change it.
 KELP_EXPORT const RequestInfo* currentRequest();
 
 /// The peer of the request being served by the calling thread; an empty address outside one.
 KELP_EXPORT PeerAddress currentPeer();
 
 /// Gets every request that arrives over a connection, on the thread that will run the servant.
-/// Both operations may throw CORBA system exceptions; the caller gets them, completed NO.
+/// The first two operations may throw CORBA system exceptions; the caller gets them as they are, so throw
+/// them completed NO. Any other exception is traced and becomes CORBA::UNKNOWN, completed NO. A request that
+/// is refused, or whose target is not found, goes no further: dispatching() follows received() only for a
+/// known target, finished() follows every dispatching() that returned.
 class KELP_EXPORT RequestHook {
   public:
     virtual ~RequestHook() = default;

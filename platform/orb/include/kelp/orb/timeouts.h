@@ -7,14 +7,16 @@
 
 namespace kelp::orb {
 
-/// Limit of every outgoing call of the calling thread, connecting included; 0 switches it off. Works on any
-/// thread, whoever made it. False when the ORB refused.
+/// Limit of every outgoing call of the calling thread, connecting included; 0 switches it off (the process's
+/// limit then holds). A negative limit has run out: calls fail at once. Works on any thread, whoever made it.
+/// False when the ORB refused; the limit is then as before.
 KELP_EXPORT bool setThreadTimeout(std::chrono::milliseconds limit);
 
 /// Limit of every outgoing call of the process where no thread limit is set; 0 switches it off.
 KELP_EXPORT bool setProcessTimeout(std::chrono::milliseconds limit);
 
-/// A thread limit for the time of a scope; the limit before it (by this class or setThreadTimeout) comes back.
+/// A thread limit for the time of a scope; the limit before it (by this class or setThreadTimeout) comes
+/// back.
 class KELP_EXPORT ScopedThreadTimeout {
   public:
     explicit ScopedThreadTimeout(std::chrono::milliseconds limit);

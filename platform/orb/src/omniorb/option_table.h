@@ -1,0 +1,33 @@
+#pragma once
+
+#include <kelp/orb/orb.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kelp::orb {
+
+/// The ORB's options by name, in the form that ORB_init takes. Names may repeat (one entry an endpoint).
+class OptionTable {
+  public:
+    void add(const std::string& name, const std::string& value);
+    void add(const std::string& name, unsigned long value);
+
+    /// Pairs of name and value, ended by a pair of null pointers; valid until the table changes or goes.
+    const char* (*pairs())[2];
+
+    const std::vector<std::pair<std::string, std::string>>& entries() const { return entries_; }
+
+  private:
+    struct Pair {
+        const char* text[2];
+    };
+    std::vector<std::pair<std::string, std::string>> entries_;
+    std::vector<Pair> pairs_;
+};
+
+/// Everything but TLS of what the caller asked for.
+OptionTable optionTable(const OrbOptions& options);
+
+}  // namespace kelp::orb

@@ -1,0 +1,74 @@
+#include <kelp/orb/orb.h>
+#include <omniORB4/omniORB.h>
+
+#include <mutex>
+
+#include "../port_state.h"
+#include "../trace.h"
+#include "callers.h"
+#include "interception.h"
+#include "option_table.h"
+#include "tls.h"
+
+namespace kelp::orb {
+
+namespace {
+
+std::mutex starting;
+
+/// ORB_init would hand out the ORB that runs, with other options and another hook than asked for.
+void refuseWhileOneRuns() {
+    const CORBA::ORB_var orb = PortState::instance().orb();
+    if (CORBA::is_nil(orb.in()))
+        return;
+    try {
+        orb->work_pending();
+    } catch (const CORBA::OBJECT_NOT_EXIST&) {
+        return;
+    } catch (const CORBA::SystemException&) {
+        // shut down but not destroyed
+    }
+    throw CORBA::BAD_INV_ORDER(0, CORBA::COMPLETED_NO);
+}
+
+void destroyUnfinished(CORBA::ORB_ptr orb) {
+    interceptRequests(nullptr);
+    PortState::instance().forget();
+    orb->destroy();
+}
+
+}  // namespace
+
+CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
+    const std::lock_guard<std::mutex> guard(starting);
+    refuseWhileOneRuns();
+    omniORB::setLogFunction(traceOrbLine);
+    OptionTable table = optionTable(options);
+    addTlsOptions(options, table);
+    int argc = 0;
+    CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr, "omniORB4", table.pairs());
+    try {
+        interceptRequests(hook);
+        resetCallers();
+        // opens the endpoints; all callers are held until the manager is activated
+        const CORBA::Object_var root = orb->resolve_initial_references("RootPOA");
+        PortState::instance().keep(orb.in());
+    } catch (const CORBA::Exception&) {
+        destroyUnfinished(orb.in());
+        throw;
+    }
+    return orb._retn();
+}
+
+void serve(CORBA::ORB_ptr orb, unsigned) {
+    // this ORB has threads of its own: run() only waits
+    try {
+        orb->run();
+    } catch (const CORBA::BAD_INV_ORDER&) {
+        // shut down already
+    } catch (const CORBA::OBJECT_NOT_EXIST&) {
+        // destroyed already
+    }
+}
+
+}  // namespace kelp::orb

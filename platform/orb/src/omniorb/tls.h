@@ -1,0 +1,13 @@
+#pragma once
+
+#include <kelp/orb/orb.h>
+
+#include "option_table.h"
+
+namespace kelp::orb {
+
+/// Adds what TLS needs to the ORB's options, if the caller asked for TLS. Throws CORBA::BAD_PARAM for TLS
+/// addresses without certificates.
+void addTlsOptions(const OrbOptions& options, OptionTable& table);
+
+}  // namespace kelp::orb

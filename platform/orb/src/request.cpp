@@ -1,0 +1,58 @@
+#include <kelp/orb/request.h>
+
+#include <utility>
+
+#include "request_record.h"
+
+namespace kelp::orb {
+
+void RequestRecord::assign(const char* operation, PeerAddress peer, std::string topPoaName) {
+    operation_ = operation == nullptr ? "" : operation;
+    peer_ = std::move(peer);
+    topPoaName_ = std::move(topPoaName);
+}
+
+char* RequestRecord::operation() const {
+    return CORBA::string_dup(operation_.c_str());
+}
+
+ThreadRequests& ThreadRequests::ofThisThread() {
+    thread_local ThreadRequests requests;
+    return requests;
+}
+
+RequestRecord& ThreadRequests::arrive() {
+    drop();
+    arrived_ = spare_ ? std::move(spare_) : std::make_unique<RequestRecord>();
+    return *arrived_;
+}
+
+void ThreadRequests::drop() {
+    if (arrived_)
+        spare_ = std::move(arrived_);
+}
+
+const RequestInfo* ThreadRequests::current() const {
+    return arrived_ ? arrived_.get() : served_;
+}
+
+ThreadRequests::Serving::Serving(ThreadRequests& requests)
+    : requests_(requests), mine_(std::move(requests.arrived_)), before_(requests.served_) {
+    requests_.served_ = mine_.get();
+}
+
+ThreadRequests::Serving::~Serving() {
+    requests_.served_ = before_;
+    requests_.spare_ = std::move(mine_);
+}
+
+const RequestInfo* currentRequest() {
+    return ThreadRequests::ofThisThread().current();
+}
+
+PeerAddress currentPeer() {
+    const RequestInfo* request = currentRequest();
+    return request == nullptr ? PeerAddress{} : request->peer();
+}
+
+}  // namespace kelp::orb

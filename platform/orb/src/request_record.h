@@ -1,0 +1,60 @@
+#pragma once
+
+#include <kelp/orb/request.h>
+
+#include <memory>
+#include <string>
+
+namespace kelp::orb {
+
+/// What a transport told of one request.
+class RequestRecord final : public RequestInfo {
+  public:
+    void assign(const char* operation, PeerAddress peer, std::string topPoaName);
+
+    char* operation() const override;
+    const PeerAddress& peer() const override { return peer_; }
+    const std::string& topPoaName() const override { return topPoaName_; }
+
+  private:
+    std::string operation_;
+    PeerAddress peer_;
+    std::string topPoaName_;
+};
+
+/// The calling thread's requests: one that has arrived and waits for its servant, and those whose servants
+/// run (more than one only where an ORB serves other requests while a servant waits for a reply).
+class ThreadRequests {
+  public:
+    static ThreadRequests& ofThisThread();
+
+    /// A request has arrived; whatever arrived before it and never reached a servant is forgotten.
+    RequestRecord& arrive();
+    /// The request that arrived is answered without its servant.
+    void drop();
+    bool hasArrived() const { return arrived_ != nullptr; }
+    /// The request to be shown as the thread's current one; may be null.
+    const RequestInfo* current() const;
+
+    /// The servant of the request that arrived runs for the length of this scope.
+    class Serving {
+      public:
+        explicit Serving(ThreadRequests& requests);
+        ~Serving();
+        Serving(const Serving&) = delete;
+        Serving& operator=(const Serving&) = delete;
+        const RequestRecord& request() const { return *mine_; }
+
+      private:
+        ThreadRequests& requests_;
+        std::unique_ptr<RequestRecord> mine_;
+        const RequestRecord* before_;
+    };
+
+  private:
+    std::unique_ptr<RequestRecord> arrived_;
+    std::unique_ptr<RequestRecord> spare_;  // saves an allocation a request
+    const RequestRecord* served_ = nullptr;
+};
+
+}  // namespace kelp::orb

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <kelp/util/trace_log.h>
+
+#include <string>
+#include <utility>
+
+namespace kelp::orb {
+
+/// A line in the process's trace.
+inline void trace(util::TraceKind kind, std::string text) {
+    util::TraceLine line;
+    line.kind = kind;
+    line.file = "orb";
+    line.function = "unknown";
+    line.text = std::move(text);
+    util::TraceLog::instance().write(std::move(line));
+}
+
+inline void traceException(std::string text) {
+    trace(util::TraceKind::Exception, std::move(text));
+}
+
+/// A line of the ORB's own log, which ends with a line feed.
+inline void traceOrbLine(const char* line) {
+    std::string text(line);
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    trace(util::TraceKind::Trace, std::move(text));
+}
+
+}  // namespace kelp::orb

@@ -1,0 +1,145 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+#include <kelp/util/export.h>
+
+#include <ace/Thread_Mutex.h>
+#include <mtnm/common.h>
+#include <mtnm/emsSessionFactory.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace NS_KELPCORBA {
+
+template <class T>
+class LazyInstance;
+
+/// The agent's own northbound options, read from the configuration's [agent] table, and the session factory's
+/// reference. The options are kept here for all bundles of the agent, which give the switches their meaning;
+/// what a key is missing falls back to is told at its accessor, "kept" meaning that the value stays what it
+/// was.
+///
+/// One for the process: made by the first Instance(), destroyed by the agent's stop. Threads: any, also while
+/// ReConfig reads the options again; a reader then sees each option either old or new. Numbers and switches
+/// are atomic, `mutex_` guards the texts and the reference. Nothing throws.
+class KELP_EXPORT CorbaAgentConfig {
+  public:
+    static CorbaAgentConfig* Instance();
+    /// Releases the factory's reference. Without an instance: nothing.
+    static void Destroy();
+
+    /// Reads all options; always true, a missing or unreadable key being no error (traced at debug level 2).
+    bool Init();
+    bool ReConfig();
+    bool GetOption();
+
+    // -- naming rules
+    // ----------------------------------------------------------------------------------------
+    /// An NMS that logs in again gets its live session back (false, kept).
+    bool IsUseBTName() const;
+    bool IsUseNuzakummokRule() const;               ///< (false, kept)
+    bool IsUsePhysicalID() const;                   ///< (false, kept)
+    std::int32_t GetResourceNameType() const;       ///< (0, falls back to 0)
+    std::int32_t GetFilterResourceIDLevel() const;  ///< (0, falls back to 0)
+
+    // -- alarms and notification
+    // -------------------------------------------------------------------------------
+    bool IsReportCrossConn() const;              ///< (false, kept)
+    bool IsReportAckAlarm() const;               ///< (false, kept)
+    std::int32_t GetNotifyModel() const;         ///< (3, falls back to 3)
+    std::int32_t GetHeartbeatEventType() const;  ///< (0, falls back to 0)
+    std::int32_t GetAlarmCompatibility() const;  ///< (0, falls back to 0)
+    bool GetTasizeisfaf() const;                 ///< (false, kept)
+    std::int32_t GetCachesize() const;          ///< entries (1000 before the first read, falls back to 10000)
+    std::int32_t GetEventlistsize() const;      ///< entries (500, falls back to 500)
+    std::int32_t GetNotifyalarmscache() const;  ///< entries (1000 before the first read, falls back to 10000)
+    std::int32_t GetCharacterSetSwitch() const;  ///< (0, falls back to 0)
+    bool isAlarmProbableCauseQualifierCompatible()
+        const;                               ///< (false before the first read, falls back to true)
+    std::int32_t GetAlarmTCASwitch() const;  ///< (0, falls back to 0)
+    /// Traces the value at debug level 3 on every call (0, kept).
+    std::int32_t GetAlarmReportSub() const;
+
+    // -- file transfer
+    // -----------------------------------------------------------------------------------------
+    std::int32_t FTP_Type() const;             ///< (0, kept)
+    std::int32_t FTP_SSL_ConnectMode() const;  ///< (18, kept)
+    std::int32_t FTP_SSL_AuthMode() const;     ///< (1, kept)
+    std::int32_t FTP_Port() const;             ///< (22, kept)
+    std::string FTP_TrustedCer() const;        ///< path (kept)
+    std::string FTP_ClientCer() const;         ///< path (kept)
+    std::string FTP_PrivateKey() const;        ///< path, by default the client certificate's file (kept)
+
+    // -- devices
+    // ---------------------------------------------------------------------------------------------
+    std::string GetMaxSupportNE() const;          ///< (empty, kept)
+    std::int32_t GetAccDevCompatibility() const;  ///< (0, kept)
+    /// Set by no key: always 0.
+    std::int32_t GetAccTestSwitch() const;
+
+    // -- session factory and manager servants
+    // --------------------------------------------------------------------
+    /// Activates the session factory under its persistent POA "V4800" and id "EMSSessionFactory" and keeps
+    /// its reference in place of the one kept before. False, traced with the reason, when that fails.
+    bool InitEmsSessionFactoryIImplObj();
+    /// A new duplicate, which the caller owns; nil before InitEmsSessionFactoryIImplObj.
+    emsSessionFactory::EmsSessionFactory_I_ptr GetEmsSessionFactoryIImplObj() const;
+    /// Enters the servant of a manager (TMF 814 getManager) under its name for all sessions, in place of one
+    /// entered under that name before. Takes a reference on the servant. A null name or servant is traced and
+    /// ignored.
+    void RegisterServant(const char* name, POA_common::Common_I* servant);
+
+    CorbaAgentConfig(const CorbaAgentConfig&) = delete;
+    CorbaAgentConfig& operator=(const CorbaAgentConfig&) = delete;
+
+  private:
+    struct Option;
+    static const Option kOptions[];
+
+    CorbaAgentConfig() = default;
+    ~CorbaAgentConfig() = default;
+
+    bool ReadNumber(const Option& option);
+    bool ReadText(const Option& option);
+    void StoreNumber(const Option& option, std::int32_t value);
+    std::string CopyOf(const std::string& text) const;
+
+    using Number = std::atomic<std::int32_t>;
+    using Switch = std::atomic<bool>;
+
+    mutable ACE_Thread_Mutex mutex_;
+    std::string maxSupportNE_;
+    std::string ftpTrustedCer_ = "../conf/certificate/ca_cert.cer";
+    std::string ftpClientCer_ = "../conf/certificate/corbaagent.cer";
+    /// Deliberately the client certificate's file, which holds both.
+    std::string ftpPrivateKey_ = "../conf/certificate/corbaagent.cer";
+    emsSessionFactory::EmsSessionFactory_I_var sessionFactory_;
+    Number ftpType_{0};
+    Number ftpSslConnectMode_{18};
+    Number ftpSslAuthMode_{1};
+    Number ftpPort_{22};
+    Number notifyModel_{3};
+    Number resourceNameType_{0};
+    Number filterResourceIdLevel_{0};
+    Number cacheSize_{1000};
+    Number eventListSize_{500};
+    Number notifyAlarmsCache_{1000};
+    Number characterSetSwitch_{0};
+    Number alarmTcaSwitch_{0};
+    Number accTestSwitch_{0};
+    Number accDevCompatibility_{0};
+    Number heartbeatEventType_{0};
+    Number alarmCompatibility_{0};
+    Number reportSubnet_{0};
+    Switch useBTName_{false};
+    Switch useNuzakummokRule_{false};
+    Switch usePhysicalId_{false};
+    Switch reportCrossConn_{false};
+    Switch reportAckAlarm_{false};
+    Switch tasizeisfaf_{false};
+    Switch probableCauseQualifierCompatible_{false};
+};
+
+}  // namespace NS_KELPCORBA

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <kelp/nms/error.h>
+#include <kelp/nms/listener.h>
+#include <kelp/nms/session.h>
+#include <kelp/orb/corba.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <mtnm/emsSessionFactory.h>
+
+namespace kelp::nms {
+
+/// How an NMS is set up.
+struct NmsSettings {
+    /// The naming service: corbaloc or IOR text.
+    std::string naming = "corbaloc:iiop:127.0.0.1:4801/NameService";
+    /// Where the EMS's calls to this NMS arrive, "host:port", port 0 for any. Empty: the address of this host
+    /// that leads to the naming service, any port.
+    std::string listen;
+    /// Limit of every call, connecting included.
+    std::chrono::milliseconds timeout = std::chrono::seconds(30);
+};
+
+/// A session factory, and where it was found.
+struct FoundFactory {
+    emsSessionFactory::EmsSessionFactory_I_var reference;
+    std::string path;     ///< its stringified name; empty for one given by its reference
+    std::string address;  ///< "host:port" out of its reference; empty when that says none
+};
+
+/// One NMS: an ORB that can be called back, and the log-ins it makes. As the ORB is the process's, only one
+/// client can exist at a time; it may hold any number of sessions, which must be gone before it. The
+/// operations may be called from any thread.
+class NmsClient {
+  public:
+    /// Starts the ORB. Throws NmsError when it cannot listen.
+    explicit NmsClient(const NmsSettings& settings);
+    ~NmsClient();
+    NmsClient(const NmsClient&) = delete;
+    NmsClient& operator=(const NmsClient&) = delete;
+
+    /// The ORB, its root POA; borrowed.
+    CORBA::ORB_ptr orb() const;
+    PortableServer::POA_ptr rootPoa() const;
+
+    /// Paths of all session factories in the naming service. Throws Unreachable when the service does not
+    /// answer.
+    std::vector<std::string> factoryPaths();
+    /// The factory under a stringified name, or, without one, the only factory below the root. Throws
+    /// Unreachable when there is none, the name leads to none, or (naming them) there are several.
+    FoundFactory findFactory(const std::string& path = "");
+    /// The factory that a stringified reference (IOR or corbaloc) points to; nothing is called.
+    FoundFactory factoryByReference(const std::string& text);
+
+    /// The factory's interface version (mtnmVersion::Version_I). Throws Unreachable.
+    std::string interfaceVersion(const FoundFactory& factory);
+
+    /// Logs in. The listener may be null. Throws LoginRefused or Unreachable.
+    std::unique_ptr<NmsSession> logIn(const FoundFactory& factory, const std::string& user,
+                                      const std::string& password,
+                                      std::shared_ptr<NmsListener> listener = nullptr);
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace kelp::nms

@@ -1,0 +1,175 @@
+#include <kelp/nms/client.h>
+
+#include "cos_naming_tree.h"
+#include "local_address.h"
+
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/orb.h>
+#include <kelp/orb/references.h>
+#include <kelp/orb/timeouts.h>
+
+#include <utility>
+
+namespace kelp::nms {
+
+namespace {
+
+std::string listenAddress(const NmsSettings& settings) {
+    if (!settings.listen.empty())
+        return settings.listen;
+    std::string host;
+    std::string port;
+    if (!namingAddress(settings.naming, host, port))
+        throw NmsError("\"" + settings.naming +
+                       "\" names no host; say with --listen where the EMS can reach you");
+    return orb::hostAndPort({localAddressTowards(host, port), 0, false});
+}
+
+std::string addressOf(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
+    orb::ReferenceContent content;
+    if (!orb::describe(orb, object, content) || content.endpoints.empty())
+        return {};
+    return orb::hostAndPort(content.endpoints.front());
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all;
+}
+
+}  // namespace
+
+struct NmsClient::State {
+    std::string naming;
+    CORBA::ORB_var orb;
+    PortableServer::POA_var root;
+
+    CosNamingTree tree() const;
+};
+
+/// The naming service's root context; an answer proves that the service runs.
+CosNamingTree NmsClient::State::tree() const {
+    try {
+        const CORBA::Object_var object = orb::toReference(orb.in(), naming);
+        const CosNaming::NamingContext_var context = CosNaming::NamingContext::_narrow(object.in());
+        if (CORBA::is_nil(context.in()))
+            throw Unreachable("what answers at " + naming + " is no naming service");
+        return CosNamingTree(orb.in(), context.in());
+    } catch (const CORBA::Exception& exception) {
+        throw Unreachable("the naming service at " + naming +
+                          " does not answer: " + orb::exceptionText(exception));
+    }
+}
+
+NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<State>()) {
+    state_->naming = settings.naming;
+    orb::OrbOptions options;
+    options.listen = {listenAddress(settings)};
+    try {
+        state_->orb = orb::start(options, nullptr);
+        orb::setProcessTimeout(settings.timeout);
+        const CORBA::Object_var object = state_->orb->resolve_initial_references("RootPOA");
+        state_->root = PortableServer::POA::_narrow(object.in());
+        const PortableServer::POAManager_var manager = state_->root->the_POAManager();
+        orb::letCallersThrough(manager.in());
+    } catch (const CORBA::Exception& exception) {
+        throw NmsError("cannot listen on " + options.listen.front() + ": " + orb::exceptionText(exception));
+    }
+}
+
+NmsClient::~NmsClient() {
+    try {
+        state_->root = PortableServer::POA::_nil();
+        state_->orb->destroy();
+    } catch (const CORBA::Exception&) {
+        // an ORB that is gone already needs no destroying
+    }
+}
+
+CORBA::ORB_ptr NmsClient::orb() const {
+    return state_->orb.in();
+}
+
+PortableServer::POA_ptr NmsClient::rootPoa() const {
+    return state_->root.in();
+}
+
+std::vector<std::string> NmsClient::factoryPaths() {
+    CosNamingTree tree = state_->tree();
+    std::vector<NamingPath> unreadable;
+    std::vector<std::string> texts;
+    for (const NamingPath& path : findFactories(tree, unreadable))
+        texts.push_back(toText(path));
+    if (texts.empty() && !unreadable.empty())
+        throw Unreachable("no session factory found, but the naming context " + toText(unreadable.front()) +
+                          " could not be listed");
+    return texts;
+}
+
+FoundFactory NmsClient::findFactory(const std::string& path) {
+    std::string wanted = path;
+    if (wanted.empty()) {
+        const std::vector<std::string> paths = factoryPaths();
+        if (paths.empty())
+            throw Unreachable("no session factory is registered in the naming service at " + state_->naming);
+        if (paths.size() > 1)
+            throw Unreachable("several session factories are registered, choose one with --factory: " +
+                              joined(paths));
+        wanted = paths.front();
+    }
+    const CORBA::Object_var object = state_->tree().resolve(toNamingPath(wanted));
+    FoundFactory found{{}, wanted, addressOf(state_->orb.in(), object.in())};
+    try {
+        found.reference = emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
+    } catch (const CORBA::Exception& exception) {
+        throw Unreachable("what is bound under " + wanted +
+                          " does not answer: " + orb::exceptionText(exception));
+    }
+    if (CORBA::is_nil(found.reference.in()))
+        throw Unreachable("what is bound under " + wanted + " is no session factory");
+    return found;
+}
+
+FoundFactory NmsClient::factoryByReference(const std::string& text) {
+    try {
+        const CORBA::Object_var object = orb::toReference(state_->orb.in(), text);
+        FoundFactory found{{}, {}, addressOf(state_->orb.in(), object.in())};
+        found.reference = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
+        return found;
+    } catch (const CORBA::Exception& exception) {
+        throw Unreachable("this is no usable reference: " + orb::exceptionText(exception));
+    }
+}
+
+std::string NmsClient::interfaceVersion(const FoundFactory& factory) {
+    try {
+        const CORBA::String_var version = factory.reference->getVersion();
+        return std::string(version.in());
+    } catch (const CORBA::Exception& exception) {
+        throw Unreachable("the session factory at " + factory.address +
+                          " does not answer: " + orb::exceptionText(exception));
+    }
+}
+
+std::unique_ptr<NmsSession> NmsClient::logIn(const FoundFactory& factory, const std::string& user,
+                                             const std::string& password,
+                                             std::shared_ptr<NmsListener> listener) {
+    if (listener == nullptr)
+        listener = std::make_shared<NmsListener>();
+    try {
+        CallbackActivation callback(state_->root.in(), std::move(listener));
+        emsSession::EmsSession_I_var session;
+        factory.reference->getEmsSession(user.c_str(), password.c_str(), callback.reference(), session.out());
+        if (CORBA::is_nil(session.in()))
+            throw Unreachable("the EMS answered the log-in with a nil session");
+        return std::make_unique<NmsSession>(std::move(callback), session.in());
+    } catch (const globaldefs::ProcessingFailureException& exception) {
+        throw LoginRefused("log-in of user \"" + user + "\" refused", exception);
+    } catch (const CORBA::Exception& exception) {
+        throw Unreachable("log-in at " + factory.address + " failed: " + orb::exceptionText(exception));
+    }
+}
+
+}  // namespace kelp::nms

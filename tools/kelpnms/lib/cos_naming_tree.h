@@ -1,0 +1,29 @@
+#pragma once
+
+#include <kelp/nms/naming_walk.h>
+
+#include <cos/CosNaming.h>
+
+namespace kelp::nms {
+
+CosNaming::Name toCosName(const NamingPath& path);
+
+/// The naming service behind a root context. Operations throw Unreachable.
+class CosNamingTree : public NamingTree {
+  public:
+    explicit CosNamingTree(CORBA::ORB_ptr orb, CosNaming::NamingContext_ptr root);
+
+    std::vector<NamingEntry> list(const NamingPath& context) override;
+    bool isFactory(const NamingPath& object) override;
+
+    /// What is bound under a name; the caller owns it.
+    CORBA::Object_ptr resolve(const NamingPath& path);
+
+  private:
+    CosNaming::NamingContext_ptr contextAt(const NamingPath& path);
+
+    CORBA::ORB_var orb_;
+    CosNaming::NamingContext_var root_;
+};
+
+}  // namespace kelp::nms

@@ -1,0 +1,16 @@
+#pragma once
+
+namespace kelp::nms {
+
+/// How kelpnms ends; documented in its help.
+enum ExitCode : int {
+    kDone = 0,
+    kInternalError = 1,
+    kUsageError = 2,
+    kNotReachable = 3,
+    kLoginRefused = 4,
+    kCallFailed = 5,
+    kWatchCutShort = 6,
+};
+
+}  // namespace kelp::nms

@@ -1,0 +1,144 @@
+#include "options.h"
+
+#include "exit_codes.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fstream>
+#include <iostream>
+
+namespace kelp::nms {
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  kelpnms find
+  kelpnms --user demo --password-file pw managers
+  KELPNMS_PASSWORD=secret kelpnms --user demo ems --capabilities --json
+  kelpnms --naming corbaloc:iiop:1.2@ems.example.net:4801/NameService --user demo watch --for 60
+
+Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
+
+Exit codes:
+  0  done
+  1  internal error
+  2  wrong usage
+  3  the naming service or the EMS cannot be reached, or no single session factory was found
+  4  the EMS refused the log-in
+  5  a call on the session or a manager failed
+  6  watch: the EMS ended the session, or --for ran out before --count pings came)";
+
+constexpr double kSecondsMax = 86400;
+
+std::chrono::milliseconds milliseconds(double seconds) {
+    return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+}
+
+/// "host:port" means the naming service there.
+std::string namingText(const std::string& text) {
+    const bool hasScheme = text.rfind("IOR:", 0) == 0 || text.rfind("corba", 0) == 0;
+    return hasScheme ? text : "corbaloc:iiop:1.2@" + text + "/NameService";
+}
+
+std::string firstWord(const std::string& file) {
+    std::ifstream in(file);
+    std::string word;
+    if (!(in >> word))
+        throw CLI::ValidationError("--ior", "no reference in " + file);
+    return word;
+}
+
+/// The values as they stand on the command line, before they are given a meaning.
+struct Raw {
+    std::string naming = "corbaloc:iiop:1.2@127.0.0.1:4801/NameService";
+    std::string iorFile;
+    double timeout = 30;
+    double duration = 0;
+    unsigned pings = 1;
+    unsigned watchCount = 0;
+};
+
+void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
+    app.add_option("--naming", raw.naming, "Naming service: corbaloc, IOR, or HOST:PORT")
+        ->capture_default_str();
+    auto* factory =
+        app.add_option("--factory", options.factoryPath,
+                       "Stringified name of the session factory, when the naming service holds several");
+    app.add_option("--ior", raw.iorFile,
+                   "File with the session factory's reference; no naming service is asked")
+        ->check(CLI::ExistingFile)
+        ->excludes(factory);
+    app.add_option("-u,--user", options.user, "User to log in as")->envname("KELPNMS_USER");
+    app.add_option("--password-file", options.passwordFile, "File whose first line is the password")
+        ->check(CLI::ExistingFile);
+    app.add_option(
+        "--listen", options.listen,
+        "HOST:PORT where the EMS calls back; default: this host's address towards the naming service, any "
+        "port");
+    app.add_option("--timeout", raw.timeout, "Limit of every call, seconds")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, kSecondsMax));
+    app.add_flag("--json", options.json, "Answer in JSON");
+    app.add_flag("-v,--verbose", options.verbose, "Tell each step on standard error");
+}
+
+void addCommands(CLI::App& app, Options& options, Raw& raw) {
+    const auto command = [&](const char* name, const char* what, Command which) {
+        return app.add_subcommand(name, what)->callback([&options, which] { options.command = which; });
+    };
+    command("find", "Find the session factory and tell its name, address and version; no log-in",
+            Command::Find);
+    command("managers", "Log in and list the EMS's managers", Command::Managers);
+
+    auto* ping = command("ping", "Log in and ping the EMS", Command::Ping);
+    ping->add_option("--count", raw.pings, "How often")
+        ->capture_default_str()
+        ->check(CLI::Range(1u, 1000000u));
+
+    auto* ems = command("ems", "Log in and show what the EMS says of itself (getEMS)", Command::Ems);
+    ems->add_flag("--capabilities", options.capabilities, "Also the manager's operations (getCapabilities)");
+
+    auto* watch =
+        command("watch", "Stay logged in and show each call of the EMS until Ctrl-C", Command::Watch);
+    watch->add_option("--count", raw.watchCount, "Leave after so many pings")
+        ->check(CLI::Range(1u, 1000000u));
+    watch->add_option("--for", raw.duration, "Leave after so many seconds")
+        ->check(CLI::Range(0.1, kSecondsMax));
+}
+
+}  // namespace
+
+std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
+    Options options;
+    Raw raw;
+    CLI::App app{"An NMS on the command line: logs in to an EMS over TMF 814 and uses the session.",
+                 "kelpnms"};
+    app.footer(kFooter);
+    app.set_version_flag("--version", "kelpnms " KELP_VERSION);
+    app.fallthrough();
+    app.require_subcommand(1);
+    addCommonOptions(app, options, raw);
+    addCommands(app, options, raw);
+    try {
+        app.parse(argc, argv);
+        if (!raw.iorFile.empty())
+            options.factoryReference = firstWord(raw.iorFile);
+        if (options.command != Command::Find && options.user.empty())
+            throw CLI::RequiredError("--user");
+    } catch (const CLI::Success& help) {
+        exitCode = app.exit(help);
+        return std::nullopt;
+    } catch (const CLI::ParseError& problem) {
+        std::cerr << "kelpnms: " << problem.what() << " (see kelpnms --help)\n";
+        exitCode = kUsageError;
+        return std::nullopt;
+    }
+    options.naming = namingText(raw.naming);
+    options.timeout = milliseconds(raw.timeout);
+    options.count = options.command == Command::Watch ? raw.watchCount : raw.pings;
+    if (raw.duration > 0)
+        options.duration = milliseconds(raw.duration);
+    return options;
+}
+
+}  // namespace kelp::nms

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace kelp::nms {
+
+enum class Command { Find, Managers, Ping, Ems, Watch };
+
+/// What the command line asks for.
+struct Options {
+    Command command = Command::Find;
+    std::string naming;
+    std::string factoryPath;       ///< empty: the only one there is
+    std::string factoryReference;  ///< IOR or corbaloc text out of --ior's file; empty: by the naming service
+    std::string user;
+    std::string passwordFile;
+    std::string listen;
+    std::chrono::milliseconds timeout{};
+    bool json = false;
+    bool verbose = false;
+    unsigned count = 0;  ///< pings to make or to wait for; 0 of watch: no limit
+    std::optional<std::chrono::milliseconds> duration;  ///< how long to watch
+    bool capabilities = false;
+};
+
+/// Reads the command line. None when it asked for help or the version, or was wrong; that has been told, and
+/// `exitCode` is set.
+std::optional<Options> parseOptions(int argc, char** argv, int& exitCode);
+
+}  // namespace kelp::nms

@@ -11,8 +11,8 @@ namespace NS_KELPCORBA {
 
 class EmsSession_IImpl;
 
-/// The one object that an NMS resolves to log in (TMF 814 emsSessionFactory::EmsSessionFactory_I). Log-ins are
-/// serialised by the login lock, the outermost lock of the sessions.
+/// The one object that an NMS resolves to log in (TMF 814 emsSessionFactory::EmsSessionFactory_I). Log-ins
+/// are serialised by the login lock, the outermost lock of the sessions.
 class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSessionFactory_I {
   public:
     /// The process's factory servant, made on first use; borrowed.

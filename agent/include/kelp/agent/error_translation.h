@@ -21,8 +21,10 @@ inline constexpr unsigned long kUnparsableReference = 0x41180053;
 /// A null input.
 inline constexpr unsigned long kNullInput = 0x4118005F;
 
-/// Fills type and reason of the exception for an error code (TMF 814 ExceptionType_T by ranges of codes). Code 0: nothing.
-KELP_EXPORT void KelpCorbaErrTranslator(unsigned long code, globaldefs::ProcessingFailureException& exception);
+/// Fills type and reason of the exception for an error code (TMF 814 ExceptionType_T by ranges of codes).
+/// Code 0: nothing.
+KELP_EXPORT void KelpCorbaErrTranslator(unsigned long code,
+                                        globaldefs::ProcessingFailureException& exception);
 
 /// Makes sure the translator exists, then fills the exception.
 KELP_EXPORT void ConstructException(unsigned long code, globaldefs::ProcessingFailureException& exception);

@@ -38,12 +38,13 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
 };
 
 /// The process-wide registry of what belongs to logged-in NMS: sessions in login order, iterators in order of
-/// creation, manager servants by name. Its service thread pings every NMS once an interval and erases what is over.
+/// creation, manager servants by name. Its service thread pings every NMS once an interval and erases what is
+/// over.
 ///
-/// Threads: any. Locks: the session lock guards the session list and the waiting sessions, the iterator lock the
-/// iterator list, the servant lock the servant map, the event-loss lock the three event-loss values; no two are
-/// held together, and no NMS is called under any of them. The factory's login lock comes before the session lock,
-/// the session lock before a session source's own.
+/// Threads: any. Locks: the session lock guards the session list and the waiting sessions, the iterator lock
+/// the iterator list, the servant lock the servant map, the event-loss lock the three event-loss values; no
+/// two are held together, and no NMS is called under any of them. The factory's login lock comes before the
+/// session lock, the session lock before a session source's own.
 class SessionMgr : public ACE_Task_Base {
   public:
     KELP_EXPORT static SessionMgr* Instance();
@@ -66,7 +67,8 @@ class SessionMgr : public ACE_Task_Base {
     int add_emsSession(EmsSession_IImpl* session);
     /// Drops those of `sessions` that are listed and no longer Normal; how many were dropped.
     int EraseSessions(const std::list<EmsSession_IImpl*>& sessions);
-    /// Takes the first session of this NMS and user out of the list and hands its reference to the caller, who must
+    /// Takes the first session of this NMS and user out of the list and hands its reference to the caller,
+    /// who must
     /// `_remove_ref` it. Null when there is none.
     EmsSession_IImpl* GetNmsSession(const std::string& hostInfo, const std::string& userName);
     /// The first session of this NMS and user, which stays listed; borrowed. Null when there is none.
@@ -75,8 +77,10 @@ class SessionMgr : public ACE_Task_Base {
     ServantRef<EmsSession_IImpl> PinNmsSession(const std::string& hostInfo, const std::string& userName);
     /// Every listed session, oldest first, each pinned under the lock.
     std::vector<ServantRef<EmsSession_IImpl>> PinSessions();
-    /// The listed sessions whose user name followed by host info equals `clientKey`, pinned. False when the lock failed.
-    bool PinSessionsByClientKey(const std::string& clientKey, std::vector<ServantRef<EmsSession_IImpl>>& sessions);
+    /// The listed sessions whose user name followed by host info equals `clientKey`, pinned. False when the
+    /// lock failed.
+    bool PinSessionsByClientKey(const std::string& clientKey,
+                                std::vector<ServantRef<EmsSession_IImpl>>& sessions);
     /// Takes the session out of the list if it is there and drops the list's reference.
     void Unlist(EmsSession_IImpl* session);
     /// Drops one reference of a session under the session lock.
@@ -85,16 +89,18 @@ class SessionMgr : public ACE_Task_Base {
     KELP_EXPORT bool isAdminAlreadyLoginIn(const std::string& userName);
     SessionSource* GetSessionSource(EmsSession_IImpl* session);
 
-    // -- waiting threads (release strategy 2) ------------------------------------------------------------------
-    /// Starts `body(session)` on the waiting-thread manager; the thread owns a reference on its session and is known
-    /// here until LeaveWaiting. False when the thread could not be made.
+    // -- waiting threads (release strategy 2)
+    // ------------------------------------------------------------------
+    /// Starts `body(session)` on the waiting-thread manager; the thread owns a reference on its session and
+    /// is known here until LeaveWaiting. False when the thread could not be made.
     bool SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body);
     void LeaveWaiting(EmsSession_IImpl* session);
     /// Wakes every waiting thread, of listed and of unlisted sessions.
     void WakeAllWaiting();
     ACE_Thread_Manager& WaitingThreads() { return waitingThreads_; }
 
-    // -- manager servants ------------------------------------------------------------------------------------
+    // -- manager servants
+    // ------------------------------------------------------------------------------------
     /// Takes a reference on the servant; one already there under the name is replaced and released.
     void RegisterServant(const std::string& name, POA_common::Common_I* servant);
     /// Exact, case-sensitive; borrowed. Null for an unknown or null name.
@@ -102,19 +108,22 @@ class SessionMgr : public ACE_Task_Base {
     /// find_servant with a reference taken under the servant lock, which the caller must `_remove_ref`.
     POA_common::Common_I* pin_servant(const char* name);
 
-    // -- iterators -------------------------------------------------------------------------------------------
+    // -- iterators
+    // -------------------------------------------------------------------------------------------
     /// Lists an activated iterator; takes over one reference. 0, or -1 when the lock failed.
     int list_iterator(PortableServer::ServantBase* iterator);
     /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0 or -1.
     int remove_iterator(PortableServer::ServantBase* iterator);
     std::size_t IteratorCount();
 
-    // -- the request in hand -----------------------------------------------------------------------------------
+    // -- the request in hand
+    // -----------------------------------------------------------------------------------
     /// The tagged session name of the request being served, or an empty text.
     KELP_EXPORT std::string GetNmsIPAddrByContext();
     KELP_EXPORT int GetUserIDByContext();
 
-    // -- event loss, told to every NMS on the next ping round -----------------------------------------------------
+    // -- event loss, told to every NMS on the next ping round
+    // -----------------------------------------------------
     KELP_EXPORT void NotifyEventLossOccurred(const std::string& startTime, const std::string& notificationId);
     KELP_EXPORT void NotifyEventLossCleared(const std::string& endTime);
 
@@ -131,13 +140,18 @@ class SessionMgr : public ACE_Task_Base {
     SessionMgr();
     ~SessionMgr() override;
 
+    void TakeOverServant(const std::string& name, POA_common::Common_I* servant);
+    void ReleaseServants();
+    void LogOutEverybody();
+    void DeregisterUserStateHandler();
     void SetCallTimeouts();
     void RunRound();
     void CheckSession(const ServantRef<EmsSession_IImpl>& session, const EventLoss& loss,
                       std::list<EmsSession_IImpl*>& eraseList);
-    void PrepareForExit(EmsSession_IImpl& session);
+    void PrepareForExit(SessionSource& source);
     EventLoss CurrentEventLoss();
 
+    ACE_Thread_Manager serviceThreads_;
     std::atomic<std::int64_t> pingInterval_{0};
     ACE_Event wakeUp_{0, 0, USYNC_THREAD};
     std::atomic<bool> exitRequested_{false};
@@ -150,13 +164,14 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Thread_Mutex eventLossLock_;
     EventLoss eventLoss_;
     BaseSSHandler userStateHandler_;
-    bool handlerRegistered_ = false;
+    std::atomic<bool> handlerRegistered_{false};
     ACE_Semaphore exitSemaphore_{0, USYNC_THREAD, nullptr, nullptr, 0x7fffffff};
     ACE_Thread_Manager waitingThreads_;
     std::list<EmsSession_IImpl*> sessions_;
-    std::set<EmsSession_IImpl*> waiting_;
+    std::multiset<EmsSession_IImpl*> waiting_;
     ACE_RW_Mutex sessionLock_;
-    /// End of the time that all NMS together get at exit, on the monotonic clock, nanoseconds; 0 before the exit.
+    /// End of the time that all NMS together get at exit, on the monotonic clock, nanoseconds; 0 before the
+    /// exit.
     std::int64_t exitDeadline_ = 0;
 
     static SessionMgr* m_pInstance;

@@ -3,8 +3,10 @@
 namespace kelp::orb {
 
 std::string repositoryId(PortableServer::Servant servant) {
-    const char* id = servant == nullptr ? nullptr : servant->_mostDerivedRepoId();
-    return std::string(id == nullptr ? "" : id);
+    if (servant == nullptr)
+        return {};
+    const char* id = servant->_mostDerivedRepoId();
+    return id == nullptr ? std::string() : std::string(id);
 }
 
 }  // namespace kelp::orb

@@ -1,0 +1,93 @@
+#include "interceptor/corba_request_interceptorimpl.h"
+
+#include "session/emssessionimpl.h"
+#include "util/servantref.h"
+#include "util/tracepoint.h"
+
+#include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/session_name.h>
+#include <kelp/util/thread_context.h>
+
+#include <pthread.h>
+
+#include <cstring>
+#include <exception>
+
+namespace NS_KELPCORBA {
+namespace {
+
+constexpr const char* kSubject = "corba_request_interceptorimpl";
+constexpr int kReleaseBySilence = 2;
+
+/// User name followed by "address:port" of the session that the request belongs to; empty for a request
+/// outside one.
+std::string clientKeyOfRequest() {
+    const std::string context = NS_CORBA::TEUserHelper::GetNmsIPAddrByContext();
+    const NS_UTIL::SelfUtilCommon& tags = *NS_UTIL::SelfUtilCommon::Instance();
+    return tags.GetValByTag(context, "<USERNAME_TAG>", "</USERNAME_TAG>", 14) +
+           tags.GetValByTag(context, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>", 15);
+}
+
+std::string operationOf(const kelp::orb::RequestInfo& ri) {
+    const CORBA::String_var operation = ri.operation();
+    return std::string(operation.in() == nullptr ? "" : operation.in());
+}
+
+/// An NMS calls these two without using its session.
+bool isNoActivity(const std::string& operation) {
+    return operation == "endSession" || operation == "ping";
+}
+
+}  // namespace
+
+void Corba_Request_InterceptorImpl::SetThreadContext(const kelp::orb::RequestInfo* ri) {
+    std::string operation;
+    if (ri != nullptr) {
+        operation = operationOf(*ri);
+    } else {
+        tracePoint(kSubject);
+        NS_CORBA::TaDebugWithPara(1, "[SetThreadContext] ri is null");
+    }
+    NS_UTIL::ThreadContextInfo info;
+    info.SetThreadID(static_cast<int>(pthread_self()));
+    info.SetInterfaceName(operation);
+    info.SetOperUUID("");
+    NS_UTIL::ThreadContextMgr::Instance()->SetThreadContext(info);
+}
+
+void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo* ri) {
+    SetThreadContext(ri);
+    std::string clientKey;
+    try {
+        clientKey = clientKeyOfRequest();
+    } catch (const CORBA::Exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaException(
+            ex,
+            "[Server_Request_Interceptor::receive_request] get CORBA exception while writing "
+            "request operation log !");
+    } catch (...) {
+        tracePoint(kSubject);
+        NS_CORBA::TaDebug(
+            0,
+            "[Server_Request_Interceptor::receive_request] get unknow excpetion while writing request "
+            "operation log !");
+    }
+    if (NS_CORBA::CorbaBaseAgentConfig::Instance()->GetSessionReleaseStrategy() != kReleaseBySilence)
+        return;
+    if (ri == nullptr || isNoActivity(operationOf(*ri)))
+        return;
+    signalSessions(clientKey);
+}
+
+void Corba_Request_InterceptorImpl::signalSessions(const std::string& clientKey) {
+    SessionMgr* sessions = SessionMgr::Existing();
+    std::vector<ServantRef<EmsSession_IImpl>> called;
+    if (sessions == nullptr || !sessions->PinSessionsByClientKey(clientKey, called))
+        return;
+    for (const ServantRef<EmsSession_IImpl>& session : called)
+        session->wakePoint().signalActivity();
+}
+
+}  // namespace NS_KELPCORBA

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <kelp/corbabase/request_interceptor.h>
+
+#include <string>
+
+namespace NS_KELPCORBA {
+
+/// Sets every request's thread context and, under release strategy 2, counts it as a sign of life of the NMS
+/// whose session it belongs to. Stateless; called on the request's thread, concurrently.
+class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
+  public:
+    void receive_request(const kelp::orb::RequestInfo* ri) override;
+    void SetThreadContext(const kelp::orb::RequestInfo* ri) override;
+
+  private:
+    void signalSessions(const std::string& clientKey);
+};
+
+}  // namespace NS_KELPCORBA

@@ -1,0 +1,261 @@
+#include "session/emssessionfactoryimpl.h"
+
+#include "adapter/sessionsource.h"
+#include "adapter/toppoanames.h"
+#include "session/emssessionimpl.h"
+#include "session/waitingthreads.h"
+#include "util/servantref.h"
+#include "util/tracepoint.h"
+
+#include <kelp/agent/corba_agent_config.h>
+#include <kelp/agent/error_translation.h>
+#include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/ior_parser.h>
+#include <kelp/corbabase/ref_count.h>
+#include <kelp/corbabase/security_mgr.h>
+#include <kelp/orb/poas.h>
+
+#include <ace/Guard_T.h>
+#include <ace/Recursive_Thread_Mutex.h>
+#include <ace/Static_Object_Lock.h>
+
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <new>
+
+namespace NS_KELPCORBA {
+namespace {
+
+constexpr const char* kSubject = "emssessionfactoryimpl";
+constexpr int kReleaseByLimit = 1;
+constexpr int kReleaseBySilence = 2;
+
+using CountedSession = NS_CORBA::RefCount_OneParameter<EmsSession_IImpl, SessionSource*>;
+
+std::atomic<EmsSessionFactory_IImpl*> theFactory{nullptr};
+
+NS_CORBA::CorbaBaseAgentConfig& baseConfig() {
+    return *NS_CORBA::CorbaBaseAgentConfig::Instance();
+}
+
+NS_CORBA::CorbaSecurityMgr& security() {
+    return *NS_CORBA::CorbaSecurityMgr::Instance();
+}
+
+void traceNms(const char* format, const std::string& hostInfo, int line = __builtin_LINE()) {
+    tracePoint(kSubject, line);
+    NS_CORBA::TaTrace(format, hostInfo.c_str());
+}
+
+/// "address:port" of the NMS's own session object.
+std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
+    NS_CORBA::IOR_Parser parser;
+    std::string hostInfo;
+    if (!parser.GetHostInfo(client, hostInfo)) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace(
+            "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference failed!");
+        ThrowException(kUnparsableReference);
+    }
+    if (hostInfo.find(':') == std::string::npos)
+        parser.GetIPAndPortInfo(hostInfo);
+    return hostInfo;
+}
+
+/// A session with which a log-in may go on: neither over nor about to be.
+bool isUsable(SessionSource& source) {
+    const std::int32_t state = source.get_state();
+    if (state != Normal && state != SilentWaiting)
+        return false;
+    const PortableServer::POA_var poa = source.get_POA();
+    return !kelp::orb::isDying(poa.in());
+}
+
+/// A session that cannot be handed out after all: out of the list, over, logged out.
+void endUnreachable(const ServantRef<EmsSession_IImpl>& session) {
+    SessionMgr::Instance()->Unlist(session.get());
+    session->source()->set_state(Ended);
+    session->wakePoint().wake();
+    TASessionSource::check_valid(session->source());
+}
+
+emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& session) {
+    try {
+        emsSession::EmsSession_I_var reference = session->_this();
+        if (!CORBA::is_nil(reference.in()))
+            return reference._retn();
+    } catch (const CORBA::Exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaException(ex, "[EmsSessionFactory_IImpl::getEmsSession] Exception raised during _this!");
+    }
+    endUnreachable(session);
+    ThrowException(kInternalFailure);
+    return emsSession::EmsSession_I::_nil();
+}
+
+}  // namespace
+
+/// One log-in on its way.
+struct EmsSessionFactory_IImpl::LogIn {
+    std::string user;
+    std::string password;
+    nmsSession::NmsSession_I_ptr client = nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
+    std::string hostInfo;
+    emsSession::EmsSession_I_var result;
+};
+
+EmsSessionFactory_IImpl* EmsSessionFactory_IImpl::Instance() {
+    if (EmsSessionFactory_IImpl* factory = theFactory.load())
+        return factory;
+    ACE_GUARD_RETURN(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance(),
+                     theFactory.load());
+    if (theFactory.load() == nullptr)
+        theFactory = new EmsSessionFactory_IImpl;
+    return theFactory.load();
+}
+
+void EmsSessionFactory_IImpl::Destroy() {
+    if (EmsSessionFactory_IImpl* factory = theFactory.exchange(nullptr))
+        factory->_remove_ref();
+}
+
+char* EmsSessionFactory_IImpl::getVersion() {
+    return CORBA::string_dup(baseConfig().IDLVersion().c_str());
+}
+
+void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* password,
+                                            nmsSession::NmsSession_I_ptr client,
+                                            emsSession::EmsSession_I_out emsSessionInterface) {
+    if (user == nullptr || password == nullptr || CORBA::is_nil(client))
+        ThrowException(kNullInput);
+    try {
+        LogIn logIn{user, password, client, hostInfoOf(client), {}};
+        const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
+        for (;;) {
+            {
+                // a lock failure sets errno, and the log-in goes on unlocked
+                const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
+                if (ReuseSession(logIn))
+                    break;
+                EndReplacedSession(logIn);
+                if (TopPoaNames::isFree(name)) {
+                    MakeSession(logIn);
+                    KeepSessionLimit();
+                    break;
+                }
+            }
+            // a session of this name is still ending; nobody else's log-in waits for its last call
+            if (!TopPoaNames::waitUntilFree(name, deadline)) {
+                traceNms(
+                    "[EmsSessionFactory_IImpl::getEmsSession] The old session of NMS-<%s> has not ended in "
+                    "time!",
+                    logIn.hostInfo);
+                ThrowException(kInternalFailure);
+            }
+        }
+        emsSessionInterface = logIn.result._retn();
+    } catch (const std::exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace("[EmsSessionFactory_IImpl::getEmsSession] exception: %s", ex.what());
+        ThrowException(kInternalFailure);
+    }
+}
+
+bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
+    if (!CorbaAgentConfig::Instance()->IsUseBTName())
+        return false;
+    const ServantRef<EmsSession_IImpl> session =
+        SessionMgr::Instance()->PinNmsSession(logIn.hostInfo, logIn.user);
+    if (!session || !isUsable(*session->source()))
+        return false;
+    const unsigned long code = security().checkLogin(logIn.hostInfo, logIn.user, logIn.password);
+    if (code != 0) {
+        traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
+        ThrowException(code);
+    }
+    bool waitedSilently = false;
+    if (!session->source()->reuse(logIn.client, waitedSilently))
+        return false;
+    // after the change of state, so that a thread that waits silently sees that the waiting is over
+    if (waitedSilently && baseConfig().GetSessionReleaseStrategy() == kReleaseBySilence &&
+        baseConfig().GetEmsPingMode())
+        session->wakePoint().wake();
+    logIn.result = referenceOf(session);
+    return true;
+}
+
+void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {
+    EmsSession_IImpl* session = SessionMgr::Instance()->GetNmsSession(logIn.hostInfo, logIn.user);
+    if (session == nullptr)
+        return;
+    tracePoint(kSubject);
+    NS_CORBA::TaTrace("[getEmsSession] IP Adress and Port conflict, the session will be destroyed!");
+    session->endSession();
+    SessionMgr::Instance()->RemoveRefLocked(session);
+    traceNms("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<%s>.", logIn.hostInfo);
+}
+
+void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
+    const unsigned long refused = security().Login(logIn.hostInfo, logIn.user, logIn.password);
+    if (refused != 0) {
+        traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
+        ThrowException(refused);
+    }
+    SessionSource* source = SessionSource::create(logIn.hostInfo, logIn.user, logIn.client);
+    if (source == nullptr) {
+        security().Logout(logIn.hostInfo, logIn.user);
+        traceNms("[EmsSessionFactory_IImpl::getEmsSession] Create Session Source for NMS-<%s> Failed!",
+                 logIn.hostInfo);
+        ThrowException(kInternalFailure);
+    }
+    auto* made = new (std::nothrow) CountedSession(source);
+    if (made == nullptr) {
+        delete source;
+        security().Logout(logIn.hostInfo, logIn.user);
+        traceNms("[EmsSessionFactory_IImpl::getEmsSession] Create EMSSession for NMS-<%s> Failed!",
+                 logIn.hostInfo);
+        ThrowException(kInternalFailure);
+    }
+    // two references: the session list's, and this log-in's, which keeps the session until its reference is
+    // made
+    SessionMgr* sessions = SessionMgr::Instance();
+    const auto giveUp = [&](const char* format, unsigned long code) {
+        if (source->claimLogout())
+            security().Logout(logIn.hostInfo, logIn.user);
+        traceNms(format, logIn.hostInfo);
+        sessions->RemoveRefLocked(made);
+        ThrowException(code);
+    };
+    const PortableServer::POA_var rootPoa = baseConfig().GetRootPoa();
+    if (const unsigned long code = source->init(rootPoa.in()))
+        giveUp("[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for NMS-<%s> Failed!",
+               code);
+    const ServantRef<EmsSession_IImpl> session = ServantRef<EmsSession_IImpl>::pin(made);
+    if (sessions->add_emsSession(made) != 0) {
+        TASessionSource::check_valid(source);
+        giveUp("[EmsSessionFactory_IImpl::getEmsSession] Add EMSSession for NMS-<%s> Failed!",
+               kRegistryFailure);
+    }
+    logIn.result = referenceOf(session);
+    if (baseConfig().GetSessionReleaseStrategy() == kReleaseBySilence && !baseConfig().GetEmsPingMode())
+        sessions->SpawnWaiting(session.get(), theWaiting);
+}
+
+void EmsSessionFactory_IImpl::KeepSessionLimit() {
+    if (baseConfig().GetSessionReleaseStrategy() != kReleaseByLimit || baseConfig().GetEmsPingMode())
+        return;
+    const std::vector<ServantRef<EmsSession_IImpl>> sessions = SessionMgr::Instance()->PinSessions();
+    const long excess = static_cast<long>(sessions.size()) - baseConfig().GetMaxSession();
+    for (long i = 0; i < excess && i < static_cast<long>(sessions.size()); ++i) {
+        const ServantRef<EmsSession_IImpl>& oldest = sessions[static_cast<std::size_t>(i)];
+        if (oldest->source() == nullptr)
+            continue;
+        oldest->source()->set_state(Ended);
+        oldest->wakePoint().wake();
+    }
+}
+
+}  // namespace NS_KELPCORBA

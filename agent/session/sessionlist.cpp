@@ -1,0 +1,200 @@
+// The session manager's list of sessions and its waiting threads.
+
+#include <kelp/agent/session_mgr.h>
+
+#include "adapter/sessionsource.h"
+#include "session/emssessionimpl.h"
+#include "util/servantref.h"
+#include "util/tracepoint.h"
+
+#include <kelp/corbabase/security_mgr.h>
+
+#include <ace/Guard_T.h>
+
+#include <algorithm>
+
+namespace NS_KELPCORBA {
+namespace {
+
+constexpr const char* kSubject = "sessionmgr";
+
+// Always for writing, reads included: every look-up of sessions is serialised. When the lock cannot be taken
+// errno says so and the look-ups go ahead.
+using SessionLock = ACE_Write_Guard<ACE_RW_Mutex>;
+
+bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo, const std::string& userName) {
+    const SessionSource* source = session->source();
+    return source != nullptr && source->get_ip_and_port() == hostInfo && source->get_user_name() == userName;
+}
+
+template <class List>
+auto findSession(List& sessions, const std::string& hostInfo, const std::string& userName) {
+    return std::find_if(sessions.begin(), sessions.end(), [&](const EmsSession_IImpl* session) {
+        return belongsTo(session, hostInfo, userName);
+    });
+}
+
+}  // namespace
+
+int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
+    {
+        const SessionLock lock(sessionLock_);
+        if (lock.locked()) {
+            sessions_.push_back(session);
+        } else {
+            tracePoint(kSubject);
+            NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session failed!");
+            return -1;
+        }
+    }
+    tracePoint(kSubject);
+    NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session successfully!");
+    return 0;
+}
+
+int SessionMgr::EraseSessions(const std::list<EmsSession_IImpl*>& sessions) {
+    int erased = 0;
+    const SessionLock lock(sessionLock_);
+    for (EmsSession_IImpl* session : sessions) {
+        const auto found = std::find(sessions_.begin(), sessions_.end(), session);
+        if (found == sessions_.end())
+            continue;
+        const SessionSource* source = session->source();
+        if (source == nullptr || source->get_state() == Normal)
+            continue;
+        sessions_.erase(found);
+        session->_remove_ref();
+        ++erased;
+    }
+    return erased;
+}
+
+EmsSession_IImpl* SessionMgr::GetNmsSession(const std::string& hostInfo, const std::string& userName) {
+    const SessionLock lock(sessionLock_);
+    const auto found = findSession(sessions_, hostInfo, userName);
+    if (found == sessions_.end())
+        return nullptr;
+    EmsSession_IImpl* session = *found;
+    sessions_.erase(found);
+    return session;
+}
+
+EmsSession_IImpl* SessionMgr::GetNmsSessionByNmsInfo(const std::string& hostInfo,
+                                                     const std::string& userName) {
+    const SessionLock lock(sessionLock_);
+    const auto found = findSession(sessions_, hostInfo, userName);
+    return found == sessions_.end() ? nullptr : *found;
+}
+
+ServantRef<EmsSession_IImpl> SessionMgr::PinNmsSession(const std::string& hostInfo,
+                                                       const std::string& userName) {
+    const SessionLock lock(sessionLock_);
+    const auto found = findSession(sessions_, hostInfo, userName);
+    return ServantRef<EmsSession_IImpl>::pin(found == sessions_.end() ? nullptr : *found);
+}
+
+std::vector<ServantRef<EmsSession_IImpl>> SessionMgr::PinSessions() {
+    std::vector<ServantRef<EmsSession_IImpl>> pinned;
+    const SessionLock lock(sessionLock_);
+    pinned.reserve(sessions_.size());
+    for (EmsSession_IImpl* session : sessions_)
+        pinned.push_back(ServantRef<EmsSession_IImpl>::pin(session));
+    return pinned;
+}
+
+bool SessionMgr::PinSessionsByClientKey(const std::string& clientKey,
+                                        std::vector<ServantRef<EmsSession_IImpl>>& sessions) {
+    const SessionLock lock(sessionLock_);
+    if (!lock.locked())
+        return false;
+    for (EmsSession_IImpl* session : sessions_) {
+        const SessionSource* source = session->source();
+        if (source != nullptr && source->get_user_name() + source->get_ip_and_port() == clientKey)
+            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(session));
+    }
+    return true;
+}
+
+void SessionMgr::Unlist(EmsSession_IImpl* session) {
+    const SessionLock lock(sessionLock_);
+    const auto found = std::find(sessions_.begin(), sessions_.end(), session);
+    if (found == sessions_.end())
+        return;
+    sessions_.erase(found);
+    session->_remove_ref();
+}
+
+void SessionMgr::RemoveRefLocked(EmsSession_IImpl* session) {
+    const SessionLock lock(sessionLock_);
+    session->_remove_ref();
+}
+
+std::size_t SessionMgr::SessionCount() {
+    const SessionLock lock(sessionLock_);
+    return sessions_.size();
+}
+
+bool SessionMgr::isAdminAlreadyLoginIn(const std::string& userName) {
+    const SessionLock lock(sessionLock_);
+    return std::any_of(sessions_.begin(), sessions_.end(), [&](const EmsSession_IImpl* session) {
+        return session->source() != nullptr && session->source()->get_user_name() == userName;
+    });
+}
+
+SessionSource* SessionMgr::GetSessionSource(EmsSession_IImpl* session) {
+    return session == nullptr ? nullptr : session->source();
+}
+
+void SessionMgr::LogOutEverybody() {
+    const SessionLock lock(sessionLock_);
+    for (EmsSession_IImpl* session : sessions_) {
+        SessionSource* source = session->source();
+        if (source != nullptr && source->claimLogout())
+            NS_CORBA::CorbaSecurityMgr::Instance()->Logout(source->get_ip_and_port(),
+                                                           source->get_user_name());
+        // the list's reference; kept, the servant would never go
+        session->_remove_ref();
+    }
+    sessions_.clear();
+}
+
+// -- waiting threads
+// -------------------------------------------------------------------------------------------
+
+bool SessionMgr::SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body) {
+    {
+        const SessionLock lock(sessionLock_);
+        session->_add_ref();
+        waiting_.insert(session);
+    }
+    ACE_thread_t thread = 0;
+    if (waitingThreads_.spawn(body, session, THR_NEW_LWP | THR_DETACHED, &thread) == -1) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace("[SessionMgr::SpawnWaiting] The thread that waits for the NMS could not be made!");
+        LeaveWaiting(session);
+        return false;
+    }
+    session->setWaitingThread(static_cast<std::uint32_t>(thread));
+    return true;
+}
+
+void SessionMgr::LeaveWaiting(EmsSession_IImpl* session) {
+    const SessionLock lock(sessionLock_);
+    const auto found = waiting_.find(session);
+    if (found != waiting_.end())
+        waiting_.erase(found);
+    session->_remove_ref();
+}
+
+void SessionMgr::WakeAllWaiting() {
+    std::vector<ServantRef<EmsSession_IImpl>> sessions = PinSessions();
+    {
+        const SessionLock lock(sessionLock_);
+        for (EmsSession_IImpl* session : waiting_)
+            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(session));
+    }
+    for (const ServantRef<EmsSession_IImpl>& session : sessions)
+        session->wakePoint().wake();
+}
+
+}  // namespace NS_KELPCORBA

@@ -26,8 +26,8 @@ struct KELP_EXPORT OrbOptions {
     std::size_t messageBytesMax = 104857600;
     std::string charSet = "UTF-8";       ///< native code set of the char strings
     unsigned connectionsPerServer = 64;  ///< calling side: most connections to one peer
-    std::chrono::milliseconds replyTimeout{
-        60000};  ///< a reply that a client does not read is given up after this
+    /// A reply that a client does not read is given up after this; 0: never.
+    std::chrono::milliseconds replyTimeout{60000};
 };
 
 /// Starts the process's ORB, endpoints open and callers held, with `hook` in place before the first request

@@ -9,8 +9,8 @@
 class ACE_Thread_Manager;
 class KelpAppMgr;
 
-/// A queue of work with worker threads of its own. The order of the virtual operations is the contract with the
-/// modules that derive from it.
+/// A queue of work with worker threads of its own. The order of the virtual operations is the contract with
+/// the modules that derive from it.
 class KELP_EXPORT KelpTaskMgr {
   public:
     using Work = std::function<void()>;
@@ -47,8 +47,8 @@ class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
 class KELP_EXPORT KelpAppMgr {
   public:
     static KelpAppMgr* Instance();
-    /// Takes ownership of a task manager. One of the same type that is there already is ended and replaced (a module
-    /// loaded a second time brings its task manager again).
+    /// Takes ownership of a task manager. One of the same type that is there already is ended and replaced (a
+    /// module loaded a second time brings its task manager again).
     void TMDynInsertTaskMgr(KelpTaskMgr* taskMgr);
     /// The task manager of a type, or null.
     KelpTaskMgr* Find(int type) const;

@@ -14,21 +14,22 @@ namespace NS_BUNDLEMGR1 {
 /// One thing wrong with a configuration file.
 struct KELP_EXPORT ConfigProblem {
     std::string file;
-    int line = 0;           ///< 0 when it concerns the whole file
-    std::string key;        ///< "table.key", empty for a syntax error
-    std::string what;       ///< one sentence
+    int line = 0;      ///< 0 when it concerns the whole file
+    std::string key;   ///< "table.key", empty for a syntax error
+    std::string what;  ///< one sentence
     /// "file:line: key: what"
     std::string text() const;
 };
 
 /// The process's configuration: one TOML file under a schema of known tables and keys with types, ranges and
-/// defaults. The whole configuration is replaced at once by a re-read; a file with a problem replaces nothing.
-/// Every look-up may be made from any thread.
+/// defaults. The whole configuration is replaced at once by a re-read; a file with a problem replaces
+/// nothing. Every look-up may be made from any thread.
 class KELP_EXPORT ConfigStore {
   public:
     static ConfigStore& instance();
 
-    /// Reads a file; unknown tables and keys, wrong types and values out of range are problems. Empty result: taken over.
+    /// Reads a file; unknown tables and keys, wrong types and values out of range are problems. Empty result:
+    /// taken over.
     std::vector<ConfigProblem> load(const std::filesystem::path& file);
     /// The same from text; `name` stands for the file in problems.
     std::vector<ConfigProblem> loadText(const std::string& toml, const std::string& name);
@@ -41,14 +42,15 @@ class KELP_EXPORT ConfigStore {
     static std::vector<ConfigProblem> check(const std::filesystem::path& file);
 
     /// Values of the schema's keys ("session.ping_interval_s"), the default where the file is silent.
-    /// A key that the schema does not have, or has with another type, is a programming error: std::logic_error.
+    /// A key that the schema does not have, or has with another type, is a programming error:
+    /// std::logic_error.
     std::int64_t integer(const std::string& key) const;
     bool flag(const std::string& key) const;
     std::string text(const std::string& key) const;
     std::vector<std::string> texts(const std::string& key) const;
 
-    /// A value of the [agent] table, whose keys the schema lists with their types. None when missing; when the value has
-    /// another type it counts as unreadable: none, and `problem` (if given) says where and why.
+    /// A value of the [agent] table, whose keys the schema lists with their types. None when missing; when
+    /// the value has another type it counts as unreadable: none, and `problem` (if given) says where and why.
     std::optional<std::int64_t> agentInteger(const std::string& key, ConfigProblem* problem = nullptr) const;
     std::optional<std::string> agentText(const std::string& key, ConfigProblem* problem = nullptr) const;
 
@@ -65,7 +67,8 @@ class KELP_EXPORT ConfigStore {
     std::unique_ptr<State> state_;
 };
 
-/// The default for every path that is not configured: under $STATE_DIRECTORY (systemd), else $XDG_STATE_HOME/kelp, else
+/// The default for every path that is not configured: under $STATE_DIRECTORY (systemd), else
+/// $XDG_STATE_HOME/kelp, else
 /// ~/.local/state/kelp.
 KELP_EXPORT std::filesystem::path defaultStateDirectory();
 
@@ -73,7 +76,8 @@ KELP_EXPORT std::filesystem::path defaultStateDirectory();
 class KELP_EXPORT CorbaConfigItems {
   public:
     static CorbaConfigItems* Instance();
-    /// False when the key is missing or no integer (a wrong type is traced with file and line); `value` is then unchanged.
+    /// False when the key is missing or no integer (a wrong type is traced with file and line); `value` is
+    /// then unchanged.
     bool GetIntItemInfo(const std::string& key, int& value) const;
     /// False when the key is missing or no text; `value` is then unchanged.
     bool GetStrItemInfo(const std::string& key, std::string& value) const;

@@ -8,15 +8,15 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// The general failure of a platform service call. Never crosses the CORBA boundary; catchers go by the dynamic type.
+/// The general failure of a platform service call. Never crosses the CORBA boundary; catchers go by the
+/// dynamic type: `what` is the inherited one.
 class KELP_EXPORT ProcessException : public std::exception {
   public:
     ProcessException();
-    /// Takes the numbers and inserts the source's stream buffers into the new streams, which moves the source's
-    /// read positions; hence the non-const reference.
+    /// Takes the numbers and inserts the source's stream buffers into the new streams, which moves the
+    /// source's read positions; hence the non-const reference.
     ProcessException(ProcessException& other);
     ~ProcessException() override;
-    const char* what() const noexcept override;
 
     std::int32_t code = 0;
     std::int32_t detail = 0;
@@ -32,7 +32,6 @@ class KELP_EXPORT InterfaceNotExistException : public ProcessException {
     InterfaceNotExistException();
     InterfaceNotExistException(InterfaceNotExistException& other);
     ~InterfaceNotExistException() override;
-    const char* what() const noexcept override;
 };
 
 }  // namespace NS_BUNDLEMGR1

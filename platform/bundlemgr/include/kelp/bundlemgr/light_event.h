@@ -31,7 +31,8 @@ class KELP_EXPORT LightEventHandler : public ACE_Event_Handler {
     virtual void DoWork(int eventId, const LightEventData* data) = 0;
 };
 
-/// Number of the event "a user's account became invalid for a live log-in": values "IP", "PORT" and "USN" (user name).
+/// Number of the event "a user's account became invalid for a live log-in": values "IP", "PORT" and "USN"
+/// (user name).
 inline constexpr int kUserStateChangeEvent = 119;
 
 /// In-process events by number, delivered to registered handlers on a thread of its own, in order.

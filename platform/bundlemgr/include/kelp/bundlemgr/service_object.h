@@ -30,9 +30,9 @@ class KELP_EXPORT NULLServiceInterface : public ServiceInterface {
     int GetInterfaceVersion() const override;       ///< 0
 };
 
-/// Base of a bundle's service object. The bundle manager drives it: `init`, later `Shutdown` (only after an `init` that
-/// returned 0), `fini`, and the deleter that the factory function handed out. The order of the virtual operations
-/// is the binary contract with the host.
+/// Base of a bundle's service object. The bundle manager drives it: `init`, later `Shutdown` (only after an
+/// `init` that returned 0), `fini`, and the deleter that the factory function handed out. The order of the
+/// virtual operations is the binary contract with the host.
 class KELP_EXPORT ServiceObjectBase : public ACE_Service_Object {
   public:
     ServiceObjectBase(const char* bundleName, const char* serviceName);

@@ -13,23 +13,25 @@
 
 namespace NS_CORBA {
 
-/// The agent's base configuration: owns the ORB and the root POA, answers the platform settings (from the configuration
-/// store, read anew at Init and on reload), keeps the managers that bundles enter, and registers the session factory in the
-/// naming service. One for the process; it outlives the agent's start and stop. Callable from any thread.
+/// The agent's base configuration: owns the ORB and the root POA, answers the platform settings (from the
+/// configuration store, read anew at Init and on reload), keeps the managers that bundles enter, and
+/// registers the session factory in the naming service. One for the process; it outlives the agent's start
+/// and stop. Callable from any thread.
 class KELP_EXPORT CorbaBaseAgentConfig {
   public:
     static CorbaBaseAgentConfig* Instance();
 
-    /// Reads the settings and starts the ORB, with the interception of requests in place before the first can arrive.
-    /// False, traced with the reason, when a setting is unusable or an endpoint cannot be opened. Calling it again
-    /// while the ORB runs keeps the ORB.
+    /// Reads the settings and starts the ORB, with the interception of requests in place before the first can
+    /// arrive. False, traced with the reason, when a setting is unusable or an endpoint cannot be opened.
+    /// Calling it again while the ORB runs keeps the ORB.
     bool Init(const char* bundleName);
 
     /// New duplicates, which the caller owns. Throw CORBA::BAD_INV_ORDER while no ORB runs.
     CORBA::ORB_ptr GetOrb() const;
     PortableServer::POA_ptr GetRootPoa() const;
 
-    // -- managers, entered by bundles before the agent starts ------------------------------------------------
+    // -- managers, entered by bundles before the agent starts
+    // ------------------------------------------------
     /// The interface stays the bundle's, which leaves it in place until the agent has stopped.
     void EnterManagerInterface(CorbaI* managerInterface);
     void LeaveManagerInterface(CorbaI* managerInterface);
@@ -44,28 +46,29 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     const NorthMgrMap* GetNorthMgrMap() const;
 
     // -- requests ----------------------------------------------------------------------------------------
-    /// From here on every request passes `interceptor`, those that have been waiting for it first. Null takes it out
-    /// again: callers then get CORBA::TRANSIENT; returns after the calls running inside the interceptor have left it.
+    /// From here on every request passes `interceptor`, those that have been waiting for it first. Null takes
+    /// it out again: callers then get CORBA::TRANSIENT; returns after the calls running inside the
+    /// interceptor have left it.
     void SetReqInterceptorImpl(RequestInterceptorBase* interceptor);
-    /// True when the caller's address lies in an allowed OSS network. `ipv4` in host byte order; 0 means that the peer
-    /// has no IPv4 address: then the IPv6 address of the request in hand decides.
+    /// True when the caller's address lies in an allowed OSS network. `ipv4` in host byte order; 0 means that
+    /// the peer has no IPv4 address: then the IPv6 address of the request in hand decides.
     bool IsValidOssIP(std::uint32_t ipv4) const;
 
     // -- sessions ----------------------------------------------------------------------------------------
-    int GetSessionReleaseStrategy() const;   ///< 0 none, 1 limit, 2 silence
-    bool GetEmsPingMode() const;             ///< the EMS pings its NMS
-    int TimeInterval() const;                ///< ping interval, seconds
-    int TimeOut() const;                     ///< limit of a call to an NMS, seconds
-    int GetSilentTime() const;               ///< seconds an unreachable or silent NMS is waited for
+    int GetSessionReleaseStrategy() const;  ///< 0 none, 1 limit, 2 silence
+    bool GetEmsPingMode() const;            ///< the EMS pings its NMS
+    int TimeInterval() const;               ///< ping interval, seconds
+    int TimeOut() const;                    ///< limit of a call to an NMS, seconds
+    int GetSilentTime() const;              ///< seconds an unreachable or silent NMS is waited for
     int GetMaxSession() const;
-    int IteratorRestriction() const;         ///< soft limit of open iterators
-    int IteratorNum() const;                 ///< hard limit of open iterators
+    int IteratorRestriction() const;  ///< soft limit of open iterators
+    int IteratorNum() const;          ///< hard limit of open iterators
 
     // -- identity, times ----------------------------------------------------------------------------------
-    std::string EmsName() const;             ///< CompanyName/EMSName (TMF 814 SD1-43)
-    std::string IDLVersion() const;          ///< such as "3.5"
-    int TimeShowAppearance() const;          ///< 0 compact, 1 slashed
-    int TimeZoneRefPoint() const;            ///< 0 UTC, otherwise local
+    std::string EmsName() const;     ///< CompanyName/EMSName (TMF 814 SD1-43)
+    std::string IDLVersion() const;  ///< such as "3.5"
+    int TimeShowAppearance() const;  ///< 0 compact, 1 slashed
+    int TimeZoneRefPoint() const;    ///< 0 UTC, otherwise local
 
     // -- time-outs, in units of 100 ns --------------------------------------------------------------------
     /// Limit of the calling thread's outgoing calls, connecting included. False when the ORB refuses.
@@ -74,7 +77,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     bool SetORBTimeOutPolicy(CORBA::ORB_ptr orb, std::uint64_t limit100ns);
 
     // -- naming and notification services -----------------------------------------------------------------
-    int GetSSLMode() const;                  ///< 0 off, 1 TLS beside TCP, 2 TLS only
+    int GetSSLMode() const;  ///< 0 off, 1 TLS beside TCP, 2 TLS only
     /// Reads host and port of the naming service anew.
     void UpdateNamingServiceParams();
     void GetNamingServiceAddr(std::string& host, int& port, bool ssl) const;
@@ -83,8 +86,8 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     void GetNotifyServiceAddr(std::string& host, int& port, bool ssl) const;
     /// The factory's name: Class, Vendor, EmsInstance, Version and EmsSessionFactory_I (TMF 814 SD1-43).
     void ConstructEmsFactoryName(CosNaming::Name& name) const;
-    /// Binds the reference, making missing contexts and replacing what is bound. Bounded by the calling thread's limit
-    /// or 2 s a call; never throws. False, traced with the reason, when it could not be bound.
+    /// Binds the reference, making missing contexts and replacing what is bound. Bounded by the calling
+    /// thread's limit or 2 s a call; never throws. False, traced with the reason, when it could not be bound.
     bool RegistEMSFactoryName(CORBA::Object_ptr factory);
     /// Unbinds the name if it is still bound to the reference bound last. Bounded likewise; never throws.
     void UnRegistEMSFactoryName();

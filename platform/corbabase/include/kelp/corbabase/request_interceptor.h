@@ -5,8 +5,8 @@
 
 namespace NS_CORBA {
 
-/// What the agent does with every request before its servant runs; called on the request's thread, concurrently.
-/// The order of the virtual operations is the contract with the agent.
+/// What the agent does with every request before its servant runs; called on the request's thread,
+/// concurrently. The order of the virtual operations is the contract with the agent.
 class KELP_EXPORT RequestInterceptorBase {
   public:
     virtual ~RequestInterceptorBase();

@@ -10,19 +10,21 @@
 
 namespace NS_CORBA {
 
-/// How the supplier manager calls the agent back. The order of the virtual operations is the contract with the agent.
+/// How the supplier manager calls the agent back. The order of the virtual operations is the contract with
+/// the agent.
 class KELP_EXPORT CallBackProcessBase {
   public:
     virtual ~CallBackProcessBase();
     virtual void OnEventLossCleared(const std::string& endTime) = 0;
     virtual void OnEventLossOccurred(const std::string& startTime, const std::string& notificationId) = 0;
-    /// Called once events are delivered, which needs a channel; an agent that does not answer yet leaves it as it is.
+    /// Called once events are delivered, which needs a channel; an agent that does not answer yet leaves it
+    /// as it is.
     virtual void FormatAlarmLog(std::stringstream& out, const CosNotification::StructuredEvent& event);
     virtual void SendHeartbeat();
 };
 
-/// The way to the notification channel. Without a channel (there is none yet) it takes no events and has no consumers to
-/// check.
+/// The way to the notification channel. Without a channel (there is none yet) it takes no events and has no
+/// consumers to check.
 class KELP_EXPORT SuppilerMgr {
   public:
     static SuppilerMgr* Instance();

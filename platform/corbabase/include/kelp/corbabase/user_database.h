@@ -16,7 +16,7 @@ struct KELP_EXPORT UserAccount {
     std::int64_t id = 0;
     std::string name;
     bool enabled = true;
-    std::int64_t createdUtc = 0;           ///< seconds since the epoch
+    std::int64_t createdUtc = 0;  ///< seconds since the epoch
     std::int64_t passwordChangedUtc = 0;
 };
 
@@ -26,23 +26,32 @@ struct KELP_EXPORT HashCost {
     std::uint32_t passes = 2;
 };
 
-/// The accounts' SQLite database, shared by the agent and the operator's tool (separate processes). Operations throw
-/// std::runtime_error with one clear sentence. Not for concurrent use of one object.
+/// The accounts' SQLite database, shared by the agent and the operator's tool (separate processes).
+/// Operations throw std::runtime_error with one clear sentence, also when another process has locked the file
+/// for more than 2 s. Not for concurrent use of one object.
 class KELP_EXPORT UserDatabase {
   public:
-    /// Opens the file, making it (mode 0600) and its tables when missing.
-    explicit UserDatabase(const std::filesystem::path& file);
+    enum class Missing { IsMade, IsAnError };
+
+    /// Opens the file. A missing one is made (mode 0600, with its folder and tables) unless that is an error.
+    explicit UserDatabase(const std::filesystem::path& file, Missing missing = Missing::IsMade);
     ~UserDatabase();
     UserDatabase(const UserDatabase&) = delete;
     UserDatabase& operator=(const UserDatabase&) = delete;
 
+    /// A name has 1 to 64 bytes of UTF-8 without control characters and without '<' and '>', which would make
+    /// the tagged session name ambiguous. A password has 1 to 1024 bytes.
     void add(const std::string& name, const std::string& password, const HashCost& cost);
     void setPassword(const std::string& name, const std::string& password, const HashCost& cost);
     void setEnabled(const std::string& name, bool enabled);
     void remove(const std::string& name);
     std::vector<UserAccount> list();
     std::optional<UserAccount> find(const std::string& name);
-    /// Compares in constant time. An unknown user costs the same time and gives false.
+    /// The account if the password is right, disabled or not. Compares in constant time; an unknown user
+    /// costs the same time. `cost` is that of the hashes stored.
+    std::optional<UserAccount> authenticate(const std::string& name, const std::string& password,
+                                            const HashCost& cost);
+    /// authenticate() as a question.
     bool passwordMatches(const std::string& name, const std::string& password, const HashCost& cost);
 
   private:

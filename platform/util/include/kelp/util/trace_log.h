@@ -49,6 +49,8 @@ class KELP_EXPORT TraceLog {
     /// be opened again. Happens by itself when the process exits.
     void close();
 
+    bool isOpen() const;
+
     /// Clamped to 0..3.
     void setLevel(int level);
     int level() const;

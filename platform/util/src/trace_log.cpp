@@ -135,6 +135,11 @@ void TraceLog::close() {
         writer->stop();
 }
 
+bool TraceLog::isOpen() const {
+    const std::lock_guard guard(log().mutex);
+    return log().writer != nullptr;
+}
+
 void TraceLog::setLevel(int level) {
     log().level = std::clamp(level, 0, kLevelMax);
 }

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <kelp/orb/orb.h>
+
+#include <optional>
+#include <string>
+
+namespace NS_CORBA {
+
+/// How sessions are watched and ended. Read as one when the ORB starts and kept until it starts again.
+struct SessionSettings {
+    int releaseStrategy = 0;
+    bool pingMode = true;
+    int pingIntervalS = 60;
+    int callTimeoutS = 10;
+    int silentTimeS = 1800;
+};
+
+SessionSettings readSessionSettings();
+
+/// [orb] and [tls] as options for the ORB. None, with the reason, when they do not fit together or a file
+/// that they name cannot be read.
+std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot);
+
+/// The reason why the configured EMS name or version cannot be a naming path; empty when it can.
+std::string problemOfEmsIdentity();
+
+/// The configured addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843 (TLS)".
+std::string listenText(const kelp::orb::OrbOptions& options);
+
+/// Host, plain port and TLS port of a service that the agent uses.
+struct ServiceAddress {
+    std::string host;
+    int port = 0;
+    int sslPort = 0;
+};
+
+/// The address in a table of the configuration ("naming", "notification").
+ServiceAddress readServiceAddress(const std::string& table);
+
+}  // namespace NS_CORBA

@@ -1,0 +1,92 @@
+#include "interception_adapter.h"
+
+#include <kelp/corbabase/trace.h>
+#include <kelp/util/thread_context.h>
+
+#include <exception>
+
+namespace NS_CORBA {
+
+void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
+    std::unique_lock lock(mutex_);
+    gate_ = interceptor != nullptr ? Gate::Waiting : Gate::Refusing;
+    interceptor_ = nullptr;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return inside_ == 0; });
+    if (interceptor != nullptr) {
+        interceptor_ = interceptor;
+        gate_ = Gate::Open;
+        changed_.notify_all();
+    }
+}
+
+void InterceptionAdapter::reset() {
+    const std::lock_guard guard(mutex_);
+    gate_ = Gate::Waiting;
+    interceptor_ = nullptr;
+}
+
+void InterceptionAdapter::refuse() {
+    const std::lock_guard guard(mutex_);
+    gate_ = Gate::Refusing;
+    changed_.notify_all();
+}
+
+void InterceptionAdapter::admit() {
+    const std::lock_guard guard(mutex_);
+    if (interceptor_ != nullptr)
+        gate_ = Gate::Open;
+    changed_.notify_all();
+}
+
+void InterceptionAdapter::received(const kelp::orb::RequestInfo&) {
+    std::unique_lock lock(mutex_);
+    waitUntilOpen(lock);
+}
+
+void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
+    struct Visit {
+        explicit Visit(InterceptionAdapter& entered) : adapter(entered), interceptor(entered.enter()) {}
+        ~Visit() { adapter.leave(); }
+        InterceptionAdapter& adapter;
+        RequestInterceptorBase* interceptor;
+    };
+    const Visit visit(*this);
+    try {
+        visit.interceptor->receive_request(&request);
+    } catch (const CORBA::Exception&) {
+        NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+        throw;
+    } catch (const std::exception& failure) {
+        GetTss()->Set("interceptionadapter", "unknown", __LINE__);
+        TaTrace("[InterceptionAdapter::dispatching] The request interceptor failed: %s", failure.what());
+        NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+        throw CORBA::INTERNAL();
+    }
+}
+
+void InterceptionAdapter::finished(const kelp::orb::RequestInfo&) noexcept {
+    NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+}
+
+RequestInterceptorBase* InterceptionAdapter::enter() {
+    std::unique_lock lock(mutex_);
+    waitUntilOpen(lock);
+    ++inside_;
+    return interceptor_;
+}
+
+void InterceptionAdapter::leave() {
+    const std::lock_guard guard(mutex_);
+    if (--inside_ == 0 && gate_ != Gate::Open)
+        changed_.notify_all();
+}
+
+void InterceptionAdapter::waitUntilOpen(std::unique_lock<std::mutex>& lock) {
+    if (gate_ == Gate::Waiting)
+        changed_.wait(lock, [this] { return gate_ != Gate::Waiting; });
+    if (gate_ == Gate::Refusing)
+        throw CORBA::TRANSIENT();
+}
+
+}  // namespace NS_CORBA

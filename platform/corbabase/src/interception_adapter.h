@@ -1,0 +1,44 @@
+#pragma once
+
+#include <kelp/corbabase/request_interceptor.h>
+#include <kelp/orb/request.h>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace NS_CORBA {
+
+/// Between the ORB's request hook and the agent's interceptor. Requests wait until an interceptor is set,
+/// pass it then, and are refused with TRANSIENT after it was taken out.
+class InterceptionAdapter final : public kelp::orb::RequestHook {
+  public:
+    /// Sets the interceptor and lets waiting requests through; null refuses requests from here on. Returns
+    /// after the calls running inside the former interceptor have left it. Not to be called from inside an
+    /// interceptor.
+    void set(RequestInterceptorBase* interceptor);
+    /// Back to the beginning: requests wait. For a newly started ORB.
+    void reset();
+    /// Refuses the requests that wait and those still to come, whether or not an interceptor is set.
+    void refuse();
+    /// Ends refuse() when an interceptor is set.
+    void admit();
+
+    void received(const kelp::orb::RequestInfo& request) override;
+    void dispatching(const kelp::orb::RequestInfo& request) override;
+    void finished(const kelp::orb::RequestInfo& request) noexcept override;
+
+  private:
+    enum class Gate { Waiting, Open, Refusing };
+
+    RequestInterceptorBase* enter();
+    void leave();
+    void waitUntilOpen(std::unique_lock<std::mutex>& lock);
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    Gate gate_ = Gate::Waiting;  // these three are guarded by mutex_
+    RequestInterceptorBase* interceptor_ = nullptr;
+    unsigned inside_ = 0;
+};
+
+}  // namespace NS_CORBA

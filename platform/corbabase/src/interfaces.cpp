@@ -1,0 +1,13 @@
+// Out-of-line destructors: the one home of each interface's type information.
+#include <kelp/corbabase/manager_interface.h>
+#include <kelp/corbabase/request_interceptor.h>
+#include <kelp/corbabase/supplier_mgr.h>
+
+namespace NS_CORBA {
+
+CorbaI::~CorbaI() = default;
+NorthMgrFactory::~NorthMgrFactory() = default;
+RequestInterceptorBase::~RequestInterceptorBase() = default;
+CallBackProcessBase::~CallBackProcessBase() = default;
+
+}  // namespace NS_CORBA

@@ -1,0 +1,78 @@
+#include "manager_registry.h"
+
+#include <algorithm>
+
+namespace NS_CORBA {
+
+void ManagerRegistry::waitUntilMine(Lock& lock) {
+    released_.wait(lock, [this] { return holds_ == 0 || holder_ == std::this_thread::get_id(); });
+}
+
+void ManagerRegistry::enter(CorbaI* managerInterface) {
+    if (managerInterface == nullptr)
+        return;
+    Lock lock(mutex_);
+    waitUntilMine(lock);
+    everEntered_ = true;
+    if (std::find(interfaces_.begin(), interfaces_.end(), managerInterface) == interfaces_.end())
+        interfaces_.push_back(managerInterface);
+}
+
+void ManagerRegistry::leave(CorbaI* managerInterface) {
+    Lock lock(mutex_);
+    waitUntilMine(lock);
+    interfaces_.remove(managerInterface);
+}
+
+const MGRList* ManagerRegistry::hold() {
+    Lock lock(mutex_);
+    waitUntilMine(lock);
+    if (!everEntered_)
+        return nullptr;
+    holder_ = std::this_thread::get_id();
+    ++holds_;
+    return &interfaces_;
+}
+
+void ManagerRegistry::release() {
+    const Lock lock(mutex_);
+    if (holds_ == 0 || holder_ != std::this_thread::get_id())
+        return;
+    if (--holds_ == 0)
+        released_.notify_all();
+}
+
+NorthMgrMap& ManagerRegistry::changeableFactories() {
+    if (factoryMaps_.empty()) {
+        factoryMaps_.emplace_back();
+    } else if (lastHandedOut_) {
+        NorthMgrMap copy = factoryMaps_.back();
+        factoryMaps_.push_back(std::move(copy));
+    }
+    lastHandedOut_ = false;
+    return factoryMaps_.back();
+}
+
+bool ManagerRegistry::enter(const std::string& name, NorthMgrFactory* factory) {
+    const Lock lock(mutex_);
+    if (!factoryMaps_.empty() && factoryMaps_.back().contains(name))
+        return false;
+    changeableFactories().emplace(name, factory);
+    return true;
+}
+
+void ManagerRegistry::leave(const std::string& name) {
+    const Lock lock(mutex_);
+    if (!factoryMaps_.empty() && factoryMaps_.back().contains(name))
+        changeableFactories().erase(name);
+}
+
+const NorthMgrMap* ManagerRegistry::factories() {
+    const Lock lock(mutex_);
+    if (factoryMaps_.empty())
+        return nullptr;
+    lastHandedOut_ = true;
+    return &factoryMaps_.back();
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+
+#include <mutex>
+#include <string>
+
+#include <cos/CosNaming.h>
+
+namespace NS_CORBA {
+
+/// The factory's entry in the naming service. Every call is bounded; nothing throws. Callable from any
+/// thread.
+class NamingRegistration {
+  public:
+    /// Binds `factory` under `name` in the naming service at `address` (a corbaloc text), making missing
+    /// contexts and replacing what is bound. False, traced with the reason, when that failed.
+    bool bind(CORBA::ORB_ptr orb, const std::string& address, const CosNaming::Name& name,
+              CORBA::Object_ptr factory);
+    /// Takes the entry bound last out again if the name still leads to it.
+    void unbind(CORBA::ORB_ptr orb, const std::string& address);
+
+  private:
+    std::mutex mutex_;
+    CosNaming::Name name_;  // these two are guarded by mutex_
+    CORBA::Object_var bound_;
+};
+
+/// The naming path of a session factory (TMF 814 SD1-43): contexts Class, Vendor, EmsInstance and Version,
+/// and the object.
+void constructFactoryName(const std::string& emsName, const std::string& version, CosNaming::Name& name);
+
+}  // namespace NS_CORBA

@@ -1,0 +1,296 @@
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/user_database.h>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "password_hash.h"
+#include "user_name.h"
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr int kBusyTimeoutMs = 2000;
+constexpr int kSchemaVersion = 1;
+/// "KUSR" in the file's header (PRAGMA application_id): another program's database is not taken for ours.
+constexpr int kApplicationId = 0x4B555352;
+
+constexpr const char* kSchema = R"(
+CREATE TABLE user (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    name TEXT NOT NULL UNIQUE,
+    password_hash TEXT NOT NULL,
+    enabled INTEGER NOT NULL DEFAULT 1,
+    created_utc INTEGER NOT NULL,
+    password_changed_utc INTEGER NOT NULL
+) STRICT;
+)";
+
+constexpr const char* kSelect =
+    "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash FROM user";
+
+std::int64_t nowUtc() {
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+std::string systemText(int error) {
+    return std::generic_category().message(error);
+}
+
+/// Makes an empty file that only its owner can read. One that is there already stays as it is.
+void makePrivateFile(const std::filesystem::path& file) {
+    std::error_code error;
+    if (file.has_parent_path())
+        std::filesystem::create_directories(file.parent_path(), error);
+    if (error)
+        throw std::runtime_error("user database " + file.string() +
+                                 ": cannot make its folder: " + error.message());
+    const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (fd < 0)
+        throw std::runtime_error("user database " + file.string() +
+                                 ": cannot be opened: " + systemText(errno));
+    ::close(fd);
+}
+
+UserAccount accountOf(SQLite::Statement& row) {
+    UserAccount account;
+    account.id = row.getColumn(0).getInt64();
+    account.name = row.getColumn(1).getString();
+    account.enabled = row.getColumn(2).getInt() != 0;
+    account.createdUtc = row.getColumn(3).getInt64();
+    account.passwordChangedUtc = row.getColumn(4).getInt64();
+    return account;
+}
+
+void requireUsablePassword(const std::string& password) {
+    if (password.empty())
+        throw std::runtime_error("the password must not be empty");
+    if (password.size() > kPasswordBytesMax)
+        throw std::runtime_error("the password must have at most " + std::to_string(kPasswordBytesMax) +
+                                 " bytes");
+}
+
+void requireUsableName(const std::string& name) {
+    if (const std::string problem = problemOfUserName(name); !problem.empty())
+        throw std::runtime_error(problem);
+}
+
+}  // namespace
+
+struct UserDatabase::State {
+    std::filesystem::path path;
+    SQLite::Database database;
+
+    explicit State(const std::filesystem::path& file)
+        : path(file), database(file.string(), SQLite::OPEN_READWRITE, kBusyTimeoutMs) {}
+
+    void prepareSchema();
+    void checkSchema();
+    void changeOne(SQLite::Statement& statement, const std::string& name);
+};
+
+namespace {
+
+/// SQLite's failure in one sentence that names the file.
+[[noreturn]] void rethrow(const std::filesystem::path& file, const SQLite::Exception& failure) {
+    const std::string subject = "user database " + file.string();
+    switch (failure.getErrorCode()) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            throw std::runtime_error(subject + " is locked by another process");
+        case SQLITE_NOTADB:
+        case SQLITE_CORRUPT:
+            throw std::runtime_error(subject + " is damaged: " + failure.getErrorStr());
+        case SQLITE_READONLY:
+            throw std::runtime_error(subject + " is read-only");
+        default:
+            throw std::runtime_error(subject + ": " + failure.what());
+    }
+}
+
+template <class Body>
+auto translated(const std::filesystem::path& file, Body body) {
+    try {
+        return body();
+    } catch (const SQLite::Exception& failure) {
+        rethrow(file, failure);
+    }
+}
+
+int pragma(SQLite::Database& database, const char* name) {
+    return database.execAndGet(std::string("PRAGMA ") + name).getInt();
+}
+
+bool hasTables(SQLite::Database& database) {
+    return database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() > 0;
+}
+
+}  // namespace
+
+UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
+    if (missing == Missing::IsMade)
+        makePrivateFile(file);
+    else if (std::error_code error; !std::filesystem::exists(file, error))
+        throw std::runtime_error("user database " + file.string() + " does not exist");
+    translated(file, [&] {
+        state_ = std::make_unique<State>(file);
+        if (missing == Missing::IsMade)
+            state_->prepareSchema();
+        state_->checkSchema();
+    });
+}
+
+UserDatabase::~UserDatabase() = default;
+
+void UserDatabase::State::prepareSchema() {
+    if (pragma(database, "user_version") != 0)
+        return;
+    // two programs may find the file empty at the same moment: the second looks again inside its transaction
+    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+    if (pragma(database, "user_version") != 0 || hasTables(database))
+        return;
+    database.exec(kSchema);
+    database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
+    database.exec("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    transaction.commit();
+}
+
+void UserDatabase::State::checkSchema() {
+    if (pragma(database, "application_id") != kApplicationId)
+        throw std::runtime_error(path.string() + " is not a user database");
+    const int version = pragma(database, "user_version");
+    if (version != kSchemaVersion)
+        throw std::runtime_error("user database " + path.string() + " has schema version " +
+                                 std::to_string(version) + "; this program knows version " +
+                                 std::to_string(kSchemaVersion));
+}
+
+void UserDatabase::State::changeOne(SQLite::Statement& statement, const std::string& name) {
+    if (statement.exec() == 0)
+        throw std::runtime_error("there is no user \"" + name + "\"");
+}
+
+void UserDatabase::add(const std::string& name, const std::string& password, const HashCost& cost) {
+    requireUsableName(name);
+    requireUsablePassword(password);
+    if (find(name))
+        throw std::runtime_error("user \"" + name + "\" exists already");
+    const std::string hash = hashOfPassword(password, cost);
+    translated(state_->path, [&] {
+        SQLite::Statement insert(state_->database,
+                                 "INSERT INTO user (name, password_hash, created_utc, password_changed_utc) "
+                                 "VALUES (?1, ?2, ?3, ?3) ON CONFLICT (name) DO NOTHING");
+        insert.bind(1, name);
+        insert.bind(2, hash);
+        insert.bind(3, nowUtc());
+        if (insert.exec() == 0)
+            throw std::runtime_error("user \"" + name + "\" exists already");
+    });
+}
+
+void UserDatabase::setPassword(const std::string& name, const std::string& password, const HashCost& cost) {
+    requireUsablePassword(password);
+    const std::string hash = hashOfPassword(password, cost);
+    translated(state_->path, [&] {
+        SQLite::Statement update(
+            state_->database,
+            "UPDATE user SET password_hash = ?2, password_changed_utc = ?3 WHERE name = ?1");
+        update.bind(1, name);
+        update.bind(2, hash);
+        update.bind(3, nowUtc());
+        state_->changeOne(update, name);
+    });
+}
+
+void UserDatabase::setEnabled(const std::string& name, bool enabled) {
+    translated(state_->path, [&] {
+        SQLite::Statement update(state_->database, "UPDATE user SET enabled = ?2 WHERE name = ?1");
+        update.bind(1, name);
+        update.bind(2, enabled ? 1 : 0);
+        state_->changeOne(update, name);
+    });
+}
+
+void UserDatabase::remove(const std::string& name) {
+    translated(state_->path, [&] {
+        SQLite::Statement removal(state_->database, "DELETE FROM user WHERE name = ?1");
+        removal.bind(1, name);
+        state_->changeOne(removal, name);
+    });
+}
+
+std::vector<UserAccount> UserDatabase::list() {
+    return translated(state_->path, [&] {
+        std::vector<UserAccount> accounts;
+        SQLite::Statement query(state_->database, std::string(kSelect) + " ORDER BY name");
+        while (query.executeStep())
+            accounts.push_back(accountOf(query));
+        return accounts;
+    });
+}
+
+std::optional<UserAccount> UserDatabase::find(const std::string& name) {
+    return translated(state_->path, [&]() -> std::optional<UserAccount> {
+        SQLite::Statement query(state_->database, std::string(kSelect) + " WHERE name = ?1");
+        query.bind(1, name);
+        if (!query.executeStep())
+            return std::nullopt;
+        return accountOf(query);
+    });
+}
+
+std::optional<UserAccount> UserDatabase::authenticate(const std::string& name, const std::string& password,
+                                                      const HashCost& cost) {
+    std::string hash;
+    // the statement ends before the hashing, so that the file is not locked meanwhile
+    std::optional<UserAccount> account = translated(state_->path, [&]() -> std::optional<UserAccount> {
+        SQLite::Statement query(state_->database, std::string(kSelect) + " WHERE name = ?1");
+        query.bind(1, name);
+        if (!query.executeStep())
+            return std::nullopt;
+        hash = query.getColumn(5).getString();
+        return accountOf(query);
+    });
+    const bool isTooLong = password.size() > kPasswordBytesMax;
+    const std::string& tried = isTooLong ? password.substr(0, kPasswordBytesMax) : password;
+    if (!account) {
+        spendPasswordCheck(tried, cost);
+        return std::nullopt;
+    }
+    if (!isPasswordOf(hash, tried) || isTooLong)
+        return std::nullopt;
+    return account;
+}
+
+bool UserDatabase::passwordMatches(const std::string& name, const std::string& password,
+                                   const HashCost& cost) {
+    return authenticate(name, password, cost).has_value();
+}
+
+std::filesystem::path userDatabaseFile() {
+    const std::string configured = NS_BUNDLEMGR1::ConfigStore::instance().text("security.database");
+    return configured.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "users.db"
+                              : std::filesystem::path(configured);
+}
+
+HashCost configuredHashCost() {
+    const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
+    HashCost cost;
+    cost.memoryKib = static_cast<std::uint32_t>(config.integer("security.hash_memory_kib"));
+    cost.passes = static_cast<std::uint32_t>(config.integer("security.hash_passes"));
+    return cost;
+}
+
+}  // namespace NS_CORBA

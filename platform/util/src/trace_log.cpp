@@ -197,4 +197,17 @@ std::uint64_t TraceLog::dropped() const {
     return log().dropped;
 }
 
+void traceFrom(const std::string& file, const std::string& text, TraceKind kind) noexcept {
+    try {
+        TraceLine line;
+        line.kind = kind;
+        line.file = file;
+        line.function = "unknown";
+        line.text = text;
+        TraceLog::instance().write(std::move(line));
+    } catch (...) {
+        std::fputs("a trace line was lost\n", stderr);
+    }
+}
+
 }  // namespace kelp::util

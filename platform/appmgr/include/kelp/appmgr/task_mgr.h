@@ -20,13 +20,16 @@ class KELP_EXPORT KelpTaskMgr {
     virtual int InitEnv() = 0;
     /// Queues work; false when the queue is full or the manager is ending.
     virtual bool Post(Work work) = 0;
-    /// Finishes what runs, drops what is queued, ends the workers.
+    /// Finishes what runs, drops what is queued, ends the workers. Called from work of its own it does not
+    /// wait for that.
     virtual void Exit() = 0;
     /// The task manager's type number, a name within the application.
     virtual int Type() const = 0;
 };
 
-/// The general task manager: `workers` threads of the given thread manager on one bounded queue.
+/// The general task manager: `workers` threads (at least one) of the given thread manager (null: ACE's own)
+/// on one bounded queue. Work that throws is traced and costs nothing else. All operations may be called from
+/// any thread.
 class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
   public:
     KelpGnlTaskMgr(KelpAppMgr* application, ACE_Thread_Manager* threads, int type, int workers);
@@ -40,7 +43,7 @@ class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
 
   private:
     struct State;
-    std::unique_ptr<State> state_;
+    std::shared_ptr<State> state_;  ///< shared with the workers
 };
 
 /// The application's task managers. Owns those handed to it and ends them, newest first, at Exit.
@@ -50,9 +53,10 @@ class KELP_EXPORT KelpAppMgr {
     /// Takes ownership of a task manager. One of the same type that is there already is ended and replaced (a
     /// module loaded a second time brings its task manager again).
     void TMDynInsertTaskMgr(KelpTaskMgr* taskMgr);
-    /// The task manager of a type, or null.
+    /// The task manager of a type, or null; it lives until it is replaced or the application ends.
     KelpTaskMgr* Find(int type) const;
-    /// Ends and deletes all task managers.
+    /// Ends and deletes all task managers. To be called before the modules whose work is queued are unloaded;
+    /// task managers may be handed over again afterwards.
     void Exit();
 
     KelpAppMgr(const KelpAppMgr&) = delete;

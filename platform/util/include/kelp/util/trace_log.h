@@ -75,6 +75,10 @@ class KELP_EXPORT TraceLog {
     TraceLog() = default;
 };
 
+/// Writes one line of the platform's own: `file` is the subject's name, the function "unknown".
+KELP_EXPORT void traceFrom(const std::string& file, const std::string& text,
+                           TraceKind kind = TraceKind::Trace) noexcept;
+
 /// The text with control characters, line ends and bytes that are no UTF-8 escaped (\n, \r, \t, \xNN), and
 /// cut so that the result has at most `bytesMax` bytes (a cut one ends in "..."); for anything that a peer
 /// wrote. Escaping twice is harmless.

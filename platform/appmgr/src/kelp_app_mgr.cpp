@@ -1,0 +1,85 @@
+#include <kelp/appmgr/task_mgr.h>
+#include <kelp/util/threads.h>
+#include <kelp/util/trace_log.h>
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+void endTaskMgr(std::unique_ptr<KelpTaskMgr> taskMgr) {
+    const std::string name = "task manager " + std::to_string(taskMgr->Type());
+    kelp::util::traceFrom("kelpappmgr", "end " + name);
+    try {
+        taskMgr->Exit();
+    } catch (...) {
+        kelp::util::traceFrom("kelpappmgr", name + " threw at its end: " + kelp::util::currentExceptionText(),
+                              kelp::util::TraceKind::Exception);
+    }
+}
+
+}  // namespace
+
+KelpTaskMgr::~KelpTaskMgr() = default;
+
+struct KelpAppMgr::State {
+    std::mutex mutex;
+    std::vector<std::unique_ptr<KelpTaskMgr>> taskMgrs;  ///< guarded by mutex; oldest first
+
+    std::vector<std::unique_ptr<KelpTaskMgr>>::iterator find(int type) {
+        return std::find_if(taskMgrs.begin(), taskMgrs.end(),
+                            [&](const std::unique_ptr<KelpTaskMgr>& each) { return each->Type() == type; });
+    }
+    std::unique_ptr<KelpTaskMgr> take(std::vector<std::unique_ptr<KelpTaskMgr>>::iterator at) {
+        std::unique_ptr<KelpTaskMgr> taken = std::move(*at);
+        taskMgrs.erase(at);
+        return taken;
+    }
+    std::unique_ptr<KelpTaskMgr> takeNewest() {
+        const std::lock_guard guard(mutex);
+        return taskMgrs.empty() ? nullptr : take(std::prev(taskMgrs.end()));
+    }
+};
+
+KelpAppMgr::KelpAppMgr() : state_(std::make_unique<State>()) {}
+KelpAppMgr::~KelpAppMgr() = default;
+
+KelpAppMgr* KelpAppMgr::Instance() {
+    // Never destroyed: task managers that nobody ended must not go under their own threads at exit.
+    static KelpAppMgr* const instance = new KelpAppMgr;
+    return instance;
+}
+
+void KelpAppMgr::TMDynInsertTaskMgr(KelpTaskMgr* taskMgr) {
+    if (taskMgr == nullptr) {
+        kelp::util::traceFrom("kelpappmgr", "no task manager was handed over");
+        return;
+    }
+    std::unique_ptr<KelpTaskMgr> replaced;
+    {
+        const std::lock_guard guard(state_->mutex);
+        const auto same = state_->find(taskMgr->Type());
+        if (same != state_->taskMgrs.end()) {
+            if (same->get() == taskMgr)
+                return;
+            replaced = state_->take(same);
+        }
+        state_->taskMgrs.emplace_back(taskMgr);
+    }
+    if (replaced)
+        endTaskMgr(std::move(replaced));
+}
+
+KelpTaskMgr* KelpAppMgr::Find(int type) const {
+    const std::lock_guard guard(state_->mutex);
+    const auto found = state_->find(type);
+    return found == state_->taskMgrs.end() ? nullptr : found->get();
+}
+
+void KelpAppMgr::Exit() {
+    while (std::unique_ptr<KelpTaskMgr> newest = state_->takeNewest())
+        endTaskMgr(std::move(newest));
+}

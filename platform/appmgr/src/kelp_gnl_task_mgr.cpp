@@ -1,0 +1,180 @@
+#include <kelp/appmgr/task_mgr.h>
+#include <kelp/util/threads.h>
+#include <kelp/util/trace_log.h>
+
+#include <ace/Thread_Manager.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <utility>
+
+namespace {
+
+/// Work beyond this waits longer than anyone wants it done; Post tells the caller instead.
+constexpr std::size_t kQueueMax = 10000;
+
+}  // namespace
+
+struct KelpGnlTaskMgr::State : std::enable_shared_from_this<KelpGnlTaskMgr::State> {
+    State(ACE_Thread_Manager* manager, int typeNumber, int workers)
+        : threads(manager != nullptr ? manager : ACE_Thread_Manager::instance()),
+          type(typeNumber),
+          workersWanted(std::max(workers, 1)) {}
+
+    ACE_Thread_Manager* const threads;
+    const int type;
+    const int workersWanted;
+
+    std::mutex mutex;  ///< guards all below; not held while work runs
+    std::condition_variable changed;
+    std::deque<Work> queue;
+    std::size_t dropped = 0;
+    int group = -1;  ///< of the workers
+    int workersRunning = 0;
+    bool started = false;
+    bool ending = false;
+
+    bool spawnWorker();
+    void serve();
+    void run(const Work& work) const;
+    void end();
+
+    static ACE_THR_FUNC_RETURN threadBody(void* argument);
+};
+
+namespace {
+
+/// Whose worker the calling thread is.
+thread_local const void* workerOf = nullptr;
+
+}  // namespace
+
+ACE_THR_FUNC_RETURN KelpGnlTaskMgr::State::threadBody(void* argument) {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    const std::unique_ptr<std::shared_ptr<State>> state(static_cast<std::shared_ptr<State>*>(argument));
+    workerOf = state->get();
+    (*state)->serve();
+    return nullptr;
+}
+
+bool KelpGnlTaskMgr::State::spawnWorker() {
+    // The thread shares in the ownership: work may end its own task manager.
+    auto argument = std::make_unique<std::shared_ptr<State>>(shared_from_this());
+    const std::lock_guard guard(mutex);
+    const int spawned = threads->spawn(&State::threadBody, argument.get(), THR_NEW_LWP | THR_JOINABLE,
+                                       nullptr, nullptr, ACE_DEFAULT_THREAD_PRIORITY, group);
+    if (spawned == -1)
+        return false;
+    static_cast<void>(argument.release());
+    group = spawned;
+    ++workersRunning;
+    return true;
+}
+
+void KelpGnlTaskMgr::State::serve() {
+    std::unique_lock lock(mutex);
+    while (true) {
+        changed.wait(lock, [this] { return ending || !queue.empty(); });
+        if (ending)
+            break;
+        {
+            const Work work = std::move(queue.front());
+            queue.pop_front();
+            lock.unlock();
+            run(work);
+        }
+        lock.lock();
+    }
+    --workersRunning;
+    changed.notify_all();
+}
+
+void KelpGnlTaskMgr::State::run(const Work& work) const {
+    try {
+        work();
+    } catch (...) {
+        kelp::util::traceFrom(
+            "kelpgnltaskmgr",
+            "work of task manager " + std::to_string(type) + " threw: " + kelp::util::currentExceptionText(),
+            kelp::util::TraceKind::Exception);
+    }
+}
+
+void KelpGnlTaskMgr::State::end() {
+    std::deque<Work> unfinished;
+    {
+        const std::lock_guard guard(mutex);
+        ending = true;
+        unfinished.swap(queue);
+        dropped += unfinished.size();
+        changed.notify_all();
+    }
+    if (!unfinished.empty()) {
+        kelp::util::traceFrom("kelpgnltaskmgr", "task manager " + std::to_string(type) + " drops " +
+                                                    std::to_string(unfinished.size()) + " tasks at its end");
+    }
+    if (workerOf == this)
+        return;
+    int workers = -1;
+    {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return workersRunning == 0; });
+        workers = std::exchange(group, -1);
+    }
+    // The last instructions of the workers too.
+    if (workers != -1)
+        threads->wait_grp(workers);
+}
+
+KelpGnlTaskMgr::KelpGnlTaskMgr(KelpAppMgr*, ACE_Thread_Manager* threads, int type, int workers)
+    : state_(std::make_shared<State>(threads, type, workers)) {}
+
+KelpGnlTaskMgr::~KelpGnlTaskMgr() {
+    state_->end();
+}
+
+int KelpGnlTaskMgr::InitEnv() {
+    {
+        const std::lock_guard guard(state_->mutex);
+        if (state_->ending || std::exchange(state_->started, true))
+            return -1;
+    }
+    for (int i = 0; i < state_->workersWanted; ++i) {
+        if (!state_->spawnWorker()) {
+            kelp::util::traceFrom("kelpgnltaskmgr", "task manager " + std::to_string(state_->type) +
+                                                        " has no thread for its worker");
+            state_->end();
+            return -1;
+        }
+    }
+    return 0;
+}
+
+bool KelpGnlTaskMgr::Post(Work work) {
+    const std::lock_guard guard(state_->mutex);
+    if (!work || state_->ending || state_->queue.size() >= kQueueMax)
+        return false;
+    state_->queue.push_back(std::move(work));
+    state_->changed.notify_one();
+    return true;
+}
+
+void KelpGnlTaskMgr::Exit() {
+    state_->end();
+}
+
+int KelpGnlTaskMgr::Type() const {
+    return state_->type;
+}
+
+std::size_t KelpGnlTaskMgr::Dropped() const {
+    const std::lock_guard guard(state_->mutex);
+    return state_->dropped;
+}

@@ -1,0 +1,313 @@
+#include <kelp/bundlemgr/config_schema.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace NS_BUNDLEMGR1 {
+
+namespace {
+
+constexpr std::int64_t kDaySeconds = 86400;
+constexpr std::int64_t kIntMax = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t kIntMin = std::numeric_limits<std::int32_t>::min();
+constexpr std::int64_t kPortMax = 65535;
+
+enum class Change { AtReload, AtRestart };
+
+ConfigKey integerKey(std::string table, std::string key, std::int64_t standard, std::int64_t minimum,
+                     std::int64_t maximum, Change change, std::string meaning) {
+    return ConfigKey{
+        std::move(table),  std::move(key), standard, minimum, maximum, {}, change == Change::AtRestart,
+        std::move(meaning)};
+}
+
+/// An interval or a time-out.
+ConfigKey secondsKey(std::string table, std::string key, std::int64_t standard, Change change,
+                     std::string meaning) {
+    return integerKey(std::move(table), std::move(key), standard, 1, kDaySeconds, change, std::move(meaning));
+}
+
+ConfigKey flagKey(std::string table, std::string key, bool standard, Change change, std::string meaning) {
+    return ConfigKey{std::move(table),  std::move(key), standard, 0, 0, {}, change == Change::AtRestart,
+                     std::move(meaning)};
+}
+
+ConfigKey textKey(std::string table, std::string key, std::string standard, std::vector<std::string> choices,
+                  Change change, std::string meaning) {
+    return ConfigKey{std::move(table),
+                     std::move(key),
+                     std::move(standard),
+                     0,
+                     0,
+                     std::move(choices),
+                     change == Change::AtRestart,
+                     std::move(meaning)};
+}
+
+ConfigKey textsKey(std::string table, std::string key, std::vector<std::string> standard,
+                   std::vector<std::string> choices, Change change, std::string meaning) {
+    return ConfigKey{std::move(table),
+                     std::move(key),
+                     std::move(standard),
+                     0,
+                     0,
+                     std::move(choices),
+                     change == Change::AtRestart,
+                     std::move(meaning)};
+}
+
+ConfigKey agentNumber(std::string key, std::int64_t fallback, std::string meaning) {
+    return integerKey("agent", std::move(key), fallback, kIntMin, kIntMax, Change::AtReload,
+                      std::move(meaning));
+}
+
+ConfigKey agentText(std::string key, std::string fallback, std::string meaning) {
+    return textKey("agent", std::move(key), std::move(fallback), {}, Change::AtReload, std::move(meaning));
+}
+
+std::vector<ConfigKey> serviceKeys() {
+    constexpr Change restart = Change::AtRestart;
+    return {
+        textKey("ems", "name", "Kelp/EMS", {}, restart,
+                "Name of the EMS as CompanyName/EMSName; part of the naming path of the session factory."),
+        textKey("ems", "version", "3.5", {}, restart,
+                "Level of the TMF 814 interface, written into the naming path and answered by getVersion."),
+
+        textKey("orb", "listen", "127.0.0.1:4800", {}, restart,
+                "Address and port for CORBA calls over TCP, as host:port or [ipv6]:port; port 0 takes a free "
+                "one. A wildcard address (0.0.0.0 or [::]) needs publish."),
+        textKey(
+            "orb", "publish", "", {}, restart,
+            "Host, or host:port, written into the references that are handed out, where clients reach this "
+            "process by another address than it listens on (NAT, several networks). Empty: as listened."),
+        integerKey(
+            "orb", "threads_max", 0, 0, 10000, restart,
+            "Most threads that serve one client's connection at the same time; 0 leaves it to the ORB."),
+        integerKey("orb", "message_bytes_max", 104857600, 8192, kIntMax, restart,
+                   "Longest CORBA message taken or sent, in bytes."),
+        textKey("orb", "char_set", "UTF-8", {}, restart, "Code set of the texts inside the EMS."),
+
+        integerKey("tls", "mode", 0, 0, 2, restart, "0 no TLS, 1 TLS beside TCP, 2 TLS only."),
+        textKey("tls", "listen", "127.0.0.1:4843", {}, restart, "Address and port for CORBA calls over TLS."),
+        textKey(
+            "tls", "ca", "", {}, restart,
+            "PEM file with the certificates of the authorities that sign the clients' certificates; needed "
+            "when mode is not 0."),
+        textKey("tls", "certificate", "", {}, restart,
+                "PEM file with this process's private key and certificate; needed when mode is not 0."),
+        textKey("tls", "key_password_file", "", {}, restart,
+                "File whose first line is the password of the private key; empty for a key without one."),
+        textKey("tls", "verify", "require", {"require", "none"}, restart,
+                "Whether a client must show a certificate. Has no effect in this version: one is always "
+                "required."),
+
+        textKey(
+            "naming", "host", "127.0.0.1", {}, Change::AtReload,
+            "Host of the naming service; of this machine when the naming service is embedded. While it is "
+            "embedded a change needs a restart."),
+        integerKey("naming", "port", 4801, 1, kPortMax, Change::AtReload,
+                   "Port of the naming service. While it is embedded a change needs a restart."),
+        integerKey("naming", "ssl_port", 0, 0, kPortMax, Change::AtReload,
+                   "Port of the naming service for TLS; 0 for none."),
+        flagKey("naming", "embedded", true, restart,
+                "Run a naming service as a child of this process; false uses the one at host and port."),
+        textKey("naming", "data_dir", "", {}, restart,
+                "Folder where the embedded naming service keeps its bindings; empty: below the state "
+                "directory."),
+
+        textKey(
+            "notification", "mode", "embedded", {"embedded", "external"}, restart,
+            "The notification channel: inside this process, or a CosNotification service elsewhere. Has no "
+            "effect in this version."),
+        textKey("notification", "host", "127.0.0.1", {}, Change::AtReload,
+                "Host of an external notification service. Has no effect in this version."),
+        integerKey("notification", "port", 4802, 1, kPortMax, Change::AtReload,
+                   "Port of an external notification service. Has no effect in this version."),
+        integerKey("notification", "ssl_port", 0, 0, kPortMax, Change::AtReload,
+                   "Port of an external notification service for TLS; 0 for none. Has no effect in this "
+                   "version."),
+        integerKey("notification", "queue_events_max", 10000, 1, 10000000, restart,
+                   "Events kept for one consumer that does not take them. Has no effect in this version."),
+        integerKey("notification", "delivery_threads_max", 64, 1, 1000, restart,
+                   "Most threads that deliver events. Has no effect in this version."),
+        secondsKey("notification", "push_timeout_s", 10, restart,
+                   "Limit of one call that delivers events, in seconds. Has no effect in this version."),
+        secondsKey("notification", "dead_consumer_after_s", 600, restart,
+                   "A consumer that answers nothing for this many seconds is given up. Has no effect in this "
+                   "version."),
+        integerKey("notification", "heartbeat_s", 60, 0, kDaySeconds, restart,
+                   "Seconds between heartbeat events; 0 sends none. Has no effect in this version."),
+        flagKey("notification", "alarm_log", false, restart,
+                "Write every alarm taken in to the alarm log. Has no effect in this version."),
+
+        integerKey(
+            "session", "release_strategy", 0, 0, 2, restart,
+            "When sessions end without a log-out or a failed ping: 0 never, 1 the oldest when there are "
+            "more than max_sessions, 2 when the NMS has been silent for silent_time_s."),
+        flagKey("session", "ping_mode", true, restart, "Whether the EMS pings the NMS of each session."),
+        secondsKey(
+            "session", "ping_interval_s", 60, restart,
+            "Seconds between two rounds of pings. An NMS that fails four in a row loses its session in "
+            "the fifth round."),
+        secondsKey("session", "call_timeout_s", 10, restart,
+                   "Limit of one call to an NMS, in seconds, connecting included."),
+        secondsKey("session", "silent_time_s", 1800, restart,
+                   "Seconds an NMS may be silent or unreachable under release strategy 2."),
+        integerKey("session", "max_sessions", 100, 1, 1000000, Change::AtReload,
+                   "Most sessions at the same time under release strategy 1."),
+
+        integerKey("iterator", "soft_limit", 200, 1, 1000000, Change::AtReload,
+                   "Open iterators above which old ones are closed (IteratorRestriction)."),
+        integerKey("iterator", "hard_limit", 1000, 1, 1000000, Change::AtReload,
+                   "Open iterators above which no more are opened (IteratorNum); not below soft_limit."),
+        integerKey(
+            "iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
+            "Most entries of one batch; its encoded size stays below 1 MiB besides. Has no effect in this "
+            "version."),
+
+        textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
+                 "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "
+                 "elsewhere are refused."),
+        textKey("access", "nms_reference", "peer", {"peer", "allowed", "any"}, Change::AtReload,
+                "Which address an NMS's own reference may name: \"peer\" that of its connection only, "
+                "\"allowed\" one in allowed_oss, \"any\" every one. Has no effect in this version."),
+
+        textKey("security", "database", "", {}, restart,
+                "SQLite file of the user accounts; empty: users.db below the state directory."),
+        integerKey(
+            "security", "lockout_failures", 5, 1, 1000, Change::AtReload,
+            "Failed log-ins after which a user is locked out for a time. Has no effect in this version."),
+        secondsKey("security", "lockout_s", 300, Change::AtReload,
+                   "How many seconds a user is locked out. Has no effect in this version."),
+        integerKey(
+            "security", "hash_memory_kib", 19456, 8, 4194304, Change::AtReload,
+            "Memory of one password hash (Argon2id), in KiB. Stored hashes keep the cost they were made "
+            "with."),
+        integerKey("security", "hash_passes", 2, 1, 1000, Change::AtReload,
+                   "Passes of one password hash (Argon2id)."),
+
+        textKey("oplog", "database", "", {}, restart,
+                "SQLite file of the operation log; empty: below the state directory. Has no effect in this "
+                "version."),
+        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload,
+                   "Days that records are kept. Has no effect in this version."),
+        integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
+                   "Size above which the oldest records go, in MiB. Has no effect in this version."),
+        integerKey("oplog", "queue_max", 200000, 1, 10000000, restart,
+                   "Records that wait for the disk at most. Has no effect in this version."),
+        integerKey(
+            "oplog", "stall_max_ms", 2000, 0, 60000, restart,
+            "How long a request waits at most for room in the queue, in milliseconds. Has no effect in "
+            "this version."),
+
+        textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
+                 "Where trace lines go: any of \"console\" (standard error), \"file\" and \"journal\" (of "
+                 "systemd)."),
+        textKey("trace", "file", "", {}, restart,
+                "The file of the sink \"file\"; rotated at 20 MiB, ten are kept."),
+        integerKey("trace", "level", 1, 0, 3, Change::AtReload,
+                   "Highest level of diagnostics that is kept: 0 failures, 1 refusals and set-up, 2 "
+                   "configuration, 3 everything."),
+
+        integerKey("time", "appearance", 0, 0, 1, Change::AtReload,
+                   "Form of times on the interface: 0 compact (yyyyMMddhhmmss.s), 1 with slashes."),
+        integerKey("time", "reference", 0, 0, 1, Change::AtReload,
+                   "Times on the interface are 0 UTC, 1 local time."),
+
+        textKey(
+            "admin", "listen", "", {}, restart,
+            "Address of the operator's interface; empty: a socket below the state directory. Has no effect "
+            "in this version."),
+
+        textsKey(
+            "bundles", "load", {"kelp_ems", "mx_kelpcorba_env"}, {}, restart,
+            "Bundles in the order of their start, stopped in reverse; the agent (mx_kelpcorba_env) last, "
+            "since it takes the managers that others have entered before it."),
+        textKey("bundles", "dir", "", {}, restart,
+                "Folder of the bundles; empty: the one installed with this program."),
+    };
+}
+
+std::vector<ConfigKey> agentKeys() {
+    return {
+        agentNumber("bUseBTName", 0,
+                    "Reuse rule of the log-in; 1 gives an NMS that logs in again its session back."),
+        agentNumber("bUseNuzakummokRule", 0, "A customer's naming rule; 1 switches it on."),
+        agentText("MaxSupportNE", "", "Largest number of network elements, as other bundles want it."),
+        agentNumber("IsSwitchToPhyID", 0, "Names with physical ids; 1 switches them on."),
+        agentNumber("FTP_Type", 0, "File transfer: kind."),
+        agentNumber("FTP_SSL_ConnectMode", 18, "File transfer: how a TLS connection is made."),
+        agentNumber("FTP_SSL_AuthMode", 1, "File transfer: authentication over TLS."),
+        agentNumber("FTP_Port", 22, "File transfer: port."),
+        agentText("FTP_TrustedCer", "../conf/certificate/ca_cert.cer",
+                  "File transfer: certificates of the trusted authorities."),
+        agentText("FTP_ClientCer", "../conf/certificate/corbaagent.cer", "File transfer: own certificate."),
+        agentText("FTP_PrivateKey", "../conf/certificate/corbaagent.cer", "File transfer: own private key."),
+        agentNumber("bReportCrossConn", 0, "Report cross-connections; 1 switches it on."),
+        agentNumber("bReportAckAlarm", 0, "Report acknowledged alarms; 1 switches it on."),
+        agentNumber("ResourceNameType", 0, "Kind of resource names."),
+        agentNumber("NotifyModel", 3, "Model of the notifications."),
+        agentNumber("FilterResourceIDLevel", 0, "Level down to which resource ids are filtered."),
+        agentNumber("HeartbeatEventType", 0, "Kind of the heartbeat event."),
+        agentNumber("AlarmCompatibility", 0, "Compatibility of alarms with older clients."),
+        agentNumber("Tasizeisfaf", 0, "A compatibility switch; 1 switches it on."),
+        agentNumber("Cachesize", 10000, "Size of the cache, in entries."),
+        agentNumber("Eventlistsize", 500, "Size of the event list, in entries."),
+        agentNumber("Notifyalarmscache", 10000, "Size of the cache of notified alarms, in entries."),
+        agentNumber("CharacterSetSwitch", 0, "Conversion of character sets."),
+        agentNumber("IsAlarmProbableCauseQualifierCompatible", 1,
+                    "Alarms carry the older probable cause qualifier; 0 switches it off."),
+        agentNumber("AlarmWithTCA", 0, "Report threshold crossings as alarms."),
+        agentNumber("bAccDevCompatibility", 0, "Compatibility for access devices."),
+        agentNumber("IsReportSubnet", 0, "Report subnets with alarms."),
+    };
+}
+
+std::vector<ConfigKey> allKeys() {
+    std::vector<ConfigKey> keys = serviceKeys();
+    std::vector<ConfigKey> agent = agentKeys();
+    const auto admin =
+        std::find_if(keys.begin(), keys.end(), [](const ConfigKey& key) { return key.table == "admin"; });
+    keys.insert(admin, std::make_move_iterator(agent.begin()), std::make_move_iterator(agent.end()));
+    return keys;
+}
+
+}  // namespace
+
+const std::vector<ConfigTable>& configTables() {
+    static const std::vector<ConfigTable> tables = {
+        {"ems", "Who this EMS is."},
+        {"orb", "The CORBA endpoint."},
+        {"tls", "CORBA calls over TLS."},
+        {"naming", "The naming service where clients find the session factory."},
+        {"notification", "The notification channel."},
+        {"session", "Sessions of NMS and how long they live."},
+        {"iterator", "Limits of the iterators that long results are read through."},
+        {"access", "Who may call."},
+        {"security", "User accounts. Passwords never stand here: they are set with kelpctl user."},
+        {"oplog", "The operation log."},
+        {"trace", "The trace."},
+        {"time", "Times on the interface."},
+        {"agent",
+         "Options of the agent and of the bundles beside it; bundles give them their meaning. A missing key "
+         "has the value shown. Read again on SIGHUP."},
+        {"admin", "The operator's interface."},
+        {"bundles", "What the host loads."},
+    };
+    return tables;
+}
+
+const std::vector<ConfigKey>& configKeys() {
+    static const std::vector<ConfigKey> keys = allKeys();
+    return keys;
+}
+
+const ConfigKey* findConfigKey(const std::string& name) {
+    const std::vector<ConfigKey>& keys = configKeys();
+    const auto found =
+        std::find_if(keys.begin(), keys.end(), [&](const ConfigKey& key) { return key.name() == name; });
+    return found == keys.end() ? nullptr : &*found;
+}
+
+}  // namespace NS_BUNDLEMGR1

@@ -1,0 +1,171 @@
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/util/trace_log.h>
+
+#include "config_document.h"
+
+#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+namespace NS_BUNDLEMGR1 {
+
+struct ConfigStore::State {
+    std::mutex control;  ///< one load, reload or reset at a time; taken before `mutex`
+    mutable std::mutex mutex;
+    std::shared_ptr<const ConfigDocument> document = std::make_shared<ConfigDocument>(defaultDocument());
+    std::filesystem::path file;
+
+    std::shared_ptr<const ConfigDocument> current() const {
+        const std::lock_guard guard(mutex);
+        return document;
+    }
+    void replace(ConfigDocument&& with, const std::filesystem::path& from) {
+        auto made = std::make_shared<const ConfigDocument>(std::move(with));
+        const std::lock_guard guard(mutex);
+        document.swap(made);
+        file = from;
+    }
+    std::vector<ConfigProblem> takeOver(ConfigDocument&& read, const std::filesystem::path& from) {
+        if (read.problems.empty())
+            replace(std::move(read), from);
+        return read.problems;
+    }
+};
+
+namespace {
+
+void traceKept(const ConfigDocument& read, const std::string& key) {
+    const ConfigProblem change{read.name, read.lineOf(key), key,
+                               "has changed, which takes effect at the next start"};
+    kelp::util::traceFrom("configstore", change.text());
+}
+
+bool staysUntilRestart(const ConfigKey& key, const ConfigDocument& running) {
+    if (key.isAgentOption())
+        return false;
+    // The embedded naming service stays where it was started.
+    return key.needsRestart ||
+           (key.table == "naming" && std::get<bool>(running.values.at("naming.embedded")));
+}
+
+template <class Value>
+Value valueFor(const ConfigDocument& document, const std::string& key) {
+    const auto found = document.values.find(key);
+    if (found == document.values.end())
+        throw std::logic_error("the configuration has no key " + key);
+    const Value* const value = std::get_if<Value>(&found->second);
+    if (value == nullptr)
+        throw std::logic_error("the configuration's key " + key + " has another type");
+    return *value;
+}
+
+template <class Value>
+std::optional<Value> agentValue(const ConfigDocument& document, const std::string& key,
+                                ConfigProblem* problem) {
+    const auto found = document.agent.find(key);
+    if (found == document.agent.end())
+        return std::nullopt;
+    ConfigProblem wrong = agentProblem(document, key, found->second, std::is_same_v<Value, std::int64_t>);
+    if (wrong.what.empty())
+        return std::get<Value>(found->second.value);
+    if (problem != nullptr)
+        *problem = std::move(wrong);
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string ConfigProblem::text() const {
+    std::string where = file;
+    if (line > 0)
+        where += ":" + std::to_string(line);
+    if (!key.empty())
+        where += ": " + key;
+    return where + ": " + what;
+}
+
+ConfigStore::ConfigStore() : state_(std::make_unique<State>()) {}
+ConfigStore::~ConfigStore() = default;
+
+ConfigStore& ConfigStore::instance() {
+    // Never destroyed: threads that outlive main still read it.
+    static ConfigStore* const instance = new ConfigStore;
+    return *instance;
+}
+
+std::vector<ConfigProblem> ConfigStore::load(const std::filesystem::path& file) {
+    const std::lock_guard guard(state_->control);
+    return state_->takeOver(readDocument(file), file);
+}
+
+std::vector<ConfigProblem> ConfigStore::loadText(const std::string& toml, const std::string& name) {
+    const std::lock_guard guard(state_->control);
+    return state_->takeOver(readDocumentText(toml, name), {});
+}
+
+std::vector<ConfigProblem> ConfigStore::reload() {
+    const std::lock_guard guard(state_->control);
+    const std::filesystem::path from = file();
+    if (from.empty())
+        return {};
+    ConfigDocument read = readDocument(from);
+    if (!read.problems.empty())
+        return read.problems;
+    const std::shared_ptr<const ConfigDocument> running = state_->current();
+    for (const ConfigKey& key : configKeys()) {
+        if (!staysUntilRestart(key, *running))
+            continue;
+        const ConfigValue& kept = running->values.at(key.name());
+        if (read.values.at(key.name()) != kept) {
+            traceKept(read, key.name());
+            read.values[key.name()] = kept;
+        }
+    }
+    return state_->takeOver(std::move(read), from);
+}
+
+void ConfigStore::reset() {
+    const std::lock_guard guard(state_->control);
+    state_->replace(defaultDocument(), {});
+}
+
+std::vector<ConfigProblem> ConfigStore::check(const std::filesystem::path& file) {
+    const ConfigDocument read = readDocument(file);
+    std::vector<ConfigProblem> all = read.problems;
+    all.insert(all.end(), read.agentProblems.begin(), read.agentProblems.end());
+    std::stable_sort(all.begin(), all.end(),
+                     [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
+    return all;
+}
+
+std::int64_t ConfigStore::integer(const std::string& key) const {
+    return valueFor<std::int64_t>(*state_->current(), key);
+}
+
+bool ConfigStore::flag(const std::string& key) const {
+    return valueFor<bool>(*state_->current(), key);
+}
+
+std::string ConfigStore::text(const std::string& key) const {
+    return valueFor<std::string>(*state_->current(), key);
+}
+
+std::vector<std::string> ConfigStore::texts(const std::string& key) const {
+    return valueFor<std::vector<std::string>>(*state_->current(), key);
+}
+
+std::optional<std::int64_t> ConfigStore::agentInteger(const std::string& key, ConfigProblem* problem) const {
+    return agentValue<std::int64_t>(*state_->current(), key, problem);
+}
+
+std::optional<std::string> ConfigStore::agentText(const std::string& key, ConfigProblem* problem) const {
+    return agentValue<std::string>(*state_->current(), key, problem);
+}
+
+std::filesystem::path ConfigStore::file() const {
+    const std::lock_guard guard(state_->mutex);
+    return state_->file;
+}
+
+}  // namespace NS_BUNDLEMGR1

@@ -1,0 +1,24 @@
+#include <kelp/bundlemgr/exceptions.h>
+
+namespace NS_BUNDLEMGR1 {
+
+ProcessException::ProcessException() = default;
+
+ProcessException::ProcessException(ProcessException& other)
+    : std::exception(other), code(other.code), detail(other.detail) {
+    text1 << other.text1.rdbuf();
+    text2 << other.text2.rdbuf();
+    text3 << other.text3.rdbuf();
+    text4 << other.text4.rdbuf();
+    // Inserting an empty buffer marks a stream as failed, after which it would take no more text.
+    for (std::stringstream* const text : {&text1, &text2, &text3, &text4})
+        text->clear();
+}
+
+ProcessException::~ProcessException() = default;
+
+InterfaceNotExistException::InterfaceNotExistException() = default;
+InterfaceNotExistException::InterfaceNotExistException(InterfaceNotExistException& other) = default;
+InterfaceNotExistException::~InterfaceNotExistException() = default;
+
+}  // namespace NS_BUNDLEMGR1

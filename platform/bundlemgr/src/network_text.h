@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace NS_BUNDLEMGR1 {
+
+/// "host:port" or "[ipv6]:port", taken apart. The host may be empty or "*".
+struct HostAndPort {
+    std::string host;  ///< without brackets
+    int port = 0;
+};
+std::optional<HostAndPort> parseHostAndPort(const std::string& text);
+
+/// True for a text that stands for all addresses of the machine: "", "*", "0.0.0.0", "::" in any spelling.
+bool isWildcardHost(const std::string& host);
+
+/// False for an address (not a name) that no interface of this machine has.
+bool mayBeOwnHost(const std::string& host);
+
+/// True for an address or address/prefix length, IPv4 or IPv6.
+bool isNetwork(const std::string& text);
+
+}  // namespace NS_BUNDLEMGR1

@@ -1,0 +1,42 @@
+#include <kelp/bundlemgr/config_store.h>
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace NS_BUNDLEMGR1 {
+
+namespace {
+
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::filesystem::path homeDirectory() {
+    if (const std::string home = environment("HOME"); !home.empty())
+        return home;
+    std::vector<char> buffer(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)
+        return found->pw_dir;
+    return "/";
+}
+
+}  // namespace
+
+std::filesystem::path defaultStateDirectory() {
+    // systemd gives a list when the unit has several; the first is ours.
+    const std::string directories = environment("STATE_DIRECTORY");
+    if (!directories.empty())
+        return directories.substr(0, directories.find(':'));
+    // An XDG path that is not absolute is to be ignored.
+    const std::filesystem::path xdg = environment("XDG_STATE_HOME");
+    return (xdg.is_absolute() ? xdg : homeDirectory() / ".local" / "state") / "kelp";
+}
+
+}  // namespace NS_BUNDLEMGR1

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace kelp::host {
+
+/// How kelpd ends; documented in its help.
+enum ExitCode : int {
+    kStopped = 0,
+    kInternalError = 1,
+    kUsageError = 2,
+    kConfigurationError = 3,
+    kNamingServiceError = 4,
+    kStartError = 5,
+};
+
+}  // namespace kelp::host

@@ -1,0 +1,239 @@
+#include "host.h"
+
+#include "exit_codes.h"
+#include "installation.h"
+#include "naming_supervisor.h"
+#include "service_manager.h"
+#include "signal_watch.h"
+
+#include <ace/Init_ACE.h>
+#include <kelp/appmgr/task_mgr.h>
+#include <kelp/bundlemgr/bundle_mgr.h>
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/bundlemgr/error_catalogue.h>
+#include <kelp/bundlemgr/light_event.h>
+#include <kelp/corbabase/trace.h>
+#include <kelp/orb/references.h>
+#include <kelp/util/trace_log.h>
+
+#include <unistd.h>
+
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelp::host {
+
+namespace {
+
+using NS_BUNDLEMGR1::ConfigProblem;
+using NS_BUNDLEMGR1::ConfigStore;
+
+/// A start that came to nothing: the exit code, and why in one sentence.
+struct StartFailure {
+    int exitCode = kInternalError;
+    std::string why;
+};
+
+void trace(int line, const std::string& text) {
+    NS_CORBA::GetTss()->Set("kelpd", "unknown", line);
+    NS_CORBA::TaTrace("%s", text.c_str());
+}
+
+std::filesystem::path configFileOf(const Options& options) {
+    return options.configFile.empty() ? standardConfigFile() : options.configFile;
+}
+
+std::vector<ConfigProblem> loadConfiguration(const std::filesystem::path& file) {
+    if (file.empty()) {
+        ConfigStore::instance().reset();
+        return {};
+    }
+    return ConfigStore::instance().load(file);
+}
+
+void tellProblems(const std::vector<ConfigProblem>& problems) {
+    for (const ConfigProblem& problem : problems)
+        std::cerr << "kelpd: " << problem.text() << '\n';
+}
+
+/// The trace, open for the length of a scope.
+class TraceUse {
+  public:
+    TraceUse() : open_(NS_CORBA::CorbaLogMgr::Instance()->Init()) {}
+    ~TraceUse() {
+        if (open_)
+            NS_CORBA::CorbaLogMgr::Destroy();
+    }
+    TraceUse(const TraceUse&) = delete;
+    TraceUse& operator=(const TraceUse&) = delete;
+
+    bool isOpen() const { return open_; }
+
+  private:
+    const bool open_;
+};
+
+class AceUse {
+  public:
+    AceUse() { ACE::init(); }
+    ~AceUse() { ACE::fini(); }
+    AceUse(const AceUse&) = delete;
+    AceUse& operator=(const AceUse&) = delete;
+};
+
+/// The error catalogue in the registry, where the agent looks for it once and for all.
+class CatalogueUse {
+  public:
+    explicit CatalogueUse(const std::filesystem::path& configFile) {
+        const Places places = errorCatalogues(programDirectory(), configFile);
+        const std::filesystem::path file = firstExisting(places);
+        if (file.empty())
+            throw StartFailure{kConfigurationError, "no error catalogue, looked for " + inWords(places)};
+        if (const auto problems = catalogue_.load(file); !problems.empty())
+            throw StartFailure{kConfigurationError, problems.front().text()};
+        NS_BUNDLEMGR1::SetIFBuf("ErrorCodeBufIf", &catalogue_);
+    }
+    ~CatalogueUse() { NS_BUNDLEMGR1::RemoveIFBuf(&catalogue_); }
+    CatalogueUse(const CatalogueUse&) = delete;
+    CatalogueUse& operator=(const CatalogueUse&) = delete;
+
+  private:
+    NS_BUNDLEMGR1::ErrorCatalogue catalogue_;
+};
+
+/// The naming service, if it is to be a child of this process.
+class NamingUse {
+  public:
+    NamingUse() {
+        const ConfigStore& config = ConfigStore::instance();
+        if (!config.flag("naming.embedded"))
+            return;
+        NamingSettings settings;
+        settings.host = config.text("naming.host");
+        settings.port = static_cast<std::uint16_t>(config.integer("naming.port"));
+        settings.dataDirectory = config.text("naming.data_dir");
+        if (settings.dataDirectory.empty())
+            settings.dataDirectory = NS_BUNDLEMGR1::defaultStateDirectory() / "naming";
+        std::string whyNot;
+        if (!supervisor_.emplace(settings).start(whyNot))
+            throw StartFailure{kNamingServiceError, whyNot};
+    }
+
+  private:
+    std::optional<NamingSupervisor> supervisor_;
+};
+
+/// The bundles, and what works for them after they have stopped.
+class BundlesUse {
+  public:
+    BundlesUse() {
+        const ConfigStore& config = ConfigStore::instance();
+        std::filesystem::path folder = config.text("bundles.dir");
+        if (folder.empty()) {
+            const Places places = bundleDirectories(programDirectory());
+            folder = firstExisting(places);
+            if (folder.empty())
+                throw StartFailure{kStartError, "no folder of bundles, looked for " + inWords(places)};
+        }
+        std::string whyNot;
+        if (!NS_BUNDLEMGR1::BundleMgr::Instance()->Start(folder, config.texts("bundles.load"), whyNot)) {
+            endHelpers();
+            throw StartFailure{kStartError, whyNot};
+        }
+    }
+    ~BundlesUse() {
+        NS_BUNDLEMGR1::BundleMgr::Instance()->Stop();
+        endHelpers();
+    }
+    BundlesUse(const BundlesUse&) = delete;
+    BundlesUse& operator=(const BundlesUse&) = delete;
+
+  private:
+    static void endHelpers() {
+        KelpAppMgr::Instance()->Exit();
+        NS_BUNDLEMGR1::LightEventMgr::Instance()->Stop();
+    }
+};
+
+void reloadConfiguration() {
+    const auto problems = ConfigStore::instance().reload();
+    for (const ConfigProblem& problem : problems)
+        trace(__LINE__, "the configuration is kept as it was: " + problem.text());
+    if (!problems.empty())
+        return;
+    util::TraceLog::instance().setLevel(static_cast<int>(ConfigStore::instance().integer("trace.level")));
+    trace(__LINE__, "the configuration has been read again");
+}
+
+std::string namingAddress() {
+    const ConfigStore& config = ConfigStore::instance();
+    return orb::hostAndPort(
+        {config.text("naming.host"), static_cast<std::uint16_t>(config.integer("naming.port")), false});
+}
+
+void runUntilStopped(SignalWatch& signals) {
+    trace(__LINE__, "the naming service is at corbaloc:iiop:1.2@" + namingAddress() + "/NameService");
+    trace(__LINE__, "kelpd is ready");
+    tellReady("ready, naming service at " + namingAddress());
+    while (signals.next() == SignalWatch::Event::Reload)
+        reloadConfiguration();
+    tellStopping();
+    trace(__LINE__, "kelpd stops");
+}
+
+/// Declared in the order of the start; the stop is the reverse.
+void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) {
+    const AceUse ace;
+    const CatalogueUse catalogue(configFile);
+    const NamingUse naming;
+    const BundlesUse bundles;
+    runUntilStopped(signals);
+}
+
+[[noreturn]] void stopAtOnce() {
+    trace(__LINE__, "kelpd is told to stop a second time and ends at once");
+    util::TraceLog::instance().close();
+    ::_exit(kInternalError);
+}
+
+}  // namespace
+
+int checkConfiguration(const Options& options) {
+    const std::filesystem::path file = configFileOf(options);
+    if (file.empty()) {
+        std::cout << "no configuration file, the defaults hold\n";
+        return kStopped;
+    }
+    const auto problems = ConfigStore::check(file);
+    tellProblems(problems);
+    if (!problems.empty())
+        return kConfigurationError;
+    std::cout << file.string() << ": nothing wrong\n";
+    return kStopped;
+}
+
+int runService(const Options& options) {
+    SignalWatch signals(stopAtOnce);
+    const std::filesystem::path configFile = configFileOf(options);
+    if (const auto problems = loadConfiguration(configFile); !problems.empty()) {
+        tellProblems(problems);
+        return kConfigurationError;
+    }
+    const TraceUse traceUse;
+    if (!traceUse.isOpen())
+        return kConfigurationError;
+    trace(__LINE__, std::string("kelpd " KELP_VERSION " starts with ") +
+                        (configFile.empty() ? "the default configuration" : configFile.string()));
+    try {
+        startAndRun(configFile, signals);
+    } catch (const StartFailure& failure) {
+        trace(__LINE__, "kelpd cannot start: " + failure.why);
+        return failure.exitCode;
+    }
+    trace(__LINE__, "kelpd has stopped");
+    return kStopped;
+}
+
+}  // namespace kelp::host

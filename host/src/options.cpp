@@ -1,0 +1,71 @@
+#include "options.h"
+
+#include "exit_codes.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <string>
+
+namespace kelp::host {
+
+namespace {
+
+constexpr const char* kFooter =
+    R"(Without --config the file is /etc/kelp/kelp.toml; when there is none, the defaults hold: CORBA calls on
+127.0.0.1:4800, an embedded naming service on 127.0.0.1:4801, data below the user's state directory.
+
+Signals:
+  SIGTERM, SIGINT  stop in order; a second one ends the process at once
+  SIGHUP           read the configuration again
+
+Examples:
+  kelpd
+  kelpd --config /etc/kelp/kelp.toml
+  kelpd --check-config ./kelp.toml
+
+Exit codes:
+  0  stopped by a signal, or nothing wrong with the configuration
+  1  internal error, or a stop that a second signal cut short
+  2  wrong usage
+  3  the configuration cannot be used
+  4  the embedded naming service cannot be started
+  5  a bundle, such as the agent, cannot be started)";
+
+}  // namespace
+
+std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
+    std::string configFile;
+    std::string checkFile;
+    CLI::App app{
+        "The host process of the EMS's CORBA northbound interface. Runs in the foreground until it is told "
+        "to stop.",
+        "kelpd"};
+    app.footer(kFooter);
+    app.set_version_flag("--version", "kelpd " KELP_VERSION);
+    auto* config = app.add_option("-c,--config", configFile, "The configuration file");
+    auto* check =
+        app.add_option("--check-config", checkFile,
+                       "Check this configuration file (or that of --config) and end; each problem is named "
+                       "with file, line and key")
+            ->expected(0, 1)
+            ->type_name("[FILE]");
+    try {
+        app.parse(argc, argv);
+        if (!checkFile.empty() && config->count() > 0)
+            throw CLI::ValidationError("--check-config", "names a file, and so does --config");
+    } catch (const CLI::Success& help) {
+        exitCode = app.exit(help);
+        return std::nullopt;
+    } catch (const CLI::ParseError& problem) {
+        std::cerr << "kelpd: " << problem.what() << " (see kelpd --help)\n";
+        exitCode = kUsageError;
+        return std::nullopt;
+    }
+    Options options;
+    options.configFile = checkFile.empty() ? configFile : checkFile;
+    options.checkOnly = check->count() > 0;
+    return options;
+}
+
+}  // namespace kelp::host

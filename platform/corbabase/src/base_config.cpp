@@ -114,8 +114,6 @@ bool CorbaBaseAgentConfig::Init(const char* bundleName) {
     const FuncGuardTrace trace("CorbaBaseAgentConfig::Init");
     const std::lock_guard one(state_->initMutex);
     try {
-        if (const std::string problem = problemOfEmsIdentity(); !problem.empty())
-            return refused(problem);
         std::string whyNot;
         if (!state_->access.read(whyNot))
             return refused("access.allowed_oss: " + whyNot);

@@ -22,9 +22,6 @@ SessionSettings readSessionSettings();
 /// that they name cannot be read.
 std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot);
 
-/// The reason why the configured EMS name or version cannot be a naming path; empty when it can.
-std::string problemOfEmsIdentity();
-
 /// The configured addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843 (TLS)".
 std::string listenText(const kelp::orb::OrbOptions& options);
 

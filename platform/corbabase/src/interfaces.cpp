@@ -1,4 +1,4 @@
-// Out-of-line destructors: the one home of each interface's type information.
+// The one home of each interface's type information.
 #include <kelp/corbabase/manager_interface.h>
 #include <kelp/corbabase/request_interceptor.h>
 #include <kelp/corbabase/supplier_mgr.h>
@@ -9,5 +9,8 @@ CorbaI::~CorbaI() = default;
 NorthMgrFactory::~NorthMgrFactory() = default;
 RequestInterceptorBase::~RequestInterceptorBase() = default;
 CallBackProcessBase::~CallBackProcessBase() = default;
+
+void CallBackProcessBase::FormatAlarmLog(std::stringstream&, const CosNotification::StructuredEvent&) {}
+void CallBackProcessBase::SendHeartbeat() {}
 
 }  // namespace NS_CORBA

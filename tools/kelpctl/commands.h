@@ -1,0 +1,20 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+
+namespace kelp::ctl {
+
+/// What every command can be told; filled when the command line has been parsed.
+struct GlobalOptions {
+    std::filesystem::path config;  ///< empty: the default file, if it exists
+};
+
+/// Reads the configuration that the options name. Throws std::runtime_error with one line.
+void loadConfiguration(const GlobalOptions& options);
+
+/// `kelpctl user ...`: the accounts of NMS users. `options` must outlive the parsing.
+void addUserCommands(CLI::App& app, const GlobalOptions& options);
+
+}  // namespace kelp::ctl

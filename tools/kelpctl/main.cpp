@@ -1,0 +1,78 @@
+#include "commands.h"
+
+#include <kelp/bundlemgr/config_store.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kelp::ctl {
+
+namespace {
+
+constexpr const char* kDefaultConfig = "/etc/kelp/kelp.toml";
+
+constexpr const char* kFooter = R"(Examples:
+  kelpctl user add nms1                             asks for the password
+  kelpctl user add nms1 --password-file nms1.pw     first line of a file
+  kelpctl user list --json
+  kelpctl --config ./kelp.toml user disable nms1
+
+Exit status: 0 done, 1 failed, 2 wrong command line.)";
+
+constexpr int kFailed = 1;
+constexpr int kWrongCommandLine = 2;
+
+int fail(std::string reason, int status) {
+    std::replace(reason.begin(), reason.end(), '\n', ' ');
+    std::fprintf(stderr, "kelpctl: %s\n", reason.c_str());
+    return status;
+}
+
+int run(int argc, char** argv) {
+    CLI::App app("The operator's tool of the EMS's CORBA northbound interface.", "kelpctl");
+    GlobalOptions options;
+    app.footer(kFooter);
+    app.require_subcommand(1);
+    app.add_option("--config", options.config,
+                   std::string("Configuration file (") + kDefaultConfig + " if it exists)")
+        ->type_name("FILE");
+    addUserCommands(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& problem) {
+        if (problem.get_exit_code() == 0)
+            return app.exit(problem);
+        return fail(std::string(problem.what()) + " (--help tells more)", kWrongCommandLine);
+    } catch (const std::exception& failure) {
+        return fail(failure.what(), kFailed);
+    }
+    return 0;
+}
+
+}  // namespace
+
+void loadConfiguration(const GlobalOptions& options) {
+    std::filesystem::path file = options.config;
+    if (std::error_code error; file.empty() && std::filesystem::exists(kDefaultConfig, error))
+        file = kDefaultConfig;
+    if (file.empty())
+        return;
+    const std::vector<NS_BUNDLEMGR1::ConfigProblem> problems =
+        NS_BUNDLEMGR1::ConfigStore::instance().load(file);
+    if (problems.empty())
+        return;
+    std::string text = problems.front().text();
+    if (problems.size() > 1)
+        text += " (and " + std::to_string(problems.size() - 1) + " more)";
+    throw std::runtime_error(text);
+}
+
+}  // namespace kelp::ctl
+
+int main(int argc, char** argv) {
+    return kelp::ctl::run(argc, argv);
+}

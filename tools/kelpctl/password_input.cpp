@@ -1,0 +1,155 @@
+#include "password_input.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+#include <system_error>
+
+namespace kelp::ctl {
+
+namespace {
+
+/// Far above what any password database takes; ends the reading of a file without lines.
+constexpr std::size_t kLineBytesMax = 4096;
+
+/// A file descriptor that is closed with its owner.
+class Descriptor {
+  public:
+    Descriptor(const char* path, int flags) : fd_(::open(path, flags | O_CLOEXEC)) {}
+    ~Descriptor() {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return fd_; }
+
+  private:
+    const int fd_;
+};
+
+/// While it lives, signals that would end the program only interrupt its reading, so that the terminal can be
+/// put right first.
+class InterruptedReading {
+  public:
+    InterruptedReading() {
+        struct sigaction action = {};
+        action.sa_handler = [](int) {};
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            ::sigaction(kSignals[i], &action, &before_[i]);
+    }
+    ~InterruptedReading() {
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            ::sigaction(kSignals[i], &before_[i], nullptr);
+    }
+    InterruptedReading(const InterruptedReading&) = delete;
+    InterruptedReading& operator=(const InterruptedReading&) = delete;
+
+  private:
+    static constexpr std::array kSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP};
+    std::array<struct sigaction, kSignals.size()> before_{};
+};
+
+class WithoutEcho {
+  public:
+    explicit WithoutEcho(int terminal) : terminal_(terminal) {
+        if (::tcgetattr(terminal_, &before_) != 0)
+            throw std::runtime_error("the terminal cannot be switched to hidden input");
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        silent.c_lflag |= ECHONL;
+        ::tcsetattr(terminal_, TCSAFLUSH, &silent);
+    }
+    ~WithoutEcho() { ::tcsetattr(terminal_, TCSAFLUSH, &before_); }
+    WithoutEcho(const WithoutEcho&) = delete;
+    WithoutEcho& operator=(const WithoutEcho&) = delete;
+
+  private:
+    const int terminal_;
+    termios before_{};
+};
+
+/// Up to the line end or the end of the input. False when the reading was interrupted or failed; errno says
+/// why.
+bool readLine(int fd, Secret& line) {
+    char next = 0;
+    while (line.text().size() < kLineBytesMax) {
+        const ssize_t got = ::read(fd, &next, 1);
+        if (got < 0)
+            return false;
+        if (got == 0 || next == '\n')
+            break;
+        if (next != '\r')
+            line.append(next);
+    }
+    return true;
+}
+
+void print(int terminal, const char* text) {
+    [[maybe_unused]] const ssize_t written = ::write(terminal, text, ::strlen(text));
+}
+
+Secret ask(int terminal, const char* prompt) {
+    print(terminal, prompt);
+    Secret line;
+    if (!readLine(terminal, line))
+        throw std::runtime_error(errno == EINTR ? "interrupted" : "the terminal cannot be read");
+    return line;
+}
+
+Secret fromTerminal() {
+    const Descriptor terminal("/dev/tty", O_RDWR | O_NOCTTY);
+    if (terminal.get() < 0)
+        throw std::runtime_error("there is no terminal to ask for the password; use --password-file");
+    const InterruptedReading interrupted;
+    const WithoutEcho silent(terminal.get());
+    Secret first = ask(terminal.get(), "Password: ");
+    const Secret second = ask(terminal.get(), "Password again: ");
+    if (first.text() != second.text())
+        throw std::runtime_error("the two passwords differ");
+    return first;
+}
+
+Secret fromFile(const std::string& file) {
+    const Descriptor input(file.c_str(), O_RDONLY);
+    Secret line;
+    struct stat status = {};
+    if (input.get() < 0 || ::fstat(input.get(), &status) != 0 || !readLine(input.get(), line))
+        throw std::runtime_error("password file " + file + ": " + std::generic_category().message(errno));
+    if (S_ISREG(status.st_mode) && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
+        std::fprintf(stderr, "kelpctl: warning: others can read the password file %s\n", file.c_str());
+    return line;
+}
+
+}  // namespace
+
+Secret::Secret(Secret&& other) noexcept {
+    text_.swap(other.text_);
+}
+
+Secret::~Secret() {
+    ::explicit_bzero(text_.data(), text_.size());
+}
+
+void Secret::append(char character) {
+    if (text_.capacity() < kLineBytesMax)
+        text_.reserve(kLineBytesMax);  // at once: growing would leave copies behind
+    text_.push_back(character);
+}
+
+Secret readPassword(const std::string& file) {
+    Secret password = file.empty() ? fromTerminal() : fromFile(file);
+    if (password.text().empty())
+        throw std::runtime_error("the password must not be empty");
+    return password;
+}
+
+}  // namespace kelp::ctl

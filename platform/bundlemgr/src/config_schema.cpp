@@ -15,6 +15,11 @@ constexpr std::int64_t kPortMax = 65535;
 
 enum class Change { AtReload, AtRestart };
 
+/// For keys that nothing reads.
+std::string noEffect(const std::string& meaning) {
+    return meaning + " Has no effect in this version.";
+}
+
 ConfigKey integerKey(std::string table, std::string key, std::int64_t standard, std::int64_t minimum,
                      std::int64_t maximum, Change change, std::string meaning) {
     return ConfigKey{
@@ -90,116 +95,105 @@ std::vector<ConfigKey> serviceKeys() {
 
         integerKey("tls", "mode", 0, 0, 2, restart, "0 no TLS, 1 TLS beside TCP, 2 TLS only."),
         textKey("tls", "listen", "127.0.0.1:4843", {}, restart, "Address and port for CORBA calls over TLS."),
-        textKey(
-            "tls", "ca", "", {}, restart,
-            "PEM file with the certificates of the authorities that sign the clients' certificates; needed "
-            "when mode is not 0."),
+        textKey("tls", "ca", "", {}, restart,
+                "PEM file with the certificates of the authorities that sign the clients' certificates; "
+                "needed when mode is not 0."),
         textKey("tls", "certificate", "", {}, restart,
                 "PEM file with this process's private key and certificate; needed when mode is not 0."),
         textKey("tls", "key_password_file", "", {}, restart,
                 "File whose first line is the password of the private key; empty for a key without one."),
         textKey("tls", "verify", "require", {"require", "none"}, restart,
-                "Whether a client must show a certificate. Has no effect in this version: one is always "
-                "required."),
+                "\"require\": a client must show a certificate that an authority of ca has signed; \"none\": "
+                "it need not."),
 
-        textKey(
-            "naming", "host", "127.0.0.1", {}, Change::AtReload,
-            "Host of the naming service; of this machine when the naming service is embedded. While it is "
-            "embedded a change needs a restart."),
+        textKey("naming", "host", "127.0.0.1", {}, Change::AtReload,
+                "Host of the naming service; of this machine when the naming service is embedded. While it "
+                "is embedded a change needs a restart."),
         integerKey("naming", "port", 4801, 1, kPortMax, Change::AtReload,
                    "Port of the naming service. While it is embedded a change needs a restart."),
         integerKey("naming", "ssl_port", 0, 0, kPortMax, Change::AtReload,
                    "Port of the naming service for TLS; 0 for none."),
         flagKey("naming", "embedded", true, restart,
                 "Run a naming service as a child of this process; false uses the one at host and port."),
-        textKey("naming", "data_dir", "", {}, restart,
-                "Folder where the embedded naming service keeps its bindings; empty: below the state "
-                "directory."),
+        textKey(
+            "naming", "data_dir", "", {}, restart,
+            "Folder where the embedded naming service keeps its bindings; empty: below the state directory."),
 
         textKey(
             "notification", "mode", "embedded", {"embedded", "external"}, restart,
-            "The notification channel: inside this process, or a CosNotification service elsewhere. Has no "
-            "effect in this version."),
+            noEffect(
+                "The notification channel: inside this process, or a CosNotification service elsewhere.")),
         textKey("notification", "host", "127.0.0.1", {}, Change::AtReload,
-                "Host of an external notification service. Has no effect in this version."),
+                noEffect("Host of an external notification service.")),
         integerKey("notification", "port", 4802, 1, kPortMax, Change::AtReload,
-                   "Port of an external notification service. Has no effect in this version."),
+                   noEffect("Port of an external notification service.")),
         integerKey("notification", "ssl_port", 0, 0, kPortMax, Change::AtReload,
-                   "Port of an external notification service for TLS; 0 for none. Has no effect in this "
-                   "version."),
+                   noEffect("Port of an external notification service for TLS; 0 for none.")),
         integerKey("notification", "queue_events_max", 10000, 1, 10000000, restart,
-                   "Events kept for one consumer that does not take them. Has no effect in this version."),
+                   noEffect("Events kept for one consumer that does not take them.")),
         integerKey("notification", "delivery_threads_max", 64, 1, 1000, restart,
-                   "Most threads that deliver events. Has no effect in this version."),
+                   noEffect("Most threads that deliver events.")),
         secondsKey("notification", "push_timeout_s", 10, restart,
-                   "Limit of one call that delivers events, in seconds. Has no effect in this version."),
+                   noEffect("Limit of one call that delivers events, in seconds.")),
         secondsKey("notification", "dead_consumer_after_s", 600, restart,
-                   "A consumer that answers nothing for this many seconds is given up. Has no effect in this "
-                   "version."),
+                   noEffect("A consumer that answers nothing for this many seconds is given up.")),
         integerKey("notification", "heartbeat_s", 60, 0, kDaySeconds, restart,
-                   "Seconds between heartbeat events; 0 sends none. Has no effect in this version."),
+                   noEffect("Seconds between heartbeat events; 0 sends none.")),
         flagKey("notification", "alarm_log", false, restart,
-                "Write every alarm taken in to the alarm log. Has no effect in this version."),
+                noEffect("Write every alarm taken in to the alarm log.")),
 
-        integerKey(
-            "session", "release_strategy", 0, 0, 2, restart,
-            "When sessions end without a log-out or a failed ping: 0 never, 1 the oldest when there are "
-            "more than max_sessions, 2 when the NMS has been silent for silent_time_s."),
+        integerKey("session", "release_strategy", 0, 0, 2, restart,
+                   "When sessions end without a log-out or a failed ping: 0 never; 1 the oldest when there "
+                   "are more than max_sessions, with ping_mode = false only; 2 when the NMS has been silent "
+                   "for silent_time_s."),
         flagKey("session", "ping_mode", true, restart, "Whether the EMS pings the NMS of each session."),
-        secondsKey(
-            "session", "ping_interval_s", 60, restart,
-            "Seconds between two rounds of pings. An NMS that fails four in a row loses its session in "
-            "the fifth round."),
+        secondsKey("session", "ping_interval_s", 60, restart,
+                   "Seconds between two rounds of pings. An NMS that fails four in a row loses its session "
+                   "in the fifth round."),
         secondsKey("session", "call_timeout_s", 10, restart,
                    "Limit of one call to an NMS, in seconds, connecting included."),
         secondsKey("session", "silent_time_s", 1800, restart,
                    "Seconds an NMS may be silent or unreachable under release strategy 2."),
         integerKey("session", "max_sessions", 100, 1, 1000000, Change::AtReload,
-                   "Most sessions at the same time under release strategy 1."),
+                   "Most sessions at the same time under release strategy 1 with ping_mode = false."),
 
         integerKey("iterator", "soft_limit", 200, 1, 1000000, Change::AtReload,
-                   "Open iterators above which old ones are closed (IteratorRestriction)."),
-        integerKey("iterator", "hard_limit", 1000, 1, 1000000, Change::AtReload,
-                   "Open iterators above which no more are opened (IteratorNum); not below soft_limit."),
+                   noEffect("Open iterators above which old ones are closed (IteratorRestriction).")),
         integerKey(
-            "iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
-            "Most entries of one batch; its encoded size stays below 1 MiB besides. Has no effect in this "
-            "version."),
+            "iterator", "hard_limit", 1000, 1, 1000000, Change::AtReload,
+            noEffect("Open iterators above which no more are opened (IteratorNum); not below soft_limit.")),
+        integerKey("iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
+                   noEffect("Most entries of one batch; its encoded size stays below 1 MiB besides.")),
 
         textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
-                 "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "
-                 "elsewhere are refused."),
+                 noEffect("Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. "
+                          "Calls from elsewhere are to be refused.")),
         textKey("access", "nms_reference", "peer", {"peer", "allowed", "any"}, Change::AtReload,
-                "Which address an NMS's own reference may name: \"peer\" that of its connection only, "
-                "\"allowed\" one in allowed_oss, \"any\" every one. Has no effect in this version."),
+                noEffect("Which address an NMS's own reference may name: \"peer\" that of its connection "
+                         "only, \"allowed\" one in allowed_oss, \"any\" every one.")),
 
         textKey("security", "database", "", {}, restart,
                 "SQLite file of the user accounts; empty: users.db below the state directory."),
-        integerKey(
-            "security", "lockout_failures", 5, 1, 1000, Change::AtReload,
-            "Failed log-ins after which a user is locked out for a time. Has no effect in this version."),
+        integerKey("security", "lockout_failures", 5, 1, 1000, Change::AtReload,
+                   noEffect("Failed log-ins after which a user is locked out for a time.")),
         secondsKey("security", "lockout_s", 300, Change::AtReload,
-                   "How many seconds a user is locked out. Has no effect in this version."),
-        integerKey(
-            "security", "hash_memory_kib", 19456, 8, 4194304, Change::AtReload,
-            "Memory of one password hash (Argon2id), in KiB. Stored hashes keep the cost they were made "
-            "with."),
+                   noEffect("How many seconds a user is locked out.")),
+        integerKey("security", "hash_memory_kib", 19456, 8, 4194304, Change::AtReload,
+                   "Memory of one password hash (Argon2id), in KiB. Stored hashes keep the cost they were "
+                   "made with."),
         integerKey("security", "hash_passes", 2, 1, 1000, Change::AtReload,
                    "Passes of one password hash (Argon2id)."),
 
         textKey("oplog", "database", "", {}, restart,
-                "SQLite file of the operation log; empty: below the state directory. Has no effect in this "
-                "version."),
+                noEffect("SQLite file of the operation log; empty: below the state directory.")),
         integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload,
-                   "Days that records are kept. Has no effect in this version."),
+                   noEffect("Days that records are kept.")),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
-                   "Size above which the oldest records go, in MiB. Has no effect in this version."),
+                   noEffect("Size above which the oldest records go, in MiB.")),
         integerKey("oplog", "queue_max", 200000, 1, 10000000, restart,
-                   "Records that wait for the disk at most. Has no effect in this version."),
-        integerKey(
-            "oplog", "stall_max_ms", 2000, 0, 60000, restart,
-            "How long a request waits at most for room in the queue, in milliseconds. Has no effect in "
-            "this version."),
+                   noEffect("Records that wait for the disk at most.")),
+        integerKey("oplog", "stall_max_ms", 2000, 0, 60000, restart,
+                   noEffect("How long a request waits at most for room in the queue, in milliseconds.")),
 
         textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
                  "Where trace lines go: any of \"console\" (standard error), \"file\" and \"journal\" (of "
@@ -211,19 +205,17 @@ std::vector<ConfigKey> serviceKeys() {
                    "configuration, 3 everything."),
 
         integerKey("time", "appearance", 0, 0, 1, Change::AtReload,
-                   "Form of times on the interface: 0 compact (yyyyMMddhhmmss.s), 1 with slashes."),
+                   noEffect("Form of times on the interface: 0 compact (yyyyMMddhhmmss.0), 1 with slashes "
+                            "(dd/MM/yyyy hh:mm:ss).")),
         integerKey("time", "reference", 0, 0, 1, Change::AtReload,
-                   "Times on the interface are 0 UTC, 1 local time."),
+                   noEffect("Times on the interface are 0 UTC, 1 local time.")),
 
-        textKey(
-            "admin", "listen", "", {}, restart,
-            "Address of the operator's interface; empty: a socket below the state directory. Has no effect "
-            "in this version."),
+        textKey("admin", "listen", "", {}, restart,
+                noEffect("Address of the operator's interface; empty: a socket below the state directory.")),
 
-        textsKey(
-            "bundles", "load", {"kelp_ems", "mx_kelpcorba_env"}, {}, restart,
-            "Bundles in the order of their start, stopped in reverse; the agent (mx_kelpcorba_env) last, "
-            "since it takes the managers that others have entered before it."),
+        textsKey("bundles", "load", {"kelp_ems", "mx_kelpcorba_env"}, {}, restart,
+                 "Bundles in the order of their start, stopped in reverse; the agent (mx_kelpcorba_env) "
+                 "last, since it takes the managers that others have entered before it."),
         textKey("bundles", "dir", "", {}, restart,
                 "Folder of the bundles; empty: the one installed with this program."),
     };
@@ -290,8 +282,9 @@ const std::vector<ConfigTable>& configTables() {
         {"trace", "The trace."},
         {"time", "Times on the interface."},
         {"agent",
-         "Options of the agent and of the bundles beside it; bundles give them their meaning. A missing key "
-         "has the value shown. Read again on SIGHUP."},
+         "Options of the agent and of the bundles beside it; a missing key has the value shown. Read again "
+         "on SIGHUP. In this version bUseBTName has an effect; the others are there for bundles that ask for "
+         "them."},
         {"admin", "The operator's interface."},
         {"bundles", "What the host loads."},
     };

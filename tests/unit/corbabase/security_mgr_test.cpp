@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+#include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/user_database.h>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <thread>
+
+#include "config_text.h"
+#include "support/trace_capture.h"
+#include "system/harness/scratch_dir.h"
+
+using kelp::test::ScratchDir;
+using kelp::test::TraceCapture;
+using NS_CORBA::CorbaSecurityMgr;
+using NS_CORBA::kUserDatabaseUnusable;
+using NS_CORBA::kUserDisabled;
+using NS_CORBA::kWrongPassword;
+using NS_CORBA::UserDatabase;
+
+namespace {
+
+const std::string kHost = "10.0.0.1:5000";
+const std::string kOtherHost = "10.0.0.1:5001";
+
+std::string sessionName(const std::string& user) {
+    return "<USERNAME_TAG>" + user + "</USERNAME_TAG><IPANDPORT_TAG>" + kHost + "</IPANDPORT_TAG>";
+}
+
+class SecurityMgrTest : public testing::Test {
+  protected:
+    SecurityMgrTest() {
+        kelp::test::configure("[security]\ndatabase = \"" + file.string() +
+                              "\"\nhash_memory_kib = 8\nhash_passes = 1\n");
+    }
+    ~SecurityMgrTest() override { CorbaSecurityMgr::Destroy(); }
+
+    static CorbaSecurityMgr& manager() { return *CorbaSecurityMgr::Instance(); }
+    void addUser(const std::string& name) {
+        UserDatabase(file).add(name, "secret", NS_CORBA::configuredHashCost());
+    }
+    std::int64_t idOf(const std::string& name) { return UserDatabase(file).find(name)->id; }
+
+    ScratchDir folder;
+    const std::filesystem::path file = folder / "users.db";
+};
+
+TEST_F(SecurityMgrTest, InitMakesTheDatabaseAndSaysHowToAddTheFirstUser) {
+    const TraceCapture capture;
+    EXPECT_TRUE(manager().Init());
+    EXPECT_TRUE(std::filesystem::exists(file));
+    EXPECT_TRUE(capture.contains("kelpctl user add"));
+}
+
+TEST_F(SecurityMgrTest, InitFailsOnADatabaseThatCannotBeUsed) {
+    kelp::test::writeFile(file, std::string(4096, 'x'));
+    const TraceCapture capture;
+    EXPECT_FALSE(manager().Init());
+    EXPECT_TRUE(capture.contains("user database " + file.string() + " is damaged"));
+}
+
+TEST_F(SecurityMgrTest, LoginEntersOneLiveLoginThatLogoutEnds) {
+    addUser("nms1");
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 1u);
+    EXPECT_EQ(manager().LiveLogins(kOtherHost, "nms1"), 0u);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 2u);
+    manager().Logout(kHost, "nms1");
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 1u);
+    manager().Logout(kHost, "nms1");
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+    manager().Logout(kHost, "nms1");
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+}
+
+TEST_F(SecurityMgrTest, AWrongPasswordAndAnUnknownUserAreOneAndTheSame) {
+    addUser("nms1");
+    EXPECT_EQ(manager().Login(kHost, "nms1", "wrong"), kWrongPassword);
+    EXPECT_EQ(manager().Login(kHost, "nobody", "secret"), kWrongPassword);
+    EXPECT_EQ(manager().Login(kHost, "", ""), kWrongPassword);
+    EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(100000, 'p')), kWrongPassword);
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+}
+
+TEST_F(SecurityMgrTest, ThatAUserIsDisabledIsToldOnlyWithTheRightPassword) {
+    addUser("nms1");
+    UserDatabase(file).setEnabled("nms1", false);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "wrong"), kWrongPassword);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), kUserDisabled);
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+    UserDatabase(file).setEnabled("nms1", true);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+}
+
+TEST_F(SecurityMgrTest, CheckLoginAnswersLikeLoginAndEntersNothing) {
+    addUser("nms1");
+    EXPECT_EQ(manager().checkLogin(kHost, "nms1", "secret"), 0u);
+    EXPECT_EQ(manager().checkLogin(kHost, "nms1", "wrong"), kWrongPassword);
+    UserDatabase(file).setEnabled("nms1", false);
+    EXPECT_EQ(manager().checkLogin(kHost, "nms1", "secret"), kUserDisabled);
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+}
+
+TEST_F(SecurityMgrTest, AnUnusableDatabaseRefusesAndIsGoodAgainByItself) {
+    addUser("nms1");
+    const std::string good = kelp::test::contentOf(file);
+    const TraceCapture capture;
+
+    std::filesystem::remove(file);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), kUserDatabaseUnusable);
+    EXPECT_TRUE(
+        capture.contains("[CorbaSecurityMgr::Login] user database " + file.string() + " does not exist"));
+    EXPECT_FALSE(std::filesystem::exists(file));
+
+    kelp::test::writeFile(file, std::string(4096, 'x'));
+    EXPECT_EQ(manager().checkLogin(kHost, "nms1", "secret"), kUserDatabaseUnusable);
+    EXPECT_TRUE(
+        capture.contains("[CorbaSecurityMgr::checkLogin] user database " + file.string() + " is damaged"));
+
+    kelp::test::writeFile(file, good);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+}
+
+TEST_F(SecurityMgrTest, ALockedDatabaseRefusesALoginButNotALogout) {
+    addUser("nms1");
+    ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    SQLite::Database other(file.string(), SQLite::OPEN_READWRITE);
+    SQLite::Transaction holding(other, SQLite::TransactionBehavior::EXCLUSIVE);
+    EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), kUserDatabaseUnusable);
+    manager().Logout(kHost, "nms1");
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+}
+
+TEST_F(SecurityMgrTest, AUsersNumberComesFromTheDatabase) {
+    addUser("first");
+    addUser("nms1");
+    EXPECT_EQ(manager().GetUserID(sessionName("nms1")), idOf("nms1"));
+    EXPECT_NE(manager().GetUserID(sessionName("nms1")), manager().GetUserID(sessionName("first")));
+    EXPECT_EQ(manager().GetUserID(sessionName("nobody")), -1);
+    EXPECT_EQ(manager().GetUserID(""), -1);
+    EXPECT_EQ(manager().GetUserID("nms1"), -1);
+    EXPECT_EQ(manager().GetUserID("<USERNAME_TAG>nms1"), -1);
+}
+
+TEST_F(SecurityMgrTest, TheNumberOfALiveLoginNeedsNoDisk) {
+    addUser("nms1");
+    const std::int64_t id = idOf("nms1");
+    ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    std::filesystem::remove(file);
+    EXPECT_EQ(manager().GetUserID(sessionName("nms1")), id);
+    manager().Logout(kHost, "nms1");
+    EXPECT_EQ(manager().GetUserID(sessionName("nms1")), -1);
+}
+
+TEST_F(SecurityMgrTest, LogoutWorksWithoutInitAndAfterExitThread) {
+    manager().Logout(kHost, "nms1");
+    ASSERT_TRUE(manager().Init());
+    addUser("nms1");
+    ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    manager().ExitThread();
+    manager().Logout(kHost, "nms1");
+    EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
+    CorbaSecurityMgr::Destroy();
+    CorbaSecurityMgr::Destroy();
+    manager().Logout(kHost, "nms1");
+}
+
+TEST_F(SecurityMgrTest, ManyMayLogInAtOnce) {
+    addUser("nms1");
+    std::vector<std::thread> clients;
+    for (int i = 0; i < 8; ++i)
+        clients.emplace_back([i] {
+            const std::string host = "10.0.0.2:" + std::to_string(6000 + i);
+            for (int round = 0; round < 5; ++round) {
+                EXPECT_EQ(manager().Login(host, "nms1", "secret"), 0u);
+                EXPECT_GT(manager().GetUserID(sessionName("nms1")), 0);
+                manager().Logout(host, "nms1");
+                EXPECT_EQ(manager().LiveLogins(host, "nms1"), 0u);
+            }
+        });
+    for (std::thread& client : clients)
+        client.join();
+}
+
+TEST_F(SecurityMgrTest, TheDefaultFileLiesBelowTheStateDirectory) {
+    kelp::test::configure("");
+    ::setenv("STATE_DIRECTORY", folder.path().c_str(), 1);
+    EXPECT_EQ(NS_CORBA::userDatabaseFile(), folder / "users.db");
+    ::unsetenv("STATE_DIRECTORY");
+}
+
+}  // namespace

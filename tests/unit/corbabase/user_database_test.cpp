@@ -1,0 +1,328 @@
+#include <gtest/gtest.h>
+#include <kelp/corbabase/user_database.h>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <future>
+#include <stdexcept>
+
+#include "system/harness/scratch_dir.h"
+
+using kelp::test::ScratchDir;
+using kelp::test::writeFile;
+using NS_CORBA::HashCost;
+using NS_CORBA::UserAccount;
+using NS_CORBA::UserDatabase;
+
+namespace {
+
+constexpr HashCost kCheap{8, 1};
+
+class UserDatabaseTest : public testing::Test {
+  protected:
+    /// The sentence that an operation fails with; empty when it does not fail.
+    template <class Operation>
+    static std::string failureOf(Operation operation) {
+        try {
+            operation();
+        } catch (const std::runtime_error& failure) {
+            return failure.what();
+        }
+        return {};
+    }
+
+    std::string openingFailure() {
+        return failureOf([this] { UserDatabase database(file); });
+    }
+
+    ScratchDir folder;
+    const std::filesystem::path file = folder / "users.db";
+};
+
+TEST_F(UserDatabaseTest, KeepsAccountsAndTellsRightPasswordsFromWrongOnes) {
+    {
+        UserDatabase database(file);
+        database.add("nms1", "secret", kCheap);
+        database.add("nms2", "other", kCheap);
+    }
+    UserDatabase database(file);
+    EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
+    EXPECT_FALSE(database.passwordMatches("nms1", "Secret", kCheap));
+    EXPECT_FALSE(database.passwordMatches("nms1", "", kCheap));
+    EXPECT_FALSE(database.passwordMatches("nms1", "other", kCheap));
+    EXPECT_TRUE(database.passwordMatches("nms2", "other", kCheap));
+    EXPECT_FALSE(database.passwordMatches("nobody", "secret", kCheap));
+}
+
+TEST_F(UserDatabaseTest, NamesAreExact) {
+    UserDatabase database(file);
+    database.add("Nms", "secret", kCheap);
+    EXPECT_FALSE(database.find("nms"));
+    EXPECT_FALSE(database.find("Nms "));
+    EXPECT_FALSE(database.passwordMatches("NMS", "secret", kCheap));
+    database.add("nms", "secret", kCheap);
+    EXPECT_EQ(database.list().size(), 2u);
+}
+
+TEST_F(UserDatabaseTest, TheFileIsItsOwnersAlone) {
+    const ::mode_t before = ::umask(0);
+    { const UserDatabase database(folder / "sub" / "folder" / "users.db"); }
+    ::umask(before);
+    struct stat status = {};
+    ASSERT_EQ(::stat((folder / "sub/folder/users.db").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(UserDatabaseTest, NoPasswordStandsInTheFile) {
+    {
+        UserDatabase database(file);
+        database.add("nms1", "open sesame", kCheap);
+    }
+    const std::string content = kelp::test::contentOf(file);
+    EXPECT_EQ(content.find("open sesame"), std::string::npos);
+    EXPECT_NE(content.find("$argon2id$v=19$m=8,t=1,p=1$"), std::string::npos);
+}
+
+TEST_F(UserDatabaseTest, TheSamePasswordIsHashedDifferentlyEachTime) {
+    {
+        UserDatabase database(file);
+        database.add("nms1", "secret", kCheap);
+        database.add("nms2", "secret", kCheap);
+    }
+    SQLite::Database raw(file.string());
+    EXPECT_EQ(raw.execAndGet("SELECT count(DISTINCT password_hash) FROM user").getInt(), 2);
+}
+
+TEST_F(UserDatabaseTest, ListsAccountsByNameWithTheirDates) {
+    UserDatabase database(file);
+    const auto now =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch());
+    database.add("zeta", "secret", kCheap);
+    database.add("alpha", "secret", kCheap);
+    database.setEnabled("zeta", false);
+    const std::vector<UserAccount> accounts = database.list();
+    ASSERT_EQ(accounts.size(), 2u);
+    EXPECT_EQ(accounts[0].name, "alpha");
+    EXPECT_TRUE(accounts[0].enabled);
+    EXPECT_EQ(accounts[1].name, "zeta");
+    EXPECT_FALSE(accounts[1].enabled);
+    EXPECT_NE(accounts[0].id, accounts[1].id);
+    EXPECT_GE(accounts[0].createdUtc, now.count());
+    EXPECT_GE(accounts[0].passwordChangedUtc, accounts[0].createdUtc);
+}
+
+TEST_F(UserDatabaseTest, ANewPasswordReplacesTheOldOne) {
+    UserDatabase database(file);
+    database.add("nms1", "old", kCheap);
+    database.setPassword("nms1", "new", kCheap);
+    EXPECT_FALSE(database.passwordMatches("nms1", "old", kCheap));
+    EXPECT_TRUE(database.passwordMatches("nms1", "new", kCheap));
+}
+
+TEST_F(UserDatabaseTest, HashesOfAnotherCostStayValid) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", HashCost{16, 2});
+    EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
+}
+
+TEST_F(UserDatabaseTest, ARemovedUsersNumberIsNotGivenAgain) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    const std::int64_t id = database.find("nms1")->id;
+    database.remove("nms1");
+    EXPECT_FALSE(database.find("nms1"));
+    database.add("nms1", "secret", kCheap);
+    EXPECT_NE(database.find("nms1")->id, id);
+}
+
+TEST_F(UserDatabaseTest, AuthenticateTellsADisabledAccountOnlyWithTheRightPassword) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    database.setEnabled("nms1", false);
+    EXPECT_FALSE(database.authenticate("nms1", "wrong", kCheap));
+    const std::optional<UserAccount> account = database.authenticate("nms1", "secret", kCheap);
+    ASSERT_TRUE(account);
+    EXPECT_FALSE(account->enabled);
+    database.setEnabled("nms1", true);
+    EXPECT_TRUE(database.authenticate("nms1", "secret", kCheap)->enabled);
+}
+
+TEST_F(UserDatabaseTest, ChangingAnUnknownUserFails) {
+    UserDatabase database(file);
+    const std::string unknown = "there is no user \"nobody\"";
+    EXPECT_EQ(failureOf([&] { database.setEnabled("nobody", true); }), unknown);
+    EXPECT_EQ(failureOf([&] { database.setPassword("nobody", "secret", kCheap); }), unknown);
+    EXPECT_EQ(failureOf([&] { database.remove("nobody"); }), unknown);
+}
+
+TEST_F(UserDatabaseTest, NoNameIsGivenTwice) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    EXPECT_EQ(failureOf([&] { database.add("nms1", "other", kCheap); }), "user \"nms1\" exists already");
+    EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
+}
+
+TEST_F(UserDatabaseTest, NamesThatWouldHurtElsewhereAreRefused) {
+    UserDatabase database(file);
+    EXPECT_NE(failureOf([&] { database.add("", "secret", kCheap); }), "");
+    EXPECT_NE(failureOf([&] { database.add(std::string(65, 'n'), "secret", kCheap); }), "");
+    EXPECT_NE(failureOf([&] { database.add("a\nb", "secret", kCheap); }), "");
+    EXPECT_NE(failureOf([&] { database.add("a\x7f", "secret", kCheap); }), "");
+    EXPECT_NE(failureOf([&] { database.add("a\xffz", "secret", kCheap); }), "");
+    EXPECT_NE(failureOf([&] { database.add("a\xc0\xaf", "secret", kCheap); }), "");      // overlong
+    EXPECT_NE(failureOf([&] { database.add("a\xed\xa0\x80", "secret", kCheap); }), "");  // surrogate
+    EXPECT_NE(failureOf([&] { database.add("a\xc2\x85", "secret", kCheap); }), "");      // control character
+    EXPECT_NE(failureOf([&] { database.add("a\xe2\x82", "secret", kCheap); }), "");      // cut short
+    EXPECT_NE(failureOf([&] { database.add("a<b", "secret", kCheap); }).find("'<' or '>'"),
+              std::string::npos);
+    EXPECT_NE(failureOf([&] { database.add("</USERNAME_TAG>", "secret", kCheap); }), "");
+    EXPECT_TRUE(database.list().empty());
+}
+
+TEST_F(UserDatabaseTest, NamesMayHoldAnythingElseThatIsPrinted) {
+    UserDatabase database(file);
+    const std::string names[] = {"n", std::string(64, 'n'), "O'Neil; DROP TABLE user",
+                                 "J\xc3\xbcrgen @ \xe6\x9d\xb1"};
+    for (const std::string& name : names) {
+        database.add(name, "secret", kCheap);
+        EXPECT_TRUE(database.passwordMatches(name, "secret", kCheap)) << name;
+    }
+}
+
+TEST_F(UserDatabaseTest, PasswordsHaveALengthAndALimit) {
+    UserDatabase database(file);
+    EXPECT_EQ(failureOf([&] { database.add("nms1", "", kCheap); }), "the password must not be empty");
+    EXPECT_NE(failureOf([&] { database.add("nms1", std::string(1025, 'p'), kCheap); }), "");
+    const std::string longest(1024, 'p');
+    database.add("nms1", longest, kCheap);
+    EXPECT_TRUE(database.passwordMatches("nms1", longest, kCheap));
+    EXPECT_FALSE(database.passwordMatches("nms1", longest + "p", kCheap));
+    EXPECT_EQ(failureOf([&] { database.setPassword("nms1", "", kCheap); }), "the password must not be empty");
+}
+
+TEST_F(UserDatabaseTest, AnImpossibleHashCostIsAClearError) {
+    UserDatabase database(file);
+    EXPECT_NE(failureOf([&] {
+                  database.add("nms1", "secret", HashCost{1, 1});
+              }).find("1 KiB"),
+              std::string::npos);
+    EXPECT_FALSE(database.find("nms1"));
+}
+
+TEST_F(UserDatabaseTest, AMissingFileIsAnErrorWhenItMustExist) {
+    EXPECT_EQ(failureOf([&] { UserDatabase database(file, UserDatabase::Missing::IsAnError); }),
+              "user database " + file.string() + " does not exist");
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(UserDatabaseTest, AFileThatIsNoDatabaseIsDamaged) {
+    writeFile(file, std::string(8192, 'x'));
+    EXPECT_NE(openingFailure().find("is damaged"), std::string::npos) << openingFailure();
+    EXPECT_EQ(kelp::test::contentOf(file), std::string(8192, 'x'));
+}
+
+TEST_F(UserDatabaseTest, AFileWithBrokenPagesIsDamaged) {
+    {
+        UserDatabase database(file);
+        database.add("nms1", "secret", kCheap);
+    }
+    std::string content = kelp::test::contentOf(file);
+    ASSERT_GT(content.size(), 4096u);
+    std::fill(content.begin() + 4096, content.end(), '\x55');
+    writeFile(file, content);
+    EXPECT_NE(failureOf([&] {
+                  UserDatabase database(file);
+                  database.list();
+              }).find("is damaged"),
+              std::string::npos);
+}
+
+TEST_F(UserDatabaseTest, AnotherProgramsDatabaseIsRefusedAndLeftAlone) {
+    {
+        SQLite::Database other(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        other.exec("CREATE TABLE song (title TEXT)");
+    }
+    EXPECT_EQ(openingFailure(), file.string() + " is not a user database");
+    SQLite::Database other(file.string());
+    EXPECT_EQ(other.execAndGet("SELECT count(*) FROM sqlite_schema").getInt(), 1);
+}
+
+TEST_F(UserDatabaseTest, ASchemaOfAnotherVersionIsRefused) {
+    { const UserDatabase database(file); }
+    {
+        SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
+        raw.exec("PRAGMA user_version = 7");
+    }
+    EXPECT_EQ(openingFailure(),
+              "user database " + file.string() + " has schema version 7; this program knows version 1");
+}
+
+TEST_F(UserDatabaseTest, AnEmptyFileBecomesADatabase) {
+    writeFile(file, "");
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    EXPECT_EQ(database.list().size(), 1u);
+}
+
+TEST_F(UserDatabaseTest, AFolderInItsPlaceIsAnError) {
+    EXPECT_NE(failureOf([&] { UserDatabase database(folder.path()); }).find("cannot be opened"),
+              std::string::npos);
+    writeFile(file, "");
+    EXPECT_NE(failureOf([&] { UserDatabase database(file / "users.db"); }).find("cannot make its folder"),
+              std::string::npos);
+}
+
+TEST_F(UserDatabaseTest, ALockedFileIsAnErrorAndGoodAgainAfterwards) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    {
+        SQLite::Database other(file.string(), SQLite::OPEN_READWRITE);
+        SQLite::Transaction holding(other, SQLite::TransactionBehavior::EXCLUSIVE);
+        EXPECT_EQ(failureOf([&] { database.setEnabled("nms1", false); }),
+                  "user database " + file.string() + " is locked by another process");
+        EXPECT_EQ(failureOf([&] { database.passwordMatches("nms1", "secret", kCheap); }),
+                  "user database " + file.string() + " is locked by another process");
+    }
+    EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
+    EXPECT_TRUE(database.find("nms1")->enabled);
+}
+
+TEST_F(UserDatabaseTest, AShortLockIsWaitedFor) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    SQLite::Database other(file.string(), SQLite::OPEN_READWRITE);
+    auto holding = std::make_unique<SQLite::Transaction>(other, SQLite::TransactionBehavior::EXCLUSIVE);
+    std::future<std::string> change = std::async(
+        std::launch::async, [&] { return failureOf([&] { database.setEnabled("nms1", false); }); });
+    EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    holding.reset();
+    EXPECT_EQ(change.get(), "");
+}
+
+TEST_F(UserDatabaseTest, TwoProgramsMayMakeItAtOnce) {
+    const auto make = [this] {
+        return failureOf([this] {
+            UserDatabase database(file);
+            database.list();
+        });
+    };
+    for (int round = 0; round < 20; ++round) {
+        std::filesystem::remove(file);
+        std::future<std::string> one = std::async(std::launch::async, make);
+        EXPECT_EQ(make(), "");
+        EXPECT_EQ(one.get(), "");
+    }
+}
+
+TEST_F(UserDatabaseTest, AnotherProcesssChangesAreSeenAtOnce) {
+    UserDatabase agent(file);
+    UserDatabase tool(file);
+    tool.add("nms1", "secret", kCheap);
+    EXPECT_TRUE(agent.passwordMatches("nms1", "secret", kCheap));
+    tool.setEnabled("nms1", false);
+    EXPECT_FALSE(agent.find("nms1")->enabled);
+}
+
+}  // namespace

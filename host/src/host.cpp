@@ -194,6 +194,7 @@ void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) 
 
 [[noreturn]] void stopAtOnce() {
     trace(__LINE__, "kelpd is told to stop a second time and ends at once");
+    ::alarm(2);  // whatever wedged the stop may keep the trace from being written too
     util::TraceLog::instance().close();
     ::_exit(kInternalError);
 }

@@ -2,12 +2,24 @@
 #include "exit_codes.h"
 #include "password.h"
 
+#include <kelp/util/trace_log.h>
+
 namespace {
 
 using namespace kelp::nms;
 
+/// The ORB's own diagnostics are for those who ask for them.
+void openTrace(bool verbose) {
+    kelp::util::TraceSettings settings;
+    settings.console = verbose;
+    std::string whyNot;
+    if (!kelp::util::TraceLog::instance().open(settings, whyNot))
+        Report::error(whyNot);
+}
+
 int run(const Options& options) {
     Interrupts interrupts;
+    openTrace(options.verbose);
     const auto report = std::make_shared<Report>(options.json, options.verbose);
     try {
         return runCommand(options, report, interrupts);

@@ -20,6 +20,11 @@ constexpr const char* kSubject = "corbaagentconfig";
 
 constinit LazyInstance<CorbaAgentConfig> config;
 
+std::string copyOf(const std::string& text, ACE_Thread_Mutex& mutex) {
+    const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
+    return text;
+}
+
 void traceReportSubnet(std::int32_t value) {
     tracePoint(kSubject);
     NS_CORBA::TaDebugWithPara(3, "[CorbaAgentConfig::GetOption] Get IsReportSubnet is %d!", value);
@@ -37,10 +42,14 @@ struct CorbaAgentConfig::Option {
     const char* nameInTrace;               ///< what the trace of a failed read calls the key; null: no trace
     std::optional<std::int32_t> fallback;  ///< taken when the read fails; none: the value is kept
 
-    bool isText() const { return std::holds_alternative<std::string CorbaAgentConfig::*>(target); }
+    static const Option table[];
+
+    /// False when the key is missing or unreadable; the member is then as it was.
+    bool read(CorbaAgentConfig& into) const;
+    void store(CorbaAgentConfig& into, std::int32_t value) const;
 };
 
-const CorbaAgentConfig::Option CorbaAgentConfig::kOptions[] = {
+const CorbaAgentConfig::Option CorbaAgentConfig::Option::table[] = {
     {"bUseBTName", &CorbaAgentConfig::useBTName_, "bUseBTName_Option", {}},
     {"bUseNuzakummokRule", &CorbaAgentConfig::useNuzakummokRule_, "bUseNuzakummokRule_Option", {}},
     {"MaxSupportNE", &CorbaAgentConfig::maxSupportNE_, "MaxSupportNE_Option", {}},
@@ -89,11 +98,11 @@ bool CorbaAgentConfig::ReConfig() {
 }
 
 bool CorbaAgentConfig::GetOption() {
-    for (const Option& option : kOptions) {
-        if (option.isText() ? ReadText(option) : ReadNumber(option))
+    for (const Option& option : Option::table) {
+        if (option.read(*this))
             continue;
         if (option.fallback)
-            StoreNumber(option, *option.fallback);
+            option.store(*this, *option.fallback);
         if (option.nameInTrace != nullptr) {
             tracePoint(kSubject);
             NS_CORBA::TaDebug(
@@ -104,35 +113,30 @@ bool CorbaAgentConfig::GetOption() {
     return true;
 }
 
-bool CorbaAgentConfig::ReadNumber(const Option& option) {
+bool CorbaAgentConfig::Option::read(CorbaAgentConfig& into) const {
+    const auto* items = NS_BUNDLEMGR1::CorbaConfigItems::Instance();
+    if (const auto* text = std::get_if<std::string CorbaAgentConfig::*>(&target)) {
+        std::string value;
+        if (!items->GetStrItemInfo(key, value))
+            return false;
+        const ACE_Guard<ACE_Thread_Mutex> guard(into.mutex_);
+        into.** text = value;
+        return true;
+    }
     int value = 0;
-    if (!NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetIntItemInfo(option.key, value))
+    if (!items->GetIntItemInfo(key, value))
         return false;
-    StoreNumber(option, value);
-    if (option.target == Option::Target(&CorbaAgentConfig::reportSubnet_))
+    store(into, value);
+    if (target == Target(&CorbaAgentConfig::reportSubnet_))
         traceReportSubnet(value);
     return true;
 }
 
-bool CorbaAgentConfig::ReadText(const Option& option) {
-    std::string value;
-    if (!NS_BUNDLEMGR1::CorbaConfigItems::Instance()->GetStrItemInfo(option.key, value))
-        return false;
-    const ACE_Guard<ACE_Thread_Mutex> guard(mutex_);
-    this->*std::get<std::string CorbaAgentConfig::*>(option.target) = value;
-    return true;
-}
-
-void CorbaAgentConfig::StoreNumber(const Option& option, std::int32_t value) {
-    if (const auto* toggle = std::get_if<Switch CorbaAgentConfig::*>(&option.target))
-        this->** toggle = value != 0;
-    else
-        this->*std::get<Number CorbaAgentConfig::*>(option.target) = value;
-}
-
-std::string CorbaAgentConfig::CopyOf(const std::string& text) const {
-    const ACE_Guard<ACE_Thread_Mutex> guard(mutex_);
-    return text;
+void CorbaAgentConfig::Option::store(CorbaAgentConfig& into, std::int32_t value) const {
+    if (const auto* toggle = std::get_if<Switch CorbaAgentConfig::*>(&target))
+        into.** toggle = value != 0;
+    else if (const auto* number = std::get_if<Number CorbaAgentConfig::*>(&target))
+        into.** number = value;
 }
 
 std::int32_t CorbaAgentConfig::GetAlarmReportSub() const {
@@ -163,10 +167,10 @@ std::int32_t CorbaAgentConfig::FTP_Type() const { return ftpType_; }
 std::int32_t CorbaAgentConfig::FTP_SSL_ConnectMode() const { return ftpSslConnectMode_; }
 std::int32_t CorbaAgentConfig::FTP_SSL_AuthMode() const { return ftpSslAuthMode_; }
 std::int32_t CorbaAgentConfig::FTP_Port() const { return ftpPort_; }
-std::string CorbaAgentConfig::FTP_TrustedCer() const { return CopyOf(ftpTrustedCer_); }
-std::string CorbaAgentConfig::FTP_ClientCer() const { return CopyOf(ftpClientCer_); }
-std::string CorbaAgentConfig::FTP_PrivateKey() const { return CopyOf(ftpPrivateKey_); }
-std::string CorbaAgentConfig::GetMaxSupportNE() const { return CopyOf(maxSupportNE_); }
+std::string CorbaAgentConfig::FTP_TrustedCer() const { return copyOf(ftpTrustedCer_, mutex_); }
+std::string CorbaAgentConfig::FTP_ClientCer() const { return copyOf(ftpClientCer_, mutex_); }
+std::string CorbaAgentConfig::FTP_PrivateKey() const { return copyOf(ftpPrivateKey_, mutex_); }
+std::string CorbaAgentConfig::GetMaxSupportNE() const { return copyOf(maxSupportNE_, mutex_); }
 std::int32_t CorbaAgentConfig::GetAccDevCompatibility() const { return accDevCompatibility_; }
 std::int32_t CorbaAgentConfig::GetAccTestSwitch() const { return accTestSwitch_; }
 // clang-format on

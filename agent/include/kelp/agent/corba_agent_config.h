@@ -95,16 +95,10 @@ class KELP_EXPORT CorbaAgentConfig {
     CorbaAgentConfig& operator=(const CorbaAgentConfig&) = delete;
 
   private:
-    struct Option;
-    static const Option kOptions[];
+    struct __attribute__((visibility("hidden"))) Option;
 
     CorbaAgentConfig() = default;
     ~CorbaAgentConfig() = default;
-
-    bool ReadNumber(const Option& option);
-    bool ReadText(const Option& option);
-    void StoreNumber(const Option& option, std::int32_t value);
-    std::string CopyOf(const std::string& text) const;
 
     using Number = std::atomic<std::int32_t>;
     using Switch = std::atomic<bool>;

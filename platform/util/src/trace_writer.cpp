@@ -79,27 +79,30 @@ void TraceWriter::run() {
 
 void TraceWriter::writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost) {
     for (OpenSink& open : sinks_) {
-        if (lost > 0)
-            writeLine(open, ownLine(std::to_string(lost) + " trace lines were dropped: the queue was full"));
-        for (const StampedLine& stamped : batch)
-            writeLine(open, stamped);
-        try {
-            open.sink->flush();
-        } catch (const std::exception& ex) {
-            if (open.failures++ == 0)
-                writeToStandardError(ownLine("trace sink " + open.sink->name() + ": " + ex.what()));
+        const std::uint64_t failuresBefore = open.failures;
+        if (failuresBefore > 0) {
+            attempt(open, [&] {
+                open.sink->write(ownLine("trace sink " + open.sink->name() + " failed " +
+                                         std::to_string(failuresBefore) + " times; lines are missing here"));
+            });
         }
+        if (lost > 0) {
+            attempt(open, [&] {
+                open.sink->write(
+                    ownLine(std::to_string(lost) + " trace lines were dropped: the queue was full"));
+            });
+        }
+        for (const StampedLine& stamped : batch)
+            attempt(open, [&] { open.sink->write(stamped); });
+        attempt(open, [&] { open.sink->flush(); });
+        if (open.failures == failuresBefore)
+            open.failures = 0;
     }
 }
 
-void TraceWriter::writeLine(OpenSink& open, const StampedLine& stamped) {
+void TraceWriter::attempt(OpenSink& open, const std::function<void()>& access) {
     try {
-        if (open.failures > 0) {
-            open.sink->write(ownLine("trace sink " + open.sink->name() + " failed " +
-                                     std::to_string(open.failures) + " times; lines are missing here"));
-            open.failures = 0;
-        }
-        open.sink->write(stamped);
+        access();
     } catch (const std::exception& ex) {
         if (open.failures++ == 0)
             writeToStandardError(ownLine("trace sink " + open.sink->name() + ": " + ex.what()));

@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -30,12 +31,13 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
   private:
     struct OpenSink {
         std::unique_ptr<TraceSink> sink;
-        std::uint64_t failures = 0;  ///< in a row
+        std::uint64_t failures = 0;  ///< since the last batch without one
     };
 
     void run();
     void writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost);
-    void writeLine(OpenSink& open, const StampedLine& stamped);
+    /// Does one thing to a sink. Its first failure is told on standard error, further ones are counted.
+    static void attempt(OpenSink& open, const std::function<void()>& access);
     static StampedLine ownLine(std::string text);
 
     std::atomic<std::uint64_t>& dropped_;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "support/tcp_peers.h"
+
+#include <cstdint>
+#include <string>
+
+namespace kelp::test {
+
+/// A port of the loopback interface that no other test gets while this lives, so that a server can be given
+/// its number, stopped, and started on it again. It lies below the ports that outgoing connections take.
+class PortLease {
+  public:
+    PortLease();
+
+    std::uint16_t port() const { return port_; }
+    std::string text() const { return std::to_string(port_); }
+    std::string hostAndPort() const { return "127.0.0.1:" + text(); }
+
+  private:
+    Socket claim_;
+    std::uint16_t port_ = 0;
+};
+
+}  // namespace kelp::test

@@ -1,0 +1,204 @@
+#include "nms_peer/commands.h"
+
+#include <kelp/nms/error.h>
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/references.h>
+
+#include <exception>
+#include <functional>
+#include <future>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include <mtnm/emsMgr.h>
+
+namespace kelp::test {
+
+namespace {
+
+constexpr int kLogInsAtATime = 8;
+
+std::string textOf(const CountingListener::Counts& counts) {
+    std::ostringstream text;
+    text << counts.pings << ' ' << counts.ended << ' ' << counts.losses << ' ' << counts.cleared << ' '
+         << counts.startTime << ' ' << counts.notificationId << ' ' << counts.endTime;
+    return text.str();
+}
+
+std::string textOf(const Chatter::Result& result) {
+    return std::to_string(result.calls) + " " + std::to_string(result.failures) + " " +
+           std::to_string(result.slowestMs);
+}
+
+std::string managerNames(emsSession::EmsSession_I_ptr session) {
+    emsSession::EmsSession_I::managerNames_T_var names;
+    session->getSupportedManagers(names.out());
+    std::string text;
+    for (CORBA::ULong i = 0; i < names->length(); ++i)
+        text += std::string(i == 0 ? "" : " ") + names[i].in();
+    return text;
+}
+
+std::string emsLabel(emsSession::EmsSession_I_ptr session) {
+    common::Common_I_var any;
+    session->getManager("EMS", any.out());
+    const emsMgr::EMSMgr_I_var manager = emsMgr::EMSMgr_I::_narrow(any.in());
+    if (CORBA::is_nil(manager.in()))
+        throw std::runtime_error("the manager EMS is none");
+    emsMgr::EMS_T_var ems;
+    manager->getEMS(ems.out());
+    return ems->userLabel.in();
+}
+
+/// Other failures than that of a missing object are thrown.
+std::string exists(emsSession::EmsSession_I_ptr session) {
+    try {
+        session->ping();
+        return "yes";
+    } catch (const CORBA::OBJECT_NOT_EXIST&) {
+        return "no";
+    } catch (const CORBA::OBJ_ADAPTER&) {
+        return "no";
+    }
+}
+
+}  // namespace
+
+Commands::Commands(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, const std::string& factory,
+                   std::size_t endpoints)
+    : orb_(CORBA::ORB::_duplicate(orb)), poa_(PortableServer::POA::_duplicate(poa)), endpoints_(endpoints) {
+    const CORBA::Object_var object = orb::toReference(orb, factory);
+    factory_ = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
+}
+
+PeerNms& Commands::nms(int number) {
+    const std::lock_guard lock(mutex_);
+    std::unique_ptr<PeerNms>& found = all_[number];
+    if (found == nullptr)
+        found =
+            std::make_unique<PeerNms>(orb_.in(), poa_.in(), static_cast<std::size_t>(number) % endpoints_);
+    return *found;
+}
+
+void Commands::logInAll(int count, const std::string& user, const std::string& password) {
+    std::vector<std::future<void>> workers;
+    for (int worker = 0; worker < kLogInsAtATime; ++worker) {
+        workers.push_back(std::async(std::launch::async, [&, worker] {
+            for (int number = worker; number < count; number += kLogInsAtATime)
+                nms(number).logIn(factory_.in(), user, password);
+        }));
+    }
+    for (std::future<void>& worker : workers)
+        worker.get();
+}
+
+CountingListener::Counts Commands::allCounts() {
+    const std::lock_guard lock(mutex_);
+    CountingListener::Counts sum;
+    for (const auto& [number, one] : all_) {
+        const CountingListener::Counts counts = one->listener().counts();
+        sum.pings += counts.pings;
+        sum.ended += counts.ended;
+        sum.losses += counts.losses;
+        sum.cleared += counts.cleared;
+    }
+    return sum;
+}
+
+std::string Commands::carryOut(const std::string& line) {
+    std::istringstream in(line);
+    std::string command;
+    in >> command;
+    const auto word = [&in] {
+        std::string text;
+        in >> text;
+        return text;
+    };
+    const auto number = [&word] { return std::stoi(word()); };
+    const auto rest = [&in] {
+        std::string text;
+        std::getline(in >> std::ws, text);
+        return text;
+    };
+
+    if (command == "login") {
+        PeerNms& one = nms(number());
+        const std::string user = word();
+        one.logIn(factory_.in(), user, rest());
+    } else if (command == "loginwith") {
+        PeerNms& one = nms(number());
+        const std::string reference = word();
+        const std::string user = word();
+        one.logIn(factory_.in(), user, rest(), reference);
+    } else if (command == "loginall") {
+        const int count = number();
+        const std::string user = word();
+        logInAll(count, user, rest());
+    } else if (command == "endall") {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [key, one] : all_)
+            one->session()->endSession();
+    } else if (command == "ping") {
+        nms(number()).session()->ping();
+    } else if (command == "managers") {
+        return managerNames(nms(number()).session());
+    } else if (command == "ems") {
+        return emsLabel(nms(number()).session());
+    } else if (command == "end") {
+        nms(number()).session()->endSession();
+    } else if (command == "has") {
+        return exists(nms(number()).session());
+    } else if (command == "session") {
+        const CORBA::String_var text = orb_->object_to_string(nms(number()).session());
+        return text.in();
+    } else if (command == "own") {
+        return nms(number()).ownReference();
+    } else if (command == "knows") {
+        const CORBA::Object_var object = orb::toReference(orb_.in(), word());
+        const emsSession::EmsSession_I_var session = emsSession::EmsSession_I::_unchecked_narrow(object.in());
+        return exists(session.in());
+    } else if (command == "counts") {
+        return textOf(nms(number()).listener().counts());
+    } else if (command == "allcounts") {
+        return textOf(allCounts());
+    } else if (command == "endedonce") {
+        const std::lock_guard lock(mutex_);
+        int once = 0;
+        for (const auto& [key, one] : all_)
+            once += one->listener().counts().ended == 1 ? 1 : 0;
+        return std::to_string(once);
+    } else if (command == "hold" || command == "release") {
+        nms(number()).listener().hold(command == "hold");
+    } else if (command == "chatter") {
+        PeerNms& one = nms(number());
+        one.chatter() = std::make_unique<Chatter>(one.session());
+    } else if (command == "chattered" || command == "silence") {
+        std::unique_ptr<Chatter>& chatter = nms(number()).chatter();
+        if (chatter == nullptr)
+            throw std::runtime_error("this NMS does not chatter");
+        const std::string text = textOf(chatter->result());
+        if (command == "silence")
+            chatter.reset();
+        return text;
+    } else {
+        throw std::runtime_error("unknown command");
+    }
+    return {};
+}
+
+std::string Commands::answer(const std::string& line) {
+    try {
+        const std::string result = carryOut(line);
+        return result.empty() ? "ok" : "ok " + result;
+    } catch (const globaldefs::ProcessingFailureException& refused) {
+        return "failed " + nms::exceptionTypeName(refused.exceptionType) + " " +
+               std::string(refused.errorReason.in());
+    } catch (const CORBA::Exception& exception) {
+        return "failed " + orb::exceptionText(exception);
+    } catch (const std::exception& exception) {
+        return std::string("failed ") + exception.what();
+    }
+}
+
+}  // namespace kelp::test

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "nms_peer/peer_nms.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace kelp::test {
+
+/// Carries out the test's commands, one line each (NmsProcess writes them).
+class Commands {
+  public:
+    Commands(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, const std::string& factory,
+             std::size_t endpoints);
+
+    /// The answer to a line: "ok ..." or "failed ...".
+    std::string answer(const std::string& line);
+
+  private:
+    std::string carryOut(const std::string& line);
+    void logInAll(int count, const std::string& user, const std::string& password);
+    PeerNms& nms(int number);
+    CountingListener::Counts allCounts();
+
+    CORBA::ORB_var orb_;
+    PortableServer::POA_var poa_;
+    emsSessionFactory::EmsSessionFactory_I_var factory_;
+    std::size_t endpoints_;
+    std::mutex mutex_;
+    std::map<int, std::unique_ptr<PeerNms>> all_;  ///< guarded by mutex_
+};
+
+}  // namespace kelp::test

@@ -1,0 +1,132 @@
+#include "nms_peer/peer_nms.h"
+
+#include "unit/orb/hand_made_reference.h"
+
+#include <kelp/orb/references.h>
+
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+
+namespace kelp::test {
+
+namespace {
+
+constexpr std::chrono::milliseconds kChatterPause{10};
+
+/// The object's reference with only one of the ORB's addresses in it.
+std::string referenceAt(CORBA::ORB_ptr orb, CORBA::Object_ptr object, std::size_t endpoint) {
+    orb::ReferenceContent content;
+    if (!orb::describe(orb, object, content) || content.endpoints.empty())
+        throw std::runtime_error("the ORB does not listen");
+    Iiop iiop;
+    iiop.host = content.endpoints.at(endpoint).host;
+    iiop.port = content.endpoints.at(endpoint).port;
+    iiop.key = content.objectKey;
+    return hexReference(referenceBytes({{0, iiopProfile(iiop)}}, content.typeId));
+}
+
+}  // namespace
+
+template <class Change>
+void CountingListener::count(Change change) {
+    std::unique_lock lock(mutex_);
+    change(counts_);
+    released_.wait(lock, [this] { return !held_; });
+}
+
+void CountingListener::pinged() {
+    count([](Counts& counts) { ++counts.pings; });
+}
+
+void CountingListener::sessionEnded() {
+    count([](Counts& counts) { ++counts.ended; });
+}
+
+void CountingListener::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
+    count([&](Counts& counts) {
+        ++counts.losses;
+        counts.startTime = startTime;
+        counts.notificationId = notificationId;
+    });
+}
+
+void CountingListener::eventLossCleared(const std::string& endTime) {
+    count([&](Counts& counts) {
+        ++counts.cleared;
+        counts.endTime = endTime;
+    });
+}
+
+void CountingListener::hold(bool held) {
+    const std::lock_guard lock(mutex_);
+    held_ = held;
+    released_.notify_all();
+}
+
+CountingListener::Counts CountingListener::counts() const {
+    const std::lock_guard lock(mutex_);
+    return counts_;
+}
+
+Chatter::Chatter(emsSession::EmsSession_I_ptr session)
+    : session_(emsSession::EmsSession_I::_duplicate(session)), thread_([this] { run(); }) {}
+
+Chatter::~Chatter() {
+    stopped_ = true;
+    thread_.join();
+}
+
+Chatter::Result Chatter::result() const {
+    const std::lock_guard lock(mutex_);
+    return result_;
+}
+
+void Chatter::run() {
+    while (!stopped_) {
+        const auto begin = std::chrono::steady_clock::now();
+        bool failed = false;
+        try {
+            session_->ping();
+            emsSession::EmsSession_I::managerNames_T_var names;
+            session_->getSupportedManagers(names.out());
+        } catch (const CORBA::Exception&) {
+            failed = true;
+        }
+        const auto took =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
+        {
+            const std::lock_guard lock(mutex_);
+            result_.calls += 1;
+            result_.failures += failed ? 1 : 0;
+            result_.slowestMs = std::max<long>(result_.slowestMs, took.count());
+        }
+        std::this_thread::sleep_for(kChatterPause);
+    }
+}
+
+PeerNms::PeerNms(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, std::size_t endpoint)
+    : orb_(CORBA::ORB::_duplicate(orb)),
+      callback_(poa, listener_),
+      ownReference_(referenceAt(orb, callback_.reference(), endpoint)) {}
+
+void PeerNms::logIn(emsSessionFactory::EmsSessionFactory_I_ptr factory, const std::string& user,
+                    const std::string& password, const std::string& otherReference) {
+    const CORBA::Object_var object =
+        orb::toReference(orb_.in(), otherReference.empty() ? ownReference_ : otherReference);
+    const nmsSession::NmsSession_I_var own = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    emsSession::EmsSession_I_var session;
+    factory->getEmsSession(user.c_str(), password.c_str(), own.in(), session.out());
+    if (CORBA::is_nil(session.in()))
+        throw std::runtime_error("the EMS answered with a nil session");
+    session_ = session;
+    callback_.associate(session_.in());
+}
+
+emsSession::EmsSession_I_ptr PeerNms::session() const {
+    if (CORBA::is_nil(session_.in()))
+        throw std::runtime_error("this NMS has not logged in");
+    return session_.in();
+}
+
+}  // namespace kelp::test

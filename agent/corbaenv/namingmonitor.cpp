@@ -33,13 +33,6 @@ std::string textOf(CORBA::Object_ptr reference) {
     return std::string(text.in());
 }
 
-std::string addressOf(const std::string& host, int port, bool ssl) {
-    kelp::orb::Endpoint endpoint;
-    endpoint.host = host;
-    endpoint.port = static_cast<std::uint16_t>(port);
-    return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + kelp::orb::hostAndPort(endpoint) + "/NameService";
-}
-
 void trace(const char* text, const CORBA::Exception& reason, int line = __builtin_LINE()) {
     tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s%s", text, kelp::orb::exceptionText(reason).c_str());
@@ -94,7 +87,7 @@ bool NamingMonitor::FindRootContext(bool ssl) {
     int port = 0;
     base().UpdateNamingServiceParams();
     base().GetNamingServiceAddr(host, port, ssl);
-    const std::string address = addressOf(host, port, ssl);
+    const std::string address = AddressOf(host, port, ssl);
     addressTrace_ = "[Monitor Thread] NamingService string is: " + address;
 
     const CORBA::ORB_var orb = base().GetOrb();
@@ -168,6 +161,12 @@ void NamingMonitor::Register() {
     if (!AgentState::instance().exitRequested)
         base().RegistEMSFactoryName(own_.in());
     registered_ = false;
+}
+
+std::string NamingMonitor::AddressOf(const std::string& host, int port, bool ssl) {
+    const bool isBare = host.find(':') != std::string::npos && host.front() != '[';
+    return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + (isBare ? "[" + host + "]" : host) + ":" +
+           std::to_string(port) + "/NameService";
 }
 
 ACE_THR_FUNC_RETURN NamingMonitor::Run(void*) {

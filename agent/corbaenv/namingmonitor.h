@@ -28,6 +28,9 @@ class NamingMonitor {
     /// True after a round that found the agent's own entry.
     bool IsRegistered() const { return registered_; }
 
+    /// The naming service's address as a corbaloc; an IPv6 host comes to stand in brackets.
+    static std::string AddressOf(const std::string& host, int port, bool ssl);
+
     /// Body of the monitor thread: a round every 3 s until AgentState's exit flag is set.
     static ACE_THR_FUNC_RETURN Run(void* unused);
 

@@ -1,7 +1,6 @@
 #include "error/error_translator.h"
 
 #include <gtest/gtest.h>
-#include <kelp/bundlemgr/exceptions.h>
 #include <kelp/bundlemgr/service_object.h>
 
 #include <atomic>
@@ -152,39 +151,6 @@ TEST(ErrorTranslator, FirstTranslationsOfManyThreadsAgree) {
     }
     threads.clear();
     EXPECT_EQ(right, 1600);
-}
-
-/// A thrower within the platform, caught by its dynamic type.
-void throwMissingInterface() {
-    NS_BUNDLEMGR1::RequireIF("NoSuchInterface");
-}
-
-TEST(ExceptionClasses, MissingInterfaceIsAFailureOfAPlatformCall) {
-    EXPECT_THROW(throwMissingInterface(), NS_BUNDLEMGR1::InterfaceNotExistException);
-    EXPECT_THROW(throwMissingInterface(), NS_BUNDLEMGR1::ProcessException);
-    EXPECT_THROW(throwMissingInterface(), std::exception);
-}
-
-TEST(ExceptionClasses, AreEmptyAtFirst) {
-    const NS_BUNDLEMGR1::InterfaceNotExistException exception;
-    EXPECT_EQ(exception.code, 0);
-    EXPECT_EQ(exception.detail, 0);
-    for (const auto* text : {&exception.text1, &exception.text2, &exception.text3, &exception.text4})
-        EXPECT_EQ(text->str(), "");
-}
-
-TEST(ExceptionClasses, CopyTakesNumbersAndTextsAndReadsTheSourcesStreams) {
-    NS_BUNDLEMGR1::ProcessException source;
-    source.code = 7;
-    source.detail = -1;
-    source.text1 << "one";
-    source.text4 << "four";
-    NS_BUNDLEMGR1::ProcessException copy(source);
-    EXPECT_EQ(copy.code, 7);
-    EXPECT_EQ(copy.detail, -1);
-    EXPECT_EQ(copy.text1.str(), "one");
-    EXPECT_EQ(copy.text4.str(), "four");
-    EXPECT_EQ(source.text1.get(), std::stringstream::traits_type::eof());
 }
 
 }  // namespace

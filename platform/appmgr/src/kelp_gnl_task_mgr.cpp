@@ -120,6 +120,7 @@ void KelpGnlTaskMgr::State::end() {
         kelp::util::traceFrom("kelpgnltaskmgr", "task manager " + std::to_string(type) + " drops " +
                                                     std::to_string(unfinished.size()) + " tasks at its end");
     }
+    unfinished.clear();
     if (workerOf == this)
         return;
     int workers = -1;

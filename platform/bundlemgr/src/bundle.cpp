@@ -21,7 +21,7 @@ void trace(const std::string& text) {
     kelp::util::traceFrom("bundlemgr", text);
 }
 
-/// Calls into a bundle; what it throws is traced and, if asked for, told.
+/// Calls into a bundle; what it throws is told to the caller, or else traced.
 template <class Call>
 bool called(const std::string& what, Call call, std::string* whyNot = nullptr) {
     try {
@@ -29,9 +29,10 @@ bool called(const std::string& what, Call call, std::string* whyNot = nullptr) {
         return true;
     } catch (...) {
         const std::string text = what + " threw: " + kelp::util::currentExceptionText();
-        trace(text);
         if (whyNot != nullptr)
             *whyNot = text;
+        else
+            trace(text);
         return false;
     }
 }
@@ -40,10 +41,6 @@ bool called(const std::string& what, Call call, std::string* whyNot = nullptr) {
 
 Bundle::Bundle(const std::filesystem::path& directory, const std::string& service)
     : service_(service), file_(std::filesystem::absolute(directory) / ("lib" + service + ".so")) {}
-
-Bundle::~Bundle() {
-    stop();
-}
 
 bool Bundle::start(std::string& whyNot) {
     return open(whyNot) && make(whyNot) && init(whyNot);
@@ -67,7 +64,7 @@ bool Bundle::open(std::string& whyNot) {
 
 bool Bundle::make(std::string& whyNot) {
     const std::string symbol = "_make_" + service_;
-    const auto factory = reinterpret_cast<Factory>(dll_.symbol(symbol.c_str(), 1));
+    const auto factory = reinterpret_cast<Factory>(dll_.symbol(symbol.c_str(), 0));
     if (factory == nullptr) {
         const char* const reason = dll_.error();
         whyNot = "bundle " + service_ + " has no factory function " + symbol + ": " +
@@ -105,7 +102,11 @@ void Bundle::stop() {
         called("Shutdown of bundle " + service_, [&] { object_->Shutdown(); });
     if (made_ != nullptr)
         destroyObject();
-    dll_.close();
+}
+
+void Bundle::keepLoaded() {
+    // Takes the handle out of ACE's hands and lets it leak.
+    static_cast<void>(dll_.get_handle(true));
 }
 
 void Bundle::destroyObject() {

@@ -14,16 +14,18 @@ class ServiceObjectBase;
 class Bundle {
   public:
     Bundle(const std::filesystem::path& directory, const std::string& service);
-    /// Like stop().
-    ~Bundle();
+    /// Unloads it.
+    ~Bundle() = default;
     Bundle(const Bundle&) = delete;
     Bundle& operator=(const Bundle&) = delete;
 
     /// Loads the shared object, makes its service object and calls `init`. False, with one sentence, when a
     /// step fails; stop() then undoes the steps before it.
     bool start(std::string& whyNot);
-    /// `Shutdown` after an `init` that returned 0, `fini`, the deleter, unloading.
+    /// `Shutdown` after an `init` that returned 0, `fini`, the deleter.
     void stop();
+    /// The shared object stays in memory for good.
+    void keepLoaded();
 
     const std::string& service() const { return service_; }
     ServiceObjectBase* object() const { return object_; }

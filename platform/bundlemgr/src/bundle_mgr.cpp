@@ -4,8 +4,10 @@
 
 #include "bundle.h"
 
+#include <ace/DLL_Manager.h>
 #include <ace/Init_ACE.h>
 
+#include <set>
 #include <utility>
 
 namespace NS_BUNDLEMGR1 {
@@ -15,17 +17,31 @@ struct BundleMgr::State {
     std::mutex control;  ///< one Start or Stop at a time; taken before `mutex`, held while bundles are called
     mutable std::mutex mutex;
     std::vector<std::unique_ptr<Bundle>> started;  ///< guarded by mutex; in order of the start
+    std::set<std::string> kept;                    ///< guarded by mutex
 
     void stopAll() {
         while (const std::unique_ptr<Bundle> last = takeLast()) {
             trace("stop bundle " + last->service());
-            last->stop();
+            stopOne(*last);
         }
+    }
+
+    void stopOne(Bundle& bundle) {
+        bundle.stop();
+        if (!takeKept(bundle.service()))
+            return;
+        trace("bundle " + bundle.service() + " stays loaded");
+        bundle.keepLoaded();
     }
 
     static void trace(const std::string& text) { kelp::util::traceFrom("bundlemgr", text); }
 
   private:
+    bool takeKept(const std::string& service) {
+        const std::lock_guard guard(mutex);
+        return kept.erase(service) > 0;
+    }
+
     std::unique_ptr<Bundle> takeLast() {
         const std::lock_guard guard(mutex);
         if (started.empty())
@@ -38,6 +54,9 @@ struct BundleMgr::State {
 
 BundleMgr::BundleMgr() : state_(std::make_unique<State>()) {
     ACE::init();
+    // The policy that a library may ask for is looked up among all that it links to, where ACE's own says:
+    // never unload. A bundle's static objects must begin anew when it is loaded again.
+    ACE_DLL_Manager::instance()->unload_policy(ACE_DLL_UNLOAD_POLICY_PER_PROCESS);
 }
 
 BundleMgr::~BundleMgr() = default;
@@ -67,6 +86,7 @@ bool BundleMgr::Start(const std::filesystem::path& directory, const std::vector<
         State::trace("start bundle " + service);
         if (!bundle->start(whyNot)) {
             State::trace(whyNot);
+            state_->stopOne(*bundle);
             bundle.reset();
             state_->stopAll();
             return false;
@@ -80,6 +100,11 @@ bool BundleMgr::Start(const std::filesystem::path& directory, const std::vector<
 void BundleMgr::Stop() {
     const std::lock_guard control(state_->control);
     state_->stopAll();
+}
+
+void BundleMgr::KeepLoaded(const std::string& service) {
+    const std::lock_guard guard(state_->mutex);
+    state_->kept.insert(service);
 }
 
 ServiceObjectBase* BundleMgr::Find(const std::string& service) const {

@@ -28,6 +28,9 @@ class KELP_EXPORT BundleMgr {
     /// In reverse order: `Shutdown` (after an `init` that returned 0), `fini`, the bundle's deleter,
     /// unloading.
     void Stop();
+    /// For a bundle that has to leave a thread behind when it stops: its code stays in memory this time.
+    /// Called by the bundle, no later than in its deleter.
+    void KeepLoaded(const std::string& service);
     /// The started service object of that name, or null.
     ServiceObjectBase* Find(const std::string& service) const;
 

@@ -1,0 +1,182 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <kelp/bundlemgr/config_schema.h>
+#include <kelp/bundlemgr/config_store.h>
+
+#include <string>
+#include <vector>
+
+#include "support/temporary_directory.h"
+
+namespace {
+
+using NS_BUNDLEMGR1::ConfigKey;
+using NS_BUNDLEMGR1::ConfigProblem;
+using NS_BUNDLEMGR1::ConfigStore;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::vector<std::string> check(const std::string& toml) {
+    const kelp::test::TemporaryDirectory directory;
+    const auto file = directory.write("kelp.toml", toml);
+    std::vector<std::string> texts;
+    for (const ConfigProblem& problem : ConfigStore::check(file)) {
+        EXPECT_EQ(problem.file, file.string());
+        texts.push_back(std::to_string(problem.line) + ": " + problem.key + ": " + problem.what);
+    }
+    return texts;
+}
+
+TEST(ConfigChecks, EmptyFileIsRight) {
+    EXPECT_THAT(check(""), IsEmpty());
+}
+
+TEST(ConfigChecks, CheckTakesNothingOver) {
+    EXPECT_THAT(check("[ems]\nname = \"Acme/North\"\n"), IsEmpty());
+    EXPECT_EQ(ConfigStore::instance().text("ems.name"), "Kelp/EMS");
+}
+
+TEST(ConfigChecks, EveryIntervalAndTimeOutIsOneSecondToOneDay) {
+    int intervals = 0;
+    for (const ConfigKey& key : NS_BUNDLEMGR1::configKeys()) {
+        if (!key.key.ends_with("_s") || key.key == "heartbeat_s")
+            continue;
+        ++intervals;
+        const std::string before = "[" + key.table + "]\n" + key.key + " = ";
+        EXPECT_THAT(check(before + "1\n"), IsEmpty()) << key.name();
+        EXPECT_THAT(check(before + "86400\n"), IsEmpty()) << key.name();
+        const std::string problem = "2: " + key.name() + ": must be an integer from 1 to 86400, but is ";
+        EXPECT_THAT(check(before + "0\n"), ElementsAre(problem + "0"));
+        EXPECT_THAT(check(before + "86401\n"), ElementsAre(problem + "86401"));
+        EXPECT_THAT(check(before + "-1\n"), ElementsAre(problem + "-1"));
+    }
+    EXPECT_GE(intervals, 3);
+}
+
+TEST(ConfigChecks, HeartbeatMayBeSwitchedOff) {
+    EXPECT_THAT(check("[notification]\nheartbeat_s = 0\n"), IsEmpty());
+    EXPECT_THAT(check("[notification]\nheartbeat_s = 86401\n"), testing::SizeIs(1));
+}
+
+TEST(ConfigChecks, EmsNameHasTwoParts) {
+    for (const std::string name : {"Kelp", "/EMS", "Kelp/", "Kelp/EMS/North", ""}) {
+        EXPECT_THAT(
+            check("[ems]\nname = \"" + name + "\"\n"),
+            ElementsAre("2: ems.name: must have the form CompanyName/EMSName (TMF 814 SD1-43), but is \"" +
+                        name + "\""));
+    }
+}
+
+TEST(ConfigChecks, VersionIsNumbersWithDots) {
+    EXPECT_THAT(check("[ems]\nversion = \"3.0\"\n"), IsEmpty());
+    for (const std::string version : {"", "3.", ".5", "3..5", "v3.5"})
+        EXPECT_THAT(check("[ems]\nversion = \"" + version + "\"\n"), testing::SizeIs(1)) << version;
+}
+
+TEST(ConfigChecks, WildcardAddressNeedsAPublishedOne) {
+    for (const std::string listen :
+         {"0.0.0.0:4800", "[::]:4800", "[0:0:0:0:0:0:0:0]:4800", "0:4800", "*:4800", ":4800"}) {
+        EXPECT_THAT(check("[orb]\nlisten = \"" + listen + "\"\n"),
+                    ElementsAre(HasSubstr("2: orb.listen: \"" + listen + "\" is a wildcard address")))
+            << listen;
+        EXPECT_THAT(check("[orb]\nlisten = \"" + listen + "\"\npublish = \"ems.example.com\"\n"), IsEmpty());
+    }
+}
+
+TEST(ConfigChecks, ListenAddressHasHostAndPort) {
+    for (const std::string listen : {"127.0.0.1:0", "ems.example.com:4800", "[::1]:4800", "10.0.0.1:65535"})
+        EXPECT_THAT(check("[orb]\nlisten = \"" + listen + "\"\n"), IsEmpty()) << listen;
+    for (const std::string listen :
+         {"127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1", "127.0.0.1:48x", "::1:4800", "[::1]",
+          "[ems]:4800", "", "giop:tcp::4800"}) {
+        EXPECT_THAT(
+            check("[orb]\nlisten = \"" + listen + "\"\n"),
+            ElementsAre("2: orb.listen: must be host:port or [ipv6]:port, but is \"" + listen + "\""));
+    }
+}
+
+TEST(ConfigChecks, PublishedAddressCanBeCalled) {
+    for (const std::string publish : {"ems.example.com", "10.0.0.1", "10.0.0.1:4800", "[2001:db8::1]:4800"})
+        EXPECT_THAT(check("[orb]\npublish = \"" + publish + "\"\n"), IsEmpty()) << publish;
+    for (const std::string publish : {"0.0.0.0", "[::]:4800", "two words", "http://ems"})
+        EXPECT_THAT(check("[orb]\npublish = \"" + publish + "\"\n"), testing::SizeIs(1)) << publish;
+}
+
+TEST(ConfigChecks, TlsNeedsItsFiles) {
+    EXPECT_THAT(
+        check("[tls]\nmode = 1\n"),
+        ElementsAre("0: tls.ca: is missing: tls.mode is not 0, which needs tls.ca and tls.certificate",
+                    "0: tls.certificate: is missing: tls.mode is not 0, which needs tls.ca and "
+                    "tls.certificate"));
+    EXPECT_THAT(
+        check("[tls]\nmode = 2\nca = \"/nowhere/ca.pem\"\ncertificate = \"/dev/null\"\n"),
+        ElementsAre("3: tls.ca: the file \"/nowhere/ca.pem\" cannot be read: No such file or directory"));
+    EXPECT_THAT(check("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"
+                      "key_password_file = \"/nowhere/password\"\n"),
+                ElementsAre(HasSubstr("5: tls.key_password_file: the file")));
+    EXPECT_THAT(check("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"), IsEmpty());
+}
+
+TEST(ConfigChecks, OnlyEndpointsInUseAreLookedAt) {
+    EXPECT_THAT(check("[tls]\nlisten = \"nonsense\"\n"), IsEmpty());
+    EXPECT_THAT(check("[orb]\nlisten = \"0.0.0.0:4800\"\n"
+                      "[tls]\nmode = 2\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"),
+                IsEmpty());
+    EXPECT_THAT(
+        check(
+            "[tls]\nmode = 2\nlisten = \"0.0.0.0:4843\"\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"),
+        ElementsAre(HasSubstr("3: tls.listen: \"0.0.0.0:4843\" is a wildcard address")));
+}
+
+TEST(ConfigChecks, EmbeddedNamingServiceIsOnThisMachine) {
+    // 192.0.2.0/24 is for documentation: no machine has it.
+    EXPECT_THAT(check("[naming]\nhost = \"192.0.2.1\"\n"),
+                ElementsAre(HasSubstr("2: naming.host: \"192.0.2.1\" is no address of this machine")));
+    EXPECT_THAT(check("[naming]\nhost = \"192.0.2.1\"\nembedded = false\n"), IsEmpty());
+    EXPECT_THAT(check("[naming]\nhost = \"127.0.0.2\"\n"), IsEmpty());
+    EXPECT_THAT(check("[naming]\nhost = \"localhost\"\n"), IsEmpty());
+    EXPECT_THAT(check("[naming]\nhost = \"0.0.0.0\"\n"),
+                ElementsAre(HasSubstr("must be a host that can be called")));
+}
+
+TEST(ConfigChecks, AllowedNetworksAreAddressesOrPrefixes) {
+    EXPECT_THAT(check("[access]\nallowed_oss = []\n"), IsEmpty());
+    EXPECT_THAT(
+        check("[access]\nallowed_oss = [\"10.0.0.0/0\", \"10.1.2.3/32\", \"::/0\", \"2001:db8::1/128\"]\n"),
+        IsEmpty());
+    for (const std::string network :
+         {"10.0.0.0/33", "10.0.0/8", "::/129", "10.0.0.0/", "10.0.0.0/-1", "nms.example.com", ""}) {
+        EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"" + network + "\"]\n"),
+                    ElementsAre(HasSubstr("2: access.allowed_oss: \"" + network + "\" is no network")));
+    }
+}
+
+TEST(ConfigChecks, SoftIteratorLimitIsNotAboveTheHardOne) {
+    EXPECT_THAT(check("[iterator]\nsoft_limit = 1001\n"),
+                ElementsAre("2: iterator.soft_limit: must not be above iterator.hard_limit"));
+    EXPECT_THAT(check("[iterator]\nsoft_limit = 7\nhard_limit = 7\n"), IsEmpty());
+}
+
+TEST(ConfigChecks, FileSinkNeedsAFile) {
+    EXPECT_THAT(check("[trace]\nsinks = [\"file\"]\n"),
+                ElementsAre("0: trace.file: is missing: trace.sinks has \"file\" in it"));
+    EXPECT_THAT(check("[trace]\nsinks = [\"file\"]\nfile = \"/var/log/kelp.log\"\n"), IsEmpty());
+}
+
+TEST(ConfigChecks, BundleNamesAreNamesAndNoPaths) {
+    EXPECT_THAT(
+        check("[bundles]\nload = [\"../evil\", \"kelp_ems\", \"kelp_ems\", \"\"]\n"),
+        ElementsAre(HasSubstr("\"../evil\" is no bundle name"), HasSubstr("\"kelp_ems\" stands there twice"),
+                    HasSubstr("\"\" is no bundle name")));
+}
+
+TEST(ConfigChecks, EveryProblemIsToldInTheOrderOfTheFile) {
+    EXPECT_THAT(
+        check(
+            "[session]\nping_interval_s = 0\n[agent]\nCachesize = \"big\"\n[ems]\nname = \"Kelp\"\nx = 1\n"),
+        ElementsAre(HasSubstr("2: session.ping_interval_s"), HasSubstr("4: agent.Cachesize"),
+                    HasSubstr("6: ems.name"), HasSubstr("7: ems.x")));
+}
+
+}  // namespace

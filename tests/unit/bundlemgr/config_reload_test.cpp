@@ -1,0 +1,96 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <kelp/bundlemgr/config_schema.h>
+#include <kelp/bundlemgr/config_store.h>
+
+#include <string>
+
+#include "support/temporary_directory.h"
+#include "support/trace_capture.h"
+
+namespace {
+
+using NS_BUNDLEMGR1::ConfigStore;
+using testing::IsEmpty;
+
+class ConfigReload : public testing::Test {
+  protected:
+    void load(const std::string& toml) {
+        ASSERT_THAT(store.load(directory.write("kelp.toml", toml)), IsEmpty());
+    }
+    void reload(const std::string& toml) {
+        directory.write("kelp.toml", toml);
+        ASSERT_THAT(store.reload(), IsEmpty());
+    }
+
+    ConfigStore& store = ConfigStore::instance();
+    const kelp::test::TemporaryDirectory directory;
+    const kelp::test::TraceCapture trace;
+};
+
+TEST_F(ConfigReload, TakesOverWhatNeedsNoRestart) {
+    load("[session]\nmax_sessions = 5\n[agent]\nCachesize = 1\n");
+    reload("[session]\nmax_sessions = 6\n[agent]\nCachesize = 2\nEventlistsize = 3\n");
+    EXPECT_EQ(store.integer("session.max_sessions"), 6);
+    EXPECT_EQ(store.agentInteger("Cachesize"), 2);
+    EXPECT_EQ(store.agentInteger("Eventlistsize"), 3);
+    reload("");
+    EXPECT_EQ(store.integer("session.max_sessions"), 100);
+    EXPECT_EQ(store.agentInteger("Cachesize"), std::nullopt);
+}
+
+TEST_F(ConfigReload, KeepsTheFirstValueOfWhatNeedsARestartAndSaysSo) {
+    load("[session]\nping_interval_s = 5\n");
+    reload("[session]\nrelease_strategy = 2\nping_interval_s = 6\n");
+    EXPECT_EQ(store.integer("session.ping_interval_s"), 5);
+    EXPECT_EQ(store.integer("session.release_strategy"), 0);
+    EXPECT_TRUE(
+        trace.contains("kelp.toml:3: session.ping_interval_s: has changed, which takes effect at the next "
+                       "start"));
+    reload("[session]\nping_interval_s = 7\n");
+    EXPECT_EQ(store.integer("session.ping_interval_s"), 5);
+}
+
+TEST_F(ConfigReload, ReleaseStrategyPingModeAndIntervalsNeedARestart) {
+    for (const std::string key : {"session.release_strategy", "session.ping_mode", "session.ping_interval_s",
+                                  "session.silent_time_s", "orb.listen", "ems.name", "naming.embedded"}) {
+        ASSERT_NE(NS_BUNDLEMGR1::findConfigKey(key), nullptr) << key;
+        EXPECT_TRUE(NS_BUNDLEMGR1::findConfigKey(key)->needsRestart) << key;
+    }
+}
+
+TEST_F(ConfigReload, EmbeddedNamingServiceStaysWhereItIs) {
+    load("[naming]\nport = 5000\n");
+    reload("[naming]\nport = 5001\n");
+    EXPECT_EQ(store.integer("naming.port"), 5000);
+}
+
+TEST_F(ConfigReload, ExternalNamingServiceMayMove) {
+    load("[naming]\nembedded = false\nhost = \"192.0.2.1\"\n");
+    reload("[naming]\nembedded = false\nhost = \"192.0.2.2\"\nport = 5001\n");
+    EXPECT_EQ(store.text("naming.host"), "192.0.2.2");
+    EXPECT_EQ(store.integer("naming.port"), 5001);
+}
+
+TEST_F(ConfigReload, FileWithAProblemChangesNothing) {
+    load("[session]\nmax_sessions = 5\n");
+    directory.write("kelp.toml", "[session]\nmax_sessions = 6\nunknown = 1\n");
+    EXPECT_THAT(store.reload(), testing::SizeIs(1));
+    EXPECT_EQ(store.integer("session.max_sessions"), 5);
+    reload("[session]\nmax_sessions = 7\n");
+    EXPECT_EQ(store.integer("session.max_sessions"), 7) << "the file is still known";
+}
+
+TEST_F(ConfigReload, WithoutAFileNothingHappens) {
+    ASSERT_THAT(store.loadText("[session]\nmax_sessions = 5\n", "kelp.toml"), IsEmpty());
+    EXPECT_THAT(store.reload(), IsEmpty());
+    EXPECT_EQ(store.integer("session.max_sessions"), 5);
+}
+
+TEST_F(ConfigReload, NewLoadTakesEverythingOver) {
+    load("[session]\nping_interval_s = 5\n");
+    load("[session]\nping_interval_s = 6\n");
+    EXPECT_EQ(store.integer("session.ping_interval_s"), 6);
+}
+
+}  // namespace

@@ -6,7 +6,6 @@
 #include <kelp/orb/orb.h>
 #include <kelp/orb/references.h>
 
-#include <cctype>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -55,20 +54,23 @@ class RunningOrb {
     std::string hostAndPort() const { return orb::hostAndPort(endpoint_); }
 
     /// A reference to the same object that the ORB does not recognise as its own, so that a call from this
-    /// very process goes over a connection. It has no type: use _unchecked_narrow. For an ORB that listens on
-    /// 127.0.0.1.
+    /// very process goes over a connection. For an ORB that publishes 127.0.0.1: the reference says the same
+    /// address in another way.
     CORBA::Object_ptr overTheWire(CORBA::Object_ptr reference) const {
-        orb::ReferenceContent content;
-        if (!orb::describe(orb_.in(), reference, content))
-            throw std::runtime_error("not a reference of this ORB");
-        return orb::toReference(orb_.in(), "corbaloc:iiop:1.2@127.1:" + std::to_string(port()) + "/" +
-                                               escapedKey(content.objectKey));
+        const CORBA::String_var text = orb_->object_to_string(reference);
+        std::string changed(text.in());
+        const std::string host = hexOf("127.0.0.1");
+        const std::size_t at = changed.find(host);
+        if (at == std::string::npos)
+            throw std::runtime_error("not a reference to 127.0.0.1");
+        changed.replace(at, host.size(), hexOf("127.00.01"));
+        return orb::toReference(orb_.in(), changed);
     }
 
-    /// The same for an object published under a well-known key.
+    /// The same for an object published under a well-known key. It has no type: use _unchecked_narrow, as
+    /// _narrow makes a call.
     CORBA::Object_ptr overTheWireByKey(const std::string& key) const {
-        return orb::toReference(orb_.in(),
-                                "corbaloc:iiop:1.2@127.1:" + std::to_string(port()) + "/" + escapedKey(key));
+        return orb::toReference(orb_.in(), "corbaloc:iiop:1.2@127.1:" + std::to_string(port()) + "/" + key);
     }
 
     void destroy() {
@@ -85,20 +87,15 @@ class RunningOrb {
     }
 
   private:
-    static std::string escapedKey(const std::string& key) {
+    static std::string hexOf(const std::string& bytes) {
         static const char digits[] = "0123456789abcdef";
-        std::string escaped;
-        for (const char c : key) {
+        std::string text;
+        for (const char c : bytes) {
             const auto byte = static_cast<unsigned char>(c);
-            if (std::isalnum(byte)) {
-                escaped += c;
-            } else {
-                escaped += '%';
-                escaped += digits[byte >> 4];
-                escaped += digits[byte & 15];
-            }
+            text += digits[byte >> 4];
+            text += digits[byte & 15];
         }
-        return escaped;
+        return text;
     }
 
     CORBA::ORB_var orb_;

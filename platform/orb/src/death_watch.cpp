@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "connection_refused.h"
 #include "port_state.h"
 
 namespace kelp::orb {
@@ -12,8 +13,6 @@ namespace {
 constexpr unsigned unansweredMax = 3;
 /// A broken connection may be one left over from a peer that is gone: each attempt uses one of them up.
 constexpr int attempts = 5;
-/// OMG minor code of TRANSIENT: no connection could be made.
-constexpr CORBA::ULong connectFailedMinor = 0x4f4d0002;
 
 enum class Answer { Alive, Dead, None, Broken };
 
@@ -23,7 +22,7 @@ Answer ask(CORBA::Object_ptr reference) {
     } catch (const CORBA::OBJECT_NOT_EXIST&) {
         return Answer::Dead;
     } catch (const CORBA::TRANSIENT& ex) {
-        return ex.minor() == connectFailedMinor ? Answer::Dead : Answer::None;
+        return isConnectionRefused(ex) ? Answer::Dead : Answer::None;
     } catch (const CORBA::TIMEOUT&) {
         return Answer::None;
     } catch (const CORBA::COMM_FAILURE&) {

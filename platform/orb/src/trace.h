@@ -21,12 +21,4 @@ inline void traceException(std::string text) {
     trace(util::TraceKind::Exception, std::move(text));
 }
 
-/// A line of the ORB's own log, which ends with a line feed.
-inline void traceOrbLine(const char* line) {
-    std::string text(line);
-    while (!text.empty() && text.back() == '\n')
-        text.pop_back();
-    trace(util::TraceKind::Trace, std::move(text));
-}
-
 }  // namespace kelp::orb

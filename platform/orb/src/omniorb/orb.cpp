@@ -16,6 +16,15 @@ namespace {
 
 std::mutex starting;
 
+/// Takes a line of the ORB's own log, which ends with a line feed.
+void traceOrbLine(const char* line) {
+    std::string text(line);
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    if (!isTlsUnusedNotice(text))
+        trace(util::TraceKind::Trace, std::move(text));
+}
+
 /// ORB_init would hand out the ORB that runs, with other options and another hook than asked for.
 void refuseWhileOneRuns() {
     const CORBA::ORB_var orb = PortState::instance().orb();

@@ -22,4 +22,8 @@ void addTlsOptions(const OrbOptions& options, OptionTable& table) {
     table.add("sslVerifyMode", options.tlsRequirePeerCertificate ? "peer,fail" : "peer");
 }
 
+bool isTlsUnusedNotice(const std::string& orbLogLine) {
+    return orbLogLine.find("SSL transport disabled") != std::string::npos;
+}
+
 }  // namespace kelp::orb

@@ -10,4 +10,7 @@ namespace kelp::orb {
 /// addresses without certificates.
 void addTlsOptions(const OrbOptions& options, OptionTable& table);
 
+/// The transport's own notice, at each start, that it was given no certificates: usual, and no fault.
+bool isTlsUnusedNotice(const std::string& orbLogLine);
+
 }  // namespace kelp::orb

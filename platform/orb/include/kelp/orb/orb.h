@@ -26,7 +26,8 @@ struct KELP_EXPORT OrbOptions {
     std::size_t messageBytesMax = 104857600;
     std::string charSet = "UTF-8";       ///< native code set of the char strings
     unsigned connectionsPerServer = 64;  ///< calling side: most connections to one peer
-    /// A reply that a client does not read is given up after this; 0: never.
+    /// A reply that a client does not read is given up after this, with its connection; 0: never. A request
+    /// whose end does not arrive is given up with the ORB's scan for idle connections.
     std::chrono::milliseconds replyTimeout{60000};
 };
 

@@ -9,7 +9,7 @@ namespace kelp::orb {
 
 /// Limit of every outgoing call of the calling thread, connecting included; 0 switches it off (the process's
 /// limit then holds). A negative limit has run out: calls fail at once. Works on any thread, whoever made it.
-/// False when the ORB refused; the limit is then as before.
+/// False when the ORB refused; the limit is then as before. It refuses before the first start().
 KELP_EXPORT bool setThreadTimeout(std::chrono::milliseconds limit);
 
 /// Limit of every outgoing call of the process where no thread limit is set; 0 switches it off.

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+namespace kelp::test {
+
+/// Threads wait at the gate until it is opened. It opens by itself when a test has failed to do so, so that
+/// nothing hangs.
+class Gate {
+  public:
+    void open() {
+        const std::lock_guard<std::mutex> guard(lock_);
+        open_ = true;
+        changed_.notify_all();
+    }
+
+    void pass() {
+        std::unique_lock<std::mutex> guard(lock_);
+        ++waiting_;
+        changed_.notify_all();
+        changed_.wait_for(guard, std::chrono::seconds(60), [this] { return open_; });
+        --waiting_;
+    }
+
+    /// True as soon as `count` threads wait at the gate at once.
+    bool isReachedBy(int count) {
+        std::unique_lock<std::mutex> guard(lock_);
+        return changed_.wait_for(guard, std::chrono::seconds(20), [&] { return waiting_ >= count; });
+    }
+    bool isReached() { return isReachedBy(1); }
+
+  private:
+    std::mutex lock_;
+    std::condition_variable changed_;
+    bool open_ = false;
+    int waiting_ = 0;
+};
+
+}  // namespace kelp::test

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <cstdint>
+#include <string>
+
+#include "support/tcp_peers.h"
+
+namespace kelp::test {
+
+/// A GIOP 1.0 request (big endian) for bytes of a client that does not behave.
+inline std::string giopRequest(const std::string& objectKey, const std::string& operation,
+                               const std::string& arguments = "") {
+    const auto number = [](std::size_t value) {
+        std::string bytes;
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes += static_cast<char>(value >> shift & 0xff);
+        return bytes;
+    };
+    const auto aligned = [](std::string bytes) {
+        while (bytes.size() % 4 != 0)
+            bytes += '\0';
+        return bytes;
+    };
+    // no service contexts, request 1, reply expected
+    std::string body = number(0) + number(1) + aligned("\x01");
+    body += number(objectKey.size()) + aligned(objectKey);
+    body += number(operation.size() + 1) + aligned(operation + '\0');
+    body += number(0) + arguments;  // no principal
+    return std::string("GIOP\x01\x00\x00\x00", 8) + number(body.size()) + body;
+}
+
+inline void sendBytes(const Socket& socket, const std::string& bytes) {
+    (void)::send(socket.fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+/// True when the peer closes the connection within some seconds; what it sends before is thrown away.
+inline bool isClosedByPeer(const Socket& socket) {
+    const timeval limit{20, 0};
+    ::setsockopt(socket.fd(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = ::recv(socket.fd(), buffer, sizeof buffer, 0);
+        if (count == 0 || (count < 0 && errno == ECONNRESET))
+            return true;
+        if (count < 0)
+            return false;
+    }
+}
+
+}  // namespace kelp::test

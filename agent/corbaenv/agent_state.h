@@ -20,7 +20,7 @@ struct AgentState {
     ACE_Condition<ACE_Thread_Mutex> monitorCondition{monitorMutex};
     /// Set once by the stop, under monitorMutex; never returns to false within one load.
     std::atomic<bool> exitRequested{false};
-    /// True from SessionMgr::Init's success until the singletons are destroyed.
+    /// True from SessionMgr::Init's success until the stop has waited for its thread.
     std::atomic<bool> sessionMgrStarted{false};
 };
 

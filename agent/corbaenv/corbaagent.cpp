@@ -177,6 +177,8 @@ void CorbaAgentFacade::ExitThrds() {
     stopStep([] { NS_CORBA::CorbaSecurityMgr::Instance()->ExitThread(); });
     if (sessions != nullptr)
         stopStep([&] { sessions->ExitThread(); });
+    // its end has been waited for; a second stop must not wait for it again
+    AgentState::instance().sessionMgrStarted = false;
     stopStep([] { NS_CORBA::AsynNotifyMgr::Instance()->ExitThread(); });
     stopStep([] { ManagerInterfaces().ExitThreads(); });
     stopStep([] { NS_CORBA::SuppilerMgr::Instance()->ExitThread(); });

@@ -7,6 +7,7 @@
 #include <future>
 
 #include "support/tcp_peers.h"
+#include "support/temporary_directory.h"
 
 namespace kelp::test {
 namespace {
@@ -93,17 +94,17 @@ TEST_F(NamingServiceAddress, OfSomethingElseGivesNoRootContextAndNoRegistration)
     kelp::orb::withdrawKey(itsOrb.in(), "NameService");
 }
 
-TEST_F(NamingServiceAddress, BeginsWithIiopWithoutTls) {
+TEST(NamingServiceAddressText, BeginsWithIiopWithoutTls) {
     EXPECT_EQ(NS_KELPCORBA::NamingMonitor::AddressOf("names.example", 4801, false),
               "corbaloc:iiop:names.example:4801/NameService");
 }
 
-TEST_F(NamingServiceAddress, BeginsWithSsliopWithTls) {
+TEST(NamingServiceAddressText, BeginsWithSsliopWithTls) {
     EXPECT_EQ(NS_KELPCORBA::NamingMonitor::AddressOf("names.example", 4803, true),
               "corbaloc:ssliop:names.example:4803/NameService");
 }
 
-TEST_F(NamingServiceAddress, PutsAnIpv6HostInBrackets) {
+TEST(NamingServiceAddressText, PutsAnIpv6HostInBrackets) {
     EXPECT_EQ(NS_KELPCORBA::NamingMonitor::AddressOf("::1", 4801, false),
               "corbaloc:iiop:[::1]:4801/NameService");
     EXPECT_EQ(NS_KELPCORBA::NamingMonitor::AddressOf("[::1]", 4801, false),
@@ -139,6 +140,24 @@ TEST_F(NamingServiceAddress, WithoutTlsIsCalledInPlainGiop) {
     round();
     EXPECT_EQ(service.get(), 'G');
 }
+
+/// The modes 1 (TLS beside TCP) and 2 (TLS only).
+class NamingServiceOverTls : public NamingServiceAddress, public testing::WithParamInterface<int> {};
+
+TEST_P(NamingServiceOverTls, IsNeverCalledInPlain) {
+    const TemporaryDirectory folder;
+    const std::string pem = folder.write("key.pem", "").string();
+    locate("port = " + std::to_string(names_.port()) + "\nssl_port = " + std::to_string(freePort()),
+           "[tls]\nmode = " + std::to_string(GetParam()) + "\nca = \"" + pem + "\"\ncertificate = \"" + pem +
+               "\"\n");
+    ASSERT_EQ(base().GetSSLMode(), GetParam());
+    round();
+    EXPECT_EQ(trace_.count(kSystemException), 1u);
+    EXPECT_FALSE(entry_.isBound());
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, NamingServiceOverTls, testing::Values(1, 2),
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace kelp::test

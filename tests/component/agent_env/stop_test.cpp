@@ -1,0 +1,175 @@
+// The agent's stop: bounded whatever hangs, and harmless whatever was started.
+
+#include "adapter/sessionsource.h"
+#include "corbaenv/namingmonitor.h"
+#include "session/emssessionimpl.h"
+
+#include <kelp/corbabase/ref_count.h>
+
+#include <chrono>
+#include <future>
+
+#include "agent_fixture.h"
+#include "naming_fixture.h"
+#include "support/wait_until.h"
+
+namespace kelp::test {
+namespace {
+
+using NS_KELPCORBA::AgentState;
+using NS_KELPCORBA::CorbaAgentFacade;
+using NS_KELPCORBA::SessionMgr;
+
+class AgentStop : public AgentFixture {};
+
+TEST_F(AgentStop, WithoutAStartDoesNothing) {
+    CorbaAgentFacade::ExitThrds();
+    CorbaAgentFacade::Fini();
+    CorbaAgentFacade::ExitThrds();
+    CorbaAgentFacade::Fini();
+    expectNothingRuns();
+}
+
+TEST_F(AgentStop, AfterAStartAndAgain) {
+    configureAgent();
+    ASSERT_TRUE(start());
+    stop();
+    CorbaAgentFacade::ExitThrds();
+    CorbaAgentFacade::Fini();
+    expectNothingRuns();
+}
+
+TEST_F(AgentStop, OfTheThreadsTwiceIsAsOnce) {
+    configureAgent();
+    ASSERT_TRUE(start());
+    CorbaAgentFacade::ExitThrds();
+    stop();
+    expectNothingRuns();
+}
+
+TEST_F(AgentStop, SetsTheExitFlagForGood) {
+    configureAgent();
+    ASSERT_TRUE(start());
+    EXPECT_FALSE(AgentState::instance().exitRequested);
+    stop();
+    EXPECT_TRUE(AgentState::instance().exitRequested);
+}
+
+TEST_F(AgentStop, TakesTheEntryOutOfTheNamingService) {
+    const OmniNames names;
+    configureAgent("", names.port());
+    ASSERT_TRUE(start());
+    const FactoryEntry entry(names.corbaloc());
+    ASSERT_TRUE(waitUntil([&] { return entry.isBound(); }));
+    NS_KELPCORBA::CorbaAgentFacade::ExitThrds();
+    EXPECT_EQ(AgentState::instance().threads.count_threads(), 0u);
+    NS_KELPCORBA::CorbaAgentFacade::Fini();
+    needsStop_ = false;
+    BaseOrb later(withNamingPort(names.port()));
+    EXPECT_FALSE(entry.isBound());
+}
+
+TEST_F(AgentStop, EndsTheMonitorThreadWithoutAnotherRound) {
+    configureAgent("", freePort());
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(trace_.waitFor(kSystemException));
+    NS_KELPCORBA::CorbaAgentFacade::ExitThrds();
+    EXPECT_EQ(AgentState::instance().threads.count_threads(), 0u);
+    const std::size_t rounds = trace_.count("[Monitor Thread]");
+    AgentState& state = AgentState::instance();
+    // a thread started now finds the flag set
+    NS_KELPCORBA::NamingMonitor::Run(nullptr);
+    EXPECT_TRUE(state.exitRequested);
+    EXPECT_EQ(trace_.count("[Monitor Thread]"), rounds);
+}
+
+TEST_F(AgentStop, IsBoundedWhileTheNamingServiceHangs) {
+    const DeafListener hung;
+    configureAgent("", hung.port());
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(trace_.waitFor(std::string(kSystemException) + "TIMEOUT"));
+    auto stopped = std::async(std::launch::async, [this] { stop(); });
+    EXPECT_EQ(stopped.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    expectNothingRuns();
+}
+
+/// Runs on one of the agent's threads until it is let go.
+struct StuckThread {
+    ~StuckThread() { go.set_value(); }
+    static ACE_THR_FUNC_RETURN run(void* argument) {
+        auto* self = static_cast<StuckThread*>(argument);
+        self->going.wait();
+        self->gone.set_value();
+        return nullptr;
+    }
+    void release() {
+        go.set_value();
+        gone.get_future().wait();
+        go = std::promise<void>();
+    }
+    std::promise<void> go;
+    std::promise<void> gone;
+    std::shared_future<void> going = go.get_future().share();
+};
+
+TEST_F(AgentStop, AbandonsAnAgentThreadThatDoesNotEndWithin15Seconds) {
+    StuckThread stuck;
+    ASSERT_NE(AgentState::instance().threads.spawn(&StuckThread::run, &stuck, THR_NEW_LWP | THR_DETACHED),
+              -1);
+    auto stopped = std::async(std::launch::async, [] { CorbaAgentFacade::ExitThrds(); });
+    EXPECT_EQ(stopped.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    EXPECT_EQ(AgentState::instance().threads.count_threads(), 1u);
+    EXPECT_TRUE(trace_.contains("=== Finish to Exit Threads of Corba! ==="));
+    stuck.release();
+    EXPECT_TRUE(waitUntil([] { return AgentState::instance().threads.count_threads() == 0; }));
+}
+
+/// A session whose waiting thread tells how its wait ended.
+struct WaitingSession {
+    using Counted =
+        NS_CORBA::RefCount_OneParameter<NS_KELPCORBA::EmsSession_IImpl, NS_KELPCORBA::SessionSource*>;
+
+    static inline std::promise<NS_KELPCORBA::WaitEnd> end;
+    static ACE_THR_FUNC_RETURN run(void* argument) {
+        auto* session = static_cast<NS_KELPCORBA::EmsSession_IImpl*>(argument);
+        std::uint64_t seen = 0;
+        const auto ended = session->wakePoint().wait(
+            60, seen, [] { return true; }, [] { return true; });
+        SessionMgr::Instance()->LeaveWaiting(session);
+        end.set_value(ended);
+        return nullptr;
+    }
+    WaitingSession() { SessionMgr::Instance()->SpawnWaiting(session, &run); }
+    ~WaitingSession() {
+        session->wakePoint().wake();
+        session->_remove_ref();
+    }
+    NS_KELPCORBA::EmsSession_IImpl* session = new Counted(nullptr);
+};
+
+TEST_F(AgentStop, UnderReleaseBySilenceWakesTheWaitingThreadsAndWaitsForThem) {
+    configureAgent("release_strategy = 2\nping_mode = false");
+    ASSERT_TRUE(start());
+    auto ended = WaitingSession::end.get_future();
+    const WaitingSession waiting;
+    CorbaAgentFacade::ExitThrds();
+    ASSERT_EQ(ended.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    EXPECT_EQ(ended.get(), NS_KELPCORBA::WaitEnd::AgentExits);
+}
+
+TEST_F(AgentStop, UnderAnotherReleaseStrategyNeitherWakesWaitingThreadsNorWaitsForThem) {
+    configureAgent("release_strategy = 1\nping_mode = false");
+    ASSERT_TRUE(start());
+    auto ended = WaitingSession::end.get_future();
+    {
+        const WaitingSession waiting;
+        const auto begin = std::chrono::steady_clock::now();
+        CorbaAgentFacade::ExitThrds();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+        EXPECT_EQ(ended.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    }
+    EXPECT_EQ(ended.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
+}  // namespace
+}  // namespace kelp::test

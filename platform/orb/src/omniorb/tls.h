@@ -6,8 +6,8 @@
 
 namespace kelp::orb {
 
-/// Adds what TLS needs to the ORB's options, if the caller asked for TLS. Throws CORBA::BAD_PARAM for TLS
-/// addresses without certificates.
+/// Adds what TLS needs to the ORB's options, if the caller asked for TLS. Throws CORBA::BAD_PARAM, with
+/// the reason in the trace, when there are no certificates or they cannot be used.
 void addTlsOptions(const OrbOptions& options, OptionTable& table);
 
 /// The transport's own notice, at each start, that it was given no certificates: usual, and no fault.

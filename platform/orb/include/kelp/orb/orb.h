@@ -33,8 +33,9 @@ struct KELP_EXPORT OrbOptions {
 
 /// Starts the process's ORB, endpoints open and callers held, with `hook` in place before the first request
 /// can arrive; `hook` may be null and must outlive the ORB. Throws CORBA::INITIALIZE (or another system
-/// exception) when an endpoint cannot be opened or an option is refused, BAD_PARAM for TLS addresses without
-/// certificates. After destroy() of an ORB a new one may be started; BAD_INV_ORDER before that.
+/// exception) when an endpoint cannot be opened or an option is refused, BAD_PARAM for TLS without usable
+/// certificates (the reason is traced). After destroy() of an ORB a new one may be started; BAD_INV_ORDER
+/// before that.
 KELP_EXPORT CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook);
 
 /// Serves requests until the ORB is shut down; returns after calls in progress have ended. Any thread may

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace kelp::test {
+
+/// A certificate authority of the moment in a folder of its own, which goes with it.
+class ThrowAwayCertificates {
+  public:
+    ThrowAwayCertificates() {
+        std::string pattern = testing::TempDir() + "kelp-tls-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("no folder for certificates");
+        folder_ = pattern;
+        run("openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj '/CN=Test CA' -keyout ca.key -out "
+            "ca.pem");
+    }
+    ~ThrowAwayCertificates() { std::filesystem::remove_all(folder_); }
+    ThrowAwayCertificates(const ThrowAwayCertificates&) = delete;
+    ThrowAwayCertificates& operator=(const ThrowAwayCertificates&) = delete;
+
+    std::string authority() const { return folder_ / "ca.pem"; }
+
+    /// A file with a new key and the certificate that the authority gave it; the key is encrypted where there
+    /// is a password.
+    std::string issue(const std::string& name, const std::string& password = "") const {
+        const std::string protection = password.empty() ? "-nodes" : "-passout pass:" + password;
+        run("openssl req -newkey rsa:2048 " + protection + " -subj '/CN=" + name + "' -keyout " + name +
+            ".key -out " + name + ".csr");
+        run("openssl x509 -req -days 2 -in " + name + ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -out " +
+            name + ".crt");
+        run("cat " + name + ".key " + name + ".crt > " + name + ".pem");
+        return folder_ / (name + ".pem");
+    }
+
+  private:
+    void run(const std::string& command) const {
+        const std::string whole = "cd '" + folder_.string() + "' && ( " + command + " ) 2>openssl.log";
+        if (std::system(whole.c_str()) != 0)
+            throw std::runtime_error("failed: " + command);
+    }
+
+    std::filesystem::path folder_;
+};
+
+}  // namespace kelp::test

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "harness/child_process.h"
+#include "harness/log_file.h"
+#include "harness/port_lease.h"
+#include "harness/scratch_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kelp::test {
+
+/// The real kelpd, run with command lines and configurations of the test's making, with a bundle that does
+/// nothing in place of the agent.
+class KelpdTest : public testing::Test {
+  protected:
+    /// Writes a configuration file. `more` joins the keys that every test needs; it may replace the bundle.
+    std::filesystem::path configure(const std::string& more = "", const std::string& bundle = "calm_bundle") {
+        const std::filesystem::path file = scratch_ / "kelp.toml";
+        writeFile(file, "[naming]\nport = " + namingPort_.text() + "\ndata_dir = \"" +
+                            (scratch_ / "naming").string() + "\"\n[bundles]\nload = [\"" + bundle +
+                            "\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) + "\"\n" + more);
+        return file;
+    }
+
+    /// Runs kelpd to its end; the exit code.
+    int run(const std::vector<std::string>& arguments) {
+        return runToEnd({KELPD, arguments, environment_, output_.file(), false});
+    }
+
+    /// Starts kelpd and waits until it is ready.
+    void start(const std::filesystem::path& config) {
+        process_ = std::make_unique<ChildProcess>(
+            Launch{KELPD, {"--config", config.string()}, environment_, output_.file(), false});
+        ASSERT_TRUE(output_.waitFor("kelpd is ready")) << output_.text();
+    }
+
+    /// Process numbers that kelpd has named as its naming service's, first to last.
+    std::vector<pid_t> namingProcesses() {
+        const std::string text = output_.text();
+        const std::string before = "the naming service is process ";
+        std::vector<pid_t> found;
+        for (auto at = text.find(before); at != std::string::npos; at = text.find(before, at + 1))
+            found.push_back(std::stoi(text.substr(at + before.size())));
+        return found;
+    }
+
+    ScratchDir scratch_;
+    PortLease namingPort_;
+    LogFile output_{scratch_ / "output"};
+    std::map<std::string, std::string> environment_{{"STATE_DIRECTORY", (scratch_ / "state").string()}};
+    std::unique_ptr<ChildProcess> process_;
+};
+
+}  // namespace kelp::test

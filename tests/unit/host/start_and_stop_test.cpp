@@ -1,0 +1,129 @@
+#include "kelpd_fixture.h"
+
+#include "support/tcp_peers.h"
+
+#include <signal.h>
+
+namespace kelp::test {
+namespace {
+
+using KelpdStartAndStopTest = KelpdTest;
+
+bool isGone(pid_t process) {
+    return ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
+TEST_F(KelpdStartAndStopTest, TerminationStopsTheHostAndItsNamingService) {
+    start(configure());
+    ASSERT_EQ(namingProcesses().size(), 1u);
+    process_->signal(SIGTERM);
+    EXPECT_EQ(process_->waitExit(), 0);
+    EXPECT_TRUE(output_.containsInOrder({"kelpd is ready", "kelpd stops", "kelpd has stopped"}));
+    EXPECT_TRUE(isGone(namingProcesses().front()));
+}
+
+TEST_F(KelpdStartAndStopTest, InterruptStopsTheHostLikewise) {
+    start(configure());
+    process_->signal(SIGINT);
+    EXPECT_EQ(process_->waitExit(), 0);
+    EXPECT_TRUE(output_.contains("kelpd has stopped"));
+}
+
+TEST_F(KelpdStartAndStopTest, NamingServiceDiesWithAKilledHost) {
+    start(configure());
+    const pid_t naming = namingProcesses().at(0);
+    ASSERT_FALSE(isGone(naming));
+    process_->kill();
+    EXPECT_TRUE(eventually([&] { return isGone(naming); }));
+}
+
+TEST_F(KelpdStartAndStopTest, KilledNamingServiceIsStartedAgain) {
+    start(configure());
+    ::kill(namingProcesses().at(0), SIGKILL);
+    EXPECT_TRUE(output_.waitFor("the naming service is process", 2));
+    EXPECT_TRUE(output_.contains("the naming service has ended (signal 9 (Killed))")) << output_.text();
+    process_->signal(SIGTERM);
+    EXPECT_EQ(process_->waitExit(), 0);
+    EXPECT_TRUE(isGone(namingProcesses().back()));
+}
+
+TEST_F(KelpdStartAndStopTest, FrozenNamingServiceDoesNotKeepTheHostFromStopping) {
+    start(configure());
+    const pid_t naming = namingProcesses().at(0);
+    ::kill(naming, SIGSTOP);
+    process_->signal(SIGTERM);
+    EXPECT_EQ(process_->waitExit(), 0);
+    EXPECT_TRUE(isGone(naming));
+}
+
+TEST_F(KelpdStartAndStopTest, SecondTerminationEndsAStopThatHangs) {
+    start(configure("", "wedged_bundle"));
+    process_->signal(SIGTERM);
+    ASSERT_TRUE(output_.waitFor("kelpd stops"));
+    const pid_t naming = namingProcesses().at(0);
+    EXPECT_TRUE(process_->isRunning());
+    process_->signal(SIGTERM);
+    EXPECT_EQ(process_->waitExit(), 1);
+    EXPECT_TRUE(output_.contains("told to stop a second time")) << output_.text();
+    EXPECT_TRUE(eventually([&] { return isGone(naming); }));
+}
+
+TEST_F(KelpdStartAndStopTest, HangupReadsTheConfigurationAgain) {
+    start(configure("[trace]\nlevel = 1\n"));
+    configure("[trace]\nlevel = 3\n");
+    process_->signal(SIGHUP);
+    EXPECT_TRUE(output_.waitFor("the configuration has been read again")) << output_.text();
+}
+
+TEST_F(KelpdStartAndStopTest, HangupKeepsTheConfigurationWhenTheNewOneIsBad) {
+    start(configure());
+    configure("[trace]\nlevel = 17\n");
+    process_->signal(SIGHUP);
+    EXPECT_TRUE(output_.waitFor("the configuration is kept as it was")) << output_.text();
+    EXPECT_TRUE(output_.contains("trace.level")) << output_.text();
+    EXPECT_FALSE(output_.contains("has been read again"));
+}
+
+TEST_F(KelpdStartAndStopTest, BusyNamingPortIsSaidToBeBusy) {
+    const DeafListener other;
+    const auto file = scratch_ / "busy.toml";
+    writeFile(file, "[naming]\nport = " + std::to_string(other.port()) + "\n");
+    EXPECT_EQ(run({"--config", file.string()}), 4);
+    EXPECT_TRUE(output_.contains(other.hostAndPort() + " is in use by another process")) << output_.text();
+}
+
+TEST_F(KelpdStartAndStopTest, DataFolderThatCannotBeMadeIsNamed) {
+    writeFile(scratch_ / "file", "");
+    const auto file = scratch_ / "unusable.toml";
+    writeFile(file, "[naming]\nport = " + namingPort_.text() + "\ndata_dir = \"" +
+                        (scratch_ / "file").string() + "/naming\"\n");
+    EXPECT_EQ(run({"--config", file.string()}), 4);
+    EXPECT_TRUE(output_.contains((scratch_ / "file").string() + "/naming")) << output_.text();
+}
+
+TEST_F(KelpdStartAndStopTest, MissingBundleIsNamedAndNothingIsLeftRunning) {
+    EXPECT_EQ(run({"--config", configure("", "absent_bundle").string()}), 5);
+    EXPECT_TRUE(output_.contains("absent_bundle")) << output_.text();
+    ASSERT_EQ(namingProcesses().size(), 1u);
+    EXPECT_TRUE(isGone(namingProcesses().front()));
+}
+
+TEST_F(KelpdStartAndStopTest, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
+    const auto file = scratch_ / "external.toml";
+    writeFile(file, "[naming]\nembedded = false\nport = " + namingPort_.text() +
+                        "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) +
+                        "\"\n");
+    start(file);
+    EXPECT_TRUE(namingProcesses().empty());
+    process_->signal(SIGTERM);
+    EXPECT_EQ(process_->waitExit(), 0);
+}
+
+TEST_F(KelpdStartAndStopTest, CatalogueBesideTheConfigurationComesFirst) {
+    writeFile(scratch_ / "errors.toml", "[errors]\n\"no code\" = \"x\"\n");
+    EXPECT_EQ(run({"--config", configure().string()}), 3);
+    EXPECT_TRUE(output_.contains((scratch_ / "errors.toml").string() + ":2: ")) << output_.text();
+}
+
+}  // namespace
+}  // namespace kelp::test

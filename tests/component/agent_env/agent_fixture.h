@@ -21,6 +21,7 @@
 #include "component/corbabase/base_orb.h"
 #include "support/tcp_peers.h"
 #include "support/temporary_directory.h"
+#include "support/test_manager.h"
 #include "support/trace_capture.h"
 
 namespace kelp::test {
@@ -81,7 +82,7 @@ class AgentFixture : public testing::Test {
     }
 
     TemporaryDirectory folder_;
-    EmptyManagerFactory factory_;
+    TestManagerFactory factory_;
     CallLog log_;
     std::list<RecordedInterface> interfaces_;
     TraceCapture trace_;

@@ -2,8 +2,6 @@
 
 #include <kelp/corbabase/manager_interface.h>
 
-#include <mtnm/common.h>
-
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -59,29 +57,6 @@ class RecordedInterface : public NS_CORBA::CorbaI {
     const std::string name_;
     const long order_;
     CallLog& log_;
-};
-
-/// A manager without operations.
-class EmptyManager : public virtual POA_common::Common_I {
-  public:
-    void setNativeEMSName(const globaldefs::NamingAttributes_T&, const char*) override { refuse(); }
-    void setUserLabel(const globaldefs::NamingAttributes_T&, const char*, CORBA::Boolean) override {
-        refuse();
-    }
-    void setOwner(const globaldefs::NamingAttributes_T&, const char*) override { refuse(); }
-    void getCapabilities(common::CapabilityList_T_out) override { refuse(); }
-    void setAdditionalInfo(const globaldefs::NamingAttributes_T&, globaldefs::NVSList_T&) override {
-        refuse();
-    }
-
-  private:
-    static void refuse() { throw CORBA::NO_IMPLEMENT(); }
-};
-
-class EmptyManagerFactory : public NS_CORBA::NorthMgrFactory {
-  public:
-    ~EmptyManagerFactory() override = default;
-    POA_common::Common_I* CreateServant() override { return new EmptyManager; }
 };
 
 /// Where the agent listens, finds the naming service and keeps its users.

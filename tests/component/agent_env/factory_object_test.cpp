@@ -7,10 +7,11 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/persistent_poa.h>
 
-#include <optional>
+#include <atomic>
 
-#include "agent_fixture.h"
+#include "component/corbabase/base_orb.h"
 #include "naming_fixture.h"
+#include "support/test_manager.h"
 
 namespace kelp::test {
 namespace {
@@ -36,6 +37,7 @@ class FactoryObject : public testing::Test {
     }
 
     TraceCapture trace_;
+    std::atomic<int> alive_{0};
 };
 
 TEST_F(FactoryObject, IsNilBeforeItIsMade) {
@@ -129,7 +131,7 @@ TEST_F(FactoryObject, ThatCannotBeMadeAnewStaysAsItWas) {
 }
 
 TEST_F(FactoryObject, RegisteredServantIsFoundUnderItsName) {
-    auto* servant = new EmptyManager;
+    auto* servant = new TestManager(alive_);
     const PortableServer::ServantBase_var owner(servant);
     config().RegisterServant("ManagedElement", servant);
     EXPECT_EQ(SessionMgr::Instance()->find_servant("ManagedElement"), servant);
@@ -137,8 +139,8 @@ TEST_F(FactoryObject, RegisteredServantIsFoundUnderItsName) {
 }
 
 TEST_F(FactoryObject, ServantRegisteredLaterUnderANameReplacesTheFirst) {
-    auto* first = new EmptyManager;
-    auto* second = new EmptyManager;
+    auto* first = new TestManager(alive_);
+    auto* second = new TestManager(alive_);
     const PortableServer::ServantBase_var owner(first);
     const PortableServer::ServantBase_var laterOwner(second);
     config().RegisterServant("ManagedElement", first);
@@ -149,7 +151,7 @@ TEST_F(FactoryObject, ServantRegisteredLaterUnderANameReplacesTheFirst) {
 }
 
 TEST_F(FactoryObject, RegisteringNothingIsTracedAndIgnored) {
-    auto* servant = new EmptyManager;
+    auto* servant = new TestManager(alive_);
     const PortableServer::ServantBase_var owner(servant);
     config().RegisterServant(nullptr, servant);
     config().RegisterServant("ManagedElement", nullptr);

@@ -23,6 +23,7 @@
 #include "bundle_doubles.h"
 #include "support/omninames.h"
 #include "support/tcp_peers.h"
+#include "support/test_manager.h"
 #include "support/trace_capture.h"
 
 namespace kelp::test {
@@ -85,7 +86,7 @@ class ModuleObject : public testing::Test {
     int init() { return object_->init(0, noArguments_); }
 
     TemporaryDirectory folder_;
-    EmptyManagerFactory managerFactory_;
+    TestManagerFactory managerFactory_;
     TraceCapture trace_;
     const Module module_;
     ACE_Service_Object_Exterminator deleter_ = nullptr;
@@ -199,7 +200,7 @@ bool isFactoryBound(const OmniNames& names) {
 TEST(ModuleInAHost, IsStartedStoppedUnloadedAndStartedAgain) {
     const TemporaryDirectory folder;
     const OmniNames names;
-    EmptyManagerFactory managers;
+    TestManagerFactory managers;
     NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &managers);
     NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, names.port()), "test.toml");
     for (int load = 0; load < 2; ++load) {

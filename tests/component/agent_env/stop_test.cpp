@@ -8,6 +8,8 @@
 
 #include <chrono>
 #include <future>
+#include <memory>
+#include <utility>
 
 #include "agent_fixture.h"
 #include "naming_fixture.h"
@@ -124,51 +126,69 @@ TEST_F(AgentStop, AbandonsAnAgentThreadThatDoesNotEndWithin15Seconds) {
     EXPECT_TRUE(waitUntil([] { return AgentState::instance().threads.count_threads() == 0; }));
 }
 
-/// A session whose waiting thread tells how its wait ended.
+/// A session whose waiting thread tells how its wait ended. One at a time.
 struct WaitingSession {
     using Counted =
         NS_CORBA::RefCount_OneParameter<NS_KELPCORBA::EmsSession_IImpl, NS_KELPCORBA::SessionSource*>;
 
-    static inline std::promise<NS_KELPCORBA::WaitEnd> end;
-    static ACE_THR_FUNC_RETURN run(void* argument) {
-        auto* session = static_cast<NS_KELPCORBA::EmsSession_IImpl*>(argument);
-        std::uint64_t seen = 0;
-        const auto ended = session->wakePoint().wait(
-            60, seen, [] { return true; }, [] { return true; });
-        SessionMgr::Instance()->LeaveWaiting(session);
-        end.set_value(ended);
-        return nullptr;
+    WaitingSession() {
+        asleep = std::promise<void>();
+        end = std::promise<NS_KELPCORBA::WaitEnd>();
+        ended = end.get_future();
+        SessionMgr::Instance()->SpawnWaiting(session, &run);
+        asleep.get_future().wait();
     }
-    WaitingSession() { SessionMgr::Instance()->SpawnWaiting(session, &run); }
     ~WaitingSession() {
         session->wakePoint().wake();
         session->_remove_ref();
     }
+    bool hasEnded(std::chrono::seconds limit = std::chrono::seconds(0)) const {
+        return ended.wait_for(limit) == std::future_status::ready;
+    }
+
+    static ACE_THR_FUNC_RETURN run(void* argument) {
+        auto* itsSession = static_cast<NS_KELPCORBA::EmsSession_IImpl*>(argument);
+        std::uint64_t seen = 0;
+        bool told = false;
+        const auto result = itsSession->wakePoint().wait(
+            60, seen,
+            [&told] {
+                // the exit flag has been looked at; from here on only a wake-up ends the wait
+                if (!std::exchange(told, true))
+                    asleep.set_value();
+                return true;
+            },
+            [] { return true; });
+        SessionMgr::Instance()->LeaveWaiting(itsSession);
+        end.set_value(result);
+        return nullptr;
+    }
+
+    static inline std::promise<void> asleep;
+    static inline std::promise<NS_KELPCORBA::WaitEnd> end;
     NS_KELPCORBA::EmsSession_IImpl* session = new Counted(nullptr);
+    std::future<NS_KELPCORBA::WaitEnd> ended;
 };
 
 TEST_F(AgentStop, UnderReleaseBySilenceWakesTheWaitingThreadsAndWaitsForThem) {
     configureAgent("release_strategy = 2\nping_mode = false");
     ASSERT_TRUE(start());
-    auto ended = WaitingSession::end.get_future();
-    const WaitingSession waiting;
+    WaitingSession waiting;
     CorbaAgentFacade::ExitThrds();
-    ASSERT_EQ(ended.wait_for(std::chrono::seconds(0)), std::future_status::ready);
-    EXPECT_EQ(ended.get(), NS_KELPCORBA::WaitEnd::AgentExits);
+    ASSERT_TRUE(waiting.hasEnded());
+    EXPECT_EQ(waiting.ended.get(), NS_KELPCORBA::WaitEnd::AgentExits);
 }
 
 TEST_F(AgentStop, UnderAnotherReleaseStrategyNeitherWakesWaitingThreadsNorWaitsForThem) {
     configureAgent("release_strategy = 1\nping_mode = false");
     ASSERT_TRUE(start());
-    auto ended = WaitingSession::end.get_future();
-    {
-        const WaitingSession waiting;
-        const auto begin = std::chrono::steady_clock::now();
-        CorbaAgentFacade::ExitThrds();
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
-        EXPECT_EQ(ended.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
-    }
-    EXPECT_EQ(ended.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    auto waiting = std::make_unique<WaitingSession>();
+    const auto begin = std::chrono::steady_clock::now();
+    CorbaAgentFacade::ExitThrds();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+    EXPECT_FALSE(waiting->hasEnded());
+    waiting->session->wakePoint().wake();
+    EXPECT_TRUE(waiting->hasEnded(std::chrono::seconds(10)));
 }
 
 }  // namespace

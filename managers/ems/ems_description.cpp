@@ -8,9 +8,9 @@ namespace kelp::ems {
 
 namespace {
 
-/// The EMS's own part of CompanyName/EMSName or CompanyName:EMSName.
+/// The EMS's own part of CompanyName/EMSName.
 std::string nameWithoutCompany(const std::string& emsName) {
-    const auto separator = emsName.find_first_of("/:");
+    const auto separator = emsName.find('/');
     return separator == std::string::npos ? emsName : emsName.substr(separator + 1);
 }
 

@@ -1,6 +1,6 @@
 #include "giop_probe.h"
 
-#include "harness/name_server.h"
+#include "support/omninames.h"
 #include "support/tcp_peers.h"
 
 #include <gtest/gtest.h>
@@ -47,7 +47,7 @@ bool answered(const std::string& reply) {
 }
 
 TEST(GiopProbeTest, FindsTheObjectOfARunningNamingService) {
-    const test::NameServer naming;
+    const test::OmniNames naming;
     EXPECT_TRUE(objectAnswers("127.0.0.1", naming.port(), "NameService", 5s));
     EXPECT_FALSE(objectAnswers("127.0.0.1", naming.port(), "NoSuchService", 5s));
 }

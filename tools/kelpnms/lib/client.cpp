@@ -20,8 +20,8 @@ std::string listenAddress(const NmsSettings& settings) {
     std::string host;
     std::string port;
     if (!namingAddress(settings.naming, host, port))
-        throw NmsError("\"" + settings.naming +
-                       "\" names no host; say with --listen where the EMS can reach you");
+        throw Unreachable("\"" + settings.naming +
+                          "\" names no host; say with --listen where the EMS can reach you");
     return orb::hostAndPort({localAddressTowards(host, port), 0, false});
 }
 
@@ -75,7 +75,8 @@ NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<Stat
         const PortableServer::POAManager_var manager = state_->root->the_POAManager();
         orb::letCallersThrough(manager.in());
     } catch (const CORBA::Exception& exception) {
-        throw NmsError("cannot listen on " + options.listen.front() + ": " + orb::exceptionText(exception));
+        throw CannotListen("cannot listen on " + options.listen.front() + ": " +
+                           orb::exceptionText(exception));
     }
 }
 
@@ -108,18 +109,20 @@ std::vector<std::string> NmsClient::factoryPaths() {
     return texts;
 }
 
+std::string NmsClient::onlyFactoryPath() {
+    const std::vector<std::string> paths = factoryPaths();
+    if (paths.empty())
+        throw Unreachable("no session factory is registered in the naming service at " + state_->naming);
+    if (paths.size() > 1)
+        throw Unreachable("several session factories are registered, choose one with --factory: " +
+                          joined(paths));
+    return paths.front();
+}
+
 FoundFactory NmsClient::findFactory(const std::string& path) {
-    std::string wanted = path;
-    if (wanted.empty()) {
-        const std::vector<std::string> paths = factoryPaths();
-        if (paths.empty())
-            throw Unreachable("no session factory is registered in the naming service at " + state_->naming);
-        if (paths.size() > 1)
-            throw Unreachable("several session factories are registered, choose one with --factory: " +
-                              joined(paths));
-        wanted = paths.front();
-    }
-    const CORBA::Object_var object = state_->tree().resolve(toNamingPath(wanted));
+    const std::string wanted = path.empty() ? onlyFactoryPath() : path;
+    const NamingPath name = toNamingPath(wanted);
+    const CORBA::Object_var object = state_->tree().resolve(name);
     FoundFactory found{{}, wanted, addressOf(state_->orb.in(), object.in())};
     try {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());

@@ -34,8 +34,7 @@ std::string reasonOf(const globaldefs::ProcessingFailureException& exception) {
 }  // namespace
 
 std::string exceptionTypeName(globaldefs::ExceptionType_T type) {
-    const auto number = static_cast<std::size_t>(type);
-    return number < kExceptionTypes.size() ? kExceptionTypes[number] : "EXCPT_" + std::to_string(number);
+    return kExceptionTypes.at(static_cast<std::size_t>(type));
 }
 
 ProcessingFailure::ProcessingFailure(const std::string& doing,

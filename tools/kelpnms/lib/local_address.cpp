@@ -67,7 +67,7 @@ std::string localAddressTowards(const std::string& host, const std::string& port
     hints.ai_socktype = SOCK_DGRAM;
     addrinfo* found = nullptr;
     if (const int problem = ::getaddrinfo(host.c_str(), port.c_str(), &hints, &found); problem != 0)
-        throw NmsError("no address for the host \"" + host + "\": " + ::gai_strerror(problem));
+        throw Unreachable("no address for the host \"" + host + "\": " + ::gai_strerror(problem));
     const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> addresses(found, &::freeaddrinfo);
 
     for (const addrinfo* each = addresses.get(); each != nullptr; each = each->ai_next) {
@@ -85,8 +85,8 @@ std::string localAddressTowards(const std::string& host, const std::string& port
                                    nullptr, 0, NI_NUMERICHOST) == 0)
             return text;
     }
-    throw NmsError("no way from this host to \"" + host +
-                   "\"; say with --listen where the EMS can reach you");
+    throw Unreachable("no way from this host to \"" + host +
+                      "\"; say with --listen where the EMS can reach you");
 }
 
 }  // namespace kelp::nms

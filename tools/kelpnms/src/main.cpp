@@ -26,6 +26,9 @@ int run(const Options& options) {
     } catch (const NoPassword& problem) {
         Report::error(problem.what());
         return kUsageError;
+    } catch (const CannotListen& problem) {
+        Report::error(problem.what());
+        return kUsageError;
     } catch (const Unreachable& problem) {
         Report::error(problem.what());
         return kNotReachable;

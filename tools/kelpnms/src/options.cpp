@@ -22,7 +22,7 @@ Without --password-file the password comes from the environment variable KELPNMS
 Exit codes:
   0  done
   1  internal error
-  2  wrong usage
+  2  wrong usage, no password, or --listen names an address that cannot be listened on
   3  the naming service or the EMS cannot be reached, or no single session factory was found
   4  the EMS refused the log-in
   5  a call on the session or a manager failed

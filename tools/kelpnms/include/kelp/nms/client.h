@@ -37,7 +37,7 @@ struct FoundFactory {
 /// operations may be called from any thread.
 class NmsClient {
   public:
-    /// Starts the ORB. Throws NmsError when it cannot listen.
+    /// Starts the ORB. Throws CannotListen, or Unreachable when the naming text leads nowhere.
     explicit NmsClient(const NmsSettings& settings);
     ~NmsClient();
     NmsClient(const NmsClient&) = delete;
@@ -65,6 +65,8 @@ class NmsClient {
                                       std::shared_ptr<NmsListener> listener = nullptr);
 
   private:
+    std::string onlyFactoryPath();
+
     struct State;
     std::unique_ptr<State> state_;
 };

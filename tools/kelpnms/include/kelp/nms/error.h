@@ -13,6 +13,12 @@ class NmsError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// This NMS cannot be called back at the address that it was to listen on.
+class CannotListen : public NmsError {
+  public:
+    using NmsError::NmsError;
+};
+
 /// The factory was not found, or what was found does not answer.
 class Unreachable : public NmsError {
   public:
@@ -48,7 +54,7 @@ class CallFailed : public NmsError {
     CallFailed(const std::string& doing, const CORBA::Exception& raised);
 };
 
-/// Name of an exception type as the standard spells it; "EXCPT_<number>" for one it does not have.
+/// Name of an exception type as the standard spells it.
 std::string exceptionTypeName(globaldefs::ExceptionType_T type);
 
 }  // namespace kelp::nms

@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+#include <kelp/bundlemgr/bundle_mgr.h>
+#include <kelp/corbabase/base_config.h>
+
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace kelp::ems {
+namespace {
+
+using NS_BUNDLEMGR1::BundleMgr;
+using NS_CORBA::CorbaBaseAgentConfig;
+
+class OtherFactory final : public NS_CORBA::NorthMgrFactory {
+  public:
+    ~OtherFactory() override = default;
+    POA_common::Common_I* CreateServant() override { return nullptr; }
+};
+
+bool startBundle(std::string& whyNot) {
+    return BundleMgr::Instance()->Start(EMS_BUNDLE_DIR, {"kelp_ems"}, whyNot);
+}
+
+std::set<std::string> enteredManagers() {
+    std::set<std::string> names;
+    if (const auto* map = CorbaBaseAgentConfig::Instance()->GetNorthMgrMap(); map != nullptr) {
+        for (const auto& [name, factory] : *map)
+            names.insert(name);
+    }
+    return names;
+}
+
+std::size_t enteredInterfaces() {
+    const NS_CORBA::MGRList* list = CorbaBaseAgentConfig::Instance()->GetMGRList();
+    const std::size_t count = list == nullptr ? 0 : list->size();
+    CorbaBaseAgentConfig::Instance()->FreeMGRList();
+    return count;
+}
+
+TEST(EmsBundleTest, StartEntersTheManagerAndStopTakesItBack) {
+    std::string whyNot;
+    ASSERT_TRUE(startBundle(whyNot)) << whyNot;
+    EXPECT_EQ(enteredManagers(), std::set<std::string>{"EMS"});
+    EXPECT_EQ(enteredInterfaces(), 1u);
+    BundleMgr::Instance()->Stop();
+    EXPECT_TRUE(enteredManagers().empty());
+    EXPECT_EQ(enteredInterfaces(), 0u);
+}
+
+TEST(EmsBundleTest, InterfaceStartsEarlyUnderItsName) {
+    std::string whyNot;
+    ASSERT_TRUE(startBundle(whyNot)) << whyNot;
+    const NS_CORBA::MGRList* list = CorbaBaseAgentConfig::Instance()->GetMGRList();
+    ASSERT_EQ(list->size(), 1u);
+    NS_CORBA::CorbaI* ems = list->front();
+    CorbaBaseAgentConfig::Instance()->FreeMGRList();
+    EXPECT_STREQ(ems->Name(), "EMS");
+    EXPECT_EQ(ems->Order(), 10);
+    EXPECT_TRUE(ems->Init());
+    ems->ExitThread();
+    ems->Destroy();
+    BundleMgr::Instance()->Stop();
+}
+
+TEST(EmsBundleTest, ManagerNameThatIsTakenKeepsTheBundleFromStarting) {
+    OtherFactory other;
+    ASSERT_TRUE(CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &other));
+    std::string whyNot;
+    EXPECT_FALSE(startBundle(whyNot));
+    EXPECT_NE(whyNot.find("kelp_ems"), std::string::npos) << whyNot;
+    EXPECT_EQ(enteredInterfaces(), 0u);
+    EXPECT_EQ(CorbaBaseAgentConfig::Instance()->GetNorthMgrMap()->at("EMS"), &other);
+}
+
+TEST(EmsBundleTest, FactoryFunctionIsTheOnlyThingExported) {
+    const std::string command = "nm -D --defined-only --extern-only " EMS_BUNDLE_DIR "/libkelp_ems.so";
+    const std::unique_ptr<FILE, int (*)(FILE*)> output(::popen(command.c_str(), "r"), ::pclose);
+    ASSERT_NE(output, nullptr);
+    std::string symbols;
+    char address[64];
+    char kind[8];
+    char name[256];
+    while (std::fscanf(output.get(), "%63s %7s %255s", address, kind, name) == 3)
+        symbols += std::string(name) + "\n";
+    EXPECT_EQ(symbols, "_make_kelp_ems\n");
+}
+
+}  // namespace
+}  // namespace kelp::ems

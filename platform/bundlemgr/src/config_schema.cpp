@@ -38,8 +38,9 @@ ConfigKey flagKey(std::string table, std::string key, bool standard, Change chan
                      std::move(meaning)};
 }
 
-ConfigKey textKey(std::string table, std::string key, std::string standard, std::vector<std::string> choices,
-                  Change change, std::string meaning) {
+/// A text or a list of texts, out of `choices` if there are any.
+ConfigKey choiceKey(std::string table, std::string key, ConfigValue standard,
+                    std::vector<std::string> choices, Change change, std::string meaning) {
     return ConfigKey{std::move(table),
                      std::move(key),
                      std::move(standard),
@@ -50,16 +51,16 @@ ConfigKey textKey(std::string table, std::string key, std::string standard, std:
                      std::move(meaning)};
 }
 
+ConfigKey textKey(std::string table, std::string key, std::string standard, std::vector<std::string> choices,
+                  Change change, std::string meaning) {
+    return choiceKey(std::move(table), std::move(key), std::move(standard), std::move(choices), change,
+                     std::move(meaning));
+}
+
 ConfigKey textsKey(std::string table, std::string key, std::vector<std::string> standard,
                    std::vector<std::string> choices, Change change, std::string meaning) {
-    return ConfigKey{std::move(table),
-                     std::move(key),
-                     std::move(standard),
-                     0,
-                     0,
-                     std::move(choices),
-                     change == Change::AtRestart,
-                     std::move(meaning)};
+    return choiceKey(std::move(table), std::move(key), std::move(standard), std::move(choices), change,
+                     std::move(meaning));
 }
 
 ConfigKey agentNumber(std::string key, std::int64_t fallback, std::string meaning) {

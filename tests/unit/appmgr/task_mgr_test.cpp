@@ -3,19 +3,20 @@
 #include <kelp/appmgr/task_mgr.h>
 
 #include <atomic>
-#include <cstddef>
-#include <cstring>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
 
 #include "support/trace_capture.h"
+#include "support/virtual_slot.h"
 #include "support/wait_until.h"
 
 namespace {
 
+using kelp::test::slotOf;
 using kelp::test::waitUntil;
 
 constexpr int kType = 21;
@@ -48,12 +49,6 @@ class GnlTaskMgr : public testing::Test {
 };
 
 TEST(TaskMgr, OrderOfTheVirtualOperationsIsTheContractWithModules) {
-    const auto slotOf = [](auto operation) {
-        std::ptrdiff_t words[2];
-        static_assert(sizeof operation == sizeof words);
-        std::memcpy(words, &operation, sizeof words);
-        return (words[0] & ~std::ptrdiff_t{1}) / static_cast<std::ptrdiff_t>(sizeof(void*));
-    };
     EXPECT_EQ(slotOf(&KelpTaskMgr::InitEnv), 2) << "after the destructors";
     EXPECT_EQ(slotOf(&KelpTaskMgr::Post), 3);
     EXPECT_EQ(slotOf(&KelpTaskMgr::Exit), 4);

@@ -2,22 +2,14 @@
 #include <kelp/bundlemgr/service_object.h>
 
 #include <cstddef>
-#include <cstring>
 #include <memory>
+
+#include "support/virtual_slot.h"
 
 namespace {
 
 using namespace NS_BUNDLEMGR1;
-
-/// The slot of a virtual operation in its class's table, out of the member pointer's representation in the
-/// C++ ABI of this platform.
-template <class Operation>
-std::ptrdiff_t slotOf(Operation operation) {
-    std::ptrdiff_t words[2];
-    static_assert(sizeof operation == sizeof words);
-    std::memcpy(words, &operation, sizeof words);
-    return (words[0] & ~std::ptrdiff_t{1}) / static_cast<std::ptrdiff_t>(sizeof(void*));
-}
+using kelp::test::slotOf;
 
 TEST(ServiceObject, OrderOfTheVirtualOperationsIsTheContractWithTheHost) {
     const std::ptrdiff_t resume = slotOf(&ACE_Service_Object::resume);

@@ -17,8 +17,6 @@ class OptionTable {
     /// Pairs of name and value, ended by a pair of null pointers; valid until the table changes or goes.
     const char* (*pairs())[2];
 
-    const std::vector<std::pair<std::string, std::string>>& entries() const { return entries_; }
-
   private:
     struct Pair {
         const char* text[2];
@@ -27,7 +25,7 @@ class OptionTable {
     std::vector<Pair> pairs_;
 };
 
-/// Everything but TLS of what the caller asked for.
+/// What the caller asked for, but the certificates of TLS.
 OptionTable optionTable(const OrbOptions& options);
 
 }  // namespace kelp::orb

@@ -52,8 +52,8 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
     const std::lock_guard<std::mutex> guard(starting);
     refuseWhileOneRuns();
     omniORB::setLogFunction(traceOrbLine);
+    setUpTls(options);
     OptionTable table = optionTable(options);
-    addTlsOptions(options, table);
     int argc = 0;
     CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr, "omniORB4", table.pairs());
     try {

@@ -11,6 +11,20 @@ namespace kelp::orb {
 
 namespace {
 
+/// The transport keeps pointers to its settings; the ORB's options of the same names would lose memory at a
+/// second start.
+struct Texts {
+    std::string caFile;
+    std::string keyFile;
+    std::string keyPassword;
+};
+
+// never deleted: the transport is cleaned up when the process ends
+Texts& keptTexts() {
+    static Texts* texts = new Texts;
+    return *texts;
+}
+
 /// The oldest of the TLS library's errors on this thread; the rest are forgotten.
 std::string tlsErrorText() {
     char text[256];
@@ -42,27 +56,30 @@ bool areUsable(const OrbOptions& options, std::string& whyNot) {
 
 }  // namespace
 
-// Referring to one symbol of the transport's library keeps the linker from leaving it out, and the ORB's
-// options for TLS with it.
-extern const void* const tlsTransportKept;
-const void* const tlsTransportKept = &sslContext::singleton;
-
-void addTlsOptions(const OrbOptions& options, OptionTable& table) {
-    const bool wanted = !options.tlsCaFile.empty();
-    if (!wanted && options.tlsListen.empty())
+void setUpTls(const OrbOptions& options) {
+    if (options.tlsCaFile.empty() && options.tlsListen.empty()) {
+        sslContext::certificate_authority_file = nullptr;
+        sslContext::key_file = nullptr;
+        sslContext::key_file_password = nullptr;
         return;
+    }
     std::string whyNot;
-    if (!wanted)
+    if (options.tlsCaFile.empty())
         whyNot = "TLS addresses, but no CA file";
-    if (!wanted || !areUsable(options, whyNot)) {
+    if (!whyNot.empty() || !areUsable(options, whyNot)) {
         traceException("TLS: " + whyNot);
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     }
-    table.add("sslCAFile", options.tlsCaFile);
-    table.add("sslKeyFile", options.tlsKeyFile);
+    Texts& texts = keptTexts();
+    texts.caFile = options.tlsCaFile;
+    texts.keyFile = options.tlsKeyFile;
     // the ORB refuses to connect with an empty password even where the key needs none
-    table.add("sslKeyPassword", options.tlsKeyPassword.empty() ? "none" : options.tlsKeyPassword);
-    table.add("sslVerifyMode", options.tlsRequirePeerCertificate ? "peer,fail" : "peer");
+    texts.keyPassword = options.tlsKeyPassword.empty() ? "none" : options.tlsKeyPassword;
+    sslContext::certificate_authority_file = texts.caFile.c_str();
+    sslContext::key_file = texts.keyFile.c_str();
+    sslContext::key_file_password = texts.keyPassword.c_str();
+    sslContext::verify_mode =
+        SSL_VERIFY_PEER | (options.tlsRequirePeerCertificate ? SSL_VERIFY_FAIL_IF_NO_PEER_CERT : 0);
 }
 
 bool isTlsUnusedNotice(const std::string& orbLogLine) {

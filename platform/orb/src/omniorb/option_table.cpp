@@ -69,6 +69,8 @@ OptionTable optionTable(const OrbOptions& options) {
         table.add("endPoint", "giop:ssl:" + address);
     addPublished(options, table);
 
+    // its lines go to the trace, which tells the time itself (the ORB's way is not safe among threads)
+    table.add("traceTime", 0UL);
     // without it a thread's own time-out is taken and ignored
     table.add("supportPerThreadTimeOut", 1);
     // a first call to a peer that hangs would otherwise wait out its limit twice

@@ -2,6 +2,8 @@
 
 #include "adapter/toppoanames.h"
 
+#include <kelp/corbabase/security_mgr.h>
+
 #include <ace/Guard_T.h>
 
 #include <new>
@@ -135,8 +137,9 @@ void SessionSource::leave_silent_waiting(std::uint32_t number) {
         silentWaiting_ = false;
 }
 
-bool SessionSource::claimLogout() {
-    return !loggedOut_.exchange(true);
+void SessionSource::logOutOnce() {
+    if (!loggedOut_.exchange(true))
+        NS_CORBA::CorbaSecurityMgr::Instance()->Logout(ipAndPort_, userName_);
 }
 
 }  // namespace NS_KELPCORBA

@@ -65,9 +65,9 @@ class SessionSource {
     bool is_waiting_silently(std::uint32_t number) const;
     void leave_silent_waiting(std::uint32_t number);
 
-    /// True for the first caller only: who is to log the user out. One log-out for one log-in, whichever path
-    /// ends the session.
-    bool claimLogout();
+    /// Logs the user out; from the second call on nothing. One log-out for one log-in, whichever path ends
+    /// the session.
+    void logOutOnce();
 
     // -- object adapters
     // ---------------------------------------------------------------------------------------

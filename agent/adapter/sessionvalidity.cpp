@@ -4,7 +4,6 @@
 #include "util/tracepoint.h"
 
 #include <kelp/corbabase/base_config.h>
-#include <kelp/corbabase/security_mgr.h>
 #include <kelp/orb/exception_text.h>
 
 #include <ace/Guard_T.h>
@@ -111,8 +110,6 @@ int SessionSource::tearDown() {
         userName_.c_str(), ipAndPort_.c_str());
     try {
         destroyAdapters(poa.in());
-        if (claimLogout())
-            NS_CORBA::CorbaSecurityMgr::Instance()->Logout(ipAndPort_, userName_);
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
@@ -120,6 +117,8 @@ int SessionSource::tearDown() {
             "resource,user<%s>,ip<%s>.==>%s",
             userName_.c_str(), ipAndPort_.c_str(), kelp::orb::exceptionText(ex).c_str());
     }
+    // also when the tree was gone already: the log-in is still there
+    logOutOnce();
     return -1;
 }
 

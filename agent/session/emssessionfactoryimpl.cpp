@@ -223,8 +223,7 @@ void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
     // made
     SessionMgr* sessions = SessionMgr::Instance();
     const auto giveUp = [&](const char* format, unsigned long code) {
-        if (source->claimLogout())
-            security().Logout(logIn.hostInfo, logIn.user);
+        source->logOutOnce();
         traceNms(format, logIn.hostInfo);
         sessions->RemoveRefLocked(made);
         ThrowException(code);

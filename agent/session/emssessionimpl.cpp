@@ -7,7 +7,6 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/event_mgr.h>
-#include <kelp/corbabase/security_mgr.h>
 #include <kelp/orb/servants.h>
 
 #include <string>
@@ -144,14 +143,13 @@ void TASessionSource::check_valid(SessionSource* source) {
         "emsSession resource!");
     try {
         source->destroyAdapters(poa.in());
-        if (source->claimLogout())
-            NS_CORBA::CorbaSecurityMgr::Instance()->Logout(source->get_ip_and_port(),
-                                                           source->get_user_name());
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaException(
             ex, "[TASessionSource::check_valid] Exception raised during destroy session resource!");
     }
+    // also when the tree was gone already: the log-in is still there
+    source->logOutOnce();
 }
 
 }  // namespace NS_KELPCORBA

@@ -7,8 +7,6 @@
 #include "util/servantref.h"
 #include "util/tracepoint.h"
 
-#include <kelp/corbabase/security_mgr.h>
-
 #include <ace/Guard_T.h>
 
 #include <algorithm>
@@ -148,10 +146,8 @@ SessionSource* SessionMgr::GetSessionSource(EmsSession_IImpl* session) {
 void SessionMgr::LogOutEverybody() {
     const SessionLock lock(sessionLock_);
     for (EmsSession_IImpl* session : sessions_) {
-        SessionSource* source = session->source();
-        if (source != nullptr && source->claimLogout())
-            NS_CORBA::CorbaSecurityMgr::Instance()->Logout(source->get_ip_and_port(),
-                                                           source->get_user_name());
+        if (session->source() != nullptr)
+            session->source()->logOutOnce();
         // the list's reference; kept, the servant would never go
         session->_remove_ref();
     }

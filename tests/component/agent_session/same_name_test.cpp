@@ -1,0 +1,133 @@
+// A log-in whose POA name still belongs to a session that is ending.
+
+#include <gtest/gtest.h>
+#include <kelp/orb/poas.h>
+
+#include <atomic>
+#include <thread>
+
+#include "adapter/sessionsource.h"
+#include "component/orb/gate.h"
+#include "support/agent_fixture.h"
+#include "support/trace_capture.h"
+
+namespace {
+
+using namespace kelp::test;
+using namespace NS_KELPCORBA;
+
+/// A session of NMS 1 with a call that hangs in its manager until the gate is opened.
+class SameName : public testing::Test {
+  protected:
+    void start(const AgentOptions& options) {
+        agent_ = std::make_unique<RunningAgent>(options);
+        agent_->manager().onCall = [this] { gate_.pass(); };
+        const emsSession::EmsSession_I_var session = agent_->logIn(agent_->nms());
+        manager_ = agent_->remoteManager(session.in());
+        call_ = std::thread([this] {
+            kelp::orb::setThreadTimeout(std::chrono::seconds(60));
+            try {
+                common::CapabilityList_T_var list;
+                manager_->getCapabilities(list.out());
+                callReturned_ = true;
+            } catch (const CORBA::Exception&) {
+                callReturned_ = false;
+            }
+        });
+        ASSERT_TRUE(gate_.isReached());
+    }
+    ~SameName() override {
+        gate_.open();
+        if (call_.joinable())
+            call_.join();
+        agent_.reset();
+    }
+
+    Gate gate_;
+    std::unique_ptr<RunningAgent> agent_;
+    common::Common_I_var manager_;
+    std::thread call_;
+    std::atomic<bool> callReturned_{false};
+};
+
+TEST_F(SameName, WaitsForTheOldSessionsCallWhileOthersLogIn) {
+    ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 30}));
+    std::atomic<bool> done{false};
+    emsSession::EmsSession_I_var again;
+    std::thread waiting([&] {
+        again = agent_->logIn(agent_->nms());
+        done = true;
+    });
+    // the old session is over, and nobody is logged in: the log-in waits before it logs in
+    ASSERT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
+    EXPECT_TRUE(waitUntil([&] { return agent_->liveLogins(agent_->nms()) == 0; }));
+
+    for (unsigned other = 2; other < 6; ++other) {
+        const emsSession::EmsSession_I_var session = agent_->logIn(agent_->nms(other));
+        session->ping();
+    }
+    EXPECT_FALSE(done);
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 0u);
+
+    gate_.open();
+    waiting.join();
+    ASSERT_TRUE(done);
+    again->ping();
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
+    call_.join();
+    EXPECT_TRUE(callReturned_) << "the old session's call was not answered";
+}
+
+TEST_F(SameName, GivesUpAfterTheCallTimeOut) {
+    ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 1}));
+    const TraceCapture trace;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(refusalOf([&] { agent_->logIn(agent_->nms()); }), 0x411800BAul);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
+    EXPECT_EQ(agent_->sessions().SessionCount(), 0u);
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 0u);
+
+    gate_.open();
+    call_.join();
+    const emsSession::EmsSession_I_var again = agent_->logIn(agent_->nms());
+    again->ping();
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
+}
+
+TEST_F(SameName, LetsSeveralWaitersInOneAfterTheOther) {
+    ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 30}));
+    constexpr int waiters = 4;
+    std::atomic<int> succeeded{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < waiters; ++i) {
+        threads.emplace_back([&] {
+            if (refusalOf([&] { agent_->logIn(agent_->nms()); }) == 0)
+                ++succeeded;
+        });
+    }
+    ASSERT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
+    gate_.open();
+    for (std::thread& each : threads)
+        each.join();
+    EXPECT_EQ(succeeded, waiters);
+    EXPECT_EQ(agent_->sessions().SessionCount(), 1u);
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
+}
+
+TEST_F(SameName, IsTestedAnewAgainstTheReuseRule) {
+    ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 30, .reuse = true}));
+    agent_->listed(agent_->nms())->endSession();
+    emsSession::EmsSession_I_var one;
+    emsSession::EmsSession_I_var other;
+    std::thread first([&] { one = agent_->logIn(agent_->nms()); });
+    std::thread second([&] { other = agent_->logIn(agent_->nms()); });
+    ASSERT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
+    gate_.open();
+    first.join();
+    second.join();
+    // whoever came second found the first one's session
+    EXPECT_TRUE(one->_is_equivalent(other.in()));
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,294 @@
+#pragma once
+
+#include "corbaenv/agent_state.h"
+#include "error/error_translator.h"
+#include "interceptor/corba_request_interceptorimpl.h"
+#include "session/emssessionfactoryimpl.h"
+#include "session/emssessionimpl.h"
+#include "util/servantref.h"
+
+#include <ace/Guard_T.h>
+#include <ace/OS_NS_sys_time.h>
+#include <gtest/gtest.h>
+#include <kelp/agent/corba_agent_config.h>
+#include <kelp/agent/session_mgr.h>
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/bundlemgr/light_event.h>
+#include <kelp/corbabase/agent_server.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/event_mgr.h>
+#include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/supplier_mgr.h>
+#include <kelp/corbabase/user_database.h>
+#include <kelp/orb/timeouts.h>
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "support/temporary_directory.h"
+#include "support/test_manager.h"
+#include "support/test_nms.h"
+#include "support/wait_until.h"
+
+namespace kelp::test {
+
+/// How a RunningAgent is configured. Rounds of pings come only at the stop unless asked for.
+struct AgentOptions {
+    int releaseStrategy = 0;
+    bool pingMode = true;
+    int pingIntervalS = 86400;
+    int callTimeoutS = 5;
+    int silentTimeS = 3;
+    int maxSessions = 100;
+    bool reuse = false;
+    bool startsSessionMgr = true;
+
+    AgentOptions with(int strategy, bool pings) const {
+        AgentOptions changed = *this;
+        changed.releaseStrategy = strategy;
+        changed.pingMode = pings;
+        return changed;
+    }
+    AgentOptions withRoundsEvery(int seconds) const {
+        AgentOptions changed = *this;
+        changed.pingIntervalS = seconds;
+        return changed;
+    }
+    AgentOptions withReuse() const {
+        AgentOptions changed = *this;
+        changed.reuse = true;
+        return changed;
+    }
+};
+
+/// The error code that a ProcessingFailureException carries. Without a catalogue its reason begins with the
+/// code in brackets.
+inline unsigned long codeOf(const globaldefs::ProcessingFailureException& refusal) {
+    return std::strtoul(refusal.errorReason.in() + 1, nullptr, 10);
+}
+
+/// The code with which a call is refused; 0 when it is not.
+template <class Call>
+unsigned long refusalOf(Call call) {
+    try {
+        call();
+        return 0;
+    } catch (const globaldefs::ProcessingFailureException& refusal) {
+        return codeOf(refusal);
+    }
+}
+
+/// True when the call on an object of a session that is over fails as such calls may: its POA is gone, going,
+/// or refuses.
+template <class Call>
+bool isGone(Call call) {
+    try {
+        call();
+        return false;
+    } catch (const CORBA::OBJECT_NOT_EXIST&) {
+        return true;
+    } catch (const CORBA::OBJ_ADAPTER&) {
+        return true;
+    } catch (const CORBA::TRANSIENT&) {
+        return true;
+    }
+}
+
+/// The agent's sessions in this process, with a real ORB, a user "admin" and a manager "EMS": what the module
+/// starts but for the naming monitor and the manager interfaces. Stops in order at the end of the scope.
+class RunningAgent {
+  public:
+    static constexpr const char* kUser = "admin";
+    static constexpr const char* kPassword = "secret";
+
+    explicit RunningAgent(const AgentOptions& options = {}) {
+        NS_KELPCORBA::AgentState::instance().exitRequested = false;
+        orb::setThreadTimeout(std::chrono::seconds(30));
+        configure(options);
+        addUser(kUser);
+        base().EnterNorthMgrFactory("EMS", &managers_);
+        if (!base().Init("test") || !NS_KELPCORBA::CorbaAgentConfig::Instance()->Init() ||
+            !NS_KELPCORBA::CorbaAgentConfig::Instance()->InitEmsSessionFactoryIImplObj())
+            throw std::runtime_error("the agent's ORB does not start");
+        worker_ = std::thread([] { NS_CORBA::AgentServer::AgentWorker(nullptr); });
+        base().SetReqInterceptorImpl(&interceptor_);
+        if (!NS_CORBA::CorbaSecurityMgr::Instance()->Init())
+            throw std::runtime_error("no user database");
+        if (options.startsSessionMgr)
+            startSessionMgr();
+        if (NS_CORBA::AgentServer::Activate() != 0)
+            throw std::runtime_error("the agent lets no callers through");
+        orb_ = base().GetOrb();
+        root_ = base().GetRootPoa();
+    }
+    ~RunningAgent() { stop(); }
+    RunningAgent(const RunningAgent&) = delete;
+    RunningAgent& operator=(const RunningAgent&) = delete;
+
+    // -- what runs
+    // -------------------------------------------------------------------------------------------
+    static NS_CORBA::CorbaBaseAgentConfig& base() { return *NS_CORBA::CorbaBaseAgentConfig::Instance(); }
+    static NS_KELPCORBA::SessionMgr& sessions() { return *NS_KELPCORBA::SessionMgr::Instance(); }
+    static NS_KELPCORBA::EmsSessionFactory_IImpl& factory() {
+        return *NS_KELPCORBA::EmsSessionFactory_IImpl::Instance();
+    }
+    CORBA::ORB_ptr orb() const { return orb_.in(); }
+    PortableServer::POA_ptr root() const { return root_.in(); }
+    TestManagerFactory& managers() { return managers_; }
+    TestManager& manager() { return *managers_.last; }
+
+    void addUser(const std::string& name) {
+        NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile())
+            .add(name, kPassword, NS_CORBA::configuredHashCost());
+    }
+    int startSessionMgr() {
+        const int result = sessions().Init();
+        NS_KELPCORBA::AgentState::instance().sessionMgrStarted = result == 0;
+        return result;
+    }
+
+    /// NMS number `index`; made on first use, from 1 on.
+    TestNms& nms(unsigned index = 1) {
+        const std::lock_guard<std::mutex> guard(nmsMutex_);
+        std::unique_ptr<TestNms>& each = nms_[index];
+        if (!each)
+            each = std::make_unique<TestNms>(orb(), root(), index);
+        return *each;
+    }
+    /// A reference of the same object that is called over a connection.
+    template <class I>
+    typename I::_var_type overTheWire(CORBA::Object_ptr reference) const {
+        const CORBA::Object_var remote = referenceOverTheWire(orb(), reference, "127.1", port());
+        return typename I::_var_type(I::_unchecked_narrow(remote.in()));
+    }
+    std::uint16_t port() const {
+        const CORBA::Object_var any = root_->create_reference("IDL:omg.org/CORBA/Object:1.0");
+        orb::ReferenceContent content;
+        orb::describe(orb(), any.in(), content);
+        return content.endpoints.front().port;
+    }
+    emsSessionFactory::EmsSessionFactory_I_var remoteFactory() const {
+        const emsSessionFactory::EmsSessionFactory_I_var own =
+            NS_KELPCORBA::CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
+        return overTheWire<emsSessionFactory::EmsSessionFactory_I>(own.in());
+    }
+
+    // -- log-ins
+    // ---------------------------------------------------------------------------------------------
+    /// Logs an NMS in through the factory's servant.
+    emsSession::EmsSession_I_var logIn(const TestNms& nms, const std::string& user = kUser,
+                                       const std::string& password = kPassword) {
+        return logIn(nms.reference(), user, password);
+    }
+    emsSession::EmsSession_I_var logIn(nmsSession::NmsSession_I_ptr nms, const std::string& user = kUser,
+                                       const std::string& password = kPassword) {
+        emsSession::EmsSession_I_var session;
+        factory().getEmsSession(user.c_str(), password.c_str(), nms, session.out());
+        return session;
+    }
+    /// The listed session of that NMS and user, pinned; null when there is none.
+    static NS_KELPCORBA::ServantRef<NS_KELPCORBA::EmsSession_IImpl> listed(const TestNms& nms,
+                                                                           const std::string& user = kUser) {
+        return sessions().PinNmsSession(nms.hostInfo(), user);
+    }
+    static std::size_t liveLogins(const TestNms& nms, const std::string& user = kUser) {
+        return liveLogins(nms.hostInfo(), user);
+    }
+    static std::size_t liveLogins(const std::string& hostInfo, const std::string& user = kUser) {
+        return NS_CORBA::CorbaSecurityMgr::Instance()->LiveLogins(hostInfo, user);
+    }
+    /// The session's manager "EMS", called over a connection.
+    common::Common_I_var remoteManager(emsSession::EmsSession_I_ptr session) const {
+        common::Common_I_var manager;
+        session->getManager("EMS", manager.out());
+        return overTheWire<common::Common_I>(manager.in());
+    }
+
+    // -- stop
+    // ------------------------------------------------------------------------------------------------
+    /// The first step of the agent's stop: the exit flag, and every waiting thread woken.
+    void requestExit() {
+        NS_KELPCORBA::AgentState& state = NS_KELPCORBA::AgentState::instance();
+        {
+            const ACE_Guard<ACE_Thread_Mutex> guard(state.monitorMutex);
+            state.exitRequested = true;
+        }
+        sessions().WakeAllWaiting();
+    }
+    /// True when every waiting thread has left within 15 s.
+    static bool waitingThreadsLeave() {
+        const ACE_Time_Value deadline(ACE_OS::gettimeofday() + ACE_Time_Value(15));
+        return sessions().WaitingThreads().wait(&deadline) != -1;
+    }
+    /// Ends every session and the ping thread.
+    void endSessions() {
+        if (!std::exchange(sessionsEnded_, true))
+            sessions().ExitThread();
+    }
+    void stop() {
+        if (std::exchange(stopped_, true))
+            return;
+        requestExit();
+        if (NS_KELPCORBA::AgentState::instance().sessionMgrStarted)
+            endSessions();
+        base().SetReqInterceptorImpl(nullptr);
+        NS_CORBA::AgentServer::Discard();
+        NS_CORBA::AgentServer::ShutDown();
+        NS_KELPCORBA::EmsSessionFactory_IImpl::Destroy();
+        NS_KELPCORBA::SessionMgr::Destroy();
+        NS_KELPCORBA::AgentState::instance().sessionMgrStarted = false;
+        NS_CORBA::CorbaSecurityMgr::Destroy();
+        NS_CORBA::EventMgr::Destroy();
+        NS_CORBA::SuppilerMgr::Destroy();
+        NS_KELPCORBA::CorbaAgentConfig::Destroy();
+        nms_.clear();
+        root_ = PortableServer::POA::_nil();
+        orb_ = CORBA::ORB::_nil();
+        NS_CORBA::AgentServer::Destroy();
+        if (worker_.joinable())
+            worker_.join();
+        NS_BUNDLEMGR1::LightEventMgr::Instance()->Stop();
+        base().LeaveNorthMgrFactory("EMS");
+        NS_KELPCORBA::KelpErrTranslator::Destroy();
+        NS_BUNDLEMGR1::ConfigStore::instance().reset();
+        EXPECT_EQ(managers_.alive, 0) << "a manager's servant is left";
+    }
+
+  private:
+    void configure(const AgentOptions& options) {
+        const auto number = [](const char* key, int value) {
+            return std::string(key) + " = " + std::to_string(value) + "\n";
+        };
+        const std::string toml =
+            "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n[security]\ndatabase = \"" +
+            (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n[session]\n" +
+            number("release_strategy", options.releaseStrategy) +
+            "ping_mode = " + (options.pingMode ? "true\n" : "false\n") +
+            number("ping_interval_s", options.pingIntervalS) +
+            number("call_timeout_s", options.callTimeoutS) + number("silent_time_s", options.silentTimeS) +
+            number("max_sessions", options.maxSessions) + "[agent]\n" +
+            number("bUseBTName", options.reuse ? 1 : 0);
+        for (const NS_BUNDLEMGR1::ConfigProblem& problem :
+             NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "agent.toml"))
+            ADD_FAILURE() << problem.text();
+    }
+
+    TemporaryDirectory folder_;
+    TestManagerFactory managers_;
+    NS_KELPCORBA::Corba_Request_InterceptorImpl interceptor_;
+    std::thread worker_;
+    CORBA::ORB_var orb_;
+    PortableServer::POA_var root_;
+    std::mutex nmsMutex_;
+    std::map<unsigned, std::unique_ptr<TestNms>> nms_;
+    bool sessionsEnded_ = false;
+    bool stopped_ = false;
+};
+
+}  // namespace kelp::test

@@ -24,7 +24,7 @@ void NameServer::start() {
     process_.emplace(
         Launch{OMNINAMES,
                {"-start", port_.text(), "-datadir", data_->path().string(), "-nohostname", "-errlog",
-                (*data_ / "omninames.log").string(), "-ORBendPoint", "giop:tcp:" + port_.hostAndPort()},
+                (*data_ / "errors").string(), "-ORBendPoint", "giop:tcp:" + port_.hostAndPort()},
                {},
                *data_ / "output.log",
                false});

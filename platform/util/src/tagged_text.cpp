@@ -16,10 +16,7 @@ std::string SelfUtilCommon::GetValByTag(const std::string& text, const std::stri
     const std::size_t open = text.find(openTag);
     if (open == std::string::npos)
         return {};
-    const auto skipped = static_cast<std::size_t>(std::max(openTagLength, 0));
-    if (skipped > text.size() - open)
-        return {};
-    const std::size_t begin = open + skipped;
+    const std::size_t begin = open + static_cast<std::size_t>(std::max(openTagLength, 0));
     const std::size_t end = text.find(closeTag, begin);
     return end == std::string::npos ? std::string() : text.substr(begin, end - begin);
 }

@@ -206,6 +206,7 @@ TEST_F(LightEvents, HandlerMayDeregisterItselfAndOthers) {
 }
 
 TEST_F(LightEvents, HandlerMayRaiseRegisterAndStop) {
+    const kelp::test::TraceCapture trace;
     Recorder second;
     Recorder first([&](int) {
         events().RegisterHandler(120, &second);
@@ -217,6 +218,7 @@ TEST_F(LightEvents, HandlerMayRaiseRegisterAndStop) {
     ASSERT_TRUE(second.waitForCalls(1)) << "what is queued at the stop is delivered";
     EXPECT_THAT(second.seen(), ElementsAre("120 raised by a handler"));
     events().Stop();
+    EXPECT_FALSE(trace.contains("threw"));
     events().DeregisterHandler(119, &first);
     events().DeregisterHandler(120, &second);
 }

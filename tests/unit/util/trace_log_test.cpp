@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/util/trace_log.h>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "support/temporary_directory.h"
+#include "support/wait_until.h"
 
 namespace {
 
@@ -165,14 +167,45 @@ TEST(TraceLog, JournalWithoutAJournalDaemonIsAProblem) {
     EXPECT_THAT(whyNot, HasSubstr("trace sink journal cannot be opened"));
 }
 
+/// Standard error goes to a file that can be looked at meanwhile.
+class WatchedStandardError {
+  public:
+    WatchedStandardError() : before_(::dup(STDERR_FILENO)) {
+        const int file =
+            ::open((directory_.path() / "stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        ::dup2(file, STDERR_FILENO);
+        ::close(file);
+    }
+    ~WatchedStandardError() {
+        ::dup2(before_, STDERR_FILENO);
+        ::close(before_);
+    }
+    WatchedStandardError(const WatchedStandardError&) = delete;
+    WatchedStandardError& operator=(const WatchedStandardError&) = delete;
+
+    std::string content() const { return kelp::test::contentOf(directory_.path() / "stderr"); }
+    bool waitFor(const std::string& text) const {
+        return kelp::test::waitUntil([&] { return content().find(text) != std::string::npos; });
+    }
+
+  private:
+    const kelp::test::TemporaryDirectory directory_;
+    const int before_;
+};
+
 TEST(TraceLog, FailingDiskIsToldOnceAndHarmsNobody) {
-    testing::internal::CaptureStderr();
-    openLog(fileOnly("/dev/full"));
-    for (int i = 0; i < 100; ++i)
+    const WatchedStandardError standardError;
+    TraceSettings settings = fileOnly("/dev/full");
+    settings.console = true;
+    openLog(settings);
+    traceFrom("sessionmgr", "first line;");
+    EXPECT_TRUE(standardError.waitFor("trace sink file /dev/full: "));
+    for (int i = 0; i < 10; ++i) {
         traceFrom("sessionmgr", "line " + std::to_string(i) + ";");
+        EXPECT_TRUE(standardError.waitFor("line " + std::to_string(i) + ";"));
+    }
     TraceLog::instance().close();
-    const std::string shown = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(countOf(shown, "trace sink file /dev/full"), 1u) << shown;
+    EXPECT_EQ(countOf(standardError.content(), "trace sink file /dev/full"), 1u) << standardError.content();
 }
 
 TEST(TraceLog, OpenSetsTheLevel) {
@@ -182,38 +215,25 @@ TEST(TraceLog, OpenSetsTheLevel) {
     EXPECT_EQ(TraceLog::instance().level(), 3);
 }
 
-TEST(TraceLog, ProcessThatExitsWithoutCloseLosesNothing) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    const kelp::test::TemporaryDirectory directory;
-    const auto file = directory.path() / "kelp.log";
-    // The child has a folder of its own: the statement runs in a second process from the start of the test.
-    EXPECT_EXIT(
-        {
-            std::string whyNot;
-            TraceLog::instance().open(TraceSettings{}, whyNot);
-            for (int i = 0; i < 1000; ++i)
-                traceFrom("sessionmgr", "line " + std::to_string(i) + ";");
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "line 999;");
-}
-
 struct TracesAtItsEnd {
     TracesAtItsEnd() = default;
     ~TracesAtItsEnd() { traceFrom("sessionmgr", "from a static object"); }
 };
 
-TEST(TraceLog, StaticObjectsMayTraceAtTheProcesssEnd) {
+void openTraceAndExit(const TraceSettings& settings) {
+    // Made before the log is opened, so destroyed after it has closed itself.
+    static const TracesAtItsEnd tracesLate;
+    (void)tracesLate;
+    std::string whyNot;
+    TraceLog::instance().open(settings, whyNot);
+    traceFrom("sessionmgr", "from main");
+    std::exit(0);
+}
+
+TEST(TraceLog, ClosesItselfAtTheProcesssEndAndTakesLinesOfStaticObjectsAfterwards) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    EXPECT_EXIT(
-        {
-            static const TracesAtItsEnd tracesLate;
-            (void)tracesLate;
-            std::string whyNot;
-            TraceLog::instance().open(TraceSettings{}, whyNot);
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "from a static object");
+    EXPECT_EXIT(openTraceAndExit(fileOnly("/dev/null")), testing::ExitedWithCode(0), "from a static object");
+    EXPECT_EXIT(openTraceAndExit(TraceSettings{}), testing::ExitedWithCode(0), "from main");
 }
 
 TEST(TraceLog, ManyThreadsMayWriteOpenAndCloseAtOnce) {

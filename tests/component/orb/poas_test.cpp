@@ -221,6 +221,21 @@ TEST_F(Poas, MayBeMadeAgainUnderTheSameNameOnceTheyAreGone) {
     }
 }
 
+TEST_F(Poas, OfANewLifeAreNotTakenForTheirDeadNamesakes) {
+    for (int round = 0; round < 30; ++round) {
+        // nobody asks after the name of the dead one, whose address the new one may get
+        {
+            const POA_var old = make("EMS<1>");
+            beginDestroy(old.in());
+        }
+        const POA_var young = make("EMS<1>");
+        EXPECT_FALSE(isNameDying("EMS<1>")) << round;
+        EXPECT_FALSE(isDying(young.in()));
+        beginDestroy(young.in());
+        ASSERT_TRUE(waitUntilGone("EMS<1>", 10s));
+    }
+}
+
 TEST_F(Poas, MayBeginToDieInsideACallOfTheirOwn) {
     const POA_var top = make("EMS<1>");
     bool dyingInside = false;

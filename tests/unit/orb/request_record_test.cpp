@@ -1,0 +1,86 @@
+#include "request_record.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kelp::orb::currentPeer;
+using kelp::orb::currentRequest;
+using kelp::orb::RequestRecord;
+using kelp::orb::ThreadRequests;
+
+ThreadRequests& requests() {
+    return ThreadRequests::ofThisThread();
+}
+
+RequestRecord& arrive(const char* operation) {
+    RequestRecord& record = requests().arrive();
+    record.assign(operation, kelp::orb::parsePeer("giop:tcp:192.0.2.1:4800"), "EMS<1>");
+    return record;
+}
+
+std::string operationNow() {
+    if (currentRequest() == nullptr)
+        return "none";
+    const CORBA::String_var operation = currentRequest()->operation();
+    return operation.in();
+}
+
+TEST(ThreadRequests, ShowTheOneThatArrivedAndThenIsServed) {
+    EXPECT_EQ(operationNow(), "none");
+    const RequestRecord& arrived = arrive("ping");
+    EXPECT_EQ(currentRequest(), &arrived);
+    {
+        const ThreadRequests::Serving serving(requests());
+        EXPECT_EQ(currentRequest(), &arrived);
+        EXPECT_EQ(&serving.request(), &arrived);
+        EXPECT_EQ(operationNow(), "ping");
+        EXPECT_EQ(currentPeer().text, "192.0.2.1");
+        EXPECT_EQ(currentRequest()->topPoaName(), "EMS<1>");
+    }
+    EXPECT_EQ(currentRequest(), nullptr);
+    EXPECT_EQ(currentPeer().text, "");
+}
+
+TEST(ThreadRequests, ForgetTheOneThatIsAnsweredWithoutItsServant) {
+    arrive("refused");
+    EXPECT_TRUE(requests().hasArrived());
+    requests().drop();
+    EXPECT_FALSE(requests().hasArrived());
+    EXPECT_EQ(currentRequest(), nullptr);
+    requests().drop();
+    EXPECT_EQ(currentRequest(), nullptr);
+}
+
+TEST(ThreadRequests, ForgetTheOneThatNeverReachedItsServantWhenTheNextArrives) {
+    arrive("lost");
+    arrive("next");
+    EXPECT_EQ(operationNow(), "next");
+    { const ThreadRequests::Serving serving(requests()); }
+    EXPECT_EQ(currentRequest(), nullptr);
+}
+
+TEST(ThreadRequests, ReturnToTheOuterOneAfterAnInnerOne) {
+    arrive("outer");
+    const ThreadRequests::Serving outer(requests());
+    const auto* before = currentRequest();
+    arrive("inner");
+    EXPECT_EQ(operationNow(), "inner");
+    {
+        const ThreadRequests::Serving inner(requests());
+        EXPECT_EQ(operationNow(), "inner");
+    }
+    EXPECT_EQ(currentRequest(), before);
+    EXPECT_EQ(operationNow(), "outer");
+    arrive("refused");
+    requests().drop();
+    EXPECT_EQ(currentRequest(), before);
+}
+
+TEST(ThreadRequests, HaveNoOperationWhereTheTransportTellsNone) {
+    requests().arrive().assign(nullptr, {}, "");
+    EXPECT_EQ(operationNow(), "");
+    requests().drop();
+}
+
+}  // namespace

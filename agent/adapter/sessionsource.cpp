@@ -29,7 +29,11 @@ std::string sessionNameText(const std::string& userName, const std::string& ipAn
 
 SessionSource* SessionSource::create(const std::string& ipAndPort, const std::string& userName,
                                      nmsSession::NmsSession_I_ptr nmsSession) {
-    return new (std::nothrow) SessionSource(ipAndPort, userName, nmsSession);
+    try {
+        return new (std::nothrow) SessionSource(ipAndPort, userName, nmsSession);
+    } catch (const std::bad_alloc&) {  // of its texts
+        return nullptr;
+    }
 }
 
 SessionSource::SessionSource(const std::string& ipAndPort, const std::string& userName,

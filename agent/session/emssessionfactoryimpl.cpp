@@ -49,6 +49,15 @@ void traceNms(const char* format, const std::string& hostInfo, int line = __buil
     NS_CORBA::TaTrace(format, hostInfo.c_str());
 }
 
+/// The root POA; nil while no ORB runs.
+PortableServer::POA_ptr rootPoa() {
+    try {
+        return baseConfig().GetRootPoa();
+    } catch (const CORBA::BAD_INV_ORDER&) {
+        return PortableServer::POA::_nil();
+    }
+}
+
 /// "address:port" of the NMS's own session object.
 std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     NS_CORBA::IOR_Parser parser;
@@ -198,46 +207,53 @@ void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {
     traceNms("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<%s>.", logIn.hostInfo);
 }
 
+EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
+    const auto giveUp = [&](const char* format) {
+        security().Logout(logIn.hostInfo, logIn.user);
+        traceNms(format, logIn.hostInfo);
+        ThrowException(kInternalFailure);
+    };
+    SessionSource* const source = SessionSource::create(logIn.hostInfo, logIn.user, logIn.client);
+    if (source == nullptr)
+        giveUp("[EmsSessionFactory_IImpl::getEmsSession] Create Session Source for NMS-<%s> Failed!");
+    EmsSession_IImpl* made = nullptr;
+    try {
+        made = new (std::nothrow) CountedSession(source);
+        if (made == nullptr)
+            delete source;
+    } catch (const std::bad_alloc&) {
+        // no memory inside the constructor, which owns the source
+    }
+    if (made == nullptr)
+        giveUp("[EmsSessionFactory_IImpl::getEmsSession] Create EMSSession for NMS-<%s> Failed!");
+    return made;
+}
+
 void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
     const unsigned long refused = security().Login(logIn.hostInfo, logIn.user, logIn.password);
     if (refused != 0) {
         traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
         ThrowException(refused);
     }
-    SessionSource* source = SessionSource::create(logIn.hostInfo, logIn.user, logIn.client);
-    if (source == nullptr) {
-        security().Logout(logIn.hostInfo, logIn.user);
-        traceNms("[EmsSessionFactory_IImpl::getEmsSession] Create Session Source for NMS-<%s> Failed!",
-                 logIn.hostInfo);
-        ThrowException(kInternalFailure);
-    }
-    auto* made = new (std::nothrow) CountedSession(source);
-    if (made == nullptr) {
-        delete source;
-        security().Logout(logIn.hostInfo, logIn.user);
-        traceNms("[EmsSessionFactory_IImpl::getEmsSession] Create EMSSession for NMS-<%s> Failed!",
-                 logIn.hostInfo);
-        ThrowException(kInternalFailure);
-    }
-    // two references: the session list's, and this log-in's, which keeps the session until its reference is
-    // made
-    SessionMgr* sessions = SessionMgr::Instance();
+    EmsSession_IImpl* const made = NewSession(logIn);
+    // besides the reference for the session list, one that keeps the session until the log-in returns
+    ServantRef<EmsSession_IImpl> session = ServantRef<EmsSession_IImpl>::pin(made);
+    SessionMgr* const sessions = SessionMgr::Instance();
     const auto giveUp = [&](const char* format, unsigned long code) {
-        source->logOutOnce();
-        traceNms(format, logIn.hostInfo);
+        TASessionSource::check_valid(made->source());
+        made->source()->logOutOnce();
+        session.reset();
         sessions->RemoveRefLocked(made);
+        traceNms(format, logIn.hostInfo);
         ThrowException(code);
     };
-    const PortableServer::POA_var rootPoa = baseConfig().GetRootPoa();
-    if (const unsigned long code = source->init(rootPoa.in()))
+    const PortableServer::POA_var root = rootPoa();
+    if (const unsigned long code = made->source()->init(root.in()))
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for NMS-<%s> Failed!",
                code);
-    const ServantRef<EmsSession_IImpl> session = ServantRef<EmsSession_IImpl>::pin(made);
-    if (sessions->add_emsSession(made) != 0) {
-        TASessionSource::check_valid(source);
+    if (sessions->add_emsSession(made) != 0)
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Add EMSSession for NMS-<%s> Failed!",
                kRegistryFailure);
-    }
     logIn.result = referenceOf(session);
     if (baseConfig().GetSessionReleaseStrategy() == kReleaseBySilence && !baseConfig().GetEmsPingMode())
         sessions->SpawnWaiting(session.get(), theWaiting);

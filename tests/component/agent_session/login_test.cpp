@@ -6,6 +6,7 @@
 #include <kelp/orb/poas.h>
 
 #include "adapter/sessionsource.h"
+#include "adapter/toppoanames.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 #include "support/trace_trigger.h"
@@ -200,6 +201,29 @@ TEST(LogIn, GivesItsReferenceCountsToListAndPoa) {
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto listed = agent.listed(agent.nms());
     EXPECT_EQ(listed->_refcount_value(), 3u) << "list, POA and this test";
+}
+
+TEST(LogIn, UndoesEverythingWhenTheAdaptersCannotBeMade) {
+    RunningAgent agent;
+    const std::string name = sessionNameText("admin", agent.nms().hostInfo());
+    // another session has the POA's name by the time this one wants it
+    const SessionSource* const other = nullptr;
+    const TraceTrigger trigger("ref_count!", [&] { TopPoaNames::claim(name, other); });
+    const TraceCapture trace;
+    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms()); }), 0x411800BAul);
+    EXPECT_EQ(agent.sessions().SessionCount(), 0u);
+    EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
+    const std::string nms = "NMS-<" + agent.nms().hostInfo() + ">";
+    EXPECT_THAT(
+        trace.lines(),
+        testing::IsSupersetOf(
+            {"[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for " + nms + " has been destroyed!",
+             "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for " + nms + " Failed!"}));
+    EXPECT_EQ(trace.lines().back(),
+              "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for " + nms + " Failed!");
+    TopPoaNames::giveUp(name, other);
+    const emsSession::EmsSession_I_var again = agent.logIn(agent.nms());
+    again->ping();
 }
 
 }  // namespace

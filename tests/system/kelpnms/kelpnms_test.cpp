@@ -1,0 +1,185 @@
+#include "harness/host.h"
+
+#include <gtest/gtest.h>
+#include <kelp/nms/client.h>
+#include <signal.h>
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include <cos/CosNaming.h>
+
+namespace kelp::test {
+namespace {
+
+using Json = nlohmann::json;
+
+/// The real kelpnms against a real host.
+class KelpnmsTest : public testing::Test {
+  protected:
+    void startHost() {
+        host_.addUser("demo");
+        host_.start();
+        ASSERT_TRUE(eventually([this] { return run({"find"}, false) == 0; })) << output();
+    }
+
+    Launch launch(std::vector<std::string> arguments, bool loggingIn = true) {
+        std::vector<std::string> all = {"--naming", "127.0.0.1:" + std::to_string(host_.namingPort())};
+        if (loggingIn)
+            all.insert(all.end(), {"--user", "demo", "--password-file", host_.passwordFile().string()});
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        log_ = LogFile(scratch_ / ("output" + std::to_string(++runs_)));
+        return {KELPNMS, all, {}, log_.file(), false};
+    }
+
+    int run(const std::vector<std::string>& arguments, bool loggingIn = true) {
+        return runToEnd(launch(arguments, loggingIn));
+    }
+
+    const std::string& output() { return log_.text(); }
+
+    /// What the last run answered with --json.
+    Json answer() { return Json::parse(output(), nullptr, false); }
+
+    /// True when the host has destroyed as many sessions as it has made.
+    bool allSessionsGone() {
+        return eventually([this] {
+            return host_.log().count("has been constructured!") == host_.log().count("has been destroyed!");
+        });
+    }
+
+    Host host_;
+    ScratchDir scratch_;
+    LogFile log_{scratch_ / "output"};
+    int runs_ = 0;
+};
+
+TEST_F(KelpnmsTest, FindTellsPathAddressAndVersion) {
+    startHost();
+    EXPECT_EQ(run({"--json", "find"}, false), 0);
+    EXPECT_EQ(answer()["path"],
+              "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/"
+              "Kelp\\/EMS.EmsSessionFactory_I");
+    EXPECT_EQ(answer()["address"], host_.address());
+    EXPECT_EQ(answer()["version"], "3.5");
+}
+
+TEST_F(KelpnmsTest, ManagersAreListedAndTheSessionIsEnded) {
+    startHost();
+    EXPECT_EQ(run({"managers"}), 0);
+    EXPECT_EQ(output(), "EMS\n");
+    EXPECT_TRUE(allSessionsGone());
+    EXPECT_EQ(run({"managers", "--json"}), 0);
+    EXPECT_EQ(answer()["managers"], Json::array({"EMS"}));
+}
+
+TEST_F(KelpnmsTest, EmsTellsNameAndCapabilities) {
+    startHost();
+    EXPECT_EQ(run({"ems", "--json", "--capabilities"}), 0);
+    EXPECT_EQ(answer()["name"], Json::parse(R"([{"name": "EMS", "value": "Kelp/EMS"}])"));
+    const Json supported = {{"name", "emsMgr::EMSMgr_I::getEMS"}, {"value", "Supported"}};
+    const Json all = answer()["capabilities"];
+    EXPECT_NE(std::find(all.begin(), all.end(), supported), all.end()) << all;
+}
+
+TEST_F(KelpnmsTest, PingAnswersAsOftenAsAsked) {
+    startHost();
+    EXPECT_EQ(run({"ping", "--count", "3"}), 0);
+    EXPECT_EQ(log_.count("answered after"), 3u) << output();
+}
+
+TEST_F(KelpnmsTest, RefusedLogInTellsTypeAndReason) {
+    startHost();
+    writeFile(scratch_ / "wrong", "wrong\n");
+    EXPECT_EQ(run({"--user", "demo", "--password-file", (scratch_ / "wrong").string(), "managers"}, false),
+              4);
+    EXPECT_TRUE(log_.contains("EXCPT_ACCESS_DENIED")) << output();
+    EXPECT_TRUE(log_.contains("The user name or the password is wrong")) << output();
+}
+
+TEST_F(KelpnmsTest, CallThatFailsTellsTheExceptionAndEndsTheSession) {
+    startHost();
+    ChildProcess ping(launch({"--timeout", "0.5", "ping", "--count", "1000000"}));
+    ASSERT_TRUE(log_.waitFor("ping 1: answered"));
+    host_.process().freeze();
+    EXPECT_EQ(ping.waitExit(), 5);
+    host_.process().thaw();
+    EXPECT_TRUE(log_.contains("kelpnms: ping: TIMEOUT")) << output();
+    EXPECT_TRUE(allSessionsGone());
+}
+
+TEST_F(KelpnmsTest, FactoryByReferenceNeedsNoNamingService) {
+    startHost();
+    writeFile(scratch_ / "factory.ior", host_.factoryReference() + "\n");
+    EXPECT_EQ(run({"--ior", (scratch_ / "factory.ior").string(), "--json", "find"}, false), 0);
+    EXPECT_EQ(answer()["version"], "3.5");
+}
+
+TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
+    startHost();
+    const std::string naming =
+        "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(host_.namingPort()) + "/NameService";
+    nms::NmsClient client({naming, "", std::chrono::seconds(10)});
+    const nms::FoundFactory first = client.findFactory();
+    const CORBA::Object_var object = client.orb()->string_to_object(naming.c_str());
+    const CosNaming::NamingContext_var root = CosNaming::NamingContext::_narrow(object.in());
+    CosNaming::Name name;
+    name.length(1);
+    name[0].id = CORBA::string_dup("other");
+    name[0].kind = CORBA::string_dup("EmsSessionFactory_I");
+    root->bind(name, first.reference.in());
+
+    EXPECT_EQ(run({"find"}, false), 3);
+    EXPECT_TRUE(log_.contains(first.path)) << output();
+    EXPECT_TRUE(log_.contains("other.EmsSessionFactory_I")) << output();
+    EXPECT_EQ(run({"--factory", "other.EmsSessionFactory_I", "find"}, false), 0) << output();
+    EXPECT_EQ(run({"--factory", "absent.EmsSessionFactory_I", "find"}, false), 3);
+    EXPECT_TRUE(log_.contains("nothing is bound in the naming service under absent.EmsSessionFactory_I"));
+}
+
+TEST_F(KelpnmsTest, WatchShowsPingsUntilThereWereEnough) {
+    startHost();
+    EXPECT_EQ(run({"watch", "--count", "2"}), 0);
+    EXPECT_EQ(log_.count("  ping\n"), 2u) << output();
+    EXPECT_TRUE(allSessionsGone());
+}
+
+TEST_F(KelpnmsTest, WatchLeavesWhenItsTimeIsOver) {
+    startHost();
+    EXPECT_EQ(run({"watch", "--for", "0.2"}), 0);
+    EXPECT_EQ(run({"watch", "--for", "0.2", "--count", "1000"}), 6);
+    EXPECT_TRUE(log_.contains("before the wanted number of pings")) << output();
+    EXPECT_TRUE(allSessionsGone());
+}
+
+TEST_F(KelpnmsTest, WatchToldToStopLogsOut) {
+    startHost();
+    ChildProcess watch(launch({"-v", "watch"}));
+    ASSERT_TRUE(log_.waitFor("  ping"));
+    watch.signal(SIGINT);
+    EXPECT_EQ(watch.waitExit(), 0);
+    EXPECT_TRUE(log_.contains("logged out")) << output();
+    EXPECT_TRUE(allSessionsGone());
+}
+
+TEST_F(KelpnmsTest, WatchEndsWhenTheEmsEndsTheSession) {
+    startHost();
+    ChildProcess watch(launch({"watch"}));
+    ASSERT_TRUE(log_.waitFor("  ping"));
+    EXPECT_EQ(host_.stop(), 0);
+    EXPECT_EQ(watch.waitExit(), 6);
+    EXPECT_TRUE(log_.contains("endSession")) << output();
+    EXPECT_TRUE(log_.contains("the EMS ended the session")) << output();
+}
+
+TEST_F(KelpnmsTest, EmsThatHasGoneIsNotReachable) {
+    startHost();
+    writeFile(scratch_ / "factory.ior", host_.factoryReference() + "\n");
+    EXPECT_EQ(host_.stop(), 0);
+    EXPECT_EQ(run({"--ior", (scratch_ / "factory.ior").string(), "managers"}), 3);
+    EXPECT_TRUE(log_.contains("log-in at " + host_.address() + " failed: TRANSIENT")) << output();
+}
+
+}  // namespace
+}  // namespace kelp::test

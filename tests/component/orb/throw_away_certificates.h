@@ -15,7 +15,7 @@ namespace kelp::test {
 class ThrowAwayCertificates {
   public:
     ThrowAwayCertificates() {
-        std::string pattern = testing::TempDir() + "kelp-tls-XXXXXX";
+        std::string pattern = testing::TempDir() + "kelp-tls-" + std::string(6, 'X');
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no folder for certificates");
         folder_ = pattern;

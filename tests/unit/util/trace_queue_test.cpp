@@ -74,9 +74,10 @@ Content contentOf(const std::string& text) {
         const std::size_t number = text.rfind(' ', at - 1) + 1;
         content.toldLost += std::stoull(text.substr(number, at - number));
     }
-    content.hasNewestQueueful = true;
-    for (int i = kLines - 8000; i < kLines; ++i)
-        content.hasNewestQueueful &= text.find(" line " + std::to_string(i) + ";\n") != std::string::npos;
+    std::size_t at = 0;
+    for (int i = kLines - 8000; i < kLines && at != std::string::npos; ++i)
+        at = text.find(" line " + std::to_string(i) + ";\n", at);
+    content.hasNewestQueueful = at != std::string::npos;
     return content;
 }
 

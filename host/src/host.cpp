@@ -18,6 +18,7 @@
 
 #include <unistd.h>
 
+#include <fstream>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -103,21 +104,50 @@ class CatalogueUse {
     NS_BUNDLEMGR1::ErrorCatalogue catalogue_;
 };
 
+std::uint16_t configuredPort(const std::string& key) {
+    return static_cast<std::uint16_t>(ConfigStore::instance().integer(key));
+}
+
+NamingTls namingTls() {
+    const ConfigStore& config = ConfigStore::instance();
+    NamingTls tls{configuredPort("naming.ssl_port"), config.text("tls.ca"), config.text("tls.certificate"),
+                  ""};
+    if (tls.port == 0)
+        throw StartFailure{
+            kConfigurationError,
+            "naming.ssl_port must name a port: the agent reaches the naming service over TLS, since "
+            "tls.mode is not 0"};
+    const std::string passwordFile = config.text("tls.key_password_file");
+    std::ifstream password(passwordFile);
+    if (!passwordFile.empty() && !std::getline(password, tls.keyPassword))
+        throw StartFailure{kConfigurationError, "tls.key_password_file: cannot read " + passwordFile};
+    return tls;
+}
+
+NamingSettings namingSettings() {
+    const ConfigStore& config = ConfigStore::instance();
+    constexpr int kTlsOnly = 2;
+    NamingSettings settings;
+    settings.host = config.text("naming.host");
+    settings.port.reset();
+    if (config.integer("tls.mode") != kTlsOnly)
+        settings.port = configuredPort("naming.port");
+    if (config.integer("tls.mode") != 0)
+        settings.tls = namingTls();
+    settings.dataDirectory = config.text("naming.data_dir");
+    if (settings.dataDirectory.empty())
+        settings.dataDirectory = NS_BUNDLEMGR1::defaultStateDirectory() / "naming";
+    return settings;
+}
+
 /// The naming service, if it is to be a child of this process.
 class NamingUse {
   public:
     NamingUse() {
-        const ConfigStore& config = ConfigStore::instance();
-        if (!config.flag("naming.embedded"))
+        if (!ConfigStore::instance().flag("naming.embedded"))
             return;
-        NamingSettings settings;
-        settings.host = config.text("naming.host");
-        settings.port = static_cast<std::uint16_t>(config.integer("naming.port"));
-        settings.dataDirectory = config.text("naming.data_dir");
-        if (settings.dataDirectory.empty())
-            settings.dataDirectory = NS_BUNDLEMGR1::defaultStateDirectory() / "naming";
         std::string whyNot;
-        if (!supervisor_.emplace(settings).start(whyNot))
+        if (!supervisor_.emplace(namingSettings()).start(whyNot))
             throw StartFailure{kNamingServiceError, whyNot};
     }
 
@@ -144,6 +174,8 @@ class BundlesUse {
         }
     }
     ~BundlesUse() {
+        // work that bundles have queued is code of theirs, so its threads end before any bundle is unloaded
+        KelpAppMgr::Instance()->Exit();
         NS_BUNDLEMGR1::BundleMgr::Instance()->Stop();
         endHelpers();
     }
@@ -167,14 +199,17 @@ void reloadConfiguration() {
     trace(__LINE__, "the configuration has been read again");
 }
 
+/// Where NMS find the naming service.
 std::string namingAddress() {
     const ConfigStore& config = ConfigStore::instance();
-    return orb::hostAndPort(
-        {config.text("naming.host"), static_cast<std::uint16_t>(config.integer("naming.port")), false});
+    const bool overTls = config.integer("tls.mode") == 2;
+    const std::uint16_t port = configuredPort(overTls ? "naming.ssl_port" : "naming.port");
+    return (overTls ? "corbaloc:ssliop:1.2@" : "corbaloc:iiop:1.2@") +
+           orb::hostAndPort({config.text("naming.host"), port, overTls}) + "/NameService";
 }
 
 void runUntilStopped(SignalWatch& signals) {
-    trace(__LINE__, "the naming service is at corbaloc:iiop:1.2@" + namingAddress() + "/NameService");
+    trace(__LINE__, "the naming service is at " + namingAddress());
     trace(__LINE__, "kelpd is ready");
     tellReady("ready, naming service at " + namingAddress());
     while (signals.next() == SignalWatch::Event::Reload)

@@ -89,7 +89,7 @@ bool OrbLife::shutdown(std::chrono::milliseconds limit) {
         lock.unlock();
         // a call that never returns would hold a waiting shutdown for ever: it waits on a thread of its own
         try {
-            std::thread(endCalls, current).detach();
+            current->ending = std::thread(endCalls, current);
         } catch (const std::system_error& failure) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaTrace("[AgentServer::ShutDown] No thread to wait for the calls in progress: %s",
@@ -121,6 +121,9 @@ bool OrbLife::destroy() {
         return true;
     if (stage() != Stage::ShutDown)
         return false;
+    // it has done its work; without this it might let go of the ORB while the process ends
+    if (current->ending.joinable())
+        current->ending.join();
     try {
         current->orb->destroy();
     } catch (const CORBA::Exception& failure) {

@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 namespace NS_CORBA {
 
@@ -52,6 +53,11 @@ class OrbLife {
         bool stopping = false;  // these three are guarded by mutex
         bool callsEnded = false;
         int workers = 0;
+        std::thread ending;  // runs endCalls; joined by destroy(), left to itself when the calls never end
+        ~Run() {
+            if (ending.joinable())
+                ending.detach();
+        }
     };
 
     OrbLife() = default;

@@ -85,8 +85,7 @@ void SessionMgr::RunRound() {
     std::list<EmsSession_IImpl*> eraseList;
     for (const ServantRef<EmsSession_IImpl>& session : sessions)
         CheckSession(session, loss, eraseList);
-    // the list's own references keep what is to be erased alive; those of this round go first
-    sessions.clear();
+    // while they are pinned: at the address of a session that went meanwhile there may be a new one
     if (!eraseList.empty())
         EraseSessions(eraseList);
 }
@@ -138,9 +137,7 @@ void SessionMgr::PrepareForExit(SessionSource& source) {
         return;
     }
     kelp::orb::setThreadTimeout(std::min(left, kExitCallLimit));
-    // an Ended session has been torn down already and its NMS knows
-    if (!source.change_state(Normal, EmsExiting))
-        source.change_state(SilentWaiting, EmsExiting);
+    source.set_state(EmsExiting);
 }
 
 SessionMgr::EventLoss SessionMgr::CurrentEventLoss() {

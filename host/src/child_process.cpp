@@ -24,7 +24,7 @@ std::string reason(const std::string& doing, int problem) {
 
 /// Between fork and exec: only calls that are safe there. Ends the process; the parent reads errno from
 /// `failed`.
-[[noreturn]] void becomeProgram(const char* program, char* const* arguments, int log, int failed,
+[[noreturn]] void becomeProgram(char* const* arguments, char* const* environment, int log, int failed,
                                 pid_t parent) {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -39,10 +39,19 @@ std::string reason(const std::string& doing, int problem) {
     ::dup2(log, STDOUT_FILENO);
     ::dup2(log, STDERR_FILENO);
     ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
-    ::execv(program, arguments);
+    ::execve(arguments[0], arguments, environment);
     const int problem = errno;
     (void)!::write(failed, &problem, sizeof problem);
     ::_exit(127);
+}
+
+/// The texts as exec takes them, with a null at the end; valid as long as they are.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 }  // namespace
@@ -59,11 +68,10 @@ std::filesystem::path findProgram(const std::string& name) {
     return {};
 }
 
-pid_t startChild(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                 const std::filesystem::path& logFile, std::string& whyNot) {
-    const Descriptor log(::open(logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640));
+pid_t startChild(const ChildSettings& settings, std::string& whyNot) {
+    const Descriptor log(::open(settings.logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640));
     if (!log.isOpen()) {
-        whyNot = reason("cannot open " + logFile.string(), errno);
+        whyNot = reason("cannot open " + settings.logFile.string(), errno);
         return -1;
     }
     int ends[2];
@@ -74,17 +82,18 @@ pid_t startChild(const std::filesystem::path& program, const std::vector<std::st
     const Descriptor failedReading(ends[0]);
     Descriptor failedWriting(ends[1]);
 
-    std::vector<std::string> words = arguments;
-    words.insert(words.begin(), program.string());
-    std::vector<char*> pointers;
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    std::vector<std::string> words = settings.arguments;
+    words.insert(words.begin(), settings.program.string());
+    std::vector<std::string> variables = settings.environment;
+    for (char** each = environ; *each != nullptr; ++each)
+        variables.emplace_back(*each);
+    const std::vector<char*> arguments = pointersTo(words);
+    const std::vector<char*> environment = pointersTo(variables);
 
     const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child == 0)
-        becomeProgram(program.c_str(), pointers.data(), log.get(), failedWriting.get(), parent);
+        becomeProgram(arguments.data(), environment.data(), log.get(), failedWriting.get(), parent);
     if (child < 0) {
         whyNot = reason("cannot make a process", errno);
         return -1;
@@ -93,7 +102,7 @@ pid_t startChild(const std::filesystem::path& program, const std::vector<std::st
     int problem = 0;
     if (::read(failedReading.get(), &problem, sizeof problem) > 0) {
         ::waitpid(child, nullptr, 0);
-        whyNot = reason("cannot run " + program.string(), problem);
+        whyNot = reason("cannot run " + settings.program.string(), problem);
         return -1;
     }
     return child;

@@ -88,6 +88,10 @@ bool receive(int socket, std::uint8_t* bytes, std::size_t count, Clock::time_poi
 
 }  // namespace
 
+bool portAccepts(const std::string& host, std::uint16_t port, std::chrono::milliseconds limit) {
+    return connected(host, port, Clock::now() + limit).isOpen();
+}
+
 bool objectAnswers(const std::string& host, std::uint16_t port, const std::string& key,
                    std::chrono::milliseconds limit) {
     const auto deadline = Clock::now() + limit;

@@ -12,4 +12,7 @@ namespace kelp::host {
 bool objectAnswers(const std::string& host, std::uint16_t port, const std::string& key,
                    std::chrono::milliseconds limit);
 
+/// Whether connections to an address are taken. False when none is within `limit`.
+bool portAccepts(const std::string& host, std::uint16_t port, std::chrono::milliseconds limit);
+
 }  // namespace kelp::host

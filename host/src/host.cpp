@@ -5,6 +5,7 @@
 #include "naming_supervisor.h"
 #include "service_manager.h"
 #include "signal_watch.h"
+#include "start_failure.h"
 
 #include <ace/Init_ACE.h>
 #include <kelp/appmgr/task_mgr.h>
@@ -13,12 +14,10 @@
 #include <kelp/bundlemgr/error_catalogue.h>
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>
-#include <kelp/orb/references.h>
 #include <kelp/util/trace_log.h>
 
 #include <unistd.h>
 
-#include <fstream>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -30,12 +29,6 @@ namespace {
 
 using NS_BUNDLEMGR1::ConfigProblem;
 using NS_BUNDLEMGR1::ConfigStore;
-
-/// A start that came to nothing: the exit code, and why in one sentence.
-struct StartFailure {
-    int exitCode = kInternalError;
-    std::string why;
-};
 
 void trace(int line, const std::string& text) {
     NS_CORBA::GetTss()->Set("kelpd", "unknown", line);
@@ -104,42 +97,6 @@ class CatalogueUse {
     NS_BUNDLEMGR1::ErrorCatalogue catalogue_;
 };
 
-std::uint16_t configuredPort(const std::string& key) {
-    return static_cast<std::uint16_t>(ConfigStore::instance().integer(key));
-}
-
-NamingTls namingTls() {
-    const ConfigStore& config = ConfigStore::instance();
-    NamingTls tls{configuredPort("naming.ssl_port"), config.text("tls.ca"), config.text("tls.certificate"),
-                  ""};
-    if (tls.port == 0)
-        throw StartFailure{
-            kConfigurationError,
-            "naming.ssl_port must name a port: the agent reaches the naming service over TLS, since "
-            "tls.mode is not 0"};
-    const std::string passwordFile = config.text("tls.key_password_file");
-    std::ifstream password(passwordFile);
-    if (!passwordFile.empty() && !std::getline(password, tls.keyPassword))
-        throw StartFailure{kConfigurationError, "tls.key_password_file: cannot read " + passwordFile};
-    return tls;
-}
-
-NamingSettings namingSettings() {
-    const ConfigStore& config = ConfigStore::instance();
-    constexpr int kTlsOnly = 2;
-    NamingSettings settings;
-    settings.host = config.text("naming.host");
-    settings.port.reset();
-    if (config.integer("tls.mode") != kTlsOnly)
-        settings.port = configuredPort("naming.port");
-    if (config.integer("tls.mode") != 0)
-        settings.tls = namingTls();
-    settings.dataDirectory = config.text("naming.data_dir");
-    if (settings.dataDirectory.empty())
-        settings.dataDirectory = NS_BUNDLEMGR1::defaultStateDirectory() / "naming";
-    return settings;
-}
-
 /// The naming service, if it is to be a child of this process.
 class NamingUse {
   public:
@@ -147,7 +104,7 @@ class NamingUse {
         if (!ConfigStore::instance().flag("naming.embedded"))
             return;
         std::string whyNot;
-        if (!supervisor_.emplace(namingSettings()).start(whyNot))
+        if (!supervisor_.emplace(configuredNaming()).start(whyNot))
             throw StartFailure{kNamingServiceError, whyNot};
     }
 
@@ -199,19 +156,10 @@ void reloadConfiguration() {
     trace(__LINE__, "the configuration has been read again");
 }
 
-/// Where NMS find the naming service.
-std::string namingAddress() {
-    const ConfigStore& config = ConfigStore::instance();
-    const bool overTls = config.integer("tls.mode") == 2;
-    const std::uint16_t port = configuredPort(overTls ? "naming.ssl_port" : "naming.port");
-    return (overTls ? "corbaloc:ssliop:1.2@" : "corbaloc:iiop:1.2@") +
-           orb::hostAndPort({config.text("naming.host"), port, overTls}) + "/NameService";
-}
-
 void runUntilStopped(SignalWatch& signals) {
-    trace(__LINE__, "the naming service is at " + namingAddress());
+    trace(__LINE__, "the naming service is at " + configuredNamingAddress());
     trace(__LINE__, "kelpd is ready");
-    tellReady("ready, naming service at " + namingAddress());
+    tellReady("ready, naming service at " + configuredNamingAddress());
     while (signals.next() == SignalWatch::Event::Reload)
         reloadConfiguration();
     tellStopping();

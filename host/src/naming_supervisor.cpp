@@ -1,21 +1,17 @@
 #include "naming_supervisor.h"
 
 #include "child_process.h"
-#include "descriptor.h"
 #include "giop_probe.h"
 
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/references.h>
 
-#include <netdb.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
-#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -29,27 +25,11 @@ constexpr auto kProbeLimit = std::chrono::milliseconds(500);
 constexpr auto kProbePause = std::chrono::milliseconds(20);
 /// The service says little; a log this long is old news.
 constexpr std::uintmax_t kLogBytesMax = 1 << 20;
+constexpr const char* kTlsTransport = "libomnisslTP4.so.2";
 
 void trace(int line, const std::string& text) {
     NS_CORBA::GetTss()->Set("namingsupervisor", "unknown", line);
     NS_CORBA::TaTrace("%s", text.c_str());
-}
-
-/// 0, or why nobody can listen on the address now.
-int listenProblem(const std::string& host, std::uint16_t port) {
-    addrinfo hints{};
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_PASSIVE;
-    addrinfo* found = nullptr;
-    if (::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0)
-        return EADDRNOTAVAIL;
-    const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> addresses(found, &::freeaddrinfo);
-    const Descriptor socket(::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const int on = 1;
-    ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (::bind(socket.get(), found->ai_addr, found->ai_addrlen) != 0 || ::listen(socket.get(), 1) != 0)
-        return errno;
-    return 0;
 }
 
 std::string lastLine(const std::filesystem::path& file) {
@@ -85,6 +65,8 @@ void NamingSupervisor::stop() {
         return;
     endChild();
     thread_.join();
+    std::error_code ignored;
+    std::filesystem::remove(optionsFile(), ignored);
 }
 
 pid_t NamingSupervisor::pid() const {
@@ -108,16 +90,11 @@ bool NamingSupervisor::prepare(std::string& whyNot) {
         whyNot = "cannot make the folder " + settings_.dataDirectory.string() + ": " + problem.message();
         return false;
     }
-    if (const int error = listenProblem(settings_.host, settings_.port); error != 0) {
-        const std::string address = orb::hostAndPort({settings_.host, settings_.port, false});
-        whyNot = error == EADDRINUSE
-                     ? address +
-                           " is in use by another process; choose another [naming] port, or set [naming] "
-                           "embedded = false to use the naming service that runs there"
-                     : "cannot listen on " + address + ": " + std::generic_category().message(error);
-        return false;
-    }
-    return true;
+    return portsAreFree(settings_, whyNot) && writeOrbOptions(settings_, optionsFile(), whyNot);
+}
+
+std::filesystem::path NamingSupervisor::optionsFile() const {
+    return settings_.dataDirectory / "omniorb.cfg";
 }
 
 void NamingSupervisor::supervise() {
@@ -152,15 +129,26 @@ pid_t NamingSupervisor::spawn(std::string& whyNot) {
     std::error_code ignored;
     if (std::filesystem::file_size(logFile(), ignored) > kLogBytesMax && !ignored)
         std::filesystem::rename(logFile(), logFile().string() + ".old", ignored);
-    const std::string port = std::to_string(settings_.port);
-    const std::string endpoint = "giop:tcp:" + orb::hostAndPort({settings_.host, settings_.port, false});
-    const pid_t child = startChild(program_,
-                                   {"-always", "-start", port, "-datadir", settings_.dataDirectory.string(),
-                                    "-nohostname", "-ORBendPoint", endpoint},
-                                   logFile(), whyNot);
-    if (child >= 0)
-        trace(__LINE__, "the naming service is process " + std::to_string(child));
-    return child;
+    ChildSettings child;
+    child.program = program_;
+    child.arguments = {"-always",
+                       "-start",
+                       std::to_string(portsOf(settings_).front()),
+                       "-datadir",
+                       settings_.dataDirectory.string(),
+                       "-nohostname",
+                       "-ORBconfigFile",
+                       optionsFile().string()};
+    // the service has an endpoint of its own choice unless the command line names one
+    for (const std::string& endpoint : endpointsOf(settings_))
+        child.arguments.insert(child.arguments.end(), {"-ORBendPoint", endpoint});
+    if (settings_.tls)
+        child.environment = {"LD_PRELOAD=" + std::string(kTlsTransport)};  // omniNames is not linked with it
+    child.logFile = logFile();
+    const pid_t process = startChild(child, whyNot);
+    if (process >= 0)
+        trace(__LINE__, "the naming service is process " + std::to_string(process));
+    return process;
 }
 
 /// Waits for the child's end and says how it came about. It is reaped under the mutex, so that nobody signals
@@ -179,7 +167,7 @@ std::string NamingSupervisor::waitForEnd(pid_t child) {
 bool NamingSupervisor::awaitAnswer(std::string& whyNot) {
     const auto deadline = Clock::now() + settings_.answerLimit;
     for (;;) {
-        const bool answers = objectAnswers(settings_.host, settings_.port, "NameService", kProbeLimit);
+        const bool answered = answers();
         std::unique_lock lock(mutex_);
         if (finished_) {
             const std::string said = lastLine(logFile());
@@ -187,17 +175,24 @@ bool NamingSupervisor::awaitAnswer(std::string& whyNot) {
                 "the naming service did not start (" + firstEnd_ + ")" + (said.empty() ? "" : ": " + said);
             return false;
         }
-        if (answers) {
+        if (answered) {
             answered_ = true;
             return true;
         }
         if (Clock::now() >= deadline) {
             whyNot = "the naming service does not answer on " +
-                     orb::hostAndPort({settings_.host, settings_.port, false});
+                     orb::hostAndPort({settings_.host, portsOf(settings_).front(), false});
             return false;
         }
         changed_.wait_for(lock, kProbePause, [this] { return finished_; });
     }
+}
+
+/// Whether the service works; over TLS, which this process does not speak itself, whether it listens.
+bool NamingSupervisor::answers() const {
+    if (settings_.tls && !portAccepts(settings_.host, settings_.tls->port, kProbeLimit))
+        return false;
+    return !settings_.port || objectAnswers(settings_.host, *settings_.port, "NameService", kProbeLimit);
 }
 
 void NamingSupervisor::endChild() {

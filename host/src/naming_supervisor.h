@@ -1,33 +1,16 @@
 #pragma once
 
+#include "naming_settings.h"
+
 #include <sys/types.h>
 
-#include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <string>
 #include <thread>
 
 namespace kelp::host {
-
-/// How the embedded naming service is run.
-struct NamingSettings {
-    std::string host = "127.0.0.1";
-    std::uint16_t port = 4801;
-    /// Where it keeps its bindings and its log; made when missing.
-    std::filesystem::path dataDirectory;
-    std::string program = "omniNames";
-    /// How long the first start may take until it answers.
-    std::chrono::milliseconds answerLimit = std::chrono::seconds(10);
-    /// Pause before a restart; doubled each time up to the longest, and short again once it has run that
-    /// long.
-    std::chrono::milliseconds firstPause = std::chrono::milliseconds(250);
-    std::chrono::milliseconds longestPause = std::chrono::seconds(30);
-    /// How long it may take to end when asked to.
-    std::chrono::milliseconds stopLimit = std::chrono::seconds(3);
-};
 
 /// The naming service as a child process: started, watched, started again when it dies, stopped; it never
 /// outlives this process. What happens to it is traced. The operations are for one thread at a time.
@@ -52,6 +35,8 @@ class NamingSupervisor {
 
   private:
     bool prepare(std::string& whyNot);
+    std::filesystem::path optionsFile() const;
+    bool answers() const;
     void supervise();
     pid_t spawn(std::string& whyNot);
     std::string waitForEnd(pid_t child);

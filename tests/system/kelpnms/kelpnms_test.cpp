@@ -1,3 +1,4 @@
+#include "component/orb/throw_away_certificates.h"
 #include "harness/host.h"
 
 #include <gtest/gtest.h>
@@ -136,6 +137,19 @@ TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
     EXPECT_EQ(run({"--factory", "other.EmsSessionFactory_I", "find"}, false), 0) << output();
     EXPECT_EQ(run({"--factory", "absent.EmsSessionFactory_I", "find"}, false), 3);
     EXPECT_TRUE(log_.contains("nothing is bound in the naming service under absent.EmsSessionFactory_I"));
+}
+
+TEST_F(KelpnmsTest, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {
+    const ThrowAwayCertificates certificates;
+    const PortLease tlsPort;
+    const PortLease namingTlsPort;
+    host_.set("tls", "mode", 1).set("tls", "listen", quoted(tlsPort.hostAndPort()));
+    host_.set("tls", "ca", quoted(certificates.authority()))
+        .set("tls", "certificate", quoted(certificates.issue("ems")));
+    host_.set("naming", "ssl_port", namingTlsPort.port());
+    startHost();
+    EXPECT_EQ(run({"managers"}), 0);
+    EXPECT_EQ(output(), "EMS\n");
 }
 
 TEST_F(KelpnmsTest, WatchShowsPingsUntilThereWereEnough) {

@@ -1,6 +1,7 @@
 #include "naming_supervisor.h"
 #include "giop_probe.h"
 
+#include "component/orb/throw_away_certificates.h"
 #include "harness/eventually.h"
 #include "harness/port_lease.h"
 #include "harness/scratch_dir.h"
@@ -85,6 +86,47 @@ TEST_F(NamingSupervisorTest, BindingsSurviveAStopAndANewPort) {
     ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
     EXPECT_TRUE(objectAnswers("127.0.0.1", otherPort.port(), "NameService", 500ms));
     EXPECT_FALSE(answers());
+}
+
+TEST_F(NamingSupervisorTest, ServiceListensOnTlsBesideTcp) {
+    const test::ThrowAwayCertificates certificates;
+    const test::PortLease tlsPort;
+    NamingSettings both = settings();
+    both.tls = NamingTls{tlsPort.port(), certificates.authority(), certificates.issue("naming"), ""};
+    NamingSupervisor supervisor(both);
+    ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
+    EXPECT_TRUE(answers());
+    EXPECT_TRUE(portAccepts("127.0.0.1", tlsPort.port(), 500ms));
+    EXPECT_FALSE(objectAnswers("127.0.0.1", tlsPort.port(), "NameService", 500ms));
+}
+
+TEST_F(NamingSupervisorTest, ServiceOverTlsAloneHasNoOpenTcpPort) {
+    const test::ThrowAwayCertificates certificates;
+    NamingSettings tlsOnly = settings();
+    tlsOnly.port.reset();
+    tlsOnly.tls =
+        NamingTls{port_.port(), certificates.authority(), certificates.issue("naming", "secret"), "secret"};
+    NamingSupervisor supervisor(tlsOnly);
+    ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
+    EXPECT_FALSE(answers());
+    EXPECT_TRUE(portAccepts("127.0.0.1", port_.port(), 500ms));
+}
+
+TEST_F(NamingSupervisorTest, OptionsThatHoldTheKeysPasswordAreNobodyElses) {
+    const test::ThrowAwayCertificates certificates;
+    NamingSettings tlsOnly = settings();
+    tlsOnly.port.reset();
+    tlsOnly.tls =
+        NamingTls{port_.port(), certificates.authority(), certificates.issue("naming", "secret"), "secret"};
+    NamingSupervisor supervisor(tlsOnly);
+    ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
+    const auto options = tlsOnly.dataDirectory / "omniorb.cfg";
+    EXPECT_EQ(std::filesystem::status(options).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_EQ(test::contentOf("/proc/" + std::to_string(supervisor.pid()) + "/cmdline").find("secret"),
+              std::string::npos);
+    supervisor.stop();
+    EXPECT_FALSE(std::filesystem::exists(options));
 }
 
 TEST_F(NamingSupervisorTest, BusyPortIsNoticedBeforeTheServiceIsStarted) {

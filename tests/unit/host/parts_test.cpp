@@ -60,7 +60,7 @@ TEST(ChildProcessTest, ProgramThatCannotBeRunIsToldByItsReason) {
     const test::ScratchDir scratch;
     test::writeFile(scratch / "data", "no program");
     std::string whyNot;
-    EXPECT_EQ(startChild(scratch / "data", {}, scratch / "log", whyNot), -1);
+    EXPECT_EQ(startChild({scratch / "data", {}, {}, scratch / "log"}, whyNot), -1);
     EXPECT_NE(whyNot.find("Permission denied"), std::string::npos) << whyNot;
 }
 
@@ -68,7 +68,7 @@ TEST(ChildProcessTest, ChildHasNoOpenFilesButItsLog) {
     const test::ScratchDir scratch;
     const int leaked = ::dup(STDIN_FILENO);
     std::string whyNot;
-    const pid_t child = startChild("/bin/sh", {"-c", "ls /proc/$$/fd"}, scratch / "log", whyNot);
+    const pid_t child = startChild({"/bin/sh", {"-c", "ls /proc/$$/fd"}, {}, scratch / "log"}, whyNot);
     ASSERT_GT(child, 0) << whyNot;
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
@@ -81,7 +81,7 @@ TEST(ChildProcessTest, EndIsToldInWords) {
     const test::ScratchDir scratch;
     const auto endOf = [&](const char* commands) {
         std::string whyNot;
-        const pid_t child = startChild("/bin/sh", {"-c", commands}, scratch / "log", whyNot);
+        const pid_t child = startChild({"/bin/sh", {"-c", commands}, {}, scratch / "log"}, whyNot);
         int status = 0;
         ::waitpid(child, &status, 0);
         return endInWords(status);

@@ -1,5 +1,6 @@
 #include "kelpd_fixture.h"
 
+#include "component/orb/throw_away_certificates.h"
 #include "support/tcp_peers.h"
 
 #include <signal.h>
@@ -90,6 +91,14 @@ TEST_F(KelpdStartAndStopTest, BusyNamingPortIsSaidToBeBusy) {
     writeFile(file, "[naming]\nport = " + std::to_string(other.port()) + "\n");
     EXPECT_EQ(run({"--config", file.string()}), 4);
     EXPECT_TRUE(output_.contains(other.hostAndPort() + " is in use by another process")) << output_.text();
+}
+
+TEST_F(KelpdStartAndStopTest, TlsNeedsAPortOfTheNamingServiceForIt) {
+    const ThrowAwayCertificates certificates;
+    const auto file = configure("[tls]\nmode = 1\nca = \"" + certificates.authority() +
+                                "\"\ncertificate = \"" + certificates.issue("ems") + "\"\n");
+    EXPECT_EQ(run({"--config", file.string()}), 3);
+    EXPECT_TRUE(output_.contains("naming.ssl_port")) << output_.text();
 }
 
 TEST_F(KelpdStartAndStopTest, DataFolderThatCannotBeMadeIsNamed) {

@@ -21,8 +21,10 @@ class Catalogue : public NS_BUNDLEMGR1::ErrorCodeBufIf {
         if (fails)
             throw std::runtime_error("catalogue out of order");
         const auto found = texts.find(code);
-        if (found == texts.end())
+        if (found == texts.end()) {
+            text = "what was left over";
             return false;
+        }
         text = found->second;
         return true;
     }

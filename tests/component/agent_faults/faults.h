@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+
+namespace kelp::test {
+
+/// While it lives, one of the calling thread's next allocations that may fail without throwing does fail.
+class FailingAllocation {
+  public:
+    /// The `nth`, from 1 on.
+    explicit FailingAllocation(int nth);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+    /// False when there were fewer allocations than that.
+    bool hasHappened() const;
+};
+
+/// The same for the agent's next attempts to lock a reader-writer lock for writing.
+class FailingWriteLock {
+  public:
+    explicit FailingWriteLock(int nth);
+    ~FailingWriteLock();
+    FailingWriteLock(const FailingWriteLock&) = delete;
+    FailingWriteLock& operator=(const FailingWriteLock&) = delete;
+    bool hasHappened() const;
+};
+
+/// What the base configuration answers in place of what is configured.
+struct BaseConfigFaults {
+    static std::optional<int> maxSession;
+    static bool hasNoRootPoa;
+};
+
+}  // namespace kelp::test

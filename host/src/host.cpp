@@ -7,7 +7,6 @@
 #include "signal_watch.h"
 #include "start_failure.h"
 
-#include <ace/Init_ACE.h>
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/config_store.h>
@@ -67,14 +66,6 @@ class TraceUse {
 
   private:
     const bool open_;
-};
-
-class AceUse {
-  public:
-    AceUse() { ACE::init(); }
-    ~AceUse() { ACE::fini(); }
-    AceUse(const AceUse&) = delete;
-    AceUse& operator=(const AceUse&) = delete;
 };
 
 /// The error catalogue in the registry, where the agent looks for it once and for all.
@@ -168,7 +159,6 @@ void runUntilStopped(SignalWatch& signals) {
 
 /// Declared in the order of the start; the stop is the reverse.
 void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) {
-    const AceUse ace;
     const CatalogueUse catalogue(configFile);
     const NamingUse naming;
     const BundlesUse bundles;

@@ -1,204 +1,241 @@
-// How calls on a session's manager references find the shared servant, and what happens to iterators.
+// The servant locator of managers and the activator of iterators.
+
+#include <gtest/gtest.h>
+
+#include <thread>
 
 #include "adapter/iteratoractivator.h"
 #include "adapter/servantlocator.h"
-#include "adapter/sessionsource.h"
-
-#include "support/agent_fixture.h"
-#include "support/trace_capture.h"
-
-#include <kelp/orb/poas.h>
-#include <mtnm/globaldefs.h>
-
-#include <gtest/gtest.h>
+#include "component/orb/gate.h"
+#include "source_fixture.h"
 
 namespace {
 
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-constexpr const char* kCommonId = "IDL:mtnm.tmforum.org/common/Common_I:1.0";
+class ServantManagers : public testing::Test {
+  protected:
+    ServantManagers() {
+        session_ = agent_.logIn(agent_.nms());
+        top_ = agent_.listed(agent_.nms())->source()->get_POA();
+        iterators_ = top_->find_POA("iterator", false);
+    }
+    /// A reference in the session's top POA, called over a connection.
+    common::Common_I_var remote(const char* objectId) {
+        const CORBA::Object_var object =
+            SessionSource::create_object_reference(top_.in(), objectId, "IDL:test:1.0");
+        return agent_.overTheWire<common::Common_I>(object.in());
+    }
+    static void call(common::Common_I_ptr object) {
+        common::CapabilityList_T_var capabilities;
+        object->getCapabilities(capabilities.out());
+    }
+    /// An active iterator, listed as one is that a manager has made; the list and the POA hold it.
+    TestManager* openIterator() {
+        auto* const iterator = new TestManager(alive_);
+        EXPECT_EQ(agent_.sessions().list_iterator(iterator), 0);
+        const PortableServer::ObjectId_var id = iterators_->activate_object(iterator);
+        return iterator;
+    }
+    common::Common_I_var remoteIterator(TestManager* iterator) {
+        const CORBA::Object_var object = iterators_->servant_to_reference(iterator);
+        return agent_.overTheWire<common::Common_I>(object.in());
+    }
+
+    std::atomic<int> alive_{0};
+    RunningAgent agent_;
+    emsSession::EmsSession_I_var session_;
+    PortableServer::POA_var top_;
+    PortableServer::POA_var iterators_;
+};
 
 PortableServer::ObjectId_var idOf(const char* text) {
     return PortableServer::ObjectId_var(PortableServer::string_to_ObjectId(text));
 }
 
-class CountedIterator : public virtual POA_globaldefs::NamingAttributesIterator_I {
-  public:
-    explicit CountedIterator(std::atomic<int>& alive) : alive_(alive) { ++alive_; }
-    CORBA::Boolean next_n(CORBA::ULong, globaldefs::NamingAttributesList_T_out list) override {
-        list = new globaldefs::NamingAttributesList_T;
-        return false;
+// -- locator
+// ---------------------------------------------------------------------------------------------------
+
+TEST_F(ServantManagers, ServeTheManagerOfTheObjectsId) {
+    call(remote("EMS").in());
+    EXPECT_EQ(agent_.manager().calls, 1);
+}
+
+TEST_F(ServantManagers, KnowNoObjectOfAnUnknownName) {
+    for (const char* name : {"ems", "Protection", ""}) {
+        try {
+            call(remote(name).in());
+            ADD_FAILURE() << name;
+        } catch (const CORBA::OBJECT_NOT_EXIST& ex) {
+            EXPECT_EQ(ex.minor(), 0u);
+            EXPECT_EQ(ex.completed(), CORBA::COMPLETED_NO);
+        }
+        EXPECT_TRUE(remote(name)->_non_existent());
     }
-    CORBA::ULong getLength() override { return 0; }
-    void destroy() override {}
-
-  protected:
-    ~CountedIterator() override { --alive_; }
-
-  private:
-    std::atomic<int>& alive_;
-};
-
-PortableServer::POA_var iteratorPoaOf(const SessionSource& source) {
-    const PortableServer::POA_var top = source.get_POA();
-    return PortableServer::POA_var(top->find_POA("iterator", false));
+    PortableServer::ObjectId noText;
+    noText.length(3);
+    noText[0] = 'E';
+    noText[1] = 0;
+    noText[2] = 'S';
+    const CORBA::Object_var object = top_->create_reference_with_id(noText, "IDL:test:1.0");
+    EXPECT_THROW(call(agent_.overTheWire<common::Common_I>(object.in()).in()), CORBA::OBJECT_NOT_EXIST);
 }
 
-/// Activates an iterator in the session's POA and lists it; the registry and the POA hold a reference each.
-CountedIterator* addIterator(RunningAgent& agent, const SessionSource& source, std::atomic<int>& alive) {
-    auto* iterator = new CountedIterator(alive);
-    const PortableServer::POA_var poa = iteratorPoaOf(source);
-    const PortableServer::ObjectId_var id = poa->activate_object(iterator);
-    EXPECT_EQ(agent.sessions().list_iterator(iterator), 0);
-    return iterator;
+TEST_F(ServantManagers, ServeAManagerThatIsEnteredLater) {
+    const common::Common_I_var late = remote("Late");
+    EXPECT_THROW(call(late.in()), CORBA::OBJECT_NOT_EXIST);
+    const auto manager = ServantRef<TestManager>::take(new TestManager(alive_));
+    CorbaAgentConfig::Instance()->RegisterServant("Late", manager.get());
+    call(late.in());
+    EXPECT_EQ(manager->calls, 1);
 }
 
-TEST(ManagerReferences, ReachTheOneSharedServantFromEverySession) {
-    RunningAgent agent;
-    const emsSession::EmsSession_I_var one = agent.logIn(agent.nms(1));
-    const emsSession::EmsSession_I_var two = agent.logIn(agent.nms(2));
-    common::CapabilityList_T_var list;
-    agent.remoteManager(one.in())->getCapabilities(list.out());
-    agent.remoteManager(two.in())->getCapabilities(list.out());
-    EXPECT_EQ(agent.manager().calls, 2);
+TEST_F(ServantManagers, PinAServantForTheLengthOfACall) {
+    TAServantLocator locator;
+    void* cookie = &locator;
+    const auto id = idOf("EMS");
+    const PortableServer::Servant servant = locator.preinvoke(id.in(), top_.in(), "x", cookie);
+    EXPECT_EQ(servant, static_cast<PortableServer::Servant>(&agent_.manager()));
+    EXPECT_EQ(agent_.manager()._refcount_value(), 2u);
+    EXPECT_EQ(cookie, &locator) << "the cookie is left as it is";
+    locator.postinvoke(id.in(), top_.in(), "x", cookie, servant);
+    EXPECT_EQ(agent_.manager()._refcount_value(), 1u);
+    locator.postinvoke(id.in(), top_.in(), "x", cookie, nullptr);
+    call(remote("EMS").in());
+    EXPECT_TRUE(waitUntil([&] { return agent_.manager()._refcount_value() == 1; }));
 }
 
-TEST(ManagerReferences, ServantIsReleasedAfterEveryCall) {
-    RunningAgent agent;
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const common::Common_I_var manager = agent.remoteManager(session.in());
-    const CORBA::ULong before = agent.manager()._refcount_value();
-    CORBA::ULong during = 0;
-    agent.manager().onCall = [&] { during = agent.manager()._refcount_value(); };
-    common::CapabilityList_T_var list;
-    manager->getCapabilities(list.out());
-    EXPECT_GT(during, before);
-    EXPECT_TRUE(waitUntil([&] { return agent.manager()._refcount_value() == before; }));
-}
-
-TEST(ManagerReferences, UnknownNameDoesNotExist) {
-    RunningAgent agent;
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const auto listed = agent.listed(agent.nms());
-    const CORBA::Object_var object = listed->source()->create_object_reference("Nobody", kCommonId);
-    const auto remote = agent.overTheWire<common::Common_I>(object.in());
-    common::CapabilityList_T_var list;
-    try {
-        remote->getCapabilities(list.out());
-        FAIL() << "an unknown manager answered";
-    } catch (const CORBA::OBJECT_NOT_EXIST& ex) {
-        EXPECT_EQ(ex.minor(), 0u);
-        EXPECT_EQ(ex.completed(), CORBA::COMPLETED_NO);
-    }
-    EXPECT_TRUE(remote->_non_existent());
-}
-
-TEST(ManagerReferences, IdThatIsNoTextDoesNotExist) {
-    RunningAgent agent;
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const auto listed = agent.listed(agent.nms());
-    const PortableServer::POA_var top = listed->source()->get_POA();
-    PortableServer::ObjectId_var id = idOf("EMS");
-    id->length(4);
-    id[3] = 0;
-    id[1] = 0;
-    const CORBA::Object_var object = top->create_reference_with_id(id.in(), kCommonId);
-    const auto remote = agent.overTheWire<common::Common_I>(object.in());
-    common::CapabilityList_T_var list;
-    EXPECT_THROW(remote->getCapabilities(list.out()), CORBA::OBJECT_NOT_EXIST);
-}
-
-TEST(ManagerReferences, DieWithTheirSession) {
-    RunningAgent agent;
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const common::Common_I_var manager = agent.remoteManager(session.in());
-    common::CapabilityList_T_var list;
-    manager->getCapabilities(list.out());
-    agent.listed(agent.nms())->endSession();
-    EXPECT_TRUE(isGone([&] { manager->getCapabilities(list.out()); }));
-    EXPECT_EQ(agent.manager().calls, 1);
-}
-
-TEST(Locator, RefusesNullInputsWithATrace) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const PortableServer::ServantLocator_var keeper = new TAServantLocator;
+TEST_F(ServantManagers, GiveNoServantForNullInputs) {
+    TAServantLocator locator;
     void* cookie = nullptr;
-    EXPECT_EQ(keeper->preinvoke(idOf("EMS").in(), PortableServer::POA::_nil(), "ping", cookie), nullptr);
-    EXPECT_EQ(keeper->preinvoke(idOf("EMS").in(), agent.root(), nullptr, cookie), nullptr);
+    const auto id = idOf("EMS");
+    const TraceCapture trace;
+    EXPECT_EQ(locator.preinvoke(id.in(), PortableServer::POA::_nil(), "x", cookie), nullptr);
+    EXPECT_EQ(locator.preinvoke(id.in(), top_.in(), nullptr, cookie), nullptr);
     EXPECT_EQ(trace.count("[preinvoke] exception for input parameter is null!"), 2u);
 }
 
-TEST(Locator, RefusesWhileTheTreeIsDying) {
-    RunningAgent agent;
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const auto listed = agent.listed(agent.nms());
-    const PortableServer::POA_var top = listed->source()->get_POA();
-    const PortableServer::ServantLocator_var locator = new TAServantLocator;
+TEST_F(ServantManagers, RefuseNewCallsWhileTheTreeDiesEvenIfAnOldOneRuns) {
+    Gate gate;
+    agent_.manager().onCall = [&] { gate.pass(); };
+    const common::Common_I_var manager = remote("EMS");
+    std::thread running([&] {
+        kelp::orb::setThreadTimeout(std::chrono::seconds(60));
+        EXPECT_NO_THROW(call(manager.in()));
+    });
+    EXPECT_TRUE(gate.isReached());
+    session_->endSession();
+    EXPECT_TRUE(isGone([&] { call(manager.in()); }));
+    TAServantLocator locator;
     void* cookie = nullptr;
-    PortableServer::Servant servant = locator->preinvoke(idOf("EMS").in(), top.in(), "ping", cookie);
-    ASSERT_NE(servant, nullptr);
-    locator->postinvoke(idOf("EMS").in(), top.in(), "ping", cookie, servant);
-    listed->endSession();
-    EXPECT_THROW(locator->preinvoke(idOf("EMS").in(), top.in(), "ping", cookie), CORBA::OBJECT_NOT_EXIST);
+    const auto id = idOf("EMS");
+    EXPECT_THROW(locator.preinvoke(id.in(), top_.in(), "x", cookie), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_EQ(agent_.manager().calls, 1);
+    gate.open();
+    running.join();
 }
 
-TEST(Iterators, AreGoneAndUnlistedWithTheirSession) {
-    RunningAgent agent;
-    std::atomic<int> alive{0};
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const auto listed = agent.listed(agent.nms());
+TEST_F(ServantManagers, KnowNothingAfterTheSessionManagerHasGone) {
+    TAServantLocator locator;
+    void* cookie = nullptr;
+    const auto id = idOf("EMS");
+    agent_.requestExit();
+    const PortableServer::POA_var other = SessionSource::create_ServantLocator_poa(agent_.root(), "other");
+    agent_.endSessions();
+    SessionMgr::Destroy();
+    EXPECT_THROW(locator.preinvoke(id.in(), other.in(), "x", cookie), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_EQ(SessionMgr::Existing(), nullptr) << "a request must not make a new one";
+}
+
+// -- activator
+// -------------------------------------------------------------------------------------------------
+
+TEST_F(ServantManagers, NeverBringAnIteratorBack) {
+    IteratorServantActivator activator;
+    const auto id = idOf("x");
+    EXPECT_THROW(activator.incarnate(id.in(), iterators_.in()), CORBA::OBJECT_NOT_EXIST);
+
+    TestManager* const iterator = openIterator();
+    const common::Common_I_var reference = remoteIterator(iterator);
+    call(reference.in());
+    const PortableServer::ObjectId_var own = iterators_->servant_to_id(iterator);
+    iterators_->deactivate_object(own.in());
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 0; }));
+    EXPECT_THROW(call(reference.in()), CORBA::OBJECT_NOT_EXIST);
+}
+
+TEST_F(ServantManagers, LetAnIteratorGoThatIsDeactivated) {
+    TestManager* const first = openIterator();
+    openIterator();
+    EXPECT_EQ(agent_.sessions().IteratorCount(), 2u);
+    const PortableServer::ObjectId_var id = iterators_->servant_to_id(first);
+    iterators_->deactivate_object(id.in());
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 1; }));
+    EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
+}
+
+TEST_F(ServantManagers, LetEveryIteratorGoOnceWithItsSession) {
     for (int i = 0; i < 5; ++i)
-        addIterator(agent, *listed->source(), alive);
-    EXPECT_EQ(agent.sessions().IteratorCount(), 5u);
-    listed->endSession();
-    EXPECT_TRUE(waitUntil([&] { return agent.sessions().IteratorCount() == 0 && alive == 0; }));
+        openIterator();
+    agent_.logIn(agent_.nms(2));
+    const PortableServer::POA_var otherTop = agent_.listed(agent_.nms(2))->source()->get_POA();
+    const PortableServer::POA_var otherIterators = otherTop->find_POA("iterator", false);
+    auto* const other = new TestManager(alive_);
+    agent_.sessions().list_iterator(other);
+    const PortableServer::ObjectId_var id = otherIterators->activate_object(other);
+    EXPECT_EQ(agent_.sessions().IteratorCount(), 6u);
+
+    session_->endSession();
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 1; })) << "a second release would free one too many";
+    EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
+    EXPECT_EQ(other->_refcount_value(), 2u) << "another session's iterator is not touched";
 }
 
-TEST(Iterators, DeactivatedOneIsUnlistedAndStaysDead) {
-    RunningAgent agent;
-    std::atomic<int> alive{0};
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const auto listed = agent.listed(agent.nms());
-    CountedIterator* iterator = addIterator(agent, *listed->source(), alive);
-    const PortableServer::POA_var poa = iteratorPoaOf(*listed->source());
-    const PortableServer::ObjectId_var id = poa->servant_to_id(iterator);
-    const CORBA::Object_var object = poa->id_to_reference(id.in());
-    const auto remote = agent.overTheWire<globaldefs::NamingAttributesIterator_I>(object.in());
-    EXPECT_EQ(remote->getLength(), 0u);
-    poa->deactivate_object(id.in());
-    EXPECT_TRUE(waitUntil([&] { return agent.sessions().IteratorCount() == 0 && alive == 0; }));
-    EXPECT_THROW(remote->getLength(), CORBA::OBJECT_NOT_EXIST);
+TEST_F(ServantManagers, KeepAnIteratorThatIsStillActiveElsewhere) {
+    auto* const iterator = new TestManager(alive_);
+    const auto mine = ServantRef<TestManager>::pin(iterator);
+    agent_.sessions().list_iterator(iterator);
+    IteratorServantActivator activator;
+    const auto id = idOf("x");
+    activator.etherealize(id.in(), iterators_.in(), iterator, false, true);
+    EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
+    EXPECT_EQ(mine->_refcount_value(), 2u);
+
+    iterator->_add_ref();  // the POA's
+    activator.etherealize(id.in(), iterators_.in(), iterator, true, false);
+    EXPECT_EQ(agent_.sessions().IteratorCount(), 0u);
+    EXPECT_EQ(mine->_refcount_value(), 1u);
+    activator.etherealize(id.in(), iterators_.in(), nullptr, false, false);
 }
 
-TEST(Iterators, WithAnotherActivationStaysListed) {
-    RunningAgent agent;
-    std::atomic<int> alive{0};
-    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-    const auto listed = agent.listed(agent.nms());
-    CountedIterator* iterator = addIterator(agent, *listed->source(), alive);
-    const PortableServer::ServantActivator_var activator = new IteratorServantActivator;
-    const PortableServer::POA_var poa = iteratorPoaOf(*listed->source());
-    activator->etherealize(idOf("x").in(), poa.in(), iterator, false, true);
-    EXPECT_EQ(agent.sessions().IteratorCount(), 1u);
-    EXPECT_EQ(alive, 1);
-    activator->etherealize(idOf("x").in(), poa.in(), nullptr, false, false);
-    EXPECT_EQ(agent.sessions().IteratorCount(), 1u);
+TEST_F(ServantManagers, LetAnUnlistedIteratorGo) {
+    auto* const iterator = new TestManager(alive_);
+    const auto mine = ServantRef<TestManager>::take(iterator);
+    const PortableServer::ObjectId_var id = iterators_->activate_object(iterator);
+    iterators_->deactivate_object(id.in());
+    EXPECT_TRUE(waitUntil([&] { return mine->_refcount_value() == 1; }));
 }
 
-TEST(Iterators, AreNeverMadeByTheActivator) {
-    RunningAgent agent;
-    const PortableServer::ServantActivator_var activator = new IteratorServantActivator;
-    EXPECT_THROW(activator->incarnate(idOf("x").in(), agent.root()), CORBA::OBJECT_NOT_EXIST);
-}
-
-TEST(Iterators, RemovingOneThatIsNotListedDoesNothing) {
-    RunningAgent agent;
-    std::atomic<int> alive{0};
-    const PortableServer::ServantBase_var iterator = new CountedIterator(alive);
-    EXPECT_EQ(agent.sessions().remove_iterator(iterator.in()), 0);
-    EXPECT_EQ(alive, 1);
+TEST_F(ServantManagers, GoWithTheirPoas) {
+    // a servant manager that counts itself goes when the last reference to its POA goes
+    static std::atomic<int> gone;
+    gone = 0;
+    class Watched : public TAServantLocator {
+      protected:
+        ~Watched() override { ++gone; }
+    };
+    {
+        const PortableServer::POA_var poa =
+            SessionSource::create_ServantLocator_poa(agent_.root(), "watched");
+        {
+            const PortableServer::ServantLocator_var locator = new Watched;
+            poa->set_servant_manager(locator.in());
+        }
+        EXPECT_EQ(gone, 0);
+        poa->destroy(true, true);
+    }
+    EXPECT_TRUE(waitUntil([&] { return gone == 1; }));
 }
 
 }  // namespace

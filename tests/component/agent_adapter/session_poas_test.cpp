@@ -1,247 +1,356 @@
-// A session's tree of object adapters: how it is made, named, reused and ended.
-
-#include "adapter/sessionsource.h"
-
-#include "adapter/toppoanames.h"
-#include "support/agent_fixture.h"
-#include "support/trace_capture.h"
-
-#include <kelp/orb/poas.h>
+// The POA tree of a session.
 
 #include <gtest/gtest.h>
+#include <kelp/orb/poas.h>
 
-#include <memory>
+#include "adapter/servantlocator.h"
+#include "adapter/toppoanames.h"
+#include "source_fixture.h"
+#include "support/trace_trigger.h"
 
 namespace {
 
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-constexpr const char* kHost = "127.0.0.1:7000";
-constexpr const char* kName =
-    "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>127.0.0.1:7000</IPANDPORT_TAG>";
+constexpr unsigned long kFailed = 0x411800BA;
+constexpr const char* kNilParent = "[create_ServantLocator_poa] exception for input parameter is null!";
 
-std::unique_ptr<SessionSource> makeSource(RunningAgent& agent, const char* host = kHost,
-                                          const char* user = "admin") {
-    return std::unique_ptr<SessionSource>(SessionSource::create(host, user, agent.nms().reference()));
-}
+class SessionPoas : public SourceFixture {
+  protected:
+    std::string name() { return sessionNameText("admin", agent_.nms().hostInfo()); }
+    static std::string nameOf(PortableServer::POA_ptr poa) {
+        const CORBA::String_var text = poa->the_name();
+        return std::string(text.in());
+    }
+    static bool isEquipped(PortableServer::POA_ptr poa) {
+        const PortableServer::ServantManager_var manager = poa->get_servant_manager();
+        return !CORBA::is_nil(manager.in());
+    }
+    static PortableServer::POA_var child(PortableServer::POA_ptr poa, const char* childName) {
+        return PortableServer::POA_var(poa->find_POA(childName, false));
+    }
+    /// A servant that dies with the scope unless a POA keeps it.
+    PortableServer::ServantBase_var servant() {
+        return PortableServer::ServantBase_var(new TestManager(alive_));
+    }
+    /// A POA that is gone.
+    PortableServer::POA_var dead() {
+        const PortableServer::POA_var poa = SessionSource::create_ServantLocator_poa(agent_.root(), "dead");
+        poa->destroy(true, true);
+        return poa;
+    }
 
-TEST(SessionPoas, TopPoaIsNamedByUserAndAddress) {
-    RunningAgent agent;
-    const auto source = makeSource(agent);
-    EXPECT_TRUE(CORBA::is_nil(PortableServer::POA_var(source->get_POA()).in()));
-    ASSERT_EQ(source->init(agent.root()), 0u);
+    std::atomic<int> alive_{0};
+};
+
+TEST_F(SessionPoas, AreATopNamedByTheSessionWithTwoChildren) {
+    const Source source = makeWithTree();
     const PortableServer::POA_var top = source->get_POA();
-    const CORBA::String_var name = top->the_name();
-    EXPECT_STREQ(name.in(), kName);
-    const PortableServer::POA_var iterators = top->find_POA("iterator", false);
-    const PortableServer::POA_var session = top->find_POA("session", false);
-    EXPECT_FALSE(CORBA::is_nil(iterators.in()));
-    EXPECT_FALSE(CORBA::is_nil(session.in()));
-    EXPECT_FALSE(CORBA::is_nil(PortableServer::ServantManager_var(top->get_servant_manager()).in()));
-    EXPECT_FALSE(CORBA::is_nil(PortableServer::ServantManager_var(iterators->get_servant_manager()).in()));
-    const PortableServer::POAManager_var rootManager = agent.root()->the_POAManager();
-    const PortableServer::POAManager_var topManager = top->the_POAManager();
-    EXPECT_TRUE(topManager->_is_equivalent(rootManager.in()));
+    EXPECT_EQ(nameOf(top.in()), name());
+    const PortableServer::POA_var parent = top->the_parent();
+    EXPECT_TRUE(parent->_is_equivalent(agent_.root()));
+    PortableServer::POAList_var children = top->the_children();
+    ASSERT_EQ(children->length(), 2u);
+    EXPECT_NO_THROW(child(top.in(), "iterator"));
+    EXPECT_NO_THROW(child(top.in(), "session"));
 }
 
-TEST(SessionPoas, TagsInsideANameStayAsTheyAre) {
-    EXPECT_EQ(
-        sessionNameText("a</USERNAME_TAG>b", "c<IPANDPORT_TAG>d"),
-        "<USERNAME_TAG>a</USERNAME_TAG>b</USERNAME_TAG><IPANDPORT_TAG>c<IPANDPORT_TAG>d</IPANDPORT_TAG>");
-    RunningAgent agent;
-    const auto source = makeSource(agent, "c<IPANDPORT_TAG>d", "a</USERNAME_TAG>b");
-    EXPECT_EQ(source->init(agent.root()), 0u);
+TEST_F(SessionPoas, ShareThePoaManagerOfTheRoot) {
+    const Source source = makeWithTree();
+    const PortableServer::POA_var top = source->get_POA();
+    const PortableServer::POAManager_var rootManager = agent_.root()->the_POAManager();
+    for (const PortableServer::POA_var& poa :
+         {top, child(top.in(), "iterator"), child(top.in(), "session")}) {
+        const PortableServer::POAManager_var manager = poa->the_POAManager();
+        EXPECT_TRUE(manager->_is_equivalent(rootManager.in())) << nameOf(poa.in());
+    }
 }
 
-TEST(SessionPoas, NilRootPoaFailsWithBothTraces) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const auto source = makeSource(agent);
-    EXPECT_EQ(source->init(PortableServer::POA::_nil()), 0x411800BAul);
-    EXPECT_TRUE(trace.contains("[create_ServantLocator_poa] exception for input parameter is null!"));
+TEST_F(SessionPoas, HaveATopThatRetainsNothingAndAsksItsLocator) {
+    const Source source = makeWithTree();
+    const PortableServer::POA_var top = source->get_POA();
+    EXPECT_TRUE(isEquipped(top.in()));
+    const auto manager = servant();
+    // NON_RETAIN, NO_IMPLICIT_ACTIVATION
+    EXPECT_THROW(top->activate_object(manager.in()), PortableServer::POA::WrongPolicy);
+    EXPECT_THROW(top->servant_to_id(manager.in()), PortableServer::POA::WrongPolicy);
+    // USER_ID
+    EXPECT_THROW(top->create_reference("IDL:x:1.0"), PortableServer::POA::WrongPolicy);
+}
+
+TEST_F(SessionPoas, HaveAnIteratorPoaThatActivatesAndAsksItsActivator) {
+    const Source source = makeWithTree();
+    const PortableServer::POA_var top = source->get_POA();
+    const PortableServer::POA_var iterators = child(top.in(), "iterator");
+    EXPECT_TRUE(isEquipped(iterators.in()));
+    // RETAIN, SYSTEM_ID
+    const auto first = servant();
+    const PortableServer::ObjectId_var id = iterators->activate_object(first.in());
+    const PortableServer::ServantBase_var found = iterators->id_to_servant(id.in());
+    EXPECT_EQ(found.in(), first.in());
+    // IMPLICIT_ACTIVATION, UNIQUE_ID
+    const auto second = servant();
+    EXPECT_NO_THROW(PortableServer::ObjectId_var(iterators->servant_to_id(second.in())));
+    EXPECT_THROW(iterators->activate_object(first.in()), PortableServer::POA::ServantAlreadyActive);
+    const PortableServer::ObjectId_var own = PortableServer::string_to_ObjectId("own");
+    const auto third = servant();
+    EXPECT_ANY_THROW(iterators->activate_object_with_id(own.in(), third.in()));
+    top->destroy(true, true);
+}
+
+TEST_F(SessionPoas, HaveASessionPoaThatServesOnlyWhatIsActive) {
+    const Source source = makeWithTree();
+    const PortableServer::POA_var top = source->get_POA();
+    const PortableServer::POA_var sessions = child(top.in(), "session");
+    EXPECT_THROW(PortableServer::ServantManager_var(sessions->get_servant_manager()),
+                 PortableServer::POA::WrongPolicy);
+    const auto implicit = servant();
+    EXPECT_NO_THROW(PortableServer::ObjectId_var(sessions->servant_to_id(implicit.in())));
+    top->destroy(true, true);
+}
+
+TEST_F(SessionPoas, CannotBeMadeUnderANilRoot) {
+    const Source source = make();
+    const TraceCapture trace;
+    EXPECT_EQ(source->init(PortableServer::POA::_nil()), kFailed);
+    EXPECT_TRUE(trace.contains(kNilParent));
     EXPECT_TRUE(trace.contains("[SessionSource::init] create_ServantLocator_poa returned a nil POA object!"));
-    EXPECT_TRUE(TopPoaNames::isFree(kName));
+    EXPECT_TRUE(TopPoaNames::isFree(name())) << "the name is given up";
+    EXPECT_EQ(source->init(agent_.root()), 0ul);
 }
 
-TEST(SessionPoas, NilParentTracesTheSameTextForEveryKind) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const auto nil = PortableServer::POA::_nil();
-    EXPECT_TRUE(CORBA::is_nil(SessionSource::create_ServantLocator_poa(nil, "x")));
-    EXPECT_TRUE(CORBA::is_nil(SessionSource::create_iterator_poa(nil, "x")));
-    EXPECT_TRUE(CORBA::is_nil(SessionSource::create_session_poa(nil, "x")));
-    EXPECT_EQ(trace.count("[create_ServantLocator_poa] exception for input parameter is null!"), 3u);
+TEST_F(SessionPoas, TellANilParentWithTheSameText) {
+    const TraceCapture trace;
+    const auto isNil = [](PortableServer::POA_ptr made) {
+        const PortableServer::POA_var poa(made);
+        return CORBA::is_nil(poa.in());
+    };
+    EXPECT_TRUE(isNil(SessionSource::create_ServantLocator_poa(PortableServer::POA::_nil(), "x")));
+    EXPECT_TRUE(isNil(SessionSource::create_iterator_poa(PortableServer::POA::_nil(), "x")));
+    EXPECT_TRUE(isNil(SessionSource::create_session_poa(PortableServer::POA::_nil(), "x")));
+    EXPECT_EQ(trace.count(kNilParent), 3u);
 }
 
-TEST(SessionPoas, TopPoaThatNobodyOwnsIsReusedWithItsServantManagers) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const PortableServer::POA_var before = SessionSource::create_ServantLocator_poa(agent.root(), kName);
-    ASSERT_EQ(SessionSource::SetServantLocator(before.in()), 0u);
-    const PortableServer::ServantManager_var locator = before->get_servant_manager();
-    const auto source = makeSource(agent);
-    EXPECT_EQ(source->init(agent.root()), 0u);
-    const PortableServer::POA_var top = source->get_POA();
-    EXPECT_TRUE(top->_is_equivalent(before.in()));
-    const PortableServer::ServantManager_var after = top->get_servant_manager();
-    EXPECT_TRUE(after->_is_equivalent(locator.in()));
-    EXPECT_TRUE(trace.contains(
-        "[create_ServantLocator_poa] PortableServer::POA::AdapterAlreadyExists exception received!"));
+TEST_F(SessionPoas, TellWhatTheOrbRefuses) {
+    const PortableServer::POA_var gone = dead();
+    const TraceCapture trace;
+    const auto isNil = [](PortableServer::POA_ptr made) {
+        const PortableServer::POA_var poa(made);
+        return CORBA::is_nil(poa.in());
+    };
+    EXPECT_TRUE(isNil(SessionSource::create_ServantLocator_poa(gone.in(), "x")));
+    EXPECT_TRUE(isNil(SessionSource::create_iterator_poa(gone.in(), "x")));
+    EXPECT_TRUE(isNil(SessionSource::create_session_poa(gone.in(), "x")));
+    EXPECT_TRUE(trace.contains("[create_ServantLocator_poa] System exception received!"));
+    EXPECT_TRUE(trace.contains("[create_iterator_poa] System exception received!"));
+    EXPECT_TRUE(trace.contains("[create_session_poa] System exception received!"));
 }
 
-TEST(SessionPoas, ChildrenThatExistAreReusedToo) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent.root(), kName);
-    const PortableServer::POA_var it = SessionSource::create_iterator_poa(top.in(), "iterator");
-    const PortableServer::POA_var session = SessionSource::create_session_poa(top.in(), "session");
-    const auto source = makeSource(agent);
-    EXPECT_EQ(source->init(agent.root()), 0u);
-    EXPECT_TRUE(trace.contains(
-        "[create_iterator_poa] PortableServer::POA::AdapterAlreadyExists exception received!"));
-    EXPECT_TRUE(
-        trace.contains("[create_session_poa] PortableServer::POA::AdapterAlreadyExists exception received!"));
+TEST_F(SessionPoas, AreReusedWhenTheyExistAndNobodyLivesInThem) {
+    const PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), name());
+    const PortableServer::POA_var iterators = SessionSource::create_iterator_poa(top.in(), "iterator");
+    const PortableServer::POA_var sessions = SessionSource::create_session_poa(top.in(), "session");
+    ASSERT_EQ(SessionSource::SetServantLocator(top.in()), 0ul);
+    const PortableServer::ServantManager_var locator = top->get_servant_manager();
+
+    const Source source = make();
+    const TraceCapture trace;
+    ASSERT_EQ(source->init(agent_.root()), 0ul);
+    for (const char* kind : {"create_ServantLocator_poa", "create_iterator_poa", "create_session_poa"}) {
+        EXPECT_TRUE(trace.contains(std::string("[") + kind +
+                                   "] PortableServer::POA::AdapterAlreadyExists exception received!"))
+            << kind;
+    }
+    const PortableServer::POA_var used = source->get_POA();
+    EXPECT_TRUE(used->_is_equivalent(top.in()));
+    EXPECT_TRUE(child(used.in(), "iterator")->_is_equivalent(iterators.in()));
+    EXPECT_TRUE(child(used.in(), "session")->_is_equivalent(sessions.in()));
+    const PortableServer::ServantManager_var after = used->get_servant_manager();
+    EXPECT_EQ(locator.in(), after.in()) << "a servant manager that is set stays";
+    EXPECT_TRUE(isEquipped(iterators.in()));
 }
 
-TEST(SessionPoas, TopPoaOfALiveSessionIsNotTakenOver) {
-    RunningAgent agent;
-    const auto first = makeSource(agent);
-    ASSERT_EQ(first->init(agent.root()), 0u);
-    const auto second = makeSource(agent);
-    EXPECT_EQ(second->init(agent.root()), 0x411800BAul);
-    // the first one's adapters are untouched
+TEST_F(SessionPoas, OfALiveSessionAreNotShared) {
+    const Source first = makeWithTree();
+    const Source second = make();
+    EXPECT_EQ(second->init(agent_.root()), kFailed);
+    const PortableServer::POA_var none = second->get_POA();
+    EXPECT_TRUE(CORBA::is_nil(none.in()));
     const PortableServer::POA_var top = first->get_POA();
     EXPECT_FALSE(kelp::orb::isDying(top.in()));
-    EXPECT_FALSE(TopPoaNames::isFree(kName));
-}
-
-TEST(SessionPoas, NameIsFreeAgainWhenTheOldTreeIsGone) {
-    RunningAgent agent;
-    const auto first = makeSource(agent);
-    ASSERT_EQ(first->init(agent.root()), 0u);
-    const PortableServer::POA_var top = first->get_POA();
     first->destroyAdapters(top.in());
-    ASSERT_TRUE(
-        TopPoaNames::waitUntilFree(kName, std::chrono::steady_clock::now() + std::chrono::seconds(10)));
-    const auto second = makeSource(agent);
-    EXPECT_EQ(second->init(agent.root()), 0u);
+    EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name()); }));
+    EXPECT_EQ(second->init(agent_.root()), 0ul);
 }
 
-TEST(SessionPoas, WaitForANameEndsAtTheDeadline) {
-    RunningAgent agent;
-    const auto source = makeSource(agent);
-    ASSERT_EQ(source->init(agent.root()), 0u);
-    EXPECT_FALSE(
-        TopPoaNames::waitUntilFree(kName, std::chrono::steady_clock::now() + std::chrono::milliseconds(50)));
+TEST_F(SessionPoas, KeepTagsInNamesAsTheyStand) {
+    for (const char* user : {"a</USERNAME_TAG>b", "<IPANDPORT_TAG>", "a/b:c.d"}) {
+        const Source source = makeWithTree(user);
+        const PortableServer::POA_var top = source->get_POA();
+        EXPECT_EQ(nameOf(top.in()), sessionNameText(user, agent_.nms().hostInfo()));
+        source->destroyAdapters(top.in());
+    }
 }
 
-TEST(SessionPoas, SourceThatGoesGivesItsNameUp) {
-    RunningAgent agent;
-    auto source = makeSource(agent);
-    ASSERT_EQ(source->init(agent.root()), 0u);
-    source.reset();
-    EXPECT_TRUE(TopPoaNames::claim(kName, nullptr));
-    TopPoaNames::giveUp(kName, nullptr);
+TEST_F(SessionPoas, AreTakenDownWhenTheSessionPoaCannotBeMade) {
+    // the tree is there already, and dies just before its last POA is looked up
+    PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), name());
+    const PortableServer::POA_var iterators = SessionSource::create_iterator_poa(top.in(), "iterator");
+    ASSERT_EQ(SessionSource::SetServantIterator(top.in()), 0ul);
+    const Source source = make();
+    const TraceTrigger trigger("[create_iterator_poa] PortableServer::POA::AdapterAlreadyExists",
+                               [&] { top->destroy(true, true); });
+    const TraceCapture trace;
+    EXPECT_EQ(source->init(agent_.root()), kFailed);
+    ASSERT_TRUE(trigger.hasFired());
+    EXPECT_TRUE(trace.contains("[SessionSource::init] create_session_poa returned a nil POA object!"));
+    EXPECT_TRUE(trace.contains("[SessionSource::init] Exception caught in destroy POA!"));
+    EXPECT_TRUE(isGoneFromRoot(name()));
+    EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name()); }));
+    const PortableServer::POA_var none = source->get_POA();
+    EXPECT_TRUE(CORBA::is_nil(none.in()));
 }
 
-TEST(ObjectReferences, BeforeInitThereIsNone) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const auto source = makeSource(agent);
-    const CORBA::Object_var none =
-        source->create_object_reference("EMS", "IDL:mtnm.tmforum.org/common/Common_I:1.0");
+TEST_F(SessionPoas, KeepAServantManagerThatIsSet) {
+    const Source source = makeWithTree();
+    const PortableServer::POA_var top = source->get_POA();
+    const TraceCapture trace;
+    EXPECT_EQ(SessionSource::SetServantLocator(top.in()), 0ul);
+    EXPECT_EQ(SessionSource::SetServantIterator(top.in()), 0ul);
+    EXPECT_FALSE(trace.contains("set_servant_manager"));
+}
+
+TEST_F(SessionPoas, TellWhenAServantManagerCannotBeSet) {
+    const TraceCapture trace;
+    // the root POA has no servant manager
+    EXPECT_EQ(SessionSource::SetServantLocator(agent_.root()), kFailed);
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::SetServantLocator] Exception raised during set_servant_manager, ex=WrongPolicy"));
+    // an "iterator" POA of another kind is in the way
+    const PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), "odd");
+    const PortableServer::POA_var odd = SessionSource::create_session_poa(top.in(), "iterator");
+    EXPECT_EQ(SessionSource::SetServantIterator(top.in()), kFailed);
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::SetServantIterator] Exception raised during set_servant_manager ex=WrongPolicy"));
+    for (const kelp::util::TraceLine& line : trace.records()) {
+        if (line.text.find("set_servant_manager") != std::string::npos) {
+            EXPECT_EQ(line.level, 1);
+        }
+    }
+}
+
+TEST_F(SessionPoas, AreTakenDownWhenTheIteratorPoaCannotBeMade) {
+    const PortableServer::POA_var gone = dead();
+    const TraceCapture trace;
+    EXPECT_EQ(SessionSource::SetServantIterator(gone.in()), kFailed);
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::SetServantIterator] Call create_iterator_poa returned a nil POA object"));
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::SetServantIterator] Exception caught in destroy POA, ex=OBJECT_NOT_EXIST"));
+    EXPECT_EQ(SessionSource::SetServantIterator(PortableServer::POA::_nil()), kFailed);
+}
+
+TEST_F(SessionPoas, OfOneServantLocatorStandAlone) {
+    PortableServer::POA_var poa;
+    const TraceCapture trace;
+    EXPECT_EQ(SessionSource::CreateServantPoa(poa, PortableServer::POA::_nil(), "alone"), kFailed);
+    EXPECT_TRUE(trace.contains("[CreateServantPoa] parent poa is nil object!"));
+    EXPECT_TRUE(CORBA::is_nil(poa.in()));
+
+    ASSERT_EQ(SessionSource::CreateServantPoa(poa, agent_.root(), "alone"), 0ul);
+    EXPECT_EQ(nameOf(poa.in()), "alone");
+    EXPECT_TRUE(isEquipped(poa.in()));
+    PortableServer::POA_var again;
+    EXPECT_EQ(SessionSource::CreateServantPoa(again, agent_.root(), "alone"), 0ul);
+    EXPECT_TRUE(poa->_is_equivalent(again.in()));
+
+    const PortableServer::POA_var gone = dead();
+    EXPECT_EQ(SessionSource::CreateServantPoa(again, gone.in(), "below"), kFailed);
+    EXPECT_TRUE(trace.contains("[CreateServantPoa] create_ServantLocator_poa returned a nil POA object!"));
+    EXPECT_TRUE(poa->_is_equivalent(again.in())) << "a failure leaves what was there";
+
+    const PortableServer::POA_var odd = SessionSource::create_session_poa(agent_.root(), "odd");
+    EXPECT_EQ(SessionSource::CreateServantPoa(again, agent_.root(), "odd"), kFailed);
+    EXPECT_TRUE(trace.contains("[CreateServantPoa] Exception raised during set_servant_manager()!"));
+}
+
+TEST_F(SessionPoas, GiveReferencesWithoutActivatingAnything) {
+    const Source source = makeWithTree();
+    const CORBA::Object_var one = source->create_object_reference("EMS", "IDL:test/One:1.0");
+    const CORBA::Object_var other = source->create_object_reference("EMS", "IDL:test/One:1.0");
+    EXPECT_TRUE(one->_is_equivalent(other.in()));
+    kelp::orb::ReferenceContent content;
+    ASSERT_TRUE(kelp::orb::describe(agent_.orb(), one.in(), content));
+    EXPECT_EQ(content.typeId, "IDL:test/One:1.0");
+    const PortableServer::POA_var top = source->get_POA();
+    const CORBA::Object_var third =
+        SessionSource::create_object_reference(top.in(), "EMS", "IDL:test/One:1.0");
+    EXPECT_TRUE(one->_is_equivalent(third.in()));
+    const CORBA::Object_var another = source->create_object_reference("ems", "IDL:test/One:1.0");
+    EXPECT_FALSE(one->_is_equivalent(another.in()));
+}
+
+TEST_F(SessionPoas, GiveNoReferenceBeforeTheyAreMade) {
+    const Source source = make();
+    const TraceCapture trace;
+    const CORBA::Object_var none = source->create_object_reference("EMS", "IDL:test/One:1.0");
     EXPECT_TRUE(CORBA::is_nil(none.in()));
     EXPECT_TRUE(trace.contains("[SessionSource::create_object_reference] get_POA return a nil POA!"));
 }
 
-TEST(ObjectReferences, SameNameGivesAnEquivalentReference) {
-    RunningAgent agent;
-    const auto source = makeSource(agent);
-    ASSERT_EQ(source->init(agent.root()), 0u);
-    const char* id = "IDL:mtnm.tmforum.org/common/Common_I:1.0";
-    const CORBA::Object_var one = source->create_object_reference("EMS", id);
-    const CORBA::Object_var two = source->create_object_reference("EMS", id);
-    ASSERT_FALSE(CORBA::is_nil(one.in()));
-    EXPECT_TRUE(one->_is_equivalent(two.in()));
-}
-
-TEST(ObjectReferences, DeadPoaGivesNilAndATrace) {
-    RunningAgent agent;
-    TraceCapture trace;
-    const auto source = makeSource(agent);
-    ASSERT_EQ(source->init(agent.root()), 0u);
+TEST_F(SessionPoas, GiveNoReferenceAfterTheyWereDestroyed) {
+    const Source source = makeWithTree();
     const PortableServer::POA_var top = source->get_POA();
-    source->destroyAdapters(top.in());
-    ASSERT_TRUE(kelp::orb::waitUntilGone(kName, std::chrono::seconds(10)));
-    const CORBA::Object_var none =
-        source->create_object_reference("EMS", "IDL:mtnm.tmforum.org/common/Common_I:1.0");
+    top->destroy(true, true);
+    const TraceCapture trace;
+    const CORBA::Object_var none = source->create_object_reference("EMS", "IDL:test/One:1.0");
     EXPECT_TRUE(CORBA::is_nil(none.in()));
     EXPECT_TRUE(trace.contains(
         "[SessionSource::create_object_reference] Exception caught during create_reference_with_id!"));
 }
 
-TEST(StandAlonePoa, IsEquippedAndFailsWithoutAParent) {
-    RunningAgent agent;
-    TraceCapture trace;
-    PortableServer::POA_var poa;
-    EXPECT_EQ(SessionSource::CreateServantPoa(poa, PortableServer::POA::_nil(), "x"), 0x411800BAul);
-    EXPECT_TRUE(trace.contains("[CreateServantPoa] parent poa is nil object!"));
-    ASSERT_EQ(SessionSource::CreateServantPoa(poa, agent.root(), "x"), 0u);
-    EXPECT_FALSE(CORBA::is_nil(PortableServer::ServantManager_var(poa->get_servant_manager()).in()));
+TEST_F(SessionPoas, StayWhenOnlyTheRecordGoes) {
+    { const Source source = makeWithTree(); }
+    EXPECT_NO_THROW(rootChild(name()));
+    EXPECT_TRUE(TopPoaNames::isFree(name())) << "no live source has the name";
+    // and are found again by the next one
+    const Source next = makeWithTree();
+    const PortableServer::POA_var top = next->get_POA();
+    EXPECT_TRUE(top->_is_equivalent(rootChild(name()).in()));
 }
 
-TEST(SessionRecord, InvalidIsFinalForSetState) {
-    RunningAgent agent;
-    const auto source = makeSource(agent);
-    EXPECT_EQ(source->get_state(), Normal);
-    source->set_state(Invalid);
-    source->set_state(Normal);
-    EXPECT_EQ(source->get_state(), Invalid);
-    EXPECT_FALSE(source->change_state(Normal, Ended));
-    source->set_nms_session(agent.nms().reference());
-    EXPECT_EQ(source->get_state(), Normal);
+// -- names
+// -----------------------------------------------------------------------------------------------------
+
+TEST_F(SessionPoas, NamesBelongToOneSourceAtATime) {
+    const Source one = make();
+    const Source other = make();
+    EXPECT_TRUE(TopPoaNames::claim("name", one.get()));
+    EXPECT_TRUE(TopPoaNames::claim("name", one.get())) << "it has it already";
+    EXPECT_FALSE(TopPoaNames::claim("name", other.get()));
+    EXPECT_FALSE(TopPoaNames::isFree("name"));
+    TopPoaNames::giveUp("name", other.get());
+    EXPECT_FALSE(TopPoaNames::isFree("name")) << "it was not the other's to give up";
+    EXPECT_FALSE(TopPoaNames::waitUntilFree("name", std::chrono::steady_clock::now()));
+    TopPoaNames::giveUp("name", one.get());
+    EXPECT_TRUE(TopPoaNames::isFree("name"));
+    EXPECT_TRUE(TopPoaNames::waitUntilFree("name", std::chrono::steady_clock::now()));
+    EXPECT_TRUE(TopPoaNames::claim("name", other.get()));
+    TopPoaNames::giveUp("name", other.get());
 }
 
-TEST(SessionRecord, OnlyANormalOrSilentlyWaitingSessionIsReused) {
-    RunningAgent agent;
-    bool silently = false;
-    for (const std::int32_t state : {Ended, EmsExiting, Invalid}) {
-        const auto source = makeSource(agent);
-        source->set_state(state);
-        EXPECT_FALSE(source->reuse(agent.nms().reference(), silently)) << state;
-        EXPECT_EQ(source->get_state(), state);
-    }
-    const auto waiting = makeSource(agent);
-    waiting->set_state(SilentWaiting);
-    EXPECT_TRUE(waiting->reuse(agent.nms().reference(), silently));
-    EXPECT_TRUE(silently);
-    EXPECT_EQ(waiting->get_state(), Normal);
-}
-
-TEST(SessionRecord, LeavingWaiterClearsOnlyItsOwnFlag) {
-    RunningAgent agent;
-    const auto source = makeSource(agent);
-    source->set_silent_waiting();
-    const std::uint32_t first = source->silent_waiting_number();
-    source->clear_silent_waiting();
-    source->set_silent_waiting();
-    source->leave_silent_waiting(first);
-    EXPECT_TRUE(source->get_silent_waiting());
-    source->leave_silent_waiting(source->silent_waiting_number());
-    EXPECT_FALSE(source->get_silent_waiting());
-}
-
-TEST(SessionRecord, LogsOutOnce) {
-    RunningAgent agent;
-    NS_CORBA::CorbaSecurityMgr& security = *NS_CORBA::CorbaSecurityMgr::Instance();
-    ASSERT_EQ(security.Login(kHost, "admin", RunningAgent::kPassword), 0u);
-    ASSERT_EQ(security.Login(kHost, "admin", RunningAgent::kPassword), 0u);
-    const auto source = makeSource(agent);
-    source->logOutOnce();
-    source->logOutOnce();
-    EXPECT_EQ(security.LiveLogins(kHost, "admin"), 1u);
-    security.Logout(kHost, "admin");
+TEST_F(SessionPoas, NamesAreWaitedForUntilTheyAreGivenUp) {
+    const Source source = make();
+    ASSERT_TRUE(TopPoaNames::claim("name", source.get()));
+    bool isFree = false;
+    std::thread waiting([&] {
+        isFree =
+            TopPoaNames::waitUntilFree("name", std::chrono::steady_clock::now() + std::chrono::seconds(30));
+    });
+    TopPoaNames::giveUp("name", source.get());
+    waiting.join();
+    EXPECT_TRUE(isFree);
 }
 
 }  // namespace

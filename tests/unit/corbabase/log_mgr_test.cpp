@@ -4,18 +4,18 @@
 #include <kelp/util/trace_log.h>
 
 #include "config_text.h"
-#include "system/harness/scratch_dir.h"
+#include "support/temporary_directory.h"
 
 using kelp::test::configure;
-using kelp::test::ScratchDir;
+using kelp::test::TemporaryDirectory;
 using kelp::util::TraceLog;
 using NS_CORBA::CorbaLogMgr;
 
 namespace {
 
 TEST(CorbaLogMgr, OpensTheConfiguredFileAndClosesItWithItsLastUser) {
-    const ScratchDir folder;
-    configure("[trace]\nsinks = [\"file\"]\nfile = \"" + (folder / "kelp.log").string() + "\"\n");
+    const TemporaryDirectory folder;
+    configure("[trace]\nsinks = [\"file\"]\nfile = \"" + (folder.path() / "kelp.log").string() + "\"\n");
     ASSERT_TRUE(CorbaLogMgr::Instance()->Init());
     ASSERT_TRUE(CorbaLogMgr::Instance()->Init());
     NS_CORBA::TaTrace("first");
@@ -24,16 +24,16 @@ TEST(CorbaLogMgr, OpensTheConfiguredFileAndClosesItWithItsLastUser) {
     NS_CORBA::TaTrace("second");
     CorbaLogMgr::Destroy();
     EXPECT_FALSE(TraceLog::instance().isOpen());
-    const std::string written = kelp::test::contentOf(folder / "kelp.log");
+    const std::string written = kelp::test::contentOf(folder.path() / "kelp.log");
     EXPECT_NE(written.find("first"), std::string::npos);
     EXPECT_NE(written.find("second"), std::string::npos);
 }
 
 TEST(CorbaLogMgr, LeavesTheHostsTraceOpen) {
-    const ScratchDir folder;
+    const TemporaryDirectory folder;
     kelp::util::TraceSettings settings;
     settings.console = false;
-    settings.file = (folder / "host.log").string();
+    settings.file = (folder.path() / "host.log").string();
     std::string whyNot;
     ASSERT_TRUE(TraceLog::instance().open(settings, whyNot)) << whyNot;
     ASSERT_TRUE(CorbaLogMgr::Instance()->Init());
@@ -41,11 +41,11 @@ TEST(CorbaLogMgr, LeavesTheHostsTraceOpen) {
     NS_CORBA::TaTrace("after the module");
     EXPECT_TRUE(TraceLog::instance().isOpen());
     TraceLog::instance().close();
-    EXPECT_NE(kelp::test::contentOf(folder / "host.log").find("after the module"), std::string::npos);
+    EXPECT_NE(kelp::test::contentOf(folder.path() / "host.log").find("after the module"), std::string::npos);
 }
 
 TEST(CorbaLogMgr, FailsWhenASinkCannotBeOpened) {
-    const ScratchDir folder;
+    const TemporaryDirectory folder;
     configure("[trace]\nsinks = [\"file\"]\nfile = \"" + folder.path().string() + "\"\n");
     testing::internal::CaptureStderr();
     EXPECT_FALSE(CorbaLogMgr::Instance()->Init());

@@ -7,10 +7,10 @@
 #include <thread>
 
 #include "config_text.h"
+#include "support/temporary_directory.h"
 #include "support/trace_capture.h"
-#include "system/harness/scratch_dir.h"
 
-using kelp::test::ScratchDir;
+using kelp::test::TemporaryDirectory;
 using kelp::test::TraceCapture;
 using NS_CORBA::CorbaSecurityMgr;
 using NS_CORBA::kUserDatabaseUnusable;
@@ -41,8 +41,8 @@ class SecurityMgrTest : public testing::Test {
     }
     std::int64_t idOf(const std::string& name) { return UserDatabase(file).find(name)->id; }
 
-    ScratchDir folder;
-    const std::filesystem::path file = folder / "users.db";
+    TemporaryDirectory folder;
+    const std::filesystem::path file = folder.path() / "users.db";
 };
 
 TEST_F(SecurityMgrTest, InitMakesTheDatabaseAndSaysHowToAddTheFirstUser) {
@@ -53,7 +53,7 @@ TEST_F(SecurityMgrTest, InitMakesTheDatabaseAndSaysHowToAddTheFirstUser) {
 }
 
 TEST_F(SecurityMgrTest, InitFailsOnADatabaseThatCannotBeUsed) {
-    kelp::test::writeFile(file, std::string(4096, 'x'));
+    folder.write("users.db", std::string(4096, 'x'));
     const TraceCapture capture;
     EXPECT_FALSE(manager().Init());
     EXPECT_TRUE(capture.contains("user database " + file.string() + " is damaged"));
@@ -113,12 +113,12 @@ TEST_F(SecurityMgrTest, AnUnusableDatabaseRefusesAndIsGoodAgainByItself) {
         capture.contains("[CorbaSecurityMgr::Login] user database " + file.string() + " does not exist"));
     EXPECT_FALSE(std::filesystem::exists(file));
 
-    kelp::test::writeFile(file, std::string(4096, 'x'));
+    folder.write("users.db", std::string(4096, 'x'));
     EXPECT_EQ(manager().checkLogin(kHost, "nms1", "secret"), kUserDatabaseUnusable);
     EXPECT_TRUE(
         capture.contains("[CorbaSecurityMgr::checkLogin] user database " + file.string() + " is damaged"));
 
-    kelp::test::writeFile(file, good);
+    folder.write("users.db", good);
     EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
 }
 
@@ -186,7 +186,7 @@ TEST_F(SecurityMgrTest, ManyMayLogInAtOnce) {
 TEST_F(SecurityMgrTest, TheDefaultFileLiesBelowTheStateDirectory) {
     kelp::test::configure("");
     ::setenv("STATE_DIRECTORY", folder.path().c_str(), 1);
-    EXPECT_EQ(NS_CORBA::userDatabaseFile(), folder / "users.db");
+    EXPECT_EQ(NS_CORBA::userDatabaseFile(), folder.path() / "users.db");
     ::unsetenv("STATE_DIRECTORY");
 }
 

@@ -8,10 +8,9 @@
 #include <future>
 #include <stdexcept>
 
-#include "system/harness/scratch_dir.h"
+#include "support/temporary_directory.h"
 
-using kelp::test::ScratchDir;
-using kelp::test::writeFile;
+using kelp::test::TemporaryDirectory;
 using NS_CORBA::HashCost;
 using NS_CORBA::UserAccount;
 using NS_CORBA::UserDatabase;
@@ -37,8 +36,8 @@ class UserDatabaseTest : public testing::Test {
         return failureOf([this] { UserDatabase database(file); });
     }
 
-    ScratchDir folder;
-    const std::filesystem::path file = folder / "users.db";
+    TemporaryDirectory folder;
+    const std::filesystem::path file = folder.path() / "users.db";
 };
 
 TEST_F(UserDatabaseTest, KeepsAccountsAndTellsRightPasswordsFromWrongOnes) {
@@ -68,10 +67,10 @@ TEST_F(UserDatabaseTest, NamesAreExact) {
 
 TEST_F(UserDatabaseTest, TheFileIsItsOwnersAlone) {
     const ::mode_t before = ::umask(0);
-    { const UserDatabase database(folder / "sub" / "folder" / "users.db"); }
+    { const UserDatabase database(folder.path() / "sub" / "folder" / "users.db"); }
     ::umask(before);
     struct stat status = {};
-    ASSERT_EQ(::stat((folder / "sub/folder/users.db").c_str(), &status), 0);
+    ASSERT_EQ(::stat((folder.path() / "sub/folder/users.db").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 }
 
@@ -218,7 +217,7 @@ TEST_F(UserDatabaseTest, AMissingFileIsAnErrorWhenItMustExist) {
 }
 
 TEST_F(UserDatabaseTest, AFileThatIsNoDatabaseIsDamaged) {
-    writeFile(file, std::string(8192, 'x'));
+    folder.write("users.db", std::string(8192, 'x'));
     EXPECT_NE(openingFailure().find("is damaged"), std::string::npos) << openingFailure();
     EXPECT_EQ(kelp::test::contentOf(file), std::string(8192, 'x'));
 }
@@ -231,7 +230,7 @@ TEST_F(UserDatabaseTest, AFileWithBrokenPagesIsDamaged) {
     std::string content = kelp::test::contentOf(file);
     ASSERT_GT(content.size(), 4096u);
     std::fill(content.begin() + 4096, content.end(), '\x55');
-    writeFile(file, content);
+    folder.write("users.db", content);
     EXPECT_NE(failureOf([&] {
                   UserDatabase database(file);
                   database.list();
@@ -260,7 +259,7 @@ TEST_F(UserDatabaseTest, ASchemaOfAnotherVersionIsRefused) {
 }
 
 TEST_F(UserDatabaseTest, AnEmptyFileBecomesADatabase) {
-    writeFile(file, "");
+    folder.write("users.db", "");
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
     EXPECT_EQ(database.list().size(), 1u);
@@ -269,7 +268,7 @@ TEST_F(UserDatabaseTest, AnEmptyFileBecomesADatabase) {
 TEST_F(UserDatabaseTest, AFolderInItsPlaceIsAnError) {
     EXPECT_NE(failureOf([&] { UserDatabase database(folder.path()); }).find("cannot be opened"),
               std::string::npos);
-    writeFile(file, "");
+    folder.write("users.db", "");
     EXPECT_NE(failureOf([&] { UserDatabase database(file / "users.db"); }).find("cannot make its folder"),
               std::string::npos);
 }

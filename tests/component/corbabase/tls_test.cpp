@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include "base_orb.h"
+#include "component/orb/throw_away_certificates.h"
+#include "scripted_interceptor.h"
+#include "support/temporary_directory.h"
+
+using kelp::test::base;
+using kelp::test::BaseOrb;
+using kelp::test::WireSession;
+
+namespace {
+
+class TlsSettings : public testing::Test {
+  protected:
+    /// [tls] with a key that needs its password.
+    std::string withTls(int mode) const {
+        const std::string key = certificates.issue("ems", "opensesame");
+        const std::filesystem::path password = folder.write("password", "opensesame\nanother line\n");
+        return kelp::test::kFreePort + std::string("[tls]\nmode = ") + std::to_string(mode) +
+               "\nlisten = \"127.0.0.1:0\"\nca = \"" + certificates.authority() + "\"\ncertificate = \"" +
+               key + "\"\nkey_password_file = \"" + password.string() + "\"\n";
+    }
+    /// Whether each address of this process's references is a TLS one.
+    static std::vector<bool> transports() {
+        const CORBA::ORB_var orb = base().GetOrb();
+        const PortableServer::POA_var root = base().GetRootPoa();
+        const CORBA::Object_var any = root->create_reference("IDL:omg.org/CORBA/Object:1.0");
+        kelp::orb::ReferenceContent content;
+        EXPECT_TRUE(kelp::orb::describe(orb.in(), any.in(), content));
+        std::vector<bool> tls;
+        for (const kelp::orb::Endpoint& endpoint : content.endpoints)
+            tls.push_back(endpoint.tls);
+        return tls;
+    }
+
+    const kelp::test::ThrowAwayCertificates certificates;
+    const kelp::test::TemporaryDirectory folder;
+};
+
+TEST_F(TlsSettings, ModeOneListensBothWays) {
+    const BaseOrb orb(withTls(1));
+    EXPECT_EQ(transports(), (std::vector<bool>{false, true}));
+    EXPECT_EQ(base().GetSSLMode(), 1);
+}
+
+TEST_F(TlsSettings, ModeTwoListensOverTlsAlone) {
+    const BaseOrb orb(withTls(2));
+    EXPECT_EQ(transports(), (std::vector<bool>{true}));
+    EXPECT_EQ(base().GetSSLMode(), 2);
+}
+
+TEST_F(TlsSettings, TheKeyIsOpenedWithThePasswordFilesFirstLine) {
+    const BaseOrb orb(withTls(2));
+    kelp::test::ScriptedInterceptor interceptor;
+    base().SetReqInterceptorImpl(&interceptor);
+    ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
+    const WireSession session;
+    const CORBA::ORB_var itsOrb = base().GetOrb();
+    std::string address = kelp::test::wireAddress(session.own());
+    address.replace(address.find("iiop:"), 5, "ssliop:");
+    const CORBA::Object_var object = kelp::orb::toReference(itsOrb.in(), address);
+    const nmsSession::NmsSession_I_var overTls = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const kelp::orb::ScopedThreadTimeout bounded(std::chrono::seconds(30));
+    overTls->ping();
+    EXPECT_EQ(interceptor.requests, 1);
+    base().SetReqInterceptorImpl(nullptr);
+}
+
+}  // namespace

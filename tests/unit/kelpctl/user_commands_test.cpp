@@ -1,0 +1,174 @@
+#include <nlohmann/json.hpp>
+
+#include "kelpctl_fixture.h"
+
+using kelp::test::KelpctlTest;
+using kelp::test::ToolRun;
+
+namespace {
+
+class UserCommands : public KelpctlTest {};
+
+TEST_F(UserCommands, AddMakesTheDatabaseAndTheUser) {
+    const ToolRun run = kelpctl("user add nms1 --password-file pw");
+    EXPECT_EQ(run.status, 0) << run;
+    EXPECT_EQ(run.output, "user \"nms1\" added\n");
+    EXPECT_EQ(run.errors, "");
+    EXPECT_TRUE(hasPassword("nms1", "secret"));
+}
+
+TEST_F(UserCommands, ThePasswordIsTheFilesFirstLine) {
+    secretFile("lines", "first line\r\nsecond line\n");
+    ASSERT_EQ(kelpctl("user add nms1 --password-file lines").status, 0);
+    EXPECT_TRUE(hasPassword("nms1", "first line"));
+    secretFile("unended", "no line end");
+    ASSERT_EQ(kelpctl("user add nms2 --password-file unended").status, 0);
+    EXPECT_TRUE(hasPassword("nms2", "no line end"));
+}
+
+TEST_F(UserCommands, NoPasswordIsRefused) {
+    secretFile("empty", "\nsecond\n");
+    EXPECT_TRUE(
+        kelpctl("user add nms1 --password-file empty").failedWith(1, "the password must not be empty"));
+    EXPECT_TRUE(kelpctl("user add nms1 --password-file missing").failedWith(1, "missing: No such file"));
+    const ToolRun run = kelpctl("user add nms1");
+    EXPECT_TRUE(run.failedWith(1, "use --password-file")) << run;
+}
+
+TEST_F(UserCommands, APasswordFileThatOthersCanReadIsWarnedAbout) {
+    std::filesystem::permissions(folder.path() / "pw", std::filesystem::perms::group_read,
+                                 std::filesystem::perm_options::add);
+    const ToolRun run = kelpctl("user add nms1 --password-file pw");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.errors, "kelpctl: warning: others can read the password file pw\n");
+}
+
+TEST_F(UserCommands, AddTwiceFails) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    secretFile("other", "other\n");
+    const ToolRun run = kelpctl("user add nms1 --password-file other");
+    EXPECT_TRUE(run.failedWith(1, "user \"nms1\" exists already")) << run;
+    EXPECT_TRUE(hasPassword("nms1", "secret"));
+}
+
+TEST_F(UserCommands, ANameThatCannotBeIsRefused) {
+    const ToolRun run = kelpctl("user add 'a<b' --password-file pw");
+    EXPECT_TRUE(run.failedWith(1, "'<' or '>'")) << run;
+}
+
+TEST_F(UserCommands, ListShowsEveryUserAsATable) {
+    ASSERT_EQ(kelpctl("user add nms2 --password-file pw").status, 0);
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    ASSERT_EQ(kelpctl("user disable nms2").status, 0);
+    const ToolRun run = kelpctl("user list");
+    EXPECT_EQ(run.status, 0);
+    const std::size_t header = run.output.find("NAME  STATE");
+    const std::size_t first = run.output.find("nms1  enabled");
+    const std::size_t second = run.output.find("nms2  disabled");
+    EXPECT_EQ(header, 0u) << run;
+    EXPECT_LT(first, second) << run;
+    EXPECT_NE(second, std::string::npos) << run;
+}
+
+TEST_F(UserCommands, ListSpeaksJson) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    ASSERT_EQ(kelpctl("user disable nms1").status, 0);
+    const ToolRun run = kelpctl("user list --json");
+    ASSERT_EQ(run.status, 0);
+    const nlohmann::json users = nlohmann::json::parse(run.output);
+    ASSERT_EQ(users.size(), 1u);
+    EXPECT_EQ(users[0].at("name"), "nms1");
+    EXPECT_EQ(users[0].at("enabled"), false);
+    EXPECT_GT(users[0].at("id").get<int>(), 0);
+    EXPECT_EQ(users[0].at("created").get<std::string>().size(), std::string("2025-03-01T12:00:00Z").size());
+    EXPECT_EQ(run.output.find("argon2"), std::string::npos);
+}
+
+TEST_F(UserCommands, ListOfNobodyIsAnEmptyArray) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    ASSERT_EQ(kelpctl("user remove nms1").status, 0);
+    EXPECT_EQ(kelpctl("user list --json").output, "[]\n");
+}
+
+TEST_F(UserCommands, PasswdReplacesThePassword) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    secretFile("new", "new secret\n");
+    const ToolRun run = kelpctl("user passwd nms1 --password-file new");
+    EXPECT_EQ(run.status, 0) << run;
+    EXPECT_FALSE(hasPassword("nms1", "secret"));
+    EXPECT_TRUE(hasPassword("nms1", "new secret"));
+}
+
+TEST_F(UserCommands, DisableAndEnableSwitchTheAccount) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    EXPECT_EQ(kelpctl("user disable nms1").output, "user \"nms1\" disabled\n");
+    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1")->enabled);
+    EXPECT_EQ(kelpctl("user enable nms1").output, "user \"nms1\" enabled\n");
+    EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->enabled);
+}
+
+TEST_F(UserCommands, RemoveTakesTheUserOut) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    EXPECT_EQ(kelpctl("user remove nms1").status, 0);
+    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
+}
+
+TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    for (const char* command :
+         {"disable nobody", "enable nobody", "remove nobody", "passwd nobody --password-file pw"}) {
+        const ToolRun run = kelpctl(std::string("user ") + command);
+        EXPECT_TRUE(run.failedWith(1, "there is no user \"nobody\"")) << command << ": " << run;
+    }
+}
+
+TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
+    for (const char* command : {"list", "disable nms1", "enable nms1", "remove nms1"}) {
+        const ToolRun run = kelpctl(std::string("user ") + command);
+        EXPECT_TRUE(run.failedWith(1, "users.db does not exist")) << command << ": " << run;
+    }
+    EXPECT_FALSE(std::filesystem::exists(database));
+}
+
+TEST_F(UserCommands, TheDatabaseIsTheOneToldElseTheOneConfigured) {
+    folder.write("other.toml",
+                 "[security]\ndatabase = \"configured.db\"\nhash_memory_kib = 8\nhash_passes = 1\n");
+    ASSERT_EQ(tool("--config other.toml user add nms1 --password-file pw").status, 0);
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "configured.db"));
+    ASSERT_EQ(tool("user --database told.db add nms1 --password-file pw --config other.toml").status, 0);
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "told.db"));
+    EXPECT_FALSE(std::filesystem::exists(database));
+}
+
+TEST_F(UserCommands, ADamagedDatabaseIsAnError) {
+    folder.write("users.db", std::string(4096, 'x'));
+    const ToolRun run = kelpctl("user list");
+    EXPECT_TRUE(run.failedWith(1, "users.db is damaged")) << run;
+}
+
+TEST_F(UserCommands, AWrongConfigurationIsNamedWithItsLine) {
+    folder.write("kelp.toml", "[security]\nhash_memory_kib = \"much\"\nnonsense = 1\n");
+    const ToolRun run = kelpctl("user list");
+    EXPECT_TRUE(run.failedWith(1, "kelp.toml:2: security.hash_memory_kib")) << run;
+    EXPECT_NE(run.errors.find("(and 1 more)"), std::string::npos) << run;
+}
+
+TEST_F(UserCommands, AWrongCommandLineIsStatusTwo) {
+    for (const char* arguments :
+         {"", "user", "user add", "user bogus", "user list --nonsense", "user list nms1"}) {
+        const ToolRun run = kelpctl(arguments);
+        EXPECT_TRUE(run.failedWith(2, "--help")) << arguments << ": " << run;
+    }
+}
+
+TEST_F(UserCommands, HelpShowsExamples) {
+    for (const char* arguments : {"--help", "user --help"}) {
+        const ToolRun run = tool(arguments);
+        EXPECT_EQ(run.status, 0) << run;
+        EXPECT_NE(run.output.find("Examples:"), std::string::npos) << run;
+        EXPECT_EQ(run.errors, "");
+    }
+    EXPECT_NE(tool("user add --help").output.find("--password-file"), std::string::npos);
+}
+
+}  // namespace

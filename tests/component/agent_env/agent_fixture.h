@@ -79,6 +79,10 @@ class AgentFixture : public testing::Test {
         EXPECT_EQ(NS_KELPCORBA::SessionMgr::Existing(), nullptr);
         EXPECT_FALSE(NS_KELPCORBA::AgentState::instance().sessionMgrStarted);
         EXPECT_EQ(NS_KELPCORBA::AgentState::instance().threads.count_threads(), 0u);
+        const emsSessionFactory::EmsSessionFactory_I_var factory =
+            NS_KELPCORBA::CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
+        EXPECT_TRUE(CORBA::is_nil(factory.in()));
+        NS_KELPCORBA::CorbaAgentConfig::Destroy();
     }
 
     TemporaryDirectory folder_;

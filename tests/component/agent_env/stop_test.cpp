@@ -6,6 +6,7 @@
 
 #include <kelp/corbabase/ref_count.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -124,6 +125,27 @@ TEST_F(AgentStop, AbandonsAnAgentThreadThatDoesNotEndWithin15Seconds) {
     EXPECT_TRUE(trace_.contains("=== Finish to Exit Threads of Corba! ==="));
     stuck.release();
     EXPECT_TRUE(waitUntil([] { return AgentState::instance().threads.count_threads() == 0; }));
+}
+
+/// Looks, once the agent stops, whether the stop goes on while this thread still runs.
+struct LateThread {
+    static ACE_THR_FUNC_RETURN run(void* argument) {
+        auto* self = static_cast<LateThread*>(argument);
+        waitUntil([] { return AgentState::instance().exitRequested.load(); }, std::chrono::seconds(30));
+        self->stopWentOn = waitUntil([self] { return !self->log.calls().empty(); }, std::chrono::seconds(1));
+        return nullptr;
+    }
+    const CallLog& log;
+    std::atomic<bool> stopWentOn{false};
+};
+
+TEST_F(AgentStop, GoesOnOnlyWhenTheAgentsThreadsHaveEnded) {
+    enterInterface("First", 1);
+    LateThread late{log_};
+    ASSERT_NE(AgentState::instance().threads.spawn(&LateThread::run, &late, THR_NEW_LWP | THR_DETACHED), -1);
+    CorbaAgentFacade::ExitThrds();
+    EXPECT_THAT(log_.calls(), testing::ElementsAre("ExitThread First"));
+    EXPECT_FALSE(late.stopWentOn);
 }
 
 /// A session whose waiting thread tells how its wait ended. One at a time.

@@ -11,6 +11,7 @@ namespace kelp::test {
 
 int PlatformFaults::getRootPoaAfter = -1;
 bool PlatformFaults::activateFails = false;
+std::function<void()> PlatformFaults::onGetSslMode = [] {};
 
 namespace {
 
@@ -34,6 +35,14 @@ PortableServer::POA_ptr CorbaBaseAgentConfig::GetRootPoa() const {
     using Operation = PortableServer::POA_ptr (*)(const CorbaBaseAgentConfig*);
     static const auto real =
         kelp::test::behind<Operation>("_ZNK8NS_CORBA20CorbaBaseAgentConfig10GetRootPoaEv");
+    return real(this);
+}
+
+int CorbaBaseAgentConfig::GetSSLMode() const {
+    kelp::test::PlatformFaults::onGetSslMode();
+    using Operation = int (*)(const CorbaBaseAgentConfig*);
+    static const auto real =
+        kelp::test::behind<Operation>("_ZNK8NS_CORBA20CorbaBaseAgentConfig10GetSSLModeEv");
     return real(this);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 namespace kelp::test {
 
 /// Lets the platform's operations fail where no configuration makes them fail. The test program's own
@@ -9,6 +11,8 @@ struct PlatformFaults {
     static int getRootPoaAfter;
     /// AgentServer::Activate answers -1.
     static bool activateFails;
+    /// Runs in every GetSSLMode, such as the naming monitor's at the beginning of a round.
+    static std::function<void()> onGetSslMode;
 };
 
 }  // namespace kelp::test

@@ -14,13 +14,17 @@
 #include <cos/CosNaming.h>
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cstring>
 #include <filesystem>
+#include <future>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "bundle_doubles.h"
+#include "faulty_platform.h"
 #include "support/omninames.h"
 #include "support/tcp_peers.h"
 #include "support/test_manager.h"
@@ -159,6 +163,7 @@ TEST_F(ModuleObject, WithoutAnAgentFailsAndFiniIsZeroAllTheSame) {
     EXPECT_EQ(init(), -1);
     EXPECT_EQ(trace_.count("in [mx_kelpcorba_env::init] CorbaAgentFacade Init failed!"), 1u);
     EXPECT_EQ(KelpAppMgr::Instance()->Find(21), nullptr);
+    EXPECT_FALSE(kelp::util::TraceLog::instance().isOpen());
     EXPECT_THROW(base().GetOrb(), CORBA::BAD_INV_ORDER);
     EXPECT_EQ(object_->fini(), 0);
 }
@@ -211,6 +216,32 @@ TEST(ModuleInAHost, IsStartedStoppedUnloadedAndStartedAgain) {
         BundleMgr::Instance()->Stop();
         EXPECT_FALSE(Module::isLoaded());
     }
+    NS_CORBA::CorbaBaseAgentConfig::Instance()->LeaveNorthMgrFactory("EMS");
+    KelpAppMgr::Instance()->Exit();
+}
+
+TEST(ModuleInAHost, StaysLoadedForAThreadThatTheStopGaveUpOn) {
+    const TemporaryDirectory folder;
+    TestManagerFactory managers;
+    NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &managers);
+    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, freePort()), "test.toml");
+    std::promise<void> reached;
+    std::promise<void> release;
+    std::atomic<bool> isFirst{true};
+    PlatformFaults::onGetSslMode = [&, host = std::this_thread::get_id()] {
+        if (std::this_thread::get_id() == host || !isFirst.exchange(false))
+            return;
+        reached.set_value();
+        release.get_future().wait();
+    };
+    TraceCapture trace;
+    std::string whyNot;
+    ASSERT_TRUE(BundleMgr::Instance()->Start(kModule.parent_path(), {"mx_kelpcorba_env"}, whyNot)) << whyNot;
+    reached.get_future().wait();
+    BundleMgr::Instance()->Stop();
+    EXPECT_TRUE(Module::isLoaded());
+    release.set_value();
+    EXPECT_TRUE(trace.waitFor("[Monitor Thread] system exception occured! error reason:BAD_INV_ORDER"));
     NS_CORBA::CorbaBaseAgentConfig::Instance()->LeaveNorthMgrFactory("EMS");
     KelpAppMgr::Instance()->Exit();
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/agent_server.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/references.h>
@@ -15,17 +14,12 @@
 
 #include "component/orb/scripted_session.h"
 #include "support/wire_reference.h"
+#include "unit/corbabase/config_text.h"
 
 namespace kelp::test {
 
 inline NS_CORBA::CorbaBaseAgentConfig& base() {
     return *NS_CORBA::CorbaBaseAgentConfig::Instance();
-}
-
-inline void configure(const std::string& toml) {
-    for (const NS_BUNDLEMGR1::ConfigProblem& problem :
-         NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "test.toml"))
-        ADD_FAILURE() << problem.text();
 }
 
 inline constexpr const char* kFreePort = "[orb]\nlisten = \"127.0.0.1:0\"\n";

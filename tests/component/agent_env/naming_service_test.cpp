@@ -63,6 +63,7 @@ TEST_F(NamingServiceOutage, FrozenAndRestartedEmptyItHasTheEntryAgainWithinTwoRo
 
 TEST_F(NamingServiceOutage, IsOverWithAnotherAddressInTheConfiguration) {
     registerOwn();
+    base().UpdateNamingServiceParams();
     const OmniNames elsewhere;
     names_.kill();
     round();

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 #include <kelp/corbabase/ref_count.h>
 
+#include <unistd.h>
+
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "adapter/sessionsource.h"
@@ -19,6 +22,19 @@ using namespace std::chrono_literals;
 
 constexpr const char* kExitLine = "[SilentWaiting:] Detection Thread now Exit!!\n";
 constexpr int kForEver = 86400;
+
+/// True when every other thread of this process sleeps: those that wait have come to their wait.
+bool allOthersSleep() {
+    const std::filesystem::path self("/proc/self/task/" + std::to_string(::gettid()));
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string stat;
+        std::getline(std::ifstream(task.path() / "stat"), stat);
+        const std::size_t afterName = stat.rfind(") ");
+        if (task.path() != self && afterName != std::string::npos && stat[afterName + 2] != 'S')
+            return false;
+    }
+    return true;
+}
 
 /// Polls while calls go on; true when `condition` came true within the time.
 template <class Call, class Condition>
@@ -46,6 +62,7 @@ class TheWaiting : public testing::Test {
         reference_ = agent_->logIn(agent_->nms());
         session_ = agent_->listed(agent_->nms());
         remote_ = agent_->overTheWire<emsSession::EmsSession_I>(reference_.in());
+        ASSERT_TRUE(waitUntil(allOthersSleep));
     }
     bool isOver() const { return agent_->liveLogins(agent_->nms()) == 0; }
     static bool hasLeft(EmsSession_IImpl& session) {
@@ -194,6 +211,7 @@ class SilentWaitingTest : public TheWaiting {
         loseNms();
         ASSERT_TRUE(waitUntil([&] { return session_->waitingThread() != 0; }));
         ASSERT_EQ(session_->source()->get_state(), SilentWaiting);
+        ASSERT_TRUE(waitUntil(allOthersSleep));
     }
     std::string host() const { return agent_->nms().hostInfo(); }
 };

@@ -188,6 +188,8 @@ TEST_F(Interception, ShutDownReleasesWaitingRequests) {
     std::future<std::string> held = pingElsewhere(session);
     EXPECT_EQ(held.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     const kelp::test::TraceCapture capture;
+    session.servant()._add_ref();  // the ORB's end takes the POA's reference
+    const PortableServer::ServantBase_var pinned(&session.servant());
     orb.shutDown();
     EXPECT_NE(held.get(), "");
     EXPECT_EQ(session.servant().pings, 0);

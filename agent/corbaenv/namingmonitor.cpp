@@ -66,9 +66,8 @@ void NamingMonitor::Round() {
         }
     } catch (const CosNaming::NamingContext::NotFound& ex) {
         trace(
-            "[Monitor Thread] emssessionfactory is not detected in the NamingService! Now try to register "
-            "it. "
-            "error reason:",
+            "[Monitor Thread] emssessionfactory is not detected in the NamingService! "
+            "Now try to register it. error reason:",
             ex);
         Register();
     } catch (const CORBA::SystemException& ex) {
@@ -106,8 +105,8 @@ void NamingMonitor::CheckEntry() {
     if (IsInvalid(entry.in())) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
-            "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! Now try to "
-            "re-register it.");
+            "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! "
+            "Now try to re-register it.");
         Register();
     } else if (IsOwn(entry.in())) {
         registered_ = true;

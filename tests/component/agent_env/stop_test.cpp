@@ -50,6 +50,15 @@ TEST_F(AgentStop, OfTheThreadsTwiceIsAsOnce) {
     expectNothingRuns();
 }
 
+TEST_F(AgentStop, EndsTheThreadThatRunsTheOrb) {
+    configureAgent();
+    const auto threadsBefore = ACE_Thread_Manager::instance()->count_threads();
+    ASSERT_TRUE(start());
+    EXPECT_EQ(ACE_Thread_Manager::instance()->count_threads(), threadsBefore + 1);
+    stop();
+    EXPECT_TRUE(waitUntil([&] { return ACE_Thread_Manager::instance()->count_threads() == threadsBefore; }));
+}
+
 TEST_F(AgentStop, SetsTheExitFlagForGood) {
     configureAgent();
     ASSERT_TRUE(start());
@@ -145,6 +154,7 @@ TEST_F(AgentStop, GoesOnOnlyWhenTheAgentsThreadsHaveEnded) {
     ASSERT_NE(AgentState::instance().threads.spawn(&LateThread::run, &late, THR_NEW_LWP | THR_DETACHED), -1);
     CorbaAgentFacade::ExitThrds();
     EXPECT_THAT(log_.calls(), testing::ElementsAre("ExitThread First"));
+    ASSERT_TRUE(waitUntil([] { return AgentState::instance().threads.count_threads() == 0; }));
     EXPECT_FALSE(late.stopWentOn);
 }
 

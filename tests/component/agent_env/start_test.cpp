@@ -15,7 +15,6 @@ namespace kelp::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr const char* kStarting = "===[CorbaAgentFacade::Init] Corba Agent is starting...===";
 constexpr const char* kRunning = "===[CorbaAgentFacade::Init] Corba Agent is running! ===";

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "harness/child_process.h"
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace kelp::bench {
+
+/// A running floor server: the ORB alone with servants of the product's interfaces, in a process of its own.
+class Floor {
+  public:
+    enum class With { BareOrb, OrbPort };
+
+    /// Throws std::runtime_error when it does not start.
+    Floor(With with, std::size_t objects);
+
+    pid_t pid() const { return process_.pid(); }
+    /// Stringified references, one of each an object.
+    const std::vector<std::string>& sessions() const { return sessions_; }
+    const std::vector<std::string>& managers() const { return managers_; }
+
+  private:
+    test::ChildProcess process_;
+    std::vector<std::string> sessions_;
+    std::vector<std::string> managers_;
+};
+
+}  // namespace kelp::bench

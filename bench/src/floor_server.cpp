@@ -1,0 +1,128 @@
+// The floor that the product's calls are measured against: the ORB alone, with servants of the same
+// interfaces in a plain child of the root POA. Prints its references and serves until its standard input
+// ends.
+//
+//   session_bench_floor <objects>               the bare ORB, with the options that the product gives it
+//   session_bench_floor <objects> --with-port   the ORB port above it, without a request hook
+
+#include <kelp/orb/corba.h>
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/orb.h>
+
+#include <mtnm/emsMgr.h>
+#include <mtnm/emsSession.h>
+
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "option_table.h"
+
+namespace {
+
+class FloorSession : public virtual POA_emsSession::EmsSession_I {
+  public:
+    session::Session_I_ptr associatedSession() override { return session::Session_I::_nil(); }
+    void ping() override {}
+    void endSession() override {}
+    void getSupportedManagers(emsSession::EmsSession_I::managerNames_T_out) override {
+        throw CORBA::NO_IMPLEMENT();
+    }
+    void getManager(const char*, common::Common_I_out) override { throw CORBA::NO_IMPLEMENT(); }
+    void getEventChannel(CosNotifyChannelAdmin::EventChannel_out) override { throw CORBA::NO_IMPLEMENT(); }
+};
+
+class FloorManager : public virtual POA_emsMgr::EMSMgr_I {
+  public:
+#define EMS_OPERATION(module, interface, operation, parameters, support) \
+    EMS_DECLARE_##support(operation, parameters)
+#define EMS_DECLARE_Supported(operation, parameters) void operation parameters override;
+#define EMS_DECLARE_Unsupported(operation, parameters) \
+    void operation parameters override {               \
+        throw CORBA::NO_IMPLEMENT();                   \
+    }
+#include "ems_operations.inc"
+#undef EMS_DECLARE_Unsupported
+#undef EMS_DECLARE_Supported
+#undef EMS_OPERATION
+};
+
+void FloorManager::getCapabilities(common::CapabilityList_T_out) {
+    throw CORBA::NO_IMPLEMENT();
+}
+
+/// The product's answer under its default configuration; the benchmark compares the two.
+void FloorManager::getEMS(emsMgr::EMS_T_out answer) {
+    emsMgr::EMS_T_var ems = new emsMgr::EMS_T;
+    ems->name.length(1);
+    ems->name[0].name = CORBA::string_dup("EMS");
+    ems->name[0].value = CORBA::string_dup("Kelp/EMS");
+    ems->userLabel = CORBA::string_dup("EMS");
+    ems->nativeEMSName = CORBA::string_dup("EMS");
+    ems->owner = CORBA::string_dup("");
+    ems->emsVersion = CORBA::string_dup(KELP_VERSION);
+    ems->type = CORBA::string_dup("Kelp");
+    answer = ems._retn();
+}
+
+CORBA::ORB_ptr startBareOrb(const kelp::orb::OrbOptions& options) {
+    const kelp::orb::OptionTable table = kelp::orb::optionTable(options);
+    std::vector<std::string> words = {"session_bench_floor"};
+    for (const auto& [name, value] : table.entries()) {
+        words.push_back("-ORB" + name);
+        words.push_back(value);
+    }
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    auto count = static_cast<int>(arguments.size());
+    arguments.push_back(nullptr);
+    return CORBA::ORB_init(count, arguments.data());
+}
+
+void printReference(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, PortableServer::ServantBase* servant) {
+    const PortableServer::ServantBase_var owned = servant;
+    const PortableServer::ObjectId_var id = poa->activate_object(servant);
+    const CORBA::Object_var object = poa->id_to_reference(id.in());
+    const CORBA::String_var text = orb->object_to_string(object.in());
+    std::cout << text.in() << '\n';
+}
+
+void serve(int objects, bool withPort) {
+    kelp::orb::OrbOptions options;
+    options.listen = {"127.0.0.1:0"};
+    const CORBA::ORB_var orb = withPort ? kelp::orb::start(options, nullptr) : startBareOrb(options);
+    const CORBA::Object_var rootObject = orb->resolve_initial_references("RootPOA");
+    const PortableServer::POA_var root = PortableServer::POA::_narrow(rootObject.in());
+    const PortableServer::POAManager_var manager = root->the_POAManager();
+    const PortableServer::POA_var poa = root->create_POA("floor", manager.in(), CORBA::PolicyList());
+    for (int i = 0; i < objects; ++i) {
+        printReference(orb.in(), poa.in(), new FloorSession);
+        printReference(orb.in(), poa.in(), new FloorManager);
+    }
+    if (withPort)
+        kelp::orb::letCallersThrough(manager.in());
+    else
+        manager->activate();
+    std::cout << "ready" << std::endl;
+    while (std::getchar() != EOF) {
+    }
+    orb->destroy();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::cerr << "usage: session_bench_floor <objects> [--with-port]\n";
+        return 2;
+    }
+    try {
+        serve(std::stoi(argv[1]), argc > 2 && std::string(argv[2]) == "--with-port");
+    } catch (const CORBA::Exception& ex) {
+        std::cerr << "session_bench_floor: " << kelp::orb::exceptionText(ex) << '\n';
+        return 1;
+    }
+    return 0;
+}

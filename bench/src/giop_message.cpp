@@ -1,0 +1,86 @@
+#include "giop_message.h"
+
+#include <stdexcept>
+
+namespace kelp::bench {
+
+namespace {
+
+constexpr std::size_t kHeaderBytes = 12;
+constexpr std::size_t kSizeAt = 8;
+constexpr std::size_t kRequestIdAt = 12;
+constexpr std::size_t kResponseFlagsAt = 16;
+constexpr char kRequest = 0;
+constexpr char kReply = 1;
+constexpr char kLittleEndian = 1;
+constexpr char kReplyExpected = 3;
+
+std::uint8_t byteAt(const std::string& bytes, std::size_t at) {
+    return static_cast<std::uint8_t>(bytes.at(at));
+}
+
+/// An unsigned long in the byte order that the message's flags tell.
+std::uint32_t numberAt(const std::string& message, std::size_t at) {
+    const bool littleEndian = (byteAt(message, 6) & kLittleEndian) != 0;
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+        number = number << 8 | byteAt(message, at + (littleEndian ? 3 - i : i));
+    return number;
+}
+
+void append(std::string& message, std::uint32_t number) {
+    for (int i = 0; i < 4; ++i)
+        message.push_back(static_cast<char>(number >> (8 * i) & 0xff));
+}
+
+void align(std::string& message) {
+    message.resize((message.size() + 3) / 4 * 4);
+}
+
+std::string headerOf(char type) {
+    return std::string("GIOP\x01\x02", 6) + kLittleEndian + type + std::string(4, '\0');
+}
+
+std::string finished(std::string message) {
+    std::string size;
+    append(size, static_cast<std::uint32_t>(message.size() - kHeaderBytes));
+    return message.replace(kSizeAt, size.size(), size);
+}
+
+}  // namespace
+
+std::size_t messageLength(const std::string& bytes) {
+    if (bytes.size() < kHeaderBytes)
+        return 0;
+    if (bytes.compare(0, 4, "GIOP") != 0)
+        throw std::runtime_error("this is no GIOP");
+    return kHeaderBytes + numberAt(bytes, kSizeAt);
+}
+
+std::string requestMessage(const std::string& objectKey, const std::string& operation) {
+    std::string message = headerOf(kRequest);
+    append(message, 1);  // request id
+    message.push_back(kReplyExpected);
+    message.append(3, '\0');
+    append(message, 0);  // addressed by key
+    append(message, static_cast<std::uint32_t>(objectKey.size()));
+    message += objectKey;
+    align(message);
+    append(message, static_cast<std::uint32_t>(operation.size() + 1));
+    message.append(operation.c_str(), operation.size() + 1);
+    align(message);
+    append(message, 0);  // no service contexts
+    return finished(std::move(message));
+}
+
+std::string replyTo(const std::string& message) {
+    if (message.at(7) != kRequest || (byteAt(message, kResponseFlagsAt) & kReplyExpected) == 0)
+        return {};
+    std::string reply = headerOf(kReply);
+    append(reply, numberAt(message, kRequestIdAt));
+    append(reply, 0);  // no exception
+    append(reply, 0);  // no service contexts
+    return finished(std::move(reply));
+}
+
+}  // namespace kelp::bench

@@ -1,0 +1,62 @@
+#include "calls.h"
+#include "hashing.h"
+#include "log_ins.h"
+#include "memory.h"
+#include "options.h"
+#include "process_usage.h"
+#include "report.h"
+
+#include <kelp/nms/client.h>
+#include <kelp/orb/exception_text.h>
+
+#include <exception>
+#include <iostream>
+
+namespace {
+
+using namespace kelp::bench;
+
+constexpr int kFailed = 1;
+
+Report measureAll(const Options& options) {
+    Report report;
+    report.machine = machineInWords();
+    report.loadBefore = loadOfMachine();
+    kelp::nms::NmsSettings settings;
+    settings.listen = "127.0.0.1:0";
+    kelp::nms::NmsClient client(settings);
+    if (options.calls)
+        report.add(measureCalls(client, options));
+    if (options.logIns)
+        report.add(measureLogIns(client, options));
+    if (options.memory)
+        report.add(measureMemory(client, options));
+    if (options.hashing)
+        report.add(measureHashing());
+    report.loadAfter = loadOfMachine();
+    return report;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int exitCode = 0;
+    const std::optional<Options> options = parseOptions(argc, argv, exitCode);
+    if (!options)
+        return exitCode;
+    try {
+        raiseOpenFilesLimit();
+        const Report report = measureAll(*options);
+        if (options->json)
+            printJson(report, std::cout);
+        else
+            printTable(report, std::cout);
+    } catch (const CORBA::Exception& failure) {
+        std::cerr << "session_bench: " << kelp::orb::exceptionText(failure) << '\n';
+        return kFailed;
+    } catch (const std::exception& failure) {
+        std::cerr << "session_bench: " << failure.what() << '\n';
+        return kFailed;
+    }
+    return 0;
+}

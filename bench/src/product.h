@@ -1,0 +1,50 @@
+#pragma once
+
+#include "harness/child_process.h"
+#include "harness/port_lease.h"
+#include "harness/scratch_dir.h"
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace kelp::bench {
+
+/// What a measurement sets; everything else is as shipped.
+struct ProductSettings {
+    int releaseStrategy = 0;
+    bool pingMode = true;
+    int pingIntervalS = 60;
+};
+
+/// A running kelpd with the agent and the manager "EMS", its own state directory and naming service, one
+/// user, and the cheapest password hash.
+class Product {
+  public:
+    static constexpr const char* kUser = "operator";
+    static constexpr const char* kPassword = "open sesame 7";
+
+    /// Starts it; requests that come before it is ready are held by it. Throws std::runtime_error.
+    explicit Product(const ProductSettings& settings);
+    /// Stops it in order.
+    ~Product();
+    Product(const Product&) = delete;
+    Product& operator=(const Product&) = delete;
+
+    pid_t pid() const { return process_->pid(); }
+    std::uint16_t port() const { return port_.port(); }
+    /// The session factory by its persistent key.
+    std::string factoryReference() const;
+
+  private:
+    test::Launch launch(const std::filesystem::path& program, std::vector<std::string> arguments) const;
+
+    test::ScratchDir scratch_;
+    test::PortLease port_;
+    test::PortLease namingPort_;
+    std::optional<test::ChildProcess> process_;
+};
+
+}  // namespace kelp::bench

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vector>
+
+namespace kelp::bench {
+
+/// The quartiles of repeated measurements.
+struct Spread {
+    double low = 0;
+    double median = 0;
+    double high = 0;
+};
+
+/// Throws std::invalid_argument without values.
+Spread spreadOf(std::vector<double> values);
+
+inline double medianOf(const std::vector<double>& values) {
+    return spreadOf(values).median;
+}
+
+}  // namespace kelp::bench

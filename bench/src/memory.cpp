@@ -21,7 +21,7 @@ namespace {
 constexpr double kMostKib = 64;
 constexpr int kRoundS = 1;
 /// What a log-in does for the first time is not to be counted as its session's.
-constexpr std::size_t kWarmUpLogIns = 100;
+constexpr std::size_t kWarmUpLogIns = 10;
 /// Two rounds: ended sessions have been swept, live ones pinged.
 constexpr std::chrono::milliseconds kTwoRounds{2500};
 

@@ -67,11 +67,11 @@ void FloorManager::getEMS(emsMgr::EMS_T_out answer) {
 }
 
 CORBA::ORB_ptr startBareOrb(const kelp::orb::OrbOptions& options) {
-    const kelp::orb::OptionTable table = kelp::orb::optionTable(options);
+    kelp::orb::OptionTable table = kelp::orb::optionTable(options);
     std::vector<std::string> words = {"session_bench_floor"};
-    for (const auto& [name, value] : table.entries()) {
-        words.push_back("-ORB" + name);
-        words.push_back(value);
+    for (const char*(*option)[2] = table.pairs(); (*option)[0] != nullptr; ++option) {
+        words.push_back(std::string("-ORB") + (*option)[0]);
+        words.emplace_back((*option)[1]);
     }
     std::vector<char*> arguments;
     for (std::string& word : words)

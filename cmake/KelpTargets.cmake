@@ -65,6 +65,6 @@ function(kelp_test name)
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     include(GoogleTest)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}."
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${name}."
         PROPERTIES LABELS "${ARG_KIND}" TIMEOUT ${ARG_TIMEOUT} PROCESSORS ${ARG_PROCESSORS})
 endfunction()

@@ -1,0 +1,29 @@
+"""Prints the failed tests of JUnit reports with what they printed: python3 failed_tests.py REPORT..."""
+
+import sys
+import xml.etree.ElementTree as xml
+
+LONGEST_OUTPUT = 6000
+
+
+def failed_cases(report):
+    for case in xml.parse(report).getroot().iter("testcase"):
+        if case.get("status") == "fail":
+            yield case
+
+
+def main(reports):
+    for report in reports:
+        try:
+            cases = list(failed_cases(report))
+        except (OSError, xml.ParseError) as error:
+            print(f"--- {report}: {error}")
+            continue
+        for case in cases:
+            output = case.findtext("system-out") or ""
+            if len(output) > LONGEST_OUTPUT:
+                output = output[: LONGEST_OUTPUT // 3] + "\n[...]\n" + output[-2 * LONGEST_OUTPUT // 3 :]
+            print(f"--- failed: {case.get('name')} after {case.get('time')} s\n{output}")
+
+
+main(sys.argv[1:])

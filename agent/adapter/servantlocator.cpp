@@ -7,16 +7,14 @@
 
 #include <mtnm/common.h>
 
+#include <string_view>
+
 namespace NS_KELPCORBA {
 namespace {
 
-/// The manager's name that the object id stands for; an id that is no text names no manager.
-CORBA::String_var managerName(const PortableServer::ObjectId& oid) {
-    try {
-        return CORBA::String_var(PortableServer::ObjectId_to_string(oid));
-    } catch (const CORBA::BAD_PARAM&) {
-        throw CORBA::OBJECT_NOT_EXIST();
-    }
+/// The manager's name that the object id stands for, as its bytes; an id that is no text names no manager.
+std::string_view managerName(const PortableServer::ObjectId& oid) {
+    return {reinterpret_cast<const char*>(oid.get_buffer()), oid.length()};
 }
 
 }  // namespace
@@ -29,15 +27,28 @@ PortableServer::Servant TAServantLocator::preinvoke(const PortableServer::Object
         NS_CORBA::TaTrace("[preinvoke] exception for input parameter is null!");
         return nullptr;
     }
-    // a dying POA of some ORBs serves new requests as long as an old one runs
-    if (kelp::orb::isDying(adapter))
+    if (isEnding(adapter))
         throw CORBA::OBJECT_NOT_EXIST();
-    const CORBA::String_var name = managerName(oid);
     SessionMgr* sessions = SessionMgr::Existing();
-    POA_common::Common_I* servant = sessions == nullptr ? nullptr : sessions->pin_servant(name.in());
+    POA_common::Common_I* servant = sessions == nullptr ? nullptr : sessions->pin_servant(managerName(oid));
     if (servant == nullptr)
         throw CORBA::OBJECT_NOT_EXIST();
     return servant;
+}
+
+// A dying POA of some ORBs serves new requests as long as an old one runs.
+bool TAServantLocator::isEnding(PortableServer::POA_ptr adapter) const {
+    return ending_ == Ending::IsTold ? refusing_.load() : kelp::orb::isDying(adapter);
+}
+
+void TAServantLocator::beginRefusing(PortableServer::POA_ptr poa) {
+    try {
+        const PortableServer::ServantManager_var manager = poa->get_servant_manager();
+        if (auto* locator = dynamic_cast<TAServantLocator*>(manager.in()))
+            locator->refusing_ = true;
+    } catch (const PortableServer::POA::WrongPolicy&) {
+        // a POA of another kind has no servant manager
+    }
 }
 
 void TAServantLocator::postinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr, const char*,

@@ -151,6 +151,7 @@ unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
 
 void SessionSource::destroyAdapters(PortableServer::POA_ptr poa) {
     try {
+        TAServantLocator::beginRefusing(poa);
         kelp::orb::beginDestroy(poa);
     } catch (...) {  // whatever it was, the name is given up and the caller sees the exception
         TopPoaNames::giveUp(sessionName_, this);
@@ -178,7 +179,8 @@ unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa) {
     try {
         if (isEquipped(poa))
             return 0;
-        const PortableServer::ServantLocator_var locator = new (std::nothrow) TAServantLocator;
+        const PortableServer::ServantLocator_var locator =
+            new (std::nothrow) TAServantLocator(TAServantLocator::Ending::IsTold);
         if (CORBA::is_nil(locator.in())) {
             tracePoint(kSubject);
             NS_CORBA::TaDebug(1, "[SessionSource::SetServantLocator] Call TAServantLocator::create() failed");

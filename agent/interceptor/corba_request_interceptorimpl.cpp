@@ -58,6 +58,8 @@ void Corba_Request_InterceptorImpl::SetThreadContext(const kelp::orb::RequestInf
 
 void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo* ri) {
     SetThreadContext(ri);
+    if (NS_CORBA::CorbaBaseAgentConfig::Instance()->GetSessionReleaseStrategy() != kReleaseBySilence)
+        return;
     std::string clientKey;
     try {
         clientKey = clientKeyOfRequest();
@@ -74,8 +76,6 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
             "[Server_Request_Interceptor::receive_request] get unknow excpetion while writing request "
             "operation log !");
     }
-    if (NS_CORBA::CorbaBaseAgentConfig::Instance()->GetSessionReleaseStrategy() != kReleaseBySilence)
-        return;
     if (ri == nullptr || isNoActivity(operationOf(*ri)))
         return;
     signalSessions(clientKey);

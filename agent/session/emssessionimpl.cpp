@@ -47,10 +47,10 @@ session::Session_I_ptr EmsSession_IImpl::associatedSession() {
 }
 
 void EmsSession_IImpl::ping() {
-    const std::string greeting =
-        "[EmsSession_IImpl::ping] Greeting From NMS-<" + nmsName(source_.get()) + ">!";
     tracePoint(kSubject);
-    NS_CORBA::TaDebug(3, greeting.c_str());
+    if (NS_CORBA::IsDebugKept(3))
+        NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!",
+                                  nmsName(source_.get()).c_str());
 }
 
 void EmsSession_IImpl::endSession() {

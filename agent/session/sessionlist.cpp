@@ -10,6 +10,7 @@
 #include <ace/Guard_T.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -25,20 +26,33 @@ bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo, con
     return source != nullptr && source->get_ip_and_port() == hostInfo && source->get_user_name() == userName;
 }
 
+std::string clientKeyOf(const SessionSource& source) {
+    return source.get_user_name() + source.get_ip_and_port();
+}
+
 template <class List>
 auto findSession(List& sessions, const std::string& hostInfo, const std::string& userName) {
-    return std::find_if(sessions.begin(), sessions.end(), [&](const EmsSession_IImpl* session) {
-        return belongsTo(session, hostInfo, userName);
+    const std::size_t hash = std::hash<std::string>()(userName + hostInfo);
+    return std::find_if(sessions.begin(), sessions.end(), [&](const auto& each) {
+        return each.clientKeyHash == hash && belongsTo(each.session, hostInfo, userName);
     });
+}
+
+template <class List>
+auto findListed(List& sessions, const EmsSession_IImpl* session) {
+    return std::find_if(sessions.begin(), sessions.end(),
+                        [session](const auto& each) { return each.session == session; });
 }
 
 }  // namespace
 
 int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
+    const SessionSource* source = session->source();
+    const std::size_t hash = source == nullptr ? 0 : std::hash<std::string>()(clientKeyOf(*source));
     {
         const SessionLock lock(sessionLock_);
         if (lock.locked()) {
-            sessions_.push_back(session);
+            sessions_.push_back({hash, session});
         } else {
             tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session failed!");
@@ -54,7 +68,7 @@ int SessionMgr::EraseSessions(const std::list<EmsSession_IImpl*>& sessions) {
     int erased = 0;
     const SessionLock lock(sessionLock_);
     for (EmsSession_IImpl* session : sessions) {
-        const auto found = std::find(sessions_.begin(), sessions_.end(), session);
+        const auto found = findListed(sessions_, session);
         if (found == sessions_.end())
             continue;
         const SessionSource* source = session->source();
@@ -72,7 +86,7 @@ EmsSession_IImpl* SessionMgr::GetNmsSession(const std::string& hostInfo, const s
     const auto found = findSession(sessions_, hostInfo, userName);
     if (found == sessions_.end())
         return nullptr;
-    EmsSession_IImpl* session = *found;
+    EmsSession_IImpl* session = found->session;
     sessions_.erase(found);
     return session;
 }
@@ -81,41 +95,44 @@ EmsSession_IImpl* SessionMgr::GetNmsSessionByNmsInfo(const std::string& hostInfo
                                                      const std::string& userName) {
     const SessionLock lock(sessionLock_);
     const auto found = findSession(sessions_, hostInfo, userName);
-    return found == sessions_.end() ? nullptr : *found;
+    return found == sessions_.end() ? nullptr : found->session;
 }
 
 ServantRef<EmsSession_IImpl> SessionMgr::PinNmsSession(const std::string& hostInfo,
                                                        const std::string& userName) {
     const SessionLock lock(sessionLock_);
     const auto found = findSession(sessions_, hostInfo, userName);
-    return ServantRef<EmsSession_IImpl>::pin(found == sessions_.end() ? nullptr : *found);
+    return ServantRef<EmsSession_IImpl>::pin(found == sessions_.end() ? nullptr : found->session);
 }
 
 std::vector<ServantRef<EmsSession_IImpl>> SessionMgr::PinSessions() {
     std::vector<ServantRef<EmsSession_IImpl>> pinned;
     const SessionLock lock(sessionLock_);
     pinned.reserve(sessions_.size());
-    for (EmsSession_IImpl* session : sessions_)
-        pinned.push_back(ServantRef<EmsSession_IImpl>::pin(session));
+    for (const ListedSession& each : sessions_)
+        pinned.push_back(ServantRef<EmsSession_IImpl>::pin(each.session));
     return pinned;
 }
 
 bool SessionMgr::PinSessionsByClientKey(const std::string& clientKey,
                                         std::vector<ServantRef<EmsSession_IImpl>>& sessions) {
+    const std::size_t hash = std::hash<std::string>()(clientKey);
     const SessionLock lock(sessionLock_);
     if (!lock.locked())
         return false;
-    for (EmsSession_IImpl* session : sessions_) {
-        const SessionSource* source = session->source();
-        if (source != nullptr && source->get_user_name() + source->get_ip_and_port() == clientKey)
-            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(session));
+    for (const ListedSession& each : sessions_) {
+        if (each.clientKeyHash != hash)
+            continue;
+        const SessionSource* source = each.session->source();
+        if (source != nullptr && clientKeyOf(*source) == clientKey)
+            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(each.session));
     }
     return true;
 }
 
 void SessionMgr::Unlist(EmsSession_IImpl* session) {
     const SessionLock lock(sessionLock_);
-    const auto found = std::find(sessions_.begin(), sessions_.end(), session);
+    const auto found = findListed(sessions_, session);
     if (found == sessions_.end())
         return;
     sessions_.erase(found);
@@ -134,8 +151,9 @@ std::size_t SessionMgr::SessionCount() {
 
 bool SessionMgr::isAdminAlreadyLoginIn(const std::string& userName) {
     const SessionLock lock(sessionLock_);
-    return std::any_of(sessions_.begin(), sessions_.end(), [&](const EmsSession_IImpl* session) {
-        return session->source() != nullptr && session->source()->get_user_name() == userName;
+    return std::any_of(sessions_.begin(), sessions_.end(), [&](const ListedSession& each) {
+        const SessionSource* source = each.session->source();
+        return source != nullptr && source->get_user_name() == userName;
     });
 }
 
@@ -145,11 +163,11 @@ SessionSource* SessionMgr::GetSessionSource(EmsSession_IImpl* session) {
 
 void SessionMgr::LogOutEverybody() {
     const SessionLock lock(sessionLock_);
-    for (EmsSession_IImpl* session : sessions_) {
-        if (session->source() != nullptr)
-            session->source()->logOutOnce();
+    for (const ListedSession& each : sessions_) {
+        if (each.session->source() != nullptr)
+            each.session->source()->logOutOnce();
         // the list's reference; kept, the servant would never go
-        session->_remove_ref();
+        each.session->_remove_ref();
     }
     sessions_.clear();
 }

@@ -178,9 +178,7 @@ POA_common::Common_I* SessionMgr::find_servant(const char* name) {
     return found == servants_.end() ? nullptr : found->second;
 }
 
-POA_common::Common_I* SessionMgr::pin_servant(const char* name) {
-    if (name == nullptr)
-        return nullptr;
+POA_common::Common_I* SessionMgr::pin_servant(std::string_view name) {
     const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
     const auto found = servants_.find(name);
     if (found == servants_.end() || found->second == nullptr)
@@ -190,7 +188,7 @@ POA_common::Common_I* SessionMgr::pin_servant(const char* name) {
 }
 
 void SessionMgr::ReleaseServants() {
-    std::map<std::string, POA_common::Common_I*> servants;
+    decltype(servants_) servants;
     {
         const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
         servants.swap(servants_);

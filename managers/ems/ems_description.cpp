@@ -17,8 +17,9 @@ std::string nameWithoutCompany(const std::string& emsName) {
 }  // namespace
 
 emsMgr::EMS_T* describeEms() {
-    const std::string emsName = NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName();
-    const std::string nativeName = nameWithoutCompany(emsName);
+    // the configured name changes only with a restart
+    static const std::string emsName = NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName();
+    static const std::string nativeName = nameWithoutCompany(emsName);
 
     emsMgr::EMS_T_var ems = new emsMgr::EMS_T;
     ems->name.length(1);

@@ -10,9 +10,10 @@ namespace NS_CORBA {
 void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
     std::unique_lock lock(mutex_);
     gate_ = interceptor != nullptr ? Gate::Waiting : Gate::Refusing;
-    interceptor_ = nullptr;
     changed_.notify_all();
     changed_.wait(lock, [this] { return inside_ == 0; });
+    // only now: a request that came in through the open gate reads it without the lock
+    interceptor_ = nullptr;
     if (interceptor != nullptr) {
         interceptor_ = interceptor;
         gate_ = Gate::Open;
@@ -40,6 +41,8 @@ void InterceptionAdapter::admit() {
 }
 
 void InterceptionAdapter::received(const kelp::orb::RequestInfo&) {
+    if (isOpen())
+        return;
     std::unique_lock lock(mutex_);
     waitUntilOpen(lock);
 }
@@ -70,6 +73,10 @@ void InterceptionAdapter::finished(const kelp::orb::RequestInfo&) noexcept {
 }
 
 RequestInterceptorBase* InterceptionAdapter::enter() {
+    ++inside_;
+    if (isOpen())
+        return interceptor_;
+    leave();
     std::unique_lock lock(mutex_);
     waitUntilOpen(lock);
     ++inside_;
@@ -77,14 +84,16 @@ RequestInterceptorBase* InterceptionAdapter::enter() {
 }
 
 void InterceptionAdapter::leave() {
+    if (--inside_ != 0 || isOpen())
+        return;
+    // under the lock: set() either has not looked yet or is waiting already
     const std::lock_guard guard(mutex_);
-    if (--inside_ == 0 && gate_ != Gate::Open)
-        changed_.notify_all();
+    changed_.notify_all();
 }
 
 void InterceptionAdapter::waitUntilOpen(std::unique_lock<std::mutex>& lock) {
     if (gate_ == Gate::Waiting)
-        changed_.wait(lock, [this] { return gate_ != Gate::Waiting; });
+        changed_.wait(lock, [this] { return gate_.load() != Gate::Waiting; });
     if (gate_ == Gate::Refusing)
         throw CORBA::TRANSIENT();
 }

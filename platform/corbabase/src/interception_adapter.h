@@ -3,6 +3,7 @@
 #include <kelp/corbabase/request_interceptor.h>
 #include <kelp/orb/request.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -34,11 +35,16 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
     void leave();
     void waitUntilOpen(std::unique_lock<std::mutex>& lock);
 
+    bool isOpen() const { return gate_.load() == Gate::Open; }
+
     std::mutex mutex_;
     std::condition_variable changed_;
-    Gate gate_ = Gate::Waiting;  // these three are guarded by mutex_
-    RequestInterceptorBase* interceptor_ = nullptr;
-    unsigned inside_ = 0;
+    // Written under mutex_ (inside_ excepted) and read without it, so that requests do not meet at a lock. A
+    // request counts itself in before it looks at the gate, and set() closes the gate before it looks at the
+    // count: one of them sees the other.
+    std::atomic<Gate> gate_{Gate::Waiting};
+    std::atomic<RequestInterceptorBase*> interceptor_{nullptr};
+    std::atomic<unsigned> inside_{0};
 };
 
 }  // namespace NS_CORBA

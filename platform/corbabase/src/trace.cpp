@@ -56,11 +56,11 @@ void guarded(Body body) noexcept {
     }
 }
 
-bool isKept(int level) {
+}  // namespace
+
+bool IsDebugKept(int level) {
     return level <= TraceLog::instance().level();
 }
-
-}  // namespace
 
 TraceRecord* GetTss() {
     static thread_local TraceRecord record;
@@ -81,13 +81,13 @@ void TaTrace(const char* format, ...) {
 }
 
 void TaDebug(int level, const char* text) {
-    if (!isKept(level))
+    if (!IsDebugKept(level))
         return;
     guarded([&] { write(TraceKind::Debug, level, text != nullptr ? text : ""); });
 }
 
 void TaDebugWithPara(int level, const char* format, ...) {
-    if (!isKept(level))
+    if (!IsDebugKept(level))
         return;
     va_list arguments;
     va_start(arguments, format);

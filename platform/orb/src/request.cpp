@@ -6,10 +6,14 @@
 
 namespace kelp::orb {
 
-void RequestRecord::assign(const char* operation, PeerAddress peer, std::string topPoaName) {
+void RequestRecord::assign(const char* operation, const char* peerText, std::string_view topPoaName) {
     operation_ = operation == nullptr ? "" : operation;
-    peer_ = std::move(peer);
-    topPoaName_ = std::move(topPoaName);
+    const std::string_view peer = peerText == nullptr ? "" : peerText;
+    if (peerText_ != peer) {
+        peerText_ = peer;
+        peer_ = parsePeer(peerText_);
+    }
+    topPoaName_ = topPoaName;
 }
 
 char* RequestRecord::operation() const {

@@ -4,13 +4,16 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace kelp::orb {
 
-/// What a transport told of one request.
+/// What a transport told of one request. Records are used again and again, so that a request costs no
+/// allocation and a connection's peer is parsed once.
 class RequestRecord final : public RequestInfo {
   public:
-    void assign(const char* operation, PeerAddress peer, std::string topPoaName);
+    /// `peerText` as the transport has it; null texts count as empty.
+    void assign(const char* operation, const char* peerText, std::string_view topPoaName);
 
     char* operation() const override;
     const PeerAddress& peer() const override { return peer_; }
@@ -18,7 +21,8 @@ class RequestRecord final : public RequestInfo {
 
   private:
     std::string operation_;
-    PeerAddress peer_;
+    std::string peerText_;
+    PeerAddress peer_;  ///< peerText_ parsed
     std::string topPoaName_;
 };
 

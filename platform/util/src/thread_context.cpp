@@ -43,7 +43,8 @@ ThreadContextInfo ThreadContextMgr::GetThreadContext() const {
 }
 
 void ThreadContextMgr::ClearThreadContext() {
-    SetThreadContext(ThreadContextInfo());
+    if (Record* const record = currentRecord())
+        record->info.Clear();
 }
 
 }  // namespace NS_UTIL

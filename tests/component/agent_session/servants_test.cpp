@@ -31,7 +31,7 @@ TEST_F(Servants, AreFoundUnderTheirExactName) {
     EXPECT_EQ(agent.sessions().find_servant("EMS2"), nullptr);
     EXPECT_EQ(agent.sessions().find_servant(""), nullptr);
     EXPECT_EQ(agent.sessions().find_servant(nullptr), nullptr);
-    EXPECT_EQ(agent.sessions().pin_servant(nullptr), nullptr);
+    EXPECT_EQ(agent.sessions().pin_servant(""), nullptr);
     EXPECT_EQ(agent.manager()._refcount_value(), 1u) << "a look-up lends";
 }
 

@@ -15,7 +15,7 @@ ThreadRequests& requests() {
 
 RequestRecord& arrive(const char* operation) {
     RequestRecord& record = requests().arrive();
-    record.assign(operation, kelp::orb::parsePeer("giop:tcp:192.0.2.1:4800"), "EMS<1>");
+    record.assign(operation, "giop:tcp:192.0.2.1:4800", "EMS<1>");
     return record;
 }
 
@@ -40,6 +40,20 @@ TEST(ThreadRequests, ShowTheOneThatArrivedAndThenIsServed) {
     }
     EXPECT_EQ(currentRequest(), nullptr);
     EXPECT_EQ(currentPeer().text, "");
+}
+
+TEST(RequestRecord, TellsOfTheConnectionThatTheRequestCameBy) {
+    RequestRecord record;
+    record.assign("ping", "giop:tcp:192.0.2.1:4800", "EMS<1>");
+    record.assign("getEMS", "giop:tcp:192.0.2.1:4801", "EMS<2>");
+    EXPECT_EQ(record.peer().port, 4801);
+    record.assign("getEMS", "giop:tcp:192.0.2.2:4801", "EMS<2>");
+    EXPECT_EQ(record.peer().text, "192.0.2.2");
+    EXPECT_EQ(record.topPoaName(), "EMS<2>");
+    record.assign(nullptr, nullptr, {});
+    EXPECT_EQ(record.peer().text, "");
+    EXPECT_EQ(record.peer().port, 0);
+    EXPECT_EQ(record.topPoaName(), "");
 }
 
 TEST(ThreadRequests, ForgetTheOneThatIsAnsweredWithoutItsServant) {

@@ -13,10 +13,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace POA_common {
@@ -106,7 +108,7 @@ class SessionMgr : public ACE_Task_Base {
     /// Exact, case-sensitive; borrowed. Null for an unknown or null name.
     POA_common::Common_I* find_servant(const char* name);
     /// find_servant with a reference taken under the servant lock, which the caller must `_remove_ref`.
-    POA_common::Common_I* pin_servant(const char* name);
+    POA_common::Common_I* pin_servant(std::string_view name);
 
     // -- iterators
     // -------------------------------------------------------------------------------------------
@@ -131,6 +133,13 @@ class SessionMgr : public ACE_Task_Base {
     SessionMgr& operator=(const SessionMgr&) = delete;
 
   private:
+    /// A session in the list, with the hash of its user name followed by its host info: a look-up among a
+    /// thousand sessions touches the one it looks for only. 0 for a session without a source.
+    struct ListedSession {
+        std::size_t clientKeyHash;
+        EmsSession_IImpl* session;
+    };
+
     struct EventLoss {
         std::int32_t cleared = 1;
         std::string text1;
@@ -157,7 +166,7 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
     std::list<PortableServer::ServantBase*> iterators_;
-    std::map<std::string, POA_common::Common_I*> servants_;
+    std::map<std::string, POA_common::Common_I*, std::less<>> servants_;
     ACE_RW_Mutex iteratorLock_;
     ACE_Thread_Mutex servantLock_;
     CorbaAgentConfig* agentConfig_ = nullptr;
@@ -167,7 +176,7 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> handlerRegistered_{false};
     ACE_Semaphore exitSemaphore_{0, USYNC_THREAD, nullptr, nullptr, 0x7fffffff};
     ACE_Thread_Manager waitingThreads_;
-    std::list<EmsSession_IImpl*> sessions_;
+    std::vector<ListedSession> sessions_;  ///< oldest first
     std::multiset<EmsSession_IImpl*> waiting_;
     ACE_RW_Mutex sessionLock_;
     /// End of the time that all NMS together get at exit, on the monotonic clock, nanoseconds; 0 before the

@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <exception>
+#include <string_view>
 
 #include "../port_state.h"
 #include "../request_record.h"
@@ -49,7 +50,7 @@ void callHook(const char* point, Call call) {
 
 /// Keys are FF name FF name ... then FE and a random part (transient) or nothing (persistent), 00, object id.
 /// A key of another form belongs to no POA below the root.
-std::string topPoaNameOfKey(const CORBA::Octet* key, int size) {
+std::string_view topPoaNameOfKey(const CORBA::Octet* key, int size) {
     constexpr CORBA::Octet nameMark = 0xff;
     constexpr CORBA::Octet transientMark = 0xfe;
     if (key == nullptr || size < 2 || key[0] != nameMark)
@@ -59,17 +60,16 @@ std::string topPoaNameOfKey(const CORBA::Octet* key, int size) {
         ++end;
     if (end == size)
         return {};
-    return std::string(reinterpret_cast<const char*>(key) + 1, static_cast<std::size_t>(end - 1));
+    return {reinterpret_cast<const char*>(key) + 1, static_cast<std::size_t>(end - 1)};
 }
 
 CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
-    const char* peer = info.peeraddress();
     // a request may also address its target by a whole profile; then there is no key, and no object is found
     const int keySize = info.giop_s.keysize();
     RequestRecord& record = requests.arrive();
-    record.assign(info.operation(), parsePeer(peer == nullptr ? "" : peer),
-                  keySize < 0 ? std::string() : topPoaNameOfKey(info.giop_s.key(), keySize));
+    record.assign(info.operation(), info.peeraddress(),
+                  keySize < 0 ? std::string_view() : topPoaNameOfKey(info.giop_s.key(), keySize));
     RequestHook* hook = theHook.load();
     if (hook == nullptr)
         return true;
@@ -104,7 +104,7 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     // a POA whose servants run on another thread than the one that read the request: never pass the hook by
     if (!requests.hasArrived()) {
         const CORBA::ORB_var orb = PortState::instance().orb();
-        requests.arrive().assign(call->op(), {}, currentTopPoaName(orb.in()));
+        requests.arrive().assign(call->op(), nullptr, currentTopPoaName(orb.in()));
     }
     const ThreadRequests::Serving serving(requests);
     RequestHook* hook = theHook.load();

@@ -1,6 +1,7 @@
 #include <kelp/orb/poas.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <mutex>
@@ -21,10 +22,14 @@ struct Dying {
     bool begun = false;  ///< destroy() has returned
 };
 
+/// Asking about one entry walks through all children of the root, so it is not done for every destruction.
+constexpr std::size_t kPruneAtLeast = 64;
+
 struct DyingPoas {
     std::mutex lock;
     std::list<Dying> entries;
     std::uint64_t numbers = 0;
+    std::size_t pruneAt = kPruneAtLeast;  ///< number of entries from which on those that are gone are sought
 };
 
 // never deleted: the ORB's own threads may still ask while the process ends
@@ -56,12 +61,20 @@ bool isFound(PortableServer::POA_ptr root, const std::string& name) {
     }
 }
 
+/// None when the ORB is down.
+PortableServer::POAList* childrenOf(PortableServer::POA_ptr root) {
+    try {
+        return root->the_children();
+    } catch (const CORBA::Exception&) {
+        return new PortableServer::POAList;
+    }
+}
+
 /// The root lists a child until the last of its calls has ended and the last of its objects is etherealized;
 /// as long as it is listed, create_POA of the same name would wait.
-bool isGone(const Dying& dying) {
+bool isGone(const Dying& dying, PortableServer::POAList& children) {
     try {
-        PortableServer::POAList_var children = dying.root->the_children();
-        for (CORBA::ULong i = 0; i < children->length(); ++i) {
+        for (CORBA::ULong i = 0; i < children.length(); ++i) {
             if (isSame(children[i], dying))
                 return isFound(dying.root.in(), dying.name);
         }
@@ -84,22 +97,36 @@ void erase(std::uint64_t number) {
         dyingPoas().entries.erase(entry);
 }
 
-/// Removes the entries whose POAs are gone and answers whether one of `name` is left. The ORB is asked
-/// outside the lock.
-bool pruneAndFind(const std::string& name) {
+/// Removes those of the entries whose POAs are gone; how many are left. The ORB is asked without the lock.
+std::size_t prune(const std::list<Dying>& seen) {
+    std::size_t left = seen.size();
+    PortableServer::POA_ptr root = PortableServer::POA::_nil();  // owned by the entries
+    PortableServer::POAList_var children;
+    for (const Dying& each : seen) {
+        if (each.root.in() != root) {
+            root = each.root.in();
+            children = childrenOf(root);
+        }
+        if (each.begun && isGone(each, children.inout())) {
+            erase(each.number);
+            --left;
+        }
+    }
+    return left;
+}
+
+/// Prunes when that many have gathered that the cost, spread over them, is small.
+void pruneNowAndThen() {
     std::list<Dying> seen;
     {
         const std::lock_guard<std::mutex> guard(dyingPoas().lock);
+        if (dyingPoas().entries.size() < dyingPoas().pruneAt)
+            return;
         seen = dyingPoas().entries;
     }
-    bool found = false;
-    for (const Dying& each : seen) {
-        if (each.begun && isGone(each))
-            erase(each.number);
-        else
-            found = found || each.name == name;
-    }
-    return found;
+    const std::size_t left = prune(seen);
+    const std::lock_guard<std::mutex> guard(dyingPoas().lock);
+    dyingPoas().pruneAt = std::max(kPruneAtLeast, 2 * left);
 }
 
 /// The root of a POA right below it; nil for any other POA.
@@ -116,7 +143,7 @@ PortableServer::POA_ptr rootAbove(PortableServer::POA_ptr poa) {
 void beginDestroy(PortableServer::POA_ptr poa) {
     if (CORBA::is_nil(poa))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-    pruneAndFind({});
+    pruneNowAndThen();
     Dying dying;
     dying.root = rootAbove(poa);
     if (CORBA::is_nil(dying.root.in())) {
@@ -147,7 +174,15 @@ void beginDestroy(PortableServer::POA_ptr poa) {
 }
 
 bool isNameDying(const std::string& name) {
-    return pruneAndFind(name);
+    std::list<Dying> seen;
+    {
+        const std::lock_guard<std::mutex> guard(dyingPoas().lock);
+        for (const Dying& each : dyingPoas().entries) {
+            if (each.name == name)
+                seen.push_back(each);
+        }
+    }
+    return prune(seen) != 0;
 }
 
 bool waitUntilGone(const std::string& name, std::chrono::milliseconds limit) {

@@ -22,6 +22,8 @@ KELP_EXPORT TraceRecord* GetTss();
 /// Lifecycle events and errors. `format` is a printf format of this product's own; peers' texts only as
 /// arguments.
 KELP_EXPORT void TaTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/// True when diagnostics of this level (0 to 3) are kept; for those whose text costs something to make.
+KELP_EXPORT bool IsDebugKept(int level);
 /// A diagnostic, kept when `level` (0 to 3) is at most the configured level. `text` is no format.
 KELP_EXPORT void TaDebug(int level, const char* text);
 KELP_EXPORT void TaDebugWithPara(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));

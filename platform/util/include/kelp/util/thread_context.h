@@ -16,6 +16,13 @@ class KELP_EXPORT ThreadContextInfo {
     void SetOperUUID(const std::string& uuid) { operUuid_ = uuid; }
     const std::string& GetOperUUID() const { return operUuid_; }
 
+    /// As newly made; the texts keep their room for the next request.
+    void Clear() {
+        threadId_ = 0;
+        interfaceName_.clear();
+        operUuid_.clear();
+    }
+
   private:
     int threadId_ = 0;
     std::string interfaceName_;

@@ -27,6 +27,7 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -66,6 +67,12 @@ struct AgentOptions {
         return changed;
     }
 };
+
+/// How GoogleTest names a test with these options.
+inline void PrintTo(const AgentOptions& options, std::ostream* out) {
+    *out << "strategy " << options.releaseStrategy << ", ping mode " << (options.pingMode ? "on" : "off")
+         << (options.reuse ? ", reuse" : "");
+}
 
 /// The error code that a ProcessingFailureException carries. Without a catalogue its reason begins with the
 /// code in brackets.

@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 #include <kelp/orb/poas.h>
 
-#include "adapter/servantlocator.h"
+#include <chrono>
+#include <thread>
+
 #include "adapter/toppoanames.h"
 #include "source_fixture.h"
+#include "support/threads_asleep.h"
 #include "support/trace_trigger.h"
 
 namespace {
@@ -346,11 +349,14 @@ TEST_F(SessionPoas, NamesAreWaitedForUntilTheyAreGivenUp) {
     bool isFree = false;
     std::thread waiting([&] {
         isFree =
-            TopPoaNames::waitUntilFree("name", std::chrono::steady_clock::now() + std::chrono::seconds(30));
+            TopPoaNames::waitUntilFree("name", std::chrono::steady_clock::now() + std::chrono::seconds(60));
     });
+    EXPECT_TRUE(waitUntil(allOthersSleep));
+    const auto begin = std::chrono::steady_clock::now();
     TopPoaNames::giveUp("name", source.get());
     waiting.join();
     EXPECT_TRUE(isFree);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30)) << "it slept on";
 }
 
 }  // namespace

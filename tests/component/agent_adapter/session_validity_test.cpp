@@ -28,8 +28,9 @@ class SessionValidity : public SourceFixture {
     void refuse() { agent_.nms()->answer = NmsServant::Answer::Refuse; }
     void answer() { agent_.nms()->answer = NmsServant::Answer::Normally; }
     bool isTornDown() {
-        return agent_.liveLogins(agent_.nms()) == 0 &&
-               isGoneFromRoot(sessionNameText("admin", agent_.nms().hostInfo()));
+        const std::string name = sessionNameText("admin", agent_.nms().hostInfo());
+        return agent_.liveLogins(agent_.nms()) == 0 && isGoneFromRoot(name) &&
+               waitUntil([&] { return !kelp::orb::isNameDying(name); });
     }
     bool isUntouched() {
         const PortableServer::POA_var top = source_->get_POA();

@@ -114,8 +114,11 @@ TEST(ExitThread, DoesNotWaitSilentlyForADeadNms) {
     const auto session = agent.listed(agent.nms());
     loseNms(*session->source(), 6);
     ASSERT_EQ(session->source()->get_state(), SilentWaiting);
+    const int pings = agent.nms()->pings;
     agent.requestExit();
     agent.endSessions();
+    EXPECT_EQ(session->source()->get_state(), Invalid);
+    EXPECT_EQ(agent.nms()->pings, pings) << "it is given up at once, in the first round";
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
     EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
     EXPECT_TRUE(agent.waitingThreadsLeave());

@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 #include <kelp/corbabase/ref_count.h>
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "adapter/sessionsource.h"
 #include "session/waitingthreads.h"
 #include "support/agent_fixture.h"
+#include "support/threads_asleep.h"
 #include "support/trace_capture.h"
 
 namespace {
@@ -22,19 +20,6 @@ using namespace std::chrono_literals;
 
 constexpr const char* kExitLine = "[SilentWaiting:] Detection Thread now Exit!!\n";
 constexpr int kForEver = 86400;
-
-/// True when every other thread of this process sleeps: those that wait have come to their wait.
-bool allOthersSleep() {
-    const std::filesystem::path self("/proc/self/task/" + std::to_string(::gettid()));
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string stat;
-        std::getline(std::ifstream(task.path() / "stat"), stat);
-        const std::size_t afterName = stat.rfind(") ");
-        if (task.path() != self && afterName != std::string::npos && stat[afterName + 2] != 'S')
-            return false;
-    }
-    return true;
-}
 
 /// Polls while calls go on; true when `condition` came true within the time.
 template <class Call, class Condition>

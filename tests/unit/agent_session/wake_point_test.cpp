@@ -158,4 +158,31 @@ TEST_F(WakePointTest, ServesSeveralWaiters) {
     EXPECT_EQ(woken, 3);
 }
 
+TEST_F(WakePointTest, EndsNothingOnceASignalHasCome) {
+    std::atomic<bool> stop{false};
+    std::atomic<std::uint64_t> signals{0};
+    std::thread nms([&] {
+        while (!stop) {
+            point_.signalActivity();
+            ++signals;
+        }
+    });
+    // both questions are asked under the lock; between them at most the count of an earlier signal is late
+    std::uint64_t signalsBefore = 0;
+    for (int i = 0; i < 20000 && !HasFailure(); ++i) {
+        point_.wait(
+            0, seen_,
+            [&] {
+                signalsBefore = signals;
+                return true;
+            },
+            [&] {
+                EXPECT_LE(signals - signalsBefore, 1u) << "ended in spite of a signal";
+                return true;
+            });
+    }
+    stop = true;
+    nms.join();
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 #include "corbaenv/agentserverfacade.h"
 
+#include "config/rereading.h"
 #include "util/tracepoint.h"
 
 #include <kelp/agent/corba_agent_config.h>
@@ -49,6 +50,7 @@ int prepare() {
         return failed("[AgentServerFacade::Init] Initialize CorbaBaseAgentConfig Failed!");
     if (!CorbaAgentConfig::Instance()->Init())
         return failed("[AgentServerFacade::Init] Initialize CorbaAgentConfig Failed!");
+    OptionsRereading::instance().begin();
     if (!CorbaAgentConfig::Instance()->InitEmsSessionFactoryIImplObj())
         return failed("[AgentServerFacade::Init] Call InitEmsSessionFactoryIImplObj Failed!");
     return holdCallers();

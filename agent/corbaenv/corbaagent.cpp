@@ -1,5 +1,6 @@
 #include "corbaenv/corbaagent.h"
 
+#include "config/rereading.h"
 #include "corbaenv/agent_state.h"
 #include "corbaenv/agentserverfacade.h"
 #include "corbaenv/containment.h"
@@ -200,6 +201,7 @@ void CorbaAgentFacade::Fini() {
     destroyStep([] { NS_CORBA::CorbaSecurityMgr::Destroy(); });
     destroyStep([] { NS_CORBA::EventMgr::Destroy(); });
     destroyStep([] { NS_CORBA::SuppilerMgr::Destroy(); });
+    destroyStep([] { OptionsRereading::instance().end(); });
     // while the ORB that its reference belongs to is there
     destroyStep([] { CorbaAgentConfig::Destroy(); });
     destroyStep([] { NS_CORBA::AgentServer::Destroy(); });

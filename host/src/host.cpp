@@ -145,6 +145,7 @@ void reloadConfiguration() {
         return;
     util::TraceLog::instance().setLevel(static_cast<int>(ConfigStore::instance().integer("trace.level")));
     trace(__LINE__, "the configuration has been read again");
+    NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
 }
 
 void runUntilStopped(SignalWatch& signals) {

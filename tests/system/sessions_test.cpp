@@ -83,6 +83,28 @@ TEST_F(Sessions, SecondLoginFromSameNmsGetsTheFirstSessionUnderTheReuseRule) {
     EXPECT_TRUE(nms.hasSession(0));
 }
 
+TEST_F(Sessions, ReuseRuleHoldsFromTheHostsRereadingOn) {
+    host.start();
+    NmsProcess nms(host);
+    nms.logIn(0, "alice");
+    host.set("agent", "bUseBTName", 1);
+    host.reconfigure();
+    // the option takes effect right after the line, on a thread of its own
+    EXPECT_TRUE(eventually([&] {
+        const std::string before = nms.sessionReference(0);
+        nms.logIn(0, "alice");
+        return nms.sessionReference(0) == before;
+    }));
+
+    host.set("agent", "bUseBTName", quoted("yes")).set("session", "ping_interval_s", 0);
+    host.reconfigure();
+    EXPECT_TRUE(host.log().waitFor("the configuration is kept as it was"));
+    EXPECT_TRUE(host.log().waitFor("session.ping_interval_s"));
+    const std::string session = nms.sessionReference(0);
+    nms.logIn(0, "alice");
+    EXPECT_EQ(nms.sessionReference(0), session);
+}
+
 TEST_F(Sessions, WrongPasswordAndUnknownUserAreRefusedAlike) {
     host.start();
     NmsProcess nms(host);

@@ -2,6 +2,7 @@
 
 #include "corbaenv/agentserverfacade.h"
 
+#include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>
 
 #include <fstream>
@@ -10,6 +11,7 @@
 
 #include "agent_fixture.h"
 #include "faulty_platform.h"
+#include "support/wait_until.h"
 
 namespace kelp::test {
 namespace {
@@ -49,6 +51,24 @@ TEST_F(AgentStart, WithoutManagerInterfacesRuns) {
     EXPECT_NE(NS_CORBA::SuppilerMgr::Instance()->GetCallBack(), nullptr);
     EXPECT_NE(NS_KELPCORBA::AgentState::instance().monitorGroup, -1);
     EXPECT_EQ(NS_KELPCORBA::AgentState::instance().threads.count_threads(), 1u);
+}
+
+TEST_F(AgentStart, ReadsTheOptionsAgainWheneverTheHostHas) {
+    using NS_BUNDLEMGR1::LightEventMgr;
+    configureAgent("", freePort(), "[agent]\nCachesize = 5\n");
+    ASSERT_TRUE(start());
+    auto* options = NS_KELPCORBA::CorbaAgentConfig::Instance();
+    EXPECT_EQ(options->GetCachesize(), 5);
+    configureAgent("", freePort(), "[agent]\nCachesize = 6\n");
+    LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kUserStateChangeEvent);
+    EXPECT_EQ(options->GetCachesize(), 5);
+    LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
+    EXPECT_TRUE(waitUntil([&] { return options->GetCachesize() == 6; }));
+    stop();
+    // nobody is left to make the options again
+    LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
+    LightEventMgr::Instance()->Stop();
+    EXPECT_EQ(trace_.count("[CorbaAgentConfig::GetOption] Get bUseBTName_Option failed!"), 2u);
 }
 
 TEST_F(AgentStart, TracesEachOfItsOperations) {

@@ -146,6 +146,11 @@ int Host::startToFail() {
     return waitExit();
 }
 
+void Host::reconfigure() {
+    writeConfiguration();
+    process_->signal(SIGHUP);
+}
+
 void Host::terminate() {
     process_->signal(SIGTERM);
 }

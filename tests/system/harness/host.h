@@ -43,6 +43,8 @@ class Host {
     /// Starts it to see it fail: its exit code.
     int startToFail();
 
+    /// Writes what set() has changed and tells the host to read its configuration again (SIGHUP).
+    void reconfigure();
     /// Tells the host to stop (SIGTERM).
     void terminate();
     /// Its exit code; throws when it does not end within the deadline.

@@ -35,6 +35,9 @@ class KELP_EXPORT LightEventHandler : public ACE_Event_Handler {
 /// (user name).
 inline constexpr int kUserStateChangeEvent = 119;
 
+/// Number of the event "the host has read the configuration again": no values.
+inline constexpr int kConfigurationReadEvent = 1;
+
 /// In-process events by number, delivered to registered handlers on a thread of its own, in order.
 class KELP_EXPORT LightEventMgr {
   public:

@@ -26,8 +26,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>

@@ -1,0 +1,150 @@
+# An NMS on an ORB of another make, which goes through the steps it is given and says what it sees, a line a step.
+#
+#   tclsh nms.tcl TYPES PORT STEP...
+#
+# TYPES is the Tcl file of the IDL's types, PORT that of the naming service. Steps, each with its line:
+#   version                    "version <text>"
+#   login USER PASSWORD        "login ok", or "login refused <exception type> <reason>"
+#   managers                   "managers <names>"
+#   ems                        "ems <EMS name> <native name>"
+#   lacking                    "lacking <exception type>"    an operation that the EMS does not have
+#   ping                       "ping ok"
+#   pinged N                   "pinged"                      when the EMS has called ping N times
+#   ended                      "ended"                       when the EMS has called endSession
+#   end                        "end ok"
+# What goes otherwise ends the NMS with a line "failed <step> <what>" and exit code 1.
+
+package require combat
+
+set steps [lassign $argv types port]
+corba::init -ORBHostName 127.0.0.1
+source $types
+
+itcl::class Nms {
+    inherit PortableServer::ServantBase
+    public variable associatedSession 0
+    public method _Interface {} { return "IDL:mtnm.tmforum.org/nmsSession/NmsSession_I:1.0" }
+    public method ping {} { incr ::pings }
+    public method endSession {} { set ::ended 1 }
+    public method eventLossOccurred {startTime notificationId} {}
+    public method eventLossCleared {endTime} {}
+    public method alarmLossOccurred {startTime notificationId} {}
+}
+
+set pings 0
+set ended 0
+
+# A reference whose type its peer does not tell: from a corbaloc, or out of a general interface.
+proc narrowed {reference id} {
+    if {![$reference _is_a $id]} { error "the object is no $id" }
+    [::Combat::CORBA::ORB::GetObjFromRef $reference] configure -type_id $id
+    return $reference
+}
+
+proc say {args} {
+    puts [join $args " "]
+    flush stdout
+}
+
+# "<exception type> <reason>" of a ProcessingFailureException; other failures as they are.
+proc failure {result} {
+    lassign $result id members
+    if {$id ne "IDL:mtnm.tmforum.org/globaldefs/ProcessingFailureException:1.0"} { return $result }
+    return "[dict get $members exceptionType] [dict get $members errorReason]"
+}
+
+proc until {condition} {
+    while {![uplevel #0 [list expr $condition]]} {
+        after 20 {set ::turn 1}
+        vwait ::turn
+    }
+}
+
+proc findFactory {port} {
+    set naming [narrowed [corba::string_to_object "corbaloc::127.0.0.1:$port/NameService"] \
+        "IDL:omg.org/CosNaming/NamingContext:1.0"]
+    set path {}
+    foreach {id kind} {TMF_MTNM Class Kelp Vendor Kelp/EMS EmsInstance 3_5 Version Kelp/EMS EmsSessionFactory_I} {
+        lappend path [list id $id kind $kind]
+    }
+    # the EMS enters itself with its monitor's first round
+    while {[catch {$naming resolve $path} factory]} {
+        if {[lindex $factory 0] ne "IDL:omg.org/CosNaming/NamingContext/NotFound:1.0"} { error $factory }
+        after 100
+    }
+    return [narrowed $factory "IDL:mtnm.tmforum.org/emsSessionFactory/EmsSessionFactory_I:1.0"]
+}
+
+proc makeNms {} {
+    set poa [corba::resolve_initial_references RootPOA]
+    set servant [Nms #auto]
+    set reference [$poa id_to_reference [$poa activate_object $servant]]
+    [$poa the_POAManager] activate
+    return $reference
+}
+
+proc manager {} {
+    $::session getManager EMS general
+    return [narrowed $general "IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0"]
+}
+
+proc take {step stepsLeft} {
+    upvar $stepsLeft steps
+    switch -- $step {
+        version { say version [$::factory getVersion] }
+        login {
+            set steps [lassign $steps user password]
+            if {[catch {$::factory getEmsSession $user $password $::nms ::session} result]} {
+                say login refused [failure $result]
+            } else {
+                say login ok
+            }
+        }
+        managers {
+            $::session getSupportedManagers names
+            say managers $names
+        }
+        ems {
+            [manager] getEMS ems
+            say ems [dict get [lindex [dict get $ems name] 0] value] [dict get $ems nativeEMSName]
+        }
+        lacking {
+            if {![catch {[manager] getAllTopLevelTopologicalLinks 5 links iterator} result]} {
+                error "the operation did something"
+            }
+            say lacking [lindex [failure $result] 0]
+        }
+        ping {
+            $::session ping
+            say ping ok
+        }
+        pinged {
+            set steps [lassign $steps count]
+            until "\$::pings >= $count"
+            say pinged
+        }
+        ended {
+            until {$::ended}
+            say ended
+        }
+        end {
+            $::session endSession
+            say end ok
+        }
+        default { error "no such step" }
+    }
+}
+
+set step start
+if {[catch {
+    set factory [findFactory $port]
+    set nms [makeNms]
+    while {[llength $steps] > 0} {
+        set steps [lassign $steps step]
+        take $step steps
+    }
+} result]} {
+    say failed $step $result
+    exit 1
+}
+exit 0

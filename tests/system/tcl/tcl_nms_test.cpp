@@ -1,0 +1,97 @@
+// The product as an NMS on another ORB sees it: the Tcl ORB, which shares no code with ours.
+
+#include "harness/host.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace kelp::test {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr const char* kSessionGone = "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<127.0.0.1:";
+
+class TclNms : public testing::Test {
+  protected:
+    void SetUp() override {
+        host.addUser("alice");
+        host.set("session", "ping_interval_s", 1);
+    }
+
+    /// Starts an NMS that goes through the steps.
+    void begin(std::vector<std::string> steps) {
+        steps.insert(steps.begin(), {TCL_NMS, TCL_TYPES, std::to_string(host.namingPort())});
+        Launch launch = host.launch(TCLSH, std::move(steps));
+        launch.output = said.file();
+        nms.emplace(launch);
+    }
+    /// What an NMS said that went through its steps to the end.
+    std::vector<std::string> through(std::vector<std::string> steps) {
+        begin(std::move(steps));
+        EXPECT_EQ(nms->waitExit(), 0) << said.text();
+        return lines();
+    }
+    std::vector<std::string> lines() {
+        std::vector<std::string> result;
+        std::istringstream in(said.text());
+        for (std::string line; std::getline(in, line);)
+            result.push_back(line);
+        return result;
+    }
+
+    Host host;
+    LogFile said{host.scratch("said")};
+    std::optional<ChildProcess> nms;
+};
+
+TEST_F(TclNms, FindsTheFactoryInTheNamingServiceAndAsksItsVersion) {
+    host.start();
+    EXPECT_THAT(through({"version"}), ElementsAre("version 3.5"));
+}
+
+TEST_F(TclNms, IsRefusedWithAWrongPassword) {
+    host.start();
+    EXPECT_THAT(
+        through({"login", "alice", "wrong"}),
+        ElementsAre("login refused EXCPT_ACCESS_DENIED (76545955) The user name or the password is wrong."));
+}
+
+TEST_F(TclNms, LogsInUsesAManagerAndLeaves) {
+    host.start();
+    EXPECT_THAT(through({"login", "alice", Host::kPassword, "managers", "ems", "lacking", "ping", "end"}),
+                ElementsAre("login ok", "managers EMS", "ems Kelp/EMS EMS", "lacking EXCPT_NOT_IMPLEMENTED",
+                            "ping ok", "end ok"));
+    EXPECT_TRUE(host.log().waitFor(kSessionGone));
+}
+
+TEST_F(TclNms, IsPingedByTheEms) {
+    host.start();
+    EXPECT_THAT(through({"login", "alice", Host::kPassword, "pinged", "2", "end"}),
+                ElementsAre("login ok", "pinged", "end ok"));
+}
+
+TEST_F(TclNms, IsToldWhenTheEmsStops) {
+    host.start();
+    begin({"login", "alice", Host::kPassword, "ended"});
+    EXPECT_TRUE(said.waitFor("login ok"));
+    EXPECT_EQ(host.stop(), 0);
+    EXPECT_EQ(nms->waitExit(), 0);
+    EXPECT_THAT(lines(), ElementsAre("login ok", "ended"));
+}
+
+TEST_F(TclNms, ThatDiesIsGivenUp) {
+    host.start();
+    begin({"login", "alice", Host::kPassword, "ended"});
+    EXPECT_TRUE(said.waitFor("login ok"));
+    nms->kill();
+    EXPECT_TRUE(host.log().waitFor(kSessionGone));
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -137,8 +137,10 @@ char* EmsSessionFactory_IImpl::getVersion() {
 void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* password,
                                             nmsSession::NmsSession_I_ptr client,
                                             emsSession::EmsSession_I_out emsSessionInterface) {
-    if (user == nullptr || password == nullptr || CORBA::is_nil(client))
+    if (user == nullptr || password == nullptr || CORBA::is_nil(client)) {
         ThrowException(kNullInput);
+        return;
+    }
     try {
         LogIn logIn{user, password, client, hostInfoOf(client), {}};
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);

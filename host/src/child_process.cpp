@@ -48,6 +48,7 @@ std::string reason(const std::string& doing, int problem) {
 /// The texts as exec takes them, with a null at the end; valid as long as they are.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts)
         pointers.push_back(text.data());
     pointers.push_back(nullptr);
@@ -61,7 +62,7 @@ std::filesystem::path findProgram(const std::string& name) {
     std::istringstream folders(std::string(path == nullptr ? "" : path) +
                                ":/usr/bin:/usr/sbin:/usr/local/bin");
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::filesystem::path program = std::filesystem::path(folder) / name;
+        std::filesystem::path program = std::filesystem::path(folder) / name;
         if (!folder.empty() && ::access(program.c_str(), X_OK) == 0)
             return program;
     }

@@ -27,9 +27,10 @@ struct ConfigStore::State {
         file = from;
     }
     std::vector<ConfigProblem> takeOver(ConfigDocument&& read, const std::filesystem::path& from) {
-        if (read.problems.empty())
-            replace(std::move(read), from);
-        return read.problems;
+        if (!read.problems.empty())
+            return std::move(read.problems);
+        replace(std::move(read), from);
+        return {};
     }
 };
 

@@ -13,7 +13,7 @@ namespace {
 using Bytes = CdrReader::Bytes;
 
 /// The longest stringified reference that is looked at, in bytes of content. Real ones have some hundred.
-constexpr std::size_t contentMax = 64 * 1024;
+constexpr std::size_t contentMax = std::size_t{64} * 1024;
 /// The longest host name of the DNS, and more than any numeric address.
 constexpr std::size_t hostMax = 255;
 

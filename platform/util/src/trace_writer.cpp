@@ -109,7 +109,7 @@ void TraceWriter::attempt(OpenSink& open, const std::function<void()>& access) {
     }
 }
 
-StampedLine TraceWriter::ownLine(std::string text) {
+StampedLine TraceWriter::ownLine(const std::string& text) {
     StampedLine made;
     made.line.file = "tracelog";
     made.line.function = "unknown";

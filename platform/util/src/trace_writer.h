@@ -38,7 +38,7 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
     void writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost);
     /// Does one thing to a sink. Its first failure is told on standard error, further ones are counted.
     static void attempt(OpenSink& open, const std::function<void()>& access);
-    static StampedLine ownLine(std::string text);
+    static StampedLine ownLine(const std::string& text);
 
     std::atomic<std::uint64_t>& dropped_;
     std::vector<OpenSink> sinks_;  ///< the thread's

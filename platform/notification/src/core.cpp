@@ -1,0 +1,157 @@
+#include "core.h"
+
+#include <kelp/orb/timeouts.h>
+
+#include <algorithm>
+
+namespace kelp::notification {
+
+namespace {
+
+using CosNotifyChannelAdmin::AdminLimitExceeded;
+
+AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
+    CosNotifyChannelAdmin::AdminLimit told;
+    told.name = CORBA::string_dup(name);
+    told.value <<= CORBA::Long(limit);
+    return AdminLimitExceeded(told);
+}
+
+}  // namespace
+
+ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener)
+    : poa_(PortableServer::POA::_duplicate(poa)),
+      settings_(settings),
+      dispatcher_(settings.deliveryThreadsMax, settings.slowThreads),
+      listener_(listener) {}
+
+CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant) {
+    const PortableServer::ServantBase_var handedOver = servant;
+    const PortableServer::ObjectId_var id = poa_->activate_object(servant);
+    return poa_->id_to_reference(id.in());
+}
+
+void ChannelCore::deactivate(PortableServer::Servant servant) {
+    try {
+        const PortableServer::ObjectId_var id = poa_->servant_to_id(servant);
+        poa_->deactivate_object(id.in());
+    } catch (const PortableServer::POA::ServantNotActive&) {
+        // another thread was first
+    } catch (const PortableServer::POA::ObjectNotActive&) {
+        // likewise
+    } catch (const CORBA::SystemException&) {
+        // the adapter has gone, and all objects with it
+    }
+}
+
+void ChannelCore::push(const EventPtr& event) {
+    const std::lock_guard order(intake_);
+    std::shared_ptr<const Outlets> outlets;
+    {
+        const std::lock_guard guard(mutex_);
+        outlets = outlets_;
+    }
+    const kelp::orb::ScopedThreadTimeout limit(settings_.delivery.pushTimeout);
+    for (const std::shared_ptr<Outlet>& each : *outlets)
+        each->take(event);
+}
+
+void ChannelCore::tellLost(const Event& first) {
+    LossListener* listener = nullptr;
+    {
+        const std::lock_guard guard(mutex_);
+        listener = listener_;
+    }
+    if (listener != nullptr)
+        listener->eventsLost(first.body);
+}
+
+void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
+    std::size_t count = 0;
+    {
+        const std::lock_guard guard(mutex_);
+        if (stopped_)
+            throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+        const auto changed = std::make_shared<Outlets>(*outlets_);
+        changed->push_back(outlet);
+        count = changed->size();
+        outlets_ = changed;
+    }
+    dispatcher_.serveConsumers(count);
+}
+
+void ChannelCore::removeOutlet(const Outlet* outlet) {
+    const std::lock_guard guard(mutex_);
+    const auto changed = std::make_shared<Outlets>(*outlets_);
+    std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
+    outlets_ = changed;
+}
+
+std::vector<std::shared_ptr<Outlet>> ChannelCore::outlets() const {
+    const std::lock_guard guard(mutex_);
+    return *outlets_;
+}
+
+std::size_t ChannelCore::queueLimit(const Qos& qos) const {
+    std::size_t limit = settings_.queueEventsMax;
+    const auto narrow = [&limit](std::int32_t other) {
+        if (other > 0)
+            limit = std::min(limit, static_cast<std::size_t>(other));
+    };
+    narrow(qos.maxEventsPerConsumer);
+    narrow(limits().maxQueueLength);
+    return limit;
+}
+
+AdminLimits ChannelCore::limits() const {
+    const std::lock_guard guard(mutex_);
+    return limits_;
+}
+
+void ChannelCore::changeLimits(const CosNotification::AdminProperties& wanted) {
+    {
+        const std::lock_guard guard(mutex_);
+        limits_ = changedLimits(limits_, wanted);
+    }
+    for (const std::shared_ptr<Outlet>& each : outlets())
+        each->applyQos(each->qos.get());
+}
+
+void ChannelCore::takeConsumerPlace() {
+    const std::lock_guard guard(mutex_);
+    if (limits_.maxConsumers > 0 && consumers_ >= limits_.maxConsumers)
+        throw exceeded(CosNotification::MaxConsumers, limits_.maxConsumers);
+    ++consumers_;
+}
+
+void ChannelCore::giveConsumerPlace() {
+    const std::lock_guard guard(mutex_);
+    --consumers_;
+}
+
+void ChannelCore::takeSupplierPlace() {
+    const std::lock_guard guard(mutex_);
+    if (limits_.maxSuppliers > 0 && suppliers_ >= limits_.maxSuppliers)
+        throw exceeded(CosNotification::MaxSuppliers, limits_.maxSuppliers);
+    ++suppliers_;
+}
+
+void ChannelCore::giveSupplierPlace() {
+    const std::lock_guard guard(mutex_);
+    --suppliers_;
+}
+
+void ChannelCore::stop() {
+    std::shared_ptr<const Outlets> outlets;
+    {
+        const std::lock_guard guard(mutex_);
+        stopped_ = true;
+        listener_ = nullptr;
+        outlets = std::exchange(outlets_, std::make_shared<const Outlets>());
+    }
+    for (const std::shared_ptr<Outlet>& each : *outlets)
+        each->close();
+    dispatcher_.stop();
+}
+
+}  // namespace kelp::notification

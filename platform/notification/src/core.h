@@ -1,0 +1,70 @@
+#pragma once
+
+#include <kelp/notification/channel.h>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "dispatcher.h"
+#include "outlet.h"
+#include "qos.h"
+
+namespace kelp::notification {
+
+/// What the channel's objects share: the outlets, the delivery threads, the object adapter, the limits. Lives
+/// until the last servant that refers to it has gone.
+class ChannelCore {
+  public:
+    ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener);
+
+    Dispatcher& dispatcher() { return dispatcher_; }
+    const ChannelSettings& settings() const { return settings_; }
+
+    // -- objects
+    /// Activates a servant and hands it over to the adapter; its reference.
+    CORBA::Object_ptr activate(PortableServer::Servant servant);
+    /// Takes the servant's object away; harmless when it is away already.
+    void deactivate(PortableServer::Servant servant);
+
+    // -- events
+    void push(const EventPtr& event);
+    void tellLost(const Event& first);
+    void addOutlet(const std::shared_ptr<Outlet>& outlet);
+    void removeOutlet(const Outlet* outlet);
+    std::vector<std::shared_ptr<Outlet>> outlets() const;
+    /// Most events that a queue with these qualities may hold.
+    std::size_t queueLimit(const Qos& qos) const;
+
+    // -- limits
+    AdminLimits limits() const;
+    void changeLimits(const CosNotification::AdminProperties& wanted);
+    /// A place for one more consumer or supplier; throws AdminLimitExceeded.
+    void takeConsumerPlace();
+    void giveConsumerPlace();
+    void takeSupplierPlace();
+    void giveSupplierPlace();
+
+    /// What suppliers have said that they offer.
+    TypeList offered;
+
+    /// No event is taken in or delivered from here on; blocked pulls end.
+    void stop();
+
+  private:
+    using Outlets = std::vector<std::shared_ptr<Outlet>>;
+
+    PortableServer::POA_var poa_;
+    const ChannelSettings settings_;
+    Dispatcher dispatcher_;
+    mutable std::mutex mutex_;  // guards what follows
+    LossListener* listener_;
+    std::shared_ptr<const Outlets> outlets_ = std::make_shared<const Outlets>();
+    AdminLimits limits_;
+    std::int32_t consumers_ = 0;
+    std::int32_t suppliers_ = 0;
+    bool stopped_ = false;
+    std::mutex intake_;  // one event after the other, so that every consumer gets them in the same order
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+
+#include <cos/CosNotification.h>
+
+#include <chrono>
+#include <memory>
+
+namespace kelp::notification {
+
+/// An event from its taking-in on: never changed, shared by all queues.
+struct Event {
+    CosNotification::StructuredEvent body;
+    std::chrono::steady_clock::time_point taken;
+};
+using EventPtr = std::shared_ptr<const Event>;
+
+EventPtr takeIn(const CosNotification::StructuredEvent& body);
+/// An Any that holds a structured event is that event; any other becomes the remainder of the body of an
+/// event of type "%ANY" (Notification Service 2.1.4).
+EventPtr takeIn(const CORBA::Any& any);
+/// The other way round.
+CORBA::Any asAny(const Event& event);
+
+}  // namespace kelp::notification

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cos/CosNotifyChannelAdmin.h>
+#include <cos/CosNotifyFilter.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace kelp::notification {
+
+/// The filters of an admin or a proxy. An event passes when one of them matches, or when there is none.
+/// Thread safe; no lock is held while a filter is asked, as it may live in another process: limit the
+/// thread's calls.
+class FilterList {
+  public:
+    enum class Verdict { NoFilter, Passes, Fails };
+
+    /// BAD_PARAM for a nil filter, NO_RESOURCES for one too many.
+    CosNotifyFilter::FilterID add(CosNotifyFilter::Filter_ptr filter);
+    /// These two throw FilterNotFound.
+    void remove(CosNotifyFilter::FilterID id);
+    CosNotifyFilter::Filter_ptr get(CosNotifyFilter::FilterID id) const;
+    CosNotifyFilter::FilterIDSeq* ids() const;
+    void clear();
+
+    /// A filter that cannot be asked does not match.
+    Verdict judge(const CosNotification::StructuredEvent& event) const;
+
+  private:
+    using Filters = std::map<CosNotifyFilter::FilterID, CosNotifyFilter::Filter_var>;
+    std::shared_ptr<const Filters> current() const;
+
+    mutable std::mutex mutex_;
+    std::shared_ptr<const Filters> filters_ = std::make_shared<const Filters>();  // guarded by mutex_
+    CosNotifyFilter::FilterID lastId_ = 0;                                        // likewise
+};
+
+/// True when the event passes the filters of an admin and of one of its proxies: both groups or one of them,
+/// as the admin was made. A group without a filter leaves the choice to the other.
+bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList& ofAdmin,
+                    const FilterList& ofProxy, const CosNotification::StructuredEvent& event);
+
+}  // namespace kelp::notification

@@ -1,0 +1,132 @@
+#include "consumer_admin.h"
+
+#include "pull_suppliers.h"
+#include "push_suppliers.h"
+
+namespace kelp::notification {
+
+using namespace CosNotifyChannelAdmin;
+
+ConsumerAdminServant::ConsumerAdminServant(std::shared_ptr<ChannelCore> core,
+                                           std::shared_ptr<ConsumerAdminData> data, EventChannel_ptr channel,
+                                           OnDestroy onDestroy)
+    : core_(std::move(core)),
+      data_(std::move(data)),
+      channel_(EventChannel::_duplicate(channel)),
+      onDestroy_(std::move(onDestroy)) {}
+
+void ConsumerAdminServant::close(SupplierPart::Consumer consumers) {
+    if (closed_.exchange(true))
+        return;
+    data_->proxies.withAll([consumers](SupplierPart& part) { part.close(consumers); });
+    core_->deactivate(this);
+}
+
+EventChannel_ptr ConsumerAdminServant::MyChannel() {
+    return EventChannel::_duplicate(channel_.in());
+}
+
+// Priorities and lifetimes by filter are not offered.
+CosNotifyFilter::MappingFilter_ptr ConsumerAdminServant::priority_filter() {
+    return CosNotifyFilter::MappingFilter::_nil();
+}
+
+void ConsumerAdminServant::priority_filter(CosNotifyFilter::MappingFilter_ptr filter) {
+    if (!CORBA::is_nil(filter))
+        throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+CosNotifyFilter::MappingFilter_ptr ConsumerAdminServant::lifetime_filter() {
+    return CosNotifyFilter::MappingFilter::_nil();
+}
+
+void ConsumerAdminServant::lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) {
+    if (!CORBA::is_nil(filter))
+        throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+ProxyIDSeq* ConsumerAdminServant::pull_suppliers() {
+    return data_->proxies.ids([](const SupplierPart& part) { return !part.pushes(); });
+}
+
+ProxyIDSeq* ConsumerAdminServant::push_suppliers() {
+    return data_->proxies.ids([](const SupplierPart& part) { return part.pushes(); });
+}
+
+ProxySupplier_ptr ConsumerAdminServant::get_proxy_supplier(ProxyID id) {
+    const CORBA::Object_var reference = data_->proxies.reference(id);
+    if (CORBA::is_nil(reference.in()))
+        throw ProxyNotFound();
+    return ProxySupplier::_narrow(reference.in());
+}
+
+template <class Servant>
+CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
+    core_->takeConsumerPlace();
+    Servant* servant = nullptr;
+    try {
+        servant = new Servant(core_, data_, type);
+        core_->addOutlet(servant->outlet());
+    } catch (...) {  // whatever it was, the place is free again and the caller sees the exception
+        core_->giveConsumerPlace();
+        if (servant != nullptr)
+            servant->_remove_ref();
+        throw;
+    }
+    id = servant->id();
+    CORBA::Object_var reference = core_->activate(servant);
+    data_->proxies.enter(id, servant, servant, reference.in());
+    return reference._retn();
+}
+
+ProxySupplier_ptr ConsumerAdminServant::obtain_notification_pull_supplier(ClientType type, ProxyID_out id) {
+    CORBA::Object_var made;
+    switch (type) {
+        case ANY_EVENT:
+            made = make<AnyPullSupplier>(PULL_ANY, id);
+            break;
+        case STRUCTURED_EVENT:
+            made = make<StructuredPullSupplier>(PULL_STRUCTURED, id);
+            break;
+        case SEQUENCE_EVENT:
+            made = make<SequencePullSupplier>(PULL_SEQUENCE, id);
+            break;
+        default:
+            throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    }
+    return ProxySupplier::_narrow(made.in());
+}
+
+ProxySupplier_ptr ConsumerAdminServant::obtain_notification_push_supplier(ClientType type, ProxyID_out id) {
+    CORBA::Object_var made;
+    switch (type) {
+        case ANY_EVENT:
+            made = make<AnyPushSupplier>(PUSH_ANY, id);
+            break;
+        case STRUCTURED_EVENT:
+            made = make<StructuredPushSupplier>(PUSH_STRUCTURED, id);
+            break;
+        case SEQUENCE_EVENT:
+            made = make<SequencePushSupplier>(PUSH_SEQUENCE, id);
+            break;
+        default:
+            throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    }
+    return ProxySupplier::_narrow(made.in());
+}
+
+void ConsumerAdminServant::destroy() {
+    onDestroy_(data_->id);
+    close(SupplierPart::Consumer::IsTold);
+}
+
+// The proxies of the older event service are not offered: those above serve consumers of any kind of event.
+CosEventChannelAdmin::ProxyPushSupplier_ptr ConsumerAdminServant::obtain_push_supplier() {
+    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+CosEventChannelAdmin::ProxyPullSupplier_ptr ConsumerAdminServant::obtain_pull_supplier() {
+    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+}  // namespace kelp::notification

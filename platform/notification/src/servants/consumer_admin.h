@@ -1,0 +1,76 @@
+#pragma once
+
+#include "supplier_part.h"
+
+namespace kelp::notification {
+
+/// A group of consumers with filters and qualities of service in common.
+class ConsumerAdminServant final : public POA_CosNotifyChannelAdmin::ConsumerAdmin {
+  public:
+    /// Told when an admin is destroyed by one of its clients.
+    using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
+
+    ConsumerAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> data,
+                         CosNotifyChannelAdmin::EventChannel_ptr channel, OnDestroy onDestroy);
+
+    /// Ends the admin and its proxies.
+    void close(SupplierPart::Consumer consumers);
+
+    // -- ConsumerAdmin
+    CosNotifyChannelAdmin::AdminID MyID() override { return data_->id; }
+    CosNotifyChannelAdmin::EventChannel_ptr MyChannel() override;
+    CosNotifyChannelAdmin::InterFilterGroupOperator MyOperator() override { return data_->op; }
+    CosNotifyFilter::MappingFilter_ptr priority_filter() override;
+    void priority_filter(CosNotifyFilter::MappingFilter_ptr filter) override;
+    CosNotifyFilter::MappingFilter_ptr lifetime_filter() override;
+    void lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) override;
+    CosNotifyChannelAdmin::ProxyIDSeq* pull_suppliers() override;
+    CosNotifyChannelAdmin::ProxyIDSeq* push_suppliers() override;
+    CosNotifyChannelAdmin::ProxySupplier_ptr get_proxy_supplier(CosNotifyChannelAdmin::ProxyID id) override;
+    CosNotifyChannelAdmin::ProxySupplier_ptr obtain_notification_pull_supplier(
+        CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
+    CosNotifyChannelAdmin::ProxySupplier_ptr obtain_notification_push_supplier(
+        CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
+    void destroy() override;
+
+    // -- CosEventChannelAdmin::ConsumerAdmin
+    CosEventChannelAdmin::ProxyPushSupplier_ptr obtain_push_supplier() override;
+    CosEventChannelAdmin::ProxyPullSupplier_ptr obtain_pull_supplier() override;
+
+    // -- QoSAdmin
+    CosNotification::QoSProperties* get_qos() override { return asProperties(data_->qos.get()); }
+    void set_qos(const CosNotification::QoSProperties& wanted) override { data_->qos.change(wanted); }
+    void validate_qos(const CosNotification::QoSProperties& wanted,
+                      CosNotification::NamedPropertyRangeSeq_out available) override {
+        available = availableQos(data_->qos.get(), wanted);
+    }
+
+    // -- FilterAdmin
+    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
+        return data_->filters.add(filter);
+    }
+    void remove_filter(CosNotifyFilter::FilterID id) override { data_->filters.remove(id); }
+    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {
+        return data_->filters.get(id);
+    }
+    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return data_->filters.ids(); }
+    void remove_all_filters() override { data_->filters.clear(); }
+
+    // -- NotifySubscribe
+    void subscription_change(const CosNotification::EventTypeSeq& added,
+                             const CosNotification::EventTypeSeq& removed) override {
+        data_->types.change(added, removed);
+    }
+
+  private:
+    template <class Servant>
+    CORBA::Object_ptr make(CosNotifyChannelAdmin::ProxyType type, CosNotifyChannelAdmin::ProxyID& id);
+
+    const std::shared_ptr<ChannelCore> core_;
+    const std::shared_ptr<ConsumerAdminData> data_;
+    const CosNotifyChannelAdmin::EventChannel_var channel_;
+    const OnDestroy onDestroy_;
+    std::atomic<bool> closed_{false};
+};
+
+}  // namespace kelp::notification

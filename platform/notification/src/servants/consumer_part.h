@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "core.h"
+#include "proxy_registry.h"
+
+namespace kelp::notification {
+
+class ConsumerPart;
+
+/// A supplier admin's share in its proxies.
+struct SupplierAdminData {
+    SupplierAdminData(CosNotifyChannelAdmin::AdminID number,
+                      CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator, const Qos& initial)
+        : id(number), op(filterOperator), qos(initial) {}
+
+    const CosNotifyChannelAdmin::AdminID id;
+    const CosNotifyChannelAdmin::InterFilterGroupOperator op;
+    SharedQos qos;
+    FilterList filters;
+    ProxyRegistry<ConsumerPart> proxies;
+    CosNotifyChannelAdmin::SupplierAdmin_var reference;  ///< set once, before the first proxy
+};
+
+/// What the proxy consumers of every kind have in common: events that suppliers outside this process push.
+class ConsumerPart {
+  public:
+    ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
+                 CosNotifyChannelAdmin::ProxyType type);
+    virtual ~ConsumerPart() = default;
+    ConsumerPart(const ConsumerPart&) = delete;
+    ConsumerPart& operator=(const ConsumerPart&) = delete;
+
+    CosNotifyChannelAdmin::ProxyType type() const { return type_; }
+    CosNotifyChannelAdmin::ProxyID id() const { return id_; }
+    SupplierAdminData& admin() const { return *admin_; }
+    ChannelCore& core() const { return *core_; }
+
+    /// Throws AlreadyConnected.
+    void connect();
+    /// Takes an event in; throws Disconnected while nobody is connected.
+    void take(const EventPtr& event);
+    /// Ends the proxy for good, once.
+    void close();
+
+    SharedQos qos;
+    FilterList filters;
+
+  protected:
+    virtual PortableServer::Servant servant() = 0;
+
+  private:
+    bool passes(const CosNotification::StructuredEvent& event) const;
+
+    const std::shared_ptr<ChannelCore> core_;
+    const std::shared_ptr<SupplierAdminData> admin_;
+    const CosNotifyChannelAdmin::ProxyType type_;
+    const CosNotifyChannelAdmin::ProxyID id_;
+    std::atomic<bool> connected_{false};
+    std::atomic<bool> closed_{false};
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <map>
+
+#include "consumer_admin.h"
+#include "supplier_admin.h"
+
+namespace kelp::notification {
+
+/// The channel's own object: its admins, limits and default filter factory.
+class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel {
+  public:
+    EventChannelServant(std::shared_ptr<ChannelCore> core, CosNotifyFilter::FilterFactory_ptr filters);
+
+    /// Activates the channel and its default admins; to be called once.
+    CosNotifyChannelAdmin::EventChannel_ptr activate();
+    void close(SupplierPart::Consumer consumers);
+
+    // -- EventChannel
+    CosNotifyChannelAdmin::EventChannelFactory_ptr MyFactory() override;
+    CosNotifyChannelAdmin::ConsumerAdmin_ptr default_consumer_admin() override;
+    CosNotifyChannelAdmin::SupplierAdmin_ptr default_supplier_admin() override;
+    CosNotifyFilter::FilterFactory_ptr default_filter_factory() override;
+    CosNotifyChannelAdmin::ConsumerAdmin_ptr new_for_consumers(
+        CosNotifyChannelAdmin::InterFilterGroupOperator op, CosNotifyChannelAdmin::AdminID_out id) override;
+    CosNotifyChannelAdmin::SupplierAdmin_ptr new_for_suppliers(
+        CosNotifyChannelAdmin::InterFilterGroupOperator op, CosNotifyChannelAdmin::AdminID_out id) override;
+    CosNotifyChannelAdmin::ConsumerAdmin_ptr get_consumeradmin(CosNotifyChannelAdmin::AdminID id) override;
+    CosNotifyChannelAdmin::SupplierAdmin_ptr get_supplieradmin(CosNotifyChannelAdmin::AdminID id) override;
+    CosNotifyChannelAdmin::AdminIDSeq* get_all_consumeradmins() override;
+    CosNotifyChannelAdmin::AdminIDSeq* get_all_supplieradmins() override;
+
+    // -- CosEventChannelAdmin::EventChannel
+    CosEventChannelAdmin::ConsumerAdmin_ptr for_consumers() override;
+    CosEventChannelAdmin::SupplierAdmin_ptr for_suppliers() override;
+    /// The channel belongs to the EMS: NO_PERMISSION.
+    void destroy() override;
+
+    // -- QoSAdmin
+    CosNotification::QoSProperties* get_qos() override { return asProperties(qos_.get()); }
+    void set_qos(const CosNotification::QoSProperties& wanted) override { qos_.change(wanted); }
+    void validate_qos(const CosNotification::QoSProperties& wanted,
+                      CosNotification::NamedPropertyRangeSeq_out available) override {
+        available = availableQos(qos_.get(), wanted);
+    }
+
+    // -- AdminPropertiesAdmin
+    CosNotification::AdminProperties* get_admin() override { return asProperties(core_->limits()); }
+    void set_admin(const CosNotification::AdminProperties& wanted) override { core_->changeLimits(wanted); }
+
+  private:
+    template <class Servant, class Reference>
+    struct Admin {
+        PortableServer::ServantBase_var keeper;
+        Servant* servant = nullptr;
+        Reference reference;
+    };
+    using ConsumerAdmins = std::map<CosNotifyChannelAdmin::AdminID,
+                                    Admin<ConsumerAdminServant, CosNotifyChannelAdmin::ConsumerAdmin_var>>;
+    using SupplierAdmins = std::map<CosNotifyChannelAdmin::AdminID,
+                                    Admin<SupplierAdminServant, CosNotifyChannelAdmin::SupplierAdmin_var>>;
+
+    void makeConsumerAdmin(CosNotifyChannelAdmin::AdminID id,
+                           CosNotifyChannelAdmin::InterFilterGroupOperator op);
+    void makeSupplierAdmin(CosNotifyChannelAdmin::AdminID id,
+                           CosNotifyChannelAdmin::InterFilterGroupOperator op);
+    CosNotifyChannelAdmin::AdminID newId();
+
+    const std::shared_ptr<ChannelCore> core_;
+    const CosNotifyFilter::FilterFactory_var filters_;
+    SharedQos qos_{Qos()};
+    CosNotifyChannelAdmin::EventChannel_var self_;
+    std::mutex mutex_;  // guards what follows
+    ConsumerAdmins consumerAdmins_;
+    SupplierAdmins supplierAdmins_;
+    CosNotifyChannelAdmin::AdminID lastId_ = 0;
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "consumer_part.h"
+
+namespace kelp::notification {
+
+/// The operations that proxy consumers of every kind have, over the kind's skeleton.
+template <class Skeleton>
+class ProxyConsumerServant : public virtual Skeleton, public ConsumerPart {
+  public:
+    using ConsumerPart::ConsumerPart;
+
+    // -- ProxyConsumer
+    CosNotifyChannelAdmin::ProxyType MyType() override { return type(); }
+    CosNotifyChannelAdmin::SupplierAdmin_ptr MyAdmin() override {
+        return CosNotifyChannelAdmin::SupplierAdmin::_duplicate(admin().reference.in());
+    }
+    /// Every type is wanted: consumers choose for themselves.
+    CosNotification::EventTypeSeq* obtain_subscription_types(
+        CosNotifyChannelAdmin::ObtainInfoMode mode) override {
+        const bool isNow = mode == CosNotifyChannelAdmin::ALL_NOW_UPDATES_OFF ||
+                           mode == CosNotifyChannelAdmin::ALL_NOW_UPDATES_ON;
+        return isNow ? TypeList().list() : new CosNotification::EventTypeSeq;
+    }
+    void validate_event_qos(const CosNotification::QoSProperties& wanted,
+                            CosNotification::NamedPropertyRangeSeq_out available) override {
+        available = availableQos(qos.get(), wanted);
+    }
+
+    // -- QoSAdmin
+    CosNotification::QoSProperties* get_qos() override { return asProperties(qos.get()); }
+    void set_qos(const CosNotification::QoSProperties& wanted) override { qos.change(wanted); }
+    void validate_qos(const CosNotification::QoSProperties& wanted,
+                      CosNotification::NamedPropertyRangeSeq_out available) override {
+        available = availableQos(qos.get(), wanted);
+    }
+
+    // -- FilterAdmin
+    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
+        return filters.add(filter);
+    }
+    void remove_filter(CosNotifyFilter::FilterID id) override { filters.remove(id); }
+    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override { return filters.get(id); }
+    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return filters.ids(); }
+    void remove_all_filters() override { filters.clear(); }
+
+    // -- NotifyPublish
+    void offer_change(const CosNotification::EventTypeSeq& added,
+                      const CosNotification::EventTypeSeq& removed) override {
+        core().offered.change(added, removed);
+    }
+
+  protected:
+    PortableServer::Servant servant() override { return this; }
+};
+
+class StructuredPushConsumer final
+    : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer> {
+  public:
+    using ProxyConsumerServant::ProxyConsumerServant;
+    void connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier_ptr) override { connect(); }
+    void push_structured_event(const CosNotification::StructuredEvent& event) override {
+        take(takeIn(event));
+    }
+    void disconnect_structured_push_consumer() override { close(); }
+};
+
+class SequencePushConsumer final
+    : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::SequenceProxyPushConsumer> {
+  public:
+    using ProxyConsumerServant::ProxyConsumerServant;
+    void connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier_ptr) override { connect(); }
+    void push_structured_events(const CosNotification::EventBatch& batch) override {
+        for (CORBA::ULong i = 0; i < batch.length(); ++i)
+            take(takeIn(batch[i]));
+    }
+    void disconnect_sequence_push_consumer() override { close(); }
+};
+
+class AnyPushConsumer final : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::ProxyPushConsumer> {
+  public:
+    using ProxyConsumerServant::ProxyConsumerServant;
+    void connect_any_push_supplier(CosEventComm::PushSupplier_ptr) override { connect(); }
+    void push(const CORBA::Any& event) override { take(takeIn(event)); }
+    void disconnect_push_consumer() override { close(); }
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,95 @@
+#include "supplier_admin.h"
+
+#include "push_consumers.h"
+
+namespace kelp::notification {
+
+using namespace CosNotifyChannelAdmin;
+
+SupplierAdminServant::SupplierAdminServant(std::shared_ptr<ChannelCore> core,
+                                           std::shared_ptr<SupplierAdminData> data, EventChannel_ptr channel,
+                                           OnDestroy onDestroy)
+    : core_(std::move(core)),
+      data_(std::move(data)),
+      channel_(EventChannel::_duplicate(channel)),
+      onDestroy_(std::move(onDestroy)) {}
+
+void SupplierAdminServant::close() {
+    if (closed_.exchange(true))
+        return;
+    data_->proxies.withAll([](ConsumerPart& part) { part.close(); });
+    core_->deactivate(this);
+}
+
+EventChannel_ptr SupplierAdminServant::MyChannel() {
+    return EventChannel::_duplicate(channel_.in());
+}
+
+ProxyIDSeq* SupplierAdminServant::pull_consumers() {
+    return new ProxyIDSeq;
+}
+
+ProxyIDSeq* SupplierAdminServant::push_consumers() {
+    return data_->proxies.ids([](const ConsumerPart&) { return true; });
+}
+
+ProxyConsumer_ptr SupplierAdminServant::get_proxy_consumer(ProxyID id) {
+    const CORBA::Object_var reference = data_->proxies.reference(id);
+    if (CORBA::is_nil(reference.in()))
+        throw ProxyNotFound();
+    return ProxyConsumer::_narrow(reference.in());
+}
+
+template <class Servant>
+CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
+    core_->takeSupplierPlace();
+    Servant* servant = nullptr;
+    try {
+        servant = new Servant(core_, data_, type);
+    } catch (const std::bad_alloc&) {
+        core_->giveSupplierPlace();
+        throw CORBA::NO_MEMORY(0, CORBA::COMPLETED_NO);
+    }
+    id = servant->id();
+    CORBA::Object_var reference = core_->activate(servant);
+    data_->proxies.enter(id, servant, servant, reference.in());
+    return reference._retn();
+}
+
+ProxyConsumer_ptr SupplierAdminServant::obtain_notification_pull_consumer(ClientType, ProxyID_out) {
+    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+ProxyConsumer_ptr SupplierAdminServant::obtain_notification_push_consumer(ClientType type, ProxyID_out id) {
+    CORBA::Object_var made;
+    switch (type) {
+        case ANY_EVENT:
+            made = make<AnyPushConsumer>(PUSH_ANY, id);
+            break;
+        case STRUCTURED_EVENT:
+            made = make<StructuredPushConsumer>(PUSH_STRUCTURED, id);
+            break;
+        case SEQUENCE_EVENT:
+            made = make<SequencePushConsumer>(PUSH_SEQUENCE, id);
+            break;
+        default:
+            throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    }
+    return ProxyConsumer::_narrow(made.in());
+}
+
+void SupplierAdminServant::destroy() {
+    onDestroy_(data_->id);
+    close();
+}
+
+// The proxies of the older event service are not offered: those above serve suppliers of any kind of event.
+CosEventChannelAdmin::ProxyPushConsumer_ptr SupplierAdminServant::obtain_push_consumer() {
+    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+CosEventChannelAdmin::ProxyPullConsumer_ptr SupplierAdminServant::obtain_pull_consumer() {
+    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+}  // namespace kelp::notification

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <functional>
+
+#include "consumer_part.h"
+
+namespace kelp::notification {
+
+/// A group of suppliers outside this process, with filters in common. Suppliers push; pulling from them is
+/// not offered.
+class SupplierAdminServant final : public POA_CosNotifyChannelAdmin::SupplierAdmin {
+  public:
+    /// Told when an admin is destroyed by one of its clients.
+    using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
+
+    SupplierAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> data,
+                         CosNotifyChannelAdmin::EventChannel_ptr channel, OnDestroy onDestroy);
+
+    /// Ends the admin and its proxies.
+    void close();
+
+    // -- SupplierAdmin
+    CosNotifyChannelAdmin::AdminID MyID() override { return data_->id; }
+    CosNotifyChannelAdmin::EventChannel_ptr MyChannel() override;
+    CosNotifyChannelAdmin::InterFilterGroupOperator MyOperator() override { return data_->op; }
+    CosNotifyChannelAdmin::ProxyIDSeq* pull_consumers() override;
+    CosNotifyChannelAdmin::ProxyIDSeq* push_consumers() override;
+    CosNotifyChannelAdmin::ProxyConsumer_ptr get_proxy_consumer(CosNotifyChannelAdmin::ProxyID id) override;
+    CosNotifyChannelAdmin::ProxyConsumer_ptr obtain_notification_pull_consumer(
+        CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
+    CosNotifyChannelAdmin::ProxyConsumer_ptr obtain_notification_push_consumer(
+        CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
+    void destroy() override;
+
+    // -- CosEventChannelAdmin::SupplierAdmin
+    CosEventChannelAdmin::ProxyPushConsumer_ptr obtain_push_consumer() override;
+    CosEventChannelAdmin::ProxyPullConsumer_ptr obtain_pull_consumer() override;
+
+    // -- QoSAdmin
+    CosNotification::QoSProperties* get_qos() override { return asProperties(data_->qos.get()); }
+    void set_qos(const CosNotification::QoSProperties& wanted) override { data_->qos.change(wanted); }
+    void validate_qos(const CosNotification::QoSProperties& wanted,
+                      CosNotification::NamedPropertyRangeSeq_out available) override {
+        available = availableQos(data_->qos.get(), wanted);
+    }
+
+    // -- FilterAdmin
+    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
+        return data_->filters.add(filter);
+    }
+    void remove_filter(CosNotifyFilter::FilterID id) override { data_->filters.remove(id); }
+    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {
+        return data_->filters.get(id);
+    }
+    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return data_->filters.ids(); }
+    void remove_all_filters() override { data_->filters.clear(); }
+
+    // -- NotifyPublish
+    void offer_change(const CosNotification::EventTypeSeq& added,
+                      const CosNotification::EventTypeSeq& removed) override {
+        core_->offered.change(added, removed);
+    }
+
+  private:
+    template <class Servant>
+    CORBA::Object_ptr make(CosNotifyChannelAdmin::ProxyType type, CosNotifyChannelAdmin::ProxyID& id);
+
+    const std::shared_ptr<ChannelCore> core_;
+    const std::shared_ptr<SupplierAdminData> data_;
+    const CosNotifyChannelAdmin::EventChannel_var channel_;
+    const OnDestroy onDestroy_;
+    std::atomic<bool> closed_{false};
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,102 @@
+#include "supplier_part.h"
+
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/trace_log.h>
+
+namespace kelp::notification {
+
+using namespace CosNotifyChannelAdmin;
+
+namespace {
+/// A farewell to a consumer that does not answer must not hold anybody up.
+constexpr std::chrono::milliseconds kFarewellTimeout{1000};
+}  // namespace
+
+void ConsumerAdminData::proxyDied(ProxyID proxy) {
+    proxies.with(proxy, [](SupplierPart& part) { part.close(SupplierPart::Consumer::IsNotTold); });
+}
+
+SupplierPart::SupplierPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> admin,
+                           ProxyType type)
+    : core_(std::move(core)),
+      admin_(std::move(admin)),
+      type_(type),
+      outlet_(std::make_shared<Outlet>(*core_, admin_, admin_->proxies.newId())) {}
+
+bool SupplierPart::pushes() const {
+    return type_ == PUSH_ANY || type_ == PUSH_STRUCTURED || type_ == PUSH_SEQUENCE;
+}
+
+CosNotification::EventTypeSeq* SupplierPart::offeredTypes(ObtainInfoMode mode) const {
+    if (mode == NONE_NOW_UPDATES_OFF || mode == NONE_NOW_UPDATES_ON)
+        return new CosNotification::EventTypeSeq;
+    return core_->offered.list();
+}
+
+void SupplierPart::setQos(const CosNotification::QoSProperties& wanted) {
+    outlet_->applyQos(outlet_->qos.change(wanted));
+}
+
+void SupplierPart::suspend() {
+    switch (outlet_->suspend()) {
+        case Subscription::Change::NotConnected:
+            throw NotConnected();
+        case Subscription::Change::WasSo:
+            throw ConnectionAlreadyInactive();
+        case Subscription::Change::Done:
+            break;
+    }
+}
+
+void SupplierPart::resume() {
+    switch (outlet_->resume()) {
+        case Subscription::Change::NotConnected:
+            throw NotConnected();
+        case Subscription::Change::WasSo:
+            throw ConnectionAlreadyActive();
+        case Subscription::Change::Done:
+            break;
+    }
+}
+
+void SupplierPart::connect(std::shared_ptr<Receiver> receiver) {
+    if (!outlet_->connect(std::move(receiver)))
+        throw CosEventChannelAdmin::AlreadyConnected();
+}
+
+void SupplierPart::connectPull() {
+    if (!outlet_->connectPull())
+        throw CosEventChannelAdmin::AlreadyConnected();
+}
+
+std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {
+    if (most <= 0)
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    return outlet_->pull(static_cast<std::size_t>(most), wait);
+}
+
+void SupplierPart::close(Consumer consumer) {
+    if (closed_.exchange(true))
+        return;
+    // the registry's and the adapter's references go below
+    PortableServer::ServantBase_var self = servant();
+    self->_add_ref();
+    const std::shared_ptr<Receiver> receiver = outlet_->close();
+    core_->removeOutlet(outlet_.get());
+    core_->giveConsumerPlace();
+    admin_->proxies.forget(id());
+    core_->deactivate(servant());
+    if (consumer == Consumer::IsNotTold || !receiver)
+        return;
+    try {
+        const kelp::orb::ScopedThreadTimeout limit(kFarewellTimeout);
+        receiver->disconnect();
+    } catch (const CORBA::Exception& failure) {
+        kelp::util::traceFrom("notification",
+                              "a consumer could not be told of its end: " + kelp::orb::exceptionText(failure),
+                              kelp::util::TraceKind::Exception);
+    }
+}
+
+}  // namespace kelp::notification

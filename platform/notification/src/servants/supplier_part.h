@@ -1,0 +1,63 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "core.h"
+#include "proxy_registry.h"
+
+namespace kelp::notification {
+
+class SupplierPart;
+
+/// A consumer admin's share in its proxies.
+struct ConsumerAdminData final : AdminData {
+    using AdminData::AdminData;
+    ProxyRegistry<SupplierPart> proxies;
+    CosNotifyChannelAdmin::ConsumerAdmin_var reference;  ///< set once, before the first proxy
+
+    void proxyDied(CosNotifyChannelAdmin::ProxyID proxy) override;
+};
+
+/// What the proxy suppliers of every kind have in common.
+class SupplierPart {
+  public:
+    SupplierPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> admin,
+                 CosNotifyChannelAdmin::ProxyType type);
+    virtual ~SupplierPart() = default;
+    SupplierPart(const SupplierPart&) = delete;
+    SupplierPart& operator=(const SupplierPart&) = delete;
+
+    CosNotifyChannelAdmin::ProxyType type() const { return type_; }
+    CosNotifyChannelAdmin::ProxyID id() const { return outlet_->proxy(); }
+    bool pushes() const;
+    const std::shared_ptr<Outlet>& outlet() const { return outlet_; }
+    ConsumerAdminData& admin() const { return *admin_; }
+
+    CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) const;
+    void setQos(const CosNotification::QoSProperties& wanted);
+    void suspend();
+    void resume();
+    /// Connects a consumer that pushes are made to; throws AlreadyConnected.
+    void connect(std::shared_ptr<Receiver> receiver);
+    /// Connects a consumer that pulls.
+    void connectPull();
+    std::vector<EventPtr> pull(CORBA::Long most, bool wait);
+
+    enum class Consumer { IsTold, IsNotTold };
+    /// Ends the proxy for good, once; the consumer is told when wanted.
+    void close(Consumer consumer);
+
+  protected:
+    /// The servant whose part this is.
+    virtual PortableServer::Servant servant() = 0;
+
+  private:
+    const std::shared_ptr<ChannelCore> core_;
+    const std::shared_ptr<ConsumerAdminData> admin_;
+    const CosNotifyChannelAdmin::ProxyType type_;
+    const std::shared_ptr<Outlet> outlet_;
+    std::atomic<bool> closed_{false};
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <kelp/notification/channel.h>
+#include <kelp/orb/corba.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "event_queue.h"
+#include "receiver.h"
+
+namespace kelp::notification {
+
+/// The events for one consumer from the filters on: its queue, its connection, and the state of its delivery.
+/// Any thread may call it; one thread at a time serves it. Order is that of offer().
+class Subscription : public std::enable_shared_from_this<Subscription> {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Asks for serve() on some thread of the dispatcher.
+    class Scheduler {
+      public:
+        virtual ~Scheduler() = default;
+        virtual void ready(std::shared_ptr<Subscription> subscription) = 0;
+        /// To be served at that time, by the threads for consumers that do not answer when `slow`.
+        virtual void later(std::shared_ptr<Subscription> subscription, Clock::time_point when, bool slow) = 0;
+    };
+
+    Subscription(Scheduler& scheduler, const DeliverySettings& settings, std::size_t queueLimit);
+    virtual ~Subscription() = default;
+
+    // -- intake
+    void offer(const EventPtr& event);
+
+    // -- qualities of service
+    void setQueueLimit(std::size_t limit);
+    void setDiscard(Discard discard);
+    /// Events that waited longer are lost; 0: never.
+    void setTimeout(std::chrono::milliseconds timeout);
+    /// A batch waits until it is full or its first event is that old; 0: not at all.
+    void setPacing(std::chrono::milliseconds interval);
+
+    // -- connection
+    /// False when there is a connection already.
+    bool connect(std::shared_ptr<Receiver> receiver);
+    bool isConnected() const;
+    /// For a consumer that pulls.
+    bool connectPull();
+    enum class Change { Done, WasSo, NotConnected };
+    Change suspend();
+    Change resume();
+    /// Ends it for good: what waits is lost, blocked pulls end. The receiver to tell, if there was one.
+    std::shared_ptr<Receiver> close();
+
+    // -- pull consumers
+    /// Up to `most` events, at least one; waits for it unless `wait` is false (then maybe none). Throws
+    /// CosEventComm::Disconnected when there is no connection (any more).
+    std::vector<EventPtr> pull(std::size_t most, bool wait);
+
+    /// One turn of the delivery; called by the dispatcher only.
+    void serve();
+
+    ConsumerCounts counts() const;
+    /// True unless it answers and half of its queue or more is taken.
+    bool isSettled() const;
+
+  protected:
+    // what a subscription tells its channel, without a lock
+    /// Events were lost, this one first. Not called for those that a consumer leaves behind by disconnecting.
+    virtual void eventsLost(const Event& first) = 0;
+    /// The consumer is dead; nothing more is sent to it.
+    virtual void consumerDied(const std::string& why) = 0;
+
+  private:
+    enum class State { Idle, Scheduled, Serving };
+    using Lock = std::unique_lock<std::mutex>;
+
+    void scheduleIfNeeded(Lock& lock);
+    bool hasWork() const;
+    void serveLocked(Lock& lock);
+    bool probeFirst(Lock& lock, Receiver& receiver);
+    void deliverBatch(Lock& lock, Receiver& receiver);
+    void failed(Lock& lock, const CORBA::SystemException& failure);
+    void refused(Lock& lock, const std::string& why);
+    void died(Lock& lock, const std::string& why);
+    void finishTurn(Lock& lock);
+    void dropExpired(Lock& lock);
+    void tellLost(Lock& lock, const EventPtr& first);
+
+    Scheduler& scheduler_;
+    const DeliverySettings settings_;
+
+    mutable std::mutex mutex_;  // guards what follows
+    std::condition_variable changed_;
+    EventQueue queue_;
+    std::shared_ptr<Receiver> receiver_;
+    State state_ = State::Idle;
+    bool pulls_ = false;
+    bool suspended_ = false;
+    bool closed_ = false;
+    bool answers_ = true;
+    std::chrono::milliseconds timeout_{0};
+    std::chrono::milliseconds pacing_{0};
+    std::chrono::milliseconds backOff_;
+    Clock::time_point silentSince_;
+    std::uint64_t failures_ = 0;
+    std::string lastError_;
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,160 @@
+#include "dispatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+
+#include "numbered_events.h"
+#include "support/wait_until.h"
+
+namespace kelp::notification {
+namespace {
+
+using namespace std::chrono_literals;
+using kelp::test::waitUntil;
+
+class QuietSubscription final : public Subscription {
+  public:
+    using Subscription::Subscription;
+
+  private:
+    void eventsLost(const Event&) override {}
+    void consumerDied(const std::string&) override {}
+};
+
+class CountingReceiver final : public Receiver {
+  public:
+    std::size_t batchMax() const override { return 1; }
+    void deliver(const std::vector<EventPtr>& events) override {
+        if (gate.valid())
+            gate.wait();
+        const int number = test::numberOf(events.front());
+        inOrder = inOrder && number == last + 1;
+        last = number;
+        if (failsOnce.exchange(false))
+            throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+    }
+    void probe() override {
+        if (probeGate.valid())
+            probeGate.wait();
+        --last;  // the event that failed comes again
+    }
+    void disconnect() override {}
+
+    std::shared_future<void> gate;
+    std::shared_future<void> probeGate;
+    std::atomic<bool> failsOnce{false};
+    std::atomic<int> last{0};
+    std::atomic<bool> inOrder{true};
+};
+
+struct Consumer {
+    explicit Consumer(Dispatcher& dispatcher, DeliverySettings settings = {})
+        : subscription(std::make_shared<QuietSubscription>(dispatcher, settings, 100000)) {
+        subscription->connect(receiver);
+    }
+    std::shared_ptr<CountingReceiver> receiver = std::make_shared<CountingReceiver>();
+    std::shared_ptr<QuietSubscription> subscription;
+};
+
+TEST(Dispatcher, GrowsWithTheConsumersUpToItsLimit) {
+    Dispatcher dispatcher(3, 2);
+    EXPECT_EQ(dispatcher.threads(), 0u);
+    dispatcher.serveConsumers(2);
+    EXPECT_EQ(dispatcher.threads(), 2u);
+    dispatcher.serveConsumers(1);
+    EXPECT_EQ(dispatcher.threads(), 2u);
+    dispatcher.serveConsumers(9);
+    EXPECT_EQ(dispatcher.threads(), 3u);
+}
+
+TEST(Dispatcher, KeepsEveryConsumersOrderOnManyThreads) {
+    constexpr int kEvents = 3000;
+    Dispatcher dispatcher(8, 2);
+    std::vector<Consumer> consumers;
+    for (int i = 0; i < 12; ++i)
+        consumers.emplace_back(dispatcher);
+    dispatcher.serveConsumers(consumers.size());
+    for (int i = 1; i <= kEvents; ++i) {
+        const EventPtr event = test::event(i);
+        for (Consumer& each : consumers)
+            each.subscription->offer(event);
+    }
+    for (Consumer& each : consumers) {
+        EXPECT_TRUE(waitUntil([&] { return each.receiver->last == kEvents; }));
+        EXPECT_TRUE(each.receiver->inOrder);
+    }
+}
+
+TEST(Dispatcher, ServesTheOthersWhileOneHangs) {
+    Dispatcher dispatcher(2, 1);
+    std::promise<void> open;
+    Consumer hangs(dispatcher);
+    hangs.receiver->gate = open.get_future().share();
+    Consumer healthy(dispatcher);
+    dispatcher.serveConsumers(2);
+    hangs.subscription->offer(test::event(1));
+    for (int i = 1; i <= 100; ++i)
+        healthy.subscription->offer(test::event(i));
+    EXPECT_TRUE(waitUntil([&] { return healthy.receiver->last == 100; }));
+    EXPECT_EQ(hangs.receiver->last, 0);
+    open.set_value();
+    EXPECT_TRUE(waitUntil([&] { return hangs.receiver->last == 1; }));
+}
+
+TEST(Dispatcher, LeavesHealthyConsumersTheirThreadsHoweverManyHang) {
+    DeliverySettings settings;
+    settings.firstBackOff = 1ms;
+    Dispatcher dispatcher(2, 1);
+    dispatcher.serveConsumers(9);
+    std::promise<void> open;
+    const std::shared_future<void> gate = open.get_future().share();
+    std::vector<Consumer> silent;
+    for (int i = 0; i < 8; ++i) {
+        silent.emplace_back(dispatcher, settings);
+        silent.back().receiver->failsOnce = true;
+        silent.back().receiver->probeGate = gate;
+    }
+    for (Consumer& each : silent)
+        each.subscription->offer(test::event(1));
+    for (Consumer& each : silent)
+        EXPECT_TRUE(waitUntil([&] { return each.subscription->counts().failures == 1; }));
+    // their probes hang from here on
+    Consumer healthy(dispatcher);
+    for (int i = 1; i <= 100; ++i)
+        healthy.subscription->offer(test::event(i));
+    EXPECT_TRUE(waitUntil([&] { return healthy.receiver->last == 100; }));
+    open.set_value();
+    for (Consumer& each : silent)
+        EXPECT_TRUE(waitUntil([&] { return each.subscription->counts().delivered == 1; }));
+}
+
+TEST(Dispatcher, SendsAnEventAgainAfterAFailure) {
+    DeliverySettings settings;
+    settings.firstBackOff = 1ms;
+    Dispatcher dispatcher(2, 1);
+    Consumer consumer(dispatcher, settings);
+    consumer.receiver->failsOnce = true;
+    dispatcher.serveConsumers(1);
+    for (int i = 1; i <= 10; ++i)
+        consumer.subscription->offer(test::event(i));
+    EXPECT_TRUE(waitUntil([&] { return consumer.receiver->last == 10; }));
+    EXPECT_TRUE(consumer.receiver->inOrder);
+    EXPECT_EQ(consumer.subscription->counts().delivered, 10u);
+    EXPECT_EQ(consumer.subscription->counts().lost, 0u);
+}
+
+TEST(Dispatcher, StopForgetsWhatIsScheduled) {
+    Dispatcher dispatcher(2, 1);
+    Consumer consumer(dispatcher);
+    consumer.subscription->offer(test::event(1));
+    dispatcher.stop();
+    dispatcher.serveConsumers(3);
+    EXPECT_EQ(dispatcher.threads(), 0u);
+    consumer.subscription->offer(test::event(2));
+    EXPECT_EQ(consumer.receiver->last, 0);
+}
+
+}  // namespace
+}  // namespace kelp::notification

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "event.h"
+
+#include <cstdlib>
+#include <string>
+
+namespace kelp::notification::test {
+
+/// An event that carries a number as its event name.
+inline EventPtr event(int number,
+                      std::chrono::steady_clock::time_point taken = std::chrono::steady_clock::now()) {
+    CosNotification::StructuredEvent body;
+    body.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
+    body.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");
+    body.header.fixed_header.event_name = CORBA::string_dup(std::to_string(number).c_str());
+    return std::make_shared<const Event>(Event{body, taken});
+}
+
+inline int numberOf(const CosNotification::StructuredEvent& body) {
+    return std::atoi(body.header.fixed_header.event_name.in());
+}
+
+/// 0 for none.
+inline int numberOf(const EventPtr& event) {
+    return event ? numberOf(event->body) : 0;
+}
+
+}  // namespace kelp::notification::test

@@ -131,17 +131,16 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("notification", "ssl_port", 0, 0, kPortMax, Change::AtReload,
                    noEffect("Port of an external notification service for TLS; 0 for none.")),
         integerKey("notification", "queue_events_max", 10000, 1, 10000000, restart,
-                   noEffect("Events kept for one consumer that does not take them.")),
+                   "Events kept for one consumer that does not take them."),
         integerKey("notification", "delivery_threads_max", 64, 1, 1000, restart,
-                   noEffect("Most threads that deliver events.")),
+                   "Most threads that deliver events."),
         secondsKey("notification", "push_timeout_s", 10, restart,
-                   noEffect("Limit of one call that delivers events, in seconds.")),
+                   "Limit of one call that delivers events, in seconds."),
         secondsKey("notification", "dead_consumer_after_s", 600, restart,
-                   noEffect("A consumer that answers nothing for this many seconds is given up.")),
+                   "A consumer that answers nothing for this many seconds is given up."),
         integerKey("notification", "heartbeat_s", 60, 0, kDaySeconds, restart,
-                   noEffect("Seconds between heartbeat events; 0 sends none.")),
-        flagKey("notification", "alarm_log", false, restart,
-                noEffect("Write every alarm taken in to the alarm log.")),
+                   "Seconds between heartbeat events; 0 sends none."),
+        flagKey("notification", "alarm_log", false, restart, "Write every alarm taken in to the alarm log."),
 
         integerKey("session", "release_strategy", 0, 0, 2, restart,
                    "When sessions end without a log-out or a failed ping: 0 never; 1 the oldest when there "
@@ -206,10 +205,10 @@ std::vector<ConfigKey> serviceKeys() {
                    "configuration, 3 everything."),
 
         integerKey("time", "appearance", 0, 0, 1, Change::AtReload,
-                   noEffect("Form of times on the interface: 0 compact (yyyyMMddhhmmss.0), 1 with slashes "
-                            "(dd/MM/yyyy hh:mm:ss).")),
+                   "Form of times on the interface: 0 compact (yyyyMMddhhmmss.0), 1 with slashes "
+                   "(dd/MM/yyyy hh:mm:ss)."),
         integerKey("time", "reference", 0, 0, 1, Change::AtReload,
-                   noEffect("Times on the interface are 0 UTC, 1 local time.")),
+                   "Times on the interface are 0 UTC, 1 local time."),
 
         textKey("admin", "listen", "", {}, restart,
                 noEffect("Address of the operator's interface; empty: a socket below the state directory.")),

@@ -10,7 +10,4 @@ NorthMgrFactory::~NorthMgrFactory() = default;
 RequestInterceptorBase::~RequestInterceptorBase() = default;
 CallBackProcessBase::~CallBackProcessBase() = default;
 
-void CallBackProcessBase::FormatAlarmLog(std::stringstream&, const CosNotification::StructuredEvent&) {}
-void CallBackProcessBase::SendHeartbeat() {}
-
 }  // namespace NS_CORBA

@@ -82,7 +82,8 @@ TEST(SuppilerMgr, KeepsTheCallBackUntilItIsTakenOut) {
 
 TEST(SuppilerMgr, StartsInTheConfiguredModeAlone) {
     const kelp::test::TraceCapture capture;
-    EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
+    EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), -1);
+    EXPECT_TRUE(capture.contains("[SuppilerMgr::Start] There is no ORB!"));
     EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(7), -1);
     EXPECT_TRUE(capture.contains("[SuppilerMgr::Start] Unknown delivery mode 7!"));
 }

@@ -8,6 +8,8 @@
 #   managers                   "managers <names>"
 #   ems                        "ems <EMS name> <native name>"
 #   lacking                    "lacking <exception type>"    an operation that the EMS does not have
+#   consume FILTER-TYPE        "consume ok"              structured events of this type are pushed to the NMS from here on
+#   events N                   "event <type> <field>=<value> ..."    a line each for the first N events
 #   ping                       "ping ok"
 #   pinged N                   "pinged"                      when the EMS has called ping N times
 #   ended                      "ended"                       when the EMS has called endSession
@@ -31,6 +33,15 @@ itcl::class Nms {
     public method alarmLossOccurred {startTime notificationId} {}
 }
 
+itcl::class Consumer {
+    inherit PortableServer::ServantBase
+    public method _Interface {} { return "IDL:omg.org/CosNotifyComm/StructuredPushConsumer:1.0" }
+    public method push_structured_event {event} { lappend ::events $event }
+    public method disconnect_structured_push_consumer {} {}
+    public method offer_change {added removed} {}
+}
+
+set events {}
 set pings 0
 set ended 0
 
@@ -75,9 +86,8 @@ proc findFactory {port} {
     return [narrowed $factory "IDL:mtnm.tmforum.org/emsSessionFactory/EmsSessionFactory_I:1.0"]
 }
 
-proc makeNms {} {
+proc activate {servant} {
     set poa [corba::resolve_initial_references RootPOA]
-    set servant [Nms #auto]
     set reference [$poa id_to_reference [$poa activate_object $servant]]
     [$poa the_POAManager] activate
     return $reference
@@ -86,6 +96,24 @@ proc makeNms {} {
 proc manager {} {
     $::session getManager EMS general
     return [narrowed $general "IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0"]
+}
+
+proc consume {type} {
+    $::session getEventChannel channel
+    set admin [$channel default_consumer_admin]
+    set proxy [narrowed [$admin obtain_notification_push_supplier STRUCTURED_EVENT id] \
+        "IDL:omg.org/CosNotifyChannelAdmin/StructuredProxyPushSupplier:1.0"]
+    $proxy subscription_change [list [list domain_name tmf_mtnm type_name $type]] {}
+    $proxy connect_structured_push_consumer [activate [Consumer #auto]]
+}
+
+# An Any is a type and a value.
+proc described {event} {
+    set line [dict get $event header fixed_header event_type type_name]
+    foreach property [dict get $event filterable_data] {
+        append line " [dict get $property name]=[lindex [dict get $property value] 1]"
+    }
+    return $line
 }
 
 proc take {step stepsLeft} {
@@ -114,6 +142,16 @@ proc take {step stepsLeft} {
             }
             say lacking [lindex [failure $result] 0]
         }
+        consume {
+            set steps [lassign $steps type]
+            consume $type
+            say consume ok
+        }
+        events {
+            set steps [lassign $steps count]
+            until "\[llength \$::events\] >= $count"
+            foreach event [lrange $::events 0 $count-1] { say event [described $event] }
+        }
         ping {
             $::session ping
             say ping ok
@@ -138,7 +176,7 @@ proc take {step stepsLeft} {
 set step start
 if {[catch {
     set factory [findFactory $port]
-    set nms [makeNms]
+    set nms [activate [Nms #auto]]
     while {[llength $steps] > 0} {
         set steps [lassign $steps step]
         take $step steps

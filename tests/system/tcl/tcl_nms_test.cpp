@@ -14,6 +14,8 @@ namespace kelp::test {
 namespace {
 
 using testing::ElementsAre;
+using testing::MatchesRegex;
+using testing::StartsWith;
 
 constexpr const char* kSessionGone = "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<127.0.0.1:";
 
@@ -83,6 +85,28 @@ TEST_F(TclNms, IsToldWhenTheEmsStops) {
     EXPECT_EQ(host.stop(), 0);
     EXPECT_EQ(nms->waitExit(), 0);
     EXPECT_THAT(lines(), ElementsAre("login ok", "ended"));
+}
+
+TEST_F(TclNms, GetsHeartbeatsAsStructuredEvents) {
+    host.set("notification", "heartbeat_s", 1);
+    host.start();
+    EXPECT_THAT(through({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "events", "2", "end"}),
+                ElementsAre("login ok", "consume ok",
+                            MatchesRegex("event NT_HEARTBEAT notificationId=  objectName=.*EMS.*Kelp/EMS.* "
+                                         "objectType=OT_EMS emsTime=[0-9]+\\.0Z"),
+                            StartsWith("event NT_HEARTBEAT "), "end ok"));
+}
+
+TEST_F(TclNms, GetsHeartbeatsInTheFormOfAnAlarm) {
+    host.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
+    host.start();
+    EXPECT_THAT(
+        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM", "events", "1", "end"}),
+        ElementsAre("login ok", "consume ok",
+                    MatchesRegex("event NT_ALARM notificationId=0 .* nativeProbableCause=Heartbeat .* "
+                                 "isClearable=0 layerRate=1 .* perceivedSeverity=PS_INDETERMINATE "
+                                 "serviceAffecting=SA_NON_SERVICE_AFFECTING .*"),
+                    "end ok"));
 }
 
 TEST_F(TclNms, ThatDiesIsGivenUp) {

@@ -1,0 +1,237 @@
+// The way of an event from PushEvent to a consumer, and what the agent is told meanwhile.
+
+#include <gmock/gmock.h>
+#include <kelp/corbabase/event_mgr.h>
+#include <kelp/corbabase/supplier_mgr.h>
+
+#include <fstream>
+#include <mutex>
+#include <sstream>
+
+#include "base_orb.h"
+#include "support/temporary_directory.h"
+#include "support/trace_capture.h"
+#include "support/wait_until.h"
+
+namespace kelp::test {
+namespace {
+
+using CosNotifyChannelAdmin::ConsumerAdmin_var;
+using CosNotifyChannelAdmin::EventChannel_var;
+using CosNotifyChannelAdmin::ProxySupplier_var;
+using CosNotifyChannelAdmin::StructuredProxyPushSupplier;
+using CosNotifyChannelAdmin::StructuredProxyPushSupplier_var;
+using NS_CORBA::SuppilerMgr;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// What an agent is asked and told, as lines.
+class Agent final : public NS_CORBA::CallBackProcessBase {
+  public:
+    void OnEventLossCleared(const std::string& endTime) override { add("cleared " + endTime); }
+    void OnEventLossOccurred(const std::string& startTime, const std::string& notificationId) override {
+        add("lost " + notificationId + " of " + startTime);
+    }
+    void FormatAlarmLog(std::stringstream& out, const CosNotification::StructuredEvent& event) override {
+        SuppilerMgr::FormatLog("event", std::string(event.header.fixed_header.event_name.in()), out);
+    }
+    void SendHeartbeat() override { add("heartbeat"); }
+    std::vector<std::string> told() const {
+        const std::lock_guard guard(mutex_);
+        return told_;
+    }
+
+  private:
+    void add(const std::string& line) {
+        const std::lock_guard guard(mutex_);
+        told_.push_back(line);
+    }
+    mutable std::mutex mutex_;
+    std::vector<std::string> told_;
+};
+
+class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
+  public:
+    void push_structured_event(const CosNotification::StructuredEvent& event) override {
+        const std::lock_guard guard(mutex_);
+        names_.emplace_back(event.header.fixed_header.event_name.in());
+    }
+    void disconnect_structured_push_consumer() override {}
+    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    std::vector<std::string> names() const {
+        const std::lock_guard guard(mutex_);
+        return names_;
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> names_;
+};
+
+CosNotification::StructuredEvent alarm(const std::string& name, const char* type = "NT_ALARM") {
+    CosNotification::StructuredEvent event;
+    event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
+    event.header.fixed_header.event_type.type_name = CORBA::string_dup(type);
+    event.header.fixed_header.event_name = CORBA::string_dup(name.c_str());
+    event.filterable_data.length(2);
+    event.filterable_data[0].name = CORBA::string_dup("notificationId");
+    event.filterable_data[0].value <<= ("id" + name).c_str();
+    event.filterable_data[1].name = CORBA::string_dup("emsTime");
+    event.filterable_data[1].value <<= "20240105030405.0Z";
+    return event;
+}
+
+class SupplierMgr : public testing::Test {
+  protected:
+    ~SupplierMgr() override {
+        manager().ExitThread();
+        SuppilerMgr::Destroy();
+        NS_CORBA::EventMgr::Destroy();
+        orb_.reset();
+        consumer_->_remove_ref();
+    }
+    void start(const std::string& notification = "heartbeat_s = 0\n") {
+        orb_ = std::make_unique<BaseOrb>(std::string(kFreePort) + "[notification]\n" + notification);
+        ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
+        manager().SetCallBack(&agent_);
+        ASSERT_EQ(manager().Start(0), 0);
+    }
+    static SuppilerMgr& manager() { return *SuppilerMgr::Instance(); }
+
+    StructuredProxyPushSupplier_var connect() {
+        const EventChannel_var channel = NS_CORBA::EventMgr::Instance()->GetEventChannel();
+        const ConsumerAdmin_var admin = channel->default_consumer_admin();
+        CosNotifyChannelAdmin::ProxyID id = 0;
+        const ProxySupplier_var proxy =
+            admin->obtain_notification_push_supplier(CosNotifyChannelAdmin::STRUCTURED_EVENT, id);
+        StructuredProxyPushSupplier_var structured = StructuredProxyPushSupplier::_narrow(proxy.in());
+        const PortableServer::POA_var root = base().GetRootPoa();
+        const PortableServer::ObjectId_var objectId = root->activate_object(consumer_);
+        const CORBA::Object_var object = root->id_to_reference(objectId.in());
+        const CosNotifyComm::StructuredPushConsumer_var reference =
+            CosNotifyComm::StructuredPushConsumer::_narrow(object.in());
+        structured->connect_structured_push_consumer(reference.in());
+        return structured;
+    }
+    static void push(int first, int last) {
+        for (int i = first; i <= last; ++i) {
+            CosNotification::StructuredEvent event = alarm(std::to_string(i));
+            ASSERT_EQ(manager().PushEvent(event), 0);
+        }
+    }
+    bool gets(std::size_t count) {
+        return waitUntil([&] { return consumer_->names().size() >= count; });
+    }
+    bool isTold(std::size_t count) {
+        return waitUntil([&] { return agent_.told().size() >= count; });
+    }
+
+    Agent agent_;
+    Consumer* consumer_ = new Consumer;
+    std::unique_ptr<BaseOrb> orb_;
+};
+
+TEST_F(SupplierMgr, DeliversEventsInOrder) {
+    start();
+    const StructuredProxyPushSupplier_var proxy = connect();
+    push(1, 2);
+    std::vector<CosNotification::StructuredEvent> batch{alarm("3"), alarm("4")};
+    EXPECT_EQ(manager().PushEvents(batch), 0);
+    batch.clear();
+    EXPECT_EQ(manager().PushEvents(batch), 0);
+    ASSERT_TRUE(gets(4));
+    EXPECT_THAT(consumer_->names(), ElementsAre("1", "2", "3", "4"));
+    ASSERT_EQ(manager().Consumers().size(), 1u);
+    EXPECT_EQ(manager().Consumers()[0].sent, 4u);
+}
+
+TEST_F(SupplierMgr, TakesNothingWithoutAChannel) {
+    CosNotification::StructuredEvent event;
+    EXPECT_EQ(manager().PushEvent(event), -1);
+    start();
+    EXPECT_EQ(manager().PushEvent(event), 0);
+    EXPECT_EQ(manager().Start(0), 0) << "it runs";
+    manager().ExitThread();
+    EXPECT_EQ(manager().PushEvent(event), -1);
+    EXPECT_THAT(manager().Consumers(), IsEmpty());
+    const EventChannel_var none = NS_CORBA::EventMgr::Instance()->GetEventChannel();
+    EXPECT_TRUE(CORBA::is_nil(none.in()));
+}
+
+TEST_F(SupplierMgr, HasTheEmbeddedChannelOnly) {
+    const TraceCapture trace;
+    orb_ = std::make_unique<BaseOrb>(std::string(kFreePort) + "[notification]\nmode = \"external\"\n");
+    EXPECT_EQ(manager().Start(0), -1);
+    EXPECT_TRUE(trace.contains("no other notification service than the embedded one"));
+}
+
+TEST_F(SupplierMgr, AsksForAHeartbeatWhenToldTo) {
+    start();
+    manager().RequestHeartbeat();
+    ASSERT_TRUE(isTold(1));
+    EXPECT_THAT(agent_.told(), ElementsAre("heartbeat"));
+}
+
+TEST_F(SupplierMgr, AsksForHeartbeatsByItsTimer) {
+    start("heartbeat_s = 1\n");
+    EXPECT_TRUE(isTold(2));
+}
+
+TEST_F(SupplierMgr, TellsOfALossOnceAndOfItsEndAfterAWholeRound) {
+    start("heartbeat_s = 0\nqueue_events_max = 4\n");
+    const StructuredProxyPushSupplier_var proxy = connect();
+    proxy->suspend_connection();
+    for (int i = 1; i <= 7; ++i) {  // one by one: the handover's own queue is as small
+        push(i, i);
+        ASSERT_TRUE(
+            waitUntil([&] { return manager().Consumers()[0].sent == static_cast<std::uint64_t>(i); }));
+    }
+    ASSERT_TRUE(isTold(1));
+    EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));
+    proxy->resume_connection();
+    ASSERT_TRUE(gets(4));
+    manager().check_channel_valid();
+    EXPECT_EQ(agent_.told().size(), 1u) << "a round has begun, none has passed";
+    manager().check_channel_valid();
+    ASSERT_TRUE(isTold(2));
+    EXPECT_EQ(agent_.told()[1].rfind("cleared 20", 0), 0u);
+    manager().check_channel_valid();
+    EXPECT_EQ(agent_.told().size(), 2u);
+}
+
+TEST_F(SupplierMgr, TellsOfALossOfTheHandoversOwnQueue) {
+    start("heartbeat_s = 0\nqueue_events_max = 2\n");
+    std::vector<CosNotification::StructuredEvent> batch{alarm("1"), alarm("2"), alarm("3")};
+    EXPECT_EQ(manager().PushEvents(batch), 0);
+    ASSERT_TRUE(isTold(1));
+    EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));
+}
+
+TEST_F(SupplierMgr, WritesAlarmsToTheAlarmLogWhenThatIsOn) {
+    const TemporaryDirectory state;
+    ::setenv("STATE_DIRECTORY", state.path().c_str(), 1);
+    start("heartbeat_s = 0\nalarm_log = true\n");
+    push(1, 1);
+    CosNotification::StructuredEvent heartbeat = alarm("other", "NT_HEARTBEAT");
+    manager().PushEvent(heartbeat);
+    push(2, 2);
+    const auto content = [&] {
+        std::ifstream file(state.path() / "alarms.log");
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    EXPECT_TRUE(waitUntil([&] { return content().find("event=2\n") != std::string::npos; }));
+    EXPECT_NE(content().find("event=1\n"), std::string::npos);
+    EXPECT_EQ(content().find("other"), std::string::npos) << "no alarm";
+    ::unsetenv("STATE_DIRECTORY");
+}
+
+TEST(FormatLog, WritesOneEscapedLineAnEntry) {
+    std::stringstream out;
+    SuppilerMgr::FormatLog("name", std::string("a=b\nc\\d\te\x01"), out);
+    SuppilerMgr::FormatLog("number", -7, out);
+    SuppilerMgr::FormatLog("empty", std::string(), out);
+    EXPECT_EQ(out.str(), "name=a=b\\nc\\\\d\\te\\x01\nnumber=-7\nempty=\n");
+}
+
+}  // namespace
+}  // namespace kelp::test

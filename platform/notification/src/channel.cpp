@@ -1,6 +1,7 @@
 #include <kelp/notification/channel.h>
 
 #include "core.h"
+#include "filter/filter_factory.h"
 #include "servants/event_channel.h"
 
 namespace kelp::notification {
@@ -31,7 +32,9 @@ Channel::Channel(CORBA::ORB_ptr orb, const ChannelSettings& settings, LossListen
     : state_(std::make_unique<State>()) {
     state_->poa = makePoa(orb);
     state_->core = std::make_shared<ChannelCore>(state_->poa.in(), settings, listener);
-    state_->servant = new EventChannelServant(state_->core, CosNotifyFilter::FilterFactory::_nil());
+    const CORBA::Object_var factory = state_->core->activate(new FilterFactoryServant(state_->core));
+    const CosNotifyFilter::FilterFactory_var filters = CosNotifyFilter::FilterFactory::_narrow(factory.in());
+    state_->servant = new EventChannelServant(state_->core, filters.in());
     state_->servant->_add_ref();
     state_->keeper = state_->servant;
     state_->reference = state_->servant->activate();

@@ -1,0 +1,173 @@
+#include "filter_servant.h"
+
+#include "core.h"
+#include "event.h"
+#include "filter_factory.h"
+#include "type_list.h"
+
+namespace kelp::notification {
+
+using namespace CosNotifyFilter;
+
+namespace {
+
+/// A filter of more constraints is not one that selects events.
+constexpr std::size_t kConstraintsMax = 200;
+
+bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification::EventType& type) {
+    if (types.length() == 0)
+        return true;
+    for (CORBA::ULong i = 0; i < types.length(); ++i) {
+        const char* name = types[i].type_name.in();
+        const char* domain = types[i].domain_name.in();
+        const bool anyName =
+            *name == '\0' || matchesPattern(name, "%ALL") || matchesPattern(name, type.type_name.in());
+        const bool anyDomain = *domain == '\0' || matchesPattern(domain, type.domain_name.in());
+        if (anyName && anyDomain)
+            return true;
+    }
+    return false;
+}
+
+ConstraintNotFound notFound(ConstraintID id) {
+    return ConstraintNotFound(id);
+}
+
+template <class Entries>
+ConstraintInfoSeq* listed(const Entries& entries) {
+    ConstraintInfoSeq_var infos = new ConstraintInfoSeq;
+    infos->length(static_cast<CORBA::ULong>(entries.size()));
+    CORBA::ULong i = 0;
+    for (const auto& [id, entry] : entries) {
+        infos[i].constraint_expression = entry.expression;
+        infos[i].constraint_id = id;
+        ++i;
+    }
+    return infos._retn();
+}
+
+}  // namespace
+
+FilterServant::FilterServant(std::shared_ptr<ChannelCore> core, std::function<void()> onDestroy)
+    : core_(std::move(core)), onDestroy_(std::move(onDestroy)) {}
+
+FilterServant::~FilterServant() {
+    if (!destroyed_.exchange(true))
+        onDestroy_();
+}
+
+char* FilterServant::constraint_grammar() {
+    return CORBA::string_dup(kExtendedTcl);
+}
+
+FilterServant::Entry FilterServant::compiled(const ConstraintExp& expression) {
+    try {
+        return {expression, std::make_shared<const Constraint>(expression.constraint_expr.in())};
+    } catch (const ConstraintSyntaxError&) {
+        throw InvalidConstraint(expression);
+    }
+}
+
+std::shared_ptr<const FilterServant::Entries> FilterServant::current() const {
+    const std::lock_guard guard(mutex_);
+    return entries_;
+}
+
+ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) {
+    std::vector<Entry> added;
+    for (CORBA::ULong i = 0; i < list.length() && i <= kConstraintsMax; ++i)
+        added.push_back(compiled(list[i]));
+    Entries made;
+    {
+        const std::lock_guard guard(mutex_);
+        if (entries_->size() + list.length() > kConstraintsMax)
+            throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+        const auto changed = std::make_shared<Entries>(*entries_);
+        for (Entry& each : added)
+            made[++lastId_] = std::move(each);
+        changed->insert(made.begin(), made.end());
+        entries_ = changed;
+    }
+    return listed(made);
+}
+
+void FilterServant::modify_constraints(const ConstraintIDSeq& removed, const ConstraintInfoSeq& changed) {
+    std::map<ConstraintID, Entry> compiledOnes;
+    for (CORBA::ULong i = 0; i < changed.length(); ++i)
+        compiledOnes[changed[i].constraint_id] = compiled(changed[i].constraint_expression);
+    const std::lock_guard guard(mutex_);
+    const auto result = std::make_shared<Entries>(*entries_);
+    for (CORBA::ULong i = 0; i < removed.length(); ++i) {
+        if (result->erase(removed[i]) == 0)
+            throw notFound(removed[i]);
+    }
+    for (auto& [id, entry] : compiledOnes) {
+        const auto found = result->find(id);
+        if (found == result->end())
+            throw notFound(id);
+        found->second = std::move(entry);
+    }
+    entries_ = result;
+}
+
+ConstraintInfoSeq* FilterServant::get_constraints(const ConstraintIDSeq& ids) {
+    const auto entries = current();
+    Entries wanted;
+    for (CORBA::ULong i = 0; i < ids.length(); ++i) {
+        const auto found = entries->find(ids[i]);
+        if (found == entries->end())
+            throw notFound(ids[i]);
+        wanted.insert(*found);
+    }
+    return listed(wanted);
+}
+
+ConstraintInfoSeq* FilterServant::get_all_constraints() {
+    return listed(*current());
+}
+
+void FilterServant::remove_all_constraints() {
+    const std::lock_guard guard(mutex_);
+    entries_ = std::make_shared<const Entries>();
+}
+
+void FilterServant::destroy() {
+    if (destroyed_.exchange(true))
+        return;
+    onDestroy_();
+    core_->deactivate(this);
+}
+
+CORBA::Boolean FilterServant::match(const CORBA::Any& data) {
+    return match_structured(takeIn(data)->body);
+}
+
+CORBA::Boolean FilterServant::match_structured(const CosNotification::StructuredEvent& event) {
+    const auto entries = current();
+    for (const auto& [id, entry] : *entries) {
+        if (isOfType(entry.expression.event_types, event.header.fixed_header.event_type) &&
+            entry.constraint->matches(event))
+            return true;
+    }
+    return false;
+}
+
+CORBA::Boolean FilterServant::match_typed(const CosNotification::PropertySeq& data) {
+    CosNotification::StructuredEvent event;
+    event.filterable_data = data;
+    return match_structured(event);
+}
+
+CallbackID FilterServant::attach_callback(CosNotifyComm::NotifySubscribe_ptr) {
+    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+}
+
+void FilterServant::detach_callback(CallbackID) {
+    throw CallbackNotFound();
+}
+
+CallbackIDSeq* FilterServant::get_callbacks() {
+    return new CallbackIDSeq;
+}
+
+}  // namespace kelp::notification

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cos/CosNotifyFilter.h>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "constraint.h"
+
+namespace kelp::notification {
+
+class ChannelCore;
+
+/// A filter object: constraints in the extended trader constraint language, each for some event types; an
+/// event passes when one of them matches. Without a constraint nothing passes (Notification Service 2.3.1).
+class FilterServant final : public POA_CosNotifyFilter::Filter {
+  public:
+    /// `onDestroy` is called once, when the filter ends.
+    FilterServant(std::shared_ptr<ChannelCore> core, std::function<void()> onDestroy);
+    ~FilterServant() override;
+
+    char* constraint_grammar() override;
+    CosNotifyFilter::ConstraintInfoSeq* add_constraints(
+        const CosNotifyFilter::ConstraintExpSeq& list) override;
+    void modify_constraints(const CosNotifyFilter::ConstraintIDSeq& removed,
+                            const CosNotifyFilter::ConstraintInfoSeq& changed) override;
+    CosNotifyFilter::ConstraintInfoSeq* get_constraints(const CosNotifyFilter::ConstraintIDSeq& ids) override;
+    CosNotifyFilter::ConstraintInfoSeq* get_all_constraints() override;
+    void remove_all_constraints() override;
+    void destroy() override;
+    CORBA::Boolean match(const CORBA::Any& data) override;
+    CORBA::Boolean match_structured(const CosNotification::StructuredEvent& event) override;
+    CORBA::Boolean match_typed(const CosNotification::PropertySeq& data) override;
+    /// Notices of changed subscriptions are not offered: NO_IMPLEMENT.
+    CosNotifyFilter::CallbackID attach_callback(CosNotifyComm::NotifySubscribe_ptr callback) override;
+    void detach_callback(CosNotifyFilter::CallbackID id) override;
+    CosNotifyFilter::CallbackIDSeq* get_callbacks() override;
+
+  private:
+    struct Entry {
+        CosNotifyFilter::ConstraintExp expression;
+        std::shared_ptr<const Constraint> constraint;
+    };
+    using Entries = std::map<CosNotifyFilter::ConstraintID, Entry>;
+
+    static Entry compiled(const CosNotifyFilter::ConstraintExp& expression);
+    std::shared_ptr<const Entries> current() const;
+
+    const std::shared_ptr<ChannelCore> core_;
+    const std::function<void()> onDestroy_;
+    mutable std::mutex mutex_;  // guards what follows
+    std::shared_ptr<const Entries> entries_ = std::make_shared<const Entries>();
+    CosNotifyFilter::ConstraintID lastId_ = 0;
+    std::atomic<bool> destroyed_{false};
+};
+
+}  // namespace kelp::notification

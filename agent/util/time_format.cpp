@@ -24,10 +24,15 @@ std::tm fieldsOf(std::time_t moment, Conversion convert) {
     return fields;
 }
 
+/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not overflow.
+int shown(int field, unsigned offset) {
+    return static_cast<int>(static_cast<unsigned>(field) + offset);
+}
+
 std::string printed(const char* format, const std::tm& fields) {
     std::array<char, 128> text{};
     const int length =
-        std::snprintf(text.data(), text.size(), format, fields.tm_year + 1900, fields.tm_mon + 1,
+        std::snprintf(text.data(), text.size(), format, shown(fields.tm_year, 1900), shown(fields.tm_mon, 1),
                       fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
     return std::string(length < 0 ? "" : text.data());
 }

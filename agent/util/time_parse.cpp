@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <string_view>
 #include <tuple>
 
 namespace NS_KELPCORBA {
@@ -126,15 +125,6 @@ int TimeChange::compareDateTime(const stDateTimeType& a, const stDateTimeType& b
     if (asTuple(a) == asTuple(b))
         return 0;
     return asTuple(a) > asTuple(b) ? 1 : 2;
-}
-
-void KELP_Utils::split(const std::string& text, const std::string& delims, std::list<std::string>& parts) {
-    std::size_t start = text.find_first_not_of(delims);
-    while (start != std::string::npos) {
-        const std::size_t end = std::min(text.find(delims, start), text.size());
-        parts.push_back(text.substr(start, end - start));
-        start = end >= text.size() ? std::string::npos : text.find_first_not_of(delims, end + 1);
-    }
 }
 
 }  // namespace NS_KELPCORBA

@@ -93,6 +93,29 @@ TEST(AlarmLog, LeavesOutNumbersOfValueZeroAndOfAnotherType) {
         EXPECT_EQ(entry(event, name), "none") << name;
 }
 
+TEST(AlarmLog, WritesANegativeLayerRate) {
+    CosNotification::StructuredEvent event;
+    addField(event, "layerRate") <<= CORBA::Short(-1);
+    EXPECT_EQ(entry(event, "layerRate"), "-1");
+}
+
+TEST(AlarmLog, LeavesOutFieldsThatAreNoneOfItsOwn) {
+    CosNotification::StructuredEvent event;
+    addField(event, "notificationId") <<= "17";
+    for (const char* name :
+         {"X.733::SpecificProblems", "X.733::ProposedRepairActions", "X.733::AdditionalInfo"})
+        addField(event, name) <<= globaldefs::NamingAttributesList_T();
+    addField(event, "vendorsOwn") <<= "text";
+    EXPECT_EQ(rendered(event), rendered(CosNotification::StructuredEvent()));
+}
+
+TEST(AlarmLog, IsAppendedToWhatIsThere) {
+    std::stringstream out;
+    out << "before\n";
+    SuppilerMgrCallBack().FormatAlarmLog(out, CosNotification::StructuredEvent());
+    EXPECT_EQ(out.str().rfind("before\nobjectName=\n", 0), 0u);
+}
+
 TEST(AlarmLog, SaysClearableWhateverTheAlarmSays) {
     CosNotification::StructuredEvent event;
     addField(event, "isClearable") <<= CORBA::Any::from_boolean(false);
@@ -120,6 +143,9 @@ TEST(AlarmLog, UsesTheFirstOfTwoFieldsOfOneName) {
     addField(event, "emsTime") <<= "first";
     addField(event, "emsTime") <<= "second";
     EXPECT_EQ(entry(event, "emsTime"), "first");
+    addField(event, "nativeEMSName") <<= CORBA::Long(7);
+    addField(event, "nativeEMSName") <<= "second";
+    EXPECT_EQ(entry(event, "nativeEMSName"), "none") << "the first one, of another type";
 }
 
 TEST(AlarmLog, EscapesAListThatHoldsLineEndsOnceMore) {

@@ -1,12 +1,13 @@
 #include "notify/heartbeat.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/time_change.h>
-#include <kelp/bundlemgr/config_store.h>
 #include <mtnm/notifications.h>
 
 #include "event_fields.h"
+#include "unit/corbabase/config_text.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -15,10 +16,10 @@ class Heartbeat : public testing::Test {
   protected:
     ~Heartbeat() override { CorbaAgentConfig::Destroy(); }
 
-    static CosNotification::StructuredEvent make(int type, const std::string& emsName = "Kelp/EMS") {
-        NS_BUNDLEMGR1::ConfigStore::instance().loadText(
-            "[ems]\nname = \"" + emsName + "\"\n[agent]\nHeartbeatEventType = " + std::to_string(type) + "\n",
-            "test.toml");
+    static CosNotification::StructuredEvent make(int type, const std::string& emsName = "Kelp/EMS",
+                                                 const std::string& more = "") {
+        kelp::test::configure("[ems]\nname = \"" + emsName +
+                              "\"\n[agent]\nHeartbeatEventType = " + std::to_string(type) + "\n" + more);
         CorbaAgentConfig::Instance()->Init();
         return makeHeartbeat();
     }
@@ -121,11 +122,26 @@ TEST_F(Heartbeat, OfAnyOtherTypeIsAnAlarmOfNineteenFields) {
 }
 
 TEST_F(Heartbeat, OfAnEmsWithoutANameHasAnEmptyOne) {
-    NS_BUNDLEMGR1::ConfigStore::instance().reset();
-    const CosNotification::StructuredEvent event = make(0, "");
-    const globaldefs::NVSList_T* name = nullptr;
-    ASSERT_TRUE(event.filterable_data[1].value >>= name);
-    EXPECT_EQ(name->length(), 1u);
+    const CosNotification::StructuredEvent heartbeat = make(0, "");
+    expectEmsName(heartbeat, "");
+    const CosNotification::StructuredEvent alarm = make(1, "");
+    expectEmsName(alarm, "");
+    expectText(alarm, 2, "nativeEMSName", "");
+}
+
+TEST_F(Heartbeat, HasItsTimesInTheConfiguredLayoutAndReference) {
+    const CosNotification::StructuredEvent event = make(1, "EMS", "[time]\nappearance = 1\nreference = 1\n");
+    for (const CORBA::ULong at : {5u, 6u}) {
+        const char* value = nullptr;
+        ASSERT_TRUE(event.filterable_data[at].value >>= value);
+        EXPECT_THAT(value, testing::MatchesRegex("[0-9]{2}/[0-9]{2}/[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}"));
+    }
+}
+
+TEST_F(Heartbeat, FollowsTheConfigurationFromOneToTheNext) {
+    expectHeader(make(0), "NT_HEARTBEAT");
+    expectHeader(make(1), "NT_ALARM");
+    expectEmsName(make(0, "Other"), "Other");
 }
 
 }  // namespace

@@ -164,6 +164,9 @@ const Case kCases[] = {
     {"$perceivedSeverity == PS_CRITICAL", kYes},
     {"$perceivedSeverity == 'PS_CRITICAL'", kYes},
     {"$.perceivedSeverity == 'PS_MAJOR'", kNo},
+    {"$perceivedSeverity == PS_MAJOR", kNo},
+    {"$perceivedSeverity != PS_MAJOR", kYes},
+    {"$perceivedSeverity == PS_INDETERMINATE", kNo},
     {"$perceivedSeverity == 1", kYes},
     {"$perceivedSeverity < 3", kYes},
     // structures, sequences, lists of names and values

@@ -195,5 +195,40 @@ TEST_F(KelpnmsTest, EmsThatHasGoneIsNotReachable) {
     EXPECT_TRUE(log_.contains("log-in at " + host_.address() + " failed: TRANSIENT")) << output();
 }
 
+TEST_F(KelpnmsTest, EventsAreShownUntilThereHaveBeenEnough) {
+    host_.set("notification", "heartbeat_s", 1);
+    startHost();
+    EXPECT_EQ(run({"--json", "events", "--count", "2", "--for", "30"}), 0) << output();
+    const Json first = Json::parse(output().substr(0, output().find('\n')), nullptr, false);
+    EXPECT_EQ(first["type"], "NT_HEARTBEAT");
+    EXPECT_EQ(first["fields"]["objectName"]["EMS"], "Kelp/EMS");
+    EXPECT_EQ(first["fields"]["objectType"], "OT_EMS");
+    EXPECT_EQ(log_.count("NT_HEARTBEAT"), 2u);
+    EXPECT_TRUE(allSessionsGone());
+}
+
+TEST_F(KelpnmsTest, EventsAreSelectedByTheFilter) {
+    host_.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
+    startHost();
+    EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity == PS_CRITICAL", "--for", "3", "--count", "1"}),
+              6);
+    EXPECT_FALSE(log_.contains("NT_ALARM")) << output();
+    EXPECT_EQ(run({"events", "--sequence", "--filter", "$perceivedSeverity == PS_INDETERMINATE", "--for",
+                   "30", "--count", "1"}),
+              0);
+    EXPECT_TRUE(log_.contains("nativeProbableCause \"Heartbeat\"")) << output();
+    EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity =="}), 5);
+    EXPECT_TRUE(log_.contains("refuses the filter")) << output();
+    EXPECT_TRUE(allSessionsGone());
+}
+
+TEST_F(KelpnmsTest, EventsEndWhenTheEmsStops) {
+    startHost();
+    ChildProcess nms(launch({"--verbose", "events"}));
+    EXPECT_TRUE(log_.waitFor("connected to the event channel"));
+    EXPECT_EQ(host_.stop(), 0);
+    EXPECT_EQ(nms.waitExit(), 6) << output();
+}
+
 }  // namespace
 }  // namespace kelp::test

@@ -105,6 +105,13 @@ TEST_F(TimeFormat, OfAYearBeyond9999LosesItsFirstDigitInUTCtime2str) {
     EXPECT_EQ(TimeChange::time2UTCStr(kYear10000), "100000101000000.0Z");
 }
 
+TEST_F(TimeFormat, OfFieldsBeyondEveryCalendarIsStillAText) {
+    std::tm time = fields(2024, 1, 5, 3, 4, 5);
+    time.tm_year = std::numeric_limits<int>::max();
+    time.tm_mon = std::numeric_limits<int>::max();
+    EXPECT_EQ(TimeChange::time2UTCStr(time), "-2147481749-214748364805030405.0Z");
+}
+
 TEST_F(TimeFormat, OfAMomentWithoutFieldsIsNow) {
     EXPECT_TRUE(agrees([] { return TimeChange::time2UTCStr(kNoMoment); },
                        [] { return TimeChange::time2UTCStr(static_cast<long>(std::time(nullptr))); }));

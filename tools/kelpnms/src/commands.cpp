@@ -1,8 +1,11 @@
 #include "commands.h"
 
+#include "event_view.h"
 #include "exit_codes.h"
 #include "password.h"
 #include "watch.h"
+
+#include <kelp/nms/event_stream.h>
 
 #include <chrono>
 
@@ -42,13 +45,24 @@ int watchEms(const std::shared_ptr<Watch>& watch, const Options& options) {
             Report::error("the EMS ended the session");
             return kWatchCutShort;
         case Watch::End::TimeOver:
-            Report::error("the time was over before the wanted number of pings had come");
+            if (options.count == 0)
+                break;  // no number was wanted
+            Report::error("the time was over before the wanted number of pings or events had come");
             return kWatchCutShort;
         case Watch::End::Enough:
         case Watch::End::Interrupted:
             break;
     }
     return kDone;
+}
+
+int watchEvents(NmsSession& session, PortableServer::POA_ptr poa, const std::shared_ptr<Watch>& watch,
+                const Options& options, const std::shared_ptr<Report>& report) {
+    const auto view =
+        std::make_shared<EventView>(report, options.count, [watch](bool enough) { watch->over(enough); });
+    const EventStream events(session, poa, {options.filter, options.sequences}, view);
+    report->step("connected to the event channel");
+    return watchEms(watch, options);
 }
 
 /// Takes the handler back when the session is over.
@@ -65,8 +79,9 @@ class Handling {
     Interrupts& interrupts_;
 };
 
-int useSession(NmsSession& session, const std::shared_ptr<Watch>& watch, const Options& options,
-               Report& report) {
+int useSession(NmsSession& session, PortableServer::POA_ptr poa, const std::shared_ptr<Watch>& watch,
+               const Options& options, const std::shared_ptr<Report>& reportOfAll) {
+    Report& report = *reportOfAll;
     switch (options.command) {
         case Command::Managers:
             return listManagers(session, report);
@@ -76,6 +91,8 @@ int useSession(NmsSession& session, const std::shared_ptr<Watch>& watch, const O
             return showEms(session, options.capabilities, report);
         case Command::Watch:
             return watchEms(watch, options);
+        case Command::Events:
+            return watchEvents(session, poa, watch, options, reportOfAll);
         case Command::Find:
             break;
     }
@@ -107,15 +124,17 @@ int runCommand(const Options& options, const std::shared_ptr<Report>& report, In
     }
     report->step("session factory " + factory.path + " at " + factory.address);
 
-    const auto watch = std::make_shared<Watch>(report, options.command == Command::Watch ? options.count : 0);
+    const auto watch = std::make_shared<Watch>(
+        report, options.command == Command::Watch ? options.count : 0,
+        options.command == Command::Watch ? Watch::Calls::AreShown : Watch::Calls::LossesAreShown);
     std::shared_ptr<NmsListener> listener;
-    if (options.command == Command::Watch)
+    if (options.command == Command::Watch || options.command == Command::Events)
         listener = watch;
     // from here on Ctrl-C leaves in order: the session is ended first
     const Handling handling(interrupts, [watch] { watch->interrupt(); });
     const auto session = client.logIn(factory, options.user, password, listener);
     report->step("logged in as " + options.user);
-    const int exitCode = useSession(*session, watch, options, *report);
+    const int exitCode = useSession(*session, client.rootPoa(), watch, options, report);
     if (!watch->endedByEms())
         leave(*session, options, *report);
     return exitCode;

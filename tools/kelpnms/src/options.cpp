@@ -16,6 +16,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpnms --user demo --password-file pw managers
   KELPNMS_PASSWORD=secret kelpnms --user demo ems --capabilities --json
   kelpnms --naming corbaloc:iiop:1.2@ems.example.net:4801/NameService --user demo watch --for 60
+  kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
 
 Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
 
@@ -26,7 +27,7 @@ Exit codes:
   3  the naming service or the EMS cannot be reached, or no single session factory was found
   4  the EMS refused the log-in
   5  a call on the session or a manager failed
-  6  watch: the EMS ended the session, or --for ran out before --count pings came)";
+  6  watch, events: the EMS ended the session, or --for ran out before --count pings or events came)";
 
 constexpr double kSecondsMax = 86400;
 
@@ -104,6 +105,16 @@ void addCommands(CLI::App& app, Options& options, Raw& raw) {
         ->check(CLI::Range(1u, 1000000u));
     watch->add_option("--for", raw.duration, "Leave after so many seconds")
         ->check(CLI::Range(0.1, kSecondsMax));
+
+    auto* events =
+        command("events", "Stay logged in and show each event of the EMS until Ctrl-C", Command::Events);
+    events->add_option("--filter", options.filter,
+                       "Constraint (extended trader constraint language) that the EMS selects by");
+    events->add_flag("--sequence", options.sequences, "Get events in batches");
+    events->add_option("--count", raw.watchCount, "Leave after so many events")
+        ->check(CLI::Range(1u, 1000000000u));
+    events->add_option("--for", raw.duration, "Leave after so many seconds")
+        ->check(CLI::Range(0.1, kSecondsMax));
 }
 
 }  // namespace
@@ -135,7 +146,8 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     }
     options.naming = namingText(raw.naming);
     options.timeout = milliseconds(raw.timeout);
-    options.count = options.command == Command::Watch ? raw.watchCount : raw.pings;
+    const bool isWatching = options.command == Command::Watch || options.command == Command::Events;
+    options.count = isWatching ? raw.watchCount : raw.pings;
     if (raw.duration > 0)
         options.duration = milliseconds(raw.duration);
     return options;

@@ -6,7 +6,7 @@
 
 namespace kelp::nms {
 
-enum class Command { Find, Managers, Ping, Ems, Watch };
+enum class Command { Find, Managers, Ping, Ems, Watch, Events };
 
 /// What the command line asks for.
 struct Options {
@@ -20,9 +20,11 @@ struct Options {
     std::chrono::milliseconds timeout{};
     bool json = false;
     bool verbose = false;
-    unsigned count = 0;  ///< pings to make or to wait for; 0 of watch: no limit
+    unsigned count = 0;  ///< pings to make, pings or events to wait for; 0 of watch and events: no limit
     std::optional<std::chrono::milliseconds> duration;  ///< how long to watch
     bool capabilities = false;
+    std::string filter;      ///< of events
+    bool sequences = false;  ///< events in batches
 };
 
 /// Reads the command line. None when it asked for help or the version, or was wrong; that has been told, and

@@ -1,5 +1,7 @@
 #include "report.h"
 
+#include "any_json.h"
+
 #include <kelp/util/trace_log.h>
 
 #include <fmt/chrono.h>
@@ -115,6 +117,20 @@ void Report::event(const std::string& name, const std::vector<std::pair<std::str
     std::string line = fmt::format("{}  {}", timeNow(), name);
     for (const auto& [key, text] : details)
         line += fmt::format("  {} {}", key, shown(text));
+    write(line);
+}
+
+void Report::notification(const CosNotification::StructuredEvent& event) {
+    const char* type = event.header.fixed_header.event_type.type_name.in();
+    Json fields = Json::object();
+    for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i)
+        fields[event.filterable_data[i].name.in()] = asJson(event.filterable_data[i].value);
+    if (json_)
+        return write(Json{{"time", timeNow()}, {"type", type}, {"fields", fields}});
+    std::string line = fmt::format("{}  {}", timeNow(), shown(type));
+    for (const auto& [name, value] : fields.items())
+        line += fmt::format("  {} {}", shown(name),
+                            shown(value.dump(-1, ' ', false, Json::error_handler_t::replace)));
     write(line);
 }
 

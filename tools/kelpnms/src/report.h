@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <cos/CosNotification.h>
 #include <mtnm/emsMgr.h>
 
 namespace kelp::nms {
@@ -25,6 +26,9 @@ class Report {
     void ems(const emsMgr::EMS_T& ems, const common::CapabilityList_T* capabilities);
     /// A call of the EMS, with the time of this host; `details` are names and texts.
     void event(const std::string& name, const std::vector<std::pair<std::string, std::string>>& details);
+
+    /// An event of the EMS: its type and what it says of itself.
+    void notification(const CosNotification::StructuredEvent& event);
 
     /// Only with --verbose.
     void step(const std::string& text);

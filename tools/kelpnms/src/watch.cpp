@@ -10,7 +10,8 @@ void Watch::finish(End end) {
 }
 
 void Watch::pinged() {
-    report_->event("ping", {});
+    if (calls_ == Calls::AreShown)
+        report_->event("ping", {});
     bool enough = false;
     {
         const std::lock_guard lock(mutex_);
@@ -22,7 +23,8 @@ void Watch::pinged() {
 }
 
 void Watch::sessionEnded() {
-    report_->event("endSession", {});
+    if (calls_ == Calls::AreShown)
+        report_->event("endSession", {});
     finish(End::EndedByEms);
 }
 
@@ -42,6 +44,10 @@ void Watch::interrupt() {
     finish(End::Interrupted);
 }
 
+void Watch::over(bool enough) {
+    finish(enough ? End::Enough : End::EndedByEms);
+}
+
 bool Watch::endedByEms() {
     const std::lock_guard lock(mutex_);
     return end_ == End::EndedByEms;
@@ -53,7 +59,7 @@ Watch::End Watch::wait(std::optional<std::chrono::milliseconds> limit) {
     if (!limit)
         changed_.wait(lock, ended);
     else if (!changed_.wait_for(lock, *limit, ended))
-        return wanted_ == 0 ? End::Enough : End::TimeOver;
+        return End::TimeOver;
     return *end_;
 }
 

@@ -77,7 +77,8 @@ class KELP_EXPORT TimeChange {
 class KELP_EXPORT KELP_Utils {
   public:
     /// Appends the parts of `text` between occurrences of the whole `delims`; characters of `delims` at the
-    /// beginning of a part are passed over, so that no part is empty.
+    /// beginning of a part are passed over, so that no part is empty. An empty `delims` gives an empty part
+    /// for every character.
     static void split(const std::string& text, const std::string& delims, std::list<std::string>& parts);
 };
 

@@ -26,25 +26,6 @@ EventChannel_ptr ConsumerAdminServant::MyChannel() {
     return EventChannel::_duplicate(channel_.in());
 }
 
-// Priorities and lifetimes by filter are not offered.
-CosNotifyFilter::MappingFilter_ptr ConsumerAdminServant::priority_filter() {
-    return CosNotifyFilter::MappingFilter::_nil();
-}
-
-void ConsumerAdminServant::priority_filter(CosNotifyFilter::MappingFilter_ptr filter) {
-    if (!CORBA::is_nil(filter))
-        throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
-}
-
-CosNotifyFilter::MappingFilter_ptr ConsumerAdminServant::lifetime_filter() {
-    return CosNotifyFilter::MappingFilter::_nil();
-}
-
-void ConsumerAdminServant::lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) {
-    if (!CORBA::is_nil(filter))
-        throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
-}
-
 ProxyIDSeq* ConsumerAdminServant::pull_suppliers() {
     return data_->proxies.ids([](const SupplierPart& part) { return !part.pushes(); });
 }

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "qos_and_filters.h"
 #include "supplier_part.h"
 
 namespace kelp::notification {
 
 /// A group of consumers with filters and qualities of service in common.
-class ConsumerAdminServant final : public POA_CosNotifyChannelAdmin::ConsumerAdmin {
+class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
+                                   public WithoutMappingFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin> {
   public:
     /// Told when an admin is destroyed by one of its clients.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
@@ -20,10 +22,6 @@ class ConsumerAdminServant final : public POA_CosNotifyChannelAdmin::ConsumerAdm
     CosNotifyChannelAdmin::AdminID MyID() override { return data_->id; }
     CosNotifyChannelAdmin::EventChannel_ptr MyChannel() override;
     CosNotifyChannelAdmin::InterFilterGroupOperator MyOperator() override { return data_->op; }
-    CosNotifyFilter::MappingFilter_ptr priority_filter() override;
-    void priority_filter(CosNotifyFilter::MappingFilter_ptr filter) override;
-    CosNotifyFilter::MappingFilter_ptr lifetime_filter() override;
-    void lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) override;
     CosNotifyChannelAdmin::ProxyIDSeq* pull_suppliers() override;
     CosNotifyChannelAdmin::ProxyIDSeq* push_suppliers() override;
     CosNotifyChannelAdmin::ProxySupplier_ptr get_proxy_supplier(CosNotifyChannelAdmin::ProxyID id) override;
@@ -37,30 +35,15 @@ class ConsumerAdminServant final : public POA_CosNotifyChannelAdmin::ConsumerAdm
     CosEventChannelAdmin::ProxyPushSupplier_ptr obtain_push_supplier() override;
     CosEventChannelAdmin::ProxyPullSupplier_ptr obtain_pull_supplier() override;
 
-    // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(data_->qos.get()); }
-    void set_qos(const CosNotification::QoSProperties& wanted) override { data_->qos.change(wanted); }
-    void validate_qos(const CosNotification::QoSProperties& wanted,
-                      CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(data_->qos.get(), wanted);
-    }
-
-    // -- FilterAdmin
-    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
-        return data_->filters.add(filter);
-    }
-    void remove_filter(CosNotifyFilter::FilterID id) override { data_->filters.remove(id); }
-    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {
-        return data_->filters.get(id);
-    }
-    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return data_->filters.ids(); }
-    void remove_all_filters() override { data_->filters.clear(); }
-
     // -- NotifySubscribe
     void subscription_change(const CosNotification::EventTypeSeq& added,
                              const CosNotification::EventTypeSeq& removed) override {
         data_->types.change(added, removed);
     }
+
+  protected:
+    SharedQos& sharedQos() override { return data_->qos; }
+    FilterList& filterList() override { return data_->filters; }
 
   private:
     template <class Servant>

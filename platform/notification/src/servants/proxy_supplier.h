@@ -1,12 +1,15 @@
 #pragma once
 
+#include "qos_and_filters.h"
 #include "supplier_part.h"
 
 namespace kelp::notification {
 
 /// The operations that proxy suppliers of every kind have, over the kind's skeleton.
 template <class Skeleton>
-class ProxySupplierServant : public virtual Skeleton, public SupplierPart {
+class ProxySupplierServant : public QosAndFilters<Skeleton>,
+                             public WithoutMappingFilters<Skeleton>,
+                             public SupplierPart {
   public:
     using SupplierPart::SupplierPart;
 
@@ -15,10 +18,6 @@ class ProxySupplierServant : public virtual Skeleton, public SupplierPart {
     CosNotifyChannelAdmin::ConsumerAdmin_ptr MyAdmin() override {
         return CosNotifyChannelAdmin::ConsumerAdmin::_duplicate(admin().reference.in());
     }
-    CosNotifyFilter::MappingFilter_ptr priority_filter() override { return noMapping(); }
-    void priority_filter(CosNotifyFilter::MappingFilter_ptr filter) override { refuseMapping(filter); }
-    CosNotifyFilter::MappingFilter_ptr lifetime_filter() override { return noMapping(); }
-    void lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) override { refuseMapping(filter); }
     CosNotification::EventTypeSeq* obtain_offered_types(CosNotifyChannelAdmin::ObtainInfoMode mode) override {
         return offeredTypes(mode);
     }
@@ -26,25 +25,6 @@ class ProxySupplierServant : public virtual Skeleton, public SupplierPart {
                             CosNotification::NamedPropertyRangeSeq_out available) override {
         available = availableQos(outlet()->qos.get(), wanted);
     }
-
-    // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(outlet()->qos.get()); }
-    void set_qos(const CosNotification::QoSProperties& wanted) override { setQos(wanted); }
-    void validate_qos(const CosNotification::QoSProperties& wanted,
-                      CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(outlet()->qos.get(), wanted);
-    }
-
-    // -- FilterAdmin
-    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
-        return outlet()->filters.add(filter);
-    }
-    void remove_filter(CosNotifyFilter::FilterID id) override { outlet()->filters.remove(id); }
-    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {
-        return outlet()->filters.get(id);
-    }
-    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return outlet()->filters.ids(); }
-    void remove_all_filters() override { outlet()->filters.clear(); }
 
     // -- NotifySubscribe
     void subscription_change(const CosNotification::EventTypeSeq& added,
@@ -54,14 +34,9 @@ class ProxySupplierServant : public virtual Skeleton, public SupplierPart {
 
   protected:
     PortableServer::Servant servant() override { return this; }
-
-  private:
-    static CosNotifyFilter::MappingFilter_ptr noMapping() { return CosNotifyFilter::MappingFilter::_nil(); }
-    /// Priorities and lifetimes by filter are not offered.
-    static void refuseMapping(CosNotifyFilter::MappingFilter_ptr filter) {
-        if (!CORBA::is_nil(filter))
-            throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
-    }
+    SharedQos& sharedQos() override { return outlet()->qos; }
+    FilterList& filterList() override { return outlet()->filters; }
+    void qosChanged(const Qos& qos) override { outlet()->applyQos(qos); }
 };
 
 /// A proxy supplier that pushes; its consumer may be told to wait.

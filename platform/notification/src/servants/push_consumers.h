@@ -1,12 +1,13 @@
 #pragma once
 
 #include "consumer_part.h"
+#include "qos_and_filters.h"
 
 namespace kelp::notification {
 
 /// The operations that proxy consumers of every kind have, over the kind's skeleton.
 template <class Skeleton>
-class ProxyConsumerServant : public virtual Skeleton, public ConsumerPart {
+class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart {
   public:
     using ConsumerPart::ConsumerPart;
 
@@ -27,23 +28,6 @@ class ProxyConsumerServant : public virtual Skeleton, public ConsumerPart {
         available = availableQos(qos.get(), wanted);
     }
 
-    // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(qos.get()); }
-    void set_qos(const CosNotification::QoSProperties& wanted) override { qos.change(wanted); }
-    void validate_qos(const CosNotification::QoSProperties& wanted,
-                      CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(qos.get(), wanted);
-    }
-
-    // -- FilterAdmin
-    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
-        return filters.add(filter);
-    }
-    void remove_filter(CosNotifyFilter::FilterID id) override { filters.remove(id); }
-    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override { return filters.get(id); }
-    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return filters.ids(); }
-    void remove_all_filters() override { filters.clear(); }
-
     // -- NotifyPublish
     void offer_change(const CosNotification::EventTypeSeq& added,
                       const CosNotification::EventTypeSeq& removed) override {
@@ -52,6 +36,8 @@ class ProxyConsumerServant : public virtual Skeleton, public ConsumerPart {
 
   protected:
     PortableServer::Servant servant() override { return this; }
+    SharedQos& sharedQos() override { return qos; }
+    FilterList& filterList() override { return filters; }
 };
 
 class StructuredPushConsumer final

@@ -3,12 +3,13 @@
 #include <functional>
 
 #include "consumer_part.h"
+#include "qos_and_filters.h"
 
 namespace kelp::notification {
 
 /// A group of suppliers outside this process, with filters in common. Suppliers push; pulling from them is
 /// not offered.
-class SupplierAdminServant final : public POA_CosNotifyChannelAdmin::SupplierAdmin {
+class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::SupplierAdmin> {
   public:
     /// Told when an admin is destroyed by one of its clients.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
@@ -36,30 +37,15 @@ class SupplierAdminServant final : public POA_CosNotifyChannelAdmin::SupplierAdm
     CosEventChannelAdmin::ProxyPushConsumer_ptr obtain_push_consumer() override;
     CosEventChannelAdmin::ProxyPullConsumer_ptr obtain_pull_consumer() override;
 
-    // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(data_->qos.get()); }
-    void set_qos(const CosNotification::QoSProperties& wanted) override { data_->qos.change(wanted); }
-    void validate_qos(const CosNotification::QoSProperties& wanted,
-                      CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(data_->qos.get(), wanted);
-    }
-
-    // -- FilterAdmin
-    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
-        return data_->filters.add(filter);
-    }
-    void remove_filter(CosNotifyFilter::FilterID id) override { data_->filters.remove(id); }
-    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {
-        return data_->filters.get(id);
-    }
-    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return data_->filters.ids(); }
-    void remove_all_filters() override { data_->filters.clear(); }
-
     // -- NotifyPublish
     void offer_change(const CosNotification::EventTypeSeq& added,
                       const CosNotification::EventTypeSeq& removed) override {
         core_->offered.change(added, removed);
     }
+
+  protected:
+    SharedQos& sharedQos() override { return data_->qos; }
+    FilterList& filterList() override { return data_->filters; }
 
   private:
     template <class Servant>

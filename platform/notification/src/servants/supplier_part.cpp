@@ -34,10 +34,6 @@ CosNotification::EventTypeSeq* SupplierPart::offeredTypes(ObtainInfoMode mode) c
     return core_->offered.list();
 }
 
-void SupplierPart::setQos(const CosNotification::QoSProperties& wanted) {
-    outlet_->applyQos(outlet_->qos.change(wanted));
-}
-
 void SupplierPart::suspend() {
     switch (outlet_->suspend()) {
         case Subscription::Change::NotConnected:

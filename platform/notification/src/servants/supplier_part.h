@@ -35,7 +35,6 @@ class SupplierPart {
     ConsumerAdminData& admin() const { return *admin_; }
 
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) const;
-    void setQos(const CosNotification::QoSProperties& wanted);
     void suspend();
     void resume();
     /// Connects a consumer that pushes are made to; throws AlreadyConnected.

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "admin_data.h"
+
+namespace kelp::notification {
+
+/// QoSAdmin and FilterAdmin, which admins and proxies of every kind have, over the kind's skeleton.
+template <class Skeleton>
+class QosAndFilters : public virtual Skeleton {
+  public:
+    // -- QoSAdmin
+    CosNotification::QoSProperties* get_qos() override { return asProperties(sharedQos().get()); }
+    void set_qos(const CosNotification::QoSProperties& wanted) override {
+        qosChanged(sharedQos().change(wanted));
+    }
+    void validate_qos(const CosNotification::QoSProperties& wanted,
+                      CosNotification::NamedPropertyRangeSeq_out available) override {
+        available = availableQos(sharedQos().get(), wanted);
+    }
+
+    // -- FilterAdmin
+    CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
+        return filterList().add(filter);
+    }
+    void remove_filter(CosNotifyFilter::FilterID id) override { filterList().remove(id); }
+    CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {
+        return filterList().get(id);
+    }
+    CosNotifyFilter::FilterIDSeq* get_all_filters() override { return filterList().ids(); }
+    void remove_all_filters() override { filterList().clear(); }
+
+  protected:
+    virtual SharedQos& sharedQos() = 0;
+    virtual FilterList& filterList() = 0;
+    /// The qualities have been changed to these.
+    virtual void qosChanged(const Qos&) {}
+};
+
+/// Priorities and lifetimes by filter, which are not offered: there is none, and none can be set.
+template <class Skeleton>
+class WithoutMappingFilters : public virtual Skeleton {
+  public:
+    CosNotifyFilter::MappingFilter_ptr priority_filter() override { return none(); }
+    void priority_filter(CosNotifyFilter::MappingFilter_ptr filter) override { refuse(filter); }
+    CosNotifyFilter::MappingFilter_ptr lifetime_filter() override { return none(); }
+    void lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) override { refuse(filter); }
+
+  private:
+    static CosNotifyFilter::MappingFilter_ptr none() { return CosNotifyFilter::MappingFilter::_nil(); }
+    static void refuse(CosNotifyFilter::MappingFilter_ptr filter) {
+        if (!CORBA::is_nil(filter))
+            throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+    }
+};
+
+}  // namespace kelp::notification

@@ -84,9 +84,8 @@ void fillAlarm(CosNotification::PropertySeq& data, const std::string& emsName) {
 
 }  // namespace
 
-CosNotification::StructuredEvent makeHeartbeat() {
-    const bool isHeartbeat = CorbaAgentConfig::Instance()->GetHeartbeatEventType() == kHeartbeatType;
-    const std::string emsName = NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName();
+CosNotification::StructuredEvent makeHeartbeat(std::int32_t type, const std::string& emsName) {
+    const bool isHeartbeat = type == kHeartbeatType;
     CosNotification::StructuredEvent event;
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     event.header.fixed_header.event_type.type_name =
@@ -97,6 +96,11 @@ CosNotification::StructuredEvent makeHeartbeat() {
     else
         fillAlarm(event.filterable_data, emsName);
     return event;
+}
+
+CosNotification::StructuredEvent makeHeartbeat() {
+    return makeHeartbeat(CorbaAgentConfig::Instance()->GetHeartbeatEventType(),
+                         NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName());
 }
 
 void SuppilerMgrCallBack::SendHeartbeat() {

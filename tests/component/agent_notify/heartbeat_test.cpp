@@ -122,15 +122,16 @@ TEST_F(Heartbeat, OfAnyOtherTypeIsAnAlarmOfNineteenFields) {
 }
 
 TEST_F(Heartbeat, OfAnEmsWithoutANameHasAnEmptyOne) {
-    const CosNotification::StructuredEvent heartbeat = make(0, "");
+    const CosNotification::StructuredEvent heartbeat = makeHeartbeat(0, "");
     expectEmsName(heartbeat, "");
-    const CosNotification::StructuredEvent alarm = make(1, "");
+    const CosNotification::StructuredEvent alarm = makeHeartbeat(1, "");
     expectEmsName(alarm, "");
     expectText(alarm, 2, "nativeEMSName", "");
 }
 
 TEST_F(Heartbeat, HasItsTimesInTheConfiguredLayoutAndReference) {
-    const CosNotification::StructuredEvent event = make(1, "EMS", "[time]\nappearance = 1\nreference = 1\n");
+    const CosNotification::StructuredEvent event =
+        make(1, "Kelp/EMS", "[time]\nappearance = 1\nreference = 1\n");
     for (const CORBA::ULong at : {5u, 6u}) {
         const char* value = nullptr;
         ASSERT_TRUE(event.filterable_data[at].value >>= value);
@@ -141,7 +142,7 @@ TEST_F(Heartbeat, HasItsTimesInTheConfiguredLayoutAndReference) {
 TEST_F(Heartbeat, FollowsTheConfigurationFromOneToTheNext) {
     expectHeader(make(0), "NT_HEARTBEAT");
     expectHeader(make(1), "NT_ALARM");
-    expectEmsName(make(0, "Other"), "Other");
+    expectEmsName(make(0, "Kelp/Other"), "Kelp/Other");
 }
 
 }  // namespace

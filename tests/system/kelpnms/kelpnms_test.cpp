@@ -230,5 +230,22 @@ TEST_F(KelpnmsTest, EventsEndWhenTheEmsStops) {
     EXPECT_EQ(nms.waitExit(), 6) << output();
 }
 
+TEST_F(KelpnmsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfterwards) {
+    host_.set("notification", "heartbeat_s", 1)
+        .set("notification", "push_timeout_s", 1)
+        .set("session", "ping_interval_s", 60);
+    startHost();
+    ChildProcess frozen(launch({"--verbose", "events", "--count", "6", "--for", "120"}));
+    LogFile frozenLog = log_;
+    ASSERT_TRUE(frozenLog.waitFor("NT_HEARTBEAT"));
+    frozen.freeze();
+    const std::size_t before = frozenLog.count("NT_HEARTBEAT");
+    EXPECT_EQ(run({"events", "--count", "4", "--for", "60"}), 0) << output();
+    EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), before);
+    frozen.thaw();
+    EXPECT_EQ(frozen.waitExit(), 0) << frozenLog.text();
+    EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), 6u);
+}
+
 }  // namespace
 }  // namespace kelp::test

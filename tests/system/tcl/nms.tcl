@@ -8,7 +8,8 @@
 #   managers                   "managers <names>"
 #   ems                        "ems <EMS name> <native name>"
 #   lacking                    "lacking <exception type>"    an operation that the EMS does not have
-#   consume FILTER-TYPE        "consume ok"              structured events of this type are pushed to the NMS from here on
+#   consume TYPE FILTER        "consume ok", or "consume refused <exception>"    structured events of this type that the
+#                              filter lets through are pushed to the NMS from here on; no filter when it is empty
 #   events N                   "event <type> <field>=<value> ..."    a line each for the first N events
 #   ping                       "ping ok"
 #   pinged N                   "pinged"                      when the EMS has called ping N times
@@ -98,12 +99,17 @@ proc manager {} {
     return [narrowed $general "IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0"]
 }
 
-proc consume {type} {
+proc consume {type filter} {
     $::session getEventChannel channel
     set admin [$channel default_consumer_admin]
     set proxy [narrowed [$admin obtain_notification_push_supplier STRUCTURED_EVENT id] \
         "IDL:omg.org/CosNotifyChannelAdmin/StructuredProxyPushSupplier:1.0"]
     $proxy subscription_change [list [list domain_name tmf_mtnm type_name $type]] {}
+    if {$filter ne ""} {
+        set made [[$channel default_filter_factory] create_filter EXTENDED_TCL]
+        $made add_constraints [list [list event_types {} constraint_expr $filter]]
+        $proxy add_filter $made
+    }
     $proxy connect_structured_push_consumer [activate [Consumer #auto]]
 }
 
@@ -143,9 +149,12 @@ proc take {step stepsLeft} {
             say lacking [lindex [failure $result] 0]
         }
         consume {
-            set steps [lassign $steps type]
-            consume $type
-            say consume ok
+            set steps [lassign $steps type filter]
+            if {[catch {consume $type $filter} result]} {
+                say consume refused [lindex $result 0]
+            } else {
+                say consume ok
+            }
         }
         events {
             set steps [lassign $steps count]

@@ -90,23 +90,50 @@ TEST_F(TclNms, IsToldWhenTheEmsStops) {
 TEST_F(TclNms, GetsHeartbeatsAsStructuredEvents) {
     host.set("notification", "heartbeat_s", 1);
     host.start();
-    EXPECT_THAT(through({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "events", "2", "end"}),
-                ElementsAre("login ok", "consume ok",
-                            MatchesRegex("event NT_HEARTBEAT notificationId=  objectName=.*EMS.*Kelp/EMS.* "
-                                         "objectType=OT_EMS emsTime=[0-9]+\\.0Z"),
-                            StartsWith("event NT_HEARTBEAT "), "end ok"));
+    EXPECT_THAT(
+        through({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "", "events", "2", "end"}),
+        ElementsAre("login ok", "consume ok",
+                    MatchesRegex("event NT_HEARTBEAT notificationId=  objectName=.*EMS.*Kelp/EMS.* "
+                                 "objectType=OT_EMS emsTime=[0-9]+\\.0Z"),
+                    StartsWith("event NT_HEARTBEAT "), "end ok"));
 }
 
 TEST_F(TclNms, GetsHeartbeatsInTheFormOfAnAlarm) {
     host.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
     host.start();
     EXPECT_THAT(
-        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM", "events", "1", "end"}),
+        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM", "", "events", "1", "end"}),
         ElementsAre("login ok", "consume ok",
                     MatchesRegex("event NT_ALARM notificationId=0 .* nativeProbableCause=Heartbeat .* "
                                  "isClearable=0 layerRate=1 .* perceivedSeverity=PS_INDETERMINATE "
                                  "serviceAffecting=SA_NON_SERVICE_AFFECTING .*"),
                     "end ok"));
+}
+
+TEST_F(TclNms, SelectsEventsByAFilter) {
+    host.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
+    host.start();
+    EXPECT_THAT(
+        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM", "$objectName(EMS) ==", "consume",
+                 "NT_ALARM", "$objectName(EMS) == 'Kelp/EMS' and $perceivedSeverity == PS_INDETERMINATE",
+                 "events", "2", "end"}),
+        ElementsAre("login ok", "consume refused IDL:omg.org/CosNotifyFilter/InvalidConstraint:1.0",
+                    "consume ok", StartsWith("event NT_ALARM"), StartsWith("event NT_ALARM"), "end ok"));
+}
+
+TEST_F(TclNms, GetsNothingThatItsFilterDoesNotMatch) {
+    host.set("notification", "heartbeat_s", 1);
+    host.start();
+    begin({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "$objectName(EMS) == 'Another/EMS'",
+           "events", "1"});
+    EXPECT_TRUE(said.waitFor("consume ok"));
+    // a second NMS shows that heartbeats go out meanwhile
+    Launch other =
+        host.launch(TCLSH, {TCL_NMS, TCL_TYPES, std::to_string(host.namingPort()), "login", "alice",
+                            Host::kPassword, "consume", "NT_HEARTBEAT", "", "events", "2", "end"});
+    other.output = host.scratch("other");
+    EXPECT_EQ(runToEnd(other), 0);
+    EXPECT_THAT(lines(), ElementsAre("login ok", "consume ok"));
 }
 
 TEST_F(TclNms, ThatDiesIsGivenUp) {

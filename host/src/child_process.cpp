@@ -1,8 +1,7 @@
 #include "child_process.h"
 
-#include "descriptor.h"
-
 #include <fcntl.h>
+#include <kelp/util/descriptor.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -17,6 +16,8 @@
 namespace kelp::host {
 
 namespace {
+
+using util::Descriptor;
 
 std::string reason(const std::string& doing, int problem) {
     return doing + ": " + std::generic_category().message(problem);

@@ -1,7 +1,6 @@
 #include "giop_probe.h"
 
-#include "descriptor.h"
-
+#include <kelp/util/descriptor.h>
 #include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -16,6 +15,8 @@
 namespace kelp::host {
 
 namespace {
+
+using util::Descriptor;
 
 using Clock = std::chrono::steady_clock;
 

@@ -1,10 +1,10 @@
 #include "naming_settings.h"
 
-#include "descriptor.h"
 #include "start_failure.h"
 
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/orb/references.h>
+#include <kelp/util/descriptor.h>
 
 #include <fcntl.h>
 #include <netdb.h>
@@ -18,6 +18,8 @@
 namespace kelp::host {
 
 namespace {
+
+using util::Descriptor;
 
 using NS_BUNDLEMGR1::ConfigStore;
 

@@ -27,6 +27,7 @@ class TemporaryDirectory {
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
     /// Writes a file in it, replacing what was there, and returns its path.
     std::filesystem::path write(const std::string& name, const std::string& content) const {

@@ -46,7 +46,11 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& problem) {
         if (problem.get_exit_code() == 0)
             return app.exit(problem);
-        return fail(std::string(problem.what()) + " (--help tells more)", kWrongCommandLine);
+        const std::vector<std::string> notUnderstood = app.remaining(true);
+        const std::string reason = notUnderstood.empty()
+                                       ? std::string(problem.what())
+                                       : "\"" + notUnderstood.front() + "\" is no command or option";
+        return fail(reason + " (--help tells more)", kWrongCommandLine);
     } catch (const std::exception& failure) {
         return fail(failure.what(), kFailed);
     }

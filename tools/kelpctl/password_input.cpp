@@ -1,6 +1,7 @@
 #include "password_input.h"
 
 #include <fcntl.h>
+#include <kelp/util/descriptor.h>
 #include <poll.h>
 #include <signal.h>
 #include <string.h>
@@ -18,24 +19,10 @@ namespace kelp::ctl {
 
 namespace {
 
+using util::Descriptor;
+
 /// Far above what any password database takes; ends the reading of a file without lines.
 constexpr std::size_t kLineBytesMax = 4096;
-
-/// A file descriptor that is closed with its owner.
-class Descriptor {
-  public:
-    Descriptor(const char* path, int flags) : fd_(::open(path, flags | O_CLOEXEC)) {}
-    ~Descriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-  private:
-    const int fd_;
-};
 
 /// While it lives, signals that would end the program only interrupt its waiting for input, so that the
 /// terminal can be put right first. They are held back in between: one that comes just before the waiting is
@@ -128,7 +115,7 @@ Secret ask(int terminal, const InterruptedReading& reading, const char* prompt) 
 }
 
 Secret fromTerminal() {
-    const Descriptor terminal("/dev/tty", O_RDWR | O_NOCTTY);
+    const Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (terminal.get() < 0)
         throw std::runtime_error("there is no terminal to ask for the password; use --password-file");
     const InterruptedReading interrupted;
@@ -141,7 +128,7 @@ Secret fromTerminal() {
 }
 
 Secret fromFile(const std::string& file) {
-    const Descriptor input(file.c_str(), O_RDONLY);
+    const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     Secret line;
     struct stat status = {};
     if (input.get() < 0 || ::fstat(input.get(), &status) != 0 ||

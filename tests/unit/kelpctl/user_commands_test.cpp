@@ -43,6 +43,12 @@ TEST_F(UserCommands, APasswordFileThatOthersCanReadIsWarnedAbout) {
     EXPECT_EQ(run.errors, "kelpctl: warning: others can read the password file pw\n");
 }
 
+TEST_F(UserCommands, UnknownCommandIsNamed) {
+    EXPECT_TRUE(kelpctl("frobnicate").failedWith(2, "\"frobnicate\" is no command or option"));
+    EXPECT_TRUE(kelpctl("user frobnicate").failedWith(2, "\"frobnicate\" is no command or option"));
+    EXPECT_TRUE(kelpctl("user").failedWith(2, "A subcommand is required"));
+}
+
 TEST_F(UserCommands, AddTwiceFails) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     secretFile("other", "other\n");

@@ -4,9 +4,9 @@
 
 #include <utility>
 
-namespace kelp::host {
+namespace kelp::util {
 
-/// A file descriptor that is closed with its owner.
+/// A file descriptor that is closed with its owner. Move only.
 class Descriptor {
   public:
     explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
@@ -28,4 +28,4 @@ class Descriptor {
     int descriptor_;
 };
 
-}  // namespace kelp::host
+}  // namespace kelp::util

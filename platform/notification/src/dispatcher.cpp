@@ -18,6 +18,13 @@ void serve(Subscription& subscription) {
     }
 }
 
+/// By value: another thread may take the entry this time belongs to while this one sleeps, and the wait reads
+/// its time again after it woke.
+void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
+               const Subscription::Clock::time_point when) {
+    changed.wait_until(lock, when);
+}
+
 }  // namespace
 
 Dispatcher::Dispatcher(std::size_t threadsMax, std::size_t slowThreads)
@@ -95,7 +102,7 @@ std::shared_ptr<Subscription> Dispatcher::nextReady(Lock& lock) {
         if (paced_.empty())
             fastWork_.wait(lock);
         else
-            fastWork_.wait_until(lock, paced_.begin()->first);
+            waitUntil(fastWork_, lock, paced_.begin()->first);
     }
     return nullptr;
 }
@@ -107,7 +114,7 @@ std::shared_ptr<Subscription> Dispatcher::nextDue(Lock& lock) {
             continue;
         }
         if (slow_.begin()->first > Subscription::Clock::now()) {
-            slowWork_.wait_until(lock, slow_.begin()->first);
+            waitUntil(slowWork_, lock, slow_.begin()->first);
             continue;
         }
         std::shared_ptr<Subscription> next = std::move(slow_.begin()->second);

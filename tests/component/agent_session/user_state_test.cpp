@@ -40,8 +40,8 @@ TEST(UserState, EndsTheSessionOfAnInvalidUser) {
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { session->ping(); }); }));
     EXPECT_TRUE(trace.contains("[BaseSSHandler::DoWork]: User <NmsHostInfo = " + agent.nms().hostInfo() +
                                ", UserName = admin> state change to Invalid, session will be end!\n"));
-    EXPECT_EQ(servant->source()->get_state(), Ended);
-    EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
+    EXPECT_TRUE(waitUntil([&] { return servant->source()->get_state() == Ended; }));
+    EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms()) == 0; }));
     // taken out of the list at once, and the list's reference dropped
     EXPECT_TRUE(waitUntil([&] { return servant->_refcount_value() == 1; }));
     EXPECT_EQ(agent.sessions().SessionCount(), 2u);

@@ -130,6 +130,26 @@ TEST(Dispatcher, LeavesHealthyConsumersTheirThreadsHoweverManyHang) {
         EXPECT_TRUE(waitUntil([&] { return each.subscription->counts().delivered == 1; }));
 }
 
+// Both threads sleep until the first one's time; whoever wakes second finds it taken.
+TEST(Dispatcher, ServesWhatComesDueWhileTwoThreadsWaitForIt) {
+    for (int round = 0; round < 20; ++round) {
+        Dispatcher dispatcher(2, 2);
+        dispatcher.serveConsumers(2);
+        std::vector<Consumer> slow;
+        std::vector<Consumer> paced;
+        const auto due = Subscription::Clock::now() + 5ms;
+        for (int i = 0; i < 2; ++i) {
+            slow.emplace_back(dispatcher);
+            paced.emplace_back(dispatcher);
+            dispatcher.later(slow.back().subscription, due + i * 1ms, true);
+            dispatcher.later(paced.back().subscription, due + i * 1ms, false);
+        }
+        EXPECT_TRUE(waitUntil([&] {
+            return slow.back().subscription.use_count() == 1 && paced.back().subscription.use_count() == 1;
+        }));
+    }
+}
+
 TEST(Dispatcher, SendsAnEventAgainAfterAFailure) {
     DeliverySettings settings;
     settings.firstBackOff = 1ms;

@@ -62,7 +62,7 @@ TEST_F(SessionLimit, EndsTheMarkedSessionInTheNextRoundUntold) {
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }));
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { oldest->ping(); }); }));
     newest->ping();
-    EXPECT_EQ(agent.liveLogins(agent.nms(1)), 0u);
+    EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms(1)) == 0; }));
     EXPECT_EQ(agent.liveLogins(agent.nms(2)), 1u);
     EXPECT_EQ(agent.nms(1)->ends, 0);
     EXPECT_EQ(agent.nms(1)->pings, 0);

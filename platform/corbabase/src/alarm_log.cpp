@@ -22,7 +22,28 @@ struct AlarmLog::State {
     }
     spdlog::sinks::rotating_file_sink_st sink;
     bool fails = false;
+    std::size_t missing = 0;
 };
+
+namespace {
+
+/// False, traced once until it works again, when the file cannot be written.
+template <class Body>
+bool written(bool& fails, Body body) {
+    try {
+        body();
+        fails = false;
+        return true;
+    } catch (const std::exception& failure) {
+        if (!std::exchange(fails, true)) {
+            GetTss()->Set("alarmlog", "unknown", __LINE__);
+            TaTrace("[AlarmLog] The alarm log cannot be written: %s", failure.what());
+        }
+        return false;
+    }
+}
+
+}  // namespace
 
 AlarmLog::AlarmLog(const std::filesystem::path& file) {
     if (file.has_parent_path())
@@ -32,19 +53,35 @@ AlarmLog::AlarmLog(const std::filesystem::path& file) {
 
 AlarmLog::~AlarmLog() = default;
 
-void AlarmLog::write(const std::string& entries) {
-    try {
-        const std::string text =
-            "alarm taken in at " + ConfiguredTimeText(std::time(nullptr)) + "\n" + entries;
-        state_->sink.log(spdlog::details::log_msg("", spdlog::level::info, text));
+void AlarmLog::append(const std::string& text) {
+    state_->sink.log(spdlog::details::log_msg("", spdlog::level::info, text));
+}
+
+void AlarmLog::appendMissing() {
+    if (state_->missing == 0)
+        return;
+    append("alarms missing here: " + std::to_string(state_->missing) + "\n");
+    state_->missing = 0;
+}
+
+void AlarmLog::write(std::time_t taken, const std::string& entries) {
+    const bool isWritten = written(state_->fails, [&] {
+        appendMissing();
+        append("alarm taken in at " + ConfiguredTimeText(taken) + "\n" + entries);
+    });
+    if (!isWritten)
+        ++state_->missing;
+}
+
+void AlarmLog::missing(std::size_t alarms) {
+    state_->missing += alarms;
+}
+
+void AlarmLog::flush() {
+    written(state_->fails, [&] {
+        appendMissing();
         state_->sink.flush();
-        state_->fails = false;
-    } catch (const std::exception& failure) {
-        if (std::exchange(state_->fails, true))
-            return;
-        GetTss()->Set("alarmlog", "unknown", __LINE__);
-        TaTrace("[AlarmLog::write] The alarm log cannot be written: %s", failure.what());
-    }
+    });
 }
 
 }  // namespace NS_CORBA

@@ -2,12 +2,19 @@
 
 #include <kelp/corbabase/trace.h>
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 namespace NS_CORBA {
 
 namespace {
+
+using Outcome = EventChannelLink::Outcome;
+
+/// For waits that nothing is due in; a clock's last moment is beyond what a wait can tell.
+constexpr std::chrono::hours kLongest{24};
 
 /// The thread goes on whatever a callback does.
 template <class Body>
@@ -25,33 +32,41 @@ void contained(Body body) {
 
 }  // namespace
 
-EventHandover::EventHandover(std::size_t eventsMax, std::chrono::seconds heartbeatInterval, Work work)
-    : eventsMax_(eventsMax),
-      interval_(heartbeatInterval),
+EventHandover::EventHandover(const Settings& settings, std::shared_ptr<EventChannelLink> link, Work work)
+    : settings_(settings),
+      link_(std::move(link)),
       work_(std::move(work)),
-      heartbeatDue_(heartbeatInterval.count() > 0 ? Clock::now() + heartbeatInterval
-                                                  : Clock::time_point::max()),
+      answers_(link_->isConnected()),
+      probeDue_(Clock::now()),
+      backOff_(settings.firstBackOff),
+      heartbeatDue_(settings.heartbeatInterval.count() > 0 ? Clock::now() + settings.heartbeatInterval
+                                                           : Clock::time_point::max()),
       thread_([this] { run(); }) {}
 
 EventHandover::~EventHandover() {
     stop();
 }
 
-void EventHandover::take(const CosNotification::StructuredEvent* events, std::size_t count) {
-    std::deque<CosNotification::StructuredEvent> gone;
+bool EventHandover::take(const std::vector<EventPtr>& events) {
+    std::vector<EventPtr> gone;
     {
         const std::lock_guard guard(mutex_);
         if (stopping_)
-            return;
-        events_.insert(events_.end(), events, events + count);
-        while (events_.size() > eventsMax_) {
-            gone.push_back(events_.front());
-            events_.pop_front();
+            return false;
+        events_.insert(events_.end(), events.begin(), events.end());
+        if (events_.size() > settings_.eventsMax) {
+            const std::size_t excess =
+                std::min(events_.size() - settings_.eventsMax, events_.size() - inHand_);
+            const auto first = events_.begin() + static_cast<std::ptrdiff_t>(inHand_);
+            const auto end = first + static_cast<std::ptrdiff_t>(excess);
+            gone.assign(std::make_move_iterator(first), std::make_move_iterator(end));
+            events_.erase(first, end);
         }
         changed_.notify_one();
     }
-    for (const CosNotification::StructuredEvent& each : gone)
-        work_.lost(each);
+    if (!gone.empty())
+        work_.lost(*gone.front());
+    return true;
 }
 
 void EventHandover::requestHeartbeat() {
@@ -60,45 +75,136 @@ void EventHandover::requestHeartbeat() {
     changed_.notify_one();
 }
 
-void EventHandover::stop() {
+void EventHandover::requestProbe() {
+    const std::lock_guard guard(mutex_);
+    probeRequested_ = true;
+    changed_.notify_one();
+}
+
+bool EventHandover::channelAnswers() const {
+    const std::lock_guard guard(mutex_);
+    return answers_;
+}
+
+bool EventHandover::isDrained() const {
+    const std::lock_guard guard(mutex_);
+    return answers_ && 2 * events_.size() < settings_.eventsMax;
+}
+
+std::size_t EventHandover::stop() {
     std::thread ending;
     {
         const std::lock_guard guard(mutex_);
         stopping_ = true;
-        events_.clear();
         ending.swap(thread_);
         changed_.notify_one();
     }
+    link_->cancel();
     if (ending.joinable())
         ending.join();
-}
-
-bool EventHandover::wait(std::unique_lock<std::mutex>& lock) {
-    const auto hasWork = [this] { return stopping_ || heartbeatRequested_ || !events_.empty(); };
-    if (heartbeatDue_ == Clock::time_point::max())
-        changed_.wait(lock, hasWork);
-    else
-        changed_.wait_until(lock, heartbeatDue_, hasWork);
-    return !stopping_;
+    const std::lock_guard guard(mutex_);
+    const std::size_t dropped = events_.size();
+    events_.clear();
+    return dropped;
 }
 
 void EventHandover::run() {
-    std::unique_lock lock(mutex_);
-    while (wait(lock)) {
-        const Clock::time_point now = Clock::now();
-        const bool isDue = now >= heartbeatDue_;
-        if (isDue)
-            heartbeatDue_ = now + interval_;
-        const bool needsHeartbeat = std::exchange(heartbeatRequested_, false) || isDue;
-        std::deque<CosNotification::StructuredEvent> events;
-        events.swap(events_);
-        lock.unlock();
-        for (const CosNotification::StructuredEvent& each : events)
-            contained([&] { work_.deliver(each); });
-        if (needsHeartbeat)
-            contained([&] { work_.heartbeat(); });
-        lock.lock();
+    Lock lock(mutex_);
+    for (Step step = next(lock); step != Step::End; step = next(lock)) {
+        if (step == Step::Deliver)
+            deliver(lock);
+        else if (step == Step::Probe)
+            probe(lock);
+        else
+            askForHeartbeat(lock);
     }
+}
+
+EventHandover::Step EventHandover::next(Lock& lock) {
+    while (!stopping_) {
+        const Clock::time_point now = Clock::now();
+        if (heartbeatRequested_ || now >= heartbeatDue_)
+            return Step::Heartbeat;
+        if (answers_ && !events_.empty())
+            return Step::Deliver;
+        if (answers_ ? probeRequested_ : now >= probeDue_)
+            return Step::Probe;
+        const Clock::time_point due = std::min(heartbeatDue_, answers_ ? now + kLongest : probeDue_);
+        changed_.wait_until(lock, std::min(due, now + kLongest));
+    }
+    return Step::End;
+}
+
+void EventHandover::deliver(Lock& lock) {
+    inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : std::max<std::size_t>(link_->batchMax(), 1));
+    const std::vector<EventPtr> batch(events_.begin(),
+                                      events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
+    lock.unlock();
+    Outcome outcome = Outcome::Refused;
+    contained([&] { outcome = link_->deliver(batch); });
+    lock.lock();
+    settle(lock, batch, outcome);
+}
+
+void EventHandover::settle(Lock& lock, const std::vector<EventPtr>& batch, Outcome outcome) {
+    if (outcome == Outcome::Unanswered) {
+        inHand_ = 0;
+        singles_ = std::max<std::size_t>(singles_, 1);
+        backOff();
+        return;
+    }
+    // an answer, whichever it is
+    probeRequested_ = false;
+    backOff_ = settings_.firstBackOff;
+    if (outcome == Outcome::Refused && batch.size() > 1) {
+        inHand_ = 0;
+        singles_ = batch.size();
+        return;
+    }
+    forgetInHand();
+    if (outcome == Outcome::Delivered)
+        return;
+    lock.unlock();
+    contained([&] { work_.lost(*batch.front()); });
+    lock.lock();
+}
+
+void EventHandover::forgetInHand() {
+    events_.erase(events_.begin(), events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
+    singles_ -= std::min(singles_, inHand_);
+    inHand_ = 0;
+}
+
+void EventHandover::probe(Lock& lock) {
+    probeRequested_ = false;
+    lock.unlock();
+    bool answers = false;
+    contained([&] { answers = link_->probe(); });
+    lock.lock();
+    if (!answers) {
+        backOff();
+        return;
+    }
+    answers_ = true;
+    // a channel that answers probes but takes no event is not asked more and more often
+    if (events_.empty())
+        backOff_ = settings_.firstBackOff;
+}
+
+void EventHandover::backOff() {
+    answers_ = false;
+    probeDue_ = Clock::now() + backOff_;
+    backOff_ = std::min(backOff_ * 2, settings_.longestBackOff);
+}
+
+void EventHandover::askForHeartbeat(Lock& lock) {
+    heartbeatRequested_ = false;
+    const Clock::time_point now = Clock::now();
+    if (now >= heartbeatDue_)
+        heartbeatDue_ = now + settings_.heartbeatInterval;
+    lock.unlock();
+    contained([&] { work_.heartbeat(); });
+    lock.lock();
 }
 
 }  // namespace NS_CORBA

@@ -8,55 +8,50 @@
 #include <kelp/notification/channel.h>
 
 #include <atomic>
-#include <cstring>
 #include <mutex>
 
-#include "alarm_log.h"
-#include "event_handover.h"
+#include "embedded_link.h"
+#include "event_delivery.h"
+#include "external_link.h"
 #include "log_entry.h"
 #include "loss_tracker.h"
+#include "notification_address.h"
 #include "orb_life.h"
 
 namespace NS_CORBA {
 
 namespace {
 
-using kelp::notification::Channel;
-using kelp::notification::ChannelSettings;
+using CosNotifyChannelAdmin::EventChannel;
+using CosNotifyChannelAdmin::EventChannel_ptr;
+using CosNotifyChannelAdmin::EventChannel_var;
 using NS_BUNDLEMGR1::ConfigStore;
 
 std::atomic<SuppilerMgr*> theInstance{nullptr};
 constexpr int kConfiguredMode = 0;
 constexpr const char* kEmbedded = "embedded";
-constexpr const char* kAlarmType = "NT_ALARM";
+/// Alarms that may wait for the disk with the alarm log: far beyond what a disk that works falls behind.
+constexpr std::size_t kAlarmLogWaitingMax = 100000;
 
 void point(int line = __builtin_LINE()) {
     GetTss()->Set("suppilermgr", "unknown", line);
 }
 
-std::size_t size(const char* key) {
-    return static_cast<std::size_t>(ConfigStore::instance().integer(key));
-}
-
-ChannelSettings channelSettings() {
-    ChannelSettings settings;
-    settings.queueEventsMax = size("notification.queue_events_max");
-    settings.deliveryThreadsMax = size("notification.delivery_threads_max");
-    settings.delivery.pushTimeout = std::chrono::seconds(size("notification.push_timeout_s"));
-    settings.delivery.deadAfter = std::chrono::seconds(size("notification.dead_consumer_after_s"));
+EventHandover::Settings handoverSettings() {
+    const ConfigStore& config = ConfigStore::instance();
+    EventHandover::Settings settings;
+    settings.eventsMax = static_cast<std::size_t>(config.integer("notification.queue_events_max"));
+    settings.heartbeatInterval = std::chrono::seconds(config.integer("notification.heartbeat_s"));
     return settings;
 }
 
-bool isAlarm(const CosNotification::StructuredEvent& event) {
-    return std::strcmp(event.header.fixed_header.event_type.type_name.in(), kAlarmType) == 0;
-}
-
-std::unique_ptr<AlarmLog> openAlarmLog() {
+/// Null when it is off or, traced, when it cannot be opened.
+std::unique_ptr<AlarmLogWriter> openAlarmLog(AlarmLogWriter::Format format) {
     if (!ConfigStore::instance().flag("notification.alarm_log"))
         return nullptr;
     const std::filesystem::path file = NS_BUNDLEMGR1::defaultStateDirectory() / "alarms.log";
     try {
-        return std::make_unique<AlarmLog>(file);
+        return std::make_unique<AlarmLogWriter>(file, std::move(format), kAlarmLogWaitingMax);
     } catch (const std::exception& failure) {
         point();
         TaTrace("[SuppilerMgr::Start] The alarm log %s cannot be opened: %s", file.c_str(), failure.what());
@@ -64,15 +59,35 @@ std::unique_ptr<AlarmLog> openAlarmLog() {
     }
 }
 
+void offer(EventChannel_ptr channel) {
+    EventMgr::Instance()->SetEventChannel(channel);
+}
+
+/// The channel that the configuration names. The embedded one is offered to NMS at once, an external one as
+/// soon as it was found.
+std::shared_ptr<EventChannelLink> makeLink(CORBA::ORB_ptr orb, kelp::notification::LossListener& losses) {
+    const ConfigStore& config = ConfigStore::instance();
+    if (config.text("notification.mode") == kEmbedded) {
+        const auto made = std::make_shared<EmbeddedLink>(orb, losses);
+        const EventChannel_var reference = made->reference();
+        offer(reference.in());
+        return made;
+    }
+    ExternalLink::Surroundings around;
+    around.orb = CORBA::ORB::_duplicate(orb);
+    around.timeout = std::chrono::seconds(config.integer("notification.push_timeout_s"));
+    around.address = notificationServiceAddress;
+    around.found = offer;
+    return std::make_shared<ExternalLink>(std::move(around));
+}
+
 }  // namespace
 
 struct SuppilerMgr::State final : kelp::notification::LossListener {
     std::atomic<CallBackProcessBase*> callBack{nullptr};
     LossTracker losses;
-    mutable std::mutex mutex;  // guards the three below
-    std::shared_ptr<Channel> channel;
-    std::unique_ptr<AlarmLog> alarmLog;  // used by the handover's thread once that runs
-    std::shared_ptr<EventHandover> handover;
+    mutable std::mutex mutex;
+    std::shared_ptr<EventDelivery> delivery;  // guarded by mutex
 
     void eventsLost(const CosNotification::StructuredEvent& first) override {
         const auto start = losses.lost(first);
@@ -84,23 +99,15 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
         if (CallBackProcessBase* agent = callBack)
             agent->OnEventLossOccurred(start->time, start->notificationId);
     }
-    std::shared_ptr<Channel> currentChannel() const {
+    std::shared_ptr<EventDelivery> current() const {
         const std::lock_guard guard(mutex);
-        return channel;
+        return delivery;
     }
-    std::shared_ptr<EventHandover> currentHandover() const {
-        const std::lock_guard guard(mutex);
-        return handover;
+    bool take(const CosNotification::StructuredEvent* events, std::size_t count) const {
+        const std::shared_ptr<EventDelivery> running = current();
+        return running && running->take(events, count);
     }
-    void writeAlarm(const CosNotification::StructuredEvent& event) {
-        CallBackProcessBase* agent = callBack;
-        if (!alarmLog || agent == nullptr || !isAlarm(event))
-            return;
-        std::stringstream entries;
-        agent->FormatAlarmLog(entries, event);
-        alarmLog->write(entries.str());
-    }
-    bool open(CORBA::ORB_ptr orb);
+    void open(CORBA::ORB_ptr orb);
 };
 
 SuppilerMgr::SuppilerMgr() : state_(std::make_unique<State>()) {}
@@ -124,26 +131,21 @@ CallBackProcessBase* SuppilerMgr::GetCallBack() const {
     return state_->callBack;
 }
 
-bool SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
-    const auto made = std::make_shared<Channel>(orb, channelSettings(), this);
-    const CosNotifyChannelAdmin::EventChannel_var reference = made->reference();
+void SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
     EventHandover::Work work;
-    work.deliver = [this, made](const CosNotification::StructuredEvent& event) {
-        made->push(event);
-        writeAlarm(event);
-    };
-    work.lost = [this](const CosNotification::StructuredEvent& event) { eventsLost(event); };
+    work.lost = [this](const CosNotification::StructuredEvent& first) { eventsLost(first); };
     work.heartbeat = [this] {
         if (CallBackProcessBase* agent = callBack)
             agent->SendHeartbeat();
     };
+    const auto inWords = [this](std::stringstream& out, const CosNotification::StructuredEvent& alarm) {
+        if (CallBackProcessBase* agent = callBack)
+            agent->FormatAlarmLog(out, alarm);
+    };
+    const auto made = std::make_shared<EventDelivery>(handoverSettings(), makeLink(orb, *this), work,
+                                                      openAlarmLog(inWords));
     const std::lock_guard guard(mutex);
-    channel = made;
-    alarmLog = openAlarmLog();
-    handover = std::make_shared<EventHandover>(size("notification.queue_events_max"),
-                                               std::chrono::seconds(size("notification.heartbeat_s")), work);
-    EventMgr::Instance()->SetEventChannel(reference.in());
-    return true;
+    delivery = made;
 }
 
 int SuppilerMgr::Start(int mode) {
@@ -152,21 +154,17 @@ int SuppilerMgr::Start(int mode) {
         TaTrace("[SuppilerMgr::Start] Unknown delivery mode %d!", mode);
         return -1;
     }
-    if (ConfigStore::instance().text("notification.mode") != kEmbedded) {
-        point();
-        TaTrace("[SuppilerMgr::Start] This version has no other notification service than the embedded one!");
-        return -1;
-    }
     const CORBA::ORB_var orb = OrbLife::instance().orb();
     if (CORBA::is_nil(orb.in())) {
         point();
         TaTrace("[SuppilerMgr::Start] There is no ORB!");
         return -1;
     }
-    if (state_->currentChannel())
+    if (state_->current())
         return 0;
     try {
-        return state_->open(orb.in()) ? 0 : -1;
+        state_->open(orb.in());
+        return 0;
     } catch (const CORBA::Exception& failure) {
         point();
         TaException(failure, "[SuppilerMgr::Start] The event channel could not be made!");
@@ -178,55 +176,51 @@ int SuppilerMgr::Start(int mode) {
 }
 
 void SuppilerMgr::ExitThread() {
-    std::shared_ptr<Channel> channel;
-    std::shared_ptr<EventHandover> handover;
+    std::shared_ptr<EventDelivery> ending;
     {
         const std::lock_guard guard(state_->mutex);
-        channel.swap(state_->channel);
-        handover.swap(state_->handover);
+        ending.swap(state_->delivery);
     }
-    if (!channel)
+    if (!ending)
         return;
-    EventMgr::Instance()->SetEventChannel(CosNotifyChannelAdmin::EventChannel::_nil());
-    handover->stop();
-    channel->stop();
+    offer(EventChannel::_nil());
+    ending->stop();
+    // an external channel may have been found in between
+    offer(EventChannel::_nil());
 }
 
-void SuppilerMgr::check_channel_valid() {
-    const std::shared_ptr<Channel> channel = state_->currentChannel();
-    if (!channel || !state_->losses.roundBegins(channel->isDrained()))
-        return;
-    const std::string endTime = ConfiguredTimeText(std::time(nullptr));
-    point();
-    TaTrace("[SuppilerMgr] No more events are lost since <%s>!", endTime.c_str());
-    if (CallBackProcessBase* agent = state_->callBack)
-        agent->OnEventLossCleared(endTime);
+bool SuppilerMgr::check_channel_valid() {
+    const std::shared_ptr<EventDelivery> running = state_->current();
+    if (!running)
+        return false;
+    const bool answers = running->channelAnswers();
+    running->requestProbe();
+    if (state_->losses.roundBegins(running->isDrained())) {
+        const std::string endTime = ConfiguredTimeText(std::time(nullptr));
+        point();
+        TaTrace("[SuppilerMgr] No more events are lost since <%s>!", endTime.c_str());
+        if (CallBackProcessBase* agent = state_->callBack)
+            agent->OnEventLossCleared(endTime);
+    }
+    return answers;
 }
 
 int SuppilerMgr::PushEvent(CosNotification::StructuredEvent& event) {
-    const std::shared_ptr<EventHandover> handover = state_->currentHandover();
-    if (!handover)
-        return -1;
-    handover->take(&event, 1);
-    return 0;
+    return state_->take(&event, 1) ? 0 : -1;
 }
 
 long SuppilerMgr::PushEvents(std::vector<CosNotification::StructuredEvent>& events) {
-    const std::shared_ptr<EventHandover> handover = state_->currentHandover();
-    if (!handover)
-        return -1;
-    handover->take(events.data(), events.size());
-    return 0;
+    return state_->take(events.data(), events.size()) ? 0 : -1;
 }
 
 void SuppilerMgr::RequestHeartbeat() {
-    if (const std::shared_ptr<EventHandover> handover = state_->currentHandover())
-        handover->requestHeartbeat();
+    if (const std::shared_ptr<EventDelivery> running = state_->current())
+        running->requestHeartbeat();
 }
 
 std::vector<kelp::notification::ConsumerCounts> SuppilerMgr::Consumers() const {
-    const std::shared_ptr<Channel> channel = state_->currentChannel();
-    return channel ? channel->consumers() : std::vector<kelp::notification::ConsumerCounts>();
+    const std::shared_ptr<EventDelivery> running = state_->current();
+    return running ? running->consumers() : std::vector<kelp::notification::ConsumerCounts>();
 }
 
 void SuppilerMgr::FormatLog(const std::string& name, const std::string& value, std::ostream& out) {

@@ -16,31 +16,44 @@ bool brokenDown(std::time_t moment, bool isUtc, std::tm& fields) {
     return (isUtc ? ::gmtime_r(&moment, &fields) : ::localtime_r(&moment, &fields)) != nullptr;
 }
 
-}  // namespace
+/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not overflow.
+int shown(int field, unsigned offset) {
+    return static_cast<int>(static_cast<unsigned>(field) + offset);
+}
 
-std::string ConfiguredTimeText(const std::tm& fields) {
-    const CorbaBaseAgentConfig& config = *CorbaBaseAgentConfig::Instance();
+std::string textOf(const std::tm& fields, bool isUtc) {
     std::array<char, 128> text{};
-    const int year = fields.tm_year + 1900;
-    const int month = fields.tm_mon + 1;
+    const int year = shown(fields.tm_year, 1900);
+    const int month = shown(fields.tm_mon, 1);
     const int length =
-        config.TimeShowAppearance() == kSlashed
+        CorbaBaseAgentConfig::Instance()->TimeShowAppearance() == kSlashed
             ? std::snprintf(text.data(), text.size(), "%02d/%02d/%04d %02d:%02d:%02d", fields.tm_mday, month,
                             year, fields.tm_hour, fields.tm_min, fields.tm_sec)
             : std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d.0", year, month,
                             fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
     std::string result(length < 0 ? "" : text.data());
-    if (config.TimeZoneRefPoint() == kUtc)
+    if (isUtc)
         result += 'Z';
     return result;
 }
 
+bool isUtcReference() {
+    return CorbaBaseAgentConfig::Instance()->TimeZoneRefPoint() == kUtc;
+}
+
+}  // namespace
+
+std::string ConfiguredTimeText(const std::tm& fields) {
+    return textOf(fields, isUtcReference());
+}
+
 std::string ConfiguredTimeText(std::time_t moment) {
-    const bool isUtc = CorbaBaseAgentConfig::Instance()->TimeZoneRefPoint() == kUtc;
+    // once: it may change meanwhile
+    const bool isUtc = isUtcReference();
     std::tm fields{};
     if (moment == 0 || !brokenDown(moment, isUtc, fields))
         brokenDown(std::time(nullptr), isUtc, fields);
-    return ConfiguredTimeText(fields);
+    return textOf(fields, isUtc);
 }
 
 }  // namespace NS_CORBA

@@ -4,13 +4,14 @@
 #include <kelp/corbabase/event_mgr.h>
 #include <kelp/corbabase/supplier_mgr.h>
 
+#include <atomic>
 #include <fstream>
 #include <mutex>
 #include <sstream>
+#include <thread>
 
 #include "base_orb.h"
 #include "support/temporary_directory.h"
-#include "support/trace_capture.h"
 #include "support/wait_until.h"
 
 namespace kelp::test {
@@ -158,13 +159,6 @@ TEST_F(SupplierMgr, TakesNothingWithoutAChannel) {
     EXPECT_TRUE(CORBA::is_nil(none.in()));
 }
 
-TEST_F(SupplierMgr, HasTheEmbeddedChannelOnly) {
-    const TraceCapture trace;
-    orb_ = std::make_unique<BaseOrb>(std::string(kFreePort) + "[notification]\nmode = \"external\"\n");
-    EXPECT_EQ(manager().Start(0), -1);
-    EXPECT_TRUE(trace.contains("no other notification service than the embedded one"));
-}
-
 TEST_F(SupplierMgr, AsksForAHeartbeatWhenToldTo) {
     start();
     manager().RequestHeartbeat();
@@ -223,6 +217,43 @@ TEST_F(SupplierMgr, WritesAlarmsToTheAlarmLogWhenThatIsOn) {
     EXPECT_NE(content().find("event=1\n"), std::string::npos);
     EXPECT_EQ(content().find("other"), std::string::npos) << "no alarm";
     ::unsetenv("STATE_DIRECTORY");
+}
+
+TEST_F(SupplierMgr, WritesEveryAlarmOfALongBatchToTheAlarmLog) {
+    const TemporaryDirectory state;
+    const ScopedEnvironment environment("STATE_DIRECTORY", state.path().c_str());
+    start("heartbeat_s = 0\nalarm_log = true\nqueue_events_max = 100\n");
+    constexpr std::size_t kAlarms = 10000;
+    std::vector<CosNotification::StructuredEvent> batch;
+    for (std::size_t i = 1; i <= kAlarms; ++i)
+        batch.push_back(alarm(std::to_string(i)));
+    EXPECT_EQ(manager().PushEvents(batch), 0);
+    manager().ExitThread();
+    std::istringstream log(contentOf(state / "alarms.log"));
+    std::size_t written = 0;
+    for (std::string line; std::getline(log, line);) {
+        if (line == "event=" + std::to_string(written + 1))
+            ++written;
+    }
+    EXPECT_EQ(written, kAlarms) << "in order, those that did not fit into the queue among them";
+    EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));
+}
+
+TEST_F(SupplierMgr, RefusesEventsOnceItsStopHasBegun) {
+    start();
+    std::atomic<int> refused{0};
+    std::atomic<bool> ended{false};
+    std::thread pusher([&] {
+        CosNotification::StructuredEvent event = alarm("1");
+        while (!ended)
+            refused += manager().PushEvent(event) == -1;
+    });
+    EXPECT_TRUE(manager().check_channel_valid());
+    manager().ExitThread();
+    EXPECT_TRUE(waitUntil([&] { return refused > 0; }));
+    ended = true;
+    pusher.join();
+    EXPECT_FALSE(manager().check_channel_valid());
 }
 
 TEST(FormatLog, WritesOneEscapedLineAnEntry) {

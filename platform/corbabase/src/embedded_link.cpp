@@ -1,0 +1,35 @@
+#include "embedded_link.h"
+
+#include <kelp/bundlemgr/config_store.h>
+
+namespace NS_CORBA {
+
+namespace {
+
+using kelp::notification::ChannelSettings;
+
+std::size_t size(const char* key) {
+    return static_cast<std::size_t>(NS_BUNDLEMGR1::ConfigStore::instance().integer(key));
+}
+
+ChannelSettings channelSettings() {
+    ChannelSettings settings;
+    settings.queueEventsMax = size("notification.queue_events_max");
+    settings.deliveryThreadsMax = size("notification.delivery_threads_max");
+    settings.delivery.pushTimeout = std::chrono::seconds(size("notification.push_timeout_s"));
+    settings.delivery.deadAfter = std::chrono::seconds(size("notification.dead_consumer_after_s"));
+    return settings;
+}
+
+}  // namespace
+
+EmbeddedLink::EmbeddedLink(CORBA::ORB_ptr orb, kelp::notification::LossListener& listener)
+    : channel_(orb, channelSettings(), &listener) {}
+
+EventChannelLink::Outcome EmbeddedLink::deliver(const std::vector<EventPtr>& events) {
+    for (const EventPtr& each : events)
+        channel_.push(*each);
+    return Outcome::Delivered;
+}
+
+}  // namespace NS_CORBA

@@ -1,159 +1,31 @@
 #include "password_input.h"
 
-#include <fcntl.h>
-#include <kelp/util/descriptor.h>
-#include <poll.h>
-#include <signal.h>
-#include <string.h>
-#include <sys/stat.h>
-#include <termios.h>
-#include <unistd.h>
+#include "common/hidden_input.h"
 
-#include <array>
-#include <cerrno>
 #include <cstdio>
 #include <stdexcept>
-#include <system_error>
+#include <utility>
 
 namespace kelp::ctl {
 
 namespace {
 
-using util::Descriptor;
-
-/// Far above what any password database takes; ends the reading of a file without lines.
-constexpr std::size_t kLineBytesMax = 4096;
-
-/// While it lives, signals that would end the program only interrupt its waiting for input, so that the
-/// terminal can be put right first. They are held back in between: one that comes just before the waiting is
-/// not missed.
-class InterruptedReading {
-  public:
-    InterruptedReading() {
-        sigset_t held;
-        ::sigemptyset(&held);
-        for (const int signal : kSignals)
-            ::sigaddset(&held, signal);
-        ::pthread_sigmask(SIG_BLOCK, &held, &maskBefore_);
-        struct sigaction action = {};
-        action.sa_handler = [](int) {};
-        for (std::size_t i = 0; i < kSignals.size(); ++i)
-            ::sigaction(kSignals[i], &action, &before_[i]);
-    }
-    ~InterruptedReading() {
-        // those that are held back are taken note of while they do no harm
-        while (::ppoll(nullptr, 0, &kAtOnce, &maskBefore_) < 0) {
-        }
-        for (std::size_t i = 0; i < kSignals.size(); ++i)
-            ::sigaction(kSignals[i], &before_[i], nullptr);
-        ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
-    }
-    InterruptedReading(const InterruptedReading&) = delete;
-    InterruptedReading& operator=(const InterruptedReading&) = delete;
-
-    /// False when a signal came first, or waiting is not possible; errno says which.
-    bool awaitInput(int fd) const {
-        pollfd waiting{fd, POLLIN, 0};
-        return ::ppoll(&waiting, 1, nullptr, &maskBefore_) > 0;
-    }
-
-  private:
-    static constexpr std::array kSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP};
-    static constexpr timespec kAtOnce{0, 0};
-    std::array<struct sigaction, kSignals.size()> before_{};
-    sigset_t maskBefore_{};
-};
-
-class WithoutEcho {
-  public:
-    explicit WithoutEcho(int terminal) : terminal_(terminal) {
-        if (::tcgetattr(terminal_, &before_) != 0)
-            throw std::runtime_error("the terminal cannot be switched to hidden input");
-        termios silent = before_;
-        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        silent.c_lflag |= ECHONL;
-        ::tcsetattr(terminal_, TCSAFLUSH, &silent);
-    }
-    ~WithoutEcho() { ::tcsetattr(terminal_, TCSAFLUSH, &before_); }
-    WithoutEcho(const WithoutEcho&) = delete;
-    WithoutEcho& operator=(const WithoutEcho&) = delete;
-
-  private:
-    const int terminal_;
-    termios before_{};
-};
-
-/// Up to the line end or the end of the input; `mayRead` is asked before each byte. False when the reading
-/// was interrupted or failed; errno says why.
-template <class MayRead>
-bool readLine(int fd, Secret& line, MayRead mayRead) {
-    char next = 0;
-    while (line.text().size() < kLineBytesMax) {
-        if (!mayRead())
-            return false;
-        const ssize_t got = ::read(fd, &next, 1);
-        if (got < 0)
-            return false;
-        if (got == 0 || next == '\n')
-            break;
-        if (next != '\r')
-            line.append(next);
-    }
-    return true;
-}
-
-void print(int terminal, const char* text) {
-    [[maybe_unused]] const ssize_t written = ::write(terminal, text, ::strlen(text));
-}
-
-Secret ask(int terminal, const InterruptedReading& reading, const char* prompt) {
-    print(terminal, prompt);
-    Secret line;
-    if (!readLine(terminal, line, [&] { return reading.awaitInput(terminal); }))
-        throw std::runtime_error(errno == EINTR ? "interrupted" : "the terminal cannot be read");
-    return line;
-}
-
 Secret fromTerminal() {
-    const Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
-    if (terminal.get() < 0)
-        throw std::runtime_error("there is no terminal to ask for the password; use --password-file");
-    const InterruptedReading interrupted;
-    const WithoutEcho silent(terminal.get());
-    Secret first = ask(terminal.get(), interrupted, "Password: ");
-    const Secret second = ask(terminal.get(), interrupted, "Password again: ");
-    if (first.text() != second.text())
+    std::vector<Secret> typed = tools::askHidden({"Password: ", "Password again: "});
+    if (typed[0].text() != typed[1].text())
         throw std::runtime_error("the two passwords differ");
-    return first;
+    return std::move(typed[0]);
 }
 
 Secret fromFile(const std::string& file) {
-    const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    Secret line;
-    struct stat status = {};
-    if (input.get() < 0 || ::fstat(input.get(), &status) != 0 ||
-        !readLine(input.get(), line, [] { return true; }))
-        throw std::runtime_error("password file " + file + ": " + std::generic_category().message(errno));
-    if (S_ISREG(status.st_mode) && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
+    bool othersCanRead = false;
+    Secret line = tools::firstLineOf(file, othersCanRead);
+    if (othersCanRead)
         std::fprintf(stderr, "kelpctl: warning: others can read the password file %s\n", file.c_str());
     return line;
 }
 
 }  // namespace
-
-Secret::Secret(Secret&& other) noexcept {
-    text_.swap(other.text_);
-}
-
-Secret::~Secret() {
-    ::explicit_bzero(text_.data(), text_.size());
-}
-
-void Secret::append(char character) {
-    if (text_.capacity() < kLineBytesMax)
-        text_.reserve(kLineBytesMax);  // at once: growing would leave copies behind
-    text_.push_back(character);
-}
 
 Secret readPassword(const std::string& file) {
     Secret password = file.empty() ? fromTerminal() : fromFile(file);

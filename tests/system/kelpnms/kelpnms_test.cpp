@@ -216,18 +216,21 @@ TEST_F(KelpnmsTest, EventsAreSelectedByTheFilter) {
     EXPECT_EQ(run({"events", "--sequence", "--filter", "$perceivedSeverity == PS_INDETERMINATE", "--for",
                    "30", "--count", "1"}),
               0);
-    EXPECT_TRUE(log_.contains("nativeProbableCause \"Heartbeat\"")) << output();
+    EXPECT_TRUE(log_.containsInOrder({"SEVERITY", "INDET.", "NT_ALARM", "EMS=Kelp/EMS", "Heartbeat"}))
+        << output();
     EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity =="}), 5);
     EXPECT_TRUE(log_.contains("refuses the filter")) << output();
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsTest, EventsEndWhenTheEmsStops) {
+TEST_F(KelpnmsTest, EventsEndWhenTheEmsStopsIfItShallNotReconnect) {
     startHost();
-    ChildProcess nms(launch({"--verbose", "events"}));
+    ChildProcess nms(launch({"--verbose", "events", "--no-reconnect"}));
     EXPECT_TRUE(log_.waitFor("connected to the event channel"));
     EXPECT_EQ(host_.stop(), 0);
     EXPECT_EQ(nms.waitExit(), 6) << output();
+    EXPECT_TRUE(log_.contains("*** connectionLost")) << output();
+    EXPECT_FALSE(log_.contains("reconnecting")) << output();
 }
 
 TEST_F(KelpnmsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfterwards) {
@@ -235,16 +238,17 @@ TEST_F(KelpnmsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfterwards)
         .set("notification", "push_timeout_s", 1)
         .set("session", "ping_interval_s", 60);
     startHost();
-    ChildProcess frozen(launch({"--verbose", "events", "--count", "6", "--for", "120"}));
+    ChildProcess frozen(launch({"--verbose", "events", "--count", "7", "--for", "120"}));
     LogFile frozenLog = log_;
-    ASSERT_TRUE(frozenLog.waitFor("NT_HEARTBEAT"));
+    ASSERT_TRUE(frozenLog.waitFor("NT_HEARTBEAT", 2));  // it now knows their interval
     frozen.freeze();
     const std::size_t before = frozenLog.count("NT_HEARTBEAT");
-    EXPECT_EQ(run({"events", "--count", "4", "--for", "60"}), 0) << output();
+    EXPECT_EQ(run({"events", "--count", "5", "--for", "60"}), 0) << output();
     EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), before);
     frozen.thaw();
     EXPECT_EQ(frozen.waitExit(), 0) << frozenLog.text();
-    EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), 6u);
+    EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), 7u);
+    EXPECT_FALSE(frozenLog.contains("connectionLost")) << "its own standing still is no silence of the EMS";
 }
 
 }  // namespace

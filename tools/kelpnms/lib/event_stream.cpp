@@ -61,7 +61,7 @@ CosNotifyFilter::Filter_ptr makeFilter(EventChannel_ptr channel, const std::stri
         const CosNotifyFilter::ConstraintInfoSeq_var added = filter->add_constraints(constraints);
     } catch (const CosNotifyFilter::InvalidConstraint&) {
         filter->destroy();
-        throw NmsError("the EMS refuses the filter \"" + text + "\" as no constraint");
+        throw FilterRefused("the EMS refuses the filter \"" + text + "\" as no constraint");
     }
     return CosNotifyFilter::Filter::_duplicate(filter.in());
 }
@@ -147,6 +147,11 @@ EventStream::EventStream(NmsSession& session, PortableServer::POA_ptr poa, const
         state_->end();
         throw;
     }
+}
+
+void EventStream::abandon() {
+    state_->disconnect = nullptr;
+    state_->filter = CosNotifyFilter::Filter::_nil();
 }
 
 EventStream::~EventStream() {

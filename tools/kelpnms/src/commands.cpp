@@ -1,17 +1,20 @@
 #include "commands.h"
 
-#include "event_view.h"
+#include "chosen_factory.h"
 #include "exit_codes.h"
-#include "password.h"
+#include "follow_events.h"
+#include "handling.h"
+#include "log_out.h"
 #include "watch.h"
-
-#include <kelp/nms/event_stream.h>
 
 #include <chrono>
 
 namespace kelp::nms {
 
 namespace {
+
+/// After that an interrupted program ends although the EMS has not answered.
+constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
 int listManagers(NmsSession& session, Report& report) {
     report.managers(session.managerNames());
@@ -47,7 +50,7 @@ int watchEms(const std::shared_ptr<Watch>& watch, const Options& options) {
         case Watch::End::TimeOver:
             if (options.count == 0)
                 break;  // no number was wanted
-            Report::error("the time was over before the wanted number of pings or events had come");
+            Report::error("the time was over before the wanted number of pings had come");
             return kWatchCutShort;
         case Watch::End::Enough:
         case Watch::End::Interrupted:
@@ -56,32 +59,8 @@ int watchEms(const std::shared_ptr<Watch>& watch, const Options& options) {
     return kDone;
 }
 
-int watchEvents(NmsSession& session, PortableServer::POA_ptr poa, const std::shared_ptr<Watch>& watch,
-                const Options& options, const std::shared_ptr<Report>& report) {
-    const auto view =
-        std::make_shared<EventView>(report, options.count, [watch](bool enough) { watch->over(enough); });
-    const EventStream events(session, poa, {options.filter, options.sequences}, view);
-    report->step("connected to the event channel");
-    return watchEms(watch, options);
-}
-
-/// Takes the handler back when the session is over.
-class Handling {
-  public:
-    Handling(Interrupts& interrupts, std::function<void()> handler) : interrupts_(interrupts) {
-        interrupts_.setHandler(std::move(handler));
-    }
-    ~Handling() { interrupts_.setHandler(nullptr); }
-    Handling(const Handling&) = delete;
-    Handling& operator=(const Handling&) = delete;
-
-  private:
-    Interrupts& interrupts_;
-};
-
-int useSession(NmsSession& session, PortableServer::POA_ptr poa, const std::shared_ptr<Watch>& watch,
-               const Options& options, const std::shared_ptr<Report>& reportOfAll) {
-    Report& report = *reportOfAll;
+int useSession(NmsSession& session, const std::shared_ptr<Watch>& watch, const Options& options,
+               Report& report) {
     switch (options.command) {
         case Command::Managers:
             return listManagers(session, report);
@@ -92,52 +71,42 @@ int useSession(NmsSession& session, PortableServer::POA_ptr poa, const std::shar
         case Command::Watch:
             return watchEms(watch, options);
         case Command::Events:
-            return watchEvents(session, poa, watch, options, reportOfAll);
         case Command::Find:
             break;
     }
     return kInternalError;
 }
 
-void leave(NmsSession& session, const Options& options, Report& report) {
-    session.end();
-    if (session.isGone(options.timeout))
-        report.step("logged out");
-    else
-        report.step("log-out sent, but the EMS still knows the session");
+int runSession(NmsClient& client, const FoundFactory& factory, const Options& options,
+               const std::string& password, const std::shared_ptr<Report>& report, Interrupts& interrupts) {
+    const bool isWatch = options.command == Command::Watch;
+    const auto watch = std::make_shared<Watch>(report, isWatch ? options.count : 0);
+    // from here on Ctrl-C leaves in order: the session is ended first
+    const Handling handling(interrupts, [watch] {
+        watch->interrupt();
+        return kTimeToLeave;
+    });
+    const auto session = client.logIn(factory, options.user, password, isWatch ? watch : nullptr);
+    report->step("logged in as " + options.user);
+    const int exitCode = useSession(*session, watch, options, *report);
+    if (!watch->endedByEms())
+        logOut(*session, options.timeout, *report);
+    return exitCode;
 }
 
 }  // namespace
 
-int runCommand(const Options& options, const std::shared_ptr<Report>& report, Interrupts& interrupts) {
-    std::string password;
-    if (options.command != Command::Find)
-        password = readPassword(options.passwordFile, options.user);
-
+int runCommand(const Options& options, const std::string& password, const std::shared_ptr<Report>& report,
+               Interrupts& interrupts) {
     NmsClient client({options.naming, options.listen, options.timeout});
-    const FoundFactory factory = options.factoryReference.empty()
-                                     ? client.findFactory(options.factoryPath)
-                                     : client.factoryByReference(options.factoryReference);
+    if (options.command == Command::Events)
+        return followEvents(client, options, password, report, interrupts);
+    const FoundFactory factory = chosenFactory(client, options, *report);
     if (options.command == Command::Find) {
         report->factory(factory, client.interfaceVersion(factory));
         return kDone;
     }
-    report->step("session factory " + factory.path + " at " + factory.address);
-
-    const auto watch = std::make_shared<Watch>(
-        report, options.command == Command::Watch ? options.count : 0,
-        options.command == Command::Watch ? Watch::Calls::AreShown : Watch::Calls::LossesAreShown);
-    std::shared_ptr<NmsListener> listener;
-    if (options.command == Command::Watch || options.command == Command::Events)
-        listener = watch;
-    // from here on Ctrl-C leaves in order: the session is ended first
-    const Handling handling(interrupts, [watch] { watch->interrupt(); });
-    const auto session = client.logIn(factory, options.user, password, listener);
-    report->step("logged in as " + options.user);
-    const int exitCode = useSession(*session, client.rootPoa(), watch, options, report);
-    if (!watch->endedByEms())
-        leave(*session, options, *report);
-    return exitCode;
+    return runSession(client, factory, options, password, report, interrupts);
 }
 
 }  // namespace kelp::nms

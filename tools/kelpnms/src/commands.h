@@ -5,10 +5,12 @@
 #include "report.h"
 
 #include <memory>
+#include <string>
 
 namespace kelp::nms {
 
-/// Does what the options ask for; the result is the exit code. Throws NmsError and NoPassword.
-int runCommand(const Options& options, const std::shared_ptr<Report>& report, Interrupts& interrupts);
+/// Does what the options ask for; the result is the exit code. Throws NmsError.
+int runCommand(const Options& options, const std::string& password, const std::shared_ptr<Report>& report,
+               Interrupts& interrupts);
 
 }  // namespace kelp::nms

@@ -1,31 +1,54 @@
 #pragma once
 
-#include "report.h"
-
-#include <kelp/nms/event_stream.h>
+#include "event_follower.h"
+#include "event_report.h"
+#include "gap_detector.h"
 
 #include <functional>
-#include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace kelp::nms {
 
-/// Shows events as they come and knows when there have been enough.
-class EventView : public EventListener {
+/// Shows events, losses and gaps as they come and knows when there have been enough events. Its operations
+/// may be called from any thread.
+class EventView : public FollowObserver {
   public:
-    /// `whenOver` is called once: after so many events (0: no number), or when the EMS pushes no more.
-    EventView(std::shared_ptr<Report> report, unsigned wanted, std::function<void(bool enough)> whenOver)
-        : report_(std::move(report)), wanted_(wanted), whenOver_(std::move(whenOver)) {}
+    /// `whenEnough` is called after so many events, those that came twice counted once; 0: no number.
+    EventView(EventReport report, GapDetector gaps, unsigned wanted, std::function<void()> whenEnough)
+        : report_(std::move(report)),
+          gaps_(std::move(gaps)),
+          wanted_(wanted),
+          whenEnough_(std::move(whenEnough)) {}
 
-    void eventCame(const CosNotification::StructuredEvent& event) override;
-    void eventsEnded() override { whenOver_(false); }
+    void show(const EventRecord& event);
+    void eventLossOccurred(const std::string& startTime, const std::string& notificationId);
+    void eventLossCleared(const std::string& endTime);
+    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId);
+
+    void connecting() override;
+    void connected() override;
+    void lost(const std::string& why) override;
+    void pausing(std::chrono::milliseconds pause) override;
+    void failed(const std::string& why) override;
+    void reconnected(std::chrono::milliseconds away) override;
+    void notLeft(const std::string& why) override;
+    std::optional<Clock::time_point> overdueAt() override;
+    void stoodStill() override;
+    Clock::time_point lastSign() override;
 
   private:
-    const std::shared_ptr<Report> report_;
+    void tell(const Notice& notice);
+
+    std::mutex mutex_;  ///< guards what follows
+    EventReport report_;
+    GapDetector gaps_;
     const unsigned wanted_;
-    const std::function<void(bool)> whenOver_;
-    std::mutex mutex_;
-    unsigned shown_ = 0;  ///< guarded by mutex_
+    const std::function<void()> whenEnough_;
+    unsigned shown_ = 0;
+    bool hasBegun_ = false;
 };
 
 }  // namespace kelp::nms

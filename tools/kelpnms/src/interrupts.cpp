@@ -4,6 +4,9 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <optional>
 #include <utility>
 
 namespace kelp::nms {
@@ -16,6 +19,28 @@ sigset_t watchedSignals() {
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     return signals;
+}
+
+using Clock = std::chrono::steady_clock;
+
+/// The next of the signals; none when the deadline passes first.
+std::optional<int> signalBefore(const sigset_t& signals, Clock::time_point deadline) {
+    for (;;) {
+        const auto left = std::max(deadline - Clock::now(), Clock::duration::zero());
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+        const timespec timeout{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+        if (const int signal = ::sigtimedwait(&signals, nullptr, &timeout); signal > 0)
+            return signal;
+        if (errno != EINTR)  // as after the process was stopped and continued
+            return std::nullopt;
+    }
+}
+
+int nextSignal(const sigset_t& signals) {
+    int signal = 0;
+    while (::sigwait(&signals, &signal) != 0) {
+    }
+    return signal;
 }
 
 }  // namespace
@@ -32,24 +57,27 @@ Interrupts::~Interrupts() {
     thread_.join();
 }
 
-void Interrupts::setHandler(std::function<void()> handler) {
+void Interrupts::setHandler(Handler handler) {
     const std::lock_guard lock(mutex_);
     handler_ = std::move(handler);
 }
 
 void Interrupts::wait() {
     const sigset_t signals = watchedSignals();
-    for (;;) {
-        int signal = 0;
-        if (::sigwait(&signals, &signal) != 0)
-            continue;
-        if (done_)
-            return;
-        const std::lock_guard lock(mutex_);
-        if (!handler_)
-            ::_exit(128 + signal);
-        std::exchange(handler_, nullptr)();
-    }
+    const int first = nextSignal(signals);
+    if (done_)
+        return;
+    const auto limit = handle(first);
+    const std::optional<int> second = signalBefore(signals, Clock::now() + limit);
+    if (!done_)
+        ::_exit(128 + second.value_or(first));
+}
+
+std::chrono::milliseconds Interrupts::handle(int signal) {
+    const std::lock_guard lock(mutex_);
+    if (!handler_)
+        ::_exit(128 + signal);
+    return std::exchange(handler_, nullptr)();
 }
 
 }  // namespace kelp::nms

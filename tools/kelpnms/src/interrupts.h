@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -8,23 +9,28 @@
 namespace kelp::nms {
 
 /// SIGINT and SIGTERM, taken off all threads of the process: make it before the first thread is started. As
-/// long as a handler is set the first signal calls it; any other signal ends the process at once with 128 +
-/// its number.
+/// long as a handler is set the first signal calls it; the program then has a limited time to leave in order.
+/// When that is over, at any further signal, or without a handler, the process ends at once with 128 + the
+/// signal's number.
 class Interrupts {
   public:
+    /// Called on a thread of its own; the result is how long leaving may take.
+    using Handler = std::function<std::chrono::milliseconds()>;
+
     Interrupts();
     ~Interrupts();
     Interrupts(const Interrupts&) = delete;
     Interrupts& operator=(const Interrupts&) = delete;
 
-    /// Called on a thread of its own. Empty takes the handler back.
-    void setHandler(std::function<void()> handler);
+    /// Empty takes the handler back.
+    void setHandler(Handler handler);
 
   private:
     void wait();
+    std::chrono::milliseconds handle(int signal);
 
     std::mutex mutex_;
-    std::function<void()> handler_;  ///< guarded by mutex_
+    Handler handler_;  ///< guarded by mutex_
     std::atomic<bool> done_{false};
     std::thread thread_;
 };

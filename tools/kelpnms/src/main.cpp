@@ -1,4 +1,5 @@
 #include "commands.h"
+#include "common/hidden_input.h"
 #include "exit_codes.h"
 #include "password.h"
 
@@ -17,15 +18,12 @@ void openTrace(bool verbose) {
         Report::error(whyNot);
 }
 
-int run(const Options& options) {
+int run(const Options& options, const std::string& password) {
     Interrupts interrupts;
     openTrace(options.verbose);
     const auto report = std::make_shared<Report>(options.json, options.verbose);
     try {
-        return runCommand(options, report, interrupts);
-    } catch (const NoPassword& problem) {
-        Report::error(problem.what());
-        return kUsageError;
+        return runCommand(options, password, report, interrupts);
     } catch (const CannotListen& problem) {
         Report::error(problem.what());
         return kUsageError;
@@ -52,5 +50,19 @@ int run(const Options& options) {
 int main(int argc, char** argv) {
     int exitCode = kDone;
     const auto options = parseOptions(argc, argv, exitCode);
-    return options ? run(*options) : exitCode;
+    if (!options)
+        return exitCode;
+    if (options->command == Command::Find)
+        return run(*options, {});
+    // read before the first thread starts, so that a signal can put the terminal right
+    try {
+        const kelp::tools::Secret password = readPassword(options->passwordFile, options->user);
+        return run(*options, password.text());
+    } catch (const NoPassword& problem) {
+        Report::error(problem.what());
+        return kUsageError;
+    } catch (const kelp::tools::InputInterrupted& problem) {
+        Report::error(problem.what());
+        return 128 + problem.signal();
+    }
 }

@@ -16,6 +16,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpnms --user demo --password-file pw managers
   KELPNMS_PASSWORD=secret kelpnms --user demo ems --capabilities --json
   kelpnms --naming corbaloc:iiop:1.2@ems.example.net:4801/NameService --user demo watch --for 60
+  kelpnms --user demo --password-file pw events
   kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
 
 Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
@@ -27,7 +28,39 @@ Exit codes:
   3  the naming service or the EMS cannot be reached, or no single session factory was found
   4  the EMS refused the log-in
   5  a call on the session or a manager failed
-  6  watch, events: the EMS ended the session, or --for ran out before --count pings or events came)";
+  6  watch, events: the EMS ended the session (events: only with --no-reconnect), or --for ran out before
+     --count pings or events came
+  128 + the signal's number: interrupted at the password prompt, or the EMS did not answer the log-out in time)";
+
+constexpr const char* kEventsFooter =
+    R"(Each event is a line: time of arrival, perceivedSeverity, type, object, probable cause, text. On a terminal the
+table fits its width and the severity gives the colour (NO_COLOR switches that off); elsewhere nothing is cut.
+With --json each line is a JSON object: an event has "type" and "fields", a notice has "event". Notices begin
+with *** and say what may be missing:
+
+  eventLossOccurred, eventLossCleared, alarmLossOccurred
+      What the EMS reports to this NMS's session object. It may concern events of this NMS or of another.
+  (duplicate), in JSON "duplicate": true
+      The same notificationId with the same content has come before: the EMS was not sure that it had arrived
+      and sent it again. --count counts it once. Another event under a used id is no duplicate, as the standard
+      does not promise unique ids. The newest 10000 events of a connection are compared, heartbeats never.
+  notificationIdWentBack
+      The id is a smaller number than the one before it: the EMS counts anew, or events have overtaken each
+      other. Ids that are left out mean nothing: filters and other consumers' events take them.
+  connectionLost
+      The EMS ended the session, its event channel disconnected this consumer, the session no longer answers
+      (it is pinged every 5 s), or a heartbeat is overdue: no event of any kind came for the heartbeats'
+      interval and half of it again, at least 2 s more. The interval is --heartbeat-interval, or the time
+      between the first two heartbeats of a connection; with neither, silence means nothing. A --filter must let
+      the heartbeats through for that.
+  reconnecting, reconnectFailed, reconnected
+      It logs in again and connects with the same filter after 1 s, then with pauses that double up to 30 s.
+      What the EMS sent in the meantime has not arrived.
+
+After a loss and after a reconnect you are told to resynchronise: read the active alarms, and what else you keep
+of the EMS, anew.
+
+Ctrl-C and SIGTERM disconnect from the channel and end the session, at any moment; a second one ends at once.)";
 
 constexpr double kSecondsMax = 86400;
 
@@ -55,6 +88,7 @@ struct Raw {
     std::string iorFile;
     double timeout = 30;
     double duration = 0;
+    double heartbeatInterval = 0;
     unsigned pings = 1;
     unsigned watchCount = 0;
 };
@@ -115,6 +149,13 @@ void addCommands(CLI::App& app, Options& options, Raw& raw) {
         ->check(CLI::Range(1u, 1000000000u));
     events->add_option("--for", raw.duration, "Leave after so many seconds")
         ->check(CLI::Range(0.1, kSecondsMax));
+    events
+        ->add_option("--heartbeat-interval", raw.heartbeatInterval,
+                     "Seconds between the EMS's heartbeats; default: learned from the first two")
+        ->check(CLI::Range(0.5, kSecondsMax));
+    events->add_flag("!--no-reconnect", options.reconnect,
+                     "Fail when the events end, instead of logging in again");
+    events->footer(kEventsFooter);
 }
 
 }  // namespace
@@ -150,6 +191,8 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     options.count = isWatching ? raw.watchCount : raw.pings;
     if (raw.duration > 0)
         options.duration = milliseconds(raw.duration);
+    if (raw.heartbeatInterval > 0)
+        options.heartbeatInterval = milliseconds(raw.heartbeatInterval);
     return options;
 }
 

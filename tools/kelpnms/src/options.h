@@ -23,8 +23,10 @@ struct Options {
     unsigned count = 0;  ///< pings to make, pings or events to wait for; 0 of watch and events: no limit
     std::optional<std::chrono::milliseconds> duration;  ///< how long to watch
     bool capabilities = false;
-    std::string filter;      ///< of events
-    bool sequences = false;  ///< events in batches
+    std::string filter;                                          ///< of events
+    bool sequences = false;                                      ///< events in batches
+    bool reconnect = true;                                       ///< when events end
+    std::optional<std::chrono::milliseconds> heartbeatInterval;  ///< of the EMS; none: learned
 };
 
 /// Reads the command line. None when it asked for help or the version, or was wrong; that has been told, and

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/secret.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -12,7 +14,8 @@ class NoPassword : public std::runtime_error {
 };
 
 /// The first line of the file, if one is named; else the environment variable KELPNMS_PASSWORD; else what is
-/// typed at the terminal, unseen. Throws NoPassword.
-std::string readPassword(const std::string& file, const std::string& user);
+/// typed at the terminal, unseen. Throws NoPassword, or tools::InputInterrupted, for which no thread of the
+/// process may have taken the signals yet.
+tools::Secret readPassword(const std::string& file, const std::string& user);
 
 }  // namespace kelp::nms

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include <cos/CosNotification.h>
 #include <mtnm/emsMgr.h>
 
 namespace kelp::nms {
@@ -27,8 +26,8 @@ class Report {
     /// A call of the EMS, with the time of this host; `details` are names and texts.
     void event(const std::string& name, const std::vector<std::pair<std::string, std::string>>& details);
 
-    /// An event of the EMS: its type and what it says of itself.
-    void notification(const CosNotification::StructuredEvent& event);
+    /// One line as it is.
+    void line(const std::string& text);
 
     /// Only with --verbose.
     void step(const std::string& text);
@@ -36,8 +35,6 @@ class Report {
 
   private:
     void write(const nlohmann::ordered_json& json);
-    void write(const std::string& line);
-
     const bool json_;
     const bool verbose_;
     std::mutex mutex_;

@@ -10,8 +10,7 @@ void Watch::finish(End end) {
 }
 
 void Watch::pinged() {
-    if (calls_ == Calls::AreShown)
-        report_->event("ping", {});
+    report_->event("ping", {});
     bool enough = false;
     {
         const std::lock_guard lock(mutex_);
@@ -23,8 +22,7 @@ void Watch::pinged() {
 }
 
 void Watch::sessionEnded() {
-    if (calls_ == Calls::AreShown)
-        report_->event("endSession", {});
+    report_->event("endSession", {});
     finish(End::EndedByEms);
 }
 
@@ -42,10 +40,6 @@ void Watch::alarmLossOccurred(const std::string& startTime, const std::string& n
 
 void Watch::interrupt() {
     finish(End::Interrupted);
-}
-
-void Watch::over(bool enough) {
-    finish(enough ? End::Enough : End::EndedByEms);
 }
 
 bool Watch::endedByEms() {

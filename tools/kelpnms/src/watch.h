@@ -17,11 +17,8 @@ class Watch : public NmsListener {
   public:
     enum class End { Enough, Interrupted, EndedByEms, TimeOver };
 
-    /// Pings and the session's end are only shown to one who watches them.
-    enum class Calls { AreShown, LossesAreShown };
-
-    Watch(std::shared_ptr<Report> report, unsigned pingsWanted, Calls calls)
-        : report_(std::move(report)), wanted_(pingsWanted), calls_(calls) {}
+    Watch(std::shared_ptr<Report> report, unsigned pingsWanted)
+        : report_(std::move(report)), wanted_(pingsWanted) {}
 
     void pinged() override;
     void sessionEnded() override;
@@ -30,8 +27,6 @@ class Watch : public NmsListener {
     void alarmLossOccurred(const std::string& startTime, const std::string& notificationId) override;
 
     void interrupt();
-    /// There has been enough to see, or there will be nothing more.
-    void over(bool enough);
     bool endedByEms();
     /// Waits for the wanted number of pings, an interruption, the end of the session, or, if given, `limit`.
     End wait(std::optional<std::chrono::milliseconds> limit);
@@ -41,7 +36,6 @@ class Watch : public NmsListener {
 
     const std::shared_ptr<Report> report_;
     const unsigned wanted_;  ///< 0: no number
-    const Calls calls_;
     std::mutex mutex_;
     std::condition_variable changed_;
     unsigned pings_ = 0;      ///< guarded by mutex_

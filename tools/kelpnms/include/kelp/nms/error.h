@@ -47,6 +47,12 @@ class LoginRefused : public ProcessingFailure {
     using ProcessingFailure::ProcessingFailure;
 };
 
+/// The event channel refused the filter: it is no constraint.
+class FilterRefused : public NmsError {
+  public:
+    using NmsError::NmsError;
+};
+
 /// A call on a session or a manager failed below the level of the interface: time-out, lost connection, no
 /// such object.
 class CallFailed : public NmsError {

@@ -30,12 +30,14 @@ struct EventWish {
 /// The events that an EMS pushes to this NMS, from the connection on until the object's end.
 class EventStream {
   public:
-    /// Connects a consumer to the session's event channel. Throws ProcessingFailure, CallFailed, or NmsError
-    /// when the channel refuses the filter.
+    /// Connects a consumer to the session's event channel. Throws ProcessingFailure, CallFailed, or
+    /// FilterRefused.
     EventStream(NmsSession& session, PortableServer::POA_ptr poa, const EventWish& wish,
                 std::shared_ptr<EventListener> listener);
     /// Disconnects.
     ~EventStream();
+    /// The EMS is gone: the end comes without a call to it.
+    void abandon();
     EventStream(const EventStream&) = delete;
     EventStream& operator=(const EventStream&) = delete;
 

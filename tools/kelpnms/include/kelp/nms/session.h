@@ -47,6 +47,8 @@ class NmsSession {
 
     /// Tells the EMS that this NMS leaves. The operation is oneway: see isGone().
     void end();
+    /// The EMS is gone, or has ended the session: the object's end makes no call to it.
+    void abandon() { ended_ = true; }
     /// Waits, at most `limit`, until the EMS no longer knows the session object.
     bool isGone(std::chrono::milliseconds limit);
 

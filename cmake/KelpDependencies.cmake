@@ -12,6 +12,7 @@ pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
 pkg_check_modules(tomlplusplus REQUIRED IMPORTED_TARGET tomlplusplus)
 pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(safec REQUIRED IMPORTED_TARGET libsafec)
+pkg_check_modules(httplib REQUIRED IMPORTED_TARGET cpp-httplib)
 
 find_library(ACE_LIBRARY ACE REQUIRED)
 add_library(kelp_ace INTERFACE)

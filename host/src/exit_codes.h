@@ -10,6 +10,7 @@ enum ExitCode : int {
     kConfigurationError = 3,
     kNamingServiceError = 4,
     kStartError = 5,
+    kAdminError = 6,
 };
 
 }  // namespace kelp::host

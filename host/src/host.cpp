@@ -1,5 +1,6 @@
 #include "host.h"
 
+#include "admin/admin_server.h"
 #include "exit_codes.h"
 #include "installation.h"
 #include "naming_supervisor.h"
@@ -7,6 +8,8 @@
 #include "signal_watch.h"
 #include "start_failure.h"
 
+#include <kelp/admin/address.h>
+#include <kelp/admin/registry.h>
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/config_store.h>
@@ -17,6 +20,7 @@
 
 #include <unistd.h>
 
+#include <exception>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -137,6 +141,29 @@ class BundlesUse {
     }
 };
 
+/// The operator's interface. It opens after the bundles have started and closes before they stop, so that no
+/// request meets a bundle that is not there wholly.
+class AdminUse {
+  public:
+    AdminUse() : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)) {
+        const admin::Address address = admin::configuredAddress();
+        try {
+            server_.emplace(address);
+        } catch (const std::exception& failure) {
+            throw StartFailure{kAdminError, failure.what()};
+        }
+        trace(__LINE__, "the operator's interface is at " + address.text());
+    }
+
+  private:
+    static admin::Json tellHealth(const admin::Json&) {
+        return {{"status", "ok"}, {"version", KELP_VERSION}};
+    }
+
+    admin::Registration health_;
+    std::optional<AdminServer> server_;
+};
+
 void reloadConfiguration() {
     const auto problems = ConfigStore::instance().reload();
     for (const ConfigProblem& problem : problems)
@@ -163,6 +190,7 @@ void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) 
     const CatalogueUse catalogue(configFile);
     const NamingUse naming;
     const BundlesUse bundles;
+    const AdminUse adminInterface;
     runUntilStopped(signals);
 }
 

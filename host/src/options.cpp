@@ -30,7 +30,8 @@ Exit codes:
   2  wrong usage
   3  the configuration cannot be used
   4  the embedded naming service cannot be started
-  5  a bundle, such as the agent, cannot be started)";
+  5  a bundle, such as the agent, cannot be started
+  6  the operator's interface cannot be opened)";
 
 }  // namespace
 

@@ -144,6 +144,21 @@ void checkTrace(ConfigDocument& document) {
         document.addProblem("trace.file", "is missing: trace.sinks has \"file\" in it");
 }
 
+void checkAdmin(ConfigDocument& document) {
+    const std::string& listen = textOf(document, "admin.listen");
+    if (listen.empty())
+        return;
+    const std::optional<HostAndPort> address = parseHostAndPort(listen);
+    if (!address || address->port == 0)
+        document.addProblem("admin.listen",
+                            "must be empty, host:port or [ipv6]:port, but is " + shown(listen));
+    else if (!isLoopbackAddress(address->host))
+        document.addProblem("admin.listen",
+                            shown(listen) +
+                                " is no address of the loopback interface, such as 127.0.0.1:4880: the "
+                                "operator's interface is for this machine only");
+}
+
 void checkBundles(ConfigDocument& document) {
     std::set<std::string> seen;
     for (const std::string& bundle : textsOf(document, "bundles.load")) {
@@ -173,6 +188,7 @@ void checkTogether(ConfigDocument& document) {
     checkIteratorLimits(document);
     checkAllowedNetworks(document);
     checkTrace(document);
+    checkAdmin(document);
     checkBundles(document);
 }
 

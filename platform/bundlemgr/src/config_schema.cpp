@@ -211,7 +211,10 @@ std::vector<ConfigKey> serviceKeys() {
                    "Times on the interface are 0 UTC, 1 local time."),
 
         textKey("admin", "listen", "", {}, restart,
-                noEffect("Address of the operator's interface; empty: a socket below the state directory.")),
+                "Address of the operator's interface, which kelpctl alarm and kelpctl storm use. Empty: the "
+                "Unix socket admin.sock in the state directory. Or host:port or [ipv6]:port with an address "
+                "of the loopback interface; callers then send the token that stands in the file admin.token "
+                "in the state directory."),
 
         textsKey("bundles", "load", {"kelp_ems", "mx_kelpcorba_env"}, {}, restart,
                  "Bundles in the order of their start, stopped in reverse; the agent (mx_kelpcorba_env) "

@@ -82,6 +82,14 @@ bool isWildcardHost(const std::string& host) {
            std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte == 0; });
 }
 
+bool isLoopbackAddress(const std::string& host) {
+    std::vector<unsigned char> bytes = numericAddress(host);
+    if (bytes.size() == sizeof(in_addr))
+        return bytes.front() == 127;
+    return bytes.size() == sizeof(in6_addr) &&
+           std::equal(bytes.begin(), bytes.end(), in6addr_loopback.s6_addr);
+}
+
 bool mayBeOwnHost(const std::string& host) {
     const std::vector<unsigned char> wanted = numericAddress(host);
     if (wanted.empty() || (wanted.size() == sizeof(in_addr) && wanted.front() == 127))

@@ -15,6 +15,9 @@ std::optional<HostAndPort> parseHostAndPort(const std::string& text);
 /// True for a text that stands for all addresses of the machine: "", "*", "0.0.0.0", "::" in any spelling.
 bool isWildcardHost(const std::string& host);
 
+/// True for an address (not a name) of the loopback interface.
+bool isLoopbackAddress(const std::string& host);
+
 /// False for an address (not a name) that no interface of this machine has.
 bool mayBeOwnHost(const std::string& host);
 

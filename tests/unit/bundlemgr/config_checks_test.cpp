@@ -179,4 +179,19 @@ TEST(ConfigChecks, EveryProblemIsToldInTheOrderOfTheFile) {
                     HasSubstr("6: ems.name"), HasSubstr("7: ems.x")));
 }
 
+TEST(ConfigChecks, OperatorsInterfaceIsForThisMachineOnly) {
+    for (const std::string listen : {"", "127.0.0.1:4880", "127.8.0.1:1", "[::1]:65535"})
+        EXPECT_THAT(check("[admin]\nlisten = \"" + listen + "\"\n"), IsEmpty()) << listen;
+    for (const std::string listen : {"0.0.0.0:4880", "[::]:4880", "*:4880", ":4880", "192.0.2.7:4880",
+                                     "localhost:4880", "[2001:db8::1]:4880", "127.example.org:4880"})
+        EXPECT_THAT(check("[admin]\nlisten = \"" + listen + "\"\n"),
+                    ElementsAre(HasSubstr("2: admin.listen: \"" + listen +
+                                          "\" is no address of the loopback interface")));
+    for (const std::string listen :
+         {"127.0.0.1", "127.0.0.1:0", "127.0.0.1:65536", "/run/kelp.sock", "::1:4880"})
+        EXPECT_THAT(check("[admin]\nlisten = \"" + listen + "\"\n"),
+                    ElementsAre("2: admin.listen: must be empty, host:port or [ipv6]:port, but is \"" +
+                                listen + "\""));
+}
+
 }  // namespace

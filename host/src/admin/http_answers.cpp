@@ -1,0 +1,103 @@
+#include "http_answers.h"
+
+#include <charconv>
+#include <string_view>
+#include <utility>
+
+namespace kelp::host {
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+
+constexpr const char* kJson = "application/json";
+/// Far above any path there is; the library matches paths by recursion.
+constexpr std::size_t kPathBytesMax = 256;
+
+enum Status : int {
+    kBadRequest = 400,
+    kUnauthorized = 401,
+    kLengthRequired = 411,
+    kTooLarge = 413,
+    kPathTooLong = 414,
+    kUnsupportedMedia = 415,
+};
+
+void set(Response& response, int status, const admin::Json& body) {
+    response.status = status;
+    // what a peer wrote need not be UTF-8
+    response.set_content(body.dump(-1, ' ', false, admin::Json::error_handler_t::replace) + "\n", kJson);
+}
+
+void refuse(Response& response, int status, const std::string& why) {
+    set(response, status, {{"error", why}});
+}
+
+/// 0 without a body, and the most there is for a length that is none.
+std::uint64_t bodyLength(const Request& request) {
+    const std::string text = request.get_header_value("Content-Length");
+    std::uint64_t length = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    return text.empty() ? 0 : isNumber ? length : UINT64_MAX;
+}
+
+bool isJson(const Request& request) {
+    const std::string type = request.get_header_value("Content-Type");
+    return std::string_view(type).substr(0, type.find(';')) == kJson;
+}
+
+/// For what the library refuses by itself.
+void explain(const Request&, Response& response) {
+    if (response.body.empty())
+        refuse(
+            response, response.status,
+            response.status == kBadRequest ? "the request cannot be read as HTTP" : "the request is refused");
+}
+
+}  // namespace
+
+HttpAnswers::HttpAnswers(admin::Registry& registry, Rules rules)
+    : registry_(registry), rules_(std::move(rules)) {
+    set_payload_max_length(rules_.bodyBytesMax);
+    set_pre_routing_handler(
+        [this](const Request& request, Response& response) { return admit(request, response); });
+    set_error_handler(explain);
+    const Handler any = [this](const Request& request, Response& response) { answer(request, response); };
+    const std::string everyPath = ".*";
+    Get(everyPath, any).Post(everyPath, any).Put(everyPath, any).Patch(everyPath, any);
+    Delete(everyPath, any).Options(everyPath, any);
+}
+
+void HttpAnswers::serve(Connection& connection) {
+    constexpr bool kCloseAfterwards = true;
+    bool isClosed = false;
+    process_request(connection, kCloseAfterwards, isClosed, {});
+}
+
+/// Before the body is read, so that no refused caller costs more than its head.
+HttpAnswers::HandlerResponse HttpAnswers::admit(const Request& request, Response& response) const {
+    const std::uint64_t length = bodyLength(request);
+    if (request.path.size() > kPathBytesMax)
+        refuse(response, kPathTooLong, "the path is too long");
+    else if (!rules_.letsIn(request.get_header_value("Authorization")))
+        refuse(response, kUnauthorized, "the token is missing or wrong (Authorization: Bearer TOKEN)");
+    else if (request.has_header("Transfer-Encoding"))
+        refuse(response, kLengthRequired, "a body needs a Content-Length");
+    else if (length > rules_.bodyBytesMax)
+        refuse(response, kTooLarge,
+               "the body is longer than " + std::to_string(rules_.bodyBytesMax) + " bytes");
+    else if (length > 0 && (request.has_header("Content-Encoding") || !isJson(request)))
+        refuse(response, kUnsupportedMedia, std::string("the body must be plain ") + kJson);
+    else
+        return HandlerResponse::Unhandled;
+    return HandlerResponse::Handled;
+}
+
+void HttpAnswers::answer(const Request& request, Response& response) const {
+    const admin::Answer made = registry_.answer(request.method, request.path, request.body);
+    set(response, made.status, made.body);
+}
+
+}  // namespace kelp::host

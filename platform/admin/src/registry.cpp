@@ -1,0 +1,120 @@
+#include <kelp/admin/registry.h>
+#include <kelp/util/threads.h>
+#include <kelp/util/trace_log.h>
+
+#include "json_text.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <utility>
+
+namespace kelp::admin {
+
+namespace {
+
+constexpr int kNotFound = 404;
+constexpr int kMethodNotAllowed = 405;
+constexpr int kInternalError = 500;
+
+Answer failure(int status, const std::string& why) {
+    return {status, Json{{"error", why}}};
+}
+
+Answer answerOf(const Handler& handler, const std::string& what, const std::string& body) {
+    try {
+        return {200, handler(body.empty() ? Json() : parseJson(body))};
+    } catch (const RequestError& refusal) {
+        return failure(refusal.status(), refusal.what());
+    } catch (...) {
+        const std::string reason = util::currentExceptionText();
+        util::traceFrom("admin", what + " failed: " + reason);
+        return failure(kInternalError, reason);
+    }
+}
+
+}  // namespace
+
+struct Registry::State {
+    struct Entry {
+        Handler handler;
+        int running = 0;  ///< calls in progress; the entry lives as long as they do
+    };
+    using Key = std::pair<std::string, std::string>;  ///< path, method
+
+    std::mutex mutex;
+    std::condition_variable callEnded;
+    std::map<Key, Entry> entries;  ///< guarded by mutex, but for handlers that are being called
+
+    bool hasPath(const std::string& path) const {
+        return std::any_of(entries.begin(), entries.end(),
+                           [&](const auto& entry) { return entry.first.first == path; });
+    }
+    void endCall(Entry& entry) {
+        const std::lock_guard guard(mutex);
+        --entry.running;
+        callEnded.notify_all();
+    }
+};
+
+RequestError::RequestError(const std::string& why, int status) : std::runtime_error(why), status_(status) {}
+RequestError::~RequestError() = default;
+
+Registry::Registry() : state_(std::make_shared<State>()) {}
+Registry::~Registry() = default;
+
+Registry& Registry::instance() {
+    // Never destroyed: bundles that nobody stopped leave as late as static destruction.
+    static Registry* const instance = new Registry;
+    return *instance;
+}
+
+Registration Registry::enter(const std::string& method, const std::string& path, Handler handler) {
+    const std::lock_guard guard(state_->mutex);
+    if (!state_->entries.try_emplace({path, method}, State::Entry{std::move(handler), 0}).second)
+        throw std::invalid_argument(method + " " + path + " is answered by another bundle already");
+    return Registration(state_, method, path);
+}
+
+Answer Registry::answer(const std::string& method, const std::string& path, const std::string& body) {
+    const std::string what = method + " " + util::escaped(path, 200);
+    std::unique_lock lock(state_->mutex);
+    const auto found = state_->entries.find({path, method});
+    if (found == state_->entries.end())
+        return state_->hasPath(path) ? failure(kMethodNotAllowed, what + " is not possible")
+                                     : failure(kNotFound, what + " is answered by nobody");
+    State::Entry& entry = found->second;
+    ++entry.running;
+    lock.unlock();
+    Answer answer = answerOf(entry.handler, what, body);
+    state_->endCall(entry);
+    return answer;
+}
+
+Registration::Registration(std::shared_ptr<Registry::State> registry, std::string method, std::string path)
+    : registry_(std::move(registry)), method_(std::move(method)), path_(std::move(path)) {}
+
+Registration& Registration::operator=(Registration&& other) noexcept {
+    leave();
+    registry_ = std::move(other.registry_);
+    method_ = std::move(other.method_);
+    path_ = std::move(other.path_);
+    return *this;
+}
+
+Registration::~Registration() {
+    leave();
+}
+
+void Registration::leave() noexcept {
+    const std::shared_ptr<Registry::State> registry = std::move(registry_);
+    if (!registry)
+        return;
+    std::unique_lock lock(registry->mutex);
+    auto node = registry->entries.extract({path_, method_});
+    registry->callEnded.wait(lock, [&] { return node.mapped().running == 0; });
+    lock.unlock();  // the handler goes with the node, whatever its end does
+}
+
+}  // namespace kelp::admin

@@ -1,0 +1,158 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <kelp/admin/registry.h>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "support/wait_until.h"
+
+namespace kelp::admin {
+namespace {
+
+using testing::HasSubstr;
+
+/// A registry with one handler at POST /echo, which answers with the request.
+class AdminRegistry : public testing::Test {
+  protected:
+    Answer post(const std::string& body) { return registry_.answer("POST", "/echo", body); }
+    static std::string errorOf(const Answer& answer) { return answer.body.value("error", ""); }
+
+    Registry registry_;
+    Registration echo_ = registry_.enter("POST", "/echo", [](const Json& request) { return request; });
+};
+
+TEST_F(AdminRegistry, LetsTheHandlerAnswerAndKeepsTheOrderOfMembers) {
+    const Answer answer = post(R"({"z": 1, "a": [true, null], "m": "x"})");
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.body.dump(), R"({"z":1,"a":[true,null],"m":"x"})");
+}
+
+TEST_F(AdminRegistry, GivesNullForARequestWithoutABody) {
+    const Answer answer = post("");
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_TRUE(answer.body.is_null());
+}
+
+TEST_F(AdminRegistry, AnswersNotFoundForAPathOfNobody) {
+    const Answer answer = registry_.answer("POST", "/nothing", "");
+    EXPECT_EQ(answer.status, 404);
+    EXPECT_EQ(errorOf(answer), "POST /nothing is answered by nobody");
+}
+
+TEST_F(AdminRegistry, AnswersThatAKnownPathHasNotThatMethod) {
+    const Answer answer = registry_.answer("GET", "/echo", "");
+    EXPECT_EQ(answer.status, 405);
+    EXPECT_EQ(errorOf(answer), "GET /echo is not possible");
+}
+
+TEST_F(AdminRegistry, TellsWhereTextIsNoJson) {
+    const Answer answer = post("{\"a\": 1,\n  b}");
+    EXPECT_EQ(answer.status, 400);
+    EXPECT_THAT(errorOf(answer), HasSubstr("the request is no JSON"));
+    EXPECT_THAT(errorOf(answer), HasSubstr("line 2"));
+}
+
+TEST_F(AdminRegistry, RefusesTextThatIsNotUtf8) {
+    EXPECT_EQ(post("\"\xff\xfe\"").status, 400);
+    EXPECT_EQ(post("{} {}").status, 400) << "and more than one value";
+}
+
+TEST_F(AdminRegistry, RefusesAKeyThatStandsThereTwiceAtAnyDepth) {
+    for (const std::string body : {R"({"a": 1, "a": 2})", R"([{"x": {"a": 1, "b": 2, "a": 1}}])"}) {
+        const Answer answer = post(body);
+        EXPECT_EQ(answer.status, 400) << body;
+        EXPECT_EQ(errorOf(answer), "the key \"a\" stands there twice") << body;
+    }
+    EXPECT_EQ(post(R"([{"a": 1}, {"a": 2, "b": {"a": 3}}])").status, 200) << "each in an object of its own";
+}
+
+TEST_F(AdminRegistry, AnswersARefusalWithItsStatusAndReason) {
+    const Registration refusing = registry_.enter("GET", "/busy", [](const Json&) -> Json {
+        throw RequestError("come again", RequestError::kUnavailable);
+    });
+    const Answer answer = registry_.answer("GET", "/busy", "");
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_EQ(answer.body.dump(), R"({"error":"come again"})");
+}
+
+TEST_F(AdminRegistry, AnswersWhateverElseAHandlerRaisesAsAnInternalError) {
+    const Registration failing = registry_.enter("GET", "/failing", [](const Json& request) -> Json {
+        if (request.is_null())
+            throw std::logic_error("broken");
+        throw 7;
+    });
+    EXPECT_EQ(registry_.answer("GET", "/failing", "").status, 500);
+    EXPECT_EQ(errorOf(registry_.answer("GET", "/failing", "")), "broken");
+    EXPECT_EQ(registry_.answer("GET", "/failing", "1").status, 500);
+}
+
+TEST_F(AdminRegistry, HasOneHandlerForARequest) {
+    const Handler other = [](const Json&) { return Json("other"); };
+    EXPECT_THROW(static_cast<void>(registry_.enter("POST", "/echo", other)), std::invalid_argument);
+    EXPECT_EQ(post("1").body, 1) << "the first one stays";
+    const Registration byOtherMethod = registry_.enter("PUT", "/echo", other);
+    EXPECT_EQ(registry_.answer("PUT", "/echo", "").body, "other");
+}
+
+TEST_F(AdminRegistry, ForgetsAHandlerThatLeavesAndTakesAnotherInItsPlace) {
+    echo_.leave();
+    EXPECT_EQ(post("1").status, 404);
+    echo_.leave();  // once more does nothing
+    const Registration other = registry_.enter("POST", "/echo", [](const Json&) { return Json("other"); });
+    EXPECT_EQ(post("1").body, "other");
+}
+
+TEST_F(AdminRegistry, KeepsAMovedRegistration) {
+    std::optional<Registration> kept(std::move(echo_));
+    echo_ = Registration();
+    EXPECT_EQ(post("1").status, 200);
+    kept.reset();
+    EXPECT_EQ(post("1").status, 404);
+}
+
+TEST_F(AdminRegistry, LetsAHandlerGoOnlyWhenItsCallsHaveEndedAndLeavesNothingOfIt) {
+    std::promise<void> entered;
+    std::promise<void> released;
+    std::atomic<bool> hasLeft{false};
+    auto owned = std::make_shared<int>(7);
+    const std::weak_ptr<int> remains = owned;
+    Registration slow = registry_.enter("GET", "/slow", [&, owned](const Json&) {
+        entered.set_value();
+        released.get_future().wait();
+        EXPECT_FALSE(hasLeft);
+        return Json(*owned);
+    });
+    owned.reset();
+    auto call = std::async(std::launch::async, [&] { return registry_.answer("GET", "/slow", ""); });
+    entered.get_future().wait();
+    std::thread leaver([&] {
+        slow.leave();
+        hasLeft = true;
+    });
+    ASSERT_TRUE(test::waitUntil([&] { return registry_.answer("GET", "/slow", "").status == 404; }))
+        << "no new calls from the beginning of the leave";
+    EXPECT_FALSE(hasLeft);
+    released.set_value();
+    leaver.join();
+    EXPECT_TRUE(remains.expired());
+    EXPECT_EQ(call.get().body, 7) << "the call in progress got its answer";
+}
+
+TEST_F(AdminRegistry, CallsAHandlerForSeveralCallersAtOnce) {
+    std::atomic<int> inside{0};
+    const Registration meeting = registry_.enter("GET", "/meet", [&](const Json&) {
+        ++inside;
+        return Json(test::waitUntil([&] { return inside == 2; }));
+    });
+    auto other = std::async(std::launch::async, [&] { return registry_.answer("GET", "/meet", ""); });
+    EXPECT_EQ(registry_.answer("GET", "/meet", "").body, true);
+    EXPECT_EQ(other.get().body, true);
+}
+
+}  // namespace
+}  // namespace kelp::admin

@@ -136,7 +136,9 @@ EventHandover::Step EventHandover::next(Lock& lock) {
 }
 
 void EventHandover::deliver(Lock& lock) {
-    inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : std::max<std::size_t>(link_->batchMax(), 1));
+    // of a full queue some may still be discarded
+    const std::size_t most = std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
+    inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : most);
     const std::vector<EventPtr> batch(events_.begin(),
                                       events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
     lock.unlock();

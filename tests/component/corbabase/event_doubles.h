@@ -1,0 +1,71 @@
+#pragma once
+
+#include <kelp/corbabase/supplier_mgr.h>
+
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <cos/CosNotifyComm.h>
+
+namespace kelp::test {
+
+/// What an agent is asked and told, as lines.
+class Agent final : public NS_CORBA::CallBackProcessBase {
+  public:
+    void OnEventLossCleared(const std::string& endTime) override { add("cleared " + endTime); }
+    void OnEventLossOccurred(const std::string& startTime, const std::string& notificationId) override {
+        add("lost " + notificationId + " of " + startTime);
+    }
+    void FormatAlarmLog(std::stringstream& out, const CosNotification::StructuredEvent& event) override {
+        NS_CORBA::SuppilerMgr::FormatLog("event", std::string(event.header.fixed_header.event_name.in()),
+                                         out);
+    }
+    void SendHeartbeat() override { add("heartbeat"); }
+    std::vector<std::string> told() const {
+        const std::lock_guard guard(mutex_);
+        return told_;
+    }
+
+  private:
+    void add(const std::string& line) {
+        const std::lock_guard guard(mutex_);
+        told_.push_back(line);
+    }
+    mutable std::mutex mutex_;
+    std::vector<std::string> told_;
+};
+
+class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
+  public:
+    void push_structured_event(const CosNotification::StructuredEvent& event) override {
+        const std::lock_guard guard(mutex_);
+        names_.emplace_back(event.header.fixed_header.event_name.in());
+    }
+    void disconnect_structured_push_consumer() override {}
+    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    std::vector<std::string> names() const {
+        const std::lock_guard guard(mutex_);
+        return names_;
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> names_;
+};
+
+inline CosNotification::StructuredEvent alarm(const std::string& name, const char* type = "NT_ALARM") {
+    CosNotification::StructuredEvent event;
+    event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
+    event.header.fixed_header.event_type.type_name = CORBA::string_dup(type);
+    event.header.fixed_header.event_name = CORBA::string_dup(name.c_str());
+    event.filterable_data.length(2);
+    event.filterable_data[0].name = CORBA::string_dup("notificationId");
+    event.filterable_data[0].value <<= ("id" + name).c_str();
+    event.filterable_data[1].name = CORBA::string_dup("emsTime");
+    event.filterable_data[1].value <<= "20240105030405.0Z";
+    return event;
+}
+
+}  // namespace kelp::test

@@ -64,6 +64,18 @@ void Dispatcher::later(std::shared_ptr<Subscription> subscription, Subscription:
     (slow ? slowWork_ : fastWork_).notify_one();
 }
 
+void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::time_point when) {
+    const Lock lock(mutex_);
+    const auto [first, last] = paced_.equal_range(when);
+    const auto found =
+        std::find_if(first, last, [&](const auto& each) { return each.second.get() == &subscription; });
+    if (found == last)
+        return;
+    ready_.push_back(std::move(found->second));
+    paced_.erase(found);
+    fastWork_.notify_one();
+}
+
 void Dispatcher::stop() {
     std::vector<std::thread> ending;
     // what they refer to may end with them, and must not do so under the lock

@@ -23,6 +23,7 @@ class Dispatcher final : public Subscription::Scheduler {
     void ready(std::shared_ptr<Subscription> subscription) override;
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
                bool slow) override;
+    void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override;
     /// Ends the threads after the calls in progress; what is scheduled is forgotten.
     void stop();
 

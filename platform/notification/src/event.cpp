@@ -9,7 +9,7 @@ constexpr const char* kAnyType = "%ANY";
 }
 
 EventPtr takeIn(const CosNotification::StructuredEvent& body) {
-    return std::make_shared<const Event>(Event{body, std::chrono::steady_clock::now()});
+    return std::make_shared<const Event>(body, std::chrono::steady_clock::now());
 }
 
 EventPtr takeIn(const CORBA::Any& any) {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
-#include <cos/CosNotification.h>
+#include <kelp/orb/event_sender.h>
 
 #include <chrono>
 #include <memory>
@@ -10,9 +8,11 @@
 namespace kelp::notification {
 
 /// An event from its taking-in on: never changed, shared by all queues.
-struct Event {
-    CosNotification::StructuredEvent body;
-    std::chrono::steady_clock::time_point taken;
+struct Event : kelp::orb::SharedEvent {
+    Event(const CosNotification::StructuredEvent& event, std::chrono::steady_clock::time_point takenAt)
+        : SharedEvent(event), taken(takenAt) {}
+
+    const std::chrono::steady_clock::time_point taken;
 };
 using EventPtr = std::shared_ptr<const Event>;
 

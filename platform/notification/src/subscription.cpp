@@ -12,6 +12,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
+/// A consumer with more events waiting keeps its thread so long before others that wait for one have theirs.
+constexpr milliseconds kLongestTurn{5};
+
 /// Nobody has this object, or it wants no events any more.
 bool meansGone(const CORBA::SystemException& failure) {
     return CORBA::OBJECT_NOT_EXIST::_downcast(&failure) != nullptr ||
@@ -59,8 +62,9 @@ void Subscription::setTimeout(milliseconds timeout) {
 }
 
 void Subscription::setPacing(milliseconds interval) {
-    const Lock lock(mutex_);
+    Lock lock(mutex_);
     pacing_ = interval;
+    endPacing(lock);
 }
 
 bool Subscription::connect(std::shared_ptr<Receiver> receiver) {
@@ -106,10 +110,11 @@ Subscription::Change Subscription::resume() {
 }
 
 std::shared_ptr<Receiver> Subscription::close() {
-    const Lock lock(mutex_);
+    Lock lock(mutex_);
     if (closed_)
         return nullptr;
     closed_ = true;
+    endPacing(lock);
     queue_.clear();
     changed_.notify_all();
     return std::move(receiver_);
@@ -133,7 +138,16 @@ bool Subscription::hasWork() const {
     return receiver_ && !closed_ && !suspended_ && (!queue_.empty() || !answers_);
 }
 
-void Subscription::scheduleIfNeeded(Lock&) {
+void Subscription::endPacing(Lock&) {
+    if (state_ != State::Paced)
+        return;
+    state_ = State::Scheduled;
+    scheduler_.sooner(*this, pacedUntil_);
+}
+
+void Subscription::scheduleIfNeeded(Lock& lock) {
+    if (state_ == State::Paced && hasWork() && queue_.size() >= receiver_->batchMax())
+        endPacing(lock);
     if (state_ != State::Idle || !hasWork())
         return;
     state_ = State::Scheduled;
@@ -154,11 +168,15 @@ void Subscription::serve() {
 void Subscription::serveLocked(Lock& lock) {
     // the consumer may be disconnected while it is called
     const std::shared_ptr<Receiver> receiver = receiver_;
-    if (!answers_ && !probeFirst(lock, *receiver))
+    const Clock::time_point turnEnd = Clock::now() + kLongestTurn;
+    const bool wasSilent = !answers_;
+    if (wasSilent && !probeFirst(lock, *receiver))
         return;
-    dropExpired(lock);
-    if (!closed_ && !queue_.empty())
-        deliverBatch(lock, *receiver);
+    do {
+        dropExpired(lock);
+        // after a silence only the event that may have arrived is sent by the thread that probed
+    } while (!queue_.empty() && hasWork() && deliverBatch(lock, *receiver) && !wasSilent &&
+             Clock::now() < turnEnd);
 }
 
 bool Subscription::probeFirst(Lock& lock, Receiver& receiver) {
@@ -179,11 +197,11 @@ bool Subscription::probeFirst(Lock& lock, Receiver& receiver) {
     }
 }
 
-void Subscription::deliverBatch(Lock& lock, Receiver& receiver) {
+bool Subscription::deliverBatch(Lock& lock, Receiver& receiver) {
     const std::size_t batchMax = receiver.batchMax();
     if (pacing_ > milliseconds(0) && queue_.size() < batchMax &&
         Clock::now() < queue_.front()->taken + pacing_)
-        return;
+        return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
     lock.unlock();
     try {
@@ -193,6 +211,7 @@ void Subscription::deliverBatch(Lock& lock, Receiver& receiver) {
         }
         lock.lock();
         queue_.settle(true);
+        return true;
     } catch (const CosEventComm::Disconnected&) {
         lock.lock();
         died(lock, "it is disconnected");
@@ -203,6 +222,7 @@ void Subscription::deliverBatch(Lock& lock, Receiver& receiver) {
         lock.lock();
         refused(lock, kelp::orb::exceptionText(failure));
     }
+    return false;
 }
 
 void Subscription::failed(Lock& lock, const CORBA::SystemException& failure) {
@@ -272,9 +292,11 @@ void Subscription::finishTurn(Lock&) {
         return;
     }
     const Clock::time_point due = queue_.front()->taken + pacing_;
-    if (pacing_ > milliseconds(0) && queue_.size() < receiver_->batchMax() && Clock::now() < due)
+    if (pacing_ > milliseconds(0) && queue_.size() < receiver_->batchMax() && Clock::now() < due) {
+        state_ = State::Paced;
+        pacedUntil_ = due;
         scheduler_.later(shared_from_this(), due, false);
-    else
+    } else
         scheduler_.ready(shared_from_this());
 }
 

@@ -29,6 +29,8 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
         virtual void ready(std::shared_ptr<Subscription> subscription) = 0;
         /// To be served at that time, by the threads for consumers that do not answer when `slow`.
         virtual void later(std::shared_ptr<Subscription> subscription, Clock::time_point when, bool slow) = 0;
+        /// As soon as may be, what was to be served (not slowly) at `when`; nothing when its turn has come.
+        virtual void sooner(const Subscription& subscription, Clock::time_point when) = 0;
     };
 
     Subscription(Scheduler& scheduler, const DeliverySettings& settings, std::size_t queueLimit);
@@ -77,14 +79,17 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     virtual void consumerDied(const std::string& why) = 0;
 
   private:
-    enum class State { Idle, Scheduled, Serving };
+    /// Paced: scheduled for the time when the first waiting event is old enough for a batch that is not full.
+    enum class State { Idle, Scheduled, Paced, Serving };
     using Lock = std::unique_lock<std::mutex>;
 
     void scheduleIfNeeded(Lock& lock);
+    void endPacing(Lock& lock);
     bool hasWork() const;
     void serveLocked(Lock& lock);
     bool probeFirst(Lock& lock, Receiver& receiver);
-    void deliverBatch(Lock& lock, Receiver& receiver);
+    /// False when the turn is over: nothing is due yet, or the call failed.
+    bool deliverBatch(Lock& lock, Receiver& receiver);
     void failed(Lock& lock, const CORBA::SystemException& failure);
     void refused(Lock& lock, const std::string& why);
     void died(Lock& lock, const std::string& why);
@@ -100,6 +105,7 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     EventQueue queue_;
     std::shared_ptr<Receiver> receiver_;
     State state_ = State::Idle;
+    Clock::time_point pacedUntil_;
     bool pulls_ = false;
     bool suspended_ = false;
     bool closed_ = false;

@@ -150,6 +150,22 @@ TEST(Dispatcher, ServesWhatComesDueWhileTwoThreadsWaitForIt) {
     }
 }
 
+TEST(Dispatcher, ServesAtOnceWhatIsNoLongerToWait) {
+    Dispatcher dispatcher(1, 1);
+    dispatcher.serveConsumers(1);
+    const auto due = Subscription::Clock::now() + 1h;
+    std::vector<Consumer> consumers;
+    for (int i = 0; i < 3; ++i) {
+        consumers.emplace_back(dispatcher);
+        dispatcher.later(consumers.back().subscription, due, false);
+    }
+    dispatcher.sooner(*consumers[1].subscription, due);
+    EXPECT_TRUE(waitUntil([&] { return consumers[1].subscription.use_count() == 1; }));
+    dispatcher.sooner(*consumers[1].subscription, due);
+    EXPECT_EQ(consumers[0].subscription.use_count(), 2);
+    EXPECT_EQ(consumers[2].subscription.use_count(), 2);
+}
+
 TEST(Dispatcher, SendsAnEventAgainAfterAFailure) {
     DeliverySettings settings;
     settings.firstBackOff = 1ms;

@@ -14,7 +14,7 @@ inline EventPtr event(int number,
     body.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     body.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");
     body.header.fixed_header.event_name = CORBA::string_dup(std::to_string(number).c_str());
-    return std::make_shared<const Event>(Event{body, taken});
+    return std::make_shared<const Event>(body, taken);
 }
 
 inline int numberOf(const CosNotification::StructuredEvent& body) {

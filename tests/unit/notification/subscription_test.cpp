@@ -28,6 +28,15 @@ class HandScheduler final : public Subscription::Scheduler {
         (isSlow ? slow : paced).push_back(std::move(subscription));
         due = when;
     }
+    void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override {
+        EXPECT_EQ(when, due);
+        const auto found = std::find_if(paced.begin(), paced.end(),
+                                        [&](const auto& each) { return each.get() == &subscription; });
+        if (found == paced.end())
+            return;
+        fast.push_back(*found);
+        paced.erase(found);
+    }
     static bool turn(std::deque<std::shared_ptr<Subscription>>& queue) {
         if (queue.empty())
             return false;
@@ -149,8 +158,63 @@ TEST_F(SubscriptionTest, WaitsForAFullBatchAsLongAsThePacingInterval) {
     EXPECT_EQ(receiver->calls, 0);
     ASSERT_EQ(scheduler.paced.size(), 1u);
     EXPECT_GT(scheduler.due, Subscription::Clock::now() + 59min);
-    offer(*subscription, 3, 3);
     HandScheduler::turn(scheduler.paced);
+    EXPECT_EQ(receiver->calls, 0) << "a turn before the time";
+    offer(*subscription, 3, 4);
+    EXPECT_THAT(scheduler.paced, IsEmpty()) << "the batch is full";
+    scheduler.run();
+    EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3));
+    ASSERT_EQ(scheduler.paced.size(), 1u) << "the fourth waits again";
+    subscription->setPacing(0ms);
+    scheduler.run();
+    EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3, 4)) << "no pacing any more";
+}
+
+TEST_F(SubscriptionTest, IsNotKeptByItsPacingOnceItIsClosed) {
+    receiver->batch = 3;
+    const auto subscription = connected();
+    subscription->setPacing(1h);
+    offer(*subscription, 1, 1);
+    scheduler.run();
+    ASSERT_EQ(scheduler.paced.size(), 1u);
+    subscription->close();
+    EXPECT_THAT(scheduler.paced, IsEmpty());
+    scheduler.run();
+    EXPECT_EQ(receiver->calls, 0);
+    EXPECT_EQ(subscription.use_count(), 1);
+}
+
+TEST_F(SubscriptionTest, TakesSeveralEventsInOneTurn) {
+    const auto subscription = connected();
+    offer(*subscription, 1, 3);
+    EXPECT_TRUE(HandScheduler::turn(scheduler.fast));
+    EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3));
+    EXPECT_EQ(receiver->calls, 3);
+    EXPECT_THAT(scheduler.fast, IsEmpty());
+}
+
+TEST_F(SubscriptionTest, LetsOthersHaveTheThreadWhenItsConsumerIsSlow) {
+    const auto subscription = connected();
+    receiver->onDeliver = [] {
+        const auto begin = Subscription::Clock::now();
+        while (Subscription::Clock::now() < begin + 6ms) {
+        }
+    };
+    offer(*subscription, 1, 3);
+    EXPECT_TRUE(HandScheduler::turn(scheduler.fast));
+    EXPECT_THAT(receiver->got, ElementsAre(1));
+    EXPECT_EQ(scheduler.fast.size(), 1u);
+}
+
+TEST_F(SubscriptionTest, EndsTheTurnWhenItIsSuspendedMeanwhile) {
+    const auto subscription = connected();
+    receiver->onDeliver = [&] { subscription->suspend(); };
+    offer(*subscription, 1, 3);
+    scheduler.run();
+    EXPECT_THAT(receiver->got, ElementsAre(1));
+    receiver->onDeliver = nullptr;
+    subscription->resume();
+    scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3));
 }
 

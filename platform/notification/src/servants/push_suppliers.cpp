@@ -13,34 +13,39 @@ void requireConsumer(Reference consumer) {
 
 class StructuredReceiver final : public Receiver {
   public:
-    explicit StructuredReceiver(CosNotifyComm::StructuredPushConsumer_ptr consumer)
-        : consumer_(CosNotifyComm::StructuredPushConsumer::_duplicate(consumer)) {}
+    StructuredReceiver(CosNotifyComm::StructuredPushConsumer_ptr consumer,
+                       const kelp::orb::EventSender& sender)
+        : consumer_(CosNotifyComm::StructuredPushConsumer::_duplicate(consumer)), sender_(sender) {}
     std::size_t batchMax() const override { return 1; }
     void deliver(const std::vector<EventPtr>& events) override {
         for (const EventPtr& each : events)
-            consumer_->push_structured_event(each->body);
+            sender_.push(consumer_.in(), *each);
     }
     void probe() override { (void)consumer_->_non_existent(); }
     void disconnect() override { consumer_->disconnect_structured_push_consumer(); }
 
   private:
     const CosNotifyComm::StructuredPushConsumer_var consumer_;
+    const kelp::orb::EventSender& sender_;
 };
 
 class SequenceReceiver final : public Receiver {
   public:
-    SequenceReceiver(CosNotifyComm::SequencePushConsumer_ptr consumer, std::shared_ptr<Outlet> outlet)
-        : consumer_(CosNotifyComm::SequencePushConsumer::_duplicate(consumer)), outlet_(outlet) {}
+    SequenceReceiver(CosNotifyComm::SequencePushConsumer_ptr consumer, std::shared_ptr<Outlet> outlet,
+                     const kelp::orb::EventSender& sender)
+        : consumer_(CosNotifyComm::SequencePushConsumer::_duplicate(consumer)),
+          outlet_(outlet),
+          sender_(sender) {}
     std::size_t batchMax() const override {
         const std::shared_ptr<Outlet> outlet = outlet_.lock();
         return outlet ? static_cast<std::size_t>(outlet->qos.get().maximumBatchSize) : 1;
     }
     void deliver(const std::vector<EventPtr>& events) override {
-        CosNotification::EventBatch batch;
-        batch.length(static_cast<CORBA::ULong>(events.size()));
-        for (CORBA::ULong i = 0; i < batch.length(); ++i)
-            batch[i] = events[i]->body;
-        consumer_->push_structured_events(batch);
+        std::vector<const kelp::orb::SharedEvent*> batch;
+        batch.reserve(events.size());
+        for (const EventPtr& each : events)
+            batch.push_back(each.get());
+        sender_.push(consumer_.in(), batch);
     }
     void probe() override { (void)consumer_->_non_existent(); }
     void disconnect() override { consumer_->disconnect_sequence_push_consumer(); }
@@ -48,6 +53,7 @@ class SequenceReceiver final : public Receiver {
   private:
     const CosNotifyComm::SequencePushConsumer_var consumer_;
     const std::weak_ptr<Outlet> outlet_;
+    const kelp::orb::EventSender& sender_;
 };
 
 class AnyReceiver final : public Receiver {
@@ -71,12 +77,12 @@ class AnyReceiver final : public Receiver {
 void StructuredPushSupplier::connect_structured_push_consumer(
     CosNotifyComm::StructuredPushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<StructuredReceiver>(consumer));
+    connect(std::make_shared<StructuredReceiver>(consumer, sender()));
 }
 
 void SequencePushSupplier::connect_sequence_push_consumer(CosNotifyComm::SequencePushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<SequenceReceiver>(consumer, outlet()));
+    connect(std::make_shared<SequenceReceiver>(consumer, outlet(), sender()));
 }
 
 void AnyPushSupplier::connect_any_push_consumer(CosEventComm::PushConsumer_ptr consumer) {

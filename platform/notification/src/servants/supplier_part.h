@@ -33,6 +33,7 @@ class SupplierPart {
     bool pushes() const;
     const std::shared_ptr<Outlet>& outlet() const { return outlet_; }
     ConsumerAdminData& admin() const { return *admin_; }
+    const kelp::orb::EventSender& sender() const { return *core_->settings().sender; }
 
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) const;
     void suspend();

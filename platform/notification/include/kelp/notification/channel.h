@@ -1,7 +1,7 @@
 #pragma once
 
 #include <kelp/notification/consumer_counts.h>
-#include <kelp/orb/corba.h>
+#include <kelp/orb/event_sender.h>
 #include <kelp/util/export.h>
 
 #include <cos/CosNotifyChannelAdmin.h>
@@ -26,6 +26,8 @@ struct KELP_EXPORT ChannelSettings {
     std::size_t queueEventsMax = 10000;   ///< events that may wait for one consumer
     std::size_t deliveryThreadsMax = 64;  ///< grown with the consumers
     std::size_t slowThreads = 4;          ///< for consumers that do not answer
+    /// Makes the calls to structured and sequence consumers.
+    const kelp::orb::EventSender* sender = &kelp::orb::encodingSender();
 };
 
 /// Who is told of lost events.

@@ -1,5 +1,5 @@
 #include "component/orb/throw_away_certificates.h"
-#include "harness/host.h"
+#include "kelpnms_fixture.h"
 
 #include <gtest/gtest.h>
 #include <kelp/nms/client.h>
@@ -7,54 +7,10 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include <cos/CosNaming.h>
 
 namespace kelp::test {
 namespace {
-
-using Json = nlohmann::json;
-
-/// The real kelpnms against a real host.
-class KelpnmsTest : public testing::Test {
-  protected:
-    void startHost() {
-        host_.addUser("demo");
-        host_.start();
-        ASSERT_TRUE(eventually([this] { return run({"find"}, false) == 0; })) << output();
-    }
-
-    Launch launch(std::vector<std::string> arguments, bool loggingIn = true) {
-        std::vector<std::string> all = {"--naming", "127.0.0.1:" + std::to_string(host_.namingPort())};
-        if (loggingIn)
-            all.insert(all.end(), {"--user", "demo", "--password-file", host_.passwordFile().string()});
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        log_ = LogFile(scratch_ / ("output" + std::to_string(++runs_)));
-        return {KELPNMS, all, {}, log_.file(), false};
-    }
-
-    int run(const std::vector<std::string>& arguments, bool loggingIn = true) {
-        return runToEnd(launch(arguments, loggingIn));
-    }
-
-    const std::string& output() { return log_.text(); }
-
-    /// What the last run answered with --json.
-    Json answer() { return Json::parse(output(), nullptr, false); }
-
-    /// True when the host has destroyed as many sessions as it has made.
-    bool allSessionsGone() {
-        return eventually([this] {
-            return host_.log().count("has been constructured!") == host_.log().count("has been destroyed!");
-        });
-    }
-
-    Host host_;
-    ScratchDir scratch_;
-    LogFile log_{scratch_ / "output"};
-    int runs_ = 0;
-};
 
 TEST_F(KelpnmsTest, FindTellsPathAddressAndVersion) {
     startHost();
@@ -193,62 +149,6 @@ TEST_F(KelpnmsTest, EmsThatHasGoneIsNotReachable) {
     EXPECT_EQ(host_.stop(), 0);
     EXPECT_EQ(run({"--ior", (scratch_ / "factory.ior").string(), "managers"}), 3);
     EXPECT_TRUE(log_.contains("log-in at " + host_.address() + " failed: TRANSIENT")) << output();
-}
-
-TEST_F(KelpnmsTest, EventsAreShownUntilThereHaveBeenEnough) {
-    host_.set("notification", "heartbeat_s", 1);
-    startHost();
-    EXPECT_EQ(run({"--json", "events", "--count", "2", "--for", "30"}), 0) << output();
-    const Json first = Json::parse(output().substr(0, output().find('\n')), nullptr, false);
-    EXPECT_EQ(first["type"], "NT_HEARTBEAT");
-    EXPECT_EQ(first["fields"]["objectName"]["EMS"], "Kelp/EMS");
-    EXPECT_EQ(first["fields"]["objectType"], "OT_EMS");
-    EXPECT_EQ(log_.count("NT_HEARTBEAT"), 2u);
-    EXPECT_TRUE(allSessionsGone());
-}
-
-TEST_F(KelpnmsTest, EventsAreSelectedByTheFilter) {
-    host_.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
-    startHost();
-    EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity == PS_CRITICAL", "--for", "3", "--count", "1"}),
-              6);
-    EXPECT_FALSE(log_.contains("NT_ALARM")) << output();
-    EXPECT_EQ(run({"events", "--sequence", "--filter", "$perceivedSeverity == PS_INDETERMINATE", "--for",
-                   "30", "--count", "1"}),
-              0);
-    EXPECT_TRUE(log_.containsInOrder({"SEVERITY", "INDET.", "NT_ALARM", "EMS=Kelp/EMS", "Heartbeat"}))
-        << output();
-    EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity =="}), 5);
-    EXPECT_TRUE(log_.contains("refuses the filter")) << output();
-    EXPECT_TRUE(allSessionsGone());
-}
-
-TEST_F(KelpnmsTest, EventsEndWhenTheEmsStopsIfItShallNotReconnect) {
-    startHost();
-    ChildProcess nms(launch({"--verbose", "events", "--no-reconnect"}));
-    EXPECT_TRUE(log_.waitFor("connected to the event channel"));
-    EXPECT_EQ(host_.stop(), 0);
-    EXPECT_EQ(nms.waitExit(), 6) << output();
-    EXPECT_TRUE(log_.contains("*** connectionLost")) << output();
-    EXPECT_FALSE(log_.contains("reconnecting")) << output();
-}
-
-TEST_F(KelpnmsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfterwards) {
-    host_.set("notification", "heartbeat_s", 1)
-        .set("notification", "push_timeout_s", 1)
-        .set("session", "ping_interval_s", 60);
-    startHost();
-    ChildProcess frozen(launch({"--verbose", "events", "--count", "7", "--for", "120"}));
-    LogFile frozenLog = log_;
-    ASSERT_TRUE(frozenLog.waitFor("NT_HEARTBEAT", 2));  // it now knows their interval
-    frozen.freeze();
-    const std::size_t before = frozenLog.count("NT_HEARTBEAT");
-    EXPECT_EQ(run({"events", "--count", "5", "--for", "60"}), 0) << output();
-    EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), before);
-    frozen.thaw();
-    EXPECT_EQ(frozen.waitExit(), 0) << frozenLog.text();
-    EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), 7u);
-    EXPECT_FALSE(frozenLog.contains("connectionLost")) << "its own standing still is no silence of the EMS";
 }
 
 }  // namespace

@@ -36,10 +36,10 @@ EventFollower::End EventFollower::run() {
             return *over;
         }
         const auto lastSign = std::max(lastAnswer_, observer_.lastSign());
+        signals_->setConnected(false);
         observer_.lost(loss.why);
         giveUp(*link, loss);
         link.reset();
-        signals_->setConnected(false);
         if (!settings_.reconnect)
             return End::Lost;
         link = reopenLink();

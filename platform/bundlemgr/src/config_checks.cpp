@@ -123,6 +123,18 @@ void checkNaming(ConfigDocument& document) {
     }
 }
 
+void checkNotification(ConfigDocument& document) {
+    if (textOf(document, "notification.mode") != "external")
+        return;
+    const std::string& host = textOf(document, "notification.host");
+    if (isWildcardHost(host) || !isPrintable(host))
+        document.addProblem("notification.host", "must be a host that can be called, but is " + shown(host));
+    if (integerOf(document, "tls.mode") != 0 && integerOf(document, "notification.ssl_port") == 0)
+        document.addProblem("notification.ssl_port",
+                            "must name a port: an external notification service is reached over TLS, since "
+                            "tls.mode is not 0");
+}
+
 void checkIteratorLimits(ConfigDocument& document) {
     if (integerOf(document, "iterator.soft_limit") > integerOf(document, "iterator.hard_limit"))
         document.addProblem("iterator.soft_limit", "must not be above iterator.hard_limit");
@@ -185,6 +197,7 @@ void checkTogether(ConfigDocument& document) {
         document.addProblem("orb.char_set", "must name a code set, such as UTF-8");
     checkTls(document);
     checkNaming(document);
+    checkNotification(document);
     checkIteratorLimits(document);
     checkAllowedNetworks(document);
     checkTrace(document);

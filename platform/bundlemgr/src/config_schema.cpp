@@ -120,18 +120,20 @@ std::vector<ConfigKey> serviceKeys() {
             "naming", "data_dir", "", {}, restart,
             "Folder where the embedded naming service keeps its bindings; empty: below the state directory."),
 
-        textKey(
-            "notification", "mode", "embedded", {"embedded", "external"}, restart,
-            noEffect(
-                "The notification channel: inside this process, or a CosNotification service elsewhere.")),
+        textKey("notification", "mode", "embedded", {"embedded", "external"}, restart,
+                "The notification channel: inside this process, or that of a CosNotification service "
+                "elsewhere."),
         textKey("notification", "host", "127.0.0.1", {}, Change::AtReload,
-                noEffect("Host of an external notification service.")),
+                "Host of an external notification service. Its object NotificationService (corbaloc) must be "
+                "an event channel, or a factory, whose eldest channel is taken."),
         integerKey("notification", "port", 4802, 1, kPortMax, Change::AtReload,
-                   noEffect("Port of an external notification service.")),
+                   "Port of an external notification service."),
         integerKey("notification", "ssl_port", 0, 0, kPortMax, Change::AtReload,
-                   noEffect("Port of an external notification service for TLS; 0 for none.")),
+                   "Port of an external notification service for TLS, used when tls.mode is not 0; 0 for "
+                   "none."),
         integerKey("notification", "queue_events_max", 10000, 1, 10000000, restart,
-                   "Events kept for one consumer that does not take them."),
+                   "Events kept for one consumer that does not take them, or for an external notification "
+                   "service that is away."),
         integerKey("notification", "delivery_threads_max", 64, 1, 1000, restart,
                    "Most threads that deliver events."),
         secondsKey("notification", "push_timeout_s", 10, restart,

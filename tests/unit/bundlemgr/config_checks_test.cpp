@@ -54,6 +54,25 @@ TEST(ConfigChecks, EveryIntervalAndTimeOutIsOneSecondToOneDay) {
     EXPECT_GE(intervals, 3);
 }
 
+TEST(ConfigChecks, ExternalNotificationServiceNeedsAHostThatCanBeCalled) {
+    const std::string external = "[notification]\nmode = \"external\"\n";
+    for (const std::string host : {"", "0.0.0.0", "::", "two words"})
+        EXPECT_THAT(check(external + "host = \"" + host + "\"\n"),
+                    ElementsAre(HasSubstr("3: notification.host: must be a host that can be called")))
+            << host;
+    EXPECT_THAT(check(external + "host = \"notify.example.net\"\n"), IsEmpty());
+    EXPECT_THAT(check("[notification]\nhost = \"0.0.0.0\"\n"), IsEmpty()) << "nobody calls it";
+}
+
+TEST(ConfigChecks, ExternalNotificationServiceIsReachedOverTlsWhenThatIsOn) {
+    const std::string tls =
+        "[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n[notification]\n";
+    EXPECT_THAT(check(tls + "mode = \"external\"\n"),
+                ElementsAre(HasSubstr("notification.ssl_port: must name a port")));
+    EXPECT_THAT(check(tls + "mode = \"external\"\nssl_port = 4843\n"), IsEmpty());
+    EXPECT_THAT(check(tls), IsEmpty());
+}
+
 TEST(ConfigChecks, HeartbeatMayBeSwitchedOff) {
     EXPECT_THAT(check("[notification]\nheartbeat_s = 0\n"), IsEmpty());
     EXPECT_THAT(check("[notification]\nheartbeat_s = 86401\n"), testing::SizeIs(1));

@@ -1,7 +1,9 @@
+#include "alarms/alarm_intake.h"
 #include "ems_mgr.h"
 
 #include <ace/svc_export.h>
 
+#include <kelp/admin/registry.h>
 #include <kelp/bundlemgr/service_object.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/trace.h>
@@ -35,12 +37,15 @@ class EmsMgrFactory final : public NS_CORBA::NorthMgrFactory {
 }  // namespace
 
 /// The service object of the bundle kelp_ems: enters the manager "EMS" before the agent starts and takes it
-/// back after the agent has stopped.
+/// back after the agent has stopped. Meanwhile it answers POST /alarms of the operator's interface.
 class EmsBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     EmsBundle() : ServiceObjectBase("kelp_ems_bundle", "kelp_ems") {}
 
     int init(int, char*[]) override {
+        // first, since it raises what is wrong, and leaves by itself
+        alarmRequests_ = admin::Registry::instance().enter(
+            "POST", "/alarms", [this](const admin::Json& request) { return alarms_.take(request); });
         auto* agentConfig = NS_CORBA::CorbaBaseAgentConfig::Instance();
         if (!agentConfig->EnterNorthMgrFactory(kManagerName, &factory_)) {
             NS_CORBA::GetTss()->Set("emsbundle", "unknown", __LINE__);
@@ -54,6 +59,7 @@ class EmsBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
     int fini() override { return 0; }
 
     void Shutdown() override {
+        alarmRequests_.leave();
         auto* agentConfig = NS_CORBA::CorbaBaseAgentConfig::Instance();
         agentConfig->LeaveManagerInterface(&interfaceOfManager_);
         agentConfig->LeaveNorthMgrFactory(kManagerName);
@@ -62,6 +68,8 @@ class EmsBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
   private:
     EmsInterface interfaceOfManager_;
     EmsMgrFactory factory_;
+    AlarmIntake alarms_;
+    admin::Registration alarmRequests_;
 };
 
 }  // namespace kelp::ems

@@ -1,4 +1,6 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <kelp/admin/registry.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/corbabase/base_config.h>
 
@@ -49,6 +51,35 @@ TEST(EmsBundleTest, StartEntersTheManagerAndStopTakesItBack) {
     EXPECT_EQ(enteredInterfaces(), 0u);
 }
 
+TEST(EmsBundleTest, AnswersAlarmRequestsWhileItRuns) {
+    admin::Registry& registry = admin::Registry::instance();
+    EXPECT_EQ(registry.answer("POST", "/alarms", "[]").status, 404);
+    std::string whyNot;
+    ASSERT_TRUE(startBundle(whyNot)) << whyNot;
+    EXPECT_EQ(registry.answer("POST", "/alarms", "[]").status, 200);
+    EXPECT_EQ(registry.answer("POST", "/alarms", "7").status, 400);
+    BundleMgr::Instance()->Stop();
+    EXPECT_EQ(registry.answer("POST", "/alarms", "[]").status, 404);
+}
+
+TEST(EmsBundleTest, AlarmRequestsOfAnotherBundleKeepItFromStartingAndNothingOfItStays) {
+    const admin::Registration other = admin::Registry::instance().enter(
+        "POST", "/alarms", [](const admin::Json&) { return admin::Json("other"); });
+    std::string whyNot;
+    EXPECT_FALSE(startBundle(whyNot));
+    EXPECT_NE(whyNot.find("POST /alarms is answered by another bundle already"), std::string::npos) << whyNot;
+    EXPECT_TRUE(enteredManagers().empty());
+    EXPECT_EQ(enteredInterfaces(), 0u);
+}
+
+TEST(EmsBundleTest, LeavesNoCodeBehindWhenItHasStopped) {
+    std::string whyNot;
+    ASSERT_TRUE(startBundle(whyNot)) << whyNot;
+    BundleMgr::Instance()->Stop();
+    void* const still = ::dlopen(EMS_BUNDLE_DIR "/libkelp_ems.so", RTLD_NOW | RTLD_NOLOAD);
+    EXPECT_EQ(still, nullptr) << "the library is loaded still";
+}
+
 TEST(EmsBundleTest, InterfaceStartsEarlyUnderItsName) {
     std::string whyNot;
     ASSERT_TRUE(startBundle(whyNot)) << whyNot;
@@ -72,6 +103,7 @@ TEST(EmsBundleTest, ManagerNameThatIsTakenKeepsTheBundleFromStarting) {
     EXPECT_NE(whyNot.find("kelp_ems"), std::string::npos) << whyNot;
     EXPECT_EQ(enteredInterfaces(), 0u);
     EXPECT_EQ(CorbaBaseAgentConfig::Instance()->GetNorthMgrMap()->at("EMS"), &other);
+    EXPECT_EQ(admin::Registry::instance().answer("POST", "/alarms", "[]").status, 404);
 }
 
 TEST(EmsBundleTest, FactoryFunctionIsTheOnlyThingExported) {

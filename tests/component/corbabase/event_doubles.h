@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <cos/CosNotifyComm.h>
+#include "support/recording_consumer.h"
 
 namespace kelp::test {
 
@@ -35,24 +35,6 @@ class Agent final : public NS_CORBA::CallBackProcessBase {
     }
     mutable std::mutex mutex_;
     std::vector<std::string> told_;
-};
-
-class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
-  public:
-    void push_structured_event(const CosNotification::StructuredEvent& event) override {
-        const std::lock_guard guard(mutex_);
-        names_.emplace_back(event.header.fixed_header.event_name.in());
-    }
-    void disconnect_structured_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
-    std::vector<std::string> names() const {
-        const std::lock_guard guard(mutex_);
-        return names_;
-    }
-
-  private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> names_;
 };
 
 inline CosNotification::StructuredEvent alarm(const std::string& name, const char* type = "NT_ALARM") {

@@ -7,15 +7,11 @@
 #include <kelp/bundlemgr/service_object.h>
 
 #include <ace/svc_export.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <sstream>
 #include <string>
-#include <thread>
+
+#include "fifo_commands.h"
 
 namespace kelp::test {
 
@@ -23,43 +19,11 @@ class EventLossSwitch final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     EventLossSwitch() : ServiceObjectBase("event_loss_switch_bundle", "event_loss_switch") {}
 
-    int init(int, char*[]) override {
-        const char* fifo = std::getenv("KELP_TEST_EVENT_LOSS");
-        // open for writing too, so that a writer that leaves is no end of file
-        fifo_ = fifo == nullptr ? -1 : ::open(fifo, O_RDWR | O_NONBLOCK | O_CLOEXEC);
-        if (fifo_ < 0)
-            return -1;
-        reader_ = std::thread([this] { read(); });
-        return 0;
-    }
-
-    void Shutdown() override {
-        stopped_ = true;
-        reader_.join();
-        ::close(fifo_);
-    }
-
+    int init(int, char*[]) override { return commands_.start("KELP_TEST_EVENT_LOSS", report) ? 0 : -1; }
+    void Shutdown() override { commands_.stop(); }
     int fini() override { return 0; }
 
   private:
-    static constexpr int kStopCheckMs = 50;
-
-    void read() {
-        std::string unread;
-        while (!stopped_) {
-            pollfd waiting{fifo_, POLLIN, 0};
-            char buffer[512];
-            if (::poll(&waiting, 1, kStopCheckMs) <= 0)
-                continue;
-            if (const ssize_t length = ::read(fifo_, buffer, sizeof buffer); length > 0)
-                unread.append(buffer, static_cast<std::size_t>(length));
-            for (std::size_t end = unread.find('\n'); end != std::string::npos; end = unread.find('\n')) {
-                report(unread.substr(0, end));
-                unread.erase(0, end + 1);
-            }
-        }
-    }
-
     static void report(const std::string& line) {
         std::istringstream words(line);
         std::string what;
@@ -72,9 +36,7 @@ class EventLossSwitch final : public NS_BUNDLEMGR1::ServiceObjectBase {
             NS_KELPCORBA::SessionMgr::Instance()->NotifyEventLossCleared(time);
     }
 
-    int fifo_ = -1;
-    std::atomic<bool> stopped_{false};
-    std::thread reader_;
+    FifoCommands commands_;
 };
 
 }  // namespace kelp::test

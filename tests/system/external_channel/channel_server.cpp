@@ -1,0 +1,50 @@
+// A notification service of its own: channel_server PORT prints its channel's reference, and offers the
+// channel under the key NotificationService as soon as it gets a line on its standard input.
+
+#include <kelp/notification/channel.h>
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/orb.h>
+
+#include <unistd.h>
+
+#include <iostream>
+#include <string>
+
+namespace {
+
+int run(const std::string& port) {
+    kelp::orb::OrbOptions options;
+    options.listen = {"127.0.0.1:" + port};
+    const CORBA::ORB_var orb = kelp::orb::start(options, nullptr);
+    const CORBA::Object_var object = orb->resolve_initial_references("RootPOA");
+    const PortableServer::POA_var root = PortableServer::POA::_narrow(object.in());
+    const PortableServer::POAManager_var manager = root->the_POAManager();
+    kelp::orb::letCallersThrough(manager.in());
+
+    const kelp::notification::Channel channel(orb.in(), kelp::notification::ChannelSettings(), nullptr);
+    const CosNotifyChannelAdmin::EventChannel_var reference = channel.reference();
+    const CORBA::String_var text = orb->object_to_string(reference.in());
+    std::cout << text.in() << std::endl;
+
+    std::string line;
+    std::getline(std::cin, line);
+    const PortableServer::POA_var poa = root->find_POA("notification", false);
+    const PortableServer::ServantBase_var servant = poa->reference_to_servant(reference.in());
+    kelp::orb::publishKey(orb.in(), "NotificationService", servant.in(), reference.in());
+    std::cout << "offered" << std::endl;
+    std::getline(std::cin, line);
+    ::_exit(0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2)
+        return 2;
+    try {
+        return run(argv[1]);
+    } catch (const CORBA::Exception& exception) {
+        std::cerr << "channel_server: " << kelp::orb::exceptionText(exception) << std::endl;
+        return 1;
+    }
+}

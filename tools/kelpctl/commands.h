@@ -17,4 +17,10 @@ void loadConfiguration(const GlobalOptions& options);
 /// `kelpctl user ...`: the accounts of NMS users. `options` must outlive the parsing.
 void addUserCommands(CLI::App& app, const GlobalOptions& options);
 
+/// `kelpctl alarm ...`: single alarms, told to the running host. `options` must outlive the parsing.
+void addAlarmCommands(CLI::App& app, const GlobalOptions& options);
+
+/// `kelpctl storm`: many alarms. `options` must outlive the parsing.
+void addStormCommand(CLI::App& app, const GlobalOptions& options);
+
 }  // namespace kelp::ctl

@@ -20,6 +20,8 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl user add nms1 --password-file nms1.pw     first line of a file
   kelpctl user list --json
   kelpctl --config ./kelp.toml user disable nms1
+  kelpctl alarm raise --object ManagedElement=NE-1 --severity major --probable-cause LOS
+  kelpctl storm --rate 200 --count 5000
 
 Exit status: 0 done, 1 failed, 2 wrong command line.)";
 
@@ -41,6 +43,8 @@ int run(int argc, char** argv) {
                    std::string("Configuration file (") + kDefaultConfig + " if it exists)")
         ->type_name("FILE");
     addUserCommands(app, options);
+    addAlarmCommands(app, options);
+    addStormCommand(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

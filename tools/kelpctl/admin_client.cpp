@@ -1,0 +1,85 @@
+#include "admin_client.h"
+
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include <httplib.h>
+
+namespace kelp::ctl {
+
+namespace {
+
+using admin::Json;
+
+constexpr time_t kConnectSeconds = 5;
+constexpr time_t kAnswerSeconds = 25;
+constexpr int kAnyPort = 80;  ///< the HTTP library wants one for a Unix socket too
+constexpr int kDone = 200;
+
+std::string tokenIn(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    std::string token;
+    if (!std::getline(in, token))
+        throw std::runtime_error("the token file " + file.string() + " cannot be read: is kelpd running?");
+    return token;
+}
+
+httplib::Client clientOf(const admin::Address& address, const std::string& token) {
+    const bool isUnix = !address.socket.empty();
+    httplib::Client client(isUnix ? address.socket.string() : address.host, isUnix ? kAnyPort : address.port);
+    if (isUnix)
+        client.set_address_family(AF_UNIX);
+    else
+        client.set_bearer_token_auth(token);
+    client.set_connection_timeout(kConnectSeconds);
+    client.set_read_timeout(kAnswerSeconds);
+    client.set_write_timeout(kConnectSeconds);
+    return client;
+}
+
+std::string errorIn(const Json& answer) {
+    const bool hasError = answer.is_object() && answer.contains("error") && answer["error"].is_string();
+    return hasError ? answer["error"].get<std::string>() : "";
+}
+
+}  // namespace
+
+AdminClient::AdminClient(admin::Address address) : address_(std::move(address)) {
+    // a host that refuses a request may close before it has read all of it
+    ::signal(SIGPIPE, SIG_IGN);
+    if (address_.socket.empty())
+        token_ = tokenIn(address_.tokenFile);
+}
+
+std::string AdminClient::whyUnreachable(httplib::Error error) const {
+    if (!address_.socket.empty() && ::access(address_.socket.c_str(), R_OK | W_OK) != 0)
+        return std::generic_category().message(errno) + "; is it running, with this state directory?";
+    if (error == httplib::Error::Connection)
+        return "nobody listens there; is it running?";
+    return "no answer came (" + httplib::to_string(error) + ")";
+}
+
+Json AdminClient::post(const std::string& path, const Json& request) const {
+    httplib::Client client = clientOf(address_, token_);
+    const std::string body = request.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const httplib::Headers headers = {{"Host", "localhost"}};
+    const httplib::Result result = client.Post(path, headers, body, "application/json");
+    if (!result)
+        throw std::runtime_error("kelpd cannot be reached at " + address_.text() + ": " +
+                                 whyUnreachable(result.error()));
+    Json answer = Json::parse(result->body, nullptr, false);
+    if (result->status == kDone && !answer.is_discarded())
+        return answer;
+    const std::string error = errorIn(answer);
+    throw std::runtime_error(
+        error.empty() ? "kelpd answered with HTTP status " + std::to_string(result->status) : error);
+}
+
+}  // namespace kelp::ctl

@@ -1,0 +1,163 @@
+// Alarms on their whole way: the operator's tool, the host, its channel, an NMS in another process.
+
+#include "system/kelpnms/kelpnms_fixture.h"
+
+#include <signal.h>
+
+#include <sstream>
+
+namespace kelp::test {
+namespace {
+
+class AlarmsTest : public KelpnmsTest {
+  protected:
+    void SetUp() override {
+        host_.set("notification", "heartbeat_s", 0).set("ems", "name", quoted("Acme/North"));
+        startHost();
+    }
+
+    /// An NMS that follows the events until so many have come.
+    ChildProcess follow(int count) {
+        ChildProcess nms(launch({"--verbose", "--json", "events", "--count", std::to_string(count)}));
+        EXPECT_TRUE(log_.waitFor("connected to the event channel")) << output();
+        return nms;
+    }
+    /// The events that it has shown.
+    std::vector<Json> events() {
+        std::vector<Json> all;
+        std::istringstream lines(output());
+        for (std::string line; std::getline(lines, line);) {
+            if (line.starts_with('{'))
+                all.push_back(Json::parse(line, nullptr, false));
+        }
+        return all;
+    }
+
+    /// Runs kelpctl beside the host; its exit code.
+    int kelpctl(const std::vector<std::string>& arguments) { return runToEnd(kelpctlLaunch(arguments)); }
+    Launch kelpctlLaunch(const std::vector<std::string>& arguments) {
+        std::vector<std::string> all = {"--config", host_.configFile().string()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        Launch launch = host_.launch(KELPCTL, all);
+        launch.output = ctlLog_.file();
+        return launch;
+    }
+
+    LogFile ctlLog_{scratch_ / "kelpctl"};
+};
+
+TEST_F(AlarmsTest, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
+    ChildProcess nms = follow(2);
+    const std::vector<std::string> identity = {
+        "--object", "ManagedElement=NE-1", "PTP=/shelf=1/port=2", "--probable-cause", "LOS", "--layer-rate",
+        "20"};
+    std::vector<std::string> raise = {
+        "alarm",  "raise",    "--severity",       "major",     "--service-affecting",
+        "yes",    "--text",   "the fibre is out", "--ne-time", "20240105030405.0Z",
+        "--info", "ticket=17"};
+    raise.insert(raise.end(), identity.begin(), identity.end());
+    EXPECT_EQ(kelpctl(raise), 0) << ctlLog_.text();
+    std::vector<std::string> clear = {"alarm", "clear"};
+    clear.insert(clear.end(), identity.begin(), identity.end());
+    EXPECT_EQ(kelpctl(clear), 0) << ctlLog_.text();
+    ASSERT_EQ(nms.waitExit(), 0) << output();
+
+    const std::vector<Json> shown = events();
+    ASSERT_EQ(shown.size(), 2u) << output();
+    EXPECT_EQ(shown[0]["type"], "NT_ALARM");
+    Json raised = shown[0]["fields"];
+    const auto id = std::stoull(raised["notificationId"].get<std::string>());
+    EXPECT_TRUE(ctlLog_.contains("alarm raised, notification id " + std::to_string(id))) << ctlLog_.text();
+    const std::string emsTime = raised["emsTime"];
+    EXPECT_EQ(emsTime.size(), std::string("20240105030405.0Z").size()) << emsTime;
+    raised.erase("notificationId");
+    raised.erase("emsTime");
+    EXPECT_EQ(raised, Json::parse(R"({
+        "objectName": {"EMS": "Acme/North", "ManagedElement": "NE-1", "PTP": "/shelf=1/port=2"},
+        "nativeEMSName": "/shelf=1/port=2",
+        "nativeProbableCause": "LOS",
+        "objectType": "OT_PHYSICAL_TERMINATION_POINT",
+        "objectTypeQualifier": "",
+        "neTime": "20240105030405.0Z",
+        "isClearable": true,
+        "layerRate": 20,
+        "probableCause": "LOS",
+        "probableCauseQualifier": "",
+        "perceivedSeverity": "PS_MAJOR",
+        "serviceAffecting": "SA_SERVICE_AFFECTING",
+        "affectedTPList": [],
+        "additionalText": "the fibre is out",
+        "additionalInfo": {"ticket": "17"},
+        "X.733::EventType": "communicationsAlarm",
+        "X.733::SpecificProblems": [],
+        "X.733::ProposedRepairActions": [],
+        "X.733::AdditionalInfo": [],
+        "rcaiIndicator": false,
+        "acknowledgeIndication": "AI_NA"})"));
+
+    const Json cleared = shown[1]["fields"];
+    EXPECT_EQ(cleared["perceivedSeverity"], "PS_CLEARED");
+    EXPECT_EQ(cleared["isClearable"], true);
+    for (const char* const key : {"objectName", "layerRate", "probableCause", "probableCauseQualifier"})
+        EXPECT_EQ(cleared[key], raised[key]) << key;
+    EXPECT_GT(std::stoull(cleared["notificationId"].get<std::string>()), id);
+}
+
+TEST_F(AlarmsTest, WrongAlarmIsRefusedByTheHostAndReachesNobody) {
+    ChildProcess nms = follow(1);
+    EXPECT_EQ(
+        kelpctl({"alarm", "raise", "--object", "Oven=1", "--severity", "major", "--probable-cause", "LOS"}),
+        1);
+    EXPECT_TRUE(ctlLog_.contains("kelpctl: objectType is missing")) << ctlLog_.text();
+    EXPECT_EQ(kelpctl({"alarm", "raise", "--object", "ManagedElement=1", "--severity", "major",
+                       "--probable-cause", "LOS", "--text", "right"}),
+              0);
+    EXPECT_EQ(nms.waitExit(), 0) << output();
+    ASSERT_EQ(events().size(), 1u);
+    EXPECT_EQ(events()[0]["fields"]["additionalText"], "right");
+}
+
+TEST_F(AlarmsTest, StormArrivesCompletelyAndInOrder) {
+    constexpr int kCount = 600;
+    ChildProcess nms = follow(kCount);
+    EXPECT_EQ(kelpctl({"storm", "--rate", "1000", "--count", std::to_string(kCount)}), 0);
+    EXPECT_TRUE(ctlLog_.contains("600 of 600 alarms taken in")) << ctlLog_.text();
+    ASSERT_EQ(nms.waitExit(), 0);
+    const std::vector<Json> shown = events();
+    ASSERT_EQ(shown.size(), static_cast<std::size_t>(kCount));
+    const auto first = std::stoull(shown[0]["fields"]["notificationId"].get<std::string>());
+    for (unsigned i = 0; i < kCount; ++i) {
+        EXPECT_EQ(shown[i]["fields"]["probableCauseQualifier"], std::to_string(i + 1));
+        EXPECT_EQ(shown[i]["fields"]["notificationId"], std::to_string(first + i));
+    }
+}
+
+TEST_F(AlarmsTest, NotificationIdsGoOnGrowingAfterARestartOfTheHost) {
+    const std::vector<std::string> raise = {"alarm",      "raise", "--object",         "ManagedElement=1",
+                                            "--severity", "major", "--probable-cause", "LOS",
+                                            "--json"};
+    const auto nextId = [&] {
+        ctlLog_ = LogFile(scratch_ / ("kelpctl" + std::to_string(++runs_)));
+        EXPECT_EQ(kelpctl(raise), 0) << ctlLog_.text();
+        const Json answer = Json::parse(ctlLog_.text(), nullptr, false);
+        return std::stoull(answer.value("firstNotificationId", "0"));
+    };
+    const auto before = nextId();
+    EXPECT_GT(before, 0u);
+    EXPECT_EQ(host_.stop(), 0);
+    host_.start();
+    EXPECT_TRUE(host_.log().waitFor("kelpd is ready", 2));
+    EXPECT_GT(nextId(), before);
+}
+
+TEST_F(AlarmsTest, StormEndsWithTheNumberSoFarWhenTheHostStops) {
+    ChildProcess storm(kelpctlLaunch({"storm", "--rate", "50", "--count", "100000"}));
+    ChildProcess nms = follow(1);
+    EXPECT_EQ(nms.waitExit(), 0) << output();
+    EXPECT_EQ(host_.stop(), 0);
+    EXPECT_EQ(storm.waitExit(), 1);
+    EXPECT_TRUE(ctlLog_.contains(" of 100000 alarms taken in)")) << ctlLog_.text();
+}
+
+}  // namespace
+}  // namespace kelp::test

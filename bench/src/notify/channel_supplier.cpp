@@ -1,0 +1,116 @@
+#include "supplier.h"
+
+#include <kelp/notification/channel.h>
+#include <kelp/orb/references.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace kelp::bench {
+
+namespace {
+
+using namespace CosNotifyChannelAdmin;
+using namespace std::chrono_literals;
+
+notification::ChannelSettings settings() {
+    notification::ChannelSettings made;
+    made.queueEventsMax = 2 * kMostWaiting;
+    made.delivery.pushTimeout = 2s;
+    return made;
+}
+
+class ChannelSupplier final : public Supplier {
+  public:
+    ChannelSupplier(CORBA::ORB_ptr orb, Kind kind, const std::vector<std::string>& consumers,
+                    const std::vector<std::string>& badConsumers, const std::string& reconnecting)
+        : orb_(CORBA::ORB::_duplicate(orb)), channel_(orb, settings(), nullptr), good_(consumers.size()) {
+        const EventChannel_var channel = channel_.reference();
+        admin_ = channel->default_consumer_admin();
+        for (const std::string& each : consumers)
+            connect(kind, each);
+        for (const std::string& each : badConsumers)
+            connect(kind, each);
+        if (!reconnecting.empty())
+            reconnecting_ = std::thread([this, kind, reconnecting] { reconnect(kind, reconnecting); });
+    }
+    ~ChannelSupplier() override {
+        {
+            const std::lock_guard guard(mutex_);
+            ending_ = true;
+        }
+        changed_.notify_all();
+        if (reconnecting_.joinable())
+            reconnecting_.join();
+    }
+    void push(const CosNotification::StructuredEvent& event) override { channel_.push(event); }
+    std::size_t waiting() override {
+        // the good ones were connected first
+        std::size_t most = 0;
+        const std::vector<notification::ConsumerCounts> counts = channel_.consumers();
+        for (std::size_t i = 0; i < std::min(good_, counts.size()); ++i)
+            most = std::max<std::size_t>(most, counts[i].queued);
+        return most;
+    }
+
+  private:
+    ProxySupplier_ptr connect(Kind kind, const std::string& consumer) {
+        const CORBA::Object_var object = kelp::orb::toReference(orb_.in(), consumer);
+        ProxyID id = 0;
+        if (kind == Kind::Structured) {
+            const ProxySupplier_var proxy = admin_->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+            const StructuredProxyPushSupplier_var own = StructuredProxyPushSupplier::_narrow(proxy.in());
+            const CosNotifyComm::StructuredPushConsumer_var to =
+                CosNotifyComm::StructuredPushConsumer::_unchecked_narrow(object.in());
+            own->connect_structured_push_consumer(to.in());
+            return ProxySupplier::_duplicate(proxy.in());
+        }
+        const ProxySupplier_var proxy = admin_->obtain_notification_push_supplier(SEQUENCE_EVENT, id);
+        const SequenceProxyPushSupplier_var own = SequenceProxyPushSupplier::_narrow(proxy.in());
+        CosNotification::QoSProperties qos;
+        qos.length(1);
+        qos[0].name = CORBA::string_dup(CosNotification::MaximumBatchSize);
+        qos[0].value <<= kBatch;
+        own->set_qos(qos);
+        const CosNotifyComm::SequencePushConsumer_var to =
+            CosNotifyComm::SequencePushConsumer::_unchecked_narrow(object.in());
+        own->connect_sequence_push_consumer(to.in());
+        return ProxySupplier::_duplicate(proxy.in());
+    }
+    void reconnect(Kind kind, const std::string& consumer) {
+        std::unique_lock lock(mutex_);
+        do {
+            const ProxySupplier_var proxy = connect(kind, consumer);
+            changed_.wait_for(lock, 1s, [this] { return ending_; });
+            if (kind == Kind::Structured) {
+                const StructuredProxyPushSupplier_var own = StructuredProxyPushSupplier::_narrow(proxy.in());
+                own->disconnect_structured_push_supplier();
+            } else {
+                const SequenceProxyPushSupplier_var own = SequenceProxyPushSupplier::_narrow(proxy.in());
+                own->disconnect_sequence_push_supplier();
+            }
+        } while (!ending_);
+    }
+
+    const CORBA::ORB_var orb_;
+    notification::Channel channel_;
+    const std::size_t good_;
+    ConsumerAdmin_var admin_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool ending_ = false;
+    std::thread reconnecting_;
+};
+
+}  // namespace
+
+std::unique_ptr<Supplier> channelSupplier(CORBA::ORB_ptr orb, Kind kind,
+                                          const std::vector<std::string>& consumers,
+                                          const std::vector<std::string>& badConsumers,
+                                          const std::string& reconnecting) {
+    return std::make_unique<ChannelSupplier>(orb, kind, consumers, badConsumers, reconnecting);
+}
+
+}  // namespace kelp::bench

@@ -1,0 +1,65 @@
+#include "delivery.h"
+#include "process_usage.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <string>
+
+namespace {
+
+using namespace kelp::bench;
+
+constexpr const char* kFooter =
+    R"(It starts the suppliers and the consumers itself, each in a process of its own, on free ports.
+
+Examples:
+  notify_bench
+  notify_bench --quick
+  notify_bench --only flood --consumers 16)";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    NotifyOptions options;
+    std::string only;
+    bool quick = false;
+    CLI::App app{"Measures what the notification channel costs, beside a supplier that pushes straight.",
+                 "notify_bench"};
+    app.footer(kFooter);
+    app.add_flag("--json", options.json, "The result as JSON");
+    app.add_flag("--quick", quick, "Few short rounds, to see that it runs; the figures are rough");
+    app.add_option("--only", only, "Measure this only: flood or delays")
+        ->check(CLI::IsMember({"flood", "delays"}));
+    app.add_option("--consumers", options.consumers, "Numbers of consumers")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_option("--rounds", options.rounds, "Rounds, one slice a supplier each")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    if (quick) {
+        options.rounds = 2;
+        options.flood = std::chrono::milliseconds(300);
+        options.paced = std::chrono::milliseconds(1000);
+    }
+    try {
+        raiseOpenFilesLimit();
+        Report report;
+        report.machine = machineInWords();
+        report.loadBefore = loadOfMachine();
+        if (only != "delays")
+            report.add(measureFlood(options));
+        if (only != "flood")
+            report.add(measureDelays(options));
+        report.loadAfter = loadOfMachine();
+        if (options.json)
+            printJson(report, std::cout);
+        else
+            printTable(report, std::cout);
+    } catch (const std::exception& failure) {
+        std::cerr << "notify_bench: " << failure.what() << '\n';
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "harness/child_process.h"
+
+#include <string>
+#include <vector>
+
+namespace kelp::bench {
+
+/// A program that answers lines with lines. It ends with its owner.
+class Talker {
+  public:
+    Talker(const std::string& program, const std::vector<std::string>& arguments);
+
+    void say(const std::string& line);
+    /// Its next line; throws std::runtime_error when it ends instead.
+    std::string hear();
+    std::string ask(const std::string& line) {
+        say(line);
+        return hear();
+    }
+    test::ChildProcess& process() { return process_; }
+
+  private:
+    std::string program_;
+    test::ChildProcess process_;
+    std::string heard_;
+};
+
+}  // namespace kelp::bench

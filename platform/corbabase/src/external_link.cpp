@@ -29,6 +29,7 @@ EventChannelLink::Outcome ExternalLink::deliver(const std::vector<EventPtr>& eve
         return Outcome::Unanswered;
     try {
         calls([&] { connection_->push(events); });
+        lastRefusal_.clear();
         return Outcome::Delivered;
     } catch (const CosEventComm::Disconnected&) {
         connection_.reset();
@@ -37,8 +38,7 @@ EventChannelLink::Outcome ExternalLink::deliver(const std::vector<EventPtr>& eve
     } catch (const CORBA::SystemException& failure) {
         return failed(failure);
     } catch (const CORBA::Exception& failure) {
-        point();
-        TaException(failure, "[ExternalLink] The notification service refuses events!");
+        refused(exceptionText(failure));
         return Outcome::Refused;
     }
 }
@@ -46,8 +46,7 @@ EventChannelLink::Outcome ExternalLink::deliver(const std::vector<EventPtr>& eve
 EventChannelLink::Outcome ExternalLink::failed(const CORBA::SystemException& failure) {
     const CallFailure kind = kindOf(failure);
     if (kind == CallFailure::Refused) {
-        point();
-        TaException(failure, "[ExternalLink] The notification service refuses events!");
+        refused(exceptionText(failure));
         return Outcome::Refused;
     }
     if (kind == CallFailure::Gone)
@@ -113,6 +112,15 @@ void ExternalLink::problem(const std::string& why) {
     lastProblem_ = why;
     point();
     TaTrace("[ExternalLink] No events reach the notification service %s: %s!", around_.address().c_str(),
+            why.c_str());
+}
+
+void ExternalLink::refused(const std::string& why) {
+    if (why == lastRefusal_)
+        return;
+    lastRefusal_ = why;
+    point();
+    TaTrace("[ExternalLink] The notification service %s refuses events: %s!", connection_->address().c_str(),
             why.c_str());
 }
 

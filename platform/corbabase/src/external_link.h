@@ -45,15 +45,17 @@ class ExternalLink final : public EventChannelLink {
     bool connect(const BoundedCalls& calls);
     void leave();
     Outcome failed(const CORBA::SystemException& failure);
-    /// Traces a problem that was not the last one.
+    /// Trace what was not the last one of its kind.
     void problem(const std::string& why);
+    void refused(const std::string& why);
 
     const Surroundings around_;
     std::atomic<bool> cancelled_{false};
     // the thread's own
     std::unique_ptr<SupplierConnection> connection_;
     bool answers_ = false;
-    std::string lastProblem_;
+    std::string lastProblem_;  // until it answers
+    std::string lastRefusal_;  // until it takes events
 };
 
 }  // namespace NS_CORBA

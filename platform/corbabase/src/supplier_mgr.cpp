@@ -172,6 +172,7 @@ int SuppilerMgr::Start(int mode) {
         point();
         TaTrace("[SuppilerMgr::Start] The event channel could not be made: %s", failure.what());
     }
+    offer(EventChannel::_nil());
     return -1;
 }
 

@@ -296,8 +296,25 @@ TEST_F(ExternalChannel, RefusedEventIsLostAndTheOthersOfItsBatchAreNot) {
     ASSERT_TRUE(serviceGets("4"));
     EXPECT_THAT(service_->names(), ElementsAre("1", "3", "4"));
     EXPECT_THAT(agent_.told(), ElementsAre("lost id2 of 20240105030405.0Z"));
-    EXPECT_TRUE(trace_.contains("The notification service refuses events!"));
+    EXPECT_TRUE(trace_.contains("/NotificationService refuses events: BAD_PARAM"));
     EXPECT_TRUE(manager().check_channel_valid()) << "a refusal is an answer";
+}
+
+TEST_F(ExternalChannel, ThatRefusesEveryEventIsTracedOnce) {
+    service_->setScript([&](const std::string& operation) {
+        if (operation == "push" && service_->calls(operation) <= 5)
+            throw CORBA::NO_PERMISSION(0, CORBA::COMPLETED_NO);
+    });
+    serveScripted();
+    start();
+    ASSERT_TRUE(isConnected());
+    for (int i = 1; i <= 6; ++i) {
+        push(i, i);
+        ASSERT_TRUE(waitUntil([&] { return service_->calls("push") == i; }));
+    }
+    ASSERT_TRUE(serviceGets("6"));
+    EXPECT_EQ(trace_.count("refuses events"), 1u);
+    EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));
 }
 
 TEST_F(ExternalChannel, FullOneIsTriedAgain) {

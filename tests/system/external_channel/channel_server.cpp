@@ -1,5 +1,6 @@
-// A notification service of its own: channel_server PORT prints its channel's reference, and offers the
-// channel under the key NotificationService as soon as it gets a line on its standard input.
+// A notification service of its own: channel_server PORT [TLS_PORT CA CERTIFICATE] prints its channel's
+// reference, and offers the channel under the key NotificationService as soon as it gets a line on its
+// standard input.
 
 #include <kelp/notification/channel.h>
 #include <kelp/orb/exception_text.h>
@@ -9,12 +10,18 @@
 
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace {
 
-int run(const std::string& port) {
+int run(const std::vector<std::string>& arguments) {
     kelp::orb::OrbOptions options;
-    options.listen = {"127.0.0.1:" + port};
+    options.listen = {"127.0.0.1:" + arguments[0]};
+    if (arguments.size() == 4) {
+        options.tlsListen = {"127.0.0.1:" + arguments[1]};
+        options.tlsCaFile = arguments[2];
+        options.tlsKeyFile = arguments[3];
+    }
     const CORBA::ORB_var orb = kelp::orb::start(options, nullptr);
     const CORBA::Object_var object = orb->resolve_initial_references("RootPOA");
     const PortableServer::POA_var root = PortableServer::POA::_narrow(object.in());
@@ -39,10 +46,10 @@ int run(const std::string& port) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2)
+    if (argc != 2 && argc != 5)
         return 2;
     try {
-        return run(argv[1]);
+        return run({argv + 1, argv + argc});
     } catch (const CORBA::Exception& exception) {
         std::cerr << "channel_server: " << kelp::orb::exceptionText(exception) << std::endl;
         return 1;

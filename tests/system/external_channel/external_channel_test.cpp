@@ -1,6 +1,7 @@
 // A host whose events go to a notification service of another process, which is killed, frozen and started
 // again.
 
+#include "component/orb/throw_away_certificates.h"
 #include "harness/eventually.h"
 #include "harness/host.h"
 #include "harness/nms_process.h"
@@ -39,13 +40,19 @@ class ChannelServer {
     /// Starts it again on its port, with a new channel that cannot be found yet. The channel's reference.
     std::string start() {
         process_.reset();
-        process_.emplace(Launch{CHANNEL_SERVER, {port_.text()}, {}, {}, true});
+        std::vector<std::string> arguments = {port_.text()};
+        arguments.insert(arguments.end(), tls_.begin(), tls_.end());
+        process_.emplace(Launch{CHANNEL_SERVER, arguments, {}, {}, true});
         return readLine();
     }
     /// From here on it is found.
     void offer() {
         ASSERT_EQ(::write(process_->input(), "\n", 1), 1);
         ASSERT_EQ(readLine(), "offered");
+    }
+    /// It listens over TLS too, from its next start on.
+    void useTls(std::uint16_t port, const std::string& authority, const std::string& certificate) {
+        tls_ = {std::to_string(port), authority, certificate};
     }
     ChildProcess& process() { return *process_; }
     std::uint16_t port() const { return port_.port(); }
@@ -64,6 +71,7 @@ class ChannelServer {
         return line;
     }
     PortLease port_;
+    std::vector<std::string> tls_;
     std::optional<ChildProcess> process_;
 };
 
@@ -231,6 +239,25 @@ TEST_F(ExternalChannelOfAHost, IsWhereAnNmsGetsItsEvents) {
         return !events.isRunning();
     }));
     EXPECT_EQ(events.waitExit(), 0);
+}
+
+TEST_F(ExternalChannelOfAHost, IsFoundOverTlsWhenTheHostHasIt) {
+    const ThrowAwayCertificates certificates;
+    const PortLease tlsPort;
+    const PortLease namingTlsPort;
+    const PortLease serviceTlsPort;
+    server_.useTls(serviceTlsPort.port(), certificates.authority(), certificates.issue("notify"));
+    host_.set("tls", "mode", 1).set("tls", "listen", quoted(tlsPort.hostAndPort()));
+    host_.set("tls", "ca", quoted(certificates.authority()))
+        .set("tls", "certificate", quoted(certificates.issue("ems")));
+    host_.set("naming", "ssl_port", namingTlsPort.port());
+    host_.set("notification", "ssl_port", serviceTlsPort.port());
+    serve();
+    host_.start();
+    push(1, 3);
+    ASSERT_TRUE(gets(3));
+    EXPECT_TRUE(host_.log().contains("Connected to the notification service corbaloc:ssliop:1.2@127.0.0.1:" +
+                                     serviceTlsPort.text() + "/NotificationService"));
 }
 
 TEST_F(ExternalChannelOfAHost, HostStartsWithoutIt) {

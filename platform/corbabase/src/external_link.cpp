@@ -4,7 +4,7 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 
-#include <exception>
+#include <utility>
 
 #include "call_failure.h"
 
@@ -58,8 +58,13 @@ EventChannelLink::Outcome ExternalLink::failed(const CORBA::SystemException& fai
 
 bool ExternalLink::probe() {
     const BoundedCalls calls(around_.timeout, cancelled_);
-    answers_ = (isAtItsPlace() && isReachable(calls)) || connect(calls);
-    return answers_;
+    if (!isAtItsPlace())
+        return connect(calls);
+    const bool answered = std::exchange(answers_, isReachable(calls));
+    if (answers_)
+        return true;
+    // a mere connection may have broken: our proxy is asked once more before there is another one
+    return (!connection_ || !answered) && connect(calls);
 }
 
 /// The proxy is kept while nobody answers: it may come back, and another one would be one too many.

@@ -164,9 +164,16 @@ class ExternalChannel : public testing::Test {
     TraceCapture trace_;
 
     std::optional<ScriptedService> service_;
+    std::atomic<int> probesToBreak_{0};
 
   private:
-    ScriptedInterceptor interceptor_;
+    ScriptedInterceptor interceptor_{[this](const orb::RequestInfo* ri) {
+        const CORBA::String_var operation = ri->operation();
+        if (operation.in() == std::string("_non_existent") && probesToBreak_ > 0) {
+            --probesToBreak_;
+            throw CORBA::COMM_FAILURE(0, CORBA::COMPLETED_MAYBE);
+        }
+    }};
     std::unique_ptr<BaseOrb> orb_;
 };
 
@@ -250,6 +257,17 @@ TEST_F(ExternalChannel, IdleOneThatHasGoneIsFoundOutByTheRounds) {
     EXPECT_TRUE(waitUntil([] { return !manager().check_channel_valid(); }));
     serve();
     EXPECT_TRUE(isConnected());
+}
+
+TEST_F(ExternalChannel, ProxyIsKeptWhenAMereConnectionBroke) {
+    serveScripted();
+    start();
+    ASSERT_TRUE(isConnected());
+    probesToBreak_ = 1;
+    ASSERT_TRUE(waitUntil([] { return !manager().check_channel_valid(); }));
+    EXPECT_TRUE(isConnected());
+    EXPECT_EQ(probesToBreak_, 0);
+    EXPECT_EQ(service_->calls("obtain sequence"), 1);
 }
 
 TEST_F(ExternalChannel, GetsWhatHasPiledUpInBatches) {

@@ -48,8 +48,14 @@ AdminServer::AdminServer(const admin::Address& address, const AdminLimits& limit
       listener_(std::in_place, address),
       leaving_(eventDescriptor()),
       answers_(registry, {limits.bodyBytesMax, [this](const std::string& header) { return letsIn(header); }}),
-      workers_(limits.threads),
-      acceptor_(util::startThread("admin", [this] { acceptCallers(); })) {}
+      workers_(limits.threads) {
+    try {
+        acceptor_ = util::startThread("admin", [this] { acceptCallers(); });
+    } catch (...) {
+        workers_.shutdown();  // it does not by itself
+        throw;
+    }
+}
 
 AdminServer::~AdminServer() {
     const std::uint64_t one = 1;

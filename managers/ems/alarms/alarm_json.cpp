@@ -160,7 +160,6 @@ std::vector<Alarm> readAlarms(const Json& request) {
     if (!request.is_array())
         return {readAlarm(request)};
     std::vector<Alarm> alarms;
-    alarms.reserve(request.size());
     for (const Json& each : request) {
         try {
             alarms.push_back(readAlarm(each));

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <ctime>
 #include <limits>
+#include <utility>
 
 namespace kelp::ems {
 
@@ -42,14 +43,19 @@ CORBA::ULong lengthOf(const Json& list) {
     return static_cast<CORBA::ULong>(list.size());
 }
 
+/// Numbers from 2^63 on are kept without a sign, and compare like negative ones.
+template <class Integer>
+bool fitsInto(const Json& value) {
+    if (value.is_number_unsigned())
+        return std::in_range<Integer>(value.get<std::uint64_t>());
+    return value.is_number_integer() && std::in_range<Integer>(value.get<std::int64_t>());
+}
+
 Alarm::Value readScalar(const Json& value) {
     if (value.is_boolean())
         return value.get<bool>();
-    if (value.is_number_integer()) {
-        const auto number = value.get<std::int64_t>();
-        if (number == static_cast<std::int32_t>(number))
-            return static_cast<std::int32_t>(number);
-    }
+    if (fitsInto<std::int32_t>(value))
+        return value.get<std::int32_t>();
     if (value.is_number_float())
         return value.get<double>();
     if (value.is_string())
@@ -86,7 +92,7 @@ bool readFlag(const Json& value) {
 
 std::int16_t readLayerRate(const Json& value) {
     constexpr int kMax = std::numeric_limits<std::int16_t>::max();
-    if (!value.is_number_integer() || value < 0 || value > kMax)
+    if (!fitsInto<std::int16_t>(value) || value < 0)
         refuse("an integer from 0 to " + std::to_string(kMax), value);
     return value.get<std::int16_t>();
 }

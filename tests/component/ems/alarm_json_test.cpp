@@ -137,6 +137,12 @@ TEST(AlarmJson, SaysWhatAValueShouldHaveBeen) {
         refusalOf(with("X.733::MonitoredAttributes", {{"a", 2147483648}})),
         "X.733::MonitoredAttributes must be a text, a boolean, a number or an integer of 32 bits, but is "
         "2147483648");
+    for (const std::string number : {"-2147483649", "9223372036854775808", "18446744073709551615"})
+        EXPECT_THAT(refusalOf(with("X.733::MonitoredAttributes", {{"a", Json::parse(number)}})),
+                    StartsWith("X.733::MonitoredAttributes must be"))
+            << number;
+    EXPECT_THAT(refusalOf(with("layerRate", Json::parse("18446744073709551615"))),
+                StartsWith("layerRate must be"));
     EXPECT_THAT(refusalOf(with("additionalText", std::string("a\0b", 3))),
                 StartsWith("additionalText must be a text without a character of number 0"))
         << "CORBA's strings end there";

@@ -60,6 +60,35 @@ TEST_F(AdminRegistry, TellsWhereTextIsNoJson) {
 TEST_F(AdminRegistry, RefusesTextThatIsNotUtf8) {
     EXPECT_EQ(post("\"\xff\xfe\"").status, 400);
     EXPECT_EQ(post("{} {}").status, 400) << "and more than one value";
+    EXPECT_EQ(post("1e999").status, 400) << "and a number that no machine has";
+}
+
+TEST_F(AdminRegistry, RefusesWhatIsNestedTooDeeplyBeforeItIsCopied) {
+    const auto nested = [](std::size_t depth) {
+        return std::string(depth, '[') + "1" + std::string(depth, ']');
+    };
+    EXPECT_EQ(post(nested(32)).status, 200);
+    for (const std::size_t depth : {33, 500000}) {
+        const Answer answer = post(nested(depth));
+        EXPECT_EQ(answer.status, 400);
+        EXPECT_EQ(errorOf(answer), "the request is nested deeper than 32 times");
+    }
+    std::string objects;
+    for (int i = 0; i < 100000; ++i)
+        objects += "{\"a\":";
+    EXPECT_EQ(post(objects + "1" + std::string(100000, '}')).status, 400);
+}
+
+TEST_F(AdminRegistry, RefusesAnObjectWithTooManyKeys) {
+    const auto members = [](int count) {
+        std::string all;
+        for (int i = 0; i < count; ++i)
+            all += (i == 0 ? "{\"" : ",\"") + std::to_string(i) + "\":1";
+        return all + "}";
+    };
+    EXPECT_EQ(post(members(1000)).status, 200);
+    EXPECT_EQ(errorOf(post(members(1001))), "an object has more than 1000 keys");
+    EXPECT_EQ(post(members(100000)).status, 400);
 }
 
 TEST_F(AdminRegistry, RefusesAKeyThatStandsThereTwiceAtAnyDepth) {

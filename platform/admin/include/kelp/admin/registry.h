@@ -60,9 +60,9 @@ class KELP_EXPORT Registry {
     /// registration ends. Throws std::invalid_argument when another one does already.
     [[nodiscard]] Registration enter(const std::string& method, const std::string& path, Handler handler);
 
-    /// Lets the handler answer. `body` is the request's text, empty for none. Text that is no JSON, an object
-    /// with a key that stands there twice, a request that nobody answers and everything that a handler raises
-    /// become answers too.
+    /// Lets the handler answer. `body` is the request's text, empty for none. Text that is no JSON, one
+    /// nested deeper than 32 times, an object with a key twice or with more than 1000, a request that nobody
+    /// answers and everything that a handler raises become answers too.
     Answer answer(const std::string& method, const std::string& path, const std::string& body);
 
   private:

@@ -1,6 +1,7 @@
 #include "host.h"
 
 #include "admin/admin_server.h"
+#include "admin/consumer_requests.h"
 #include "exit_codes.h"
 #include "installation.h"
 #include "naming_supervisor.h"
@@ -145,7 +146,9 @@ class BundlesUse {
 /// request meets a bundle that is not there wholly.
 class AdminUse {
   public:
-    AdminUse() : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)) {
+    AdminUse()
+        : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)),
+          consumers_(admin::Registry::instance().enter("GET", "/consumers", tellConsumers)) {
         const admin::Address address = admin::configuredAddress();
         try {
             server_.emplace(address);
@@ -161,6 +164,7 @@ class AdminUse {
     }
 
     admin::Registration health_;
+    admin::Registration consumers_;
     std::optional<AdminServer> server_;
 };
 

@@ -22,6 +22,7 @@ constexpr time_t kConnectSeconds = 5;
 constexpr time_t kAnswerSeconds = 25;
 constexpr int kAnyPort = 80;  ///< the HTTP library wants one for a Unix socket too
 constexpr int kDone = 200;
+const httplib::Headers kHeaders = {{"Host", "localhost"}};
 
 std::string tokenIn(const std::filesystem::path& file) {
     std::ifstream in(file);
@@ -69,8 +70,15 @@ std::string AdminClient::whyUnreachable(httplib::Error error) const {
 Json AdminClient::post(const std::string& path, const Json& request) const {
     httplib::Client client = clientOf(address_, token_);
     const std::string body = request.dump(-1, ' ', false, Json::error_handler_t::replace);
-    const httplib::Headers headers = {{"Host", "localhost"}};
-    const httplib::Result result = client.Post(path, headers, body, "application/json");
+    return answerOf(client.Post(path, kHeaders, body, "application/json"));
+}
+
+Json AdminClient::get(const std::string& path) const {
+    httplib::Client client = clientOf(address_, token_);
+    return answerOf(client.Get(path, kHeaders));
+}
+
+Json AdminClient::answerOf(const httplib::Result& result) const {
     if (!result)
         throw std::runtime_error("kelpd cannot be reached at " + address_.text() + ": " +
                                  whyUnreachable(result.error()));

@@ -17,8 +17,10 @@ class AdminClient {
 
     /// The host's answer. Throws std::runtime_error with one line: its refusal, or why it cannot be asked.
     admin::Json post(const std::string& path, const admin::Json& request) const;
+    admin::Json get(const std::string& path) const;
 
   private:
+    admin::Json answerOf(const httplib::Result& result) const;
     std::string whyUnreachable(httplib::Error error) const;
 
     const admin::Address address_;

@@ -23,4 +23,7 @@ void addAlarmCommands(CLI::App& app, const GlobalOptions& options);
 /// `kelpctl storm`: many alarms. `options` must outlive the parsing.
 void addStormCommand(CLI::App& app, const GlobalOptions& options);
 
+/// `kelpctl consumers`: what became of the events. `options` must outlive the parsing.
+void addConsumersCommand(CLI::App& app, const GlobalOptions& options);
+
 }  // namespace kelp::ctl

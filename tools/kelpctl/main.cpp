@@ -45,6 +45,7 @@ int run(int argc, char** argv) {
     addUserCommands(app, options);
     addAlarmCommands(app, options);
     addStormCommand(app, options);
+    addConsumersCommand(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

@@ -47,6 +47,13 @@ ChatterResult chatterOf(const std::string& answer) {
     return result;
 }
 
+FollowedEvents followedOf(const std::string& answer) {
+    FollowedEvents events;
+    std::istringstream(answer) >> events.events >> events.repeated >> events.inOrder >> events.missing >>
+        events.lastId;
+    return events;
+}
+
 }  // namespace
 
 NmsProcess::NmsProcess(const Host& host, int ports)
@@ -181,6 +188,22 @@ ChatterResult NmsProcess::chatter(int nms) {
 
 ChatterResult NmsProcess::stopChatter(int nms) {
     return chatterOf(ask(numbered("silence", nms)));
+}
+
+void NmsProcess::follow(int nms, std::chrono::milliseconds pause) {
+    ask(numbered("follow", nms) + " " + std::to_string(pause.count()));
+}
+
+FollowedEvents NmsProcess::followed(int nms) {
+    return followedOf(ask(numbered("follows", nms)));
+}
+
+void NmsProcess::unfollow(int nms) {
+    ask(numbered("unfollow", nms));
+}
+
+void NmsProcess::beRestless(int nms) {
+    ask(numbered("restless", nms));
 }
 
 }  // namespace kelp::test

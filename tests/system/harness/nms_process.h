@@ -26,6 +26,15 @@ struct ChatterResult {
     int slowestMs = 0;
 };
 
+/// The events that came to one NMS; the alarms of a storm have notification ids that grow by one.
+struct FollowedEvents {
+    int events = 0;    ///< different ones
+    int repeated = 0;  ///< came again, one after the other
+    bool inOrder = false;
+    int missing = 0;
+    std::uint64_t lastId = 0;
+};
+
 /// A process with one or more NMS of a test in it, each with a log-in of its own, told what to do line by
 /// line. An NMS is known by a number. Its own session object is reached at one of the process's ports,
 /// `number` modulo the number of ports, so NMS 0 and NMS 1 of a process with two ports are different NMS and
@@ -72,6 +81,13 @@ class NmsProcess {
     void startChatter(int nms);
     ChatterResult chatter(int nms);
     ChatterResult stopChatter(int nms);
+
+    /// Connects the NMS to the event channel; it takes so long for each event.
+    void follow(int nms, std::chrono::milliseconds pause = std::chrono::milliseconds(0));
+    FollowedEvents followed(int nms);
+    void unfollow(int nms);
+    /// Connects to the event channel and disconnects, once a second, until the process ends.
+    void beRestless(int nms);
 
     ChildProcess& process() { return process_; }
 

@@ -31,6 +31,12 @@ std::string textOf(const Chatter::Result& result) {
            std::to_string(result.slowestMs);
 }
 
+std::string textOf(const Follower::Result& result) {
+    return std::to_string(result.events) + " " + std::to_string(result.repeated) + " " +
+           std::to_string(result.inOrder) + " " + std::to_string(result.missing) + " " +
+           std::to_string(result.lastId);
+}
+
 std::string managerNames(emsSession::EmsSession_I_ptr session) {
     emsSession::EmsSession_I::managerNames_T_var names;
     session->getSupportedManagers(names.out());
@@ -106,6 +112,18 @@ CountingListener::Counts Commands::allCounts() {
     return sum;
 }
 
+void Commands::follow(int number, std::chrono::milliseconds pause) {
+    PeerNms& one = nms(number);
+    one.followed() = std::make_unique<Follower>(one.session(), poa_.in(), pause);
+}
+
+Follower::Result Commands::followed(int number) {
+    const std::unique_ptr<Follower>& follower = nms(number).followed();
+    if (follower == nullptr)
+        throw std::runtime_error("this NMS follows no events");
+    return follower->result();
+}
+
 std::string Commands::carryOut(const std::string& line) {
     std::istringstream in(line);
     std::string command;
@@ -170,6 +188,16 @@ std::string Commands::carryOut(const std::string& line) {
         return std::to_string(once);
     } else if (command == "hold" || command == "release") {
         nms(number()).listener().hold(command == "hold");
+    } else if (command == "follow") {
+        const int who = number();
+        follow(who, std::chrono::milliseconds(number()));
+    } else if (command == "unfollow") {
+        nms(number()).followed().reset();
+    } else if (command == "follows") {
+        return textOf(followed(number()));
+    } else if (command == "restless") {
+        PeerNms& one = nms(number());
+        one.restless() = std::make_unique<Restless>(one.session(), poa_.in());
     } else if (command == "chatter") {
         PeerNms& one = nms(number());
         one.chatter() = std::make_unique<Chatter>(one.session());

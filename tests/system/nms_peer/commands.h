@@ -20,6 +20,9 @@ class Commands {
 
   private:
     std::string carryOut(const std::string& line);
+    /// Connects the NMS to the event channel; it takes so long for each event.
+    void follow(int number, std::chrono::milliseconds pause);
+    Follower::Result followed(int number);
     void logInAll(int count, const std::string& user, const std::string& password);
     PeerNms& nms(int number);
     CountingListener::Counts allCounts();

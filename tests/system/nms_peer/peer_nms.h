@@ -1,5 +1,7 @@
 #pragma once
 
+#include "nms_peer/follower.h"
+
 #include <kelp/nms/listener.h>
 #include <kelp/nms/session.h>
 
@@ -84,6 +86,8 @@ class PeerNms {
 
     CountingListener& listener() { return *listener_; }
     std::unique_ptr<Chatter>& chatter() { return chatter_; }
+    std::unique_ptr<Follower>& followed() { return followed_; }
+    std::unique_ptr<Restless>& restless() { return restless_; }
 
   private:
     CORBA::ORB_var orb_;
@@ -92,6 +96,8 @@ class PeerNms {
     std::string ownReference_;
     emsSession::EmsSession_I_var session_;
     std::unique_ptr<Chatter> chatter_;
+    std::unique_ptr<Follower> followed_;
+    std::unique_ptr<Restless> restless_;
 };
 
 }  // namespace kelp::test

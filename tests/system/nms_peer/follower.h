@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cos/CosNotifyChannelAdmin.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include <mtnm/emsSession.h>
+
+namespace kelp::test {
+
+/// A structured push consumer at the session's event channel that keeps account of what comes.
+class Follower {
+  public:
+    Follower(emsSession::EmsSession_I_ptr session, PortableServer::POA_ptr poa,
+             std::chrono::milliseconds pause);
+    /// Disconnects.
+    ~Follower();
+    Follower(const Follower&) = delete;
+    Follower& operator=(const Follower&) = delete;
+
+    struct Result {
+        int events = 0;    ///< different ones
+        int repeated = 0;  ///< came again, one after the other
+        bool inOrder = true;
+        int missing = 0;  ///< ids left out between those that came
+        std::uint64_t lastId = 0;
+    };
+    Result result() const;
+
+  private:
+    class Consumer;
+    const PortableServer::POA_var poa_;
+    Consumer* consumer_;  ///< of the adapter, as long as this lives
+    CosNotifyChannelAdmin::StructuredProxyPushSupplier_var proxy_;
+};
+
+/// Connects a follower and disconnects it, once a second.
+class Restless {
+  public:
+    Restless(emsSession::EmsSession_I_ptr session, PortableServer::POA_ptr poa);
+    ~Restless();
+
+  private:
+    void run();
+
+    const emsSession::EmsSession_I_var session_;
+    const PortableServer::POA_var poa_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool ending_ = false;  // guarded by mutex_
+    std::thread thread_;
+};
+
+}  // namespace kelp::test

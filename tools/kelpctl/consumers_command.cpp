@@ -1,0 +1,57 @@
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "admin_client.h"
+#include "commands.h"
+
+namespace kelp::ctl {
+
+namespace {
+
+using admin::Json;
+
+constexpr const char* kFooter =
+    R"(Sent are the events that passed the consumer's filters; of them the rest of the columns tell:
+sent = delivered + lost + queued.
+
+Example:
+  kelpctl consumers)";
+
+std::string stateOf(const Json& consumer) {
+    if (!consumer.value("answers", true))
+        return "silent: " + consumer.value("lastError", "");
+    return consumer.value("suspended", false) ? "suspended" : "answers";
+}
+
+void printTable(const Json& consumers) {
+    std::printf("%-10s %12s %12s %12s %10s %10s  %s\n", "consumer", "sent", "delivered", "lost", "queued",
+                "oldest", "state");
+    for (const Json& each : consumers) {
+        const std::string name =
+            std::to_string(each.value("admin", 0)) + "/" + std::to_string(each.value("proxy", 0));
+        std::printf("%-10s %12llu %12llu %12llu %10llu %8.1f s  %s\n", name.c_str(), each.value("sent", 0ULL),
+                    each.value("delivered", 0ULL), each.value("lost", 0ULL), each.value("queued", 0ULL),
+                    static_cast<double>(each.value("oldestMs", 0LL)) / 1000, stateOf(each).c_str());
+    }
+}
+
+}  // namespace
+
+void addConsumersCommand(CLI::App& app, const GlobalOptions& globalOptions) {
+    const auto json = std::make_shared<bool>(false);
+    CLI::App* command =
+        app.add_subcommand("consumers", "Show what became of the events, consumer by consumer");
+    command->fallthrough()->footer(kFooter);
+    command->add_flag("--json", *json, "The answer as JSON");
+    command->callback([&globalOptions, json] {
+        loadConfiguration(globalOptions);
+        const Json answer = AdminClient(admin::configuredAddress()).get("/consumers");
+        if (*json)
+            std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        else
+            printTable(answer.value("consumers", Json::array()));
+    });
+}
+
+}  // namespace kelp::ctl

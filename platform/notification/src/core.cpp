@@ -23,6 +23,10 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
     : poa_(PortableServer::POA::_duplicate(poa)),
       settings_(settings),
       dispatcher_(settings.deliveryThreadsMax, settings.slowThreads),
+      notices_(settings.delivery.pushTimeout),
+      offered_(std::make_shared<TypeFeed>(notices_, allTypes())),
+      subscribed_(std::make_shared<TypeFeed>(notices_, TypeSet())),
+      offers_(offered_),
       listener_(listener) {}
 
 CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant) {
@@ -78,13 +82,25 @@ void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
         outlets_ = changed;
     }
     dispatcher_.serveConsumers(count);
+    subscriptionsChanged();
 }
 
 void ChannelCore::removeOutlet(const Outlet* outlet) {
-    const std::lock_guard guard(mutex_);
-    const auto changed = std::make_shared<Outlets>(*outlets_);
-    std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
-    outlets_ = changed;
+    {
+        const std::lock_guard guard(mutex_);
+        const auto changed = std::make_shared<Outlets>(*outlets_);
+        std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
+        outlets_ = changed;
+    }
+    subscriptionsChanged();
+}
+
+void ChannelCore::subscriptionsChanged() {
+    const std::lock_guard order(subscriptions_);
+    TypeSet together;
+    for (const std::shared_ptr<Outlet>& each : outlets())
+        unite(together, each->subscribedTypes());
+    subscribed_->publish(std::move(together));
 }
 
 std::vector<std::shared_ptr<Outlet>> ChannelCore::outlets() const {
@@ -149,9 +165,12 @@ void ChannelCore::stop() {
         listener_ = nullptr;
         outlets = std::exchange(outlets_, std::make_shared<const Outlets>());
     }
+    // closed first: the calls in progress of both then run out together
+    notices_.close();
     for (const std::shared_ptr<Outlet>& each : *outlets)
         each->close();
     dispatcher_.stop();
+    notices_.stop();
 }
 
 }  // namespace kelp::notification

@@ -6,7 +6,9 @@
 #include <mutex>
 #include <vector>
 
+#include "change_notices.h"
 #include "dispatcher.h"
+#include "offers.h"
 #include "outlet.h"
 #include "qos.h"
 
@@ -45,10 +47,17 @@ class ChannelCore {
     void takeSupplierPlace();
     void giveSupplierPlace();
 
-    /// What suppliers have said that they offer.
-    TypeList offered;
+    // -- types of events
+    ChangeNotices& notices() { return notices_; }
+    /// What the suppliers offer, and what of it consumers are told.
+    Offers& offers() { return offers_; }
+    const std::shared_ptr<TypeFeed>& offered() const { return offered_; }
+    /// What the consumers subscribe to, connected yet or not; nothing when there is none.
+    const std::shared_ptr<TypeFeed>& subscribed() const { return subscribed_; }
+    /// To be called after a change of the types of a proxy or an admin.
+    void subscriptionsChanged();
 
-    /// No event is taken in or delivered from here on; blocked pulls end.
+    /// No event is taken in or delivered and no change told from here on; blocked pulls end.
     void stop();
 
   private:
@@ -57,6 +66,11 @@ class ChannelCore {
     PortableServer::POA_var poa_;
     const ChannelSettings settings_;
     Dispatcher dispatcher_;
+    ChangeNotices notices_;
+    const std::shared_ptr<TypeFeed> offered_;
+    const std::shared_ptr<TypeFeed> subscribed_;
+    Offers offers_;
+    std::mutex subscriptions_;  // one summing up after the other
     mutable std::mutex mutex_;  // guards what follows
     LossListener* listener_;
     std::shared_ptr<const Outlets> outlets_ = std::make_shared<const Outlets>();

@@ -22,6 +22,8 @@ class Outlet final : public Subscription {
     TypeList types;
 
     void applyQos(const Qos& qos);
+    /// What both the admin and the proxy subscribe to.
+    TypeSet subscribedTypes() const { return narrowed(types.types(), admin_->types.types()); }
     AdminData& admin() { return *admin_; }
     CosNotifyChannelAdmin::ProxyID proxy() const { return proxy_; }
 

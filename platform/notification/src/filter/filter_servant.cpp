@@ -3,7 +3,7 @@
 #include "core.h"
 #include "event.h"
 #include "filter_factory.h"
-#include "type_list.h"
+#include "peers.h"
 
 namespace kelp::notification {
 
@@ -13,6 +13,8 @@ namespace {
 
 /// A filter of more constraints is not one that selects events.
 constexpr std::size_t kConstraintsMax = 200;
+/// More peers have no use for the types of one filter.
+constexpr std::size_t kCallbacksMax = 20;
 
 bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification::EventType& type) {
     if (types.length() == 0)
@@ -27,6 +29,22 @@ bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification:
             return true;
     }
     return false;
+}
+
+/// The types that a constraint is for, as names of a set: what is empty there stands for any text.
+TypeSet typesOf(const CosNotification::EventTypeSeq& types) {
+    if (types.length() == 0)
+        return allTypes();
+    TypeSet names;
+    for (CORBA::ULong i = 0; i < types.length(); ++i) {
+        CosNotification::EventType type = types[i];
+        if (*type.domain_name.in() == '\0')
+            type.domain_name = CORBA::string_dup("*");
+        if (*type.type_name.in() == '\0')
+            type.type_name = CORBA::string_dup("*");
+        unite(names, {nameOf(type)});
+    }
+    return names;
 }
 
 ConstraintNotFound notFound(ConstraintID id) {
@@ -49,7 +67,9 @@ ConstraintInfoSeq* listed(const Entries& entries) {
 }  // namespace
 
 FilterServant::FilterServant(std::shared_ptr<ChannelCore> core, std::function<void()> onDestroy)
-    : core_(std::move(core)), onDestroy_(std::move(onDestroy)) {}
+    : core_(std::move(core)),
+      onDestroy_(std::move(onDestroy)),
+      types_(std::make_shared<TypeFeed>(core_->notices(), TypeSet(), kCallbacksMax)) {}
 
 FilterServant::~FilterServant() {
     if (!destroyed_.exchange(true))
@@ -73,6 +93,14 @@ std::shared_ptr<const FilterServant::Entries> FilterServant::current() const {
     return entries_;
 }
 
+void FilterServant::change(std::shared_ptr<const Entries> entries) {
+    entries_ = std::move(entries);
+    TypeSet types;
+    for (const auto& [id, entry] : *entries_)
+        unite(types, typesOf(entry.expression.event_types));
+    types_->publish(std::move(types));
+}
+
 ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) {
     std::vector<Entry> added;
     for (CORBA::ULong i = 0; i < list.length() && i <= kConstraintsMax; ++i)
@@ -86,7 +114,7 @@ ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) 
         for (Entry& each : added)
             made[++lastId_] = std::move(each);
         changed->insert(made.begin(), made.end());
-        entries_ = changed;
+        change(changed);
     }
     return listed(made);
 }
@@ -107,7 +135,7 @@ void FilterServant::modify_constraints(const ConstraintIDSeq& removed, const Con
             throw notFound(id);
         found->second = std::move(entry);
     }
-    entries_ = result;
+    change(result);
 }
 
 ConstraintInfoSeq* FilterServant::get_constraints(const ConstraintIDSeq& ids) {
@@ -128,7 +156,7 @@ ConstraintInfoSeq* FilterServant::get_all_constraints() {
 
 void FilterServant::remove_all_constraints() {
     const std::lock_guard guard(mutex_);
-    entries_ = std::make_shared<const Entries>();
+    change(std::make_shared<const Entries>());
 }
 
 void FilterServant::destroy() {
@@ -136,6 +164,7 @@ void FilterServant::destroy() {
         return;
     onDestroy_();
     core_->deactivate(this);
+    remove_all_constraints();
 }
 
 CORBA::Boolean FilterServant::match(const CORBA::Any& data) {
@@ -158,16 +187,24 @@ CORBA::Boolean FilterServant::match_typed(const CosNotification::PropertySeq& da
     return match_structured(event);
 }
 
-CallbackID FilterServant::attach_callback(CosNotifyComm::NotifySubscribe_ptr) {
-    throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+CallbackID FilterServant::attach_callback(CosNotifyComm::NotifySubscribe_ptr callback) {
+    if (CORBA::is_nil(callback))
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    return types_->follow(toldOfSubscriptions("the callback of a filter", callback), types_->types());
 }
 
-void FilterServant::detach_callback(CallbackID) {
-    throw CallbackNotFound();
+void FilterServant::detach_callback(CallbackID id) {
+    if (!types_->unfollow(id))
+        throw CallbackNotFound();
 }
 
 CallbackIDSeq* FilterServant::get_callbacks() {
-    return new CallbackIDSeq;
+    const std::vector<TypeFeed::FollowerId> followers = types_->followers();
+    CallbackIDSeq_var ids = new CallbackIDSeq;
+    ids->length(static_cast<CORBA::ULong>(followers.size()));
+    for (CORBA::ULong i = 0; i < ids->length(); ++i)
+        ids[i] = followers[i];
+    return ids._retn();
 }
 
 }  // namespace kelp::notification

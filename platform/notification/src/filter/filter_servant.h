@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "constraint.h"
+#include "type_feed.h"
 
 namespace kelp::notification {
 
@@ -34,7 +35,9 @@ class FilterServant final : public POA_CosNotifyFilter::Filter {
     CORBA::Boolean match(const CORBA::Any& data) override;
     CORBA::Boolean match_structured(const CosNotification::StructuredEvent& event) override;
     CORBA::Boolean match_typed(const CosNotification::PropertySeq& data) override;
-    /// Notices of changed subscriptions are not offered: NO_IMPLEMENT.
+    /// The callback is told when the event types of the constraints change, not of those there are; by
+    /// destroy, that there is none any more. BAD_PARAM for a nil one, NO_RESOURCES for one too many. One that
+    /// fails is detached.
     CosNotifyFilter::CallbackID attach_callback(CosNotifyComm::NotifySubscribe_ptr callback) override;
     void detach_callback(CosNotifyFilter::CallbackID id) override;
     CosNotifyFilter::CallbackIDSeq* get_callbacks() override;
@@ -46,12 +49,14 @@ class FilterServant final : public POA_CosNotifyFilter::Filter {
     };
     using Entries = std::map<CosNotifyFilter::ConstraintID, Entry>;
 
+    void change(std::shared_ptr<const Entries> entries);
     static Entry compiled(const CosNotifyFilter::ConstraintExp& expression);
     std::shared_ptr<const Entries> current() const;
 
     const std::shared_ptr<ChannelCore> core_;
     const std::function<void()> onDestroy_;
-    mutable std::mutex mutex_;  // guards what follows
+    const std::shared_ptr<TypeFeed> types_;  // its lock is taken inside mutex_
+    mutable std::mutex mutex_;               // guards what follows
     std::shared_ptr<const Entries> entries_ = std::make_shared<const Entries>();
     CosNotifyFilter::ConstraintID lastId_ = 0;
     std::atomic<bool> destroyed_{false};

@@ -39,6 +39,7 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     void subscription_change(const CosNotification::EventTypeSeq& added,
                              const CosNotification::EventTypeSeq& removed) override {
         data_->types.change(added, removed);
+        core_->subscriptionsChanged();
     }
 
   protected:

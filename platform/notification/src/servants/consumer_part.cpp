@@ -2,6 +2,8 @@
 
 #include <cos/CosEventComm.h>
 
+#include "peers.h"
+
 namespace kelp::notification {
 
 ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
@@ -10,11 +12,20 @@ ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<Su
       core_(std::move(core)),
       admin_(std::move(admin)),
       type_(type),
-      id_(admin_->proxies.newId()) {}
+      id_(admin_->proxies.newId()),
+      offerer_(core_->offers().enter()),
+      updates_(core_->subscribed()) {}
 
-void ConsumerPart::connect() {
+ConsumerPart::~ConsumerPart() {
+    core_->offers().leave(offerer_);
+}
+
+void ConsumerPart::connect(CORBA::Object_ptr supplier) {
     if (connected_.exchange(true))
         throw CosEventChannelAdmin::AlreadyConnected();
+    if (!CORBA::is_nil(supplier))
+        updates_.connect(toldOfSubscriptions(
+            "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), supplier));
 }
 
 void ConsumerPart::take(const EventPtr& event) {
@@ -34,6 +45,8 @@ void ConsumerPart::close() {
     // the registry's and the adapter's references go below
     PortableServer::ServantBase_var self = servant();
     self->_add_ref();
+    updates_.close();
+    core_->offers().leave(offerer_);
     core_->giveSupplierPlace();
     admin_->proxies.forget(id_);
     core_->deactivate(servant());

@@ -5,6 +5,7 @@
 
 #include "core.h"
 #include "proxy_registry.h"
+#include "updates.h"
 
 namespace kelp::notification {
 
@@ -29,17 +30,22 @@ class ConsumerPart {
   public:
     ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
                  CosNotifyChannelAdmin::ProxyType type);
-    virtual ~ConsumerPart() = default;
+    virtual ~ConsumerPart();
     ConsumerPart(const ConsumerPart&) = delete;
     ConsumerPart& operator=(const ConsumerPart&) = delete;
 
     CosNotifyChannelAdmin::ProxyType type() const { return type_; }
     CosNotifyChannelAdmin::ProxyID id() const { return id_; }
     SupplierAdminData& admin() const { return *admin_; }
-    ChannelCore& core() const { return *core_; }
 
-    /// Throws AlreadyConnected.
-    void connect();
+    CosNotification::EventTypeSeq* subscribedTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
+        return updates_.obtain(mode);
+    }
+    void offer(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed) {
+        core_->offers().change(offerer_, added, removed);
+    }
+    /// Connects a supplier, which may be nil; throws AlreadyConnected.
+    void connect(CORBA::Object_ptr supplier);
     /// Takes an event in; throws Disconnected while nobody is connected.
     void take(const EventPtr& event);
     /// Ends the proxy for good, once.
@@ -58,6 +64,8 @@ class ConsumerPart {
     const std::shared_ptr<SupplierAdminData> admin_;
     const CosNotifyChannelAdmin::ProxyType type_;
     const CosNotifyChannelAdmin::ProxyID id_;
+    const Offers::OffererId offerer_;
+    Updates updates_;
     std::atomic<bool> connected_{false};
     std::atomic<bool> closed_{false};
 };

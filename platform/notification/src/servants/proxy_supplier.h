@@ -29,7 +29,7 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     // -- NotifySubscribe
     void subscription_change(const CosNotification::EventTypeSeq& added,
                              const CosNotification::EventTypeSeq& removed) override {
-        outlet()->types.change(added, removed);
+        subscribe(added, removed);
     }
 
   protected:

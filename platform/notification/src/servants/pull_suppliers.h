@@ -8,8 +8,8 @@ class StructuredPullSupplier final
     : public ProxySupplierServant<POA_CosNotifyChannelAdmin::StructuredProxyPullSupplier> {
   public:
     using ProxySupplierServant::ProxySupplierServant;
-    void connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer_ptr) override {
-        connectPull();
+    void connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer_ptr consumer) override {
+        connectPull(consumer);
     }
     CosNotification::StructuredEvent* pull_structured_event() override;
     CosNotification::StructuredEvent* try_pull_structured_event(CORBA::Boolean_out hasEvent) override;
@@ -20,7 +20,9 @@ class SequencePullSupplier final
     : public ProxySupplierServant<POA_CosNotifyChannelAdmin::SequenceProxyPullSupplier> {
   public:
     using ProxySupplierServant::ProxySupplierServant;
-    void connect_sequence_pull_consumer(CosNotifyComm::SequencePullConsumer_ptr) override { connectPull(); }
+    void connect_sequence_pull_consumer(CosNotifyComm::SequencePullConsumer_ptr consumer) override {
+        connectPull(consumer);
+    }
     CosNotification::EventBatch* pull_structured_events(CORBA::Long most) override;
     CosNotification::EventBatch* try_pull_structured_events(CORBA::Long most,
                                                             CORBA::Boolean_out hasEvent) override;
@@ -30,7 +32,9 @@ class SequencePullSupplier final
 class AnyPullSupplier final : public ProxySupplierServant<POA_CosNotifyChannelAdmin::ProxyPullSupplier> {
   public:
     using ProxySupplierServant::ProxySupplierServant;
-    void connect_any_pull_consumer(CosEventComm::PullConsumer_ptr) override { connectPull(); }
+    void connect_any_pull_consumer(CosEventComm::PullConsumer_ptr consumer) override {
+        connectPull(consumer);
+    }
     CORBA::Any* pull() override;
     CORBA::Any* try_pull(CORBA::Boolean_out hasEvent) override;
     void disconnect_pull_supplier() override { close(Consumer::IsNotTold); }

@@ -16,12 +16,9 @@ class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart
     CosNotifyChannelAdmin::SupplierAdmin_ptr MyAdmin() override {
         return CosNotifyChannelAdmin::SupplierAdmin::_duplicate(admin().reference.in());
     }
-    /// Every type is wanted: consumers choose for themselves.
     CosNotification::EventTypeSeq* obtain_subscription_types(
         CosNotifyChannelAdmin::ObtainInfoMode mode) override {
-        const bool isNow = mode == CosNotifyChannelAdmin::ALL_NOW_UPDATES_OFF ||
-                           mode == CosNotifyChannelAdmin::ALL_NOW_UPDATES_ON;
-        return isNow ? TypeList().list() : new CosNotification::EventTypeSeq;
+        return subscribedTypes(mode);
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,
                             CosNotification::NamedPropertyRangeSeq_out available) override {
@@ -31,7 +28,7 @@ class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart
     // -- NotifyPublish
     void offer_change(const CosNotification::EventTypeSeq& added,
                       const CosNotification::EventTypeSeq& removed) override {
-        core().offered.change(added, removed);
+        offer(added, removed);
     }
 
   protected:
@@ -44,7 +41,9 @@ class StructuredPushConsumer final
     : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
-    void connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier_ptr) override { connect(); }
+    void connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier_ptr supplier) override {
+        connect(supplier);
+    }
     void push_structured_event(const CosNotification::StructuredEvent& event) override {
         take(takeIn(event));
     }
@@ -55,7 +54,9 @@ class SequencePushConsumer final
     : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::SequenceProxyPushConsumer> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
-    void connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier_ptr) override { connect(); }
+    void connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier_ptr supplier) override {
+        connect(supplier);
+    }
     void push_structured_events(const CosNotification::EventBatch& batch) override {
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
             take(takeIn(batch[i]));
@@ -66,7 +67,7 @@ class SequencePushConsumer final
 class AnyPushConsumer final : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::ProxyPushConsumer> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
-    void connect_any_push_supplier(CosEventComm::PushSupplier_ptr) override { connect(); }
+    void connect_any_push_supplier(CosEventComm::PushSupplier_ptr supplier) override { connect(supplier); }
     void push(const CORBA::Any& event) override { take(takeIn(event)); }
     void disconnect_push_consumer() override { close(); }
 };

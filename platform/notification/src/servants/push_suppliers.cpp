@@ -77,17 +77,17 @@ class AnyReceiver final : public Receiver {
 void StructuredPushSupplier::connect_structured_push_consumer(
     CosNotifyComm::StructuredPushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<StructuredReceiver>(consumer, sender()));
+    connect(std::make_shared<StructuredReceiver>(consumer, sender()), consumer);
 }
 
 void SequencePushSupplier::connect_sequence_push_consumer(CosNotifyComm::SequencePushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<SequenceReceiver>(consumer, outlet(), sender()));
+    connect(std::make_shared<SequenceReceiver>(consumer, outlet(), sender()), consumer);
 }
 
 void AnyPushSupplier::connect_any_push_consumer(CosEventComm::PushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<AnyReceiver>(consumer));
+    connect(std::make_shared<AnyReceiver>(consumer), consumer);
 }
 
 }  // namespace kelp::notification

@@ -12,12 +12,14 @@ SupplierAdminServant::SupplierAdminServant(std::shared_ptr<ChannelCore> core,
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
-      onDestroy_(std::move(onDestroy)) {}
+      onDestroy_(std::move(onDestroy)),
+      offerer_(core_->offers().enter()) {}
 
 void SupplierAdminServant::close() {
     if (closed_.exchange(true))
         return;
     data_->proxies.withAll([](ConsumerPart& part) { part.close(); });
+    core_->offers().leave(offerer_);
     core_->deactivate(this);
 }
 

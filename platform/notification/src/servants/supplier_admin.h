@@ -40,7 +40,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     // -- NotifyPublish
     void offer_change(const CosNotification::EventTypeSeq& added,
                       const CosNotification::EventTypeSeq& removed) override {
-        core_->offered.change(added, removed);
+        core_->offers().change(offerer_, added, removed);
     }
 
   protected:
@@ -55,6 +55,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     const std::shared_ptr<SupplierAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
+    const Offers::OffererId offerer_;
     std::atomic<bool> closed_{false};
 };
 

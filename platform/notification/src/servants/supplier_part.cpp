@@ -4,6 +4,8 @@
 #include <kelp/orb/timeouts.h>
 #include <kelp/util/trace_log.h>
 
+#include "peers.h"
+
 namespace kelp::notification {
 
 using namespace CosNotifyChannelAdmin;
@@ -22,16 +24,17 @@ SupplierPart::SupplierPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<Co
     : core_(std::move(core)),
       admin_(std::move(admin)),
       type_(type),
-      outlet_(std::make_shared<Outlet>(*core_, admin_, admin_->proxies.newId())) {}
+      outlet_(std::make_shared<Outlet>(*core_, admin_, admin_->proxies.newId())),
+      updates_(core_->offered()) {}
 
 bool SupplierPart::pushes() const {
     return type_ == PUSH_ANY || type_ == PUSH_STRUCTURED || type_ == PUSH_SEQUENCE;
 }
 
-CosNotification::EventTypeSeq* SupplierPart::offeredTypes(ObtainInfoMode mode) const {
-    if (mode == NONE_NOW_UPDATES_OFF || mode == NONE_NOW_UPDATES_ON)
-        return new CosNotification::EventTypeSeq;
-    return core_->offered.list();
+void SupplierPart::subscribe(const CosNotification::EventTypeSeq& added,
+                             const CosNotification::EventTypeSeq& removed) {
+    outlet_->types.change(added, removed);
+    core_->subscriptionsChanged();
 }
 
 void SupplierPart::suspend() {
@@ -56,14 +59,22 @@ void SupplierPart::resume() {
     }
 }
 
-void SupplierPart::connect(std::shared_ptr<Receiver> receiver) {
+void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer) {
     if (!outlet_->connect(std::move(receiver)))
         throw CosEventChannelAdmin::AlreadyConnected();
+    tellOfOffers(consumer);
 }
 
-void SupplierPart::connectPull() {
+void SupplierPart::connectPull(CORBA::Object_ptr consumer) {
     if (!outlet_->connectPull())
         throw CosEventChannelAdmin::AlreadyConnected();
+    tellOfOffers(consumer);
+}
+
+void SupplierPart::tellOfOffers(CORBA::Object_ptr consumer) {
+    if (!CORBA::is_nil(consumer))
+        updates_.connect(
+            toldOfOffers("consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), consumer));
 }
 
 std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {
@@ -79,6 +90,7 @@ void SupplierPart::close(Consumer consumer) {
     PortableServer::ServantBase_var self = servant();
     self->_add_ref();
     const std::shared_ptr<Receiver> receiver = outlet_->close();
+    updates_.close();
     core_->removeOutlet(outlet_.get());
     core_->giveConsumerPlace();
     admin_->proxies.forget(id());

@@ -5,6 +5,7 @@
 
 #include "core.h"
 #include "proxy_registry.h"
+#include "updates.h"
 
 namespace kelp::notification {
 
@@ -35,13 +36,16 @@ class SupplierPart {
     ConsumerAdminData& admin() const { return *admin_; }
     const kelp::orb::EventSender& sender() const { return *core_->settings().sender; }
 
-    CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) const;
+    CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
+        return updates_.obtain(mode);
+    }
+    void subscribe(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed);
     void suspend();
     void resume();
     /// Connects a consumer that pushes are made to; throws AlreadyConnected.
-    void connect(std::shared_ptr<Receiver> receiver);
-    /// Connects a consumer that pulls.
-    void connectPull();
+    void connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer);
+    /// Connects a consumer that pulls, which may be nil.
+    void connectPull(CORBA::Object_ptr consumer);
     std::vector<EventPtr> pull(CORBA::Long most, bool wait);
 
     enum class Consumer { IsTold, IsNotTold };
@@ -53,10 +57,13 @@ class SupplierPart {
     virtual PortableServer::Servant servant() = 0;
 
   private:
+    void tellOfOffers(CORBA::Object_ptr consumer);
+
     const std::shared_ptr<ChannelCore> core_;
     const std::shared_ptr<ConsumerAdminData> admin_;
     const CosNotifyChannelAdmin::ProxyType type_;
     const std::shared_ptr<Outlet> outlet_;
+    Updates updates_;
     std::atomic<bool> closed_{false};
 };
 

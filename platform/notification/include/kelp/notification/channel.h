@@ -15,7 +15,7 @@ namespace kelp::notification {
 
 /// How deliveries are made; the same for every consumer of a channel.
 struct KELP_EXPORT DeliverySettings {
-    std::chrono::milliseconds pushTimeout{10000};  ///< limit of one call to a consumer
+    std::chrono::milliseconds pushTimeout{10000};  ///< limit of one call to a consumer or supplier
     std::chrono::milliseconds deadAfter{600000};  ///< a consumer that answers nothing for so long is given up
     std::chrono::milliseconds firstBackOff{500};  ///< before a consumer that did not answer is tried again
     std::chrono::milliseconds longestBackOff{30000};
@@ -41,11 +41,24 @@ class KELP_EXPORT LossListener {
 
 /// A CosNotification event channel of this process (OMG Notification Service 1.1): structured, sequence and
 /// any consumers that push or pull, suppliers that push, filters, qualities of service. Each consumer has a
-/// bounded queue of its own and gets its events in the order of push().
+/// bounded queue of its own and gets its events in the order of push(). Not offered, by NO_IMPLEMENT: mapping
+/// filters (create_mapping_filter, a priority_filter or lifetime_filter set), suppliers that are pulled from,
+/// and the untyped proxies of the Event Service.
 ///
 /// A consumer is dead, and is removed, when its object does not exist, when it says Disconnected, or when no
 /// call to it has been answered for DeliverySettings::deadAfter. A push that got no answer is made again once
 /// a call that carries no event was answered: an event may arrive twice, never out of order.
+///
+/// What suppliers offer (offer_change, at a proxy or an admin, each for itself; it goes with them) is told to
+/// consumers, and what the consumers subscribe to (the types at proxy and admin together; "%ALL" stands alone
+/// and means every type) is told to suppliers. While nobody offers anything that is "%ALL"; without consumers
+/// nothing is subscribed to. These updates are off until a peer asks for them (ALL_NOW_UPDATES_ON or
+/// NONE_NOW_UPDATES_ON of obtain_offered_types, obtain_subscription_types), so that none is called unasked.
+/// Then its offer_change or subscription_change is called after real changes, several of them as one, by one
+/// thread of the channel that serves nothing else, with DeliverySettings::pushTimeout. A peer whose call
+/// raises a system exception (no answer, no such object or operation) has its updates switched off, and may
+/// ask again. The callbacks of a filter are told of the event types of its constraints in the same way; one
+/// that fails is detached.
 ///
 /// Any thread may call it. The ORB must outlive it.
 class KELP_EXPORT Channel {
@@ -68,8 +81,8 @@ class KELP_EXPORT Channel {
     /// True when every consumer that answers has drained below half of its queue.
     bool isDrained() const;
 
-    /// Ends every delivery and every blocked pull and takes the objects away. A call in progress is waited
-    /// for, which its time-out bounds.
+    /// Ends every delivery, every blocked pull and the telling of changes, and takes the objects away. Calls
+    /// in progress are waited for, which their time-out bounds.
     void stop();
 
   private:

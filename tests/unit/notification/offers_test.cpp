@@ -1,0 +1,81 @@
+#include "offers.h"
+
+#include <gtest/gtest.h>
+
+#include "change_notices.h"
+#include "event_types.h"
+
+namespace kelp::notification {
+namespace {
+
+using test::types;
+
+const TypeName kA("d", "A");
+const TypeName kB("d", "B");
+
+class OffersTogether : public testing::Test {
+  protected:
+    static CosNotification::EventTypeSeq one(const TypeName& name) {
+        return types({{name.first.c_str(), name.second.c_str()}});
+    }
+    TypeSet together() const { return feed_->types(); }
+
+    ChangeNotices notices_{std::chrono::milliseconds(100)};
+    std::shared_ptr<TypeFeed> feed_ = std::make_shared<TypeFeed>(notices_, allTypes());
+    Offers offers_{feed_};
+    Offers::OffererId first_ = offers_.enter();
+    Offers::OffererId second_ = offers_.enter();
+};
+
+TEST_F(OffersTogether, AreEveryTypeWhileNobodyOffersAny) {
+    EXPECT_EQ(together(), allTypes());
+    offers_.change(first_, one(kA), {});
+    EXPECT_EQ(together(), TypeSet({kA}));
+    offers_.change(first_, {}, one(kA));
+    EXPECT_EQ(together(), allTypes());
+}
+
+TEST_F(OffersTogether, HoldATypeUntilTheLastOneTakesItBack) {
+    offers_.change(first_, one(kA), {});
+    offers_.change(second_, one(kA), {});
+    offers_.change(second_, one(kB), {});
+    offers_.change(first_, {}, one(kA));
+    EXPECT_EQ(together(), TypeSet({kA, kB}));
+    offers_.change(second_, {}, one(kA));
+    EXPECT_EQ(together(), TypeSet({kB}));
+}
+
+TEST_F(OffersTogether, AreNotTakenBackByOneWhoHasNotMadeThem) {
+    offers_.change(first_, one(kA), {});
+    offers_.change(second_, {}, one(kA));
+    EXPECT_EQ(together(), TypeSet({kA}));
+}
+
+TEST_F(OffersTogether, LoseThoseOfOneWhoLeaves) {
+    offers_.change(first_, one(kA), {});
+    offers_.change(second_, one(kB), {});
+    offers_.leave(first_);
+    EXPECT_EQ(together(), TypeSet({kB}));
+    EXPECT_THROW(offers_.change(first_, one(kA), {}), CORBA::OBJECT_NOT_EXIST);
+    offers_.leave(first_);
+    EXPECT_EQ(together(), TypeSet({kB}));
+}
+
+TEST_F(OffersTogether, AreEveryTypeWhenOneOffersThat) {
+    offers_.change(first_, one(kA), {});
+    offers_.change(second_, one(*allTypes().begin()), {});
+    offers_.change(second_, one(kB), {});
+    EXPECT_EQ(together(), allTypes());
+    offers_.leave(second_);
+    EXPECT_EQ(together(), TypeSet({kA}));
+}
+
+TEST_F(OffersTogether, StayAsTheyAreAfterAnInvalidChange) {
+    offers_.change(first_, one(kA), {});
+    EXPECT_THROW(offers_.change(first_, types({{"d", "B"}, {"d", ""}}), one(kA)),
+                 CosNotifyComm::InvalidEventType);
+    EXPECT_EQ(together(), TypeSet({kA}));
+}
+
+}  // namespace
+}  // namespace kelp::notification

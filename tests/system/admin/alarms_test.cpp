@@ -132,6 +132,19 @@ TEST_F(AlarmsTest, StormArrivesCompletelyAndInOrder) {
     }
 }
 
+TEST_F(AlarmsTest, OperatorSeesWhatBecameOfTheEvents) {
+    EXPECT_EQ(kelpctl({"consumers"}), 0);
+    EXPECT_TRUE(ctlLog_.contains("sent    delivered         lost")) << ctlLog_.text();
+    EXPECT_EQ(ctlLog_.count("\n"), 1u) << "nobody is connected: " << ctlLog_.text();
+    ChildProcess nms = follow(3);
+    EXPECT_EQ(kelpctl({"storm", "--rate", "1000", "--count", "2"}), 0);
+    EXPECT_TRUE(eventually([&] {
+        ctlLog_ = LogFile(scratch_ / ("consumers" + std::to_string(++runs_)));
+        return kelpctl({"consumers"}) == 0 && ctlLog_.contains(" 2            2            0          0 ");
+    })) << ctlLog_.text();
+    EXPECT_TRUE(ctlLog_.contains(" s  answers")) << ctlLog_.text();
+}
+
 TEST_F(AlarmsTest, NotificationIdsGoOnGrowingAfterARestartOfTheHost) {
     const std::vector<std::string> raise = {"alarm",      "raise", "--object",         "ManagedElement=1",
                                             "--severity", "major", "--probable-cause", "LOS",

@@ -32,6 +32,8 @@ class ScriptedObject final : public PortableServer::DynamicImplementation {
     char* _primary_interface(const PortableServer::ObjectId&, PortableServer::POA_ptr) override {
         return CORBA::string_dup(interfaceId_.c_str());
     }
+    /// The ORB's own asks for the above and leaks it.
+    CORBA::Boolean _is_a(const char* interfaceId) override { return interfaceId_ == interfaceId; }
 
   private:
     const std::string interfaceId_;

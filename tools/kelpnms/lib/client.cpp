@@ -25,6 +25,20 @@ std::string listenAddress(const NmsSettings& settings) {
     return orb::hostAndPort({localAddressTowards(host, port), 0, false});
 }
 
+orb::OrbOptions orbOptions(const NmsSettings& settings, const std::string& address) {
+    orb::OrbOptions options;
+    if (!settings.tls) {
+        options.listen = {address};
+        return options;
+    }
+    options.tlsListen = {address};
+    options.tlsCaFile = settings.tls->authorities;
+    options.tlsKeyFile = settings.tls->keyFile;
+    options.tlsKeyPassword = settings.tls->keyPassword;
+    options.tlsCallsOnly = true;
+    return options;
+}
+
 std::string addressOf(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
     orb::ReferenceContent content;
     if (!orb::describe(orb, object, content) || content.endpoints.empty())
@@ -65,8 +79,8 @@ CosNamingTree NmsClient::State::tree() const {
 
 NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<State>()) {
     state_->naming = settings.naming;
-    orb::OrbOptions options;
-    options.listen = {listenAddress(settings)};
+    const std::string address = listenAddress(settings);
+    const orb::OrbOptions options = orbOptions(settings, address);
     try {
         state_->orb = orb::start(options, nullptr);
         orb::setProcessTimeout(settings.timeout);
@@ -75,8 +89,8 @@ NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<Stat
         const PortableServer::POAManager_var manager = state_->root->the_POAManager();
         orb::letCallersThrough(manager.in());
     } catch (const CORBA::Exception& exception) {
-        throw CannotListen("cannot listen on " + options.listen.front() + ": " +
-                           orb::exceptionText(exception));
+        const std::string how = settings.tls ? " with the key, certificates and password given" : "";
+        throw CannotListen("cannot listen on " + address + how + ": " + orb::exceptionText(exception));
     }
 }
 

@@ -5,6 +5,7 @@
 #include "follow_events.h"
 #include "handling.h"
 #include "log_out.h"
+#include "password.h"
 #include "watch.h"
 
 #include <chrono>
@@ -94,11 +95,22 @@ int runSession(NmsClient& client, const FoundFactory& factory, const Options& op
     return exitCode;
 }
 
+NmsSettings settingsOf(const Options& options) {
+    NmsSettings settings;
+    settings.naming = options.naming;
+    settings.listen = options.listen;
+    settings.timeout = options.timeout;
+    if (!options.tlsAuthorities.empty())
+        settings.tls = NmsTls{options.tlsAuthorities, options.tlsKeyFile,
+                              readKeyPassword(options.tlsKeyPasswordFile).text()};
+    return settings;
+}
+
 }  // namespace
 
 int runCommand(const Options& options, const std::string& password, const std::shared_ptr<Report>& report,
                Interrupts& interrupts) {
-    NmsClient client({options.naming, options.listen, options.timeout});
+    NmsClient client(settingsOf(options));
     if (options.command == Command::Events)
         return followEvents(client, options, password, report, interrupts);
     const FoundFactory factory = chosenFactory(client, options, *report);

@@ -17,6 +17,7 @@ constexpr const char* kFooter = R"(Examples:
   KELPNMS_PASSWORD=secret kelpnms --user demo ems --capabilities --json
   kelpnms --naming corbaloc:iiop:1.2@ems.example.net:4801/NameService --user demo watch --for 60
   kelpnms --user demo --password-file pw events
+  kelpnms --naming ems.example.net:4844 --tls-ca ca.pem --tls-key nms.pem --user demo --password-file pw events
   kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
 
 Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
@@ -69,9 +70,10 @@ std::chrono::milliseconds milliseconds(double seconds) {
 }
 
 /// "host:port" means the naming service there.
-std::string namingText(const std::string& text) {
+std::string namingText(const std::string& text, bool overTls) {
     const bool hasScheme = text.rfind("IOR:", 0) == 0 || text.rfind("corba", 0) == 0;
-    return hasScheme ? text : "corbaloc:iiop:1.2@" + text + "/NameService";
+    const std::string protocol = overTls ? "ssliop" : "iiop";
+    return hasScheme ? text : "corbaloc:" + protocol + ":1.2@" + text + "/NameService";
 }
 
 std::string firstWord(const std::string& file) {
@@ -84,7 +86,7 @@ std::string firstWord(const std::string& file) {
 
 /// The values as they stand on the command line, before they are given a meaning.
 struct Raw {
-    std::string naming = "corbaloc:iiop:1.2@127.0.0.1:4801/NameService";
+    std::string naming = "127.0.0.1:4801";
     std::string iorFile;
     double timeout = 30;
     double duration = 0;
@@ -110,6 +112,19 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
         "--listen", options.listen,
         "HOST:PORT where the EMS calls back; default: this host's address towards the naming service, any "
         "port");
+    auto* authorities =
+        app.add_option("--tls-ca", options.tlsAuthorities,
+                       "Speak TLS and nothing else: PEM file with the authorities of the EMS's certificate")
+            ->check(CLI::ExistingFile);
+    auto* key = app.add_option("--tls-key", options.tlsKeyFile,
+                               "PEM file with this NMS's private key and certificate")
+                    ->check(CLI::ExistingFile)
+                    ->needs(authorities);
+    authorities->needs(key);
+    app.add_option("--tls-key-password-file", options.tlsKeyPasswordFile,
+                   "File whose first line is the private key's password")
+        ->check(CLI::ExistingFile)
+        ->needs(key);
     app.add_option("--timeout", raw.timeout, "Limit of every call, seconds")
         ->capture_default_str()
         ->check(CLI::Range(0.1, kSecondsMax));
@@ -185,7 +200,7 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
         exitCode = kUsageError;
         return std::nullopt;
     }
-    options.naming = namingText(raw.naming);
+    options.naming = namingText(raw.naming, !options.tlsAuthorities.empty());
     options.timeout = milliseconds(raw.timeout);
     const bool isWatching = options.command == Command::Watch || options.command == Command::Events;
     options.count = isWatching ? raw.watchCount : raw.pings;

@@ -17,6 +17,9 @@ struct Options {
     std::string user;
     std::string passwordFile;
     std::string listen;
+    std::string tlsAuthorities;  ///< file; empty: no TLS
+    std::string tlsKeyFile;
+    std::string tlsKeyPasswordFile;  ///< empty: the key has no password
     std::chrono::milliseconds timeout{};
     bool json = false;
     bool verbose = false;

@@ -41,4 +41,14 @@ Secret readPassword(const std::string& file, const std::string& user) {
     }
 }
 
+Secret readKeyPassword(const std::string& file) {
+    try {
+        return file.empty() ? Secret() : fromFile(file);
+    } catch (const NoPassword&) {
+        throw;
+    } catch (const std::runtime_error& problem) {
+        throw NoPassword(problem.what());
+    }
+}
+
 }  // namespace kelp::nms

@@ -18,4 +18,8 @@ class NoPassword : public std::runtime_error {
 /// process may have taken the signals yet.
 tools::Secret readPassword(const std::string& file, const std::string& user);
 
+/// The password of the private key, out of the first line of the file, if one is named; else empty. Throws
+/// NoPassword.
+tools::Secret readKeyPassword(const std::string& file);
+
 }  // namespace kelp::nms

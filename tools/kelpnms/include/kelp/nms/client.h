@@ -7,12 +7,20 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <mtnm/emsSessionFactory.h>
 
 namespace kelp::nms {
+
+/// What an NMS speaks TLS with; the files are PEM.
+struct NmsTls {
+    std::string authorities;  ///< certificates of the authorities that sign the EMS's certificate
+    std::string keyFile;      ///< this NMS's own private key and certificate
+    std::string keyPassword;  ///< empty for a key without one
+};
 
 /// How an NMS is set up.
 struct NmsSettings {
@@ -23,6 +31,8 @@ struct NmsSettings {
     std::string listen;
     /// Limit of every call, connecting included.
     std::chrono::milliseconds timeout = std::chrono::seconds(30);
+    /// Every call in either direction over TLS, and none without; none: every call over TCP.
+    std::optional<NmsTls> tls;
 };
 
 /// A session factory, and where it was found.

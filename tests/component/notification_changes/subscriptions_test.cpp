@@ -1,6 +1,7 @@
 // What consumers subscribe to, told to suppliers.
 
 #include "changes_fixture.h"
+#include "support/trace_capture.h"
 
 namespace kelp::notification::test {
 namespace {
@@ -88,6 +89,7 @@ TEST_F(Subscriptions, ThatChangeNothingTogetherAreNotTold) {
 
 // The one that is told is called after the others would have been: they take turns.
 TEST_F(Subscriptions, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
+    const kelp::test::TraceCapture trace;
     StructuredSupplier& neverAsked = make<StructuredSupplier>();
     const IntakeProxy quiet = intake();
     connectTo(quiet, neverAsked);
@@ -108,6 +110,7 @@ TEST_F(Subscriptions, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
     EXPECT_EQ(neverAsked.calls(), 0);
     EXPECT_EQ(listOnly.calls(), 0);
     EXPECT_EQ(gone.calls(), 0);
+    EXPECT_FALSE(trace.contains("is told of no more changes")) << "the nil one was tried";
 }
 
 TEST_F(Subscriptions, OfAConsumerThatDiesEnd) {

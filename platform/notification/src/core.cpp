@@ -1,7 +1,5 @@
 #include "core.h"
 
-#include <kelp/orb/timeouts.h>
-
 #include <algorithm>
 
 namespace kelp::notification {
@@ -48,6 +46,16 @@ void ChannelCore::deactivate(PortableServer::Servant servant) {
     }
 }
 
+void ChannelCore::requireOwn(CosNotifyFilter::Filter_ptr filter) const {
+    if (CORBA::is_nil(filter))
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    try {
+        const PortableServer::ObjectId_var id = poa_->reference_to_id(filter);
+    } catch (const PortableServer::POA::WrongAdapter&) {
+        throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
+    }
+}
+
 void ChannelCore::push(const EventPtr& event) {
     const std::lock_guard order(intake_);
     std::shared_ptr<const Outlets> outlets;
@@ -55,7 +63,6 @@ void ChannelCore::push(const EventPtr& event) {
         const std::lock_guard guard(mutex_);
         outlets = outlets_;
     }
-    const kelp::orb::ScopedThreadTimeout limit(settings_.delivery.pushTimeout);
     for (const std::shared_ptr<Outlet>& each : *outlets)
         each->take(event);
 }

@@ -29,6 +29,10 @@ class ChannelCore {
     /// Takes the servant's object away; harmless when it is away already.
     void deactivate(PortableServer::Servant servant);
 
+    /// Throws NO_IMPLEMENT for a filter of another process: asking it would let one consumer's filter hold up
+    /// the events of all. BAD_PARAM for nil.
+    void requireOwn(CosNotifyFilter::Filter_ptr filter) const;
+
     // -- events
     void push(const EventPtr& event);
     void tellLost(const Event& first);

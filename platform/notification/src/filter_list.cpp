@@ -68,6 +68,8 @@ FilterList::Verdict FilterList::judge(const CosNotification::StructuredEvent& ev
                 return Verdict::Passes;
         } catch (const CosNotifyFilter::UnsupportedFilterableData&) {
             // it has no such data: no match
+        } catch (const CORBA::OBJECT_NOT_EXIST&) {
+            // it was destroyed, and is left in its place: no match
         } catch (const CORBA::Exception& failure) {
             kelp::util::traceFrom("filterlist",
                                   "a filter cannot be asked: " + kelp::orb::exceptionText(failure),

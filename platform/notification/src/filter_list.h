@@ -10,8 +10,7 @@
 namespace kelp::notification {
 
 /// The filters of an admin or a proxy. An event passes when one of them matches, or when there is none.
-/// Thread safe; no lock is held while a filter is asked, as it may live in another process: limit the
-/// thread's calls.
+/// Thread safe; no lock is held while a filter is asked.
 class FilterList {
   public:
     enum class Verdict { NoFilter, Passes, Fails };
@@ -24,7 +23,7 @@ class FilterList {
     CosNotifyFilter::FilterIDSeq* ids() const;
     void clear();
 
-    /// A filter that cannot be asked does not match.
+    /// A filter that was destroyed, or cannot be asked, does not match.
     Verdict judge(const CosNotification::StructuredEvent& event) const;
 
   private:

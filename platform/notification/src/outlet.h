@@ -14,7 +14,7 @@ class Outlet final : public Subscription {
   public:
     Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin, CosNotifyChannelAdmin::ProxyID proxy);
 
-    /// Filters an event and takes it in. Limit the thread's calls: a filter may live in another process.
+    /// Filters an event and takes it in.
     void take(const EventPtr& event);
 
     SharedQos qos;

@@ -46,6 +46,35 @@ TEST_F(Filters, SelectEventsForAProxy) {
     EXPECT_THAT(consumer.names(), ElementsAre("5")) << "a filter without a constraint lets nothing through";
 }
 
+TEST_F(Filters, OfOtherProcessesAreRefusedAndDestroyedOnesMatchNothing) {
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    const CosNotifyChannelAdmin::ConsumerAdmin_var admin = consumers();
+    const CosNotifyChannelAdmin::StructuredProxyPushSupplier_var proxy = structuredProxy();
+    connect(proxy.in(), consumer);
+    const CORBA::Object_var elsewhere =
+        orb_.root()->create_reference("IDL:omg.org/CosNotifyFilter/Filter:1.0");
+    const Filter_var foreign = Filter::_unchecked_narrow(elsewhere.in());
+    EXPECT_THROW(proxy->add_filter(foreign.in()), CORBA::NO_IMPLEMENT);
+    EXPECT_THROW(admin->add_filter(foreign.in()), CORBA::NO_IMPLEMENT);
+    EXPECT_THROW(proxy->add_filter(Filter::_nil()), CORBA::BAD_PARAM);
+    const CosNotifyChannelAdmin::SupplierAdmin_var supplierAdmin = suppliers();
+    EXPECT_THROW(supplierAdmin->add_filter(foreign.in()), CORBA::NO_IMPLEMENT);
+    push(1, 1);
+    ASSERT_TRUE(gets(consumer, 1));
+
+    const Filter_var chosen = filter();
+    const ConstraintInfoSeq_var added = chosen->add_constraints(expressions({"TRUE"}));
+    const FilterID id = proxy->add_filter(chosen.in());
+    push(2, 2);
+    ASSERT_TRUE(gets(consumer, 2));
+    chosen->destroy();
+    push(3, 3);
+    proxy->remove_filter(id);
+    push(4, 4);
+    ASSERT_TRUE(gets(consumer, 3));
+    EXPECT_THAT(consumer.names(), ElementsAre("1", "2", "4"));
+}
+
 TEST_F(Filters, HaveConstraintsForTypesOfEvents) {
     const Filter_var chosen = filter();
     const ConstraintInfoSeq_var added = chosen->add_constraints(expressions({"TRUE"}, "NT_ALARM"));

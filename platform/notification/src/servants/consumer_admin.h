@@ -45,6 +45,7 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
   protected:
     SharedQos& sharedQos() override { return data_->qos; }
     FilterList& filterList() override { return data_->filters; }
+    ChannelCore& channelCore() override { return *core_; }
 
   private:
     template <class Servant>

@@ -37,6 +37,7 @@ class ConsumerPart {
     CosNotifyChannelAdmin::ProxyType type() const { return type_; }
     CosNotifyChannelAdmin::ProxyID id() const { return id_; }
     SupplierAdminData& admin() const { return *admin_; }
+    ChannelCore& core() const { return *core_; }
 
     CosNotification::EventTypeSeq* subscribedTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
         return updates_.obtain(mode);

@@ -36,6 +36,7 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     PortableServer::Servant servant() override { return this; }
     SharedQos& sharedQos() override { return outlet()->qos; }
     FilterList& filterList() override { return outlet()->filters; }
+    ChannelCore& channelCore() override { return core(); }
     void qosChanged(const Qos& qos) override { outlet()->applyQos(qos); }
 };
 

@@ -35,6 +35,7 @@ class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart
     PortableServer::Servant servant() override { return this; }
     SharedQos& sharedQos() override { return qos; }
     FilterList& filterList() override { return filters; }
+    ChannelCore& channelCore() override { return core(); }
 };
 
 class StructuredPushConsumer final

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "admin_data.h"
+#include "core.h"
 
 namespace kelp::notification {
 
@@ -20,6 +21,7 @@ class QosAndFilters : public virtual Skeleton {
 
     // -- FilterAdmin
     CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
+        channelCore().requireOwn(filter);
         return filterList().add(filter);
     }
     void remove_filter(CosNotifyFilter::FilterID id) override { filterList().remove(id); }
@@ -32,6 +34,7 @@ class QosAndFilters : public virtual Skeleton {
   protected:
     virtual SharedQos& sharedQos() = 0;
     virtual FilterList& filterList() = 0;
+    virtual ChannelCore& channelCore() = 0;
     /// The qualities have been changed to these.
     virtual void qosChanged(const Qos&) {}
 };

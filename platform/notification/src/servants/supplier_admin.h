@@ -46,6 +46,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
   protected:
     SharedQos& sharedQos() override { return data_->qos; }
     FilterList& filterList() override { return data_->filters; }
+    ChannelCore& channelCore() override { return *core_; }
 
   private:
     template <class Servant>

@@ -34,6 +34,7 @@ class SupplierPart {
     bool pushes() const;
     const std::shared_ptr<Outlet>& outlet() const { return outlet_; }
     ConsumerAdminData& admin() const { return *admin_; }
+    ChannelCore& core() const { return *core_; }
     const kelp::orb::EventSender& sender() const { return *core_->settings().sender; }
 
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {

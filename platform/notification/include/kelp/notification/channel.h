@@ -73,8 +73,8 @@ class KELP_EXPORT Channel {
 
     CosNotifyChannelAdmin::EventChannel_ptr reference() const;
 
-    /// Takes an event in for every connected consumer whose filters it passes. Waits for no consumer, but for
-    /// filters that live in other processes.
+    /// Takes an event in for every connected consumer whose filters it passes. Waits for no
+    /// consumer, nor for a filter: those of other processes are refused (NO_IMPLEMENT).
     void push(const CosNotification::StructuredEvent& event);
 
     std::vector<ConsumerCounts> consumers() const;

@@ -49,6 +49,8 @@ struct AgentOptions {
     int maxSessions = 100;
     bool reuse = false;
     bool startsSessionMgr = true;
+    int lockoutFailures = 5;
+    int lockoutS = 300;
 
     AgentOptions with(int strategy, bool pings) const {
         AgentOptions changed = *this;
@@ -274,8 +276,9 @@ class RunningAgent {
         };
         const std::string toml =
             "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n[security]\ndatabase = \"" +
-            (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n[session]\n" +
-            number("release_strategy", options.releaseStrategy) +
+            (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +
+            number("lockout_failures", options.lockoutFailures) + number("lockout_s", options.lockoutS) +
+            "[session]\n" + number("release_strategy", options.releaseStrategy) +
             "ping_mode = " + (options.pingMode ? "true\n" : "false\n") +
             number("ping_interval_s", options.pingIntervalS) +
             number("call_timeout_s", options.callTimeoutS) + number("silent_time_s", options.silentTimeS) +

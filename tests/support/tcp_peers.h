@@ -73,9 +73,14 @@ inline std::uint16_t freePort() {
     return portOf(boundSocket());
 }
 
-/// A connection to a port of the loopback interface, for sending bytes that no client would send.
-inline Socket connectTo(std::uint16_t port) {
+/// A connection to a port of the loopback interface, for sending bytes that no client would send. `source` is
+/// the address that it comes from, any of 127.0.0.0/8.
+inline Socket connectTo(std::uint16_t port, const char* source = "127.0.0.1") {
     Socket made = tcpSocket();
+    sockaddr_in own = loopbackAddress(0);
+    if (::inet_pton(AF_INET, source, &own.sin_addr) != 1 ||
+        ::bind(made.fd(), reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0)
+        throw std::runtime_error(std::string("no connection from ") + source);
     const sockaddr_in address = loopbackAddress(port);
     if (::connect(made.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         throw std::runtime_error("no connection to port " + std::to_string(port));

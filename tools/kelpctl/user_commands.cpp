@@ -9,6 +9,8 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -30,6 +32,8 @@ struct UserOptions {
     std::string database;
     std::string name;
     std::string passwordFile;
+    std::string expiry;
+    std::vector<std::string> networks;
     bool json = false;
 
     /// Opens the database asked for. Only the first account makes a file: a misspelt name must not.
@@ -39,6 +43,33 @@ struct UserOptions {
                             missing);
     }
 };
+
+constexpr const char* kNever = "never";
+constexpr const char* kAny = "any";
+
+std::int64_t nowUtc() {
+    return static_cast<std::int64_t>(std::time(nullptr));
+}
+
+/// A whole date, "2025-03-01" or "2025-03-01T12:00:00Z", as seconds since the epoch.
+std::optional<std::int64_t> parseUtc(const std::string& text) {
+    for (const char* const format : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%d"}) {
+        std::tm parts{};
+        const char* const end = ::strptime(text.c_str(), format, &parts);
+        if (end == nullptr || *end != '\0')
+            continue;
+        const std::tm read = parts;
+        const std::time_t seconds = ::timegm(&parts);
+        // a day that the month does not have would count into the next one
+        if (parts.tm_mday == read.tm_mday && parts.tm_sec == read.tm_sec)
+            return static_cast<std::int64_t>(seconds);
+    }
+    return std::nullopt;
+}
+
+const char* stateOf(const UserAccount& account) {
+    return !account.enabled ? "disabled" : account.isExpired(nowUtc()) ? "expired" : "enabled";
+}
 
 /// "2025-03-01T12:00:00Z"
 std::string utcText(std::int64_t seconds) {
@@ -50,12 +81,27 @@ std::string utcText(std::int64_t seconds) {
     return text;
 }
 
+std::string expiryText(const UserAccount& account) {
+    return account.expiresUtc ? utcText(*account.expiresUtc) : kNever;
+}
+
+std::string networksText(const UserAccount& account) {
+    std::string text;
+    for (const std::string& network : account.networks)
+        text += (text.empty() ? "" : " ") + network;
+    return text.empty() ? kAny : text;
+}
+
 void printJson(const std::vector<UserAccount>& accounts) {
     nlohmann::json array = nlohmann::json::array();
     for (const UserAccount& account : accounts)
         array.push_back({{"id", account.id},
                          {"name", account.name},
                          {"enabled", account.enabled},
+                         {"state", stateOf(account)},
+                         {"expires", account.expiresUtc ? nlohmann::json(utcText(*account.expiresUtc))
+                                                        : nlohmann::json(nullptr)},
+                         {"networks", account.networks},
                          {"created", utcText(account.createdUtc)},
                          {"password_changed", utcText(account.passwordChangedUtc)}});
     std::printf("%s\n", array.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
@@ -66,11 +112,13 @@ void printTable(const std::vector<UserAccount>& accounts) {
     for (const UserAccount& account : accounts)
         widest = std::max(widest, util::escaped(account.name).size());
     const int width = static_cast<int>(widest);
-    std::printf("%-*s  %-8s  %-20s  %s\n", width, "NAME", "STATE", "CREATED", "PASSWORD CHANGED");
+    std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %s\n", width, "NAME", "STATE", "CREATED",
+                "PASSWORD CHANGED", "EXPIRES", "NETWORKS");
     for (const UserAccount& account : accounts)
-        std::printf("%-*s  %-8s  %-20s  %s\n", width, util::escaped(account.name).c_str(),
-                    account.enabled ? "enabled" : "disabled", utcText(account.createdUtc).c_str(),
-                    utcText(account.passwordChangedUtc).c_str());
+        std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %s\n", width, util::escaped(account.name).c_str(),
+                    stateOf(account), utcText(account.createdUtc).c_str(),
+                    utcText(account.passwordChangedUtc).c_str(), expiryText(account).c_str(),
+                    util::escaped(networksText(account)).c_str());
 }
 
 void add(const UserOptions& options) {
@@ -102,6 +150,35 @@ void enable(const UserOptions& options) {
     std::printf("user \"%s\" enabled\n", options.name.c_str());
 }
 
+void expire(const UserOptions& options) {
+    std::optional<std::int64_t> expiry;
+    if (options.expiry == "now")
+        expiry = nowUtc();
+    else if (options.expiry != kNever && !(expiry = parseUtc(options.expiry)))
+        throw std::runtime_error("\"" + util::escaped(options.expiry) +
+                                 "\" is no time: write never, now, 2027-01-31 or 2027-01-31T12:00:00Z");
+    options.open().setExpiry(options.name, expiry);
+    if (expiry)
+        std::printf("user \"%s\" expires at %s\n", options.name.c_str(), utcText(*expiry).c_str());
+    else
+        std::printf("user \"%s\" never expires\n", options.name.c_str());
+}
+
+void setNetworks(const UserOptions& options) {
+    std::vector<std::string> networks = options.networks;
+    if (networks == std::vector<std::string>{kAny})
+        networks.clear();
+    options.open().setNetworks(options.name, networks);
+    UserAccount account;
+    account.networks = networks;
+    std::printf("user \"%s\" may log in from: %s\n", options.name.c_str(), networksText(account).c_str());
+}
+
+void unlock(const UserOptions& options) {
+    options.open().unlock(options.name);
+    std::printf("user \"%s\" unlocked\n", options.name.c_str());
+}
+
 void removeUser(const UserOptions& options) {
     options.open().remove(options.name);
     std::printf("user \"%s\" removed\n", options.name.c_str());
@@ -118,15 +195,20 @@ struct Command {
 constexpr Command kCommands[] = {
     {"add", "Add an NMS user", true, true, add},
     {"list", "List the NMS users", false, false, list},
-    {"passwd", "Give a user a new password", true, true, changePassword},
-    {"disable", "Refuse a user's log-ins", true, false, disable},
+    {"passwd", "Give a user a new password and end its sessions", true, true, changePassword},
+    {"disable", "Refuse a user's log-ins and end its sessions", true, false, disable},
     {"enable", "Take a user's log-ins again", true, false, enable},
-    {"remove", "Remove a user", true, false, removeUser},
+    {"expire", "Say when a user's account ends, and its sessions with it", true, false, expire},
+    {"networks", "Say where a user may log in from, from the next log-in on", true, false, setNetworks},
+    {"unlock", "Take a user's lock-outs after wrong passwords back", true, false, unlock},
+    {"remove", "Remove a user and end its sessions", true, false, removeUser},
 };
 
 constexpr const char* kFooter = R"(Examples:
   kelpctl user add nms1
   kelpctl user passwd nms1 --password-file nms1.pw
+  kelpctl user expire nms1 2027-01-31
+  kelpctl user networks nms1 10.1.0.0/16 2001:db8::/32
   kelpctl user --database /var/lib/kelp/users.db list)";
 
 }  // namespace
@@ -143,6 +225,17 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
         if (command.takesPassword)
             sub->add_option("--password-file", options->passwordFile, "File whose first line is the password")
                 ->type_name("FILE");
+        if (command.run == expire)
+            sub->add_option("time", options->expiry,
+                            "never, now, a date (from its 00:00 UTC on) or a time such as "
+                            "2027-01-31T12:00:00Z")
+                ->required()
+                ->type_name("TIME");
+        if (command.run == setNetworks)
+            sub->add_option("networks", options->networks,
+                            "Addresses or address/prefix length, IPv4 or IPv6; any: from everywhere")
+                ->required()
+                ->type_name("NETWORK");
         if (command.run == list)
             sub->add_flag("--json", options->json, "Print JSON");
         sub->callback([options, &command] { command.run(*options); });

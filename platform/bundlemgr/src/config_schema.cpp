@@ -176,10 +176,15 @@ std::vector<ConfigKey> serviceKeys() {
 
         textKey("security", "database", "", {}, restart,
                 "SQLite file of the user accounts; empty: users.db below the state directory."),
-        integerKey("security", "lockout_failures", 5, 1, 1000, Change::AtReload,
-                   noEffect("Failed log-ins after which a user is locked out for a time.")),
+        integerKey(
+            "security", "lockout_failures", 5, 1, 1000, Change::AtReload,
+            "Wrong passwords after which a user is locked out for a time, at the address that they came "
+            "from. After ten times as many from anywhere, each address that the user has not logged in "
+            "from has one attempt. After ten times as many for whatever users, the address waits 1 s, "
+            "then 2 s and so on up to lockout_s. kelpctl user unlock ends all that."),
         secondsKey("security", "lockout_s", 300, Change::AtReload,
-                   noEffect("How many seconds a user is locked out.")),
+                   "How many seconds a user is locked out; each further failure doubles it, up to 8 times as "
+                   "long. Failures are forgotten after a quiet time of twice as long."),
         integerKey("security", "hash_memory_kib", 19456, 8, 4194304, Change::AtReload,
                    "Memory of one password hash (Argon2id), in KiB. Stored hashes keep the cost they were "
                    "made with."),

@@ -103,4 +103,8 @@ bool OssNetworks::containsIpv6(const std::string& address) const {
     return contains(bytes, false);
 }
 
+bool OssNetworks::contains(const kelp::orb::PeerAddress& peer) const {
+    return (peer.ipv4 != 0 && containsIpv4(peer.ipv4)) || (peer.ipv6 && containsIpv6(*peer.ipv6));
+}
+
 }  // namespace NS_CORBA

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/orb/request.h>
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -17,6 +19,8 @@ class OssNetworks {
     bool containsIpv4(std::uint32_t address) const;
     /// `address` is 16 bytes in network order; any other length is in no network.
     bool containsIpv6(const std::string& address) const;
+    /// A peer without an address is in no network.
+    bool contains(const kelp::orb::PeerAddress& peer) const;
 
   private:
     using Bytes = std::array<std::uint8_t, 16>;

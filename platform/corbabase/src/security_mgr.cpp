@@ -1,17 +1,22 @@
-#include "singleton.h"
-
+#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/corbabase/user_database.h>
+#include <kelp/orb/request.h>
 #include <kelp/util/thread_context.h>
-#include <kelp/util/trace_log.h>
 
+#include <chrono>
 #include <exception>
 #include <limits>
-#include <map>
-#include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <utility>
+
+#include "account_watch.h"
+#include "live_logins.h"
+#include "login_throttle.h"
+#include "oss_networks.h"
+#include "singleton.h"
 
 namespace NS_CORBA {
 
@@ -34,17 +39,93 @@ int userNumber(std::int64_t id) {
     return id > 0 && id <= std::numeric_limits<int>::max() ? static_cast<int>(id) : kUnknownUser;
 }
 
+std::int64_t nowUtc() {
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+LoginThrottle::Limits configuredLimits() {
+    const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
+    return {static_cast<int>(config.integer("security.lockout_failures")),
+            std::chrono::seconds(config.integer("security.lockout_s"))};
+}
+
+bool mayCallFrom(const UserAccount& account, const kelp::orb::PeerAddress& peer) {
+    OssNetworks networks;
+    std::string whyNot;
+    if (account.networks.empty())
+        return true;
+    if (!networks.parse(account.networks, whyNot))
+        throw std::runtime_error("the networks of user \"" + account.name + "\" are unreadable: " + whyNot);
+    return networks.contains(peer);
+}
+
+/// 0, or the code that refuses somebody who knows the password.
+unsigned long refusalOf(const UserAccount& account, const kelp::orb::PeerAddress& peer) {
+    if (!account.enabled)
+        return kUserDisabled;
+    if (account.isExpired(nowUtc()))
+        return kUserExpired;
+    return mayCallFrom(account, peer) ? 0 : kAddressNotAllowed;
+}
+
+const char* reasonOf(unsigned long code) {
+    switch (code) {
+        case kUserDisabled:
+            return "the account is disabled";
+        case kUserExpired:
+            return "the account has expired";
+        default:
+            return "the user may not log in from this address";
+    }
+}
+
+/// An address for messages.
+std::string shown(const LoginOrigin& origin) {
+    return origin.address.empty() ? "this process" : origin.address;
+}
+
+}  // namespace
+
+struct CorbaSecurityMgr::State {
+    NS_CORBA::LiveLogins live;
+    LoginThrottle throttle;
+    AccountWatch watch{live, throttle};
+
+    unsigned long check(const char* operation, const std::string& user, const std::string& password,
+                        UserAccount& account);
+    void countFailure(const char* operation, const std::string& user, const LoginOrigin& origin,
+                      UserDatabase& database);
+};
+
 /// Checks a password against the database as it is now: opened each time, so that a file that was damaged,
 /// locked or replaced is good again as soon as it is.
-unsigned long checked(const char* operation, const std::string& user, const std::string& password,
-                      UserAccount& account) {
+unsigned long CorbaSecurityMgr::State::check(const char* operation, const std::string& user,
+                                             const std::string& password, UserAccount& account) {
+    const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
+    const LoginOrigin origin = originOf(peer);
+    if (throttle.refuses(user, origin, std::chrono::steady_clock::now())) {
+        GetTss()->Set(kFile, "unknown", __LINE__);
+        TaDebugWithPara(1,
+                        "[CorbaSecurityMgr::%s] A log-in from %s is refused unchecked after wrong passwords",
+                        operation, shown(origin).c_str());
+        return kUserLockedOut;
+    }
     try {
         UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
         std::optional<UserAccount> found = database.authenticate(user, password, configuredHashCost());
-        if (!found)
+        if (!found) {
+            countFailure(operation, user, origin, database);
             return kWrongPassword;
-        if (!found->enabled)
-            return kUserDisabled;
+        }
+        if (const unsigned long code = refusalOf(*found, peer); code != 0) {
+            GetTss()->Set(kFile, "unknown", __LINE__);
+            TaDebugWithPara(1, "[CorbaSecurityMgr::%s] User \"%s\" from %s is refused: %s", operation,
+                            found->name.c_str(), shown(origin).c_str(), reasonOf(code));
+            return code;
+        }
+        throttle.succeeded(user, origin, std::chrono::steady_clock::now());
         account = std::move(*found);
         return 0;
     } catch (const std::exception& failure) {
@@ -53,17 +134,18 @@ unsigned long checked(const char* operation, const std::string& user, const std:
     return kUserDatabaseUnusable;
 }
 
-}  // namespace
-
-struct CorbaSecurityMgr::State {
-    struct LiveLogin {
-        std::int64_t userId = 0;
-        std::size_t count = 0;
-    };
-
-    mutable std::mutex mutex;                                       // never held while a password is checked
-    std::map<std::pair<std::string, std::string>, LiveLogin> live;  // by user and host info; guarded by mutex
-};
+void CorbaSecurityMgr::State::countFailure(const char* operation, const std::string& user,
+                                           const LoginOrigin& origin, UserDatabase& database) {
+    const std::optional<std::chrono::seconds> lockout =
+        throttle.failed(user, origin, std::chrono::steady_clock::now(), configuredLimits());
+    if (!lockout)
+        return;
+    // what no user is called may be a password that was typed in the wrong place
+    const std::string name = database.find(user) ? "user \"" + user + "\"" : "an unknown user";
+    GetTss()->Set(kFile, "unknown", __LINE__);
+    TaTrace("[CorbaSecurityMgr::%s] Too many wrong passwords: %s is locked out at %s for %lld s", operation,
+            name.c_str(), shown(origin).c_str(), static_cast<long long>(lockout->count()));
+}
 
 CorbaSecurityMgr::CorbaSecurityMgr() : state_(std::make_unique<State>()) {}
 CorbaSecurityMgr::~CorbaSecurityMgr() = default;
@@ -86,6 +168,7 @@ bool CorbaSecurityMgr::Init() {
                 "[CorbaSecurityMgr::Init] There is no NMS user yet; make the first with: kelpctl user add "
                 "NAME");
         }
+        state_->watch.start();
         return true;
     } catch (const std::exception& failure) {
         traceUnusable("Init", failure);
@@ -93,31 +176,30 @@ bool CorbaSecurityMgr::Init() {
     return false;
 }
 
-void CorbaSecurityMgr::ExitThread() {}
+void CorbaSecurityMgr::ExitThread() {
+    state_->watch.stop();
+}
 
 unsigned long CorbaSecurityMgr::Login(const std::string& hostInfo, const std::string& user,
                                       const std::string& password) {
     UserAccount account;
-    if (const unsigned long code = checked("Login", user, password, account); code != 0)
+    if (const unsigned long code = state_->check("Login", user, password, account); code != 0)
         return code;
-    const std::lock_guard guard(state_->mutex);
-    State::LiveLogin& login = state_->live[{user, hostInfo}];
-    login.userId = account.id;
-    ++login.count;
+    state_->live.enter({user, hostInfo}, account);
     return 0;
 }
 
-unsigned long CorbaSecurityMgr::checkLogin(const std::string&, const std::string& user,
+unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const std::string& user,
                                            const std::string& password) {
     UserAccount account;
-    return checked("checkLogin", user, password, account);
+    if (const unsigned long code = state_->check("checkLogin", user, password, account); code != 0)
+        return code;
+    state_->live.renew({user, hostInfo}, account);
+    return 0;
 }
 
 void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& user) {
-    const std::lock_guard guard(state_->mutex);
-    const auto found = state_->live.find({user, hostInfo});
-    if (found != state_->live.end() && --found->second.count == 0)
-        state_->live.erase(found);
+    state_->live.leave({user, hostInfo});
 }
 
 int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
@@ -125,12 +207,8 @@ int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
         sessionName, kUserNameTag, kUserNameEndTag, static_cast<int>(kUserNameTag.size()));
     if (user.empty())
         return kUnknownUser;
-    {
-        const std::lock_guard guard(state_->mutex);
-        const auto found = state_->live.lower_bound({user, std::string()});
-        if (found != state_->live.end() && found->first.first == user)
-            return userNumber(found->second.userId);
-    }
+    if (const std::optional<std::int64_t> id = state_->live.userId(user))
+        return userNumber(*id);
     try {
         UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
         const std::optional<UserAccount> account = database.find(user);
@@ -142,9 +220,7 @@ int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
 }
 
 std::size_t CorbaSecurityMgr::LiveLogins(const std::string& hostInfo, const std::string& user) const {
-    const std::lock_guard guard(state_->mutex);
-    const auto found = state_->live.find({user, hostInfo});
-    return found != state_->live.end() ? found->second.count : 0;
+    return state_->live.count({user, hostInfo});
 }
 
 }  // namespace NS_CORBA

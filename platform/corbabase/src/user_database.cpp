@@ -10,34 +10,24 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
+#include "oss_networks.h"
 #include "password_hash.h"
 #include "user_name.h"
+#include "user_schema.h"
 
 namespace NS_CORBA {
 
 namespace {
 
 constexpr int kBusyTimeoutMs = 2000;
-constexpr int kSchemaVersion = 1;
-/// "KUSR" in the file's header (PRAGMA application_id): another program's database is not taken for ours.
-constexpr int kApplicationId = 0x4B555352;
-
-constexpr const char* kSchema = R"(
-CREATE TABLE user (
-    id INTEGER PRIMARY KEY AUTOINCREMENT,
-    name TEXT NOT NULL UNIQUE,
-    password_hash TEXT NOT NULL,
-    enabled INTEGER NOT NULL DEFAULT 1,
-    created_utc INTEGER NOT NULL,
-    password_changed_utc INTEGER NOT NULL
-) STRICT;
-)";
 
 constexpr const char* kSelect =
-    "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash FROM user";
+    "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash, expires_utc, networks, "
+    "password_number, unlocks FROM user";
 
 std::int64_t nowUtc() {
     return std::chrono::duration_cast<std::chrono::seconds>(
@@ -71,7 +61,25 @@ UserAccount accountOf(SQLite::Statement& row) {
     account.enabled = row.getColumn(2).getInt() != 0;
     account.createdUtc = row.getColumn(3).getInt64();
     account.passwordChangedUtc = row.getColumn(4).getInt64();
+    if (!row.getColumn(6).isNull())
+        account.expiresUtc = row.getColumn(6).getInt64();
+    std::istringstream networks(row.getColumn(7).getString());
+    for (std::string network; networks >> network;)
+        account.networks.push_back(network);
+    account.passwordNumber = row.getColumn(8).getInt64();
+    account.unlocks = row.getColumn(9).getInt64();
     return account;
+}
+
+/// As one text. Throws std::runtime_error that names an entry that is no network.
+std::string joinedNetworks(const std::vector<std::string>& networks) {
+    std::string whyNot;
+    if (!OssNetworks().parse(networks, whyNot))
+        throw std::runtime_error(whyNot);
+    std::string joined;
+    for (const std::string& network : networks)
+        joined += (joined.empty() ? "" : " ") + network;
+    return joined;
 }
 
 void requireUsablePassword(const std::string& password) {
@@ -96,9 +104,8 @@ struct UserDatabase::State {
     explicit State(const std::filesystem::path& file)
         : path(file), database(file.string(), SQLite::OPEN_READWRITE, kBusyTimeoutMs) {}
 
-    void prepareSchema();
-    void checkSchema();
     void changeOne(SQLite::Statement& statement, const std::string& name);
+    void spendCheck(const std::string& password, const HashCost& cost);
 };
 
 namespace {
@@ -129,14 +136,6 @@ auto translated(const std::filesystem::path& file, Body body) {
     }
 }
 
-int pragma(SQLite::Database& database, const char* name) {
-    return database.execAndGet(std::string("PRAGMA ") + name).getInt();
-}
-
-bool hasTables(SQLite::Database& database) {
-    return database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() > 0;
-}
-
 }  // namespace
 
 UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
@@ -147,35 +146,12 @@ UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
     translated(file, [&] {
         state_ = std::make_unique<State>(file);
         if (missing == Missing::IsMade)
-            state_->prepareSchema();
-        state_->checkSchema();
+            makeUserSchema(state_->database);
+        updateUserSchema(state_->database, file);
     });
 }
 
 UserDatabase::~UserDatabase() = default;
-
-void UserDatabase::State::prepareSchema() {
-    if (pragma(database, "user_version") != 0)
-        return;
-    // two programs may find the file empty at the same moment: the second looks again inside its transaction
-    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    if (pragma(database, "user_version") != 0 || hasTables(database))
-        return;
-    database.exec(kSchema);
-    database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
-    database.exec("PRAGMA user_version = " + std::to_string(kSchemaVersion));
-    transaction.commit();
-}
-
-void UserDatabase::State::checkSchema() {
-    if (pragma(database, "application_id") != kApplicationId)
-        throw std::runtime_error(path.string() + " is not a user database");
-    const int version = pragma(database, "user_version");
-    if (version != kSchemaVersion)
-        throw std::runtime_error("user database " + path.string() + " has schema version " +
-                                 std::to_string(version) + "; this program knows version " +
-                                 std::to_string(kSchemaVersion));
-}
 
 void UserDatabase::State::changeOne(SQLite::Statement& statement, const std::string& name) {
     if (statement.exec() == 0)
@@ -204,9 +180,9 @@ void UserDatabase::setPassword(const std::string& name, const std::string& passw
     requireUsablePassword(password);
     const std::string hash = hashOfPassword(password, cost);
     translated(state_->path, [&] {
-        SQLite::Statement update(
-            state_->database,
-            "UPDATE user SET password_hash = ?2, password_changed_utc = ?3 WHERE name = ?1");
+        SQLite::Statement update(state_->database,
+                                 "UPDATE user SET password_hash = ?2, password_changed_utc = ?3, "
+                                 "password_number = password_number + 1 WHERE name = ?1");
         update.bind(1, name);
         update.bind(2, hash);
         update.bind(3, nowUtc());
@@ -219,6 +195,34 @@ void UserDatabase::setEnabled(const std::string& name, bool enabled) {
         SQLite::Statement update(state_->database, "UPDATE user SET enabled = ?2 WHERE name = ?1");
         update.bind(1, name);
         update.bind(2, enabled ? 1 : 0);
+        state_->changeOne(update, name);
+    });
+}
+
+void UserDatabase::setExpiry(const std::string& name, std::optional<std::int64_t> expiresUtc) {
+    translated(state_->path, [&] {
+        SQLite::Statement update(state_->database, "UPDATE user SET expires_utc = ?2 WHERE name = ?1");
+        update.bind(1, name);
+        if (expiresUtc)
+            update.bind(2, *expiresUtc);
+        state_->changeOne(update, name);
+    });
+}
+
+void UserDatabase::setNetworks(const std::string& name, const std::vector<std::string>& networks) {
+    const std::string joined = joinedNetworks(networks);
+    translated(state_->path, [&] {
+        SQLite::Statement update(state_->database, "UPDATE user SET networks = ?2 WHERE name = ?1");
+        update.bind(1, name);
+        update.bind(2, joined);
+        state_->changeOne(update, name);
+    });
+}
+
+void UserDatabase::unlock(const std::string& name) {
+    translated(state_->path, [&] {
+        SQLite::Statement update(state_->database, "UPDATE user SET unlocks = unlocks + 1 WHERE name = ?1");
+        update.bind(1, name);
         state_->changeOne(update, name);
     });
 }
@@ -266,7 +270,7 @@ std::optional<UserAccount> UserDatabase::authenticate(const std::string& name, c
     const bool isTooLong = password.size() > kPasswordBytesMax;
     const std::string& tried = isTooLong ? password.substr(0, kPasswordBytesMax) : password;
     if (!account) {
-        spendPasswordCheck(tried, cost);
+        state_->spendCheck(tried, cost);
         return std::nullopt;
     }
     if (!isPasswordOf(hash, tried) || isTooLong)
@@ -274,9 +278,30 @@ std::optional<UserAccount> UserDatabase::authenticate(const std::string& name, c
     return account;
 }
 
+void UserDatabase::State::spendCheck(const std::string& password, const HashCost& cost) {
+    // against somebody's hash, which may be of another cost than is configured now
+    const std::string hash = translated(path, [&]() -> std::string {
+        SQLite::Statement query(database, "SELECT password_hash FROM user ORDER BY id LIMIT 1");
+        return query.executeStep() ? query.getColumn(0).getString() : std::string();
+    });
+    if (hash.empty())
+        spendPasswordCheck(password, cost);
+    else
+        (void)isPasswordOf(hash, password);
+}
+
 bool UserDatabase::passwordMatches(const std::string& name, const std::string& password,
                                    const HashCost& cost) {
     return authenticate(name, password, cost).has_value();
+}
+
+std::int64_t UserDatabase::dataVersion() {
+    return translated(state_->path,
+                      [&] { return state_->database.execAndGet("PRAGMA data_version").getInt64(); });
+}
+
+void UserDatabase::setPatience(std::chrono::milliseconds patience) {
+    translated(state_->path, [&] { state_->database.setBusyTimeout(static_cast<int>(patience.count())); });
 }
 
 std::filesystem::path userDatabaseFile() {

@@ -6,8 +6,6 @@ namespace NS_CORBA {
 
 namespace {
 
-constexpr std::size_t kNameBytesMax = 64;
-
 /// The code point that begins at `at`, which moves behind it; -1 for bytes that are no well-formed UTF-8 (RFC
 /// 3629).
 long nextCodePoint(const std::string& text, std::size_t& at) {

@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <atomic>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -36,10 +37,12 @@ class PolledListener {
 };
 
 /// Passes bytes between its own port and another one until it is killed; then connections break and the port
-/// is closed, as with a process that has died.
+/// is closed, as with a process that has died. To the other end they come from `source`, any address of
+/// 127.0.0.0/8.
 class TcpRelay : public PolledListener {
   public:
-    explicit TcpRelay(std::uint16_t target) : target_(target), thread_([this] { run(); }) {}
+    explicit TcpRelay(std::uint16_t target, std::string source = "127.0.0.1")
+        : target_(target), source_(std::move(source)), thread_([this] { run(); }) {}
     ~TcpRelay() { kill(); }
 
     void kill() {
@@ -52,7 +55,7 @@ class TcpRelay : public PolledListener {
     void run() {
         while (!stopped_) {
             if (isReady(listener_))
-                pairs_.emplace_back(accept(), connectTo(target_));
+                pairs_.emplace_back(accept(), connectTo(target_, source_.c_str()));
             for (auto& [client, server] : pairs_) {
                 pass(client, server);
                 pass(server, client);
@@ -74,6 +77,7 @@ class TcpRelay : public PolledListener {
     }
 
     std::uint16_t target_;
+    std::string source_;
     std::vector<std::pair<Socket, Socket>> pairs_;
     std::thread thread_;
 };

@@ -154,6 +154,9 @@ TEST_F(UserDatabaseTest, ChangingAnUnknownUserFails) {
     EXPECT_EQ(failureOf([&] { database.setEnabled("nobody", true); }), unknown);
     EXPECT_EQ(failureOf([&] { database.setPassword("nobody", "secret", kCheap); }), unknown);
     EXPECT_EQ(failureOf([&] { database.remove("nobody"); }), unknown);
+    EXPECT_EQ(failureOf([&] { database.setExpiry("nobody", 1); }), unknown);
+    EXPECT_EQ(failureOf([&] { database.setNetworks("nobody", {}); }), unknown);
+    EXPECT_EQ(failureOf([&] { database.unlock("nobody"); }), unknown);
 }
 
 TEST_F(UserDatabaseTest, NoNameIsGivenTwice) {
@@ -255,7 +258,98 @@ TEST_F(UserDatabaseTest, ASchemaOfAnotherVersionIsRefused) {
         raw.exec("PRAGMA user_version = 7");
     }
     EXPECT_EQ(openingFailure(),
-              "user database " + file.string() + " has schema version 7; this program knows version 1");
+              "user database " + file.string() + " has schema version 7; this program knows version 2");
+}
+
+TEST_F(UserDatabaseTest, ADatabaseOfTheFirstVersionKeepsItsAccountsAndGetsTheRest) {
+    std::string hash;
+    {
+        UserDatabase database(folder.path() / "other.db");
+        database.add("nms1", "secret", kCheap);
+        hash = SQLite::Database((folder.path() / "other.db").string())
+                   .execAndGet("SELECT password_hash FROM user")
+                   .getString();
+    }
+    {
+        SQLite::Database old(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        old.exec(R"(CREATE TABLE user (
+            id INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL UNIQUE, password_hash TEXT NOT NULL,
+            enabled INTEGER NOT NULL DEFAULT 1, created_utc INTEGER NOT NULL,
+            password_changed_utc INTEGER NOT NULL) STRICT;
+            PRAGMA application_id = 1263883090; PRAGMA user_version = 1)");
+        old.exec("INSERT INTO user VALUES (17, 'nms1', '" + hash + "', 0, 1000, 2000)");
+    }
+    UserDatabase database(file, UserDatabase::Missing::IsAnError);
+    const std::optional<UserAccount> account = database.authenticate("nms1", "secret", kCheap);
+    ASSERT_TRUE(account);
+    EXPECT_EQ(account->id, 17);
+    EXPECT_FALSE(account->enabled);
+    EXPECT_EQ(account->createdUtc, 1000);
+    EXPECT_EQ(account->passwordChangedUtc, 2000);
+    EXPECT_EQ(account->expiresUtc, std::nullopt);
+    EXPECT_TRUE(account->networks.empty());
+    database.setNetworks("nms1", {"10.0.0.0/8"});
+    UserDatabase again(file);
+    EXPECT_EQ(again.find("nms1")->networks.size(), 1u);
+}
+
+TEST_F(UserDatabaseTest, TwoProgramsMayBringItUpToDateAtOnce) {
+    for (int round = 0; round < 20; ++round) {
+        std::filesystem::remove(file);
+        { UserDatabase(file).add("nms1", "secret", kCheap); }
+        {
+            SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
+            for (const char* column : {"expires_utc", "networks", "password_number", "unlocks"})
+                raw.exec(std::string("ALTER TABLE user DROP COLUMN ") + column);
+            raw.exec("PRAGMA user_version = 1");
+        }
+        const auto open = [this] { return openingFailure(); };
+        std::future<std::string> one = std::async(std::launch::async, open);
+        EXPECT_EQ(open(), "");
+        EXPECT_EQ(one.get(), "");
+        EXPECT_TRUE(UserDatabase(file).find("nms1"));
+    }
+}
+
+TEST_F(UserDatabaseTest, KeepsExpiryAndNetworks) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    EXPECT_FALSE(database.find("nms1")->isExpired(1'800'000'000));
+    database.setExpiry("nms1", 1'800'000'000);
+    EXPECT_FALSE(database.find("nms1")->isExpired(1'799'999'999));
+    EXPECT_TRUE(database.find("nms1")->isExpired(1'800'000'000));
+    database.setExpiry("nms1", std::nullopt);
+    EXPECT_EQ(database.find("nms1")->expiresUtc, std::nullopt);
+    const std::vector<std::string> networks = {"10.0.0.0/8", "192.168.1.1", "2001:db8::/32"};
+    database.setNetworks("nms1", networks);
+    EXPECT_EQ(database.find("nms1")->networks, networks);
+    EXPECT_EQ(failureOf([&] {
+                  database.setNetworks("nms1", {"10.0.0.0/8", "nonsense"});
+              }),
+              "\"nonsense\" is neither an IPv4 nor an IPv6 network");
+    EXPECT_EQ(database.find("nms1")->networks, networks);
+    database.setNetworks("nms1", {});
+    EXPECT_TRUE(database.find("nms1")->networks.empty());
+}
+
+TEST_F(UserDatabaseTest, EveryNewPasswordHasANumberOfItsOwn) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    const std::int64_t first = database.find("nms1")->passwordNumber;
+    database.setPassword("nms1", "secret", kCheap);
+    EXPECT_GT(database.find("nms1")->passwordNumber, first);
+}
+
+TEST_F(UserDatabaseTest, AnUnknownUserCostsAHashAtTheStoredCostElseAtTheConfiguredOne) {
+    // a cost that no hash can have shows which one is computed
+    constexpr HashCost kImpossible{1, 1};
+    UserDatabase database(file);
+    EXPECT_NE(failureOf([&] { database.authenticate("nobody", "secret", kImpossible); }), "");
+    database.add("nms1", "secret", HashCost{16, 2});
+    EXPECT_EQ(failureOf([&] { EXPECT_FALSE(database.authenticate("nobody", "secret", kImpossible)); }), "");
+    SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
+    raw.exec("UPDATE user SET password_hash = ''");
+    EXPECT_NE(failureOf([&] { database.authenticate("nobody", "secret", kImpossible); }), "");
 }
 
 TEST_F(UserDatabaseTest, AnEmptyFileBecomesADatabase) {
@@ -320,7 +414,10 @@ TEST_F(UserDatabaseTest, AnotherProcesssChangesAreSeenAtOnce) {
     UserDatabase tool(file);
     tool.add("nms1", "secret", kCheap);
     EXPECT_TRUE(agent.passwordMatches("nms1", "secret", kCheap));
+    const std::int64_t version = agent.dataVersion();
+    EXPECT_EQ(agent.dataVersion(), version);
     tool.setEnabled("nms1", false);
+    EXPECT_NE(agent.dataVersion(), version);
     EXPECT_FALSE(agent.find("nms1")->enabled);
 }
 

@@ -85,6 +85,8 @@ TEST_F(UserCommands, ListSpeaksJson) {
     ASSERT_EQ(users.size(), 1u);
     EXPECT_EQ(users[0].at("name"), "nms1");
     EXPECT_EQ(users[0].at("enabled"), false);
+    EXPECT_EQ(users[0].at("state"), "disabled");
+    EXPECT_TRUE(users[0].at("expires").is_null());
     EXPECT_GT(users[0].at("id").get<int>(), 0);
     EXPECT_EQ(users[0].at("created").get<std::string>().size(), std::string("2025-03-01T12:00:00Z").size());
     EXPECT_EQ(run.output.find("argon2"), std::string::npos);
@@ -113,6 +115,55 @@ TEST_F(UserCommands, DisableAndEnableSwitchTheAccount) {
     EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->enabled);
 }
 
+TEST_F(UserCommands, ExpireSaysWhenTheAccountEnds) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    const auto expiry = [this] { return NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc; };
+    EXPECT_EQ(expiry(), std::nullopt);
+    EXPECT_EQ(kelpctl("user expire nms1 2100-03-01").output,
+              "user \"nms1\" expires at 2100-03-01T00:00:00Z\n");
+    EXPECT_EQ(expiry(), 4107542400);
+    EXPECT_EQ(kelpctl("user expire nms1 2100-03-01T00:01:00Z").status, 0);
+    EXPECT_EQ(expiry(), 4107542460);
+    EXPECT_NE(kelpctl("user list").output.find("2100-03-01T00:01:00Z"), std::string::npos);
+    EXPECT_EQ(kelpctl("user expire nms1 now").status, 0);
+    EXPECT_NE(kelpctl("user list").output.find("nms1  expired"), std::string::npos);
+    EXPECT_EQ(kelpctl("user expire nms1 never").output, "user \"nms1\" never expires\n");
+    EXPECT_EQ(expiry(), std::nullopt);
+    EXPECT_NE(kelpctl("user list").output.find("nms1  enabled"), std::string::npos);
+}
+
+TEST_F(UserCommands, ATimeThatIsNoneIsRefused) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    for (const char* time : {"soon", "2100-02-30", "2100-13-01", "2100-03-01T24:60:00Z", "2100-03-01 12:00",
+                             "2100-03-01T12:00:00", ""}) {
+        const ToolRun run = kelpctl(std::string("user expire nms1 ") + "'" + time + "'");
+        EXPECT_TRUE(run.failedWith(1, "is no time")) << time << ": " << run;
+    }
+    EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc, std::nullopt);
+}
+
+TEST_F(UserCommands, NetworksSayWhereTheUserMayLogInFrom) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    EXPECT_NE(kelpctl("user list").output.find("  any\n"), std::string::npos);
+    EXPECT_EQ(kelpctl("user networks nms1 10.1.0.0/16 2001:db8::/32").output,
+              "user \"nms1\" may log in from: 10.1.0.0/16 2001:db8::/32\n");
+    EXPECT_NE(kelpctl("user list").output.find("  10.1.0.0/16 2001:db8::/32\n"), std::string::npos);
+    EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("networks").size(), 2u);
+    const ToolRun run = kelpctl("user networks nms1 10.1.0.0/33");
+    EXPECT_TRUE(run.failedWith(1, "\"10.1.0.0/33\" needs a prefix length from 0 to 32")) << run;
+    EXPECT_TRUE(kelpctl("user networks nms1 nms.example").failedWith(1, "neither an IPv4 nor an IPv6"));
+    EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->networks.size(), 2u);
+    EXPECT_EQ(kelpctl("user networks nms1 any").output, "user \"nms1\" may log in from: any\n");
+    EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->networks.empty());
+}
+
+TEST_F(UserCommands, UnlockTellsTheHost) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    const std::int64_t before = NS_CORBA::UserDatabase(database).find("nms1")->unlocks;
+    EXPECT_EQ(kelpctl("user unlock nms1").output, "user \"nms1\" unlocked\n");
+    EXPECT_GT(NS_CORBA::UserDatabase(database).find("nms1")->unlocks, before);
+}
+
 TEST_F(UserCommands, RemoveTakesTheUserOut) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     EXPECT_EQ(kelpctl("user remove nms1").status, 0);
@@ -122,14 +173,16 @@ TEST_F(UserCommands, RemoveTakesTheUserOut) {
 TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     for (const char* command :
-         {"disable nobody", "enable nobody", "remove nobody", "passwd nobody --password-file pw"}) {
+         {"disable nobody", "enable nobody", "remove nobody", "passwd nobody --password-file pw",
+          "expire nobody never", "networks nobody any", "unlock nobody"}) {
         const ToolRun run = kelpctl(std::string("user ") + command);
         EXPECT_TRUE(run.failedWith(1, "there is no user \"nobody\"")) << command << ": " << run;
     }
 }
 
 TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
-    for (const char* command : {"list", "disable nms1", "enable nms1", "remove nms1"}) {
+    for (const char* command : {"list", "disable nms1", "enable nms1", "remove nms1", "expire nms1 now",
+                                "networks nms1 any", "unlock nms1"}) {
         const ToolRun run = kelpctl(std::string("user ") + command);
         EXPECT_TRUE(run.failedWith(1, "users.db does not exist")) << command << ": " << run;
     }

@@ -11,15 +11,28 @@ namespace NS_CORBA {
 inline constexpr unsigned long kWrongPassword = 0x048FFFA3;  ///< also for an unknown user
 inline constexpr unsigned long kUserDisabled = 0x048FFFA4;
 inline constexpr unsigned long kUserDatabaseUnusable = 0x048FFFA5;
+inline constexpr unsigned long kUserLockedOut = 0x048FFFA6;  ///< also for an unknown user
+inline constexpr unsigned long kUserExpired = 0x048FFFA7;
+inline constexpr unsigned long kAddressNotAllowed = 0x048FFFA8;  ///< this user may not log in from there
 
 /// NMS users and who of them is logged in from where. Accounts live in an SQLite database with Argon2id
-/// password hashes; live log-ins in memory. Callable from any thread.
+/// password hashes; live log-ins and failed ones in memory. Callable from any thread.
+///
+/// Where a log-in comes from is the peer of the connection of the request in hand, whatever `hostInfo` says.
+/// After `[security] lockout_failures` wrong passwords a user is locked out at that address and refused
+/// before any password is hashed. That an account is disabled, has expired or may not be used from that
+/// address is told only to somebody with the right password.
+///
+/// Between Init and ExitThread light event 119 (user state change) is raised, within a second, for each live
+/// log-in whose user was disabled or removed, got another password or has expired, whichever process wrote
+/// that. It is raised again, with growing pauses, until Logout ends the log-in.
 class KELP_EXPORT CorbaSecurityMgr {
   public:
     static CorbaSecurityMgr* Instance();
     static void Destroy();
 
-    /// Opens (creating it when missing) the user database. False, traced with the reason, when that fails.
+    /// Opens (creating it when missing) the user database and starts the manager's thread. False, traced with
+    /// the reason, when that fails.
     bool Init();
     /// Ends the manager's threads. Logout goes on working.
     void ExitThread();
@@ -27,7 +40,8 @@ class KELP_EXPORT CorbaSecurityMgr {
     /// Checks the password and enters one live log-in. `hostInfo` is the NMS's "address:port". 0, or a
     /// refusing code.
     unsigned long Login(const std::string& hostInfo, const std::string& user, const std::string& password);
-    /// Checks the password of a user who is logged in already; enters nothing. 0, or a refusing code.
+    /// Checks the password of a user who is logged in already; enters nothing. The live log-in goes on under
+    /// the password given. 0, or a refusing code.
     unsigned long checkLogin(const std::string& hostInfo, const std::string& user,
                              const std::string& password);
     /// Ends one live log-in; unknown ones are ignored.

@@ -2,6 +2,7 @@
 
 #include <kelp/util/export.h>
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -18,6 +19,13 @@ struct KELP_EXPORT UserAccount {
     bool enabled = true;
     std::int64_t createdUtc = 0;  ///< seconds since the epoch
     std::int64_t passwordChangedUtc = 0;
+    std::optional<std::int64_t> expiresUtc;  ///< from when on the account is no longer valid; none: never
+    /// Networks that the user may log in from, "address" or "address/prefix length"; empty: any.
+    std::vector<std::string> networks;
+    std::int64_t passwordNumber = 0;  ///< grows with every new password
+    std::int64_t unlocks = 0;         ///< grows each time the operator takes lock-outs back
+
+    bool isExpired(std::int64_t nowUtc) const { return expiresUtc && *expiresUtc <= nowUtc; }
 };
 
 /// Cost of one Argon2id hash.
@@ -44,15 +52,27 @@ class KELP_EXPORT UserDatabase {
     void add(const std::string& name, const std::string& password, const HashCost& cost);
     void setPassword(const std::string& name, const std::string& password, const HashCost& cost);
     void setEnabled(const std::string& name, bool enabled);
+    /// From when on the account is no longer valid, in seconds since the epoch; none: never.
+    void setExpiry(const std::string& name, std::optional<std::int64_t> expiresUtc);
+    /// The networks that the user may log in from, IPv4 and IPv6; empty: any. An IPv4 network also holds
+    /// peers that are seen as IPv4-mapped IPv6.
+    void setNetworks(const std::string& name, const std::vector<std::string>& networks);
+    /// Tells the agent to take the user's lock-outs back.
+    void unlock(const std::string& name);
     void remove(const std::string& name);
     std::vector<UserAccount> list();
     std::optional<UserAccount> find(const std::string& name);
-    /// The account if the password is right, disabled or not. Compares in constant time; an unknown user
-    /// costs the same time. `cost` is that of the hashes stored.
+    /// The account if the password is right, whatever state it is in. Compares in constant time; an unknown
+    /// user costs what the first of the known ones does, and a hash of `cost` when there is none.
     std::optional<UserAccount> authenticate(const std::string& name, const std::string& password,
                                             const HashCost& cost);
     /// authenticate() as a question.
     bool passwordMatches(const std::string& name, const std::string& password, const HashCost& cost);
+
+    /// A number that is another one after somebody else has changed the database (PRAGMA data_version).
+    std::int64_t dataVersion();
+    /// How long this object waits for a locked file from now on.
+    void setPatience(std::chrono::milliseconds patience);
 
   private:
     struct State;

@@ -1,0 +1,100 @@
+#include "live_logins.h"
+
+#include <algorithm>
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr std::chrono::milliseconds kFirstPause{300};
+constexpr std::chrono::milliseconds kLongestPause{30000};
+
+}  // namespace
+
+LiveLogins::Login LiveLogins::loginOf(const UserAccount& account) {
+    Login login;
+    login.userId = account.id;
+    login.passwordNumber = account.passwordNumber;
+    login.expiresUtc = account.expiresUtc;
+    return login;
+}
+
+void LiveLogins::enter(const Key& key, const UserAccount& account) {
+    const std::lock_guard guard(mutex_);
+    live_[key].push_back(loginOf(account));
+    entered_ = true;
+}
+
+void LiveLogins::renew(const Key& key, const UserAccount& account) {
+    const std::lock_guard guard(mutex_);
+    const auto found = live_.find(key);
+    if (found == live_.end())
+        return;
+    std::fill(found->second.begin(), found->second.end(), loginOf(account));
+    entered_ = true;
+}
+
+void LiveLogins::leave(const Key& key) {
+    const std::lock_guard guard(mutex_);
+    const auto found = live_.find(key);
+    if (found == live_.end())
+        return;
+    found->second.pop_front();
+    if (found->second.empty())
+        live_.erase(found);
+}
+
+std::size_t LiveLogins::count(const Key& key) const {
+    const std::lock_guard guard(mutex_);
+    const auto found = live_.find(key);
+    return found != live_.end() ? found->second.size() : 0;
+}
+
+std::optional<std::int64_t> LiveLogins::userId(const std::string& user) const {
+    const std::lock_guard guard(mutex_);
+    const auto found = live_.lower_bound({user, std::string()});
+    if (found == live_.end() || found->first.user != user)
+        return std::nullopt;
+    return found->second.front().userId;
+}
+
+bool LiveLogins::takeEntered() {
+    const std::lock_guard guard(mutex_);
+    return std::exchange(entered_, false);
+}
+
+void LiveLogins::compare(const std::vector<UserAccount>& accounts) {
+    std::map<std::string, const UserAccount*> byName;
+    for (const UserAccount& account : accounts)
+        byName[account.name] = &account;
+    const std::lock_guard guard(mutex_);
+    for (auto& [key, logins] : live_) {
+        const auto found = byName.find(key.user);
+        const UserAccount* const account = found != byName.end() ? found->second : nullptr;
+        for (Login& login : logins) {
+            if (account == nullptr || !account->enabled || account->id != login.userId ||
+                account->passwordNumber != login.passwordNumber)
+                login.isInvalid = true;
+            else
+                login.expiresUtc = account->expiresUtc;
+        }
+    }
+}
+
+std::vector<LiveLogins::Key> LiveLogins::invalid(std::int64_t nowUtc, Time now) {
+    std::vector<Key> told;
+    const std::lock_guard guard(mutex_);
+    for (auto& [key, logins] : live_) {
+        for (Login& login : logins) {
+            login.isInvalid = login.isInvalid || (login.expiresUtc && *login.expiresUtc <= nowUtc);
+            if (!login.isInvalid || now < login.tellNext)
+                continue;
+            login.pause = std::clamp(2 * login.pause, kFirstPause, kLongestPause);
+            login.tellNext = now + login.pause;
+            told.push_back(key);
+        }
+    }
+    return told;
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <kelp/corbabase/user_database.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace NS_CORBA {
+
+/// Who is logged in from where, and whose account no longer allows it. Callable from any thread.
+class LiveLogins {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+    /// One log-in: the user's name and the NMS's "address:port".
+    struct Key {
+        std::string user;
+        std::string hostInfo;
+        friend auto operator<=>(const Key&, const Key&) = default;
+    };
+
+    /// Enters a log-in that this account, as it was read for it, allows.
+    void enter(const Key& key, const UserAccount& account);
+    /// The log-ins under the key hold for the account as it is now: its password was given again.
+    void renew(const Key& key, const UserAccount& account);
+    /// Ends the oldest log-in under the key, if there is one.
+    void leave(const Key& key);
+    std::size_t count(const Key& key) const;
+    /// The account's number of somebody who is logged in; none for others.
+    std::optional<std::int64_t> userId(const std::string& user) const;
+
+    /// True once after log-ins were entered: accounts may have changed since theirs was read.
+    bool takeEntered();
+    /// Compares with all accounts that there are. A log-in whose account is gone, disabled or has another
+    /// password is invalid from then on.
+    void compare(const std::vector<UserAccount>& accounts);
+    /// The invalid and expired log-ins that are to be told about now. Those that stay are told about again
+    /// after growing pauses: a session may not have been listed yet when its log-in became invalid.
+    std::vector<Key> invalid(std::int64_t nowUtc, Time now);
+
+  private:
+    struct Login {
+        std::int64_t userId = 0;
+        std::int64_t passwordNumber = 0;
+        std::optional<std::int64_t> expiresUtc;
+        bool isInvalid = false;
+        Time tellNext{};
+        std::chrono::milliseconds pause{0};
+    };
+    static Login loginOf(const UserAccount& account);
+
+    mutable std::mutex mutex_;  // guards both
+    std::map<Key, std::deque<Login>> live_;
+    bool entered_ = false;
+};
+
+}  // namespace NS_CORBA

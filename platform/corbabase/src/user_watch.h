@@ -1,0 +1,50 @@
+#pragma once
+
+#include <kelp/corbabase/user_database.h>
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace NS_CORBA {
+
+/// Notices what other processes write to the user database. It also notices when the file was removed, put
+/// back or replaced, and looks again each time; what stays wrong for a while is traced once. For one thread.
+class UserWatch {
+  public:
+    using Found = std::function<void(const std::vector<UserAccount>&)>;
+
+    /// `found` gets all accounts with the first look and after each change.
+    explicit UserWatch(Found found) : found_(std::move(found)) {}
+
+    /// `again`: the accounts are wanted even if nothing has changed. False when the database cannot be read
+    /// now.
+    bool look(const std::filesystem::path& file, bool again);
+
+  private:
+    struct Identity {
+        ::dev_t device = 0;
+        ::ino_t number = 0;
+        friend bool operator==(const Identity&, const Identity&) = default;
+    };
+    static Identity identityOf(const std::filesystem::path& file);
+    void open(const std::filesystem::path& file);
+    void failed(const std::string& why);
+    void recovered();
+
+    Found found_;
+    std::unique_ptr<UserDatabase> database_;
+    Identity identity_;
+    std::optional<std::int64_t> version_;  ///< of what was found last
+    int failures_ = 0;                     ///< looks in a row
+    std::string traced_;
+};
+
+}  // namespace NS_CORBA

@@ -1,0 +1,145 @@
+// Which live log-ins become invalid, and how often that is told.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "live_logins.h"
+
+using namespace std::chrono_literals;
+using NS_CORBA::LiveLogins;
+using NS_CORBA::UserAccount;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::int64_t kUtc = 1'800'000'000;
+
+class LiveLoginsTest : public testing::Test {
+  protected:
+    LiveLoginsTest() {
+        account.id = 7;
+        account.name = "nms1";
+        live.enter(login, account);
+    }
+    std::vector<LiveLogins::Key> invalid() { return live.invalid(utc, now); }
+
+    const LiveLogins::Key login{"nms1", "10.0.0.1:5000"};
+    UserAccount account;
+    LiveLogins live;
+    std::int64_t utc = kUtc;
+    LiveLogins::Time now{1000h};
+};
+
+TEST_F(LiveLoginsTest, AnUnchangedAccountIsLeftAlone) {
+    live.compare({account});
+    EXPECT_THAT(invalid(), IsEmpty());
+}
+
+TEST_F(LiveLoginsTest, ADisabledAccountIsTold) {
+    account.enabled = false;
+    live.compare({account});
+    EXPECT_THAT(invalid(), ElementsAre(login));
+}
+
+TEST_F(LiveLoginsTest, ARemovedAccountIsToldAlsoWhenItsNameWasGivenAgain) {
+    live.compare({});
+    EXPECT_THAT(invalid(), ElementsAre(login));
+    live.leave(login);
+    live.enter(login, account);
+    account.id = 8;
+    live.compare({account});
+    EXPECT_THAT(invalid(), ElementsAre(login));
+}
+
+TEST_F(LiveLoginsTest, AnotherPasswordIsTold) {
+    account.passwordNumber = 1;
+    live.compare({account});
+    EXPECT_THAT(invalid(), ElementsAre(login));
+}
+
+TEST_F(LiveLoginsTest, ALogInThatGaveTheNewPasswordGoesOn) {
+    account.passwordNumber = 1;
+    live.renew(login, account);
+    live.compare({account});
+    EXPECT_THAT(invalid(), IsEmpty());
+    EXPECT_EQ(live.count(login), 1u);
+}
+
+TEST_F(LiveLoginsTest, RenewingEntersNothing) {
+    const LiveLogins::Key other{"nms1", "10.0.0.2:5000"};
+    live.renew(other, account);
+    EXPECT_EQ(live.count(other), 0u);
+}
+
+TEST_F(LiveLoginsTest, AnAccountThatExpiresIsToldAtItsTime) {
+    account.expiresUtc = kUtc + 10;
+    live.compare({account});
+    EXPECT_THAT(invalid(), IsEmpty());
+    utc = kUtc + 9;
+    EXPECT_THAT(invalid(), IsEmpty());
+    utc = kUtc + 10;
+    EXPECT_THAT(invalid(), ElementsAre(login));
+}
+
+TEST_F(LiveLoginsTest, AnExpiryThatWasTakenBackInTimeIsNotTold) {
+    account.expiresUtc = kUtc + 10;
+    live.compare({account});
+    account.expiresUtc.reset();
+    live.compare({account});
+    utc = kUtc + 20;
+    EXPECT_THAT(invalid(), IsEmpty());
+}
+
+TEST_F(LiveLoginsTest, EveryLogInOfTheUserIsToldAndNobodyElses) {
+    const LiveLogins::Key elsewhere{"nms1", "10.0.0.2:5000"};
+    live.enter(elsewhere, account);
+    live.enter(elsewhere, account);
+    UserAccount other;
+    other.id = 9;
+    other.name = "nms2";
+    live.enter({"nms2", "10.0.0.1:5000"}, other);
+    account.enabled = false;
+    live.compare({account, other});
+    EXPECT_THAT(invalid(), ElementsAre(login, elsewhere, elsewhere));
+}
+
+TEST_F(LiveLoginsTest, ALogInThatStaysIsToldAgainAfterGrowingPauses) {
+    live.compare({});
+    std::vector<std::chrono::milliseconds> times;
+    const LiveLogins::Time start = now;
+    for (; now < start + 200s; now += 100ms) {
+        if (!invalid().empty())
+            times.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(now - start));
+    }
+    EXPECT_THAT(times, ElementsAre(0ms, 300ms, 900ms, 2100ms, 4500ms, 9300ms, 18900ms, 38100ms, 68100ms,
+                                   98100ms, 128100ms, 158100ms, 188100ms));
+}
+
+TEST_F(LiveLoginsTest, ALogInThatHasEndedIsNotTold) {
+    live.compare({});
+    live.leave(login);
+    EXPECT_THAT(invalid(), IsEmpty());
+    live.leave(login);
+    EXPECT_EQ(live.count(login), 0u);
+}
+
+TEST_F(LiveLoginsTest, ANewLogInUnderTheSameNameIsNoneOfTheOldOnesBusiness) {
+    account.enabled = false;
+    live.compare({account});
+    account.enabled = true;
+    live.enter(login, account);
+    live.leave(login);  // the old one ends first
+    live.compare({account});
+    EXPECT_THAT(invalid(), IsEmpty());
+    EXPECT_EQ(live.count(login), 1u);
+}
+
+TEST_F(LiveLoginsTest, ANewLogInAsksForAComparison) {
+    EXPECT_TRUE(live.takeEntered());
+    EXPECT_FALSE(live.takeEntered());
+    live.enter({"nms1", "10.0.0.2:5000"}, account);
+    EXPECT_TRUE(live.takeEntered());
+}
+
+}  // namespace

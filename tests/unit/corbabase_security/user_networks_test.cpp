@@ -1,0 +1,46 @@
+// Which peers lie in a list of networks.
+
+#include <gtest/gtest.h>
+
+#include "oss_networks.h"
+
+using NS_CORBA::OssNetworks;
+
+namespace {
+
+bool holds(const std::vector<std::string>& entries, const std::string& transportText) {
+    OssNetworks networks;
+    std::string whyNot;
+    EXPECT_TRUE(networks.parse(entries, whyNot)) << whyNot;
+    return networks.contains(kelp::orb::parsePeer(transportText));
+}
+
+TEST(UserNetworks, HoldIpv4Peers) {
+    EXPECT_TRUE(holds({"10.1.0.0/16"}, "giop:tcp:10.1.255.3:4000"));
+    EXPECT_FALSE(holds({"10.1.0.0/16"}, "giop:tcp:10.2.0.3:4000"));
+    EXPECT_TRUE(holds({"10.1.0.3"}, "giop:ssl:10.1.0.3:4000"));
+    EXPECT_FALSE(holds({"10.1.0.3"}, "giop:tcp:10.1.0.4:4000"));
+    EXPECT_TRUE(holds({"192.168.0.0/24", "10.0.0.0/8"}, "giop:tcp:10.9.9.9:4000"));
+    EXPECT_TRUE(holds({"0.0.0.0/0"}, "giop:tcp:10.9.9.9:4000"));
+}
+
+TEST(UserNetworks, HoldIpv4PeersSeenAsIpv6) {
+    EXPECT_TRUE(holds({"10.1.0.0/16"}, "giop:tcp:[::ffff:10.1.0.3]:4000"));
+    EXPECT_FALSE(holds({"10.1.0.0/16"}, "giop:tcp:[::ffff:10.2.0.3]:4000"));
+    EXPECT_TRUE(holds({"::ffff:10.1.0.0/112"}, "giop:tcp:10.1.0.3:4000"));
+}
+
+TEST(UserNetworks, HoldIpv6Peers) {
+    EXPECT_TRUE(holds({"2001:db8::/32"}, "giop:tcp:[2001:db8:1::5]:4000"));
+    EXPECT_FALSE(holds({"2001:db8::/32"}, "giop:tcp:[2001:db9::5]:4000"));
+    EXPECT_TRUE(holds({"::1"}, "giop:ssl:[::1]:4000"));
+    EXPECT_FALSE(holds({"::/0"}, "giop:tcp:10.1.0.3:4000")) << "IPv4 peers need an IPv4 network";
+    EXPECT_FALSE(holds({"0.0.0.0/0"}, "giop:tcp:[2001:db8::5]:4000"));
+}
+
+TEST(UserNetworks, HoldNobodyWithoutAnAddress) {
+    EXPECT_FALSE(holds({"0.0.0.0/0", "::/0"}, ""));
+    EXPECT_FALSE(holds({"0.0.0.0/0", "::/0"}, "giop:unix:/tmp/socket"));
+}
+
+}  // namespace

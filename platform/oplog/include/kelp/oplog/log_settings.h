@@ -1,0 +1,31 @@
+#pragma once
+
+#include <kelp/util/export.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+
+namespace kelp::oplog {
+
+/// How long records are kept. Both limits hold; the oldest records go first.
+struct KELP_EXPORT Retention {
+    std::chrono::days age{180};
+    std::uint64_t bytes = 1024u << 20;  ///< of a log's database, without what SQLite has free in it
+};
+
+/// Where a log is and how it behaves.
+struct KELP_EXPORT LogSettings {
+    std::filesystem::path database;
+    Retention retention;
+    std::size_t queueMax = 200000;             ///< records that wait for the disk
+    std::chrono::milliseconds stallMax{2000};  ///< for a place in a full queue; 0 never waits
+};
+
+/// The table [oplog] of the configuration: the operation log, and the security log in a database beside it
+/// ("oplog.db", "oplog-audit.db"), with the same limits.
+KELP_EXPORT LogSettings configuredOperationLog();
+KELP_EXPORT LogSettings configuredSecurityLog();
+
+}  // namespace kelp::oplog

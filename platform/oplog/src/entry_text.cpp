@@ -1,0 +1,76 @@
+#include <kelp/oplog/log_search.h>
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <utility>
+
+namespace kelp::oplog {
+
+namespace {
+
+constexpr std::array kColumns = {"id",         "time",       "user",   "nmsAddress", "peer",
+                                 "operation",  "objectKind", "object", "outcome",    "detail",
+                                 "durationUs", "missing",    "until"};
+
+/// The fields in the order of the columns; what the entry does not have is empty.
+std::array<std::string, kColumns.size()> fieldsOf(const LogEntry& entry) {
+    const bool isGap = entry.missing > 0;
+    return {std::to_string(entry.id),
+            timeText(entry.time),
+            entry.user,
+            entry.nmsAddress,
+            entry.peer,
+            entry.operation,
+            entry.objectKind,
+            entry.object,
+            entry.outcome,
+            entry.detail,
+            entry.duration ? std::to_string(entry.duration->count()) : "",
+            isGap ? std::to_string(entry.missing) : "",
+            isGap ? timeText(entry.until) : ""};
+}
+
+std::string quoted(const std::string& field) {
+    if (field.find_first_of("\",\r\n") == std::string::npos)
+        return field;
+    std::string text = "\"";
+    for (const char each : field)
+        text += each == '"' ? std::string("\"\"") : std::string(1, each);
+    return text + '"';
+}
+
+template <class Fields>
+std::string joined(const Fields& fields) {
+    std::string line;
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        line += (i == 0 ? "" : ",") + quoted(fields[i]);
+    return line;
+}
+
+}  // namespace
+
+std::string csvHeader() {
+    return joined(kColumns);
+}
+
+std::string csvOf(const LogEntry& entry) {
+    return joined(fieldsOf(entry));
+}
+
+std::string jsonOf(const LogEntry& entry) {
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    const auto fields = fieldsOf(entry);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (!fields[i].empty())
+            object[kColumns[i]] = fields[i];
+    }
+    object["id"] = entry.id;
+    if (entry.duration)
+        object["durationUs"] = entry.duration->count();
+    if (entry.missing > 0)
+        object["missing"] = entry.missing;
+    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+}  // namespace kelp::oplog

@@ -1,0 +1,196 @@
+#include "log_file.h"
+
+#include <fcntl.h>
+#include <kelp/util/descriptor.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace kelp::oplog {
+
+namespace {
+
+constexpr int kSchemaVersion = 1;
+constexpr int kReadBusyMs = 2000;
+
+constexpr const char* kSchema = R"(
+CREATE TABLE record (
+    id INTEGER PRIMARY KEY,
+    time_ms INTEGER NOT NULL,
+    user TEXT NOT NULL,
+    nms TEXT NOT NULL,
+    peer TEXT NOT NULL,
+    operation TEXT NOT NULL,
+    object_kind TEXT NOT NULL,
+    object TEXT NOT NULL,
+    outcome TEXT NOT NULL,
+    detail TEXT NOT NULL,
+    duration_us INTEGER,
+    missing INTEGER NOT NULL,
+    until_ms INTEGER NOT NULL,
+    hash TEXT NOT NULL
+) STRICT;
+CREATE INDEX record_time ON record (time_ms);
+CREATE INDEX record_gap ON record (until_ms) WHERE missing > 0;
+CREATE TABLE head (one INTEGER PRIMARY KEY CHECK (one = 1), id INTEGER NOT NULL, hash TEXT NOT NULL) STRICT;
+CREATE TABLE side_file (name TEXT PRIMARY KEY) STRICT;
+)";
+
+/// "KOPL" and "KAUD" in the file's header: another program's database is not taken for ours.
+int applicationId(LogKind kind) {
+    return kind == LogKind::Operations ? 0x4B4F504C : 0x4B415544;
+}
+
+std::string nameOf(LogKind kind) {
+    return kind == LogKind::Operations ? "operation log" : "security log";
+}
+
+std::string systemText(int error) {
+    return std::generic_category().message(error);
+}
+
+void makePrivateFile(const std::filesystem::path& file) {
+    std::error_code error;
+    if (file.has_parent_path())
+        std::filesystem::create_directories(file.parent_path(), error);
+    if (error)
+        throw LogFailure(file.string() + ": cannot make its folder: " + error.message());
+    const util::Descriptor made(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!made.isOpen())
+        throw LogFailure(file.string() + ": cannot be opened: " + systemText(errno));
+}
+
+int pragma(SQLite::Database& database, const char* name) {
+    return database.execAndGet(std::string("PRAGMA ") + name).getInt();
+}
+
+void prepareSchema(SQLite::Database& database, LogKind kind) {
+    if (pragma(database, "user_version") != 0)
+        return;
+    // two programs may find the file empty at the same moment: the second looks again inside its transaction
+    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+    if (pragma(database, "user_version") != 0 ||
+        database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() > 0)
+        return;
+    database.exec(kSchema);
+    database.exec("PRAGMA application_id = " + std::to_string(applicationId(kind)));
+    database.exec("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    transaction.commit();
+}
+
+void requireKind(SQLite::Database& database, const std::filesystem::path& file, LogKind kind) {
+    if (pragma(database, "application_id") != applicationId(kind))
+        throw LogFailure(file.string() + " is no " + nameOf(kind));
+    if (const int version = pragma(database, "user_version"); version != kSchemaVersion)
+        throw LogFailure(nameOf(kind) + " " + file.string() + " has schema version " +
+                         std::to_string(version) + "; this program knows version " +
+                         std::to_string(kSchemaVersion));
+}
+
+}  // namespace
+
+const char* const kRecordColumns =
+    "id, time_ms, user, nms, peer, operation, object_kind, object, outcome, detail, duration_us, missing, "
+    "until_ms";
+
+LogFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure) {
+    switch (failure.getErrorCode()) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return LogFailure(file.string() + " is locked by another process");
+        case SQLITE_NOTADB:
+        case SQLITE_CORRUPT:
+            return LogFailure(file.string() + " is damaged: " + failure.getErrorStr(), true);
+        default:
+            return LogFailure(file.string() + ": " + failure.what());
+    }
+}
+
+std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& file, LogKind kind,
+                                                 std::chrono::milliseconds busy) {
+    makePrivateFile(file);
+    auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE,
+                                                       static_cast<int>(busy.count()));
+    // a database of another kind stays as it is: nothing of this is for it
+    if (pragma(*database, "user_version") != 0)
+        requireKind(*database, file, kind);
+    database->exec("PRAGMA auto_vacuum = INCREMENTAL");
+    database->exec("PRAGMA journal_mode = WAL");
+    database->exec(kind == LogKind::Operations ? "PRAGMA synchronous = NORMAL" : "PRAGMA synchronous = FULL");
+    prepareSchema(*database, kind);
+    requireKind(*database, file, kind);
+    return database;
+}
+
+std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& file, LogKind kind) {
+    if (std::error_code error; !std::filesystem::exists(file, error))
+        throw LogFailure(nameOf(kind) + " " + file.string() + " does not exist");
+    auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READONLY, kReadBusyMs);
+    requireKind(*database, file, kind);
+    return database;
+}
+
+FileIdentity identityOf(const std::filesystem::path& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0)
+        return {};
+    return {status.st_dev, status.st_ino};
+}
+
+std::filesystem::path setAside(const std::filesystem::path& file) {
+    const std::string base = file.string() + ".damaged-" + timeText(now());
+    for (const char* const part : {"", "-wal", "-shm"}) {
+        std::error_code error;
+        std::filesystem::rename(file.string() + part, base + part, error);
+        if (error && (*part == '\0' || error != std::errc::no_such_file_or_directory))
+            throw LogFailure(file.string() + part +
+                             " is damaged and cannot be set aside: " + error.message());
+    }
+    return base;
+}
+
+LogEntry entryOf(SQLite::Statement& row) {
+    const auto text = [&row](int column) { return row.getColumn(column).getString(); };
+    const auto time = [&row](int column) {
+        return UtcTime(std::chrono::milliseconds(row.getColumn(column).getInt64()));
+    };
+    LogEntry entry;
+    entry.id = row.getColumn(0).getInt64();
+    entry.time = time(1);
+    entry.user = text(2);
+    entry.nmsAddress = text(3);
+    entry.peer = text(4);
+    entry.operation = text(5);
+    entry.objectKind = text(6);
+    entry.object = text(7);
+    entry.outcome = text(8);
+    entry.detail = text(9);
+    if (!row.getColumn(10).isNull())
+        entry.duration = std::chrono::microseconds(row.getColumn(10).getInt64());
+    entry.missing = static_cast<std::uint64_t>(row.getColumn(11).getInt64());
+    entry.until = time(12);
+    return entry;
+}
+
+void bindEntry(SQLite::Statement& insert, const LogEntry& entry) {
+    insert.bind(1, entry.id);
+    insert.bind(2, static_cast<std::int64_t>(entry.time.time_since_epoch().count()));
+    insert.bind(3, entry.user);
+    insert.bind(4, entry.nmsAddress);
+    insert.bind(5, entry.peer);
+    insert.bind(6, entry.operation);
+    insert.bind(7, entry.objectKind);
+    insert.bind(8, entry.object);
+    insert.bind(9, entry.outcome);
+    insert.bind(10, entry.detail);
+    if (entry.duration)
+        insert.bind(11, static_cast<std::int64_t>(entry.duration->count()));
+    else
+        insert.bind(11);
+    insert.bind(12, static_cast<std::int64_t>(entry.missing));
+    insert.bind(13, static_cast<std::int64_t>(entry.until.time_since_epoch().count()));
+}
+
+}  // namespace kelp::oplog

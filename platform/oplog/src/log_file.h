@@ -1,0 +1,51 @@
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <kelp/oplog/log_search.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace kelp::oplog {
+
+/// Why a log cannot be read or written, in one sentence that names the file.
+class LogFailure : public std::runtime_error {
+  public:
+    explicit LogFailure(const std::string& sentence, bool isDamage = false)
+        : std::runtime_error(sentence), isDamage_(isDamage) {}
+    /// The file is no database, or a broken one.
+    bool isDamage() const { return isDamage_; }
+
+  private:
+    bool isDamage_;
+};
+
+LogFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure);
+
+/// Opens a log, or makes it with its folder, readable by its owner only. Throws LogFailure or
+/// SQLite::Exception.
+std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& file, LogKind kind,
+                                                 std::chrono::milliseconds busy);
+std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& file, LogKind kind);
+
+/// Which file a path names at the moment; all zero for none.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+FileIdentity identityOf(const std::filesystem::path& file);
+
+/// Renames a database and what SQLite keeps beside it. Returns the new name; throws LogFailure.
+std::filesystem::path setAside(const std::filesystem::path& file);
+
+/// All columns of a record but its hash, in the order of entryOf() and bindEntry().
+extern const char* const kRecordColumns;
+LogEntry entryOf(SQLite::Statement& row);
+void bindEntry(SQLite::Statement& insert, const LogEntry& entry);
+
+}  // namespace kelp::oplog

@@ -1,0 +1,382 @@
+// A disk that is really full (a small file system in memory), a database that another process has locked, a
+// damaged file, a file that is something else.
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "log_fixture.h"
+
+namespace kelp::test {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+void writeFile(const char* file, const std::string& text) {
+    std::ofstream(file) << text;
+}
+
+/// A disk of two MiB that this process alone sees. A user namespace gives the right to mount it to those who
+/// do not have it. Made before any thread.
+class SmallDisk {
+  public:
+    explicit SmallDisk(const std::filesystem::path& folder) : folder_(folder) {
+        const uid_t user = ::getuid();
+        const gid_t group = ::getgid();
+        if (::unshare(CLONE_NEWNS) != 0) {
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+                throw std::runtime_error("this machine lets nobody mount a small disk");
+            writeFile("/proc/self/setgroups", "deny");
+            writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+            writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+        }
+        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=2m") != 0)
+            throw std::runtime_error("no small disk could be mounted");
+    }
+    ~SmallDisk() { ::umount2(folder_.c_str(), MNT_DETACH); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    /// Leaves not a byte.
+    void fill() const {
+        const int file =
+            ::open((folder_ / "filler").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        for (std::size_t size : {std::size_t{4096}, std::size_t{1}}) {
+            const std::string block(size, 'f');
+            while (::write(file, block.data(), block.size()) > 0)
+                continue;
+        }
+        EXPECT_EQ(errno, ENOSPC);
+        ::close(file);
+    }
+    void makeRoom() const { std::filesystem::remove(folder_ / "filler"); }
+
+  private:
+    const std::filesystem::path folder_;
+};
+
+class FullDisk : public LogTest {
+  protected:
+    /// So many that the room a database may have left within its pages does not do.
+    void writeMany(OperationLog& log, int count) {
+        for (int i = 0; i < count; ++i)
+            log.write(request("during"));
+    }
+    void beginOutage(OperationLog& log) {
+        log.write(request("before"));
+        ASSERT_TRUE(log.flush(kPatience));
+        disk_.fill();
+    }
+    std::uint64_t countOf(const std::string& operation) {
+        LogQuery query;
+        query.operation = operation;
+        std::uint64_t count = 0;
+        for (const LogEntry& each : read(database(), LogKind::Operations, query))
+            count += each.missing == 0 ? 1 : 0;
+        return count;
+    }
+    std::vector<LogEntry> gaps() {
+        std::vector<LogEntry> gaps;
+        for (const LogEntry& each : read())
+            if (each.missing > 0)
+                gaps.push_back(each);
+        return gaps;
+    }
+
+    const SmallDisk disk_{folder_.path()};
+};
+
+TEST_F(FullDisk, ShorterThanTheQueueHoldsLosesNothing) {
+    OperationLog log(settings(5000));
+    beginOutage(log);
+    writeMany(log, 3000);
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    EXPECT_TRUE(log.counts().fails);
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_EQ(countOf("before"), 1u);
+    EXPECT_EQ(countOf("during"), 3000u);
+    EXPECT_THAT(gaps(), SizeIs(0));
+    EXPECT_FALSE(log.counts().fails);
+}
+
+TEST_F(FullDisk, LongerThanTheQueueHoldsLeavesOneGapRecordWithTheCount) {
+    OperationLog log(settings(3000));
+    beginOutage(log);
+    const UtcTime start = now();
+    writeMany(log, 4234);
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    EXPECT_EQ(log.counts().waiting, 3000u);
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    log.write(request("after"));
+    ASSERT_TRUE(log.flush(kPatience));
+
+    EXPECT_EQ(countOf("during"), 3000u);
+    const std::vector<LogEntry> found = gaps();
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_EQ(found[0].missing, 1234u);
+    EXPECT_GE(found[0].time, start);
+    EXPECT_GE(found[0].until, found[0].time);
+    // the gap stands between what waited and what came later
+    EXPECT_EQ(found[0].id, 1 + 3000 + 1);
+    const LogCounts counts = log.counts();
+    EXPECT_EQ(counts.taken, 1 + 4234 + 1u);
+    EXPECT_EQ(counts.missing, 1234u);
+    EXPECT_EQ(counts.taken, counts.written + counts.missing + counts.aside + counts.waiting);
+}
+
+TEST_F(FullDisk, IsToldOnceAndSoIsItsEnd) {
+    OperationLog log(settings(5000));
+    beginOutage(log);
+    writeMany(log, 3000);
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    for (int i = 0; i < 3; ++i) {
+        writeMany(log, 10);
+        std::this_thread::sleep_for(50ms);
+    }
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_EQ(trace_.count("records wait in memory"), 1u);
+    EXPECT_TRUE(trace_.waitFor("can be written again"));
+    EXPECT_EQ(trace_.count("can be written again"), 1u);
+}
+
+TEST_F(FullDisk, AtTheStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
+    const TemporaryDirectory elsewhere;
+    ::umount2(folder_.path().c_str(), 0);
+    ASSERT_EQ(::mount("tmpfs", folder_.path().c_str(), "tmpfs", 0, "size=2m"), 0);
+    const ScopedEnvironment temporary("TMPDIR", elsewhere.path().c_str());
+    {
+        OperationLog log(settings(5000));
+        beginOutage(log);
+        writeMany(log, 3000);
+        ASSERT_TRUE(trace_.waitFor("full", kPatience));
+        log.stop();
+        EXPECT_EQ(log.counts().aside, 3000u);
+    }
+    // beside a full disk's database there is no room either
+    ASSERT_TRUE(trace_.contains("3000 record(s) went to the side file " + elsewhere.path().string()));
+    disk_.makeRoom();
+    for (const auto& each : std::filesystem::directory_iterator(elsewhere.path()))
+        std::filesystem::copy(each.path(), folder_ / each.path().filename().string());
+    OperationLog(settings()).stop();
+    EXPECT_EQ(countOf("before"), 1u);
+    EXPECT_EQ(countOf("during"), 3000u);
+}
+
+TEST_F(FullDisk, TheSecurityLogsChainIsWholeAfterwards) {
+    SecurityLog log(settings(5000));
+    log.write(login("before"));
+    ASSERT_TRUE(log.flush(kPatience));
+    disk_.fill();
+    for (int i = 0; i < 3000; ++i)
+        log.write(login("during"));
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    const Verification verification = verify(database());
+    EXPECT_EQ(verification.records, 3001u);
+    EXPECT_THAT(verification.problems, SizeIs(0));
+}
+
+class LockedDatabase : public LogTest {
+  protected:
+    void beginWith(OperationLog& log) {
+        log.write(request("before"));
+        ASSERT_TRUE(log.flush(kPatience));
+        other_.emplace(database());
+        other_->lock();
+    }
+    std::optional<OtherConnection> other_;
+};
+
+TEST_F(LockedDatabase, IsWaitedForAndNothingIsLost) {
+    OperationLog log(settings());
+    beginWith(log);
+    for (int i = 0; i < 500; ++i)
+        log.write(request("during"));
+    ASSERT_TRUE(trace_.waitFor("is locked by another process", kPatience));
+    EXPECT_THAT(read(), SizeIs(1));
+    other_->unlock();
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_THAT(read(), SizeIs(501));
+}
+
+TEST_F(LockedDatabase, LongerThanTheQueueHoldsLeavesOneGapRecord) {
+    OperationLog log(settings(4));
+    beginWith(log);
+    for (int i = 0; i < 10; ++i)
+        log.write(request(std::to_string(i)));
+    other_->unlock();
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_THAT(operationsOf(read()), ElementsAre("before", "0", "1", "2", "3", "gap 6"));
+}
+
+TEST_F(LockedDatabase, ARecordThatFindsAFullQueueWaitsForAPlaceAndGetsIt) {
+    OperationLog log(settings(4, 60s));
+    beginWith(log);
+    for (int i = 0; i < 4; ++i)
+        ASSERT_TRUE(log.write(request("during")));
+    std::thread waiting([&log] { EXPECT_TRUE(log.write(request("waited"))); });
+    ASSERT_TRUE(waitUntil([&log] { return log.counts().taken == 6; }));
+    other_->unlock();
+    waiting.join();
+    log.stop();
+    EXPECT_THAT(operationsOf(read()),
+                ElementsAre("before", "during", "during", "during", "during", "waited"));
+}
+
+TEST_F(LockedDatabase, AfterOneHasWaitedInVainNoOtherWaits) {
+    constexpr auto kStall = 300ms;
+    constexpr int kRecords = 1000;
+    OperationLog log(settings(4, kStall));
+    beginWith(log);
+    for (int i = 0; i < 4; ++i)
+        ASSERT_TRUE(log.write(request("during")));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(log.write(request("waits")));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, kStall);
+    for (int i = 0; i < kRecords; ++i)
+        EXPECT_FALSE(log.write(request("does not")));
+    // far less than a stall each
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kStall * kRecords / 10);
+    other_->unlock();
+    log.stop();
+    EXPECT_THAT(operationsOf(read()).back(), "gap " + std::to_string(kRecords + 1));
+}
+
+TEST_F(LockedDatabase, ThoseWhoWaitAtTheStopAreCounted) {
+    OperationLog log(settings(4, 60s));
+    beginWith(log);
+    for (int i = 0; i < 4; ++i)
+        ASSERT_TRUE(log.write(request("during")));
+    std::thread waiting([&log] { EXPECT_FALSE(log.write(request("waits"))); });
+    ASSERT_TRUE(waitUntil([&log] { return log.counts().taken == 6; }));
+    log.stop();
+    waiting.join();
+    const LogCounts counts = log.counts();
+    EXPECT_EQ(counts.aside, 4u);
+    EXPECT_EQ(counts.missing, 1u);
+    other_->unlock();
+    OperationLog(settings()).stop();
+    EXPECT_THAT(operationsOf(read()), ElementsAre("before", "during", "during", "during", "during", "gap 1"));
+}
+
+TEST_F(LockedDatabase, TheSideFileLiesBesideTheDatabaseAndIsTakenInOnce) {
+    OperationLog log(settings());
+    beginWith(log);
+    OperationRecord record = request("during");
+    record.user = "\xff\n";
+    record.duration = 5us;
+    log.write(record);
+    log.stop();
+    std::filesystem::path side;
+    for (const auto& each : std::filesystem::directory_iterator(folder_.path()))
+        if (each.path().string().find(".rest-") != std::string::npos)
+            side = each.path();
+    ASSERT_FALSE(side.empty());
+    const std::string content = contentOf(side);
+    other_->unlock();
+    OperationLog(settings()).stop();
+    EXPECT_FALSE(std::filesystem::exists(side));
+    EXPECT_THAT(operationsOf(read()), ElementsAre("before", "during"));
+    EXPECT_EQ(read()[1].user, "\\xFF\\n");
+    EXPECT_EQ(read()[1].duration, 5us);
+    // as after a crash between the database and the file's removal
+    folder_.write(side.filename().string(), content);
+    OperationLog(settings()).stop();
+    EXPECT_FALSE(std::filesystem::exists(side));
+    EXPECT_THAT(read(), SizeIs(2));
+}
+
+class OddFile : public LogTest {
+  protected:
+    std::vector<std::filesystem::path> setAside() const {
+        std::vector<std::filesystem::path> files;
+        for (const auto& each : std::filesystem::directory_iterator(folder_.path()))
+            if (each.path().filename().string().starts_with("oplog.db.damaged-"))
+                files.push_back(each.path());
+        return files;
+    }
+};
+
+TEST_F(OddFile, ADamagedOneIsSetAsideAndANewOneBegun) {
+    const std::string garbage(100000, 'g');
+    folder_.write("oplog.db", garbage);
+    OperationLog log(settings());
+    log.write(request("getEMS"));
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_THAT(operationsOf(read()), ElementsAre("getEMS"));
+    ASSERT_THAT(setAside(), SizeIs(1));
+    EXPECT_EQ(contentOf(setAside()[0]), garbage);
+    EXPECT_TRUE(trace_.contains("is damaged"));
+}
+
+TEST_F(OddFile, OneDamagedWhileTheLogIsNotOpenLosesNoNewRecord) {
+    {
+        OperationLog log(settings());
+        for (int i = 0; i < 2000; ++i)
+            log.write(request("before"));
+    }
+    {
+        std::fstream file(database(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(4096);
+        file << std::string(static_cast<std::size_t>(std::filesystem::file_size(database())) - 4096, '\x5a');
+    }
+    OperationLog log(settings());
+    log.write(request("after"));
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_THAT(operationsOf(read()), ElementsAre("after"));
+    EXPECT_THAT(setAside(), SizeIs(1));
+}
+
+TEST_F(OddFile, TheSecurityLogTellsOfADamagedOneInItsNewChain) {
+    folder_.write("oplog.db", std::string(100000, 'g'));
+    SecurityLog log(settings());
+    log.write(login("nms1"));
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_THAT(operationsOf(read(database(), LogKind::Security)), ElementsAre("set-aside", "login"));
+    EXPECT_THAT(verify(database()).problems, SizeIs(0));
+}
+
+TEST_F(OddFile, AnotherProgramsDatabaseIsLeftAlone) {
+    {
+        SQLite::Database foreign(database().string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        foreign.exec("CREATE TABLE theirs (a); PRAGMA user_version = 7");
+    }
+    const std::string content = contentOf(database());
+    OperationLog log(settings());
+    log.write(request("getEMS"));
+    ASSERT_TRUE(trace_.waitFor("is no operation log", kPatience));
+    log.stop();
+    EXPECT_EQ(contentOf(database()), content);
+    EXPECT_EQ(log.counts().aside, 1u);
+}
+
+TEST_F(OddFile, TheSecurityLogIsNoOperationLog) {
+    SecurityLog(settings()).stop();
+    EXPECT_THROW(LogReader(database(), LogKind::Operations), std::runtime_error);
+    EXPECT_NO_THROW(LogReader(database(), LogKind::Security));
+}
+
+TEST_F(OddFile, ADeletedOneIsMadeAnew) {
+    OperationLog log(settings());
+    log.write(request("before"));
+    ASSERT_TRUE(log.flush(kPatience));
+    std::filesystem::remove(database());
+    log.write(request("after"));
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_THAT(operationsOf(read()), ElementsAre("after"));
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -1,0 +1,137 @@
+#include "log_fixture.h"
+
+namespace kelp::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::SizeIs;
+
+class SearchTest : public LogTest {
+  protected:
+    struct Given {
+        const char* operation;
+        std::chrono::minutes at;
+        const char* user;
+        const char* nms;
+        const char* peer;
+        const char* outcome;
+    };
+    static constexpr UtcTime kStart{1740830400000ms};
+
+    void SetUp() override {
+        static constexpr Given kRecords[] = {
+            {"a", 0min, "nms1", "10.0.0.1:700", "10.0.0.1:800", "ok"},
+            {"b", 1min, "nms2", "10.0.0.2:700", "10.0.0.10:800", "EXCPT_ENTITY_NOT_FOUND"},
+            {"c", 2min, "nms1", "[::1]:700", "[::1]:800", ""},
+            {"d", 3min, "with\nline", "10.0.0.1:7000", "10.0.0.3:1", "ok"},
+        };
+        OperationLog log(settings());
+        for (const Given& given : kRecords) {
+            OperationRecord record;
+            record.operation = given.operation;
+            record.time = kStart + given.at;
+            record.user = given.user;
+            record.nmsAddress = given.nms;
+            record.peer = given.peer;
+            record.outcome = given.outcome;
+            log.write(record);
+        }
+    }
+    std::vector<std::string> found(const LogQuery& query) const {
+        return operationsOf(read(database(), LogKind::Operations, query));
+    }
+    template <class Value>
+    std::vector<std::string> foundBy(Value LogQuery::*field, const std::type_identity_t<Value>& value) const {
+        LogQuery query;
+        query.*field = value;
+        return found(query);
+    }
+};
+
+TEST_F(SearchTest, WithoutConditionsGivesAll) {
+    EXPECT_THAT(found({}), ElementsAre("a", "b", "c", "d"));
+}
+
+TEST_F(SearchTest, ByTimeTakesTheBeginningAndNotTheEnd) {
+    EXPECT_THAT(foundBy(&LogQuery::since, kStart + 1min), ElementsAre("b", "c", "d"));
+    EXPECT_THAT(foundBy(&LogQuery::until, kStart + 1min), ElementsAre("a"));
+    LogQuery query;
+    query.since = kStart + 1min;
+    query.until = kStart + 3min;
+    EXPECT_THAT(found(query), ElementsAre("b", "c"));
+    EXPECT_THAT(foundBy(&LogQuery::since, kStart + 1h), SizeIs(0));
+}
+
+TEST_F(SearchTest, ByUserFindsTheNameAsThePeerWroteIt) {
+    EXPECT_THAT(foundBy(&LogQuery::user, "nms1"), ElementsAre("a", "c"));
+    EXPECT_THAT(foundBy(&LogQuery::user, "with\nline"), ElementsAre("d"));
+    EXPECT_THAT(foundBy(&LogQuery::user, "nms"), SizeIs(0));
+}
+
+TEST_F(SearchTest, ByAddressFindsItOnBothSidesWithAnyPortOrTheOneGiven) {
+    EXPECT_THAT(foundBy(&LogQuery::address, "10.0.0.1"), ElementsAre("a", "d"));
+    EXPECT_THAT(foundBy(&LogQuery::address, "10.0.0.10"), ElementsAre("b"));
+    EXPECT_THAT(foundBy(&LogQuery::address, "10.0.0.1:700"), ElementsAre("a"));
+    EXPECT_THAT(foundBy(&LogQuery::address, "::1"), ElementsAre("c"));
+    EXPECT_THAT(foundBy(&LogQuery::address, "[::1]:800"), ElementsAre("c"));
+}
+
+TEST_F(SearchTest, ByOperationAndOutcome) {
+    EXPECT_THAT(foundBy(&LogQuery::operation, "b"), ElementsAre("b"));
+    EXPECT_THAT(foundBy(&LogQuery::outcome, "ok"), ElementsAre("a", "d"));
+    EXPECT_THAT(foundBy(&LogQuery::outcome, "EXCPT_ENTITY_NOT_FOUND"), ElementsAre("b"));
+    EXPECT_THAT(foundBy(&LogQuery::outcome, "failed"), ElementsAre("b"));
+}
+
+TEST_F(SearchTest, ConditionsHoldTogether) {
+    LogQuery query;
+    query.user = "nms1";
+    query.outcome = "ok";
+    EXPECT_THAT(found(query), ElementsAre("a"));
+}
+
+TEST_F(SearchTest, TheNewestComeInTheLogsOrder) {
+    EXPECT_THAT(foundBy(&LogQuery::newest, 2u), ElementsAre("c", "d"));
+    EXPECT_THAT(foundBy(&LogQuery::newest, 10u), SizeIs(4));
+    LogQuery query;
+    query.newest = 1;
+    query.user = "nms1";
+    EXPECT_THAT(found(query), ElementsAre("c"));
+}
+
+TEST_F(SearchTest, TextOfAQueryIsNoPartOfTheStatement) {
+    EXPECT_THAT(foundBy(&LogQuery::user, "' OR 1=1 --"), SizeIs(0));
+    EXPECT_THAT(foundBy(&LogQuery::address, "%"), SizeIs(0));
+}
+
+TEST_F(SearchTest, AGapMeetsEveryConditionInWhoseTimeItLies) {
+    OtherConnection(database())
+        .exec("INSERT INTO record SELECT 5, " + std::to_string((kStart + 10min).time_since_epoch().count()) +
+              ", '', '', '', '', '', '', 'missing', '', NULL, 7, " +
+              std::to_string((kStart + 20min).time_since_epoch().count()) + ", ''");
+    EXPECT_THAT(foundBy(&LogQuery::user, "nms1"), ElementsAre("a", "c", "gap 7"));
+    EXPECT_THAT(foundBy(&LogQuery::outcome, "failed"), ElementsAre("b", "gap 7"));
+    EXPECT_THAT(foundBy(&LogQuery::since, kStart + 15min), ElementsAre("gap 7"));
+    EXPECT_THAT(foundBy(&LogQuery::since, kStart + 21min), SizeIs(0));
+    EXPECT_THAT(foundBy(&LogQuery::until, kStart + 5min), ElementsAre("a", "b", "c", "d"));
+}
+
+TEST_F(SearchTest, GoesOverManyPages) {
+    {
+        OperationLog log(settings());
+        for (int i = 0; i < 3500; ++i)
+            log.write(request("many"));
+    }
+    EXPECT_THAT(foundBy(&LogQuery::operation, "many"), SizeIs(3500));
+    EXPECT_THAT(foundBy(&LogQuery::newest, 1500u), SizeIs(1500));
+}
+
+TEST_F(SearchTest, EndsWhenTheTakerHasEnough) {
+    int taken = 0;
+    LogReader reader(database(), LogKind::Operations);
+    EXPECT_EQ(reader.search({}, [&taken](const LogEntry&) { return ++taken < 2; }), 2u);
+    EXPECT_EQ(taken, 2);
+}
+
+}  // namespace
+}  // namespace kelp::test

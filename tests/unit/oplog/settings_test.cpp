@@ -1,0 +1,38 @@
+#include <kelp/bundlemgr/config_store.h>
+
+#include "log_fixture.h"
+
+namespace kelp::test {
+namespace {
+
+using NS_BUNDLEMGR1::ConfigStore;
+
+TEST(LogSettingsTest, AreTheDefaultsBelowTheStateDirectory) {
+    const ScopedEnvironment state("STATE_DIRECTORY", "/var/lib/kelp");
+    const LogSettings settings = configuredOperationLog();
+    EXPECT_EQ(settings.database, "/var/lib/kelp/oplog.db");
+    EXPECT_EQ(settings.retention.age, std::chrono::days(180));
+    EXPECT_EQ(settings.retention.bytes, 1024u << 20);
+    EXPECT_EQ(settings.queueMax, 200000u);
+    EXPECT_EQ(settings.stallMax, 2s);
+    EXPECT_EQ(configuredSecurityLog().database, "/var/lib/kelp/oplog-audit.db");
+}
+
+TEST(LogSettingsTest, AreThoseConfigured) {
+    ASSERT_TRUE(ConfigStore::instance()
+                    .loadText("[oplog]\ndatabase = \"/logs/calls.sqlite\"\nkeep_days = 7\nkeep_mib = 2\n"
+                              "queue_max = 10\nstall_max_ms = 0\n",
+                              "test")
+                    .empty());
+    for (const LogSettings& settings : {configuredOperationLog(), configuredSecurityLog()}) {
+        EXPECT_EQ(settings.retention.age, std::chrono::days(7));
+        EXPECT_EQ(settings.retention.bytes, 2u << 20);
+        EXPECT_EQ(settings.queueMax, 10u);
+        EXPECT_EQ(settings.stallMax, 0ms);
+    }
+    EXPECT_EQ(configuredOperationLog().database, "/logs/calls.sqlite");
+    EXPECT_EQ(configuredSecurityLog().database, "/logs/calls-audit.sqlite");
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -2,6 +2,7 @@
 
 #include "admin/admin_server.h"
 #include "admin/consumer_requests.h"
+#include "certificate_watch.h"
 #include "exit_codes.h"
 #include "installation.h"
 #include "naming_supervisor.h"
@@ -189,12 +190,26 @@ void runUntilStopped(SignalWatch& signals) {
     trace(__LINE__, "kelpd stops");
 }
 
+/// The watch over this process's certificate, if it has one.
+class CertificateUse {
+  public:
+    CertificateUse() {
+        const ConfigStore& config = ConfigStore::instance();
+        if (config.integer("tls.mode") != 0)
+            watch_.emplace(config.text("tls.certificate"));
+    }
+
+  private:
+    std::optional<CertificateWatch> watch_;
+};
+
 /// Declared in the order of the start; the stop is the reverse.
 void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) {
     const CatalogueUse catalogue(configFile);
     const NamingUse naming;
     const BundlesUse bundles;
     const AdminUse adminInterface;
+    const CertificateUse certificate;
     runUntilStopped(signals);
 }
 

@@ -60,6 +60,7 @@ TEST_F(TlsTest, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {
     EXPECT_EQ(nms({"--json", "events", "--count", "2"}), kDone) << output();
     EXPECT_TRUE(log_.contains("\"NT_HEARTBEAT\"")) << output();
     EXPECT_TRUE(allSessionsGone());
+    EXPECT_TRUE(host_.log().contains(", in 1 day\n")) << "its certificate ends soon";
     EXPECT_EQ(host_.stop(), 0);
 }
 

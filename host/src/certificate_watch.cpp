@@ -1,0 +1,80 @@
+#include "certificate_watch.h"
+
+#include <kelp/util/trace_log.h>
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <ctime>
+#include <memory>
+#include <utility>
+
+namespace kelp::host {
+
+namespace {
+
+using std::chrono::system_clock;
+
+constexpr std::chrono::hours kDay{24};
+constexpr int kDaysBefore = 30;
+
+std::string inWords(system_clock::time_point time) {
+    const std::time_t seconds = system_clock::to_time_t(time);
+    std::tm parts{};
+    ::gmtime_r(&seconds, &parts);
+    char text[32];
+    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
+    return {text, length};
+}
+
+}  // namespace
+
+std::optional<system_clock::time_point> certificateEnd(const std::filesystem::path& file) {
+    const std::unique_ptr<BIO, decltype(&BIO_free)> in(BIO_new_file(file.c_str(), "r"), &BIO_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(
+        in ? PEM_read_bio_X509(in.get(), nullptr, nullptr, nullptr) : nullptr, &X509_free);
+    std::tm parts{};
+    const bool isKnown = certificate && ASN1_TIME_to_tm(X509_get0_notAfter(certificate.get()), &parts) == 1;
+    // what went wrong is not left to whoever asks the library next
+    ERR_clear_error();
+    if (!isKnown)
+        return std::nullopt;
+    return system_clock::from_time_t(::timegm(&parts));
+}
+
+std::string certificateWarning(const std::filesystem::path& file, std::optional<system_clock::time_point> end,
+                               system_clock::time_point now) {
+    if (!end)
+        return "tls.certificate: no certificate can be read from " + file.string();
+    if (*end <= now)
+        return "the certificate in " + file.string() + " has ended at " + inWords(*end) +
+               ": clients refuse this EMS";
+    const auto days = std::chrono::duration_cast<std::chrono::hours>(*end - now) / kDay;
+    if (days >= kDaysBefore)
+        return "";
+    return "the certificate in " + file.string() + " ends at " + inWords(*end) + ", in " +
+           std::to_string(days) + (days == 1 ? " day" : " days");
+}
+
+CertificateWatch::CertificateWatch(std::filesystem::path file)
+    : file_(std::move(file)), thread_([this] { run(); }) {}
+
+CertificateWatch::~CertificateWatch() {
+    {
+        const std::lock_guard guard(mutex_);
+        isEnding_ = true;
+    }
+    ending_.notify_all();
+    thread_.join();
+}
+
+void CertificateWatch::run() {
+    std::unique_lock lock(mutex_);
+    do {
+        const std::string warning = certificateWarning(file_, certificateEnd(file_), system_clock::now());
+        if (!warning.empty())
+            kelp::util::traceFrom("kelpd", warning, kelp::util::TraceKind::Exception);
+    } while (!ending_.wait_for(lock, kDay, [this] { return isEnding_; }));
+}
+
+}  // namespace kelp::host

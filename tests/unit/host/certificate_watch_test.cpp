@@ -1,0 +1,54 @@
+#include "certificate_watch.h"
+
+#include <gtest/gtest.h>
+
+#include "component/orb/throw_away_certificates.h"
+
+namespace kelp::host {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::system_clock;
+
+constexpr std::chrono::hours kDay{24};
+
+class CertificateWatchTest : public testing::Test {
+  protected:
+    static std::string warning(system_clock::duration left) {
+        const system_clock::time_point end = system_clock::from_time_t(1798761600);  // 2027-01-01
+        return certificateWarning("/etc/kelp/ems.pem", end, end - left);
+    }
+    const kelp::test::ThrowAwayCertificates certificates_;
+};
+
+TEST_F(CertificateWatchTest, FindsTheEndOfTheCertificateBesideItsKey) {
+    const auto before = system_clock::now();
+    const auto end = certificateEnd(certificates_.issue("ems"));
+    ASSERT_TRUE(end);
+    EXPECT_GE(*end, before + 2 * kDay - 2s);
+    EXPECT_LE(*end, system_clock::now() + 2 * kDay + 2s);
+}
+
+TEST_F(CertificateWatchTest, FindsNoneInAFileWithoutACertificate) {
+    EXPECT_FALSE(certificateEnd("/no/such/file"));
+    EXPECT_FALSE(certificateEnd("/dev/null"));
+    EXPECT_EQ(certificateWarning("/no/such/file", std::nullopt, system_clock::now()),
+              "tls.certificate: no certificate can be read from /no/such/file");
+}
+
+TEST_F(CertificateWatchTest, WarnsFromThirtyDaysBeforeTheEndOn) {
+    EXPECT_EQ(warning(31 * kDay), "");
+    EXPECT_EQ(warning(30 * kDay), "");
+    EXPECT_EQ(warning(30 * kDay - 1s),
+              "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 29 days");
+    EXPECT_EQ(warning(kDay),
+              "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 1 day");
+    EXPECT_EQ(warning(1s), "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 0 days");
+    const std::string ended =
+        "the certificate in /etc/kelp/ems.pem has ended at 2027-01-01 00:00:00 UTC: clients refuse this EMS";
+    EXPECT_EQ(warning(0s), ended);
+    EXPECT_EQ(warning(-kDay), ended);
+}
+
+}  // namespace
+}  // namespace kelp::host

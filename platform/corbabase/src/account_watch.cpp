@@ -32,23 +32,25 @@ AccountWatch::~AccountWatch() {
 }
 
 void AccountWatch::start() {
-    const std::lock_guard guard(mutex_);
+    const std::lock_guard control(control_);
     if (thread_.joinable())
         return;
-    stopping_ = false;
+    {
+        const std::lock_guard guard(mutex_);
+        stopping_ = false;
+    }
     thread_ = kelp::util::startThread("security", [this] { run(); });
 }
 
 void AccountWatch::stop() {
-    std::thread ending;
+    const std::lock_guard control(control_);
     {
         const std::lock_guard guard(mutex_);
         stopping_ = true;
-        ending.swap(thread_);
         stop_.notify_all();
     }
-    if (ending.joinable())
-        ending.join();
+    if (thread_.joinable())
+        thread_.join();
 }
 
 void AccountWatch::run() {

@@ -38,10 +38,11 @@ class AccountWatch {
     LoginThrottle& throttle_;
     UserWatch users_;                               // the thread's own, as the next one is
     std::map<std::int64_t, std::int64_t> unlocks_;  // of each account, as seen last
+    std::mutex control_;                            // one start or stop at a time; taken before mutex_
+    std::thread thread_;                            // guarded by control_
     std::mutex mutex_;                              // guards the rest
     std::condition_variable stop_;
     bool stopping_ = false;
-    std::thread thread_;
 };
 
 }  // namespace NS_CORBA

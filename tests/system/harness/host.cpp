@@ -119,10 +119,14 @@ Launch Host::launch(const std::filesystem::path& program, std::vector<std::strin
 
 void Host::addUser(const std::string& name) {
     writeConfiguration();
-    const Launch add = launch(KELPCTL, {"--config", configFile().string(), "user", "add", name,
-                                        "--password-file", passwordFile().string()});
-    if (runToEnd(add) != 0)
-        throw std::runtime_error("kelpctl did not add the user " + name);
+    user({"add", name, "--password-file", passwordFile().string()});
+}
+
+void Host::user(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> all = {"--config", configFile().string(), "user"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    if (runToEnd(launch(KELPCTL, all)) != 0)
+        throw std::runtime_error("kelpctl user " + arguments.front() + " failed");
 }
 
 void Host::spawn() {

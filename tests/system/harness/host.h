@@ -37,6 +37,8 @@ class Host {
 
     /// Makes a user by kelpctl; the password is kPassword.
     void addUser(const std::string& name);
+    /// Runs `kelpctl user ARGUMENTS` on this host's users; throws when it fails.
+    void user(const std::vector<std::string>& arguments) const;
 
     /// Starts the host, for the first time or again after its end, and waits until it takes log-ins.
     void start();

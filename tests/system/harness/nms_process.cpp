@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::chrono::seconds kAnswerDeadline{60};
 
-std::vector<std::string> arguments(const Host& host, std::vector<std::string> ports) {
-    ports.insert(ports.begin(), host.factoryReference());
+std::vector<std::string> arguments(const std::string& factoryReference, std::vector<std::string> ports) {
+    ports.insert(ports.begin(), factoryReference);
     return ports;
 }
 
@@ -57,13 +57,18 @@ FollowedEvents followedOf(const std::string& answer) {
 }  // namespace
 
 NmsProcess::NmsProcess(const Host& host, int ports)
-    : NmsProcess(host, std::vector<std::string>(static_cast<std::size_t>(ports), "0")) {}
+    : NmsProcess(host, host.factoryReference(),
+                 std::vector<std::string>(static_cast<std::size_t>(ports), "0")) {}
 
 NmsProcess::NmsProcess(const Host& host, std::uint16_t port)
-    : NmsProcess(host, std::vector<std::string>{std::to_string(port)}) {}
+    : NmsProcess(host, host.factoryReference(), std::vector<std::string>{std::to_string(port)}) {}
 
-NmsProcess::NmsProcess(const Host& host, const std::vector<std::string>& ports)
-    : process_(piped(host.launch(NMS_PEER, arguments(host, ports)))) {
+NmsProcess::NmsProcess(const Host& host, const std::string& factoryReference)
+    : NmsProcess(host, factoryReference, std::vector<std::string>{"0"}) {}
+
+NmsProcess::NmsProcess(const Host& host, const std::string& factoryReference,
+                       const std::vector<std::string>& ports)
+    : process_(piped(host.launch(NMS_PEER, arguments(factoryReference, ports)))) {
     if (readLine(kAnswerDeadline) != "ready")
         throw std::runtime_error("the NMS process does not start");
 }

@@ -46,6 +46,8 @@ class NmsProcess {
     explicit NmsProcess(const Host& host, int ports = 1);
     /// Listens on this one.
     NmsProcess(const Host& host, std::uint16_t port);
+    /// Finds the session factory by this reference instead.
+    NmsProcess(const Host& host, const std::string& factoryReference);
 
     void logIn(int nms, const std::string& user);
     /// "" when it went well, else why not.
@@ -92,7 +94,7 @@ class NmsProcess {
     ChildProcess& process() { return process_; }
 
   private:
-    NmsProcess(const Host& host, const std::vector<std::string>& ports);
+    NmsProcess(const Host& host, const std::string& factoryReference, const std::vector<std::string>& ports);
     std::string ask(const std::string& line);
     std::string readLine(std::chrono::milliseconds deadline);
 

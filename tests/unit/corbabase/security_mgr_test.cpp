@@ -1,17 +1,22 @@
 #include <gtest/gtest.h>
+#include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/user_database.h>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <map>
+#include <mutex>
 #include <thread>
 
 #include "config_text.h"
 #include "support/temporary_directory.h"
 #include "support/trace_capture.h"
+#include "support/wait_until.h"
 
 using kelp::test::TemporaryDirectory;
 using kelp::test::TraceCapture;
+using kelp::test::waitUntil;
 using NS_CORBA::CorbaSecurityMgr;
 using NS_CORBA::kUserDatabaseUnusable;
 using NS_CORBA::kUserDisabled;
@@ -26,6 +31,30 @@ const std::string kOtherHost = "10.0.0.1:5001";
 std::string sessionName(const std::string& user) {
     return "<USERNAME_TAG>" + user + "</USERNAME_TAG><IPANDPORT_TAG>" + kHost + "</IPANDPORT_TAG>";
 }
+
+/// Collects light events 119 as "IP PORT USN".
+class UserStates : public NS_BUNDLEMGR1::LightEventHandler {
+  public:
+    UserStates() { events().RegisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent, this); }
+    ~UserStates() override { events().DeregisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent, this); }
+
+    void DoWork(int, const NS_BUNDLEMGR1::LightEventData* data) override {
+        const auto value = [&](const char* key) { return NS_BUNDLEMGR1::GetValByKey(data->values, key); };
+        const std::lock_guard guard(mutex_);
+        ++counts_[value("IP") + " " + value("PORT") + " " + value("USN")];
+    }
+    std::size_t count(const std::string& event) const {
+        const std::lock_guard guard(mutex_);
+        const auto found = counts_.find(event);
+        return found != counts_.end() ? found->second : 0;
+    }
+
+  private:
+    static NS_BUNDLEMGR1::LightEventMgr& events() { return *NS_BUNDLEMGR1::LightEventMgr::Instance(); }
+
+    mutable std::mutex mutex_;
+    std::map<std::string, std::size_t> counts_;
+};
 
 class SecurityMgrTest : public testing::Test {
   protected:
@@ -164,6 +193,40 @@ TEST_F(SecurityMgrTest, LogoutWorksWithoutInitAndAfterExitThread) {
     CorbaSecurityMgr::Destroy();
     CorbaSecurityMgr::Destroy();
     manager().Logout(kHost, "nms1");
+}
+
+TEST_F(SecurityMgrTest, TellsOfEachLiveLoginWhoseAccountEndsAgainAndAgainUntilItsLogout) {
+    const std::string ipv6Host = "[2001:db8::1]:5000";
+    addUser("nms1");
+    addUser("nms2");
+    UserStates states;
+    ASSERT_TRUE(manager().Init());
+    ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    ASSERT_EQ(manager().Login(ipv6Host, "nms1", "secret"), 0u);
+    ASSERT_EQ(manager().Login(kOtherHost, "nms2", "secret"), 0u);
+    UserDatabase(file).setEnabled("nms1", false);
+    EXPECT_TRUE(waitUntil([&] {
+        return states.count("10.0.0.1 5000 nms1") >= 2 && states.count("[2001:db8::1] 5000 nms1") >= 2;
+    }));
+    EXPECT_EQ(states.count("10.0.0.1 5001 nms2"), 0u);
+    manager().Logout(kHost, "nms1");
+    manager().Logout(ipv6Host, "nms1");
+    UserDatabase(file).remove("nms2");
+    EXPECT_TRUE(waitUntil([&] { return states.count("10.0.0.1 5001 nms2") >= 1; }));
+    manager().ExitThread();
+}
+
+TEST_F(SecurityMgrTest, WatchesAgainAfterASecondInit) {
+    addUser("nms1");
+    UserStates states;
+    ASSERT_TRUE(manager().Init());
+    ASSERT_TRUE(manager().Init());
+    manager().ExitThread();
+    manager().ExitThread();
+    ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
+    UserDatabase(file).setPassword("nms1", "other", NS_CORBA::configuredHashCost());
+    ASSERT_TRUE(manager().Init());
+    EXPECT_TRUE(waitUntil([&] { return states.count("10.0.0.1 5000 nms1") >= 1; }));
 }
 
 TEST_F(SecurityMgrTest, ManyMayLogInAtOnce) {

@@ -1,0 +1,124 @@
+// Who gets in, with the operator's tool, the host and NMS as processes of their own.
+
+#include "harness/host.h"
+#include "harness/nms_process.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "component/orb/tcp_relay.h"
+
+namespace kelp::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class Security : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        host.addUser("alice");
+        host.addUser("bob");
+    }
+    /// The host's session factory for callers that come from another address than 127.0.0.1.
+    std::string factoryOver(const TcpRelay& relay) const {
+        return "corbaloc:iiop:1.2@" + relay.hostAndPort() + "/%ffV4800%00EMSSessionFactory";
+    }
+    std::filesystem::path usersFile() {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(host.scratch(""))) {
+            if (entry.path().filename() == "users.db")
+                return entry.path();
+        }
+        throw std::runtime_error("the host has no users");
+    }
+
+    Host host;
+};
+
+TEST_F(Security, ADisabledUsersSessionsEndAndNobodyElses) {
+    host.start();
+    NmsProcess nms(host, 3);
+    nms.logIn(0, "alice");
+    nms.logIn(1, "alice");
+    nms.logIn(2, "bob");
+    host.user({"disable", "alice"});
+    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0) && !nms.hasSession(1); }));
+    EXPECT_TRUE(nms.hasSession(2));
+    EXPECT_THAT(nms.tryLogIn(0, "alice", Host::kPassword), HasSubstr("The user's account is disabled."));
+    EXPECT_THAT(nms.tryLogIn(0, "alice", "wrong"), HasSubstr("The user name or the password is wrong."));
+    host.user({"enable", "alice"});
+    EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
+    EXPECT_EQ(host.stop(), 0);
+}
+
+TEST_F(Security, AnExpiredUsersSessionEnds) {
+    host.start();
+    NmsProcess nms(host);
+    nms.logIn(0, "alice");
+    host.user({"expire", "alice", "now"});
+    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
+    EXPECT_THAT(nms.tryLogIn(0, "alice", Host::kPassword), HasSubstr("The user's account has expired."));
+    host.user({"expire", "alice", "never"});
+    EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
+}
+
+TEST_F(Security, AUsersNetworksHold) {
+    host.start();
+    const TcpRelay relay(host.port(), "127.0.0.2");
+    NmsProcess here(host);
+    NmsProcess there(host, factoryOver(relay));
+    host.user({"networks", "alice", "127.0.0.2/32"});
+    EXPECT_THAT(here.tryLogIn(0, "alice", Host::kPassword),
+                HasSubstr("The user may not log in from this address."));
+    EXPECT_EQ(there.tryLogIn(0, "alice", Host::kPassword), "");
+    EXPECT_EQ(here.tryLogIn(0, "bob", Host::kPassword), "");
+}
+
+TEST_F(Security, TenThousandWrongPasswordsFromOneAddressLeaveTheOthersIn) {
+    host.start();
+    const TcpRelay relay(host.port(), "127.0.0.2");
+    NmsProcess guesser(host, factoryOver(relay));
+    NmsProcess nms(host);
+    EXPECT_THAT(guesser.tryLogIn(0, "alice", "wrong"), HasSubstr("The user name or the password is wrong."));
+    for (int i = 1; i < 10000; ++i) {
+        ASSERT_NE(guesser.tryLogIn(0, "alice", "wrong"), "") << i;
+        if (i % 1000 == 0) {
+            EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "") << i;
+        }
+    }
+    EXPECT_THAT(guesser.tryLogIn(0, "alice", Host::kPassword), HasSubstr("Too many log-ins"));
+    EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
+    host.user({"unlock", "alice"});
+    EXPECT_TRUE(eventually([&] { return guesser.tryLogIn(0, "alice", Host::kPassword).empty(); }));
+    EXPECT_EQ(host.stop(), 0);
+}
+
+TEST_F(Security, ADatabaseThatIsDamagedOrGoneRefusesUntilItIsBack) {
+    host.start();
+    NmsProcess nms(host, 2);
+    nms.logIn(0, "alice");
+    const std::filesystem::path file = usersFile();
+    const std::filesystem::path away = file.string() + ".away";
+
+    std::filesystem::rename(file, away);
+    EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
+    EXPECT_TRUE(host.log().waitFor("users.db does not exist"));
+    std::ofstream(file) << std::string(8192, 'x');
+    EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
+    EXPECT_TRUE(host.log().waitFor("users.db is damaged"));
+    EXPECT_TRUE(nms.hasSession(0));
+
+    std::filesystem::rename(away, file);
+    EXPECT_TRUE(eventually([&] { return nms.tryLogIn(1, "bob", Host::kPassword).empty(); }));
+    EXPECT_TRUE(nms.hasSession(0));
+    host.user({"disable", "alice"});
+    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
+    EXPECT_TRUE(nms.hasSession(1));
+    EXPECT_EQ(host.stop(), 0);
+}
+
+}  // namespace
+}  // namespace kelp::test

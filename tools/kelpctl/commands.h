@@ -26,4 +26,8 @@ void addStormCommand(CLI::App& app, const GlobalOptions& options);
 /// `kelpctl consumers`: what became of the events. `options` must outlive the parsing.
 void addConsumersCommand(CLI::App& app, const GlobalOptions& options);
 
+/// `kelpctl oplog` and `kelpctl audit`: the operation log and the security log. `options` must outlive the
+/// parsing.
+void addLogCommands(CLI::App& app, const GlobalOptions& options);
+
 }  // namespace kelp::ctl

@@ -22,6 +22,8 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl --config ./kelp.toml user disable nms1
   kelpctl alarm raise --object ManagedElement=NE-1 --severity major --probable-cause LOS
   kelpctl storm --rate 200 --count 5000
+  kelpctl oplog --since 2h --outcome failed
+  kelpctl audit verify
 
 Exit status: 0 done, 1 failed, 2 wrong command line.)";
 
@@ -46,6 +48,7 @@ int run(int argc, char** argv) {
     addAlarmCommands(app, options);
     addStormCommand(app, options);
     addConsumersCommand(app, options);
+    addLogCommands(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

@@ -192,15 +192,17 @@ std::vector<ConfigKey> serviceKeys() {
                    "Passes of one password hash (Argon2id)."),
 
         textKey("oplog", "database", "", {}, restart,
-                noEffect("SQLite file of the operation log; empty: below the state directory.")),
-        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload,
-                   noEffect("Days that records are kept.")),
+                "SQLite file of the operation log; empty: oplog.db below the state directory. The security "
+                "log lies beside it with -audit in its name (oplog-audit.db), under the same limits."),
+        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload, "Days that records are kept."),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
-                   noEffect("Size above which the oldest records go, in MiB.")),
+                   "Size of a log above which its oldest records go, in MiB."),
         integerKey("oplog", "queue_max", 200000, 1, 10000000, restart,
-                   noEffect("Records that wait for the disk at most.")),
+                   "Records of a log that wait for the disk at most; beyond it a gap record tells how many "
+                   "are missing."),
         integerKey("oplog", "stall_max_ms", 2000, 0, 60000, restart,
-                   noEffect("How long a request waits at most for room in the queue, in milliseconds.")),
+                   "How long a request waits at most for room in a full queue, in milliseconds; once one has "
+                   "waited in vain, no other waits until there is room."),
 
         textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
                  "Where trace lines go: any of \"console\" (standard error), \"file\" and \"journal\" (of "

@@ -25,6 +25,8 @@ class LogTest : public testing::Test {
     LogSettings settings(std::size_t queueMax = 200000, std::chrono::milliseconds stallMax = 0ms) const {
         LogSettings settings;
         settings.database = folder_ / "oplog.db";
+        // some records are of a time that is past
+        settings.retention.age = std::chrono::days(36500);
         settings.queueMax = queueMax;
         settings.stallMax = stallMax;
         return settings;

@@ -28,7 +28,9 @@ void Offers::publish() {
     TypeSet together;
     for (const auto& [offerer, types] : offers_)
         unite(together, types);
-    feed_->publish(together.empty() ? allTypes() : std::move(together));
+    if (together.empty())
+        together = allTypes();
+    feed_->publish(std::move(together));
 }
 
 }  // namespace kelp::notification

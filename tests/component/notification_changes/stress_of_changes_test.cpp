@@ -67,7 +67,7 @@ class StressOfChanges : public ChangesFixture {
         }
     }
     template <class List>
-    static bool addsUp(Names known, const Noted& peer, List list) {
+    static bool addsUp(const Names& known, const Noted& peer, List list) {
         return kelp::test::waitUntil([&] {
             Names names = known;
             for (const Notice& each : peer.notices()) {

@@ -193,16 +193,21 @@ std::vector<ConfigKey> serviceKeys() {
 
         textKey("oplog", "database", "", {}, restart,
                 "SQLite file of the operation log; empty: oplog.db below the state directory. The security "
-                "log lies beside it with -audit in its name (oplog-audit.db), under the same limits."),
-        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload, "Days that records are kept."),
+                "log lies beside it with -audit in its name (oplog-audit.db), under the same limits. Only "
+                "kelpctl "
+                "uses it in this version: the host does not write these logs yet."),
+        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload,
+                   noEffect("Days that records are kept.")),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
-                   "Size of a log above which its oldest records go, in MiB."),
-        integerKey("oplog", "queue_max", 200000, 1, 10000000, restart,
-                   "Records of a log that wait for the disk at most; beyond it a gap record tells how many "
-                   "are missing."),
-        integerKey("oplog", "stall_max_ms", 2000, 0, 60000, restart,
-                   "How long a request waits at most for room in a full queue, in milliseconds; once one has "
-                   "waited in vain, no other waits until there is room."),
+                   noEffect("Size of a log above which its oldest records go, in MiB.")),
+        integerKey(
+            "oplog", "queue_max", 200000, 1, 10000000, restart,
+            noEffect("Records of a log that wait for the disk at most; beyond it a gap record tells how "
+                     "many are missing.")),
+        integerKey(
+            "oplog", "stall_max_ms", 2000, 0, 60000, restart,
+            noEffect("How long a request waits at most for room in a full queue, in milliseconds; once "
+                     "one has waited in vain, no other waits until there is room.")),
 
         textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
                  "Where trace lines go: any of \"console\" (standard error), \"file\" and \"journal\" (of "

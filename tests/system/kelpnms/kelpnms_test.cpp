@@ -77,7 +77,10 @@ TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
     startHost();
     const std::string naming =
         "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(host_.namingPort()) + "/NameService";
-    nms::NmsClient client({naming, "", std::chrono::seconds(10)});
+    nms::NmsSettings settings;
+    settings.naming = naming;
+    settings.timeout = std::chrono::seconds(10);
+    nms::NmsClient client(settings);
     const nms::FoundFactory first = client.findFactory();
     const CORBA::Object_var object = client.orb()->string_to_object(naming.c_str());
     const CosNaming::NamingContext_var root = CosNaming::NamingContext::_narrow(object.in());

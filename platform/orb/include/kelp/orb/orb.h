@@ -23,7 +23,7 @@ struct KELP_EXPORT OrbOptions {
     std::string tlsKeyPassword;          ///< may be empty for an unencrypted key
     bool tlsRequirePeerCertificate = true;
     bool tlsCallsOnly = false;  ///< calling side: a peer that cannot be reached over TLS is not called
-    unsigned threadsMax = 0;  ///< most threads that serve one connection's calls; 0: the ORB's default
+    unsigned threadsMax = 0;    ///< most threads that serve one connection's calls; 0: the ORB's default
     std::size_t messageBytesMax = 104857600;
     std::string charSet = "UTF-8";       ///< native code set of the char strings
     unsigned connectionsPerServer = 64;  ///< calling side: most connections to one peer

@@ -1,0 +1,194 @@
+// A disk that is really full: a small file system in memory. Built where the machine lets one be mounted.
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <thread>
+
+#include "log_fixture.h"
+
+namespace kelp::test {
+namespace {
+
+using testing::SizeIs;
+
+void writeFile(const char* file, const std::string& text) {
+    std::ofstream(file) << text;
+}
+
+/// A disk of two MiB that this process alone sees. A user namespace gives the right to mount it to those who
+/// do not have it. Made before any thread.
+class SmallDisk {
+  public:
+    explicit SmallDisk(const std::filesystem::path& folder) : folder_(folder) {
+        const uid_t user = ::getuid();
+        const gid_t group = ::getgid();
+        if (::unshare(CLONE_NEWNS) != 0) {
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+                return;
+            writeFile("/proc/self/setgroups", "deny");
+            writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+            writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+        }
+        isMounted_ = ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                     ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=2m") == 0;
+    }
+    ~SmallDisk() {
+        if (isMounted_)
+            ::umount2(folder_.c_str(), MNT_DETACH);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    bool isMounted() const { return isMounted_; }
+
+    /// Leaves not a byte.
+    void fill() const {
+        const int file =
+            ::open((folder_ / "filler").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        for (std::size_t size : {std::size_t{4096}, std::size_t{1}}) {
+            const std::string block(size, 'f');
+            while (::write(file, block.data(), block.size()) > 0)
+                continue;
+        }
+        EXPECT_EQ(errno, ENOSPC);
+        ::close(file);
+    }
+    void makeRoom() const { std::filesystem::remove(folder_ / "filler"); }
+
+  private:
+    const std::filesystem::path folder_;
+    bool isMounted_ = false;
+};
+
+class FullDisk : public LogTest {
+  protected:
+    void SetUp() override { ASSERT_TRUE(disk_.isMounted()); }
+    /// So many that the room a database may have left within its pages does not do.
+    void writeMany(OperationLog& log, int count) {
+        for (int i = 0; i < count; ++i)
+            log.write(request("during"));
+    }
+    void beginOutage(OperationLog& log) {
+        log.write(request("before"));
+        ASSERT_TRUE(log.flush(kPatience));
+        disk_.fill();
+    }
+    std::uint64_t countOf(const std::string& operation) {
+        LogQuery query;
+        query.operation = operation;
+        std::uint64_t count = 0;
+        for (const LogEntry& each : read(database(), LogKind::Operations, query))
+            count += each.missing == 0 ? 1 : 0;
+        return count;
+    }
+    std::vector<LogEntry> gaps() {
+        std::vector<LogEntry> gaps;
+        for (const LogEntry& each : read())
+            if (each.missing > 0)
+                gaps.push_back(each);
+        return gaps;
+    }
+
+    const SmallDisk disk_{folder_.path()};
+};
+
+TEST_F(FullDisk, ShorterThanTheQueueHoldsLosesNothing) {
+    OperationLog log(settings(5000));
+    beginOutage(log);
+    writeMany(log, 3000);
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    EXPECT_TRUE(log.counts().fails);
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_EQ(countOf("before"), 1u);
+    EXPECT_EQ(countOf("during"), 3000u);
+    EXPECT_THAT(gaps(), SizeIs(0));
+    EXPECT_FALSE(log.counts().fails);
+}
+
+TEST_F(FullDisk, LongerThanTheQueueHoldsLeavesOneGapRecordWithTheCount) {
+    OperationLog log(settings(3000));
+    beginOutage(log);
+    const UtcTime start = now();
+    writeMany(log, 4234);
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    EXPECT_EQ(log.counts().waiting, 3000u);
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    log.write(request("after"));
+    ASSERT_TRUE(log.flush(kPatience));
+
+    EXPECT_EQ(countOf("during"), 3000u);
+    const std::vector<LogEntry> found = gaps();
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_EQ(found[0].missing, 1234u);
+    EXPECT_GE(found[0].time, start);
+    EXPECT_GE(found[0].until, found[0].time);
+    // the gap stands between what waited and what came later
+    EXPECT_EQ(found[0].id, 1 + 3000 + 1);
+    const LogCounts counts = log.counts();
+    EXPECT_EQ(counts.taken, 1 + 4234 + 1u);
+    EXPECT_EQ(counts.missing, 1234u);
+    EXPECT_EQ(counts.taken, counts.written + counts.missing + counts.aside + counts.waiting);
+}
+
+TEST_F(FullDisk, IsToldOnceAndSoIsItsEnd) {
+    OperationLog log(settings(5000));
+    beginOutage(log);
+    writeMany(log, 3000);
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    for (int i = 0; i < 3; ++i) {
+        writeMany(log, 10);
+        std::this_thread::sleep_for(50ms);
+    }
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    EXPECT_EQ(trace_.count("records wait in memory"), 1u);
+    EXPECT_TRUE(trace_.waitFor("can be written again"));
+    EXPECT_EQ(trace_.count("can be written again"), 1u);
+}
+
+TEST_F(FullDisk, AtTheStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
+    const TemporaryDirectory elsewhere;
+    ::umount2(folder_.path().c_str(), 0);
+    ASSERT_EQ(::mount("tmpfs", folder_.path().c_str(), "tmpfs", 0, "size=2m"), 0);
+    const ScopedEnvironment temporary("TMPDIR", elsewhere.path().c_str());
+    {
+        OperationLog log(settings(5000));
+        beginOutage(log);
+        writeMany(log, 3000);
+        ASSERT_TRUE(trace_.waitFor("full", kPatience));
+        log.stop();
+        EXPECT_EQ(log.counts().aside, 3000u);
+    }
+    // beside a full disk's database there is no room either
+    ASSERT_TRUE(trace_.contains("3000 record(s) went to the side file " + elsewhere.path().string()));
+    disk_.makeRoom();
+    for (const auto& each : std::filesystem::directory_iterator(elsewhere.path()))
+        std::filesystem::copy(each.path(), folder_ / each.path().filename().string());
+    OperationLog(settings()).stop();
+    EXPECT_EQ(countOf("before"), 1u);
+    EXPECT_EQ(countOf("during"), 3000u);
+}
+
+TEST_F(FullDisk, TheSecurityLogsChainIsWholeAfterwards) {
+    SecurityLog log(settings(5000));
+    log.write(login("before"));
+    ASSERT_TRUE(log.flush(kPatience));
+    disk_.fill();
+    for (int i = 0; i < 3000; ++i)
+        log.write(login("during"));
+    ASSERT_TRUE(trace_.waitFor("full", kPatience));
+    disk_.makeRoom();
+    ASSERT_TRUE(log.flush(kPatience));
+    const Verification verification = verify(database());
+    EXPECT_EQ(verification.records, 3001u);
+    EXPECT_THAT(verification.problems, SizeIs(0));
+}
+
+}  // namespace
+}  // namespace kelp::test

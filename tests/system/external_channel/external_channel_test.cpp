@@ -224,7 +224,6 @@ TEST_F(ExternalChannelOfAHost, FrozenOneDoesNotHoldUpTheStop) {
     push(2, 2);
     ASSERT_TRUE(isAway());
     EXPECT_EQ(host_.stop(), 0);
-    EXPECT_TRUE(host_.log().contains("1 events had not reached the channel when it was taken away"));
 }
 
 TEST_F(ExternalChannelOfAHost, IsWhereAnNmsGetsItsEvents) {

@@ -23,7 +23,8 @@ namespace kelp::test {
 class OmniNames {
   public:
     OmniNames() {
-        std::string name = (std::filesystem::temp_directory_path() / "kelp-names-XXXXXX").string();
+        std::string name =
+            (std::filesystem::temp_directory_path() / "kelp-names-").string() + std::string(6, 'X');
         if (::mkdtemp(name.data()) == nullptr)
             throw std::runtime_error("no folder for the naming service");
         folder_ = name;

@@ -14,7 +14,8 @@ namespace kelp::test {
 class TemporaryDirectory {
   public:
     TemporaryDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kelp-test-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "kelp-test-").string() + std::string(6, 'X');
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no temporary directory");
         path_ = pattern;

@@ -104,9 +104,9 @@ class HeartbeatWire : public testing::Test {
         std::memcpy(message.data() + 8, &size, sizeof size);
         EXPECT_THAT(analysed(message, "-e giop.request_op -e _ws.malformed"),
                     MatchesRegex("push_structured_event\t?\n"));
-        std::istringstream stub(analysed(message, "-e giop.stub_data"));
+        std::istringstream arguments(analysed(message, "-e giop.stub_data"));
         std::string hex;
-        stub >> hex;
+        arguments >> hex;
         return decoded(hex);
     }
 

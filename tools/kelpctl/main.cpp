@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "user_record.h"
+
 namespace kelp::ctl {
 
 namespace {
@@ -25,10 +27,11 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl oplog --since 2h --outcome failed
   kelpctl audit verify
 
-Exit status: 0 done, 1 failed, 2 wrong command line.)";
+Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed but the security log cannot tell of it.)";
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
+constexpr int kUnrecorded = 3;
 
 int fail(std::string reason, int status) {
     std::replace(reason.begin(), reason.end(), '\n', ' ');
@@ -59,6 +62,8 @@ int run(int argc, char** argv) {
                                        ? std::string(problem.what())
                                        : "\"" + notUnderstood.front() + "\" is no command or option";
         return fail(reason + " (--help tells more)", kWrongCommandLine);
+    } catch (const UnrecordedChange& failure) {
+        return fail(failure.what(), kUnrecorded);
     } catch (const std::exception& failure) {
         return fail(failure.what(), kFailed);
     }

@@ -16,6 +16,7 @@
 
 #include "commands.h"
 #include "password_input.h"
+#include "user_record.h"
 
 namespace kelp::ctl {
 
@@ -38,7 +39,6 @@ struct UserOptions {
 
     /// Opens the database asked for. Only the first account makes a file: a misspelt name must not.
     UserDatabase open(UserDatabase::Missing missing = UserDatabase::Missing::IsAnError) const {
-        loadConfiguration(globalOptions);
         return UserDatabase(database.empty() ? NS_CORBA::userDatabaseFile() : std::filesystem::path(database),
                             missing);
     }
@@ -85,10 +85,15 @@ std::string expiryText(const UserAccount& account) {
     return account.expiresUtc ? utcText(*account.expiresUtc) : kNever;
 }
 
-std::string networksText(const UserAccount& account) {
+std::string joined(const std::vector<std::string>& networks) {
     std::string text;
-    for (const std::string& network : account.networks)
+    for (const std::string& network : networks)
         text += (text.empty() ? "" : " ") + network;
+    return text;
+}
+
+std::string networksText(const UserAccount& account) {
+    const std::string text = joined(account.networks);
     return text.empty() ? kAny : text;
 }
 
@@ -187,7 +192,7 @@ void removeUser(const UserOptions& options) {
 struct Command {
     const char* name;
     const char* description;
-    bool takesName;
+    bool takesName;  ///< and changes that account
     bool takesPassword;
     void (*run)(const UserOptions&);
 };
@@ -204,7 +209,28 @@ constexpr Command kCommands[] = {
     {"remove", "Remove a user and end its sessions", true, false, removeUser},
 };
 
-constexpr const char* kFooter = R"(Examples:
+/// The command as it was given, without the account's name and without a password's file.
+std::string whatOf(const Command& command, const UserOptions& options) {
+    std::string text = command.name;
+    if (command.run == expire)
+        text += " " + options.expiry;
+    if (command.run == setNetworks)
+        text += " " + joined(options.networks);
+    return text;
+}
+
+void runCommand(const Command& command, const UserOptions& options) {
+    loadConfiguration(options.globalOptions);
+    if (command.takesName)
+        recorded({options.name, whatOf(command, options)}, [&] { command.run(options); });
+    else
+        command.run(options);
+}
+
+constexpr const char* kFooter =
+    R"(Every change, also one that fails, leaves a record in the security log: kelpctl audit --event user.
+
+Examples:
   kelpctl user add nms1
   kelpctl user passwd nms1 --password-file nms1.pw
   kelpctl user expire nms1 2027-01-31
@@ -238,7 +264,7 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
                 ->type_name("NETWORK");
         if (command.run == list)
             sub->add_flag("--json", options->json, "Print JSON");
-        sub->callback([options, &command] { command.run(*options); });
+        sub->callback([options, &command] { runCommand(command, *options); });
     }
 }
 

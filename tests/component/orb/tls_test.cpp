@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/orb/tls_files.h>
 
 #include "raw_giop.h"
 #include "session_object.h"
+#include "support/trace_capture.h"
 #include "throw_away_certificates.h"
+#include "tls_client.h"
 
 namespace {
 
@@ -110,15 +113,8 @@ TEST_F(Tls, IsNotSpokenInPlainText) {
     EXPECT_NO_THROW(session.remote()->ping());
 }
 
-/// Whether a client of the command line gets a handshake through, with a certificate of its own or none.
 bool handshakes(const RunningOrb& orb, const std::string& authority, const std::string& certificate) {
-    const std::string own =
-        certificate.empty() ? "" : " -cert '" + certificate + "' -key '" + certificate + "'";
-    // TLS 1.2 tells the client about a refused certificate within the handshake
-    const std::string command = "timeout 20 openssl s_client -tls1_2 -connect " + orb.hostAndPort() +
-                                " -CAfile '" + authority + "' -verify_return_error" + own +
-                                " </dev/null >/dev/null 2>&1";
-    return std::system(command.c_str()) == 0;
+    return TlsClient(orb.hostAndPort(), authority, certificate).handshakes();
 }
 
 TEST_F(Tls, WantsACertificateOfTheClient) {
@@ -143,6 +139,93 @@ TEST_F(Tls, RefusesACertificateOfAnotherAuthority) {
         const RunningOrb orb(nullptr, options);
         EXPECT_FALSE(handshakes(orb, certificates_.authority(), foreign)) << required;
     }
+}
+
+TEST_F(Tls, RefusesAClientWhoseCertificateHasEndedOrNotBegun) {
+    const RunningOrb orb(nullptr, tlsOptions());
+    EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueExpired("old")));
+    EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueNotYetValid("new")));
+}
+
+TEST_F(Tls, TracesWhomItRefusesAndWhy) {
+    const TraceCapture trace;
+    const RunningOrb orb(nullptr, tlsOptions());
+    EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueExpired("old")));
+    EXPECT_TRUE(trace.waitFor("TLS: 127.0.0.1 port "));
+    EXPECT_TRUE(trace.contains("is refused: certificate expired, its certificate: certificate has expired"));
+}
+
+class TlsRenewal : public Tls {
+  protected:
+    kelp::orb::TlsFiles files() const { return {certificates_.authority(), keyFile_, ""}; }
+    std::string serialNumber() const {
+        return TlsClient(orb_.hostAndPort(), certificates_.authority(), nmsCertificate_).serverSerialNumber();
+    }
+
+    const OrbOptions options_ = tlsOptions();
+    const std::string keyFile_ = options_.tlsKeyFile;
+    const std::string nmsCertificate_ = certificates_.issue("nms");
+    const RunningOrb orb_{nullptr, options_};
+    std::string whyNot_;
+};
+
+TEST_F(TlsRenewal, NewConnectionsGetTheNewCertificateAndOldOnesGoOn) {
+    kelp::orb::PeerAddress peer;
+    SessionObject session(orb_, [&] { peer = kelp::orb::currentPeer(); });
+    kelp::orb::setThreadTimeout(20s);
+    session.remote()->ping();
+    const int portBefore = peer.port;
+    const std::string before = serialNumber();
+    ASSERT_NE(before, "");
+
+    certificates_.issue("ems");
+    EXPECT_EQ(serialNumber(), before) << "a new file alone changes nothing";
+    ASSERT_TRUE(kelp::orb::renewTls(files(), whyNot_)) << whyNot_;
+    const std::string after = serialNumber();
+    EXPECT_NE(after, "");
+    EXPECT_NE(after, before);
+    session.remote()->ping();
+    EXPECT_EQ(peer.port, portBefore);
+    EXPECT_EQ(session.servant().pings, 2);
+}
+
+TEST_F(TlsRenewal, FilesThatCannotBeUsedChangeNothing) {
+    const std::string before = serialNumber();
+    certificates_.issueExpired("ems");
+    EXPECT_FALSE(kelp::orb::renewTls(files(), whyNot_));
+    EXPECT_NE(whyNot_.find(keyFile_ + " holds a certificate that has ended"), std::string::npos) << whyNot_;
+    EXPECT_EQ(serialNumber(), before);
+}
+
+TEST_F(TlsRenewal, AnotherAuthorityIsTrustedInTheFormersPlace) {
+    const ThrowAwayCertificates others;
+    const std::string othersNms = others.issue("nms");
+    const std::string shown = certificates_.authority();
+    EXPECT_FALSE(handshakes(orb_, shown, othersNms));
+    ASSERT_TRUE(kelp::orb::renewTls({others.authority(), keyFile_, ""}, whyNot_)) << whyNot_;
+    EXPECT_TRUE(handshakes(orb_, shown, othersNms));
+    EXPECT_FALSE(handshakes(orb_, shown, nmsCertificate_));
+}
+
+TEST_F(TlsRenewal, HoldsForCallsThatThisProcessMakes) {
+    // the ORB calls itself over TLS: as a client it must trust the new authority, and show its new
+    // certificate
+    const ThrowAwayCertificates others;
+    ASSERT_TRUE(kelp::orb::renewTls({others.authority(), others.issue("ems"), ""}, whyNot_)) << whyNot_;
+    SessionObject session(orb_);
+    kelp::orb::setThreadTimeout(20s);
+    EXPECT_NO_THROW(session.remote()->ping());
+    // and nobody trusts one that is neither the old nor the new one's
+    ASSERT_TRUE(kelp::orb::renewTls({others.authority(), keyFile_, ""}, whyNot_)) << whyNot_;
+    EXPECT_FALSE(handshakes(orb_, others.authority(), others.issue("nms")));
+}
+
+TEST_F(Tls, RenewalWithoutTlsHasNoEffect) {
+    const RunningOrb orb;
+    std::string whyNot;
+    EXPECT_TRUE(kelp::orb::renewTls({"/no/such/file", "/no/such/file", ""}, whyNot));
+    SessionObject session(orb);
+    EXPECT_NO_THROW(session.remote()->ping());
 }
 
 TEST_F(Tls, IsGoneFromAnOrbThatIsStartedWithoutIt) {

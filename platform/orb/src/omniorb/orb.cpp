@@ -57,6 +57,7 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
     int argc = 0;
     CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr, "omniORB4", table.pairs());
     try {
+        takeOverHandshakes();
         interceptRequests(hook);
         resetCallers();
         // opens the endpoints; all callers are held until the manager is activated

@@ -1,10 +1,13 @@
 #include "tls.h"
 
+#include <kelp/orb/tls_files.h>
 #include <omniORB4/sslContext.h>
-#include <openssl/err.h>
 
 #include <memory>
+#include <mutex>
 
+#include "../tls_material.h"
+#include "../tls_refusals.h"
 #include "../trace.h"
 
 namespace kelp::orb {
@@ -25,33 +28,61 @@ Texts& keptTexts() {
     return *texts;
 }
 
-/// The oldest of the TLS library's errors on this thread; the rest are forgotten.
-std::string tlsErrorText() {
-    char text[256];
-    ERR_error_string_n(ERR_get_error(), text, sizeof text);
-    ERR_clear_error();
-    return text;
+/// What handshakes show and trust. The transport's own context must not be changed once connections are made
+/// from it (the library reads it without a lock), so each handshake takes what holds from here.
+class Current {
+  public:
+    static Current& instance() {
+        static Current* const current = new Current;  // never deleted: handshakes may outlive main
+        return *current;
+    }
+    std::shared_ptr<const TlsMaterial> get() const {
+        const std::lock_guard guard(mutex_);
+        return material_;
+    }
+    void set(std::shared_ptr<const TlsMaterial> material) {
+        const std::lock_guard guard(mutex_);
+        material_.swap(material);
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::shared_ptr<const TlsMaterial> material_;  // null: no TLS
+};
+
+/// The library asks for this side's certificate.
+int showCertificate(SSL* connection, void*) {
+    const std::shared_ptr<const TlsMaterial> material = Current::instance().get();
+    if (!material)
+        return 1;
+    SSL_certs_clear(connection);
+    if (SSL_use_cert_and_key(connection, material->certificate.get(), material->key.get(),
+                             material->chain.get(), 1) == 1)
+        return 1;
+    traceException("TLS: the certificate cannot be shown: " + tlsErrorText());
+    return 0;
 }
 
-/// Loads the certificates as the ORB will. A failure inside ORB_init would leave the ORB unfit for another
-/// start, and would not say what is wrong.
-bool areUsable(const OrbOptions& options, std::string& whyNot) {
-    const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_method()), &SSL_CTX_free);
-    if (!context) {
-        whyNot = tlsErrorText();
-        return false;
-    }
-    // given even when empty: else the library would ask at the terminal
-    std::string password = options.tlsKeyPassword;
-    SSL_CTX_set_default_passwd_cb_userdata(context.get(), password.data());
-    const char* keyFile = options.tlsKeyFile.c_str();
-    if (SSL_CTX_load_verify_locations(context.get(), options.tlsCaFile.c_str(), nullptr) != 1)
-        whyNot = "CA file '" + options.tlsCaFile + "': " + tlsErrorText();
-    else if (SSL_CTX_use_certificate_chain_file(context.get(), keyFile) != 1)
-        whyNot = "certificate in '" + options.tlsKeyFile + "': " + tlsErrorText();
-    else if (SSL_CTX_use_PrivateKey_file(context.get(), keyFile, SSL_FILETYPE_PEM) != 1)
-        whyNot = "key in '" + options.tlsKeyFile + "': " + tlsErrorText();
-    return whyNot.empty();
+/// The library has got the other side's certificate.
+int checkCertificate(X509_STORE_CTX* check, void*) {
+    const std::shared_ptr<const TlsMaterial> material = Current::instance().get();
+    if (material)
+        X509_STORE_CTX_set0_trusted_stack(check, material->authorities.get());
+    return X509_verify_cert(check);
+}
+
+std::shared_ptr<const TlsMaterial> readOrTellWhyNot(const TlsFiles& files, std::string& whyNot) {
+    std::vector<TlsFileProblem> problems;
+    std::shared_ptr<const TlsMaterial> material = readTls(files, problems);
+    for (const TlsFileProblem& problem : problems)
+        whyNot += (whyNot.empty() ? "" : "; ") + problem.what;
+    return material;
+}
+
+void use(std::shared_ptr<const TlsMaterial> material) {
+    if (material)
+        trace(util::TraceKind::Trace, "TLS: the certificate is now " + inWords(*material));
+    Current::instance().set(std::move(material));
 }
 
 }  // namespace
@@ -61,15 +92,22 @@ void setUpTls(const OrbOptions& options) {
         sslContext::certificate_authority_file = nullptr;
         sslContext::key_file = nullptr;
         sslContext::key_file_password = nullptr;
+        use(nullptr);
         return;
     }
     std::string whyNot;
+    std::shared_ptr<const TlsMaterial> material;
     if (options.tlsCaFile.empty())
-        whyNot = "TLS addresses, but no CA file";
-    if (!whyNot.empty() || !areUsable(options, whyNot)) {
+        whyNot = "there are TLS addresses, but no CA file";
+    else
+        // a failure inside ORB_init would leave the ORB unfit for another start, and would not say what is
+        // wrong
+        material = readOrTellWhyNot({options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword}, whyNot);
+    if (!material) {
         traceException("TLS: " + whyNot);
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     }
+    use(std::move(material));
     Texts& texts = keptTexts();
     texts.caFile = options.tlsCaFile;
     texts.keyFile = options.tlsKeyFile;
@@ -80,6 +118,31 @@ void setUpTls(const OrbOptions& options) {
     sslContext::key_file_password = texts.keyPassword.c_str();
     sslContext::verify_mode =
         SSL_VERIFY_PEER | (options.tlsRequirePeerCertificate ? SSL_VERIFY_FAIL_IF_NO_PEER_CERT : 0);
+    sslContext::info_callback = traceRefusal;
+}
+
+void takeOverHandshakes() {
+    if (sslContext::singleton == nullptr || !Current::instance().get())
+        return;
+    SSL_CTX* const context = sslContext::singleton->get_SSL_CTX();
+    SSL_CTX_set_cert_cb(context, showCertificate, nullptr);
+    SSL_CTX_set_cert_verify_callback(context, checkCertificate, nullptr);
+    // a resumed connection would show no certificate, and so outlive an authority that is trusted no more
+    SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
+    SSL_CTX_set_options(context, SSL_OP_NO_TICKET);
+    SSL_CTX_set_num_tickets(context, 0);
+}
+
+bool renewTls(const TlsFiles& files, std::string& whyNot) {
+    const std::shared_ptr<const TlsMaterial> before = Current::instance().get();
+    if (!before)
+        return true;
+    std::shared_ptr<const TlsMaterial> material = readOrTellWhyNot(files, whyNot);
+    if (!material)
+        return false;
+    if (!isSame(*before, *material))
+        use(std::move(material));
+    return true;
 }
 
 bool isTlsUnusedNotice(const std::string& orbLogLine) {

@@ -9,6 +9,10 @@ namespace kelp::orb {
 /// cannot be used.
 void setUpTls(const OrbOptions& options);
 
+/// Makes handshakes show and trust what renewTls() has taken over last. After ORB_init, before an endpoint is
+/// opened; nothing without TLS.
+void takeOverHandshakes();
+
 /// The transport's own notice, at each start, that it was given no certificates: usual, and no fault.
 bool isTlsUnusedNotice(const std::string& orbLogLine);
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace kelp::test {
+
+/// A TLS client of the command line, which knows nothing of CORBA: whose certificate it trusts, and its own
+/// key and certificate or none.
+class TlsClient {
+  public:
+    TlsClient(std::string server, const std::string& authority, const std::string& certificate)
+        : command_("timeout 20 openssl s_client -connect " + server + " -CAfile '" + authority +
+                   "' -verify_return_error" +
+                   (certificate.empty() ? "" : " -cert '" + certificate + "' -key '" + certificate + "'")) {}
+
+    /// Whether a handshake goes through.
+    bool handshakes() const {
+        // TLS 1.2 tells the client about a refused certificate within the handshake
+        return std::system((command_ + " -tls1_2 </dev/null >/dev/null 2>&1").c_str()) == 0;
+    }
+    /// The serial number of the certificate that the server shows, as "serial=1F"; empty when it shows none.
+    std::string serverSerialNumber() const {
+        FILE* const output =
+            ::popen((command_ + " </dev/null 2>/dev/null | openssl x509 -noout -serial 2>&1").c_str(), "r");
+        char line[200] = "";
+        const bool isRead = std::fgets(line, sizeof line, output) != nullptr;
+        ::pclose(output);
+        const std::string text = isRead ? line : "";
+        return text.rfind("serial=", 0) == 0 ? text.substr(0, text.find('\n')) : "";
+    }
+
+  private:
+    const std::string command_;
+};
+
+}  // namespace kelp::test

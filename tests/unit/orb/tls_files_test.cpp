@@ -1,0 +1,152 @@
+#include <kelp/orb/tls_files.h>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "component/orb/throw_away_certificates.h"
+#include "support/temporary_directory.h"
+
+namespace {
+
+using kelp::orb::problemsOf;
+using kelp::orb::TlsFiles;
+using Of = kelp::orb::TlsFileProblem::Of;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class TlsFilesTest : public testing::Test {
+  protected:
+    /// As "authorities: ca.pem cannot be read", with the folder taken out.
+    std::vector<std::string> check(const std::string& caFile, const std::string& keyFile,
+                                   const std::string& password = "") const {
+        std::vector<std::string> all;
+        for (const auto& problem : problemsOf({caFile, keyFile, password})) {
+            const char* const of = problem.of == Of::Authorities   ? "authorities: "
+                                   : problem.of == Of::Certificate ? "certificate: "
+                                                                   : "password: ";
+            const std::size_t name = problem.what.rfind('/');
+            EXPECT_EQ(problem.what.front(), '/') << "the whole path is named: " << problem.what;
+            all.push_back(of + problem.what.substr(name + 1));
+        }
+        return all;
+    }
+    std::vector<std::string> checkOwn(const std::string& keyFile, const std::string& password = "") const {
+        return check(certificates_.authority(), keyFile, password);
+    }
+    static std::string contentOf(const std::string& file) {
+        std::ifstream in(file);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    std::string written(const std::string& name, const std::string& text) const {
+        return folder_.write(name, text);
+    }
+
+    const kelp::test::ThrowAwayCertificates certificates_;
+    const kelp::test::TemporaryDirectory folder_;
+};
+
+TEST_F(TlsFilesTest, GoodOnesHaveNoProblem) {
+    EXPECT_THAT(checkOwn(certificates_.issue("ems")), IsEmpty());
+    EXPECT_THAT(checkOwn(certificates_.issue("locked", "secret"), "secret"), IsEmpty());
+    EXPECT_THAT(checkOwn(certificates_.issue("open"), "needless"), IsEmpty());
+}
+
+TEST_F(TlsFilesTest, CertificatesBetweenTheOwnAndTheAuthorityMayFollow) {
+    const std::string own = certificates_.issue("ems");
+    EXPECT_THAT(checkOwn(written("chain.pem", contentOf(own) + contentOf(certificates_.authority()))),
+                IsEmpty());
+}
+
+TEST_F(TlsFilesTest, BothFilesProblemsAreToldAtOnce) {
+    EXPECT_THAT(check("/no/such/ca.pem", "/no/such/ems.pem"),
+                ElementsAre("authorities: ca.pem cannot be read: No such file or directory",
+                            "certificate: ems.pem cannot be read: No such file or directory"));
+}
+
+TEST_F(TlsFilesTest, FolderIsNoFile) {
+    EXPECT_THAT(checkOwn("/tmp"), ElementsAre("certificate: tmp cannot be read: Is a directory"));
+}
+
+TEST_F(TlsFilesTest, PipeThatNobodyWritesToIsNotWaitedFor) {
+    const std::string pipe = folder_.path() / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT(check(pipe, certificates_.issue("ems")),
+                ElementsAre("authorities: pipe holds no PEM certificate"));
+}
+
+TEST_F(TlsFilesTest, AuthoritiesNeedACertificate) {
+    const std::string own = certificates_.issue("ems");
+    EXPECT_THAT(check("/dev/null", own), ElementsAre("authorities: null holds no PEM certificate"));
+    EXPECT_THAT(check(certificates_.keyOf("ems"), own),
+                ElementsAre("authorities: ems.key holds no PEM certificate"));
+    std::string damaged = contentOf(certificates_.authority());
+    damaged.replace(damaged.find('\n') + 1, 8, "////////");
+    EXPECT_THAT(check(written("damaged.pem", damaged), own),
+                ElementsAre(StartsWith("authorities: damaged.pem holds a damaged certificate: ")));
+    EXPECT_THAT(check(written("second.pem", contentOf(certificates_.authority()) + damaged), own),
+                ElementsAre(StartsWith("authorities: second.pem holds a damaged certificate: ")));
+}
+
+TEST_F(TlsFilesTest, OneAuthorityMustStillBeValid) {
+    const std::string own = certificates_.issue("ems");
+    certificates_.issueExpired("old");
+    const std::string ended = contentOf(certificates_.certificateOf("old"));
+    EXPECT_THAT(check(written("ended.pem", ended), own),
+                ElementsAre("authorities: ended.pem holds no certificate that is still valid, so that nobody "
+                            "could be trusted"));
+    EXPECT_THAT(check(written("both.pem", ended + contentOf(certificates_.authority())), own), IsEmpty());
+}
+
+TEST_F(TlsFilesTest, OwnFileNeedsACertificateAndItsKey) {
+    certificates_.issue("ems");
+    EXPECT_THAT(checkOwn(certificates_.keyOf("ems")),
+                ElementsAre("certificate: ems.key holds no PEM certificate"));
+    EXPECT_THAT(checkOwn(certificates_.certificateOf("ems")),
+                ElementsAre("certificate: ems.crt holds no PEM private key"));
+    EXPECT_THAT(checkOwn("/dev/null"), ElementsAre("certificate: null holds no PEM certificate",
+                                                   "certificate: null holds no PEM private key"));
+    certificates_.issue("other");
+    EXPECT_THAT(
+        checkOwn(written("mixed.pem", contentOf(certificates_.keyOf("other")) +
+                                          contentOf(certificates_.certificateOf("ems")))),
+        ElementsAre("certificate: mixed.pem holds a private key that is not its first certificate's"));
+    std::string damaged = contentOf(certificates_.keyOf("ems"));
+    damaged.replace(damaged.find('\n') + 1, 8, "////////");
+    EXPECT_THAT(
+        checkOwn(written("damaged.pem", damaged + contentOf(certificates_.certificateOf("ems")))),
+        ElementsAre(StartsWith("certificate: damaged.pem holds a private key that cannot be read: ")));
+}
+
+TEST_F(TlsFilesTest, EncryptedKeyNeedsItsPassword) {
+    const std::string locked = certificates_.issue("locked", "secret");
+    EXPECT_THAT(
+        checkOwn(locked),
+        ElementsAre("password: locked.pem holds an encrypted private key, but there is no password for it"));
+    const std::string refused = "password: locked.pem holds a private key that the password does not open: ";
+    EXPECT_THAT(checkOwn(locked, "wrong"), ElementsAre(StartsWith(refused)));
+    EXPECT_THAT(checkOwn(locked, std::string(100000, 'x')), ElementsAre(StartsWith(refused)));
+    EXPECT_THAT(checkOwn(locked, "secret"), IsEmpty());
+}
+
+TEST_F(TlsFilesTest, OwnCertificateMustBeValidNow) {
+    EXPECT_THAT(checkOwn(certificates_.issueExpired("old")),
+                ElementsAre("certificate: old.pem holds a certificate that has ended at 2021-01-01 00:00:00 "
+                            "UTC"));
+    EXPECT_THAT(checkOwn(certificates_.issueNotYetValid("new")),
+                ElementsAre("certificate: new.pem holds a certificate that is not valid before 2048-01-01 "
+                            "00:00:00 UTC"));
+}
+
+TEST_F(TlsFilesTest, KeyTooShortForTheLibraryIsRefusedBeforeTheStart) {
+    const std::string file = folder_.path() / "short.pem";
+    const std::string command = "openssl req -x509 -newkey rsa:512 -nodes -days 2 -subj /CN=short -keyout '" +
+                                file + "' -out '" + file + ".crt' 2>/dev/null && cat '" + file +
+                                ".crt' >> '" + file + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_THAT(checkOwn(file),
+                ElementsAre("certificate: short.pem holds a certificate that cannot be shown: "
+                            "ee key too small"));
+}
+
+}  // namespace

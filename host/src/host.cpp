@@ -6,6 +6,7 @@
 #include "exit_codes.h"
 #include "installation.h"
 #include "naming_supervisor.h"
+#include "naming_tls_renewal.h"
 #include "service_manager.h"
 #include "signal_watch.h"
 #include "start_failure.h"
@@ -17,6 +18,7 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/error_catalogue.h>
 #include <kelp/bundlemgr/light_event.h>
+#include <kelp/corbabase/tls_settings.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/trace_log.h>
 
@@ -44,12 +46,14 @@ std::filesystem::path configFileOf(const Options& options) {
     return options.configFile.empty() ? standardConfigFile() : options.configFile;
 }
 
+/// Makes the file the process's configuration, with the files that it names for TLS looked at.
 std::vector<ConfigProblem> loadConfiguration(const std::filesystem::path& file) {
     if (file.empty()) {
         ConfigStore::instance().reset();
         return {};
     }
-    return ConfigStore::instance().load(file);
+    const auto problems = ConfigStore::instance().load(file);
+    return problems.empty() ? NS_CORBA::problemsOfConfiguredTls() : problems;
 }
 
 void tellProblems(const std::vector<ConfigProblem>& problems) {
@@ -101,12 +105,16 @@ class NamingUse {
         if (!ConfigStore::instance().flag("naming.embedded"))
             return;
         std::string whyNot;
-        if (!supervisor_.emplace(configuredNaming()).start(whyNot))
+        const NamingSettings settings = configuredNaming();
+        if (!supervisor_.emplace(settings).start(whyNot))
             throw StartFailure{kNamingServiceError, whyNot};
+        if (settings.tls)
+            tlsRenewal_.emplace(*supervisor_);
     }
 
   private:
     std::optional<NamingSupervisor> supervisor_;
+    std::optional<NamingTlsRenewal> tlsRenewal_;
 };
 
 /// The bundles, and what works for them after they have stopped.
@@ -228,7 +236,9 @@ int checkConfiguration(const Options& options) {
         std::cout << "no configuration file, the defaults hold\n";
         return kStopped;
     }
-    const auto problems = ConfigStore::check(file);
+    auto problems = ConfigStore::check(file);
+    if (problems.empty())
+        problems = loadConfiguration(file);
     tellProblems(problems);
     if (!problems.empty())
         return kConfigurationError;

@@ -3,6 +3,7 @@
 #include "start_failure.h"
 
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/tls_settings.h>
 #include <kelp/orb/references.h>
 #include <kelp/util/descriptor.h>
 
@@ -49,19 +50,12 @@ std::uint16_t configuredPort(const std::string& key) {
 }
 
 NamingTls configuredTls() {
-    const ConfigStore& config = ConfigStore::instance();
-    NamingTls tls{configuredPort("naming.ssl_port"), config.text("tls.ca"), config.text("tls.certificate"),
-                  ""};
-    if (tls.port == 0)
-        throw StartFailure{
-            kConfigurationError,
-            "naming.ssl_port must name a port: the agent reaches the naming service over TLS, since "
-            "tls.mode is not 0"};
-    const std::string passwordFile = config.text("tls.key_password_file");
-    std::ifstream password(passwordFile);
-    if (!passwordFile.empty() && !std::getline(password, tls.keyPassword))
-        throw StartFailure{kConfigurationError, "tls.key_password_file: cannot read " + passwordFile};
-    return tls;
+    std::string whyNot;
+    const std::optional<orb::TlsFiles> files = NS_CORBA::configuredTlsFiles(whyNot);
+    if (!files)
+        throw StartFailure{kConfigurationError, whyNot};
+    return {configuredPort("naming.ssl_port"), *files,
+            ConfigStore::instance().text("tls.verify") == "require"};
 }
 
 }  // namespace
@@ -107,11 +101,13 @@ bool writeOrbOptions(const NamingSettings& settings, const std::filesystem::path
     const Descriptor made(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     std::ofstream out(file);
     if (const auto& tls = settings.tls; tls) {
-        out << "sslCAFile = " << tls->caFile << '\n'
-            << "sslKeyFile = " << tls->keyFile
+        const std::string& password = tls->files.keyPassword;
+        out << "sslCAFile = " << tls->files.caFile << '\n'
+            << "sslKeyFile = " << tls->files.keyFile
             << '\n'
             // the transport takes no empty password, even where it needs none
-            << "sslKeyPassword = " << (tls->keyPassword.empty() ? "none" : tls->keyPassword) << '\n';
+            << "sslKeyPassword = " << (password.empty() ? "none" : password) << '\n'
+            << "sslVerifyMode = " << (tls->requirePeerCertificate ? "peer,fail" : "peer") << '\n';
     }
     if (made.isOpen() && out.flush())
         return true;

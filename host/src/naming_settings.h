@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/orb/tls_files.h>
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -9,13 +11,12 @@
 
 namespace kelp::host {
 
-/// How the embedded naming service is reached over TLS. Files as for the CORBA endpoint: PEM, key and
-/// certificate in one.
+/// How the embedded naming service is reached over TLS.
 struct NamingTls {
     std::uint16_t port = 0;
-    std::string caFile;
-    std::string keyFile;
-    std::string keyPassword;  ///< empty for an unencrypted key
+    orb::TlsFiles files;
+    /// Whether a client must show a certificate.
+    bool requirePeerCertificate = true;
 };
 
 /// How the embedded naming service is run.

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -30,6 +31,21 @@ constexpr const char* kTlsTransport = "libomnisslTP4.so.2";
 void trace(int line, const std::string& text) {
     NS_CORBA::GetTss()->Set("namingsupervisor", "unknown", line);
     NS_CORBA::TaTrace("%s", text.c_str());
+}
+
+std::string contentsOf(const orb::TlsFiles& files) {
+    std::ostringstream all;
+    for (const std::string& name : {files.caFile, files.keyFile}) {
+        const std::ifstream in(name);
+        all << in.rdbuf() << '\n';
+    }
+    all << files.keyPassword;
+    return all.str();
+}
+
+void tellToEnd(pid_t child) {
+    ::kill(child, SIGTERM);
+    ::kill(child, SIGCONT);  // a stopped process takes no other signal
 }
 
 std::string lastLine(const std::filesystem::path& file) {
@@ -58,6 +74,24 @@ bool NamingSupervisor::start(std::string& whyNot) {
         return true;
     stop();
     return false;
+}
+
+bool NamingSupervisor::renewTls(const NamingTls& tls, std::string& whyNot) {
+    const std::string contents = contentsOf(tls.files);
+    const std::lock_guard lock(mutex_);
+    if (stopping_ || contents == tlsContents_)
+        return true;
+    NamingSettings renewed = settings_;
+    renewed.tls = tls;
+    if (!writeOrbOptions(renewed, optionsFile(), whyNot))
+        return false;
+    settings_.tls = tls;
+    trace(__LINE__, "the naming service is started again, with the new certificates");
+    if (child_ >= 0) {
+        isRenewed_ = true;
+        tellToEnd(child_);
+    }
+    return true;
 }
 
 void NamingSupervisor::stop() {
@@ -113,6 +147,8 @@ void NamingSupervisor::supervise() {
             firstEnd_ = how;
         if (stopping_ || !answered_)
             break;
+        if (std::exchange(isRenewed_, false))
+            continue;
         if (Clock::now() - begin >= settings_.longestPause)
             pause = settings_.firstPause;
         trace(__LINE__, "the naming service has ended (" + how + "), starting it again in " +
@@ -142,8 +178,10 @@ pid_t NamingSupervisor::spawn(std::string& whyNot) {
     // the service has an endpoint of its own choice unless the command line names one
     for (const std::string& endpoint : endpointsOf(settings_))
         child.arguments.insert(child.arguments.end(), {"-ORBendPoint", endpoint});
-    if (settings_.tls)
+    if (settings_.tls) {
         child.environment = {"LD_PRELOAD=" + std::string(kTlsTransport)};  // omniNames is not linked with it
+        tlsContents_ = contentsOf(settings_.tls->files);
+    }
     child.logFile = logFile();
     const pid_t process = startChild(child, whyNot);
     if (process >= 0)
@@ -199,10 +237,8 @@ void NamingSupervisor::endChild() {
     std::unique_lock lock(mutex_);
     stopping_ = true;
     changed_.notify_all();
-    if (child_ >= 0) {
-        ::kill(child_, SIGTERM);
-        ::kill(child_, SIGCONT);  // a stopped process takes no other signal
-    }
+    if (child_ >= 0)
+        tellToEnd(child_);
     if (changed_.wait_for(lock, settings_.stopLimit, [this] { return finished_; }))
         return;
     trace(__LINE__, "the naming service does not end, so it is killed");

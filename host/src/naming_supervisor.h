@@ -25,6 +25,10 @@ class NamingSupervisor {
     /// Starts the service and waits until it answers. False, with one clear sentence, when it does not, and
     /// then nothing is left running.
     bool start(std::string& whyNot);
+    /// Starts the service again with these settings when its files hold something else than they did at its
+    /// last start. After start(), from any thread; not once it is being stopped. False, with the reason, when
+    /// it goes on as it is.
+    bool renewTls(const NamingTls& tls, std::string& whyNot);
     /// Ends the service. Harmless when it does not run.
     void stop();
 
@@ -43,7 +47,7 @@ class NamingSupervisor {
     bool awaitAnswer(std::string& whyNot);
     void endChild();
 
-    const NamingSettings settings_;
+    NamingSettings settings_;  ///< `tls` is guarded by mutex_ once the service has started
     std::filesystem::path program_;
     std::thread thread_;
 
@@ -53,8 +57,10 @@ class NamingSupervisor {
     pid_t child_ = -1;
     bool answered_ = false;  ///< the first start has succeeded
     bool stopping_ = false;
-    bool finished_ = false;  ///< the thread has no child and will make none
-    std::string firstEnd_;   ///< how the first start failed, in words
+    bool isRenewed_ = false;   ///< the child was told to end, for another to take its place
+    std::string tlsContents_;  ///< what the TLS files held when the child was started
+    bool finished_ = false;    ///< the thread has no child and will make none
+    std::string firstEnd_;     ///< how the first start failed, in words
 };
 
 }  // namespace kelp::host

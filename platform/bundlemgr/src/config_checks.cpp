@@ -121,6 +121,10 @@ void checkNaming(ConfigDocument& document) {
                                 " is no address of this machine, where the embedded naming service runs: set "
                                 "naming.embedded = false to use the naming service there");
     }
+    if (integerOf(document, "tls.mode") != 0 && integerOf(document, "naming.ssl_port") == 0)
+        document.addProblem(
+            "naming.ssl_port",
+            "must name a port: the naming service is reached over TLS, since tls.mode is not 0");
 }
 
 void checkNotification(ConfigDocument& document) {

@@ -164,6 +164,11 @@ std::optional<std::string> ConfigStore::agentText(const std::string& key, Config
     return agentValue<std::string>(*state_->current(), key, problem);
 }
 
+ConfigProblem ConfigStore::problem(const std::string& key, const std::string& what) const {
+    const std::shared_ptr<const ConfigDocument> document = state_->current();
+    return {document->name, document->lineOf(key), key, what};
+}
+
 std::filesystem::path ConfigStore::file() const {
     const std::lock_guard guard(state_->mutex);
     return state_->file;

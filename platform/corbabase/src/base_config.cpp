@@ -10,6 +10,7 @@
 #include "naming_registration.h"
 #include "orb_life.h"
 #include "oss_access.h"
+#include "tls_renewal.h"
 
 #include <algorithm>
 #include <exception>
@@ -88,6 +89,7 @@ struct CorbaBaseAgentConfig::State {
     NamingRegistration registration;
     ServiceLocation naming{"naming"};
     ServiceLocation notification{"notification"};
+    TlsRenewal tlsRenewal;
 
     SessionSettings sessionSettings() const {
         {
@@ -148,12 +150,17 @@ bool CorbaBaseAgentConfig::State::startOrb() {
         return refused("The ORB cannot listen on " + listenText(*options) + ": " +
                        kelp::orb::exceptionText(failure));
     }
+    if (options->tlsListen.empty())
+        tlsRenewal.stop();
+    else
+        tlsRenewal.start();
     const std::lock_guard guard(mutex);
     session = settings;
     return true;
 }
 
 void CorbaBaseAgentConfig::ReleaseOrb() {
+    state_->tlsRenewal.stop();
     OrbLife::instance().release();
 }
 

@@ -1,8 +1,7 @@
 #include "base_settings.h"
 
 #include <kelp/bundlemgr/config_store.h>
-
-#include <fstream>
+#include <kelp/corbabase/tls_settings.h>
 
 namespace NS_CORBA {
 
@@ -18,27 +17,17 @@ int number(const std::string& key) {
 
 constexpr int kTlsOnly = 2;
 
-/// The first line of a file, without its line end. False when the file cannot be read.
-bool firstLine(const std::string& file, std::string& line) {
-    std::ifstream in(file);
-    if (!in)
-        return false;
-    std::getline(in, line);
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    return !in.bad();
-}
-
 bool readTlsOptions(kelp::orb::OrbOptions& options, std::string& whyNot) {
+    const std::optional<kelp::orb::TlsFiles> files = configuredTlsFiles(whyNot);
+    if (!files)
+        return false;
     options.tlsListen = {config().text("tls.listen")};
-    options.tlsCaFile = config().text("tls.ca");
-    options.tlsKeyFile = config().text("tls.certificate");
+    options.tlsCaFile = files->caFile;
+    options.tlsKeyFile = files->keyFile;
+    options.tlsKeyPassword = files->keyPassword;
+    options.tlsCallsOnly = options.listen.empty();
     options.tlsRequirePeerCertificate = config().text("tls.verify") == "require";
-    const std::string passwordFile = config().text("tls.key_password_file");
-    if (passwordFile.empty() || firstLine(passwordFile, options.tlsKeyPassword))
-        return true;
-    whyNot = "tls.key_password_file: cannot read \"" + passwordFile + "\"";
-    return false;
+    return true;
 }
 
 }  // namespace

@@ -107,10 +107,10 @@ TEST(BaseConfig, StartsOnAnotherPortAfterABusyOne) {
 TEST(BaseConfig, AnUnreadableKeyPasswordFileFailsAndIsNamed) {
     const std::string exists = "/etc/passwd";
     configure("[tls]\nmode = 1\nlisten = \"127.0.0.1:0\"\nca = \"" + exists + "\"\ncertificate = \"" +
-              exists + "\"\nkey_password_file = \"/etc\"\n");
+              exists + "\"\nkey_password_file = \"/etc\"\n[naming]\nssl_port = 4844\n");
     const TraceCapture capture;
     EXPECT_FALSE(base().Init("test_bundle"));
-    EXPECT_TRUE(capture.contains("tls.key_password_file: cannot read \"/etc\""));
+    EXPECT_TRUE(capture.contains("tls.key_password_file: /etc cannot be read: Is a directory"));
 }
 
 TEST(BaseConfig, SessionSettingsHoldUntilTheNextStart) {

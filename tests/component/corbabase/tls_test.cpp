@@ -19,7 +19,7 @@ class TlsSettings : public testing::Test {
         const std::filesystem::path password = folder.write("password", "opensesame\nanother line\n");
         return kelp::test::kFreePort + std::string("[tls]\nmode = ") + std::to_string(mode) +
                "\nlisten = \"127.0.0.1:0\"\nca = \"" + certificates.authority() + "\"\ncertificate = \"" +
-               key + "\"\nkey_password_file = \"" + password.string() + "\"\n";
+               key + "\"\nkey_password_file = \"" + password.string() + "\"\n[naming]\nssl_port = 4844\n";
     }
     /// Whether each address of this process's references is a TLS one.
     static std::vector<bool> transports() {

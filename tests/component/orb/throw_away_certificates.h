@@ -26,6 +26,7 @@ class ThrowAwayCertificates {
     ThrowAwayCertificates(const ThrowAwayCertificates&) = delete;
     ThrowAwayCertificates& operator=(const ThrowAwayCertificates&) = delete;
 
+    std::string folder() const { return folder_; }
     std::string authority() const { return folder_ / "ca.pem"; }
 
     /// A file with a new key and the certificate that the authority gave it; the key is encrypted where there

@@ -66,7 +66,8 @@ TEST(ConfigChecks, ExternalNotificationServiceNeedsAHostThatCanBeCalled) {
 
 TEST(ConfigChecks, ExternalNotificationServiceIsReachedOverTlsWhenThatIsOn) {
     const std::string tls =
-        "[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n[notification]\n";
+        "[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"
+        "[naming]\nssl_port = 4844\n[notification]\n";
     EXPECT_THAT(check(tls + "mode = \"external\"\n"),
                 ElementsAre(HasSubstr("notification.ssl_port: must name a port")));
     EXPECT_THAT(check(tls + "mode = \"external\"\nssl_port = 4843\n"), IsEmpty());
@@ -122,29 +123,47 @@ TEST(ConfigChecks, PublishedAddressCanBeCalled) {
         EXPECT_THAT(check("[orb]\npublish = \"" + publish + "\"\n"), testing::SizeIs(1)) << publish;
 }
 
+const std::string kNamingOverTls = "[naming]\nssl_port = 4844\n";
+
+TEST(ConfigChecks, NamingServiceIsReachedOverTlsWhenThatIsOn) {
+    const std::string tls = "[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n";
+    for (const std::string embedded : {"true", "false"}) {
+        const std::string naming = "[naming]\nembedded = " + embedded + "\n";
+        EXPECT_THAT(check(tls + naming),
+                    ElementsAre(HasSubstr("naming.ssl_port: must name a port: the naming service is reached "
+                                          "over TLS")));
+        EXPECT_THAT(check(tls + naming + "ssl_port = 4844\n"), IsEmpty());
+        EXPECT_THAT(check(naming), IsEmpty());
+    }
+}
+
 TEST(ConfigChecks, TlsNeedsItsFiles) {
     EXPECT_THAT(
-        check("[tls]\nmode = 1\n"),
+        check("[tls]\nmode = 1\n" + kNamingOverTls),
         ElementsAre("0: tls.ca: is missing: tls.mode is not 0, which needs tls.ca and tls.certificate",
                     "0: tls.certificate: is missing: tls.mode is not 0, which needs tls.ca and "
                     "tls.certificate"));
     EXPECT_THAT(
-        check("[tls]\nmode = 2\nca = \"/nowhere/ca.pem\"\ncertificate = \"/dev/null\"\n"),
+        check("[tls]\nmode = 2\nca = \"/nowhere/ca.pem\"\ncertificate = \"/dev/null\"\n" + kNamingOverTls),
         ElementsAre("3: tls.ca: the file \"/nowhere/ca.pem\" cannot be read: No such file or directory"));
     EXPECT_THAT(check("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"
-                      "key_password_file = \"/nowhere/password\"\n"),
+                      "key_password_file = \"/nowhere/password\"\n" +
+                      kNamingOverTls),
                 ElementsAre(HasSubstr("5: tls.key_password_file: the file")));
-    EXPECT_THAT(check("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"), IsEmpty());
+    EXPECT_THAT(check("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n" + kNamingOverTls),
+                IsEmpty());
 }
 
 TEST(ConfigChecks, OnlyEndpointsInUseAreLookedAt) {
     EXPECT_THAT(check("[tls]\nlisten = \"nonsense\"\n"), IsEmpty());
     EXPECT_THAT(check("[orb]\nlisten = \"0.0.0.0:4800\"\n"
-                      "[tls]\nmode = 2\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"),
+                      "[tls]\nmode = 2\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n" +
+                      kNamingOverTls),
                 IsEmpty());
     EXPECT_THAT(
         check(
-            "[tls]\nmode = 2\nlisten = \"0.0.0.0:4843\"\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"),
+            "[tls]\nmode = 2\nlisten = \"0.0.0.0:4843\"\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n" +
+            kNamingOverTls),
         ElementsAre(HasSubstr("3: tls.listen: \"0.0.0.0:4843\" is a wildcard address")));
 }
 

@@ -16,7 +16,9 @@ std::string addressWith(const std::string& toml) {
 TEST(NotificationAddress, IsThatOfTheTransport) {
     const std::string table = "[notification]\nhost = \"10.0.0.8\"\nport = 6001\nssl_port = 6002\n";
     EXPECT_EQ(addressWith(table), "corbaloc:iiop:1.2@10.0.0.8:6001/NotificationService");
-    EXPECT_EQ(addressWith("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n" + table),
+    EXPECT_EQ(addressWith("[tls]\nmode = 1\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n"
+                          "[naming]\nssl_port = 4844\n" +
+                          table),
               "corbaloc:ssliop:1.2@10.0.0.8:6002/NotificationService");
 }
 

@@ -92,7 +92,7 @@ TEST_F(NamingSupervisorTest, ServiceListensOnTlsBesideTcp) {
     const test::ThrowAwayCertificates certificates;
     const test::PortLease tlsPort;
     NamingSettings both = settings();
-    both.tls = NamingTls{tlsPort.port(), certificates.authority(), certificates.issue("naming"), ""};
+    both.tls = NamingTls{tlsPort.port(), {certificates.authority(), certificates.issue("naming"), ""}};
     NamingSupervisor supervisor(both);
     ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
     EXPECT_TRUE(answers());
@@ -105,7 +105,7 @@ TEST_F(NamingSupervisorTest, ServiceOverTlsAloneHasNoOpenTcpPort) {
     NamingSettings tlsOnly = settings();
     tlsOnly.port.reset();
     tlsOnly.tls =
-        NamingTls{port_.port(), certificates.authority(), certificates.issue("naming", "secret"), "secret"};
+        NamingTls{port_.port(), {certificates.authority(), certificates.issue("naming", "secret"), "secret"}};
     NamingSupervisor supervisor(tlsOnly);
     ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
     EXPECT_FALSE(answers());
@@ -117,7 +117,7 @@ TEST_F(NamingSupervisorTest, OptionsThatHoldTheKeysPasswordAreNobodyElses) {
     NamingSettings tlsOnly = settings();
     tlsOnly.port.reset();
     tlsOnly.tls =
-        NamingTls{port_.port(), certificates.authority(), certificates.issue("naming", "secret"), "secret"};
+        NamingTls{port_.port(), {certificates.authority(), certificates.issue("naming", "secret"), "secret"}};
     NamingSupervisor supervisor(tlsOnly);
     ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
     const auto options = tlsOnly.dataDirectory / "omniorb.cfg";

@@ -54,6 +54,10 @@ class KELP_EXPORT ConfigStore {
     std::optional<std::int64_t> agentInteger(const std::string& key, ConfigProblem* problem = nullptr) const;
     std::optional<std::string> agentText(const std::string& key, ConfigProblem* problem = nullptr) const;
 
+    /// A problem with the value of one of the schema's keys that only its user can see; with the file loaded
+    /// last and the line where the value stands.
+    ConfigProblem problem(const std::string& key, const std::string& what) const;
+
     /// The file loaded last; empty for none or for text.
     std::filesystem::path file() const;
 

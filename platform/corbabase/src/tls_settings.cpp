@@ -1,0 +1,67 @@
+#include <kelp/corbabase/tls_settings.h>
+
+#include <cerrno>
+#include <fstream>
+#include <system_error>
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr const char* kPasswordFileKey = "tls.key_password_file";
+
+const NS_BUNDLEMGR1::ConfigStore& config() {
+    return NS_BUNDLEMGR1::ConfigStore::instance();
+}
+
+/// The first line of a file, without its line end. False, with errno set, when the file cannot be read.
+bool firstLine(const std::string& file, std::string& line) {
+    errno = 0;
+    std::ifstream in(file);
+    if (!in)
+        return false;
+    std::getline(in, line);
+    if (!line.empty() && line.back() == '\r')
+        line.pop_back();
+    return !in.bad();
+}
+
+std::string keyOf(kelp::orb::TlsFileProblem::Of of) {
+    using Of = kelp::orb::TlsFileProblem::Of;
+    if (of == Of::Authorities)
+        return "tls.ca";
+    return of == Of::Password ? kPasswordFileKey : "tls.certificate";
+}
+
+std::optional<kelp::orb::TlsFiles> readFiles(std::string& passwordProblem) {
+    kelp::orb::TlsFiles files{config().text("tls.ca"), config().text("tls.certificate"), ""};
+    const std::string passwordFile = config().text(kPasswordFileKey);
+    if (passwordFile.empty() || firstLine(passwordFile, files.keyPassword))
+        return files;
+    passwordProblem = passwordFile + " cannot be read: " + std::generic_category().message(errno);
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<kelp::orb::TlsFiles> configuredTlsFiles(std::string& whyNot) {
+    std::optional<kelp::orb::TlsFiles> files = readFiles(whyNot);
+    if (!files)
+        whyNot = kPasswordFileKey + std::string(": ") + whyNot;
+    return files;
+}
+
+std::vector<NS_BUNDLEMGR1::ConfigProblem> problemsOfConfiguredTls() {
+    if (config().integer("tls.mode") == 0)
+        return {};
+    std::string whyNot;
+    const std::optional<kelp::orb::TlsFiles> files = readFiles(whyNot);
+    if (!files)
+        return {config().problem(kPasswordFileKey, whyNot)};
+    std::vector<NS_BUNDLEMGR1::ConfigProblem> all;
+    for (const kelp::orb::TlsFileProblem& problem : kelp::orb::problemsOf(*files))
+        all.push_back(config().problem(keyOf(problem.of), problem.what));
+    return all;
+}
+
+}  // namespace NS_CORBA

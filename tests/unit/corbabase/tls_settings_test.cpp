@@ -1,0 +1,73 @@
+#include <kelp/corbabase/tls_settings.h>
+
+#include <gmock/gmock.h>
+
+#include "component/orb/throw_away_certificates.h"
+#include "config_text.h"
+#include "support/temporary_directory.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+class TlsSettings : public testing::Test {
+  protected:
+    /// `more` may add the password's file.
+    static std::vector<std::string> check(const std::string& ca, const std::string& certificate,
+                                          const std::string& more = "", int mode = 1) {
+        kelp::test::configure("[tls]\nmode = " + std::to_string(mode) + "\nca = \"" + ca +
+                              "\"\ncertificate = \"" + certificate + "\"\n" + more +
+                              "[naming]\nssl_port = 4844\n");
+        std::vector<std::string> all;
+        for (const NS_BUNDLEMGR1::ConfigProblem& problem : NS_CORBA::problemsOfConfiguredTls())
+            all.push_back(problem.text());
+        return all;
+    }
+    static std::string passwordFile(const std::string& file) {
+        return "key_password_file = \"" + file + "\"\n";
+    }
+
+    const kelp::test::ThrowAwayCertificates certificates_;
+    const kelp::test::TemporaryDirectory folder_;
+};
+
+TEST_F(TlsSettings, GoodFilesAreNoProblem) {
+    EXPECT_THAT(check(certificates_.authority(), certificates_.issue("ems")), IsEmpty());
+}
+
+TEST_F(TlsSettings, FilesAreNotLookedAtWithoutTls) {
+    EXPECT_THAT(check("/dev/null", "/dev/null", "", 0), IsEmpty());
+}
+
+TEST_F(TlsSettings, ProblemsNameFileLineAndKey) {
+    EXPECT_THAT(check("/dev/null", certificates_.issueExpired("old")),
+                ElementsAre("test.toml:3: tls.ca: /dev/null holds no PEM certificate",
+                            "test.toml:4: tls.certificate: " + certificates_.folder() +
+                                "/old.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
+}
+
+TEST_F(TlsSettings, PasswordIsTheFilesFirstLine) {
+    const std::string locked = certificates_.issue("locked", "opensesame");
+    for (const std::string text : {"opensesame", "opensesame\n", "opensesame\r\n", "opensesame\nmore\n"}) {
+        const std::string file = folder_.write("password", text);
+        EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(file)), IsEmpty()) << text;
+    }
+}
+
+TEST_F(TlsSettings, WrongOrMissingPasswordIsToldByItsKey) {
+    const std::string locked = certificates_.issue("locked", "opensesame");
+    EXPECT_THAT(check(certificates_.authority(), locked),
+                ElementsAre(HasSubstr(": tls.key_password_file: " + locked +
+                                      " holds an encrypted private key, but there is no password for it")));
+    const std::string wrong = folder_.write("wrong", "close\n");
+    EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(wrong)),
+                ElementsAre(StartsWith("test.toml:5: tls.key_password_file: " + locked +
+                                       " holds a private key that the password does not open: ")));
+    EXPECT_THAT(check(certificates_.authority(), locked, passwordFile("/etc")),
+                ElementsAre("test.toml:5: tls.key_password_file: /etc cannot be read: Is a directory"));
+}
+
+}  // namespace

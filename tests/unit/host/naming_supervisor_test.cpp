@@ -2,6 +2,7 @@
 #include "giop_probe.h"
 
 #include "component/orb/throw_away_certificates.h"
+#include "component/orb/tls_client.h"
 #include "harness/eventually.h"
 #include "harness/port_lease.h"
 #include "harness/scratch_dir.h"
@@ -110,6 +111,59 @@ TEST_F(NamingSupervisorTest, ServiceOverTlsAloneHasNoOpenTcpPort) {
     ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
     EXPECT_FALSE(answers());
     EXPECT_TRUE(portAccepts("127.0.0.1", port_.port(), 500ms));
+}
+
+class NamingOverTlsTest : public NamingSupervisorTest {
+  protected:
+    NamingSettings tlsOnly(bool requirePeerCertificate = true) {
+        NamingSettings all = settings();
+        all.port.reset();
+        all.tls = NamingTls{port_.port(),
+                            {certificates_.authority(), certificates_.issue("naming"), ""},
+                            requirePeerCertificate};
+        return all;
+    }
+    test::TlsClient client(const std::string& certificate) {
+        return {port_.hostAndPort(), certificates_.authority(), certificate};
+    }
+
+    const test::ThrowAwayCertificates certificates_;
+};
+
+TEST_F(NamingOverTlsTest, ClientNeedsACertificateUnlessNoneIsRequired) {
+    {
+        NamingSupervisor supervisor(tlsOnly());
+        ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
+        EXPECT_TRUE(client(certificates_.issue("nms")).handshakes());
+        EXPECT_FALSE(client("").handshakes());
+    }
+    NamingSupervisor supervisor(tlsOnly(false));
+    ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
+    EXPECT_TRUE(client("").handshakes());
+    EXPECT_FALSE(client(test::ThrowAwayCertificates().issue("stranger")).handshakes());
+}
+
+TEST_F(NamingOverTlsTest, NewCertificateIsShownByANewChild) {
+    const NamingSettings before = tlsOnly();
+    const std::string nms = certificates_.issue("nms");
+    NamingSupervisor supervisor(before);
+    ASSERT_TRUE(supervisor.start(whyNot_)) << whyNot_;
+    const pid_t child = supervisor.pid();
+    const std::string serialNumber = client(nms).serverSerialNumber();
+    ASSERT_NE(serialNumber, "");
+    ASSERT_TRUE(supervisor.renewTls(*before.tls, whyNot_)) << whyNot_;
+    EXPECT_EQ(supervisor.pid(), child) << "its files are the same";
+
+    NamingTls locked = *before.tls;
+    locked.files.keyFile = certificates_.issue("naming", "secret");
+    locked.files.keyPassword = "secret";
+    ASSERT_TRUE(supervisor.renewTls(locked, whyNot_)) << whyNot_;
+    EXPECT_TRUE(test::eventually([&] {
+        const std::string now = client(nms).serverSerialNumber();
+        return !now.empty() && now != serialNumber;
+    }));
+    EXPECT_NE(supervisor.pid(), child);
+    EXPECT_TRUE(isGone(child));
 }
 
 TEST_F(NamingSupervisorTest, OptionsThatHoldTheKeysPasswordAreNobodyElses) {

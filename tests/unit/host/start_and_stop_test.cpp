@@ -101,6 +101,22 @@ TEST_F(KelpdStartAndStopTest, TlsNeedsAPortOfTheNamingServiceForIt) {
     EXPECT_TRUE(output_.contains("naming.ssl_port")) << output_.text();
 }
 
+TEST_F(KelpdStartAndStopTest, TlsFilesThatCannotBeUsedAreNamedBeforeAnythingIsStarted) {
+    const ThrowAwayCertificates certificates;
+    const std::string ended = certificates.issueExpired("ems");
+    const auto file = scratch_ / "tls.toml";
+    writeFile(file, "[tls]\nmode = 2\nca = \"/dev/null\"\ncertificate = \"" + ended +
+                        "\"\n[naming]\nssl_port = " + namingPort_.text() + "\n");
+    for (const std::string option : {"--config", "--check-config"}) {
+        EXPECT_EQ(run({option, file.string()}), 3);
+        EXPECT_TRUE(output_.waitFor(file.string() + ":3: tls.ca: /dev/null holds no PEM certificate"));
+        EXPECT_TRUE(output_.contains(file.string() + ":4: tls.certificate: " + ended +
+                                     " holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
+    }
+    EXPECT_EQ(output_.count("has ended at"), 2u) << output_.text();
+    EXPECT_TRUE(namingProcesses().empty());
+}
+
 TEST_F(KelpdStartAndStopTest, DataFolderThatCannotBeMadeIsNamed) {
     writeFile(scratch_ / "file", "");
     const auto file = scratch_ / "unusable.toml";

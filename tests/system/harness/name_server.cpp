@@ -14,6 +14,11 @@ NameServer::NameServer() {
     start();
 }
 
+NameServer::NameServer(const std::string& caFile, const std::string& keyFile)
+    : caFile_(caFile), keyFile_(keyFile) {
+    start();
+}
+
 void NameServer::restartEmpty() {
     process_.reset();
     start();
@@ -21,13 +26,20 @@ void NameServer::restartEmpty() {
 
 void NameServer::start() {
     data_.emplace();
-    process_.emplace(
-        Launch{OMNINAMES,
-               {"-start", port_.text(), "-datadir", data_->path().string(), "-nohostname", "-errlog",
-                (*data_ / "errors").string(), "-ORBendPoint", "giop:tcp:" + port_.hostAndPort()},
-               {},
-               *data_ / "output.log",
-               false});
+    const bool isTls = !caFile_.empty();
+    Launch launch{OMNINAMES,
+                  {"-start", port_.text(), "-datadir", data_->path().string(), "-nohostname", "-errlog",
+                   (*data_ / "errors").string(), "-ORBendPoint",
+                   (isTls ? "giop:ssl:" : "giop:tcp:") + port_.hostAndPort()},
+                  {},
+                  *data_ / "output.log",
+                  false};
+    if (isTls) {
+        launch.environment = {{"LD_PRELOAD", "libomnisslTP4.so.2"}};
+        launch.arguments.insert(launch.arguments.end(), {"-ORBsslCAFile", caFile_, "-ORBsslKeyFile", keyFile_,
+                                                         "-ORBsslKeyPassword", "none"});
+    }
+    process_.emplace(launch);
     if (!eventually([this] { return isListening(port()); }))
         throw std::runtime_error("the naming service does not start");
 }

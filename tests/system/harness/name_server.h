@@ -5,6 +5,7 @@
 #include "harness/scratch_dir.h"
 
 #include <optional>
+#include <string>
 
 namespace kelp::test {
 
@@ -13,6 +14,8 @@ class NameServer {
   public:
     /// Starts it and waits until it answers.
     NameServer();
+    /// The same over TLS alone, with the files that the ORB's options of these names take.
+    NameServer(const std::string& caFile, const std::string& keyFile);
 
     std::uint16_t port() const { return port_.port(); }
     ChildProcess& process() { return *process_; }
@@ -24,6 +27,8 @@ class NameServer {
     void start();
 
     PortLease port_;
+    std::string caFile_;  ///< empty: no TLS
+    std::string keyFile_;
     std::optional<ScratchDir> data_;
     std::optional<ChildProcess> process_;
 };

@@ -1,59 +1,18 @@
 // NMS and EMS over TLS, in processes of their own.
 
-#include "component/orb/throw_away_certificates.h"
-#include "system/kelpnms/kelpnms_fixture.h"
+#include "tls_fixture.h"
+
+#include "system/harness/name_server.h"
 
 namespace kelp::test {
 namespace {
 
-constexpr int kBoth = 1;
-constexpr int kTlsOnly = 2;
-constexpr int kDone = 0;
-constexpr int kWrongUse = 2;
-constexpr int kUnreachable = 3;
+constexpr int kConfigurationError = 3;  ///< how kelpd ends
 
-class TlsTest : public KelpnmsTest {
-  protected:
-    void startHost(int mode) {
-        host_.set("tls", "mode", mode)
-            .set("tls", "listen", quoted(tlsPort_.hostAndPort()))
-            .set("tls", "ca", quoted(certificates_.authority()))
-            .set("tls", "certificate", quoted(certificates_.issue("ems")))
-            .set("naming", "ssl_port", namingTlsPort_.port())
-            .set("notification", "heartbeat_s", 1);
-        host_.addUser("demo");
-        host_.start();
-        EXPECT_TRUE(eventually([this] { return nms({"find"}) == kDone; })) << output();
-    }
-    /// kelpnms over TLS, with the certificates of an authority.
-    int nms(const std::vector<std::string>& arguments, const ThrowAwayCertificates* authority = nullptr) {
-        const ThrowAwayCertificates& its = authority != nullptr ? *authority : certificates_;
-        return nms(arguments, its.authority(), its.issue("nms"));
-    }
-    int nms(const std::vector<std::string>& arguments, const std::string& authority, const std::string& key,
-            const std::string& keyPassword = "") {
-        std::vector<std::string> all = {"--naming",        namingTlsPort_.hostAndPort(),
-                                        "--tls-ca",        authority,
-                                        "--tls-key",       key,
-                                        "--timeout",       "10",
-                                        "--user",          "demo",
-                                        "--password-file", host_.passwordFile().string()};
-        if (!keyPassword.empty()) {
-            writeFile(scratch_ / "key-password", keyPassword + "\n");
-            all.insert(all.end(), {"--tls-key-password-file", (scratch_ / "key-password").string()});
-        }
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        log_ = LogFile(scratch_ / ("output" + std::to_string(++runs_)));
-        return runToEnd({KELPNMS, all, {}, log_.file(), false});
-    }
+class TlsModes : public TlsTest, public testing::WithParamInterface<int> {};
 
-    const ThrowAwayCertificates certificates_;
-    const PortLease tlsPort_;
-    const PortLease namingTlsPort_;
-};
-
-TEST_F(TlsTest, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {
-    startHost(kTlsOnly);
+TEST_P(TlsModes, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {
+    startHost(GetParam());
     EXPECT_EQ(nms({"ems", "--json"}), kDone) << output();
     EXPECT_TRUE(log_.contains("\"Kelp/EMS\"")) << output();
     EXPECT_EQ(nms({"watch", "--count", "2"}), kDone) << output();
@@ -64,12 +23,27 @@ TEST_F(TlsTest, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
+INSTANTIATE_TEST_SUITE_P(Modes, TlsModes, testing::Values(1, 2), testing::PrintToStringParamName());
+
+TEST_F(TlsTest, ModeZeroSpeaksNoneOfIt) {
+    configureHost(kOff);
+    host_.start();
+    ASSERT_TRUE(eventually([this] { return run({"find"}) == kDone; })) << output();
+    EXPECT_FALSE(isListening(tlsPort_.port()));
+    EXPECT_FALSE(isListening(namingTlsPort_.port()));
+    EXPECT_EQ(run({"watch", "--count", "2"}), kDone) << output();
+    EXPECT_EQ(run({"--json", "events", "--count", "2"}), kDone) << output();
+    EXPECT_TRUE(log_.contains("\"NT_HEARTBEAT\"")) << output();
+    EXPECT_TRUE(allSessionsGone());
+    EXPECT_EQ(host_.stop(), 0);
+}
+
 TEST_F(TlsTest, KeyWithAPasswordIsOpenedWithIt) {
     startHost(kTlsOnly);
     const std::string key = certificates_.issue("locked", "opensesame");
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), key, "opensesame"), kDone) << output();
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), key, "wrong"), kWrongUse) << output();
-    EXPECT_TRUE(log_.contains("cannot listen on")) << output();
+    EXPECT_TRUE(log_.contains(key + " holds a private key that the password does not open: ")) << output();
 }
 
 TEST_F(TlsTest, PlainNmsDoesNotGetInWhereThereIsOnlyTls) {
@@ -81,7 +55,7 @@ TEST_F(TlsTest, PlainNmsDoesNotGetInWhereThereIsOnlyTls) {
         "--password-file", host_.passwordFile().string()};
     log_ = LogFile(scratch_ / "plain");
     EXPECT_EQ(runToEnd({KELPNMS, plain, {}, log_.file(), false}), kUnreachable) << output();
-    EXPECT_EQ(host_.log().count("has been constructed!"), 0u);
+    EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
 }
 
 TEST_F(TlsTest, CertificateOfAnotherAuthorityIsRefused) {
@@ -90,8 +64,83 @@ TEST_F(TlsTest, CertificateOfAnotherAuthorityIsRefused) {
     EXPECT_EQ(nms({"ping"}, &others), kUnreachable) << output();
     // one that trusts the EMS, but shows what the EMS does not trust
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), others.issue("nms")), kUnreachable) << output();
-    EXPECT_EQ(host_.log().count("has been constructed!"), 0u);
+    EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
     EXPECT_EQ(nms({"ping"}), kDone) << "the right one gets in all the same: " << output();
+}
+
+TEST_F(TlsTest, ClientWithoutACertificateIsRefusedUnlessNoneIsRequired) {
+    startHost(kTlsOnly);
+    expectHandshakes(certificates_.issue("nms"), true);
+    expectHandshakes("", false);
+    EXPECT_TRUE(host_.log().waitFor("TLS: 127.0.0.1 port "));
+    EXPECT_EQ(host_.stop(), 0);
+    host_.set("tls", "verify", quoted("none"));
+    host_.start();
+    expectHandshakes("", true);
+    expectHandshakes(ThrowAwayCertificates().issue("nms"), false);
+    EXPECT_EQ(nms({"ping"}), kDone) << output();
+}
+
+TEST_F(TlsTest, ClientWhoseCertificateHasEndedOrNotBegunIsRefused) {
+    startHost(kTlsOnly);
+    expectHandshakes(certificates_.issueExpired("old"), false);
+    EXPECT_TRUE(
+        host_.log().waitFor("is refused: certificate expired, its certificate: certificate has expired"));
+    expectHandshakes(certificates_.issueNotYetValid("new"), false);
+    EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
+    // an NMS is told so by its own side, before it calls anybody
+    const std::string ended = certificates_.issueExpired("nms");
+    EXPECT_EQ(nms({"ping"}, certificates_.authority(), ended), kWrongUse) << output();
+    EXPECT_TRUE(log_.contains(ended + " holds a certificate that has ended at 2021-01-01")) << output();
+}
+
+TEST_F(TlsTest, ServerWhoseCertificateHasEndedIsNotTalkedTo) {
+    const std::string ended = certificates_.issueExpired("ems");
+    LogFile said(scratch_ / "server");
+    ChildProcess server(
+        {"/usr/bin/openssl",
+         {"s_server", "-accept", namingTlsPort_.hostAndPort(), "-www", "-cert", ended, "-key", ended},
+         {},
+         said.file(),
+         false});
+    ASSERT_TRUE(said.waitFor("ACCEPT"));
+    host_.addUser("demo");
+    EXPECT_EQ(nms({"find"}), kUnreachable) << output();
+    EXPECT_TRUE(said.waitFor("alert certificate expired")) << said.text();
+}
+
+TEST_F(TlsTest, HostDoesNotStartWithACertificateThatHasEndedOrNotBegun) {
+    configureHost(kTlsOnly);
+    certificates_.issueExpired("ems");
+    EXPECT_EQ(host_.startToFail(), kConfigurationError);
+    EXPECT_TRUE(host_.log().contains("/ems.pem holds a certificate that has ended at 2021-01-01"));
+    certificates_.issueNotYetValid("ems");
+    EXPECT_EQ(host_.startToFail(), kConfigurationError);
+    EXPECT_TRUE(host_.log().contains("/ems.pem holds a certificate that is not valid before 2048-01-01"));
+}
+
+TEST_F(TlsTest, FactoryIsRegisteredInANamingServiceElsewhereOverTls) {
+    const NameServer names(certificates_.authority(), certificates_.issue("names"));
+    configureHost(kTlsOnly);
+    host_.useNamingService(names.port()).set("naming", "ssl_port", names.port());
+    host_.start();
+    naming_ = "127.0.0.1:" + std::to_string(names.port());
+    EXPECT_TRUE(eventually([this] { return nms({"ping"}) == kDone; })) << output();
+    EXPECT_EQ(host_.stop(), 0);
+    EXPECT_EQ(nms({"find"}), kUnreachable) << "it has been taken out again: " << output();
+    EXPECT_TRUE(log_.contains("no session factory is registered")) << output();
+}
+
+TEST_F(TlsTest, NamingServiceWithAnotherAuthoritysCertificateIsNotTrusted) {
+    const ThrowAwayCertificates others;
+    const NameServer names(others.authority(), others.issue("names"));
+    configureHost(kTlsOnly);
+    host_.useNamingService(names.port()).set("naming", "ssl_port", names.port());
+    host_.start();
+    EXPECT_TRUE(host_.log().waitFor("[Monitor Thread] system exception occured! error reason:"));
+    naming_ = "127.0.0.1:" + std::to_string(names.port());
+    EXPECT_EQ(nms({"find"}, &others), kUnreachable) << "nothing was registered: " << output();
+    EXPECT_TRUE(log_.contains("no session factory is registered")) << output();
 }
 
 TEST_F(TlsTest, BothKindsOfNmsGetInWhereBothAreServed) {

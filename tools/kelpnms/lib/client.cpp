@@ -7,6 +7,7 @@
 #include <kelp/orb/orb.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/orb/tls_files.h>
 
 #include <utility>
 
@@ -39,18 +40,26 @@ orb::OrbOptions orbOptions(const NmsSettings& settings, const std::string& addre
     return options;
 }
 
-std::string addressOf(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
-    orb::ReferenceContent content;
-    if (!orb::describe(orb, object, content) || content.endpoints.empty())
-        return {};
-    return orb::hostAndPort(content.endpoints.front());
-}
-
 std::string joined(const std::vector<std::string>& texts) {
     std::string all;
     for (const std::string& text : texts)
         all += (all.empty() ? "" : ", ") + text;
     return all;
+}
+
+void refuseUnusable(const orb::TlsFiles& files, const std::string& address) {
+    std::vector<std::string> problems;
+    for (const orb::TlsFileProblem& problem : orb::problemsOf(files))
+        problems.push_back(problem.what);
+    if (!problems.empty())
+        throw CannotListen("cannot listen on " + address + ": " + joined(problems));
+}
+
+std::string addressOf(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
+    orb::ReferenceContent content;
+    if (!orb::describe(orb, object, content) || content.endpoints.empty())
+        return {};
+    return orb::hostAndPort(content.endpoints.front());
 }
 
 }  // namespace
@@ -81,6 +90,8 @@ NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<Stat
     state_->naming = settings.naming;
     const std::string address = listenAddress(settings);
     const orb::OrbOptions options = orbOptions(settings, address);
+    if (settings.tls)
+        refuseUnusable({options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword}, address);
     try {
         state_->orb = orb::start(options, nullptr);
         orb::setProcessTimeout(settings.timeout);
@@ -89,8 +100,7 @@ NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<Stat
         const PortableServer::POAManager_var manager = state_->root->the_POAManager();
         orb::letCallersThrough(manager.in());
     } catch (const CORBA::Exception& exception) {
-        const std::string how = settings.tls ? " with the key, certificates and password given" : "";
-        throw CannotListen("cannot listen on " + address + how + ": " + orb::exceptionText(exception));
+        throw CannotListen("cannot listen on " + address + ": " + orb::exceptionText(exception));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "harness/host.h"
 #include "harness/nms_process.h"
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -37,6 +38,16 @@ class Security : public ::testing::Test {
 
     Host host;
 };
+
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// The file stays the one that others have open.
+void overwrite(const std::filesystem::path& file, const std::string& content) {
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << content;
+}
 
 TEST_F(Security, ADisabledUsersSessionsEndAndNobodyElses) {
     host.start();
@@ -117,6 +128,82 @@ TEST_F(Security, ADatabaseThatIsDamagedOrGoneRefusesUntilItIsBack) {
     host.user({"disable", "alice"});
     EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
     EXPECT_TRUE(nms.hasSession(1));
+    EXPECT_EQ(host.stop(), 0);
+}
+
+TEST_F(Security, ADatabaseThatAnotherProcessLocksRefusesUntilItIsUnlocked) {
+    host.start();
+    NmsProcess nms(host, 2);
+    nms.logIn(0, "alice");
+    SQLite::Database other(usersFile().string(), SQLite::OPEN_READWRITE);
+    other.exec("BEGIN EXCLUSIVE");
+    EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
+    EXPECT_TRUE(host.log().waitFor("users.db is locked by another process; until it can be read nobody"));
+    EXPECT_TRUE(nms.hasSession(0));
+    EXPECT_FALSE(nms.managers(0).empty());
+
+    other.exec("ROLLBACK");
+    EXPECT_EQ(nms.tryLogIn(1, "bob", Host::kPassword), "");
+    EXPECT_TRUE(host.log().waitFor("the user database can be read again"));
+    EXPECT_TRUE(nms.hasSession(0));
+    host.user({"disable", "alice"});
+    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
+    EXPECT_TRUE(nms.hasSession(1));
+    EXPECT_EQ(host.stop(), 0);
+}
+
+/// What becomes of the file while the host has it open: its first bytes, then others.
+struct Damage {
+    const char* name;
+    std::size_t bytesKept;
+    std::size_t bytesOfGarbage;
+    const char* said;
+
+    friend std::ostream& operator<<(std::ostream& out, const Damage& damage) { return out << damage.name; }
+};
+
+class DamagedInPlace : public Security, public testing::WithParamInterface<Damage> {};
+
+TEST_P(DamagedInPlace, RefusesUntilTheContentIsBack) {
+    host.start();
+    NmsProcess nms(host, 2);
+    nms.logIn(0, "alice");
+    const std::filesystem::path file = usersFile();
+    const std::string good = contentOf(file);
+    overwrite(file, good.substr(0, GetParam().bytesKept) + std::string(GetParam().bytesOfGarbage, 'x'));
+    EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
+    EXPECT_TRUE(host.log().waitFor(file.string() + GetParam().said));
+    EXPECT_TRUE(nms.hasSession(0));
+
+    overwrite(file, good);
+    EXPECT_TRUE(eventually([&] { return nms.tryLogIn(1, "bob", Host::kPassword).empty(); }));
+    EXPECT_TRUE(nms.hasSession(0));
+    host.user({"disable", "alice"});
+    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
+    EXPECT_TRUE(nms.hasSession(1));
+    EXPECT_EQ(host.stop(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Security, DamagedInPlace,
+                         testing::Values(Damage{"Emptied", 0, 0, " is not a user database"},
+                                         Damage{"CutShort", 1000, 0, " is damaged"},
+                                         Damage{"Overwritten", 0, 8192, " is damaged"},
+                                         Damage{"PagesOverwritten", 100, 8092, " is damaged"}),
+                         [](const auto& damage) { return std::string(damage.param.name); });
+
+TEST_F(Security, ADatabaseMadeAnewEndsTheSessionsOfThoseWhoAreNotInIt) {
+    host.start();
+    NmsProcess nms(host, 3);
+    nms.logIn(0, "alice");
+    std::filesystem::remove(usersFile());
+    EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
+    EXPECT_TRUE(nms.hasSession(0));
+    host.addUser("carol");
+    EXPECT_TRUE(eventually([&] { return nms.tryLogIn(1, "carol", Host::kPassword).empty(); }));
+    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
+    EXPECT_TRUE(nms.hasSession(1));
+    EXPECT_THAT(nms.tryLogIn(2, "bob", Host::kPassword),
+                HasSubstr("The user name or the password is wrong."));
     EXPECT_EQ(host.stop(), 0);
 }
 

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 #include "base_orb.h"
 #include "component/orb/throw_away_certificates.h"
 #include "scripted_interceptor.h"
+#include "support/tcp_peers.h"
 #include "support/temporary_directory.h"
 
 using kelp::test::base;
@@ -65,6 +68,31 @@ TEST_F(TlsSettings, TheKeyIsOpenedWithThePasswordFilesFirstLine) {
     overTls->ping();
     EXPECT_EQ(interceptor.requests, 1);
     base().SetReqInterceptorImpl(nullptr);
+}
+
+/// Whether a call to an NMS whose reference names a plain address alone gets as far as a connection.
+bool isCalledInPlain() {
+    const kelp::test::Socket listener = kelp::test::boundSocket();
+    if (::listen(listener.fd(), 8) != 0)
+        throw std::runtime_error("cannot listen");
+    const CORBA::ORB_var orb = base().GetOrb();
+    const CORBA::Object_var object = kelp::orb::toReference(
+        orb.in(), "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(kelp::test::portOf(listener)) + "/Plain");
+    const nmsSession::NmsSession_I_var plain = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const kelp::orb::ScopedThreadTimeout bounded(std::chrono::milliseconds(500));
+    EXPECT_THROW(plain->ping(), CORBA::SystemException) << "nobody answers there";
+    pollfd waiting{listener.fd(), POLLIN, 0};
+    return ::poll(&waiting, 1, 0) == 1;
+}
+
+TEST_F(TlsSettings, ModeOneCallsAnNmsInPlainWhereThatIsAllItTakes) {
+    const BaseOrb orb(withTls(1));
+    EXPECT_TRUE(isCalledInPlain());
+}
+
+TEST_F(TlsSettings, ModeTwoCallsNobodyInPlain) {
+    const BaseOrb orb(withTls(2));
+    EXPECT_FALSE(isCalledInPlain());
 }
 
 }  // namespace

@@ -94,7 +94,8 @@ std::vector<ConfigKey> serviceKeys() {
                    "Longest CORBA message taken or sent, in bytes."),
         textKey("orb", "char_set", "UTF-8", {}, restart, "Code set of the texts inside the EMS."),
 
-        integerKey("tls", "mode", 0, 0, 2, restart, "0 no TLS, 1 TLS beside TCP, 2 TLS only."),
+        integerKey("tls", "mode", 0, 0, 2, restart,
+                   "0 no TLS, 1 TLS beside TCP, 2 TLS only, for the calls that this process makes too."),
         textKey("tls", "listen", "127.0.0.1:4843", {}, restart, "Address and port for CORBA calls over TLS."),
         textKey("tls", "ca", "", {}, restart,
                 "PEM file with the certificates of the authorities that sign the clients' certificates; "
@@ -288,7 +289,8 @@ const std::vector<ConfigTable>& configTables() {
     static const std::vector<ConfigTable> tables = {
         {"ems", "Who this EMS is."},
         {"orb", "The CORBA endpoint."},
-        {"tls", "CORBA calls over TLS."},
+        {"tls",
+         "CORBA calls over TLS. What the files hold is taken over when the configuration is read again."},
         {"naming", "The naming service where clients find the session factory."},
         {"notification", "The notification channel."},
         {"session", "Sessions of NMS and how long they live."},

@@ -1,27 +1,17 @@
-#include "time_text_fuzz.h"
-
 #include <kelp/agent/time_change.h>
 
-#include <cstdlib>
-#include <iostream>
 #include <string>
 #include <tuple>
+
+#include "targets.h"
 
 using NS_KELPCORBA::KELP_Utils;
 using NS_KELPCORBA::stDateTimeType;
 using NS_KELPCORBA::TimeChange;
 
-namespace {
+namespace kelp::fuzz {
 
-void require(bool condition, const char* what, const std::string& text) {
-    if (condition)
-        return;
-    std::cerr << what << ", for the bytes";
-    for (const char c : text)
-        std::cerr << ' ' << static_cast<unsigned>(static_cast<unsigned char>(c));
-    std::cerr << std::endl;
-    std::abort();
-}
+namespace {
 
 auto fieldsOf(const std::tm& time) {
     return std::tuple(time.tm_year, time.tm_mon, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);
@@ -36,7 +26,7 @@ void readTime(const std::string& text) {
     const std::tm time = TimeChange::str2Time(text, err);
     require(time.tm_mon >= 0 && time.tm_mon < 12 && time.tm_mday >= 1 && time.tm_mday <= 31 &&
                 time.tm_hour >= 0 && time.tm_hour < 24 && time.tm_min >= 0 && time.tm_min < 60,
-            "what is read is no time", text);
+            "what is read is no time");
     if (err)
         return;
     std::string said = TimeChange::time2UTCStr(time);  // the local fields, whatever "Z" says
@@ -44,16 +34,15 @@ void readTime(const std::string& text) {
     if (time.tm_year + 1900 < 0 || time.tm_year + 1900 > 9999)
         return;
     const std::tm again = TimeChange::str2Time(said, err);
-    require(!err && fieldsOf(again) == fieldsOf(time), "what is read is read otherwise when said again",
-            text);
+    require(!err && fieldsOf(again) == fieldsOf(time), "what is read is read otherwise when said again");
 }
 
 void readRecord(const std::string& text) {
     const stDateTimeType record = TimeChange::convertStrToDateTimeType(text);
     const stDateTimeType again =
         TimeChange::convertStrToDateTimeType(TimeChange::convertDateTimeTypeToStr(record));
-    require(fieldsOf(again) == fieldsOf(record), "a record is read otherwise when said again", text);
-    require(TimeChange::compareDateTime(record, again) == 0, "a record differs from itself", text);
+    require(fieldsOf(again) == fieldsOf(record), "a record is read otherwise when said again");
+    require(TimeChange::compareDateTime(record, again) == 0, "a record differs from itself");
 }
 
 void splitAt(const std::string& delims, const std::string& text) {
@@ -63,22 +52,23 @@ void splitAt(const std::string& delims, const std::string& text) {
     for (const std::string& part : parts) {
         require(!part.empty() && part.find(delims) == std::string::npos &&
                     delims.find(part.front()) == std::string::npos,
-                "a part is none", text);
+                "a part is none");
         const std::size_t at = text.find(part, from);
-        require(at != std::string::npos, "a part is not in the text", text);
+        require(at != std::string::npos, "a part is not in the text");
         from = at + part.size();
     }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+void fuzzTimeText(Input input) {
+    const std::string text = textOf(input);
     readTime(text);
     readRecord(text);
     splitAt("-", text);
     splitAt(", ", text);
     if (!text.empty())  // delimiters out of the text itself, which occur in it
-        splitAt(text.substr(size / 2, 1 + static_cast<std::size_t>(data[0] % 3)), text);
-    return 0;
+        splitAt(text.substr(text.size() / 2, 1 + static_cast<std::size_t>(input[0] % 3)), text);
 }
+
+}  // namespace kelp::fuzz

@@ -34,6 +34,13 @@ bool isChoice(const ConfigKey& key, const std::string& text) {
            std::find(key.choices.begin(), key.choices.end(), text) != key.choices.end();
 }
 
+/// Texts go to the system as C strings, which end there.
+bool hasZero(const std::string& text) {
+    return text.find('\0') != std::string::npos;
+}
+
+constexpr const char* kTextWithZero = "one with a zero character in it";
+
 /// The node as a value of the key; none, with what it is instead, when it does not fit.
 std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node, std::string& instead) {
     instead = typeText(node);
@@ -51,6 +58,10 @@ std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node,
     }
     if (std::holds_alternative<std::string>(key.standard)) {
         const std::optional<std::string> text = node.value_exact<std::string>();
+        if (text && hasZero(*text)) {
+            instead = kTextWithZero;
+            return std::nullopt;
+        }
         if (text && !isChoice(key, *text)) {
             instead = "\"" + kelp::util::escaped(*text) + "\"";
             return std::nullopt;
@@ -63,6 +74,10 @@ std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node,
     std::vector<std::string> texts;
     for (const toml::node& element : *list) {
         const std::optional<std::string> text = element.value_exact<std::string>();
+        if (text && hasZero(*text)) {
+            instead = "a list with a zero character in it";
+            return std::nullopt;
+        }
         if (!text || !isChoice(key, *text)) {
             instead = "a list with " + (text ? "\"" + kelp::util::escaped(*text) + "\"" : typeText(element)) +
                       " in it";
@@ -224,6 +239,8 @@ ConfigProblem agentProblem(const ConfigDocument& document, const std::string& ke
             problem.what = expected + ", but is " + std::to_string(*number);
     } else if (asInteger) {
         problem.what = expected + ", but is a text";
+    } else if (hasZero(std::get<std::string>(option.value))) {
+        problem.what = expected + ", but is " + kTextWithZero;
     }
     return problem;
 }

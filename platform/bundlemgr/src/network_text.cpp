@@ -18,10 +18,11 @@ namespace NS_BUNDLEMGR1 {
 
 namespace {
 
-std::optional<int> parseNumber(std::string_view text, int maximum) {
-    int number = 0;
+/// Digits without a sign.
+std::optional<unsigned> parseNumber(std::string_view text, unsigned maximum) {
+    unsigned number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number < 0 || number > maximum)
+    if (error != std::errc() || end != text.data() + text.size() || number > maximum)
         return std::nullopt;
     return number;
 }
@@ -59,7 +60,7 @@ std::optional<HostAndPort> parseHostAndPort(const std::string& text) {
     const std::size_t colon = text.rfind(':');
     if (colon == std::string::npos)
         return std::nullopt;
-    const std::optional<int> port = parseNumber(std::string_view(text).substr(colon + 1), 65535);
+    const std::optional<unsigned> port = parseNumber(std::string_view(text).substr(colon + 1), 65535);
     if (!port)
         return std::nullopt;
     std::string host = text.substr(0, colon);
@@ -71,7 +72,7 @@ std::optional<HostAndPort> parseHostAndPort(const std::string& text) {
     } else if (host.find_first_of(":[] \t/") != std::string::npos) {
         return std::nullopt;
     }
-    return HostAndPort{host, *port};
+    return HostAndPort{host, static_cast<int>(*port)};
 }
 
 bool isWildcardHost(const std::string& host) {
@@ -106,6 +107,8 @@ bool mayBeOwnHost(const std::string& host) {
 }
 
 bool isNetwork(const std::string& text) {
+    if (text.find('\0') != std::string::npos)
+        return false;
     const std::size_t slash = text.find('/');
     const std::string address = text.substr(0, slash);
     unsigned char bytes[sizeof(in6_addr)];

@@ -60,10 +60,11 @@ bool OssNetworks::parseOne(const std::string& entry, Network& network, std::stri
     const std::size_t slash = entry.find('/');
     const std::string address = entry.substr(0, slash);
     std::uint8_t four[4];
-    if (::inet_pton(AF_INET, address.c_str(), four) == 1) {
+    const bool isWhole = entry.find('\0') == std::string::npos;  // C strings end there
+    if (isWhole && ::inet_pton(AF_INET, address.c_str(), four) == 1) {
         network.address = mapped(four);
         network.isIpv4 = true;
-    } else if (::inet_pton(AF_INET6, address.c_str(), network.address.data()) == 1) {
+    } else if (isWhole && ::inet_pton(AF_INET6, address.c_str(), network.address.data()) == 1) {
         network.isIpv4 = false;
     } else {
         whyNot = "\"" + entry + "\" is neither an IPv4 nor an IPv6 network";

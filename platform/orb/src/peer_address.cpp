@@ -23,6 +23,13 @@ void setIpv4(PeerAddress& peer, const in_addr& address) {
     peer.text = inet_ntop(AF_INET, &address, text, sizeof text);
 }
 
+/// What could not stand in a log or in a session's name is no address, whatever interfaces may be called.
+bool canBeShown(std::string_view host) {
+    return std::all_of(host.begin(), host.end(), [](char c) {
+        return c > 0x20 && c < 0x7f && std::string_view("[]<>").find(c) == std::string_view::npos;
+    });
+}
+
 bool parseHost(const std::string& host, PeerAddress& peer) {
     in_addr v4{};
     if (inet_pton(AF_INET, host.c_str(), &v4) == 1) {
@@ -65,7 +72,7 @@ PeerAddress parsePeer(const std::string& transportText) {
         host = host.substr(1, host.size() - 2);
     else if (host.find(':') != std::string_view::npos)
         return {};
-    if (!parseHost(std::string(host), peer))
+    if (!canBeShown(host) || !parseHost(std::string(host), peer))
         return {};
     return peer;
 }

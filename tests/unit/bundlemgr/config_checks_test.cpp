@@ -4,6 +4,7 @@
 #include <kelp/bundlemgr/config_store.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/temporary_directory.h"
@@ -35,6 +36,39 @@ TEST(ConfigChecks, EmptyFileIsRight) {
 TEST(ConfigChecks, CheckTakesNothingOver) {
     EXPECT_THAT(check("[ems]\nname = \"Acme/North\"\n"), IsEmpty());
     EXPECT_EQ(ConfigStore::instance().text("ems.name"), "Kelp/EMS");
+}
+
+TEST(ConfigChecks, ATextWithAZeroCharacterIsRefused) {
+    // what comes after it would be missing wherever the text goes to the system
+    EXPECT_THAT(check("[trace]\nfile = \"/var/log/kelp\\u0000.log\"\n"),
+                ElementsAre("2: trace.file: must be a text, but is one with a zero character in it"));
+    EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"10.0.0.0\\u0000/8\"]\n"),
+                ElementsAre("2: access.allowed_oss: must be a list of texts, but is a list with a zero "
+                            "character in it"));
+    EXPECT_THAT(
+        check("[agent]\nFTP_TrustedCer = \"a\\u0000b\"\n"),
+        ElementsAre("2: agent.FTP_TrustedCer: must be a text, but is one with a zero character in it"));
+}
+
+/// UTF-8 of a character that takes two or three bytes.
+std::string utf8(char32_t character) {
+    const auto follows = [](char32_t bits) { return static_cast<char>(0x80 | (bits & 0x3f)); };
+    if (character < 0x800)
+        return {static_cast<char>(0xc0 | character >> 6), follows(character)};
+    return {static_cast<char>(0xe0 | character >> 12), follows(character >> 6), follows(character)};
+}
+
+TEST(ConfigChecks, ACharacterBeyondAsciiOutsideOfTextsIsNoToml) {
+    // ranges in which the parser's search for blanks says that it never gets there, but does
+    const std::pair<char32_t, char32_t> ranges[] = {{0xa1, 0x499}, {0x2c8e, 0x2fff}, {0xfe86, 0xfefe}};
+    for (const auto& [first, last] : ranges) {
+        for (char32_t character = first; character <= last; ++character) {
+            const auto problems = ConfigStore::instance().loadText(utf8(character), "kelp.toml");
+            ASSERT_EQ(problems.size(), 1u) << static_cast<unsigned long>(character);
+            ASSERT_THAT(problems[0].text(), HasSubstr("kelp.toml:1: is no valid TOML: "));
+        }
+    }
+    EXPECT_THAT(check("[ems]\nname = \"\"\"\\\n\xc2\xa7/EMS\"\"\"\n"), IsEmpty());
 }
 
 TEST(ConfigChecks, EveryIntervalAndTimeOutIsOneSecondToOneDay) {
@@ -183,8 +217,8 @@ TEST(ConfigChecks, AllowedNetworksAreAddressesOrPrefixes) {
     EXPECT_THAT(
         check("[access]\nallowed_oss = [\"10.0.0.0/0\", \"10.1.2.3/32\", \"::/0\", \"2001:db8::1/128\"]\n"),
         IsEmpty());
-    for (const std::string network :
-         {"10.0.0.0/33", "10.0.0/8", "::/129", "10.0.0.0/", "10.0.0.0/-1", "nms.example.com", ""}) {
+    for (const std::string network : {"10.0.0.0/33", "10.0.0/8", "::/129", "10.0.0.0/", "10.0.0.0/-1",
+                                      "10.0.0.0/-0", "nms.example.com", ""}) {
         EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"" + network + "\"]\n"),
                     ElementsAre(HasSubstr("2: access.allowed_oss: \"" + network + "\" is no network")));
     }

@@ -43,4 +43,15 @@ TEST(UserNetworks, HoldNobodyWithoutAnAddress) {
     EXPECT_FALSE(holds({"0.0.0.0/0", "::/0"}, "giop:unix:/tmp/socket"));
 }
 
+TEST(UserNetworks, AreWrittenAsWholeTexts) {
+    for (const std::string& entry : {std::string("10.0.0.0\0x/8", 12), std::string("10.0.0.0\0", 9),
+                                     std::string("::1\0", 4), std::string("10.0.0.0/8\0", 11)}) {
+        OssNetworks networks;
+        std::string whyNot;
+        EXPECT_FALSE(networks.parse({entry}, whyNot)) << entry;
+        EXPECT_NE(whyNot, "");
+        EXPECT_FALSE(networks.containsIpv4(0x0a000000));
+    }
+}
+
 }  // namespace

@@ -96,6 +96,16 @@ TEST(PeerAddress, IsEmptyForUnreadableTexts) {
         expectEmpty(text);
 }
 
+TEST(PeerAddress, IsEmptyWhenItsTextCouldNotBeShown) {
+    const std::string withZero("eth\0x", 5);
+    for (const std::string& interface :
+         {std::string("eth 0"), std::string("eth\n0"), std::string("eth\xff"), std::string("eth<0"),
+          std::string("eth]0"), std::string("eth\x7f"), withZero})
+        expectEmpty("giop:tcp:[fe80::1%" + interface + "]:4800");
+    expectEmpty(std::string("giop:tcp:127.0.0.1\0.2:48", 24));
+    expectEmpty(std::string("giop:tcp:[::1\0]:48", 18));
+}
+
 TEST(PeerAddress, IsEmptyForAVeryLongText) {
     expectEmpty("giop:tcp:" + std::string(100000, '1') + ":48");
     expectEmpty("giop:tcp:127.0.0.1:" + std::string(100000, '1'));

@@ -1,0 +1,8 @@
+// The entry that libFuzzer calls, for the one target that this executable is built for.
+
+#include "targets.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    kelp::fuzz::KELP_FUZZ_TARGET({data, size});
+    return 0;
+}

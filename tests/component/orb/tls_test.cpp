@@ -147,6 +147,12 @@ TEST_F(Tls, RefusesAClientWhoseCertificateHasEndedOrNotBegun) {
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueNotYetValid("new")));
 }
 
+TEST_F(Tls, EveryConnectionShowsItsCertificateAnew) {
+    const RunningOrb orb(nullptr, tlsOptions());
+    const TlsClient client(orb.hostAndPort(), certificates_.authority(), certificates_.issue("nms"));
+    EXPECT_EQ(client.wholeHandshakesOfSix(), "6");
+}
+
 TEST_F(Tls, TracesWhomItRefusesAndWhy) {
     const TraceCapture trace;
     const RunningOrb orb(nullptr, tlsOptions());

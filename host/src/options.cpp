@@ -17,7 +17,7 @@ constexpr const char* kFooter =
 
 Signals:
   SIGTERM, SIGINT  stop in order; a second one ends the process at once
-  SIGHUP           read the configuration again
+  SIGHUP           read the configuration and the files of TLS again
 
 Examples:
   kelpd

@@ -1,5 +1,6 @@
 #include <kelp/notification/channel.h>
 
+#include "absences.h"
 #include "core.h"
 #include "filter/filter_factory.h"
 #include "servants/event_channel.h"
@@ -14,12 +15,23 @@ PortableServer::POA_ptr makePoa(CORBA::ORB_ptr orb) {
     const CORBA::Object_var object = orb->resolve_initial_references("RootPOA");
     const PortableServer::POA_var root = PortableServer::POA::_narrow(object.in());
     const PortableServer::POAManager_var manager = root->the_POAManager();
-    return root->create_POA(kPoaName, manager.in(), CORBA::PolicyList());
+    CORBA::PolicyList policies(3);
+    policies.length(3);
+    policies[0] = root->create_request_processing_policy(PortableServer::USE_SERVANT_MANAGER);
+    policies[1] = root->create_servant_retention_policy(PortableServer::NON_RETAIN);
+    policies[2] = root->create_id_assignment_policy(PortableServer::USER_ID);
+    PortableServer::POA_var made = root->create_POA(kPoaName, manager.in(), policies);
+    for (CORBA::ULong i = 0; i < policies.length(); ++i)
+        policies[i]->destroy();
+    return made._retn();
 }
 
 }  // namespace
 
 struct Channel::State {
+    explicit State(const ChannelSettings& settings) : absences(settings.guard, settings.grace) {}
+
+    Absences absences;
     PortableServer::POA_var poa;
     std::shared_ptr<ChannelCore> core;
     EventChannelServant* servant = nullptr;
@@ -29,7 +41,7 @@ struct Channel::State {
 };
 
 Channel::Channel(CORBA::ORB_ptr orb, const ChannelSettings& settings, LossListener* listener)
-    : state_(std::make_unique<State>()) {
+    : state_(std::make_unique<State>(settings)) {
     state_->poa = makePoa(orb);
     state_->core = std::make_shared<ChannelCore>(state_->poa.in(), settings, listener);
     const CORBA::Object_var factory = state_->core->activate(new FilterFactoryServant(state_->core));
@@ -71,6 +83,12 @@ bool Channel::isDrained() const {
     return true;
 }
 
+void Channel::review(std::chrono::steady_clock::time_point now) {
+    state_->absences.begin(now);
+    state_->servant->dropWhere([this](const Owner& owner) { return state_->absences.isOver(owner.peer()); });
+    state_->absences.end();
+}
+
 void Channel::stop() {
     if (std::exchange(state_->stopped, true))
         return;
@@ -82,6 +100,7 @@ void Channel::stop() {
     } catch (const CORBA::SystemException&) {
         // the ORB has gone, and its adapters with it
     }
+    state_->core->forgetObjects();
 }
 
 }  // namespace kelp::notification

@@ -1,5 +1,7 @@
 #include "core.h"
 
+#include <kelp/orb/servants.h>
+
 #include <algorithm>
 
 namespace kelp::notification {
@@ -18,39 +20,40 @@ AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
 }  // namespace
 
 ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener)
+    : ChannelCore(poa, settings, listener, new GuardedObjects(settings.guard)) {}
+
+ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener,
+                         GuardedObjects* objects)
     : poa_(PortableServer::POA::_duplicate(poa)),
+      locator_(objects),
+      objects_(objects),
       settings_(settings),
       dispatcher_(settings.deliveryThreadsMax, settings.slowThreads),
       notices_(settings.delivery.pushTimeout),
       offered_(std::make_shared<TypeFeed>(notices_, allTypes())),
       subscribed_(std::make_shared<TypeFeed>(notices_, TypeSet())),
       offers_(offered_),
-      listener_(listener) {}
+      listener_(listener) {
+    poa_->set_servant_manager(locator_.in());
+}
 
 CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant) {
     const PortableServer::ServantBase_var handedOver = servant;
-    const PortableServer::ObjectId_var id = poa_->activate_object(servant);
-    return poa_->id_to_reference(id.in());
+    const PortableServer::ObjectId_var id = objects_->enter(servant);
+    const std::string interface = kelp::orb::repositoryId(servant);
+    return poa_->create_reference_with_id(id.in(), interface.c_str());
 }
 
 void ChannelCore::deactivate(PortableServer::Servant servant) {
-    try {
-        const PortableServer::ObjectId_var id = poa_->servant_to_id(servant);
-        poa_->deactivate_object(id.in());
-    } catch (const PortableServer::POA::ServantNotActive&) {
-        // another thread was first
-    } catch (const PortableServer::POA::ObjectNotActive&) {
-        // likewise
-    } catch (const CORBA::SystemException&) {
-        // the adapter has gone, and all objects with it
-    }
+    objects_->forget(servant);
 }
 
-void ChannelCore::requireOwn(CosNotifyFilter::Filter_ptr filter) const {
+PortableServer::Servant ChannelCore::requireOwn(CosNotifyFilter::Filter_ptr filter) const {
     if (CORBA::is_nil(filter))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     try {
         const PortableServer::ObjectId_var id = poa_->reference_to_id(filter);
+        return objects_->find(id.in());
     } catch (const PortableServer::POA::WrongAdapter&) {
         throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
     }

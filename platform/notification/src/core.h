@@ -8,6 +8,7 @@
 
 #include "change_notices.h"
 #include "dispatcher.h"
+#include "guarded_objects.h"
 #include "offers.h"
 #include "outlet.h"
 #include "qos.h"
@@ -29,9 +30,13 @@ class ChannelCore {
     /// Takes the servant's object away; harmless when it is away already.
     void deactivate(PortableServer::Servant servant);
 
-    /// Throws NO_IMPLEMENT for a filter of another process: asking it would let one consumer's filter hold up
-    /// the events of all. BAD_PARAM for nil.
-    void requireOwn(CosNotifyFilter::Filter_ptr filter) const;
+    /// Takes all of them away, for good. The objects refer to this core, and it to them, until then.
+    void forgetObjects() { objects_->close(); }
+
+    /// The servant of a filter of this channel, with a reference that the caller owns; null when the filter
+    /// was destroyed. Throws NO_IMPLEMENT for a filter of another process: asking it would let one consumer's
+    /// filter hold up the events of all. BAD_PARAM for nil.
+    PortableServer::Servant requireOwn(CosNotifyFilter::Filter_ptr filter) const;
 
     // -- events
     void push(const EventPtr& event);
@@ -67,7 +72,12 @@ class ChannelCore {
   private:
     using Outlets = std::vector<std::shared_ptr<Outlet>>;
 
+    ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener,
+                GuardedObjects* objects);
+
     PortableServer::POA_var poa_;
+    const PortableServer::ServantLocator_var locator_;  // keeps objects_
+    GuardedObjects* const objects_;
     const ChannelSettings settings_;
     Dispatcher dispatcher_;
     ChangeNotices notices_;

@@ -15,14 +15,22 @@ std::shared_ptr<const FilterList::Filters> FilterList::current() const {
     return filters_;
 }
 
-CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter) {
-    if (CORBA::is_nil(filter))
+CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter,
+                                          PortableServer::Servant servant) {
+    Entry entry;
+    entry.reference = CosNotifyFilter::Filter::_duplicate(filter);
+    entry.servant = dynamic_cast<POA_CosNotifyFilter::Filter*>(servant);
+    if (CORBA::is_nil(filter) || (servant != nullptr && entry.servant == nullptr))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    if (servant != nullptr) {
+        servant->_add_ref();
+        entry.keeper = servant;
+    }
     const std::lock_guard guard(mutex_);
     if (filters_->size() >= kFiltersMax)
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     const auto changed = std::make_shared<Filters>(*filters_);
-    (*changed)[++lastId_] = CosNotifyFilter::Filter::_duplicate(filter);
+    (*changed)[++lastId_] = entry;
     filters_ = changed;
     return lastId_;
 }
@@ -40,7 +48,7 @@ CosNotifyFilter::Filter_ptr FilterList::get(CosNotifyFilter::FilterID id) const 
     const auto found = filters->find(id);
     if (found == filters->end())
         throw CosNotifyFilter::FilterNotFound();
-    return CosNotifyFilter::Filter::_duplicate(found->second.in());
+    return CosNotifyFilter::Filter::_duplicate(found->second.reference.in());
 }
 
 CosNotifyFilter::FilterIDSeq* FilterList::ids() const {
@@ -64,12 +72,10 @@ FilterList::Verdict FilterList::judge(const CosNotification::StructuredEvent& ev
         return Verdict::NoFilter;
     for (const auto& [id, filter] : *filters) {
         try {
-            if (filter->match_structured(event))
+            if (filter.servant != nullptr && filter.servant->match_structured(event))
                 return Verdict::Passes;
         } catch (const CosNotifyFilter::UnsupportedFilterableData&) {
             // it has no such data: no match
-        } catch (const CORBA::OBJECT_NOT_EXIST&) {
-            // it was destroyed, and is left in its place: no match
         } catch (const CORBA::Exception& failure) {
             kelp::util::traceFrom("filterlist",
                                   "a filter cannot be asked: " + kelp::orb::exceptionText(failure),

@@ -15,19 +15,25 @@ class FilterList {
   public:
     enum class Verdict { NoFilter, Passes, Fails };
 
-    /// BAD_PARAM for a nil filter, NO_RESOURCES for one too many.
-    CosNotifyFilter::FilterID add(CosNotifyFilter::Filter_ptr filter);
+    /// `servant` is the filter's, and is asked itself; null for a filter that was destroyed. BAD_PARAM for a
+    /// nil filter or the servant of something else, NO_RESOURCES for one too many.
+    CosNotifyFilter::FilterID add(CosNotifyFilter::Filter_ptr filter, PortableServer::Servant servant);
     /// These two throw FilterNotFound.
     void remove(CosNotifyFilter::FilterID id);
     CosNotifyFilter::Filter_ptr get(CosNotifyFilter::FilterID id) const;
     CosNotifyFilter::FilterIDSeq* ids() const;
     void clear();
 
-    /// A filter that was destroyed, or cannot be asked, does not match.
+    /// A filter that was destroyed, and so has no constraints, does not match; nor does one that fails.
     Verdict judge(const CosNotification::StructuredEvent& event) const;
 
   private:
-    using Filters = std::map<CosNotifyFilter::FilterID, CosNotifyFilter::Filter_var>;
+    struct Entry {
+        CosNotifyFilter::Filter_var reference;
+        PortableServer::ServantBase_var keeper;
+        POA_CosNotifyFilter::Filter* servant = nullptr;
+    };
+    using Filters = std::map<CosNotifyFilter::FilterID, Entry>;
     std::shared_ptr<const Filters> current() const;
 
     mutable std::mutex mutex_;

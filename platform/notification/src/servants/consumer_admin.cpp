@@ -22,6 +22,13 @@ void ConsumerAdminServant::close(SupplierPart::Consumer consumers) {
     core_->deactivate(this);
 }
 
+void ConsumerAdminServant::dropWhere(const std::function<bool(const Owner&)>& isUnwanted) {
+    data_->proxies.withAll([&](SupplierPart& part) {
+        if (isUnwanted(part.owner()))
+            part.drop();
+    });
+}
+
 EventChannel_ptr ConsumerAdminServant::MyChannel() {
     return EventChannel::_duplicate(channel_.in());
 }

@@ -15,6 +15,8 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     ConsumerAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> data,
                          CosNotifyChannelAdmin::EventChannel_ptr channel, OnDestroy onDestroy);
 
+    /// Drops the proxies with such an owner.
+    void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
     /// Ends the admin and its proxies.
     void close(SupplierPart::Consumer consumers);
 

@@ -23,6 +23,7 @@ ConsumerPart::~ConsumerPart() {
 void ConsumerPart::connect(CORBA::Object_ptr supplier) {
     if (connected_.exchange(true))
         throw CosEventChannelAdmin::AlreadyConnected();
+    owner_.note();
     if (!CORBA::is_nil(supplier))
         updates_.connect(toldOfSubscriptions(
             "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), supplier));
@@ -37,6 +38,11 @@ void ConsumerPart::take(const EventPtr& event) {
 
 bool ConsumerPart::passes(const CosNotification::StructuredEvent& event) const {
     return judgedByGroups(admin_->op, admin_->filters, filters, event);
+}
+
+void ConsumerPart::drop() {
+    traceDropped("supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), owner_);
+    close();
 }
 
 void ConsumerPart::close() {

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "core.h"
+#include "owner.h"
 #include "proxy_registry.h"
 #include "updates.h"
 
@@ -38,6 +39,7 @@ class ConsumerPart {
     CosNotifyChannelAdmin::ProxyID id() const { return id_; }
     SupplierAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
+    const Owner& owner() const { return owner_; }
 
     CosNotification::EventTypeSeq* subscribedTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
         return updates_.obtain(mode);
@@ -51,6 +53,8 @@ class ConsumerPart {
     void take(const EventPtr& event);
     /// Ends the proxy for good, once.
     void close();
+    /// Ends it because its owner may not use the channel any more, and traces that.
+    void drop();
 
     SharedQos qos;
     FilterList filters;
@@ -66,6 +70,7 @@ class ConsumerPart {
     const CosNotifyChannelAdmin::ProxyType type_;
     const CosNotifyChannelAdmin::ProxyID id_;
     const Offers::OffererId offerer_;
+    Owner owner_;
     Updates updates_;
     std::atomic<bool> connected_{false};
     std::atomic<bool> closed_{false};

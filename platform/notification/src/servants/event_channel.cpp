@@ -63,6 +63,20 @@ void EventChannelServant::close(SupplierPart::Consumer consumers) {
     core_->deactivate(this);
 }
 
+void EventChannelServant::dropWhere(const std::function<bool(const Owner&)>& isUnwanted) {
+    ConsumerAdmins consumerAdmins;
+    SupplierAdmins supplierAdmins;
+    {
+        const std::lock_guard guard(mutex_);
+        consumerAdmins = consumerAdmins_;
+        supplierAdmins = supplierAdmins_;
+    }
+    for (auto& [id, admin] : supplierAdmins)
+        admin.servant->dropWhere(isUnwanted);
+    for (auto& [id, admin] : consumerAdmins)
+        admin.servant->dropWhere(isUnwanted);
+}
+
 void EventChannelServant::makeConsumerAdmin(AdminID id, InterFilterGroupOperator op) {
     const auto data = std::make_shared<ConsumerAdminData>(id, op, qos_.get());
     auto* servant = new ConsumerAdminServant(core_, data, self_.in(), [this](AdminID gone) {

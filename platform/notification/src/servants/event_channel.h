@@ -15,6 +15,8 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     /// Activates the channel and its default admins; to be called once.
     CosNotifyChannelAdmin::EventChannel_ptr activate();
     void close(SupplierPart::Consumer consumers);
+    /// Drops the proxies, of all admins, with such an owner. No lock is held while it is asked.
+    void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
 
     // -- EventChannel
     CosNotifyChannelAdmin::EventChannelFactory_ptr MyFactory() override;

@@ -21,8 +21,8 @@ class QosAndFilters : public virtual Skeleton {
 
     // -- FilterAdmin
     CosNotifyFilter::FilterID add_filter(CosNotifyFilter::Filter_ptr filter) override {
-        channelCore().requireOwn(filter);
-        return filterList().add(filter);
+        const PortableServer::ServantBase_var servant = channelCore().requireOwn(filter);
+        return filterList().add(filter, servant.in());
     }
     void remove_filter(CosNotifyFilter::FilterID id) override { filterList().remove(id); }
     CosNotifyFilter::Filter_ptr get_filter(CosNotifyFilter::FilterID id) override {

@@ -23,6 +23,13 @@ void SupplierAdminServant::close() {
     core_->deactivate(this);
 }
 
+void SupplierAdminServant::dropWhere(const std::function<bool(const Owner&)>& isUnwanted) {
+    data_->proxies.withAll([&](ConsumerPart& part) {
+        if (isUnwanted(part.owner()))
+            part.drop();
+    });
+}
+
 EventChannel_ptr SupplierAdminServant::MyChannel() {
     return EventChannel::_duplicate(channel_.in());
 }

@@ -17,6 +17,8 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     SupplierAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> data,
                          CosNotifyChannelAdmin::EventChannel_ptr channel, OnDestroy onDestroy);
 
+    /// Drops the proxies with such an owner.
+    void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
     /// Ends the admin and its proxies.
     void close();
 

@@ -62,12 +62,14 @@ void SupplierPart::resume() {
 void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer) {
     if (!outlet_->connect(std::move(receiver)))
         throw CosEventChannelAdmin::AlreadyConnected();
+    owner_.note();
     tellOfOffers(consumer);
 }
 
 void SupplierPart::connectPull(CORBA::Object_ptr consumer) {
     if (!outlet_->connectPull())
         throw CosEventChannelAdmin::AlreadyConnected();
+    owner_.note();
     tellOfOffers(consumer);
 }
 
@@ -81,6 +83,11 @@ std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {
     if (most <= 0)
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     return outlet_->pull(static_cast<std::size_t>(most), wait);
+}
+
+void SupplierPart::drop() {
+    traceDropped("consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), owner_);
+    close(Consumer::IsNotTold);
 }
 
 void SupplierPart::close(Consumer consumer) {

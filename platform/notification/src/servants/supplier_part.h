@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "core.h"
+#include "owner.h"
 #include "proxy_registry.h"
 #include "updates.h"
 
@@ -35,6 +36,7 @@ class SupplierPart {
     const std::shared_ptr<Outlet>& outlet() const { return outlet_; }
     ConsumerAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
+    const Owner& owner() const { return owner_; }
     const kelp::orb::EventSender& sender() const { return *core_->settings().sender; }
 
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
@@ -52,6 +54,8 @@ class SupplierPart {
     enum class Consumer { IsTold, IsNotTold };
     /// Ends the proxy for good, once; the consumer is told when wanted.
     void close(Consumer consumer);
+    /// Ends it because its owner may not use the channel any more, and traces that.
+    void drop();
 
   protected:
     /// The servant whose part this is.
@@ -64,6 +68,7 @@ class SupplierPart {
     const std::shared_ptr<ConsumerAdminData> admin_;
     const CosNotifyChannelAdmin::ProxyType type_;
     const std::shared_ptr<Outlet> outlet_;
+    Owner owner_;
     Updates updates_;
     std::atomic<bool> closed_{false};
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/notification/consumer_counts.h>
+#include <kelp/notification/guard.h>
 #include <kelp/orb/event_sender.h>
 #include <kelp/util/export.h>
 
@@ -28,6 +29,10 @@ struct KELP_EXPORT ChannelSettings {
     std::size_t slowThreads = 4;          ///< for consumers that do not answer
     /// Makes the calls to structured and sequence consumers.
     const kelp::orb::EventSender* sender = &kelp::orb::encodingSender();
+    /// Who may use the channel over connections; null: everybody. It must outlive the channel.
+    const Guard* guard = nullptr;
+    /// From when an address is first seen to have lost permission until its proxies are dropped.
+    std::chrono::milliseconds grace{60000};
 };
 
 /// Who is told of lost events.
@@ -60,6 +65,12 @@ class KELP_EXPORT LossListener {
 /// ask again. The callbacks of a filter are told of the event types of its constraints in the same way; one
 /// that fails is detached.
 ///
+/// The keys of its objects are random, and with a Guard every request that arrives over a connection is
+/// refused (NO_PERMISSION) unless the guard lets its peer's address use the channel; disconnect operations,
+/// _is_a and _non_existent excepted. Calls inside the process are free. A proxy belongs to the address that
+/// it was obtained or, later, connected from; review() drops it once that address has been without permission
+/// for ChannelSettings::grace. That is no event loss: there is nobody to tell. Its consumer is not called.
+///
 /// Any thread may call it. The ORB must outlive it.
 class KELP_EXPORT Channel {
   public:
@@ -80,6 +91,10 @@ class KELP_EXPORT Channel {
     std::vector<ConsumerCounts> consumers() const;
     /// True when every consumer that answers has drained below half of its queue.
     bool isDrained() const;
+
+    /// Drops the proxies, of consumers and suppliers, whose owner's grace is over at this time, and traces
+    /// each. To be called a few times per grace, by one thread at a time and not beside stop(). Calls nobody.
+    void review(std::chrono::steady_clock::time_point now);
 
     /// Ends every delivery, every blocked pull and the telling of changes, and takes the objects away. Calls
     /// in progress are waited for, which their time-out bounds.

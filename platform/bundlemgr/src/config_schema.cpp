@@ -123,7 +123,8 @@ std::vector<ConfigKey> serviceKeys() {
 
         textKey("notification", "mode", "embedded", {"embedded", "external"}, restart,
                 "The notification channel: inside this process, or that of a CosNotification service "
-                "elsewhere."),
+                "elsewhere. Only who is logged in may use the first; the second is not guarded by this "
+                "host."),
         textKey("notification", "host", "127.0.0.1", {}, Change::AtReload,
                 "Host of an external notification service. Its object NotificationService (corbaloc) must be "
                 "an event channel, or a factory, whose eldest channel is taken."),

@@ -1,6 +1,7 @@
 #include "embedded_link.h"
 
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/security_mgr.h>
 
 namespace NS_CORBA {
 
@@ -12,8 +13,10 @@ std::size_t size(const char* key) {
     return static_cast<std::size_t>(NS_BUNDLEMGR1::ConfigStore::instance().integer(key));
 }
 
-ChannelSettings channelSettings() {
+ChannelSettings channelSettings(const kelp::notification::Guard& guard) {
     ChannelSettings settings;
+    settings.guard = &guard;
+    settings.grace = std::chrono::seconds(size("session.ping_interval_s"));
     settings.queueEventsMax = size("notification.queue_events_max");
     settings.deliveryThreadsMax = size("notification.delivery_threads_max");
     settings.delivery.pushTimeout = std::chrono::seconds(size("notification.push_timeout_s"));
@@ -24,7 +27,11 @@ ChannelSettings channelSettings() {
 }  // namespace
 
 EmbeddedLink::EmbeddedLink(CORBA::ORB_ptr orb, kelp::notification::LossListener& listener)
-    : channel_(orb, channelSettings(), &listener) {}
+    : channel_(orb, channelSettings(guard_), &listener) {}
+
+bool EmbeddedLink::LoggedInPeers::mayUse(const kelp::orb::PeerAddress& peer) const {
+    return CorbaSecurityMgr::Instance()->IsLoggedInFrom(peer);
+}
 
 EventChannelLink::Outcome EmbeddedLink::deliver(const std::vector<EventPtr>& events) {
     for (const EventPtr& each : events)

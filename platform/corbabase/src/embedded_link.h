@@ -6,7 +6,8 @@
 
 namespace NS_CORBA {
 
-/// The channel of this process, configured by [notification].
+/// The channel of this process, configured by [notification]. Only peers at addresses that somebody is logged
+/// in from may use it; one that loses its last log-in has a ping interval to come back, then its proxies go.
 class EmbeddedLink final : public EventChannelLink {
   public:
     /// Makes the channel. Throws what the ORB throws. `listener` must outlive it.
@@ -20,12 +21,19 @@ class EmbeddedLink final : public EventChannelLink {
     bool probe() override { return true; }
     void cancel() override {}
     void close() override { channel_.stop(); }
+    void tend() override { channel_.review(std::chrono::steady_clock::now()); }
     bool isDrained() const override { return channel_.isDrained(); }
     std::vector<kelp::notification::ConsumerCounts> consumers() const override {
         return channel_.consumers();
     }
 
   private:
+    class LoggedInPeers final : public kelp::notification::Guard {
+      public:
+        bool mayUse(const kelp::orb::PeerAddress& peer) const override;
+    };
+
+    const LoggedInPeers guard_;  // used by the channel to its end
     kelp::notification::Channel channel_;
 };
 

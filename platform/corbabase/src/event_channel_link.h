@@ -13,8 +13,8 @@ namespace NS_CORBA {
 /// An event that was taken in: shared by all who have to do with it, never changed.
 using EventPtr = std::shared_ptr<const CosNotification::StructuredEvent>;
 
-/// The channel that events are handed to, in this process or in another one. deliver() and probe() belong to
-/// the handover's thread, and so does batchMax(); the others may be called by any thread.
+/// The channel that events are handed to, in this process or in another one. deliver(), probe() and tend()
+/// belong to the handover's thread, and so does batchMax(); the others may be called by any thread.
 class EventChannelLink {
   public:
     enum class Outcome {
@@ -31,6 +31,9 @@ class EventChannelLink {
     virtual Outcome deliver(const std::vector<EventPtr>& events) = 0;
     /// A call that carries no event, connecting first where need be. True when the channel answers.
     virtual bool probe() = 0;
+    /// Work of the link's own that is due a few times a second, whether or not there are events. Waits for
+    /// nobody.
+    virtual void tend() {}
     /// From here on no call is begun; one in progress ends by its time-out.
     virtual void cancel() = 0;
     /// Leaves the channel. Nothing else is called afterwards, nor at the same time.

@@ -30,6 +30,12 @@ void contained(Body body) {
     }
 }
 
+/// The moment after an interval, or never for an interval of 0.
+std::chrono::steady_clock::time_point after(std::chrono::milliseconds interval) {
+    using Clock = std::chrono::steady_clock;
+    return interval.count() > 0 ? Clock::now() + interval : Clock::time_point::max();
+}
+
 }  // namespace
 
 EventHandover::EventHandover(const Settings& settings, std::shared_ptr<EventChannelLink> link, Work work)
@@ -39,8 +45,8 @@ EventHandover::EventHandover(const Settings& settings, std::shared_ptr<EventChan
       answers_(link_->isConnected()),
       probeDue_(Clock::now()),
       backOff_(settings.firstBackOff),
-      heartbeatDue_(settings.heartbeatInterval.count() > 0 ? Clock::now() + settings.heartbeatInterval
-                                                           : Clock::time_point::max()),
+      heartbeatDue_(after(settings.heartbeatInterval)),
+      tendDue_(after(settings.tendInterval)),
       thread_([this] { run(); }) {}
 
 EventHandover::~EventHandover() {
@@ -115,6 +121,8 @@ void EventHandover::run() {
             deliver(lock);
         else if (step == Step::Probe)
             probe(lock);
+        else if (step == Step::Tend)
+            tend(lock);
         else
             askForHeartbeat(lock);
     }
@@ -125,12 +133,14 @@ EventHandover::Step EventHandover::next(Lock& lock) {
         const Clock::time_point now = Clock::now();
         if (heartbeatRequested_ || now >= heartbeatDue_)
             return Step::Heartbeat;
+        if (now >= tendDue_)
+            return Step::Tend;
         if (answers_ && !events_.empty())
             return Step::Deliver;
         if (answers_ ? probeRequested_ : now >= probeDue_)
             return Step::Probe;
-        const Clock::time_point due = std::min(heartbeatDue_, answers_ ? now + kLongest : probeDue_);
-        changed_.wait_until(lock, std::min(due, now + kLongest));
+        const Clock::time_point probeDue = answers_ ? Clock::time_point::max() : probeDue_;
+        changed_.wait_until(lock, std::min({heartbeatDue_, tendDue_, probeDue, now + kLongest}));
     }
     return Step::End;
 }
@@ -206,6 +216,13 @@ void EventHandover::askForHeartbeat(Lock& lock) {
         heartbeatDue_ = now + settings_.heartbeatInterval;
     lock.unlock();
     contained([&] { work_.heartbeat(); });
+    lock.lock();
+}
+
+void EventHandover::tend(Lock& lock) {
+    tendDue_ = after(settings_.tendInterval);
+    lock.unlock();
+    contained([&] { link_->tend(); });
     lock.lock();
 }
 

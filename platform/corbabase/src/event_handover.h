@@ -13,12 +13,13 @@ namespace NS_CORBA {
 
 /// Takes events in from any thread, at most so many, and hands them to the channel one after the other on a
 /// thread of its own. While the channel does not answer they wait, and it is probed with growing pauses.
-/// Heartbeats are asked for on the same thread.
+/// Heartbeats are asked for, and the channel is tended, on the same thread.
 class EventHandover {
   public:
     struct Settings {
         std::size_t eventsMax = 10000;                 ///< that may wait; beyond it the oldest are lost
         std::chrono::seconds heartbeatInterval{0};     ///< 0: none by the timer
+        std::chrono::milliseconds tendInterval{0};     ///< the channel is tended so often; 0: not at all
         std::chrono::milliseconds firstBackOff{1000};  ///< before a channel that did not answer is probed
         std::chrono::milliseconds longestBackOff{30000};
     };
@@ -51,7 +52,7 @@ class EventHandover {
   private:
     using Clock = std::chrono::steady_clock;
     using Lock = std::unique_lock<std::mutex>;
-    enum class Step { Deliver, Probe, Heartbeat, End };
+    enum class Step { Deliver, Probe, Heartbeat, Tend, End };
 
     void run();
     /// Waits for something to do.
@@ -60,6 +61,7 @@ class EventHandover {
     void settle(Lock& lock, const std::vector<EventPtr>& batch, EventChannelLink::Outcome outcome);
     void probe(Lock& lock);
     void askForHeartbeat(Lock& lock);
+    void tend(Lock& lock);
     void backOff();
     void forgetInHand();
 
@@ -77,6 +79,7 @@ class EventHandover {
     std::chrono::milliseconds backOff_;
     Clock::time_point heartbeatDue_;
     bool heartbeatRequested_ = false;
+    Clock::time_point tendDue_;
     bool stopping_ = false;
     std::thread thread_;
 };

@@ -8,6 +8,17 @@ namespace {
 
 constexpr std::chrono::milliseconds kFirstPause{300};
 constexpr std::chrono::milliseconds kLongestPause{30000};
+/// An NMS that logs in from more addresses to one session is no longer at the first ones.
+constexpr std::size_t kAddressesMax = 8;
+
+void note(std::vector<std::string>& addresses, const std::string& address) {
+    if (address.empty())
+        return;
+    std::erase(addresses, address);
+    addresses.push_back(address);
+    if (addresses.size() > kAddressesMax)
+        addresses.erase(addresses.begin());
+}
 
 }  // namespace
 
@@ -19,18 +30,47 @@ LiveLogins::Login LiveLogins::loginOf(const UserAccount& account) {
     return login;
 }
 
-void LiveLogins::enter(const Key& key, const UserAccount& account) {
+void LiveLogins::admit(const Login& login) {
+    for (const std::string& address : login.addresses)
+        ++valid_[address];
+}
+
+void LiveLogins::dismiss(const Login& login) {
+    for (const std::string& address : login.addresses) {
+        if (const auto found = valid_.find(address); --found->second == 0)
+            valid_.erase(found);
+    }
+}
+
+void LiveLogins::invalidate(Login& login) {
+    if (login.isInvalid)
+        return;
+    dismiss(login);
+    login.isInvalid = true;
+}
+
+void LiveLogins::enter(const Key& key, const UserAccount& account, const std::string& address) {
+    Login login = loginOf(account);
+    note(login.addresses, address);
     const std::lock_guard guard(mutex_);
-    live_[key].push_back(loginOf(account));
+    admit(login);
+    live_[key].push_back(std::move(login));
     entered_ = true;
 }
 
-void LiveLogins::renew(const Key& key, const UserAccount& account) {
+void LiveLogins::renew(const Key& key, const UserAccount& account, const std::string& address) {
     const std::lock_guard guard(mutex_);
     const auto found = live_.find(key);
     if (found == live_.end())
         return;
-    std::fill(found->second.begin(), found->second.end(), loginOf(account));
+    for (Login& login : found->second) {
+        invalidate(login);
+        Login renewed = loginOf(account);
+        renewed.addresses = std::move(login.addresses);
+        note(renewed.addresses, address);
+        admit(renewed);
+        login = std::move(renewed);
+    }
     entered_ = true;
 }
 
@@ -39,6 +79,7 @@ void LiveLogins::leave(const Key& key) {
     const auto found = live_.find(key);
     if (found == live_.end())
         return;
+    invalidate(found->second.front());
     found->second.pop_front();
     if (found->second.empty())
         live_.erase(found);
@@ -48,6 +89,11 @@ std::size_t LiveLogins::count(const Key& key) const {
     const std::lock_guard guard(mutex_);
     const auto found = live_.find(key);
     return found != live_.end() ? found->second.size() : 0;
+}
+
+bool LiveLogins::isFrom(const std::string& address) const {
+    const std::lock_guard guard(mutex_);
+    return valid_.find(address) != valid_.end();
 }
 
 std::optional<std::int64_t> LiveLogins::userId(const std::string& user) const {
@@ -74,7 +120,7 @@ void LiveLogins::compare(const std::vector<UserAccount>& accounts) {
         for (Login& login : logins) {
             if (account == nullptr || !account->enabled || account->id != login.userId ||
                 account->passwordNumber != login.passwordNumber)
-                login.isInvalid = true;
+                invalidate(login);
             else
                 login.expiresUtc = account->expiresUtc;
         }
@@ -86,7 +132,8 @@ std::vector<LiveLogins::Key> LiveLogins::invalid(std::int64_t nowUtc, Time now) 
     const std::lock_guard guard(mutex_);
     for (auto& [key, logins] : live_) {
         for (Login& login : logins) {
-            login.isInvalid = login.isInvalid || (login.expiresUtc && *login.expiresUtc <= nowUtc);
+            if (login.expiresUtc && *login.expiresUtc <= nowUtc)
+                invalidate(login);
             if (!login.isInvalid || now < login.tellNext)
                 continue;
             login.pause = std::clamp(2 * login.pause, kFirstPause, kLongestPause);

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -26,13 +27,18 @@ class LiveLogins {
         friend auto operator<=>(const Key&, const Key&) = default;
     };
 
-    /// Enters a log-in that this account, as it was read for it, allows.
-    void enter(const Key& key, const UserAccount& account);
-    /// The log-ins under the key hold for the account as it is now: its password was given again.
-    void renew(const Key& key, const UserAccount& account);
+    /// Enters a log-in that this account, as it was read for it, allows. `address` is that of the connection
+    /// it came over, without port; empty inside the process.
+    void enter(const Key& key, const UserAccount& account, const std::string& address = {});
+    /// The log-ins under the key hold for the account as it is now: its password was given again, from this
+    /// address, which is one of theirs from here on.
+    void renew(const Key& key, const UserAccount& account, const std::string& address = {});
     /// Ends the oldest log-in under the key, if there is one.
     void leave(const Key& key);
     std::size_t count(const Key& key) const;
+    /// Whether somebody is logged in from this address whose account allows it, as far as it has been looked
+    /// at. Costs one look into a table.
+    bool isFrom(const std::string& address) const;
     /// The account's number of somebody who is logged in; none for others.
     std::optional<std::int64_t> userId(const std::string& user) const;
 
@@ -50,14 +56,22 @@ class LiveLogins {
         std::int64_t userId = 0;
         std::int64_t passwordNumber = 0;
         std::optional<std::int64_t> expiresUtc;
+        std::vector<std::string> addresses;  ///< the latest last
         bool isInvalid = false;
         Time tellNext{};
         std::chrono::milliseconds pause{0};
     };
     static Login loginOf(const UserAccount& account);
 
-    mutable std::mutex mutex_;  // guards both
+    // under the lock
+    void admit(const Login& login);
+    /// Once for each admit() of the same login.
+    void dismiss(const Login& login);
+    void invalidate(Login& login);
+
+    mutable std::mutex mutex_;  // guards what follows
     std::map<Key, std::deque<Login>> live_;
+    std::unordered_map<std::string, std::size_t> valid_;  ///< valid log-ins from each address
     bool entered_ = false;
 };
 

@@ -185,7 +185,7 @@ unsigned long CorbaSecurityMgr::Login(const std::string& hostInfo, const std::st
     UserAccount account;
     if (const unsigned long code = state_->check("Login", user, password, account); code != 0)
         return code;
-    state_->live.enter({user, hostInfo}, account);
+    state_->live.enter({user, hostInfo}, account, kelp::orb::currentPeer().text);
     return 0;
 }
 
@@ -194,7 +194,7 @@ unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const st
     UserAccount account;
     if (const unsigned long code = state_->check("checkLogin", user, password, account); code != 0)
         return code;
-    state_->live.renew({user, hostInfo}, account);
+    state_->live.renew({user, hostInfo}, account, kelp::orb::currentPeer().text);
     return 0;
 }
 
@@ -217,6 +217,10 @@ int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
         traceUnusable("GetUserID", failure);
     }
     return kUnknownUser;
+}
+
+bool CorbaSecurityMgr::IsLoggedInFrom(const kelp::orb::PeerAddress& peer) const {
+    return state_->live.isFrom(peer.text);
 }
 
 std::size_t CorbaSecurityMgr::LiveLogins(const std::string& hostInfo, const std::string& user) const {

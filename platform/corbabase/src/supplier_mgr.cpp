@@ -32,6 +32,8 @@ constexpr int kConfiguredMode = 0;
 constexpr const char* kEmbedded = "embedded";
 /// Alarms that may wait for the disk with the alarm log: far beyond what a disk that works falls behind.
 constexpr std::size_t kAlarmLogWaitingMax = 100000;
+/// A fraction of the shortest grace that a logged-out NMS's consumers have.
+constexpr std::chrono::milliseconds kTendInterval{250};
 
 void point(int line = __builtin_LINE()) {
     GetTss()->Set("suppilermgr", "unknown", line);
@@ -42,6 +44,8 @@ EventHandover::Settings handoverSettings() {
     EventHandover::Settings settings;
     settings.eventsMax = static_cast<std::size_t>(config.integer("notification.queue_events_max"));
     settings.heartbeatInterval = std::chrono::seconds(config.integer("notification.heartbeat_s"));
+    if (config.text("notification.mode") == kEmbedded)
+        settings.tendInterval = kTendInterval;
     return settings;
 }
 

@@ -14,6 +14,7 @@
 #include "event_doubles.h"
 #include "scripted_interceptor.h"
 #include "scripted_service.h"
+#include "support/channel_servant.h"
 #include "support/tcp_peers.h"
 #include "support/trace_capture.h"
 #include "support/wait_until.h"
@@ -112,8 +113,7 @@ class ExternalChannel : public testing::Test {
     void publish() {
         const EventChannel_var reference = channel_->reference();
         const PortableServer::POA_var root = base().GetRootPoa();
-        const PortableServer::POA_var poa = root->find_POA("notification", false);
-        const PortableServer::ServantBase_var servant = poa->reference_to_servant(reference.in());
+        const PortableServer::ServantBase_var servant = channelServant(root.in(), reference.in());
         publish(servant.in(), reference.in());
     }
     void publish(PortableServer::Servant servant, CORBA::Object_ptr target) {

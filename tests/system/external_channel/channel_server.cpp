@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "support/channel_servant.h"
+
 namespace {
 
 int run(const std::vector<std::string>& arguments) {
@@ -35,8 +37,7 @@ int run(const std::vector<std::string>& arguments) {
 
     std::string line;
     std::getline(std::cin, line);
-    const PortableServer::POA_var poa = root->find_POA("notification", false);
-    const PortableServer::ServantBase_var servant = poa->reference_to_servant(reference.in());
+    const PortableServer::ServantBase_var servant = kelp::test::channelServant(root.in(), reference.in());
     kelp::orb::publishKey(orb.in(), "NotificationService", servant.in(), reference.in());
     std::cout << "offered" << std::endl;
     std::getline(std::cin, line);

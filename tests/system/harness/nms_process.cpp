@@ -199,6 +199,14 @@ void NmsProcess::follow(int nms, std::chrono::milliseconds pause) {
     ask(numbered("follow", nms) + " " + std::to_string(pause.count()));
 }
 
+std::string NmsProcess::channelAt(int nms, const std::string& hostAndPort) {
+    return ask(numbered("channelat", nms) + " " + hostAndPort);
+}
+
+void NmsProcess::followAt(int nms, const std::string& hostAndPort, const std::string& channel) {
+    ask(numbered("followat", nms) + " " + hostAndPort + " " + channel);
+}
+
 FollowedEvents NmsProcess::followed(int nms) {
     return followedOf(ask(numbered("follows", nms)));
 }

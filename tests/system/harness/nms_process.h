@@ -86,6 +86,11 @@ class NmsProcess {
 
     /// Connects the NMS to the event channel; it takes so long for each event.
     void follow(int nms, std::chrono::milliseconds pause = std::chrono::milliseconds(0));
+    /// The reference of the NMS's event channel as it is called at another address, "host port"; and a
+    /// connection to the channel with this reference, all of whose objects are called at that address. The
+    /// second needs no log-in here.
+    std::string channelAt(int nms, const std::string& hostAndPort);
+    void followAt(int nms, const std::string& hostAndPort, const std::string& channel);
     FollowedEvents followed(int nms);
     void unfollow(int nms);
     /// Connects to the event channel and disconnects, once a second, until the process ends.

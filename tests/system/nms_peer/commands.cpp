@@ -13,6 +13,8 @@
 
 #include <mtnm/emsMgr.h>
 
+#include "support/wire_reference.h"
+
 namespace kelp::test {
 
 namespace {
@@ -117,6 +119,23 @@ void Commands::follow(int number, std::chrono::milliseconds pause) {
     one.followed() = std::make_unique<Follower>(one.session(), poa_.in(), pause);
 }
 
+void Commands::followAt(int number, const std::string& host, std::uint16_t port, const std::string& channel) {
+    using CosNotifyChannelAdmin::EventChannel;
+    const CORBA::Object_var object = orb::toReference(orb_.in(), channel);
+    const CosNotifyChannelAdmin::EventChannel_var reference = EventChannel::_unchecked_narrow(object.in());
+    nms(number).followed() = std::make_unique<Follower>(
+        reference.in(), poa_.in(), std::chrono::milliseconds(0),
+        [&](CORBA::Object_ptr told) { return referenceOverTheWire(orb_.in(), told, host, port); });
+}
+
+std::string Commands::channelAt(int number, const std::string& host, std::uint16_t port) {
+    CosNotifyChannelAdmin::EventChannel_var channel;
+    nms(number).session()->getEventChannel(channel.out());
+    const CORBA::Object_var there = referenceOverTheWire(orb_.in(), channel.in(), host, port);
+    const CORBA::String_var text = orb_->object_to_string(there.in());
+    return text.in();
+}
+
 Follower::Result Commands::followed(int number) {
     const std::unique_ptr<Follower>& follower = nms(number).followed();
     if (follower == nullptr)
@@ -191,6 +210,13 @@ std::string Commands::carryOut(const std::string& line) {
     } else if (command == "follow") {
         const int who = number();
         follow(who, std::chrono::milliseconds(number()));
+    } else if (command == "channelat" || command == "followat") {
+        const int who = number();
+        const std::string host = word();
+        const auto port = static_cast<std::uint16_t>(number());
+        if (command == "channelat")
+            return channelAt(who, host, port);
+        followAt(who, host, port, word());
     } else if (command == "unfollow") {
         nms(number()).followed().reset();
     } else if (command == "follows") {

@@ -60,17 +60,30 @@ class Follower::Consumer final : public POA_CosNotifyComm::StructuredPushConsume
 Follower::Follower(emsSession::EmsSession_I_ptr session, PortableServer::POA_ptr poa,
                    std::chrono::milliseconds pause)
     : poa_(PortableServer::POA::_duplicate(poa)), consumer_(new Consumer(pause)) {
+    EventChannel_var channel;
+    session->getEventChannel(channel.out());
+    connect(channel.in(), [](CORBA::Object_ptr told) { return CORBA::Object::_duplicate(told); });
+}
+
+Follower::Follower(EventChannel_ptr channel, PortableServer::POA_ptr poa, std::chrono::milliseconds pause,
+                   const Route& route)
+    : poa_(PortableServer::POA::_duplicate(poa)), consumer_(new Consumer(pause)) {
+    connect(channel, route);
+}
+
+void Follower::connect(EventChannel_ptr channel, const Route& route) {
     const PortableServer::ServantBase_var owned = consumer_;
     const PortableServer::ObjectId_var id = poa_->activate_object(consumer_);
     const CORBA::Object_var object = poa_->id_to_reference(id.in());
     const CosNotifyComm::StructuredPushConsumer_var reference =
         CosNotifyComm::StructuredPushConsumer::_narrow(object.in());
-    EventChannel_var channel;
-    session->getEventChannel(channel.out());
-    const ConsumerAdmin_var admin = channel->default_consumer_admin();
+    const ConsumerAdmin_var toldAdmin = channel->default_consumer_admin();
+    const CORBA::Object_var adminObject = route(toldAdmin.in());
+    const ConsumerAdmin_var admin = ConsumerAdmin::_unchecked_narrow(adminObject.in());
     ProxyID proxyId = 0;
-    const ProxySupplier_var proxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, proxyId);
-    proxy_ = StructuredProxyPushSupplier::_narrow(proxy.in());
+    const ProxySupplier_var toldProxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, proxyId);
+    const CORBA::Object_var proxyObject = route(toldProxy.in());
+    proxy_ = StructuredProxyPushSupplier::_unchecked_narrow(proxyObject.in());
     proxy_->connect_structured_push_consumer(reference.in());
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -18,6 +19,10 @@ class Follower {
   public:
     Follower(emsSession::EmsSession_I_ptr session, PortableServer::POA_ptr poa,
              std::chrono::milliseconds pause);
+    /// Where to call an object of the channel, by the reference that the channel has told.
+    using Route = std::function<CORBA::Object_ptr(CORBA::Object_ptr)>;
+    Follower(CosNotifyChannelAdmin::EventChannel_ptr channel, PortableServer::POA_ptr poa,
+             std::chrono::milliseconds pause, const Route& route);
     /// Disconnects.
     ~Follower();
     Follower(const Follower&) = delete;
@@ -34,6 +39,8 @@ class Follower {
 
   private:
     class Consumer;
+    void connect(CosNotifyChannelAdmin::EventChannel_ptr channel, const Route& route);
+
     const PortableServer::POA_var poa_;
     Consumer* consumer_;  ///< of the adapter, as long as this lives
     CosNotifyChannelAdmin::StructuredProxyPushSupplier_var proxy_;

@@ -58,6 +58,7 @@ class ScriptedLink final : public EventChannelLink {
         attempts_.emplace_back();
         return reachable_;
     }
+    void tend() override { ++tended; }
     void cancel() override { hold(false); }
     void close() override {}
     bool isDrained() const override { return true; }
@@ -98,6 +99,7 @@ class ScriptedLink final : public EventChannelLink {
         return probes_;
     }
 
+    std::atomic<int> tended{0};
     bool connected = true;
     std::size_t batch = 1;
     int refuses = 0;
@@ -257,6 +259,40 @@ TEST_F(Handover, HeartbeatsGoOnWhileTheChannelIsAway) {
     link_->setReachable(false);
     handover().requestHeartbeat();
     EXPECT_TRUE(waitUntil([&] { return heartbeats_ >= 2; }));
+}
+
+TEST_F(Handover, TendsTheChannelAtItsInterval) {
+    settings_.tendInterval = milliseconds(20);
+    const steady_clock::time_point start = steady_clock::now();
+    handover();
+    ASSERT_TRUE(waitUntil([&] { return link_->tended >= 5; }));
+    EXPECT_GE(steady_clock::now() - start, milliseconds(5 * 20));
+}
+
+TEST_F(Handover, TendsTheChannelAlsoWhileEventsNeverEndAndWhileItIsAway) {
+    settings_.tendInterval = milliseconds(5);
+    std::atomic<bool> ended{false};
+    auto taking = std::async(std::launch::async, [&] {
+        while (!ended)
+            handover().take(numbered(1, 5));
+    });
+    EXPECT_TRUE(waitUntil([&] { return link_->tended >= 5; }));
+    ended = true;
+    taking.get();
+    link_->setReachable(false);
+    link_->leaveUnanswered(1);
+    take(1, 1);
+    ASSERT_TRUE(waitUntil([&] { return !handover().channelAnswers(); }));
+    const int before = link_->tended;
+    EXPECT_TRUE(waitUntil([&] { return link_->tended >= before + 5; }));
+}
+
+TEST_F(Handover, DoesNotTendAChannelWithoutAnInterval) {
+    take(1, 3);
+    handover().requestHeartbeat();
+    ASSERT_TRUE(delivers(3));
+    ASSERT_TRUE(waitUntil([&] { return heartbeats_ == 1; }));
+    EXPECT_EQ(link_->tended, 0);
 }
 
 TEST_F(Handover, AProbeThatIsAskedForFindsAnIdleChannelGone) {

@@ -135,6 +135,113 @@ TEST_F(LiveLoginsTest, ANewLogInUnderTheSameNameIsNoneOfTheOldOnesBusiness) {
     EXPECT_EQ(live.count(login), 1u);
 }
 
+constexpr const char* kHere = "10.0.0.1";
+constexpr const char* kThere = "10.0.0.2";
+
+class LoggedInAddresses : public LiveLoginsTest {
+  protected:
+    LoggedInAddresses() {
+        live.leave(login);
+        live.enter(login, account, kHere);
+    }
+};
+
+TEST_F(LoggedInAddresses, AreThoseThatLogInsCameFrom) {
+    EXPECT_TRUE(live.isFrom(kHere));
+    EXPECT_FALSE(live.isFrom(kThere));
+    live.leave(login);
+    EXPECT_FALSE(live.isFrom(kHere));
+}
+
+TEST_F(LoggedInAddresses, AreNoneOfLogInsInsideTheProcess) {
+    live.enter({"nms1", "10.0.0.9:1"}, account);
+    EXPECT_FALSE(live.isFrom(""));
+}
+
+TEST_F(LoggedInAddresses, StayUntilTheLastLogInFromThereHasEnded) {
+    const LiveLogins::Key other{"nms1", "10.0.0.1:6000"};
+    live.enter(other, account, kHere);
+    live.enter(login, account, kHere);
+    live.leave(login);
+    live.leave(other);
+    EXPECT_TRUE(live.isFrom(kHere));
+    live.leave(login);
+    EXPECT_FALSE(live.isFrom(kHere));
+}
+
+TEST_F(LoggedInAddresses, EndWithTheirAccountBeforeTheSessionHas) {
+    account.enabled = false;
+    live.compare({account});
+    EXPECT_FALSE(live.isFrom(kHere));
+    live.compare({account});
+    live.leave(login);
+    EXPECT_FALSE(live.isFrom(kHere));
+    account.enabled = true;
+    live.enter(login, account, kHere);
+    EXPECT_TRUE(live.isFrom(kHere)) << "counted right after an invalid one has ended";
+}
+
+TEST_F(LoggedInAddresses, EndWithAnotherPasswordWithARemovalAndWithExpiry) {
+    account.passwordNumber = 1;
+    live.compare({account});
+    EXPECT_FALSE(live.isFrom(kHere));
+
+    live.enter(login, account, kThere);
+    live.compare({});
+    EXPECT_FALSE(live.isFrom(kThere));
+
+    live.enter(login, account, kThere);
+    account.expiresUtc = kUtc + 10;
+    live.compare({account});
+    invalid();
+    EXPECT_TRUE(live.isFrom(kThere));
+    utc = kUtc + 10;
+    invalid();
+    EXPECT_FALSE(live.isFrom(kThere));
+}
+
+TEST_F(LoggedInAddresses, OfOneUserStayWhenAnotherUserThereIsDisabled) {
+    UserAccount other;
+    other.id = 9;
+    other.name = "nms2";
+    live.enter({"nms2", "10.0.0.1:6000"}, other, kHere);
+    account.enabled = false;
+    live.compare({account, other});
+    EXPECT_TRUE(live.isFrom(kHere));
+    live.leave({"nms2", "10.0.0.1:6000"});
+    EXPECT_FALSE(live.isFrom(kHere));
+}
+
+TEST_F(LoggedInAddresses, OfARenewedLogInAreTheOldOneAndTheNewOne) {
+    live.renew(login, account, kThere);
+    live.renew(login, account, kThere);
+    EXPECT_TRUE(live.isFrom(kHere));
+    EXPECT_TRUE(live.isFrom(kThere));
+    live.leave(login);
+    EXPECT_FALSE(live.isFrom(kHere));
+    EXPECT_FALSE(live.isFrom(kThere));
+}
+
+TEST_F(LoggedInAddresses, OfALogInWhoseNewPasswordWasGivenCountAgain) {
+    account.passwordNumber = 1;
+    live.compare({account});
+    EXPECT_FALSE(live.isFrom(kHere));
+    live.renew(login, account, kHere);
+    live.compare({account});
+    EXPECT_TRUE(live.isFrom(kHere));
+    live.leave(login);
+    EXPECT_FALSE(live.isFrom(kHere));
+}
+
+TEST_F(LoggedInAddresses, OfALogInThatIsRenewedFromEverywhereAreTheLatest) {
+    for (int i = 1; i <= 100; ++i)
+        live.renew(login, account, "10.1.0." + std::to_string(i));
+    EXPECT_TRUE(live.isFrom("10.1.0.100"));
+    EXPECT_TRUE(live.isFrom("10.1.0.93"));
+    EXPECT_FALSE(live.isFrom("10.1.0.92"));
+    EXPECT_FALSE(live.isFrom(kHere));
+}
+
 TEST_F(LiveLoginsTest, ANewLogInAsksForAComparison) {
     EXPECT_TRUE(live.takeEntered());
     EXPECT_FALSE(live.takeEntered());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/orb/request.h>
 #include <kelp/util/export.h>
 
 #include <memory>
@@ -49,6 +50,9 @@ class KELP_EXPORT CorbaSecurityMgr {
     /// The user's number out of the database, by a session name text (see TEUserHelper); -1 for an unknown
     /// one.
     int GetUserID(const std::string& sessionName) const;
+    /// Whether somebody is logged in over a connection from this peer's address, whatever the ports, and the
+    /// account still allows it. False for an empty address. Quick enough to be asked with every request.
+    bool IsLoggedInFrom(const kelp::orb::PeerAddress& peer) const;
     /// How many log-ins of this user from this address are live; for counters and tests.
     std::size_t LiveLogins(const std::string& hostInfo, const std::string& user) const;
 

@@ -1,0 +1,413 @@
+// A guarded channel: who may call its objects over connections, and whose proxies are dropped. Peers come
+// from addresses of their own through relays.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+#include <set>
+#include <utility>
+
+#include "channel_fixture.h"
+#include "component/orb/tcp_relay.h"
+#include "support/trace_capture.h"
+#include "support/wire_reference.h"
+
+namespace kelp::notification::test {
+namespace {
+
+using namespace CosNotifyChannelAdmin;
+using namespace std::chrono_literals;
+using kelp::test::TcpRelay;
+using kelp::test::waitUntil;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using Clock = std::chrono::steady_clock;
+
+class Allowed final : public Guard {
+  public:
+    bool mayUse(const kelp::orb::PeerAddress& peer) const override {
+        const std::lock_guard guard(mutex_);
+        return addresses_.count(peer.text) > 0;
+    }
+    void allow(const std::string& address) {
+        const std::lock_guard guard(mutex_);
+        addresses_.insert(address);
+    }
+    void forbid(const std::string& address) {
+        const std::lock_guard guard(mutex_);
+        addresses_.erase(address);
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::set<std::string> addresses_;
+};
+
+constexpr const char* kA = "127.0.0.2";
+constexpr const char* kB = "127.0.0.3";
+constexpr std::chrono::milliseconds kGrace = 60s;
+
+class GuardedChannel : public ChannelFixture {
+  protected:
+    GuardedChannel() {
+        settings_.guard = &allowed_;
+        settings_.grace = kGrace;
+        allowed_.allow(kA);
+        allowed_.allow(kB);
+    }
+
+    /// The same object, called from the relay's address.
+    template <class Interface>
+    typename Interface::_var_type from(const TcpRelay& relay, CORBA::Object_ptr object) const {
+        const CORBA::Object_var remote =
+            kelp::test::referenceOverTheWire(orb_.orb(), object, "127.0.0.1", relay.port());
+        return typename Interface::_var_type(Interface::_unchecked_narrow(remote.in()));
+    }
+    EventChannel_var channelFrom(const TcpRelay& relay) {
+        const EventChannel_var own = channel().reference();
+        return from<EventChannel>(relay, own.in());
+    }
+    ConsumerAdmin_var consumersFrom(const TcpRelay& relay) {
+        const EventChannel_var remote = channelFrom(relay);
+        const ConsumerAdmin_var admin = remote->default_consumer_admin();
+        return from<ConsumerAdmin>(relay, admin.in());
+    }
+    SupplierAdmin_var suppliersFrom(const TcpRelay& relay) {
+        const EventChannel_var remote = channelFrom(relay);
+        const SupplierAdmin_var admin = remote->default_supplier_admin();
+        return from<SupplierAdmin>(relay, admin.in());
+    }
+    StructuredProxyPushSupplier_var proxyFrom(const TcpRelay& relay) {
+        const ConsumerAdmin_var admin = consumersFrom(relay);
+        ProxyID id = 0;
+        const ProxySupplier_var made = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        return from<StructuredProxyPushSupplier>(relay, made.in());
+    }
+    StructuredProxyPullSupplier_var pullProxyFrom(const TcpRelay& relay) {
+        const ConsumerAdmin_var admin = consumersFrom(relay);
+        ProxyID id = 0;
+        const ProxySupplier_var made = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
+        return from<StructuredProxyPullSupplier>(relay, made.in());
+    }
+    StructuredProxyPushConsumer_var intakeFrom(const TcpRelay& relay) {
+        const SupplierAdmin_var admin = suppliersFrom(relay);
+        ProxyID id = 0;
+        const ProxyConsumer_var made = admin->obtain_notification_push_consumer(STRUCTURED_EVENT, id);
+        return from<StructuredProxyPushConsumer>(relay, made.in());
+    }
+    CosNotifyFilter::FilterFactory_var filtersFrom(const TcpRelay& relay) {
+        const EventChannel_var remote = channelFrom(relay);
+        const CosNotifyFilter::FilterFactory_var factory = remote->default_filter_factory();
+        return from<CosNotifyFilter::FilterFactory>(relay, factory.in());
+    }
+    CosNotifyFilter::Filter_var filterFrom(const TcpRelay& relay) {
+        const CosNotifyFilter::FilterFactory_var factory = filtersFrom(relay);
+        const CosNotifyFilter::Filter_var made = factory->create_filter("EXTENDED_TCL");
+        return from<CosNotifyFilter::Filter>(relay, made.in());
+    }
+
+    StructuredProxyPushSupplier_var structuredProxyInside() {
+        const EventChannel_var own = channel().reference();
+        const ConsumerAdmin_var admin = own->default_consumer_admin();
+        return StructuredProxyPushSupplier_var(
+            pushProxy<StructuredProxyPushSupplier>(admin.in(), STRUCTURED_EVENT));
+    }
+
+    void review(std::chrono::milliseconds time) { channel().review(Clock::time_point(1000h + time)); }
+    /// The whole grace of those who are without permission passes.
+    void letGracePass() {
+        review(0ms);
+        review(kGrace);
+    }
+
+    Allowed allowed_;
+    kelp::test::TraceCapture trace_;
+    const TcpRelay a_{orb_.port(), kA};
+    const TcpRelay b_{orb_.port(), kB};
+};
+
+TEST_F(GuardedChannel, RefusesEveryOperationToAnAddressWithoutPermissionButAnEnd) {
+    const EventChannel_var channel = channelFrom(a_);
+    const ConsumerAdmin_var consumers = consumersFrom(a_);
+    const SupplierAdmin_var suppliers = suppliersFrom(a_);
+    const CosNotifyFilter::FilterFactory_var filters = filtersFrom(a_);
+    const CosNotifyFilter::Filter_var filter = filterFrom(a_);
+    const StructuredProxyPushSupplier_var proxy = proxyFrom(a_);
+    const StructuredProxyPushSupplier_var unconnected = proxyFrom(a_);
+    const StructuredProxyPullSupplier_var pulled = pullProxyFrom(a_);
+    const StructuredProxyPushConsumer_var intake = intakeFrom(a_);
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    connect(proxy.in(), consumer);
+    const CORBA::Object_var other = remote(make<StructuredConsumer>());
+    const CosNotifyComm::StructuredPushConsumer_var otherConsumer =
+        CosNotifyComm::StructuredPushConsumer::_narrow(other.in());
+    pulled->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
+    intake->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
+
+    ProxyID proxyId = 0;
+    AdminID adminId = 0;
+    CORBA::Boolean hasEvent = false;
+    CORBA::Object_var made;
+    CosNotification::StructuredEvent_var event;
+    const CosNotification::EventTypeSeq none;
+    const CosNotification::QoSProperties noQos;
+    const CosNotification::AdminProperties noLimits;
+    const std::vector<std::pair<const char*, std::function<void()>>> calls = {
+        {"default_consumer_admin", [&] { made = channel->default_consumer_admin(); }},
+        {"default_supplier_admin", [&] { made = channel->default_supplier_admin(); }},
+        {"default_filter_factory", [&] { made = channel->default_filter_factory(); }},
+        {"new_for_consumers", [&] { made = channel->new_for_consumers(AND_OP, adminId); }},
+        {"new_for_suppliers", [&] { made = channel->new_for_suppliers(AND_OP, adminId); }},
+        {"get_consumeradmin", [&] { made = channel->get_consumeradmin(0); }},
+        {"set_admin", [&] { channel->set_admin(noLimits); }},
+        {"set_qos of the channel", [&] { channel->set_qos(noQos); }},
+        {"obtain a push supplier",
+         [&] { made = consumers->obtain_notification_push_supplier(STRUCTURED_EVENT, proxyId); }},
+        {"obtain a pull supplier",
+         [&] { made = consumers->obtain_notification_pull_supplier(STRUCTURED_EVENT, proxyId); }},
+        {"obtain a push consumer",
+         [&] { made = suppliers->obtain_notification_push_consumer(STRUCTURED_EVENT, proxyId); }},
+        {"get_proxy_supplier", [&] { made = consumers->get_proxy_supplier(1); }},
+        {"destroy an admin", [&] { consumers->destroy(); }},
+        {"connect a consumer", [&] { unconnected->connect_structured_push_consumer(otherConsumer.in()); }},
+        {"suspend", [&] { proxy->suspend_connection(); }},
+        {"resume", [&] { proxy->resume_connection(); }},
+        {"set_qos of a proxy", [&] { proxy->set_qos(noQos); }},
+        {"add_filter", [&] { proxy->add_filter(filter.in()); }},
+        {"remove_all_filters", [&] { proxy->remove_all_filters(); }},
+        {"subscription_change", [&] { proxy->subscription_change(none, none); }},
+        {"pull", [&] { event = pulled->pull_structured_event(); }},
+        {"try_pull", [&] { event = pulled->try_pull_structured_event(hasEvent); }},
+        {"push", [&] { intake->push_structured_event(test::event("forged")); }},
+        {"offer_change", [&] { intake->offer_change(none, none); }},
+        {"create_filter", [&] { made = filters->create_filter("EXTENDED_TCL"); }},
+        {"remove_all_constraints", [&] { filter->remove_all_constraints(); }},
+        {"destroy a filter", [&] { filter->destroy(); }},
+    };
+    allowed_.forbid(kA);
+    for (const auto& [name, call] : calls)
+        EXPECT_THROW(call(), CORBA::NO_PERMISSION) << name;
+    push(1, 1);
+    ASSERT_TRUE(gets(consumer, 1));
+    EXPECT_THAT(consumer.names(), ElementsAre("1")) << "nothing came in from the supplier";
+
+    EXPECT_FALSE(proxy->_non_existent());
+    proxy->disconnect_structured_push_supplier();
+    pulled->disconnect_structured_pull_supplier();
+    intake->disconnect_structured_push_consumer();
+    EXPECT_TRUE(proxy->_non_existent());
+    EXPECT_THAT(this->channel().consumers(), SizeIs(1)) << "the one that was never connected";
+    EXPECT_NO_THROW(proxyFrom(b_)) << "another address";
+    EXPECT_NO_THROW(structuredProxyInside()) << "this process";
+    allowed_.allow(kA);
+    EXPECT_NO_THROW(unconnected->connect_structured_push_consumer(otherConsumer.in())) << "allowed again";
+}
+
+TEST_F(GuardedChannel, DropsAProxyWhenItsOwnersGraceIsOverAndNotBefore) {
+    StructuredConsumer& logsOut = make<StructuredConsumer>();
+    StructuredConsumer& stays = make<StructuredConsumer>();
+    const StructuredProxyPushSupplier_var dropped = proxyFrom(a_);
+    const StructuredProxyPushSupplier_var kept = proxyFrom(b_);
+    connect(dropped.in(), logsOut);
+    connect(kept.in(), stays);
+    review(0ms);
+    allowed_.forbid(kA);
+    review(10s);
+    review(10s + kGrace - 1ms);
+    push(1, 1);
+    ASSERT_TRUE(gets(logsOut, 1));
+    EXPECT_FALSE(dropped->_non_existent());
+    review(10s + kGrace);
+    EXPECT_TRUE(dropped->_non_existent());
+    push(2, 2);
+    ASSERT_TRUE(gets(stays, 2));
+    EXPECT_THAT(logsOut.names(), ElementsAre("1"));
+    EXPECT_THAT(channel().consumers(), SizeIs(1));
+    EXPECT_EQ(trace_.count("consumer 0/1 of 127.0.0.2 is dropped"), 1u);
+    review(10s + 2 * kGrace);
+    EXPECT_EQ(trace_.count("is dropped"), 1u);
+    EXPECT_FALSE(kept->_non_existent());
+}
+
+TEST_F(GuardedChannel, KeepsAProxyWhoseOwnerIsBackWithinTheGrace) {
+    const StructuredProxyPushSupplier_var proxy = proxyFrom(a_);
+    allowed_.forbid(kA);
+    review(0ms);
+    allowed_.allow(kA);
+    review(kGrace);
+    EXPECT_FALSE(proxy->_non_existent());
+    allowed_.forbid(kA);
+    review(kGrace + 1s);
+    review(2 * kGrace);
+    EXPECT_FALSE(proxy->_non_existent()) << "the grace began anew";
+    review(2 * kGrace + 1s);
+    EXPECT_TRUE(proxy->_non_existent());
+}
+
+TEST_F(GuardedChannel, WhatADroppedConsumerLeavesBehindIsNoEventLoss) {
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    const StructuredProxyPushSupplier_var proxy = proxyFrom(a_);
+    connect(proxy.in(), consumer);
+    proxy->suspend_connection();
+    push(1, 3);
+    ASSERT_THAT(channel().consumers(), SizeIs(1));
+    EXPECT_EQ(channel().consumers()[0].queued, 3u);
+    allowed_.forbid(kA);
+    letGracePass();
+    EXPECT_THAT(channel().consumers(), IsEmpty());
+    EXPECT_THAT(losses_.lost.names(), IsEmpty());
+    EXPECT_FALSE(consumer.ended()) << "it is not called";
+}
+
+TEST_F(GuardedChannel, EndsThePullThatADroppedConsumerWaitsIn) {
+    const StructuredProxyPullSupplier_var proxy = pullProxyFrom(a_);
+    proxy->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
+    push(1, 1);
+    std::promise<void> first;
+    auto ended = std::async(std::launch::async, [&] {
+        const CosNotification::StructuredEvent_var got = proxy->pull_structured_event();
+        first.set_value();
+        try {
+            const CosNotification::StructuredEvent_var more = proxy->pull_structured_event();
+        } catch (const CosEventComm::Disconnected&) {
+            return true;
+        } catch (const CORBA::SystemException&) {
+            // it asked too late to be let in
+            return true;
+        }
+        return false;
+    });
+    first.get_future().wait();
+    allowed_.forbid(kA);
+    letGracePass();
+    EXPECT_TRUE(ended.get());
+}
+
+TEST_F(GuardedChannel, DropsASuppliersProxyToo) {
+    const StructuredProxyPushConsumer_var intake = intakeFrom(a_);
+    const StructuredProxyPushConsumer_var other = intakeFrom(b_);
+    intake->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
+    allowed_.forbid(kA);
+    letGracePass();
+    EXPECT_TRUE(intake->_non_existent());
+    EXPECT_FALSE(other->_non_existent());
+    EXPECT_EQ(trace_.count("supplier 0/1 of 127.0.0.2 is dropped"), 1u);
+}
+
+TEST_F(GuardedChannel, AProxyIsOfThePeerThatConnectedIt) {
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    const StructuredProxyPushSupplier_var obtained = proxyFrom(a_);
+    const StructuredProxyPushSupplier_var handedOn = from<StructuredProxyPushSupplier>(b_, obtained.in());
+    connect(handedOn.in(), consumer);
+    allowed_.forbid(kA);
+    letGracePass();
+    EXPECT_FALSE(handedOn->_non_existent());
+    allowed_.forbid(kB);
+    letGracePass();
+    EXPECT_TRUE(handedOn->_non_existent());
+}
+
+TEST_F(GuardedChannel, ProxiesOfOtherAdminsAreDroppedAsWell) {
+    const EventChannel_var channel = channelFrom(a_);
+    AdminID id = 0;
+    const ConsumerAdmin_var made = channel->new_for_consumers(OR_OP, id);
+    const ConsumerAdmin_var admin = from<ConsumerAdmin>(a_, made.in());
+    ProxyID proxyId = 0;
+    const ProxySupplier_var proxy = admin->obtain_notification_push_supplier(ANY_EVENT, proxyId);
+    allowed_.forbid(kA);
+    letGracePass();
+    EXPECT_TRUE(proxy->_non_existent());
+    EXPECT_EQ(trace_.count("consumer " + std::to_string(id) + "/1 of 127.0.0.2 is dropped"), 1u);
+}
+
+TEST_F(GuardedChannel, ProxiesMadeInsideTheProcessStay) {
+    const StructuredProxyPushSupplier_var proxy = structuredProxyInside();
+    letGracePass();
+    EXPECT_FALSE(proxy->_non_existent());
+}
+
+TEST_F(GuardedChannel, DropsProxiesWhileEventsAndOtherCallersComeAndGo) {
+    std::atomic<bool> ended{false};
+    auto pushing = std::async(std::launch::async, [&] {
+        for (int i = 1; !ended; ++i)
+            push(i, i);
+    });
+    auto connecting = std::async(std::launch::async, [&] {
+        while (!ended) {
+            try {
+                StructuredConsumer& consumer = make<StructuredConsumer>();
+                const StructuredProxyPushSupplier_var proxy = proxyFrom(a_);
+                connect(proxy.in(), consumer);
+                proxy->disconnect_structured_push_supplier();
+            } catch (const CORBA::Exception&) {
+                // refused, or dropped meanwhile
+            }
+        }
+    });
+    for (int i = 0; i < 50; ++i) {
+        allowed_.forbid(kA);
+        letGracePass();
+        allowed_.allow(kA);
+    }
+    ended = true;
+    pushing.get();
+    connecting.get();
+    allowed_.forbid(kA);
+    letGracePass();
+    EXPECT_THAT(channel().consumers(), IsEmpty());
+}
+
+TEST_F(ChannelFixture, KeysOfItsObjectsAreRandom) {
+    constexpr std::size_t kRandomBytes = 16;
+    std::set<std::string> ids;
+    std::size_t objects = 0;
+    const auto note = [&](CORBA::Object_ptr object) {
+        kelp::orb::ReferenceContent content;
+        ASSERT_TRUE(kelp::orb::describe(orb_.orb(), object, content));
+        ASSERT_GT(content.objectKey.size(), kRandomBytes);
+        ids.insert(content.objectKey.substr(content.objectKey.size() - kRandomBytes));
+        ++objects;
+    };
+    for (int made = 0; made < 2; ++made) {
+        const EventChannel_var reference = channel().reference();
+        const ConsumerAdmin_var consumerAdmin = reference->default_consumer_admin();
+        const SupplierAdmin_var supplierAdmin = reference->default_supplier_admin();
+        const CosNotifyFilter::FilterFactory_var factory = reference->default_filter_factory();
+        note(reference.in());
+        note(consumerAdmin.in());
+        note(supplierAdmin.in());
+        note(factory.in());
+        for (int i = 0; i < 20; ++i) {
+            ProxyID id = 0;
+            const ProxySupplier_var proxy =
+                consumerAdmin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+            const CosNotifyFilter::Filter_var filter = factory->create_filter("EXTENDED_TCL");
+            note(proxy.in());
+            note(filter.in());
+        }
+        channel_.reset();
+    }
+    EXPECT_EQ(ids.size(), objects);
+    for (std::size_t byte = 0; byte < kRandomBytes; ++byte) {
+        std::set<char> values;
+        for (const std::string& id : ids)
+            values.insert(id[byte]);
+        EXPECT_GT(values.size(), 10u) << "byte " << byte << " of " << ids.size() << " ids hardly changes";
+    }
+}
+
+TEST_F(ChannelFixture, AnotherKeyThanThatOfAnObjectFindsNone) {
+    const EventChannel_var own = channel().reference();
+    kelp::orb::ReferenceContent content;
+    ASSERT_TRUE(kelp::orb::describe(orb_.orb(), own.in(), content));
+    content.objectKey.back() = static_cast<char>(content.objectKey.back() ^ 1);
+    const CORBA::Object_var neighbour = orb_.overTheWireByKey(kelp::test::escapedKey(content.objectKey));
+    EXPECT_TRUE(neighbour->_non_existent());
+    const CORBA::Object_var itself = orb_.overTheWire(own.in());
+    EXPECT_FALSE(itself->_non_existent());
+}
+
+}  // namespace
+}  // namespace kelp::notification::test

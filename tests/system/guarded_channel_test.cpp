@@ -1,0 +1,98 @@
+// Who goes on receiving events and who does not, with the host, the operator's tool and NMS as processes of
+// their own. An NMS at another address than 127.0.0.1 calls through a relay.
+
+#include "harness/host.h"
+#include "harness/nms_process.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+
+#include "component/orb/tcp_relay.h"
+
+namespace kelp::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class GuardedChannel : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        host.set("session", "ping_interval_s", 1)
+            .set("session", "ping_mode", "false")
+            .set("notification", "heartbeat_s", 0);
+        host.addUser("alice");
+        host.addUser("bob");
+        host.start();
+        relay = std::make_unique<TcpRelay>(host.port(), "127.0.0.2");
+        there = std::make_unique<NmsProcess>(
+            host, "corbaloc:iiop:1.2@" + relay->hostAndPort() + "/%ffV4800%00EMSSessionFactory");
+        helper = std::make_unique<NmsProcess>(host);
+        here = std::make_unique<NmsProcess>(host);
+        there->logIn(0, "alice");
+        here->logIn(0, "bob");
+        here->follow(0);
+        channel = there->channelAt(0, relayed());
+        helper->followAt(0, relayed(), channel);
+        raise();
+        ASSERT_TRUE(eventually([&] { return eventsOf(*helper) == 1 && eventsOf(*here) == 1; }));
+    }
+
+    std::string relayed() const { return "127.0.0.1 " + std::to_string(relay->port()); }
+    static int eventsOf(NmsProcess& nms) { return nms.followed(0).events; }
+    void raise() {
+        const std::vector<std::string> alarm = {"--config",
+                                                host.configFile().string(),
+                                                "alarm",
+                                                "raise",
+                                                "--object",
+                                                "ManagedElement=NE-1",
+                                                "--severity",
+                                                "major",
+                                                "--probable-cause",
+                                                "LOS"};
+        ASSERT_EQ(runToEnd(host.launch(KELPCTL, alarm)), 0);
+    }
+    /// The helper's consumer is dropped, and everybody else's is not.
+    void expectTheHelperIsDropped() {
+        ASSERT_TRUE(host.log().waitFor("of 127.0.0.2 is dropped"));
+        raise();
+        EXPECT_TRUE(eventually([&] { return eventsOf(*here) == 2; }));
+        EXPECT_EQ(eventsOf(*helper), 1);
+        EXPECT_FALSE(host.log().text().find("of 127.0.0.1 is dropped") != std::string::npos);
+        EXPECT_THAT(refusalOfTheHelper(), HasSubstr("NO_PERMISSION"));
+    }
+    std::string refusalOfTheHelper() {
+        try {
+            helper->followAt(1, relayed(), channel);
+            return {};
+        } catch (const std::runtime_error& refused) {
+            return refused.what();
+        }
+    }
+
+    Host host;
+    std::unique_ptr<TcpRelay> relay;
+    std::unique_ptr<NmsProcess> there;   ///< at 127.0.0.2, logged in
+    std::unique_ptr<NmsProcess> helper;  ///< likewise, its consumer in a process of its own
+    std::unique_ptr<NmsProcess> here;    ///< at 127.0.0.1, logged in
+    std::string channel;
+};
+
+TEST_F(GuardedChannel, AnNmsThatHasLoggedOutGetsNoMoreEvents) {
+    there->end(0);
+    expectTheHelperIsDropped();
+    there->logIn(0, "alice");
+    EXPECT_EQ(refusalOfTheHelper(), "") << "it may connect anew";
+    EXPECT_EQ(host.stop(), 0);
+}
+
+TEST_F(GuardedChannel, ADisabledUsersNmsGetsNoMoreEvents) {
+    host.user({"disable", "alice"});
+    expectTheHelperIsDropped();
+    EXPECT_EQ(host.stop(), 0);
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -41,8 +41,8 @@ bool ConsumerPart::passes(const CosNotification::StructuredEvent& event) const {
 }
 
 void ConsumerPart::drop() {
-    traceDropped("supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), owner_);
     close();
+    traceDropped("supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), owner_);
 }
 
 void ConsumerPart::close() {

@@ -53,7 +53,8 @@ class ConsumerPart {
     void take(const EventPtr& event);
     /// Ends the proxy for good, once.
     void close();
-    /// Ends it because its owner may not use the channel any more, and traces that.
+    /// Ends it because its owner may not use the channel any more, and traces that. The caller keeps it
+    /// alive.
     void drop();
 
     SharedQos qos;

@@ -86,8 +86,8 @@ std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {
 }
 
 void SupplierPart::drop() {
-    traceDropped("consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), owner_);
     close(Consumer::IsNotTold);
+    traceDropped("consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), owner_);
 }
 
 void SupplierPart::close(Consumer consumer) {

@@ -54,7 +54,8 @@ class SupplierPart {
     enum class Consumer { IsTold, IsNotTold };
     /// Ends the proxy for good, once; the consumer is told when wanted.
     void close(Consumer consumer);
-    /// Ends it because its owner may not use the channel any more, and traces that.
+    /// Ends it because its owner may not use the channel any more, and traces that. The caller keeps it
+    /// alive.
     void drop();
 
   protected:

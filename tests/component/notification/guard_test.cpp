@@ -329,6 +329,7 @@ TEST_F(GuardedChannel, ProxiesMadeInsideTheProcessStay) {
 }
 
 TEST_F(GuardedChannel, DropsProxiesWhileEventsAndOtherCallersComeAndGo) {
+    channel();
     std::atomic<bool> ended{false};
     auto pushing = std::async(std::launch::async, [&] {
         for (int i = 1; !ended; ++i)

@@ -93,8 +93,10 @@ std::string TimeChange::localTime2UTCstr(std::tm fields) {
 
 std::string TimeChange::UTCtime2str(long moment) {
     std::string text = printed(kUtcFormat, fieldsOf(moment, ::localtime_r));
-    if (text.size() != kUtcTextLength)
-        text.replace(0, text.empty() ? 0 : 1, " ");
+    if (text.empty())
+        text.push_back(' ');
+    else if (text.size() != kUtcTextLength)
+        text.front() = ' ';
     return text;
 }
 

@@ -3,6 +3,7 @@
 #include "ems.h"
 
 #include <cstddef>
+#include <functional>
 
 namespace kelp::bench {
 
@@ -14,6 +15,8 @@ class Churn {
 
     /// So many NMS after each other. Returns when the EMS has ended the last one's session.
     void logInAndOut(std::size_t times);
+    /// The same at least once and until told otherwise. How many it were.
+    std::size_t logInAndOutWhile(const std::function<bool()>& more);
 
   private:
     std::string nextAddress();

@@ -10,6 +10,7 @@ constexpr std::size_t kHeaderBytes = 12;
 constexpr std::size_t kSizeAt = 8;
 constexpr std::size_t kRequestIdAt = 12;
 constexpr std::size_t kResponseFlagsAt = 16;
+constexpr std::size_t kReplyStatusAt = 16;
 constexpr char kRequest = 0;
 constexpr char kReply = 1;
 constexpr char kLittleEndian = 1;
@@ -33,8 +34,14 @@ void append(std::string& message, std::uint32_t number) {
         message.push_back(static_cast<char>(number >> (8 * i) & 0xff));
 }
 
-void align(std::string& message) {
-    message.resize((message.size() + 3) / 4 * 4);
+void align(std::string& message, std::size_t to = 4) {
+    message.resize((message.size() + to - 1) / to * to);
+}
+
+void appendString(std::string& message, const std::string& text) {
+    align(message);
+    append(message, static_cast<std::uint32_t>(text.size() + 1));
+    message.append(text.c_str(), text.size() + 1);
 }
 
 std::string headerOf(char type) {
@@ -57,7 +64,8 @@ std::size_t messageLength(const std::string& bytes) {
     return kHeaderBytes + numberAt(bytes, kSizeAt);
 }
 
-std::string requestMessage(const std::string& objectKey, const std::string& operation) {
+std::string requestMessage(const std::string& objectKey, const std::string& operation,
+                           const std::string& arguments) {
     std::string message = headerOf(kRequest);
     append(message, 1);  // request id
     message.push_back(kReplyExpected);
@@ -65,12 +73,39 @@ std::string requestMessage(const std::string& objectKey, const std::string& oper
     append(message, 0);  // addressed by key
     append(message, static_cast<std::uint32_t>(objectKey.size()));
     message += objectKey;
-    align(message);
-    append(message, static_cast<std::uint32_t>(operation.size() + 1));
-    message.append(operation.c_str(), operation.size() + 1);
+    appendString(message, operation);
     align(message);
     append(message, 0);  // no service contexts
-    return finished(std::move(message));
+    if (!arguments.empty())
+        align(message, 8);
+    return finished(message + arguments);
+}
+
+std::string logInArguments(const std::string& user, const std::string& password, const std::string& nmsHost,
+                           std::uint16_t nmsPort) {
+    std::string profile(1, kLittleEndian);
+    profile += std::string("\x01\x00", 2);  // IIOP 1.0
+    appendString(profile, nmsHost);
+    align(profile, 2);
+    profile.push_back(static_cast<char>(nmsPort & 0xff));
+    profile.push_back(static_cast<char>(nmsPort >> 8));
+    appendString(profile, "nm");  // the object key, "nm" and a zero byte
+
+    std::string arguments;
+    appendString(arguments, user);
+    appendString(arguments, password);
+    appendString(arguments, "IDL:mtnm.tmforum.org/nmsSession/NmsSession_I:1.0");
+    align(arguments);
+    append(arguments, 1);  // one profile
+    append(arguments, 0);  // an IIOP one
+    append(arguments, static_cast<std::uint32_t>(profile.size()));
+    return arguments + profile;
+}
+
+ReplyStatus statusOf(const std::string& message) {
+    if (message.size() < kReplyStatusAt + 4 || message[7] != kReply)
+        throw std::runtime_error("this is no reply");
+    return static_cast<ReplyStatus>(numberAt(message, kReplyStatusAt));
 }
 
 std::string replyTo(const std::string& message) {

@@ -1,4 +1,5 @@
 #include "calls.h"
+#include "guesses.h"
 #include "hashing.h"
 #include "log_ins.h"
 #include "memory.h"
@@ -33,6 +34,8 @@ Report measureAll(const Options& options) {
         report.add(measureMemory(client, options));
     if (options.hashing)
         report.add(measureHashing());
+    if (options.guesses)
+        report.add(measureGuesses(client, options));
     report.loadAfter = loadOfMachine();
     return report;
 }

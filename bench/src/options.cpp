@@ -36,8 +36,8 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     app.footer(kFooter);
     const CLI::Range positive(1, 1000000);
     app.add_flag("--json", options.json, "The result as JSON");
-    app.add_option("--only", only, "Measure these only: calls, log-ins, memory, hashing")
-        ->check(CLI::IsMember({"calls", "log-ins", "memory", "hashing"}));
+    app.add_option("--only", only, "Measure these only: calls, log-ins, memory, hashing, guesses")
+        ->check(CLI::IsMember({"calls", "log-ins", "memory", "hashing", "guesses"}));
     app.add_flag("--quick", quick, "Few rounds, to see that it runs; the figures are rough");
     app.add_option("--rounds", options.rounds, "Rounds of calls, one slice a server each")
         ->check(positive)
@@ -61,6 +61,12 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     app.add_option("--live", options.manySessions, "What many live sessions are")
         ->check(CLI::Range(20, 20000))
         ->capture_default_str();
+    app.add_option("--guess-rounds", options.guessRounds, "Rounds of log-ins beside wrong passwords")
+        ->check(CLI::Range(1, 100))
+        ->capture_default_str();
+    app.add_option("--wrong-passwords", options.wrongPasswords, "Wrong passwords in a row, in one round")
+        ->check(positive)
+        ->capture_default_str();
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& end) {
@@ -71,10 +77,12 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     options.logIns = contains(only, "log-ins");
     options.memory = contains(only, "memory");
     options.hashing = contains(only, "hashing");
+    options.guesses = contains(only, "guesses");
     options.slice = std::chrono::milliseconds(sliceMs);
     if (quick) {
         options.rounds = std::min<std::size_t>(options.rounds, 4);
         options.logInRounds = std::min<std::size_t>(options.logInRounds, 3);
+        options.guessRounds = std::min<std::size_t>(options.guessRounds, 2);
     }
     return options;
 }

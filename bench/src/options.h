@@ -12,6 +12,7 @@ struct Options {
     bool logIns = true;
     bool memory = true;
     bool hashing = true;
+    bool guesses = true;
     bool json = false;
 
     std::size_t rounds = 40;               ///< of calls, one slice a server each
@@ -23,6 +24,9 @@ struct Options {
     std::size_t pairs = 100;  ///< log-ins with their log-outs in one burst
     std::size_t fewSessions = 10;
     std::size_t manySessions = 1000;  ///< also for the memory a session takes
+
+    std::size_t guessRounds = 3;
+    std::size_t wrongPasswords = 10000;  ///< in a row, in one round
 };
 
 /// None when the program is to end at once, with the exit code set.

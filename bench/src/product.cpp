@@ -19,7 +19,9 @@ release_strategy = {strategy}
 ping_mode = {ping_mode}
 ping_interval_s = {interval}
 max_sessions = 1000000
-[security]
+)";
+
+constexpr const char* kCheapestHashes = R"([security]
 hash_memory_kib = 8
 hash_passes = 1
 )";
@@ -33,7 +35,8 @@ Product::Product(const ProductSettings& settings) {
         scratch_ / "kelp.toml",
         fmt::format(kConfiguration, fmt::arg("orb", port_.hostAndPort()),
                     fmt::arg("naming", namingPort_.port()), fmt::arg("strategy", settings.releaseStrategy),
-                    fmt::arg("ping_mode", settings.pingMode), fmt::arg("interval", settings.pingIntervalS)));
+                    fmt::arg("ping_mode", settings.pingMode), fmt::arg("interval", settings.pingIntervalS)) +
+            (settings.costlyHashes ? "" : kCheapestHashes));
     test::writeFile(scratch_ / "password", std::string(kPassword) + "\n");
     const std::string config = (scratch_ / "kelp.toml").string();
     const std::string password = (scratch_ / "password").string();

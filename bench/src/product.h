@@ -17,10 +17,11 @@ struct ProductSettings {
     int releaseStrategy = 0;
     bool pingMode = true;
     int pingIntervalS = 60;
+    bool costlyHashes = false;  ///< the hash cost as shipped instead of the cheapest
 };
 
-/// A running kelpd with the agent and the manager "EMS", its own state directory and naming service, one
-/// user, and the cheapest password hash.
+/// A running kelpd with the agent and the manager "EMS", its own state directory and naming service, and one
+/// user.
 class Product {
   public:
     static constexpr const char* kUser = "operator";

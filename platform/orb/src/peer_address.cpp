@@ -1,4 +1,5 @@
 #include <arpa/inet.h>
+#include <kelp/orb/references.h>
 #include <kelp/orb/request.h>
 
 #include <algorithm>
@@ -74,6 +75,7 @@ PeerAddress parsePeer(const std::string& transportText) {
         return {};
     if (!canBeShown(host) || !parseHost(std::string(host), peer))
         return {};
+    peer.withPort = hostAndPort({peer.text, peer.port, false});
     return peer;
 }
 

@@ -6,14 +6,27 @@
 
 namespace kelp::orb {
 
-void RequestRecord::assign(const char* operation, const char* peerText, std::string_view topPoaName) {
+RequestHook::~RequestHook() = default;
+
+void RequestHook::undelivered(const RequestInfo&, const CORBA::Exception*) noexcept {}
+
+void RequestRecord::assign(const char* operation, const char* peerText, const Target& target) {
+    arrived_ = std::chrono::system_clock::now();
+    arrivedSteady_ = std::chrono::steady_clock::now();
     operation_ = operation == nullptr ? "" : operation;
     const std::string_view peer = peerText == nullptr ? "" : peerText;
     if (peerText_ != peer) {
         peerText_ = peer;
         peer_ = parsePeer(peerText_);
     }
-    topPoaName_ = topPoaName;
+    topPoaName_ = target.topPoaName;
+    childPoaName_ = target.childPoaName;
+    objectId_ = target.objectId;
+}
+
+std::chrono::microseconds RequestRecord::age() const {
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
+                                                                 arrivedSteady_);
 }
 
 char* RequestRecord::operation() const {

@@ -12,18 +12,33 @@ namespace kelp::orb {
 /// allocation and a connection's peer is parsed once.
 class RequestRecord final : public RequestInfo {
   public:
-    /// `peerText` as the transport has it; null texts count as empty.
-    void assign(const char* operation, const char* peerText, std::string_view topPoaName);
+    /// Where a request goes; views of the transport's own memory.
+    struct Target {
+        std::string_view topPoaName;
+        std::string_view childPoaName;
+        std::string_view objectId;
+    };
+
+    /// A request that arrives now. `peerText` as the transport has it; null texts count as empty.
+    void assign(const char* operation, const char* peerText, const Target& target);
 
     char* operation() const override;
     const PeerAddress& peer() const override { return peer_; }
     const std::string& topPoaName() const override { return topPoaName_; }
+    const std::string& childPoaName() const override { return childPoaName_; }
+    const std::string& objectId() const override { return objectId_; }
+    std::chrono::system_clock::time_point arrived() const override { return arrived_; }
+    std::chrono::microseconds age() const override;
 
   private:
     std::string operation_;
     std::string peerText_;
     PeerAddress peer_;  ///< peerText_ parsed
     std::string topPoaName_;
+    std::string childPoaName_;
+    std::string objectId_;
+    std::chrono::system_clock::time_point arrived_;
+    std::chrono::steady_clock::time_point arrivedSteady_;
 };
 
 /// The calling thread's requests: one that has arrived and waits for its servant, and those whose servants
@@ -37,6 +52,8 @@ class ThreadRequests {
     /// The request that arrived is answered without its servant.
     void drop();
     bool hasArrived() const { return arrived_ != nullptr; }
+    /// The request that arrived and has not reached its servant; may be null.
+    const RequestInfo* waiting() const { return arrived_.get(); }
     /// The request to be shown as the thread's current one; may be null.
     const RequestInfo* current() const;
 

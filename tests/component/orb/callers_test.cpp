@@ -25,7 +25,7 @@ class CountingHook : public kelp::orb::RequestHook {
 
     void received(const kelp::orb::RequestInfo&) override { ++receivedCount; }
     void dispatching(const kelp::orb::RequestInfo&) override { ++dispatchingCount; }
-    void finished(const kelp::orb::RequestInfo&) noexcept override {}
+    void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override {}
 };
 
 /// A caller in a thread of its own.

@@ -104,7 +104,7 @@ TEST_F(DeathWatchTest, ARefusalIsASignOfLife) {
       public:
         void received(const kelp::orb::RequestInfo&) override { throw CORBA::NO_PERMISSION(); }
         void dispatching(const kelp::orb::RequestInfo&) override {}
-        void finished(const kelp::orb::RequestInfo&) noexcept override {}
+        void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override {}
     } hook;
     orb_.destroy();
     const RunningOrb refusing(&hook);
@@ -119,7 +119,7 @@ TEST_F(DeathWatchTest, AnAnswerOfTransientFromALiveProcessIsNotARefusedConnectio
       public:
         void received(const kelp::orb::RequestInfo&) override { throw CORBA::TRANSIENT(); }
         void dispatching(const kelp::orb::RequestInfo&) override {}
-        void finished(const kelp::orb::RequestInfo&) noexcept override {}
+        void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override {}
     } hook;
     orb_.destroy();
     const RunningOrb starting(&hook);

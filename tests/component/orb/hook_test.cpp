@@ -34,7 +34,12 @@ class RecordingHook : public kelp::orb::RequestHook {
         note("dispatching", request);
         onDispatching(request);
     }
-    void finished(const RequestInfo& request) noexcept override { note("finished", request); }
+    void finished(const RequestInfo& request, const CORBA::Exception* raised) noexcept override {
+        note("finished", request, raised != nullptr ? raised->_name() : nullptr);
+    }
+    void undelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept override {
+        note("undelivered", request, answer != nullptr ? answer->_name() : "oneway");
+    }
 
     void note(const std::string& what) {
         const std::lock_guard<std::mutex> guard(lock_);
@@ -49,9 +54,9 @@ class RecordingHook : public kelp::orb::RequestHook {
     }
 
   private:
-    void note(const std::string& point, const RequestInfo& request) {
+    void note(const std::string& point, const RequestInfo& request, const char* outcome = nullptr) {
         const CORBA::String_var operation = request.operation();
-        note(point + " " + operation.in());
+        note(point + " " + operation.in() + (outcome == nullptr ? "" : std::string(": ") + outcome));
         EXPECT_EQ(currentRequest(), &request) << point;
     }
 
@@ -181,20 +186,70 @@ TEST_F(Hook, IsToldOfTheEndOfAServantThatThrows) {
     SessionObject session(orb_, [] { throw CORBA::BAD_PARAM(3, CORBA::COMPLETED_YES); });
     EXPECT_THROW(session.remote()->ping(), CORBA::BAD_PARAM);
     ASSERT_TRUE(hook_.hasEvents(3));
-    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "finished ping"));
+    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "finished ping: BAD_PARAM"));
 }
 
 TEST_F(Hook, IsToldOfTheEndOfAServantThatThrowsAStandardException) {
     SessionObject session(orb_, [] { throw std::runtime_error("servant"); });
     EXPECT_THROW(session.remote()->ping(), CORBA::UNKNOWN);
     ASSERT_TRUE(hook_.hasEvents(3));
-    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "finished ping"));
+    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "finished ping: UNKNOWN"));
 }
 
 TEST_F(Hook, SeesRequestsForUnknownObjectsOnce) {
     const CORBA::Object_var nobody = orb_.overTheWireByKey("Nobody");
     EXPECT_TRUE(nobody->_non_existent());
-    EXPECT_THAT(hook_.events(), ElementsAre("received _non_existent"));
+    EXPECT_THAT(hook_.events(),
+                ElementsAre("received _non_existent", "undelivered _non_existent: OBJECT_NOT_EXIST"));
+}
+
+TEST_F(Hook, IsToldOfAnUnknownOperation) {
+    SessionObject session(orb_);
+    const CORBA::Object_var remote = orb_.overTheWire(session.inProcess());
+    CORBA::Request_var request = remote->_request("reboot");
+    request->set_return_type(CORBA::_tc_void);
+    EXPECT_THROW(
+        {
+            request->invoke();
+            if (request->env()->exception() != nullptr)
+                request->env()->exception()->_raise();
+        },
+        CORBA::BAD_OPERATION);
+    EXPECT_THAT(hook_.events(), ElementsAre("received reboot", "undelivered reboot: BAD_OPERATION"));
+}
+
+TEST_F(Hook, IsToldOfAOnewayRequestForAnUnknownObject) {
+    const CORBA::Object_var nobody = orb_.overTheWireByKey("Nobody");
+    const nmsSession::NmsSession_I_var gone = nmsSession::NmsSession_I::_unchecked_narrow(nobody.in());
+    gone->endSession();
+    EXPECT_TRUE(gone->_non_existent());
+    ASSERT_TRUE(hook_.hasEvents(4));
+    EXPECT_THAT(hook_.events(), testing::UnorderedElementsAre(
+                                    "received endSession", testing::StartsWith("undelivered endSession"),
+                                    "received _non_existent", "undelivered _non_existent: OBJECT_NOT_EXIST"));
+}
+
+TEST_F(Hook, SeesWhereARequestGoes) {
+    std::vector<std::string> seen;
+    hook_.onDispatching = [&](const RequestInfo& request) {
+        seen = {request.topPoaName(), request.childPoaName(), request.objectId()};
+        EXPECT_EQ(request.peer().withPort, "127.0.0.1:" + std::to_string(request.peer().port));
+        EXPECT_NEAR(
+            std::chrono::duration<double>(std::chrono::system_clock::now() - request.arrived()).count(), 0,
+            30);
+        EXPECT_LT(request.age(), 30s);
+    };
+    const PortableServer::POA_var top = makePoa(orb_.root(), orb_.manager(), "top");
+    const PortableServer::POA_var child = makePoa(top.in(), orb_.manager(), "child");
+    for (PortableServer::POA_ptr poa : {top.in(), child.in()}) {
+        const PortableServer::ServantBase_var servant = new ScriptedSession;
+        const PortableServer::ObjectId_var id = poa->activate_object(servant.in());
+        const CORBA::Object_var object = poa->id_to_reference(id.in());
+        const CORBA::Object_var remote = orb_.overTheWire(object.in());
+        EXPECT_FALSE(remote->_non_existent());
+        const std::string octets(reinterpret_cast<const char*>(id.in().get_buffer()), id.in().length());
+        EXPECT_THAT(seen, ElementsAre("top", poa == child.in() ? "child" : "", octets));
+    }
 }
 
 TEST_F(Hook, DoesNotSeeCallsInsideTheProcess) {
@@ -346,9 +401,10 @@ TEST_F(Hook, CurrentRequestIsKnownToTheServantManager) {
     EXPECT_THROW(gone->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
     there->ping();
     EXPECT_THAT(seen, ElementsAre("eventLossCleared", "ping"));
-    ASSERT_TRUE(hook_.hasEvents(4));
-    EXPECT_THAT(hook_.events(), ElementsAre("received eventLossCleared", "received ping", "dispatching ping",
-                                            "finished ping"));
+    ASSERT_TRUE(hook_.hasEvents(5));
+    EXPECT_THAT(hook_.events(),
+                ElementsAre("received eventLossCleared", "undelivered eventLossCleared: OBJECT_NOT_EXIST",
+                            "received ping", "dispatching ping", "finished ping"));
 }
 
 TEST(NoHook, StillKnowsTheCurrentRequest) {

@@ -27,7 +27,7 @@ class CountingHook : public kelp::orb::RequestHook {
     std::atomic<int> count{0};
     void received(const kelp::orb::RequestInfo&) override { ++count; }
     void dispatching(const kelp::orb::RequestInfo&) override { ++count; }
-    void finished(const kelp::orb::RequestInfo&) noexcept override { ++count; }
+    void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override { ++count; }
 };
 
 std::vector<std::string> addressesOf(const RunningOrb& orb) {

@@ -15,7 +15,7 @@ ThreadRequests& requests() {
 
 RequestRecord& arrive(const char* operation) {
     RequestRecord& record = requests().arrive();
-    record.assign(operation, "giop:tcp:192.0.2.1:4800", "EMS<1>");
+    record.assign(operation, "giop:tcp:192.0.2.1:4800", {"EMS<1>", {}, {}});
     return record;
 }
 
@@ -44,10 +44,10 @@ TEST(ThreadRequests, ShowTheOneThatArrivedAndThenIsServed) {
 
 TEST(RequestRecord, TellsOfTheConnectionThatTheRequestCameBy) {
     RequestRecord record;
-    record.assign("ping", "giop:tcp:192.0.2.1:4800", "EMS<1>");
-    record.assign("getEMS", "giop:tcp:192.0.2.1:4801", "EMS<2>");
+    record.assign("ping", "giop:tcp:192.0.2.1:4800", {"EMS<1>", {}, {}});
+    record.assign("getEMS", "giop:tcp:192.0.2.1:4801", {"EMS<2>", {}, {}});
     EXPECT_EQ(record.peer().port, 4801);
-    record.assign("getEMS", "giop:tcp:192.0.2.2:4801", "EMS<2>");
+    record.assign("getEMS", "giop:tcp:192.0.2.2:4801", {"EMS<2>", {}, {}});
     EXPECT_EQ(record.peer().text, "192.0.2.2");
     EXPECT_EQ(record.topPoaName(), "EMS<2>");
     record.assign(nullptr, nullptr, {});
@@ -92,7 +92,7 @@ TEST(ThreadRequests, ReturnToTheOuterOneAfterAnInnerOne) {
 }
 
 TEST(ThreadRequests, HaveNoOperationWhereTheTransportTellsNone) {
-    requests().arrive().assign(nullptr, {}, "");
+    requests().arrive().assign(nullptr, {}, {"", {}, {}});
     EXPECT_EQ(operationNow(), "");
     requests().drop();
 }

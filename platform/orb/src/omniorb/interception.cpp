@@ -14,6 +14,7 @@
 #include <omniORB4/internal/GIOP_S.h>
 // clang-format on
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <string_view>
@@ -48,28 +49,57 @@ void callHook(const char* point, Call call) {
     throw CORBA::UNKNOWN(0, CORBA::COMPLETED_NO);
 }
 
-/// Keys are FF name FF name ... then FE and a random part (transient) or nothing (persistent), 00, object id.
-/// A key of another form belongs to no POA below the root.
-std::string_view topPoaNameOfKey(const CORBA::Octet* key, int size) {
-    constexpr CORBA::Octet nameMark = 0xff;
-    constexpr CORBA::Octet transientMark = 0xfe;
-    if (key == nullptr || size < 2 || key[0] != nameMark)
+/// Keys are FF name FF name ... then FE and 8 octets (transient) or nothing (persistent), 00, object id. A
+/// key of another form belongs to no POA below the root.
+RequestRecord::Target targetOfKey(std::string_view key) {
+    constexpr char nameMark = '\xff';
+    constexpr char transientMark = '\xfe';
+    constexpr std::string_view marks("\xff\xfe\0", 3);
+    constexpr std::size_t transientOctets = 8;
+
+    RequestRecord::Target target;
+    std::size_t depth = 0;
+    while (!key.empty() && key.front() == nameMark) {
+        const std::size_t end = key.find_first_of(marks, 1);
+        if (end == std::string_view::npos)
+            return {};
+        if (depth == 0)
+            target.topPoaName = key.substr(1, end - 1);
+        else if (depth == 1)
+            target.childPoaName = key.substr(1, end - 1);
+        ++depth;
+        key.remove_prefix(end);
+    }
+    if (!key.empty() && key.front() == transientMark)
+        key.remove_prefix(std::min(key.size(), 1 + transientOctets));
+    if (depth == 0 || key.empty() || key.front() != 0)
+        return depth == 0 ? RequestRecord::Target() : target;
+    target.objectId = key.substr(1);
+    return target;
+}
+
+std::string_view keyOf(omni::GIOP_S& request) {
+    // a request may also address its target by a whole profile; then there is no key, and no object is found
+    const int size = request.keysize();
+    const CORBA::Octet* const octets = request.key();
+    if (size < 0 || octets == nullptr)
         return {};
-    int end = 1;
-    while (end < size && key[end] != nameMark && key[end] != transientMark && key[end] != 0)
-        ++end;
-    if (end == size)
-        return {};
-    return {reinterpret_cast<const char*>(key) + 1, static_cast<std::size_t>(end - 1)};
+    return {reinterpret_cast<const char*>(octets), static_cast<std::size_t>(size)};
+}
+
+/// The request that reached no servant has been answered, or will never be.
+void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
+    RequestHook* const hook = theHook.load();
+    if (const RequestInfo* const request = requests.waiting(); request != nullptr && hook != nullptr)
+        hook->undelivered(*request, answer);
+    requests.drop();
 }
 
 CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
-    // a request may also address its target by a whole profile; then there is no key, and no object is found
-    const int keySize = info.giop_s.keysize();
+    endUndelivered(requests, nullptr);
     RequestRecord& record = requests.arrive();
-    record.assign(info.operation(), info.peeraddress(),
-                  keySize < 0 ? std::string_view() : topPoaNameOfKey(info.giop_s.key(), keySize));
+    record.assign(info.operation(), info.peeraddress(), targetOfKey(keyOf(info.giop_s)));
     RequestHook* hook = theHook.load();
     if (hook == nullptr)
         return true;
@@ -82,19 +112,6 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     return true;
 }
 
-/// Tells the hook that the servant is through, however it ended.
-class FinishedNotice {
-  public:
-    FinishedNotice(RequestHook& hook, const RequestInfo& request) : hook_(hook), request_(request) {}
-    ~FinishedNotice() { hook_.finished(request_); }
-    FinishedNotice(const FinishedNotice&) = delete;
-    FinishedNotice& operator=(const FinishedNotice&) = delete;
-
-  private:
-    RequestHook& hook_;
-    const RequestInfo& request_;
-};
-
 void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     if (!call->is_upcall()) {
         call->interceptedCall(servant);
@@ -104,7 +121,7 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     // a POA whose servants run on another thread than the one that read the request: never pass the hook by
     if (!requests.hasArrived()) {
         const CORBA::ORB_var orb = PortState::instance().orb();
-        requests.arrive().assign(call->op(), nullptr, currentTopPoaName(orb.in()));
+        requests.arrive().assign(call->op(), nullptr, {currentTopPoaName(orb.in()), {}, {}});
     }
     const ThreadRequests::Serving serving(requests);
     RequestHook* hook = theHook.load();
@@ -113,8 +130,17 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
         return;
     }
     callHook("request hook, dispatching,", [&] { hook->dispatching(serving.request()); });
-    const FinishedNotice notice(*hook, serving.request());
-    call->interceptedCall(servant);
+    try {
+        call->interceptedCall(servant);
+    } catch (const CORBA::Exception& raised) {
+        hook->finished(serving.request(), &raised);
+        throw;
+    } catch (...) {
+        const CORBA::UNKNOWN unknown;
+        hook->finished(serving.request(), &unknown);
+        throw;
+    }
+    hook->finished(serving.request(), nullptr);
 }
 
 CORBA::Boolean onReply(Interceptors::serverSendReply_T::info_T&) {
@@ -122,8 +148,8 @@ CORBA::Boolean onReply(Interceptors::serverSendReply_T::info_T&) {
     return true;
 }
 
-CORBA::Boolean onException(Interceptors::serverSendException_T::info_T&) {
-    ThreadRequests::ofThisThread().drop();
+CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
+    endUndelivered(ThreadRequests::ofThisThread(), info.exception);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include <kelp/orb/corba.h>
 #include <kelp/orb/export.h>
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@ struct KELP_EXPORT PeerAddress {
     std::uint16_t port = 0;           ///< 0 when unknown
     std::uint32_t ipv4 = 0;           ///< 0 when the peer has no IPv4 address
     std::optional<std::string> ipv6;  ///< 16 bytes, network order, for a peer with a real IPv6 address
+    std::string withPort;             ///< "192.0.2.1:48958", "[2001:db8::1]:48958"; empty when unknown
 };
 
 /// Parses the transport's own peer text ("giop:tcp:127.0.0.1:48958", "giop:ssl:[::1]:53430",
@@ -30,6 +32,14 @@ class KELP_EXPORT RequestInfo {
     virtual const PeerAddress& peer() const = 0;
     /// Name of the root POA's child that the target lives under; empty for an object outside the POA tree.
     virtual const std::string& topPoaName() const = 0;
+    /// Name of the POA below that one which the target lives under; empty when it lives in the former itself.
+    virtual const std::string& childPoaName() const = 0;
+    /// The target's object id, as bytes; empty where it could not be told.
+    virtual const std::string& objectId() const = 0;
+    /// When the request was read from its connection.
+    virtual std::chrono::system_clock::time_point arrived() const = 0;
+    /// How long ago that was; not touched by steps of the wall clock.
+    virtual std::chrono::microseconds age() const = 0;
 };
 
 /// The request being served by the calling thread, from RequestHook::received() to finished(), or null
@@ -44,16 +54,22 @@ KELP_EXPORT PeerAddress currentPeer();
 /// The first two operations may throw CORBA system exceptions; the caller gets them as they are, so throw
 /// them completed NO. Any other exception is traced and becomes CORBA::UNKNOWN, completed NO. A request that
 /// is refused, or whose target is not found, goes no further: dispatching() follows received() only for a
-/// known target, finished() follows every dispatching() that returned.
+/// known target, finished() follows every dispatching() that returned. A request that passed received() and
+/// reaches no servant ends with undelivered().
 class KELP_EXPORT RequestHook {
   public:
-    virtual ~RequestHook() = default;
+    virtual ~RequestHook();
     /// Before the target is looked up; also for unknown objects and while requests are held.
     virtual void received(const RequestInfo& request) = 0;
     /// The target is known and the servant is about to run.
     virtual void dispatching(const RequestInfo& request) = 0;
-    /// The servant has returned or thrown. Must not throw.
-    virtual void finished(const RequestInfo& request) noexcept = 0;
+    /// The servant has returned (`raised` is null) or thrown; what is no CORBA exception counts as UNKNOWN.
+    /// Must not throw.
+    virtual void finished(const RequestInfo& request, const CORBA::Exception* raised) noexcept = 0;
+    /// The ORB has answered with a system exception itself: there is no such object or operation, its
+    /// arguments are unreadable, a servant manager refused. Null for a oneway request, which nobody answers;
+    /// of those it may be told only when the thread serves its next request. Must not throw.
+    virtual void undelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept;
 };
 
 }  // namespace kelp::orb

@@ -6,6 +6,7 @@
 
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/operation_record.h>
 #include <kelp/corbabase/session_name.h>
 #include <kelp/util/thread_context.h>
 
@@ -57,12 +58,16 @@ void Corba_Request_InterceptorImpl::SetThreadContext(const kelp::orb::RequestInf
 }
 
 void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo* ri) {
+    NS_CORBA::CorbaBaseAgentConfig& base = *NS_CORBA::CorbaBaseAgentConfig::Instance();
+    if (!base.IsValidOssIP(ri != nullptr ? ri->peer().ipv4 : kelp::orb::currentPeer().ipv4))
+        refuse(ri);
     SetThreadContext(ri);
-    if (NS_CORBA::CorbaBaseAgentConfig::Instance()->GetSessionReleaseStrategy() != kReleaseBySilence)
-        return;
+    const bool bySilence = base.GetSessionReleaseStrategy() == kReleaseBySilence;
     std::string clientKey;
     try {
-        clientKey = clientKeyOfRequest();
+        if (bySilence)
+            clientKey = clientKeyOfRequest();
+        NS_CORBA::TaWriteOperLog(ri, 0);
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaException(
@@ -76,9 +81,19 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
             "[Server_Request_Interceptor::receive_request] get unknow excpetion while writing request "
             "operation log !");
     }
-    if (ri == nullptr || isNoActivity(operationOf(*ri)))
+    if (!bySilence || ri == nullptr || isNoActivity(operationOf(*ri)))
         return;
     signalSessions(clientKey);
+}
+
+void Corba_Request_InterceptorImpl::refuse(const kelp::orb::RequestInfo* ri) {
+    SetThreadContext(ri);
+    const kelp::orb::PeerAddress peer = ri != nullptr ? ri->peer() : kelp::orb::currentPeer();
+    tracePoint(kSubject);
+    NS_CORBA::TaDebugWithPara(
+        1, "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:%s",
+        peer.text.empty() ? "0.0.0.0" : peer.text.c_str());
+    throw CORBA::NO_PERMISSION();
 }
 
 void Corba_Request_InterceptorImpl::signalSessions(const std::string& clientKey) {

@@ -6,14 +6,16 @@
 
 namespace NS_KELPCORBA {
 
-/// Sets every request's thread context and, under release strategy 2, counts it as a sign of life of the NMS
-/// whose session it belongs to. Stateless; called on the request's thread, concurrently.
+/// Refuses callers from elsewhere than the allowed OSS networks (NO_PERMISSION), sets every request's thread
+/// context, has it recorded in the operation log and, under release strategy 2, counts it as a sign of life
+/// of the NMS whose session it belongs to. Stateless; called on the request's thread, concurrently.
 class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
   public:
     void receive_request(const kelp::orb::RequestInfo* ri) override;
     void SetThreadContext(const kelp::orb::RequestInfo* ri) override;
 
   private:
+    [[noreturn]] void refuse(const kelp::orb::RequestInfo* ri);
     void signalSessions(const std::string& clientKey);
 };
 

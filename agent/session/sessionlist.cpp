@@ -30,21 +30,31 @@ std::string clientKeyOf(const SessionSource& source) {
     return source.get_user_name() + source.get_ip_and_port();
 }
 
-template <class List>
-auto findSession(List& sessions, const std::string& hostInfo, const std::string& userName) {
+}  // namespace
+
+SessionMgr::ListedSessions::iterator SessionMgr::FindListed(const std::string& hostInfo,
+                                                            const std::string& userName) {
     const std::size_t hash = std::hash<std::string>()(userName + hostInfo);
-    return std::find_if(sessions.begin(), sessions.end(), [&](const auto& each) {
+    if (!sessionsByKey_.contains(hash))
+        return sessions_.end();
+    return std::find_if(sessions_.begin(), sessions_.end(), [&](const ListedSession& each) {
         return each.clientKeyHash == hash && belongsTo(each.session, hostInfo, userName);
     });
 }
 
-template <class List>
-auto findListed(List& sessions, const EmsSession_IImpl* session) {
-    return std::find_if(sessions.begin(), sessions.end(),
-                        [session](const auto& each) { return each.session == session; });
+SessionMgr::ListedSessions::iterator SessionMgr::FindListed(const EmsSession_IImpl* session) {
+    return std::find_if(sessions_.begin(), sessions_.end(),
+                        [session](const ListedSession& each) { return each.session == session; });
 }
 
-}  // namespace
+void SessionMgr::Delist(ListedSessions::iterator listed) {
+    const auto [first, last] = sessionsByKey_.equal_range(listed->clientKeyHash);
+    const auto indexed =
+        std::find_if(first, last, [&](const auto& each) { return each.second == listed->session; });
+    if (indexed != last)
+        sessionsByKey_.erase(indexed);
+    sessions_.erase(listed);
+}
 
 int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
     const SessionSource* source = session->source();
@@ -53,6 +63,7 @@ int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
         const SessionLock lock(sessionLock_);
         if (lock.locked()) {
             sessions_.push_back({hash, session});
+            sessionsByKey_.emplace(hash, session);
         } else {
             tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session failed!");
@@ -68,13 +79,13 @@ int SessionMgr::EraseSessions(const std::list<EmsSession_IImpl*>& sessions) {
     int erased = 0;
     const SessionLock lock(sessionLock_);
     for (EmsSession_IImpl* session : sessions) {
-        const auto found = findListed(sessions_, session);
+        const auto found = FindListed(session);
         if (found == sessions_.end())
             continue;
         const SessionSource* source = session->source();
         if (source == nullptr || source->get_state() == Normal)
             continue;
-        sessions_.erase(found);
+        Delist(found);
         session->_remove_ref();
         ++erased;
     }
@@ -83,25 +94,25 @@ int SessionMgr::EraseSessions(const std::list<EmsSession_IImpl*>& sessions) {
 
 EmsSession_IImpl* SessionMgr::GetNmsSession(const std::string& hostInfo, const std::string& userName) {
     const SessionLock lock(sessionLock_);
-    const auto found = findSession(sessions_, hostInfo, userName);
+    const auto found = FindListed(hostInfo, userName);
     if (found == sessions_.end())
         return nullptr;
     EmsSession_IImpl* session = found->session;
-    sessions_.erase(found);
+    Delist(found);
     return session;
 }
 
 EmsSession_IImpl* SessionMgr::GetNmsSessionByNmsInfo(const std::string& hostInfo,
                                                      const std::string& userName) {
     const SessionLock lock(sessionLock_);
-    const auto found = findSession(sessions_, hostInfo, userName);
+    const auto found = FindListed(hostInfo, userName);
     return found == sessions_.end() ? nullptr : found->session;
 }
 
 ServantRef<EmsSession_IImpl> SessionMgr::PinNmsSession(const std::string& hostInfo,
                                                        const std::string& userName) {
     const SessionLock lock(sessionLock_);
-    const auto found = findSession(sessions_, hostInfo, userName);
+    const auto found = FindListed(hostInfo, userName);
     return ServantRef<EmsSession_IImpl>::pin(found == sessions_.end() ? nullptr : found->session);
 }
 
@@ -120,22 +131,21 @@ bool SessionMgr::PinSessionsByClientKey(const std::string& clientKey,
     const SessionLock lock(sessionLock_);
     if (!lock.locked())
         return false;
-    for (const ListedSession& each : sessions_) {
-        if (each.clientKeyHash != hash)
-            continue;
-        const SessionSource* source = each.session->source();
+    const auto [first, last] = sessionsByKey_.equal_range(hash);
+    for (auto each = first; each != last; ++each) {
+        const SessionSource* source = each->second->source();
         if (source != nullptr && clientKeyOf(*source) == clientKey)
-            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(each.session));
+            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(each->second));
     }
     return true;
 }
 
 void SessionMgr::Unlist(EmsSession_IImpl* session) {
     const SessionLock lock(sessionLock_);
-    const auto found = findListed(sessions_, session);
+    const auto found = FindListed(session);
     if (found == sessions_.end())
         return;
-    sessions_.erase(found);
+    Delist(found);
     session->_remove_ref();
 }
 
@@ -170,6 +180,7 @@ void SessionMgr::LogOutEverybody() {
         each.session->_remove_ref();
     }
     sessions_.clear();
+    sessionsByKey_.clear();
 }
 
 // -- waiting threads

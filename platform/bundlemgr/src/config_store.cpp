@@ -4,6 +4,7 @@
 #include "config_document.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -15,6 +16,7 @@ struct ConfigStore::State {
     mutable std::mutex mutex;
     std::shared_ptr<const ConfigDocument> document = std::make_shared<ConfigDocument>(defaultDocument());
     std::filesystem::path file;
+    std::atomic<std::uint64_t> generation{1};  ///< changes after the document has
 
     std::shared_ptr<const ConfigDocument> current() const {
         const std::lock_guard guard(mutex);
@@ -25,6 +27,7 @@ struct ConfigStore::State {
         const std::lock_guard guard(mutex);
         document.swap(made);
         file = from;
+        ++generation;
     }
     std::vector<ConfigProblem> takeOver(ConfigDocument&& read, const std::filesystem::path& from) {
         if (!read.problems.empty())
@@ -167,6 +170,10 @@ std::optional<std::string> ConfigStore::agentText(const std::string& key, Config
 ConfigProblem ConfigStore::problem(const std::string& key, const std::string& what) const {
     const std::shared_ptr<const ConfigDocument> document = state_->current();
     return {document->name, document->lineOf(key), key, what};
+}
+
+std::uint64_t ConfigStore::generation() const {
+    return state_->generation.load();
 }
 
 std::filesystem::path ConfigStore::file() const {

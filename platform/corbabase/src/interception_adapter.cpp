@@ -1,9 +1,12 @@
 #include "interception_adapter.h"
 
+#include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/thread_context.h>
 
 #include <exception>
+
+#include "request_recording.h"
 
 namespace NS_CORBA {
 
@@ -55,21 +58,40 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
         RequestInterceptorBase* interceptor;
     };
     const Visit visit(*this);
+    const auto refused = [] {
+        NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+        RequestRecording::drop();
+    };
+    RequestRecording::begin();
     try {
         visit.interceptor->receive_request(&request);
+    } catch (const CORBA::NO_PERMISSION&) {
+        refused();
+        RequestRecording::writeRefused(request);
+        throw;
     } catch (const CORBA::Exception&) {
-        NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+        refused();
         throw;
     } catch (const std::exception& failure) {
         GetTss()->Set("interceptionadapter", "unknown", __LINE__);
         TaTrace("[InterceptionAdapter::dispatching] The request interceptor failed: %s", failure.what());
-        NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+        refused();
         throw CORBA::INTERNAL();
     }
 }
 
-void InterceptionAdapter::finished(const kelp::orb::RequestInfo&) noexcept {
+void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
+                                   const CORBA::Exception* raised) noexcept {
     NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+    RequestRecording::end(request, raised);
+}
+
+void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
+                                      const CORBA::Exception* answer) noexcept {
+    if (CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4))
+        RequestRecording::writeUndelivered(request, answer);
+    else
+        RequestRecording::writeRefused(request);
 }
 
 RequestInterceptorBase* InterceptionAdapter::enter() {

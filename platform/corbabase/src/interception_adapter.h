@@ -10,7 +10,9 @@
 namespace NS_CORBA {
 
 /// Between the ORB's request hook and the agent's interceptor. Requests wait until an interceptor is set,
-/// pass it then, and are refused with TRANSIENT after it was taken out.
+/// pass it then, and are refused with TRANSIENT after it was taken out. Each leaves its record: in the
+/// security log if the interceptor refused it or its caller's address may not call, in the operation log if
+/// the interceptor wants one or no servant was reached.
 class InterceptionAdapter final : public kelp::orb::RequestHook {
   public:
     /// Sets the interceptor and lets waiting requests through; null refuses requests from here on. Returns
@@ -26,7 +28,8 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
 
     void received(const kelp::orb::RequestInfo& request) override;
     void dispatching(const kelp::orb::RequestInfo& request) override;
-    void finished(const kelp::orb::RequestInfo& request) noexcept override;
+    void finished(const kelp::orb::RequestInfo& request, const CORBA::Exception* raised) noexcept override;
+    void undelivered(const kelp::orb::RequestInfo& request, const CORBA::Exception* answer) noexcept override;
 
   private:
     enum class Gate { Waiting, Open, Refusing };

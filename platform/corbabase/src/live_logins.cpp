@@ -74,15 +74,16 @@ void LiveLogins::renew(const Key& key, const UserAccount& account, const std::st
     entered_ = true;
 }
 
-void LiveLogins::leave(const Key& key) {
+bool LiveLogins::leave(const Key& key) {
     const std::lock_guard guard(mutex_);
     const auto found = live_.find(key);
     if (found == live_.end())
-        return;
+        return false;
     invalidate(found->second.front());
     found->second.pop_front();
     if (found->second.empty())
         live_.erase(found);
+    return true;
 }
 
 std::size_t LiveLogins::count(const Key& key) const {

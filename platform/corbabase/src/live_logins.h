@@ -33,8 +33,8 @@ class LiveLogins {
     /// The log-ins under the key hold for the account as it is now: its password was given again, from this
     /// address, which is one of theirs from here on.
     void renew(const Key& key, const UserAccount& account, const std::string& address = {});
-    /// Ends the oldest log-in under the key, if there is one.
-    void leave(const Key& key);
+    /// Ends the oldest log-in under the key; false when there is none.
+    bool leave(const Key& key);
     std::size_t count(const Key& key) const;
     /// Whether somebody is logged in from this address whose account allows it, as far as it has been looked
     /// at. Costs one look into a table.

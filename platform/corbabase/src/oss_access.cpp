@@ -3,41 +3,39 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/trace.h>
 
+#include <utility>
+
 namespace NS_CORBA {
 
-namespace {
-
-std::vector<std::string> configuredEntries() {
-    return NS_BUNDLEMGR1::ConfigStore::instance().texts("access.allowed_oss");
-}
-
-}  // namespace
-
 bool OssAccess::read(std::string& whyNot) {
-    std::vector<std::string> entries = configuredEntries();
-    const auto parsed = std::make_shared<OssNetworks>();
-    const bool readable = parsed->parse(entries, whyNot);
+    const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     const std::lock_guard guard(mutex_);
-    entries_ = std::move(entries);
-    if (readable)
-        networks_ = parsed;
-    return readable;
+    // first: what changes meanwhile is then read next time
+    generation_ = config.generation();
+    OssNetworks read;
+    if (!read.parse(config.texts("access.allowed_oss"), whyNot))
+        return false;
+    networks_ = std::move(read);
+    return true;
 }
 
 bool OssAccess::allowsIpv4(std::uint32_t address) {
-    return current()->containsIpv4(address);
+    readWhenChanged();
+    const std::lock_guard guard(mutex_);
+    return networks_.containsIpv4(address);
 }
 
 bool OssAccess::allowsIpv6(const std::string& address) {
-    return current()->containsIpv6(address);
+    readWhenChanged();
+    const std::lock_guard guard(mutex_);
+    return networks_.containsIpv6(address);
 }
 
-std::shared_ptr<const OssNetworks> OssAccess::current() {
-    const std::vector<std::string> entries = configuredEntries();
+void OssAccess::readWhenChanged() {
     {
         const std::lock_guard guard(mutex_);
-        if (entries == entries_)
-            return networks_;
+        if (generation_ == NS_BUNDLEMGR1::ConfigStore::instance().generation())
+            return;
     }
     std::string whyNot;
     if (!read(whyNot)) {
@@ -47,8 +45,6 @@ std::shared_ptr<const OssNetworks> OssAccess::current() {
             "hold.",
             whyNot.c_str());
     }
-    const std::lock_guard guard(mutex_);
-    return networks_;
 }
 
 }  // namespace NS_CORBA

@@ -3,10 +3,8 @@
 #include "oss_networks.h"
 
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 namespace NS_CORBA {
 
@@ -19,12 +17,11 @@ class OssAccess {
     bool allowsIpv6(const std::string& address);
 
   private:
-    std::shared_ptr<const OssNetworks> current();
+    void readWhenChanged();
 
-    std::mutex mutex_;
-    std::vector<std::string>
-        entries_;  // what was configured when last looked; these two are guarded by mutex_
-    std::shared_ptr<const OssNetworks> networks_ = std::make_shared<OssNetworks>();
+    std::mutex mutex_;              // guards what follows
+    std::uint64_t generation_ = 0;  // of the configuration that was read last
+    OssNetworks networks_;
 };
 
 }  // namespace NS_CORBA

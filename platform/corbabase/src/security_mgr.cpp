@@ -1,4 +1,5 @@
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/corbabase/user_database.h>
@@ -8,7 +9,9 @@
 #include <chrono>
 #include <exception>
 #include <limits>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -81,10 +84,70 @@ const char* reasonOf(unsigned long code) {
     }
 }
 
+/// The outcome of a log-in in the security log.
+const char* outcomeOf(unsigned long code) {
+    switch (code) {
+        case 0:
+            return kOutcomeOk;
+        case kWrongPassword:
+            return "wrong password";
+        case kUserDisabled:
+            return "disabled";
+        case kUserExpired:
+            return "expired";
+        case kAddressNotAllowed:
+            return "address not allowed";
+        case kUserLockedOut:
+            return "locked out";
+        default:
+            return "user database unusable";
+    }
+}
+
+void record(kelp::oplog::SecurityEvent event, const std::string& user, const std::string& hostInfo,
+            const char* outcome, const std::string& detail) {
+    kelp::oplog::SecurityRecord told;
+    told.event = event;
+    told.user = user;
+    told.nmsAddress = hostInfo;
+    told.peer = kelp::orb::currentPeer().withPort;
+    told.outcome = outcome;
+    told.detail = detail;
+    AuditTrail::Instance().Write(std::move(told));
+}
+
 /// An address for messages.
 std::string shown(const LoginOrigin& origin) {
     return origin.address.empty() ? "this process" : origin.address;
 }
+
+/// Which names belong to accounts, as far as attempts to log in have shown. Its size is bounded by the number
+/// of accounts.
+class NamesSeen {
+  public:
+    void note(const std::string& name, bool isAccount) {
+        const std::lock_guard guard(mutex_);
+        if (isAccount)
+            names_.insert(name);
+        else
+            names_.erase(name);
+    }
+    bool has(const std::string& name) const {
+        const std::lock_guard guard(mutex_);
+        return names_.contains(name);
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::set<std::string> names_;  // guarded by mutex_
+};
+
+/// What somebody says who wants to log in; borrowed for the call.
+struct Attempt {
+    const std::string& hostInfo;
+    const std::string& user;
+    const std::string& password;
+};
 
 }  // namespace
 
@@ -92,20 +155,33 @@ struct CorbaSecurityMgr::State {
     NS_CORBA::LiveLogins live;
     LoginThrottle throttle;
     AccountWatch watch{live, throttle};
+    NamesSeen accounts;
 
-    unsigned long check(const char* operation, const std::string& user, const std::string& password,
+    /// judge(), told in the security log. `detail` says what kind of log-in it is.
+    unsigned long check(const char* operation, const Attempt& attempt, const char* detail,
                         UserAccount& account);
-    void countFailure(const char* operation, const std::string& user, const LoginOrigin& origin,
+    unsigned long judge(const char* operation, const Attempt& attempt, UserAccount& account);
+    void countFailure(const char* operation, const Attempt& attempt, const LoginOrigin& origin,
                       UserDatabase& database);
 };
 
+unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attempt& attempt,
+                                             const char* detail, UserAccount& account) {
+    const unsigned long code = judge(operation, attempt, account);
+    const bool isKnown = code != kUserDatabaseUnusable && accounts.has(attempt.user);
+    // what no user is called may be a password that was typed in the wrong place
+    record(kelp::oplog::SecurityEvent::LogIn, isKnown ? attempt.user : std::string(), attempt.hostInfo,
+           outcomeOf(code), isKnown ? detail : "no known user");
+    return code;
+}
+
 /// Checks a password against the database as it is now: opened each time, so that a file that was damaged,
 /// locked or replaced is good again as soon as it is.
-unsigned long CorbaSecurityMgr::State::check(const char* operation, const std::string& user,
-                                             const std::string& password, UserAccount& account) {
+unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attempt& attempt,
+                                             UserAccount& account) {
     const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
     const LoginOrigin origin = originOf(peer);
-    if (throttle.refuses(user, origin, std::chrono::steady_clock::now())) {
+    if (throttle.refuses(attempt.user, origin, std::chrono::steady_clock::now())) {
         GetTss()->Set(kFile, "unknown", __LINE__);
         TaDebugWithPara(1,
                         "[CorbaSecurityMgr::%s] A log-in from %s is refused unchecked after wrong passwords",
@@ -114,18 +190,20 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const std::s
     }
     try {
         UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
-        std::optional<UserAccount> found = database.authenticate(user, password, configuredHashCost());
+        std::optional<UserAccount> found =
+            database.authenticate(attempt.user, attempt.password, configuredHashCost());
         if (!found) {
-            countFailure(operation, user, origin, database);
+            countFailure(operation, attempt, origin, database);
             return kWrongPassword;
         }
+        accounts.note(attempt.user, true);
         if (const unsigned long code = refusalOf(*found, peer); code != 0) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaDebugWithPara(1, "[CorbaSecurityMgr::%s] User \"%s\" from %s is refused: %s", operation,
                             found->name.c_str(), shown(origin).c_str(), reasonOf(code));
             return code;
         }
-        throttle.succeeded(user, origin, std::chrono::steady_clock::now());
+        throttle.succeeded(attempt.user, origin, std::chrono::steady_clock::now());
         account = std::move(*found);
         return 0;
     } catch (const std::exception& failure) {
@@ -134,17 +212,20 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const std::s
     return kUserDatabaseUnusable;
 }
 
-void CorbaSecurityMgr::State::countFailure(const char* operation, const std::string& user,
+void CorbaSecurityMgr::State::countFailure(const char* operation, const Attempt& attempt,
                                            const LoginOrigin& origin, UserDatabase& database) {
+    const bool isKnown = database.find(attempt.user).has_value();
+    accounts.note(attempt.user, isKnown);
     const std::optional<std::chrono::seconds> lockout =
-        throttle.failed(user, origin, std::chrono::steady_clock::now(), configuredLimits());
+        throttle.failed(attempt.user, origin, std::chrono::steady_clock::now(), configuredLimits());
     if (!lockout)
         return;
-    // what no user is called may be a password that was typed in the wrong place
-    const std::string name = database.find(user) ? "user \"" + user + "\"" : "an unknown user";
+    const std::string name = isKnown ? "user \"" + attempt.user + "\"" : "an unknown user";
     GetTss()->Set(kFile, "unknown", __LINE__);
     TaTrace("[CorbaSecurityMgr::%s] Too many wrong passwords: %s is locked out at %s for %lld s", operation,
             name.c_str(), shown(origin).c_str(), static_cast<long long>(lockout->count()));
+    record(kelp::oplog::SecurityEvent::LockOut, isKnown ? attempt.user : std::string(), attempt.hostInfo,
+           "locked out", "for " + std::to_string(lockout->count()) + " s");
 }
 
 CorbaSecurityMgr::CorbaSecurityMgr() : state_(std::make_unique<State>()) {}
@@ -183,7 +264,7 @@ void CorbaSecurityMgr::ExitThread() {
 unsigned long CorbaSecurityMgr::Login(const std::string& hostInfo, const std::string& user,
                                       const std::string& password) {
     UserAccount account;
-    if (const unsigned long code = state_->check("Login", user, password, account); code != 0)
+    if (const unsigned long code = state_->check("Login", {hostInfo, user, password}, "", account); code != 0)
         return code;
     state_->live.enter({user, hostInfo}, account, kelp::orb::currentPeer().text);
     return 0;
@@ -192,14 +273,17 @@ unsigned long CorbaSecurityMgr::Login(const std::string& hostInfo, const std::st
 unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const std::string& user,
                                            const std::string& password) {
     UserAccount account;
-    if (const unsigned long code = state_->check("checkLogin", user, password, account); code != 0)
+    if (const unsigned long code =
+            state_->check("checkLogin", {hostInfo, user, password}, "takes its session up again", account);
+        code != 0)
         return code;
     state_->live.renew({user, hostInfo}, account, kelp::orb::currentPeer().text);
     return 0;
 }
 
 void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& user) {
-    state_->live.leave({user, hostInfo});
+    if (state_->live.leave({user, hostInfo}))
+        record(kelp::oplog::SecurityEvent::LogOut, user, hostInfo, kOutcomeOk, "");
 }
 
 int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {

@@ -100,6 +100,8 @@ std::string textOf(ObjectKind kind) {
             return "session";
         case ObjectKind::Manager:
             return "manager";
+        case ObjectKind::Channel:
+            return "channel";
         case ObjectKind::Iterator:
             return "iterator";
     }

@@ -25,6 +25,10 @@ class FakeRequest : public kelp::orb::RequestInfo {
     char* operation() const override { return CORBA::string_dup(operation_.c_str()); }
     const kelp::orb::PeerAddress& peer() const override { return peer_; }
     const std::string& topPoaName() const override { return name_; }
+    const std::string& childPoaName() const override { return name_; }
+    const std::string& objectId() const override { return name_; }
+    std::chrono::system_clock::time_point arrived() const override { return {}; }
+    std::chrono::microseconds age() const override { return {}; }
 
   private:
     std::string operation_;

@@ -124,7 +124,7 @@ TEST(Interceptor, GivesTheRequestsThreadItsContext) {
     EXPECT_EQ(seen.GetOperUUID(), "");
 }
 
-TEST(Interceptor, AbsorbsARequestWithoutInformation) {
+TEST(Interceptor, RefusesARequestWithoutInformationOrAddress) {
     RunningAgent agent(bySilence());
     Corba_Request_InterceptorImpl interceptor;
     const TraceCapture trace;
@@ -132,9 +132,11 @@ TEST(Interceptor, AbsorbsARequestWithoutInformation) {
     before.SetInterfaceName("before");
     before.SetOperUUID("before");
     NS_UTIL::ThreadContextMgr::Instance()->SetThreadContext(before);
-    interceptor.receive_request(nullptr);
+    EXPECT_THROW(interceptor.receive_request(nullptr), CORBA::NO_PERMISSION);
     ASSERT_TRUE(trace.contains("[SetThreadContext] ri is null"));
     EXPECT_EQ(trace.records()[0].level, 1);
+    EXPECT_TRUE(trace.contains(
+        "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:0.0.0.0"));
     const NS_UTIL::ThreadContextInfo after = NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext();
     EXPECT_EQ(after.GetInterfaceName(), "");
     EXPECT_EQ(after.GetOperUUID(), "");

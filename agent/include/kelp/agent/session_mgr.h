@@ -19,6 +19,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace POA_common {
@@ -133,12 +134,13 @@ class SessionMgr : public ACE_Task_Base {
     SessionMgr& operator=(const SessionMgr&) = delete;
 
   private:
-    /// A session in the list, with the hash of its user name followed by its host info: a look-up among a
-    /// thousand sessions touches the one it looks for only. 0 for a session without a source.
+    /// A session in the list, with the hash of its user name followed by its host info; 0 for a session
+    /// without a source.
     struct ListedSession {
         std::size_t clientKeyHash;
         EmsSession_IImpl* session;
     };
+    using ListedSessions = std::vector<ListedSession>;
 
     struct EventLoss {
         std::int32_t cleared = 1;
@@ -149,6 +151,10 @@ class SessionMgr : public ACE_Task_Base {
     SessionMgr();
     ~SessionMgr() override;
 
+    ListedSessions::iterator FindListed(const std::string& hostInfo, const std::string& userName);
+    ListedSessions::iterator FindListed(const EmsSession_IImpl* session);
+    /// Takes a session out of the list and its index; the list's reference is the caller's then.
+    void Delist(ListedSessions::iterator listed);
     void TakeOverServant(const std::string& name, POA_common::Common_I* servant);
     void ReleaseServants();
     void LogOutEverybody();
@@ -176,7 +182,9 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> handlerRegistered_{false};
     ACE_Semaphore exitSemaphore_{0, USYNC_THREAD, nullptr, nullptr, 0x7fffffff};
     ACE_Thread_Manager waitingThreads_;
-    std::vector<ListedSession> sessions_;  ///< oldest first
+    ListedSessions sessions_;  ///< oldest first
+    /// The listed sessions by hash, so that finding a caller's session costs the same however many there are.
+    std::unordered_multimap<std::size_t, EmsSession_IImpl*> sessionsByKey_;
     std::multiset<EmsSession_IImpl*> waiting_;
     ACE_RW_Mutex sessionLock_;
     /// End of the time that all NMS together get at exit, on the monotonic clock, nanoseconds; 0 before the

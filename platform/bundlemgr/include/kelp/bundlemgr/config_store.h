@@ -58,6 +58,10 @@ class KELP_EXPORT ConfigStore {
     /// last and the line where the value stands.
     ConfigProblem problem(const std::string& key, const std::string& what) const;
 
+    /// A number that is another one after each load, reload and reset that took something over: whoever keeps
+    /// what he made of a value asks for it first. Cheap.
+    std::uint64_t generation() const;
+
     /// The file loaded last; empty for none or for text.
     std::filesystem::path file() const;
 

@@ -22,7 +22,7 @@ KELP_EXPORT std::string timeText(UtcTime time);
 KELP_EXPORT std::optional<UtcTime> timeOf(const std::string& text);
 
 /// What an operation was called on.
-enum class ObjectKind { Unknown, Factory, Session, Manager, Iterator };
+enum class ObjectKind { Unknown, Factory, Session, Manager, Iterator, Channel };
 
 /// What a record of the security log tells.
 enum class SecurityEvent {

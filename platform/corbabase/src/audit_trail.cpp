@@ -1,0 +1,160 @@
+#include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/trace.h>
+
+#include "refusal_summary.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace NS_CORBA {
+
+namespace {
+
+using kelp::oplog::LogCounts;
+using kelp::oplog::OperationLog;
+using kelp::oplog::SecurityLog;
+using kelp::oplog::SecurityRecord;
+
+/// Both logs, and the thread that tells of floods when their period is over.
+class Logs {
+  public:
+    Logs()
+        : operations(kelp::oplog::configuredOperationLog()), security(kelp::oplog::configuredSecurityLog()) {
+        teller_ = std::thread([this] { tellFloods(); });
+    }
+
+    void stop() {
+        {
+            const std::lock_guard guard(mutex_);
+            stops_ = true;
+        }
+        changed_.notify_all();
+        teller_.join();
+        operations.stop();
+        security.stop();
+    }
+
+    void write(SecurityRecord record) {
+        if (record.outcome == kOutcomeOk) {
+            security.write(std::move(record));
+            return;
+        }
+        {
+            const std::lock_guard guard(mutex_);
+            if (!stops_ && !refusals_.standsByItself(record, std::chrono::steady_clock::now())) {
+                changed_.notify_all();
+                return;
+            }
+        }
+        security.write(std::move(record));
+    }
+
+    OperationLog operations;
+    SecurityLog security;
+
+  private:
+    void tellFloods() {
+        std::unique_lock lock(mutex_);
+        while (!stops_) {
+            const auto due = refusals_.due();
+            if (!due)
+                changed_.wait(lock);
+            else if (changed_.wait_until(lock, *due) == std::cv_status::timeout)
+                tell(refusals_.take(std::chrono::steady_clock::now()), lock);
+        }
+        tell(refusals_.takeAll(), lock);
+    }
+
+    void tell(std::vector<SecurityRecord> records, std::unique_lock<std::mutex>& lock) {
+        lock.unlock();
+        for (SecurityRecord& each : records)
+            security.write(std::move(each));
+        lock.lock();
+    }
+
+    std::mutex mutex_;  // guards the two below
+    RefusalSummary refusals_;
+    bool stops_ = false;
+    std::condition_variable changed_;
+    std::thread teller_;
+};
+
+}  // namespace
+
+struct AuditTrail::State {
+    std::mutex mutex;            // one Open or Close at a time
+    std::unique_ptr<Logs> held;  // guarded by mutex
+    std::atomic<Logs*> logs{nullptr};
+    // a request that outlives the stop may still hold the pointer
+    std::vector<std::unique_ptr<Logs>> closed;  // guarded by mutex
+};
+
+AuditTrail::AuditTrail() : state_(std::make_unique<State>()) {}
+AuditTrail::~AuditTrail() = default;
+
+AuditTrail& AuditTrail::Instance() {
+    // never destroyed: requests on the ORB's threads may outlive main
+    static AuditTrail* const trail = new AuditTrail;
+    return *trail;
+}
+
+void AuditTrail::Open() {
+    const std::lock_guard one(state_->mutex);
+    if (state_->held)
+        return;
+    state_->held = std::make_unique<Logs>();
+    state_->logs = state_->held.get();
+}
+
+void AuditTrail::Close() {
+    const std::lock_guard one(state_->mutex);
+    if (!state_->held)
+        return;
+    state_->logs = nullptr;
+    state_->held->stop();
+    state_->closed.push_back(std::move(state_->held));
+}
+
+bool AuditTrail::IsOpen() const {
+    return state_->logs.load() != nullptr;
+}
+
+void AuditTrail::UpdateRetention() {
+    const std::lock_guard one(state_->mutex);
+    if (!state_->held)
+        return;
+    state_->held->operations.setRetention(kelp::oplog::configuredOperationLog().retention);
+    state_->held->security.setRetention(kelp::oplog::configuredSecurityLog().retention);
+}
+
+void AuditTrail::Write(kelp::oplog::OperationRecord record) noexcept {
+    if (Logs* const logs = state_->logs.load())
+        logs->operations.write(std::move(record));
+}
+
+void AuditTrail::Write(SecurityRecord record) noexcept {
+    try {
+        if (Logs* const logs = state_->logs.load())
+            logs->write(std::move(record));
+    } catch (const std::exception& failure) {
+        GetTss()->Set("audittrail", "unknown", __LINE__);
+        TaTrace("[AuditTrail::Write] A record of the security log is lost: %s", failure.what());
+    }
+}
+
+LogCounts AuditTrail::OperationCounts() const {
+    const Logs* const logs = state_->logs.load();
+    return logs == nullptr ? LogCounts() : logs->operations.counts();
+}
+
+LogCounts AuditTrail::SecurityCounts() const {
+    const Logs* const logs = state_->logs.load();
+    return logs == nullptr ? LogCounts() : logs->security.counts();
+}
+
+}  // namespace NS_CORBA

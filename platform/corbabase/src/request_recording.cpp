@@ -1,0 +1,154 @@
+#include "request_recording.h"
+
+#include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/operation_record.h>
+#include <kelp/corbabase/trace.h>
+#include <kelp/util/thread_context.h>
+
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <mtnm/globaldefs.h>
+
+namespace NS_CORBA {
+
+namespace {
+
+using kelp::oplog::ObjectKind;
+using kelp::oplog::OperationRecord;
+using kelp::orb::RequestInfo;
+
+constexpr const char* kFile = "requestrecording";
+constexpr const char* kFactoryId = "EMSSessionFactory";
+constexpr const char* kChannelPoa = "notification";
+const std::string kUserNameTag = "<USERNAME_TAG>";
+const std::string kUserNameEndTag = "</USERNAME_TAG>";
+const std::string kIpAndPortTag = "<IPANDPORT_TAG>";
+const std::string kIpAndPortEndTag = "</IPANDPORT_TAG>";
+
+/// One entry a request in hand: whether its record is wanted.
+std::vector<char>& scopes() {
+    thread_local std::vector<char> instance;
+    return instance;
+}
+
+std::string tagged(const std::string& name, const std::string& tag, const std::string& endTag) {
+    return NS_UTIL::SelfUtilCommon::Instance()->GetValByTag(name, tag, endTag, static_cast<int>(tag.size()));
+}
+
+bool isSessionName(const std::string& topPoaName) {
+    return topPoaName.starts_with(kUserNameTag);
+}
+
+/// What a session's POA tree, or another of the EMS, keeps where.
+void tellTarget(const RequestInfo& request, OperationRecord& record) {
+    const std::string& top = request.topPoaName();
+    const std::string& child = request.childPoaName();
+    if (!isSessionName(top)) {
+        if (request.objectId() == kFactoryId)
+            record.objectKind = ObjectKind::Factory;
+        else if (top == kChannelPoa)
+            record.objectKind = ObjectKind::Channel;
+        else
+            record.object = top;
+    } else if (child == "session") {
+        record.objectKind = ObjectKind::Session;
+    } else if (child == "iterator") {
+        record.objectKind = ObjectKind::Iterator;
+    } else {
+        record.objectKind = ObjectKind::Manager;
+        record.object = request.objectId();
+    }
+}
+
+/// The exception's name; of this interface's own exception its type, such as "EXCPT_ACCESS_DENIED".
+std::string outcomeOf(const CORBA::Exception* raised) {
+    if (raised == nullptr)
+        return kOutcomeOk;
+    const auto* const refusal = globaldefs::ProcessingFailureException::_downcast(raised);
+    if (refusal == nullptr)
+        return raised->_name();
+    return globaldefs::_tc_ExceptionType_T->member_name(static_cast<CORBA::ULong>(refusal->exceptionType));
+}
+
+std::string operationOf(const RequestInfo& request) {
+    const CORBA::String_var operation = request.operation();
+    return operation.in();
+}
+
+void write(const RequestInfo& request, std::string outcome) {
+    OperationRecord record;
+    record.time = std::chrono::floor<std::chrono::milliseconds>(request.arrived());
+    record.duration = request.age();
+    record.peer = request.peer().withPort;
+    record.operation = operationOf(request);
+    record.outcome = std::move(outcome);
+    if (isSessionName(request.topPoaName())) {
+        record.user = tagged(request.topPoaName(), kUserNameTag, kUserNameEndTag);
+        record.nmsAddress = tagged(request.topPoaName(), kIpAndPortTag, kIpAndPortEndTag);
+    }
+    tellTarget(request, record);
+    AuditTrail::Instance().Write(std::move(record));
+}
+
+template <class Body>
+void guarded(Body body) noexcept {
+    try {
+        body();
+    } catch (const std::exception& failure) {
+        GetTss()->Set(kFile, "unknown", __LINE__);
+        TaTrace("[RequestRecording] A record of a request is lost: %s", failure.what());
+    } catch (const CORBA::Exception& failure) {
+        GetTss()->Set(kFile, "unknown", __LINE__);
+        TaException(failure, "[RequestRecording] A record of a request is lost!");
+    }
+}
+
+}  // namespace
+
+void RequestRecording::begin() {
+    scopes().push_back(0);
+}
+
+void RequestRecording::want() {
+    if (!scopes().empty())
+        scopes().back() = 1;
+}
+
+void RequestRecording::end(const RequestInfo& request, const CORBA::Exception* raised) noexcept {
+    if (scopes().empty())
+        return;
+    const bool isWanted = scopes().back() != 0;
+    scopes().pop_back();
+    if (isWanted && AuditTrail::Instance().IsOpen())
+        guarded([&] { write(request, outcomeOf(raised)); });
+}
+
+void RequestRecording::drop() noexcept {
+    if (!scopes().empty())
+        scopes().pop_back();
+}
+
+void RequestRecording::writeUndelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
+    if (AuditTrail::Instance().IsOpen())
+        guarded([&] { write(request, answer == nullptr ? std::string() : outcomeOf(answer)); });
+}
+
+void RequestRecording::writeRefused(const RequestInfo& request) noexcept {
+    guarded([&] {
+        kelp::oplog::SecurityRecord record;
+        record.event = kelp::oplog::SecurityEvent::RefusedAddress;
+        record.peer = request.peer().withPort;
+        record.object = operationOf(request);
+        record.outcome = "NO_PERMISSION";
+        AuditTrail::Instance().Write(std::move(record));
+    });
+}
+
+void TaWriteOperLog(const kelp::orb::RequestInfo* ri, int) {
+    if (ri != nullptr)
+        RequestRecording::want();
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <kelp/orb/request.h>
+
+namespace NS_CORBA {
+
+/// The request that the calling thread serves, on its way into the operation log. Requests may be nested
+/// where an ORB serves others while a servant waits for a reply: a scope belongs to the one begun last.
+class RequestRecording {
+  public:
+    /// A request begins; it is not to be recorded yet.
+    static void begin();
+    /// The request begun last is to be recorded. Nothing outside a request.
+    static void want();
+    /// The request begun last has ended: its record is written if one is wanted.
+    static void end(const kelp::orb::RequestInfo& request, const CORBA::Exception* raised) noexcept;
+    /// The request begun last leaves no record.
+    static void drop() noexcept;
+    /// A record without a scope, for a request that reached no servant. `answer` may be null: not known.
+    static void writeUndelivered(const kelp::orb::RequestInfo& request,
+                                 const CORBA::Exception* answer) noexcept;
+    /// The security log's record of a caller from a network that may not call.
+    static void writeRefused(const kelp::orb::RequestInfo& request) noexcept;
+};
+
+}  // namespace NS_CORBA

@@ -58,11 +58,12 @@ PortableServer::POA_ptr rootPoa() {
     }
 }
 
-/// "address:port" of the NMS's own session object.
+/// "address:port" of the NMS's own session object. Refused before any session is touched: another NMS's
+/// address would end that one's session.
 std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     NS_CORBA::IOR_Parser parser;
     std::string hostInfo;
-    if (!parser.GetHostInfo(client, hostInfo)) {
+    if (!parser.GetHostInfo(client, hostInfo) || !baseConfig().IsValidNmsReference(client)) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference failed!");

@@ -2,6 +2,7 @@
 
 #include "admin/admin_server.h"
 #include "admin/consumer_requests.h"
+#include "audit_use.h"
 #include "certificate_watch.h"
 #include "exit_codes.h"
 #include "installation.h"
@@ -18,6 +19,7 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/error_catalogue.h>
 #include <kelp/bundlemgr/light_event.h>
+#include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/trace_log.h>
@@ -169,7 +171,19 @@ class AdminUse {
 
   private:
     static admin::Json tellHealth(const admin::Json&) {
-        return {{"status", "ok"}, {"version", KELP_VERSION}};
+        const NS_CORBA::AuditTrail& trail = NS_CORBA::AuditTrail::Instance();
+        return {{"status", "ok"},
+                {"version", KELP_VERSION},
+                {"operationLog", jsonOf(trail.OperationCounts())},
+                {"securityLog", jsonOf(trail.SecurityCounts())}};
+    }
+
+    static admin::Json jsonOf(const oplog::LogCounts& counts) {
+        return {{"taken", counts.taken},
+                {"written", counts.written},
+                {"waiting", counts.waiting},
+                {"missing", counts.missing},
+                {"fails", counts.fails}};
     }
 
     admin::Registration health_;
@@ -178,9 +192,11 @@ class AdminUse {
 };
 
 void reloadConfiguration() {
-    const auto problems = ConfigStore::instance().reload();
+    std::vector<NS_BUNDLEMGR1::ConfigChange> changes;
+    const auto problems = ConfigStore::instance().reload(&changes);
     for (const ConfigProblem& problem : problems)
         trace(__LINE__, "the configuration is kept as it was: " + problem.text());
+    noteConfigurationRead(changes, problems.empty() ? "" : problems.front().text());
     if (!problems.empty())
         return;
     util::TraceLog::instance().setLevel(static_cast<int>(ConfigStore::instance().integer("trace.level")));
@@ -213,6 +229,7 @@ class CertificateUse {
 
 /// Declared in the order of the start; the stop is the reverse.
 void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) {
+    const AuditUse audit(configFile);
     const CatalogueUse catalogue(configFile);
     const NamingUse naming;
     const BundlesUse bundles;

@@ -1,5 +1,6 @@
 #include "config_checks.h"
 
+#include <kelp/util/host_name.h>
 #include <kelp/util/trace_log.h>
 
 #include "config_document.h"
@@ -145,11 +146,12 @@ void checkIteratorLimits(ConfigDocument& document) {
 }
 
 void checkAllowedNetworks(ConfigDocument& document) {
-    for (const std::string& network : textsOf(document, "access.allowed_oss")) {
-        if (!isNetwork(network))
-            document.addProblem(
-                "access.allowed_oss",
-                shown(network) + " is no network: write an IPv4 or IPv6 address, or address/prefix length");
+    for (const std::string& entry : textsOf(document, "access.allowed_oss")) {
+        if (!isNetwork(entry) && !kelp::util::isHostName(entry))
+            document.addProblem("access.allowed_oss",
+                                shown(entry) +
+                                    " is no network: write an IPv4 or IPv6 address, or address/prefix length "
+                                    "(or, for references only, a host name)");
     }
 }
 

@@ -170,11 +170,15 @@ std::vector<ConfigKey> serviceKeys() {
                    noEffect("Most entries of one batch; its encoded size stays below 1 MiB besides.")),
 
         textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
-                 noEffect("Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. "
-                          "Calls from elsewhere are to be refused.")),
-        textKey("access", "nms_reference", "peer", {"peer", "allowed", "any"}, Change::AtReload,
-                noEffect("Which address an NMS's own reference may name: \"peer\" that of its connection "
-                         "only, \"allowed\" one in allowed_oss, \"any\" every one.")),
+                 "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "
+                 "elsewhere are refused (NO_PERMISSION) and stand in the security log. A host name here "
+                 "counts for nms_reference only; it is never resolved."),
+        textKey(
+            "access", "nms_reference", "peer", {"peer", "allowed", "any"}, Change::AtReload,
+            "Which addresses an NMS's own reference, which the EMS calls back, may name: \"peer\" that of "
+            "its connection only, \"allowed\" those in allowed_oss, \"any\" every one. A log-in with "
+            "another is refused. With \"peer\" and \"allowed\" host names are refused unless allowed_oss "
+            "lists them."),
 
         textKey("security", "database", "", {}, restart,
                 "SQLite file of the user accounts; empty: users.db below the state directory."),
@@ -195,21 +199,17 @@ std::vector<ConfigKey> serviceKeys() {
 
         textKey("oplog", "database", "", {}, restart,
                 "SQLite file of the operation log; empty: oplog.db below the state directory. The security "
-                "log lies beside it with -audit in its name (oplog-audit.db), under the same limits. Only "
-                "kelpctl "
-                "uses it in this version: the host does not write these logs yet."),
-        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload,
-                   noEffect("Days that records are kept.")),
+                "log lies beside it with -audit in its name (oplog-audit.db), under the same limits."),
+        integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload, "Days that records are kept."),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
-                   noEffect("Size of a log above which its oldest records go, in MiB.")),
+                   "Size of a log above which its oldest records go, in MiB."),
         integerKey(
             "oplog", "queue_max", 200000, 1, 10000000, restart,
-            noEffect("Records of a log that wait for the disk at most; beyond it a gap record tells how "
-                     "many are missing.")),
-        integerKey(
-            "oplog", "stall_max_ms", 2000, 0, 60000, restart,
-            noEffect("How long a request waits at most for room in a full queue, in milliseconds; once "
-                     "one has waited in vain, no other waits until there is room.")),
+            "Records of a log that wait for the disk at most; beyond it a gap record tells how many are "
+            "missing."),
+        integerKey("oplog", "stall_max_ms", 2000, 0, 60000, restart,
+                   "How long a request waits at most for room in a full queue, in milliseconds; once one has "
+                   "waited in vain, no other waits until there is room."),
 
         textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
                  "Where trace lines go: any of \"console\" (standard error), \"file\" and \"journal\" (of "

@@ -53,6 +53,30 @@ bool staysUntilRestart(const ConfigKey& key, const ConfigDocument& running) {
            (key.table == "naming" && std::get<bool>(running.values.at("naming.embedded")));
 }
 
+std::string optionText(const ConfigDocument& document, const std::string& key) {
+    const auto found = document.agent.find(key);
+    if (found == document.agent.end())
+        return {};
+    if (const auto* const number = std::get_if<std::int64_t>(&found->second.value))
+        return tomlValue(*number);
+    if (const auto* const text = std::get_if<std::string>(&found->second.value))
+        return tomlValue(*text);
+    return std::get<AgentOption::OtherType>(found->second.value).text;
+}
+
+std::vector<ConfigChange> changesBetween(const ConfigDocument& before, const ConfigDocument& after) {
+    std::vector<ConfigChange> changes;
+    for (const ConfigKey& key : configKeys()) {
+        const bool isOption = key.isAgentOption();
+        ConfigChange change{key.name(),
+                            isOption ? optionText(before, key.key) : tomlValue(before.values.at(key.name())),
+                            isOption ? optionText(after, key.key) : tomlValue(after.values.at(key.name()))};
+        if (change.before != change.after)
+            changes.push_back(std::move(change));
+    }
+    return changes;
+}
+
 template <class Value>
 Value valueFor(const ConfigDocument& document, const std::string& key) {
     const auto found = document.values.find(key);
@@ -108,7 +132,7 @@ std::vector<ConfigProblem> ConfigStore::loadText(const std::string& toml, const 
     return state_->takeOver(readDocumentText(toml, name), {});
 }
 
-std::vector<ConfigProblem> ConfigStore::reload() {
+std::vector<ConfigProblem> ConfigStore::reload(std::vector<ConfigChange>* changes) {
     const std::lock_guard guard(state_->control);
     const std::filesystem::path from = file();
     if (from.empty())
@@ -126,6 +150,8 @@ std::vector<ConfigProblem> ConfigStore::reload() {
             read.values[key.name()] = kept;
         }
     }
+    if (changes != nullptr)
+        *changes = changesBetween(*running, read);
     return state_->takeOver(std::move(read), from);
 }
 

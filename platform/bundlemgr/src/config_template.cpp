@@ -36,6 +36,19 @@ std::string tomlText(const std::string& text) {
     return quoted + "\"";
 }
 
+std::string factsText(const ConfigKey& key) {
+    if (key.isAgentOption())
+        return {};
+    std::string facts;
+    if (std::holds_alternative<std::int64_t>(key.standard))
+        facts += " Range " + std::to_string(key.minimum) + " to " + std::to_string(key.maximum) + ".";
+    if (key.needsRestart)
+        facts += " A change needs a restart.";
+    return facts;
+}
+
+}  // namespace
+
 std::string tomlValue(const ConfigValue& value) {
     return std::visit(
         [](const auto& held) -> std::string {
@@ -55,19 +68,6 @@ std::string tomlValue(const ConfigValue& value) {
         },
         value);
 }
-
-std::string factsText(const ConfigKey& key) {
-    if (key.isAgentOption())
-        return {};
-    std::string facts;
-    if (std::holds_alternative<std::int64_t>(key.standard))
-        facts += " Range " + std::to_string(key.minimum) + " to " + std::to_string(key.maximum) + ".";
-    if (key.needsRestart)
-        facts += " A change needs a restart.";
-    return facts;
-}
-
-}  // namespace
 
 std::string configTemplate() {
     std::string text = comment(

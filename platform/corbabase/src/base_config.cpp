@@ -8,6 +8,7 @@
 #include "base_settings.h"
 #include "manager_registry.h"
 #include "naming_registration.h"
+#include "nms_reference_check.h"
 #include "orb_life.h"
 #include "oss_access.h"
 #include "tls_renewal.h"
@@ -215,6 +216,10 @@ bool CorbaBaseAgentConfig::IsValidOssIP(std::uint32_t ipv4) const {
         return state_->access.allowsIpv4(ipv4);
     const std::optional<std::string> ipv6 = kelp::orb::currentPeer().ipv6;
     return ipv6 && state_->access.allowsIpv6(*ipv6);
+}
+
+bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference) const {
+    return NmsReferenceCheck(state_->access).allows(reference);
 }
 
 int CorbaBaseAgentConfig::GetSessionReleaseStrategy() const {

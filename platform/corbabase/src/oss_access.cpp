@@ -2,7 +2,9 @@
 
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/host_name.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace NS_CORBA {
@@ -12,10 +14,17 @@ bool OssAccess::read(std::string& whyNot) {
     const std::lock_guard guard(mutex_);
     // first: what changes meanwhile is then read next time
     generation_ = config.generation();
+    std::vector<std::string> networks = config.texts("access.allowed_oss");
+    const auto names = std::stable_partition(networks.begin(), networks.end(), [](const std::string& each) {
+        return !kelp::util::isHostName(each);
+    });
+    std::vector<std::string> hostNames(names, networks.end());
+    networks.erase(names, networks.end());
     OssNetworks read;
-    if (!read.parse(config.texts("access.allowed_oss"), whyNot))
+    if (!read.parse(networks, whyNot))
         return false;
     networks_ = std::move(read);
+    hostNames_ = std::move(hostNames);
     return true;
 }
 
@@ -29,6 +38,19 @@ bool OssAccess::allowsIpv6(const std::string& address) {
     readWhenChanged();
     const std::lock_guard guard(mutex_);
     return networks_.containsIpv6(address);
+}
+
+bool OssAccess::allows(const kelp::orb::PeerAddress& peer) {
+    readWhenChanged();
+    const std::lock_guard guard(mutex_);
+    return networks_.contains(peer);
+}
+
+bool OssAccess::allowsHostName(const std::string& name) {
+    readWhenChanged();
+    const std::lock_guard guard(mutex_);
+    return std::any_of(hostNames_.begin(), hostNames_.end(),
+                       [&](const std::string& each) { return kelp::util::isSameHostName(each, name); });
 }
 
 void OssAccess::readWhenChanged() {

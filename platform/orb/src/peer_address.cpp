@@ -53,6 +53,11 @@ bool parseHost(const std::string& host, PeerAddress& peer) {
 
 }  // namespace
 
+PeerAddress parseHostAddress(const std::string& host) {
+    PeerAddress address;
+    return parseHost(host, address) ? address : PeerAddress{};
+}
+
 PeerAddress parsePeer(const std::string& transportText) {
     std::string_view rest(transportText);
     const auto prefix = std::find_if(std::begin(transportPrefixes), std::end(transportPrefixes),

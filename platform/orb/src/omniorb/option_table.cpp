@@ -69,7 +69,7 @@ OptionTable optionTable(const OrbOptions& options) {
         table.add("endPoint", "giop:ssl:" + address);
     addPublished(options, table);
 
-    table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* unix,tcp,ssl");
+    table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* tcp,ssl");
     // its lines go to the trace, which tells the time itself (the ORB's way is not safe among threads)
     table.add("traceTime", 0UL);
     // without it a thread's own time-out is taken and ignored

@@ -44,6 +44,9 @@ KELP_EXPORT const std::vector<ConfigKey>& configKeys();
 /// The key of that "table.key", or null.
 KELP_EXPORT const ConfigKey* findConfigKey(const std::string& name);
 
+/// The value as the configuration file writes it.
+KELP_EXPORT std::string tomlValue(const ConfigValue& value);
+
 /// The configuration file as it is shipped: every key with its default, unit and meaning.
 KELP_EXPORT std::string configTemplate();
 

@@ -21,6 +21,14 @@ struct KELP_EXPORT ConfigProblem {
     std::string text() const;
 };
 
+/// A key whose value a re-read changed, values as in the file; an option of [agent] that the file does not
+/// give has an empty one.
+struct KELP_EXPORT ConfigChange {
+    std::string key;  ///< "table.key"
+    std::string before;
+    std::string after;
+};
+
 /// The process's configuration: one TOML file under a schema of known tables and keys with types, ranges and
 /// defaults. The whole configuration is replaced at once by a re-read; a file with a problem replaces
 /// nothing. Every look-up may be made from any thread.
@@ -34,7 +42,8 @@ class KELP_EXPORT ConfigStore {
     /// The same from text; `name` stands for the file in problems.
     std::vector<ConfigProblem> loadText(const std::string& toml, const std::string& name);
     /// Reads the file loaded last again. Keys that need a restart keep the value they had at the first load.
-    std::vector<ConfigProblem> reload();
+    /// What has changed is told in `changes`, if given.
+    std::vector<ConfigProblem> reload(std::vector<ConfigChange>* changes = nullptr);
     /// Back to the defaults: no file.
     void reset();
 

@@ -23,6 +23,10 @@ struct KELP_EXPORT PeerAddress {
 /// "giop:tcp:[::ffff:127.0.0.1]:42538"). An unreadable text gives an empty address.
 KELP_EXPORT PeerAddress parsePeer(const std::string& transportText);
 
+/// The address of a numeric host text, as it stands in references, without a port. An empty address for
+/// anything else, such as a host name.
+KELP_EXPORT PeerAddress parseHostAddress(const std::string& host);
+
 /// What is known of a request before and while its servant runs. Valid on the thread that serves it.
 class KELP_EXPORT RequestInfo {
   public:

@@ -1,0 +1,61 @@
+#include "nms_reference_check.h"
+
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/trace.h>
+#include <kelp/util/trace_log.h>
+
+#include "orb_life.h"
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr std::size_t kShownBytesMax = 256;
+
+bool isSameAddress(const kelp::orb::PeerAddress& a, const kelp::orb::PeerAddress& b) {
+    return a.ipv4 != 0 ? a.ipv4 == b.ipv4 : a.ipv6 && a.ipv6 == b.ipv6;
+}
+
+void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer) {
+    const std::string named = kelp::orb::hostAndPort(endpoint);
+    GetTss()->Set("nmsreferencecheck", "unknown", __LINE__);
+    TaTrace("[CorbaBaseAgentConfig::IsValidNmsReference] The NMS at %s names %s as its own address!",
+            peer.withPort.c_str(), kelp::util::escaped(named, kShownBytesMax).c_str());
+    kelp::oplog::SecurityRecord record;
+    record.event = kelp::oplog::SecurityEvent::LogIn;
+    record.nmsAddress = named;
+    record.peer = peer.withPort;
+    record.outcome = "reference not allowed";
+    AuditTrail::Instance().Write(std::move(record));
+}
+
+}  // namespace
+
+bool NmsReferenceCheck::allows(CORBA::Object_ptr reference) const {
+    const std::string rule = NS_BUNDLEMGR1::ConfigStore::instance().text("access.nms_reference");
+    const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
+    if (rule == "any" || peer.text.empty())
+        return true;
+    const CORBA::ORB_var orb = OrbLife::instance().orb();
+    kelp::orb::ReferenceContent content;
+    if (!kelp::orb::describe(orb.in(), reference, content))
+        return false;
+    for (const kelp::orb::Endpoint& endpoint : content.endpoints) {
+        if (!allows(endpoint, peer, rule)) {
+            tellRefusal(endpoint, peer);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool NmsReferenceCheck::allows(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,
+                               const std::string& rule) const {
+    const kelp::orb::PeerAddress named = kelp::orb::parseHostAddress(endpoint.host);
+    if (named.text.empty())
+        return access_.allowsHostName(endpoint.host);
+    return rule == "peer" ? isSameAddress(named, peer) : access_.allows(named);
+}
+
+}  // namespace NS_CORBA

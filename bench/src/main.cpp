@@ -5,6 +5,7 @@
 #include "memory.h"
 #include "options.h"
 #include "process_usage.h"
+#include "records.h"
 #include "report.h"
 
 #include <kelp/nms/client.h>
@@ -32,6 +33,8 @@ Report measureAll(const Options& options) {
         report.add(measureLogIns(client, options));
     if (options.memory)
         report.add(measureMemory(client, options));
+    if (options.records)
+        report.add(measureRecords());
     if (options.hashing)
         report.add(measureHashing());
     if (options.guesses)

@@ -36,8 +36,8 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     app.footer(kFooter);
     const CLI::Range positive(1, 1000000);
     app.add_flag("--json", options.json, "The result as JSON");
-    app.add_option("--only", only, "Measure these only: calls, log-ins, memory, hashing, guesses")
-        ->check(CLI::IsMember({"calls", "log-ins", "memory", "hashing", "guesses"}));
+    app.add_option("--only", only, "Measure these only: calls, log-ins, memory, hashing, guesses, records")
+        ->check(CLI::IsMember({"calls", "log-ins", "memory", "hashing", "guesses", "records"}));
     app.add_flag("--quick", quick, "Few rounds, to see that it runs; the figures are rough");
     app.add_option("--rounds", options.rounds, "Rounds of calls, one slice a server each")
         ->check(positive)
@@ -78,6 +78,7 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     options.memory = contains(only, "memory");
     options.hashing = contains(only, "hashing");
     options.guesses = contains(only, "guesses");
+    options.records = contains(only, "records");
     options.slice = std::chrono::milliseconds(sliceMs);
     if (quick) {
         options.rounds = std::min<std::size_t>(options.rounds, 4);

@@ -13,6 +13,7 @@ struct Options {
     bool memory = true;
     bool hashing = true;
     bool guesses = true;
+    bool records = true;
     bool json = false;
 
     std::size_t rounds = 40;               ///< of calls, one slice a server each

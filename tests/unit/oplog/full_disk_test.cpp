@@ -1,68 +1,16 @@
 // A disk that is really full: a small file system in memory. Built where the machine lets one be mounted.
 
-#include <fcntl.h>
-#include <sched.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
-#include <fstream>
 #include <thread>
 
 #include "log_fixture.h"
+#include "support/small_disk.h"
 
 namespace kelp::test {
 namespace {
 
 using testing::SizeIs;
-
-void writeFile(const char* file, const std::string& text) {
-    std::ofstream(file) << text;
-}
-
-/// A disk of two MiB that this process alone sees. A user namespace gives the right to mount it to those who
-/// do not have it. Made before any thread.
-class SmallDisk {
-  public:
-    explicit SmallDisk(const std::filesystem::path& folder) : folder_(folder) {
-        const uid_t user = ::getuid();
-        const gid_t group = ::getgid();
-        if (::unshare(CLONE_NEWNS) != 0) {
-            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-                return;
-            writeFile("/proc/self/setgroups", "deny");
-            writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-            writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-        }
-        isMounted_ = ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                     ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=2m") == 0;
-    }
-    ~SmallDisk() {
-        if (isMounted_)
-            ::umount2(folder_.c_str(), MNT_DETACH);
-    }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-
-    bool isMounted() const { return isMounted_; }
-
-    /// Leaves not a byte.
-    void fill() const {
-        const int file =
-            ::open((folder_ / "filler").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-        for (std::size_t size : {std::size_t{4096}, std::size_t{1}}) {
-            const std::string block(size, 'f');
-            while (::write(file, block.data(), block.size()) > 0)
-                continue;
-        }
-        EXPECT_EQ(errno, ENOSPC);
-        ::close(file);
-    }
-    void makeRoom() const { std::filesystem::remove(folder_ / "filler"); }
-
-  private:
-    const std::filesystem::path folder_;
-    bool isMounted_ = false;
-};
 
 class FullDisk : public LogTest {
   protected:

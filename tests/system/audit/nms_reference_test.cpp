@@ -1,0 +1,159 @@
+// The address that an NMS names in its own reference, which the EMS calls back.
+
+#include <gmock/gmock.h>
+#include <kelp/nms/error.h>
+
+#include "system/audit/audit_fixture.h"
+#include "system/audit/nms_group.h"
+#include "unit/orb/hand_made_reference.h"
+
+namespace kelp::test {
+namespace {
+
+constexpr const char* kElsewhere = "127.0.0.2";
+constexpr const char* kInvalidInput = "EXCPT_INVALID_INPUT";
+
+class NmsReferenceTest : public AuditTest {
+  protected:
+    NmsReferenceTest() { setAllowed("['127.0.0.1', '127.0.0.2']"); }
+
+    void setRule(const char* rule) { host_.set("access", "nms_reference", quoted(rule)); }
+    void setAllowed(const char* networks) { host_.set("access", "allowed_oss", networks); }
+
+    /// A host at which NMS 0 is logged in from 127.0.0.1.
+    void start() {
+        startHost();
+        nms_.logIn(0, kUser);
+        factory_ = nms_.factoryOver(relay_);
+    }
+    /// Logs in from 127.0.0.2 with such a reference: the exception's name, "" when it is let in.
+    std::string logInWith(const std::string& reference) {
+        return logIn([&] { nms_[1].logIn(factory_.in(), kUser, Host::kPassword, reference); });
+    }
+    /// The same from 127.0.0.1.
+    std::string logInNearWith(const std::string& reference) {
+        return logIn([&] { nms_[1].logIn(nms_.factory(), kUser, Host::kPassword, reference); });
+    }
+    template <class Calls>
+    std::string logIn(Calls calls) {
+        try {
+            calls();
+        } catch (const globaldefs::ProcessingFailureException& refused) {
+            return nms::exceptionTypeName(refused.exceptionType);
+        }
+        return "";
+    }
+    /// NMS 0 goes on as if nothing had happened.
+    void expectOtherNmsUntouched() {
+        EXPECT_NO_THROW(nms_[0].session()->ping());
+        EXPECT_EQ(nms_[0].listener().counts().ended, 0);
+    }
+    bool otherNmsHasNoSession() {
+        try {
+            nms_[0].session()->ping();
+        } catch (const CORBA::OBJECT_NOT_EXIST&) {
+            return true;
+        }
+        return false;
+    }
+    std::size_t refusals() const { return security("login", "reference not allowed").size(); }
+
+    /// NMS 1's own object, with what a test makes of its address.
+    Iiop ownAt(const std::string& host) {
+        orb::ReferenceContent content;
+        EXPECT_TRUE(orb::decodeReference(nms_[1].ownReference(), content));
+        Iiop profile;
+        profile.host = host;
+        profile.port = content.endpoints.at(0).port;
+        profile.key = content.objectKey;
+        return profile;
+    }
+
+    NmsGroup nms_{host_, 2};
+    const TcpRelay relay_{host_.port(), kElsewhere};
+    emsSessionFactory::EmsSessionFactory_I_var factory_;
+};
+
+TEST_F(NmsReferenceTest, NamingAnotherNmsEndsNoSessionOfIts) {
+    start();
+    EXPECT_EQ(logInWith(nms_[0].ownReference()), kInvalidInput) << "although the password is right";
+    EXPECT_EQ(logInWith(nms_[1].ownReference()), kInvalidInput);
+    EXPECT_EQ(logInWith(ior(ownAt("127.0.0.3"))), kInvalidInput);
+    EXPECT_EQ(logInWith(ior(ownAt(kElsewhere))), "") << "its own address";
+    expectOtherNmsUntouched();
+
+    ASSERT_TRUE(eventually([this] { return refusals() >= 3; }));
+    const oplog::LogEntry told = security("login", "reference not allowed").front();
+    EXPECT_EQ(told.nmsAddress, nms_.addressOf(0));
+    EXPECT_THAT(told.peer, ::testing::StartsWith(std::string(kElsewhere) + ":"));
+    EXPECT_EQ(host_.stop(), 0);
+}
+
+TEST_F(NmsReferenceTest, AllowedTakesTheAllowedNetworks) {
+    setRule("allowed");
+    start();
+    EXPECT_EQ(logInWith(ior(ownAt("127.0.0.3"))), kInvalidInput);
+    EXPECT_EQ(logInWith(nms_[1].ownReference()), "");
+    expectOtherNmsUntouched();
+    EXPECT_EQ(logInWith(nms_[0].ownReference()), "");
+    EXPECT_TRUE(otherNmsHasNoSession()) << "the session of that address is replaced";
+}
+
+TEST_F(NmsReferenceTest, AnyTakesEveryAddress) {
+    setRule("any");
+    start();
+    EXPECT_EQ(logInWith(ior(ownAt("127.0.0.3"))), "");
+    EXPECT_EQ(logInWith(ior(ownAt("localhost"))), "");
+    expectOtherNmsUntouched();
+    EXPECT_EQ(refusals(), 0u);
+}
+
+TEST_F(NmsReferenceTest, ReReadRuleHoldsWithoutARestart) {
+    start();
+    EXPECT_EQ(logInWith(nms_[1].ownReference()), kInvalidInput);
+    setRule("any");
+    reconfigure();
+    EXPECT_EQ(logInWith(nms_[1].ownReference()), "");
+    setRule("peer");
+    reconfigure();
+    EXPECT_EQ(logInWith(nms_[1].ownReference()), kInvalidInput);
+    EXPECT_EQ(logInNearWith(nms_[1].ownReference()), "");
+}
+
+TEST_F(NmsReferenceTest, EveryAddressInItCounts) {
+    start();
+    Iiop first = ownAt("127.0.0.1");
+    const TaggedBytes other = alternateAddress("127.0.0.2", first.port);
+
+    Iiop withAlternate = first;
+    withAlternate.components = {other};
+    EXPECT_EQ(logInNearWith(ior(withAlternate)), kInvalidInput);
+
+    Iiop second = ownAt("127.0.0.2");
+    EXPECT_EQ(
+        logInNearWith(hexReference(referenceBytes({{0, iiopProfile(first)}, {0, iiopProfile(second)}}))),
+        kInvalidInput);
+    EXPECT_EQ(logInNearWith(
+                  hexReference(referenceBytes({{0, iiopProfile(first)}, {1, multipleComponents({other})}}))),
+              kInvalidInput)
+        << "components of all profiles in one of their own";
+
+    withAlternate.components = {alternateAddress("127.0.0.1", first.port)};
+    EXPECT_EQ(logInNearWith(ior(withAlternate)), "");
+    expectOtherNmsUntouched();
+}
+
+TEST_F(NmsReferenceTest, HostNamesAreRefusedUnlessListed) {
+    start();
+    EXPECT_EQ(logInNearWith(ior(ownAt("localhost"))), kInvalidInput);
+    setAllowed("['127.0.0.1', 'localhost']");
+    reconfigure();
+    EXPECT_EQ(logInNearWith(ior(ownAt("localhost"))), "");
+    EXPECT_TRUE(eventually([this] { return nms_[1].listener().counts().pings > 0; }));
+    EXPECT_EQ(logInNearWith(ior(ownAt("localhost.example"))), kInvalidInput);
+    expectOtherNmsUntouched();
+    EXPECT_EQ(host_.stop(), 0);
+}
+
+}  // namespace
+}  // namespace kelp::test

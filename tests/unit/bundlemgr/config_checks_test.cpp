@@ -218,10 +218,14 @@ TEST(ConfigChecks, AllowedNetworksAreAddressesOrPrefixes) {
         check("[access]\nallowed_oss = [\"10.0.0.0/0\", \"10.1.2.3/32\", \"::/0\", \"2001:db8::1/128\"]\n"),
         IsEmpty());
     for (const std::string network : {"10.0.0.0/33", "10.0.0/8", "::/129", "10.0.0.0/", "10.0.0.0/-1",
-                                      "10.0.0.0/-0", "nms.example.com", ""}) {
+                                      "10.0.0.0/-0", "10.0.0.300", "nms.example.com/8", "nms_1", ""}) {
         EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"" + network + "\"]\n"),
                     ElementsAre(HasSubstr("2: access.allowed_oss: \"" + network + "\" is no network")));
     }
+}
+
+TEST(ConfigChecks, AllowedNetworksMayHaveHostNamesBesides) {
+    EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"nms.example.com\"]\n"), IsEmpty());
 }
 
 TEST(ConfigChecks, SoftIteratorLimitIsNotAboveTheHardOne) {

@@ -39,6 +39,34 @@ TEST_F(ConfigReload, TakesOverWhatNeedsNoRestart) {
     EXPECT_EQ(store.agentInteger("Cachesize"), std::nullopt);
 }
 
+TEST_F(ConfigReload, TellsWhatItChanged) {
+    load("[session]\nmax_sessions = 5\nping_interval_s = 5\n[agent]\nCachesize = 1\n");
+    const std::uint64_t before = store.generation();
+    directory.write(
+        "kelp.toml",
+        "[session]\nmax_sessions = 6\nping_interval_s = 6\n[access]\nallowed_oss = [\"10.0.0.1\", "
+        "\"::1\"]\n[agent]\nCharacterSetSwitch = 1\n");
+    std::vector<NS_BUNDLEMGR1::ConfigChange> changes;
+    ASSERT_THAT(store.reload(&changes), IsEmpty());
+    std::vector<std::string> told;
+    for (const NS_BUNDLEMGR1::ConfigChange& each : changes)
+        told.push_back(each.key + ": " + each.before + " -> " + each.after);
+    EXPECT_THAT(told, testing::ElementsAre("session.max_sessions: 5 -> 6",
+                                           "access.allowed_oss: [\"127.0.0.0/8\"] -> [\"10.0.0.1\", \"::1\"]",
+                                           "agent.Cachesize: 1 -> ", "agent.CharacterSetSwitch:  -> 1"));
+    EXPECT_NE(store.generation(), before);
+}
+
+TEST_F(ConfigReload, OfAWrongFileChangesAndTellsNothing) {
+    load("[session]\nmax_sessions = 5\n");
+    const std::uint64_t before = store.generation();
+    directory.write("kelp.toml", "[session]\nmax_sessions = 0\n");
+    std::vector<NS_BUNDLEMGR1::ConfigChange> changes;
+    EXPECT_THAT(store.reload(&changes), testing::SizeIs(1));
+    EXPECT_THAT(changes, IsEmpty());
+    EXPECT_EQ(store.generation(), before);
+}
+
 TEST_F(ConfigReload, KeepsTheFirstValueOfWhatNeedsARestartAndSaysSo) {
     load("[session]\nping_interval_s = 5\n");
     reload("[session]\nrelease_strategy = 2\nping_interval_s = 6\n");

@@ -275,7 +275,9 @@ class RunningAgent {
             return std::string(key) + " = " + std::to_string(value) + "\n";
         };
         const std::string toml =
-            "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n[security]\ndatabase = \"" +
+            "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n"
+            // test NMS name this process by many spellings of the loopback address
+            "[access]\nnms_reference = \"any\"\n[security]\ndatabase = \"" +
             (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +
             number("lockout_failures", options.lockoutFailures) + number("lockout_s", options.lockoutS) +
             "[session]\n" + number("release_strategy", options.releaseStrategy) +

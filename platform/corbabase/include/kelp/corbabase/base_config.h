@@ -54,10 +54,10 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// the peer has no IPv4 address: then the IPv6 address of the request in hand decides.
     bool IsValidOssIP(std::uint32_t ipv4) const;
 
-    /// True when the EMS may call back what an NMS that logs in calls its own session object: every address in
-    /// `reference`, whatever profile or alternate it stands in, is one that `[access] nms_reference` allows for
-    /// the peer of the request in hand. Nothing is resolved or called. False is traced with the address, and
-    /// stands in the security log. Calls inside the process may name any.
+    /// True when the EMS may call back what an NMS that logs in calls its own session object: every address
+    /// in `reference`, whatever profile or alternate it stands in, is one that `[access] nms_reference`
+    /// allows for the peer of the request in hand. Nothing is resolved or called. False is traced with the
+    /// address, and stands in the security log. Calls inside the process may name any.
     bool IsValidNmsReference(CORBA::Object_ptr reference) const;
 
     // -- sessions ----------------------------------------------------------------------------------------

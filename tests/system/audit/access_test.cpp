@@ -107,6 +107,15 @@ TEST_F(AccessTest, EveryOperationIsRefusedAndStandsInTheSecurityLogAlone) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
+TEST_F(AccessTest, AskingForObjectsThatDoNotExistStandsInTheSecurityLogAlone) {
+    const CORBA::Object_var object =
+        orb::toReference(nms_.orb(), "corbaloc:iiop:1.2@" + relay_.hostAndPort() + "/Nothing");
+    object->_non_existent();
+    EXPECT_TRUE(eventually([&] { return !security(kRefused).empty(); }));
+    EXPECT_THAT(refusedOperations(), ::testing::ElementsAre("_non_existent"));
+    EXPECT_THAT(operationsOf(kStranger), SizeIs(0));
+}
+
 TEST_F(AccessTest, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
     const auto factory = nms_.factoryOver(relay_);
     const auto call = [&] { const CORBA::String_var version = factory->getVersion(); };

@@ -65,9 +65,9 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
     RequestRecording::begin();
     try {
         visit.interceptor->receive_request(&request);
-    } catch (const CORBA::NO_PERMISSION&) {
+    } catch (const CORBA::NO_PERMISSION& refusal) {
         refused();
-        RequestRecording::writeRefused(request);
+        RequestRecording::writeRefused(request, &refusal);
         throw;
     } catch (const CORBA::Exception&) {
         refused();
@@ -91,7 +91,7 @@ void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
     if (CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4))
         RequestRecording::writeUndelivered(request, answer);
     else
-        RequestRecording::writeRefused(request);
+        RequestRecording::writeRefused(request, answer);
 }
 
 RequestInterceptorBase* InterceptionAdapter::enter() {

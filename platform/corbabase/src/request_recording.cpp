@@ -135,13 +135,13 @@ void RequestRecording::writeUndelivered(const RequestInfo& request, const CORBA:
         guarded([&] { write(request, answer == nullptr ? std::string() : outcomeOf(answer)); });
 }
 
-void RequestRecording::writeRefused(const RequestInfo& request) noexcept {
+void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
     guarded([&] {
         kelp::oplog::SecurityRecord record;
         record.event = kelp::oplog::SecurityEvent::RefusedAddress;
         record.peer = request.peer().withPort;
         record.object = operationOf(request);
-        record.outcome = "NO_PERMISSION";
+        record.outcome = answer == nullptr ? "no answer" : outcomeOf(answer);
         AuditTrail::Instance().Write(std::move(record));
     });
 }

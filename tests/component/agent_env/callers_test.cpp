@@ -104,7 +104,8 @@ TEST_F(Callers, ThatWaitWithoutAnInterceptorAreRefusedByTheStop) {
 }
 
 TEST_F(Callers, AreToldOfAnEventLossThatTheSupplierManagerReports) {
-    configureAgent("ping_interval_s = 1");
+    // the test NMS names this process by another spelling of the loopback address
+    configureAgent("ping_interval_s = 1", freePort(), "[access]\nnms_reference = \"any\"\n");
     NS_CORBA::UserDatabase(folder_.path() / "users.db").add("nms", "secret", NS_CORBA::HashCost{8, 1});
     ASSERT_TRUE(start());
     const CORBA::ORB_var orb = base().GetOrb();

@@ -157,6 +157,23 @@ TEST_F(RequestRecording, PutsRefusedCallersIntoTheSecurityLogOnly) {
     EXPECT_THAT(records[0].peer, testing::StartsWith("127.0.0.1:"));
 }
 
+TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatTheyWereAnswered) {
+    configure(kFreePort + OpenLogs::toml(folder_) + "[access]\nallowed_oss = [\"192.0.2.0/24\"]\n");
+    const PortableServer::POA_var root = base().GetRootPoa();
+    const PortableServer::POAManager_var manager = root->the_POAManager();
+    const PortableServer::POA_var poa = makePersistentPoa(root.in(), manager.in(), "V4800");
+    const auto session = wired(poa.in(), "gone");
+    const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId("gone");
+    poa->deactivate_object(id.in());
+    EXPECT_THROW(session->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THAT(logs_.operations(), IsEmpty());
+    const auto records = logs_.security();
+    ASSERT_THAT(records, SizeIs(1));
+    EXPECT_EQ(records[0].operation, "refused-address");
+    EXPECT_EQ(records[0].object, "eventLossCleared");
+    EXPECT_EQ(records[0].outcome, "OBJECT_NOT_EXIST");
+}
+
 TEST_F(RequestRecording, TellsAFloodOfRefusalsInOneRecord) {
     ScriptedInterceptor refusing([](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&refusing);

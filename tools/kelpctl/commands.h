@@ -26,6 +26,9 @@ void addStormCommand(CLI::App& app, const GlobalOptions& options);
 /// `kelpctl consumers`: what became of the events. `options` must outlive the parsing.
 void addConsumersCommand(CLI::App& app, const GlobalOptions& options);
 
+/// `kelpctl health`: the running host and its logs. `options` must outlive the parsing.
+void addHealthCommand(CLI::App& app, const GlobalOptions& options);
+
 /// `kelpctl oplog` and `kelpctl audit`: the operation log and the security log. `options` must outlive the
 /// parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);

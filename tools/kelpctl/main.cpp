@@ -51,6 +51,7 @@ int run(int argc, char** argv) {
     addAlarmCommands(app, options);
     addStormCommand(app, options);
     addConsumersCommand(app, options);
+    addHealthCommand(app, options);
     addLogCommands(app, options);
     try {
         app.parse(argc, argv);

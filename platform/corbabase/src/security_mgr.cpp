@@ -160,25 +160,32 @@ struct CorbaSecurityMgr::State {
     /// judge(), told in the security log. `detail` says what kind of log-in it is.
     unsigned long check(const char* operation, const Attempt& attempt, const char* detail,
                         UserAccount& account);
-    unsigned long judge(const char* operation, const Attempt& attempt, UserAccount& account);
-    void countFailure(const char* operation, const Attempt& attempt, const LoginOrigin& origin,
-                      UserDatabase& database);
+    unsigned long judge(const char* operation, const Attempt& attempt, UserAccount& account,
+                        std::optional<std::chrono::seconds>& lockout);
+    /// How long that locks the user out at this address, if at all.
+    std::optional<std::chrono::seconds> countFailure(const char* operation, const Attempt& attempt,
+                                                     const LoginOrigin& origin, UserDatabase& database);
 };
 
 unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attempt& attempt,
                                              const char* detail, UserAccount& account) {
-    const unsigned long code = judge(operation, attempt, account);
+    std::optional<std::chrono::seconds> lockout;
+    const unsigned long code = judge(operation, attempt, account, lockout);
     const bool isKnown = code != kUserDatabaseUnusable && accounts.has(attempt.user);
     // what no user is called may be a password that was typed in the wrong place
     record(kelp::oplog::SecurityEvent::LogIn, isKnown ? attempt.user : std::string(), attempt.hostInfo,
            outcomeOf(code), isKnown ? detail : "no known user");
+    if (lockout)
+        record(kelp::oplog::SecurityEvent::LockOut, isKnown ? attempt.user : std::string(), attempt.hostInfo,
+               outcomeOf(kUserLockedOut), "for " + std::to_string(lockout->count()) + " s");
     return code;
 }
 
 /// Checks a password against the database as it is now: opened each time, so that a file that was damaged,
 /// locked or replaced is good again as soon as it is.
 unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attempt& attempt,
-                                             UserAccount& account) {
+                                             UserAccount& account,
+                                             std::optional<std::chrono::seconds>& lockout) {
     const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
     const LoginOrigin origin = originOf(peer);
     if (throttle.refuses(attempt.user, origin, std::chrono::steady_clock::now())) {
@@ -193,7 +200,7 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
         std::optional<UserAccount> found =
             database.authenticate(attempt.user, attempt.password, configuredHashCost());
         if (!found) {
-            countFailure(operation, attempt, origin, database);
+            lockout = countFailure(operation, attempt, origin, database);
             return kWrongPassword;
         }
         accounts.note(attempt.user, true);
@@ -212,20 +219,21 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
     return kUserDatabaseUnusable;
 }
 
-void CorbaSecurityMgr::State::countFailure(const char* operation, const Attempt& attempt,
-                                           const LoginOrigin& origin, UserDatabase& database) {
+std::optional<std::chrono::seconds> CorbaSecurityMgr::State::countFailure(const char* operation,
+                                                                          const Attempt& attempt,
+                                                                          const LoginOrigin& origin,
+                                                                          UserDatabase& database) {
     const bool isKnown = database.find(attempt.user).has_value();
     accounts.note(attempt.user, isKnown);
     const std::optional<std::chrono::seconds> lockout =
         throttle.failed(attempt.user, origin, std::chrono::steady_clock::now(), configuredLimits());
     if (!lockout)
-        return;
+        return std::nullopt;
     const std::string name = isKnown ? "user \"" + attempt.user + "\"" : "an unknown user";
     GetTss()->Set(kFile, "unknown", __LINE__);
     TaTrace("[CorbaSecurityMgr::%s] Too many wrong passwords: %s is locked out at %s for %lld s", operation,
             name.c_str(), shown(origin).c_str(), static_cast<long long>(lockout->count()));
-    record(kelp::oplog::SecurityEvent::LockOut, isKnown ? attempt.user : std::string(), attempt.hostInfo,
-           "locked out", "for " + std::to_string(lockout->count()) + " s");
+    return lockout;
 }
 
 CorbaSecurityMgr::CorbaSecurityMgr() : state_(std::make_unique<State>()) {}

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <thread>
 
 namespace kelp::oplog {
 
@@ -124,10 +125,25 @@ std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& fi
     return database;
 }
 
+namespace {
+
+/// A log that another process is making holds nothing for a moment.
+void awaitSchema(SQLite::Database& database) {
+    constexpr int kLooks = 100;
+    constexpr std::chrono::milliseconds kPause{10};
+    for (int i = 0; i < kLooks && pragma(database, "user_version") == 0 &&
+                    database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() == 0;
+         ++i)
+        std::this_thread::sleep_for(kPause);
+}
+
+}  // namespace
+
 std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& file, LogKind kind) {
     if (std::error_code error; !std::filesystem::exists(file, error))
         throw LogFailure(nameOf(kind) + " " + file.string() + " does not exist");
     auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READONLY, kReadBusyMs);
+    awaitSchema(*database);
     requireKind(*database, file, kind);
     return database;
 }
@@ -177,14 +193,14 @@ LogEntry entryOf(SQLite::Statement& row) {
 void bindEntry(SQLite::Statement& insert, const LogEntry& entry) {
     insert.bind(1, entry.id);
     insert.bind(2, static_cast<std::int64_t>(entry.time.time_since_epoch().count()));
-    insert.bind(3, entry.user);
-    insert.bind(4, entry.nmsAddress);
-    insert.bind(5, entry.peer);
-    insert.bind(6, entry.operation);
-    insert.bind(7, entry.objectKind);
-    insert.bind(8, entry.object);
-    insert.bind(9, entry.outcome);
-    insert.bind(10, entry.detail);
+    insert.bindNoCopy(3, entry.user);
+    insert.bindNoCopy(4, entry.nmsAddress);
+    insert.bindNoCopy(5, entry.peer);
+    insert.bindNoCopy(6, entry.operation);
+    insert.bindNoCopy(7, entry.objectKind);
+    insert.bindNoCopy(8, entry.object);
+    insert.bindNoCopy(9, entry.outcome);
+    insert.bindNoCopy(10, entry.detail);
     if (entry.duration)
         insert.bind(11, static_cast<std::int64_t>(entry.duration->count()));
     else

@@ -32,6 +32,11 @@ std::size_t printableLength(std::string_view text) {
     return isControl || isOverlong || isNoCharacter ? 0 : length;
 }
 
+/// Most texts: nothing in them needs a second look.
+bool isPlainAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; });
+}
+
 std::string escapedByte(unsigned char byte) {
     static const char digits[] = "0123456789ABCDEF";
     switch (byte) {
@@ -49,6 +54,8 @@ std::string escapedByte(unsigned char byte) {
 }  // namespace
 
 std::string escaped(const std::string& text, std::size_t bytesMax) {
+    if (text.size() <= bytesMax && isPlainAscii(text))
+        return text;
     static constexpr std::string_view cutMark = "...";
     std::string result;
     result.reserve(std::min(text.size(), bytesMax));

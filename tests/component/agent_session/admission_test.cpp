@@ -177,7 +177,7 @@ TEST(Admission, TellsLogInsLogOutsAndLockOutsInTheSecurityLog) {
         told.push_back(each.operation + " " + each.user + " " + each.outcome + " " + each.detail);
     EXPECT_EQ(told,
               (std::vector<std::string>{"login admin ok ", "logout admin ok ", "login admin wrong password ",
-                                        "lock-out admin locked out for 300 s", "login admin wrong password ",
+                                        "login admin wrong password ", "lock-out admin locked out for 300 s",
                                         "login admin locked out ", "login  wrong password no known user"}));
 }
 

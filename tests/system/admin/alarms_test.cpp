@@ -145,6 +145,26 @@ TEST_F(AlarmsTest, OperatorSeesWhatBecameOfTheEvents) {
     EXPECT_TRUE(ctlLog_.contains(" s  answers")) << ctlLog_.text();
 }
 
+TEST_F(AlarmsTest, OperatorSeesWhetherTheLogsAreWritten) {
+    ChildProcess nms = follow(1);
+    Json health;
+    // a log-in and the calls of an event consumer, each in its log once the batch is written
+    EXPECT_TRUE(eventually([&] {
+        ctlLog_ = LogFile(scratch_ / ("health" + std::to_string(++runs_)));
+        EXPECT_EQ(kelpctl({"health", "--json"}), 0) << ctlLog_.text();
+        health = Json::parse(ctlLog_.text(), nullptr, false);
+        return health["operationLog"]["written"] >= 3 && health["securityLog"]["written"] >= 2 &&
+               health["operationLog"]["waiting"] == 0 && health["securityLog"]["waiting"] == 0;
+    })) << ctlLog_.text();
+    EXPECT_EQ(health["status"], "ok");
+    EXPECT_EQ(health["operationLog"]["missing"], 0);
+    EXPECT_EQ(health["operationLog"]["fails"], false);
+    ctlLog_ = LogFile(scratch_ / "health");
+    EXPECT_EQ(kelpctl({"health"}), 0);
+    EXPECT_TRUE(ctlLog_.contains("operation log")) << ctlLog_.text();
+    EXPECT_TRUE(ctlLog_.contains("  ok")) << ctlLog_.text();
+}
+
 TEST_F(AlarmsTest, NotificationIdsGoOnGrowingAfterARestartOfTheHost) {
     const std::vector<std::string> raise = {"alarm",      "raise", "--object",         "ManagedElement=1",
                                             "--severity", "major", "--probable-cause", "LOS",

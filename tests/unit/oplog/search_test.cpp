@@ -1,3 +1,5 @@
+#include <future>
+
 #include "log_fixture.h"
 
 namespace kelp::test {
@@ -47,6 +49,24 @@ class SearchTest : public LogTest {
         return found(query);
     }
 };
+
+TEST_F(LogTest, IsReadAlsoBySomebodyWhoComesWhileItIsBeingMade) {
+    folder_.write("oplog.db", "");
+    std::promise<void> begun;
+    std::future<std::vector<LogEntry>> reader = std::async(std::launch::async, [&] {
+        begun.set_value();
+        return read();
+    });
+    begun.get_future().wait();
+    OperationLog log(settings());
+    EXPECT_THAT(reader.get(), testing::IsEmpty());
+}
+
+TEST_F(LogTest, AFileThatStaysEmptyIsNone) {
+    folder_.write("oplog.db", "");
+    EXPECT_THAT([&] { read(); },
+                testing::ThrowsMessage<std::runtime_error>(testing::HasSubstr("is no operation log")));
+}
 
 TEST_F(SearchTest, WithoutConditionsGivesAll) {
     EXPECT_THAT(found({}), ElementsAre("a", "b", "c", "d"));

@@ -1,0 +1,51 @@
+#include <cstdio>
+#include <memory>
+
+#include "admin_client.h"
+#include "commands.h"
+
+namespace kelp::ctl {
+
+namespace {
+
+using admin::Json;
+
+constexpr const char* kFooter =
+    R"(Of each log it tells the records since the host has started: taken = written + waiting + missing. A log that
+"fails" could not be written when it was last tried; what waits is written once that works again.
+
+Example:
+  kelpctl health)";
+
+void printLog(const char* name, const Json& log) {
+    std::printf("%-14s %12llu %12llu %10llu %10llu  %s\n", name, log.value("taken", 0ULL),
+                log.value("written", 0ULL), log.value("waiting", 0ULL), log.value("missing", 0ULL),
+                log.value("fails", false) ? "fails" : "ok");
+}
+
+void printTable(const Json& health) {
+    std::printf("kelpd %s: %s\n", health.value("version", "").c_str(), health.value("status", "").c_str());
+    std::printf("%-14s %12s %12s %10s %10s  %s\n", "log", "taken", "written", "waiting", "missing", "state");
+    printLog("operation log", health.value("operationLog", Json::object()));
+    printLog("security log", health.value("securityLog", Json::object()));
+}
+
+}  // namespace
+
+void addHealthCommand(CLI::App& app, const GlobalOptions& globalOptions) {
+    const auto json = std::make_shared<bool>(false);
+    CLI::App* command =
+        app.add_subcommand("health", "Show whether the host answers and its logs are written");
+    command->fallthrough()->footer(kFooter);
+    command->add_flag("--json", *json, "The answer as JSON");
+    command->callback([&globalOptions, json] {
+        loadConfiguration(globalOptions);
+        const Json answer = AdminClient(admin::configuredAddress()).get("/health");
+        if (*json)
+            std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        else
+            printTable(answer);
+    });
+}
+
+}  // namespace kelp::ctl

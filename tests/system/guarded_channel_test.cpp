@@ -2,6 +2,7 @@
 // their own. An NMS at another address than 127.0.0.1 calls through a relay.
 
 #include "harness/host.h"
+#include "harness/log_file.h"
 #include "harness/nms_process.h"
 
 #include <gmock/gmock.h>
@@ -64,6 +65,17 @@ class GuardedChannel : public ::testing::Test {
         EXPECT_EQ(eventsOf(*helper), 1);
         EXPECT_FALSE(host.log().text().find("of 127.0.0.1 is dropped") != std::string::npos);
         EXPECT_THAT(refusalOfTheHelper(), HasSubstr("NO_PERMISSION"));
+        EXPECT_TRUE(
+            eventually([&] { return refusalsInTheSecurityLog().find("127.0.0.2") != std::string::npos; }));
+        EXPECT_THAT(refusalsInTheSecurityLog(), HasSubstr("notification channel"));
+    }
+    std::string refusalsInTheSecurityLog() {
+        LogFile told(host.scratch("audit" + std::to_string(++looks_)));
+        Launch audit = host.launch(KELPCTL, {"--config", host.configFile().string(), "audit", "--event",
+                                             "refused-address", "--json"});
+        audit.output = told.file();
+        EXPECT_EQ(runToEnd(audit), 0);
+        return told.text();
     }
     std::string refusalOfTheHelper() {
         try {
@@ -80,6 +92,9 @@ class GuardedChannel : public ::testing::Test {
     std::unique_ptr<NmsProcess> helper;  ///< likewise, its consumer in a process of its own
     std::unique_ptr<NmsProcess> here;    ///< at 127.0.0.1, logged in
     std::string channel;
+
+  private:
+    int looks_ = 0;
 };
 
 TEST_F(GuardedChannel, AnNmsThatHasLoggedOutGetsNoMoreEvents) {

@@ -88,10 +88,13 @@ void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
 
 void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
                                       const CORBA::Exception* answer) noexcept {
-    if (CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4))
-        RequestRecording::writeUndelivered(request, answer);
-    else
+    // before any servant only the notification channel refuses: those who are not logged in
+    const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr ||
+                           !CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
+    if (isRefused)
         RequestRecording::writeRefused(request, answer);
+    else
+        RequestRecording::writeUndelivered(request, answer);
 }
 
 RequestInterceptorBase* InterceptionAdapter::enter() {

@@ -142,6 +142,8 @@ void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exc
         record.peer = request.peer().withPort;
         record.object = operationOf(request);
         record.outcome = answer == nullptr ? "no answer" : outcomeOf(answer);
+        if (request.topPoaName() == kChannelPoa)
+            record.detail = "notification channel";
         AuditTrail::Instance().Write(std::move(record));
     });
 }

@@ -19,8 +19,8 @@ class RequestRecording {
     /// A record without a scope, for a request that reached no servant. `answer` may be null: not known.
     static void writeUndelivered(const kelp::orb::RequestInfo& request,
                                  const CORBA::Exception* answer) noexcept;
-    /// The security log's record of a caller from a network that may not call, with what he was answered;
-    /// null for nothing.
+    /// The security log's record of a caller from a network that may not call, or may not use the
+    /// notification channel, with what he was answered; null for nothing.
     static void writeRefused(const kelp::orb::RequestInfo& request, const CORBA::Exception* answer) noexcept;
 };
 

@@ -190,23 +190,23 @@ LogEntry entryOf(SQLite::Statement& row) {
     return entry;
 }
 
-void bindEntry(SQLite::Statement& insert, const LogEntry& entry) {
-    insert.bind(1, entry.id);
-    insert.bind(2, static_cast<std::int64_t>(entry.time.time_since_epoch().count()));
-    insert.bindNoCopy(3, entry.user);
-    insert.bindNoCopy(4, entry.nmsAddress);
-    insert.bindNoCopy(5, entry.peer);
-    insert.bindNoCopy(6, entry.operation);
-    insert.bindNoCopy(7, entry.objectKind);
-    insert.bindNoCopy(8, entry.object);
-    insert.bindNoCopy(9, entry.outcome);
-    insert.bindNoCopy(10, entry.detail);
+void bindEntry(SQLite::Statement& insert, const LogEntry& entry, int before) {
+    insert.bind(before + 1, entry.id);
+    insert.bind(before + 2, static_cast<std::int64_t>(entry.time.time_since_epoch().count()));
+    insert.bindNoCopy(before + 3, entry.user);
+    insert.bindNoCopy(before + 4, entry.nmsAddress);
+    insert.bindNoCopy(before + 5, entry.peer);
+    insert.bindNoCopy(before + 6, entry.operation);
+    insert.bindNoCopy(before + 7, entry.objectKind);
+    insert.bindNoCopy(before + 8, entry.object);
+    insert.bindNoCopy(before + 9, entry.outcome);
+    insert.bindNoCopy(before + 10, entry.detail);
     if (entry.duration)
-        insert.bind(11, static_cast<std::int64_t>(entry.duration->count()));
+        insert.bind(before + 11, static_cast<std::int64_t>(entry.duration->count()));
     else
-        insert.bind(11);
-    insert.bind(12, static_cast<std::int64_t>(entry.missing));
-    insert.bind(13, static_cast<std::int64_t>(entry.until.time_since_epoch().count()));
+        insert.bind(before + 11);
+    insert.bind(before + 12, static_cast<std::int64_t>(entry.missing));
+    insert.bind(before + 13, static_cast<std::int64_t>(entry.until.time_since_epoch().count()));
 }
 
 }  // namespace kelp::oplog

@@ -59,9 +59,7 @@ void LogStore::open() {
 void LogStore::openNow() {
     database_ = openForWriting(file_, kind_, busy_);
     identity_ = identityOf(file_);
-    insert_ = std::make_unique<SQLite::Statement>(
-        *database_, "INSERT INTO record (" + std::string(kRecordColumns) +
-                        ", hash) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13, ?14)");
+    insert_ = std::make_unique<RecordInsert>(*database_);
     takeInSideFiles();
 }
 
@@ -156,17 +154,16 @@ void LogStore::writeHead(const ChainHead& head) {
 }
 
 void LogStore::appendTo(ChainHead& head, std::vector<LogEntry>& entries) {
+    std::vector<std::string> hashes;
+    hashes.reserve(entries.size());
     for (LogEntry& entry : entries) {
         escape(entry);
         entry.id = ++head.id;
         if (kind_ == LogKind::Security)
             head.hash = hashOf(head.hash, entry);
-        insert_->reset();
-        bindEntry(*insert_, entry);
-        insert_->bind(14, head.hash);
-        insert_->exec();
+        hashes.push_back(head.hash);
     }
-    insert_->reset();
+    insert_->insert(entries, hashes);
 }
 
 bool LogStore::retain(std::uint64_t bytesMax, std::optional<UtcTime> oldest) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "log_file.h"
+#include "record_insert.h"
 
 namespace kelp::oplog {
 
@@ -42,7 +43,7 @@ class LogStore {
     const std::chrono::milliseconds busy_;
     const Damaged damaged_;
     std::unique_ptr<SQLite::Database> database_;
-    std::unique_ptr<SQLite::Statement> insert_;
+    std::unique_ptr<RecordInsert> insert_;
     FileIdentity identity_;
     ChainHead known_;              ///< what this object wrote last
     std::filesystem::path aside_;  ///< a damaged file that the log has not told of yet

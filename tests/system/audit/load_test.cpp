@@ -117,13 +117,12 @@ TEST_F(LoadTest, WhatWasAnsweredBeforeAStopAndAfterItIsAllThere) {
     expectSoundLogs();
 }
 
-TEST_F(LoadTest, SuddenDeathLosesNothingOlderThanASecond) {
+TEST_F(LoadTest, SuddenDeathLosesNothingThatWasWrittenAndWhatIsAnsweredIsWrittenMeanwhile) {
     Load load(callers(), 100 * kRequests);
     ASSERT_TRUE(eventually([&] { return load.answered() >= kRequests / 20; }, kLongPatience));
     const int old = load.answered();
-    const auto then = std::chrono::steady_clock::now();
-    ASSERT_TRUE(
-        eventually([&] { return std::chrono::steady_clock::now() - then > std::chrono::seconds(1); }));
+    // the load goes on: records are written beside it, not after it
+    ASSERT_TRUE(eventually([&] { return countOfAll() >= old; }, kLongPatience));
     host_.process().kill();
     load.wait();
     EXPECT_GT(load.answered(), old);

@@ -2,12 +2,6 @@
 
 namespace kelp::orb {
 
-std::string hostAndPort(const Endpoint& endpoint) {
-    const bool bareIpv6 = endpoint.host.find(':') != std::string::npos && endpoint.host.front() != '[';
-    const std::string host = bareIpv6 ? "[" + endpoint.host + "]" : endpoint.host;
-    return host + ":" + std::to_string(endpoint.port);
-}
-
 bool describe(CORBA::ORB_ptr orb, CORBA::Object_ptr reference, ReferenceContent& content) {
     content = {};
     if (CORBA::is_nil(orb) || CORBA::is_nil(reference))

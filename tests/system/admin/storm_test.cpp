@@ -117,7 +117,7 @@ TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreC
     for (NmsProcess* each : good_) {
         const FollowedEvents got = each->followed(0);
         EXPECT_EQ(got.events, kAlarms);
-        EXPECT_TRUE(got.inOrder);
+        EXPECT_EQ(got.late, 0);
         EXPECT_EQ(got.missing, 0);
         EXPECT_EQ(got.lastId, lastId);
     }
@@ -138,7 +138,8 @@ TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreC
     for (NmsProcess* each : live)
         EXPECT_TRUE(eventually([&] { return each->counts(0).cleared == 1; }, kLongPatience));
     EXPECT_TRUE(eventually([&] { return frozen.followed(0).lastId == lastId; }, kLongPatience));
-    EXPECT_TRUE(frozen.followed(0).inOrder);
+    // the event that was under way when it froze lay in its connection, and that is read beside the newer one
+    EXPECT_LE(frozen.followed(0).late, 1);
     lookAtTheCounts();
     const int pings = good_.front()->counts(0).pings;
     EXPECT_TRUE(eventually([&] { return good_.front()->counts(0).pings > pings + 2; }));

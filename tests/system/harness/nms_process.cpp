@@ -49,7 +49,7 @@ ChatterResult chatterOf(const std::string& answer) {
 
 FollowedEvents followedOf(const std::string& answer) {
     FollowedEvents events;
-    std::istringstream(answer) >> events.events >> events.repeated >> events.inOrder >> events.missing >>
+    std::istringstream(answer) >> events.events >> events.repeated >> events.late >> events.missing >>
         events.lastId;
     return events;
 }

@@ -30,7 +30,7 @@ struct ChatterResult {
 struct FollowedEvents {
     int events = 0;    ///< different ones
     int repeated = 0;  ///< came again, one after the other
-    bool inOrder = false;
+    int late = 0;      ///< came after a newer one
     int missing = 0;
     std::uint64_t lastId = 0;
 };

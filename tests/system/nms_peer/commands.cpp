@@ -35,7 +35,7 @@ std::string textOf(const Chatter::Result& result) {
 
 std::string textOf(const Follower::Result& result) {
     return std::to_string(result.events) + " " + std::to_string(result.repeated) + " " +
-           std::to_string(result.inOrder) + " " + std::to_string(result.missing) + " " +
+           std::to_string(result.late) + " " + std::to_string(result.missing) + " " +
            std::to_string(result.lastId);
 }
 

@@ -33,11 +33,13 @@ class Follower::Consumer final : public POA_CosNotifyComm::StructuredPushConsume
                 ++result_.repeated;
             } else {
                 ++result_.events;
-                if (id < result_.lastId)
-                    result_.inOrder = false;
-                else if (result_.lastId != 0)
-                    result_.missing += static_cast<int>(id - result_.lastId - 1);
-                result_.lastId = id;
+                if (id < result_.lastId) {
+                    ++result_.late;
+                } else {
+                    if (result_.lastId != 0)
+                        result_.missing += static_cast<int>(id - result_.lastId - 1);
+                    result_.lastId = id;
+                }
             }
         }
         if (pause_.count() > 0)

@@ -31,8 +31,8 @@ class Follower {
     struct Result {
         int events = 0;    ///< different ones
         int repeated = 0;  ///< came again, one after the other
-        bool inOrder = true;
-        int missing = 0;  ///< ids left out between those that came
+        int late = 0;      ///< came after a newer one
+        int missing = 0;   ///< ids left out between those that came
         std::uint64_t lastId = 0;
     };
     Result result() const;

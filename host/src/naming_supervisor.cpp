@@ -7,6 +7,7 @@
 #include <kelp/orb/references.h>
 
 #include <signal.h>
+#include <sodium.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -33,14 +34,20 @@ void trace(int line, const std::string& text) {
     NS_CORBA::TaTrace("%s", text.c_str());
 }
 
-std::string contentsOf(const orb::TlsFiles& files) {
+/// A hash of what the files hold: the key itself is not to lie about in memory.
+std::string fingerprintOf(const orb::TlsFiles& files) {
     std::ostringstream all;
     for (const std::string& name : {files.caFile, files.keyFile}) {
         const std::ifstream in(name);
         all << in.rdbuf() << '\n';
     }
     all << files.keyPassword;
-    return all.str();
+    std::string contents = all.str();
+    std::string hash(crypto_generichash_BYTES, '\0');
+    crypto_generichash(reinterpret_cast<unsigned char*>(hash.data()), hash.size(),
+                       reinterpret_cast<const unsigned char*>(contents.data()), contents.size(), nullptr, 0);
+    sodium_memzero(contents.data(), contents.size());
+    return hash;
 }
 
 void tellToEnd(pid_t child) {
@@ -77,9 +84,9 @@ bool NamingSupervisor::start(std::string& whyNot) {
 }
 
 bool NamingSupervisor::renewTls(const NamingTls& tls, std::string& whyNot) {
-    const std::string contents = contentsOf(tls.files);
+    const std::string fingerprint = fingerprintOf(tls.files);
     const std::lock_guard lock(mutex_);
-    if (stopping_ || contents == tlsContents_)
+    if (stopping_ || fingerprint == tlsFingerprint_)
         return true;
     NamingSettings renewed = settings_;
     renewed.tls = tls;
@@ -180,7 +187,7 @@ pid_t NamingSupervisor::spawn(std::string& whyNot) {
         child.arguments.insert(child.arguments.end(), {"-ORBendPoint", endpoint});
     if (settings_.tls) {
         child.environment = {"LD_PRELOAD=" + std::string(kTlsTransport)};  // omniNames is not linked with it
-        tlsContents_ = contentsOf(settings_.tls->files);
+        tlsFingerprint_ = fingerprintOf(settings_.tls->files);
     }
     child.logFile = logFile();
     const pid_t process = startChild(child, whyNot);

@@ -57,10 +57,10 @@ class NamingSupervisor {
     pid_t child_ = -1;
     bool answered_ = false;  ///< the first start has succeeded
     bool stopping_ = false;
-    bool isRenewed_ = false;   ///< the child was told to end, for another to take its place
-    std::string tlsContents_;  ///< what the TLS files held when the child was started
-    bool finished_ = false;    ///< the thread has no child and will make none
-    std::string firstEnd_;     ///< how the first start failed, in words
+    bool isRenewed_ = false;      ///< the child was told to end, for another to take its place
+    std::string tlsFingerprint_;  ///< of what the TLS files held when the child was started
+    bool finished_ = false;       ///< the thread has no child and will make none
+    std::string firstEnd_;        ///< how the first start failed, in words
 };
 
 }  // namespace kelp::host

@@ -20,6 +20,9 @@ using kelp::oplog::OperationLog;
 using kelp::oplog::SecurityLog;
 using kelp::oplog::SecurityRecord;
 
+/// How often floods are looked at whose minute may be over.
+constexpr std::chrono::seconds kLook{1};
+
 /// Both logs, and the thread that tells of floods when their period is over.
 class Logs {
   public:
@@ -33,7 +36,7 @@ class Logs {
             const std::lock_guard guard(mutex_);
             stops_ = true;
         }
-        changed_.notify_all();
+        stopped_.notify_all();
         teller_.join();
         operations.stop();
         security.stop();
@@ -46,10 +49,8 @@ class Logs {
         }
         {
             const std::lock_guard guard(mutex_);
-            if (!stops_ && !refusals_.standsByItself(record, std::chrono::steady_clock::now())) {
-                changed_.notify_all();
+            if (!stops_ && !refusals_.standsByItself(record, std::chrono::steady_clock::now()))
                 return;
-            }
         }
         security.write(std::move(record));
     }
@@ -60,13 +61,9 @@ class Logs {
   private:
     void tellFloods() {
         std::unique_lock lock(mutex_);
-        while (!stops_) {
-            const auto due = refusals_.due();
-            if (!due)
-                changed_.wait(lock);
-            else if (changed_.wait_until(lock, *due) == std::cv_status::timeout)
-                tell(refusals_.take(std::chrono::steady_clock::now()), lock);
-        }
+        // looks by itself, so that no refusal of a flood has to wake it
+        while (!stopped_.wait_for(lock, kLook, [this] { return stops_; }))
+            tell(refusals_.take(std::chrono::steady_clock::now()), lock);
         tell(refusals_.takeAll(), lock);
     }
 
@@ -80,7 +77,7 @@ class Logs {
     std::mutex mutex_;  // guards the two below
     RefusalSummary refusals_;
     bool stops_ = false;
-    std::condition_variable changed_;
+    std::condition_variable stopped_;
     std::thread teller_;
 };
 

@@ -1,7 +1,5 @@
 #include "refusal_summary.h"
 
-#include <algorithm>
-
 namespace NS_CORBA {
 
 namespace {
@@ -63,15 +61,6 @@ std::vector<SecurityRecord> RefusalSummary::take(Time now) {
 
 std::vector<SecurityRecord> RefusalSummary::takeAll() {
     return take(Time::max());
-}
-
-std::optional<RefusalSummary::Time> RefusalSummary::due() const {
-    std::optional<Time> earliest;
-    for (const auto& [key, period] : periods_) {
-        if (period.counted > 0)
-            earliest = std::min(earliest.value_or(period.end), period.end);
-    }
-    return earliest;
 }
 
 SecurityRecord RefusalSummary::told(const Key& key, const Period& period) {

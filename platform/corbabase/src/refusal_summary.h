@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -32,8 +31,6 @@ class RefusalSummary {
     std::vector<kelp::oplog::SecurityRecord> take(Time now);
     /// The same, for all whose period is not over too.
     std::vector<kelp::oplog::SecurityRecord> takeAll();
-    /// When take() has something next; none while nothing is counted.
-    std::optional<Time> due() const;
 
   private:
     struct Period {

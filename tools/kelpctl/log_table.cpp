@@ -41,7 +41,7 @@ const std::vector<Column>& columnsOf(LogKind kind) {
         user,
         nms,
         peer,
-        {"OPERATION", 24, [](const LogEntry& entry) { return entry.operation; }},
+        {"OPERATION", 36, [](const LogEntry& entry) { return entry.operation; }},
         object,
         {"MS", 8, durationText},
         outcome};

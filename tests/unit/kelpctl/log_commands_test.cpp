@@ -84,7 +84,7 @@ TEST_F(LogCommands, OplogPrintsATable) {
     EXPECT_THAT(lines[0], testing::MatchesRegex("TIME +USER +NMS +PEER +OPERATION +OBJECT +MS +OUTCOME"));
     EXPECT_EQ(lines[1],
               "2025-03-01T12:00:00.123Z  nms1          10.0.0.1:700           10.0.0.2:800           "
-              "getManager                manager EMS           1.5       ok");
+              "getManager                            manager EMS           1.5       ok");
     EXPECT_THAT(lines[2], HasSubstr("  a name much longer than its column is  manager EMS  "));
 }
 

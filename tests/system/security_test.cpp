@@ -26,6 +26,13 @@ class Security : public ::testing::Test {
         host.addUser("alice");
         host.addUser("bob");
     }
+    /// With alice as NMS 0 and bob as NMS 1: the database is followed again. The host stops.
+    void expectDisablingEndsTheSessionOfAlice(NmsProcess& nms) {
+        host.user({"disable", "alice"});
+        EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
+        EXPECT_TRUE(nms.hasSession(1));
+        EXPECT_EQ(host.stop(), 0);
+    }
     /// The host's session factory for callers that come from another address than 127.0.0.1.
     std::string factoryOver(const TcpRelay& relay) const {
         return "corbaloc:iiop:1.2@" + relay.hostAndPort() + "/%ffV4800%00EMSSessionFactory";
@@ -127,10 +134,7 @@ TEST_F(Security, ADatabaseThatIsDamagedOrGoneRefusesUntilItIsBack) {
     std::filesystem::rename(away, file);
     EXPECT_TRUE(eventually([&] { return nms.tryLogIn(1, "bob", Host::kPassword).empty(); }));
     EXPECT_TRUE(nms.hasSession(0));
-    host.user({"disable", "alice"});
-    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
-    EXPECT_TRUE(nms.hasSession(1));
-    EXPECT_EQ(host.stop(), 0);
+    expectDisablingEndsTheSessionOfAlice(nms);
 }
 
 TEST_F(Security, ADatabaseThatAnotherProcessLocksRefusesUntilItIsUnlocked) {
@@ -148,10 +152,7 @@ TEST_F(Security, ADatabaseThatAnotherProcessLocksRefusesUntilItIsUnlocked) {
     EXPECT_EQ(nms.tryLogIn(1, "bob", Host::kPassword), "");
     EXPECT_TRUE(host.log().waitFor("the user database can be read again"));
     EXPECT_TRUE(nms.hasSession(0));
-    host.user({"disable", "alice"});
-    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
-    EXPECT_TRUE(nms.hasSession(1));
-    EXPECT_EQ(host.stop(), 0);
+    expectDisablingEndsTheSessionOfAlice(nms);
 }
 
 /// What becomes of the file while the host has it open: its first bytes, then others.
@@ -180,10 +181,7 @@ TEST_P(DamagedInPlace, RefusesUntilTheContentIsBack) {
     overwrite(file, good);
     EXPECT_TRUE(eventually([&] { return nms.tryLogIn(1, "bob", Host::kPassword).empty(); }));
     EXPECT_TRUE(nms.hasSession(0));
-    host.user({"disable", "alice"});
-    EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
-    EXPECT_TRUE(nms.hasSession(1));
-    EXPECT_EQ(host.stop(), 0);
+    expectDisablingEndsTheSessionOfAlice(nms);
 }
 
 INSTANTIATE_TEST_SUITE_P(Security, DamagedInPlace,

@@ -3,13 +3,14 @@
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/operation_record.h>
 #include <kelp/corbabase/trace.h>
-#include <kelp/util/thread_context.h>
 
 #include <exception>
 #include <string>
 #include <vector>
 
 #include <mtnm/globaldefs.h>
+
+#include "session_name_parts.h"
 
 namespace NS_CORBA {
 
@@ -22,10 +23,7 @@ using kelp::orb::RequestInfo;
 constexpr const char* kFile = "requestrecording";
 constexpr const char* kFactoryId = "EMSSessionFactory";
 constexpr const char* kChannelPoa = "notification";
-const std::string kUserNameTag = "<USERNAME_TAG>";
-const std::string kUserNameEndTag = "</USERNAME_TAG>";
-const std::string kIpAndPortTag = "<IPANDPORT_TAG>";
-const std::string kIpAndPortEndTag = "</IPANDPORT_TAG>";
+constexpr const char* kSessionNameBegin = "<USERNAME_TAG>";
 
 /// One entry a request in hand: whether its record is wanted.
 std::vector<char>& scopes() {
@@ -33,12 +31,8 @@ std::vector<char>& scopes() {
     return instance;
 }
 
-std::string tagged(const std::string& name, const std::string& tag, const std::string& endTag) {
-    return NS_UTIL::SelfUtilCommon::Instance()->GetValByTag(name, tag, endTag, static_cast<int>(tag.size()));
-}
-
 bool isSessionName(const std::string& topPoaName) {
-    return topPoaName.starts_with(kUserNameTag);
+    return topPoaName.starts_with(kSessionNameBegin);
 }
 
 /// What a session's POA tree, or another of the EMS, keeps where.
@@ -85,8 +79,8 @@ void write(const RequestInfo& request, std::string outcome) {
     record.operation = operationOf(request);
     record.outcome = std::move(outcome);
     if (isSessionName(request.topPoaName())) {
-        record.user = tagged(request.topPoaName(), kUserNameTag, kUserNameEndTag);
-        record.nmsAddress = tagged(request.topPoaName(), kIpAndPortTag, kIpAndPortEndTag);
+        record.user = userOfSessionName(request.topPoaName());
+        record.nmsAddress = nmsAddressOfSessionName(request.topPoaName());
     }
     tellTarget(request, record);
     AuditTrail::Instance().Write(std::move(record));

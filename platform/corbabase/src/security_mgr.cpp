@@ -4,7 +4,6 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/corbabase/user_database.h>
 #include <kelp/orb/request.h>
-#include <kelp/util/thread_context.h>
 
 #include <chrono>
 #include <exception>
@@ -19,6 +18,7 @@
 #include "live_logins.h"
 #include "login_throttle.h"
 #include "oss_networks.h"
+#include "session_name_parts.h"
 #include "singleton.h"
 
 namespace NS_CORBA {
@@ -29,9 +29,6 @@ constexpr const char* kFile = "corbasecuritymgr";
 constexpr int kUnknownUser = -1;
 
 std::atomic<CorbaSecurityMgr*> theInstance{nullptr};
-
-const std::string kUserNameTag = "<USERNAME_TAG>";
-const std::string kUserNameEndTag = "</USERNAME_TAG>";
 
 void traceUnusable(const char* operation, const std::exception& failure) {
     GetTss()->Set(kFile, "unknown", __LINE__);
@@ -295,8 +292,7 @@ void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& us
 }
 
 int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
-    const std::string user = NS_UTIL::SelfUtilCommon::Instance()->GetValByTag(
-        sessionName, kUserNameTag, kUserNameEndTag, static_cast<int>(kUserNameTag.size()));
+    const std::string user = userOfSessionName(sessionName);
     if (user.empty())
         return kUnknownUser;
     if (const std::optional<std::int64_t> id = state_->live.userId(user))

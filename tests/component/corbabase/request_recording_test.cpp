@@ -58,6 +58,17 @@ class RequestRecording : public testing::Test {
         return nmsSession::NmsSession_I::_unchecked_narrow(remote.in());
     }
 
+    /// One that was there.
+    static nmsSession::NmsSession_I_var gone() {
+        const PortableServer::POA_var root = base().GetRootPoa();
+        const PortableServer::POAManager_var manager = root->the_POAManager();
+        const PortableServer::POA_var poa = makePersistentPoa(root.in(), manager.in(), "V4800");
+        nmsSession::NmsSession_I_var session = wired(poa.in(), "gone");
+        const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId("gone");
+        poa->deactivate_object(id.in());
+        return session;
+    }
+
     TemporaryDirectory folder_;
     BaseOrb orb_{kFreePort + OpenLogs::toml(folder_)};
     OpenLogs logs_{folder_};
@@ -119,13 +130,7 @@ TEST_F(RequestRecording, NamesTheExceptionOfARequestThatFails) {
 }
 
 TEST_F(RequestRecording, KeepsRequestsForObjectsThatAreNotThere) {
-    const PortableServer::POA_var root = base().GetRootPoa();
-    const PortableServer::POAManager_var manager = root->the_POAManager();
-    const PortableServer::POA_var poa = makePersistentPoa(root.in(), manager.in(), "V4800");
-    const auto session = wired(poa.in(), "gone");
-    const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId("gone");
-    poa->deactivate_object(id.in());
-    EXPECT_THROW(session->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THROW(gone()->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
     const auto records = logs_.operations();
     ASSERT_THAT(records, SizeIs(1));
     EXPECT_EQ(records[0].operation, "eventLossCleared");
@@ -159,13 +164,7 @@ TEST_F(RequestRecording, PutsRefusedCallersIntoTheSecurityLogOnly) {
 
 TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatTheyWereAnswered) {
     configure(kFreePort + OpenLogs::toml(folder_) + "[access]\nallowed_oss = [\"192.0.2.0/24\"]\n");
-    const PortableServer::POA_var root = base().GetRootPoa();
-    const PortableServer::POAManager_var manager = root->the_POAManager();
-    const PortableServer::POA_var poa = makePersistentPoa(root.in(), manager.in(), "V4800");
-    const auto session = wired(poa.in(), "gone");
-    const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId("gone");
-    poa->deactivate_object(id.in());
-    EXPECT_THROW(session->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THROW(gone()->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
     EXPECT_THAT(logs_.operations(), IsEmpty());
     const auto records = logs_.security();
     ASSERT_THAT(records, SizeIs(1));

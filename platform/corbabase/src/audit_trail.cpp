@@ -129,9 +129,9 @@ void AuditTrail::UpdateRetention() {
     state_->held->security.setRetention(kelp::oplog::configuredSecurityLog().retention);
 }
 
-void AuditTrail::Write(kelp::oplog::OperationRecord record) noexcept {
+void AuditTrail::Write(const kelp::oplog::OperationRecord& record) noexcept {
     if (Logs* const logs = state_->logs.load())
-        logs->operations.write(std::move(record));
+        logs->operations.write(record);
 }
 
 void AuditTrail::Write(SecurityRecord record) noexcept {

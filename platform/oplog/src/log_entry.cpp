@@ -13,18 +13,6 @@ namespace {
 
 using std::chrono::days;
 
-struct Field {
-    std::string LogEntry::*text;
-    std::size_t bytesMax;
-};
-
-/// Longer than anything an NMS needs, so short that a full queue stays bounded.
-constexpr Field kFields[] = {
-    {&LogEntry::user, 256},      {&LogEntry::nmsAddress, 128}, {&LogEntry::peer, 128},
-    {&LogEntry::operation, 128}, {&LogEntry::objectKind, 32},  {&LogEntry::object, 512},
-    {&LogEntry::outcome, 256},   {&LogEntry::detail, 1024},
-};
-
 }  // namespace
 
 UtcTime now() {
@@ -90,7 +78,7 @@ std::string textOf(SecurityEvent event) {
     return "";
 }
 
-std::string textOf(ObjectKind kind) {
+const char* wordOf(ObjectKind kind) {
     switch (kind) {
         case ObjectKind::Unknown:
             return "";
@@ -109,7 +97,7 @@ std::string textOf(ObjectKind kind) {
 }
 
 void cut(LogEntry& entry) {
-    for (const Field& field : kFields) {
+    for (const TextField& field : kTextFields) {
         // a byte too many, so that the escaping marks the text as cut
         if (std::string& text = entry.*field.text; text.size() > field.bytesMax) {
             text.resize(field.bytesMax + 1);
@@ -119,7 +107,7 @@ void cut(LogEntry& entry) {
 }
 
 void escape(LogEntry& entry) {
-    for (const Field& field : kFields)
+    for (const TextField& field : kTextFields)
         entry.*field.text = util::escaped(entry.*field.text, field.bytesMax);
 }
 

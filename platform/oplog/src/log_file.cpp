@@ -13,10 +13,9 @@ namespace kelp::oplog {
 
 namespace {
 
-constexpr int kSchemaVersion = 1;
 constexpr int kReadBusyMs = 2000;
 
-constexpr const char* kSchema = R"(
+constexpr const char* kSecuritySchema = R"(
 CREATE TABLE record (
     id INTEGER PRIMARY KEY,
     time_ms INTEGER NOT NULL,
@@ -39,13 +38,33 @@ CREATE TABLE head (one INTEGER PRIMARY KEY CHECK (one = 1), id INTEGER NOT NULL,
 CREATE TABLE side_file (name TEXT PRIMARY KEY) STRICT;
 )";
 
-/// "KOPL" and "KAUD" in the file's header: another program's database is not taken for ours.
-int applicationId(LogKind kind) {
-    return kind == LogKind::Operations ? 0x4B4F504C : 0x4B415544;
-}
+/// A block's id is that of its last record. A gap record, which tells of `missing` records, is a block of its
+/// own.
+constexpr const char* kOperationSchema = R"(
+CREATE TABLE block (
+    id INTEGER PRIMARY KEY,
+    records INTEGER NOT NULL,
+    missing INTEGER NOT NULL,
+    from_ms INTEGER NOT NULL,
+    until_ms INTEGER NOT NULL,
+    data BLOB NOT NULL
+) STRICT;
+CREATE INDEX block_time ON block (until_ms);
+CREATE TABLE last (one INTEGER PRIMARY KEY CHECK (one = 1), id INTEGER NOT NULL) STRICT;
+CREATE TABLE side_file (name TEXT PRIMARY KEY) STRICT;
+)";
 
-std::string nameOf(LogKind kind) {
-    return kind == LogKind::Operations ? "operation log" : "security log";
+struct Format {
+    /// "KOPL" and "KAUD" in the file's header: another program's database is not taken for ours.
+    int applicationId;
+    int version;
+    const char* schema;
+    const char* name;
+};
+
+Format formatOf(LogKind kind) {
+    return kind == LogKind::Operations ? Format{0x4B4F504C, 2, kOperationSchema, "operation log"}
+                                       : Format{0x4B415544, 1, kSecuritySchema, "security log"};
 }
 
 std::string systemText(int error) {
@@ -75,19 +94,21 @@ void prepareSchema(SQLite::Database& database, LogKind kind) {
     if (pragma(database, "user_version") != 0 ||
         database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() > 0)
         return;
-    database.exec(kSchema);
-    database.exec("PRAGMA application_id = " + std::to_string(applicationId(kind)));
-    database.exec("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+    const Format format = formatOf(kind);
+    database.exec(format.schema);
+    database.exec("PRAGMA application_id = " + std::to_string(format.applicationId));
+    database.exec("PRAGMA user_version = " + std::to_string(format.version));
     transaction.commit();
 }
 
 void requireKind(SQLite::Database& database, const std::filesystem::path& file, LogKind kind) {
-    if (pragma(database, "application_id") != applicationId(kind))
-        throw LogFailure(file.string() + " is no " + nameOf(kind));
-    if (const int version = pragma(database, "user_version"); version != kSchemaVersion)
-        throw LogFailure(nameOf(kind) + " " + file.string() + " has schema version " +
+    const Format format = formatOf(kind);
+    if (pragma(database, "application_id") != format.applicationId)
+        throw LogFailure(file.string() + " is no " + format.name);
+    if (const int version = pragma(database, "user_version"); version != format.version)
+        throw LogFailure(std::string(format.name) + " " + file.string() + " has schema version " +
                          std::to_string(version) + "; this program knows version " +
-                         std::to_string(kSchemaVersion));
+                         std::to_string(format.version));
 }
 
 }  // namespace
@@ -141,7 +162,7 @@ void awaitSchema(SQLite::Database& database) {
 
 std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& file, LogKind kind) {
     if (std::error_code error; !std::filesystem::exists(file, error))
-        throw LogFailure(nameOf(kind) + " " + file.string() + " does not exist");
+        throw LogFailure(std::string(formatOf(kind).name) + " " + file.string() + " does not exist");
     auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READONLY, kReadBusyMs);
     awaitSchema(*database);
     requireKind(*database, file, kind);

@@ -1,10 +1,8 @@
 #include "log_queue.h"
 
 #include <algorithm>
-#include <iterator>
+#include <limits>
 #include <utility>
-
-#include "entry_rules.h"
 
 namespace kelp::oplog {
 
@@ -14,18 +12,21 @@ constexpr std::chrono::milliseconds kGather{100};
 constexpr std::size_t kGatherEnough = 5000;
 }  // namespace
 
-bool LogQueue::put(LogEntry entry) {
-    cut(entry);
+bool LogQueue::put(const RecordView& record) {
     std::unique_lock lock(mutex_);
     if (closed_)
         return false;
     ++counts_.taken;
     if (waiting() >= max_ && !waitForRoom(lock)) {
-        countMissing(entry.time);
+        countMissing(record.time);
         return false;
     }
-    entries_.push_back(std::move(entry));
-    if (entries_.size() == 1 || entries_.size() == kGatherEnough || waiting() == max_)
+    const bool isFirst = items_.empty();
+    if (isFirst || items_.back().gap || items_.back().records.isFull())
+        items_.emplace_back();
+    items_.back().records.add(record);
+    ++inItems_;
+    if (isFirst || inItems_ == kGatherEnough || waiting() == max_)
         filled_.notify_one();
     return true;
 }
@@ -46,10 +47,10 @@ bool LogQueue::waitForRoom(std::unique_lock<std::mutex>& lock) {
 void LogQueue::countMissing(UtcTime time) {
     ++counts_.missing;
     if (gap_ == nullptr) {
-        LogEntry gap;
-        gap.time = gap.until = time;
-        gap.outcome = "missing";
-        gap_ = &entries_.emplace_back(std::move(gap));
+        auto gap = std::make_unique<LogEntry>();
+        gap->time = gap->until = time;
+        gap->outcome = "missing";
+        gap_ = items_.emplace_back(Item{{}, std::move(gap)}).gap.get();
     }
     ++gap_->missing;
     gap_->time = std::min(gap_->time, time);
@@ -57,7 +58,7 @@ void LogQueue::countMissing(UtcTime time) {
 }
 
 std::size_t LogQueue::waiting() const {
-    return entries_.size() - (gap_ != nullptr ? 1 : 0) + inHand_;
+    return inItems_ + inHand_;
 }
 
 void LogQueue::close() {
@@ -73,40 +74,30 @@ void LogQueue::wake() {
     filled_.notify_all();
 }
 
-std::vector<LogEntry> LogQueue::take(std::size_t most, std::chrono::milliseconds idle) {
+LogBatch LogQueue::take(std::size_t most, std::chrono::milliseconds idle) {
     std::unique_lock lock(mutex_);
-    filled_.wait_for(lock, idle, [this] { return closed_ || woken_ || !entries_.empty(); });
+    filled_.wait_for(lock, idle, [this] { return closed_ || woken_ || !items_.empty(); });
     woken_ = false;
     awaitWaiters(lock);
-    if (entries_.empty())
+    if (items_.empty())
         return {};
     filled_.wait_for(lock, kGather,
-                     [this] { return closed_ || entries_.size() >= kGatherEnough || waiting() >= max_; });
-    return moveOut(beforeGap(most));
+                     [this] { return closed_ || inItems_ >= kGatherEnough || waiting() >= max_; });
+    return moveOut(most);
 }
 
-std::size_t LogQueue::beforeGap(std::size_t most) const {
-    most = std::min(most, entries_.size());
-    if (gap_ == nullptr)
-        return most;
-    std::size_t count = 0;
-    while (count < most && &entries_[count] != gap_)
-        ++count;
-    return std::max<std::size_t>(count, 1);
-}
-
-bool LogQueue::reopenGap(const std::vector<LogEntry>& batch) {
-    if (batch.size() != 1 || batch.front().missing == 0)
+bool LogQueue::reopenGap(const LogBatch& batch) {
+    if (!batch.gap)
         return false;
     const std::lock_guard guard(mutex_);
     inHandHasGap_ = false;
     if (gap_ == nullptr) {
-        gap_ = &entries_.emplace_front(batch.front());
+        gap_ = items_.emplace_front(Item{{}, std::make_unique<LogEntry>(*batch.gap)}).gap.get();
         return true;
     }
-    gap_->missing += batch.front().missing;
-    gap_->time = std::min(gap_->time, batch.front().time);
-    gap_->until = std::max(gap_->until, batch.front().until);
+    gap_->missing += batch.gap->missing;
+    gap_->time = std::min(gap_->time, batch.gap->time);
+    gap_->until = std::max(gap_->until, batch.gap->until);
     return true;
 }
 
@@ -115,23 +106,30 @@ void LogQueue::awaitWaiters(std::unique_lock<std::mutex>& lock) {
         filled_.wait(lock, [this] { return waiters_ == 0; });
 }
 
-std::vector<LogEntry> LogQueue::takeRest() {
+std::deque<LogBatch> LogQueue::takeRest() {
     std::unique_lock lock(mutex_);
     awaitWaiters(lock);
-    return moveOut(entries_.size());
+    std::deque<LogBatch> batches;
+    while (!items_.empty())
+        batches.push_back(moveOut(std::numeric_limits<std::size_t>::max()));
+    return batches;
 }
 
-std::vector<LogEntry> LogQueue::moveOut(std::size_t most) {
-    std::vector<LogEntry> batch;
-    const std::size_t count = std::min(most, entries_.size());
-    batch.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        if (&entries_.front() == gap_)
-            gap_ = nullptr;
-        inHandHasGap_ = inHandHasGap_ || entries_.front().missing > 0;
-        inHand_ += entries_.front().missing > 0 ? 0 : 1;
-        batch.push_back(std::move(entries_.front()));
-        entries_.pop_front();
+LogBatch LogQueue::moveOut(std::size_t most) {
+    LogBatch batch;
+    if (items_.front().gap) {
+        batch.gap = std::move(*items_.front().gap);
+        gap_ = nullptr;
+        inHandHasGap_ = true;
+        items_.pop_front();
+        return batch;
+    }
+    for (std::size_t taken = 0; taken < most && !items_.empty() && !items_.front().gap; items_.pop_front()) {
+        const std::size_t count = items_.front().records.count();
+        taken += count;
+        inItems_ -= count;
+        inHand_ += count;
+        batch.pieces.push_back(std::move(items_.front().records));
     }
     return batch;
 }
@@ -157,8 +155,7 @@ bool LogQueue::closedWithin(std::chrono::milliseconds time) {
 
 bool LogQueue::emptyWithin(std::chrono::milliseconds time) {
     std::unique_lock lock(mutex_);
-    return written_.wait_for(lock, time,
-                             [this] { return entries_.empty() && inHand_ == 0 && !inHandHasGap_; });
+    return written_.wait_for(lock, time, [this] { return items_.empty() && inHand_ == 0 && !inHandHasGap_; });
 }
 
 void LogQueue::setFails(bool fails) {

@@ -4,8 +4,10 @@
 
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
-#include <vector>
+
+#include "log_batch.h"
 
 namespace kelp::oplog {
 
@@ -16,19 +18,19 @@ class LogQueue {
     LogQueue(std::size_t max, std::chrono::milliseconds stallMax) : max_(max), stallMax_(stallMax) {}
 
     /// False when the record found no place (it is counted in a gap record) or the queue is closed.
-    bool put(LogEntry entry);
+    bool put(const RecordView& record);
     /// No more records; whoever waits for a place goes on.
     void close();
 
-    /// Waits for records, and then a little longer for more of them, up to `most`. A gap record comes alone,
-    /// so that it can grow until all before it is written. Empty when `idle` has passed or the queue is
-    /// closed and empty.
-    std::vector<LogEntry> take(std::size_t most, std::chrono::milliseconds idle);
+    /// Waits for records, and then a little longer for more of them, up to `most` or a piece more. A gap
+    /// record comes alone, so that it can grow until all before it is written. Empty when `idle` has passed
+    /// or the queue is closed and empty.
+    LogBatch take(std::size_t most, std::chrono::milliseconds idle);
     /// A gap record that was taken and not written goes back to its place, to grow further. False: the batch
     /// is none.
-    bool reopenGap(const std::vector<LogEntry>& batch);
+    bool reopenGap(const LogBatch& batch);
     /// All that is there, without waiting.
-    std::vector<LogEntry> takeRest();
+    std::deque<LogBatch> takeRest();
     /// What was taken is written, or given up for the side file.
     void done(bool isAside);
 
@@ -47,8 +49,7 @@ class LogQueue {
     /// A closed queue is not empty before those who waited for a place have been counted.
     void awaitWaiters(std::unique_lock<std::mutex>& lock);
     std::size_t waiting() const;
-    std::size_t beforeGap(std::size_t most) const;
-    std::vector<LogEntry> moveOut(std::size_t most);
+    LogBatch moveOut(std::size_t most);
 
     const std::size_t max_;
     const std::chrono::milliseconds stallMax_;
@@ -56,8 +57,14 @@ class LogQueue {
     std::condition_variable filled_;
     std::condition_variable room_;
     std::condition_variable written_;
-    std::deque<LogEntry> entries_;
-    LogEntry* gap_ = nullptr;  ///< the gap record among the entries; there is one at most
+    /// A piece of records, or the gap record, of which there is one at most.
+    struct Item {
+        PackedRecords records;
+        std::unique_ptr<LogEntry> gap;
+    };
+    std::deque<Item> items_;
+    LogEntry* gap_ = nullptr;  ///< the gap record among the items
+    std::size_t inItems_ = 0;  ///< records, without the gap record
     std::size_t inHand_ = 0;   ///< records taken and not yet done
     bool inHandHasGap_ = false;
     std::size_t waiters_ = 0;  ///< threads that wait for a place

@@ -4,25 +4,10 @@
 
 #include <utility>
 
-#include "entry_rules.h"
-#include "hash_chain.h"
-#include "retention.h"
+#include "operation_blocks.h"
 #include "side_file.h"
 
 namespace kelp::oplog {
-
-namespace {
-
-LogEntry noteOf(const std::string& event, const std::string& object, const std::string& detail) {
-    LogEntry entry;
-    entry.time = entry.until = now();
-    entry.operation = event;
-    entry.object = object;
-    entry.detail = detail;
-    return entry;
-}
-
-}  // namespace
 
 template <class Body>
 void LogStore::guarded(Body body) {
@@ -39,16 +24,16 @@ void LogStore::guarded(Body body) {
     } catch (const LogFailure& failure) {
         close();
         if (failure.isDamage() && damaged_ == Damaged::IsSetAside) {
-            aside_ = setAside(file_);
+            memory_.aside = setAside(file_);
             util::traceFrom("oplog", std::string("[LogStore] ") + failure.what() + "; set aside as " +
-                                         aside_.string() + ", a new one is begun");
+                                         memory_.aside.string() + ", a new one is begun");
         }
         throw;
     }
 }
 
 void LogStore::close() {
-    insert_.reset();
+    table_.reset();
     database_.reset();
 }
 
@@ -59,7 +44,10 @@ void LogStore::open() {
 void LogStore::openNow() {
     database_ = openForWriting(file_, kind_, busy_);
     identity_ = identityOf(file_);
-    insert_ = std::make_unique<RecordInsert>(*database_);
+    if (kind_ == LogKind::Security)
+        table_ = std::make_unique<ChainedRows>(*database_, memory_);
+    else
+        table_ = std::make_unique<OperationBlocks>(*database_);
     takeInSideFiles();
 }
 
@@ -73,13 +61,11 @@ void LogStore::takeInSideFiles() {
         // a file whose records went in but that a crash left there is not taken in twice
         SQLite::Statement mark(*database_, "INSERT INTO side_file (name) VALUES (?1) ON CONFLICT DO NOTHING");
         mark.bind(1, name);
-        ChainHead head = readHead();
         const bool isNew = mark.exec() > 0;
-        if (isNew) {
-            appendTo(head, entries);
-            writeHead(head);
-        }
+        if (isNew)
+            table_->append(entries);
         transaction.commit();
+        table_->committed();
         std::error_code ignored;
         std::filesystem::remove(each, ignored);
         if (isNew)
@@ -88,104 +74,35 @@ void LogStore::takeInSideFiles() {
     }
 }
 
-void LogStore::append(std::vector<LogEntry>& entries) {
+template <class Records>
+void LogStore::appendAll(Records& records) {
     guarded([&] {
         SQLite::Transaction transaction(*database_, SQLite::TransactionBehavior::IMMEDIATE);
-        std::vector<LogEntry> before = notes();
-        ChainHead head = readHead();
-        appendTo(head, before);
-        appendTo(head, entries);
-        writeHead(head);
+        table_->append(records);
         transaction.commit();
-        known_ = head;
-        aside_.clear();
+        table_->committed();
     });
 }
 
-/// What the security log has to tell of itself before the next record.
-std::vector<LogEntry> LogStore::notes() {
-    std::vector<LogEntry> notes;
-    if (kind_ != LogKind::Security)
-        return notes;
-    if (!aside_.empty())
-        notes.push_back(noteOf("set-aside", aside_.filename().string(), "the file before was damaged"));
-    else if (known_.id > 0 && !isKnownHeadThere())
-        notes.push_back(noteOf("tampering", known_.text(), "this record was written here and is gone"));
-    const bool hasHead = database_->execAndGet("SELECT count(*) FROM head").getInt() > 0;
-    if (!hasHead && database_->execAndGet("SELECT count(*) FROM record").getInt() > 0)
-        notes.push_back(noteOf("tampering", "", "the noted head of the chain was missing"));
-    for (const LogEntry& each : notes)
-        util::traceFrom("oplog", "[LogStore] " + file_.string() + ": " + each.operation + " " + each.object +
-                                     ": " + each.detail);
-    return notes;
+void LogStore::append(const LogBatch& batch) {
+    appendAll(batch);
 }
 
-bool LogStore::isKnownHeadThere() {
-    SQLite::Statement query(*database_, "SELECT count(*) FROM record WHERE id = ?1 AND hash = ?2");
-    query.bind(1, known_.id);
-    query.bind(2, known_.hash);
-    return query.executeStep() && query.getColumn(0).getInt() > 0;
-}
-
-ChainHead LogStore::readHead() {
-    ChainHead head;
-    SQLite::Statement noted(*database_, "SELECT id, hash FROM head");
-    const bool isNoted = noted.executeStep();
-    if (isNoted) {
-        head.id = noted.getColumn(0).getInt64();
-        head.hash = noted.getColumn(1).getString();
-    }
-    SQLite::Statement last(*database_, "SELECT id, hash FROM record ORDER BY id DESC LIMIT 1");
-    if (last.executeStep() && last.getColumn(0).getInt64() > head.id) {
-        head.id = last.getColumn(0).getInt64();
-        if (!isNoted)
-            head.hash = last.getColumn(1).getString();
-    }
-    return head;
-}
-
-void LogStore::writeHead(const ChainHead& head) {
-    SQLite::Statement write(*database_,
-                            "INSERT INTO head (one, id, hash) VALUES (1, ?1, ?2) "
-                            "ON CONFLICT (one) DO UPDATE SET id = ?1, hash = ?2");
-    write.bind(1, head.id);
-    write.bind(2, head.hash);
-    write.exec();
-}
-
-void LogStore::appendTo(ChainHead& head, std::vector<LogEntry>& entries) {
-    std::vector<std::string> hashes;
-    hashes.reserve(entries.size());
-    for (LogEntry& entry : entries) {
-        escape(entry);
-        entry.id = ++head.id;
-        if (kind_ == LogKind::Security)
-            head.hash = hashOf(head.hash, entry);
-        hashes.push_back(head.hash);
-    }
-    insert_->insert(entries, hashes);
+void LogStore::append(std::vector<LogEntry>& entries) {
+    appendAll(entries);
 }
 
 bool LogStore::retain(std::uint64_t bytesMax, std::optional<UtcTime> oldest) {
     bool isMore = false;
     guarded([&] {
         SQLite::Transaction transaction(*database_, SQLite::TransactionBehavior::IMMEDIATE);
-        const std::optional<Removal> removal = removeOldest(*database_, bytesMax, oldest);
-        if (!removal)
+        const std::optional<bool> removed = table_->removeOldest(bytesMax, oldest);
+        if (!removed)
             return;
-        if (kind_ == LogKind::Security) {
-            std::vector<LogEntry> told{
-                noteOf(kRetentionEvent, std::to_string(removal->last.id), removal->last.hash)};
-            ChainHead head = readHead();
-            appendTo(head, told);
-            writeHead(head);
-            transaction.commit();
-            known_ = head;
-        } else {
-            transaction.commit();
-        }
+        transaction.commit();
+        table_->committed();
         database_->exec("PRAGMA incremental_vacuum");
-        isMore = removal->isMore;
+        isMore = *removed;
     });
     return isMore;
 }

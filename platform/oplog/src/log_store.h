@@ -1,11 +1,9 @@
 #pragma once
 
-#include <kelp/oplog/security_log.h>
-
 #include <vector>
 
+#include "chained_rows.h"
 #include "log_file.h"
-#include "record_insert.h"
 
 namespace kelp::oplog {
 
@@ -21,6 +19,7 @@ class LogStore {
     /// Opens the database, if it is not open, and takes in side files.
     void open();
     /// Appends all or none.
+    void append(const LogBatch& batch);
     void append(std::vector<LogEntry>& entries);
     /// Removes a part of what is older than `oldest`, if given, or more than so many bytes. True when there
     /// may be more to remove.
@@ -32,21 +31,17 @@ class LogStore {
     void close();
     void openNow();
     void takeInSideFiles();
-    ChainHead readHead();
-    void writeHead(const ChainHead& head);
-    std::vector<LogEntry> notes();
-    void appendTo(ChainHead& head, std::vector<LogEntry>& entries);
-    bool isKnownHeadThere();
+    template <class Records>
+    void appendAll(Records& records);
 
     const std::filesystem::path file_;
     const LogKind kind_;
     const std::chrono::milliseconds busy_;
     const Damaged damaged_;
     std::unique_ptr<SQLite::Database> database_;
-    std::unique_ptr<RecordInsert> insert_;
+    std::unique_ptr<RecordTable> table_;
     FileIdentity identity_;
-    ChainHead known_;              ///< what this object wrote last
-    std::filesystem::path aside_;  ///< a damaged file that the log has not told of yet
+    ChainMemory memory_;
 };
 
 }  // namespace kelp::oplog

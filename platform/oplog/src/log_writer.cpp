@@ -45,9 +45,9 @@ void LogWriter::stop() {
         thread_.join();
 }
 
-bool LogWriter::put(LogEntry entry) noexcept {
+bool LogWriter::put(const RecordView& record) noexcept {
     try {
-        return queue_.put(std::move(entry));
+        return queue_.put(record);
     } catch (...) {
         trace("a record is lost: " + util::currentExceptionText());
         return false;
@@ -66,18 +66,18 @@ void LogWriter::setRetention(const Retention& retention) {
 void LogWriter::run() {
     attempt([this] { store_.open(); });
     for (;;) {
-        std::vector<LogEntry> batch = queue_.take(kBatchMax, kIdle);
+        const LogBatch batch = queue_.take(kBatchMax, kIdle);
         if (batch.empty() && queue_.isClosed())
             return;
         if (!batch.empty() && !writeUntilDone(batch))
-            return giveUp(std::move(batch));
+            return giveUp(batch);
         // a stop does not wait for the removal of old records
         if (!queue_.isClosed())
             retain(!batch.empty());
     }
 }
 
-bool LogWriter::writeUntilDone(std::vector<LogEntry>& batch) {
+bool LogWriter::writeUntilDone(const LogBatch& batch) {
     std::optional<Clock::time_point> giveUpAt;
     milliseconds pause = kFirstPause;
     while (!attempt([&] { store_.append(batch); })) {
@@ -114,12 +114,14 @@ bool LogWriter::attempt(const std::function<void()>& work) {
     return true;
 }
 
-void LogWriter::giveUp(std::vector<LogEntry> batch) {
-    const std::vector<LogEntry> rest = queue_.takeRest();
-    batch.insert(batch.end(), rest.begin(), rest.end());
-    const std::string count = std::to_string(batch.size()) + " record(s)";
+void LogWriter::giveUp(const LogBatch& batch) {
+    std::vector<LogEntry> entries;
+    appendEntries(batch, entries);
+    for (const LogBatch& each : queue_.takeRest())
+        appendEntries(each, entries);
+    const std::string count = std::to_string(entries.size()) + " record(s)";
     try {
-        const std::filesystem::path file = writeSideFile(file_, std::move(batch));
+        const std::filesystem::path file = writeSideFile(file_, std::move(entries));
         trace(count + " went to the side file " + file.string() +
               ", which the next start takes in from beside " + file_.string());
     } catch (const std::exception& failure) {

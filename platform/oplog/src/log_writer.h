@@ -16,7 +16,7 @@ class LogWriter {
     LogWriter(const LogWriter&) = delete;
     LogWriter& operator=(const LogWriter&) = delete;
 
-    bool put(LogEntry entry) noexcept;
+    bool put(const RecordView& record) noexcept;
     void setRetention(const Retention& retention);
     bool flush(std::chrono::milliseconds deadline) { return queue_.emptyWithin(deadline); }
     LogCounts counts() const { return queue_.counts(); }
@@ -26,9 +26,9 @@ class LogWriter {
     using Clock = std::chrono::steady_clock;
 
     void run();
-    bool writeUntilDone(std::vector<LogEntry>& batch);
+    bool writeUntilDone(const LogBatch& batch);
     bool attempt(const std::function<void()>& work);
-    void giveUp(std::vector<LogEntry> batch);
+    void giveUp(const LogBatch& batch);
     void retain(bool hasGrown);
     void trace(const std::string& text) const;
 

@@ -1,7 +1,5 @@
 #include <kelp/oplog/operation_log.h>
 
-#include <utility>
-
 #include "entry_rules.h"
 #include "log_writer.h"
 
@@ -9,18 +7,13 @@ namespace kelp::oplog {
 
 namespace {
 
-LogEntry entryOf(OperationRecord&& record) {
-    LogEntry entry;
-    entry.time = entry.until = record.time;
-    entry.user = std::move(record.user);
-    entry.nmsAddress = std::move(record.nmsAddress);
-    entry.peer = std::move(record.peer);
-    entry.operation = std::move(record.operation);
-    entry.objectKind = textOf(record.objectKind);
-    entry.object = std::move(record.object);
-    entry.outcome = std::move(record.outcome);
-    entry.duration = record.duration;
-    return entry;
+RecordView viewOf(const OperationRecord& record) {
+    RecordView view;
+    view.time = record.time;
+    view.duration = record.duration;
+    view.texts = {record.user,   record.nmsAddress, record.peer, record.operation, wordOf(record.objectKind),
+                  record.object, record.outcome,    {}};
+    return view;
 }
 
 }  // namespace
@@ -30,8 +23,8 @@ OperationLog::OperationLog(const LogSettings& settings)
 
 OperationLog::~OperationLog() = default;
 
-bool OperationLog::write(OperationRecord record) noexcept {
-    return writer_->put(entryOf(std::move(record)));
+bool OperationLog::write(const OperationRecord& record) noexcept {
+    return writer_->put(viewOf(record));
 }
 
 void OperationLog::setRetention(const Retention& retention) {

@@ -32,7 +32,7 @@ SecurityLog::SecurityLog(const LogSettings& settings)
 SecurityLog::~SecurityLog() = default;
 
 bool SecurityLog::write(SecurityRecord record) noexcept {
-    return writer_->put(entryOf(std::move(record)));
+    return writer_->put(viewOf(entryOf(std::move(record))));
 }
 
 void SecurityLog::setRetention(const Retention& retention) {

@@ -133,7 +133,7 @@ TEST_F(LogCommands, ATableShowsTheNewestAndSaysSo) {
 TEST_F(LogCommands, AGapStandsOutInATable) {
     makeOperationLog({request("getManager")});
     SQLite::Database((folder / "oplog.db").string(), SQLite::OPEN_READWRITE)
-        .exec("UPDATE record SET missing = 42, until_ms = time_ms + 1000");
+        .exec("UPDATE block SET missing = 42, until_ms = from_ms + 1000");
     EXPECT_THAT(
         kelpctl("oplog").output,
         HasSubstr("2025-03-01T12:00:00.123Z  *** 42 record(s) missing until 2025-03-01T12:00:01.123Z\n"));

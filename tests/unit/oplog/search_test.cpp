@@ -125,10 +125,16 @@ TEST_F(SearchTest, TextOfAQueryIsNoPartOfTheStatement) {
 }
 
 TEST_F(SearchTest, AGapMeetsEveryConditionInWhoseTimeItLies) {
-    OtherConnection(database())
-        .exec("INSERT INTO record SELECT 5, " + std::to_string((kStart + 10min).time_since_epoch().count()) +
-              ", '', '', '', '', '', '', 'missing', '', NULL, 7, " +
-              std::to_string((kStart + 20min).time_since_epoch().count()) + ", ''");
+    LogSettings elsewhere = settings();
+    elsewhere.database = folder_ / "elsewhere.db";
+    OperationRecord gap;
+    gap.time = kStart + 10min;
+    gap.outcome = "missing";
+    OperationLog(elsewhere).write(gap);
+    OtherConnection log(database());
+    log.exec("ATTACH '" + elsewhere.database.string() + "' AS elsewhere");
+    log.exec("INSERT INTO block SELECT 5, 1, 7, from_ms, " +
+             std::to_string((kStart + 20min).time_since_epoch().count()) + ", data FROM elsewhere.block");
     EXPECT_THAT(foundBy(&LogQuery::user, "nms1"), ElementsAre("a", "c", "gap 7"));
     EXPECT_THAT(foundBy(&LogQuery::outcome, "failed"), ElementsAre("b", "gap 7"));
     EXPECT_THAT(foundBy(&LogQuery::since, kStart + 15min), ElementsAre("gap 7"));

@@ -114,9 +114,10 @@ TEST_F(StopTest, TheStopWritesAllThatWasTakenWhileManyWrite) {
     EXPECT_EQ(counts.waiting, 0u);
     EXPECT_EQ(counts.aside, 0u);
     OtherConnection other(database());
-    EXPECT_EQ(static_cast<std::uint64_t>(other.number("SELECT count(*) FROM record WHERE missing = 0")),
+    EXPECT_EQ(static_cast<std::uint64_t>(
+                  other.number("SELECT coalesce(sum(records), 0) FROM block WHERE missing = 0")),
               taken);
-    EXPECT_EQ(static_cast<std::uint64_t>(other.number("SELECT coalesce(sum(missing), 0) FROM record")),
+    EXPECT_EQ(static_cast<std::uint64_t>(other.number("SELECT coalesce(sum(missing), 0) FROM block")),
               counts.missing);
 }
 

@@ -22,7 +22,7 @@ class KELP_EXPORT AuditTrail {
     /// Takes over the limits that a re-read of the configuration changed.
     void UpdateRetention();
 
-    void Write(kelp::oplog::OperationRecord record) noexcept;
+    void Write(const kelp::oplog::OperationRecord& record) noexcept;
     /// Refusals of one kind from one address stand in the log one by one up to 20 a minute; those beyond are
     /// counted and told in one record when the minute is over, so that a flood of them neither pushes older
     /// records out of the log nor is lost from it.

@@ -57,7 +57,7 @@ class KELP_EXPORT OperationLog {
 
     /// Takes a record. Any thread; never throws, never waits for the disk, and for a place in the queue at
     /// most `stallMax`. False: the record is missing, counted.
-    bool write(OperationRecord record) noexcept;
+    bool write(const OperationRecord& record) noexcept;
 
     /// New limits, applied at once by the log's thread.
     void setRetention(const Retention& retention);

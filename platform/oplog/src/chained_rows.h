@@ -1,0 +1,42 @@
+#pragma once
+
+#include <kelp/oplog/security_log.h>
+
+#include <filesystem>
+
+#include "record_insert.h"
+#include "record_table.h"
+
+namespace kelp::oplog {
+
+/// What the writer of a chain knows beyond the database, also after the file was set aside or exchanged.
+struct ChainMemory {
+    ChainHead written;            ///< the last record that it wrote
+    std::filesystem::path aside;  ///< a damaged file that the log has not told of yet
+};
+
+/// A row a record, each with its hash: the security log.
+class ChainedRows final : public RecordTable {
+  public:
+    ChainedRows(SQLite::Database& database, ChainMemory& memory)
+        : database_(database), memory_(memory), insert_(database) {}
+
+    void append(std::vector<LogEntry>& entries) override;
+    void append(const LogBatch& batch) override;
+    std::optional<bool> removeOldest(std::uint64_t bytesMax, std::optional<UtcTime> oldest) override;
+    void committed() override;
+
+  private:
+    ChainHead readHead();
+    void writeHead(const ChainHead& head);
+    std::vector<LogEntry> notes();
+    void appendTo(ChainHead& head, std::vector<LogEntry>& entries);
+    bool isWrittenHeadThere();
+
+    SQLite::Database& database_;
+    ChainMemory& memory_;
+    RecordInsert insert_;
+    ChainHead uncommitted_;
+};
+
+}  // namespace kelp::oplog

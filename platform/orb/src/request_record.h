@@ -23,6 +23,7 @@ class RequestRecord final : public RequestInfo {
     void assign(const char* operation, const char* peerText, const Target& target);
 
     char* operation() const override;
+    const std::string& operationName() const override { return operation_; }
     const PeerAddress& peer() const override { return peer_; }
     const std::string& topPoaName() const override { return topPoaName_; }
     const std::string& childPoaName() const override { return childPoaName_; }

@@ -1,7 +1,5 @@
 #include <kelp/util/thread_context.h>
 
-#include <utility>
-
 namespace NS_UTIL {
 
 namespace {
@@ -32,9 +30,10 @@ ThreadContextMgr* ThreadContextMgr::Instance() {
     return &instance;
 }
 
-void ThreadContextMgr::SetThreadContext(ThreadContextInfo info) {
+void ThreadContextMgr::SetThreadContext(const ThreadContextInfo& info) {
+    // a copy and no move: the texts keep their room, so that the next request allocates none
     if (Record* const record = currentRecord())
-        record->info = std::move(info);
+        record->info = info;
 }
 
 ThreadContextInfo ThreadContextMgr::GetThreadContext() const {

@@ -54,15 +54,18 @@ void callHook(const char* point, Call call) {
 RequestRecord::Target targetOfKey(std::string_view key) {
     constexpr char nameMark = '\xff';
     constexpr char transientMark = '\xfe';
-    constexpr std::string_view marks("\xff\xfe\0", 3);
     constexpr std::size_t transientOctets = 8;
+    const auto endsName = [](char octet) {
+        return octet == nameMark || octet == transientMark || octet == '\0';
+    };
 
     RequestRecord::Target target;
     std::size_t depth = 0;
     while (!key.empty() && key.front() == nameMark) {
-        const std::size_t end = key.find_first_of(marks, 1);
-        if (end == std::string_view::npos)
+        const auto found = std::find_if(key.begin() + 1, key.end(), endsName);
+        if (found == key.end())
             return {};
+        const auto end = static_cast<std::size_t>(found - key.begin());
         if (depth == 0)
             target.topPoaName = key.substr(1, end - 1);
         else if (depth == 1)

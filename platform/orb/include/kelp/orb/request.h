@@ -33,6 +33,8 @@ class KELP_EXPORT RequestInfo {
     virtual ~RequestInfo() = default;
     /// The operation's name; the caller frees it (CORBA::string_free), as with the standard request info.
     virtual char* operation() const = 0;
+    /// The same, borrowed.
+    virtual const std::string& operationName() const = 0;
     virtual const PeerAddress& peer() const = 0;
     /// Name of the root POA's child that the target lives under; empty for an object outside the POA tree.
     virtual const std::string& topPoaName() const = 0;

@@ -3,6 +3,7 @@
 #include <kelp/util/export.h>
 
 #include <string>
+#include <string_view>
 
 namespace NS_UTIL {
 
@@ -33,8 +34,8 @@ class KELP_EXPORT ThreadContextInfo {
 class KELP_EXPORT ThreadContextMgr {
   public:
     static ThreadContextMgr* Instance();
-    /// Stores `info` for the calling thread, replacing what was there.
-    void SetThreadContext(ThreadContextInfo info);
+    /// Stores a copy of `info` for the calling thread, replacing what was there.
+    void SetThreadContext(const ThreadContextInfo& info);
     /// The calling thread's record; an empty one before the first SetThreadContext.
     ThreadContextInfo GetThreadContext() const;
     /// Forgets the calling thread's record (the request is served).
@@ -52,6 +53,9 @@ class KELP_EXPORT SelfUtilCommon {
     /// `openTagLength` is the opening tag's length in bytes; lengths beyond the text are harmless.
     std::string GetValByTag(const std::string& text, const std::string& openTag, const std::string& closeTag,
                             int openTagLength) const;
+    /// The same as a part of `text` itself.
+    std::string_view ViewByTag(std::string_view text, std::string_view openTag, std::string_view closeTag,
+                               int openTagLength) const;
 
   private:
     SelfUtilCommon() = default;

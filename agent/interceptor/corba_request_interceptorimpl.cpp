@@ -26,13 +26,9 @@ constexpr int kReleaseBySilence = 2;
 std::string clientKeyOfRequest() {
     const std::string context = NS_CORBA::TEUserHelper::GetNmsIPAddrByContext();
     const NS_UTIL::SelfUtilCommon& tags = *NS_UTIL::SelfUtilCommon::Instance();
-    return tags.GetValByTag(context, "<USERNAME_TAG>", "</USERNAME_TAG>", 14) +
-           tags.GetValByTag(context, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>", 15);
-}
-
-std::string operationOf(const kelp::orb::RequestInfo& ri) {
-    const CORBA::String_var operation = ri.operation();
-    return std::string(operation.in() == nullptr ? "" : operation.in());
+    std::string key(tags.ViewByTag(context, "<USERNAME_TAG>", "</USERNAME_TAG>", 14));
+    key += tags.ViewByTag(context, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>", 15);
+    return key;
 }
 
 /// An NMS calls these two without using its session.
@@ -43,17 +39,14 @@ bool isNoActivity(const std::string& operation) {
 }  // namespace
 
 void Corba_Request_InterceptorImpl::SetThreadContext(const kelp::orb::RequestInfo* ri) {
-    std::string operation;
+    NS_UTIL::ThreadContextInfo info;
+    info.SetThreadID(static_cast<int>(pthread_self()));
     if (ri != nullptr) {
-        operation = operationOf(*ri);
+        info.SetInterfaceName(ri->operationName());
     } else {
         tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(1, "[SetThreadContext] ri is null");
     }
-    NS_UTIL::ThreadContextInfo info;
-    info.SetThreadID(static_cast<int>(pthread_self()));
-    info.SetInterfaceName(operation);
-    info.SetOperUUID("");
     NS_UTIL::ThreadContextMgr::Instance()->SetThreadContext(info);
 }
 
@@ -63,9 +56,10 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
         refuse(ri);
     SetThreadContext(ri);
     const bool bySilence = base.GetSessionReleaseStrategy() == kReleaseBySilence;
+    const bool isActivity = bySilence && ri != nullptr && !isNoActivity(ri->operationName());
     std::string clientKey;
     try {
-        if (bySilence)
+        if (isActivity)
             clientKey = clientKeyOfRequest();
         NS_CORBA::TaWriteOperLog(ri, 0);
     } catch (const CORBA::Exception& ex) {
@@ -81,9 +75,8 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
             "[Server_Request_Interceptor::receive_request] get unknow excpetion while writing request "
             "operation log !");
     }
-    if (!bySilence || ri == nullptr || isNoActivity(operationOf(*ri)))
-        return;
-    signalSessions(clientKey);
+    if (isActivity)
+        signalSessions(clientKey);
 }
 
 void Corba_Request_InterceptorImpl::refuse(const kelp::orb::RequestInfo* ri) {

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <string_view>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -28,6 +29,11 @@ bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo, con
 
 std::string clientKeyOf(const SessionSource& source) {
     return source.get_user_name() + source.get_ip_and_port();
+}
+
+bool isClientKeyOf(const SessionSource& source, std::string_view clientKey) {
+    const std::string& user = source.get_user_name();
+    return clientKey.starts_with(user) && clientKey.substr(user.size()) == source.get_ip_and_port();
 }
 
 }  // namespace
@@ -134,7 +140,7 @@ bool SessionMgr::PinSessionsByClientKey(const std::string& clientKey,
     const auto [first, last] = sessionsByKey_.equal_range(hash);
     for (auto each = first; each != last; ++each) {
         const SessionSource* source = each->second->source();
-        if (source != nullptr && clientKeyOf(*source) == clientKey)
+        if (source != nullptr && isClientKeyOf(*source, clientKey))
             sessions.push_back(ServantRef<EmsSession_IImpl>::pin(each->second));
     }
     return true;

@@ -11,6 +11,7 @@
 #include "nms_reference_check.h"
 #include "orb_life.h"
 #include "oss_access.h"
+#include "published.h"
 #include "tls_renewal.h"
 
 #include <algorithm>
@@ -82,9 +83,8 @@ class ServiceLocation {
 }  // namespace
 
 struct CorbaBaseAgentConfig::State {
-    std::mutex initMutex;  // one Init at a time
-    mutable std::mutex mutex;
-    std::optional<SessionSettings> session;  // guarded by mutex; none before the first Init
+    std::mutex initMutex;                // one Init at a time
+    Published<SessionSettings> session;  // none before the first Init
     OssAccess access;
     ManagerRegistry managers;
     NamingRegistration registration;
@@ -93,12 +93,8 @@ struct CorbaBaseAgentConfig::State {
     TlsRenewal tlsRenewal;
 
     SessionSettings sessionSettings() const {
-        {
-            const std::lock_guard guard(mutex);
-            if (session)
-                return *session;
-        }
-        return readSessionSettings();
+        const SessionSettings* const settings = session.get();
+        return settings == nullptr ? readSessionSettings() : *settings;
     }
 
     bool startOrb();
@@ -155,8 +151,7 @@ bool CorbaBaseAgentConfig::State::startOrb() {
         tlsRenewal.stop();
     else
         tlsRenewal.start();
-    const std::lock_guard guard(mutex);
-    session = settings;
+    session.publish(settings);
     return true;
 }
 
@@ -214,8 +209,8 @@ void CorbaBaseAgentConfig::SetReqInterceptorImpl(RequestInterceptorBase* interce
 bool CorbaBaseAgentConfig::IsValidOssIP(std::uint32_t ipv4) const {
     if (ipv4 != 0)
         return state_->access.allowsIpv4(ipv4);
-    const std::optional<std::string> ipv6 = kelp::orb::currentPeer().ipv6;
-    return ipv6 && state_->access.allowsIpv6(*ipv6);
+    const kelp::orb::RequestInfo* const request = kelp::orb::currentRequest();
+    return request != nullptr && request->peer().ipv6 && state_->access.allowsIpv6(*request->peer().ipv6);
 }
 
 bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference) const {

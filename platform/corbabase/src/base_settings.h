@@ -14,6 +14,7 @@ struct SessionSettings {
     int pingIntervalS = 60;
     int callTimeoutS = 10;
     int silentTimeS = 1800;
+    bool operator==(const SessionSettings&) const = default;
 };
 
 SessionSettings readSessionSettings();

@@ -10,63 +10,67 @@
 namespace NS_CORBA {
 
 bool OssAccess::read(std::string& whyNot) {
-    const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     const std::lock_guard guard(mutex_);
+    return readLocked(whyNot);
+}
+
+bool OssAccess::readLocked(std::string& whyNot) {
+    const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     // first: what changes meanwhile is then read next time
-    generation_ = config.generation();
+    const std::uint64_t generation = config.generation();
     std::vector<std::string> networks = config.texts("access.allowed_oss");
     const auto names = std::stable_partition(networks.begin(), networks.end(), [](const std::string& each) {
         return !kelp::util::isHostName(each);
     });
-    std::vector<std::string> hostNames(names, networks.end());
+    Allowed read;
+    read.hostNames.assign(names, networks.end());
     networks.erase(names, networks.end());
-    OssNetworks read;
-    if (!read.parse(networks, whyNot))
-        return false;
-    networks_ = std::move(read);
-    hostNames_ = std::move(hostNames);
-    return true;
+    const bool isUsable = read.networks.parse(networks, whyNot);
+    if (isUsable)
+        allowed_.publish(std::move(read));
+    // last: whoever finds it up to date also finds the networks
+    generation_ = generation;
+    return isUsable;
 }
 
 bool OssAccess::allowsIpv4(std::uint32_t address) {
-    readWhenChanged();
-    const std::lock_guard guard(mutex_);
-    return networks_.containsIpv4(address);
+    return current().networks.containsIpv4(address);
 }
 
 bool OssAccess::allowsIpv6(const std::string& address) {
-    readWhenChanged();
-    const std::lock_guard guard(mutex_);
-    return networks_.containsIpv6(address);
+    return current().networks.containsIpv6(address);
 }
 
 bool OssAccess::allows(const kelp::orb::PeerAddress& peer) {
-    readWhenChanged();
-    const std::lock_guard guard(mutex_);
-    return networks_.contains(peer);
+    return current().networks.contains(peer);
 }
 
 bool OssAccess::allowsHostName(const std::string& name) {
-    readWhenChanged();
-    const std::lock_guard guard(mutex_);
-    return std::any_of(hostNames_.begin(), hostNames_.end(),
+    const std::vector<std::string>& hostNames = current().hostNames;
+    return std::any_of(hostNames.begin(), hostNames.end(),
                        [&](const std::string& each) { return kelp::util::isSameHostName(each, name); });
 }
 
-void OssAccess::readWhenChanged() {
-    {
+bool OssAccess::isRead() const {
+    return generation_ == NS_BUNDLEMGR1::ConfigStore::instance().generation();
+}
+
+const OssAccess::Allowed& OssAccess::current() {
+    static const Allowed nobody;
+    if (!isRead()) {
         const std::lock_guard guard(mutex_);
-        if (generation_ == NS_BUNDLEMGR1::ConfigStore::instance().generation())
-            return;
+        std::string whyNot;
+        // another request may have read it meanwhile
+        if (!isRead() && !readLocked(whyNot)) {
+            GetTss()->Set("ossaccess", "unknown", __LINE__);
+            TaTrace(
+                "[CorbaBaseAgentConfig::IsValidOssIP] access.allowed_oss: %s! The networks from before still "
+                "hold.",
+                whyNot.c_str());
+        }
     }
-    std::string whyNot;
-    if (!read(whyNot)) {
-        GetTss()->Set("ossaccess", "unknown", __LINE__);
-        TaTrace(
-            "[CorbaBaseAgentConfig::IsValidOssIP] access.allowed_oss: %s! The networks from before still "
-            "hold.",
-            whyNot.c_str());
-    }
+    const Allowed* const allowed = allowed_.get();
+    return allowed == nullptr ? nobody : *allowed;
 }
 
 }  // namespace NS_CORBA

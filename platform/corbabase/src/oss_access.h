@@ -1,7 +1,9 @@
 #pragma once
 
 #include "oss_networks.h"
+#include "published.h"
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -9,7 +11,8 @@
 
 namespace NS_CORBA {
 
-/// The configured OSS networks, following the configuration's re-reads. Callable from any thread.
+/// The configured OSS networks, following the configuration's re-reads. Callable from any thread; asking
+/// takes no lock unless the configuration was read again.
 class OssAccess {
   public:
     /// Takes over what is configured. False, with the reason, keeps the networks that hold.
@@ -21,12 +24,19 @@ class OssAccess {
     bool allowsHostName(const std::string& name);
 
   private:
-    void readWhenChanged();
+    struct Allowed {
+        OssNetworks networks;
+        std::vector<std::string> hostNames;
+        bool operator==(const Allowed&) const = default;
+    };
 
-    std::mutex mutex_;              // guards what follows
-    std::uint64_t generation_ = 0;  // of the configuration that was read last
-    OssNetworks networks_;
-    std::vector<std::string> hostNames_;
+    bool readLocked(std::string& whyNot);
+    const Allowed& current();
+    bool isRead() const;
+
+    std::mutex mutex_;                          // one reading at a time
+    std::atomic<std::uint64_t> generation_{0};  // of the configuration that was read last
+    Published<Allowed> allowed_;
 };
 
 }  // namespace NS_CORBA

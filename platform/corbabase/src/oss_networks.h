@@ -22,12 +22,15 @@ class OssNetworks {
     /// A peer without an address is in no network.
     bool contains(const kelp::orb::PeerAddress& peer) const;
 
+    bool operator==(const OssNetworks&) const = default;
+
   private:
     using Bytes = std::array<std::uint8_t, 16>;
     struct Network {
         Bytes address;    // an IPv4 network as IPv4-mapped IPv6
         unsigned prefix;  // bits of those 128
         bool isIpv4;
+        bool operator==(const Network&) const = default;
     };
 
     static bool parseOne(const std::string& entry, Network& network, std::string& whyNot);

@@ -57,7 +57,7 @@ void tellTarget(const RequestInfo& request, OperationRecord& record) {
 }
 
 /// The exception's name; of this interface's own exception its type, such as "EXCPT_ACCESS_DENIED".
-std::string outcomeOf(const CORBA::Exception* raised) {
+const char* outcomeOf(const CORBA::Exception* raised) {
     if (raised == nullptr)
         return kOutcomeOk;
     const auto* const refusal = globaldefs::ProcessingFailureException::_downcast(raised);
@@ -66,18 +66,14 @@ std::string outcomeOf(const CORBA::Exception* raised) {
     return globaldefs::_tc_ExceptionType_T->member_name(static_cast<CORBA::ULong>(refusal->exceptionType));
 }
 
-std::string operationOf(const RequestInfo& request) {
-    const CORBA::String_var operation = request.operation();
-    return operation.in();
-}
-
-void write(const RequestInfo& request, std::string outcome) {
+/// `outcome` is borrowed for the call, as are the request's own texts.
+void write(const RequestInfo& request, const char* outcome) {
     OperationRecord record;
     record.time = std::chrono::floor<std::chrono::milliseconds>(request.arrived());
     record.duration = request.age();
     record.peer = request.peer().withPort;
-    record.operation = operationOf(request);
-    record.outcome = std::move(outcome);
+    record.operation = request.operationName();
+    record.outcome = outcome;
     if (isSessionName(request.topPoaName())) {
         record.user = userOfSessionName(request.topPoaName());
         record.nmsAddress = nmsAddressOfSessionName(request.topPoaName());
@@ -126,7 +122,7 @@ void RequestRecording::drop() noexcept {
 
 void RequestRecording::writeUndelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
     if (AuditTrail::Instance().IsOpen())
-        guarded([&] { write(request, answer == nullptr ? std::string() : outcomeOf(answer)); });
+        guarded([&] { write(request, answer == nullptr ? "" : outcomeOf(answer)); });
 }
 
 void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
@@ -134,7 +130,7 @@ void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exc
         kelp::oplog::SecurityRecord record;
         record.event = kelp::oplog::SecurityEvent::RefusedAddress;
         record.peer = request.peer().withPort;
-        record.object = operationOf(request);
+        record.object = request.operationName();
         record.outcome = answer == nullptr ? "no answer" : outcomeOf(answer);
         if (request.topPoaName() == kChannelPoa)
             record.detail = "notification channel";

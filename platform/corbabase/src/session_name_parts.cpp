@@ -6,22 +6,18 @@ namespace NS_CORBA {
 
 namespace {
 
-std::string between(const std::string& text, const std::string& tag, const std::string& endTag) {
-    return NS_UTIL::SelfUtilCommon::Instance()->GetValByTag(text, tag, endTag, static_cast<int>(tag.size()));
+std::string_view between(std::string_view text, std::string_view tag, std::string_view endTag) {
+    return NS_UTIL::SelfUtilCommon::Instance()->ViewByTag(text, tag, endTag, static_cast<int>(tag.size()));
 }
 
 }  // namespace
 
-std::string userOfSessionName(const std::string& sessionName) {
-    static const std::string tag = "<USERNAME_TAG>";
-    static const std::string endTag = "</USERNAME_TAG>";
-    return between(sessionName, tag, endTag);
+std::string_view userOfSessionName(std::string_view sessionName) {
+    return between(sessionName, "<USERNAME_TAG>", "</USERNAME_TAG>");
 }
 
-std::string nmsAddressOfSessionName(const std::string& sessionName) {
-    static const std::string tag = "<IPANDPORT_TAG>";
-    static const std::string endTag = "</IPANDPORT_TAG>";
-    return between(sessionName, tag, endTag);
+std::string_view nmsAddressOfSessionName(std::string_view sessionName) {
+    return between(sessionName, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>");
 }
 
 }  // namespace NS_CORBA

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <string>
+#include <string_view>
 
 namespace NS_CORBA {
 
-// What a tagged session name says (see TEUserHelper); empty texts for a name of another form.
-std::string userOfSessionName(const std::string& sessionName);
+// What a tagged session name says (see TEUserHelper), as parts of that name; empty for a name of another
+// form.
+std::string_view userOfSessionName(std::string_view sessionName);
 /// "address:port"
-std::string nmsAddressOfSessionName(const std::string& sessionName);
+std::string_view nmsAddressOfSessionName(std::string_view sessionName);
 
 }  // namespace NS_CORBA

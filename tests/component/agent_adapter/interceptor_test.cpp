@@ -23,6 +23,7 @@ class FakeRequest : public kelp::orb::RequestInfo {
   public:
     explicit FakeRequest(std::string operation) : operation_(std::move(operation)) {}
     char* operation() const override { return CORBA::string_dup(operation_.c_str()); }
+    const std::string& operationName() const override { return operation_; }
     const kelp::orb::PeerAddress& peer() const override { return peer_; }
     const std::string& topPoaName() const override { return name_; }
     const std::string& childPoaName() const override { return name_; }

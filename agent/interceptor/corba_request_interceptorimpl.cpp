@@ -7,7 +7,6 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/operation_record.h>
-#include <kelp/corbabase/session_name.h>
 #include <kelp/util/thread_context.h>
 
 #include <pthread.h>
@@ -23,8 +22,8 @@ constexpr int kReleaseBySilence = 2;
 
 /// User name followed by "address:port" of the session that the request belongs to; empty for a request
 /// outside one.
-std::string clientKeyOfRequest() {
-    const std::string context = NS_CORBA::TEUserHelper::GetNmsIPAddrByContext();
+std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
+    const std::string& context = ri.topPoaName();
     const NS_UTIL::SelfUtilCommon& tags = *NS_UTIL::SelfUtilCommon::Instance();
     std::string key(tags.ViewByTag(context, "<USERNAME_TAG>", "</USERNAME_TAG>", 14));
     key += tags.ViewByTag(context, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>", 15);
@@ -60,7 +59,7 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
     std::string clientKey;
     try {
         if (isActivity)
-            clientKey = clientKeyOfRequest();
+            clientKey = clientKeyOf(*ri);
         NS_CORBA::TaWriteOperLog(ri, 0);
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);

@@ -47,10 +47,11 @@ session::Session_I_ptr EmsSession_IImpl::associatedSession() {
 }
 
 void EmsSession_IImpl::ping() {
+    if (!NS_CORBA::IsDebugKept(3))
+        return;
     tracePoint(kSubject);
-    if (NS_CORBA::IsDebugKept(3))
-        NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!",
-                                  nmsName(source_.get()).c_str());
+    NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!",
+                              nmsName(source_.get()).c_str());
 }
 
 void EmsSession_IImpl::endSession() {

@@ -28,7 +28,7 @@ emsMgr::EMS_T* describeEms() {
     // a user label starts as the native name (TMF 814), and nobody can change it here
     ems->userLabel = CORBA::string_dup(nativeName.c_str());
     ems->nativeEMSName = CORBA::string_dup(nativeName.c_str());
-    ems->owner = CORBA::string_dup("");
+    // without an owner: a new structure's texts are empty (C++ mapping)
     ems->emsVersion = CORBA::string_dup(KELP_VERSION);
     ems->type = CORBA::string_dup("Kelp");
     return ems._retn();

@@ -75,8 +75,10 @@ void write(const RequestInfo& request, const char* outcome) {
     record.operation = request.operationName();
     record.outcome = outcome;
     if (isSessionName(request.topPoaName())) {
-        record.user = userOfSessionName(request.topPoaName());
-        record.nmsAddress = nmsAddressOfSessionName(request.topPoaName());
+        thread_local LastSessionName lastName;
+        const SessionNameParts& parts = lastName.parts(request.topPoaName());
+        record.user = parts.user;
+        record.nmsAddress = parts.nmsAddress;
     }
     tellTarget(request, record);
     AuditTrail::Instance().Write(std::move(record));

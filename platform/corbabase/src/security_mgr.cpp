@@ -292,7 +292,7 @@ void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& us
 }
 
 int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
-    const std::string user(userOfSessionName(sessionName));
+    const std::string user(partsOfSessionName(sessionName).user);
     if (user.empty())
         return kUnknownUser;
     if (const std::optional<std::int64_t> id = state_->live.userId(user))

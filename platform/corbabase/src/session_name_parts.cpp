@@ -12,12 +12,17 @@ std::string_view between(std::string_view text, std::string_view tag, std::strin
 
 }  // namespace
 
-std::string_view userOfSessionName(std::string_view sessionName) {
-    return between(sessionName, "<USERNAME_TAG>", "</USERNAME_TAG>");
+SessionNameParts partsOfSessionName(std::string_view sessionName) {
+    return {between(sessionName, "<USERNAME_TAG>", "</USERNAME_TAG>"),
+            between(sessionName, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>")};
 }
 
-std::string_view nmsAddressOfSessionName(std::string_view sessionName) {
-    return between(sessionName, "<IPANDPORT_TAG>", "</IPANDPORT_TAG>");
+const SessionNameParts& LastSessionName::parts(std::string_view sessionName) {
+    if (name_ != sessionName) {
+        name_ = sessionName;
+        parts_ = partsOfSessionName(name_);
+    }
+    return parts_;
 }
 
 }  // namespace NS_CORBA

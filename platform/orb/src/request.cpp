@@ -11,6 +11,22 @@ RequestHook::~RequestHook() = default;
 void RequestHook::undelivered(const RequestInfo&, const CORBA::Exception*) noexcept {}
 
 void RequestRecord::assign(const char* operation, const char* peerText, const Target& target) {
+    arrive(operation, peerText);
+    objectKey_.clear();
+    setTarget(target);
+}
+
+void RequestRecord::assign(const char* operation, const char* peerText, std::string_view objectKey,
+                           ReadKey read) {
+    arrive(operation, peerText);
+    if (!objectKey.empty() && objectKey == objectKey_)
+        return;
+    objectKey_.clear();  // a target that is half set, without memory for the rest, is that of no key
+    setTarget(read(objectKey));
+    objectKey_ = objectKey;
+}
+
+void RequestRecord::arrive(const char* operation, const char* peerText) {
     arrived_ = std::chrono::system_clock::now();
     arrivedSteady_ = std::chrono::steady_clock::now();
     operation_ = operation == nullptr ? "" : operation;
@@ -19,6 +35,9 @@ void RequestRecord::assign(const char* operation, const char* peerText, const Ta
         peerText_ = peer;
         peer_ = parsePeer(peerText_);
     }
+}
+
+void RequestRecord::setTarget(const Target& target) {
     topPoaName_ = target.topPoaName;
     childPoaName_ = target.childPoaName;
     objectId_ = target.objectId;

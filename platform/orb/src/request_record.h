@@ -9,7 +9,7 @@
 namespace kelp::orb {
 
 /// What a transport told of one request. Records are used again and again, so that a request costs no
-/// allocation and a connection's peer is parsed once.
+/// allocation, and a connection's peer and the target that it calls again and again are parsed once.
 class RequestRecord final : public RequestInfo {
   public:
     /// Where a request goes; views of the transport's own memory.
@@ -19,8 +19,13 @@ class RequestRecord final : public RequestInfo {
         std::string_view objectId;
     };
 
+    /// What an object key says.
+    using ReadKey = Target (*)(std::string_view objectKey);
+
     /// A request that arrives now. `peerText` as the transport has it; null texts count as empty.
     void assign(const char* operation, const char* peerText, const Target& target);
+    /// The same for the target of a key. The key is read only if the record's last request had another.
+    void assign(const char* operation, const char* peerText, std::string_view objectKey, ReadKey read);
 
     char* operation() const override;
     const std::string& operationName() const override { return operation_; }
@@ -32,9 +37,13 @@ class RequestRecord final : public RequestInfo {
     std::chrono::microseconds age() const override;
 
   private:
+    void arrive(const char* operation, const char* peerText);
+    void setTarget(const Target& target);
+
     std::string operation_;
     std::string peerText_;
-    PeerAddress peer_;  ///< peerText_ parsed
+    PeerAddress peer_;       ///< peerText_ parsed
+    std::string objectKey_;  ///< whose target the next three are; empty if they are of no key
     std::string topPoaName_;
     std::string childPoaName_;
     std::string objectId_;

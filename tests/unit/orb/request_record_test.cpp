@@ -56,6 +56,56 @@ TEST(RequestRecord, TellsOfTheConnectionThatTheRequestCameBy) {
     EXPECT_EQ(record.topPoaName(), "");
 }
 
+/// A key "top/child/id" and how often one was read.
+int keysRead = 0;
+RequestRecord::Target readKey(std::string_view key) {
+    ++keysRead;
+    if (key.empty())
+        return {};
+    const std::size_t first = key.find('/');
+    const std::size_t last = key.rfind('/');
+    return {key.substr(0, first), key.substr(first + 1, last - first - 1), key.substr(last + 1)};
+}
+
+std::string targetOf(const RequestRecord& record) {
+    return record.topPoaName() + "|" + record.childPoaName() + "|" + record.objectId();
+}
+
+TEST(RequestRecord, ReadsAKeyOnceForTheRequestsOneAfterTheOtherThatHaveIt) {
+    RequestRecord record;
+    keysRead = 0;
+    for (int i = 0; i < 3; ++i) {
+        record.assign("ping", "giop:tcp:192.0.2.1:4800", "EMS<1>/session/1", readKey);
+        EXPECT_EQ(targetOf(record), "EMS<1>|session|1");
+    }
+    EXPECT_EQ(keysRead, 1);
+    record.assign("ping", "giop:tcp:192.0.2.1:4800", "EMS<2>/session/1", readKey);
+    EXPECT_EQ(targetOf(record), "EMS<2>|session|1");
+    record.assign("ping", "giop:tcp:192.0.2.1:4800", "EMS<1>/session/1", readKey);
+    EXPECT_EQ(targetOf(record), "EMS<1>|session|1");
+}
+
+TEST(RequestRecord, TakesNoTargetForThatOfAnotherKeyOrOfNone) {
+    RequestRecord record;
+    record.assign("ping", nullptr, "EMS<1>/session/1", readKey);
+    record.assign("ping", nullptr, {"EMS<2>", {}, {}});
+    record.assign("ping", nullptr, "EMS<1>/session/1", readKey);
+    EXPECT_EQ(targetOf(record), "EMS<1>|session|1");
+    record.assign("ping", nullptr, "", readKey);
+    EXPECT_EQ(targetOf(record), "||");
+    record.assign("ping", nullptr, {"EMS<2>", {}, {}});
+    record.assign("ping", nullptr, "", readKey);
+    EXPECT_EQ(targetOf(record), "||");
+}
+
+TEST(RequestRecord, LendsTheOperationsName) {
+    RequestRecord record;
+    record.assign("getAllEMSAndMEActiveAlarms", nullptr, {});
+    EXPECT_EQ(record.operationName(), "getAllEMSAndMEActiveAlarms");
+    record.assign(nullptr, nullptr, {});
+    EXPECT_EQ(record.operationName(), "");
+}
+
 TEST(ThreadRequests, ForgetTheOneThatIsAnsweredWithoutItsServant) {
     arrive("refused");
     EXPECT_TRUE(requests().hasArrived());

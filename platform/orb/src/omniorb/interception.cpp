@@ -102,7 +102,7 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
     endUndelivered(requests, nullptr);
     RequestRecord& record = requests.arrive();
-    record.assign(info.operation(), info.peeraddress(), targetOfKey(keyOf(info.giop_s)));
+    record.assign(info.operation(), info.peeraddress(), keyOf(info.giop_s), targetOfKey);
     RequestHook* hook = theHook.load();
     if (hook == nullptr)
         return true;

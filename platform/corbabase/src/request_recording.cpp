@@ -81,7 +81,7 @@ void write(const RequestInfo& request, const char* outcome) {
         record.nmsAddress = parts.nmsAddress;
     }
     tellTarget(request, record);
-    AuditTrail::Instance().Write(std::move(record));
+    AuditTrail::Instance().Write(record);
 }
 
 template <class Body>

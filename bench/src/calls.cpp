@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t kManyConnections = 16;
 constexpr double kLeastRatio = 0.90;
 /// The product and its floors, by their places in the list of servers.
-enum Place : std::size_t { TheProduct, OrbPort, BareOrb, Places };
+enum Place : std::size_t { TheProduct, OrbPort, BareOrb, SessionPoas, Places };
 
 struct Server {
     std::string name;
@@ -148,6 +148,18 @@ Figure figureOf(const std::string& name, const std::string& unit, const std::vec
     return figure;
 }
 
+/// What the interceptor and the log cost: the ORB finds the object in both in the same way.
+Figure besideSamePoas(const std::vector<Server>& servers, const std::vector<Series>& series) {
+    Figure figure;
+    figure.name = "  beside an ORB with as many POAs";
+    figure.unit = "calls/s";
+    figure.value = medianOf(series[TheProduct].callsPerSecond);
+    figure.references = {{servers[SessionPoas].name, medianOf(series[SessionPoas].callsPerSecond)}};
+    figure.ratio = spreadOf(quotients(series[TheProduct].callsPerSecond, series[SessionPoas].callsPerSecond));
+    figure.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
+    return figure;
+}
+
 std::vector<Figure> measureScenario(ClientThreads& clients, const Scenario& scenario,
                                     const std::vector<Server>& servers, const Options& options) {
     for (const Server& server : servers)
@@ -162,8 +174,9 @@ std::vector<Figure> measureScenario(ClientThreads& clients, const Scenario& scen
     }
     Figure calls = figureOf(scenario.name, "calls/s", servers, series, &Series::callsPerSecond);
     calls.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
-    return {calls, figureOf("  server's processor time a call", "us", servers, series,
-                            &Series::processorMicroseconds)};
+    return {
+        calls, besideSamePoas(servers, series),
+        figureOf("  server's processor time a call", "us", servers, series, &Series::processorMicroseconds)};
 }
 
 }  // namespace
@@ -172,6 +185,7 @@ std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options)
     const NmsFarm farm(std::max(options.callSessions, kManyConnections));
     const Floor bare(Floor::With::BareOrb, kManyConnections);
     const Floor port(Floor::With::OrbPort, kManyConnections);
+    const Floor poas(Floor::With::SessionPoas, kManyConnections, farm.size());
     ProductSettings settings;
     settings.releaseStrategy = options.releaseStrategy;
     const Product product(settings);
@@ -181,8 +195,10 @@ std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options)
     servers[TheProduct] = serverOf(product, ems, farm);
     servers[OrbPort] = serverOf(client.orb(), "ORB port", port);
     servers[BareOrb] = serverOf(client.orb(), "bare ORB", bare);
+    servers[SessionPoas] = serverOf(client.orb(), "its POAs", poas);
     requireSameAnswer(servers[TheProduct], servers[BareOrb]);
     requireSameAnswer(servers[TheProduct], servers[OrbPort]);
+    requireSameAnswer(servers[TheProduct], servers[SessionPoas]);
     std::cerr << fmt::format("calls: product {}, ORB port {}, bare ORB {}\n", servers[TheProduct].pid,
                              servers[OrbPort].pid, servers[BareOrb].pid);
 

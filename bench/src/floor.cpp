@@ -9,12 +9,14 @@ namespace kelp::bench {
 
 namespace {
 
-test::Launch launchOf(Floor::With with, std::size_t objects) {
+test::Launch launchOf(Floor::With with, std::size_t objects, std::size_t sessions) {
     test::Launch launch;
     launch.program = FLOOR_SERVER;
     launch.arguments = {std::to_string(objects)};
     if (with == Floor::With::OrbPort)
         launch.arguments.push_back("--with-port");
+    if (with == Floor::With::SessionPoas)
+        launch.arguments.insert(launch.arguments.end(), {"--session-poas", std::to_string(sessions)});
     launch.output = "/dev/stderr";
     launch.piped = true;
     return launch;
@@ -36,7 +38,8 @@ std::string announcement(int pipe) {
 
 }  // namespace
 
-Floor::Floor(With with, std::size_t objects) : process_(launchOf(with, objects)) {
+Floor::Floor(With with, std::size_t objects, std::size_t sessions)
+    : process_(launchOf(with, objects, sessions)) {
     std::istringstream lines(announcement(process_.output()));
     std::string session;
     std::string manager;

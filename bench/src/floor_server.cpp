@@ -4,8 +4,12 @@
 //
 //   session_bench_floor <objects>               the bare ORB, with the options that the product gives it
 //   session_bench_floor <objects> --with-port   the ORB port above it, without a request hook
+//   session_bench_floor <objects> --session-poas <number>
+//                                               the bare ORB; the managers are not active in the child of the
+//                                               root, but found through locators, as the product's are
 
 #include <kelp/orb/corba.h>
+#include <kelp/orb/counted_local.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
 
@@ -81,15 +85,73 @@ CORBA::ORB_ptr startBareOrb(const kelp::orb::OrbOptions& options) {
     return CORBA::ORB_init(count, arguments.data());
 }
 
-void printReference(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, PortableServer::ServantBase* servant) {
-    const PortableServer::ServantBase_var owned = servant;
-    const PortableServer::ObjectId_var id = poa->activate_object(servant);
-    const CORBA::Object_var object = poa->id_to_reference(id.in());
-    const CORBA::String_var text = orb->object_to_string(object.in());
+void print(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
+    const CORBA::String_var text = orb->object_to_string(object);
     std::cout << text.in() << '\n';
 }
 
-void serve(int objects, bool withPort) {
+void printActive(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, PortableServer::ServantBase* servant) {
+    const PortableServer::ServantBase_var owned = servant;
+    const PortableServer::ObjectId_var id = poa->activate_object(servant);
+    const CORBA::Object_var object = poa->id_to_reference(id.in());
+    print(orb, object.in());
+}
+
+/// Gives the one servant that there is, held for the length of the call.
+class FloorLocator final : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
+  public:
+    explicit FloorLocator(PortableServer::Servant servant) : servant_(servant) {}
+    PortableServer::Servant preinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr, const char*,
+                                      void*&) override {
+        servant_->_add_ref();
+        return servant_;
+    }
+    void postinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr, const char*, void*,
+                    PortableServer::Servant servant) override {
+        servant->_remove_ref();
+    }
+
+  private:
+    PortableServer::Servant servant_;
+};
+
+class Policies {
+  public:
+    explicit Policies(PortableServer::POA_ptr root) {
+        list_.length(3);
+        list_[0] = root->create_request_processing_policy(PortableServer::USE_SERVANT_MANAGER);
+        list_[1] = root->create_servant_retention_policy(PortableServer::NON_RETAIN);
+        list_[2] = root->create_id_assignment_policy(PortableServer::USER_ID);
+    }
+    ~Policies() {
+        for (CORBA::ULong i = 0; i < list_.length(); ++i)
+            list_[i]->destroy();
+    }
+    const CORBA::PolicyList& list() const { return list_; }
+
+  private:
+    CORBA::PolicyList list_;
+};
+
+/// POAs as the product has one for each session, with names as long as theirs.
+std::vector<PortableServer::POA_var> makeSessionPoas(PortableServer::POA_ptr root,
+                                                     PortableServer::POAManager_ptr manager, int count,
+                                                     PortableServer::Servant servant) {
+    constexpr int kFirstPort = 20000;
+    const Policies policies(root);
+    std::vector<PortableServer::POA_var> poas;
+    for (int i = 0; i < count; ++i) {
+        const std::string name =
+            "<USERNAME_TAG>bench</USERNAME_TAG><IPANDPORT_TAG>127.0.0.1:" + std::to_string(kFirstPort + i) +
+            "</IPANDPORT_TAG>";
+        poas.emplace_back(root->create_POA(name.c_str(), manager, policies.list()));
+        const PortableServer::ServantLocator_var locator = new FloorLocator(servant);
+        poas.back()->set_servant_manager(locator.in());
+    }
+    return poas;
+}
+
+void serve(int objects, bool withPort, int sessionPoas) {
     kelp::orb::OrbOptions options;
     options.listen = {"127.0.0.1:0"};
     const CORBA::ORB_var orb = withPort ? kelp::orb::start(options, nullptr) : startBareOrb(options);
@@ -97,9 +159,21 @@ void serve(int objects, bool withPort) {
     const PortableServer::POA_var root = PortableServer::POA::_narrow(rootObject.in());
     const PortableServer::POAManager_var manager = root->the_POAManager();
     const PortableServer::POA_var poa = root->create_POA("floor", manager.in(), CORBA::PolicyList());
+    auto* const shared = new FloorManager;
+    const PortableServer::ServantBase_var sharedOwned = shared;
+    const std::vector<PortableServer::POA_var> located =
+        makeSessionPoas(root.in(), manager.in(), sessionPoas, shared);
+    const PortableServer::ObjectId_var name = PortableServer::string_to_ObjectId("EMS");
     for (int i = 0; i < objects; ++i) {
-        printReference(orb.in(), poa.in(), new FloorSession);
-        printReference(orb.in(), poa.in(), new FloorManager);
+        printActive(orb.in(), poa.in(), new FloorSession);
+        if (located.empty()) {
+            printActive(orb.in(), poa.in(), new FloorManager);
+        } else {
+            const PortableServer::POA_var& own = located[static_cast<std::size_t>(i) % located.size()];
+            const CORBA::Object_var object =
+                own->create_reference_with_id(name.in(), "IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0");
+            print(orb.in(), object.in());
+        }
     }
     if (withPort)
         kelp::orb::letCallersThrough(manager.in());
@@ -115,11 +189,13 @@ void serve(int objects, bool withPort) {
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::cerr << "usage: session_bench_floor <objects> [--with-port]\n";
+        std::cerr << "usage: session_bench_floor <objects> [--with-port | --session-poas <number>]\n";
         return 2;
     }
     try {
-        serve(std::stoi(argv[1]), argc > 2 && std::string(argv[2]) == "--with-port");
+        const std::string variant = argc > 2 ? argv[2] : "";
+        const int sessionPoas = variant == "--session-poas" && argc > 3 ? std::stoi(argv[3]) : 0;
+        serve(std::stoi(argv[1]), variant == "--with-port", sessionPoas);
     } catch (const CORBA::Exception& ex) {
         std::cerr << "session_bench_floor: " << kelp::orb::exceptionText(ex) << '\n';
         return 1;

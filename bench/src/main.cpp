@@ -11,6 +11,8 @@
 #include <kelp/nms/client.h>
 #include <kelp/orb/exception_text.h>
 
+#include <mtnm/globaldefs.h>
+
 #include <exception>
 #include <iostream>
 
@@ -57,6 +59,9 @@ int main(int argc, char** argv) {
             printJson(report, std::cout);
         else
             printTable(report, std::cout);
+    } catch (const globaldefs::ProcessingFailureException& failure) {
+        std::cerr << "session_bench: the product refuses: " << failure.errorReason.in() << '\n';
+        return kFailed;
     } catch (const CORBA::Exception& failure) {
         std::cerr << "session_bench: " << kelp::orb::exceptionText(failure) << '\n';
         return kFailed;

@@ -39,6 +39,8 @@ bool isSessionName(const std::string& topPoaName) {
 void tellTarget(const RequestInfo& request, OperationRecord& record) {
     const std::string& top = request.topPoaName();
     const std::string& child = request.childPoaName();
+    record.objectKind = ObjectKind::Unknown;
+    record.object.clear();
     if (!isSessionName(top)) {
         if (request.objectId() == kFactoryId)
             record.objectKind = ObjectKind::Factory;
@@ -68,7 +70,8 @@ const char* outcomeOf(const CORBA::Exception* raised) {
 
 /// `outcome` is borrowed for the call, as are the request's own texts.
 void write(const RequestInfo& request, const char* outcome) {
-    OperationRecord record;
+    // of this thread and written over each time: its texts keep their room
+    thread_local OperationRecord record;
     record.time = std::chrono::floor<std::chrono::milliseconds>(request.arrived());
     record.duration = request.age();
     record.peer = request.peer().withPort;
@@ -79,6 +82,9 @@ void write(const RequestInfo& request, const char* outcome) {
         const SessionNameParts& parts = lastName.parts(request.topPoaName());
         record.user = parts.user;
         record.nmsAddress = parts.nmsAddress;
+    } else {
+        record.user.clear();
+        record.nmsAddress.clear();
     }
     tellTarget(request, record);
     AuditTrail::Instance().Write(record);

@@ -78,32 +78,39 @@ void BlockEncoder::add(const RecordView& record) {
     addNumber(bytes_, record.duration && record.duration->count() >= 0
                           ? static_cast<std::uint64_t>(record.duration->count()) + 1
                           : 0);
-    for (std::size_t i = 0; i < RecordView::Texts; ++i)
-        addText(record.texts[i], kTextFields[i].bytesMax);
+    for (std::size_t i = 0; i < RecordView::Texts; ++i) {
+        if (last_[i].place == 0 || last_[i].text != record.texts[i])
+            last_[i] = held(record.texts[i], kTextFields[i].bytesMax);
+        else
+            addNumber(bytes_, last_[i].place);
+    }
     lastTime_ = time;
     ++count_;
 }
 
-void BlockEncoder::addText(std::string_view text, std::size_t bytesMax) {
+/// Adds the text's place, or the text if the block has none of its kind.
+BlockEncoder::Held BlockEncoder::held(std::string_view text, std::size_t bytesMax) {
     // what the block holds is escaped already, and escaping it again would not change it
     if (const auto known = places_.find(text); known != places_.end() && text.size() <= bytesMax) {
         addNumber(bytes_, known->second);
-        return;
+        return {known->first, known->second};
     }
-    std::string kept = util::escaped(std::string(text), bytesMax);
-    const std::size_t place = places_.size() + 1;
-    if (const auto [known, isNew] = places_.try_emplace(std::move(kept), place); !isNew) {
-        addNumber(bytes_, known->second);
+    const auto [place, isNew] =
+        places_.try_emplace(util::escaped(std::string(text), bytesMax), places_.size() + 1);
+    if (!isNew) {
+        addNumber(bytes_, place->second);
     } else {
         addNumber(bytes_, 0);
-        addNumber(bytes_, known->first.size());
-        bytes_ += known->first;
+        addNumber(bytes_, place->first.size());
+        bytes_ += place->first;
     }
+    return {place->first, place->second};
 }
 
 void BlockEncoder::clear() {
     bytes_.clear();
     places_.clear();
+    last_ = {};
     count_ = 0;
     lastTime_ = 0;
 }

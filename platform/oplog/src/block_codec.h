@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -30,7 +31,11 @@ class BlockEncoder {
         using is_transparent = void;
         std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
     };
-    void addText(std::string_view text, std::size_t bytesMax);
+    struct Held {
+        std::string_view text;  ///< of places_
+        std::uint64_t place = 0;
+    };
+    Held held(std::string_view text, std::size_t bytesMax);
 
     std::string bytes_;
     std::size_t count_ = 0;
@@ -38,6 +43,7 @@ class BlockEncoder {
     UtcTime earliest_{};
     UtcTime latest_{};
     std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>> places_;  ///< of the texts
+    std::array<Held, RecordView::Texts> last_;  ///< most records say what the one before said
 };
 
 /// The records of a block. Throws LogFailure, without a file's name, for bytes that are none.

@@ -1,4 +1,4 @@
-// The session manager's life, its manager servants and its iterators.
+// The session manager's life and its manager servants.
 
 #include <kelp/agent/session_mgr.h>
 
@@ -197,36 +197,6 @@ void SessionMgr::ReleaseServants() {
         if (servant != nullptr)
             servant->_remove_ref();
     }
-}
-
-// -- iterators
-// -------------------------------------------------------------------------------------------------
-
-int SessionMgr::list_iterator(PortableServer::ServantBase* iterator) {
-    const ACE_Write_Guard<ACE_RW_Mutex> lock(iteratorLock_);
-    if (!lock.locked())
-        return -1;
-    iterators_.push_back(iterator);
-    return 0;
-}
-
-int SessionMgr::remove_iterator(PortableServer::ServantBase* iterator) {
-    {
-        const ACE_Write_Guard<ACE_RW_Mutex> lock(iteratorLock_);
-        if (!lock.locked())
-            return -1;
-        const auto found = std::find(iterators_.begin(), iterators_.end(), iterator);
-        if (found == iterators_.end())
-            return 0;
-        iterators_.erase(found);
-    }
-    iterator->_remove_ref();
-    return 0;
-}
-
-std::size_t SessionMgr::IteratorCount() {
-    const ACE_Write_Guard<ACE_RW_Mutex> lock(iteratorLock_);
-    return iterators_.size();
 }
 
 }  // namespace NS_KELPCORBA

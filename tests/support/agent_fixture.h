@@ -51,6 +51,8 @@ struct AgentOptions {
     bool startsSessionMgr = true;
     int lockoutFailures = 5;
     int lockoutS = 300;
+    int iteratorSoftLimit = 200;
+    int iteratorHardLimit = 1000;
 
     AgentOptions with(int strategy, bool pings) const {
         AgentOptions changed = *this;
@@ -61,6 +63,12 @@ struct AgentOptions {
     AgentOptions withRoundsEvery(int seconds) const {
         AgentOptions changed = *this;
         changed.pingIntervalS = seconds;
+        return changed;
+    }
+    AgentOptions withIteratorLimits(int soft, int hard) const {
+        AgentOptions changed = *this;
+        changed.iteratorSoftLimit = soft;
+        changed.iteratorHardLimit = hard;
         return changed;
     }
     AgentOptions withReuse() const {
@@ -269,7 +277,7 @@ class RunningAgent {
         EXPECT_EQ(managers_.alive, 0) << "a manager's servant is left";
     }
 
-  private:
+    /// Reads the configuration again, with these options.
     void configure(const AgentOptions& options) {
         const auto number = [](const char* key, int value) {
             return std::string(key) + " = " + std::to_string(value) + "\n";
@@ -284,13 +292,16 @@ class RunningAgent {
             "ping_mode = " + (options.pingMode ? "true\n" : "false\n") +
             number("ping_interval_s", options.pingIntervalS) +
             number("call_timeout_s", options.callTimeoutS) + number("silent_time_s", options.silentTimeS) +
-            number("max_sessions", options.maxSessions) + "[agent]\n" +
+            number("max_sessions", options.maxSessions) + "[iterator]\n" +
+            number("soft_limit", options.iteratorSoftLimit) +
+            number("hard_limit", options.iteratorHardLimit) + "[agent]\n" +
             number("bUseBTName", options.reuse ? 1 : 0);
         for (const NS_BUNDLEMGR1::ConfigProblem& problem :
              NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "agent.toml"))
             ADD_FAILURE() << problem.text();
     }
 
+  private:
     TemporaryDirectory folder_;
     TestManagerFactory managers_;
     NS_KELPCORBA::Corba_Request_InterceptorImpl interceptor_;

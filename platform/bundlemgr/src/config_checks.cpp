@@ -140,11 +140,6 @@ void checkNotification(ConfigDocument& document) {
                             "tls.mode is not 0");
 }
 
-void checkIteratorLimits(ConfigDocument& document) {
-    if (integerOf(document, "iterator.soft_limit") > integerOf(document, "iterator.hard_limit"))
-        document.addProblem("iterator.soft_limit", "must not be above iterator.hard_limit");
-}
-
 void checkAllowedNetworks(ConfigDocument& document) {
     for (const std::string& entry : textsOf(document, "access.allowed_oss")) {
         if (!isNetwork(entry) && !kelp::util::isHostName(entry))
@@ -204,7 +199,6 @@ void checkTogether(ConfigDocument& document) {
     checkTls(document);
     checkNaming(document);
     checkNotification(document);
-    checkIteratorLimits(document);
     checkAllowedNetworks(document);
     checkTrace(document);
     checkAdmin(document);

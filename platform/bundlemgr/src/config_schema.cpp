@@ -15,11 +15,6 @@ constexpr std::int64_t kPortMax = 65535;
 
 enum class Change { AtReload, AtRestart };
 
-/// For keys that nothing reads.
-std::string noEffect(const std::string& meaning) {
-    return meaning + " Has no effect in this version.";
-}
-
 ConfigKey integerKey(std::string table, std::string key, std::int64_t standard, std::int64_t minimum,
                      std::int64_t maximum, Change change, std::string meaning) {
     return ConfigKey{
@@ -161,13 +156,16 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("session", "max_sessions", 100, 1, 1000000, Change::AtReload,
                    "Most sessions at the same time under release strategy 1 with ping_mode = false."),
 
-        integerKey("iterator", "soft_limit", 200, 1, 1000000, Change::AtReload,
-                   noEffect("Open iterators above which old ones are closed (IteratorRestriction).")),
+        integerKey(
+            "iterator", "soft_limit", 200, 1, 1000000, Change::AtReload,
+            "Open iterators above which the opening of one more closes the oldest (IteratorRestriction)."),
         integerKey(
             "iterator", "hard_limit", 1000, 1, 1000000, Change::AtReload,
-            noEffect("Open iterators above which no more are opened (IteratorNum); not below soft_limit.")),
+            "Open iterators from which on no more are opened (IteratorNum): the NMS is refused with "
+            "EXCPT_TOO_MANY_OPEN_ITERATORS. At or below soft_limit old ones are never closed for new ones."),
         integerKey("iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
-                   noEffect("Most entries of one batch; its encoded size stays below 1 MiB besides.")),
+                   "Most entries of one batch, whatever an NMS asks for; its encoded size stays below 1 MiB "
+                   "besides. Has no effect in this version."),
 
         textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
                  "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "

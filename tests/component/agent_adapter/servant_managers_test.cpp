@@ -8,6 +8,7 @@
 #include "adapter/servantlocator.h"
 #include "component/orb/gate.h"
 #include "source_fixture.h"
+#include "support/test_iterator.h"
 
 namespace {
 
@@ -33,9 +34,8 @@ class ServantManagers : public testing::Test {
     }
     /// An active iterator, listed as one is that a manager has made; the list and the POA hold it.
     TestManager* openIterator() {
-        auto* const iterator = new TestManager(alive_);
-        EXPECT_EQ(agent_.sessions().list_iterator(iterator), 0);
-        const PortableServer::ObjectId_var id = iterators_->activate_object(iterator);
+        auto* const iterator = new TestIterator(iterators_.in(), alive_);
+        EXPECT_EQ(agent_.sessions().add_iterator(iterator), 0ul);
         return iterator;
     }
     common::Common_I_var remoteIterator(TestManager* iterator) {
@@ -181,9 +181,8 @@ TEST_F(ServantManagers, LetEveryIteratorGoOnceWithItsSession) {
     agent_.logIn(agent_.nms(2));
     const PortableServer::POA_var otherTop = agent_.listed(agent_.nms(2))->source()->get_POA();
     const PortableServer::POA_var otherIterators = otherTop->find_POA("iterator", false);
-    auto* const other = new TestManager(alive_);
-    agent_.sessions().list_iterator(other);
-    const PortableServer::ObjectId_var id = otherIterators->activate_object(other);
+    auto* const other = new TestIterator(otherIterators.in(), alive_);
+    ASSERT_EQ(agent_.sessions().add_iterator(other), 0ul);
     EXPECT_EQ(agent_.sessions().IteratorCount(), 6u);
 
     session_->endSession();
@@ -193,19 +192,18 @@ TEST_F(ServantManagers, LetEveryIteratorGoOnceWithItsSession) {
 }
 
 TEST_F(ServantManagers, KeepAnIteratorThatIsStillActiveElsewhere) {
-    auto* const iterator = new TestManager(alive_);
+    TestManager* const iterator = openIterator();
     const auto mine = ServantRef<TestManager>::pin(iterator);
-    agent_.sessions().list_iterator(iterator);
     IteratorServantActivator activator;
     const auto id = idOf("x");
     activator.etherealize(id.in(), iterators_.in(), iterator, false, true);
     EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
-    EXPECT_EQ(mine->_refcount_value(), 2u);
+    EXPECT_EQ(mine->_refcount_value(), 3u);
 
-    iterator->_add_ref();  // the POA's
+    iterator->_add_ref();  // as if this activation were another one
     activator.etherealize(id.in(), iterators_.in(), iterator, true, false);
     EXPECT_EQ(agent_.sessions().IteratorCount(), 0u);
-    EXPECT_EQ(mine->_refcount_value(), 1u);
+    EXPECT_EQ(mine->_refcount_value(), 2u);
     activator.etherealize(id.in(), iterators_.in(), nullptr, false, false);
 }
 

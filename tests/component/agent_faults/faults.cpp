@@ -31,6 +31,8 @@ struct Countdown {
 
 thread_local Countdown allocations;
 thread_local Countdown writeLocks;
+thread_local Countdown pauses;
+thread_local Gate* pauseGate = nullptr;
 
 }  // namespace
 
@@ -58,6 +60,15 @@ bool FailingWriteLock::hasHappened() const {
     return writeLocks.happened;
 }
 
+PausedWriteLock::PausedWriteLock(int nth, Gate& gate) {
+    pauses.arm(nth);
+    pauseGate = &gate;
+}
+
+PausedWriteLock::~PausedWriteLock() {
+    pauses.left = 0;
+}
+
 std::optional<int> BaseConfigFaults::maxSession;
 bool BaseConfigFaults::hasNoRootPoa = false;
 
@@ -77,6 +88,8 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size, cons
 // the linker (--wrap) leads the agent's calls here
 extern "C" int __real_pthread_rwlock_wrlock(pthread_rwlock_t* lock);
 extern "C" int __wrap_pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
+    if (kelp::test::pauses.fails())
+        kelp::test::pauseGate->pass();
     return kelp::test::writeLocks.fails() ? EDEADLK : __real_pthread_rwlock_wrlock(lock);
 }
 

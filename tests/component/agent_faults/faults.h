@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "component/orb/gate.h"
+
 namespace kelp::test {
 
 /// While it lives, one of the calling thread's next allocations that may fail without throwing does fail.
@@ -24,6 +26,15 @@ class FailingWriteLock {
     FailingWriteLock(const FailingWriteLock&) = delete;
     FailingWriteLock& operator=(const FailingWriteLock&) = delete;
     bool hasHappened() const;
+};
+
+/// The same, but the attempt waits at a gate first and does not fail.
+class PausedWriteLock {
+  public:
+    PausedWriteLock(int nth, Gate& gate);
+    ~PausedWriteLock();
+    PausedWriteLock(const PausedWriteLock&) = delete;
+    PausedWriteLock& operator=(const PausedWriteLock&) = delete;
 };
 
 /// What the base configuration answers in place of what is configured.

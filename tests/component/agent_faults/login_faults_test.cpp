@@ -173,25 +173,6 @@ TEST_F(LogInFaults, OfTheRequestsLockLeaveTheSessionsUnsignalled) {
     EXPECT_EQ(sessions.size(), 1u);
 }
 
-TEST_F(LogInFaults, OfTheIteratorListAreTold) {
-    std::atomic<int> alive{0};
-    const auto iterator = ServantRef<TestManager>::take(new TestManager(alive));
-    iterator->_add_ref();
-    {
-        const FailingWriteLock fault(1);
-        EXPECT_EQ(agent_.sessions().list_iterator(iterator.get()), -1);
-    }
-    EXPECT_EQ(agent_.sessions().IteratorCount(), 0u);
-    ASSERT_EQ(agent_.sessions().list_iterator(iterator.get()), 0);
-    {
-        const FailingWriteLock fault(1);
-        EXPECT_EQ(agent_.sessions().remove_iterator(iterator.get()), -1);
-    }
-    EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
-    EXPECT_EQ(agent_.sessions().remove_iterator(iterator.get()), 0);
-    EXPECT_EQ(agent_.sessions().IteratorCount(), 0u);
-}
-
 TEST_F(LogInFaults, OfTheRootPoaAreRefusedAndUndone) {
     const TraceCapture trace;
     const TestNms& nms = agent_.nms();

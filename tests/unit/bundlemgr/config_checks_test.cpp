@@ -228,9 +228,9 @@ TEST(ConfigChecks, AllowedNetworksMayHaveHostNamesBesides) {
     EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"nms.example.com\"]\n"), IsEmpty());
 }
 
-TEST(ConfigChecks, SoftIteratorLimitIsNotAboveTheHardOne) {
-    EXPECT_THAT(check("[iterator]\nsoft_limit = 1001\n"),
-                ElementsAre("2: iterator.soft_limit: must not be above iterator.hard_limit"));
+TEST(ConfigChecks, IteratorLimitsMayBeInAnyOrder) {
+    EXPECT_THAT(check("[iterator]\nsoft_limit = 7\nhard_limit = 8\n"), IsEmpty());
+    EXPECT_THAT(check("[iterator]\nsoft_limit = 8\nhard_limit = 7\n"), IsEmpty());
     EXPECT_THAT(check("[iterator]\nsoft_limit = 7\nhard_limit = 7\n"), IsEmpty());
 }
 

@@ -113,11 +113,14 @@ class SessionMgr : public ACE_Task_Base {
 
     // -- iterators
     // -------------------------------------------------------------------------------------------
-    /// Lists an activated iterator; takes over one reference. 0, or -1 when the lock failed.
-    int list_iterator(PortableServer::ServantBase* iterator);
+    /// Activates a new iterator in its `_default_POA` and lists it; the oldest one is closed when more than
+    /// `IteratorRestriction()` are open. 0: the caller's reference is taken over. Otherwise an error code
+    /// (the iterator is as before, the caller's): 0x41180102 when `IteratorNum()` are open, 0x411800BA when
+    /// it cannot be activated or its POA dies meanwhile, 0x411800BE when the iterator lock failed.
+    KELP_EXPORT unsigned long add_iterator(PortableServer::ServantBase* iterator);
     /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0 or -1.
     int remove_iterator(PortableServer::ServantBase* iterator);
-    std::size_t IteratorCount();
+    KELP_EXPORT std::size_t IteratorCount();
 
     // -- the request in hand
     // -----------------------------------------------------------------------------------
@@ -155,6 +158,15 @@ class SessionMgr : public ACE_Task_Base {
     ListedSessions::iterator FindListed(const EmsSession_IImpl* session);
     /// Takes a session out of the list and its index; the list's reference is the caller's then.
     void Delist(ListedSessions::iterator listed);
+    unsigned long ReserveIteratorPlace(PortableServer::ServantBase*& evicted);
+    unsigned long ActivateAndList(PortableServer::ServantBase* iterator,
+                                  PortableServer::ServantBase*& evicted);
+    unsigned long ListActivated(PortableServer::ServantBase* iterator, PortableServer::POA_ptr poa,
+                                const PortableServer::ObjectId& id, PortableServer::ServantBase*& evicted);
+    /// remove_iterator(), telling besides whether it was there. False when the lock failed.
+    bool TakeOutIterator(PortableServer::ServantBase* iterator, bool& wasListed);
+    /// The oldest iterator, which is not listed any more; its reference is the caller's. Under the lock.
+    PortableServer::ServantBase* TakeOldestIterator();
     void TakeOverServant(const std::string& name, POA_common::Common_I* servant);
     void ReleaseServants();
     void LogOutEverybody();
@@ -171,7 +183,12 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Event wakeUp_{0, 0, USYNC_THREAD};
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
-    std::list<PortableServer::ServantBase*> iterators_;
+    std::list<PortableServer::ServantBase*> iterators_;  ///< oldest first; a reference each
+    std::unordered_map<PortableServer::ServantBase*, std::list<PortableServer::ServantBase*>::iterator>
+        iteratorPlaces_;
+    std::atomic<std::size_t> iteratorsToCome_{0};  ///< places taken for iterators that are being activated
+    /// So many of those came when there was none to close for them: the next ones that are listed close one.
+    std::size_t evictionsOwed_ = 0;
     std::map<std::string, POA_common::Common_I*, std::less<>> servants_;
     ACE_RW_Mutex iteratorLock_;
     ACE_Thread_Mutex servantLock_;

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "adapter/sessionsource.h"
+#include "support/agent_fixture.h"
+#include "support/test_iterator.h"
+#include "support/trace_capture.h"
+
+namespace kelp::test {
+
+constexpr unsigned long kNotActivated = 0x411800BA;
+constexpr unsigned long kTooManyIterators = 0x41180102;
+
+/// Iterators of a session that is logged in.
+class IteratorFixture : public testing::Test {
+  protected:
+    explicit IteratorFixture(const AgentOptions& options = {}) : agent_(options) {
+        session_ = agent_.logIn(agent_.nms());
+        top_ = agent_.listed(agent_.nms())->source()->get_POA();
+        iterators_ = top_->find_POA("iterator", false);
+    }
+    /// One that is not opened; the caller holds it.
+    NS_KELPCORBA::ServantRef<TestIterator> made() {
+        return NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(iterators_.in(), alive_));
+    }
+    /// Opens the iterator, with a reference of its own given to the session manager. The error code.
+    static unsigned long open(const NS_KELPCORBA::ServantRef<TestIterator>& iterator) {
+        iterator->_add_ref();
+        const unsigned long code = RunningAgent::sessions().add_iterator(iterator.get());
+        if (code != 0)
+            iterator->_remove_ref();
+        return code;
+    }
+    /// Made and opened, and held by nobody else.
+    unsigned long openOne() { return open(made()); }
+
+    common::Common_I_var remote(TestIterator* iterator) {
+        const CORBA::Object_var object = iterators_->servant_to_reference(iterator);
+        return agent_.overTheWire<common::Common_I>(object.in());
+    }
+    static bool answers(common::Common_I_ptr iterator) {
+        try {
+            common::CapabilityList_T_var capabilities;
+            iterator->getCapabilities(capabilities.out());
+            return true;
+        } catch (const CORBA::OBJECT_NOT_EXIST&) {
+            return false;
+        }
+    }
+    static std::size_t count() { return RunningAgent::sessions().IteratorCount(); }
+
+    std::atomic<int> alive_{0};
+    RunningAgent agent_;
+    emsSession::EmsSession_I_var session_;
+    PortableServer::POA_var top_;
+    PortableServer::POA_var iterators_;
+};
+
+}  // namespace kelp::test

@@ -1,0 +1,165 @@
+// The limits of open iterators: the oldest is closed above the soft one, no more are opened at the hard one.
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "iterator_fixture.h"
+
+namespace kelp::test {
+namespace {
+
+template <int Soft, int Hard>
+class IteratorsLimited : public IteratorFixture {
+  protected:
+    IteratorsLimited() : IteratorFixture(AgentOptions().withIteratorLimits(Soft, Hard)) {}
+};
+
+using IteratorsSoftBelowHard = IteratorsLimited<2, 10>;
+
+TEST_F(IteratorsSoftBelowHard, FourthOneClosesTheFirst) {
+    std::vector<common::Common_I_var> remotes;
+    for (int i = 0; i < 4; ++i) {
+        const auto iterator = made();
+        EXPECT_EQ(open(iterator), 0ul);
+        remotes.push_back(remote(iterator.get()));
+        EXPECT_TRUE(answers(remotes.back().in()));
+    }
+    EXPECT_EQ(count(), 3u);
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 3; }));
+    EXPECT_FALSE(answers(remotes[0].in()));
+    for (std::size_t i = 1; i < 4; ++i)
+        EXPECT_TRUE(answers(remotes[i].in())) << i;
+}
+
+TEST_F(IteratorsSoftBelowHard, NeverAreMoreThanTheSoftLimitAndOne) {
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(openOne(), 0ul);
+        EXPECT_LE(count(), 3u);
+    }
+    EXPECT_EQ(count(), 3u);
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 3; }));
+}
+
+using IteratorsFarBelowHard = IteratorsLimited<2, 100>;
+
+TEST_F(IteratorsFarBelowHard, AreNeverMoreThanTheSoftLimitAndOneEvenIfManyAreOpenedAtOnce) {
+    constexpr int kThreads = 8, kEach = 40;
+    std::atomic<int> running{kThreads};
+    std::atomic<int> refused{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < kEach; ++i)
+                refused += openOne() == 0 ? 0 : 1;
+            --running;
+        });
+    std::size_t most = 0;
+    while (running > 0)
+        most = std::max(most, count());
+    for (std::thread& each : threads)
+        each.join();
+    EXPECT_LE(most, 3u);
+    EXPECT_EQ(count(), 3u);
+    EXPECT_EQ(refused, 0);
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 3; }));
+}
+
+TEST_F(IteratorsSoftBelowHard, OneWithoutAPoaIsNotOpenedAndStaysItsMakers) {
+    const auto nowhere =
+        NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(PortableServer::POA::_nil(), alive_));
+    const TraceCapture trace;
+    EXPECT_EQ(open(nowhere), kNotActivated);
+    EXPECT_TRUE(trace.contains("[SessionMgr::add_iterator] Occurred during activate_object!"));
+    EXPECT_EQ(nowhere->_refcount_value(), 1u);
+    EXPECT_EQ(count(), 0u);
+}
+
+TEST_F(IteratorsSoftBelowHard, ALowerHardLimitRefusesTheNewOneAndStillClosesTheOldest) {
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(openOne(), 0ul);
+    agent_.configure(AgentOptions().withIteratorLimits(2, 2));
+    const TraceCapture trace;
+    EXPECT_EQ(openOne(), kTooManyIterators);
+    EXPECT_EQ(count(), 2u);
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 2; }));
+    EXPECT_EQ(openOne(), kTooManyIterators);
+    EXPECT_EQ(count(), 2u) << "at the soft limit none is closed";
+    EXPECT_EQ(trace.count("[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!"),
+              2u);
+}
+
+TEST_F(IteratorsSoftBelowHard, AtMostOneIsClosedForANewOneWhenTheLimitsHaveShrunk) {
+    agent_.configure(AgentOptions().withIteratorLimits(9, 20));
+    for (int i = 0; i < 10; ++i)
+        ASSERT_EQ(openOne(), 0ul);
+    agent_.configure(AgentOptions().withIteratorLimits(2, 20));
+    EXPECT_EQ(openOne(), 0ul);
+    EXPECT_EQ(count(), 10u);
+}
+
+using IteratorsHardEqualToSoft = IteratorsLimited<3, 3>;
+
+TEST_F(IteratorsHardEqualToSoft, AreRefusedAtTheLimitAndNoneIsClosed) {
+    std::vector<common::Common_I_var> remotes;
+    for (int i = 0; i < 3; ++i) {
+        const auto iterator = made();
+        ASSERT_EQ(open(iterator), 0ul);
+        remotes.push_back(remote(iterator.get()));
+    }
+    for (int i = 0; i < 5; ++i) {
+        const auto refused = made();
+        EXPECT_EQ(open(refused), kTooManyIterators);
+        EXPECT_EQ(refused->_refcount_value(), 1u) << "it stays its maker's";
+        EXPECT_EQ(count(), 3u);
+    }
+    for (const common::Common_I_var& each : remotes)
+        EXPECT_TRUE(answers(each.in()));
+}
+
+TEST_F(IteratorsHardEqualToSoft, AreOpenedAgainAsSoonAsOneIsClosed) {
+    const auto first = made();
+    ASSERT_EQ(open(first), 0ul);
+    ASSERT_EQ(openOne(), 0ul);
+    ASSERT_EQ(openOne(), 0ul);
+    ASSERT_EQ(openOne(), kTooManyIterators);
+    const PortableServer::ObjectId_var id = iterators_->servant_to_id(first.get());
+    iterators_->deactivate_object(id.in());
+    EXPECT_TRUE(waitUntil([&] { return count() == 2; }));
+    EXPECT_EQ(openOne(), 0ul);
+}
+
+using IteratorsHardBelowSoft = IteratorsLimited<10, 2>;
+
+TEST_F(IteratorsHardBelowSoft, AreRefusedAtTheHardLimit) {
+    EXPECT_EQ(openOne(), 0ul);
+    EXPECT_EQ(openOne(), 0ul);
+    EXPECT_EQ(openOne(), kTooManyIterators);
+    EXPECT_EQ(count(), 2u);
+}
+
+using IteratorsOfManyThreads = IteratorsLimited<100, 10>;
+
+TEST_F(IteratorsOfManyThreads, AreExactlyAsManyAsTheHardLimitAllows) {
+    constexpr int kThreads = 8, kEach = 20;
+    std::atomic<int> opened{0};
+    std::atomic<int> others{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < kEach; ++i) {
+                const unsigned long code = openOne();
+                opened += code == 0 ? 1 : 0;
+                others += code != 0 && code != kTooManyIterators ? 1 : 0;
+            }
+        });
+    for (std::thread& each : threads)
+        each.join();
+    EXPECT_EQ(opened, 10);
+    EXPECT_EQ(others, 0);
+    EXPECT_EQ(count(), 10u);
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 10; }));
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <kelp/orb/corba.h>
+
+#include <functional>
+
+#include "support/test_manager.h"
+
+namespace kelp::test {
+
+/// An iterator as the session manager sees one: a servant with a POA of its own.
+class TestIterator : public TestManager {
+  public:
+    TestIterator(PortableServer::POA_ptr poa, std::atomic<int>& alive)
+        : TestManager(alive), poa_(PortableServer::POA::_duplicate(poa)) {}
+
+    PortableServer::POA_ptr _default_POA() override {
+        onPoa();
+        return PortableServer::POA::_duplicate(poa_.in());
+    }
+    /// Runs whenever the POA is asked for; set before the first time.
+    std::function<void()> onPoa = [] {};
+
+  private:
+    const PortableServer::POA_var poa_;
+};
+
+}  // namespace kelp::test

@@ -117,10 +117,10 @@ class SessionMgr : public ACE_Task_Base {
     /// `IteratorRestriction()` are open. 0: the caller's reference is taken over. Otherwise an error code
     /// (the iterator is as before, the caller's): 0x41180102 when `IteratorNum()` are open, 0x411800BA when
     /// it cannot be activated or its POA dies meanwhile, 0x411800BE when the iterator lock failed.
-    KELP_EXPORT unsigned long add_iterator(PortableServer::ServantBase* iterator);
+    unsigned long add_iterator(PortableServer::ServantBase* iterator);
     /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0 or -1.
     int remove_iterator(PortableServer::ServantBase* iterator);
-    KELP_EXPORT std::size_t IteratorCount();
+    std::size_t IteratorCount();
 
     // -- the request in hand
     // -----------------------------------------------------------------------------------

@@ -33,4 +33,7 @@ void addHealthCommand(CLI::App& app, const GlobalOptions& options);
 /// parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);
 
+/// `kelpctl inventory ...`: what the EMS's network consists of. `options` must outlive the parsing.
+void addInventoryCommands(CLI::App& app, const GlobalOptions& options);
+
 }  // namespace kelp::ctl

@@ -26,6 +26,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl storm --rate 200 --count 5000
   kelpctl oplog --since 2h --outcome failed
   kelpctl audit verify
+  kelpctl inventory import sample-network.jsonl
 
 Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed but the security log cannot tell of it.)";
 
@@ -53,6 +54,7 @@ int run(int argc, char** argv) {
     addConsumersCommand(app, options);
     addHealthCommand(app, options);
     addLogCommands(app, options);
+    addInventoryCommands(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

@@ -209,6 +209,10 @@ std::vector<ConfigKey> serviceKeys() {
                    "How long a request waits at most for room in a full queue, in milliseconds; once one has "
                    "waited in vain, no other waits until there is room."),
 
+        textKey("inventory", "database", "", {}, restart,
+                "SQLite file of the inventory; empty: inventory.db below the state directory. kelpctl "
+                "inventory import fills it, also while the host runs."),
+
         textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
                  "Where trace lines go: any of \"console\" (standard error), \"file\" and \"journal\" (of "
                  "systemd)."),
@@ -297,6 +301,7 @@ const std::vector<ConfigTable>& configTables() {
         {"access", "Who may call."},
         {"security", "User accounts. Passwords never stand here: they are set with kelpctl user."},
         {"oplog", "The operation log."},
+        {"inventory", "Managed elements, their equipment, ports and links."},
         {"trace", "The trace."},
         {"time", "Times on the interface."},
         {"agent",

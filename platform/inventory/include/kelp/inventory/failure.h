@@ -1,0 +1,22 @@
+#pragma once
+
+#include <kelp/util/export.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace kelp::inventory {
+
+/// Why the inventory cannot be read or written, in one sentence that names the file.
+class KELP_EXPORT InventoryFailure : public std::runtime_error {
+  public:
+    explicit InventoryFailure(const std::string& sentence, bool isLocked = false)
+        : std::runtime_error(sentence), isLocked_(isLocked) {}
+    /// Another process or thread was writing for longer than the caller waits: later it may go.
+    bool isLocked() const { return isLocked_; }
+
+  private:
+    bool isLocked_;
+};
+
+}  // namespace kelp::inventory

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <kelp/inventory/model.h>
+
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace kelp::inventory {
+
+// The naming attributes of the inventory's objects (globaldefs::NamingAttributes_T): "EMS" first, then the
+// components of the object.
+
+struct ManagedElementName {
+    std::string managedElement;
+    bool operator==(const ManagedElementName&) const = default;
+};
+struct HolderName {
+    std::string managedElement;
+    std::string holder;
+    bool operator==(const HolderName&) const = default;
+};
+struct EquipmentName {
+    std::string managedElement;
+    std::string holder;
+    std::string equipment;
+    bool operator==(const EquipmentName&) const = default;
+};
+struct LinkName {
+    std::string link;
+    bool operator==(const LinkName&) const = default;
+};
+using ObjectName = std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName>;
+
+KELP_EXPORT NameValues namingAttributes(const std::string& ems, const ObjectName& name);
+
+KELP_EXPORT ObjectName nameOf(const ManagedElement& row);
+KELP_EXPORT ObjectName nameOf(const EquipmentHolder& row);
+KELP_EXPORT ObjectName nameOf(const Equipment& row);
+KELP_EXPORT ObjectName nameOf(const TerminationPoint& row);
+KELP_EXPORT ObjectName nameOf(const TopologicalLink& row);
+
+/// The object that naming attributes of this EMS stand for; none when their components are those of no object
+/// of the inventory, or of another EMS. Says nothing about whether the object is there.
+KELP_EXPORT std::optional<ObjectName> objectNameOf(const std::string& ems, const NameValues& attributes);
+
+}  // namespace kelp::inventory

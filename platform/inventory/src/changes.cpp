@@ -1,0 +1,67 @@
+#include <type_traits>
+
+#include "inventory_state.h"
+#include "table.h"
+
+namespace kelp::inventory {
+
+namespace {
+
+std::string tableOf(ObjectKind kind) {
+    std::string name;
+    withKind(kind, [&](const auto& row) { name = Table<std::decay_t<decltype(row)>>::kName; });
+    return name;
+}
+
+bool isLabelInUse(Connection& connection, const std::string& table, std::int64_t id,
+                  const std::string& label) {
+    Prepared& query = connection.prepared("SELECT 1 FROM " + table + " WHERE userLabel = ?1 AND id <> ?2");
+    const ResetAtEnd reset(query);
+    query.bindText(1, label);
+    query.bind(2, id);
+    return query.step();
+}
+
+Change setText(Connection& connection, const std::string& table, const char* column, std::int64_t id,
+               const std::string& text) {
+    Prepared& update = connection.prepared("UPDATE " + table + " SET " + column + " = ?1 WHERE id = ?2");
+    update.bindText(1, text);
+    update.bind(2, id);
+    return update.execute() == 0 ? Change::NoSuchObject : Change::Made;
+}
+
+}  // namespace
+
+Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique) {
+    const std::string table = tableOf(kind);
+    const std::lock_guard lock(state_->writing);
+    return translated(state_->file, [&] {
+        // nobody else may take the label between the look and the change
+        SQLite::Transaction transaction(state_->writer.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        if (isUnique && isLabelInUse(state_->writer, table, id, label))
+            return Change::LabelInUse;
+        const Change change = setText(state_->writer, table, "userLabel", id, label);
+        transaction.commit();
+        return change;
+    });
+}
+
+Change Inventory::setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name) {
+    const std::lock_guard lock(state_->writing);
+    return translated(state_->file,
+                      [&] { return setText(state_->writer, tableOf(kind), "nativeEMSName", id, name); });
+}
+
+Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& owner) {
+    const std::lock_guard lock(state_->writing);
+    return translated(state_->file,
+                      [&] { return setText(state_->writer, tableOf(kind), "owner", id, owner); });
+}
+
+void Inventory::setPatience(std::chrono::milliseconds patience) {
+    const std::lock_guard lock(state_->writing);
+    translated(state_->file,
+               [&] { state_->writer.database().setBusyTimeout(static_cast<int>(patience.count())); });
+}
+
+}  // namespace kelp::inventory

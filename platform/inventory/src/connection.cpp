@@ -1,0 +1,84 @@
+#include "connection.h"
+
+#include <fcntl.h>
+#include <kelp/util/descriptor.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "schema.h"
+
+namespace kelp::inventory {
+
+namespace {
+
+/// Makes an empty file that only its owner can read. One that is there already stays as it is.
+void makePrivateFile(const std::filesystem::path& file) {
+    std::error_code error;
+    if (file.has_parent_path())
+        std::filesystem::create_directories(file.parent_path(), error);
+    if (error)
+        throw InventoryFailure("inventory " + file.string() + ": cannot make its folder: " + error.message());
+    const util::Descriptor made(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!made.isOpen())
+        throw InventoryFailure("inventory " + file.string() +
+                               ": cannot be opened: " + std::generic_category().message(errno));
+}
+
+}  // namespace
+
+Connection::Connection(const std::filesystem::path& file, Use use)
+    : database_(file.string(), SQLite::OPEN_READWRITE, static_cast<int>(kPatience.count())) {
+    if (use == Use::Read) {
+        // the write-ahead log may need mending before it can be read, which a read-only file does not allow
+        database_.exec("PRAGMA query_only = ON");
+    } else {
+        database_.exec("PRAGMA foreign_keys = ON");
+        database_.exec("PRAGMA synchronous = NORMAL");
+    }
+}
+
+Prepared& Connection::prepared(const std::string& sql) {
+    const auto found = statements_.find(sql);
+    return found != statements_.end() ? found->second
+                                      : statements_.try_emplace(sql, database_, sql).first->second;
+}
+
+Connection openForWriting(const std::filesystem::path& file) {
+    makePrivateFile(file);
+    return translated(file, [&] {
+        // another program's file gets neither tables nor another journal
+        SQLite::Database database(file.string(), SQLite::OPEN_READWRITE,
+                                  static_cast<int>(Connection::kPatience.count()));
+        prepareSchema(database, file);
+        database.exec("PRAGMA journal_mode = WAL");
+        return Connection(file, Connection::Use::Write);
+    });
+}
+
+void requireFile(const std::filesystem::path& file) {
+    if (std::error_code error; !std::filesystem::exists(file, error))
+        throw InventoryFailure("inventory " + file.string() + " does not exist");
+}
+
+InventoryFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure) {
+    const std::string subject = "inventory " + file.string();
+    switch (failure.getErrorCode()) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return InventoryFailure(subject + " is being written by another process", true);
+        case SQLITE_NOTADB:
+        case SQLITE_CORRUPT:
+            return InventoryFailure(subject + " is damaged: " + failure.getErrorStr());
+        case SQLITE_READONLY:
+            return InventoryFailure(subject + " is read-only");
+        case SQLITE_FULL:
+            return InventoryFailure(subject + ": the disk is full");
+        default:
+            return InventoryFailure(subject + ": " + failure.what());
+    }
+}
+
+}  // namespace kelp::inventory

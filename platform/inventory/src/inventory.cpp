@@ -1,0 +1,108 @@
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/inventory/inventory.h>
+
+#include <variant>
+
+#include "inventory_state.h"
+#include "name_index.h"
+#include "row_reader.h"
+#include "table.h"
+
+namespace kelp::inventory {
+
+namespace {
+
+std::int64_t idOf(NameIndex& index, const ManagedElementName& name) {
+    return index.elementId(name.managedElement);
+}
+std::int64_t idOf(NameIndex& index, const HolderName& name) {
+    const std::int64_t element = index.elementId(name.managedElement);
+    return element == 0 ? 0 : index.holderId(element, name.holder);
+}
+std::int64_t idOf(NameIndex& index, const EquipmentName& name) {
+    const std::int64_t holder = idOf(index, HolderName{name.managedElement, name.holder});
+    return holder == 0 ? 0 : index.equipmentId(holder, name.equipment);
+}
+std::int64_t idOf(NameIndex& index, const TpName& name) {
+    return index.tpId(name);
+}
+std::int64_t idOf(NameIndex& index, const LinkName& name) {
+    return index.linkId(name.link);
+}
+
+template <class Row, class Name>
+std::optional<Row> findRow(Connection& connection, const Name& name) {
+    NameIndex index(connection);
+    const std::int64_t id = idOf(index, name);
+    if (id == 0)
+        return std::nullopt;
+    std::vector<Row> rows;
+    RowReader<Row>(connection, Columns::All).read({id, 1}, rows);
+    return rows.empty() ? std::nullopt : std::optional<Row>(std::move(rows.front()));
+}
+
+template <class Row>
+std::vector<Row> readRows(Connection& connection, const RowIds& ids, Columns columns) {
+    std::vector<Row> rows;
+    rows.reserve(ids.count());
+    RowReader<Row> reader(connection, columns);
+    for (const IdRange& range : ids.ranges())
+        reader.read(range, rows);
+    return rows;
+}
+
+}  // namespace
+
+Inventory::Inventory(const std::filesystem::path& file, Missing missing) {
+    if (missing == Missing::IsAnError)
+        requireFile(file);
+    state_ = translated(file, [&] { return std::make_unique<State>(file); });
+}
+
+Inventory::~Inventory() = default;
+
+std::optional<ManagedElement> Inventory::find(const ManagedElementName& name) {
+    return state_->reading([&](auto& lease) { return findRow<ManagedElement>(lease.connection(), name); });
+}
+std::optional<EquipmentHolder> Inventory::find(const HolderName& name) {
+    return state_->reading([&](auto& lease) { return findRow<EquipmentHolder>(lease.connection(), name); });
+}
+std::optional<Equipment> Inventory::find(const EquipmentName& name) {
+    return state_->reading([&](auto& lease) { return findRow<Equipment>(lease.connection(), name); });
+}
+std::optional<TerminationPoint> Inventory::find(const TpName& name) {
+    return state_->reading([&](auto& lease) { return findRow<TerminationPoint>(lease.connection(), name); });
+}
+std::optional<TopologicalLink> Inventory::find(const LinkName& name) {
+    return state_->reading([&](auto& lease) { return findRow<TopologicalLink>(lease.connection(), name); });
+}
+
+template <class Row>
+std::vector<Row> Inventory::read(const RowIds& ids) {
+    return state_->reading([&](auto& lease) { return readRows<Row>(lease.connection(), ids, Columns::All); });
+}
+
+template <class Row>
+std::vector<Row> Inventory::readNames(const RowIds& ids) {
+    return state_->reading(
+        [&](auto& lease) { return readRows<Row>(lease.connection(), ids, Columns::NamesOnly); });
+}
+
+template std::vector<ManagedElement> Inventory::read(const RowIds&);
+template std::vector<EquipmentHolder> Inventory::read(const RowIds&);
+template std::vector<Equipment> Inventory::read(const RowIds&);
+template std::vector<TerminationPoint> Inventory::read(const RowIds&);
+template std::vector<TopologicalLink> Inventory::read(const RowIds&);
+template std::vector<ManagedElement> Inventory::readNames(const RowIds&);
+template std::vector<EquipmentHolder> Inventory::readNames(const RowIds&);
+template std::vector<Equipment> Inventory::readNames(const RowIds&);
+template std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
+template std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
+
+std::filesystem::path configuredInventory() {
+    const std::string configured = NS_BUNDLEMGR1::ConfigStore::instance().text("inventory.database");
+    return configured.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "inventory.db"
+                              : std::filesystem::path(configured);
+}
+
+}  // namespace kelp::inventory

@@ -1,0 +1,88 @@
+#include <kelp/inventory/object_name.h>
+
+#include <utility>
+
+namespace kelp::inventory {
+
+namespace {
+
+NameValues componentsOf(const ManagedElementName& name) {
+    return {{"ManagedElement", name.managedElement}};
+}
+NameValues componentsOf(const HolderName& name) {
+    return {{"ManagedElement", name.managedElement}, {"EquipmentHolder", name.holder}};
+}
+NameValues componentsOf(const EquipmentName& name) {
+    return {{"ManagedElement", name.managedElement},
+            {"EquipmentHolder", name.holder},
+            {"Equipment", name.equipment}};
+}
+NameValues componentsOf(const TpName& name) {
+    NameValues components = {{"ManagedElement", name.managedElement},
+                             {name.portKind == TpKind::Ftp ? "FTP" : "PTP", name.port}};
+    if (!name.ctp.empty())
+        components.push_back({"CTP", name.ctp});
+    return components;
+}
+NameValues componentsOf(const LinkName& name) {
+    return {{"TopologicalLink", name.link}};
+}
+
+/// The components' names, joined by dots.
+std::string formOf(const NameValues& attributes) {
+    std::string form;
+    for (const NameValue& component : attributes)
+        form += (form.empty() ? "" : ".") + component.name;
+    return form;
+}
+
+}  // namespace
+
+NameValues namingAttributes(const std::string& ems, const ObjectName& name) {
+    NameValues attributes = {{"EMS", ems}};
+    for (NameValue& component : std::visit([](const auto& each) { return componentsOf(each); }, name))
+        attributes.push_back(std::move(component));
+    return attributes;
+}
+
+ObjectName nameOf(const ManagedElement& row) {
+    return ManagedElementName{row.name};
+}
+ObjectName nameOf(const EquipmentHolder& row) {
+    return HolderName{row.managedElement, row.name};
+}
+ObjectName nameOf(const Equipment& row) {
+    return EquipmentName{row.managedElement, row.holder, row.name};
+}
+ObjectName nameOf(const TerminationPoint& row) {
+    return row.name;
+}
+ObjectName nameOf(const TopologicalLink& row) {
+    return LinkName{row.name};
+}
+
+std::optional<ObjectName> objectNameOf(const std::string& ems, const NameValues& attributes) {
+    if (attributes.empty() || attributes[0].value != ems)
+        return std::nullopt;
+    for (const NameValue& component : attributes) {
+        if (component.value.empty())
+            return std::nullopt;
+    }
+    const std::string form = formOf(attributes);
+    const auto value = [&](std::size_t place) { return attributes[place].value; };
+    if (form == "EMS.ManagedElement")
+        return ManagedElementName{value(1)};
+    if (form == "EMS.ManagedElement.EquipmentHolder")
+        return HolderName{value(1), value(2)};
+    if (form == "EMS.ManagedElement.EquipmentHolder.Equipment")
+        return EquipmentName{value(1), value(2), value(3)};
+    if (form == "EMS.ManagedElement.PTP" || form == "EMS.ManagedElement.PTP.CTP")
+        return TpName{value(1), TpKind::Ptp, value(2), attributes.size() > 3 ? value(3) : ""};
+    if (form == "EMS.ManagedElement.FTP" || form == "EMS.ManagedElement.FTP.CTP")
+        return TpName{value(1), TpKind::Ftp, value(2), attributes.size() > 3 ? value(3) : ""};
+    if (form == "EMS.TopologicalLink")
+        return LinkName{value(1)};
+    return std::nullopt;
+}
+
+}  // namespace kelp::inventory

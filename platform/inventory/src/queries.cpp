@@ -1,0 +1,255 @@
+#include <algorithm>
+#include <initializer_list>
+#include <string_view>
+
+#include "inventory_state.h"
+#include "packed_values.h"
+
+namespace kelp::inventory {
+
+namespace {
+
+/// Something in `name` below the name ?2, and below it by one component only.
+const std::string kBelow = " AND substr(name, 1, length(?2) + 1) = ?2 || '/'";
+const std::string kDirectlyBelow = kBelow + " AND instr(substr(name, length(?2) + 2), '/') = 0";
+
+/// The rows that a statement names in its first column, in its order.
+RowIds idsOf(Prepared& query) {
+    RowIds ids;
+    while (query.step())
+        ids.append(query.integer(0));
+    return ids;
+}
+
+RowIds idsOf(ReadPool::Lease& lease, const std::string& sql, std::initializer_list<std::int64_t> numbers) {
+    Prepared& query = lease.prepared(sql);
+    const ResetAtEnd reset(query);
+    int place = 0;
+    for (const std::int64_t number : numbers)
+        query.bind(++place, number);
+    return idsOf(query);
+}
+
+/// A row that others may be in, by the name that theirs begin with.
+struct Container {
+    std::int64_t parent = 0;  ///< element of a holder, port of a CTP; 0: there is no such row
+    std::string name;
+};
+
+Container containerOf(ReadPool::Lease& lease, const std::string& sql, std::int64_t id) {
+    Prepared& query = lease.prepared(sql);
+    const ResetAtEnd reset(query);
+    query.bind(1, id);
+    if (!query.step())
+        return {};
+    return {query.integer(0), std::string(query.text(1))};
+}
+
+Container holderOf(ReadPool::Lease& lease, std::int64_t id) {
+    return containerOf(lease, "SELECT element_id, name FROM equipment_holder WHERE id = ?1", id);
+}
+
+/// A port as the container without a name of its own.
+Container tpOf(ReadPool::Lease& lease, std::int64_t id) {
+    return containerOf(lease,
+                       "SELECT coalesce(port_id, id), iif(port_id IS NULL, '', name) FROM termination_point "
+                       "WHERE id = ?1",
+                       id);
+}
+
+const std::string& below(Depth depth) {
+    return depth == Depth::Direct ? kDirectlyBelow : kBelow;
+}
+
+/// Whether the name of a CTP is one layer longer than that of what contains it, a port's being empty. The
+/// direction that the name of a unidirectional CTP begins with is no layer.
+bool isDirectlyIn(const std::string& container, std::string_view name) {
+    constexpr std::string_view kDirection = "/direction=";
+    name.remove_prefix(container.size());
+    if (container.empty() && name.substr(0, kDirection.size()) == kDirection)
+        name.remove_prefix(std::min(name.size(), name.find('/', 1)));
+    return name.find('/', 1) == std::string_view::npos;
+}
+
+bool isConnected(std::int64_t connectionState) {
+    const auto state = static_cast<TpConnectionState>(connectionState);
+    return state != TpConnectionState::NotApplicable && state != TpConnectionState::NotConnected;
+}
+
+bool isWanted(const Prepared& port, const PortFilter& filter) {
+    return (filter.layers.empty() || hasLayerOf(port.packed(1), filter.layers)) &&
+           (filter.connectableRates.empty() || hasRateOf(port.packed(2), filter.connectableRates));
+}
+
+}  // namespace
+
+RowIds Inventory::elements() {
+    return state_->reading(
+        [](auto& lease) { return idsOf(lease, "SELECT id FROM managed_element ORDER BY id", {}); });
+}
+
+RowIds Inventory::holdersOf(std::int64_t elementId, Depth depth) {
+    const std::string topOnly = depth == Depth::Direct ? " AND instr(substr(name, 2), '/') = 0" : "";
+    return state_->reading([&](auto& lease) {
+        return idsOf(lease,
+                     "SELECT id FROM equipment_holder WHERE element_id = ?1" + topOnly + " ORDER BY id",
+                     {elementId});
+    });
+}
+
+RowIds Inventory::holdersIn(std::int64_t holderId, Depth depth) {
+    return state_->reading([&](auto& lease) {
+        const Container holder = holderOf(lease, holderId);
+        Prepared& query = lease.prepared("SELECT id FROM equipment_holder WHERE element_id = ?1" +
+                                         below(depth) + " ORDER BY id");
+        const ResetAtEnd reset(query);
+        query.bind(1, holder.parent);
+        query.bindText(2, holder.name);
+        return idsOf(query);
+    });
+}
+
+RowIds Inventory::equipmentOf(std::int64_t elementId) {
+    return state_->reading([&](auto& lease) {
+        return idsOf(lease,
+                     "SELECT equipment.id FROM equipment_holder JOIN equipment ON holder_id = "
+                     "equipment_holder.id WHERE element_id = ?1 ORDER BY equipment.id",
+                     {elementId});
+    });
+}
+
+RowIds Inventory::equipmentIn(std::int64_t holderId, Depth depth) {
+    return state_->reading([&](auto& lease) {
+        if (depth == Depth::Direct)
+            return idsOf(lease, "SELECT id FROM equipment WHERE holder_id = ?1 ORDER BY id", {holderId});
+        const Container holder = holderOf(lease, holderId);
+        Prepared& query = lease.prepared(
+            "SELECT id FROM equipment WHERE holder_id IN (SELECT id FROM equipment_holder WHERE element_id = "
+            "?1 AND (name = ?2 OR substr(name, 1, length(?2) + 1) = ?2 || '/')) ORDER BY id");
+        const ResetAtEnd reset(query);
+        query.bind(1, holder.parent);
+        query.bindText(2, holder.name);
+        return idsOf(query);
+    });
+}
+
+RowIds Inventory::portsOf(std::int64_t elementId, const PortFilter& filter) {
+    return state_->reading([&](auto& lease) {
+        Prepared& query = lease.prepared(
+            "SELECT id, transmissionParams, connectableRates FROM termination_point WHERE port_id IS NULL "
+            "AND "
+            "element_id = ?1 AND kind BETWEEN ?2 AND ?3 ORDER BY id");
+        const ResetAtEnd reset(query);
+        query.bind(1, elementId);
+        query.bind(2, static_cast<std::int64_t>(filter.withPtps ? TpKind::Ptp : TpKind::Ftp));
+        query.bind(3, static_cast<std::int64_t>(filter.withFtps ? TpKind::Ftp : TpKind::Ptp));
+        RowIds ids;
+        while (query.step()) {
+            if (isWanted(query, filter))
+                ids.append(query.integer(0));
+        }
+        return ids;
+    });
+}
+
+RowIds Inventory::allPorts() {
+    return state_->reading([](auto& lease) {
+        return idsOf(lease, "SELECT id FROM termination_point WHERE port_id IS NULL ORDER BY id", {});
+    });
+}
+
+RowIds Inventory::portsOn(std::int64_t equipmentId) {
+    return state_->reading([&](auto& lease) {
+        return idsOf(lease, "SELECT id FROM termination_point WHERE equipment_id = ?1 ORDER BY id",
+                     {equipmentId});
+    });
+}
+
+RowIds Inventory::tpsIn(std::int64_t tpId, const LayerRates& layers, Depth depth, ContainedTps which) {
+    return state_->reading([&](auto& lease) {
+        const Container tp = tpOf(lease, tpId);
+        Prepared& query = lease.prepared(
+            "SELECT id, transmissionParams, connectionState, name FROM termination_point WHERE port_id = ?1" +
+            kBelow + " ORDER BY id");
+        const ResetAtEnd reset(query);
+        query.bind(1, tp.parent);
+        query.bindText(2, tp.name);
+        RowIds ids;
+        while (query.step()) {
+            if ((depth == Depth::All || isDirectlyIn(tp.name, query.text(3))) &&
+                (layers.empty() || hasLayerOf(query.packed(1), layers)) &&
+                (which == ContainedTps::All || isConnected(query.integer(2))))
+                ids.append(query.integer(0));
+        }
+        return ids;
+    });
+}
+
+RowIds Inventory::tpsAround(std::int64_t tpId) {
+    return state_->reading([&](auto& lease) {
+        const Container tp = tpOf(lease, tpId);
+        RowIds ids;
+        if (tp.name.empty())
+            return ids;
+        Prepared& query = lease.prepared(
+            "SELECT id FROM termination_point WHERE port_id = ?1 AND substr(?2, 1, length(name) + 1) = name "
+            "|| '/' ORDER BY length(name) DESC");
+        const ResetAtEnd reset(query);
+        query.bind(1, tp.parent);
+        query.bindText(2, tp.name);
+        ids = idsOf(query);
+        ids.append(tp.parent);
+        return ids;
+    });
+}
+
+RowIds Inventory::links() {
+    return state_->reading(
+        [](auto& lease) { return idsOf(lease, "SELECT id FROM topological_link ORDER BY id", {}); });
+}
+
+RowIds Inventory::linksOf(std::int64_t elementId) {
+    return state_->reading([&](auto& lease) {
+        return idsOf(
+            lease,
+            "WITH port (id) AS (SELECT id FROM termination_point WHERE port_id IS NULL AND element_id = ?1), "
+            "tp (id) AS (SELECT id FROM port UNION ALL SELECT ctp.id FROM port JOIN termination_point AS ctp "
+            "ON "
+            "ctp.port_id = port.id) SELECT id FROM topological_link WHERE a_end_id IN tp UNION SELECT id "
+            "FROM "
+            "topological_link WHERE z_end_id IN tp ORDER BY 1",
+            {elementId});
+    });
+}
+
+Statistics Inventory::statistics() {
+    return state_->reading([](auto& lease) {
+        Statistics result;
+        const auto count = [&lease](const std::string& table, const char* condition = "") {
+            Prepared& query = lease.prepared("SELECT count(*) FROM " + table + condition);
+            const ResetAtEnd reset(query);
+            query.step();
+            return static_cast<std::uint64_t>(query.integer(0));
+        };
+        result.elements = count("managed_element");
+        result.holders = count("equipment_holder");
+        result.equipment = count("equipment");
+        result.ctps = count("termination_point", " WHERE port_id IS NOT NULL");
+        result.ftps = count("termination_point", " WHERE port_id IS NULL AND kind = 1");
+        result.ptps = count("termination_point", " WHERE port_id IS NULL AND kind = 0");
+        result.links = count("topological_link");
+        Prepared& products = lease.prepared(
+            "SELECT productName, count(*) FROM managed_element GROUP BY productName ORDER BY 2 DESC, 1");
+        const ResetAtEnd reset(products);
+        while (products.step())
+            result.elementsByProduct.emplace_back(std::string(products.text(0)),
+                                                  static_cast<std::uint64_t>(products.integer(1)));
+        Connection& connection = lease.connection();
+        result.fileBytes =
+            static_cast<std::uint64_t>(connection.database().execAndGet("PRAGMA page_count").getInt64() *
+                                       connection.database().execAndGet("PRAGMA page_size").getInt64());
+        return result;
+    });
+}
+
+}  // namespace kelp::inventory

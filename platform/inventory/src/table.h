@@ -1,0 +1,162 @@
+#pragma once
+
+#include <kelp/inventory/model.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelp::inventory {
+
+/// What is known of a kind of row: its table, its word in files, and its attributes in their order. An
+/// attribute's name is the standard's, and is column of the table, column of a CSV file and key in JSON
+/// alike.
+template <class Row>
+struct Table;
+
+template <>
+struct Table<ManagedElement> {
+    static constexpr ObjectKind kKind = ObjectKind::ManagedElement;
+    static constexpr const char* kName = "managed_element";
+    static constexpr const char* kWord = "ManagedElement";
+    static constexpr const char* kNameColumns = "name";
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("nativeEMSName", row.nativeEMSName);
+        attribute("owner", row.owner);
+        attribute("location", row.location);
+        attribute("version", row.version);
+        attribute("productName", row.productName);
+        attribute("communicationState", row.communicationState);
+        attribute("emsInSyncState", row.emsInSyncState);
+        attribute("supportedRates", row.supportedRates);
+        attribute("additionalInfo", row.additionalInfo);
+    }
+};
+
+template <>
+struct Table<EquipmentHolder> {
+    static constexpr ObjectKind kKind = ObjectKind::EquipmentHolder;
+    static constexpr const char* kName = "equipment_holder";
+    static constexpr const char* kWord = "EquipmentHolder";
+    static constexpr const char* kNameColumns = "element_id, name";
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("nativeEMSName", row.nativeEMSName);
+        attribute("owner", row.owner);
+        attribute("alarmReportingIndicator", row.alarmReportingIndicator);
+        attribute("holderType", row.holderType);
+        attribute("expectedOrInstalledEquipment", row.expectedOrInstalledEquipment);
+        attribute("acceptableEquipmentTypeList", row.acceptableEquipmentTypeList);
+        attribute("holderState", row.holderState);
+        attribute("additionalInfo", row.additionalInfo);
+    }
+};
+
+template <>
+struct Table<Equipment> {
+    static constexpr ObjectKind kKind = ObjectKind::Equipment;
+    static constexpr const char* kName = "equipment";
+    static constexpr const char* kWord = "Equipment";
+    static constexpr const char* kNameColumns = "holder_id, name";
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("nativeEMSName", row.nativeEMSName);
+        attribute("owner", row.owner);
+        attribute("alarmReportingIndicator", row.alarmReportingIndicator);
+        attribute("serviceState", row.serviceState);
+        attribute("expectedEquipmentObjectType", row.expectedEquipmentObjectType);
+        attribute("installedEquipmentObjectType", row.installedEquipmentObjectType);
+        attribute("installedPartNumber", row.installedPartNumber);
+        attribute("installedVersion", row.installedVersion);
+        attribute("installedSerialNumber", row.installedSerialNumber);
+        attribute("additionalInfo", row.additionalInfo);
+    }
+};
+
+template <>
+struct Table<TerminationPoint> {
+    static constexpr ObjectKind kKind = ObjectKind::TerminationPoint;
+    static constexpr const char* kName = "termination_point";
+    static constexpr const char* kWord = "TerminationPoint";
+    static constexpr const char* kNameColumns = "element_id, port_id, kind, name, equipment_id";
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("nativeEMSName", row.nativeEMSName);
+        attribute("owner", row.owner);
+        attribute("ingressTrafficDescriptorName", row.ingressTrafficDescriptorName);
+        attribute("egressTrafficDescriptorName", row.egressTrafficDescriptorName);
+        attribute("connectionState", row.connectionState);
+        attribute("tpMappingMode", row.tpMappingMode);
+        attribute("direction", row.direction);
+        attribute("transmissionParams", row.transmissionParams);
+        attribute("tpProtectionAssociation", row.tpProtectionAssociation);
+        attribute("edgePoint", row.edgePoint);
+        attribute("additionalInfo", row.additionalInfo);
+        attribute("connectableRates", row.connectableRates);
+    }
+};
+
+template <>
+struct Table<TopologicalLink> {
+    static constexpr ObjectKind kKind = ObjectKind::TopologicalLink;
+    static constexpr const char* kName = "topological_link";
+    static constexpr const char* kWord = "TopologicalLink";
+    static constexpr const char* kNameColumns = "name, a_end_id, z_end_id";
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("nativeEMSName", row.nativeEMSName);
+        attribute("owner", row.owner);
+        attribute("direction", row.direction);
+        attribute("rate", row.rate);
+        attribute("additionalInfo", row.additionalInfo);
+    }
+};
+
+/// Calls `body` with a newly made row of each kind, parents before children.
+template <class Body>
+void forEachKind(Body&& body) {
+    body(ManagedElement());
+    body(EquipmentHolder());
+    body(Equipment());
+    body(TerminationPoint());
+    body(TopologicalLink());
+}
+
+/// Calls `body` with a newly made row of that kind.
+template <class Body>
+void withKind(ObjectKind kind, Body&& body) {
+    switch (kind) {
+        case ObjectKind::ManagedElement:
+            return body(ManagedElement());
+        case ObjectKind::EquipmentHolder:
+            return body(EquipmentHolder());
+        case ObjectKind::Equipment:
+            return body(Equipment());
+        case ObjectKind::TerminationPoint:
+            return body(TerminationPoint());
+        case ObjectKind::TopologicalLink:
+            return body(TopologicalLink());
+    }
+}
+
+/// The names of a kind's attributes in their order.
+template <class Row>
+std::vector<std::string> attributeNames() {
+    std::vector<std::string> names;
+    Row row;
+    Table<Row>::visit(row, [&](const char* name, const auto&) { names.emplace_back(name); });
+    return names;
+}
+
+}  // namespace kelp::inventory

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include "connection.h"
+
+namespace kelp::inventory {
+
+/// One transaction that writes much: takes the write lock for its whole life, and undoes everything unless
+/// it is committed. With Clear::Everything the inventory is emptied first.
+class BulkWriting {
+  public:
+    enum class Clear { Nothing, Everything };
+
+    /// Throws SQLite::Exception, also when somebody else is writing for longer than the connection waits.
+    BulkWriting(Connection& connection, Clear clear);
+
+    /// Checks what rows refer to, when it was not checked at each, and commits.
+    void commit();
+
+  private:
+    Connection& connection_;
+    const bool isUnchecked_;
+    std::unique_ptr<SQLite::Transaction> transaction_;
+};
+
+}  // namespace kelp::inventory

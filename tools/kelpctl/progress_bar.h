@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace kelp::ctl {
+
+/// One line on standard error that shows how far something is, when that is a terminal; nothing otherwise.
+/// The line goes with the bar.
+class ProgressBar {
+  public:
+    explicit ProgressBar(std::string title);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    void show(std::uint64_t done, std::uint64_t total);
+
+  private:
+    const std::string title_;
+    const bool isTerminal_;
+    bool isShown_ = false;
+};
+
+/// "title [#####.....]  50 %".
+std::string progressLine(const std::string& title, std::uint64_t done, std::uint64_t total);
+
+}  // namespace kelp::ctl

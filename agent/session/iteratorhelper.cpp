@@ -44,9 +44,15 @@ PortableServer::POA_ptr TAIteratorHelper::getIteratorPoa() {
 }
 
 unsigned long TAIteratorHelper::add_Iterator(PortableServer::ServantBase* iterator) {
+    CORBA::Object_var reference;
+    return add_Iterator(iterator, reference);
+}
+
+unsigned long TAIteratorHelper::add_Iterator(PortableServer::ServantBase* iterator,
+                                             CORBA::Object_var& reference) {
     tracePoint(kSubject);
     NS_CORBA::TaDebug(3, "[IteratorHelper::add_Iterator] Add new iterator object!");
-    return SessionMgr::Instance()->add_iterator(iterator);
+    return SessionMgr::Instance()->add_iterator(iterator, reference);
 }
 
 void TAIteratorHelper::deactive_object(PortableServer::ServantBase* iterator) {

@@ -5,6 +5,7 @@
 
 #include "util/tracepoint.h"
 
+#include <kelp/agent/error_translation.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/poas.h>
 
@@ -14,9 +15,6 @@ namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "sessionmgr";
-constexpr unsigned long kNotActivated = 0x411800BA;
-constexpr unsigned long kLockFailed = 0x411800BE;
-constexpr unsigned long kTooManyIterators = 0x41180102;
 
 using IteratorLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
@@ -65,11 +63,16 @@ void deactivateQuietly(PortableServer::POA_ptr poa, const PortableServer::Object
 }  // namespace
 
 unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator) {
+    CORBA::Object_var reference;
+    return add_iterator(iterator, reference);
+}
+
+unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference) {
     PortableServer::ServantBase* evicted = nullptr;
     PortableServer::ServantBase* evictedLate = nullptr;
     unsigned long result = ReserveIteratorPlace(evicted);
     if (result == 0)
-        result = ActivateAndList(iterator, evictedLate);
+        result = ActivateAndList(iterator, reference, evictedLate);
     for (PortableServer::ServantBase* each : {evicted, evictedLate}) {
         if (each != nullptr)
             closeEvicted(each);
@@ -93,7 +96,7 @@ unsigned long SessionMgr::ReserveIteratorPlace(PortableServer::ServantBase*& evi
         if (!lock.locked()) {
             tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::add_iterator] Acquire lock failed!");
-            return kLockFailed;
+            return kRegistryFailure;
         }
         const bool isOverSoftLimit = isAbove(iterators_.size() + iteratorsToCome_, softLimit);
         if (isOverSoftLimit && !iterators_.empty())
@@ -108,23 +111,28 @@ unsigned long SessionMgr::ReserveIteratorPlace(PortableServer::ServantBase*& evi
     }
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!");
-    return kTooManyIterators;
+    return kTooManyOpenIterators;
 }
 
-unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator,
+unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator, CORBA::Object_var& reference,
                                           PortableServer::ServantBase*& evicted) {
     PortableServer::POA_var poa;
     PortableServer::ObjectId_var id;
+    bool isActivated = false;
     try {
         poa = iterator->_default_POA();
         if (CORBA::is_nil(poa.in()))
             throw CORBA::OBJ_ADAPTER();
         id = poa->activate_object(iterator);
+        isActivated = true;
+        reference = poa->id_to_reference(id.in());
     } catch (const CORBA::Exception& ex) {
         --iteratorsToCome_;
+        if (isActivated)
+            deactivateQuietly(poa.in(), id.in());
         tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SessionMgr::add_iterator] Occurred during activate_object!");
-        return kNotActivated;
+        return kInternalFailure;
     }
     return ListActivated(iterator, poa.in(), id.in(), evicted);
 }
@@ -154,13 +162,13 @@ unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, P
         deactivateQuietly(poa, id);
         tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionMgr::add_iterator] S3 Acquire lock failed!");
-        return kLockFailed;
+        return kRegistryFailure;
     }
     // Its session may have ended before it was listed: then nobody else will take it out. One that somebody
     // has taken out meanwhile was open and is closed again, as may happen at any time.
     bool wasListed = false;
     if (!isActive(poa, id) && TakeOutIterator(iterator, wasListed) && wasListed)
-        return kNotActivated;
+        return kInternalFailure;
     iterator->_remove_ref();
     return 0;
 }

@@ -249,6 +249,10 @@ int CorbaBaseAgentConfig::IteratorNum() const {
     return number("iterator.hard_limit");
 }
 
+int CorbaBaseAgentConfig::IteratorBatchMax() const {
+    return number("iterator.batch_max");
+}
+
 std::string CorbaBaseAgentConfig::EmsName() const {
     return config().text("ems.name");
 }

@@ -18,6 +18,8 @@ inline constexpr unsigned long kOperationNotImplemented = 0x41180032;
 inline constexpr unsigned long kUnknownManager = 0x41180039;
 /// The NMS's own reference cannot be parsed.
 inline constexpr unsigned long kUnparsableReference = 0x41180053;
+/// The EMS has as many open iterators as it may have.
+inline constexpr unsigned long kTooManyOpenIterators = 0x41180102;
 /// A null input.
 inline constexpr unsigned long kNullInput = 0x4118005F;
 

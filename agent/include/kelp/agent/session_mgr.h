@@ -118,6 +118,8 @@ class SessionMgr : public ACE_Task_Base {
     /// (the iterator is as before, the caller's): 0x41180102 when `IteratorNum()` are open, 0x411800BA when
     /// it cannot be activated or its POA dies meanwhile, 0x411800BE when the iterator lock failed.
     unsigned long add_iterator(PortableServer::ServantBase* iterator);
+    /// The same, with the iterator's reference: a later look for it could find it closed already, for others.
+    unsigned long add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference);
     /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0 or -1.
     int remove_iterator(PortableServer::ServantBase* iterator);
     std::size_t IteratorCount();
@@ -159,7 +161,7 @@ class SessionMgr : public ACE_Task_Base {
     /// Takes a session out of the list and its index; the list's reference is the caller's then.
     void Delist(ListedSessions::iterator listed);
     unsigned long ReserveIteratorPlace(PortableServer::ServantBase*& evicted);
-    unsigned long ActivateAndList(PortableServer::ServantBase* iterator,
+    unsigned long ActivateAndList(PortableServer::ServantBase* iterator, CORBA::Object_var& reference,
                                   PortableServer::ServantBase*& evicted);
     unsigned long ListActivated(PortableServer::ServantBase* iterator, PortableServer::POA_ptr poa,
                                 const PortableServer::ObjectId& id, PortableServer::ServantBase*& evicted);

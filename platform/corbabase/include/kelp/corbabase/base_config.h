@@ -69,6 +69,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     int GetMaxSession() const;
     int IteratorRestriction() const;  ///< soft limit of open iterators
     int IteratorNum() const;          ///< hard limit of open iterators
+    int IteratorBatchMax() const;     ///< most entries of one batch of an iterator
 
     // -- identity, times ----------------------------------------------------------------------------------
     std::string EmsName() const;     ///< CompanyName/EMSName (TMF 814 SD1-43)

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <kelp/agent/error_translation.h>
+#include <kelp/agent/iterator_helper.h>
+#include <kelp/agent/list_batches.h>
+#include <kelp/orb/corba.h>
+#include <kelp/util/export.h>
+
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace NS_KELPCORBA {
+
+/// `[iterator] batch_max`, as it is configured now.
+KELP_EXPORT CORBA::ULong iteratorBatchMax();
+/// Traces why a list cannot be read on.
+KELP_EXPORT void traceListFailure(const char* what);
+
+template <class Sequence>
+typename ListBatches<Sequence>::Limits iteratorLimits() {
+    typename ListBatches<Sequence>::Limits limits;
+    limits.entries = iteratorBatchMax();
+    return limits;
+}
+
+/// An iterator of the standard (TMF 814: next_n, getLength, destroy) over the rest of a list. `Interface` is
+/// the IDL interface, `Skeleton` its servant class, `Sequence` and `SequenceOut` the list's type and its out
+/// parameter. A manager answers with give() and writes nothing but the list's source.
+///
+/// Calls on it are served one after the other. It goes with its last batch, with destroy, as the oldest of
+/// too many, or with its session; a call on it then is answered with OBJECT_NOT_EXIST.
+template <class Interface, class Skeleton, class Sequence, class SequenceOut>
+class TypedIterator final : public Skeleton {
+  public:
+    using Source = ListSource<Sequence>;
+
+    /// Answers a request for a list as the standard wants it: puts the first entries, at most `howMany`, into
+    /// `list` and returns an iterator for the rest, whose reference is the caller's; nil when all are in the
+    /// list. Called while the request is served, to whose session the iterator belongs. Throws
+    /// ProcessingFailureException: EXCPT_TOO_MANY_OPEN_ITERATORS, or EXCPT_INTERNAL_ERROR when the list
+    /// cannot be read.
+    static typename Interface::_ptr_type give(std::unique_ptr<Source> source, CORBA::ULong howMany,
+                                              SequenceOut list) {
+        auto batches = std::make_unique<ListBatches<Sequence>>(std::move(source), iteratorLimits<Sequence>());
+        std::unique_ptr<Sequence> first(readNext(*batches, howMany));
+        typename Interface::_var_type rest;
+        if (batches->left() > 0)
+            rest = open(std::move(batches));
+        list = first.release();
+        return rest._retn();
+    }
+
+    TypedIterator(PortableServer::POA_ptr poa, std::unique_ptr<ListBatches<Sequence>> batches)
+        : poa_(PortableServer::POA::_duplicate(poa)),
+          length_(batches->left()),
+          batches_(std::move(batches)) {}
+
+    PortableServer::POA_ptr _default_POA() override { return PortableServer::POA::_duplicate(poa_.in()); }
+
+    /// At most `howMany` entries, perhaps fewer. False: that was the last batch.
+    CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut list) override {
+        bool isMore = false;
+        {
+            const std::lock_guard guard(mutex_);
+            if (!batches_)
+                throw CORBA::OBJECT_NOT_EXIST();
+            list = readNext(*batches_, howMany);
+            isMore = batches_->left() > 0;
+            if (!isMore)
+                batches_.reset();
+        }
+        if (!isMore)
+            TAIteratorHelper::deactive_object(this);
+        return isMore;
+    }
+    /// The entries that were left when the list was answered, however many have been read since.
+    CORBA::ULong getLength() override { return length_; }
+    void destroy() override {
+        {
+            const std::lock_guard guard(mutex_);
+            if (!batches_)
+                throw CORBA::OBJECT_NOT_EXIST();
+            batches_.reset();
+        }
+        TAIteratorHelper::deactive_object(this);
+    }
+
+  private:
+    static Sequence* readNext(ListBatches<Sequence>& batches, CORBA::ULong howMany) {
+        try {
+            return batches.next(howMany);
+        } catch (const std::exception& failure) {
+            traceListFailure(failure.what());
+        }
+        ThrowException(kInternalFailure);
+        return nullptr;
+    }
+
+    static typename Interface::_ptr_type open(std::unique_ptr<ListBatches<Sequence>> batches) {
+        const PortableServer::POA_var poa = TAIteratorHelper::getIteratorPoa();
+        if (CORBA::is_nil(poa.in()))
+            ThrowException(kInternalFailure);
+        auto* const made = new TypedIterator(poa.in(), std::move(batches));
+        PortableServer::ServantBase_var owned = made;
+        CORBA::Object_var reference;
+        ThrowException(TAIteratorHelper::add_Iterator(made, reference));
+        owned._retn();  // it is the session manager's now
+        return Interface::_unchecked_narrow(reference.in());
+    }
+
+    const PortableServer::POA_var poa_;
+    const CORBA::ULong length_;
+    std::mutex mutex_;                                // one batch at a time
+    std::unique_ptr<ListBatches<Sequence>> batches_;  // guarded by mutex_; none when it is over
+};
+
+}  // namespace NS_KELPCORBA

@@ -1,0 +1,191 @@
+// Iterators as an NMS meets them.
+
+#include <gmock/gmock.h>
+#include <kelp/agent/typed_iterator.h>
+
+#include <thread>
+
+#include "component/orb/gate.h"
+#include "iterator_fixture.h"
+#include "support/numbered_names.h"
+
+namespace kelp::test {
+namespace {
+
+using globaldefs::NamingAttributesIterator_I;
+using globaldefs::NamingAttributesIterator_I_ptr;
+using globaldefs::NamingAttributesIterator_I_var;
+using globaldefs::NamingAttributesList_T_var;
+using NameIterator =
+    NS_KELPCORBA::TypedIterator<NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
+                                globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
+
+class TypedIteratorTest : public IteratorFixture {
+  protected:
+    explicit TypedIteratorTest(const AgentOptions& options = {}) : IteratorFixture(options) {
+        manager_ = agent_.remoteManager(session_.in());
+        agent_.manager().onCall = [this] { answer(); };
+    }
+    struct Answer {
+        std::vector<int> first;
+        NamingAttributesIterator_I_var rest;  ///< called over a connection; nil when there was none
+    };
+    /// A list of so many, asked for over a connection.
+    Answer list(CORBA::ULong count, CORBA::ULong howMany) {
+        source_ = std::make_unique<NumberedNames>(count);
+        return list(howMany);
+    }
+    Answer list(CORBA::ULong howMany) {
+        howMany_ = howMany;
+        common::CapabilityList_T_var capabilities;
+        manager_->getCapabilities(capabilities.out());
+        Answer answer;
+        answer.first = numbersOf(first_.in());
+        if (!CORBA::is_nil(rest_.in()))
+            answer.rest = agent_.overTheWire<NamingAttributesIterator_I>(rest_.in());
+        return answer;
+    }
+    struct Batch {
+        std::vector<int> numbers;
+        bool isMore = false;
+    };
+    static Batch next(NamingAttributesIterator_I_ptr iterator, CORBA::ULong howMany) {
+        NamingAttributesList_T_var names;
+        Batch batch;
+        batch.isMore = iterator->next_n(howMany, names.out());
+        batch.numbers = numbersOf(names.in());
+        return batch;
+    }
+    static bool isClosed(NamingAttributesIterator_I_ptr iterator) {
+        return isGone([&] { iterator->getLength(); });
+    }
+
+    std::unique_ptr<NumberedNames> source_;
+
+  private:
+    void answer() { rest_ = NameIterator::give(std::move(source_), howMany_, first_.out()); }
+
+    common::Common_I_var manager_;
+    CORBA::ULong howMany_ = 0;
+    NamingAttributesList_T_var first_;
+    NamingAttributesIterator_I_var rest_;
+};
+
+TEST_F(TypedIteratorTest, IsNilWhenAllAreInTheList) {
+    for (const CORBA::ULong howMany : {3u, 4u, 4294967295u}) {
+        const Answer answer = list(3, howMany);
+        EXPECT_EQ(answer.first, numbers(1, 3));
+        EXPECT_TRUE(CORBA::is_nil(answer.rest.in()));
+    }
+    EXPECT_TRUE(CORBA::is_nil(list(0, 0).rest.in()));
+    EXPECT_EQ(count(), 0u);
+}
+
+TEST_F(TypedIteratorTest, GivesTheRestAndIsGoneWithItsLastBatch) {
+    const Answer answer = list(10, 4);
+    EXPECT_EQ(answer.first, numbers(1, 4));
+    ASSERT_FALSE(CORBA::is_nil(answer.rest.in()));
+    EXPECT_EQ(answer.rest->getLength(), 6u);
+    const Batch some = next(answer.rest.in(), 4);
+    EXPECT_EQ(some.numbers, numbers(5, 8));
+    EXPECT_TRUE(some.isMore);
+    EXPECT_EQ(answer.rest->getLength(), 6u) << "however many have been read";
+    const Batch last = next(answer.rest.in(), 2);
+    EXPECT_EQ(last.numbers, numbers(9, 10));
+    EXPECT_FALSE(last.isMore);
+    EXPECT_TRUE(waitUntil([] { return count() == 0; }));
+    EXPECT_TRUE(isClosed(answer.rest.in()));
+}
+
+TEST_F(TypedIteratorTest, GivesAllThroughTheIteratorForZero) {
+    const Answer answer = list(3, 0);
+    EXPECT_TRUE(answer.first.empty());
+    ASSERT_FALSE(CORBA::is_nil(answer.rest.in()));
+    EXPECT_EQ(answer.rest->getLength(), 3u);
+    const Batch none = next(answer.rest.in(), 0);
+    EXPECT_TRUE(none.numbers.empty());
+    EXPECT_TRUE(none.isMore);
+    EXPECT_EQ(next(answer.rest.in(), 4294967295u).numbers, numbers(1, 3));
+}
+
+TEST_F(TypedIteratorTest, IsGoneWhenTheNmsDestroysIt) {
+    const Answer answer = list(10, 1);
+    answer.rest->destroy();
+    EXPECT_TRUE(waitUntil([] { return count() == 0; }));
+    EXPECT_TRUE(isClosed(answer.rest.in()));
+    EXPECT_TRUE(isGone([&] { answer.rest->destroy(); }));
+    EXPECT_TRUE(isGone([&] { next(answer.rest.in(), 1); }));
+}
+
+TEST_F(TypedIteratorTest, IsGoneWithItsSession) {
+    const Answer answer = list(10, 1);
+    session_->endSession();
+    EXPECT_TRUE(waitUntil([] { return count() == 0; }));
+    EXPECT_TRUE(isClosed(answer.rest.in()));
+}
+
+TEST_F(TypedIteratorTest, TellsWhenTheListCannotBeRead) {
+    const TraceCapture trace;
+    source_ = std::make_unique<NumberedNames>(10);
+    source_->failsAt = 6;
+    const Answer answer = list(3);
+    EXPECT_EQ(answer.first, numbers(1, 3));
+    EXPECT_EQ(refusalOf([&] { next(answer.rest.in(), 5); }), kNotActivated);
+    EXPECT_TRUE(trace.contains("the database is gone"));
+    source_ = std::make_unique<NumberedNames>(10);
+    source_->failsAt = 1;
+    EXPECT_EQ(refusalOf([&] { list(3); }), kNotActivated);
+    EXPECT_EQ(trace.count("the database is gone"), 2u);
+}
+
+TEST_F(TypedIteratorTest, IsReadByOneCallAfterTheOther) {
+    constexpr CORBA::ULong kEntries = 20000;
+    constexpr int kThreads = 4;
+    const Answer answer = list(kEntries, 0);
+    std::mutex mutex;
+    std::vector<int> got;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&] {
+            orb::setThreadTimeout(std::chrono::seconds(60));
+            isGone([&] {
+                for (;;) {
+                    const Batch batch = next(answer.rest.in(), 37);
+                    const std::lock_guard guard(mutex);
+                    got.insert(got.end(), batch.numbers.begin(), batch.numbers.end());
+                    if (!batch.isMore)
+                        return;
+                }
+            });
+        });
+    for (std::thread& each : threads)
+        each.join();
+    std::sort(got.begin(), got.end());
+    EXPECT_EQ(got, numbers(1, kEntries)) << "each once";
+    EXPECT_TRUE(waitUntil([] { return count() == 0; }));
+}
+
+class TypedIteratorLimits : public TypedIteratorTest {
+  protected:
+    TypedIteratorLimits() : TypedIteratorTest(AgentOptions().withIteratorLimits(2, 2)) {}
+};
+
+TEST_F(TypedIteratorLimits, AreToldToTheManagersCaller) {
+    const Answer first = list(3, 1);
+    const Answer second = list(3, 1);
+    EXPECT_FALSE(CORBA::is_nil(second.rest.in()));
+    unsigned long code = 0;
+    agent_.manager().onCall = [&] {
+        NamingAttributesList_T_var names;
+        code = refusalOf([&] {
+            const NamingAttributesIterator_I_var none =
+                NameIterator::give(std::make_unique<NumberedNames>(3), 1, names.out());
+        });
+    };
+    list(0);
+    EXPECT_EQ(code, kTooManyIterators);
+    EXPECT_EQ(next(first.rest.in(), 5).numbers, numbers(2, 3)) << "open ones go on";
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -1,13 +1,10 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/user_database.h>
+#include <kelp/util/private_file.h>
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <sstream>
@@ -33,25 +30,6 @@ std::int64_t nowUtc() {
     return std::chrono::duration_cast<std::chrono::seconds>(
                std::chrono::system_clock::now().time_since_epoch())
         .count();
-}
-
-std::string systemText(int error) {
-    return std::generic_category().message(error);
-}
-
-/// Makes an empty file that only its owner can read. One that is there already stays as it is.
-void makePrivateFile(const std::filesystem::path& file) {
-    std::error_code error;
-    if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path(), error);
-    if (error)
-        throw std::runtime_error("user database " + file.string() +
-                                 ": cannot make its folder: " + error.message());
-    const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (fd < 0)
-        throw std::runtime_error("user database " + file.string() +
-                                 ": cannot be opened: " + systemText(errno));
-    ::close(fd);
 }
 
 UserAccount accountOf(SQLite::Statement& row) {
@@ -139,10 +117,12 @@ auto translated(const std::filesystem::path& file, Body body) {
 }  // namespace
 
 UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
-    if (missing == Missing::IsMade)
-        makePrivateFile(file);
-    else if (std::error_code error; !std::filesystem::exists(file, error))
+    if (missing == Missing::IsMade) {
+        if (const std::string problem = kelp::util::makePrivateFile(file); !problem.empty())
+            throw std::runtime_error("user database " + file.string() + ": " + problem);
+    } else if (std::error_code error; !std::filesystem::exists(file, error)) {
         throw std::runtime_error("user database " + file.string() + " does not exist");
+    }
     translated(file, [&] {
         state_ = std::make_unique<State>(file);
         if (missing == Missing::IsMade)

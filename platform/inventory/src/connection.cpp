@@ -1,33 +1,13 @@
 #include "connection.h"
 
-#include <fcntl.h>
-#include <kelp/util/descriptor.h>
+#include <kelp/util/private_file.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
 
-#include <cerrno>
 #include <system_error>
 
 #include "schema.h"
 
 namespace kelp::inventory {
-
-namespace {
-
-/// Makes an empty file that only its owner can read. One that is there already stays as it is.
-void makePrivateFile(const std::filesystem::path& file) {
-    std::error_code error;
-    if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path(), error);
-    if (error)
-        throw InventoryFailure("inventory " + file.string() + ": cannot make its folder: " + error.message());
-    const util::Descriptor made(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!made.isOpen())
-        throw InventoryFailure("inventory " + file.string() +
-                               ": cannot be opened: " + std::generic_category().message(errno));
-}
-
-}  // namespace
 
 Connection::Connection(const std::filesystem::path& file, Use use)
     : database_(file.string(), SQLite::OPEN_READWRITE, static_cast<int>(kPatience.count())) {
@@ -47,7 +27,8 @@ Prepared& Connection::prepared(const std::string& sql) {
 }
 
 Connection openForWriting(const std::filesystem::path& file) {
-    makePrivateFile(file);
+    if (const std::string problem = util::makePrivateFile(file); !problem.empty())
+        throw InventoryFailure("inventory " + file.string() + ": " + problem);
     return translated(file, [&] {
         // another program's file gets neither tables nor another journal
         SQLite::Database database(file.string(), SQLite::OPEN_READWRITE,

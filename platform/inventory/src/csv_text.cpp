@@ -1,5 +1,7 @@
 #include "csv_text.h"
 
+#include <kelp/util/csv.h>
+
 namespace kelp::inventory {
 
 namespace {
@@ -68,15 +70,6 @@ class RecordParser {
     std::string problem_;
 };
 
-std::string quoted(const std::string& cell) {
-    if (cell.find_first_of("\",\r\n") == std::string::npos)
-        return cell;
-    std::string text = "\"";
-    for (const char each : cell)
-        text += each == '"' ? std::string("\"\"") : std::string(1, each);
-    return text + '"';
-}
-
 }  // namespace
 
 bool nextCsvRecord(LineReader& in, std::vector<std::string>& cells, std::string& problem) {
@@ -97,10 +90,7 @@ bool nextCsvRecord(LineReader& in, std::vector<std::string>& cells, std::string&
 }
 
 std::string csvLine(const std::vector<std::string>& cells) {
-    std::string line;
-    for (std::size_t i = 0; i < cells.size(); ++i)
-        line += (i == 0 ? "" : ",") + quoted(cells[i]);
-    return line + "\r\n";
+    return util::csvRecord(cells) + "\r\n";
 }
 
 }  // namespace kelp::inventory

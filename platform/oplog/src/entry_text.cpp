@@ -1,4 +1,5 @@
 #include <kelp/oplog/log_search.h>
+#include <kelp/util/csv.h>
 
 #include <nlohmann/json.hpp>
 
@@ -31,31 +32,14 @@ std::array<std::string, kColumns.size()> fieldsOf(const LogEntry& entry) {
             isGap ? timeText(entry.until) : ""};
 }
 
-std::string quoted(const std::string& field) {
-    if (field.find_first_of("\",\r\n") == std::string::npos)
-        return field;
-    std::string text = "\"";
-    for (const char each : field)
-        text += each == '"' ? std::string("\"\"") : std::string(1, each);
-    return text + '"';
-}
-
-template <class Fields>
-std::string joined(const Fields& fields) {
-    std::string line;
-    for (std::size_t i = 0; i < fields.size(); ++i)
-        line += (i == 0 ? "" : ",") + quoted(fields[i]);
-    return line;
-}
-
 }  // namespace
 
 std::string csvHeader() {
-    return joined(kColumns);
+    return util::csvRecord(kColumns);
 }
 
 std::string csvOf(const LogEntry& entry) {
-    return joined(fieldsOf(entry));
+    return util::csvRecord(fieldsOf(entry));
 }
 
 std::string jsonOf(const LogEntry& entry) {

@@ -1,11 +1,9 @@
 #include "log_file.h"
 
-#include <fcntl.h>
-#include <kelp/util/descriptor.h>
+#include <kelp/util/private_file.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <system_error>
 #include <thread>
 
@@ -67,21 +65,6 @@ Format formatOf(LogKind kind) {
                                        : Format{0x4B415544, 1, kSecuritySchema, "security log"};
 }
 
-std::string systemText(int error) {
-    return std::generic_category().message(error);
-}
-
-void makePrivateFile(const std::filesystem::path& file) {
-    std::error_code error;
-    if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path(), error);
-    if (error)
-        throw LogFailure(file.string() + ": cannot make its folder: " + error.message());
-    const util::Descriptor made(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!made.isOpen())
-        throw LogFailure(file.string() + ": cannot be opened: " + systemText(errno));
-}
-
 int pragma(SQLite::Database& database, const char* name) {
     return database.execAndGet(std::string("PRAGMA ") + name).getInt();
 }
@@ -132,7 +115,8 @@ LogFailure failureOf(const std::filesystem::path& file, const SQLite::Exception&
 
 std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& file, LogKind kind,
                                                  std::chrono::milliseconds busy) {
-    makePrivateFile(file);
+    if (const std::string problem = util::makePrivateFile(file); !problem.empty())
+        throw LogFailure(file.string() + ": " + problem);
     auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE,
                                                        static_cast<int>(busy.count()));
     // a database of another kind stays as it is: nothing of this is for it

@@ -4,7 +4,7 @@
 
 namespace kelp::oplog {
 
-/// Several hundred records a row, encoded (see block_encoder.h): the operation log. A request may cost no
+/// Several hundred records a row, encoded (see block_codec.h): the operation log. A request may cost no
 /// more than a fraction of a microsecond here; a row a record took several.
 class OperationBlocks final : public RecordTable {
   public:

@@ -73,6 +73,8 @@ unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator, CO
     unsigned long result = ReserveIteratorPlace(evicted);
     if (result == 0)
         result = ActivateAndList(iterator, reference, evictedLate);
+    if (result != 0)
+        reference = CORBA::Object::_nil();  // it may have been active for a moment
     for (PortableServer::ServantBase* each : {evicted, evictedLate}) {
         if (each != nullptr)
             closeEvicted(each);

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "component/agent_iterators/iterator_fixture.h"
 #include "faults.h"
@@ -12,35 +16,82 @@ namespace {
 
 constexpr unsigned long kLockFailed = 0x411800BE;
 
-class IteratorFaults : public IteratorFixture {};
-class IteratorPlaces : public IteratorFixture {};
+class IteratorFaults : public IteratorFixture {
+  protected:
+    /// Opens an iterator while the nth lock fails.
+    void openWithFailingLock(int nth, const char* traced) {
+        const TraceCapture trace;
+        const auto iterator = made();
+        {
+            const FailingWriteLock fault(nth);
+            CORBA::Object_var reference = CORBA::Object::_duplicate(session_.in());
+            EXPECT_EQ(open(iterator, reference), kLockFailed);
+            EXPECT_TRUE(CORBA::is_nil(reference.in())) << "of an iterator that is not open";
+            EXPECT_TRUE(fault.hasHappened());
+        }
+        EXPECT_TRUE(trace.contains(traced));
+        EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 1; })) << "it is inactive";
+        EXPECT_EQ(count(), 0u);
+        EXPECT_EQ(open(iterator), 0ul) << "its place is free again";
+    }
+};
+
+/// An opening that waits between the activation and the listing of its iterator.
+class PausedOpening {
+  public:
+    explicit PausedOpening(std::function<unsigned long()> open)
+        : thread_([this, open = std::move(open)] {
+              const PausedWriteLock pause(2, gate_);
+              code_ = open();
+          }) {}
+    ~PausedOpening() {
+        if (thread_.joinable())
+            finish();
+    }
+    bool isReached() { return gate_.isReached(); }
+    /// Its error code.
+    unsigned long finish() {
+        gate_.open();
+        thread_.join();
+        return code_;
+    }
+
+  private:
+    Gate gate_;
+    unsigned long code_ = 0;
+    std::thread thread_;
+};
+
+class IteratorPlaces : public IteratorFixture {
+  protected:
+    std::unique_ptr<PausedOpening> pausedOpening(const NS_KELPCORBA::ServantRef<TestIterator>& iterator,
+                                                 CORBA::Object_var& reference) {
+        auto opening =
+            std::make_unique<PausedOpening>([&iterator, &reference] { return open(iterator, reference); });
+        EXPECT_TRUE(opening->isReached());
+        return opening;
+    }
+    /// What ends an iterator before it is listed leaves nothing behind.
+    template <class Ending>
+    void endsBeforeListing(Ending ending) {
+        const auto iterator = made();
+        CORBA::Object_var reference;
+        const auto opening = pausedOpening(iterator, reference);
+        ending(iterator.get());
+        EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 2; })) << "the POA has let it go";
+        EXPECT_EQ(opening->finish(), kNotActivated);
+        EXPECT_TRUE(CORBA::is_nil(reference.in()));
+        EXPECT_EQ(count(), 0u);
+        EXPECT_EQ(iterator->_refcount_value(), 1u);
+    }
+};
 
 TEST_F(IteratorFaults, OfTheFirstLockAreTold) {
-    const TraceCapture trace;
-    const auto iterator = made();
-    {
-        const FailingWriteLock fault(1);
-        EXPECT_EQ(open(iterator), kLockFailed);
-        EXPECT_TRUE(fault.hasHappened());
-    }
-    EXPECT_TRUE(trace.contains("[SessionMgr::add_iterator] Acquire lock failed!"));
-    EXPECT_EQ(count(), 0u);
-    EXPECT_EQ(iterator->_refcount_value(), 1u);
-    EXPECT_EQ(open(iterator), 0ul);
+    openWithFailingLock(1, "[SessionMgr::add_iterator] Acquire lock failed!");
 }
 
 TEST_F(IteratorFaults, OfTheSecondLockLeaveTheIteratorInactive) {
-    const TraceCapture trace;
-    const auto iterator = made();
-    {
-        const FailingWriteLock fault(2);
-        EXPECT_EQ(open(iterator), kLockFailed);
-        EXPECT_TRUE(fault.hasHappened());
-    }
-    EXPECT_TRUE(trace.contains("[SessionMgr::add_iterator] S3 Acquire lock failed!"));
-    EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 1; }));
-    EXPECT_EQ(count(), 0u);
-    EXPECT_EQ(open(iterator), 0ul) << "its place is free again";
+    openWithFailingLock(2, "[SessionMgr::add_iterator] S3 Acquire lock failed!");
 }
 
 TEST_F(IteratorFaults, OfTheLockWhenAnIteratorGoesAreTold) {
@@ -55,37 +106,46 @@ TEST_F(IteratorFaults, OfTheLockWhenAnIteratorGoesAreTold) {
     EXPECT_EQ(count(), 0u);
 }
 
-TEST_F(IteratorFaults, OfASessionThatEndsBetweenActivationAndListingLeaveNothingCounted) {
-    Gate gate;
-    const auto iterator = made();
-    unsigned long code = 0;
-    std::thread opening([&] {
-        const PausedWriteLock pause(2, gate);
-        code = open(iterator);
-    });
-    ASSERT_TRUE(gate.isReached());
-    session_->endSession();
-    ASSERT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 2; })) << "the POA has let it go";
-    gate.open();
-    opening.join();
-    EXPECT_EQ(code, kNotActivated);
-    EXPECT_EQ(count(), 0u);
-    EXPECT_EQ(iterator->_refcount_value(), 1u);
+TEST_F(IteratorPlaces, OfASessionThatEndsBetweenActivationAndListingAreFreeAgain) {
+    endsBeforeListing([this](TestIterator*) { session_->endSession(); });
+}
+
+TEST_F(IteratorPlaces, OfOneThatIsDeactivatedBetweenActivationAndListingAreFreeAgain) {
+    endsBeforeListing([this](TestIterator* iterator) { deactivate(iterator); });
+    agent_.configure(AgentOptions().withIteratorLimits(10, 1));
+    EXPECT_EQ(openOne(), 0ul);
 }
 
 TEST_F(IteratorPlaces, CountTowardsTheHardLimitBeforeTheIteratorIsListed) {
     agent_.configure(AgentOptions().withIteratorLimits(10, 1));
-    Gate gate;
     const auto iterator = made();
-    std::thread opening([&] {
-        const PausedWriteLock pause(2, gate);
-        EXPECT_EQ(open(iterator), 0ul);
-    });
-    ASSERT_TRUE(gate.isReached());
+    CORBA::Object_var reference;
+    const auto opening = pausedOpening(iterator, reference);
     EXPECT_EQ(openOne(), kTooManyIterators);
-    gate.open();
-    opening.join();
+    EXPECT_EQ(opening->finish(), 0ul);
+    EXPECT_FALSE(CORBA::is_nil(reference.in()));
     EXPECT_EQ(count(), 1u);
+}
+
+TEST_F(IteratorPlaces, CountTowardsTheSoftLimitBeforeThereIsOneToClose) {
+    agent_.configure(AgentOptions().withIteratorLimits(1, 100));
+    constexpr std::size_t kTogether = 4;
+    std::vector<NS_KELPCORBA::ServantRef<TestIterator>> iterators;
+    std::vector<CORBA::Object_var> references(kTogether);
+    std::vector<std::unique_ptr<PausedOpening>> openings;
+    for (std::size_t i = 0; i < kTogether; ++i)
+        iterators.push_back(made());
+    for (std::size_t i = 0; i < kTogether; ++i)
+        openings.push_back(pausedOpening(iterators[i], references[i]));
+    for (const auto& opening : openings) {
+        EXPECT_EQ(opening->finish(), 0ul);
+        EXPECT_LE(count(), 2u);
+    }
+    EXPECT_EQ(count(), 2u);
+    EXPECT_TRUE(waitUntil([&] { return iterators[1]->_refcount_value() == 1; })) << "the oldest are closed";
+    EXPECT_EQ(iterators[0]->_refcount_value(), 1u);
+    EXPECT_EQ(openOne(), 0ul);
+    EXPECT_EQ(count(), 2u);
 }
 
 }  // namespace

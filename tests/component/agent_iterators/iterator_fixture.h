@@ -25,16 +25,26 @@ class IteratorFixture : public testing::Test {
         return NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(iterators_.in(), alive_));
     }
     /// Opens the iterator, with a reference of its own given to the session manager. The error code.
-    static unsigned long open(const NS_KELPCORBA::ServantRef<TestIterator>& iterator) {
+    static unsigned long open(const NS_KELPCORBA::ServantRef<TestIterator>& iterator,
+                              CORBA::Object_var& reference) {
         iterator->_add_ref();
-        const unsigned long code = RunningAgent::sessions().add_iterator(iterator.get());
+        const unsigned long code = RunningAgent::sessions().add_iterator(iterator.get(), reference);
         if (code != 0)
             iterator->_remove_ref();
         return code;
     }
+    static unsigned long open(const NS_KELPCORBA::ServantRef<TestIterator>& iterator) {
+        CORBA::Object_var reference;
+        return open(iterator, reference);
+    }
     /// Made and opened, and held by nobody else.
     unsigned long openOne() { return open(made()); }
 
+    /// Deactivates it, as somebody may who knows its id.
+    void deactivate(TestIterator* iterator) {
+        const PortableServer::ObjectId_var id = iterators_->servant_to_id(iterator);
+        iterators_->deactivate_object(id.in());
+    }
     common::Common_I_var remote(TestIterator* iterator) {
         const CORBA::Object_var object = iterators_->servant_to_reference(iterator);
         return agent_.overTheWire<common::Common_I>(object.in());

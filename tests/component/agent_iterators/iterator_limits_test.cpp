@@ -123,8 +123,7 @@ TEST_F(IteratorsHardEqualToSoft, AreOpenedAgainAsSoonAsOneIsClosed) {
     ASSERT_EQ(openOne(), 0ul);
     ASSERT_EQ(openOne(), 0ul);
     ASSERT_EQ(openOne(), kTooManyIterators);
-    const PortableServer::ObjectId_var id = iterators_->servant_to_id(first.get());
-    iterators_->deactivate_object(id.in());
+    deactivate(first.get());
     EXPECT_TRUE(waitUntil([&] { return count() == 2; }));
     EXPECT_EQ(openOne(), 0ul);
 }

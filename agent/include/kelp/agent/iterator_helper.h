@@ -20,7 +20,7 @@ class KELP_EXPORT TAIteratorHelper {
     /// caller's: 0x41180102 (EXCPT_TOO_MANY_OPEN_ITERATORS), 0x411800BA or 0x411800BE (EXCPT_INTERNAL_ERROR).
     static unsigned long add_Iterator(PortableServer::ServantBase* iterator);
 
-    /// The same, with the iterator's reference for the NMS.
+    /// The same, with the iterator's reference for the NMS; nil when it is not opened.
     static unsigned long add_Iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference);
 
     /// Deactivates an iterator, for its `destroy` and after its last batch. The calls on it that run go on,

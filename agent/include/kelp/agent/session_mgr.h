@@ -119,6 +119,7 @@ class SessionMgr : public ACE_Task_Base {
     /// it cannot be activated or its POA dies meanwhile, 0x411800BE when the iterator lock failed.
     unsigned long add_iterator(PortableServer::ServantBase* iterator);
     /// The same, with the iterator's reference: a later look for it could find it closed already, for others.
+    /// Nil when it is not opened.
     unsigned long add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference);
     /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0 or -1.
     int remove_iterator(PortableServer::ServantBase* iterator);

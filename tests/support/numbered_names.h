@@ -4,6 +4,7 @@
 #include <mtnm/globaldefs.h>
 
 #include <algorithm>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,8 +20,9 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
     std::size_t size = 100;
     /// No more than so many at once.
     CORBA::ULong most = 1000000;
-    /// Reading this one fails; 0: none does.
+    /// Reading this one fails, in this way; 0: none does.
     CORBA::ULong failsAt = 0;
+    std::function<void()> fail = [] { throw std::runtime_error("the database is gone"); };
     /// So many at the end turn out to be gone.
     CORBA::ULong gone = 0;
 
@@ -32,7 +34,7 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
                 return;
             }
             if (++read_ == failsAt)
-                throw std::runtime_error("the database is gone");
+                fail();
             const CORBA::ULong at = entries.length();
             entries.length(at + 1);
             entries[at].length(1);

@@ -29,8 +29,9 @@ typename ListBatches<Sequence>::Limits iteratorLimits() {
 /// the IDL interface, `Skeleton` its servant class, `Sequence` and `SequenceOut` the list's type and its out
 /// parameter. A manager answers with give() and writes nothing but the list's source.
 ///
-/// Calls on it are served one after the other. It goes with its last batch, with destroy, as the oldest of
-/// too many, or with its session; a call on it then is answered with OBJECT_NOT_EXIST.
+/// Calls on it are served one after the other. It goes with its last batch, with a batch that cannot be read,
+/// with destroy, as the oldest of too many, or with its session; a call on it then is answered with
+/// OBJECT_NOT_EXIST.
 template <class Interface, class Skeleton, class Sequence, class SequenceOut>
 class TypedIterator final : public Skeleton {
   public:
@@ -44,11 +45,13 @@ class TypedIterator final : public Skeleton {
     static typename Interface::_ptr_type give(std::unique_ptr<Source> source, CORBA::ULong howMany,
                                               SequenceOut list) {
         auto batches = std::make_unique<ListBatches<Sequence>>(std::move(source), iteratorLimits<Sequence>());
-        std::unique_ptr<Sequence> first(readNext(*batches, howMany));
+        Batch first = readNext(*batches, howMany);
+        if (!first.entries)
+            ThrowException(kInternalFailure);
         typename Interface::_var_type rest;
-        if (batches->left() > 0)
+        if (first.isMore)
             rest = open(std::move(batches));
-        list = first.release();
+        list = first.entries.release();
         return rest._retn();
     }
 
@@ -59,21 +62,24 @@ class TypedIterator final : public Skeleton {
 
     PortableServer::POA_ptr _default_POA() override { return PortableServer::POA::_duplicate(poa_.in()); }
 
-    /// At most `howMany` entries, perhaps fewer. False: that was the last batch.
+    /// At most `howMany` entries, perhaps fewer; for 0 none, and the iterator stays. False: that was the last
+    /// batch. EXCPT_INTERNAL_ERROR when it cannot be read: entries may be lost then, so the list is over.
     CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut list) override {
-        bool isMore = false;
+        Batch batch;
         {
             const std::lock_guard guard(mutex_);
             if (!batches_)
                 throw CORBA::OBJECT_NOT_EXIST();
-            list = readNext(*batches_, howMany);
-            isMore = batches_->left() > 0;
-            if (!isMore)
+            batch = readNext(*batches_, howMany);
+            if (!batch.isMore)
                 batches_.reset();
         }
-        if (!isMore)
+        if (!batch.isMore)
             TAIteratorHelper::deactive_object(this);
-        return isMore;
+        if (!batch.entries)
+            ThrowException(kInternalFailure);
+        list = batch.entries.release();
+        return batch.isMore;
     }
     /// The entries that were left when the list was answered, however many have been read since.
     CORBA::ULong getLength() override { return length_; }
@@ -88,14 +94,21 @@ class TypedIterator final : public Skeleton {
     }
 
   private:
-    static Sequence* readNext(ListBatches<Sequence>& batches, CORBA::ULong howMany) {
+    /// No entries: they could not be read, which is traced.
+    struct Batch {
+        std::unique_ptr<Sequence> entries;
+        bool isMore = false;
+    };
+
+    static Batch readNext(ListBatches<Sequence>& batches, CORBA::ULong howMany) {
         try {
-            return batches.next(howMany);
+            std::unique_ptr<Sequence> entries(batches.next(howMany));
+            const bool isMore = batches.left() > 0;
+            return {std::move(entries), isMore};
         } catch (const std::exception& failure) {
             traceListFailure(failure.what());
         }
-        ThrowException(kInternalFailure);
-        return nullptr;
+        return {};
     }
 
     static typename Interface::_ptr_type open(std::unique_ptr<ListBatches<Sequence>> batches) {

@@ -150,6 +150,11 @@ TEST_F(TypedIteratorTest, TellsWhenTheListCannotBeReadAndIsOver) {
     expectOverAfter([] { throw std::runtime_error("the database is gone"); }, "the database is gone");
 }
 
+TEST_F(TypedIteratorTest, TellsTheSameWhateverIsThrown) {
+    expectOverAfter([] { throw CORBA::PERSIST_STORE(); }, "PERSIST_STORE");
+    expectOverAfter([] { throw globaldefs::ProcessingFailureException(); }, "ProcessingFailureException");
+}
+
 TEST_F(TypedIteratorTest, IsReadByOneCallAfterTheOther) {
     constexpr CORBA::ULong kEntries = 20000;
     constexpr int kThreads = 4;

@@ -4,6 +4,7 @@
 #include <kelp/agent/iterator_helper.h>
 #include <kelp/agent/list_batches.h>
 #include <kelp/orb/corba.h>
+#include <kelp/orb/exception_text.h>
 #include <kelp/util/export.h>
 
 #include <exception>
@@ -105,6 +106,8 @@ class TypedIterator final : public Skeleton {
             std::unique_ptr<Sequence> entries(batches.next(howMany));
             const bool isMore = batches.left() > 0;
             return {std::move(entries), isMore};
+        } catch (const CORBA::Exception& failure) {
+            traceListFailure(kelp::orb::exceptionText(failure).c_str());
         } catch (const std::exception& failure) {
             traceListFailure(failure.what());
         }

@@ -49,6 +49,7 @@ TEST_F(IteratorHelper, GivesNoPoaInARequestOnWhatHasNoIterators) {
     ASSERT_EQ(open(iterator), 0ul);
     EXPECT_TRUE(answers(remote(iterator.get()).in()));
     EXPECT_TRUE(isNil) << "an iterator's own POA has no child";
+    EXPECT_TRUE(trace.contains("[IteratorHelper::getIteratorPoa]"));
 }
 
 TEST_F(IteratorHelper, OpensAndClosesAnIterator) {
@@ -76,6 +77,17 @@ TEST_F(IteratorHelper, ClosesAnIteratorFromWithinACallOnIt) {
     EXPECT_TRUE(answers(reference.in()));
     EXPECT_FALSE(answers(reference.in()));
     EXPECT_TRUE(waitUntil([&] { return count() == 0 && iterator->_refcount_value() == 1; }));
+}
+
+TEST_F(IteratorHelper, TakesOutOnlyWhatIsListed) {
+    const auto stranger = made();
+    EXPECT_EQ(RunningAgent::sessions().remove_iterator(stranger.get()), 0);
+    EXPECT_EQ(stranger->_refcount_value(), 1u);
+    ASSERT_EQ(open(stranger), 0ul);
+    EXPECT_EQ(RunningAgent::sessions().remove_iterator(stranger.get()), 0);
+    EXPECT_EQ(RunningAgent::sessions().remove_iterator(stranger.get()), 0);
+    EXPECT_EQ(stranger->_refcount_value(), 2u) << "ours and the POA's: one is dropped once";
+    EXPECT_EQ(count(), 0u);
 }
 
 TEST_F(IteratorHelper, ClosesTwiceWithoutHarm) {

@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <future>
 #include <thread>
 
+#include "component/orb/gate.h"
 #include "iterator_fixture.h"
 
 namespace kelp::test {
@@ -13,6 +15,37 @@ template <int Soft, int Hard>
 class IteratorsLimited : public IteratorFixture {
   protected:
     IteratorsLimited() : IteratorFixture(AgentOptions().withIteratorLimits(Soft, Hard)) {}
+
+    struct Openings {
+        int opened = 0;
+        int refused = 0;  ///< too many
+        int failed = 0;   ///< in any other way
+        std::size_t mostAtOnce = 0;
+    };
+    /// Opens iterators from many threads at once.
+    Openings openFromManyThreads() {
+        constexpr int kThreads = 8, kEach = 40;
+        std::atomic<int> running{kThreads}, opened{0}, refused{0};
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t)
+            threads.emplace_back([&] {
+                for (int i = 0; i < kEach; ++i) {
+                    const unsigned long code = openOne();
+                    opened += code == 0 ? 1 : 0;
+                    refused += code == kTooManyIterators ? 1 : 0;
+                }
+                --running;
+            });
+        Openings result;
+        while (running > 0)
+            result.mostAtOnce = std::max(result.mostAtOnce, count());
+        for (std::thread& each : threads)
+            each.join();
+        result.opened = opened;
+        result.refused = refused;
+        result.failed = kThreads * kEach - opened - refused;
+        return result;
+    }
 };
 
 using IteratorsSoftBelowHard = IteratorsLimited<2, 10>;
@@ -44,24 +77,10 @@ TEST_F(IteratorsSoftBelowHard, NeverAreMoreThanTheSoftLimitAndOne) {
 using IteratorsFarBelowHard = IteratorsLimited<2, 100>;
 
 TEST_F(IteratorsFarBelowHard, AreNeverMoreThanTheSoftLimitAndOneEvenIfManyAreOpenedAtOnce) {
-    constexpr int kThreads = 8, kEach = 40;
-    std::atomic<int> running{kThreads};
-    std::atomic<int> refused{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < kEach; ++i)
-                refused += openOne() == 0 ? 0 : 1;
-            --running;
-        });
-    std::size_t most = 0;
-    while (running > 0)
-        most = std::max(most, count());
-    for (std::thread& each : threads)
-        each.join();
-    EXPECT_LE(most, 3u);
+    const Openings openings = openFromManyThreads();
+    EXPECT_LE(openings.mostAtOnce, 3u);
     EXPECT_EQ(count(), 3u);
-    EXPECT_EQ(refused, 0);
+    EXPECT_EQ(openings.refused + openings.failed, 0);
     EXPECT_TRUE(waitUntil([&] { return alive_ == 3; }));
 }
 
@@ -73,6 +92,69 @@ TEST_F(IteratorsSoftBelowHard, OneWithoutAPoaIsNotOpenedAndStaysItsMakers) {
     EXPECT_TRUE(trace.contains("[SessionMgr::add_iterator] Occurred during activate_object!"));
     EXPECT_EQ(nowhere->_refcount_value(), 1u);
     EXPECT_EQ(count(), 0u);
+}
+
+TEST_F(IteratorsSoftBelowHard, OneThatCannotBeOpenedLeavesItsPlaceFree) {
+    agent_.configure(AgentOptions().withIteratorLimits(10, 1));
+    const auto nowhere =
+        NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(PortableServer::POA::_nil(), alive_));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(open(nowhere), kNotActivated);
+    EXPECT_EQ(openOne(), 0ul);
+}
+
+/// The oldest of four cannot be closed in order, and leaves the list all the same.
+class IteratorsThatCannotBeClosed : public IteratorsSoftBelowHard {
+  protected:
+    void expectUnlisted(const std::function<void(TestIterator&)>& spoil, const char* traced) {
+        const auto oldest = made();
+        ASSERT_EQ(open(oldest), 0ul);
+        for (int i = 0; i < 2; ++i)
+            ASSERT_EQ(openOne(), 0ul);
+        spoil(*oldest);
+        const TraceCapture trace;
+        EXPECT_EQ(openOne(), 0ul) << "the new one is open in every case";
+        EXPECT_EQ(trace.count(traced), 1u);
+        EXPECT_EQ(count(), 3u);
+        EXPECT_EQ(oldest->_refcount_value(), 2u) << "ours and the POA's";
+    }
+};
+
+TEST_F(IteratorsThatCannotBeClosed, ForTheirPoaIsNilAreTraced) {
+    expectUnlisted([](TestIterator& oldest) { oldest.isWithoutPoa = true; },
+                   "[SessionMgr::add_iterator] _default_POA returned nil POA object!");
+}
+
+TEST_F(IteratorsThatCannotBeClosed, ForTheirPoaRaisesAnExceptionAreTraced) {
+    expectUnlisted([](TestIterator& oldest) { oldest.onPoa = [] { throw CORBA::NO_RESOURCES(); }; },
+                   "[SessionMgr::add_iterator] Occurred during deactivate_object of iterator!");
+}
+
+TEST_F(IteratorsSoftBelowHard, OldestIsClosedWithoutWaitingForTheCallOnIt) {
+    Gate gate;
+    auto oldest = made();
+    oldest->onCall = [&] { gate.pass(); };
+    ASSERT_EQ(open(oldest), 0ul);
+    std::thread calling([this, &oldest] { EXPECT_TRUE(answers(remote(oldest.get()).in())); });
+    ASSERT_TRUE(gate.isReached());
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(openOne(), 0ul);
+    EXPECT_EQ(count(), 3u);
+    gate.open();
+    calling.join();
+    EXPECT_TRUE(waitUntil([&] { return oldest->_refcount_value() == 1; })) << "the call was the last";
+}
+
+TEST_F(IteratorsSoftBelowHard, AreCountedByOthersWhileAPoaIsAsked) {
+    const auto iterator = made();
+    bool isCounted = true;
+    iterator->onPoa = [&isCounted] {
+        std::future<std::size_t> counting = std::async(std::launch::async, [] { return count(); });
+        isCounted = isCounted && counting.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    };
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(i == 0 ? open(iterator) : openOne(), 0ul) << "the fourth closes it";
+    EXPECT_TRUE(isCounted) << "no lock is held while a POA is called";
 }
 
 TEST_F(IteratorsSoftBelowHard, ALowerHardLimitRefusesTheNewOneAndStillClosesTheOldest) {
@@ -140,22 +222,10 @@ TEST_F(IteratorsHardBelowSoft, AreRefusedAtTheHardLimit) {
 using IteratorsOfManyThreads = IteratorsLimited<100, 10>;
 
 TEST_F(IteratorsOfManyThreads, AreExactlyAsManyAsTheHardLimitAllows) {
-    constexpr int kThreads = 8, kEach = 20;
-    std::atomic<int> opened{0};
-    std::atomic<int> others{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < kEach; ++i) {
-                const unsigned long code = openOne();
-                opened += code == 0 ? 1 : 0;
-                others += code != 0 && code != kTooManyIterators ? 1 : 0;
-            }
-        });
-    for (std::thread& each : threads)
-        each.join();
-    EXPECT_EQ(opened, 10);
-    EXPECT_EQ(others, 0);
+    const Openings openings = openFromManyThreads();
+    EXPECT_EQ(openings.opened, 10);
+    EXPECT_EQ(openings.failed, 0);
+    EXPECT_LE(openings.mostAtOnce, 10u);
     EXPECT_EQ(count(), 10u);
     EXPECT_TRUE(waitUntil([&] { return alive_ == 10; }));
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,6 +24,8 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
     /// Reading this one fails, in this way; 0: none does.
     CORBA::ULong failsAt = 0;
     std::function<void()> fail = [] { throw std::runtime_error("the database is gone"); };
+    /// Held as long as the list lives.
+    std::shared_ptr<const void> held;
     /// So many at the end turn out to be gone.
     CORBA::ULong gone = 0;
 

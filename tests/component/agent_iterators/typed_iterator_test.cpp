@@ -1,24 +1,15 @@
 // Iterators as an NMS meets them.
 
 #include <gmock/gmock.h>
-#include <kelp/agent/typed_iterator.h>
 
 #include <thread>
 
 #include "component/orb/gate.h"
 #include "iterator_fixture.h"
-#include "support/numbered_names.h"
+#include "name_iterators.h"
 
 namespace kelp::test {
 namespace {
-
-using globaldefs::NamingAttributesIterator_I;
-using globaldefs::NamingAttributesIterator_I_ptr;
-using globaldefs::NamingAttributesIterator_I_var;
-using globaldefs::NamingAttributesList_T_var;
-using NameIterator =
-    NS_KELPCORBA::TypedIterator<NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
-                                globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
 
 class TypedIteratorTest : public IteratorFixture {
   protected:
@@ -45,21 +36,6 @@ class TypedIteratorTest : public IteratorFixture {
             answer.rest = agent_.overTheWire<NamingAttributesIterator_I>(rest_.in());
         return answer;
     }
-    struct Batch {
-        std::vector<int> numbers;
-        bool isMore = false;
-    };
-    static Batch next(NamingAttributesIterator_I_ptr iterator, CORBA::ULong howMany) {
-        NamingAttributesList_T_var names;
-        Batch batch;
-        batch.isMore = iterator->next_n(howMany, names.out());
-        batch.numbers = numbersOf(names.in());
-        return batch;
-    }
-    static bool isClosed(NamingAttributesIterator_I_ptr iterator) {
-        return isGone([&] { iterator->getLength(); });
-    }
-
     /// What fails to read the next entry is traced and told to the NMS, and closes the iterator.
     void expectOverAfter(std::function<void()> fail, const char* traced) {
         const TraceCapture trace;

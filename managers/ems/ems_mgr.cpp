@@ -1,35 +1,37 @@
 #include "ems_mgr.h"
 
+#include "common/attributes.h"
 #include "ems_description.h"
-
-#include <iterator>
 
 namespace kelp::ems {
 
 namespace {
 
-struct Capability {
-    const char* name;
-    const char* value;
+constexpr managers::Capability kCapabilities[] = {
+#define MANAGER_OPERATION MANAGER_CAPABILITY
+#include "ems_operations.inc"
+#undef MANAGER_OPERATION
 };
 
-constexpr Capability kCapabilities[] = {
-#define EMS_OPERATION(module, interface, operation, parameters, support) \
-    {#module "::" #interface "::" #operation, #support},
-#include "ems_operations.inc"
-#undef EMS_OPERATION
-};
+constexpr auto kKinds = {inventory::ObjectKind::TopologicalLink};
 
 }  // namespace
 
 void EmsMgr_IImpl::getCapabilities(common::CapabilityList_T_out capabilities) {
-    common::CapabilityList_T_var list = new common::CapabilityList_T;
-    list->length(std::size(kCapabilities));
-    for (CORBA::ULong i = 0; i < list->length(); ++i) {
-        list[i].name = CORBA::string_dup(kCapabilities[i].name);
-        list[i].value = CORBA::string_dup(kCapabilities[i].value);
-    }
-    capabilities = list._retn();
+    capabilities = managers::capabilityList(kCapabilities);
+}
+
+void EmsMgr_IImpl::setUserLabel(const globaldefs::NamingAttributes_T& object, const char* label,
+                                CORBA::Boolean isUnique) {
+    managers::setUserLabel(kKinds, object, label, isUnique);
+}
+
+void EmsMgr_IImpl::setNativeEMSName(const globaldefs::NamingAttributes_T& object, const char* name) {
+    managers::setNativeEmsName(kKinds, object, name);
+}
+
+void EmsMgr_IImpl::setOwner(const globaldefs::NamingAttributes_T& object, const char* owner) {
+    managers::setOwner(kKinds, object, owner);
 }
 
 void EmsMgr_IImpl::getEMS(emsMgr::EMS_T_out emsInfo) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kelp/agent/error_translation.h>
+#include "common/operation_list.h"
 
 #include <mtnm/emsMgr.h>
 
@@ -11,22 +11,9 @@ namespace kelp::ems {
 /// EXCPT_NOT_IMPLEMENTED.
 class EmsMgr_IImpl : public virtual POA_emsMgr::EMSMgr_I {
   public:
-#define EMS_OPERATION(module, interface, operation, parameters, support) \
-    EMS_DECLARE_##support(operation, parameters)
-#define EMS_DECLARE_Supported(operation, parameters) void operation parameters override;
-#define EMS_DECLARE_Unsupported(operation, parameters) \
-    void operation parameters override {               \
-        refuse();                                      \
-    }
+#define MANAGER_OPERATION MANAGER_DECLARE
 #include "ems_operations.inc"
-#undef EMS_DECLARE_Unsupported
-#undef EMS_DECLARE_Supported
-#undef EMS_OPERATION
-
-  private:
-    static void refuse() {
-        NS_KELPCORBA::ThrowException(NS_KELPCORBA::kOperationNotImplemented);
-    }
+#undef MANAGER_OPERATION
 };
 
 }  // namespace kelp::ems

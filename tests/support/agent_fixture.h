@@ -53,6 +53,7 @@ struct AgentOptions {
     int lockoutS = 300;
     int iteratorSoftLimit = 200;
     int iteratorHardLimit = 1000;
+    std::string inventory;  ///< database of the inventory
 
     AgentOptions with(int strategy, bool pings) const {
         AgentOptions changed = *this;
@@ -69,6 +70,11 @@ struct AgentOptions {
         AgentOptions changed = *this;
         changed.iteratorSoftLimit = soft;
         changed.iteratorHardLimit = hard;
+        return changed;
+    }
+    AgentOptions withInventory(const std::string& database) const {
+        AgentOptions changed = *this;
+        changed.inventory = database;
         return changed;
     }
     AgentOptions withReuse() const {
@@ -220,11 +226,13 @@ class RunningAgent {
     static std::size_t liveLogins(const std::string& hostInfo, const std::string& user = kUser) {
         return NS_CORBA::CorbaSecurityMgr::Instance()->LiveLogins(hostInfo, user);
     }
-    /// The session's manager "EMS", called over a connection.
-    common::Common_I_var remoteManager(emsSession::EmsSession_I_ptr session) const {
+    /// The session's manager of that name, called over a connection.
+    template <class I = common::Common_I>
+    typename I::_var_type remoteManager(emsSession::EmsSession_I_ptr session,
+                                        const char* name = "EMS") const {
         common::Common_I_var manager;
-        session->getManager("EMS", manager.out());
-        return overTheWire<common::Common_I>(manager.in());
+        session->getManager(name, manager.out());
+        return overTheWire<I>(manager.in());
     }
 
     // -- stop
@@ -294,8 +302,8 @@ class RunningAgent {
             number("call_timeout_s", options.callTimeoutS) + number("silent_time_s", options.silentTimeS) +
             number("max_sessions", options.maxSessions) + "[iterator]\n" +
             number("soft_limit", options.iteratorSoftLimit) +
-            number("hard_limit", options.iteratorHardLimit) + "[agent]\n" +
-            number("bUseBTName", options.reuse ? 1 : 0);
+            number("hard_limit", options.iteratorHardLimit) + "[inventory]\ndatabase = \"" +
+            options.inventory + "\"\n[agent]\n" + number("bUseBTName", options.reuse ? 1 : 0);
         for (const NS_BUNDLEMGR1::ConfigProblem& problem :
              NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "agent.toml"))
             ADD_FAILURE() << problem.text();

@@ -2,6 +2,7 @@
 
 #include <kelp/inventory/layer_rate.h>
 #include <kelp/util/trace_log.h>
+#include <kelp/util/utf8.h>
 
 #include <limits>
 
@@ -75,7 +76,7 @@ std::string assign(const Json& value, std::string& text) {
     text = value.get_ref<const std::string&>();
     if (text.size() > kTextBytesMax)
         return "has more than " + std::to_string(kTextBytesMax) + " bytes";
-    if (!isUtf8(text))
+    if (!util::isUtf8(text))
         return "is no UTF-8";
     return text.find('\0') == std::string::npos ? "" : "must not have a null character";
 }

@@ -1,5 +1,7 @@
 #include "name_rules.h"
 
+#include <kelp/util/utf8.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -10,26 +12,6 @@ namespace kelp::inventory {
 namespace {
 
 constexpr std::size_t kCharactersMax = 1024;
-
-/// How many bytes the well-formed UTF-8 character at the text's begin has; 0: it is none.
-std::size_t characterAt(std::string_view text) {
-    const auto byte = [text](std::size_t place) { return static_cast<unsigned char>(text[place]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80)
-        return 1;
-    const std::size_t size = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-    if (size == 0 || text.size() < size)
-        return 0;
-    for (std::size_t i = 1; i < size; ++i) {
-        if ((byte(i) & 0xC0) != 0x80)
-            return 0;
-    }
-    // overlong forms, surrogates, and what lies beyond the last character
-    const unsigned char second = byte(1);
-    const bool isOutside = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-                           (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
-    return isOutside ? 0 : size;
-}
 
 /// "/a=1/b=2" as {"a=1", "b=2"}; none when it does not begin with a slash.
 std::vector<std::string_view> componentsOf(std::string_view path) {
@@ -71,20 +53,10 @@ const HolderKind* holderKindOf(std::string_view component) {
 
 }  // namespace
 
-bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t size = characterAt(text);
-        if (size == 0)
-            return false;
-        text.remove_prefix(size);
-    }
-    return true;
-}
-
 std::string problemOfName(std::string_view value) {
     if (value.empty())
         return "must not be empty";
-    if (!isUtf8(value))
+    if (!util::isUtf8(value))
         return "is no UTF-8";
     if (value.front() == ' ' || value.back() == ' ')
         return "must not begin or end with a blank";

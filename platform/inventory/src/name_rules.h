@@ -5,8 +5,6 @@
 
 namespace kelp::inventory {
 
-bool isUtf8(std::string_view text);
-
 // What is wrong with a value of a naming attribute, in a few words; empty: nothing.
 
 /// Values have 1 to 1024 characters, no control characters and no blanks at their ends.

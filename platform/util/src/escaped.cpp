@@ -1,4 +1,5 @@
 #include <kelp/util/trace_log.h>
+#include <kelp/util/utf8.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -12,24 +13,12 @@ namespace {
 /// Length of the well-formed UTF-8 sequence at the start of `text`, control characters excluded; 0 when there
 /// is none.
 std::size_t printableLength(std::string_view text) {
+    const std::size_t length = utf8CharacterAt(text);
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80)
-        return first >= 0x20 && first != 0x7f ? 1 : 0;
-    const std::size_t length = first >= 0xc2 && first <= 0xdf   ? 2
-                               : first >= 0xe0 && first <= 0xef ? 3
-                               : first >= 0xf0 && first <= 0xf4 ? 4
-                                                                : 0;
-    if (length == 0 || length > text.size())
-        return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xc0) != 0x80)
-            return 0;
-    }
-    const bool isControl = first == 0xc2 && byte(1) < 0xa0;
-    const bool isOverlong = (first == 0xe0 && byte(1) < 0xa0) || (first == 0xf0 && byte(1) < 0x90);
-    const bool isNoCharacter = (first == 0xed && byte(1) >= 0xa0) || (first == 0xf4 && byte(1) >= 0x90);
-    return isControl || isOverlong || isNoCharacter ? 0 : length;
+    const bool isControl = length == 1   ? byte(0) < 0x20 || byte(0) == 0x7f
+                           : length == 2 ? byte(0) == 0xc2 && byte(1) < 0xa0
+                                         : false;
+    return isControl ? 0 : length;
 }
 
 /// Most texts: nothing in them needs a second look.

@@ -70,7 +70,7 @@ TEST_F(EmsMgrTest, CapabilitiesNameEveryOperationWithModuleAndInterface) {
     EXPECT_EQ(all.size(), 37u);
     EXPECT_EQ(all.at("emsMgr::EMSMgr_I::getEMS"), "Supported");
     EXPECT_EQ(all.at("common::Common_I::getCapabilities"), "Supported");
-    EXPECT_EQ(all.at("common::Common_I::setUserLabel"), "Unsupported");
+    EXPECT_EQ(all.at("common::Common_I::setUserLabel"), "Supported");
     EXPECT_EQ(all.at("emsMgr::EMSMgr_I::getASAPAssociatedResourceNames"), "Unsupported");
 }
 
@@ -79,20 +79,12 @@ TEST_F(EmsMgrTest, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
     const globaldefs::NVSList_T info;
     globaldefs::NVSList_T changedInfo;
     const std::map<std::string, std::function<void()>> calls = {
-        {"common::Common_I::setNativeEMSName", [&] { ems_->setNativeEMSName(name, "x"); }},
-        {"common::Common_I::setUserLabel", [&] { ems_->setUserLabel(name, "x", true); }},
-        {"common::Common_I::setOwner", [&] { ems_->setOwner(name, "x"); }},
         {"common::Common_I::setAdditionalInfo", [&] { ems_->setAdditionalInfo(name, changedInfo); }},
         {"emsMgr::EMSMgr_I::getAllTopLevelSubnetworks",
          [&] {
              multiLayerSubnetwork::SubnetworkList_T_var list;
              multiLayerSubnetwork::SubnetworkIterator_I_var iterator;
              ems_->getAllTopLevelSubnetworks(10, list.out(), iterator.out());
-         }},
-        {"emsMgr::EMSMgr_I::getTopLevelTopologicalLink",
-         [&] {
-             topologicalLink::TopologicalLink_T_var link;
-             ems_->getTopLevelTopologicalLink(name, link.out());
          }},
         {"emsMgr::EMSMgr_I::getAllEMSAndMEActiveAlarms",
          [&] {

@@ -17,7 +17,7 @@ constexpr const char* kReadyLine = "===[CorbaAgentFacade::Init] Corba Agent is r
 constexpr const char* kMark = "KELP_TEST_HOST";
 
 constexpr const char* kAgentBundle = "mx_kelpcorba_env";
-constexpr const char* kManagerBundle = "kelp_ems";
+constexpr const char* kManagerBundles[] = {"kelp_ems", "kelp_managedelement"};
 
 }  // namespace
 
@@ -99,8 +99,10 @@ void Host::writeConfiguration() const {
     std::string names;
     for (const std::string& name : ownBundles_)
         names += quoted(name) + ", ";
-    if (managers_)
-        names += quoted(kManagerBundle) + ", ";
+    if (managers_) {
+        for (const char* const name : kManagerBundles)
+            names += quoted(name) + ", ";
+    }
     settings["bundles"].emplace("load", "[" + names + quoted(kAgentBundle) + "]");
     settings["bundles"].emplace("dir", quoted(bundleFolder().string()));
 

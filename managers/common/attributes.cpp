@@ -1,0 +1,105 @@
+#include "attributes.h"
+
+#include "idl_names.h"
+#include "inventory_access.h"
+#include "refusal.h"
+
+#include <kelp/agent/error_translation.h>
+#include <kelp/util/utf8.h>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace kelp::managers {
+
+namespace {
+
+using inventory::Change;
+using inventory::Inventory;
+using inventory::ObjectKind;
+
+/// In bytes.
+constexpr std::size_t kLongestText = 1024;
+
+ObjectKind kindOf(const inventory::ManagedElementName&) {
+    return ObjectKind::ManagedElement;
+}
+ObjectKind kindOf(const inventory::HolderName&) {
+    return ObjectKind::EquipmentHolder;
+}
+ObjectKind kindOf(const inventory::EquipmentName&) {
+    return ObjectKind::Equipment;
+}
+ObjectKind kindOf(const inventory::TpName&) {
+    return ObjectKind::TerminationPoint;
+}
+ObjectKind kindOf(const inventory::LinkName&) {
+    return ObjectKind::TopologicalLink;
+}
+
+/// Refuses what is no text for a label: control characters, too long, or no UTF-8.
+std::string checkedText(const char* text, const char* parameter) {
+    if (text == nullptr)
+        refuse(NS_KELPCORBA::kNullInput, parameter);
+    const std::string value(text);
+    const bool isPlain = std::none_of(value.begin(), value.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < ' ' || byte == 0x7f;
+    });
+    if (!isPlain || value.size() > kLongestText || !util::isUtf8(value))
+        refuse(kNotAValue, parameter);
+    return value;
+}
+
+/// Makes the change to the object with that name: `change` is given the inventory, its kind and its id.
+template <class MakeChange>
+Change changeObject(Kinds kinds, const globaldefs::NamingAttributes_T& object, MakeChange makeChange) {
+    const inventory::ObjectName name = objectNamed(object);
+    return withInventory([&](const std::shared_ptr<Inventory>& in) {
+        const Change change = std::visit(
+            [&](const auto& each) {
+                const ObjectKind kind = kindOf(each);
+                if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end())
+                    refuse(kNotAName, nameText(object));
+                const auto row = in->find(each);
+                return row ? makeChange(*in, kind, row->id) : Change::NoSuchObject;
+            },
+            name);
+        if (change == Change::NoSuchObject)
+            refuse(kNoSuchObject, nameText(object));
+        return change;
+    });
+}
+
+}  // namespace
+
+void setUserLabel(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* label,
+                  bool isUnique) {
+    const std::string text = checkedText(label, "userLabel");
+    const Change change = changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
+        return in.setUserLabel(kind, id, text, isUnique);
+    });
+    if (change == Change::LabelInUse)
+        refuseUserLabel(text);
+}
+
+void setNativeEmsName(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* name) {
+    const std::string text = checkedText(name, "nativeEMSName");
+    if (text.empty())
+        refuse(kNotAValue, "nativeEMSName");
+    changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
+        return in.setNativeEmsName(kind, id, text);
+    });
+}
+
+void setOwner(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* owner) {
+    const std::string text = checkedText(owner, "owner");
+    changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
+        return in.setOwner(kind, id, text);
+    });
+}
+
+}  // namespace kelp::managers

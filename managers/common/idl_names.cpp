@@ -1,0 +1,82 @@
+#include "idl_names.h"
+
+#include "refusal.h"
+
+#include <kelp/corbabase/base_config.h>
+#include <kelp/inventory/layer_rate.h>
+
+#include <utility>
+#include <variant>
+
+namespace kelp::managers {
+
+namespace {
+
+inventory::NameValues fromIdl(const globaldefs::NamingAttributes_T& attributes) {
+    inventory::NameValues values;
+    values.reserve(attributes.length());
+    for (CORBA::ULong i = 0; i < attributes.length(); ++i)
+        values.push_back({attributes[i].name.in(), attributes[i].value.in()});
+    return values;
+}
+
+}  // namespace
+
+const std::string& emsName() {
+    static const std::string name = NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName();
+    return name;
+}
+
+void toIdl(const inventory::NameValues& values, globaldefs::NVSList_T& list) {
+    list.length(static_cast<CORBA::ULong>(values.size()));
+    CORBA::ULong at = 0;
+    for (const inventory::NameValue& each : values) {
+        list[at].name = CORBA::string_dup(each.name.c_str());
+        list[at].value = CORBA::string_dup(each.value.c_str());
+        ++at;
+    }
+}
+
+void toIdl(const inventory::ObjectName& name, globaldefs::NamingAttributes_T& attributes) {
+    toIdl(inventory::namingAttributes(emsName(), name), attributes);
+}
+
+std::string nameText(const globaldefs::NamingAttributes_T& attributes) {
+    std::string text;
+    for (const inventory::NameValue& each : fromIdl(attributes))
+        text += (text.empty() ? "" : ", ") + each.name + "=" + each.value;
+    return text;
+}
+
+inventory::ObjectName objectNamed(const globaldefs::NamingAttributes_T& attributes) {
+    std::optional<inventory::ObjectName> name = inventory::objectNameOf(emsName(), fromIdl(attributes));
+    if (!name)
+        refuse(kNotAName, nameText(attributes));
+    return *std::move(name);
+}
+
+template <class Name>
+Name named(const globaldefs::NamingAttributes_T& attributes) {
+    inventory::ObjectName name = objectNamed(attributes);
+    if (!std::holds_alternative<Name>(name))
+        refuse(kNotAName, nameText(attributes));
+    return std::get<Name>(std::move(name));
+}
+template inventory::ManagedElementName named(const globaldefs::NamingAttributes_T&);
+template inventory::HolderName named(const globaldefs::NamingAttributes_T&);
+template inventory::EquipmentName named(const globaldefs::NamingAttributes_T&);
+template inventory::TpName named(const globaldefs::NamingAttributes_T&);
+template inventory::LinkName named(const globaldefs::NamingAttributes_T&);
+
+inventory::LayerRates layerRates(const transmissionParameters::LayerRateList_T& rates,
+                                 const char* parameter) {
+    inventory::LayerRates all;
+    for (CORBA::ULong i = 0; i < rates.length(); ++i) {
+        if (!inventory::isLayerRate(rates[i]))
+            refuse(kNotALayerRate, std::string(parameter) + ": " + std::to_string(rates[i]));
+        all.push_back(rates[i]);
+    }
+    return all;
+}
+
+}  // namespace kelp::managers

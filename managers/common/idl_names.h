@@ -1,0 +1,38 @@
+#pragma once
+
+#include <kelp/inventory/object_name.h>
+
+#include <mtnm/globaldefs.h>
+#include <mtnm/transmissionParameters.h>
+
+#include <string>
+
+namespace kelp::managers {
+
+/// The name of this EMS, which the names of all its objects begin with. It changes only with a restart.
+const std::string& emsName();
+
+void toIdl(const inventory::NameValues& values, globaldefs::NVSList_T& list);
+
+/// The naming attributes of an object of this EMS (TMF 814, SD1-25).
+void toIdl(const inventory::ObjectName& name, globaldefs::NamingAttributes_T& attributes);
+
+/// A name for people: "ManagedElement=Berlin, PTP=/shelf=1/port=2".
+std::string nameText(const globaldefs::NamingAttributes_T& attributes);
+
+/// The object that a caller names; refuses with kNotAName what is the name of none.
+inventory::ObjectName objectNamed(const globaldefs::NamingAttributes_T& attributes);
+
+/// The same for an operation that takes one kind of object.
+template <class Name>
+Name named(const globaldefs::NamingAttributes_T& attributes);
+extern template inventory::ManagedElementName named(const globaldefs::NamingAttributes_T&);
+extern template inventory::HolderName named(const globaldefs::NamingAttributes_T&);
+extern template inventory::EquipmentName named(const globaldefs::NamingAttributes_T&);
+extern template inventory::TpName named(const globaldefs::NamingAttributes_T&);
+extern template inventory::LinkName named(const globaldefs::NamingAttributes_T&);
+
+/// The layer rates that a caller lists in the parameter; refuses with kNotALayerRate.
+inventory::LayerRates layerRates(const transmissionParameters::LayerRateList_T& rates, const char* parameter);
+
+}  // namespace kelp::managers

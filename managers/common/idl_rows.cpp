@@ -1,0 +1,193 @@
+#include "idl_rows.h"
+
+#include "idl_names.h"
+
+#include <kelp/inventory/object_name.h>
+
+namespace kelp::managers {
+
+namespace {
+
+/// The inventory's enumerations have the standard's values in the standard's order.
+template <class Idl, class Row>
+Idl sameValue(Row value) {
+    return static_cast<Idl>(static_cast<int>(value));
+}
+static_assert(static_cast<int>(managedElement::CS_UNAVAILABLE) ==
+              static_cast<int>(inventory::CommunicationState::Unavailable));
+static_assert(static_cast<int>(equipment::UNKNOWN) == static_cast<int>(inventory::HolderState::Unknown));
+static_assert(static_cast<int>(equipment::SERV_NA) ==
+              static_cast<int>(inventory::ServiceState::NotApplicable));
+static_assert(static_cast<int>(terminationPoint::D_SINK) ==
+              static_cast<int>(inventory::Directionality::Sink));
+static_assert(static_cast<int>(terminationPoint::TPCS_NOT_CONNECTED) ==
+              static_cast<int>(inventory::TpConnectionState::NotConnected));
+static_assert(static_cast<int>(terminationPoint::TM_TERMINATED_AND_AVAILABLE_FOR_MAPPING) ==
+              static_cast<int>(inventory::TerminationMode::TerminatedAndAvailable));
+static_assert(static_cast<int>(terminationPoint::TPPA_PSR_RELATED) ==
+              static_cast<int>(inventory::TpProtection::PsrRelated));
+static_assert(static_cast<int>(globaldefs::CD_BI) ==
+              static_cast<int>(inventory::LinkDirection::Bidirectional));
+
+/// What all objects have: name, labels, owner and additional information.
+template <class Row, class Idl>
+void describe(const Row& row, Idl& object) {
+    toIdl(inventory::nameOf(row), object.name);
+    object.userLabel = CORBA::string_dup(row.userLabel.c_str());
+    object.nativeEMSName = CORBA::string_dup(row.nativeEMSName.c_str());
+    object.owner = CORBA::string_dup(row.owner.c_str());
+    toIdl(row.additionalInfo, object.additionalInfo);
+}
+
+void layersToIdl(const inventory::LayeredParameterList& layers,
+                 transmissionParameters::LayeredParameterList_T& list) {
+    list.length(static_cast<CORBA::ULong>(layers.size()));
+    CORBA::ULong at = 0;
+    for (const inventory::LayeredParameters& each : layers) {
+        list[at].layer = each.layer;
+        toIdl(each.parameters, list[at].transmissionParams);
+        ++at;
+    }
+}
+
+/// The name of a traffic descriptor; none for none.
+void descriptorToIdl(const std::string& value, globaldefs::NamingAttributes_T& name) {
+    if (!value.empty())
+        toIdl(inventory::NameValues{{"EMS", emsName()}, {"TrafficDescriptor", value}}, name);
+}
+
+// The longest form of a number and of a text: with the alignment before it, a text also with its length and
+// the zero at its end.
+constexpr std::size_t kNumber = 7;
+std::size_t textSize(const char* text) {
+    return kNumber + std::char_traits<char>::length(text) + 1;
+}
+
+template <class Idl>
+std::size_t describedSize(const Idl& object) {
+    return encodedSize(object.name) + textSize(object.userLabel) + textSize(object.nativeEMSName) +
+           textSize(object.owner) + encodedSize(object.additionalInfo);
+}
+
+std::size_t holderSize(const equipment::EquipmentHolder_T& holder) {
+    std::size_t size = describedSize(holder) + textSize(holder.holderType) +
+                       encodedSize(holder.expectedOrInstalledEquipment) + 3 * kNumber;
+    for (CORBA::ULong i = 0; i < holder.acceptableEquipmentTypeList.length(); ++i)
+        size += textSize(holder.acceptableEquipmentTypeList[i]);
+    return size;
+}
+
+std::size_t boardSize(const equipment::Equipment_T& board) {
+    return describedSize(board) + textSize(board.expectedEquipmentObjectType) +
+           textSize(board.installedEquipmentObjectType) + textSize(board.installedPartNumber) +
+           textSize(board.installedVersion) + textSize(board.installedSerialNumber) + 2 * kNumber;
+}
+
+}  // namespace
+
+void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_T& element) {
+    describe(row, element);
+    element.location = CORBA::string_dup(row.location.c_str());
+    element.version = CORBA::string_dup(row.version.c_str());
+    element.productName = CORBA::string_dup(row.productName.c_str());
+    element.communicationState = sameValue<managedElement::CommunicationState_T>(row.communicationState);
+    element.emsInSyncState = row.emsInSyncState;
+    element.supportedRates.length(static_cast<CORBA::ULong>(row.supportedRates.size()));
+    CORBA::ULong at = 0;
+    for (const inventory::LayerRate rate : row.supportedRates)
+        element.supportedRates[at++] = rate;
+}
+
+void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& holder) {
+    describe(row, holder);
+    holder.alarmReportingIndicator = row.alarmReportingIndicator;
+    holder.holderType = CORBA::string_dup(row.holderType.c_str());
+    if (!row.expectedOrInstalledEquipment.empty())
+        toIdl(inventory::EquipmentName{row.managedElement, row.name, row.expectedOrInstalledEquipment},
+              holder.expectedOrInstalledEquipment);
+    holder.acceptableEquipmentTypeList.length(
+        static_cast<CORBA::ULong>(row.acceptableEquipmentTypeList.size()));
+    CORBA::ULong at = 0;
+    for (const std::string& type : row.acceptableEquipmentTypeList)
+        holder.acceptableEquipmentTypeList[at++] = CORBA::string_dup(type.c_str());
+    holder.holderState = sameValue<equipment::HolderState_T>(row.holderState);
+}
+
+void toIdl(const inventory::Equipment& row, equipment::Equipment_T& board) {
+    describe(row, board);
+    board.alarmReportingIndicator = row.alarmReportingIndicator;
+    board.serviceState = sameValue<equipment::ServiceState_T>(row.serviceState);
+    board.expectedEquipmentObjectType = CORBA::string_dup(row.expectedEquipmentObjectType.c_str());
+    board.installedEquipmentObjectType = CORBA::string_dup(row.installedEquipmentObjectType.c_str());
+    board.installedPartNumber = CORBA::string_dup(row.installedPartNumber.c_str());
+    board.installedVersion = CORBA::string_dup(row.installedVersion.c_str());
+    board.installedSerialNumber = CORBA::string_dup(row.installedSerialNumber.c_str());
+}
+
+void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentOrHolder_T& either) {
+    equipment::EquipmentHolder_T holder;
+    toIdl(row, holder);
+    either.holder(holder);
+}
+
+void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& either) {
+    equipment::Equipment_T board;
+    toIdl(row, board);
+    either.equip(board);
+}
+
+void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point) {
+    describe(row, point);
+    descriptorToIdl(row.ingressTrafficDescriptorName, point.ingressTrafficDescriptorName);
+    descriptorToIdl(row.egressTrafficDescriptorName, point.egressTrafficDescriptorName);
+    // an FTP is told from a PTP by the last component of its name alone
+    point.type =
+        row.name.kind() == inventory::TpKind::Ctp ? terminationPoint::TPT_CTP : terminationPoint::TPT_PTP;
+    point.connectionState = sameValue<terminationPoint::TPConnectionState_T>(row.connectionState);
+    point.tpMappingMode = sameValue<terminationPoint::TerminationMode_T>(row.tpMappingMode);
+    point.direction = sameValue<terminationPoint::Directionality_T>(row.direction);
+    layersToIdl(row.transmissionParams, point.transmissionParams);
+    point.tpProtectionAssociation =
+        sameValue<terminationPoint::TPProtectionAssociation_T>(row.tpProtectionAssociation);
+    point.edgePoint = row.edgePoint;
+}
+
+void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLink_T& link) {
+    describe(row, link);
+    link.direction = sameValue<globaldefs::ConnectionDirection_T>(row.direction);
+    link.rate = row.rate;
+    toIdl(row.aEnd, link.aEndTP);
+    toIdl(row.zEnd, link.zEndTP);
+}
+
+std::size_t encodedSize(const globaldefs::NVSList_T& list) {
+    std::size_t size = kNumber;
+    for (CORBA::ULong i = 0; i < list.length(); ++i)
+        size += textSize(list[i].name) + textSize(list[i].value);
+    return size;
+}
+
+std::size_t encodedSize(const managedElement::ManagedElement_T& element) {
+    return describedSize(element) + textSize(element.location) + textSize(element.version) +
+           textSize(element.productName) + 3 * kNumber +
+           element.supportedRates.length() * sizeof(transmissionParameters::LayerRate_T);
+}
+
+std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either) {
+    return kNumber +
+           (either._d() == equipment::EQT ? boardSize(either.equip()) : holderSize(either.holder()));
+}
+
+std::size_t encodedSize(const terminationPoint::TerminationPoint_T& point) {
+    std::size_t size = describedSize(point) + encodedSize(point.ingressTrafficDescriptorName) +
+                       encodedSize(point.egressTrafficDescriptorName) + 7 * kNumber;
+    for (CORBA::ULong i = 0; i < point.transmissionParams.length(); ++i)
+        size += kNumber + encodedSize(point.transmissionParams[i].transmissionParams);
+    return size;
+}
+
+std::size_t encodedSize(const topologicalLink::TopologicalLink_T& link) {
+    return describedSize(link) + encodedSize(link.aEndTP) + encodedSize(link.zEndTP) + 2 * kNumber;
+}
+
+}  // namespace kelp::managers

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <kelp/inventory/model.h>
+
+#include <mtnm/equipment.h>
+#include <mtnm/managedElement.h>
+#include <mtnm/terminationPoint.h>
+#include <mtnm/topologicalLink.h>
+
+#include <cstddef>
+
+namespace kelp::managers {
+
+// Rows of the inventory as the standard's structures.
+void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_T& element);
+void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& holder);
+void toIdl(const inventory::Equipment& row, equipment::Equipment_T& board);
+void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentOrHolder_T& either);
+void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& either);
+void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point);
+void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLink_T& link);
+
+// Bytes that a structure takes in a message, alignment included; rather too many than too few.
+std::size_t encodedSize(const globaldefs::NVSList_T& list);
+std::size_t encodedSize(const managedElement::ManagedElement_T& element);
+std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either);
+std::size_t encodedSize(const terminationPoint::TerminationPoint_T& point);
+std::size_t encodedSize(const topologicalLink::TopologicalLink_T& link);
+
+}  // namespace kelp::managers

@@ -1,0 +1,19 @@
+#include "inventory_access.h"
+
+#include "refusal.h"
+
+#include <kelp/agent/error_translation.h>
+#include <kelp/corbabase/trace.h>
+
+namespace kelp::managers {
+
+void refuseFailure(const inventory::InventoryFailure& failure) {
+    NS_CORBA::GetTss()->Set("inventory", "unknown", __LINE__);
+    NS_CORBA::TaTrace("[Inventory] The request cannot be answered: %s", failure.what());
+    // the sentence names a file of the host's, which is nothing for the NMS
+    if (failure.isLocked())
+        refuse(kInventoryBusy);
+    refuse(NS_KELPCORBA::kInternalFailure);
+}
+
+}  // namespace kelp::managers

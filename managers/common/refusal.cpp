@@ -1,0 +1,29 @@
+#include "refusal.h"
+
+#include <kelp/agent/error_translation.h>
+
+#include <mtnm/globaldefs.h>
+
+namespace kelp::managers {
+
+void refuse(unsigned long code) {
+    globaldefs::ProcessingFailureException refusal;
+    NS_KELPCORBA::ConstructException(code, refusal);
+    throw refusal;
+}
+
+void refuse(unsigned long code, const std::string& about) {
+    globaldefs::ProcessingFailureException refusal;
+    NS_KELPCORBA::ConstructException(code, refusal);
+    std::string reason(refusal.errorReason.in());
+    if (reason.ends_with('.'))
+        reason.pop_back();
+    refusal.errorReason = CORBA::string_dup((reason + ": " + about).c_str());
+    throw refusal;
+}
+
+void refuseUserLabel(const std::string& label) {
+    throw globaldefs::ProcessingFailureException(globaldefs::EXCPT_USERLABEL_IN_USE, label.c_str());
+}
+
+}  // namespace kelp::managers

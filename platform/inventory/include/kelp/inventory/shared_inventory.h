@@ -1,0 +1,13 @@
+#pragma once
+
+#include <kelp/inventory/inventory.h>
+
+#include <memory>
+
+namespace kelp::inventory {
+
+/// The inventory of the configured file as all of this process share it: opened by the first call, and kept
+/// open. While it cannot be opened, every call tries again. Any thread. Throws InventoryFailure.
+KELP_EXPORT std::shared_ptr<Inventory> sharedInventory();
+
+}  // namespace kelp::inventory

@@ -27,10 +27,12 @@ auto withProgress(const char* title, Body&& body) {
 // Each command is kept by its own callback.
 
 constexpr const char* kFooter =
-    R"(An inventory file has one JSON object a line. Its key "object" says what it is: ManagedElement, EquipmentHolder,
-Equipment, TerminationPoint or TopologicalLink. The keys of its name are the standard's (ManagedElement, PTP, FTP, CTP,
-EquipmentHolder, Equipment, TopologicalLink, and aEndPTP, zEndPTP and so on for a link's ends), those of its attributes
-too (userLabel, nativeEMSName, transmissionParams ...). Or it is a folder with the files ManagedElement.csv,
+    R"(An inventory file has one JSON object a line. Its key "object" says what it is: EMS, MultiLayerSubnetwork,
+ManagedElement, EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. The keys of its name are the standard's
+(MultiLayerSubnetwork, ManagedElement, PTP, FTP, CTP, EquipmentHolder, Equipment, TopologicalLink, and aEndPTP, zEndPTP
+and so on for a link's ends), those of its attributes too (userLabel, nativeEMSName, transmissionParams ...). An element's
+key "subnetworks" lists the names of the subnetworks that it is in. The EMS has userLabel, owner and additionalInfo alone;
+its names are configured. Or it is a folder with the files ManagedElement.csv,
 EquipmentHolder.csv and so on, whose columns are these keys. sample-network.jsonl is an example; "export" writes both.
 
 Examples:
@@ -155,6 +157,7 @@ void printTable(const inventory::Statistics& counts) {
     print("managed elements", counts.elements);
     for (const auto& [product, count] : counts.elementsByProduct)
         print(("  " + product).c_str(), count);
+    print("multilayer subnetworks", counts.subnetworks);
     print("equipment holders", counts.holders);
     print("equipment", counts.equipment);
     print("physical ports (PTP)", counts.ptps);
@@ -170,6 +173,7 @@ void printJson(const inventory::Statistics& counts) {
         products[product] = count;
     const nlohmann::ordered_json answer = {{"managedElements", counts.elements},
                                            {"managedElementsByProduct", products},
+                                           {"subnetworks", counts.subnetworks},
                                            {"equipmentHolders", counts.holders},
                                            {"equipment", counts.equipment},
                                            {"ptps", counts.ptps},
@@ -246,7 +250,8 @@ struct GenerateCommand : std::enable_shared_from_this<GenerateCommand> {
 }  // namespace
 
 void addInventoryCommands(CLI::App& app, const GlobalOptions& globalOptions) {
-    CLI::App* group = app.add_subcommand("inventory", "Managed elements, equipment, ports and links");
+    CLI::App* group =
+        app.add_subcommand("inventory", "Subnetworks, managed elements, equipment, ports and links");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
     std::make_shared<ImportCommand>(globalOptions)->addTo(*group);
     std::make_shared<ExportCommand>(globalOptions)->addTo(*group);

@@ -30,6 +30,16 @@ Change setText(Connection& connection, const std::string& table, const char* col
     return update.execute() == 0 ? Change::NoSuchObject : Change::Made;
 }
 
+/// The EMS has no row until something is told of it.
+void makeRoom(Connection& connection, ObjectKind kind) {
+    if (kind == ObjectKind::Ems)
+        connection
+            .prepared(
+                "INSERT INTO ems (id, userLabel, owner, additionalInfo) VALUES (1, '', '', x'') ON CONFLICT "
+                "DO NOTHING")
+            .execute();
+}
+
 }  // namespace
 
 Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique) {
@@ -40,6 +50,7 @@ Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::stri
         SQLite::Transaction transaction(state_->writer.database(), SQLite::TransactionBehavior::IMMEDIATE);
         if (isUnique && isLabelInUse(state_->writer, table, id, label))
             return Change::LabelInUse;
+        makeRoom(state_->writer, kind);
         const Change change = setText(state_->writer, table, "userLabel", id, label);
         transaction.commit();
         return change;
@@ -47,6 +58,8 @@ Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::stri
 }
 
 Change Inventory::setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name) {
+    if (kind == ObjectKind::Ems)
+        throw InventoryFailure("the native name of the EMS is configured");
     const std::lock_guard lock(state_->writing);
     return translated(state_->file,
                       [&] { return setText(state_->writer, tableOf(kind), "nativeEMSName", id, name); });
@@ -54,8 +67,10 @@ Change Inventory::setNativeEmsName(ObjectKind kind, std::int64_t id, const std::
 
 Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& owner) {
     const std::lock_guard lock(state_->writing);
-    return translated(state_->file,
-                      [&] { return setText(state_->writer, tableOf(kind), "owner", id, owner); });
+    return translated(state_->file, [&] {
+        makeRoom(state_->writer, kind);
+        return setText(state_->writer, tableOf(kind), "owner", id, owner);
+    });
 }
 
 void Inventory::setPatience(std::chrono::milliseconds patience) {

@@ -22,6 +22,10 @@ std::string padded(std::uint64_t number, std::size_t digits) {
     return std::string(digits - std::min(digits, text.size()), '0') + text;
 }
 
+std::string regionOf(const ElementShape& shape) {
+    return "Region " + std::to_string(shape.ring % 8 + 1);
+}
+
 const NameValues kManufacturer = {{"Manufacturer", "Kelp Networks"}};
 
 }  // namespace
@@ -36,6 +40,9 @@ BuiltElement ElementBuilder::build(const ElementShape& shape, std::uint64_t port
     built_ = {};
     references_ = {};
     cards_ = 0;
+    town_ = kTowns[shape.ring % std::size(kTowns)];
+    if (shape.isHub())
+        addRing(shape);
     addElement(shape);
     std::uint64_t left = ports;
     const auto add = [&](const CardType& card, std::uint64_t most, bool isLine) {
@@ -53,14 +60,26 @@ BuiltElement ElementBuilder::build(const ElementShape& shape, std::uint64_t port
     return built_;
 }
 
+void ElementBuilder::addRing(const ElementShape& shape) {
+    Subnetwork ring;
+    ring.name = ring.nativeEMSName = "Ring-" + padded(shape.ring + 1, digits_);
+    ring.userLabel = town_ + " Ring " + std::to_string(shape.ring / std::size(kTowns) + 1);
+    ring.owner = regionOf(shape);
+    if (shape.ringSize < 3)
+        ring.subnetworkType = shape.ringSize == 1 ? Topology::Singleton : Topology::Chain;
+    else
+        ring.subnetworkType = shape.ringCard == &lineCard64() ? Topology::Spring : Topology::Psr;
+    ring.supportedRates = {shape.ringCard->connectable};
+    ring_ = rows_.insert(ring, {});
+}
+
 void ElementBuilder::addElement(const ElementShape& shape) {
     ManagedElement element;
-    town_ = kTowns[shape.ring % std::size(kTowns)];
     element.name = built_.name = "NE-" + padded(shape.number, digits_);
     element.userLabel = town_ + " " + std::to_string(shape.ring / std::size(kTowns) + 1) + "-" +
                         std::to_string(shape.placeInRing + 1);
     element.nativeEMSName = element.name;
-    element.owner = shape.isHub() ? "Backbone" : "Region " + std::to_string(shape.ring % 8 + 1);
+    element.owner = shape.isHub() ? "Backbone" : regionOf(shape);
     element.location = town_ + ", " + kSites[numbers_.below(std::size(kSites))] + " " +
                        std::to_string(numbers_.below(90) + 10);
     element.version = shape.product->version;
@@ -75,7 +94,9 @@ void ElementBuilder::addElement(const ElementShape& shape) {
     element.supportedRates.erase(std::unique(element.supportedRates.begin(), element.supportedRates.end()),
                                  element.supportedRates.end());
     element.additionalInfo = kManufacturer;
-    references_.element = rows_.insert(element, {});
+    References references;
+    references.subnetworks = {ring_};
+    references_.element = rows_.insert(element, references);
 }
 
 void ElementBuilder::addHolder(const std::string& path, const char* type, const std::string& card) {

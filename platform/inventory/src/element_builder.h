@@ -17,7 +17,8 @@ struct BuiltElement {
     std::vector<std::int64_t> linePorts;  ///< ids: east, west, then those of a hub's mesh
 };
 
-/// Makes one element with its equipment and ports.
+/// Makes one element with its equipment and ports, and with the first of a ring the subnetwork that the ring
+/// is.
 class ElementBuilder {
   public:
     ElementBuilder(RowWriter& rows, const NetworkPlan& plan);
@@ -25,6 +26,7 @@ class ElementBuilder {
     BuiltElement build(const ElementShape& shape, std::uint64_t ports);
 
   private:
+    void addRing(const ElementShape& shape);
     void addElement(const ElementShape& shape);
     /// The next slot with a card in it, and its rack and shelf when they are new.
     void addCard(const CardType& card);
@@ -37,6 +39,8 @@ class ElementBuilder {
     const NetworkPlan plan_;
     const std::size_t digits_;
     SeededNumbers numbers_;
+
+    std::int64_t ring_ = 0;  ///< subnetwork of the ring in hand
 
     // of the element in hand
     BuiltElement built_;

@@ -19,19 +19,19 @@ namespace {
 /// Ids that are looked at together.
 constexpr std::uint64_t kBatch = 1000;
 
-using NameKeys = std::vector<std::pair<std::string, std::string>>;
+using NameKeys = std::vector<std::pair<std::string, Json>>;
 
 NameKeys tpKeys(const std::string& prefix, const TpName& name) {
     const bool isPtp = name.portKind == TpKind::Ptp;
     return {{prefix + "ManagedElement", name.managedElement},
-            {prefix + "PTP", isPtp ? name.port : ""},
-            {prefix + "FTP", isPtp ? "" : name.port},
+            {prefix + "PTP", isPtp ? name.port : std::string()},
+            {prefix + "FTP", isPtp ? std::string() : name.port},
             {prefix + "CTP", name.ctp}};
 }
 
-// The keys of a row's name with their values, in the order of keysOf().
+// The keys of a row's name, and of what it refers to, with their values, in the order of keysOf().
 NameKeys nameKeys(const ManagedElement& row) {
-    return {{"ManagedElement", row.name}};
+    return {{"ManagedElement", row.name}, {kSubnetworksKey, row.subnetworks}};
 }
 NameKeys nameKeys(const EquipmentHolder& row) {
     return {{"ManagedElement", row.managedElement}, {"EquipmentHolder", row.name}};
@@ -51,9 +51,20 @@ NameKeys nameKeys(const TopologicalLink& row) {
         keys.insert(keys.end(), end.begin(), end.end());
     return keys;
 }
+NameKeys nameKeys(const Subnetwork& row) {
+    return {{"MultiLayerSubnetwork", row.name}};
+}
+NameKeys nameKeys(const EmsAttributes&) {
+    return {};
+}
 
 std::string jsonText(const Json& value) {
     return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+bool isEmpty(const Json& value) {
+    return value.is_string() ? value.get_ref<const std::string&>().empty()
+                             : value.is_structured() && value.empty();
 }
 
 std::string cellOf(const std::string& text) {
@@ -74,19 +85,19 @@ std::string cellOf(const LayeredParameterList& layers) {
     }
     return cellOf(rates);
 }
+std::string cellOf(const Json& value) {
+    if (value.is_string())
+        return value.get<std::string>();
+    return isEmpty(value) ? "" : jsonText(value);
+}
 template <class Value>
 std::string cellOf(const Value& value) {
-    const Json json = jsonOf(value);
-    if (json.is_string())
-        return json.get<std::string>();
-    return json.is_structured() && json.empty() ? "" : jsonText(json);
+    return cellOf(jsonOf(value));
 }
 
 /// A missing label or native name is not an empty one, but is made from the name.
 bool isLeftOut(const std::string& key, const Json& value) {
-    const bool isEmpty = value.is_string() ? value.get_ref<const std::string&>().empty()
-                                           : value.is_structured() && value.empty();
-    return isEmpty && key != "userLabel" && key != "nativeEMSName";
+    return isEmpty(value) && key != "userLabel" && key != "nativeEMSName";
 }
 
 /// One view of the inventory, read from its beginning to its end.
@@ -149,7 +160,7 @@ void writeCsv(WholeInventory& inventory, const std::filesystem::path& file) {
     inventory.forEach<Row>([&](const Row& row) {
         std::vector<std::string> cells;
         for (const auto& [key, value] : nameKeys(row))
-            cells.push_back(value);
+            cells.push_back(cellOf(value));
         Table<Row>::visit(row, [&](const char*, const auto& value) { cells.push_back(cellOf(value)); });
         out << csvLine(cells);
         requireWritten(out, file.string());
@@ -201,9 +212,9 @@ void exportJsonLines(const std::filesystem::path& database, std::ostream& out, c
             using Row = std::decay_t<decltype(kind)>;
             inventory.forEach<Row>([&](const Row& row) {
                 Json object = {{"object", Table<Row>::kWord}};
-                for (const auto& [key, value] : nameKeys(row)) {
-                    if (!value.empty())
-                        object[key] = value;
+                for (auto& [key, value] : nameKeys(row)) {
+                    if (!isEmpty(value))
+                        object[key] = std::move(value);
                 }
                 Table<Row>::visit(row, [&](const char* key, const auto& value) {
                     if (Json json = jsonOf(value); !isLeftOut(key, json))

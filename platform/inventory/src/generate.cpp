@@ -82,7 +82,7 @@ bool isEmpty(Connection& connection) {
     return connection.database()
                .execAndGet(
                    "SELECT NOT EXISTS (SELECT 1 FROM managed_element) AND NOT EXISTS "
-                   "(SELECT 1 FROM topological_link)")
+                   "(SELECT 1 FROM topological_link) AND NOT EXISTS (SELECT 1 FROM subnetwork)")
                .getInt() != 0;
 }
 
@@ -92,7 +92,7 @@ Statistics generateNetwork(const std::filesystem::path& database, const NetworkP
                            const Progress& progress) {
     translated(database, [&] {
         Connection connection = openForWriting(database);
-        BulkWriting writing(connection,
+        BulkWriting writing(connection, database,
                             plan.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
         if (!isEmpty(connection))
             throw InventoryFailure("inventory " + database.string() + " is not empty");

@@ -8,7 +8,6 @@
 #include "progress_pace.h"
 #include "record.h"
 #include "row_import.h"
-#include "schema.h"
 #include "table.h"
 #include "writing.h"
 
@@ -151,12 +150,12 @@ class Import {
     std::vector<Deferred> deferred_;
 };
 
-ImportResult importInto(Connection& connection, const std::filesystem::path& source,
-                        const ImportOptions& options) {
+ImportResult importInto(Connection& connection, const std::filesystem::path& database,
+                        const std::filesystem::path& source, const ImportOptions& options) {
     ImportResult result;
     Problems problems;
     std::vector<ImportFile> files = filesOf(source, problems);
-    BulkWriting writing(connection,
+    BulkWriting writing(connection, database,
                         options.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
     Import(connection, files, options.progress, problems).run(result);
     result.problems = problems.first();
@@ -175,16 +174,16 @@ std::string ImportProblem::text() const {
 
 ImportResult importInventory(const std::filesystem::path& database, const std::filesystem::path& source,
                              const ImportOptions& options) {
-    std::error_code error;
     return translated(database, [&] {
-        if (options.dryRun && !std::filesystem::exists(database, error)) {
-            // tried in a database that goes with its connection
-            Connection connection("", Connection::Use::Write);
-            prepareSchema(connection.database(), database);
-            return importInto(connection, source, options);
+        if (options.dryRun) {
+            // a missing file is tried as a database that goes with its connection
+            std::error_code error;
+            const bool isThere = std::filesystem::exists(database, error);
+            Connection connection(isThere ? database : std::filesystem::path(), Connection::Use::Write);
+            return importInto(connection, database, source, options);
         }
         Connection connection = openForWriting(database);
-        return importInto(connection, source, options);
+        return importInto(connection, database, source, options);
     });
 }
 

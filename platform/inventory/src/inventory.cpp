@@ -29,6 +29,9 @@ std::int64_t idOf(NameIndex& index, const TpName& name) {
 std::int64_t idOf(NameIndex& index, const LinkName& name) {
     return index.linkId(name.link);
 }
+std::int64_t idOf(NameIndex& index, const SubnetworkName& name) {
+    return index.subnetworkId(name.subnetwork);
+}
 
 template <class Row, class Name>
 std::optional<Row> findRow(Connection& connection, const Name& name) {
@@ -76,6 +79,17 @@ std::optional<TerminationPoint> Inventory::find(const TpName& name) {
 std::optional<TopologicalLink> Inventory::find(const LinkName& name) {
     return state_->reading([&](auto& lease) { return findRow<TopologicalLink>(lease.connection(), name); });
 }
+std::optional<Subnetwork> Inventory::find(const SubnetworkName& name) {
+    return state_->reading([&](auto& lease) { return findRow<Subnetwork>(lease.connection(), name); });
+}
+
+EmsAttributes Inventory::ems() {
+    return state_->reading([](auto& lease) {
+        std::vector<EmsAttributes> rows;
+        RowReader<EmsAttributes>(lease.connection(), Columns::All).read({EmsAttributes().id, 1}, rows);
+        return rows.empty() ? EmsAttributes() : std::move(rows.front());
+    });
+}
 
 template <class Row>
 std::vector<Row> Inventory::read(const RowIds& ids) {
@@ -93,11 +107,13 @@ template std::vector<EquipmentHolder> Inventory::read(const RowIds&);
 template std::vector<Equipment> Inventory::read(const RowIds&);
 template std::vector<TerminationPoint> Inventory::read(const RowIds&);
 template std::vector<TopologicalLink> Inventory::read(const RowIds&);
+template std::vector<Subnetwork> Inventory::read(const RowIds&);
 template std::vector<ManagedElement> Inventory::readNames(const RowIds&);
 template std::vector<EquipmentHolder> Inventory::readNames(const RowIds&);
 template std::vector<Equipment> Inventory::readNames(const RowIds&);
 template std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
 template std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
+template std::vector<Subnetwork> Inventory::readNames(const RowIds&);
 
 std::filesystem::path configuredInventory() {
     const std::string configured = NS_BUNDLEMGR1::ConfigStore::instance().text("inventory.database");

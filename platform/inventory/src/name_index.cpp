@@ -63,14 +63,34 @@ std::int64_t NameIndex::tpId(const TpName& name) {
     return port == 0 || name.ctp.empty() ? port : ctpId(port, name.ctp);
 }
 
-void NameIndex::nameElement(std::int64_t id, std::string& name) {
-    if (element_.id != id) {
-        Prepared& statement = connection_.prepared("SELECT name FROM managed_element WHERE id = ?1");
+std::int64_t NameIndex::subnetworkId(const std::string& name) {
+    if (subnetworkByName_.id == 0 || subnetworkByName_.name != name)
+        subnetworkByName_ = {0, 0, name, idOf("SELECT id FROM subnetwork WHERE name = ?1", 0, name)};
+    return subnetworkByName_.id;
+}
+
+std::int64_t NameIndex::emsId() {
+    Prepared& statement = connection_.prepared("SELECT id FROM ems");
+    const ResetAtEnd reset(statement);
+    return statement.step() ? statement.integer(0) : 0;
+}
+
+void NameIndex::nameOnly(const char* sql, std::int64_t id, LastById& last, std::string& name) {
+    if (last.id != id) {
+        Prepared& statement = connection_.prepared(sql);
         const ResetAtEnd reset(statement);
         statement.bind(1, id);
-        element_ = {id, "", statement.step() ? std::string(statement.text(0)) : ""};
+        last = {id, "", statement.step() ? std::string(statement.text(0)) : ""};
     }
-    name = element_.name;
+    name = last.name;
+}
+
+void NameIndex::nameElement(std::int64_t id, std::string& name) {
+    nameOnly("SELECT name FROM managed_element WHERE id = ?1", id, element_, name);
+}
+
+void NameIndex::nameSubnetwork(std::int64_t id, std::string& name) {
+    nameOnly("SELECT name FROM subnetwork WHERE id = ?1", id, subnetwork_, name);
 }
 
 void NameIndex::nameHolder(std::int64_t id, std::string& element, std::string& holder) {
@@ -136,6 +156,15 @@ void NameIndex::nameTp(std::int64_t id, TpName& name) {
     if (port != 0)
         name.ctp = statement.text(1);
     namePort(port == 0 ? id : port, name);
+}
+
+void NameIndex::nameSubnetworks(std::int64_t elementId, std::vector<std::string>& names) {
+    Prepared& statement = connection_.prepared(
+        "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY subnetwork_id");
+    const ResetAtEnd reset(statement);
+    statement.bind(1, elementId);
+    while (statement.step())
+        nameSubnetwork(statement.integer(0), names.emplace_back());
 }
 
 }  // namespace kelp::inventory

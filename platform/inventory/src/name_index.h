@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "connection.h"
 
@@ -23,6 +24,8 @@ class NameIndex {
     std::int64_t ctpId(std::int64_t portId, const std::string& name);
     std::int64_t linkId(const std::string& name);
     std::int64_t tpId(const TpName& name);
+    std::int64_t subnetworkId(const std::string& name);
+    std::int64_t emsId();
 
     // Fill names in. The rows are there, since other rows refer to them.
     void nameElement(std::int64_t id, std::string& name);
@@ -31,6 +34,8 @@ class NameIndex {
     /// All but the CTP's own value.
     void namePort(std::int64_t id, TpName& name);
     void nameTp(std::int64_t id, TpName& name);
+    /// Of an element, in the order in which they came in.
+    void nameSubnetworks(std::int64_t elementId, std::vector<std::string>& names);
 
   private:
     struct LastById {
@@ -46,17 +51,21 @@ class NameIndex {
     };
 
     std::int64_t idOf(const char* sql, std::int64_t parentId, const std::string& name);
+    void nameOnly(const char* sql, std::int64_t id, LastById& last, std::string& name);
+    void nameSubnetwork(std::int64_t id, std::string& name);
 
     Connection& connection_;
     LastById element_;
     LastById holder_;
     LastById equipment_;
+    LastById subnetwork_;
     std::int64_t lastPortId_ = 0;
     TpName lastPort_;
     LastByName elementByName_;
     LastByName holderByName_;
     LastByName equipmentByName_;
     LastByName portByName_;
+    LastByName subnetworkByName_;
 };
 
 }  // namespace kelp::inventory

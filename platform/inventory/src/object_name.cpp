@@ -27,6 +27,12 @@ NameValues componentsOf(const TpName& name) {
 NameValues componentsOf(const LinkName& name) {
     return {{"TopologicalLink", name.link}};
 }
+NameValues componentsOf(const SubnetworkName& name) {
+    return {{"MultiLayerSubnetwork", name.subnetwork}};
+}
+NameValues componentsOf(const EmsName&) {
+    return {};
+}
 
 /// The components' names, joined by dots.
 std::string formOf(const NameValues& attributes) {
@@ -60,6 +66,9 @@ ObjectName nameOf(const TerminationPoint& row) {
 ObjectName nameOf(const TopologicalLink& row) {
     return LinkName{row.name};
 }
+ObjectName nameOf(const Subnetwork& row) {
+    return SubnetworkName{row.name};
+}
 
 std::optional<ObjectName> objectNameOf(const std::string& ems, const NameValues& attributes) {
     if (attributes.empty() || attributes[0].value != ems)
@@ -82,6 +91,10 @@ std::optional<ObjectName> objectNameOf(const std::string& ems, const NameValues&
         return TpName{value(1), TpKind::Ftp, value(2), attributes.size() > 3 ? value(3) : ""};
     if (form == "EMS.TopologicalLink")
         return LinkName{value(1)};
+    if (form == "EMS.MultiLayerSubnetwork")
+        return SubnetworkName{value(1)};
+    if (form == "EMS")
+        return EmsName{};
     return std::nullopt;
 }
 

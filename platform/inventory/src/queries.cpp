@@ -81,6 +81,25 @@ bool isWanted(const Prepared& port, const PortFilter& filter) {
            (filter.connectableRates.empty() || hasRateOf(port.packed(2), filter.connectableRates));
 }
 
+/// The ports that meet the condition, which is about the row ?1, and the filter.
+RowIds portsWhere(ReadPool::Lease& lease, const std::string& condition, std::int64_t id,
+                  const PortFilter& filter) {
+    Prepared& query = lease.prepared(
+        "SELECT id, transmissionParams, connectableRates FROM termination_point WHERE port_id IS NULL AND "
+        "kind BETWEEN ?2 AND ?3 AND " +
+        condition);
+    const ResetAtEnd reset(query);
+    query.bind(1, id);
+    query.bind(2, static_cast<std::int64_t>(filter.withPtps ? TpKind::Ptp : TpKind::Ftp));
+    query.bind(3, static_cast<std::int64_t>(filter.withFtps ? TpKind::Ftp : TpKind::Ptp));
+    RowIds ids;
+    while (query.step()) {
+        if (isWanted(query, filter))
+            ids.append(query.integer(0));
+    }
+    return ids;
+}
+
 }  // namespace
 
 RowIds Inventory::elements() {
@@ -134,22 +153,8 @@ RowIds Inventory::equipmentIn(std::int64_t holderId, Depth depth) {
 }
 
 RowIds Inventory::portsOf(std::int64_t elementId, const PortFilter& filter) {
-    return state_->reading([&](auto& lease) {
-        Prepared& query = lease.prepared(
-            "SELECT id, transmissionParams, connectableRates FROM termination_point WHERE port_id IS NULL "
-            "AND "
-            "element_id = ?1 AND kind BETWEEN ?2 AND ?3 ORDER BY id");
-        const ResetAtEnd reset(query);
-        query.bind(1, elementId);
-        query.bind(2, static_cast<std::int64_t>(filter.withPtps ? TpKind::Ptp : TpKind::Ftp));
-        query.bind(3, static_cast<std::int64_t>(filter.withFtps ? TpKind::Ftp : TpKind::Ptp));
-        RowIds ids;
-        while (query.step()) {
-            if (isWanted(query, filter))
-                ids.append(query.integer(0));
-        }
-        return ids;
-    });
+    return state_->reading(
+        [&](auto& lease) { return portsWhere(lease, "element_id = ?1 ORDER BY id", elementId, filter); });
 }
 
 RowIds Inventory::allPorts() {
@@ -210,15 +215,64 @@ RowIds Inventory::links() {
 
 RowIds Inventory::linksOf(std::int64_t elementId) {
     return state_->reading([&](auto& lease) {
+        return idsOf(lease,
+                     "SELECT id FROM topological_link WHERE a_element_id = ?1 UNION SELECT id FROM "
+                     "topological_link WHERE z_element_id = ?1 ORDER BY 1",
+                     {elementId});
+    });
+}
+
+RowIds Inventory::linksInside(std::int64_t subnetworkId) {
+    // a cross join is done in the order in which it is written
+    return state_->reading([&](auto& lease) {
         return idsOf(
             lease,
-            "WITH port (id) AS (SELECT id FROM termination_point WHERE port_id IS NULL AND element_id = ?1), "
-            "tp (id) AS (SELECT id FROM port UNION ALL SELECT ctp.id FROM port JOIN termination_point AS ctp "
-            "ON "
-            "ctp.port_id = port.id) SELECT id FROM topological_link WHERE a_end_id IN tp UNION SELECT id "
-            "FROM "
-            "topological_link WHERE z_end_id IN tp ORDER BY 1",
-            {elementId});
+            "SELECT link.id FROM subnetwork_element AS inside CROSS JOIN topological_link AS link ON "
+            "a_element_id = inside.element_id WHERE inside.subnetwork_id = ?1 AND EXISTS (SELECT 1 FROM "
+            "subnetwork_element WHERE subnetwork_id = ?1 AND element_id = z_element_id) ORDER BY link.id",
+            {subnetworkId});
+    });
+}
+
+RowIds Inventory::topLevelLinks() {
+    return state_->reading([](auto& lease) {
+        return idsOf(
+            lease,
+            "SELECT id FROM topological_link WHERE NOT EXISTS (SELECT 1 FROM subnetwork_element AS a CROSS "
+            "JOIN subnetwork_element AS z ON z.subnetwork_id = a.subnetwork_id WHERE a.element_id = "
+            "a_element_id AND z.element_id = z_element_id) ORDER BY id",
+            {});
+    });
+}
+
+RowIds Inventory::subnetworks() {
+    return state_->reading(
+        [](auto& lease) { return idsOf(lease, "SELECT id FROM subnetwork ORDER BY id", {}); });
+}
+
+RowIds Inventory::elementsOf(std::int64_t subnetworkId) {
+    return state_->reading([&](auto& lease) {
+        return idsOf(lease,
+                     "SELECT element_id FROM subnetwork_element WHERE subnetwork_id = ?1 ORDER BY element_id",
+                     {subnetworkId});
+    });
+}
+
+RowIds Inventory::subnetworksOf(std::int64_t elementId) {
+    return state_->reading([&](auto& lease) {
+        return idsOf(lease,
+                     "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY "
+                     "subnetwork_id",
+                     {elementId});
+    });
+}
+
+RowIds Inventory::edgePointsOf(std::int64_t subnetworkId, const PortFilter& filter) {
+    return state_->reading([&](auto& lease) {
+        return portsWhere(lease,
+                          "edgePoint = 1 AND element_id IN (SELECT element_id FROM subnetwork_element WHERE "
+                          "subnetwork_id = ?1) ORDER BY id",
+                          subnetworkId, filter);
     });
 }
 
@@ -231,6 +285,7 @@ Statistics Inventory::statistics() {
             query.step();
             return static_cast<std::uint64_t>(query.integer(0));
         };
+        result.subnetworks = count("subnetwork");
         result.elements = count("managed_element");
         result.holders = count("equipment_holder");
         result.equipment = count("equipment");

@@ -18,7 +18,7 @@ constexpr const char* kObjectKey = "object";
 std::vector<std::string> nameKeysOf(ObjectKind kind) {
     switch (kind) {
         case ObjectKind::ManagedElement:
-            return {"ManagedElement"};
+            return {"ManagedElement", kSubnetworksKey};
         case ObjectKind::EquipmentHolder:
             return {"ManagedElement", "EquipmentHolder"};
         case ObjectKind::Equipment:
@@ -30,6 +30,10 @@ std::vector<std::string> nameKeysOf(ObjectKind kind) {
             return {"TopologicalLink", "aEndManagedElement", "aEndPTP", "aEndFTP",
                     "aEndCTP",         "zEndManagedElement", "zEndPTP", "zEndFTP",
                     "zEndCTP"};
+        case ObjectKind::Subnetwork:
+            return {"MultiLayerSubnetwork"};
+        case ObjectKind::Ems:
+            return {};
     }
     return {};
 }
@@ -192,10 +196,13 @@ std::vector<std::string> allKeysOf(ObjectKind kind) {
 }  // namespace
 
 const std::vector<std::string>& keysOf(ObjectKind kind) {
-    static const std::vector<std::string> keys[] = {
-        allKeysOf(ObjectKind::ManagedElement), allKeysOf(ObjectKind::EquipmentHolder),
-        allKeysOf(ObjectKind::Equipment), allKeysOf(ObjectKind::TerminationPoint),
-        allKeysOf(ObjectKind::TopologicalLink)};
+    static const std::vector<std::string> keys[] = {allKeysOf(ObjectKind::ManagedElement),
+                                                    allKeysOf(ObjectKind::EquipmentHolder),
+                                                    allKeysOf(ObjectKind::Equipment),
+                                                    allKeysOf(ObjectKind::TerminationPoint),
+                                                    allKeysOf(ObjectKind::TopologicalLink),
+                                                    allKeysOf(ObjectKind::Subnetwork),
+                                                    allKeysOf(ObjectKind::Ems)};
     return keys[static_cast<std::size_t>(kind)];
 }
 

@@ -16,6 +16,9 @@ namespace kelp::inventory {
 /// The place of each column in a CSV file.
 using CsvColumns = std::unordered_map<std::string, std::size_t>;
 
+/// The key of the subnetworks that an element is in.
+inline constexpr const char* kSubnetworksKey = "subnetworks";
+
 /// One object as a file gives it.
 struct Record {
     ObjectKind kind = ObjectKind::ManagedElement;
@@ -56,7 +59,7 @@ std::unique_ptr<RecordSource> jsonLinesSource(const std::filesystem::path& file)
 std::unique_ptr<RecordSource> csvSource(const std::filesystem::path& file, ObjectKind kind,
                                         Problems& problems);
 
-/// Every key that an object of the kind can have, those of its name first.
+/// Every key that an object of the kind can have, those of its name and of what it refers to first.
 const std::vector<std::string>& keysOf(ObjectKind kind);
 
 }  // namespace kelp::inventory

@@ -2,6 +2,9 @@
 
 #include <kelp/util/trace_log.h>
 
+#include <set>
+#include <utility>
+
 #include "name_rules.h"
 
 namespace kelp::inventory {
@@ -51,6 +54,22 @@ bool takeTp(const Record& record, const std::string& prefix, TpName& name, Probl
     return true;
 }
 
+bool takeSubnetworks(const Record& record, std::vector<std::string>& names, Problems& problems) {
+    Json room;
+    const Json* const found = record.find(kSubnetworksKey, CellForm::List, room);
+    std::string problem = found == nullptr ? "" : assign(*found, names);
+    std::set<std::string> before;
+    for (const std::string& name : names) {
+        if (problem.empty())
+            problem = problemOfName(name);
+        if (problem.empty() && !before.insert(name).second)
+            problem = shown(name) + " stands there twice";
+    }
+    if (!problem.empty())
+        problems.add(record.place.line, kSubnetworksKey, problem);
+    return problem.empty();
+}
+
 std::string quoted(const std::string& name) {
     return "\"" + util::escaped(name, 200) + "\"";
 }
@@ -94,7 +113,8 @@ std::optional<MissingRow> findEquipment(NameIndex& index, const TerminationPoint
 }  // namespace
 
 bool takeName(const Record& record, ManagedElement& row, Problems& problems) {
-    return takeComponent(record, "ManagedElement", problemOfName, Need::Must, row.name, problems);
+    return takeComponent(record, "ManagedElement", problemOfName, Need::Must, row.name, problems) &&
+           takeSubnetworks(record, row.subnetworks, problems);
 }
 
 bool takeName(const Record& record, EquipmentHolder& row, Problems& problems) {
@@ -132,8 +152,23 @@ bool takeName(const Record& record, TopologicalLink& row, Problems& problems) {
            takeTp(record, "aEnd", row.aEnd, problems) && takeTp(record, "zEnd", row.zEnd, problems);
 }
 
+bool takeName(const Record& record, Subnetwork& row, Problems& problems) {
+    return takeComponent(record, "MultiLayerSubnetwork", problemOfName, Need::Must, row.name, problems);
+}
+
+bool takeName(const Record&, EmsAttributes&, Problems&) {
+    return true;
+}
+
 std::optional<MissingRow> identify(NameIndex& index, const ManagedElement& row, Identity& found) {
     found.id = index.elementId(row.name);
+    std::vector<std::int64_t> subnetworks;
+    for (const std::string& name : row.subnetworks) {
+        subnetworks.push_back(index.subnetworkId(name));
+        if (subnetworks.back() == 0)
+            return MissingRow{kSubnetworksKey, "there is no subnetwork " + quoted(name)};
+    }
+    found.references.subnetworks = std::move(subnetworks);
     return std::nullopt;
 }
 
@@ -180,6 +215,16 @@ std::optional<MissingRow> identify(NameIndex& index, const TopologicalLink& row,
     return findEnd(index, row.zEnd, "zEnd", found.references.zEnd);
 }
 
+std::optional<MissingRow> identify(NameIndex& index, const Subnetwork& row, Identity& found) {
+    found.id = index.subnetworkId(row.name);
+    return std::nullopt;
+}
+
+std::optional<MissingRow> identify(NameIndex& index, const EmsAttributes&, Identity& found) {
+    found.id = index.emsId();
+    return std::nullopt;
+}
+
 const std::string& ownName(const ManagedElement& row) {
     return row.name;
 }
@@ -194,6 +239,13 @@ const std::string& ownName(const TerminationPoint& row) {
 }
 const std::string& ownName(const TopologicalLink& row) {
     return row.name;
+}
+const std::string& ownName(const Subnetwork& row) {
+    return row.name;
+}
+const std::string& ownName(const EmsAttributes&) {
+    static const std::string none;
+    return none;
 }
 
 }  // namespace kelp::inventory

@@ -23,13 +23,15 @@ struct MissingRow {
     std::string what;
 };
 
-/// Fills the name of a row in from the record's keys. False when a key is missing or wrong, which goes to
-/// `problems`.
+/// Fills the name of a row, and those that it refers to, in from the record's keys. False when a key is
+/// missing or wrong, which goes to `problems`.
 bool takeName(const Record& record, ManagedElement& row, Problems& problems);
 bool takeName(const Record& record, EquipmentHolder& row, Problems& problems);
 bool takeName(const Record& record, Equipment& row, Problems& problems);
 bool takeName(const Record& record, TerminationPoint& row, Problems& problems);
 bool takeName(const Record& record, TopologicalLink& row, Problems& problems);
+bool takeName(const Record& record, Subnetwork& row, Problems& problems);
+bool takeName(const Record& record, EmsAttributes& row, Problems& problems);
 
 /// Looks for the row with this name and those that it refers to. Returns the first that is missing, or none.
 std::optional<MissingRow> identify(NameIndex& index, const ManagedElement& row, Identity& found);
@@ -37,12 +39,16 @@ std::optional<MissingRow> identify(NameIndex& index, const EquipmentHolder& row,
 std::optional<MissingRow> identify(NameIndex& index, const Equipment& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const TerminationPoint& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const TopologicalLink& row, Identity& found);
+std::optional<MissingRow> identify(NameIndex& index, const Subnetwork& row, Identity& found);
+std::optional<MissingRow> identify(NameIndex& index, const EmsAttributes& row, Identity& found);
 
-/// The value of a row's last name component, which its native name is unless it is told.
+/// The value of a row's last name component, which its native name is unless it is told. The EMS has none.
 const std::string& ownName(const ManagedElement& row);
 const std::string& ownName(const EquipmentHolder& row);
 const std::string& ownName(const Equipment& row);
 const std::string& ownName(const TerminationPoint& row);
 const std::string& ownName(const TopologicalLink& row);
+const std::string& ownName(const Subnetwork& row);
+const std::string& ownName(const EmsAttributes& row);
 
 }  // namespace kelp::inventory

@@ -34,15 +34,23 @@ std::pair<const char*, std::string> problemOf(const TerminationPoint& row) {
 std::pair<const char*, std::string> problemOf(const TopologicalLink& row) {
     return {"rate", row.rate == 0 ? "is missing" : ""};
 }
+std::pair<const char*, std::string> problemOf(const Subnetwork&) {
+    return {"", ""};
+}
+std::pair<const char*, std::string> problemOf(const EmsAttributes&) {
+    return {"", ""};
+}
 
 /// Values that a new row has unless its record tells others.
 template <class Row>
 void setDefaults(const Record& record, Row& row) {
     Json room;
-    if (record.find("nativeEMSName", CellForm::Text, room) == nullptr)
-        row.nativeEMSName = ownName(row);
-    if (record.find("userLabel", CellForm::Text, room) == nullptr)
-        row.userLabel = row.nativeEMSName;
+    if constexpr (!std::is_same_v<Row, EmsAttributes>) {
+        if (record.find("nativeEMSName", CellForm::Text, room) == nullptr)
+            row.nativeEMSName = ownName(row);
+        if (record.find("userLabel", CellForm::Text, room) == nullptr)
+            row.userLabel = row.nativeEMSName;
+    }
     if constexpr (std::is_same_v<Row, EquipmentHolder>) {
         if (row.holderType.empty())
             row.holderType = holderTypeOf(row.name);
@@ -86,8 +94,14 @@ RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing)
             problems_.add(record.place.line, missing->key, missing->what);
         return Outcome::RefersToMissing;
     }
+    if constexpr (std::is_same_v<Row, ManagedElement>) {
+        Json room;
+        // an update that names no subnetworks leaves the element in those that it is in
+        if (record.find(kSubnetworksKey, CellForm::List, room) == nullptr)
+            identity.references.subnetworks.reset();
+    }
     if (identity.id == 0) {
-        if (!takeAttributes(record, named))
+        if (!takeAttributes(record, named, Whether::New))
             return Outcome::Wrong;
         noteLine(record, writer_.insert(named, identity.references), named);
         return Outcome::Added;
@@ -104,7 +118,7 @@ RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing)
                 index_.holderId(identity.references.element, row.supportingEquipmentHolder),
                 row.supportingEquipment);
     }
-    if (!takeAttributes(record, row))
+    if (!takeAttributes(record, row, Whether::There))
         return Outcome::Wrong;
     writer_.update(row, identity.references);
     return Outcome::Updated;
@@ -116,13 +130,13 @@ bool RowImport::noteLine(const Record& record, std::int64_t id, const Row& row) 
     if (before == 0)
         return true;
     problems_.add(record.place.line, "",
-                  std::string(Table<Row>::kWord) + " " + shown(ownName(row)) + " stands in line " +
-                      std::to_string(before) + " already");
+                  Table<Row>::kWord + (ownName(row).empty() ? "" : " " + shown(ownName(row))) +
+                      " stands in line " + std::to_string(before) + " already");
     return false;
 }
 
 template <class Row>
-bool RowImport::takeAttributes(const Record& record, Row& row) {
+bool RowImport::takeAttributes(const Record& record, Row& row, Whether whether) {
     const std::uint64_t before = problems_.count();
     Table<Row>::visit(row, [&](const char* key, auto& value) {
         Json room;
@@ -132,7 +146,7 @@ bool RowImport::takeAttributes(const Record& record, Row& row) {
         if (const std::string problem = assign(*given, value); !problem.empty())
             problems_.add(record.place.line, key, problem);
     });
-    if (row.id == 0)
+    if (whether == Whether::New)
         setDefaults(record, row);
     if (problems_.count() == before) {
         if (const auto [key, problem] = problemOf(row); !problem.empty())

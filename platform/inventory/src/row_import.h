@@ -39,8 +39,9 @@ class RowImport {
 
     template <class Row>
     Outcome takeRow(const Record& record, IfMissing ifMissing);
+    enum class Whether { New, There };
     template <class Row>
-    bool takeAttributes(const Record& record, Row& row);
+    bool takeAttributes(const Record& record, Row& row, Whether whether);
     template <class Row>
     bool noteLine(const Record& record, std::int64_t id, const Row& row);
 

@@ -12,7 +12,9 @@ namespace {
 
 template <class Row>
 std::string selection(Columns columns) {
-    std::string sql = std::string("SELECT id, ") + Table<Row>::kNameColumns;
+    std::string sql = "SELECT id";
+    for (const char* const name : Table<Row>::kNameColumns)
+        sql += std::string(", ") + name;
     if (columns == Columns::All) {
         for (const std::string& name : attributeNames<Row>())
             sql += ", " + name;
@@ -68,6 +70,8 @@ void RowReader<Row>::takeRow(Row& row) {
 template <>
 void RowReader<ManagedElement>::takeName(ManagedElement& row) {
     row.name = statement_.text(column_++);
+    if (columns_ == Columns::All)
+        names_.nameSubnetworks(row.id, row.subnetworks);
 }
 
 template <>
@@ -106,10 +110,20 @@ void RowReader<TopologicalLink>::takeName(TopologicalLink& row) {
     names_.nameTp(statement_.integer(column_++), row.zEnd);
 }
 
+template <>
+void RowReader<Subnetwork>::takeName(Subnetwork& row) {
+    row.name = statement_.text(column_++);
+}
+
+template <>
+void RowReader<EmsAttributes>::takeName(EmsAttributes&) {}
+
 template class RowReader<ManagedElement>;
 template class RowReader<EquipmentHolder>;
 template class RowReader<Equipment>;
 template class RowReader<TerminationPoint>;
 template class RowReader<TopologicalLink>;
+template class RowReader<Subnetwork>;
+template class RowReader<EmsAttributes>;
 
 }  // namespace kelp::inventory

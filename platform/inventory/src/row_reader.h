@@ -42,11 +42,17 @@ template <>
 void RowReader<TerminationPoint>::takeName(TerminationPoint& row);
 template <>
 void RowReader<TopologicalLink>::takeName(TopologicalLink& row);
+template <>
+void RowReader<Subnetwork>::takeName(Subnetwork& row);
+template <>
+void RowReader<EmsAttributes>::takeName(EmsAttributes& row);
 
 extern template class RowReader<ManagedElement>;
 extern template class RowReader<EquipmentHolder>;
 extern template class RowReader<Equipment>;
 extern template class RowReader<TerminationPoint>;
 extern template class RowReader<TopologicalLink>;
+extern template class RowReader<Subnetwork>;
+extern template class RowReader<EmsAttributes>;
 
 }  // namespace kelp::inventory

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "packed_values.h"
 #include "table.h"
@@ -62,26 +63,25 @@ void bindName(Binder& bind, const TopologicalLink& row, const References& refere
     bind.reference(references.zEnd);
 }
 
-/// How many columns kNameColumns names.
-int nameColumns(std::string_view names) {
-    int count = 1;
-    for (const char each : names)
-        count += each == ',' ? 1 : 0;
-    return count;
+void bindName(Binder& bind, const Subnetwork& row, const References&) {
+    bind.text(row.name);
 }
+void bindName(Binder&, const EmsAttributes&, const References&) {}
 
-/// "(?1, ?2, ...)" and so on; the columns of the name and the attributes, in this order.
+template <class Row>
+constexpr int kNamed = static_cast<int>(Table<Row>::kNameColumns.size());
+
+/// The columns of the name and the attributes, in this order.
 template <class Row>
 std::string insertion() {
-    std::string columns = Table<Row>::kNameColumns;
-    std::string places = "?1";
-    const int named = nameColumns(columns);
-    for (int place = 2; place <= named; ++place)
-        places += ", ?" + std::to_string(place);
-    int place = named;
-    for (const std::string& name : attributeNames<Row>()) {
-        columns += ", " + name;
-        places += ", ?" + std::to_string(++place);
+    std::vector<std::string> names(Table<Row>::kNameColumns.begin(), Table<Row>::kNameColumns.end());
+    for (std::string& name : attributeNames<Row>())
+        names.push_back(std::move(name));
+    std::string columns;
+    std::string places;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        columns += (i == 0 ? "" : ", ") + names[i];
+        places += (i == 0 ? "?" : ", ?") + std::to_string(i + 1);
     }
     return std::string("INSERT INTO ") + Table<Row>::kName + " (" + columns + ") VALUES (" + places + ")";
 }
@@ -89,9 +89,8 @@ std::string insertion() {
 /// The columns of the name, which stay, take part by their places only, so that both statements bind alike.
 template <class Row>
 std::string updating() {
-    const int named = nameColumns(Table<Row>::kNameColumns);
     std::string sets;
-    int place = named;
+    int place = kNamed<Row>;
     for (const std::string& name : attributeNames<Row>())
         sets += (sets.empty() ? "" : ", ") + name + " = ?" + std::to_string(++place);
     if constexpr (std::is_same_v<Row, TerminationPoint>)
@@ -112,7 +111,12 @@ std::int64_t RowWriter::insert(const Row& row, const References& references) {
     bindName(bind, row, references);
     Table<Row>::visit(row, bind);
     statement.execute();
-    return connection_.lastId();
+    const std::int64_t id = connection_.lastId();
+    if constexpr (std::is_same_v<Row, ManagedElement>) {
+        if (references.subnetworks)
+            setSubnetworks(id, *references.subnetworks);
+    }
+    return id;
 }
 
 template <class Row>
@@ -124,9 +128,27 @@ void RowWriter::update(const Row& row, const References& references) {
     Table<Row>::visit(row, bind);
     bind.number(row.id);
     statement.execute();
+    if constexpr (std::is_same_v<Row, ManagedElement>) {
+        if (references.subnetworks)
+            setSubnetworks(row.id, *references.subnetworks);
+    }
+}
+
+void RowWriter::setSubnetworks(std::int64_t elementId, const std::vector<std::int64_t>& subnetworks) {
+    Prepared& removal = connection_.prepared("DELETE FROM subnetwork_element WHERE element_id = ?1");
+    removal.bind(1, elementId);
+    removal.execute();
+    Prepared& membership =
+        connection_.prepared("INSERT INTO subnetwork_element (subnetwork_id, element_id) VALUES (?1, ?2)");
+    for (const std::int64_t subnetwork : subnetworks) {
+        membership.bind(1, subnetwork);
+        membership.bind(2, elementId);
+        membership.execute();
+    }
 }
 
 void RowWriter::removeAll() {
+    connection_.prepared("DELETE FROM subnetwork_element").execute();
     forEachKind([this](const auto& row) {
         connection_.prepared(std::string("DELETE FROM ") + Table<std::decay_t<decltype(row)>>::kName)
             .execute();
@@ -138,10 +160,14 @@ template std::int64_t RowWriter::insert(const EquipmentHolder&, const References
 template std::int64_t RowWriter::insert(const Equipment&, const References&);
 template std::int64_t RowWriter::insert(const TerminationPoint&, const References&);
 template std::int64_t RowWriter::insert(const TopologicalLink&, const References&);
+template std::int64_t RowWriter::insert(const Subnetwork&, const References&);
+template std::int64_t RowWriter::insert(const EmsAttributes&, const References&);
 template void RowWriter::update(const ManagedElement&, const References&);
 template void RowWriter::update(const EquipmentHolder&, const References&);
 template void RowWriter::update(const Equipment&, const References&);
 template void RowWriter::update(const TerminationPoint&, const References&);
 template void RowWriter::update(const TopologicalLink&, const References&);
+template void RowWriter::update(const Subnetwork&, const References&);
+template void RowWriter::update(const EmsAttributes&, const References&);
 
 }  // namespace kelp::inventory

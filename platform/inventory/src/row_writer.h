@@ -3,6 +3,8 @@
 #include <kelp/inventory/model.h>
 
 #include <cstdint>
+#include <optional>
+#include <vector>
 
 #include "connection.h"
 
@@ -16,6 +18,8 @@ struct References {
     std::int64_t equipment = 0;  ///< of a port
     std::int64_t aEnd = 0;       ///< of a link
     std::int64_t zEnd = 0;
+    std::optional<std::vector<std::int64_t>> subnetworks =
+        {};  ///< of an element; none: they stay as they are
 };
 
 /// Writes rows through one connection, within a transaction of the caller's.
@@ -34,6 +38,8 @@ class RowWriter {
     void removeAll();
 
   private:
+    void setSubnetworks(std::int64_t elementId, const std::vector<std::int64_t>& subnetworks);
+
     Connection& connection_;
 };
 
@@ -42,10 +48,14 @@ extern template std::int64_t RowWriter::insert(const EquipmentHolder&, const Ref
 extern template std::int64_t RowWriter::insert(const Equipment&, const References&);
 extern template std::int64_t RowWriter::insert(const TerminationPoint&, const References&);
 extern template std::int64_t RowWriter::insert(const TopologicalLink&, const References&);
+extern template std::int64_t RowWriter::insert(const Subnetwork&, const References&);
+extern template std::int64_t RowWriter::insert(const EmsAttributes&, const References&);
 extern template void RowWriter::update(const ManagedElement&, const References&);
 extern template void RowWriter::update(const EquipmentHolder&, const References&);
 extern template void RowWriter::update(const Equipment&, const References&);
 extern template void RowWriter::update(const TerminationPoint&, const References&);
 extern template void RowWriter::update(const TopologicalLink&, const References&);
+extern template void RowWriter::update(const Subnetwork&, const References&);
+extern template void RowWriter::update(const EmsAttributes&, const References&);
 
 }  // namespace kelp::inventory

@@ -105,6 +105,56 @@ CREATE INDEX link_a_end ON topological_link (a_end_id);
 CREATE INDEX link_z_end ON topological_link (z_end_id);
 )";
 
+/// The EMS has a row when something was told of it. An element is in any number of subnetworks. A link is
+/// kept with the elements of its ends, so that those of an element or subnetwork are found without its ports,
+/// which may be hundreds of thousands.
+constexpr const char* kVersion2 = R"(
+CREATE TABLE ems (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    userLabel TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    additionalInfo BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE subnetwork (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    name TEXT NOT NULL UNIQUE,
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    subnetworkType INTEGER NOT NULL,
+    supportedRates BLOB NOT NULL,
+    additionalInfo BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE subnetwork_element (
+    subnetwork_id INTEGER NOT NULL REFERENCES subnetwork (id),
+    element_id INTEGER NOT NULL REFERENCES managed_element (id),
+    PRIMARY KEY (subnetwork_id, element_id)
+) STRICT, WITHOUT ROWID;
+CREATE INDEX element_subnetwork ON subnetwork_element (element_id, subnetwork_id);
+
+ALTER TABLE topological_link ADD COLUMN a_element_id INTEGER REFERENCES managed_element (id);
+ALTER TABLE topological_link ADD COLUMN z_element_id INTEGER REFERENCES managed_element (id);
+UPDATE topological_link SET
+    a_element_id = (SELECT element_id FROM termination_point WHERE id = a_end_id),
+    z_element_id = (SELECT element_id FROM termination_point WHERE id = z_end_id);
+CREATE INDEX link_a_element ON topological_link (a_element_id, z_element_id);
+CREATE INDEX link_z_element ON topological_link (z_element_id);
+CREATE TRIGGER link_made AFTER INSERT ON topological_link BEGIN
+    UPDATE topological_link SET
+        a_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.a_end_id),
+        z_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.z_end_id)
+    WHERE id = NEW.id;
+END;
+CREATE TRIGGER link_moved AFTER UPDATE OF a_end_id, z_end_id ON topological_link BEGIN
+    UPDATE topological_link SET
+        a_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.a_end_id),
+        z_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.z_end_id)
+    WHERE id = NEW.id;
+END;
+)";
+
 int pragma(SQLite::Database& database, const char* name) {
     return database.execAndGet(std::string("PRAGMA ") + name).getInt();
 }
@@ -133,6 +183,7 @@ int versionOf(SQLite::Database& database, const std::filesystem::path& file, int
 std::span<const SchemaStep> schemaSteps() {
     static const std::vector<SchemaStep> steps = {
         [](SQLite::Database& database) { database.exec(kVersion1); },
+        [](SQLite::Database& database) { database.exec(kVersion2); },
     };
     return steps;
 }
@@ -145,12 +196,20 @@ void prepareSchema(SQLite::Database& database, const std::filesystem::path& file
     // two programs may find the same version at the same moment: the second looks again inside its
     // transaction
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+    bringUpToDate(database, file, steps);
+    transaction.commit();
+}
+
+void bringUpToDate(SQLite::Database& database, const std::filesystem::path& file,
+                   std::span<const SchemaStep> steps) {
+    const int known = static_cast<int>(steps.size());
     const int from = versionOf(database, file, known);
+    if (from == known)
+        return;
     for (int version = from; version < known; ++version)
         steps[static_cast<std::size_t>(version)](database);
     database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
     database.exec("PRAGMA user_version = " + std::to_string(known));
-    transaction.commit();
 }
 
 }  // namespace kelp::inventory

@@ -19,5 +19,8 @@ std::span<const SchemaStep> schemaSteps();
 /// it is. `file` is for messages.
 void prepareSchema(SQLite::Database& database, const std::filesystem::path& file,
                    std::span<const SchemaStep> steps = schemaSteps());
+/// The same within a writing transaction of the caller's, which may undo it.
+void bringUpToDate(SQLite::Database& database, const std::filesystem::path& file,
+                   std::span<const SchemaStep> steps = schemaSteps());
 
 }  // namespace kelp::inventory

@@ -2,8 +2,8 @@
 
 #include <kelp/inventory/model.h>
 
+#include <array>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kelp::inventory {
@@ -19,7 +19,7 @@ struct Table<ManagedElement> {
     static constexpr ObjectKind kKind = ObjectKind::ManagedElement;
     static constexpr const char* kName = "managed_element";
     static constexpr const char* kWord = "ManagedElement";
-    static constexpr const char* kNameColumns = "name";
+    static constexpr std::array<const char*, 1> kNameColumns = {"name"};
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
@@ -41,7 +41,7 @@ struct Table<EquipmentHolder> {
     static constexpr ObjectKind kKind = ObjectKind::EquipmentHolder;
     static constexpr const char* kName = "equipment_holder";
     static constexpr const char* kWord = "EquipmentHolder";
-    static constexpr const char* kNameColumns = "element_id, name";
+    static constexpr std::array<const char*, 2> kNameColumns = {"element_id", "name"};
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
@@ -62,7 +62,7 @@ struct Table<Equipment> {
     static constexpr ObjectKind kKind = ObjectKind::Equipment;
     static constexpr const char* kName = "equipment";
     static constexpr const char* kWord = "Equipment";
-    static constexpr const char* kNameColumns = "holder_id, name";
+    static constexpr std::array<const char*, 2> kNameColumns = {"holder_id", "name"};
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
@@ -85,7 +85,8 @@ struct Table<TerminationPoint> {
     static constexpr ObjectKind kKind = ObjectKind::TerminationPoint;
     static constexpr const char* kName = "termination_point";
     static constexpr const char* kWord = "TerminationPoint";
-    static constexpr const char* kNameColumns = "element_id, port_id, kind, name, equipment_id";
+    static constexpr std::array<const char*, 5> kNameColumns = {"element_id", "port_id", "kind", "name",
+                                                                "equipment_id"};
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
@@ -110,7 +111,7 @@ struct Table<TopologicalLink> {
     static constexpr ObjectKind kKind = ObjectKind::TopologicalLink;
     static constexpr const char* kName = "topological_link";
     static constexpr const char* kWord = "TopologicalLink";
-    static constexpr const char* kNameColumns = "name, a_end_id, z_end_id";
+    static constexpr std::array<const char*, 3> kNameColumns = {"name", "a_end_id", "z_end_id"};
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
@@ -123,9 +124,44 @@ struct Table<TopologicalLink> {
     }
 };
 
+template <>
+struct Table<Subnetwork> {
+    static constexpr ObjectKind kKind = ObjectKind::Subnetwork;
+    static constexpr const char* kName = "subnetwork";
+    static constexpr const char* kWord = "MultiLayerSubnetwork";
+    static constexpr std::array<const char*, 1> kNameColumns = {"name"};
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("nativeEMSName", row.nativeEMSName);
+        attribute("owner", row.owner);
+        attribute("subnetworkType", row.subnetworkType);
+        attribute("supportedRates", row.supportedRates);
+        attribute("additionalInfo", row.additionalInfo);
+    }
+};
+
+template <>
+struct Table<EmsAttributes> {
+    static constexpr ObjectKind kKind = ObjectKind::Ems;
+    static constexpr const char* kName = "ems";
+    static constexpr const char* kWord = "EMS";
+    static constexpr std::array<const char*, 0> kNameColumns = {};
+
+    template <class AnyRow, class Visitor>
+    static void visit(AnyRow& row, Visitor&& attribute) {
+        attribute("userLabel", row.userLabel);
+        attribute("owner", row.owner);
+        attribute("additionalInfo", row.additionalInfo);
+    }
+};
+
 /// Calls `body` with a newly made row of each kind, parents before children.
 template <class Body>
 void forEachKind(Body&& body) {
+    body(EmsAttributes());
+    body(Subnetwork());
     body(ManagedElement());
     body(EquipmentHolder());
     body(Equipment());
@@ -147,6 +183,10 @@ void withKind(ObjectKind kind, Body&& body) {
             return body(TerminationPoint());
         case ObjectKind::TopologicalLink:
             return body(TopologicalLink());
+        case ObjectKind::Subnetwork:
+            return body(Subnetwork());
+        case ObjectKind::Ems:
+            return body(EmsAttributes());
     }
 }
 

@@ -28,6 +28,9 @@ inline constexpr std::array kWordsOfTerminationMode = {
     "TM_NA", "TM_NEITHER_TERMINATED_NOR_AVAILABLE_FOR_MAPPING", "TM_TERMINATED_AND_AVAILABLE_FOR_MAPPING"};
 inline constexpr std::array kWordsOfTpProtection = {"TPPA_NA", "TPPA_PSR_RELATED"};
 inline constexpr std::array kWordsOfLinkDirection = {"CD_UNI", "CD_BI"};
+inline constexpr std::array kWordsOfTopology = {"TOPO_SINGLETON", "TOPO_CHAIN",  "TOPO_PSR",
+                                                "TOPO_OPEN_PSR",  "TOPO_SPRING", "TOPO_OPEN_SPRING",
+                                                "TOPO_MESH"};
 
 constexpr const auto& wordsOf(CommunicationState) {
     return kWordsOfCommunicationState;
@@ -52,6 +55,9 @@ constexpr const auto& wordsOf(TpProtection) {
 }
 constexpr const auto& wordsOf(LinkDirection) {
     return kWordsOfLinkDirection;
+}
+constexpr const auto& wordsOf(Topology) {
+    return kWordsOfTopology;
 }
 
 template <class Enum>

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include "row_writer.h"
+#include "schema.h"
 
 namespace kelp::inventory {
 
@@ -13,7 +14,7 @@ constexpr int kCacheKib = 64 * 1024;
 
 }  // namespace
 
-BulkWriting::BulkWriting(Connection& connection, Clear clear)
+BulkWriting::BulkWriting(Connection& connection, const std::filesystem::path& file, Clear clear)
     : connection_(connection), isUnchecked_(clear == Clear::Everything) {
     SQLite::Database& database = connection.database();
     database.exec("PRAGMA cache_size = -" + std::to_string(kCacheKib));
@@ -21,6 +22,7 @@ BulkWriting::BulkWriting(Connection& connection, Clear clear)
     if (isUnchecked_)
         database.exec("PRAGMA foreign_keys = OFF");
     transaction_ = std::make_unique<SQLite::Transaction>(database, SQLite::TransactionBehavior::IMMEDIATE);
+    bringUpToDate(database, file);
     if (isUnchecked_)
         RowWriter(connection).removeAll();
 }

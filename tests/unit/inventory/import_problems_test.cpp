@@ -42,7 +42,7 @@ TEST_F(ImportProblems, BadLinesAreTold) {
     EXPECT_EQ(problemOf("[1]"), "network.jsonl:17: is no JSON object");
     EXPECT_EQ(problemOf("{}"), "network.jsonl:17: has no key \"object\"");
     EXPECT_THAT(problemOf(R"({"object":"Router"})"),
-                HasSubstr("object: \"Router\" is none of ManagedElement, "));
+                HasSubstr("object: \"Router\" is none of EMS, MultiLayerSubnetwork, ManagedElement, "));
     EXPECT_THAT(problemOf("{\"object\":\"ManagedElement\",\"ManagedElement\":\"\xC3\x28\"}"),
                 HasSubstr("is no JSON"));
     EXPECT_THAT(problemOf(std::string(2u << 20, ' ') + "{}"), HasSubstr("the line is too long"));
@@ -125,6 +125,29 @@ TEST_F(ImportProblems, DanglingParentsAreTold) {
                 HasSubstr("zEndFTP: there is no FTP \"p1\" in \"A\""));
     EXPECT_THAT(problemOf(link + R"("zEndManagedElement":"A","zEndPTP":"p1","zEndCTP":"/a=1"})"),
                 HasSubstr("zEndCTP: there is no CTP \"/a=1\" in PTP \"p1\" in \"A\""));
+}
+
+TEST_F(ImportProblems, SubnetworksThatAreNotThereAreTold) {
+    EXPECT_EQ(problemOfElement(R"("subnetworks":["S"])"),
+              "network.jsonl:17: subnetworks: there is no subnetwork \"S\"");
+    EXPECT_THAT(problemOfElement(R"("subnetworks":"S")"), HasSubstr("subnetworks: \"S\" is no list"));
+    EXPECT_THAT(problemOfElement(R"("subnetworks":[1])"), HasSubstr("subnetworks: 1 is no text"));
+    EXPECT_THAT(problemOfElement(R"("subnetworks":[" S"])"), HasSubstr("must not begin or end with a blank"));
+    EXPECT_THAT(problemOfElement(R"("subnetworks":["S","T","S"])"),
+                HasSubstr("subnetworks: \"S\" stands there twice"));
+    EXPECT_THAT(problemOf(R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"S",)"
+                          R"("subnetworkType":"TOPO_STAR"})"),
+                HasSubstr("subnetworkType: \"TOPO_STAR\" is none of TOPO_SINGLETON, TOPO_CHAIN, TOPO_PSR, "
+                          "TOPO_OPEN_PSR, TOPO_SPRING, TOPO_OPEN_SPRING, TOPO_MESH"));
+    EXPECT_THAT(problemOf(R"({"object":"MultiLayerSubnetwork"})"),
+                HasSubstr("MultiLayerSubnetwork: is missing"));
+}
+
+TEST_F(ImportProblems, TheEmsIsToldOfOnce) {
+    EXPECT_EQ(problemOf("{\"object\":\"EMS\"}\n{\"object\":\"EMS\",\"owner\":\"x\"}"),
+              "network.jsonl:18: EMS stands in line 17 already");
+    EXPECT_THAT(problemOf(R"({"object":"EMS","nativeEMSName":"x"})"),
+                HasSubstr("nativeEMSName: is no key of this kind of object"));
 }
 
 TEST_F(ImportProblems, DuplicatesAreToldWithTheLineOfTheFirst) {

@@ -11,12 +11,20 @@ const ObjectName kNames[] = {ManagedElementName{"A"},
                              TpName{"A", TpKind::Ptp, "p", ""},
                              TpName{"A", TpKind::Ftp, "f", ""},
                              TpName{"A", TpKind::Ptp, "p", "/sts3c_au4-j=1"},
-                             LinkName{"L"}};
+                             LinkName{"L"},
+                             SubnetworkName{"S"},
+                             EmsName{}};
 
 TEST(ObjectNames, BeginWithTheEms) {
     EXPECT_THAT(namingAttributes("Kelp/EMS", TpName{"A", TpKind::Ftp, "f", "/sts3c_au4-j=1"}),
                 testing::ElementsAre(NameValue{"EMS", "Kelp/EMS"}, NameValue{"ManagedElement", "A"},
                                      NameValue{"FTP", "f"}, NameValue{"CTP", "/sts3c_au4-j=1"}));
+}
+
+TEST(ObjectNames, TheEmsHasNothingBeyondItsOwn) {
+    EXPECT_THAT(namingAttributes("Kelp/EMS", EmsName{}), testing::ElementsAre(NameValue{"EMS", "Kelp/EMS"}));
+    EXPECT_THAT(namingAttributes("E", SubnetworkName{"S"}),
+                testing::ElementsAre(NameValue{"EMS", "E"}, NameValue{"MultiLayerSubnetwork", "S"}));
 }
 
 TEST(ObjectNames, ComeBackFromTheirNamingAttributes) {
@@ -28,7 +36,8 @@ TEST(ObjectNames, OfAnotherEmsOrFormAreNone) {
     for (const ObjectName& name : kNames)
         EXPECT_FALSE(objectNameOf("Kelp/Other", namingAttributes("Kelp/EMS", name)));
     const NameValues wrong[] = {{},
-                                {{"EMS", "E"}},
+                                {{"EMS", ""}},
+                                {{"EMS", "E"}, {"EMS", "E"}},
                                 {{"ems", "E"}, {"ManagedElement", "A"}},
                                 {{"EMS", "E"}, {"ManagedElement", ""}},
                                 {{"EMS", "E"}, {"PTP", "p"}},

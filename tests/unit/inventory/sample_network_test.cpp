@@ -17,6 +17,9 @@ TEST_F(InventoryTest, TheSampleNetworkIsARingOfFour) {
     }
     const Statistics counts = open().statistics();
     EXPECT_EQ(counts.links, 4u);
+    EXPECT_EQ(counts.subnetworks, 2u);
+    EXPECT_EQ(open().topLevelLinks().count(), 2u) << "from one side to the other";
+    EXPECT_NE(open().ems().userLabel, "");
     EXPECT_EQ(counts.ftps, 1u);
     EXPECT_GT(counts.ctps, 0u);
 }

@@ -75,6 +75,7 @@ TEST_F(InventoryCommands, StatsAreATableOrJson) {
     const json counts = json::parse(kelpctl("inventory stats --json").output);
     EXPECT_EQ(counts["managedElementsByProduct"]["P"], 1);
     EXPECT_EQ(counts["topologicalLinks"], 0);
+    EXPECT_EQ(counts["subnetworks"], 0);
 }
 
 TEST_F(InventoryCommands, GenerateFillsAnEmptyInventory) {
@@ -83,6 +84,7 @@ TEST_F(InventoryCommands, GenerateFillsAnEmptyInventory) {
     EXPECT_TRUE(kelpctl("inventory generate --elements 5 --ports 5").failedWith(1, "is not empty"));
     EXPECT_EQ(kelpctl("inventory generate --elements 5 --ports 5 --replace").status, 0);
     EXPECT_EQ(elements(), 5u);
+    EXPECT_GT(json::parse(kelpctl("inventory stats --json").output)["subnetworks"], 0);
 }
 
 TEST_F(InventoryCommands, TheConfiguredDatabaseIsUsed) {

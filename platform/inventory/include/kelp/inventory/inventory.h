@@ -36,6 +36,7 @@ enum class Change { Made, NoSuchObject, LabelInUse };
 
 /// How much there is.
 struct Statistics {
+    std::uint64_t subnetworks = 0;
     std::uint64_t elements = 0;
     std::uint64_t holders = 0;
     std::uint64_t equipment = 0;
@@ -47,9 +48,9 @@ struct Statistics {
     std::uint64_t fileBytes = 0;  ///< of the database, without what waits in its log
 };
 
-/// The inventory of one EMS in a SQLite file: managed elements, what they are built of, termination points
-/// and the links between them. Other processes may write the file meanwhile (an import); every operation sees
-/// what was committed when it began.
+/// The inventory of one EMS in a SQLite file: managed elements, the multilayer subnetworks that they are in,
+/// what they are built of, termination points and the links between them. Other processes may write the file
+/// meanwhile (an import); every operation sees what was committed when it began.
 ///
 /// Queries give a snapshot of row ids, which read() turns into rows batch by batch: between two calls nothing
 /// is open, so a slow reader costs the file nothing. Row ids are in the order in which rows came in.
@@ -73,6 +74,10 @@ class KELP_EXPORT Inventory {
     std::optional<Equipment> find(const EquipmentName& name);
     std::optional<TerminationPoint> find(const TpName& name);
     std::optional<TopologicalLink> find(const LinkName& name);
+    std::optional<Subnetwork> find(const SubnetworkName& name);
+
+    /// As newly made when nothing was ever told of the EMS.
+    EmsAttributes ems();
 
     // Which rows there are. An id that is no object's gives none.
     RowIds elements();
@@ -92,9 +97,18 @@ class KELP_EXPORT Inventory {
     RowIds links();
     /// The links with an end at the element.
     RowIds linksOf(std::int64_t elementId);
+    /// The links with both ends at elements of the subnetwork.
+    RowIds linksInside(std::int64_t subnetworkId);
+    /// The links whose two ends lie in no common subnetwork; all of them where there are no subnetworks.
+    RowIds topLevelLinks();
+    RowIds subnetworks();
+    RowIds elementsOf(std::int64_t subnetworkId);
+    RowIds subnetworksOf(std::int64_t elementId);
+    /// The ports of the subnetwork's elements that are edge points of their subnetworks.
+    RowIds edgePointsOf(std::int64_t subnetworkId, const PortFilter& filter = {});
 
     /// The rows in the order of the ids, as one short look at the file; those that are gone are left out. Row
-    /// is one of ManagedElement, EquipmentHolder, Equipment, TerminationPoint, TopologicalLink.
+    /// is one of ManagedElement, EquipmentHolder, Equipment, TerminationPoint, TopologicalLink, Subnetwork.
     template <class Row>
     std::vector<Row> read(const RowIds& ids);
     /// The same with the id and the name of each row alone; all else is as newly made.
@@ -103,9 +117,11 @@ class KELP_EXPORT Inventory {
 
     Statistics statistics();
 
+    // What is set is kept for the row of that id and kind; the EMS's is EmsAttributes::id.
     /// With `isUnique`, changes nothing when another object of the kind has the label. Looks through all of
     /// the kind for that.
     Change setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique);
+    /// Not for the EMS, whose native name is configured: that is a failure.
     Change setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name);
     Change setOwner(ObjectKind kind, std::int64_t id, const std::string& owner);
 
@@ -122,11 +138,13 @@ extern template KELP_EXPORT std::vector<EquipmentHolder> Inventory::read(const R
 extern template KELP_EXPORT std::vector<Equipment> Inventory::read(const RowIds&);
 extern template KELP_EXPORT std::vector<TerminationPoint> Inventory::read(const RowIds&);
 extern template KELP_EXPORT std::vector<TopologicalLink> Inventory::read(const RowIds&);
+extern template KELP_EXPORT std::vector<Subnetwork> Inventory::read(const RowIds&);
 extern template KELP_EXPORT std::vector<ManagedElement> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<EquipmentHolder> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<Equipment> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
+extern template KELP_EXPORT std::vector<Subnetwork> Inventory::readNames(const RowIds&);
 
 /// The file configured ([inventory] database), or the default below the state directory.
 KELP_EXPORT std::filesystem::path configuredInventory();

@@ -45,12 +45,21 @@ enum class TpConnectionState { NotApplicable, SourceConnected, SinkConnected, Bi
 enum class TerminationMode { NotApplicable, NeitherTerminatedNorAvailable, TerminatedAndAvailable };
 enum class TpProtection { NotApplicable, PsrRelated };
 enum class LinkDirection { Unidirectional, Bidirectional };
+enum class Topology { Singleton, Chain, Psr, OpenPsr, Spring, OpenSpring, Mesh };
 
 /// What a termination point is: a port (physical or floating) or a connection point in one.
 enum class TpKind { Ptp, Ftp, Ctp };
 
 /// Which kind of object a row is.
-enum class ObjectKind { ManagedElement, EquipmentHolder, Equipment, TerminationPoint, TopologicalLink };
+enum class ObjectKind {
+    ManagedElement,
+    EquipmentHolder,
+    Equipment,
+    TerminationPoint,
+    TopologicalLink,
+    Subnetwork,
+    Ems
+};
 
 /// The name of a termination point, without the EMS.
 struct TpName {
@@ -80,6 +89,9 @@ struct ManagedElement {
     bool emsInSyncState = true;
     LayerRates supportedRates;  ///< at which the element connects
     NameValues additionalInfo;
+    /// Names of the multilayer subnetworks that it is in, as many as they are; beyond the standard's
+    /// structure.
+    std::vector<std::string> subnetworks;
 };
 
 /// equipment::EquipmentHolder_T.
@@ -152,6 +164,26 @@ struct TopologicalLink {
     LayerRate rate = 0;
     TpName aEnd;
     TpName zEnd;
+    NameValues additionalInfo;
+};
+
+/// multiLayerSubnetwork::MultiLayerSubnetwork_T.
+struct Subnetwork {
+    std::int64_t id = 0;
+    std::string name;
+    std::string userLabel;
+    std::string nativeEMSName;
+    std::string owner;
+    Topology subnetworkType = Topology::Mesh;
+    LayerRates supportedRates;  ///< at which connections across it can be made
+    NameValues additionalInfo;
+};
+
+/// What emsMgr::EMS_T has beyond the configuration, from which its name and native name come. There is one.
+struct EmsAttributes {
+    std::int64_t id = 1;
+    std::string userLabel;  ///< empty: none was given, and the native name stands for it (TMF 814)
+    std::string owner;
     NameValues additionalInfo;
 };
 

@@ -30,7 +30,16 @@ struct LinkName {
     std::string link;
     bool operator==(const LinkName&) const = default;
 };
-using ObjectName = std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName>;
+struct SubnetworkName {
+    std::string subnetwork;
+    bool operator==(const SubnetworkName&) const = default;
+};
+/// The EMS itself, which has no component but its own.
+struct EmsName {
+    bool operator==(const EmsName&) const = default;
+};
+using ObjectName =
+    std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName, SubnetworkName, EmsName>;
 
 KELP_EXPORT NameValues namingAttributes(const std::string& ems, const ObjectName& name);
 
@@ -39,6 +48,7 @@ KELP_EXPORT ObjectName nameOf(const EquipmentHolder& row);
 KELP_EXPORT ObjectName nameOf(const Equipment& row);
 KELP_EXPORT ObjectName nameOf(const TerminationPoint& row);
 KELP_EXPORT ObjectName nameOf(const TopologicalLink& row);
+KELP_EXPORT ObjectName nameOf(const Subnetwork& row);
 
 /// The object that naming attributes of this EMS stand for; none when their components are those of no object
 /// of the inventory, or of another EMS. Says nothing about whether the object is there.

@@ -26,6 +26,16 @@ void appendRows(inventory::RowIds& ids, CORBA::ULong most, Sequence& entries, Re
     }
 }
 
+/// Appends all of the rows to a sequence, for a list that is short by its nature.
+template <class Row, class Sequence>
+void appendAll(inventory::Inventory& in, const inventory::RowIds& ids, Sequence& entries) {
+    CORBA::ULong at = entries.length();
+    const std::vector<Row> rows = in.read<Row>(ids);
+    entries.length(at + static_cast<CORBA::ULong>(rows.size()));
+    for (const Row& row : rows)
+        toIdl(row, entries[at++]);
+}
+
 /// Rows of one kind as a list of the standard's structures.
 template <class Row, class Sequence>
 class RowList final : public NS_KELPCORBA::ListSource<Sequence> {

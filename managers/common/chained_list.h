@@ -1,0 +1,36 @@
+#pragma once
+
+#include <kelp/agent/list_batches.h>
+
+#include <memory>
+#include <utility>
+
+namespace kelp::managers {
+
+/// Two lists as one, the second after the first.
+template <class Sequence>
+class ChainedList final : public NS_KELPCORBA::ListSource<Sequence> {
+  public:
+    using Part = std::unique_ptr<NS_KELPCORBA::ListSource<Sequence>>;
+
+    ChainedList(Part first, Part second) : first_(std::move(first)), second_(std::move(second)) {}
+
+    CORBA::ULong left() const override { return first_->left() + second_->left(); }
+    void read(CORBA::ULong most, Sequence& entries) override {
+        const CORBA::ULong before = entries.length();
+        if (first_->left() > 0)
+            first_->read(most, entries);
+        if (entries.length() == before)
+            second_->read(most, entries);
+    }
+    /// The same for both: it is the entry that counts.
+    std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
+        return first_->encodedSize(entries, index);
+    }
+
+  private:
+    const Part first_;
+    const Part second_;
+};
+
+}  // namespace kelp::managers

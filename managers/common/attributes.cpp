@@ -39,6 +39,12 @@ ObjectKind kindOf(const inventory::TpName&) {
 ObjectKind kindOf(const inventory::LinkName&) {
     return ObjectKind::TopologicalLink;
 }
+ObjectKind kindOf(const inventory::SubnetworkName&) {
+    return ObjectKind::Subnetwork;
+}
+ObjectKind kindOf(const inventory::EmsName&) {
+    return ObjectKind::Ems;
+}
 
 /// Refuses what is no text for a label: control characters, too long, or no UTF-8.
 std::string checkedText(const char* text, const char* parameter) {

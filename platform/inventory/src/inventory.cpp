@@ -83,6 +83,10 @@ std::optional<Subnetwork> Inventory::find(const SubnetworkName& name) {
     return state_->reading([&](auto& lease) { return findRow<Subnetwork>(lease.connection(), name); });
 }
 
+std::optional<EmsAttributes> Inventory::find(const EmsName&) {
+    return ems();
+}
+
 EmsAttributes Inventory::ems() {
     return state_->reading([](auto& lease) {
         std::vector<EmsAttributes> rows;

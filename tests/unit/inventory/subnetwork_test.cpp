@@ -164,6 +164,7 @@ TEST_F(Ems, HasNoAttributesUntilTheyAreTold) {
     EXPECT_EQ(open().ems().userLabel, "");
     EXPECT_EQ(open().ems().owner, "");
     EXPECT_THAT(open().ems().additionalInfo, IsEmpty());
+    EXPECT_EQ(open().find(EmsName{})->id, open().ems().id);
     EXPECT_EQ(exported(), "");
 }
 

@@ -75,6 +75,8 @@ class KELP_EXPORT Inventory {
     std::optional<TerminationPoint> find(const TpName& name);
     std::optional<TopologicalLink> find(const LinkName& name);
     std::optional<Subnetwork> find(const SubnetworkName& name);
+    /// Always there.
+    std::optional<EmsAttributes> find(const EmsName& name);
 
     /// As newly made when nothing was ever told of the EMS.
     EmsAttributes ems();

@@ -24,6 +24,13 @@ nms::FoundFactory readyFactory(nms::NmsClient& client, const Product& product) {
     return factory;
 }
 
+template <class Manager>
+typename Manager::_ptr_type managerOf(emsSession::EmsSession_I_ptr session, const char* name) {
+    common::Common_I_var manager;
+    session->getManager(name, manager.out());
+    return Manager::_narrow(manager.in());
+}
+
 }  // namespace
 
 Ems::Ems(nms::NmsClient& client, const Product& product)
@@ -46,9 +53,11 @@ std::vector<emsSession::EmsSession_I_var> Ems::logInAll(const NmsFarm& farm, std
 }
 
 emsMgr::EMSMgr_I_ptr emsManagerOf(emsSession::EmsSession_I_ptr session) {
-    common::Common_I_var manager;
-    session->getManager("EMS", manager.out());
-    return emsMgr::EMSMgr_I::_narrow(manager.in());
+    return managerOf<emsMgr::EMSMgr_I>(session, "EMS");
+}
+
+managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(emsSession::EmsSession_I_ptr session) {
+    return managerOf<managedElementManager::ManagedElementMgr_I>(session, "ManagedElement");
 }
 
 }  // namespace kelp::bench

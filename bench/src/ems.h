@@ -10,6 +10,7 @@
 
 #include <mtnm/emsMgr.h>
 #include <mtnm/emsSession.h>
+#include <mtnm/managedElementManager.h>
 
 namespace kelp::bench {
 
@@ -33,5 +34,7 @@ class Ems {
 
 /// The manager "EMS" of a session.
 emsMgr::EMSMgr_I_ptr emsManagerOf(emsSession::EmsSession_I_ptr session);
+/// Its manager "ManagedElement".
+managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(emsSession::EmsSession_I_ptr session);
 
 }  // namespace kelp::bench

@@ -8,6 +8,8 @@
 //                                               the bare ORB; the managers are not active in the child of the
 //                                               root, but found through locators, as the product's are
 
+#include "bare_orb.h"
+
 #include <kelp/orb/corba.h>
 #include <kelp/orb/counted_local.h>
 #include <kelp/orb/exception_text.h>
@@ -20,8 +22,6 @@
 #include <iostream>
 #include <string>
 #include <vector>
-
-#include "option_table.h"
 
 namespace {
 
@@ -37,24 +37,21 @@ class FloorSession : public virtual POA_emsSession::EmsSession_I {
     void getEventChannel(CosNotifyChannelAdmin::EventChannel_out) override { throw CORBA::NO_IMPLEMENT(); }
 };
 
-class FloorManager : public virtual POA_emsMgr::EMSMgr_I {
+/// Refuses every operation.
+class RefusingManager : public virtual POA_emsMgr::EMSMgr_I {
   public:
-#define EMS_OPERATION(module, interface, operation, parameters, support) \
-    EMS_DECLARE_##support(operation, parameters)
-#define EMS_DECLARE_Supported(operation, parameters) void operation parameters override;
-#define EMS_DECLARE_Unsupported(operation, parameters) \
-    void operation parameters override {               \
-        throw CORBA::NO_IMPLEMENT();                   \
+#define MANAGER_OPERATION(module, interface, operation, parameters, support) \
+    void operation parameters override {                                     \
+        throw CORBA::NO_IMPLEMENT();                                         \
     }
 #include "ems_operations.inc"
-#undef EMS_DECLARE_Unsupported
-#undef EMS_DECLARE_Supported
-#undef EMS_OPERATION
+#undef MANAGER_OPERATION
 };
 
-void FloorManager::getCapabilities(common::CapabilityList_T_out) {
-    throw CORBA::NO_IMPLEMENT();
-}
+class FloorManager final : public RefusingManager {
+  public:
+    void getEMS(emsMgr::EMS_T_out answer) override;
+};
 
 /// The product's answer under its default configuration; the benchmark compares the two.
 void FloorManager::getEMS(emsMgr::EMS_T_out answer) {
@@ -68,21 +65,6 @@ void FloorManager::getEMS(emsMgr::EMS_T_out answer) {
     ems->emsVersion = CORBA::string_dup(KELP_VERSION);
     ems->type = CORBA::string_dup("Kelp");
     answer = ems._retn();
-}
-
-CORBA::ORB_ptr startBareOrb(const kelp::orb::OrbOptions& options) {
-    kelp::orb::OptionTable table = kelp::orb::optionTable(options);
-    std::vector<std::string> words = {"session_bench_floor"};
-    for (const char*(*option)[2] = table.pairs(); (*option)[0] != nullptr; ++option) {
-        words.push_back(std::string("-ORB") + (*option)[0]);
-        words.emplace_back((*option)[1]);
-    }
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    auto count = static_cast<int>(arguments.size());
-    arguments.push_back(nullptr);
-    return CORBA::ORB_init(count, arguments.data());
 }
 
 void print(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
@@ -154,7 +136,8 @@ std::vector<PortableServer::POA_var> makeSessionPoas(PortableServer::POA_ptr roo
 void serve(int objects, bool withPort, int sessionPoas) {
     kelp::orb::OrbOptions options;
     options.listen = {"127.0.0.1:0"};
-    const CORBA::ORB_var orb = withPort ? kelp::orb::start(options, nullptr) : startBareOrb(options);
+    const CORBA::ORB_var orb = withPort ? kelp::orb::start(options, nullptr)
+                                        : kelp::bench::startBareOrb("session_bench_floor", options);
     const CORBA::Object_var rootObject = orb->resolve_initial_references("RootPOA");
     const PortableServer::POA_var root = PortableServer::POA::_narrow(rootObject.in());
     const PortableServer::POAManager_var manager = root->the_POAManager();

@@ -13,7 +13,9 @@ constexpr std::size_t kResponseFlagsAt = 16;
 constexpr std::size_t kReplyStatusAt = 16;
 constexpr char kRequest = 0;
 constexpr char kReply = 1;
+constexpr char kFragment = 7;
 constexpr char kLittleEndian = 1;
+constexpr std::uint8_t kMoreFragments = 2;
 constexpr char kReplyExpected = 3;
 
 std::uint8_t byteAt(const std::string& bytes, std::size_t at) {
@@ -106,6 +108,26 @@ ReplyStatus statusOf(const std::string& message) {
     if (message.size() < kReplyStatusAt + 4 || message[7] != kReply)
         throw std::runtime_error("this is no reply");
     return static_cast<ReplyStatus>(numberAt(message, kReplyStatusAt));
+}
+
+void ReplyReader::add(const std::string& bytes) {
+    unread_ += bytes;
+    std::size_t at = 0;
+    while (!isWhole_) {
+        const std::string header = unread_.substr(at, kHeaderBytes);
+        const std::size_t length = messageLength(header);
+        if (length == 0 || unread_.size() - at < length)
+            break;
+        const char type = header[7];
+        if (type != (content_.empty() ? kReply : kFragment))
+            throw std::runtime_error("this is no reply");
+        // a fragment repeats the request id
+        const std::size_t skipped = type == kReply ? kHeaderBytes : kHeaderBytes + 4;
+        content_.append(unread_, at + skipped, length - skipped);
+        isWhole_ = (byteAt(header, 6) & kMoreFragments) == 0;
+        at += length;
+    }
+    unread_.erase(0, at);
 }
 
 std::string replyTo(const std::string& message) {

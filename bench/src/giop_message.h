@@ -24,6 +24,21 @@ enum class ReplyStatus : std::uint32_t { NoException = 0, UserException = 1, Sys
 /// Throws std::runtime_error for a message that is no reply.
 ReplyStatus statusOf(const std::string& message);
 
+/// Puts a reply of GIOP 1.2 together, however its sender split it into fragments (CORBA 15.4.9).
+class ReplyReader {
+  public:
+    /// Bytes as they arrive. Throws std::runtime_error for what is no reply nor a fragment of one.
+    void add(const std::string& bytes);
+    bool isWhole() const { return isWhole_; }
+    /// What is behind the header: request id, status, service contexts, results.
+    const std::string& content() const { return content_; }
+
+  private:
+    std::string unread_;
+    std::string content_;
+    bool isWhole_ = false;
+};
+
 /// The reply without results to a whole GIOP 1.2 request; empty for a oneway request and for messages that
 /// are none.
 std::string replyTo(const std::string& message);

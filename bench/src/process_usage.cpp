@@ -11,6 +11,22 @@
 
 namespace kelp::bench {
 
+namespace {
+
+double statusKib(pid_t process, const std::string& key) {
+    std::ifstream in("/proc/" + std::to_string(process) + "/status");
+    std::string word;
+    double kib = 0;
+    while (in >> word) {
+        if (word == key && in >> kib)
+            return kib;
+        in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    }
+    throw std::runtime_error("the process " + std::to_string(process) + " is gone");
+}
+
+}  // namespace
+
 std::chrono::nanoseconds processorTime(pid_t process) {
     clockid_t clock{};
     timespec used{};
@@ -20,15 +36,18 @@ std::chrono::nanoseconds processorTime(pid_t process) {
 }
 
 double residentKib(pid_t process) {
-    std::ifstream in("/proc/" + std::to_string(process) + "/status");
-    std::string word;
-    double kib = 0;
-    while (in >> word) {
-        if (word == "VmRSS:" && in >> kib)
-            return kib;
-        in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    }
-    throw std::runtime_error("the process " + std::to_string(process) + " is gone");
+    return statusKib(process, "VmRSS:");
+}
+
+double residentPeakKib(pid_t process) {
+    return statusKib(process, "VmHWM:");
+}
+
+void forgetResidentPeak(pid_t process) {
+    const std::string resetPeak = "5";
+    std::ofstream out("/proc/" + std::to_string(process) + "/clear_refs");
+    if (!(out << resetPeak << std::flush))
+        throw std::runtime_error("the peak of the process " + std::to_string(process) + " cannot be reset");
 }
 
 std::size_t connectionsTo(std::uint16_t port) {

@@ -22,6 +22,8 @@ max_sessions = 1000000
 [access]
 # thousands of NMS are named here that all call from one address
 nms_reference = "any"
+[inventory]
+database = "{inventory}"
 )";
 
 constexpr const char* kCheapestHashes = R"([security]
@@ -38,7 +40,8 @@ Product::Product(const ProductSettings& settings) {
         scratch_ / "kelp.toml",
         fmt::format(kConfiguration, fmt::arg("orb", port_.hostAndPort()),
                     fmt::arg("naming", namingPort_.port()), fmt::arg("strategy", settings.releaseStrategy),
-                    fmt::arg("ping_mode", settings.pingMode), fmt::arg("interval", settings.pingIntervalS)) +
+                    fmt::arg("ping_mode", settings.pingMode), fmt::arg("interval", settings.pingIntervalS),
+                    fmt::arg("inventory", settings.inventory.string())) +
             (settings.costlyHashes ? "" : kCheapestHashes));
     test::writeFile(scratch_ / "password", std::string(kPassword) + "\n");
     const std::string config = (scratch_ / "kelp.toml").string();

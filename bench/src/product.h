@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -17,11 +18,12 @@ struct ProductSettings {
     int releaseStrategy = 0;
     bool pingMode = true;
     int pingIntervalS = 60;
-    bool costlyHashes = false;  ///< the hash cost as shipped instead of the cheapest
+    bool costlyHashes = false;          ///< the hash cost as shipped instead of the cheapest
+    std::filesystem::path inventory{};  ///< empty: one that is made, without anything in it
 };
 
-/// A running kelpd with the agent and the manager "EMS", its own state directory and naming service, and one
-/// user.
+/// A running kelpd with the agent and the managers as shipped, its own state directory and naming service,
+/// and one user.
 class Product {
   public:
     static constexpr const char* kUser = "operator";

@@ -42,16 +42,26 @@ void makeRoom(Connection& connection, ObjectKind kind) {
 
 }  // namespace
 
+template <class Body>
+auto Inventory::State::changing(Body&& body) {
+    const std::lock_guard lock(writing);
+    return translated(file, [&] {
+        // nobody would see a change of a file that has no name any more
+        if (util::identityOf(file) != identity)
+            throw noLongerThere(file);
+        return body(writer);
+    });
+}
+
 Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique) {
-    const std::string table = tableOf(kind);
-    const std::lock_guard lock(state_->writing);
-    return translated(state_->file, [&] {
+    return state_->changing([&](Connection& writer) {
+        const std::string table = tableOf(kind);
         // nobody else may take the label between the look and the change
-        SQLite::Transaction transaction(state_->writer.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        if (isUnique && isLabelInUse(state_->writer, table, id, label))
+        SQLite::Transaction transaction(writer.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        if (isUnique && isLabelInUse(writer, table, id, label))
             return Change::LabelInUse;
-        makeRoom(state_->writer, kind);
-        const Change change = setText(state_->writer, table, "userLabel", id, label);
+        makeRoom(writer, kind);
+        const Change change = setText(writer, table, "userLabel", id, label);
         transaction.commit();
         return change;
     });
@@ -60,16 +70,14 @@ Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::stri
 Change Inventory::setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name) {
     if (kind == ObjectKind::Ems)
         throw InventoryFailure("the native name of the EMS is configured");
-    const std::lock_guard lock(state_->writing);
-    return translated(state_->file,
-                      [&] { return setText(state_->writer, tableOf(kind), "nativeEMSName", id, name); });
+    return state_->changing(
+        [&](Connection& writer) { return setText(writer, tableOf(kind), "nativeEMSName", id, name); });
 }
 
 Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& owner) {
-    const std::lock_guard lock(state_->writing);
-    return translated(state_->file, [&] {
-        makeRoom(state_->writer, kind);
-        return setText(state_->writer, tableOf(kind), "owner", id, owner);
+    return state_->changing([&](Connection& writer) {
+        makeRoom(writer, kind);
+        return setText(writer, tableOf(kind), "owner", id, owner);
     });
 }
 

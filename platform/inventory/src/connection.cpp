@@ -26,9 +26,13 @@ Prepared& Connection::prepared(const std::string& sql) {
                                       : statements_.try_emplace(sql, database_, sql).first->second;
 }
 
-Connection openForWriting(const std::filesystem::path& file) {
+void makeMissing(const std::filesystem::path& file) {
     if (const std::string problem = util::makePrivateFile(file); !problem.empty())
         throw InventoryFailure("inventory " + file.string() + ": " + problem);
+}
+
+Connection openForWriting(const std::filesystem::path& file) {
+    makeMissing(file);
     return translated(file, [&] {
         // another program's file gets neither tables nor another journal
         SQLite::Database database(file.string(), SQLite::OPEN_READWRITE,
@@ -42,6 +46,10 @@ Connection openForWriting(const std::filesystem::path& file) {
 void requireFile(const std::filesystem::path& file) {
     if (std::error_code error; !std::filesystem::exists(file, error))
         throw InventoryFailure("inventory " + file.string() + " does not exist");
+}
+
+InventoryFailure noLongerThere(const std::filesystem::path& file) {
+    return InventoryFailure("inventory " + file.string() + " is no longer the file that was opened");
 }
 
 InventoryFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure) {

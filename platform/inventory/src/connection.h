@@ -36,12 +36,16 @@ class Connection {
     std::unordered_map<std::string, Prepared> statements_;
 };
 
+/// Makes an empty file, with its folder and mode 0600, if it is missing. Throws InventoryFailure.
+void makeMissing(const std::filesystem::path& file);
 /// Opens the inventory for changes: made with its folder, mode 0600 and tables if it is missing, or brought
 /// up to date. Throws InventoryFailure.
 Connection openForWriting(const std::filesystem::path& file);
 /// Throws InventoryFailure when there is no inventory. Says nothing of its version.
 void requireFile(const std::filesystem::path& file);
 
+/// Another file, or none, stands where the opened one stood.
+InventoryFailure noLongerThere(const std::filesystem::path& file);
 /// SQLite's failure in one sentence that names the file.
 InventoryFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure);
 

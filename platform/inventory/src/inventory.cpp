@@ -64,6 +64,10 @@ Inventory::Inventory(const std::filesystem::path& file, Missing missing) {
 
 Inventory::~Inventory() = default;
 
+bool Inventory::isCurrent() const {
+    return util::identityOf(state_->file) == state_->identity;
+}
+
 std::optional<ManagedElement> Inventory::find(const ManagedElementName& name) {
     return state_->reading([&](auto& lease) { return findRow<ManagedElement>(lease.connection(), name); });
 }

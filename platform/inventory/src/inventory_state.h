@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/inventory/inventory.h>
+#include <kelp/util/file_identity.h>
 
 #include <filesystem>
 #include <mutex>
@@ -12,7 +13,7 @@ namespace kelp::inventory {
 
 struct Inventory::State {
     explicit State(const std::filesystem::path& path)
-        : file(path), readers(path), writer(openForWriting(path)) {}
+        : file(path), identity(identityOfMade(path)), readers(path, identity), writer(openForWriting(path)) {}
 
     /// Runs `body` with a lease of a reading connection.
     template <class Body>
@@ -23,7 +24,19 @@ struct Inventory::State {
         });
     }
 
+    /// Runs `body` with the writing connection, one caller after the other. In changes.cpp.
+    template <class Body>
+    auto changing(Body&& body);
+
+    /// To be asked for before the file is opened: should another take its place meanwhile, the inventory is
+    /// not current from the start.
+    static util::FileIdentity identityOfMade(const std::filesystem::path& path) {
+        makeMissing(path);
+        return util::identityOf(path);
+    }
+
     const std::filesystem::path file;
+    const util::FileIdentity identity;
     ReadPool readers;
     std::mutex writing;
     Connection writer;  ///< guarded by `writing`

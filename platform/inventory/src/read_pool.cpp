@@ -16,7 +16,11 @@ std::unique_ptr<Connection> ReadPool::takeOut() {
             return connection;
         }
     }
-    return std::make_unique<Connection>(file_, Connection::Use::Read);
+    auto connection = std::make_unique<Connection>(file_, Connection::Use::Read);
+    // ids of rows of the one file would mean others in another
+    if (util::identityOf(file_) != identity_)
+        throw noLongerThere(file_);
+    return connection;
 }
 
 void ReadPool::giveBack(std::unique_ptr<Connection> connection) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/file_identity.h>
+
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -17,12 +19,14 @@ class ReadPool {
     /// More readers than this at once are served too, by connections that are not kept.
     static constexpr std::size_t kKept = 16;
 
-    explicit ReadPool(std::filesystem::path file) : file_(std::move(file)) {}
+    ReadPool(std::filesystem::path file, util::FileIdentity identity)
+        : file_(std::move(file)), identity_(identity) {}
 
     /// A connection in a read transaction, that is, with one unchanging view of the file. Goes back at the
     /// end of the scope.
     class Lease {
       public:
+        /// Throws SQLite::Exception, and InventoryFailure when another file stands in the file's place.
         explicit Lease(ReadPool& pool);
         ~Lease();
         Lease(const Lease&) = delete;
@@ -41,6 +45,7 @@ class ReadPool {
     void giveBack(std::unique_ptr<Connection> connection);
 
     const std::filesystem::path file_;
+    const util::FileIdentity identity_;
     std::mutex mutex_;
     std::vector<std::unique_ptr<Connection>> idle_;  ///< guarded by mutex_
 };

@@ -2,7 +2,6 @@
 
 #include <kelp/util/private_file.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
 
 #include <system_error>
 #include <thread>
@@ -151,13 +150,6 @@ std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& fi
     awaitSchema(*database);
     requireKind(*database, file, kind);
     return database;
-}
-
-FileIdentity identityOf(const std::filesystem::path& file) {
-    struct stat status {};
-    if (::stat(file.c_str(), &status) != 0)
-        return {};
-    return {status.st_dev, status.st_ino};
 }
 
 std::filesystem::path setAside(const std::filesystem::path& file) {

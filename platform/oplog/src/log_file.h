@@ -2,7 +2,6 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <kelp/oplog/log_search.h>
-#include <sys/types.h>
 
 #include <chrono>
 #include <filesystem>
@@ -31,14 +30,6 @@ LogFailure failureOf(const std::filesystem::path& file, const SQLite::Exception&
 std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& file, LogKind kind,
                                                  std::chrono::milliseconds busy);
 std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& file, LogKind kind);
-
-/// Which file a path names at the moment; all zero for none.
-struct FileIdentity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    bool operator==(const FileIdentity&) const = default;
-};
-FileIdentity identityOf(const std::filesystem::path& file);
 
 /// Renames a database and what SQLite keeps beside it. Returns the new name; throws LogFailure.
 std::filesystem::path setAside(const std::filesystem::path& file);

@@ -13,7 +13,7 @@ template <class Body>
 void LogStore::guarded(Body body) {
     try {
         try {
-            if (database_ && identityOf(file_) != identity_)
+            if (database_ && util::identityOf(file_) != identity_)
                 close();
             if (!database_)
                 openNow();
@@ -43,7 +43,7 @@ void LogStore::open() {
 
 void LogStore::openNow() {
     database_ = openForWriting(file_, kind_, busy_);
-    identity_ = identityOf(file_);
+    identity_ = util::identityOf(file_);
     if (kind_ == LogKind::Security)
         table_ = std::make_unique<ChainedRows>(*database_, memory_);
     else

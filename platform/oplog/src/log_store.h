@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/file_identity.h>
+
 #include <vector>
 
 #include "chained_rows.h"
@@ -40,7 +42,7 @@ class LogStore {
     const Damaged damaged_;
     std::unique_ptr<SQLite::Database> database_;
     std::unique_ptr<RecordTable> table_;
-    FileIdentity identity_;
+    util::FileIdentity identity_;
     ChainMemory memory_;
 };
 

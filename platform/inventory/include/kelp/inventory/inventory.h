@@ -68,6 +68,11 @@ class KELP_EXPORT Inventory {
     Inventory(const Inventory&) = delete;
     Inventory& operator=(const Inventory&) = delete;
 
+    /// Whether the file's name still stands for the file that was opened. It does not once the file was
+    /// deleted or replaced by another: this inventory then shows what the old one held, as far as it shows
+    /// anything, and its holder should open it anew. Costs one look at the file's status.
+    bool isCurrent() const;
+
     // One object by its name.
     std::optional<ManagedElement> find(const ManagedElementName& name);
     std::optional<EquipmentHolder> find(const HolderName& name);

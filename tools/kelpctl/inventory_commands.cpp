@@ -11,7 +11,7 @@
 #include <string>
 
 #include "commands.h"
-#include "progress_bar.h"
+#include "common/progress_bar.h"
 
 namespace kelp::ctl {
 
@@ -20,7 +20,7 @@ namespace {
 /// Runs `body` with a bar for its progress, which is gone when anything else is written.
 template <class Body>
 auto withProgress(const char* title, Body&& body) {
-    ProgressBar bar(title);
+    tools::ProgressBar bar(title);
     return body([&bar](std::uint64_t done, std::uint64_t total) { bar.show(done, total); });
 }
 

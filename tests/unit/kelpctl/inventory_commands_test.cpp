@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "kelpctl/progress_bar.h"
+#include "common/progress_bar.h"
 #include "kelpctl_fixture.h"
 #include "support/pseudo_terminal.h"
 
@@ -117,10 +117,11 @@ TEST_F(InventoryCommands, ATerminalShowsABarAndNothingElseDoes) {
 }
 
 TEST(ProgressLine, GrowsWithWhatIsDone) {
-    EXPECT_EQ(ctl::progressLine("x", 0, 8), "x [" + std::string(40, '.') + "]   0 %");
-    EXPECT_EQ(ctl::progressLine("x", 2, 8), "x [" + std::string(10, '#') + std::string(30, '.') + "]  25 %");
-    EXPECT_EQ(ctl::progressLine("x", 9, 8), "x [" + std::string(40, '#') + "] 100 %");
-    EXPECT_EQ(ctl::progressLine("x", 0, 0), "x [" + std::string(40, '#') + "] 100 %");
+    EXPECT_EQ(tools::progressLine("x", 0, 8), "x [" + std::string(40, '.') + "]   0 %");
+    EXPECT_EQ(tools::progressLine("x", 2, 8),
+              "x [" + std::string(10, '#') + std::string(30, '.') + "]  25 %");
+    EXPECT_EQ(tools::progressLine("x", 9, 8), "x [" + std::string(40, '#') + "] 100 %");
+    EXPECT_EQ(tools::progressLine("x", 0, 0), "x [" + std::string(40, '#') + "] 100 %");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "progress_bar.h"
+#include "common/progress_bar.h"
 
 #include <unistd.h>
 
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <utility>
 
-namespace kelp::ctl {
+namespace kelp::tools {
 
 std::string progressLine(const std::string& title, std::uint64_t done, std::uint64_t total) {
     constexpr std::size_t kWidth = 40;
@@ -21,17 +21,21 @@ std::string progressLine(const std::string& title, std::uint64_t done, std::uint
 ProgressBar::ProgressBar(std::string title)
     : title_(std::move(title)), isTerminal_(::isatty(STDERR_FILENO) != 0) {}
 
-ProgressBar::~ProgressBar() {
-    if (isShown_)
-        std::fputs("\r\x1b[K", stderr);
-}
-
-void ProgressBar::show(std::uint64_t done, std::uint64_t total) {
+void ProgressBar::show(std::uint64_t done, std::uint64_t total, const std::string& detail) {
     if (!isTerminal_)
         return;
     isShown_ = true;
-    std::fprintf(stderr, "\r%s", progressLine(title_, done, total).c_str());
+    std::fprintf(stderr, "\r%s%s%s\x1b[K", progressLine(title_, done, total).c_str(),
+                 detail.empty() ? "" : "  ", detail.c_str());
     std::fflush(stderr);
 }
 
-}  // namespace kelp::ctl
+void ProgressBar::hide() {
+    if (!isShown_)
+        return;
+    isShown_ = false;
+    std::fputs("\r\x1b[K", stderr);
+    std::fflush(stderr);
+}
+
+}  // namespace kelp::tools

@@ -46,6 +46,7 @@ ProcessingFailure::ProcessingFailure(const std::string& doing,
       reason_(reasonOf(raised)) {}
 
 CallFailed::CallFailed(const std::string& doing, const CORBA::Exception& raised)
-    : NmsError(doing + ": " + orb::exceptionText(raised)) {}
+    : NmsError(doing + ": " + orb::exceptionText(raised)),
+      isOfUnknownObject_(CORBA::OBJECT_NOT_EXIST::_downcast(&raised) != nullptr) {}
 
 }  // namespace kelp::nms

@@ -6,6 +6,7 @@
 #include "handling.h"
 #include "log_out.h"
 #include "password.h"
+#include "upload.h"
 #include "watch.h"
 
 #include <chrono>
@@ -71,11 +72,9 @@ int useSession(NmsSession& session, const std::shared_ptr<Watch>& watch, const O
             return showEms(session, options.capabilities, report);
         case Command::Watch:
             return watchEms(watch, options);
-        case Command::Events:
-        case Command::Find:
-            break;
+        default:
+            return kInternalError;  // the others have their own way to a session
     }
-    return kInternalError;
 }
 
 int runSession(NmsClient& client, const FoundFactory& factory, const Options& options,
@@ -93,6 +92,19 @@ int runSession(NmsClient& client, const FoundFactory& factory, const Options& op
     if (!watch->endedByEms())
         logOut(*session, options.timeout, *report);
     return exitCode;
+}
+
+bool isList(Command command) {
+    switch (command) {
+        case Command::Elements:
+        case Command::Ports:
+        case Command::Equipment:
+        case Command::Links:
+        case Command::Dump:
+            return true;
+        default:
+            return false;
+    }
 }
 
 NmsSettings settingsOf(const Options& options) {
@@ -113,6 +125,8 @@ int runCommand(const Options& options, const std::string& password, const std::s
     NmsClient client(settingsOf(options));
     if (options.command == Command::Events)
         return followEvents(client, options, password, report, interrupts);
+    if (isList(options.command))
+        return upload(client, options, password, report, interrupts);
     const FoundFactory factory = chosenFactory(client, options, *report);
     if (options.command == Command::Find) {
         report->factory(factory, client.interfaceVersion(factory));

@@ -11,6 +11,9 @@ enum ExitCode : int {
     kLoginRefused = 4,
     kCallFailed = 5,
     kWatchCutShort = 6,
+    kNoSuchManager = 7,
+    kIncomplete = 8,
+    kCannotWrite = 9,
 };
 
 }  // namespace kelp::nms

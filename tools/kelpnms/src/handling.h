@@ -9,8 +9,9 @@ namespace kelp::nms {
 /// A handler of interrupts for the length of a scope.
 class Handling {
   public:
-    Handling(Interrupts& interrupts, Interrupts::Handler handler) : interrupts_(interrupts) {
-        interrupts_.setHandler(std::move(handler));
+    Handling(Interrupts& interrupts, Interrupts::Handler handler, std::function<void()> lastWords = nullptr)
+        : interrupts_(interrupts) {
+        interrupts_.setHandler(std::move(handler), std::move(lastWords));
     }
     ~Handling() { interrupts_.setHandler(nullptr); }
     Handling(const Handling&) = delete;

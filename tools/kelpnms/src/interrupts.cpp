@@ -57,9 +57,10 @@ Interrupts::~Interrupts() {
     thread_.join();
 }
 
-void Interrupts::setHandler(Handler handler) {
+void Interrupts::setHandler(Handler handler, std::function<void()> lastWords) {
     const std::lock_guard lock(mutex_);
     handler_ = std::move(handler);
+    lastWords_ = std::move(lastWords);
 }
 
 void Interrupts::wait() {
@@ -67,10 +68,19 @@ void Interrupts::wait() {
     const int first = nextSignal(signals);
     if (done_)
         return;
+    signal_ = first;
     const auto limit = handle(first);
     const std::optional<int> second = signalBefore(signals, Clock::now() + limit);
-    if (!done_)
-        ::_exit(128 + second.value_or(first));
+    if (done_)
+        return;
+    sayLastWords();
+    ::_exit(128 + second.value_or(first));
+}
+
+void Interrupts::sayLastWords() {
+    const std::lock_guard lock(mutex_);
+    if (lastWords_)
+        lastWords_();
 }
 
 std::chrono::milliseconds Interrupts::handle(int signal) {

@@ -22,15 +22,22 @@ class Interrupts {
     Interrupts(const Interrupts&) = delete;
     Interrupts& operator=(const Interrupts&) = delete;
 
-    /// Empty takes the handler back.
-    void setHandler(Handler handler);
+    /// Empty takes the handler back. `lastWords` is called, on the same thread, before the process ends at
+    /// once after the handler.
+    void setHandler(Handler handler, std::function<void()> lastWords = nullptr);
+    /// The first signal that came; 0 when none has.
+    int signal() const { return signal_; }
 
   private:
     void wait();
     std::chrono::milliseconds handle(int signal);
 
+    void sayLastWords();
+
     std::mutex mutex_;
-    Handler handler_;  ///< guarded by mutex_
+    Handler handler_;                  ///< guarded by mutex_
+    std::function<void()> lastWords_;  ///< guarded by mutex_
+    std::atomic<int> signal_{0};
     std::atomic<bool> done_{false};
     std::thread thread_;
 };

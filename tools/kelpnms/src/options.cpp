@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "exit_codes.h"
+#include "list_commands.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,6 +20,8 @@ constexpr const char* kFooter = R"(Examples:
   kelpnms --user demo --password-file pw events
   kelpnms --naming ems.example.net:4844 --tls-ca ca.pem --tls-key nms.pem --user demo --password-file pw events
   kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
+  kelpnms --user demo --password-file pw ports NE-1 --format csv
+  kelpnms --user demo --password-file pw dump network.jsonl
 
 Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
 
@@ -29,9 +32,13 @@ Exit codes:
   3  the naming service or the EMS cannot be reached, or no single session factory was found
   4  the EMS refused the log-in
   5  a call on the session or a manager failed
-  6  watch, events: the EMS ended the session (events: only with --no-reconnect), or --for ran out before
-     --count pings or events came
-  128 + the signal's number: interrupted at the password prompt, or the EMS did not answer the log-out in time)";
+  6  the EMS ended the session (events: only with --no-reconnect), or --for ran out before --count pings or events
+     came
+  7  the EMS does not have the manager that the command needs
+  8  elements, ports, equipment, links, dump: all was read, but what came may not be all: standard error says why
+  9  the output could not be written
+  128 + the signal's number: interrupted at the password prompt or while a list was read, or the EMS did not answer
+     the log-out in time)";
 
 constexpr const char* kEventsFooter =
     R"(Each event is a line: time of arrival, perceivedSeverity, type, object, probable cause, text. On a terminal the
@@ -171,6 +178,7 @@ void addCommands(CLI::App& app, Options& options, Raw& raw) {
     events->add_flag("!--no-reconnect", options.reconnect,
                      "Fail when the events end, instead of logging in again");
     events->footer(kEventsFooter);
+    addListCommands(app, options);
 }
 
 }  // namespace
@@ -200,6 +208,8 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
         exitCode = kUsageError;
         return std::nullopt;
     }
+    if (options.json)
+        options.lists.format = Format::Json;
     options.naming = namingText(raw.naming, !options.tlsAuthorities.empty());
     options.timeout = milliseconds(raw.timeout);
     const bool isWatching = options.command == Command::Watch || options.command == Command::Events;

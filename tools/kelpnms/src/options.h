@@ -1,12 +1,14 @@
 #pragma once
 
+#include "list_options.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
 
 namespace kelp::nms {
 
-enum class Command { Find, Managers, Ping, Ems, Watch, Events };
+enum class Command { Find, Managers, Ping, Ems, Watch, Events, Elements, Ports, Equipment, Links, Dump };
 
 /// What the command line asks for.
 struct Options {
@@ -30,6 +32,7 @@ struct Options {
     bool sequences = false;                                      ///< events in batches
     bool reconnect = true;                                       ///< when events end
     std::optional<std::chrono::milliseconds> heartbeatInterval;  ///< of the EMS; none: learned
+    ListOptions lists;
 };
 
 /// Reads the command line. None when it asked for help or the version, or was wrong; that has been told, and

@@ -58,6 +58,12 @@ class FilterRefused : public NmsError {
 class CallFailed : public NmsError {
   public:
     CallFailed(const std::string& doing, const CORBA::Exception& raised);
+
+    /// The EMS answered that it has no such object (any more).
+    bool isOfUnknownObject() const { return isOfUnknownObject_; }
+
+  private:
+    bool isOfUnknownObject_;
 };
 
 /// Name of an exception type as the standard spells it.

@@ -70,6 +70,16 @@ TEST_F(KelpnmsCommandLineTest, AddressThatCannotBeListenedOnIsNamed) {
     EXPECT_TRUE(output_.contains("cannot listen on " + busy.hostAndPort())) << output_.text();
 }
 
+TEST_F(KelpnmsCommandLineTest, FormatsAndBatchesAreChecked) {
+    environment_["KELPNMS_PASSWORD"] = "x";
+    EXPECT_EQ(run({"--user", "demo", "elements", "--format", "xml"}), 2);
+    EXPECT_TRUE(output_.contains("--format")) << output_.text();
+    EXPECT_EQ(run({"--user", "demo", "ports", "--batch", "0"}), 2);
+    EXPECT_TRUE(output_.contains("--batch")) << output_.text();
+    EXPECT_EQ(run({"--user", "demo", "links", "--from", "NE-1"}), 2) << "links belong to no element";
+    EXPECT_EQ(run({"--user", "demo", "dump", "--format", "csv"}), 2) << "a dump has objects of many kinds";
+}
+
 TEST_F(KelpnmsCommandLineTest, HelpDocumentsTheExitCodes) {
     EXPECT_EQ(run({"--help"}), 0);
     EXPECT_TRUE(output_.containsInOrder({"Examples:", "Exit codes:", "4  the EMS refused the log-in"}));

@@ -67,6 +67,8 @@ bool NetworkLists::run(NmsSession& session) {
         return isWhole && !reader.isDoubtful();
     } catch (const CannotWrite&) {
         throw;
+    } catch (const NoSuchManager&) {
+        throw;  // there is no list at all
     } catch (const std::exception&) {
         finish();
         throw;

@@ -96,6 +96,8 @@ void setNativeEmsName(Kinds kinds, const globaldefs::NamingAttributes_T& object,
     const std::string text = checkedText(name, "nativeEMSName");
     if (text.empty())
         refuse(kNotAValue, "nativeEMSName");
+    if (std::holds_alternative<inventory::EmsName>(objectNamed(object)))
+        refuse(NS_KELPCORBA::kOperationNotImplemented, "objectName");
     changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
         return in.setNativeEmsName(kind, id, text);
     });

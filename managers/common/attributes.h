@@ -16,7 +16,7 @@ using Kinds = std::initializer_list<inventory::ObjectKind>;
 /// Refuses a label that another object of the kind has, when it shall be unique: EXCPT_USERLABEL_IN_USE.
 void setUserLabel(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* label,
                   bool isUnique);
-/// Refuses an empty name: every object has one.
+/// Refuses an empty name: every object has one. That of the EMS is configured: EXCPT_NOT_IMPLEMENTED.
 void setNativeEmsName(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* name);
 void setOwner(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* owner);
 

@@ -67,6 +67,7 @@ template inventory::HolderName named(const globaldefs::NamingAttributes_T&);
 template inventory::EquipmentName named(const globaldefs::NamingAttributes_T&);
 template inventory::TpName named(const globaldefs::NamingAttributes_T&);
 template inventory::LinkName named(const globaldefs::NamingAttributes_T&);
+template inventory::SubnetworkName named(const globaldefs::NamingAttributes_T&);
 
 inventory::LayerRates layerRates(const transmissionParameters::LayerRateList_T& rates,
                                  const char* parameter) {

@@ -31,6 +31,7 @@ extern template inventory::HolderName named(const globaldefs::NamingAttributes_T
 extern template inventory::EquipmentName named(const globaldefs::NamingAttributes_T&);
 extern template inventory::TpName named(const globaldefs::NamingAttributes_T&);
 extern template inventory::LinkName named(const globaldefs::NamingAttributes_T&);
+extern template inventory::SubnetworkName named(const globaldefs::NamingAttributes_T&);
 
 /// The layer rates that a caller lists in the parameter; refuses with kNotALayerRate.
 inventory::LayerRates layerRates(const transmissionParameters::LayerRateList_T& rates, const char* parameter);

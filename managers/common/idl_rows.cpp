@@ -26,6 +26,8 @@ static_assert(static_cast<int>(terminationPoint::TM_TERMINATED_AND_AVAILABLE_FOR
               static_cast<int>(inventory::TerminationMode::TerminatedAndAvailable));
 static_assert(static_cast<int>(terminationPoint::TPPA_PSR_RELATED) ==
               static_cast<int>(inventory::TpProtection::PsrRelated));
+static_assert(static_cast<int>(multiLayerSubnetwork::TOPO_MESH) ==
+              static_cast<int>(inventory::Topology::Mesh));
 static_assert(static_cast<int>(globaldefs::CD_BI) ==
               static_cast<int>(inventory::LinkDirection::Bidirectional));
 
@@ -50,6 +52,13 @@ void layersToIdl(const inventory::LayeredParameterList& layers,
     }
 }
 
+void ratesToIdl(const inventory::LayerRates& rates, transmissionParameters::LayerRateList_T& list) {
+    list.length(static_cast<CORBA::ULong>(rates.size()));
+    CORBA::ULong at = 0;
+    for (const inventory::LayerRate rate : rates)
+        list[at++] = rate;
+}
+
 /// The name of a traffic descriptor; none for none.
 void descriptorToIdl(const std::string& value, globaldefs::NamingAttributes_T& name) {
     if (!value.empty())
@@ -61,6 +70,10 @@ void descriptorToIdl(const std::string& value, globaldefs::NamingAttributes_T& n
 constexpr std::size_t kNumber = 7;
 std::size_t textSize(const char* text) {
     return kNumber + std::char_traits<char>::length(text) + 1;
+}
+
+std::size_t ratesSize(const transmissionParameters::LayerRateList_T& rates) {
+    return kNumber + rates.length() * sizeof(transmissionParameters::LayerRate_T);
 }
 
 template <class Idl>
@@ -92,10 +105,7 @@ void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_
     element.productName = CORBA::string_dup(row.productName.c_str());
     element.communicationState = sameValue<managedElement::CommunicationState_T>(row.communicationState);
     element.emsInSyncState = row.emsInSyncState;
-    element.supportedRates.length(static_cast<CORBA::ULong>(row.supportedRates.size()));
-    CORBA::ULong at = 0;
-    for (const inventory::LayerRate rate : row.supportedRates)
-        element.supportedRates[at++] = rate;
+    ratesToIdl(row.supportedRates, element.supportedRates);
 }
 
 void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& holder) {
@@ -160,6 +170,12 @@ void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLi
     toIdl(row.zEnd, link.zEndTP);
 }
 
+void toIdl(const inventory::Subnetwork& row, multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork) {
+    describe(row, subnetwork);
+    subnetwork.subnetworkType = sameValue<multiLayerSubnetwork::Topology_T>(row.subnetworkType);
+    ratesToIdl(row.supportedRates, subnetwork.supportedRates);
+}
+
 std::size_t encodedSize(const globaldefs::NVSList_T& list) {
     std::size_t size = kNumber;
     for (CORBA::ULong i = 0; i < list.length(); ++i)
@@ -169,8 +185,7 @@ std::size_t encodedSize(const globaldefs::NVSList_T& list) {
 
 std::size_t encodedSize(const managedElement::ManagedElement_T& element) {
     return describedSize(element) + textSize(element.location) + textSize(element.version) +
-           textSize(element.productName) + 3 * kNumber +
-           element.supportedRates.length() * sizeof(transmissionParameters::LayerRate_T);
+           textSize(element.productName) + 2 * kNumber + ratesSize(element.supportedRates);
 }
 
 std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either) {
@@ -188,6 +203,10 @@ std::size_t encodedSize(const terminationPoint::TerminationPoint_T& point) {
 
 std::size_t encodedSize(const topologicalLink::TopologicalLink_T& link) {
     return describedSize(link) + encodedSize(link.aEndTP) + encodedSize(link.zEndTP) + 2 * kNumber;
+}
+
+std::size_t encodedSize(const multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork) {
+    return describedSize(subnetwork) + kNumber + ratesSize(subnetwork.supportedRates);
 }
 
 }  // namespace kelp::managers

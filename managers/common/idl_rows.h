@@ -4,6 +4,7 @@
 
 #include <mtnm/equipment.h>
 #include <mtnm/managedElement.h>
+#include <mtnm/multiLayerSubnetwork.h>
 #include <mtnm/terminationPoint.h>
 #include <mtnm/topologicalLink.h>
 
@@ -19,6 +20,7 @@ void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentOrHolder_T
 void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& either);
 void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point);
 void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLink_T& link);
+void toIdl(const inventory::Subnetwork& row, multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
 
 // Bytes that a structure takes in a message, alignment included; rather too many than too few.
 std::size_t encodedSize(const globaldefs::NVSList_T& list);
@@ -26,5 +28,6 @@ std::size_t encodedSize(const managedElement::ManagedElement_T& element);
 std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either);
 std::size_t encodedSize(const terminationPoint::TerminationPoint_T& point);
 std::size_t encodedSize(const topologicalLink::TopologicalLink_T& link);
+std::size_t encodedSize(const multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
 
 }  // namespace kelp::managers

@@ -7,9 +7,13 @@
 
 namespace kelp::managers {
 
-void refuseFailure(const inventory::InventoryFailure& failure) {
+void traceFailure(const inventory::InventoryFailure& failure) {
     NS_CORBA::GetTss()->Set("inventory", "unknown", __LINE__);
-    NS_CORBA::TaTrace("[Inventory] The request cannot be answered: %s", failure.what());
+    NS_CORBA::TaTrace("[Inventory] %s", failure.what());
+}
+
+void refuseFailure(const inventory::InventoryFailure& failure) {
+    traceFailure(failure);
     // the sentence names a file of the host's, which is nothing for the NMS
     if (failure.isLocked())
         refuse(kInventoryBusy);

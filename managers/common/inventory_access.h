@@ -6,6 +6,9 @@
 
 namespace kelp::managers {
 
+/// Traces why the inventory failed, for what goes on without it.
+void traceFailure(const inventory::InventoryFailure& failure);
+
 /// Traces why the inventory failed and fails the request: EXCPT_INTERNAL_ERROR, or EXCPT_UNABLE_TO_COMPLY
 /// while somebody else is writing.
 [[noreturn]] void refuseFailure(const inventory::InventoryFailure& failure);

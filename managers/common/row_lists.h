@@ -36,6 +36,17 @@ void appendAll(inventory::Inventory& in, const inventory::RowIds& ids, Sequence&
         toIdl(row, entries[at++]);
 }
 
+/// The same for the names alone.
+template <class Row>
+void appendNames(inventory::Inventory& in, const inventory::RowIds& ids,
+                 globaldefs::NamingAttributesList_T& names) {
+    CORBA::ULong at = names.length();
+    const std::vector<Row> rows = in.readNames<Row>(ids);
+    names.length(at + static_cast<CORBA::ULong>(rows.size()));
+    for (const Row& row : rows)
+        toIdl(inventory::nameOf(row), names[at++]);
+}
+
 /// Rows of one kind as a list of the standard's structures.
 template <class Row, class Sequence>
 class RowList final : public NS_KELPCORBA::ListSource<Sequence> {
@@ -107,6 +118,10 @@ using LinkLists =
     ListTypes<inventory::TopologicalLink, topologicalLink::TopologicalLinkIterator_I,
               POA_topologicalLink::TopologicalLinkIterator_I, topologicalLink::TopologicalLinkList_T,
               topologicalLink::TopologicalLinkList_T_out>;
+using SubnetworkLists =
+    ListTypes<inventory::Subnetwork, multiLayerSubnetwork::SubnetworkIterator_I,
+              POA_multiLayerSubnetwork::SubnetworkIterator_I, multiLayerSubnetwork::SubnetworkList_T,
+              multiLayerSubnetwork::SubnetworkList_T_out>;
 using NameIterator =
     NS_KELPCORBA::TypedIterator<globaldefs::NamingAttributesIterator_I,
                                 POA_globaldefs::NamingAttributesIterator_I,

@@ -1,6 +1,6 @@
 #include "ems_description.h"
 
-#include <kelp/corbabase/base_config.h>
+#include "common/idl_names.h"
 
 #include <string>
 
@@ -16,21 +16,19 @@ std::string nameWithoutCompany(const std::string& emsName) {
 
 }  // namespace
 
-emsMgr::EMS_T* describeEms() {
-    // the configured name changes only with a restart
-    static const std::string emsName = NS_CORBA::CorbaBaseAgentConfig::Instance()->EmsName();
-    static const std::string nativeName = nameWithoutCompany(emsName);
+emsMgr::EMS_T* describeEms(const inventory::EmsAttributes& attributes) {
+    static const std::string nativeName = nameWithoutCompany(managers::emsName());
 
     emsMgr::EMS_T_var ems = new emsMgr::EMS_T;
-    ems->name.length(1);
-    ems->name[0].name = CORBA::string_dup("EMS");
-    ems->name[0].value = CORBA::string_dup(emsName.c_str());
-    // a user label starts as the native name (TMF 814), and nobody can change it here
-    ems->userLabel = CORBA::string_dup(nativeName.c_str());
+    managers::toIdl(inventory::EmsName(), ems->name);
+    // a user label starts as the native name (TMF 814)
+    const std::string& label = attributes.userLabel.empty() ? nativeName : attributes.userLabel;
+    ems->userLabel = CORBA::string_dup(label.c_str());
     ems->nativeEMSName = CORBA::string_dup(nativeName.c_str());
-    // without an owner: a new structure's texts are empty (C++ mapping)
+    ems->owner = CORBA::string_dup(attributes.owner.c_str());
     ems->emsVersion = CORBA::string_dup(KELP_VERSION);
     ems->type = CORBA::string_dup("Kelp");
+    managers::toIdl(attributes.additionalInfo, ems->additionalInfo);
     return ems._retn();
 }
 

@@ -13,7 +13,7 @@ constexpr managers::Capability kCapabilities[] = {
 #undef MANAGER_OPERATION
 };
 
-constexpr auto kKinds = {inventory::ObjectKind::TopologicalLink};
+constexpr auto kKinds = {inventory::ObjectKind::Ems, inventory::ObjectKind::TopologicalLink};
 
 }  // namespace
 
@@ -24,6 +24,7 @@ void EmsMgr_IImpl::getCapabilities(common::CapabilityList_T_out capabilities) {
 void EmsMgr_IImpl::setUserLabel(const globaldefs::NamingAttributes_T& object, const char* label,
                                 CORBA::Boolean isUnique) {
     managers::setUserLabel(kKinds, object, label, isUnique);
+    attributes_.forget();
 }
 
 void EmsMgr_IImpl::setNativeEMSName(const globaldefs::NamingAttributes_T& object, const char* name) {
@@ -32,10 +33,11 @@ void EmsMgr_IImpl::setNativeEMSName(const globaldefs::NamingAttributes_T& object
 
 void EmsMgr_IImpl::setOwner(const globaldefs::NamingAttributes_T& object, const char* owner) {
     managers::setOwner(kKinds, object, owner);
+    attributes_.forget();
 }
 
 void EmsMgr_IImpl::getEMS(emsMgr::EMS_T_out emsInfo) {
-    emsInfo = describeEms();
+    emsInfo = describeEms(attributes_.get());
 }
 
 }  // namespace kelp::ems

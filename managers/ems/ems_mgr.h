@@ -1,19 +1,23 @@
 #pragma once
 
 #include "common/operation_list.h"
+#include "ems_attributes.h"
 
 #include <mtnm/emsMgr.h>
 
 namespace kelp::ems {
 
-/// The manager "EMS" (TMF 814 emsMgr::EMSMgr_I). One servant serves all sessions; it keeps no state and may
-/// be called from any thread. It has the operations that ems_operations.inc calls supported; the others raise
+/// The manager "EMS" (TMF 814 emsMgr::EMSMgr_I). One servant serves all sessions; it may be called from any
+/// thread. It has the operations that ems_operations.inc calls supported; the others raise
 /// EXCPT_NOT_IMPLEMENTED.
 class EmsMgr_IImpl : public virtual POA_emsMgr::EMSMgr_I {
   public:
 #define MANAGER_OPERATION MANAGER_DECLARE
 #include "ems_operations.inc"
 #undef MANAGER_OPERATION
+
+  private:
+    KnownEmsAttributes attributes_;
 };
 
 }  // namespace kelp::ems

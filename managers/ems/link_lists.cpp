@@ -1,4 +1,4 @@
-// The topological links of the EMS.
+// The topological links that lie in no subnetwork.
 
 #include "ems_mgr.h"
 
@@ -12,15 +12,15 @@ using inventory::Inventory;
 void EmsMgr_IImpl::getAllTopLevelTopologicalLinks(CORBA::ULong howMany,
                                                   topologicalLink::TopologicalLinkList_T_out list,
                                                   topologicalLink::TopologicalLinkIterator_I_out iterator) {
-    iterator =
-        managers::giveRows<managers::LinkLists>(howMany, list, [](Inventory& in) { return in.links(); });
+    iterator = managers::giveRows<managers::LinkLists>(howMany, list,
+                                                       [](Inventory& in) { return in.topLevelLinks(); });
 }
 
 void EmsMgr_IImpl::getAllTopLevelTopologicalLinkNames(CORBA::ULong howMany,
                                                       globaldefs::NamingAttributesList_T_out list,
                                                       globaldefs::NamingAttributesIterator_I_out iterator) {
-    iterator = managers::giveNames<inventory::TopologicalLink>(howMany, list,
-                                                               [](Inventory& in) { return in.links(); });
+    iterator = managers::giveNames<inventory::TopologicalLink>(
+        howMany, list, [](Inventory& in) { return in.topLevelLinks(); });
 }
 
 void EmsMgr_IImpl::getTopLevelTopologicalLink(const globaldefs::NamingAttributes_T& name,

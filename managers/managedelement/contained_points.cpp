@@ -31,17 +31,12 @@ auto currentPointsIn(const NamingAttributes_T& tp, const LayerRateList_T& rates)
     };
 }
 
-/// Everything of a list that is short by its nature, in one answer.
-template <class Sequence, class Convert>
-Sequence* pointsAround(const NamingAttributes_T& tp, Convert convert) {
+/// What is around a termination point, in one answer: `append` puts the rows into the list.
+template <class Sequence, class Append>
+Sequence* pointsAround(const NamingAttributes_T& tp, Append append) {
     return managers::withInventory([&](const std::shared_ptr<Inventory>& in) {
-        const auto rows =
-            in->read<inventory::TerminationPoint>(in->tpsAround(managers::findRow<TpName>(*in, tp).id));
         auto list = std::make_unique<Sequence>();
-        list->length(static_cast<CORBA::ULong>(rows.size()));
-        CORBA::ULong at = 0;
-        for (const inventory::TerminationPoint& row : rows)
-            convert(row, (*list)[at++]);
+        append(*in, in->tpsAround(managers::findRow<TpName>(*in, tp).id), *list);
         return list.release();
     });
 }
@@ -97,17 +92,16 @@ void ManagedElementMgr_I::getContainedCurrentTPNames(const NamingAttributes_T& t
 void ManagedElementMgr_I::getContainingTPs(const NamingAttributes_T& tp,
                                            terminationPoint::TerminationPointList_T_out list) {
     list = pointsAround<terminationPoint::TerminationPointList_T>(
-        tp, [](const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point) {
-            managers::toIdl(row, point);
+        tp, [](auto& in, const auto& ids, auto& points) {
+            managers::appendAll<inventory::TerminationPoint>(in, ids, points);
         });
 }
 
 void ManagedElementMgr_I::getContainingTPNames(const NamingAttributes_T& tp,
                                                globaldefs::NamingAttributesList_T_out list) {
-    list = pointsAround<globaldefs::NamingAttributesList_T>(
-        tp, [](const inventory::TerminationPoint& row, NamingAttributes_T& name) {
-            managers::toIdl(inventory::nameOf(row), name);
-        });
+    list = pointsAround<globaldefs::NamingAttributesList_T>(tp, [](auto& in, const auto& ids, auto& names) {
+        managers::appendNames<inventory::TerminationPoint>(in, ids, names);
+    });
 }
 
 }  // namespace kelp::managedelement

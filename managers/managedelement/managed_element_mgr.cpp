@@ -57,6 +57,16 @@ void ManagedElementMgr_I::getManagedElement(const globaldefs::NamingAttributes_T
     element = managers::getObject<inventory::ManagedElementName, managedElement::ManagedElement_T>(name);
 }
 
+void ManagedElementMgr_I::getContainingSubnetworkNames(const globaldefs::NamingAttributes_T& element,
+                                                       globaldefs::NamingAttributesList_T_out names) {
+    names = withInventory([&](const std::shared_ptr<Inventory>& in) {
+        const std::int64_t id = managers::findRow<inventory::ManagedElementName>(*in, element).id;
+        auto list = std::make_unique<globaldefs::NamingAttributesList_T>();
+        managers::appendNames<inventory::Subnetwork>(*in, in->subnetworksOf(id), *list);
+        return list.release();
+    });
+}
+
 void ManagedElementMgr_I::getTP(const globaldefs::NamingAttributes_T& name,
                                 terminationPoint::TerminationPoint_T_out point) {
     point = managers::getObject<inventory::TpName, terminationPoint::TerminationPoint_T>(name);

@@ -3,6 +3,7 @@
 #include "managed_element_mgr.h"
 
 #include "common/find_object.h"
+#include "common/port_filter.h"
 #include "common/row_lists.h"
 
 namespace kelp::managedelement {
@@ -11,7 +12,6 @@ namespace {
 
 using globaldefs::NamingAttributes_T;
 using inventory::Inventory;
-using inventory::PortFilter;
 using transmissionParameters::LayerRateList_T;
 
 /// Which ports an operation gives. Since level 3.0 getAllPTPs answers with the floating ones too.
@@ -21,9 +21,7 @@ enum class Ports { All, Physical, Floating };
 /// others.
 auto portsOf(const NamingAttributes_T& element, const LayerRateList_T& rates,
              const LayerRateList_T& connectionRates, Ports which) {
-    PortFilter filter;
-    filter.layers = managers::layerRates(rates, "tpLayerRateList");
-    filter.connectableRates = managers::layerRates(connectionRates, "connectionLayerRateList");
+    inventory::PortFilter filter = managers::portFilter({rates, "tpLayerRateList"}, connectionRates);
     filter.withPtps = which != Ports::Floating;
     filter.withFtps = which != Ports::Physical;
     return [&element, filter](Inventory& in) {

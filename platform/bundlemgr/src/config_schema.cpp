@@ -234,7 +234,9 @@ std::vector<ConfigKey> serviceKeys() {
                 "of the loopback interface; callers then send the token that stands in the file admin.token "
                 "in the state directory."),
 
-        textsKey("bundles", "load", {"kelp_ems", "kelp_managedelement", "kelp_equipment", "mx_kelpcorba_env"},
+        textsKey("bundles", "load",
+                 {"kelp_ems", "kelp_managedelement", "kelp_equipment", "kelp_multilayersubnetwork",
+                  "mx_kelpcorba_env"},
                  {}, restart,
                  "Bundles in the order of their start, stopped in reverse; the agent (mx_kelpcorba_env) "
                  "last, since it takes the managers that others have entered before it."),

@@ -20,10 +20,18 @@ using NS_BUNDLEMGR1::ConfigStore;
 class EmsMgrTest : public testing::Test {
   protected:
     EmsMgrTest() : servant_(new EmsMgr_IImpl), owner_(servant_) {
+        configure("");
         const PortableServer::ObjectId_var id = orb_.root()->activate_object(servant_);
         const CORBA::Object_var object = orb_.root()->id_to_reference(id.in());
         const CORBA::Object_var remote = orb_.overTheWire(object.in());
         ems_ = emsMgr::EMSMgr_I::_unchecked_narrow(remote.in());
+    }
+
+    void configure(const std::string& more) {
+        const std::string inventory = (folder_.path() / "inventory.db").string();
+        ASSERT_TRUE(ConfigStore::instance()
+                        .loadText("[inventory]\ndatabase = \"" + inventory + "\"\n" + more, "test")
+                        .empty());
     }
 
     std::map<std::string, std::string> capabilities() {
@@ -45,6 +53,7 @@ class EmsMgrTest : public testing::Test {
         }
     }
 
+    const test::TemporaryDirectory folder_;
     test::RunningOrb orb_;
     EmsMgr_IImpl* servant_;
     PortableServer::ServantBase_var owner_;
@@ -52,7 +61,7 @@ class EmsMgrTest : public testing::Test {
 };
 
 TEST_F(EmsMgrTest, EmsIsDescribedByTheConfiguration) {
-    ASSERT_TRUE(ConfigStore::instance().loadText("[ems]\nname = \"Acme/North\"\n", "test").empty());
+    configure("[ems]\nname = \"Acme/North\"\n");
     emsMgr::EMS_T_var ems;
     ems_->getEMS(ems.out());
     ASSERT_EQ(ems->name.length(), 1u);
@@ -80,12 +89,6 @@ TEST_F(EmsMgrTest, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
     globaldefs::NVSList_T changedInfo;
     const std::map<std::string, std::function<void()>> calls = {
         {"common::Common_I::setAdditionalInfo", [&] { ems_->setAdditionalInfo(name, changedInfo); }},
-        {"emsMgr::EMSMgr_I::getAllTopLevelSubnetworks",
-         [&] {
-             multiLayerSubnetwork::SubnetworkList_T_var list;
-             multiLayerSubnetwork::SubnetworkIterator_I_var iterator;
-             ems_->getAllTopLevelSubnetworks(10, list.out(), iterator.out());
-         }},
         {"emsMgr::EMSMgr_I::getAllEMSAndMEActiveAlarms",
          [&] {
              notifications::EventList_T_var events;

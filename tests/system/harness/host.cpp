@@ -17,7 +17,8 @@ constexpr const char* kReadyLine = "===[CorbaAgentFacade::Init] Corba Agent is r
 constexpr const char* kMark = "KELP_TEST_HOST";
 
 constexpr const char* kAgentBundle = "mx_kelpcorba_env";
-constexpr const char* kManagerBundles[] = {"kelp_ems", "kelp_managedelement", "kelp_equipment"};
+constexpr const char* kManagerBundles[] = {"kelp_ems", "kelp_managedelement", "kelp_equipment",
+                                           "kelp_multilayersubnetwork"};
 
 }  // namespace
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <kelp/inventory/inventory.h>
+
+#include <mtnm/transmissionParameters.h>
+
+namespace kelp::managers {
+
+/// A list of layer rates and the name of the operation's parameter that it came in.
+struct RatesGiven {
+    const transmissionParameters::LayerRateList_T& rates;
+    const char* parameter;
+};
+
+/// The ports that have one of the rates and can be connected at one of the connection rates (the parameter
+/// "connectionLayerRateList"); an empty list stands for any. Refuses a number that is no layer rate.
+inventory::PortFilter portFilter(const RatesGiven& rates,
+                                 const transmissionParameters::LayerRateList_T& connectionRates);
+
+}  // namespace kelp::managers

@@ -1,0 +1,26 @@
+#include "ems_attributes.h"
+
+#include "common/inventory_access.h"
+
+namespace kelp::ems {
+
+inventory::EmsAttributes KnownEmsAttributes::get() {
+    const std::lock_guard guard(mutex_);
+    const auto now = std::chrono::steady_clock::now();
+    if (!read_ || now - *read_ >= std::chrono::seconds(1)) {
+        read_ = now;
+        try {
+            known_ = inventory::sharedInventory()->ems();
+        } catch (const inventory::InventoryFailure& failure) {
+            managers::traceFailure(failure);
+        }
+    }
+    return known_;
+}
+
+void KnownEmsAttributes::forget() {
+    const std::lock_guard guard(mutex_);
+    read_.reset();
+}
+
+}  // namespace kelp::ems

@@ -2,12 +2,12 @@
 
 #include "harness/host.h"
 #include "harness/nms_process.h"
+#include "harness/process_memory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <list>
 #include <thread>
 
@@ -29,16 +29,6 @@ constexpr const char* kRate = "1000";
 constexpr double kMostMemoryMib = 150;
 #endif
 constexpr std::chrono::minutes kLongPatience{4};
-
-double residentMib(pid_t process) {
-    std::ifstream in("/proc/" + std::to_string(process) + "/status");
-    for (std::string word; in >> word;) {
-        double kib = 0;
-        if (word == "VmRSS:" && in >> kib)
-            return kib / 1024;
-    }
-    return 0;
-}
 
 class StormTest : public testing::Test {
   protected:

@@ -96,11 +96,13 @@ class NmsProcess {
     /// Connects to the event channel and disconnects, once a second, until the process ends.
     void beRestless(int nms);
 
+    /// The answer to a command line of any other kind.
+    std::string ask(const std::string& line);
+
     ChildProcess& process() { return process_; }
 
   private:
     NmsProcess(const Host& host, const std::string& factoryReference, const std::vector<std::string>& ports);
-    std::string ask(const std::string& line);
     std::string readLine(std::chrono::milliseconds deadline);
 
     ChildProcess process_;

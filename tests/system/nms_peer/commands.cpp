@@ -221,6 +221,9 @@ std::string Commands::carryOut(const std::string& line) {
         nms(number()).followed().reset();
     } else if (command == "follows") {
         return textOf(followed(number()));
+    } else if (command == "list") {
+        ElementLists& lists = nms(number()).lists();
+        return lists.carryOut(orb_.in(), in);
     } else if (command == "restless") {
         PeerNms& one = nms(number());
         one.restless() = std::make_unique<Restless>(one.session(), poa_.in());

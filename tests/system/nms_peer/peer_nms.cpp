@@ -121,12 +121,23 @@ void PeerNms::logIn(emsSessionFactory::EmsSessionFactory_I_ptr factory, const st
         throw std::runtime_error("the EMS answered with a nil session");
     session_ = session;
     callback_.associate(session_.in());
+    if (lists_ != nullptr)
+        lists_->use(session_.in());
 }
 
 emsSession::EmsSession_I_ptr PeerNms::session() const {
     if (CORBA::is_nil(session_.in()))
         throw std::runtime_error("this NMS has not logged in");
     return session_.in();
+}
+
+ElementLists& PeerNms::lists() {
+    if (lists_ == nullptr) {
+        auto lists = std::make_unique<ElementLists>();
+        lists->use(session());
+        lists_ = std::move(lists);
+    }
+    return *lists_;
 }
 
 }  // namespace kelp::test

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "nms_peer/element_lists.h"
 #include "nms_peer/follower.h"
 
 #include <kelp/nms/listener.h>
@@ -88,6 +89,8 @@ class PeerNms {
     std::unique_ptr<Chatter>& chatter() { return chatter_; }
     std::unique_ptr<Follower>& followed() { return followed_; }
     std::unique_ptr<Restless>& restless() { return restless_; }
+    /// Throws when it never logged in.
+    ElementLists& lists();
 
   private:
     CORBA::ORB_var orb_;
@@ -98,6 +101,7 @@ class PeerNms {
     std::unique_ptr<Chatter> chatter_;
     std::unique_ptr<Follower> followed_;
     std::unique_ptr<Restless> restless_;
+    std::unique_ptr<ElementLists> lists_;
 };
 
 }  // namespace kelp::test

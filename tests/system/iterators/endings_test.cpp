@@ -1,0 +1,85 @@
+// What is left of iterators when their sessions have ended.
+
+#include "harness/process_memory.h"
+#include "iterators_fixture.h"
+
+#include <vector>
+
+namespace kelp::test {
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double kMostGrowthMib = 400;  // what is freed is kept back for a while
+#else
+constexpr double kMostGrowthMib = 6;
+#endif
+
+class Endings : public IteratorsFixture {};
+
+TEST_F(Endings, AKilledNmsLeavesNoIterator) {
+    constexpr int kKnown = 10;
+    limit(100000, 100000);
+    startWithElements(500);
+    NmsProcess alice(host_);
+    alice.logIn(0, "alice");
+    NmsLists watching(alice, 0);
+    NmsProcess bob(host_);
+    bob.logIn(0, "bob");
+    NmsLists walking(bob, 0);
+    std::vector<std::string> references;
+    for (int i = 0; i < kKnown; ++i) {
+        const int iterator = walking.ask(10).iterator;
+        EXPECT_TRUE(walking.next(iterator, 20).isMore);
+        references.push_back(walking.reference(iterator));
+    }
+    walking.startMixture();
+    ASSERT_TRUE(eventually([&] { return walking.mixture().served > 200; }));
+    for (const std::string& each : references)
+        ASSERT_EQ(watching.outcomeByReference(each), "open");
+
+    bob.process().kill();
+    EXPECT_TRUE(host_.log().waitFor(
+        "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy "
+        "associated emsSession resource,user<bob>"));
+    for (const std::string& each : references)
+        EXPECT_TRUE(eventually([&] { return watching.outcomeByReference(each) == "closed"; }));
+    expectNoneOpen(alice, 0);
+    EXPECT_EQ(host_.stop(), 0);
+}
+
+TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) {
+    constexpr int kSessions = 100, kEach = 100;
+    constexpr int kThreads = 2;
+    limit(kSessions * kEach, kSessions * kEach);  // none to spare
+    host_.set("session", "ping_interval_s", 3600);
+    startWithElements(50);
+    NmsProcess nms(host_, kSessions);
+    const pid_t host = host_.process().pid();
+
+    /// All are opened, and their sessions ended. Resident memory with all open, and afterwards.
+    const auto openAndEnd = [&](int round) {
+        nms.logInAll(kSessions, "alice");
+        for (int i = 0; i < kSessions; ++i) {
+            const NmsLists::Openings openings = NmsLists(nms, i).openMany(kThreads, kEach / kThreads);
+            EXPECT_EQ(openings.opened, kEach) << "session " << i << " in round " << round;
+        }
+        EXPECT_EQ(NmsLists(nms, 0).probe().open, kEach);
+        EXPECT_EQ(NmsLists(nms, 0).openMany(1, 1).refused, 1);
+        const double whileOpen = residentMib(host);
+        nms.endAll();
+        EXPECT_TRUE(eventually([&] { return !nms.hasSession(0) && !nms.hasSession(kSessions - 1); }));
+        for (int i = 0; i < kSessions; ++i)
+            EXPECT_TRUE(eventually([&] { return NmsLists(nms, i).probe().open == 0; })) << "session " << i;
+        return std::pair(whileOpen, residentMib(host));
+    };
+    const auto [firstOpen, firstEnd] = openAndEnd(1);
+    const auto [secondOpen, secondEnd] = openAndEnd(2);
+    EXPECT_LT(secondOpen, firstOpen + kMostGrowthMib);
+    EXPECT_LT(secondEnd, firstEnd + kMostGrowthMib);
+    RecordProperty("resident_mib", std::to_string(firstOpen) + " " + std::to_string(firstEnd) + " " +
+                                       std::to_string(secondOpen) + " " + std::to_string(secondEnd));
+    EXPECT_EQ(host_.stop(), 0);
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -1,0 +1,83 @@
+// Lists read to their end, and given up.
+
+#include "iterators_fixture.h"
+
+#include <cstdint>
+#include <limits>
+
+namespace kelp::test {
+namespace {
+
+constexpr int kElements = 37;
+constexpr std::uint32_t kAll = std::numeric_limits<std::uint32_t>::max();
+constexpr const char* kGone = "closed closed closed";
+
+class Walks : public IteratorsFixture {
+  protected:
+    void start() {
+        startWithElements(kElements);
+        nms_.emplace(host_);
+        nms_->logIn(0, "alice");
+        lists_.emplace(*nms_, 0);
+    }
+    void expectWhole(std::uint32_t howMany, int largestBatch, const std::string& afterwards) {
+        const NmsLists::Walk walk = lists_->walk(howMany);
+        EXPECT_EQ(walk.entries, kElements) << howMany;
+        EXPECT_EQ(walk.different, kElements) << howMany;
+        EXPECT_EQ(walk.largestBatch, largestBatch) << howMany;
+        EXPECT_EQ(walk.afterwards, afterwards) << howMany;
+    }
+
+    std::optional<NmsProcess> nms_;
+    std::optional<NmsLists> lists_;
+};
+
+TEST_F(Walks, GiveEveryElementOnceHoweverManyAreAskedFor) {
+    start();
+    for (const int howMany : {1, 5, kElements - 1})
+        expectWhole(static_cast<std::uint32_t>(howMany), howMany, "closed");
+    for (const std::uint32_t howMany : {std::uint32_t{kElements}, kElements + 1u, kAll})
+        expectWhole(howMany, kElements, "none");
+    expectNoneOpen(*nms_, 0);
+    EXPECT_EQ(host_.stop(), 0);
+}
+
+TEST_F(Walks, GiveNoMoreAtOnceThanIsConfigured) {
+    host_.set("iterator", "batch_max", 10);
+    start();
+    for (const std::uint32_t howMany : {std::uint32_t{kElements}, kAll})
+        expectWhole(howMany, 10, "closed");
+}
+
+TEST_F(Walks, GiveAllThroughTheIteratorWhenNoneAreAskedFor) {
+    start();
+    const NmsLists::Answer answer = lists_->ask(0);
+    EXPECT_EQ(answer.first, 0);
+    ASSERT_GE(answer.iterator, 0);
+    EXPECT_EQ(lists_->length(answer.iterator), kElements);
+    const NmsLists::Batch none = lists_->next(answer.iterator, 0);
+    EXPECT_EQ(none.entries, 0);
+    EXPECT_TRUE(none.isMore);
+    const NmsLists::Batch some = lists_->next(answer.iterator, 30);
+    EXPECT_EQ(some.entries, 30);
+    EXPECT_TRUE(some.isMore);
+    EXPECT_EQ(lists_->length(answer.iterator), kElements) << "as it was at the start";
+    const NmsLists::Batch last = lists_->next(answer.iterator, kAll);
+    EXPECT_EQ(last.entries, kElements - 30);
+    EXPECT_FALSE(last.isMore);
+    EXPECT_EQ(lists_->outcomes(answer.iterator), kGone);
+}
+
+TEST_F(Walks, AreOverForGoodWhenTheNmsDestroysTheIterator) {
+    start();
+    const NmsLists::Answer answer = lists_->ask(3);
+    EXPECT_EQ(answer.first, 3);
+    EXPECT_EQ(lists_->length(answer.iterator), kElements - 3);
+    EXPECT_EQ(lists_->next(answer.iterator, 3).entries, 3);
+    lists_->destroy(answer.iterator);
+    EXPECT_EQ(lists_->outcomes(answer.iterator), kGone);
+    expectNoneOpen(*nms_, 0);
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -165,7 +165,7 @@ std::vector<ConfigKey> serviceKeys() {
             "EXCPT_TOO_MANY_OPEN_ITERATORS. At or below soft_limit old ones are never closed for new ones."),
         integerKey("iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
                    "Most entries of one batch, whatever an NMS asks for; its encoded size stays below 1 MiB "
-                   "besides. Has no effect in this version."),
+                   "besides."),
 
         textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
                  "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "

@@ -66,9 +66,9 @@ NmsLists::Walk NmsLists::walk(std::uint32_t howMany) {
     return walk;
 }
 
-NmsLists::Openings NmsLists::openMany(int threads, int each) {
+NmsLists::Openings NmsLists::openMany(int threads, int each, bool isWatched) {
     Openings openings;
-    parse(tell("open", threads, each), openings.opened, openings.refused, openings.failed,
+    parse(tell("open", threads, each, isWatched), openings.opened, openings.refused, openings.failed,
           openings.openAtOnce);
     return openings;
 }

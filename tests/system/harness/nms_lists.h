@@ -44,14 +44,15 @@ class NmsLists {
     };
     Walk walk(std::uint32_t howMany);
 
-    /// Asks for the list from many threads, so often from each, and destroys no iterator.
+    /// Asks for the list from many threads, so often from each, and destroys no iterator. Another thread
+    /// looks on, if that is wanted.
     struct Openings {
         int opened = 0;
         int refused = 0;     ///< with EXCPT_TOO_MANY_OPEN_ITERATORS
         int failed = 0;      ///< in any other way
-        int openAtOnce = 0;  ///< so many at least were open at some moment
+        int openAtOnce = 0;  ///< so many at least were open at some moment; only when somebody looks on
     };
-    Openings openMany(int threads, int each);
+    Openings openMany(int threads, int each, bool isWatched = false);
     /// Calls every iterator.
     struct Probe {
         int open = 0;

@@ -68,7 +68,7 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
         const double whileOpen = residentMib(host);
         nms.endAll();
         EXPECT_TRUE(eventually([&] { return !nms.hasSession(0) && !nms.hasSession(kSessions - 1); }));
-        for (int i = 0; i < kSessions; ++i)
+        for (int i = 0; i < kSessions; i += 10)
             EXPECT_TRUE(eventually([&] { return NmsLists(nms, i).probe().open == 0; })) << "session " << i;
         return std::pair(whileOpen, residentMib(host));
     };
@@ -76,6 +76,8 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
     const auto [secondOpen, secondEnd] = openAndEnd(2);
     EXPECT_LT(secondOpen, firstOpen + kMostGrowthMib);
     EXPECT_LT(secondEnd, firstEnd + kMostGrowthMib);
+    nms.logIn(0, "bob");
+    expectNoneOpen(nms, 0);
     RecordProperty("resident_mib", std::to_string(firstOpen) + " " + std::to_string(firstEnd) + " " +
                                        std::to_string(secondOpen) + " " + std::to_string(secondEnd));
     EXPECT_EQ(host_.stop(), 0);

@@ -56,10 +56,10 @@ TEST_F(Limits, AboveTheSoftOneTheOldestIsClosed) {
 }
 
 TEST_F(Limits, NeverAreMoreOpenThanTheSoftOneAndOneHoweverManyThreadsOpenThem) {
-    constexpr int kSoft = 8, kEach = 60;
+    constexpr int kSoft = 30, kEach = 100;
     start(kSoft, 1000);
     bob_->startChatter(0);
-    const NmsLists::Openings openings = greedy_->openMany(kThreads, kEach);
+    const NmsLists::Openings openings = greedy_->openMany(kThreads, kEach, true);
     EXPECT_EQ(openings.opened, kThreads * kEach);
     EXPECT_GT(openings.openAtOnce, 0);
     EXPECT_LE(openings.openAtOnce, kSoft + 1);

@@ -45,10 +45,21 @@ std::string outcomes(NamingAttributesIterator_I_ptr iterator) {
            outcome([&] { iterator->destroy(); });
 }
 
-int openAmong(const std::vector<NamingAttributesIterator_I_var>& iterators) {
-    return static_cast<int>(std::count_if(
-        iterators.begin(), iterators.end(),
-        [](const NamingAttributesIterator_I_var& each) { return outcome(each.in()) == "open"; }));
+struct OpenOnes {
+    int count = 0;
+    std::size_t oldest = 0;  ///< index; the size when there is none
+};
+
+/// Calls them, the youngest first.
+OpenOnes openAmong(const std::vector<NamingAttributesIterator_I_var>& iterators) {
+    OpenOnes open{0, iterators.size()};
+    for (std::size_t i = iterators.size(); i-- > 0;) {
+        if (outcome(iterators[i].in()) == "open") {
+            ++open.count;
+            open.oldest = i;
+        }
+    }
+    return open;
 }
 
 std::string nextBatch(NamingAttributesIterator_I_ptr iterator, CORBA::ULong howMany) {
@@ -79,7 +90,8 @@ std::string ElementLists::carryOut(CORBA::ORB_ptr orb, std::istream& words) {
         return askOnce(number());
     if (command == "open") {
         const auto threads = static_cast<int>(number());
-        return openMany(threads, static_cast<int>(number()));
+        const auto each = static_cast<int>(number());
+        return openMany(threads, each, number() != 0);
     }
     if (command == "probe")
         return probe();
@@ -130,7 +142,7 @@ std::string ElementLists::askOnce(CORBA::ULong howMany) {
     return std::to_string(first.size()) + " " + iterator;
 }
 
-std::string ElementLists::openMany(int threads, int each) {
+std::string ElementLists::openMany(int threads, int each, bool isWatched) {
     std::atomic<int> running{threads}, opened{0}, refused{0}, failed{0};
     std::vector<std::thread> openers;
     for (int thread = 0; thread < threads; ++thread)
@@ -150,8 +162,8 @@ std::string ElementLists::openMany(int threads, int each) {
         });
     // those that are open now were all open when the last of them had been opened
     int most = 0;
-    while (running > 0)
-        most = std::max(most, openAmong(latest(kLookedAt)));
+    while (isWatched && running > 0)
+        most = std::max(most, openAmong(latest(kLookedAt)).count);
     for (std::thread& opener : openers)
         opener.join();
     return std::to_string(opened) + " " + std::to_string(refused) + " " + std::to_string(failed) + " " +
@@ -159,10 +171,8 @@ std::string ElementLists::openMany(int threads, int each) {
 }
 
 std::string ElementLists::probe() {
-    const std::vector<Iterator_var> all = latest(std::numeric_limits<std::size_t>::max());
-    const auto firstOpen = std::find_if(
-        all.begin(), all.end(), [](const Iterator_var& each) { return outcome(each.in()) == "open"; });
-    return std::to_string(openAmong(all)) + " " + std::to_string(firstOpen - all.begin());
+    const OpenOnes open = openAmong(latest(std::numeric_limits<std::size_t>::max()));
+    return std::to_string(open.count) + " " + std::to_string(open.oldest);
 }
 
 ElementLists::Walk ElementLists::readAll(CORBA::ULong howMany) {

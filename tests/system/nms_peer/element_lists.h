@@ -31,7 +31,7 @@ class ElementLists {
     /// The names that came first, and the iterator for the rest; nil when there is none.
     Iterator_var ask(CORBA::ULong howMany, std::vector<std::string>& names);
     std::string askOnce(CORBA::ULong howMany);
-    std::string openMany(int threads, int each);
+    std::string openMany(int threads, int each, bool isWatched);
     std::string probe();
     struct Walk {
         std::vector<std::string> names;

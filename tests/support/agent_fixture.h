@@ -53,7 +53,7 @@ struct AgentOptions {
     int lockoutS = 300;
     int iteratorSoftLimit = 200;
     int iteratorHardLimit = 1000;
-    std::string inventory;  ///< database of the inventory
+    std::string inventory{};  ///< database of the inventory
 
     AgentOptions with(int strategy, bool pings) const {
         AgentOptions changed = *this;

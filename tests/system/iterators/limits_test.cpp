@@ -73,6 +73,10 @@ struct HardAtOrBelowSoft {
     int hard;
 };
 
+void PrintTo(const HardAtOrBelowSoft& limits, std::ostream* out) {
+    *out << "soft " << limits.soft << ", hard " << limits.hard;
+}
+
 class HardLimits : public Limits, public testing::WithParamInterface<HardAtOrBelowSoft> {};
 
 TEST_P(HardLimits, RefuseFurtherIteratorsWhileAllElseGoesOn) {

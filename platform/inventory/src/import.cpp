@@ -1,4 +1,5 @@
 #include <kelp/inventory/transfer.h>
+#include <kelp/util/trace_log.h>
 
 #include <algorithm>
 #include <memory>
@@ -168,8 +169,9 @@ ImportResult importInto(Connection& connection, const std::filesystem::path& dat
 }  // namespace
 
 std::string ImportProblem::text() const {
-    return file + (line == 0 ? "" : ":" + std::to_string(line)) + ": " + (key.empty() ? "" : key + ": ") +
-           what;
+    // keys are the file's, and so is what of it is shown
+    return util::escaped(file + (line == 0 ? "" : ":" + std::to_string(line)) + ": " +
+                         (key.empty() ? "" : key + ": ") + what);
 }
 
 ImportResult importInventory(const std::filesystem::path& database, const std::filesystem::path& source,

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "csv_text.h"
+#include "json_text.h"
 #include "table.h"
 
 namespace kelp::inventory {
@@ -62,16 +63,22 @@ std::string allKinds() {
 }
 
 /// A cell's list as JSON: it is that already, or layer rates with blanks between them.
-Json listOf(const std::string& cell) {
+void takeList(const std::string& cell, CellValue& room) {
     if (!cell.empty() && (cell.front() == '[' || cell.front() == '{')) {
-        Json list = Json::parse(cell, nullptr, false);
-        return list.is_discarded() ? Json(cell) : list;
+        try {
+            JsonText text = parsedJson(cell);
+            room.value = std::move(text.value);
+            if (!text.repeated.empty())
+                room.problem = repetitionText(text.repeated, 0);
+        } catch (const nlohmann::detail::exception&) {
+            room.value = cell;  // which is no list
+        }
+        return;
     }
-    Json list = Json::array();
+    room.value = Json::array();
     std::istringstream words(cell);
     for (std::string word; words >> word;)
-        list.push_back(word);
-    return list;
+        room.value.push_back(word);
 }
 
 /// The place in the line where the parser stopped, and why, without its own headline.
@@ -91,18 +98,24 @@ class JsonLines final : public RecordSource {
             return Got::End;
         if (!lines_.isCut() && line_.find_first_not_of(" \t\r") == std::string::npos)
             return Got::Nothing;
-        const std::string problem = lines_.isCut() ? "the line is too long" : parse(record);
+        std::vector<std::string> repeated;
+        std::string problem = lines_.isCut() ? "the line is too long" : parse(record, repeated);
+        if (problem.empty() && !repeated.empty())
+            problem = repetitionText(repeated, 1);
         if (!problem.empty()) {
-            problems.add(record.place.line, "", problem);
+            problems.add(record.place.line, repeated.empty() ? "" : repeated.front(), problem);
             return Got::Nothing;
         }
         return areKeysKnown(record, problems) ? Got::Record : Got::Nothing;
     }
 
   private:
-    std::string parse(Record& record) {
+    /// What is wrong with the line as a whole.
+    std::string parse(Record& record, std::vector<std::string>& repeated) {
         try {
-            record.object = Json::parse(line_);
+            JsonText text = parsedJson(line_);
+            record.object = std::move(text.value);
+            repeated = std::move(text.repeated);
         } catch (const nlohmann::detail::exception& failure) {
             return reasonOf(failure);
         }
@@ -206,7 +219,7 @@ const std::vector<std::string>& keysOf(ObjectKind kind) {
     return keys[static_cast<std::size_t>(kind)];
 }
 
-const Json* Record::find(const std::string& key, CellForm form, Json& room) const {
+const Json* Record::find(const std::string& key, CellForm form, CellValue& room) const {
     if (columns == nullptr) {
         const auto found = object.find(key);
         return found == object.end() || found->is_null() ? nullptr : &*found;
@@ -218,12 +231,12 @@ const Json* Record::find(const std::string& key, CellForm form, Json& room) cons
     if (cell.empty() && (form == CellForm::Word || form == CellForm::Flag))
         return nullptr;
     if (form == CellForm::List)
-        room = listOf(cell);
+        takeList(cell, room);
     else if (form == CellForm::Flag && (cell == "true" || cell == "false"))
-        room = cell == "true";
+        room.value = cell == "true";
     else
-        room = cell;
-    return &room;
+        room.value = cell;
+    return &room.value;
 }
 
 std::unique_ptr<RecordSource> jsonLinesSource(const std::filesystem::path& file) {

@@ -19,6 +19,12 @@ using CsvColumns = std::unordered_map<std::string, std::size_t>;
 /// The key of the subnetworks that an element is in.
 inline constexpr const char* kSubnetworksKey = "subnetworks";
 
+/// Room for the value that a cell is made into.
+struct CellValue {
+    Json value;
+    std::string problem;  ///< why it is none, whatever `value` says; empty: nothing is wrong
+};
+
 /// One object as a file gives it.
 struct Record {
     ObjectKind kind = ObjectKind::ManagedElement;
@@ -27,9 +33,8 @@ struct Record {
     const CsvColumns* columns = nullptr;  ///< of CSV
     std::vector<std::string> cells;
 
-    /// The value of a key or column; null when it is not given. `room` is for a value that a cell is made
-    /// into.
-    const Json* find(const std::string& key, CellForm form, Json& room) const;
+    /// The value of a key or column; null when it is not given.
+    const Json* find(const std::string& key, CellForm form, CellValue& room) const;
 };
 
 /// Objects out of one file. Throws InventoryFailure when it cannot be read.

@@ -17,7 +17,7 @@ enum class Need { Must, May };
 /// The value of a name component. One that may be missing and is gives an empty text.
 bool takeComponent(const Record& record, const std::string& key, Rule problemOf, Need need,
                    std::string& value, Problems& problems) {
-    Json room;
+    CellValue room;
     const Json* const found = record.find(key, CellForm::Text, room);
     value.clear();
     std::string problem = found == nullptr ? "" : assign(*found, value);
@@ -55,9 +55,9 @@ bool takeTp(const Record& record, const std::string& prefix, TpName& name, Probl
 }
 
 bool takeSubnetworks(const Record& record, std::vector<std::string>& names, Problems& problems) {
-    Json room;
+    CellValue room;
     const Json* const found = record.find(kSubnetworksKey, CellForm::List, room);
-    std::string problem = found == nullptr ? "" : assign(*found, names);
+    std::string problem = found == nullptr ? "" : assign(*found, names);  // no object, so no key twice
     std::set<std::string> before;
     for (const std::string& name : names) {
         if (problem.empty())

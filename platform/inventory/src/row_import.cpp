@@ -44,7 +44,7 @@ std::pair<const char*, std::string> problemOf(const EmsAttributes&) {
 /// Values that a new row has unless its record tells others.
 template <class Row>
 void setDefaults(const Record& record, Row& row) {
-    Json room;
+    CellValue room;
     if constexpr (!std::is_same_v<Row, EmsAttributes>) {
         if (record.find("nativeEMSName", CellForm::Text, room) == nullptr)
             row.nativeEMSName = ownName(row);
@@ -95,7 +95,7 @@ RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing)
         return Outcome::RefersToMissing;
     }
     if constexpr (std::is_same_v<Row, ManagedElement>) {
-        Json room;
+        CellValue room;
         // an update that names no subnetworks leaves the element in those that it is in
         if (record.find(kSubnetworksKey, CellForm::List, room) == nullptr)
             identity.references.subnetworks.reset();
@@ -139,11 +139,12 @@ template <class Row>
 bool RowImport::takeAttributes(const Record& record, Row& row, Whether whether) {
     const std::uint64_t before = problems_.count();
     Table<Row>::visit(row, [&](const char* key, auto& value) {
-        Json room;
+        CellValue room;
         const Json* const given = record.find(key, cellFormOf<std::decay_t<decltype(value)>>(), room);
         if (given == nullptr)
             return;
-        if (const std::string problem = assign(*given, value); !problem.empty())
+        const std::string problem = room.problem.empty() ? assign(*given, value) : room.problem;
+        if (!problem.empty())
             problems_.add(record.place.line, key, problem);
     });
     if (whether == Whether::New)

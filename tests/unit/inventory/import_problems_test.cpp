@@ -37,6 +37,11 @@ TEST_F(ImportProblems, NameFileLineAndKey) {
               "network.jsonl:17: colour: is no key of this kind of object");
 }
 
+TEST_F(ImportProblems, AreToldInOneLineWhateverTheFileHolds) {
+    EXPECT_EQ(problemOfElement(R"("a\u001b[31m\n":"red")"),
+              R"(network.jsonl:17: a\x1B[31m\n: is no key of this kind of object)");
+}
+
 TEST_F(ImportProblems, BadLinesAreTold) {
     EXPECT_THAT(problemOf("{\"object\":"), StartsWith("network.jsonl:17: is no JSON: "));
     EXPECT_EQ(problemOf("[1]"), "network.jsonl:17: is no JSON object");
@@ -70,6 +75,29 @@ TEST_F(ImportProblems, BadValuesAreTold) {
                 HasSubstr("transmissionParams: must name a layer rate"));
     EXPECT_THAT(problemOf(R"({"object":"ManagedElement","ManagedElement":"C"})"),
                 HasSubstr("productName: must not be empty"));
+}
+
+TEST_F(ImportProblems, AKeyThatStandsTwiceInOneObjectIsTold) {
+    EXPECT_EQ(problemOfElement(R"("owner":"a","owner":"b")"),
+              "network.jsonl:17: owner: this key is there twice");
+    EXPECT_THAT(problemOfElement(R"("owner":"a","own\u0065r":"a")"), HasSubstr("owner: this key is there"));
+    EXPECT_EQ(problemOf(R"({"object":"ManagedElement","object":"EMS"})"),
+              "network.jsonl:17: object: this key is there twice");
+    EXPECT_EQ(problemOfElement(R"("additionalInfo":{"a":"1","b":"1","a":"2"})"),
+              "network.jsonl:17: additionalInfo: a: this key is there twice");
+    EXPECT_EQ(problemOfPort(R"("transmissionParams":{"5":{"t":"x","t":"x"},"11":{}})"),
+              "network.jsonl:17: transmissionParams: 5: t: this key is there twice");
+    takeRight(
+        std::string(kSmallNetwork) +
+        R"({"object":"TerminationPoint","ManagedElement":"B","PTP":"p2","transmissionParams":{"5":{"t":"x"},"11":{"t":"x"}},"additionalInfo":{"t":"x"}})");
+}
+
+TEST_F(ImportProblems, AKeyThatStandsTwiceInACellIsTold) {
+    const ImportResult result = takeCsv("ManagedElement.csv",
+                                        "ManagedElement,productName,additionalInfo\n"
+                                        "A,P,\"{\"\"a\"\":\"\"1\"\",\"\"a\"\":\"\"2\"\"}\"\n");
+    ASSERT_THAT(result.problems, SizeIs(1));
+    EXPECT_EQ(result.problems[0].text(), "ManagedElement.csv:2: additionalInfo: a: this key is there twice");
 }
 
 TEST_F(ImportProblems, BadNamesAreTold) {

@@ -33,14 +33,10 @@ class DumpTest : public testing::Test {
         const Captured captured(told_);
         return task_->run(*session_);
     }
-    static std::string textOf(const std::filesystem::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
     /// Each record by its kind and the last component of its name.
     std::vector<std::string> recordsOf(const std::filesystem::path& path) const {
         std::vector<std::string> records;
-        std::istringstream lines(textOf(path));
+        std::istringstream lines(contentOf(path));
         for (std::string line; std::getline(lines, line);) {
             const ordered_json json = ordered_json::parse(line);
             records.push_back(json["object"].get<std::string>() + " " +
@@ -101,7 +97,7 @@ TEST_F(DumpTest, EmptyNetworkIsTheEmsAlone) {
 TEST_F(DumpTest, FailedOneIsKeptUpToAWholeElementAndGoneOnWith) {
     network_.addElements(4);
     ASSERT_TRUE(dump());
-    const std::string whole = textOf(file());
+    const std::string whole = contentOf(file());
     std::filesystem::remove(file());
 
     // the EMS fails in the middle of the third element's ports
@@ -114,7 +110,7 @@ TEST_F(DumpTest, FailedOneIsKeptUpToAWholeElementAndGoneOnWith) {
     EXPECT_THROW(dump(), nms::CallFailed);
     EXPECT_THAT(task_->cutShort(), HasSubstr("go on with --from \"NE-3\""));
     EXPECT_FALSE(std::filesystem::exists(file()));
-    const std::string kept = textOf(partial());
+    const std::string kept = contentOf(partial());
     const std::string resume = "{\"object\":\"Resume\",\"from\":\"NE-3\"}\n";
     ASSERT_THAT(kept, testing::EndsWith(resume));
     EXPECT_THAT(whole, testing::StartsWith(kept.substr(0, kept.size() - resume.size())));
@@ -123,22 +119,22 @@ TEST_F(DumpTest, FailedOneIsKeptUpToAWholeElementAndGoneOnWith) {
     network_.iterators.onNext = [](CORBA::ULong) {};
     options_.from = "NE-3";
     EXPECT_TRUE(dump()) << told_;
-    EXPECT_EQ(textOf(file()), whole) << "nothing is lost, nothing comes twice";
+    EXPECT_EQ(contentOf(file()), whole) << "nothing is lost, nothing comes twice";
     EXPECT_FALSE(std::filesystem::exists(partial()));
 }
 
 TEST_F(DumpTest, FailureWhileLinksAreReadIsGoneOnWithTheLastElement) {
     network_.addElements(3);
     ASSERT_TRUE(dump());
-    const std::string whole = textOf(file());
+    const std::string whole = contentOf(file());
     network_.onLinks = [] { throw refusal(globaldefs::EXCPT_INTERNAL_ERROR); };
     EXPECT_THROW(dump(), nms::ProcessingFailure);
     EXPECT_THAT(task_->cutShort(), HasSubstr("go on with --from \"NE-3\""));
-    EXPECT_EQ(textOf(file()), whole) << "the older one stays until there is a whole one";
+    EXPECT_EQ(contentOf(file()), whole) << "the older one stays until there is a whole one";
     network_.onLinks = [] {};
     options_.from = "NE-3";
     EXPECT_TRUE(dump());
-    EXPECT_EQ(textOf(file()), whole);
+    EXPECT_EQ(contentOf(file()), whole);
 }
 
 TEST_F(DumpTest, NothingIsKeptBeforeTheFirstElementIsReached) {
@@ -158,7 +154,7 @@ TEST_F(DumpTest, ElementToGoOnWithMustBeTheOneThatFollows) {
     };
     EXPECT_THROW(dump(), nms::ProcessingFailure);
     task_.reset();
-    const std::string kept = textOf(partial());
+    const std::string kept = contentOf(partial());
     options_.from = "NE-4";
     try {
         dump();
@@ -166,7 +162,7 @@ TEST_F(DumpTest, ElementToGoOnWithMustBeTheOneThatFollows) {
     } catch (const std::invalid_argument& problem) {
         EXPECT_THAT(problem.what(), HasSubstr("goes on with --from \"NE-3\""));
     }
-    EXPECT_EQ(textOf(partial()), kept);
+    EXPECT_EQ(contentOf(partial()), kept);
 }
 
 TEST_F(DumpTest, WhatIsKeptStaysWhenItCannotBeGoneOnWith) {
@@ -177,13 +173,13 @@ TEST_F(DumpTest, WhatIsKeptStaysWhenItCannotBeGoneOnWith) {
     };
     EXPECT_THROW(dump(), nms::ProcessingFailure);
     task_.reset();
-    const std::string kept = textOf(partial());
+    const std::string kept = contentOf(partial());
     const auto elements = network_.elements;
     network_.elements.erase(network_.elements.begin() + 1);
     options_.from = "NE-2";
     EXPECT_THROW(dump(), std::invalid_argument);
     task_.reset();
-    EXPECT_EQ(textOf(partial()), kept) << "what is there is not lost";
+    EXPECT_EQ(contentOf(partial()), kept) << "what is there is not lost";
 }
 
 TEST_F(DumpTest, ThereMustBeSomethingToGoOnWith) {
@@ -192,7 +188,7 @@ TEST_F(DumpTest, ThereMustBeSomethingToGoOnWith) {
     EXPECT_THROW(dump(), std::invalid_argument);
     std::ofstream(partial()) << "{\"object\":\"EMS\"}\n{\"object\":\"Mana";
     EXPECT_THROW(dump(), std::invalid_argument) << "a dump that was killed";
-    EXPECT_EQ(textOf(partial()), "{\"object\":\"EMS\"}\n{\"object\":\"Mana");
+    EXPECT_EQ(contentOf(partial()), "{\"object\":\"EMS\"}\n{\"object\":\"Mana");
 }
 
 TEST_F(DumpTest, InterruptDestroysTheIterator) {

@@ -47,6 +47,7 @@ ProcessingFailure::ProcessingFailure(const std::string& doing,
 
 CallFailed::CallFailed(const std::string& doing, const CORBA::Exception& raised)
     : NmsError(doing + ": " + orb::exceptionText(raised)),
-      isOfUnknownObject_(CORBA::OBJECT_NOT_EXIST::_downcast(&raised) != nullptr) {}
+      isOfUnknownObject_(CORBA::OBJECT_NOT_EXIST::_downcast(&raised) != nullptr ||
+                         CORBA::OBJ_ADAPTER::_downcast(&raised) != nullptr) {}
 
 }  // namespace kelp::nms

@@ -35,6 +35,7 @@ void ListCount::ended() {
 
 bool ListCount::maybeThere(const CORBA::SystemException& raised) {
     return CORBA::OBJECT_NOT_EXIST::_downcast(&raised) == nullptr &&
+           CORBA::OBJ_ADAPTER::_downcast(&raised) == nullptr &&
            CORBA::COMM_FAILURE::_downcast(&raised) == nullptr &&
            CORBA::TRANSIENT::_downcast(&raised) == nullptr && CORBA::TIMEOUT::_downcast(&raised) == nullptr;
 }

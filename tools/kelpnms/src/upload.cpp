@@ -20,10 +20,13 @@ std::shared_ptr<NetworkTask> taskFor(const Options& options, WalkProgress& progr
     return std::make_shared<NetworkLists>(options.command, options.lists, progress);
 }
 
+/// An EMS that is ending a session may still know it for a moment.
+constexpr std::chrono::milliseconds kTimeToEnd{1000};
+
 /// Whether a call failed because the EMS has ended the session: it answers, but knows it no longer.
 bool isEnded(NmsSession& session, const NmsError& failure) {
     const auto* call = dynamic_cast<const CallFailed*>(&failure);
-    return call != nullptr && call->isOfUnknownObject() && session.isGone(std::chrono::milliseconds(0));
+    return call != nullptr && call->isOfUnknownObject() && session.isGone(kTimeToEnd);
 }
 
 int runTask(NetworkTask& task, NmsSession& session, WalkProgress& progress, const Interrupts& interrupts) {

@@ -59,7 +59,7 @@ class CallFailed : public NmsError {
   public:
     CallFailed(const std::string& doing, const CORBA::Exception& raised);
 
-    /// The EMS answered that it has no such object (any more).
+    /// The EMS answered that it has no such object (any more), or is about to give it up.
     bool isOfUnknownObject() const { return isOfUnknownObject_; }
 
   private:

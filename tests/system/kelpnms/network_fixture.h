@@ -1,0 +1,68 @@
+#pragma once
+
+#include "kelpnms_fixture.h"
+
+#include <algorithm>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+namespace kelp::test {
+
+inline std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// kelpnms reading the network of a real host.
+class KelpnmsNetworkTest : public KelpnmsTest {
+  protected:
+    /// `kelpctl inventory ARGUMENTS` on the host's inventory.
+    void inventory(const std::vector<std::string>& arguments) {
+        std::vector<std::string> all = {"--config", host_.configFile().string(), "inventory"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        ASSERT_EQ(runToEnd(host_.launch(KELPCTL, all)), 0) << host_.log().tail(5);
+    }
+    void startHostWithSample() {
+        startHost();
+        inventory({"import", SAMPLE_NETWORK});
+    }
+    void startHostWithGenerated(int elements, int ports) {
+        startHost();
+        inventory({"generate", "--elements", std::to_string(elements), "--ports", std::to_string(ports)});
+    }
+
+    /// kelpnms with its standard output in a file, apart from what it tells.
+    Launch launchTo(const std::filesystem::path& file, const std::vector<std::string>& arguments) {
+        Launch nms = launch(arguments);
+        nms.arguments.insert(nms.arguments.begin(),
+                             {"-c", "exec \"$@\" > \"$0\"", file.string(), nms.program.string()});
+        nms.program = "/bin/sh";
+        return nms;
+    }
+    /// Its standard output; it must end with 0 and tell nothing.
+    std::string listed(const std::vector<std::string>& arguments) {
+        const std::filesystem::path file = scratch_ / ("list" + std::to_string(runs_));
+        EXPECT_EQ(runToEnd(launchTo(file, arguments)), 0) << output();
+        EXPECT_EQ(output(), "");
+        return contentOf(file);
+    }
+    /// Waits until so many lines have been written to the file.
+    static bool hasLines(const std::filesystem::path& file, std::size_t number) {
+        return eventually([&] { return linesOf(contentOf(file)).size() >= number; });
+    }
+    /// The element in the advice that was told.
+    std::string toGoOnWith() {
+        const std::string advice = "--from \"";
+        const std::size_t begin = output().find(advice);
+        if (begin == std::string::npos)
+            return {};
+        return output().substr(begin + advice.size(),
+                               output().find('"', begin + advice.size()) - begin - advice.size());
+    }
+};
+
+}  // namespace kelp::test

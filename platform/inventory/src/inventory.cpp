@@ -44,6 +44,11 @@ std::optional<Row> findRow(Connection& connection, const Name& name) {
     return rows.empty() ? std::nullopt : std::optional<Row>(std::move(rows.front()));
 }
 
+template <class Row, class State, class Name>
+std::optional<Row> findIn(State& state, const Name& name) {
+    return state.reading([&](auto& lease) { return findRow<Row>(lease.connection(), name); });
+}
+
 template <class Row>
 std::vector<Row> readRows(Connection& connection, const RowIds& ids, Columns columns) {
     std::vector<Row> rows;
@@ -69,22 +74,22 @@ bool Inventory::isCurrent() const {
 }
 
 std::optional<ManagedElement> Inventory::find(const ManagedElementName& name) {
-    return state_->reading([&](auto& lease) { return findRow<ManagedElement>(lease.connection(), name); });
+    return findIn<ManagedElement>(*state_, name);
 }
 std::optional<EquipmentHolder> Inventory::find(const HolderName& name) {
-    return state_->reading([&](auto& lease) { return findRow<EquipmentHolder>(lease.connection(), name); });
+    return findIn<EquipmentHolder>(*state_, name);
 }
 std::optional<Equipment> Inventory::find(const EquipmentName& name) {
-    return state_->reading([&](auto& lease) { return findRow<Equipment>(lease.connection(), name); });
+    return findIn<Equipment>(*state_, name);
 }
 std::optional<TerminationPoint> Inventory::find(const TpName& name) {
-    return state_->reading([&](auto& lease) { return findRow<TerminationPoint>(lease.connection(), name); });
+    return findIn<TerminationPoint>(*state_, name);
 }
 std::optional<TopologicalLink> Inventory::find(const LinkName& name) {
-    return state_->reading([&](auto& lease) { return findRow<TopologicalLink>(lease.connection(), name); });
+    return findIn<TopologicalLink>(*state_, name);
 }
 std::optional<Subnetwork> Inventory::find(const SubnetworkName& name) {
-    return state_->reading([&](auto& lease) { return findRow<Subnetwork>(lease.connection(), name); });
+    return findIn<Subnetwork>(*state_, name);
 }
 
 std::optional<EmsAttributes> Inventory::find(const EmsName&) {

@@ -30,6 +30,12 @@ RowIds idsOf(ReadPool::Lease& lease, const std::string& sql, std::initializer_li
     return idsOf(query);
 }
 
+/// The rows that a statement about those numbers names, of an inventory as it is now.
+template <class State>
+RowIds rowsOf(State& state, const std::string& sql, std::initializer_list<std::int64_t> numbers = {}) {
+    return state.reading([&](auto& lease) { return idsOf(lease, sql, numbers); });
+}
+
 /// A row that others may be in, by the name that theirs begin with.
 struct Container {
     std::int64_t parent = 0;  ///< element of a holder, port of a CTP; 0: there is no such row
@@ -43,6 +49,15 @@ Container containerOf(ReadPool::Lease& lease, const std::string& sql, std::int64
     if (!query.step())
         return {};
     return {query.integer(0), std::string(query.text(1))};
+}
+
+/// The rows that a statement about a container, ?1 and ?2, names.
+RowIds idsIn(ReadPool::Lease& lease, const Container& container, const std::string& sql) {
+    Prepared& query = lease.prepared(sql);
+    const ResetAtEnd reset(query);
+    query.bind(1, container.parent);
+    query.bindText(2, container.name);
+    return idsOf(query);
 }
 
 Container holderOf(ReadPool::Lease& lease, std::int64_t id) {
@@ -103,38 +118,28 @@ RowIds portsWhere(ReadPool::Lease& lease, const std::string& condition, std::int
 }  // namespace
 
 RowIds Inventory::elements() {
-    return state_->reading(
-        [](auto& lease) { return idsOf(lease, "SELECT id FROM managed_element ORDER BY id", {}); });
+    return rowsOf(*state_, "SELECT id FROM managed_element ORDER BY id");
 }
 
 RowIds Inventory::holdersOf(std::int64_t elementId, Depth depth) {
     const std::string topOnly = depth == Depth::Direct ? " AND instr(substr(name, 2), '/') = 0" : "";
-    return state_->reading([&](auto& lease) {
-        return idsOf(lease,
-                     "SELECT id FROM equipment_holder WHERE element_id = ?1" + topOnly + " ORDER BY id",
-                     {elementId});
-    });
+    return rowsOf(*state_, "SELECT id FROM equipment_holder WHERE element_id = ?1" + topOnly + " ORDER BY id",
+                  {elementId});
 }
 
 RowIds Inventory::holdersIn(std::int64_t holderId, Depth depth) {
     return state_->reading([&](auto& lease) {
         const Container holder = holderOf(lease, holderId);
-        Prepared& query = lease.prepared("SELECT id FROM equipment_holder WHERE element_id = ?1" +
-                                         below(depth) + " ORDER BY id");
-        const ResetAtEnd reset(query);
-        query.bind(1, holder.parent);
-        query.bindText(2, holder.name);
-        return idsOf(query);
+        return idsIn(lease, holder,
+                     "SELECT id FROM equipment_holder WHERE element_id = ?1" + below(depth) + " ORDER BY id");
     });
 }
 
 RowIds Inventory::equipmentOf(std::int64_t elementId) {
-    return state_->reading([&](auto& lease) {
-        return idsOf(lease,
-                     "SELECT equipment.id FROM equipment_holder JOIN equipment ON holder_id = "
-                     "equipment_holder.id WHERE element_id = ?1 ORDER BY equipment.id",
-                     {elementId});
-    });
+    return rowsOf(*state_,
+                  "SELECT equipment.id FROM equipment_holder JOIN equipment ON holder_id = "
+                  "equipment_holder.id WHERE element_id = ?1 ORDER BY equipment.id",
+                  {elementId});
 }
 
 RowIds Inventory::equipmentIn(std::int64_t holderId, Depth depth) {
@@ -142,13 +147,10 @@ RowIds Inventory::equipmentIn(std::int64_t holderId, Depth depth) {
         if (depth == Depth::Direct)
             return idsOf(lease, "SELECT id FROM equipment WHERE holder_id = ?1 ORDER BY id", {holderId});
         const Container holder = holderOf(lease, holderId);
-        Prepared& query = lease.prepared(
+        return idsIn(
+            lease, holder,
             "SELECT id FROM equipment WHERE holder_id IN (SELECT id FROM equipment_holder WHERE element_id = "
             "?1 AND (name = ?2 OR substr(name, 1, length(?2) + 1) = ?2 || '/')) ORDER BY id");
-        const ResetAtEnd reset(query);
-        query.bind(1, holder.parent);
-        query.bindText(2, holder.name);
-        return idsOf(query);
     });
 }
 
@@ -158,16 +160,12 @@ RowIds Inventory::portsOf(std::int64_t elementId, const PortFilter& filter) {
 }
 
 RowIds Inventory::allPorts() {
-    return state_->reading([](auto& lease) {
-        return idsOf(lease, "SELECT id FROM termination_point WHERE port_id IS NULL ORDER BY id", {});
-    });
+    return rowsOf(*state_, "SELECT id FROM termination_point WHERE port_id IS NULL ORDER BY id");
 }
 
 RowIds Inventory::portsOn(std::int64_t equipmentId) {
-    return state_->reading([&](auto& lease) {
-        return idsOf(lease, "SELECT id FROM termination_point WHERE equipment_id = ?1 ORDER BY id",
-                     {equipmentId});
-    });
+    return rowsOf(*state_, "SELECT id FROM termination_point WHERE equipment_id = ?1 ORDER BY id",
+                  {equipmentId});
 }
 
 RowIds Inventory::tpsIn(std::int64_t tpId, const LayerRates& layers, Depth depth, ContainedTps which) {
@@ -193,78 +191,61 @@ RowIds Inventory::tpsIn(std::int64_t tpId, const LayerRates& layers, Depth depth
 RowIds Inventory::tpsAround(std::int64_t tpId) {
     return state_->reading([&](auto& lease) {
         const Container tp = tpOf(lease, tpId);
-        RowIds ids;
         if (tp.name.empty())
-            return ids;
-        Prepared& query = lease.prepared(
+            return RowIds();
+        RowIds ids = idsIn(
+            lease, tp,
             "SELECT id FROM termination_point WHERE port_id = ?1 AND substr(?2, 1, length(name) + 1) = name "
             "|| '/' ORDER BY length(name) DESC");
-        const ResetAtEnd reset(query);
-        query.bind(1, tp.parent);
-        query.bindText(2, tp.name);
-        ids = idsOf(query);
         ids.append(tp.parent);
         return ids;
     });
 }
 
 RowIds Inventory::links() {
-    return state_->reading(
-        [](auto& lease) { return idsOf(lease, "SELECT id FROM topological_link ORDER BY id", {}); });
+    return rowsOf(*state_, "SELECT id FROM topological_link ORDER BY id");
 }
 
 RowIds Inventory::linksOf(std::int64_t elementId) {
-    return state_->reading([&](auto& lease) {
-        return idsOf(lease,
-                     "SELECT id FROM topological_link WHERE a_element_id = ?1 UNION SELECT id FROM "
-                     "topological_link WHERE z_element_id = ?1 ORDER BY 1",
-                     {elementId});
-    });
+    return rowsOf(*state_,
+                  "SELECT id FROM topological_link WHERE a_element_id = ?1 UNION SELECT id FROM "
+                  "topological_link WHERE z_element_id = ?1 ORDER BY 1",
+                  {elementId});
 }
 
 RowIds Inventory::linksInside(std::int64_t subnetworkId) {
     // a cross join is done in the order in which it is written
-    return state_->reading([&](auto& lease) {
-        return idsOf(
-            lease,
-            "SELECT link.id FROM subnetwork_element AS inside CROSS JOIN topological_link AS link ON "
-            "a_element_id = inside.element_id WHERE inside.subnetwork_id = ?1 AND EXISTS (SELECT 1 FROM "
-            "subnetwork_element WHERE subnetwork_id = ?1 AND element_id = z_element_id) ORDER BY link.id",
-            {subnetworkId});
-    });
+    return rowsOf(
+        *state_,
+        "SELECT link.id FROM subnetwork_element AS inside CROSS JOIN topological_link AS link ON "
+        "a_element_id = inside.element_id WHERE inside.subnetwork_id = ?1 AND EXISTS (SELECT 1 FROM "
+        "subnetwork_element WHERE subnetwork_id = ?1 AND element_id = z_element_id) ORDER BY link.id",
+        {subnetworkId});
 }
 
 RowIds Inventory::topLevelLinks() {
-    return state_->reading([](auto& lease) {
-        return idsOf(
-            lease,
-            "SELECT id FROM topological_link WHERE NOT EXISTS (SELECT 1 FROM subnetwork_element AS a CROSS "
-            "JOIN subnetwork_element AS z ON z.subnetwork_id = a.subnetwork_id WHERE a.element_id = "
-            "a_element_id AND z.element_id = z_element_id) ORDER BY id",
-            {});
-    });
+    return rowsOf(
+        *state_,
+        "SELECT id FROM topological_link WHERE NOT EXISTS (SELECT 1 FROM subnetwork_element AS a CROSS "
+        "JOIN subnetwork_element AS z ON z.subnetwork_id = a.subnetwork_id WHERE a.element_id = "
+        "a_element_id AND z.element_id = z_element_id) ORDER BY id");
 }
 
 RowIds Inventory::subnetworks() {
-    return state_->reading(
-        [](auto& lease) { return idsOf(lease, "SELECT id FROM subnetwork ORDER BY id", {}); });
+    return rowsOf(*state_, "SELECT id FROM subnetwork ORDER BY id");
 }
 
 RowIds Inventory::elementsOf(std::int64_t subnetworkId) {
-    return state_->reading([&](auto& lease) {
-        return idsOf(lease,
-                     "SELECT element_id FROM subnetwork_element WHERE subnetwork_id = ?1 ORDER BY element_id",
-                     {subnetworkId});
-    });
+    return rowsOf(*state_,
+                  "SELECT element_id FROM subnetwork_element WHERE subnetwork_id = ?1 ORDER BY element_id",
+                  {subnetworkId});
 }
 
 RowIds Inventory::subnetworksOf(std::int64_t elementId) {
-    return state_->reading([&](auto& lease) {
-        return idsOf(lease,
-                     "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY "
-                     "subnetwork_id",
-                     {elementId});
-    });
+    return rowsOf(*state_,
+                  "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY "
+                  "subnetwork_id",
+                  {elementId});
 }
 
 RowIds Inventory::edgePointsOf(std::int64_t subnetworkId, const PortFilter& filter) {
@@ -273,37 +254,6 @@ RowIds Inventory::edgePointsOf(std::int64_t subnetworkId, const PortFilter& filt
                           "edgePoint = 1 AND element_id IN (SELECT element_id FROM subnetwork_element WHERE "
                           "subnetwork_id = ?1) ORDER BY id",
                           subnetworkId, filter);
-    });
-}
-
-Statistics Inventory::statistics() {
-    return state_->reading([](auto& lease) {
-        Statistics result;
-        const auto count = [&lease](const std::string& table, const char* condition = "") {
-            Prepared& query = lease.prepared("SELECT count(*) FROM " + table + condition);
-            const ResetAtEnd reset(query);
-            query.step();
-            return static_cast<std::uint64_t>(query.integer(0));
-        };
-        result.subnetworks = count("subnetwork");
-        result.elements = count("managed_element");
-        result.holders = count("equipment_holder");
-        result.equipment = count("equipment");
-        result.ctps = count("termination_point", " WHERE port_id IS NOT NULL");
-        result.ftps = count("termination_point", " WHERE port_id IS NULL AND kind = 1");
-        result.ptps = count("termination_point", " WHERE port_id IS NULL AND kind = 0");
-        result.links = count("topological_link");
-        Prepared& products = lease.prepared(
-            "SELECT productName, count(*) FROM managed_element GROUP BY productName ORDER BY 2 DESC, 1");
-        const ResetAtEnd reset(products);
-        while (products.step())
-            result.elementsByProduct.emplace_back(std::string(products.text(0)),
-                                                  static_cast<std::uint64_t>(products.integer(1)));
-        Connection& connection = lease.connection();
-        result.fileBytes =
-            static_cast<std::uint64_t>(connection.database().execAndGet("PRAGMA page_count").getInt64() *
-                                       connection.database().execAndGet("PRAGMA page_size").getInt64());
-        return result;
     });
 }
 

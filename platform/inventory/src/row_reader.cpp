@@ -35,7 +35,7 @@ template <class Value>
 void take(const Prepared& row, int column, Value& value) {
     if constexpr (std::is_enum_v<Value>) {
         const std::int64_t number = row.integer(column);
-        if (number < 0 || number >= static_cast<std::int64_t>(wordsOf(Value{}).size()))
+        if (number < 0 || number >= static_cast<std::int64_t>(kWordsOf<Value>.size()))
             throw InventoryFailure("a row of the inventory is damaged");
         value = static_cast<Value>(number);
     } else {

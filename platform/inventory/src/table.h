@@ -14,6 +14,14 @@ namespace kelp::inventory {
 template <class Row>
 struct Table;
 
+/// What every object has (TMF 814): the user's label, the native name, the owner.
+template <class AnyRow, class Visitor>
+void visitLabels(AnyRow& row, Visitor& attribute) {
+    attribute("userLabel", row.userLabel);
+    attribute("nativeEMSName", row.nativeEMSName);
+    attribute("owner", row.owner);
+}
+
 template <>
 struct Table<ManagedElement> {
     static constexpr ObjectKind kKind = ObjectKind::ManagedElement;
@@ -23,9 +31,7 @@ struct Table<ManagedElement> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
-        attribute("userLabel", row.userLabel);
-        attribute("nativeEMSName", row.nativeEMSName);
-        attribute("owner", row.owner);
+        visitLabels(row, attribute);
         attribute("location", row.location);
         attribute("version", row.version);
         attribute("productName", row.productName);
@@ -45,9 +51,7 @@ struct Table<EquipmentHolder> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
-        attribute("userLabel", row.userLabel);
-        attribute("nativeEMSName", row.nativeEMSName);
-        attribute("owner", row.owner);
+        visitLabels(row, attribute);
         attribute("alarmReportingIndicator", row.alarmReportingIndicator);
         attribute("holderType", row.holderType);
         attribute("expectedOrInstalledEquipment", row.expectedOrInstalledEquipment);
@@ -66,9 +70,7 @@ struct Table<Equipment> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
-        attribute("userLabel", row.userLabel);
-        attribute("nativeEMSName", row.nativeEMSName);
-        attribute("owner", row.owner);
+        visitLabels(row, attribute);
         attribute("alarmReportingIndicator", row.alarmReportingIndicator);
         attribute("serviceState", row.serviceState);
         attribute("expectedEquipmentObjectType", row.expectedEquipmentObjectType);
@@ -90,9 +92,7 @@ struct Table<TerminationPoint> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
-        attribute("userLabel", row.userLabel);
-        attribute("nativeEMSName", row.nativeEMSName);
-        attribute("owner", row.owner);
+        visitLabels(row, attribute);
         attribute("ingressTrafficDescriptorName", row.ingressTrafficDescriptorName);
         attribute("egressTrafficDescriptorName", row.egressTrafficDescriptorName);
         attribute("connectionState", row.connectionState);
@@ -115,9 +115,7 @@ struct Table<TopologicalLink> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
-        attribute("userLabel", row.userLabel);
-        attribute("nativeEMSName", row.nativeEMSName);
-        attribute("owner", row.owner);
+        visitLabels(row, attribute);
         attribute("direction", row.direction);
         attribute("rate", row.rate);
         attribute("additionalInfo", row.additionalInfo);
@@ -133,9 +131,7 @@ struct Table<Subnetwork> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
-        attribute("userLabel", row.userLabel);
-        attribute("nativeEMSName", row.nativeEMSName);
-        attribute("owner", row.owner);
+        visitLabels(row, attribute);
         attribute("subnetworkType", row.subnetworkType);
         attribute("supportedRates", row.supportedRates);
         attribute("additionalInfo", row.additionalInfo);

@@ -65,13 +65,15 @@ TEST_F(DumpTest, HasEverythingElementByElement) {
     network_.addElements(2);
     network_.portsEach = 3;
     network_.links = 1;
+    network_.subnetworks = {{"north", {"2"}}};
     EXPECT_TRUE(dump()) << told_;
     EXPECT_THAT(recordsOf(file()),
-                ElementsAre("EMS Kelp/EMS", "ManagedElement NE-1", "ManagedElement NE-2",
-                            "EquipmentHolder /shelf=1", "Equipment 1", "TerminationPoint /port=1",
-                            "TerminationPoint /port=2", "TerminationPoint /port=3",
-                            "EquipmentHolder /shelf=1", "Equipment 1", "TerminationPoint /port=1",
-                            "TerminationPoint /port=2", "TerminationPoint /port=3", "TopologicalLink 1"));
+                ElementsAre("EMS Kelp/EMS", "MultiLayerSubnetwork north", "ManagedElement NE-1",
+                            "ManagedElement NE-2", "EquipmentHolder /shelf=1", "Equipment 1",
+                            "TerminationPoint /port=1", "TerminationPoint /port=2",
+                            "TerminationPoint /port=3", "EquipmentHolder /shelf=1", "Equipment 1",
+                            "TerminationPoint /port=1", "TerminationPoint /port=2",
+                            "TerminationPoint /port=3", "TopologicalLink 1", "TopologicalLink 2"));
     EXPECT_FALSE(std::filesystem::exists(partial()));
     EXPECT_EQ(told_, "");
     EXPECT_EQ(network_.iterators.destroyed, 0) << "all were read to their ends";

@@ -34,6 +34,22 @@ using LinkIterator =
                      POA_topologicalLink::TopologicalLinkIterator_I, topologicalLink::TopologicalLinkList_T,
                      topologicalLink::TopologicalLinkList_T_out>;
 
+using SubnetworkIterator =
+    ScriptedIterator<multiLayerSubnetwork::SubnetworkIterator_I,
+                     POA_multiLayerSubnetwork::SubnetworkIterator_I, multiLayerSubnetwork::SubnetworkList_T,
+                     multiLayerSubnetwork::SubnetworkList_T_out>;
+
+topologicalLink::TopologicalLinkList_T linksNamed(const std::vector<std::string>& names) {
+    topologicalLink::TopologicalLinkList_T links;
+    links.length(static_cast<CORBA::ULong>(names.size()));
+    for (CORBA::ULong i = 0; i < links.length(); ++i) {
+        links[i].name = nameOf({{"EMS", "Kelp/EMS"}, {"TopologicalLink", names[i]}});
+        links[i].direction = globaldefs::CD_BI;
+        links[i].rate = 22;
+    }
+    return links;
+}
+
 /// Every operation refuses, but for those that a class below answers.
 #define MANAGER_OPERATION(module, interface, operation, parameters, support) \
     void operation parameters override {                                     \
@@ -51,6 +67,10 @@ class SilentElementMgr : public POA_managedElementManager::ManagedElementMgr_I {
 class SilentEquipmentMgr : public POA_equipment::EquipmentInventoryMgr_I {
 #include "equipment_operations.inc"
 };
+
+class SilentSubnetworkMgr : public POA_multiLayerSubnetwork::MultiLayerSubnetworkMgr_I {
+#include "multilayersubnetwork/subnetwork_operations.inc"
+};
 #undef MANAGER_OPERATION
 
 class FakeEmsMgr : public SilentEmsMgr {
@@ -65,14 +85,31 @@ class FakeEmsMgr : public SilentEmsMgr {
     void getAllTopLevelTopologicalLinks(CORBA::ULong howMany, topologicalLink::TopologicalLinkList_T_out list,
                                         topologicalLink::TopologicalLinkIterator_I_out rest) override {
         network_.onLinks();
-        topologicalLink::TopologicalLinkList_T all;
-        all.length(static_cast<CORBA::ULong>(network_.links));
-        for (CORBA::ULong i = 0; i < all.length(); ++i) {
-            all[i].name = nameOf({{"EMS", "Kelp/EMS"}, {"TopologicalLink", std::to_string(i + 1)}});
-            all[i].direction = globaldefs::CD_BI;
-            all[i].rate = 22;
-        }
+        std::vector<std::string> names;
+        for (int i = 1; i <= network_.links; ++i)
+            names.push_back(std::to_string(i));
+        const topologicalLink::TopologicalLinkList_T all = linksNamed(names);
         rest = LinkIterator::give(network_.iterators, all, howMany, list);
+    }
+
+    void getAllTopLevelSubnetworks(CORBA::ULong howMany, multiLayerSubnetwork::SubnetworkList_T_out list,
+                                   multiLayerSubnetwork::SubnetworkIterator_I_out rest) override {
+        multiLayerSubnetwork::SubnetworkList_T all;
+        for (const auto& [name, links] : network_.subnetworks) {
+            all.length(all.length() + 1);
+            all[all.length() - 1].name = nameOf({{"EMS", "Kelp/EMS"}, {"MultiLayerSubnetwork", name}});
+            all[all.length() - 1].subnetworkType = multiLayerSubnetwork::TOPO_MESH;
+        }
+        rest = SubnetworkIterator::give(network_.iterators, all, howMany, list);
+    }
+    void getAllTopLevelSubnetworkNames(CORBA::ULong howMany, globaldefs::NamingAttributesList_T_out list,
+                                       globaldefs::NamingAttributesIterator_I_out rest) override {
+        globaldefs::NamingAttributesList_T all;
+        for (const auto& [name, links] : network_.subnetworks) {
+            all.length(all.length() + 1);
+            all[all.length() - 1] = nameOf({{"EMS", "Kelp/EMS"}, {"MultiLayerSubnetwork", name}});
+        }
+        rest = NameIterator::give(network_.iterators, all, howMany, list);
     }
 
   private:
@@ -162,21 +199,40 @@ class FakeEquipmentMgr : public SilentEquipmentMgr {
     FakeNetwork& network_;
 };
 
+class FakeSubnetworkMgr : public SilentSubnetworkMgr {
+  public:
+    explicit FakeSubnetworkMgr(FakeNetwork& network) : network_(network) {}
+
+    void getAllTopologicalLinks(const globaldefs::NamingAttributes_T& subnetwork, CORBA::ULong howMany,
+                                topologicalLink::TopologicalLinkList_T_out list,
+                                topologicalLink::TopologicalLinkIterator_I_out rest) override {
+        const auto found = network_.subnetworks.find(subnetwork[1].value.in());
+        if (found == network_.subnetworks.end() || network_.subnetworksAreGone)
+            throw refusal(globaldefs::EXCPT_ENTITY_NOT_FOUND);
+        rest = LinkIterator::give(network_.iterators, linksNamed(found->second), howMany, list);
+    }
+
+  private:
+    FakeNetwork& network_;
+};
+
 class FakeSession : public POA_emsSession::EmsSession_I {
   public:
     explicit FakeSession(FakeNetwork& network)
         : network_(network),
           ems_(new FakeEmsMgr(network)),
           elements_(new FakeElementMgr(network)),
-          equipment_(new FakeEquipmentMgr(network)) {}
+          equipment_(new FakeEquipmentMgr(network)),
+          subnetworks_(new FakeSubnetworkMgr(network)) {}
 
     void getSupportedManagers(emsSession::EmsSession_I::managerNames_T_out out) override {
-        auto* names = new emsSession::EmsSession_I::managerNames_T;
-        names->length(network_.hasEquipment ? 3 : 2);
-        (*names)[0] = "EMS";
-        (*names)[1] = "ManagedElement";
+        std::vector<const char*> has = {"EMS", "ManagedElement", "MultiLayerSubnetwork"};
         if (network_.hasEquipment)
-            (*names)[2] = "EquipmentInventory";
+            has.push_back("EquipmentInventory");
+        auto* names = new emsSession::EmsSession_I::managerNames_T;
+        names->length(static_cast<CORBA::ULong>(has.size()));
+        for (CORBA::ULong i = 0; i < names->length(); ++i)
+            (*names)[i] = has[i];
         out = names;
     }
     void getManager(const char* name, common::Common_I_out manager) override {
@@ -185,6 +241,8 @@ class FakeSession : public POA_emsSession::EmsSession_I {
             manager = ems_->_this();
         else if (wanted == "ManagedElement")
             manager = elements_->_this();
+        else if (wanted == "MultiLayerSubnetwork")
+            manager = subnetworks_->_this();
         else
             manager = equipment_->_this();
     }
@@ -200,6 +258,7 @@ class FakeSession : public POA_emsSession::EmsSession_I {
     const PortableServer::Servant_var<FakeEmsMgr> ems_;
     const PortableServer::Servant_var<FakeElementMgr> elements_;
     const PortableServer::Servant_var<FakeEquipmentMgr> equipment_;
+    const PortableServer::Servant_var<FakeSubnetworkMgr> subnetworks_;
 };
 
 }  // namespace

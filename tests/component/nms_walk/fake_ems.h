@@ -23,7 +23,9 @@ using Name = std::vector<std::pair<std::string, std::string>>;
 struct FakeNetwork {
     std::vector<Name> elements;
     int portsEach = 5;
-    int links = 4;
+    int links = 4;                                                ///< in no subnetwork, named from 1 on
+    std::map<std::string, std::vector<std::string>> subnetworks;  ///< the names of the links in each
+    bool subnetworksAreGone = false;                              ///< when they are asked for their links
     bool hasEquipment = true;
     IteratorScript iterators;
     /// Run when an element's ports are asked for; may throw.

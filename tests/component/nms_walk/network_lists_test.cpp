@@ -185,6 +185,18 @@ TEST_F(NetworkListsTest, ElementWithAForeignNameIsShownButItsPortsAreLeftOut) {
     EXPECT_THAT(told_, HasSubstr("NE-7"));
 }
 
+TEST_F(NetworkListsTest, LinksInSubnetworksComeTooEachOnce) {
+    network_.links = 2;
+    network_.subnetworks = {{"north", {"a", "b", "c"}}, {"south", {"c", "d"}}};
+    EXPECT_TRUE(read(Command::Links)) << told_;
+    EXPECT_THAT(written(), ElementsAre("1", "2", "a", "b", "c", "d"));
+    network_.subnetworksAreGone = true;
+    EXPECT_FALSE(read(Command::Links));
+    EXPECT_THAT(written(), ElementsAre("1", "2"));
+    EXPECT_THAT(told_, HasSubstr("getAllTopologicalLinks(north): EXCPT_ENTITY_NOT_FOUND"));
+    EXPECT_THAT(told_, HasSubstr("getAllTopologicalLinks(south): EXCPT_ENTITY_NOT_FOUND"));
+}
+
 TEST_F(NetworkListsTest, DifferenceToTheEmssOwnCountIsTold) {
     network_.addElements(3);
     network_.iterators.lengthTooMuch = 1;

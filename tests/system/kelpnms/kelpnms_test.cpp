@@ -25,10 +25,11 @@ TEST_F(KelpnmsTest, FindTellsPathAddressAndVersion) {
 TEST_F(KelpnmsTest, ManagersAreListedAndTheSessionIsEnded) {
     startHost();
     EXPECT_EQ(run({"managers"}), 0);
-    EXPECT_TRUE(log_.contains("EMS\nEquipmentInventory\nManagedElement\n")) << output();
+    EXPECT_TRUE(log_.contains("EMS\nEquipmentInventory\nManagedElement\nMultiLayerSubnetwork\n")) << output();
     EXPECT_TRUE(allSessionsGone());
     EXPECT_EQ(run({"managers", "--json"}), 0);
-    EXPECT_EQ(answer()["managers"], Json::array({"EMS", "EquipmentInventory", "ManagedElement"}));
+    EXPECT_EQ(answer()["managers"],
+              Json::array({"EMS", "EquipmentInventory", "ManagedElement", "MultiLayerSubnetwork"}));
 }
 
 TEST_F(KelpnmsTest, EmsTellsNameAndCapabilities) {
@@ -108,7 +109,7 @@ TEST_F(KelpnmsTest, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {
     host_.set("naming", "ssl_port", namingTlsPort.port());
     startHost();
     EXPECT_EQ(run({"managers"}), 0);
-    EXPECT_TRUE(log_.contains("EMS\nEquipmentInventory\nManagedElement\n")) << output();
+    EXPECT_TRUE(log_.contains("EMS\nEquipmentInventory\nManagedElement\nMultiLayerSubnetwork\n")) << output();
 }
 
 TEST_F(KelpnmsTest, WatchShowsPingsUntilThereWereEnough) {

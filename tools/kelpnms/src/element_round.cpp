@@ -6,15 +6,6 @@
 
 namespace kelp::nms {
 
-namespace {
-
-bool isOfElementAlone(const ProcessingFailure& failure) {
-    return failure.exceptionType() == globaldefs::EXCPT_ENTITY_NOT_FOUND ||
-           failure.exceptionType() == globaldefs::EXCPT_NE_COMM_LOSS;
-}
-
-}  // namespace
-
 void dropRepeated(std::vector<std::string>& elements, WalkProgress& progress) {
     std::vector<std::size_t> order(elements.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -52,7 +43,7 @@ bool elementByElement(const std::vector<std::string>& elements, WalkProgress& pr
         try {
             read(element);
         } catch (const ProcessingFailure& failure) {
-            if (!isOfElementAlone(failure))
+            if (!isOfObjectAlone(failure))
                 throw;
             isWhole = false;
             progress.tell(failure.what() + std::string("; of this element ") +

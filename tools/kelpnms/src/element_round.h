@@ -18,7 +18,7 @@ void dropRepeated(std::vector<std::string>& elements, WalkProgress& progress);
 void beginWith(const std::optional<std::string>& from, std::vector<std::string>& elements);
 
 /// Reads what belongs to one element after the other. One that the EMS no longer has, or whose network
-/// element it cannot reach (EXCPT_ENTITY_NOT_FOUND, EXCPT_NE_COMM_LOSS), is told and left out. False when
+/// element it cannot reach, is told and left out. False when
 /// there was one. Throws what `read` throws otherwise.
 bool elementByElement(const std::vector<std::string>& elements, WalkProgress& progress,
                       const std::function<void(const std::string&)>& read);

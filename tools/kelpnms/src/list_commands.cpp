@@ -14,9 +14,9 @@ The list is read batch by batch and written as it comes. When it cannot be read 
 far it came and which element to go on with.)";
 
 constexpr const char* kDumpFooter =
-    R"(Each line is a JSON object, whose "object" says what it is: the EMS, then every ManagedElement, then, element by
-element, its EquipmentHolder and Equipment and its TerminationPoint (ports), then every TopologicalLink. Attributes
-have the standard's names; names of objects are lists of name and value.
+    R"(Each line is a JSON object, whose "object" says what it is: the EMS, then every MultiLayerSubnetwork of the
+top level, every ManagedElement, element by element its EquipmentHolder and Equipment and its TerminationPoint
+(ports), and every TopologicalLink. Attributes have the standard's names; names of objects are lists of name and value.
 
 With FILE the lines are gathered in FILE.partial, which becomes FILE when it is whole. A dump that was cut short leaves
 FILE.partial with whole elements only, and standard error names the element to go on with:

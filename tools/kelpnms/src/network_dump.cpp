@@ -56,6 +56,7 @@ std::vector<std::string> NetworkDump::beginning(NetworkReader& reader, const Net
         elements = reader.elementNames();
     } else {
         take(reader.ems());
+        reader.subnetworks(take);
         reader.elements([&](const nlohmann::ordered_json& record) {
             take(record);
             if (std::string element = reader.elementOf(record["name"]); !element.empty())

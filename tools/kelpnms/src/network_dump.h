@@ -13,9 +13,9 @@
 
 namespace kelp::nms {
 
-/// The whole network as JSON lines: the EMS, its elements, element by element the equipment and the ports,
-/// the links. One that begins with an element leaves out what comes before the equipment and ports of that
-/// one.
+/// The whole network as JSON lines: the EMS, its subnetworks, its elements, element by element the equipment
+/// and the ports, the links. One that begins with an element leaves out what comes before the equipment and
+/// ports of that one.
 class NetworkDump final : public NetworkTask {
   public:
     /// `options` and `progress` are borrowed.

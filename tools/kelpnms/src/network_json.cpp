@@ -11,6 +11,13 @@ const char* nameOf(managedElement::CommunicationState_T value) {
     return kNames[value];
 }
 
+const char* nameOf(multiLayerSubnetwork::Topology_T value) {
+    static constexpr const char* kNames[] = {"TOPO_SINGLETON", "TOPO_CHAIN",  "TOPO_PSR",
+                                             "TOPO_OPEN_PSR",  "TOPO_SPRING", "TOPO_OPEN_SPRING",
+                                             "TOPO_MESH"};
+    return kNames[value];
+}
+
 const char* nameOf(equipment::ServiceState_T value) {
     static constexpr const char* kNames[] = {"IN_SERVICE", "OUT_OF_SERVICE", "OUT_OF_SERVICE_BY_MAINTENANCE",
                                              "SERV_NA"};
@@ -115,6 +122,14 @@ Json jsonOf(const emsMgr::EMS_T& ems) {
     json["emsVersion"] = ems.emsVersion.in();
     json["type"] = ems.type.in();
     json["additionalInfo"] = jsonOf(ems.additionalInfo);
+    return json;
+}
+
+Json jsonOf(const multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork) {
+    Json json = begun("MultiLayerSubnetwork", subnetwork);
+    json["subnetworkType"] = nameOf(subnetwork.subnetworkType);
+    json["supportedRates"] = jsonOf(subnetwork.supportedRates);
+    json["additionalInfo"] = jsonOf(subnetwork.additionalInfo);
     return json;
 }
 

@@ -4,8 +4,30 @@
 #include "record_layout.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace kelp::nms {
+
+namespace {
+
+constexpr const char* kSubnetworkManager = "MultiLayerSubnetwork";
+
+globaldefs::NamingAttributes_T namingAttributes(const nlohmann::ordered_json& name) {
+    globaldefs::NamingAttributes_T attributes;
+    attributes.length(static_cast<CORBA::ULong>(name.size()));
+    for (CORBA::ULong i = 0; i < attributes.length(); ++i) {
+        attributes[i].name = name[i]["name"].get_ref<const std::string&>().c_str();
+        attributes[i].value = name[i]["value"].get_ref<const std::string&>().c_str();
+    }
+    return attributes;
+}
+
+}  // namespace
+
+bool isOfObjectAlone(const ProcessingFailure& failure) {
+    return failure.exceptionType() == globaldefs::EXCPT_ENTITY_NOT_FOUND ||
+           failure.exceptionType() == globaldefs::EXCPT_NE_COMM_LOSS;
+}
 
 NetworkReader::NetworkReader(NmsSession& session, std::uint32_t batch, WalkProgress& progress)
     : session_(session), batch_(batch), progress_(progress), managers_(session.managerNames()) {}
@@ -69,12 +91,65 @@ void NetworkReader::equipment(const std::string& element, const Take& take) {
         take);
 }
 
+void NetworkReader::subnetworks(const Take& take) {
+    emsMgr::EMSMgr_I_ptr manager = managerOf<emsMgr::EMSMgr_I>(emsMgr_, "EMS");
+    walk<multiLayerSubnetwork::SubnetworkList_T, multiLayerSubnetwork::SubnetworkIterator_I>(
+        "getAllTopLevelSubnetworks",
+        [manager](CORBA::ULong most, auto& list, auto& rest) {
+            manager->getAllTopLevelSubnetworks(most, list.out(), rest.out());
+        },
+        take);
+}
+
+std::vector<NetworkReader::Json> NetworkReader::subnetworkNames() {
+    std::vector<Json> names;
+    if (!hasManager(kSubnetworkManager))
+        return names;
+    emsMgr::EMSMgr_I_ptr manager = managerOf<emsMgr::EMSMgr_I>(emsMgr_, "EMS");
+    walk<globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesIterator_I>(
+        "getAllTopLevelSubnetworkNames",
+        [manager](CORBA::ULong most, auto& list, auto& rest) {
+            manager->getAllTopLevelSubnetworkNames(most, list.out(), rest.out());
+        },
+        [&](const Json& name) { names.push_back(name); });
+    return names;
+}
+
 void NetworkReader::links(const Take& take) {
+    const std::vector<Json> subnetworks = subnetworkNames();
+    // subnetworks may have elements in common
+    std::unordered_set<std::string> taken;
+    const Take takeOnce = [&](const Json& link) {
+        if (subnetworks.empty() || taken.insert(lineOf(link["name"])).second)
+            take(link);
+    };
     emsMgr::EMSMgr_I_ptr manager = managerOf<emsMgr::EMSMgr_I>(emsMgr_, "EMS");
     walk<topologicalLink::TopologicalLinkList_T, topologicalLink::TopologicalLinkIterator_I>(
         "getAllTopLevelTopologicalLinks",
         [manager](CORBA::ULong most, auto& list, auto& rest) {
             manager->getAllTopLevelTopologicalLinks(most, list.out(), rest.out());
+        },
+        takeOnce);
+    for (const Json& subnetwork : subnetworks) {
+        try {
+            linksOf(subnetwork, takeOnce);
+        } catch (const ProcessingFailure& failure) {
+            if (!isOfObjectAlone(failure))
+                throw;
+            isDoubtful_ = true;
+            progress_.tell(failure.what());
+        }
+    }
+}
+
+void NetworkReader::linksOf(const Json& subnetwork, const Take& take) {
+    multiLayerSubnetwork::MultiLayerSubnetworkMgr_I_ptr manager =
+        managerOf<multiLayerSubnetwork::MultiLayerSubnetworkMgr_I>(subnetworkMgr_, kSubnetworkManager);
+    const globaldefs::NamingAttributes_T name = namingAttributes(subnetwork);
+    walk<topologicalLink::TopologicalLinkList_T, topologicalLink::TopologicalLinkIterator_I>(
+        "getAllTopologicalLinks(" + subnetwork.back()["value"].get<std::string>() + ")",
+        [&](CORBA::ULong most, auto& list, auto& rest) {
+            manager->getAllTopologicalLinks(name, most, list.out(), rest.out());
         },
         take);
 }
@@ -136,13 +211,8 @@ const std::string& NetworkReader::emsName() {
 }
 
 globaldefs::NamingAttributes_T NetworkReader::nameOf(const std::string& element) {
-    globaldefs::NamingAttributes_T name;
-    name.length(2);
-    name[0].name = "EMS";
-    name[0].value = emsName().c_str();
-    name[1].name = "ManagedElement";
-    name[1].value = element.c_str();
-    return name;
+    return namingAttributes(Json::array(
+        {{{"name", "EMS"}, {"value", emsName()}}, {{"name", "ManagedElement"}, {"value", element}}}));
 }
 
 }  // namespace kelp::nms

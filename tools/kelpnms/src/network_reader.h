@@ -14,6 +14,7 @@
 #include <mtnm/emsMgr.h>
 #include <mtnm/equipment.h>
 #include <mtnm/managedElementManager.h>
+#include <mtnm/multiLayerSubnetwork.h>
 
 namespace kelp::nms {
 
@@ -22,6 +23,10 @@ class NoSuchManager : public NmsError {
   public:
     using NmsError::NmsError;
 };
+
+/// Whether the EMS refused because of the one object that it was asked about: it has that no longer
+/// (EXCPT_ENTITY_NOT_FOUND), or cannot reach its network element (EXCPT_NE_COMM_LOSS).
+bool isOfObjectAlone(const ProcessingFailure& failure);
 
 /// Reads the network's lists through a session, which is borrowed, in batches of so many entries. Elements
 /// are known by the value of the component ManagedElement of their names. Each entry is passed on as it
@@ -45,6 +50,9 @@ class NetworkReader {
     void elements(const Take& take);
     void ports(const std::string& element, const Take& take);
     void equipment(const std::string& element, const Take& take);
+    /// The top-level ones.
+    void subnetworks(const Take& take);
+    /// Those that lie in no subnetwork, then those in each of the top-level subnetworks, each once.
     void links(const Take& take);
 
     /// The element out of its name as JSON. Empty for a name that is not the standard's: an element that
@@ -59,6 +67,8 @@ class NetworkReader {
   private:
     template <class List, class Iterator, class Request>
     void walk(const std::string& doing, Request request, const Take& take);
+    void linksOf(const Json& subnetwork, const Take& take);
+    std::vector<Json> subnetworkNames();
     const std::string& emsName();
     globaldefs::NamingAttributes_T nameOf(const std::string& element);
     /// The manager, found at its first use.
@@ -74,6 +84,7 @@ class NetworkReader {
     emsMgr::EMSMgr_I_var emsMgr_;
     managedElementManager::ManagedElementMgr_I_var elementMgr_;
     equipment::EquipmentInventoryMgr_I_var equipmentMgr_;
+    multiLayerSubnetwork::MultiLayerSubnetworkMgr_I_var subnetworkMgr_;
 };
 
 }  // namespace kelp::nms

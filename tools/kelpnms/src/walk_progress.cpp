@@ -47,7 +47,8 @@ void WalkProgress::batchWritten() {
         if (at.stage == WalkPosition::Stage::OfElement)
             bar_.show(elementsBegun_ - 1, elements_, std::to_string(at.written));
         else
-            bar_.show(ofList_, expected_.value_or(0), std::to_string(ofList_));
+            // of a list whose length is not known no part is shown
+            bar_.show(expected_ ? ofList_ : 0, expected_.value_or(1), std::to_string(ofList_));
     }
 }
 

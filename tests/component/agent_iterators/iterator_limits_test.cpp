@@ -147,10 +147,12 @@ TEST_F(IteratorsSoftBelowHard, OldestIsClosedWithoutWaitingForTheCallOnIt) {
 
 TEST_F(IteratorsSoftBelowHard, AreCountedByOthersWhileAPoaIsAsked) {
     const auto iterator = made();
+    std::vector<std::future<std::size_t>> countings;  // their end is waited for when no POA is asked any more
     bool isCounted = true;
-    iterator->onPoa = [&isCounted] {
-        std::future<std::size_t> counting = std::async(std::launch::async, [] { return count(); });
-        isCounted = isCounted && counting.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    iterator->onPoa = [&] {
+        countings.push_back(std::async(std::launch::async, [] { return count(); }));
+        isCounted =
+            isCounted && countings.back().wait_for(std::chrono::seconds(5)) == std::future_status::ready;
     };
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(i == 0 ? open(iterator) : openOne(), 0ul) << "the fourth closes it";

@@ -87,7 +87,7 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size, cons
 
 // the linker (--wrap) leads the agent's calls here
 extern "C" int __real_pthread_rwlock_wrlock(pthread_rwlock_t* lock);
-extern "C" int __wrap_pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
+extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
     if (kelp::test::pauses.fails())
         kelp::test::pauseGate->pass();
     return kelp::test::writeLocks.fails() ? EDEADLK : __real_pthread_rwlock_wrlock(lock);

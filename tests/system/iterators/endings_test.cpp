@@ -11,7 +11,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr double kMostGrowthMib = 400;  // what is freed is kept back for a while
 #else
-constexpr double kMostGrowthMib = 6;
+constexpr double kMostGrowthMib = 5;  // half of what the iterators of two rounds take
 #endif
 
 class Endings : public IteratorsFixture {};
@@ -51,7 +51,7 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
     constexpr int kSessions = 100, kEach = 100;
     constexpr int kThreads = 2;
     limit(kSessions * kEach, kSessions * kEach);  // none to spare
-    host_.set("session", "ping_interval_s", 3600);
+    host_.set("session", "ping_interval_s", 3600).set("trace", "level", 0);
     startWithElements(50);
     NmsProcess nms(host_, kSessions);
     const pid_t host = host_.process().pid();
@@ -73,13 +73,14 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
         return std::pair(whileOpen, residentMib(host));
     };
     const auto [firstOpen, firstEnd] = openAndEnd(1);
-    const auto [secondOpen, secondEnd] = openAndEnd(2);
-    EXPECT_LT(secondOpen, firstOpen + kMostGrowthMib);
-    EXPECT_LT(secondEnd, firstEnd + kMostGrowthMib);
+    openAndEnd(2);
+    const auto [lastOpen, lastEnd] = openAndEnd(3);
+    EXPECT_LT(lastOpen, firstOpen + kMostGrowthMib);
+    EXPECT_LT(lastEnd, firstEnd + kMostGrowthMib);
     nms.logIn(0, "bob");
     expectNoneOpen(nms, 0);
     RecordProperty("resident_mib", std::to_string(firstOpen) + " " + std::to_string(firstEnd) + " " +
-                                       std::to_string(secondOpen) + " " + std::to_string(secondEnd));
+                                       std::to_string(lastOpen) + " " + std::to_string(lastEnd));
     EXPECT_EQ(host_.stop(), 0);
 }
 

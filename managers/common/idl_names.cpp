@@ -20,6 +20,22 @@ inventory::NameValues fromIdl(const globaldefs::NamingAttributes_T& attributes) 
     return values;
 }
 
+/// Without a copy of the name's texts in between: every entry of every list has one.
+template <class Name>
+void fillAttributes(const Name& name, globaldefs::NamingAttributes_T& attributes) {
+    CORBA::ULong count = 1;
+    inventory::eachComponent(name, [&](const char*, const std::string&) { ++count; });
+    attributes.length(count);
+    CORBA::ULong at = 0;
+    const auto put = [&](const char* component, const std::string& value) {
+        attributes[at].name = CORBA::string_dup(component);
+        attributes[at].value = CORBA::string_dup(value.c_str());
+        ++at;
+    };
+    put("EMS", emsName());
+    inventory::eachComponent(name, put);
+}
+
 }  // namespace
 
 const std::string& emsName() {
@@ -37,8 +53,12 @@ void toIdl(const inventory::NameValues& values, globaldefs::NVSList_T& list) {
     }
 }
 
+void toIdl(const inventory::TpName& name, globaldefs::NamingAttributes_T& attributes) {
+    fillAttributes(name, attributes);
+}
+
 void toIdl(const inventory::ObjectName& name, globaldefs::NamingAttributes_T& attributes) {
-    toIdl(inventory::namingAttributes(emsName(), name), attributes);
+    std::visit([&](const auto& each) { fillAttributes(each, attributes); }, name);
 }
 
 std::string nameText(const globaldefs::NamingAttributes_T& attributes) {

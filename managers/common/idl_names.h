@@ -14,7 +14,8 @@ const std::string& emsName();
 
 void toIdl(const inventory::NameValues& values, globaldefs::NVSList_T& list);
 
-/// The naming attributes of an object of this EMS (TMF 814, SD1-25).
+// The naming attributes of an object of this EMS (TMF 814, SD1-25), which may be of any kind.
+void toIdl(const inventory::TpName& name, globaldefs::NamingAttributes_T& attributes);
 void toIdl(const inventory::ObjectName& name, globaldefs::NamingAttributes_T& attributes);
 
 /// A name for people: "ManagedElement=Berlin, PTP=/shelf=1/port=2".

@@ -1,9 +1,5 @@
 #include "idl_rows.h"
 
-#include "idl_names.h"
-
-#include <kelp/inventory/object_name.h>
-
 namespace kelp::managers {
 
 namespace {
@@ -34,7 +30,7 @@ static_assert(static_cast<int>(globaldefs::CD_BI) ==
 /// What all objects have: name, labels, owner and additional information.
 template <class Row, class Idl>
 void describe(const Row& row, Idl& object) {
-    toIdl(inventory::nameOf(row), object.name);
+    nameToIdl(row, object.name);
     object.userLabel = CORBA::string_dup(row.userLabel.c_str());
     object.nativeEMSName = CORBA::string_dup(row.nativeEMSName.c_str());
     object.owner = CORBA::string_dup(row.owner.c_str());

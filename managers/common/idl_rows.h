@@ -1,5 +1,7 @@
 #pragma once
 
+#include "idl_names.h"
+
 #include <kelp/inventory/model.h>
 
 #include <mtnm/equipment.h>
@@ -21,6 +23,15 @@ void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& eith
 void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point);
 void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLink_T& link);
 void toIdl(const inventory::Subnetwork& row, multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
+
+// The names of rows.
+template <class Row>
+void nameToIdl(const Row& row, globaldefs::NamingAttributes_T& name) {
+    toIdl(inventory::nameOf(row), name);
+}
+inline void nameToIdl(const inventory::TerminationPoint& row, globaldefs::NamingAttributes_T& name) {
+    toIdl(row.name, name);
+}
 
 // Bytes that a structure takes in a message, alignment included; rather too many than too few.
 std::size_t encodedSize(const globaldefs::NVSList_T& list);

@@ -12,52 +12,44 @@
 
 namespace kelp::managers {
 
-/// Appends the next rows to a sequence of the standard, `most` of them at most, until there is at least one
-/// or none is left: rows that are gone are passed over.
-template <class Sequence, class ReadRows>
-void appendRows(inventory::RowIds& ids, CORBA::ULong most, Sequence& entries, ReadRows readRows) {
-    const CORBA::ULong before = entries.length();
-    while (most > 0 && !ids.empty() && entries.length() == before) {
-        const auto rows = readRows(ids.take(most));
-        CORBA::ULong at = before;
-        entries.length(before + static_cast<CORBA::ULong>(rows.size()));
-        for (const auto& row : rows)
-            toIdl(row, entries[at++]);
-    }
+/// Appends rows to a sequence, each as `convert` fills an entry with it; those that are gone are left out.
+template <class Row, class Sequence, class Convert>
+void appendRows(inventory::Inventory& in, const inventory::RowIds& ids, inventory::Detail detail,
+                Sequence& entries, Convert convert) {
+    CORBA::ULong at = entries.length();
+    entries.length(at + static_cast<CORBA::ULong>(ids.count()));
+    in.readEach<Row>(ids, detail, [&](const Row& row) { convert(row, entries[at++]); });
+    entries.length(at);
 }
 
-/// Appends all of the rows to a sequence, for a list that is short by its nature.
+/// Appends all of the rows as the standard's structures.
 template <class Row, class Sequence>
 void appendAll(inventory::Inventory& in, const inventory::RowIds& ids, Sequence& entries) {
-    CORBA::ULong at = entries.length();
-    const std::vector<Row> rows = in.read<Row>(ids);
-    entries.length(at + static_cast<CORBA::ULong>(rows.size()));
-    for (const Row& row : rows)
-        toIdl(row, entries[at++]);
+    appendRows<Row>(in, ids, inventory::Detail::Standard, entries,
+                    [](const Row& row, auto& entry) { toIdl(row, entry); });
 }
 
 /// The same for the names alone.
 template <class Row>
 void appendNames(inventory::Inventory& in, const inventory::RowIds& ids,
                  globaldefs::NamingAttributesList_T& names) {
-    CORBA::ULong at = names.length();
-    const std::vector<Row> rows = in.readNames<Row>(ids);
-    names.length(at + static_cast<CORBA::ULong>(rows.size()));
-    for (const Row& row : rows)
-        toIdl(inventory::nameOf(row), names[at++]);
+    appendRows<Row>(in, ids, inventory::Detail::Name, names,
+                    [](const Row& row, globaldefs::NamingAttributes_T& name) { nameToIdl(row, name); });
 }
 
-/// Rows of one kind as a list of the standard's structures.
-template <class Row, class Sequence>
-class RowList final : public NS_KELPCORBA::ListSource<Sequence> {
+/// Rows of one kind as a list, which `Append` puts into the sequence.
+template <class Sequence, void (*Append)(inventory::Inventory&, const inventory::RowIds&, Sequence&)>
+class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
   public:
-    RowList(std::shared_ptr<inventory::Inventory> from, inventory::RowIds ids)
+    InventoryList(std::shared_ptr<inventory::Inventory> from, inventory::RowIds ids)
         : inventory_(std::move(from)), ids_(std::move(ids)) {}
 
     CORBA::ULong left() const override { return static_cast<CORBA::ULong>(ids_.count()); }
+    /// Until there is at least one or none is left: rows that are gone are passed over.
     void read(CORBA::ULong most, Sequence& entries) override {
-        appendRows(ids_, most, entries,
-                   [this](const inventory::RowIds& ids) { return inventory_->template read<Row>(ids); });
+        const CORBA::ULong before = entries.length();
+        while (most > 0 && !ids_.empty() && entries.length() == before)
+            Append(*inventory_, ids_.take(most), entries);
     }
     std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
         return managers::encodedSize(entries[index]);
@@ -68,33 +60,13 @@ class RowList final : public NS_KELPCORBA::ListSource<Sequence> {
     inventory::RowIds ids_;
 };
 
-/// The names of rows of one kind.
+/// The standard's structures.
+template <class Row, class Sequence>
+using RowList = InventoryList<Sequence, &appendAll<Row, Sequence>>;
+
+/// The names.
 template <class Row>
-class NameList final : public NS_KELPCORBA::ListSource<globaldefs::NamingAttributesList_T> {
-  public:
-    NameList(std::shared_ptr<inventory::Inventory> from, inventory::RowIds ids)
-        : inventory_(std::move(from)), ids_(std::move(ids)) {}
-
-    CORBA::ULong left() const override { return static_cast<CORBA::ULong>(ids_.count()); }
-    void read(CORBA::ULong most, globaldefs::NamingAttributesList_T& entries) override {
-        appendRows(ids_, most, entries, [this](const inventory::RowIds& ids) { return namesOf(ids); });
-    }
-    std::size_t encodedSize(const globaldefs::NamingAttributesList_T& entries,
-                            CORBA::ULong index) const override {
-        return managers::encodedSize(entries[index]);
-    }
-
-  private:
-    std::vector<inventory::ObjectName> namesOf(const inventory::RowIds& ids) const {
-        std::vector<inventory::ObjectName> names;
-        for (const Row& row : inventory_->readNames<Row>(ids))
-            names.push_back(inventory::nameOf(row));
-        return names;
-    }
-
-    const std::shared_ptr<inventory::Inventory> inventory_;
-    inventory::RowIds ids_;
-};
+using NameList = InventoryList<globaldefs::NamingAttributesList_T, &appendNames<Row>>;
 
 /// The types that go with a list of rows: what the inventory calls them, what the standard does.
 template <class RowType, class InterfaceType, class SkeletonType, class SequenceType, class SequenceOutType>

@@ -10,7 +10,9 @@
 namespace kelp::inventory {
 
 Connection::Connection(const std::filesystem::path& file, Use use)
-    : database_(file.string(), SQLite::OPEN_READWRITE, static_cast<int>(kPatience.count())) {
+    // one thread at a time uses it, so that it needs no locks of its own
+    : database_(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX,
+                static_cast<int>(kPatience.count())) {
     if (use == Use::Read) {
         // the write-ahead log may need mending before it can be read, which a read-only file does not allow
         database_.exec("PRAGMA query_only = ON");

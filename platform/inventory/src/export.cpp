@@ -116,7 +116,7 @@ class WholeInventory {
         const std::string table = Table<Row>::kName;
         const std::uint64_t last = number("SELECT coalesce(max(id), 0) FROM " + table);
         std::uint64_t next = number("SELECT coalesce(min(id), 1) FROM " + table);
-        RowReader<Row> reader(connection_, Columns::All);
+        RowReader<Row> reader(connection_, Detail::All);
         std::vector<Row> rows;
         for (; next <= last; next += kBatch) {
             rows.clear();

@@ -40,7 +40,7 @@ std::optional<Row> findRow(Connection& connection, const Name& name) {
     if (id == 0)
         return std::nullopt;
     std::vector<Row> rows;
-    RowReader<Row>(connection, Columns::All).read({id, 1}, rows);
+    RowReader<Row>(connection, Detail::All).read({id, 1}, rows);
     return rows.empty() ? std::nullopt : std::optional<Row>(std::move(rows.front()));
 }
 
@@ -50,10 +50,10 @@ std::optional<Row> findIn(State& state, const Name& name) {
 }
 
 template <class Row>
-std::vector<Row> readRows(Connection& connection, const RowIds& ids, Columns columns) {
+std::vector<Row> readRows(Connection& connection, const RowIds& ids, Detail detail) {
     std::vector<Row> rows;
     rows.reserve(ids.count());
-    RowReader<Row> reader(connection, columns);
+    RowReader<Row> reader(connection, detail);
     for (const IdRange& range : ids.ranges())
         reader.read(range, rows);
     return rows;
@@ -99,20 +99,29 @@ std::optional<EmsAttributes> Inventory::find(const EmsName&) {
 EmsAttributes Inventory::ems() {
     return state_->reading([](auto& lease) {
         std::vector<EmsAttributes> rows;
-        RowReader<EmsAttributes>(lease.connection(), Columns::All).read({EmsAttributes().id, 1}, rows);
+        RowReader<EmsAttributes>(lease.connection(), Detail::All).read({EmsAttributes().id, 1}, rows);
         return rows.empty() ? EmsAttributes() : std::move(rows.front());
     });
 }
 
 template <class Row>
 std::vector<Row> Inventory::read(const RowIds& ids) {
-    return state_->reading([&](auto& lease) { return readRows<Row>(lease.connection(), ids, Columns::All); });
+    return state_->reading([&](auto& lease) { return readRows<Row>(lease.connection(), ids, Detail::All); });
 }
 
 template <class Row>
 std::vector<Row> Inventory::readNames(const RowIds& ids) {
-    return state_->reading(
-        [&](auto& lease) { return readRows<Row>(lease.connection(), ids, Columns::NamesOnly); });
+    return state_->reading([&](auto& lease) { return readRows<Row>(lease.connection(), ids, Detail::Name); });
+}
+
+template <class Row>
+void Inventory::readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take) {
+    state_->reading([&](auto& lease) {
+        RowReader<Row> reader(lease.connection(), detail);
+        Row row;
+        for (const IdRange& range : ids.ranges())
+            reader.readEach(range, row, take);
+    });
 }
 
 template std::vector<ManagedElement> Inventory::read(const RowIds&);
@@ -127,6 +136,12 @@ template std::vector<Equipment> Inventory::readNames(const RowIds&);
 template std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
 template std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
 template std::vector<Subnetwork> Inventory::readNames(const RowIds&);
+template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const ManagedElement&)>&);
+template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const EquipmentHolder&)>&);
+template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const Equipment&)>&);
+template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const TerminationPoint&)>&);
+template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const TopologicalLink&)>&);
+template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const Subnetwork&)>&);
 
 std::filesystem::path configuredInventory() {
     const std::string configured = NS_BUNDLEMGR1::ConfigStore::instance().text("inventory.database");

@@ -163,6 +163,7 @@ void NameIndex::nameSubnetworks(std::int64_t elementId, std::vector<std::string>
         "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY subnetwork_id");
     const ResetAtEnd reset(statement);
     statement.bind(1, elementId);
+    names.clear();
     while (statement.step())
         nameSubnetwork(statement.integer(0), names.emplace_back());
 }

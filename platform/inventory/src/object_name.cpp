@@ -1,38 +1,8 @@
 #include <kelp/inventory/object_name.h>
 
-#include <utility>
-
 namespace kelp::inventory {
 
 namespace {
-
-NameValues componentsOf(const ManagedElementName& name) {
-    return {{"ManagedElement", name.managedElement}};
-}
-NameValues componentsOf(const HolderName& name) {
-    return {{"ManagedElement", name.managedElement}, {"EquipmentHolder", name.holder}};
-}
-NameValues componentsOf(const EquipmentName& name) {
-    return {{"ManagedElement", name.managedElement},
-            {"EquipmentHolder", name.holder},
-            {"Equipment", name.equipment}};
-}
-NameValues componentsOf(const TpName& name) {
-    NameValues components = {{"ManagedElement", name.managedElement},
-                             {name.portKind == TpKind::Ftp ? "FTP" : "PTP", name.port}};
-    if (!name.ctp.empty())
-        components.push_back({"CTP", name.ctp});
-    return components;
-}
-NameValues componentsOf(const LinkName& name) {
-    return {{"TopologicalLink", name.link}};
-}
-NameValues componentsOf(const SubnetworkName& name) {
-    return {{"MultiLayerSubnetwork", name.subnetwork}};
-}
-NameValues componentsOf(const EmsName&) {
-    return {};
-}
 
 /// The components' names, joined by dots.
 std::string formOf(const NameValues& attributes) {
@@ -46,8 +16,10 @@ std::string formOf(const NameValues& attributes) {
 
 NameValues namingAttributes(const std::string& ems, const ObjectName& name) {
     NameValues attributes = {{"EMS", ems}};
-    for (NameValue& component : std::visit([](const auto& each) { return componentsOf(each); }, name))
-        attributes.push_back(std::move(component));
+    const auto append = [&](const char* component, const std::string& value) {
+        attributes.push_back({component, value});
+    };
+    std::visit([&](const auto& each) { eachComponent(each, append); }, name);
     return attributes;
 }
 

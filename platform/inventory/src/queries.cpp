@@ -99,10 +99,14 @@ bool isWanted(const Prepared& port, const PortFilter& filter) {
 /// The ports that meet the condition, which is about the row ?1, and the filter.
 RowIds portsWhere(ReadPool::Lease& lease, const std::string& condition, std::int64_t id,
                   const PortFilter& filter) {
-    Prepared& query = lease.prepared(
-        "SELECT id, transmissionParams, connectableRates FROM termination_point WHERE port_id IS NULL AND "
-        "kind BETWEEN ?2 AND ?3 AND " +
-        condition);
+    // what the filter looks at makes the rows long
+    const bool isFiltered = !filter.layers.empty() || !filter.connectableRates.empty();
+    const std::string columns = isFiltered ? "id, transmissionParams, connectableRates" : "id";
+    Prepared& query =
+        lease.prepared("SELECT " + columns +
+                       " FROM termination_point WHERE port_id IS NULL AND kind BETWEEN ?2 AND ?3 "
+                       "AND " +
+                       condition);
     const ResetAtEnd reset(query);
     query.bind(1, id);
     query.bind(2, static_cast<std::int64_t>(filter.withPtps ? TpKind::Ptp : TpKind::Ftp));

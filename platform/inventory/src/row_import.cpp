@@ -109,7 +109,7 @@ RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing)
     if (!noteLine(record, identity.id, named))
         return Outcome::Wrong;
     std::vector<Row> rows;
-    RowReader<Row>(connection_, Columns::All).read({identity.id, 1}, rows);
+    RowReader<Row>(connection_, Detail::All).read({identity.id, 1}, rows);
     Row& row = rows.front();
     if constexpr (std::is_same_v<Row, TerminationPoint>) {
         // an update that names no equipment leaves the port where it is

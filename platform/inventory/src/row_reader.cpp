@@ -11,11 +11,11 @@ namespace kelp::inventory {
 namespace {
 
 template <class Row>
-std::string selection(Columns columns) {
+std::string selection(Detail detail) {
     std::string sql = "SELECT id";
     for (const char* const name : Table<Row>::kNameColumns)
         sql += std::string(", ") + name;
-    if (columns == Columns::All) {
+    if (detail != Detail::Name) {
         for (const std::string& name : attributeNames<Row>())
             sql += ", " + name;
     }
@@ -46,16 +46,21 @@ void take(const Prepared& row, int column, Value& value) {
 }  // namespace
 
 template <class Row>
-RowReader<Row>::RowReader(Connection& connection, Columns columns)
-    : names_(connection), columns_(columns), statement_(connection.prepared(selection<Row>(columns))) {}
+RowReader<Row>::RowReader(Connection& connection, Detail detail)
+    : names_(connection), detail_(detail), statement_(connection.prepared(selection<Row>(detail))) {}
 
 template <class Row>
 void RowReader<Row>::read(IdRange range, std::vector<Row>& rows) {
     const ResetAtEnd reset(statement_);
-    statement_.bind(1, range.first);
-    statement_.bind(2, range.last());
+    begin(range);
     while (statement_.step())
         takeRow(rows.emplace_back());
+}
+
+template <class Row>
+void RowReader<Row>::begin(IdRange range) {
+    statement_.bind(1, range.first);
+    statement_.bind(2, range.last());
 }
 
 template <class Row>
@@ -63,14 +68,14 @@ void RowReader<Row>::takeRow(Row& row) {
     row.id = statement_.integer(0);
     column_ = 1;
     takeName(row);
-    if (columns_ == Columns::All)
+    if (detail_ != Detail::Name)
         Table<Row>::visit(row, [this](const char*, auto& value) { take(statement_, column_++, value); });
 }
 
 template <>
 void RowReader<ManagedElement>::takeName(ManagedElement& row) {
     row.name = statement_.text(column_++);
-    if (columns_ == Columns::All)
+    if (detail_ == Detail::All)
         names_.nameSubnetworks(row.id, row.subnetworks);
 }
 
@@ -95,12 +100,19 @@ void RowReader<TerminationPoint>::takeName(TerminationPoint& row) {
         names_.nameElement(element, row.name.managedElement);
         row.name.portKind = kind;
         row.name.port = statement_.text(column_++);
+        row.name.ctp.clear();
     } else {
         names_.namePort(port, row.name);
         row.name.ctp = statement_.text(column_++);
     }
-    if (const std::int64_t equipment = statement_.integer(column_++); equipment != 0)
+    const std::int64_t equipment = detail_ == Detail::All ? statement_.integer(column_) : 0;
+    ++column_;
+    if (equipment != 0) {
         names_.nameEquipment(equipment, row.supportingEquipmentHolder, row.supportingEquipment);
+    } else {
+        row.supportingEquipmentHolder.clear();
+        row.supportingEquipment.clear();
+    }
 }
 
 template <>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/inventory/inventory.h>
 #include <kelp/inventory/model.h>
 #include <kelp/inventory/row_ids.h>
 
@@ -11,23 +12,33 @@
 
 namespace kelp::inventory {
 
-enum class Columns { All, NamesOnly };
-
 /// Reads rows of one kind through one connection, within a transaction of the caller's.
 template <class Row>
 class RowReader {
   public:
-    RowReader(Connection& connection, Columns columns);
+    RowReader(Connection& connection, Detail detail);
 
     /// Appends the rows of a range that are there, in the order of their ids.
     void read(IdRange range, std::vector<Row>& rows);
 
+    /// Passes them on instead, in `row`, whose texts keep their room from one row to the next.
+    template <class Take>
+    void readEach(IdRange range, Row& row, const Take& take) {
+        const ResetAtEnd reset(statement_);
+        begin(range);
+        while (statement_.step()) {
+            takeRow(row);
+            take(row);
+        }
+    }
+
   private:
+    void begin(IdRange range);
     void takeRow(Row& row);
     void takeName(Row& row);
 
     NameIndex names_;
-    const Columns columns_;
+    const Detail detail_;
     Prepared& statement_;
     int column_ = 0;  ///< the next to be taken
 };

@@ -86,6 +86,59 @@ TEST_F(InventoryReading, AllThatAPortHasIsRead) {
     EXPECT_FALSE(port.edgePoint);
 }
 
+TEST_F(InventoryReading, EachRowIsPassedOnWithoutAnythingOfTheOneBefore) {
+    takeRight(kSmallNetwork);
+    takeRight(R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"S"}
+{"object":"ManagedElement","ManagedElement":"A","subnetworks":["S"],"supportedRates":[5],"additionalInfo":{"x":"y"}}
+)");
+    RowIds points;
+    for (const std::int64_t id : {1, 4, 2, 5, 3, 1, 6, 2, 7, 8})
+        points.append(id);
+    const std::vector<TerminationPoint> listed = open().read<TerminationPoint>(points);
+    ASSERT_THAT(listed, SizeIs(10));
+    std::size_t at = 0;
+    open().readEach<TerminationPoint>(points, Detail::All, [&](const TerminationPoint& point) {
+        const TerminationPoint& same = listed.at(at++);
+        EXPECT_EQ(point.id, same.id);
+        EXPECT_EQ(point.name, same.name);
+        EXPECT_EQ(point.transmissionParams, same.transmissionParams);
+        EXPECT_EQ(point.connectableRates, same.connectableRates);
+        EXPECT_EQ(point.supportingEquipmentHolder, same.supportingEquipmentHolder);
+        EXPECT_EQ(point.supportingEquipment, same.supportingEquipment);
+    });
+    EXPECT_EQ(at, listed.size());
+
+    std::vector<ManagedElement> elements;
+    open().readEach<ManagedElement>(open().elements(), Detail::All,
+                                    [&](const ManagedElement& each) { elements.push_back(each); });
+    ASSERT_THAT(elements, SizeIs(2));
+    EXPECT_THAT(elements[0].subnetworks, ElementsAre("S"));
+    EXPECT_EQ(elements[0].supportedRates, LayerRates{5});
+    EXPECT_THAT(elements[1].subnetworks, SizeIs(0));
+    EXPECT_THAT(elements[1].supportedRates, SizeIs(0));
+    EXPECT_THAT(elements[1].additionalInfo, SizeIs(0));
+}
+
+TEST_F(InventoryReading, StandardsAttributesComeWithoutTheLookAtOtherTables) {
+    takeRight(kSmallNetwork);
+    RowIds port;
+    port.append(1);
+    int count = 0;
+    open().readEach<TerminationPoint>(port, Detail::Standard, [&](const TerminationPoint& point) {
+        ++count;
+        EXPECT_EQ(point.name.port, "p1");
+        EXPECT_EQ(point.nativeEMSName, "p1");
+        EXPECT_THAT(point.transmissionParams, SizeIs(2));
+        EXPECT_EQ(point.supportingEquipment, "");
+    });
+    open().readEach<TerminationPoint>(port, Detail::Name, [&](const TerminationPoint& point) {
+        ++count;
+        EXPECT_EQ(point.name.port, "p1");
+        EXPECT_EQ(point.nativeEMSName, "");
+    });
+    EXPECT_EQ(count, 2);
+}
+
 TEST_F(InventoryReading, ManyThreadsReadWhileAnotherProcessesImportIsWritten) {
     NetworkPlan plan;
     plan.elements = 20;

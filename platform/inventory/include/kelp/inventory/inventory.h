@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,10 @@ struct PortFilter {
 
 /// Which contained things are wanted: those one component of the name below, or all.
 enum class Depth { Direct, All };
+
+/// How much of a row is read: all of it; what the standard's structure has, which spares the look at other
+/// tables; the id and the name alone.
+enum class Detail { All, Standard, Name };
 
 /// Which contained termination points are wanted: all, or those that are connected.
 enum class ContainedTps { All, InUse };
@@ -121,6 +126,10 @@ class KELP_EXPORT Inventory {
     /// The same with the id and the name of each row alone; all else is as newly made.
     template <class Row>
     std::vector<Row> readNames(const RowIds& ids);
+    /// The same one row after the other, without a list of them. `take` gets the same object each time, which
+    /// holds what was asked for; it must not call the inventory.
+    template <class Row>
+    void readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take);
 
     Statistics statistics();
 
@@ -152,6 +161,18 @@ extern template KELP_EXPORT std::vector<Equipment> Inventory::readNames(const Ro
 extern template KELP_EXPORT std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<Subnetwork> Inventory::readNames(const RowIds&);
+extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
+                                                     const std::function<void(const ManagedElement&)>&);
+extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
+                                                     const std::function<void(const EquipmentHolder&)>&);
+extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
+                                                     const std::function<void(const Equipment&)>&);
+extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
+                                                     const std::function<void(const TerminationPoint&)>&);
+extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
+                                                     const std::function<void(const TopologicalLink&)>&);
+extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
+                                                     const std::function<void(const Subnetwork&)>&);
 
 /// The file configured ([inventory] database), or the default below the state directory.
 KELP_EXPORT std::filesystem::path configuredInventory();

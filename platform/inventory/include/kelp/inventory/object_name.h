@@ -41,6 +41,40 @@ struct EmsName {
 using ObjectName =
     std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName, SubnetworkName, EmsName>;
 
+// The components of a name after the EMS, in order: `take` is given the name and the value of each.
+template <class Take>
+void eachComponent(const ManagedElementName& name, Take&& take) {
+    take("ManagedElement", name.managedElement);
+}
+template <class Take>
+void eachComponent(const HolderName& name, Take&& take) {
+    take("ManagedElement", name.managedElement);
+    take("EquipmentHolder", name.holder);
+}
+template <class Take>
+void eachComponent(const EquipmentName& name, Take&& take) {
+    take("ManagedElement", name.managedElement);
+    take("EquipmentHolder", name.holder);
+    take("Equipment", name.equipment);
+}
+template <class Take>
+void eachComponent(const TpName& name, Take&& take) {
+    take("ManagedElement", name.managedElement);
+    take(name.portKind == TpKind::Ftp ? "FTP" : "PTP", name.port);
+    if (!name.ctp.empty())
+        take("CTP", name.ctp);
+}
+template <class Take>
+void eachComponent(const LinkName& name, Take&& take) {
+    take("TopologicalLink", name.link);
+}
+template <class Take>
+void eachComponent(const SubnetworkName& name, Take&& take) {
+    take("MultiLayerSubnetwork", name.subnetwork);
+}
+template <class Take>
+void eachComponent(const EmsName&, Take&&) {}
+
 KELP_EXPORT NameValues namingAttributes(const std::string& ems, const ObjectName& name);
 
 KELP_EXPORT ObjectName nameOf(const ManagedElement& row);

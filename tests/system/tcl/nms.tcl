@@ -8,6 +8,7 @@
 #   managers                   "managers <names>"
 #   ems                        "ems <EMS name> <native name>"
 #   lacking                    "lacking <exception type>"    an operation that the EMS does not have
+#   links                      "links <count> nil|iterator"  the first five of the EMS's topological links
 #   consume TYPE FILTER        "consume ok", or "consume refused <exception>"    structured events of this type that the
 #                              filter lets through are pushed to the NMS from here on; no filter when it is empty
 #   events N                   "event <type> <field>=<value> ..."    a line each for the first N events
@@ -143,10 +144,14 @@ proc take {step stepsLeft} {
             say ems [dict get [lindex [dict get $ems name] 0] value] [dict get $ems nativeEMSName]
         }
         lacking {
-            if {![catch {[manager] getAllTopLevelTopologicalLinks 5 links iterator} result]} {
+            if {![catch {[manager] deleteTopologicalLink {}} result]} {
                 error "the operation did something"
             }
             say lacking [lindex [failure $result] 0]
+        }
+        links {
+            [manager] getAllTopLevelTopologicalLinks 5 links iterator
+            say links [llength $links] [expr {$iterator == 0 ? "nil" : "iterator"}]
         }
         consume {
             set steps [lassign $steps type filter]

@@ -66,9 +66,10 @@ TEST_F(TclNms, IsRefusedWithAWrongPassword) {
 
 TEST_F(TclNms, LogsInUsesAManagerAndLeaves) {
     host.start();
-    EXPECT_THAT(through({"login", "alice", Host::kPassword, "managers", "ems", "lacking", "ping", "end"}),
-                ElementsAre("login ok", "managers EMS", "ems Kelp/EMS EMS", "lacking EXCPT_NOT_IMPLEMENTED",
-                            "ping ok", "end ok"));
+    EXPECT_THAT(
+        through({"login", "alice", Host::kPassword, "managers", "ems", "links", "lacking", "ping", "end"}),
+        ElementsAre("login ok", "managers EMS EquipmentInventory ManagedElement MultiLayerSubnetwork",
+                    "ems Kelp/EMS EMS", "links 0 nil", "lacking EXCPT_NOT_IMPLEMENTED", "ping ok", "end ok"));
     EXPECT_TRUE(host.log().waitFor(kSessionGone));
 }
 

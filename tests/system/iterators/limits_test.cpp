@@ -98,7 +98,11 @@ TEST_P(HardLimits, RefuseFurtherIteratorsWhileAllElseGoesOn) {
     EXPECT_EQ(openings.failed, 0);
     EXPECT_EQ(greedy_->probe().open, openings.opened) << "those that are open stay open";
 
-    greedy_->openMany(1, 1);
+    // the reader's place is free a moment after its last batch
+    EXPECT_TRUE(eventually([&] {
+        greedy_->openMany(1, 1);
+        return greedy_->probe().open == hard;
+    }));
     EXPECT_THAT(refusal(*reader_), testing::HasSubstr(kRefusal));
     EXPECT_EQ(reader_->ask(kElements).first, kElements) << "no iterator is needed";
     EXPECT_EQ(bob_->emsLabel(0), "EMS");

@@ -1,10 +1,18 @@
 #include "refusal.h"
 
 #include <kelp/agent/error_translation.h>
+#include <kelp/util/trace_log.h>
 
 #include <mtnm/globaldefs.h>
 
 namespace kelp::managers {
+
+namespace {
+
+/// In bytes: a name that was passed in is the caller's text, of any length.
+constexpr std::size_t kLongestAbout = 1024;
+
+}  // namespace
 
 void refuse(unsigned long code) {
     globaldefs::ProcessingFailureException refusal;
@@ -18,7 +26,7 @@ void refuse(unsigned long code, const std::string& about) {
     std::string reason(refusal.errorReason.in());
     if (reason.ends_with('.'))
         reason.pop_back();
-    refusal.errorReason = CORBA::string_dup((reason + ": " + about).c_str());
+    refusal.errorReason = CORBA::string_dup((reason + ": " + util::escaped(about, kLongestAbout)).c_str());
     throw refusal;
 }
 

@@ -81,6 +81,20 @@ TEST_F(ElementsTest, WhoIsNotThereIsNotFound) {
     });
 }
 
+TEST_F(ElementsTest, ReasonRepeatsNeitherWhatIsNoTextNorWhatIsEndless) {
+    managedElement::ManagedElement_T_var element;
+    expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=two\\nlines", [&] {
+        manager_->getManagedElement(nameOf({{"ManagedElement", "two\nlines"}}), element.out());
+    });
+    const std::string endless(100000, 'x');
+    try {
+        manager_->getManagedElement(nameOf({{"ManagedElement", endless.c_str()}}), element.out());
+        ADD_FAILURE() << "it was found";
+    } catch (const globaldefs::ProcessingFailureException& refusal) {
+        EXPECT_LT(std::string(refusal.errorReason.in()).size(), 2000u);
+    }
+}
+
 TEST_F(ElementsTest, NamesOfOtherThingsAreInvalid) {
     NamingAttributes_T otherEms = nameOf({{"ManagedElement", "A"}});
     otherEms[0].value = CORBA::string_dup("Other/EMS");

@@ -60,7 +60,7 @@ std::string checkedText(const char* text, const char* parameter) {
     return value;
 }
 
-/// Makes the change to the object with that name: `change` is given the inventory, its kind and its id.
+/// Makes the change to the object with that name: `makeChange` is given the inventory, its kind and its id.
 template <class MakeChange>
 Change changeObject(Kinds kinds, const globaldefs::NamingAttributes_T& object, MakeChange makeChange) {
     const inventory::ObjectName name = objectNamed(object);
@@ -96,9 +96,9 @@ void setNativeEmsName(Kinds kinds, const globaldefs::NamingAttributes_T& object,
     const std::string text = checkedText(name, "nativeEMSName");
     if (text.empty())
         refuse(kNotAValue, "nativeEMSName");
-    if (std::holds_alternative<inventory::EmsName>(objectNamed(object)))
-        refuse(NS_KELPCORBA::kOperationNotImplemented, "objectName");
     changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
+        if (kind == ObjectKind::Ems)
+            refuse(NS_KELPCORBA::kOperationNotImplemented, "objectName");
         return in.setNativeEmsName(kind, id, text);
     });
 }

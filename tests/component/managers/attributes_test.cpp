@@ -63,6 +63,8 @@ TEST_F(AttributesTest, ObjectMustBeOneOfTheManagersAndThere) {
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "TopologicalLink=A-B", [&] {
         manager_->setOwner(nameOf({{"TopologicalLink", "A-B"}}), "x");
     });
+    expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "EMS=Kelp/EMS",
+                  [&] { manager_->setNativeEMSName(nameOf({}), "x"); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "",
                   [&] { manager_->setUserLabel(NamingAttributes_T(), "x", false); });
 }

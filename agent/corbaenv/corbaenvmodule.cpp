@@ -2,6 +2,7 @@
 
 #include "corbaenv/containment.h"
 #include "corbaenv/corbaagent.h"
+#include "util/taskmgrtype.h"
 
 #include <kelp/appmgr/task_mgr.h>
 
@@ -17,7 +18,6 @@ constexpr const char* kSubject = "corbaenvmodule";
 constexpr const char* kBundleName = "mx_kelp_corbaagent_bundle";
 constexpr const char* kServiceName = "mx_kelpcorba_env";
 constexpr const char* kInterfaceKey = "NULLServiceInterface";
-constexpr int kTaskMgrType = 21;
 constexpr int kTaskMgrWorkers = 2;
 
 int failed(const char* reason, int line = __builtin_LINE()) {
@@ -29,7 +29,7 @@ int failed(const char* reason, int line = __builtin_LINE()) {
 /// Gives the application the module's task manager, which is the application's from then on.
 void enterTaskMgr() {
     auto taskMgr = std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), ACE_Thread_Manager::instance(),
-                                                    kTaskMgrType, kTaskMgrWorkers);
+                                                    kModuleTaskMgrType, kTaskMgrWorkers);
     if (taskMgr->InitEnv() != 0)
         failed("in [mx_kelpcorba_env::init] The task manager has no workers!");
     KelpAppMgr::Instance()->TMDynInsertTaskMgr(taskMgr.release());

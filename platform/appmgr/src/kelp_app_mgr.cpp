@@ -73,6 +73,12 @@ void KelpAppMgr::TMDynInsertTaskMgr(KelpTaskMgr* taskMgr) {
         endTaskMgr(std::move(replaced));
 }
 
+bool KelpAppMgr::Post(int type, KelpTaskMgr::Work work) {
+    const std::lock_guard guard(state_->mutex);  // a task manager leaves the list before it ends
+    const auto found = state_->find(type);
+    return found != state_->taskMgrs.end() && (*found)->Post(std::move(work));
+}
+
 KelpTaskMgr* KelpAppMgr::Find(int type) const {
     const std::lock_guard guard(state_->mutex);
     const auto found = state_->find(type);

@@ -166,6 +166,9 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
                    "Most entries of one batch, whatever an NMS asks for; its encoded size stays below 1 MiB "
                    "besides."),
+        integerKey("iterator", "read_ahead", 16, 0, 1000, Change::AtReload,
+                   "Iterators whose next batch may be read and held while their NMS works on the last one; "
+                   "each may take some 4 MiB. 0: none."),
 
         textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
                  "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "

@@ -253,6 +253,10 @@ int CorbaBaseAgentConfig::IteratorBatchMax() const {
     return number("iterator.batch_max");
 }
 
+int CorbaBaseAgentConfig::IteratorReadAhead() const {
+    return number("iterator.read_ahead");
+}
+
 std::string CorbaBaseAgentConfig::EmsName() const {
     return config().text("ems.name");
 }

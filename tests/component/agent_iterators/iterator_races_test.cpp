@@ -10,6 +10,7 @@
 #include "iterator_fixture.h"
 #include "name_iterators.h"
 #include "support/iterator_mixture.h"
+#include "support/module_workers.h"
 
 namespace kelp::test {
 namespace {
@@ -51,6 +52,8 @@ class IteratorRaces : public IteratorFixture {
     std::shared_ptr<const int> lists_ = std::make_shared<const int>(0);  ///< held by every list as well
 
   private:
+    const ModuleWorkers workers_;
+
     /// In every request on a manager.
     void give() {
         auto source = std::make_unique<NumberedNames>(kEntries);

@@ -7,6 +7,7 @@
 #include "component/orb/gate.h"
 #include "iterator_fixture.h"
 #include "name_iterators.h"
+#include "support/module_workers.h"
 
 namespace kelp::test {
 namespace {
@@ -131,7 +132,49 @@ TEST_F(TypedIteratorTest, TellsTheSameWhateverIsThrown) {
     expectOverAfter([] { throw globaldefs::ProcessingFailureException(); }, "ProcessingFailureException");
 }
 
+TEST_F(TypedIteratorTest, EndsWithItsSessionWhileItsNextBatchIsReadAhead) {
+    const ModuleWorkers workers;
+    Gate gate;
+    const auto held = std::make_shared<const int>(0);
+    source_ = std::make_unique<NumberedNames>(10);
+    source_->held = held;
+    source_->failsAt = 6;
+    source_->fail = [&] { gate.pass(); };
+    const Answer answer = list(1);
+    EXPECT_EQ(next(answer.rest.in(), 3).numbers, numbers(2, 4));
+    ASSERT_TRUE(gate.isReached()) << "a worker reads the next three";
+    session_->endSession();
+    EXPECT_TRUE(waitUntil([] { return count() == 0; }));
+    EXPECT_TRUE(isClosed(answer.rest.in()));
+    EXPECT_EQ(held.use_count(), 2) << "the worker is not waited for";
+    gate.open();
+    EXPECT_TRUE(waitUntil([&] { return held.use_count() == 1; }));
+    EXPECT_EQ(NS_KELPCORBA::ReadAheadPlace::taken(), 0);
+}
+
+TEST_F(TypedIteratorTest, IsDestroyedAfterTheReadAheadThatRuns) {
+    const ModuleWorkers workers;
+    Gate gate;
+    const auto held = std::make_shared<const int>(0);
+    source_ = std::make_unique<NumberedNames>(10);
+    source_->held = held;
+    source_->failsAt = 6;
+    source_->fail = [&] { gate.pass(); };
+    const Answer answer = list(1);
+    next(answer.rest.in(), 3);
+    ASSERT_TRUE(gate.isReached());
+    std::thread destroyer([&] {
+        orb::setThreadTimeout(std::chrono::seconds(60));
+        answer.rest->destroy();
+    });
+    gate.open();
+    destroyer.join();
+    EXPECT_TRUE(isClosed(answer.rest.in()));
+    EXPECT_TRUE(waitUntil([&] { return held.use_count() == 1; }));
+}
+
 TEST_F(TypedIteratorTest, IsReadByOneCallAfterTheOther) {
+    const ModuleWorkers workers;
     constexpr CORBA::ULong kEntries = 20000;
     constexpr int kThreads = 4;
     const Answer answer = list(kEntries, 0);

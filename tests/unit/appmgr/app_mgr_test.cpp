@@ -20,7 +20,10 @@ class WatchedTaskMgr : public KelpTaskMgr {
         : type_(type), name_(std::move(name)), calls_(calls) {}
     ~WatchedTaskMgr() override { calls_.push_back(name_ + " deleted"); }
     int InitEnv() override { return 0; }
-    bool Post(Work) override { return true; }
+    bool Post(Work) override {
+        calls_.push_back(name_ + " work");
+        return name_ != "full";
+    }
     void Exit() override {
         calls_.push_back(name_ + " exit");
         if (name_ == "broken")
@@ -54,6 +57,17 @@ TEST_F(AppMgr, FindsTaskManagersByType) {
     EXPECT_EQ(application.Find(21), first);
     EXPECT_EQ(application.Find(22), second);
     EXPECT_EQ(application.Find(23), nullptr);
+}
+
+TEST_F(AppMgr, PostsWorkToTheTaskManagerOfAType) {
+    EXPECT_FALSE(application.Post(21, [] {}));
+    insert(21, "first");
+    insert(22, "full");
+    EXPECT_TRUE(application.Post(21, [] {}));
+    EXPECT_FALSE(application.Post(22, [] {}));
+    EXPECT_THAT(calls, ElementsAre("first work", "full work"));
+    application.Exit();
+    EXPECT_FALSE(application.Post(21, [] {}));
 }
 
 TEST_F(AppMgr, ExitEndsAndDeletesNewestFirst) {

@@ -31,6 +31,7 @@ TEST(Settings, HaveTheirDefaults) {
     EXPECT_EQ(base().IteratorRestriction(), 200);
     EXPECT_EQ(base().IteratorNum(), 1000);
     EXPECT_EQ(base().IteratorBatchMax(), 5000);
+    EXPECT_EQ(base().IteratorReadAhead(), 16);
     EXPECT_EQ(base().EmsName(), "Kelp/EMS");
     EXPECT_EQ(base().IDLVersion(), "3.5");
     EXPECT_EQ(base().TimeShowAppearance(), 0);
@@ -51,6 +52,7 @@ max_sessions = 9
 soft_limit = 11
 hard_limit = 12
 batch_max = 13
+read_ahead = 14
 [time]
 appearance = 1
 reference = 1
@@ -64,6 +66,7 @@ reference = 1
     EXPECT_EQ(base().IteratorRestriction(), 11);
     EXPECT_EQ(base().IteratorNum(), 12);
     EXPECT_EQ(base().IteratorBatchMax(), 13);
+    EXPECT_EQ(base().IteratorReadAhead(), 14);
     EXPECT_EQ(base().TimeShowAppearance(), 1);
     EXPECT_EQ(base().TimeZoneRefPoint(), 1);
 }

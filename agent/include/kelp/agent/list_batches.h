@@ -63,6 +63,9 @@ class ListBatches {
         return batch.release();
     }
 
+    /// A batch that is not wanted as it is: its entries come first next time.
+    void putBack(Sequence& batch) { hold(batch, 0); }
+
   private:
     static constexpr CORBA::ULong kFirstStep = 64;
     static constexpr CORBA::ULong kLongestStep = 1000;

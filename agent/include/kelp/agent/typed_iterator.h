@@ -3,21 +3,18 @@
 #include <kelp/agent/error_translation.h>
 #include <kelp/agent/iterator_helper.h>
 #include <kelp/agent/list_batches.h>
+#include <kelp/agent/list_reader.h>
 #include <kelp/orb/corba.h>
-#include <kelp/orb/exception_text.h>
 #include <kelp/util/export.h>
 
-#include <exception>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <utility>
 
 namespace NS_KELPCORBA {
 
 /// `[iterator] batch_max`, as it is configured now.
 KELP_EXPORT CORBA::ULong iteratorBatchMax();
-/// Traces why a list cannot be read on.
-KELP_EXPORT void traceListFailure(const char* what);
 
 template <class Sequence>
 typename ListBatches<Sequence>::Limits iteratorLimits() {
@@ -46,7 +43,7 @@ class TypedIterator final : public Skeleton {
     static typename Interface::_ptr_type give(std::unique_ptr<Source> source, CORBA::ULong howMany,
                                               SequenceOut list) {
         auto batches = std::make_unique<ListBatches<Sequence>>(std::move(source), iteratorLimits<Sequence>());
-        Batch first = readNext(*batches, howMany);
+        Batch first = Reader::read(*batches, howMany);
         if (!first.entries)
             ThrowException(kInternalFailure);
         typename Interface::_var_type rest;
@@ -59,60 +56,35 @@ class TypedIterator final : public Skeleton {
     TypedIterator(PortableServer::POA_ptr poa, std::unique_ptr<ListBatches<Sequence>> batches)
         : poa_(PortableServer::POA::_duplicate(poa)),
           length_(batches->left()),
-          batches_(std::move(batches)) {}
+          reader_(std::make_shared<Reader>(std::move(batches))) {}
+    ~TypedIterator() override { reader_->abandon(); }
 
     PortableServer::POA_ptr _default_POA() override { return PortableServer::POA::_duplicate(poa_.in()); }
 
     /// At most `howMany` entries, perhaps fewer; for 0 none, and the iterator stays. False: that was the last
     /// batch. EXCPT_INTERNAL_ERROR when it cannot be read: entries may be lost then, so the list is over.
     CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut list) override {
-        Batch batch;
-        {
-            const std::lock_guard guard(mutex_);
-            if (!batches_)
-                throw CORBA::OBJECT_NOT_EXIST();
-            batch = readNext(*batches_, howMany);
-            if (!batch.isMore)
-                batches_.reset();
-        }
-        if (!batch.isMore)
+        std::optional<Batch> batch = reader_->next(howMany);
+        if (!batch)
+            throw CORBA::OBJECT_NOT_EXIST();
+        if (!batch->isMore)
             TAIteratorHelper::deactive_object(this);
-        if (!batch.entries)
+        if (!batch->entries)
             ThrowException(kInternalFailure);
-        list = batch.entries.release();
-        return batch.isMore;
+        list = batch->entries.release();
+        return batch->isMore;
     }
     /// The entries that were left when the list was answered, however many have been read since.
     CORBA::ULong getLength() override { return length_; }
     void destroy() override {
-        {
-            const std::lock_guard guard(mutex_);
-            if (!batches_)
-                throw CORBA::OBJECT_NOT_EXIST();
-            batches_.reset();
-        }
+        if (!reader_->close())
+            throw CORBA::OBJECT_NOT_EXIST();
         TAIteratorHelper::deactive_object(this);
     }
 
   private:
-    /// No entries: they could not be read, which is traced.
-    struct Batch {
-        std::unique_ptr<Sequence> entries;
-        bool isMore = false;
-    };
-
-    static Batch readNext(ListBatches<Sequence>& batches, CORBA::ULong howMany) {
-        try {
-            std::unique_ptr<Sequence> entries(batches.next(howMany));
-            const bool isMore = batches.left() > 0;
-            return {std::move(entries), isMore};
-        } catch (const CORBA::Exception& failure) {
-            traceListFailure(kelp::orb::exceptionText(failure).c_str());
-        } catch (const std::exception& failure) {
-            traceListFailure(failure.what());
-        }
-        return {};
-    }
+    using Reader = ListReader<Sequence>;
+    using Batch = typename Reader::Batch;
 
     static typename Interface::_ptr_type open(std::unique_ptr<ListBatches<Sequence>> batches) {
         const PortableServer::POA_var poa = TAIteratorHelper::getIteratorPoa();
@@ -128,8 +100,7 @@ class TypedIterator final : public Skeleton {
 
     const PortableServer::POA_var poa_;
     const CORBA::ULong length_;
-    std::mutex mutex_;                                // one batch at a time
-    std::unique_ptr<ListBatches<Sequence>> batches_;  // guarded by mutex_; none when it is over
+    const std::shared_ptr<Reader> reader_;
 };
 
 }  // namespace NS_KELPCORBA

@@ -53,6 +53,9 @@ class KELP_EXPORT KelpAppMgr {
     /// Takes ownership of a task manager. One of the same type that is there already is ended and replaced (a
     /// module loaded a second time brings its task manager again).
     void TMDynInsertTaskMgr(KelpTaskMgr* taskMgr);
+    /// Queues work with the task manager of a type; false when there is none, its queue is full or it is
+    /// ending. Unlike Find it may be called while the application ends.
+    bool Post(int type, KelpTaskMgr::Work work);
     /// The task manager of a type, or null; it lives until it is replaced or the application ends.
     KelpTaskMgr* Find(int type) const;
     /// Ends and deletes all task managers. To be called before the modules whose work is queued are unloaded;

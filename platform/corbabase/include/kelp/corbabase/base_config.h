@@ -70,6 +70,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     int IteratorRestriction() const;  ///< soft limit of open iterators
     int IteratorNum() const;          ///< hard limit of open iterators
     int IteratorBatchMax() const;     ///< most entries of one batch of an iterator
+    int IteratorReadAhead() const;    ///< iterators whose next batch may be held before it is asked for
 
     // -- identity, times ----------------------------------------------------------------------------------
     std::string EmsName() const;     ///< CompanyName/EMSName (TMF 814 SD1-43)

@@ -1,0 +1,52 @@
+#include <kelp/agent/read_ahead.h>
+
+#include "util/taskmgrtype.h"
+#include "util/tracepoint.h"
+
+#include <kelp/appmgr/task_mgr.h>
+#include <kelp/corbabase/base_config.h>
+
+#include <atomic>
+#include <exception>
+
+namespace NS_KELPCORBA {
+namespace {
+
+std::atomic<int> placesTaken{0};
+
+}  // namespace
+
+ReadAheadPlace ReadAheadPlace::take() {
+    ReadAheadPlace place;
+    const int places = NS_CORBA::CorbaBaseAgentConfig::Instance()->IteratorReadAhead();
+    int taken = placesTaken.load();
+    while (taken < places && !place.isTaken_)
+        place.isTaken_ = placesTaken.compare_exchange_weak(taken, taken + 1);
+    return place;
+}
+
+void ReadAheadPlace::giveBack() {
+    if (std::exchange(isTaken_, false))
+        --placesTaken;
+}
+
+int ReadAheadPlace::taken() {
+    return placesTaken.load();
+}
+
+bool readAheadLater(std::function<void()> work) {
+    try {
+        return KelpAppMgr::Instance()->Post(kModuleTaskMgrType, std::move(work));
+    } catch (const std::exception& failure) {
+        tracePoint("readahead");
+        NS_CORBA::TaTrace("[ReadAhead] The next batch cannot be read ahead: %s", failure.what());
+        return false;
+    }
+}
+
+void traceListFailure(const char* what) {
+    tracePoint("typediterator");
+    NS_CORBA::TaTrace("[TypedIterator] The list cannot be read: %s", what);
+}
+
+}  // namespace NS_KELPCORBA

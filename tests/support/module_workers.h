@@ -1,0 +1,28 @@
+#pragma once
+
+#include <kelp/appmgr/task_mgr.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "util/taskmgrtype.h"
+
+namespace kelp::test {
+
+/// The module's task manager with its workers, which the module's entry starts in the host. Its work ends
+/// before the agent, as there.
+class ModuleWorkers {
+  public:
+    ModuleWorkers() {
+        auto workers = std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), nullptr,
+                                                        NS_KELPCORBA::kModuleTaskMgrType, 2);
+        if (workers->InitEnv() != 0)
+            throw std::runtime_error("no workers");
+        KelpAppMgr::Instance()->TMDynInsertTaskMgr(workers.release());
+    }
+    ~ModuleWorkers() { KelpAppMgr::Instance()->Exit(); }
+    ModuleWorkers(const ModuleWorkers&) = delete;
+    ModuleWorkers& operator=(const ModuleWorkers&) = delete;
+};
+
+}  // namespace kelp::test

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <kelp/appmgr/task_mgr.h>
+
+#include <deque>
+#include <utility>
+
+#include "util/taskmgrtype.h"
+
+namespace kelp::test {
+
+/// A task manager in the module's place, whose work the test does itself, when it wants.
+class QueuedWork final : public KelpTaskMgr {
+  public:
+    QueuedWork() = default;
+    int InitEnv() override { return 0; }
+    bool Post(Work work) override {
+        if (isFull)
+            return false;
+        queue_.push_back(std::move(work));
+        return true;
+    }
+    void Exit() override { queue_.clear(); }
+    int Type() const override { return NS_KELPCORBA::kModuleTaskMgrType; }
+
+    std::size_t size() const { return queue_.size(); }
+    /// Does the oldest.
+    void doOne() {
+        const Work work = std::move(queue_.front());
+        queue_.pop_front();
+        work();
+    }
+
+    bool isFull = false;
+
+  private:
+    std::deque<Work> queue_;
+};
+
+}  // namespace kelp::test

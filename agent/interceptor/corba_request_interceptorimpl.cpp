@@ -30,6 +30,13 @@ std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
     return key;
 }
 
+/// Only a waiting thread asks for signs of life. One that begins to wait right after the look grants its NMS
+/// the whole silent time from then on, as it does when a request came right before.
+bool isAnybodyWaiting() {
+    const SessionMgr* sessions = SessionMgr::Existing();
+    return sessions != nullptr && sessions->IsAnybodyWaiting();
+}
+
 /// An NMS calls these two without using its session.
 bool isNoActivity(const std::string& operation) {
     return operation == "endSession" || operation == "ping";
@@ -55,7 +62,8 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
         refuse(ri);
     SetThreadContext(ri);
     const bool bySilence = base.GetSessionReleaseStrategy() == kReleaseBySilence;
-    const bool isActivity = bySilence && ri != nullptr && !isNoActivity(ri->operationName());
+    const bool isActivity =
+        bySilence && ri != nullptr && isAnybodyWaiting() && !isNoActivity(ri->operationName());
     std::string clientKey;
     try {
         if (isActivity)

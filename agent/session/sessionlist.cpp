@@ -197,6 +197,7 @@ bool SessionMgr::SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body) {
         const SessionLock lock(sessionLock_);
         session->_add_ref();
         waiting_.insert(session);
+        waitingCount_ = waiting_.size();
     }
     ACE_thread_t thread = 0;
     if (waitingThreads_.spawn(body, session, THR_NEW_LWP | THR_DETACHED, &thread) == -1) {
@@ -214,6 +215,7 @@ void SessionMgr::LeaveWaiting(EmsSession_IImpl* session) {
     const auto found = waiting_.find(session);
     if (found != waiting_.end())
         waiting_.erase(found);
+    waitingCount_ = waiting_.size();
     session->_remove_ref();
 }
 

@@ -6,6 +6,7 @@
 #include <pthread.h>
 
 #include "adapter/sessionsource.h"
+#include "session/waitingthreads.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 
@@ -14,10 +15,16 @@ namespace {
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-/// Counts the signals that a session gets from here on.
+/// Sees the signals that a session gets from here on, beside its waiting thread.
 class Signals {
   public:
     explicit Signals(ServantRef<EmsSession_IImpl> session) : session_(std::move(session)) { came(); }
+
+    /// With a thread that waits for a sign of life of the session until the session or the agent ends.
+    static Signals whileWaiting(ServantRef<EmsSession_IImpl> session) {
+        EXPECT_TRUE(SessionMgr::Instance()->SpawnWaiting(session.get(), theWaiting));
+        return Signals(std::move(session));
+    }
 
     /// True when a signal came since the last question.
     bool came() {
@@ -39,7 +46,7 @@ TEST(Interceptor, TakesARequestForASignOfLifeOfItsSession) {
     RunningAgent agent(bySilence());
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());
-    Signals signals(agent.listed(agent.nms()));
+    Signals signals = Signals::whileWaiting(agent.listed(agent.nms()));
     EXPECT_FALSE(signals.came());
 
     emsSession::EmsSession_I::managerNames_T_var names;
@@ -60,7 +67,7 @@ TEST(Interceptor, TakesNeitherPingNorEndSessionForOne) {
     RunningAgent agent(bySilence());
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());
-    Signals signals(agent.listed(agent.nms()));
+    Signals signals = Signals::whileWaiting(agent.listed(agent.nms()));
     remote->ping();
     EXPECT_FALSE(signals.came());
     remote->endSession();
@@ -74,9 +81,9 @@ TEST(Interceptor, SignalsNoOtherSessionOfTheUserOrTheHost) {
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms(1));
     agent.logIn(agent.nms(2));
     agent.logIn(agent.nms(1), "second");
-    Signals called(agent.listed(agent.nms(1)));
-    Signals otherHost(agent.listed(agent.nms(2)));
-    Signals otherUser(agent.listed(agent.nms(1), "second"));
+    Signals called = Signals::whileWaiting(agent.listed(agent.nms(1)));
+    Signals otherHost = Signals::whileWaiting(agent.listed(agent.nms(2)));
+    Signals otherUser = Signals::whileWaiting(agent.listed(agent.nms(1), "second"));
     emsSession::EmsSession_I::managerNames_T_var names;
     agent.overTheWire<emsSession::EmsSession_I>(session.in())->getSupportedManagers(names.out());
     EXPECT_TRUE(called.came());
@@ -90,18 +97,47 @@ TEST(Interceptor, SignalsOnlyASessionWithAnEmptyKeyForARequestOutsideOfSessions)
     auto* const nameless = new NS_CORBA::RefCount_OneParameter<EmsSession_IImpl, SessionSource*>(
         SessionSource::create("", "", agent.nms().reference()));
     ASSERT_EQ(agent.sessions().add_emsSession(nameless), 0);
-    Signals named(agent.listed(agent.nms()));
-    Signals empty(agent.sessions().PinNmsSession("", ""));
+    Signals named = Signals::whileWaiting(agent.listed(agent.nms()));
+    Signals empty = Signals::whileWaiting(agent.sessions().PinNmsSession("", ""));
     const CORBA::String_var version = agent.remoteFactory()->getVersion();
     EXPECT_FALSE(named.came());
     EXPECT_TRUE(empty.came());
 }
 
+TEST(Interceptor, TakesARequestForASignOfLifeFromTheMomentThatASessionWaitsUntilNoneDoes) {
+    RunningAgent agent(bySilence());
+    const emsSession::EmsSession_I_var session = agent.logIn(agent.nms(1));
+    const emsSession::EmsSession_I_var first = agent.logIn(agent.nms(2));
+    const emsSession::EmsSession_I_var last = agent.logIn(agent.nms(3));
+    const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());
+    Signals signals(agent.listed(agent.nms(1)));
+    const auto isSignalledByACall = [&] {
+        emsSession::EmsSession_I::managerNames_T_var names;
+        remote->getSupportedManagers(names.out());
+        return signals.came();
+    };
+    const auto threadsLeft = [&](std::size_t count) {
+        return waitUntil([&] { return agent.sessions().WaitingThreads().count_threads() == count; });
+    };
+    EXPECT_FALSE(isSignalledByACall());
+
+    Signals::whileWaiting(agent.listed(agent.nms(2)));
+    EXPECT_TRUE(isSignalledByACall());
+    Signals::whileWaiting(agent.listed(agent.nms(3)));
+    EXPECT_TRUE(isSignalledByACall());
+    first->endSession();
+    ASSERT_TRUE(threadsLeft(1));
+    EXPECT_TRUE(isSignalledByACall()) << "one of two waits on";
+    last->endSession();
+    ASSERT_TRUE(threadsLeft(0));
+    EXPECT_FALSE(isSignalledByACall());
+}
+
 TEST(Interceptor, SignalsNobodyUnderOtherStrategies) {
     for (const int strategy : {0, 1}) {
-        RunningAgent agent(AgentOptions().with(strategy, true));
+        RunningAgent agent(bySilence().with(strategy, true));
         const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
-        Signals signals(agent.listed(agent.nms()));
+        Signals signals = Signals::whileWaiting(agent.listed(agent.nms()));
         emsSession::EmsSession_I::managerNames_T_var names;
         agent.overTheWire<emsSession::EmsSession_I>(session.in())->getSupportedManagers(names.out());
         EXPECT_FALSE(signals.came()) << strategy;

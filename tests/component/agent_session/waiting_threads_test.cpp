@@ -53,6 +53,10 @@ class TheWaiting : public testing::Test {
     static bool hasLeft(EmsSession_IImpl& session) {
         return waitUntil([&] { return session.waitingThread() == 0; });
     }
+    bool isAnybodyWaiting() const { return agent_->sessions().IsAnybodyWaiting(); }
+    bool nobodyWaitsAnyMore() const {
+        return waitUntil([&] { return !isAnybodyWaiting(); });
+    }
     ~TheWaiting() override {
         session_.reset();
         reference_ = emsSession::EmsSession_I::_nil();
@@ -176,6 +180,32 @@ TEST_F(TheWaiting, IsNotStartedUnderOtherStrategies) {
     }
 }
 
+TEST_F(TheWaiting, IsKnownUntilTheSilenceIsOver) {
+    start(withoutPings(3));
+    const common::Common_I_var manager = agent_->remoteManager(reference_.in());
+    common::CapabilityList_T_var capabilities;
+    manager->getCapabilities(capabilities.out());
+    EXPECT_TRUE(isAnybodyWaiting()) << "it has begun anew";
+    EXPECT_TRUE(waitUntil([&] { return isOver(); }));
+    EXPECT_TRUE(nobodyWaitsAnyMore());
+}
+
+TEST_F(TheWaiting, IsKnownUntilTheSessionEnds) {
+    start(withoutPings(kForEver));
+    EXPECT_TRUE(isAnybodyWaiting());
+    remote_->endSession();
+    EXPECT_TRUE(nobodyWaitsAnyMore());
+}
+
+TEST_F(TheWaiting, IsKnownUntilTheAgentsStop) {
+    start(withoutPings(kForEver));
+    agent_->logIn(agent_->nms(2));
+    EXPECT_TRUE(isAnybodyWaiting());
+    agent_->requestExit();
+    EXPECT_TRUE(agent_->waitingThreadsLeave());
+    EXPECT_FALSE(isAnybodyWaiting());
+}
+
 // -- with pings: SilentWaiting
 // ----------------------------------------------------------------------------------
 
@@ -279,6 +309,22 @@ TEST_F(SilentWaitingTest, EndsWhenTheNmsLogsInAgainAndReusesItsSession) {
     // the NMS is still deaf: a new silence gets a new thread
     EXPECT_TRUE(waitUntil([&] { return session_->source()->get_silent_waiting(); }));
     EXPECT_TRUE(waitUntil([&] { return session_->waitingThread() != 0; }));
+}
+
+TEST_F(SilentWaitingTest, IsKnownFromTheLossOfTheNmsUntilThePingsAreAnsweredAgain) {
+    start(withPings(kForEver));
+    EXPECT_FALSE(isAnybodyWaiting());
+    loseNms();
+    EXPECT_TRUE(waitUntil([&] { return isAnybodyWaiting(); }));
+    agent_->nms()->answer = NmsServant::Answer::Normally;
+    EXPECT_TRUE(nobodyWaitsAnyMore());
+}
+
+TEST_F(SilentWaitingTest, IsKnownUntilTheSilentTimeIsOver) {
+    startAndLoseNms(withPings(3));
+    EXPECT_TRUE(isAnybodyWaiting());
+    EXPECT_TRUE(waitUntil([&] { return isOver(); }));
+    EXPECT_TRUE(nobodyWaitsAnyMore());
 }
 
 TEST_F(SilentWaitingTest, LeavesWhenTheNmsEndsItsSession) {

@@ -98,6 +98,8 @@ class SessionMgr : public ACE_Task_Base {
     /// is known here until LeaveWaiting. False when the thread could not be made.
     bool SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body);
     void LeaveWaiting(EmsSession_IImpl* session);
+    /// True from SpawnWaiting until LeaveWaiting of any session, listed or not. Takes no lock.
+    bool IsAnybodyWaiting() const { return waitingCount_ != 0; }
     /// Wakes every waiting thread, of listed and of unlisted sessions.
     void WakeAllWaiting();
     ACE_Thread_Manager& WaitingThreads() { return waitingThreads_; }
@@ -206,6 +208,7 @@ class SessionMgr : public ACE_Task_Base {
     /// The listed sessions by hash, so that finding a caller's session costs the same however many there are.
     std::unordered_multimap<std::size_t, EmsSession_IImpl*> sessionsByKey_;
     std::multiset<EmsSession_IImpl*> waiting_;
+    std::atomic<std::size_t> waitingCount_{0};  ///< of waiting_; changed under the session lock, read without
     ACE_RW_Mutex sessionLock_;
     /// End of the time that all NMS together get at exit, on the monotonic clock, nanoseconds; 0 before the
     /// exit.

@@ -182,10 +182,6 @@ TEST_F(TheWaiting, IsNotStartedUnderOtherStrategies) {
 
 TEST_F(TheWaiting, IsKnownUntilTheSilenceIsOver) {
     start(withoutPings(3));
-    const common::Common_I_var manager = agent_->remoteManager(reference_.in());
-    common::CapabilityList_T_var capabilities;
-    manager->getCapabilities(capabilities.out());
-    EXPECT_TRUE(isAnybodyWaiting()) << "it has begun anew";
     EXPECT_TRUE(waitUntil([&] { return isOver(); }));
     EXPECT_TRUE(nobodyWaitsAnyMore());
 }
@@ -193,6 +189,10 @@ TEST_F(TheWaiting, IsKnownUntilTheSilenceIsOver) {
 TEST_F(TheWaiting, IsKnownUntilTheSessionEnds) {
     start(withoutPings(kForEver));
     EXPECT_TRUE(isAnybodyWaiting());
+    const common::Common_I_var manager = agent_->remoteManager(reference_.in());
+    common::CapabilityList_T_var capabilities;
+    manager->getCapabilities(capabilities.out());
+    EXPECT_TRUE(isAnybodyWaiting()) << "it has begun anew";
     remote_->endSession();
     EXPECT_TRUE(nobodyWaitsAnyMore());
 }
@@ -321,8 +321,9 @@ TEST_F(SilentWaitingTest, IsKnownFromTheLossOfTheNmsUntilThePingsAreAnsweredAgai
 }
 
 TEST_F(SilentWaitingTest, IsKnownUntilTheSilentTimeIsOver) {
-    startAndLoseNms(withPings(3));
-    EXPECT_TRUE(isAnybodyWaiting());
+    start(withPings(3));
+    loseNms();
+    EXPECT_TRUE(waitUntil([&] { return isAnybodyWaiting(); }));
     EXPECT_TRUE(waitUntil([&] { return isOver(); }));
     EXPECT_TRUE(nobodyWaitsAnyMore());
 }

@@ -1,5 +1,6 @@
 #include "idl_names.h"
 
+#include "idl_text.h"
 #include "refusal.h"
 
 #include <kelp/corbabase/base_config.h>
@@ -28,8 +29,8 @@ void fillAttributes(const Name& name, globaldefs::NamingAttributes_T& attributes
     attributes.length(count);
     CORBA::ULong at = 0;
     const auto put = [&](const char* component, const std::string& value) {
-        attributes[at].name = CORBA::string_dup(component);
-        attributes[at].value = CORBA::string_dup(value.c_str());
+        textToIdl(component, attributes[at].name);
+        textToIdl(value, attributes[at].value);
         ++at;
     };
     put("EMS", emsName());
@@ -47,11 +48,22 @@ void toIdl(const inventory::NameValues& values, globaldefs::NVSList_T& list) {
     list.length(static_cast<CORBA::ULong>(values.size()));
     CORBA::ULong at = 0;
     for (const inventory::NameValue& each : values) {
-        list[at].name = CORBA::string_dup(each.name.c_str());
-        list[at].value = CORBA::string_dup(each.value.c_str());
+        textToIdl(each.name, list[at].name);
+        textToIdl(each.value, list[at].value);
         ++at;
     }
 }
+
+template <class Row>
+void nameToIdl(const Row& row, globaldefs::NamingAttributes_T& name) {
+    fillAttributes(row, name);
+}
+template void nameToIdl(const inventory::ManagedElement&, globaldefs::NamingAttributes_T&);
+template void nameToIdl(const inventory::EquipmentHolder&, globaldefs::NamingAttributes_T&);
+template void nameToIdl(const inventory::Equipment&, globaldefs::NamingAttributes_T&);
+template void nameToIdl(const inventory::TerminationPoint&, globaldefs::NamingAttributes_T&);
+template void nameToIdl(const inventory::TopologicalLink&, globaldefs::NamingAttributes_T&);
+template void nameToIdl(const inventory::Subnetwork&, globaldefs::NamingAttributes_T&);
 
 void toIdl(const inventory::TpName& name, globaldefs::NamingAttributes_T& attributes) {
     fillAttributes(name, attributes);

@@ -1,5 +1,7 @@
 #include "idl_rows.h"
 
+#include "idl_text.h"
+
 namespace kelp::managers {
 
 namespace {
@@ -31,9 +33,9 @@ static_assert(static_cast<int>(globaldefs::CD_BI) ==
 template <class Row, class Idl>
 void describe(const Row& row, Idl& object) {
     nameToIdl(row, object.name);
-    object.userLabel = CORBA::string_dup(row.userLabel.c_str());
-    object.nativeEMSName = CORBA::string_dup(row.nativeEMSName.c_str());
-    object.owner = CORBA::string_dup(row.owner.c_str());
+    textToIdl(row.userLabel, object.userLabel);
+    textToIdl(row.nativeEMSName, object.nativeEMSName);
+    textToIdl(row.owner, object.owner);
     toIdl(row.additionalInfo, object.additionalInfo);
 }
 
@@ -96,9 +98,9 @@ std::size_t boardSize(const equipment::Equipment_T& board) {
 
 void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_T& element) {
     describe(row, element);
-    element.location = CORBA::string_dup(row.location.c_str());
-    element.version = CORBA::string_dup(row.version.c_str());
-    element.productName = CORBA::string_dup(row.productName.c_str());
+    textToIdl(row.location, element.location);
+    textToIdl(row.version, element.version);
+    textToIdl(row.productName, element.productName);
     element.communicationState = sameValue<managedElement::CommunicationState_T>(row.communicationState);
     element.emsInSyncState = row.emsInSyncState;
     ratesToIdl(row.supportedRates, element.supportedRates);
@@ -107,7 +109,7 @@ void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_
 void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& holder) {
     describe(row, holder);
     holder.alarmReportingIndicator = row.alarmReportingIndicator;
-    holder.holderType = CORBA::string_dup(row.holderType.c_str());
+    textToIdl(row.holderType, holder.holderType);
     if (!row.expectedOrInstalledEquipment.empty())
         toIdl(inventory::EquipmentName{row.managedElement, row.name, row.expectedOrInstalledEquipment},
               holder.expectedOrInstalledEquipment);
@@ -123,23 +125,21 @@ void toIdl(const inventory::Equipment& row, equipment::Equipment_T& board) {
     describe(row, board);
     board.alarmReportingIndicator = row.alarmReportingIndicator;
     board.serviceState = sameValue<equipment::ServiceState_T>(row.serviceState);
-    board.expectedEquipmentObjectType = CORBA::string_dup(row.expectedEquipmentObjectType.c_str());
-    board.installedEquipmentObjectType = CORBA::string_dup(row.installedEquipmentObjectType.c_str());
-    board.installedPartNumber = CORBA::string_dup(row.installedPartNumber.c_str());
-    board.installedVersion = CORBA::string_dup(row.installedVersion.c_str());
-    board.installedSerialNumber = CORBA::string_dup(row.installedSerialNumber.c_str());
+    textToIdl(row.expectedEquipmentObjectType, board.expectedEquipmentObjectType);
+    textToIdl(row.installedEquipmentObjectType, board.installedEquipmentObjectType);
+    textToIdl(row.installedPartNumber, board.installedPartNumber);
+    textToIdl(row.installedVersion, board.installedVersion);
+    textToIdl(row.installedSerialNumber, board.installedSerialNumber);
 }
 
 void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentOrHolder_T& either) {
-    equipment::EquipmentHolder_T holder;
-    toIdl(row, holder);
-    either.holder(holder);
+    either.holder(equipment::EquipmentHolder_T());
+    toIdl(row, either.holder());
 }
 
 void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& either) {
-    equipment::Equipment_T board;
-    toIdl(row, board);
-    either.equip(board);
+    either.equip(equipment::Equipment_T());
+    toIdl(row, either.equip());
 }
 
 void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point) {

@@ -14,7 +14,7 @@
 
 namespace kelp::managers {
 
-// Rows of the inventory as the standard's structures.
+// Rows of the inventory as the standard's structures, which are as newly made before.
 void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_T& element);
 void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& holder);
 void toIdl(const inventory::Equipment& row, equipment::Equipment_T& board);
@@ -23,15 +23,6 @@ void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& eith
 void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point);
 void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLink_T& link);
 void toIdl(const inventory::Subnetwork& row, multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
-
-// The names of rows.
-template <class Row>
-void nameToIdl(const Row& row, globaldefs::NamingAttributes_T& name) {
-    toIdl(inventory::nameOf(row), name);
-}
-inline void nameToIdl(const inventory::TerminationPoint& row, globaldefs::NamingAttributes_T& name) {
-    toIdl(row.name, name);
-}
 
 // Bytes that a structure takes in a message, alignment included; rather too many than too few.
 std::size_t encodedSize(const globaldefs::NVSList_T& list);

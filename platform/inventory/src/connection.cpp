@@ -5,6 +5,7 @@
 
 #include <system_error>
 
+#include "scan.h"
 #include "schema.h"
 
 namespace kelp::inventory {
@@ -13,6 +14,7 @@ Connection::Connection(const std::filesystem::path& file, Use use)
     // one thread at a time uses it, so that it needs no locks of its own
     : database_(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX,
                 static_cast<int>(kPatience.count())) {
+    addPassRow(database_);
     if (use == Use::Read) {
         // the write-ahead log may need mending before it can be read, which a read-only file does not allow
         database_.exec("PRAGMA query_only = ON");

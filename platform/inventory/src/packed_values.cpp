@@ -80,8 +80,17 @@ class Reader {
     void take(LayerRate& rate) { rate = static_cast<LayerRate>(number()); }
     void take(LayeredParameters& layer) {
         take(layer.layer);
-        for (std::uint64_t count = number(); count > 0; --count)
-            take(layer.parameters.emplace_back());
+        const std::uint64_t count = number();
+        takeList(layer.parameters, [count](std::size_t taken) { return taken < count; });
+    }
+    /// Entries as long as `isMore` of those taken; they take the place, and the room, of those that are
+    /// there.
+    template <class List, class IsMore>
+    void takeList(List& list, IsMore isMore) {
+        std::size_t taken = 0;
+        for (; isMore(taken); ++taken)
+            take(taken < list.size() ? list[taken] : list.emplace_back());
+        list.resize(taken);
     }
 
   private:
@@ -90,9 +99,8 @@ class Reader {
 
 template <class List>
 void unpackList(std::string_view bytes, List& list) {
-    list.clear();
-    for (Reader in(bytes); !in.atEnd();)
-        in.take(list.emplace_back());
+    Reader in(bytes);
+    in.takeList(list, [&in](std::size_t) { return !in.atEnd(); });
 }
 
 bool isIn(const LayerRates& wanted, std::uint64_t rate) {

@@ -39,6 +39,15 @@ void Prepared::bindNull(int place) {
     require(sqlite3_bind_null(statement_.get(), place));
 }
 
+void Prepared::bindPointer(int place, void* object, const char* type) {
+    require(sqlite3_bind_pointer(statement_.get(), place, object, type, nullptr));
+}
+
+void Prepared::unbind(int place) {
+    // fails for a place alone that could not be bound before
+    sqlite3_bind_null(statement_.get(), place);
+}
+
 bool Prepared::step() {
     const int result = sqlite3_step(statement_.get());
     if (result != SQLITE_ROW && result != SQLITE_DONE)

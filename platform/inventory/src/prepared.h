@@ -22,6 +22,10 @@ class Prepared {
     void bindText(int place, std::string_view text);
     void bindPacked(int place, std::string_view bytes);
     void bindNull(int place);
+    /// Something of the program's own, for a function of that type; nothing owns it.
+    void bindPointer(int place, void* object, const char* type);
+    /// Makes the place of a reset statement NULL again.
+    void unbind(int place);
 
     /// True with a row, false at the end.
     bool step();

@@ -10,36 +10,48 @@ namespace kelp::inventory {
 
 namespace {
 
-template <class Row>
-std::string selection(Detail detail) {
-    std::string sql = "SELECT id";
-    for (const char* const name : Table<Row>::kNameColumns)
-        sql += std::string(", ") + name;
-    if (detail != Detail::Name) {
-        for (const std::string& name : attributeNames<Row>())
-            sql += ", " + name;
+/// The attributes that are read with that detail.
+template <class Row, class Visitor>
+void visitRead(Row& row, Detail detail, Visitor&& attribute) {
+    if (detail == Detail::Name)
+        return;
+    if constexpr (requires { Table<Row>::visitStandard(row, attribute); }) {
+        if (detail == Detail::Standard)
+            return Table<Row>::visitStandard(row, attribute);
     }
-    return sql + " FROM " + Table<Row>::kName + " WHERE id BETWEEN ?1 AND ?2 ORDER BY id";
+    Table<Row>::visit(row, attribute);
 }
 
-void take(const Prepared& row, int column, std::string& text) {
-    text = row.text(column);
+/// What pass_row() gets of each row, in the order of the ids.
+template <class Row>
+std::string selection(Detail detail) {
+    std::string columns = "id";
+    for (const char* const name : Table<Row>::kNameColumns)
+        columns += std::string(", ") + name;
+    Row row;
+    visitRead(row, detail, [&](const char* name, const auto&) { columns += std::string(", ") + name; });
+    return std::string("SELECT NULL FROM ") + Table<Row>::kName +
+           " WHERE id BETWEEN ?1 AND ?2 AND pass_row(?3, " + columns + ") ORDER BY id";
 }
-void take(const Prepared& row, int column, bool& flag) {
-    flag = row.integer(column) != 0;
+
+void take(Columns& columns, std::string& text) {
+    text = columns.text();
 }
-void take(const Prepared& row, int column, LayerRate& rate) {
-    rate = static_cast<LayerRate>(row.integer(column));
+void take(Columns& columns, bool& flag) {
+    flag = columns.integer() != 0;
+}
+void take(Columns& columns, LayerRate& rate) {
+    rate = static_cast<LayerRate>(columns.integer());
 }
 template <class Value>
-void take(const Prepared& row, int column, Value& value) {
+void take(Columns& columns, Value& value) {
     if constexpr (std::is_enum_v<Value>) {
-        const std::int64_t number = row.integer(column);
+        const std::int64_t number = columns.integer();
         if (number < 0 || number >= static_cast<std::int64_t>(kWordsOf<Value>.size()))
             throw InventoryFailure("a row of the inventory is damaged");
         value = static_cast<Value>(number);
     } else {
-        unpack(row.packed(column), value);
+        unpack(columns.packed(), value);
     }
 }
 
@@ -50,64 +62,47 @@ RowReader<Row>::RowReader(Connection& connection, Detail detail)
     : names_(connection), detail_(detail), statement_(connection.prepared(selection<Row>(detail))) {}
 
 template <class Row>
-void RowReader<Row>::read(IdRange range, std::vector<Row>& rows) {
-    const ResetAtEnd reset(statement_);
-    begin(range);
-    while (statement_.step())
-        takeRow(rows.emplace_back());
-}
-
-template <class Row>
-void RowReader<Row>::begin(IdRange range) {
-    statement_.bind(1, range.first);
-    statement_.bind(2, range.last());
-}
-
-template <class Row>
-void RowReader<Row>::takeRow(Row& row) {
-    row.id = statement_.integer(0);
-    column_ = 1;
-    takeName(row);
-    if (detail_ != Detail::Name)
-        Table<Row>::visit(row, [this](const char*, auto& value) { take(statement_, column_++, value); });
+void RowReader<Row>::takeRow(Columns& columns, Row& row) {
+    row.id = columns.integer();
+    takeName(columns, row);
+    visitRead(row, detail_, [&](const char*, auto& value) { take(columns, value); });
 }
 
 template <>
-void RowReader<ManagedElement>::takeName(ManagedElement& row) {
-    row.name = statement_.text(column_++);
+void RowReader<ManagedElement>::takeName(Columns& columns, ManagedElement& row) {
+    row.name = columns.text();
     if (detail_ == Detail::All)
         names_.nameSubnetworks(row.id, row.subnetworks);
 }
 
 template <>
-void RowReader<EquipmentHolder>::takeName(EquipmentHolder& row) {
-    names_.nameElement(statement_.integer(column_++), row.managedElement);
-    row.name = statement_.text(column_++);
+void RowReader<EquipmentHolder>::takeName(Columns& columns, EquipmentHolder& row) {
+    names_.nameElement(columns.integer(), row.managedElement);
+    row.name = columns.text();
 }
 
 template <>
-void RowReader<Equipment>::takeName(Equipment& row) {
-    names_.nameHolder(statement_.integer(column_++), row.managedElement, row.holder);
-    row.name = statement_.text(column_++);
+void RowReader<Equipment>::takeName(Columns& columns, Equipment& row) {
+    names_.nameHolder(columns.integer(), row.managedElement, row.holder);
+    row.name = columns.text();
 }
 
 template <>
-void RowReader<TerminationPoint>::takeName(TerminationPoint& row) {
-    const std::int64_t element = statement_.integer(column_++);
-    const std::int64_t port = statement_.integer(column_++);
-    const auto kind = static_cast<TpKind>(statement_.integer(column_++));
+void RowReader<TerminationPoint>::takeName(Columns& columns, TerminationPoint& row) {
+    const std::int64_t element = columns.integer();
+    const std::int64_t port = columns.integer();
+    const auto kind = static_cast<TpKind>(columns.integer());
     if (port == 0) {
         names_.nameElement(element, row.name.managedElement);
         row.name.portKind = kind;
-        row.name.port = statement_.text(column_++);
+        row.name.port = columns.text();
         row.name.ctp.clear();
     } else {
         names_.namePort(port, row.name);
-        row.name.ctp = statement_.text(column_++);
+        row.name.ctp = columns.text();
     }
-    const std::int64_t equipment = detail_ == Detail::All ? statement_.integer(column_) : 0;
-    ++column_;
-    if (equipment != 0) {
+    const std::int64_t equipment = columns.integer();
+    if (equipment != 0 && detail_ == Detail::All) {
         names_.nameEquipment(equipment, row.supportingEquipmentHolder, row.supportingEquipment);
     } else {
         row.supportingEquipmentHolder.clear();
@@ -116,19 +111,19 @@ void RowReader<TerminationPoint>::takeName(TerminationPoint& row) {
 }
 
 template <>
-void RowReader<TopologicalLink>::takeName(TopologicalLink& row) {
-    row.name = statement_.text(column_++);
-    names_.nameTp(statement_.integer(column_++), row.aEnd);
-    names_.nameTp(statement_.integer(column_++), row.zEnd);
+void RowReader<TopologicalLink>::takeName(Columns& columns, TopologicalLink& row) {
+    row.name = columns.text();
+    names_.nameTp(columns.integer(), row.aEnd);
+    names_.nameTp(columns.integer(), row.zEnd);
 }
 
 template <>
-void RowReader<Subnetwork>::takeName(Subnetwork& row) {
-    row.name = statement_.text(column_++);
+void RowReader<Subnetwork>::takeName(Columns& columns, Subnetwork& row) {
+    row.name = columns.text();
 }
 
 template <>
-void RowReader<EmsAttributes>::takeName(EmsAttributes&) {}
+void RowReader<EmsAttributes>::takeName(Columns&, EmsAttributes&) {}
 
 template class RowReader<ManagedElement>;
 template class RowReader<EquipmentHolder>;

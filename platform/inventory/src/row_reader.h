@@ -9,6 +9,7 @@
 
 #include "connection.h"
 #include "name_index.h"
+#include "scan.h"
 
 namespace kelp::inventory {
 
@@ -19,44 +20,48 @@ class RowReader {
     RowReader(Connection& connection, Detail detail);
 
     /// Appends the rows of a range that are there, in the order of their ids.
-    void read(IdRange range, std::vector<Row>& rows);
+    void read(IdRange range, std::vector<Row>& rows) {
+        scanRange(range, [&](Columns columns) { takeRow(columns, rows.emplace_back()); });
+    }
 
     /// Passes them on instead, in `row`, whose texts keep their room from one row to the next.
     template <class Take>
     void readEach(IdRange range, Row& row, const Take& take) {
-        const ResetAtEnd reset(statement_);
-        begin(range);
-        while (statement_.step()) {
-            takeRow(row);
+        scanRange(range, [&](Columns columns) {
+            takeRow(columns, row);
             take(row);
-        }
+        });
     }
 
   private:
-    void begin(IdRange range);
-    void takeRow(Row& row);
-    void takeName(Row& row);
+    template <class Taker>
+    void scanRange(IdRange range, const Taker& taker) {
+        statement_.bind(1, range.first);
+        statement_.bind(2, range.last());
+        scan(statement_, 3, taker);
+    }
+    void takeRow(Columns& columns, Row& row);
+    void takeName(Columns& columns, Row& row);
 
     NameIndex names_;
     const Detail detail_;
     Prepared& statement_;
-    int column_ = 0;  ///< the next to be taken
 };
 
 template <>
-void RowReader<ManagedElement>::takeName(ManagedElement& row);
+void RowReader<ManagedElement>::takeName(Columns& columns, ManagedElement& row);
 template <>
-void RowReader<EquipmentHolder>::takeName(EquipmentHolder& row);
+void RowReader<EquipmentHolder>::takeName(Columns& columns, EquipmentHolder& row);
 template <>
-void RowReader<Equipment>::takeName(Equipment& row);
+void RowReader<Equipment>::takeName(Columns& columns, Equipment& row);
 template <>
-void RowReader<TerminationPoint>::takeName(TerminationPoint& row);
+void RowReader<TerminationPoint>::takeName(Columns& columns, TerminationPoint& row);
 template <>
-void RowReader<TopologicalLink>::takeName(TopologicalLink& row);
+void RowReader<TopologicalLink>::takeName(Columns& columns, TopologicalLink& row);
 template <>
-void RowReader<Subnetwork>::takeName(Subnetwork& row);
+void RowReader<Subnetwork>::takeName(Columns& columns, Subnetwork& row);
 template <>
-void RowReader<EmsAttributes>::takeName(EmsAttributes& row);
+void RowReader<EmsAttributes>::takeName(Columns& columns, EmsAttributes& row);
 
 extern template class RowReader<ManagedElement>;
 extern template class RowReader<EquipmentHolder>;

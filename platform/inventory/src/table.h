@@ -92,6 +92,12 @@ struct Table<TerminationPoint> {
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {
+        visitStandard(row, attribute);
+        attribute("connectableRates", row.connectableRates);
+    }
+    /// Those that the standard's structure has.
+    template <class AnyRow, class Visitor>
+    static void visitStandard(AnyRow& row, Visitor& attribute) {
         visitLabels(row, attribute);
         attribute("ingressTrafficDescriptorName", row.ingressTrafficDescriptorName);
         attribute("egressTrafficDescriptorName", row.egressTrafficDescriptorName);
@@ -102,7 +108,6 @@ struct Table<TerminationPoint> {
         attribute("tpProtectionAssociation", row.tpProtectionAssociation);
         attribute("edgePoint", row.edgePoint);
         attribute("additionalInfo", row.additionalInfo);
-        attribute("connectableRates", row.connectableRates);
     }
 };
 

@@ -29,8 +29,8 @@ struct PortFilter {
 /// Which contained things are wanted: those one component of the name below, or all.
 enum class Depth { Direct, All };
 
-/// How much of a row is read: all of it; what the standard's structure has, which spares the look at other
-/// tables; the id and the name alone.
+/// How much of a row is read: all of it; what the standard's structure has alone, which spares the look at
+/// other tables; the id and the name alone.
 enum class Detail { All, Standard, Name };
 
 /// Which contained termination points are wanted: all, or those that are connected.
@@ -127,7 +127,7 @@ class KELP_EXPORT Inventory {
     template <class Row>
     std::vector<Row> readNames(const RowIds& ids);
     /// The same one row after the other, without a list of them. `take` gets the same object each time, which
-    /// holds what was asked for; it must not call the inventory.
+    /// holds what was asked for, and may read from the inventory itself. What it throws ends the reading.
     template <class Row>
     void readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take);
 

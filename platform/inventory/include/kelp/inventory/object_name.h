@@ -75,6 +75,35 @@ void eachComponent(const SubnetworkName& name, Take&& take) {
 template <class Take>
 void eachComponent(const EmsName&, Take&&) {}
 
+// The same of a row's object.
+template <class Take>
+void eachComponent(const ManagedElement& row, Take&& take) {
+    take("ManagedElement", row.name);
+}
+template <class Take>
+void eachComponent(const EquipmentHolder& row, Take&& take) {
+    take("ManagedElement", row.managedElement);
+    take("EquipmentHolder", row.name);
+}
+template <class Take>
+void eachComponent(const Equipment& row, Take&& take) {
+    take("ManagedElement", row.managedElement);
+    take("EquipmentHolder", row.holder);
+    take("Equipment", row.name);
+}
+template <class Take>
+void eachComponent(const TerminationPoint& row, Take&& take) {
+    eachComponent(row.name, take);
+}
+template <class Take>
+void eachComponent(const TopologicalLink& row, Take&& take) {
+    take("TopologicalLink", row.name);
+}
+template <class Take>
+void eachComponent(const Subnetwork& row, Take&& take) {
+    take("MultiLayerSubnetwork", row.name);
+}
+
 KELP_EXPORT NameValues namingAttributes(const std::string& ems, const ObjectName& name);
 
 KELP_EXPORT ObjectName nameOf(const ManagedElement& row);

@@ -7,7 +7,7 @@
 #include <kelp/corbabase/base_config.h>
 
 #include <atomic>
-#include <exception>
+#include <utility>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -35,18 +35,17 @@ int ReadAheadPlace::taken() {
 }
 
 bool readAheadLater(std::function<void()> work) {
-    try {
-        return KelpAppMgr::Instance()->Post(kModuleTaskMgrType, std::move(work));
-    } catch (const std::exception& failure) {
-        tracePoint("readahead");
-        NS_CORBA::TaTrace("[ReadAhead] The next batch cannot be read ahead: %s", failure.what());
-        return false;
-    }
+    return KelpAppMgr::Instance()->Post(kModuleTaskMgrType, std::move(work));
 }
 
 void traceListFailure(const char* what) {
     tracePoint("typediterator");
     NS_CORBA::TaTrace("[TypedIterator] The list cannot be read: %s", what);
+}
+
+void traceNothingAhead(const char* what) {
+    tracePoint("typediterator");
+    NS_CORBA::TaTrace("[TypedIterator] The next batch cannot be read ahead: %s", what);
 }
 
 }  // namespace NS_KELPCORBA

@@ -47,6 +47,18 @@ TEST_F(Endings, AKilledNmsLeavesNoIterator) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
+TEST_F(Endings, TheHostStopsInTheMiddleOfWalks) {
+    constexpr int kNms = 3;
+    startWithElements(3000);
+    NmsProcess nms(host_, kNms);
+    nms.logInAll(kNms, "alice");
+    for (int i = 0; i < kNms; ++i)
+        NmsLists(nms, i).startMixture();
+    for (int i = 0; i < kNms; ++i)
+        EXPECT_TRUE(eventually([&] { return NmsLists(nms, i).mixture().served > 100; }));
+    EXPECT_EQ(host_.stop(), 0);
+}
+
 TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) {
     constexpr int kSessions = 100, kEach = 100;
     constexpr int kThreads = 2;

@@ -175,6 +175,16 @@ TEST_F(ListReaderTest, ReadsItselfWhenNobodyElseCan) {
     EXPECT_EQ(next(reader, 7), numbers(7, 10));
 }
 
+TEST_F(ListReaderTest, LosesNothingWhenTheWorkCannotBeQueued) {
+    const TraceCapture trace;
+    const auto reader = list(10);
+    work_->isOutOfMemory = true;
+    EXPECT_EQ(next(reader, 3), numbers(1, 3));
+    EXPECT_EQ(trace.count("[TypedIterator] The next batch cannot be read ahead: "), 1u);
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+    EXPECT_EQ(next(reader, 3), numbers(4, 6));
+}
+
 TEST_F(ListReaderTest, ReadsAheadForNoMoreListsThanConfigured) {
     configure("[iterator]\nread_ahead = 2\n");
     const auto first = list(10);

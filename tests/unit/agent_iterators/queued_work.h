@@ -3,6 +3,7 @@
 #include <kelp/appmgr/task_mgr.h>
 
 #include <deque>
+#include <new>
 #include <utility>
 
 #include "util/taskmgrtype.h"
@@ -17,6 +18,8 @@ class QueuedWork final : public KelpTaskMgr {
     bool Post(Work work) override {
         if (isFull)
             return false;
+        if (isOutOfMemory)
+            throw std::bad_alloc();
         queue_.push_back(std::move(work));
         return true;
     }
@@ -32,6 +35,7 @@ class QueuedWork final : public KelpTaskMgr {
     }
 
     bool isFull = false;
+    bool isOutOfMemory = false;
 
   private:
     std::deque<Work> queue_;

@@ -82,13 +82,18 @@ class ListReader final : public std::enable_shared_from_this<ListReader<Sequence
         batches_->putBack(*ahead->entries);
         return read(*batches_, howMany);
     }
+    /// The batch that was read is given, whatever becomes of the next one.
     void lookAhead(CORBA::ULong howMany) {
-        place_ = ReadAheadPlace::take();
-        if (!place_)
-            return;
-        if (!readAheadLater(
-                [self = this->shared_from_this(), turn = turn_, howMany] { self->readAhead(turn, howMany); }))
-            place_.giveBack();
+        try {
+            place_ = ReadAheadPlace::take();
+            if (place_ && readAheadLater([self = this->shared_from_this(), turn = turn_, howMany] {
+                    self->readAhead(turn, howMany);
+                }))
+                return;
+        } catch (const std::exception& failure) {
+            traceNothingAhead(failure.what());
+        }
+        place_.giveBack();
     }
     void readAhead(unsigned long turn, CORBA::ULong howMany) {
         const std::lock_guard guard(mutex_);

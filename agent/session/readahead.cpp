@@ -1,7 +1,6 @@
 #include <kelp/agent/read_ahead.h>
 
 #include "util/taskmgrtype.h"
-#include "util/tracepoint.h"
 
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/corbabase/base_config.h>
@@ -36,16 +35,6 @@ int ReadAheadPlace::taken() {
 
 bool readAheadLater(std::function<void()> work) {
     return KelpAppMgr::Instance()->Post(kModuleTaskMgrType, std::move(work));
-}
-
-void traceListFailure(const char* what) {
-    tracePoint("typediterator");
-    NS_CORBA::TaTrace("[TypedIterator] The list cannot be read: %s", what);
-}
-
-void traceNothingAhead(const char* what) {
-    tracePoint("typediterator");
-    NS_CORBA::TaTrace("[TypedIterator] The next batch cannot be read ahead: %s", what);
 }
 
 }  // namespace NS_KELPCORBA

@@ -168,7 +168,7 @@ std::vector<ConfigKey> serviceKeys() {
                    "besides."),
         integerKey("iterator", "read_ahead", 16, 0, 1000, Change::AtReload,
                    "Iterators whose next batch may be read and held while their NMS works on the last one; "
-                   "each may take some 4 MiB. 0: none."),
+                   "each holds one batch in memory. 0: none."),
 
         textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
                  "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "

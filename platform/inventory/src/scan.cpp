@@ -27,8 +27,10 @@ class Binding {
 };
 
 std::string_view bytesOf(const void* bytes, sqlite3_value* value) {
-    return {bytes == nullptr ? "" : static_cast<const char*>(bytes),
-            static_cast<std::size_t>(sqlite3_value_bytes(value))};
+    // none for an empty one, nor when there is no memory, which the step tells
+    if (bytes == nullptr)
+        return {};
+    return {static_cast<const char*>(bytes), static_cast<std::size_t>(sqlite3_value_bytes(value))};
 }
 
 }  // namespace

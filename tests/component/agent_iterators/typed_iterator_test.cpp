@@ -132,45 +132,49 @@ TEST_F(TypedIteratorTest, TellsTheSameWhateverIsThrown) {
     expectOverAfter([] { throw globaldefs::ProcessingFailureException(); }, "ProcessingFailureException");
 }
 
-TEST_F(TypedIteratorTest, EndsWithItsSessionWhileItsNextBatchIsReadAhead) {
-    const ModuleWorkers workers;
-    Gate gate;
-    const auto held = std::make_shared<const int>(0);
-    source_ = std::make_unique<NumberedNames>(10);
-    source_->held = held;
-    source_->failsAt = 6;
-    source_->fail = [&] { gate.pass(); };
-    const Answer answer = list(1);
-    EXPECT_EQ(next(answer.rest.in(), 3).numbers, numbers(2, 4));
-    ASSERT_TRUE(gate.isReached()) << "a worker reads the next three";
+class TypedIteratorAhead : public TypedIteratorTest {
+  protected:
+    /// A list whose second batch a worker reads until the gate is opened.
+    Answer readAheadToTheGate() {
+        source_ = std::make_unique<NumberedNames>(10);
+        source_->held = held_;
+        source_->failsAt = 6;
+        source_->fail = [this] { gate_.pass(); };
+        const Answer answer = list(1);
+        EXPECT_EQ(next(answer.rest.in(), 3).numbers, numbers(2, 4));
+        EXPECT_TRUE(gate_.isReached());
+        return answer;
+    }
+    bool isListGone() const { return held_.use_count() == 1; }
+
+    Gate gate_;
+
+  private:
+    const std::shared_ptr<const int> held_ = std::make_shared<const int>(0);
+    const ModuleWorkers workers_;
+};
+
+TEST_F(TypedIteratorAhead, EndsWithItsSessionWithoutWaitingForTheWorker) {
+    const Answer answer = readAheadToTheGate();
     session_->endSession();
     EXPECT_TRUE(waitUntil([] { return count() == 0; }));
     EXPECT_TRUE(isClosed(answer.rest.in()));
-    EXPECT_EQ(held.use_count(), 2) << "the worker is not waited for";
-    gate.open();
-    EXPECT_TRUE(waitUntil([&] { return held.use_count() == 1; }));
+    EXPECT_FALSE(isListGone()) << "the worker still reads it";
+    gate_.open();
+    EXPECT_TRUE(waitUntil([this] { return isListGone(); }));
     EXPECT_EQ(NS_KELPCORBA::ReadAheadPlace::taken(), 0);
 }
 
-TEST_F(TypedIteratorTest, IsDestroyedAfterTheReadAheadThatRuns) {
-    const ModuleWorkers workers;
-    Gate gate;
-    const auto held = std::make_shared<const int>(0);
-    source_ = std::make_unique<NumberedNames>(10);
-    source_->held = held;
-    source_->failsAt = 6;
-    source_->fail = [&] { gate.pass(); };
-    const Answer answer = list(1);
-    next(answer.rest.in(), 3);
-    ASSERT_TRUE(gate.isReached());
+TEST_F(TypedIteratorAhead, MayBeDestroyedWhileTheWorkerReads) {
+    const Answer answer = readAheadToTheGate();
     std::thread destroyer([&] {
         orb::setThreadTimeout(std::chrono::seconds(60));
         answer.rest->destroy();
     });
-    gate.open();
+    gate_.open();
     destroyer.join();
     EXPECT_TRUE(isClosed(answer.rest.in()));
-    EXPECT_TRUE(waitUntil([&] { return held.use_count() == 1; }));
+    EXPECT_TRUE(waitUntil([this] { return isListGone(); }));
 }
 
 TEST_F(TypedIteratorTest, IsReadByOneCallAfterTheOther) {

@@ -4,6 +4,7 @@
 #include <kelp/agent/read_ahead.h>
 #include <kelp/orb/corba.h>
 #include <kelp/orb/exception_text.h>
+#include <kelp/util/export.h>
 
 #include <atomic>
 #include <exception>
@@ -13,6 +14,11 @@
 #include <utility>
 
 namespace NS_KELPCORBA {
+
+/// Traces why a list cannot be read.
+KELP_EXPORT void traceListFailure(const char* what);
+/// Traces why the next batch of a list is not read ahead.
+KELP_EXPORT void traceNothingAhead(const char* what);
 
 /// A list that an NMS walks through. While the NMS works on a batch the next one of the same size is read by
 /// a worker, if one of the few places for such batches is free; all entries come once and in their order

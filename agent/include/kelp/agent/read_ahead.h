@@ -35,8 +35,4 @@ class KELP_EXPORT ReadAheadPlace {
 /// or is busy beyond its queue. What is queued when the module stops is destroyed undone.
 KELP_EXPORT bool readAheadLater(std::function<void()> work);
 
-/// Traces why a list cannot be read, and why its next batch is not read ahead.
-KELP_EXPORT void traceListFailure(const char* what);
-KELP_EXPORT void traceNothingAhead(const char* what);
-
 }  // namespace NS_KELPCORBA

@@ -138,6 +138,43 @@ TEST(Lifecycle, ListensOnEveryGivenAddress) {
     EXPECT_TRUE(addresses[1].starts_with("127.0.0.2:"));
 }
 
+/// Two addresses: one that references name, and one for well-known keys.
+OrbOptions optionsWithKeyAddress() {
+    OrbOptions options;
+    options.listen = {"127.0.0.1:" + std::to_string(freePort())};
+    options.keyListen = {"127.0.0.1:" + std::to_string(freePort())};
+    return options;
+}
+
+TEST(Lifecycle, ServesAKeyOnAnAddressThatNoReferenceNames) {
+    const OrbOptions options = optionsWithKeyAddress();
+    const RunningOrb orb(nullptr, options);
+    EXPECT_THAT(addressesOf(orb), testing::ElementsAre(options.listen.front()));
+    SessionObject session(orb);
+    kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
+    for (const std::string& address : {options.listen.front(), options.keyListen.front()}) {
+        const CORBA::Object_var object = kelp::orb::toReference(
+            orb.orb(), "corbaloc::127.1" + address.substr(address.rfind(':')) + "/Key");
+        const nmsSession::NmsSession_I_var remote = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        EXPECT_NO_THROW(remote->ping()) << address;
+    }
+    EXPECT_EQ(session.servant().pings, 2);
+}
+
+TEST(Lifecycle, PublishedHostStandsForTheAddressOfReferencesOnly) {
+    OrbOptions options = optionsWithKeyAddress();
+    options.publish = "ems.example";
+    const RunningOrb orb(nullptr, options);
+    EXPECT_THAT(addressesOf(orb), testing::ElementsAre("ems.example" + options.listen.front().substr(9)));
+}
+
+TEST(Lifecycle, KeyAddressThatReferencesNameTooIsOpenedOnce) {
+    OrbOptions options = optionsWithKeyAddress();
+    options.keyListen = options.listen;
+    const RunningOrb orb(nullptr, options);
+    EXPECT_THAT(addressesOf(orb), testing::ElementsAre(options.listen.front()));
+}
+
 TEST(Lifecycle, PublishesAnotherHostWithThePortItListensOn) {
     const std::uint16_t port = freePort();
     OrbOptions options;

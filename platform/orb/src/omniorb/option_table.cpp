@@ -26,8 +26,16 @@ std::pair<std::string, std::string> splitHostAndPort(const std::string& text) {
     return {bracketed(text), ""};
 }
 
+/// The port of the only address. Empty, which stands for the port of whatever endpoint is published, when
+/// there are several or the system chooses the port.
+std::string namedPort(const std::vector<std::string>& addresses) {
+    const std::string port = addresses.size() != 1 ? "" : splitHostAndPort(addresses.front()).second;
+    return port == "0" ? "" : port;
+}
+
 /// The published port belongs to the plain endpoint when there is one; the other transport is published with
-/// the port it listens on (an empty port).
+/// the port it listens on. The ORB matches a published address with every endpoint, also with those that are
+/// not to be published, so the ports are named wherever they are known.
 void addPublished(const OrbOptions& options, OptionTable& table) {
     if (options.publish.empty()) {
         table.add("endPointPublish", "addr");
@@ -37,10 +45,20 @@ void addPublished(const OrbOptions& options, OptionTable& table) {
     const bool plain = !options.listen.empty() || options.tlsListen.empty();
     std::string published;
     if (plain)
-        published = "giop:tcp:" + host + ":" + port;
-    if (!options.tlsListen.empty())
-        published += (plain ? "," : "") + ("giop:ssl:" + host + ":" + (plain ? "" : port));
+        published = "giop:tcp:" + host + ":" + (port.empty() ? namedPort(options.listen) : port);
+    if (!options.tlsListen.empty()) {
+        const std::string tlsPort = plain || port.empty() ? namedPort(options.tlsListen) : port;
+        published += (plain ? "," : "") + ("giop:ssl:" + host + ":" + tlsPort);
+    }
     table.add("endPointPublish", published);
+}
+
+void addUnpublished(const std::string& transport, const std::vector<std::string>& addresses,
+                    const std::vector<std::string>& published, OptionTable& table) {
+    for (const std::string& address : addresses) {
+        if (std::find(published.begin(), published.end(), address) == published.end())
+            table.add("endPointNoPublish", transport + address);
+    }
 }
 
 }  // namespace
@@ -67,6 +85,8 @@ OptionTable optionTable(const OrbOptions& options) {
         table.add("endPoint", "giop:tcp:" + address);
     for (const std::string& address : options.tlsListen)
         table.add("endPoint", "giop:ssl:" + address);
+    addUnpublished("giop:tcp:", options.keyListen, options.listen, table);
+    addUnpublished("giop:ssl:", options.tlsKeyListen, options.tlsListen, table);
     addPublished(options, table);
 
     table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* tcp,ssl");

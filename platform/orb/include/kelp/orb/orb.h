@@ -18,6 +18,10 @@ struct KELP_EXPORT OrbOptions {
     std::vector<std::string> listen;
     std::string publish;                 ///< host or host:port written into references; empty: as listened
     std::vector<std::string> tlsListen;  ///< as `listen`, over TLS
+    /// Further addresses that are served likewise but stand in no reference: for callers who know a well-known
+    /// key. An address that `listen` has as well is opened once.
+    std::vector<std::string> keyListen;
+    std::vector<std::string> tlsKeyListen;  ///< as `keyListen`, over TLS
     std::string tlsCaFile;               ///< PEM; empty: no TLS
     std::string tlsKeyFile;              ///< PEM, key and certificate in one file
     std::string tlsKeyPassword;          ///< may be empty for an unencrypted key

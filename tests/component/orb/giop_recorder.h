@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "raw_giop.h"
 #include "support/wait_until.h"
@@ -38,6 +39,11 @@ class GiopRecorder {
     std::string lastRequest() const {
         const std::lock_guard guard(mutex_);
         return last_;
+    }
+    /// Where the octets of its further fragments begin.
+    std::vector<std::size_t> lastFragments() const {
+        const std::lock_guard guard(mutex_);
+        return lastFragments_;
     }
 
     /// From now on every request is answered with this user exception, which has no members.
@@ -85,9 +91,12 @@ class GiopRecorder {
     bool answerOne(int fd) {
         std::string request;
         std::string message;
+        std::vector<std::size_t> fragments;
         do {
             if (!readMessage(fd, message))
                 return false;
+            if (!request.empty())
+                fragments.push_back(request.size());
             // a fragment goes on where the one before ended, after its header and in 1.2 the request's number
             request += request.empty() ? message : message.substr(kHeader + (message[5] == 2 ? 4 : 0));
         } while ((message[6] & 2) != 0);
@@ -101,6 +110,7 @@ class GiopRecorder {
         {
             const std::lock_guard guard(mutex_);
             last_ = request;
+            lastFragments_ = fragments;
             raised = exception_;
         }
         const std::string none = littleEndian(0);
@@ -128,6 +138,7 @@ class GiopRecorder {
     mutable std::mutex mutex_;  // guards what follows
     int peer_ = -1;
     std::string last_;
+    std::vector<std::size_t> lastFragments_;
     std::string exception_;
 };
 

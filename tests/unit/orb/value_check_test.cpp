@@ -221,6 +221,19 @@ TEST(ValueCheck, AlignmentBeginsAnewInAFragmentOfGiop11) {
     EXPECT_EQ(checkedWith(32, behindIt), ArgumentVerdict::Fine);
 }
 
+TEST(ValueCheck, PaddingAtTheEndOfAFragmentIsFollowedByMoreInTheNext) {
+    const std::string message =
+        std::string(16, '\0') + anyOf(tcDouble).bytes() + std::string(8, '\0') + "8 octets";
+    const std::span<const std::uint8_t> octets(reinterpret_cast<const std::uint8_t*>(message.data()),
+                                               message.size());
+    const std::size_t fragments[] = {24};
+    const auto checkedUpTo = [&](std::size_t size) {
+        return orb::giop::checkArguments("push", {octets.first(size), 16, true, 1, fragments});
+    };
+    EXPECT_EQ(checkedUpTo(36), ArgumentVerdict::Fine);
+    EXPECT_EQ(checkedUpTo(35), ArgumentVerdict::Malformed);
+}
+
 TEST(ValueCheck, EveryBeginningOfAGoodBodyIsMalformed) {
     TypeWriter body;
     body.unsignedLong(2);

@@ -7,8 +7,8 @@ namespace kelp::orb::giop {
 /// Limits on the types and values in the parameters of one request. The largest types of the interface are a
 /// small part of each.
 struct ArgumentLimits {
-    /// Levels of types and of values, each counted on its own. The deepest type of the interface has 9.
-    std::uint32_t depthMax = 32;
+    /// Levels of types and of values, each counted on its own. The deepest type of the interface has 18.
+    std::uint32_t depthMax = 40;
     /// Anys within anys. The ORB's work doubles with each level.
     std::uint32_t anyDepthMax = 8;
     /// Types within one TypeCode, where a type counts again for each indirection to it.

@@ -32,10 +32,11 @@ std::size_t ArgumentReader::alignmentOrigin() const {
     return next == fragments_.begin() ? origin_ : *std::prev(next) - headerOctets;
 }
 
+/// Padding can end with its fragment. What follows is aligned in the next one then.
 void ArgumentReader::align(std::size_t alignment) {
-    const std::size_t beyond = (at_ - alignmentOrigin()) % alignment;
-    if (beyond != 0)
-        skip(alignment - beyond);
+    const auto beyond = [&] { return (at_ - alignmentOrigin()) % alignment; };
+    for (std::size_t excess = beyond(); excess != 0 && !failed_; excess = beyond())
+        skip(alignment - excess);
 }
 
 void ArgumentReader::skip(std::uint64_t octets) {

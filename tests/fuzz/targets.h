@@ -26,6 +26,8 @@ inline std::string textOf(Input input) {
     return {input.begin(), input.end()};
 }
 
+/// The encoded parameters of a request, behind three octets that say which.
+void fuzzArguments(Input input);
 /// The text of a configuration file.
 void fuzzConfiguration(Input input);
 /// A list of networks, one a line.

@@ -35,6 +35,7 @@ class RecordedArguments {
     }
 
     const std::string& operation() const { return operation_; }
+    std::size_t body() const { return at_; }  ///< where the parameters begin
 
     orb::giop::ArgumentVerdict verdict(const orb::giop::ArgumentLimits& limits = {}) const {
         const auto* const octets = reinterpret_cast<const std::uint8_t*>(message_.data());

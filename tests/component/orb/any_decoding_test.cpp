@@ -1,0 +1,160 @@
+// What the check of parameters lets through, the ORB decodes and encodes again without harm: anys that were
+// changed at random are sent to an object if the check calls them fine.
+
+#include <cos/CosNotifyComm.h>
+#include <gtest/gtest.h>
+#include <mtnm/notifications.h>
+
+#include <random>
+
+#include "argument_check.h"
+#include "giop_recorder.h"
+#include "raw_giop.h"
+#include "recorded_arguments.h"
+#include "support/orb_fixture.h"
+
+namespace {
+
+using namespace kelp::test;
+using kelp::orb::giop::ArgumentVerdict;
+
+/// Copies what it gets and writes it again, as a channel does.
+class Copier final : public POA_CosEventComm::PushConsumer {
+  public:
+    explicit Copier(CosEventComm::PushConsumer_ptr next)
+        : next_(CosEventComm::PushConsumer::_duplicate(next)) {}
+
+    void push(const CORBA::Any& data) override {
+        ++pushes_;
+        const CORBA::Any copy(data);
+        const CosNotification::PropertySeq* properties = nullptr;
+        if (copy >>= properties)
+            ++understood_;
+        const CORBA::TypeCode_var type = copy.type();
+        (void)type->equivalent(CosNotification::_tc_StructuredEvent);
+        next_->push(copy);
+    }
+    void disconnect_push_consumer() override {}
+
+    int pushes() const { return pushes_; }
+    int understood() const { return understood_; }
+
+  private:
+    const CosEventComm::PushConsumer_var next_;
+    std::atomic<int> pushes_{0};
+    std::atomic<int> understood_{0};
+};
+
+CORBA::Any exampleOf(unsigned number) {
+    CORBA::Any any;
+    CosNotification::PropertySeq properties;
+    properties.length(3);
+    properties[0].name = CORBA::string_dup("name");
+    properties[0].value <<= "value";
+    properties[1].name = CORBA::string_dup("list");
+    notifications::NVList_T list;
+    list.length(2);
+    properties[1].value <<= list;
+    properties[2].name = CORBA::string_dup("digits");
+    properties[2].value <<= CORBA::Any::from_fixed(CORBA::Fixed("1.25"), 5, 2);
+    switch (number % 3) {
+        case 0:
+            any <<= properties;
+            break;
+        case 1:
+            any <<= CosNotification::_tc_EventBatch;
+            break;
+        default:
+            CosNotification::StructuredEvent event;
+            event.filterable_data = properties;
+            event.remainder_of_body <<= properties[1].value;
+            any <<= event;
+    }
+    return any;
+}
+
+class AnyDecoding : public testing::Test {
+  protected:
+    AnyDecoding() {
+        const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), behind_.corbaloc("1.0"));
+        const auto next =
+            CosEventComm::PushConsumer_var(CosEventComm::PushConsumer::_unchecked_narrow(object.in()));
+        copier_ = new Copier(next.in());
+        holder_ = copier_;
+        const PortableServer::ObjectId_var id = orb_.root()->activate_object(copier_);
+        const CORBA::Object_var reference = orb_.root()->id_to_reference(id.in());
+        kelp::orb::ReferenceContent content;
+        EXPECT_TRUE(kelp::orb::describe(orb_.orb(), reference.in(), content));
+        key_ = content.objectKey;
+    }
+
+    /// The parameters as the ORB encodes them, little-endian, at a multiple of 8.
+    std::string encoded(const CORBA::Any& any) {
+        const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), recorder_.corbaloc("1.2"));
+        const auto consumer =
+            CosEventComm::PushConsumer_var(CosEventComm::PushConsumer::_unchecked_narrow(object.in()));
+        consumer->push(any);
+        const RecordedArguments recorded(recorder_.lastRequest(), {});
+        return recorder_.lastRequest().substr(recorded.body());
+    }
+
+    std::string request(const std::string& parameters) const {
+        const auto number = [](std::size_t value) {
+            const auto narrow = static_cast<std::uint32_t>(value);
+            return std::string(reinterpret_cast<const char*>(&narrow), sizeof narrow);
+        };
+        const auto padded = [](std::string bytes, std::size_t size) {
+            bytes.resize((bytes.size() + size - 1) / size * size);
+            return bytes;
+        };
+        std::string body = number(7) + std::string("\3\0\0\0", 4) + number(0) +
+                           padded(number(key_.size()) + key_, 4) +
+                           padded(number(5) + std::string("push\0", 5), 4) + number(0);
+        body = padded(std::string(12, '\0') + body, 8).substr(12) + parameters;
+        return std::string("GIOP\1\2\1\0", 8) + number(body.size()) + body;
+    }
+
+    /// False when the check refuses it, or when the connection ends.
+    bool send(const Socket& socket, const std::string& parameters) const {
+        const std::string message = request(parameters);
+        const auto* const octets = reinterpret_cast<const std::uint8_t*>(message.data());
+        if (kelp::orb::giop::checkArguments(
+                "push", {{octets, message.size()}, message.size() - parameters.size(), true, 2, {}}) !=
+            ArgumentVerdict::Fine)
+            return false;
+        sendBytes(socket, message);
+        char reply[4096];
+        return ::recv(socket.fd(), reply, sizeof reply, 0) > 0;
+    }
+
+    GiopRecorder recorder_;
+    GiopRecorder behind_;  ///< serves one connection at a time, so the copies have another
+    RunningOrb orb_;
+    Copier* copier_ = nullptr;
+    PortableServer::ServantBase_var holder_;
+    std::string key_;
+};
+
+TEST_F(AnyDecoding, WhatIsFineDoesNoHarm) {
+    std::mt19937 random(20);
+    const auto below = [&](std::size_t limit) { return random() % limit; };
+    const Socket socket = connectTo(orb_.port());
+    int sent = 0;
+    for (unsigned round = 0; round < 6; ++round) {
+        const std::string example = encoded(exampleOf(round));
+        ASSERT_TRUE(send(socket, example));
+        for (int i = 0; i < 300; ++i) {
+            std::string changed = example;
+            for (std::size_t changes = 1 + below(3); changes > 0; --changes) {
+                const std::size_t at = below(changed.size());
+                changed[at] = static_cast<char>(below(2) == 0 ? below(34) : random());
+            }
+            sent += send(socket, changed) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(sent, 500);
+    EXPECT_GT(copier_->pushes(), 500);
+    EXPECT_GT(copier_->understood(), 0);
+}
+
+}  // namespace

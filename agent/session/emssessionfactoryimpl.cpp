@@ -15,6 +15,7 @@
 #include <kelp/corbabase/ref_count.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/orb/poas.h>
+#include <kelp/util/secret.h>
 
 #include <ace/Guard_T.h>
 #include <ace/Recursive_Thread_Mutex.h>
@@ -110,7 +111,7 @@ emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& ses
 /// One log-in on its way.
 struct EmsSessionFactory_IImpl::LogIn {
     std::string user;
-    std::string password;
+    kelp::util::Secret password;
     nmsSession::NmsSession_I_ptr client = nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
     std::string hostInfo;
     emsSession::EmsSession_I_var result;
@@ -143,7 +144,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
         return;
     }
     try {
-        LogIn logIn{user, password, client, hostInfoOf(client), {}};
+        LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client), {}};
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
         for (;;) {
@@ -183,7 +184,7 @@ bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
         SessionMgr::Instance()->PinNmsSession(logIn.hostInfo, logIn.user);
     if (!session || !isUsable(*session->source()))
         return false;
-    const unsigned long code = security().checkLogin(logIn.hostInfo, logIn.user, logIn.password);
+    const unsigned long code = security().checkLogin(logIn.hostInfo, logIn.user, logIn.password.text());
     if (code != 0) {
         traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
         ThrowException(code);
@@ -233,7 +234,7 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
 }
 
 void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
-    const unsigned long refused = security().Login(logIn.hostInfo, logIn.user, logIn.password);
+    const unsigned long refused = security().Login(logIn.hostInfo, logIn.user, logIn.password.text());
     if (refused != 0) {
         traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
         ThrowException(refused);

@@ -11,6 +11,7 @@
 #include "service_manager.h"
 #include "signal_watch.h"
 #include "start_failure.h"
+#include "trusted_files.h"
 
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
@@ -22,8 +23,10 @@
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/core_dumps.h>
 #include <kelp/util/trace_log.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <exception>
@@ -48,14 +51,30 @@ std::filesystem::path configFileOf(const Options& options) {
     return options.configFile.empty() ? standardConfigFile() : options.configFile;
 }
 
-/// Makes the file the process's configuration, with the files that it names for TLS looked at.
+/// Makes the file the process's configuration, and checks the files that it names.
 std::vector<ConfigProblem> loadConfiguration(const std::filesystem::path& file) {
-    if (file.empty()) {
+    std::vector<ConfigProblem> problems;
+    if (file.empty())
         ConfigStore::instance().reset();
-        return {};
-    }
-    const auto problems = ConfigStore::instance().load(file);
-    return problems.empty() ? NS_CORBA::problemsOfConfiguredTls() : problems;
+    else
+        problems = ConfigStore::instance().load(file);
+    if (problems.empty())
+        problems = NS_CORBA::problemsOfConfiguredTls();
+    return problems.empty() ? problemsOfTrust() : problems;
+}
+
+/// What the process is allowed from here on.
+void applyProcessSettings() {
+    util::setCoreDumps(ConfigStore::instance().flag("security.core_dumps"));
+    // no file is for others unless it is opened to them on purpose
+    ::umask(S_IRWXG | S_IRWXO);
+}
+
+void warnOfRoot() {
+    if (::geteuid() == 0)
+        trace(__LINE__,
+              "warning: kelpd runs as root, and so would whoever breaks into it; give it an account without "
+              "privileges");
 }
 
 void tellProblems(const std::vector<ConfigProblem>& problems) {
@@ -249,17 +268,16 @@ void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) 
 
 int checkConfiguration(const Options& options) {
     const std::filesystem::path file = configFileOf(options);
-    if (file.empty()) {
-        std::cout << "no configuration file, the defaults hold\n";
-        return kStopped;
-    }
-    auto problems = ConfigStore::check(file);
+    auto problems = file.empty() ? std::vector<ConfigProblem>() : ConfigStore::check(file);
     if (problems.empty())
         problems = loadConfiguration(file);
     tellProblems(problems);
     if (!problems.empty())
         return kConfigurationError;
-    std::cout << file.string() << ": nothing wrong\n";
+    if (file.empty())
+        std::cout << "no configuration file, the defaults hold\n";
+    else
+        std::cout << file.string() << ": nothing wrong\n";
     return kStopped;
 }
 
@@ -270,11 +288,13 @@ int runService(const Options& options) {
         tellProblems(problems);
         return kConfigurationError;
     }
+    applyProcessSettings();
     const TraceUse traceUse;
     if (!traceUse.isOpen())
         return kConfigurationError;
     trace(__LINE__, std::string("kelpd " KELP_VERSION " starts with ") +
                         (configFile.empty() ? "the default configuration" : configFile.string()));
+    warnOfRoot();
     try {
         startAndRun(configFile, signals);
     } catch (const StartFailure& failure) {

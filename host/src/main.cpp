@@ -2,11 +2,14 @@
 #include "host.h"
 #include "options.h"
 
+#include <kelp/util/core_dumps.h>
+
 #include <exception>
 #include <iostream>
 
 int main(int argc, char** argv) {
     using namespace kelp::host;
+    kelp::util::setCoreDumps(false);
     try {
         int exitCode = kStopped;
         const auto options = parseOptions(argc, argv, exitCode);

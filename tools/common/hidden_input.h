@@ -1,12 +1,14 @@
 #pragma once
 
-#include "common/secret.h"
+#include <kelp/util/secret.h>
 
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace kelp::tools {
+
+using util::Secret;
 
 /// A signal that would have ended the program came while it waited for input. what() is "interrupted".
 class InputInterrupted : public std::runtime_error {

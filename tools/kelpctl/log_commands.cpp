@@ -1,4 +1,5 @@
 #include <kelp/oplog/log_search.h>
+#include <kelp/oplog/log_settings.h>
 #include <kelp/oplog/security_log.h>
 
 #include <cstdio>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "exported_heads.h"
 #include "log_options.h"
 #include "log_table.h"
 
@@ -32,18 +34,27 @@ Examples:
 
 constexpr const char* kAuditFooter =
     R"(Times are as for kelpctl oplog. Events are login, logout, refused-address, lock-out, user, configuration; the log
-itself adds retention, set-aside and tampering.
+itself adds key, retention, set-aside and tampering.
 
 Examples:
   kelpctl audit --since 7d --event login --outcome failed
   kelpctl audit verify
-  kelpctl audit verify --head 1234:5e9c...      a head that an earlier verify printed is in the chain still)";
+  kelpctl audit verify --export-head /mnt/elsewhere/heads     notes the head, each time on a new line
+  kelpctl audit verify --head /mnt/elsewhere/heads            all noted heads are in the chain still
+  kelpctl audit verify --head 1234:5e9c...                    a head that an earlier verify printed)";
 
 constexpr const char* kVerifyFooter =
-    R"(Found are records that were changed, removed, moved or put in, the last ones included. Not found is what someone does
-who can write the file and makes all later hashes and the noted head anew, or puts back an older copy of the file:
-note the head that this command prints in another place from time to time and give it with --head later.
-Exit status: 0 the chain is whole, 1 it is not or cannot be read.)";
+    R"(Each record carries an HMAC over itself and the record before it, made with the key in [oplog] audit_key_file. Found
+are records that were changed, removed, moved or put in, the last ones included, and a chain that was made anew without
+the key. An older log is checked without it up to the record where the host went over to the key, and no further.
+
+Not found, from the log and the key alone: last records that were cut off with the noted head set back, and an older copy
+of the file in its place. Against both, note the head outside of this machine (--export-head) and give it later (--head):
+whatever was written before it must be in the chain still. Never found is what somebody forges who can read the key and
+write the log, after the newest head that was noted elsewhere; and records of requests that were never written.
+
+Without the key a log that was made with it can be neither checked nor continued: keep a copy where nobody can write the
+log. Exit status: 0 the chain is whole, 1 it is not or cannot be read.)";
 
 bool print(const std::string& line) {
     return std::printf("%s\n", line.c_str()) >= 0;
@@ -73,15 +84,22 @@ void show(const LogOptions& options, LogKind kind) {
                      static_cast<unsigned long long>(kTableRecords));
 }
 
-void verifyChain(const LogOptions& options, const std::vector<std::string>& headTexts) {
+/// What `kelpctl audit verify` is asked to do.
+struct VerifyOptions {
+    std::vector<std::string> heads;
+    std::string exportFile;
+    std::string keyFile;
+};
+
+void verifyChain(const LogOptions& options, const VerifyOptions& asked) {
     std::vector<oplog::ChainHead> heads;
-    for (const std::string& text : headTexts) {
-        const std::optional<oplog::ChainHead> head = oplog::ChainHead::of(text);
-        if (!head)
-            throw std::runtime_error("--head: \"" + text + "\" is no NUMBER:HASH");
-        heads.push_back(*head);
-    }
-    const oplog::Verification result = oplog::verify(options.database(LogKind::Security), heads);
+    for (const std::string& each : asked.heads)
+        addHeads(each, heads);
+    const std::filesystem::path database = options.database(LogKind::Security);
+    const oplog::Verification result =
+        oplog::verify(database, heads,
+                      asked.keyFile.empty() ? oplog::configuredSecurityLog().auditKeyFile
+                                            : std::filesystem::path(asked.keyFile));
     for (const std::string& problem : result.problems)
         print("*** " + problem);
     if (result.problemCount > result.problems.size())
@@ -89,6 +107,8 @@ void verifyChain(const LogOptions& options, const std::vector<std::string>& head
     print(std::to_string(result.records) + " record(s) checked, head " + result.head.text());
     if (result.problemCount > 0)
         throw std::runtime_error("the chain of the security log is broken");
+    if (!asked.exportFile.empty())
+        exportHead(result.head, asked.exportFile);
 }
 
 }  // namespace
@@ -104,14 +124,20 @@ void addLogCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     CLI::App* audit = app.add_subcommand("audit", "Search the log of log-ins, refusals and administration");
     audit->fallthrough()->footer(kAuditFooter);
     security->addTo(*audit, "--event", "Event, such as login");
-    const auto heads = std::make_shared<std::vector<std::string>>();
+    const auto asked = std::make_shared<VerifyOptions>();
     CLI::App* check = audit->add_subcommand("verify", "Check that no record was changed or removed");
     check->fallthrough()->footer(kVerifyFooter);
-    check->add_option("--head", *heads, "A head of the chain that must be in it still")
-        ->type_name("NUMBER:HASH");
-    audit->callback([security, heads, check] {
+    check
+        ->add_option("--head", asked->heads,
+                     "A head that must be in the chain still, or a file with one a line")
+        ->type_name("NUMBER:HASH|FILE");
+    check->add_option("--export-head", asked->exportFile, "Append the head of a whole chain to this file")
+        ->type_name("FILE");
+    check->add_option("--key-file", asked->keyFile, "File with the key of the chain (as configured)")
+        ->type_name("FILE");
+    audit->callback([security, asked, check] {
         if (check->parsed())
-            verifyChain(*security, *heads);
+            verifyChain(*security, *asked);
         else
             show(*security, LogKind::Security);
     });

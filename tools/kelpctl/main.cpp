@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/util/core_dumps.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -94,5 +95,6 @@ void loadConfiguration(const GlobalOptions& options) {
 }  // namespace kelp::ctl
 
 int main(int argc, char** argv) {
+    kelp::util::setCoreDumps(false);  // it handles passwords
     return kelp::ctl::run(argc, argv);
 }

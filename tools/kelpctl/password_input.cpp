@@ -2,6 +2,8 @@
 
 #include "common/hidden_input.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <stdexcept>
 #include <utility>
@@ -9,6 +11,15 @@
 namespace kelp::ctl {
 
 namespace {
+
+/// Fewer are found by trying, in spite of lock-outs, when the database is stolen.
+constexpr std::ptrdiff_t kCharactersMin = 8;
+
+/// Of UTF-8, whose further octets of a character all begin with the bits 10.
+std::ptrdiff_t charactersOf(const std::string& text) {
+    return std::count_if(text.begin(), text.end(),
+                         [](char octet) { return (static_cast<unsigned char>(octet) & 0xC0u) != 0x80u; });
+}
 
 Secret fromTerminal() {
     std::vector<Secret> typed = tools::askHidden({"Password: ", "Password again: "});
@@ -27,10 +38,13 @@ Secret fromFile(const std::string& file) {
 
 }  // namespace
 
-Secret readPassword(const std::string& file) {
+Secret readPassword(const std::string& file, ShortPassword shortOne) {
     Secret password = file.empty() ? fromTerminal() : fromFile(file);
     if (password.text().empty())
         throw std::runtime_error("the password must not be empty");
+    if (shortOne == ShortPassword::IsRefused && charactersOf(password.text()) < kCharactersMin)
+        throw std::runtime_error("the password must have at least " + std::to_string(kCharactersMin) +
+                                 " characters; --force takes a shorter one");
     return password;
 }
 

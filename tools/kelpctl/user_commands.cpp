@@ -36,6 +36,11 @@ struct UserOptions {
     std::string expiry;
     std::vector<std::string> networks;
     bool json = false;
+    bool force = false;
+
+    Secret newPassword() const {
+        return readPassword(passwordFile, force ? ShortPassword::IsTaken : ShortPassword::IsRefused);
+    }
 
     /// Opens the database asked for. Only the first account makes a file: a misspelt name must not.
     UserDatabase open(UserDatabase::Missing missing = UserDatabase::Missing::IsAnError) const {
@@ -128,7 +133,7 @@ void printTable(const std::vector<UserAccount>& accounts) {
 
 void add(const UserOptions& options) {
     UserDatabase database = options.open(UserDatabase::Missing::IsMade);
-    const Secret password = readPassword(options.passwordFile);
+    const Secret password = options.newPassword();
     database.add(options.name, password.text(), NS_CORBA::configuredHashCost());
     std::printf("user \"%s\" added\n", options.name.c_str());
 }
@@ -140,7 +145,7 @@ void list(const UserOptions& options) {
 
 void changePassword(const UserOptions& options) {
     UserDatabase database = options.open();
-    const Secret password = readPassword(options.passwordFile);
+    const Secret password = options.newPassword();
     database.setPassword(options.name, password.text(), NS_CORBA::configuredHashCost());
     std::printf("password of user \"%s\" changed\n", options.name.c_str());
 }
@@ -228,7 +233,7 @@ void runCommand(const Command& command, const UserOptions& options) {
 }
 
 constexpr const char* kFooter =
-    R"(Every change, also one that fails, leaves a record in the security log: kelpctl audit --event user.
+    R"(A password has 8 characters at least and 1024 octets at most. Every change, also one that fails, leaves a record in the security log: kelpctl audit --event user.
 
 Examples:
   kelpctl user add nms1
@@ -248,9 +253,11 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
         CLI::App* sub = group->add_subcommand(command.name, command.description)->fallthrough();
         if (command.takesName)
             sub->add_option("name", options->name, "The user's name")->required()->type_name("NAME");
-        if (command.takesPassword)
+        if (command.takesPassword) {
             sub->add_option("--password-file", options->passwordFile, "File whose first line is the password")
                 ->type_name("FILE");
+            sub->add_flag("--force", options->force, "Take a password of fewer than 8 characters");
+        }
         if (command.run == expire)
             sub->add_option("time", options->expiry,
                             "never, now, a date (from its 00:00 UTC on) or a time such as "

@@ -31,7 +31,7 @@ void append(const AccountChange& change, const std::string& outcome) {
     record.object = change.account;
     record.detail = change.what;
     record.outcome = outcome;
-    oplog::appendSecurityRecord(oplog::configuredSecurityLog().database, record);
+    oplog::appendSecurityRecord(oplog::configuredSecurityLog(), record);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "access_token.h"
 
-#include <kelp/util/descriptor.h>
+#include <kelp/util/private_file.h>
 
 #include <fcntl.h>
 #include <sodium.h>
@@ -36,8 +36,11 @@ AccessToken::AccessToken(const std::filesystem::path& file) : file_(file) {
     const std::string line = token + "\n";
     // a new file: an old one might be open to others, or be a link to somewhere else
     ::unlink(file.c_str());
-    const util::Descriptor out(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!out.isOpen() || ::write(out.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+    std::string problem;
+    const util::Descriptor out = util::openPrivateFile(file, O_EXCL, problem);
+    if (!out.isOpen())
+        throw std::runtime_error("cannot write " + file.string() + ": it " + problem);
+    if (::write(out.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()))
         throw std::runtime_error("cannot write " + file.string() + ": " +
                                  std::generic_category().message(errno));
 }

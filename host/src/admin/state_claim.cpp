@@ -1,6 +1,6 @@
 #include "state_claim.h"
 
-#include <fcntl.h>
+#include <kelp/util/private_file.h>
 #include <sys/file.h>
 
 #include <cerrno>
@@ -11,10 +11,12 @@
 namespace kelp::host {
 
 StateClaim::StateClaim(const std::filesystem::path& folder) {
-    std::filesystem::create_directories(folder);
     const std::filesystem::path file = folder / "admin.lock";
-    lock_ = util::Descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (lock_.isOpen() && ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0)
+    std::string problem;
+    lock_ = util::openPrivateFile(file, 0, problem);
+    if (!lock_.isOpen())
+        throw std::runtime_error("cannot lock " + file.string() + ": it " + problem);
+    if (::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0)
         return;
     if (errno == EWOULDBLOCK)
         throw std::runtime_error("another kelpd runs with the state directory " + folder.string());

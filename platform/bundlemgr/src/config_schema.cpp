@@ -195,12 +195,19 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("security", "hash_memory_kib", 19456, 8, 4194304, Change::AtReload,
                    "Memory of one password hash (Argon2id), in KiB. Stored hashes keep the cost they were "
                    "made with."),
+        flagKey("security", "core_dumps", false, restart,
+                "Whether a crash of this process may leave a core dump. It holds all that is in memory, "
+                "passwords and keys included."),
         integerKey("security", "hash_passes", 2, 1, 1000, Change::AtReload,
                    "Passes of one password hash (Argon2id)."),
 
         textKey("oplog", "database", "", {}, restart,
                 "SQLite file of the operation log; empty: oplog.db below the state directory. The security "
                 "log lies beside it with -audit in its name (oplog-audit.db), under the same limits."),
+        textKey("oplog", "audit_key_file", "", {}, restart,
+                "File with the key of the security log's chain, made at the first start (mode 0600); empty: "
+                "audit.key below the state directory. Refused when others can read it. Keep a copy: without "
+                "it the log can be neither checked nor continued."),
         integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload, "Days that records are kept."),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
                    "Size of a log above which its oldest records go, in MiB."),

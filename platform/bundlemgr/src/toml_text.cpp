@@ -1,29 +1,17 @@
 #include "toml_text.h"
 
+#include <kelp/util/file_trust.h>
 #include <kelp/util/trace_log.h>
-
-#include <cerrno>
-#include <fstream>
-#include <iterator>
-#include <system_error>
 
 namespace NS_BUNDLEMGR1 {
 
 std::optional<std::string> readFile(const std::filesystem::path& file, ConfigProblem& problem) {
     problem = ConfigProblem{file.string(), 0, "", ""};
-    std::error_code ignored;
-    if (std::filesystem::is_directory(file, ignored)) {
+    if (std::error_code ignored; std::filesystem::is_directory(file, ignored)) {
         problem.what = "cannot be read: it is a directory";
         return std::nullopt;
     }
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (!stream.is_open() || stream.bad()) {
-        problem.what = "cannot be read: " + std::generic_category().message(errno != 0 ? errno : EIO);
-        return std::nullopt;
-    }
-    return text;
+    return kelp::util::readTrustedFile(file, kelp::util::FileUse::Trusted, problem.what);
 }
 
 std::optional<toml::table> parseToml(const std::string& text, const std::string& name,

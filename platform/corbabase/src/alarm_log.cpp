@@ -2,6 +2,7 @@
 
 #include <kelp/corbabase/time_text.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/private_file.h>
 #include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
@@ -16,8 +17,19 @@ constexpr std::size_t kFileBytesMax = 20u << 20;
 constexpr std::size_t kFilesMax = 10;
 }  // namespace
 
+namespace {
+
+spdlog::file_event_handlers privateFiles() {
+    spdlog::file_event_handlers handlers;
+    handlers.before_open = [](const spdlog::filename_t& file) { kelp::util::requirePrivateFile(file); };
+    return handlers;
+}
+
+}  // namespace
+
 struct AlarmLog::State {
-    explicit State(const std::filesystem::path& file) : sink(file.string(), kFileBytesMax, kFilesMax) {
+    explicit State(const std::filesystem::path& file)
+        : sink(file.string(), kFileBytesMax, kFilesMax, false, privateFiles()) {
         sink.set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
     }
     spdlog::sinks::rotating_file_sink_st sink;
@@ -45,11 +57,7 @@ bool written(bool& fails, Body body) {
 
 }  // namespace
 
-AlarmLog::AlarmLog(const std::filesystem::path& file) {
-    if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path());
-    state_ = std::make_unique<State>(file);
-}
+AlarmLog::AlarmLog(const std::filesystem::path& file) : state_(std::make_unique<State>(file)) {}
 
 AlarmLog::~AlarmLog() = default;
 

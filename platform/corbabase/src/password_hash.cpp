@@ -29,7 +29,7 @@ void startLibrary() {
 
 }  // namespace
 
-std::string hashOfPassword(const std::string& password, const HashCost& cost) {
+std::string hashOfPassword(std::string_view password, const HashCost& cost) {
     startLibrary();
     std::array<char, crypto_pwhash_STRBYTES> hash{};
     errno = 0;
@@ -39,7 +39,7 @@ std::string hashOfPassword(const std::string& password, const HashCost& cost) {
     return hash.data();
 }
 
-bool isPasswordOf(const std::string& hash, const std::string& password) {
+bool isPasswordOf(const std::string& hash, std::string_view password) {
     startLibrary();
     errno = 0;
     if (::crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0)
@@ -49,7 +49,7 @@ bool isPasswordOf(const std::string& hash, const std::string& password) {
     return false;
 }
 
-void spendPasswordCheck(const std::string& password, const HashCost& cost) {
+void spendPasswordCheck(std::string_view password, const HashCost& cost) {
     (void)hashOfPassword(password, cost);
 }
 

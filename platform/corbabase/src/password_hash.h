@@ -3,6 +3,7 @@
 #include <kelp/corbabase/user_database.h>
 
 #include <string>
+#include <string_view>
 
 namespace NS_CORBA {
 
@@ -11,13 +12,13 @@ inline constexpr std::size_t kPasswordBytesMax = 1024;
 
 /// Argon2id hash of a password, as text with salt and cost. Throws std::runtime_error without the memory for
 /// it.
-std::string hashOfPassword(const std::string& password, const HashCost& cost);
+std::string hashOfPassword(std::string_view password, const HashCost& cost);
 
 /// True when `password` gave `hash`; compares in constant time. False for a text that is no hash. Throws like
 /// hashOfPassword.
-bool isPasswordOf(const std::string& hash, const std::string& password);
+bool isPasswordOf(const std::string& hash, std::string_view password);
 
 /// Takes as long as isPasswordOf for a hash of this cost.
-void spendPasswordCheck(const std::string& password, const HashCost& cost);
+void spendPasswordCheck(std::string_view password, const HashCost& cost);
 
 }  // namespace NS_CORBA

@@ -1,8 +1,9 @@
 #include <kelp/corbabase/tls_settings.h>
 
-#include <cerrno>
-#include <fstream>
-#include <system_error>
+#include <kelp/util/file_trust.h>
+#include <kelp/util/secret.h>
+
+#include <cstddef>
 
 namespace NS_CORBA {
 
@@ -14,16 +15,17 @@ const NS_BUNDLEMGR1::ConfigStore& config() {
     return NS_BUNDLEMGR1::ConfigStore::instance();
 }
 
-/// The first line of a file, without its line end. False, with errno set, when the file cannot be read.
-bool firstLine(const std::string& file, std::string& line) {
-    errno = 0;
-    std::ifstream in(file);
-    if (!in)
+/// The first line of a secret file, without its line end. False when the file cannot be read or is not
+/// secret.
+bool firstLine(const std::string& file, std::string& line, std::string& whyNot) {
+    constexpr std::size_t kBytesMax = 65536;
+    std::optional<std::string> text =
+        kelp::util::readTrustedFile(file, kelp::util::FileUse::Secret, whyNot, kBytesMax);
+    if (!text)
         return false;
-    std::getline(in, line);
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    return !in.bad();
+    const kelp::util::Secret all(*text);
+    line = all.text().substr(0, all.text().find_first_of("\r\n"));
+    return true;
 }
 
 std::string keyOf(kelp::orb::TlsFileProblem::Of of) {
@@ -36,9 +38,9 @@ std::string keyOf(kelp::orb::TlsFileProblem::Of of) {
 std::optional<kelp::orb::TlsFiles> readFiles(std::string& passwordProblem) {
     kelp::orb::TlsFiles files{config().text("tls.ca"), config().text("tls.certificate"), ""};
     const std::string passwordFile = config().text(kPasswordFileKey);
-    if (passwordFile.empty() || firstLine(passwordFile, files.keyPassword))
+    if (passwordFile.empty() || firstLine(passwordFile, files.keyPassword, passwordProblem))
         return files;
-    passwordProblem = passwordFile + " cannot be read: " + std::generic_category().message(errno);
+    passwordProblem = passwordFile + " " + passwordProblem;
     return std::nullopt;
 }
 

@@ -1,5 +1,6 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/user_database.h>
+#include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "oss_networks.h"
@@ -80,10 +82,12 @@ struct UserDatabase::State {
     SQLite::Database database;
 
     explicit State(const std::filesystem::path& file)
-        : path(file), database(file.string(), SQLite::OPEN_READWRITE, kBusyTimeoutMs) {}
+        : path(file),
+          database(kelp::util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
+                   kBusyTimeoutMs) {}
 
     void changeOne(SQLite::Statement& statement, const std::string& name);
-    void spendCheck(const std::string& password, const HashCost& cost);
+    void spendCheck(std::string_view password, const HashCost& cost);
 };
 
 namespace {
@@ -122,6 +126,8 @@ UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
             throw std::runtime_error("user database " + file.string() + ": " + problem);
     } else if (std::error_code error; !std::filesystem::exists(file, error)) {
         throw std::runtime_error("user database " + file.string() + " does not exist");
+    } else if (const std::string problem = kelp::util::problemOfTrust(file); !problem.empty()) {
+        throw std::runtime_error("user database " + file.string() + ": it " + problem);
     }
     translated(file, [&] {
         state_ = std::make_unique<State>(file);
@@ -248,7 +254,7 @@ std::optional<UserAccount> UserDatabase::authenticate(const std::string& name, c
         return accountOf(query);
     });
     const bool isTooLong = password.size() > kPasswordBytesMax;
-    const std::string& tried = isTooLong ? password.substr(0, kPasswordBytesMax) : password;
+    const std::string_view tried = std::string_view(password).substr(0, kPasswordBytesMax);
     if (!account) {
         state_->spendCheck(tried, cost);
         return std::nullopt;
@@ -258,7 +264,7 @@ std::optional<UserAccount> UserDatabase::authenticate(const std::string& name, c
     return account;
 }
 
-void UserDatabase::State::spendCheck(const std::string& password, const HashCost& cost) {
+void UserDatabase::State::spendCheck(std::string_view password, const HashCost& cost) {
     // against somebody's hash, which may be of another cost than is configured now
     const std::string hash = translated(path, [&]() -> std::string {
         SQLite::Statement query(database, "SELECT password_hash FROM user ORDER BY id LIMIT 1");

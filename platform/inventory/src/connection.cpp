@@ -1,5 +1,6 @@
 #include "connection.h"
 
+#include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
 #include <sqlite3.h>
 
@@ -10,9 +11,18 @@
 
 namespace kelp::inventory {
 
+namespace {
+
+/// As SQLite opens it; an empty name stays one.
+std::string nameOf(const std::filesystem::path& file) {
+    return file.empty() ? std::string() : util::inRealFolder(file).string();
+}
+
+}  // namespace
+
 Connection::Connection(const std::filesystem::path& file, Use use)
     // one thread at a time uses it, so that it needs no locks of its own
-    : database_(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX,
+    : database_(nameOf(file), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW,
                 static_cast<int>(kPatience.count())) {
     addPassRow(database_);
     if (use == Use::Read) {
@@ -39,7 +49,7 @@ Connection openForWriting(const std::filesystem::path& file) {
     makeMissing(file);
     return translated(file, [&] {
         // another program's file gets neither tables nor another journal
-        SQLite::Database database(file.string(), SQLite::OPEN_READWRITE,
+        SQLite::Database database(nameOf(file), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
                                   static_cast<int>(Connection::kPatience.count()));
         prepareSchema(database, file);
         database.exec("PRAGMA journal_mode = WAL");
@@ -50,6 +60,8 @@ Connection openForWriting(const std::filesystem::path& file) {
 void requireFile(const std::filesystem::path& file) {
     if (std::error_code error; !std::filesystem::exists(file, error))
         throw InventoryFailure("inventory " + file.string() + " does not exist");
+    if (const std::string problem = util::problemOfTrust(file); !problem.empty())
+        throw InventoryFailure("inventory " + file.string() + ": " + problem);
 }
 
 InventoryFailure noLongerThere(const std::filesystem::path& file) {

@@ -4,6 +4,8 @@
 
 #include "entry_rules.h"
 #include "hash_chain.h"
+#include "key_mark.h"
+#include "log_file.h"
 #include "retention.h"
 
 namespace kelp::oplog {
@@ -20,6 +22,42 @@ LogEntry noteOf(const std::string& event, const std::string& object, const std::
 }
 
 }  // namespace
+
+ChainedRows::ChainedRows(SQLite::Database& database, ChainMemory& memory,
+                         const std::filesystem::path& keyFile)
+    : database_(database), memory_(memory), insert_(database) {
+    // a running log keeps its key, whatever becomes of the file
+    if (!memory_.key)
+        useKey(keyFile);
+}
+
+void ChainedRows::useKey(const std::filesystem::path& keyFile) {
+    const std::optional<std::string> mark = markedKey(database_);
+    std::shared_ptr<const AuditKey> key;
+    if (!keyFile.empty()) {
+        key = AuditKey::read(keyFile);
+        if (!key && !mark) {
+            AuditKey::make(keyFile, readHead());
+            key = AuditKey::read(keyFile);
+        }
+    }
+    if (const std::string problem = problemOfKey(database_.getFilename(), mark, keyFile, key.get());
+        !problem.empty())
+        throw LogFailure(problem);
+    memory_.key = std::move(key);
+}
+
+/// Marks a chain that goes on with a key, where nothing does so yet.
+void ChainedRows::addMark(std::vector<LogEntry>& entries) {
+    if (!memory_.key || markedKey(database_))
+        return;
+    const ChainHead head = readHead();
+    const ChainHead& begun = memory_.key->begun();
+    // nobody but who lacks the key makes records without one once it is there
+    if (head.id > 0 && (head.id != begun.id || head.hash != begun.hash))
+        entries.push_back(noteOf("tampering", "", "its records were not made with the key"));
+    entries.push_back(noteOf(kKeyEvent, memory_.key->id(), "from here on the chain is made with this key"));
+}
 
 void ChainedRows::append(std::vector<LogEntry>& entries) {
     std::vector<LogEntry> before = notes();
@@ -45,6 +83,7 @@ void ChainedRows::committed() {
 /// What the log has to tell of itself before the next record.
 std::vector<LogEntry> ChainedRows::notes() {
     std::vector<LogEntry> notes;
+    addMark(notes);
     if (!memory_.aside.empty())
         notes.push_back(
             noteOf("set-aside", memory_.aside.filename().string(), "the file before was damaged"));
@@ -54,9 +93,12 @@ std::vector<LogEntry> ChainedRows::notes() {
     const bool hasHead = database_.execAndGet("SELECT count(*) FROM head").getInt() > 0;
     if (!hasHead && database_.execAndGet("SELECT count(*) FROM record").getInt() > 0)
         notes.push_back(noteOf("tampering", "", "the noted head of the chain was missing"));
-    for (const LogEntry& each : notes)
+    for (const LogEntry& each : notes) {
+        if (each.operation == kKeyEvent)
+            continue;
         util::traceFrom("oplog", "[ChainedRows] " + database_.getFilename() + ": " + each.operation + " " +
                                      each.object + ": " + each.detail);
+    }
     return notes;
 }
 
@@ -100,7 +142,7 @@ void ChainedRows::appendTo(ChainHead& head, std::vector<LogEntry>& entries) {
     for (LogEntry& entry : entries) {
         escape(entry);
         entry.id = ++head.id;
-        head.hash = hashOf(head.hash, entry);
+        head.hash = hashOf(memory_.key.get(), head.hash, entry);
         hashes.push_back(head.hash);
     }
     insert_.insert(entries, hashes);
@@ -111,6 +153,9 @@ std::optional<bool> ChainedRows::removeOldest(std::uint64_t bytesMax, std::optio
     if (!removal)
         return std::nullopt;
     std::vector<LogEntry> told{noteOf(kRetentionEvent, std::to_string(removal->last.id), removal->last.hash)};
+    // a mark that has gone is made anew
+    if (memory_.key && !markedKey(database_))
+        told.push_back(noteOf(kKeyEvent, memory_.key->id(), "the chain is made with this key"));
     ChainHead head = readHead();
     appendTo(head, told);
     writeHead(head);

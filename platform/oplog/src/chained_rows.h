@@ -3,7 +3,9 @@
 #include <kelp/oplog/security_log.h>
 
 #include <filesystem>
+#include <memory>
 
+#include "audit_key.h"
 #include "record_insert.h"
 #include "record_table.h"
 
@@ -13,13 +15,15 @@ namespace kelp::oplog {
 struct ChainMemory {
     ChainHead written;            ///< the last record that it wrote
     std::filesystem::path aside;  ///< a damaged file that the log has not told of yet
+    std::shared_ptr<const AuditKey> key;
 };
 
 /// A row a record, each with its hash: the security log.
 class ChainedRows final : public RecordTable {
   public:
-    ChainedRows(SQLite::Database& database, ChainMemory& memory)
-        : database_(database), memory_(memory), insert_(database) {}
+    /// Reads the key into `memory`, unless it is there; a missing one is made. Without a file for it the
+    /// chain has no key. Throws LogFailure when the log was made with a key that the file does not hold.
+    ChainedRows(SQLite::Database& database, ChainMemory& memory, const std::filesystem::path& keyFile);
 
     void append(std::vector<LogEntry>& entries) override;
     void append(const LogBatch& batch) override;
@@ -27,6 +31,8 @@ class ChainedRows final : public RecordTable {
     void committed() override;
 
   private:
+    void useKey(const std::filesystem::path& keyFile);
+    void addMark(std::vector<LogEntry>& entries);
     ChainHead readHead();
     void writeHead(const ChainHead& head);
     std::vector<LogEntry> notes();

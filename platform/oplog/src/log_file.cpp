@@ -1,10 +1,13 @@
 #include "log_file.h"
 
+#include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
 #include <sqlite3.h>
 
 #include <system_error>
 #include <thread>
+
+#include "hash_chain.h"
 
 namespace kelp::oplog {
 
@@ -116,7 +119,8 @@ std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& fi
                                                  std::chrono::milliseconds busy) {
     if (const std::string problem = util::makePrivateFile(file); !problem.empty())
         throw LogFailure(file.string() + ": " + problem);
-    auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE,
+    auto database = std::make_unique<SQLite::Database>(util::inRealFolder(file).string(),
+                                                       SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
                                                        static_cast<int>(busy.count()));
     // a database of another kind stays as it is: nothing of this is for it
     if (pragma(*database, "user_version") != 0)
@@ -126,6 +130,10 @@ std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& fi
     database->exec(kind == LogKind::Operations ? "PRAGMA synchronous = NORMAL" : "PRAGMA synchronous = FULL");
     prepareSchema(*database, kind);
     requireKind(*database, file, kind);
+    if (kind == LogKind::Security)
+        database->exec(
+            std::string("CREATE INDEX IF NOT EXISTS record_key ON record (id) WHERE operation = '") +
+            kKeyEvent + "'");
     return database;
 }
 

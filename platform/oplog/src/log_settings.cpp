@@ -21,6 +21,9 @@ LogSettings configuredSecurityLog() {
     const std::filesystem::path& beside = settings.database;
     settings.database =
         beside.parent_path() / (beside.stem().string() + "-audit" + beside.extension().string());
+    const std::string keyFile = NS_BUNDLEMGR1::ConfigStore::instance().text("oplog.audit_key_file");
+    settings.auditKeyFile = keyFile.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "audit.key"
+                                            : std::filesystem::path(keyFile);
     return settings;
 }
 

@@ -45,7 +45,7 @@ void LogStore::openNow() {
     database_ = openForWriting(file_, kind_, busy_);
     identity_ = util::identityOf(file_);
     if (kind_ == LogKind::Security)
-        table_ = std::make_unique<ChainedRows>(*database_, memory_);
+        table_ = std::make_unique<ChainedRows>(*database_, memory_, keyFile_);
     else
         table_ = std::make_unique<OperationBlocks>(*database_);
     takeInSideFiles();

@@ -15,8 +15,10 @@ class LogStore {
   public:
     enum class Damaged { IsSetAside, IsAnError };
 
-    LogStore(std::filesystem::path file, LogKind kind, std::chrono::milliseconds busy, Damaged damaged)
-        : file_(std::move(file)), kind_(kind), busy_(busy), damaged_(damaged) {}
+    /// `keyFile` is LogSettings::auditKeyFile.
+    LogStore(std::filesystem::path file, LogKind kind, std::chrono::milliseconds busy, Damaged damaged,
+             std::filesystem::path keyFile = {})
+        : file_(std::move(file)), kind_(kind), busy_(busy), damaged_(damaged), keyFile_(std::move(keyFile)) {}
 
     /// Opens the database, if it is not open, and takes in side files.
     void open();
@@ -40,6 +42,7 @@ class LogStore {
     const LogKind kind_;
     const std::chrono::milliseconds busy_;
     const Damaged damaged_;
+    const std::filesystem::path keyFile_;
     std::unique_ptr<SQLite::Database> database_;
     std::unique_ptr<RecordTable> table_;
     util::FileIdentity identity_;

@@ -30,7 +30,7 @@ LogWriter::LogWriter(const LogSettings& settings, LogKind kind)
     : file_(settings.database),
       name_(kind == LogKind::Operations ? "[OperationLog] " : "[SecurityLog] "),
       queue_(settings.queueMax, settings.stallMax),
-      store_(settings.database, kind, kBusy, LogStore::Damaged::IsSetAside),
+      store_(settings.database, kind, kBusy, LogStore::Damaged::IsSetAside, settings.auditKeyFile),
       retention_(settings.retention),
       thread_(util::startThread(kind == LogKind::Operations ? "oplog" : "auditlog", [this] { run(); })) {}
 

@@ -51,10 +51,11 @@ void SecurityLog::stop() {
     writer_->stop();
 }
 
-void appendSecurityRecord(const std::filesystem::path& database, const SecurityRecord& record) {
+void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& record) {
     std::vector<LogEntry> entries{entryOf(record)};
     cut(entries.front());
-    LogStore(database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError).append(entries);
+    LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError, settings.auditKeyFile)
+        .append(entries);
 }
 
 }  // namespace kelp::oplog

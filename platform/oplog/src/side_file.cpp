@@ -1,7 +1,8 @@
 #include "side_file.h"
 
 #include <fcntl.h>
-#include <kelp/util/descriptor.h>
+#include <kelp/util/file_trust.h>
+#include <kelp/util/private_file.h>
 #include <kelp/util/trace_log.h>
 #include <unistd.h>
 
@@ -77,16 +78,16 @@ void writeAll(int descriptor, const std::string& text) {
 
 /// All or nothing. Throws LogFailure.
 void writeTo(const std::filesystem::path& file, const std::string& text) {
+    std::string problem;
+    const util::Descriptor made = util::openPrivateFile(file, O_EXCL, problem);
+    if (!made.isOpen())
+        throw LogFailure(file.string() + " " + problem);
     try {
-        util::Descriptor made(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-        if (!made.isOpen())
-            throw std::system_error(errno, std::generic_category());
         writeAll(made.get(), text);
         if (::fsync(made.get()) != 0)
             throw std::system_error(errno, std::generic_category());
     } catch (const std::system_error& failure) {
-        if (failure.code() != std::errc::file_exists)
-            ::unlink(file.c_str());
+        ::unlink(file.c_str());
         throw LogFailure(file.string() + ": " + failure.code().message());
     }
 }
@@ -130,6 +131,10 @@ std::vector<std::filesystem::path> sideFilesOf(const std::filesystem::path& data
 }
 
 bool readSideFile(const std::filesystem::path& file, std::vector<LogEntry>& entries) {
+    if (const std::string problem = util::problemOfTrust(file); !problem.empty()) {
+        util::traceFrom("oplog", "[SideFile] " + file.string() + " " + problem);
+        return false;
+    }
     std::ifstream in(file);
     if (!in) {
         util::traceFrom("oplog", "[SideFile] " + file.string() + " cannot be read");

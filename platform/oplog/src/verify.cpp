@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "audit_key.h"
 #include "hash_chain.h"
+#include "key_mark.h"
 #include "log_file.h"
 
 namespace kelp::oplog {
@@ -22,11 +24,12 @@ std::string rangeText(std::int64_t first, std::int64_t last) {
 /// One pass over the chain, from the place where retention has left it to the noted head.
 class ChainCheck {
   public:
-    ChainCheck(SQLite::Database& database, const std::vector<ChainHead>& known)
-        : database_(database), known_(known) {}
+    ChainCheck(SQLite::Database& database, const std::vector<ChainHead>& known, const AuditKey* key)
+        : database_(database), known_(known), key_(key) {}
 
     Verification run() {
         readBeginning();
+        readKeyPlace();
         SQLite::Statement rows(database_,
                                "SELECT " + std::string(kRecordColumns) + ", hash FROM record ORDER BY id");
         while (rows.executeStep())
@@ -59,6 +62,20 @@ class ChainCheck {
         removed_ = before_.id;
     }
 
+    void readKeyPlace() {
+        if (key_ == nullptr)
+            return;
+        // the place stands with the key: without it nobody can say that an old chain ends elsewhere
+        const ChainHead& begun = key_->begun();
+        lastWithoutKey_ = begun.id > 0 && isInChain(begun) ? begun.id : 0;
+        if (const std::optional<std::string> mark = markedKey(database_); mark && *mark != key_->id())
+            problem("the log was made with another key");
+    }
+
+    bool isMadeWith(const AuditKey* key, const LogEntry& entry, const std::string& hash) const {
+        return hashOf(key, before_.hash, entry) == hash;
+    }
+
     void check(const LogEntry& entry, const std::string& hash) {
         result_.firstId = result_.records++ == 0 ? entry.id : result_.firstId;
         if (entry.id <= before_.id)
@@ -66,8 +83,11 @@ class ChainCheck {
         else if (entry.id > before_.id + 1)
             problem(rangeText(before_.id + 1, entry.id - 1) + " missing, so that record " +
                     std::to_string(entry.id) + " cannot be checked");
-        else if (hashOf(before_.hash, entry) != hash)
-            problem("record " + std::to_string(entry.id) + " is not what was written there");
+        else if (const AuditKey* const key = entry.id > lastWithoutKey_ ? key_ : nullptr;
+                 !isMadeWith(key, entry, hash))
+            problem("record " + std::to_string(entry.id) +
+                    (key != nullptr && isMadeWith(nullptr, entry, hash) ? " was not made with the key"
+                                                                        : " is not what was written there"));
         before_ = {entry.id, hash};
     }
 
@@ -92,17 +112,21 @@ class ChainCheck {
     }
 
     void checkKnown(const ChainHead& head) {
-        if (head.id <= removed_)
-            return;
+        if (head.id > removed_ && !isInChain(head))
+            problem("the head " + head.text() + " is not in the chain");
+    }
+
+    bool isInChain(const ChainHead& head) {
         SQLite::Statement query(database_, "SELECT count(*) FROM record WHERE id = ?1 AND hash = ?2");
         query.bind(1, head.id);
         query.bind(2, head.hash);
-        if (!query.executeStep() || query.getColumn(0).getInt() == 0)
-            problem("the head " + head.text() + " is not in the chain");
+        return query.executeStep() && query.getColumn(0).getInt() > 0;
     }
 
     SQLite::Database& database_;
     const std::vector<ChainHead>& known_;
+    const AuditKey* const key_;        ///< may be null
+    std::int64_t lastWithoutKey_ = 0;  ///< number of the record
     Verification result_;
     ChainHead before_;
     std::int64_t removed_ = 0;
@@ -126,12 +150,17 @@ std::optional<ChainHead> ChainHead::of(const std::string& text) {
     return ChainHead{std::stoll(text.substr(0, colon)), hash};
 }
 
-Verification verify(const std::filesystem::path& database, const std::vector<ChainHead>& known) {
+Verification verify(const std::filesystem::path& database, const std::vector<ChainHead>& known,
+                    const std::filesystem::path& keyFile) {
     try {
+        const std::shared_ptr<const AuditKey> key = keyFile.empty() ? nullptr : AuditKey::read(keyFile);
         const std::unique_ptr<SQLite::Database> opened = openForReading(database, LogKind::Security);
         // one moment of the log, however long the check takes
         SQLite::Transaction snapshot(*opened);
-        return ChainCheck(*opened, known).run();
+        const std::optional<std::string> mark = markedKey(*opened);
+        if (key == nullptr && mark)
+            throw LogFailure(problemOfKey(database, mark, keyFile, nullptr));
+        return ChainCheck(*opened, known, key.get()).run();
     } catch (const SQLite::Exception& failure) {
         throw failureOf(database, failure);
     }

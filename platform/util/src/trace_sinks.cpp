@@ -1,6 +1,7 @@
 #include "trace_sinks.h"
 
 #include <fmt/format.h>
+#include <kelp/util/private_file.h>
 #include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
@@ -90,9 +91,11 @@ class JournalSink : public TraceSink {
 
 std::unique_ptr<TraceSink> fileSink(const TraceSettings& settings) {
     const std::size_t rotatedFiles = settings.filesMax > 0 ? settings.filesMax - 1 : 0;
-    return std::make_unique<SpdlogSink>("file " + settings.file,
-                                        std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-                                            settings.file, settings.fileBytesMax, rotatedFiles));
+    spdlog::file_event_handlers handlers;
+    handlers.before_open = [](const spdlog::filename_t& file) { requirePrivateFile(file); };
+    return std::make_unique<SpdlogSink>(
+        "file " + settings.file, std::make_shared<spdlog::sinks::rotating_file_sink_st>(
+                                     settings.file, settings.fileBytesMax, rotatedFiles, false, handlers));
 }
 
 template <class Make>

@@ -20,6 +20,7 @@ class TlsSettings : public testing::Test {
     std::string withTls(int mode) const {
         const std::string key = certificates.issue("ems", "opensesame");
         const std::filesystem::path password = folder.write("password", "opensesame\nanother line\n");
+        std::filesystem::permissions(password, std::filesystem::perms{0600});
         return kelp::test::kFreePort + std::string("[tls]\nmode = ") + std::to_string(mode) +
                "\nlisten = \"127.0.0.1:0\"\nca = \"" + certificates.authority() + "\"\ncertificate = \"" +
                key + "\"\nkey_password_file = \"" + password.string() + "\"\n[naming]\nssl_port = 4844\n";

@@ -30,6 +30,14 @@ class TlsSettings : public testing::Test {
         return "key_password_file = \"" + file + "\"\n";
     }
 
+    /// A file that only its owner can read.
+    std::string secret(const std::string& name, const std::string& content) const {
+        const std::filesystem::path file = folder_.write(name, content);
+        std::filesystem::permissions(
+            file, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+        return file;
+    }
+
     const kelp::test::ThrowAwayCertificates certificates_;
     const kelp::test::TemporaryDirectory folder_;
 };
@@ -52,7 +60,7 @@ TEST_F(TlsSettings, ProblemsNameFileLineAndKey) {
 TEST_F(TlsSettings, PasswordIsTheFilesFirstLine) {
     const std::string locked = certificates_.issue("locked", "opensesame");
     for (const std::string text : {"opensesame", "opensesame\n", "opensesame\r\n", "opensesame\nmore\n"}) {
-        const std::string file = folder_.write("password", text);
+        const std::string file = secret("password", text);
         EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(file)), IsEmpty()) << text;
     }
 }
@@ -62,12 +70,21 @@ TEST_F(TlsSettings, WrongOrMissingPasswordIsToldByItsKey) {
     EXPECT_THAT(check(certificates_.authority(), locked),
                 ElementsAre(HasSubstr(": tls.key_password_file: " + locked +
                                       " holds an encrypted private key, but there is no password for it")));
-    const std::string wrong = folder_.write("wrong", "close\n");
+    const std::string wrong = secret("wrong", "close\n");
     EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(wrong)),
                 ElementsAre(StartsWith("test.toml:5: tls.key_password_file: " + locked +
                                        " holds a private key that the password does not open: ")));
     EXPECT_THAT(check(certificates_.authority(), locked, passwordFile("/etc")),
                 ElementsAre("test.toml:5: tls.key_password_file: /etc cannot be read: Is a directory"));
+}
+
+TEST_F(TlsSettings, APasswordThatOthersCanReadIsRefused) {
+    const std::string locked = certificates_.issue("locked", "opensesame");
+    const std::string file = folder_.write("password", "opensesame\n");
+    std::filesystem::permissions(file, std::filesystem::perms{0640});
+    EXPECT_THAT(
+        check(certificates_.authority(), locked, passwordFile(file)),
+        ElementsAre("test.toml:5: tls.key_password_file: " + file + " can be read by others (mode 0640)"));
 }
 
 }  // namespace

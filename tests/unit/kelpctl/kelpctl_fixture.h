@@ -36,7 +36,7 @@ class KelpctlTest : public testing::Test {
     KelpctlTest() {
         ::setenv("STATE_DIRECTORY", folder.path().c_str(), 1);
         folder.write("kelp.toml", "[security]\nhash_memory_kib = 8\nhash_passes = 1\n");
-        secretFile("pw", "secret\n");
+        secretFile("pw", "old secret\n");
     }
 
     /// Runs `kelpctl --config <the test's> ARGUMENTS`; `arguments` is shell text.

@@ -47,7 +47,10 @@ class LogCommands : public KelpctlTest {
             log.write(record);
     }
     void makeSecurityLog(int logins) {
-        SecurityLog log(settings("oplog-audit.db"));
+        LogSettings audit = settings("oplog-audit.db");
+        if (!keyFile_.empty())
+            audit.auditKeyFile = folder / keyFile_;
+        SecurityLog log(audit);
         for (int i = 1; i <= logins; ++i) {
             SecurityRecord record;
             record.user = "nms" + std::to_string(i);
@@ -56,6 +59,8 @@ class LogCommands : public KelpctlTest {
             log.write(record);
         }
     }
+    std::string keyFile_;  ///< of the security log; empty: none
+
     static OperationRecord request(const std::string& operation, const std::string& user = "nms1") {
         OperationRecord record;
         record.time = UtcTime(1740830400123ms);
@@ -198,6 +203,55 @@ TEST_F(LogCommands, VerifyFindsWhatWasTamperedWith) {
     EXPECT_THAT(run.output, HasSubstr("*** record 2 is not what was written there\n"));
     EXPECT_THAT(run.output, HasSubstr("*** record 4 is missing at the end\n"));
     EXPECT_EQ(run.errors, "kelpctl: the chain of the security log is broken\n");
+}
+
+TEST_F(LogCommands, AChainMadeAnewWithoutTheKeyIsFound) {
+    makeSecurityLog(4);
+    std::filesystem::rename(folder / "oplog-audit.db", folder / "forged.db");
+    keyFile_ = "audit.key";
+    makeSecurityLog(4);
+    ASSERT_EQ(kelpctl("audit verify").status, 0);
+    std::filesystem::rename(folder / "forged.db", folder / "oplog-audit.db");
+    const ToolRun run = kelpctl("audit verify");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.output, HasSubstr("*** record 1 was not made with the key\n"));
+}
+
+TEST_F(LogCommands, ACutTailIsFoundWithTheExportedHead) {
+    keyFile_ = "audit.key";
+    makeSecurityLog(4);
+    ASSERT_EQ(kelpctl("audit verify --export-head heads").status, 0);
+    ASSERT_EQ(kelpctl("audit verify --export-head heads").status, 0);
+    EXPECT_THAT(linesOf(contentOf(folder / "heads")), SizeIs(2));
+    EXPECT_EQ(kelpctl("audit verify --head heads").status, 0);
+    tamper(
+        "DELETE FROM record WHERE id > 3; UPDATE head SET id = 3, hash = (SELECT hash FROM record WHERE id = "
+        "3)");
+    // the file alone looks whole
+    EXPECT_EQ(kelpctl("audit verify").status, 0);
+    const ToolRun run = kelpctl("audit verify --head heads");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.output, HasSubstr(" is not in the chain\n"));
+    EXPECT_TRUE(kelpctl("audit verify --head pw").failedWith(1, "is no NUMBER:HASH"));
+    EXPECT_TRUE(kelpctl("audit verify --head /dev/null").failedWith(1, "/dev/null holds no head"));
+}
+
+TEST_F(LogCommands, TheHeadOfABrokenChainIsNotExported) {
+    makeSecurityLog(4);
+    tamper("UPDATE record SET outcome = 'ok' WHERE id = 2");
+    EXPECT_EQ(kelpctl("audit verify --export-head heads").status, 1);
+    EXPECT_FALSE(std::filesystem::exists(folder / "heads"));
+}
+
+TEST_F(LogCommands, ALostKeyIsNamed) {
+    keyFile_ = "audit.key";
+    makeSecurityLog(1);
+    std::filesystem::rename(folder / "audit.key", folder / "copy.key");
+    EXPECT_TRUE(kelpctl("audit verify").failedWith(1, "audit.key is missing"));
+    EXPECT_EQ(kelpctl("audit verify --key-file copy.key").status, 0);
+    const ToolRun added = kelpctl("user add nms1 --password-file pw");
+    EXPECT_EQ(added.status, 3) << added;
+    EXPECT_THAT(added.errors, HasSubstr("audit.key is missing"));
 }
 
 TEST_F(LogCommands, VerifyMissesAHeadThatWasNotedElsewhere) {

@@ -45,7 +45,7 @@ TEST_F(AtTerminal, TwoDifferentPasswordsChangeNothing) {
     ASSERT_TRUE(type("two\n"));
     EXPECT_TRUE(isShown("the two passwords differ"));
     EXPECT_EQ(terminal->status(), 1);
-    EXPECT_TRUE(hasPassword("nms1", "secret"));
+    EXPECT_TRUE(hasPassword("nms1", "old secret"));
 }
 
 TEST_F(AtTerminal, AnEmptyPasswordIsRefused) {

@@ -14,7 +14,7 @@ TEST_F(UserCommands, AddMakesTheDatabaseAndTheUser) {
     EXPECT_EQ(run.status, 0) << run;
     EXPECT_EQ(run.output, "user \"nms1\" added\n");
     EXPECT_EQ(run.errors, "");
-    EXPECT_TRUE(hasPassword("nms1", "secret"));
+    EXPECT_TRUE(hasPassword("nms1", "old secret"));
 }
 
 TEST_F(UserCommands, ThePasswordIsTheFilesFirstLine) {
@@ -35,6 +35,49 @@ TEST_F(UserCommands, NoPasswordIsRefused) {
     EXPECT_TRUE(run.failedWith(1, "use --password-file")) << run;
 }
 
+TEST_F(UserCommands, AShortPasswordIsTakenOnlyByForce) {
+    secretFile("seven", "1234567\n");
+    secretFile("eight", "12345678\n");
+    const char* const refusal = "the password must have at least 8 characters; --force takes a shorter one";
+    EXPECT_TRUE(kelpctl("user add nms1 --password-file seven").failedWith(1, refusal));
+    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
+    EXPECT_EQ(kelpctl("user add nms1 --password-file eight").status, 0);
+    EXPECT_TRUE(kelpctl("user passwd nms1 --password-file seven").failedWith(1, refusal));
+    EXPECT_TRUE(hasPassword("nms1", "12345678"));
+    EXPECT_EQ(kelpctl("user passwd nms1 --force --password-file seven").status, 0);
+    EXPECT_TRUE(hasPassword("nms1", "1234567"));
+    EXPECT_EQ(kelpctl("user add nms2 --password-file seven --force").status, 0);
+    secretFile("empty", "\n");
+    EXPECT_TRUE(kelpctl("user passwd nms1 --force --password-file empty")
+                    .failedWith(1, "the password must not be empty"));
+}
+
+TEST_F(UserCommands, APasswordsLengthIsCountedInCharactersAndItsLimitInOctets) {
+    secretFile("seven", "\u00e4\u00f6\u00fc\u00df\u20ac\u00e9\u00e8\n");
+    secretFile("eight", "\u00e4\u00f6\u00fc\u00df\u20ac\u00e9\u00e8\u00ea\n");
+    EXPECT_TRUE(kelpctl("user add nms1 --password-file seven").failedWith(1, "at least 8 characters"));
+    EXPECT_EQ(kelpctl("user add nms1 --password-file eight").status, 0);
+    secretFile("longest", std::string(1024, 'x') + "\n");
+    secretFile("too-long", std::string(1025, 'x') + "\n");
+    EXPECT_EQ(kelpctl("user passwd nms1 --password-file longest").status, 0);
+    EXPECT_TRUE(
+        kelpctl("user passwd nms1 --force --password-file too-long").failedWith(1, "at most 1024 bytes"));
+}
+
+TEST_F(UserCommands, AConfigurationOrDatabaseThatOthersCanWriteIsRefused) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    using std::filesystem::perms;
+    std::filesystem::permissions(database, perms::others_write, std::filesystem::perm_options::add);
+    EXPECT_TRUE(
+        kelpctl("user list").failedWith(1, database.string() + ": it can be written by others (mode 0602)"));
+    EXPECT_TRUE(kelpctl("user add nms2 --password-file pw")
+                    .failedWith(1, database.string() + ": can be written by others (mode 0602)"));
+    std::filesystem::permissions(database, perms::owner_read | perms::owner_write);
+    EXPECT_EQ(kelpctl("user list").status, 0);
+    std::filesystem::permissions(folder / "kelp.toml", perms::all);
+    EXPECT_TRUE(kelpctl("user list").failedWith(1, "kelp.toml: can be written by others (mode 0777)"));
+}
+
 TEST_F(UserCommands, APasswordFileThatOthersCanReadIsWarnedAbout) {
     std::filesystem::permissions(folder.path() / "pw", std::filesystem::perms::group_read,
                                  std::filesystem::perm_options::add);
@@ -51,10 +94,10 @@ TEST_F(UserCommands, UnknownCommandIsNamed) {
 
 TEST_F(UserCommands, AddTwiceFails) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
-    secretFile("other", "other\n");
+    secretFile("other", "another secret\n");
     const ToolRun run = kelpctl("user add nms1 --password-file other");
     EXPECT_TRUE(run.failedWith(1, "user \"nms1\" exists already")) << run;
-    EXPECT_TRUE(hasPassword("nms1", "secret"));
+    EXPECT_TRUE(hasPassword("nms1", "old secret"));
 }
 
 TEST_F(UserCommands, ANameThatCannotBeIsRefused) {
@@ -103,7 +146,7 @@ TEST_F(UserCommands, PasswdReplacesThePassword) {
     secretFile("new", "new secret\n");
     const ToolRun run = kelpctl("user passwd nms1 --password-file new");
     EXPECT_EQ(run.status, 0) << run;
-    EXPECT_FALSE(hasPassword("nms1", "secret"));
+    EXPECT_FALSE(hasPassword("nms1", "old secret"));
     EXPECT_TRUE(hasPassword("nms1", "new secret"));
 }
 

@@ -150,7 +150,7 @@ TEST_F(UserRecords, AChangeHoldsWhenTheLogCannotTellOfItAndTheToolSaysSo) {
     EXPECT_THAT(
         added.errors,
         HasSubstr("kelpctl: done, but the security log cannot tell of it: " + log.string() + " is damaged"));
-    EXPECT_TRUE(hasPassword("nms1", "secret"));
+    EXPECT_TRUE(hasPassword("nms1", "old secret"));
     EXPECT_EQ(contentOf(log), std::string(10000, 'g'));
 }
 

@@ -44,7 +44,7 @@ TEST_F(ChainTest, GoesOnFromOneStartToTheNextAndFromOneProcessToAnother) {
     SecurityRecord administration;
     administration.event = SecurityEvent::UserAdministration;
     administration.object = "nms2";
-    appendSecurityRecord(database(), administration);
+    appendSecurityRecord(settings(), administration);
     log.write(login("later"));
     log.stop();
     const Verification verification = verify(database());

@@ -1,20 +1,32 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/util/private_file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include "support/child.h"
 #include "support/temporary_directory.h"
 
 namespace kelp::test {
 namespace {
 
+using testing::HasSubstr;
 using testing::StartsWith;
 using util::makePrivateFile;
+using util::makePrivateFolder;
+using util::openPrivateFile;
 
-mode_t modeOf(const std::filesystem::path& file) {
+constexpr uid_t kServiceAccount = 54321;
+
+mode_t modeOfPath(const std::filesystem::path& file) {
+    return modeOf(file.c_str());
+}
+
+uid_t ownerOf(const std::filesystem::path& file) {
     struct stat status {};
-    EXPECT_EQ(::stat(file.c_str(), &status), 0) << file;
-    return status.st_mode & 0777u;
+    EXPECT_EQ(::lstat(file.c_str(), &status), 0) << file;
+    return status.st_uid;
 }
 
 class PrivateFile : public testing::Test {
@@ -22,32 +34,88 @@ class PrivateFile : public testing::Test {
     TemporaryDirectory folder;
 };
 
-TEST_F(PrivateFile, IsEmptyAndForItsOwnerAlone) {
-    const mode_t before = ::umask(0);
-    EXPECT_EQ(makePrivateFile(folder / "file"), "");
-    ::umask(before);
-    EXPECT_EQ(modeOf(folder / "file"), 0600u);
+class PrivateFileUnderUmask : public PrivateFile, public testing::WithParamInterface<mode_t> {};
+
+TEST_P(PrivateFileUnderUmask, IsEmptyAndForItsOwnerAlone) {
+    EXPECT_TRUE(inChildWithUmask(GetParam(), [this] { return makePrivateFile(folder / "file").empty(); }));
+    EXPECT_EQ(modeOfPath(folder / "file"), 0600u);
     EXPECT_EQ(std::filesystem::file_size(folder / "file"), 0u);
 }
 
-TEST_F(PrivateFile, ComesWithItsFolder) {
-    EXPECT_EQ(makePrivateFile(folder / "new" / "below" / "file"), "");
-    EXPECT_EQ(modeOf(folder / "new" / "below" / "file"), 0600u);
+TEST_P(PrivateFileUnderUmask, MissingFoldersAreForTheirOwnerAlone) {
+    EXPECT_TRUE(inChildWithUmask(
+        GetParam(), [this] { return makePrivateFile(folder / "new" / "below" / "file").empty(); }));
+    EXPECT_EQ(modeOfPath(folder / "new"), 0700u);
+    EXPECT_EQ(modeOfPath(folder / "new" / "below"), 0700u);
+    EXPECT_EQ(modeOfPath(folder / "new" / "below" / "file"), 0600u);
 }
+
+INSTANTIATE_TEST_SUITE_P(Each, PrivateFileUnderUmask, testing::ValuesIn(kExtremeUmasks), nameOfUmask);
 
 TEST_F(PrivateFile, OneThatIsThereStaysAsItIs) {
     folder.write("file", "content");
     ASSERT_EQ(::chmod((folder / "file").c_str(), 0640), 0);
     EXPECT_EQ(makePrivateFile(folder / "file"), "");
     EXPECT_EQ(contentOf(folder / "file"), "content");
-    EXPECT_EQ(modeOf(folder / "file"), 0640u);
+    EXPECT_EQ(modeOfPath(folder / "file"), 0640u);
+}
+
+TEST_F(PrivateFile, OneThatOthersCanWriteIsRefused) {
+    folder.write("file", "content");
+    ASSERT_EQ(::chmod((folder / "file").c_str(), 0602), 0);
+    EXPECT_THAT(makePrivateFile(folder / "file"), StartsWith("can be written by others (mode 0602)"));
+}
+
+TEST_F(PrivateFile, IsNotMadeWhereOthersCanReplaceIt) {
+    std::filesystem::create_directory(folder / "open");
+    ASSERT_EQ(::chmod((folder / "open").c_str(), 0777), 0);
+    EXPECT_THAT(makePrivateFile(folder / "open" / "file"), HasSubstr("can be written by others (mode 0777)"));
+    EXPECT_THAT(makePrivateFile(folder / "open" / "new" / "file"),
+                HasSubstr("can be written by others (mode 0777)"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "open"));
+}
+
+TEST_F(PrivateFile, ALinkInItsPlaceIsNotFollowed) {
+    folder.write("victim", "content");
+    std::filesystem::create_symlink(folder / "victim", folder / "file");
+    std::filesystem::create_symlink(folder / "nowhere", folder / "dangling");
+    for (const char* const name : {"file", "dangling"})
+        EXPECT_THAT(makePrivateFile(folder / name), HasSubstr("is a symbolic link"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
+    EXPECT_EQ(contentOf(folder / "victim"), "content");
+}
+
+TEST_F(PrivateFile, LiesInAFolderThatALinkLeadsTo) {
+    std::filesystem::create_directory(folder / "real");
+    std::filesystem::create_symlink(folder / "real", folder / "link");
+    EXPECT_EQ(makePrivateFile(folder / "link" / "file"), "");
+    EXPECT_TRUE(std::filesystem::exists(folder / "real" / "file"));
+}
+
+TEST_F(PrivateFile, IsMadeNewWhenThatIsAskedFor) {
+    std::string problem;
+    EXPECT_TRUE(openPrivateFile(folder / "file", O_EXCL, problem).isOpen());
+    EXPECT_FALSE(openPrivateFile(folder / "file", O_EXCL, problem).isOpen());
+    EXPECT_THAT(problem, HasSubstr("File exists"));
 }
 
 TEST_F(PrivateFile, SaysWhyItCannotBeMade) {
     folder.write("file", "");
     EXPECT_THAT(makePrivateFile(folder / "file" / "below"), StartsWith("cannot make its folder: "));
+    EXPECT_THAT(makePrivateFolder(folder / "file" / "below"), StartsWith("Not a directory"));
     std::filesystem::create_directory(folder / "folder");
     EXPECT_THAT(makePrivateFile(folder / "folder"), StartsWith("cannot be opened: "));
+}
+
+TEST_F(PrivateFile, MadeByRootBelongsToTheOwnerOfItsFolder) {
+    const bool isRoot = ::geteuid() == 0;
+    const uid_t expected = isRoot ? kServiceAccount : ::geteuid();
+    if (isRoot) {
+        ASSERT_EQ(::chown(folder.path().c_str(), kServiceAccount, kServiceAccount), 0);
+    }
+    EXPECT_EQ(makePrivateFile(folder / "new" / "file"), "");
+    EXPECT_EQ(ownerOf(folder / "new"), expected);
+    EXPECT_EQ(ownerOf(folder / "new" / "file"), expected);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "exit_codes.h"
 #include "password.h"
 
+#include <kelp/util/core_dumps.h>
 #include <kelp/util/trace_log.h>
 
 namespace {
@@ -48,6 +49,7 @@ int run(const Options& options, const std::string& password) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    kelp::util::setCoreDumps(false);  // it keeps a password to log in again
     int exitCode = kDone;
     const auto options = parseOptions(argc, argv, exitCode);
     if (!options)
@@ -56,7 +58,7 @@ int main(int argc, char** argv) {
         return run(*options, {});
     // read before the first thread starts, so that a signal can put the terminal right
     try {
-        const kelp::tools::Secret password = readPassword(options->passwordFile, options->user);
+        const kelp::util::Secret password = readPassword(options->passwordFile, options->user);
         return run(*options, password.text());
     } catch (const NoPassword& problem) {
         Report::error(problem.what());

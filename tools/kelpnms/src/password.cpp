@@ -11,7 +11,7 @@ namespace kelp::nms {
 
 namespace {
 
-using tools::Secret;
+using util::Secret;
 
 Secret fromFile(const std::string& file) {
     bool othersCanRead = false;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/secret.h"
+#include <kelp/util/secret.h>
 
 #include <stdexcept>
 #include <string>
@@ -16,10 +16,10 @@ class NoPassword : public std::runtime_error {
 /// The first line of the file, if one is named; else the environment variable KELPNMS_PASSWORD; else what is
 /// typed at the terminal, unseen. Throws NoPassword, or tools::InputInterrupted, for which no thread of the
 /// process may have taken the signals yet.
-tools::Secret readPassword(const std::string& file, const std::string& user);
+util::Secret readPassword(const std::string& file, const std::string& user);
 
 /// The password of the private key, out of the first line of the file, if one is named; else empty. Throws
 /// NoPassword.
-tools::Secret readKeyPassword(const std::string& file);
+util::Secret readKeyPassword(const std::string& file);
 
 }  // namespace kelp::nms

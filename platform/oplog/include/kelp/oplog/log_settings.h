@@ -18,13 +18,16 @@ struct KELP_EXPORT Retention {
 /// Where a log is and how it behaves.
 struct KELP_EXPORT LogSettings {
     std::filesystem::path database;
+    /// Of the security log: the file with the key of its chain, made when it is missing. Empty: a chain
+    /// without a key.
+    std::filesystem::path auditKeyFile;
     Retention retention;
     std::size_t queueMax = 200000;             ///< records that wait for the disk
     std::chrono::milliseconds stallMax{2000};  ///< for a place in a full queue; 0 never waits
 };
 
 /// The table [oplog] of the configuration: the operation log, and the security log in a database beside it
-/// ("oplog.db", "oplog-audit.db"), with the same limits.
+/// ("oplog.db", "oplog-audit.db"), with the same limits and its key.
 KELP_EXPORT LogSettings configuredOperationLog();
 KELP_EXPORT LogSettings configuredSecurityLog();
 

@@ -22,6 +22,7 @@
 #include "../port_state.h"
 #include "../request_record.h"
 #include "../trace.h"
+#include "interceptor_list.h"
 
 namespace kelp::orb {
 
@@ -154,13 +155,6 @@ CORBA::Boolean onReply(Interceptors::serverSendReply_T::info_T&) {
 CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
     endUndelivered(ThreadRequests::ofThisThread(), info.exception);
     return true;
-}
-
-/// Lists that survive the ORB they were made for would otherwise hold a function twice.
-template <class List, class Function>
-void addOnce(List& list, Function function) {
-    list.remove(function);
-    list.add(function);
 }
 
 }  // namespace

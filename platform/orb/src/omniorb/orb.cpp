@@ -8,6 +8,7 @@
 #include "callers.h"
 #include "interception.h"
 #include "option_table.h"
+#include "outgoing_calls.h"
 #include "tls.h"
 
 namespace kelp::orb {
@@ -59,6 +60,7 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
     try {
         takeOverHandshakes();
         interceptRequests(hook);
+        guardOutgoingCalls();
         resetCallers();
         // opens the endpoints; all callers are held until the manager is activated
         const CORBA::Object_var root = orb->resolve_initial_references("RootPOA");

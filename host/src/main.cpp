@@ -1,3 +1,4 @@
+#include "descriptor_limit.h"
 #include "exit_codes.h"
 #include "host.h"
 #include "options.h"
@@ -15,6 +16,7 @@ int main(int argc, char** argv) {
         const auto options = parseOptions(argc, argv, exitCode);
         if (!options)
             return exitCode;
+        raiseDescriptorLimit();
         return options->checkOnly ? checkConfiguration(*options) : runService(*options);
     } catch (const std::exception& problem) {
         std::cerr << "kelpd: internal error: " << problem.what() << '\n';

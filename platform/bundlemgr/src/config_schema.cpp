@@ -87,6 +87,30 @@ std::vector<ConfigKey> serviceKeys() {
             "Most threads that serve one client's connection at the same time; 0 leaves it to the ORB."),
         integerKey("orb", "message_bytes_max", 104857600, 8192, kIntMax, restart,
                    "Longest CORBA message taken or sent, in bytes."),
+        textKey("orb", "transport", "gate", {"gate", "orb"}, restart,
+                "What accepts connections: \"gate\", which lets only well-formed messages of allowed callers "
+                "through to the ORB, within the limits below; or \"orb\", the ORB's own transport, which has "
+                "none of them, to work around a fault in the gate."),
+        integerKey("orb", "connections_max", 2000, 2, 1000000, restart,
+                   "Most connections in all, and at most half of the descriptors that this process may have. "
+                   "One more takes the place of one that has brought no request, or of the one idle longest "
+                   "whose address has no log-in; otherwise it is refused."),
+        integerKey("orb", "connections_per_address_max", 500, 1, 1000000, restart,
+                   "Most connections from one address. One more takes the place of the one idle longest."),
+        integerKey("orb", "connections_reserved", 200, 0, 1000000, restart,
+                   "Connections out of connections_max that are kept for addresses with a log-in."),
+        integerKey("orb", "unfinished_bytes_max", 268435456, 1048576, std::int64_t{1} << 40, restart,
+                   "Memory for messages that are still arriving, of all connections together, in bytes. A "
+                   "connection that needs more is closed."),
+        integerKey("orb", "header_timeout_s", 10, 1, kDaySeconds, restart,
+                   "Seconds within which a new connection's first header arrives, and any other header after "
+                   "its first octet. A connection that is slower is closed."),
+        integerKey("orb", "input_rate_min", 1024, 1, kIntMax, restart,
+                   "Least rate at which an unfinished message continues, in bytes a second. A connection "
+                   "that stays below it for header_timeout_s is closed."),
+        integerKey("orb", "locate_requests_max", 1000, 1, kIntMax, restart,
+                   "Most LocateRequests a second from an address with a log-in. A connection beyond it is "
+                   "closed."),
         textKey("orb", "char_set", "UTF-8", {}, restart, "Code set of the texts inside the EMS."),
 
         integerKey("tls", "mode", 0, 0, 2, restart,
@@ -170,10 +194,18 @@ std::vector<ConfigKey> serviceKeys() {
                    "Iterators whose next batch may be read and held while their NMS works on the last one; "
                    "each holds one batch in memory. 0: none."),
 
-        textsKey("access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
-                 "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Calls from "
-                 "elsewhere are refused (NO_PERMISSION) and stand in the security log. A host name here "
-                 "counts for nms_reference only; it is never resolved."),
+        integerKey("access", "message_bytes_before_login", 65536, 4096, kIntMax, restart,
+                   "Longest message from an address without a log-in, in bytes. A connection with a longer "
+                   "one is closed."),
+        integerKey("access", "locate_requests_before_login", 100, 1, kIntMax, restart,
+                   "Most LocateRequests a second from an address without a log-in. A connection beyond it is "
+                   "closed."),
+        textsKey(
+            "access", "allowed_oss", {"127.0.0.0/8"}, {}, Change::AtReload,
+            "Networks (address or address/prefix length, IPv4 or IPv6) whose hosts may call. Connections "
+            "from elsewhere are closed at once, calls over those that exist already are refused "
+            "(NO_PERMISSION); both stand in the security log. A host name here "
+            "counts for nms_reference only; it is never resolved."),
         textKey(
             "access", "nms_reference", "peer", {"peer", "allowed", "any"}, Change::AtReload,
             "Which addresses an NMS's own reference, which the EMS calls back, may name: \"peer\" that of "

@@ -6,6 +6,7 @@
 #include <kelp/orb/timeouts.h>
 
 #include "base_settings.h"
+#include "gate_policy.h"
 #include "manager_registry.h"
 #include "naming_registration.h"
 #include "nms_reference_check.h"
@@ -86,6 +87,7 @@ struct CorbaBaseAgentConfig::State {
     std::mutex initMutex;                // one Init at a time
     Published<SessionSettings> session;  // none before the first Init
     OssAccess access;
+    GatePolicy gatePolicy{access};
     ManagerRegistry managers;
     NamingRegistration registration;
     ServiceLocation naming{"naming"};
@@ -137,9 +139,10 @@ bool CorbaBaseAgentConfig::State::startOrb() {
     if (!life.destroy())
         return refused("The ORB of the last run still waits for calls in progress");
     std::string whyNot;
-    const std::optional<kelp::orb::OrbOptions> options = readOrbOptions(whyNot);
+    std::optional<kelp::orb::OrbOptions> options = readOrbOptions(whyNot);
     if (!options)
         return refused(whyNot);
+    options->gatePolicy = &gatePolicy;
     const SessionSettings settings = readSessionSettings();
     try {
         life.start(*options, options->threadsMax);

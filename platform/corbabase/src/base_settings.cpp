@@ -30,6 +30,24 @@ bool readTlsOptions(kelp::orb::OrbOptions& options, std::string& whyNot) {
     return true;
 }
 
+std::size_t count(const std::string& key) {
+    return static_cast<std::size_t>(config().integer(key));
+}
+
+kelp::orb::GateLimits readGateLimits() {
+    kelp::orb::GateLimits limits;
+    limits.connectionsMax = static_cast<unsigned>(count("orb.connections_max"));
+    limits.connectionsPerAddressMax = static_cast<unsigned>(count("orb.connections_per_address_max"));
+    limits.connectionsReserved = static_cast<unsigned>(count("orb.connections_reserved"));
+    limits.unfinishedBytesMax = count("orb.unfinished_bytes_max");
+    limits.messageBytesBeforeLogin = count("access.message_bytes_before_login");
+    limits.headerTimeout = std::chrono::seconds(config().integer("orb.header_timeout_s"));
+    limits.inputRateMin = count("orb.input_rate_min");
+    limits.locatesPerSecond = static_cast<unsigned>(count("orb.locate_requests_max"));
+    limits.locatesPerSecondBeforeLogin = static_cast<unsigned>(count("access.locate_requests_before_login"));
+    return limits;
+}
+
 }  // namespace
 
 SessionSettings readSessionSettings() {
@@ -53,6 +71,9 @@ std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot) {
     options.threadsMax = static_cast<unsigned>(config().integer("orb.threads_max"));
     options.messageBytesMax = static_cast<std::size_t>(config().integer("orb.message_bytes_max"));
     options.charSet = config().text("orb.char_set");
+    using Transport = kelp::orb::OrbOptions::Transport;
+    options.transport = config().text("orb.transport") == "orb" ? Transport::Orb : Transport::Gate;
+    options.gateLimits = readGateLimits();
     return options;
 }
 

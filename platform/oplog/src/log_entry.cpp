@@ -68,6 +68,8 @@ std::string textOf(SecurityEvent event) {
             return "logout";
         case SecurityEvent::RefusedAddress:
             return "refused-address";
+        case SecurityEvent::RefusedConnection:
+            return "refused-connection";
         case SecurityEvent::LockOut:
             return "lock-out";
         case SecurityEvent::UserAdministration:

@@ -19,7 +19,12 @@ class CdrReader {
     static std::optional<CdrReader> encapsulation(Bytes bytes) {
         if (bytes.empty() || bytes[0] > 1)
             return std::nullopt;
-        return CdrReader(bytes, bytes[0] == 1);
+        return CdrReader(bytes, bytes[0] == 1, 1);
+    }
+
+    /// A message, read from `at` on.
+    static CdrReader message(Bytes bytes, bool littleEndian, std::size_t at) {
+        return CdrReader(bytes, littleEndian, at);
     }
 
     std::optional<std::uint8_t> octet() {
@@ -59,9 +64,12 @@ class CdrReader {
     }
 
     std::size_t left() const { return bytes_.size() - at_; }
+    /// How many bytes have been read, from the first byte on.
+    std::size_t at() const { return at_; }
 
   private:
-    CdrReader(Bytes bytes, bool littleEndian) : bytes_(bytes), littleEndian_(littleEndian) {}
+    CdrReader(Bytes bytes, bool littleEndian, std::size_t at)
+        : bytes_(bytes), at_(at), littleEndian_(littleEndian) {}
 
     std::optional<std::uint32_t> number(std::size_t size) {
         const std::size_t start = (at_ + size - 1) / size * size;
@@ -77,7 +85,7 @@ class CdrReader {
     }
 
     Bytes bytes_;
-    std::size_t at_ = 1;
+    std::size_t at_;
     bool littleEndian_;
 };
 

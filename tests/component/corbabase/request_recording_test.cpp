@@ -163,6 +163,9 @@ TEST_F(RequestRecording, PutsRefusedCallersIntoTheSecurityLogOnly) {
 }
 
 TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatTheyWereAnswered) {
+    ScriptedInterceptor silent;
+    base().SetReqInterceptorImpl(&silent);
+    object(kSession, "session")->ping();  // connects while it may
     configure(kFreePort + OpenLogs::toml(folder_) + "[access]\nallowed_oss = [\"192.0.2.0/24\"]\n");
     EXPECT_THROW(gone()->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
     EXPECT_THAT(logs_.operations(), IsEmpty());

@@ -6,6 +6,7 @@
 #include <list>
 #include <thread>
 
+#include "component/orb/raw_giop.h"
 #include "system/audit/audit_fixture.h"
 #include "system/audit/nms_group.h"
 
@@ -39,6 +40,8 @@ class AccessTest : public AuditTest {
     void SetUp() override {
         AuditTest::SetUp();
         allow("['127.0.0.1']");
+        // where everybody may connect, each call is refused
+        host_.set("orb", "transport", "'orb'");
         startHost();
         nms_.logIn(0, kUser);
     }
@@ -173,6 +176,57 @@ TEST_F(AccessTest, AFloodOfRefusalsIsCountedToTheLastAndDelaysNoStop) {
     EXPECT_LT(records.size(), 100u) << "older records are not pushed out";
     EXPECT_THAT(operationsOf(kStranger), SizeIs(0));
     EXPECT_EQ(kelpctl({"audit", "verify"}).exitCode, 0);
+}
+
+/// The same callers where the gate keeps them out.
+class GateAccessTest : public AccessTest {
+  protected:
+    void SetUp() override {
+        AuditTest::SetUp();
+        allow("['127.0.0.1']");
+        startHost();
+        nms_.logIn(0, kUser);
+    }
+    std::size_t refusals() const {
+        std::size_t found = 0;
+        for (const LogEntry& each : security(kRefused)) {
+            EXPECT_THAT(each.peer, StartsWith(kStranger));
+            EXPECT_EQ(each.outcome, "address not allowed");
+            const std::size_t more = each.detail.find(" more until ");
+            found += more == std::string::npos ? 1 : std::stoul(each.detail.substr(0, more));
+        }
+        return found;
+    }
+};
+
+TEST_F(GateAccessTest, AStrangersConnectionIsClosedBeforeItSaysAnything) {
+    const Socket stranger = connectTo(host_.port(), kStranger);
+    EXPECT_TRUE(isClosedByPeer(stranger));
+    EXPECT_TRUE(eventually([&] { return refusals() == 1; }));
+    EXPECT_NO_THROW(nms_[0].session()->ping());
+    EXPECT_EQ(host_.stop(), 0);
+}
+
+TEST_F(GateAccessTest, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
+    allow("['127.0.0.1', '127.0.0.2/32']");
+    reconfigure();
+    const auto factory = nms_.factoryOver(relay_);
+    EXPECT_NO_THROW(const CORBA::String_var version = factory->getVersion());
+    allow("['127.0.0.1']");
+    reconfigure();
+    EXPECT_TRUE(isRefused([&] { const CORBA::String_var version = factory->getVersion(); }))
+        << "over the connection that was let in before";
+    EXPECT_TRUE(isClosedByPeer(connectTo(host_.port(), kStranger)));
+}
+
+TEST_F(GateAccessTest, AFloodOfConnectionsIsCountedToTheLast) {
+    constexpr std::size_t kConnections = 3000;
+    for (std::size_t i = 0; i < kConnections; ++i)
+        EXPECT_TRUE(isClosedByPeer(connectTo(host_.port(), kStranger)));
+    EXPECT_NO_THROW(nms_[0].session()->ping());
+    EXPECT_EQ(host_.stop(), 0);
+    EXPECT_EQ(refusals(), kConnections);
+    EXPECT_LT(security(kRefused).size(), 100u) << "older records are not pushed out";
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "transport/gate_transport.h"
+
 namespace kelp::orb {
 
 namespace {
@@ -81,11 +83,12 @@ const char* (*OptionTable::pairs())[2] {
 
 OptionTable optionTable(const OrbOptions& options) {
     OptionTable table;
+    const std::string plain = options.transport == OrbOptions::Transport::Gate ? kGateEndpoint : "giop:tcp:";
     for (const std::string& address : options.listen)
-        table.add("endPoint", "giop:tcp:" + address);
+        table.add("endPoint", plain + address);
     for (const std::string& address : options.tlsListen)
         table.add("endPoint", "giop:ssl:" + address);
-    addUnpublished("giop:tcp:", options.keyListen, options.listen, table);
+    addUnpublished(plain, options.keyListen, options.listen, table);
     addUnpublished("giop:ssl:", options.tlsKeyListen, options.tlsListen, table);
     addPublished(options, table);
 

@@ -3,6 +3,7 @@
 
 #include <mutex>
 
+#include "../gate/gate.h"
 #include "../port_state.h"
 #include "../trace.h"
 #include "callers.h"
@@ -10,6 +11,7 @@
 #include "option_table.h"
 #include "outgoing_calls.h"
 #include "tls.h"
+#include "transport/gate_transport.h"
 
 namespace kelp::orb {
 
@@ -41,6 +43,12 @@ void refuseWhileOneRuns() {
     throw CORBA::BAD_INV_ORDER(0, CORBA::COMPLETED_NO);
 }
 
+void setUpGate(const OrbOptions& options) {
+    gate::Gate::makeCurrent(
+        {options.gateLimits, options.messageBytesMax, options.replyTimeout, options.gatePolicy});
+    registerGateTransport();
+}
+
 void destroyUnfinished(CORBA::ORB_ptr orb) {
     interceptRequests(nullptr);
     PortState::instance().forget();
@@ -54,6 +62,7 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
     refuseWhileOneRuns();
     omniORB::setLogFunction(traceOrbLine);
     setUpTls(options);
+    setUpGate(options);
     OptionTable table = optionTable(options);
     int argc = 0;
     CORBA::ORB_var orb = CORBA::ORB_init(argc, nullptr, "omniORB4", table.pairs());

@@ -29,6 +29,7 @@ enum class SecurityEvent {
     LogIn,  ///< outcome "ok" or the reason of the refusal
     LogOut,
     RefusedAddress,       ///< a caller from a network that may not call
+    RefusedConnection,    ///< a connection was closed for what it brought, or was one too many
     LockOut,              ///< a user or address was locked out
     UserAdministration,   ///< an account was made, changed or removed
     ConfigurationChange,  ///< the configuration was read again

@@ -2,6 +2,7 @@
 
 #include <kelp/orb/corba.h>
 #include <kelp/orb/export.h>
+#include <kelp/orb/gate.h>
 #include <kelp/orb/request.h>
 
 #include <chrono>
@@ -18,13 +19,13 @@ struct KELP_EXPORT OrbOptions {
     std::vector<std::string> listen;
     std::string publish;                 ///< host or host:port written into references; empty: as listened
     std::vector<std::string> tlsListen;  ///< as `listen`, over TLS
-    /// Further addresses that are served likewise but stand in no reference: for callers who know a well-known
-    /// key. An address that `listen` has as well is opened once.
+    /// Further addresses that are served likewise but stand in no reference: for callers who know a
+    /// well-known key. An address that `listen` has as well is opened once.
     std::vector<std::string> keyListen;
     std::vector<std::string> tlsKeyListen;  ///< as `keyListen`, over TLS
-    std::string tlsCaFile;               ///< PEM; empty: no TLS
-    std::string tlsKeyFile;              ///< PEM, key and certificate in one file
-    std::string tlsKeyPassword;          ///< may be empty for an unencrypted key
+    std::string tlsCaFile;                  ///< PEM; empty: no TLS
+    std::string tlsKeyFile;                 ///< PEM, key and certificate in one file
+    std::string tlsKeyPassword;             ///< may be empty for an unencrypted key
     bool tlsRequirePeerCertificate = true;
     bool tlsCallsOnly = false;  ///< calling side: a peer that cannot be reached over TLS is not called
     unsigned threadsMax = 0;    ///< most threads that serve one connection's calls; 0: the ORB's default
@@ -34,6 +35,12 @@ struct KELP_EXPORT OrbOptions {
     /// A reply that a client does not read is given up after this, with its connection; 0: never. A request
     /// whose end does not arrive is given up with the ORB's scan for idle connections.
     std::chrono::milliseconds replyTimeout{60000};
+    /// What accepts connections: the gate of this product, or the ORB's own transport, which has none of the
+    /// gate's limits and trusts whoever speaks GIOP to it.
+    enum class Transport { Gate, Orb };
+    Transport transport = Transport::Gate;
+    GateLimits gateLimits;
+    GatePolicy* gatePolicy = nullptr;  ///< null: everybody may connect, as if logged in. Outlives the ORB
 };
 
 /// Starts the process's ORB, endpoints open and callers held, with `hook` in place before the first request

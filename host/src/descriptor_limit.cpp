@@ -1,0 +1,16 @@
+#include "descriptor_limit.h"
+
+#include <sys/resource.h>
+
+namespace kelp::host {
+
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    // a failure leaves what there was: the gate counts with that
+    (void)::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+}  // namespace kelp::host

@@ -1,0 +1,115 @@
+#include "gate.h"
+
+#include <malloc.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "../trace.h"
+
+namespace kelp::orb {
+
+GatePolicy::~GatePolicy() = default;
+
+}  // namespace kelp::orb
+
+namespace kelp::orb::gate {
+
+namespace {
+
+/// From this size on a message leaves memory behind that is worth giving back.
+constexpr std::size_t kLargeMessage = std::size_t{256} * 1024;
+constexpr std::chrono::seconds kTidyPause{2};
+/// How often memory is given back after a large message: the ORB may keep it for as long as its call runs.
+constexpr int kTidyRounds = 5;
+
+std::mutex currentMutex;
+std::shared_ptr<Gate> currentGate;  // guarded by currentMutex
+
+giop::AssemblerLimits assemblerLimitsOf(const Gate::Settings& settings) {
+    giop::AssemblerLimits limits;
+    limits.messageOctetsMax = settings.messageBytesMax;
+    limits.octetsMaxBeforeLogin = std::min(settings.limits.messageBytesBeforeLogin, settings.messageBytesMax);
+    limits.progress.window = settings.limits.headerTimeout;
+    limits.progress.octetsPerWindow =
+        settings.limits.inputRateMin * static_cast<std::size_t>(settings.limits.headerTimeout.count()) / 1000;
+    return limits;
+}
+
+std::size_t descriptorsMax() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
+        return std::size_t{1} << 20;
+    return static_cast<std::size_t>(limit.rlim_cur);
+}
+
+ConnectionTable::Limits tableLimitsOf(const GateLimits& limits) {
+    const std::size_t half = descriptorsMax() / 2;
+    if (limits.connectionsMax > half)
+        trace(util::TraceKind::Trace,
+              "At most " + std::to_string(half) +
+                  " connections are accepted, half of the descriptors that this process "
+                  "may have.");
+    ConnectionTable::Limits table;
+    table.connectionsMax = std::min<std::size_t>(limits.connectionsMax, half);
+    table.perAddressMax = limits.connectionsPerAddressMax;
+    // with few descriptors the others get some as well
+    table.reserved = std::min<std::size_t>(limits.connectionsReserved, table.connectionsMax / 2);
+    return table;
+}
+
+}  // namespace
+
+Gate::Gate(const Settings& settings)
+    : settings_(settings),
+      assemblerLimits_(assemblerLimitsOf(settings)),
+      budget_(settings.limits.unfinishedBytesMax),
+      connections_(tableLimitsOf(settings.limits),
+                   [this](const PeerAddress& peer) { return isLoggedIn(peer); }) {}
+
+std::shared_ptr<Gate> Gate::current() {
+    const std::lock_guard guard(currentMutex);
+    return currentGate;
+}
+
+void Gate::makeCurrent(const Settings& settings) {
+    auto made = std::make_shared<Gate>(settings);
+    const std::lock_guard guard(currentMutex);
+    currentGate.swap(made);
+}
+
+bool Gate::admits(const PeerAddress& peer) const {
+    return settings_.policy == nullptr || settings_.policy->admits(peer);
+}
+
+bool Gate::isLoggedIn(const PeerAddress& peer) const {
+    return settings_.policy == nullptr || settings_.policy->isLoggedIn(peer);
+}
+
+void Gate::refused(const PeerAddress& peer, std::string_view reason) const {
+    if (settings_.policy != nullptr)
+        settings_.policy->refused(peer, reason);
+}
+
+bool Gate::mayLocate(const PeerAddress& peer) {
+    const unsigned limit =
+        isLoggedIn(peer) ? settings_.limits.locatesPerSecond : settings_.limits.locatesPerSecondBeforeLogin;
+    return locates_.take(peer.text, limit, std::chrono::steady_clock::now());
+}
+
+void Gate::messageRead(std::size_t octets) {
+    if (octets >= kLargeMessage)
+        tidyRounds_ = kTidyRounds;
+}
+
+void Gate::tidy(std::chrono::steady_clock::time_point now) {
+    auto next = tidyNext_.load();
+    if (tidyRounds_ <= 0 || now.time_since_epoch().count() < next ||
+        !tidyNext_.compare_exchange_strong(next, (now + kTidyPause).time_since_epoch().count()))
+        return;
+    --tidyRounds_;
+    ::malloc_trim(0);
+}
+
+}  // namespace kelp::orb::gate

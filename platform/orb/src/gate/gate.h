@@ -1,0 +1,57 @@
+#pragma once
+
+#include <kelp/orb/gate.h>
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+
+#include "../giop/input_budget.h"
+#include "../giop/message_assembler.h"
+#include "connection_table.h"
+#include "locate_rates.h"
+
+namespace kelp::orb::gate {
+
+/// What all connections of one ORB share. Callable from any thread.
+class Gate {
+  public:
+    struct Settings {
+        GateLimits limits;
+        std::size_t messageBytesMax = 0;
+        std::chrono::milliseconds replyTimeout{0};  ///< 0: as long as it takes
+        GatePolicy* policy = nullptr;               ///< null: everybody is admitted and trusted
+    };
+
+    explicit Gate(const Settings& settings);
+
+    /// The gate of the ORB being started. Endpoints keep it from then on.
+    static std::shared_ptr<Gate> current();
+    static void makeCurrent(const Settings& settings);
+
+    bool admits(const PeerAddress& peer) const;
+    bool isLoggedIn(const PeerAddress& peer) const;
+    void refused(const PeerAddress& peer, std::string_view reason) const;
+    bool mayLocate(const PeerAddress& peer);
+
+    const Settings& settings() const { return settings_; }
+    const giop::AssemblerLimits& assemblerLimits() const { return assemblerLimits_; }
+    giop::InputBudget& budget() { return budget_; }
+    ConnectionTable& connections() { return connections_; }
+
+    /// A message of this size has been read: its memory goes back to the system a little later.
+    void messageRead(std::size_t octets);
+    /// Gives memory back when there is reason to. For a thread that has time.
+    void tidy(std::chrono::steady_clock::time_point now);
+
+  private:
+    const Settings settings_;
+    const giop::AssemblerLimits assemblerLimits_;
+    giop::InputBudget budget_;
+    ConnectionTable connections_;
+    LocateRates locates_;
+    std::atomic<int> tidyRounds_{0};
+    std::atomic<std::chrono::steady_clock::rep> tidyNext_{0};
+};
+
+}  // namespace kelp::orb::gate

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "message_header.h"
+#include "octet_buffer.h"
+#include "progress.h"
+
+namespace kelp::orb::giop {
+
+/// A request of which some fragments are still missing.
+class FragmentedRequest {
+  public:
+    FragmentedRequest(std::uint32_t id, const MessageHeader& header, InputBudget& budget,
+                      const Progress& progress)
+        : id_(id), header_(header), octets_(budget), progress_(progress) {}
+
+    std::uint32_t id() const { return id_; }
+    const MessageHeader& header() const { return header_; }
+    /// What the request would have with this message as well, without the headers of its fragments.
+    std::size_t octetsWith(const MessageHeader& fragment) const;
+    std::size_t octets() const { return size_; }
+    Progress::Time deadline() const { return progress_.deadline(); }
+    void postpone(Progress::Duration time) { progress_.postpone(time); }
+
+    /// Adds the request's first message, or a fragment. False when there is no memory.
+    bool add(Octets message, const ProgressRule& rule, Progress::Time now);
+    /// GIOP 1.2: all of it as one message. Not to be used afterwards.
+    OctetBuffer joined();
+    /// GIOP 1.1, where alignment begins anew in each fragment: the messages one after the other, as they
+    /// came.
+    OctetBuffer messages();
+
+  private:
+    std::size_t fragmentHeaderOctets() const;
+
+    std::uint32_t id_;
+    MessageHeader header_;  ///< of the first message
+    OctetBuffer octets_;
+    Progress progress_;
+    std::size_t size_ = 0;
+};
+
+/// The parts of a GIOP 1.1 request as one message without the headers of its fragments, and where in it each
+/// fragment begins. Empty when there is no memory.
+struct JoinedParts {
+    OctetBuffer message;
+    std::vector<std::size_t> fragments;
+    std::size_t firstOctets = 0;  ///< of the first message
+};
+JoinedParts joinParts(Octets messages, InputBudget& budget);
+
+}  // namespace kelp::orb::giop

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "octet_buffer.h"
+#include "request_header.h"
+
+namespace kelp::orb::giop {
+
+/// Appends to `made` the same request, addressed by its object key instead of a profile or a reference (CORBA
+/// 15.4.2.2). False when there is no memory for it.
+bool addressByKey(Octets message, const MessageHeader& header, const RequestHeader& request,
+                  OctetBuffer& made);
+
+}  // namespace kelp::orb::giop

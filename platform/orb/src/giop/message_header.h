@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "violation.h"
+
+namespace kelp::orb::giop {
+
+using Octets = std::span<const std::uint8_t>;
+
+/// Message types (CORBA 15.4.1), by their numbers.
+enum class MessageType : std::uint8_t {
+    Request,
+    Reply,
+    CancelRequest,
+    LocateRequest,
+    LocateReply,
+    CloseConnection,
+    MessageError,
+    Fragment
+};
+
+constexpr std::size_t kHeaderOctets = 12;
+/// Where the flags stand in a header, and what their bits mean.
+constexpr std::size_t kFlagsAt = 6;
+constexpr std::uint8_t kLittleEndianFlag = 1;
+constexpr std::uint8_t kMoreFragmentsFlag = 2;
+constexpr std::size_t kSizeAt = 8;
+
+/// The first 12 octets of a message (CORBA 15.4.1).
+struct MessageHeader {
+    std::uint8_t minor = 0;  ///< of GIOP 1.x
+    bool littleEndian = false;
+    bool moreFragments = false;
+    MessageType type = MessageType::MessageError;
+    std::uint64_t octets = 0;  ///< of the whole message, these 12 included
+};
+
+/// Reads and checks a header: magic, version 1.0 to 1.2, flags, a type that a client may send in that
+/// version. `octets` holds at least 12.
+Violation readHeader(Octets octets, MessageHeader& header);
+
+/// A number of four octets in the byte order of its message.
+std::uint32_t numberAt(Octets octets, std::size_t at, bool littleEndian);
+void putNumber(std::span<std::uint8_t> octets, std::size_t at, std::uint32_t value, bool littleEndian);
+
+}  // namespace kelp::orb::giop

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace kelp::orb {
+
+/// The endpoint texts of the gate begin with this. References name the usual transport.
+inline constexpr const char* kGateEndpoint = "giop:gate:";
+
+/// Makes the ORB know the gate's endpoints. Before ORB_init; again is nothing.
+void registerGateTransport();
+
+}  // namespace kelp::orb

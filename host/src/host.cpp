@@ -24,6 +24,7 @@
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/core_dumps.h>
+#include <kelp/util/trace_limit.h>
 #include <kelp/util/trace_log.h>
 
 #include <sys/stat.h>
@@ -219,6 +220,8 @@ void reloadConfiguration() {
     if (!problems.empty())
         return;
     util::TraceLog::instance().setLevel(static_cast<int>(ConfigStore::instance().integer("trace.level")));
+    util::setTraceLinesPerMinute(
+        static_cast<unsigned>(ConfigStore::instance().integer("trace.lines_per_minute_before_login")));
     trace(__LINE__, "the configuration has been read again");
     NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
 }

@@ -163,6 +163,17 @@ std::vector<ConfigKey> serviceKeys() {
                    "A consumer that answers nothing for this many seconds is given up."),
         integerKey("notification", "heartbeat_s", 60, 0, kDaySeconds, restart,
                    "Seconds between heartbeat events; 0 sends none."),
+        integerKey("notification", "consumers_per_address_max", 500, 1, 1000000, restart,
+                   "Proxies of consumers that clients at one address may have in the channel at the same "
+                   "time, connected or not; beyond, AdminLimitExceeded. They count until they are "
+                   "disconnected or dropped."),
+        integerKey("notification", "suppliers_per_address_max", 100, 1, 1000000, restart,
+                   "The same for proxies of suppliers."),
+        integerKey("notification", "admins_per_address_max", 500, 1, 1000000, restart,
+                   "Admins that clients at one address may have in the channel at the same time; beyond, "
+                   "NO_RESOURCES. They count until they are destroyed."),
+        integerKey("notification", "filters_per_address_max", 5000, 1, 1000000, restart,
+                   "The same for filters, of which the channel has 10000 at most."),
         flagKey("notification", "alarm_log", false, restart, "Write every alarm taken in to the alarm log."),
 
         integerKey("session", "release_strategy", 0, 0, 2, restart,
@@ -179,6 +190,12 @@ std::vector<ConfigKey> serviceKeys() {
                    "Seconds an NMS may be silent or unreachable under release strategy 2."),
         integerKey("session", "max_sessions", 100, 1, 1000000, Change::AtReload,
                    "Most sessions at the same time under release strategy 1 with ping_mode = false."),
+        integerKey("session", "per_account_max", 250, 1, 1000000, Change::AtReload,
+                   "Sessions of one account at the same time; a log-in beyond is refused with "
+                   "EXCPT_ACCESS_DENIED. A log-in that takes up or replaces a session of its own is not."),
+        integerKey("session", "per_address_max", 500, 1, 1000000, Change::AtReload,
+                   "Sessions from one address at the same time, of whatever accounts; NMS behind one NAT "
+                   "address share it."),
 
         integerKey(
             "iterator", "soft_limit", 200, 1, 1000000, Change::AtReload,
@@ -187,6 +204,9 @@ std::vector<ConfigKey> serviceKeys() {
             "iterator", "hard_limit", 1000, 1, 1000000, Change::AtReload,
             "Open iterators from which on no more are opened (IteratorNum): the NMS is refused with "
             "EXCPT_TOO_MANY_OPEN_ITERATORS. At or below soft_limit old ones are never closed for new ones."),
+        integerKey("iterator", "per_session_max", 100, 1, 1000000, Change::AtReload,
+                   "Most open iterators of one session: the opening of one more closes its oldest, so that "
+                   "one NMS cannot use up the limits above."),
         integerKey("iterator", "batch_max", 5000, 1, 1000000, Change::AtReload,
                    "Most entries of one batch, whatever an NMS asks for; its encoded size stays below 1 MiB "
                    "besides."),
@@ -212,6 +232,13 @@ std::vector<ConfigKey> serviceKeys() {
             "its connection only, \"allowed\" those in allowed_oss, \"any\" every one. A log-in with "
             "another is refused. With \"peer\" and \"allowed\" host names are refused unless allowed_oss "
             "lists them."),
+        integerKey("access", "requests_per_second_before_login", 200, 0, 1000000, Change::AtReload,
+                   "Requests a second that an address may make while no NMS is logged in from it, counted "
+                   "together for the /64 network of an IPv6 address; further ones are refused (TRANSIENT) "
+                   "and summarised in the security log. 0: no limit."),
+        integerKey("access", "requests_burst_before_login", 1000, 1, 1000000, Change::AtReload,
+                   "Requests that such an address may make at once before the limit applies; several NMS "
+                   "that start behind one NAT address share it."),
 
         textKey("security", "database", "", {}, restart,
                 "SQLite file of the user accounts; empty: users.db below the state directory."),
@@ -243,6 +270,13 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload, "Days that records are kept."),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
                    "Size of a log above which its oldest records go, in MiB."),
+        integerKey("oplog", "keep_before_login_mib", 64, 1, 1048576, Change::AtReload,
+                   "The same for the records of callers without a log-in, in MiB. They lie in a database "
+                   "beside the log with -before-login in its name (oplog-before-login.db), so that they push "
+                   "no other records out; kelpctl oplog shows both together."),
+        integerKey("oplog", "records_per_minute_before_login", 100, 1, 1000000, Change::AtReload,
+                   "Records of such callers, of one address and outcome, that stand in the log individually "
+                   "within a minute; further ones are summarised in one record."),
         integerKey(
             "oplog", "queue_max", 200000, 1, 10000000, restart,
             "Records of a log that wait for the disk at most; beyond it a gap record tells how many are "
@@ -263,6 +297,9 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("trace", "level", 1, 0, 3, Change::AtReload,
                    "Highest level of diagnostics that is kept: 0 failures, 1 refusals and set-up, 2 "
                    "configuration, 3 everything."),
+        integerKey("trace", "lines_per_minute_before_login", 20, 1, 1000000, Change::AtReload,
+                   "Lines of one kind that one address without a log-in may cause within a minute; further "
+                   "ones are summarised in one line. The same holds for the ORB's own messages."),
 
         integerKey("time", "appearance", 0, 0, 1, Change::AtReload,
                    "Form of times on the interface: 0 compact (yyyyMMddhhmmss.0), 1 with slashes "

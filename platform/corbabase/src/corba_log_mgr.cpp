@@ -1,6 +1,7 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/threads.h>
+#include <kelp/util/trace_limit.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
@@ -41,6 +42,8 @@ kelp::util::TraceSettings configuredTrace() {
 }
 
 bool openTrace() {
+    kelp::util::setTraceLinesPerMinute(static_cast<unsigned>(
+        NS_BUNDLEMGR1::ConfigStore::instance().integer("trace.lines_per_minute_before_login")));
     std::string whyNot;
     try {
         if (kelp::util::TraceLog::instance().open(configuredTrace(), whyNot))

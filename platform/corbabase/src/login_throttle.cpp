@@ -16,7 +16,6 @@ constexpr std::chrono::seconds::rep kLongestLockout = 8;
 constexpr std::chrono::seconds kFirstPause{1};
 /// Quiet time after which failures are forgotten, in first lock-outs.
 constexpr int kQuietLockouts = 2;
-constexpr std::size_t kNetworkBytes = 8;  // an IPv6 host may choose the other 64 bits as it likes (RFC 4291)
 
 /// `first` doubled so many times, at most `longest`.
 std::chrono::seconds doubled(std::chrono::seconds first, int times, std::chrono::seconds longest) {
@@ -34,7 +33,7 @@ std::string keyOf(const std::string& user) {
 }  // namespace
 
 LoginOrigin originOf(const kelp::orb::PeerAddress& peer) {
-    return {peer.text, peer.ipv6 ? peer.ipv6->substr(0, kNetworkBytes) : peer.text};
+    return {peer.text, kelp::orb::networkOf(peer)};
 }
 
 void LoginThrottle::Record::clearWhenQuiet(Time now, std::chrono::seconds lockout) {

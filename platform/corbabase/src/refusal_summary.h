@@ -1,28 +1,28 @@
 #pragma once
 
 #include <kelp/oplog/security_log.h>
+#include <kelp/util/flood_summary.h>
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace NS_CORBA {
 
-/// Keeps floods of refusals out of the security log: which refusals stand there one by one, and what is told
-/// of the others. Not thread safe.
+/// Keeps floods of refusals out of the security log: which refusals stand there individually, and the
+/// summaries of the others. Not thread safe.
 class RefusalSummary {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Of one kind and one address: so many in this time stand by themselves.
+    /// Refusals of one event, outcome and address that are logged individually within the period.
     static constexpr unsigned kSingly = 20;
     static constexpr std::chrono::seconds kPeriod{60};
 
-    explicit RefusalSummary(std::size_t addressesMax = 1000) : addressesMax_(addressesMax) {}
+    explicit RefusalSummary(std::size_t addressesMax = 1000) : floods_(kSingly, kPeriod, addressesMax) {}
 
     /// True when the record is to be written by itself; otherwise it is counted.
     bool standsByItself(const kelp::oplog::SecurityRecord& record, Time now);
@@ -33,21 +33,15 @@ class RefusalSummary {
     std::vector<kelp::oplog::SecurityRecord> takeAll();
 
   private:
-    struct Period {
-        Time end{};
-        unsigned single = 0;
-        std::uint64_t counted = 0;
-        kelp::oplog::UtcTime first{};
-        kelp::oplog::UtcTime last{};
-    };
-    using Key = std::tuple<kelp::oplog::SecurityEvent, std::string, std::string>;  // outcome, address
+    using Kind = std::pair<kelp::oplog::SecurityEvent, std::string>;  // outcome
+    using Floods = kelp::util::FloodSummary<Kind>;
 
-    Key keyOf(const kelp::oplog::SecurityRecord& record, Time now);
-    void dropPast(Time now);
-    static kelp::oplog::SecurityRecord told(const Key& key, const Period& period);
-
-    const std::size_t addressesMax_;
-    std::map<Key, Period> periods_;
+    Floods floods_;
 };
+
+/// The address of "address:port"; of anything else the text itself.
+std::string withoutPort(const std::string& peer);
+/// The words of a summary: "12 more until 2025-03-01T12:00:00.123Z".
+std::string countedText(std::uint64_t count, kelp::oplog::UtcTime last);
 
 }  // namespace NS_CORBA

@@ -58,6 +58,16 @@ PeerAddress parseHostAddress(const std::string& host) {
     return parseHost(host, address) ? address : PeerAddress{};
 }
 
+std::string networkOf(const PeerAddress& peer) {
+    constexpr std::size_t networkBytes = 8;
+    if (!peer.ipv6 || peer.ipv6->size() < networkBytes)
+        return peer.text;
+    in6_addr network{};
+    std::memcpy(network.s6_addr, peer.ipv6->data(), networkBytes);
+    char text[INET6_ADDRSTRLEN];
+    return std::string(inet_ntop(AF_INET6, &network, text, sizeof text)) + "/64";
+}
+
 PeerAddress parsePeer(const std::string& transportText) {
     std::string_view rest(transportText);
     const auto prefix = std::find_if(std::begin(transportPrefixes), std::end(transportPrefixes),

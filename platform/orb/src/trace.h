@@ -7,14 +7,18 @@
 
 namespace kelp::orb {
 
-/// A line in the process's trace.
-inline void trace(util::TraceKind kind, std::string text) {
+inline util::TraceLine traceLine(util::TraceKind kind, std::string text) {
     util::TraceLine line;
     line.kind = kind;
     line.file = "orb";
     line.function = "unknown";
     line.text = std::move(text);
-    util::TraceLog::instance().write(std::move(line));
+    return line;
+}
+
+/// A line in the process's trace.
+inline void trace(util::TraceKind kind, std::string text) {
+    util::TraceLog::instance().write(traceLine(kind, std::move(text)));
 }
 
 inline void traceException(std::string text) {

@@ -2,10 +2,12 @@
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
+#include "trace_floods.h"
 #include "trace_writer.h"
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -97,6 +99,37 @@ StampedLine stampedLine(TraceLine&& line) {
     return stamped;
 }
 
+void writeNow(TraceLine line) {
+    StampedLine stamped = stampedLine(std::move(line));
+    callListeners(stamped.line);
+    std::shared_ptr<TraceWriter> writer;
+    {
+        const std::lock_guard guard(log().mutex);
+        writer = log().writer;
+    }
+    if (!writer || !writer->push(stamped))
+        writeToStandardError(stamped);
+}
+
+void writeSummaries(const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+        TraceLine line;
+        line.file = "tracelog";
+        line.function = "unknown";
+        line.text = text;
+        writeNow(std::move(line));
+    }
+}
+
+/// Called by the writer's thread now and then.
+void writeDueSummaries() {
+    try {
+        writeSummaries(TraceFloods::instance().takeDue(std::chrono::steady_clock::now()));
+    } catch (...) {
+        std::fputs("a trace line was lost\n", stderr);
+    }
+}
+
 }  // namespace
 
 TraceLog& TraceLog::instance() {
@@ -112,7 +145,7 @@ bool TraceLog::open(const TraceSettings& settings, std::string& whyNot) {
         sinks.push_back(consoleSink());
     std::shared_ptr<TraceWriter> before;
     try {
-        const auto writer = std::make_shared<TraceWriter>(std::move(sinks), log().dropped);
+        const auto writer = std::make_shared<TraceWriter>(std::move(sinks), log().dropped, writeDueSummaries);
         writer->start();
         before = exchangeWriter(writer);
     } catch (const std::exception& ex) {
@@ -131,6 +164,7 @@ bool TraceLog::open(const TraceSettings& settings, std::string& whyNot) {
 
 void TraceLog::close() {
     const std::lock_guard control(log().control);
+    writeSummaries(TraceFloods::instance().takeAll());
     if (const std::shared_ptr<TraceWriter> writer = exchangeWriter(nullptr))
         writer->stop();
 }
@@ -152,15 +186,12 @@ void TraceLog::write(TraceLine line) noexcept {
     if (line.kind == TraceKind::Debug && line.level > level())
         return;
     try {
-        StampedLine stamped = stampedLine(std::move(line));
-        callListeners(stamped.line);
-        std::shared_ptr<TraceWriter> writer;
-        {
-            const std::lock_guard guard(log().mutex);
-            writer = log().writer;
-        }
-        if (!writer || !writer->push(stamped))
-            writeToStandardError(stamped);
+        const auto now = std::chrono::steady_clock::now();
+        if (TraceFloods::instance().standsByItself(line, now))
+            writeNow(std::move(line));
+        else
+            // the log may have no thread that does it
+            writeSummaries(TraceFloods::instance().takeDue(now));
     } catch (...) {
         std::fputs("a trace line was lost\n", stderr);
     }

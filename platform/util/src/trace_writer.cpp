@@ -19,10 +19,13 @@ constexpr std::size_t kQueueLinesMax = 8192;
 /// A sink that has taken nothing for this long at the end is given up, so that the process can end.
 constexpr std::chrono::seconds kStopWait{5};
 
+constexpr std::chrono::seconds kLook{1};
+
 }  // namespace
 
-TraceWriter::TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped)
-    : dropped_(dropped) {
+TraceWriter::TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped,
+                         std::function<void()> look)
+    : dropped_(dropped), look_(std::move(look)) {
     for (std::unique_ptr<TraceSink>& sink : sinks)
         sinks_.push_back(OpenSink{std::move(sink)});
 }
@@ -64,7 +67,14 @@ void TraceWriter::stop() {
 void TraceWriter::run() {
     std::unique_lock lock(mutex_);
     while (true) {
-        changed_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
+        const bool hasWork = changed_.wait_for(lock, kLook, [this] { return stopping_ || !queue_.empty(); });
+        if (!stopping_) {
+            lock.unlock();
+            look_();
+            lock.lock();
+        }
+        if (!hasWork)
+            continue;
         if (queue_.empty())
             break;
         const std::deque<StampedLine> batch = std::exchange(queue_, {});

@@ -18,8 +18,10 @@ namespace kelp::util {
 /// ownership, so a writer whose sink hangs can be left behind.
 class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
   public:
-    /// `dropped` counts the lines that went because the queue was full; it must outlive the thread.
-    TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped);
+    /// `dropped` counts the lines that went because the queue was full; it must outlive the thread. The
+    /// thread calls `look` about once a second, which may push lines.
+    TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped,
+                std::function<void()> look);
 
     /// Starts the thread. Throws std::system_error when there is none to be had.
     void start();
@@ -41,6 +43,7 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
     static StampedLine ownLine(const std::string& text);
 
     std::atomic<std::uint64_t>& dropped_;
+    const std::function<void()> look_;
     std::vector<OpenSink> sinks_;  ///< the thread's
     std::thread thread_;           ///< start's and stop's
 

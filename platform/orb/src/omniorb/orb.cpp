@@ -1,4 +1,5 @@
 #include <kelp/orb/orb.h>
+#include <kelp/util/trace_limit.h>
 #include <omniORB4/omniORB.h>
 
 #include <mutex>
@@ -19,13 +20,16 @@ namespace {
 
 std::mutex starting;
 
-/// Takes a line of the ORB's own log, which ends with a line feed.
+/// Takes a line of the ORB's own log, which ends with a line feed. Whoever reaches the port can cause most of
+/// them.
 void traceOrbLine(const char* line) {
     std::string text(line);
     while (!text.empty() && text.back() == '\n')
         text.pop_back();
-    if (!isTlsUnusedNotice(text))
-        trace(util::TraceKind::Trace, std::move(text));
+    if (isTlsUnusedNotice(text))
+        return;
+    const std::string kind = "orb " + util::shapeOf(text);
+    util::traceLimited(traceLine(util::TraceKind::Trace, std::move(text)), kind);
 }
 
 /// ORB_init would hand out the ORB that runs, with other options and another hook than asked for.

@@ -27,6 +27,11 @@ KELP_EXPORT PeerAddress parsePeer(const std::string& transportText);
 /// anything else, such as a host name.
 KELP_EXPORT PeerAddress parseHostAddress(const std::string& host);
 
+/// What counts as one caller where callers are counted: the IPv4 address, or the network of an IPv6 address's
+/// first 64 bits ("2001:db8:0:1::/64"), of which a host may choose the others as it likes (RFC 4291). Empty
+/// for an empty address.
+KELP_EXPORT std::string networkOf(const PeerAddress& peer);
+
 /// What is known of a request before and while its servant runs. Valid on the thread that serves it.
 class KELP_EXPORT RequestInfo {
   public:

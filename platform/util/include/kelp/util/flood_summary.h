@@ -1,0 +1,115 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kelp::util {
+
+/// Keeps floods of similar events out of a log: the first ones of a kind from a source within a period are
+/// logged individually, the others are counted and reported in one summary when the period is over.
+///
+/// Memory is bounded: sources beyond `sourcesMax` share one entry for each kind, kinds beyond twice that
+/// share one entry. `Kind` is ordered and default-constructed for that last one. Not thread safe.
+template <class Kind>
+class FloodSummary {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+    using Moment = std::chrono::sys_time<std::chrono::milliseconds>;
+
+    /// The source of events of more sources than there is room for.
+    static constexpr const char* kManySources = "many addresses";
+
+    struct Summary {
+        Kind kind{};
+        std::string source;
+        std::uint64_t count = 0;  ///< events that were not logged individually
+        Moment first{};           ///< of those
+        Moment last{};
+    };
+
+    FloodSummary(unsigned individually, std::chrono::seconds period, std::size_t sourcesMax)
+        : individually_(individually), period_(period), sourcesMax_(sourcesMax) {}
+
+    /// Events of one kind and source logged individually within a period.
+    void setIndividually(unsigned count) { individually_ = count; }
+
+    /// True when the event is to be logged individually; otherwise it is counted.
+    bool standsByItself(const Kind& kind, const std::string& source, Moment when, Time now) {
+        Period& period = periods_[keyOf(kind, source, now)];
+        if (period.counted == 0 && now >= period.end) {
+            period.end = now + period_;
+            period.single = 0;
+        }
+        if (period.single < individually_) {
+            ++period.single;
+            return true;
+        }
+        if (period.counted++ == 0)
+            period.first = when;
+        period.last = when;
+        return false;
+    }
+
+    /// The summaries of all periods that are over; those periods end.
+    std::vector<Summary> take(Time now) {
+        std::vector<Summary> summaries;
+        for (auto& [key, period] : periods_) {
+            if (period.counted == 0 || now < period.end)
+                continue;
+            summaries.push_back({key.first, key.second, period.counted, period.first, period.last});
+            period.counted = 0;
+        }
+        dropPast(now);
+        return summaries;
+    }
+    /// The same, for all whose period is not over too.
+    std::vector<Summary> takeAll() { return take(Time::max()); }
+
+    /// Entries in use.
+    std::size_t size() const { return periods_.size(); }
+
+  private:
+    using Key = std::pair<Kind, std::string>;
+    struct Period {
+        Time end{};
+        unsigned single = 0;
+        std::uint64_t counted = 0;
+        Moment first{};
+        Moment last{};
+    };
+
+    Key keyOf(const Kind& kind, const std::string& source, Time now) {
+        Key key{kind, source};
+        if (periods_.size() < sourcesMax_ || periods_.contains(key))
+            return key;
+        if (now >= nextDrop_) {
+            // not for each event of a flood from many sources
+            nextDrop_ = now + std::chrono::seconds(1);
+            dropPast(now);
+        }
+        if (periods_.size() >= sourcesMax_)
+            key.second = kManySources;
+        if (periods_.size() >= 2 * sourcesMax_ && !periods_.contains(key))
+            key.first = Kind{};
+        return key;
+    }
+
+    /// Periods that have nothing to report any more.
+    void dropPast(Time now) {
+        std::erase_if(periods_,
+                      [now](const auto& each) { return each.second.counted == 0 && now >= each.second.end; });
+    }
+
+    unsigned individually_;
+    const std::chrono::seconds period_;
+    const std::size_t sourcesMax_;
+    std::map<Key, Period> periods_;
+    Time nextDrop_{};
+};
+
+}  // namespace kelp::util

@@ -19,6 +19,9 @@ ChannelSettings channelSettings(const kelp::notification::Guard& guard) {
     settings.grace = std::chrono::seconds(size("session.ping_interval_s"));
     settings.queueEventsMax = size("notification.queue_events_max");
     settings.deliveryThreadsMax = size("notification.delivery_threads_max");
+    settings.perAddress = {
+        size("notification.consumers_per_address_max"), size("notification.suppliers_per_address_max"),
+        size("notification.admins_per_address_max"), size("notification.filters_per_address_max")};
     settings.delivery.pushTimeout = std::chrono::seconds(size("notification.push_timeout_s"));
     settings.delivery.deadAfter = std::chrono::seconds(size("notification.dead_consumer_after_s"));
     return settings;

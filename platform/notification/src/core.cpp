@@ -17,6 +17,20 @@ AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
     return AdminLimitExceeded(told);
 }
 
+AddressPlaces::Place placeIn(AddressPlaces& places, const char* name) {
+    AddressPlaces::Place place = places.take(kelp::orb::currentPeer());
+    if (!place)
+        throw exceeded(name, static_cast<std::int32_t>(places.max()));
+    return place;
+}
+
+AddressPlaces::Place placeIn(AddressPlaces& places) {
+    AddressPlaces::Place place = places.take(kelp::orb::currentPeer());
+    if (!place)
+        throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+    return place;
+}
+
 }  // namespace
 
 ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener)
@@ -33,7 +47,11 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
       offered_(std::make_shared<TypeFeed>(notices_, allTypes())),
       subscribed_(std::make_shared<TypeFeed>(notices_, TypeSet())),
       offers_(offered_),
-      listener_(listener) {
+      listener_(listener),
+      consumerPlaces_(settings.perAddress.consumers),
+      supplierPlaces_(settings.perAddress.suppliers),
+      adminPlaces_(settings.perAddress.admins),
+      filterPlaces_(settings.perAddress.filters) {
     poa_->set_servant_manager(locator_.in());
 }
 
@@ -143,11 +161,13 @@ void ChannelCore::changeLimits(const CosNotification::AdminProperties& wanted) {
         each->applyQos(each->qos.get());
 }
 
-void ChannelCore::takeConsumerPlace() {
+AddressPlaces::Place ChannelCore::takeConsumerPlace() {
+    AddressPlaces::Place place = placeIn(consumerPlaces_, CosNotification::MaxConsumers);
     const std::lock_guard guard(mutex_);
     if (limits_.maxConsumers > 0 && consumers_ >= limits_.maxConsumers)
         throw exceeded(CosNotification::MaxConsumers, limits_.maxConsumers);
     ++consumers_;
+    return place;
 }
 
 void ChannelCore::giveConsumerPlace() {
@@ -155,11 +175,21 @@ void ChannelCore::giveConsumerPlace() {
     --consumers_;
 }
 
-void ChannelCore::takeSupplierPlace() {
+AddressPlaces::Place ChannelCore::takeSupplierPlace() {
+    AddressPlaces::Place place = placeIn(supplierPlaces_, CosNotification::MaxSuppliers);
     const std::lock_guard guard(mutex_);
     if (limits_.maxSuppliers > 0 && suppliers_ >= limits_.maxSuppliers)
         throw exceeded(CosNotification::MaxSuppliers, limits_.maxSuppliers);
     ++suppliers_;
+    return place;
+}
+
+AddressPlaces::Place ChannelCore::takeAdminPlace() {
+    return placeIn(adminPlaces_);
+}
+
+AddressPlaces::Place ChannelCore::takeFilterPlace() {
+    return placeIn(filterPlaces_);
 }
 
 void ChannelCore::giveSupplierPlace() {

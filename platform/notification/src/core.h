@@ -6,6 +6,7 @@
 #include <mutex>
 #include <vector>
 
+#include "address_places.h"
 #include "change_notices.h"
 #include "dispatcher.h"
 #include "guarded_objects.h"
@@ -50,11 +51,15 @@ class ChannelCore {
     // -- limits
     AdminLimits limits() const;
     void changeLimits(const CosNotification::AdminProperties& wanted);
-    /// A place for one more consumer or supplier; throws AdminLimitExceeded.
-    void takeConsumerPlace();
+    /// A place for one more consumer or supplier of the peer of the request in hand, to be held until the
+    /// proxy ends; throws AdminLimitExceeded.
+    AddressPlaces::Place takeConsumerPlace();
     void giveConsumerPlace();
-    void takeSupplierPlace();
+    AddressPlaces::Place takeSupplierPlace();
     void giveSupplierPlace();
+    /// The same for an admin or a filter; throws NO_RESOURCES.
+    AddressPlaces::Place takeAdminPlace();
+    AddressPlaces::Place takeFilterPlace();
 
     // -- types of events
     ChangeNotices& notices() { return notices_; }
@@ -89,6 +94,10 @@ class ChannelCore {
     LossListener* listener_;
     std::shared_ptr<const Outlets> outlets_ = std::make_shared<const Outlets>();
     AdminLimits limits_;
+    AddressPlaces consumerPlaces_;  // these four have their own locks
+    AddressPlaces supplierPlaces_;
+    AddressPlaces adminPlaces_;
+    AddressPlaces filterPlaces_;
     std::int32_t consumers_ = 0;
     std::int32_t suppliers_ = 0;
     bool stopped_ = false;

@@ -9,16 +9,18 @@ using namespace CosNotifyChannelAdmin;
 
 ConsumerAdminServant::ConsumerAdminServant(std::shared_ptr<ChannelCore> core,
                                            std::shared_ptr<ConsumerAdminData> data, EventChannel_ptr channel,
-                                           OnDestroy onDestroy)
+                                           AddressPlaces::Place place, OnDestroy onDestroy)
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
-      onDestroy_(std::move(onDestroy)) {}
+      onDestroy_(std::move(onDestroy)),
+      place_(std::move(place)) {}
 
 void ConsumerAdminServant::close(SupplierPart::Consumer consumers) {
     if (closed_.exchange(true))
         return;
     data_->proxies.withAll([consumers](SupplierPart& part) { part.close(consumers); });
+    place_.reset();
     core_->deactivate(this);
 }
 
@@ -50,10 +52,11 @@ ProxySupplier_ptr ConsumerAdminServant::get_proxy_supplier(ProxyID id) {
 
 template <class Servant>
 CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
-    core_->takeConsumerPlace();
+    AddressPlaces::Place place = core_->takeConsumerPlace();
     Servant* servant = nullptr;
     try {
         servant = new Servant(core_, data_, type);
+        servant->hold(std::move(place));
         core_->addOutlet(servant->outlet());
     } catch (...) {  // whatever it was, the place is free again and the caller sees the exception
         core_->giveConsumerPlace();

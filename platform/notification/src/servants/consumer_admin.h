@@ -13,7 +13,8 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
 
     ConsumerAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> data,
-                         CosNotifyChannelAdmin::EventChannel_ptr channel, OnDestroy onDestroy);
+                         CosNotifyChannelAdmin::EventChannel_ptr channel, AddressPlaces::Place place,
+                         OnDestroy onDestroy);
 
     /// Drops the proxies with such an owner.
     void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
@@ -57,6 +58,7 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     const std::shared_ptr<ConsumerAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
+    AddressPlaces::Place place_;  ///< whoever closes the admin gives it back
     std::atomic<bool> closed_{false};
 };
 

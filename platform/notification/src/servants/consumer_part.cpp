@@ -54,6 +54,7 @@ void ConsumerPart::close() {
     updates_.close();
     core_->offers().leave(offerer_);
     core_->giveSupplierPlace();
+    place_.reset();
     admin_->proxies.forget(id_);
     core_->deactivate(servant());
 }

@@ -40,6 +40,9 @@ class ConsumerPart {
     SupplierAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const Owner& owner() const { return owner_; }
+    /// Takes over the place of the address that the proxy was made from, until close(). Before anybody else
+    /// knows the proxy.
+    void hold(AddressPlaces::Place place) { place_ = std::move(place); }
 
     CosNotification::EventTypeSeq* subscribedTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
         return updates_.obtain(mode);
@@ -72,6 +75,7 @@ class ConsumerPart {
     const CosNotifyChannelAdmin::ProxyID id_;
     const Offers::OffererId offerer_;
     Owner owner_;
+    AddressPlaces::Place place_;
     Updates updates_;
     std::atomic<bool> connected_{false};
     std::atomic<bool> closed_{false};

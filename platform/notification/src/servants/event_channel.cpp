@@ -79,10 +79,11 @@ void EventChannelServant::dropWhere(const std::function<bool(const Owner&)>& isU
 
 void EventChannelServant::makeConsumerAdmin(AdminID id, InterFilterGroupOperator op) {
     const auto data = std::make_shared<ConsumerAdminData>(id, op, qos_.get());
-    auto* servant = new ConsumerAdminServant(core_, data, self_.in(), [this](AdminID gone) {
-        const std::lock_guard guard(mutex_);
-        consumerAdmins_.erase(gone);
-    });
+    auto* servant =
+        new ConsumerAdminServant(core_, data, self_.in(), core_->takeAdminPlace(), [this](AdminID gone) {
+            const std::lock_guard guard(mutex_);
+            consumerAdmins_.erase(gone);
+        });
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
     const CORBA::Object_var object = core_->activate(servant);
@@ -93,10 +94,11 @@ void EventChannelServant::makeConsumerAdmin(AdminID id, InterFilterGroupOperator
 
 void EventChannelServant::makeSupplierAdmin(AdminID id, InterFilterGroupOperator op) {
     const auto data = std::make_shared<SupplierAdminData>(id, op, qos_.get());
-    auto* servant = new SupplierAdminServant(core_, data, self_.in(), [this](AdminID gone) {
-        const std::lock_guard guard(mutex_);
-        supplierAdmins_.erase(gone);
-    });
+    auto* servant =
+        new SupplierAdminServant(core_, data, self_.in(), core_->takeAdminPlace(), [this](AdminID gone) {
+            const std::lock_guard guard(mutex_);
+            supplierAdmins_.erase(gone);
+        });
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
     const CORBA::Object_var object = core_->activate(servant);

@@ -62,6 +62,7 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     using SupplierAdmins = std::map<CosNotifyChannelAdmin::AdminID,
                                     Admin<SupplierAdminServant, CosNotifyChannelAdmin::SupplierAdmin_var>>;
 
+    /// A place for an admin of the peer of the request in hand is taken first.
     void makeConsumerAdmin(CosNotifyChannelAdmin::AdminID id,
                            CosNotifyChannelAdmin::InterFilterGroupOperator op);
     void makeSupplierAdmin(CosNotifyChannelAdmin::AdminID id,

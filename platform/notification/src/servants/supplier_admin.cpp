@@ -8,11 +8,12 @@ using namespace CosNotifyChannelAdmin;
 
 SupplierAdminServant::SupplierAdminServant(std::shared_ptr<ChannelCore> core,
                                            std::shared_ptr<SupplierAdminData> data, EventChannel_ptr channel,
-                                           OnDestroy onDestroy)
+                                           AddressPlaces::Place place, OnDestroy onDestroy)
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
       onDestroy_(std::move(onDestroy)),
+      place_(std::move(place)),
       offerer_(core_->offers().enter()) {}
 
 void SupplierAdminServant::close() {
@@ -20,6 +21,7 @@ void SupplierAdminServant::close() {
         return;
     data_->proxies.withAll([](ConsumerPart& part) { part.close(); });
     core_->offers().leave(offerer_);
+    place_.reset();
     core_->deactivate(this);
 }
 
@@ -51,7 +53,7 @@ ProxyConsumer_ptr SupplierAdminServant::get_proxy_consumer(ProxyID id) {
 
 template <class Servant>
 CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
-    core_->takeSupplierPlace();
+    AddressPlaces::Place place = core_->takeSupplierPlace();
     Servant* servant = nullptr;
     try {
         servant = new Servant(core_, data_, type);
@@ -59,6 +61,7 @@ CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
         core_->giveSupplierPlace();
         throw CORBA::NO_MEMORY(0, CORBA::COMPLETED_NO);
     }
+    servant->hold(std::move(place));
     id = servant->id();
     CORBA::Object_var reference = core_->activate(servant);
     data_->proxies.enter(id, servant, servant, reference.in());

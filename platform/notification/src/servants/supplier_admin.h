@@ -15,7 +15,8 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
 
     SupplierAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> data,
-                         CosNotifyChannelAdmin::EventChannel_ptr channel, OnDestroy onDestroy);
+                         CosNotifyChannelAdmin::EventChannel_ptr channel, AddressPlaces::Place place,
+                         OnDestroy onDestroy);
 
     /// Drops the proxies with such an owner.
     void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
@@ -58,6 +59,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     const std::shared_ptr<SupplierAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
+    AddressPlaces::Place place_;  ///< whoever closes the admin gives it back
     const Offers::OffererId offerer_;
     std::atomic<bool> closed_{false};
 };

@@ -100,6 +100,7 @@ void SupplierPart::close(Consumer consumer) {
     updates_.close();
     core_->removeOutlet(outlet_.get());
     core_->giveConsumerPlace();
+    place_.reset();
     admin_->proxies.forget(id());
     core_->deactivate(servant());
     if (consumer == Consumer::IsNotTold || !receiver)

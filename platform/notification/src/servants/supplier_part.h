@@ -37,6 +37,9 @@ class SupplierPart {
     ConsumerAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const Owner& owner() const { return owner_; }
+    /// Takes over the place of the address that the proxy was made from, until close(). Before anybody else
+    /// knows the proxy.
+    void hold(AddressPlaces::Place place) { place_ = std::move(place); }
     const kelp::orb::EventSender& sender() const { return *core_->settings().sender; }
 
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
@@ -70,6 +73,7 @@ class SupplierPart {
     const CosNotifyChannelAdmin::ProxyType type_;
     const std::shared_ptr<Outlet> outlet_;
     Owner owner_;
+    AddressPlaces::Place place_;
     Updates updates_;
     std::atomic<bool> closed_{false};
 };

@@ -22,11 +22,21 @@ struct KELP_EXPORT DeliverySettings {
     std::chrono::milliseconds longestBackOff{30000};
 };
 
+/// Objects that clients at one address may have in a channel at the same time; they count until they end. A
+/// caller inside the process is not limited.
+struct KELP_EXPORT AddressLimits {
+    std::size_t consumers = 500;  ///< proxies of consumers, connected or not; beyond, AdminLimitExceeded
+    std::size_t suppliers = 100;  ///< likewise of suppliers
+    std::size_t admins = 500;     ///< beyond, NO_RESOURCES
+    std::size_t filters = 5000;   ///< likewise
+};
+
 struct KELP_EXPORT ChannelSettings {
     DeliverySettings delivery;
     std::size_t queueEventsMax = 10000;   ///< events that may wait for one consumer
     std::size_t deliveryThreadsMax = 64;  ///< grown with the consumers
     std::size_t slowThreads = 4;          ///< for consumers that do not answer
+    AddressLimits perAddress;
     /// Makes the calls to structured and sequence consumers.
     const kelp::orb::EventSender* sender = &kelp::orb::encodingSender();
     /// Who may use the channel over connections; null: everybody. It must outlive the channel.

@@ -11,6 +11,8 @@
 
 #include <ace/Guard_T.h>
 
+#include <string_view>
+
 namespace NS_KELPCORBA {
 namespace {
 
@@ -52,6 +54,24 @@ bool isActive(PortableServer::POA_ptr poa, const PortableServer::ObjectId& id) {
     }
 }
 
+/// The name of the POA of the session that the iterator belongs to; empty for an iterator of none.
+std::string sessionOf(PortableServer::ServantBase* iterator) {
+    try {
+        const PortableServer::POA_var poa = iterator->_default_POA();
+        if (CORBA::is_nil(poa.in()))
+            return {};
+        const CORBA::String_var name = poa->the_name();
+        const PortableServer::POA_var parent = poa->the_parent();
+        if (std::string_view(name.in()) != "iterator" || CORBA::is_nil(parent.in()))
+            return {};
+        const CORBA::String_var session = parent->the_name();
+        return session.in();
+    } catch (const CORBA::Exception&) {
+        // its session has ended this moment: it cannot be activated either
+        return {};
+    }
+}
+
 void deactivateQuietly(PortableServer::POA_ptr poa, const PortableServer::ObjectId& id) {
     try {
         poa->deactivate_object(id);
@@ -68,31 +88,23 @@ unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator) {
 }
 
 unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference) {
-    PortableServer::ServantBase* evicted = nullptr;
-    PortableServer::ServantBase* evictedLate = nullptr;
-    unsigned long result = ReserveIteratorPlace(evicted);
+    const std::string session = sessionOf(iterator);
+    Evicted evicted;
+    unsigned long result = ReserveIteratorPlace(session, evicted);
     if (result == 0)
-        result = ActivateAndList(iterator, reference, evictedLate);
+        result = ActivateAndList(iterator, session, reference, evicted);
     if (result != 0)
         reference = CORBA::Object::_nil();  // it may have been active for a moment
-    for (PortableServer::ServantBase* each : {evicted, evictedLate}) {
-        if (each != nullptr)
-            closeEvicted(each);
-    }
+    for (PortableServer::ServantBase* each : evicted)
+        closeEvicted(each);
     return result;
 }
 
-PortableServer::ServantBase* SessionMgr::TakeOldestIterator() {
-    PortableServer::ServantBase* oldest = iterators_.front();
-    iteratorPlaces_.erase(oldest);
-    iterators_.pop_front();
-    return oldest;
-}
-
-unsigned long SessionMgr::ReserveIteratorPlace(PortableServer::ServantBase*& evicted) {
+unsigned long SessionMgr::ReserveIteratorPlace(const std::string& session, Evicted& evicted) {
     const NS_CORBA::CorbaBaseAgentConfig* config = NS_CORBA::CorbaBaseAgentConfig::Instance();
     const int softLimit = config->IteratorRestriction();
     const int hardLimit = config->IteratorNum();
+    const int ownLimit = config->IteratorsPerSession();
     {
         const IteratorLock lock(iteratorLock_);
         if (!lock.locked()) {
@@ -100,13 +112,22 @@ unsigned long SessionMgr::ReserveIteratorPlace(PortableServer::ServantBase*& evi
             NS_CORBA::TaTrace("[SessionMgr::add_iterator] Acquire lock failed!");
             return kRegistryFailure;
         }
-        const bool isOverSoftLimit = isAbove(iterators_.size() + iteratorsToCome_, softLimit);
-        if (isOverSoftLimit && !iterators_.empty())
-            evicted = TakeOldestIterator();
-        if (!isAbove(iterators_.size() + iteratorsToCome_ + 1, hardLimit)) {
+        // the session's own first, so that it does not count for the common limits
+        while (!session.empty() && isAbove(iterators_.countOf(session) + 1, ownLimit)) {
+            PortableServer::ServantBase* const own = iterators_.takeOldestOf(session);
+            if (own == nullptr)
+                break;  // all of them are being activated: ListActivated() sees to it
+            evicted.push_back(own);
+        }
+        const bool isOverSoftLimit = isAbove(iterators_.count() + iteratorsToCome_, softLimit);
+        PortableServer::ServantBase* const oldest = isOverSoftLimit ? iterators_.takeOldest() : nullptr;
+        if (oldest != nullptr)
+            evicted.push_back(oldest);
+        if (!isAbove(iterators_.count() + iteratorsToCome_ + 1, hardLimit)) {
             // counted at once: however many come together, no more than the limit are opened
             ++iteratorsToCome_;
-            if (isOverSoftLimit && evicted == nullptr)
+            iterators_.expect(session);
+            if (isOverSoftLimit && oldest == nullptr)
                 ++evictionsOwed_;
             return 0;
         }
@@ -116,8 +137,15 @@ unsigned long SessionMgr::ReserveIteratorPlace(PortableServer::ServantBase*& evi
     return kTooManyOpenIterators;
 }
 
-unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator, CORBA::Object_var& reference,
-                                          PortableServer::ServantBase*& evicted) {
+void SessionMgr::GiveIteratorPlaceBack(const std::string& session) {
+    const IteratorLock lock(iteratorLock_);
+    --iteratorsToCome_;
+    if (lock.locked())
+        iterators_.arrived(session);
+}
+
+unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator, const std::string& session,
+                                          CORBA::Object_var& reference, Evicted& evicted) {
     PortableServer::POA_var poa;
     PortableServer::ObjectId_var id;
     bool isActivated = false;
@@ -129,31 +157,41 @@ unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator,
         isActivated = true;
         reference = poa->id_to_reference(id.in());
     } catch (const CORBA::Exception& ex) {
-        --iteratorsToCome_;
+        GiveIteratorPlaceBack(session);
         if (isActivated)
             deactivateQuietly(poa.in(), id.in());
         tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SessionMgr::add_iterator] Occurred during activate_object!");
         return kInternalFailure;
     }
-    return ListActivated(iterator, poa.in(), id.in(), evicted);
+    return ListActivated(iterator, session, poa.in(), id.in(), evicted);
 }
 
-unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, PortableServer::POA_ptr poa,
-                                        const PortableServer::ObjectId& id,
-                                        PortableServer::ServantBase*& evicted) {
-    const int softLimit = NS_CORBA::CorbaBaseAgentConfig::Instance()->IteratorRestriction();
+unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, const std::string& session,
+                                        PortableServer::POA_ptr poa, const PortableServer::ObjectId& id,
+                                        Evicted& evicted) {
+    const NS_CORBA::CorbaBaseAgentConfig* config = NS_CORBA::CorbaBaseAgentConfig::Instance();
+    const int softLimit = config->IteratorRestriction();
+    const int ownLimit = config->IteratorsPerSession();
     bool isListed = false;
     {
         const IteratorLock lock(iteratorLock_);
         --iteratorsToCome_;
         if (lock.locked()) {
+            iterators_.arrived(session);
             // the caller's own stays until the end: whoever takes the iterator out meanwhile drops this one
             iterator->_add_ref();
-            iteratorPlaces_[iterator] = iterators_.insert(iterators_.end(), iterator);
+            iterators_.add(iterator, session);
             isListed = true;
-            if (evictionsOwed_ > 0 && isAbove(iterators_.size() - 1, softLimit) && iterators_.size() > 1) {
-                evicted = TakeOldestIterator();
+            // those that came together with this one may have found none of theirs to close
+            while (!session.empty() && isAbove(iterators_.countOf(session), ownLimit)) {
+                PortableServer::ServantBase* const own = iterators_.takeOldestOf(session, iterator);
+                if (own == nullptr)
+                    break;
+                evicted.push_back(own);
+            }
+            if (evictionsOwed_ > 0 && isAbove(iterators_.count() - 1, softLimit) && iterators_.count() > 1) {
+                evicted.push_back(iterators_.takeOldest());
                 --evictionsOwed_;
             }
             if (iteratorsToCome_ == 0)
@@ -185,11 +223,8 @@ bool SessionMgr::TakeOutIterator(PortableServer::ServantBase* iterator, bool& wa
         const IteratorLock lock(iteratorLock_);
         if (!lock.locked())
             return false;
-        const auto found = iteratorPlaces_.find(iterator);
-        if (found == iteratorPlaces_.end())
+        if (!iterators_.remove(iterator))
             return true;
-        iterators_.erase(found->second);
-        iteratorPlaces_.erase(found);
         wasListed = true;
     }
     iterator->_remove_ref();
@@ -198,7 +233,7 @@ bool SessionMgr::TakeOutIterator(PortableServer::ServantBase* iterator, bool& wa
 
 std::size_t SessionMgr::IteratorCount() {
     const IteratorLock lock(iteratorLock_);
-    return iterators_.size();
+    return iterators_.count();
 }
 
 }  // namespace NS_KELPCORBA

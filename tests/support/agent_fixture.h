@@ -53,7 +53,11 @@ struct AgentOptions {
     int lockoutS = 300;
     int iteratorSoftLimit = 200;
     int iteratorHardLimit = 1000;
-    std::string inventory{};  ///< database of the inventory
+    int iteratorsPerSession = 1000000;  ///< out of the way of the limits above
+    std::string inventory{};            ///< database of the inventory
+    std::string accessLines{};          ///< further lines of the configuration's table
+    std::string sessionLines{};         ///< likewise
+    std::string tables{};               ///< further tables
 
     AgentOptions with(int strategy, bool pings) const {
         AgentOptions changed = *this;
@@ -70,6 +74,26 @@ struct AgentOptions {
         AgentOptions changed = *this;
         changed.iteratorSoftLimit = soft;
         changed.iteratorHardLimit = hard;
+        return changed;
+    }
+    AgentOptions withIteratorsPerSession(int most) const {
+        AgentOptions changed = *this;
+        changed.iteratorsPerSession = most;
+        return changed;
+    }
+    AgentOptions withAccess(const std::string& lines) const {
+        AgentOptions changed = *this;
+        changed.accessLines = lines;
+        return changed;
+    }
+    AgentOptions withSession(const std::string& lines) const {
+        AgentOptions changed = *this;
+        changed.sessionLines = lines;
+        return changed;
+    }
+    AgentOptions withTables(const std::string& toml) const {
+        AgentOptions changed = *this;
+        changed.tables = toml;
         return changed;
     }
     AgentOptions withInventory(const std::string& database) const {
@@ -293,17 +317,20 @@ class RunningAgent {
         const std::string toml =
             "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n"
             // test NMS name this process by many spellings of the loopback address
-            "[access]\nnms_reference = \"any\"\n[security]\ndatabase = \"" +
-            (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +
+            "[access]\nnms_reference = \"any\"\n" +
+            options.accessLines + "[security]\ndatabase = \"" + (folder_.path() / "users.db").string() +
+            "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +
             number("lockout_failures", options.lockoutFailures) + number("lockout_s", options.lockoutS) +
-            "[session]\n" + number("release_strategy", options.releaseStrategy) +
+            "[session]\n" + options.sessionLines + number("release_strategy", options.releaseStrategy) +
             "ping_mode = " + (options.pingMode ? "true\n" : "false\n") +
             number("ping_interval_s", options.pingIntervalS) +
             number("call_timeout_s", options.callTimeoutS) + number("silent_time_s", options.silentTimeS) +
             number("max_sessions", options.maxSessions) + "[iterator]\n" +
             number("soft_limit", options.iteratorSoftLimit) +
-            number("hard_limit", options.iteratorHardLimit) + "[inventory]\ndatabase = \"" +
-            options.inventory + "\"\n[agent]\n" + number("bUseBTName", options.reuse ? 1 : 0);
+            number("hard_limit", options.iteratorHardLimit) +
+            number("per_session_max", options.iteratorsPerSession) + "[inventory]\ndatabase = \"" +
+            options.inventory + "\"\n[agent]\n" + number("bUseBTName", options.reuse ? 1 : 0) +
+            options.tables;
         for (const NS_BUNDLEMGR1::ConfigProblem& problem :
              NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "agent.toml"))
             ADD_FAILURE() << problem.text();

@@ -252,6 +252,10 @@ int CorbaBaseAgentConfig::IteratorNum() const {
     return number("iterator.hard_limit");
 }
 
+int CorbaBaseAgentConfig::IteratorsPerSession() const {
+    return number("iterator.per_session_max");
+}
+
 int CorbaBaseAgentConfig::IteratorBatchMax() const {
     return number("iterator.batch_max");
 }

@@ -20,8 +20,10 @@ class IteratorsFixture : public testing::Test {
         host_.addUser("bob");
     }
 
+    /// With the limit of one session out of the way.
     void limit(int soft, int hard) {
         host_.set("iterator", "soft_limit", soft).set("iterator", "hard_limit", hard);
+        host_.set("iterator", "per_session_max", 1000000);
     }
     void startWithElements(int count) {
         const std::string elements = std::to_string(count);

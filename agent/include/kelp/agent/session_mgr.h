@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/agent/open_iterators.h>
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/orb/corba.h>
 #include <kelp/util/export.h>
@@ -116,7 +117,8 @@ class SessionMgr : public ACE_Task_Base {
     // -- iterators
     // -------------------------------------------------------------------------------------------
     /// Activates a new iterator in its `_default_POA` and lists it; the oldest one is closed when more than
-    /// `IteratorRestriction()` are open. 0: the caller's reference is taken over. Otherwise an error code
+    /// `IteratorRestriction()` are open, and before that the oldest of the same session when that has
+    /// `IteratorsPerSession()` already. 0: the caller's reference is taken over. Otherwise an error code
     /// (the iterator is as before, the caller's): 0x41180102 when `IteratorNum()` are open, 0x411800BA when
     /// it cannot be activated or its POA dies meanwhile, 0x411800BE when the iterator lock failed.
     unsigned long add_iterator(PortableServer::ServantBase* iterator);
@@ -163,15 +165,17 @@ class SessionMgr : public ACE_Task_Base {
     ListedSessions::iterator FindListed(const EmsSession_IImpl* session);
     /// Takes a session out of the list and its index; the list's reference is the caller's then.
     void Delist(ListedSessions::iterator listed);
-    unsigned long ReserveIteratorPlace(PortableServer::ServantBase*& evicted);
-    unsigned long ActivateAndList(PortableServer::ServantBase* iterator, CORBA::Object_var& reference,
-                                  PortableServer::ServantBase*& evicted);
-    unsigned long ListActivated(PortableServer::ServantBase* iterator, PortableServer::POA_ptr poa,
-                                const PortableServer::ObjectId& id, PortableServer::ServantBase*& evicted);
+    /// Iterators that have left the list and are to be closed without a lock.
+    using Evicted = std::vector<PortableServer::ServantBase*>;
+    unsigned long ReserveIteratorPlace(const std::string& session, Evicted& evicted);
+    void GiveIteratorPlaceBack(const std::string& session);
+    unsigned long ActivateAndList(PortableServer::ServantBase* iterator, const std::string& session,
+                                  CORBA::Object_var& reference, Evicted& evicted);
+    unsigned long ListActivated(PortableServer::ServantBase* iterator, const std::string& session,
+                                PortableServer::POA_ptr poa, const PortableServer::ObjectId& id,
+                                Evicted& evicted);
     /// remove_iterator(), telling besides whether it was there. False when the lock failed.
     bool TakeOutIterator(PortableServer::ServantBase* iterator, bool& wasListed);
-    /// The oldest iterator, which is not listed any more; its reference is the caller's. Under the lock.
-    PortableServer::ServantBase* TakeOldestIterator();
     void TakeOverServant(const std::string& name, POA_common::Common_I* servant);
     void ReleaseServants();
     void LogOutEverybody();
@@ -188,9 +192,7 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Event wakeUp_{0, 0, USYNC_THREAD};
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
-    std::list<PortableServer::ServantBase*> iterators_;  ///< oldest first; a reference each
-    std::unordered_map<PortableServer::ServantBase*, std::list<PortableServer::ServantBase*>::iterator>
-        iteratorPlaces_;
+    OpenIterators iterators_;                      ///< a reference each
     std::atomic<std::size_t> iteratorsToCome_{0};  ///< places taken for iterators that are being activated
     /// So many of those came when there was none to close for them: the next ones that are listed close one.
     std::size_t evictionsOwed_ = 0;

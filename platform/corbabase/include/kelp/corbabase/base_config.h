@@ -69,6 +69,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     int GetMaxSession() const;
     int IteratorRestriction() const;  ///< soft limit of open iterators
     int IteratorNum() const;          ///< hard limit of open iterators
+    int IteratorsPerSession() const;  ///< most open iterators of one session
     int IteratorBatchMax() const;     ///< most entries of one batch of an iterator
     int IteratorReadAhead() const;    ///< iterators whose next batch may be held before it is asked for
 

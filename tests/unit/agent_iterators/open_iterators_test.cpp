@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+#include <kelp/agent/open_iterators.h>
+
+#include <array>
+
+namespace {
+
+using NS_KELPCORBA::OpenIterators;
+
+/// Their addresses alone matter.
+class OpenIteratorsTest : public testing::Test {
+  protected:
+    OpenIterators::Iterator at(std::size_t index) {
+        return reinterpret_cast<OpenIterators::Iterator>(&places_[index]);
+    }
+    OpenIterators open_;
+
+  private:
+    std::array<std::max_align_t, 10> places_{};
+};
+
+TEST_F(OpenIteratorsTest, TheOldestComesFirstTogetherAndOfEachSession) {
+    open_.add(at(0), "a");
+    open_.add(at(1), "b");
+    open_.add(at(2), "a");
+    EXPECT_EQ(open_.count(), 3u);
+    EXPECT_EQ(open_.countOf("a"), 2u);
+    EXPECT_EQ(open_.takeOldestOf("b"), at(1));
+    EXPECT_EQ(open_.takeOldestOf("b"), nullptr);
+    EXPECT_EQ(open_.takeOldest(), at(0));
+    EXPECT_EQ(open_.takeOldestOf("a"), at(2));
+    EXPECT_EQ(open_.takeOldest(), nullptr);
+    EXPECT_EQ(open_.count(), 0u);
+}
+
+TEST_F(OpenIteratorsTest, OneThatIsToStayIsNotTaken) {
+    open_.add(at(0), "a");
+    EXPECT_EQ(open_.takeOldestOf("a", at(0)), nullptr);
+    open_.add(at(1), "a");
+    EXPECT_EQ(open_.takeOldestOf("a", at(1)), at(0));
+}
+
+TEST_F(OpenIteratorsTest, RemovalIsByItselfAndOnce) {
+    open_.add(at(0), "a");
+    open_.add(at(1), "a");
+    EXPECT_TRUE(open_.remove(at(0)));
+    EXPECT_FALSE(open_.remove(at(0)));
+    EXPECT_EQ(open_.takeOldestOf("a"), at(1));
+}
+
+TEST_F(OpenIteratorsTest, ThoseExpectedCountAsTheirSessions) {
+    open_.expect("a");
+    open_.expect("a");
+    open_.add(at(0), "a");
+    EXPECT_EQ(open_.countOf("a"), 3u);
+    EXPECT_EQ(open_.count(), 1u);
+    open_.arrived("a");
+    EXPECT_EQ(open_.countOf("a"), 2u);
+    open_.arrived("a");
+    EXPECT_EQ(open_.countOf("a"), 1u);
+    EXPECT_EQ(open_.countOf("b"), 0u);
+}
+
+}  // namespace

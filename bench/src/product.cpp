@@ -19,9 +19,12 @@ release_strategy = {strategy}
 ping_mode = {ping_mode}
 ping_interval_s = {interval}
 max_sessions = 1000000
+# thousands of NMS that all call from one address as one user, and callers without a log-in
+per_account_max = 1000000
+per_address_max = 1000000
 [access]
-# thousands of NMS are named here that all call from one address
 nms_reference = "any"
+requests_per_second_before_login = 0
 [inventory]
 database = "{inventory}"
 )";

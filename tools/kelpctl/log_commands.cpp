@@ -26,6 +26,8 @@ constexpr std::uint64_t kTableRecords = 200;
 constexpr const char* kOplogFooter =
     R"(Times are UTC: 2025-03-01T12:00:00Z, its shorter forms such as 2025-03-01, or so long ago: 90s, 15m, 2h, 7d.
 A line with *** tells of records that are missing because the disk could not be written for too long.
+Requests of callers without a log-in are kept apart, in a part of limited size, and shown with the others. A line
+with "more until" stands for several of them: those with its outcome from its address, from its time on.
 
 Examples:
   kelpctl oplog --since 2h --user nms1
@@ -33,8 +35,8 @@ Examples:
   kelpctl oplog --since 2025-03-01 --until 2025-04-01 --csv > march.csv)";
 
 constexpr const char* kAuditFooter =
-    R"(Times are as for kelpctl oplog. Events are login, logout, refused-address, refused-connection, lock-out, user,
-configuration; the log itself adds key, retention, set-aside and tampering.
+    R"(Times are as for kelpctl oplog. Events are login, logout, refused-address, refused-connection, too-many-requests,
+lock-out, user, configuration; the log itself adds key, retention, set-aside and tampering.
 
 Examples:
   kelpctl audit --since 7d --event login --outcome failed
@@ -67,6 +69,9 @@ void show(const LogOptions& options, LogKind kind) {
     if (isCutByUs)
         query.newest = kTableRecords;
     oplog::LogReader reader(database, kind);
+    if (!reader.problem().empty())
+        std::fprintf(stderr, "kelpctl: without the requests made before a log-in: %s\n",
+                     reader.problem().c_str());
     // RFC 4180 ends lines so
     if (options.csv)
         print(oplog::csvHeader() + "\r");

@@ -25,6 +25,11 @@ std::string durationText(const LogEntry& entry) {
     return text;
 }
 
+/// With what a record says that stands for several requests.
+std::string outcomeText(const LogEntry& entry) {
+    return entry.outcome + (entry.detail.empty() ? "" : ", ") + entry.detail;
+}
+
 std::string objectText(const LogEntry& entry) {
     return entry.objectKind + (entry.objectKind.empty() || entry.object.empty() ? "" : " ") + entry.object;
 }
@@ -44,7 +49,7 @@ const std::vector<Column>& columnsOf(LogKind kind) {
         {"OPERATION", 36, [](const LogEntry& entry) { return entry.operation; }},
         object,
         {"MS", 8, durationText},
-        outcome};
+        {"OUTCOME", 16, outcomeText}};
     static const std::vector<Column> security = {
         time,    {"EVENT", 15, [](const LogEntry& entry) { return entry.operation; }},
         user,    nms,

@@ -17,18 +17,29 @@ namespace {
 
 using kelp::oplog::LogCounts;
 using kelp::oplog::OperationLog;
+using kelp::oplog::OperationRecord;
 using kelp::oplog::SecurityLog;
 using kelp::oplog::SecurityRecord;
 
 /// How often floods are looked at whose minute may be over.
 constexpr std::chrono::seconds kLook{1};
+/// Networks whose requests without a log-in are summarised apart from others.
+constexpr std::size_t kNetworksMax = 1000;
 
-/// Both logs, and the thread that tells of floods when their period is over.
+/// The logs, and the thread that tells of floods when their period is over.
 class Logs {
   public:
     Logs()
-        : operations(kelp::oplog::configuredOperationLog()), security(kelp::oplog::configuredSecurityLog()) {
+        : operations(kelp::oplog::configuredOperationLog()),
+          operationsWithoutLogIn(kelp::oplog::configuredLogBeforeLogIn()),
+          security(kelp::oplog::configuredSecurityLog()) {
+        readLimits();
         teller_ = std::thread([this] { tellFloods(); });
+    }
+
+    void readLimits() {
+        const std::lock_guard guard(mutex_);
+        requests_.setIndividually(kelp::oplog::configuredRecordsBeforeLogIn());
     }
 
     void stop() {
@@ -39,7 +50,18 @@ class Logs {
         stopped_.notify_all();
         teller_.join();
         operations.stop();
+        operationsWithoutLogIn.stop();
         security.stop();
+    }
+
+    void writeWithoutLogIn(const OperationRecord& record, const std::string& network) {
+        {
+            const std::lock_guard guard(mutex_);
+            if (!stops_ && !requests_.standsByItself(record.outcome, network, record.time,
+                                                     std::chrono::steady_clock::now()))
+                return;
+        }
+        operationsWithoutLogIn.write(record);
     }
 
     void write(SecurityRecord record) {
@@ -56,30 +78,58 @@ class Logs {
     }
 
     OperationLog operations;
+    OperationLog operationsWithoutLogIn;
     SecurityLog security;
 
   private:
+    using Requests = kelp::util::FloodSummary<std::string>;  ///< of one outcome
+
     void tellFloods() {
         std::unique_lock lock(mutex_);
         // looks by itself, so that no refusal of a flood has to wake it
-        while (!stopped_.wait_for(lock, kLook, [this] { return stops_; }))
-            tell(refusals_.take(std::chrono::steady_clock::now()), lock);
-        tell(refusals_.takeAll(), lock);
+        while (!stopped_.wait_for(lock, kLook, [this] { return stops_; })) {
+            const auto now = std::chrono::steady_clock::now();
+            tell(refusals_.take(now), requests_.take(now), lock);
+        }
+        tell(refusals_.takeAll(), requests_.takeAll(), lock);
     }
 
-    void tell(std::vector<SecurityRecord> records, std::unique_lock<std::mutex>& lock) {
+    void tell(std::vector<SecurityRecord> refusals, const std::vector<Requests::Summary>& requests,
+              std::unique_lock<std::mutex>& lock) {
         lock.unlock();
-        for (SecurityRecord& each : records)
+        for (SecurityRecord& each : refusals)
             security.write(std::move(each));
+        for (const Requests::Summary& each : requests)
+            operationsWithoutLogIn.write(recordOf(each));
         lock.lock();
     }
 
-    std::mutex mutex_;  // guards the two below
+    static OperationRecord recordOf(const Requests::Summary& summary) {
+        OperationRecord record;
+        record.time = summary.first;
+        record.peer = summary.source;
+        record.outcome = summary.kind;
+        record.detail = countedText(summary.count, summary.last);
+        return record;
+    }
+
+    std::mutex mutex_;  // guards the three below
     RefusalSummary refusals_;
+    Requests requests_{0, RefusalSummary::kPeriod, kNetworksMax};
     bool stops_ = false;
     std::condition_variable stopped_;
     std::thread teller_;
 };
+
+void traceLost(const char* log, const std::exception& failure) {
+    GetTss()->Set("audittrail", "unknown", __LINE__);
+    TaTrace("[AuditTrail::Write] A record of the %s is lost: %s", log, failure.what());
+}
+
+LogCounts sum(const LogCounts& one, const LogCounts& other) {
+    return {one.taken + other.taken, one.written + other.written, one.missing + other.missing,
+            one.aside + other.aside, one.waiting + other.waiting, one.fails || other.fails};
+}
 
 }  // namespace
 
@@ -126,6 +176,8 @@ void AuditTrail::UpdateRetention() {
     if (!state_->held)
         return;
     state_->held->operations.setRetention(kelp::oplog::configuredOperationLog().retention);
+    state_->held->operationsWithoutLogIn.setRetention(kelp::oplog::configuredLogBeforeLogIn().retention);
+    state_->held->readLimits();
     state_->held->security.setRetention(kelp::oplog::configuredSecurityLog().retention);
 }
 
@@ -134,19 +186,29 @@ void AuditTrail::Write(const kelp::oplog::OperationRecord& record) noexcept {
         logs->operations.write(record);
 }
 
+void AuditTrail::WriteWithoutLogIn(const kelp::oplog::OperationRecord& record,
+                                   const std::string& network) noexcept {
+    try {
+        if (Logs* const logs = state_->logs.load())
+            logs->writeWithoutLogIn(record, network);
+    } catch (const std::exception& failure) {
+        traceLost("operation log", failure);
+    }
+}
+
 void AuditTrail::Write(SecurityRecord record) noexcept {
     try {
         if (Logs* const logs = state_->logs.load())
             logs->write(std::move(record));
     } catch (const std::exception& failure) {
-        GetTss()->Set("audittrail", "unknown", __LINE__);
-        TaTrace("[AuditTrail::Write] A record of the security log is lost: %s", failure.what());
+        traceLost("security log", failure);
     }
 }
 
 LogCounts AuditTrail::OperationCounts() const {
     const Logs* const logs = state_->logs.load();
-    return logs == nullptr ? LogCounts() : logs->operations.counts();
+    return logs == nullptr ? LogCounts()
+                           : sum(logs->operations.counts(), logs->operationsWithoutLogIn.counts());
 }
 
 LogCounts AuditTrail::SecurityCounts() const {

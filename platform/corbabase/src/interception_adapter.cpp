@@ -4,6 +4,7 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/thread_context.h>
 
+#include <chrono>
 #include <exception>
 
 #include "request_recording.h"
@@ -28,6 +29,7 @@ void InterceptionAdapter::reset() {
     const std::lock_guard guard(mutex_);
     gate_ = Gate::Waiting;
     interceptor_ = nullptr;
+    rate_.reset();
 }
 
 void InterceptionAdapter::refuse() {
@@ -43,11 +45,28 @@ void InterceptionAdapter::admit() {
     changed_.notify_all();
 }
 
-void InterceptionAdapter::received(const kelp::orb::RequestInfo&) {
-    if (isOpen())
+void InterceptionAdapter::received(const kelp::orb::RequestInfo& request) {
+    if (gate_.load() == Gate::Refusing)
+        throw CORBA::TRANSIENT();
+    const bool isLoggedIn = CallerStanding::arrive(request);
+    try {
+        if (!isLoggedIn)
+            limitRate(request);
+        if (isOpen())
+            return;
+        std::unique_lock lock(mutex_);
+        waitUntilOpen(lock);
+    } catch (const CORBA::SystemException&) {
+        CallerStanding::leave();
+        throw;
+    }
+}
+
+void InterceptionAdapter::limitRate(const kelp::orb::RequestInfo& request) {
+    if (rate_.admits(request.peer(), std::chrono::steady_clock::now()))
         return;
-    std::unique_lock lock(mutex_);
-    waitUntilOpen(lock);
+    RequestRecording::writeTooMany(request);
+    throw CORBA::TRANSIENT(CORBA::OMGVMCID | 1, CORBA::COMPLETED_NO);
 }
 
 void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
@@ -61,13 +80,18 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
     const auto refused = [] {
         NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
         RequestRecording::drop();
+        CallerStanding::leave();
     };
     RequestRecording::begin();
     try {
         visit.interceptor->receive_request(&request);
+        if (RequestRecording::isOfSession(request) && !CallerStanding::isLoggedIn(request)) {
+            CallerStanding::knowsSession();
+            rate_.giveBack(request.peer());
+        }
     } catch (const CORBA::NO_PERMISSION& refusal) {
-        refused();
         RequestRecording::writeRefused(request, &refusal);
+        refused();
         throw;
     } catch (const CORBA::Exception&) {
         refused();
@@ -84,6 +108,7 @@ void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
                                    const CORBA::Exception* raised) noexcept {
     NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
     RequestRecording::end(request, raised);
+    CallerStanding::leave();
 }
 
 void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
@@ -95,6 +120,7 @@ void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
         RequestRecording::writeRefused(request, answer);
     else
         RequestRecording::writeUndelivered(request, answer);
+    CallerStanding::leave();
 }
 
 RequestInterceptorBase* InterceptionAdapter::enter() {

@@ -7,12 +7,19 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "caller_standing.h"
+
 namespace NS_CORBA {
 
 /// Between the ORB's request hook and the agent's interceptor. Requests wait until an interceptor is set,
 /// pass it then, and are refused with TRANSIENT after it was taken out. Each leaves its record: in the
 /// security log if the interceptor refused it or its caller's address may not call, in the operation log if
 /// the interceptor wants one or no servant was reached.
+///
+/// An address without a log-in that makes more requests than [access] allows is refused with TRANSIENT
+/// ("request discarded because of resource exhaustion", OMG minor code 1) before anything else is done: the
+/// caller may try again, and unlike after NO_RESOURCES it knows that nothing is wrong with its request. Such
+/// a refusal is told in the security log alone.
 class InterceptionAdapter final : public kelp::orb::RequestHook {
   public:
     /// Sets the interceptor and lets waiting requests through; null refuses requests from here on. Returns
@@ -34,6 +41,8 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
   private:
     enum class Gate { Waiting, Open, Refusing };
 
+    void limitRate(const kelp::orb::RequestInfo& request);
+
     RequestInterceptorBase* enter();
     void leave();
     void waitUntilOpen(std::unique_lock<std::mutex>& lock);
@@ -48,6 +57,7 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
     std::atomic<Gate> gate_{Gate::Waiting};
     std::atomic<RequestInterceptorBase*> interceptor_{nullptr};
     std::atomic<unsigned> inside_{0};
+    RequestRate rate_;
 };
 
 }  // namespace NS_CORBA

@@ -49,6 +49,33 @@ void LiveLogins::invalidate(Login& login) {
     login.isInvalid = true;
 }
 
+LiveLogins::Exceeded LiveLogins::exceededBy(const Key& key, const std::string& address,
+                                            const Quotas& quotas) const {
+    const auto isFromThere = [&address](const Login& login) {
+        return std::find(login.addresses.begin(), login.addresses.end(), address) != login.addresses.end();
+    };
+    std::size_t ofAccount = 0;
+    std::size_t fromAddress = 0;
+    bool replacesOne = false;
+    bool replacesOneFromThere = false;
+    const std::lock_guard guard(mutex_);
+    for (const auto& [each, logins] : live_) {
+        const auto there = static_cast<std::size_t>(std::count_if(logins.begin(), logins.end(), isFromThere));
+        if (each == key) {
+            replacesOne = true;
+            replacesOneFromThere = there > 0;
+            continue;
+        }
+        ofAccount += each.user == key.user ? logins.size() : 0;
+        fromAddress += there;
+    }
+    if (!replacesOne && ofAccount >= quotas.perAccount)
+        return Exceeded::Account;
+    if (!address.empty() && !replacesOneFromThere && fromAddress >= quotas.perAddress)
+        return Exceeded::Address;
+    return Exceeded::Nothing;
+}
+
 void LiveLogins::enter(const Key& key, const UserAccount& account, const std::string& address) {
     Login login = loginOf(account);
     note(login.addresses, address);

@@ -27,6 +27,17 @@ class LiveLogins {
         friend auto operator<=>(const Key&, const Key&) = default;
     };
 
+    /// Log-ins that may be live at the same time.
+    struct Quotas {
+        std::size_t perAccount = 0;
+        std::size_t perAddress = 0;
+    };
+    enum class Exceeded { Nothing, Account, Address };
+    /// What one more log-in under the key, from this address, would exceed once it has taken the place of
+    /// those that are there under the key. Never a quota that it does not raise; inside the process, where
+    /// there is no address, only that of the account.
+    Exceeded exceededBy(const Key& key, const std::string& address, const Quotas& quotas) const;
+
     /// Enters a log-in that this account, as it was read for it, allows. `address` is that of the connection
     /// it came over, without port; empty inside the process.
     void enter(const Key& key, const UserAccount& account, const std::string& address = {});

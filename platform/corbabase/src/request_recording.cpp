@@ -10,6 +10,7 @@
 
 #include <mtnm/globaldefs.h>
 
+#include "caller_standing.h"
 #include "session_name_parts.h"
 
 namespace NS_CORBA {
@@ -87,7 +88,10 @@ void write(const RequestInfo& request, const char* outcome) {
         record.nmsAddress.clear();
     }
     tellTarget(request, record);
-    AuditTrail::Instance().Write(record);
+    if (CallerStanding::isLoggedIn(request))
+        AuditTrail::Instance().Write(record);
+    else
+        AuditTrail::Instance().WriteWithoutLogIn(record, kelp::orb::networkOf(request.peer()));
 }
 
 template <class Body>
@@ -144,6 +148,22 @@ void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exc
             record.detail = "notification channel";
         AuditTrail::Instance().Write(std::move(record));
     });
+}
+
+void RequestRecording::writeTooMany(const RequestInfo& request) noexcept {
+    guarded([&] {
+        kelp::oplog::SecurityRecord record;
+        record.event = kelp::oplog::SecurityEvent::TooManyRequests;
+        record.peer = request.peer().withPort;
+        record.object = request.operationName();
+        record.outcome = "TRANSIENT";
+        record.detail = "without a log-in";
+        AuditTrail::Instance().Write(std::move(record));
+    });
+}
+
+bool RequestRecording::isOfSession(const RequestInfo& request) {
+    return isSessionName(request.topPoaName());
 }
 
 void TaWriteOperLog(const kelp::orb::RequestInfo* ri, int) {

@@ -4,7 +4,8 @@
 
 namespace NS_CORBA {
 
-/// The request that the calling thread serves, on its way into the operation log. Requests may be nested
+/// The request that the calling thread serves, on its way into the operation log: into the part for callers
+/// without a log-in, if CallerStanding says that its caller is one. Requests may be nested
 /// where an ORB serves others while a servant waits for a reply: a scope belongs to the one begun last.
 class RequestRecording {
   public:
@@ -22,6 +23,11 @@ class RequestRecording {
     /// The security log's record of a caller from a network that may not call, or may not use the
     /// notification channel, with what he was answered; null for nothing.
     static void writeRefused(const kelp::orb::RequestInfo& request, const CORBA::Exception* answer) noexcept;
+    /// The security log's record of one request too many from an address without a log-in.
+    static void writeTooMany(const kelp::orb::RequestInfo& request) noexcept;
+
+    /// True for a target that lives among the objects of a session.
+    static bool isOfSession(const kelp::orb::RequestInfo& request);
 };
 
 }  // namespace NS_CORBA

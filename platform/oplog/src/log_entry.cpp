@@ -76,6 +76,8 @@ std::string textOf(SecurityEvent event) {
             return "user";
         case SecurityEvent::ConfigurationChange:
             return "configuration";
+        case SecurityEvent::TooManyRequests:
+            return "too-many-requests";
     }
     return "";
 }

@@ -1,84 +1,73 @@
 #include <kelp/oplog/log_search.h>
+#include <kelp/oplog/log_settings.h>
 
-#include <algorithm>
-#include <utility>
+#include <string>
+#include <system_error>
+#include <vector>
 
-#include "log_file.h"
-#include "log_filter.h"
-#include "record_pages.h"
+#include "log_cursor.h"
 
 namespace kelp::oplog {
 
 struct LogReader::State {
-    std::filesystem::path file;
-    std::unique_ptr<SQLite::Database> database;
-    std::unique_ptr<RecordPages> pages;
+    std::vector<LogCursor> parts;
+    std::string problem;
 
-    std::uint64_t search(const LogQuery& query, const std::function<bool(const LogEntry&)>& take);
-    std::int64_t firstOfNewest(const LogFilter& filter, std::uint64_t count, std::int64_t from,
-                               std::int64_t to);
+    /// The part whose next record is the oldest; null when there is no more.
+    LogCursor* oldest() {
+        LogCursor* found = nullptr;
+        for (LogCursor& each : parts) {
+            const LogEntry* const entry = each.next();
+            if (entry != nullptr && (found == nullptr || entry->time < found->next()->time))
+                found = &each;
+        }
+        return found;
+    }
 };
 
-/// From the end: the number of the wanted record with `count` - 1 of them behind it, or `from`.
-std::int64_t LogReader::State::firstOfNewest(const LogFilter& filter, std::uint64_t count, std::int64_t from,
-                                             std::int64_t to) {
-    while (to >= from) {
-        const std::vector<LogEntry> entries = pages->last(from, to);
-        for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-            if (filter.passes(*entry) && --count == 0)
-                return entry->id;
-        }
-        if (entries.empty())
-            break;
-        to = entries.front().id - 1;
-    }
-    return from;
-}
-
-std::uint64_t LogReader::State::search(const LogQuery& query,
-                                       const std::function<bool(const LogEntry&)>& take) {
-    const LogFilter filter(query);
-    // what is written meanwhile does not make the search endless
-    const std::int64_t last = pages->lastId();
-    std::int64_t from = query.since ? pages->firstIdSince(*query.since) : 0;
-    if (query.newest > 0)
-        from = firstOfNewest(filter, query.newest, from, last);
-    std::uint64_t given = 0;
-    while (from <= last) {
-        const std::vector<LogEntry> entries = pages->first(from, last);
-        for (const LogEntry& entry : entries) {
-            if (!filter.passes(entry))
-                continue;
-            ++given;
-            if (!take(entry))
-                return given;
-        }
-        if (entries.empty())
-            return given;
-        from = entries.back().id + 1;
-    }
-    return given;
-}
-
-LogReader::LogReader(const std::filesystem::path& database, LogKind kind) {
+LogReader::LogReader(const std::filesystem::path& database, LogKind kind)
+    : state_(std::make_unique<State>()) {
+    state_->parts.emplace_back(database, kind);
+    if (kind != LogKind::Operations)
+        return;
+    const std::filesystem::path beside = partBeforeLogIn(database);
+    if (std::error_code error; !std::filesystem::exists(beside, error))
+        return;
     try {
-        state_ = std::make_unique<State>(State{database, openForReading(database, kind), nullptr});
-        state_->pages = pagesOf(*state_->database, kind);
-    } catch (const SQLite::Exception& failure) {
-        throw failureOf(database, failure);
+        state_->parts.emplace_back(beside, kind);
+    } catch (const LogFailure& failure) {
+        // what is known of those who were logged in is to be had in any case
+        state_->problem = failure.what();
     }
 }
 
 LogReader::~LogReader() = default;
 
+const std::string& LogReader::problem() const {
+    return state_->problem;
+}
+
 std::uint64_t LogReader::search(const LogQuery& query, const std::function<bool(const LogEntry&)>& take) {
-    try {
-        return state_->search(query, take);
-    } catch (const SQLite::Exception& failure) {
-        throw failureOf(state_->file, failure);
-    } catch (const LogFailure& failure) {
-        throw LogFailure(state_->file.string() + ": " + failure.what(), failure.isDamage());
+    const LogFilter filter(query);
+    std::uint64_t found = 0;
+    for (LogCursor& each : state_->parts) {
+        each.begin(query, filter);
+        found += each.newest();
     }
+    // each part has found as many as are wanted together
+    std::uint64_t tooOld = query.newest > 0 && found > query.newest ? found - query.newest : 0;
+    std::uint64_t given = 0;
+    while (LogCursor* const part = state_->oldest()) {
+        if (tooOld > 0) {
+            --tooOld;
+        } else {
+            ++given;
+            if (!take(*part->next()))
+                return given;
+        }
+        part->advance();
+    }
+    return given;
 }
 
 }  // namespace kelp::oplog

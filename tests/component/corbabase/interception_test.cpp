@@ -199,6 +199,8 @@ TEST_F(Interception, ShutDownReleasesWaitingRequests) {
 TEST_F(Interception, AStopAfterThousandsOfRefusedRequestsDoesNotHang) {
     ScriptedInterceptor interceptor([](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&interceptor);
+    kelp::test::configure(std::string(kelp::test::kFreePort) +
+                          "[access]\nrequests_per_second_before_login = 0\n");
     for (int i = 0; i < 3000; ++i)
         ASSERT_EQ(pingResult(session), "NO_PERMISSION");
     const kelp::test::TraceCapture capture;

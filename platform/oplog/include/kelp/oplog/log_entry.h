@@ -33,6 +33,7 @@ enum class SecurityEvent {
     LockOut,              ///< a user or address was locked out
     UserAdministration,   ///< an account was made, changed or removed
     ConfigurationChange,  ///< the configuration was read again
+    TooManyRequests,      ///< refused: the caller's address is not logged in and asks too often
 };
 
 /// One record as the logs keep and show it. Texts are escaped (see util::escaped) and bounded.

@@ -26,7 +26,9 @@ struct KELP_EXPORT LogQuery {
 };
 
 /// Reads a log, of this process or another, while it is written: the writer never waits for a reader, and a
-/// reader that is slow keeps no snapshot of the database.
+/// reader that is slow keeps no snapshot of the database. With the operation log its part for callers without
+/// a log-in is read, if there is one; the records of both are given in the order of their times, and their
+/// numbers are those of the part that each is in.
 class KELP_EXPORT LogReader {
   public:
     /// Throws std::runtime_error with one sentence when there is no log of that kind.
@@ -34,6 +36,10 @@ class KELP_EXPORT LogReader {
     ~LogReader();
     LogReader(const LogReader&) = delete;
     LogReader& operator=(const LogReader&) = delete;
+
+    /// Why the part for callers without a log-in is not read, in one sentence; empty when it is, or when
+    /// there is none.
+    const std::string& problem() const;
 
     /// Gives the matching records in the order of the log; `take` answers whether it wants more. Throws
     /// std::runtime_error with one sentence. Returns how many were given.

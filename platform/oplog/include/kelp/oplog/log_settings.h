@@ -30,5 +30,14 @@ struct KELP_EXPORT LogSettings {
 /// ("oplog.db", "oplog-audit.db"), with the same limits and its key.
 KELP_EXPORT LogSettings configuredOperationLog();
 KELP_EXPORT LogSettings configuredSecurityLog();
+/// The operation log's part for callers without a log-in: a database beside the other, with a size of its own
+/// and a queue in which no request waits for a place.
+KELP_EXPORT LogSettings configuredLogBeforeLogIn();
+/// Records of that part that stand individually within a minute, of one outcome and caller's address.
+KELP_EXPORT unsigned configuredRecordsBeforeLogIn();
+
+/// The database beside that of an operation log which is its part for callers without a log-in
+/// ("oplog-before-login.db").
+KELP_EXPORT std::filesystem::path partBeforeLogIn(const std::filesystem::path& operationLog);
 
 }  // namespace kelp::oplog

@@ -22,6 +22,7 @@ struct KELP_EXPORT OperationRecord {
     ObjectKind objectKind = ObjectKind::Unknown;
     std::string object;   ///< such as the manager's name
     std::string outcome;  ///< "ok" or the exception's name; empty when not known
+    std::string detail;   ///< of a record that stands for several requests: how many, until when
     std::optional<std::chrono::microseconds> duration;
 };
 

@@ -3,6 +3,11 @@
 include(KelpIdl)
 
 set(kelp_giop_dir "${CMAKE_SOURCE_DIR}/platform/orb/src/giop")
+# whole GIOP messages out of octets
+set(kelp_framing_sources)
+foreach(source fragmented_request input_budget key_address message_assembler message_header octet_buffer request_header violation)
+    list(APPEND kelp_framing_sources "${kelp_giop_dir}/${source}.cpp")
+endforeach()
 set(kelp_shapes_dir "${CMAKE_BINARY_DIR}/operation_shapes")
 set(kelp_shapes_tool "${CMAKE_SOURCE_DIR}/platform/orb/tools/argument_shapes.py")
 file(GLOB kelp_mtnm_idl CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/idl/mtnm/*.idl")

@@ -30,6 +30,8 @@ inline std::string textOf(Input input) {
 void fuzzArguments(Input input);
 /// The text of a configuration file.
 void fuzzConfiguration(Input input);
+/// What a client sends, behind four octets that say who sends it and in which parts it arrives.
+void fuzzFraming(Input input);
 /// A list of networks, one a line.
 void fuzzNetworks(Input input);
 /// The transport's text for a peer; also the text as the host of one.

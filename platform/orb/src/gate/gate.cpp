@@ -24,6 +24,17 @@ constexpr std::chrono::seconds kTidyPause{2};
 /// How often memory is given back after a large message: the ORB may keep it for as long as its call runs.
 constexpr int kTidyRounds = 5;
 
+/// Larger blocks have pages of their own, which go back to the system when they are freed. Without this the
+/// allocator keeps blocks of up to 32 MiB once such a one has been freed, in each of its arenas.
+constexpr int kOwnPagesFrom = 1 << 20;
+/// Free memory that an arena may keep at its end.
+constexpr int kKeptAtEnd = 4 << 20;
+
+void returnLargeBlocks() {
+    ::mallopt(M_MMAP_THRESHOLD, kOwnPagesFrom);
+    ::mallopt(M_TRIM_THRESHOLD, kKeptAtEnd);
+}
+
 std::mutex currentMutex;
 std::shared_ptr<Gate> currentGate;  // guarded by currentMutex
 
@@ -74,6 +85,7 @@ std::shared_ptr<Gate> Gate::current() {
 }
 
 void Gate::makeCurrent(const Settings& settings) {
+    returnLargeBlocks();
     auto made = std::make_shared<Gate>(settings);
     const std::lock_guard guard(currentMutex);
     currentGate.swap(made);

@@ -42,7 +42,7 @@ GatePeer::GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> cha
       channel_(std::move(channel)),
       peer_(std::move(peer)),
       assembler_(gate_->assemblerLimits(), *this, gate_->budget()),
-      used_(coarseNow()),
+      used_(count(Clock::now())),
       overdueAt_(count(Clock::now() + gate_->assemblerLimits().progress.window)) {
     gate_->connections().enter(*this);
 }

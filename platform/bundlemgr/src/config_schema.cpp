@@ -265,8 +265,8 @@ std::vector<ConfigKey> serviceKeys() {
                 "log lies beside it with -audit in its name (oplog-audit.db), under the same limits."),
         textKey("oplog", "audit_key_file", "", {}, restart,
                 "File with the key of the security log's chain, made at the first start (mode 0600); empty: "
-                "audit.key below the state directory. Refused when others can read it. Keep a copy: without "
-                "it the log can be neither checked nor continued."),
+                "audit.key in the folder of the security log. Refused when others can read it. Keep a copy: "
+                "without it the log can be neither checked nor continued."),
         integerKey("oplog", "keep_days", 180, 1, 36500, Change::AtReload, "Days that records are kept."),
         integerKey("oplog", "keep_mib", 1024, 1, 1048576, Change::AtReload,
                    "Size of a log above which its oldest records go, in MiB."),

@@ -41,8 +41,8 @@ LogSettings configuredSecurityLog() {
     LogSettings settings = configuredOperationLog();
     settings.database = beside(settings.database, "audit");
     const std::string keyFile = config().text("oplog.audit_key_file");
-    settings.auditKeyFile = keyFile.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "audit.key"
-                                            : std::filesystem::path(keyFile);
+    settings.auditKeyFile =
+        keyFile.empty() ? settings.database.parent_path() / "audit.key" : std::filesystem::path(keyFile);
     return settings;
 }
 

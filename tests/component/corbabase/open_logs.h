@@ -38,7 +38,9 @@ class OpenLogs {
         NS_CORBA::AuditTrail::Instance().Close();
         std::vector<oplog::LogEntry> entries;
         oplog::LogReader(database, kind).search({}, [&](const oplog::LogEntry& entry) {
-            entries.push_back(entry);
+            // how the chain is made is no event
+            if (entry.operation != "key")
+                entries.push_back(entry);
             return true;
         });
         return entries;

@@ -16,6 +16,8 @@ TEST(LogSettingsTest, AreTheDefaultsBelowTheStateDirectory) {
     EXPECT_EQ(settings.queueMax, 200000u);
     EXPECT_EQ(settings.stallMax, 2s);
     EXPECT_EQ(configuredSecurityLog().database, "/var/lib/kelp/oplog-audit.db");
+    EXPECT_EQ(configuredSecurityLog().auditKeyFile, "/var/lib/kelp/audit.key");
+    EXPECT_TRUE(settings.auditKeyFile.empty());
     EXPECT_EQ(configuredLogBeforeLogIn().database, "/var/lib/kelp/oplog-before-login.db");
     EXPECT_EQ(configuredLogBeforeLogIn().retention.bytes, 64u << 20);
     EXPECT_EQ(configuredLogBeforeLogIn().stallMax, 0ms) << "whoever is not logged in holds nobody up";
@@ -42,6 +44,13 @@ TEST(LogSettingsTest, AreThoseConfigured) {
     EXPECT_EQ(configuredLogBeforeLogIn().queueMax, 10u);
     EXPECT_EQ(configuredRecordsBeforeLogIn(), 7u);
     EXPECT_EQ(configuredSecurityLog().database, "/logs/calls-audit.sqlite");
+    EXPECT_EQ(configuredSecurityLog().auditKeyFile, "/logs/audit.key");
+}
+
+TEST(LogSettingsTest, NameTheKeyFileConfigured) {
+    ASSERT_TRUE(
+        ConfigStore::instance().loadText("[oplog]\naudit_key_file = \"/keys/kelp.key\"\n", "test").empty());
+    EXPECT_EQ(configuredSecurityLog().auditKeyFile, "/keys/kelp.key");
 }
 
 }  // namespace

@@ -25,6 +25,7 @@
 #include <chrono>
 #include <exception>
 #include <new>
+#include <utility>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -115,6 +116,7 @@ struct EmsSessionFactory_IImpl::LogIn {
     nmsSession::NmsSession_I_ptr client = nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
     std::string hostInfo;
     emsSession::EmsSession_I_var result;
+    bool hasRoom = false;  ///< the quotas were asked, and allow it
 };
 
 EmsSessionFactory_IImpl* EmsSessionFactory_IImpl::Instance() {
@@ -143,6 +145,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
         ThrowException(kNullInput);
         return;
     }
+    ThrowException(security().CheckLengths(user, password));
     try {
         LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client), {}};
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
@@ -153,6 +156,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
                 const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
                 if (ReuseSession(logIn))
                     break;
+                RequireRoom(logIn);
                 EndReplacedSession(logIn);
                 if (TopPoaNames::isFree(name)) {
                     MakeSession(logIn);
@@ -198,6 +202,17 @@ bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
         session->wakePoint().wake();
     logIn.result = referenceOf(session);
     return true;
+}
+
+void EmsSessionFactory_IImpl::RequireRoom(LogIn& logIn) {
+    // once: after its old session has ended the log-in would count as one more
+    if (std::exchange(logIn.hasRoom, true))
+        return;
+    const unsigned long code = security().CheckRoom(logIn.hostInfo, logIn.user);
+    if (code == 0)
+        return;
+    traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> has too many sessions!", logIn.hostInfo);
+    ThrowException(code);
 }
 
 void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {

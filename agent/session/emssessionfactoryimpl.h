@@ -32,6 +32,8 @@ class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSession
 
     struct LogIn;
     bool ReuseSession(LogIn& logIn);
+    /// Refuses one session too many of the account or from the address, before any other session is touched.
+    void RequireRoom(LogIn& logIn);
     void EndReplacedSession(const LogIn& logIn);
     /// A session servant with its source and one reference; logs the user out again when there is no memory.
     static EmsSession_IImpl* NewSession(const LogIn& logIn);

@@ -96,6 +96,12 @@ const char* outcomeOf(unsigned long code) {
             return "address not allowed";
         case kUserLockedOut:
             return "locked out";
+        case kTooManyAccountSessions:
+            return "too many sessions of the account";
+        case kTooManyAddressSessions:
+            return "too many sessions from the address";
+        case kOverlongLogIn:
+            return "overlong";
         default:
             return "user database unusable";
     }
@@ -166,6 +172,8 @@ struct CorbaSecurityMgr::State {
 
 unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attempt& attempt,
                                              const char* detail, UserAccount& account) {
+    if (attempt.user.size() > kLogInTextBytesMax || attempt.password.size() > kLogInTextBytesMax)
+        return kOverlongLogIn;
     std::optional<std::chrono::seconds> lockout;
     const unsigned long code = judge(operation, attempt, account, lockout);
     const bool isKnown = code != kUserDatabaseUnusable && accounts.has(attempt.user);
@@ -284,6 +292,33 @@ unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const st
         return code;
     state_->live.renew({user, hostInfo}, account, kelp::orb::currentPeer().text);
     return 0;
+}
+
+unsigned long CorbaSecurityMgr::CheckRoom(const std::string& hostInfo, const std::string& user) {
+    const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
+    const LiveLogins::Quotas quotas{static_cast<std::size_t>(config.integer("session.per_account_max")),
+                                    static_cast<std::size_t>(config.integer("session.per_address_max"))};
+    unsigned long code = 0;
+    switch (state_->live.exceededBy({user, hostInfo}, kelp::orb::currentPeer().text, quotas)) {
+        case LiveLogins::Exceeded::Nothing:
+            return 0;
+        case LiveLogins::Exceeded::Account:
+            code = kTooManyAccountSessions;
+            break;
+        case LiveLogins::Exceeded::Address:
+            code = kTooManyAddressSessions;
+            break;
+    }
+    record(kelp::oplog::SecurityEvent::LogIn, user, hostInfo, outcomeOf(code), "");
+    return code;
+}
+
+unsigned long CorbaSecurityMgr::CheckLengths(std::string_view user, std::string_view password) {
+    if (user.size() <= kLogInTextBytesMax && password.size() <= kLogInTextBytesMax)
+        return 0;
+    record(kelp::oplog::SecurityEvent::LogIn, "", "", outcomeOf(kOverlongLogIn),
+           user.size() > kLogInTextBytesMax ? "user name" : "password");
+    return kOverlongLogIn;
 }
 
 void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& user) {

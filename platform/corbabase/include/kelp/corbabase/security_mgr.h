@@ -3,8 +3,10 @@
 #include <kelp/orb/request.h>
 #include <kelp/util/export.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace NS_CORBA {
 
@@ -15,6 +17,14 @@ inline constexpr unsigned long kUserDatabaseUnusable = 0x048FFFA5;
 inline constexpr unsigned long kUserLockedOut = 0x048FFFA6;  ///< also for an unknown user
 inline constexpr unsigned long kUserExpired = 0x048FFFA7;
 inline constexpr unsigned long kAddressNotAllowed = 0x048FFFA8;  ///< this user may not log in from there
+inline constexpr unsigned long kTooManyAccountSessions = 0x048FFFA9;
+inline constexpr unsigned long kTooManyAddressSessions = 0x048FFFAA;
+/// A user name or password longer than kLogInTextBytesMax; the client sees EXCPT_INVALID_INPUT.
+inline constexpr unsigned long kOverlongLogIn = 0x41180057;
+
+/// Bytes of a user name or a password that somebody logs in with. Longer than any account's, so short that
+/// nobody can make the EMS copy or hash megabytes.
+inline constexpr std::size_t kLogInTextBytesMax = 1024;
 
 /// NMS users and who of them is logged in from where. Accounts live in an SQLite database with Argon2id
 /// password hashes; live log-ins and failed ones in memory. Callable from any thread.
@@ -45,6 +55,13 @@ class KELP_EXPORT CorbaSecurityMgr {
     /// the password given. 0, or a refusing code.
     unsigned long checkLogin(const std::string& hostInfo, const std::string& user,
                              const std::string& password);
+    /// Whether one more log-in of this user and NMS keeps within [session] per_account_max and
+    /// per_address_max, those of the same NMS and user not counted, whose place it takes. 0, or a refusing
+    /// code. For a log-in whose password was right.
+    unsigned long CheckRoom(const std::string& hostInfo, const std::string& user);
+    /// Refuses texts longer than kLogInTextBytesMax before anything else sees them. 0, or a refusing code.
+    unsigned long CheckLengths(std::string_view user, std::string_view password);
+
     /// Ends one live log-in; unknown ones are ignored.
     void Logout(const std::string& hostInfo, const std::string& user);
     /// The user's number out of the database, by a session name text (see TEUserHelper); -1 for an unknown

@@ -25,6 +25,7 @@
 #include <chrono>
 #include <exception>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace NS_KELPCORBA {
@@ -115,8 +116,9 @@ struct EmsSessionFactory_IImpl::LogIn {
     kelp::util::Secret password;
     nmsSession::NmsSession_I_ptr client = nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
     std::string hostInfo;
-    emsSession::EmsSession_I_var result;
-    bool hasRoom = false;  ///< the quotas were asked, and allow it
+    std::optional<NS_CORBA::Admission> admission{};  ///< once the password was found right
+    bool hasRoom = false;                            ///< the quotas were asked, and allow it
+    emsSession::EmsSession_I_var result{};
 };
 
 EmsSessionFactory_IImpl* EmsSessionFactory_IImpl::Instance() {
@@ -147,13 +149,14 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
     }
     ThrowException(security().CheckLengths(user, password));
     try {
-        LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client), {}};
+        LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client)};
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
         for (;;) {
             {
                 // a lock failure sets errno, and the log-in goes on unlocked
                 const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
+                RequireAdmission(logIn);
                 if (ReuseSession(logIn))
                     break;
                 RequireRoom(logIn);
@@ -181,6 +184,23 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
     }
 }
 
+void EmsSessionFactory_IImpl::RequireAdmission(LogIn& logIn) {
+    unsigned long code = 0;
+    if (logIn.admission) {
+        // it has waited for a session that was ending
+        code = security().StillAdmits(*logIn.admission);
+    } else {
+        NS_CORBA::Admission admission;
+        code = security().Admit(logIn.hostInfo, logIn.user, logIn.password.text(), admission);
+        if (code == 0)
+            logIn.admission = std::move(admission);
+    }
+    if (code == 0)
+        return;
+    traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
+    ThrowException(code);
+}
+
 bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
     if (!CorbaAgentConfig::Instance()->IsUseBTName())
         return false;
@@ -188,11 +208,7 @@ bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
         SessionMgr::Instance()->PinNmsSession(logIn.hostInfo, logIn.user);
     if (!session || !isUsable(*session->source()))
         return false;
-    const unsigned long code = security().checkLogin(logIn.hostInfo, logIn.user, logIn.password.text());
-    if (code != 0) {
-        traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
-        ThrowException(code);
-    }
+    security().Renew(*logIn.admission);
     bool waitedSilently = false;
     if (!session->source()->reuse(logIn.client, waitedSilently))
         return false;
@@ -249,11 +265,7 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
 }
 
 void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
-    const unsigned long refused = security().Login(logIn.hostInfo, logIn.user, logIn.password.text());
-    if (refused != 0) {
-        traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> Login failed!", logIn.hostInfo);
-        ThrowException(refused);
-    }
+    security().Enter(*logIn.admission);
     EmsSession_IImpl* const made = NewSession(logIn);
     // besides the reference for the session list, one that keeps the session until the log-in returns
     ServantRef<EmsSession_IImpl> session = ServantRef<EmsSession_IImpl>::pin(made);

@@ -31,6 +31,9 @@ class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSession
     EmsSessionFactory_IImpl() = default;
 
     struct LogIn;
+    /// Refuses a log-in without a right password, or whose account does not allow it, before any session is
+    /// touched. The password is hashed once for a log-in.
+    void RequireAdmission(LogIn& logIn);
     bool ReuseSession(LogIn& logIn);
     /// Refuses one session too many of the account or from the address, before any other session is touched.
     void RequireRoom(LogIn& logIn);

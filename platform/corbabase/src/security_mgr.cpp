@@ -160,9 +160,8 @@ struct CorbaSecurityMgr::State {
     AccountWatch watch{live, throttle};
     NamesSeen accounts;
 
-    /// judge(), told in the security log. `detail` says what kind of log-in it is.
-    unsigned long check(const char* operation, const Attempt& attempt, const char* detail,
-                        UserAccount& account);
+    /// judge(), with a refusal told in the security log.
+    unsigned long check(const char* operation, const Attempt& attempt, UserAccount& account);
     unsigned long judge(const char* operation, const Attempt& attempt, UserAccount& account,
                         std::optional<std::chrono::seconds>& lockout);
     /// How long that locks the user out at this address, if at all.
@@ -171,18 +170,21 @@ struct CorbaSecurityMgr::State {
 };
 
 unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attempt& attempt,
-                                             const char* detail, UserAccount& account) {
+                                             UserAccount& account) {
     if (attempt.user.size() > kLogInTextBytesMax || attempt.password.size() > kLogInTextBytesMax)
         return kOverlongLogIn;
     std::optional<std::chrono::seconds> lockout;
     const unsigned long code = judge(operation, attempt, account, lockout);
+    if (code == 0)
+        return 0;
     const bool isKnown = code != kUserDatabaseUnusable && accounts.has(attempt.user);
     // what no user is called may be a password that was typed in the wrong place
-    record(kelp::oplog::SecurityEvent::LogIn, isKnown ? attempt.user : std::string(), attempt.hostInfo,
-           outcomeOf(code), isKnown ? detail : "no known user");
+    const std::string user = isKnown ? attempt.user : std::string();
+    record(kelp::oplog::SecurityEvent::LogIn, user, attempt.hostInfo, outcomeOf(code),
+           isKnown ? "" : "no known user");
     if (lockout)
-        record(kelp::oplog::SecurityEvent::LockOut, isKnown ? attempt.user : std::string(), attempt.hostInfo,
-               outcomeOf(kUserLockedOut), "for " + std::to_string(lockout->count()) + " s");
+        record(kelp::oplog::SecurityEvent::LockOut, user, attempt.hostInfo, outcomeOf(kUserLockedOut),
+               "for " + std::to_string(lockout->count()) + " s");
     return code;
 }
 
@@ -274,24 +276,73 @@ void CorbaSecurityMgr::ExitThread() {
     state_->watch.stop();
 }
 
+unsigned long CorbaSecurityMgr::Admit(const std::string& hostInfo, const std::string& user,
+                                      const std::string& password, Admission& admission) {
+    return Admit("Login", hostInfo, user, password, admission);
+}
+
+unsigned long CorbaSecurityMgr::Admit(const char* operation, const std::string& hostInfo,
+                                      const std::string& user, const std::string& password,
+                                      Admission& admission) {
+    UserAccount account;
+    if (const unsigned long code = state_->check(operation, {hostInfo, user, password}, account); code != 0)
+        return code;
+    admission.hostInfo_ = hostInfo;
+    admission.user_ = user;
+    admission.account_ = std::move(account);
+    return 0;
+}
+
+unsigned long CorbaSecurityMgr::StillAdmits(const Admission& admission) {
+    const auto codeNow = [&admission]() -> unsigned long {
+        try {
+            UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
+            const std::optional<UserAccount> account = database.find(admission.account_.name);
+            if (!account || account->id != admission.account_.id ||
+                account->passwordNumber != admission.account_.passwordNumber)
+                return kWrongPassword;
+            return refusalOf(*account, kelp::orb::currentPeer());
+        } catch (const std::exception& failure) {
+            traceUnusable("Login", failure);
+        }
+        return kUserDatabaseUnusable;
+    };
+    const unsigned long code = codeNow();
+    if (code != 0)
+        record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, outcomeOf(code),
+               "the account was changed meanwhile");
+    return code;
+}
+
+void CorbaSecurityMgr::Enter(const Admission& admission) {
+    record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, kOutcomeOk, "");
+    state_->live.enter({admission.user_, admission.hostInfo_}, admission.account_,
+                       kelp::orb::currentPeer().text);
+}
+
+void CorbaSecurityMgr::Renew(const Admission& admission) {
+    record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, kOutcomeOk,
+           "takes its session up again");
+    state_->live.renew({admission.user_, admission.hostInfo_}, admission.account_,
+                       kelp::orb::currentPeer().text);
+}
+
 unsigned long CorbaSecurityMgr::Login(const std::string& hostInfo, const std::string& user,
                                       const std::string& password) {
-    UserAccount account;
-    if (const unsigned long code = state_->check("Login", {hostInfo, user, password}, "", account); code != 0)
-        return code;
-    state_->live.enter({user, hostInfo}, account, kelp::orb::currentPeer().text);
-    return 0;
+    Admission admission;
+    const unsigned long code = Admit("Login", hostInfo, user, password, admission);
+    if (code == 0)
+        Enter(admission);
+    return code;
 }
 
 unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const std::string& user,
                                            const std::string& password) {
-    UserAccount account;
-    if (const unsigned long code =
-            state_->check("checkLogin", {hostInfo, user, password}, "takes its session up again", account);
-        code != 0)
-        return code;
-    state_->live.renew({user, hostInfo}, account, kelp::orb::currentPeer().text);
-    return 0;
+    Admission admission;
+    const unsigned long code = Admit("checkLogin", hostInfo, user, password, admission);
+    if (code == 0)
+        Renew(admission);
+    return code;
 }
 
 unsigned long CorbaSecurityMgr::CheckRoom(const std::string& hostInfo, const std::string& user) {

@@ -126,12 +126,13 @@ TEST(LogIn, OfTheSameNmsAndUserEndsTheEarlierSession) {
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
 }
 
-TEST(LogIn, EndsTheEarlierSessionEvenWhenThePasswordIsWrong) {
+TEST(LogIn, LeavesTheEarlierSessionAloneWhenThePasswordIsWrong) {
     RunningAgent agent;
-    agent.logIn(agent.nms());
+    const emsSession::EmsSession_I_var earlier = agent.logIn(agent.nms());
     EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }), NS_CORBA::kWrongPassword);
-    EXPECT_EQ(agent.sessions().SessionCount(), 0u);
-    EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
+    EXPECT_EQ(agent.sessions().SessionCount(), 1u);
+    EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
+    earlier->ping();
 }
 
 TEST(LogIn, FromAnotherPortOfTheSameHostIsAnotherNms) {

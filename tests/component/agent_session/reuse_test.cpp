@@ -113,13 +113,13 @@ TEST(Reuse, EndsASessionWhoseObjectCannotBeReached) {
     again->ping();
 }
 
-TEST(Reuse, DoesNotEvenCheckThePasswordAgainstASessionThatIsOver) {
+TEST(Reuse, ChecksThePasswordBeforeASessionThatIsOverIsReplaced) {
     RunningAgent agent(AgentOptions().withReuse());
     agent.logIn(agent.nms());
     agent.listed(agent.nms())->source()->set_state(Ended);
     EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }), NS_CORBA::kWrongPassword);
-    EXPECT_EQ(agent.sessions().SessionCount(), 0u) << "it was replaced first";
-    EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
+    EXPECT_EQ(agent.sessions().SessionCount(), 1u);
+    EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
 }
 
 }  // namespace

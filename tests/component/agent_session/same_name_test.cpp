@@ -4,6 +4,7 @@
 #include <kelp/orb/poas.h>
 
 #include <atomic>
+#include <ostream>
 #include <thread>
 
 #include "adapter/sessionsource.h"
@@ -131,5 +132,50 @@ TEST_F(SameName, IsTestedAnewAgainstTheReuseRule) {
     EXPECT_TRUE(one->_is_equivalent(other.in()));
     EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
 }
+
+/// What may happen to an account while a log-in waits.
+struct Change {
+    const char* name;
+    void (*apply)(NS_CORBA::UserDatabase&);
+    unsigned long code;
+};
+
+void PrintTo(const Change& change, std::ostream* out) {
+    *out << change.name;
+}
+
+class SameNameOfAChangedAccount : public SameName, public testing::WithParamInterface<Change> {};
+
+TEST_P(SameNameOfAChangedAccount, IsRefusedAfterTheWait) {
+    ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 30}));
+    std::atomic<unsigned long> refusal{0};
+    std::thread waiting([&] { refusal = refusalOf([&] { agent_->logIn(agent_->nms()); }); });
+    ASSERT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
+    {
+        NS_CORBA::UserDatabase users(NS_CORBA::userDatabaseFile());
+        GetParam().apply(users);
+    }
+    gate_.open();
+    waiting.join();
+    EXPECT_EQ(refusal, GetParam().code);
+    EXPECT_EQ(agent_->sessions().SessionCount(), 0u);
+    EXPECT_EQ(agent_->liveLogins(agent_->nms()), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Changes, SameNameOfAChangedAccount,
+    testing::Values(Change{"Disabled",
+                           [](NS_CORBA::UserDatabase& users) { users.setEnabled("admin", false); },
+                           NS_CORBA::kUserDisabled},
+                    Change{"Expired", [](NS_CORBA::UserDatabase& users) { users.setExpiry("admin", 1); },
+                           NS_CORBA::kUserExpired},
+                    Change{"NewPassword",
+                           [](NS_CORBA::UserDatabase& users) {
+                               users.setPassword("admin", "another one", NS_CORBA::configuredHashCost());
+                           },
+                           NS_CORBA::kWrongPassword},
+                    Change{"Removed", [](NS_CORBA::UserDatabase& users) { users.remove("admin"); },
+                           NS_CORBA::kWrongPassword}),
+    [](const auto& param) { return std::string(param.param.name); });
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/corbabase/user_database.h>
 #include <kelp/orb/request.h>
 #include <kelp/util/export.h>
 
@@ -26,6 +27,14 @@ inline constexpr unsigned long kOverlongLogIn = 0x41180057;
 /// nobody can make the EMS copy or hash megabytes.
 inline constexpr std::size_t kLogInTextBytesMax = 1024;
 
+/// A log-in whose password was right, as CorbaSecurityMgr::Admit found it. Nobody is logged in by it yet.
+class KELP_EXPORT Admission {
+    friend class CorbaSecurityMgr;
+    std::string hostInfo_;
+    std::string user_;
+    UserAccount account_;
+};
+
 /// NMS users and who of them is logged in from where. Accounts live in an SQLite database with Argon2id
 /// password hashes; live log-ins and failed ones in memory. Callable from any thread.
 ///
@@ -48,11 +57,21 @@ class KELP_EXPORT CorbaSecurityMgr {
     /// Ends the manager's threads. Logout goes on working.
     void ExitThread();
 
-    /// Checks the password and enters one live log-in. `hostInfo` is the NMS's "address:port". 0, or a
+    /// Checks the password and whether the account may be used now, and enters nothing. `hostInfo` is the
+    /// NMS's "address:port". 0, or a refusing code. The only operation of a log-in that hashes a password.
+    unsigned long Admit(const std::string& hostInfo, const std::string& user, const std::string& password,
+                        Admission& admission);
+    /// Whether the account still allows what Admit found, for a log-in that had to wait meanwhile. 0, or a
     /// refusing code.
+    unsigned long StillAdmits(const Admission& admission);
+    /// Enters one live log-in.
+    void Enter(const Admission& admission);
+    /// The live log-in of this user goes on under the password that was given; nothing is entered.
+    void Renew(const Admission& admission);
+
+    /// Admit and Enter in one. 0, or a refusing code.
     unsigned long Login(const std::string& hostInfo, const std::string& user, const std::string& password);
-    /// Checks the password of a user who is logged in already; enters nothing. The live log-in goes on under
-    /// the password given. 0, or a refusing code.
+    /// Admit and Renew in one. 0, or a refusing code.
     unsigned long checkLogin(const std::string& hostInfo, const std::string& user,
                              const std::string& password);
     /// Whether one more log-in of this user and NMS keeps within [session] per_account_max and
@@ -77,6 +96,8 @@ class KELP_EXPORT CorbaSecurityMgr {
     CorbaSecurityMgr& operator=(const CorbaSecurityMgr&) = delete;
 
   private:
+    unsigned long Admit(const char* operation, const std::string& hostInfo, const std::string& user,
+                        const std::string& password, Admission& admission);
     CorbaSecurityMgr();
     ~CorbaSecurityMgr();
     struct State;

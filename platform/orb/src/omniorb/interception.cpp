@@ -14,7 +14,6 @@
 #include <omniORB4/internal/GIOP_S.h>
 // clang-format on
 
-#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <string_view>
@@ -23,6 +22,8 @@
 #include "../request_record.h"
 #include "../trace.h"
 #include "interceptor_list.h"
+#include "locating.h"
+#include "object_key.h"
 
 namespace kelp::orb {
 
@@ -50,35 +51,14 @@ void callHook(const char* point, Call call) {
     throw CORBA::UNKNOWN(0, CORBA::COMPLETED_NO);
 }
 
-/// Keys are FF name FF name ... then FE and 8 octets (transient) or nothing (persistent), 00, object id. A
-/// key of another form belongs to no POA below the root.
-RequestRecord::Target targetOfKey(std::string_view key) {
-    constexpr char nameMark = '\xff';
-    constexpr char transientMark = '\xfe';
-    constexpr std::size_t transientOctets = 8;
-    const auto endsName = [](char octet) {
-        return octet == nameMark || octet == transientMark || octet == '\0';
-    };
-
+RequestRecord::Target targetOfKey(std::string_view octets) {
+    const ObjectKey key = ObjectKey::of(octets);
+    std::string_view path = key.poaPath;
     RequestRecord::Target target;
-    std::size_t depth = 0;
-    while (!key.empty() && key.front() == nameMark) {
-        const auto found = std::find_if(key.begin() + 1, key.end(), endsName);
-        if (found == key.end())
-            return {};
-        const auto end = static_cast<std::size_t>(found - key.begin());
-        if (depth == 0)
-            target.topPoaName = key.substr(1, end - 1);
-        else if (depth == 1)
-            target.childPoaName = key.substr(1, end - 1);
-        ++depth;
-        key.remove_prefix(end);
-    }
-    if (!key.empty() && key.front() == transientMark)
-        key.remove_prefix(std::min(key.size(), 1 + transientOctets));
-    if (depth == 0 || key.empty() || key.front() != 0)
-        return depth == 0 ? RequestRecord::Target() : target;
-    target.objectId = key.substr(1);
+    target.topPoaName = ObjectKey::takeName(path);
+    target.childPoaName = ObjectKey::takeName(path);
+    if (!key.poaPath.empty())
+        target.objectId = key.objectId;
     return target;
 }
 
@@ -103,16 +83,18 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
     endUndelivered(requests, nullptr);
     RequestRecord& record = requests.arrive();
-    record.assign(info.operation(), info.peeraddress(), keyOf(info.giop_s), targetOfKey);
-    RequestHook* hook = theHook.load();
-    if (hook == nullptr)
-        return true;
-    try {
-        callHook("request hook, received,", [&] { hook->received(record); });
-    } catch (...) {
-        requests.drop();
-        throw;
+    const std::string_view key = keyOf(info.giop_s);
+    record.assign(info.operation(), info.peeraddress(), key, targetOfKey);
+    if (RequestHook* const hook = theHook.load(); hook != nullptr) {
+        try {
+            callHook("request hook, received,", [&] { hook->received(record); });
+        } catch (...) {
+            requests.drop();
+            throw;
+        }
     }
+    if (!isOfThisLife(key))
+        throw unknownObject();
     return true;
 }
 
@@ -161,6 +143,7 @@ CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
 
 void interceptRequests(RequestHook* hook) {
     theHook = hook;
+    answerLocateRequestsTruly();
     Interceptors* interceptors = omniORB::getInterceptors();
     addOnce(interceptors->serverReceiveRequest, onReceived);
     addOnce(interceptors->invokeLocalCall, onUpcall);

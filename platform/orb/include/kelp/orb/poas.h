@@ -8,6 +8,10 @@
 
 namespace kelp::orb {
 
+/// What this ORB answers to a request for an object that no POA knows. A servant manager throws the same, so
+/// that a caller who guesses object keys does not learn which POAs there are.
+KELP_EXPORT CORBA::OBJECT_NOT_EXIST unknownObject();
+
 /// True when the POA or one of its ancestors is being destroyed or gone. Nil counts as dying.
 KELP_EXPORT bool isDying(PortableServer::POA_ptr poa);
 

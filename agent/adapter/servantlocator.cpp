@@ -7,14 +7,22 @@
 
 #include <mtnm/common.h>
 
+#include <optional>
 #include <string_view>
 
 namespace NS_KELPCORBA {
 namespace {
 
-/// The manager's name that the object id stands for, as its bytes; an id that is no text names no manager.
-std::string_view managerName(const PortableServer::ObjectId& oid) {
-    return {reinterpret_cast<const char*>(oid.get_buffer()), oid.length()};
+/// The manager's name in the object id, as its bytes; an id that is no text names no manager. None for an id
+/// with a wrong token.
+std::optional<std::string_view> managerName(const PortableServer::ObjectId& oid,
+                                            const NS_CORBA::SessionToken* token) {
+    const std::string_view id = NS_CORBA::octetsOf(oid);
+    if (token == nullptr)
+        return id;
+    if (!token->isIn(id))
+        return std::nullopt;
+    return NS_CORBA::SessionToken::nameIn(id);
 }
 
 }  // namespace
@@ -27,12 +35,13 @@ PortableServer::Servant TAServantLocator::preinvoke(const PortableServer::Object
         NS_CORBA::TaTrace("[preinvoke] exception for input parameter is null!");
         return nullptr;
     }
-    if (isEnding(adapter))
-        throw CORBA::OBJECT_NOT_EXIST();
+    const std::optional<std::string_view> name = managerName(oid, token_.get());
+    if (!name || isEnding(adapter))
+        throw kelp::orb::unknownObject();
     SessionMgr* sessions = SessionMgr::Existing();
-    POA_common::Common_I* servant = sessions == nullptr ? nullptr : sessions->pin_servant(managerName(oid));
+    POA_common::Common_I* servant = sessions == nullptr ? nullptr : sessions->pin_servant(*name);
     if (servant == nullptr)
-        throw CORBA::OBJECT_NOT_EXIST();
+        throw kelp::orb::unknownObject();
     return servant;
 }
 

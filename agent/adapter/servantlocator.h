@@ -1,5 +1,7 @@
 #pragma once
 
+#include "adapter/tokenholder.h"
+
 #include <kelp/orb/corba.h>
 #include <kelp/orb/counted_local.h>
 
@@ -8,8 +10,8 @@
 namespace NS_KELPCORBA {
 
 /// Finds, for every request on a session's manager references, the one servant that all sessions share: the
-/// object id is the manager's name. Runs on the request's thread and holds no lock over the request; the
-/// servant is pinned from preinvoke to postinvoke.
+/// object id is the manager's name and the session's token. Runs on the request's thread and holds no lock
+/// over the request; the servant is pinned from preinvoke to postinvoke.
 class TAServantLocator : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
     /// How a request learns that the POA tree is being destroyed.
@@ -23,7 +25,11 @@ class TAServantLocator : public kelp::orb::CountedLocal<PortableServer::ServantL
     /// requests are refused from here on. Throws OBJECT_NOT_EXIST when the POA has been destroyed.
     static void beginRefusing(PortableServer::POA_ptr poa);
 
-    /// Raises OBJECT_NOT_EXIST for an unknown name and when the session's POA tree is being destroyed.
+    /// Object ids must end in this token from here on. Without one they are bare names.
+    void setToken(const NS_CORBA::SessionToken& token) { token_.set(token); }
+
+    /// Raises OBJECT_NOT_EXIST, as for an object that no POA knows, for an id without the token, for an
+    /// unknown name and when the session's POA tree is being destroyed.
     PortableServer::Servant preinvoke(const PortableServer::ObjectId& oid, PortableServer::POA_ptr adapter,
                                       const char* operation, void*& cookie) override;
     void postinvoke(const PortableServer::ObjectId& oid, PortableServer::POA_ptr adapter,
@@ -33,6 +39,7 @@ class TAServantLocator : public kelp::orb::CountedLocal<PortableServer::ServantL
     bool isEnding(PortableServer::POA_ptr adapter) const;
 
     const Ending ending_;
+    TokenHolder token_;
     std::atomic<bool> refusing_{false};
 };
 

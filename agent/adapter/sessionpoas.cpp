@@ -41,16 +41,16 @@ const PoaPolicies kIteratorPoa = {
     "[create_iterator_poa] System exception received!",
     PortableServer::USE_SERVANT_MANAGER,
     PortableServer::RETAIN,
-    PortableServer::SYSTEM_ID,
-    PortableServer::IMPLICIT_ACTIVATION};
+    PortableServer::USER_ID,
+    PortableServer::NO_IMPLICIT_ACTIVATION};
 
 const PoaPolicies kSessionPoa = {
     "[create_session_poa] PortableServer::POA::AdapterAlreadyExists exception received!",
     "[create_session_poa] System exception received!",
     PortableServer::USE_ACTIVE_OBJECT_MAP_ONLY,
     PortableServer::RETAIN,
-    PortableServer::SYSTEM_ID,
-    PortableServer::IMPLICIT_ACTIVATION};
+    PortableServer::USER_ID,
+    PortableServer::NO_IMPLICIT_ACTIVATION};
 
 /// The four policies of a POA, destroyed with the list.
 class PolicyList {
@@ -100,9 +100,12 @@ PortableServer::POA_ptr createPoa(PortableServer::POA_ptr parent, const std::str
     }
 }
 
-/// True when the POA has a servant manager already. Lets CORBA exceptions through.
-bool isEquipped(PortableServer::POA_ptr poa) {
+/// True when the POA has a servant manager already, which gets the token. Lets CORBA exceptions through.
+template <class Manager>
+bool isEquipped(PortableServer::POA_ptr poa, const NS_CORBA::SessionToken* token) {
     const PortableServer::ServantManager_var present = poa->get_servant_manager();
+    if (auto* const manager = dynamic_cast<Manager*>(present.in()); manager != nullptr && token != nullptr)
+        manager->setToken(*token);
     return !CORBA::is_nil(present.in());
 }
 
@@ -118,7 +121,7 @@ void destroyQuietly(PortableServer::POA_ptr poa, const char* debugFormat) {
 }  // namespace
 
 unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
-    if (!TopPoaNames::claim(sessionName_, this)) {
+    if (!claimName()) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionSource::init] The POA of this name belongs to another live session!");
         return kInternalFailure;
@@ -127,11 +130,11 @@ unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
     if (CORBA::is_nil(top.in())) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionSource::init] create_ServantLocator_poa returned a nil POA object!");
-        TopPoaNames::giveUp(sessionName_, this);
+        giveUpName();
         return kInternalFailure;
     }
-    SetServantLocator(top.in());
-    SetServantIterator(top.in());
+    SetServantLocator(top.in(), &token_);
+    SetServantIterator(top.in(), &token_);
     const PortableServer::POA_var session = create_session_poa(top.in(), "session");
     if (CORBA::is_nil(session.in())) {
         tracePoint(kSubject);
@@ -154,10 +157,10 @@ void SessionSource::destroyAdapters(PortableServer::POA_ptr poa) {
         TAServantLocator::beginRefusing(poa);
         kelp::orb::beginDestroy(poa);
     } catch (...) {  // whatever it was, the name is given up and the caller sees the exception
-        TopPoaNames::giveUp(sessionName_, this);
+        giveUpName();
         throw;
     }
-    TopPoaNames::giveUp(sessionName_, this);
+    giveUpName();
 }
 
 PortableServer::POA_ptr SessionSource::create_ServantLocator_poa(PortableServer::POA_ptr parent,
@@ -175,18 +178,21 @@ PortableServer::POA_ptr SessionSource::create_session_poa(PortableServer::POA_pt
     return createPoa(parent, name, kSessionPoa);
 }
 
-unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa) {
+unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa,
+                                               const NS_CORBA::SessionToken* token) {
     try {
-        if (isEquipped(poa))
+        if (isEquipped<TAServantLocator>(poa, token))
             return 0;
-        const PortableServer::ServantLocator_var locator =
-            new (std::nothrow) TAServantLocator(TAServantLocator::Ending::IsTold);
-        if (CORBA::is_nil(locator.in())) {
+        auto* const made = new (std::nothrow) TAServantLocator(TAServantLocator::Ending::IsTold);
+        const PortableServer::ServantLocator_var locator = made;
+        if (made == nullptr) {
             tracePoint(kSubject);
             NS_CORBA::TaDebug(1, "[SessionSource::SetServantLocator] Call TAServantLocator::create() failed");
             kelp::orb::beginDestroy(poa);
             return kInternalFailure;
         }
+        if (token != nullptr)
+            made->setToken(*token);
         poa->set_servant_manager(locator.in());
         return 0;
     } catch (const CORBA::Exception& ex) {
@@ -198,7 +204,8 @@ unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa) {
     }
 }
 
-unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top) {
+unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top,
+                                                const NS_CORBA::SessionToken* token) {
     const PortableServer::POA_var it = create_iterator_poa(top, "iterator");
     if (CORBA::is_nil(it.in())) {
         tracePoint(kSubject);
@@ -209,16 +216,19 @@ unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top) {
         return kInternalFailure;
     }
     try {
-        if (isEquipped(it.in()))
+        if (isEquipped<IteratorServantActivator>(it.in(), token))
             return 0;
-        const PortableServer::ServantActivator_var activator = new (std::nothrow) IteratorServantActivator;
-        if (CORBA::is_nil(activator.in())) {
+        auto* const made = new (std::nothrow) IteratorServantActivator;
+        const PortableServer::ServantActivator_var activator = made;
+        if (made == nullptr) {
             tracePoint(kSubject);
             NS_CORBA::TaDebug(
                 1, "[SessionSource::SetServantIterator] IteratorServantActivator::create() failed");
             kelp::orb::beginDestroy(top);
             return kInternalFailure;
         }
+        if (token != nullptr)
+            made->setToken(*token);
         it->set_servant_manager(activator.in());
         return 0;
     } catch (const CORBA::Exception& ex) {
@@ -244,7 +254,7 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa, Port
         return kInternalFailure;
     }
     try {
-        if (!isEquipped(made.in())) {
+        if (!isEquipped<TAServantLocator>(made.in(), nullptr)) {
             const PortableServer::ServantLocator_var locator = new (std::nothrow) TAServantLocator;
             if (CORBA::is_nil(locator.in())) {
                 tracePoint(kSubject);
@@ -265,19 +275,26 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa, Port
 
 CORBA::Object_ptr SessionSource::create_object_reference(const char* objectId, const char* repositoryId) {
     const PortableServer::POA_var poa = get_POA();
-    return create_object_reference(poa.in(), objectId, repositoryId);
+    const PortableServer::ObjectId_var id = token_.idOf(objectId);
+    return create_object_reference(poa.in(), id.in(), repositoryId);
 }
 
 CORBA::Object_ptr SessionSource::create_object_reference(PortableServer::POA_ptr poa, const char* objectId,
                                                          const char* repositoryId) {
+    const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId(objectId);
+    return create_object_reference(poa, id.in(), repositoryId);
+}
+
+CORBA::Object_ptr SessionSource::create_object_reference(PortableServer::POA_ptr poa,
+                                                         const PortableServer::ObjectId& id,
+                                                         const char* repositoryId) {
     try {
-        const PortableServer::ObjectId_var oid = PortableServer::string_to_ObjectId(objectId);
         if (CORBA::is_nil(poa)) {
             tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionSource::create_object_reference] get_POA return a nil POA!");
             return CORBA::Object::_nil();
         }
-        return poa->create_reference_with_id(oid.in(), repositoryId);
+        return poa->create_reference_with_id(id, repositoryId);
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaException(

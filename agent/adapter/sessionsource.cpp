@@ -3,9 +3,11 @@
 #include "adapter/toppoanames.h"
 
 #include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/session_callers.h>
 
 #include <ace/Guard_T.h>
 
+#include <exception>
 #include <new>
 
 namespace NS_KELPCORBA {
@@ -31,7 +33,7 @@ SessionSource* SessionSource::create(const std::string& ipAndPort, const std::st
                                      nmsSession::NmsSession_I_ptr nmsSession) {
     try {
         return new (std::nothrow) SessionSource(ipAndPort, userName, nmsSession);
-    } catch (const std::bad_alloc&) {  // of its texts
+    } catch (const std::exception&) {  // no memory for its texts, or no randomness for its token
         return nullptr;
     }
 }
@@ -44,6 +46,19 @@ SessionSource::SessionSource(const std::string& ipAndPort, const std::string& us
       nmsSession_(nmsSession::NmsSession_I::_duplicate(nmsSession)) {}
 
 SessionSource::~SessionSource() {
+    giveUpName();
+}
+
+bool SessionSource::claimName() {
+    if (!TopPoaNames::claim(sessionName_, this))
+        return false;
+    NS_CORBA::SessionCallers::Instance().Enter(sessionName_, this, token_, kelp::orb::currentPeer());
+    return true;
+}
+
+void SessionSource::giveUpName() {
+    // in this order: as soon as the name is free, another session may enter its callers
+    NS_CORBA::SessionCallers::Instance().Leave(sessionName_, this);
     TopPoaNames::giveUp(sessionName_, this);
 }
 
@@ -91,6 +106,7 @@ bool SessionSource::reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedS
     nmsSession_ = nmsSession::NmsSession_I::_duplicate(nmsSession);
     state_ = Normal;
     pingFailures_ = 0;
+    NS_CORBA::SessionCallers::Instance().Move(sessionName_, this, kelp::orb::currentPeer());
     return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/corbabase/session_token.h>
 #include <kelp/orb/corba.h>
 
 #include <ace/RW_Thread_Mutex.h>
@@ -42,13 +43,15 @@ class SessionSource {
     const std::string& get_user_name() const { return userName_; }
     const std::string& get_ip_and_port() const { return ipAndPort_; }
     const std::string& get_session_name() const { return sessionName_; }
+    const NS_CORBA::SessionToken& token() const { return token_; }
 
     std::int32_t get_state() const;
     /// Stores the state unless it is Invalid already.
     void set_state(std::int32_t state);
     /// One compare-and-set: false when the state is no longer `from`.
     bool change_state(std::int32_t from, std::int32_t to);
-    /// set_nms_session if the session is Normal or waits silently, in one step; false otherwise.
+    /// set_nms_session if the session is Normal or waits silently, in one step; false otherwise. The session
+    /// may be called from the address of the request in hand from here on, and from no other.
     bool reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedSilently);
 
     std::int32_t get_ping_failures() const;
@@ -71,7 +74,8 @@ class SessionSource {
 
     // -- object adapters
     // ---------------------------------------------------------------------------------------
-    /// Makes the POA tree under the root POA. 0, or 0x411800BA.
+    /// Makes the POA tree under the root POA; its objects may be called from the address of the request in
+    /// hand. 0, or 0x411800BA.
     unsigned long init(PortableServer::POA_ptr rootPoa);
     static PortableServer::POA_ptr create_ServantLocator_poa(PortableServer::POA_ptr parent,
                                                              const std::string& name);
@@ -79,14 +83,22 @@ class SessionSource {
                                                        const std::string& name);
     static PortableServer::POA_ptr create_session_poa(PortableServer::POA_ptr parent,
                                                       const std::string& name);
-    static unsigned long SetServantLocator(PortableServer::POA_ptr poa);
-    static unsigned long SetServantIterator(PortableServer::POA_ptr top);
+    /// A servant manager that is there already stays and gets the token, which may be null: none.
+    static unsigned long SetServantLocator(PortableServer::POA_ptr poa,
+                                           const NS_CORBA::SessionToken* token = nullptr);
+    static unsigned long SetServantIterator(PortableServer::POA_ptr top,
+                                            const NS_CORBA::SessionToken* token = nullptr);
     /// A servant-locator POA under any parent, with its locator.
     static unsigned long CreateServantPoa(PortableServer::POA_var& poa, PortableServer::POA_ptr parent,
                                           const std::string& name);
-    /// A reference that the servant locator serves later; nothing is activated. Nil on failure.
+    /// A reference that the servant locator serves later, under the id and the session's token; nothing is
+    /// activated. Nil on failure.
     CORBA::Object_ptr create_object_reference(const char* objectId, const char* repositoryId);
+    /// The same under the bare id, for a POA without a token.
     static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa, const char* objectId,
+                                                     const char* repositoryId);
+    static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa,
+                                                     const PortableServer::ObjectId& id,
                                                      const char* repositoryId);
     /// Begins to destroy the POA tree and gives up its name. Throws what POA::destroy throws.
     void destroyAdapters(PortableServer::POA_ptr poa);
@@ -101,6 +113,8 @@ class SessionSource {
     void eventLossCleared_i(const char* endTime);
 
   private:
+    bool claimName();
+    void giveUpName();
     SessionSource(const std::string& ipAndPort, const std::string& userName,
                   nmsSession::NmsSession_I_ptr nmsSession);
 
@@ -116,6 +130,7 @@ class SessionSource {
     const std::string ipAndPort_;
     const std::string userName_;
     const std::string sessionName_;
+    const NS_CORBA::SessionToken token_;
     PortableServer::POA_var servantPoa_;
     nmsSession::NmsSession_I_var nmsSession_;
     std::int32_t pingFailures_ = 0;

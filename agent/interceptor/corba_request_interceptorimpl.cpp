@@ -7,6 +7,8 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/operation_record.h>
+#include <kelp/corbabase/session_callers.h>
+#include <kelp/orb/poas.h>
 #include <kelp/util/thread_context.h>
 
 #include <pthread.h>
@@ -60,6 +62,8 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
     NS_CORBA::CorbaBaseAgentConfig& base = *NS_CORBA::CorbaBaseAgentConfig::Instance();
     if (!base.IsValidOssIP(ri != nullptr ? ri->peer().ipv4 : kelp::orb::currentPeer().ipv4))
         refuse(ri);
+    if (ri != nullptr)
+        requireSessionsOwn(*ri);
     SetThreadContext(ri);
     const bool bySilence = base.GetSessionReleaseStrategy() == kReleaseBySilence;
     const bool isActivity =
@@ -94,6 +98,24 @@ void Corba_Request_InterceptorImpl::refuse(const kelp::orb::RequestInfo* ri) {
         1, "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:%s",
         peer.text.empty() ? "0.0.0.0" : peer.text.c_str());
     throw CORBA::NO_PERMISSION();
+}
+
+void Corba_Request_InterceptorImpl::requireSessionsOwn(const kelp::orb::RequestInfo& ri) {
+    using Verdict = NS_CORBA::SessionCallers::Verdict;
+    switch (NS_CORBA::SessionCallers::Instance().Judge(ri)) {
+        case Verdict::MayCall:
+            return;
+        case Verdict::IsOver:
+            // an ORB may serve objects of a dying POA as long as an older call runs
+            throw kelp::orb::unknownObject();
+        case Verdict::Stranger:
+            tracePoint(kSubject);
+            NS_CORBA::TaDebugWithPara(
+                1,
+                "[Server_Request_Interceptor::receive_request] A session is called from %s, not by its NMS!",
+                ri.peer().withPort.c_str());
+            throw NS_CORBA::ForeignSessionCall();
+    }
 }
 
 void Corba_Request_InterceptorImpl::signalSessions(const std::string& clientKey) {

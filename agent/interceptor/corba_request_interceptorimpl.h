@@ -6,7 +6,8 @@
 
 namespace NS_KELPCORBA {
 
-/// Refuses callers from elsewhere than the allowed OSS networks (NO_PERMISSION), sets every request's thread
+/// Refuses callers from elsewhere than the allowed OSS networks, and callers of a session's objects from
+/// elsewhere than the address that logged in (both NO_PERMISSION), sets every request's thread
 /// context, has it recorded in the operation log and, under release strategy 2, counts it as a sign of life
 /// of the NMS whose session it belongs to. Stateless; called on the request's thread, concurrently.
 class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
@@ -16,6 +17,8 @@ class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
 
   private:
     [[noreturn]] void refuse(const kelp::orb::RequestInfo* ri);
+    /// Lets a call on a session's object pass only from where its NMS logged in.
+    static void requireSessionsOwn(const kelp::orb::RequestInfo& ri);
     void signalSessions(const std::string& clientKey);
 };
 

@@ -96,7 +96,7 @@ void endUnreachable(const ServantRef<EmsSession_IImpl>& session) {
 
 emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& session) {
     try {
-        emsSession::EmsSession_I_var reference = session->_this();
+        emsSession::EmsSession_I_var reference = session->activate();
         if (!CORBA::is_nil(reference.in()))
             return reference._retn();
     } catch (const CORBA::Exception& ex) {

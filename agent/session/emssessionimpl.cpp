@@ -126,6 +126,18 @@ PortableServer::POA_ptr EmsSession_IImpl::_default_POA() {
     }
 }
 
+emsSession::EmsSession_I_ptr EmsSession_IImpl::activate() {
+    if (!isActivated_) {
+        const PortableServer::POA_var poa = _default_POA();
+        if (CORBA::is_nil(poa.in()))
+            throw CORBA::OBJ_ADAPTER(0, CORBA::COMPLETED_NO);
+        const PortableServer::ObjectId_var id = source_->token().idOf("");
+        poa->activate_object_with_id(id.in(), this);
+        isActivated_ = true;
+    }
+    return _this();
+}
+
 void EmsSession_IImpl::signalIfWaitedForSilently() {
     if (releasesBySilence() && source_ && source_->get_silent_waiting())
         wakePoint_.signalActivity();

@@ -30,6 +30,10 @@ class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
     /// The source's "session" POA; nil when the session has none any more.
     PortableServer::POA_ptr _default_POA() override;
 
+    /// Activates the object in its POA, once, under an id that nobody can guess, and returns its reference,
+    /// which the caller owns. One thread at a time. Throws what the POA throws, OBJ_ADAPTER without a POA.
+    emsSession::EmsSession_I_ptr activate();
+
     SessionSource* source() const { return source_.get(); }
     WakePoint& wakePoint() { return wakePoint_; }
     /// Id of the thread that waits for a sign of life, 0 without one.
@@ -45,6 +49,7 @@ class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
     const std::unique_ptr<SessionSource> source_;
     WakePoint wakePoint_;
     std::atomic<std::uint32_t> waitingThread_{0};
+    bool isActivated_ = false;
 };
 
 /// The tear-down of a session that is over.

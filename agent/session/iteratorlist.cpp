@@ -3,6 +3,7 @@
 
 #include <kelp/agent/session_mgr.h>
 
+#include "adapter/iteratoractivator.h"
 #include "util/tracepoint.h"
 
 #include <kelp/agent/error_translation.h>
@@ -153,7 +154,7 @@ unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator,
         poa = iterator->_default_POA();
         if (CORBA::is_nil(poa.in()))
             throw CORBA::OBJ_ADAPTER();
-        id = poa->activate_object(iterator);
+        id = IteratorServantActivator::activate(poa.in(), iterator);
         isActivated = true;
         reference = poa->id_to_reference(id.in());
     } catch (const CORBA::Exception& ex) {

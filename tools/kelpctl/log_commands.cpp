@@ -35,8 +35,8 @@ Examples:
   kelpctl oplog --since 2025-03-01 --until 2025-04-01 --csv > march.csv)";
 
 constexpr const char* kAuditFooter =
-    R"(Times are as for kelpctl oplog. Events are login, logout, refused-address, refused-connection, too-many-requests,
-lock-out, user, configuration; the log itself adds key, retention, set-aside and tampering.
+    R"(Times are as for kelpctl oplog. Events are login, logout, refused-address, refused-connection, refused-peer,
+too-many-requests, lock-out, user, configuration; the log itself adds key, retention, set-aside and tampering.
 
 Examples:
   kelpctl audit --since 7d --event login --outcome failed

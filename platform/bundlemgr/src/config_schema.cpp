@@ -239,6 +239,11 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("access", "requests_burst_before_login", 1000, 1, 1000000, Change::AtReload,
                    "Requests that such an address may make at once before the limit applies; several NMS "
                    "that start behind one NAT address share it."),
+        textKey("access", "session_peer", "address", {"address", "any"}, Change::AtReload,
+                "Who may call a session's objects: \"address\" only the address that logged in, so that a "
+                "reference is of no use elsewhere, \"any\" every caller that has the reference, for NMS "
+                "behind a proxy that calls from several addresses. A refused call gets NO_PERMISSION and "
+                "stands in the security log."),
 
         textKey("security", "database", "", {}, restart,
                 "SQLite file of the user accounts; empty: users.db below the state directory."),

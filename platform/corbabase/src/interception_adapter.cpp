@@ -89,11 +89,17 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
             CallerStanding::knowsSession();
             rate_.giveBack(request.peer());
         }
+    } catch (const ForeignSessionCall&) {
+        const CORBA::NO_PERMISSION refusal(0, CORBA::COMPLETED_NO);
+        RequestRecording::writeForeign(request, refusal);
+        refused();
+        throw refusal;
     } catch (const CORBA::NO_PERMISSION& refusal) {
         RequestRecording::writeRefused(request, &refusal);
         refused();
         throw;
-    } catch (const CORBA::Exception&) {
+    } catch (const CORBA::Exception& answer) {
+        RequestRecording::writeUndelivered(request, &answer);
         refused();
         throw;
     } catch (const std::exception& failure) {

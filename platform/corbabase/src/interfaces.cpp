@@ -8,6 +8,10 @@ namespace NS_CORBA {
 CorbaI::~CorbaI() = default;
 NorthMgrFactory::~NorthMgrFactory() = default;
 RequestInterceptorBase::~RequestInterceptorBase() = default;
+
+const char* ForeignSessionCall::what() const noexcept {
+    return "the session is not the caller's";
+}
 CallBackProcessBase::~CallBackProcessBase() = default;
 
 }  // namespace NS_CORBA

@@ -2,6 +2,7 @@
 
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/operation_record.h>
+#include <kelp/corbabase/session_callers.h>
 #include <kelp/corbabase/trace.h>
 
 #include <exception>
@@ -24,7 +25,6 @@ using kelp::orb::RequestInfo;
 constexpr const char* kFile = "requestrecording";
 constexpr const char* kFactoryId = "EMSSessionFactory";
 constexpr const char* kChannelPoa = "notification";
-constexpr const char* kSessionNameBegin = "<USERNAME_TAG>";
 
 /// One entry a request in hand: whether its record is wanted.
 std::vector<char>& scopes() {
@@ -32,12 +32,11 @@ std::vector<char>& scopes() {
     return instance;
 }
 
-bool isSessionName(const std::string& topPoaName) {
-    return topPoaName.starts_with(kSessionNameBegin);
-}
+/// Whether a request's object id is known to be one that its session gave out.
+enum class Id { IsGenuine, MayBeGuessed };
 
-/// What a session's POA tree, or another of the EMS, keeps where.
-void tellTarget(const RequestInfo& request, OperationRecord& record) {
+/// What a session's POA tree, or another of the EMS, keeps where. Never the secret in an object id.
+void tellTarget(const RequestInfo& request, Id id, OperationRecord& record) {
     const std::string& top = request.topPoaName();
     const std::string& child = request.childPoaName();
     record.objectKind = ObjectKind::Unknown;
@@ -55,7 +54,8 @@ void tellTarget(const RequestInfo& request, OperationRecord& record) {
         record.objectKind = ObjectKind::Iterator;
     } else {
         record.objectKind = ObjectKind::Manager;
-        record.object = request.objectId();
+        if (id == Id::IsGenuine)
+            record.object = SessionToken::nameIn(request.objectId());
     }
 }
 
@@ -70,7 +70,7 @@ const char* outcomeOf(const CORBA::Exception* raised) {
 }
 
 /// `outcome` is borrowed for the call, as are the request's own texts.
-void write(const RequestInfo& request, const char* outcome) {
+void write(const RequestInfo& request, Id id, const char* outcome) {
     // of this thread and written over each time: its texts keep their room
     thread_local OperationRecord record;
     record.time = std::chrono::floor<std::chrono::milliseconds>(request.arrived());
@@ -78,7 +78,7 @@ void write(const RequestInfo& request, const char* outcome) {
     record.peer = request.peer().withPort;
     record.operation = request.operationName();
     record.outcome = outcome;
-    if (isSessionName(request.topPoaName())) {
+    if (id == Id::IsGenuine && isSessionName(request.topPoaName())) {
         thread_local LastSessionName lastName;
         const SessionNameParts& parts = lastName.parts(request.topPoaName());
         record.user = parts.user;
@@ -87,7 +87,7 @@ void write(const RequestInfo& request, const char* outcome) {
         record.user.clear();
         record.nmsAddress.clear();
     }
-    tellTarget(request, record);
+    tellTarget(request, id, record);
     if (CallerStanding::isLoggedIn(request))
         AuditTrail::Instance().Write(record);
     else
@@ -124,7 +124,7 @@ void RequestRecording::end(const RequestInfo& request, const CORBA::Exception* r
     const bool isWanted = scopes().back() != 0;
     scopes().pop_back();
     if (isWanted && AuditTrail::Instance().IsOpen())
-        guarded([&] { write(request, outcomeOf(raised)); });
+        guarded([&] { write(request, Id::IsGenuine, outcomeOf(raised)); });
 }
 
 void RequestRecording::drop() noexcept {
@@ -134,7 +134,24 @@ void RequestRecording::drop() noexcept {
 
 void RequestRecording::writeUndelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
     if (AuditTrail::Instance().IsOpen())
-        guarded([&] { write(request, answer == nullptr ? "" : outcomeOf(answer)); });
+        guarded([&] {
+            const bool isGenuine = SessionCallers::Instance().KnowsSecret(request);
+            write(request, isGenuine ? Id::IsGenuine : Id::MayBeGuessed,
+                  answer == nullptr ? "" : outcomeOf(answer));
+        });
+}
+
+void RequestRecording::writeForeign(const RequestInfo& request, const CORBA::Exception& answer) noexcept {
+    guarded([&] {
+        const SessionNameParts owner = partsOfSessionName(request.topPoaName());
+        kelp::oplog::SecurityRecord record;
+        record.event = kelp::oplog::SecurityEvent::RefusedPeer;
+        record.peer = request.peer().withPort;
+        record.object = request.operationName();
+        record.outcome = outcomeOf(&answer);
+        record.detail = "session of " + std::string(owner.user) + " at " + std::string(owner.nmsAddress);
+        AuditTrail::Instance().Write(std::move(record));
+    });
 }
 
 void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exception* answer) noexcept {

@@ -17,9 +17,13 @@ class RequestRecording {
     static void end(const kelp::orb::RequestInfo& request, const CORBA::Exception* raised) noexcept;
     /// The request begun last leaves no record.
     static void drop() noexcept;
-    /// A record without a scope, for a request that reached no servant. `answer` may be null: not known.
+    /// A record without a scope, for a request that reached no servant. `answer` may be null: not known. It
+    /// names the NMS whose session the target belongs to only if the request knows the session's secret:
+    /// whoever guesses does not act in that NMS's name.
     static void writeUndelivered(const kelp::orb::RequestInfo& request,
                                  const CORBA::Exception* answer) noexcept;
+    /// The security log's record of a call on somebody else's session.
+    static void writeForeign(const kelp::orb::RequestInfo& request, const CORBA::Exception& answer) noexcept;
     /// The security log's record of a caller from a network that may not call, or may not use the
     /// notification channel, with what he was answered; null for nothing.
     static void writeRefused(const kelp::orb::RequestInfo& request, const CORBA::Exception* answer) noexcept;

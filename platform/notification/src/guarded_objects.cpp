@@ -1,9 +1,8 @@
 #include "guarded_objects.h"
 
-#include <sodium.h>
+#include <kelp/util/random_octets.h>
 
 #include <algorithm>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -14,10 +13,8 @@ namespace {
 constexpr std::size_t kKeyBytes = 16;
 
 std::string randomKey() {
-    if (sodium_init() < 0)
-        throw CORBA::INITIALIZE(0, CORBA::COMPLETED_NO);
     std::string key(kKeyBytes, '\0');
-    randombytes_buf(key.data(), key.size());
+    kelp::util::fillRandomly(key.data(), key.size());
     return key;
 }
 

@@ -70,6 +70,8 @@ std::string textOf(SecurityEvent event) {
             return "refused-address";
         case SecurityEvent::RefusedConnection:
             return "refused-connection";
+        case SecurityEvent::RefusedPeer:
+            return "refused-peer";
         case SecurityEvent::LockOut:
             return "lock-out";
         case SecurityEvent::UserAdministration:

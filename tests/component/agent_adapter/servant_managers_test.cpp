@@ -1,6 +1,7 @@
 // The servant locator of managers and the activator of iterators.
 
 #include <gtest/gtest.h>
+#include <kelp/orb/poas.h>
 
 #include <thread>
 
@@ -22,10 +23,10 @@ class ServantManagers : public testing::Test {
         top_ = agent_.listed(agent_.nms())->source()->get_POA();
         iterators_ = top_->find_POA("iterator", false);
     }
-    /// A reference in the session's top POA, called over a connection.
-    common::Common_I_var remote(const char* objectId) {
+    /// A reference to the session's manager of that name, called over a connection.
+    common::Common_I_var remote(const char* name) {
         const CORBA::Object_var object =
-            SessionSource::create_object_reference(top_.in(), objectId, "IDL:test:1.0");
+            agent_.listed(agent_.nms())->source()->create_object_reference(name, "IDL:test:1.0");
         return agent_.overTheWire<common::Common_I>(object.in());
     }
     static void call(common::Common_I_ptr object) {
@@ -68,7 +69,7 @@ TEST_F(ServantManagers, KnowNoObjectOfAnUnknownName) {
             call(remote(name).in());
             ADD_FAILURE() << name;
         } catch (const CORBA::OBJECT_NOT_EXIST& ex) {
-            EXPECT_EQ(ex.minor(), 0u);
+            EXPECT_EQ(ex.minor(), kelp::orb::unknownObject().minor());
             EXPECT_EQ(ex.completed(), CORBA::COMPLETED_NO);
         }
         EXPECT_TRUE(remote(name)->_non_existent());
@@ -80,6 +81,42 @@ TEST_F(ServantManagers, KnowNoObjectOfAnUnknownName) {
     noText[2] = 'S';
     const CORBA::Object_var object = top_->create_reference_with_id(noText, "IDL:test:1.0");
     EXPECT_THROW(call(agent_.overTheWire<common::Common_I>(object.in()).in()), CORBA::OBJECT_NOT_EXIST);
+}
+
+TEST_F(ServantManagers, ServeNoIdWithoutTheSessionsToken) {
+    const auto session = agent_.listed(agent_.nms());
+    const PortableServer::ObjectId_var good = session->source()->token().idOf("EMS");
+    const PortableServer::ObjectId_var guessed = NS_CORBA::SessionToken().idOf("EMS");
+    const PortableServer::ObjectId_var bare = PortableServer::string_to_ObjectId("EMS");
+    PortableServer::ObjectId longer = good.in();
+    longer.length(longer.length() + 1);
+    longer[longer.length() - 1] = 'x';
+    PortableServer::ObjectId shorter = good.in();
+    shorter.length(shorter.length() - 1);
+    const auto callWith = [&](const PortableServer::ObjectId& id) {
+        const CORBA::Object_var object = top_->create_reference_with_id(id, "IDL:test:1.0");
+        call(agent_.overTheWire<common::Common_I>(object.in()).in());
+    };
+    for (const PortableServer::ObjectId& id : {guessed.in(), bare.in(), longer, shorter})
+        EXPECT_THROW(callWith(id), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_EQ(agent_.manager().calls, 0);
+    callWith(good.in());
+    EXPECT_EQ(agent_.manager().calls, 1);
+}
+
+TEST_F(ServantManagers, ServeTheTokenThatWasSetLast) {
+    const NS_CORBA::SessionToken before;
+    const NS_CORBA::SessionToken after;
+    const PortableServer::ServantLocator_var locator = new TAServantLocator;
+    auto& servants = dynamic_cast<TAServantLocator&>(*locator.in());
+    servants.setToken(before);
+    servants.setToken(after);
+    const PortableServer::ObjectId_var old = before.idOf("EMS");
+    const PortableServer::ObjectId_var good = after.idOf("EMS");
+    void* cookie = nullptr;
+    EXPECT_THROW(servants.preinvoke(old.in(), top_.in(), "x", cookie), CORBA::OBJECT_NOT_EXIST);
+    const PortableServer::ServantBase_var found = servants.preinvoke(good.in(), top_.in(), "x", cookie);
+    EXPECT_EQ(found.in(), static_cast<PortableServer::Servant>(&agent_.manager()));
 }
 
 TEST_F(ServantManagers, ServeAManagerThatIsEnteredLater) {
@@ -210,7 +247,7 @@ TEST_F(ServantManagers, KeepAnIteratorThatIsStillActiveElsewhere) {
 TEST_F(ServantManagers, LetAnUnlistedIteratorGo) {
     auto* const iterator = new TestManager(alive_);
     const auto mine = ServantRef<TestManager>::take(iterator);
-    const PortableServer::ObjectId_var id = iterators_->activate_object(iterator);
+    const PortableServer::ObjectId_var id = IteratorServantActivator::activate(iterators_.in(), iterator);
     iterators_->deactivate_object(id.in());
     EXPECT_TRUE(waitUntil([&] { return mine->_refcount_value() == 1; }));
 }

@@ -4,8 +4,10 @@
 #include <kelp/orb/poas.h>
 
 #include <chrono>
+#include <set>
 #include <thread>
 
+#include "adapter/iteratoractivator.h"
 #include "adapter/toppoanames.h"
 #include "source_fixture.h"
 #include "support/threads_asleep.h"
@@ -87,18 +89,36 @@ TEST_F(SessionPoas, HaveAnIteratorPoaThatActivatesAndAsksItsActivator) {
     const PortableServer::POA_var top = source->get_POA();
     const PortableServer::POA_var iterators = child(top.in(), "iterator");
     EXPECT_TRUE(isEquipped(iterators.in()));
-    // RETAIN, SYSTEM_ID
+    // RETAIN, USER_ID: nobody gets an id that can be guessed by mistake
     const auto first = servant();
-    const PortableServer::ObjectId_var id = iterators->activate_object(first.in());
+    EXPECT_THROW(iterators->activate_object(first.in()), PortableServer::POA::WrongPolicy);
+    const PortableServer::ObjectId_var id = IteratorServantActivator::activate(iterators.in(), first.in());
     const PortableServer::ServantBase_var found = iterators->id_to_servant(id.in());
     EXPECT_EQ(found.in(), first.in());
-    // IMPLICIT_ACTIVATION, UNIQUE_ID
+    // NO_IMPLICIT_ACTIVATION, UNIQUE_ID
     const auto second = servant();
-    EXPECT_NO_THROW(PortableServer::ObjectId_var(iterators->servant_to_id(second.in())));
-    EXPECT_THROW(iterators->activate_object(first.in()), PortableServer::POA::ServantAlreadyActive);
-    const PortableServer::ObjectId_var own = PortableServer::string_to_ObjectId("own");
-    const auto third = servant();
-    EXPECT_ANY_THROW(iterators->activate_object_with_id(own.in(), third.in()));
+    EXPECT_ANY_THROW(PortableServer::ObjectId_var(iterators->servant_to_id(second.in())));
+    EXPECT_THROW(IteratorServantActivator::activate(iterators.in(), first.in()),
+                 PortableServer::POA::ServantAlreadyActive);
+    top->destroy(true, true);
+}
+
+TEST_F(SessionPoas, GiveEachIteratorAnIdWithTheSessionsToken) {
+    const Source source = makeWithTree();
+    const PortableServer::POA_var top = source->get_POA();
+    const PortableServer::POA_var iterators = child(top.in(), "iterator");
+    std::set<std::string> ids;
+    for (int i = 0; i < 100; ++i) {
+        const auto iterator = servant();
+        const PortableServer::ObjectId_var id =
+            IteratorServantActivator::activate(iterators.in(), iterator.in());
+        ids.emplace(NS_CORBA::octetsOf(id.in()));
+        EXPECT_TRUE(source->token().isIn(NS_CORBA::octetsOf(id.in())));
+    }
+    EXPECT_EQ(ids.size(), 100u);
+    const auto elsewhere = servant();
+    EXPECT_THROW(IteratorServantActivator::activate(agent_.root(), elsewhere.in()),
+                 PortableServer::POA::WrongPolicy);
     top->destroy(true, true);
 }
 
@@ -109,7 +129,8 @@ TEST_F(SessionPoas, HaveASessionPoaThatServesOnlyWhatIsActive) {
     EXPECT_THROW(PortableServer::ServantManager_var(sessions->get_servant_manager()),
                  PortableServer::POA::WrongPolicy);
     const auto implicit = servant();
-    EXPECT_NO_THROW(PortableServer::ObjectId_var(sessions->servant_to_id(implicit.in())));
+    EXPECT_ANY_THROW(PortableServer::ObjectId_var(sessions->servant_to_id(implicit.in())));
+    EXPECT_THROW(sessions->activate_object(implicit.in()), PortableServer::POA::WrongPolicy);
     top->destroy(true, true);
 }
 
@@ -287,9 +308,13 @@ TEST_F(SessionPoas, GiveReferencesWithoutActivatingAnything) {
     ASSERT_TRUE(kelp::orb::describe(agent_.orb(), one.in(), content));
     EXPECT_EQ(content.typeId, "IDL:test/One:1.0");
     const PortableServer::POA_var top = source->get_POA();
+    const PortableServer::ObjectId_var id = source->token().idOf("EMS");
     const CORBA::Object_var third =
-        SessionSource::create_object_reference(top.in(), "EMS", "IDL:test/One:1.0");
+        SessionSource::create_object_reference(top.in(), id.in(), "IDL:test/One:1.0");
     EXPECT_TRUE(one->_is_equivalent(third.in()));
+    const CORBA::Object_var bare =
+        SessionSource::create_object_reference(top.in(), "EMS", "IDL:test/One:1.0");
+    EXPECT_FALSE(one->_is_equivalent(bare.in()));
     const CORBA::Object_var another = source->create_object_reference("ems", "IDL:test/One:1.0");
     EXPECT_FALSE(one->_is_equivalent(another.in()));
 }

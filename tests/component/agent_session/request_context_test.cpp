@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "adapter/iteratoractivator.h"
 #include "adapter/sessionsource.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
@@ -71,7 +72,7 @@ TEST_F(RequestContext, OfACallOnAnIteratorIsItsSession) {
     {
         auto* const iterator = new TestManager(alive);
         iterator->onCall = [this] { seen_.look(); };
-        const PortableServer::ObjectId_var id = poa->activate_object(iterator);
+        const PortableServer::ObjectId_var id = IteratorServantActivator::activate(poa.in(), iterator);
         iterator->_remove_ref();
         const CORBA::Object_var object = poa->id_to_reference(id.in());
         common::CapabilityList_T_var capabilities;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/corbabase/operation_record.h>
+#include <kelp/corbabase/session_token.h>
 
 #include <mtnm/globaldefs.h>
 
@@ -103,7 +104,8 @@ TEST_F(RequestRecording, TellsIteratorsManagersTheFactoryAndTheChannelApart) {
     const PortableServer::POA_var factory = makePersistentPoa(root.in(), manager.in(), "V4800");
     object(std::string(kSession) + "1", "iterator")->ping();
     const PortableServer::POA_var top = makePersistentPoa(root.in(), manager.in(), kSession);
-    wired(top.in(), "ManagedElement")->ping();
+    const std::string token(NS_CORBA::SessionToken::kOctets, 'x');
+    wired(top.in(), "ManagedElement" + token)->ping();
     wired(factory.in(), "EMSSessionFactory")->ping();
     object("notification", "")->ping();
     object("other", "")->ping();

@@ -3,14 +3,24 @@
 #include <kelp/orb/request.h>
 #include <kelp/util/export.h>
 
+#include <exception>
+
 namespace NS_CORBA {
+
+/// A call on a session's object from an address that may not use it. The caller gets NO_PERMISSION.
+class KELP_EXPORT ForeignSessionCall : public std::exception {
+  public:
+    const char* what() const noexcept override;
+};
 
 /// What the agent does with every request before its servant runs; called on the request's thread,
 /// concurrently. The order of the virtual operations is the contract with the agent.
 class KELP_EXPORT RequestInterceptorBase {
   public:
     virtual ~RequestInterceptorBase();
-    /// May throw CORBA::NO_PERMISSION, which the caller gets.
+    /// May throw ForeignSessionCall, or a system exception, which the caller gets. NO_PERMISSION: the
+    /// caller's address may not call at all. After any other the request is recorded as one that reached no
+    /// servant.
     virtual void receive_request(const kelp::orb::RequestInfo* ri) = 0;
     virtual void SetThreadContext(const kelp::orb::RequestInfo* ri) = 0;
 };

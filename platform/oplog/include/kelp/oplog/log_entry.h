@@ -30,6 +30,7 @@ enum class SecurityEvent {
     LogOut,
     RefusedAddress,       ///< a caller from a network that may not call
     RefusedConnection,    ///< a connection was closed for what it brought, or was one too many
+    RefusedPeer,          ///< a call on a session's object from another address than its NMS's
     LockOut,              ///< a user or address was locked out
     UserAdministration,   ///< an account was made, changed or removed
     ConfigurationChange,  ///< the configuration was read again

@@ -11,6 +11,7 @@
 #include <kelp/corbabase/persistent_poa.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
+#include <kelp/orb/orb.h>
 
 #include <ace/Guard_T.h>
 
@@ -18,6 +19,7 @@ namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "corbaagentconfig";
+constexpr const char* kShortKey = "EmsSessionFactory_I";
 
 /// The session factory's object, activated. Nil when its id is taken. Throws CORBA exceptions.
 emsSessionFactory::EmsSessionFactory_I_ptr activateSessionFactory() {
@@ -27,6 +29,18 @@ emsSessionFactory::EmsSessionFactory_I_ptr activateSessionFactory() {
     const CORBA::Object_var object =
         NS_CORBA::get_persistent_ref(poa.in(), EmsSessionFactory_IImpl::Instance(), "EMSSessionFactory");
     return emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
+}
+
+/// The key that clients without a naming service put into a corbaloc. Made twice it is kept once.
+void publishShortKey(CORBA::Object_ptr factory) {
+    const CORBA::ORB_var orb = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetOrb();
+    try {
+        kelp::orb::publishKey(orb.in(), kShortKey, EmsSessionFactory_IImpl::Instance(), factory);
+    } catch (const CORBA::BAD_PARAM&) {
+        tracePoint(kSubject);
+        NS_CORBA::TaDebugWithPara(1, "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] The key %s is in use",
+                                  kShortKey);
+    }
 }
 
 }  // namespace
@@ -41,6 +55,7 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
                 "is nil\n");
             return false;
         }
+        publishShortKey(factory.in());
         const ACE_Guard<ACE_Thread_Mutex> guard(mutex_);
         sessionFactory_ = factory;
         return true;

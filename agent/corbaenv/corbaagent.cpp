@@ -78,6 +78,13 @@ void startMonitor() {
         say("[CorbaAgentFacade::Init] The monitor thread could not be made, the factory is not registered!");
 }
 
+/// For clients without a naming service; those with one do without the file.
+void writeReference() {
+    const emsSessionFactory::EmsSessionFactory_I_var factory =
+        CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
+    base().WriteFactoryReference(factory.in());
+}
+
 /// The start in its order. What fails is traced; what has been started stays for the stop to undo.
 bool start() {
     if (!startTranslator())
@@ -96,6 +103,7 @@ bool start() {
         return false;
     if (NS_CORBA::AgentServer::Activate() == -1)
         return failed("[CorbaAgentFacade::Init] Activate agent server failed!");
+    writeReference();
     NS_CORBA::SuppilerMgr::Instance()->SetCallBack(&supplierCallBack);
     NS_CORBA::SuppilerMgr::Instance()->Start(kSupplierModeConfigured);
     startMonitor();
@@ -165,6 +173,7 @@ void CorbaAgentFacade::ExitThrds() {
     const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::ExitThrds");
     say("===Begin to Exit Threads of Corba...===");
     requestExit();
+    base().RemoveFactoryReference();
 
     const bool bySilence = base().GetSessionReleaseStrategy() == kReleaseBySilence;
     SessionMgr* sessions = SessionMgr::Existing();

@@ -5,6 +5,7 @@
 
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/naming_watch.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/timeouts.h>
@@ -25,6 +26,10 @@ constexpr std::chrono::seconds kCallLimit{2};
 
 NS_CORBA::CorbaBaseAgentConfig& base() {
     return *NS_CORBA::CorbaBaseAgentConfig::Instance();
+}
+
+NS_CORBA::NamingWatch& watch() {
+    return NS_CORBA::NamingWatch::Instance();
 }
 
 std::string textOf(CORBA::Object_ptr reference) {
@@ -57,28 +62,33 @@ NamingMonitor::NamingMonitor(emsSessionFactory::EmsSessionFactory_I_ptr own)
 void NamingMonitor::Round() {
     const bool ssl = base().GetSSLMode() != 0;
     try {
-        if (registered_) {
-            CheckKnownEntry();
-        } else {
-            if (!FindRootContext(ssl))
-                return;
+        // registered, the context is known and works
+        if (registered_ || FindRootContext(ssl))
             CheckEntry();
-        }
+        else
+            watch().Failed("the naming service has no root context");
     } catch (const CosNaming::NamingContext::NotFound& ex) {
         trace(
             "[Monitor Thread] emssessionfactory is not detected in the NamingService! "
             "Now try to register it. error reason:",
             ex);
-        Register();
+        watch().Checked(false);
+        if (!Register())
+            watch().Failed("the session factory could not be bound");
     } catch (const CORBA::SystemException& ex) {
         trace("[Monitor Thread] system exception occured! error reason:", ex);
-        registered_ = false;
+        Fail(ex);
     } catch (const CORBA::Exception& ex) {
         trace("[Monitor Thread] unknown exception occurred! error reason:", ex);
-        registered_ = false;
+        Fail(ex);
     }
     base().UpdateNotifyServiceParams(nullptr);
     base().GetNotifyServiceAddr(notifyHost_, notifyPort_, ssl);
+}
+
+void NamingMonitor::Fail(const CORBA::Exception& reason) {
+    registered_ = false;
+    watch().Failed(kelp::orb::exceptionText(reason));
 }
 
 bool NamingMonitor::FindRootContext(bool ssl) {
@@ -89,9 +99,9 @@ bool NamingMonitor::FindRootContext(bool ssl) {
     const std::string address = AddressOf(host, port, ssl);
     addressTrace_ = "[Monitor Thread] NamingService string is: " + address;
 
-    const CORBA::ORB_var orb = base().GetOrb();
-    const CORBA::Object_var object = kelp::orb::toReference(orb.in(), address);
-    root_ = CosNaming::NamingContext::_narrow(object.in());
+    watch().Begin(textOf(own_.in()));
+    base().ConstructEmsFactoryName(name_);
+    root_ = base().NamingRoot(address);
     if (!CORBA::is_nil(root_.in()))
         return true;
     tracePoint(kSubject);
@@ -100,66 +110,27 @@ bool NamingMonitor::FindRootContext(bool ssl) {
 }
 
 void NamingMonitor::CheckEntry() {
-    base().ConstructEmsFactoryName(name_);
     const CORBA::Object_var entry = root_->resolve(name_);
-    if (IsInvalid(entry.in())) {
-        tracePoint(kSubject);
-        NS_CORBA::TaTrace(
-            "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! "
-            "Now try to re-register it.");
-        Register();
-    } else if (IsOwn(entry.in())) {
-        registered_ = true;
-        spared_.clear();
-    } else {
-        LeaveAlone(textOf(entry.in()));
-    }
-}
-
-void NamingMonitor::CheckKnownEntry() {
-    const CORBA::Object_var entry = root_->resolve(name_);
-    // whatever else stands there now, living or dead, is for the next round's full check
-    if (CORBA::is_nil(entry.in()) || !IsOwn(entry.in()))
-        registered_ = false;
-}
-
-bool NamingMonitor::IsInvalid(CORBA::Object_ptr entry) {
-    if (CORBA::is_nil(entry))
-        return true;
-    if (std::string text = textOf(entry); text != watchedEntry_) {
-        watch_ = kelp::orb::DeathWatch();
-        watchedEntry_ = std::move(text);
-    }
-    // before the type: asking a dead process for it raises
-    if (watch_.isDead(entry, own_.in()))
-        return true;
-    const emsSessionFactory::EmsSessionFactory_I_var factory =
-        emsSessionFactory::EmsSessionFactory_I::_narrow(entry);
-    return CORBA::is_nil(factory.in());
-}
-
-bool NamingMonitor::IsOwn(CORBA::Object_ptr entry) const {
-    return !CORBA::is_nil(own_.in()) &&
-           (entry->_is_equivalent(own_.in()) || textOf(entry) == textOf(own_.in()));
-}
-
-void NamingMonitor::LeaveAlone(const std::string& entry) {
-    if (entry == spared_)
+    const std::string found = textOf(entry.in());
+    registered_ = found == textOf(own_.in());
+    if (registered_) {
+        watch().Checked(true);
         return;
+    }
+    // never called: whoever put it there would learn what we do, or make us call whom he likes
     tracePoint(kSubject);
     NS_CORBA::TaTrace(
-        "[Monitor Thread] the entry in the NamingService is another emssessionfactory, left alone: %s",
-        entry.c_str());
-    spared_ = entry;
+        "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! "
+        "Now try to re-register it.");
+    watch().FoundForeign(found, Register());
 }
 
-void NamingMonitor::Register() {
+bool NamingMonitor::Register() {
     tracePoint(kSubject);
     NS_CORBA::TaTrace("%s", addressTrace_.c_str());
-    // a round that outlasted the stop must not bind again what the stop has withdrawn
-    if (!AgentState::instance().exitRequested)
-        base().RegistEMSFactoryName(own_.in());
     registered_ = false;
+    // a round that outlasted the stop must not bind again what the stop has withdrawn
+    return !AgentState::instance().exitRequested && base().RegistEMSFactoryName(own_.in());
 }
 
 std::string NamingMonitor::AddressOf(const std::string& host, int port, bool ssl) {

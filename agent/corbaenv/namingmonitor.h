@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/orb/corba.h>
-#include <kelp/orb/references.h>
 
 #include <ace/OS_NS_Thread.h>
 #include <cos/CosNaming.h>
@@ -12,12 +11,12 @@
 namespace NS_KELPCORBA {
 
 /// Keeps the session factory bound in the naming service, where NMS look for it (TMF 814 SD1-43): a round
-/// finds out whether the entry is there and alive, and binds the agent's own reference when it is missing or
-/// dead. An entry of another factory that lives is left alone.
+/// resolves its name and binds the agent's own reference when the entry is missing or is not that reference,
+/// octet by octet. What stands there instead is never called, and stands in the security log. What rounds
+/// find is in NS_CORBA::NamingWatch.
 ///
-/// Unregistered, a round goes through a freshly built address and tests the entry; registered, it resolves
-/// the name again in the context it knows and only looks whether the entry is still its own. One object
-/// belongs to one thread, which has a call time-out.
+/// Unregistered, a round goes through a freshly built address; registered, it resolves the name again in the
+/// context it knows. One object belongs to one thread, which has a call time-out.
 class NamingMonitor {
   public:
     /// Keeps a duplicate of the agent's own reference.
@@ -40,11 +39,9 @@ class NamingMonitor {
   private:
     bool FindRootContext(bool ssl);
     void CheckEntry();
-    void CheckKnownEntry();
-    bool IsInvalid(CORBA::Object_ptr entry);
-    bool IsOwn(CORBA::Object_ptr entry) const;
-    void LeaveAlone(const std::string& entry);
-    void Register();
+    /// True when the own reference is bound now.
+    bool Register();
+    void Fail(const CORBA::Exception& reason);
 
     emsSessionFactory::EmsSessionFactory_I_var own_;
     CosNaming::NamingContext_var root_;
@@ -53,9 +50,6 @@ class NamingMonitor {
     std::string notifyHost_;
     int notifyPort_ = 0;
     bool registered_ = false;
-    kelp::orb::DeathWatch watch_;
-    std::string watchedEntry_;  ///< text of the entry that watch_ counts for
-    std::string spared_;        ///< text of the foreign entry that was traced last
 };
 
 }  // namespace NS_KELPCORBA

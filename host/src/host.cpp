@@ -2,12 +2,12 @@
 
 #include "admin/admin_server.h"
 #include "admin/consumer_requests.h"
+#include "admin/naming_requests.h"
 #include "audit_use.h"
 #include "certificate_watch.h"
 #include "exit_codes.h"
 #include "installation.h"
-#include "naming_supervisor.h"
-#include "naming_tls_renewal.h"
+#include "naming_settings.h"
 #include "service_manager.h"
 #include "signal_watch.h"
 #include "start_failure.h"
@@ -21,6 +21,7 @@
 #include <kelp/bundlemgr/error_catalogue.h>
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/core_dumps.h>
@@ -120,24 +121,15 @@ class CatalogueUse {
     NS_BUNDLEMGR1::ErrorCatalogue catalogue_;
 };
 
-/// The naming service, if it is to be a child of this process.
-class NamingUse {
-  public:
-    NamingUse() {
-        if (!ConfigStore::instance().flag("naming.embedded"))
-            return;
-        std::string whyNot;
-        const NamingSettings settings = configuredNaming();
-        if (!supervisor_.emplace(settings).start(whyNot))
-            throw StartFailure{kNamingServiceError, whyNot};
-        if (settings.tls)
-            tlsRenewal_.emplace(*supervisor_);
-    }
-
-  private:
-    std::optional<NamingSupervisor> supervisor_;
-    std::optional<NamingTlsRenewal> tlsRenewal_;
-};
+/// Has the ORB that a bundle starts serve the naming service, if it is to be embedded.
+void prepareNaming() {
+    const bool isEmbedded = ConfigStore::instance().flag("naming.embedded");
+    NS_CORBA::CorbaBaseAgentConfig::Instance()->EmbedNamingService(isEmbedded);
+    // the ORB would only say that it cannot listen
+    std::string whyNot;
+    if (isEmbedded && !namingPortsAreFree(whyNot))
+        throw StartFailure{kNamingServiceError, whyNot};
+}
 
 /// The bundles, and what works for them after they have stopped.
 class BundlesUse {
@@ -179,7 +171,8 @@ class AdminUse {
   public:
     AdminUse()
         : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)),
-          consumers_(admin::Registry::instance().enter("GET", "/consumers", tellConsumers)) {
+          consumers_(admin::Registry::instance().enter("GET", "/consumers", tellConsumers)),
+          naming_(admin::Registry::instance().enter("GET", "/naming", tellNaming)) {
         const admin::Address address = admin::configuredAddress();
         try {
             server_.emplace(address);
@@ -208,6 +201,7 @@ class AdminUse {
 
     admin::Registration health_;
     admin::Registration consumers_;
+    admin::Registration naming_;
     std::optional<AdminServer> server_;
 };
 
@@ -226,10 +220,17 @@ void reloadConfiguration() {
     NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
 }
 
+/// An embedded naming service answers once the bundle that starts the ORB has started.
+bool isNamingServed() {
+    return !ConfigStore::instance().flag("naming.embedded") ||
+           NS_CORBA::CorbaBaseAgentConfig::Instance()->IsNamingServiceEmbedded();
+}
+
 void runUntilStopped(SignalWatch& signals) {
-    trace(__LINE__, "the naming service is at " + configuredNamingAddress());
+    const std::string address = isNamingServed() ? configuredNamingAddress() : "nowhere: no bundle serves it";
+    trace(__LINE__, "the naming service is at " + address);
     trace(__LINE__, "kelpd is ready");
-    tellReady("ready, naming service at " + configuredNamingAddress());
+    tellReady("ready, naming service at " + address);
     while (signals.next() == SignalWatch::Event::Reload)
         reloadConfiguration();
     tellStopping();
@@ -253,7 +254,7 @@ class CertificateUse {
 void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) {
     const AuditUse audit(configFile);
     const CatalogueUse catalogue(configFile);
-    const NamingUse naming;
+    prepareNaming();
     const BundlesUse bundles;
     const AdminUse adminInterface;
     const CertificateUse certificate;

@@ -23,9 +23,9 @@ void PrintTo(const Target& target, std::ostream* out) {
 }
 
 constexpr Target kTargets[] = {
-    {"arguments", fuzzArguments},    {"configuration", fuzzConfiguration}, {"framing", fuzzFraming},
-    {"networks", fuzzNetworks},      {"peer_address", fuzzPeerAddress},    {"reference", fuzzReference},
-    {"tagged_text", fuzzTaggedText}, {"time_text", fuzzTimeText},
+    {"arguments", fuzzArguments}, {"configuration", fuzzConfiguration}, {"framing", fuzzFraming},
+    {"naming", fuzzNaming},       {"networks", fuzzNetworks},           {"peer_address", fuzzPeerAddress},
+    {"reference", fuzzReference}, {"tagged_text", fuzzTaggedText},      {"time_text", fuzzTimeText},
 };
 
 void feed(const Target& target, const std::string& bytes) {

@@ -32,6 +32,8 @@ void fuzzArguments(Input input);
 void fuzzConfiguration(Input input);
 /// What a client sends, behind four octets that say who sends it and in which parts it arrives.
 void fuzzFraming(Input input);
+/// Calls of an NMS to the naming service: the context's object id in the first line, then a name.
+void fuzzNaming(Input input);
 /// A list of networks, one a line.
 void fuzzNetworks(Input input);
 /// The transport's text for a peer; also the text as the host of one.

@@ -29,6 +29,9 @@ void addConsumersCommand(CLI::App& app, const GlobalOptions& options);
 /// `kelpctl health`: the running host and its logs. `options` must outlive the parsing.
 void addHealthCommand(CLI::App& app, const GlobalOptions& options);
 
+/// `kelpctl naming`: where the session factory is found. `options` must outlive the parsing.
+void addNamingCommand(CLI::App& app, const GlobalOptions& options);
+
 /// `kelpctl oplog` and `kelpctl audit`: the operation log and the security log. `options` must outlive the
 /// parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);

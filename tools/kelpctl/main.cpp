@@ -54,6 +54,7 @@ int run(int argc, char** argv) {
     addStormCommand(app, options);
     addConsumersCommand(app, options);
     addHealthCommand(app, options);
+    addNamingCommand(app, options);
     addLogCommands(app, options);
     addInventoryCommands(app, options);
     try {

@@ -1,9 +1,11 @@
 #include "config_checks.h"
 
 #include <kelp/util/host_name.h>
+#include <kelp/util/naming_path.h>
 #include <kelp/util/trace_log.h>
 
 #include "config_document.h"
+#include "config_naming.h"
 #include "network_text.h"
 
 #include <unistd.h>
@@ -126,6 +128,12 @@ void checkNaming(ConfigDocument& document) {
         document.addProblem(
             "naming.ssl_port",
             "must name a port: the naming service is reached over TLS, since tls.mode is not 0");
+    for (const std::string& problem : problemsOfAliases(
+             textsOf(document, "naming.aliases"),
+             kelp::util::factoryPath(textOf(document, "ems.name"), textOf(document, "ems.version"))))
+        document.addProblem("naming.aliases", problem);
+    if (const std::string problem = problemOfIorFile(textOf(document, "naming.ior_file")); !problem.empty())
+        document.addProblem("naming.ior_file", problem);
 }
 
 void checkNotification(ConfigDocument& document) {

@@ -134,11 +134,27 @@ std::vector<ConfigKey> serviceKeys() {
                    "Port of the naming service. While it is embedded a change needs a restart."),
         integerKey("naming", "ssl_port", 0, 0, kPortMax, Change::AtReload,
                    "Port of the naming service for TLS; 0 for none."),
-        flagKey("naming", "embedded", true, restart,
-                "Run a naming service as a child of this process; false uses the one at host and port."),
-        textKey(
-            "naming", "data_dir", "", {}, restart,
-            "Folder where the embedded naming service keeps its bindings; empty: below the state directory."),
+        flagKey(
+            "naming", "embedded", true, restart,
+            "Serve the naming service inside this process, for others to read only; false uses the one at "
+            "host and port."),
+        textsKey(
+            "naming", "aliases", {}, {}, Change::AtReload,
+            "Further paths under which the embedded naming service shows the session factory, each as "
+            "\"id.kind/id.kind\" with '/', '.' and '\\' inside an id or a kind escaped by a '\\'. In single "
+            "quotes a '\\' stands for itself. At most 100, of at most 32 components and 1024 characters."),
+        textKey("naming", "ior_file", "", {}, restart,
+                "File that holds the session factory's reference (IOR) while the host runs; empty: none."),
+        integerKey("naming", "list_max", 1000, 1, 100000, Change::AtReload,
+                   "Most entries in one reply of the embedded naming service; the rest comes through an "
+                   "iterator."),
+        integerKey("naming", "iterators_per_address", 10, 1, 10000, Change::AtReload,
+                   "Open iterators of the embedded naming service for one caller's address; one more closes "
+                   "that address's oldest."),
+        integerKey("naming", "iterators_max", 200, 1, 100000, Change::AtReload,
+                   "Open iterators of the embedded naming service in all; one more closes the oldest."),
+        secondsKey("naming", "iterator_idle_s", 120, Change::AtReload,
+                   "Seconds after its last use that an iterator of the embedded naming service ends."),
 
         textKey("notification", "mode", "embedded", {"embedded", "external"}, restart,
                 "The notification channel: inside this process, or that of a CosNotification service "

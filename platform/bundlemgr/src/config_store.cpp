@@ -48,9 +48,10 @@ void traceKept(const ConfigDocument& read, const std::string& key) {
 bool staysUntilRestart(const ConfigKey& key, const ConfigDocument& running) {
     if (key.isAgentOption())
         return false;
+    const std::string name = key.name();
+    const bool isNamingAddress = name == "naming.host" || name == "naming.port" || name == "naming.ssl_port";
     // The embedded naming service stays where it was started.
-    return key.needsRestart ||
-           (key.table == "naming" && std::get<bool>(running.values.at("naming.embedded")));
+    return key.needsRestart || (isNamingAddress && std::get<bool>(running.values.at("naming.embedded")));
 }
 
 std::string optionText(const ConfigDocument& document, const std::string& key) {

@@ -2,6 +2,7 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/orb.h>
 
+#include "embedded_naming.h"
 #include "orb_life.h"
 
 namespace NS_CORBA {
@@ -34,6 +35,7 @@ int AgentServer::Activate() {
             TaTrace("[AgentServer::Activate] There is no ORB!");
             return -1;
         }
+        EmbeddedNaming::instance().letCallersThrough();
         kelp::orb::letCallersThrough(manager.in());
         OrbLife::instance().adapter().admit();
         return 0;
@@ -60,6 +62,7 @@ void AgentServer::Discard() {
 }
 
 void AgentServer::ShutDown() {
+    EmbeddedNaming::instance().stop();
     if (OrbLife::instance().shutdown(kShutDownLimit))
         return;
     GetTss()->Set(kFile, "unknown", __LINE__);

@@ -4,8 +4,10 @@
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/request.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/util/shown_file.h>
 
 #include "base_settings.h"
+#include "embedded_naming.h"
 #include "gate_policy.h"
 #include "manager_registry.h"
 #include "naming_registration.h"
@@ -90,6 +92,8 @@ struct CorbaBaseAgentConfig::State {
     GatePolicy gatePolicy{access};
     ManagerRegistry managers;
     NamingRegistration registration;
+    std::mutex referenceMutex;
+    kelp::util::ShownFile referenceFile;  // guarded by referenceMutex
     ServiceLocation naming{"naming"};
     ServiceLocation notification{"notification"};
     TlsRenewal tlsRenewal;
@@ -100,6 +104,7 @@ struct CorbaBaseAgentConfig::State {
     }
 
     bool startOrb();
+    static bool startNaming();
 };
 
 CorbaBaseAgentConfig::CorbaBaseAgentConfig() : state_(std::make_unique<State>()) {}
@@ -150,12 +155,25 @@ bool CorbaBaseAgentConfig::State::startOrb() {
         return refused("The ORB cannot listen on " + listenText(*options) + ": " +
                        kelp::orb::exceptionText(failure));
     }
+    if (!startNaming())
+        return false;
     if (options->tlsListen.empty())
         tlsRenewal.stop();
     else
         tlsRenewal.start();
     session.publish(settings);
     return true;
+}
+
+bool CorbaBaseAgentConfig::State::startNaming() {
+    try {
+        const CORBA::ORB_var orb = OrbLife::instance().orb();
+        const PortableServer::POA_var root = OrbLife::instance().rootPoa();
+        EmbeddedNaming::instance().start(orb.in(), root.in());
+        return true;
+    } catch (const CORBA::Exception& failure) {
+        return refused("The embedded naming service cannot start: " + kelp::orb::exceptionText(failure));
+    }
 }
 
 void CorbaBaseAgentConfig::ReleaseOrb() {
@@ -308,6 +326,20 @@ void CorbaBaseAgentConfig::GetNotifyServiceAddr(std::string& host, int& port, bo
     state_->notification.get(host, port, ssl);
 }
 
+void CorbaBaseAgentConfig::EmbedNamingService(bool embed) {
+    EmbeddedNaming::instance().want(embed);
+}
+
+bool CorbaBaseAgentConfig::IsNamingServiceEmbedded() const {
+    const CosNaming::NamingContext_var root = EmbeddedNaming::instance().root();
+    return !CORBA::is_nil(root.in());
+}
+
+CosNaming::NamingContext_ptr CorbaBaseAgentConfig::NamingRoot(const std::string& address) const {
+    const CORBA::ORB_var orb = GetOrb();
+    return namingRoot(orb.in(), address);
+}
+
 void CorbaBaseAgentConfig::ConstructEmsFactoryName(CosNaming::Name& name) const {
     constructFactoryName(EmsName(), IDLVersion(), name);
 }
@@ -348,6 +380,33 @@ void CorbaBaseAgentConfig::UnRegistEMSFactoryName() {
         GetTss()->Set(kFile, "unknown", __LINE__);
         TaTrace("[CorbaBaseAgentConfig::UnRegistEMSFactoryName] %s!", failure.what());
     }
+}
+
+bool CorbaBaseAgentConfig::WriteFactoryReference(CORBA::Object_ptr factory) {
+    std::string whyNot;
+    try {
+        const std::string file = config().text("naming.ior_file");
+        if (file.empty())
+            return true;
+        const CORBA::ORB_var orb = GetOrb();
+        const CORBA::String_var reference = orb->object_to_string(factory);
+        const std::lock_guard guard(state_->referenceMutex);
+        whyNot = state_->referenceFile.show(file, std::string(reference.in()) + "\n");
+    } catch (const CORBA::Exception& failure) {
+        whyNot = kelp::orb::exceptionText(failure);
+    } catch (const std::exception& failure) {
+        whyNot = failure.what();
+    }
+    if (whyNot.empty())
+        return true;
+    GetTss()->Set(kFile, "unknown", __LINE__);
+    TaTrace("[CorbaBaseAgentConfig::WriteFactoryReference] naming.ior_file: %s!", whyNot.c_str());
+    return false;
+}
+
+void CorbaBaseAgentConfig::RemoveFactoryReference() {
+    const std::lock_guard guard(state_->referenceMutex);
+    state_->referenceFile.remove();
 }
 
 }  // namespace NS_CORBA

@@ -2,6 +2,13 @@
 
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/tls_settings.h>
+#include <kelp/orb/references.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "embedded_naming.h"
 
 namespace NS_CORBA {
 
@@ -48,6 +55,27 @@ kelp::orb::GateLimits readGateLimits() {
     return limits;
 }
 
+std::string hostOf(const std::string& address) {
+    return address.substr(0, address.rfind(':'));
+}
+
+/// True when whoever calls `address` is served by a listener at `listen`.
+bool covers(const std::string& listen, const std::string& address) {
+    const std::string host = hostOf(listen);
+    const bool isWildcard = host.empty() || host == "0.0.0.0" || host == "[::]";
+    return listen == address ||
+           (isWildcard && listen.substr(host.size()) == address.substr(hostOf(address).size()));
+}
+
+/// Where the embedded naming service is served, unless a listener is there anyway.
+std::vector<std::string> namingListen(const char* portKey, const std::vector<std::string>& listen) {
+    const std::string address = kelp::orb::hostAndPort(
+        {config().text("naming.host"), static_cast<std::uint16_t>(config().integer(portKey)), false});
+    const bool isServed = std::any_of(listen.begin(), listen.end(),
+                                      [&](const std::string& each) { return covers(each, address); });
+    return isServed ? std::vector<std::string>() : std::vector<std::string>{address};
+}
+
 }  // namespace
 
 SessionSettings readSessionSettings() {
@@ -67,6 +95,12 @@ std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot) {
         options.listen = {config().text("orb.listen")};
     if (tlsMode != 0 && !readTlsOptions(options, whyNot))
         return std::nullopt;
+    if (EmbeddedNaming::instance().isWanted()) {
+        if (tlsMode != kTlsOnly)
+            options.keyListen = namingListen("naming.port", options.listen);
+        if (tlsMode != 0)
+            options.tlsKeyListen = namingListen("naming.ssl_port", options.tlsListen);
+    }
     options.publish = config().text("orb.publish");
     options.threadsMax = static_cast<unsigned>(config().integer("orb.threads_max"));
     options.messageBytesMax = static_cast<std::size_t>(config().integer("orb.message_bytes_max"));
@@ -79,10 +113,14 @@ std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot) {
 
 std::string listenText(const kelp::orb::OrbOptions& options) {
     std::string text;
-    for (const std::string& address : options.listen)
-        text += (text.empty() ? "" : ", ") + address;
-    for (const std::string& address : options.tlsListen)
-        text += (text.empty() ? "" : ", ") + address + " (TLS)";
+    const auto add = [&text](const std::vector<std::string>& addresses, const char* what) {
+        for (const std::string& address : addresses)
+            text += (text.empty() ? "" : ", ") + address + what;
+    };
+    add(options.listen, "");
+    add(options.tlsListen, " (TLS)");
+    add(options.keyListen, " (naming service)");
+    add(options.tlsKeyListen, " (naming service, TLS)");
     return text;
 }
 

@@ -4,8 +4,12 @@
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/util/naming_path.h>
 
 #include <algorithm>
+#include <string_view>
+
+#include "embedded_naming.h"
 
 namespace NS_CORBA {
 
@@ -13,11 +17,6 @@ namespace {
 
 constexpr const char* kFile = "namingregistration";
 constexpr std::chrono::seconds kCallLimit{2};
-
-CosNaming::NamingContext_ptr rootContext(CORBA::ORB_ptr orb, const std::string& address) {
-    const CORBA::Object_var object = kelp::orb::toReference(orb, address);
-    return CosNaming::NamingContext::_narrow(object.in());
-}
 
 /// The first `length` components as "id.kind / id.kind".
 std::string pathText(const CosNaming::Name& name, CORBA::ULong length) {
@@ -71,6 +70,13 @@ void rebindMakingContexts(CosNaming::NamingContext_ptr root, const CosNaming::Na
     root->rebind(name, object);
 }
 
+/// Of the same octets: a reference that leads to the same object by one more address is another one.
+bool isSameReference(CORBA::ORB_ptr orb, CORBA::Object_ptr one, CORBA::Object_ptr other) {
+    const CORBA::String_var oneText = orb->object_to_string(one);
+    const CORBA::String_var otherText = orb->object_to_string(other);
+    return std::string_view(oneText.in()) == otherText.in();
+}
+
 void traceNotFound(const char* what, const CosNaming::Name& name,
                    const CosNaming::NamingContext::NotFound& notFound) {
     const CORBA::ULong rest = std::min(notFound.rest_of_name.length(), name.length());
@@ -79,14 +85,22 @@ void traceNotFound(const char* what, const CosNaming::Name& name,
             reasonText(notFound.why));
 }
 
-void appendComponent(CosNaming::Name& name, const std::string& id, const char* kind) {
+void appendComponent(CosNaming::Name& name, const std::string& id, const std::string& kind) {
     const CORBA::ULong at = name.length();
     name.length(at + 1);
     name[at].id = CORBA::string_dup(id.c_str());
-    name[at].kind = CORBA::string_dup(kind);
+    name[at].kind = CORBA::string_dup(kind.c_str());
 }
 
 }  // namespace
+
+CosNaming::NamingContext_ptr namingRoot(CORBA::ORB_ptr orb, const std::string& address) {
+    CosNaming::NamingContext_var embedded = EmbeddedNaming::instance().root();
+    if (!CORBA::is_nil(embedded.in()))
+        return embedded._retn();
+    const CORBA::Object_var object = kelp::orb::toReference(orb, address);
+    return CosNaming::NamingContext::_narrow(object.in());
+}
 
 bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address, const CosNaming::Name& name,
                               CORBA::Object_ptr factory) {
@@ -99,7 +113,7 @@ bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address, co
     }
     const kelp::orb::ScopedThreadTimeout bounded(kCallLimit);
     try {
-        const CosNaming::NamingContext_var root = rootContext(orb, address);
+        const CosNaming::NamingContext_var root = namingRoot(orb, address);
         if (CORBA::is_nil(root.in())) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaTrace("%s %s is no naming context.", kWhat, address.c_str());
@@ -133,11 +147,11 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
         return;
     const kelp::orb::ScopedThreadTimeout bounded(kCallLimit);
     try {
-        const CosNaming::NamingContext_var root = rootContext(orb, address);
+        const CosNaming::NamingContext_var root = namingRoot(orb, address);
         if (CORBA::is_nil(root.in()))
             return;
         const CORBA::Object_var entry = root->resolve(name);
-        if (CORBA::is_nil(entry.in()) || !entry->_is_equivalent(bound.in())) {
+        if (CORBA::is_nil(entry.in()) || !isSameReference(orb, entry.in(), bound.in())) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaTrace(
                 "[CorbaBaseAgentConfig::UnRegistEMSFactoryName] The entry is another factory's and stays: %s",
@@ -154,15 +168,9 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
 }
 
 void constructFactoryName(const std::string& emsName, const std::string& version, CosNaming::Name& name) {
-    const std::string company = emsName.substr(0, emsName.find_first_of("/:"));
-    std::string versionId = version;
-    std::replace(versionId.begin(), versionId.end(), '.', '_');
     name.length(0);
-    appendComponent(name, "TMF_MTNM", "Class");
-    appendComponent(name, company, "Vendor");
-    appendComponent(name, emsName, "EmsInstance");
-    appendComponent(name, versionId, "Version");
-    appendComponent(name, emsName, "EmsSessionFactory_I");
+    for (const kelp::util::NamingComponent& component : kelp::util::factoryPath(emsName, version))
+        appendComponent(name, component.id, component.kind);
 }
 
 }  // namespace NS_CORBA

@@ -26,6 +26,11 @@ class NamingRegistration {
     CORBA::Object_var bound_;
 };
 
+/// The root context to register in: that of the embedded naming service, for calls inside the process, while
+/// it runs, else that of the service at `address` (a corbaloc text). Nil when there is something else. Throws
+/// CORBA exceptions; the caller owns the result.
+CosNaming::NamingContext_ptr namingRoot(CORBA::ORB_ptr orb, const std::string& address);
+
 /// The naming path of a session factory (TMF 814 SD1-43): contexts Class, Vendor, EmsInstance and Version,
 /// and the object.
 void constructFactoryName(const std::string& emsName, const std::string& version, CosNaming::Name& name);

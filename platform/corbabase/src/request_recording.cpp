@@ -5,8 +5,11 @@
 #include <kelp/corbabase/session_callers.h>
 #include <kelp/corbabase/trace.h>
 
+#include <algorithm>
+#include <array>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <mtnm/globaldefs.h>
@@ -24,6 +27,11 @@ using kelp::orb::RequestInfo;
 
 constexpr const char* kFile = "requestrecording";
 constexpr const char* kFactoryId = "EMSSessionFactory";
+/// Well-known keys stand alone, outside every POA below the root.
+constexpr const char* kFactoryKey = "EmsSessionFactory_I";
+constexpr std::array<std::string_view, 3> kNamingKeys = {"NameService", "DefaultNamingContext",
+                                                         "NamingContextExt"};
+constexpr const char* kNamingPoa = "naming";
 constexpr const char* kChannelPoa = "notification";
 
 /// One entry a request in hand: whether its record is wanted.
@@ -34,6 +42,13 @@ std::vector<char>& scopes() {
 
 /// Whether a request's object id is known to be one that its session gave out.
 enum class Id { IsGenuine, MayBeGuessed };
+
+ObjectKind kindOfKey(const std::string& key) {
+    if (key == kFactoryKey)
+        return ObjectKind::Factory;
+    const bool isNaming = std::find(kNamingKeys.begin(), kNamingKeys.end(), key) != kNamingKeys.end();
+    return isNaming ? ObjectKind::Naming : ObjectKind::Unknown;
+}
 
 /// What a session's POA tree, or another of the EMS, keeps where. Never the secret in an object id.
 void tellTarget(const RequestInfo& request, Id id, OperationRecord& record) {
@@ -46,6 +61,10 @@ void tellTarget(const RequestInfo& request, Id id, OperationRecord& record) {
             record.objectKind = ObjectKind::Factory;
         else if (top == kChannelPoa)
             record.objectKind = ObjectKind::Channel;
+        else if (top == kNamingPoa)
+            record.objectKind = ObjectKind::Naming;
+        else if (top.empty())
+            record.objectKind = kindOfKey(request.objectId());
         else
             record.object = top;
     } else if (child == "session") {

@@ -80,6 +80,8 @@ std::string textOf(SecurityEvent event) {
             return "configuration";
         case SecurityEvent::TooManyRequests:
             return "too-many-requests";
+        case SecurityEvent::NamingChange:
+            return "naming";
     }
     return "";
 }
@@ -94,6 +96,8 @@ const char* wordOf(ObjectKind kind) {
             return "session";
         case ObjectKind::Manager:
             return "manager";
+        case ObjectKind::Naming:
+            return "naming";
         case ObjectKind::Channel:
             return "channel";
         case ObjectKind::Iterator:

@@ -4,6 +4,10 @@
 
 #include "naming_fixture.h"
 
+#include <gmock/gmock.h>
+#include <kelp/corbabase/naming_watch.h>
+
+#include "component/corbabase/open_logs.h"
 #include "support/tcp_peers.h"
 
 namespace kelp::test {
@@ -76,55 +80,85 @@ TEST_F(NamingEntry, ThatIsNoFactoryIsReplacedWithinOneRound) {
     EXPECT_EQ(trace_.count(kInvalid), 1u);
 }
 
-TEST_F(NamingEntry, OfAnotherLiveFactoryIsLeftAloneAndTracedOnce) {
+TEST_F(NamingEntry, OfAnotherLiveFactoryIsReplacedWithinOneRoundWithoutACallToIt) {
     registerOwn();
     const LiveObject other = activateOtherFactory();
     entry_.rebind(other.reference.in());
-    round(4);
-    EXPECT_TRUE(entry_.leadsTo(other.reference.in()));
-    EXPECT_FALSE(monitor_->IsRegistered());
-    EXPECT_EQ(trace_.count(kLeftAlone), 1u);
-    EXPECT_FALSE(trace_.contains(kInvalid));
-}
-
-TEST_F(NamingEntry, OfAnotherFactoryIsReplacedWithinOneRoundAfterItsDeath) {
-    registerOwn();
-    const LiveObject other = activateOtherFactory();
-    entry_.rebind(other.reference.in());
-    round(2);
-    deactivate(other);
+    const int callsBefore = everybody_.requests;
     round();
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
+    EXPECT_FALSE(monitor_->IsRegistered());
+    EXPECT_EQ(trace_.count(kInvalid), 1u);
     round();
     EXPECT_TRUE(monitor_->IsRegistered());
+    EXPECT_EQ(everybody_.requests, callsBefore);
 }
 
-TEST_F(NamingEntry, OfAHungProcessIsReplacedByTheThirdRoundThatGetsNoAnswer) {
+TEST_F(NamingEntry, OfAnotherLiveFactoryIsReplacedByTheFirstRoundToo) {
+    registerOwn();
+    const LiveObject other = activateOtherFactory();
+    entry_.rebind(other.reference.in());
+    NS_KELPCORBA::NamingMonitor later(own_.in());
+    later.Round();
+    EXPECT_TRUE(entry_.leadsTo(own_.in()));
+}
+
+TEST_F(NamingEntry, ThatOffersOneMoreAddressForTheOwnKeyIsReplaced) {
+    registerOwn();
+    const CORBA::Object_var extended = referenceTo(withAlternateAddress(own_.in(), "10.9.9.9", 666));
+    EXPECT_TRUE(extended->_is_equivalent(own_.in())) << "to the ORB it is the same object";
+    entry_.rebind(extended.in());
+    round();
+    EXPECT_TRUE(entry_.leadsTo(own_.in()));
+    const NS_CORBA::NamingEntryState state = NS_CORBA::NamingWatch::Instance().State();
+    EXPECT_THAT(state.foreign, testing::HasSubstr("10.9.9.9:666"));
+}
+
+TEST_F(NamingEntry, OfAHungProcessIsReplacedAtOnce) {
     registerOwn();
     const DeafListener hung;
     const CORBA::Object_var reference = referenceTo(hung.corbaloc());
     entry_.rebind(reference.in());
-    round();  // sees that the entry is no longer its own
-    round(2);
-    EXPECT_TRUE(entry_.leadsTo(reference.in()));
     round();
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
-    EXPECT_EQ(trace_.count(kInvalid), 1u);
 }
 
-TEST_F(NamingEntry, OfOneHungProcessAfterAnotherIsCountedAnew) {
+TEST_F(NamingEntry, ThatIsFoughtOverIsBoundOnceARoundAndRecordedOnce) {
+    const TemporaryDirectory folder;
+    configure(withNamingPort(names_.port()) + OpenLogs::toml(folder));
+    const OpenLogs logs(folder);
     registerOwn();
-    const DeafListener first;
-    const DeafListener second;
-    const CORBA::Object_var firstReference = referenceTo(first.corbaloc());
-    const CORBA::Object_var secondReference = referenceTo(second.corbaloc());
-    entry_.rebind(firstReference.in());
-    round(3);
-    entry_.rebind(secondReference.in());
-    round(2);
-    EXPECT_TRUE(entry_.leadsTo(secondReference.in()));
+    const LiveObject other = activateOtherFactory();
+    const std::uint64_t before = NS_CORBA::NamingWatch::Instance().State().replaced;
+    for (int i = 0; i < 10; ++i) {
+        entry_.rebind(other.reference.in());
+        round();
+        EXPECT_TRUE(entry_.leadsTo(own_.in()));
+    }
+    EXPECT_EQ(NS_CORBA::NamingWatch::Instance().State().replaced, before + 10);
+    const std::vector<oplog::LogEntry> records = logs.security();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].operation, "naming");
+    EXPECT_EQ(records[0].outcome, "foreign entry");
+    EXPECT_THAT(records[0].detail, testing::HasSubstr("the entry led to 127.1:"));
+}
+
+TEST_F(NamingEntry, IsShownToTheOperator) {
+    const NS_CORBA::NamingWatch& watch = NS_CORBA::NamingWatch::Instance();
+    registerOwn();
+    EXPECT_TRUE(watch.State().isOurs);
+    EXPECT_TRUE(watch.State().checked);
+    const CORBA::ORB_var itsOrb = base().GetOrb();
+    const CORBA::String_var own = itsOrb->object_to_string(own_.in());
+    EXPECT_EQ(watch.State().reference, own.in());
+    names_.kill();
     round();
-    EXPECT_TRUE(entry_.leadsTo(own_.in()));
+    EXPECT_FALSE(watch.State().isOurs);
+    EXPECT_NE(watch.State().failure, "");
+    names_.restartEmpty();
+    round(2);
+    EXPECT_TRUE(watch.State().isOurs);
+    EXPECT_EQ(watch.State().failure, "");
 }
 
 TEST_F(NamingEntry, ThatWasRemovedIsMadeAgainWithinOneRound) {
@@ -136,16 +170,6 @@ TEST_F(NamingEntry, ThatWasRemovedIsMadeAgainWithinOneRound) {
     EXPECT_EQ(trace_.count(kNotDetected), 1u);
     round();
     EXPECT_TRUE(monitor_->IsRegistered());
-}
-
-TEST_F(NamingEntry, ThatWasOverwrittenByADeadOneIsReplacedWithinTwoRounds) {
-    registerOwn();
-    const CORBA::Object_var dead =
-        referenceTo("corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/EMSSessionFactory");
-    entry_.rebind(dead.in());
-    round(2);
-    EXPECT_TRUE(entry_.leadsTo(own_.in()));
-    EXPECT_EQ(trace_.count(kInvalid), 1u);
 }
 
 TEST_F(NamingEntry, ThatIsTheAgentsOwnIsResolvedOnlyWhileRegistered) {

@@ -20,6 +20,7 @@
 #include "support/omninames.h"
 #include "support/trace_capture.h"
 #include "support/wire_reference.h"
+#include "unit/orb/hand_made_reference.h"
 
 namespace kelp::test {
 
@@ -144,6 +145,20 @@ class MonitorFixture : public testing::Test {
         const PortableServer::POA_var root = base().GetRootPoa();
         root->deactivate_object(object.id.in());
     }
+    /// A reference to the same object that names one more address for it.
+    static std::string withAlternateAddress(CORBA::Object_ptr object, const std::string& host,
+                                            unsigned port) {
+        const CORBA::ORB_var itsOrb = base().GetOrb();
+        orb::ReferenceContent content;
+        if (!orb::describe(itsOrb.in(), object, content))
+            throw std::runtime_error("not a reference of this ORB");
+        Iiop iiop;
+        iiop.host = content.endpoints.front().host;
+        iiop.port = content.endpoints.front().port;
+        iiop.key = content.objectKey;
+        iiop.components = {alternateAddress(host, port)};
+        return hexReference(referenceBytes({{0, iiopProfile(iiop)}}, content.typeId));
+    }
     static CORBA::Object_ptr referenceTo(const std::string& corbaloc) {
         const CORBA::ORB_var itsOrb = base().GetOrb();
         return orb::toReference(itsOrb.in(), corbaloc);
@@ -164,7 +179,4 @@ inline constexpr const char* kNotDetected =
 inline constexpr const char* kInvalid =
     "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! Now try to re-register it.";
 inline constexpr const char* kSystemException = "[Monitor Thread] system exception occured! error reason:";
-inline constexpr const char* kLeftAlone =
-    "[Monitor Thread] the entry in the NamingService is another emssessionfactory, left alone: ";
-
 }  // namespace kelp::test

@@ -256,6 +256,20 @@ TEST_F(Hook, SeesWhereARequestGoes) {
     }
 }
 
+TEST_F(Hook, SeesTheWellKnownKeyThatARequestGoesTo) {
+    std::vector<std::string> seen;
+    hook_.onDispatching = [&](const RequestInfo& request) {
+        seen = {request.topPoaName(), request.childPoaName(), request.objectId()};
+    };
+    SessionObject session(orb_);
+    kelp::orb::publishKey(orb_.orb(), "Key", &session.servant(), session.inProcess());
+    const CORBA::Object_var byKey = orb_.overTheWireByKey("Key");
+    EXPECT_FALSE(byKey->_non_existent());
+    EXPECT_THAT(seen, ElementsAre("", "", "Key"));
+    session.remote()->ping();
+    EXPECT_THAT(seen, ElementsAre("", "", "")) << "an object of the root POA has no key of its own";
+}
+
 TEST_F(Hook, DoesNotSeeCallsInsideTheProcess) {
     SessionObject session(orb_);
     session.inProcess()->ping();

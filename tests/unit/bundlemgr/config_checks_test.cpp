@@ -212,6 +212,62 @@ TEST(ConfigChecks, EmbeddedNamingServiceIsOnThisMachine) {
                 ElementsAre(HasSubstr("must be a host that can be called")));
 }
 
+std::vector<std::string> checkAliases(const std::string& aliases) {
+    return check("[naming]\naliases = [" + aliases + "]\n");
+}
+
+TEST(ConfigChecks, AliasesAreNamingPathsOfAnyDepth) {
+    EXPECT_THAT(checkAliases(""), IsEmpty());
+    EXPECT_THAT(checkAliases(R"('EMS.Kind/factory', 'a.1/b.2/c/.d/Kelp\/EMS\.1.x/f', 'g')"), IsEmpty());
+    EXPECT_THAT(checkAliases("'TMF_MTNM.Class/Other.Vendor/x'"), IsEmpty()) << "a context may be shared";
+}
+
+TEST(ConfigChecks, AliasThatIsNoNamingPathIsNamed) {
+    for (const std::string alias : {"", "a//b", "/a", "a/", "a.b.c", "a\\x", "a\\"})
+        EXPECT_THAT(checkAliases("'fine', '" + alias + "'"),
+                    ElementsAre(HasSubstr("2: naming.aliases: no naming path: ")))
+            << alias;
+    EXPECT_THAT(checkAliases("'" + std::string(1025, 'a') + "'"),
+                ElementsAre(HasSubstr("has more than 32 components or 1024 characters")));
+    std::string deep = "a";
+    for (int i = 0; i < 32; ++i)
+        deep += "/a";
+    EXPECT_THAT(checkAliases("'" + deep + "'"), ElementsAre(HasSubstr("has more than 32 components")));
+}
+
+TEST(ConfigChecks, AliasesMustFitTogetherAndToTheStandardPath) {
+    EXPECT_THAT(checkAliases("'a', 'b', 'a'"),
+                ElementsAre(HasSubstr("\"a\" is a path of the session factory already")));
+    EXPECT_THAT(checkAliases("'a/b', 'a/b/c'"), ElementsAre(HasSubstr("\"a/b/c\" leads through \"a/b\"")));
+    EXPECT_THAT(checkAliases("'a/b/c', 'a/b'"),
+                ElementsAre(HasSubstr("\"a/b\" cannot be the session factory: \"a/b/c\" leads through it")));
+    EXPECT_THAT(checkAliases("'TMF_MTNM.Class'"),
+                ElementsAre(HasSubstr("cannot be the session factory: the standard path")));
+    const std::string standard =
+        R"(TMF_MTNM.Class/Kelp.Vendor/Kelp\/EMS.EmsInstance/3_5.Version/Kelp\/EMS.EmsSessionFactory_I)";
+    EXPECT_THAT(checkAliases("'" + standard + "'"), ElementsAre(HasSubstr("already")));
+    EXPECT_THAT(check("[ems]\nname = \"Other/EMS\"\n[naming]\naliases = ['" + standard + "']\n"), IsEmpty());
+}
+
+TEST(ConfigChecks, AliasesAreLimited) {
+    std::string aliases;
+    for (int i = 0; i < 100; ++i)
+        aliases += "'alias" + std::to_string(i) + "',";
+    EXPECT_THAT(checkAliases(aliases), IsEmpty());
+    EXPECT_THAT(checkAliases(aliases + "'more'"),
+                ElementsAre("2: naming.aliases: must have at most 100 paths, but has 101"));
+}
+
+TEST(ConfigChecks, FileOfTheReferenceNeedsItsFolder) {
+    const kelp::test::TemporaryDirectory folder;
+    EXPECT_THAT(check("[naming]\nior_file = \"" + (folder / "ems.ior").string() + "\"\n"), IsEmpty());
+    const std::vector<std::string> files = {(folder / "absent" / "ems.ior").string(), folder.path().string(),
+                                            folder.path().string() + "/"};
+    for (const std::string& file : files)
+        EXPECT_THAT(check("[naming]\nior_file = \"" + file + "\"\n"),
+                    ElementsAre(HasSubstr("2: naming.ior_file: \"" + file + "\" cannot be a file")));
+}
+
 TEST(ConfigChecks, AllowedNetworksAreAddressesOrPrefixes) {
     EXPECT_THAT(check("[access]\nallowed_oss = []\n"), IsEmpty());
     EXPECT_THAT(

@@ -93,6 +93,13 @@ TEST_F(ConfigReload, EmbeddedNamingServiceStaysWhereItIs) {
     EXPECT_EQ(store.integer("naming.port"), 5000);
 }
 
+TEST_F(ConfigReload, EmbeddedNamingServiceTakesOverOtherAliases) {
+    load("[naming]\naliases = [\"a\"]\n");
+    reload("[naming]\naliases = [\"b/c\"]\nlist_max = 7\n");
+    EXPECT_THAT(store.texts("naming.aliases"), testing::ElementsAre("b/c"));
+    EXPECT_EQ(store.integer("naming.list_max"), 7);
+}
+
 TEST_F(ConfigReload, ExternalNamingServiceMayMove) {
     load("[naming]\nembedded = false\nhost = \"192.0.2.1\"\n");
     reload("[naming]\nembedded = false\nhost = \"192.0.2.2\"\nport = 5001\n");

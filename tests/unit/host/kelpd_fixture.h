@@ -21,8 +21,7 @@ class KelpdTest : public testing::Test {
     /// Writes a configuration file. `more` joins the keys that every test needs; it may replace the bundle.
     std::filesystem::path configure(const std::string& more = "", const std::string& bundle = "calm_bundle") {
         const std::filesystem::path file = scratch_ / "kelp.toml";
-        writeFile(file, "[naming]\nport = " + namingPort_.text() + "\ndata_dir = \"" +
-                            (scratch_ / "naming").string() + "\"\n[bundles]\nload = [\"" + bundle +
+        writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[bundles]\nload = [\"" + bundle +
                             "\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) + "\"\n" + more);
         return file;
     }
@@ -37,16 +36,6 @@ class KelpdTest : public testing::Test {
         process_ = std::make_unique<ChildProcess>(
             Launch{KELPD, {"--config", config.string()}, environment_, output_.file(), false});
         ASSERT_TRUE(output_.waitFor("kelpd is ready")) << output_.text();
-    }
-
-    /// Process numbers that kelpd has named as its naming service's, first to last.
-    std::vector<pid_t> namingProcesses() {
-        const std::string text = output_.text();
-        const std::string before = "the naming service is process ";
-        std::vector<pid_t> found;
-        for (auto at = text.find(before); at != std::string::npos; at = text.find(before, at + 1))
-            found.push_back(std::stoi(text.substr(at + before.size())));
-        return found;
     }
 
     ScratchDir scratch_;

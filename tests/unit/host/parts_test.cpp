@@ -1,4 +1,3 @@
-#include "child_process.h"
 #include "installation.h"
 #include "signal_watch.h"
 
@@ -7,7 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -54,40 +52,6 @@ TEST(SignalWatchTest, SecondStopForces) {
     EXPECT_EQ(forced, 0);
     ::kill(::getpid(), SIGTERM);
     EXPECT_TRUE(test::eventually([&] { return forced == 1; }));
-}
-
-TEST(ChildProcessTest, ProgramThatCannotBeRunIsToldByItsReason) {
-    const test::ScratchDir scratch;
-    test::writeFile(scratch / "data", "no program");
-    std::string whyNot;
-    EXPECT_EQ(startChild({scratch / "data", {}, {}, scratch / "log"}, whyNot), -1);
-    EXPECT_NE(whyNot.find("Permission denied"), std::string::npos) << whyNot;
-}
-
-TEST(ChildProcessTest, ChildHasNoOpenFilesButItsLog) {
-    const test::ScratchDir scratch;
-    const int leaked = ::dup(STDIN_FILENO);
-    std::string whyNot;
-    const pid_t child = startChild({"/bin/sh", {"-c", "ls /proc/$$/fd"}, {}, scratch / "log"}, whyNot);
-    ASSERT_GT(child, 0) << whyNot;
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ::close(leaked);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(test::contentOf(scratch / "log"), "0\n1\n2\n");
-}
-
-TEST(ChildProcessTest, EndIsToldInWords) {
-    const test::ScratchDir scratch;
-    const auto endOf = [&](const char* commands) {
-        std::string whyNot;
-        const pid_t child = startChild({"/bin/sh", {"-c", commands}, {}, scratch / "log"}, whyNot);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return endInWords(status);
-    };
-    EXPECT_EQ(endOf("exit 3"), "exit code 3");
-    EXPECT_EQ(endOf("kill -9 $$"), "signal 9 (Killed)");
 }
 
 }  // namespace

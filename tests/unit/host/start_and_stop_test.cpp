@@ -4,23 +4,20 @@
 #include "support/tcp_peers.h"
 
 #include <signal.h>
+#include <sys/socket.h>
+
+#include <stdexcept>
 
 namespace kelp::test {
 namespace {
 
 using KelpdStartAndStopTest = KelpdTest;
 
-bool isGone(pid_t process) {
-    return ::kill(process, 0) != 0 && errno == ESRCH;
-}
-
-TEST_F(KelpdStartAndStopTest, TerminationStopsTheHostAndItsNamingService) {
+TEST_F(KelpdStartAndStopTest, TerminationStopsTheHost) {
     start(configure());
-    ASSERT_EQ(namingProcesses().size(), 1u);
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 0);
     EXPECT_TRUE(output_.containsInOrder({"kelpd is ready", "kelpd stops", "kelpd has stopped"}));
-    EXPECT_TRUE(isGone(namingProcesses().front()));
 }
 
 TEST_F(KelpdStartAndStopTest, InterruptStopsTheHostLikewise) {
@@ -30,43 +27,14 @@ TEST_F(KelpdStartAndStopTest, InterruptStopsTheHostLikewise) {
     EXPECT_TRUE(output_.contains("kelpd has stopped"));
 }
 
-TEST_F(KelpdStartAndStopTest, NamingServiceDiesWithAKilledHost) {
-    start(configure());
-    const pid_t naming = namingProcesses().at(0);
-    ASSERT_FALSE(isGone(naming));
-    process_->kill();
-    EXPECT_TRUE(eventually([&] { return isGone(naming); }));
-}
-
-TEST_F(KelpdStartAndStopTest, KilledNamingServiceIsStartedAgain) {
-    start(configure());
-    ::kill(namingProcesses().at(0), SIGKILL);
-    EXPECT_TRUE(output_.waitFor("the naming service is process", 2));
-    EXPECT_TRUE(output_.contains("the naming service has ended (signal 9 (Killed))")) << output_.text();
-    process_->signal(SIGTERM);
-    EXPECT_EQ(process_->waitExit(), 0);
-    EXPECT_TRUE(isGone(namingProcesses().back()));
-}
-
-TEST_F(KelpdStartAndStopTest, FrozenNamingServiceDoesNotKeepTheHostFromStopping) {
-    start(configure());
-    const pid_t naming = namingProcesses().at(0);
-    ::kill(naming, SIGSTOP);
-    process_->signal(SIGTERM);
-    EXPECT_EQ(process_->waitExit(), 0);
-    EXPECT_TRUE(isGone(naming));
-}
-
 TEST_F(KelpdStartAndStopTest, SecondTerminationEndsAStopThatHangs) {
     start(configure("", "wedged_bundle"));
     process_->signal(SIGTERM);
     ASSERT_TRUE(output_.waitFor("kelpd stops"));
-    const pid_t naming = namingProcesses().at(0);
     EXPECT_TRUE(process_->isRunning());
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 1);
     EXPECT_TRUE(output_.contains("told to stop a second time")) << output_.text();
-    EXPECT_TRUE(eventually([&] { return isGone(naming); }));
 }
 
 TEST_F(KelpdStartAndStopTest, HangupReadsTheConfigurationAgain) {
@@ -114,23 +82,36 @@ TEST_F(KelpdStartAndStopTest, TlsFilesThatCannotBeUsedAreNamedBeforeAnythingIsSt
                                      " holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
     }
     EXPECT_EQ(output_.count("has ended at"), 2u) << output_.text();
-    EXPECT_TRUE(namingProcesses().empty());
 }
 
-TEST_F(KelpdStartAndStopTest, DataFolderThatCannotBeMadeIsNamed) {
-    writeFile(scratch_ / "file", "");
-    const auto file = scratch_ / "unusable.toml";
-    writeFile(file, "[naming]\nport = " + namingPort_.text() + "\ndata_dir = \"" +
-                        (scratch_ / "file").string() + "/naming\"\n");
-    EXPECT_EQ(run({"--config", file.string()}), 4);
-    EXPECT_TRUE(output_.contains((scratch_ / "file").string() + "/naming")) << output_.text();
-}
-
-TEST_F(KelpdStartAndStopTest, MissingBundleIsNamedAndNothingIsLeftRunning) {
+TEST_F(KelpdStartAndStopTest, MissingBundleIsNamed) {
     EXPECT_EQ(run({"--config", configure("", "absent_bundle").string()}), 5);
     EXPECT_TRUE(output_.contains("absent_bundle")) << output_.text();
-    ASSERT_EQ(namingProcesses().size(), 1u);
-    EXPECT_TRUE(isGone(namingProcesses().front()));
+}
+
+TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceThatNoBundleServesIsSaidToBeMissing) {
+    start(configure());
+    EXPECT_TRUE(output_.contains("the naming service is at nowhere: no bundle serves it")) << output_.text();
+}
+
+TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
+    const PortLease orb;
+    const auto file = scratch_ / "whole.toml";
+    writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[orb]\nlisten = \"" + orb.hostAndPort() +
+                        "\"\n[bundles]\nload = [\"kelp_ems\", \"mx_kelpcorba_env\"]\n");
+    start(file);
+    // a LocateRequest for the key NameService, answered OBJECT_HERE
+    const std::string request("GIOP\x01\0\x01\x03\x13\0\0\0\x01\0\0\0\x0b\0\0\0NameService", 31);
+    const Socket connection = connectTo(namingPort_.port());
+    ASSERT_EQ(::send(connection.fd(), request.data(), request.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(request.size()));
+    char reply[20] = {};
+    ASSERT_EQ(::recv(connection.fd(), reply, sizeof reply, MSG_WAITALL), static_cast<ssize_t>(sizeof reply));
+    EXPECT_EQ(reply[16], 1);
+    EXPECT_TRUE(output_.contains("the naming service is at corbaloc:iiop:1.2@" + namingPort_.hostAndPort() +
+                                 "/NameService"));
+    process_->signal(SIGTERM);
+    EXPECT_EQ(process_->waitExit(), 0);
 }
 
 TEST_F(KelpdStartAndStopTest, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
@@ -139,7 +120,8 @@ TEST_F(KelpdStartAndStopTest, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
                         "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) +
                         "\"\n");
     start(file);
-    EXPECT_TRUE(namingProcesses().empty());
+    EXPECT_TRUE(output_.contains("the naming service is at corbaloc:")) << output_.text();
+    EXPECT_THROW(connectTo(namingPort_.port()), std::runtime_error);
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 0);
 }

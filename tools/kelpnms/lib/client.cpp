@@ -9,6 +9,7 @@
 #include <kelp/orb/timeouts.h>
 #include <kelp/orb/tls_files.h>
 
+#include <set>
 #include <utility>
 
 namespace kelp::nms {
@@ -133,11 +134,21 @@ std::vector<std::string> NmsClient::factoryPaths() {
     return texts;
 }
 
+bool NmsClient::leadToOne(const std::vector<std::string>& paths) {
+    std::set<std::string> references;
+    for (const std::string& path : paths) {
+        const CORBA::Object_var object = state_->tree().resolve(toNamingPath(path));
+        const CORBA::String_var text = state_->orb->object_to_string(object.in());
+        references.insert(text.in());
+    }
+    return references.size() <= 1;
+}
+
 std::string NmsClient::onlyFactoryPath() {
     const std::vector<std::string> paths = factoryPaths();
     if (paths.empty())
         throw Unreachable("no session factory is registered in the naming service at " + state_->naming);
-    if (paths.size() > 1)
+    if (!leadToOne(paths))
         throw Unreachable("several session factories are registered, choose one with --factory: " +
                           joined(paths));
     return paths.front();

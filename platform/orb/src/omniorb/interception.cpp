@@ -51,6 +51,7 @@ void callHook(const char* point, Call call) {
     throw CORBA::UNKNOWN(0, CORBA::COMPLETED_NO);
 }
 
+/// A well-known key is the id alone. A key of another form belongs to no POA below the root.
 RequestRecord::Target targetOfKey(std::string_view octets) {
     const ObjectKey key = ObjectKey::of(octets);
     std::string_view path = key.poaPath;
@@ -59,6 +60,8 @@ RequestRecord::Target targetOfKey(std::string_view octets) {
     target.childPoaName = ObjectKey::takeName(path);
     if (!key.poaPath.empty())
         target.objectId = key.objectId;
+    else if (!key.hasTransientMark && !octets.empty() && octets.front() != '\xff')
+        target.objectId = octets;
     return target;
 }
 

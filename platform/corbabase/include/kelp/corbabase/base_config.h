@@ -93,6 +93,15 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// Reads host and port of the notification service anew; the argument is unused and may be null.
     void UpdateNotifyServiceParams(void* unused);
     void GetNotifyServiceAddr(std::string& host, int& port, bool ssl) const;
+    /// From the next Init on the ORB serves a naming service itself, at [naming] host with port and ssl_port,
+    /// that others can only read.
+    void EmbedNamingService(bool embed);
+    /// True while the ORB serves it.
+    bool IsNamingServiceEmbedded() const;
+    /// The root context to register in: that of the embedded naming service while it runs, else that of the
+    /// service at `address` (a corbaloc text). Nil when something else is there. Throws CORBA exceptions; the
+    /// caller owns the result.
+    CosNaming::NamingContext_ptr NamingRoot(const std::string& address) const;
     /// The factory's name: Class, Vendor, EmsInstance, Version and EmsSessionFactory_I (TMF 814 SD1-43).
     void ConstructEmsFactoryName(CosNaming::Name& name) const;
     /// Binds the reference, making missing contexts and replacing what is bound. Bounded by the calling
@@ -100,6 +109,11 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     bool RegistEMSFactoryName(CORBA::Object_ptr factory);
     /// Unbinds the name if it is still bound to the reference bound last. Bounded likewise; never throws.
     void UnRegistEMSFactoryName();
+    /// Writes the reference to [naming] ior_file, if that names a file, for all to read. Never throws. False,
+    /// traced with the reason, when it could not be written.
+    bool WriteFactoryReference(CORBA::Object_ptr factory);
+    /// Removes the file that WriteFactoryReference has written. Never throws.
+    void RemoveFactoryReference();
 
     /// Calling while requests run is an error; AgentServer::Destroy does it. Drops ORB and root POA.
     void ReleaseOrb();

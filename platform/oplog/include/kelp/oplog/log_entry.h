@@ -22,7 +22,7 @@ KELP_EXPORT std::string timeText(UtcTime time);
 KELP_EXPORT std::optional<UtcTime> timeOf(const std::string& text);
 
 /// What an operation was called on.
-enum class ObjectKind { Unknown, Factory, Session, Manager, Iterator, Channel };
+enum class ObjectKind { Unknown, Factory, Session, Manager, Iterator, Channel, Naming };
 
 /// What a record of the security log tells.
 enum class SecurityEvent {
@@ -35,6 +35,7 @@ enum class SecurityEvent {
     UserAdministration,   ///< an account was made, changed or removed
     ConfigurationChange,  ///< the configuration was read again
     TooManyRequests,      ///< refused: the caller's address is not logged in and asks too often
+    NamingChange,         ///< the naming service: a modification from outside, or an entry that was not ours
 };
 
 /// One record as the logs keep and show it. Texts are escaped (see util::escaped) and bounded.

@@ -45,7 +45,7 @@ class KELP_EXPORT RequestInfo {
     virtual const std::string& topPoaName() const = 0;
     /// Name of the POA below that one which the target lives under; empty when it lives in the former itself.
     virtual const std::string& childPoaName() const = 0;
-    /// The target's object id, as bytes; empty where it could not be told.
+    /// The target's object id, as bytes; for a well-known key the key; empty where it could not be told.
     virtual const std::string& objectId() const = 0;
     /// When the request was read from its connection.
     virtual std::chrono::system_clock::time_point arrived() const = 0;

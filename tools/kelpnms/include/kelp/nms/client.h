@@ -60,8 +60,9 @@ class NmsClient {
     /// Paths of all session factories in the naming service. Throws Unreachable when the service does not
     /// answer.
     std::vector<std::string> factoryPaths();
-    /// The factory under a stringified name, or, without one, the only factory below the root. Throws
-    /// Unreachable when there is none, the name leads to none, or (naming them) there are several.
+    /// The factory under a stringified name, or, without one, the only factory below the root, under however
+    /// many names. Throws Unreachable when there is none, the name leads to none, or (naming them) there are
+    /// several.
     FoundFactory findFactory(const std::string& path = "");
     /// The factory that a stringified reference (IOR or corbaloc) points to; nothing is called.
     FoundFactory factoryByReference(const std::string& text);
@@ -76,6 +77,8 @@ class NmsClient {
 
   private:
     std::string onlyFactoryPath();
+    /// True when the names lead to the same reference, octet by octet.
+    bool leadToOne(const std::vector<std::string>& paths);
 
     struct State;
     std::unique_ptr<State> state_;

@@ -1,6 +1,9 @@
-#include <kelp/nms/naming_path.h>
+#include <kelp/util/naming_path.h>
 
-namespace kelp::nms {
+#include <algorithm>
+#include <stdexcept>
+
+namespace kelp::util {
 
 namespace {
 
@@ -95,4 +98,15 @@ NamingPath toNamingPath(const std::string& text) {
     return path;
 }
 
-}  // namespace kelp::nms
+NamingPath factoryPath(const std::string& emsName, const std::string& version) {
+    const std::string company = emsName.substr(0, emsName.find_first_of("/:"));
+    std::string versionId = version;
+    std::replace(versionId.begin(), versionId.end(), '.', '_');
+    return {{"TMF_MTNM", "Class"},
+            {company, "Vendor"},
+            {emsName, "EmsInstance"},
+            {versionId, "Version"},
+            {emsName, "EmsSessionFactory_I"}};
+}
+
+}  // namespace kelp::util

@@ -1,34 +1,19 @@
 // The session factory's entry in a naming service that dies, freezes, forgets or holds something else.
 
 #include "harness/eventually.h"
-#include "harness/host.h"
 #include "harness/name_server.h"
 #include "harness/naming_client.h"
 #include "harness/nms_process.h"
-
-#include <kelp/orb/orb.h>
-#include <kelp/orb/references.h>
-#include <kelp/orb/timeouts.h>
+#include "naming_tools.h"
+#include "unit/orb/hand_made_reference.h"
 
 #include <gmock/gmock.h>
 
-#include <memory>
+#include <algorithm>
 #include <string>
 
 namespace kelp::test {
 namespace {
-
-/// An ORB of the test's own process, for looking into the naming service.
-CORBA::ORB_ptr testOrb() {
-    static const CORBA::ORB_var orb = [] {
-        orb::OrbOptions options;
-        options.listen = {"127.0.0.1:0"};
-        const CORBA::ORB_var made = orb::start(options, nullptr);
-        orb::setProcessTimeout(std::chrono::seconds(2));
-        return made;
-    }();
-    return orb.in();
-}
 
 class Naming : public ::testing::Test {
   protected:
@@ -108,16 +93,55 @@ TEST_F(Naming, EntryOfALiveProcessWithoutThatObjectIsReplacedAtTheStart) {
     EXPECT_TRUE(eventually([&] { return isBoundToTheHost(); }));
 }
 
-TEST_F(Naming, EntryOfAnotherLiveFactoryIsLeftAlone) {
-    Host first;
-    first.useNamingService(names.port());
-    first.start();
-    ASSERT_TRUE(eventually([&] { return client.factoryAddress() == first.address(); }));
+TEST_F(Naming, ForeignReferenceIsReplacedAndShown) {
     host.start();
-    EXPECT_TRUE(host.log().waitFor("is another emssessionfactory, left alone"));
-    EXPECT_EQ(client.factoryAddress(), first.address());
+    ASSERT_TRUE(eventually([&] { return isBoundToTheHost(); }));
+    bind("corbaloc:iiop:1.2@127.0.0.9:4444/%ffV4800%00EMSSessionFactory");
+    EXPECT_TRUE(eventually([&] { return isBoundToTheHost(); }));
+    ASSERT_TRUE(eventually([&] { return namingOf(host).value("ours", false); }));
+    const nlohmann::json naming = namingOf(host);
+    EXPECT_EQ(naming.value("mode", ""), "external");
+    EXPECT_EQ(naming.value("replaced", 0), 1);
+    EXPECT_EQ(naming.value("foreign", ""), "127.0.0.9:4444");
+    EXPECT_TRUE(eventually([&] {
+        return printedBy(host, {"audit", "--event", "naming"}).find("127.0.0.9:4444") != std::string::npos;
+    }));
+}
+
+TEST_F(Naming, OwnReferenceWithOneMoreAddressIsReplaced) {
+    host.start();
+    ASSERT_TRUE(eventually([&] { return isBoundToTheHost(); }));
+    Iiop iiop;
+    iiop.host = "127.0.0.1";
+    iiop.port = host.port();
+    iiop.key = std::string("\xffV4800\0EMSSessionFactory", 24);
+    iiop.components = {alternateAddress("127.0.0.9", 4444)};
+    bind(hexReference(referenceBytes({{0, iiopProfile(iiop)}},
+                                     "IDL:mtnm.tmforum.org/emsSessionFactory/EmsSessionFactory_I:1.0")));
+    EXPECT_TRUE(eventually([&] {
+        const nlohmann::json naming = namingOf(host);
+        return naming.value("replaced", 0) == 1 && naming.value("ours", false);
+    }));
+    EXPECT_EQ(namingOf(host).value("foreign", ""), host.address() + ", 127.0.0.9:4444");
+}
+
+TEST_F(Naming, TwoLiveFactoriesThatFightOverTheNameBothKeepServing) {
+    Host other;
+    other.useNamingService(names.port()).addUser("bob");
+    other.start();
+    host.start();
+    const auto timesReplacedBy = [](const Host& each) { return namingOf(each).value("replaced", 0); };
+    EXPECT_TRUE(eventually([&] { return timesReplacedBy(host) >= 2 && timesReplacedBy(other) >= 2; }));
+    NmsProcess nms(host);
+    nms.logIn(0, "alice");
+    NmsProcess otherNms(other);
+    otherNms.logIn(0, "bob");
+    const std::string records = printedBy(host, {"audit", "--event", "naming", "--csv"});
+    EXPECT_LE(std::count(records.begin(), records.end(), '\n'), 3) << "a header and a record a minute";
+    EXPECT_EQ(other.stop(), 0);
+    EXPECT_TRUE(eventually([&] { return isBoundToTheHost(); }));
     EXPECT_EQ(host.stop(), 0);
-    EXPECT_EQ(client.factoryAddress(), first.address());
+    EXPECT_EQ(client.factoryAddress(), "");
 }
 
 TEST_F(Naming, HostStartsWithoutTheServiceAndRegistersWhenItComes) {

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
-#include <kelp/nms/naming_path.h>
+#include <kelp/util/naming_path.h>
 
-namespace kelp::nms {
+#include <stdexcept>
+#include <utility>
+
+namespace kelp::util {
 namespace {
 
 TEST(NamingPathTest, ComponentsAreJoinedAndTheirKindsFollowADot) {
@@ -46,5 +49,10 @@ TEST(NamingPathTest, TextsThatAreNoNamesAreRefusedWithTheReason) {
     }
 }
 
+TEST(FactoryPathTest, FollowsFromNameAndVersionOfTheEms) {
+    EXPECT_EQ(toText(factoryPath("Kelp/EMS", "3.5")),
+              "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/EMS.EmsSessionFactory_I");
+}
+
 }  // namespace
-}  // namespace kelp::nms
+}  // namespace kelp::util

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "harness/host.h"
+
+#include <kelp/orb/orb.h>
+#include <kelp/orb/references.h>
+#include <kelp/orb/timeouts.h>
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace kelp::test {
+
+/// An ORB of the test's own process, which is a stranger to the host.
+inline CORBA::ORB_ptr testOrb() {
+    static const CORBA::ORB_var orb = [] {
+        orb::OrbOptions options;
+        options.listen = {"127.0.0.1:0"};
+        const CORBA::ORB_var made = orb::start(options, nullptr);
+        orb::setProcessTimeout(std::chrono::seconds(2));
+        return made;
+    }();
+    return orb.in();
+}
+
+inline std::string textOf(CORBA::Object_ptr object) {
+    const CORBA::String_var text = testOrb()->object_to_string(object);
+    return text.in();
+}
+
+/// What kelpctl prints for a host, with these arguments.
+inline std::string printedBy(const Host& host, std::vector<std::string> arguments) {
+    static int runs = 0;
+    arguments.insert(arguments.begin(), {"--config", host.configFile().string()});
+    Launch launch = host.launch(KELPCTL, arguments);
+    launch.output = host.scratch("kelpctl" + std::to_string(++runs));
+    if (runToEnd(launch) != 0)
+        return {};
+    return contentOf(launch.output);
+}
+
+/// `kelpctl naming --json`; empty when it fails.
+inline nlohmann::json namingOf(const Host& host) {
+    nlohmann::json naming = nlohmann::json::parse(printedBy(host, {"naming", "--json"}), nullptr, false);
+    return naming.is_object() ? naming : nlohmann::json::object();
+}
+
+}  // namespace kelp::test

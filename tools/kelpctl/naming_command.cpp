@@ -1,0 +1,87 @@
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "admin_client.h"
+#include "commands.h"
+
+namespace kelp::ctl {
+
+namespace {
+
+using admin::Json;
+
+constexpr const char* kFooter =
+    R"(The entry is checked every 3 s. In an external naming service others can write: what stands there and is not
+this EMS's reference, octet by octet, is replaced, and stands in the security log (kelpctl audit --event naming).
+
+Example:
+  kelpctl naming)";
+
+void print(const char* what, const std::string& text) {
+    std::printf("%-10s %s\n", what, text.c_str());
+}
+
+std::string text(const Json& naming, const char* key) {
+    return naming.value(key, "");
+}
+
+std::string addressOf(const Json& naming) {
+    const std::string tls = text(naming, "tlsAddress");
+    std::string address = text(naming, "address");
+    if (!tls.empty())
+        address += (address.empty() ? "" : ", ") + tls + " (TLS)";
+    return address;
+}
+
+std::string entryOf(const Json& naming) {
+    const std::string checked = text(naming, "checked");
+    std::string entry = naming.value("ours", false) ? "ours" : "not ours";
+    entry += checked.empty() ? ", not checked yet" : ", checked at " + checked;
+    if (const std::string failure = text(naming, "failure"); !failure.empty())
+        entry += "; the last check failed: " + failure;
+    return entry;
+}
+
+std::string replacedOf(const Json& naming) {
+    const std::uint64_t times = naming.value("replaced", std::uint64_t{0});
+    std::string replaced = std::to_string(times) + (times == 1 ? " time" : " times");
+    if (times > 0)
+        replaced += ", last at " + text(naming, "replacedAt");
+    if (const std::string foreign = text(naming, "foreign"); !foreign.empty())
+        replaced += "; found there: " + foreign;
+    return replaced;
+}
+
+void printTable(const Json& naming) {
+    print("mode", text(naming, "mode"));
+    print("address", addressOf(naming));
+    print("path", text(naming, "path"));
+    for (const Json& alias : naming.value("aliases", Json::array()))
+        print("alias", alias.get<std::string>());
+    if (const std::string file = text(naming, "iorFile"); !file.empty())
+        print("IOR file", file);
+    print("entry", entryOf(naming));
+    print("replaced", replacedOf(naming));
+    print("reference", text(naming, "reference"));
+}
+
+}  // namespace
+
+void addNamingCommand(CLI::App& app, const GlobalOptions& globalOptions) {
+    const auto json = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand(
+        "naming", "Show where NMS find the session factory, and whether its entry is ours");
+    command->fallthrough()->footer(kFooter);
+    command->add_flag("--json", *json, "The answer as JSON");
+    command->callback([&globalOptions, json] {
+        loadConfiguration(globalOptions);
+        const Json answer = AdminClient(admin::configuredAddress()).get("/naming");
+        if (*json)
+            std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        else
+            printTable(answer);
+    });
+}
+
+}  // namespace kelp::ctl

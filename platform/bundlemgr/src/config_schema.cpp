@@ -244,10 +244,11 @@ std::vector<ConfigKey> serviceKeys() {
             "counts for nms_reference only; it is never resolved."),
         textKey(
             "access", "nms_reference", "peer", {"peer", "allowed", "any"}, Change::AtReload,
-            "Which addresses an NMS's own reference, which the EMS calls back, may name: \"peer\" that of "
-            "its connection only, \"allowed\" those in allowed_oss, \"any\" every one. A log-in with "
-            "another is refused. With \"peer\" and \"allowed\" host names are refused unless allowed_oss "
-            "lists them."),
+            "Which addresses the references of an NMS, which the EMS calls, may name (its session, consumers "
+            "of events and callbacks, and where it forwards calls to): \"peer\" that of its connection only, "
+            "\"allowed\" those in allowed_oss, \"any\" every one. A log-in or consumer with another is "
+            "refused, and a forward to another not followed. With \"peer\" and \"allowed\" host names are "
+            "refused unless allowed_oss lists them."),
         integerKey("access", "requests_per_second_before_login", 200, 0, 1000000, Change::AtReload,
                    "Requests a second that an address may make while no NMS is logged in from it, counted "
                    "together for the /64 network of an IPv6 address; further ones are refused (TRANSIENT) "

@@ -90,6 +90,7 @@ struct CorbaBaseAgentConfig::State {
     Published<SessionSettings> session;  // none before the first Init
     OssAccess access;
     GatePolicy gatePolicy{access};
+    const NmsReferenceCheck references{access};
     ManagerRegistry managers;
     NamingRegistration registration;
     std::mutex referenceMutex;
@@ -149,6 +150,7 @@ bool CorbaBaseAgentConfig::State::startOrb() {
         return refused(whyNot);
     options->gatePolicy = &gatePolicy;
     const SessionSettings settings = readSessionSettings();
+    kelp::orb::checkForwards(&references);
     try {
         life.start(*options, options->threadsMax);
     } catch (const CORBA::Exception& failure) {
@@ -235,7 +237,11 @@ bool CorbaBaseAgentConfig::IsValidOssIP(std::uint32_t ipv4) const {
 }
 
 bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference) const {
-    return NmsReferenceCheck(state_->access).allows(reference);
+    return state_->references.allows(reference, kelp::oplog::SecurityEvent::LogIn);
+}
+
+bool CorbaBaseAgentConfig::IsValidConsumer(CORBA::Object_ptr reference) const {
+    return state_->references.allows(reference, kelp::oplog::SecurityEvent::RefusedAddress);
 }
 
 int CorbaBaseAgentConfig::GetSessionReleaseStrategy() const {

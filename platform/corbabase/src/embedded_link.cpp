@@ -1,6 +1,7 @@
 #include "embedded_link.h"
 
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/security_mgr.h>
 
 namespace NS_CORBA {
@@ -34,6 +35,10 @@ EmbeddedLink::EmbeddedLink(CORBA::ORB_ptr orb, kelp::notification::LossListener&
 
 bool EmbeddedLink::LoggedInPeers::mayUse(const kelp::orb::PeerAddress& peer) const {
     return CorbaSecurityMgr::Instance()->IsLoggedInFrom(peer);
+}
+
+bool EmbeddedLink::LoggedInPeers::mayCall(CORBA::Object_ptr reference) const {
+    return CorbaBaseAgentConfig::Instance()->IsValidConsumer(reference);
 }
 
 EventChannelLink::Outcome EmbeddedLink::deliver(const std::vector<EventPtr>& events) {

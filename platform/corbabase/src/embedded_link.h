@@ -31,6 +31,7 @@ class EmbeddedLink final : public EventChannelLink {
     class LoggedInPeers final : public kelp::notification::Guard {
       public:
         bool mayUse(const kelp::orb::PeerAddress& peer) const override;
+        bool mayCall(CORBA::Object_ptr reference) const override;
     };
 
     const LoggedInPeers guard_;  // used by the channel to its end

@@ -17,23 +17,31 @@ bool isSameAddress(const kelp::orb::PeerAddress& a, const kelp::orb::PeerAddress
     return a.ipv4 != 0 ? a.ipv4 == b.ipv4 : a.ipv6 && a.ipv6 == b.ipv6;
 }
 
-void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer) {
+constexpr const char* kReferenceRefused = "reference not allowed";
+constexpr const char* kForwardRefused = "forward not allowed";
+
+std::string configuredRule() {
+    return NS_BUNDLEMGR1::ConfigStore::instance().text("access.nms_reference");
+}
+
+void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,
+                 kelp::oplog::SecurityEvent event, const char* outcome) {
     const std::string named = kelp::orb::hostAndPort(endpoint);
     GetTss()->Set("nmsreferencecheck", "unknown", __LINE__);
     TaTrace("[CorbaBaseAgentConfig::IsValidNmsReference] The NMS at %s names %s as its own address!",
             peer.withPort.c_str(), kelp::util::escaped(named, kShownBytesMax).c_str());
     kelp::oplog::SecurityRecord record;
-    record.event = kelp::oplog::SecurityEvent::LogIn;
+    record.event = event;
     record.nmsAddress = named;
     record.peer = peer.withPort;
-    record.outcome = "reference not allowed";
+    record.outcome = outcome;
     AuditTrail::Instance().Write(std::move(record));
 }
 
 }  // namespace
 
-bool NmsReferenceCheck::allows(CORBA::Object_ptr reference) const {
-    const std::string rule = NS_BUNDLEMGR1::ConfigStore::instance().text("access.nms_reference");
+bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event) const {
+    const std::string rule = configuredRule();
     const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
     if (rule == "any" || peer.text.empty())
         return true;
@@ -43,11 +51,19 @@ bool NmsReferenceCheck::allows(CORBA::Object_ptr reference) const {
         return false;
     for (const kelp::orb::Endpoint& endpoint : content.endpoints) {
         if (!allows(endpoint, peer, rule)) {
-            tellRefusal(endpoint, peer);
+            tellRefusal(endpoint, peer, event, kReferenceRefused);
             return false;
         }
     }
     return true;
+}
+
+bool NmsReferenceCheck::mayFollow(const kelp::orb::PeerAddress& from, const kelp::orb::Endpoint& to) const {
+    const std::string rule = configuredRule();
+    if (rule == "any" || allows(to, from, rule))
+        return true;
+    tellRefusal(to, from, kelp::oplog::SecurityEvent::RefusedAddress, kForwardRefused);
+    return false;
 }
 
 bool NmsReferenceCheck::allows(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,

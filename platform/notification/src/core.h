@@ -34,6 +34,9 @@ class ChannelCore {
     /// Takes all of them away, for good. The objects refer to this core, and it to them, until then.
     void forgetObjects() { objects_->close(); }
 
+    /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is fine.
+    void requireCallable(CORBA::Object_ptr reference) const { objects_->requireCallable(reference); }
+
     /// The servant of a filter of this channel, with a reference that the caller owns; null when the filter
     /// was destroyed. Throws NO_IMPLEMENT for a filter of another process: asking it would let one consumer's
     /// filter hold up the events of all. BAD_PARAM for nil.

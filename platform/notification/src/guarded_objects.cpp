@@ -94,6 +94,13 @@ void GuardedObjects::postinvoke(const PortableServer::ObjectId&, PortableServer:
         servant->_remove_ref();
 }
 
+void GuardedObjects::requireCallable(CORBA::Object_ptr reference) const {
+    if (guard_ == nullptr || kelp::orb::currentRequest() == nullptr || CORBA::is_nil(reference))
+        return;
+    if (!guard_->mayCall(reference))
+        throw CORBA::NO_PERMISSION(0, CORBA::COMPLETED_NO);
+}
+
 void GuardedObjects::requirePermission(const char* operation) const {
     const kelp::orb::RequestInfo* request = kelp::orb::currentRequest();
     if (guard_ == nullptr || request == nullptr || isFree(operation))

@@ -21,6 +21,9 @@ class GuardedObjects final : public kelp::orb::CountedLocal<PortableServer::Serv
     /// Null: everybody may use the channel.
     explicit GuardedObjects(const Guard* guard) : guard_(guard) {}
 
+    /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is fine.
+    void requireCallable(CORBA::Object_ptr reference) const;
+
     /// Enters a servant, adding a reference, under a new id, which the caller owns. OBJECT_NOT_EXIST after
     /// close().
     PortableServer::ObjectId* enter(PortableServer::Servant servant);

@@ -39,7 +39,10 @@ class NmsReference : public testing::Test {
     ScriptedInterceptor interceptor_;
     CORBA::Object_ptr asked_ = CORBA::Object::_nil();
     bool verdict_ = false;
-    WireSession session_{[this] { verdict_ = base().IsValidNmsReference(asked_); }};
+    bool isConsumer_ = false;
+    WireSession session_{[this] {
+        verdict_ = isConsumer_ ? base().IsValidConsumer(asked_) : base().IsValidNmsReference(asked_);
+    }};
 };
 
 TEST_F(NmsReference, MayNameThePeerItself) {
@@ -62,6 +65,16 @@ TEST_F(NmsReference, MayNotNameAnother) {
     EXPECT_EQ(records[0].outcome, "reference not allowed");
     EXPECT_EQ(records[0].nmsAddress, "127.0.0.2:4711");
     EXPECT_THAT(records[0].peer, testing::StartsWith("127.0.0.1:"));
+}
+
+TEST_F(NmsReference, OfAConsumerObeysTheSameRule) {
+    isConsumer_ = true;
+    EXPECT_TRUE(isValid("iiop:1.2@127.0.0.1:4711"));
+    EXPECT_FALSE(isValid("iiop:1.2@127.0.0.2:4711"));
+    const auto records = logs_.security();
+    ASSERT_FALSE(records.empty());
+    EXPECT_EQ(records.back().operation, "refused-address");
+    EXPECT_EQ(records.back().outcome, "reference not allowed");
 }
 
 TEST_F(NmsReference, MayNotNameAnotherBesideThePeer) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <set>
@@ -31,6 +32,8 @@ class Allowed final : public Guard {
         const std::lock_guard guard(mutex_);
         return addresses_.count(peer.text) > 0;
     }
+    bool mayCall(CORBA::Object_ptr) const override { return mayCall_; }
+    void allowCalls(bool allowed) { mayCall_ = allowed; }
     void allow(const std::string& address) {
         const std::lock_guard guard(mutex_);
         addresses_.insert(address);
@@ -43,6 +46,7 @@ class Allowed final : public Guard {
   private:
     mutable std::mutex mutex_;
     std::set<std::string> addresses_;
+    std::atomic<bool> mayCall_{true};
 };
 
 constexpr const char* kA = "127.0.0.2";
@@ -127,6 +131,35 @@ class GuardedChannel : public ChannelFixture {
     const TcpRelay a_{orb_.port(), kA};
     const TcpRelay b_{orb_.port(), kB};
 };
+
+TEST_F(GuardedChannel, RefusesReferencesThatItMayNotCall) {
+    const StructuredProxyPushSupplier_var proxy = proxyFrom(a_);
+    const StructuredProxyPullSupplier_var pulled = pullProxyFrom(a_);
+    const StructuredProxyPushConsumer_var intake = intakeFrom(a_);
+    const CosNotifyFilter::Filter_var filter = filterFrom(a_);
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    const CORBA::Object_var other = remote(consumer);
+    const auto pushed = CosNotifyComm::StructuredPushConsumer_var(
+        CosNotifyComm::StructuredPushConsumer::_unchecked_narrow(other.in()));
+    const auto pulling = CosNotifyComm::StructuredPullConsumer_var(
+        CosNotifyComm::StructuredPullConsumer::_unchecked_narrow(other.in()));
+    const auto supplier = CosNotifyComm::StructuredPushSupplier_var(
+        CosNotifyComm::StructuredPushSupplier::_unchecked_narrow(other.in()));
+    const auto callback =
+        CosNotifyComm::NotifySubscribe_var(CosNotifyComm::NotifySubscribe::_unchecked_narrow(other.in()));
+    allowed_.allowCalls(false);
+    EXPECT_THROW(proxy->connect_structured_push_consumer(pushed.in()), CORBA::NO_PERMISSION);
+    EXPECT_THROW(pulled->connect_structured_pull_consumer(pulling.in()), CORBA::NO_PERMISSION);
+    EXPECT_THROW(intake->connect_structured_push_supplier(supplier.in()), CORBA::NO_PERMISSION);
+    EXPECT_THROW(filter->attach_callback(callback.in()), CORBA::NO_PERMISSION);
+    pulled->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
+    intake->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
+
+    allowed_.allowCalls(true);
+    proxy->connect_structured_push_consumer(pushed.in());
+    push(1, 1);
+    EXPECT_TRUE(gets(consumer, 1)) << "the refused attempt has left the proxy unconnected";
+}
 
 TEST_F(GuardedChannel, RefusesEveryOperationToAnAddressWithoutPermissionButAnEnd) {
     const EventChannel_var channel = channelFrom(a_);

@@ -190,6 +190,7 @@ CORBA::Boolean FilterServant::match_typed(const CosNotification::PropertySeq& da
 CallbackID FilterServant::attach_callback(CosNotifyComm::NotifySubscribe_ptr callback) {
     if (CORBA::is_nil(callback))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    core_->requireCallable(callback);
     return types_->follow(toldOfSubscriptions("the callback of a filter", callback), types_->types());
 }
 

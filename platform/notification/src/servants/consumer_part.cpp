@@ -21,6 +21,7 @@ ConsumerPart::~ConsumerPart() {
 }
 
 void ConsumerPart::connect(CORBA::Object_ptr supplier) {
+    core_->requireCallable(supplier);
     if (connected_.exchange(true))
         throw CosEventChannelAdmin::AlreadyConnected();
     owner_.note();

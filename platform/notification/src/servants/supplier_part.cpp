@@ -60,6 +60,7 @@ void SupplierPart::resume() {
 }
 
 void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer) {
+    core_->requireCallable(consumer);
     if (!outlet_->connect(std::move(receiver)))
         throw CosEventChannelAdmin::AlreadyConnected();
     owner_.note();
@@ -67,6 +68,7 @@ void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr
 }
 
 void SupplierPart::connectPull(CORBA::Object_ptr consumer) {
+    core_->requireCallable(consumer);
     if (!outlet_->connectPull())
         throw CosEventChannelAdmin::AlreadyConnected();
     owner_.note();

@@ -59,6 +59,8 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// allows for the peer of the request in hand. Nothing is resolved or called. False is traced with the
     /// address, and stands in the security log. Calls inside the process may name any.
     bool IsValidNmsReference(CORBA::Object_ptr reference) const;
+    /// The same for a consumer of events, or a callback, that an NMS brings.
+    bool IsValidConsumer(CORBA::Object_ptr reference) const;
 
     // -- sessions ----------------------------------------------------------------------------------------
     int GetSessionReleaseStrategy() const;  ///< 0 none, 1 limit, 2 silence

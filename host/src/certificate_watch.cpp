@@ -8,6 +8,7 @@
 #include <ctime>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace kelp::host {
 
@@ -17,6 +18,8 @@ using std::chrono::system_clock;
 
 constexpr std::chrono::hours kDay{24};
 constexpr int kDaysBefore = 30;
+/// Lists come often, many of them daily.
+constexpr int kDaysBeforeNextList = 3;
 
 std::string inWords(system_clock::time_point time) {
     const std::time_t seconds = system_clock::to_time_t(time);
@@ -56,8 +59,21 @@ std::string certificateWarning(const std::filesystem::path& file, std::optional<
            std::to_string(days) + (days == 1 ? " day" : " days");
 }
 
-CertificateWatch::CertificateWatch(std::filesystem::path file)
-    : file_(std::move(file)), thread_([this] { run(); }) {}
+std::string revocationListWarning(const std::filesystem::path& file, const orb::RevocationListEnd& list,
+                                  system_clock::time_point now) {
+    if (!list.end || *list.end - now > kDaysBeforeNextList * kDay)
+        return "";
+    const std::string which = "the revocation list of " + list.authority + " in " + file.string();
+    if (*list.end > now)
+        return which + " ends at " + inWords(*list.end) + ": get its successor, then send SIGHUP";
+    return which + " has ended at " + inWords(*list.end) +
+           ": it goes on to be used, but certificates that were revoked since are accepted";
+}
+
+CertificateWatch::CertificateWatch(std::filesystem::path certificate, std::filesystem::path revocationLists)
+    : certificate_(std::move(certificate)),
+      revocationLists_(std::move(revocationLists)),
+      thread_([this] { run(); }) {}
 
 CertificateWatch::~CertificateWatch() {
     {
@@ -71,10 +87,21 @@ CertificateWatch::~CertificateWatch() {
 void CertificateWatch::run() {
     std::unique_lock lock(mutex_);
     do {
-        const std::string warning = certificateWarning(file_, certificateEnd(file_), system_clock::now());
+        warn();
+    } while (!ending_.wait_for(lock, kDay, [this] { return isEnding_; }));
+}
+
+void CertificateWatch::warn() const {
+    const system_clock::time_point now = system_clock::now();
+    std::vector<std::string> warnings = {certificateWarning(certificate_, certificateEnd(certificate_), now)};
+    if (!revocationLists_.empty()) {
+        for (const orb::RevocationListEnd& list : orb::revocationListEnds(revocationLists_))
+            warnings.push_back(revocationListWarning(revocationLists_, list, now));
+    }
+    for (const std::string& warning : warnings) {
         if (!warning.empty())
             kelp::util::traceFrom("kelpd", warning, kelp::util::TraceKind::Exception);
-    } while (!ending_.wait_for(lock, kDay, [this] { return isEnding_; }));
+    }
 }
 
 }  // namespace kelp::host

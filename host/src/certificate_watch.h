@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/orb/tls_files.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
@@ -18,18 +20,27 @@ std::string certificateWarning(const std::filesystem::path& file,
                                std::optional<std::chrono::system_clock::time_point> end,
                                std::chrono::system_clock::time_point now);
 
-/// Traces once a day, from its making on, that this process's certificate ends soon.
+/// What an operator should read of a revocation list: empty for one whose successor is not due within 3 days.
+/// `now` as above.
+std::string revocationListWarning(const std::filesystem::path& file, const orb::RevocationListEnd& list,
+                                  std::chrono::system_clock::time_point now);
+
+/// Traces once a day, from its making on, that this process's certificate ends soon, and the same of its
+/// revocation lists.
 class CertificateWatch {
   public:
-    explicit CertificateWatch(std::filesystem::path file);
+    /// `revocationLists` may be empty.
+    CertificateWatch(std::filesystem::path certificate, std::filesystem::path revocationLists);
     ~CertificateWatch();
     CertificateWatch(const CertificateWatch&) = delete;
     CertificateWatch& operator=(const CertificateWatch&) = delete;
 
   private:
     void run();
+    void warn() const;
 
-    const std::filesystem::path file_;
+    const std::filesystem::path certificate_;
+    const std::filesystem::path revocationLists_;
     std::mutex mutex_;
     std::condition_variable ending_;
     bool isEnding_ = false;  // guarded by mutex_

@@ -243,7 +243,7 @@ class CertificateUse {
     CertificateUse() {
         const ConfigStore& config = ConfigStore::instance();
         if (config.integer("tls.mode") != 0)
-            watch_.emplace(config.text("tls.certificate"));
+            watch_.emplace(config.text("tls.certificate"), config.text("tls.crl"));
     }
 
   private:

@@ -35,6 +35,8 @@ struct UserOptions {
     std::string passwordFile;
     std::string expiry;
     std::vector<std::string> networks;
+    std::vector<std::string> subjects;
+    bool isAnyCertificate = false;
     bool json = false;
     bool force = false;
 
@@ -102,6 +104,18 @@ std::string networksText(const UserAccount& account) {
     return text.empty() ? kAny : text;
 }
 
+/// "CN=nms1,O=Operator; CN=nms2,O=Operator"
+std::string joinedSubjects(const std::vector<std::string>& subjects) {
+    std::string text;
+    for (const std::string& subject : subjects)
+        text += (text.empty() ? "" : "; ") + subject;
+    return text;
+}
+
+std::string certificatesText(const UserAccount& account) {
+    return account.subjects.empty() ? kAny : joinedSubjects(account.subjects);
+}
+
 void printJson(const std::vector<UserAccount>& accounts) {
     nlohmann::json array = nlohmann::json::array();
     for (const UserAccount& account : accounts)
@@ -112,6 +126,7 @@ void printJson(const std::vector<UserAccount>& accounts) {
                          {"expires", account.expiresUtc ? nlohmann::json(utcText(*account.expiresUtc))
                                                         : nlohmann::json(nullptr)},
                          {"networks", account.networks},
+                         {"subjects", account.subjects},
                          {"created", utcText(account.createdUtc)},
                          {"password_changed", utcText(account.passwordChangedUtc)}});
     std::printf("%s\n", array.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
@@ -122,13 +137,14 @@ void printTable(const std::vector<UserAccount>& accounts) {
     for (const UserAccount& account : accounts)
         widest = std::max(widest, util::escaped(account.name).size());
     const int width = static_cast<int>(widest);
-    std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %s\n", width, "NAME", "STATE", "CREATED",
-                "PASSWORD CHANGED", "EXPIRES", "NETWORKS");
+    std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %-15s  %s\n", width, "NAME", "STATE", "CREATED",
+                "PASSWORD CHANGED", "EXPIRES", "NETWORKS", "CERTIFICATES");
     for (const UserAccount& account : accounts)
-        std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %s\n", width, util::escaped(account.name).c_str(),
-                    stateOf(account), utcText(account.createdUtc).c_str(),
-                    utcText(account.passwordChangedUtc).c_str(), expiryText(account).c_str(),
-                    util::escaped(networksText(account)).c_str());
+        std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %-15s  %s\n", width,
+                    util::escaped(account.name).c_str(), stateOf(account),
+                    utcText(account.createdUtc).c_str(), utcText(account.passwordChangedUtc).c_str(),
+                    expiryText(account).c_str(), util::escaped(networksText(account)).c_str(),
+                    util::escaped(certificatesText(account)).c_str());
 }
 
 void add(const UserOptions& options) {
@@ -184,6 +200,17 @@ void setNetworks(const UserOptions& options) {
     std::printf("user \"%s\" may log in from: %s\n", options.name.c_str(), networksText(account).c_str());
 }
 
+void setCertificates(const UserOptions& options) {
+    if (options.subjects.empty() != options.isAnyCertificate)
+        throw std::runtime_error("say either --subject, once or more often, or --any");
+    UserDatabase database = options.open();
+    database.setSubjects(options.name, options.subjects);
+    const std::optional<UserAccount> account = database.find(options.name);
+    const std::string text = account ? certificatesText(*account) : kAny;
+    std::printf("user \"%s\" may log in with a certificate of: %s\n", options.name.c_str(),
+                util::escaped(text).c_str());
+}
+
 void unlock(const UserOptions& options) {
     options.open().unlock(options.name);
     std::printf("user \"%s\" unlocked\n", options.name.c_str());
@@ -210,6 +237,8 @@ constexpr Command kCommands[] = {
     {"enable", "Take a user's log-ins again", true, false, enable},
     {"expire", "Say when a user's account ends, and its sessions with it", true, false, expire},
     {"networks", "Say where a user may log in from, from the next log-in on", true, false, setNetworks},
+    {"tls", "Bind a user to the certificates of its NMS and end its sessions with others", true, false,
+     setCertificates},
     {"unlock", "Take a user's lock-outs after wrong passwords back", true, false, unlock},
     {"remove", "Remove a user and end its sessions", true, false, removeUser},
 };
@@ -221,6 +250,8 @@ std::string whatOf(const Command& command, const UserOptions& options) {
         text += " " + options.expiry;
     if (command.run == setNetworks)
         text += " " + joined(options.networks);
+    if (command.run == setCertificates)
+        text += " " + (options.isAnyCertificate ? kAny : joinedSubjects(options.subjects));
     return text;
 }
 
@@ -232,6 +263,14 @@ void runCommand(const Command& command, const UserOptions& options) {
         command.run(options);
 }
 
+void addCertificateOptions(CLI::App& app, UserOptions& options) {
+    app.add_option("--subject", options.subjects,
+                   "A certificate's subject, as openssl x509 -noout -subject -nameopt RFC2253 prints it")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
+    app.add_flag("--any", options.isAnyCertificate, "Any certificate, and none: over TCP too");
+}
+
 constexpr const char* kFooter =
     R"(A password has 8 characters at least and 1024 octets at most. Every change, also one that fails, leaves a record in the security log: kelpctl audit --event user.
 
@@ -240,6 +279,7 @@ Examples:
   kelpctl user passwd nms1 --password-file nms1.pw
   kelpctl user expire nms1 2027-01-31
   kelpctl user networks nms1 10.1.0.0/16 2001:db8::/32
+  kelpctl user tls nms1 --subject "CN=nms1,O=Operator" --subject "CN=nms1-standby,O=Operator"
   kelpctl user --database /var/lib/kelp/users.db list)";
 
 }  // namespace
@@ -269,6 +309,8 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
                             "Addresses or address/prefix length, IPv4 or IPv6; any: from everywhere")
                 ->required()
                 ->type_name("NETWORK");
+        if (command.run == setCertificates)
+            addCertificateOptions(*sub, *options);
         if (command.run == list)
             sub->add_flag("--json", options->json, "Print JSON");
         sub->callback([options, &command] { runCommand(command, *options); });

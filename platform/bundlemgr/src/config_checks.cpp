@@ -110,8 +110,10 @@ void checkTls(ConfigDocument& document) {
         else
             checkReadable(document, key);
     }
-    if (!textOf(document, "tls.key_password_file").empty())
-        checkReadable(document, "tls.key_password_file");
+    for (const std::string key : {"tls.key_password_file", "tls.crl"}) {
+        if (!textOf(document, key).empty())
+            checkReadable(document, key);
+    }
 }
 
 void checkNaming(ConfigDocument& document) {

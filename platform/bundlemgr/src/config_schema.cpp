@@ -123,6 +123,16 @@ std::vector<ConfigKey> serviceKeys() {
                 "PEM file with this process's private key and certificate; needed when mode is not 0."),
         textKey("tls", "key_password_file", "", {}, restart,
                 "File whose first line is the password of the private key; empty for a key without one."),
+        textKey(
+            "tls", "crl", "", {}, restart,
+            "PEM file with a revocation list of each authority in ca; a certificate that stands in one is "
+            "refused. Empty: revocation is not checked."),
+        textKey("tls", "ciphers", "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:!aDSS", {}, restart,
+                "Cipher suites for TLS 1.2, in the form of openssl-ciphers(1); only those with forward "
+                "secrecy (ECDHE, DHE) and authenticated encryption."),
+        textKey("tls", "cipher_suites",
+                "TLS_AES_256_GCM_SHA384:TLS_CHACHA20_POLY1305_SHA256:TLS_AES_128_GCM_SHA256", {}, restart,
+                "Cipher suites for TLS 1.3, joined by colons. Older versions of TLS are not spoken."),
         textKey("tls", "verify", "require", {"require", "none"}, restart,
                 "\"require\": a client must show a certificate that an authority of ca has signed; \"none\": "
                 "it need not."),

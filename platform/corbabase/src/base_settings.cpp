@@ -32,6 +32,9 @@ bool readTlsOptions(kelp::orb::OrbOptions& options, std::string& whyNot) {
     options.tlsCaFile = files->caFile;
     options.tlsKeyFile = files->keyFile;
     options.tlsKeyPassword = files->keyPassword;
+    options.tlsCrlFile = files->crlFile;
+    options.tlsCiphers = config().text("tls.ciphers");
+    options.tlsCipherSuites = config().text("tls.cipher_suites");
     options.tlsCallsOnly = options.listen.empty();
     options.tlsRequirePeerCertificate = config().text("tls.verify") == "require";
     return true;

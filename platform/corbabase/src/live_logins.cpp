@@ -76,16 +76,19 @@ LiveLogins::Exceeded LiveLogins::exceededBy(const Key& key, const std::string& a
     return Exceeded::Nothing;
 }
 
-void LiveLogins::enter(const Key& key, const UserAccount& account, const std::string& address) {
+void LiveLogins::enter(const Key& key, const UserAccount& account, const std::string& address,
+                       const std::string& subject) {
     Login login = loginOf(account);
     note(login.addresses, address);
+    login.subject = subject;
     const std::lock_guard guard(mutex_);
     admit(login);
     live_[key].push_back(std::move(login));
     entered_ = true;
 }
 
-void LiveLogins::renew(const Key& key, const UserAccount& account, const std::string& address) {
+void LiveLogins::renew(const Key& key, const UserAccount& account, const std::string& address,
+                       const std::string& subject) {
     const std::lock_guard guard(mutex_);
     const auto found = live_.find(key);
     if (found == live_.end())
@@ -95,6 +98,7 @@ void LiveLogins::renew(const Key& key, const UserAccount& account, const std::st
         Login renewed = loginOf(account);
         renewed.addresses = std::move(login.addresses);
         note(renewed.addresses, address);
+        renewed.subject = subject;
         admit(renewed);
         login = std::move(renewed);
     }
@@ -147,7 +151,7 @@ void LiveLogins::compare(const std::vector<UserAccount>& accounts) {
         const UserAccount* const account = found != byName.end() ? found->second : nullptr;
         for (Login& login : logins) {
             if (account == nullptr || !account->enabled || account->id != login.userId ||
-                account->passwordNumber != login.passwordNumber)
+                account->passwordNumber != login.passwordNumber || !account->allowsCertificate(login.subject))
                 invalidate(login);
             else
                 login.expiresUtc = account->expiresUtc;

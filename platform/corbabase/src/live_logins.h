@@ -39,11 +39,14 @@ class LiveLogins {
     Exceeded exceededBy(const Key& key, const std::string& address, const Quotas& quotas) const;
 
     /// Enters a log-in that this account, as it was read for it, allows. `address` is that of the connection
-    /// it came over, without port; empty inside the process.
-    void enter(const Key& key, const UserAccount& account, const std::string& address = {});
+    /// it came over, without port; empty inside the process. `subject` is that of the peer's certificate,
+    /// normalised; empty: it showed none.
+    void enter(const Key& key, const UserAccount& account, const std::string& address = {},
+               const std::string& subject = {});
     /// The log-ins under the key hold for the account as it is now: its password was given again, from this
-    /// address, which is one of theirs from here on.
-    void renew(const Key& key, const UserAccount& account, const std::string& address = {});
+    /// address, which is one of theirs from here on, and with this certificate.
+    void renew(const Key& key, const UserAccount& account, const std::string& address = {},
+               const std::string& subject = {});
     /// Ends the oldest log-in under the key; false when there is none.
     bool leave(const Key& key);
     std::size_t count(const Key& key) const;
@@ -55,8 +58,8 @@ class LiveLogins {
 
     /// True once after log-ins were entered: accounts may have changed since theirs was read.
     bool takeEntered();
-    /// Compares with all accounts that there are. A log-in whose account is gone, disabled or has another
-    /// password is invalid from then on.
+    /// Compares with all accounts that there are. A log-in whose account is gone, disabled, has another
+    /// password or allows its certificate no more is invalid from then on.
     void compare(const std::vector<UserAccount>& accounts);
     /// The invalid and expired log-ins that are to be told about now. Those that stay are told about again
     /// after growing pauses: a session may not have been listed yet when its log-in became invalid.
@@ -68,6 +71,7 @@ class LiveLogins {
         std::int64_t passwordNumber = 0;
         std::optional<std::int64_t> expiresUtc;
         std::vector<std::string> addresses;  ///< the latest last
+        std::string subject;                 ///< of the latest certificate
         bool isInvalid = false;
         Time tellNext{};
         std::chrono::milliseconds pause{0};

@@ -20,6 +20,7 @@
 #include "oss_networks.h"
 #include "session_name_parts.h"
 #include "singleton.h"
+#include "subject_name.h"
 
 namespace NS_CORBA {
 
@@ -61,13 +62,23 @@ bool mayCallFrom(const UserAccount& account, const kelp::orb::PeerAddress& peer)
     return networks.contains(peer);
 }
 
+/// The subject of the certificate that the caller has shown, normalised; empty when there is none.
+std::string callersSubject() {
+    const std::string subject = kelp::orb::currentPeerSubject();
+    std::string whyNot;
+    return subject.empty() ? subject : normalisedSubject(subject, whyNot).value_or("");
+}
+
 /// 0, or the code that refuses somebody who knows the password.
-unsigned long refusalOf(const UserAccount& account, const kelp::orb::PeerAddress& peer) {
+unsigned long refusalOf(const UserAccount& account, const kelp::orb::PeerAddress& peer,
+                        const std::string& subject) {
     if (!account.enabled)
         return kUserDisabled;
     if (account.isExpired(nowUtc()))
         return kUserExpired;
-    return mayCallFrom(account, peer) ? 0 : kAddressNotAllowed;
+    if (!mayCallFrom(account, peer))
+        return kAddressNotAllowed;
+    return account.allowsCertificate(subject) ? 0 : kCertificateNotAllowed;
 }
 
 const char* reasonOf(unsigned long code) {
@@ -76,6 +87,8 @@ const char* reasonOf(unsigned long code) {
             return "the account is disabled";
         case kUserExpired:
             return "the account has expired";
+        case kCertificateNotAllowed:
+            return "the user may not log in with this certificate, or without one";
         default:
             return "the user may not log in from this address";
     }
@@ -94,6 +107,8 @@ const char* outcomeOf(unsigned long code) {
             return "expired";
         case kAddressNotAllowed:
             return "address not allowed";
+        case kCertificateNotAllowed:
+            return "certificate not allowed";
         case kUserLockedOut:
             return "locked out";
         case kTooManyAccountSessions:
@@ -117,6 +132,14 @@ void record(kelp::oplog::SecurityEvent event, const std::string& user, const std
     told.outcome = outcome;
     told.detail = detail;
     AuditTrail::Instance().Write(std::move(told));
+}
+
+/// What a log-in's record says of it, with the certificate that was shown for it.
+std::string withCertificate(const std::string& detail) {
+    const std::string subject = callersSubject();
+    if (subject.empty())
+        return detail;
+    return detail + (detail.empty() ? "" : ", ") + "certificate " + subject;
 }
 
 /// An address for messages.
@@ -181,7 +204,7 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attemp
     // what no user is called may be a password that was typed in the wrong place
     const std::string user = isKnown ? attempt.user : std::string();
     record(kelp::oplog::SecurityEvent::LogIn, user, attempt.hostInfo, outcomeOf(code),
-           isKnown ? "" : "no known user");
+           withCertificate(isKnown ? "" : "no known user"));
     if (lockout)
         record(kelp::oplog::SecurityEvent::LockOut, user, attempt.hostInfo, outcomeOf(kUserLockedOut),
                "for " + std::to_string(lockout->count()) + " s");
@@ -211,7 +234,7 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
             return kWrongPassword;
         }
         accounts.note(attempt.user, true);
-        if (const unsigned long code = refusalOf(*found, peer); code != 0) {
+        if (const unsigned long code = refusalOf(*found, peer, callersSubject()); code != 0) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaDebugWithPara(1, "[CorbaSecurityMgr::%s] User \"%s\" from %s is refused: %s", operation,
                             found->name.c_str(), shown(origin).c_str(), reasonOf(code));
@@ -301,7 +324,7 @@ unsigned long CorbaSecurityMgr::StillAdmits(const Admission& admission) {
             if (!account || account->id != admission.account_.id ||
                 account->passwordNumber != admission.account_.passwordNumber)
                 return kWrongPassword;
-            return refusalOf(*account, kelp::orb::currentPeer());
+            return refusalOf(*account, kelp::orb::currentPeer(), callersSubject());
         } catch (const std::exception& failure) {
             traceUnusable("Login", failure);
         }
@@ -315,16 +338,17 @@ unsigned long CorbaSecurityMgr::StillAdmits(const Admission& admission) {
 }
 
 void CorbaSecurityMgr::Enter(const Admission& admission) {
-    record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, kOutcomeOk, "");
+    record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, kOutcomeOk,
+           withCertificate(""));
     state_->live.enter({admission.user_, admission.hostInfo_}, admission.account_,
-                       kelp::orb::currentPeer().text);
+                       kelp::orb::currentPeer().text, callersSubject());
 }
 
 void CorbaSecurityMgr::Renew(const Admission& admission) {
     record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, kOutcomeOk,
-           "takes its session up again");
+           withCertificate("takes its session up again"));
     state_->live.renew({admission.user_, admission.hostInfo_}, admission.account_,
-                       kelp::orb::currentPeer().text);
+                       kelp::orb::currentPeer().text, callersSubject());
 }
 
 unsigned long CorbaSecurityMgr::Login(const std::string& hostInfo, const std::string& user,

@@ -15,6 +15,7 @@
 
 #include "oss_networks.h"
 #include "password_hash.h"
+#include "subject_name.h"
 #include "user_name.h"
 #include "user_schema.h"
 
@@ -26,7 +27,7 @@ constexpr int kBusyTimeoutMs = 2000;
 
 constexpr const char* kSelect =
     "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash, expires_utc, networks, "
-    "password_number, unlocks FROM user";
+    "password_number, unlocks, subjects FROM user";
 
 std::int64_t nowUtc() {
     return std::chrono::duration_cast<std::chrono::seconds>(
@@ -48,6 +49,9 @@ UserAccount accountOf(SQLite::Statement& row) {
         account.networks.push_back(network);
     account.passwordNumber = row.getColumn(8).getInt64();
     account.unlocks = row.getColumn(9).getInt64();
+    std::istringstream subjects(row.getColumn(10).getString());
+    for (std::string subject; std::getline(subjects, subject);)
+        account.subjects.push_back(subject);
     return account;
 }
 
@@ -60,6 +64,20 @@ std::string joinedNetworks(const std::vector<std::string>& networks) {
     for (const std::string& network : networks)
         joined += (joined.empty() ? "" : " ") + network;
     return joined;
+}
+
+/// Normalised, a line each; a line feed inside one is escaped. Throws std::runtime_error that shows a text
+/// that is no subject.
+std::string subjectLines(const std::vector<std::string>& subjects) {
+    std::string lines;
+    for (const std::string& subject : subjects) {
+        std::string whyNot;
+        const std::optional<std::string> normalised = normalisedSubject(subject, whyNot);
+        if (!normalised)
+            throw std::runtime_error(whyNot);
+        lines += *normalised + "\n";
+    }
+    return lines;
 }
 
 void requireUsablePassword(const std::string& password) {
@@ -201,6 +219,16 @@ void UserDatabase::setNetworks(const std::string& name, const std::vector<std::s
         SQLite::Statement update(state_->database, "UPDATE user SET networks = ?2 WHERE name = ?1");
         update.bind(1, name);
         update.bind(2, joined);
+        state_->changeOne(update, name);
+    });
+}
+
+void UserDatabase::setSubjects(const std::string& name, const std::vector<std::string>& subjects) {
+    const std::string lines = subjectLines(subjects);
+    translated(state_->path, [&] {
+        SQLite::Statement update(state_->database, "UPDATE user SET subjects = ?2 WHERE name = ?1");
+        update.bind(1, name);
+        update.bind(2, lines);
         state_->changeOne(update, name);
     });
 }

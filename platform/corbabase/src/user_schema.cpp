@@ -29,6 +29,9 @@ ALTER TABLE user ADD COLUMN networks TEXT NOT NULL DEFAULT '';
 ALTER TABLE user ADD COLUMN password_number INTEGER NOT NULL DEFAULT 0;
 ALTER TABLE user ADD COLUMN unlocks INTEGER NOT NULL DEFAULT 0;
 )",
+    R"(
+ALTER TABLE user ADD COLUMN subjects TEXT NOT NULL DEFAULT '';
+)",
 };
 constexpr int kSchemaVersion = static_cast<int>(kSteps.size());
 

@@ -10,15 +10,15 @@ RequestHook::~RequestHook() = default;
 
 void RequestHook::undelivered(const RequestInfo&, const CORBA::Exception*) noexcept {}
 
-void RequestRecord::assign(const char* operation, const char* peerText, const Target& target) {
-    arrive(operation, peerText);
+void RequestRecord::assign(const char* operation, const Peer& peer, const Target& target) {
+    arrive(operation, peer);
     objectKey_.clear();
     setTarget(target);
 }
 
-void RequestRecord::assign(const char* operation, const char* peerText, std::string_view objectKey,
+void RequestRecord::assign(const char* operation, const Peer& peer, std::string_view objectKey,
                            ReadKey read) {
-    arrive(operation, peerText);
+    arrive(operation, peer);
     if (!objectKey.empty() && objectKey == objectKey_)
         return;
     objectKey_.clear();  // a target that is half set, without memory for the rest, is that of no key
@@ -26,15 +26,17 @@ void RequestRecord::assign(const char* operation, const char* peerText, std::str
     objectKey_ = objectKey;
 }
 
-void RequestRecord::arrive(const char* operation, const char* peerText) {
+void RequestRecord::arrive(const char* operation, const Peer& peer) {
     arrived_ = std::chrono::system_clock::now();
     arrivedSteady_ = std::chrono::steady_clock::now();
     operation_ = operation == nullptr ? "" : operation;
-    const std::string_view peer = peerText == nullptr ? "" : peerText;
-    if (peerText_ != peer) {
-        peerText_ = peer;
+    const std::string_view text = peer.text == nullptr ? "" : peer.text;
+    if (peerText_ != text) {
+        peerText_ = text;
         peer_ = parsePeer(peerText_);
     }
+    // not with the text: another connection may come from the same port later
+    peerSubject_ = peer.subject;
 }
 
 void RequestRecord::setTarget(const Target& target) {
@@ -89,6 +91,11 @@ const RequestInfo* currentRequest() {
 PeerAddress currentPeer() {
     const RequestInfo* request = currentRequest();
     return request == nullptr ? PeerAddress{} : request->peer();
+}
+
+std::string currentPeerSubject() {
+    const RequestInfo* request = currentRequest();
+    return request == nullptr ? std::string{} : request->peerSubject();
 }
 
 }  // namespace kelp::orb

@@ -22,14 +22,23 @@ class RequestRecord final : public RequestInfo {
     /// What an object key says.
     using ReadKey = Target (*)(std::string_view objectKey);
 
-    /// A request that arrives now. `peerText` as the transport has it; null texts count as empty.
-    void assign(const char* operation, const char* peerText, const Target& target);
+    /// Whom a connection leads to.
+    struct Peer {
+        Peer(const char* itsText = nullptr, std::string_view itsSubject = {})
+            : text(itsText), subject(itsSubject) {}
+        const char* text;          ///< as the transport has it; null counts as empty
+        std::string_view subject;  ///< RequestInfo::peerSubject()
+    };
+
+    /// A request that arrives now. A null operation counts as empty.
+    void assign(const char* operation, const Peer& peer, const Target& target);
     /// The same for the target of a key. The key is read only if the record's last request had another.
-    void assign(const char* operation, const char* peerText, std::string_view objectKey, ReadKey read);
+    void assign(const char* operation, const Peer& peer, std::string_view objectKey, ReadKey read);
 
     char* operation() const override;
     const std::string& operationName() const override { return operation_; }
     const PeerAddress& peer() const override { return peer_; }
+    const std::string& peerSubject() const override { return peerSubject_; }
     const std::string& topPoaName() const override { return topPoaName_; }
     const std::string& childPoaName() const override { return childPoaName_; }
     const std::string& objectId() const override { return objectId_; }
@@ -37,12 +46,13 @@ class RequestRecord final : public RequestInfo {
     std::chrono::microseconds age() const override;
 
   private:
-    void arrive(const char* operation, const char* peerText);
+    void arrive(const char* operation, const Peer& peer);
     void setTarget(const Target& target);
 
     std::string operation_;
     std::string peerText_;
-    PeerAddress peer_;       ///< peerText_ parsed
+    PeerAddress peer_;  ///< peerText_ parsed
+    std::string peerSubject_;
     std::string objectKey_;  ///< whose target the next three are; empty if they are of no key
     std::string topPoaName_;
     std::string childPoaName_;

@@ -130,6 +130,21 @@ TEST(LoginSecurity, AUserWithNetworksLogsInFromThereOnly) {
     EXPECT_EQ(other.logInRight(), 0u);
 }
 
+TEST(LoginSecurity, AUserBoundToACertificateDoesNotLogInWithoutOne) {
+    RunningAgent agent;
+    operatorDoes([](UserDatabase& database) { database.setSubjects("admin", {"CN=nms1,O=Operator"}); });
+    Way way(agent, "127.0.0.2");
+    EXPECT_EQ(way.logInRight(), kCertificateNotAllowed);
+    EXPECT_EQ(way.logInWrong(), kWrongPassword) << "told only to a caller with the right password";
+    operatorDoes([](UserDatabase& database) { database.setNetworks("admin", {"127.0.0.3"}); });
+    EXPECT_EQ(way.logInRight(), kAddressNotAllowed) << "the address is looked at first";
+    operatorDoes([](UserDatabase& database) {
+        database.setNetworks("admin", {});
+        database.setSubjects("admin", {});
+    });
+    EXPECT_EQ(way.logInRight(), 0u);
+}
+
 TEST(LoginSecurity, AnExpiredUserIsToldSoOnlyWithTheRightPassword) {
     RunningAgent agent;
     operatorDoes([](UserDatabase& database) { database.setExpiry("admin", nowUtc() - 1); });
@@ -143,7 +158,7 @@ TEST(LoginSecurity, AnExpiredUserIsToldSoOnlyWithTheRightPassword) {
 TEST(LoginSecurity, EveryRefusalIsAccessDenied) {
     RunningAgent agent;
     for (const unsigned long code : {kWrongPassword, kUserDisabled, kUserDatabaseUnusable, kUserLockedOut,
-                                     kUserExpired, kAddressNotAllowed}) {
+                                     kUserExpired, kAddressNotAllowed, kCertificateNotAllowed}) {
         try {
             NS_KELPCORBA::ThrowException(code);
             ADD_FAILURE() << "no exception";
@@ -226,6 +241,9 @@ INSTANTIATE_TEST_SUITE_P(
             [](UserDatabase& database) {
                 database.setPassword("admin", RunningAgent::kPassword, configuredHashCost());
             }},
+        AccountEnd{"BoundToACertificate",
+                   [](UserDatabase& database) { database.setSubjects("admin", {"CN=nms1"}); },
+                   [](UserDatabase& database) { database.setSubjects("admin", {}); }},
         AccountEnd{"Expired", [](UserDatabase& database) { database.setExpiry("admin", nowUtc()); },
                    [](UserDatabase& database) { database.setExpiry("admin", std::nullopt); }}),
     [](const auto& param) { return param.param.name; });

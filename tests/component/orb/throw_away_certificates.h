@@ -14,13 +14,13 @@ namespace kelp::test {
 /// A certificate authority of the moment in a folder of its own, which goes with it.
 class ThrowAwayCertificates {
   public:
-    ThrowAwayCertificates() {
+    explicit ThrowAwayCertificates(const std::string& authority = "Test CA") {
         std::string pattern = testing::TempDir() + "kelp-tls-" + std::string(6, 'X');
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no folder for certificates");
         folder_ = pattern;
-        run("openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj '/CN=Test CA' -keyout ca.key -out "
-            "ca.pem");
+        run("openssl req -x509 -newkey " + std::string(kKey) + " -nodes -days 2 -subj '/CN=" + authority +
+            "' -keyout ca.key -out ca.pem");
     }
     ~ThrowAwayCertificates() { std::filesystem::remove_all(folder_); }
     ThrowAwayCertificates(const ThrowAwayCertificates&) = delete;
@@ -30,21 +30,31 @@ class ThrowAwayCertificates {
     std::string authority() const { return folder_ / "ca.pem"; }
 
     /// A file with a new key and the certificate that the authority gave it; the key is encrypted where there
-    /// is a password. A second call for a name replaces the file.
+    /// is a password. The certificate is for this machine by its loopback address. A second call for a name
+    /// replaces the file.
     std::string issue(const std::string& name, const std::string& password = "") const {
-        makeRequest(name, password);
-        run("openssl x509 -req -days 2 -in " + name + ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -out " +
-            name + ".crt");
-        return joined(name);
+        makeRequest(name, "/CN=" + name, password);
+        return certified(name, kThisMachine);
+    }
+    /// The same for alternative names in the form "DNS:ems.example.net,IP:192.0.2.1"; empty: without any.
+    std::string issueForNames(const std::string& name, const std::string& names) const {
+        makeRequest(name, "/CN=" + name, "");
+        return certified(name, names);
+    }
+    /// The same with an RSA key.
+    std::string issueRsa(const std::string& name) const {
+        makeRequest(name, "/CN=" + name, "", "rsa:2048");
+        return certified(name, kThisMachine);
+    }
+    /// The same with a subject in the form "/O=Operator/CN=nms1".
+    std::string issueToSubject(const std::string& name, const std::string& subject) const {
+        makeRequest(name, subject, "");
+        return certified(name, kThisMachine);
     }
     /// The same, valid between two times in the form 20300131235959Z.
     std::string issueFor(const std::string& name, const std::string& from, const std::string& to) const {
-        makeRequest(name, "");
-        std::ofstream(folder_ / "ca.cnf")
-            << "[ca]\ndefault_ca=a\n[a]\ndatabase=index.txt\nnew_certs_dir=.\nrand_serial=yes\n"
-               "unique_subject=no\ndefault_md=sha256\npolicy=p\n[p]\ncommonName=supplied\n";
-        run("touch index.txt && openssl ca -batch -notext -config ca.cnf -cert ca.pem -keyfile ca.key -in " +
-            name + ".csr -out " + name + ".crt -startdate " + from + " -enddate " + to);
+        makeRequest(name, "/CN=" + name, "");
+        runAuthority("-in " + name + ".csr -out " + name + ".crt -startdate " + from + " -enddate " + to);
         return joined(name);
     }
     std::string issueExpired(const std::string& name) const {
@@ -54,22 +64,54 @@ class ThrowAwayCertificates {
         return issueFor(name, "20480101000000Z", "20490101000000Z");
     }
 
+    /// Notes that the certificate issued last for a name is revoked, for the next list.
+    void revoke(const std::string& name) const { runAuthority("-revoke " + name + ".crt"); }
+    /// A file with the authority's revocation list, valid from now for two days; replaces the one before.
+    std::string revocationList() const { return listFor("-crldays 2"); }
+    /// The same, valid between two times as in issueFor().
+    std::string revocationListFor(const std::string& from, const std::string& to) const {
+        return listFor("-crl_lastupdate " + from + " -crl_nextupdate " + to);
+    }
+
     /// The parts of the file that was issued last for a name.
     std::string keyOf(const std::string& name) const { return folder_ / (name + ".key"); }
     std::string certificateOf(const std::string& name) const { return folder_ / (name + ".crt"); }
 
   private:
-    void makeRequest(const std::string& name, const std::string& password) const {
+    static constexpr const char* kKey = "ec -pkeyopt ec_paramgen_curve:P-256";  // made in no time
+    static constexpr const char* kThisMachine = "IP:127.0.0.1,DNS:localhost";
+
+    void makeRequest(const std::string& name, const std::string& subject, const std::string& password,
+                     const char* kind = kKey) const {
         const std::string protection = password.empty() ? "-nodes" : "-passout pass:" + password;
-        run("openssl req -newkey rsa:2048 " + protection + " -subj '/CN=" + name + "' -keyout " + name +
-            ".key -out " + name + ".csr");
+        run("openssl req -newkey " + std::string(kind) + " " + protection + " -utf8 -subj '" + subject +
+            "' -keyout " + name + ".key -out " + name + ".csr");
+    }
+    std::string certified(const std::string& name, const std::string& names) const {
+        std::ofstream(folder_ / "names.cnf") << (names.empty() ? "" : "subjectAltName=" + names + "\n");
+        run("openssl x509 -req -days 2 -in " + name +
+            ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -extfile " + "names.cnf -out " + name + ".crt");
+        return joined(name);
+    }
+    void runAuthority(const std::string& what) const {
+        std::ofstream(folder_ / "ca.cnf")
+            << "[ca]\ndefault_ca=a\n[a]\ndatabase=index.txt\nnew_certs_dir=.\nrand_serial=yes\n"
+               "unique_subject=no\ndefault_md=sha256\npolicy=p\n[p]\ncommonName=supplied\n";
+        run("touch index.txt && openssl ca -batch -notext -config ca.cnf -cert ca.pem -keyfile ca.key " +
+            what);
+    }
+    std::string listFor(const std::string& times) const {
+        runAuthority("-gencrl -out crl.pem " + times);
+        return folder_ / "crl.pem";
     }
     std::string joined(const std::string& name) const {
         run("cat " + name + ".key " + name + ".crt > " + name + ".pem");
         return folder_ / (name + ".pem");
     }
     void run(const std::string& command) const {
-        const std::string whole = "cd '" + folder_.string() + "' && ( " + command + " ) 2>openssl.log";
+        // keys that others can read are refused
+        const std::string whole =
+            "umask 077; cd '" + folder_.string() + "' && ( " + command + " ) 2>openssl.log";
         if (std::system(whole.c_str()) != 0)
             throw std::runtime_error("failed: " + command);
     }

@@ -20,6 +20,10 @@ class TlsClient {
         // TLS 1.2 tells the client about a refused certificate within the handshake
         return std::system((command_ + " -tls1_2 </dev/null >/dev/null 2>&1").c_str()) == 0;
     }
+    /// The same with other options of `openssl s_client`.
+    bool handshakesWith(const std::string& options) const {
+        return std::system((command_ + " " + options + " </dev/null >/dev/null 2>&1").c_str()) == 0;
+    }
     /// The serial number of the certificate that the server shows, as "serial=1F"; empty when it shows none.
     std::string serverSerialNumber() const {
         const std::string text =

@@ -5,6 +5,7 @@
 #include "raw_giop.h"
 #include "session_object.h"
 #include "support/trace_capture.h"
+#include "tcp_relay.h"
 #include "throw_away_certificates.h"
 #include "tls_client.h"
 
@@ -159,6 +160,172 @@ TEST_F(Tls, TracesWhomItRefusesAndWhy) {
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueExpired("old")));
     EXPECT_TRUE(trace.waitFor("TLS: 127.0.0.1 port "));
     EXPECT_TRUE(trace.contains("is refused: certificate expired, its certificate: certificate has expired"));
+}
+
+TEST_F(Tls, SpeaksSuitesWithForwardSecrecyAlone) {
+    OrbOptions options = tlsOptions();
+    options.tlsKeyFile = certificates_.issueRsa("ems");
+    const RunningOrb orb(nullptr, options);
+    const TlsClient client(orb.hostAndPort(), certificates_.authority(), certificates_.issue("nms"));
+    EXPECT_TRUE(client.handshakesWith("-tls1_2 -cipher ECDHE-RSA-AES128-GCM-SHA256"));
+    EXPECT_TRUE(client.handshakesWith("-tls1_2 -cipher DHE-RSA-AES128-GCM-SHA256"));
+    EXPECT_FALSE(client.handshakesWith("-tls1_2 -cipher AES128-GCM-SHA256"));
+    EXPECT_FALSE(client.handshakesWith("-tls1_2 -cipher ECDHE-RSA-AES128-SHA256"));
+    EXPECT_FALSE(client.handshakesWith("-tls1_1 -cipher ALL:@SECLEVEL=0"));
+}
+
+TEST_F(Tls, SpeaksTheSuitesThatItIsGiven) {
+    OrbOptions options = tlsOptions();
+    options.tlsCiphers = "ECDHE-ECDSA-AES256-GCM-SHA384";
+    options.tlsCipherSuites = "TLS_CHACHA20_POLY1305_SHA256";
+    const RunningOrb orb(nullptr, options);
+    const TlsClient client(orb.hostAndPort(), certificates_.authority(), certificates_.issue("nms"));
+    EXPECT_TRUE(client.handshakesWith("-tls1_2 -cipher ECDHE-ECDSA-AES256-GCM-SHA384"));
+    EXPECT_FALSE(client.handshakesWith("-tls1_2 -cipher ECDHE-ECDSA-AES128-GCM-SHA256"));
+    EXPECT_TRUE(client.handshakesWith("-tls1_3 -ciphersuites TLS_CHACHA20_POLY1305_SHA256"));
+    EXPECT_FALSE(client.handshakesWith("-tls1_3 -ciphersuites TLS_AES_128_GCM_SHA256"));
+    SessionObject session(orb);
+    kelp::orb::setThreadTimeout(20s);
+    EXPECT_NO_THROW(session.remote()->ping());
+}
+
+TEST_F(Tls, DoesNotStartWithWeakSuites) {
+    OrbOptions options = tlsOptions();
+    options.tlsCiphers = "AES128-GCM-SHA256";
+    const TraceCapture trace;
+    EXPECT_THROW(CORBA::release(kelp::orb::start(options, nullptr)), CORBA::BAD_PARAM);
+    EXPECT_TRUE(
+        trace.contains("TLS: the list of ciphers has the suite AES128-GCM-SHA256, which has no forward "
+                       "secrecy"));
+}
+
+TEST_F(Tls, CallersSubjectIsPartOfTheRequest) {
+    OrbOptions options = tlsOptions();
+    options.tlsKeyFile = certificates_.issueToSubject("ems", "/O=Operator/CN=nms1");
+    const RunningOrb orb(nullptr, options);
+    std::string subject;
+    SessionObject session(orb, [&] { subject = kelp::orb::currentPeerSubject(); });
+    kelp::orb::setThreadTimeout(20s);
+    session.remote()->ping();
+    EXPECT_EQ(subject, "CN=nms1,O=Operator");
+    EXPECT_EQ(kelp::orb::currentPeerSubject(), "");
+}
+
+TEST_F(Tls, CallerWithoutTlsHasNoSubject) {
+    const RunningOrb orb;
+    std::string subject = "none";
+    SessionObject session(orb, [&] { subject = kelp::orb::currentPeerSubject(); });
+    session.remote()->ping();
+    EXPECT_EQ(subject, "");
+}
+
+/// An ORB that calls itself over TLS and looks at whose certificate it shows.
+class TlsServerName : public Tls {
+  protected:
+    /// Whether it calls `host`, where it listens itself.
+    bool calls(const std::string& host, const std::string& names, const std::string& expected = "") {
+        OrbOptions options = tlsOptions();
+        options.tlsKeyFile = certificates_.issueForNames("ems", names);
+        options.tlsCallsOnly = true;
+        options.tlsCheckServer = true;
+        options.tlsServerName = expected;
+        const RunningOrb orb(nullptr, options);
+        SessionObject session(orb);
+        kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
+        const TcpRelay way(orb.port(), "127.0.0.1");  // the ORB makes no connection to its own address
+        const CORBA::Object_var object = kelp::orb::toReference(
+            orb.orb(), "corbaloc:ssliop:1.2@" + host + ":" + std::to_string(way.port()) + "/Key");
+        kelp::orb::setThreadTimeout(20s);
+        try {
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in())->ping();
+        } catch (const CORBA::SystemException&) {
+            return false;
+        }
+        return session.servant().pings == 1;
+    }
+};
+
+TEST_F(TlsServerName, IsTheAddressThatIsCalled) {
+    EXPECT_TRUE(calls("127.0.0.1", "IP:127.0.0.1"));
+    EXPECT_FALSE(calls("127.0.0.1", "IP:127.0.0.2,DNS:localhost"));
+    EXPECT_NE(
+        kelp::orb::takeRefusedServer().find(
+            " shows a certificate of CN = ems, which is refused: it is for IP:127.0.0.2, DNS:localhost, "
+            "not for 127.0.0.1"),
+        std::string::npos);
+}
+
+TEST_F(TlsServerName, IsTheNameThatIsCalled) {
+    EXPECT_TRUE(calls("localhost", "DNS:localhost"));
+    EXPECT_FALSE(calls("localhost", "IP:127.0.0.1"));
+}
+
+TEST_F(TlsServerName, IsTheOneThatIsExpectedWhateverIsCalled) {
+    EXPECT_TRUE(calls("127.0.0.1", "DNS:ems.example.net", "ems.example.net"));
+    EXPECT_FALSE(calls("127.0.0.1", "IP:127.0.0.1", "ems.example.net"));
+}
+
+class TlsRevocation : public Tls {
+  protected:
+    OrbOptions withList() {
+        OrbOptions options = tlsOptions();
+        options.tlsCrlFile = certificates_.revocationList();
+        return options;
+    }
+    bool renews(const OrbOptions& options) {
+        whyNot_.clear();
+        return kelp::orb::renewTls({options.tlsCaFile, options.tlsKeyFile, "", options.tlsCrlFile}, whyNot_);
+    }
+    std::string whyNot_;
+};
+
+TEST_F(TlsRevocation, TakesEffectWithTheNextList) {
+    const OrbOptions options = withList();
+    const RunningOrb orb(nullptr, options);
+    const std::string stolen = certificates_.issue("stolen");
+    EXPECT_TRUE(handshakes(orb, certificates_.authority(), stolen));
+    certificates_.revoke("stolen");
+    certificates_.revocationList();
+    EXPECT_TRUE(handshakes(orb, certificates_.authority(), stolen)) << "a new file alone changes nothing";
+    const TraceCapture trace;
+    ASSERT_TRUE(renews(options)) << whyNot_;
+    EXPECT_FALSE(handshakes(orb, certificates_.authority(), stolen));
+    EXPECT_TRUE(trace.waitFor("is refused: certificate revoked, its certificate: certificate revoked"));
+    EXPECT_TRUE(handshakes(orb, certificates_.authority(), certificates_.issue("nms")));
+}
+
+TEST_F(TlsRevocation, HoldsForServersThatAreCalled) {
+    const OrbOptions options = withList();
+    const RunningOrb orb(nullptr, options);
+    SessionObject session(orb);
+    kelp::orb::setThreadTimeout(20s);
+    certificates_.revoke("ems");
+    certificates_.revocationList();
+    ASSERT_TRUE(renews(options)) << whyNot_;
+    EXPECT_THROW(session.remote()->ping(), CORBA::SystemException);
+}
+
+TEST_F(TlsRevocation, EndedListIsNotTakenOverAndTheFormerHolds) {
+    certificates_.issue("stolen");
+    certificates_.revoke("stolen");
+    const OrbOptions options = withList();
+    const RunningOrb orb(nullptr, options);
+    certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
+    EXPECT_FALSE(renews(options));
+    EXPECT_NE(whyNot_.find("/crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01"),
+              std::string::npos)
+        << whyNot_;
+    EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.folder() + "/stolen.pem"));
+    EXPECT_TRUE(handshakes(orb, certificates_.authority(), certificates_.issue("nms")));
+}
+
+TEST_F(Tls, DoesNotStartWithAnEndedRevocationListOrAKeyThatOthersCanRead) {
+    OrbOptions options = tlsOptions();
+    options.tlsCrlFile = certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
+    EXPECT_THROW(CORBA::release(kelp::orb::start(options, nullptr)), CORBA::BAD_PARAM);
+    options = tlsOptions();
+    std::filesystem::permissions(options.tlsKeyFile, std::filesystem::perms(0640));
+    EXPECT_THROW(CORBA::release(kelp::orb::start(options, nullptr)), CORBA::BAD_PARAM);
 }
 
 class TlsRenewal : public Tls {

@@ -85,9 +85,9 @@ TEST(ShippedErrorCatalogue, HasATextForEveryCodeThatIsThrownAndForEveryRange) {
     for (const unsigned long code :
          {0x411800BAul, 0x411800BEul, 0x41180053ul, 0x4118005Ful, 0x41180039ul, 0x41180102ul,
           0x41180032ul, 0x048FFFA3ul, 0x048FFFA4ul, 0x048FFFA5ul, 0x048FFFA6ul, 0x048FFFA7ul,
-          0x048FFFA8ul, 0x048FFFA9ul, 0x048FFFAAul, 0x41180057ul, 0x411800C7ul, 0x411800CAul,
-          0x411800CBul, 0x411800E9ul, 0x411800EAul, 0x411800EBul, 0x411800EDul, 0x411800FCul,
-          0x411800FDul, 0x411800FFul, 0x41180103ul, 0x048AFFFAul, 0x41000000ul}) {
+          0x048FFFA8ul, 0x048FFFA9ul, 0x048FFFAAul, 0x048FFFABul, 0x41180057ul, 0x411800C7ul,
+          0x411800CAul, 0x411800CBul, 0x411800E9ul, 0x411800EAul, 0x411800EBul, 0x411800EDul,
+          0x411800FCul, 0x411800FDul, 0x411800FFul, 0x41180103ul, 0x048AFFFAul, 0x41000000ul}) {
         std::string text;
         EXPECT_TRUE(catalogue.GetErrorText(code, text)) << std::hex << code;
         EXPECT_TRUE(text.ends_with('.')) << text;

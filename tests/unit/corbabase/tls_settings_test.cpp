@@ -57,6 +57,38 @@ TEST_F(TlsSettings, ProblemsNameFileLineAndKey) {
                                 "/old.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
 }
 
+TEST_F(TlsSettings, SuitesAreLookedAt) {
+    EXPECT_THAT(
+        check(certificates_.authority(), certificates_.issue("ems"),
+              "ciphers = \"AES128-GCM-SHA256\"\ncipher_suites = \"TLS_NONSENSE\"\n"),
+        ElementsAre("test.toml:5: tls.ciphers: has the suite AES128-GCM-SHA256, which has no forward "
+                    "secrecy",
+                    "test.toml:6: tls.cipher_suites: \"TLS_NONSENSE\" names no cipher suite of TLS 1.3"));
+    EXPECT_THAT(check(certificates_.authority(), certificates_.issue("ems"),
+                      "ciphers = \"ECDHE-ECDSA-AES256-GCM-SHA384\"\n"),
+                IsEmpty());
+}
+
+TEST_F(TlsSettings, RevocationListsAreLookedAt) {
+    const auto checkList = [&](const std::string& file) {
+        return check(certificates_.authority(), certificates_.issue("ems"), "crl = \"" + file + "\"\n");
+    };
+    EXPECT_THAT(checkList(certificates_.revocationList()), IsEmpty());
+    EXPECT_THAT(checkList(certificates_.revocationListFor("20200101000000Z", "20210101000000Z")),
+                ElementsAre("test.toml:5: tls.crl: " + certificates_.folder() +
+                            "/crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01 "
+                            "00:00:00 UTC"));
+}
+
+TEST_F(TlsSettings, KeyThatOthersCanReadIsRefused) {
+    const std::string own = certificates_.issue("ems");
+    std::filesystem::permissions(own, std::filesystem::perms(0644));
+    EXPECT_THAT(check(certificates_.authority(), own),
+                ElementsAre("test.toml:4: tls.certificate: " + own +
+                            " holds a private key that others can read or write: its mode is 0644, set it to "
+                            "0600"));
+}
+
 TEST_F(TlsSettings, PasswordIsTheFilesFirstLine) {
     const std::string locked = certificates_.issue("locked", "opensesame");
     for (const std::string text : {"opensesame", "opensesame\n", "opensesame\r\n", "opensesame\nmore\n"}) {

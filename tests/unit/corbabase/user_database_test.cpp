@@ -258,7 +258,7 @@ TEST_F(UserDatabaseTest, ASchemaOfAnotherVersionIsRefused) {
         raw.exec("PRAGMA user_version = 7");
     }
     EXPECT_EQ(openingFailure(),
-              "user database " + file.string() + " has schema version 7; this program knows version 2");
+              "user database " + file.string() + " has schema version 7; this program knows version 3");
 }
 
 TEST_F(UserDatabaseTest, ADatabaseOfTheFirstVersionKeepsItsAccountsAndGetsTheRest) {
@@ -288,6 +288,7 @@ TEST_F(UserDatabaseTest, ADatabaseOfTheFirstVersionKeepsItsAccountsAndGetsTheRes
     EXPECT_EQ(account->passwordChangedUtc, 2000);
     EXPECT_EQ(account->expiresUtc, std::nullopt);
     EXPECT_TRUE(account->networks.empty());
+    EXPECT_TRUE(account->subjects.empty());
     database.setNetworks("nms1", {"10.0.0.0/8"});
     UserDatabase again(file);
     EXPECT_EQ(again.find("nms1")->networks.size(), 1u);
@@ -299,7 +300,7 @@ TEST_F(UserDatabaseTest, TwoProgramsMayBringItUpToDateAtOnce) {
         { UserDatabase(file).add("nms1", "secret", kCheap); }
         {
             SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
-            for (const char* column : {"expires_utc", "networks", "password_number", "unlocks"})
+            for (const char* column : {"expires_utc", "networks", "password_number", "unlocks", "subjects"})
                 raw.exec(std::string("ALTER TABLE user DROP COLUMN ") + column);
             raw.exec("PRAGMA user_version = 1");
         }
@@ -330,6 +331,24 @@ TEST_F(UserDatabaseTest, KeepsExpiryAndNetworks) {
     EXPECT_EQ(database.find("nms1")->networks, networks);
     database.setNetworks("nms1", {});
     EXPECT_TRUE(database.find("nms1")->networks.empty());
+}
+
+TEST_F(UserDatabaseTest, KeepsSubjectsInOneForm) {
+    UserDatabase database(file);
+    database.add("nms1", "secret", kCheap);
+    EXPECT_TRUE(database.find("nms1")->allowsCertificate(""));
+    database.setSubjects("nms1", {"cn=nms1, O=Operator", "CN=two\nlines"});
+    const std::vector<std::string> subjects = {"CN=nms1,O=Operator", "CN=two\\0Alines"};
+    EXPECT_EQ(database.find("nms1")->subjects, subjects);
+    EXPECT_TRUE(database.find("nms1")->allowsCertificate("CN=nms1,O=Operator"));
+    EXPECT_FALSE(database.find("nms1")->allowsCertificate("CN=nms1"));
+    EXPECT_FALSE(database.find("nms1")->allowsCertificate(""));
+    const std::string failure = failureOf([&] { database.setSubjects("nms1", {"CN=nms2", "nonsense"}); });
+    EXPECT_EQ(failure.find("\"nonsense\" is no subject: "), 0u) << failure;
+    EXPECT_EQ(database.find("nms1")->subjects, subjects);
+    EXPECT_EQ(failureOf([&] { database.setSubjects("nobody", {}); }), "there is no user \"nobody\"");
+    database.setSubjects("nms1", {});
+    EXPECT_TRUE(database.find("nms1")->subjects.empty());
 }
 
 TEST_F(UserDatabaseTest, EveryNewPasswordHasANumberOfItsOwn) {

@@ -66,6 +66,25 @@ TEST_F(LiveLoginsTest, ALogInThatGaveTheNewPasswordGoesOn) {
     EXPECT_EQ(live.count(login), 1u);
 }
 
+TEST_F(LiveLoginsTest, ACertificateThatTheAccountAllowsNoMoreIsTold) {
+    const LiveLogins::Key bound{"nms1", "10.0.0.3:5000"};
+    live.enter(bound, account, "10.0.0.3", "CN=nms1");
+    account.subjects = {"CN=nms1", "CN=standby"};
+    live.compare({account});
+    EXPECT_THAT(invalid(), ElementsAre(login)) << "the one that showed none";
+    live.leave(login);
+    account.subjects = {"CN=standby"};
+    live.compare({account});
+    EXPECT_THAT(invalid(), ElementsAre(bound));
+}
+
+TEST_F(LiveLoginsTest, ALogInThatIsRenewedHoldsForItsNewCertificate) {
+    account.subjects = {"CN=nms1"};
+    live.renew(login, account, "10.0.0.1", "CN=nms1");
+    live.compare({account});
+    EXPECT_THAT(invalid(), IsEmpty());
+}
+
 TEST_F(LiveLoginsTest, RenewingEntersNothing) {
     const LiveLogins::Key other{"nms1", "10.0.0.2:5000"};
     live.renew(other, account);

@@ -36,6 +36,26 @@ TEST_F(CertificateWatchTest, FindsNoneInAFileWithoutACertificate) {
               "tls.certificate: no certificate can be read from /no/such/file");
 }
 
+TEST_F(CertificateWatchTest, WarnsOfARevocationListFromThreeDaysBeforeItsEndOn) {
+    const system_clock::time_point end = system_clock::from_time_t(1798761600);  // 2027-01-01
+    const auto warningOfList = [&](system_clock::duration left) {
+        return revocationListWarning("/etc/kelp/crl.pem", {"CN = CA", end}, end - left);
+    };
+    EXPECT_EQ(warningOfList(3 * kDay + 1s), "");
+    const std::string soon =
+        "the revocation list of CN = CA in /etc/kelp/crl.pem ends at 2027-01-01 00:00:00 UTC: get its "
+        "successor, then send SIGHUP";
+    EXPECT_EQ(warningOfList(3 * kDay), soon);
+    EXPECT_EQ(warningOfList(1s), soon);
+    const std::string ended =
+        "the revocation list of CN = CA in /etc/kelp/crl.pem has ended at 2027-01-01 00:00:00 UTC: it goes "
+        "on "
+        "to be used, but certificates that were revoked since are accepted";
+    EXPECT_EQ(warningOfList(0s), ended);
+    EXPECT_EQ(warningOfList(-kDay), ended);
+    EXPECT_EQ(revocationListWarning("/etc/kelp/crl.pem", {"CN = CA", std::nullopt}, end), "");
+}
+
 TEST_F(CertificateWatchTest, WarnsFromThirtyDaysBeforeTheEndOn) {
     EXPECT_EQ(warning(31 * kDay), "");
     EXPECT_EQ(warning(30 * kDay), "");

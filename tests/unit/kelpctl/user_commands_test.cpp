@@ -190,7 +190,7 @@ TEST_F(UserCommands, NetworksSayWhereTheUserMayLogInFrom) {
     EXPECT_NE(kelpctl("user list").output.find("  any\n"), std::string::npos);
     EXPECT_EQ(kelpctl("user networks nms1 10.1.0.0/16 2001:db8::/32").output,
               "user \"nms1\" may log in from: 10.1.0.0/16 2001:db8::/32\n");
-    EXPECT_NE(kelpctl("user list").output.find("  10.1.0.0/16 2001:db8::/32\n"), std::string::npos);
+    EXPECT_NE(kelpctl("user list").output.find("  10.1.0.0/16 2001:db8::/32  any\n"), std::string::npos);
     EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("networks").size(), 2u);
     const ToolRun run = kelpctl("user networks nms1 10.1.0.0/33");
     EXPECT_TRUE(run.failedWith(1, "\"10.1.0.0/33\" needs a prefix length from 0 to 32")) << run;
@@ -198,6 +198,23 @@ TEST_F(UserCommands, NetworksSayWhereTheUserMayLogInFrom) {
     EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->networks.size(), 2u);
     EXPECT_EQ(kelpctl("user networks nms1 any").output, "user \"nms1\" may log in from: any\n");
     EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->networks.empty());
+}
+
+TEST_F(UserCommands, TlsBindsTheUserToCertificates) {
+    ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
+    EXPECT_EQ(kelpctl("user tls nms1 --subject 'cn=nms1, O=Operator' --subject CN=standby").output,
+              "user \"nms1\" may log in with a certificate of: CN=nms1,O=Operator; CN=standby\n");
+    EXPECT_NE(kelpctl("user list").output.find("  any              CN=nms1,O=Operator; CN=standby\n"),
+              std::string::npos);
+    EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("subjects"),
+              nlohmann::json::parse(R"(["CN=nms1,O=Operator", "CN=standby"])"));
+    EXPECT_TRUE(kelpctl("user tls nms1 --subject nms1").failedWith(1, "\"nms1\" is no subject"));
+    for (const char* const nonsense : {"user tls nms1", "user tls nms1 --any --subject CN=a"})
+        EXPECT_TRUE(kelpctl(nonsense).failedWith(1, "say either --subject, once or more often, or --any"))
+            << nonsense;
+    EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->subjects.size(), 2u);
+    EXPECT_EQ(kelpctl("user tls nms1 --any").output, "user \"nms1\" may log in with a certificate of: any\n");
+    EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->subjects.empty());
 }
 
 TEST_F(UserCommands, UnlockTellsTheHost) {
@@ -217,7 +234,7 @@ TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     for (const char* command :
          {"disable nobody", "enable nobody", "remove nobody", "passwd nobody --password-file pw",
-          "expire nobody never", "networks nobody any", "unlock nobody"}) {
+          "expire nobody never", "networks nobody any", "tls nobody --any", "unlock nobody"}) {
         const ToolRun run = kelpctl(std::string("user ") + command);
         EXPECT_TRUE(run.failedWith(1, "there is no user \"nobody\"")) << command << ": " << run;
     }
@@ -225,7 +242,7 @@ TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {
 
 TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
     for (const char* command : {"list", "disable nms1", "enable nms1", "remove nms1", "expire nms1 now",
-                                "networks nms1 any", "unlock nms1"}) {
+                                "networks nms1 any", "tls nms1 --any", "unlock nms1"}) {
         const ToolRun run = kelpctl(std::string("user ") + command);
         EXPECT_TRUE(run.failedWith(1, "users.db does not exist")) << command << ": " << run;
     }

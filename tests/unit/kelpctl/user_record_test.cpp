@@ -61,6 +61,8 @@ TEST_F(UserRecords, EveryChangeLeavesOneRecord) {
         {"expire nms1 2100-03-01", "expire 2100-03-01"},
         {"networks nms1 10.1.0.0/16 2001:db8::/32", "networks 10.1.0.0/16 2001:db8::/32"},
         {"networks nms1 any", "networks any"},
+        {"tls nms1 --subject CN=nms1,O=Operator --subject CN=standby", "tls CN=nms1,O=Operator; CN=standby"},
+        {"tls nms1 --any", "tls any"},
         {"unlock nms1", "unlock"},
         {"remove nms1", "remove"},
     };
@@ -91,6 +93,7 @@ TEST_F(UserRecords, AChangeThatFailsLeavesARecordThatSaysWhy) {
         {"enable nobody", "there is no user \"nobody\""},
         {"expire nms1 soon", "\"soon\" is no time"},
         {"networks nms1 10.1.0.0/33", "\"10.1.0.0/33\" needs a prefix length"},
+        {"tls nms1 --subject nms1", "\"nms1\" is no subject"},
         {"unlock nobody", "there is no user \"nobody\""},
         {"remove nobody", "there is no user \"nobody\""},
         {"--database elsewhere.db disable nms1", "elsewhere.db does not exist"},

@@ -38,8 +38,24 @@ class TlsFilesTest : public testing::Test {
         std::ifstream in(file);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    std::string written(const std::string& name, const std::string& text) const {
-        return folder_.write(name, text);
+    std::string written(const std::string& name, const std::string& text, ::mode_t mode = 0600) const {
+        const std::string file = folder_.write(name, text);
+        EXPECT_EQ(::chmod(file.c_str(), mode), 0);
+        return file;
+    }
+    std::string checkMode(::mode_t mode) const {
+        const auto all = checkOwn(written("ems.pem", contentOf(certificates_.issue("ems")), mode));
+        return all.empty() ? "" : all.front();
+    }
+    /// Of revocation lists, without the file's folder.
+    std::vector<std::string> checkLists(const std::string& crlFile) const {
+        std::vector<std::string> all;
+        for (const auto& problem :
+             problemsOf({certificates_.authority(), certificates_.issue("ems"), "", crlFile})) {
+            EXPECT_EQ(problem.of, Of::RevocationLists) << problem.what;
+            all.push_back(problem.what.substr(problem.what.rfind('/') + 1));
+        }
+        return all;
     }
 
     const kelp::test::ThrowAwayCertificates certificates_;
@@ -136,6 +152,98 @@ TEST_F(TlsFilesTest, OwnCertificateMustBeValidNow) {
     EXPECT_THAT(checkOwn(certificates_.issueNotYetValid("new")),
                 ElementsAre("certificate: new.pem holds a certificate that is not valid before 2048-01-01 "
                             "00:00:00 UTC"));
+}
+
+TEST_F(TlsFilesTest, KeyThatOthersCanReadOrWriteIsRefused) {
+    const auto refusal = [](const std::string& mode) {
+        return "certificate: ems.pem holds a private key that others can read or write: its mode is " + mode +
+               ", set it to 0600";
+    };
+    EXPECT_EQ(checkMode(0600), "");
+    EXPECT_EQ(checkMode(0400), "");
+    EXPECT_EQ(checkMode(0700), "");
+    EXPECT_EQ(checkMode(0604), refusal("0604"));
+    EXPECT_EQ(checkMode(0640), refusal("0640"));
+    EXPECT_EQ(checkMode(0620), refusal("0620"));
+    EXPECT_EQ(checkMode(0602), refusal("0602"));
+    EXPECT_EQ(checkMode(0644), refusal("0644"));
+}
+
+TEST_F(TlsFilesTest, CertificatesAloneMayBeReadByAll) {
+    const std::string own = certificates_.issue("ems");
+    EXPECT_THAT(check(written("ca.pem", contentOf(certificates_.authority()), 0644), own), IsEmpty());
+}
+
+TEST_F(TlsFilesTest, RevocationListOfTheAuthorityIsGood) {
+    EXPECT_THAT(checkLists(certificates_.revocationList()), IsEmpty());
+    certificates_.issue("stolen");
+    certificates_.revoke("stolen");
+    EXPECT_THAT(checkLists(certificates_.revocationList()), IsEmpty());
+}
+
+TEST_F(TlsFilesTest, FileOfRevocationListsNeedsOne) {
+    EXPECT_THAT(checkLists("/no/such/crl.pem"),
+                ElementsAre("crl.pem cannot be read: No such file or directory"));
+    EXPECT_THAT(checkLists("/dev/null"), ElementsAre("null holds no PEM revocation list"));
+    EXPECT_THAT(checkLists(certificates_.authority()), ElementsAre("ca.pem holds no PEM revocation list"));
+    std::string damaged = contentOf(certificates_.revocationList());
+    damaged.replace(damaged.find('\n') + 1, 8, "////////");
+    EXPECT_THAT(checkLists(written("damaged.pem", damaged)),
+                ElementsAre(StartsWith("damaged.pem holds a damaged revocation list: ")));
+    EXPECT_THAT(checkLists(written("cut.pem", contentOf(certificates_.revocationList()) + damaged)),
+                ElementsAre(StartsWith("cut.pem holds a damaged revocation list: ")));
+}
+
+TEST_F(TlsFilesTest, RevocationListMustHoldNow) {
+    EXPECT_THAT(
+        checkLists(certificates_.revocationListFor("20200101000000Z", "20210101000000Z")),
+        ElementsAre("crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01 00:00:00 "
+                    "UTC"));
+    EXPECT_THAT(
+        checkLists(certificates_.revocationListFor("20480101000000Z", "20490101000000Z")),
+        ElementsAre("crl.pem holds a revocation list of CN = Test CA that is not valid before 2048-01-01 "
+                    "00:00:00 UTC"));
+    const std::string ended =
+        contentOf(certificates_.revocationListFor("20200101000000Z", "20210101000000Z"));
+    EXPECT_THAT(checkLists(written("both.pem", ended + contentOf(certificates_.revocationList()))), IsEmpty())
+        << "an older list next to the one that holds";
+}
+
+TEST_F(TlsFilesTest, ForeignRevocationListIsRefused) {
+    const kelp::test::ThrowAwayCertificates others("Other CA");
+    const std::string own = contentOf(certificates_.revocationList());
+    EXPECT_THAT(checkLists(written("foreign.pem", own + contentOf(others.revocationList()))),
+                ElementsAre("foreign.pem holds a revocation list of CN = Other CA, which is none of the "
+                            "trusted authorities"));
+    const kelp::test::ThrowAwayCertificates namesakes;
+    EXPECT_THAT(checkLists(written("namesake.pem", contentOf(namesakes.revocationList()))),
+                testing::Contains("namesake.pem holds a revocation list of CN = Test CA that this authority "
+                                  "has not signed"));
+}
+
+TEST_F(TlsFilesTest, EachAuthorityNeedsARevocationListWhereThereIsAFileOfThem) {
+    const kelp::test::ThrowAwayCertificates others("Other CA");
+    const std::string both =
+        written("cas.pem", contentOf(certificates_.authority()) + contentOf(others.authority()));
+    const std::string own = certificates_.issue("ems");
+    const auto problems = problemsOf({both, own, "", certificates_.revocationList()});
+    ASSERT_EQ(problems.size(), 1u);
+    EXPECT_THAT(problems.front().what,
+                testing::EndsWith("/crl.pem holds no revocation list of CN = Other CA, which is one of the "
+                                  "trusted authorities"));
+    const std::string lists =
+        written("crls.pem", contentOf(certificates_.revocationList()) + contentOf(others.revocationList()));
+    EXPECT_THAT(problemsOf({both, own, "", lists}), IsEmpty());
+}
+
+TEST_F(TlsFilesTest, EndsOfRevocationListsAreKnown) {
+    EXPECT_THAT(kelp::orb::revocationListEnds("/no/such/file"), IsEmpty());
+    EXPECT_THAT(kelp::orb::revocationListEnds("/dev/null"), IsEmpty());
+    const auto ends =
+        kelp::orb::revocationListEnds(certificates_.revocationListFor("20200101000000Z", "20210101000000Z"));
+    ASSERT_EQ(ends.size(), 1u);
+    EXPECT_EQ(ends[0].authority, "CN = Test CA");
+    EXPECT_EQ(ends[0].end, std::chrono::system_clock::from_time_t(1609459200));
 }
 
 TEST_F(TlsFilesTest, KeyTooShortForTheLibraryIsRefusedBeforeTheStart) {

@@ -1,9 +1,9 @@
 #include <kelp/nms/client.h>
 
 #include "cos_naming_tree.h"
+#include "failure_text.h"
 #include "local_address.h"
 
-#include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
@@ -37,6 +37,8 @@ orb::OrbOptions orbOptions(const NmsSettings& settings, const std::string& addre
     options.tlsCaFile = settings.tls->authorities;
     options.tlsKeyFile = settings.tls->keyFile;
     options.tlsKeyPassword = settings.tls->keyPassword;
+    options.tlsCheckServer = settings.tls->checkServer;
+    options.tlsServerName = settings.tls->serverName;
     options.tlsCallsOnly = true;
     return options;
 }
@@ -82,8 +84,7 @@ CosNamingTree NmsClient::State::tree() const {
             throw Unreachable("what answers at " + naming + " is no naming service");
         return CosNamingTree(orb.in(), context.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the naming service at " + naming +
-                          " does not answer: " + orb::exceptionText(exception));
+        throw Unreachable("the naming service at " + naming + " does not answer: " + failureText(exception));
     }
 }
 
@@ -101,7 +102,7 @@ NmsClient::NmsClient(const NmsSettings& settings) : state_(std::make_unique<Stat
         const PortableServer::POAManager_var manager = state_->root->the_POAManager();
         orb::letCallersThrough(manager.in());
     } catch (const CORBA::Exception& exception) {
-        throw CannotListen("cannot listen on " + address + ": " + orb::exceptionText(exception));
+        throw CannotListen("cannot listen on " + address + ": " + failureText(exception));
     }
 }
 
@@ -162,8 +163,7 @@ FoundFactory NmsClient::findFactory(const std::string& path) {
     try {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("what is bound under " + wanted +
-                          " does not answer: " + orb::exceptionText(exception));
+        throw Unreachable("what is bound under " + wanted + " does not answer: " + failureText(exception));
     }
     if (CORBA::is_nil(found.reference.in()))
         throw Unreachable("what is bound under " + wanted + " is no session factory");
@@ -177,7 +177,7 @@ FoundFactory NmsClient::factoryByReference(const std::string& text) {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
         return found;
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("this is no usable reference: " + orb::exceptionText(exception));
+        throw Unreachable("this is no usable reference: " + failureText(exception));
     }
 }
 
@@ -187,7 +187,7 @@ std::string NmsClient::interfaceVersion(const FoundFactory& factory) {
         return std::string(version.in());
     } catch (const CORBA::Exception& exception) {
         throw Unreachable("the session factory at " + factory.address +
-                          " does not answer: " + orb::exceptionText(exception));
+                          " does not answer: " + failureText(exception));
     }
 }
 
@@ -206,7 +206,7 @@ std::unique_ptr<NmsSession> NmsClient::logIn(const FoundFactory& factory, const 
     } catch (const globaldefs::ProcessingFailureException& exception) {
         throw LoginRefused("log-in of user \"" + user + "\" refused", exception);
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("log-in at " + factory.address + " failed: " + orb::exceptionText(exception));
+        throw Unreachable("log-in at " + factory.address + " failed: " + failureText(exception));
     }
 }
 

@@ -1,8 +1,9 @@
 #include "cos_naming_tree.h"
 
 #include <kelp/nms/error.h>
-#include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
+
+#include "failure_text.h"
 
 namespace kelp::nms {
 
@@ -65,7 +66,7 @@ CORBA::Object_ptr CosNamingTree::resolve(const NamingPath& path) {
         throw Unreachable("nothing is bound in the naming service under " + toText(path));
     } catch (const CORBA::Exception& exception) {
         throw Unreachable("the naming service could not resolve " + toText(path) + ": " +
-                          orb::exceptionText(exception));
+                          failureText(exception));
     }
 }
 
@@ -94,7 +95,7 @@ std::vector<NamingEntry> CosNamingTree::list(const NamingPath& path) {
             append(bindings.in(), entries);
     } catch (const CORBA::Exception& exception) {
         throw Unreachable("the naming service could not list " + (path.empty() ? "its root" : toText(path)) +
-                          ": " + orb::exceptionText(exception));
+                          ": " + failureText(exception));
     }
     return entries;
 }

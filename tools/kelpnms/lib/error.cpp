@@ -1,7 +1,8 @@
 #include <kelp/nms/error.h>
-#include <kelp/orb/exception_text.h>
 
 #include <array>
+
+#include "failure_text.h"
 
 namespace kelp::nms {
 
@@ -46,7 +47,7 @@ ProcessingFailure::ProcessingFailure(const std::string& doing,
       reason_(reasonOf(raised)) {}
 
 CallFailed::CallFailed(const std::string& doing, const CORBA::Exception& raised)
-    : NmsError(doing + ": " + orb::exceptionText(raised)),
+    : NmsError(doing + ": " + failureText(raised)),
       isOfUnknownObject_(CORBA::OBJECT_NOT_EXIST::_downcast(&raised) != nullptr ||
                          CORBA::OBJ_ADAPTER::_downcast(&raised) != nullptr) {}
 

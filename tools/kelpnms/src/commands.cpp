@@ -114,7 +114,8 @@ NmsSettings settingsOf(const Options& options) {
     settings.timeout = options.timeout;
     if (!options.tlsAuthorities.empty())
         settings.tls = NmsTls{options.tlsAuthorities, options.tlsKeyFile,
-                              readKeyPassword(options.tlsKeyPasswordFile).text()};
+                              readKeyPassword(options.tlsKeyPasswordFile).text(), options.tlsChecksName,
+                              options.tlsName};
     return settings;
 }
 

@@ -132,6 +132,14 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
                    "File whose first line is the private key's password")
         ->check(CLI::ExistingFile)
         ->needs(key);
+    auto* name = app.add_option("--tls-name", options.tlsName,
+                                "Name or address that the certificates of naming service and EMS must show; "
+                                "default: the host that is called")
+                     ->needs(key);
+    app.add_flag("!--no-tls-name-check", options.tlsChecksName,
+                 "Accept a certificate of the right authority whatever name it shows")
+        ->needs(key)
+        ->excludes(name);
     app.add_option("--timeout", raw.timeout, "Limit of every call, seconds")
         ->capture_default_str()
         ->check(CLI::Range(0.1, kSecondsMax));

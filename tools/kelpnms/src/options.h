@@ -22,6 +22,8 @@ struct Options {
     std::string tlsAuthorities;  ///< file; empty: no TLS
     std::string tlsKeyFile;
     std::string tlsKeyPasswordFile;  ///< empty: the key has no password
+    std::string tlsName;             ///< of every server's certificate; empty: the host that is called
+    bool tlsChecksName = true;
     std::chrono::milliseconds timeout{};
     bool json = false;
     bool verbose = false;

@@ -24,6 +24,7 @@
 #include "interceptor_list.h"
 #include "locating.h"
 #include "object_key.h"
+#include "tls.h"
 
 namespace kelp::orb {
 
@@ -87,7 +88,7 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     endUndelivered(requests, nullptr);
     RequestRecord& record = requests.arrive();
     const std::string_view key = keyOf(info.giop_s);
-    record.assign(info.operation(), info.peeraddress(), key, targetOfKey);
+    record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key, targetOfKey);
     if (RequestHook* const hook = theHook.load(); hook != nullptr) {
         try {
             callHook("request hook, received,", [&] { hook->received(record); });

@@ -93,6 +93,8 @@ OptionTable optionTable(const OrbOptions& options) {
     addPublished(options, table);
 
     table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* tcp,ssl");
+    // a name that became an address could not be compared with the server's certificate
+    table.add("resolveNamesForTransportRules", options.tlsCheckServer ? 0UL : 1UL);
     // its lines go to the trace, which tells the time itself (the ORB's way is not safe among threads)
     table.add("traceTime", 0UL);
     // without it a thread's own time-out is taken and ignored

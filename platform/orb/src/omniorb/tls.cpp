@@ -4,10 +4,11 @@
 #include <omniORB4/sslContext.h>
 
 #include <memory>
-#include <mutex>
 
-#include "../tls_material.h"
-#include "../tls_refusals.h"
+#include "../tls/context.h"
+#include "../tls/material.h"
+#include "../tls/peer_check.h"
+#include "../tls/refusals.h"
 #include "../trace.h"
 
 namespace kelp::orb {
@@ -28,49 +29,6 @@ Texts& keptTexts() {
     return *texts;
 }
 
-/// What handshakes show and trust. The transport's own context must not be changed once connections are made
-/// from it (the library reads it without a lock), so each handshake takes what holds from here.
-class Current {
-  public:
-    static Current& instance() {
-        static Current* const current = new Current;  // never deleted: handshakes may outlive main
-        return *current;
-    }
-    std::shared_ptr<const TlsMaterial> get() const {
-        const std::lock_guard guard(mutex_);
-        return material_;
-    }
-    void set(std::shared_ptr<const TlsMaterial> material) {
-        const std::lock_guard guard(mutex_);
-        material_.swap(material);
-    }
-
-  private:
-    mutable std::mutex mutex_;
-    std::shared_ptr<const TlsMaterial> material_;  // null: no TLS
-};
-
-/// The library asks for this side's certificate.
-int showCertificate(SSL* connection, void*) {
-    const std::shared_ptr<const TlsMaterial> material = Current::instance().get();
-    if (!material)
-        return 1;
-    SSL_certs_clear(connection);
-    if (SSL_use_cert_and_key(connection, material->certificate.get(), material->key.get(),
-                             material->chain.get(), 1) == 1)
-        return 1;
-    traceException("TLS: the certificate cannot be shown: " + tlsErrorText());
-    return 0;
-}
-
-/// The library has got the other side's certificate.
-int checkCertificate(X509_STORE_CTX* check, void*) {
-    const std::shared_ptr<const TlsMaterial> material = Current::instance().get();
-    if (material)
-        X509_STORE_CTX_set0_trusted_stack(check, material->authorities.get());
-    return X509_verify_cert(check);
-}
-
 std::shared_ptr<const TlsMaterial> readOrTellWhyNot(const TlsFiles& files, std::string& whyNot) {
     std::vector<TlsFileProblem> problems;
     std::shared_ptr<const TlsMaterial> material = readTls(files, problems);
@@ -79,10 +37,22 @@ std::shared_ptr<const TlsMaterial> readOrTellWhyNot(const TlsFiles& files, std::
     return material;
 }
 
-void use(std::shared_ptr<const TlsMaterial> material) {
-    if (material)
-        trace(util::TraceKind::Trace, "TLS: the certificate is now " + inWords(*material));
-    Current::instance().set(std::move(material));
+void use(TlsUse next) {
+    trace(util::TraceKind::Trace, "TLS: the certificate is now " + inWords(*next.material));
+    CurrentTls::instance().set(std::make_shared<const TlsUse>(std::move(next)));
+}
+
+/// The suites for the contexts of the ORB that is started.
+TlsSuites& chosenSuites() {
+    static TlsSuites* const suites = new TlsSuites;
+    return *suites;
+}
+
+std::string problemOfSuites(const OrbOptions& options) {
+    if (const std::string problem = problemOfTlsCiphers(options.tlsCiphers); !problem.empty())
+        return "the list of ciphers " + problem;
+    const std::string problem = problemOfTlsCipherSuites(options.tlsCipherSuites);
+    return problem.empty() ? "" : "the list of cipher suites " + problem;
 }
 
 }  // namespace
@@ -92,22 +62,24 @@ void setUpTls(const OrbOptions& options) {
         sslContext::certificate_authority_file = nullptr;
         sslContext::key_file = nullptr;
         sslContext::key_file_password = nullptr;
-        use(nullptr);
+        CurrentTls::instance().set(nullptr);
         return;
     }
-    std::string whyNot;
+    std::string whyNot = problemOfSuites(options);
     std::shared_ptr<const TlsMaterial> material;
     if (options.tlsCaFile.empty())
         whyNot = "there are TLS addresses, but no CA file";
-    else
+    else if (whyNot.empty())
         // a failure inside ORB_init would leave the ORB unfit for another start, and would not say what is
         // wrong
-        material = readOrTellWhyNot({options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword}, whyNot);
+        material = readOrTellWhyNot(
+            {options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword, options.tlsCrlFile}, whyNot);
     if (!material) {
         traceException("TLS: " + whyNot);
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     }
-    use(std::move(material));
+    use({std::move(material), options.tlsCheckServer, options.tlsServerName});
+    chosenSuites() = {options.tlsCiphers, options.tlsCipherSuites};
     Texts& texts = keptTexts();
     texts.caFile = options.tlsCaFile;
     texts.keyFile = options.tlsKeyFile;
@@ -122,27 +94,27 @@ void setUpTls(const OrbOptions& options) {
 }
 
 void takeOverHandshakes() {
-    if (sslContext::singleton == nullptr || !Current::instance().get())
+    if (sslContext::singleton == nullptr || !CurrentTls::instance().get())
         return;
-    SSL_CTX* const context = sslContext::singleton->get_SSL_CTX();
-    SSL_CTX_set_cert_cb(context, showCertificate, nullptr);
-    SSL_CTX_set_cert_verify_callback(context, checkCertificate, nullptr);
-    // a resumed connection would show no certificate, and so outlive an authority that is trusted no more
-    SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
-    SSL_CTX_set_options(context, SSL_OP_NO_TICKET);
-    SSL_CTX_set_num_tickets(context, 0);
+    setUpContext(sslContext::singleton->get_SSL_CTX(), chosenSuites());
 }
 
 bool renewTls(const TlsFiles& files, std::string& whyNot) {
-    const std::shared_ptr<const TlsMaterial> before = Current::instance().get();
+    const std::shared_ptr<const TlsUse> before = CurrentTls::instance().get();
     if (!before)
         return true;
     std::shared_ptr<const TlsMaterial> material = readOrTellWhyNot(files, whyNot);
     if (!material)
         return false;
-    if (!isSame(*before, *material))
-        use(std::move(material));
+    if (!isSame(*before->material, *material))
+        use({std::move(material), before->checkServer, before->serverName});
     return true;
+}
+
+std::string_view peerSubject(const void* peerDetails) {
+    const std::string* const subject =
+        peerDetails == nullptr ? nullptr : keptSubject(static_cast<const X509*>(peerDetails));
+    return subject == nullptr ? std::string_view() : *subject;
 }
 
 bool isTlsUnusedNotice(const std::string& orbLogLine) {

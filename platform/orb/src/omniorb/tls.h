@@ -2,6 +2,8 @@
 
 #include <kelp/orb/orb.h>
 
+#include <string_view>
+
 namespace kelp::orb {
 
 /// Hands the TLS transport its certificates, or none when the caller asked for no TLS. Before ORB_init, while
@@ -12,6 +14,10 @@ void setUpTls(const OrbOptions& options);
 /// Makes handshakes show and trust what renewTls() has taken over last. After ORB_init, before an endpoint is
 /// opened; nothing without TLS.
 void takeOverHandshakes();
+
+/// The subject of the certificate that a connection's peerdetails() are, which may be null; empty when there
+/// is none. Valid as long as the connection.
+std::string_view peerSubject(const void* peerDetails);
 
 /// The transport's own notice, at each start, that it was given no certificates: usual, and no fault.
 bool isTlsUnusedNotice(const std::string& orbLogLine);

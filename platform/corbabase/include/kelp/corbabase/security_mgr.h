@@ -20,6 +20,7 @@ inline constexpr unsigned long kUserExpired = 0x048FFFA7;
 inline constexpr unsigned long kAddressNotAllowed = 0x048FFFA8;  ///< this user may not log in from there
 inline constexpr unsigned long kTooManyAccountSessions = 0x048FFFA9;
 inline constexpr unsigned long kTooManyAddressSessions = 0x048FFFAA;
+inline constexpr unsigned long kCertificateNotAllowed = 0x048FFFAB;  ///< this user may not with this, or none
 /// A user name or password longer than kLogInTextBytesMax; the client sees EXCPT_INVALID_INPUT.
 inline constexpr unsigned long kOverlongLogIn = 0x41180057;
 
@@ -41,11 +42,12 @@ class KELP_EXPORT Admission {
 /// Where a log-in comes from is the peer of the connection of the request in hand, whatever `hostInfo` says.
 /// After `[security] lockout_failures` wrong passwords a user is locked out at that address and refused
 /// before any password is hashed. That an account is disabled, has expired or may not be used from that
-/// address is told only to somebody with the right password.
+/// address or with the certificate of that connection is told only to somebody with the right password.
 ///
 /// Between Init and ExitThread light event 119 (user state change) is raised, within a second, for each live
-/// log-in whose user was disabled or removed, got another password or has expired, whichever process wrote
-/// that. It is raised again, with growing pauses, until Logout ends the log-in.
+/// log-in whose user was disabled or removed, got another password, was bound to other certificates or has
+/// expired, whichever process wrote that. It is raised again, with growing pauses, until Logout ends the
+/// log-in.
 class KELP_EXPORT CorbaSecurityMgr {
   public:
     static CorbaSecurityMgr* Instance();

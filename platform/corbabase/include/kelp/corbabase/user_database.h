@@ -2,6 +2,7 @@
 
 #include <kelp/util/export.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -22,10 +23,17 @@ struct KELP_EXPORT UserAccount {
     std::optional<std::int64_t> expiresUtc;  ///< from when on the account is no longer valid; none: never
     /// Networks that the user may log in from, "address" or "address/prefix length"; empty: any.
     std::vector<std::string> networks;
+    /// Subjects of the certificates that the user may log in with, as UserDatabase has normalised them;
+    /// empty: any, and none at all.
+    std::vector<std::string> subjects;
     std::int64_t passwordNumber = 0;  ///< grows with every new password
     std::int64_t unlocks = 0;         ///< grows each time the operator takes lock-outs back
 
     bool isExpired(std::int64_t nowUtc) const { return expiresUtc && *expiresUtc <= nowUtc; }
+    /// Whether the user may log in with a certificate of this subject, normalised; empty: without one.
+    bool allowsCertificate(const std::string& subject) const {
+        return subjects.empty() || std::find(subjects.begin(), subjects.end(), subject) != subjects.end();
+    }
 };
 
 /// Cost of one Argon2id hash.
@@ -57,6 +65,10 @@ class KELP_EXPORT UserDatabase {
     /// The networks that the user may log in from, IPv4 and IPv6; empty: any. An IPv4 network also holds
     /// peers that are seen as IPv4-mapped IPv6.
     void setNetworks(const std::string& name, const std::vector<std::string>& networks);
+    /// The subjects (RFC 4514) of the certificates that the user may log in with; empty: any, and none at
+    /// all. They are kept in one form: attribute types in capitals, no spaces around separators, values as
+    /// they are. At most 2 KiB each.
+    void setSubjects(const std::string& name, const std::vector<std::string>& subjects);
     /// Tells the agent to take the user's lock-outs back.
     void unlock(const std::string& name);
     void remove(const std::string& name);

@@ -4,6 +4,7 @@
 #include <kelp/orb/export.h>
 #include <kelp/orb/gate.h>
 #include <kelp/orb/request.h>
+#include <kelp/orb/tls_suites.h>
 
 #include <chrono>
 #include <string>
@@ -26,7 +27,13 @@ struct KELP_EXPORT OrbOptions {
     std::string tlsCaFile;                  ///< PEM; empty: no TLS
     std::string tlsKeyFile;                 ///< PEM, key and certificate in one file
     std::string tlsKeyPassword;             ///< may be empty for an unencrypted key
+    std::string tlsCrlFile;                 ///< PEM, revocation lists; empty: revocation is not checked
+    std::string tlsCiphers = kTlsCiphers;
+    std::string tlsCipherSuites = kTlsCipherSuites;
     bool tlsRequirePeerCertificate = true;
+    /// Calling side: whether a server's certificate must be for the host that is called, or for another one.
+    bool tlsCheckServer = false;
+    std::string tlsServerName;  ///< that other name or address, of every server; empty: the host called
     bool tlsCallsOnly = false;  ///< calling side: a peer that cannot be reached over TLS is not called
     unsigned threadsMax = 0;    ///< most threads that serve one connection's calls; 0: the ORB's default
     std::size_t messageBytesMax = 104857600;

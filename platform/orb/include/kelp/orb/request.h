@@ -41,6 +41,10 @@ class KELP_EXPORT RequestInfo {
     /// The same, borrowed.
     virtual const std::string& operationName() const = 0;
     virtual const PeerAddress& peer() const = 0;
+    /// The subject of the certificate that the peer has proved to hold, as RFC 4514 has it:
+    /// "CN=nms1,O=Operator". Empty without TLS, for a peer without a certificate, and for a subject longer
+    /// than 2 KiB.
+    virtual const std::string& peerSubject() const = 0;
     /// Name of the root POA's child that the target lives under; empty for an object outside the POA tree.
     virtual const std::string& topPoaName() const = 0;
     /// Name of the POA below that one which the target lives under; empty when it lives in the former itself.
@@ -60,6 +64,9 @@ KELP_EXPORT const RequestInfo* currentRequest();
 
 /// The peer of the request being served by the calling thread; an empty address outside one.
 KELP_EXPORT PeerAddress currentPeer();
+
+/// RequestInfo::peerSubject() of that request; empty outside one.
+KELP_EXPORT std::string currentPeerSubject();
 
 /// Gets every request that arrives over a connection, on the thread that will run the servant.
 /// The first two operations may throw CORBA system exceptions; the caller gets them as they are, so throw

@@ -20,6 +20,9 @@ struct NmsTls {
     std::string authorities;  ///< certificates of the authorities that sign the EMS's certificate
     std::string keyFile;      ///< this NMS's own private key and certificate
     std::string keyPassword;  ///< empty for a key without one
+    /// Whether a server's certificate must be for the host that is called, or for `serverName`.
+    bool checkServer = true;
+    std::string serverName = {};  ///< name or address that every server must show; empty: the host called
 };
 
 /// How an NMS is set up.

@@ -1,81 +1,22 @@
-#include "tls_material.h"
+#include "material.h"
 
-#include <kelp/util/descriptor.h>
-#include <kelp/util/trace_log.h>
-
-#include <fcntl.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <ctime>
-#include <optional>
-#include <system_error>
+
+#include "context.h"
+#include "pem_file.h"
+#include "revocation_lists.h"
+#include "texts.h"
 
 namespace kelp::orb {
 
 namespace {
 
-using OwnedBio = std::unique_ptr<BIO, FreedBy<BIO_free>>;
 using Of = TlsFileProblem::Of;
-
-constexpr std::size_t kFileBytesMax = 16 << 20;
-constexpr std::size_t kNameBytesMax = 300;
-
-/// One file: its text, and what is found wrong with it.
-class PemFile {
-  public:
-    PemFile(std::string name, Of of, std::vector<TlsFileProblem>& problems)
-        : name_(std::move(name)), of_(of), problems_(problems) {
-        read();
-    }
-
-    bool isRead() const { return text_.has_value(); }
-    OwnedBio open() const {
-        return OwnedBio(BIO_new_mem_buf(text_->data(), static_cast<int>(text_->size())));
-    }
-    bool contains(const char* part) const { return text_->find(part) != std::string::npos; }
-    void wrong(const std::string& what) { wrong(of_, what); }
-    void wrong(Of of, const std::string& what) {
-        problems_.push_back({of, kelp::util::escaped(name_, kNameBytesMax) + " " + what});
-    }
-
-  private:
-    void read() {
-        // a pipe without a writer is an empty file, not one to wait for
-        const util::Descriptor file(::open(name_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-        std::string text;
-        ssize_t got = file.isOpen() ? 1 : -1;
-        for (char block[8192]; got > 0 && text.size() <= kFileBytesMax;) {
-            got = ::read(file.get(), block, sizeof block);
-            if (got > 0)
-                text.append(block, static_cast<std::size_t>(got));
-        }
-        if (got < 0)
-            wrong("cannot be read: " + std::generic_category().message(errno));
-        else if (text.size() > kFileBytesMax)
-            wrong("is too long for a file of certificates");
-        else
-            text_ = std::move(text);
-    }
-
-    const std::string name_;
-    const Of of_;
-    std::vector<TlsFileProblem>& problems_;
-    std::optional<std::string> text_;
-};
-
-std::string inWords(const ASN1_TIME* time) {
-    std::tm parts{};
-    if (ASN1_TIME_to_tm(time, &parts) != 1)
-        return "an unreadable time";
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts)};
-}
 
 bool hasEnded(const X509* certificate) {
     return X509_cmp_current_time(X509_get0_notAfter(certificate)) < 0;
@@ -91,7 +32,7 @@ OwnedCertificates readCertificates(PemFile& file) {
     OwnedCertificates all(sk_X509_new_null());
     while (X509* const certificate = PEM_read_bio_X509(in.get(), nullptr, nullptr, nullptr))
         sk_X509_push(all.get(), certificate);
-    const bool isAtTheEnd = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
+    const bool isAtTheEnd = isEndOfPem();
     const std::string why = tlsErrorText();
     if (isAtTheEnd && sk_X509_num(all.get()) > 0)
         return all;
@@ -111,6 +52,13 @@ OwnedCertificates readAuthorities(PemFile& file) {
     return nullptr;
 }
 
+OwnedNames subjectsOf(const STACK_OF(X509) * certificates) {
+    OwnedNames names(sk_X509_NAME_new_null());
+    for (int i = 0; i < sk_X509_num(certificates); ++i)
+        sk_X509_NAME_push(names.get(), X509_NAME_dup(X509_get_subject_name(sk_X509_value(certificates, i))));
+    return names;
+}
+
 /// What is given to the TLS library when it finds a key encrypted.
 struct Password {
     const std::string& text;
@@ -125,6 +73,20 @@ int givePassword(char* buffer, int size, int, void* data) {
         return -1;
     std::memcpy(buffer, text.data(), text.size());
     return static_cast<int>(text.size());
+}
+
+std::string inOctal(::mode_t mode) {
+    char text[8];
+    std::snprintf(text, sizeof text, "%04o", static_cast<unsigned>(mode));
+    return text;
+}
+
+/// A key that others know, or may have put there, proves nothing.
+void checkMode(PemFile& file) {
+    constexpr ::mode_t others = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+    if (file.contains("PRIVATE KEY-----") && (file.mode() & others) != 0)
+        file.wrong("holds a private key that others can read or write: its mode is " + inOctal(file.mode()) +
+                   ", set it to 0600");
 }
 
 OwnedKey readKey(PemFile& file, const std::string& passwordText) {
@@ -146,7 +108,9 @@ OwnedKey readKey(PemFile& file, const std::string& passwordText) {
 
 /// Whether the library would show this in a handshake; it refuses short keys and weak signatures.
 bool isAccepted(const TlsMaterial& material, std::string& whyNot) {
-    const std::unique_ptr<SSL_CTX, FreedBy<SSL_CTX_free>> context(SSL_CTX_new(TLS_method()));
+    const OwnedContext context(SSL_CTX_new(TLS_method()));
+    if (context)
+        requireTlsStrength(context.get());
     const bool isGood = context && SSL_CTX_use_cert_and_key(context.get(), material.certificate.get(),
                                                             material.key.get(), material.chain.get(), 1) == 1;
     whyNot = tlsErrorText();
@@ -178,15 +142,6 @@ bool isSame(const STACK_OF(X509) * one, const STACK_OF(X509) * other) {
     return true;
 }
 
-std::string subjectOf(const X509* certificate) {
-    const OwnedBio out(BIO_new(BIO_s_mem()));
-    X509_NAME_print_ex(out.get(), X509_get_subject_name(certificate), 0,
-                       XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB);
-    char* text = nullptr;
-    const long length = BIO_get_mem_data(out.get(), &text);
-    return util::escaped(std::string(text, static_cast<std::size_t>(std::max(length, 0L))), kNameBytesMax);
-}
-
 std::string serialNumberOf(const X509* certificate) {
     const std::unique_ptr<BIGNUM, FreedBy<BN_free>> number(
         ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
@@ -194,6 +149,20 @@ std::string serialNumberOf(const X509* certificate) {
     const std::string text = digits != nullptr ? digits : "unknown";
     OPENSSL_free(digits);
     return text;
+}
+
+/// "; revocation lists valid until ...": the first end of several. Nothing when there are none.
+std::string endOf(const STACK_OF(X509_CRL) * lists) {
+    const ASN1_TIME* first = nullptr;
+    for (int i = 0; i < sk_X509_CRL_num(lists); ++i) {
+        const ASN1_TIME* const end = X509_CRL_get0_nextUpdate(sk_X509_CRL_value(lists, i));
+        if (end != nullptr && (first == nullptr || ASN1_TIME_compare(end, first) < 0))
+            first = end;
+    }
+    if (lists == nullptr)
+        return {};
+    return first != nullptr ? "; revocation lists valid until " + inWords(first)
+                            : "; revocation lists without an end";
 }
 
 }  // namespace
@@ -204,14 +173,22 @@ std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files, std::vector<Tl
     auto material = std::make_shared<TlsMaterial>();
     PemFile authorities(files.caFile, Of::Authorities, problems);
     material->authorities = readAuthorities(authorities);
+    material->authorityNames = subjectsOf(material->authorities.get());
     PemFile own(files.keyFile, Of::Certificate, problems);
     if (own.isRead()) {
+        checkMode(own);
         material->chain = readCertificates(own);
         if (material->chain)
             material->certificate.reset(sk_X509_shift(material->chain.get()));
         material->key = readKey(own, files.keyPassword);
         if (material->certificate && material->key)
             checkOwn(*material, own);
+    }
+    if (!files.crlFile.empty()) {
+        PemFile lists(files.crlFile, Of::RevocationLists, problems);
+        // without the authorities each list would be a stranger's
+        if (material->authorities)
+            material->revocationLists = readRevocationLists(lists, material->authorities.get());
     }
     return problems.empty() ? material : nullptr;
 }
@@ -226,24 +203,15 @@ bool isSame(const TlsMaterial& one, const TlsMaterial& other) {
     return isSame(one.authorities.get(), other.authorities.get()) &&
            isSame(one.chain.get(), other.chain.get()) &&
            X509_cmp(one.certificate.get(), other.certificate.get()) == 0 &&
-           EVP_PKEY_eq(one.key.get(), other.key.get()) == 1;
+           EVP_PKEY_eq(one.key.get(), other.key.get()) == 1 &&
+           isSame(one.revocationLists.get(), other.revocationLists.get());
 }
 
 std::string inWords(const TlsMaterial& material) {
     const X509* const certificate = material.certificate.get();
-    return subjectOf(certificate) + ", serial number " + serialNumberOf(certificate) + ", valid until " +
-           inWords(X509_get0_notAfter(certificate));
-}
-
-std::string tlsErrorText() {
-    const unsigned long error = ERR_get_error();
-    ERR_clear_error();
-    const char* const reason = ERR_reason_error_string(error);
-    if (reason != nullptr)
-        return reason;
-    char text[256];
-    ERR_error_string_n(error, text, sizeof text);
-    return text;
+    return inWords(X509_get_subject_name(certificate)) + ", serial number " + serialNumberOf(certificate) +
+           ", valid until " + inWords(X509_get0_notAfter(certificate)) +
+           endOf(material.revocationLists.get());
 }
 
 }  // namespace kelp::orb

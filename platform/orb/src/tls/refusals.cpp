@@ -1,6 +1,4 @@
-#include "tls_refusals.h"
-
-#include "trace.h"
+#include "refusals.h"
 
 #include <netdb.h>
 #include <openssl/x509.h>
@@ -11,6 +9,8 @@
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "../trace.h"
 
 namespace kelp::orb {
 
@@ -45,7 +45,20 @@ Throttle& throttle() {
     return *made;
 }
 
-std::string peerOf(const SSL* connection) {
+std::string refusalText(const SSL* connection, int where, int value) {
+    const std::string alert = SSL_alert_desc_string_long(value);
+    if ((where & SSL_CB_READ) != 0)
+        return "TLS: " + peerInWords(connection) + " refuses this process: " + alert;
+    const long verified = SSL_get_verify_result(connection);
+    const std::string certificate =
+        verified == X509_V_OK ? ""
+                              : std::string(", its certificate: ") + X509_verify_cert_error_string(verified);
+    return "TLS: " + peerInWords(connection) + " is refused: " + alert + certificate;
+}
+
+}  // namespace
+
+std::string peerInWords(const SSL* connection) {
     sockaddr_storage address{};
     socklen_t length = sizeof address;
     char host[NI_MAXHOST];
@@ -57,19 +70,6 @@ std::string peerOf(const SSL* connection) {
         return "a peer that is gone";
     return std::string(host) + " port " + port;
 }
-
-std::string refusalText(const SSL* connection, int where, int value) {
-    const std::string alert = SSL_alert_desc_string_long(value);
-    if ((where & SSL_CB_READ) != 0)
-        return "TLS: " + peerOf(connection) + " refuses this process: " + alert;
-    const long verified = SSL_get_verify_result(connection);
-    const std::string certificate =
-        verified == X509_V_OK ? ""
-                              : std::string(", its certificate: ") + X509_verify_cert_error_string(verified);
-    return "TLS: " + peerOf(connection) + " is refused: " + alert + certificate;
-}
-
-}  // namespace
 
 void traceRefusal(const SSL* connection, int where, int value) {
     const bool isFatalAlert = (where & SSL_CB_ALERT) != 0 && (value >> 8) == SSL3_AL_FATAL;

@@ -133,6 +133,12 @@ std::vector<ConfigKey> serviceKeys() {
         textKey("tls", "cipher_suites",
                 "TLS_AES_256_GCM_SHA384:TLS_CHACHA20_POLY1305_SHA256:TLS_AES_128_GCM_SHA256", {}, restart,
                 "Cipher suites for TLS 1.3, joined by colons. Older versions of TLS are not spoken."),
+        integerKey(
+            "tls", "handshakes_max", 400, 1, 1000000, restart,
+            "Most TLS handshakes in progress. One more takes the place of one that has taken 3 s, or is "
+            "refused."),
+        integerKey("tls", "handshakes_per_address_max", 100, 1, 1000000, restart,
+                   "Most TLS handshakes in progress with one address, likewise."),
         textKey("tls", "verify", "require", {"require", "none"}, restart,
                 "\"require\": a client must show a certificate that an authority of ca has signed; \"none\": "
                 "it need not."),

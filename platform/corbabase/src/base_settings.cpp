@@ -55,6 +55,8 @@ kelp::orb::GateLimits readGateLimits() {
     limits.inputRateMin = count("orb.input_rate_min");
     limits.locatesPerSecond = static_cast<unsigned>(count("orb.locate_requests_max"));
     limits.locatesPerSecondBeforeLogin = static_cast<unsigned>(count("access.locate_requests_before_login"));
+    limits.tlsHandshakesMax = static_cast<unsigned>(count("tls.handshakes_max"));
+    limits.tlsHandshakesPerAddressMax = static_cast<unsigned>(count("tls.handshakes_per_address_max"));
     return limits;
 }
 

@@ -12,8 +12,6 @@
 
 namespace kelp::test {
 
-using OwnedConnection = std::unique_ptr<SSL, orb::FreedBy<SSL_free>>;
-
 /// Makes these certificates the process's own for the length of a scope.
 class TlsInUse {
   public:
@@ -90,8 +88,8 @@ class Handshake {
     SSL* client() const { return client_.get(); }
 
   private:
-    const OwnedConnection server_;
-    const OwnedConnection client_;
+    const orb::OwnedConnection server_;
+    const orb::OwnedConnection client_;
 };
 
 }  // namespace kelp::test

@@ -77,7 +77,8 @@ Gate::Gate(const Settings& settings)
       assemblerLimits_(assemblerLimitsOf(settings)),
       budget_(settings.limits.unfinishedBytesMax),
       connections_(tableLimitsOf(settings.limits),
-                   [this](const PeerAddress& peer) { return isLoggedIn(peer); }) {}
+                   [this](const PeerAddress& peer) { return isLoggedIn(peer); }),
+      handshakes_({settings.limits.tlsHandshakesMax, settings.limits.tlsHandshakesPerAddressMax}) {}
 
 std::shared_ptr<Gate> Gate::current() {
     const std::lock_guard guard(currentMutex);

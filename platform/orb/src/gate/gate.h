@@ -9,6 +9,7 @@
 #include "../giop/input_budget.h"
 #include "../giop/message_assembler.h"
 #include "connection_table.h"
+#include "handshake_table.h"
 #include "locate_rates.h"
 
 namespace kelp::orb::gate {
@@ -38,6 +39,7 @@ class Gate {
     const giop::AssemblerLimits& assemblerLimits() const { return assemblerLimits_; }
     giop::InputBudget& budget() { return budget_; }
     ConnectionTable& connections() { return connections_; }
+    HandshakeTable& handshakes() { return handshakes_; }
 
     /// A message of this size has been read: its memory goes back to the system a little later.
     void messageRead(std::size_t octets);
@@ -49,6 +51,7 @@ class Gate {
     const giop::AssemblerLimits assemblerLimits_;
     giop::InputBudget budget_;
     ConnectionTable connections_;
+    HandshakeTable handshakes_;
     LocateRates locates_;
     std::atomic<int> tidyRounds_{0};
     std::atomic<std::chrono::steady_clock::rep> tidyNext_{0};

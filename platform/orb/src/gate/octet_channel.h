@@ -31,6 +31,8 @@ class OctetChannel {
     /// the end of this object.
     virtual void shutDown() = 0;
     virtual int descriptor() const = 0;
+    /// Over TLS, the peer's certificate as the TLS library has it, owned by this object; else null.
+    virtual void* peerDetails() const { return nullptr; }
 };
 
 }  // namespace kelp::orb::gate

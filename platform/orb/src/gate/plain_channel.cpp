@@ -1,12 +1,11 @@
 #include "plain_channel.h"
 
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <limits>
+
+#include "socket_wait.h"
 
 namespace kelp::orb::gate {
 
@@ -14,24 +13,6 @@ namespace {
 
 bool wouldWait(int error) {
     return error == EAGAIN || error == EWOULDBLOCK;
-}
-
-/// False when the time is over.
-bool waitUntilWritable(int descriptor, std::chrono::steady_clock::time_point deadline) {
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0)
-            return false;
-        pollfd waiting{descriptor, POLLOUT, 0};
-        constexpr auto longest = std::numeric_limits<int>::max();
-        const int count = ::poll(
-            &waiting, 1, static_cast<int>(std::min<std::chrono::milliseconds::rep>(left.count(), longest)));
-        if (count > 0)
-            return true;
-        if (count < 0 && errno != EINTR)
-            return true;  // send() says what is wrong
-    }
 }
 
 }  // namespace

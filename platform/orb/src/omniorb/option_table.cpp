@@ -83,13 +83,15 @@ const char* (*OptionTable::pairs())[2] {
 
 OptionTable optionTable(const OrbOptions& options) {
     OptionTable table;
-    const std::string plain = options.transport == OrbOptions::Transport::Gate ? kGateEndpoint : "giop:tcp:";
+    const bool isGate = options.transport == OrbOptions::Transport::Gate;
+    const std::string plain = isGate ? kGateEndpoint : "giop:tcp:";
+    const std::string tls = isGate ? kTlsGateEndpoint : "giop:ssl:";
     for (const std::string& address : options.listen)
         table.add("endPoint", plain + address);
     for (const std::string& address : options.tlsListen)
-        table.add("endPoint", "giop:ssl:" + address);
+        table.add("endPoint", tls + address);
     addUnpublished(plain, options.keyListen, options.listen, table);
-    addUnpublished("giop:ssl:", options.tlsKeyListen, options.tlsListen, table);
+    addUnpublished(tls, options.tlsKeyListen, options.tlsListen, table);
     addPublished(options, table);
 
     table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* tcp,ssl");

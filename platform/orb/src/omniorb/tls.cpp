@@ -9,6 +9,7 @@
 #include "../tls/material.h"
 #include "../tls/peer_check.h"
 #include "../tls/refusals.h"
+#include "../tls/texts.h"
 #include "../trace.h"
 
 namespace kelp::orb {
@@ -48,6 +49,23 @@ TlsSuites& chosenSuites() {
     return *suites;
 }
 
+// never deleted: connections may outlive main
+std::shared_ptr<SSL_CTX>& gateContext() {
+    static auto* const context = new std::shared_ptr<SSL_CTX>;
+    return *context;
+}
+
+std::shared_ptr<SSL_CTX> makeGateContext(int verifyMode) {
+    std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
+    if (!context || !setUpContext(context.get(), chosenSuites())) {
+        traceException("TLS: no context: " + tlsErrorText());
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    }
+    SSL_CTX_set_verify(context.get(), verifyMode, nullptr);
+    SSL_CTX_set_info_callback(context.get(), traceRefusal);
+    return context;
+}
+
 std::string problemOfSuites(const OrbOptions& options) {
     if (const std::string problem = problemOfTlsCiphers(options.tlsCiphers); !problem.empty())
         return "the list of ciphers " + problem;
@@ -63,6 +81,7 @@ void setUpTls(const OrbOptions& options) {
         sslContext::key_file = nullptr;
         sslContext::key_file_password = nullptr;
         CurrentTls::instance().set(nullptr);
+        gateContext().reset();
         return;
     }
     std::string whyNot = problemOfSuites(options);
@@ -91,6 +110,7 @@ void setUpTls(const OrbOptions& options) {
     sslContext::verify_mode =
         SSL_VERIFY_PEER | (options.tlsRequirePeerCertificate ? SSL_VERIFY_FAIL_IF_NO_PEER_CERT : 0);
     sslContext::info_callback = traceRefusal;
+    gateContext() = makeGateContext(sslContext::verify_mode);
 }
 
 void takeOverHandshakes() {
@@ -109,6 +129,10 @@ bool renewTls(const TlsFiles& files, std::string& whyNot) {
     if (!isSame(*before->material, *material))
         use({std::move(material), before->checkServer, before->serverName});
     return true;
+}
+
+std::shared_ptr<SSL_CTX> tlsGateContext() {
+    return gateContext();
 }
 
 std::string_view peerSubject(const void* peerDetails) {

@@ -2,6 +2,9 @@
 
 #include <kelp/orb/orb.h>
 
+#include <openssl/ssl.h>
+
+#include <memory>
 #include <string_view>
 
 namespace kelp::orb {
@@ -14,6 +17,9 @@ void setUpTls(const OrbOptions& options);
 /// Makes handshakes show and trust what renewTls() has taken over last. After ORB_init, before an endpoint is
 /// opened; nothing without TLS.
 void takeOverHandshakes();
+
+/// What the gate serves TLS with; null without TLS. From setUpTls() on.
+std::shared_ptr<SSL_CTX> tlsGateContext();
 
 /// The subject of the certificate that a connection's peerdetails() are, which may be null; empty when there
 /// is none. Valid as long as the connection.

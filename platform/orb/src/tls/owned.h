@@ -30,6 +30,7 @@ struct FreedNames {
 using OwnedBio = std::unique_ptr<BIO, FreedBy<BIO_free>>;
 using OwnedCertificate = std::unique_ptr<X509, FreedBy<X509_free>>;
 using OwnedCertificates = std::unique_ptr<STACK_OF(X509), FreedCertificates>;
+using OwnedConnection = std::unique_ptr<SSL, FreedBy<SSL_free>>;
 using OwnedContext = std::unique_ptr<SSL_CTX, FreedBy<SSL_CTX_free>>;
 using OwnedKey = std::unique_ptr<EVP_PKEY, FreedBy<EVP_PKEY_free>>;
 using OwnedNames = std::unique_ptr<STACK_OF(X509_NAME), FreedNames>;

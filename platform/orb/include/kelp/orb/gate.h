@@ -29,6 +29,10 @@ struct KELP_EXPORT GateLimits {
     /// LocateRequests a second from one address, logged in or not.
     unsigned locatesPerSecond = 1000;
     unsigned locatesPerSecondBeforeLogin = 100;
+    /// TLS handshakes in progress, of all endpoints together and from one address. One more takes the place
+    /// of one that has been in progress for 3 s, or is refused.
+    unsigned tlsHandshakesMax = 400;
+    unsigned tlsHandshakesPerAddressMax = 100;
 };
 
 /// Who may connect, and who hears about refusals. Called from many threads at once, some of which serve all

@@ -27,6 +27,7 @@ class GateConnection final : public omni::giopConnection, public gate::Watched {
     void Shutdown() override { peer_->shutDown(); }
     const char* myaddress() override { return nearAddress_.c_str(); }
     const char* peeraddress() override { return farAddress_.c_str(); }
+    void* peerdetails() override { return peer_->channel().peerDetails(); }
     void setSelectable(int now, CORBA::Boolean dataInBuffer) override;
     void clearSelectable() override { watcher_->unwant(*this); }
     CORBA::Boolean isSelectable() override { return true; }

@@ -178,12 +178,12 @@ void GateEndpoint::take(int descriptor, const sockaddr_storage& address) {
     gate::closeAtOnce(descriptor);
 }
 
-std::unique_ptr<gate::OctetChannel> GateEndpoint::makeChannel(int descriptor) {
+std::unique_ptr<gate::OctetChannel> GateEndpoint::makeChannel(int descriptor, const PeerAddress&) {
     return std::make_unique<gate::PlainChannel>(descriptor);
 }
 
 void GateEndpoint::enterLobby(int descriptor, const PeerAddress& address) {
-    std::unique_ptr<gate::OctetChannel> channel = makeChannel(descriptor);
+    std::unique_ptr<gate::OctetChannel> channel = makeChannel(descriptor, address);
     if (!channel) {
         gate_->connections().giveBack(address);
         return;

@@ -40,7 +40,8 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     /// How references and the ORB's rules call connections of this endpoint.
     virtual std::string scheme() const { return "giop:tcp:"; }
     /// Null when the connection cannot be served; the descriptor is closed then.
-    virtual std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor);
+    virtual std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor, const PeerAddress& peer);
+    const std::shared_ptr<gate::Gate>& gate() const { return gate_; }
 
   private:
     bool accept() override;

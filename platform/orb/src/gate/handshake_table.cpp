@@ -1,0 +1,59 @@
+#include "handshake_table.h"
+
+#include <algorithm>
+
+namespace kelp::orb::gate {
+
+namespace {
+
+/// Three ways to and fro behind a satellite, and some time for both sides' keys.
+constexpr std::chrono::seconds kOwnTime{3};
+
+}  // namespace
+
+bool HandshakeTable::enter(HandshakeSeat& seat, Time now) {
+    const std::lock_guard guard(mutex_);
+    const auto ofAddress = perAddress_.find(seat.address());
+    if (ofAddress != perAddress_.end() && ofAddress->second >= limits_.perAddressMax &&
+        !makeRoom(&seat.address(), now))
+        return false;
+    if (places_.size() >= limits_.handshakesMax && !makeRoom(nullptr, now))
+        return false;
+    bySeat_[&seat] = places_.insert(places_.end(), {&seat, now});
+    ++perAddress_[seat.address()];
+    return true;
+}
+
+void HandshakeTable::leave(HandshakeSeat& seat) {
+    const std::lock_guard guard(mutex_);
+    if (const auto found = bySeat_.find(&seat); found != bySeat_.end())
+        erase(found->second);
+}
+
+std::size_t HandshakeTable::count() const {
+    const std::lock_guard guard(mutex_);
+    return places_.size();
+}
+
+/// Ends the oldest handshake, of one address or of all; false when it has not had its time.
+bool HandshakeTable::makeRoom(const std::string* onlyOfAddress, Time now) {
+    const auto oldest = std::find_if(places_.begin(), places_.end(), [&](const Place& place) {
+        return onlyOfAddress == nullptr || place.seat->address() == *onlyOfAddress;
+    });
+    if (oldest == places_.end() || now - oldest->begin < kOwnTime)
+        return false;
+    // under the lock: the seat leaves before its end
+    oldest->seat->giveUp();
+    erase(oldest);
+    return true;
+}
+
+void HandshakeTable::erase(Places::iterator place) {
+    const auto ofAddress = perAddress_.find(place->seat->address());
+    if (ofAddress != perAddress_.end() && --ofAddress->second == 0)
+        perAddress_.erase(ofAddress);
+    bySeat_.erase(place->seat);
+    places_.erase(place);
+}
+
+}  // namespace kelp::orb::gate

@@ -34,6 +34,7 @@ add_library(kelp_argument_check STATIC
     "${kelp_giop_dir}/argument_check.cpp"
     "${kelp_giop_dir}/argument_reader.cpp"
     "${kelp_giop_dir}/operation_shapes.cpp"
+    "${kelp_giop_dir}/reply_framing.cpp"
     "${kelp_giop_dir}/type_code_reader.cpp"
     "${kelp_giop_dir}/value_walk.cpp"
     "${kelp_shapes_dir}/operation_shapes.inc")

@@ -20,6 +20,7 @@
 #include "../port_state.h"
 #include "../trace.h"
 #include "interceptor_list.h"
+#include "reply_connection.h"
 
 namespace kelp::orb {
 
@@ -62,6 +63,13 @@ CallInProgress& callOf(const omniCallDescriptor* call) {
     traceException(std::string("the call of ") + operation + " to " + (peer != nullptr ? peer : "nobody") +
                    " is given up: " + why);
     throw CORBA::TRANSIENT(0, CORBA::COMPLETED_MAYBE);
+}
+
+/// The ORB owns what it finds in the strand.
+CORBA::Boolean onConnection(Interceptors::clientOpenConnection_T::info_T& info) {
+    omni::giopConnection*& connection = info.giop_c.strand().connection;
+    connection = new ReplyConnection(*connection);
+    return true;
 }
 
 CORBA::Boolean onRequest(Interceptors::clientSendRequest_T::info_T& info) {
@@ -141,6 +149,7 @@ void checkForwards(const ForwardCheck* check) {
 
 void guardOutgoingCalls() {
     Interceptors* interceptors = omniORB::getInterceptors();
+    addOnce(interceptors->clientOpenConnection, onConnection);
     addOnce(interceptors->clientSendRequest, onRequest);
     addOnce(interceptors->clientReceiveReply, onReply);
 }

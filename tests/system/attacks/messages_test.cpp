@@ -1,0 +1,117 @@
+// Messages that break the rules of GIOP, from callers with a log-in, without one, and from foreign addresses.
+
+#include <gmock/gmock.h>
+#include <kelp/orb/references.h>
+
+#include "attacks/attacked_host.h"
+#include "harness/process_memory.h"
+
+namespace kelp::test {
+namespace {
+
+using ::testing::Le;
+
+class MessageAttacks : public AttackedHost, public ::testing::WithParamInterface<const char*> {
+  protected:
+    void SetUp() override { startHost(); }
+    Options fromThere() const { return {{"source", GetParam()}}; }
+};
+
+INSTANTIATE_TEST_SUITE_P(From, MessageAttacks, ::testing::Values("127.0.0.1", "127.0.0.3", "127.0.0.2"),
+                         attackerPlace);
+
+TEST_P(MessageAttacks, AFragmentOfACompletedRequestHarmsNobody) {
+    attack("fragment_after_request", fromThere());
+    expectUnharmed();
+}
+
+TEST_P(MessageAttacks, AFragmentSentToTheNamingServiceHarmsNobody) {
+    attack("fragment_after_request", host_.namingPort(), fromThere());
+    expectUnharmed();
+}
+
+TEST_P(MessageAttacks, ACancelledHalfOfARequestLeavesNoThreadSpinning) {
+    attack("half_request_and_cancel", fromThere());
+    expectUnharmed();
+}
+
+TEST_P(MessageAttacks, ARequestAddressedByProfileOrReferenceIsAnsweredAtMostOnce) {
+    const std::size_t linesBefore = tracedLines();
+    const Seen replies = attack("target_by_profile", fromThere());
+    for (const auto& [target, count] : replies)
+        EXPECT_THAT(std::stol(count), Le(1)) << target;
+    EXPECT_LT(tracedLines(), linesBefore + 100);
+    expectUnharmed();
+}
+
+class TargetAddressing : public AttackedHost {};
+
+TEST_F(TargetAddressing, ARequestAddressedByProfileOrReferenceIsServed) {
+    startHost();
+    const Seen replies = attack("target_by_profile", {{"source", kAllowed}});
+    EXPECT_EQ(numberIn(replies, "profile"), 1);
+    EXPECT_EQ(numberIn(replies, "reference"), 1);
+    expectUnharmed();
+}
+
+class LargeMessages : public AttackedHost {
+  protected:
+    void SetUp() override { startHost(); }
+    /// Four callers at once, with 60 MiB each, from where an NMS is logged in: how many were answered.
+    long largeRequests(const std::string& form) {
+        return numberIn(attack("large_requests", {{"source", kLoggedIn}, {"form", form}}), "answered");
+    }
+    void expectMemoryAsBefore(double before) {
+        EXPECT_TRUE(eventually([&] { return residentMib(host_.process().pid()) < before + 48; }))
+            << before << " MiB before, " << residentMib(host_.process().pid()) << " MiB after";
+        expectUnharmed();
+    }
+};
+
+TEST_F(LargeMessages, MemoryOfWholeRequestsGoesBackToTheSystem) {
+    const double before = residentMib(host_.process().pid());
+    EXPECT_EQ(largeRequests("whole"), 4) << "an NMS may send as much";
+    expectMemoryAsBefore(before);
+}
+
+TEST_F(LargeMessages, MemoryOfFragmentedRequestsGoesBackToTheSystem) {
+    const double before = residentMib(host_.process().pid());
+    largeRequests("fragments");
+    expectMemoryAsBefore(before);
+}
+
+TEST_F(LargeMessages, MemoryOfUnfinishedRequestsGoesBackToTheSystem) {
+    const double before = residentMib(host_.process().pid());
+    EXPECT_EQ(largeRequests("half"), 0);
+    expectMemoryAsBefore(before);
+}
+
+TEST_F(LargeMessages, MemoryOfMillionsOfTextsGoesBackToTheSystem) {
+    const double before = residentMib(host_.process().pid());
+    const Seen seen =
+        attack("long_names", {{"user", kUser}, {"password", Host::kPassword}, {"mebibytes", "15"}});
+    EXPECT_EQ(numberIn(seen, "answered"), 4);
+    expectMemoryAsBefore(before);
+}
+
+TEST_F(LargeMessages, ACallerWithoutALogInSendsNone) {
+    const Seen seen = attack("large_requests", {{"source", kAllowed}, {"mebibytes", "2"}});
+    EXPECT_EQ(numberIn(seen, "answered"), 0);
+    expectUnharmed();
+}
+
+class TypeBombs : public AttackedHost {};
+
+TEST_F(TypeBombs, TypesNestedDeepOrWideAreRefusedBeforeTheyAreDecoded) {
+    startHost();
+    orb::ReferenceContent channel;
+    ASSERT_TRUE(
+        orb::decodeReference(bystander_->channelAt(0, "127.0.0.1 " + std::to_string(host_.port())), channel));
+    const Seen outcomes = attack("type_bombs", {{"source", kLoggedIn}, {"key", hexOf(channel.objectKey)}});
+    for (const auto& [bomb, outcome] : outcomes)
+        EXPECT_NE(outcome, "silence") << bomb;
+    expectUnharmed();
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -14,7 +14,10 @@ using NS_BUNDLEMGR1::ConfigStore;
 /// The agent's configuration with other networks.
 void allow(const std::string& networks) {
     EXPECT_TRUE(
-        ConfigStore::instance().loadText("[access]\nallowed_oss = [" + networks + "]\n", "t").empty());
+        ConfigStore::instance()
+            .loadText("[access]\nrequests_per_second_before_login = 0\nallowed_oss = [" + networks + "]\n",
+                      "t")
+            .empty());
 }
 
 /// Every operation that an NMS has, each over a connection; how many were refused with NO_PERMISSION.

@@ -29,6 +29,7 @@ class Request final : public kelp::orb::RequestInfo {
     char* operation() const override { return CORBA::string_dup("ping"); }
     const std::string& operationName() const override { return empty_; }
     const kelp::orb::PeerAddress& peer() const override { return peer_; }
+    const std::string& peerSubject() const override { return empty_; }
     const std::string& topPoaName() const override { return top_; }
     const std::string& childPoaName() const override { return empty_; }
     const std::string& objectId() const override { return id_; }

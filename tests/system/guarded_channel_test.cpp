@@ -24,7 +24,8 @@ class GuardedChannel : public ::testing::Test {
             .set("session", "ping_mode", "false")
             .set("notification", "heartbeat_s", 0)
             // an NMS of this machine calls through a relay, as if it were another's
-            .set("access", "nms_reference", quoted("any"));
+            .set("access", "nms_reference", quoted("any"))
+            .set("access", "session_peer", quoted("any"));
         host.addUser("alice");
         host.addUser("bob");
         host.start();

@@ -86,7 +86,7 @@ TEST_F(ElementsTest, ReasonRepeatsNeitherWhatIsNoTextNorWhatIsEndless) {
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=two\\nlines", [&] {
         manager_->getManagedElement(nameOf({{"ManagedElement", "two\nlines"}}), element.out());
     });
-    const std::string endless(100000, 'x');
+    const std::string endless(50000, 'x');
     try {
         manager_->getManagedElement(nameOf({{"ManagedElement", endless.c_str()}}), element.out());
         ADD_FAILURE() << "it was found";

@@ -42,6 +42,7 @@ class AccessTest : public AuditTest {
         allow("['127.0.0.1']");
         // where everybody may connect, each call is refused
         host_.set("orb", "transport", "'orb'");
+        host_.set("access", "requests_per_second_before_login", 0);
         startHost();
         nms_.logIn(0, kUser);
     }

@@ -192,7 +192,7 @@ TEST_F(RecordsTest, RequestsTellTheirObjectAndWhatBecameOfThem) {
         }
         return false;
     }));
-    EXPECT_THAT(recordsOf("ping"), Contains(withOutcome("OBJECT_NOT_EXIST")));
+    EXPECT_THAT(recordsOf("ping", 2), Contains(withOutcome("OBJECT_NOT_EXIST")));
 }
 
 }  // namespace

@@ -64,6 +64,7 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
     constexpr int kThreads = 2;
     limit(kSessions * kEach, kSessions * kEach);  // none to spare
     host_.set("session", "ping_interval_s", 3600).set("trace", "level", 0);
+    host_.set("access", "requests_per_second_before_login", 0);
     startWithElements(50);
     NmsProcess nms(host_, kSessions);
     const pid_t host = host_.process().pid();

@@ -1,4 +1,5 @@
 #include "component/orb/throw_away_certificates.h"
+#include "harness/name_server.h"
 #include "kelpnms_fixture.h"
 
 #include <gtest/gtest.h>
@@ -75,6 +76,8 @@ TEST_F(KelpnmsTest, FactoryByReferenceNeedsNoNamingService) {
 }
 
 TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
+    NameServer service;  // one in which others may bind, too
+    host_.useNamingService(service.port());
     startHost();
     const std::string naming =
         "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(host_.namingPort()) + "/NameService";
@@ -89,7 +92,9 @@ TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
     name.length(1);
     name[0].id = CORBA::string_dup("other");
     name[0].kind = CORBA::string_dup("EmsSessionFactory_I");
-    root->bind(name, first.reference.in());
+    const CORBA::Object_var other = client.orb()->string_to_object(
+        ("corbaloc:iiop:1.2@" + host_.address() + "/EmsSessionFactory_I").c_str());
+    root->bind(name, other.in());
 
     EXPECT_EQ(run({"find"}, false), 3);
     EXPECT_TRUE(log_.contains(first.path)) << output();

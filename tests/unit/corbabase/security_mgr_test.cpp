@@ -108,7 +108,8 @@ TEST_F(SecurityMgrTest, AWrongPasswordAndAnUnknownUserAreOneAndTheSame) {
     EXPECT_EQ(manager().Login(kHost, "nms1", "wrong"), kWrongPassword);
     EXPECT_EQ(manager().Login(kHost, "nobody", "secret"), kWrongPassword);
     EXPECT_EQ(manager().Login(kHost, "", ""), kWrongPassword);
-    EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(100000, 'p')), kWrongPassword);
+    EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(1024, 'p')), kWrongPassword);
+    EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(1025, 'p')), NS_CORBA::kOverlongLogIn);
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
 }
 

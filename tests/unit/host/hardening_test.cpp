@@ -94,7 +94,7 @@ TEST_F(KelpdHardeningTest, AConfiguredFileIsRefusedByLineAndKey) {
     ASSERT_EQ(::chmod((scratch_ / "other.db").c_str(), 0666), 0);
     const fs::path config =
         configure("[security]\ndatabase = \"" + (scratch_ / "other.db").string() + "\"\n");
-    expectRefused(config, config.string() + ":8: security.database: " + (scratch_ / "other.db").string() +
+    expectRefused(config, config.string() + ":7: security.database: " + (scratch_ / "other.db").string() +
                               " can be written by others (mode 0666)");
 }
 

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <kelp/nms/error.h>
 
+#include <algorithm>
+
 #include "system/audit/audit_fixture.h"
 #include "system/audit/nms_group.h"
 
@@ -192,7 +194,12 @@ TEST_F(RecordsTest, RequestsTellTheirObjectAndWhatBecameOfThem) {
         }
         return false;
     }));
-    EXPECT_THAT(recordsOf("ping", 2), Contains(withOutcome("OBJECT_NOT_EXIST")));
+    // a ping that was served before the end may stand there first
+    EXPECT_TRUE(eventually([&] {
+        const std::vector<LogEntry> pings = recordsOf("ping");
+        return std::any_of(pings.begin(), pings.end(),
+                           [](const LogEntry& each) { return each.outcome == "OBJECT_NOT_EXIST"; });
+    }));
 }
 
 }  // namespace

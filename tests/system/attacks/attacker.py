@@ -125,7 +125,7 @@ def large_requests(port, source="127.0.0.1", callers="4", mebibytes="60", form="
 
     def call():
         try:
-            with Connection(port, source, patience=8) as connection:
+            with Connection(port, source, patience=60) as connection:
                 (send_whole if form == "whole" else send_fragments)(connection)
                 connection.reply()
                 answered.append(1)

@@ -26,7 +26,7 @@ constexpr std::chrono::seconds kLook{1};
 /// Networks whose requests without a log-in are summarised apart from others.
 constexpr std::size_t kNetworksMax = 1000;
 
-/// The logs, and the thread that tells of floods when their period is over.
+/// The logs, and the thread that reports floods when their period ends.
 class Logs {
   public:
     Logs()

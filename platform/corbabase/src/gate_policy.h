@@ -8,7 +8,7 @@
 
 namespace NS_CORBA {
 
-/// What the ORB's gate is told about callers: the allowed networks, who is logged in; and where its refusals
+/// What the gate knows about callers: the allowed networks, who is logged in; and where its refusals
 /// go: into the security log, floods of them as one record a minute.
 class GatePolicy final : public kelp::orb::GatePolicy {
   public:

@@ -19,7 +19,7 @@ namespace NS_CORBA {
 /// An address without a log-in that makes more requests than [access] allows is refused with TRANSIENT
 /// ("request discarded because of resource exhaustion", OMG minor code 1) before anything else is done: the
 /// caller may try again, and unlike after NO_RESOURCES it knows that nothing is wrong with its request. Such
-/// a refusal is told in the security log alone.
+/// a refusal is recorded in the security log alone.
 class InterceptionAdapter final : public kelp::orb::RequestHook {
   public:
     /// Sets the interceptor and lets waiting requests through; null refuses requests from here on. Returns

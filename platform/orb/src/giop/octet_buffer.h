@@ -23,7 +23,7 @@ class OctetBuffer {
     std::size_t size() const { return size_; }
     std::size_t capacity() const { return capacity_; }
 
-    /// Room for that many octets more. It grows ahead of need, but not beyond `useful` octets in all. False
+    /// Make room for `more` octets. It grows ahead of need, but not beyond `useful` octets in all. False
     /// when the budget or the system has not enough; nothing changes.
     bool reserve(std::size_t more, std::size_t useful = std::numeric_limits<std::size_t>::max());
     /// False as reserve().

@@ -5,7 +5,7 @@
 
 namespace kelp::orb::giop {
 
-/// How fast unfinished input has to arrive: in each window at least so many octets, or its end.
+/// How fast unfinished input has to arrive: in each window at least the minimum, or its end.
 struct ProgressRule {
     std::chrono::milliseconds window{10000};
     std::size_t octetsPerWindow = 10240;

@@ -42,7 +42,7 @@ class KELP_EXPORT Admission {
 /// Where a log-in comes from is the peer of the connection of the request in hand, whatever `hostInfo` says.
 /// After `[security] lockout_failures` wrong passwords a user is locked out at that address and refused
 /// before any password is hashed. That an account is disabled, has expired or may not be used from that
-/// address or with the certificate of that connection is told only to somebody with the right password.
+/// address or with the certificate of that connection shows only with the right password.
 ///
 /// Between Init and ExitThread light event 119 (user state change) is raised, within a second, for each live
 /// log-in whose user was disabled or removed, got another password, was bound to other certificates or has

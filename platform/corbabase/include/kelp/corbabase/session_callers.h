@@ -16,7 +16,7 @@ namespace NS_CORBA {
 
 /// The live sessions by the names of their top POAs, and who may call their objects: by `[access]
 /// session_peer`, which is read again with the configuration, only the address that logged in, or every one.
-/// Callable from any thread; a question takes a lock that many hold at once, and allocates nothing.
+/// Callable from any thread; queries share one lock and allocate nothing.
 class KELP_EXPORT SessionCallers {
   public:
     static SessionCallers& Instance();

@@ -7,7 +7,9 @@
 namespace kelp::bench {
 
 CORBA::ORB_ptr startBareOrb(const std::string& program, const orb::OrbOptions& options) {
-    orb::OptionTable table = orb::optionTable(options);
+    orb::OrbOptions withoutGate = options;
+    withoutGate.transport = orb::OrbOptions::Transport::Orb;
+    orb::OptionTable table = orb::optionTable(withoutGate);
     std::vector<std::string> words = {program};
     for (const char*(*option)[2] = table.pairs(); (*option)[0] != nullptr; ++option) {
         words.push_back(std::string("-ORB") + (*option)[0]);

@@ -22,8 +22,9 @@ namespace {
 
 constexpr std::size_t kManyConnections = 16;
 constexpr double kLeastRatio = 0.90;
+constexpr double kLeastRatioOfGate = 0.97;
 /// The product and its floors, by their places in the list of servers.
-enum Place : std::size_t { TheProduct, OrbPort, BareOrb, SessionPoas, Places };
+enum Place : std::size_t { TheProduct, OrbTransport, OrbPort, BareOrb, SessionPoas, Places };
 
 struct Server {
     std::string name;
@@ -82,8 +83,8 @@ Server serverOf(CORBA::ORB_ptr orb, const std::string& name, const Floor& floor)
     return server;
 }
 
-Server serverOf(const Product& product, const Ems& ems, const NmsFarm& farm) {
-    Server server{"product", product.pid(), product.port(), ems.logInAll(farm, farm.size()), {}};
+Server serverOf(const std::string& name, const Product& product, const Ems& ems, const NmsFarm& farm) {
+    Server server{name, product.pid(), product.port(), ems.logInAll(farm, farm.size()), {}};
     for (std::size_t client = 0; client < kManyConnections; ++client)
         server.managers.emplace_back(emsManagerOf(server.sessions[client].in()));
     return server;
@@ -160,6 +161,19 @@ Figure besideSamePoas(const std::vector<Server>& servers, const std::vector<Seri
     return figure;
 }
 
+/// What the gate costs: the same product without it.
+Figure besideOrbTransport(const std::vector<Server>& servers, const std::vector<Series>& series) {
+    Figure figure;
+    figure.name = "  through the gate";
+    figure.unit = "calls/s";
+    figure.value = medianOf(series[TheProduct].callsPerSecond);
+    figure.references = {{servers[OrbTransport].name, medianOf(series[OrbTransport].callsPerSecond)}};
+    figure.ratio =
+        spreadOf(quotients(series[TheProduct].callsPerSecond, series[OrbTransport].callsPerSecond));
+    figure.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatioOfGate};
+    return figure;
+}
+
 std::vector<Figure> measureScenario(ClientThreads& clients, const Scenario& scenario,
                                     const std::vector<Server>& servers, const Options& options) {
     for (const Server& server : servers)
@@ -175,7 +189,7 @@ std::vector<Figure> measureScenario(ClientThreads& clients, const Scenario& scen
     Figure calls = figureOf(scenario.name, "calls/s", servers, series, &Series::callsPerSecond);
     calls.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
     return {
-        calls, besideSamePoas(servers, series),
+        calls, besideSamePoas(servers, series), besideOrbTransport(servers, series),
         figureOf("  server's processor time a call", "us", servers, series, &Series::processorMicroseconds)};
 }
 
@@ -190,12 +204,17 @@ std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options)
     settings.releaseStrategy = options.releaseStrategy;
     const Product product(settings);
     const Ems ems(client, product);
+    settings.transport = "orb";
+    const Product withoutGate(settings);
+    const Ems emsWithoutGate(client, withoutGate);
 
     std::vector<Server> servers(Places);
-    servers[TheProduct] = serverOf(product, ems, farm);
+    servers[TheProduct] = serverOf("product", product, ems, farm);
+    servers[OrbTransport] = serverOf("ORB's transport", withoutGate, emsWithoutGate, farm);
     servers[OrbPort] = serverOf(client.orb(), "ORB port", port);
     servers[BareOrb] = serverOf(client.orb(), "bare ORB", bare);
     servers[SessionPoas] = serverOf(client.orb(), "its POAs", poas);
+    requireSameAnswer(servers[TheProduct], servers[OrbTransport]);
     requireSameAnswer(servers[TheProduct], servers[BareOrb]);
     requireSameAnswer(servers[TheProduct], servers[OrbPort]);
     requireSameAnswer(servers[TheProduct], servers[SessionPoas]);
@@ -209,8 +228,9 @@ std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options)
         for (Figure& figure : measureScenario(clients, scenario, servers, options))
             figures.push_back(std::move(figure));
     }
-    for (const emsSession::EmsSession_I_var& session : servers[TheProduct].sessions)
-        session->endSession();
+    for (const Place place : {TheProduct, OrbTransport})
+        for (const emsSession::EmsSession_I_var& session : servers[place].sessions)
+            session->endSession();
     return figures;
 }
 

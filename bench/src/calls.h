@@ -10,7 +10,7 @@
 namespace kelp::bench {
 
 /// Two-way calls on a session (ping) and on a manager (getEMS), from 1 and from 16 connections, at the
-/// product and at both floors, in turns.
+/// product, at a second one that uses the ORB's own transport, and at the floors, in turns.
 std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options);
 
 }  // namespace kelp::bench

@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* kConfiguration = R"([orb]
 listen = "{orb}"
+transport = "{transport}"
 [naming]
 port = {naming}
 [session]
@@ -44,7 +45,8 @@ Product::Product(const ProductSettings& settings) {
         fmt::format(kConfiguration, fmt::arg("orb", port_.hostAndPort()),
                     fmt::arg("naming", namingPort_.port()), fmt::arg("strategy", settings.releaseStrategy),
                     fmt::arg("ping_mode", settings.pingMode), fmt::arg("interval", settings.pingIntervalS),
-                    fmt::arg("inventory", settings.inventory.string())) +
+                    fmt::arg("inventory", settings.inventory.string()),
+                    fmt::arg("transport", settings.transport)) +
             (settings.costlyHashes ? "" : kCheapestHashes));
     test::writeFile(scratch_ / "password", std::string(kPassword) + "\n");
     const std::string config = (scratch_ / "kelp.toml").string();

@@ -20,6 +20,7 @@ struct ProductSettings {
     int pingIntervalS = 60;
     bool costlyHashes = false;          ///< the hash cost as shipped instead of the cheapest
     std::filesystem::path inventory{};  ///< empty: one that is made, without anything in it
+    std::string transport = "gate";     ///< `[orb] transport`: "gate" or "orb"
 };
 
 /// A running kelpd with the agent and the managers as shipped, its own state directory and naming service,

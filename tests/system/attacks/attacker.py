@@ -67,25 +67,41 @@ def half_request_and_cancel(port, source="127.0.0.1", count="40"):
     return {"connections": len(held)}
 
 
+def replies_to(octets, port, source):
+    """How many replies one request gets on a connection of its own."""
+    replies = 0
+    try:
+        with Connection(port, source, patience=1.5) as connection:
+            connection.send(octets)
+            while replies < 2000:
+                connection.receive()
+                replies += 1
+    except (Closed, OSError):
+        pass
+    return replies
+
+
+def keys_of_adapters(port, source="127.0.0.1"):
+    """Requests for keys that lead to an object adapter but to no object in it, and how many replies each gets."""
+    return {name: replies_to(request(1, "_is_a", key, lambda cdr: cdr.string("IDL:omg.org/CORBA/Object:1.0")), port, source)
+            for name, key in (
+                ("channel", b"\xffnotification\x00"),
+                ("factory", b"\xffV4800\x00"),
+                ("unknown", b"\xffnobody\x00"),
+                ("unended", b"\xffnotification"),
+                ("two", b"\xffnotification\xff\x00\x00"),
+                ("empty", b""),
+                ("long", b"\xffnotification\x00" + bytes(60000)))}
+
+
 def target_by_profile(port, source="127.0.0.1"):
     """One request addressed by a profile and one by a whole reference, and how many answers each gets."""
-    seen = {}
-    for name, disposition, target in (
-            ("profile", PROFILE_ADDR, lambda cdr: cdr.profile("127.0.0.1", port, FACTORY_KEY)),
-            ("reference", REFERENCE_ADDR, lambda cdr: cdr.ulong(0).reference("", "127.0.0.1", port, FACTORY_KEY)),
-            ("strange", 7, lambda cdr: cdr.sequence(FACTORY_KEY)),
-            ("broken", PROFILE_ADDR, lambda cdr: cdr.ulong(0).ulong(0x7fffffff))):
-        replies = 0
-        try:
-            with Connection(port, source, patience=1.5) as connection:
-                connection.send(request(1, "getVersion", target, disposition=disposition))
-                while replies < 2000:
-                    connection.receive()
-                    replies += 1
-        except (Closed, OSError):
-            pass
-        seen[name] = replies
-    return seen
+    return {name: replies_to(request(1, "getVersion", target, disposition=disposition), port, source)
+            for name, disposition, target in (
+                ("profile", PROFILE_ADDR, lambda cdr: cdr.profile("127.0.0.1", port, FACTORY_KEY)),
+                ("reference", REFERENCE_ADDR, lambda cdr: cdr.ulong(0).reference("", "127.0.0.1", port, FACTORY_KEY)),
+                ("strange", 7, lambda cdr: cdr.sequence(FACTORY_KEY)),
+                ("broken", PROFILE_ADDR, lambda cdr: cdr.ulong(0).ulong(0x7fffffff)))}
 
 
 def idle_connections(port, source="127.0.0.1", count="1100", half="0"):

@@ -174,6 +174,19 @@ TEST_F(TlsFilesTest, CertificatesAloneMayBeReadByAll) {
     EXPECT_THAT(check(written("ca.pem", contentOf(certificates_.authority()), 0644), own), IsEmpty());
 }
 
+TEST_F(TlsFilesTest, WhatOthersCanWriteIsNotTrusted) {
+    const std::string own = certificates_.issue("ems");
+    const std::string authority = written("ca.pem", contentOf(certificates_.authority()), 0666);
+    EXPECT_THAT(check(authority, own),
+                ElementsAre("authorities: ca.pem can be written by others (mode 0666)"));
+    ASSERT_EQ(::chmod(authority.c_str(), 0644), 0);
+    const std::string link = folder_.path() / "link.pem";
+    std::filesystem::create_symlink(authority, link);
+    EXPECT_THAT(check(link, own), IsEmpty());
+    const std::string lists = written("crl.pem", contentOf(certificates_.revocationList()), 0622);
+    EXPECT_THAT(checkLists(lists), ElementsAre("crl.pem can be written by others (mode 0622)"));
+}
+
 TEST_F(TlsFilesTest, RevocationListOfTheAuthorityIsGood) {
     EXPECT_THAT(checkLists(certificates_.revocationList()), IsEmpty());
     certificates_.issue("stolen");

@@ -31,8 +31,11 @@ std::pair<std::string, std::string> splitHostAndPort(const std::string& text) {
 /// The port of the only address. Empty, which stands for the port of whatever endpoint is published, when
 /// there are several or the system chooses the port.
 std::string namedPort(const std::vector<std::string>& addresses) {
-    const std::string port = addresses.size() != 1 ? "" : splitHostAndPort(addresses.front()).second;
-    return port == "0" ? "" : port;
+    if (addresses.size() != 1)
+        return "";
+    const std::string port = splitHostAndPort(addresses.front()).second;
+    const bool isChosenBySystem = port.find_first_not_of('0') == std::string::npos;
+    return isChosenBySystem ? "" : port;
 }
 
 /// The published port belongs to the plain endpoint when there is one; the other transport is published with

@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <iomanip>
+#include <sstream>
 
 #include "context.h"
 #include "pem_file.h"
@@ -76,9 +78,9 @@ int givePassword(char* buffer, int size, int, void* data) {
 }
 
 std::string inOctal(::mode_t mode) {
-    char text[8];
-    std::snprintf(text, sizeof text, "%04o", static_cast<unsigned>(mode));
-    return text;
+    std::ostringstream text;
+    text << std::oct << std::setw(4) << std::setfill('0') << mode;
+    return text.str();
 }
 
 /// A key that others know, or may have put there, proves nothing.
@@ -87,6 +89,8 @@ void checkMode(PemFile& file) {
     if (file.contains("PRIVATE KEY-----") && (file.mode() & others) != 0)
         file.wrong("holds a private key that others can read or write: its mode is " + inOctal(file.mode()) +
                    ", set it to 0600");
+    else
+        file.checkTrust();
 }
 
 OwnedKey readKey(PemFile& file, const std::string& passwordText) {
@@ -172,6 +176,8 @@ std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files, std::vector<Tl
     problems.clear();
     auto material = std::make_shared<TlsMaterial>();
     PemFile authorities(files.caFile, Of::Authorities, problems);
+    if (authorities.isRead())
+        authorities.checkTrust();
     material->authorities = readAuthorities(authorities);
     material->authorityNames = subjectsOf(material->authorities.get());
     PemFile own(files.keyFile, Of::Certificate, problems);
@@ -186,6 +192,8 @@ std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files, std::vector<Tl
     }
     if (!files.crlFile.empty()) {
         PemFile lists(files.crlFile, Of::RevocationLists, problems);
+        if (lists.isRead())
+            lists.checkTrust();
         // without the authorities each list would be a stranger's
         if (material->authorities)
             material->revocationLists = readRevocationLists(lists, material->authorities.get());

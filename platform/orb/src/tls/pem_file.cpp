@@ -1,6 +1,7 @@
 #include "pem_file.h"
 
 #include <kelp/util/descriptor.h>
+#include <kelp/util/file_trust.h>
 
 #include <fcntl.h>
 #include <openssl/err.h>
@@ -47,6 +48,13 @@ void PemFile::read() {
         wrong("is too long for a file of certificates");
     else
         text_ = std::move(text);
+}
+
+void PemFile::checkTrust() {
+    const std::string problem =
+        util::problemOfTrust(name_, util::FileUse::Trusted, util::FinalLink::IsFollowed);
+    if (!problem.empty())
+        wrong(problem);
 }
 
 OwnedBio PemFile::open() const {

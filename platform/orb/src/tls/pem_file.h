@@ -21,6 +21,8 @@ class PemFile {
     bool isRead() const { return text_.has_value(); }
     OwnedBio open() const;
     bool contains(const char* part) const { return text_->find(part) != std::string::npos; }
+    /// Adds a problem when somebody else could have put the content there.
+    void checkTrust();
     /// The file's mode, 0644; permission bits alone.
     ::mode_t mode() const { return mode_; }
 

@@ -40,18 +40,4 @@ KELP_EXPORT bool describe(CORBA::ORB_ptr orb, CORBA::Object_ptr reference, Refer
 /// what string_to_object throws. A corbaname text calls the naming service: give the thread a time-out first.
 KELP_EXPORT CORBA::Object_ptr toReference(CORBA::ORB_ptr orb, const std::string& text);
 
-/// Tells dead references from slow ones. One object watches one place (such as a naming entry) over time.
-/// Dead: `_non_existent()` is true, the connection is refused, OBJECT_NOT_EXIST, or a time-out or broken
-/// connection in three checks running. Nil is dead. A reference to the object `own` (may be nil) is alive
-/// without a call. Any other answer, a refusal too, is a sign of life. Give the calling thread a time-out
-/// first. Not thread safe.
-class KELP_EXPORT DeathWatch {
-  public:
-    /// True when the reference counts as dead. Raises nothing.
-    bool isDead(CORBA::Object_ptr reference, CORBA::Object_ptr own);
-
-  private:
-    unsigned unanswered_ = 0;
-};
-
 }  // namespace kelp::orb

@@ -21,29 +21,55 @@ std::string textOf(const CosNotification::StructuredEvent& event, const char* na
 
 }  // namespace
 
-std::optional<LossTracker::Start> LossTracker::lost(const CosNotification::StructuredEvent& first) {
-    {
-        const std::lock_guard guard(mutex_);
-        rounds_ = 0;
-        if (isLosing_)
-            return std::nullopt;
-        isLosing_ = true;
-    }
-    Start start{textOf(first, "emsTime"), textOf(first, "notificationId")};
-    if (start.time.empty())
-        start.time = ConfiguredTimeText(std::time(nullptr));
-    return start;
+bool LossTracker::isCounted() {
+    const std::lock_guard guard(mutex_);
+    rounds_ = 0;
+    return isLosing_;
 }
 
-bool LossTracker::roundBegins(bool isDrained) {
-    const std::lock_guard guard(mutex_);
+void LossTracker::lost(const CosNotification::StructuredEvent& first) {
+    if (isCounted())
+        return;
+    Report report{Start{textOf(first, "emsTime"), textOf(first, "notificationId")}};
+    if (report.start->time.empty())
+        report.start->time = ConfiguredTimeText(std::time(nullptr));
+    Lock lock(mutex_);
+    rounds_ = 0;
+    if (isLosing_)
+        return;
+    waiting_.push_back(std::move(report));
+    isLosing_ = true;
+    makeReports(lock);
+}
+
+void LossTracker::roundBegins(bool isDrained) {
+    Lock lock(mutex_);
     if (!isLosing_)
-        return false;
+        return;
     ++rounds_;
     if (rounds_ < kRounds || !isDrained)
-        return false;
+        return;
+    waiting_.push_back({std::nullopt, std::time(nullptr)});
     isLosing_ = false;
-    return true;
+    makeReports(lock);
+}
+
+void LossTracker::makeReports(Lock& lock) {
+    // reports of two threads would overtake each other without the lock
+    if (isReporting_)
+        return;
+    isReporting_ = true;
+    while (!waiting_.empty()) {
+        const Report next = std::move(waiting_.front());
+        waiting_.pop_front();
+        lock.unlock();
+        if (next.start)
+            reports_.occurred(*next.start);
+        else
+            reports_.cleared(next.endTime);
+        lock.lock();
+    }
+    isReporting_ = false;
 }
 
 }  // namespace NS_CORBA

@@ -2,7 +2,9 @@
 
 #include <cos/CosNotification.h>
 
-#include <cstdint>
+#include <ctime>
+#include <deque>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -10,24 +12,48 @@
 namespace NS_CORBA {
 
 /// Whether events are being lost, from the first lost one on. Thread safe.
+///
+/// Start and end of a loss are reported one after the other, in the order in which they happened, and without
+/// a lock. A report is made by the thread that caused it, or, while another report is being made, by the
+/// thread that makes that one.
 class LossTracker {
   public:
     struct Start {
         std::string time;
         std::string notificationId;
     };
+    /// Must not throw.
+    struct Reports {
+        std::function<void(const Start&)> occurred;
+        std::function<void(std::time_t endTime)> cleared;
+    };
 
-    /// An event was lost. Its time and notification id when that begins a loss.
-    std::optional<Start> lost(const CosNotification::StructuredEvent& first);
-    /// A round of the sessions' checks begins. True when it ends the loss: consumers are drained, and a whole
-    /// round has passed since it began.
-    bool roundBegins(bool isDrained);
+    explicit LossTracker(Reports reports) : reports_(std::move(reports)) {}
+
+    /// An event was lost. The first one begins a loss.
+    void lost(const CosNotification::StructuredEvent& first);
+    /// A round of the sessions' checks begins. It ends the loss when consumers are drained and a whole round
+    /// has passed since the last lost event.
+    void roundBegins(bool isDrained);
 
   private:
     static constexpr int kRounds = 2;
-    std::mutex mutex_;
-    bool isLosing_ = false;  // these two are guarded by mutex_
+    struct Report {
+        std::optional<Start> start;  ///< none: the loss has ended
+        std::time_t endTime = 0;
+    };
+    using Lock = std::unique_lock<std::mutex>;
+
+    /// True when a loss goes on already.
+    bool isCounted();
+    void makeReports(Lock& lock);
+
+    const Reports reports_;
+    std::mutex mutex_;  // guards what follows
+    bool isLosing_ = false;
     int rounds_ = 0;
+    std::deque<Report> waiting_;
+    bool isReporting_ = false;
 };
 
 }  // namespace NS_CORBA

@@ -39,6 +39,20 @@ void point(int line = __builtin_LINE()) {
     GetTss()->Set("suppilermgr", "unknown", line);
 }
 
+/// Event losses are reported on threads of the channel and of the sessions, which go on whatever happens.
+template <class Body>
+void contained(Body body) {
+    try {
+        body();
+    } catch (const CORBA::Exception& failure) {
+        point();
+        TaException(failure, "[SuppilerMgr] An event loss could not be reported!");
+    } catch (const std::exception& failure) {
+        point();
+        TaTrace("[SuppilerMgr] An event loss could not be reported: %s", failure.what());
+    }
+}
+
 EventHandover::Settings handoverSettings() {
     const ConfigStore& config = ConfigStore::instance();
     EventHandover::Settings settings;
@@ -89,19 +103,31 @@ std::shared_ptr<EventChannelLink> makeLink(CORBA::ORB_ptr orb, kelp::notificatio
 
 struct SuppilerMgr::State final : kelp::notification::LossListener {
     std::atomic<CallBackProcessBase*> callBack{nullptr};
-    LossTracker losses;
+    LossTracker losses{{[this](const LossTracker::Start& start) { lossBegan(start); },
+                        [this](std::time_t endTime) { lossEnded(endTime); }}};
     mutable std::mutex mutex;
     std::shared_ptr<EventDelivery> delivery;  // guarded by mutex
 
     void eventsLost(const CosNotification::StructuredEvent& first) override {
-        const auto start = losses.lost(first);
-        if (!start)
-            return;
-        point();
-        TaTrace("[SuppilerMgr] Events are lost from notification <%s> of <%s> on!",
-                start->notificationId.c_str(), start->time.c_str());
-        if (CallBackProcessBase* agent = callBack)
-            agent->OnEventLossOccurred(start->time, start->notificationId);
+        contained([&] { losses.lost(first); });
+    }
+    void lossBegan(const LossTracker::Start& start) {
+        contained([&] {
+            point();
+            TaTrace("[SuppilerMgr] Events are lost from notification <%s> of <%s> on!",
+                    start.notificationId.c_str(), start.time.c_str());
+            if (CallBackProcessBase* agent = callBack)
+                agent->OnEventLossOccurred(start.time, start.notificationId);
+        });
+    }
+    void lossEnded(std::time_t time) {
+        contained([&] {
+            const std::string endTime = ConfiguredTimeText(time);
+            point();
+            TaTrace("[SuppilerMgr] No more events are lost since <%s>!", endTime.c_str());
+            if (CallBackProcessBase* agent = callBack)
+                agent->OnEventLossCleared(endTime);
+        });
     }
     std::shared_ptr<EventDelivery> current() const {
         const std::lock_guard guard(mutex);
@@ -200,13 +226,7 @@ bool SuppilerMgr::check_channel_valid() {
         return false;
     const bool answers = running->channelAnswers();
     running->requestProbe();
-    if (state_->losses.roundBegins(running->isDrained())) {
-        const std::string endTime = ConfiguredTimeText(std::time(nullptr));
-        point();
-        TaTrace("[SuppilerMgr] No more events are lost since <%s>!", endTime.c_str());
-        if (CallBackProcessBase* agent = state_->callBack)
-            agent->OnEventLossCleared(endTime);
-    }
+    contained([&] { state_->losses.roundBegins(running->isDrained()); });
     return answers;
 }
 

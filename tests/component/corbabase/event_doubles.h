@@ -2,6 +2,7 @@
 
 #include <kelp/corbabase/supplier_mgr.h>
 
+#include <functional>
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -14,7 +15,11 @@ namespace kelp::test {
 /// What an agent is asked and told, as lines.
 class Agent final : public NS_CORBA::CallBackProcessBase {
   public:
-    void OnEventLossCleared(const std::string& endTime) override { add("cleared " + endTime); }
+    void OnEventLossCleared(const std::string& endTime) override {
+        if (onCleared)
+            onCleared();
+        add("cleared " + endTime);
+    }
     void OnEventLossOccurred(const std::string& startTime, const std::string& notificationId) override {
         add("lost " + notificationId + " of " + startTime);
     }
@@ -27,6 +32,8 @@ class Agent final : public NS_CORBA::CallBackProcessBase {
         const std::lock_guard guard(mutex_);
         return told_;
     }
+
+    std::function<void()> onCleared;  ///< may hold up the report; set before the first one
 
   private:
     void add(const std::string& line) {

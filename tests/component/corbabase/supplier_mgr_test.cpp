@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "base_orb.h"
+#include "component/orb/gate.h"
 #include "event_doubles.h"
 #include "support/temporary_directory.h"
 #include "support/wait_until.h"
@@ -144,6 +145,30 @@ TEST_F(SupplierMgr, TellsOfALossOfTheHandoversOwnQueue) {
     EXPECT_EQ(manager().PushEvents(batch), 0);
     ASSERT_TRUE(isTold(1));
     EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));
+}
+
+TEST_F(SupplierMgr, ReportsALossThatBeginsDuringTheReportOfAnEndAfterIt) {
+    Gate gate;
+    agent_.onCleared = [&] { gate.pass(); };
+    start("heartbeat_s = 0\nqueue_events_max = 2\n");
+    std::vector<CosNotification::StructuredEvent> batch{alarm("1"), alarm("2"), alarm("3")};
+    EXPECT_EQ(manager().PushEvents(batch), 0);
+    ASSERT_TRUE(isTold(1));
+    std::thread rounds([&] {
+        EXPECT_TRUE(waitUntil([&] {
+            manager().check_channel_valid();
+            return agent_.told().size() > 1;
+        }));
+    });
+    ASSERT_TRUE(gate.isReached());
+    batch = {alarm("4"), alarm("5"), alarm("6")};
+    EXPECT_EQ(manager().PushEvents(batch), 0);
+    gate.open();
+    rounds.join();
+    ASSERT_TRUE(isTold(3)) << "the second loss is reported too";
+    EXPECT_EQ(agent_.told()[0], "lost id1 of 20240105030405.0Z");
+    EXPECT_EQ(agent_.told()[1].rfind("cleared 20", 0), 0u);
+    EXPECT_EQ(agent_.told()[2].rfind("lost id", 0), 0u);
 }
 
 TEST_F(SupplierMgr, WritesAlarmsToTheAlarmLogWhenThatIsOn) {

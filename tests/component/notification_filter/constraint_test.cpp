@@ -3,6 +3,7 @@
 #include "filter/constraint.h"
 
 #include <gtest/gtest.h>
+#include <kelp/orb/dyn_any.h>
 #include <mtnm/notifications.h>
 
 #include <memory>
@@ -31,8 +32,35 @@ globaldefs::NVSList_T names(const char* me) {
     return list;
 }
 
+/// "switch (long) { case 1: string one; default: long other; }" with 70 by default, for 7.
+CORBA::Any defaultedUnion(CORBA::ORB_ptr orb) {
+    CORBA::UnionMemberSeq members;
+    members.length(2);
+    members[0].name = CORBA::string_dup("one");
+    members[0].label <<= CORBA::Long(1);
+    members[0].type = CORBA::TypeCode::_duplicate(CORBA::_tc_string);
+    members[1].name = CORBA::string_dup("other");
+    members[1].label <<= CORBA::Any::from_octet(0);
+    members[1].type = CORBA::TypeCode::_duplicate(CORBA::_tc_long);
+    const CORBA::TypeCode_var type =
+        orb->create_union_tc("IDL:test/Defaulted:1.0", "Defaulted", CORBA::_tc_long, members);
+    const CORBA::Object_var object = orb->resolve_initial_references("DynAnyFactory");
+    const DynamicAny::DynAnyFactory_var factory = DynamicAny::DynAnyFactory::_narrow(object.in());
+    const DynamicAny::DynAny_var made = factory->create_dyn_any_from_type_code(type.in());
+    const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(made.in());
+    CORBA::Any seven;
+    seven <<= CORBA::Long(7);
+    const DynamicAny::DynAny_var discriminator = factory->create_dyn_any(seven);
+    choice->set_discriminator(discriminator.in());
+    const DynamicAny::DynAny_var member = choice->member();
+    member->insert_long(70);
+    const CORBA::Any_var any = choice->to_any();
+    made->destroy();
+    return any.in();
+}
+
 /// A critical alarm of the managed element 7.
-CosNotification::StructuredEvent alarm() {
+CosNotification::StructuredEvent alarm(CORBA::ORB_ptr orb) {
     CosNotification::StructuredEvent event;
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     event.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");
@@ -68,6 +96,15 @@ CosNotification::StructuredEvent alarm() {
     words[0] = CORBA::string_dup("red");
     words[1] = CORBA::string_dup("green");
     field(data, "words") <<= words;
+    notifications::AlarmId_T id;
+    id.objectName = names("7");
+    id.layerRate = 20;
+    id.probableCause = CORBA::string_dup("LOS");
+    id.probableCauseQualifier = CORBA::string_dup("");
+    notifications::AlarmOrTCAIdentifier_T choice;
+    choice.alarmId(id);
+    field(data, "choice") <<= choice;
+    field(data, "defaulted") = defaultedUnion(orb);
     event.remainder_of_body <<= nested;
     return event;
 }
@@ -193,6 +230,45 @@ const Case kCases[] = {
     {"'blue' in $words", kNo},
     {"'red' in $additionalText", kNo},
     {"$objectName == 'Kelp/EMS'", kNo},
+    // unions by member, by label and by default
+    {"$choice._d == ALARM", kYes},
+    {"$choice.alarmId.probableCause == 'LOS'", kYes},
+    {"exist $choice.tcaId", kNo},
+    {"$choice.(0).probableCause == 'LOS'", kYes},
+    {"$choice.('ALARM').probableCause == 'LOS'", kYes},
+    {"exist $choice.(1)", kNo},
+    {"exist $choice.()", kNo},
+    {"default $choice._d", kNo},
+    {"default $defaulted._d", kYes},
+    {"default $layerRate", kNo},
+    {"$defaulted.() == 70", kYes},
+    {"$defaulted.other == 70", kYes},
+    {"exist $defaulted.(1)", kNo},
+    {"exist $defaulted.(-7)", kNo},
+    {"$defaulted.(7) == 70", kYes},
+    // properties by their place
+    {"$.filterable_data[0].name == 'notificationId'", kYes},
+    {"$.filterable_data[0].value == '17'", kYes},
+    {"$.filterable_data[1].value[1].value == '7'", kYes},
+    {"$.filterable_data[1].value(ManagedElement) == '7'", kYes},
+    {"exist $.filterable_data[99]", kNo},
+    {"exist $.filterable_data[0]", kYes},
+    {"$.filterable_data._length > 10", kYes},
+    {"$.header.variable_header[0].name == 'Priority'", kYes},
+    {"$.header.variable_header[0].value == 3", kYes},
+    {"$.header.variable_header._length == 1", kYes},
+    {"exist $.header.variable_header", kYes},
+    {"$.filterable_data[0].nonsense == 1", kBad},
+    {"$.filterable_data.nonsense == 1", kBad},
+    {"$.header.nonsense == 1", kBad},
+    {"$.header.fixed_header.nonsense == 1", kBad},
+    {"$type_name.nonsense == 1", kBad},
+    // the current time, in 100 ns since 1582
+    {"$curtime > 139000000000000000.0", kYes},
+    {"$curtime < 200000000000000000.0", kYes},
+    {"$curtime.time > 139000000000000000.0", kYes},
+    {"$curtime.high > 1", kBad},
+    {"TRUE or exist $curtime.nonsense", kBad},
     // and, or
     {"$layerRate == 20 or $nothing == 1", kYes},
     {"$nothing == 1 or $layerRate == 20", kNo},
@@ -221,7 +297,7 @@ class Constraints : public testing::TestWithParam<Case> {
 };
 
 TEST_P(Constraints, SayOfTheAlarm) {
-    const CosNotification::StructuredEvent event = alarm();
+    const CosNotification::StructuredEvent event = alarm(orb_.orb());
     const Case& each = GetParam();
     if (each.outcome == Outcome::IsNoConstraint) {
         EXPECT_THROW(Constraint{each.text}, ConstraintSyntaxError);
@@ -235,7 +311,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, Constraints, testing::ValuesIn(kCases),
 
 TEST(HostileConstraints, AreRefusedOrHarmless) {
     const kelp::test::RunningOrb orb;
-    const CosNotification::StructuredEvent event = alarm();
+    const CosNotification::StructuredEvent event = alarm(orb.orb());
     EXPECT_THROW(Constraint(std::string(100000, '(')), ConstraintSyntaxError);
     EXPECT_THROW(Constraint(std::string(300, '(') + "TRUE" + std::string(300, ')')), ConstraintSyntaxError);
     EXPECT_THROW(Constraint(std::string("TRUE\0FALSE", 10)), ConstraintSyntaxError);

@@ -55,6 +55,16 @@ PathStep::Kind specialKind(int type) {
     }
 }
 
+/// "(3)", "(-3)", "('text')", "()".
+PathStep labelStep(const ETCL_Union_Value* label) {
+    if (label != nullptr && label->string() != nullptr)
+        return {PathStep::Kind::Label, static_cast<const char*>(*label->string()), 0};
+    if (label == nullptr || label->integer() == nullptr)
+        return {PathStep::Kind::DefaultLabel, "", 0};
+    const std::int64_t number{indexOf(label->integer())};
+    return {PathStep::Kind::Label, std::to_string(label->sign() < 0 ? -number : number), 0};
+}
+
 /// The steps of a path in the order in which they are written.
 std::optional<PropertyPath> pathOf(const ETCL_Constraint* node) {
     PropertyPath path;
@@ -73,6 +83,9 @@ std::optional<PropertyPath> pathOf(const ETCL_Constraint* node) {
         } else if (const auto* placed = dynamic_cast<const ETCL_Component_Pos*>(node)) {
             path.push_back({PathStep::Kind::Position, "", indexOf(placed->integer())});
             node = placed->component();
+        } else if (const auto* labelled = dynamic_cast<const ETCL_Union_Pos*>(node)) {
+            path.push_back(labelStep(labelled->union_value()));
+            node = labelled->component();
         } else if (const auto* special = dynamic_cast<const ETCL_Special*>(node)) {
             path.push_back({specialKind(special->type()), "", 0});
             node = nullptr;
@@ -136,6 +149,8 @@ class Evaluation {
             return valueAt(eval);
         if (const auto* exist = dynamic_cast<const ETCL_Exist*>(node))
             return exists(exist->component());
+        if (const auto* implied = dynamic_cast<const ETCL_Default*>(node))
+            return hasDefaultLabel(implied->component());
         if (const auto* unary = dynamic_cast<const ETCL_Unary_Expr*>(node))
             return ofUnary(*unary);
         if (const auto* binary = dynamic_cast<const ETCL_Binary_Expr*>(node))
@@ -151,6 +166,15 @@ class Evaluation {
     Result exists(const ETCL_Constraint* node) const {
         const std::optional<PropertyPath> path = pathOf(node);
         return path ? Result(reader_.exists(*path)) : std::nullopt;
+    }
+    /// The path is that of a union or, as the grammar has it, of its discriminator.
+    Result hasDefaultLabel(const ETCL_Constraint* node) const {
+        std::optional<PropertyPath> path = pathOf(node);
+        if (!path)
+            return std::nullopt;
+        if (!path->empty() && path->back().kind == PathStep::Kind::Discriminant)
+            path->pop_back();
+        return reader_.hasDefaultLabel(*path);
     }
     Result ofUnary(const ETCL_Unary_Expr& unary) const {
         const Result value = of(unary.subexpr());
@@ -221,6 +245,29 @@ std::string problemOf(const std::string& text) {
     return isQuoted ? "a text without its end" : "";
 }
 
+/// False when a part of the constraint names what no event has, so that it could never match.
+bool canBeEvaluated(const ETCL_Constraint* node) {
+    const auto isPath = [](const ETCL_Constraint* part) {
+        const std::optional<PropertyPath> path = pathOf(part);
+        return path && isPossible(*path);
+    };
+    if (dynamic_cast<const ETCL_Literal_Constraint*>(node) != nullptr ||
+        dynamic_cast<const ETCL_Identifier*>(node) != nullptr)
+        return true;
+    if (const auto* eval = dynamic_cast<const ETCL_Eval*>(node))
+        return isPath(eval);
+    if (const auto* exist = dynamic_cast<const ETCL_Exist*>(node))
+        return isPath(exist->component());
+    if (const auto* implied = dynamic_cast<const ETCL_Default*>(node))
+        return isPath(implied->component());
+    if (const auto* unary = dynamic_cast<const ETCL_Unary_Expr*>(node))
+        return canBeEvaluated(unary->subexpr());
+    const auto* binary = dynamic_cast<const ETCL_Binary_Expr*>(node);
+    if (binary == nullptr || !canBeEvaluated(binary->lhs()))
+        return false;
+    return binary->type() == ETCL_IN ? isPath(binary->rhs()) : canBeEvaluated(binary->rhs());
+}
+
 bool isBlank(const std::string& text) {
     return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
@@ -240,6 +287,8 @@ class Constraint::Tree : private ETCL_Interpreter {
             throw ConstraintSyntaxError("the constraint has " + problem);
         if (build_tree(text.c_str()) != 0 || root_ == nullptr)
             throw ConstraintSyntaxError("the constraint cannot be parsed: " + text);
+        if (!canBeEvaluated(root_))
+            throw ConstraintSyntaxError("the constraint names what no event has: " + text);
     }
     const ETCL_Constraint* root() const { return root_; }
 };

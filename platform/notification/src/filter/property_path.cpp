@@ -2,8 +2,10 @@
 
 #include <kelp/orb/dyn_any.h>
 
+#include <chrono>
 #include <cstring>
 #include <optional>
+#include <ratio>
 
 namespace kelp::notification {
 
@@ -47,6 +49,26 @@ const CORBA::Any* find(const CosNotification::PropertySeq& properties, const std
     return nullptr;
 }
 
+DynamicAny::DynAny_ptr elementAt(DynamicAny::DynAny_ptr dyn, CORBA::ULong index) {
+    if (index >= dyn->component_count() || !dyn->seek(static_cast<CORBA::Long>(index)))
+        return DynAny::_nil();
+    return dyn->current_component();
+}
+
+constexpr const char* kTimeId = "IDL:omg.org/TimeBase/UtcT:1.0";
+
+Result timeOf(DynamicAny::DynAny_ptr time) {
+    const DynAny_var units = elementAt(time, 0);
+    return static_cast<double>(units->get_ulonglong());
+}
+
+/// In 100 ns since the first day of the Gregorian calendar, as TimeBase has it.
+double currentTime() {
+    using Units = std::chrono::duration<double, std::ratio<1, 10'000'000>>;
+    constexpr double kBefore1970 = 122192928e9;
+    return kBefore1970 + Units(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
 Result simpleValue(DynamicAny::DynAny_ptr dyn) {
     const CORBA::TypeCode_var declared = dyn->type();
     const CORBA::TypeCode_var type = withoutAlias(declared.in());
@@ -87,6 +109,8 @@ Result simpleValue(DynamicAny::DynAny_ptr dyn) {
             const DynTree tree(inner.in());
             return simpleValue(tree.root());
         }
+        case CORBA::tk_struct:
+            return std::strcmp(type->id(), kTimeId) == 0 ? timeOf(dyn) : std::nullopt;
         default:
             return std::nullopt;
     }
@@ -105,10 +129,56 @@ auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Us
     return walk(tree.root(), path, at, use);
 }
 
-DynamicAny::DynAny_ptr elementAt(DynamicAny::DynAny_ptr dyn, CORBA::ULong index) {
-    if (index >= dyn->component_count() || !dyn->seek(static_cast<CORBA::Long>(index)))
+/// A discriminator or a label as it is written in a constraint.
+std::string labelText(const Result& label) {
+    if (!label)
+        return {};
+    if (const auto* flag = std::get_if<bool>(&*label))
+        return *flag ? "1" : "0";
+    if (const auto* number = std::get_if<std::int64_t>(&*label))
+        return std::to_string(*number);
+    if (const auto* enumerator = std::get_if<EnumValue>(&*label))
+        return enumerator->name;
+    const auto* text = std::get_if<std::string>(&*label);
+    return text == nullptr ? std::string() : *text;
+}
+
+Result activeLabel(DynamicAny::DynUnion_ptr choice) {
+    const DynAny_var discriminator = choice->get_discriminator();
+    return simpleValue(discriminator.in());
+}
+
+/// An enumerator is named by its place too.
+bool isLabelled(const Result& label, const std::string& text) {
+    const auto* enumerator = label ? std::get_if<EnumValue>(&*label) : nullptr;
+    return labelText(label) == text || (enumerator != nullptr && std::to_string(enumerator->number) == text);
+}
+
+bool isDefaultActive(DynamicAny::DynUnion_ptr choice) {
+    const CORBA::TypeCode_var declared = choice->type();
+    const CORBA::TypeCode_var type = withoutAlias(declared.in());
+    const CORBA::Long implied = type->default_index();
+    const std::string active = labelText(activeLabel(choice));
+    for (CORBA::ULong i = 0; i < type->member_count(); ++i) {
+        if (static_cast<CORBA::Long>(i) == implied)
+            continue;
+        const CORBA::Any_var label = type->member_label(i);
+        const DynTree tree(label.in());
+        if (labelText(simpleValue(tree.root())) == active)
+            return false;
+    }
+    return true;
+}
+
+/// The active member of a union, if it is active by this label or by default.
+DynamicAny::DynAny_ptr memberByLabel(DynamicAny::DynAny_ptr dyn, const PathStep& step) {
+    const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(dyn);
+    if (CORBA::is_nil(choice.in()) || choice->has_no_active_member())
         return DynAny::_nil();
-    return dyn->current_component();
+    const bool isIt = step.kind == PathStep::Kind::DefaultLabel
+                          ? isDefaultActive(choice.in())
+                          : isLabelled(activeLabel(choice.in()), step.name);
+    return isIt ? choice->member() : DynAny::_nil();
 }
 
 /// The member of a structure, or of a union if it is the active one.
@@ -178,6 +248,9 @@ DynamicAny::DynAny_ptr stepInto(DynamicAny::DynAny_ptr dyn, const PathStep& step
         case PathStep::Kind::Index:
         case PathStep::Kind::Position:
             return elementAt(dyn, step.at);
+        case PathStep::Kind::Label:
+        case PathStep::Kind::DefaultLabel:
+            return memberByLabel(dyn, step);
         default:
             return DynAny::_nil();
     }
@@ -225,55 +298,120 @@ bool isMember(const PropertyPath& path, std::size_t at, const char* name) {
     return at < path.size() && path[at].kind == PathStep::Kind::Member && path[at].name == name;
 }
 
-/// "$.filterable_data(x)...", "$.header.variable_header(x)...": the property, and where the path goes on.
-const CORBA::Any* listedProperty(const CosNotification::PropertySeq& properties, const PropertyPath& path,
-                                 std::size_t list, std::size_t& next) {
-    if (list + 1 >= path.size())
-        return nullptr;
-    const PathStep& step = path[list + 1];
-    next = list + 2;
-    if (step.kind == PathStep::Kind::Name)
-        return find(properties, step.name);
-    return nullptr;
+bool isEnd(const PropertyPath& path, std::size_t at) {
+    return at >= path.size();
+}
+
+/// "$.filterable_data(x)...", "$.header.variable_header[1].value..." and the like; `at` is the step behind
+/// the list.
+template <class Use>
+auto findListed(const CosNotification::PropertySeq& properties, const PropertyPath& path, std::size_t at,
+                Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+    if (isEnd(path, at))
+        return use(DynAny::_nil(), std::nullopt);
+    const PathStep& step = path[at];
+    if (step.kind == PathStep::Kind::Length)
+        return use(DynAny::_nil(), Value(std::int64_t{properties.length()}));
+    if (step.kind == PathStep::Kind::Name) {
+        const CORBA::Any* any = find(properties, step.name);
+        return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))()
+                              : walkAny(*any, path, at + 1, use);
+    }
+    if (step.kind != PathStep::Kind::Index || step.at >= properties.length())
+        return {};
+    const CosNotification::Property& property = properties[step.at];
+    if (isEnd(path, at + 1))
+        return use(DynAny::_nil(), std::nullopt);
+    if (isMember(path, at + 1, "name"))
+        return use(DynAny::_nil(), Value(std::string(property.name.in())));
+    return walkAny(property.value, path, at + 2, use);
+}
+
+/// "$.header.fixed_header.event_name" and the like; `at` is the step behind the fixed header.
+template <class Use>
+auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath& path, std::size_t at,
+               Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+    if (isMember(path, at, "event_type"))
+        ++at;
+    if (isEnd(path, at))
+        return use(DynAny::_nil(), std::nullopt);
+    const char* text = isEnd(path, at + 1) ? headerText(event, path[at].name) : nullptr;
+    if (text == nullptr)
+        return {};
+    return use(DynAny::_nil(), Value(std::string(text)));
+}
+
+template <class Use>
+auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPath& path, Use use)
+    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+    if (path.empty() || path[0].kind != PathStep::Kind::Member)
+        return {};
+    if (isMember(path, 0, "curtime"))
+        return use(DynAny::_nil(), Value(currentTime()));
+    if (isMember(path, 0, "header")) {
+        if (isEnd(path, 1))
+            return use(DynAny::_nil(), std::nullopt);
+        return isMember(path, 1, "fixed_header") ? findFixed(event, path, 2, use)
+                                                 : findListed(event.header.variable_header, path, 2, use);
+    }
+    if (isMember(path, 0, "filterable_data"))
+        return findListed(event.filterable_data, path, 1, use);
+    if (isMember(path, 0, "remainder_of_body"))
+        return walkAny(event.remainder_of_body, path, 1, use);
+    if (headerText(event, path[0].name) != nullptr)
+        return findFixed(event, path, 0, use);
+    const CORBA::Any* any = find(event.header.variable_header, path[0].name);
+    if (any == nullptr)
+        any = find(event.filterable_data, path[0].name);
+    return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))() : walkAny(*any, path, 1, use);
 }
 
 template <class Use>
 auto find(const CosNotification::StructuredEvent& event, const PropertyPath& path, Use use)
     -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
-    if (path.empty() || path[0].kind != PathStep::Kind::Member)
-        return {};
-    const auto text = [&](std::size_t at) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
-        const char* found = at + 1 == path.size() ? headerText(event, path[at].name) : nullptr;
-        if (found == nullptr)
-            return {};
-        return use(DynAny::_nil(), Value(std::string(found)));
-    };
-    std::size_t next = 1;
-    const CORBA::Any* any = nullptr;
-    if (isMember(path, 0, "header") && isMember(path, 1, "fixed_header")) {
-        const std::size_t last = isMember(path, 2, "event_type") ? 3 : 2;
-        return last < path.size() ? text(last) : decltype(text(0))();
-    }
-    if (isMember(path, 0, "header") && isMember(path, 1, "variable_header"))
-        any = listedProperty(event.header.variable_header, path, 1, next);
-    else if (isMember(path, 0, "filterable_data"))
-        any = listedProperty(event.filterable_data, path, 0, next);
-    else if (isMember(path, 0, "remainder_of_body"))
-        any = &event.remainder_of_body;
-    else if (headerText(event, path[0].name) != nullptr)
-        return text(0);
-    else if ((any = find(event.header.variable_header, path[0].name)) == nullptr)
-        any = find(event.filterable_data, path[0].name);
-    if (any == nullptr)
-        return {};
     try {
-        return walkAny(*any, path, next, use);
+        return findChecked(event, path, use);
     } catch (const CORBA::Exception&) {
         return {};  // a step that the value does not have
     }
 }
 
+bool isFieldOfHeader(const PathStep& step) {
+    return step.kind == PathStep::Kind::Member &&
+           (step.name == "domain_name" || step.name == "type_name" || step.name == "event_name");
+}
+
+bool isPossibleInList(const PropertyPath& path, std::size_t at) {
+    if (isEnd(path, at) || path[at].kind == PathStep::Kind::Name)
+        return true;
+    if (path[at].kind == PathStep::Kind::Length)
+        return isEnd(path, at + 1);
+    if (path[at].kind != PathStep::Kind::Index)
+        return false;
+    if (isMember(path, at + 1, "name"))
+        return isEnd(path, at + 2);
+    return isEnd(path, at + 1) || isMember(path, at + 1, "value");
+}
+
+bool isPossibleInFixedHeader(const PropertyPath& path, std::size_t at) {
+    if (isMember(path, at, "event_type"))
+        ++at;
+    return isEnd(path, at) || (isFieldOfHeader(path[at]) && isEnd(path, at + 1));
+}
+
 }  // namespace
+
+bool isPossible(const PropertyPath& path) {
+    if (isMember(path, 0, "curtime"))
+        return isEnd(path, 1) || (isMember(path, 1, "time") && isEnd(path, 2));
+    if (isMember(path, 0, "filterable_data"))
+        return isPossibleInList(path, 1);
+    if (isMember(path, 0, "header") && !isEnd(path, 1))
+        return isMember(path, 1, "fixed_header")
+                   ? isPossibleInFixedHeader(path, 2)
+                   : isMember(path, 1, "variable_header") && isPossibleInList(path, 2);
+    return path.empty() || !isFieldOfHeader(path[0]) || isEnd(path, 1);
+}
 
 Result EventReader::value(const PropertyPath& path) const {
     return find(event_, path, [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>& ready) -> Result {
@@ -283,6 +421,13 @@ Result EventReader::value(const PropertyPath& path) const {
 
 bool EventReader::exists(const PropertyPath& path) const {
     return find(event_, path, [](DynamicAny::DynAny_ptr, const std::optional<Value>&) { return true; });
+}
+
+Result EventReader::hasDefaultLabel(const PropertyPath& path) const {
+    return find(event_, path, [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
+        const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(dyn);
+        return CORBA::is_nil(choice.in()) ? std::nullopt : Result(isDefaultActive(choice.in()));
+    });
 }
 
 Result EventReader::contains(const PropertyPath& path, const Value& element) const {

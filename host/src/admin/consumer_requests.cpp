@@ -12,6 +12,7 @@ admin::Json tellConsumers(const admin::Json&) {
                        {"sent", each.sent},
                        {"delivered", each.delivered},
                        {"lost", each.lost},
+                       {"lostByOwnLimits", each.lostByOwnLimits},
                        {"queued", each.queued},
                        {"queueLimit", each.queueLimit},
                        {"failures", each.failures},

@@ -13,18 +13,34 @@ namespace kelp::notification {
 /// Qualities of service that may be changed while they are used. Thread safe.
 class SharedQos {
   public:
-    explicit SharedQos(const Qos& initial) : qos_(initial) {}
+    SharedQos(const Qos& initial, QosSide side) : side_(side), qos_(initial) {}
+    QosSide side() const { return side_; }
     Qos get() const {
         const std::lock_guard guard(mutex_);
         return qos_;
     }
-    /// The new ones; throws what changedQos throws.
-    Qos change(const CosNotification::QoSProperties& wanted) {
-        const std::lock_guard guard(mutex_);
-        return qos_ = changedQos(qos_, wanted);
+    /// Changes them and has the new ones applied, one change after the other, so that what was applied last
+    /// is what get() returns. Throws what changedQos throws.
+    template <class Apply>
+    void change(const CosNotification::QoSProperties& wanted, Apply apply) {
+        const std::lock_guard order(changes_);
+        const Qos changed = changedQos(get(), wanted, side_);
+        {
+            const std::lock_guard guard(mutex_);
+            qos_ = changed;
+        }
+        apply(changed);
+    }
+    /// Has them applied again, between two changes.
+    template <class Apply>
+    void reapply(Apply apply) {
+        const std::lock_guard order(changes_);
+        apply(get());
     }
 
   private:
+    const QosSide side_;
+    std::mutex changes_;  // taken outside any lock of what they are applied to
     mutable std::mutex mutex_;
     Qos qos_;  // guarded by mutex_
 };
@@ -33,7 +49,7 @@ class SharedQos {
 struct AdminData {
     AdminData(CosNotifyChannelAdmin::AdminID number,
               CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator, const Qos& initial)
-        : id(number), op(filterOperator), qos(initial) {}
+        : id(number), op(filterOperator), qos(initial, QosSide::Consumer) {}
     virtual ~AdminData() = default;
     AdminData(const AdminData&) = delete;
     AdminData& operator=(const AdminData&) = delete;

@@ -87,6 +87,7 @@ void Channel::review(std::chrono::steady_clock::time_point now) {
     state_->absences.begin(now);
     state_->servant->dropWhere([this](const Owner& owner) { return state_->absences.isOver(owner.peer()); });
     state_->absences.end();
+    state_->core->tend(std::chrono::steady_clock::now());
 }
 
 void Channel::stop() {

@@ -3,6 +3,8 @@
 #include <kelp/orb/servants.h>
 
 #include <algorithm>
+#include <exception>
+#include <new>
 
 namespace kelp::notification {
 
@@ -105,6 +107,7 @@ void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
         if (stopped_)
             throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
         const auto changed = std::make_shared<Outlets>(*outlets_);
+        std::erase_if(*changed, [](const auto& each) { return each->isClosed(); });
         changed->push_back(outlet);
         count = changed->size();
         outlets_ = changed;
@@ -113,14 +116,18 @@ void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
     subscriptionsChanged();
 }
 
-void ChannelCore::removeOutlet(const Outlet* outlet) {
-    {
-        const std::lock_guard guard(mutex_);
-        const auto changed = std::make_shared<Outlets>(*outlets_);
-        std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
-        outlets_ = changed;
+void ChannelCore::removeOutlet(const Outlet* outlet) noexcept {
+    try {
+        {
+            const std::lock_guard guard(mutex_);
+            const auto changed = std::make_shared<Outlets>(*outlets_);
+            std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
+            outlets_ = changed;
+        }
+        subscriptionsChanged();
+    } catch (const std::exception&) {
+        // suppliers hear of it with the next change
     }
-    subscriptionsChanged();
 }
 
 void ChannelCore::subscriptionsChanged() {
@@ -131,20 +138,35 @@ void ChannelCore::subscriptionsChanged() {
     subscribed_->publish(std::move(together));
 }
 
-std::vector<std::shared_ptr<Outlet>> ChannelCore::outlets() const {
-    const std::lock_guard guard(mutex_);
-    return *outlets_;
+void ChannelCore::tend(std::chrono::steady_clock::time_point now) {
+    std::shared_ptr<const Outlets> outlets;
+    {
+        const std::lock_guard guard(mutex_);
+        outlets = outlets_;
+    }
+    for (const std::shared_ptr<Outlet>& each : *outlets) {
+        try {
+            each->tend(now);
+        } catch (const std::bad_alloc&) {
+            // the next time
+        }
+    }
 }
 
-std::size_t ChannelCore::queueLimit(const Qos& qos) const {
-    std::size_t limit = settings_.queueEventsMax;
-    const auto narrow = [&limit](std::int32_t other) {
-        if (other > 0)
-            limit = std::min(limit, static_cast<std::size_t>(other));
-    };
-    narrow(qos.maxEventsPerConsumer);
-    narrow(limits().maxQueueLength);
-    return limit;
+std::vector<std::shared_ptr<Outlet>> ChannelCore::outlets() const {
+    Outlets open;
+    {
+        const std::lock_guard guard(mutex_);
+        open = *outlets_;
+    }
+    std::erase_if(open, [](const auto& each) { return each->isClosed(); });
+    return open;
+}
+
+std::size_t ChannelCore::queueLimit() const {
+    const std::int32_t ofChannel = limits().maxQueueLength;
+    return ofChannel > 0 ? std::min(settings_.queueEventsMax, static_cast<std::size_t>(ofChannel))
+                         : settings_.queueEventsMax;
 }
 
 AdminLimits ChannelCore::limits() const {
@@ -158,7 +180,7 @@ void ChannelCore::changeLimits(const CosNotification::AdminProperties& wanted) {
         limits_ = changedLimits(limits_, wanted);
     }
     for (const std::shared_ptr<Outlet>& each : outlets())
-        each->applyQos(each->qos.get());
+        each->qos.reapply([&](const Qos& qos) { each->applyQos(qos); });
 }
 
 AddressPlaces::Place ChannelCore::takeConsumerPlace() {

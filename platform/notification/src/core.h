@@ -46,10 +46,14 @@ class ChannelCore {
     void push(const EventPtr& event);
     void tellLost(const Event& first);
     void addOutlet(const std::shared_ptr<Outlet>& outlet);
-    void removeOutlet(const Outlet* outlet);
+    /// Takes a closed outlet out. Without memory it stays listed until the next change, and gets nothing.
+    void removeOutlet(const Outlet* outlet) noexcept;
+    /// To be called a few times a second; see Subscription::tend().
+    void tend(std::chrono::steady_clock::time_point now);
+    /// Those that are not closed.
     std::vector<std::shared_ptr<Outlet>> outlets() const;
-    /// Most events that a queue with these qualities may hold.
-    std::size_t queueLimit(const Qos& qos) const;
+    /// Most events that a queue may hold unless its consumer wants fewer.
+    std::size_t queueLimit() const;
 
     // -- limits
     AdminLimits limits() const;

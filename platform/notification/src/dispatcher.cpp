@@ -9,15 +9,6 @@ namespace kelp::notification {
 
 namespace {
 
-void serve(Subscription& subscription) {
-    try {
-        subscription.serve();
-    } catch (const std::exception& failure) {
-        kelp::util::traceFrom("dispatcher", std::string("a delivery failed: ") + failure.what(),
-                              kelp::util::TraceKind::Exception);
-    }
-}
-
 /// By value: another thread may take the entry this time belongs to while this one sleeps, and the wait reads
 /// its time again after it woke.
 void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
@@ -39,8 +30,8 @@ void Dispatcher::serveConsumers(std::size_t count) {
     const Lock lock(mutex_);
     if (stopping_)
         return;
-    for (; fastThreads_ < std::min(count, threadsMax_); ++fastThreads_)
-        threads_.emplace_back([this] { runFast(); });
+    while (fastThreads_ < std::min(count, threadsMax_) && addThread(&Dispatcher::runFast, fastThreads_)) {
+    }
 }
 
 void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
@@ -56,12 +47,25 @@ void Dispatcher::later(std::shared_ptr<Subscription> subscription, Subscription:
     const Lock lock(mutex_);
     if (stopping_)
         return;
+    // first: nothing is scheduled that no thread serves
+    if (slow && slowThreads_ < slowThreadsMax_)
+        addThread(&Dispatcher::runSlow, slowThreads_);
     (slow ? slow_ : paced_).emplace(when, std::move(subscription));
-    if (slow && slowThreads_ < slowThreadsMax_) {
-        threads_.emplace_back([this] { runSlow(); });
-        ++slowThreads_;
-    }
     (slow ? slowWork_ : fastWork_).notify_one();
+}
+
+bool Dispatcher::addThread(void (Dispatcher::*run)(), std::size_t& count) {
+    try {
+        threads_.emplace_back(run, this);
+        ++count;
+        return true;
+    } catch (const std::exception& failure) {
+        if (count == 0)
+            throw;
+        kelp::util::traceFrom("dispatcher", std::string("a thread could not be started: ") + failure.what(),
+                              kelp::util::TraceKind::Exception);
+        return false;
+    }
 }
 
 void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::time_point when) {
@@ -71,7 +75,7 @@ void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::t
         std::find_if(first, last, [&](const auto& each) { return each.second.get() == &subscription; });
     if (found == last)
         return;
-    ready_.push_back(std::move(found->second));
+    ready_.push_back(found->second);
     paced_.erase(found);
     fastWork_.notify_one();
 }
@@ -104,8 +108,12 @@ std::size_t Dispatcher::threads() const {
 std::shared_ptr<Subscription> Dispatcher::nextReady(Lock& lock) {
     while (!stopping_) {
         const auto now = Subscription::Clock::now();
-        for (; !paced_.empty() && paced_.begin()->first <= now; paced_.erase(paced_.begin()))
-            ready_.push_back(std::move(paced_.begin()->second));
+        // taken from where it is: to move it might need memory
+        if (!paced_.empty() && paced_.begin()->first <= now) {
+            std::shared_ptr<Subscription> next = std::move(paced_.begin()->second);
+            paced_.erase(paced_.begin());
+            return next;
+        }
         if (!ready_.empty()) {
             std::shared_ptr<Subscription> next = std::move(ready_.front());
             ready_.pop_front();
@@ -140,7 +148,7 @@ void Dispatcher::runFast() {
     Lock lock(mutex_);
     while (const std::shared_ptr<Subscription> next = nextReady(lock)) {
         lock.unlock();
-        serve(*next);
+        next->serve();
         lock.lock();
     }
 }
@@ -149,7 +157,7 @@ void Dispatcher::runSlow() {
     Lock lock(mutex_);
     while (const std::shared_ptr<Subscription> next = nextDue(lock)) {
         lock.unlock();
-        serve(*next);
+        next->serve();
         lock.lock();
     }
 }

@@ -33,6 +33,8 @@ class Dispatcher final : public Subscription::Scheduler {
     using Lock = std::unique_lock<std::mutex>;
     using Timed = std::multimap<Subscription::Clock::time_point, std::shared_ptr<Subscription>>;
 
+    /// False, and traced, when there can be no more threads than there are. Throws when there is none.
+    bool addThread(void (Dispatcher::*run)(), std::size_t& count);
     void runFast();
     void runSlow();
     std::shared_ptr<Subscription> nextReady(Lock& lock);

@@ -2,13 +2,15 @@
 
 #include <kelp/util/trace_log.h>
 
+#include <new>
+
 #include "core.h"
 
 namespace kelp::notification {
 
 Outlet::Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin, CosNotifyChannelAdmin::ProxyID proxy)
-    : Subscription(core.dispatcher(), core.settings().delivery, core.queueLimit(admin->qos.get())),
-      qos(admin->qos.get()),
+    : Subscription(core.dispatcher(), core.settings().delivery, core.queueLimit()),
+      qos(admin->qos.get(), QosSide::Consumer),
       core_(core),
       admin_(std::move(admin)),
       proxy_(proxy) {
@@ -16,14 +18,25 @@ Outlet::Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin, CosNotifyCha
 }
 
 void Outlet::applyQos(const Qos& values) {
-    setQueueLimit(core_.queueLimit(values));
-    setDiscard(values.discardPolicy == CosNotification::LifoOrder ? Discard::Newest : Discard::Oldest);
-    setTimeout(values.timeout);
+    const std::size_t configured = core_.queueLimit();
+    const auto own = static_cast<std::size_t>(values.maxEventsPerConsumer);
+    const bool isOwn = own > 0 && own < configured;
+    setQueueLimit(isOwn ? own : configured, isOwn);
+    setRules(rulesOf(values));
     setPacing(values.pacingInterval);
 }
 
 void Outlet::take(const EventPtr& event) {
-    if (isConnected() && passes(event->body))
+    if (!isConnected())
+        return;
+    bool isWanted = false;
+    try {
+        isWanted = passes(event->body);
+    } catch (const std::bad_alloc&) {
+        // only this consumer has lost it
+        lose(event);
+    }
+    if (isWanted)
         offer(event);
 }
 
@@ -38,9 +51,9 @@ void Outlet::eventsLost(const Event& first) {
 }
 
 void Outlet::consumerDied(const std::string& why) {
+    admin_->proxyDied(proxy_);
     kelp::util::traceFrom("notification", "consumer " + std::to_string(admin_->id) + "/" +
                                               std::to_string(proxy_) + " is given up: " + why);
-    admin_->proxyDied(proxy_);
 }
 
 }  // namespace kelp::notification

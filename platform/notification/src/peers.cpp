@@ -1,10 +1,16 @@
 #include "peers.h"
 
 #include <cos/CosNotifyComm.h>
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/trace_log.h>
 
 namespace kelp::notification {
 
 namespace {
+
+/// A farewell to a peer that does not answer must not hold anybody up.
+constexpr std::chrono::milliseconds kFarewellTimeout{1000};
 
 template <class Reference>
 void requireOperation(const Reference& reference) {
@@ -13,6 +19,17 @@ void requireOperation(const Reference& reference) {
 }
 
 }  // namespace
+
+void say(const Farewell& farewell, const std::string& name) {
+    try {
+        const kelp::orb::ScopedThreadTimeout limit(kFarewellTimeout);
+        farewell();
+    } catch (const CORBA::Exception& failure) {
+        kelp::util::traceFrom("notification",
+                              name + " could not be told of its end: " + kelp::orb::exceptionText(failure),
+                              kelp::util::TraceKind::Exception);
+    }
+}
 
 TypeFeed::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer) {
     const CORBA::Object_var object = CORBA::Object::_duplicate(consumer);

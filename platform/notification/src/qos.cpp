@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <vector>
 
 namespace kelp::notification {
 
@@ -46,16 +47,20 @@ std::optional<Problem> takeNumber(const CORBA::Any& any, Wire low, Wire high, Va
     return std::nullopt;
 }
 
+constexpr CORBA::ULongLong kLongestTime = kUnitsPerMs * static_cast<std::uint64_t>(kMost);
+
 std::optional<Problem> takeTime(const CORBA::Any& any, milliseconds& into) {
-    const std::uint64_t most = kUnitsPerMs * static_cast<std::uint64_t>(kMost);
     CORBA::ULongLong value = 0;
     if (!(any >>= value))
-        return outOf<CORBA::ULongLong>(BAD_TYPE, 0, most);
-    if (value > most)
-        return outOf<CORBA::ULongLong>(BAD_VALUE, 0, most);
-    // a time below a millisecond is one, not none
-    into = milliseconds((value + kUnitsPerMs - 1) / kUnitsPerMs);
+        return outOf<CORBA::ULongLong>(BAD_TYPE, 0, kLongestTime);
+    if (value > kLongestTime)
+        return outOf<CORBA::ULongLong>(BAD_VALUE, 0, kLongestTime);
+    into = fromWireTime(value);
     return std::nullopt;
+}
+
+CORBA::ULongLong toWireTime(milliseconds time) {
+    return static_cast<std::uint64_t>(time.count()) * kUnitsPerMs;
 }
 
 /// A policy that exists and is not offered is unsupported, not bad.
@@ -94,50 +99,110 @@ std::optional<Problem> requireFalse(const CORBA::Any& any) {
     return std::nullopt;
 }
 
+/// The sides on which a quality is offered.
+constexpr unsigned kForConsumers = 1;
+constexpr unsigned kForSuppliers = 2;
+constexpr unsigned kForEvents = 4;  ///< may stand in an event's header
+constexpr unsigned kForBoth = kForConsumers | kForSuppliers;
+
+unsigned maskOf(QosSide side) {
+    switch (side) {
+        case QosSide::Consumer:
+            return kForConsumers;
+        case QosSide::Supplier:
+            return kForSuppliers;
+        case QosSide::Channel:
+            break;
+    }
+    return kForBoth;
+}
+
 struct Quality {
     const char* name;
+    unsigned sides;
     std::optional<Problem> (*take)(const CORBA::Any& value, Qos& into);
     void (*give)(const Qos& from, CORBA::Any& value);
+    /// Null: there is nothing to choose.
+    PropertyRange (*range)() = nullptr;
 };
 
+template <class Value, Value low, Value high>
+PropertyRange between() {
+    PropertyRange range;
+    range.low_val <<= low;
+    range.high_val <<= high;
+    return range;
+}
+
+constexpr auto kAnyTime = between<CORBA::ULongLong, 0, kLongestTime>;
+
 const Quality kQualities[] = {
-    {EventReliability, [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
+    {EventReliability, kForBoth | kForEvents,
+     [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
      [](const Qos&, CORBA::Any& any) { any <<= BestEffort; }},
-    {ConnectionReliability, [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
+    {ConnectionReliability, kForBoth, [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
      [](const Qos&, CORBA::Any& any) { any <<= BestEffort; }},
-    {StartTimeSupported, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
+    {StartTimeSupported, kForBoth, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
      [](const Qos&, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(false); }},
-    {StopTimeSupported, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
+    {StopTimeSupported, kForBoth, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
      [](const Qos&, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(false); }},
-    {MaxEventsPerConsumer,
+    {MaxEventsPerConsumer, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
          return takeNumber<CORBA::Long>(any, 0, kMost, qos.maxEventsPerConsumer);
      },
-     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Long(qos.maxEventsPerConsumer); }},
-    {OrderPolicy,
+     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Long(qos.maxEventsPerConsumer); },
+     between<CORBA::Long, 0, kMost>},
+    {OrderPolicy, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
-         return takeOrder(any, {AnyOrder, FifoOrder}, qos.orderPolicy);
+         return takeOrder(any, {AnyOrder, FifoOrder, PriorityOrder, DeadlineOrder}, qos.orderPolicy);
      },
-     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Short(qos.orderPolicy); }},
-    {DiscardPolicy,
+     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Short(qos.orderPolicy); },
+     between<CORBA::Short, AnyOrder, DeadlineOrder>},
+    {DiscardPolicy, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
-         return takeOrder(any, {AnyOrder, FifoOrder, LifoOrder}, qos.discardPolicy);
+         return takeOrder(any, {AnyOrder, FifoOrder, PriorityOrder, DeadlineOrder, LifoOrder},
+                          qos.discardPolicy);
      },
-     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Short(qos.discardPolicy); }},
-    {MaximumBatchSize,
+     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Short(qos.discardPolicy); },
+     between<CORBA::Short, AnyOrder, LifoOrder>},
+    {MaximumBatchSize, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
          return takeNumber<CORBA::Long>(any, 1, kMostBatch, qos.maximumBatchSize);
      },
-     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Long(qos.maximumBatchSize); }},
-    {PacingInterval, [](const CORBA::Any& any, Qos& qos) { return takeTime(any, qos.pacingInterval); },
-     [](const Qos& qos, CORBA::Any& any) {
-         any <<= CORBA::ULongLong(static_cast<std::uint64_t>(qos.pacingInterval.count()) * kUnitsPerMs);
-     }},
-    {Timeout, [](const CORBA::Any& any, Qos& qos) { return takeTime(any, qos.timeout); },
-     [](const Qos& qos, CORBA::Any& any) {
-         any <<= CORBA::ULongLong(static_cast<std::uint64_t>(qos.timeout.count()) * kUnitsPerMs);
-     }},
+     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Long(qos.maximumBatchSize); },
+     between<CORBA::Long, 1, kMostBatch>},
+    {PacingInterval, kForConsumers,
+     [](const CORBA::Any& any, Qos& qos) { return takeTime(any, qos.pacingInterval); },
+     [](const Qos& qos, CORBA::Any& any) { any <<= toWireTime(qos.pacingInterval); }, kAnyTime},
+    {Priority, kForBoth | kForEvents,
+     [](const CORBA::Any& any, Qos& qos) {
+         return takeNumber<CORBA::Short>(any, LowestPriority, HighestPriority, qos.priority);
+     },
+     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Short(qos.priority); },
+     between<CORBA::Short, LowestPriority, HighestPriority>},
+    {Timeout, kForBoth | kForEvents,
+     [](const CORBA::Any& any, Qos& qos) { return takeTime(any, qos.timeout); },
+     [](const Qos& qos, CORBA::Any& any) { any <<= toWireTime(qos.timeout); }, kAnyTime},
 };
+
+/// Names that the standard defines and the channel does not offer at all.
+const char* const kNeverOffered[] = {StartTime, StopTime};
+
+std::vector<Quality> qualitiesOf(unsigned sides) {
+    std::vector<Quality> offered;
+    for (const Quality& each : kQualities) {
+        if ((each.sides & sides) != 0)
+            offered.push_back(each);
+    }
+    return offered;
+}
+
+bool isNamedByTheStandard(const char* name) {
+    const auto isIt = [name](const char* each) { return std::strcmp(each, name) == 0; };
+    return std::any_of(std::begin(kNeverOffered), std::end(kNeverOffered), isIt) ||
+           std::any_of(std::begin(kQualities), std::end(kQualities),
+                       [&](const Quality& each) { return isIt(each.name); });
+}
 
 struct Limit {
     const char* name;
@@ -176,7 +241,7 @@ PropertyErrorSeq apply(const Table& table, const PropertySeq& wanted, Values& va
         });
         std::optional<Problem> problem;
         if (entry == std::end(table))
-            problem = Problem{UNSUPPORTED_PROPERTY, {}, {}};
+            problem = Problem{isNamedByTheStandard(name) ? UNSUPPORTED_PROPERTY : BAD_PROPERTY, {}, {}};
         else
             problem = entry->take(wanted[i].value, values);
         if (!problem)
@@ -204,49 +269,83 @@ PropertySeq* listed(const Table& table, const Values& values) {
     return properties._retn();
 }
 
-}  // namespace
-
-Qos changedQos(const Qos& qos, const QoSProperties& wanted) {
-    Qos changed = qos;
-    const PropertyErrorSeq errors = apply(kQualities, wanted, changed);
+Qos withChanges(const Qos& qos, const QoSProperties& wanted, unsigned sides) {
+    Qos result = qos;
+    const PropertyErrorSeq errors = apply(qualitiesOf(sides), wanted, result);
     if (errors.length() != 0)
         throw UnsupportedQoS(errors);
-    return changed;
+    return result;
 }
 
-QoSProperties* asProperties(const Qos& qos) {
-    return listed(kQualities, qos);
+bool isAmong(const QoSProperties& wanted, const char* name) {
+    for (CORBA::ULong i = 0; i < wanted.length(); ++i) {
+        if (std::strcmp(wanted[i].name.in(), name) == 0)
+            return true;
+    }
+    return false;
 }
 
-NamedPropertyRangeSeq* availableQos(const Qos& qos, const QoSProperties& wanted) {
-    changedQos(qos, wanted);
-    const auto range = [](const char* name, const CORBA::Any& low, const CORBA::Any& high) {
-        NamedPropertyRange named;
-        named.name = CORBA::string_dup(name);
-        named.range.low_val = low;
-        named.range.high_val = high;
-        return named;
-    };
-    const CORBA::ULongLong longest = kUnitsPerMs * static_cast<std::uint64_t>(kMost);
-    const NamedPropertyRange all[] = {
-        range(MaxEventsPerConsumer, anyOf<CORBA::Long>(0), anyOf<CORBA::Long>(kMost)),
-        range(OrderPolicy, anyOf<CORBA::Short>(AnyOrder), anyOf<CORBA::Short>(FifoOrder)),
-        range(DiscardPolicy, anyOf<CORBA::Short>(AnyOrder), anyOf<CORBA::Short>(LifoOrder)),
-        range(MaximumBatchSize, anyOf<CORBA::Long>(1), anyOf<CORBA::Long>(kMostBatch)),
-        range(PacingInterval, anyOf<CORBA::ULongLong>(0), anyOf<CORBA::ULongLong>(longest)),
-        range(Timeout, anyOf<CORBA::ULongLong>(0), anyOf<CORBA::ULongLong>(longest)),
-    };
+NamedPropertyRangeSeq* othersThan(const QoSProperties& wanted, unsigned sides) {
     NamedPropertyRangeSeq_var ranges = new NamedPropertyRangeSeq;
-    for (const NamedPropertyRange& each : all) {
-        bool asked = false;
-        for (CORBA::ULong i = 0; i < wanted.length(); ++i)
-            asked = asked || std::strcmp(wanted[i].name.in(), each.name.in()) == 0;
-        if (asked)
+    for (const Quality& each : qualitiesOf(sides)) {
+        if (each.range == nullptr || isAmong(wanted, each.name))
             continue;
-        ranges->length(ranges->length() + 1);
-        ranges[ranges->length() - 1] = each;
+        const CORBA::ULong at = ranges->length();
+        ranges->length(at + 1);
+        ranges[at].name = CORBA::string_dup(each.name);
+        ranges[at].range = each.range();
     }
     return ranges._retn();
+}
+
+}  // namespace
+
+milliseconds fromWireTime(std::uint64_t hundredNs) {
+    return milliseconds((std::min<std::uint64_t>(hundredNs, kLongestTime) + kUnitsPerMs - 1) / kUnitsPerMs);
+}
+
+Qos changedQos(const Qos& qos, const QoSProperties& wanted, QosSide side) {
+    return withChanges(qos, wanted, maskOf(side));
+}
+
+QoSProperties* asProperties(const Qos& qos, QosSide side) {
+    return listed(qualitiesOf(maskOf(side)), qos);
+}
+
+NamedPropertyRangeSeq* availableQos(const Qos& qos, const QoSProperties& wanted, QosSide side) {
+    changedQos(qos, wanted, side);
+    return othersThan(wanted, maskOf(side));
+}
+
+NamedPropertyRangeSeq* availableEventQos(const QoSProperties& wanted) {
+    withChanges(Qos(), wanted, kForEvents);
+    return othersThan(wanted, kForEvents);
+}
+
+QueueRules rulesOf(const Qos& qos) {
+    QueueRules rules;
+    if (qos.orderPolicy == PriorityOrder)
+        rules.order = Order::Priority;
+    else if (qos.orderPolicy == DeadlineOrder)
+        rules.order = Order::Deadline;
+    if (qos.discardPolicy == LifoOrder)
+        rules.discard = Discard::Newest;
+    else if (qos.discardPolicy == PriorityOrder)
+        rules.discard = Discard::LowestPriority;
+    else if (qos.discardPolicy == DeadlineOrder)
+        rules.discard = Discard::SoonestDeadline;
+    rules.priority = qos.priority;
+    rules.timeout = qos.timeout;
+    return rules;
+}
+
+EventQos eventDefaultsOf(const Qos& qos) {
+    EventQos defaults;
+    if (qos.priority != DefaultPriority)
+        defaults.priority = qos.priority;
+    if (qos.timeout.count() > 0)
+        defaults.timeout = qos.timeout;
+    return defaults;
 }
 
 AdminLimits changedLimits(const AdminLimits& limits, const AdminProperties& wanted) {

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "event_queue.h"
+
 namespace kelp::notification {
 
 /// Qualities of service of a channel, an admin or a proxy, each taking over those of the one above when it is
@@ -16,16 +18,33 @@ struct Qos {
     std::int16_t orderPolicy = CosNotification::AnyOrder;
     std::int32_t maximumBatchSize = 1;
     std::chrono::milliseconds pacingInterval{0};
-    std::chrono::milliseconds timeout{0};
+    std::int16_t priority = CosNotification::DefaultPriority;  ///< of events that bring none
+    std::chrono::milliseconds timeout{0};                      ///< likewise
 };
 
-/// The qualities with the wanted changes. Throws UnsupportedQoS that names every property that is unknown,
-/// has another type or a value outside its range; nothing is changed then.
-Qos changedQos(const Qos& qos, const CosNotification::QoSProperties& wanted);
-CosNotification::QoSProperties* asProperties(const Qos& qos);
+/// Whose qualities they are. Each has only those that mean something there: a supplier's proxy has no queue.
+enum class QosSide { Channel, Consumer, Supplier };
+
+/// The qualities with the wanted changes. Throws UnsupportedQoS that names every property that is unknown
+/// (BAD_PROPERTY), is not offered on this side (UNSUPPORTED_PROPERTY), has another type or a value outside
+/// its range; nothing is changed then.
+Qos changedQos(const Qos& qos, const CosNotification::QoSProperties& wanted,
+               QosSide side = QosSide::Consumer);
+CosNotification::QoSProperties* asProperties(const Qos& qos, QosSide side = QosSide::Consumer);
 /// The ranges that properties other than those asked for could have; throws as changedQos does.
 CosNotification::NamedPropertyRangeSeq* availableQos(const Qos& qos,
-                                                     const CosNotification::QoSProperties& wanted);
+                                                     const CosNotification::QoSProperties& wanted,
+                                                     QosSide side = QosSide::Consumer);
+/// The same for the header of a single event.
+CosNotification::NamedPropertyRangeSeq* availableEventQos(const CosNotification::QoSProperties& wanted);
+
+/// A time of the wire. One below a millisecond is a millisecond, not none.
+std::chrono::milliseconds fromWireTime(std::uint64_t hundredNs);
+
+/// How the events of a consumer with these qualities wait.
+QueueRules rulesOf(const Qos& qos);
+/// What events of a supplier with these qualities have when they bring nothing of their own.
+EventQos eventDefaultsOf(const Qos& qos);
 
 /// Limits of the channel as a whole (Notification Service 2.5.7).
 struct AdminLimits {

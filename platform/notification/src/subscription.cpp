@@ -3,8 +3,10 @@
 #include <cos/CosEventComm.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/util/trace_log.h>
 
 #include <algorithm>
+#include <new>
 
 namespace kelp::notification {
 
@@ -21,6 +23,15 @@ bool meansGone(const CORBA::SystemException& failure) {
            CORBA::INV_OBJREF::_downcast(&failure) != nullptr;
 }
 
+void traceCutShort() noexcept {
+    try {
+        kelp::util::traceFrom("notification", "a delivery was cut short and is made again",
+                              kelp::util::TraceKind::Exception);
+    } catch (const std::exception&) {
+        // no memory for that either
+    }
+}
+
 /// The call may or may not have reached its object, and the same call may succeed later.
 bool meansNoAnswer(const CORBA::SystemException& failure) {
     return CORBA::TIMEOUT::_downcast(&failure) != nullptr ||
@@ -33,38 +44,67 @@ bool meansNoAnswer(const CORBA::SystemException& failure) {
 Subscription::Subscription(Scheduler& scheduler, const DeliverySettings& settings, std::size_t queueLimit)
     : scheduler_(scheduler), settings_(settings), queue_(queueLimit), backOff_(settings.firstBackOff) {}
 
+/// A call of a consumer that pulls, during which it is not silent. Under the subscription's lock.
+class Subscription::Puller {
+  public:
+    explicit Puller(Subscription& subscription) : subscription_(subscription) { ++subscription_.pullers_; }
+    ~Puller() {
+        --subscription_.pullers_;
+        subscription_.silentSince_ = Clock::now();
+    }
+    Puller(const Puller&) = delete;
+    Puller& operator=(const Puller&) = delete;
+
+  private:
+    Subscription& subscription_;
+};
+
 void Subscription::offer(const EventPtr& event) {
     Lock lock(mutex_);
     if (closed_ || (!receiver_ && !pulls_))
         return;
-    const EventPtr gone = queue_.add(event);
+    if (pulls_ && queue_.empty())
+        silentSince_ = Clock::now();
+    EventPtr gone;
+    bool isOwnChoice = queue_.hasOwnLimit();
+    try {
+        gone = queue_.add(event);
+    } catch (const std::bad_alloc&) {
+        queue_.countLost();
+        gone = event;
+        isOwnChoice = false;
+    }
     if (pulls_)
-        changed_.notify_one();
+        changed_.notify_all();
     else
         scheduleIfNeeded(lock);
-    if (gone)
+    if (gone && !isOwnChoice)
         tellLost(lock, gone);
 }
 
-void Subscription::setQueueLimit(std::size_t limit) {
-    const Lock lock(mutex_);
-    queue_.setLimit(limit);
+void Subscription::lose(const EventPtr& event) {
+    Lock lock(mutex_);
+    if (closed_)
+        return;
+    queue_.countLost();
+    tellLost(lock, event);
 }
 
-void Subscription::setDiscard(Discard discard) {
+void Subscription::setQueueLimit(std::size_t limit, bool isOwn) {
     const Lock lock(mutex_);
-    queue_.setDiscard(discard);
+    queue_.setLimit(limit, isOwn);
 }
 
-void Subscription::setTimeout(milliseconds timeout) {
+void Subscription::setRules(const QueueRules& rules) {
     const Lock lock(mutex_);
-    timeout_ = timeout;
+    queue_.setRules(rules);
 }
 
 void Subscription::setPacing(milliseconds interval) {
     Lock lock(mutex_);
     pacing_ = interval;
     endPacing(lock);
+    changed_.notify_all();
 }
 
 bool Subscription::connect(std::shared_ptr<Receiver> receiver) {
@@ -80,6 +120,7 @@ bool Subscription::connectPull() {
     if (pulls_ || closed_)
         return false;
     pulls_ = true;
+    silentSince_ = Clock::now();
     return true;
 }
 
@@ -105,6 +146,9 @@ Subscription::Change Subscription::resume() {
     if (!suspended_)
         return Change::WasSo;
     suspended_ = false;
+    // nobody has asked it whether it answers since it was suspended
+    silentSince_ = Clock::now();
+    backOff_ = settings_.firstBackOff;
     scheduleIfNeeded(lock);
     return Change::Done;
 }
@@ -122,16 +166,29 @@ std::shared_ptr<Receiver> Subscription::close() {
 
 std::vector<EventPtr> Subscription::pull(std::size_t most, bool wait) {
     Lock lock(mutex_);
-    dropExpired(lock);
-    while (wait && !closed_ && pulls_ && queue_.waiting() == 0) {
-        changed_.wait(lock);
-        dropExpired(lock);
+    const Puller puller(*this);
+    queue_.expire(Clock::now());
+    while (wait && !closed_ && pulls_ && !isBatchDue(most)) {
+        if (queue_.waiting() == 0)
+            changed_.wait(lock);
+        else
+            changed_.wait_until(lock, queue_.oldestTaken() + pacing_);
+        queue_.expire(Clock::now());
     }
     if (closed_ || !pulls_)
         throw CosEventComm::Disconnected();
+    if (!isBatchDue(most))
+        return {};
     std::vector<EventPtr> events = queue_.beginDelivery(most);
     queue_.settle(true);
     return events;
+}
+
+bool Subscription::isBatchDue(std::size_t most) const {
+    if (queue_.waiting() == 0)
+        return false;
+    return pacing_ <= milliseconds(0) || queue_.waiting() >= most ||
+           Clock::now() >= queue_.oldestTaken() + pacing_;
 }
 
 bool Subscription::hasWork() const {
@@ -141,8 +198,23 @@ bool Subscription::hasWork() const {
 void Subscription::endPacing(Lock&) {
     if (state_ != State::Paced)
         return;
-    state_ = State::Scheduled;
-    scheduler_.sooner(*this, pacedUntil_);
+    try {
+        scheduler_.sooner(*this, pacedUntil_);
+        state_ = State::Scheduled;
+    } catch (const std::bad_alloc&) {
+        // its time comes
+    }
+}
+
+/// In the next state unless there is no memory for the turn: then idle, until tend() or the next event.
+template <class Act>
+void Subscription::schedule(State next, Act act) {
+    state_ = next;
+    try {
+        act();
+    } catch (const std::exception&) {
+        state_ = State::Idle;
+    }
 }
 
 void Subscription::scheduleIfNeeded(Lock& lock) {
@@ -150,19 +222,48 @@ void Subscription::scheduleIfNeeded(Lock& lock) {
         endPacing(lock);
     if (state_ != State::Idle || !hasWork())
         return;
-    state_ = State::Scheduled;
-    if (answers_)
-        scheduler_.ready(shared_from_this());
-    else
-        scheduler_.later(shared_from_this(), Clock::now(), true);
+    schedule(State::Scheduled, [this] {
+        if (answers_)
+            scheduler_.ready(shared_from_this());
+        else
+            scheduler_.later(shared_from_this(), Clock::now(), true);
+    });
 }
 
-void Subscription::serve() {
+void Subscription::serve() noexcept {
     Lock lock(mutex_);
     state_ = State::Serving;
-    if (hasWork())
-        serveLocked(lock);
-    finishTurn(lock);
+    bool wasCutShort = false;
+    try {
+        if (hasWork())
+            serveLocked(lock);
+    } catch (...) {
+        // no memory for the call or for its failure: what was being delivered waits again
+        if (!lock.owns_lock())
+            lock.lock();
+        queue_.putBack();
+        ++failures_;
+        wasCutShort = true;
+        traceCutShort();
+    }
+    finishTurn(lock, wasCutShort);
+}
+
+void Subscription::tend(Clock::time_point now) {
+    Lock lock(mutex_);
+    if (isDeathUntold_)
+        tellDeath(lock);
+    if (closed_)
+        return;
+    queue_.expire(now);
+    if (hasNotPulledFor(settings_.deadAfter, now))
+        died(lock, "it has stopped pulling");
+    else
+        scheduleIfNeeded(lock);
+}
+
+bool Subscription::hasNotPulledFor(milliseconds time, Clock::time_point now) const {
+    return pulls_ && pullers_ == 0 && !queue_.empty() && now - silentSince_ >= time;
 }
 
 void Subscription::serveLocked(Lock& lock) {
@@ -173,7 +274,7 @@ void Subscription::serveLocked(Lock& lock) {
     if (wasSilent && !probeFirst(lock, *receiver))
         return;
     do {
-        dropExpired(lock);
+        queue_.expire(Clock::now());
         // after a silence only the event that may have arrived is sent by the thread that probed
     } while (!queue_.empty() && hasWork() && deliverBatch(lock, *receiver) && !wasSilent &&
              Clock::now() < turnEnd);
@@ -199,8 +300,7 @@ bool Subscription::probeFirst(Lock& lock, Receiver& receiver) {
 
 bool Subscription::deliverBatch(Lock& lock, Receiver& receiver) {
     const std::size_t batchMax = receiver.batchMax();
-    if (pacing_ > milliseconds(0) && queue_.size() < batchMax &&
-        Clock::now() < queue_.front()->taken + pacing_)
+    if (!isBatchDue(batchMax))
         return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
     lock.unlock();
@@ -272,39 +372,43 @@ void Subscription::died(Lock& lock, const std::string& why) {
     if (closed_)
         return;
     closed_ = true;
+    isDeathUntold_ = true;
     receiver_.reset();
-    lock.unlock();
+    changed_.notify_all();
     if (first)
-        eventsLost(*first);
-    consumerDied(why);
-    lock.lock();
+        tellLost(lock, first);
+    tellDeath(lock);
 }
 
-void Subscription::finishTurn(Lock&) {
+void Subscription::tellDeath(Lock& lock) {
+    const std::string why = lastError_;
+    isDeathUntold_ = false;
+    lock.unlock();
+    try {
+        consumerDied(why);
+        lock.lock();
+    } catch (...) {
+        lock.lock();
+        isDeathUntold_ = true;
+        throw;
+    }
+}
+
+void Subscription::finishTurn(Lock&, bool wasCutShort) {
     state_ = State::Idle;
     if (closed_)
         queue_.clear();
     if (!hasWork())
         return;
-    state_ = State::Scheduled;
-    if (!answers_) {
-        scheduler_.later(shared_from_this(), Clock::now() + backOff_, true);
-        return;
+    if (!answers_ || wasCutShort) {
+        schedule(State::Scheduled,
+                 [this] { scheduler_.later(shared_from_this(), Clock::now() + backOff_, !answers_); });
+    } else if (isBatchDue(receiver_->batchMax())) {
+        schedule(State::Scheduled, [this] { scheduler_.ready(shared_from_this()); });
+    } else {
+        pacedUntil_ = queue_.oldestTaken() + pacing_;
+        schedule(State::Paced, [this] { scheduler_.later(shared_from_this(), pacedUntil_, false); });
     }
-    const Clock::time_point due = queue_.front()->taken + pacing_;
-    if (pacing_ > milliseconds(0) && queue_.size() < receiver_->batchMax() && Clock::now() < due) {
-        state_ = State::Paced;
-        pacedUntil_ = due;
-        scheduler_.later(shared_from_this(), due, false);
-    } else
-        scheduler_.ready(shared_from_this());
-}
-
-void Subscription::dropExpired(Lock& lock) {
-    if (timeout_ <= milliseconds(0))
-        return;
-    if (const EventPtr first = queue_.expire(Clock::now() - timeout_))
-        tellLost(lock, first);
 }
 
 void Subscription::tellLost(Lock& lock, const EventPtr& first) {
@@ -319,20 +423,27 @@ ConsumerCounts Subscription::counts() const {
     counts.sent = queue_.sent();
     counts.delivered = queue_.delivered();
     counts.lost = queue_.lost();
+    counts.lostByOwnLimits = queue_.lostByChoice();
     counts.queued = queue_.size();
     counts.queueLimit = queue_.limit();
     counts.failures = failures_;
-    counts.answers = answers_;
+    counts.answers = answers_ && !hasNotPulledFor(settings_.pushTimeout, Clock::now());
     counts.suspended = suspended_;
     if (!queue_.empty())
-        counts.oldest = std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.front()->taken);
+        counts.oldest = std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.oldestTaken());
     counts.lastError = lastError_;
     return counts;
 }
 
+bool Subscription::isClosed() const {
+    const Lock lock(mutex_);
+    return closed_;
+}
+
 bool Subscription::isSettled() const {
     const Lock lock(mutex_);
-    return closed_ || !answers_ || suspended_ || 2 * queue_.size() < queue_.limit();
+    return closed_ || !answers_ || suspended_ || hasNotPulledFor(settings_.pushTimeout, Clock::now()) ||
+           2 * queue_.size() < queue_.limit();
 }
 
 }  // namespace kelp::notification

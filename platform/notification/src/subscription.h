@@ -40,10 +40,9 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     void offer(const EventPtr& event);
 
     // -- qualities of service
-    void setQueueLimit(std::size_t limit);
-    void setDiscard(Discard discard);
-    /// Events that waited longer are lost; 0: never.
-    void setTimeout(std::chrono::milliseconds timeout);
+    /// `isOwn`: the consumer has chosen it, so what does not fit is counted and begins no event loss.
+    void setQueueLimit(std::size_t limit, bool isOwn = false);
+    void setRules(const QueueRules& rules);
     /// A batch waits until it is full or its first event is that old; 0: not at all.
     void setPacing(std::chrono::milliseconds interval);
 
@@ -60,14 +59,20 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     std::shared_ptr<Receiver> close();
 
     // -- pull consumers
-    /// Up to `most` events, at least one; waits for it unless `wait` is false (then maybe none). Throws
-    /// CosEventComm::Disconnected when there is no connection (any more).
+    /// A batch of up to `most` events, as soon as it is full or its pacing interval is over; waits for it
+    /// unless `wait` is false (then maybe none). Throws CosEventComm::Disconnected when there is no
+    /// connection (any more).
     std::vector<EventPtr> pull(std::size_t most, bool wait);
 
-    /// One turn of the delivery; called by the dispatcher only.
-    void serve();
+    /// One turn of the delivery; called by the dispatcher only. Does not throw: a turn that is cut short, for
+    /// want of memory, is made again later.
+    void serve() noexcept;
+    /// To be called a few times a second: drops events whose time is over, gives up a consumer that has
+    /// stopped pulling, and schedules a turn for which there was no memory before.
+    void tend(Clock::time_point now);
 
     ConsumerCounts counts() const;
+    bool isClosed() const;
     /// True unless it answers and half of its queue or more is taken.
     bool isSettled() const;
 
@@ -78,14 +83,22 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     /// The consumer is dead; nothing more is sent to it.
     virtual void consumerDied(const std::string& why) = 0;
 
+    /// An event was lost before it could be offered.
+    void lose(const EventPtr& event);
+
   private:
     /// Paced: scheduled for the time when the first waiting event is old enough for a batch that is not full.
     enum class State { Idle, Scheduled, Paced, Serving };
     using Lock = std::unique_lock<std::mutex>;
 
+    class Puller;
+
     void scheduleIfNeeded(Lock& lock);
+    template <class Act>
+    void schedule(State next, Act act);
     void endPacing(Lock& lock);
     bool hasWork() const;
+    bool isBatchDue(std::size_t most) const;
     void serveLocked(Lock& lock);
     bool probeFirst(Lock& lock, Receiver& receiver);
     /// False when the turn is over: nothing is due yet, or the call failed.
@@ -93,9 +106,11 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     void failed(Lock& lock, const CORBA::SystemException& failure);
     void refused(Lock& lock, const std::string& why);
     void died(Lock& lock, const std::string& why);
-    void finishTurn(Lock& lock);
-    void dropExpired(Lock& lock);
+    void finishTurn(Lock& lock, bool wasCutShort);
     void tellLost(Lock& lock, const EventPtr& first);
+    void tellDeath(Lock& lock);
+    /// Events wait and it has not pulled for so long.
+    bool hasNotPulledFor(std::chrono::milliseconds time, Clock::time_point now) const;
 
     Scheduler& scheduler_;
     const DeliverySettings settings_;
@@ -110,10 +125,11 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     bool suspended_ = false;
     bool closed_ = false;
     bool answers_ = true;
-    std::chrono::milliseconds timeout_{0};
+    bool isDeathUntold_ = false;
     std::chrono::milliseconds pacing_{0};
     std::chrono::milliseconds backOff_;
     Clock::time_point silentSince_;
+    int pullers_ = 0;  // calls in progress
     std::uint64_t failures_ = 0;
     std::string lastError_;
 };

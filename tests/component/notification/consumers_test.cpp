@@ -65,6 +65,7 @@ TEST_F(Consumers, ThatPullGetWhatTheyAskFor) {
     const StructuredProxyPullSupplier_var one = StructuredProxyPullSupplier::_narrow(structured.in());
     const ProxySupplier_var sequence = admin->obtain_notification_pull_supplier(SEQUENCE_EVENT, id);
     const SequenceProxyPullSupplier_var many = SequenceProxyPullSupplier::_narrow(sequence.in());
+    many->set_qos(property(CosNotification::MaximumBatchSize, CORBA::Long(10)));
     const ProxySupplier_var any = admin->obtain_notification_pull_supplier(ANY_EVENT, id);
     const ProxyPullSupplier_var anyOne = ProxyPullSupplier::_narrow(any.in());
     EXPECT_THROW(CosNotification::StructuredEvent_var(one->pull_structured_event()),
@@ -191,7 +192,24 @@ TEST_F(Consumers, WithASmallQueueLoseTheOldestEvents) {
     connect(proxy.in(), consumer);
     proxy->suspend_connection();
     push(1, 5);
+    EXPECT_THAT(losses_.lost.names(), IsEmpty()) << "it wanted no more";
+    EXPECT_EQ(channel().consumers()[0].lost, 3u);
+    EXPECT_EQ(channel().consumers()[0].lostByOwnLimits, 3u);
+    proxy->resume_connection();
+    ASSERT_TRUE(gets(consumer, 2));
+    EXPECT_THAT(consumer.names(), ElementsAre("4", "5"));
+}
+
+TEST_F(Consumers, LoseTheOldestEventsBeyondTheConfiguredQueue) {
+    settings_.queueEventsMax = 2;
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    const StructuredProxyPushSupplier_var proxy = structuredProxy();
+    proxy->set_qos(property(CosNotification::MaxEventsPerConsumer, CORBA::Long(2)));
+    connect(proxy.in(), consumer);
+    proxy->suspend_connection();
+    push(1, 5);
     EXPECT_THAT(losses_.lost.names(), ElementsAre("1", "2", "3"));
+    EXPECT_EQ(channel().consumers()[0].lostByOwnLimits, 0u);
     EXPECT_TRUE(channel().isDrained()) << "a suspended consumer holds nobody up";
     proxy->resume_connection();
     ASSERT_TRUE(gets(consumer, 2));

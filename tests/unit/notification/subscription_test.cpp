@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <deque>
+#include <new>
 #include <thread>
 
 #include "numbered_events.h"
@@ -21,10 +22,12 @@ using testing::IsEmpty;
 class HandScheduler final : public Subscription::Scheduler {
   public:
     void ready(std::shared_ptr<Subscription> subscription) override {
+        requireMemory();
         fast.push_back(std::move(subscription));
     }
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
                bool isSlow) override {
+        requireMemory();
         (isSlow ? slow : paced).push_back(std::move(subscription));
         due = when;
     }
@@ -54,6 +57,13 @@ class HandScheduler final : public Subscription::Scheduler {
     std::deque<std::shared_ptr<Subscription>> slow;
     std::deque<std::shared_ptr<Subscription>> paced;
     Subscription::Clock::time_point due;
+    bool hasNoMemory = false;
+
+  private:
+    void requireMemory() const {
+        if (hasNoMemory)
+            throw std::bad_alloc();
+    }
 };
 
 class TestSubscription final : public Subscription {
@@ -61,10 +71,15 @@ class TestSubscription final : public Subscription {
     using Subscription::Subscription;
     std::vector<int> lost;
     std::vector<std::string> deaths;
+    int deathsWithoutMemory = 0;
 
   private:
     void eventsLost(const Event& first) override { lost.push_back(test::numberOf(first.body)); }
-    void consumerDied(const std::string& why) override { deaths.push_back(why); }
+    void consumerDied(const std::string& why) override {
+        if (deathsWithoutMemory-- > 0)
+            throw std::bad_alloc();
+        deaths.push_back(why);
+    }
 };
 
 /// A consumer that does what the test says.
@@ -323,15 +338,113 @@ TEST_F(SubscriptionTest, TellsOfTheFirstEventThatDoesNotFit) {
     expectAddsUp(*subscription);
 }
 
-TEST_F(SubscriptionTest, LosesWhatWaitedLongerThanItsTimeout) {
+TEST_F(SubscriptionTest, CountsWhatWaitedLongerThanItsTimeoutAndTellsNobody) {
     const auto subscription = connected();
-    subscription->setTimeout(1s);
+    subscription->setRules({.timeout = 1s});
     subscription->offer(test::event(1, Subscription::Clock::now() - 2s));
     subscription->offer(test::event(2));
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(2));
-    EXPECT_THAT(subscription->lost, ElementsAre(1));
+    EXPECT_THAT(subscription->lost, IsEmpty());
+    EXPECT_EQ(subscription->counts().lostByOwnLimits, 1u);
+    EXPECT_EQ(subscription->counts().lost, 1u);
     expectAddsUp(*subscription);
+}
+
+TEST_F(SubscriptionTest, TellsNobodyOfEventsOverALimitOfTheConsumersOwn) {
+    const auto subscription = connected(100);
+    subscription->setQueueLimit(2, true);
+    offer(*subscription, 1, 4);
+    EXPECT_THAT(subscription->lost, IsEmpty());
+    EXPECT_EQ(subscription->counts().lostByOwnLimits, 2u);
+    scheduler.run();
+    EXPECT_THAT(receiver->got, ElementsAre(3, 4));
+    expectAddsUp(*subscription);
+}
+
+TEST_F(SubscriptionTest, IsServedAgainAfterATurnForWhichThereWasNoMemory) {
+    const auto subscription = connected();
+    receiver->onDeliver = [] { throw std::bad_alloc(); };
+    offer(*subscription, 1, 2);
+    scheduler.run();
+    EXPECT_EQ(subscription->counts().queued, 2u) << "it waits again";
+    EXPECT_THAT(scheduler.fast, IsEmpty());
+    ASSERT_EQ(scheduler.paced.size(), 1u) << "and is not tried at once";
+    receiver->onDeliver = nullptr;
+    HandScheduler::turn(scheduler.paced);
+    EXPECT_THAT(receiver->got, ElementsAre(1, 2));
+    EXPECT_TRUE(subscription->counts().answers);
+    EXPECT_THAT(subscription->lost, IsEmpty());
+    expectAddsUp(*subscription);
+}
+
+TEST_F(SubscriptionTest, IsProbedAgainAfterAProbeForWhichThereWasNoMemory) {
+    const auto subscription = connected();
+    receiver->onDeliver = timeOut;
+    offer(*subscription, 1, 1);
+    scheduler.run();
+    receiver->onDeliver = nullptr;
+    receiver->onProbe = [] { throw std::bad_alloc(); };
+    HandScheduler::turn(scheduler.slow);
+    ASSERT_EQ(scheduler.slow.size(), 1u);
+    receiver->onProbe = nullptr;
+    HandScheduler::turn(scheduler.slow);
+    EXPECT_THAT(receiver->got, ElementsAre(1));
+}
+
+TEST_F(SubscriptionTest, IsScheduledLaterWhenThereWasNoMemoryForIt) {
+    const auto subscription = connected();
+    scheduler.hasNoMemory = true;
+    offer(*subscription, 1, 1);
+    EXPECT_THAT(scheduler.fast, IsEmpty());
+    scheduler.hasNoMemory = false;
+    subscription->tend(Subscription::Clock::now());
+    scheduler.run();
+    EXPECT_THAT(receiver->got, ElementsAre(1));
+}
+
+TEST_F(SubscriptionTest, IsScheduledLaterWhenThereWasNoMemoryAtTheEndOfATurn) {
+    const auto subscription = connected();
+    receiver->onDeliver = timeOut;
+    offer(*subscription, 1, 1);
+    scheduler.hasNoMemory = true;
+    scheduler.run();
+    EXPECT_THAT(scheduler.slow, IsEmpty());
+    scheduler.hasNoMemory = false;
+    receiver->onDeliver = nullptr;
+    subscription->tend(Subscription::Clock::now());
+    HandScheduler::turn(scheduler.slow);
+    EXPECT_THAT(receiver->got, ElementsAre(1));
+}
+
+TEST_F(SubscriptionTest, TellsOfADeathAgainWhenThereWasNoMemoryForIt) {
+    const auto subscription = connected();
+    receiver->onDeliver = [] { throw CosEventComm::Disconnected(); };
+    subscription->deathsWithoutMemory = 1;
+    offer(*subscription, 1, 1);
+    scheduler.run();
+    EXPECT_THAT(subscription->deaths, IsEmpty());
+    EXPECT_TRUE(subscription->isClosed());
+    subscription->tend(Subscription::Clock::now());
+    EXPECT_EQ(subscription->deaths.size(), 1u);
+    subscription->tend(Subscription::Clock::now());
+    EXPECT_EQ(subscription->deaths.size(), 1u);
+}
+
+TEST_F(SubscriptionTest, DoesNotGiveUpAConsumerForTheTimeOfItsSuspension) {
+    DeliverySettings settings;
+    settings.deadAfter = 2s;
+    const auto subscription = connected(100, settings);
+    receiver->onDeliver = timeOut;
+    receiver->onProbe = timeOut;
+    offer(*subscription, 1, 1);
+    scheduler.run();
+    subscription->suspend();
+    std::this_thread::sleep_for(2100ms);
+    subscription->resume();
+    HandScheduler::turn(scheduler.slow);
+    EXPECT_EQ(receiver->probes, 1);
+    EXPECT_THAT(subscription->deaths, IsEmpty()) << "it has failed once since it was resumed";
 }
 
 TEST_F(SubscriptionTest, SuspendedKeepsItsEventsAndDeliversThemAfterwards) {
@@ -398,6 +511,70 @@ TEST_F(SubscriptionTest, HandsEventsToAConsumerThatPulls) {
     EXPECT_EQ(subscription->pull(10, true).size(), 2u);
     EXPECT_EQ(subscription->counts().delivered, 3u);
     EXPECT_THAT(scheduler.fast, IsEmpty());
+}
+
+TEST_F(SubscriptionTest, HandsOutBatchesThatAreFullOrOldEnough) {
+    const auto subscription = make();
+    subscription->connectPull();
+    subscription->setPacing(1h);
+    offer(*subscription, 1, 2);
+    EXPECT_THAT(subscription->pull(3, false), IsEmpty());
+    offer(*subscription, 3, 4);
+    EXPECT_EQ(subscription->pull(3, true).size(), 3u);
+    EXPECT_THAT(subscription->pull(3, false), IsEmpty()) << "the fourth waits for others";
+    subscription->offer(test::event(5));
+    subscription->setPacing(0ms);
+    EXPECT_EQ(subscription->pull(3, false).size(), 2u);
+    subscription->setPacing(1h);
+    subscription->offer(test::event(6, Subscription::Clock::now() - 2h));
+    EXPECT_EQ(subscription->pull(3, true).size(), 1u) << "it has waited long enough";
+}
+
+TEST_F(SubscriptionTest, EndsAPullThatWaitsForAFullBatchWithThePacing) {
+    const auto subscription = make();
+    subscription->connectPull();
+    subscription->setPacing(1h);
+    offer(*subscription, 1, 1);
+    std::atomic<std::size_t> got{0};
+    std::thread puller([&] { got = subscription->pull(2, true).size(); });
+    subscription->setPacing(1ms);
+    puller.join();
+    EXPECT_EQ(got, 1u);
+}
+
+TEST_F(SubscriptionTest, GivesUpAConsumerThatHasStoppedPulling) {
+    DeliverySettings settings;
+    settings.deadAfter = 10min;
+    settings.pushTimeout = 10s;
+    const auto subscription = make(4, settings);
+    subscription->connectPull();
+    const auto begin = Subscription::Clock::now();
+    subscription->tend(begin + 1h);
+    EXPECT_THAT(subscription->deaths, IsEmpty()) << "nothing waits for it";
+    offer(*subscription, 1, 3);
+    EXPECT_TRUE(subscription->counts().answers);
+    EXPECT_FALSE(subscription->isSettled());
+    subscription->tend(begin + 9min);
+    EXPECT_THAT(subscription->deaths, IsEmpty());
+    subscription->pull(1, false);
+    const auto pulled = Subscription::Clock::now();
+    subscription->tend(pulled + 9min);
+    EXPECT_THAT(subscription->deaths, IsEmpty());
+    subscription->tend(pulled + 11min);
+    EXPECT_EQ(subscription->deaths.size(), 1u);
+    EXPECT_THAT(subscription->lost, ElementsAre(2)) << "what waited is lost";
+    EXPECT_THROW(subscription->pull(1, false), CosEventComm::Disconnected);
+    expectAddsUp(*subscription);
+}
+
+TEST_F(SubscriptionTest, WithoutPullsKeepsNoEventLossOpen) {
+    DeliverySettings settings;
+    settings.pushTimeout = 0ms;
+    const auto subscription = make(4, settings);
+    subscription->connectPull();
+    offer(*subscription, 1, 3);
+    EXPECT_TRUE(subscription->isSettled());
+    EXPECT_FALSE(subscription->counts().answers);
 }
 
 TEST_F(SubscriptionTest, WakesAPullThatWaitsWithAnEventOrItsEnd) {

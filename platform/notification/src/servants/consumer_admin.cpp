@@ -19,6 +19,7 @@ ConsumerAdminServant::ConsumerAdminServant(std::shared_ptr<ChannelCore> core,
 void ConsumerAdminServant::close(SupplierPart::Consumer consumers) {
     if (closed_.exchange(true))
         return;
+    data_->proxies.close();
     data_->proxies.withAll([consumers](SupplierPart& part) { part.close(consumers); });
     place_.reset();
     core_->deactivate(this);
@@ -56,18 +57,24 @@ CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
     Servant* servant = nullptr;
     try {
         servant = new Servant(core_, data_, type);
-        servant->hold(std::move(place));
-        core_->addOutlet(servant->outlet());
-    } catch (...) {  // whatever it was, the place is free again and the caller sees the exception
+    } catch (...) {  // whatever it was, the place is free again
         core_->giveConsumerPlace();
-        if (servant != nullptr)
-            servant->_remove_ref();
         throw;
     }
-    id = servant->id();
-    CORBA::Object_var reference = core_->activate(servant);
-    data_->proxies.enter(id, servant, servant, reference.in());
-    return reference._retn();
+    servant->_add_ref();
+    const PortableServer::ServantBase_var keeper = servant;
+    servant->hold(std::move(place));
+    try {
+        CORBA::Object_var reference = core_->activate(servant);
+        core_->addOutlet(servant->outlet());
+        // last: an admin that is being destroyed has none of it left behind
+        data_->proxies.enter(servant->id(), servant, servant, reference.in());
+        id = servant->id();
+        return reference._retn();
+    } catch (...) {  // whatever it was, the caller sees the exception
+        servant->close(SupplierPart::Consumer::IsNotTold);
+        throw;
+    }
 }
 
 ProxySupplier_ptr ConsumerAdminServant::obtain_notification_pull_supplier(ClientType type, ProxyID_out id) {

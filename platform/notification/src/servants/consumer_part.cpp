@@ -2,13 +2,11 @@
 
 #include <cos/CosEventComm.h>
 
-#include "peers.h"
-
 namespace kelp::notification {
 
 ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
                            CosNotifyChannelAdmin::ProxyType type)
-    : qos(admin->qos.get()),
+    : qos(admin->qos.get(), QosSide::Supplier),
       core_(std::move(core)),
       admin_(std::move(admin)),
       type_(type),
@@ -20,10 +18,16 @@ ConsumerPart::~ConsumerPart() {
     core_->offers().leave(offerer_);
 }
 
-void ConsumerPart::connect(CORBA::Object_ptr supplier) {
+void ConsumerPart::connect(CORBA::Object_ptr supplier, Farewell farewell) {
     core_->requireCallable(supplier);
+    if (closed_)
+        throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
     if (connected_.exchange(true))
         throw CosEventChannelAdmin::AlreadyConnected();
+    {
+        const std::lock_guard guard(farewellMutex_);
+        farewell_ = std::move(farewell);
+    }
     owner_.note();
     if (!CORBA::is_nil(supplier))
         updates_.connect(toldOfSubscriptions(
@@ -42,11 +46,11 @@ bool ConsumerPart::passes(const CosNotification::StructuredEvent& event) const {
 }
 
 void ConsumerPart::drop() {
-    close();
+    close(Supplier::IsNotTold);
     traceDropped("supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), owner_);
 }
 
-void ConsumerPart::close() {
+void ConsumerPart::close(Supplier supplier) {
     if (closed_.exchange(true))
         return;
     // the registry's and the adapter's references go below
@@ -58,6 +62,15 @@ void ConsumerPart::close() {
     place_.reset();
     admin_->proxies.forget(id_);
     core_->deactivate(servant());
+    if (supplier == Supplier::IsNotTold)
+        return;
+    Farewell farewell;
+    {
+        const std::lock_guard guard(farewellMutex_);
+        farewell = farewell_;
+    }
+    if (farewell)
+        say(farewell, "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_));
 }
 
 }  // namespace kelp::notification

@@ -5,6 +5,7 @@
 
 #include "core.h"
 #include "owner.h"
+#include "peers.h"
 #include "proxy_registry.h"
 #include "updates.h"
 
@@ -16,7 +17,7 @@ class ConsumerPart;
 struct SupplierAdminData {
     SupplierAdminData(CosNotifyChannelAdmin::AdminID number,
                       CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator, const Qos& initial)
-        : id(number), op(filterOperator), qos(initial) {}
+        : id(number), op(filterOperator), qos(initial, QosSide::Supplier) {}
 
     const CosNotifyChannelAdmin::AdminID id;
     const CosNotifyChannelAdmin::InterFilterGroupOperator op;
@@ -50,12 +51,16 @@ class ConsumerPart {
     void offer(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed) {
         core_->offers().change(offerer_, added, removed);
     }
-    /// Connects a supplier, which may be nil; throws AlreadyConnected.
-    void connect(CORBA::Object_ptr supplier);
+    /// Connects a supplier, which may be nil; throws AlreadyConnected, and OBJECT_NOT_EXIST when the proxy
+    /// has ended.
+    void connect(CORBA::Object_ptr supplier, Farewell farewell);
+    /// What events that come through the proxy have when they bring nothing of their own.
+    EventQos eventDefaults() const { return eventDefaultsOf(qos.get()); }
     /// Takes an event in; throws Disconnected while nobody is connected.
     void take(const EventPtr& event);
-    /// Ends the proxy for good, once.
-    void close();
+    enum class Supplier { IsTold, IsNotTold };
+    /// Ends the proxy for good, once; the supplier hears of it when wanted.
+    void close(Supplier supplier);
     /// Ends it because its owner may not use the channel any more, and traces that. The caller keeps it
     /// alive.
     void drop();
@@ -77,6 +82,8 @@ class ConsumerPart {
     Owner owner_;
     AddressPlaces::Place place_;
     Updates updates_;
+    std::mutex farewellMutex_;
+    Farewell farewell_;  // guarded by farewellMutex_
     std::atomic<bool> connected_{false};
     std::atomic<bool> closed_{false};
 };

@@ -57,7 +57,7 @@ void EventChannelServant::close(SupplierPart::Consumer consumers) {
         supplierAdmins.swap(supplierAdmins_);
     }
     for (auto& [id, admin] : supplierAdmins)
-        admin.servant->close();
+        admin.servant->close(ConsumerPart::Supplier::IsNotTold);
     for (auto& [id, admin] : consumerAdmins)
         admin.servant->close(consumers);
     core_->deactivate(this);

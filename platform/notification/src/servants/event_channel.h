@@ -39,11 +39,13 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     void destroy() override;
 
     // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(qos_.get()); }
-    void set_qos(const CosNotification::QoSProperties& wanted) override { qos_.change(wanted); }
+    CosNotification::QoSProperties* get_qos() override { return asProperties(qos_.get(), qos_.side()); }
+    void set_qos(const CosNotification::QoSProperties& wanted) override {
+        qos_.change(wanted, [](const Qos&) {});
+    }
     void validate_qos(const CosNotification::QoSProperties& wanted,
                       CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(qos_.get(), wanted);
+        available = availableQos(qos_.get(), wanted, qos_.side());
     }
 
     // -- AdminPropertiesAdmin
@@ -71,7 +73,7 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
 
     const std::shared_ptr<ChannelCore> core_;
     const CosNotifyFilter::FilterFactory_var filters_;
-    SharedQos qos_{Qos()};
+    SharedQos qos_{Qos(), QosSide::Channel};
     CosNotifyChannelAdmin::EventChannel_var self_;
     std::mutex mutex_;  // guards what follows
     ConsumerAdmins consumerAdmins_;

@@ -21,13 +21,22 @@ class ProxyRegistry {
         const std::lock_guard guard(mutex_);
         return ++lastId_;
     }
+    /// OBJECT_NOT_EXIST once it is closed: nobody would end the proxy any more.
     void enter(ProxyID id, PortableServer::Servant servant, Part* part, CORBA::Object_ptr reference) {
+        Entry entry;
         servant->_add_ref();
-        const std::lock_guard guard(mutex_);
-        Entry& entry = entries_[id];
         entry.servant = servant;
         entry.part = part;
         entry.reference = CORBA::Object::_duplicate(reference);
+        const std::lock_guard guard(mutex_);
+        if (closed_)
+            throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+        entries_.emplace(id, entry);
+    }
+    /// No proxy is entered from here on.
+    void close() {
+        const std::lock_guard guard(mutex_);
+        closed_ = true;
     }
     void forget(ProxyID id) {
         Entry gone;  // its servant may end with it, and must not do so under the lock
@@ -92,6 +101,7 @@ class ProxyRegistry {
     mutable std::mutex mutex_;
     std::map<ProxyID, Entry> entries_;  // guarded by mutex_
     ProxyID lastId_ = 0;                // likewise
+    bool closed_ = false;               // likewise
 };
 
 }  // namespace kelp::notification

@@ -23,7 +23,7 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,
                             CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(outlet()->qos.get(), wanted);
+        available = availableEventQos(wanted);
     }
 
     // -- NotifySubscribe

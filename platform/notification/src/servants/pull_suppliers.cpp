@@ -6,9 +6,6 @@ namespace kelp::notification {
 
 namespace {
 
-/// So many events are one reply at most, whatever the consumer asks for.
-constexpr CORBA::Long kMostAtOnce = 1000;
-
 CosNotification::EventBatch* batchOf(const std::vector<EventPtr>& events) {
     CosNotification::EventBatch_var batch = new CosNotification::EventBatch;
     batch->length(static_cast<CORBA::ULong>(events.size()));
@@ -36,14 +33,18 @@ CosNotification::StructuredEvent* StructuredPullSupplier::try_pull_structured_ev
 }
 
 CosNotification::EventBatch* SequencePullSupplier::pull_structured_events(CORBA::Long most) {
-    return batchOf(pull(std::min(most, kMostAtOnce), true));
+    return batchOf(pullBatch(most, true));
 }
 
 CosNotification::EventBatch* SequencePullSupplier::try_pull_structured_events(CORBA::Long most,
                                                                               CORBA::Boolean_out hasEvent) {
-    const std::vector<EventPtr> events = pull(std::min(most, kMostAtOnce), false);
+    const std::vector<EventPtr> events = pullBatch(most, false);
     hasEvent = !events.empty();
     return batchOf(events);
+}
+
+std::vector<EventPtr> SequencePullSupplier::pullBatch(CORBA::Long most, bool wait) {
+    return pull(std::min<CORBA::Long>(most, outlet()->qos.get().maximumBatchSize), wait);
 }
 
 CORBA::Any* AnyPullSupplier::pull() {

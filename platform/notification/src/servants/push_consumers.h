@@ -1,6 +1,7 @@
 #pragma once
 
 #include "consumer_part.h"
+#include "peers.h"
 #include "qos_and_filters.h"
 
 namespace kelp::notification {
@@ -22,7 +23,7 @@ class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,
                             CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(qos.get(), wanted);
+        available = availableEventQos(wanted);
     }
 
     // -- NotifyPublish
@@ -43,12 +44,13 @@ class StructuredPushConsumer final
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
     void connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier_ptr supplier) override {
-        connect(supplier);
+        connect(supplier, farewellTo<CosNotifyComm::StructuredPushSupplier>(
+                              supplier, [](auto peer) { peer->disconnect_structured_push_supplier(); }));
     }
     void push_structured_event(const CosNotification::StructuredEvent& event) override {
-        take(takeIn(event));
+        take(takeIn(event, eventDefaults()));
     }
-    void disconnect_structured_push_consumer() override { close(); }
+    void disconnect_structured_push_consumer() override { close(Supplier::IsNotTold); }
 };
 
 class SequencePushConsumer final
@@ -56,21 +58,26 @@ class SequencePushConsumer final
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
     void connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier_ptr supplier) override {
-        connect(supplier);
+        connect(supplier, farewellTo<CosNotifyComm::SequencePushSupplier>(
+                              supplier, [](auto peer) { peer->disconnect_sequence_push_supplier(); }));
     }
     void push_structured_events(const CosNotification::EventBatch& batch) override {
+        const EventQos defaults = eventDefaults();
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
-            take(takeIn(batch[i]));
+            take(takeIn(batch[i], defaults));
     }
-    void disconnect_sequence_push_consumer() override { close(); }
+    void disconnect_sequence_push_consumer() override { close(Supplier::IsNotTold); }
 };
 
 class AnyPushConsumer final : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::ProxyPushConsumer> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
-    void connect_any_push_supplier(CosEventComm::PushSupplier_ptr supplier) override { connect(supplier); }
-    void push(const CORBA::Any& event) override { take(takeIn(event)); }
-    void disconnect_push_consumer() override { close(); }
+    void connect_any_push_supplier(CosEventComm::PushSupplier_ptr supplier) override {
+        connect(supplier, farewellTo<CosEventComm::PushSupplier>(
+                              supplier, [](auto peer) { peer->disconnect_push_supplier(); }));
+    }
+    void push(const CORBA::Any& event) override { take(takeIn(event, eventDefaults())); }
+    void disconnect_push_consumer() override { close(Supplier::IsNotTold); }
 };
 
 }  // namespace kelp::notification

@@ -10,13 +10,15 @@ template <class Skeleton>
 class QosAndFilters : public virtual Skeleton {
   public:
     // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(sharedQos().get()); }
+    CosNotification::QoSProperties* get_qos() override {
+        return asProperties(sharedQos().get(), sharedQos().side());
+    }
     void set_qos(const CosNotification::QoSProperties& wanted) override {
-        qosChanged(sharedQos().change(wanted));
+        sharedQos().change(wanted, [this](const Qos& qos) { qosChanged(qos); });
     }
     void validate_qos(const CosNotification::QoSProperties& wanted,
                       CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableQos(sharedQos().get(), wanted);
+        available = availableQos(sharedQos().get(), wanted, sharedQos().side());
     }
 
     // -- FilterAdmin
@@ -35,7 +37,7 @@ class QosAndFilters : public virtual Skeleton {
     virtual SharedQos& sharedQos() = 0;
     virtual FilterList& filterList() = 0;
     virtual ChannelCore& channelCore() = 0;
-    /// The qualities have been changed to these.
+    /// The qualities have been changed to these; called for one change after the other.
     virtual void qosChanged(const Qos&) {}
 };
 

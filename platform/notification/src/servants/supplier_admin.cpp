@@ -16,10 +16,11 @@ SupplierAdminServant::SupplierAdminServant(std::shared_ptr<ChannelCore> core,
       place_(std::move(place)),
       offerer_(core_->offers().enter()) {}
 
-void SupplierAdminServant::close() {
+void SupplierAdminServant::close(ConsumerPart::Supplier suppliers) {
     if (closed_.exchange(true))
         return;
-    data_->proxies.withAll([](ConsumerPart& part) { part.close(); });
+    data_->proxies.close();
+    data_->proxies.withAll([suppliers](ConsumerPart& part) { part.close(suppliers); });
     core_->offers().leave(offerer_);
     place_.reset();
     core_->deactivate(this);
@@ -61,11 +62,18 @@ CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
         core_->giveSupplierPlace();
         throw CORBA::NO_MEMORY(0, CORBA::COMPLETED_NO);
     }
+    servant->_add_ref();
+    const PortableServer::ServantBase_var keeper = servant;
     servant->hold(std::move(place));
-    id = servant->id();
-    CORBA::Object_var reference = core_->activate(servant);
-    data_->proxies.enter(id, servant, servant, reference.in());
-    return reference._retn();
+    try {
+        CORBA::Object_var reference = core_->activate(servant);
+        data_->proxies.enter(servant->id(), servant, servant, reference.in());
+        id = servant->id();
+        return reference._retn();
+    } catch (...) {  // whatever it was, the caller sees the exception
+        servant->close(ConsumerPart::Supplier::IsNotTold);
+        throw;
+    }
 }
 
 ProxyConsumer_ptr SupplierAdminServant::obtain_notification_pull_consumer(ClientType, ProxyID_out) {
@@ -92,7 +100,7 @@ ProxyConsumer_ptr SupplierAdminServant::obtain_notification_push_consumer(Client
 
 void SupplierAdminServant::destroy() {
     onDestroy_(data_->id);
-    close();
+    close(ConsumerPart::Supplier::IsTold);
 }
 
 // The proxies of the older event service are not offered: those above serve suppliers of any kind of event.

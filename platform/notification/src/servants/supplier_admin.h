@@ -21,7 +21,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     /// Drops the proxies with such an owner.
     void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
     /// Ends the admin and its proxies.
-    void close();
+    void close(ConsumerPart::Supplier suppliers);
 
     // -- SupplierAdmin
     CosNotifyChannelAdmin::AdminID MyID() override { return data_->id; }

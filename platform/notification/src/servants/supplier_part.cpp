@@ -1,19 +1,8 @@
 #include "supplier_part.h"
 
-#include <kelp/orb/exception_text.h>
-#include <kelp/orb/timeouts.h>
-#include <kelp/util/trace_log.h>
-
-#include "peers.h"
-
 namespace kelp::notification {
 
 using namespace CosNotifyChannelAdmin;
-
-namespace {
-/// A farewell to a consumer that does not answer must not hold anybody up.
-constexpr std::chrono::milliseconds kFarewellTimeout{1000};
-}  // namespace
 
 void ConsumerAdminData::proxyDied(ProxyID proxy) {
     proxies.with(proxy, [](SupplierPart& part) { part.close(SupplierPart::Consumer::IsNotTold); });
@@ -62,17 +51,27 @@ void SupplierPart::resume() {
 void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer) {
     core_->requireCallable(consumer);
     if (!outlet_->connect(std::move(receiver)))
-        throw CosEventChannelAdmin::AlreadyConnected();
+        refuseConnection();
     owner_.note();
     tellOfOffers(consumer);
 }
 
-void SupplierPart::connectPull(CORBA::Object_ptr consumer) {
+void SupplierPart::connectPull(CORBA::Object_ptr consumer, Farewell farewell) {
     core_->requireCallable(consumer);
     if (!outlet_->connectPull())
-        throw CosEventChannelAdmin::AlreadyConnected();
+        refuseConnection();
+    {
+        const std::lock_guard guard(farewellMutex_);
+        farewell_ = std::move(farewell);
+    }
     owner_.note();
     tellOfOffers(consumer);
+}
+
+void SupplierPart::refuseConnection() const {
+    if (outlet_->isClosed())
+        throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+    throw CosEventChannelAdmin::AlreadyConnected();
 }
 
 void SupplierPart::tellOfOffers(CORBA::Object_ptr consumer) {
@@ -105,16 +104,17 @@ void SupplierPart::close(Consumer consumer) {
     place_.reset();
     admin_->proxies.forget(id());
     core_->deactivate(servant());
-    if (consumer == Consumer::IsNotTold || !receiver)
+    if (consumer == Consumer::IsNotTold)
         return;
-    try {
-        const kelp::orb::ScopedThreadTimeout limit(kFarewellTimeout);
-        receiver->disconnect();
-    } catch (const CORBA::Exception& failure) {
-        kelp::util::traceFrom("notification",
-                              "a consumer could not be told of its end: " + kelp::orb::exceptionText(failure),
-                              kelp::util::TraceKind::Exception);
+    Farewell farewell;
+    if (receiver) {
+        farewell = [receiver] { receiver->disconnect(); };
+    } else {
+        const std::lock_guard guard(farewellMutex_);
+        farewell = farewell_;
     }
+    if (farewell)
+        say(farewell, "consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()));
 }
 
 }  // namespace kelp::notification

@@ -5,6 +5,7 @@
 
 #include "core.h"
 #include "owner.h"
+#include "peers.h"
 #include "proxy_registry.h"
 #include "updates.h"
 
@@ -48,10 +49,11 @@ class SupplierPart {
     void subscribe(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed);
     void suspend();
     void resume();
-    /// Connects a consumer that pushes are made to; throws AlreadyConnected.
+    /// Connects a consumer that pushes are made to; throws AlreadyConnected, and OBJECT_NOT_EXIST when the
+    /// proxy has ended.
     void connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer);
     /// Connects a consumer that pulls, which may be nil.
-    void connectPull(CORBA::Object_ptr consumer);
+    void connectPull(CORBA::Object_ptr consumer, Farewell farewell);
     std::vector<EventPtr> pull(CORBA::Long most, bool wait);
 
     enum class Consumer { IsTold, IsNotTold };
@@ -66,6 +68,7 @@ class SupplierPart {
     virtual PortableServer::Servant servant() = 0;
 
   private:
+    [[noreturn]] void refuseConnection() const;
     void tellOfOffers(CORBA::Object_ptr consumer);
 
     const std::shared_ptr<ChannelCore> core_;
@@ -75,6 +78,8 @@ class SupplierPart {
     Owner owner_;
     AddressPlaces::Place place_;
     Updates updates_;
+    std::mutex farewellMutex_;
+    Farewell farewell_;  // guarded by farewellMutex_; of a consumer that pulls
     std::atomic<bool> closed_{false};
 };
 

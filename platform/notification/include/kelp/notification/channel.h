@@ -49,20 +49,25 @@ struct KELP_EXPORT ChannelSettings {
 class KELP_EXPORT LossListener {
   public:
     virtual ~LossListener() = default;
-    /// Events were discarded, expired, refused, or dropped with a dead consumer; this one first. On the
+    /// Events were discarded, refused, or dropped with a dead consumer; this one first. On the
     /// thread that pushed or delivered; several threads may tell at once. Must not throw.
     virtual void eventsLost(const CosNotification::StructuredEvent& first) = 0;
 };
 
 /// A CosNotification event channel of this process (OMG Notification Service 1.1): structured, sequence and
 /// any consumers that push or pull, suppliers that push, filters, qualities of service. Each consumer has a
-/// bounded queue of its own and gets its events in the order of push(). Not offered, by NO_IMPLEMENT: mapping
-/// filters (create_mapping_filter, a priority_filter or lifetime_filter set), suppliers that are pulled from,
-/// and the untyped proxies of the Event Service.
+/// bounded queue of its own and gets its events in the order of push(), unless its OrderPolicy is another.
+/// Not offered, by NO_IMPLEMENT: mapping filters (create_mapping_filter, a priority_filter or lifetime_filter
+/// set), suppliers that are pulled from, and the untyped proxies of the Event Service. docs/notification.md
+/// compares it with the standard.
 ///
-/// A consumer is dead, and is removed, when its object does not exist, when it says Disconnected, or when no
-/// call to it has been answered for DeliverySettings::deadAfter. A push that got no answer is made again once
-/// a call that carries no event was answered: an event may arrive twice, never out of order.
+/// A consumer is dead, and is removed, when its object does not exist, when it says Disconnected, or when it
+/// has shown no life for DeliverySettings::deadAfter: no call to it was answered, or, if it pulls, events
+/// waited and it has not pulled. A push that got no answer is made again once a call that carries no event
+/// was answered: an event may arrive twice, never out of order. The time of a suspension does not count.
+///
+/// Events that a consumer loses by a limit that it has set itself (its Timeout, a MaxEventsPerConsumer below
+/// the configured one), or that expire by a Timeout of their own, are counted and told to nobody.
 ///
 /// What suppliers offer (offer_change, at a proxy or an admin, each for itself; it goes with them) is told to
 /// consumers, and what the consumers subscribe to (the types at proxy and admin together; "%ALL" stands alone
@@ -103,7 +108,8 @@ class KELP_EXPORT Channel {
     bool isDrained() const;
 
     /// Drops the proxies, of consumers and suppliers, whose owner's grace is over at this time, and traces
-    /// each. To be called a few times per grace, by one thread at a time and not beside stop(). Calls nobody.
+    /// each. Drops events whose time is over, and consumers that have stopped pulling. To be called a few
+    /// times a second, by one thread at a time and not during stop(). Calls nobody but the LossListener.
     void review(std::chrono::steady_clock::time_point now);
 
     /// Ends every delivery, every blocked pull and the telling of changes, and takes the objects away. Calls

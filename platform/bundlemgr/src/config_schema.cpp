@@ -191,8 +191,10 @@ std::vector<ConfigKey> serviceKeys() {
                    "Most threads that deliver events."),
         secondsKey("notification", "push_timeout_s", 10, restart,
                    "Limit of one call that delivers events, in seconds."),
-        secondsKey("notification", "dead_consumer_after_s", 600, restart,
-                   "A consumer that answers nothing for this many seconds is given up."),
+        secondsKey(
+            "notification", "dead_consumer_after_s", 600, restart,
+            "A consumer that answers nothing for this many seconds is given up; one that pulls, when it "
+            "has not pulled for as long while events waited."),
         integerKey("notification", "heartbeat_s", 60, 0, kDaySeconds, restart,
                    "Seconds between heartbeat events; 0 sends none."),
         integerKey("notification", "consumers_per_address_max", 500, 1, 1000000, restart,

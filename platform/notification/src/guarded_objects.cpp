@@ -3,6 +3,7 @@
 #include <kelp/util/random_octets.h>
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -44,8 +45,13 @@ PortableServer::ObjectId* GuardedObjects::enter(PortableServer::Servant servant)
     const std::lock_guard guard(mutex_);
     if (closed_)
         throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
-    servants_[key] = pinned;
-    keys_[servant] = key;
+    const auto entered = servants_.emplace(key, pinned).first;
+    try {
+        keys_.emplace(servant, key);
+    } catch (const std::bad_alloc&) {
+        servants_.erase(entered);  // in both or in none
+        throw;
+    }
     return id._retn();
 }
 

@@ -136,6 +136,10 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey(
             "tls", "handshakes_max", 400, 1, 1000000, restart,
             "Most TLS handshakes in progress. One more takes the place of one that has taken 3 s, or is "
+        textKey("orb", "unconvertible", "refuse", {"refuse", "question_mark"}, restart,
+                "What becomes of a text with a character that the code set of an NMS cannot hold: \"refuse\" "
+                "answers that call with DATA_CONVERSION, and an event with it does not reach that NMS; "
+                "\"question_mark\" sends a question mark in its place."),
             "refused."),
         integerKey("tls", "handshakes_per_address_max", 100, 1, 1000000, restart,
                    "Most TLS handshakes in progress with one address, likewise."),

@@ -111,6 +111,10 @@ std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot) {
     options.messageBytesMax = static_cast<std::size_t>(config().integer("orb.message_bytes_max"));
     options.charSet = config().text("orb.char_set");
     using Transport = kelp::orb::OrbOptions::Transport;
+    using Unconvertible = kelp::orb::OrbOptions::Unconvertible;
+    options.unconvertible = config().text("orb.unconvertible") == "question_mark"
+                                ? Unconvertible::QuestionMark
+                                : Unconvertible::Refuse;
     options.transport = config().text("orb.transport") == "orb" ? Transport::Orb : Transport::Gate;
     options.gateLimits = readGateLimits();
     return options;

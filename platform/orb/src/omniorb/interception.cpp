@@ -24,6 +24,7 @@
 #include "interceptor_list.h"
 #include "locating.h"
 #include "object_key.h"
+#include "reply_check.h"
 #include "tls.h"
 
 namespace kelp::orb {
@@ -86,6 +87,7 @@ void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
 CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
     endUndelivered(requests, nullptr);
+    ReplyCheck::begin(info.giop_s);
     RequestRecord& record = requests.arrive();
     const std::string_view key = keyOf(info.giop_s);
     record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key, targetOfKey);
@@ -102,6 +104,17 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     return true;
 }
 
+/// Runs the servant. What it answers is replaced by DATA_CONVERSION if the client's code set cannot hold it.
+void serve(omniCallDescriptor& call, omniServant* servant) {
+    try {
+        call.interceptedCall(servant);
+    } catch (const CORBA::UserException& answer) {
+        ReplyCheck::requireWritable(answer);
+        throw;
+    }
+    ReplyCheck::requireWritable(call);
+}
+
 void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     if (!call->is_upcall()) {
         call->interceptedCall(servant);
@@ -116,12 +129,12 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     const ThreadRequests::Serving serving(requests);
     RequestHook* hook = theHook.load();
     if (hook == nullptr) {
-        call->interceptedCall(servant);
+        serve(*call, servant);
         return;
     }
     callHook("request hook, dispatching,", [&] { hook->dispatching(serving.request()); });
     try {
-        call->interceptedCall(servant);
+        serve(*call, servant);
     } catch (const CORBA::Exception& raised) {
         hook->finished(serving.request(), &raised);
         throw;
@@ -134,11 +147,13 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
 }
 
 CORBA::Boolean onReply(Interceptors::serverSendReply_T::info_T&) {
+    ReplyCheck::forget();
     ThreadRequests::ofThisThread().drop();
     return true;
 }
 
 CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
+    ReplyCheck::forget();
     endUndelivered(ThreadRequests::ofThisThread(), info.exception);
     return true;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "substituting_code_set.h"
 #include "transport/gate_transport.h"
 
 namespace kelp::orb {
@@ -108,7 +109,9 @@ OptionTable optionTable(const OrbOptions& options) {
     table.add("verifyObjectExistsAndType", 0UL);
     table.add("giopMaxMsgSize",
               std::min<unsigned long>(options.messageBytesMax, std::numeric_limits<CORBA::Long>::max()));
-    table.add("nativeCharCodeSet", options.charSet);
+    table.add("nativeCharCodeSet", options.unconvertible == OrbOptions::Unconvertible::QuestionMark
+                                       ? enterSubstitutingCodeSet(options.charSet)
+                                       : options.charSet);
     table.add("serverCallTimeOutPeriod", static_cast<unsigned long>(std::max<std::chrono::milliseconds::rep>(
                                              options.replyTimeout.count(), 0)));
     table.add("maxGIOPConnectionPerServer", std::max(options.connectionsPerServer, 1U));

@@ -37,7 +37,11 @@ struct KELP_EXPORT OrbOptions {
     bool tlsCallsOnly = false;  ///< calling side: a peer that cannot be reached over TLS is not called
     unsigned threadsMax = 0;    ///< most threads that serve one connection's calls; 0: the ORB's default
     std::size_t messageBytesMax = 104857600;
-    std::string charSet = "UTF-8";       ///< native code set of the char strings
+    std::string charSet = "UTF-8";  ///< native code set of the char strings
+    /// A character that the code set of a peer cannot hold: Refuse answers a request with DATA_CONVERSION and
+    /// raises that for a call to a peer, QuestionMark sends a question mark in its place.
+    enum class Unconvertible { Refuse, QuestionMark };
+    Unconvertible unconvertible = Unconvertible::Refuse;
     unsigned connectionsPerServer = 64;  ///< calling side: most connections to one peer
     /// A reply that a client does not read is given up after this, with its connection; 0: never. A request
     /// whose end does not arrive is given up with the ORB's scan for idle connections.

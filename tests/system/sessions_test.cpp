@@ -1,5 +1,6 @@
 #include "harness/host.h"
 #include "harness/nms_process.h"
+#include "support/standard_managers.h"
 
 #include <gmock/gmock.h>
 
@@ -25,8 +26,7 @@ TEST_F(Sessions, NmsLogsInUsesAManagerIsPingedAndLeaves) {
     host.start();
     NmsProcess nms(host);
     nms.logIn(0, "alice");
-    EXPECT_THAT(nms.managers(0),
-                ElementsAre("EMS", "EquipmentInventory", "ManagedElement", "MultiLayerSubnetwork"));
+    EXPECT_EQ(nms.managers(0), standardManagers());
     EXPECT_EQ(nms.emsLabel(0), "EMS");
     EXPECT_TRUE(eventually([&] { return nms.counts(0).pings >= 2; }));
     nms.end(0);

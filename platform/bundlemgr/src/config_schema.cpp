@@ -67,6 +67,26 @@ ConfigKey agentText(std::string key, std::string fallback, std::string meaning) 
     return textKey("agent", std::move(key), std::move(fallback), {}, Change::AtReload, std::move(meaning));
 }
 
+/// The managers of the standard by name (TMF 814, SD1-15).
+const std::vector<std::string>& standardManagers() {
+    static const std::vector<std::string> names = {"EMS",
+                                                   "ManagedElement",
+                                                   "MultiLayerSubnetwork",
+                                                   "TrafficDescriptor",
+                                                   "PerformanceManagement",
+                                                   "Protection",
+                                                   "EquipmentInventory",
+                                                   "Maintenance",
+                                                   "softwareAndDataManager",
+                                                   "transmissionDescriptor",
+                                                   "GuiCutThrough",
+                                                   "FlowDomain",
+                                                   "MultiLayerSNPPLink",
+                                                   "TrafficConditioningProfile",
+                                                   "MLSNPP"};
+    return names;
+}
+
 std::vector<ConfigKey> serviceKeys() {
     constexpr Change restart = Change::AtRestart;
     return {
@@ -340,6 +360,12 @@ std::vector<ConfigKey> serviceKeys() {
                 "The file of the sink \"file\"; rotated at 20 MiB, ten are kept."),
         integerKey("trace", "level", 1, 0, 3, Change::AtReload,
                    "Highest level of diagnostics that is kept: 0 failures, 1 refusals and set-up, 2 "
+        textsKey("managers", "offered", standardManagers(), standardManagers(), restart,
+                 "The standard's managers that NMS are offered. One that no bundle implements answers every "
+                 "operation with EXCPT_NOT_IMPLEMENTED, while getManager for one that is not offered is "
+                 "refused; some NMS give up altogether when it is. Managers of other names that a bundle "
+                 "brings are always offered."),
+
                    "configuration, 3 everything."),
         integerKey("trace", "lines_per_minute_before_login", 20, 1, 1000000, Change::AtReload,
                    "Lines of one kind that one address without a log-in may cause within a minute; further "
@@ -359,7 +385,7 @@ std::vector<ConfigKey> serviceKeys() {
 
         textsKey("bundles", "load",
                  {"kelp_ems", "kelp_managedelement", "kelp_equipment", "kelp_multilayersubnetwork",
-                  "mx_kelpcorba_env"},
+                  "kelp_unimplemented", "mx_kelpcorba_env"},
                  {}, restart,
                  "Bundles in the order of their start, stopped in reverse; the agent (mx_kelpcorba_env) "
                  "last, since it takes the managers that others have entered before it."),
@@ -438,6 +464,7 @@ const std::vector<ConfigTable>& configTables() {
         {"bundles", "What the host loads."},
     };
     return tables;
+        {"managers", "The managers that an NMS finds."},
 }
 
 const std::vector<ConfigKey>& configKeys() {

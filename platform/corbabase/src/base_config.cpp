@@ -91,7 +91,7 @@ struct CorbaBaseAgentConfig::State {
     OssAccess access;
     GatePolicy gatePolicy{access};
     const NmsReferenceCheck references{access};
-    ManagerRegistry managers;
+    ManagerRegistry managers{isManagerOffered};
     NamingRegistration registration;
     std::mutex referenceMutex;
     kelp::util::ShownFile referenceFile;  // guarded by referenceMutex
@@ -211,6 +211,14 @@ bool CorbaBaseAgentConfig::EnterNorthMgrFactory(const std::string& managerName, 
 
 void CorbaBaseAgentConfig::LeaveNorthMgrFactory(const std::string& managerName) {
     state_->managers.leave(managerName);
+}
+
+void CorbaBaseAgentConfig::EnterFallbackMgrFactory(const std::string& managerName, NorthMgrFactory* factory) {
+    state_->managers.enterFallback(managerName, factory);
+}
+
+void CorbaBaseAgentConfig::LeaveFallbackMgrFactory(const std::string& managerName) {
+    state_->managers.leaveFallback(managerName);
 }
 
 const MGRList* CorbaBaseAgentConfig::GetMGRList() {

@@ -1,5 +1,6 @@
 #include "base_settings.h"
 
+#include <kelp/bundlemgr/config_schema.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/orb/references.h>
@@ -110,11 +111,11 @@ std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot) {
     options.threadsMax = static_cast<unsigned>(config().integer("orb.threads_max"));
     options.messageBytesMax = static_cast<std::size_t>(config().integer("orb.message_bytes_max"));
     options.charSet = config().text("orb.char_set");
-    using Transport = kelp::orb::OrbOptions::Transport;
     using Unconvertible = kelp::orb::OrbOptions::Unconvertible;
     options.unconvertible = config().text("orb.unconvertible") == "question_mark"
                                 ? Unconvertible::QuestionMark
                                 : Unconvertible::Refuse;
+    using Transport = kelp::orb::OrbOptions::Transport;
     options.transport = config().text("orb.transport") == "orb" ? Transport::Orb : Transport::Gate;
     options.gateLimits = readGateLimits();
     return options;
@@ -131,6 +132,14 @@ std::string listenText(const kelp::orb::OrbOptions& options) {
     add(options.keyListen, " (naming service)");
     add(options.tlsKeyListen, " (naming service, TLS)");
     return text;
+}
+
+bool isManagerOffered(const std::string& name) {
+    constexpr const char* key = "managers.offered";
+    const auto holds = [&name](const std::vector<std::string>& names) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    return !holds(NS_BUNDLEMGR1::findConfigKey(key)->choices) || holds(config().texts(key));
 }
 
 ServiceAddress readServiceAddress(const std::string& table) {

@@ -26,6 +26,9 @@ std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot);
 /// The configured addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843 (TLS)".
 std::string listenText(const kelp::orb::OrbOptions& options);
 
+/// True for a manager of the standard that `[managers] offered` names, and for every other name.
+bool isManagerOffered(const std::string& name);
+
 /// Host, plain port and TLS port of a service that the agent uses.
 struct ServiceAddress {
     std::string host;

@@ -42,29 +42,45 @@ void ManagerRegistry::release() {
         released_.notify_all();
 }
 
-NorthMgrMap& ManagerRegistry::changeableFactories() {
-    if (factoryMaps_.empty()) {
-        factoryMaps_.emplace_back();
-    } else if (lastHandedOut_) {
-        NorthMgrMap copy = factoryMaps_.back();
-        factoryMaps_.push_back(std::move(copy));
+void ManagerRegistry::renewMap() {
+    NorthMgrMap offered;
+    for (const NorthMgrMap* each : {&entered_, &fallbacks_}) {
+        for (const auto& [name, factory] : *each) {
+            if (isOffered_(name))
+                offered.emplace(name, factory);  // an entered one is there already
+        }
     }
+    if (lastHandedOut_ || factoryMaps_.empty())
+        factoryMaps_.push_back(std::move(offered));
+    else
+        factoryMaps_.back() = std::move(offered);
     lastHandedOut_ = false;
-    return factoryMaps_.back();
 }
 
 bool ManagerRegistry::enter(const std::string& name, NorthMgrFactory* factory) {
     const Lock lock(mutex_);
-    if (!factoryMaps_.empty() && factoryMaps_.back().contains(name))
+    if (!entered_.emplace(name, factory).second)
         return false;
-    changeableFactories().emplace(name, factory);
+    renewMap();
     return true;
 }
 
 void ManagerRegistry::leave(const std::string& name) {
     const Lock lock(mutex_);
-    if (!factoryMaps_.empty() && factoryMaps_.back().contains(name))
-        changeableFactories().erase(name);
+    if (entered_.erase(name) != 0)
+        renewMap();
+}
+
+void ManagerRegistry::enterFallback(const std::string& name, NorthMgrFactory* factory) {
+    const Lock lock(mutex_);
+    fallbacks_[name] = factory;
+    renewMap();
+}
+
+void ManagerRegistry::leaveFallback(const std::string& name) {
+    const Lock lock(mutex_);
+    if (fallbacks_.erase(name) != 0)
+        renewMap();
 }
 
 const NorthMgrMap* ManagerRegistry::factories() {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace kelp::test {
 namespace {
@@ -102,6 +103,52 @@ TEST_P(BundlesTest, ShowOnlyTheirFactoryFunction) {
     while (std::fscanf(output.get(), "%63s %7s %255s", address, kind, name) == 3)
         symbols += std::string(name) + "\n";
     EXPECT_EQ(symbols, std::string("_make_") + GetParam().name + "\n");
+}
+
+class UnimplementedBundleTest : public testing::Test {
+  protected:
+    static bool start(const std::vector<std::string>& bundles) {
+        std::string whyNot;
+        const bool runs = BundleMgr::Instance()->Start(BUNDLE_DIR, bundles, whyNot);
+        EXPECT_TRUE(runs) << whyNot;
+        return runs;
+    }
+    static NS_CORBA::NorthMgrMap offered() { return *CorbaBaseAgentConfig::Instance()->GetNorthMgrMap(); }
+};
+
+/// Whether the manager offered under that name has capabilities to tell: one that nobody implements has not.
+bool isImplemented(const NS_CORBA::NorthMgrMap& offered, const char* name) {
+    POA_common::Common_I* const manager = offered.at(name)->CreateServant();
+    const PortableServer::ServantBase_var owner(manager);
+    try {
+        common::CapabilityList_T_var capabilities;
+        manager->getCapabilities(capabilities.out());
+        return true;
+    } catch (const globaldefs::ProcessingFailureException&) {
+        return false;
+    }
+}
+
+TEST_F(UnimplementedBundleTest, FillsInForManagersWithoutABundleWhereverItStands) {
+    for (const std::vector<std::string>& bundles :
+         {std::vector<std::string>{"kelp_unimplemented", "kelp_equipment"},
+          std::vector<std::string>{"kelp_equipment", "kelp_unimplemented"}}) {
+        ASSERT_TRUE(start(bundles));
+        EXPECT_EQ(offered().size(), 15u);
+        EXPECT_TRUE(isImplemented(offered(), "EquipmentInventory"));
+        EXPECT_FALSE(isImplemented(offered(), "FlowDomain"));
+        BundleMgr::Instance()->Stop();
+        EXPECT_TRUE(offered().empty());
+    }
+}
+
+TEST_F(UnimplementedBundleTest, LeavesNoCodeBehindWhenItHasStopped) {
+    ASSERT_TRUE(start({"kelp_unimplemented"}));
+    EXPECT_EQ(offered().size(), 15u);
+    EXPECT_FALSE(isImplemented(offered(), "EMS"));
+    BundleMgr::Instance()->Stop();
+    EXPECT_EQ(::dlopen(BUNDLE_DIR "/libkelp_unimplemented.so", RTLD_NOW | RTLD_NOLOAD), nullptr)
+        << "the library is loaded still";
 }
 
 }  // namespace

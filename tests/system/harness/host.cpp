@@ -18,7 +18,7 @@ constexpr const char* kMark = "KELP_TEST_HOST";
 
 constexpr const char* kAgentBundle = "mx_kelpcorba_env";
 constexpr const char* kManagerBundles[] = {"kelp_ems", "kelp_managedelement", "kelp_equipment",
-                                           "kelp_multilayersubnetwork"};
+                                           "kelp_multilayersubnetwork", "kelp_unimplemented"};
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 #include "component/orb/throw_away_certificates.h"
 #include "harness/name_server.h"
 #include "kelpnms_fixture.h"
+#include "support/standard_managers.h"
 
 #include <gtest/gtest.h>
 #include <kelp/nms/client.h>
@@ -26,11 +27,10 @@ TEST_F(KelpnmsTest, FindTellsPathAddressAndVersion) {
 TEST_F(KelpnmsTest, ManagersAreListedAndTheSessionIsEnded) {
     startHost();
     EXPECT_EQ(run({"managers"}), 0);
-    EXPECT_TRUE(log_.contains("EMS\nEquipmentInventory\nManagedElement\nMultiLayerSubnetwork\n")) << output();
+    EXPECT_TRUE(log_.contains(standardManagersText("", "\n"))) << output();
     EXPECT_TRUE(allSessionsGone());
     EXPECT_EQ(run({"managers", "--json"}), 0);
-    EXPECT_EQ(answer()["managers"],
-              Json::array({"EMS", "EquipmentInventory", "ManagedElement", "MultiLayerSubnetwork"}));
+    EXPECT_EQ(answer()["managers"], Json(standardManagers()));
 }
 
 TEST_F(KelpnmsTest, EmsTellsNameAndCapabilities) {
@@ -114,7 +114,29 @@ TEST_F(KelpnmsTest, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {
     host_.set("naming", "ssl_port", namingTlsPort.port());
     startHost();
     EXPECT_EQ(run({"managers"}), 0);
-    EXPECT_TRUE(log_.contains("EMS\nEquipmentInventory\nManagedElement\nMultiLayerSubnetwork\n")) << output();
+    EXPECT_TRUE(log_.contains(standardManagersText("", "\n"))) << output();
+}
+
+TEST_F(KelpnmsTest, ManagersThatAreNotOfferedAreNotListed) {
+    host_.set("managers", "offered", "['EMS', 'FlowDomain']");
+    startHost();
+    EXPECT_EQ(run({"managers", "--json"}), 0);
+    EXPECT_EQ(answer()["managers"], Json::array({"EMS", "FlowDomain"}));
+    EXPECT_EQ(run({"elements"}), 7) << output();
+}
+
+TEST_F(KelpnmsTest, FactoryThatIsNotRegisteredYetIsWaitedFor) {
+    const NameServer names;
+    host_.addUser("demo");
+    host_.useNamingService(names.port());
+    EXPECT_EQ(run({"--timeout", "1", "managers"}), 3);
+    EXPECT_TRUE(log_.contains("no session factory is registered")) << output();
+    EXPECT_EQ(run({"find"}, false), 3) << "it says what is there now: " << output();
+    ChildProcess nms(launch({"--verbose", "--timeout", "60", "managers"}));
+    ASSERT_TRUE(log_.waitFor("waiting for it")) << output();
+    host_.start();
+    EXPECT_EQ(nms.waitExit(), 0) << output();
+    EXPECT_TRUE(log_.contains("GuiCutThrough")) << output();
 }
 
 TEST_F(KelpnmsTest, WatchShowsPingsUntilThereWereEnough) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
 
 #include <future>
@@ -103,6 +104,34 @@ TEST(ManagerMap, IsNullUntilABundleHasEnteredAndHasNoNameTwice) {
     base().LeaveNorthMgrFactory("nobody");
     EXPECT_EQ(*base().GetNorthMgrMap(), (NorthMgrMap{{"ems", &second}}));
     EXPECT_TRUE(base().EnterNorthMgrFactory("EMS", &second));
+}
+
+TEST(ManagerMap, AFallbackStandsInWhileNobodyElseHasEnteredItsName) {
+    Factory fallback;
+    Factory real;
+    base().EnterFallbackMgrFactory("FlowDomain", &fallback);
+    EXPECT_EQ(*base().GetNorthMgrMap(), (NorthMgrMap{{"FlowDomain", &fallback}}));
+    EXPECT_TRUE(base().EnterNorthMgrFactory("FlowDomain", &real));
+    base().EnterFallbackMgrFactory("FlowDomain", &fallback);
+    EXPECT_EQ(*base().GetNorthMgrMap(), (NorthMgrMap{{"FlowDomain", &real}}));
+    base().LeaveNorthMgrFactory("FlowDomain");
+    EXPECT_EQ(*base().GetNorthMgrMap(), (NorthMgrMap{{"FlowDomain", &fallback}}));
+    base().LeaveFallbackMgrFactory("FlowDomain");
+    base().LeaveFallbackMgrFactory("FlowDomain");
+    EXPECT_TRUE(base().GetNorthMgrMap()->empty());
+}
+
+TEST(ManagerMap, LeavesOutManagersOfTheStandardThatAreNotOffered) {
+    auto& config = NS_BUNDLEMGR1::ConfigStore::instance();
+    ASSERT_TRUE(config.loadText("[managers]\noffered = [\"EMS\"]\n", "test").empty());
+    Factory factory;
+    EXPECT_TRUE(base().EnterNorthMgrFactory("EMS", &factory));
+    EXPECT_TRUE(base().EnterNorthMgrFactory("Protection", &factory));
+    EXPECT_FALSE(base().EnterNorthMgrFactory("Protection", &factory)) << "it is entered all the same";
+    EXPECT_TRUE(base().EnterNorthMgrFactory("AVendorsOwn", &factory));
+    base().EnterFallbackMgrFactory("FlowDomain", &factory);
+    EXPECT_EQ(*base().GetNorthMgrMap(), (NorthMgrMap{{"AVendorsOwn", &factory}, {"EMS", &factory}}));
+    config.reset();
 }
 
 TEST(ManagerMap, AMapHandedOutIsNeverChanged) {

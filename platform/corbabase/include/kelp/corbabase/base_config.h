@@ -38,11 +38,15 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// False when the name is taken. The factory stays the bundle's.
     bool EnterNorthMgrFactory(const std::string& managerName, NorthMgrFactory* factory);
     void LeaveNorthMgrFactory(const std::string& managerName);
+    /// The same for a manager that is there only while nobody else has entered one of that name.
+    void EnterFallbackMgrFactory(const std::string& managerName, NorthMgrFactory* factory);
+    void LeaveFallbackMgrFactory(const std::string& managerName);
     /// The entered interfaces in order of entry; null when none was ever entered. Locked against entering and
     /// leaving until the same thread calls FreeMGRList().
     const MGRList* GetMGRList();
     void FreeMGRList();
-    /// The entered factories; null when no bundle ever entered one. Stable while the agent runs.
+    /// The entered factories, without the standard's managers that `[managers] offered` leaves out; null when
+    /// no bundle ever entered one. Stable while the agent runs.
     const NorthMgrMap* GetNorthMgrMap() const;
 
     // -- requests ----------------------------------------------------------------------------------------

@@ -1,0 +1,32 @@
+#include "unimplemented_managers.h"
+
+#include <ace/svc_export.h>
+
+#include <kelp/bundlemgr/service_object.h>
+#include <kelp/corbabase/base_config.h>
+
+namespace kelp::unimplemented {
+
+/// The service object of the bundle kelp_unimplemented: enters every manager of the standard as the one that
+/// is offered where no bundle implements it. Its place among the bundles before the agent does not matter.
+class UnimplementedBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
+  public:
+    UnimplementedBundle() : ServiceObjectBase("kelp_unimplemented_bundle", "kelp_unimplemented") {}
+
+    int init(int, char*[]) override {
+        for (const UnimplementedManager& each : unimplementedManagers())
+            NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterFallbackMgrFactory(each.name, each.factory);
+        return 0;
+    }
+
+    int fini() override { return 0; }
+
+    void Shutdown() override {
+        for (const UnimplementedManager& each : unimplementedManagers())
+            NS_CORBA::CorbaBaseAgentConfig::Instance()->LeaveFallbackMgrFactory(each.name);
+    }
+};
+
+}  // namespace kelp::unimplemented
+
+ACE_FACTORY_NAMESPACE_DEFINE(ACE_Svc, kelp_unimplemented, kelp::unimplemented::UnimplementedBundle)

@@ -73,7 +73,9 @@ void NamingMonitor::Round() {
             "Now try to register it. error reason:",
             ex);
         watch().Checked(false);
-        if (!Register())
+        if (Register())
+            watch().Bound();
+        else
             watch().Failed("the session factory could not be bound");
     } catch (const CORBA::SystemException& ex) {
         trace("[Monitor Thread] system exception occured! error reason:", ex);

@@ -6,6 +6,7 @@
 #include "audit_use.h"
 #include "certificate_watch.h"
 #include "exit_codes.h"
+#include "factory_entry.h"
 #include "installation.h"
 #include "naming_settings.h"
 #include "service_manager.h"
@@ -229,8 +230,12 @@ bool isNamingServed() {
 void runUntilStopped(SignalWatch& signals) {
     const std::string address = isNamingServed() ? configuredNamingAddress() : "nowhere: no bundle serves it";
     trace(__LINE__, "the naming service is at " + address);
-    trace(__LINE__, "kelpd is ready");
-    tellReady("ready, naming service at " + address);
+    const std::string whyNotFound = awaitFactoryEntry(signals);
+    if (!signals.isStopAskedFor()) {
+        trace(__LINE__, "kelpd is ready");
+        tellReady("ready, naming service at " + address +
+                  (whyNotFound.empty() ? "" : ", where the session factory is not found: " + whyNotFound));
+    }
     while (signals.next() == SignalWatch::Event::Reload)
         reloadConfiguration();
     tellStopping();

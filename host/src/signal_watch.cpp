@@ -54,6 +54,11 @@ SignalWatch::Event SignalWatch::next() {
     return Event::Reload;
 }
 
+bool SignalWatch::isStopAskedFor() {
+    const std::lock_guard lock(mutex_);
+    return stop_;
+}
+
 void SignalWatch::watch() {
     for (;;) {
         pollfd waiting[] = {{signals_, POLLIN, 0}, {leaving_, POLLIN, 0}};

@@ -23,6 +23,8 @@ class SignalWatch {
     /// Waits for the next event. Reloads that were asked for meanwhile count as one; a stop comes first and
     /// stays.
     Event next();
+    /// Whether a stop was asked for; next() reports it then.
+    bool isStopAskedFor();
 
   private:
     void watch();

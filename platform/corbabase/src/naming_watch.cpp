@@ -70,6 +70,7 @@ void NamingWatch::Checked(bool isOurs) {
     {
         const std::lock_guard guard(watched_->mutex);
         watched_->state.isOurs = isOurs;
+        watched_->state.isBound = isOurs;
         watched_->state.checked = std::chrono::system_clock::now();
         watched_->state.failure.clear();
         reports = watched_->due();
@@ -78,9 +79,15 @@ void NamingWatch::Checked(bool isOurs) {
         record(report);
 }
 
+void NamingWatch::Bound() {
+    const std::lock_guard guard(watched_->mutex);
+    watched_->state.isBound = true;
+}
+
 void NamingWatch::Failed(const std::string& why) {
     const std::lock_guard guard(watched_->mutex);
     watched_->state.isOurs = false;
+    watched_->state.isBound = false;
     watched_->state.failure = why;
 }
 
@@ -95,6 +102,7 @@ void NamingWatch::FoundForeign(const std::string& reference, bool isReplaced) {
         state.foreign = addresses;
         if (isReplaced) {
             ++state.replaced;
+            state.isBound = true;
             state.replacedAt = state.checked;
         }
         report = watched_->foreign.found(kind, std::chrono::steady_clock::now());

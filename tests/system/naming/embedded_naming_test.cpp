@@ -56,6 +56,12 @@ class EmbeddedNaming : public testing::Test {
     std::string factory_;  ///< its reference
 };
 
+TEST_F(EmbeddedNaming, HoldsTheFactoryOnceTheHostIsReady) {
+    host_.start();
+    ASSERT_TRUE(host_.log().waitFor("kelpd is ready"));
+    EXPECT_EQ(client_.factoryAddress(), host_.address());
+}
+
 TEST_F(EmbeddedNaming, NothingThatAStrangerDoesChangesIt) {
     start();
     keepFactory();

@@ -43,6 +43,29 @@ TEST_F(Naming, FactoryIsBoundAndTakenOutAtTheStop) {
     EXPECT_EQ(client.factoryAddress(), "");
 }
 
+TEST_F(Naming, HostIsReadyOnceTheFactoryIsBound) {
+    host.start();
+    ASSERT_TRUE(host.log().waitFor("kelpd is ready"));
+    EXPECT_TRUE(isBoundToTheHost());
+}
+
+TEST_F(Naming, HostIsReadyOnceItHasReportedThatTheServiceDoesNotAnswer) {
+    const std::uint16_t port = names.port();
+    names.process().kill();
+    host.useNamingService(port);
+    host.start();
+    ASSERT_TRUE(host.log().waitFor("kelpd is ready"));
+    EXPECT_TRUE(host.log().containsInOrder(
+        {"[Monitor Thread] system exception occured! error reason:", "kelpd is ready"}));
+}
+
+TEST_F(Naming, StopIsNotHeldUpByTheWaitForTheFactory) {
+    names.process().freeze();
+    host.start();
+    EXPECT_EQ(host.stop(), 0);
+    names.process().thaw();
+}
+
 TEST_F(Naming, ServiceThatComesBackEmptyGetsTheFactoryAgain) {
     host.start();
     ASSERT_TRUE(eventually([&] { return isBoundToTheHost(); }));

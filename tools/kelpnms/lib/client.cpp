@@ -148,7 +148,7 @@ bool NmsClient::leadToOne(const std::vector<std::string>& paths) {
 std::string NmsClient::onlyFactoryPath() {
     const std::vector<std::string> paths = factoryPaths();
     if (paths.empty())
-        throw Unreachable("no session factory is registered in the naming service at " + state_->naming);
+        throw NotRegistered("no session factory is registered in the naming service at " + state_->naming);
     if (!leadToOne(paths))
         throw Unreachable("several session factories are registered, choose one with --factory: " +
                           joined(paths));

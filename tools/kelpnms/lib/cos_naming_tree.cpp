@@ -63,7 +63,7 @@ CORBA::Object_ptr CosNamingTree::resolve(const NamingPath& path) {
             throw Unreachable("the naming service answered with a nil reference for " + toText(path));
         return object._retn();
     } catch (const CosNaming::NamingContext::NotFound&) {
-        throw Unreachable("nothing is bound in the naming service under " + toText(path));
+        throw NotRegistered("nothing is bound in the naming service under " + toText(path));
     } catch (const CORBA::Exception& exception) {
         throw Unreachable("the naming service could not resolve " + toText(path) + ": " +
                           failureText(exception));

@@ -128,11 +128,12 @@ int runCommand(const Options& options, const std::string& password, const std::s
         return followEvents(client, options, password, report, interrupts);
     if (isList(options.command))
         return upload(client, options, password, report, interrupts);
-    const FoundFactory factory = chosenFactory(client, options, *report);
     if (options.command == Command::Find) {
+        const FoundFactory factory = chosenFactory(client, options, *report);
         report->factory(factory, client.interfaceVersion(factory));
         return kDone;
     }
+    const FoundFactory factory = awaitedFactory(client, options, *report);
     return runSession(client, factory, options, password, report, interrupts);
 }
 

@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 namespace kelp::nms {
 
 namespace {
@@ -26,8 +28,11 @@ EventReport::Surroundings surroundings(const Options& options, const std::shared
 EventFollower::OpenLink opening(NmsClient& client, const Options& options, const std::string& password,
                                 const std::shared_ptr<Report>& report,
                                 const std::shared_ptr<EventView>& view) {
-    return [&client, &options, &password, report, view](std::function<void(const LinkLoss&)> lost) {
-        const FoundFactory factory = chosenFactory(client, options, *report);
+    return [&client, &options, &password, report, view,
+            isFirst = true](std::function<void(const LinkLoss&)> lost) mutable {
+        // later on the follower's own pauses are the waiting
+        const FoundFactory factory = std::exchange(isFirst, false) ? awaitedFactory(client, options, *report)
+                                                                   : chosenFactory(client, options, *report);
         const auto listener = std::make_shared<LinkListener>(view, std::move(lost));
         auto session = client.logIn(factory, options.user, password, listener);
         report->step("logged in as " + options.user);

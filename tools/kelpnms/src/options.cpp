@@ -140,7 +140,10 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
                  "Accept a certificate of the right authority whatever name it shows")
         ->needs(key)
         ->excludes(name);
-    app.add_option("--timeout", raw.timeout, "Limit of every call, seconds")
+    app.add_option(
+           "--timeout", raw.timeout,
+           "Limit of every call, and of the wait for a session factory that is not registered yet (find does "
+           "not wait), seconds")
         ->capture_default_str()
         ->check(CLI::Range(0.1, kSecondsMax));
     app.add_flag("--json", options.json, "Answer in JSON");

@@ -58,7 +58,7 @@ int runTask(NetworkTask& task, NmsSession& session, WalkProgress& progress, cons
 
 int upload(NmsClient& client, const Options& options, const std::string& password,
            const std::shared_ptr<Report>& report, Interrupts& interrupts) {
-    const FoundFactory factory = chosenFactory(client, options, *report);
+    const FoundFactory factory = awaitedFactory(client, options, *report);
     const auto progress = std::make_shared<WalkProgress>(contentOf(options.command));
     const auto task = taskFor(options, *progress);
     const Handling handling(

@@ -17,6 +17,7 @@ struct NamingEntryState {
 
     std::string reference;        ///< the factory's own, stringified; empty before the first check
     bool isOurs = false;          ///< at the last check
+    bool isBound = false;         ///< bound by this process, or found ours, since no failure
     std::optional<Time> checked;  ///< the last one that got an answer
     std::string failure;          ///< why the last check got none; empty: it did
     std::uint64_t replaced = 0;   ///< how often another reference stood there and was replaced
@@ -35,7 +36,9 @@ class KELP_EXPORT NamingWatch {
     void Begin(const std::string& reference);
     /// A check found the entry ours, or missing.
     void Checked(bool isOurs);
-    /// A check got no answer.
+    /// The entry was made, or replaced by ours.
+    void Bound();
+    /// A check got no answer, or the entry could not be made.
     void Failed(const std::string& why);
     /// A check found another reference, which was replaced by ours or, when that failed, still stands there.
     void FoundForeign(const std::string& reference, bool isReplaced);

@@ -64,8 +64,8 @@ class NmsClient {
     /// answer.
     std::vector<std::string> factoryPaths();
     /// The factory under a stringified name, or, without one, the only factory below the root, under however
-    /// many names. Throws Unreachable when there is none, the name leads to none, or (naming them) there are
-    /// several.
+    /// many names. Throws NotRegistered when there is none, or nothing under the name, Unreachable when the
+    /// name leads to something else or (naming them) there are several.
     FoundFactory findFactory(const std::string& path = "");
     /// The factory that a stringified reference (IOR or corbaloc) points to; nothing is called.
     FoundFactory factoryByReference(const std::string& text);

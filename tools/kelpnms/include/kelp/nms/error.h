@@ -25,6 +25,12 @@ class Unreachable : public NmsError {
     using NmsError::NmsError;
 };
 
+/// The naming service answers, but has no session factory, or none under the name that was asked for.
+class NotRegistered : public Unreachable {
+  public:
+    using Unreachable::Unreachable;
+};
+
 /// The EMS answered with globaldefs::ProcessingFailureException.
 class ProcessingFailure : public NmsError {
   public:

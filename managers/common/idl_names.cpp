@@ -3,6 +3,7 @@
 #include "idl_text.h"
 #include "refusal.h"
 
+#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/inventory/layer_rate.h>
 
@@ -19,6 +20,17 @@ inventory::NameValues fromIdl(const globaldefs::NamingAttributes_T& attributes) 
     for (CORBA::ULong i = 0; i < attributes.length(); ++i)
         values.push_back({attributes[i].name.in(), attributes[i].value.in()});
     return values;
+}
+
+/// Many an NMS leaves the first component out, or empty: as there is one EMS here it can mean no other. No
+/// component at all names nothing.
+void completeWithEms(inventory::NameValues& attributes) {
+    if (attributes.empty())
+        return;
+    if (attributes.front().name != "EMS")
+        attributes.insert(attributes.begin(), {"EMS", emsName()});
+    else if (attributes.front().value.empty())
+        attributes.front().value = emsName();
 }
 
 /// Without a copy of the name's texts in between: every entry of every list has one.
@@ -81,7 +93,10 @@ std::string nameText(const globaldefs::NamingAttributes_T& attributes) {
 }
 
 inventory::ObjectName objectNamed(const globaldefs::NamingAttributes_T& attributes) {
-    std::optional<inventory::ObjectName> name = inventory::objectNameOf(emsName(), fromIdl(attributes));
+    inventory::NameValues values = fromIdl(attributes);
+    if (NS_BUNDLEMGR1::ConfigStore::instance().flag("ems.lenient_names"))
+        completeWithEms(values);
+    std::optional<inventory::ObjectName> name = inventory::objectNameOf(emsName(), values);
     if (!name)
         refuse(kNotAName, nameText(attributes));
     return *std::move(name);

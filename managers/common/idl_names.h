@@ -27,7 +27,8 @@ void nameToIdl(const Row& row, globaldefs::NamingAttributes_T& name);
 /// A name for people: "ManagedElement=Berlin, PTP=/shelf=1/port=2".
 std::string nameText(const globaldefs::NamingAttributes_T& attributes);
 
-/// The object that a caller names; refuses with kNotAName what is the name of none.
+/// The object that a caller names; refuses with kNotAName what is the name of none. With `[ems]
+/// lenient_names` the EMS need not be named.
 inventory::ObjectName objectNamed(const globaldefs::NamingAttributes_T& attributes);
 
 /// The same for an operation that takes one kind of object.

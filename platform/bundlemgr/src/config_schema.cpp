@@ -94,6 +94,10 @@ std::vector<ConfigKey> serviceKeys() {
                 "Name of the EMS as CompanyName/EMSName; part of the naming path of the session factory."),
         textKey("ems", "version", "3.5", {}, restart,
                 "Level of the TMF 814 interface, written into the naming path and answered by getVersion."),
+        flagKey(
+            "ems", "lenient_names", true, Change::AtReload,
+            "Take a name that an NMS gives without its first component EMS, or with an empty one, for the "
+            "name of an object of this EMS. Otherwise it is refused with EXCPT_INVALID_INPUT."),
 
         textKey("orb", "listen", "127.0.0.1:4800", {}, restart,
                 "Address and port for CORBA calls over TCP, as host:port or [ipv6]:port; port 0 takes a free "

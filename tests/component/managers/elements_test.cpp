@@ -113,6 +113,31 @@ TEST_F(ElementsTest, NamesOfOtherThingsAreInvalid) {
     }
 }
 
+TEST_F(ElementsTest, NameWithoutItsEmsIsTakenForOneOfThisEms) {
+    NamingAttributes_T without;
+    without.length(1);
+    without[0].name = CORBA::string_dup("ManagedElement");
+    without[0].value = CORBA::string_dup("A");
+    NamingAttributes_T empty = nameOf({{"ManagedElement", "A"}});
+    empty[0].value = CORBA::string_dup("");
+    for (const NamingAttributes_T& name : {without, empty}) {
+        managedElement::ManagedElement_T_var element;
+        manager_->getManagedElement(name, element.out());
+        EXPECT_EQ(textOf(element->name), "EMS=Kelp/EMS ManagedElement=A") << "the answer has the whole name";
+    }
+    NamingAttributes_T unknown = without;
+    unknown[0].value = CORBA::string_dup("Z");
+    managedElement::ManagedElement_T_var none;
+    expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=Z",
+                  [&] { manager_->getManagedElement(unknown, none.out()); });
+
+    agent_->configure(AgentOptions().withInventory(database()).withTables("[ems]\nlenient_names = false\n"));
+    for (const NamingAttributes_T& name : {without, empty}) {
+        expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "ManagedElement=A",
+                      [&] { manager_->getManagedElement(name, none.out()); });
+    }
+}
+
 TEST_F(ElementsTest, WhatIsNotThereIsNotImplementedAndSaidSo) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());

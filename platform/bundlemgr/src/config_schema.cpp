@@ -237,6 +237,9 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("notification", "filters_per_address_max", 5000, 1, 1000000, restart,
                    "The same for filters, of which the channel has 10000 at most."),
         flagKey("notification", "alarm_log", false, restart, "Write every alarm taken in to the alarm log."),
+        flagKey("notification", "fill_ne_time", true, restart,
+                "Give an event whose source says no neTime its emsTime as neTime: some NMS compute with it. "
+                "Otherwise it goes out without one."),
 
         integerKey("session", "release_strategy", 0, 0, 2, restart,
                    "When sessions end without a log-out or a failed ping: 0 never; 1 the oldest when there "

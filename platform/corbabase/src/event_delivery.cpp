@@ -4,11 +4,17 @@
 
 #include <utility>
 
+#include "ne_time.h"
+
 namespace NS_CORBA {
 
 EventDelivery::EventDelivery(const EventHandover::Settings& settings, std::shared_ptr<EventChannelLink> link,
-                             const EventHandover::Work& work, std::unique_ptr<AlarmLogWriter> alarmLog)
-    : link_(std::move(link)), alarmLog_(std::move(alarmLog)), handover_(settings, link_, work) {}
+                             const EventHandover::Work& work, std::unique_ptr<AlarmLogWriter> alarmLog,
+                             bool fillsNeTime)
+    : link_(std::move(link)),
+      alarmLog_(std::move(alarmLog)),
+      fillsNeTime_(fillsNeTime),
+      handover_(settings, link_, work) {}
 
 EventDelivery::~EventDelivery() {
     stop();
@@ -17,8 +23,12 @@ EventDelivery::~EventDelivery() {
 bool EventDelivery::take(const CosNotification::StructuredEvent* events, std::size_t count) {
     std::vector<EventPtr> copies;
     copies.reserve(count);
-    for (std::size_t i = 0; i < count; ++i)
-        copies.push_back(std::make_shared<const CosNotification::StructuredEvent>(events[i]));
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto copy = std::make_shared<CosNotification::StructuredEvent>(events[i]);
+        if (fillsNeTime_)
+            fillNeTime(*copy);
+        copies.push_back(copy);
+    }
     if (!handover_.take(copies))
         return false;
     if (alarmLog_)

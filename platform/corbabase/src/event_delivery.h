@@ -11,9 +11,11 @@ namespace NS_CORBA {
 /// From start to stop: the way of events to one channel, and into the alarm log. Any thread may call it.
 class EventDelivery {
   public:
-    /// No alarm log when `alarmLog` is null.
+    /// No alarm log when `alarmLog` is null. With `fillsNeTime` an event whose source says no neTime gets
+    /// one.
     EventDelivery(const EventHandover::Settings& settings, std::shared_ptr<EventChannelLink> link,
-                  const EventHandover::Work& work, std::unique_ptr<AlarmLogWriter> alarmLog);
+                  const EventHandover::Work& work, std::unique_ptr<AlarmLogWriter> alarmLog,
+                  bool fillsNeTime);
     /// stop().
     ~EventDelivery();
     EventDelivery(const EventDelivery&) = delete;
@@ -35,6 +37,7 @@ class EventDelivery {
   private:
     const std::shared_ptr<EventChannelLink> link_;
     const std::unique_ptr<AlarmLogWriter> alarmLog_;
+    const bool fillsNeTime_;
     EventHandover handover_;
 };
 

@@ -172,8 +172,9 @@ void SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
         if (CallBackProcessBase* agent = callBack)
             agent->FormatAlarmLog(out, alarm);
     };
-    const auto made = std::make_shared<EventDelivery>(handoverSettings(), makeLink(orb, *this), work,
-                                                      openAlarmLog(inWords));
+    const auto made =
+        std::make_shared<EventDelivery>(handoverSettings(), makeLink(orb, *this), work, openAlarmLog(inWords),
+                                        ConfigStore::instance().flag("notification.fill_ne_time"));
     const std::lock_guard guard(mutex);
     delivery = made;
 }

@@ -105,6 +105,33 @@ TEST_F(EventWay, LeavesTheCallersEventsAsTheyAre) {
     EXPECT_EQ(nameOf(batch.front()), "1");
 }
 
+TEST_F(EventWay, GivesAnEventWithoutATimeOfItsElementTheTimeOfTheEms) {
+    start();
+    StructuredEvent event = named("1");
+    event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
+    test::addField(event, "neTime") <<= "";
+    ASSERT_EQ(PushEvent(event), 0);
+    const StructuredEvent got = next();
+    ASSERT_EQ(got.filterable_data.length(), 2u);
+    const char* neTime = nullptr;
+    ASSERT_TRUE(got.filterable_data[1].value >>= neTime);
+    EXPECT_STREQ(neTime, "1") << "its emsTime";
+    ASSERT_TRUE(event.filterable_data[1].value >>= neTime);
+    EXPECT_STREQ(neTime, "") << "the caller's event stays as it is";
+}
+
+TEST_F(EventWay, LeavesTheTimeOfTheElementEmptyWhereThatIsWanted) {
+    start("fill_ne_time = false\n");
+    StructuredEvent event = named("1");
+    event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
+    test::addField(event, "neTime") <<= "";
+    ASSERT_EQ(PushEvent(event), 0);
+    const StructuredEvent got = next();
+    const char* neTime = nullptr;
+    ASSERT_TRUE(got.filterable_data[1].value >>= neTime);
+    EXPECT_STREQ(neTime, "");
+}
+
 TEST_F(EventWay, OfAnEmptyBatchBringsNothing) {
     start();
     std::list<StructuredEvent> none;

@@ -15,6 +15,7 @@
 #include <kelp/corbabase/ref_count.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/orb/poas.h>
+#include <kelp/orb/request.h>
 #include <kelp/util/secret.h>
 
 #include <ace/Guard_T.h>
@@ -61,6 +62,15 @@ PortableServer::POA_ptr rootPoa() {
     }
 }
 
+/// Says which address it was, for whoever has to set up the NMS; empty for a reference without one.
+void refuseReference(const std::string& address) {
+    if (address.empty())
+        ThrowException(kUnparsableReference);
+    ThrowException(kUnparsableReference, "client names " + address + " and calls from " +
+                                             kelp::orb::currentPeer().text +
+                                             ", which [access] nms_reference does not allow");
+}
+
 /// "address:port" of the NMS's own session object. Refused before any session is touched: another NMS's
 /// address would end that one's session.
 std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
@@ -70,7 +80,7 @@ std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference failed!");
-        ThrowException(kUnparsableReference);
+        refuseReference(refusedAddress);
     }
     if (hostInfo.find(':') == std::string::npos)
         parser.GetIPAndPortInfo(hostInfo);

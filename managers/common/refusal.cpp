@@ -1,18 +1,10 @@
 #include "refusal.h"
 
 #include <kelp/agent/error_translation.h>
-#include <kelp/util/trace_log.h>
 
 #include <mtnm/globaldefs.h>
 
 namespace kelp::managers {
-
-namespace {
-
-/// In bytes: a name that was passed in is the caller's text, of any length.
-constexpr std::size_t kLongestAbout = 1024;
-
-}  // namespace
 
 void refuse(unsigned long code) {
     globaldefs::ProcessingFailureException refusal;
@@ -21,13 +13,7 @@ void refuse(unsigned long code) {
 }
 
 void refuse(unsigned long code, const std::string& about) {
-    globaldefs::ProcessingFailureException refusal;
-    NS_KELPCORBA::ConstructException(code, refusal);
-    std::string reason(refusal.errorReason.in());
-    if (reason.ends_with('.'))
-        reason.pop_back();
-    refusal.errorReason = CORBA::string_dup((reason + ": " + util::escaped(about, kLongestAbout)).c_str());
-    throw refusal;
+    NS_KELPCORBA::ThrowException(code, about);
 }
 
 void refuseUserLabel(const std::string& label) {

@@ -244,8 +244,8 @@ bool CorbaBaseAgentConfig::IsValidOssIP(std::uint32_t ipv4) const {
     return request != nullptr && request->peer().ipv6 && state_->access.allowsIpv6(*request->peer().ipv6);
 }
 
-bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference) const {
-    return state_->references.allows(reference, kelp::oplog::SecurityEvent::LogIn);
+bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference, std::string* refused) const {
+    return state_->references.allows(reference, kelp::oplog::SecurityEvent::LogIn, refused);
 }
 
 bool CorbaBaseAgentConfig::IsValidConsumer(CORBA::Object_ptr reference) const {

@@ -40,7 +40,8 @@ void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddre
 
 }  // namespace
 
-bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event) const {
+bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event,
+                               std::string* refused) const {
     const std::string rule = configuredRule();
     const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
     if (rule == "any" || peer.text.empty())
@@ -52,6 +53,8 @@ bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::Securit
     for (const kelp::orb::Endpoint& endpoint : content.endpoints) {
         if (!allows(endpoint, peer, rule)) {
             tellRefusal(endpoint, peer, event, kReferenceRefused);
+            if (refused != nullptr)
+                *refused = kelp::orb::hostAndPort(endpoint);
             return false;
         }
     }

@@ -17,8 +17,10 @@ class NmsReferenceCheck final : public kelp::orb::ForwardCheck {
   public:
     explicit NmsReferenceCheck(OssAccess& access) : access_(access) {}
 
-    /// For the request in hand. False is traced and stands in the security log, as this event.
-    bool allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event) const;
+    /// For the request in hand. False is traced and stands in the security log, as this event; the address is
+    /// written to `refused`, if given.
+    bool allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event,
+                std::string* refused = nullptr) const;
     /// Likewise, for what a peer that is called answers.
     bool mayFollow(const kelp::orb::PeerAddress& from, const kelp::orb::Endpoint& to) const override;
 

@@ -56,6 +56,15 @@ class NmsReferenceTest : public AuditTest {
         }
         return false;
     }
+    /// The reason that such a log-in is refused with; "" when it is let in.
+    std::string reasonFor(const std::string& reference) {
+        try {
+            nms_[1].logIn(factory_.in(), kUser, Host::kPassword, reference);
+        } catch (const globaldefs::ProcessingFailureException& refused) {
+            return refused.errorReason.in();
+        }
+        return "";
+    }
     std::size_t refusals() const { return security("login", "reference not allowed").size(); }
 
     /// NMS 1's own object, with what a test makes of its address.
@@ -73,6 +82,15 @@ class NmsReferenceTest : public AuditTest {
     const TcpRelay relay_{host_.port(), kElsewhere};
     emsSessionFactory::EmsSessionFactory_I_var factory_;
 };
+
+TEST_F(NmsReferenceTest, RefusalTellsTheAddressThatTheReferenceNames) {
+    start();
+    Iiop wrong = ownAt("192.0.2.7");
+    EXPECT_THAT(
+        reasonFor(ior(wrong)),
+        ::testing::HasSubstr("client names 192.0.2.7:" + std::to_string(wrong.port) +
+                             " and calls from 127.0.0.2, which [access] nms_reference does not allow"));
+}
 
 TEST_F(NmsReferenceTest, NamingAnotherNmsEndsNoSessionOfIts) {
     start();

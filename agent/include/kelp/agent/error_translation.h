@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/util/export.h>
+#include <kelp/util/trace_log.h>
 
 #include <mtnm/globaldefs.h>
 
@@ -33,6 +34,20 @@ KELP_EXPORT void ConstructException(unsigned long code, globaldefs::ProcessingFa
 
 /// The normal way for a servant to fail a request. Code 0: returns.
 KELP_EXPORT void ThrowException(unsigned long code);
+
+/// The same, where the reason goes on with what it is about: the offending parameter or the name that was
+/// passed in, as TMF 814 wants it, escaped and cut when it is long. The code is not 0.
+[[noreturn]] inline void ThrowException(unsigned long code, const std::string& about) {
+    constexpr std::size_t kLongestAbout = 1024;  // bytes: it may be the caller's text, of any length
+    globaldefs::ProcessingFailureException exception;
+    ConstructException(code, exception);
+    std::string reason(exception.errorReason.in());
+    if (reason.ends_with('.'))
+        reason.pop_back();
+    exception.errorReason =
+        CORBA::string_dup((reason + ": " + kelp::util::escaped(about, kLongestAbout)).c_str());
+    throw exception;
+}
 
 /// The catalogue's text for a code, in front of it the code in brackets. 0, or -1 when there is no catalogue.
 KELP_EXPORT int GetInfo(unsigned long code, std::string& text);

@@ -61,8 +61,9 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// True when the EMS may call back what an NMS that logs in calls its own session object: every address
     /// in `reference`, whatever profile or alternate it stands in, is one that `[access] nms_reference`
     /// allows for the peer of the request in hand. Nothing is resolved or called. False is traced with the
-    /// address, and stands in the security log. Calls inside the process may name any.
-    bool IsValidNmsReference(CORBA::Object_ptr reference) const;
+    /// address, and stands in the security log; the address is written to `refused`, if given. Calls inside
+    /// the process may name any.
+    bool IsValidNmsReference(CORBA::Object_ptr reference, std::string* refused = nullptr) const;
     /// The same for a consumer of events, or a callback, that an NMS brings.
     bool IsValidConsumer(CORBA::Object_ptr reference) const;
 

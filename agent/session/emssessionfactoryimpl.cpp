@@ -76,7 +76,8 @@ void refuseReference(const std::string& address) {
 std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     NS_CORBA::IOR_Parser parser;
     std::string hostInfo;
-    if (!parser.GetHostInfo(client, hostInfo) || !baseConfig().IsValidNmsReference(client)) {
+    std::string refusedAddress;
+    if (!parser.GetHostInfo(client, hostInfo) || !baseConfig().IsValidNmsReference(client, &refusedAddress)) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference failed!");
@@ -160,6 +161,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
     ThrowException(security().CheckLengths(user, password));
     try {
         LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client)};
+        pace_.await(logIn.hostInfo, logIn.user);
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
         for (;;) {

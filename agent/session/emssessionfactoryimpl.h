@@ -1,5 +1,7 @@
 #pragma once
 
+#include "session/loginpace.h"
+
 #include <kelp/orb/corba.h>
 
 #include <ace/RW_Thread_Mutex.h>
@@ -44,6 +46,7 @@ class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSession
     void KeepSessionLimit();
 
     ACE_RW_Mutex loginLock_;
+    LogInPace pace_;
 };
 
 }  // namespace NS_KELPCORBA

@@ -136,6 +136,10 @@ std::vector<ConfigKey> serviceKeys() {
                    "Most LocateRequests a second from an address with a log-in. A connection beyond it is "
                    "closed."),
         textKey("orb", "char_set", "UTF-8", {}, restart, "Code set of the texts inside the EMS."),
+        textKey("orb", "unconvertible", "refuse", {"refuse", "question_mark"}, restart,
+                "What becomes of a text with a character that the code set of an NMS cannot hold: \"refuse\" "
+                "answers that call with DATA_CONVERSION, and an event with it does not reach that NMS; "
+                "\"question_mark\" sends a question mark in its place."),
 
         integerKey("tls", "mode", 0, 0, 2, restart,
                    "0 no TLS, 1 TLS beside TCP, 2 TLS only, for the calls that this process makes too."),
@@ -160,10 +164,6 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey(
             "tls", "handshakes_max", 400, 1, 1000000, restart,
             "Most TLS handshakes in progress. One more takes the place of one that has taken 3 s, or is "
-        textKey("orb", "unconvertible", "refuse", {"refuse", "question_mark"}, restart,
-                "What becomes of a text with a character that the code set of an NMS cannot hold: \"refuse\" "
-                "answers that call with DATA_CONVERSION, and an event with it does not reach that NMS; "
-                "\"question_mark\" sends a question mark in its place."),
             "refused."),
         integerKey("tls", "handshakes_per_address_max", 100, 1, 1000000, restart,
                    "Most TLS handshakes in progress with one address, likewise."),
@@ -258,6 +258,10 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("session", "per_account_max", 250, 1, 1000000, Change::AtReload,
                    "Sessions of one account at the same time; a log-in beyond is refused with "
                    "EXCPT_ACCESS_DENIED. A log-in that takes up or replaces a session of its own is not."),
+        integerKey(
+            "session", "log_ins_at_once", 20, 0, 1000000, Change::AtReload,
+            "Log-ins of one NMS and user that are served at once; further ones wait a second each until "
+            "the NMS has paused, for each second one more being free. 0: none waits."),
         integerKey("session", "per_address_max", 500, 1, 1000000, Change::AtReload,
                    "Sessions from one address at the same time, of whatever accounts; NMS behind one NAT "
                    "address share it."),
@@ -356,6 +360,12 @@ std::vector<ConfigKey> serviceKeys() {
                    "How long a request waits at most for room in a full queue, in milliseconds; once one has "
                    "waited in vain, no other waits until there is room."),
 
+        textsKey("managers", "offered", standardManagers(), standardManagers(), restart,
+                 "The standard's managers that NMS are offered. One that no bundle implements answers every "
+                 "operation with EXCPT_NOT_IMPLEMENTED, while getManager for one that is not offered is "
+                 "refused; some NMS give up altogether when it is. Managers of other names that a bundle "
+                 "brings are always offered."),
+
         textKey("inventory", "database", "", {}, restart,
                 "SQLite file of the inventory; empty: inventory.db below the state directory. kelpctl "
                 "inventory import fills it, also while the host runs."),
@@ -367,12 +377,6 @@ std::vector<ConfigKey> serviceKeys() {
                 "The file of the sink \"file\"; rotated at 20 MiB, ten are kept."),
         integerKey("trace", "level", 1, 0, 3, Change::AtReload,
                    "Highest level of diagnostics that is kept: 0 failures, 1 refusals and set-up, 2 "
-        textsKey("managers", "offered", standardManagers(), standardManagers(), restart,
-                 "The standard's managers that NMS are offered. One that no bundle implements answers every "
-                 "operation with EXCPT_NOT_IMPLEMENTED, while getManager for one that is not offered is "
-                 "refused; some NMS give up altogether when it is. Managers of other names that a bundle "
-                 "brings are always offered."),
-
                    "configuration, 3 everything."),
         integerKey("trace", "lines_per_minute_before_login", 20, 1, 1000000, Change::AtReload,
                    "Lines of one kind that one address without a log-in may cause within a minute; further "
@@ -460,6 +464,7 @@ const std::vector<ConfigTable>& configTables() {
         {"access", "Who may call."},
         {"security", "User accounts. Passwords never stand here: they are set with kelpctl user."},
         {"oplog", "The operation log."},
+        {"managers", "The managers that an NMS finds."},
         {"inventory", "Managed elements, their equipment, ports and links."},
         {"trace", "The trace."},
         {"time", "Times on the interface."},
@@ -471,7 +476,6 @@ const std::vector<ConfigTable>& configTables() {
         {"bundles", "What the host loads."},
     };
     return tables;
-        {"managers", "The managers that an NMS finds."},
 }
 
 const std::vector<ConfigKey>& configKeys() {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "qos.h"
+#include "utc_time.h"
 
 namespace kelp::notification {
 
@@ -10,29 +11,39 @@ namespace {
 
 constexpr const char* kAnyType = "%ANY";
 
-EventQos qosOf(const CosNotification::PropertySeq& header, const EventQos& defaults) {
-    EventQos qos = defaults;
+using Clock = std::chrono::steady_clock;
+
+/// On the clock that nobody sets.
+Clock::time_point fromUtc(std::uint64_t utc) {
+    const std::uint64_t now = currentUtc();
+    return utc > now ? Clock::now() + fromWireTime(utc - now) : Clock::now();
+}
+
+EventQos qosOf(const CosNotification::PropertySeq& header, const EventDefaults& defaults) {
+    EventQos qos = defaults.qos;
     for (CORBA::ULong i = 0; i < header.length(); ++i) {
+        const auto isNamed = [&](const char* name) { return std::strcmp(header[i].name.in(), name) == 0; };
         CORBA::Short priority = 0;
         CORBA::ULongLong timeout = 0;
-        if (std::strcmp(header[i].name.in(), CosNotification::Priority) == 0 &&
-            (header[i].value >>= priority))
+        if (isNamed(CosNotification::Priority) && (header[i].value >>= priority)) {
             qos.priority = priority;
-        else if (std::strcmp(header[i].name.in(), CosNotification::Timeout) == 0 &&
-                 (header[i].value >>= timeout))
+        } else if (isNamed(CosNotification::Timeout) && (header[i].value >>= timeout)) {
             qos.timeout = fromWireTime(timeout);
+        } else if (isNamed(CosNotification::StopTime) && defaults.heedsStop) {
+            if (const std::optional<std::uint64_t> stop = utcOf(header[i].value))
+                qos.stop = fromUtc(*stop);
+        }
     }
     return qos;
 }
 
 }  // namespace
 
-EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventQos& defaults) {
-    return std::make_shared<const Event>(body, std::chrono::steady_clock::now(),
-                                         qosOf(body.header.variable_header, defaults));
+EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventDefaults& defaults) {
+    return std::make_shared<const Event>(body, Clock::now(), qosOf(body.header.variable_header, defaults));
 }
 
-EventPtr takeIn(const CORBA::Any& any, const EventQos& defaults) {
+EventPtr takeIn(const CORBA::Any& any, const EventDefaults& defaults) {
     const CosNotification::StructuredEvent* structured = nullptr;
     if (any >>= structured)
         return takeIn(*structured, defaults);

@@ -12,7 +12,7 @@ void EventQueue::setLimit(std::size_t limit, bool isOwn) {
 
 void EventQueue::setRules(const QueueRules& rules) {
     const bool isReordered = rules.order != rules_.order || rules.priority != rules_.priority ||
-                             (rules.order == Order::Deadline && rules.timeout != rules_.timeout);
+                             rules.heedsStop != rules_.heedsStop || rules.timeout != rules_.timeout;
     rules_ = rules;
     if (isReordered)
         std::sort(firstWaiting(), events_.end(), [this](const Entry& left, const Entry& right) {
@@ -134,7 +134,8 @@ std::int16_t EventQueue::priorityOf(const Entry& entry) const {
 
 EventQueue::Time EventQueue::deadlineOf(const Entry& entry) const {
     const std::chrono::milliseconds timeout = entry.event->qos.timeout.value_or(rules_.timeout);
-    return timeout.count() > 0 ? entry.event->taken + timeout : Time::max();
+    const Time byTimeout = timeout.count() > 0 ? entry.event->taken + timeout : Time::max();
+    return rules_.heedsStop ? std::min(byTimeout, entry.event->qos.stop.value_or(Time::max())) : byTimeout;
 }
 
 bool EventQueue::isBefore(const Entry& left, const Entry& right) const {

@@ -21,6 +21,7 @@ struct QueueRules {
     Discard discard = Discard::Oldest;
     std::int16_t priority = 0;
     std::chrono::milliseconds timeout{0};  ///< 0: events do not expire
+    bool heedsStop = true;                 ///< an event that says when it expires does
 };
 
 /// The events that wait for one consumer, in order, and how many there were. Not thread safe.

@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+#include "utc_time.h"
+
 namespace kelp::notification {
 
 namespace {
@@ -117,6 +119,27 @@ unsigned maskOf(QosSide side) {
     return kForBoth;
 }
 
+PropertyRange eitherFlag() {
+    PropertyRange range;
+    range.low_val <<= CORBA::Any::from_boolean(false);
+    range.high_val <<= CORBA::Any::from_boolean(true);
+    return range;
+}
+
+std::optional<Problem> takeFlag(const CORBA::Any& any, bool& into) {
+    CORBA::Boolean value = false;
+    if (!(any >>= CORBA::Any::to_boolean(value)))
+        return Problem{BAD_TYPE, eitherFlag().low_val, eitherFlag().high_val};
+    into = value;
+    return std::nullopt;
+}
+
+std::optional<Problem> requireStopTime(const CORBA::Any& any, const Qos& qos) {
+    if (!qos.stopTimeSupported)
+        return Problem{UNAVAILABLE_PROPERTY, {}, {}};
+    return utcOf(any) ? std::nullopt : std::optional<Problem>(Problem{BAD_TYPE, {}, {}});
+}
+
 struct Quality {
     const char* name;
     unsigned sides;
@@ -144,8 +167,12 @@ const Quality kQualities[] = {
      [](const Qos&, CORBA::Any& any) { any <<= BestEffort; }},
     {StartTimeSupported, kForBoth, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
      [](const Qos&, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(false); }},
-    {StopTimeSupported, kForBoth, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
-     [](const Qos&, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(false); }},
+    {StopTimeSupported, kForBoth,
+     [](const CORBA::Any& any, Qos& qos) { return takeFlag(any, qos.stopTimeSupported); },
+     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(qos.stopTimeSupported); },
+     eitherFlag},
+    {StopTime, kForEvents, [](const CORBA::Any& any, Qos& qos) { return requireStopTime(any, qos); },
+     [](const Qos&, CORBA::Any&) {}},
     {MaxEventsPerConsumer, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
          return takeNumber<CORBA::Long>(any, 0, kMost, qos.maxEventsPerConsumer);
@@ -186,7 +213,7 @@ const Quality kQualities[] = {
 };
 
 /// Names that the standard defines and the channel does not offer at all.
-const char* const kNeverOffered[] = {StartTime, StopTime};
+const char* const kNeverOffered[] = {StartTime};
 
 std::vector<Quality> qualitiesOf(unsigned sides) {
     std::vector<Quality> offered;
@@ -317,8 +344,8 @@ NamedPropertyRangeSeq* availableQos(const Qos& qos, const QoSProperties& wanted,
     return othersThan(wanted, maskOf(side));
 }
 
-NamedPropertyRangeSeq* availableEventQos(const QoSProperties& wanted) {
-    withChanges(Qos(), wanted, kForEvents);
+NamedPropertyRangeSeq* availableEventQos(const Qos& qos, const QoSProperties& wanted) {
+    withChanges(qos, wanted, kForEvents);
     return othersThan(wanted, kForEvents);
 }
 
@@ -336,15 +363,17 @@ QueueRules rulesOf(const Qos& qos) {
         rules.discard = Discard::SoonestDeadline;
     rules.priority = qos.priority;
     rules.timeout = qos.timeout;
+    rules.heedsStop = qos.stopTimeSupported;
     return rules;
 }
 
-EventQos eventDefaultsOf(const Qos& qos) {
-    EventQos defaults;
+EventDefaults eventDefaultsOf(const Qos& qos) {
+    EventDefaults defaults;
     if (qos.priority != DefaultPriority)
-        defaults.priority = qos.priority;
+        defaults.qos.priority = qos.priority;
     if (qos.timeout.count() > 0)
-        defaults.timeout = qos.timeout;
+        defaults.qos.timeout = qos.timeout;
+    defaults.heedsStop = qos.stopTimeSupported;
     return defaults;
 }
 

@@ -20,6 +20,7 @@ struct Qos {
     std::chrono::milliseconds pacingInterval{0};
     std::int16_t priority = CosNotification::DefaultPriority;  ///< of events that bring none
     std::chrono::milliseconds timeout{0};                      ///< likewise
+    bool stopTimeSupported = true;                             ///< the StopTime of events is heeded
 };
 
 /// Whose qualities they are. Each has only those that mean something there: a supplier's proxy has no queue.
@@ -35,8 +36,10 @@ CosNotification::QoSProperties* asProperties(const Qos& qos, QosSide side = QosS
 CosNotification::NamedPropertyRangeSeq* availableQos(const Qos& qos,
                                                      const CosNotification::QoSProperties& wanted,
                                                      QosSide side = QosSide::Consumer);
-/// The same for the header of a single event.
-CosNotification::NamedPropertyRangeSeq* availableEventQos(const CosNotification::QoSProperties& wanted);
+/// The same for the header of a single event that passes a proxy with these qualities. A property that they
+/// switch off is UNAVAILABLE_PROPERTY.
+CosNotification::NamedPropertyRangeSeq* availableEventQos(const Qos& qos,
+                                                          const CosNotification::QoSProperties& wanted);
 
 /// A time of the wire. One below a millisecond is a millisecond, not none.
 std::chrono::milliseconds fromWireTime(std::uint64_t hundredNs);
@@ -44,7 +47,7 @@ std::chrono::milliseconds fromWireTime(std::uint64_t hundredNs);
 /// How the events of a consumer with these qualities wait.
 QueueRules rulesOf(const Qos& qos);
 /// What events of a supplier with these qualities have when they bring nothing of their own.
-EventQos eventDefaultsOf(const Qos& qos);
+EventDefaults eventDefaultsOf(const Qos& qos);
 
 /// Limits of the channel as a whole (Notification Service 2.5.7).
 struct AdminLimits {

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "channel_fixture.h"
+#include "support/utc_any.h"
 
 namespace kelp::notification::test {
 namespace {
@@ -124,6 +125,39 @@ TEST_F(Qualities, OfAConsumerLimitTheTimeOfEventsWithoutOneOfTheirOwn) {
     proxy->resume_connection();
     ASSERT_TRUE(gets(consumer, 1));
     EXPECT_THAT(consumer.names(), ElementsAre("lasting"));
+}
+
+TEST_F(Qualities, OfAnEventSayWhenItExpires) {
+    StructuredConsumer& consumer = make<StructuredConsumer>();
+    const StructuredProxyPushSupplier_var proxy = suspended(consumer);
+    constexpr std::uint64_t kIn2009 = 134'000'000'000'000'000;
+    constexpr std::uint64_t kIn2216 = 200'000'000'000'000'000;
+    const auto until = [this](const std::string& name, std::uint64_t time) {
+        StructuredEvent made = eventWith(name, StopTime, CORBA::Long(0));
+        made.header.variable_header[0].value = kelp::test::utcAny(orb_.orb(), time);
+        return made;
+    };
+    const StructuredProxyPushConsumer_var heedless = intake();
+    PropertySeq unheeded = property(StopTimeSupported, CORBA::Long(0));
+    unheeded[0].value <<= CORBA::Any::from_boolean(false);
+    heedless->set_qos(unheeded);
+    channel().push(until("old", kIn2009));
+    channel().push(until("lasting", kIn2216));
+    channel().push(eventWith("odd", StopTime, CORBA::Long(5)));
+    heedless->push_structured_event(until("unheeded", kIn2009));
+    EXPECT_TRUE(losesByItsOwnLimits(1));
+    EXPECT_THAT(losses_.lost.names(), IsEmpty());
+    proxy->set_qos(unheeded);
+    channel().push(until("old again", kIn2009));
+    proxy->resume_connection();
+    ASSERT_TRUE(gets(consumer, 4));
+    EXPECT_THAT(consumer.names(), ElementsAre("lasting", "odd", "unheeded", "old again"));
+
+    NamedPropertyRangeSeq_var available;
+    const PropertySeq wanted = until("", kIn2216).header.variable_header;
+    EXPECT_EQ(errorOf([&] { heedless->validate_event_qos(wanted, available.out()); }), UNAVAILABLE_PROPERTY);
+    const StructuredProxyPushConsumer_var heeding = intake();
+    EXPECT_EQ(errorOf([&] { heeding->validate_event_qos(wanted, available.out()); }), -1);
 }
 
 TEST_F(Qualities, OrderEventsByPriority) {

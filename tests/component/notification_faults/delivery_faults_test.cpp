@@ -77,6 +77,13 @@ class DeliveryFaults : public testing::Test {
         made->connect(receiver_);
         return made;
     }
+    /// True when an allocation has failed.
+    bool takesTurnFailing(int nth) {
+        const auto turn = scheduler_.next();
+        const FailingMemory failing(nth);
+        turn->serve();
+        return failing.hasHappened();
+    }
     void recover(CountedSubscription& subscription) {
         receiver_->onDeliver = nullptr;
         subscription.tend(Subscription::Clock::now());
@@ -118,13 +125,7 @@ TEST_F(DeliveryFaults, OfATurnLoseNothing) {
         const auto subscription = connected();
         for (int i = 1; i <= 3; ++i)
             subscription->offer(test::event(i));
-        bool failed = false;
-        const auto turn = scheduler_.next();
-        {
-            const FailingMemory failing(nth);
-            turn->serve();
-            failed = failing.hasHappened();
-        }
+        const bool failed = takesTurnFailing(nth);
         recover(*subscription);
         EXPECT_EQ(subscription->counts().delivered, 3u);
         EXPECT_EQ(receiver_->count, 3u);
@@ -140,13 +141,7 @@ TEST_F(DeliveryFaults, AfterATimeOutLoseNothing) {
         const auto subscription = connected();
         receiver_->onDeliver = [] { throw CORBA::TIMEOUT(0, CORBA::COMPLETED_MAYBE); };
         subscription->offer(test::event(1));
-        bool failed = false;
-        const auto turn = scheduler_.next();
-        {
-            const FailingMemory failing(nth);
-            turn->serve();
-            failed = failing.hasHappened();
-        }
+        const bool failed = takesTurnFailing(nth);
         recover(*subscription);
         EXPECT_EQ(receiver_->got[0], 1);
         EXPECT_EQ(subscription->losses, 0);
@@ -161,13 +156,7 @@ TEST_F(DeliveryFaults, OfADyingConsumerAreMadeUpFor) {
         const auto gone = [] { throw CosEventComm::Disconnected(); };
         receiver_->onDeliver = gone;
         subscription->offer(test::event(1));
-        bool failed = false;
-        const auto turn = scheduler_.next();
-        {
-            const FailingMemory failing(nth);
-            turn->serve();
-            failed = failing.hasHappened();
-        }
+        const bool failed = takesTurnFailing(nth);
         subscription->tend(Subscription::Clock::now());
         scheduler_.run();
         subscription->tend(Subscription::Clock::now());

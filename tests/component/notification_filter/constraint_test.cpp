@@ -11,6 +11,7 @@
 #include <string>
 
 #include "support/orb_fixture.h"
+#include "support/utc_any.h"
 
 namespace kelp::notification {
 namespace {
@@ -105,6 +106,7 @@ CosNotification::StructuredEvent alarm(CORBA::ORB_ptr orb) {
     choice.alarmId(id);
     field(data, "choice") <<= choice;
     field(data, "defaulted") = defaultedUnion(orb);
+    field(data, "when") = kelp::test::utcAny(orb, 134'000'000'000'000'000);
     event.remainder_of_body <<= nested;
     return event;
 }
@@ -267,6 +269,9 @@ const Case kCases[] = {
     {"$curtime > 139000000000000000.0", kYes},
     {"$curtime < 200000000000000000.0", kYes},
     {"$curtime.time > 139000000000000000.0", kYes},
+    {"$when < $curtime", kYes},
+    {"$curtime - $when < 1.0", kNo},
+    {"$when.time == 134000000000000000.0", kYes},
     {"$curtime.high > 1", kBad},
     {"TRUE or exist $curtime.nonsense", kBad},
     // and, or

@@ -148,6 +148,23 @@ TEST(EventQueue, ExpiresAnEventByItsOwnTimeoutWhateverTheConsumersIs) {
     expectAddsUp(queue);
 }
 
+TEST(EventQueue, ExpiresAnEventAtItsStopOrByATimeoutThatIsEarlier) {
+    const auto now = std::chrono::steady_clock::now();
+    EventQueue queue(10);
+    queue.setRules({.timeout = 30s});
+    queue.add(with(1, {.stop = now + 10s}));
+    queue.add(with(2, {.stop = now + 50s}));
+    queue.expire(now + 20s);
+    EXPECT_THAT(numbersOf(queue), ElementsAre(2));
+    queue.expire(now + 40s);
+    EXPECT_TRUE(queue.empty());
+    queue.setRules({.heedsStop = false});
+    queue.add(with(3, {.stop = now + 10s}));
+    queue.expire(now + 20s);
+    EXPECT_THAT(numbersOf(queue), ElementsAre(3));
+    expectAddsUp(queue);
+}
+
 TEST(EventQueue, OrdersByPriorityAndArrival) {
     EventQueue queue(10);
     queue.setRules({.order = Order::Priority, .priority = 1});

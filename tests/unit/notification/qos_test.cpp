@@ -71,6 +71,7 @@ TEST(Qos, RefusesAnUnknownNameByName) {
               error(BAD_PROPERTY, "MaxEventsPerConsummer"));
     EXPECT_EQ(errorsOf(property(StartTime, CORBA::ULongLong(1))), error(UNSUPPORTED_PROPERTY, StartTime));
     EXPECT_EQ(errorsOf(property(StopTime, CORBA::ULongLong(1))), error(UNSUPPORTED_PROPERTY, StopTime));
+    EXPECT_EQ(errorsOf(property(StopTimeSupported, CORBA::ULongLong(1))), error(BAD_TYPE, StopTimeSupported));
 }
 
 TEST(Qos, RefusesAnotherTypeAValueOutOfRangeAndAPolicyThatIsNotOffered) {
@@ -142,7 +143,7 @@ TEST(Qos, OfASupplierIsOnlyWhatItHonours) {
 
 TEST(Qos, OfAnEventIsOnlyWhatItHonours) {
     const auto ranges = [](const PropertySeq& wanted) {
-        NamedPropertyRangeSeq_var found = availableEventQos(wanted);
+        NamedPropertyRangeSeq_var found = availableEventQos(Qos(), wanted);
         std::string names;
         for (CORBA::ULong i = 0; i < found->length(); ++i)
             names += std::string(found[i].name.in()) + ";";
@@ -170,11 +171,16 @@ TEST(Qos, SaysHowEventsWait) {
     EXPECT_EQ(rulesOf(qos).discard, Discard::LowestPriority);
     qos.discardPolicy = LifoOrder;
     EXPECT_EQ(rulesOf(qos).discard, Discard::Newest);
-    EXPECT_FALSE(eventDefaultsOf(qos).priority);
+    EXPECT_FALSE(eventDefaultsOf(qos).qos.priority);
+    EXPECT_TRUE(eventDefaultsOf(qos).heedsStop);
+    EXPECT_TRUE(rulesOf(qos).heedsStop);
+    qos.stopTimeSupported = false;
+    EXPECT_FALSE(eventDefaultsOf(qos).heedsStop);
+    EXPECT_FALSE(rulesOf(qos).heedsStop);
     qos.priority = 3;
     qos.timeout = std::chrono::seconds(1);
-    EXPECT_EQ(eventDefaultsOf(qos).priority, 3);
-    EXPECT_EQ(eventDefaultsOf(qos).timeout, std::chrono::seconds(1));
+    EXPECT_EQ(eventDefaultsOf(qos).qos.priority, 3);
+    EXPECT_EQ(eventDefaultsOf(qos).qos.timeout, std::chrono::seconds(1));
 }
 
 TEST(Qos, WireTimesBeyondTheLongestAreTheLongest) {

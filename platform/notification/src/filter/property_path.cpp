@@ -2,10 +2,10 @@
 
 #include <kelp/orb/dyn_any.h>
 
-#include <chrono>
 #include <cstring>
 #include <optional>
-#include <ratio>
+
+#include "utc_time.h"
 
 namespace kelp::notification {
 
@@ -55,18 +55,10 @@ DynamicAny::DynAny_ptr elementAt(DynamicAny::DynAny_ptr dyn, CORBA::ULong index)
     return dyn->current_component();
 }
 
-constexpr const char* kTimeId = "IDL:omg.org/TimeBase/UtcT:1.0";
-
-Result timeOf(DynamicAny::DynAny_ptr time) {
-    const DynAny_var units = elementAt(time, 0);
-    return static_cast<double>(units->get_ulonglong());
-}
-
-/// In 100 ns since the first day of the Gregorian calendar, as TimeBase has it.
-double currentTime() {
-    using Units = std::chrono::duration<double, std::ratio<1, 10'000'000>>;
-    constexpr double kBefore1970 = 122192928e9;
-    return kBefore1970 + Units(std::chrono::system_clock::now().time_since_epoch()).count();
+/// A time counts as a number; any other structure is no simple value.
+Result timeOf(DynamicAny::DynAny_ptr structure) {
+    const std::optional<std::uint64_t> time = utcOf(structure);
+    return time ? Result(static_cast<double>(*time)) : std::nullopt;
 }
 
 Result simpleValue(DynamicAny::DynAny_ptr dyn) {
@@ -110,7 +102,7 @@ Result simpleValue(DynamicAny::DynAny_ptr dyn) {
             return simpleValue(tree.root());
         }
         case CORBA::tk_struct:
-            return std::strcmp(type->id(), kTimeId) == 0 ? timeOf(dyn) : std::nullopt;
+            return timeOf(dyn);
         default:
             return std::nullopt;
     }
@@ -347,7 +339,7 @@ auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPa
     if (path.empty() || path[0].kind != PathStep::Kind::Member)
         return {};
     if (isMember(path, 0, "curtime"))
-        return use(DynAny::_nil(), Value(currentTime()));
+        return use(DynAny::_nil(), Value(static_cast<double>(currentUtc())));
     if (isMember(path, 0, "header")) {
         if (isEnd(path, 1))
             return use(DynAny::_nil(), std::nullopt);

@@ -55,7 +55,7 @@ class ConsumerPart {
     /// has ended.
     void connect(CORBA::Object_ptr supplier, Farewell farewell);
     /// What events that come through the proxy have when they bring nothing of their own.
-    EventQos eventDefaults() const { return eventDefaultsOf(qos.get()); }
+    EventDefaults eventDefaults() const { return eventDefaultsOf(qos.get()); }
     /// Takes an event in; throws Disconnected while nobody is connected.
     void take(const EventPtr& event);
     enum class Supplier { IsTold, IsNotTold };

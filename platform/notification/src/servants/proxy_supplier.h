@@ -23,7 +23,7 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,
                             CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableEventQos(wanted);
+        available = availableEventQos(outlet()->qos.get(), wanted);
     }
 
     // -- NotifySubscribe

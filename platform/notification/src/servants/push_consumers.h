@@ -23,7 +23,7 @@ class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,
                             CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableEventQos(wanted);
+        available = availableEventQos(qos.get(), wanted);
     }
 
     // -- NotifyPublish
@@ -62,7 +62,7 @@ class SequencePushConsumer final
                               supplier, [](auto peer) { peer->disconnect_sequence_push_supplier(); }));
     }
     void push_structured_events(const CosNotification::EventBatch& batch) override {
-        const EventQos defaults = eventDefaults();
+        const EventDefaults defaults = eventDefaults();
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
             take(takeIn(batch[i], defaults));
     }

@@ -90,6 +90,19 @@ TEST_F(DumpTest, WithoutTheManagerEquipmentIsLeftOutAndThatIsTold) {
     EXPECT_THAT(told_, HasSubstr("no manager EquipmentInventory: equipment is left out"));
 }
 
+TEST_F(DumpTest, EquipmentThatTheManagerDoesNotImplementIsLeftOutAndThatIsToldOnce) {
+    network_.addElements(2);
+    network_.portsEach = 1;
+    network_.links = 0;
+    network_.implementsEquipment = false;
+    EXPECT_TRUE(dump());
+    EXPECT_THAT(recordsOf(file()), ElementsAre("EMS Kelp/EMS", "ManagedElement NE-1", "ManagedElement NE-2",
+                                               "TerminationPoint /port=1", "TerminationPoint /port=1"));
+    const std::string lack = "the EMS does not implement getAllEquipment(NE-1): equipment is left out";
+    EXPECT_THAT(told_, HasSubstr(lack));
+    EXPECT_EQ(told_.find("getAllEquipment(NE-2)"), std::string::npos);
+}
+
 TEST_F(DumpTest, EmptyNetworkIsTheEmsAlone) {
     network_.links = 0;
     EXPECT_TRUE(dump());

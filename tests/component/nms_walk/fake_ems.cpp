@@ -175,6 +175,8 @@ class FakeEquipmentMgr : public SilentEquipmentMgr {
     void getAllEquipment(const globaldefs::NamingAttributes_T& element, CORBA::ULong howMany,
                          equipment::EquipmentOrHolderList_T_out list,
                          equipment::EquipmentOrHolderIterator_I_out rest) override {
+        if (!network_.implementsEquipment)
+            throw refusal(globaldefs::EXCPT_NOT_IMPLEMENTED);
         const std::string owner(element[1].value.in());
         equipment::EquipmentHolder_T shelf;
         shelf.name =
@@ -206,6 +208,8 @@ class FakeSubnetworkMgr : public SilentSubnetworkMgr {
     void getAllTopologicalLinks(const globaldefs::NamingAttributes_T& subnetwork, CORBA::ULong howMany,
                                 topologicalLink::TopologicalLinkList_T_out list,
                                 topologicalLink::TopologicalLinkIterator_I_out rest) override {
+        if (!network_.implementsSubnetworks)
+            throw refusal(globaldefs::EXCPT_NOT_IMPLEMENTED);
         const auto found = network_.subnetworks.find(subnetwork[1].value.in());
         if (found == network_.subnetworks.end() || network_.subnetworksAreGone)
             throw refusal(globaldefs::EXCPT_ENTITY_NOT_FOUND);

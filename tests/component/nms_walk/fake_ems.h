@@ -27,6 +27,8 @@ struct FakeNetwork {
     std::map<std::string, std::vector<std::string>> subnetworks;  ///< the names of the links in each
     bool subnetworksAreGone = false;                              ///< when they are asked for their links
     bool hasEquipment = true;
+    bool implementsEquipment = true;  ///< otherwise the manager refuses everything
+    bool implementsSubnetworks = true;
     IteratorScript iterators;
     /// Run when an element's ports are asked for; may throw.
     std::function<void(const std::string& element)> onPorts = [](const std::string&) {};

@@ -118,6 +118,21 @@ TEST_F(NetworkListsTest, EquipmentNeedsItsManager) {
     EXPECT_EQ(written_, "");
 }
 
+TEST_F(NetworkListsTest, EquipmentNeedsAManagerThatImplementsIt) {
+    network_.addElements(1);
+    network_.implementsEquipment = false;
+    EXPECT_THROW(read(Command::Equipment), nms::NoSuchManager);
+    EXPECT_EQ(written_, "");
+}
+
+TEST_F(NetworkListsTest, LinksInSubnetworksAreLeftOutWhereTheManagerDoesNotImplementThem) {
+    network_.links = 2;
+    network_.subnetworks = {{"north", {"a"}}, {"south", {"b"}}};
+    network_.implementsSubnetworks = false;
+    EXPECT_TRUE(read(Command::Links));
+    EXPECT_THAT(told_, HasSubstr("links in subnetworks are left out"));
+}
+
 TEST_F(NetworkListsTest, ElementThatFailedIsNotCountedAsWritten) {
     network_.addElements(5);
     network_.iterators.onNext = [this](CORBA::ULong) {

@@ -26,7 +26,7 @@ bool NetworkDump::run(NmsSession& session) {
         output.write(lineOf(record) + "\n");
         progress_.entryWritten();
     };
-    const bool hasEquipment = reader.hasManager(kEquipmentManager);
+    bool hasEquipment = reader.hasManager(kEquipmentManager);
     if (!hasEquipment)
         progress_.tell(std::string("the EMS has no manager ") + kEquipmentManager +
                        ": equipment is left out");
@@ -36,8 +36,13 @@ bool NetworkDump::run(NmsSession& session) {
         output.flush();
         if (file)
             file->markBefore(element);
-        if (hasEquipment)
-            reader.equipment(element, take);
+        try {
+            if (hasEquipment)
+                reader.equipment(element, take);
+        } catch (const NoSuchManager& lack) {
+            hasEquipment = false;
+            progress_.tell(lack.what() + std::string(": equipment is left out"));
+        }
         reader.ports(element, take);
     });
     progress_.stageBegins(WalkPosition::Stage::Links);

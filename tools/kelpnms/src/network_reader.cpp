@@ -138,6 +138,9 @@ void NetworkReader::links(const Take& take) {
                 throw;
             isDoubtful_ = true;
             progress_.tell(failure.what());
+        } catch (const NoSuchManager& lack) {
+            progress_.tell(lack.what() + std::string(": links in subnetworks are left out"));
+            return;
         }
     }
 }
@@ -167,7 +170,13 @@ template <class List, class Iterator, class Request>
 void NetworkReader::walk(const std::string& doing, Request request, const Take& take) {
     progress_.checkInterrupt();
     ListWalk<List, Iterator> list(doing, batch_);
-    list.open(request);
+    try {
+        list.open(request);
+    } catch (const ProcessingFailure& failure) {
+        if (failure.exceptionType() == globaldefs::EXCPT_NOT_IMPLEMENTED)
+            throw NoSuchManager("the EMS does not implement " + doing);
+        throw;
+    }
     progress_.listBegins(list.total());
     for (; list.hasBatch(); list.next()) {
         for (CORBA::ULong i = 0; i < list.batch().length(); ++i)

@@ -18,7 +18,7 @@
 
 namespace kelp::nms {
 
-/// The EMS does not have a manager.
+/// The EMS does not have a manager, or one that does not implement what a list needs.
 class NoSuchManager : public NmsError {
   public:
     using NmsError::NmsError;
@@ -39,7 +39,7 @@ class NetworkReader {
 
     NetworkReader(NmsSession& session, std::uint32_t batch, WalkProgress& progress);
 
-    /// Whether the EMS has the manager of this name.
+    /// Whether the EMS offers the manager of this name, which need not implement anything.
     bool hasManager(const std::string& name) const;
     /// Throws NoSuchManager when it does not.
     void needManager(const std::string& name) const;

@@ -53,6 +53,11 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
+// Does not fail on purpose. Memory must come from where operator delete gives it back.
+__attribute__((visibility("default"))) void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size == 0 ? 1 : size);
+}
+
 __attribute__((visibility("default"))) void operator delete(void* memory) noexcept {
     std::free(memory);
 }

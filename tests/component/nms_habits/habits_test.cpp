@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cos/CosNotifyChannelAdmin.h>
+
 #include <chrono>
+#include <string>
 
 #include "adapter/sessionsource.h"
 #include "support/agent_fixture.h"
@@ -178,6 +181,42 @@ TEST(NmsHabits, ManagersOfAnEarlierLogInAreGoneAndThoseOfTheNewOneWork) {
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { old->getCapabilities(capabilities.out()); }); }));
     useManager(agent, second.in());
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);
+}
+
+TEST(NmsHabits, ConsumersOfAnEarlierLogInGoOnGettingEvents) {
+    using namespace CosNotifyChannelAdmin;
+    RunningAgent agent;
+    ASSERT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
+    const auto factory = agent.remoteFactory();
+    emsSession::EmsSession_I_var session;
+    const auto logIn = [&] {
+        factory->getEmsSession("admin", "secret", agent.nms().reference(), session.out());
+    };
+    logIn();
+    EventChannel_var own;
+    session->getEventChannel(own.out());
+    const auto channel = agent.overTheWire<EventChannel>(own.in());
+    const ConsumerAdmin_var ownAdmin = channel->default_consumer_admin();
+    const auto admin = agent.overTheWire<ConsumerAdmin>(ownAdmin.in());
+    ProxyID id = 0;
+    const ProxySupplier_var ownProxy = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
+    const auto proxy = agent.overTheWire<StructuredProxyPullSupplier>(ownProxy.in());
+    proxy->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
+    const auto gets = [&](const char* name) {
+        CosNotification::StructuredEvent event;
+        event.header.fixed_header.event_name = CORBA::string_dup(name);
+        EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->PushEvent(event), 0);
+        return waitUntil([&] {
+            CORBA::Boolean hasEvent = false;
+            const CosNotification::StructuredEvent_var got = proxy->try_pull_structured_event(hasEvent);
+            return hasEvent && std::string(got->header.fixed_header.event_name.in()) == name;
+        });
+    };
+    EXPECT_TRUE(gets("before"));
+    logIn();
+    EXPECT_TRUE(gets("after")) << "the NMS uses what it has";
+    EXPECT_EQ(agent.sessions().SessionCount(), 1u);
+    NS_CORBA::SuppilerMgr::Instance()->ExitThread();
 }
 
 TEST(NmsHabits, LoggingInAgainAndAgainIsSlowedDownAndLeavesOneSession) {

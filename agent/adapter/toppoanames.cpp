@@ -1,6 +1,7 @@
 #include "adapter/toppoanames.h"
 
 #include <kelp/orb/poas.h>
+#include <kelp/util/stopping.h>
 
 #include <algorithm>
 #include <condition_variable>
@@ -29,6 +30,13 @@ bool TopPoaNames::claim(const std::string& name, const SessionSource* source) {
     return c.owners.emplace(name, source).first->second == source;
 }
 
+bool TopPoaNames::isOwner(const std::string& name, const SessionSource* source) {
+    Claims& c = claims();
+    const std::lock_guard lock(c.mutex);
+    const auto found = c.owners.find(name);
+    return found != c.owners.end() && found->second == source;
+}
+
 void TopPoaNames::giveUp(const std::string& name, const SessionSource* source) {
     Claims& c = claims();
     const std::lock_guard lock(c.mutex);
@@ -50,15 +58,24 @@ bool TopPoaNames::isFree(const std::string& name) {
 }
 
 bool TopPoaNames::waitUntilFree(const std::string& name, std::chrono::steady_clock::time_point deadline) {
+    using std::chrono::steady_clock;
+    // short enough for the stop to be seen in time
+    constexpr std::chrono::milliseconds kLook{100};
     Claims& c = claims();
-    {
-        std::unique_lock lock(c.mutex);
-        if (!c.givenUp.wait_until(lock, deadline, [&] { return !c.owners.contains(name); }))
+    while (!kelp::util::isStopping()) {
+        const steady_clock::time_point end = std::min(deadline, steady_clock::now() + kLook);
+        bool isGivenUp = false;
+        {
+            std::unique_lock lock(c.mutex);
+            isGivenUp = c.givenUp.wait_until(lock, end, [&] { return !c.owners.contains(name); });
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
+        if (isGivenUp && kelp::orb::waitUntilGone(name, std::max(left, std::chrono::milliseconds(0))))
+            return true;
+        if (steady_clock::now() >= deadline)
             return false;
     }
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    return kelp::orb::waitUntilGone(name, std::max(left, std::chrono::milliseconds(0)));
+    return false;
 }
 
 }  // namespace NS_KELPCORBA

@@ -14,11 +14,13 @@ class TopPoaNames {
   public:
     /// False when another source has the name.
     static bool claim(const std::string& name, const SessionSource* source);
+    static bool isOwner(const std::string& name, const SessionSource* source);
     /// Gives up `source`'s claim, if it has it, and wakes who waits for the name.
     static void giveUp(const std::string& name, const SessionSource* source);
     /// No live source has the name and no POA of this name is still being destroyed.
     static bool isFree(const std::string& name);
-    /// Waits until the name is free, at most until `deadline`; false when it is not free by then.
+    /// Waits until the name is free, at most until `deadline` and not while the process stops; false when it
+    /// is not free by then.
     static bool waitUntilFree(const std::string& name, std::chrono::steady_clock::time_point deadline);
 };
 

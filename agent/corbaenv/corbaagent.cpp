@@ -19,6 +19,7 @@
 #include <kelp/corbabase/event_mgr.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/supplier_mgr.h>
+#include <kelp/util/stopping.h>
 
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_sys_time.h>
@@ -126,6 +127,7 @@ void awaitThreads(ACE_Thread_Manager& threads) {
         return;
     // never forced down: the stop only ceases to wait
     keepLoaded();
+    kelp::util::leaveRunning("a thread of the agent");
     errno = EINVAL;
 }
 
@@ -156,6 +158,17 @@ void keepLoadedForCallsInProgress() {
     }
 }
 
+void destroySingletons() {
+    destroyStep([] { ManagerInterfaces().Destroy(); });
+    destroyStep([] { NS_CORBA::AsynNotifyMgr::Destroy(); });
+    destroyStep([] { EmsSessionFactory_IImpl::Destroy(); });
+    destroyStep([] { SessionMgr::Destroy(); });
+    AgentState::instance().sessionMgrStarted = false;
+    destroyStep([] { NS_CORBA::CorbaSecurityMgr::Destroy(); });
+    destroyStep([] { NS_CORBA::EventMgr::Destroy(); });
+    destroyStep([] { NS_CORBA::SuppilerMgr::Destroy(); });
+}
+
 }  // namespace
 
 bool CorbaAgentFacade::Init() {
@@ -172,6 +185,7 @@ bool CorbaAgentFacade::Init() {
 void CorbaAgentFacade::ExitThrds() {
     const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::ExitThrds");
     say("===Begin to Exit Threads of Corba...===");
+    NS_CORBA::AgentServer::BeginStop();
     requestExit();
     base().RemoveFactoryReference();
 
@@ -202,21 +216,21 @@ void CorbaAgentFacade::ExitThrds() {
 void CorbaAgentFacade::Fini() {
     const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::Fini");
     say("===[CorbaAgentFacade::Fini] Begin to destroy Corba Agent... ===");
-    destroyStep([] { ManagerInterfaces().Destroy(); });
-    destroyStep([] { NS_CORBA::AsynNotifyMgr::Destroy(); });
-    destroyStep([] { EmsSessionFactory_IImpl::Destroy(); });
-    destroyStep([] { SessionMgr::Destroy(); });
-    AgentState::instance().sessionMgrStarted = false;
-    destroyStep([] { NS_CORBA::CorbaSecurityMgr::Destroy(); });
-    destroyStep([] { NS_CORBA::EventMgr::Destroy(); });
-    destroyStep([] { NS_CORBA::SuppilerMgr::Destroy(); });
+    // a request that runs may use anything: then all of it is left to the process
+    const bool mayDestroy = NS_CORBA::AgentServer::HasLastRequestLeft();
+    if (mayDestroy)
+        destroySingletons();
+    else
+        kelp::util::leaveRunning("a request");
     destroyStep([] { OptionsRereading::instance().end(); });
     // while the ORB that its reference belongs to is there
-    destroyStep([] { CorbaAgentConfig::Destroy(); });
+    if (mayDestroy)
+        destroyStep([] { CorbaAgentConfig::Destroy(); });
     destroyStep([] { NS_CORBA::AgentServer::Destroy(); });
     destroyStep([] { keepLoadedForCallsInProgress(); });
     say("===[CorbaAgentFacade::Fini] Finish to destroy Corba Agent! ===");
-    KelpErrTranslator::Destroy();
+    if (mayDestroy)
+        KelpErrTranslator::Destroy();
 }
 
 }  // namespace NS_KELPCORBA

@@ -21,6 +21,7 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/error_catalogue.h>
 #include <kelp/bundlemgr/light_event.h>
+#include <kelp/corbabase/agent_server.h>
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/tls_settings.h>
@@ -240,6 +241,7 @@ void runUntilStopped(SignalWatch& signals) {
         reloadConfiguration();
     tellStopping();
     trace(__LINE__, "kelpd stops");
+    NS_CORBA::AgentServer::BeginStop();
 }
 
 /// The watch over this process's certificate, if it has one.

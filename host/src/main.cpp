@@ -4,6 +4,9 @@
 #include "options.h"
 
 #include <kelp/util/core_dumps.h>
+#include <kelp/util/stopping.h>
+
+#include <unistd.h>
 
 #include <exception>
 #include <iostream>
@@ -17,7 +20,12 @@ int main(int argc, char** argv) {
         if (!options)
             return exitCode;
         raiseDescriptorLimit();
-        return options->checkOnly ? checkConfiguration(*options) : runService(*options);
+        if (options->checkOnly)
+            return checkConfiguration(*options);
+        exitCode = runService(*options);
+        if (kelp::util::isAnythingLeftRunning())
+            ::_exit(exitCode);  // the destructors of static objects would end what it uses
+        return exitCode;
     } catch (const std::exception& problem) {
         std::cerr << "kelpd: internal error: " << problem.what() << '\n';
         return kInternalError;

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -97,6 +98,11 @@ class DeafListener {
 
     std::uint16_t port() const { return portOf(listener_); }
     std::string hostAndPort() const { return "127.0.0.1:" + std::to_string(port()); }
+    /// Whether somebody has connected.
+    bool hasConnection() const {
+        pollfd waiting{listener_.fd(), POLLIN, 0};
+        return ::poll(&waiting, 1, 0) == 1;
+    }
     /// A reference to an object that this peer pretends to have.
     std::string corbaloc(const std::string& key = "Object") const {
         return "corbaloc:iiop:1.2@" + hostAndPort() + "/" + key;

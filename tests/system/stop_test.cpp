@@ -4,6 +4,7 @@
 #include "harness/host.h"
 #include "harness/name_server.h"
 #include "harness/nms_process.h"
+#include "support/tcp_peers.h"
 
 #include <gmock/gmock.h>
 
@@ -45,6 +46,23 @@ TEST_F(Stop, EndsWithEveryNmsAndTheNamingServiceFrozen) {
     names.process().freeze();
     EXPECT_EQ(host.stop(kLongestStop), 0);
     names.process().thaw();
+    nms.process().thaw();
+}
+
+TEST_F(Stop, EndsWithCallsInProgressThatMayTakeADay) {
+    constexpr int kNms = 5;
+    host.set("session", "call_timeout_s", 86400)
+        .set("session", "ping_interval_s", 1)
+        .set("notification", "push_timeout_s", 86400);
+    host.start();
+    const DeafListener deaf;
+    NmsProcess victim(host);
+    victim.logInWith(0, "alice", deaf.corbaloc());
+    NmsProcess nms(host, kNms);
+    nms.logInAll(kNms, "alice");
+    nms.process().freeze();
+    ASSERT_TRUE(eventually([&] { return deaf.hasConnection(); }));
+    EXPECT_EQ(host.stop(kLongestStop), 0);
     nms.process().thaw();
 }
 

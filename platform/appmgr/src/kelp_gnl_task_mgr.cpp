@@ -1,4 +1,5 @@
 #include <kelp/appmgr/task_mgr.h>
+#include <kelp/util/stopping.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
@@ -38,6 +39,7 @@ struct KelpGnlTaskMgr::State : std::enable_shared_from_this<KelpGnlTaskMgr::Stat
     int workersRunning = 0;
     bool started = false;
     bool ending = false;
+    bool isLeftRunning = false;  ///< the stop has ceased to wait for work in progress
 
     bool spawnWorker();
     void serve();
@@ -126,7 +128,14 @@ void KelpGnlTaskMgr::State::end() {
     int workers = -1;
     {
         std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return workersRunning == 0; });
+        if (isLeftRunning)
+            return;
+        if (!kelp::util::waitUnlessStopping(changed, lock, [this] { return workersRunning == 0; })) {
+            // the workers share in the ownership of this state, so they may go on for as long as they like
+            isLeftRunning = true;
+            kelp::util::leaveRunning("work of task manager " + std::to_string(type));
+            return;
+        }
         workers = std::exchange(group, -1);
     }
     // The last instructions of the workers too.

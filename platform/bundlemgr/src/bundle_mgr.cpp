@@ -1,5 +1,6 @@
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/service_object.h>
+#include <kelp/util/stopping.h>
 #include <kelp/util/trace_log.h>
 
 #include "bundle.h"
@@ -28,7 +29,8 @@ struct BundleMgr::State {
 
     void stopOne(Bundle& bundle) {
         bundle.stop();
-        if (!takeKept(bundle.service()))
+        // what still runs may be code of any bundle
+        if (!takeKept(bundle.service()) && !kelp::util::isAnythingLeftRunning())
             return;
         trace("bundle " + bundle.service() + " stays loaded");
         bundle.keepLoaded();

@@ -1,6 +1,8 @@
 #include <kelp/corbabase/agent_server.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/orb.h>
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/stopping.h>
 
 #include "embedded_naming.h"
 #include "orb_life.h"
@@ -46,6 +48,11 @@ int AgentServer::Activate() {
     return -1;
 }
 
+void AgentServer::BeginStop() {
+    kelp::util::beginStop();
+    kelp::orb::limitAllCalls(kelp::util::kStopGrace);
+}
+
 void AgentServer::Discard() {
     if (OrbLife::instance().stage() != OrbLife::Stage::Running)
         return;
@@ -70,6 +77,10 @@ void AgentServer::ShutDown() {
         "[AgentServer::ShutDown] Calls in progress have not ended within %d s; the stop goes on without "
         "them!",
         static_cast<int>(kShutDownLimit.count()));
+}
+
+bool AgentServer::HasLastRequestLeft() {
+    return OrbLife::instance().stage() != OrbLife::Stage::ShuttingDown;
 }
 
 void AgentServer::Destroy() {

@@ -2,6 +2,7 @@
 
 #include <kelp/corbabase/asyn_notify_mgr.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/stopping.h>
 
 #include <condition_variable>
 #include <deque>
@@ -43,6 +44,8 @@ struct AsynNotifyMgr::State {
     bool running = false;
     std::uint64_t finished = 0;
     std::uint64_t dropped = 0;
+    int working = 0;                   // workers that have not ended; guarded by mutex
+    std::condition_variable ended;     // of a worker
     std::vector<std::thread> workers;  // touched by Init and ExitThread alone
 
     void work() {
@@ -50,7 +53,7 @@ struct AsynNotifyMgr::State {
         for (;;) {
             wake.wait(lock, [this] { return !running || !queue.empty(); });
             if (!running)
-                return;
+                break;
             const std::function<void()> task = std::move(queue.front());
             queue.pop_front();
             lock.unlock();
@@ -58,10 +61,30 @@ struct AsynNotifyMgr::State {
             lock.lock();
             ++finished;
         }
+        --working;
+        ended.notify_all();
+    }
+    void addWorker(std::shared_ptr<State> self) {
+        const std::lock_guard guard(mutex);
+        workers.emplace_back([state = std::move(self)] { state->work(); });
+        ++working;
+    }
+    /// Waits for the workers. While the process stops, one whose task goes on is left to itself.
+    void awaitWorkers() {
+        bool haveEnded = false;
+        {
+            std::unique_lock lock(mutex);
+            haveEnded = kelp::util::waitUnlessStopping(ended, lock, [this] { return working == 0; });
+        }
+        if (!haveEnded)
+            kelp::util::leaveRunning("a task of the notification manager");
+        for (std::thread& worker : workers)
+            haveEnded ? worker.join() : worker.detach();
+        workers.clear();
     }
 };
 
-AsynNotifyMgr::AsynNotifyMgr() : state_(std::make_unique<State>()) {}
+AsynNotifyMgr::AsynNotifyMgr() : state_(std::make_shared<State>()) {}
 
 AsynNotifyMgr::~AsynNotifyMgr() {
     ExitThread();
@@ -84,7 +107,7 @@ bool AsynNotifyMgr::Init() {
     }
     try {
         for (int i = 0; i < kWorkers; ++i)
-            state_->workers.emplace_back([state = state_.get()] { state->work(); });
+            state_->addWorker(state_);
     } catch (const std::system_error& failure) {
         GetTss()->Set("asynnotifymgr", "unknown", __LINE__);
         TaTrace("[AsynNotifyMgr::Init] Cannot start a worker thread: %s", failure.what());
@@ -114,9 +137,7 @@ void AsynNotifyMgr::ExitThread() {
         state_->dropped += rest.size();
     }
     state_->wake.notify_all();
-    for (std::thread& worker : state_->workers)
-        worker.join();
-    state_->workers.clear();
+    state_->awaitWorkers();
 }
 
 std::uint64_t AsynNotifyMgr::Finished() const {

@@ -1,6 +1,8 @@
 #include "orb_life.h"
 
 #include <kelp/corbabase/trace.h>
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/stopping.h>
 
 #include <system_error>
 #include <thread>
@@ -38,6 +40,7 @@ void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads) {
     if (run())
         return;
     adapter_.reset();
+    kelp::util::endStop();
     const auto made = std::make_shared<Run>();
     made->orb = kelp::orb::start(options, &adapter_);
     const CORBA::Object_var object = made->orb->resolve_initial_references("RootPOA");
@@ -130,6 +133,7 @@ bool OrbLife::destroy() {
         GetTss()->Set(kFile, "unknown", __LINE__);
         TaException(failure, "[AgentServer::Destroy] The ORB could not be destroyed!");
     }
+    kelp::orb::liftCallLimit();
     release();
     return true;
 }

@@ -1,6 +1,7 @@
 #include <ace/Thread_Manager.h>
 #include <gtest/gtest.h>
 #include <kelp/appmgr/task_mgr.h>
+#include <kelp/util/stopping.h>
 
 #include <atomic>
 #include <future>
@@ -120,6 +121,37 @@ TEST_F(GnlTaskMgr, ExitFinishesWhatRunsAndDropsWhatIsQueued) {
     gate.open();
     ending.join();
     EXPECT_EQ(done, 2);
+}
+
+TEST_F(GnlTaskMgr, ExitLeavesWorkToItselfThatGoesOnWhileTheProcessStops) {
+    ASSERT_EQ(taskMgr->InitEnv(), 0);
+    const kelp::test::TraceCapture trace;
+    Gate gate;
+    ASSERT_TRUE(taskMgr->Post(gate.holdingWork()));
+    ASSERT_TRUE(gate.holds(1));
+    kelp::util::beginStop();
+    taskMgr->Exit();
+    EXPECT_TRUE(kelp::util::isAnythingLeftRunning());
+    EXPECT_TRUE(trace.contains("work of task manager 21 still runs"));
+    taskMgr.reset();
+    gate.open();
+    // the worker that was left behind ends as well
+    threads.wait();
+    kelp::util::endStop();
+}
+
+TEST_F(GnlTaskMgr, ExitGivesUpWaitingWhenTheProcessBeginsToStop) {
+    ASSERT_EQ(taskMgr->InitEnv(), 0);
+    Gate gate;
+    ASSERT_TRUE(taskMgr->Post(gate.holdingWork()));
+    ASSERT_TRUE(gate.holds(1));
+    auto ending = std::async(std::launch::async, [&] { taskMgr->Exit(); });
+    EXPECT_EQ(ending.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    kelp::util::beginStop();
+    EXPECT_EQ(ending.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    gate.open();
+    threads.wait();
+    kelp::util::endStop();
 }
 
 TEST_F(GnlTaskMgr, TakesNoWorkWhileEnding) {

@@ -1,4 +1,5 @@
 #include <kelp/orb/orb.h>
+#include <kelp/orb/timeouts.h>
 #include <kelp/util/trace_limit.h>
 #include <omniORB4/omniORB.h>
 
@@ -64,6 +65,7 @@ void destroyUnfinished(CORBA::ORB_ptr orb) {
 CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
     const std::lock_guard<std::mutex> guard(starting);
     refuseWhileOneRuns();
+    liftCallLimit();
     omniORB::setLogFunction(traceOrbLine);
     setUpTls(options);
     setUpGate(options);

@@ -3,20 +3,22 @@
 #include <omniORB4/CORBA.h>
 #include <omniORB4/giopEndpoint.h>
 
+#include <optional>
+
 #include "../giop/reply_framing.h"
+#include "call_watch.h"
 
 namespace kelp::orb {
 
-/// An outgoing connection of the ORB's, over any transport, that ends when the peer sends what no reply is.
-/// Owned by the ORB, which counts references; owns the ORB's connection.
+/// An outgoing connection of the ORB's, over any transport, that ends when the peer sends what no reply is,
+/// and when a call over it takes longer than the limit of all calls. Owned by the ORB, which counts
+/// references; owns the ORB's connection.
 class ReplyConnection final : public omni::giopConnection {
   public:
-    explicit ReplyConnection(omni::giopConnection& inner) : inner_(inner) {}
-    ~ReplyConnection() override { inner_.decrRefCount(true); }
+    explicit ReplyConnection(omni::giopConnection& inner);
+    ~ReplyConnection() override;
 
-    int Send(void* buffer, std::size_t size, const omni_time_t& deadline) override {
-        return inner_.Send(buffer, size, deadline);
-    }
+    int Send(void* buffer, std::size_t size, const omni_time_t& deadline) override;
     int Recv(void* buffer, std::size_t size, const omni_time_t& deadline) override;
     void Shutdown() override { inner_.Shutdown(); }
     const char* myaddress() override { return inner_.myaddress(); }
@@ -36,6 +38,7 @@ class ReplyConnection final : public omni::giopConnection {
   private:
     omni::giopConnection& inner_;
     giop::ReplyFraming framing_;
+    std::optional<CallWatch::Connection> watched_;
 };
 
 }  // namespace kelp::orb

@@ -11,6 +11,7 @@
 #include "../tls/refusals.h"
 #include "../tls/texts.h"
 #include "../trace.h"
+#include "handshake_watch.h"
 
 namespace kelp::orb {
 
@@ -109,7 +110,7 @@ void setUpTls(const OrbOptions& options) {
     sslContext::key_file_password = texts.keyPassword.c_str();
     sslContext::verify_mode =
         SSL_VERIFY_PEER | (options.tlsRequirePeerCertificate ? SSL_VERIFY_FAIL_IF_NO_PEER_CERT : 0);
-    sslContext::info_callback = traceRefusal;
+    sslContext::info_callback = watchHandshake;
     gateContext() = makeGateContext(sslContext::verify_mode);
 }
 

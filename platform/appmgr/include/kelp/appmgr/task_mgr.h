@@ -21,7 +21,8 @@ class KELP_EXPORT KelpTaskMgr {
     /// Queues work; false when the queue is full or the manager is ending.
     virtual bool Post(Work work) = 0;
     /// Finishes what runs, drops what is queued, ends the workers. Called from work of its own it does not
-    /// wait for that.
+    /// wait for that; while the process stops (kelp::util::isStopping) it waits a second at most, and leaves
+    /// work that goes on to itself.
     virtual void Exit() = 0;
     /// The task manager's type number, a name within the application.
     virtual int Type() const = 0;

@@ -16,7 +16,8 @@ class KELP_EXPORT AsynNotifyMgr {
     bool Init();
     /// False when the queue is full or the manager is stopping (or was never started).
     bool Post(std::function<void()> task);
-    /// Finishes what runs, drops the rest, counts both.
+    /// Finishes what runs, drops the rest, counts both. While the process stops (kelp::util::isStopping) it
+    /// waits a second at most, and leaves a task that goes on to itself.
     void ExitThread();
     std::uint64_t Finished() const;
     std::uint64_t Dropped() const;
@@ -28,7 +29,7 @@ class KELP_EXPORT AsynNotifyMgr {
     AsynNotifyMgr();
     ~AsynNotifyMgr();
     struct State;
-    std::unique_ptr<State> state_;
+    std::shared_ptr<State> state_;  ///< shared with the workers
 };
 
 }  // namespace NS_CORBA

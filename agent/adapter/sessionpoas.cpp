@@ -12,6 +12,7 @@
 
 #include <ace/Guard_T.h>
 
+#include <exception>
 #include <new>
 
 namespace NS_KELPCORBA {
@@ -121,6 +122,38 @@ void destroyQuietly(PortableServer::POA_ptr poa, const char* debugFormat) {
 }  // namespace
 
 unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
+    try {
+        return makeTree(rootPoa);
+    } catch (const std::exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace("[SessionSource::init] The POAs could not be made: %s", ex.what());
+        destroyRemains(rootPoa);
+        return kInternalFailure;
+    }
+}
+
+/// After a failure half-way: a POA of this name may have been made although nobody has it.
+void SessionSource::destroyRemains(PortableServer::POA_ptr rootPoa) {
+    if (!TopPoaNames::isOwner(sessionName_, this))
+        return;
+    try {
+        if (!CORBA::is_nil(rootPoa)) {
+            const PortableServer::POA_var top = rootPoa->find_POA(sessionName_.c_str(), false);
+            destroyAdapters(top.in());
+        }
+    } catch (const PortableServer::POA::AdapterNonExistent&) {
+        // none was made
+    } catch (const CORBA::Exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaException(ex, "[SessionSource::init] Exception caught in destroy POA!");
+    } catch (const std::exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace("[SessionSource::init] Exception caught in destroy POA! %s", ex.what());
+    }
+    giveUpName();
+}
+
+unsigned long SessionSource::makeTree(PortableServer::POA_ptr rootPoa) {
     if (!claimName()) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionSource::init] The POA of this name belongs to another live session!");
@@ -153,9 +186,17 @@ unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
 }
 
 void SessionSource::destroyAdapters(PortableServer::POA_ptr poa) {
-    try {
+    const auto begin = [poa] {
         TAServantLocator::beginRefusing(poa);
         kelp::orb::beginDestroy(poa);
+    };
+    try {
+        try {
+            begin();
+        } catch (const std::bad_alloc&) {
+            begin();  // once more, since a tree that stays occupies the name; memory may be short for a
+                      // moment
+        }
     } catch (...) {  // whatever it was, the name is given up and the caller sees the exception
         giveUpName();
         throw;

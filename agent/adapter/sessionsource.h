@@ -68,6 +68,11 @@ class SessionSource {
     bool is_waiting_silently(std::uint32_t number) const;
     void leave_silent_waiting(std::uint32_t number);
 
+    /// The NMS has called an object of the session: with `[session] call_is_life` a sign of life.
+    void noteCall() { isCalled_.store(true, std::memory_order_relaxed); }
+    /// True once after one or more calls.
+    bool takeCalled() { return isCalled_.exchange(false); }
+
     /// Logs the user out; from the second call on nothing. One log-out for one log-in, whichever path ends
     /// the session.
     void logOutOnce();
@@ -113,18 +118,21 @@ class SessionSource {
     void eventLossCleared_i(const char* endTime);
 
   private:
+    friend class SessionCheck;
+
     bool claimName();
     void giveUpName();
+    unsigned long makeTree(PortableServer::POA_ptr rootPoa);
+    void destroyRemains(PortableServer::POA_ptr rootPoa);
     SessionSource(const std::string& ipAndPort, const std::string& userName,
                   nmsSession::NmsSession_I_ptr nmsSession);
 
     enum class Verdict { GoOn, TellAndTearDown, TearDown };
     Verdict judge(bool silentMode);
-    void tellEnd();
-    void pingNms();
     int tearDown();
     void pingSucceeded();
-    void pingFailed();
+    /// Counted unless there was another sign of life.
+    void pingFailed(bool isAliveOtherwise);
     void setEventLossCleared(bool cleared);
 
     const std::string ipAndPort_;
@@ -141,6 +149,7 @@ class SessionSource {
     bool silentWaiting_ = false;
     std::uint32_t silentWaitingNumber_ = 0;
     std::atomic<bool> loggedOut_{false};
+    std::atomic<bool> isCalled_{false};
 };
 
 }  // namespace NS_KELPCORBA

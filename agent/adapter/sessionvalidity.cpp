@@ -1,5 +1,6 @@
 // The round's check of one session: tear-down, event-loss relay, ping.
 
+#include "adapter/sessioncheck.h"
 #include "adapter/sessionsource.h"
 #include "util/tracepoint.h"
 
@@ -21,26 +22,180 @@ bool pingMode() {
     return NS_CORBA::CorbaBaseAgentConfig::Instance()->GetEmsPingMode();
 }
 
+bool callIsLife() {
+    return NS_CORBA::CorbaBaseAgentConfig::Instance()->CallIsLife();
+}
+
+/// The exception that is being handled, for messages.
+std::string currentText() {
+    try {
+        throw;
+    } catch (const CORBA::Exception& ex) {
+        return kelp::orb::exceptionText(ex);
+    } catch (const std::exception& ex) {
+        return ex.what();
+    } catch (...) {
+        return "unknown exception";
+    }
+}
+
 }  // namespace
+
+// -- the check
+// -----------------------------------------------------------------------------------------------
+
+void SessionCheck::begin(bool silentMode) {
+    hasCalled_ = source_.takeCalled() && callIsLife();
+    if (hasCalled_)
+        source_.pingSucceeded();
+    switch (source_.judge(silentMode)) {
+        case SessionSource::Verdict::TellAndTearDown:
+            isOver_ = true;
+            call_ = Call::EndSession;
+            return;
+        case SessionSource::Verdict::TearDown:
+            isOver_ = true;
+            return;
+        case SessionSource::Verdict::GoOn:
+            break;
+    }
+    if (source_.get_event_loss_cleared() != loss_.cleared)
+        relayLoss();
+    else if (pingMode())
+        call_ = Call::Ping;
+}
+
+void SessionCheck::relayLoss() {
+    if (source_.get_state() != Normal)
+        return;
+    if (pingMode())
+        call_ = loss_.cleared ? Call::LossCleared : Call::LossOccurred;
+    else
+        isRecordedUntold_ = true;
+}
+
+void SessionCheck::call() noexcept {
+    if (call_ == Call::None)
+        return;
+    try {
+        makeCall();
+    } catch (...) {  // it is traced in its turn
+        failure_ = std::current_exception();
+    }
+}
+
+void SessionCheck::makeCall() const {
+    const nmsSession::NmsSession_I_var nms = source_.get_nms_session();
+    if (CORBA::is_nil(nms.in())) {
+        if (call_ == Call::EndSession)
+            return;
+        throw CORBA::INV_OBJREF();
+    }
+    switch (call_) {
+        case Call::None:
+            return;
+        case Call::EndSession:
+            return nms->endSession();
+        case Call::Ping:
+            return nms->ping();
+        case Call::LossOccurred:
+            return nms->eventLossOccurred(loss_.time, loss_.notificationId);
+        case Call::LossCleared:
+            return nms->eventLossCleared(loss_.time);
+    }
+}
+
+int SessionCheck::conclude() {
+    switch (call_) {
+        case Call::None:
+            break;
+        case Call::EndSession:
+            concludeEnd();
+            break;
+        case Call::Ping:
+            concludePing();
+            break;
+        case Call::LossOccurred:
+        case Call::LossCleared:
+            concludeRelay();
+            break;
+    }
+    if (isRecordedUntold_)
+        source_.setEventLossCleared(loss_.cleared);
+    return isOver_ ? source_.tearDown() : 0;
+}
+
+void SessionCheck::requireAnswer() const {
+    if (failure_)
+        std::rethrow_exception(failure_);
+}
+
+void SessionCheck::concludeEnd() const {
+    try {
+        requireAnswer();
+    } catch (...) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace(
+            "[SessionSource::check_valid]Exception raised during endSession,user<%s>,ip<%s>.==>%s",
+            source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(), currentText().c_str());
+    }
+}
+
+void SessionCheck::concludePing() {
+    try {
+        requireAnswer();
+        source_.pingSucceeded();
+    } catch (...) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace(
+            "[SessionSource::check_valid] Exception raised during PING operation,user<%s>,ip<%s>.==>%s",
+            source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(), currentText().c_str());
+        source_.pingFailed(hasCalled_);
+    }
+}
+
+void SessionCheck::concludeRelay() {
+    const char* const text =
+        loss_.cleared ? "[SessionSource::eventLossCleared_i] Exception raised during eventLossCleared!"
+                      : "[SessionSource::eventLossOccurred_i] Exception raised during eventLossOccurred!";
+    try {
+        requireAnswer();
+        source_.pingSucceeded();
+        source_.setEventLossCleared(loss_.cleared);
+    } catch (const CORBA::Exception& ex) {
+        source_.pingFailed(hasCalled_);
+        tracePoint(kSubject);
+        NS_CORBA::TaException(ex, text);
+    } catch (...) {
+        source_.pingFailed(hasCalled_);
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace("%s %s", text, currentText().c_str());
+    }
+}
+
+// -- the source
+// ----------------------------------------------------------------------------------------------
 
 int SessionSource::check_valid(bool eventLossClearedNow, const char* time, const char* notificationId,
                                bool silentMode) {
-    switch (judge(silentMode)) {
-        case Verdict::TellAndTearDown:
-            tellEnd();
-            return tearDown();
-        case Verdict::TearDown:
-            return tearDown();
-        case Verdict::GoOn:
-            break;
-    }
-    if (get_event_loss_cleared() == eventLossClearedNow)
-        pingNms();
-    else if (eventLossClearedNow)
-        eventLossCleared_i(time);
-    else
-        eventLossOccurred_i(time, notificationId);
-    return 0;
+    SessionCheck check(*this, {eventLossClearedNow, time, notificationId});
+    check.begin(silentMode);
+    check.call();
+    return check.conclude();
+}
+
+void SessionSource::eventLossOccurred_i(const char* startTime, const char* notificationId) {
+    SessionCheck relay(*this, {false, startTime, notificationId});
+    relay.relayLoss();
+    relay.call();
+    relay.conclude();
+}
+
+void SessionSource::eventLossCleared_i(const char* endTime) {
+    SessionCheck relay(*this, {true, endTime, ""});
+    relay.relayLoss();
+    relay.call();
+    relay.conclude();
 }
 
 SessionSource::Verdict SessionSource::judge(bool silentMode) {
@@ -67,37 +222,6 @@ SessionSource::Verdict SessionSource::judge(bool silentMode) {
     }
 }
 
-void SessionSource::tellEnd() {
-    const nmsSession::NmsSession_I_var nms = get_nms_session();
-    try {
-        if (!CORBA::is_nil(nms.in()))
-            nms->endSession();
-    } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
-        NS_CORBA::TaTrace(
-            "[SessionSource::check_valid]Exception raised during endSession,user<%s>,ip<%s>.==>%s",
-            userName_.c_str(), ipAndPort_.c_str(), kelp::orb::exceptionText(ex).c_str());
-    }
-}
-
-void SessionSource::pingNms() {
-    if (!pingMode())
-        return;
-    const nmsSession::NmsSession_I_var nms = get_nms_session();
-    try {
-        if (CORBA::is_nil(nms.in()))
-            throw CORBA::INV_OBJREF();
-        nms->ping();
-        pingSucceeded();
-    } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
-        NS_CORBA::TaTrace(
-            "[SessionSource::check_valid] Exception raised during PING operation,user<%s>,ip<%s>.==>%s",
-            userName_.c_str(), ipAndPort_.c_str(), kelp::orb::exceptionText(ex).c_str());
-        pingFailed();
-    }
-}
-
 int SessionSource::tearDown() {
     const PortableServer::POA_var poa = get_POA();
     if (CORBA::is_nil(poa.in()))
@@ -110,60 +234,16 @@ int SessionSource::tearDown() {
         userName_.c_str(), ipAndPort_.c_str());
     try {
         destroyAdapters(poa.in());
-    } catch (const CORBA::Exception& ex) {
+    } catch (...) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::check_valid]Exception raised during destroy session "
             "resource,user<%s>,ip<%s>.==>%s",
-            userName_.c_str(), ipAndPort_.c_str(), kelp::orb::exceptionText(ex).c_str());
+            userName_.c_str(), ipAndPort_.c_str(), currentText().c_str());
     }
     // also when the tree was gone already: the log-in is still there
     logOutOnce();
     return -1;
-}
-
-void SessionSource::eventLossOccurred_i(const char* startTime, const char* notificationId) {
-    if (get_state() != Normal)
-        return;
-    if (!pingMode()) {
-        setEventLossCleared(false);
-        return;
-    }
-    const nmsSession::NmsSession_I_var nms = get_nms_session();
-    try {
-        if (CORBA::is_nil(nms.in()))
-            throw CORBA::INV_OBJREF();
-        nms->eventLossOccurred(startTime, notificationId);
-        pingSucceeded();
-        setEventLossCleared(false);
-    } catch (const CORBA::Exception& ex) {
-        pingFailed();
-        tracePoint(kSubject);
-        NS_CORBA::TaException(
-            ex, "[SessionSource::eventLossOccurred_i] Exception raised during eventLossOccurred!");
-    }
-}
-
-void SessionSource::eventLossCleared_i(const char* endTime) {
-    if (get_state() != Normal)
-        return;
-    if (!pingMode()) {
-        setEventLossCleared(true);
-        return;
-    }
-    const nmsSession::NmsSession_I_var nms = get_nms_session();
-    try {
-        if (CORBA::is_nil(nms.in()))
-            throw CORBA::INV_OBJREF();
-        nms->eventLossCleared(endTime);
-        pingSucceeded();
-        setEventLossCleared(true);
-    } catch (const CORBA::Exception& ex) {
-        pingFailed();
-        tracePoint(kSubject);
-        NS_CORBA::TaException(
-            ex, "[SessionSource::eventLossCleared_i] Exception raised during eventLossCleared!");
-    }
 }
 
 void SessionSource::pingSucceeded() {
@@ -172,7 +252,11 @@ void SessionSource::pingSucceeded() {
     pingAnswered_ = true;
 }
 
-void SessionSource::pingFailed() {
+void SessionSource::pingFailed(bool isAliveOtherwise) {
+    if (isAliveOtherwise || (isCalled_ && callIsLife())) {
+        pingSucceeded();
+        return;
+    }
     const SourceLock lock(lock_);
     ++pingFailures_;
     pingAnswered_ = false;

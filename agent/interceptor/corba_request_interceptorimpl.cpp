@@ -1,5 +1,6 @@
 #include "interceptor/corba_request_interceptorimpl.h"
 
+#include "adapter/sessionsource.h"
 #include "session/emssessionimpl.h"
 #include "util/servantref.h"
 #include "util/tracepoint.h"
@@ -39,6 +40,12 @@ bool isAnybodyWaiting() {
     return sessions != nullptr && sessions->IsAnybodyWaiting();
 }
 
+/// With `[session] call_is_life`, but for a request that ends the session anyway.
+bool isSignOfLife(const kelp::orb::RequestInfo& ri) {
+    return NS_CORBA::CorbaBaseAgentConfig::Instance()->CallIsLife() &&
+           NS_CORBA::isSessionName(ri.topPoaName()) && ri.operationName() != "endSession";
+}
+
 /// An NMS calls these two without using its session.
 bool isNoActivity(const std::string& operation) {
     return operation == "endSession" || operation == "ping";
@@ -68,9 +75,10 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
     const bool bySilence = base.GetSessionReleaseStrategy() == kReleaseBySilence;
     const bool isActivity =
         bySilence && ri != nullptr && isAnybodyWaiting() && !isNoActivity(ri->operationName());
+    const bool isLife = ri != nullptr && isSignOfLife(*ri);
     std::string clientKey;
     try {
-        if (isActivity)
+        if (isActivity || isLife)
             clientKey = clientKeyOf(*ri);
         NS_CORBA::TaWriteOperLog(ri, 0);
     } catch (const CORBA::Exception& ex) {
@@ -86,8 +94,8 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
             "[Server_Request_Interceptor::receive_request] get unknow excpetion while writing request "
             "operation log !");
     }
-    if (isActivity)
-        signalSessions(clientKey);
+    if (isActivity || isLife)
+        tellSessions(clientKey, isActivity);
 }
 
 void Corba_Request_InterceptorImpl::refuse(const kelp::orb::RequestInfo* ri) {
@@ -118,13 +126,16 @@ void Corba_Request_InterceptorImpl::requireSessionsOwn(const kelp::orb::RequestI
     }
 }
 
-void Corba_Request_InterceptorImpl::signalSessions(const std::string& clientKey) {
+void Corba_Request_InterceptorImpl::tellSessions(const std::string& clientKey, bool isActivity) {
     SessionMgr* sessions = SessionMgr::Existing();
     std::vector<ServantRef<EmsSession_IImpl>> called;
     if (sessions == nullptr || !sessions->PinSessionsByClientKey(clientKey, called))
         return;
-    for (const ServantRef<EmsSession_IImpl>& session : called)
-        session->wakePoint().signalActivity();
+    for (const ServantRef<EmsSession_IImpl>& session : called) {
+        session->source()->noteCall();
+        if (isActivity)
+            session->wakePoint().signalActivity();
+    }
 }
 
 }  // namespace NS_KELPCORBA

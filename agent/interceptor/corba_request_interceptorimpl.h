@@ -8,8 +8,9 @@ namespace NS_KELPCORBA {
 
 /// Refuses callers from elsewhere than the allowed OSS networks, and callers of a session's objects from
 /// elsewhere than the address that logged in (both NO_PERMISSION), sets every request's thread
-/// context, has it recorded in the operation log and, under release strategy 2, counts it as a sign of life
-/// of the NMS whose session it belongs to. Stateless; called on the request's thread, concurrently.
+/// context, has it recorded in the operation log and, under release strategy 2 or with `[session]
+/// call_is_life`, counts it as a sign of life of the NMS whose session it belongs to. Stateless; called on
+/// the request's thread, concurrently.
 class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
   public:
     void receive_request(const kelp::orb::RequestInfo* ri) override;
@@ -19,7 +20,8 @@ class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
     [[noreturn]] void refuse(const kelp::orb::RequestInfo* ri);
     /// Lets a call on a session's object pass only from where its NMS logged in.
     static void requireSessionsOwn(const kelp::orb::RequestInfo& ri);
-    void signalSessions(const std::string& clientKey);
+    /// Tells the sessions of that client that their NMS has called, and those who wait for it if that counts.
+    void tellSessions(const std::string& clientKey, bool isActivity);
 };
 
 }  // namespace NS_KELPCORBA

@@ -2,8 +2,11 @@
 
 #include <kelp/agent/session_mgr.h>
 
+#include "adapter/sessioncheck.h"
 #include "adapter/sessionsource.h"
+#include "corbaenv/containment.h"
 #include "session/emssessionimpl.h"
+#include "session/orderedrun.h"
 #include "session/waitingthreads.h"
 #include "util/servantref.h"
 #include "util/tracepoint.h"
@@ -19,12 +22,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <vector>
 
 namespace NS_KELPCORBA {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::nanoseconds;
+using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 constexpr const char* kSubject = "sessionmgr";
@@ -38,25 +42,47 @@ void blockAllSignals() {
     ACE_OS::thr_sigsetmask(SIG_BLOCK, all, nullptr);
 }
 
-nanoseconds monotonicNow() {
-    return std::chrono::duration_cast<nanoseconds>(steady_clock::now().time_since_epoch());
+milliseconds configuredCallLimit() {
+    return seconds(NS_CORBA::CorbaBaseAgentConfig::Instance()->TimeOut());
 }
 
 }  // namespace
 
+/// One session's part of a round.
+struct SessionMgr::RoundEntry {
+    RoundEntry(ServantRef<EmsSession_IImpl> of, const EventLossReport& loss)
+        : session(std::move(of)), check(*session->source(), loss) {}
+
+    ServantRef<EmsSession_IImpl> session;
+    SessionCheck check;
+    milliseconds callLimit{0};
+    bool silentMode = false;
+};
+
 int SessionMgr::svc() {
     blockAllSignals();
     SetCallTimeouts();
-    for (;;) {
-        const std::size_t count = SessionCount();
-        if (exitRequested_ && count == 0)
-            break;
-        const ACE_Time_Value interval(static_cast<time_t>(pingInterval_.load()));
-        wakeUp_.wait(&interval, 0);
-        RunRound();
+    const auto interval = [this] { return seconds(pingInterval_.load()); };
+    auto roundDue = steady_clock::now() + interval();
+    while (!exitRequested_ || !CloseIfEmpty()) {
+        SleepUntil(roundDue);
+        // from the beginning of the round, so that NMS that hang do not make the pings of the others rarer
+        roundDue = steady_clock::now() + interval();
+        contained(kSubject, "[SessionMgr::svc]", [this] { RunRound(); });
     }
     exitSemaphore_.release();
     return 0;
+}
+
+void SessionMgr::SleepUntil(steady_clock::time_point roundDue) {
+    using std::chrono::microseconds;
+    const auto left =
+        exitRequested_
+            ? microseconds(0)
+            : std::max(microseconds(0), std::chrono::ceil<microseconds>(roundDue - steady_clock::now()));
+    const ACE_Time_Value time(static_cast<time_t>(left / seconds(1)),
+                              static_cast<suseconds_t>((left % seconds(1)).count()));
+    wakeUp_.wait(&time, 0);
 }
 
 void SessionMgr::SetCallTimeouts() {
@@ -80,31 +106,45 @@ void SessionMgr::SetCallTimeouts() {
 
 void SessionMgr::RunRound() {
     NS_CORBA::SuppilerMgr::Instance()->check_channel_valid();
-    std::vector<ServantRef<EmsSession_IImpl>> sessions = PinSessions();
     const EventLoss loss = CurrentEventLoss();
+    const EventLossReport report{loss.cleared != 0, loss.text1.c_str(), loss.text2.c_str()};
+    std::vector<RoundEntry> entries;
+    for (ServantRef<EmsSession_IImpl>& session : PinSessions()) {
+        if (session->source() != nullptr)
+            entries.emplace_back(std::move(session), report);
+    }
     std::list<EmsSession_IImpl*> eraseList;
-    for (const ServantRef<EmsSession_IImpl>& session : sessions)
-        CheckSession(session, loss, eraseList);
+    OrderedSteps steps;
+    steps.begin = [&](std::size_t i) { BeginCheck(entries[i]); };
+    steps.run = [&](std::size_t i) {
+        kelp::orb::setThreadTimeout(entries[i].callLimit);
+        entries[i].check.call();
+    };
+    steps.conclude = [&](std::size_t i) {
+        contained(kSubject, "[SessionMgr::svc]", [&] { ConcludeCheck(entries[i], eraseList); });
+    };
+    runInOrder(entries.size(), pingThreads_, steps);
     // while they are pinned: at the address of a session that went meanwhile there may be a new one
     if (!eraseList.empty())
         EraseSessions(eraseList);
 }
 
-void SessionMgr::CheckSession(const ServantRef<EmsSession_IImpl>& session, const EventLoss& loss,
-                              std::list<EmsSession_IImpl*>& eraseList) {
-    SessionSource* source = session->source();
-    if (source == nullptr)
-        return;
+void SessionMgr::BeginCheck(RoundEntry& entry) {
     const bool exiting = exitRequested_;
-    if (exiting)
-        PrepareForExit(*source);
+    entry.callLimit = exiting ? PrepareForExit(*entry.session->source()) : configuredCallLimit();
     // at exit nobody is waited for: a dead NMS would keep the host alive
-    const bool silentMode = silentMode_ && !exiting;
-    if (source->check_valid(loss.cleared != 0, loss.text1.c_str(), loss.text2.c_str(), silentMode) != 0) {
+    entry.silentMode = silentMode_ && !exiting;
+    entry.check.begin(entry.silentMode);
+}
+
+void SessionMgr::ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& eraseList) {
+    const ServantRef<EmsSession_IImpl>& session = entry.session;
+    SessionSource* const source = session->source();
+    if (entry.check.conclude() != 0) {
         eraseList.push_back(session.get());
         session->wakePoint().wake();
     }
-    if (silentMode && source->get_state() == SilentWaiting && !source->get_silent_waiting()) {
+    if (entry.silentMode && source->get_state() == SilentWaiting && !source->get_silent_waiting()) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionMgr::svc]user<%s>,ip<%s>,Ping 3 times failed, now start a new thread to wait for OSS "
@@ -124,20 +164,20 @@ void SessionMgr::CheckSession(const ServantRef<EmsSession_IImpl>& session, const
     }
 }
 
-void SessionMgr::PrepareForExit(SessionSource& source) {
+milliseconds SessionMgr::PrepareForExit(SessionSource& source) {
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::svc] EMS process will exit!");
-    const std::int64_t now = monotonicNow().count();
-    if (exitDeadline_ == 0)
-        exitDeadline_ = now + nanoseconds(kExitTotalLimit).count();
-    const auto left = std::chrono::duration_cast<milliseconds>(nanoseconds(exitDeadline_ - now));
+    const steady_clock::time_point now = steady_clock::now();
+    if (!exitDeadline_)
+        exitDeadline_ = now + kExitTotalLimit;
+    const auto left = std::chrono::duration_cast<milliseconds>(*exitDeadline_ - now);
     if (left < milliseconds(1)) {
         // the time for telling is used up: the rest ends untold
         source.set_state(Ended);
-        return;
+        return kExitCallLimit;
     }
-    kelp::orb::setThreadTimeout(std::min(left, kExitCallLimit));
     source.set_state(EmsExiting);
+    return std::min(left, kExitCallLimit);
 }
 
 SessionMgr::EventLoss SessionMgr::CurrentEventLoss() {

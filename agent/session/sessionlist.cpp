@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <new>
 #include <string_view>
 
 namespace NS_KELPCORBA {
@@ -67,9 +68,14 @@ int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
     const std::size_t hash = source == nullptr ? 0 : std::hash<std::string>()(clientKeyOf(*source));
     {
         const SessionLock lock(sessionLock_);
-        if (lock.locked()) {
+        if (lock.locked() && !isClosed_) {
             sessions_.push_back({hash, session});
-            sessionsByKey_.emplace(hash, session);
+            try {
+                sessionsByKey_.emplace(hash, session);
+            } catch (const std::bad_alloc&) {
+                sessions_.pop_back();  // listed wholly or not at all
+                throw;
+            }
         } else {
             tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session failed!");
@@ -160,6 +166,12 @@ void SessionMgr::RemoveRefLocked(EmsSession_IImpl* session) {
     session->_remove_ref();
 }
 
+bool SessionMgr::CloseIfEmpty() {
+    const SessionLock lock(sessionLock_);
+    isClosed_ = sessions_.empty();
+    return isClosed_;
+}
+
 std::size_t SessionMgr::SessionCount() {
     const SessionLock lock(sessionLock_);
     return sessions_.size();
@@ -192,15 +204,28 @@ void SessionMgr::LogOutEverybody() {
 // -- waiting threads
 // -------------------------------------------------------------------------------------------
 
+namespace {
+
+/// False when there is neither a thread nor the memory for one.
+bool spawn(ACE_Thread_Manager& threads, ACE_THR_FUNC body, void* argument, ACE_thread_t& thread) {
+    try {
+        return threads.spawn(body, argument, THR_NEW_LWP | THR_DETACHED, &thread) != -1;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+}  // namespace
+
 bool SessionMgr::SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body) {
     {
         const SessionLock lock(sessionLock_);
-        session->_add_ref();
         waiting_.insert(session);
+        session->_add_ref();
         waitingCount_ = waiting_.size();
     }
     ACE_thread_t thread = 0;
-    if (waitingThreads_.spawn(body, session, THR_NEW_LWP | THR_DETACHED, &thread) == -1) {
+    if (!spawn(waitingThreads_, body, session, thread)) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionMgr::SpawnWaiting] The thread that waits for the NMS could not be made!");
         LeaveWaiting(session);

@@ -57,6 +57,9 @@ int SessionMgr::Init() {
     agentConfig_ = CorbaAgentConfig::Instance();
     pingInterval_ = config->TimeInterval();
     exitRequested_ = false;
+    exitDeadline_.reset();
+    isClosed_ = false;
+    pingThreads_ = static_cast<std::size_t>(config->PingThreads());
     silentMode_ = config->GetSessionReleaseStrategy() == kReleaseBySilence && config->GetEmsPingMode();
     NS_BUNDLEMGR1::LightEventMgr::Instance()->RegisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent,
                                                               &userStateHandler_);

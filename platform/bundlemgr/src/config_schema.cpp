@@ -249,6 +249,13 @@ std::vector<ConfigKey> serviceKeys() {
         secondsKey("session", "ping_interval_s", 60, restart,
                    "Seconds between two rounds of pings. An NMS that fails four in a row loses its session "
                    "in the fifth round."),
+        integerKey("session", "ping_threads", 32, 1, 1000, restart,
+                   "Most NMS that are pinged at the same time. With more that hang, the pings of the others "
+                   "come up to call_timeout_s late."),
+        flagKey(
+            "session", "call_is_life", false, restart,
+            "Whether a call of an NMS on its session, a manager or an iterator since the last ping counts "
+            "like an answer to the ping, for NMS that cannot be called."),
         secondsKey("session", "call_timeout_s", 10, restart,
                    "Limit of one call to an NMS, in seconds, connecting included."),
         secondsKey("session", "silent_time_s", 1800, restart,

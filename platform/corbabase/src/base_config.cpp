@@ -272,6 +272,14 @@ int CorbaBaseAgentConfig::GetSilentTime() const {
     return state_->sessionSettings().silentTimeS;
 }
 
+int CorbaBaseAgentConfig::PingThreads() const {
+    return state_->sessionSettings().pingThreads;
+}
+
+bool CorbaBaseAgentConfig::CallIsLife() const {
+    return state_->sessionSettings().callIsLife;
+}
+
 int CorbaBaseAgentConfig::GetMaxSession() const {
     return number("session.max_sessions");
 }

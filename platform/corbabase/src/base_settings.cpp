@@ -91,6 +91,8 @@ SessionSettings readSessionSettings() {
     settings.pingIntervalS = number("session.ping_interval_s");
     settings.callTimeoutS = number("session.call_timeout_s");
     settings.silentTimeS = number("session.silent_time_s");
+    settings.pingThreads = number("session.ping_threads");
+    settings.callIsLife = config().flag("session.call_is_life");
     return settings;
 }
 

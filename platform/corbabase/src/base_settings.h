@@ -14,6 +14,8 @@ struct SessionSettings {
     int pingIntervalS = 60;
     int callTimeoutS = 10;
     int silentTimeS = 1800;
+    int pingThreads = 32;
+    bool callIsLife = false;
     bool operator==(const SessionSettings&) const = default;
 };
 

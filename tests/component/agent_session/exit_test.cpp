@@ -21,6 +21,14 @@ nmsSession::NmsSession_I_var nmsAt(const RunningAgent& agent, const std::string&
     return nmsSession::NmsSession_I_var(nmsSession::NmsSession_I::_unchecked_narrow(object.in()));
 }
 
+/// Several users of one NMS.
+void logInUsers(RunningAgent& agent, nmsSession::NmsSession_I_ptr nms, int users) {
+    for (int i = 0; i < users; ++i) {
+        agent.addUser("user" + std::to_string(i));
+        agent.logIn(nms, "user" + std::to_string(i));
+    }
+}
+
 void loseNms(SessionSource& source, int failures) {
     while (source.get_ping_failures() < failures)
         source.check_valid(true, "", "", true);
@@ -156,15 +164,26 @@ TEST(ExitThread, GivesAnNmsThatCannotBeReachedOneSecond) {
     EXPECT_EQ(agent.liveLogins(unreachable.hostAndPort()), 0u);
 }
 
-TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {
+TEST(ExitThread, TellsManyNmsThatCannotBeReachedAtTheSameTime) {
     const FullBacklogListener unreachable;
     RunningAgent agent;
     const nmsSession::NmsSession_I_var nms = nmsAt(agent, unreachable.corbaloc());
-    constexpr int users = 18;
-    for (int i = 0; i < users; ++i) {
-        agent.addUser("user" + std::to_string(i));
-        agent.logIn(nms.in(), "user" + std::to_string(i));
-    }
+    logInUsers(agent, nms.in(), 30);
+    agent.logIn(agent.nms());
+    const TraceCapture trace;
+    agent.requestExit();
+    agent.endSessions();
+    EXPECT_EQ(agent.sessions().SessionCount(), 0u);
+    EXPECT_EQ(trace.count("[SessionSource::check_valid]Exception raised during endSession"), 30u);
+    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; })) << "the last one is told too";
+}
+
+TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {
+    const FullBacklogListener unreachable;
+    // one NMS at a time, so that there are too many for the time
+    RunningAgent agent(AgentOptions().withSession("ping_threads = 1\n"));
+    const nmsSession::NmsSession_I_var nms = nmsAt(agent, unreachable.corbaloc());
+    logInUsers(agent, nms.in(), 18);
     agent.logIn(agent.nms());
     const TraceCapture trace;
     agent.requestExit();

@@ -13,10 +13,12 @@
 #include <ace/Thread_Mutex.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -42,8 +44,8 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
 };
 
 /// The process-wide registry of what belongs to logged-in NMS: sessions in login order, iterators in order of
-/// creation, manager servants by name. Its service thread pings every NMS once an interval and erases what is
-/// over.
+/// creation, manager servants by name. Its service thread checks every session once an interval and erases
+/// what is over; the NMS are called on threads that live as long as a round.
 ///
 /// Threads: any. Locks: the session lock guards the session list and the waiting sessions, the iterator lock
 /// the iterator list, the servant lock the servant map, the event-loss lock the three event-loss values; no
@@ -67,7 +69,9 @@ class SessionMgr : public ACE_Task_Base {
     int ExitThread();
 
     // -- sessions ------------------------------------------------------------------------------------------
-    /// Takes over one reference. 0, or -1 when the session lock failed.
+    /// Takes over one reference. 0, or -1 when the session lock failed or the ping thread has ended, which
+    /// would tell the NMS of its session's end; the reference is the caller's then. Throws std::bad_alloc
+    /// likewise.
     int add_emsSession(EmsSession_IImpl* session);
     /// Drops those of `sessions` that are listed and no longer Normal; how many were dropped.
     int EraseSessions(const std::list<EmsSession_IImpl*>& sessions);
@@ -181,10 +185,15 @@ class SessionMgr : public ACE_Task_Base {
     void LogOutEverybody();
     void DeregisterUserStateHandler();
     void SetCallTimeouts();
+    /// True when no session is listed; from then on none can be.
+    bool CloseIfEmpty();
+    void SleepUntil(std::chrono::steady_clock::time_point roundDue);
     void RunRound();
-    void CheckSession(const ServantRef<EmsSession_IImpl>& session, const EventLoss& loss,
-                      std::list<EmsSession_IImpl*>& eraseList);
-    void PrepareForExit(SessionSource& source);
+    struct RoundEntry;
+    void BeginCheck(RoundEntry& entry);
+    void ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& eraseList);
+    /// Limit of the calls of the check.
+    std::chrono::milliseconds PrepareForExit(SessionSource& source);
     EventLoss CurrentEventLoss();
 
     ACE_Thread_Manager serviceThreads_;
@@ -192,6 +201,7 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Event wakeUp_{0, 0, USYNC_THREAD};
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
+    std::size_t pingThreads_ = 1;
     OpenIterators iterators_;                      ///< a reference each
     std::atomic<std::size_t> iteratorsToCome_{0};  ///< places taken for iterators that are being activated
     /// So many of those came when there was none to close for them: the next ones that are listed close one.
@@ -207,14 +217,14 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Semaphore exitSemaphore_{0, USYNC_THREAD, nullptr, nullptr, 0x7fffffff};
     ACE_Thread_Manager waitingThreads_;
     ListedSessions sessions_;  ///< oldest first
+    bool isClosed_ = false;    ///< no session is listed any more; guarded by the session lock
     /// The listed sessions by hash, so that finding a caller's session costs the same however many there are.
     std::unordered_multimap<std::size_t, EmsSession_IImpl*> sessionsByKey_;
     std::multiset<EmsSession_IImpl*> waiting_;
     std::atomic<std::size_t> waitingCount_{0};  ///< of waiting_; changed under the session lock, read without
     ACE_RW_Mutex sessionLock_;
-    /// End of the time that all NMS together get at exit, on the monotonic clock, nanoseconds; 0 before the
-    /// exit.
-    std::int64_t exitDeadline_ = 0;
+    /// End of the time that all NMS together get at exit; none before the exit. Of the one check that begins.
+    std::optional<std::chrono::steady_clock::time_point> exitDeadline_;
 
     static SessionMgr* m_pInstance;
 };

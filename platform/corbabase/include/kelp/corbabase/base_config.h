@@ -73,6 +73,8 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     int TimeInterval() const;               ///< ping interval, seconds
     int TimeOut() const;                    ///< limit of a call to an NMS, seconds
     int GetSilentTime() const;              ///< seconds an unreachable or silent NMS is waited for
+    int PingThreads() const;                ///< most NMS that are pinged at the same time
+    bool CallIsLife() const;                ///< a call of an NMS counts like an answer to a ping
     int GetMaxSession() const;
     int IteratorRestriction() const;  ///< soft limit of open iterators
     int IteratorNum() const;          ///< hard limit of open iterators

@@ -1,0 +1,198 @@
+// The checks of one round run at the same time: NMS that hang cost the others nothing.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "adapter/sessionsource.h"
+#include "component/orb/gate.h"
+#include "support/agent_fixture.h"
+#include "support/tcp_peers.h"
+#include "support/trace_capture.h"
+
+namespace {
+
+using namespace kelp::test;
+using namespace NS_KELPCORBA;
+using namespace std::chrono_literals;
+
+constexpr const char* kFailedPing =
+    "[SessionSource::check_valid] Exception raised during PING operation,user<admin>,ip<";
+
+/// NMS that take connections and answer nothing.
+class DeafNms {
+  public:
+    void logIn(RunningAgent& agent) {
+        listeners_.push_back(std::make_unique<DeafListener>());
+        const CORBA::Object_var object =
+            kelp::orb::toReference(agent.orb(), listeners_.back()->corbaloc("Nms"));
+        const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        agent.logIn(nms.in());
+    }
+
+  private:
+    std::vector<std::unique_ptr<DeafListener>> listeners_;
+};
+
+TEST(ConcurrentRound, OfAHundredNmsOfWhich40HangServesTheOthers) {
+    constexpr unsigned kLiving = 60;
+    constexpr unsigned kDeaf = 40;
+    DeafNms deaf;
+    RunningAgent agent(AgentOptions{.pingIntervalS = 2, .callTimeoutS = 1});
+    // the worst order: those that hang come first
+    for (unsigned i = 0; i < kDeaf; ++i)
+        deaf.logIn(agent);
+    for (unsigned i = 1; i <= kLiving; ++i)
+        agent.logIn(agent.nms(i));
+    const auto everyLiving = [&](auto condition) {
+        for (unsigned i = 1; i <= kLiving; ++i) {
+            if (!condition(*agent.nms(i).operator->()))
+                return false;
+        }
+        return true;
+    };
+    // one after the other a round would take 40 s, and five of them more than three minutes
+    EXPECT_TRUE(waitUntil([&] { return everyLiving([](auto& nms) { return nms.pings >= 3; }); }, 60s));
+    agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
+    EXPECT_TRUE(waitUntil([&] { return everyLiving([](auto& nms) { return nms.losses == 1; }); }, 60s));
+    EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == kLiving; }, 60s));
+    EXPECT_TRUE(everyLiving([](auto& nms) { return nms.losses == 1; })) << "told twice";
+}
+
+TEST(ConcurrentRound, EndsAnNmsThatHangsAfterItsFifthRound) {
+    DeafNms deaf;
+    RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 1});
+    const TraceCapture trace;
+    deaf.logIn(agent);
+    EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 0; }, 60s));
+    EXPECT_EQ(trace.count(kFailedPing), 4u);
+}
+
+TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
+    Gate gate;
+    RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
+    for (unsigned i = 1; i <= 6; ++i) {
+        agent.nms(i)->answer = NmsServant::Answer::Refuse;
+        agent.logIn(agent.nms(i));
+    }
+    agent.nms(1)->onPing = [&] { gate.pass(); };
+    const TraceCapture trace;
+    ASSERT_TRUE(gate.isReached());
+    // all others have been called although the first one has not answered
+    EXPECT_TRUE(waitUntil([&] { return agent.nms(6)->pings >= 1 && agent.nms(2)->pings >= 1; }));
+    EXPECT_EQ(trace.count(kFailedPing), 0u) << "what follows a check waits for those before it";
+    gate.open();
+    ASSERT_TRUE(waitUntil([&] { return trace.count(kFailedPing) >= 6; }));
+    std::vector<std::string> seen;
+    for (const std::string& line : trace.lines()) {
+        if (line.find(kFailedPing) != std::string::npos && seen.size() < 6)
+            seen.push_back(line.substr(std::string(kFailedPing).size(), agent.nms(1).hostInfo().size() + 9));
+    }
+    ASSERT_EQ(seen.size(), 6u);
+    for (unsigned i = 1; i <= 6; ++i)
+        EXPECT_THAT(seen[i - 1], testing::StartsWith(agent.nms(i).hostInfo() + ">")) << i;
+}
+
+TEST(ConcurrentRound, WithOneThreadIsOneAfterTheOther) {
+    Gate gate;
+    RunningAgent agent(
+        AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 1\n"));
+    agent.nms(1)->onPing = [&] { gate.pass(); };
+    agent.logIn(agent.nms(1));
+    agent.logIn(agent.nms(2));
+    ASSERT_TRUE(gate.isReached());
+    EXPECT_EQ(agent.nms(2)->pings, 0);
+    gate.open();
+    EXPECT_TRUE(waitUntil([&] { return agent.nms(2)->pings >= 1; }));
+}
+
+TEST(ConcurrentRound, IsLimitedInItsThreads) {
+    Gate gate;
+    RunningAgent agent(
+        AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 3\n"));
+    std::atomic<int> hanging{0};
+    for (unsigned i = 1; i <= 6; ++i) {
+        agent.nms(i)->onPing = [&] {
+            ++hanging;
+            gate.pass();
+            --hanging;
+        };
+        agent.logIn(agent.nms(i));
+    }
+    EXPECT_TRUE(gate.isReached());
+    int most = 0;
+    for (int i = 0; i < 20; ++i) {
+        most = std::max(most, hanging.load());
+        std::this_thread::sleep_for(10ms);
+    }
+    gate.open();
+    EXPECT_TRUE(waitUntil([&] { return agent.nms(6)->pings >= 1; }));
+    EXPECT_LE(most, 3);
+}
+
+// -- calls as signs of life
+// ------------------------------------------------------------------------------------
+
+/// An NMS whose callback object is not there.
+class CallIsLife : public testing::Test {
+  protected:
+    void start(const std::string& sessionLines) {
+        agent_ = std::make_unique<RunningAgent>(
+            AgentOptions{.pingIntervalS = 1, .callTimeoutS = 5}.withSession(sessionLines));
+        agent_->nms()->answer = NmsServant::Answer::Refuse;
+        session_ = agent_->logIn(agent_->nms());
+        remote_ = agent_->overTheWire<emsSession::EmsSession_I>(session_.in());
+    }
+    /// Calls until so many pings have been refused.
+    template <class Call>
+    bool survives(int pings, Call call) {
+        return waitUntil(
+                   [&] {
+                       try {
+                           call();
+                       } catch (const CORBA::SystemException&) {
+                           return true;  // it has ended
+                       }
+                       return agent_->nms()->pings >= pings;
+                   },
+                   60s) &&
+               agent_->sessions().SessionCount() == 1;
+    }
+    bool ends() {
+        return waitUntil([&] { return agent_->sessions().SessionCount() == 0; }, 60s);
+    }
+
+    std::unique_ptr<RunningAgent> agent_;
+    emsSession::EmsSession_I_var session_;
+    emsSession::EmsSession_I_var remote_;
+};
+
+TEST_F(CallIsLife, KeepsTheSessionOfAnNmsThatCallsUntilItFallsSilent) {
+    start("call_is_life = true\n");
+    EXPECT_TRUE(survives(7, [&] { remote_->ping(); }));
+    EXPECT_EQ(agent_->listed(agent_->nms())->source()->get_state(), Normal);
+    EXPECT_TRUE(ends()) << "without calls";
+}
+
+TEST_F(CallIsLife, CountsCallsOfManagersToo) {
+    start("call_is_life = true\n");
+    const common::Common_I_var manager = agent_->remoteManager(session_.in());
+    EXPECT_TRUE(survives(7, [&] {
+        common::CapabilityList_T_var capabilities;
+        manager->getCapabilities(capabilities.out());
+    }));
+}
+
+TEST_F(CallIsLife, IsOffUnlessConfigured) {
+    start("");
+    EXPECT_FALSE(survives(7, [&] { remote_->ping(); }));
+    EXPECT_TRUE(ends());
+}
+
+}  // namespace

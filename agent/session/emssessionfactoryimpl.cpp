@@ -103,6 +103,8 @@ void endUnreachable(const ServantRef<EmsSession_IImpl>& session) {
     session->source()->set_state(Ended);
     session->wakePoint().wake();
     TASessionSource::check_valid(session->source());
+    // also without a tree
+    session->source()->logOutOnce();
 }
 
 emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& session) {
@@ -175,7 +177,6 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
                 EndReplacedSession(logIn);
                 if (TopPoaNames::isFree(name)) {
                     MakeSession(logIn);
-                    KeepSessionLimit();
                     break;
                 }
             }
@@ -244,13 +245,14 @@ void EmsSessionFactory_IImpl::RequireRoom(LogIn& logIn) {
 }
 
 void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {
-    EmsSession_IImpl* session = SessionMgr::Instance()->GetNmsSession(logIn.hostInfo, logIn.user);
-    if (session == nullptr)
+    auto session =
+        ServantRef<EmsSession_IImpl>::take(SessionMgr::Instance()->GetNmsSession(logIn.hostInfo, logIn.user));
+    if (!session)
         return;
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[getEmsSession] IP Adress and Port conflict, the session will be destroyed!");
     session->endSession();
-    SessionMgr::Instance()->RemoveRefLocked(session);
+    SessionMgr::Instance()->RemoveRefLocked(session.release());
     traceNms("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<%s>.", logIn.hostInfo);
 }
 
@@ -260,6 +262,7 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
         traceNms(format, logIn.hostInfo);
         ThrowException(kInternalFailure);
     };
+    // neither this nor what follows throws but for giveUp
     SessionSource* const source = SessionSource::create(logIn.hostInfo, logIn.user, logIn.client);
     if (source == nullptr)
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Create Session Source for NMS-<%s> Failed!");
@@ -278,28 +281,51 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
 
 void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
     security().Enter(*logIn.admission);
-    EmsSession_IImpl* const made = NewSession(logIn);
-    // besides the reference for the session list, one that keeps the session until the log-in returns
-    ServantRef<EmsSession_IImpl> session = ServantRef<EmsSession_IImpl>::pin(made);
+    auto forList = ServantRef<EmsSession_IImpl>::take(NewSession(logIn));
+    // one more, which keeps the session until the log-in returns
+    auto session = ServantRef<EmsSession_IImpl>::pin(forList.get());
+    try {
+        ListSession(logIn, session, forList);
+        logIn.result = referenceOf(session);
+        AwaitCalls(logIn, session);
+        KeepSessionLimit();
+    } catch (const globaldefs::ProcessingFailureException&) {
+        throw;       // the session has ended
+    } catch (...) {  // no memory: what was made goes, so that the next log-in finds nothing of it
+        endUnreachable(session);
+        throw;
+    }
+}
+
+void EmsSessionFactory_IImpl::ListSession(const LogIn& logIn, ServantRef<EmsSession_IImpl>& session,
+                                          ServantRef<EmsSession_IImpl>& forList) {
     SessionMgr* const sessions = SessionMgr::Instance();
     const auto giveUp = [&](const char* format, unsigned long code) {
-        TASessionSource::check_valid(made->source());
-        made->source()->logOutOnce();
+        endUnreachable(session);
         session.reset();
-        sessions->RemoveRefLocked(made);
+        sessions->RemoveRefLocked(forList.release());
         traceNms(format, logIn.hostInfo);
         ThrowException(code);
     };
     const PortableServer::POA_var root = rootPoa();
-    if (const unsigned long code = made->source()->init(root.in()))
+    if (const unsigned long code = session->source()->init(root.in()))
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for NMS-<%s> Failed!",
                code);
-    if (sessions->add_emsSession(made) != 0)
+    if (sessions->add_emsSession(forList.get()) != 0)
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Add EMSSession for NMS-<%s> Failed!",
                kRegistryFailure);
-    logIn.result = referenceOf(session);
-    if (baseConfig().GetSessionReleaseStrategy() == kReleaseBySilence && !baseConfig().GetEmsPingMode())
-        sessions->SpawnWaiting(session.get(), theWaiting);
+    forList.release();
+}
+
+void EmsSessionFactory_IImpl::AwaitCalls(const LogIn& logIn, const ServantRef<EmsSession_IImpl>& session) {
+    if (baseConfig().GetSessionReleaseStrategy() != kReleaseBySilence || baseConfig().GetEmsPingMode() ||
+        SessionMgr::Instance()->SpawnWaiting(session.get(), theWaiting))
+        return;
+    // nobody would ever end it
+    endUnreachable(session);
+    traceNms("[EmsSessionFactory_IImpl::getEmsSession] Nobody can wait for the calls of NMS-<%s>!",
+             logIn.hostInfo);
+    ThrowException(kInternalFailure);
 }
 
 void EmsSessionFactory_IImpl::KeepSessionLimit() {

@@ -12,6 +12,8 @@
 namespace NS_KELPCORBA {
 
 class EmsSession_IImpl;
+template <class S>
+class ServantRef;
 
 /// The one object that an NMS resolves to log in (TMF 814 emsSessionFactory::EmsSessionFactory_I). Log-ins
 /// are serialised by the login lock, the outermost lock of the sessions.
@@ -42,7 +44,14 @@ class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSession
     void EndReplacedSession(const LogIn& logIn);
     /// A session servant with its source and one reference; logs the user out again when there is no memory.
     static EmsSession_IImpl* NewSession(const LogIn& logIn);
+    /// A new session, listed, and its reference as the log-in's result. Whatever fails leaves nothing behind.
     void MakeSession(LogIn& logIn);
+    /// Makes the session's POA tree and lists it; the list takes over `forList`.
+    static void ListSession(const LogIn& logIn, ServantRef<EmsSession_IImpl>& session,
+                            ServantRef<EmsSession_IImpl>& forList);
+    /// Under release by silence without pings: starts the thread that waits for calls of the NMS, or ends the
+    /// session.
+    static void AwaitCalls(const LogIn& logIn, const ServantRef<EmsSession_IImpl>& session);
     void KeepSessionLimit();
 
     ACE_RW_Mutex loginLock_;

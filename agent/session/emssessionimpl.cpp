@@ -9,6 +9,7 @@
 #include <kelp/corbabase/event_mgr.h>
 #include <kelp/orb/servants.h>
 
+#include <exception>
 #include <string>
 
 namespace NS_KELPCORBA {
@@ -160,6 +161,10 @@ void TASessionSource::check_valid(SessionSource* source) {
         tracePoint(kSubject);
         NS_CORBA::TaException(
             ex, "[TASessionSource::check_valid] Exception raised during destroy session resource!");
+    } catch (const std::exception& ex) {
+        tracePoint(kSubject);
+        NS_CORBA::TaTrace(
+            "[TASessionSource::check_valid] Exception raised during destroy session resource! %s", ex.what());
     }
     // also when the tree was gone already: the log-in is still there
     source->logOutOnce();

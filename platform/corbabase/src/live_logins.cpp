@@ -1,6 +1,7 @@
 #include "live_logins.h"
 
 #include <algorithm>
+#include <new>
 
 namespace NS_CORBA {
 
@@ -31,15 +32,26 @@ LiveLogins::Login LiveLogins::loginOf(const UserAccount& account) {
 }
 
 void LiveLogins::admit(const Login& login) {
-    for (const std::string& address : login.addresses)
-        ++valid_[address];
+    auto each = login.addresses.begin();
+    try {
+        for (; each != login.addresses.end(); ++each)
+            ++valid_[*each];
+    } catch (const std::bad_alloc&) {
+        // admitted wholly or not at all
+        while (each != login.addresses.begin())
+            dismiss(*--each);
+        throw;
+    }
+}
+
+void LiveLogins::dismiss(const std::string& address) {
+    if (const auto found = valid_.find(address); --found->second == 0)
+        valid_.erase(found);
 }
 
 void LiveLogins::dismiss(const Login& login) {
-    for (const std::string& address : login.addresses) {
-        if (const auto found = valid_.find(address); --found->second == 0)
-            valid_.erase(found);
-    }
+    for (const std::string& address : login.addresses)
+        dismiss(address);
 }
 
 void LiveLogins::invalidate(Login& login) {
@@ -83,7 +95,15 @@ void LiveLogins::enter(const Key& key, const UserAccount& account, const std::st
     login.subject = subject;
     const std::lock_guard guard(mutex_);
     admit(login);
-    live_[key].push_back(std::move(login));
+    try {
+        live_[key].push_back(login);
+    } catch (const std::bad_alloc&) {
+        // entered wholly or not at all
+        dismiss(login);
+        if (const auto found = live_.find(key); found != live_.end() && found->second.empty())
+            live_.erase(found);
+        throw;
+    }
     entered_ = true;
 }
 
@@ -94,12 +114,12 @@ void LiveLogins::renew(const Key& key, const UserAccount& account, const std::st
     if (found == live_.end())
         return;
     for (Login& login : found->second) {
-        invalidate(login);
         Login renewed = loginOf(account);
-        renewed.addresses = std::move(login.addresses);
+        renewed.addresses = login.addresses;
         note(renewed.addresses, address);
         renewed.subject = subject;
         admit(renewed);
+        invalidate(login);
         login = std::move(renewed);
     }
     entered_ = true;

@@ -82,6 +82,7 @@ class LiveLogins {
     void admit(const Login& login);
     /// Once for each admit() of the same login.
     void dismiss(const Login& login);
+    void dismiss(const std::string& address);
     void invalidate(Login& login);
 
     mutable std::mutex mutex_;  // guards what follows

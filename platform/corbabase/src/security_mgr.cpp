@@ -397,8 +397,20 @@ unsigned long CorbaSecurityMgr::CheckLengths(std::string_view user, std::string_
 }
 
 void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& user) {
-    if (state_->live.leave({user, hostInfo}))
+    const auto leave = [&] { return state_->live.leave({user, hostInfo}); };
+    bool hasLeft = false;
+    try {
+        hasLeft = leave();
+    } catch (const std::bad_alloc&) {
+        hasLeft = leave();  // one that stays would count against the quotas of its account
+    }
+    if (!hasLeft)
+        return;
+    try {
         record(kelp::oplog::SecurityEvent::LogOut, user, hostInfo, kOutcomeOk, "");
+    } catch (const std::bad_alloc& failure) {
+        traceUnusable("Logout", failure);  // the log-in has ended all the same
+    }
 }
 
 int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {

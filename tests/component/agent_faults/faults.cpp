@@ -1,12 +1,19 @@
 #include "faults.h"
 
+#include <ace/Thread_Manager.h>
 #include <dlfcn.h>
 #include <kelp/corbabase/base_config.h>
+#include <link.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 #include <stdexcept>
+#include <string>
 
 namespace kelp::test {
 
@@ -29,7 +36,51 @@ struct Countdown {
     }
 };
 
+/// Where the code of a library lies in memory.
+struct CodeRange {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    bool contains(const void* address) const {
+        const auto at = reinterpret_cast<std::uintptr_t>(address);
+        return at >= begin && at < end;
+    }
+};
+
+CodeRange codeOf(const char* library) {
+    struct Search {
+        const char* name;
+        CodeRange found;
+    } search{library, {}};
+    ::dl_iterate_phdr(
+        [](dl_phdr_info* each, std::size_t, void* argument) {
+            auto& [name, found] = *static_cast<Search*>(argument);
+            if (std::strstr(each->dlpi_name, name) == nullptr)
+                return 0;
+            for (int i = 0; i < each->dlpi_phnum; ++i) {
+                const auto& part = each->dlpi_phdr[i];
+                if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0)
+                    continue;
+                found.begin = each->dlpi_addr + part.p_vaddr;
+                found.end = found.begin + part.p_memsz;
+            }
+            return 1;
+        },
+        &search);
+    if (search.found.end == 0)
+        throw std::logic_error(std::string("not in this program: ") + library);
+    return search.found;
+}
+
+/// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread.
+bool isOfOthers(const void* caller) {
+    static const CodeRange orb = codeOf("libomniORB4.so");
+    static const CodeRange ace = codeOf("libACE");
+    return orb.contains(caller) || ace.contains(caller);
+}
+
 thread_local Countdown allocations;
+thread_local Countdown throwingAllocations;
+thread_local bool hasNoThreads = false;
 thread_local Countdown writeLocks;
 thread_local Countdown pauses;
 thread_local Gate* pauseGate = nullptr;
@@ -46,6 +97,27 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::hasHappened() const {
     return allocations.happened;
+}
+
+FailingNew::FailingNew(int nth) {
+    isOfOthers(nullptr);  // finds out now, while memory does not fail
+    throwingAllocations.arm(nth);
+}
+
+FailingNew::~FailingNew() {
+    throwingAllocations.left = 0;
+}
+
+bool FailingNew::hasHappened() const {
+    return throwingAllocations.happened;
+}
+
+NoThreads::NoThreads() {
+    hasNoThreads = true;
+}
+
+NoThreads::~NoThreads() {
+    hasNoThreads = false;
 }
 
 FailingWriteLock::FailingWriteLock(int nth) {
@@ -74,15 +146,30 @@ bool BaseConfigFaults::hasNoRootPoa = false;
 
 }  // namespace kelp::test
 
-/// Replaces the program's allocation function for what is allocated without throwing.
+/// Replaces the program's allocation functions, in all of its libraries.
+__attribute__((visibility("default"))) void* operator new(std::size_t size) {
+    using kelp::test::throwingAllocations;
+    const bool fails = throwingAllocations.left > 0 && !kelp::test::isOfOthers(__builtin_return_address(0)) &&
+                       throwingAllocations.fails();
+    void* const memory = fails ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+__attribute__((visibility("default"))) void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+__attribute__((visibility("default"))) void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+/// What is allocated without throwing.
 __attribute__((visibility("default"))) void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     if (kelp::test::allocations.fails())
         return nullptr;
-    try {
-        return ::operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
+    return std::malloc(std::max<std::size_t>(size, 1));
 }
 
 // the linker (--wrap) leads the agent's calls here
@@ -91,6 +178,22 @@ extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlo
     if (kelp::test::pauses.fails())
         kelp::test::pauseGate->pass();
     return kelp::test::writeLocks.fails() ? EDEADLK : __real_pthread_rwlock_wrlock(lock);
+}
+
+/// ACE_Thread_Manager::spawn, a member; its object comes first.
+#define KELP_ACE_SPAWN _ZN18ACE_Thread_Manager5spawnEPFPvS0_ES0_lPmS3_liS0_mPPKc
+#define KELP_JOINED_(a, b) a##b
+#define KELP_JOINED(a, b) KELP_JOINED_(a, b)
+#define KELP_SPAWN_PARAMETERS                                                                         \
+    ACE_Thread_Manager *manager, ACE_THR_FUNC body, void *argument, long flags, ACE_thread_t *thread, \
+        ACE_hthread_t *handle, long priority, int group, void *stack, size_t stackSize, const char **name
+extern "C" int KELP_JOINED(__real_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
+extern "C" int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
+extern "C" int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS) {
+    if (kelp::test::hasNoThreads)
+        return -1;
+    return KELP_JOINED(__real_, KELP_ACE_SPAWN)(manager, body, argument, flags, thread, handle, priority,
+                                                group, stack, stackSize, name);
 }
 
 namespace NS_CORBA {

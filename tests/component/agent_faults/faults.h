@@ -18,6 +18,26 @@ class FailingAllocation {
     bool hasHappened() const;
 };
 
+/// The same for the calling thread's next allocations that throw when they fail, but for those that the ORB
+/// and ACE make themselves: neither survives that.
+class FailingNew {
+  public:
+    explicit FailingNew(int nth);
+    ~FailingNew();
+    FailingNew(const FailingNew&) = delete;
+    FailingNew& operator=(const FailingNew&) = delete;
+    bool hasHappened() const;
+};
+
+/// While it lives, the agent can start no thread by ACE on the calling thread.
+class NoThreads {
+  public:
+    NoThreads();
+    ~NoThreads();
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+};
+
 /// The same for the agent's next attempts to lock a reader-writer lock for writing.
 class FailingWriteLock {
   public:

@@ -5,11 +5,13 @@
 #include <kelp/orb/poas.h>
 
 #include <cerrno>
+#include <new>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "adapter/sessionsource.h"
+#include "adapter/toppoanames.h"
 #include "faults.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
@@ -91,6 +93,100 @@ TEST_F(LogInFaults, OfMemoryAreRefusedAndUndone) {
         endSession();
     }
     EXPECT_EQ(seen, std::set<std::string>(refusals.begin(), refusals.end()));
+}
+
+/// Every allocation of a log-in fails once. What a log-in leaves is a whole session or nothing.
+class LogInWithoutMemory : public testing::TestWithParam<AgentOptions> {
+  protected:
+    /// The ORB's stubs make their nil references on first use, and keep a lock when there is no memory for
+    /// one.
+    void SetUp() override {
+        agent_.logIn(nms_);
+        endSession();
+    }
+    /// False when the log-in has fewer allocations than that.
+    bool failsDuringLogIn(int nth) {
+        const FailingNew fault(nth);
+        try {
+            agent_.logIn(nms_);
+        } catch (const CORBA::Exception&) {
+            // refused
+        } catch (const std::bad_alloc&) {
+            // before anything was made
+        }
+        return fault.hasHappened();
+    }
+    void expectWholeOrNothing() {
+        const std::size_t sessions = agent_.sessions().SessionCount();
+        EXPECT_LE(sessions, 1u);
+        EXPECT_EQ(agent_.liveLogins(nms_), sessions);
+        if (sessions == 0) {
+            EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name_); })) << "the name stays reserved";
+            EXPECT_THROW(PortableServer::POA_var(agent_.root()->find_POA(name_.c_str(), false)),
+                         PortableServer::POA::AdapterNonExistent);
+            EXPECT_TRUE(waitUntil([&] { return !agent_.sessions().IsAnybodyWaiting(); }));
+        } else {
+            EXPECT_EQ(agent_.listed(nms_)->source()->get_state(), Normal);
+        }
+    }
+    void endSession() {
+        if (const auto session =
+                ServantRef<EmsSession_IImpl>::take(agent_.sessions().GetNmsSession(nms_.hostInfo(), "admin")))
+            session->endSession();
+        EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name_); }));
+        EXPECT_EQ(agent_.liveLogins(nms_), 0u);
+    }
+
+    static constexpr int kMostAllocations = 5000;
+    RunningAgent agent_{GetParam()};
+    const TestNms& nms_{agent_.nms()};
+    const std::string name_ = sessionNameText("admin", nms_.hostInfo());
+};
+
+TEST_P(LogInWithoutMemory, LeavesNothingBehind) {
+    for (int nth = 1; failsDuringLogIn(nth); ++nth) {
+        SCOPED_TRACE(nth);
+        ASSERT_LT(nth, kMostAllocations);
+        ASSERT_NO_FATAL_FAILURE(expectWholeOrNothing());
+        endSession();
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_EQ(agent_.sessions().SessionCount(), 1u);
+    endSession();
+}
+
+TEST_P(LogInWithoutMemory, LeavesNothingOfTheSessionItReplaces) {
+    for (int nth = 1;; ++nth) {
+        SCOPED_TRACE(nth);
+        ASSERT_LT(nth, kMostAllocations);
+        agent_.logIn(nms_);
+        const bool hasFailed = failsDuringLogIn(nth);
+        expectWholeOrNothing();
+        endSession();
+        ASSERT_FALSE(HasFailure());
+        if (!hasFailed)
+            break;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Strategies, LogInWithoutMemory,
+                         testing::Values(AgentOptions().with(0, true), AgentOptions().with(1, false),
+                                         AgentOptions().with(2, false)));
+
+TEST(LogInWithoutAThread, ThatWouldWaitForItsNmsIsRefused) {
+    RunningAgent agent(AgentOptions().with(2, false));
+    const TestNms& nms = agent.nms();
+    {
+        const NoThreads fault;
+        EXPECT_EQ(refusalOf([&] { agent.logIn(nms); }), 0x411800BAul);
+    }
+    EXPECT_EQ(agent.sessions().SessionCount(), 0u);
+    EXPECT_EQ(agent.liveLogins(nms), 0u);
+    EXPECT_FALSE(agent.sessions().IsAnybodyWaiting());
+    const std::string name = sessionNameText("admin", nms.hostInfo());
+    EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name); }));
+    agent.logIn(nms);
+    EXPECT_EQ(agent.sessions().SessionCount(), 1u);
 }
 
 TEST_F(LogInFaults, OfTheServantManagersFailTheWholeInitialisation) {

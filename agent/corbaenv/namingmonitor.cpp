@@ -4,6 +4,7 @@
 #include "util/tracepoint.h"
 
 #include <kelp/agent/corba_agent_config.h>
+#include <kelp/agent/read_ahead.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/naming_watch.h>
 #include <kelp/corbabase/trace.h>
@@ -151,6 +152,7 @@ ACE_THR_FUNC_RETURN NamingMonitor::Run(void*) {
     NamingMonitor monitor(own.in());
     while (awaitRound(AgentState::instance())) {
         try {
+            ReadAheadHolders::dropStale(std::chrono::steady_clock::now());
             monitor.Round();
         } catch (const std::exception& ex) {
             tracePoint(kSubject);

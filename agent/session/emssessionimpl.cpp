@@ -18,8 +18,9 @@ namespace {
 constexpr const char* kSubject = "emssessionimpl";
 constexpr int kReleaseBySilence = 2;
 
-std::string nmsName(const SessionSource* source) {
-    return source == nullptr ? std::string("unknown") : source->get_ip_and_port();
+/// Borrowed from the source. A destructor asks, so this takes no memory.
+const char* nmsName(const SessionSource* source) {
+    return source == nullptr ? "unknown" : source->get_ip_and_port().c_str();
 }
 
 bool releasesBySilence() {
@@ -31,13 +32,13 @@ bool releasesBySilence() {
 EmsSession_IImpl::EmsSession_IImpl(SessionSource* source) : source_(source) {
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[EmsSession_IImpl::EmsSession_IImpl] EmsSession for NMS-<%s> has been constructured!",
-                      nmsName(source).c_str());
+                      nmsName(source));
 }
 
 EmsSession_IImpl::~EmsSession_IImpl() {
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<%s> has been destroyed!",
-                      nmsName(source_.get()).c_str());
+                      nmsName(source_.get()));
 }
 
 session::Session_I_ptr EmsSession_IImpl::associatedSession() {
@@ -51,8 +52,7 @@ void EmsSession_IImpl::ping() {
     if (!NS_CORBA::IsDebugKept(3))
         return;
     tracePoint(kSubject);
-    NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!",
-                              nmsName(source_.get()).c_str());
+    NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!", nmsName(source_.get()));
 }
 
 void EmsSession_IImpl::endSession() {

@@ -4,33 +4,100 @@
 
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/orb/request.h>
 
-#include <atomic>
-#include <utility>
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <vector>
 
 namespace NS_KELPCORBA {
 namespace {
 
-std::atomic<int> placesTaken{0};
+struct Places {
+    std::mutex mutex;
+    int taken = 0;
+    std::map<std::string, int> ofOwner;
+};
+
+// never destroyed: a reader may outlive main
+Places& places() {
+    static auto* const instance = new Places;
+    return *instance;
+}
+
+struct Holders {
+    std::mutex mutex;
+    std::map<const ReadAheadHolder*, std::weak_ptr<ReadAheadHolder>> all;
+
+    void forgetGone() {
+        std::erase_if(all, [](const auto& each) { return each.second.expired(); });
+    }
+};
+
+Holders& holders() {
+    static auto* const instance = new Holders;
+    return *instance;
+}
 
 }  // namespace
 
-ReadAheadPlace ReadAheadPlace::take() {
+std::string readAheadOwner() {
+    return kelp::orb::networkOf(kelp::orb::currentPeer());
+}
+
+ReadAheadPlace ReadAheadPlace::take(const std::string& owner) {
+    const int most = NS_CORBA::CorbaBaseAgentConfig::Instance()->IteratorReadAhead();
+    const int mostOfOwner = std::max((most + 1) / 2, 1);
     ReadAheadPlace place;
-    const int places = NS_CORBA::CorbaBaseAgentConfig::Instance()->IteratorReadAhead();
-    int taken = placesTaken.load();
-    while (taken < places && !place.isTaken_)
-        place.isTaken_ = placesTaken.compare_exchange_weak(taken, taken + 1);
+    place.owner_ = owner;
+    const std::lock_guard guard(places().mutex);
+    if (places().taken >= most)
+        return place;
+    if (!owner.empty()) {
+        int& own = places().ofOwner[owner];
+        if (own >= mostOfOwner)
+            return place;
+        ++own;
+    }
+    ++places().taken;
+    place.isTaken_ = true;
     return place;
 }
 
 void ReadAheadPlace::giveBack() {
-    if (std::exchange(isTaken_, false))
-        --placesTaken;
+    if (!std::exchange(isTaken_, false))
+        return;
+    const std::lock_guard guard(places().mutex);
+    --places().taken;
+    const auto own = places().ofOwner.find(owner_);
+    if (own != places().ofOwner.end() && --own->second == 0)
+        places().ofOwner.erase(own);
 }
 
 int ReadAheadPlace::taken() {
-    return placesTaken.load();
+    const std::lock_guard guard(places().mutex);
+    return places().taken;
+}
+
+void ReadAheadHolders::enter(const std::shared_ptr<ReadAheadHolder>& holder) {
+    const std::lock_guard guard(holders().mutex);
+    // at the address of one that has gone there may be another
+    holders().all.insert_or_assign(holder.get(), holder);
+}
+
+void ReadAheadHolders::dropStale(ReadAheadHolder::Time now) {
+    std::vector<std::shared_ptr<ReadAheadHolder>> living;
+    {
+        const std::lock_guard guard(holders().mutex);
+        holders().forgetGone();
+        for (const auto& [address, holder] : holders().all)
+            living.push_back(holder.lock());
+    }
+    for (const std::shared_ptr<ReadAheadHolder>& each : living) {
+        if (each)
+            each->dropAheadOlderThan(now - kReadAheadKept);
+    }
 }
 
 bool readAheadLater(std::function<void()> work) {

@@ -23,6 +23,14 @@ class ChainedList final : public NS_KELPCORBA::ListSource<Sequence> {
         if (entries.length() == before)
             second_->read(most, entries);
     }
+    bool keepWayBack(bool keep) override {
+        const bool first = first_->keepWayBack(keep);
+        return second_->keepWayBack(keep) && first;
+    }
+    void goBack() override {
+        first_->goBack();
+        second_->goBack();
+    }
     /// The same for both: it is the entry that counts.
     std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
         return first_->encodedSize(entries, index);

@@ -6,8 +6,10 @@
 
 #include <kelp/agent/typed_iterator.h>
 #include <kelp/inventory/row_ids.h>
+#include <kelp/util/stopping.h>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace kelp::managers {
@@ -45,11 +47,28 @@ class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
         : inventory_(std::move(from)), ids_(std::move(ids)) {}
 
     CORBA::ULong left() const override { return static_cast<CORBA::ULong>(ids_.count()); }
-    /// Until there is at least one or none is left: rows that are gone are passed over.
+    /// Until there is at least one or none is left: rows that are gone are passed over. There may be a
+    /// million of them, so the list ends with TRANSIENT when the process stops meanwhile.
     void read(CORBA::ULong most, Sequence& entries) override {
         const CORBA::ULong before = entries.length();
-        while (most > 0 && !ids_.empty() && entries.length() == before)
-            Append(*inventory_, ids_.take(most), entries);
+        while (most > 0 && !ids_.empty() && entries.length() == before) {
+            if (util::isStopGraceOver())
+                throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+            const inventory::RowIds next = ids_.take(most);
+            if (taken_)
+                taken_->append(next);
+            Append(*inventory_, next, entries);
+        }
+    }
+    bool keepWayBack(bool keep) override {
+        taken_.reset();
+        if (keep)
+            taken_.emplace();
+        return true;
+    }
+    void goBack() override {
+        ids_.putBack(*taken_);
+        taken_->clear();
     }
     std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
         return managers::encodedSize(entries[index]);
@@ -58,6 +77,7 @@ class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
   private:
     const std::shared_ptr<inventory::Inventory> inventory_;
     inventory::RowIds ids_;
+    std::optional<inventory::RowIds> taken_;  ///< while the way back is kept
 };
 
 /// The standard's structures.

@@ -28,6 +28,8 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
     std::shared_ptr<const void> held;
     /// So many at the end turn out to be gone.
     CORBA::ULong gone = 0;
+    /// Whether what was read can be read again.
+    bool canGoBack = true;
 
     CORBA::ULong left() const override { return count_ - read_; }
     void read(CORBA::ULong wanted, globaldefs::NamingAttributesList_T& entries) override {
@@ -45,6 +47,11 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
             entries[at][0].value = CORBA::string_dup(std::to_string(read_).c_str());
         }
     }
+    bool keepWayBack(bool keep) override {
+        wayBack_ = keep ? read_ : 0;
+        return canGoBack;
+    }
+    void goBack() override { read_ = wayBack_; }
     std::size_t encodedSize(const globaldefs::NamingAttributesList_T&, CORBA::ULong) const override {
         return size;
     }
@@ -52,6 +59,7 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
   private:
     const CORBA::ULong count_;
     CORBA::ULong read_ = 0;
+    CORBA::ULong wayBack_ = 0;
 };
 
 /// The number of each name.

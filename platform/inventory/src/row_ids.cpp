@@ -8,6 +8,11 @@ void RowIds::append(std::int64_t id) {
     append(IdRange{id, 1});
 }
 
+void RowIds::append(const RowIds& more) {
+    for (const IdRange& each : more.ranges())
+        append(each);
+}
+
 void RowIds::append(IdRange range) {
     count_ += range.count;
     if (ranges_.size() > used_ && ranges_.back().last() + 1 == range.first)
@@ -33,6 +38,12 @@ RowIds RowIds::take(std::uint64_t most) {
         used_ = 0;
     }
     return taken;
+}
+
+void RowIds::putBack(const RowIds& taken) {
+    const std::span<const IdRange> first = taken.ranges();
+    ranges_.insert(ranges_.begin() + static_cast<std::ptrdiff_t>(used_), first.begin(), first.end());
+    count_ += taken.count_;
 }
 
 }  // namespace kelp::inventory

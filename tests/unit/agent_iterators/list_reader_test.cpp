@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <kelp/agent/list_reader.h>
+#include <kelp/bundlemgr/config_store.h>
 
 #include "queued_work.h"
 #include "support/numbered_names.h"
@@ -25,7 +26,10 @@ class ListReaderTest : public testing::Test {
         work_ = work.get();
         KelpAppMgr::Instance()->TMDynInsertTaskMgr(work.release());
     }
-    ~ListReaderTest() override { KelpAppMgr::Instance()->Exit(); }
+    ~ListReaderTest() override {
+        KelpAppMgr::Instance()->Exit();
+        NS_BUNDLEMGR1::ConfigStore::instance().reset();
+    }
 
     std::shared_ptr<Reader> list(CORBA::ULong count) {
         auto source = std::make_unique<NumberedNames>(count);
@@ -205,6 +209,119 @@ TEST_F(ListReaderTest, ReadsNothingAheadWhenToldSo) {
     EXPECT_EQ(next(reader, 3), numbers(1, 3));
     EXPECT_EQ(work_->size(), 0u);
     EXPECT_EQ(next(reader, 3), numbers(4, 6));
+}
+
+// -- batches that nobody fetches
+// ---------------------------------------------------------------------------------
+
+/// As if so much time had passed.
+void passes(std::chrono::seconds time) {
+    NS_KELPCORBA::ReadAheadHolders::dropStale(std::chrono::steady_clock::now() + time);
+}
+
+TEST_F(ListReaderTest, GivesUpABatchThatIsNotFetchedForAMinute) {
+    const auto reader = list(10);
+    next(reader, 3);
+    work_->doOne();
+    passes(std::chrono::seconds(59));
+    EXPECT_EQ(ReadAheadPlace::taken(), 1);
+    EXPECT_EQ(source_->left(), 4u);
+    passes(std::chrono::seconds(61));
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+    EXPECT_EQ(source_->left(), 7u) << "it is to be read again";
+    EXPECT_EQ(next(reader, 3), numbers(4, 6)) << "nothing is lost";
+    work_->doOne();
+    EXPECT_EQ(next(reader, 9), numbers(7, 9));
+    EXPECT_EQ(next(reader, 9), numbers(10, 10));
+}
+
+TEST_F(ListReaderTest, GivesUpAReadThatHasNotBegunInAMinute) {
+    const auto reader = list(10);
+    next(reader, 3);
+    passes(std::chrono::seconds(61));
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+    work_->doOne();
+    EXPECT_EQ(source_->left(), 7u) << "it has lost its place";
+    EXPECT_EQ(next(reader, 3), numbers(4, 6));
+}
+
+TEST_F(ListReaderTest, GivesUpABatchWithEntriesThatWereHeldBefore) {
+    const auto reader = list(20);
+    next(reader, 5);
+    work_->doOne();
+    EXPECT_EQ(next(reader, 3), numbers(6, 8));
+    // 9 and 10 have been read and not given, 11 comes from the source
+    work_->doOne();
+    EXPECT_EQ(source_->left(), 9u);
+    passes(std::chrono::seconds(61));
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+    EXPECT_EQ(source_->left(), 10u);
+    EXPECT_EQ(next(reader, 20), numbers(9, 20));
+}
+
+TEST_F(ListReaderTest, KeepsABatchThatCannotBeReadAgain) {
+    const auto reader = list(10);
+    source_->canGoBack = false;
+    next(reader, 3);
+    work_->doOne();
+    passes(std::chrono::seconds(61));
+    EXPECT_EQ(ReadAheadPlace::taken(), 1);
+    EXPECT_EQ(next(reader, 3), numbers(4, 6));
+}
+
+TEST_F(ListReaderTest, KeepsWhatFailedAheadWithoutAPlace) {
+    const auto reader = list(10);
+    source_->failsAt = 5;
+    next(reader, 3);
+    work_->doOne();
+    passes(std::chrono::seconds(61));
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+    EXPECT_EQ(next(reader, 3), std::vector<int>{kFailed});
+}
+
+TEST_F(ListReaderTest, ForgetsReadersThatHaveGone) {
+    auto reader = list(10);
+    next(reader, 3);
+    work_->doOne();
+    reader.reset();
+    passes(std::chrono::seconds(61));
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+}
+
+TEST(ReadAheadPlaces, AreHalfOfThemForOneOwner) {
+    configure("[iterator]\nread_ahead = 5\n");
+    std::vector<ReadAheadPlace> taken;
+    for (int i = 0; i < 3; ++i) {
+        taken.push_back(ReadAheadPlace::take("192.0.2.1"));
+        EXPECT_TRUE(taken.back()) << i;
+    }
+    EXPECT_FALSE(ReadAheadPlace::take("192.0.2.1"));
+    for (int i = 0; i < 2; ++i) {
+        taken.push_back(ReadAheadPlace::take("192.0.2.2"));
+        EXPECT_TRUE(taken.back()) << i;
+    }
+    EXPECT_FALSE(ReadAheadPlace::take("192.0.2.3")) << "all are taken";
+    taken.erase(taken.begin());
+    EXPECT_TRUE(ReadAheadPlace::take("192.0.2.1")) << "it has given one back";
+    taken.clear();
+    EXPECT_EQ(ReadAheadPlace::taken(), 0);
+}
+
+TEST(ReadAheadPlaces, AreOneForAnybodyWhenThereIsOne) {
+    configure("[iterator]\nread_ahead = 1\n");
+    const ReadAheadPlace only = ReadAheadPlace::take("192.0.2.1");
+    EXPECT_TRUE(only);
+    EXPECT_FALSE(ReadAheadPlace::take("192.0.2.2"));
+}
+
+TEST(ReadAheadPlaces, AreAllForCallersInsideTheProcess) {
+    configure("[iterator]\nread_ahead = 4\n");
+    std::vector<ReadAheadPlace> taken;
+    for (int i = 0; i < 4; ++i) {
+        taken.push_back(ReadAheadPlace::take());
+        EXPECT_TRUE(taken.back());
+    }
+    EXPECT_FALSE(ReadAheadPlace::take());
 }
 
 }  // namespace

@@ -56,5 +56,28 @@ TEST(RowIds, GoOnWhereTheyWereTaken) {
     EXPECT_THAT(rangesOf(ids), ElementsAre(IdRange{3, 1}));
 }
 
+TEST(RowIds, ComeFirstAgainWhenTheyArePutBack) {
+    RowIds ids = idsOf({1, 2, 3, 10, 11, 20});
+    RowIds taken = ids.take(1);
+    taken.append(ids.take(3));
+    EXPECT_THAT(rangesOf(taken), ElementsAre(IdRange{1, 3}, IdRange{10, 1}));
+    ids.putBack(taken);
+    EXPECT_EQ(ids.count(), 6u);
+    std::vector<std::int64_t> order;
+    while (!ids.empty())
+        order.push_back(ids.take(1).ranges().front().first);
+    EXPECT_THAT(order, ElementsAre(1, 2, 3, 10, 11, 20));
+}
+
+TEST(RowIds, MayAllBePutBack) {
+    RowIds ids = idsOf({1, 2});
+    const RowIds taken = ids.take(5);
+    EXPECT_TRUE(ids.empty());
+    ids.putBack(taken);
+    EXPECT_THAT(rangesOf(ids), ElementsAre(IdRange{1, 2}));
+    ids.clear();
+    EXPECT_TRUE(ids.empty());
+}
+
 }  // namespace
 }  // namespace kelp::inventory

@@ -20,6 +20,13 @@ class ListSource {
     virtual CORBA::ULong left() const = 0;
     /// Appends the next entries to `entries`, at most `most`: one at least, unless none is left afterwards.
     virtual void read(CORBA::ULong most, Sequence& entries) = 0;
+    /// From here on (`keep`) what is read may have to be read again, or no longer. False: it cannot be.
+    virtual bool keepWayBack(bool keep) {
+        static_cast<void>(keep);
+        return false;
+    }
+    /// Back to where keepWayBack(true) was called last; only when that returned true.
+    virtual void goBack() {}
     /// What entries[index] takes in a message, in bytes; rather too much than too little.
     virtual std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const = 0;
 };
@@ -66,6 +73,33 @@ class ListBatches {
     /// A batch that is not wanted as it is: its entries come first next time.
     void putBack(Sequence& batch) { hold(batch, 0); }
 
+    /// Before a batch that goBack() may undo, until forgetMark().
+    void mark() {
+        sourceLeftAtMark_ = source_->left();
+        heldAtMark_ = heldLeft();
+        mayGoBack_ = source_->keepWayBack(true);
+    }
+    void forgetMark() {
+        source_->keepWayBack(false);
+        mayGoBack_ = false;
+    }
+    /// Undoes the reading of `batch`, the only one since the mark: its entries come first next time, and take
+    /// no memory until then, since the source reads them again. False: it cannot, and nothing has changed.
+    bool goBack(Sequence& batch) {
+        if (!mayGoBack_)
+            return false;
+        if (source_->left() != sourceLeftAtMark_) {
+            source_->goBack();
+            // those that were held came first; the others, and what did not fit, come from the source again
+            batch.length(std::min(heldAtMark_, batch.length()));
+            held_ = Sequence();
+            heldAt_ = 0;
+        }
+        hold(batch, 0);
+        forgetMark();
+        return true;
+    }
+
   private:
     static constexpr CORBA::ULong kFirstStep = 64;
     static constexpr CORBA::ULong kLongestStep = 1000;
@@ -105,6 +139,9 @@ class ListBatches {
     const Limits limits_;
     Sequence held_;
     CORBA::ULong heldAt_ = 0;
+    CORBA::ULong sourceLeftAtMark_ = 0;
+    CORBA::ULong heldAtMark_ = 0;
+    bool mayGoBack_ = false;
 };
 
 }  // namespace NS_KELPCORBA

@@ -7,6 +7,7 @@
 #include <kelp/util/export.h>
 
 #include <atomic>
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -22,10 +23,11 @@ KELP_EXPORT void traceNothingAhead(const char* what);
 
 /// A list that an NMS walks through. While the NMS works on a batch the next one of the same size is read by
 /// a worker, if one of the few places for such batches is free; all entries come once and in their order
-/// whatever is asked for next. Held by a shared pointer, since a read that runs may outlive who began it.
-/// Any thread; calls are served one after the other.
+/// whatever is asked for next. A batch that nobody asks for is let go of after a minute if it can be read
+/// again. Held by a shared pointer, since a read that runs may outlive who began it. Any thread; calls are
+/// served one after the other.
 template <class Sequence>
-class ListReader final : public std::enable_shared_from_this<ListReader<Sequence>> {
+class ListReader final : public ReadAheadHolder, public std::enable_shared_from_this<ListReader<Sequence>> {
   public:
     /// No entries: they could not be read, which is traced.
     struct Batch {
@@ -76,6 +78,19 @@ class ListReader final : public std::enable_shared_from_this<ListReader<Sequence
     /// Nobody will ask any more: no further read begins. Does not wait for one that runs.
     void abandon() { isWanted_ = false; }
 
+    void dropAheadOlderThan(Time time) override {
+        const std::unique_lock guard(mutex_, std::try_to_lock);
+        if (!guard || !place_ || aheadSince_ >= time)
+            return;  // a call is served, and will have it, or there is none
+        ++turn_;     // one that is still queued is not read at all
+        if (ahead_ && ahead_->entries) {
+            if (!batches_ || !batches_->goBack(*ahead_->entries))
+                return;
+            ahead_.reset();
+        }
+        place_.giveBack();
+    }
+
   private:
     Batch takeNext(CORBA::ULong howMany) {
         ++turn_;  // a read that is queued still has come too late
@@ -83,6 +98,7 @@ class ListReader final : public std::enable_shared_from_this<ListReader<Sequence
         place_.giveBack();
         if (!ahead)
             return read(*batches_, howMany);
+        batches_->forgetMark();
         if (!ahead->entries || ahead->entries->length() <= howMany)
             return std::move(*ahead);
         batches_->putBack(*ahead->entries);
@@ -91,7 +107,10 @@ class ListReader final : public std::enable_shared_from_this<ListReader<Sequence
     /// The batch that was read is given, whatever becomes of the next one.
     void lookAhead(CORBA::ULong howMany) {
         try {
-            place_ = ReadAheadPlace::take();
+            place_ = ReadAheadPlace::take(readAheadOwner());
+            aheadSince_ = std::chrono::steady_clock::now();
+            if (place_)
+                ReadAheadHolders::enter(this->shared_from_this());
             if (place_ && readAheadLater([self = this->shared_from_this(), turn = turn_, howMany] {
                     self->readAhead(turn, howMany);
                 }))
@@ -103,14 +122,17 @@ class ListReader final : public std::enable_shared_from_this<ListReader<Sequence
     }
     void readAhead(unsigned long turn, CORBA::ULong howMany) {
         const std::lock_guard guard(mutex_);
-        if (isWanted_ && batches_ && turn == turn_)
-            ahead_ = read(*batches_, howMany);
+        if (!isWanted_ || !batches_ || turn != turn_)
+            return;
+        batches_->mark();
+        ahead_ = read(*batches_, howMany);
     }
 
     std::mutex mutex_;                                // one batch at a time; guards all but isWanted_
     std::unique_ptr<ListBatches<Sequence>> batches_;  // none when the list is over
     std::optional<Batch> ahead_;
     ReadAheadPlace place_;    // of ahead_, taken before it is read
+    Time aheadSince_{};       // when the place was taken
     unsigned long turn_ = 0;  // of calls to next
     std::atomic<bool> isWanted_{true};
 };

@@ -23,6 +23,7 @@ struct IdRange {
 class KELP_EXPORT RowIds {
   public:
     void append(std::int64_t id);
+    void append(const RowIds& more);
 
     std::uint64_t count() const { return count_; }
     bool empty() const { return count_ == 0; }
@@ -30,6 +31,9 @@ class KELP_EXPORT RowIds {
 
     /// Takes the next rows out, `most` of them or as many as are left. Costs what it takes, not what is left.
     RowIds take(std::uint64_t most);
+    /// What take() has taken out comes first again.
+    void putBack(const RowIds& taken);
+    void clear() { *this = RowIds(); }
 
   private:
     void append(IdRange range);

@@ -228,9 +228,24 @@ bool isNamingServed() {
            NS_CORBA::CorbaBaseAgentConfig::Instance()->IsNamingServiceEmbedded();
 }
 
+/// Managers that NMS are to be offered but will be refused: a configuration from before a bundle existed
+/// names all bundles but that one.
+void warnOfMissingManagers() {
+    const NS_CORBA::NorthMgrMap* const there = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetNorthMgrMap();
+    std::string missing;
+    for (const std::string& name : ConfigStore::instance().texts("managers.offered")) {
+        if (there == nullptr || !there->contains(name))
+            missing += (missing.empty() ? "" : ", ") + name;
+    }
+    if (!missing.empty())
+        trace(__LINE__, "warning: [managers] offered names managers that no bundle in [bundles] load has (" +
+                            missing + "); kelp_unimplemented has all that nobody implements");
+}
+
 void runUntilStopped(SignalWatch& signals) {
     const std::string address = isNamingServed() ? configuredNamingAddress() : "nowhere: no bundle serves it";
     trace(__LINE__, "the naming service is at " + address);
+    warnOfMissingManagers();
     const std::string whyNotFound = awaitFactoryEntry(signals);
     if (!signals.isStopAskedFor()) {
         trace(__LINE__, "kelpd is ready");

@@ -110,6 +110,8 @@ TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
     EXPECT_EQ(reply[16], 1);
     EXPECT_TRUE(output_.contains("the naming service is at corbaloc:iiop:1.2@" + namingPort_.hostAndPort() +
                                  "/NameService"));
+    EXPECT_TRUE(output_.contains("no bundle in [bundles] load has (ManagedElement, MultiLayerSubnetwork, "))
+        << output_.text();
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 0);
 }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include "channel_fixture.h"
 
@@ -61,6 +62,8 @@ class Stress : public ChannelFixture {
     Stress() {
         settings_.queueEventsMax = 500;
         settings_.delivery.pushTimeout = std::chrono::seconds(5);
+        settings_.delivery.deadAfter = std::chrono::milliseconds(500);
+        settings_.perAddress.consumers = 100000;  // those that have stopped pulling stay for a while
     }
 };
 
@@ -80,12 +83,17 @@ class RestlessNms {
     bool run(Clock::time_point end) {
         while (Clock::now() < end) {
             try {
-                if (below(4) == 0)
+                const int kind = below(6);
+                if (kind == 0)
+                    withPulls(end);
+                else if (kind == 1)
                     withBatches(end);
                 else
                     withSingleEvents(end);
             } catch (const CORBA::OBJECT_NOT_EXIST&) {
                 // its proxy was taken away because its consumer had died
+            } catch (const CosEventComm::Disconnected&) {
+                // likewise, during the call
             }
         }
         return inOrder_;
@@ -135,6 +143,30 @@ class RestlessNms {
         proxy->disconnect_sequence_push_supplier();
         inOrder_ = inOrder_ && servant->inOrder;
         deactivate(servant);
+    }
+
+    void withPulls(Clock::time_point end) {
+        ProxyID id = 0;
+        const ProxySupplier_var made = admin_->obtain_notification_pull_supplier(SEQUENCE_EVENT, id);
+        const SequenceProxyPullSupplier_var proxy = SequenceProxyPullSupplier::_narrow(made.in());
+        proxy->set_qos(property(CosNotification::MaximumBatchSize, CORBA::Long(1 + below(50))));
+        proxy->set_qos(
+            property(CosNotification::Timeout, CORBA::ULongLong(10'000u) * CORBA::ULongLong(below(20))));
+        proxy->connect_sequence_pull_consumer(CosNotifyComm::SequencePullConsumer::_nil());
+        Counter counter;
+        for (int pulls = below(30); pulls > 0 && Clock::now() < end; --pulls) {
+            CORBA::Boolean has = false;
+            const CosNotification::EventBatch_var batch = proxy->try_pull_structured_events(100, has);
+            for (CORBA::ULong i = 0; i < batch->length(); ++i)
+                counter.count(std::as_const(*batch.operator->())[i]);
+            if (below(10) == 0)
+                proxy->set_qos(property(CosNotification::PacingInterval,
+                                        CORBA::ULongLong(10'000u) * CORBA::ULongLong(below(5))));
+        }
+        // or it is given up some time after it has stopped pulling
+        if (below(2) == 0)
+            proxy->disconnect_sequence_pull_supplier();
+        inOrder_ = inOrder_ && counter.inOrder;
     }
 
     template <class Proxy>
@@ -238,6 +270,7 @@ TEST_F(Stress, LeavesASteadyConsumerEveryEventInOrderAndTheCountsTrue) {
                 if (each.sent != each.delivered + each.lost + each.queued)
                     countsTrue = false;
             (void)channel().isDrained();
+            channel().review(Clock::now());
             std::this_thread::yield();
         }
     });

@@ -18,12 +18,6 @@ find_library(ACE_LIBRARY ACE REQUIRED)
 add_library(kelp_ace INTERFACE)
 target_link_libraries(kelp_ace INTERFACE ${ACE_LIBRARY} Threads::Threads)
 add_library(ace::ace ALIAS kelp_ace)
-# the parser of filters' constraints
-find_library(ACE_ETCL_LIBRARY ACE_ETCL REQUIRED)
-find_library(ACE_ETCL_PARSER_LIBRARY ACE_ETCL_Parser REQUIRED)
-add_library(kelp_ace_etcl INTERFACE)
-target_link_libraries(kelp_ace_etcl INTERFACE ${ACE_ETCL_PARSER_LIBRARY} ${ACE_ETCL_LIBRARY} ace::ace)
-add_library(ace::etcl ALIAS kelp_ace_etcl)
 
 if(KELP_TESTS)
     find_package(GTest REQUIRED)

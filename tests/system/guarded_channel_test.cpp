@@ -106,6 +106,33 @@ TEST_F(GuardedChannel, AnNmsThatHasLoggedOutGetsNoMoreEvents) {
     EXPECT_EQ(host.stop(), 0);
 }
 
+TEST_F(GuardedChannel, AnNmsThatHasLoggedOutBesideAnotherAtItsAddressLosesWhatItOwned) {
+    NmsProcess neighbour(host);
+    neighbour.logIn(0, "alice");
+    neighbour.follow(0);
+    raise();
+    ASSERT_TRUE(eventually([&] { return eventsOf(neighbour) == 1; }));
+    neighbour.end(0);
+    ASSERT_TRUE(host.log().waitFor("of 127.0.0.1 is dropped: the log-in of alice at "));
+    raise();
+    ASSERT_TRUE(eventually([&] { return eventsOf(*here) == 3; })) << "the other one goes on";
+    EXPECT_EQ(eventsOf(neighbour), 1);
+    EXPECT_EQ(host.stop(), 0);
+}
+
+TEST_F(GuardedChannel, CallsOnTheChannelAreRecordedWithUserAndNms) {
+    here->unfollow(0);
+    here->follow(0);
+    EXPECT_EQ(host.stop(), 0);
+    LogFile told(host.scratch("oplog"));
+    Launch oplog = host.launch(KELPCTL, {"--config", host.configFile().string(), "oplog", "--user", "bob",
+                                         "--operation", "obtain_notification_push_supplier", "--json"});
+    oplog.output = told.file();
+    EXPECT_EQ(runToEnd(oplog), 0);
+    EXPECT_THAT(told.text(), HasSubstr("channel"));
+    EXPECT_THAT(told.text(), HasSubstr("\"bob\""));
+}
+
 TEST_F(GuardedChannel, ADisabledUsersNmsGetsNoMoreEvents) {
     host.user({"disable", "alice"});
     expectTheHelperIsDropped();

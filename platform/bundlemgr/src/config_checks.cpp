@@ -139,6 +139,12 @@ void checkNaming(ConfigDocument& document) {
 }
 
 void checkNotification(ConfigDocument& document) {
+    for (const std::string& entry : textsOf(document, "notification.suppliers")) {
+        if (!isNetwork(entry))
+            document.addProblem(
+                "notification.suppliers",
+                shown(entry) + " is no network: write an IPv4 or IPv6 address, or address/prefix length");
+    }
     if (textOf(document, "notification.mode") != "external")
         return;
     const std::string& host = textOf(document, "notification.host");

@@ -236,6 +236,33 @@ std::vector<ConfigKey> serviceKeys() {
                    "NO_RESOURCES. They count until they are destroyed."),
         integerKey("notification", "filters_per_address_max", 5000, 1, 1000000, restart,
                    "The same for filters, of which the channel has 10000 at most."),
+        integerKey("notification", "consumers_per_login_max", 200, 1, 1000000, restart,
+                   "Proxies of consumers that one log-in may have in the channel at the same time; beyond, "
+                   "AdminLimitExceeded. What is made over a connection whose log-in is not known counts for "
+                   "its address."),
+        integerKey("notification", "admins_per_login_max", 50, 1, 1000000, restart,
+                   "Admins that one log-in may have; beyond, NO_RESOURCES."),
+        integerKey("notification", "filters_per_login_max", 500, 1, 1000000, restart,
+                   "Filters that one log-in may have; beyond, NO_RESOURCES."),
+        integerKey("notification", "constraints_per_login_max", 2000, 1, 1000000, restart,
+                   "Constraints of all filters of one log-in together, of which a filter has 200 at most; "
+                   "beyond, NO_RESOURCES."),
+        integerKey("notification", "constraint_bytes_max", 8192, 64, 1048576, restart,
+                   "Longest constraint with the names of its event types, in bytes; a longer one is an "
+                   "InvalidConstraint."),
+        integerKey("notification", "constraint_cost_max", 20000, 10, 100000000, restart,
+                   "Most steps that evaluating a constraint may need, estimated from its text (about 1 for "
+                   "each operator and step of a path, 50 for a sequence that is searched); a more costly one "
+                   "is an InvalidConstraint."),
+        integerKey("notification", "evaluation_cost_max", 50000, 10, 100000000, restart,
+                   "Most steps that the filters of one consumer may take for one event; one that takes more "
+                   "does not match."),
+        integerKey("notification", "filter_threads", 2, 2, 64, restart,
+                   "Most threads that filter events for consumers; one log-in has all but one of them at "
+                   "most."),
+        textsKey("notification", "suppliers", {}, {}, restart,
+                 "Networks (address or address/prefix length) whose hosts may push events into the channel, "
+                 "if they are logged in; others get NO_PERMISSION from supplier admins."),
         flagKey("notification", "alarm_log", false, restart, "Write every alarm taken in to the alarm log."),
         flagKey("notification", "fill_ne_time", true, restart,
                 "Give an event whose source says no neTime its emsTime as neTime: some NMS compute with it. "

@@ -3,11 +3,13 @@
 #include <kelp/notification/channel.h>
 
 #include "event_channel_link.h"
+#include "oss_networks.h"
 
 namespace NS_CORBA {
 
 /// The channel of this process, configured by [notification]. Only peers at addresses that somebody is logged
-/// in from may use it; one that loses its last log-in has a ping interval to come back, then its proxies go.
+/// in from may use it. What an NMS makes in it is its log-in's; when that has ended it has a ping interval to
+/// come back, then everything goes.
 class EmbeddedLink final : public EventChannelLink {
   public:
     /// Makes the channel. Throws what the ORB throws. `listener` must outlive it.
@@ -30,8 +32,15 @@ class EmbeddedLink final : public EventChannelLink {
   private:
     class LoggedInPeers final : public kelp::notification::Guard {
       public:
+        LoggedInPeers();
         bool mayUse(const kelp::orb::PeerAddress& peer) const override;
         bool mayCall(CORBA::Object_ptr reference) const override;
+        bool maySupply(const kelp::orb::PeerAddress& peer) const override;
+        std::vector<kelp::notification::LogIn> logInsOf(const kelp::orb::RequestInfo& request) const override;
+        bool isLive(const std::string& logIn) const override;
+
+      private:
+        OssNetworks suppliers_;
     };
 
     const LoggedInPeers guard_;  // used by the channel to its end

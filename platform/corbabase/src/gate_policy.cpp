@@ -6,9 +6,13 @@
 #include <string>
 #include <utility>
 
+#include "connection_log_ins.h"
+
 namespace NS_CORBA {
 
 bool GatePolicy::admits(const kelp::orb::PeerAddress& peer) {
+    // the end of an earlier connection from this port may be noticed late
+    ConnectionLogIns::Instance().Forget(peer);
     return access_.allows(peer);
 }
 
@@ -23,6 +27,10 @@ void GatePolicy::refused(const kelp::orb::PeerAddress& peer, std::string_view re
     record.peer = peer.withPort;
     record.outcome = std::string(reason);
     AuditTrail::Instance().Write(std::move(record));
+}
+
+void GatePolicy::ended(const kelp::orb::PeerAddress& peer) {
+    ConnectionLogIns::Instance().Forget(peer);
 }
 
 }  // namespace NS_CORBA

@@ -17,6 +17,7 @@ class GatePolicy final : public kelp::orb::GatePolicy {
     bool admits(const kelp::orb::PeerAddress& peer) override;
     bool isLoggedIn(const kelp::orb::PeerAddress& peer) override;
     void refused(const kelp::orb::PeerAddress& peer, std::string_view reason) override;
+    void ended(const kelp::orb::PeerAddress& peer) override;
 
   private:
     OssAccess& access_;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <exception>
 
+#include "connection_log_ins.h"
 #include "request_recording.h"
 
 namespace NS_CORBA {
@@ -85,9 +86,12 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
     RequestRecording::begin();
     try {
         visit.interceptor->receive_request(&request);
-        if (RequestRecording::isOfSession(request) && !CallerStanding::isLoggedIn(request)) {
-            CallerStanding::knowsSession();
-            rate_.giveBack(request.peer());
+        if (RequestRecording::isOfSession(request)) {
+            ConnectionLogIns::Instance().Called(request);
+            if (!CallerStanding::isLoggedIn(request)) {
+                CallerStanding::knowsSession();
+                rate_.giveBack(request.peer());
+            }
         }
     } catch (const ForeignSessionCall&) {
         const CORBA::NO_PERMISSION refusal(0, CORBA::COMPLETED_NO);
@@ -119,10 +123,13 @@ void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
 
 void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
                                       const CORBA::Exception* answer) noexcept {
-    // before any servant only the notification channel refuses: those who are not logged in
-    const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr ||
-                           !CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
-    if (isRefused)
+    // before any servant only the notification channel refuses: those who are not logged in, and those who
+    // want what is another's
+    const bool isAllowed = CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
+    const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr;
+    if (isAllowed && isRefused && CallerStanding::isLoggedIn(request))
+        RequestRecording::writeNotOwn(request, *answer);
+    else if (isRefused || !isAllowed)
         RequestRecording::writeRefused(request, answer);
     else
         RequestRecording::writeUndelivered(request, answer);

@@ -15,6 +15,7 @@
 #include <mtnm/globaldefs.h>
 
 #include "caller_standing.h"
+#include "connection_log_ins.h"
 #include "session_name_parts.h"
 
 namespace NS_CORBA {
@@ -88,6 +89,21 @@ const char* outcomeOf(const CORBA::Exception* raised) {
     return globaldefs::_tc_ExceptionType_T->member_name(static_cast<CORBA::ULong>(refusal->exceptionType));
 }
 
+/// The session whose NMS calls, as far as is known: for a session's object its own, for the channel that of
+/// the connection.
+std::string_view callersSession(const RequestInfo& request, Id id) {
+    if (id == Id::IsGenuine && isSessionName(request.topPoaName()))
+        return request.topPoaName();
+    thread_local std::string ofConnection;
+    ofConnection.clear();
+    if (request.topPoaName() == kChannelPoa) {
+        std::vector<std::string> logIns = ConnectionLogIns::Instance().Of(request);
+        if (!logIns.empty())
+            ofConnection = std::move(logIns.front());
+    }
+    return ofConnection;
+}
+
 /// `outcome` is borrowed for the call, as are the request's own texts.
 void write(const RequestInfo& request, Id id, const char* outcome) {
     // of this thread and written over each time: its texts keep their room
@@ -97,15 +113,10 @@ void write(const RequestInfo& request, Id id, const char* outcome) {
     record.peer = request.peer().withPort;
     record.operation = request.operationName();
     record.outcome = outcome;
-    if (id == Id::IsGenuine && isSessionName(request.topPoaName())) {
-        thread_local LastSessionName lastName;
-        const SessionNameParts& parts = lastName.parts(request.topPoaName());
-        record.user = parts.user;
-        record.nmsAddress = parts.nmsAddress;
-    } else {
-        record.user.clear();
-        record.nmsAddress.clear();
-    }
+    thread_local LastSessionName lastName;
+    const SessionNameParts& parts = lastName.parts(callersSession(request, id));
+    record.user = parts.user;
+    record.nmsAddress = parts.nmsAddress;
     tellTarget(request, id, record);
     if (CallerStanding::isLoggedIn(request))
         AuditTrail::Instance().Write(record);
@@ -169,6 +180,18 @@ void RequestRecording::writeForeign(const RequestInfo& request, const CORBA::Exc
         record.object = request.operationName();
         record.outcome = outcomeOf(&answer);
         record.detail = "session of " + std::string(owner.user) + " at " + std::string(owner.nmsAddress);
+        AuditTrail::Instance().Write(std::move(record));
+    });
+}
+
+void RequestRecording::writeNotOwn(const RequestInfo& request, const CORBA::Exception& answer) noexcept {
+    guarded([&] {
+        kelp::oplog::SecurityRecord record;
+        record.event = kelp::oplog::SecurityEvent::RefusedPeer;
+        record.peer = request.peer().withPort;
+        record.object = request.operationName();
+        record.outcome = outcomeOf(&answer);
+        record.detail = "notification channel: not the caller's own";
         AuditTrail::Instance().Write(std::move(record));
     });
 }

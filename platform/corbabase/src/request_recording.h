@@ -24,6 +24,8 @@ class RequestRecording {
                                  const CORBA::Exception* answer) noexcept;
     /// The security log's record of a call on somebody else's session.
     static void writeForeign(const kelp::orb::RequestInfo& request, const CORBA::Exception& answer) noexcept;
+    /// The security log's record of an NMS that wants what is not its own in the notification channel.
+    static void writeNotOwn(const kelp::orb::RequestInfo& request, const CORBA::Exception& answer) noexcept;
     /// The security log's record of a caller from a network that may not call, or may not use the
     /// notification channel, with what he was answered; null for nothing.
     static void writeRefused(const kelp::orb::RequestInfo& request, const CORBA::Exception* answer) noexcept;

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <mutex>
 
+#include "connection_log_ins.h"
+
 namespace NS_CORBA {
 
 bool isSessionName(std::string_view topPoaName) {
@@ -34,12 +36,14 @@ SessionCallers::Address SessionCallers::Address::of(const kelp::orb::PeerAddress
 
 void SessionCallers::Enter(const std::string& sessionName, const void* owner, const SessionToken& token,
                            const kelp::orb::PeerAddress& peer) {
+    ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
     const std::unique_lock lock(mutex_);
     sessions_.insert_or_assign(sessionName, Session{owner, token, Address::of(peer)});
 }
 
 void SessionCallers::Move(const std::string& sessionName, const void* owner,
                           const kelp::orb::PeerAddress& peer) {
+    ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
     const std::unique_lock lock(mutex_);
     const auto found = sessions_.find(sessionName);
     if (found != sessions_.end() && found->second.owner == owner)
@@ -51,6 +55,25 @@ void SessionCallers::Leave(const std::string& sessionName, const void* owner) {
     const auto found = sessions_.find(sessionName);
     if (found != sessions_.end() && found->second.owner == owner)
         sessions_.erase(found);
+}
+
+bool SessionCallers::IsLive(const std::string& sessionName) const {
+    const std::shared_lock lock(mutex_);
+    return sessions_.find(sessionName) != sessions_.end();
+}
+
+std::optional<std::string> SessionCallers::OnlyOneFrom(const kelp::orb::PeerAddress& peer) const {
+    const Address address = Address::of(peer);
+    const std::string* only = nullptr;
+    const std::shared_lock lock(mutex_);
+    for (const auto& [name, session] : sessions_) {
+        if (!address.isKnown || !(session.peer == address))
+            continue;
+        if (only != nullptr)
+            return std::nullopt;
+        only = &name;
+    }
+    return only == nullptr ? std::nullopt : std::optional<std::string>(*only);
 }
 
 SessionCallers::Verdict SessionCallers::Judge(const kelp::orb::RequestInfo& request) const {

@@ -7,10 +7,13 @@
 #include <optional>
 #include <string>
 
+#include "owner.h"
+
 namespace kelp::notification {
 
-/// Since when addresses have been seen without permission to use the channel, and whose grace is over. For
-/// one thread at a time: begin(), isOver() for each proxy's owner, end().
+/// Since when owners have been seen without permission to use the channel, and whose grace is over: addresses
+/// that may not use it, and log-ins that have ended. For one thread at a time: begin(), isOver() for each
+/// owner, end().
 class Absences {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -19,22 +22,24 @@ class Absences {
     Absences(const Guard* guard, std::chrono::milliseconds grace) : guard_(guard), grace_(grace) {}
 
     void begin(Time now);
-    /// False for a proxy made inside the process. Within a review the answer for an address stays the same.
-    bool isOver(const std::optional<kelp::orb::PeerAddress>& owner);
-    /// Forgets who was not asked for, and those whose grace is over: they own no proxies any more.
+    /// Within a review the answer for an owner stays the same.
+    bool isOver(const Owner& owner);
+    /// Forgets who was not asked for, and those whose grace is over: what they have left begins anew.
     void end();
 
   private:
-    struct Verdict {
-        std::optional<Time> since;
-        bool isOver = false;
-    };
+    using Since = std::optional<Time>;
+
+    bool isAbsent(const Owner& owner);
+    /// False for an address that may not use the channel; asked once a review.
+    bool mayUse(const kelp::orb::PeerAddress& address);
 
     const Guard* const guard_;
     const std::chrono::milliseconds grace_;
     Time now_{};
-    std::map<std::string, Time> since_;
-    std::map<std::string, Verdict> verdicts_;  ///< of the review that has begun
+    std::map<std::string, Time> since_;      ///< by the owner's key
+    std::map<std::string, Since> next_;      ///< of the review that has begun
+    std::map<std::string, bool> addresses_;  ///< likewise
 };
 
 }  // namespace kelp::notification

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "filter_list.h"
+#include "owner.h"
 #include "qos.h"
 #include "type_list.h"
 
@@ -59,6 +60,7 @@ struct AdminData {
 
     const CosNotifyChannelAdmin::AdminID id;
     const CosNotifyChannelAdmin::InterFilterGroupOperator op;
+    OwnerPtr owner{};  ///< set once, before the first proxy
     SharedQos qos;
     FilterList filters;
     TypeList types;

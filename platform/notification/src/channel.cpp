@@ -1,9 +1,11 @@
 #include <kelp/notification/channel.h>
 
-#include "absences.h"
+#include "clearance.h"
 #include "core.h"
 #include "filter/filter_factory.h"
 #include "servants/event_channel.h"
+
+#include <optional>
 
 namespace kelp::notification {
 
@@ -29,11 +31,9 @@ PortableServer::POA_ptr makePoa(CORBA::ORB_ptr orb) {
 }  // namespace
 
 struct Channel::State {
-    explicit State(const ChannelSettings& settings) : absences(settings.guard, settings.grace) {}
-
-    Absences absences;
     PortableServer::POA_var poa;
     std::shared_ptr<ChannelCore> core;
+    std::optional<Clearance> clearance;
     EventChannelServant* servant = nullptr;
     PortableServer::ServantBase_var keeper;
     CosNotifyChannelAdmin::EventChannel_var reference;
@@ -41,10 +41,11 @@ struct Channel::State {
 };
 
 Channel::Channel(CORBA::ORB_ptr orb, const ChannelSettings& settings, LossListener* listener)
-    : state_(std::make_unique<State>(settings)) {
+    : state_(std::make_unique<State>()) {
     state_->poa = makePoa(orb);
     state_->core = std::make_shared<ChannelCore>(state_->poa.in(), settings, listener);
-    const CORBA::Object_var factory = state_->core->activate(new FilterFactoryServant(state_->core));
+    state_->clearance.emplace(state_->core, settings.guard, settings.grace);
+    const CORBA::Object_var factory = state_->core->activate(new FilterFactoryServant(state_->core), {});
     const CosNotifyFilter::FilterFactory_var filters = CosNotifyFilter::FilterFactory::_narrow(factory.in());
     state_->servant = new EventChannelServant(state_->core, filters.in());
     state_->servant->_add_ref();
@@ -77,16 +78,14 @@ std::vector<ConsumerCounts> Channel::consumers() const {
 
 bool Channel::isDrained() const {
     for (const std::shared_ptr<Outlet>& each : state_->core->outlets()) {
-        if (!each->isSettled())
+        if (!each->hasDrained())
             return false;
     }
     return true;
 }
 
 void Channel::review(std::chrono::steady_clock::time_point now) {
-    state_->absences.begin(now);
-    state_->servant->dropWhere([this](const Owner& owner) { return state_->absences.isOver(owner.peer()); });
-    state_->absences.end();
+    state_->clearance->review(now);
     state_->core->tend(std::chrono::steady_clock::now());
 }
 

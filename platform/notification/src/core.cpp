@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <utility>
 
 namespace kelp::notification {
 
@@ -19,15 +20,17 @@ AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
     return AdminLimitExceeded(told);
 }
 
-AddressPlaces::Place placeIn(AddressPlaces& places, const char* name) {
-    AddressPlaces::Place place = places.take(kelp::orb::currentPeer());
-    if (!place)
-        throw exceeded(name, static_cast<std::int32_t>(places.max()));
-    return place;
+/// Of the address that the request in hand comes from, and of the owner; null when one of them has no more.
+KeyedPlaces::Place placeIn(AddressPlaces& ofAddress, KeyedPlaces& ofOwner, const OwnerPtr& owner) {
+    using Places = std::pair<KeyedPlaces::Place, KeyedPlaces::Place>;
+    Places places(ofAddress.take(kelp::orb::currentPeer()),
+                  ofOwner.take(owner ? owner->key() : std::string()));
+    if (!places.first || !places.second)
+        return nullptr;
+    return std::make_shared<const Places>(std::move(places));
 }
 
-AddressPlaces::Place placeIn(AddressPlaces& places) {
-    AddressPlaces::Place place = places.take(kelp::orb::currentPeer());
+KeyedPlaces::Place required(KeyedPlaces::Place place) {
     if (!place)
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     return place;
@@ -46,6 +49,7 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
       settings_(settings),
       dispatcher_(settings.deliveryThreadsMax, settings.slowThreads),
       notices_(settings.delivery.pushTimeout),
+      filterStage_(settings.filterThreads),
       offered_(std::make_shared<TypeFeed>(notices_, allTypes())),
       subscribed_(std::make_shared<TypeFeed>(notices_, TypeSet())),
       offers_(offered_),
@@ -53,13 +57,17 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
       consumerPlaces_(settings.perAddress.consumers),
       supplierPlaces_(settings.perAddress.suppliers),
       adminPlaces_(settings.perAddress.admins),
-      filterPlaces_(settings.perAddress.filters) {
+      filterPlaces_(settings.perAddress.filters),
+      consumersOfOwner_(settings.perOwner.consumers),
+      adminsOfOwner_(settings.perOwner.admins),
+      filtersOfOwner_(settings.perOwner.filters),
+      constraintsOfOwner_(settings.perOwner.constraints) {
     poa_->set_servant_manager(locator_.in());
 }
 
-CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant) {
+CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant, const ObjectRights& rights) {
     const PortableServer::ServantBase_var handedOver = servant;
-    const PortableServer::ObjectId_var id = objects_->enter(servant);
+    const PortableServer::ObjectId_var id = objects_->enter(servant, rights);
     const std::string interface = kelp::orb::repositoryId(servant);
     return poa_->create_reference_with_id(id.in(), interface.c_str());
 }
@@ -73,10 +81,15 @@ PortableServer::Servant ChannelCore::requireOwn(CosNotifyFilter::Filter_ptr filt
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     try {
         const PortableServer::ObjectId_var id = poa_->reference_to_id(filter);
-        return objects_->find(id.in());
+        return objects_->findOwn(id.in());
     } catch (const PortableServer::POA::WrongAdapter&) {
         throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
     }
+}
+
+OwnerPtr ChannelCore::ownerOfCaller(const OwnerPtr& parent) {
+    Owners& owners = objects_->owners();
+    return owners.of(owners.caller(), parent);
 }
 
 void ChannelCore::push(const EventPtr& event) {
@@ -101,7 +114,6 @@ void ChannelCore::tellLost(const Event& first) {
 }
 
 void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
-    std::size_t count = 0;
     {
         const std::lock_guard guard(mutex_);
         if (stopped_)
@@ -109,10 +121,10 @@ void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
         const auto changed = std::make_shared<Outlets>(*outlets_);
         std::erase_if(*changed, [](const auto& each) { return each->isClosed(); });
         changed->push_back(outlet);
-        count = changed->size();
         outlets_ = changed;
+        // under the lock: the last count must be the right one
+        dispatcher_.serveConsumers(changed->size());
     }
-    dispatcher_.serveConsumers(count);
     subscriptionsChanged();
 }
 
@@ -123,6 +135,7 @@ void ChannelCore::removeOutlet(const Outlet* outlet) noexcept {
             const auto changed = std::make_shared<Outlets>(*outlets_);
             std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
             outlets_ = changed;
+            dispatcher_.serveConsumers(changed->size());
         }
         subscriptionsChanged();
     } catch (const std::exception&) {
@@ -183,8 +196,11 @@ void ChannelCore::changeLimits(const CosNotification::AdminProperties& wanted) {
         each->qos.reapply([&](const Qos& qos) { each->applyQos(qos); });
 }
 
-AddressPlaces::Place ChannelCore::takeConsumerPlace() {
-    AddressPlaces::Place place = placeIn(consumerPlaces_, CosNotification::MaxConsumers);
+KeyedPlaces::Place ChannelCore::takeConsumerPlace(const OwnerPtr& owner) {
+    KeyedPlaces::Place place = placeIn(consumerPlaces_, consumersOfOwner_, owner);
+    if (!place)
+        throw exceeded(CosNotification::MaxConsumers,
+                       static_cast<std::int32_t>(std::min(consumerPlaces_.max(), consumersOfOwner_.max())));
     const std::lock_guard guard(mutex_);
     if (limits_.maxConsumers > 0 && consumers_ >= limits_.maxConsumers)
         throw exceeded(CosNotification::MaxConsumers, limits_.maxConsumers);
@@ -197,8 +213,10 @@ void ChannelCore::giveConsumerPlace() {
     --consumers_;
 }
 
-AddressPlaces::Place ChannelCore::takeSupplierPlace() {
-    AddressPlaces::Place place = placeIn(supplierPlaces_, CosNotification::MaxSuppliers);
+KeyedPlaces::Place ChannelCore::takeSupplierPlace() {
+    KeyedPlaces::Place place = supplierPlaces_.take(kelp::orb::currentPeer());
+    if (!place)
+        throw exceeded(CosNotification::MaxSuppliers, static_cast<std::int32_t>(supplierPlaces_.max()));
     const std::lock_guard guard(mutex_);
     if (limits_.maxSuppliers > 0 && suppliers_ >= limits_.maxSuppliers)
         throw exceeded(CosNotification::MaxSuppliers, limits_.maxSuppliers);
@@ -206,12 +224,16 @@ AddressPlaces::Place ChannelCore::takeSupplierPlace() {
     return place;
 }
 
-AddressPlaces::Place ChannelCore::takeAdminPlace() {
-    return placeIn(adminPlaces_);
+KeyedPlaces::Place ChannelCore::takeAdminPlace(const OwnerPtr& owner) {
+    return required(placeIn(adminPlaces_, adminsOfOwner_, owner));
 }
 
-AddressPlaces::Place ChannelCore::takeFilterPlace() {
-    return placeIn(filterPlaces_);
+KeyedPlaces::Place ChannelCore::takeFilterPlace(const OwnerPtr& owner) {
+    return required(placeIn(filterPlaces_, filtersOfOwner_, owner));
+}
+
+KeyedPlaces::Place ChannelCore::takeConstraintPlace(const OwnerPtr& owner) {
+    return required(constraintsOfOwner_.take(owner ? owner->key() : std::string()));
 }
 
 void ChannelCore::giveSupplierPlace() {
@@ -229,10 +251,12 @@ void ChannelCore::stop() {
     }
     // closed first: the calls in progress of both then run out together
     notices_.close();
+    filterStage_.stop();
     for (const std::shared_ptr<Outlet>& each : *outlets)
         each->close();
     dispatcher_.stop();
     notices_.stop();
+    farewells_.stop();
 }
 
 }  // namespace kelp::notification

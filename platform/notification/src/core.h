@@ -9,12 +9,17 @@
 #include "address_places.h"
 #include "change_notices.h"
 #include "dispatcher.h"
+#include "farewells.h"
+#include "filter_stage.h"
 #include "guarded_objects.h"
 #include "offers.h"
 #include "outlet.h"
 #include "qos.h"
 
 namespace kelp::notification {
+
+/// The number of the admins that the channel makes itself.
+inline constexpr CosNotifyChannelAdmin::AdminID kDefaultAdmin = 0;
 
 /// What the channel's objects share: the outlets, the delivery threads, the object adapter, the limits. Lives
 /// until the last servant that refers to it has gone.
@@ -27,7 +32,7 @@ class ChannelCore {
 
     // -- objects
     /// Activates a servant and hands it over to the adapter; its reference.
-    CORBA::Object_ptr activate(PortableServer::Servant servant);
+    CORBA::Object_ptr activate(PortableServer::Servant servant, const ObjectRights& rights);
     /// Takes the servant's object away; harmless when it is away already.
     void deactivate(PortableServer::Servant servant);
 
@@ -37,10 +42,27 @@ class ChannelCore {
     /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is fine.
     void requireCallable(CORBA::Object_ptr reference) const { objects_->requireCallable(reference); }
 
+    /// NO_PERMISSION unless the request in hand comes from an address that may supply.
+    void requireSupplier() const { objects_->requireSupplier(); }
+
     /// The servant of a filter of this channel, with a reference that the caller owns; null when the filter
     /// was destroyed. Throws NO_IMPLEMENT for a filter of another process: asking it would let one consumer's
-    /// filter hold up the events of all. BAD_PARAM for nil.
+    /// filter hold up the events of all. BAD_PARAM for nil, NO_PERMISSION for a filter that is not the
+    /// caller's.
     PortableServer::Servant requireOwn(CosNotifyFilter::Filter_ptr filter) const;
+
+    // -- owners
+    /// The owner of what the request in hand makes with an object of this owner; null inside the process.
+    OwnerPtr ownerOfCaller(const OwnerPtr& parent = nullptr);
+    Caller caller() const { return objects_->owners().caller(); }
+    std::vector<OwnerPtr> owners() { return objects_->owners().all(); }
+    std::vector<PortableServer::ServantBase_var> objectsOf(const OwnerPtr& owner) const {
+        return objects_->of(owner);
+    }
+    /// Tells peers of their end.
+    Farewells& farewells() { return farewells_; }
+    /// Filters events.
+    FilterStage& filterStage() { return filterStage_; }
 
     // -- events
     void push(const EventPtr& event);
@@ -58,15 +80,16 @@ class ChannelCore {
     // -- limits
     AdminLimits limits() const;
     void changeLimits(const CosNotification::AdminProperties& wanted);
-    /// A place for one more consumer or supplier of the peer of the request in hand, to be held until the
-    /// proxy ends; throws AdminLimitExceeded.
-    AddressPlaces::Place takeConsumerPlace();
+    /// A place for one more consumer or supplier of this owner and of the peer of the request in hand, to be
+    /// held until the proxy ends; throws AdminLimitExceeded.
+    KeyedPlaces::Place takeConsumerPlace(const OwnerPtr& owner);
     void giveConsumerPlace();
-    AddressPlaces::Place takeSupplierPlace();
+    KeyedPlaces::Place takeSupplierPlace();
     void giveSupplierPlace();
-    /// The same for an admin or a filter; throws NO_RESOURCES.
-    AddressPlaces::Place takeAdminPlace();
-    AddressPlaces::Place takeFilterPlace();
+    /// The same for an admin, a filter or a constraint; throws NO_RESOURCES.
+    KeyedPlaces::Place takeAdminPlace(const OwnerPtr& owner);
+    KeyedPlaces::Place takeFilterPlace(const OwnerPtr& owner);
+    KeyedPlaces::Place takeConstraintPlace(const OwnerPtr& owner);
 
     // -- types of events
     ChangeNotices& notices() { return notices_; }
@@ -93,6 +116,8 @@ class ChannelCore {
     const ChannelSettings settings_;
     Dispatcher dispatcher_;
     ChangeNotices notices_;
+    FilterStage filterStage_;
+    Farewells farewells_;
     const std::shared_ptr<TypeFeed> offered_;
     const std::shared_ptr<TypeFeed> subscribed_;
     Offers offers_;
@@ -101,10 +126,14 @@ class ChannelCore {
     LossListener* listener_;
     std::shared_ptr<const Outlets> outlets_ = std::make_shared<const Outlets>();
     AdminLimits limits_;
-    AddressPlaces consumerPlaces_;  // these four have their own locks
+    AddressPlaces consumerPlaces_;  // the places have their own locks
     AddressPlaces supplierPlaces_;
     AddressPlaces adminPlaces_;
     AddressPlaces filterPlaces_;
+    KeyedPlaces consumersOfOwner_;
+    KeyedPlaces adminsOfOwner_;
+    KeyedPlaces filtersOfOwner_;
+    KeyedPlaces constraintsOfOwner_;
     std::int32_t consumers_ = 0;
     std::int32_t suppliers_ = 0;
     bool stopped_ = false;

@@ -4,10 +4,15 @@
 
 #include <algorithm>
 #include <exception>
+#include <iterator>
+#include <utility>
 
 namespace kelp::notification {
 
 namespace {
+
+/// Consumers that do not answer come in crowds: after a while without one its threads are not needed.
+constexpr std::chrono::seconds kIdleTime{10};
 
 /// By value: another thread may take the entry this time belongs to while this one sleeps, and the wait reads
 /// its time again after it woke.
@@ -27,11 +32,15 @@ Dispatcher::~Dispatcher() {
 }
 
 void Dispatcher::serveConsumers(std::size_t count) {
-    const Lock lock(mutex_);
+    Lock lock(mutex_);
     if (stopping_)
         return;
-    while (fastThreads_ < std::min(count, threadsMax_) && addThread(&Dispatcher::runFast, fastThreads_)) {
+    joinEnded(lock);
+    fastWanted_ = std::min(count, threadsMax_);
+    while (fastThreads_ < fastWanted_ && addThread(&Dispatcher::runFast, fastThreads_)) {
     }
+    if (fastThreads_ > fastWanted_)
+        fastWork_.notify_all();
 }
 
 void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
@@ -90,6 +99,8 @@ void Dispatcher::stop() {
         const Lock lock(mutex_);
         stopping_ = true;
         ending.swap(threads_);
+        std::move(ended_.begin(), ended_.end(), std::back_inserter(ending));
+        ended_.clear();
         ready.swap(ready_);
         paced.swap(paced_);
         slow.swap(slow_);
@@ -119,6 +130,8 @@ std::shared_ptr<Subscription> Dispatcher::nextReady(Lock& lock) {
             ready_.pop_front();
             return next;
         }
+        if (fastThreads_ > fastWanted_)
+            return nullptr;
         if (paced_.empty())
             fastWork_.wait(lock);
         else
@@ -130,7 +143,8 @@ std::shared_ptr<Subscription> Dispatcher::nextReady(Lock& lock) {
 std::shared_ptr<Subscription> Dispatcher::nextDue(Lock& lock) {
     while (!stopping_) {
         if (slow_.empty()) {
-            slowWork_.wait(lock);
+            if (slowWork_.wait_for(lock, kIdleTime) == std::cv_status::timeout && slow_.empty())
+                return nullptr;
             continue;
         }
         if (slow_.begin()->first > Subscription::Clock::now()) {
@@ -151,6 +165,7 @@ void Dispatcher::runFast() {
         next->serve();
         lock.lock();
     }
+    leave(lock, fastThreads_);
 }
 
 void Dispatcher::runSlow() {
@@ -160,6 +175,26 @@ void Dispatcher::runSlow() {
         next->serve();
         lock.lock();
     }
+    leave(lock, slowThreads_);
+}
+
+void Dispatcher::leave(Lock&, std::size_t& threads) {
+    // the stop has them all
+    if (stopping_)
+        return;
+    --threads;
+    const auto self = std::find_if(threads_.begin(), threads_.end(), [](const std::thread& each) {
+        return each.get_id() == std::this_thread::get_id();
+    });
+    ended_.push_back(std::move(*self));
+    threads_.erase(self);
+}
+
+void Dispatcher::joinEnded(Lock&) {
+    // at once: they have left the lock for the last time
+    for (std::thread& each : ended_)
+        each.join();
+    ended_.clear();
 }
 
 }  // namespace kelp::notification

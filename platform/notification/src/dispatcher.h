@@ -8,8 +8,9 @@
 
 namespace kelp::notification {
 
-/// The threads that deliver events. One pool grows with the consumers up to a limit; a small one of its own
-/// serves those that did not answer, so that however many of them hang the others keep their threads.
+/// The threads that deliver events. One pool grows and shrinks with the consumers, up to a limit; a small
+/// separate one serves those that did not answer, so that however many of them hang the others keep their
+/// threads. Its threads end when there has been nothing to do for 10 s.
 class Dispatcher final : public Subscription::Scheduler {
   public:
     Dispatcher(std::size_t threadsMax, std::size_t slowThreads);
@@ -18,7 +19,8 @@ class Dispatcher final : public Subscription::Scheduler {
     Dispatcher(const Dispatcher&) = delete;
     Dispatcher& operator=(const Dispatcher&) = delete;
 
-    /// Makes threads for so many consumers, up to the limit.
+    /// Makes threads for so many consumers, up to the limit; those that are too many end after what they are
+    /// doing.
     void serveConsumers(std::size_t count);
     void ready(std::shared_ptr<Subscription> subscription) override;
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
@@ -39,6 +41,8 @@ class Dispatcher final : public Subscription::Scheduler {
     void runSlow();
     std::shared_ptr<Subscription> nextReady(Lock& lock);
     std::shared_ptr<Subscription> nextDue(Lock& lock);
+    void leave(Lock& lock, std::size_t& threads);
+    void joinEnded(Lock& lock);
 
     const std::size_t threadsMax_;
     const std::size_t slowThreadsMax_;
@@ -50,6 +54,8 @@ class Dispatcher final : public Subscription::Scheduler {
     Timed slow_;
     bool stopping_ = false;
     std::vector<std::thread> threads_;
+    std::vector<std::thread> ended_;  ///< to be joined
+    std::size_t fastWanted_ = 0;
     std::size_t fastThreads_ = 0;
     std::size_t slowThreads_ = 0;
 };

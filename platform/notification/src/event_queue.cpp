@@ -47,9 +47,11 @@ EventPtr EventQueue::add(const EventPtr& event) {
     return first;
 }
 
-void EventQueue::countLost() {
+void EventQueue::countLost(bool isOwn) {
     ++sent_;
     ++lost_;
+    if (isOwn)
+        ++lostByChoice_;
 }
 
 std::vector<EventPtr> EventQueue::beginDelivery(std::size_t most) {

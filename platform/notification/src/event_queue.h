@@ -43,8 +43,8 @@ class EventQueue {
     /// Takes an event in and returns what was discarded for it: null, another one, or the event itself.
     /// Events being delivered are never discarded.
     EventPtr add(const EventPtr& event);
-    /// Counts an event that was lost before it could be added.
-    void countLost();
+    /// Counts an event that was lost before it could be added; with `isOwn` by the consumer's own doing.
+    void countLost(bool isOwn = false);
     /// The first events, at most `most`; they stay in the queue and count as being delivered until settle()
     /// or putBack().
     std::vector<EventPtr> beginDelivery(std::size_t most);

@@ -8,9 +8,11 @@ namespace kelp::notification {
 namespace {
 /// An NMS that adds more is not one that selects events.
 constexpr std::size_t kFiltersMax = 100;
+/// Made before it is needed: an end must not fail for want of memory.
+const FilterList::Snapshot kNoFilters = std::make_shared<FilterList::Snapshot::element_type>();
 }  // namespace
 
-std::shared_ptr<const FilterList::Filters> FilterList::current() const {
+FilterList::Snapshot FilterList::current() const {
     const std::lock_guard guard(mutex_);
     return filters_;
 }
@@ -19,12 +21,13 @@ CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter,
                                           PortableServer::Servant servant) {
     Entry entry;
     entry.reference = CosNotifyFilter::Filter::_duplicate(filter);
-    entry.servant = dynamic_cast<POA_CosNotifyFilter::Filter*>(servant);
-    if (CORBA::is_nil(filter) || (servant != nullptr && entry.servant == nullptr))
+    entry.test = dynamic_cast<const EventTest*>(servant);
+    if (CORBA::is_nil(filter) || (servant != nullptr && entry.test == nullptr))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     if (servant != nullptr) {
         servant->_add_ref();
         entry.keeper = servant;
+        entry.use = entry.test->use();
     }
     const std::lock_guard guard(mutex_);
     if (filters_->size() >= kFiltersMax)
@@ -62,20 +65,19 @@ CosNotifyFilter::FilterIDSeq* FilterList::ids() const {
 }
 
 void FilterList::clear() {
+    Snapshot gone = kNoFilters;  // its filters may end with it, and must not do so under the lock
     const std::lock_guard guard(mutex_);
-    filters_ = std::make_shared<const Filters>();
+    filters_.swap(gone);
 }
 
-FilterList::Verdict FilterList::judge(const CosNotification::StructuredEvent& event) const {
-    const auto filters = current();
+FilterList::Verdict FilterList::judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
+                                      Budget& budget) {
     if (filters->empty())
         return Verdict::NoFilter;
     for (const auto& [id, filter] : *filters) {
         try {
-            if (filter.servant != nullptr && filter.servant->match_structured(event))
+            if (filter.test != nullptr && filter.test->passes(event, budget))
                 return Verdict::Passes;
-        } catch (const CosNotifyFilter::UnsupportedFilterableData&) {
-            // it has no such data: no match
         } catch (const CORBA::Exception& failure) {
             kelp::util::traceFrom("filterlist",
                                   "a filter cannot be asked: " + kelp::orb::exceptionText(failure),
@@ -85,16 +87,17 @@ FilterList::Verdict FilterList::judge(const CosNotification::StructuredEvent& ev
     return Verdict::Fails;
 }
 
-bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList& ofAdmin,
-                    const FilterList& ofProxy, const CosNotification::StructuredEvent& event) {
+bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList::Snapshot& ofAdmin,
+                    const FilterList::Snapshot& ofProxy, const CosNotification::StructuredEvent& event,
+                    Budget& budget) {
     using Verdict = FilterList::Verdict;
     const bool isAnd = op == CosNotifyChannelAdmin::AND_OP;
-    const Verdict first = ofAdmin.judge(event);
+    const Verdict first = FilterList::judge(ofAdmin, event, budget);
     if (first == Verdict::Fails && isAnd)
         return false;
     if (first == Verdict::Passes && !isAnd)
         return true;
-    const Verdict second = ofProxy.judge(event);
+    const Verdict second = FilterList::judge(ofProxy, event, budget);
     if (second == Verdict::NoFilter)
         return first != Verdict::Fails;
     return second == Verdict::Passes;

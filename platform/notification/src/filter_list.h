@@ -7,12 +7,25 @@
 #include <memory>
 #include <mutex>
 
+#include "event_test.h"
+
 namespace kelp::notification {
 
 /// The filters of an admin or a proxy. An event passes when one of them matches, or when there is none.
 /// Thread safe; no lock is held while a filter is asked.
 class FilterList {
+  private:
+    struct Entry {
+        CosNotifyFilter::Filter_var reference;
+        PortableServer::ServantBase_var keeper;
+        const EventTest* test = nullptr;  ///< lives with the keeper
+        std::shared_ptr<const void> use;
+    };
+    using Filters = std::map<CosNotifyFilter::FilterID, Entry>;
+
   public:
+    /// The filters that there were at one time.
+    using Snapshot = std::shared_ptr<const Filters>;
     enum class Verdict { NoFilter, Passes, Fails };
 
     /// `servant` is the filter's, and is asked itself; null for a filter that was destroyed. BAD_PARAM for a
@@ -24,26 +37,22 @@ class FilterList {
     CosNotifyFilter::FilterIDSeq* ids() const;
     void clear();
 
-    /// A filter that was destroyed, and so has no constraints, does not match; nor does one that fails.
-    Verdict judge(const CosNotification::StructuredEvent& event) const;
+    Snapshot current() const;
+    /// A filter that was destroyed, and so has no constraints, does not match; nor does one that fails, or
+    /// that the budget is not enough for.
+    static Verdict judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
+                         Budget& budget);
 
   private:
-    struct Entry {
-        CosNotifyFilter::Filter_var reference;
-        PortableServer::ServantBase_var keeper;
-        POA_CosNotifyFilter::Filter* servant = nullptr;
-    };
-    using Filters = std::map<CosNotifyFilter::FilterID, Entry>;
-    std::shared_ptr<const Filters> current() const;
-
     mutable std::mutex mutex_;
-    std::shared_ptr<const Filters> filters_ = std::make_shared<const Filters>();  // guarded by mutex_
-    CosNotifyFilter::FilterID lastId_ = 0;                                        // likewise
+    Snapshot filters_ = std::make_shared<const Filters>();  // guarded by mutex_
+    CosNotifyFilter::FilterID lastId_ = 0;                  // likewise
 };
 
 /// True when the event passes the filters of an admin and of one of its proxies: both groups or one of them,
 /// as the admin was made. A group without a filter leaves the choice to the other.
-bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList& ofAdmin,
-                    const FilterList& ofProxy, const CosNotification::StructuredEvent& event);
+bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList::Snapshot& ofAdmin,
+                    const FilterList::Snapshot& ofProxy, const CosNotification::StructuredEvent& event,
+                    Budget& budget);
 
 }  // namespace kelp::notification

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "core.h"
+#include "filter/budget.h"
 
 namespace kelp::notification {
 
@@ -27,23 +28,63 @@ void Outlet::applyQos(const Qos& values) {
 }
 
 void Outlet::take(const EventPtr& event) {
-    if (!isConnected())
+    if (!isConnected() || !isSubscribedTo(event->body))
         return;
-    bool isWanted = false;
+    EventPtr lost;
+    Sieve::Way way = Sieve::Way::Waits;
     try {
-        isWanted = passes(event->body);
+        way = sieve_.put({event, admin_->filters.current(), filters.current()},
+                         core_.settings().queueEventsMax, lost);
     } catch (const std::bad_alloc&) {
         // only this consumer has lost it
-        lose(event);
+        lost = event;
     }
-    if (isWanted)
+    if (way == Sieve::Way::Straight)
         offer(event);
+    else if (way == Sieve::Way::Begins)
+        beginWork();
+    if (lost)
+        lose(lost, isTooCostly_);
 }
 
-bool Outlet::passes(const CosNotification::StructuredEvent& event) const {
+void Outlet::beginWork() {
+    try {
+        core_.filterStage().schedule(std::static_pointer_cast<Outlet>(shared_from_this()));
+    } catch (const std::bad_alloc&) {
+        sieve_.stopWork();
+    }
+}
+
+bool Outlet::work(FilterStage::Clock::time_point until) {
+    do {
+        const Sieve::Item next = sieve_.take();
+        if (!next.event)
+            return false;
+        try {
+            if (isConnected() && passes(next))
+                offer(next.event);
+        } catch (const std::bad_alloc&) {
+            lose(next.event, false);
+        }
+    } while (FilterStage::Clock::now() < until);
+    return true;
+}
+
+bool Outlet::hasDrained() const {
+    return isSettled() && (!isConnected() || 2 * sieve_.size() < core_.settings().queueEventsMax);
+}
+
+bool Outlet::isSubscribedTo(const CosNotification::StructuredEvent& event) const {
     const CosNotification::EventType& type = event.header.fixed_header.event_type;
-    return admin_->types.matches(type) && types.matches(type) &&
-           judgedByGroups(admin_->op, admin_->filters, filters, event);
+    return admin_->types.matches(type) && types.matches(type);
+}
+
+bool Outlet::passes(const Sieve::Item& item) {
+    Budget budget(core_.settings().perOwner.evaluationCost);
+    const bool isWanted = judgedByGroups(admin_->op, item.ofAdmin, item.ofProxy, item.event->body, budget);
+    if (budget.isSpent())
+        isTooCostly_ = true;
+    return isWanted;
 }
 
 void Outlet::eventsLost(const Event& first) {

@@ -1,21 +1,40 @@
 #pragma once
 
 #include "admin_data.h"
+#include "filter_stage.h"
+#include "sieve.h"
 #include "subscription.h"
 
+#include <atomic>
 #include <memory>
+#include <string>
+#include <utility>
 
 namespace kelp::notification {
 
 class ChannelCore;
 
-/// One proxy supplier's way out of the channel: what passes the filters goes to its subscription.
-class Outlet final : public Subscription {
+/// One proxy supplier's way out of the channel: what passes the filters goes to its subscription. Events are
+/// filtered by the channel's filter stage, in their order.
+class Outlet final : public Subscription, public FilterStage::Task {
   public:
     Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin, CosNotifyChannelAdmin::ProxyID proxy);
 
-    /// Filters an event and takes it in.
+    /// Whose it is. Set once, before the first event.
+    void setOwner(OwnerPtr owner) { owner_ = std::move(owner); }
+    /// Takes an event, to be filtered if there are filters. One after the other.
     void take(const EventPtr& event);
+    /// It ends: nothing is filtered any more.
+    void forgetFilters() {
+        filters.clear();
+        sieve_.clear();
+    }
+    /// Subscription::isSettled(), and likewise for the events that wait to be filtered.
+    bool hasDrained() const;
+
+    // -- FilterStage::Task
+    std::string ownerKey() const override { return owner_ ? owner_->key() : std::string(); }
+    bool work(FilterStage::Clock::time_point until) override;
 
     SharedQos qos;
     FilterList filters;
@@ -30,11 +49,17 @@ class Outlet final : public Subscription {
   private:
     void eventsLost(const Event& first) override;
     void consumerDied(const std::string& why) override;
-    bool passes(const CosNotification::StructuredEvent& event) const;
+    void beginWork();
+    bool isSubscribedTo(const CosNotification::StructuredEvent& event) const;
+    bool passes(const Sieve::Item& item);
 
     ChannelCore& core_;
     const std::shared_ptr<AdminData> admin_;
     const CosNotifyChannelAdmin::ProxyID proxy_;
+    OwnerPtr owner_;
+    Sieve sieve_;
+    /// An evaluation of its filters has spent its budget: the events that they keep waiting are its own loss.
+    std::atomic<bool> isTooCostly_{false};
 };
 
 }  // namespace kelp::notification

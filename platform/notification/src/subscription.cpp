@@ -82,12 +82,13 @@ void Subscription::offer(const EventPtr& event) {
         tellLost(lock, gone);
 }
 
-void Subscription::lose(const EventPtr& event) {
+void Subscription::lose(const EventPtr& event, bool isOwn) {
     Lock lock(mutex_);
     if (closed_)
         return;
-    queue_.countLost();
-    tellLost(lock, event);
+    queue_.countLost(isOwn);
+    if (!isOwn)
+        tellLost(lock, event);
 }
 
 void Subscription::setQueueLimit(std::size_t limit, bool isOwn) {

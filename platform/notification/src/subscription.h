@@ -38,6 +38,9 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
 
     // -- intake
     void offer(const EventPtr& event);
+    /// An event was lost before it could be offered. With `isOwn` it is the consumer's own doing, and begins
+    /// no event loss.
+    void lose(const EventPtr& event, bool isOwn);
 
     // -- qualities of service
     /// `isOwn`: the consumer has chosen it, so what does not fit is counted and begins no event loss.
@@ -82,9 +85,6 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     virtual void eventsLost(const Event& first) = 0;
     /// The consumer is dead; nothing more is sent to it.
     virtual void consumerDied(const std::string& why) = 0;
-
-    /// An event was lost before it could be offered.
-    void lose(const EventPtr& event);
 
   private:
     /// Paced: scheduled for the time when the first waiting event is old enough for a batch that is not full.

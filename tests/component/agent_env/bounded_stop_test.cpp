@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/asyn_notify_mgr.h>
-#include <kelp/corbabase/event_mgr.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/util/stopping.h>
 
@@ -74,34 +73,6 @@ TEST_F(BoundedStop, EndsAPingOfAnNmsThatCannotBeReached) {
     EXPECT_FALSE(util::isAnythingLeftRunning());
 }
 
-/// Connects a consumer of the embedded channel, as a bundle of this process may.
-void connectConsumer(const std::string& corbaloc) {
-    using namespace CosNotifyChannelAdmin;
-    const EventChannel_var channel = NS_CORBA::EventMgr::Instance()->GetEventChannel();
-    const ConsumerAdmin_var admin = channel->default_consumer_admin();
-    ProxyID id = 0;
-    const ProxySupplier_var proxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
-    const StructuredProxyPushSupplier_var pusher = StructuredProxyPushSupplier::_narrow(proxy.in());
-    const CORBA::ORB_var orb = base().GetOrb();
-    const CORBA::Object_var object = orb::toReference(orb.in(), corbaloc);
-    const CosNotifyComm::StructuredPushConsumer_var consumer =
-        CosNotifyComm::StructuredPushConsumer::_unchecked_narrow(object.in());
-    pusher->connect_structured_push_consumer(consumer.in());
-}
-
-TEST_F(BoundedStop, EndsAPushThatIsNotAnswered) {
-    const DeafListener deaf;
-    configureAgent("", freePort(), "[notification]\npush_timeout_s = 86400\n");
-    ASSERT_TRUE(start());
-    connectConsumer(deaf.corbaloc());
-    CosNotification::StructuredEvent event;
-    ASSERT_EQ(NS_CORBA::SuppilerMgr::Instance()->PushEvent(event), 0);
-    ASSERT_TRUE(waitUntil([&] { return deaf.hasConnection(); }));
-    EXPECT_TRUE(stopsInTime());
-    expectNothingRuns();
-    EXPECT_FALSE(util::isAnythingLeftRunning());
-}
-
 TEST_F(BoundedStop, LeavesATaskToItselfThatDoesNotEnd) {
     Gate gate;
     startWithUser("");
@@ -113,6 +84,7 @@ TEST_F(BoundedStop, LeavesATaskToItselfThatDoesNotEnd) {
     gate.open();
 }
 
+/// A manager interface whose operations a request is in while the agent stops.
 TEST_F(BoundedStop, TakesNothingAwayFromARequestThatStillRuns) {
     Gate gate;
     enterInterface("First", 1);

@@ -104,8 +104,8 @@ TEST_F(Admins, PassTheirQualitiesOnToNewProxies) {
 }
 
 TEST_F(Admins, LimitTheConsumersOfTheChannel) {
-    const EventChannel_var remote = remoteChannel();
-    remote->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(1)));
+    const EventChannel_var own = channel().reference();
+    own->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(1)));
     const ConsumerAdmin_var admin = consumers();
     ProxyID id = 0;
     const ProxySupplier_var first = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);

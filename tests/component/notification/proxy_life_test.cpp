@@ -165,8 +165,9 @@ TEST_F(ProxyLife, IsOverForAConnectThatCameTooLate) {
 
 TEST_F(ProxyLife, DoesNotBeginWithAnAdminThatIsBeingDestroyed) {
     const EventChannel_var remoteOne = remoteChannel();
-    remoteOne->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(1)));
-    remoteOne->set_admin(property(CosNotification::MaxSuppliers, CORBA::Long(1)));
+    const EventChannel_var own = channel().reference();
+    own->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(1)));
+    own->set_admin(property(CosNotification::MaxSuppliers, CORBA::Long(1)));
     AdminID id = 0;
     const ConsumerAdmin_var admin = remoteOne->new_for_consumers(AND_OP, id);
     const SupplierAdmin_var supplierAdmin = remoteOne->new_for_suppliers(AND_OP, id);

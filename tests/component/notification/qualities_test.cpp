@@ -198,8 +198,8 @@ TEST_F(Qualities, AreRefusedByNameWhereTheyMeanNothing) {
     EXPECT_EQ(errorOf([&] { into->set_qos(property("Nonsense", CORBA::Long(5))); }), BAD_PROPERTY);
     const SupplierAdmin_var admin = suppliers();
     EXPECT_EQ(errorOf([&] { admin->set_qos(property(OrderPolicy, FifoOrder)); }), UNSUPPORTED_PROPERTY);
-    const EventChannel_var remote = remoteChannel();
-    EXPECT_EQ(errorOf([&] { remote->set_qos(property(OrderPolicy, FifoOrder)); }), -1)
+    const EventChannel_var own = channel().reference();
+    EXPECT_EQ(errorOf([&] { own->set_qos(property(OrderPolicy, FifoOrder)); }), -1)
         << "for the consumer admins that are made from here on";
 }
 

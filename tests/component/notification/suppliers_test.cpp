@@ -74,8 +74,8 @@ TEST_F(Suppliers, OfAnyEventsReachConsumersOfEveryKind) {
 }
 
 TEST_F(Suppliers, AreListedAndLimited) {
-    const EventChannel_var remote = remoteChannel();
-    remote->set_admin(property(CosNotification::MaxSuppliers, CORBA::Long(1)));
+    const EventChannel_var own = channel().reference();
+    own->set_admin(property(CosNotification::MaxSuppliers, CORBA::Long(1)));
     ProxyID id = 0;
     const ProxyConsumer_var first = admin_->obtain_notification_push_consumer(STRUCTURED_EVENT, id);
     const ProxyIDSeq_var ids = admin_->push_consumers();

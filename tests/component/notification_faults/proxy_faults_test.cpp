@@ -15,9 +15,9 @@ class ProxyFaults : public ChannelFixture {
   protected:
     ProxyFaults() {
         settings_.delivery.pushTimeout = std::chrono::seconds(5);
-        const EventChannel_var remote = remoteChannel();
-        remote->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(1)));
-        remote->set_admin(property(CosNotification::MaxSuppliers, CORBA::Long(1)));
+        const EventChannel_var own = channel().reference();
+        own->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(1)));
+        own->set_admin(property(CosNotification::MaxSuppliers, CORBA::Long(1)));
         admin_ = consumers();
         supplierAdmin_ = suppliers();
         adminPin_ = kelp::test::channelServant(orb_.root(), admin_.in());
@@ -111,8 +111,8 @@ TEST_F(ProxyFaults, DoNotKeepAProxyFromItsEnd) {
 }
 
 TEST_F(ProxyFaults, OfOneConsumerKeepNoEventFromAnother) {
-    const EventChannel_var remote = remoteChannel();
-    remote->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(0)));
+    const EventChannel_var own = channel().reference();
+    own->set_admin(property(CosNotification::MaxConsumers, CORBA::Long(0)));
     std::vector<StructuredProxyPushSupplier_var> proxies;
     for (int i = 0; i < 3; ++i) {
         StructuredConsumer& consumer = make<StructuredConsumer>();

@@ -8,6 +8,8 @@
 
 using namespace std::chrono_literals;
 using kelp::notification::Absences;
+using kelp::notification::Caller;
+using kelp::notification::Owner;
 using kelp::orb::PeerAddress;
 
 namespace {
@@ -18,22 +20,27 @@ class Allowed final : public kelp::notification::Guard {
         ++asked;
         return addresses.count(peer.text) > 0;
     }
+    bool isLive(const std::string& logIn) const override { return ended.count(logIn) == 0; }
     std::set<std::string> addresses;
+    std::set<std::string> ended;
     mutable int asked = 0;
 };
 
 class AbsencesTest : public testing::Test {
   protected:
-    static PeerAddress at(const std::string& address, std::uint16_t port = 1) {
-        PeerAddress peer;
-        peer.text = address;
-        peer.port = port;
-        return peer;
+    /// The owner at an address, or a log-in there.
+    static Owner at(const std::string& address, const std::string& logIn = "") {
+        Caller caller;
+        caller.peer.text = address;
+        if (!logIn.empty())
+            caller.logIns.push_back({logIn, logIn});
+        return Owner(caller);
     }
-    /// One review; whether the grace of the address is over.
-    bool isOver(std::chrono::milliseconds time, const std::string& address = "10.0.0.1") {
+    /// One review; whether the grace of the owner is over.
+    bool isOver(std::chrono::milliseconds time, const std::string& address = "10.0.0.1",
+                const std::string& logIn = "") {
         absences.begin(Absences::Time(time));
-        const bool over = absences.isOver(at(address));
+        const bool over = absences.isOver(at(address, logIn));
         absences.end();
         return over;
     }
@@ -77,20 +84,34 @@ TEST_F(AbsencesTest, AnAddressWithoutProxiesIsForgotten) {
     EXPECT_FALSE(isOver(1500ms));
 }
 
-TEST_F(AbsencesTest, AddressesAreAskedForOnceAReviewWhateverTheirPorts) {
+TEST_F(AbsencesTest, ALogInThatHasEndedGoesAfterTheGraceThoughItsAddressStays) {
+    allowed.addresses = {"10.0.0.1"};
+    EXPECT_FALSE(isOver(0ms, "10.0.0.1", "alice"));
+    allowed.ended = {"alice"};
+    EXPECT_FALSE(isOver(1000ms, "10.0.0.1", "alice"));
+    EXPECT_FALSE(isOver(1999ms, "10.0.0.1", "alice"));
+    EXPECT_TRUE(isOver(2000ms, "10.0.0.1", "alice"));
+    EXPECT_FALSE(isOver(3000ms, "10.0.0.1", "bob"));
+}
+
+TEST_F(AbsencesTest, ALogInGoesWithItsAddress) {
+    EXPECT_FALSE(isOver(0ms, "10.0.0.1", "alice"));
+    EXPECT_TRUE(isOver(1000ms, "10.0.0.1", "alice"));
+}
+
+TEST_F(AbsencesTest, AddressesAreAskedForOnceAReviewWhateverTheirLogIns) {
     absences.begin(Absences::Time(0ms));
-    absences.isOver(at("10.0.0.1", 1));
-    absences.isOver(at("10.0.0.1", 2));
-    absences.isOver(at("10.0.0.2", 1));
+    absences.isOver(at("10.0.0.1", "alice"));
+    absences.isOver(at("10.0.0.1", "bob"));
+    absences.isOver(at("10.0.0.1"));
+    absences.isOver(at("10.0.0.2"));
     absences.end();
     EXPECT_EQ(allowed.asked, 2);
 }
 
-TEST_F(AbsencesTest, WhatWasMadeInsideTheProcessOrWithoutAGuardStays) {
+TEST_F(AbsencesTest, WithoutAGuardEverybodyStays) {
     Absences unguarded(nullptr, 0ms);
-    absences.begin(Absences::Time(0ms));
     unguarded.begin(Absences::Time(0ms));
-    EXPECT_FALSE(absences.isOver(std::nullopt));
     EXPECT_FALSE(unguarded.isOver(at("10.0.0.1")));
     EXPECT_EQ(allowed.asked, 0);
 }

@@ -58,15 +58,21 @@ struct Consumer {
     std::shared_ptr<QuietSubscription> subscription;
 };
 
-TEST(Dispatcher, GrowsWithTheConsumersUpToItsLimit) {
+TEST(Dispatcher, GrowsAndShrinksWithTheConsumersUpToItsLimit) {
     Dispatcher dispatcher(3, 2);
     EXPECT_EQ(dispatcher.threads(), 0u);
     dispatcher.serveConsumers(2);
     EXPECT_EQ(dispatcher.threads(), 2u);
-    dispatcher.serveConsumers(1);
-    EXPECT_EQ(dispatcher.threads(), 2u);
     dispatcher.serveConsumers(9);
     EXPECT_EQ(dispatcher.threads(), 3u);
+    dispatcher.serveConsumers(1);
+    EXPECT_TRUE(waitUntil([&] { return dispatcher.threads() == 1; }));
+    dispatcher.serveConsumers(0);
+    EXPECT_TRUE(waitUntil([&] { return dispatcher.threads() == 0; }));
+    Consumer consumer(dispatcher);
+    consumer.subscription->offer(test::event(1));
+    dispatcher.serveConsumers(1);
+    EXPECT_TRUE(waitUntil([&] { return consumer.receiver->last == 1; }));
 }
 
 TEST(Dispatcher, KeepsEveryConsumersOrderOnManyThreads) {

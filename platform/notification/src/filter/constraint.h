@@ -2,9 +2,13 @@
 
 #include <cos/CosNotification.h>
 
-#include <memory>
+#include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include "budget.h"
+#include "expression.h"
 
 namespace kelp::notification {
 
@@ -14,22 +18,29 @@ class ConstraintSyntaxError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// How much a constraint may be.
+struct ConstraintLimits {
+    std::size_t octets = 8192;  ///< of the text
+    std::size_t cost = 20000;   ///< steps that one evaluation may need, estimated from the text
+};
+
 /// A constraint of the extended trader constraint language (Notification Service 2.4), parsed once.
 /// Immutable: any thread may ask it. An empty text matches every event.
 class Constraint {
   public:
-    /// Throws ConstraintSyntaxError, also for texts that are too long or too deep to be honest.
-    explicit Constraint(const std::string& text);
-    ~Constraint();
+    /// Throws what parseConstraint() throws.
+    explicit Constraint(const std::string& text, const ConstraintLimits& limits = {});
     Constraint(const Constraint&) = delete;
     Constraint& operator=(const Constraint&) = delete;
 
-    /// False too when it fails: a property is missing, types do not go together.
+    /// False too when it fails: a property is missing, types do not go together, the budget is spent.
+    bool matches(const CosNotification::StructuredEvent& event, Budget& budget) const;
+    /// The same with as many steps as the limits estimate at most.
     bool matches(const CosNotification::StructuredEvent& event) const;
 
   private:
-    class Tree;
-    std::unique_ptr<const Tree> tree_;
+    const ConstraintLimits limits_;
+    const std::optional<Expression> expression_;
 };
 
 }  // namespace kelp::notification

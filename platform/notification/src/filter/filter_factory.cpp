@@ -14,16 +14,17 @@ constexpr int kFiltersMax = 10000;
 CosNotifyFilter::Filter_ptr FilterFactoryServant::create_filter(const char* grammar) {
     if (grammar == nullptr || std::strcmp(grammar, kExtendedTcl) != 0)
         throw CosNotifyFilter::InvalidGrammar();
-    AddressPlaces::Place place = core_->takeFilterPlace();
+    OwnerPtr owner = core_->ownerOfCaller();
+    KeyedPlaces::Place place = core_->takeFilterPlace(owner);
     if (++*filters_ > kFiltersMax) {
         --*filters_;
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     }
-    auto* servant = new FilterServant(core_, [filters = filters_, held = std::move(place)]() mutable {
+    auto* servant = new FilterServant(core_, owner, [filters = filters_, held = std::move(place)]() mutable {
         --*filters;
         held.reset();
     });
-    const CORBA::Object_var object = core_->activate(servant);
+    const CORBA::Object_var object = core_->activate(servant, {.owner = std::move(owner)});
     return CosNotifyFilter::Filter::_narrow(object.in());
 }
 

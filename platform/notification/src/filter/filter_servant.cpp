@@ -1,5 +1,9 @@
 #include "filter_servant.h"
 
+#include <kelp/util/trace_log.h>
+
+#include <cstring>
+
 #include "core.h"
 #include "event.h"
 #include "filter_factory.h"
@@ -47,6 +51,22 @@ TypeSet typesOf(const CosNotification::EventTypeSeq& types) {
     return names;
 }
 
+/// Of its text and of the types that it is for.
+std::size_t octetsOf(const ConstraintExp& expression) {
+    std::size_t octets = std::strlen(expression.constraint_expr.in());
+    for (CORBA::ULong i = 0; i < expression.event_types.length(); ++i) {
+        const CosNotification::EventType& type = expression.event_types[i];
+        // with what a type takes beyond its names
+        octets += std::strlen(type.domain_name.in()) + std::strlen(type.type_name.in()) + sizeof type;
+    }
+    return octets;
+}
+
+void requireRoom(std::size_t constraints) {
+    if (constraints > kConstraintsMax)
+        throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+}
+
 ConstraintNotFound notFound(ConstraintID id) {
     return ConstraintNotFound(id);
 }
@@ -66,8 +86,10 @@ ConstraintInfoSeq* listed(const Entries& entries) {
 
 }  // namespace
 
-FilterServant::FilterServant(std::shared_ptr<ChannelCore> core, std::function<void()> onDestroy)
+FilterServant::FilterServant(std::shared_ptr<ChannelCore> core, OwnerPtr owner,
+                             std::function<void()> onDestroy)
     : core_(std::move(core)),
+      owner_(std::move(owner)),
       onDestroy_(std::move(onDestroy)),
       types_(std::make_shared<TypeFeed>(core_->notices(), TypeSet(), kCallbacksMax)) {}
 
@@ -80,9 +102,22 @@ char* FilterServant::constraint_grammar() {
     return CORBA::string_dup(kExtendedTcl);
 }
 
-FilterServant::Entry FilterServant::compiled(const ConstraintExp& expression) {
+bool FilterServant::drop() {
+    // one of them is this filter's
+    if (use_.use_count() > 1)
+        return false;
+    destroy();
+    return true;
+}
+
+FilterServant::Entry FilterServant::compiled(const ConstraintExp& expression) const {
+    const OwnerLimits& limits = core_->settings().perOwner;
+    if (octetsOf(expression) > limits.constraintBytes)
+        throw InvalidConstraint(expression);
     try {
-        return {expression, std::make_shared<const Constraint>(expression.constraint_expr.in())};
+        return {expression, std::make_shared<const Constraint>(
+                                expression.constraint_expr.in(),
+                                ConstraintLimits{limits.constraintBytes, limits.constraintCost})};
     } catch (const ConstraintSyntaxError&) {
         throw InvalidConstraint(expression);
     }
@@ -102,14 +137,16 @@ void FilterServant::change(std::shared_ptr<const Entries> entries) {
 }
 
 ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) {
+    requireRoom(list.length());
     std::vector<Entry> added;
-    for (CORBA::ULong i = 0; i < list.length() && i <= kConstraintsMax; ++i)
+    for (CORBA::ULong i = 0; i < list.length(); ++i) {
         added.push_back(compiled(list[i]));
+        added.back().place = core_->takeConstraintPlace(owner_);
+    }
     Entries made;
     {
         const std::lock_guard guard(mutex_);
-        if (entries_->size() + list.length() > kConstraintsMax)
-            throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+        requireRoom(entries_->size() + list.length());
         const auto changed = std::make_shared<Entries>(*entries_);
         for (Entry& each : added)
             made[++lastId_] = std::move(each);
@@ -120,6 +157,7 @@ ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) 
 }
 
 void FilterServant::modify_constraints(const ConstraintIDSeq& removed, const ConstraintInfoSeq& changed) {
+    requireRoom(changed.length());
     std::map<ConstraintID, Entry> compiledOnes;
     for (CORBA::ULong i = 0; i < changed.length(); ++i)
         compiledOnes[changed[i].constraint_id] = compiled(changed[i].constraint_expression);
@@ -133,6 +171,7 @@ void FilterServant::modify_constraints(const ConstraintIDSeq& removed, const Con
         const auto found = result->find(id);
         if (found == result->end())
             throw notFound(id);
+        entry.place = found->second.place;
         found->second = std::move(entry);
     }
     change(result);
@@ -172,12 +211,24 @@ CORBA::Boolean FilterServant::match(const CORBA::Any& data) {
 }
 
 CORBA::Boolean FilterServant::match_structured(const CosNotification::StructuredEvent& event) {
+    Budget budget(core_->settings().perOwner.evaluationCost);
+    return passes(event, budget);
+}
+
+bool FilterServant::passes(const CosNotification::StructuredEvent& event, Budget& budget) const {
     const auto entries = current();
     for (const auto& [id, entry] : *entries) {
-        if (isOfType(entry.expression.event_types, event.header.fixed_header.event_type) &&
-            entry.constraint->matches(event))
+        const bool isForIt = budget.spend(1 + entry.expression.event_types.length()) &&
+                             isOfType(entry.expression.event_types, event.header.fixed_header.event_type);
+        if (isForIt && entry.constraint->matches(event, budget))
             return true;
+        if (budget.isSpent())
+            break;
     }
+    if (budget.isSpent() && !toldOfCost_.exchange(true))
+        kelp::util::traceFrom("notification", "the filters of a consumer of " +
+                                                  (owner_ ? owner_->text() : std::string("this process")) +
+                                                  " cost too much: events do not match");
     return false;
 }
 

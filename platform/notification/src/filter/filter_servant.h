@@ -8,6 +8,10 @@
 #include <memory>
 #include <mutex>
 
+#include "../event_test.h"
+#include "../keyed_places.h"
+#include "../owned.h"
+#include "../owner.h"
 #include "constraint.h"
 #include "type_feed.h"
 
@@ -17,11 +21,20 @@ class ChannelCore;
 
 /// A filter object: constraints in the extended trader constraint language, each for some event types; an
 /// event passes when one of them matches. Without a constraint nothing passes (Notification Service 2.3.1).
-class FilterServant final : public POA_CosNotifyFilter::Filter {
+class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, public EventTest {
   public:
-    /// `onDestroy` is called once, when the filter ends.
-    FilterServant(std::shared_ptr<ChannelCore> core, std::function<void()> onDestroy);
+    /// `onDestroy` is called once, when the filter ends. `owner` as with ChannelCore::ownerOfCaller().
+    FilterServant(std::shared_ptr<ChannelCore> core, OwnerPtr owner, std::function<void()> onDestroy);
     ~FilterServant() override;
+
+    // -- Owned
+    Kind ownedKind() const override { return Kind::Filter; }
+    /// False while an admin or proxy uses it.
+    bool drop() override;
+
+    // -- EventTest
+    bool passes(const CosNotification::StructuredEvent& event, Budget& budget) const override;
+    std::shared_ptr<const void> use() const override { return use_; }
 
     char* constraint_grammar() override;
     CosNotifyFilter::ConstraintInfoSeq* add_constraints(
@@ -46,20 +59,24 @@ class FilterServant final : public POA_CosNotifyFilter::Filter {
     struct Entry {
         CosNotifyFilter::ConstraintExp expression;
         std::shared_ptr<const Constraint> constraint;
+        KeyedPlaces::Place place{};  ///< of the owner's constraints
     };
     using Entries = std::map<CosNotifyFilter::ConstraintID, Entry>;
 
     void change(std::shared_ptr<const Entries> entries);
-    static Entry compiled(const CosNotifyFilter::ConstraintExp& expression);
+    Entry compiled(const CosNotifyFilter::ConstraintExp& expression) const;
     std::shared_ptr<const Entries> current() const;
 
     const std::shared_ptr<ChannelCore> core_;
+    const OwnerPtr owner_;
     const std::function<void()> onDestroy_;
+    const std::shared_ptr<const void> use_ = std::make_shared<char>();
     const std::shared_ptr<TypeFeed> types_;  // its lock is taken inside mutex_
     mutable std::mutex mutex_;               // guards what follows
     std::shared_ptr<const Entries> entries_ = std::make_shared<const Entries>();
     CosNotifyFilter::ConstraintID lastId_ = 0;
     std::atomic<bool> destroyed_{false};
+    mutable std::atomic<bool> toldOfCost_{false};
 };
 
 }  // namespace kelp::notification

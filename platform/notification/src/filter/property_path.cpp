@@ -111,14 +111,14 @@ Result simpleValue(DynamicAny::DynAny_ptr dyn) {
 /// What is found at the end of a path is given to `use`; none when the path leads nowhere. Everything that a
 /// DynAny raises on the way (no such member, another type) is a path that leads nowhere.
 template <class Use>
-auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Use use)
+auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget, Use use)
     -> decltype(use(dyn, std::optional<Value>()));
 
 template <class Use>
-auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Use use)
+auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Budget& budget, Use use)
     -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     const DynTree tree(any);
-    return walk(tree.root(), path, at, use);
+    return walk(tree.root(), path, at, budget, use);
 }
 
 /// A discriminator or a label as it is written in a constraint.
@@ -193,8 +193,8 @@ DynamicAny::DynAny_ptr memberOf(DynamicAny::DynAny_ptr dyn, const std::string& n
 }
 
 /// The value beside this name in a list of structures of a name and a value.
-DynamicAny::DynAny_ptr valueBesideName(DynamicAny::DynAny_ptr list, const std::string& name) {
-    for (CORBA::ULong i = 0; i < list->component_count(); ++i) {
+DynamicAny::DynAny_ptr valueBesideName(DynamicAny::DynAny_ptr list, const std::string& name, Budget& budget) {
+    for (CORBA::ULong i = 0; i < list->component_count() && budget.spend(); ++i) {
         const DynAny_var element = elementAt(list, i);
         const DynAny_var first = elementAt(element.in(), 0);
         if (CORBA::is_nil(first.in()))
@@ -231,12 +231,12 @@ std::optional<Value> specialValue(PathStep::Kind kind, DynamicAny::DynAny_ptr dy
     }
 }
 
-DynamicAny::DynAny_ptr stepInto(DynamicAny::DynAny_ptr dyn, const PathStep& step) {
+DynamicAny::DynAny_ptr stepInto(DynamicAny::DynAny_ptr dyn, const PathStep& step, Budget& budget) {
     switch (step.kind) {
         case PathStep::Kind::Member:
             return memberOf(dyn, step.name);
         case PathStep::Kind::Name:
-            return valueBesideName(dyn, step.name);
+            return valueBesideName(dyn, step.name, budget);
         case PathStep::Kind::Index:
         case PathStep::Kind::Position:
             return elementAt(dyn, step.at);
@@ -253,13 +253,13 @@ bool isSpecial(PathStep::Kind kind) {
 }
 
 template <class Use>
-auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Use use)
+auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget, Use use)
     -> decltype(use(dyn, std::optional<Value>())) {
     const CORBA::TypeCode_var declared = dyn->type();
     const CORBA::TypeCode_var type = withoutAlias(declared.in());
     if (type->kind() == CORBA::tk_any && at < path.size()) {
         const CORBA::Any_var inner = dyn->get_any();
-        return walkAny(inner.in(), path, at, use);
+        return walkAny(inner.in(), path, at, budget, use);
     }
     if (at == path.size())
         return use(dyn, std::nullopt);
@@ -268,10 +268,10 @@ auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, 
         return special && at + 1 == path.size() ? use(DynAny::_nil(), special)
                                                 : decltype(use(dyn, special))();
     }
-    const DynAny_var next = stepInto(dyn, path[at]);
+    const DynAny_var next = budget.spend() ? stepInto(dyn, path[at], budget) : DynAny::_nil();
     if (CORBA::is_nil(next.in()))
         return {};
-    return walk(next.in(), path, at + 1, use);
+    return walk(next.in(), path, at + 1, budget, use);
 }
 
 /// The names by which the fixed header's fields are known.
@@ -298,7 +298,7 @@ bool isEnd(const PropertyPath& path, std::size_t at) {
 /// the list.
 template <class Use>
 auto findListed(const CosNotification::PropertySeq& properties, const PropertyPath& path, std::size_t at,
-                Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+                Budget& budget, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (isEnd(path, at))
         return use(DynAny::_nil(), std::nullopt);
     const PathStep& step = path[at];
@@ -307,7 +307,7 @@ auto findListed(const CosNotification::PropertySeq& properties, const PropertyPa
     if (step.kind == PathStep::Kind::Name) {
         const CORBA::Any* any = find(properties, step.name);
         return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))()
-                              : walkAny(*any, path, at + 1, use);
+                              : walkAny(*any, path, at + 1, budget, use);
     }
     if (step.kind != PathStep::Kind::Index || step.at >= properties.length())
         return {};
@@ -316,7 +316,7 @@ auto findListed(const CosNotification::PropertySeq& properties, const PropertyPa
         return use(DynAny::_nil(), std::nullopt);
     if (isMember(path, at + 1, "name"))
         return use(DynAny::_nil(), Value(std::string(property.name.in())));
-    return walkAny(property.value, path, at + 2, use);
+    return walkAny(property.value, path, at + 2, budget, use);
 }
 
 /// "$.header.fixed_header.event_name" and the like; `at` is the step behind the fixed header.
@@ -334,8 +334,8 @@ auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath
 }
 
 template <class Use>
-auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPath& path, Use use)
-    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPath& path, Budget& budget,
+                 Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (path.empty() || path[0].kind != PathStep::Kind::Member)
         return {};
     if (isMember(path, 0, "curtime"))
@@ -343,26 +343,28 @@ auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPa
     if (isMember(path, 0, "header")) {
         if (isEnd(path, 1))
             return use(DynAny::_nil(), std::nullopt);
-        return isMember(path, 1, "fixed_header") ? findFixed(event, path, 2, use)
-                                                 : findListed(event.header.variable_header, path, 2, use);
+        return isMember(path, 1, "fixed_header")
+                   ? findFixed(event, path, 2, use)
+                   : findListed(event.header.variable_header, path, 2, budget, use);
     }
     if (isMember(path, 0, "filterable_data"))
-        return findListed(event.filterable_data, path, 1, use);
+        return findListed(event.filterable_data, path, 1, budget, use);
     if (isMember(path, 0, "remainder_of_body"))
-        return walkAny(event.remainder_of_body, path, 1, use);
+        return walkAny(event.remainder_of_body, path, 1, budget, use);
     if (headerText(event, path[0].name) != nullptr)
         return findFixed(event, path, 0, use);
     const CORBA::Any* any = find(event.header.variable_header, path[0].name);
     if (any == nullptr)
         any = find(event.filterable_data, path[0].name);
-    return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))() : walkAny(*any, path, 1, use);
+    return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))()
+                          : walkAny(*any, path, 1, budget, use);
 }
 
 template <class Use>
-auto find(const CosNotification::StructuredEvent& event, const PropertyPath& path, Use use)
+auto find(const CosNotification::StructuredEvent& event, const PropertyPath& path, Budget& budget, Use use)
     -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     try {
-        return findChecked(event, path, use);
+        return findChecked(event, path, budget, use);
     } catch (const CORBA::Exception&) {
         return {};  // a step that the value does not have
     }
@@ -406,38 +408,43 @@ bool isPossible(const PropertyPath& path) {
 }
 
 Result EventReader::value(const PropertyPath& path) const {
-    return find(event_, path, [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>& ready) -> Result {
-        return CORBA::is_nil(dyn) ? ready : simpleValue(dyn);
-    });
+    return find(event_, path, budget_,
+                [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>& ready) -> Result {
+                    return CORBA::is_nil(dyn) ? ready : simpleValue(dyn);
+                });
 }
 
 bool EventReader::exists(const PropertyPath& path) const {
-    return find(event_, path, [](DynamicAny::DynAny_ptr, const std::optional<Value>&) { return true; });
+    return find(event_, path, budget_,
+                [](DynamicAny::DynAny_ptr, const std::optional<Value>&) { return true; });
 }
 
 Result EventReader::hasDefaultLabel(const PropertyPath& path) const {
-    return find(event_, path, [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
+    return find(event_, path, budget_, [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
         const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(dyn);
         return CORBA::is_nil(choice.in()) ? std::nullopt : Result(isDefaultActive(choice.in()));
     });
 }
 
 Result EventReader::contains(const PropertyPath& path, const Value& element) const {
-    return find(event_, path, [&](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
-        if (CORBA::is_nil(dyn))
-            return std::nullopt;
-        const CORBA::TypeCode_var declared = dyn->type();
-        const CORBA::TypeCode_var type = withoutAlias(declared.in());
-        if (type->kind() != CORBA::tk_sequence && type->kind() != CORBA::tk_array)
-            return std::nullopt;
-        for (CORBA::ULong i = 0; i < dyn->component_count(); ++i) {
-            const DynAny_var each = elementAt(dyn, i);
-            const Result value = simpleValue(each.in());
-            if (value && truth(compare(Comparison::Equal, *value, element)).value_or(false))
-                return true;
-        }
-        return false;
-    });
+    return find(event_, path, budget_,
+                [&](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
+                    if (CORBA::is_nil(dyn))
+                        return std::nullopt;
+                    const CORBA::TypeCode_var declared = dyn->type();
+                    const CORBA::TypeCode_var type = withoutAlias(declared.in());
+                    if (type->kind() != CORBA::tk_sequence && type->kind() != CORBA::tk_array)
+                        return std::nullopt;
+                    for (CORBA::ULong i = 0; i < dyn->component_count(); ++i) {
+                        if (!budget_.spend())
+                            return std::nullopt;
+                        const DynAny_var each = elementAt(dyn, i);
+                        const Result value = simpleValue(each.in());
+                        if (value && truth(compare(Comparison::Equal, *value, element)).value_or(false))
+                            return true;
+                    }
+                    return false;
+                });
 }
 
 }  // namespace kelp::notification

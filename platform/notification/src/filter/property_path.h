@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "budget.h"
 #include "value.h"
 
 namespace kelp::notification {
@@ -32,11 +33,14 @@ using PropertyPath = std::vector<PathStep>;
 /// False for a path that leads nowhere in any event, whatever its properties are: "$.header.nonsense".
 bool isPossible(const PropertyPath& path);
 
-/// What a possible path leads to in an event. "$curtime" is the current time (Notification Service 2.4),
-/// which counts as a number of 100 ns as the time of every TimeBase::UtcT does.
+/// What a possible path leads to in an event; nothing when the budget is spent on the way. "$curtime" is the
+/// current time (Notification Service 2.4), which counts as a number of 100 ns as the time of every
+/// TimeBase::UtcT does.
 class EventReader {
   public:
-    explicit EventReader(const CosNotification::StructuredEvent& event) : event_(event) {}
+    /// Both are borrowed.
+    EventReader(const CosNotification::StructuredEvent& event, Budget& budget)
+        : event_(event), budget_(budget) {}
 
     /// The value at the path; none when there is none, or when it is no simple value.
     Result value(const PropertyPath& path) const;
@@ -48,6 +52,7 @@ class EventReader {
 
   private:
     const CosNotification::StructuredEvent& event_;
+    Budget& budget_;
 };
 
 }  // namespace kelp::notification

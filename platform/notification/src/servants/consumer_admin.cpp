@@ -9,7 +9,7 @@ using namespace CosNotifyChannelAdmin;
 
 ConsumerAdminServant::ConsumerAdminServant(std::shared_ptr<ChannelCore> core,
                                            std::shared_ptr<ConsumerAdminData> data, EventChannel_ptr channel,
-                                           AddressPlaces::Place place, OnDestroy onDestroy)
+                                           KeyedPlaces::Place place, OnDestroy onDestroy)
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
@@ -22,14 +22,16 @@ void ConsumerAdminServant::close(SupplierPart::Consumer consumers) {
     data_->proxies.close();
     data_->proxies.withAll([consumers](SupplierPart& part) { part.close(consumers); });
     place_.reset();
+    data_->filters.clear();
     core_->deactivate(this);
 }
 
-void ConsumerAdminServant::dropWhere(const std::function<bool(const Owner&)>& isUnwanted) {
-    data_->proxies.withAll([&](SupplierPart& part) {
-        if (isUnwanted(part.owner()))
-            part.drop();
-    });
+bool ConsumerAdminServant::drop() {
+    if (!data_->proxies.empty())
+        return false;
+    onDestroy_(data_->id);
+    close(SupplierPart::Consumer::IsTold);
+    return true;
 }
 
 EventChannel_ptr ConsumerAdminServant::MyChannel() {
@@ -37,15 +39,22 @@ EventChannel_ptr ConsumerAdminServant::MyChannel() {
 }
 
 ProxyIDSeq* ConsumerAdminServant::pull_suppliers() {
-    return data_->proxies.ids([](const SupplierPart& part) { return !part.pushes(); });
+    return data_->proxies.ids([caller = core_->caller()](const SupplierPart& part) {
+        return !part.pushes() && Owners::isShown(caller, part.owner());
+    });
 }
 
 ProxyIDSeq* ConsumerAdminServant::push_suppliers() {
-    return data_->proxies.ids([](const SupplierPart& part) { return part.pushes(); });
+    return data_->proxies.ids([caller = core_->caller()](const SupplierPart& part) {
+        return part.pushes() && Owners::isShown(caller, part.owner());
+    });
 }
 
 ProxySupplier_ptr ConsumerAdminServant::get_proxy_supplier(ProxyID id) {
-    const CORBA::Object_var reference = data_->proxies.reference(id);
+    const CORBA::Object_var reference =
+        data_->proxies.reference(id, [caller = core_->caller()](const SupplierPart& part) {
+            return Owners::isShown(caller, part.owner());
+        });
     if (CORBA::is_nil(reference.in()))
         throw ProxyNotFound();
     return ProxySupplier::_narrow(reference.in());
@@ -53,7 +62,8 @@ ProxySupplier_ptr ConsumerAdminServant::get_proxy_supplier(ProxyID id) {
 
 template <class Servant>
 CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
-    AddressPlaces::Place place = core_->takeConsumerPlace();
+    OwnerPtr owner = core_->ownerOfCaller(data_->owner);
+    KeyedPlaces::Place place = core_->takeConsumerPlace(owner);
     Servant* servant = nullptr;
     try {
         servant = new Servant(core_, data_, type);
@@ -63,9 +73,9 @@ CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
     }
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
-    servant->hold(std::move(place));
+    servant->hold(owner, std::move(place));
     try {
-        CORBA::Object_var reference = core_->activate(servant);
+        CORBA::Object_var reference = core_->activate(servant, {.owner = std::move(owner)});
         core_->addOutlet(servant->outlet());
         // last: an admin that is being destroyed has none of it left behind
         data_->proxies.enter(servant->id(), servant, servant, reference.in());
@@ -114,6 +124,8 @@ ProxySupplier_ptr ConsumerAdminServant::obtain_notification_push_supplier(Client
 }
 
 void ConsumerAdminServant::destroy() {
+    if (data_->id == kDefaultAdmin)
+        throw CORBA::NO_PERMISSION(0, CORBA::COMPLETED_NO);
     onDestroy_(data_->id);
     close(SupplierPart::Consumer::IsTold);
 }

@@ -7,19 +7,24 @@ namespace kelp::notification {
 
 /// A group of consumers with filters and qualities of service in common.
 class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
-                                   public WithoutMappingFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin> {
+                                   public WithoutMappingFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
+                                   public Owned {
   public:
     /// Told when an admin is destroyed by one of its clients.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
 
     ConsumerAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> data,
-                         CosNotifyChannelAdmin::EventChannel_ptr channel, AddressPlaces::Place place,
+                         CosNotifyChannelAdmin::EventChannel_ptr channel, KeyedPlaces::Place place,
                          OnDestroy onDestroy);
 
-    /// Drops the proxies with such an owner.
-    void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
     /// Ends the admin and its proxies.
     void close(SupplierPart::Consumer consumers);
+    const OwnerPtr& owner() const { return data_->owner; }
+
+    // -- Owned
+    Kind ownedKind() const override { return Kind::Admin; }
+    /// False while it has proxies of another owner.
+    bool drop() override;
 
     // -- ConsumerAdmin
     CosNotifyChannelAdmin::AdminID MyID() override { return data_->id; }
@@ -32,6 +37,7 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
     CosNotifyChannelAdmin::ProxySupplier_ptr obtain_notification_push_supplier(
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
+    /// NO_PERMISSION for the default admin.
     void destroy() override;
 
     // -- CosEventChannelAdmin::ConsumerAdmin
@@ -58,7 +64,7 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     const std::shared_ptr<ConsumerAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
-    AddressPlaces::Place place_;  ///< whoever closes the admin gives it back
+    KeyedPlaces::Place place_;  ///< whoever closes the admin gives it back
     std::atomic<bool> closed_{false};
 };
 

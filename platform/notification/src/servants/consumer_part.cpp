@@ -2,6 +2,7 @@
 
 #include <cos/CosEventComm.h>
 
+#include "filter/budget.h"
 namespace kelp::notification {
 
 ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
@@ -28,7 +29,6 @@ void ConsumerPart::connect(CORBA::Object_ptr supplier, Farewell farewell) {
         const std::lock_guard guard(farewellMutex_);
         farewell_ = std::move(farewell);
     }
-    owner_.note();
     if (!CORBA::is_nil(supplier))
         updates_.connect(toldOfSubscriptions(
             "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), supplier));
@@ -42,12 +42,14 @@ void ConsumerPart::take(const EventPtr& event) {
 }
 
 bool ConsumerPart::passes(const CosNotification::StructuredEvent& event) const {
-    return judgedByGroups(admin_->op, admin_->filters, filters, event);
+    Budget budget(core_->settings().perOwner.evaluationCost);
+    return judgedByGroups(admin_->op, admin_->filters.current(), filters.current(), event, budget);
 }
 
-void ConsumerPart::drop() {
-    close(Supplier::IsNotTold);
+bool ConsumerPart::drop() {
+    close(Supplier::IsTold);
     traceDropped("supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), owner_);
+    return true;
 }
 
 void ConsumerPart::close(Supplier supplier) {
@@ -60,6 +62,7 @@ void ConsumerPart::close(Supplier supplier) {
     core_->offers().leave(offerer_);
     core_->giveSupplierPlace();
     place_.reset();
+    filters.clear();
     admin_->proxies.forget(id_);
     core_->deactivate(servant());
     if (supplier == Supplier::IsNotTold)
@@ -69,8 +72,8 @@ void ConsumerPart::close(Supplier supplier) {
         const std::lock_guard guard(farewellMutex_);
         farewell = farewell_;
     }
-    if (farewell)
-        say(farewell, "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_));
+    core_->farewells().tell(std::move(farewell),
+                            "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_));
 }
 
 }  // namespace kelp::notification

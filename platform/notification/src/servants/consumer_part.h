@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "core.h"
+#include "owned.h"
 #include "owner.h"
 #include "peers.h"
 #include "proxy_registry.h"
@@ -21,6 +22,7 @@ struct SupplierAdminData {
 
     const CosNotifyChannelAdmin::AdminID id;
     const CosNotifyChannelAdmin::InterFilterGroupOperator op;
+    OwnerPtr owner{};  ///< set once, before the first proxy
     SharedQos qos;
     FilterList filters;
     ProxyRegistry<ConsumerPart> proxies;
@@ -28,11 +30,11 @@ struct SupplierAdminData {
 };
 
 /// What the proxy consumers of every kind have in common: events that suppliers outside this process push.
-class ConsumerPart {
+class ConsumerPart : public Owned {
   public:
     ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
                  CosNotifyChannelAdmin::ProxyType type);
-    virtual ~ConsumerPart();
+    ~ConsumerPart() override;
     ConsumerPart(const ConsumerPart&) = delete;
     ConsumerPart& operator=(const ConsumerPart&) = delete;
 
@@ -40,10 +42,12 @@ class ConsumerPart {
     CosNotifyChannelAdmin::ProxyID id() const { return id_; }
     SupplierAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
-    const Owner& owner() const { return owner_; }
-    /// Takes over the place of the address that the proxy was made from, until close(). Before anybody else
-    /// knows the proxy.
-    void hold(AddressPlaces::Place place) { place_ = std::move(place); }
+    const OwnerPtr& owner() const { return owner_; }
+    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows the proxy.
+    void hold(OwnerPtr owner, KeyedPlaces::Place place) {
+        owner_ = std::move(owner);
+        place_ = std::move(place);
+    }
 
     CosNotification::EventTypeSeq* subscribedTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
         return updates_.obtain(mode);
@@ -59,11 +63,12 @@ class ConsumerPart {
     /// Takes an event in; throws Disconnected while nobody is connected.
     void take(const EventPtr& event);
     enum class Supplier { IsTold, IsNotTold };
-    /// Ends the proxy for good, once; the supplier hears of it when wanted.
+    /// Ends the proxy for good, once; the supplier hears of it soon when wanted.
     void close(Supplier supplier);
-    /// Ends it because its owner may not use the channel any more, and traces that. The caller keeps it
-    /// alive.
-    void drop();
+
+    // -- Owned; dropping it is traced
+    Kind ownedKind() const override { return Kind::Proxy; }
+    bool drop() override;
 
     SharedQos qos;
     FilterList filters;
@@ -79,8 +84,8 @@ class ConsumerPart {
     const CosNotifyChannelAdmin::ProxyType type_;
     const CosNotifyChannelAdmin::ProxyID id_;
     const Offers::OffererId offerer_;
-    Owner owner_;
-    AddressPlaces::Place place_;
+    OwnerPtr owner_;
+    KeyedPlaces::Place place_;
     Updates updates_;
     std::mutex farewellMutex_;
     Farewell farewell_;  // guarded by farewellMutex_

@@ -6,26 +6,43 @@ using namespace CosNotifyChannelAdmin;
 
 namespace {
 
-constexpr AdminID kDefaultAdmin = 0;
 /// An NMS that makes more admins is not one that groups its consumers.
 constexpr std::size_t kAdminsMax = 1000;
 
+/// The default admin, and those that are shown to the caller.
+template <class Admin>
+bool isShown(const Caller& caller, AdminID id, const Admin& admin) {
+    return id == kDefaultAdmin || Owners::isShown(caller, admin.servant->owner());
+}
+
 template <class Admins>
-AdminIDSeq* idsOf(const Admins& admins) {
+AdminIDSeq* idsOf(const Caller& caller, const Admins& admins) {
     AdminIDSeq_var ids = new AdminIDSeq;
     ids->length(static_cast<CORBA::ULong>(admins.size()));
-    CORBA::ULong i = 0;
-    for (const auto& [id, admin] : admins)
-        ids[i++] = id;
+    CORBA::ULong count = 0;
+    for (const auto& [id, admin] : admins) {
+        if (isShown(caller, id, admin))
+            ids[count++] = id;
+    }
+    ids->length(count);
     return ids._retn();
 }
 
 template <class Admins>
-const typename Admins::mapped_type& adminOf(const Admins& admins, AdminID id) {
+const typename Admins::mapped_type& adminOf(const Caller& caller, const Admins& admins, AdminID id) {
     const auto found = admins.find(id);
-    if (found == admins.end())
+    if (found == admins.end() || !isShown(caller, id, found->second))
         throw AdminNotFound();
     return found->second;
+}
+
+/// The default admin. An attribute may raise no user exception: without its admins the channel has ended.
+template <class Admins>
+auto defaultOf(const Admins& admins) {
+    const auto found = admins.find(kDefaultAdmin);
+    if (found == admins.end())
+        throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+    return found->second.reference;
 }
 
 template <class Admins>
@@ -41,10 +58,10 @@ EventChannelServant::EventChannelServant(std::shared_ptr<ChannelCore> core,
     : core_(std::move(core)), filters_(CosNotifyFilter::FilterFactory::_duplicate(filters)) {}
 
 EventChannel_ptr EventChannelServant::activate() {
-    const CORBA::Object_var object = core_->activate(this);
+    const CORBA::Object_var object = core_->activate(this, {.isCommon = true});
     self_ = CosNotifyChannelAdmin::EventChannel::_narrow(object.in());
-    makeConsumerAdmin(kDefaultAdmin, AND_OP);
-    makeSupplierAdmin(kDefaultAdmin, AND_OP);
+    const ConsumerAdmin_var consumers = makeConsumerAdmin(kDefaultAdmin, AND_OP);
+    const SupplierAdmin_var suppliers = makeSupplierAdmin(kDefaultAdmin, AND_OP);
     return CosNotifyChannelAdmin::EventChannel::_duplicate(self_.in());
 }
 
@@ -63,48 +80,42 @@ void EventChannelServant::close(SupplierPart::Consumer consumers) {
     core_->deactivate(this);
 }
 
-void EventChannelServant::dropWhere(const std::function<bool(const Owner&)>& isUnwanted) {
-    ConsumerAdmins consumerAdmins;
-    SupplierAdmins supplierAdmins;
-    {
-        const std::lock_guard guard(mutex_);
-        consumerAdmins = consumerAdmins_;
-        supplierAdmins = supplierAdmins_;
-    }
-    for (auto& [id, admin] : supplierAdmins)
-        admin.servant->dropWhere(isUnwanted);
-    for (auto& [id, admin] : consumerAdmins)
-        admin.servant->dropWhere(isUnwanted);
-}
-
-void EventChannelServant::makeConsumerAdmin(AdminID id, InterFilterGroupOperator op) {
+ConsumerAdmin_ptr EventChannelServant::makeConsumerAdmin(AdminID id, InterFilterGroupOperator op) {
     const auto data = std::make_shared<ConsumerAdminData>(id, op, qos_.get());
-    auto* servant =
-        new ConsumerAdminServant(core_, data, self_.in(), core_->takeAdminPlace(), [this](AdminID gone) {
-            const std::lock_guard guard(mutex_);
-            consumerAdmins_.erase(gone);
-        });
+    if (id != kDefaultAdmin)
+        data->owner = core_->ownerOfCaller();
+    auto* servant = new ConsumerAdminServant(core_, data, self_.in(), core_->takeAdminPlace(data->owner),
+                                             [this](AdminID gone) {
+                                                 const std::lock_guard guard(mutex_);
+                                                 consumerAdmins_.erase(gone);
+                                             });
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
-    const CORBA::Object_var object = core_->activate(servant);
+    const CORBA::Object_var object =
+        core_->activate(servant, {.owner = data->owner, .isCommon = id == kDefaultAdmin});
     data->reference = ConsumerAdmin::_narrow(object.in());
     const std::lock_guard guard(mutex_);
     consumerAdmins_[id] = {keeper, servant, data->reference};
+    return ConsumerAdmin::_duplicate(data->reference.in());
 }
 
-void EventChannelServant::makeSupplierAdmin(AdminID id, InterFilterGroupOperator op) {
+SupplierAdmin_ptr EventChannelServant::makeSupplierAdmin(AdminID id, InterFilterGroupOperator op) {
     const auto data = std::make_shared<SupplierAdminData>(id, op, qos_.get());
-    auto* servant =
-        new SupplierAdminServant(core_, data, self_.in(), core_->takeAdminPlace(), [this](AdminID gone) {
-            const std::lock_guard guard(mutex_);
-            supplierAdmins_.erase(gone);
-        });
+    if (id != kDefaultAdmin)
+        data->owner = core_->ownerOfCaller();
+    auto* servant = new SupplierAdminServant(core_, data, self_.in(), core_->takeAdminPlace(data->owner),
+                                             [this](AdminID gone) {
+                                                 const std::lock_guard guard(mutex_);
+                                                 supplierAdmins_.erase(gone);
+                                             });
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
-    const CORBA::Object_var object = core_->activate(servant);
+    const CORBA::Object_var object = core_->activate(
+        servant, {.owner = data->owner, .isCommon = id == kDefaultAdmin, .isOfSuppliers = true});
     data->reference = SupplierAdmin::_narrow(object.in());
     const std::lock_guard guard(mutex_);
     supplierAdmins_[id] = {keeper, servant, data->reference};
+    return SupplierAdmin::_duplicate(data->reference.in());
 }
 
 AdminID EventChannelServant::newId() {
@@ -119,11 +130,13 @@ EventChannelFactory_ptr EventChannelServant::MyFactory() {
 }
 
 ConsumerAdmin_ptr EventChannelServant::default_consumer_admin() {
-    return get_consumeradmin(kDefaultAdmin);
+    const std::lock_guard guard(mutex_);
+    return ConsumerAdmin::_duplicate(defaultOf(consumerAdmins_).in());
 }
 
 SupplierAdmin_ptr EventChannelServant::default_supplier_admin() {
-    return get_supplieradmin(kDefaultAdmin);
+    const std::lock_guard guard(mutex_);
+    return SupplierAdmin::_duplicate(defaultOf(supplierAdmins_).in());
 }
 
 CosNotifyFilter::FilterFactory_ptr EventChannelServant::default_filter_factory() {
@@ -132,34 +145,37 @@ CosNotifyFilter::FilterFactory_ptr EventChannelServant::default_filter_factory()
 
 ConsumerAdmin_ptr EventChannelServant::new_for_consumers(InterFilterGroupOperator op, AdminID_out id) {
     id = newId();
-    makeConsumerAdmin(id, op);
-    return get_consumeradmin(id);
+    return makeConsumerAdmin(id, op);
 }
 
 SupplierAdmin_ptr EventChannelServant::new_for_suppliers(InterFilterGroupOperator op, AdminID_out id) {
+    core_->requireSupplier();
     id = newId();
-    makeSupplierAdmin(id, op);
-    return get_supplieradmin(id);
+    return makeSupplierAdmin(id, op);
 }
 
 ConsumerAdmin_ptr EventChannelServant::get_consumeradmin(AdminID id) {
+    const Caller caller = core_->caller();
     const std::lock_guard guard(mutex_);
-    return ConsumerAdmin::_duplicate(adminOf(consumerAdmins_, id).reference.in());
+    return ConsumerAdmin::_duplicate(adminOf(caller, consumerAdmins_, id).reference.in());
 }
 
 SupplierAdmin_ptr EventChannelServant::get_supplieradmin(AdminID id) {
+    const Caller caller = core_->caller();
     const std::lock_guard guard(mutex_);
-    return SupplierAdmin::_duplicate(adminOf(supplierAdmins_, id).reference.in());
+    return SupplierAdmin::_duplicate(adminOf(caller, supplierAdmins_, id).reference.in());
 }
 
 AdminIDSeq* EventChannelServant::get_all_consumeradmins() {
+    const Caller caller = core_->caller();
     const std::lock_guard guard(mutex_);
-    return idsOf(consumerAdmins_);
+    return idsOf(caller, consumerAdmins_);
 }
 
 AdminIDSeq* EventChannelServant::get_all_supplieradmins() {
+    const Caller caller = core_->caller();
     const std::lock_guard guard(mutex_);
-    return idsOf(supplierAdmins_);
+    return idsOf(caller, supplierAdmins_);
 }
 
 CosEventChannelAdmin::ConsumerAdmin_ptr EventChannelServant::for_consumers() {

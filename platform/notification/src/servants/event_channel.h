@@ -15,8 +15,6 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     /// Activates the channel and its default admins; to be called once.
     CosNotifyChannelAdmin::EventChannel_ptr activate();
     void close(SupplierPart::Consumer consumers);
-    /// Drops the proxies, of all admins, with such an owner. No lock is held while it is asked.
-    void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
 
     // -- EventChannel
     CosNotifyChannelAdmin::EventChannelFactory_ptr MyFactory() override;
@@ -64,11 +62,11 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     using SupplierAdmins = std::map<CosNotifyChannelAdmin::AdminID,
                                     Admin<SupplierAdminServant, CosNotifyChannelAdmin::SupplierAdmin_var>>;
 
-    /// A place for an admin of the peer of the request in hand is taken first.
-    void makeConsumerAdmin(CosNotifyChannelAdmin::AdminID id,
-                           CosNotifyChannelAdmin::InterFilterGroupOperator op);
-    void makeSupplierAdmin(CosNotifyChannelAdmin::AdminID id,
-                           CosNotifyChannelAdmin::InterFilterGroupOperator op);
+    /// A place for an admin of the request's owner is taken first.
+    CosNotifyChannelAdmin::ConsumerAdmin_ptr makeConsumerAdmin(
+        CosNotifyChannelAdmin::AdminID id, CosNotifyChannelAdmin::InterFilterGroupOperator op);
+    CosNotifyChannelAdmin::SupplierAdmin_ptr makeSupplierAdmin(
+        CosNotifyChannelAdmin::AdminID id, CosNotifyChannelAdmin::InterFilterGroupOperator op);
     CosNotifyChannelAdmin::AdminID newId();
 
     const std::shared_ptr<ChannelCore> core_;

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace kelp::notification {
@@ -47,12 +48,18 @@ class ProxyRegistry {
         gone = found->second;
         entries_.erase(found);
     }
-    /// Nil when there is none.
-    CORBA::Object_ptr reference(ProxyID id) const {
+    bool empty() const {
+        const std::lock_guard guard(mutex_);
+        return entries_.empty();
+    }
+    /// Nil when there is none, or one that `which` is false for.
+    template <class Which>
+    CORBA::Object_ptr reference(ProxyID id, Which which) const {
         const std::lock_guard guard(mutex_);
         const auto found = entries_.find(id);
-        return found == entries_.end() ? CORBA::Object::_nil()
-                                       : CORBA::Object::_duplicate(found->second.reference.in());
+        return found == entries_.end() || !which(std::as_const(*found->second.part))
+                   ? CORBA::Object::_nil()
+                   : CORBA::Object::_duplicate(found->second.reference.in());
     }
     template <class Which>
     CosNotifyChannelAdmin::ProxyIDSeq* ids(Which which) const {

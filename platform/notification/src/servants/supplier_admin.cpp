@@ -8,7 +8,7 @@ using namespace CosNotifyChannelAdmin;
 
 SupplierAdminServant::SupplierAdminServant(std::shared_ptr<ChannelCore> core,
                                            std::shared_ptr<SupplierAdminData> data, EventChannel_ptr channel,
-                                           AddressPlaces::Place place, OnDestroy onDestroy)
+                                           KeyedPlaces::Place place, OnDestroy onDestroy)
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
@@ -23,14 +23,16 @@ void SupplierAdminServant::close(ConsumerPart::Supplier suppliers) {
     data_->proxies.withAll([suppliers](ConsumerPart& part) { part.close(suppliers); });
     core_->offers().leave(offerer_);
     place_.reset();
+    data_->filters.clear();
     core_->deactivate(this);
 }
 
-void SupplierAdminServant::dropWhere(const std::function<bool(const Owner&)>& isUnwanted) {
-    data_->proxies.withAll([&](ConsumerPart& part) {
-        if (isUnwanted(part.owner()))
-            part.drop();
-    });
+bool SupplierAdminServant::drop() {
+    if (!data_->proxies.empty())
+        return false;
+    onDestroy_(data_->id);
+    close(ConsumerPart::Supplier::IsTold);
+    return true;
 }
 
 EventChannel_ptr SupplierAdminServant::MyChannel() {
@@ -42,11 +44,16 @@ ProxyIDSeq* SupplierAdminServant::pull_consumers() {
 }
 
 ProxyIDSeq* SupplierAdminServant::push_consumers() {
-    return data_->proxies.ids([](const ConsumerPart&) { return true; });
+    return data_->proxies.ids([caller = core_->caller()](const ConsumerPart& part) {
+        return Owners::isShown(caller, part.owner());
+    });
 }
 
 ProxyConsumer_ptr SupplierAdminServant::get_proxy_consumer(ProxyID id) {
-    const CORBA::Object_var reference = data_->proxies.reference(id);
+    const CORBA::Object_var reference =
+        data_->proxies.reference(id, [caller = core_->caller()](const ConsumerPart& part) {
+            return Owners::isShown(caller, part.owner());
+        });
     if (CORBA::is_nil(reference.in()))
         throw ProxyNotFound();
     return ProxyConsumer::_narrow(reference.in());
@@ -54,7 +61,8 @@ ProxyConsumer_ptr SupplierAdminServant::get_proxy_consumer(ProxyID id) {
 
 template <class Servant>
 CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
-    AddressPlaces::Place place = core_->takeSupplierPlace();
+    OwnerPtr owner = core_->ownerOfCaller(data_->owner);
+    KeyedPlaces::Place place = core_->takeSupplierPlace();
     Servant* servant = nullptr;
     try {
         servant = new Servant(core_, data_, type);
@@ -64,9 +72,10 @@ CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
     }
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
-    servant->hold(std::move(place));
+    servant->hold(owner, std::move(place));
     try {
-        CORBA::Object_var reference = core_->activate(servant);
+        CORBA::Object_var reference =
+            core_->activate(servant, {.owner = std::move(owner), .isOfSuppliers = true});
         data_->proxies.enter(servant->id(), servant, servant, reference.in());
         id = servant->id();
         return reference._retn();
@@ -99,6 +108,8 @@ ProxyConsumer_ptr SupplierAdminServant::obtain_notification_push_consumer(Client
 }
 
 void SupplierAdminServant::destroy() {
+    if (data_->id == kDefaultAdmin)
+        throw CORBA::NO_PERMISSION(0, CORBA::COMPLETED_NO);
     onDestroy_(data_->id);
     close(ConsumerPart::Supplier::IsTold);
 }

@@ -9,19 +9,24 @@ namespace kelp::notification {
 
 /// A group of suppliers outside this process, with filters in common. Suppliers push; pulling from them is
 /// not offered.
-class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::SupplierAdmin> {
+class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::SupplierAdmin>,
+                                   public Owned {
   public:
     /// Told when an admin is destroyed by one of its clients.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
 
     SupplierAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> data,
-                         CosNotifyChannelAdmin::EventChannel_ptr channel, AddressPlaces::Place place,
+                         CosNotifyChannelAdmin::EventChannel_ptr channel, KeyedPlaces::Place place,
                          OnDestroy onDestroy);
 
-    /// Drops the proxies with such an owner.
-    void dropWhere(const std::function<bool(const Owner&)>& isUnwanted);
     /// Ends the admin and its proxies.
     void close(ConsumerPart::Supplier suppliers);
+    const OwnerPtr& owner() const { return data_->owner; }
+
+    // -- Owned
+    Kind ownedKind() const override { return Kind::Admin; }
+    /// False while it has proxies of another owner.
+    bool drop() override;
 
     // -- SupplierAdmin
     CosNotifyChannelAdmin::AdminID MyID() override { return data_->id; }
@@ -34,6 +39,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
     CosNotifyChannelAdmin::ProxyConsumer_ptr obtain_notification_push_consumer(
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
+    /// NO_PERMISSION for the default admin.
     void destroy() override;
 
     // -- CosEventChannelAdmin::SupplierAdmin
@@ -59,7 +65,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     const std::shared_ptr<SupplierAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
-    AddressPlaces::Place place_;  ///< whoever closes the admin gives it back
+    KeyedPlaces::Place place_;  ///< whoever closes the admin gives it back
     const Offers::OffererId offerer_;
     std::atomic<bool> closed_{false};
 };

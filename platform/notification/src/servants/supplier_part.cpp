@@ -52,7 +52,6 @@ void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr
     core_->requireCallable(consumer);
     if (!outlet_->connect(std::move(receiver)))
         refuseConnection();
-    owner_.note();
     tellOfOffers(consumer);
 }
 
@@ -64,7 +63,6 @@ void SupplierPart::connectPull(CORBA::Object_ptr consumer, Farewell farewell) {
         const std::lock_guard guard(farewellMutex_);
         farewell_ = std::move(farewell);
     }
-    owner_.note();
     tellOfOffers(consumer);
 }
 
@@ -86,9 +84,10 @@ std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {
     return outlet_->pull(static_cast<std::size_t>(most), wait);
 }
 
-void SupplierPart::drop() {
-    close(Consumer::IsNotTold);
+bool SupplierPart::drop() {
+    close(Consumer::IsTold);
     traceDropped("consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), owner_);
+    return true;
 }
 
 void SupplierPart::close(Consumer consumer) {
@@ -102,6 +101,7 @@ void SupplierPart::close(Consumer consumer) {
     core_->removeOutlet(outlet_.get());
     core_->giveConsumerPlace();
     place_.reset();
+    outlet_->forgetFilters();
     admin_->proxies.forget(id());
     core_->deactivate(servant());
     if (consumer == Consumer::IsNotTold)
@@ -113,8 +113,8 @@ void SupplierPart::close(Consumer consumer) {
         const std::lock_guard guard(farewellMutex_);
         farewell = farewell_;
     }
-    if (farewell)
-        say(farewell, "consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()));
+    core_->farewells().tell(std::move(farewell),
+                            "consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()));
 }
 
 }  // namespace kelp::notification

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "core.h"
+#include "owned.h"
 #include "owner.h"
 #include "peers.h"
 #include "proxy_registry.h"
@@ -23,11 +24,10 @@ struct ConsumerAdminData final : AdminData {
 };
 
 /// What the proxy suppliers of every kind have in common.
-class SupplierPart {
+class SupplierPart : public Owned {
   public:
     SupplierPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> admin,
                  CosNotifyChannelAdmin::ProxyType type);
-    virtual ~SupplierPart() = default;
     SupplierPart(const SupplierPart&) = delete;
     SupplierPart& operator=(const SupplierPart&) = delete;
 
@@ -37,10 +37,13 @@ class SupplierPart {
     const std::shared_ptr<Outlet>& outlet() const { return outlet_; }
     ConsumerAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
-    const Owner& owner() const { return owner_; }
-    /// Takes over the place of the address that the proxy was made from, until close(). Before anybody else
-    /// knows the proxy.
-    void hold(AddressPlaces::Place place) { place_ = std::move(place); }
+    const OwnerPtr& owner() const { return owner_; }
+    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows the proxy.
+    void hold(OwnerPtr owner, KeyedPlaces::Place place) {
+        outlet_->setOwner(owner);
+        owner_ = std::move(owner);
+        place_ = std::move(place);
+    }
     const kelp::orb::EventSender& sender() const { return *core_->settings().sender; }
 
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
@@ -57,11 +60,11 @@ class SupplierPart {
     std::vector<EventPtr> pull(CORBA::Long most, bool wait);
 
     enum class Consumer { IsTold, IsNotTold };
-    /// Ends the proxy for good, once; the consumer is told when wanted.
+    /// Ends the proxy for good, once; the consumer is told soon when wanted.
     void close(Consumer consumer);
-    /// Ends it because its owner may not use the channel any more, and traces that. The caller keeps it
-    /// alive.
-    void drop();
+    // -- Owned; dropping it is traced
+    Kind ownedKind() const override { return Kind::Proxy; }
+    bool drop() override;
 
   protected:
     /// The servant whose part this is.
@@ -75,8 +78,8 @@ class SupplierPart {
     const std::shared_ptr<ConsumerAdminData> admin_;
     const CosNotifyChannelAdmin::ProxyType type_;
     const std::shared_ptr<Outlet> outlet_;
-    Owner owner_;
-    AddressPlaces::Place place_;
+    OwnerPtr owner_;
+    KeyedPlaces::Place place_;
     Updates updates_;
     std::mutex farewellMutex_;
     Farewell farewell_;  // guarded by farewellMutex_; of a consumer that pulls

@@ -105,6 +105,11 @@ void Gate::refused(const PeerAddress& peer, std::string_view reason) const {
         settings_.policy->refused(peer, reason);
 }
 
+void Gate::ended(const PeerAddress& peer) const {
+    if (settings_.policy != nullptr)
+        settings_.policy->ended(peer);
+}
+
 bool Gate::mayLocate(const PeerAddress& peer) {
     const unsigned limit =
         isLoggedIn(peer) ? settings_.limits.locatesPerSecond : settings_.limits.locatesPerSecondBeforeLogin;

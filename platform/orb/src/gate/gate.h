@@ -33,6 +33,7 @@ class Gate {
     bool admits(const PeerAddress& peer) const;
     bool isLoggedIn(const PeerAddress& peer) const;
     void refused(const PeerAddress& peer, std::string_view reason) const;
+    void ended(const PeerAddress& peer) const;
     bool mayLocate(const PeerAddress& peer);
 
     const Settings& settings() const { return settings_; }

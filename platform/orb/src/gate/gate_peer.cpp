@@ -48,6 +48,7 @@ GatePeer::GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> cha
 }
 
 GatePeer::~GatePeer() {
+    gate_->ended(peer_);
     gate_->connections().leave(*this);
 }
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <shared_mutex>
 #include <string>
 #include <string_view>
@@ -29,6 +30,10 @@ class KELP_EXPORT SessionCallers {
     void Move(const std::string& sessionName, const void* owner, const kelp::orb::PeerAddress& peer);
     /// Nothing for a session that is not live, or a name that is another owner's.
     void Leave(const std::string& sessionName, const void* owner);
+
+    bool IsLive(const std::string& sessionName) const;
+    /// The name of the session that logged in from this address; none unless there is exactly one.
+    std::optional<std::string> OnlyOneFrom(const kelp::orb::PeerAddress& peer) const;
 
     enum class Verdict {
         MayCall,  ///< its NMS, or the target is no session's object

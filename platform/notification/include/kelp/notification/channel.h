@@ -31,12 +31,30 @@ struct KELP_EXPORT AddressLimits {
     std::size_t filters = 5000;   ///< likewise
 };
 
+/// Objects that one owner may have in a channel at the same time, and what its constraints may cost. An owner
+/// is a log-in, or an address where the log-in is not known. A caller inside the process is not limited in
+/// numbers.
+struct KELP_EXPORT OwnerLimits {
+    std::size_t consumers = 100;         ///< proxies of consumers; beyond, AdminLimitExceeded
+    std::size_t admins = 50;             ///< beyond, NO_RESOURCES
+    std::size_t filters = 500;           ///< likewise
+    std::size_t constraints = 2000;      ///< of all its filters; likewise
+    std::size_t constraintBytes = 8192;  ///< of one text; beyond, InvalidConstraint
+    /// Steps that one constraint may need for an event, estimated when it is added; beyond,
+    /// InvalidConstraint.
+    std::size_t constraintCost = 20000;
+    /// Steps that the filters of one consumer may take for one event; beyond, the event does not match.
+    std::size_t evaluationCost = 50000;
+};
+
 struct KELP_EXPORT ChannelSettings {
     DeliverySettings delivery;
     std::size_t queueEventsMax = 10000;   ///< events that may wait for one consumer
     std::size_t deliveryThreadsMax = 64;  ///< grown with the consumers
     std::size_t slowThreads = 4;          ///< for consumers that do not answer
+    std::size_t filterThreads = 2;        ///< for consumers with filters; at least 2
     AddressLimits perAddress;
+    OwnerLimits perOwner;
     /// Makes the calls to structured and sequence consumers.
     const kelp::orb::EventSender* sender = &kelp::orb::encodingSender();
     /// Who may use the channel over connections; null: everybody. It must outlive the channel.

@@ -40,12 +40,14 @@ struct KELP_EXPORT GateLimits {
 class KELP_EXPORT GatePolicy {
   public:
     virtual ~GatePolicy();
-    /// Whether this address may connect at all.
+    /// Whether this address may connect at all. Asked for each new connection.
     virtual bool admits(const PeerAddress& peer) = 0;
     /// Whether somebody is logged in from this address.
     virtual bool isLoggedIn(const PeerAddress& peer) = 0;
     /// A connection was closed, or not accepted, for this reason: a few words without the address.
     virtual void refused(const PeerAddress& peer, std::string_view reason) = 0;
+    /// A connection that was admitted has ended.
+    virtual void ended(const PeerAddress&) {}
 };
 
 }  // namespace kelp::orb

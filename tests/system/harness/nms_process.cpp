@@ -183,8 +183,25 @@ void NmsProcess::holdCallbacks(int nms, bool hold) {
     ask(numbered(hold ? "hold" : "release", nms));
 }
 
-void NmsProcess::startChatter(int nms) {
-    ask(numbered("chatter", nms));
+template <class Duration>
+std::vector<Duration> NmsProcess::askForTimes(const std::string& command, int nms) {
+    std::istringstream in(ask(numbered(command, nms)));
+    std::vector<Duration> all;
+    for (typename Duration::rep each = 0; in >> each;)
+        all.emplace_back(each);
+    return all;
+}
+
+std::vector<std::chrono::milliseconds> NmsProcess::pingGaps(int nms) {
+    return askForTimes<std::chrono::milliseconds>("pinggaps", nms);
+}
+
+void NmsProcess::startChatter(int nms, std::chrono::milliseconds pause) {
+    ask(numbered("chatter", nms) + " " + std::to_string(pause.count()));
+}
+
+std::vector<std::chrono::microseconds> NmsProcess::takeLatencies(int nms) {
+    return askForTimes<std::chrono::microseconds>("latencies", nms);
 }
 
 ChatterResult NmsProcess::chatter(int nms) {

@@ -79,10 +79,15 @@ class NmsProcess {
     /// The EMS's calls to the NMS's object wait, until told otherwise, while its own calls go on.
     void holdCallbacks(int nms, bool hold);
 
-    /// Calls the EMS without a pause until stopChatter.
-    void startChatter(int nms);
+    /// The times between one of the EMS's pings and the next so far.
+    std::vector<std::chrono::milliseconds> pingGaps(int nms);
+
+    /// Calls the EMS all the time until stopChatter: two calls, a pause, and so on.
+    void startChatter(int nms, std::chrono::milliseconds pause = std::chrono::milliseconds(10));
     ChatterResult chatter(int nms);
     ChatterResult stopChatter(int nms);
+    /// How long each pair of its calls took since this was last asked.
+    std::vector<std::chrono::microseconds> takeLatencies(int nms);
 
     /// Connects the NMS to the event channel; it takes so long for each event.
     void follow(int nms, std::chrono::milliseconds pause = std::chrono::milliseconds(0));
@@ -104,6 +109,8 @@ class NmsProcess {
   private:
     NmsProcess(const Host& host, const std::string& factoryReference, const std::vector<std::string>& ports);
     std::string readLine(std::chrono::milliseconds deadline);
+    template <class Duration>
+    std::vector<Duration> askForTimes(const std::string& command, int nms);
 
     ChildProcess process_;
     std::string unread_;

@@ -39,6 +39,14 @@ std::string textOf(const Follower::Result& result) {
            std::to_string(result.lastId);
 }
 
+template <class Duration>
+std::string textOf(const std::vector<Duration>& all) {
+    std::string text;
+    for (const Duration& each : all)
+        text += std::to_string(each.count()) + " ";
+    return text;
+}
+
 std::string managerNames(emsSession::EmsSession_I_ptr session) {
     emsSession::EmsSession_I::managerNames_T_var names;
     session->getSupportedManagers(names.out());
@@ -205,6 +213,8 @@ std::string Commands::carryOut(const std::string& line) {
         for (const auto& [key, one] : all_)
             once += one->listener().counts().ended == 1 ? 1 : 0;
         return std::to_string(once);
+    } else if (command == "pinggaps") {
+        return textOf(nms(number()).listener().pingGaps());
     } else if (command == "hold" || command == "release") {
         nms(number()).listener().hold(command == "hold");
     } else if (command == "follow") {
@@ -229,11 +239,13 @@ std::string Commands::carryOut(const std::string& line) {
         one.restless() = std::make_unique<Restless>(one.session(), poa_.in());
     } else if (command == "chatter") {
         PeerNms& one = nms(number());
-        one.chatter() = std::make_unique<Chatter>(one.session());
-    } else if (command == "chattered" || command == "silence") {
+        one.chatter() = std::make_unique<Chatter>(one.session(), std::chrono::milliseconds(number()));
+    } else if (command == "chattered" || command == "silence" || command == "latencies") {
         std::unique_ptr<Chatter>& chatter = nms(number()).chatter();
         if (chatter == nullptr)
             throw std::runtime_error("this NMS does not chatter");
+        if (command == "latencies")
+            return textOf(chatter->takeLatencies());
         const std::string text = textOf(chatter->result());
         if (command == "silence")
             chatter.reset();

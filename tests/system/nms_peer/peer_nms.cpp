@@ -7,12 +7,11 @@
 #include <algorithm>
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace kelp::test {
 
 namespace {
-
-constexpr std::chrono::milliseconds kChatterPause{10};
 
 /// The object's reference with only one of the ORB's addresses in it.
 std::string referenceAt(CORBA::ORB_ptr orb, CORBA::Object_ptr object, std::size_t endpoint) {
@@ -36,7 +35,10 @@ void CountingListener::count(Change change) {
 }
 
 void CountingListener::pinged() {
-    count([](Counts& counts) { ++counts.pings; });
+    count([this](Counts& counts) {
+        ++counts.pings;
+        pings_.push_back(std::chrono::steady_clock::now());
+    });
 }
 
 void CountingListener::sessionEnded() {
@@ -69,8 +71,18 @@ CountingListener::Counts CountingListener::counts() const {
     return counts_;
 }
 
-Chatter::Chatter(emsSession::EmsSession_I_ptr session)
-    : session_(emsSession::EmsSession_I::_duplicate(session)), thread_([this] { run(); }) {}
+std::vector<std::chrono::milliseconds> CountingListener::pingGaps() const {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::chrono::milliseconds> gaps;
+    for (std::size_t i = 1; i < pings_.size(); ++i)
+        gaps.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(pings_[i] - pings_[i - 1]));
+    return gaps;
+}
+
+Chatter::Chatter(emsSession::EmsSession_I_ptr session, std::chrono::milliseconds pause)
+    : session_(emsSession::EmsSession_I::_duplicate(session)),
+      pause_(pause),
+      thread_([this] { run(); }) {}
 
 Chatter::~Chatter() {
     stopped_ = true;
@@ -80,6 +92,11 @@ Chatter::~Chatter() {
 Chatter::Result Chatter::result() const {
     const std::lock_guard lock(mutex_);
     return result_;
+}
+
+std::vector<std::chrono::microseconds> Chatter::takeLatencies() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(latencies_, {});
 }
 
 void Chatter::run() {
@@ -94,14 +111,15 @@ void Chatter::run() {
             failed = true;
         }
         const auto took =
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
+            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
         {
             const std::lock_guard lock(mutex_);
             result_.calls += 1;
             result_.failures += failed ? 1 : 0;
-            result_.slowestMs = std::max<long>(result_.slowestMs, took.count());
+            result_.slowestMs = std::max<long>(result_.slowestMs, took.count() / 1000);
+            latencies_.push_back(took);
         }
-        std::this_thread::sleep_for(kChatterPause);
+        std::this_thread::sleep_for(pause_);
     }
 }
 

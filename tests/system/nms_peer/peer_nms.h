@@ -7,11 +7,13 @@
 #include <kelp/nms/session.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <mtnm/emsSessionFactory.h>
 
@@ -37,6 +39,8 @@ class CountingListener : public nms::NmsListener {
         std::string endTime = "-";
     };
     Counts counts() const;
+    /// The times between one ping and the next so far.
+    std::vector<std::chrono::milliseconds> pingGaps() const;
 
   private:
     template <class Change>
@@ -46,12 +50,13 @@ class CountingListener : public nms::NmsListener {
     std::condition_variable released_;
     bool held_ = false;
     Counts counts_;
+    std::vector<std::chrono::steady_clock::time_point> pings_;
 };
 
-/// Calls the EMS without a pause on a thread of its own.
+/// Calls the EMS all the time on a thread of its own: two calls, a pause, and so on.
 class Chatter {
   public:
-    explicit Chatter(emsSession::EmsSession_I_ptr session);
+    Chatter(emsSession::EmsSession_I_ptr session, std::chrono::milliseconds pause);
     ~Chatter();
 
     struct Result {
@@ -60,14 +65,18 @@ class Chatter {
         long slowestMs = 0;
     };
     Result result() const;
+    /// How long each pair of calls took since this was last asked.
+    std::vector<std::chrono::microseconds> takeLatencies();
 
   private:
     void run();
 
     const emsSession::EmsSession_I_var session_;
+    const std::chrono::milliseconds pause_;
     std::atomic<bool> stopped_{false};
     mutable std::mutex mutex_;
     Result result_;
+    std::vector<std::chrono::microseconds> latencies_;
     std::thread thread_;
 };
 

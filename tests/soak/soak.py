@@ -42,27 +42,7 @@ class Host:
         self.port, self.naming_port = free_ports(2)
         self.relay = RecordingRelay(self.port)
         self.config = os.path.join(folder, "kelp.toml")
-        with open(self.config, "w") as out:
-            out.write(f"""[orb]
-listen = "127.0.0.1:{self.port}"
-publish = "127.0.0.1:{self.relay.port}"
-[naming]
-port = {self.naming_port}
-[session]
-ping_interval_s = 5
-call_timeout_s = 2
-[security]
-database = "{folder}/users.db"
-lockout_failures = 1000
-[inventory]
-database = "{folder}/inventory.db"
-[oplog]
-database = "{folder}/oplog.db"
-keep_mib = 64
-[trace]
-sinks = ["file"]
-file = "{folder}/kelpd.log"
-""")
+        self._configure(f'publish = "127.0.0.1:{self.relay.port}"')
         self.environment = dict(os.environ, XDG_STATE_HOME=folder, KELPNMS_PASSWORD=PASSWORD)
         password_file = os.path.join(folder, "password")
         with open(password_file, "w") as out:
@@ -72,8 +52,44 @@ file = "{folder}/kelpd.log"
             self.run("kelpctl", "--config", self.config, "user", "add", user, "--password-file", password_file)
         self.run("kelpctl", "--config", self.config, "inventory", "generate", "--elements", "40", "--ports", "800",
                  "--seed", "7", "--replace")
-        self.process = subprocess.Popen([os.path.join(bin_dir, "kelpd"), "--config", self.config],
+        self._start()
+
+    def _configure(self, published=""):
+        with open(self.config, "w") as out:
+            out.write(f"""[orb]
+listen = "127.0.0.1:{self.port}"
+{published}
+[access]
+allowed_oss = ["127.0.0.0/8"]
+[naming]
+port = {self.naming_port}
+[session]
+ping_interval_s = 5
+call_timeout_s = 2
+[security]
+database = "{self.folder}/users.db"
+lockout_failures = 1000
+[inventory]
+database = "{self.folder}/inventory.db"
+[oplog]
+database = "{self.folder}/oplog.db"
+keep_mib = 64
+[trace]
+sinks = ["file"]
+file = "{self.folder}/kelpd.log"
+""")
+
+    def _start(self):
+        self.process = subprocess.Popen([os.path.join(self.bin, "kelpd"), "--config", self.config],
                                         env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def restart_without_relay(self):
+        """From now on NMS call the host itself."""
+        self.process.terminate()
+        self.process.wait(60)
+        self._configure()
+        self._start()
+        self.wait_until_ready()
 
     def run(self, program, *arguments, check=True, limit=120):
         done = subprocess.run([os.path.join(self.bin, program), *arguments], env=self.environment,
@@ -170,15 +186,17 @@ def with_key(whole, key):
 
 
 class Player:
-    """An attacker with an account: keeps a session of its own, answers pings, and plays changed recordings."""
+    """An attacker with an account, at an address of its own: keeps a session, answers pings, and plays changed
+    recordings. What it does wrong is held against its address, which is not that of the well-behaved NMS."""
 
     def __init__(self, host, user, streams, seed):
         self.host, self.user, self.streams = host, user, streams
+        self.address = "127.0.1." + str(1 + USERS.index(user))
         self.random = random.Random(seed)
         self.played, self.logins = 0, 0
         self.keys = {}
         self.listener = socket.socket()
-        self.listener.bind(("127.0.0.1", 0))
+        self.listener.bind((self.address, 0))
         self.listener.listen(20)
         threading.Thread(target=self._answer_pings, daemon=True).start()
 
@@ -200,8 +218,8 @@ class Player:
             peer.close()
 
     def _log_in(self):
-        with Connection(self.host.port, patience=10) as connection:
-            session = log_in(connection, self.user, PASSWORD, "127.0.0.1", self.listener.getsockname()[1])
+        with Connection(self.host.port, self.address, patience=10) as connection:
+            session = log_in(connection, self.user, PASSWORD, self.address, self.listener.getsockname()[1])
             if session is None:
                 return
             self.logins += 1
@@ -228,7 +246,7 @@ class Player:
         stream = self.random.choice(self.streams)
         begin = self.random.randrange(len(stream))
         messages = mutated(self._fitted(stream[begin:begin + self.random.randint(1, 12)]), self.random)
-        with Connection(self.host.port, patience=0.5) as connection:
+        with Connection(self.host.port, self.address, patience=0.5) as connection:
             octets = b"".join(messages)
             while octets:
                 cut = self.random.choice((len(octets), len(octets), self.random.randint(1, 40)))
@@ -260,6 +278,7 @@ def main():
     try:
         streams = record(host)
         print(f"soak: {sum(map(len, streams))} messages of {len(streams)} connections recorded", flush=True)
+        host.restart_without_relay()
         players = [Player(host, user, streams, f"{seed} {user}") for user in USERS[1:]]
         begin = time.monotonic()
         end = begin + seconds

@@ -163,6 +163,11 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
     ThrowException(security().CheckLengths(user, password));
     try {
         LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client)};
+        {
+            // a wrong password is refused at once: it must not hold a thread for a second
+            const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
+            RequireAdmission(logIn);
+        }
         pace_.await(logIn.hostInfo, logIn.user);
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
@@ -200,7 +205,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
 void EmsSessionFactory_IImpl::RequireAdmission(LogIn& logIn) {
     unsigned long code = 0;
     if (logIn.admission) {
-        // it has waited for a session that was ending
+        // it has waited, for its turn or for a session that was ending
         code = security().StillAdmits(*logIn.admission);
     } else {
         NS_CORBA::Admission admission;

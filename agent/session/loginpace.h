@@ -13,7 +13,7 @@ namespace NS_KELPCORBA {
 /// any thread.
 class LogInPace {
   public:
-    /// Before any lock is taken, for the log-in of this NMS and user. Returns at once for those that are
+    /// For the log-in of this NMS and user once its password was found right, without a lock held. Returns at once for those that are
     /// free, for calls inside the process, and when the agent's exit is requested.
     void await(const std::string& hostInfo, const std::string& user);
 

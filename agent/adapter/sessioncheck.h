@@ -9,7 +9,7 @@ namespace NS_KELPCORBA {
 
 class SessionSource;
 
-/// The event-loss condition that a round of checks tells of; borrows its texts.
+/// The event-loss condition that a round of checks reports; borrows its texts.
 struct EventLossReport {
     bool cleared = true;
     const char* time = "";
@@ -48,7 +48,7 @@ class SessionCheck {
     const EventLossReport loss_;
     Call call_ = Call::None;
     bool isOver_ = false;
-    bool isRecordedUntold_ = false;  ///< a change of the condition that the NMS is not told of
+    bool isRecordedUntold_ = false;  ///< a change of the condition that is not reported to the NMS
     bool hasCalled_ = false;         ///< the NMS has, since the check before
     std::exception_ptr failure_;
 };

@@ -13,8 +13,8 @@ namespace NS_KELPCORBA {
 /// any thread.
 class LogInPace {
   public:
-    /// For the log-in of this NMS and user once its password was found right, without a lock held. Returns at once for those that are
-    /// free, for calls inside the process, and when the agent's exit is requested.
+    /// For the log-in of this NMS and user once its password was found right, without a lock held. Returns at
+    /// once for those that are free, for calls inside the process, and when the agent's exit is requested.
     void await(const std::string& hostInfo, const std::string& user);
 
   private:

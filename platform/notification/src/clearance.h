@@ -18,8 +18,8 @@ class Clearance {
     Clearance(std::shared_ptr<ChannelCore> core, const Guard* guard, std::chrono::milliseconds grace)
         : core_(std::move(core)), absences_(guard, grace) {}
 
-    /// Drops all objects of the owners whose grace is over at this time. Calls nobody; consumers are told of
-    /// their end by other threads.
+    /// Drops all objects of the owners whose grace is over at this time. Calls nobody; other threads
+    /// disconnect the consumers.
     void review(Absences::Time now);
 
   private:

@@ -19,8 +19,8 @@ class Dispatcher final : public Subscription::Scheduler {
     Dispatcher(const Dispatcher&) = delete;
     Dispatcher& operator=(const Dispatcher&) = delete;
 
-    /// Makes threads for so many consumers, up to the limit; those that are too many end after what they are
-    /// doing.
+    /// Makes threads for this number of consumers, up to the limit. Threads beyond it end once they have
+    /// nothing in hand.
     void serveConsumers(std::size_t count);
     void ready(std::shared_ptr<Subscription> subscription) override;
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,

@@ -18,7 +18,7 @@ constexpr std::size_t kThreadsMax = 4;
 constexpr std::size_t kWaitingMax = 2000;
 
 void trace(const std::string& why) {
-    kelp::util::traceFrom("farewells", "a peer could not be told of its end: " + why,
+    kelp::util::traceFrom("farewells", "a peer could not be disconnected: " + why,
                           kelp::util::TraceKind::Exception);
 }
 

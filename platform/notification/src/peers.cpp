@@ -26,7 +26,7 @@ void say(const Farewell& farewell, const std::string& name) {
         farewell();
     } catch (const CORBA::Exception& failure) {
         kelp::util::traceFrom("notification",
-                              name + " could not be told of its end: " + kelp::orb::exceptionText(failure),
+                              name + " could not be disconnected: " + kelp::orb::exceptionText(failure),
                               kelp::util::TraceKind::Exception);
     }
 }

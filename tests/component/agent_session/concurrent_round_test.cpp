@@ -149,7 +149,7 @@ class CallIsLife : public testing::Test {
         session_ = agent_->logIn(agent_->nms());
         remote_ = agent_->overTheWire<emsSession::EmsSession_I>(session_.in());
     }
-    /// Calls until so many pings have been refused.
+    /// Calls until this number of pings has been refused.
     template <class Call>
     bool survives(int pings, Call call) {
         return waitUntil(

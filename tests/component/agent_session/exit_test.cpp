@@ -175,7 +175,7 @@ TEST(ExitThread, TellsManyNmsThatCannotBeReachedAtTheSameTime) {
     agent.endSessions();
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
     EXPECT_EQ(trace.count("[SessionSource::check_valid]Exception raised during endSession"), 30u);
-    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; })) << "the last one is told too";
+    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; })) << "the last one gets the call too";
 }
 
 TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {

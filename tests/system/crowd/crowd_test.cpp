@@ -1,4 +1,5 @@
-// A hundred NMS at one host: 49 that work, 40 that hang, 5 that hoard, 5 that come and go, and one that forges.
+// A hundred NMS at one host: 49 that work, 40 that hang, 5 that hoard, 5 that come and go, and one that
+// forges.
 
 #include "harness/eventually.h"
 #include "harness/host.h"

@@ -80,9 +80,7 @@ std::vector<std::chrono::milliseconds> CountingListener::pingGaps() const {
 }
 
 Chatter::Chatter(emsSession::EmsSession_I_ptr session, std::chrono::milliseconds pause)
-    : session_(emsSession::EmsSession_I::_duplicate(session)),
-      pause_(pause),
-      thread_([this] { run(); }) {}
+    : session_(emsSession::EmsSession_I::_duplicate(session)), pause_(pause), thread_([this] { run(); }) {}
 
 Chatter::~Chatter() {
     stopped_ = true;

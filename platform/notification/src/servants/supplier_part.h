@@ -60,7 +60,7 @@ class SupplierPart : public Owned {
     std::vector<EventPtr> pull(CORBA::Long most, bool wait);
 
     enum class Consumer { IsTold, IsNotTold };
-    /// Ends the proxy for good, once; the consumer is told soon when wanted.
+    /// Ends the proxy for good, once; where wanted, the consumer is disconnected soon after.
     void close(Consumer consumer);
     // -- Owned; dropping it is traced
     Kind ownedKind() const override { return Kind::Proxy; }

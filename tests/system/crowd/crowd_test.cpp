@@ -132,7 +132,7 @@ class CrowdTest : public testing::Test {
         return all.empty() ? microseconds(0) : all[all.size() * 99 / 100];
     }
     void expectEveryAlarm(NmsProcess& nms) {
-        EXPECT_TRUE(eventually([&] { return nms.followed(0).events == alarms_; }));
+        EXPECT_TRUE(eventually([&] { return nms.followed(0).events == alarms_; }, std::chrono::minutes(4)));
         const FollowedEvents got = nms.followed(0);
         EXPECT_EQ(got.events, alarms_);
         EXPECT_EQ(got.late, 0);

@@ -71,11 +71,13 @@ CodeRange codeOf(const char* library) {
     return search.found;
 }
 
-/// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread.
+/// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread. Where a
+/// generated stub has none for a reference, the ORB loses what it has made for it.
 bool isOfOthers(const void* caller) {
     static const CodeRange orb = codeOf("libomniORB4.so");
     static const CodeRange ace = codeOf("libACE");
-    return orb.contains(caller) || ace.contains(caller);
+    static const CodeRange stubs = codeOf("libkelp_mtnm.so");
+    return orb.contains(caller) || ace.contains(caller) || stubs.contains(caller);
 }
 
 thread_local Countdown allocations;
@@ -165,6 +167,10 @@ __attribute__((visibility("default"))) void operator delete(void* memory, std::s
     std::free(memory);
 }
 
+__attribute__((visibility("default"))) void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+
 /// What is allocated without throwing.
 __attribute__((visibility("default"))) void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     if (kelp::test::allocations.fails())
@@ -188,7 +194,8 @@ extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlo
     ACE_Thread_Manager *manager, ACE_THR_FUNC body, void *argument, long flags, ACE_thread_t *thread, \
         ACE_hthread_t *handle, long priority, int group, void *stack, size_t stackSize, const char **name
 extern "C" int KELP_JOINED(__real_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
-extern "C" int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
+extern "C"
+    __attribute__((visibility("default"))) int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
 extern "C" int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS) {
     if (kelp::test::hasNoThreads)
         return -1;

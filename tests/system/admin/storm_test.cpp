@@ -35,7 +35,10 @@ class StormTest : public testing::Test {
     StormTest() {
         host_.set("notification", "heartbeat_s", 0)
             .set("notification", "queue_events_max", kQueue)
-            .set("notification", "push_timeout_s", 2);
+            .set("notification", "push_timeout_s", 2)
+            // the frozen one's log-in, and what it has at the channel, live until five rounds have found it
+            // deaf
+            .set("session", "ping_interval_s", 8);
         host_.addUser("demo");
         host_.start();
         for (int i = 0; i < kGood; ++i)

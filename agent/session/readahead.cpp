@@ -1,5 +1,6 @@
 #include <kelp/agent/read_ahead.h>
 
+#include "util/never_destroyed.h"
 #include "util/taskmgrtype.h"
 
 #include <kelp/appmgr/task_mgr.h>
@@ -22,22 +23,18 @@ struct Places {
 
 // never destroyed: a reader may outlive main
 Places& places() {
-    static auto* const instance = new Places;
-    return *instance;
+    static NeverDestroyed<Places> instance;
+    return instance.value;
 }
 
 struct Holders {
     std::mutex mutex;
     std::map<const ReadAheadHolder*, std::weak_ptr<ReadAheadHolder>> all;
-
-    void forgetGone() {
-        std::erase_if(all, [](const auto& each) { return each.second.expired(); });
-    }
 };
 
 Holders& holders() {
-    static auto* const instance = new Holders;
-    return *instance;
+    static NeverDestroyed<Holders> instance;
+    return instance.value;
 }
 
 }  // namespace
@@ -82,15 +79,18 @@ int ReadAheadPlace::taken() {
 
 void ReadAheadHolders::enter(const std::shared_ptr<ReadAheadHolder>& holder) {
     const std::lock_guard guard(holders().mutex);
-    // at the address of one that has gone there may be another
-    holders().all.insert_or_assign(holder.get(), holder);
+    holders().all.emplace(holder.get(), holder);
+}
+
+void ReadAheadHolders::leave(const ReadAheadHolder& holder) {
+    const std::lock_guard guard(holders().mutex);
+    holders().all.erase(&holder);
 }
 
 void ReadAheadHolders::dropStale(ReadAheadHolder::Time now) {
     std::vector<std::shared_ptr<ReadAheadHolder>> living;
     {
         const std::lock_guard guard(holders().mutex);
-        holders().forgetGone();
         for (const auto& [address, holder] : holders().all)
             living.push_back(holder.lock());
     }

@@ -47,17 +47,11 @@ void Farewells::giveMemoryBack() {
 }
 
 void Farewells::startIfNeeded(Lock&) {
-    if (threads_.size() >= kThreadsMax || (!threads_.empty() && waiting_.empty()))
+    if (threads_.count() >= kThreadsMax || (threads_.count() != 0 && waiting_.empty()))
         return;
-    // at once: they have left the lock for the last time
-    for (std::thread& each : ended_)
-        each.join();
-    ended_.clear();
-    const auto self = threads_.emplace(threads_.end());
     try {
-        *self = std::thread([this, self] { run(self); });
+        threads_.start("farewells", [this](PassingThreads::Self self) { run(self); });
     } catch (const std::system_error& failure) {
-        threads_.erase(self);
         trace(failure.what());
     }
 }
@@ -69,10 +63,7 @@ void Farewells::stop() {
         const Lock lock(mutex_);
         stopping_ = true;
         forgotten.swap(waiting_);
-        ending.swap(ended_);
-        // their entries stay until they end
-        for (std::thread& each : threads_)
-            ending.push_back(std::move(each));
+        ending = threads_.takeAll();
     }
     for (std::thread& each : ending)
         each.join();
@@ -80,10 +71,10 @@ void Farewells::stop() {
 
 std::size_t Farewells::threads() const {
     const Lock lock(mutex_);
-    return threads_.size();
+    return threads_.count();
 }
 
-void Farewells::run(std::list<std::thread>::iterator self) {
+void Farewells::run(PassingThreads::Self self) {
     Lock lock(mutex_);
     while (!waiting_.empty()) {
         const Call call = std::move(waiting_.front());
@@ -96,16 +87,14 @@ void Farewells::run(std::list<std::thread>::iterator self) {
         }
         lock.lock();
     }
-    if (memoryIsFreed_ && threads_.size() == 1 && !stopping_) {
+    if (memoryIsFreed_ && threads_.count() == 1 && !stopping_) {
         memoryIsFreed_ = false;
         lock.unlock();
         ::malloc_trim(0);
         lock.lock();
     }
     // calls that came meanwhile have started another thread
-    if (self->joinable())
-        ended_.push_back(std::move(*self));
-    threads_.erase(self);
+    threads_.leave(self);
 }
 
 }  // namespace kelp::notification

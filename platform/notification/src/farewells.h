@@ -2,12 +2,10 @@
 
 #include <cstddef>
 #include <deque>
-#include <list>
 #include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
+#include "passing_threads.h"
 #include "peers.h"
 
 namespace kelp::notification {
@@ -41,12 +39,11 @@ class Farewells {
     };
 
     void startIfNeeded(Lock& lock);
-    void run(std::list<std::thread>::iterator self);
+    void run(PassingThreads::Self self);
 
     mutable std::mutex mutex_;  // guards what follows
     std::deque<Call> waiting_;
-    std::list<std::thread> threads_;
-    std::vector<std::thread> ended_;  // to be joined
+    PassingThreads threads_;
     bool memoryIsFreed_ = false;
     bool stopping_ = false;
 };

@@ -54,17 +54,11 @@ void FilterStage::enqueue(std::shared_ptr<Task> task) {
 }
 
 void FilterStage::startIfNeeded() {
-    if (idle_ > 0 || threads_.size() >= threadsMax_)
+    if (idle_ > 0 || threads_.count() >= threadsMax_)
         return;
-    // at once: they have left the lock for the last time
-    for (std::thread& each : ended_)
-        each.join();
-    ended_.clear();
-    const auto self = threads_.emplace(threads_.end());
     try {
-        *self = std::thread([this, self] { run(self); });
+        threads_.start("filterstage", [this](PassingThreads::Self self) { run(self); });
     } catch (const std::system_error& failure) {
-        threads_.erase(self);
         trace(std::string("events are filtered with the next one: ") + failure.what());
     }
 }
@@ -78,10 +72,7 @@ void FilterStage::stop() {
         for (auto& [key, turns] : owners_)
             forgotten[key].waiting.swap(turns.waiting);
         turns_.clear();
-        ending.swap(ended_);
-        // their entries stay until they end
-        for (std::thread& each : threads_)
-            ending.push_back(std::move(each));
+        ending = threads_.takeAll();
         work_.notify_all();
     }
     for (std::thread& each : ending)
@@ -127,7 +118,7 @@ void FilterStage::serve(Lock& lock, Owners::iterator owner) {
         work_.notify_one();  // its turn may have waited for this thread
 }
 
-void FilterStage::run(std::list<std::thread>::iterator self) {
+void FilterStage::run(PassingThreads::Self self) {
     Lock lock(mutex_);
     while (!stopping_) {
         const auto owner = nextOwner();
@@ -136,9 +127,7 @@ void FilterStage::run(std::list<std::thread>::iterator self) {
         else if (!waitForTurn(lock))
             break;
     }
-    if (self->joinable())
-        ended_.push_back(std::move(*self));
-    threads_.erase(self);
+    threads_.leave(self);
 }
 
 }  // namespace kelp::notification

@@ -4,13 +4,12 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
+
+#include "passing_threads.h"
 
 namespace kelp::notification {
 
@@ -53,7 +52,7 @@ class FilterStage {
 
     void enqueue(std::shared_ptr<Task> task);
     void startIfNeeded();
-    void run(std::list<std::thread>::iterator self);
+    void run(PassingThreads::Self self);
     bool waitForTurn(Lock& lock);
     Owners::iterator nextOwner();
     void serve(Lock& lock, Owners::iterator owner);
@@ -63,8 +62,7 @@ class FilterStage {
     std::condition_variable work_;
     Owners owners_;
     std::deque<std::string> turns_;  ///< owners with waiting tasks, each once; the next one first
-    std::list<std::thread> threads_;
-    std::vector<std::thread> ended_;  ///< to be joined
+    PassingThreads threads_;
     std::size_t idle_ = 0;
     bool stopping_ = false;
 };

@@ -148,7 +148,7 @@ TEST(NmsHabits, EndingTheSessionInsideThePingEndsIt) {
     }
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 0; }));
     EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
-    EXPECT_EQ(agent.nms()->ends, 0) << "who ends his session is not told of it";
+    EXPECT_EQ(agent.nms()->ends, 0) << "an NMS that ended its session itself gets no endSession";
     agent.stop();  // while the ping has what it works on
 }
 

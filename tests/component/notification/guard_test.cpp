@@ -193,7 +193,7 @@ TEST_F(GuardedChannel, WhatADroppedConsumerLeavesBehindIsNoEventLoss) {
     letGracePass();
     EXPECT_THAT(channel().consumers(), IsEmpty());
     EXPECT_THAT(losses_.lost.names(), IsEmpty());
-    EXPECT_TRUE(waitUntil([&] { return consumer.ended(); })) << "it is told of its end";
+    EXPECT_TRUE(waitUntil([&] { return consumer.ended(); })) << "its disconnect operation is called";
 }
 
 TEST_F(GuardedChannel, EndsThePullThatADroppedConsumerWaitsIn) {

@@ -126,7 +126,8 @@ TEST_F(Owners, LoseEverythingWhenTheirLogInHasEnded) {
     EXPECT_TRUE(grouped->_non_existent());
     EXPECT_TRUE(admin->_non_existent());
     EXPECT_TRUE(filter->_non_existent());
-    EXPECT_TRUE(waitUntil([&] { return consumer.ended(); })) << "a consumer that answers is told";
+    EXPECT_TRUE(waitUntil([&] { return consumer.ended(); }))
+        << "the disconnect operation of a consumer that answers is called";
     push(1, 1);
     EXPECT_TRUE(gets(neighbour, 1)) << "the other log-in of the address goes on";
     EXPECT_THAT(channel().consumers(), SizeIs(1));

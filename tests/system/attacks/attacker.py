@@ -155,6 +155,23 @@ def large_requests(port, source="127.0.0.1", callers="4", mebibytes="60", form="
     return {"answered": len(answered)}
 
 
+def texts_without_end(port, source="127.0.0.1", where="type", count="3000"):
+    """Texts of 60,000 octets without the zero octet at their end. How many requests were refused."""
+    text = b"x" * 60000
+
+    def arguments(cdr):
+        if where == "type":
+            return cdr.sequence(text)
+        profile = Cdr().octet(1).octet(1).octet(2).sequence(text).ushort(1).sequence(b"key").ulong(0)
+        return cdr.string("nobody").string("nothing").string("IDL:x:1.0").ulong(1).ulong(0).encapsulation(profile)
+    refused = 0
+    with Connection(port, source) as connection:
+        for _ in range(int(count)):
+            status, _ = connection.call("_is_a" if where == "type" else "getEmsSession", FACTORY_KEY, arguments)
+            refused += status == SYSTEM_EXCEPTION
+    return {"refused": refused}
+
+
 def long_names(port, user, password, callers="4", mebibytes="60"):
     """Names with millions of components, which the EMS decodes into as many texts. How many calls were answered."""
     octets = struct.pack("<I1s3xI1s3x", 1, b"", 1, b"") * (1 << 16)

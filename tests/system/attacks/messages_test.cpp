@@ -105,6 +105,13 @@ TEST_F(LargeMessages, MemoryOfMillionsOfTextsGoesBackToTheSystem) {
     expectMemoryAsBefore(before);
 }
 
+TEST_F(LargeMessages, MemoryOfTextsWithoutAnEndGoesBackToTheSystem) {
+    const double before = residentMib(host_.process().pid());
+    EXPECT_EQ(numberIn(attack("texts_without_end", {{"where", "type"}}), "refused"), 3000);
+    EXPECT_EQ(numberIn(attack("texts_without_end", {{"where", "host"}}), "refused"), 3000);
+    expectMemoryAsBefore(before);
+}
+
 TEST_F(LargeMessages, ACallerWithoutALogInSendsNone) {
     const Seen seen = attack("large_requests", {{"source", kAllowed}, {"mebibytes", "2"}});
     EXPECT_EQ(numberIn(seen, "answered"), 0);

@@ -1,4 +1,4 @@
-// Peers that are told of their end.
+// Calls of the disconnect operations of consumers that are gone.
 
 #include "farewells.h"
 

@@ -44,23 +44,30 @@ class KELP_EXPORT ReadAheadPlace {
     std::string owner_;
 };
 
+class ReadAheadHolder;
+
+/// Those who may hold a batch that was read ahead. Any thread; nobody is called under its lock.
+class ReadAheadHolders {
+  public:
+    /// Known from here on, as long as it lives. A second time: nothing.
+    KELP_EXPORT static void enter(const std::shared_ptr<ReadAheadHolder>& holder);
+    /// At the holder's end.
+    KELP_EXPORT static void leave(const ReadAheadHolder& holder);
+    /// Has all drop what has waited for kReadAheadKept.
+    static void dropStale(std::chrono::steady_clock::time_point now);
+};
+
 /// Somebody who may hold a batch that was read ahead.
 class ReadAheadHolder {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    virtual ~ReadAheadHolder() = default;
+    ReadAheadHolder() = default;
+    ReadAheadHolder(const ReadAheadHolder&) = delete;
+    ReadAheadHolder& operator=(const ReadAheadHolder&) = delete;
+    virtual ~ReadAheadHolder() { ReadAheadHolders::leave(*this); }
     /// Lets go of a batch that was asked for before `time`, and of its place. Never waits.
     virtual void dropAheadOlderThan(Time time) = 0;
-};
-
-/// Those who may hold one. Any thread; nobody is called under its lock.
-class ReadAheadHolders {
-  public:
-    /// Known from here on, as long as it lives. A second time: nothing.
-    KELP_EXPORT static void enter(const std::shared_ptr<ReadAheadHolder>& holder);
-    /// Has all drop what has waited for kReadAheadKept.
-    static void dropStale(ReadAheadHolder::Time now);
 };
 
 /// Has the work done by a worker of the module's task manager. False: by nobody, since there is none, it ends

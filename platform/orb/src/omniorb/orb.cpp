@@ -12,6 +12,7 @@
 #include "interception.h"
 #include "option_table.h"
 #include "outgoing_calls.h"
+#include "reference_creation.h"
 #include "tls.h"
 #include "transport/gate_transport.h"
 
@@ -76,6 +77,7 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
         takeOverHandshakes();
         interceptRequests(hook);
         guardOutgoingCalls();
+        freeBrokenReferences();
         resetCallers();
         // opens the endpoints; all callers are held until the manager is activated
         const CORBA::Object_var root = orb->resolve_initial_references("RootPOA");

@@ -172,6 +172,27 @@ def texts_without_end(port, source="127.0.0.1", where="type", count="3000"):
     return {"refused": refused}
 
 
+def lengths_beyond_32_bits(port, user, password):
+    """Sequences with so many elements that their octets, counted in 32 bits, are none. What answered each."""
+    def code_sets(cdr):
+        component = Cdr().octet(1).ulong(0x05010001).ulong(0x40000000).ulong(0).ulong(0)
+        profile = Cdr().octet(1).octet(1).octet(2).string("127.0.0.1").ushort(1).sequence(b"key")
+        profile.ulong(1).ulong(1).encapsulation(component)
+        return cdr.string("nobody").string("nothing").string("IDL:x:1.0").ulong(1).ulong(0).encapsulation(profile)
+
+    def layer_rates(cdr):
+        return cdr.ulong(2).string("EMS").string("x").string("ManagedElement").string("y").ulong(0x80000000).ulong(0).ulong(1)
+    nms = Caller(lambda *_: True)
+    with Connection(port, patience=60) as connection:
+        status, _ = connection.call("getEmsSession", FACTORY_KEY, code_sets)
+        answers = {"code_sets": status == SYSTEM_EXCEPTION}
+        session = log_in(connection, user, password, "127.0.0.1", nms.port)
+        _, reader = connection.call("getManager", session, lambda cdr: cdr.string("ManagedElement"))
+        status, reader = connection.call("getAllPTPs", reader.reference()[2], layer_rates)
+        answers["layer_rates"] = reader.string() if status == SYSTEM_EXCEPTION else status
+    return answers
+
+
 def long_names(port, user, password, callers="4", mebibytes="60"):
     """Names with millions of components, which the EMS decodes into as many texts. How many calls were answered."""
     octets = struct.pack("<I1s3xI1s3x", 1, b"", 1, b"") * (1 << 16)

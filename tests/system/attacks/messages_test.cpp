@@ -112,6 +112,17 @@ TEST_F(LargeMessages, MemoryOfTextsWithoutAnEndGoesBackToTheSystem) {
     expectMemoryAsBefore(before);
 }
 
+TEST_F(LargeMessages, LengthsBeyond32BitsTakeNoMemory) {
+    const double before = peakAddressSpaceMib(host_.process().pid());
+    const Seen answers =
+        attack("lengths_beyond_32_bits", {{"user", kUser}, {"password", Host::kPassword}});
+    EXPECT_EQ(answers.at("code_sets"), "1");
+    EXPECT_EQ(answers.at("layer_rates"), "IDL:omg.org/CORBA/MARSHAL:1.0");
+    // threads take address space as well
+    EXPECT_LT(peakAddressSpaceMib(host_.process().pid()), before + 1500);
+    expectUnharmed();
+}
+
 TEST_F(LargeMessages, ACallerWithoutALogInSendsNone) {
     const Seen seen = attack("large_requests", {{"source", kAllowed}, {"mebibytes", "2"}});
     EXPECT_EQ(numberIn(seen, "answered"), 0);

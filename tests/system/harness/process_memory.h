@@ -7,15 +7,25 @@
 
 namespace kelp::test {
 
-/// Resident memory of a process, in MiB; 0 when it is gone.
-inline double residentMib(pid_t process) {
+/// What the kernel says of a process's memory under that name, in MiB; 0 when it is gone.
+inline double memoryMib(pid_t process, const std::string& name) {
     std::ifstream in("/proc/" + std::to_string(process) + "/status");
     for (std::string word; in >> word;) {
         double kib = 0;
-        if (word == "VmRSS:" && in >> kib)
+        if (word == name + ":" && in >> kib)
             return kib / 1024;
     }
     return 0;
+}
+
+/// Resident memory of a process.
+inline double residentMib(pid_t process) {
+    return memoryMib(process, "VmRSS");
+}
+
+/// The most address space that a process has had.
+inline double peakAddressSpaceMib(pid_t process) {
+    return memoryMib(process, "VmPeak");
 }
 
 }  // namespace kelp::test

@@ -12,7 +12,7 @@
 #include "interception.h"
 #include "option_table.h"
 #include "outgoing_calls.h"
-#include "reference_creation.h"
+#include "repairs/reference_creation.h"
 #include "tls.h"
 #include "transport/gate_transport.h"
 

@@ -172,6 +172,16 @@ def texts_without_end(port, source="127.0.0.1", where="type", count="3000"):
     return {"refused": refused}
 
 
+def octets_behind_the_arguments(port, source="127.0.0.1", count="20000"):
+    """Requests with more octets than their arguments take, each on a connection of its own. How many there were."""
+    whole = request(1, "_is_a", FACTORY_KEY, lambda cdr: cdr.string("x").raw(bytes(100)))
+
+    def attack(connection, turn):
+        connection.send(whole)
+        closes(connection)
+    return {"connections": each_connection(int(count), port, source, attack)}
+
+
 def lengths_beyond_32_bits(port, user, password):
     """Sequences with so many elements that their octets, counted in 32 bits, are none. What answered each."""
     def code_sets(cdr):

@@ -112,10 +112,15 @@ TEST_F(LargeMessages, MemoryOfTextsWithoutAnEndGoesBackToTheSystem) {
     expectMemoryAsBefore(before);
 }
 
+TEST_F(LargeMessages, MemoryOfRequestsWithOctetsLeftOverGoesBackToTheSystem) {
+    const double before = residentMib(host_.process().pid());
+    EXPECT_EQ(numberIn(attack("octets_behind_the_arguments"), "connections"), 20000);
+    expectMemoryAsBefore(before);
+}
+
 TEST_F(LargeMessages, LengthsBeyond32BitsTakeNoMemory) {
     const double before = peakAddressSpaceMib(host_.process().pid());
-    const Seen answers =
-        attack("lengths_beyond_32_bits", {{"user", kUser}, {"password", Host::kPassword}});
+    const Seen answers = attack("lengths_beyond_32_bits", {{"user", kUser}, {"password", Host::kPassword}});
     EXPECT_EQ(answers.at("code_sets"), "1");
     EXPECT_EQ(answers.at("layer_rates"), "IDL:omg.org/CORBA/MARSHAL:1.0");
     // threads take address space as well

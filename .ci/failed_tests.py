@@ -1,9 +1,10 @@
-"""Prints the failed tests of JUnit reports with what they printed: python3 failed_tests.py REPORT..."""
+"""Prints the failed tests of JUnit reports, with the beginning and the end of what each printed, and at last their
+names: python3 failed_tests.py REPORT..."""
 
 import sys
 import xml.etree.ElementTree as xml
 
-LONGEST_OUTPUT = 6000
+LONGEST_OUTPUT = 3000
 
 
 def failed_cases(report):
@@ -13,17 +14,19 @@ def failed_cases(report):
 
 
 def main(reports):
+    cases = []
     for report in reports:
         try:
-            cases = list(failed_cases(report))
+            cases += failed_cases(report)
         except (OSError, xml.ParseError) as error:
             print(f"--- {report}: {error}")
-            continue
-        for case in cases:
-            output = case.findtext("system-out") or ""
-            if len(output) > LONGEST_OUTPUT:
-                output = output[: LONGEST_OUTPUT // 3] + "\n[...]\n" + output[-2 * LONGEST_OUTPUT // 3 :]
-            print(f"--- failed: {case.get('name')} after {case.get('time')} s\n{output}")
+    for case in cases:
+        output = case.findtext("system-out") or ""
+        if len(output) > LONGEST_OUTPUT:
+            output = output[: LONGEST_OUTPUT // 3] + "\n[...]\n" + output[-2 * LONGEST_OUTPUT // 3 :]
+        print(f"--- output of {case.get('name')}\n{output}")
+    for case in cases:
+        print(f"--- failed: {case.get('name')} after {case.get('time')} s")
 
 
 main(sys.argv[1:])

@@ -59,7 +59,10 @@ void Dispatcher::later(std::shared_ptr<Subscription> subscription, Subscription:
     // first: nothing is scheduled that no thread serves
     if (slow && slowThreads_ < slowThreadsMax_)
         addThread(&Dispatcher::runSlow, slowThreads_);
-    (slow ? slow_ : paced_).emplace(when, std::move(subscription));
+    if (slow)
+        slow_.add(subscription->ownerKey(), when, subscription);
+    else
+        paced_.emplace(when, std::move(subscription));
     (slow ? slowWork_ : fastWork_).notify_one();
 }
 
@@ -94,7 +97,7 @@ void Dispatcher::stop() {
     // what they refer to may end with them, and must not do so under the lock
     std::deque<std::shared_ptr<Subscription>> ready;
     Timed paced;
-    Timed slow;
+    std::vector<std::shared_ptr<Subscription>> slow;
     {
         const Lock lock(mutex_);
         stopping_ = true;
@@ -103,7 +106,7 @@ void Dispatcher::stop() {
         ended_.clear();
         ready.swap(ready_);
         paced.swap(paced_);
-        slow.swap(slow_);
+        slow = slow_.takeAll();
         fastWork_.notify_all();
         slowWork_.notify_all();
     }
@@ -142,18 +145,12 @@ std::shared_ptr<Subscription> Dispatcher::nextReady(Lock& lock) {
 
 std::shared_ptr<Subscription> Dispatcher::nextDue(Lock& lock) {
     while (!stopping_) {
-        if (slow_.empty()) {
-            if (slowWork_.wait_for(lock, kIdleTime) == std::cv_status::timeout && slow_.empty())
-                return nullptr;
-            continue;
-        }
-        if (slow_.begin()->first > Subscription::Clock::now()) {
-            waitUntil(slowWork_, lock, slow_.begin()->first);
-            continue;
-        }
-        std::shared_ptr<Subscription> next = std::move(slow_.begin()->second);
-        slow_.erase(slow_.begin());
-        return next;
+        if (std::shared_ptr<Subscription> next = slow_.takeDue(Subscription::Clock::now()))
+            return next;
+        if (const auto due = slow_.nextTime())
+            slowWork_.wait_until(lock, *due);
+        else if (slowWork_.wait_for(lock, kIdleTime) == std::cv_status::timeout && slow_.empty())
+            return nullptr;
     }
     return nullptr;
 }

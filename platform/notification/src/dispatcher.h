@@ -1,5 +1,6 @@
 #pragma once
 
+#include "slow_turns.h"
 #include "subscription.h"
 
 #include <deque>
@@ -9,8 +10,8 @@
 namespace kelp::notification {
 
 /// The threads that deliver events. One pool grows and shrinks with the consumers, up to a limit; a small
-/// separate one serves those that did not answer, so that however many of them hang the others keep their
-/// threads. Its threads end when there has been nothing to do for 10 s.
+/// separate one serves those that did not answer, their owners in turn, so that however many of them hang the
+/// others keep their threads. Its threads end when there has been nothing to do for 10 s.
 class Dispatcher final : public Subscription::Scheduler {
   public:
     Dispatcher(std::size_t threadsMax, std::size_t slowThreads);
@@ -51,7 +52,7 @@ class Dispatcher final : public Subscription::Scheduler {
     std::condition_variable slowWork_;
     std::deque<std::shared_ptr<Subscription>> ready_;
     Timed paced_;
-    Timed slow_;
+    SlowTurns slow_;
     bool stopping_ = false;
     std::vector<std::thread> threads_;
     std::vector<std::thread> ended_;  ///< to be joined

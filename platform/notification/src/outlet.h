@@ -32,7 +32,7 @@ class Outlet final : public Subscription, public FilterStage::Task {
     /// Subscription::isSettled(), and likewise for the events that wait to be filtered.
     bool hasDrained() const;
 
-    // -- FilterStage::Task
+    // -- Subscription and FilterStage::Task
     std::string ownerKey() const override { return owner_ ? owner_->key() : std::string(); }
     bool work(FilterStage::Clock::time_point until) override;
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "event_queue.h"
@@ -74,6 +75,8 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     /// stopped pulling, and schedules a turn for which there was no memory before.
     void tend(Clock::time_point now);
 
+    /// Whose it is; the same from its first event on. Empty: nobody's.
+    virtual std::string ownerKey() const { return {}; }
     ConsumerCounts counts() const;
     bool isClosed() const;
     /// True unless it answers and half of its queue or more is taken.

@@ -6,6 +6,7 @@
 #include <future>
 
 #include "numbered_events.h"
+#include "quiet_subscription.h"
 #include "support/wait_until.h"
 
 namespace kelp::notification {
@@ -13,15 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using kelp::test::waitUntil;
-
-class QuietSubscription final : public Subscription {
-  public:
-    using Subscription::Subscription;
-
-  private:
-    void eventsLost(const Event&) override {}
-    void consumerDied(const std::string&) override {}
-};
+using test::QuietSubscription;
 
 class CountingReceiver final : public Receiver {
   public:

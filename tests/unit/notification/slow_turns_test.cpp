@@ -4,25 +4,19 @@
 
 #include <gtest/gtest.h>
 
+#include "quiet_subscription.h"
+
 namespace kelp::notification {
 namespace {
 
 using namespace std::chrono_literals;
+using test::QuietSubscription;
 
 class NoScheduler final : public Subscription::Scheduler {
   public:
     void ready(std::shared_ptr<Subscription>) override {}
     void later(std::shared_ptr<Subscription>, Subscription::Clock::time_point, bool) override {}
     void sooner(const Subscription&, Subscription::Clock::time_point) override {}
-};
-
-class QuietSubscription final : public Subscription {
-  public:
-    using Subscription::Subscription;
-
-  private:
-    void eventsLost(const Event&) override {}
-    void consumerDied(const std::string&) override {}
 };
 
 class SlowTurnsTest : public testing::Test {

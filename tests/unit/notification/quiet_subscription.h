@@ -1,0 +1,17 @@
+#pragma once
+
+#include "subscription.h"
+
+namespace kelp::notification::test {
+
+/// A subscription whose channel does not care what it loses.
+class QuietSubscription final : public Subscription {
+  public:
+    using Subscription::Subscription;
+
+  private:
+    void eventsLost(const Event&) override {}
+    void consumerDied(const std::string&) override {}
+};
+
+}  // namespace kelp::notification::test

@@ -6,7 +6,7 @@ namespace kelp::notification {
 
 namespace {
 
-/// An owner without waiting consumers is remembered for so many turns of others.
+/// How many turns of others an owner without waiting consumers is remembered for.
 constexpr std::uint64_t kTurnsRemembered = 4096;
 
 }  // namespace

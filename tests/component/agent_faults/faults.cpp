@@ -72,7 +72,7 @@ CodeRange codeOf(const char* library) {
 }
 
 /// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread. When
-/// a generated stub has none for an object reference, the ORB leaks what it had made for it.
+/// a generated stub has none for an object reference, the ORB loses the memory of what it had made for it.
 bool isOfOthers(const void* caller) {
     static const CodeRange orb = codeOf("libomniORB4.so");
     static const CodeRange ace = codeOf("libACE");

@@ -1,4 +1,4 @@
-// What NMS leave behind that are killed, one after the other, beside an NMS at the same address that goes on.
+// Clean-up after NMS that are killed one after another, beside one at the same address that goes on.
 
 #include "harness/host.h"
 #include "harness/nms_process.h"

@@ -183,7 +183,7 @@ def octets_behind_the_arguments(port, source="127.0.0.1", count="20000"):
 
 
 def lengths_beyond_32_bits(port, user, password):
-    """Sequences with so many elements that their octets, counted in 32 bits, are none. What answered each."""
+    """Sequences whose size in octets overflows 32 bits and becomes 0. How each request was answered."""
     def code_sets(cdr):
         component = Cdr().octet(1).ulong(0x05010001).ulong(0x40000000).ulong(0).ulong(0)
         profile = Cdr().octet(1).octet(1).octet(2).string("127.0.0.1").ushort(1).sequence(b"key")

@@ -121,7 +121,7 @@ class CrowdTest : public testing::Test {
                   0);
         alarms_ += count;
     }
-    /// What the operator's tool tells of the consumers.
+    /// The list of consumers that kelpctl prints.
     std::string consumers() {
         LogFile log(host_.scratch("consumers"));
         Launch launch = kelpctl({"consumers"});

@@ -1,7 +1,7 @@
-// Requests that break off while their arguments end. The ORB takes them for requests whose reply is still to
-// come, and never deletes what it holds of them: some 9 KiB each, which lets any peer fill the memory. The
-// dynamic linker takes this function for the ORB as well, since this library stands before the ORB's wherever
-// it is linked.
+// Requests with octets left over behind their arguments. The ORB closes the connection but leaves the
+// request in the state in which a reply is still to come, and so never deletes it: some 9 KiB each, and any
+// peer can fill the memory with them. The dynamic linker prefers this definition to the ORB's, also for
+// calls from within the ORB, because libkelp_orb stands before the ORB's library wherever it is linked.
 
 #include <dlfcn.h>
 #include <omniORB4/CORBA.h>

@@ -1,7 +1,8 @@
-// Whether a sequence can be as long as it says. The ORB's own functions multiply in 32 bits: 0x40000000
-// numbers of four octets need none then, and a peer gets gigabytes allocated, and a servant a sequence that
-// was never filled. The dynamic linker takes these for the ORB as well, since this library stands before the
-// ORB's wherever it is linked.
+// Checks that a message is long enough for a sequence of the length that it claims. The ORB's own functions
+// multiply in 32 bits, so that 0x40000000 numbers of four octets take none: the ORB then allocates
+// gigabytes, and the servant gets a sequence that was never filled. The dynamic linker prefers these
+// definitions to the ORB's, also for calls from within the ORB, because libkelp_orb stands before the ORB's
+// library wherever it is linked.
 
 #include <omniORB4/CORBA.h>
 

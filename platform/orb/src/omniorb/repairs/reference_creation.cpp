@@ -20,8 +20,8 @@ void chooseProfile(omniIOR& ior) {
     }
 }
 
-/// Decodes the reference before the ORB does, which then finds it decoded. The ORB takes a reference count
-/// more than it gives back when that fails.
+/// Decodes the reference before the ORB does, which then finds it decoded. When that fails,
+/// the ORB has counted one reference more than it releases.
 CORBA::Boolean onIdentity(Interceptors::createIdentity_T::info_T& info) {
     try {
         chooseProfile(*info.ior);

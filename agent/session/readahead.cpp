@@ -91,6 +91,8 @@ void ReadAheadHolders::dropStale(ReadAheadHolder::Time now) {
     std::vector<std::shared_ptr<ReadAheadHolder>> living;
     {
         const std::lock_guard guard(holders().mutex);
+        // no failure below: the last reference to a holder must not go under the lock, which its end takes
+        living.reserve(holders().all.size());
         for (const auto& [address, holder] : holders().all)
             living.push_back(holder.lock());
     }

@@ -225,7 +225,7 @@ std::vector<ConfigKey> serviceKeys() {
             "has not pulled for as long while events waited."),
         integerKey("notification", "heartbeat_s", 60, 0, kDaySeconds, restart,
                    "Seconds between heartbeat events; 0 sends none."),
-        integerKey("notification", "consumers_per_address_max", 500, 1, 1000000, restart,
+        integerKey("notification", "consumers_per_address_max", 200, 1, 1000000, restart,
                    "Proxies of consumers that clients at one address may have in the channel at the same "
                    "time, connected or not; beyond, AdminLimitExceeded. They count until they are "
                    "disconnected or dropped."),
@@ -236,7 +236,7 @@ std::vector<ConfigKey> serviceKeys() {
                    "NO_RESOURCES. They count until they are destroyed."),
         integerKey("notification", "filters_per_address_max", 5000, 1, 1000000, restart,
                    "The same for filters, of which the channel has 10000 at most."),
-        integerKey("notification", "consumers_per_login_max", 200, 1, 1000000, restart,
+        integerKey("notification", "consumers_per_login_max", 20, 1, 1000000, restart,
                    "Proxies of consumers that one log-in may have in the channel at the same time; beyond, "
                    "AdminLimitExceeded. What is made over a connection whose log-in is not known counts for "
                    "its address."),

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -24,8 +25,7 @@ void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& l
 }  // namespace
 
 Dispatcher::Dispatcher(std::size_t threadsMax, std::size_t slowThreads)
-    : threadsMax_(std::max<std::size_t>(threadsMax, 1)),
-      slowThreadsMax_(std::max<std::size_t>(slowThreads, 1)) {}
+    : fast_(std::max<std::size_t>(threadsMax, 1)), slow_(std::max<std::size_t>(slowThreads, 1)) {}
 
 Dispatcher::~Dispatcher() {
     stop();
@@ -36,43 +36,42 @@ void Dispatcher::serveConsumers(std::size_t count) {
     if (stopping_)
         return;
     joinEnded(lock);
-    fastWanted_ = std::min(count, threadsMax_);
-    while (fastThreads_ < fastWanted_ && addThread(&Dispatcher::runFast, fastThreads_)) {
+    fastWanted_ = std::min(count, fast_.threadsMax);
+    while (fast_.threads < fastWanted_ && addThread(fast_)) {
     }
-    if (fastThreads_ > fastWanted_)
-        fastWork_.notify_all();
+    if (fast_.threads > fastWanted_)
+        fast_.work.notify_all();
 }
 
 void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
+    const std::string owner = subscription->ownerKey();
     const Lock lock(mutex_);
-    if (stopping_)
-        return;
-    ready_.push_back(std::move(subscription));
-    fastWork_.notify_one();
+    // an owner that has its share of the threads goes on when one of them is free again
+    if (!stopping_ && fast_.turns.add(owner, std::move(subscription)))
+        fast_.work.notify_one();
 }
 
 void Dispatcher::later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
                        bool slow) {
+    const std::string owner = subscription->ownerKey();
     const Lock lock(mutex_);
     if (stopping_)
         return;
     // first: nothing is scheduled that no thread serves
-    if (slow && slowThreads_ < slowThreadsMax_)
-        addThread(&Dispatcher::runSlow, slowThreads_);
-    if (slow)
-        slow_.add(subscription->ownerKey(), when, subscription);
-    else
-        paced_.emplace(when, std::move(subscription));
-    (slow ? slowWork_ : fastWork_).notify_one();
+    if (slow && slow_.threads < slow_.threadsMax)
+        addThread(slow_);
+    Lane& lane = slow ? slow_ : fast_;
+    lane.turns.add(owner, when, std::move(subscription));
+    lane.work.notify_one();
 }
 
-bool Dispatcher::addThread(void (Dispatcher::*run)(), std::size_t& count) {
+bool Dispatcher::addThread(Lane& lane) {
     try {
-        threads_.emplace_back(run, this);
-        ++count;
+        threads_.emplace_back(&Dispatcher::run, this, std::ref(lane));
+        ++lane.threads;
         return true;
     } catch (const std::exception& failure) {
-        if (count == 0)
+        if (lane.threads == 0)
             throw;
         kelp::util::traceFrom("dispatcher", std::string("a thread could not be started: ") + failure.what(),
                               kelp::util::TraceKind::Exception);
@@ -82,33 +81,25 @@ bool Dispatcher::addThread(void (Dispatcher::*run)(), std::size_t& count) {
 
 void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::time_point when) {
     const Lock lock(mutex_);
-    const auto [first, last] = paced_.equal_range(when);
-    const auto found =
-        std::find_if(first, last, [&](const auto& each) { return each.second.get() == &subscription; });
-    if (found == last)
-        return;
-    ready_.push_back(found->second);
-    paced_.erase(found);
-    fastWork_.notify_one();
+    if (fast_.turns.hasten(subscription, when))
+        fast_.work.notify_one();
 }
 
 void Dispatcher::stop() {
     std::vector<std::thread> ending;
     // what they refer to may end with them, and must not do so under the lock
-    std::deque<std::shared_ptr<Subscription>> ready;
-    Timed paced;
-    std::vector<std::shared_ptr<Subscription>> slow;
+    std::list<Turns::Waiting> fast;
+    std::list<Turns::Waiting> slow;
     {
         const Lock lock(mutex_);
         stopping_ = true;
         ending.swap(threads_);
         std::move(ended_.begin(), ended_.end(), std::back_inserter(ending));
         ended_.clear();
-        ready.swap(ready_);
-        paced.swap(paced_);
-        slow = slow_.takeAll();
-        fastWork_.notify_all();
-        slowWork_.notify_all();
+        fast = fast_.turns.takeAll();
+        slow = slow_.turns.takeAll();
+        fast_.work.notify_all();
+        slow_.work.notify_all();
     }
     for (std::thread& each : ending)
         each.join();
@@ -119,67 +110,48 @@ std::size_t Dispatcher::threads() const {
     return threads_.size();
 }
 
-std::shared_ptr<Subscription> Dispatcher::nextReady(Lock& lock) {
+Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left) {
+    const bool isFast = &lane == &fast_;
     while (!stopping_) {
-        const auto now = Subscription::Clock::now();
-        // taken from where it is: to move it might need memory
-        if (!paced_.empty() && paced_.begin()->first <= now) {
-            std::shared_ptr<Subscription> next = std::move(paced_.begin()->second);
-            paced_.erase(paced_.begin());
+        if (Turns::Waiting next = lane.turns.take(Subscription::Clock::now()); next.subscription) {
+            // the one just left has a thread less, and may have another
+            if (left != nullptr && left != next.owner && lane.turns.mayHaveThread(*left))
+                lane.work.notify_one();
             return next;
         }
-        if (!ready_.empty()) {
-            std::shared_ptr<Subscription> next = std::move(ready_.front());
-            ready_.pop_front();
-            return next;
-        }
-        if (fastThreads_ > fastWanted_)
-            return nullptr;
-        if (paced_.empty())
-            fastWork_.wait(lock);
-        else
-            waitUntil(fastWork_, lock, paced_.begin()->first);
+        left = nullptr;  // may be forgotten meanwhile
+        if (isFast && lane.threads > fastWanted_)
+            return {};
+        if (const auto due = lane.turns.nextTime())
+            waitUntil(lane.work, lock, *due);
+        else if (isFast)
+            lane.work.wait(lock);
+        else if (lane.work.wait_for(lock, kIdleTime) == std::cv_status::timeout && lane.turns.empty())
+            return {};
     }
-    return nullptr;
+    return {};
 }
 
-std::shared_ptr<Subscription> Dispatcher::nextDue(Lock& lock) {
-    while (!stopping_) {
-        if (std::shared_ptr<Subscription> next = slow_.takeDue(Subscription::Clock::now()))
-            return next;
-        if (const auto due = slow_.nextTime())
-            slowWork_.wait_until(lock, *due);
-        else if (slowWork_.wait_for(lock, kIdleTime) == std::cv_status::timeout && slow_.empty())
-            return nullptr;
-    }
-    return nullptr;
-}
-
-void Dispatcher::runFast() {
+void Dispatcher::run(Lane& lane) {
     Lock lock(mutex_);
-    while (const std::shared_ptr<Subscription> next = nextReady(lock)) {
+    Turns::Waiting turn = next(lane, lock, nullptr);
+    while (turn.subscription) {
         lock.unlock();
-        next->serve();
+        turn.subscription->serve();
+        // it may end with this, and must not do so under the lock
+        turn.subscription.reset();
         lock.lock();
+        lane.turns.ended(*turn.owner);
+        turn = next(lane, lock, turn.owner);
     }
-    leave(lock, fastThreads_);
+    leave(lock, lane);
 }
 
-void Dispatcher::runSlow() {
-    Lock lock(mutex_);
-    while (const std::shared_ptr<Subscription> next = nextDue(lock)) {
-        lock.unlock();
-        next->serve();
-        lock.lock();
-    }
-    leave(lock, slowThreads_);
-}
-
-void Dispatcher::leave(Lock&, std::size_t& threads) {
+void Dispatcher::leave(Lock&, Lane& lane) {
     // the stop has them all
     if (stopping_)
         return;
-    --threads;
+    --lane.threads;
     const auto self = std::find_if(threads_.begin(), threads_.end(), [](const std::thread& each) {
         return each.get_id() == std::this_thread::get_id();
     });

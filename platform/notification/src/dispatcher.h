@@ -1,17 +1,16 @@
 #pragma once
 
-#include "slow_turns.h"
 #include "subscription.h"
+#include "turns.h"
 
-#include <deque>
-#include <map>
 #include <thread>
 
 namespace kelp::notification {
 
 /// The threads that deliver events. One pool grows and shrinks with the consumers, up to a limit; a small
-/// separate one serves those that did not answer, their owners in turn, so that however many of them hang the
-/// others keep their threads. Its threads end when there has been nothing to do for 10 s.
+/// separate one serves those that did not answer, so that however many of them hang the others keep their
+/// threads. Its threads end when there has been nothing to do for 10 s. In both the owners of the consumers
+/// take turns.
 class Dispatcher final : public Subscription::Scheduler {
   public:
     Dispatcher(std::size_t threadsMax, std::size_t slowThreads);
@@ -34,31 +33,31 @@ class Dispatcher final : public Subscription::Scheduler {
 
   private:
     using Lock = std::unique_lock<std::mutex>;
-    using Timed = std::multimap<Subscription::Clock::time_point, std::shared_ptr<Subscription>>;
+    /// A pool of threads and what waits for them.
+    struct Lane {
+        explicit Lane(std::size_t most) : threadsMax(most), turns(most) {}
+        const std::size_t threadsMax;
+        Turns turns;
+        std::condition_variable work;
+        std::size_t threads = 0;
+    };
 
     /// False, and traced, when there can be no more threads than there are. Throws when there is none.
-    bool addThread(void (Dispatcher::*run)(), std::size_t& count);
-    void runFast();
-    void runSlow();
-    std::shared_ptr<Subscription> nextReady(Lock& lock);
-    std::shared_ptr<Subscription> nextDue(Lock& lock);
-    void leave(Lock& lock, std::size_t& threads);
+    bool addThread(Lane& lane);
+    void run(Lane& lane);
+    /// For a thread that has just served a consumer of `left`, if any. Without a subscription when it is to
+    /// end.
+    Turns::Waiting next(Lane& lane, Lock& lock, const Turns::Owner* left);
+    void leave(Lock& lock, Lane& lane);
     void joinEnded(Lock& lock);
 
-    const std::size_t threadsMax_;
-    const std::size_t slowThreadsMax_;
     mutable std::mutex mutex_;  // guards what follows
-    std::condition_variable fastWork_;
-    std::condition_variable slowWork_;
-    std::deque<std::shared_ptr<Subscription>> ready_;
-    Timed paced_;
-    SlowTurns slow_;
+    Lane fast_;
+    Lane slow_;
     bool stopping_ = false;
     std::vector<std::thread> threads_;
     std::vector<std::thread> ended_;  ///< to be joined
     std::size_t fastWanted_ = 0;
-    std::size_t fastThreads_ = 0;
-    std::size_t slowThreads_ = 0;
 };
 
 }  // namespace kelp::notification

@@ -7,9 +7,18 @@
 namespace kelp::test {
 
 /// Threads wait at the gate until it is opened. It opens by itself when a test has failed to do so, so that
-/// nothing hangs.
+/// nothing hangs. Its end waits for those it has let through.
 class Gate {
   public:
+    Gate() = default;
+    ~Gate() {
+        open();
+        std::unique_lock<std::mutex> guard(lock_);
+        changed_.wait(guard, [this] { return waiting_ == 0; });
+    }
+    Gate(const Gate&) = delete;
+    Gate& operator=(const Gate&) = delete;
+
     void open() {
         const std::lock_guard<std::mutex> guard(lock_);
         open_ = true;
@@ -22,6 +31,7 @@ class Gate {
         changed_.notify_all();
         changed_.wait_for(guard, std::chrono::seconds(60), [this] { return open_; });
         --waiting_;
+        changed_.notify_all();
     }
 
     /// True as soon as `count` threads wait at the gate at once.

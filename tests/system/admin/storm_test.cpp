@@ -19,7 +19,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int kAlarms = 20000;
-constexpr int kQueue = 3000;
+/// A quarter of the storm does not fit, and a good one may be many seconds behind on a busy machine.
+constexpr int kQueue = 15000;
 constexpr int kGood = 12;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr const char* kRate = "250";

@@ -102,6 +102,29 @@ TEST(Dispatcher, ServesTheOthersWhileOneHangs) {
     EXPECT_TRUE(waitUntil([&] { return hangs.receiver->last == 1; }));
 }
 
+// Each has a call that hangs from its first event on, before it can be found silent.
+TEST(Dispatcher, ServesTheOtherOwnersWhileAllConsumersOfOneHang) {
+    Dispatcher dispatcher(4, 1);
+    dispatcher.serveConsumers(20);
+    std::promise<void> open;
+    const std::shared_future<void> gate = open.get_future().share();
+    std::vector<Consumer> hanging;
+    for (int i = 0; i < 20; ++i) {
+        hanging.emplace_back(dispatcher);
+        hanging.back().subscription->owner = "hangs";
+        hanging.back().receiver->gate = gate;
+        hanging.back().subscription->offer(test::event(1));
+    }
+    Consumer healthy(dispatcher);
+    healthy.subscription->owner = "answers";
+    for (int i = 1; i <= 100; ++i)
+        healthy.subscription->offer(test::event(i));
+    EXPECT_TRUE(waitUntil([&] { return healthy.receiver->last == 100; }));
+    open.set_value();
+    for (Consumer& each : hanging)
+        EXPECT_TRUE(waitUntil([&] { return each.receiver->last == 1; }));
+}
+
 TEST(Dispatcher, LeavesHealthyConsumersTheirThreadsHoweverManyHang) {
     DeliverySettings settings;
     settings.firstBackOff = 1ms;

@@ -8,6 +8,9 @@ namespace kelp::notification::test {
 class QuietSubscription final : public Subscription {
   public:
     using Subscription::Subscription;
+    std::string ownerKey() const override { return owner; }
+
+    std::string owner;
 
   private:
     void eventsLost(const Event&) override {}

@@ -25,7 +25,7 @@ struct KELP_EXPORT DeliverySettings {
 /// Objects that clients at one address may have in a channel at the same time; they count until they end. A
 /// caller inside the process is not limited.
 struct KELP_EXPORT AddressLimits {
-    std::size_t consumers = 500;  ///< proxies of consumers, connected or not; beyond, AdminLimitExceeded
+    std::size_t consumers = 200;  ///< proxies of consumers, connected or not; beyond, AdminLimitExceeded
     std::size_t suppliers = 100;  ///< likewise of suppliers
     std::size_t admins = 500;     ///< beyond, NO_RESOURCES
     std::size_t filters = 5000;   ///< likewise
@@ -35,7 +35,7 @@ struct KELP_EXPORT AddressLimits {
 /// is a log-in, or an address where the log-in is not known. A caller inside the process is not limited in
 /// numbers.
 struct KELP_EXPORT OwnerLimits {
-    std::size_t consumers = 100;         ///< proxies of consumers; beyond, AdminLimitExceeded
+    std::size_t consumers = 20;          ///< proxies of consumers; beyond, AdminLimitExceeded
     std::size_t admins = 50;             ///< beyond, NO_RESOURCES
     std::size_t filters = 500;           ///< likewise
     std::size_t constraints = 2000;      ///< of all its filters; likewise

@@ -31,14 +31,14 @@ add_custom_command(
 
 # in the ORB port and in tests, which see what a library keeps to itself
 add_library(kelp_argument_check STATIC
-    "${kelp_giop_dir}/argument_check.cpp"
-    "${kelp_giop_dir}/argument_reader.cpp"
-    "${kelp_giop_dir}/operation_shapes.cpp"
+    "${kelp_giop_dir}/arguments/argument_check.cpp"
+    "${kelp_giop_dir}/arguments/argument_reader.cpp"
+    "${kelp_giop_dir}/arguments/operation_shapes.cpp"
     "${kelp_giop_dir}/reply_framing.cpp"
-    "${kelp_giop_dir}/type_code_reader.cpp"
-    "${kelp_giop_dir}/value_walk.cpp"
+    "${kelp_giop_dir}/arguments/type_code_reader.cpp"
+    "${kelp_giop_dir}/arguments/value_walk.cpp"
     "${kelp_shapes_dir}/operation_shapes.inc")
 set_target_properties(kelp_argument_check PROPERTIES POSITION_INDEPENDENT_CODE ON)
-target_include_directories(kelp_argument_check PUBLIC "${kelp_giop_dir}" PRIVATE "${kelp_shapes_dir}")
+target_include_directories(kelp_argument_check PUBLIC "${CMAKE_SOURCE_DIR}/platform/orb/src" PRIVATE "${kelp_shapes_dir}")
 target_link_libraries(kelp_argument_check PRIVATE kelp_compile_options)
 add_library(kelp::argument_check ALIAS kelp_argument_check)

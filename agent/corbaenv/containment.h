@@ -1,6 +1,6 @@
 #pragma once
 
-#include "util/tracepoint.h"
+#include "util/trace_point.h"
 
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/corba.h>

@@ -2,7 +2,7 @@
 
 #include "error/error_translator.h"
 
-#include "corbaenv/lazy_instance.h"
+#include "util/lazy_instance.h"
 
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/exceptions.h>

@@ -1,6 +1,6 @@
 #include "notify/heartbeat.h"
 
-#include "notify/suppilermgrcallback.h"
+#include "notify/suppiler_mgr_callback.h"
 
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/push_event.h>

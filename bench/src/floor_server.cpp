@@ -8,7 +8,7 @@
 //                                               the bare ORB; the managers are not active in the child of the
 //                                               root, but found through locators, as the product's are
 
-#include "bare_orb.h"
+#include "common/bare_orb.h"
 
 #include <kelp/orb/corba.h>
 #include <kelp/orb/counted_local.h>

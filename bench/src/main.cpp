@@ -1,12 +1,12 @@
-#include "calls.h"
-#include "guesses.h"
-#include "hashing.h"
-#include "log_ins.h"
-#include "memory.h"
+#include "session/calls.h"
+#include "session/guesses.h"
+#include "session/hashing.h"
+#include "session/log_ins.h"
+#include "session/memory.h"
 #include "options.h"
-#include "process_usage.h"
-#include "records.h"
-#include "report.h"
+#include "common/process_usage.h"
+#include "session/records.h"
+#include "common/report.h"
 
 #include <kelp/nms/client.h>
 #include <kelp/orb/exception_text.h>

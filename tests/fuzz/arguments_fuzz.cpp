@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "argument_check.h"
-#include "operation_shapes.h"
+#include "giop/arguments/argument_check.h"
+#include "giop/arguments/operation_shapes.h"
 #include "targets.h"
 
 namespace kelp::fuzz {

@@ -7,7 +7,7 @@
 #include <variant>
 
 #include "network_text.h"
-#include "oss_networks.h"
+#include "users/oss_networks.h"
 #include "targets.h"
 
 namespace kelp::fuzz {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "corbaenv/agent_state.h"
+#include "util/agent_state.h"
 #include "error/error_translator.h"
-#include "interceptor/corba_request_interceptorimpl.h"
-#include "session/emssessionfactoryimpl.h"
-#include "session/emssessionimpl.h"
-#include "util/servantref.h"
+#include "interceptor/corba_request_interceptor_impl.h"
+#include "session/ems_session_factory_impl.h"
+#include "session/ems_session_impl.h"
+#include "util/servant_ref.h"
 
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_sys_time.h>
@@ -179,7 +179,6 @@ class RunningAgent {
     RunningAgent& operator=(const RunningAgent&) = delete;
 
     // -- what runs
-    // -------------------------------------------------------------------------------------------
     static NS_CORBA::CorbaBaseAgentConfig& base() { return *NS_CORBA::CorbaBaseAgentConfig::Instance(); }
     static NS_KELPCORBA::SessionMgr& sessions() { return *NS_KELPCORBA::SessionMgr::Instance(); }
     static NS_KELPCORBA::EmsSessionFactory_IImpl& factory() {
@@ -227,7 +226,6 @@ class RunningAgent {
     }
 
     // -- log-ins
-    // ---------------------------------------------------------------------------------------------
     /// Logs an NMS in through the factory's servant.
     emsSession::EmsSession_I_var logIn(const TestNms& nms, const std::string& user = kUser,
                                        const std::string& password = kPassword) {
@@ -260,7 +258,6 @@ class RunningAgent {
     }
 
     // -- stop
-    // ------------------------------------------------------------------------------------------------
     /// The first step of the agent's stop: the exit flag, and every waiting thread woken.
     void requestExit() {
         NS_KELPCORBA::AgentState& state = NS_KELPCORBA::AgentState::instance();

@@ -5,7 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "util/taskmgrtype.h"
+#include "util/task_mgr_type.h"
 
 namespace kelp::test {
 

@@ -99,7 +99,6 @@ TEST_F(Liveness, NmsThatAnswersAgainInTimeKeepsItsSession) {
 }
 
 // -- release strategies
-// ----------------------------------------------------------------------------------------
 
 TEST_F(Liveness, WithoutPingModeNobodyIsPinged) {
     host.set("session", "ping_mode", "false").set("session", "release_strategy", 0);
@@ -183,7 +182,6 @@ TEST_F(Liveness, UnreachableNmsIsEndedAfterTheSilentTime) {
 }
 
 // -- event loss
-// ------------------------------------------------------------------------------------------------
 
 TEST_F(Liveness, EventLossIsToldToEveryNmsOnceAndItsEndToo) {
     const std::string fifo = host.scratch("loss").string();

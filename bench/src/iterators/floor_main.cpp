@@ -7,7 +7,7 @@
 // Prints "lent <reference>" and "copied <reference>", its managers that give in these ways, and serves until
 // its standard input ends.
 
-#include "bare_orb.h"
+#include "common/bare_orb.h"
 #include "iterators/floor_lists.h"
 
 #include <kelp/orb/exception_text.h>

@@ -4,8 +4,8 @@
 #include "iterators/networks.h"
 #include "iterators/options.h"
 #include "iterators/same_octets.h"
-#include "process_usage.h"
-#include "report.h"
+#include "common/process_usage.h"
+#include "common/report.h"
 
 #include <kelp/inventory/failure.h>
 #include <kelp/nms/client.h>

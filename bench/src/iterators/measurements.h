@@ -2,7 +2,7 @@
 
 #include "iterators/options.h"
 #include "iterators/stand.h"
-#include "report.h"
+#include "common/report.h"
 
 #include <string>
 #include <vector>

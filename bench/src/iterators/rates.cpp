@@ -1,5 +1,5 @@
 #include "iterators/measurements.h"
-#include "process_usage.h"
+#include "common/process_usage.h"
 
 #include <fmt/format.h>
 

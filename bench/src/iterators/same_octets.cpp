@@ -1,6 +1,6 @@
 #include "same_octets.h"
 
-#include "giop_message.h"
+#include "common/giop_message.h"
 #include "iterators/cdr_shape.h"
 
 #include <kelp/orb/references.h>

@@ -1,6 +1,6 @@
 #include "stand.h"
 
-#include "process_usage.h"
+#include "common/process_usage.h"
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "ems.h"
+#include "common/ems.h"
 #include "iterators/lists.h"
-#include "nms_farm.h"
+#include "common/nms_farm.h"
 #include "notify/talker.h"
-#include "product.h"
+#include "common/product.h"
 
 #include <kelp/nms/client.h>
 

@@ -1,6 +1,6 @@
 #include "delivery.h"
 
-#include "process_usage.h"
+#include "common/process_usage.h"
 #include "supplier.h"
 #include "talker.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "report.h"
+#include "common/report.h"
 
 #include <chrono>
 #include <vector>

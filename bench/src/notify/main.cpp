@@ -1,5 +1,5 @@
 #include "delivery.h"
-#include "process_usage.h"
+#include "common/process_usage.h"
 
 #include <CLI/CLI.hpp>
 #include <exception>

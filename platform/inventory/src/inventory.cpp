@@ -3,10 +3,10 @@
 
 #include <variant>
 
-#include "inventory_state.h"
-#include "name_index.h"
-#include "row_reader.h"
-#include "table.h"
+#include "database/inventory_state.h"
+#include "names/name_index.h"
+#include "rows/row_reader.h"
+#include "database/table.h"
 
 namespace kelp::inventory {
 

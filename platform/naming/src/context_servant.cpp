@@ -26,7 +26,7 @@ constexpr const char* kRootId = "/";
 
 }  // namespace
 
-// -- reading ------------------------------------------------------------------------------------------------
+// -- reading
 
 NamingPath ContextServant::pathFrom(const NamingPath& here, const NamingPath& name) const {
     if (!tree_->isContext(here))
@@ -90,7 +90,7 @@ CORBA::Boolean ContextServant::_non_existent() {
     return !tree_->isContext(here());
 }
 
-// -- changing -----------------------------------------------------------------------------------------------
+// -- changing
 
 void ContextServant::bind(const Name& n, CORBA::Object_ptr obj) {
     tree_->refuseOutsiders("bind", n);
@@ -136,7 +136,6 @@ void ContextServant::destroy() {
 }
 
 // -- which context
-// --------------------------------------------------------------------------------------------
 
 std::string AnyContext::objectIdOf(const NamingPath& path) {
     return path.empty() ? kRootId : toText(path);

@@ -1,6 +1,6 @@
 """omniidl back end: the parameter shapes of every operation that takes an any or a TypeCode.
 
-The result is C++ for platform/orb/src/giop/operation_shapes.cpp: nodes, parts and operations. An operation is in the
+The result is C++ for platform/orb/src/giop/arguments/operation_shapes.cpp: nodes, parts and operations. An operation is in the
 table if one of its in or inout parameters holds an any or a TypeCode. A request names only the operation, so one name
 with two different shapes is an error: the check could not know which one to apply.
 

@@ -5,8 +5,8 @@
 
 #include <thread>
 
-#include "adapter/iteratoractivator.h"
-#include "adapter/servantlocator.h"
+#include "adapter/iterator_activator.h"
+#include "adapter/servant_locator.h"
 #include "component/orb/gate.h"
 #include "source_fixture.h"
 #include "support/test_iterator.h"
@@ -56,7 +56,6 @@ PortableServer::ObjectId_var idOf(const char* text) {
 }
 
 // -- locator
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(ServantManagers, ServeTheManagerOfTheObjectsId) {
     call(remote("EMS").in());
@@ -186,7 +185,6 @@ TEST_F(ServantManagers, KnowNothingAfterTheSessionManagerHasGone) {
 }
 
 // -- activator
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(ServantManagers, NeverBringAnIteratorBack) {
     IteratorServantActivator activator;

@@ -7,8 +7,8 @@
 #include <set>
 #include <thread>
 
-#include "adapter/iteratoractivator.h"
-#include "adapter/toppoanames.h"
+#include "adapter/iterator_activator.h"
+#include "adapter/top_poa_names.h"
 #include "source_fixture.h"
 #include "support/threads_asleep.h"
 #include "support/trace_trigger.h"
@@ -349,7 +349,6 @@ TEST_F(SessionPoas, StayWhenOnlyTheRecordGoes) {
 }
 
 // -- names
-// -----------------------------------------------------------------------------------------------------
 
 TEST_F(SessionPoas, NamesBelongToOneSourceAtATime) {
     const Source one = make();

@@ -47,7 +47,6 @@ class SessionValidity : public SourceFixture {
 };
 
 // -- pings
-// -----------------------------------------------------------------------------------------------------
 
 TEST_F(SessionValidity, PingsAnNmsOfALiveSession) {
     EXPECT_EQ(check(), 0);
@@ -152,7 +151,6 @@ TEST_F(SessionValidity, TakesANilReferenceForAFailedPing) {
 }
 
 // -- ends
-// ------------------------------------------------------------------------------------------------------
 
 TEST_F(SessionValidity, EndsAnEndedSessionUntold) {
     source_->set_state(Ended);
@@ -223,7 +221,6 @@ TEST_F(SessionValidity, MayBeEndedByTheNmsWhileItIsTold) {
 }
 
 // -- event loss
-// ------------------------------------------------------------------------------------------------
 
 TEST_F(SessionValidity, TellsAnEventLossInPlaceOfAPing) {
     EXPECT_EQ(check(false, false), 0);
@@ -298,7 +295,6 @@ TEST_F(SessionValidity, TellsNothingWhileItWaitsSilently) {
 }
 
 // -- without pings
-// ---------------------------------------------------------------------------------------------
 
 class SessionValidityWithoutPings : public SessionValidity {
   protected:

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "corbaenv/agent_state.h"
-#include "corbaenv/corbaagent.h"
+#include "util/agent_state.h"
+#include "corbaenv/corba_agent.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The stop ends soon whatever hangs, and takes nothing away from what still runs.
 
-#include "session/emssessionfactoryimpl.h"
+#include "session/ems_session_factory_impl.h"
 
 #include <gtest/gtest.h>
 #include <kelp/agent/session_mgr.h>

@@ -1,6 +1,6 @@
 // What callers see while the agent starts, runs and stops.
 
-#include "corbaenv/agentserverfacade.h"
+#include "corbaenv/agent_server_facade.h"
 
 #include <kelp/orb/exception_text.h>
 #include <mtnm/emsSessionFactory.h>

@@ -1,6 +1,6 @@
 // The session factory's object and the registry of manager servants.
 
-#include "session/emssessionfactoryimpl.h"
+#include "session/ems_session_factory_impl.h"
 
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>

@@ -1,6 +1,6 @@
 // The module as a host sees it: a shared object with one factory function.
 
-#include "corbaenv/corbaenvmodule.h"
+#include "corbaenv/corba_env_module.h"
 
 #include <gtest/gtest.h>
 #include <kelp/appmgr/task_mgr.h>

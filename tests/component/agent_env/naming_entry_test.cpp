@@ -1,6 +1,6 @@
 // What a round makes of the entries that it finds in the naming service.
 
-#include "corbaenv/agent_state.h"
+#include "util/agent_state.h"
 
 #include "naming_fixture.h"
 

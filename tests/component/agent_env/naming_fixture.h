@@ -1,6 +1,6 @@
 #pragma once
 
-#include "corbaenv/namingmonitor.h"
+#include "corbaenv/naming_monitor.h"
 
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>

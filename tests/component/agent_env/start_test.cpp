@@ -1,6 +1,6 @@
 // The agent's start: its order, and what is left when a step fails.
 
-#include "corbaenv/agentserverfacade.h"
+#include "corbaenv/agent_server_facade.h"
 
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>

@@ -1,8 +1,8 @@
 // The agent's stop: bounded whatever hangs, and harmless whatever was started.
 
-#include "adapter/sessionsource.h"
-#include "corbaenv/namingmonitor.h"
-#include "session/emssessionimpl.h"
+#include "adapter/session_source.h"
+#include "corbaenv/naming_monitor.h"
+#include "session/ems_session_impl.h"
 
 #include <kelp/corbabase/ref_count.h>
 

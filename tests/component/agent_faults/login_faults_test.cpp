@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "adapter/sessionsource.h"
-#include "adapter/toppoanames.h"
+#include "adapter/session_source.h"
+#include "adapter/top_poa_names.h"
 #include "faults.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/test_iterator.h"
 #include "support/trace_capture.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "event_fields.h"
-#include "notify/suppilermgrcallback.h"
+#include "notify/suppiler_mgr_callback.h"
 
 namespace NS_KELPCORBA {
 namespace {

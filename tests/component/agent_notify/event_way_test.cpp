@@ -13,7 +13,7 @@
 
 #include "component/corbabase/base_orb.h"
 #include "event_fields.h"
-#include "notify/suppilermgrcallback.h"
+#include "notify/suppiler_mgr_callback.h"
 #include "support/temporary_directory.h"
 #include "support/wait_until.h"
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "component/orb/gate.h"
 #include "support/agent_fixture.h"
 #include "support/tcp_peers.h"
@@ -138,7 +138,6 @@ TEST(ConcurrentRound, IsLimitedInItsThreads) {
 }
 
 // -- calls as signs of life
-// ------------------------------------------------------------------------------------
 
 /// An NMS whose callback object is not there.
 class CallIsLife : public testing::Test {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/tcp_peers.h"
 #include "support/trace_capture.h"

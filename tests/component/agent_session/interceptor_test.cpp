@@ -5,8 +5,8 @@
 #include <kelp/util/thread_context.h>
 #include <pthread.h>
 
-#include "adapter/sessionsource.h"
-#include "session/waitingthreads.h"
+#include "adapter/session_source.h"
+#include "session/waiting_threads.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 

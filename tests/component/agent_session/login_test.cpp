@@ -5,8 +5,8 @@
 #include <kelp/agent/error_translation.h>
 #include <kelp/orb/poas.h>
 
-#include "adapter/sessionsource.h"
-#include "adapter/toppoanames.h"
+#include "adapter/session_source.h"
+#include "adapter/top_poa_names.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 #include "support/trace_trigger.h"

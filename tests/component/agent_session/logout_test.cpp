@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 
 namespace {

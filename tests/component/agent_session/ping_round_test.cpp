@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "component/orb/gate.h"
 #include "support/agent_fixture.h"
 #include "support/tcp_peers.h"

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 
 namespace {

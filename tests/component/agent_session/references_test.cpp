@@ -7,8 +7,8 @@
 
 #include <set>
 
-#include "adapter/iteratoractivator.h"
-#include "adapter/sessionsource.h"
+#include "adapter/iterator_activator.h"
+#include "adapter/session_source.h"
 #include "component/corbabase/open_logs.h"
 #include "support/agent_fixture.h"
 #include "support/raw_locate.h"

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"

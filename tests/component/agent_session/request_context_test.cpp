@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "adapter/iteratoractivator.h"
-#include "adapter/sessionsource.h"
+#include "adapter/iterator_activator.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 #include "support/trace_trigger.h"

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <kelp/orb/poas.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 

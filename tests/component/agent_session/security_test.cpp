@@ -187,7 +187,6 @@ TEST(LoginSecurity, NoPasswordIsTraced) {
 }
 
 // -- accounts that end while their users are logged in
-// --------------------------------------------------------
 
 /// Something that ends an account for those who are logged in.
 struct AccountEnd {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <kelp/corbabase/ref_count.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 
@@ -164,7 +164,6 @@ TEST_F(SessionList, OfADestroyedManagerDoesNotLogOutAUserTwice) {
 }
 
 // -- life
-// ------------------------------------------------------------------------------------------------------
 
 TEST(SessionMgrLife, StartsAndTellsThatItIsReady) {
     RunningAgent agent(AgentOptions{.startsSessionMgr = false});

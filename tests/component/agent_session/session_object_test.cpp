@@ -7,7 +7,7 @@
 #include <kelp/orb/references.h>
 #include <kelp/orb/servants.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 

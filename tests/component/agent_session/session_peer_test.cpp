@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "component/corbabase/open_logs.h"
 #include "component/orb/tcp_relay.h"
-#include "session/waitingthreads.h"
+#include "session/waiting_threads.h"
 #include "support/agent_fixture.h"
 #include "support/test_iterator.h"
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "component/orb/gate.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"

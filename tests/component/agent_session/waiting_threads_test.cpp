@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <thread>
 
-#include "adapter/sessionsource.h"
-#include "session/waitingthreads.h"
+#include "adapter/session_source.h"
+#include "session/waiting_threads.h"
 #include "support/agent_fixture.h"
 #include "support/threads_asleep.h"
 #include "support/trace_capture.h"
@@ -34,7 +34,6 @@ bool comesTrueDuringCalls(std::chrono::milliseconds time, Call call, Condition c
 }
 
 // -- without pings: theWaiting
-// ----------------------------------------------------------------------------------
 
 AgentOptions withoutPings(int silentTimeS) {
     return AgentOptions{.releaseStrategy = 2, .pingMode = false, .silentTimeS = silentTimeS};
@@ -207,7 +206,6 @@ TEST_F(TheWaiting, IsKnownUntilTheAgentsStop) {
 }
 
 // -- with pings: SilentWaiting
-// ----------------------------------------------------------------------------------
 
 class SilentWaitingTest : public TheWaiting {
   protected:
@@ -368,7 +366,6 @@ TEST_F(SilentWaitingTest, NeedsASessionWithASource) {
 }
 
 // -- many
-// ------------------------------------------------------------------------------------------------------
 
 std::size_t threadsOfThisProcess() {
     const std::filesystem::directory_iterator begin("/proc/self/task");

@@ -1,4 +1,4 @@
-#include "ne_time.h"
+#include "events/ne_time.h"
 
 #include <gtest/gtest.h>
 

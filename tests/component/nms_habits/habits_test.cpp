@@ -8,7 +8,7 @@
 #include <chrono>
 #include <string>
 
-#include "adapter/sessionsource.h"
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 

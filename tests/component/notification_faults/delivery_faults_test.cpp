@@ -8,7 +8,7 @@
 #include <functional>
 
 #include "failing_memory.h"
-#include "subscription.h"
+#include "delivery/subscription.h"
 #include "unit/notification/numbered_events.h"
 
 namespace kelp::notification {

@@ -7,7 +7,7 @@
 
 #include <random>
 
-#include "argument_check.h"
+#include "giop/arguments/argument_check.h"
 #include "giop_recorder.h"
 #include "raw_giop.h"
 #include "recorded_arguments.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "argument_check.h"
+#include "giop/arguments/argument_check.h"
 
 namespace kelp::test {
 

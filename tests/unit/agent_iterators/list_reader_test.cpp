@@ -212,7 +212,6 @@ TEST_F(ListReaderTest, ReadsNothingAheadWhenToldSo) {
 }
 
 // -- batches that nobody fetches
-// ---------------------------------------------------------------------------------
 
 /// As if so much time had passed.
 void passes(std::chrono::seconds time) {

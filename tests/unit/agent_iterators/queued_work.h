@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "util/taskmgrtype.h"
+#include "util/task_mgr_type.h"
 
 namespace kelp::test {
 

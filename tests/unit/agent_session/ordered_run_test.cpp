@@ -1,4 +1,4 @@
-#include "session/orderedrun.h"
+#include "session/ordered_run.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "util/servantref.h"
+#include "util/servant_ref.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "session/wakepoint.h"
+#include "session/wake_point.h"
 
-#include "corbaenv/agent_state.h"
+#include "util/agent_state.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "live_logins.h"
+#include "access/live_logins.h"
 
 using namespace std::chrono_literals;
 using NS_CORBA::LiveLogins;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "live_logins.h"
+#include "access/live_logins.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "login_throttle.h"
+#include "access/login_throttle.h"
 
 using namespace std::chrono_literals;
 using NS_CORBA::LoginOrigin;

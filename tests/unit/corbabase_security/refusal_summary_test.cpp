@@ -1,4 +1,4 @@
-#include "refusal_summary.h"
+#include "audit/refusal_summary.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "session_name_parts.h"
+#include "access/session_name_parts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The one form that certificates' subjects are compared in.
 
-#include "subject_name.h"
+#include "users/subject_name.h"
 
 #include <gmock/gmock.h>
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "oss_networks.h"
+#include "users/oss_networks.h"
 
 using NS_CORBA::OssNetworks;
 

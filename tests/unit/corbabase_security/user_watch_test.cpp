@@ -6,7 +6,7 @@
 
 #include "support/temporary_directory.h"
 #include "support/trace_capture.h"
-#include "user_watch.h"
+#include "users/user_watch.h"
 
 using kelp::test::TemporaryDirectory;
 using kelp::test::TraceCapture;

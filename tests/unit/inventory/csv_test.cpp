@@ -1,4 +1,4 @@
-#include "csv_text.h"
+#include "files/csv_text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "packed_values.h"
+#include "rows/packed_values.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

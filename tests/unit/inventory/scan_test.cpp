@@ -1,10 +1,10 @@
-#include "scan.h"
+#include "database/scan.h"
 
 #include <stdexcept>
 
-#include "connection.h"
+#include "database/connection.h"
 #include "inventory_fixture.h"
-#include "row_reader.h"
+#include "rows/row_reader.h"
 
 namespace kelp::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "schema.h"
+#include "database/schema.h"
 
 #include <kelp/bundlemgr/config_store.h>
 #include <sys/stat.h>

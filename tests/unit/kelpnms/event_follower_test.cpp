@@ -1,6 +1,6 @@
-#include "event_follower.h"
+#include "events/event_follower.h"
 
-#include "backoff.h"
+#include "events/backoff.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

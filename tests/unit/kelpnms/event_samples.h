@@ -1,6 +1,6 @@
 #pragma once
 
-#include "event_record.h"
+#include "events/event_record.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
-#include "event_table.h"
+#include "events/event_table.h"
 
-#include "display_text.h"
+#include "text/display_text.h"
 #include "event_samples.h"
 
 #include <gtest/gtest.h>

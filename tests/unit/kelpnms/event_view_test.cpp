@@ -1,4 +1,4 @@
-#include "event_view.h"
+#include "events/event_view.h"
 
 #include "event_samples.h"
 

@@ -1,4 +1,4 @@
-#include "gap_detector.h"
+#include "events/gap_detector.h"
 
 #include "event_samples.h"
 

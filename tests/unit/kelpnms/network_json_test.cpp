@@ -1,7 +1,7 @@
-#include "network_json.h"
+#include "upload/network_json.h"
 
 #include "network_samples.h"
-#include "record_layout.h"
+#include "upload/record_layout.h"
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,8 @@
-#include "record_writer.h"
+#include "upload/record_writer.h"
 
-#include "cut_short.h"
-#include "display_text.h"
-#include "network_json.h"
+#include "upload/cut_short.h"
+#include "text/display_text.h"
+#include "upload/network_json.h"
 #include "network_samples.h"
 
 #include <gmock/gmock.h>

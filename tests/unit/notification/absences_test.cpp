@@ -4,7 +4,7 @@
 
 #include <set>
 
-#include "absences.h"
+#include "owners/absences.h"
 
 using namespace std::chrono_literals;
 using kelp::notification::Absences;

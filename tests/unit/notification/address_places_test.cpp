@@ -1,4 +1,4 @@
-#include "address_places.h"
+#include "owners/address_places.h"
 
 #include <gtest/gtest.h>
 

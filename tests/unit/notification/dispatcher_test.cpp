@@ -1,4 +1,4 @@
-#include "dispatcher.h"
+#include "delivery/dispatcher.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "event_queue.h"
+#include "delivery/event_queue.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Calls of the disconnect operations of consumers that are gone.
 
-#include "farewells.h"
+#include "channel/farewells.h"
 
 #include <gtest/gtest.h>
 

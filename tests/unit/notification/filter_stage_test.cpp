@@ -1,6 +1,6 @@
 // Where events are filtered: in order, in turns, and by threads that end.
 
-#include "filter_stage.h"
+#include "filter/filter_stage.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "numbered_events.h"
-#include "sieve.h"
+#include "filter/sieve.h"
 #include "support/wait_until.h"
 
 namespace kelp::notification {

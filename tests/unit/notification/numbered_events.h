@@ -1,6 +1,6 @@
 #pragma once
 
-#include "event.h"
+#include "delivery/event.h"
 
 #include <cstdlib>
 #include <string>

@@ -1,8 +1,8 @@
-#include "offers.h"
+#include "types/offers.h"
 
 #include <gtest/gtest.h>
 
-#include "change_notices.h"
+#include "types/change_notices.h"
 #include "event_types.h"
 
 namespace kelp::notification {

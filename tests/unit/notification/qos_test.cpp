@@ -1,4 +1,4 @@
-#include "qos.h"
+#include "delivery/qos.h"
 
 #include <gtest/gtest.h>
 

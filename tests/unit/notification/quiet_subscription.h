@@ -1,6 +1,6 @@
 #pragma once
 
-#include "subscription.h"
+#include "delivery/subscription.h"
 
 namespace kelp::notification::test {
 

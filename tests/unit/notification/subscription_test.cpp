@@ -1,4 +1,4 @@
-#include "subscription.h"
+#include "delivery/subscription.h"
 
 #include <cos/CosEventComm.h>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // Turns at a pool's threads: by owner, so that one owner's many consumers do not hold up another's one.
 
-#include "turns.h"
+#include "delivery/turns.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "type_feed.h"
+#include "types/type_feed.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "change_notices.h"
+#include "types/change_notices.h"
 #include "event_types.h"
 #include "support/trace_capture.h"
 #include "support/wait_until.h"

@@ -1,4 +1,4 @@
-#include "type_list.h"
+#include "types/type_list.h"
 
 #include <gtest/gtest.h>
 

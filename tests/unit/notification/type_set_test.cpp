@@ -1,4 +1,4 @@
-#include "type_set.h"
+#include "types/type_set.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "argument_check.h"
+#include "giop/arguments/argument_check.h"
 #include "hand_made_types.h"
 
 namespace kelp::orb::giop {

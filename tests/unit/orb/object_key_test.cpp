@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "omniorb/object_key.h"
+#include "omniorb/requests/object_key.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // What may arrive on an outgoing connection.
 
-#include "reply_framing.h"
+#include "giop/reply_framing.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "checked_arguments.h"
-#include "operation_shapes.h"
+#include "giop/arguments/operation_shapes.h"
 
 namespace kelp::test {
 namespace {

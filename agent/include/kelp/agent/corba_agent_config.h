@@ -36,7 +36,6 @@ class KELP_EXPORT CorbaAgentConfig {
     bool GetOption();
 
     // -- naming rules
-    // ----------------------------------------------------------------------------------------
     /// An NMS that logs in again gets its live session back (false, kept).
     bool IsUseBTName() const;
     bool IsUseNuzakummokRule() const;               ///< (false, kept)
@@ -45,7 +44,6 @@ class KELP_EXPORT CorbaAgentConfig {
     std::int32_t GetFilterResourceIDLevel() const;  ///< (0, falls back to 0)
 
     // -- alarms and notification
-    // -------------------------------------------------------------------------------
     bool IsReportCrossConn() const;              ///< (false, kept)
     bool IsReportAckAlarm() const;               ///< (false, kept)
     std::int32_t GetNotifyModel() const;         ///< (3, falls back to 3)
@@ -63,7 +61,6 @@ class KELP_EXPORT CorbaAgentConfig {
     std::int32_t GetAlarmReportSub() const;
 
     // -- file transfer
-    // -----------------------------------------------------------------------------------------
     std::int32_t FTP_Type() const;             ///< (0, kept)
     std::int32_t FTP_SSL_ConnectMode() const;  ///< (18, kept)
     std::int32_t FTP_SSL_AuthMode() const;     ///< (1, kept)
@@ -73,14 +70,12 @@ class KELP_EXPORT CorbaAgentConfig {
     std::string FTP_PrivateKey() const;        ///< path, by default the client certificate's file (kept)
 
     // -- devices
-    // ---------------------------------------------------------------------------------------------
     std::string GetMaxSupportNE() const;          ///< (empty, kept)
     std::int32_t GetAccDevCompatibility() const;  ///< (0, kept)
     /// Set by no key: always 0.
     std::int32_t GetAccTestSwitch() const;
 
     // -- session factory and manager servants
-    // --------------------------------------------------------------------
     /// Activates the session factory under its persistent POA "V4800" and id "EMSSessionFactory" and keeps
     /// its reference in place of the one kept before. False, traced with the reason, when that fails.
     bool InitEmsSessionFactoryIImplObj();

@@ -68,7 +68,7 @@ class SessionMgr : public ACE_Task_Base {
     /// Ends every session (its NMS is told) and the ping thread; returns when it has ended.
     int ExitThread();
 
-    // -- sessions ------------------------------------------------------------------------------------------
+    // -- sessions
     /// Takes over one reference. 0, or -1 when the session lock failed or the ping thread has ended, which
     /// would tell the NMS of its session's end; the reference is the caller's then. Throws std::bad_alloc
     /// likewise.
@@ -98,7 +98,6 @@ class SessionMgr : public ACE_Task_Base {
     SessionSource* GetSessionSource(EmsSession_IImpl* session);
 
     // -- waiting threads (release strategy 2)
-    // ------------------------------------------------------------------
     /// Starts `body(session)` on the waiting-thread manager; the thread owns a reference on its session and
     /// is known here until LeaveWaiting. False when the thread could not be made.
     bool SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body);
@@ -110,7 +109,6 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Thread_Manager& WaitingThreads() { return waitingThreads_; }
 
     // -- manager servants
-    // ------------------------------------------------------------------------------------
     /// Takes a reference on the servant; one already there under the name is replaced and released.
     void RegisterServant(const std::string& name, POA_common::Common_I* servant);
     /// Exact, case-sensitive; borrowed. Null for an unknown or null name.
@@ -119,7 +117,6 @@ class SessionMgr : public ACE_Task_Base {
     POA_common::Common_I* pin_servant(std::string_view name);
 
     // -- iterators
-    // -------------------------------------------------------------------------------------------
     /// Activates a new iterator in its `_default_POA` and lists it; the oldest one is closed when more than
     /// `IteratorRestriction()` are open, and before that the oldest of the same session when that has
     /// `IteratorsPerSession()` already. 0: the caller's reference is taken over. Otherwise an error code
@@ -134,13 +131,11 @@ class SessionMgr : public ACE_Task_Base {
     std::size_t IteratorCount();
 
     // -- the request in hand
-    // -----------------------------------------------------------------------------------
     /// The tagged session name of the request being served, or an empty text.
     KELP_EXPORT std::string GetNmsIPAddrByContext();
     KELP_EXPORT int GetUserIDByContext();
 
     // -- event loss, told to every NMS on the next ping round
-    // -----------------------------------------------------
     KELP_EXPORT void NotifyEventLossOccurred(const std::string& startTime, const std::string& notificationId);
     KELP_EXPORT void NotifyEventLossCleared(const std::string& endTime);
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "core.h"
+#include "channel/core.h"
 #include "filter_servant.h"
 
 namespace kelp::notification {

@@ -4,10 +4,10 @@
 
 #include <cstring>
 
-#include "core.h"
-#include "event.h"
+#include "channel/core.h"
+#include "delivery/event.h"
 #include "filter_factory.h"
-#include "peers.h"
+#include "channel/peers.h"
 
 namespace kelp::notification {
 

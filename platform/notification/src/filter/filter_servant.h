@@ -8,12 +8,12 @@
 #include <memory>
 #include <mutex>
 
-#include "../event_test.h"
-#include "../keyed_places.h"
-#include "../owned.h"
-#include "../owner.h"
+#include "filter/event_test.h"
+#include "owners/keyed_places.h"
+#include "owners/owned.h"
+#include "owners/owner.h"
 #include "constraint.h"
-#include "type_feed.h"
+#include "types/type_feed.h"
 
 namespace kelp::notification {
 

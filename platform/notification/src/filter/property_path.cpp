@@ -5,7 +5,7 @@
 #include <cstring>
 #include <optional>
 
-#include "utc_time.h"
+#include "delivery/utc_time.h"
 
 namespace kelp::notification {
 

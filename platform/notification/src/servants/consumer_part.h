@@ -3,12 +3,12 @@
 #include <atomic>
 #include <memory>
 
-#include "core.h"
-#include "owned.h"
-#include "owner.h"
-#include "peers.h"
+#include "channel/core.h"
+#include "owners/owned.h"
+#include "owners/owner.h"
+#include "channel/peers.h"
 #include "proxy_registry.h"
-#include "updates.h"
+#include "types/updates.h"
 
 namespace kelp::notification {
 

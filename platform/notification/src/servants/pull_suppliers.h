@@ -1,6 +1,6 @@
 #pragma once
 
-#include "peers.h"
+#include "channel/peers.h"
 #include "proxy_supplier.h"
 
 namespace kelp::notification {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "consumer_part.h"
-#include "peers.h"
+#include "channel/peers.h"
 #include "qos_and_filters.h"
 
 namespace kelp::notification {

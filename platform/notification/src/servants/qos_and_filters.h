@@ -1,7 +1,7 @@
 #pragma once
 
-#include "admin_data.h"
-#include "core.h"
+#include "channel/admin_data.h"
+#include "channel/core.h"
 
 namespace kelp::notification {
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string_view>
 
-#include "../giop/input_budget.h"
-#include "../giop/message_assembler.h"
+#include "giop/input_budget.h"
+#include "giop/message_assembler.h"
 #include "connection_table.h"
 #include "handshake_table.h"
 #include "locate_rates.h"

@@ -8,7 +8,7 @@
 #include <optional>
 #include <span>
 
-#include "../giop/message_assembler.h"
+#include "giop/message_assembler.h"
 #include "connection_table.h"
 #include "gate.h"
 #include "octet_channel.h"

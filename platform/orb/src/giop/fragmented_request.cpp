@@ -1,4 +1,4 @@
-#include "fragmented_request.h"
+#include "giop/fragmented_request.h"
 
 #include <utility>
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "message_header.h"
-#include "octet_buffer.h"
-#include "progress.h"
+#include "giop/message_header.h"
+#include "giop/octet_buffer.h"
+#include "giop/progress.h"
 
 namespace kelp::orb::giop {
 

@@ -1,4 +1,4 @@
-#include "input_budget.h"
+#include "giop/input_budget.h"
 
 namespace kelp::orb::giop {
 

@@ -1,4 +1,4 @@
-#include "key_address.h"
+#include "giop/key_address.h"
 
 #include <array>
 

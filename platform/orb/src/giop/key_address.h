@@ -1,7 +1,7 @@
 #pragma once
 
-#include "octet_buffer.h"
-#include "request_header.h"
+#include "giop/octet_buffer.h"
+#include "giop/request_header.h"
 
 namespace kelp::orb::giop {
 

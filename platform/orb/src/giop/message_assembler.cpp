@@ -1,10 +1,10 @@
-#include "message_assembler.h"
+#include "giop/message_assembler.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "argument_check.h"
-#include "key_address.h"
+#include "giop/arguments/argument_check.h"
+#include "giop/key_address.h"
 
 namespace kelp::orb::giop {
 

@@ -6,13 +6,13 @@
 #include <span>
 #include <vector>
 
-#include "fragmented_request.h"
-#include "input_budget.h"
-#include "message_header.h"
-#include "octet_buffer.h"
-#include "progress.h"
-#include "request_header.h"
-#include "violation.h"
+#include "giop/fragmented_request.h"
+#include "giop/input_budget.h"
+#include "giop/message_header.h"
+#include "giop/octet_buffer.h"
+#include "giop/progress.h"
+#include "giop/request_header.h"
+#include "giop/violation.h"
 
 namespace kelp::orb::giop {
 

@@ -1,4 +1,4 @@
-#include "message_header.h"
+#include "giop/message_header.h"
 
 #include <algorithm>
 #include <array>

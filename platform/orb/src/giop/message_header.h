@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "violation.h"
+#include "giop/violation.h"
 
 namespace kelp::orb::giop {
 

@@ -1,4 +1,4 @@
-#include "octet_buffer.h"
+#include "giop/octet_buffer.h"
 
 #include <sys/mman.h>
 

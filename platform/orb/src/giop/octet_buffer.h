@@ -5,7 +5,7 @@
 #include <limits>
 #include <span>
 
-#include "input_budget.h"
+#include "giop/input_budget.h"
 
 namespace kelp::orb::giop {
 

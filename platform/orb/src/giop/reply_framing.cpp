@@ -1,4 +1,4 @@
-#include "reply_framing.h"
+#include "giop/reply_framing.h"
 
 #include <algorithm>
 

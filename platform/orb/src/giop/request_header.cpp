@@ -1,4 +1,4 @@
-#include "request_header.h"
+#include "giop/request_header.h"
 
 #include <algorithm>
 #include <optional>

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "message_header.h"
+#include "giop/message_header.h"
 
 namespace kelp::orb::giop {
 

@@ -1,4 +1,4 @@
-#include "violation.h"
+#include "giop/violation.h"
 
 namespace kelp::orb::giop {
 

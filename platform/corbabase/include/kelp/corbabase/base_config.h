@@ -31,7 +31,6 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     PortableServer::POA_ptr GetRootPoa() const;
 
     // -- managers, entered by bundles before the agent starts
-    // ------------------------------------------------
     /// The interface stays the bundle's, which leaves it in place until the agent has stopped.
     void EnterManagerInterface(CorbaI* managerInterface);
     void LeaveManagerInterface(CorbaI* managerInterface);
@@ -49,7 +48,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// no bundle ever entered one. Stable while the agent runs.
     const NorthMgrMap* GetNorthMgrMap() const;
 
-    // -- requests ----------------------------------------------------------------------------------------
+    // -- requests
     /// From here on every request passes `interceptor`, those that have been waiting for it first. Null takes
     /// it out again: callers then get CORBA::TRANSIENT; returns after the calls running inside the
     /// interceptor have left it.
@@ -67,7 +66,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// The same for a consumer of events, or a callback, that an NMS brings.
     bool IsValidConsumer(CORBA::Object_ptr reference) const;
 
-    // -- sessions ----------------------------------------------------------------------------------------
+    // -- sessions
     int GetSessionReleaseStrategy() const;  ///< 0 none, 1 limit, 2 silence
     bool GetEmsPingMode() const;            ///< the EMS pings its NMS
     int TimeInterval() const;               ///< ping interval, seconds
@@ -82,19 +81,19 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     int IteratorBatchMax() const;     ///< most entries of one batch of an iterator
     int IteratorReadAhead() const;    ///< iterators whose next batch may be held before it is asked for
 
-    // -- identity, times ----------------------------------------------------------------------------------
+    // -- identity, times
     std::string EmsName() const;     ///< CompanyName/EMSName (TMF 814 SD1-43)
     std::string IDLVersion() const;  ///< such as "3.5"
     int TimeShowAppearance() const;  ///< 0 compact, 1 slashed
     int TimeZoneRefPoint() const;    ///< 0 UTC, otherwise local
 
-    // -- time-outs, in units of 100 ns --------------------------------------------------------------------
+    // -- time-outs, in units of 100 ns
     /// Limit of the calling thread's outgoing calls, connecting included. False when the ORB refuses.
     bool SetCurrentThreadTimeOutPolicy(CORBA::ORB_ptr orb, std::uint64_t limit100ns);
     /// Limit of all outgoing calls where no thread limit is set.
     bool SetORBTimeOutPolicy(CORBA::ORB_ptr orb, std::uint64_t limit100ns);
 
-    // -- naming and notification services -----------------------------------------------------------------
+    // -- naming and notification services
     int GetSSLMode() const;  ///< 0 off, 1 TLS beside TCP, 2 TLS only
     /// Reads host and port of the naming service anew.
     void UpdateNamingServiceParams();

@@ -3,7 +3,7 @@
 #include <omniORB4/CORBA.h>
 #include <omniORB4/omniInterceptors.h>
 
-#include "../interceptor_list.h"
+#include "omniorb/requests/interceptor_list.h"
 
 namespace kelp::orb {
 

@@ -1,0 +1,165 @@
+#include "adapter/session_source.h"
+
+#include "adapter/top_poa_names.h"
+
+#include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/session_callers.h>
+
+#include <ace/Guard_T.h>
+
+#include <exception>
+#include <new>
+
+namespace NS_KELPCORBA {
+namespace {
+
+// Always for writing; when the lock cannot be taken errno says so and the access goes ahead.
+using SourceLock = ACE_Write_Guard<ACE_RW_Mutex>;
+
+}  // namespace
+
+std::string sessionNameText(const std::string& userName, const std::string& ipAndPort) {
+    std::string name;
+    name.reserve(userName.size() + ipAndPort.size() + 60);
+    name += "<USERNAME_TAG>";
+    name += userName;
+    name += "</USERNAME_TAG><IPANDPORT_TAG>";
+    name += ipAndPort;
+    name += "</IPANDPORT_TAG>";
+    return name;
+}
+
+SessionSource* SessionSource::create(const std::string& ipAndPort, const std::string& userName,
+                                     nmsSession::NmsSession_I_ptr nmsSession) {
+    try {
+        return new (std::nothrow) SessionSource(ipAndPort, userName, nmsSession);
+    } catch (const std::exception&) {  // no memory for its texts, or no randomness for its token
+        return nullptr;
+    }
+}
+
+SessionSource::SessionSource(const std::string& ipAndPort, const std::string& userName,
+                             nmsSession::NmsSession_I_ptr nmsSession)
+    : ipAndPort_(ipAndPort),
+      userName_(userName),
+      sessionName_(sessionNameText(userName, ipAndPort)),
+      nmsSession_(nmsSession::NmsSession_I::_duplicate(nmsSession)) {}
+
+SessionSource::~SessionSource() {
+    giveUpName();
+}
+
+bool SessionSource::claimName() {
+    if (!TopPoaNames::claim(sessionName_, this))
+        return false;
+    NS_CORBA::SessionCallers::Instance().Enter(sessionName_, this, token_, kelp::orb::currentPeer());
+    return true;
+}
+
+void SessionSource::giveUpName() {
+    // in this order: as soon as the name is free, another session may enter its callers
+    NS_CORBA::SessionCallers::Instance().Leave(sessionName_, this);
+    TopPoaNames::giveUp(sessionName_, this);
+}
+
+PortableServer::POA_ptr SessionSource::get_POA() const {
+    const SourceLock lock(lock_);
+    return PortableServer::POA::_duplicate(servantPoa_.in());
+}
+
+nmsSession::NmsSession_I_ptr SessionSource::get_nms_session() const {
+    const SourceLock lock(lock_);
+    return nmsSession::NmsSession_I::_duplicate(nmsSession_.in());
+}
+
+void SessionSource::set_nms_session(nmsSession::NmsSession_I_ptr nmsSession) {
+    const SourceLock lock(lock_);
+    nmsSession_ = nmsSession::NmsSession_I::_duplicate(nmsSession);
+    state_ = Normal;
+    pingFailures_ = 0;
+}
+
+std::int32_t SessionSource::get_state() const {
+    const SourceLock lock(lock_);
+    return state_;
+}
+
+void SessionSource::set_state(std::int32_t state) {
+    const SourceLock lock(lock_);
+    if (state_ != Invalid)
+        state_ = state;
+}
+
+bool SessionSource::change_state(std::int32_t from, std::int32_t to) {
+    const SourceLock lock(lock_);
+    if (state_ != from)
+        return false;
+    state_ = to;
+    return true;
+}
+
+bool SessionSource::reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedSilently) {
+    const SourceLock lock(lock_);
+    if (state_ != Normal && state_ != SilentWaiting)
+        return false;
+    waitedSilently = state_ == SilentWaiting;
+    nmsSession_ = nmsSession::NmsSession_I::_duplicate(nmsSession);
+    state_ = Normal;
+    pingFailures_ = 0;
+    NS_CORBA::SessionCallers::Instance().Move(sessionName_, this, kelp::orb::currentPeer());
+    return true;
+}
+
+std::int32_t SessionSource::get_ping_failures() const {
+    const SourceLock lock(lock_);
+    return pingFailures_;
+}
+
+bool SessionSource::get_ping_answered() const {
+    const SourceLock lock(lock_);
+    return pingAnswered_;
+}
+
+bool SessionSource::get_event_loss_cleared() const {
+    const SourceLock lock(lock_);
+    return eventLossCleared_;
+}
+
+bool SessionSource::get_silent_waiting() const {
+    const SourceLock lock(lock_);
+    return silentWaiting_;
+}
+
+void SessionSource::set_silent_waiting() {
+    const SourceLock lock(lock_);
+    silentWaiting_ = true;
+    ++silentWaitingNumber_;
+}
+
+void SessionSource::clear_silent_waiting() {
+    const SourceLock lock(lock_);
+    silentWaiting_ = false;
+}
+
+std::uint32_t SessionSource::silent_waiting_number() const {
+    const SourceLock lock(lock_);
+    return silentWaitingNumber_;
+}
+
+bool SessionSource::is_waiting_silently(std::uint32_t number) const {
+    const SourceLock lock(lock_);
+    return state_ == SilentWaiting && silentWaitingNumber_ == number;
+}
+
+void SessionSource::leave_silent_waiting(std::uint32_t number) {
+    const SourceLock lock(lock_);
+    if (silentWaitingNumber_ == number)
+        silentWaiting_ = false;
+}
+
+void SessionSource::logOutOnce() {
+    if (!loggedOut_.exchange(true))
+        NS_CORBA::CorbaSecurityMgr::Instance()->Logout(ipAndPort_, userName_);
+}
+
+}  // namespace NS_KELPCORBA

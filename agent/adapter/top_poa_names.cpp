@@ -1,0 +1,81 @@
+#include "adapter/top_poa_names.h"
+
+#include <kelp/orb/poas.h>
+#include <kelp/util/stopping.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+namespace NS_KELPCORBA {
+namespace {
+
+struct Claims {
+    std::mutex mutex;
+    std::condition_variable givenUp;
+    std::map<std::string, const SessionSource*> owners;
+};
+
+Claims& claims() {
+    static Claims instance;
+    return instance;
+}
+
+}  // namespace
+
+bool TopPoaNames::claim(const std::string& name, const SessionSource* source) {
+    Claims& c = claims();
+    const std::lock_guard lock(c.mutex);
+    return c.owners.emplace(name, source).first->second == source;
+}
+
+bool TopPoaNames::isOwner(const std::string& name, const SessionSource* source) {
+    Claims& c = claims();
+    const std::lock_guard lock(c.mutex);
+    const auto found = c.owners.find(name);
+    return found != c.owners.end() && found->second == source;
+}
+
+void TopPoaNames::giveUp(const std::string& name, const SessionSource* source) {
+    Claims& c = claims();
+    const std::lock_guard lock(c.mutex);
+    const auto found = c.owners.find(name);
+    if (found == c.owners.end() || found->second != source)
+        return;
+    c.owners.erase(found);
+    c.givenUp.notify_all();
+}
+
+bool TopPoaNames::isFree(const std::string& name) {
+    Claims& c = claims();
+    {
+        const std::lock_guard lock(c.mutex);
+        if (c.owners.contains(name))
+            return false;
+    }
+    return !kelp::orb::isNameDying(name);
+}
+
+bool TopPoaNames::waitUntilFree(const std::string& name, std::chrono::steady_clock::time_point deadline) {
+    using std::chrono::steady_clock;
+    // short enough for the stop to be seen in time
+    constexpr std::chrono::milliseconds kLook{100};
+    Claims& c = claims();
+    while (!kelp::util::isStopping()) {
+        const steady_clock::time_point end = std::min(deadline, steady_clock::now() + kLook);
+        bool isGivenUp = false;
+        {
+            std::unique_lock lock(c.mutex);
+            isGivenUp = c.givenUp.wait_until(lock, end, [&] { return !c.owners.contains(name); });
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
+        if (isGivenUp && kelp::orb::waitUntilGone(name, std::max(left, std::chrono::milliseconds(0))))
+            return true;
+        if (steady_clock::now() >= deadline)
+            return false;
+    }
+    return false;
+}
+
+}  // namespace NS_KELPCORBA

@@ -1,0 +1,236 @@
+#include "corbaenv/corba_agent.h"
+
+#include "config/rereading.h"
+#include "util/agent_state.h"
+#include "corbaenv/agent_server_facade.h"
+#include "corbaenv/containment.h"
+#include "corbaenv/manager_interfaces.h"
+#include "corbaenv/naming_monitor.h"
+#include "error/error_translator.h"
+#include "interceptor/corba_request_interceptor_impl.h"
+#include "notify/suppiler_mgr_callback.h"
+#include "session/ems_session_factory_impl.h"
+
+#include <kelp/agent/corba_agent_config.h>
+#include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/agent_server.h>
+#include <kelp/corbabase/asyn_notify_mgr.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/event_mgr.h>
+#include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/supplier_mgr.h>
+#include <kelp/util/stopping.h>
+
+#include <ace/Guard_T.h>
+#include <ace/OS_NS_sys_time.h>
+
+#include <dlfcn.h>
+#include <cerrno>
+
+namespace NS_KELPCORBA {
+namespace {
+
+constexpr const char* kSubject = "corbaagent";
+constexpr int kReleaseBySilence = 2;
+constexpr int kSupplierModeConfigured = 0;
+/// How long the stop waits for the agent's own threads, and again for the sessions' waiting threads: each has
+/// at most a few bounded calls to finish.
+constexpr int kThreadsLeaveSeconds = 15;
+
+/// Both live as long as the library and are borrowed by the platform between start and stop.
+Corba_Request_InterceptorImpl requestInterceptor;
+SuppilerMgrCallBack supplierCallBack;
+
+NS_CORBA::CorbaBaseAgentConfig& base() {
+    return *NS_CORBA::CorbaBaseAgentConfig::Instance();
+}
+
+void say(const char* text, int line = __builtin_LINE()) {
+    tracePoint(kSubject, line);
+    NS_CORBA::TaTrace("%s", text);
+}
+
+bool failed(const char* reason, int line = __builtin_LINE()) {
+    say(reason, line);
+    return false;
+}
+
+// -- start
+
+bool startTranslator() {
+    KelpErrTranslator* translator = KelpErrTranslator::Instance();
+    return translator != nullptr && translator->Init();
+}
+
+bool startManagerInterfaces() {
+    // the list is unlocked before the failure is handled
+    const std::optional<std::string> notStarted = ManagerInterfaces().Init();
+    if (!notStarted)
+        return true;
+    tracePoint(kSubject);
+    NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initialize Corba Interface: %s failed!", notStarted->c_str());
+    return false;
+}
+
+void startMonitor() {
+    AgentState& state = AgentState::instance();
+    state.monitorGroup = state.threads.spawn(&NamingMonitor::Run, nullptr, THR_NEW_LWP | THR_DETACHED);
+    if (state.monitorGroup == -1)
+        say("[CorbaAgentFacade::Init] The monitor thread could not be made, the factory is not registered!");
+}
+
+/// For clients without a naming service; those with one do without the file.
+void writeReference() {
+    const emsSessionFactory::EmsSessionFactory_I_var factory =
+        CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
+    base().WriteFactoryReference(factory.in());
+}
+
+/// The start in its order. What fails is traced; what has been started stays for the stop to undo.
+bool start() {
+    if (!startTranslator())
+        return failed("[CorbaAgentFacade::Init] Initialize error translator failed!");
+    say("===[CorbaAgentFacade::Init] Corba Agent is starting...===");
+    if (AgentServerFacade::Init() == -1)
+        return failed("[AgentServerFacade::Init] Initialize agent server failed!");
+    base().SetReqInterceptorImpl(&requestInterceptor);
+    if (SessionMgr::Instance()->Init() == -1)
+        return failed("[CorbaAgentFacade::Init] Initialize session manager failed!");
+    AgentState::instance().sessionMgrStarted = true;
+    NS_CORBA::AsynNotifyMgr::Instance()->Init();
+    if (!NS_CORBA::CorbaSecurityMgr::Instance()->Init())
+        return failed("[CorbaAgentFacade::Init] Initialize corba security manager failed!");
+    if (!startManagerInterfaces())
+        return false;
+    if (NS_CORBA::AgentServer::Activate() == -1)
+        return failed("[CorbaAgentFacade::Init] Activate agent server failed!");
+    writeReference();
+    NS_CORBA::SuppilerMgr::Instance()->SetCallBack(&supplierCallBack);
+    NS_CORBA::SuppilerMgr::Instance()->Start(kSupplierModeConfigured);
+    startMonitor();
+    say("===[CorbaAgentFacade::Init] Corba Agent is running! ===");
+    return true;
+}
+
+// -- stop
+
+/// From here on the library stays in memory, because something that the stop gave up on still runs in it.
+void keepLoaded() {
+    Dl_info self{};
+    if (dladdr(reinterpret_cast<const void*>(&keepLoaded), &self) != 0 && self.dli_fname != nullptr)
+        (void)dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+void awaitThreads(ACE_Thread_Manager& threads) {
+    const ACE_Time_Value deadline = ACE_OS::gettimeofday() + ACE_Time_Value(kThreadsLeaveSeconds);
+    if (threads.wait(&deadline) != -1)
+        return;
+    // never forced down: the stop only ceases to wait
+    keepLoaded();
+    kelp::util::leaveRunning("a thread of the agent");
+    errno = EINVAL;
+}
+
+void requestExit() {
+    AgentState& state = AgentState::instance();
+    const ACE_Guard<ACE_Thread_Mutex> guard(state.monitorMutex);
+    state.monitorCondition.signal();
+    state.exitRequested = true;
+}
+
+template <class Step>
+void stopStep(Step step) {
+    contained(kSubject, "[CorbaAgentFacade::ExitThrds]", step);
+}
+
+template <class Step>
+void destroyStep(Step step) {
+    contained(kSubject, "[CorbaAgentFacade::Fini]", step);
+}
+
+/// The ORB outlives Destroy only when calls in progress would not end; their servants are this library's.
+void keepLoadedForCallsInProgress() {
+    try {
+        const CORBA::ORB_var orb = base().GetOrb();
+        keepLoaded();
+    } catch (const CORBA::BAD_INV_ORDER&) {
+        // gone, as it should be
+    }
+}
+
+void destroySingletons() {
+    destroyStep([] { ManagerInterfaces().Destroy(); });
+    destroyStep([] { NS_CORBA::AsynNotifyMgr::Destroy(); });
+    destroyStep([] { EmsSessionFactory_IImpl::Destroy(); });
+    destroyStep([] { SessionMgr::Destroy(); });
+    AgentState::instance().sessionMgrStarted = false;
+    destroyStep([] { NS_CORBA::CorbaSecurityMgr::Destroy(); });
+    destroyStep([] { NS_CORBA::EventMgr::Destroy(); });
+    destroyStep([] { NS_CORBA::SuppilerMgr::Destroy(); });
+}
+
+}  // namespace
+
+bool CorbaAgentFacade::Init() {
+    const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::Init");
+    bool runs = false;
+    contained(kSubject, "[CorbaAgentFacade::Init]", [&] { runs = start(); });
+    if (!runs) {
+        ExitThrds();
+        Fini();
+    }
+    return runs;
+}
+
+void CorbaAgentFacade::ExitThrds() {
+    const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::ExitThrds");
+    say("===Begin to Exit Threads of Corba...===");
+    NS_CORBA::AgentServer::BeginStop();
+    requestExit();
+    base().RemoveFactoryReference();
+
+    const bool bySilence = base().GetSessionReleaseStrategy() == kReleaseBySilence;
+    SessionMgr* sessions = SessionMgr::Existing();
+    if (bySilence && sessions != nullptr)
+        stopStep([&] { sessions->WakeAllWaiting(); });
+    awaitThreads(AgentState::instance().threads);
+    if (bySilence && sessions != nullptr)
+        awaitThreads(sessions->WaitingThreads());
+
+    stopStep([] { NS_CORBA::AgentServer::Discard(); });
+    stopStep([] { NS_CORBA::CorbaSecurityMgr::Instance()->ExitThread(); });
+    if (sessions != nullptr)
+        stopStep([&] { sessions->ExitThread(); });
+    // its end has been waited for; a second stop must not wait for it again
+    AgentState::instance().sessionMgrStarted = false;
+    stopStep([] { NS_CORBA::AsynNotifyMgr::Instance()->ExitThread(); });
+    stopStep([] { ManagerInterfaces().ExitThreads(); });
+    stopStep([] { NS_CORBA::SuppilerMgr::Instance()->ExitThread(); });
+    stopStep([] { base().UnRegistEMSFactoryName(); });
+    // before the ORB waits for its requests: one that waits for an interceptor would keep it for ever
+    stopStep([] { base().SetReqInterceptorImpl(nullptr); });
+    stopStep([] { NS_CORBA::AgentServer::ShutDown(); });
+    say("=== Finish to Exit Threads of Corba! ===");
+}
+
+void CorbaAgentFacade::Fini() {
+    const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::Fini");
+    say("===[CorbaAgentFacade::Fini] Begin to destroy Corba Agent... ===");
+    // a request that runs may use anything: then all of it is left to the process
+    const bool mayDestroy = NS_CORBA::AgentServer::HasLastRequestLeft();
+    if (mayDestroy)
+        destroySingletons();
+    else
+        kelp::util::leaveRunning("a request");
+    destroyStep([] { OptionsRereading::instance().end(); });
+    // while the ORB that its reference belongs to is there
+    if (mayDestroy)
+        destroyStep([] { CorbaAgentConfig::Destroy(); });
+    destroyStep([] { NS_CORBA::AgentServer::Destroy(); });
+    destroyStep([] { keepLoadedForCallsInProgress(); });
+    say("===[CorbaAgentFacade::Fini] Finish to destroy Corba Agent! ===");
+    if (mayDestroy)
+        KelpErrTranslator::Destroy();
+}
+
+}  // namespace NS_KELPCORBA

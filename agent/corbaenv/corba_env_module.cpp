@@ -1,0 +1,102 @@
+#include "corbaenv/corba_env_module.h"
+
+#include "corbaenv/containment.h"
+#include "corbaenv/corba_agent.h"
+#include "util/task_mgr_type.h"
+
+#include <kelp/appmgr/task_mgr.h>
+
+#include <ace/Log_Msg.h>
+#include <ace/Thread_Manager.h>
+
+#include <memory>
+
+namespace NS_KELPCORBA {
+namespace {
+
+constexpr const char* kSubject = "corbaenvmodule";
+constexpr const char* kBundleName = "mx_kelp_corbaagent_bundle";
+constexpr const char* kServiceName = "mx_kelpcorba_env";
+constexpr const char* kInterfaceKey = "NULLServiceInterface";
+constexpr int kTaskMgrWorkers = 2;
+
+int failed(const char* reason, int line = __builtin_LINE()) {
+    tracePoint(kSubject, line);
+    NS_CORBA::TaTrace("%s", reason);
+    return -1;
+}
+
+/// Gives the application the module's task manager, which is the application's from then on.
+void enterTaskMgr() {
+    auto taskMgr = std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), ACE_Thread_Manager::instance(),
+                                                    kModuleTaskMgrType, kTaskMgrWorkers);
+    if (taskMgr->InitEnv() != 0)
+        failed("in [mx_kelpcorba_env::init] The task manager has no workers!");
+    KelpAppMgr::Instance()->TMDynInsertTaskMgr(taskMgr.release());
+}
+
+ACE_Service_Object* makeServiceObject() {
+    auto object = std::make_unique<mx_kelpcorba_env>(kBundleName, kServiceName);
+    NS_BUNDLEMGR1::SetIFBuf(kInterfaceKey, object->CreateInterface());
+    return object.release();
+}
+
+}  // namespace
+
+int mx_kelpcorba_env::init(int, ACE_TCHAR*[]) {
+    if (!NS_CORBA::CorbaLogMgr::Instance()->Init())
+        return failed("in [mx_kelpcorba_env::init] CorbaLogMgr Init failed!");
+    if (!CorbaAgentFacade::Init()) {
+        failed("in [mx_kelpcorba_env::init] CorbaAgentFacade Init failed!");
+        NS_CORBA::CorbaLogMgr::Destroy();
+        return -1;
+    }
+    if (!contained(kSubject, "in [mx_kelpcorba_env::init]", [] { enterTaskMgr(); })) {
+        Shutdown();
+        return -1;
+    }
+    return 0;
+}
+
+void mx_kelpcorba_env::Shutdown() {
+    CorbaAgentFacade::ExitThrds();
+    CorbaAgentFacade::Fini();
+    NS_CORBA::CorbaLogMgr::Destroy();
+}
+
+int mx_kelpcorba_env::fini() {
+    return 0;
+}
+
+NS_BUNDLEMGR1::ServiceInterface* mx_kelpcorba_env::CreateInterface() {
+    RemoveInterface();
+    interface_ = new NS_BUNDLEMGR1::NULLServiceInterface;
+    return interface_;
+}
+
+}  // namespace NS_KELPCORBA
+
+extern "C" {
+
+/// Deletes the module's service object.
+static void gobble(void* p) {
+    auto* _p = static_cast<ACE_Service_Object*>(p);
+    if (_p == nullptr) {
+        ACE_ERROR((LM_ERROR, "ACE_ASSERT: file %C, line %d assertion failed for '%C'.\n", "corbaenvmodule",
+                   __LINE__, "_p != 0"));
+        return;
+    }
+    delete _p;
+}
+
+/// The module's entry: a new service object, which the host owns and ends with the deleter, stored in
+/// `deleter` unless that is null. Null, traced, when the object cannot be made.
+KELP_EXPORT ACE_Service_Object* _make_mx_kelpcorba_env(ACE_Service_Object_Exterminator* deleter) {
+    if (deleter != nullptr)
+        *deleter = gobble;
+    using namespace NS_KELPCORBA;
+    ACE_Service_Object* made = nullptr;
+    contained(kSubject, "in [_make_mx_kelpcorba_env]", [&] { made = makeServiceObject(); });
+    return made;
+}
+}

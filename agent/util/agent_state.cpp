@@ -1,0 +1,16 @@
+#include "util/agent_state.h"
+
+namespace NS_KELPCORBA {
+namespace {
+
+/// Makes the state when the library is loaded rather than under the first request.
+[[maybe_unused]] const AgentState& builtAtLoad = AgentState::instance();
+
+}  // namespace
+
+AgentState& AgentState::instance() {
+    static AgentState state;
+    return state;
+}
+
+}  // namespace NS_KELPCORBA

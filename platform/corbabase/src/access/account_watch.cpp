@@ -1,0 +1,94 @@
+#include "access/account_watch.h"
+
+#include <kelp/bundlemgr/light_event.h>
+#include <kelp/corbabase/trace.h>
+#include <kelp/util/threads.h>
+
+#include <chrono>
+#include <utility>
+
+namespace NS_CORBA {
+
+namespace {
+
+/// Often enough that a session ends within a second of its user's account.
+constexpr std::chrono::milliseconds kInterval{300};
+
+NS_BUNDLEMGR1::LightEventData eventDataOf(const LiveLogins::Key& login) {
+    const std::size_t colon = login.hostInfo.rfind(':');
+    const std::string port = colon == std::string::npos ? "" : login.hostInfo.substr(colon + 1);
+    return {{{"IP", login.hostInfo.substr(0, colon)}, {"PORT", port}, {"USN", login.user}}};
+}
+
+}  // namespace
+
+AccountWatch::AccountWatch(LiveLogins& live, LoginThrottle& throttle)
+    : live_(live),
+      throttle_(throttle),
+      users_([this](const std::vector<UserAccount>& accounts) { compare(accounts); }) {}
+
+AccountWatch::~AccountWatch() {
+    stop();
+}
+
+void AccountWatch::start() {
+    const std::lock_guard control(control_);
+    if (thread_.joinable())
+        return;
+    {
+        const std::lock_guard guard(mutex_);
+        stopping_ = false;
+    }
+    thread_ = kelp::util::startThread("security", [this] { run(); });
+}
+
+void AccountWatch::stop() {
+    const std::lock_guard control(control_);
+    {
+        const std::lock_guard guard(mutex_);
+        stopping_ = true;
+        stop_.notify_all();
+    }
+    if (thread_.joinable())
+        thread_.join();
+}
+
+void AccountWatch::run() {
+    const std::filesystem::path file = userDatabaseFile();
+    std::unique_lock lock(mutex_);
+    while (!stopping_) {
+        lock.unlock();
+        try {
+            users_.look(file, live_.takeEntered());
+            tellInvalid();
+        } catch (const std::exception& failure) {
+            GetTss()->Set("corbasecuritymgr", "unknown", __LINE__);
+            TaTrace("[CorbaSecurityMgr::Watch] %s", failure.what());
+        }
+        lock.lock();
+        stop_.wait_for(lock, kInterval, [this] { return stopping_; });
+    }
+}
+
+void AccountWatch::compare(const std::vector<UserAccount>& accounts) {
+    live_.compare(accounts);
+    std::map<std::int64_t, std::int64_t> unlocks;
+    for (const UserAccount& account : accounts) {
+        unlocks[account.id] = account.unlocks;
+        const auto before = unlocks_.find(account.id);
+        if (before != unlocks_.end() && before->second != account.unlocks)
+            throttle_.forget(account.name);
+    }
+    unlocks_ = std::move(unlocks);
+}
+
+void AccountWatch::tellInvalid() {
+    const auto utc =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+            .count();
+    for (const LiveLogins::Key& login : live_.invalid(utc, std::chrono::steady_clock::now()))
+        NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kUserStateChangeEvent,
+                                                        eventDataOf(login));
+}
+
+}  // namespace NS_CORBA

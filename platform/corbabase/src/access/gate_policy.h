@@ -1,0 +1,26 @@
+#pragma once
+
+#include <kelp/orb/gate.h>
+
+#include <string_view>
+
+#include "access/oss_access.h"
+
+namespace NS_CORBA {
+
+/// What the gate knows about callers: the allowed networks, who is logged in; and where its refusals
+/// go: into the security log, floods of them as one record a minute.
+class GatePolicy final : public kelp::orb::GatePolicy {
+  public:
+    explicit GatePolicy(OssAccess& access) : access_(access) {}
+
+    bool admits(const kelp::orb::PeerAddress& peer) override;
+    bool isLoggedIn(const kelp::orb::PeerAddress& peer) override;
+    void refused(const kelp::orb::PeerAddress& peer, std::string_view reason) override;
+    void ended(const kelp::orb::PeerAddress& peer) override;
+
+  private:
+    OssAccess& access_;
+};
+
+}  // namespace NS_CORBA

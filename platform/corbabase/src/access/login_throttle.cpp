@@ -1,0 +1,130 @@
+#include "access/login_throttle.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "users/user_name.h"
+
+namespace NS_CORBA {
+
+namespace {
+
+/// Failures of a user alone or of an address alone weigh this much less than those of a user at an address.
+constexpr int kSlower = 10;
+/// The longest lock-out, in first ones: long enough to make guessing hopeless, short enough to wait for.
+constexpr std::chrono::seconds::rep kLongestLockout = 8;
+constexpr std::chrono::seconds kFirstPause{1};
+/// Quiet time after which failures are forgotten, in first lock-outs.
+constexpr int kQuietLockouts = 2;
+
+/// `first` doubled so many times, at most `longest`.
+std::chrono::seconds doubled(std::chrono::seconds first, int times, std::chrono::seconds longest) {
+    std::chrono::seconds pause = first;
+    for (int i = 0; i < times && pause < longest; ++i)
+        pause *= 2;
+    return std::min(pause, longest);
+}
+
+/// The name as a key of bounded length: those that no user can have because of their length are one.
+std::string keyOf(const std::string& user) {
+    return user.size() <= kNameBytesMax ? user : std::string(kNameBytesMax + 1, '<');
+}
+
+}  // namespace
+
+LoginOrigin originOf(const kelp::orb::PeerAddress& peer) {
+    return {peer.text, kelp::orb::networkOf(peer)};
+}
+
+void LoginThrottle::Record::clearWhenQuiet(Time now, std::chrono::seconds lockout) {
+    if (now >= std::max(used, refusedUntil) + kQuietLockouts * lockout)
+        failures = 0;
+}
+
+void LoginThrottle::Record::refuseFor(std::chrono::seconds pause, Time now) {
+    refusedUntil = now + pause;
+}
+
+template <class Table, class Key>
+auto& LoginThrottle::recordOf(Table& table, const Key& key, Time now) {
+    const auto [at, isNew] = table.try_emplace(key);
+    if (!isNew)
+        return at->second;
+    at->second.used = now;
+    if (table.size() > recordsMax_) {
+        const auto oldest = std::min_element(table.begin(), table.end(), [&](const auto& a, const auto& b) {
+            // the new one stays
+            return (&a == &*at ? Time::max() : a.second.used) < (&b == &*at ? Time::max() : b.second.used);
+        });
+        table.erase(oldest);
+    }
+    return at->second;
+}
+
+bool LoginThrottle::refuses(const std::string& user, const LoginOrigin& origin, Time now) const {
+    const std::lock_guard guard(mutex_);
+    const auto pair = pairs_.find({keyOf(user), origin.address});
+    if (pair != pairs_.end() && now < pair->second.refusedUntil)
+        return true;
+    if (pair != pairs_.end() && pair->second.hasLoggedIn)
+        return false;
+    const auto network = networks_.find(origin.network);
+    return network != networks_.end() && now < network->second.refusedUntil;
+}
+
+std::optional<std::chrono::seconds> LoginThrottle::failed(const std::string& user, const LoginOrigin& origin,
+                                                          Time now, const Limits& limits) {
+    const std::string name = keyOf(user);
+    const std::lock_guard guard(mutex_);
+    const auto count = [&](Record& record) {
+        record.clearWhenQuiet(now, limits.lockout);
+        if (record.failures < std::numeric_limits<int>::max())
+            ++record.failures;
+        record.used = now;
+    };
+    Record& network = recordOf(networks_, origin.network, now);
+    count(network);
+    if (const int excess = network.failures - kSlower * limits.failures; excess >= 0)
+        network.refuseFor(doubled(kFirstPause, excess, limits.lockout), now);
+
+    Record& anywhere = recordOf(users_, name, now);
+    count(anywhere);
+    const bool isUnderAttack = anywhere.failures > kSlower * limits.failures;
+
+    PairRecord& pair = recordOf(pairs_, Pair{name, origin.address}, now);
+    count(pair);
+    pair.network = origin.network;
+    const int attempts = isUnderAttack && !pair.hasLoggedIn ? 1 : limits.failures;
+    if (pair.failures < attempts)
+        return std::nullopt;
+    const std::chrono::seconds lockout =
+        doubled(limits.lockout, pair.failures - attempts, kLongestLockout * limits.lockout);
+    pair.refuseFor(lockout, now);
+    return lockout;
+}
+
+void LoginThrottle::succeeded(const std::string& user, const LoginOrigin& origin, Time now) {
+    const std::lock_guard guard(mutex_);
+    PairRecord& pair = recordOf(pairs_, Pair{keyOf(user), origin.address}, now);
+    pair = PairRecord{{0, Time{}, now, true}, origin.network};
+}
+
+void LoginThrottle::forget(const std::string& user) {
+    const std::string name = keyOf(user);
+    const std::lock_guard guard(mutex_);
+    users_.erase(name);
+    for (auto at = pairs_.lower_bound({name, std::string()}); at != pairs_.end() && at->first.first == name;
+         ++at) {
+        if (at->second.failures > 0)
+            networks_.erase(at->second.network);
+        at->second.failures = 0;
+        at->second.refusedUntil = Time{};
+    }
+}
+
+std::size_t LoginThrottle::records() const {
+    const std::lock_guard guard(mutex_);
+    return pairs_.size() + users_.size() + networks_.size();
+}
+
+}  // namespace NS_CORBA

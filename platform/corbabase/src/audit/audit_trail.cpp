@@ -1,0 +1,219 @@
+#include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/trace.h>
+
+#include "audit/refusal_summary.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace NS_CORBA {
+
+namespace {
+
+using kelp::oplog::LogCounts;
+using kelp::oplog::OperationLog;
+using kelp::oplog::OperationRecord;
+using kelp::oplog::SecurityLog;
+using kelp::oplog::SecurityRecord;
+
+/// How often floods are looked at whose minute may be over.
+constexpr std::chrono::seconds kLook{1};
+/// Networks whose requests without a log-in are summarised apart from others.
+constexpr std::size_t kNetworksMax = 1000;
+
+/// The logs, and the thread that reports floods when their period ends.
+class Logs {
+  public:
+    Logs()
+        : operations(kelp::oplog::configuredOperationLog()),
+          operationsWithoutLogIn(kelp::oplog::configuredLogBeforeLogIn()),
+          security(kelp::oplog::configuredSecurityLog()) {
+        readLimits();
+        teller_ = std::thread([this] { tellFloods(); });
+    }
+
+    void readLimits() {
+        const std::lock_guard guard(mutex_);
+        requests_.setIndividually(kelp::oplog::configuredRecordsBeforeLogIn());
+    }
+
+    void stop() {
+        {
+            const std::lock_guard guard(mutex_);
+            stops_ = true;
+        }
+        stopped_.notify_all();
+        teller_.join();
+        operations.stop();
+        operationsWithoutLogIn.stop();
+        security.stop();
+    }
+
+    void writeWithoutLogIn(const OperationRecord& record, const std::string& network) {
+        {
+            const std::lock_guard guard(mutex_);
+            if (!stops_ && !requests_.standsByItself(record.outcome, network, record.time,
+                                                     std::chrono::steady_clock::now()))
+                return;
+        }
+        operationsWithoutLogIn.write(record);
+    }
+
+    void write(SecurityRecord record) {
+        if (record.outcome == kOutcomeOk) {
+            security.write(std::move(record));
+            return;
+        }
+        {
+            const std::lock_guard guard(mutex_);
+            if (!stops_ && !refusals_.standsByItself(record, std::chrono::steady_clock::now()))
+                return;
+        }
+        security.write(std::move(record));
+    }
+
+    OperationLog operations;
+    OperationLog operationsWithoutLogIn;
+    SecurityLog security;
+
+  private:
+    using Requests = kelp::util::FloodSummary<std::string>;  ///< of one outcome
+
+    void tellFloods() {
+        std::unique_lock lock(mutex_);
+        // looks by itself, so that no refusal of a flood has to wake it
+        while (!stopped_.wait_for(lock, kLook, [this] { return stops_; })) {
+            const auto now = std::chrono::steady_clock::now();
+            tell(refusals_.take(now), requests_.take(now), lock);
+        }
+        tell(refusals_.takeAll(), requests_.takeAll(), lock);
+    }
+
+    void tell(std::vector<SecurityRecord> refusals, const std::vector<Requests::Summary>& requests,
+              std::unique_lock<std::mutex>& lock) {
+        lock.unlock();
+        for (SecurityRecord& each : refusals)
+            security.write(std::move(each));
+        for (const Requests::Summary& each : requests)
+            operationsWithoutLogIn.write(recordOf(each));
+        lock.lock();
+    }
+
+    static OperationRecord recordOf(const Requests::Summary& summary) {
+        OperationRecord record;
+        record.time = summary.first;
+        record.peer = summary.source;
+        record.outcome = summary.kind;
+        record.detail = countedText(summary.count, summary.last);
+        return record;
+    }
+
+    std::mutex mutex_;  // guards the three below
+    RefusalSummary refusals_;
+    Requests requests_{0, RefusalSummary::kPeriod, kNetworksMax};
+    bool stops_ = false;
+    std::condition_variable stopped_;
+    std::thread teller_;
+};
+
+void traceLost(const char* log, const std::exception& failure) {
+    GetTss()->Set("audittrail", "unknown", __LINE__);
+    TaTrace("[AuditTrail::Write] A record of the %s is lost: %s", log, failure.what());
+}
+
+LogCounts sum(const LogCounts& one, const LogCounts& other) {
+    return {one.taken + other.taken, one.written + other.written, one.missing + other.missing,
+            one.aside + other.aside, one.waiting + other.waiting, one.fails || other.fails};
+}
+
+}  // namespace
+
+struct AuditTrail::State {
+    std::mutex mutex;            // one Open or Close at a time
+    std::unique_ptr<Logs> held;  // guarded by mutex
+    std::atomic<Logs*> logs{nullptr};
+    // a request that outlives the stop may still hold the pointer
+    std::vector<std::unique_ptr<Logs>> closed;  // guarded by mutex
+};
+
+AuditTrail::AuditTrail() : state_(std::make_unique<State>()) {}
+AuditTrail::~AuditTrail() = default;
+
+AuditTrail& AuditTrail::Instance() {
+    // never destroyed: requests on the ORB's threads may outlive main
+    static AuditTrail* const trail = new AuditTrail;
+    return *trail;
+}
+
+void AuditTrail::Open() {
+    const std::lock_guard one(state_->mutex);
+    if (state_->held)
+        return;
+    state_->held = std::make_unique<Logs>();
+    state_->logs = state_->held.get();
+}
+
+void AuditTrail::Close() {
+    const std::lock_guard one(state_->mutex);
+    if (!state_->held)
+        return;
+    state_->logs = nullptr;
+    state_->held->stop();
+    state_->closed.push_back(std::move(state_->held));
+}
+
+bool AuditTrail::IsOpen() const {
+    return state_->logs.load() != nullptr;
+}
+
+void AuditTrail::UpdateRetention() {
+    const std::lock_guard one(state_->mutex);
+    if (!state_->held)
+        return;
+    state_->held->operations.setRetention(kelp::oplog::configuredOperationLog().retention);
+    state_->held->operationsWithoutLogIn.setRetention(kelp::oplog::configuredLogBeforeLogIn().retention);
+    state_->held->readLimits();
+    state_->held->security.setRetention(kelp::oplog::configuredSecurityLog().retention);
+}
+
+void AuditTrail::Write(const kelp::oplog::OperationRecord& record) noexcept {
+    if (Logs* const logs = state_->logs.load())
+        logs->operations.write(record);
+}
+
+void AuditTrail::WriteWithoutLogIn(const kelp::oplog::OperationRecord& record,
+                                   const std::string& network) noexcept {
+    try {
+        if (Logs* const logs = state_->logs.load())
+            logs->writeWithoutLogIn(record, network);
+    } catch (const std::exception& failure) {
+        traceLost("operation log", failure);
+    }
+}
+
+void AuditTrail::Write(SecurityRecord record) noexcept {
+    try {
+        if (Logs* const logs = state_->logs.load())
+            logs->write(std::move(record));
+    } catch (const std::exception& failure) {
+        traceLost("security log", failure);
+    }
+}
+
+LogCounts AuditTrail::OperationCounts() const {
+    const Logs* const logs = state_->logs.load();
+    return logs == nullptr ? LogCounts()
+                           : sum(logs->operations.counts(), logs->operationsWithoutLogIn.counts());
+}
+
+LogCounts AuditTrail::SecurityCounts() const {
+    const Logs* const logs = state_->logs.load();
+    return logs == nullptr ? LogCounts() : logs->security.counts();
+}
+
+}  // namespace NS_CORBA

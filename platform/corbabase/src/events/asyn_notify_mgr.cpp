@@ -1,0 +1,153 @@
+#include "orb/singleton.h"
+
+#include <kelp/corbabase/asyn_notify_mgr.h>
+#include <kelp/corbabase/trace.h>
+#include <kelp/util/stopping.h>
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace NS_CORBA {
+
+namespace {
+
+std::atomic<AsynNotifyMgr*> theInstance{nullptr};
+
+constexpr std::size_t kQueueMax = 1000;  // tasks are rare; a thousand waiting ones mean that something hangs
+constexpr int kWorkers = 2;
+
+void runTask(const std::function<void()>& task) {
+    GetTss()->Set("asynnotifymgr", "unknown", __LINE__);
+    try {
+        task();
+    } catch (const CORBA::Exception& failure) {
+        TaException(failure, "[AsynNotifyMgr] A task failed!");
+    } catch (const std::exception& failure) {
+        TaTrace("[AsynNotifyMgr] A task failed! %s", failure.what());
+    } catch (...) {
+        TaTrace("[AsynNotifyMgr] A task failed with an exception of unknown type!");
+    }
+}
+
+}  // namespace
+
+struct AsynNotifyMgr::State {
+    mutable std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<std::function<void()>> queue;  // these four are guarded by mutex
+    bool running = false;
+    std::uint64_t finished = 0;
+    std::uint64_t dropped = 0;
+    int working = 0;                   // workers that have not ended; guarded by mutex
+    std::condition_variable ended;     // of a worker
+    std::vector<std::thread> workers;  // touched by Init and ExitThread alone
+
+    void work() {
+        std::unique_lock lock(mutex);
+        for (;;) {
+            wake.wait(lock, [this] { return !running || !queue.empty(); });
+            if (!running)
+                break;
+            const std::function<void()> task = std::move(queue.front());
+            queue.pop_front();
+            lock.unlock();
+            runTask(task);
+            lock.lock();
+            ++finished;
+        }
+        --working;
+        ended.notify_all();
+    }
+    void addWorker(std::shared_ptr<State> self) {
+        const std::lock_guard guard(mutex);
+        workers.emplace_back([state = std::move(self)] { state->work(); });
+        ++working;
+    }
+    /// Waits for the workers. While the process stops, one whose task goes on is left to itself.
+    void awaitWorkers() {
+        bool haveEnded = false;
+        {
+            std::unique_lock lock(mutex);
+            haveEnded = kelp::util::waitUnlessStopping(ended, lock, [this] { return working == 0; });
+        }
+        if (!haveEnded)
+            kelp::util::leaveRunning("a task of the notification manager");
+        for (std::thread& worker : workers)
+            haveEnded ? worker.join() : worker.detach();
+        workers.clear();
+    }
+};
+
+AsynNotifyMgr::AsynNotifyMgr() : state_(std::make_shared<State>()) {}
+
+AsynNotifyMgr::~AsynNotifyMgr() {
+    ExitThread();
+}
+
+AsynNotifyMgr* AsynNotifyMgr::Instance() {
+    return lazyInstance(theInstance, [] { return new AsynNotifyMgr; });
+}
+
+void AsynNotifyMgr::Destroy() {
+    dropInstance(theInstance, [](AsynNotifyMgr* instance) { delete instance; });
+}
+
+bool AsynNotifyMgr::Init() {
+    {
+        const std::lock_guard guard(state_->mutex);
+        if (state_->running)
+            return true;
+        state_->running = true;
+    }
+    try {
+        for (int i = 0; i < kWorkers; ++i)
+            state_->addWorker(state_);
+    } catch (const std::system_error& failure) {
+        GetTss()->Set("asynnotifymgr", "unknown", __LINE__);
+        TaTrace("[AsynNotifyMgr::Init] Cannot start a worker thread: %s", failure.what());
+        ExitThread();
+        return false;
+    }
+    return true;
+}
+
+bool AsynNotifyMgr::Post(std::function<void()> task) {
+    {
+        const std::lock_guard guard(state_->mutex);
+        if (!state_->running || state_->queue.size() >= kQueueMax)
+            return false;
+        state_->queue.push_back(std::move(task));
+    }
+    state_->wake.notify_one();
+    return true;
+}
+
+void AsynNotifyMgr::ExitThread() {
+    std::deque<std::function<void()>> rest;  // destroyed without the lock: a task may own anything
+    {
+        const std::lock_guard guard(state_->mutex);
+        state_->running = false;
+        rest.swap(state_->queue);
+        state_->dropped += rest.size();
+    }
+    state_->wake.notify_all();
+    state_->awaitWorkers();
+}
+
+std::uint64_t AsynNotifyMgr::Finished() const {
+    const std::lock_guard guard(state_->mutex);
+    return state_->finished;
+}
+
+std::uint64_t AsynNotifyMgr::Dropped() const {
+    const std::lock_guard guard(state_->mutex);
+    return state_->dropped;
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <kelp/notification/channel.h>
+
+#include "events/event_channel_link.h"
+#include "users/oss_networks.h"
+
+namespace NS_CORBA {
+
+/// The channel of this process, configured by [notification]. Only peers at addresses that somebody is logged
+/// in from may use it. What an NMS makes in it is its log-in's; when that has ended it has a ping interval to
+/// come back, then everything goes.
+class EmbeddedLink final : public EventChannelLink {
+  public:
+    /// Makes the channel. Throws what the ORB throws. `listener` must outlive it.
+    EmbeddedLink(CORBA::ORB_ptr orb, kelp::notification::LossListener& listener);
+
+    CosNotifyChannelAdmin::EventChannel_ptr reference() const { return channel_.reference(); }
+
+    bool isConnected() const override { return true; }
+    std::size_t batchMax() const override { return 1; }
+    Outcome deliver(const std::vector<EventPtr>& events) override;
+    bool probe() override { return true; }
+    void cancel() override {}
+    void close() override { channel_.stop(); }
+    void tend() override { channel_.review(std::chrono::steady_clock::now()); }
+    bool isDrained() const override { return channel_.isDrained(); }
+    std::vector<kelp::notification::ConsumerCounts> consumers() const override {
+        return channel_.consumers();
+    }
+
+  private:
+    class LoggedInPeers final : public kelp::notification::Guard {
+      public:
+        LoggedInPeers();
+        bool mayUse(const kelp::orb::PeerAddress& peer) const override;
+        bool mayCall(CORBA::Object_ptr reference) const override;
+        bool maySupply(const kelp::orb::PeerAddress& peer) const override;
+        std::vector<kelp::notification::LogIn> logInsOf(const kelp::orb::RequestInfo& request) const override;
+        bool isLive(const std::string& logIn) const override;
+
+      private:
+        OssNetworks suppliers_;
+    };
+
+    const LoggedInPeers guard_;  // used by the channel to its end
+    kelp::notification::Channel channel_;
+};
+
+}  // namespace NS_CORBA

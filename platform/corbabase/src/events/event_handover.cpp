@@ -1,0 +1,229 @@
+#include "events/event_handover.h"
+
+#include <kelp/corbabase/trace.h>
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <utility>
+
+namespace NS_CORBA {
+
+namespace {
+
+using Outcome = EventChannelLink::Outcome;
+
+/// For waits that nothing is due in; a clock's last moment is beyond what a wait can tell.
+constexpr std::chrono::hours kLongest{24};
+
+/// The thread goes on whatever a callback does.
+template <class Body>
+void contained(Body body) {
+    try {
+        body();
+    } catch (const CORBA::Exception& failure) {
+        GetTss()->Set("eventhandover", "unknown", __LINE__);
+        TaException(failure, "[EventHandover] An event could not be handed over!");
+    } catch (const std::exception& failure) {
+        GetTss()->Set("eventhandover", "unknown", __LINE__);
+        TaTrace("[EventHandover] An event could not be handed over: %s", failure.what());
+    }
+}
+
+/// The moment after an interval, or never for an interval of 0.
+std::chrono::steady_clock::time_point after(std::chrono::milliseconds interval) {
+    using Clock = std::chrono::steady_clock;
+    return interval.count() > 0 ? Clock::now() + interval : Clock::time_point::max();
+}
+
+}  // namespace
+
+EventHandover::EventHandover(const Settings& settings, std::shared_ptr<EventChannelLink> link, Work work)
+    : settings_(settings),
+      link_(std::move(link)),
+      work_(std::move(work)),
+      answers_(link_->isConnected()),
+      probeDue_(Clock::now()),
+      backOff_(settings.firstBackOff),
+      heartbeatDue_(after(settings.heartbeatInterval)),
+      tendDue_(after(settings.tendInterval)),
+      thread_([this] { run(); }) {}
+
+EventHandover::~EventHandover() {
+    stop();
+}
+
+bool EventHandover::take(const std::vector<EventPtr>& events) {
+    std::vector<EventPtr> gone;
+    {
+        const std::lock_guard guard(mutex_);
+        if (stopping_)
+            return false;
+        events_.insert(events_.end(), events.begin(), events.end());
+        if (events_.size() > settings_.eventsMax) {
+            const std::size_t excess =
+                std::min(events_.size() - settings_.eventsMax, events_.size() - inHand_);
+            const auto first = events_.begin() + static_cast<std::ptrdiff_t>(inHand_);
+            const auto end = first + static_cast<std::ptrdiff_t>(excess);
+            gone.assign(std::make_move_iterator(first), std::make_move_iterator(end));
+            events_.erase(first, end);
+        }
+        changed_.notify_one();
+    }
+    if (!gone.empty())
+        work_.lost(*gone.front());
+    return true;
+}
+
+void EventHandover::requestHeartbeat() {
+    const std::lock_guard guard(mutex_);
+    heartbeatRequested_ = true;
+    changed_.notify_one();
+}
+
+void EventHandover::requestProbe() {
+    const std::lock_guard guard(mutex_);
+    probeRequested_ = true;
+    changed_.notify_one();
+}
+
+bool EventHandover::channelAnswers() const {
+    const std::lock_guard guard(mutex_);
+    return answers_;
+}
+
+bool EventHandover::isDrained() const {
+    const std::lock_guard guard(mutex_);
+    return answers_ && 2 * events_.size() < settings_.eventsMax;
+}
+
+std::size_t EventHandover::stop() {
+    std::thread ending;
+    {
+        const std::lock_guard guard(mutex_);
+        stopping_ = true;
+        ending.swap(thread_);
+        changed_.notify_one();
+    }
+    link_->cancel();
+    if (ending.joinable())
+        ending.join();
+    const std::lock_guard guard(mutex_);
+    const std::size_t dropped = events_.size();
+    events_.clear();
+    return dropped;
+}
+
+void EventHandover::run() {
+    Lock lock(mutex_);
+    for (Step step = next(lock); step != Step::End; step = next(lock)) {
+        if (step == Step::Deliver)
+            deliver(lock);
+        else if (step == Step::Probe)
+            probe(lock);
+        else if (step == Step::Tend)
+            tend(lock);
+        else
+            askForHeartbeat(lock);
+    }
+}
+
+EventHandover::Step EventHandover::next(Lock& lock) {
+    while (!stopping_) {
+        const Clock::time_point now = Clock::now();
+        if (heartbeatRequested_ || now >= heartbeatDue_)
+            return Step::Heartbeat;
+        if (now >= tendDue_)
+            return Step::Tend;
+        if (answers_ && !events_.empty())
+            return Step::Deliver;
+        if (answers_ ? probeRequested_ : now >= probeDue_)
+            return Step::Probe;
+        const Clock::time_point probeDue = answers_ ? Clock::time_point::max() : probeDue_;
+        changed_.wait_until(lock, std::min({heartbeatDue_, tendDue_, probeDue, now + kLongest}));
+    }
+    return Step::End;
+}
+
+void EventHandover::deliver(Lock& lock) {
+    // of a full queue some may still be discarded
+    const std::size_t most = std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
+    inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : most);
+    const std::vector<EventPtr> batch(events_.begin(),
+                                      events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
+    lock.unlock();
+    Outcome outcome = Outcome::Refused;
+    contained([&] { outcome = link_->deliver(batch); });
+    lock.lock();
+    settle(lock, batch, outcome);
+}
+
+void EventHandover::settle(Lock& lock, const std::vector<EventPtr>& batch, Outcome outcome) {
+    if (outcome == Outcome::Unanswered) {
+        inHand_ = 0;
+        singles_ = std::max<std::size_t>(singles_, 1);
+        backOff();
+        return;
+    }
+    // an answer, whichever it is
+    probeRequested_ = false;
+    backOff_ = settings_.firstBackOff;
+    if (outcome == Outcome::Refused && batch.size() > 1) {
+        inHand_ = 0;
+        singles_ = batch.size();
+        return;
+    }
+    forgetInHand();
+    if (outcome == Outcome::Delivered)
+        return;
+    lock.unlock();
+    contained([&] { work_.lost(*batch.front()); });
+    lock.lock();
+}
+
+void EventHandover::forgetInHand() {
+    events_.erase(events_.begin(), events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
+    singles_ -= std::min(singles_, inHand_);
+    inHand_ = 0;
+}
+
+void EventHandover::probe(Lock& lock) {
+    probeRequested_ = false;
+    lock.unlock();
+    bool answers = false;
+    contained([&] { answers = link_->probe(); });
+    lock.lock();
+    if (!answers) {
+        backOff();
+        return;
+    }
+    answers_ = true;
+    // a channel that answers probes but takes no event is not asked more and more often
+    if (events_.empty())
+        backOff_ = settings_.firstBackOff;
+}
+
+void EventHandover::backOff() {
+    answers_ = false;
+    probeDue_ = Clock::now() + backOff_;
+    backOff_ = std::min(backOff_ * 2, settings_.longestBackOff);
+}
+
+void EventHandover::askForHeartbeat(Lock& lock) {
+    heartbeatRequested_ = false;
+    const Clock::time_point now = Clock::now();
+    if (now >= heartbeatDue_)
+        heartbeatDue_ = now + settings_.heartbeatInterval;
+    lock.unlock();
+    contained([&] { work_.heartbeat(); });
+    lock.lock();
+}
+
+void EventHandover::tend(Lock& lock) {
+    tendDue_ = after(settings_.tendInterval);
+    lock.unlock();
+    contained([&] { link_->tend(); });
+    lock.lock();
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,119 @@
+#include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/naming_watch.h>
+#include <kelp/orb/references.h>
+#include <kelp/util/naming_path.h>
+#include <kelp/util/trace_log.h>
+
+#include <mutex>
+
+#include "naming/foreign_entries.h"
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr std::size_t kShownBytesMax = 300;
+
+/// Where a reference leads, as far as it says so itself. The text may be a stranger's.
+std::string addressesIn(const std::string& reference) {
+    kelp::orb::ReferenceContent content;
+    if (!kelp::orb::decodeReference(reference, content))
+        return "an unreadable reference";
+    std::string text;
+    for (const kelp::orb::Endpoint& endpoint : content.endpoints)
+        text +=
+            (text.empty() ? "" : ", ") + kelp::orb::hostAndPort(endpoint) + (endpoint.tls ? " (TLS)" : "");
+    return text.empty() ? "a reference without an address" : kelp::util::escaped(text, kShownBytesMax);
+}
+
+void record(const ForeignEntries::Report& report) {
+    const CorbaBaseAgentConfig& base = *CorbaBaseAgentConfig::Instance();
+    kelp::oplog::SecurityRecord found;
+    found.event = kelp::oplog::SecurityEvent::NamingChange;
+    found.object = toText(kelp::util::factoryPath(base.EmsName(), base.IDLVersion()));
+    found.outcome = "foreign entry";
+    found.detail = report.kind;
+    if (report.times > 1)
+        found.detail += ", " + std::to_string(report.times) + " times";
+    AuditTrail::Instance().Write(std::move(found));
+}
+
+}  // namespace
+
+struct NamingWatch::Watched {
+    mutable std::mutex mutex;
+    NamingEntryState state;  // these two are guarded by mutex
+    ForeignEntries foreign;
+
+    std::vector<ForeignEntries::Report> due() { return foreign.due(std::chrono::steady_clock::now()); }
+};
+
+NamingWatch::NamingWatch() : watched_(std::make_unique<Watched>()) {}
+NamingWatch::~NamingWatch() = default;
+
+NamingWatch& NamingWatch::Instance() {
+    static NamingWatch* const watch = new NamingWatch;
+    return *watch;
+}
+
+void NamingWatch::Begin(const std::string& reference) {
+    const std::lock_guard guard(watched_->mutex);
+    if (watched_->state.reference == reference)
+        return;
+    watched_->state = {};
+    watched_->state.reference = reference;
+}
+
+void NamingWatch::Checked(bool isOurs) {
+    std::vector<ForeignEntries::Report> reports;
+    {
+        const std::lock_guard guard(watched_->mutex);
+        watched_->state.isOurs = isOurs;
+        watched_->state.isBound = isOurs;
+        watched_->state.checked = std::chrono::system_clock::now();
+        watched_->state.failure.clear();
+        reports = watched_->due();
+    }
+    for (const ForeignEntries::Report& report : reports)
+        record(report);
+}
+
+void NamingWatch::Bound() {
+    const std::lock_guard guard(watched_->mutex);
+    watched_->state.isBound = true;
+}
+
+void NamingWatch::Failed(const std::string& why) {
+    const std::lock_guard guard(watched_->mutex);
+    watched_->state.isOurs = false;
+    watched_->state.isBound = false;
+    watched_->state.failure = why;
+}
+
+void NamingWatch::FoundForeign(const std::string& reference, bool isReplaced) {
+    const std::string addresses = addressesIn(reference);
+    const std::string kind = "the entry led to " + addresses + (isReplaced ? ", replaced" : ", not replaced");
+    Checked(false);
+    std::optional<ForeignEntries::Report> report;
+    {
+        const std::lock_guard guard(watched_->mutex);
+        NamingEntryState& state = watched_->state;
+        state.foreign = addresses;
+        if (isReplaced) {
+            ++state.replaced;
+            state.isBound = true;
+            state.replacedAt = state.checked;
+        }
+        report = watched_->foreign.found(kind, std::chrono::steady_clock::now());
+    }
+    if (report)
+        record(*report);
+}
+
+NamingEntryState NamingWatch::State() const {
+    const std::lock_guard guard(watched_->mutex);
+    return watched_->state;
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,165 @@
+#include "orb/interception_adapter.h"
+
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/trace.h>
+#include <kelp/util/thread_context.h>
+
+#include <chrono>
+#include <exception>
+
+#include "access/connection_log_ins.h"
+#include "audit/request_recording.h"
+
+namespace NS_CORBA {
+
+void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
+    std::unique_lock lock(mutex_);
+    gate_ = interceptor != nullptr ? Gate::Waiting : Gate::Refusing;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return inside_ == 0; });
+    // only now: a request that came in through the open gate reads it without the lock
+    interceptor_ = nullptr;
+    if (interceptor != nullptr) {
+        interceptor_ = interceptor;
+        gate_ = Gate::Open;
+        changed_.notify_all();
+    }
+}
+
+void InterceptionAdapter::reset() {
+    const std::lock_guard guard(mutex_);
+    gate_ = Gate::Waiting;
+    interceptor_ = nullptr;
+    rate_.reset();
+}
+
+void InterceptionAdapter::refuse() {
+    const std::lock_guard guard(mutex_);
+    gate_ = Gate::Refusing;
+    changed_.notify_all();
+}
+
+void InterceptionAdapter::admit() {
+    const std::lock_guard guard(mutex_);
+    if (interceptor_ != nullptr)
+        gate_ = Gate::Open;
+    changed_.notify_all();
+}
+
+void InterceptionAdapter::received(const kelp::orb::RequestInfo& request) {
+    if (gate_.load() == Gate::Refusing)
+        throw CORBA::TRANSIENT();
+    const bool isLoggedIn = CallerStanding::arrive(request);
+    try {
+        if (!isLoggedIn)
+            limitRate(request);
+        if (isOpen())
+            return;
+        std::unique_lock lock(mutex_);
+        waitUntilOpen(lock);
+    } catch (const CORBA::SystemException&) {
+        CallerStanding::leave();
+        throw;
+    }
+}
+
+void InterceptionAdapter::limitRate(const kelp::orb::RequestInfo& request) {
+    if (rate_.admits(request.peer(), std::chrono::steady_clock::now()))
+        return;
+    RequestRecording::writeTooMany(request);
+    throw CORBA::TRANSIENT(CORBA::OMGVMCID | 1, CORBA::COMPLETED_NO);
+}
+
+void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
+    struct Visit {
+        explicit Visit(InterceptionAdapter& entered) : adapter(entered), interceptor(entered.enter()) {}
+        ~Visit() { adapter.leave(); }
+        InterceptionAdapter& adapter;
+        RequestInterceptorBase* interceptor;
+    };
+    const Visit visit(*this);
+    const auto refused = [] {
+        NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+        RequestRecording::drop();
+        CallerStanding::leave();
+    };
+    RequestRecording::begin();
+    try {
+        visit.interceptor->receive_request(&request);
+        if (RequestRecording::isOfSession(request)) {
+            ConnectionLogIns::Instance().Called(request);
+            if (!CallerStanding::isLoggedIn(request)) {
+                CallerStanding::knowsSession();
+                rate_.giveBack(request.peer());
+            }
+        }
+    } catch (const ForeignSessionCall&) {
+        const CORBA::NO_PERMISSION refusal(0, CORBA::COMPLETED_NO);
+        RequestRecording::writeForeign(request, refusal);
+        refused();
+        throw refusal;
+    } catch (const CORBA::NO_PERMISSION& refusal) {
+        RequestRecording::writeRefused(request, &refusal);
+        refused();
+        throw;
+    } catch (const CORBA::Exception& answer) {
+        RequestRecording::writeUndelivered(request, &answer);
+        refused();
+        throw;
+    } catch (const std::exception& failure) {
+        GetTss()->Set("interceptionadapter", "unknown", __LINE__);
+        TaTrace("[InterceptionAdapter::dispatching] The request interceptor failed: %s", failure.what());
+        refused();
+        throw CORBA::INTERNAL();
+    }
+}
+
+void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
+                                   const CORBA::Exception* raised) noexcept {
+    NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+    RequestRecording::end(request, raised);
+    CallerStanding::leave();
+}
+
+void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
+                                      const CORBA::Exception* answer) noexcept {
+    // before any servant only the notification channel refuses: those who are not logged in, and those who
+    // want what is another's
+    const bool isAllowed = CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
+    const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr;
+    if (isAllowed && isRefused && CallerStanding::isLoggedIn(request))
+        RequestRecording::writeNotOwn(request, *answer);
+    else if (isRefused || !isAllowed)
+        RequestRecording::writeRefused(request, answer);
+    else
+        RequestRecording::writeUndelivered(request, answer);
+    CallerStanding::leave();
+}
+
+RequestInterceptorBase* InterceptionAdapter::enter() {
+    ++inside_;
+    if (isOpen())
+        return interceptor_;
+    leave();
+    std::unique_lock lock(mutex_);
+    waitUntilOpen(lock);
+    ++inside_;
+    return interceptor_;
+}
+
+void InterceptionAdapter::leave() {
+    if (--inside_ != 0 || isOpen())
+        return;
+    // under the lock: set() either has not looked yet or is waiting already
+    const std::lock_guard guard(mutex_);
+    changed_.notify_all();
+}
+
+void InterceptionAdapter::waitUntilOpen(std::unique_lock<std::mutex>& lock) {
+    if (gate_ == Gate::Waiting)
+        changed_.wait(lock, [this] { return gate_.load() != Gate::Waiting; });
+    if (gate_ == Gate::Refusing)
+        throw CORBA::TRANSIENT();
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,147 @@
+#include "orb/orb_life.h"
+
+#include <kelp/corbabase/trace.h>
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/stopping.h>
+
+#include <system_error>
+#include <thread>
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr const char* kFile = "orblife";
+
+}  // namespace
+
+OrbLife& OrbLife::instance() {
+    static OrbLife* const life = new OrbLife;
+    return *life;
+}
+
+std::shared_ptr<OrbLife::Run> OrbLife::run() const {
+    const std::lock_guard guard(mutex_);
+    return run_;
+}
+
+OrbLife::Stage OrbLife::stage() const {
+    const std::shared_ptr<Run> current = run();
+    if (!current)
+        return Stage::None;
+    const std::lock_guard guard(current->mutex);
+    if (!current->stopping)
+        return Stage::Running;
+    return current->callsEnded && current->workers == 0 ? Stage::ShutDown : Stage::ShuttingDown;
+}
+
+void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads) {
+    const std::lock_guard one(startMutex_);
+    if (run())
+        return;
+    adapter_.reset();
+    kelp::util::endStop();
+    const auto made = std::make_shared<Run>();
+    made->orb = kelp::orb::start(options, &adapter_);
+    const CORBA::Object_var object = made->orb->resolve_initial_references("RootPOA");
+    made->rootPoa = PortableServer::POA::_narrow(object.in());
+    made->threads = threads;
+    const std::lock_guard guard(mutex_);
+    run_ = made;
+}
+
+CORBA::ORB_ptr OrbLife::orb() const {
+    const std::shared_ptr<Run> current = run();
+    return current ? CORBA::ORB::_duplicate(current->orb.in()) : CORBA::ORB::_nil();
+}
+
+PortableServer::POA_ptr OrbLife::rootPoa() const {
+    const std::shared_ptr<Run> current = run();
+    return current ? PortableServer::POA::_duplicate(current->rootPoa.in()) : PortableServer::POA::_nil();
+}
+
+void OrbLife::serve() {
+    const std::shared_ptr<Run> current = run();
+    if (!current)
+        return;
+    {
+        const std::lock_guard guard(current->mutex);
+        if (current->stopping)
+            return;
+        ++current->workers;
+    }
+    try {
+        kelp::orb::serve(current->orb.in(), current->threads);
+    } catch (const CORBA::Exception& failure) {
+        GetTss()->Set(kFile, "unknown", __LINE__);
+        TaException(failure, "[AgentServer::AgentWorker] The ORB stopped serving!");
+    }
+    const std::lock_guard guard(current->mutex);
+    --current->workers;
+    current->changed.notify_all();
+}
+
+bool OrbLife::shutdown(std::chrono::milliseconds limit) {
+    adapter_.refuse();
+    const std::shared_ptr<Run> current = run();
+    if (!current)
+        return true;
+    std::unique_lock lock(current->mutex);
+    if (!current->stopping) {
+        current->stopping = true;
+        lock.unlock();
+        // a call that never returns would hold a waiting shutdown for ever: it waits on a thread of its own
+        try {
+            current->ending = std::thread(endCalls, current);
+        } catch (const std::system_error& failure) {
+            GetTss()->Set(kFile, "unknown", __LINE__);
+            TaTrace("[AgentServer::ShutDown] No thread to wait for the calls in progress: %s",
+                    failure.what());
+            endCalls(current);
+        }
+        lock.lock();
+    }
+    return current->changed.wait_for(lock, limit,
+                                     [&] { return current->callsEnded && current->workers == 0; });
+}
+
+void OrbLife::endCalls(const std::shared_ptr<Run>& current) {
+    try {
+        current->orb->shutdown(true);
+    } catch (const CORBA::Exception& failure) {
+        GetTss()->Set(kFile, "unknown", __LINE__);
+        TaException(failure, "[AgentServer::ShutDown] The ORB refused to shut down!");
+    }
+    const std::lock_guard guard(current->mutex);
+    current->callsEnded = true;
+    current->changed.notify_all();
+}
+
+bool OrbLife::destroy() {
+    const std::lock_guard one(startMutex_);
+    const std::shared_ptr<Run> current = run();
+    if (!current)
+        return true;
+    if (stage() != Stage::ShutDown)
+        return false;
+    // it has done its work; without this it might let go of the ORB while the process ends
+    if (current->ending.joinable())
+        current->ending.join();
+    try {
+        current->orb->destroy();
+    } catch (const CORBA::Exception& failure) {
+        GetTss()->Set(kFile, "unknown", __LINE__);
+        TaException(failure, "[AgentServer::Destroy] The ORB could not be destroyed!");
+    }
+    kelp::orb::liftCallLimit();
+    release();
+    return true;
+}
+
+void OrbLife::release() {
+    std::shared_ptr<Run> released;  // its references are released without the lock
+    const std::lock_guard guard(mutex_);
+    released.swap(run_);
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,71 @@
+#include "users/user_watch.h"
+
+#include <kelp/corbabase/trace.h>
+#include <sys/stat.h>
+
+#include <stdexcept>
+
+namespace NS_CORBA {
+
+namespace {
+
+constexpr const char* kFile = "corbasecuritymgr";
+/// Less than the time from one look to the next.
+constexpr std::chrono::milliseconds kPatience{100};
+/// Looks that fail before it is traced: kelpctl locks the file for a moment, too.
+constexpr int kFailuresTraced = 3;
+
+}  // namespace
+
+bool UserWatch::look(const std::filesystem::path& file, bool again) {
+    try {
+        if (const Identity identity = identityOf(file); !database_ || identity != identity_) {
+            open(file);
+            identity_ = identity;
+        }
+        // before the accounts are read: a change in between is found with the next look
+        const std::int64_t version = database_->dataVersion();
+        if (again || version != version_) {
+            found_(database_->list());
+            version_ = version;
+        }
+        recovered();
+        return true;
+    } catch (const std::exception& failure) {
+        database_.reset();
+        failed(failure.what());
+    }
+    return false;
+}
+
+UserWatch::Identity UserWatch::identityOf(const std::filesystem::path& file) {
+    struct stat status = {};
+    if (::stat(file.c_str(), &status) != 0)
+        throw std::runtime_error("user database " + file.string() + " does not exist");
+    return {status.st_dev, status.st_ino};
+}
+
+void UserWatch::open(const std::filesystem::path& file) {
+    version_.reset();
+    database_ = std::make_unique<UserDatabase>(file, UserDatabase::Missing::IsAnError);
+    database_->setPatience(kPatience);
+}
+
+void UserWatch::failed(const std::string& why) {
+    if (++failures_ < kFailuresTraced || why == traced_)
+        return;
+    traced_ = why;
+    GetTss()->Set(kFile, "unknown", __LINE__);
+    TaTrace("[CorbaSecurityMgr::Watch] %s; until it can be read nobody can log in", why.c_str());
+}
+
+void UserWatch::recovered() {
+    failures_ = 0;
+    if (traced_.empty())
+        return;
+    traced_.clear();
+    GetTss()->Set(kFile, "unknown", __LINE__);
+    TaTrace("[CorbaSecurityMgr::Watch] the user database can be read again");
+}
+
+}  // namespace NS_CORBA

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <kelp/inventory/inventory.h>
+#include <kelp/util/file_identity.h>
+
+#include <filesystem>
+#include <mutex>
+
+#include "database/connection.h"
+#include "database/read_pool.h"
+
+namespace kelp::inventory {
+
+struct Inventory::State {
+    explicit State(const std::filesystem::path& path)
+        : file(path), identity(identityOfMade(path)), readers(path, identity), writer(openForWriting(path)) {}
+
+    /// Runs `body` with a lease of a reading connection.
+    template <class Body>
+    auto reading(Body&& body) {
+        return translated(file, [&] {
+            ReadPool::Lease lease(readers);
+            return body(lease);
+        });
+    }
+
+    /// Runs `body` with the writing connection, one caller after the other. In changes.cpp.
+    template <class Body>
+    auto changing(Body&& body);
+
+    /// To be asked for before the file is opened: should another take its place meanwhile, the inventory is
+    /// not current from the start.
+    static util::FileIdentity identityOfMade(const std::filesystem::path& path) {
+        makeMissing(path);
+        return util::identityOf(path);
+    }
+
+    const std::filesystem::path file;
+    const util::FileIdentity identity;
+    ReadPool readers;
+    std::mutex writing;
+    Connection writer;  ///< guarded by `writing`
+};
+
+}  // namespace kelp::inventory

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <kelp/util/file_identity.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "database/connection.h"
+
+namespace kelp::inventory {
+
+/// Connections for readers: one for each that reads at the same time, a few of which are kept. Any thread.
+class ReadPool {
+  public:
+    /// More readers than this at once are served too, by connections that are not kept.
+    static constexpr std::size_t kKept = 16;
+
+    ReadPool(std::filesystem::path file, util::FileIdentity identity)
+        : file_(std::move(file)), identity_(identity) {}
+
+    /// A connection in a read transaction, that is, with one unchanging view of the file. Goes back at the
+    /// end of the scope.
+    class Lease {
+      public:
+        /// Throws SQLite::Exception, and InventoryFailure when another file stands in the file's place.
+        explicit Lease(ReadPool& pool);
+        ~Lease();
+        Lease(const Lease&) = delete;
+        Lease& operator=(const Lease&) = delete;
+
+        Connection& connection() { return *connection_; }
+        Prepared& prepared(const std::string& sql) { return connection_->prepared(sql); }
+
+      private:
+        ReadPool& pool_;
+        std::unique_ptr<Connection> connection_;
+    };
+
+  private:
+    std::unique_ptr<Connection> takeOut();
+    void giveBack(std::unique_ptr<Connection> connection);
+
+    const std::filesystem::path file_;
+    const util::FileIdentity identity_;
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Connection>> idle_;  ///< guarded by mutex_
+};
+
+}  // namespace kelp::inventory

@@ -1,0 +1,215 @@
+#include "database/schema.h"
+
+#include <kelp/inventory/failure.h>
+
+#include <string>
+#include <vector>
+
+namespace kelp::inventory {
+
+namespace {
+
+/// "KINV" in the file's header: another program's database is not taken for ours.
+constexpr int kApplicationId = 0x4B494E56;
+
+/// Ids are never given twice (AUTOINCREMENT), so that a snapshot of ids cannot come to mean other rows. Lists
+/// are packed (packed_values.h); enumerations have the standard's numbers.
+constexpr const char* kVersion1 = R"(
+CREATE TABLE managed_element (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    name TEXT NOT NULL UNIQUE,
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    location TEXT NOT NULL,
+    version TEXT NOT NULL,
+    productName TEXT NOT NULL,
+    communicationState INTEGER NOT NULL,
+    emsInSyncState INTEGER NOT NULL,
+    supportedRates BLOB NOT NULL,
+    additionalInfo BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE equipment_holder (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    element_id INTEGER NOT NULL REFERENCES managed_element (id),
+    name TEXT NOT NULL,
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    alarmReportingIndicator INTEGER NOT NULL,
+    holderType TEXT NOT NULL,
+    expectedOrInstalledEquipment TEXT NOT NULL,
+    acceptableEquipmentTypeList BLOB NOT NULL,
+    holderState INTEGER NOT NULL,
+    additionalInfo BLOB NOT NULL,
+    UNIQUE (element_id, name)
+) STRICT;
+
+CREATE TABLE equipment (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    holder_id INTEGER NOT NULL REFERENCES equipment_holder (id),
+    name TEXT NOT NULL,
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    alarmReportingIndicator INTEGER NOT NULL,
+    serviceState INTEGER NOT NULL,
+    expectedEquipmentObjectType TEXT NOT NULL,
+    installedEquipmentObjectType TEXT NOT NULL,
+    installedPartNumber TEXT NOT NULL,
+    installedVersion TEXT NOT NULL,
+    installedSerialNumber TEXT NOT NULL,
+    additionalInfo BLOB NOT NULL,
+    UNIQUE (holder_id, name)
+) STRICT;
+
+CREATE TABLE termination_point (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    element_id INTEGER NOT NULL REFERENCES managed_element (id),
+    port_id INTEGER REFERENCES termination_point (id),
+    kind INTEGER NOT NULL,
+    name TEXT NOT NULL,
+    equipment_id INTEGER REFERENCES equipment (id),
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    ingressTrafficDescriptorName TEXT NOT NULL,
+    egressTrafficDescriptorName TEXT NOT NULL,
+    connectionState INTEGER NOT NULL,
+    tpMappingMode INTEGER NOT NULL,
+    direction INTEGER NOT NULL,
+    transmissionParams BLOB NOT NULL,
+    tpProtectionAssociation INTEGER NOT NULL,
+    edgePoint INTEGER NOT NULL,
+    additionalInfo BLOB NOT NULL,
+    connectableRates BLOB NOT NULL
+) STRICT;
+CREATE UNIQUE INDEX port_name ON termination_point (element_id, kind, name) WHERE port_id IS NULL;
+CREATE UNIQUE INDEX ctp_name ON termination_point (port_id, name) WHERE port_id IS NOT NULL;
+CREATE INDEX port_equipment ON termination_point (equipment_id) WHERE equipment_id IS NOT NULL;
+
+CREATE TABLE topological_link (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    name TEXT NOT NULL UNIQUE,
+    a_end_id INTEGER NOT NULL REFERENCES termination_point (id),
+    z_end_id INTEGER NOT NULL REFERENCES termination_point (id),
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    direction INTEGER NOT NULL,
+    rate INTEGER NOT NULL,
+    additionalInfo BLOB NOT NULL
+) STRICT;
+CREATE INDEX link_a_end ON topological_link (a_end_id);
+CREATE INDEX link_z_end ON topological_link (z_end_id);
+)";
+
+/// The EMS has a row when something was told of it. An element is in any number of subnetworks. A link is
+/// kept with the elements of its ends, so that those of an element or subnetwork are found without its ports,
+/// which may be hundreds of thousands.
+constexpr const char* kVersion2 = R"(
+CREATE TABLE ems (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    userLabel TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    additionalInfo BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE subnetwork (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    name TEXT NOT NULL UNIQUE,
+    userLabel TEXT NOT NULL,
+    nativeEMSName TEXT NOT NULL,
+    owner TEXT NOT NULL,
+    subnetworkType INTEGER NOT NULL,
+    supportedRates BLOB NOT NULL,
+    additionalInfo BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE subnetwork_element (
+    subnetwork_id INTEGER NOT NULL REFERENCES subnetwork (id),
+    element_id INTEGER NOT NULL REFERENCES managed_element (id),
+    PRIMARY KEY (subnetwork_id, element_id)
+) STRICT, WITHOUT ROWID;
+CREATE INDEX element_subnetwork ON subnetwork_element (element_id, subnetwork_id);
+
+ALTER TABLE topological_link ADD COLUMN a_element_id INTEGER REFERENCES managed_element (id);
+ALTER TABLE topological_link ADD COLUMN z_element_id INTEGER REFERENCES managed_element (id);
+UPDATE topological_link SET
+    a_element_id = (SELECT element_id FROM termination_point WHERE id = a_end_id),
+    z_element_id = (SELECT element_id FROM termination_point WHERE id = z_end_id);
+CREATE INDEX link_a_element ON topological_link (a_element_id, z_element_id);
+CREATE INDEX link_z_element ON topological_link (z_element_id);
+CREATE TRIGGER link_made AFTER INSERT ON topological_link BEGIN
+    UPDATE topological_link SET
+        a_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.a_end_id),
+        z_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.z_end_id)
+    WHERE id = NEW.id;
+END;
+CREATE TRIGGER link_moved AFTER UPDATE OF a_end_id, z_end_id ON topological_link BEGIN
+    UPDATE topological_link SET
+        a_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.a_end_id),
+        z_element_id = (SELECT element_id FROM termination_point WHERE id = NEW.z_end_id)
+    WHERE id = NEW.id;
+END;
+)";
+
+int pragma(SQLite::Database& database, const char* name) {
+    return database.execAndGet(std::string("PRAGMA ") + name).getInt();
+}
+
+bool isEmpty(SQLite::Database& database) {
+    return pragma(database, "user_version") == 0 && pragma(database, "application_id") == 0 &&
+           database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() == 0;
+}
+
+/// The version of the inventory, 0 for an empty file.
+int versionOf(SQLite::Database& database, const std::filesystem::path& file, int known) {
+    if (isEmpty(database))
+        return 0;
+    if (pragma(database, "application_id") != kApplicationId)
+        throw InventoryFailure(file.string() + " is no inventory");
+    const int version = pragma(database, "user_version");
+    if (version < 1 || version > known)
+        throw InventoryFailure("inventory " + file.string() + " has schema version " +
+                               std::to_string(version) + "; this program knows version " +
+                               std::to_string(known));
+    return version;
+}
+
+}  // namespace
+
+std::span<const SchemaStep> schemaSteps() {
+    static const std::vector<SchemaStep> steps = {
+        [](SQLite::Database& database) { database.exec(kVersion1); },
+        [](SQLite::Database& database) { database.exec(kVersion2); },
+    };
+    return steps;
+}
+
+void prepareSchema(SQLite::Database& database, const std::filesystem::path& file,
+                   std::span<const SchemaStep> steps) {
+    const int known = static_cast<int>(steps.size());
+    if (versionOf(database, file, known) == known)
+        return;
+    // two programs may find the same version at the same moment: the second looks again inside its
+    // transaction
+    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+    bringUpToDate(database, file, steps);
+    transaction.commit();
+}
+
+void bringUpToDate(SQLite::Database& database, const std::filesystem::path& file,
+                   std::span<const SchemaStep> steps) {
+    const int known = static_cast<int>(steps.size());
+    const int from = versionOf(database, file, known);
+    if (from == known)
+        return;
+    for (int version = from; version < known; ++version)
+        steps[static_cast<std::size_t>(version)](database);
+    database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
+    database.exec("PRAGMA user_version = " + std::to_string(known));
+}
+
+}  // namespace kelp::inventory

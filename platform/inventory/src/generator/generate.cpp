@@ -1,0 +1,115 @@
+#include <kelp/inventory/generate.h>
+
+#include <string>
+#include <vector>
+
+#include "generator/element_builder.h"
+#include "generator/network_shape.h"
+#include "files/progress_pace.h"
+#include "database/writing.h"
+
+namespace kelp::inventory {
+
+namespace {
+
+/// Which line port of an element leads where.
+enum LinePort : std::size_t { East, West, ToPrevious, ToNext, MeshOut, MeshIn };
+
+std::int64_t portOf(const BuiltElement& element, std::size_t which) {
+    return which < element.linePorts.size() ? element.linePorts[which] : 0;
+}
+
+/// The links of a network whose elements come one after the other.
+class LinkBuilder {
+  public:
+    LinkBuilder(RowWriter& rows, std::uint64_t seed) : rows_(rows), numbers_(seed ^ 0x6C696E6Bu) {}
+
+    void add(const ElementShape& shape, const BuiltElement& element) {
+        if (shape.isHub()) {
+            addMesh(element);
+            first_ = element;
+        } else {
+            addLink(before_, East, element, West, *shape.ringCard);
+        }
+        // two elements are joined by one link, one alone by none
+        if (shape.placeInRing + 1 == shape.ringSize && shape.ringSize > 2)
+            addLink(element, East, first_, West, *shape.ringCard);
+        before_ = element;
+    }
+
+  private:
+    void addMesh(const BuiltElement& hub) {
+        addLink(hub, ToPrevious, previousHub_, ToNext, lineCard64());
+        constexpr int kTries = 4;
+        for (int i = 0; i < kTries && hubs_.size() > 1 && portOf(hub, MeshOut) != 0; ++i) {
+            // the last is the one before, to which there is a link
+            BuiltElement& other = hubs_[numbers_.below(hubs_.size() - 1)];
+            if (portOf(other, 0) == 0)
+                continue;
+            addLink(hub, MeshOut, other, 0, lineCard64());
+            other.linePorts.clear();
+            break;
+        }
+        hubs_.push_back({hub.name, {portOf(hub, MeshIn)}});
+        previousHub_ = hub;
+    }
+
+    void addLink(const BuiltElement& a, std::size_t aPort, const BuiltElement& z, std::size_t zPort,
+                 const CardType& card) {
+        References ends;
+        ends.aEnd = portOf(a, aPort);
+        ends.zEnd = portOf(z, zPort);
+        if (ends.aEnd == 0 || ends.zEnd == 0)
+            return;
+        TopologicalLink link;
+        link.name = a.name + "--" + z.name + "--" + std::to_string(++count_);
+        link.userLabel = a.name + " to " + z.name;
+        link.nativeEMSName = "L" + std::to_string(count_);
+        link.rate = card.section;
+        rows_.insert(link, ends);
+    }
+
+    RowWriter& rows_;
+    SeededNumbers numbers_;
+    std::uint64_t count_ = 0;
+    BuiltElement first_;  ///< of the ring
+    BuiltElement before_;
+    BuiltElement previousHub_;
+    std::vector<BuiltElement> hubs_;  ///< each with its free port for the mesh alone
+};
+
+bool isEmpty(Connection& connection) {
+    return connection.database()
+               .execAndGet(
+                   "SELECT NOT EXISTS (SELECT 1 FROM managed_element) AND NOT EXISTS "
+                   "(SELECT 1 FROM topological_link) AND NOT EXISTS (SELECT 1 FROM subnetwork)")
+               .getInt() != 0;
+}
+
+}  // namespace
+
+Statistics generateNetwork(const std::filesystem::path& database, const NetworkPlan& plan,
+                           const Progress& progress) {
+    translated(database, [&] {
+        Connection connection = openForWriting(database);
+        BulkWriting writing(connection, database,
+                            plan.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
+        if (!isEmpty(connection))
+            throw InventoryFailure("inventory " + database.string() + " is not empty");
+        RowWriter rows(connection);
+        NetworkShape shape(plan);
+        PortShares shares(plan);
+        ElementBuilder elements(rows, plan);
+        LinkBuilder links(rows, plan.seed);
+        ProgressPace pace(progress);
+        for (ElementShape element; shape.next(element);) {
+            links.add(element, elements.build(element, shares.of(element)));
+            pace.step([&] { return element.number; }, plan.elements);
+        }
+        writing.commit();
+        pace.end(plan.elements);
+    });
+    return Inventory(database).statistics();
+}
+
+}  // namespace kelp::inventory

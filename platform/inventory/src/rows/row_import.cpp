@@ -1,0 +1,159 @@
+#include "rows/row_import.h"
+
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+
+#include "names/name_rules.h"
+#include "names/record_names.h"
+#include "rows/row_reader.h"
+#include "database/table.h"
+
+namespace kelp::inventory {
+
+namespace {
+
+// What the values together must keep to; returns the attribute and what is wrong with it, or an empty text.
+std::pair<const char*, std::string> problemOf(const ManagedElement& row) {
+    if (row.nativeEMSName.empty())
+        return {"nativeEMSName", "must not be empty"};
+    return {"productName", row.productName.empty() ? "must not be empty" : ""};
+}
+std::pair<const char*, std::string> problemOf(const EquipmentHolder& row) {
+    const std::string type = holderTypeOf(row.name);
+    return {"holderType", row.holderType == type
+                              ? ""
+                              : shown(row.holderType) + " is not what the name says, \"" + type + "\""};
+}
+std::pair<const char*, std::string> problemOf(const Equipment&) {
+    return {"", ""};
+}
+std::pair<const char*, std::string> problemOf(const TerminationPoint& row) {
+    return {"transmissionParams", row.transmissionParams.empty() ? "must name a layer rate at least" : ""};
+}
+std::pair<const char*, std::string> problemOf(const TopologicalLink& row) {
+    return {"rate", row.rate == 0 ? "is missing" : ""};
+}
+std::pair<const char*, std::string> problemOf(const Subnetwork&) {
+    return {"", ""};
+}
+std::pair<const char*, std::string> problemOf(const EmsAttributes&) {
+    return {"", ""};
+}
+
+/// Values that a new row has unless its record tells others.
+template <class Row>
+void setDefaults(const Record& record, Row& row) {
+    CellValue room;
+    if constexpr (!std::is_same_v<Row, EmsAttributes>) {
+        if (record.find("nativeEMSName", CellForm::Text, room) == nullptr)
+            row.nativeEMSName = ownName(row);
+        if (record.find("userLabel", CellForm::Text, room) == nullptr)
+            row.userLabel = row.nativeEMSName;
+    }
+    if constexpr (std::is_same_v<Row, EquipmentHolder>) {
+        if (row.holderType.empty())
+            row.holderType = holderTypeOf(row.name);
+    }
+}
+
+}  // namespace
+
+std::uint32_t RowImport::Lines::note(std::int64_t id, std::uint64_t line) {
+    if (lines_.empty())
+        first_ = id;
+    if (id < first_) {
+        lines_.insert(lines_.begin(), static_cast<std::size_t>(first_ - id), 0);
+        first_ = id;
+    }
+    const auto place = static_cast<std::size_t>(id - first_);
+    if (place >= lines_.size())
+        lines_.resize(place + 1);
+    const std::uint32_t before = lines_[place];
+    if (before == 0)
+        lines_[place] = static_cast<std::uint32_t>(
+            std::min<std::uint64_t>(line, std::numeric_limits<std::uint32_t>::max()));
+    return before;
+}
+
+RowImport::Outcome RowImport::take(const Record& record, IfMissing ifMissing) {
+    Outcome outcome = Outcome::Wrong;
+    withKind(record.kind,
+             [&](const auto& row) { outcome = takeRow<std::decay_t<decltype(row)>>(record, ifMissing); });
+    return outcome;
+}
+
+template <class Row>
+RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing) {
+    Row named;
+    if (!takeName(record, named, problems_))
+        return Outcome::Wrong;
+    Identity identity;
+    if (const auto missing = identify(index_, named, identity)) {
+        if (ifMissing == IfMissing::Tell)
+            problems_.add(record.place.line, missing->key, missing->what);
+        return Outcome::RefersToMissing;
+    }
+    if constexpr (std::is_same_v<Row, ManagedElement>) {
+        CellValue room;
+        // an update that names no subnetworks leaves the element in those that it is in
+        if (record.find(kSubnetworksKey, CellForm::List, room) == nullptr)
+            identity.references.subnetworks.reset();
+    }
+    if (identity.id == 0) {
+        if (!takeAttributes(record, named, Whether::New))
+            return Outcome::Wrong;
+        noteLine(record, writer_.insert(named, identity.references), named);
+        return Outcome::Added;
+    }
+    if (!noteLine(record, identity.id, named))
+        return Outcome::Wrong;
+    std::vector<Row> rows;
+    RowReader<Row>(connection_, Detail::All).read({identity.id, 1}, rows);
+    Row& row = rows.front();
+    if constexpr (std::is_same_v<Row, TerminationPoint>) {
+        // an update that names no equipment leaves the port where it is
+        if (identity.references.equipment == 0 && !row.supportingEquipment.empty())
+            identity.references.equipment = index_.equipmentId(
+                index_.holderId(identity.references.element, row.supportingEquipmentHolder),
+                row.supportingEquipment);
+    }
+    if (!takeAttributes(record, row, Whether::There))
+        return Outcome::Wrong;
+    writer_.update(row, identity.references);
+    return Outcome::Updated;
+}
+
+template <class Row>
+bool RowImport::noteLine(const Record& record, std::int64_t id, const Row& row) {
+    const std::uint32_t before = lines_[Table<Row>::kKind].note(id, record.place.line);
+    if (before == 0)
+        return true;
+    problems_.add(record.place.line, "",
+                  Table<Row>::kWord + (ownName(row).empty() ? "" : " " + shown(ownName(row))) +
+                      " stands in line " + std::to_string(before) + " already");
+    return false;
+}
+
+template <class Row>
+bool RowImport::takeAttributes(const Record& record, Row& row, Whether whether) {
+    const std::uint64_t before = problems_.count();
+    Table<Row>::visit(row, [&](const char* key, auto& value) {
+        CellValue room;
+        const Json* const given = record.find(key, cellFormOf<std::decay_t<decltype(value)>>(), room);
+        if (given == nullptr)
+            return;
+        const std::string problem = room.problem.empty() ? assign(*given, value) : room.problem;
+        if (!problem.empty())
+            problems_.add(record.place.line, key, problem);
+    });
+    if (whether == Whether::New)
+        setDefaults(record, row);
+    if (problems_.count() == before) {
+        if (const auto [key, problem] = problemOf(row); !problem.empty())
+            problems_.add(record.place.line, key, problem);
+    }
+    return problems_.count() == before;
+}
+
+}  // namespace kelp::inventory

@@ -1,0 +1,100 @@
+#include "channel/farewells.h"
+
+#include <kelp/util/trace_log.h>
+
+#include <malloc.h>
+
+#include <exception>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace kelp::notification {
+
+namespace {
+
+constexpr std::size_t kThreadsMax = 4;
+/// As many as the consumers of a few addresses; more wait in vain for threads that hang.
+constexpr std::size_t kWaitingMax = 2000;
+
+void trace(const std::string& why) {
+    kelp::util::traceFrom("farewells", "a peer could not be disconnected: " + why,
+                          kelp::util::TraceKind::Exception);
+}
+
+}  // namespace
+
+Farewells::~Farewells() {
+    stop();
+}
+
+void Farewells::tell(Farewell farewell, std::string name) {
+    if (!farewell)
+        return;
+    Lock lock(mutex_);
+    if (stopping_ || waiting_.size() >= kWaitingMax)
+        return;
+    waiting_.push_back({std::move(farewell), std::move(name)});
+    startIfNeeded(lock);
+}
+
+void Farewells::giveMemoryBack() {
+    Lock lock(mutex_);
+    if (stopping_)
+        return;
+    memoryIsFreed_ = true;
+    startIfNeeded(lock);
+}
+
+void Farewells::startIfNeeded(Lock&) {
+    if (threads_.count() >= kThreadsMax || (threads_.count() != 0 && waiting_.empty()))
+        return;
+    try {
+        threads_.start("farewells", [this](PassingThreads::Self self) { run(self); });
+    } catch (const std::system_error& failure) {
+        trace(failure.what());
+    }
+}
+
+void Farewells::stop() {
+    std::deque<Call> forgotten;  // may end here, and must not do so under the lock
+    std::vector<std::thread> ending;
+    {
+        const Lock lock(mutex_);
+        stopping_ = true;
+        forgotten.swap(waiting_);
+        ending = threads_.takeAll();
+    }
+    for (std::thread& each : ending)
+        each.join();
+}
+
+std::size_t Farewells::threads() const {
+    const Lock lock(mutex_);
+    return threads_.count();
+}
+
+void Farewells::run(PassingThreads::Self self) {
+    Lock lock(mutex_);
+    while (!waiting_.empty()) {
+        const Call call = std::move(waiting_.front());
+        waiting_.pop_front();
+        lock.unlock();
+        try {
+            say(call.farewell, call.name);
+        } catch (const std::exception& failure) {
+            trace(failure.what());
+        }
+        lock.lock();
+    }
+    if (memoryIsFreed_ && threads_.count() == 1 && !stopping_) {
+        memoryIsFreed_ = false;
+        lock.unlock();
+        ::malloc_trim(0);
+        lock.lock();
+    }
+    // calls that came meanwhile have started another thread
+    threads_.leave(self);
+}
+
+}  // namespace kelp::notification

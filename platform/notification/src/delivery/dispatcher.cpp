@@ -1,0 +1,169 @@
+#include "delivery/dispatcher.h"
+
+#include <kelp/util/trace_log.h>
+
+#include <algorithm>
+#include <exception>
+#include <functional>
+#include <iterator>
+#include <utility>
+
+namespace kelp::notification {
+
+namespace {
+
+/// Consumers that do not answer come in crowds: after a while without one its threads are not needed.
+constexpr std::chrono::seconds kIdleTime{10};
+
+/// By value: another thread may take the entry this time belongs to while this one sleeps, and the wait reads
+/// its time again after it woke.
+void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
+               const Subscription::Clock::time_point when) {
+    changed.wait_until(lock, when);
+}
+
+}  // namespace
+
+Dispatcher::Dispatcher(std::size_t threadsMax, std::size_t slowThreads)
+    : fast_(std::max<std::size_t>(threadsMax, 1)), slow_(std::max<std::size_t>(slowThreads, 1)) {}
+
+Dispatcher::~Dispatcher() {
+    stop();
+}
+
+void Dispatcher::serveConsumers(std::size_t count) {
+    Lock lock(mutex_);
+    if (stopping_)
+        return;
+    joinEnded(lock);
+    fastWanted_ = std::min(count, fast_.threadsMax);
+    while (fast_.threads < fastWanted_ && addThread(fast_)) {
+    }
+    if (fast_.threads > fastWanted_)
+        fast_.work.notify_all();
+}
+
+void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
+    const std::string owner = subscription->ownerKey();
+    const Lock lock(mutex_);
+    // an owner that has its share of the threads goes on when one of them is free again
+    if (!stopping_ && fast_.turns.add(owner, std::move(subscription)))
+        fast_.work.notify_one();
+}
+
+void Dispatcher::later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
+                       bool slow) {
+    const std::string owner = subscription->ownerKey();
+    const Lock lock(mutex_);
+    if (stopping_)
+        return;
+    // first: nothing is scheduled that no thread serves
+    if (slow && slow_.threads < slow_.threadsMax)
+        addThread(slow_);
+    Lane& lane = slow ? slow_ : fast_;
+    lane.turns.add(owner, when, std::move(subscription));
+    lane.work.notify_one();
+}
+
+bool Dispatcher::addThread(Lane& lane) {
+    try {
+        threads_.emplace_back(&Dispatcher::run, this, std::ref(lane));
+        ++lane.threads;
+        return true;
+    } catch (const std::exception& failure) {
+        if (lane.threads == 0)
+            throw;
+        kelp::util::traceFrom("dispatcher", std::string("a thread could not be started: ") + failure.what(),
+                              kelp::util::TraceKind::Exception);
+        return false;
+    }
+}
+
+void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::time_point when) {
+    const Lock lock(mutex_);
+    if (fast_.turns.hasten(subscription, when))
+        fast_.work.notify_one();
+}
+
+void Dispatcher::stop() {
+    std::vector<std::thread> ending;
+    // what they refer to may end with them, and must not do so under the lock
+    std::list<Turns::Waiting> fast;
+    std::list<Turns::Waiting> slow;
+    {
+        const Lock lock(mutex_);
+        stopping_ = true;
+        ending.swap(threads_);
+        std::move(ended_.begin(), ended_.end(), std::back_inserter(ending));
+        ended_.clear();
+        fast = fast_.turns.takeAll();
+        slow = slow_.turns.takeAll();
+        fast_.work.notify_all();
+        slow_.work.notify_all();
+    }
+    for (std::thread& each : ending)
+        each.join();
+}
+
+std::size_t Dispatcher::threads() const {
+    const Lock lock(mutex_);
+    return threads_.size();
+}
+
+Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left) {
+    const bool isFast = &lane == &fast_;
+    while (!stopping_) {
+        if (Turns::Waiting next = lane.turns.take(Subscription::Clock::now()); next.subscription) {
+            // the one just left has a thread less, and may have another
+            if (left != nullptr && left != next.owner && lane.turns.mayHaveThread(*left))
+                lane.work.notify_one();
+            return next;
+        }
+        left = nullptr;  // may be forgotten meanwhile
+        if (isFast && lane.threads > fastWanted_)
+            return {};
+        if (const auto due = lane.turns.nextTime())
+            waitUntil(lane.work, lock, *due);
+        else if (isFast)
+            lane.work.wait(lock);
+        else if (lane.work.wait_for(lock, kIdleTime) == std::cv_status::timeout && lane.turns.empty())
+            return {};
+    }
+    return {};
+}
+
+void Dispatcher::run(Lane& lane) {
+    Lock lock(mutex_);
+    Turns::Waiting turn = next(lane, lock, nullptr);
+    while (turn.subscription) {
+        lock.unlock();
+        turn.subscription->serve();
+        // it may end with this, and must not do so under the lock
+        turn.subscription.reset();
+        lock.lock();
+        lane.turns.ended(*turn.owner);
+        turn = next(lane, lock, turn.owner);
+    }
+    leave(lock, lane);
+}
+
+void Dispatcher::leave(Lock&, Lane& lane) {
+    // the stop has them all
+    if (stopping_)
+        return;
+    --lane.threads;
+    const auto self = std::find_if(threads_.begin(), threads_.end(), [](const std::thread& each) {
+        return each.get_id() == std::this_thread::get_id();
+    });
+    ended_.push_back(std::move(*self));
+    threads_.erase(self);
+}
+
+void Dispatcher::joinEnded(Lock&) {
+    // at once: they have left the lock for the last time
+    for (std::thread& each : ended_)
+        each.join();
+    ended_.clear();
+}
+
+}  // namespace kelp::notification

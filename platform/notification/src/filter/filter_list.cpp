@@ -1,0 +1,106 @@
+#include "filter/filter_list.h"
+
+#include <kelp/orb/exception_text.h>
+#include <kelp/util/trace_log.h>
+
+namespace kelp::notification {
+
+namespace {
+/// An NMS that adds more is not one that selects events.
+constexpr std::size_t kFiltersMax = 100;
+/// Made before it is needed: an end must not fail for want of memory.
+const FilterList::Snapshot kNoFilters = std::make_shared<FilterList::Snapshot::element_type>();
+}  // namespace
+
+FilterList::Snapshot FilterList::current() const {
+    const std::lock_guard guard(mutex_);
+    return filters_;
+}
+
+CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter,
+                                          PortableServer::Servant servant) {
+    Entry entry;
+    entry.reference = CosNotifyFilter::Filter::_duplicate(filter);
+    entry.test = dynamic_cast<const EventTest*>(servant);
+    if (CORBA::is_nil(filter) || (servant != nullptr && entry.test == nullptr))
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    if (servant != nullptr) {
+        servant->_add_ref();
+        entry.keeper = servant;
+        entry.use = entry.test->use();
+    }
+    const std::lock_guard guard(mutex_);
+    if (filters_->size() >= kFiltersMax)
+        throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
+    const auto changed = std::make_shared<Filters>(*filters_);
+    (*changed)[++lastId_] = entry;
+    filters_ = changed;
+    return lastId_;
+}
+
+void FilterList::remove(CosNotifyFilter::FilterID id) {
+    const std::lock_guard guard(mutex_);
+    const auto changed = std::make_shared<Filters>(*filters_);
+    if (changed->erase(id) == 0)
+        throw CosNotifyFilter::FilterNotFound();
+    filters_ = changed;
+}
+
+CosNotifyFilter::Filter_ptr FilterList::get(CosNotifyFilter::FilterID id) const {
+    const auto filters = current();
+    const auto found = filters->find(id);
+    if (found == filters->end())
+        throw CosNotifyFilter::FilterNotFound();
+    return CosNotifyFilter::Filter::_duplicate(found->second.reference.in());
+}
+
+CosNotifyFilter::FilterIDSeq* FilterList::ids() const {
+    const auto filters = current();
+    CosNotifyFilter::FilterIDSeq_var ids = new CosNotifyFilter::FilterIDSeq;
+    ids->length(static_cast<CORBA::ULong>(filters->size()));
+    CORBA::ULong i = 0;
+    for (const auto& [id, filter] : *filters)
+        ids[i++] = id;
+    return ids._retn();
+}
+
+void FilterList::clear() {
+    Snapshot gone = kNoFilters;  // its filters may end with it, and must not do so under the lock
+    const std::lock_guard guard(mutex_);
+    filters_.swap(gone);
+}
+
+FilterList::Verdict FilterList::judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
+                                      Budget& budget) {
+    if (filters->empty())
+        return Verdict::NoFilter;
+    for (const auto& [id, filter] : *filters) {
+        try {
+            if (filter.test != nullptr && filter.test->passes(event, budget))
+                return Verdict::Passes;
+        } catch (const CORBA::Exception& failure) {
+            kelp::util::traceFrom("filterlist",
+                                  "a filter cannot be asked: " + kelp::orb::exceptionText(failure),
+                                  kelp::util::TraceKind::Exception);
+        }
+    }
+    return Verdict::Fails;
+}
+
+bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList::Snapshot& ofAdmin,
+                    const FilterList::Snapshot& ofProxy, const CosNotification::StructuredEvent& event,
+                    Budget& budget) {
+    using Verdict = FilterList::Verdict;
+    const bool isAnd = op == CosNotifyChannelAdmin::AND_OP;
+    const Verdict first = FilterList::judge(ofAdmin, event, budget);
+    if (first == Verdict::Fails && isAnd)
+        return false;
+    if (first == Verdict::Passes && !isAnd)
+        return true;
+    const Verdict second = FilterList::judge(ofProxy, event, budget);
+    if (second == Verdict::NoFilter)
+        return first != Verdict::Fails;
+    return second == Verdict::Passes;
+}
+
+}  // namespace kelp::notification

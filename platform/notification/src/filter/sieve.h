@@ -1,0 +1,73 @@
+#pragma once
+
+#include "delivery/event.h"
+#include "filter/filter_list.h"
+
+#include <cstddef>
+#include <deque>
+#include <mutex>
+#include <utility>
+
+namespace kelp::notification {
+
+/// The events that wait to be filtered for one consumer, in order. Events are put in one after the other and
+/// taken out by one thread at a time. Thread safe.
+class Sieve {
+  public:
+    /// An event with the filters that it came to.
+    struct Item {
+        EventPtr event{};
+        FilterList::Snapshot ofAdmin{};
+        FilterList::Snapshot ofProxy{};
+    };
+    enum class Way {
+        Straight,  ///< the event need not be filtered, and none waits before it
+        Begins,    ///< it waits, and work must be scheduled
+        Waits      ///< it waits, and work is scheduled
+    };
+    /// Where an event goes. One that does not find room takes the place of the one that has waited longest,
+    /// which is `lost` then.
+    Way put(Item item, std::size_t max, EventPtr& lost) {
+        const bool isFiltered = !item.ofAdmin->empty() || !item.ofProxy->empty();
+        const std::lock_guard guard(mutex_);
+        if (!isFiltered && !isAtWork_ && waiting_.empty())
+            return Way::Straight;
+        waiting_.push_back(std::move(item));
+        if (waiting_.size() > max) {
+            lost = std::move(waiting_.front().event);
+            waiting_.pop_front();
+        }
+        return std::exchange(isAtWork_, true) ? Way::Waits : Way::Begins;
+    }
+    /// The next event; one that is null ends the work.
+    Item take() {
+        const std::lock_guard guard(mutex_);
+        if (waiting_.empty()) {
+            isAtWork_ = false;
+            return {};
+        }
+        Item next = std::move(waiting_.front());
+        waiting_.pop_front();
+        return next;
+    }
+    /// The work could not be scheduled: the next event begins it.
+    void stopWork() {
+        const std::lock_guard guard(mutex_);
+        isAtWork_ = false;
+    }
+    std::size_t size() const {
+        const std::lock_guard guard(mutex_);
+        return waiting_.size();
+    }
+    void clear() {
+        const std::lock_guard guard(mutex_);
+        waiting_.clear();
+    }
+
+  private:
+    mutable std::mutex mutex_;  // guards what follows
+    std::deque<Item> waiting_;
+    bool isAtWork_ = false;
+};
+
+}  // namespace kelp::notification

@@ -1,0 +1,88 @@
+#include "types/change_notices.h"
+
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/trace_log.h>
+
+#include <algorithm>
+#include <exception>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "types/type_feed.h"
+
+namespace kelp::notification {
+
+namespace {
+
+void traceFailure(const std::string& what, const std::exception& failure) {
+    kelp::util::traceFrom("changenotices", what + failure.what(), kelp::util::TraceKind::Exception);
+}
+
+}  // namespace
+
+ChangeNotices::ChangeNotices(std::chrono::milliseconds callTimeout) : callTimeout_(callTimeout) {}
+
+ChangeNotices::~ChangeNotices() {
+    stop();
+}
+
+void ChangeNotices::schedule(std::shared_ptr<TypeFeed> feed) {
+    const Lock lock(mutex_);
+    if (stopping_)
+        return;
+    if (std::find(waiting_.begin(), waiting_.end(), feed) == waiting_.end())
+        waiting_.push_back(std::move(feed));
+    if (thread_.joinable()) {
+        work_.notify_one();
+        return;
+    }
+    try {
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error& failure) {
+        traceFailure("changes of event types are told with the next one: ", failure);
+    }
+}
+
+void ChangeNotices::close() {
+    std::deque<std::shared_ptr<TypeFeed>> forgotten;  // may end here, and must not do so under the lock
+    const Lock lock(mutex_);
+    stopping_ = true;
+    forgotten.swap(waiting_);
+    work_.notify_all();
+}
+
+void ChangeNotices::stop() {
+    close();
+    std::thread ending;
+    {
+        const Lock lock(mutex_);
+        ending.swap(thread_);
+    }
+    if (ending.joinable())
+        ending.join();
+}
+
+std::shared_ptr<TypeFeed> ChangeNotices::next() {
+    Lock lock(mutex_);
+    work_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
+    if (stopping_)
+        return nullptr;
+    std::shared_ptr<TypeFeed> feed = std::move(waiting_.front());
+    waiting_.pop_front();
+    return feed;
+}
+
+void ChangeNotices::run() {
+    while (std::shared_ptr<TypeFeed> feed = next()) {
+        try {
+            const kelp::orb::ScopedThreadTimeout limit(callTimeout_);
+            if (feed->tellNext())
+                schedule(std::move(feed));
+        } catch (const std::exception& failure) {
+            traceFailure("a change of event types was not told: ", failure);
+        }
+    }
+}
+
+}  // namespace kelp::notification

@@ -1,0 +1,45 @@
+#include "types/updates.h"
+
+#include <utility>
+
+namespace kelp::notification {
+
+using namespace CosNotifyChannelAdmin;
+
+CosNotification::EventTypeSeq* Updates::obtain(Mode mode) {
+    const std::lock_guard guard(mutex_);
+    TypeSet now = feed_->types();
+    CosNotification::EventTypeSeq_var told =
+        asSequence(mode == ALL_NOW_UPDATES_ON || mode == ALL_NOW_UPDATES_OFF ? now : TypeSet());
+    unfollow();
+    known_.reset();
+    if (mode == ALL_NOW_UPDATES_ON || mode == NONE_NOW_UPDATES_ON) {
+        known_ = std::move(now);
+        followIfWanted();
+    }
+    return told._retn();
+}
+
+void Updates::connect(TypeFeed::Peer peer) {
+    const std::lock_guard guard(mutex_);
+    peer_ = std::move(peer);
+    followIfWanted();
+}
+
+void Updates::close() {
+    const std::lock_guard guard(mutex_);
+    closed_ = true;
+    unfollow();
+}
+
+void Updates::followIfWanted() {
+    if (peer_ && known_ && !closed_)
+        follower_ = feed_->follow(*peer_, *known_);
+}
+
+void Updates::unfollow() {
+    if (follower_)
+        feed_->unfollow(*std::exchange(follower_, std::nullopt));
+}
+
+}  // namespace kelp::notification

@@ -1,0 +1,49 @@
+#include "chain/key_mark.h"
+
+#include <kelp/oplog/security_log.h>
+
+#include <exception>
+
+#include "chain/hash_chain.h"
+#include "database/log_file.h"
+
+namespace kelp::oplog {
+
+std::optional<std::string> markedKey(SQLite::Database& database) {
+    // the word stands in the text so that the index on these records is used
+    SQLite::Statement query(database, std::string("SELECT object FROM record WHERE operation = '") +
+                                          kKeyEvent + "' ORDER BY id DESC LIMIT 1");
+    if (!query.executeStep())
+        return std::nullopt;
+    return query.getColumn(0).getString();
+}
+
+std::string problemOfKey(const std::filesystem::path& database, const std::optional<std::string>& mark,
+                         const std::filesystem::path& keyFile, const AuditKey* key) {
+    const std::string made = "security log " + database.string() + " was made with ";
+    if (!mark || (key != nullptr && key->id() == *mark))
+        return "";
+    if (keyFile.empty())
+        return made + "a key, but no key file is given";
+    return key == nullptr ? made + "a key, but the file " + keyFile.string() + " is missing"
+                          : made + "another key than that in " + keyFile.string();
+}
+
+std::string problemOfAuditKey(const LogSettings& settings) {
+    std::shared_ptr<const AuditKey> key;
+    try {
+        key = AuditKey::read(settings.auditKeyFile);
+    } catch (const LogFailure& failure) {
+        return failure.what();
+    }
+    try {
+        if (std::error_code error; !std::filesystem::exists(settings.database, error))
+            return "";
+        const std::unique_ptr<SQLite::Database> opened = openForReading(settings.database, LogKind::Security);
+        return problemOfKey(settings.database, markedKey(*opened), settings.auditKeyFile, key.get());
+    } catch (const std::exception&) {
+        return "";  // the log itself says what is wrong with its database
+    }
+}
+
+}  // namespace kelp::oplog

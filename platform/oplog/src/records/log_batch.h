@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "records/packed_records.h"
+
+namespace kelp::oplog {
+
+/// What goes to the disk in one transaction: records, or a gap record alone.
+struct LogBatch {
+    std::vector<PackedRecords> pieces;
+    std::optional<LogEntry> gap;
+
+    std::size_t records() const {
+        std::size_t count = 0;
+        for (const PackedRecords& each : pieces)
+            count += each.count();
+        return count;
+    }
+    bool empty() const { return pieces.empty() && !gap; }
+};
+
+/// The batch's entries behind those that are there.
+void appendEntries(const LogBatch& batch, std::vector<LogEntry>& entries);
+
+}  // namespace kelp::oplog

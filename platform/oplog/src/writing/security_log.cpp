@@ -1,0 +1,61 @@
+#include <kelp/oplog/security_log.h>
+
+#include <utility>
+
+#include "records/entry_rules.h"
+#include "writing/log_writer.h"
+
+namespace kelp::oplog {
+
+namespace {
+
+constexpr std::chrono::milliseconds kBusy{2000};
+
+LogEntry entryOf(SecurityRecord record) {
+    LogEntry entry;
+    entry.time = entry.until = record.time;
+    entry.user = std::move(record.user);
+    entry.nmsAddress = std::move(record.nmsAddress);
+    entry.peer = std::move(record.peer);
+    entry.operation = textOf(record.event);
+    entry.object = std::move(record.object);
+    entry.outcome = std::move(record.outcome);
+    entry.detail = std::move(record.detail);
+    return entry;
+}
+
+}  // namespace
+
+SecurityLog::SecurityLog(const LogSettings& settings)
+    : writer_(std::make_unique<LogWriter>(settings, LogKind::Security)) {}
+
+SecurityLog::~SecurityLog() = default;
+
+bool SecurityLog::write(SecurityRecord record) noexcept {
+    return writer_->put(viewOf(entryOf(std::move(record))));
+}
+
+void SecurityLog::setRetention(const Retention& retention) {
+    writer_->setRetention(retention);
+}
+
+bool SecurityLog::flush(std::chrono::milliseconds deadline) {
+    return writer_->flush(deadline);
+}
+
+LogCounts SecurityLog::counts() const {
+    return writer_->counts();
+}
+
+void SecurityLog::stop() {
+    writer_->stop();
+}
+
+void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& record) {
+    std::vector<LogEntry> entries{entryOf(record)};
+    cut(entries.front());
+    LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError, settings.auditKeyFile)
+        .append(entries);
+}
+
+}  // namespace kelp::oplog

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "giop/arguments/argument_budget.h"
+#include "giop/arguments/argument_reader.h"
+#include "giop/arguments/type_table.h"
+
+namespace kelp::orb::giop {
+
+/// Reads one outermost TypeCode (CORBA 15.3.5.1) into a table. An indirection must lead to a type that began
+/// earlier within the same outermost TypeCode. One that leads to a type still open makes a recursive type;
+/// IDL has these only as elements of sequences and in valuetypes. Not thread safe.
+class TypeCodeReader {
+  public:
+    TypeCodeReader(TypeTable& table, ArgumentBudget& budget, std::uint32_t anyDepth)
+        : table_(table), budget_(budget), anyDepth_(anyDepth) {}
+
+    /// The place of the type in the table. Nothing when the budget has a verdict.
+    std::optional<std::uint32_t> read(ArgumentReader& reader);
+
+  private:
+    /// A type that began at an offset, for indirections to it.
+    struct Seen {
+        std::size_t offset;
+        std::uint32_t place;
+        std::uint32_t weight;     ///< types in it, those behind indirections included; 0: still open
+        std::uint64_t recursion;  ///< levels around it that types in it lead back to, one bit each
+        bool canRecur;            ///< a struct, exception, union or valuetype
+    };
+
+    std::optional<std::uint32_t> type(ArgumentReader& reader, bool mayRecur);
+    std::optional<std::uint32_t> indirection(ArgumentReader& reader, bool mayRecur);
+    std::optional<std::uint32_t> recursion(const Seen& target, bool mayRecur);
+    std::optional<std::uint32_t> repetition(const Seen& target);
+
+    // the parameters of the kinds; `own` is the type's place in seen_, `place` its place in the table
+    bool content(ArgumentReader& reader, std::uint32_t kind, std::size_t own);
+    bool encapsulated(ArgumentReader& reader, std::uint32_t kind, std::size_t own);
+    bool named(ArgumentReader& inside, std::uint32_t kind, std::size_t own);
+    bool alias(ArgumentReader& inside, std::size_t own);
+    bool elements(ArgumentReader& inside, bool isSequence, std::size_t own);
+    bool enumerators(ArgumentReader& inside);
+    bool members(ArgumentReader& inside, std::uint32_t place);
+    bool unionMembers(ArgumentReader& inside, std::uint32_t place);
+    bool valueMembers(ArgumentReader& inside, std::uint32_t place);
+
+    bool count(std::uint64_t types);
+    std::optional<std::uint32_t> refuse(ArgumentVerdict verdict);
+
+    TypeTable& table_;
+    ArgumentBudget& budget_;
+    const std::uint32_t anyDepth_;
+    std::uint64_t types_ = 0;
+    std::vector<Seen> seen_;         ///< in the order of their offsets
+    std::vector<std::size_t> open_;  ///< the types around this one: places in seen_
+};
+
+}  // namespace kelp::orb::giop

@@ -1,0 +1,114 @@
+#include "omniorb/calls/call_watch.h"
+
+#include <kelp/orb/timeouts.h>
+#include <kelp/util/threads.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <system_error>
+
+#include "trace.h"
+
+namespace kelp::orb {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// How often calls are looked at: a fraction of the limit, and seldom enough to cost nothing.
+milliseconds pauseFor(milliseconds limit) {
+    return std::clamp(limit / 10, milliseconds(5), milliseconds(100));
+}
+
+}  // namespace
+
+CallWatch::Connection::Connection(int descriptor) : descriptor_(descriptor) {
+    CallWatch::instance().enter(*this);
+}
+
+CallWatch::Connection::~Connection() {
+    CallWatch::instance().leave(*this);
+}
+
+CallWatch& CallWatch::instance() {
+    // connections may outlive main
+    static auto* const watch = new CallWatch;
+    return *watch;
+}
+
+void CallWatch::enter(Connection& connection) {
+    const std::lock_guard guard(mutex_);
+    connection.since_ = Clock::now();
+    connections_.insert(&connection);
+}
+
+void CallWatch::leave(Connection& connection) {
+    const std::lock_guard guard(mutex_);
+    connections_.erase(&connection);
+}
+
+void CallWatch::limit(milliseconds limit) {
+    const std::lock_guard control(control_);
+    {
+        const std::lock_guard guard(mutex_);
+        const Clock::time_point now = Clock::now();
+        for (Connection* each : connections_) {
+            each->since_ = now;
+            each->seenCall_ = each->call_;
+        }
+        limit_ = std::max(limit, milliseconds(1));
+        changed_.notify_all();
+    }
+    if (thread_.joinable())
+        return;
+    try {
+        thread_ = util::startThread("call limit", [this] { run(); });
+    } catch (const std::system_error& failure) {
+        traceException(std::string("no thread for the limit of calls: ") + failure.what());
+    }
+}
+
+void CallWatch::lift() {
+    const std::lock_guard control(control_);
+    {
+        const std::lock_guard guard(mutex_);
+        limit_ = milliseconds(0);
+        changed_.notify_all();
+    }
+    if (thread_.joinable())
+        thread_.join();
+}
+
+void CallWatch::run() {
+    std::unique_lock lock(mutex_);
+    while (limit_ > milliseconds(0)) {
+        look(Clock::now());
+        changed_.wait_for(lock, pauseFor(limit_));
+    }
+    connecting_.forget();
+}
+
+void CallWatch::look(Clock::time_point now) {
+    for (Connection* each : connections_) {
+        const unsigned call = each->call_.load(std::memory_order_relaxed);
+        if (call != each->seenCall_) {
+            each->seenCall_ = call;
+            each->since_ = now;
+        }
+        // the lock keeps the descriptor open: whoever closes it leaves first
+        if (now - each->since_ >= limit_ && each->isWaiting_.load(std::memory_order_relaxed) &&
+            each->descriptor_ >= 0)
+            ::shutdown(each->descriptor_, SHUT_RDWR);
+    }
+    connecting_.shutOlderThan(limit_, now);
+}
+
+void limitAllCalls(milliseconds limit) {
+    CallWatch::instance().limit(limit);
+}
+
+void liftCallLimit() {
+    CallWatch::instance().lift();
+}
+
+}  // namespace kelp::orb

@@ -1,0 +1,135 @@
+#include "omniorb/requests/callers.h"
+
+#include <kelp/orb/orb.h>
+
+#include <mutex>
+
+namespace kelp::orb {
+
+namespace {
+
+using PortableServer::POAManager;
+
+/// The POA of well-known keys has a manager of its own. It follows what callers are told for the root's, so
+/// that a well-known key is no way in before the rest is ready.
+class KeyGate {
+  public:
+    static KeyGate& instance() {
+        static KeyGate* gate = new KeyGate;
+        return *gate;
+    }
+
+    void reset() {
+        const std::lock_guard<std::mutex> guard(lock_);
+        open_ = false;
+        manager_ = POAManager::_nil();
+    }
+
+    void setOpen(bool open) {
+        {
+            const std::lock_guard<std::mutex> guard(lock_);
+            open_ = open;
+        }
+        settle();
+    }
+
+    void setManager(PortableServer::POAManager_ptr manager) {
+        {
+            const std::lock_guard<std::mutex> guard(lock_);
+            manager_ = POAManager::_duplicate(manager);
+        }
+        settle();
+    }
+
+  private:
+    /// Brings the manager to the wanted state; again when that changed meanwhile, as the ORB is called
+    /// without the lock.
+    void settle() {
+        bool wanted = false;
+        PortableServer::POAManager_var manager;
+        while (differs(wanted, manager)) {
+            if (wanted)
+                manager->activate();
+            else
+                manager->hold_requests(false);
+        }
+    }
+
+    /// True, with state and manager to set, while the manager's state is not the wanted one.
+    bool differs(bool& wanted, PortableServer::POAManager_var& manager) {
+        {
+            const std::lock_guard<std::mutex> guard(lock_);
+            wanted = open_;
+            manager = POAManager::_duplicate(manager_.in());
+        }
+        if (CORBA::is_nil(manager.in()))
+            return false;
+        const POAManager::State state = manager->get_state();
+        if (state == POAManager::INACTIVE)
+            return false;
+        return state != (wanted ? POAManager::ACTIVE : POAManager::HOLDING);
+    }
+
+    std::mutex lock_;
+    bool open_ = false;
+    PortableServer::POAManager_var manager_;
+};
+
+PortableServer::POA_ptr keyPoa(CORBA::ORB_ptr orb) {
+    const CORBA::Object_var object = orb->resolve_initial_references("omniINSPOA");
+    return PortableServer::POA::_narrow(object.in());
+}
+
+}  // namespace
+
+void resetCallers() {
+    KeyGate::instance().reset();
+}
+
+void holdCallers(PortableServer::POAManager_ptr manager) {
+    KeyGate::instance().setOpen(false);
+    try {
+        manager->hold_requests(true);
+    } catch (const CORBA::BAD_INV_ORDER&) {
+        // from inside a call, which would wait for itself
+        manager->hold_requests(false);
+    }
+}
+
+void letCallersThrough(PortableServer::POAManager_ptr manager) {
+    manager->activate();
+    KeyGate::instance().setOpen(true);
+}
+
+void publishKey(CORBA::ORB_ptr orb, const std::string& key, PortableServer::Servant servant,
+                CORBA::Object_ptr) {
+    if (CORBA::is_nil(orb) || servant == nullptr || key.empty())
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    const PortableServer::POA_var poa = keyPoa(orb);
+    const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId(key.c_str());
+    try {
+        poa->activate_object_with_id(id.in(), servant);
+    } catch (const PortableServer::POA::ObjectAlreadyActive&) {
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    } catch (const PortableServer::POA::ServantAlreadyActive&) {
+        throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
+    }
+    const PortableServer::POAManager_var manager = poa->the_POAManager();
+    KeyGate::instance().setManager(manager.in());
+}
+
+void withdrawKey(CORBA::ORB_ptr orb, const std::string& key) {
+    if (CORBA::is_nil(orb) || key.empty())
+        return;
+    try {
+        const PortableServer::POA_var poa = keyPoa(orb);
+        const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId(key.c_str());
+        poa->deactivate_object(id.in());
+    } catch (const PortableServer::POA::ObjectNotActive&) {
+        // nobody published it, or it was withdrawn before
+    } catch (const CORBA::SystemException&) {
+        // the ORB has been shut down, and every key with it
+    }
+}
+
+}  // namespace kelp::orb

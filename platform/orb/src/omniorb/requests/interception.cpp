@@ -1,0 +1,173 @@
+#include "omniorb/requests/interception.h"
+
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/poas.h>
+#include <omniORB4/callDescriptor.h>
+#include <omniORB4/omniInterceptors.h>
+
+// the object key of a request is only in the ORB's internal headers, whose order matters
+// clang-format off
+#include <omniORB4/IOP_S.h>
+#include <omniORB4/internal/giopStrand.h>
+#include <omniORB4/internal/giopStream.h>
+#include <omniORB4/internal/giopStreamImpl.h>
+#include <omniORB4/internal/GIOP_S.h>
+// clang-format on
+
+#include <atomic>
+#include <exception>
+#include <string_view>
+
+#include "port_state.h"
+#include "request_record.h"
+#include "trace.h"
+#include "omniorb/requests/interceptor_list.h"
+#include "omniorb/requests/locating.h"
+#include "omniorb/requests/object_key.h"
+#include "omniorb/requests/reply_check.h"
+#include "omniorb/tls.h"
+
+namespace kelp::orb {
+
+namespace {
+
+using Interceptors = omni::omniInterceptors;
+
+std::atomic<RequestHook*> theHook{nullptr};
+
+/// Calls the hook so that nothing but a system exception comes out: anything else would end the connection.
+template <class Call>
+void callHook(const char* point, Call call) {
+    try {
+        call();
+        return;
+    } catch (const CORBA::SystemException&) {
+        throw;
+    } catch (const CORBA::Exception& ex) {
+        traceException(std::string(point) + " raised " + exceptionText(ex));
+    } catch (const std::exception& ex) {
+        traceException(std::string(point) + " threw: " + ex.what());
+    } catch (...) {
+        traceException(std::string(point) + " threw something unknown");
+    }
+    throw CORBA::UNKNOWN(0, CORBA::COMPLETED_NO);
+}
+
+/// A well-known key is the id alone. A key of another form belongs to no POA below the root.
+RequestRecord::Target targetOfKey(std::string_view octets) {
+    const ObjectKey key = ObjectKey::of(octets);
+    std::string_view path = key.poaPath;
+    RequestRecord::Target target;
+    target.topPoaName = ObjectKey::takeName(path);
+    target.childPoaName = ObjectKey::takeName(path);
+    if (!key.poaPath.empty())
+        target.objectId = key.objectId;
+    else if (!key.hasTransientMark && !octets.empty() && octets.front() != '\xff')
+        target.objectId = octets;
+    return target;
+}
+
+std::string_view keyOf(omni::GIOP_S& request) {
+    // a request may also address its target by a whole profile; then there is no key, and no object is found
+    const int size = request.keysize();
+    const CORBA::Octet* const octets = request.key();
+    if (size < 0 || octets == nullptr)
+        return {};
+    return {reinterpret_cast<const char*>(octets), static_cast<std::size_t>(size)};
+}
+
+/// The request that reached no servant has been answered, or will never be.
+void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
+    RequestHook* const hook = theHook.load();
+    if (const RequestInfo* const request = requests.waiting(); request != nullptr && hook != nullptr)
+        hook->undelivered(*request, answer);
+    requests.drop();
+}
+
+CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
+    ThreadRequests& requests = ThreadRequests::ofThisThread();
+    endUndelivered(requests, nullptr);
+    ReplyCheck::begin(info.giop_s);
+    RequestRecord& record = requests.arrive();
+    const std::string_view key = keyOf(info.giop_s);
+    record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key, targetOfKey);
+    if (RequestHook* const hook = theHook.load(); hook != nullptr) {
+        try {
+            callHook("request hook, received,", [&] { hook->received(record); });
+        } catch (...) {
+            requests.drop();
+            throw;
+        }
+    }
+    if (!isOfThisLife(key))
+        throw unknownObject();
+    return true;
+}
+
+/// Runs the servant. What it answers is replaced by DATA_CONVERSION if the client's code set cannot hold it.
+void serve(omniCallDescriptor& call, omniServant* servant) {
+    try {
+        call.interceptedCall(servant);
+    } catch (const CORBA::UserException& answer) {
+        ReplyCheck::requireWritable(answer);
+        throw;
+    }
+    ReplyCheck::requireWritable(call);
+}
+
+void onUpcall(omniCallDescriptor* call, omniServant* servant) {
+    if (!call->is_upcall()) {
+        call->interceptedCall(servant);
+        return;
+    }
+    ThreadRequests& requests = ThreadRequests::ofThisThread();
+    // a POA whose servants run on another thread than the one that read the request: never pass the hook by
+    if (!requests.hasArrived()) {
+        const CORBA::ORB_var orb = PortState::instance().orb();
+        requests.arrive().assign(call->op(), nullptr, {currentTopPoaName(orb.in()), {}, {}});
+    }
+    const ThreadRequests::Serving serving(requests);
+    RequestHook* hook = theHook.load();
+    if (hook == nullptr) {
+        serve(*call, servant);
+        return;
+    }
+    callHook("request hook, dispatching,", [&] { hook->dispatching(serving.request()); });
+    try {
+        serve(*call, servant);
+    } catch (const CORBA::Exception& raised) {
+        hook->finished(serving.request(), &raised);
+        throw;
+    } catch (...) {
+        const CORBA::UNKNOWN unknown;
+        hook->finished(serving.request(), &unknown);
+        throw;
+    }
+    hook->finished(serving.request(), nullptr);
+}
+
+CORBA::Boolean onReply(Interceptors::serverSendReply_T::info_T&) {
+    ReplyCheck::forget();
+    ThreadRequests::ofThisThread().drop();
+    return true;
+}
+
+CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
+    ReplyCheck::forget();
+    endUndelivered(ThreadRequests::ofThisThread(), info.exception);
+    return true;
+}
+
+}  // namespace
+
+void interceptRequests(RequestHook* hook) {
+    theHook = hook;
+    answerLocateRequestsTruly();
+    Interceptors* interceptors = omniORB::getInterceptors();
+    addOnce(interceptors->serverReceiveRequest, onReceived);
+    addOnce(interceptors->invokeLocalCall, onUpcall);
+    addOnce(interceptors->serverSendReply, onReply);
+    addOnce(interceptors->serverSendException, onException);
+}
+
+}  // namespace kelp::orb

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "app/interrupts.h"
+
+#include <utility>
+
+namespace kelp::nms {
+
+/// A handler of interrupts for the length of a scope.
+class Handling {
+  public:
+    Handling(Interrupts& interrupts, Interrupts::Handler handler, std::function<void()> lastWords = nullptr)
+        : interrupts_(interrupts) {
+        interrupts_.setHandler(std::move(handler), std::move(lastWords));
+    }
+    ~Handling() { interrupts_.setHandler(nullptr); }
+    Handling(const Handling&) = delete;
+    Handling& operator=(const Handling&) = delete;
+
+  private:
+    Interrupts& interrupts_;
+};
+
+}  // namespace kelp::nms

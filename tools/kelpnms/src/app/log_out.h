@@ -1,0 +1,14 @@
+#pragma once
+
+#include "app/report.h"
+
+#include <kelp/nms/session.h>
+
+#include <chrono>
+
+namespace kelp::nms {
+
+/// Ends the session and waits, at most `limit`, until the EMS no longer knows it. Throws NmsError.
+void logOut(NmsSession& session, std::chrono::milliseconds limit, Report& report);
+
+}  // namespace kelp::nms

@@ -1,0 +1,70 @@
+#include "app/commands.h"
+#include "common/hidden_input.h"
+#include "app/exit_codes.h"
+#include "app/password.h"
+
+#include <kelp/util/core_dumps.h>
+#include <kelp/util/trace_log.h>
+
+namespace {
+
+using namespace kelp::nms;
+
+/// The ORB's own diagnostics are for those who ask for them.
+void openTrace(bool verbose) {
+    kelp::util::TraceSettings settings;
+    settings.console = verbose;
+    std::string whyNot;
+    if (!kelp::util::TraceLog::instance().open(settings, whyNot))
+        Report::error(whyNot);
+}
+
+int run(const Options& options, const std::string& password) {
+    Interrupts interrupts;
+    openTrace(options.verbose);
+    const auto report = std::make_shared<Report>(options.json, options.verbose);
+    try {
+        return runCommand(options, password, report, interrupts);
+    } catch (const CannotListen& problem) {
+        Report::error(problem.what());
+        return kUsageError;
+    } catch (const Unreachable& problem) {
+        Report::error(problem.what());
+        return kNotReachable;
+    } catch (const LoginRefused& problem) {
+        Report::error(problem.what());
+        return kLoginRefused;
+    } catch (const NmsError& problem) {
+        Report::error(problem.what());
+        return kCallFailed;
+    } catch (const std::invalid_argument& problem) {
+        Report::error(problem.what());
+        return kUsageError;
+    } catch (const std::exception& problem) {
+        Report::error(std::string("internal error: ") + problem.what());
+        return kInternalError;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    kelp::util::setCoreDumps(false);  // it keeps a password to log in again
+    int exitCode = kDone;
+    const auto options = parseOptions(argc, argv, exitCode);
+    if (!options)
+        return exitCode;
+    if (options->command == Command::Find)
+        return run(*options, {});
+    // read before the first thread starts, so that a signal can put the terminal right
+    try {
+        const kelp::util::Secret password = readPassword(options->passwordFile, options->user);
+        return run(*options, password.text());
+    } catch (const NoPassword& problem) {
+        Report::error(problem.what());
+        return kUsageError;
+    } catch (const kelp::tools::InputInterrupted& problem) {
+        Report::error(problem.what());
+        return 128 + problem.signal();
+    }
+}

@@ -1,0 +1,235 @@
+#include "app/options.h"
+
+#include "app/exit_codes.h"
+#include "app/list_commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fstream>
+#include <iostream>
+
+namespace kelp::nms {
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  kelpnms find
+  kelpnms --user demo --password-file pw managers
+  KELPNMS_PASSWORD=secret kelpnms --user demo ems --capabilities --json
+  kelpnms --naming corbaloc:iiop:1.2@ems.example.net:4801/NameService --user demo watch --for 60
+  kelpnms --user demo --password-file pw events
+  kelpnms --naming ems.example.net:4844 --tls-ca ca.pem --tls-key nms.pem --user demo --password-file pw events
+  kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
+  kelpnms --user demo --password-file pw ports NE-1 --format csv
+  kelpnms --user demo --password-file pw dump network.jsonl
+
+Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
+
+Exit codes:
+  0  done
+  1  internal error
+  2  wrong usage, no password, or --listen names an address that cannot be listened on
+  3  the naming service or the EMS cannot be reached, or no single session factory was found
+  4  the EMS refused the log-in
+  5  a call on the session or a manager failed
+  6  the EMS ended the session (events: only with --no-reconnect), or --for ran out before --count pings or events
+     came
+  7  the EMS does not have the manager that the command needs
+  8  elements, ports, equipment, links, dump: all was read, but what came may not be all: standard error says why
+  9  the output could not be written
+  128 + the signal's number: interrupted at the password prompt or while a list was read, or the EMS did not answer
+     the log-out in time)";
+
+constexpr const char* kEventsFooter =
+    R"(Each event is a line: time of arrival, perceivedSeverity, type, object, probable cause, text. On a terminal the
+table fits its width and the severity gives the colour (NO_COLOR switches that off); elsewhere nothing is cut.
+With --json each line is a JSON object: an event has "type" and "fields", a notice has "event". Notices begin
+with *** and say what may be missing:
+
+  eventLossOccurred, eventLossCleared, alarmLossOccurred
+      What the EMS reports to this NMS's session object. It may concern events of this NMS or of another.
+  (duplicate), in JSON "duplicate": true
+      The same notificationId with the same content has come before: the EMS was not sure that it had arrived
+      and sent it again. --count counts it once. Another event under a used id is no duplicate, as the standard
+      does not promise unique ids. The newest 10000 events of a connection are compared, heartbeats never.
+  notificationIdWentBack
+      The id is a smaller number than the one before it: the EMS counts anew, or events have overtaken each
+      other. Ids that are left out mean nothing: filters and other consumers' events take them.
+  connectionLost
+      The EMS ended the session, its event channel disconnected this consumer, the session no longer answers
+      (it is pinged every 5 s), or a heartbeat is overdue: no event of any kind came for the heartbeats'
+      interval and half of it again, at least 2 s more. The interval is --heartbeat-interval, or the time
+      between the first two heartbeats of a connection; with neither, silence means nothing. A --filter must let
+      the heartbeats through for that.
+  reconnecting, reconnectFailed, reconnected
+      It logs in again and connects with the same filter after 1 s, then with pauses that double up to 30 s.
+      What the EMS sent in the meantime has not arrived.
+
+After a loss and after a reconnect you are told to resynchronise: read the active alarms, and what else you keep
+of the EMS, anew.
+
+Ctrl-C and SIGTERM disconnect from the channel and end the session, at any moment; a second one ends at once.)";
+
+constexpr double kSecondsMax = 86400;
+
+std::chrono::milliseconds milliseconds(double seconds) {
+    return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+}
+
+/// "host:port" means the naming service there.
+std::string namingText(const std::string& text, bool overTls) {
+    const bool hasScheme = text.rfind("IOR:", 0) == 0 || text.rfind("corba", 0) == 0;
+    const std::string protocol = overTls ? "ssliop" : "iiop";
+    return hasScheme ? text : "corbaloc:" + protocol + ":1.2@" + text + "/NameService";
+}
+
+std::string firstWord(const std::string& file) {
+    std::ifstream in(file);
+    std::string word;
+    if (!(in >> word))
+        throw CLI::ValidationError("--ior", "no reference in " + file);
+    return word;
+}
+
+/// The values as they stand on the command line, before they are given a meaning.
+struct Raw {
+    std::string naming = "127.0.0.1:4801";
+    std::string iorFile;
+    double timeout = 30;
+    double duration = 0;
+    double heartbeatInterval = 0;
+    unsigned pings = 1;
+    unsigned watchCount = 0;
+};
+
+void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
+    app.add_option("--naming", raw.naming, "Naming service: corbaloc, IOR, or HOST:PORT")
+        ->capture_default_str();
+    auto* factory =
+        app.add_option("--factory", options.factoryPath,
+                       "Stringified name of the session factory, when the naming service holds several");
+    app.add_option("--ior", raw.iorFile,
+                   "File with the session factory's reference; no naming service is asked")
+        ->check(CLI::ExistingFile)
+        ->excludes(factory);
+    app.add_option("-u,--user", options.user, "User to log in as")->envname("KELPNMS_USER");
+    app.add_option("--password-file", options.passwordFile, "File whose first line is the password")
+        ->check(CLI::ExistingFile);
+    app.add_option(
+        "--listen", options.listen,
+        "HOST:PORT where the EMS calls back; default: this host's address towards the naming service, any "
+        "port");
+    auto* authorities =
+        app.add_option("--tls-ca", options.tlsAuthorities,
+                       "Speak TLS and nothing else: PEM file with the authorities of the EMS's certificate")
+            ->check(CLI::ExistingFile);
+    auto* key = app.add_option("--tls-key", options.tlsKeyFile,
+                               "PEM file with this NMS's private key and certificate")
+                    ->check(CLI::ExistingFile)
+                    ->needs(authorities);
+    authorities->needs(key);
+    app.add_option("--tls-key-password-file", options.tlsKeyPasswordFile,
+                   "File whose first line is the private key's password")
+        ->check(CLI::ExistingFile)
+        ->needs(key);
+    auto* name = app.add_option("--tls-name", options.tlsName,
+                                "Name or address that the certificates of naming service and EMS must show; "
+                                "default: the host that is called")
+                     ->needs(key);
+    app.add_flag("!--no-tls-name-check", options.tlsChecksName,
+                 "Accept a certificate of the right authority whatever name it shows")
+        ->needs(key)
+        ->excludes(name);
+    app.add_option(
+           "--timeout", raw.timeout,
+           "Limit of every call, and of the wait for a session factory that is not registered yet (find does "
+           "not wait), seconds")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, kSecondsMax));
+    app.add_flag("--json", options.json, "Answer in JSON");
+    app.add_flag("-v,--verbose", options.verbose, "Tell each step on standard error");
+}
+
+void addCommands(CLI::App& app, Options& options, Raw& raw) {
+    const auto command = [&](const char* name, const char* what, Command which) {
+        return app.add_subcommand(name, what)->callback([&options, which] { options.command = which; });
+    };
+    command("find", "Find the session factory and tell its name, address and version; no log-in",
+            Command::Find);
+    command("managers", "Log in and list the EMS's managers", Command::Managers);
+
+    auto* ping = command("ping", "Log in and ping the EMS", Command::Ping);
+    ping->add_option("--count", raw.pings, "How often")
+        ->capture_default_str()
+        ->check(CLI::Range(1u, 1000000u));
+
+    auto* ems = command("ems", "Log in and show what the EMS says of itself (getEMS)", Command::Ems);
+    ems->add_flag("--capabilities", options.capabilities, "Also the manager's operations (getCapabilities)");
+
+    auto* watch =
+        command("watch", "Stay logged in and show each call of the EMS until Ctrl-C", Command::Watch);
+    watch->add_option("--count", raw.watchCount, "Leave after so many pings")
+        ->check(CLI::Range(1u, 1000000u));
+    watch->add_option("--for", raw.duration, "Leave after so many seconds")
+        ->check(CLI::Range(0.1, kSecondsMax));
+
+    auto* events =
+        command("events", "Stay logged in and show each event of the EMS until Ctrl-C", Command::Events);
+    events->add_option("--filter", options.filter,
+                       "Constraint (extended trader constraint language) that the EMS selects by");
+    events->add_flag("--sequence", options.sequences, "Get events in batches");
+    events->add_option("--count", raw.watchCount, "Leave after so many events")
+        ->check(CLI::Range(1u, 1000000000u));
+    events->add_option("--for", raw.duration, "Leave after so many seconds")
+        ->check(CLI::Range(0.1, kSecondsMax));
+    events
+        ->add_option("--heartbeat-interval", raw.heartbeatInterval,
+                     "Seconds between the EMS's heartbeats; default: learned from the first two")
+        ->check(CLI::Range(0.5, kSecondsMax));
+    events->add_flag("!--no-reconnect", options.reconnect,
+                     "Fail when the events end, instead of logging in again");
+    events->footer(kEventsFooter);
+    addListCommands(app, options);
+}
+
+}  // namespace
+
+std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
+    Options options;
+    Raw raw;
+    CLI::App app{"An NMS on the command line: logs in to an EMS over TMF 814 and uses the session.",
+                 "kelpnms"};
+    app.footer(kFooter);
+    app.set_version_flag("--version", "kelpnms " KELP_VERSION);
+    app.fallthrough();
+    app.require_subcommand(1);
+    addCommonOptions(app, options, raw);
+    addCommands(app, options, raw);
+    try {
+        app.parse(argc, argv);
+        if (!raw.iorFile.empty())
+            options.factoryReference = firstWord(raw.iorFile);
+        if (options.command != Command::Find && options.user.empty())
+            throw CLI::RequiredError("--user");
+    } catch (const CLI::Success& help) {
+        exitCode = app.exit(help);
+        return std::nullopt;
+    } catch (const CLI::ParseError& problem) {
+        std::cerr << "kelpnms: " << problem.what() << " (see kelpnms --help)\n";
+        exitCode = kUsageError;
+        return std::nullopt;
+    }
+    if (options.json)
+        options.lists.format = Format::Json;
+    options.naming = namingText(raw.naming, !options.tlsAuthorities.empty());
+    options.timeout = milliseconds(raw.timeout);
+    const bool isWatching = options.command == Command::Watch || options.command == Command::Events;
+    options.count = isWatching ? raw.watchCount : raw.pings;
+    if (raw.duration > 0)
+        options.duration = milliseconds(raw.duration);
+    if (raw.heartbeatInterval > 0)
+        options.heartbeatInterval = milliseconds(raw.heartbeatInterval);
+    return options;
+}
+
+}  // namespace kelp::nms

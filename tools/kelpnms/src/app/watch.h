@@ -1,0 +1,45 @@
+#pragma once
+
+#include "app/options.h"
+#include "app/report.h"
+
+#include <kelp/nms/listener.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+namespace kelp::nms {
+
+/// Shows the EMS's calls as they come and knows when there has been enough to see.
+class Watch : public NmsListener {
+  public:
+    enum class End { Enough, Interrupted, EndedByEms, TimeOver };
+
+    Watch(std::shared_ptr<Report> report, unsigned pingsWanted)
+        : report_(std::move(report)), wanted_(pingsWanted) {}
+
+    void pinged() override;
+    void sessionEnded() override;
+    void eventLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void eventLossCleared(const std::string& endTime) override;
+    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+
+    void interrupt();
+    bool endedByEms();
+    /// Waits for the wanted number of pings, an interruption, the end of the session, or, if given, `limit`.
+    End wait(std::optional<std::chrono::milliseconds> limit);
+
+  private:
+    void finish(End end);
+
+    const std::shared_ptr<Report> report_;
+    const unsigned wanted_;  ///< 0: no number
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    unsigned pings_ = 0;      ///< guarded by mutex_
+    std::optional<End> end_;  ///< guarded by mutex_
+};
+
+}  // namespace kelp::nms

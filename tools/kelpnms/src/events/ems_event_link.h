@@ -1,0 +1,33 @@
+#pragma once
+
+#include "events/event_follower.h"
+#include "app/report.h"
+
+#include <kelp/nms/client.h>
+#include <kelp/nms/event_stream.h>
+
+#include <chrono>
+#include <memory>
+
+namespace kelp::nms {
+
+/// A session at an EMS with a consumer at its event channel.
+class EmsEventLink final : public EventLink {
+  public:
+    /// Takes the log-in over and connects. Throws what EventStream throws.
+    EmsEventLink(std::unique_ptr<NmsSession> session, PortableServer::POA_ptr poa, const EventWish& wish,
+                 std::shared_ptr<EventListener> listener, std::chrono::milliseconds logOutLimit,
+                 std::shared_ptr<Report> report);
+    ~EmsEventLink() override;
+
+    void check() override { session_->ping(); }
+    void leave() override;
+
+  private:
+    const std::shared_ptr<Report> report_;
+    const std::chrono::milliseconds logOutLimit_;
+    const std::unique_ptr<NmsSession> session_;
+    std::unique_ptr<EventStream> events_;
+};
+
+}  // namespace kelp::nms

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "text/clock_text.h"
+#include "events/event_record.h"
+#include "app/notice.h"
+
+#include <functional>
+#include <string>
+
+namespace kelp::nms {
+
+/// Writes events and notices, a line each: a table, or JSON. Not thread safe.
+class EventReport {
+  public:
+    struct Surroundings {
+        bool json = false;
+        bool colours = false;               ///< never with json
+        std::function<unsigned()> width;    ///< columns of the terminal now; 0: none
+        std::function<WallTime()> wallNow;  ///< this host's time
+        std::function<void(const std::string&)> write;
+    };
+
+    explicit EventReport(Surroundings surroundings) : to_(std::move(surroundings)) {}
+
+    /// The table's header.
+    void begin();
+    void event(const EventRecord& event, bool isDuplicate);
+    void notice(const Notice& notice);
+
+  private:
+    std::string timeFor(unsigned width) const;
+
+    const Surroundings to_;
+};
+
+}  // namespace kelp::nms

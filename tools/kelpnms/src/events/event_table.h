@@ -1,0 +1,31 @@
+#pragma once
+
+#include "events/event_cells.h"
+
+#include <string>
+
+namespace kelp::nms {
+
+/// Lays events out in columns whose widths depend on nothing but the width of the whole.
+class EventTable {
+  public:
+    /// For a terminal of so many columns, which no line exceeds; 0 for what is none: then nothing is cut.
+    explicit EventTable(unsigned width);
+
+    std::string header() const;
+    std::string row(const EventCells& cells) const;
+    /// Whether the time's column has room for the day.
+    bool showsDay() const { return widths_.time >= 14; }
+
+  private:
+    struct Widths {
+        std::size_t time, severity, type, object, cause;
+    };
+    static Widths widthsFor(std::size_t width);
+    std::string cell(const std::string& text, std::size_t width) const;
+
+    const std::size_t width_;
+    const Widths widths_;
+};
+
+}  // namespace kelp::nms

@@ -1,0 +1,99 @@
+#include "events/event_view.h"
+
+#include <cmath>
+
+namespace kelp::nms {
+
+namespace {
+
+/// To a tenth.
+double inSeconds(std::chrono::milliseconds duration) {
+    return std::round(std::chrono::duration<double>(duration).count() * 10) / 10;
+}
+
+constexpr const char* kLossGoesOn =
+    "events may be missing from here on, of this NMS or another: resynchronise when the loss is over";
+
+}  // namespace
+
+void EventView::show(const EventRecord& event) {
+    // an event is shown before the next one is counted, so that the last one is the last line
+    const std::lock_guard lock(mutex_);
+    if (wanted_ != 0 && shown_ >= wanted_)
+        return;
+    const GapDetector::Judgement judgement = gaps_.eventCame(event, Clock::now());
+    for (const Notice& notice : judgement.notices)
+        report_.notice(notice);
+    report_.event(event, judgement.isDuplicate);
+    if (!judgement.isDuplicate && ++shown_ == wanted_)
+        whenEnough_();
+}
+
+void EventView::tell(const Notice& notice) {
+    const std::lock_guard lock(mutex_);
+    report_.notice(notice);
+}
+
+void EventView::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
+    tell({"eventLossOccurred", {{"startTime", startTime}, {"notificationId", notificationId}}, kLossGoesOn});
+}
+
+void EventView::eventLossCleared(const std::string& endTime) {
+    tell({"eventLossCleared", {{"endTime", endTime}}, kResynchronise});
+}
+
+void EventView::alarmLossOccurred(const std::string& startTime, const std::string& notificationId) {
+    tell({"alarmLossOccurred",
+          {{"startTime", startTime}, {"notificationId", notificationId}},
+          kResynchronise});
+}
+
+void EventView::connecting() {
+    const std::lock_guard lock(mutex_);
+    gaps_.connecting();
+}
+
+void EventView::connected() {
+    const std::lock_guard lock(mutex_);
+    gaps_.silenceBegins(Clock::now());
+    if (!hasBegun_)
+        report_.begin();
+    hasBegun_ = true;
+}
+
+void EventView::lost(const std::string& why) {
+    tell({"connectionLost", {{"reason", why}}, ""});
+}
+
+void EventView::pausing(std::chrono::milliseconds pause) {
+    tell({"reconnecting", {{"inSeconds", inSeconds(pause)}}, ""});
+}
+
+void EventView::failed(const std::string& why) {
+    tell({"reconnectFailed", {{"reason", why}}, ""});
+}
+
+void EventView::reconnected(std::chrono::milliseconds away) {
+    tell({"reconnected", {{"awaySeconds", inSeconds(away)}}, kResynchronise});
+}
+
+void EventView::notLeft(const std::string& why) {
+    tell({"logOutFailed", {{"reason", why}}, "the EMS ends the session when this NMS answers no more pings"});
+}
+
+std::optional<EventView::Clock::time_point> EventView::overdueAt() {
+    const std::lock_guard lock(mutex_);
+    return gaps_.overdueAt();
+}
+
+void EventView::stoodStill() {
+    const std::lock_guard lock(mutex_);
+    gaps_.silenceBegins(Clock::now());
+}
+
+EventView::Clock::time_point EventView::lastSign() {
+    const std::lock_guard lock(mutex_);
+    return gaps_.lastSign();
+}
+
+}  // namespace kelp::nms

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "events/event_follower.h"
+#include "events/event_report.h"
+#include "events/gap_detector.h"
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace kelp::nms {
+
+/// Shows events, losses and gaps as they come and knows when there have been enough events. Its operations
+/// may be called from any thread.
+class EventView : public FollowObserver {
+  public:
+    /// `whenEnough` is called after so many events, those that came twice counted once; 0: no number.
+    EventView(EventReport report, GapDetector gaps, unsigned wanted, std::function<void()> whenEnough)
+        : report_(std::move(report)),
+          gaps_(std::move(gaps)),
+          wanted_(wanted),
+          whenEnough_(std::move(whenEnough)) {}
+
+    void show(const EventRecord& event);
+    void eventLossOccurred(const std::string& startTime, const std::string& notificationId);
+    void eventLossCleared(const std::string& endTime);
+    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId);
+
+    void connecting() override;
+    void connected() override;
+    void lost(const std::string& why) override;
+    void pausing(std::chrono::milliseconds pause) override;
+    void failed(const std::string& why) override;
+    void reconnected(std::chrono::milliseconds away) override;
+    void notLeft(const std::string& why) override;
+    std::optional<Clock::time_point> overdueAt() override;
+    void stoodStill() override;
+    Clock::time_point lastSign() override;
+
+  private:
+    void tell(const Notice& notice);
+
+    std::mutex mutex_;  ///< guards what follows
+    EventReport report_;
+    GapDetector gaps_;
+    const unsigned wanted_;
+    const std::function<void()> whenEnough_;
+    unsigned shown_ = 0;
+    bool hasBegun_ = false;
+};
+
+}  // namespace kelp::nms

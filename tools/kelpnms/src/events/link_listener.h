@@ -1,0 +1,34 @@
+#pragma once
+
+#include "events/event_view.h"
+#include "events/follow_signals.h"
+
+#include <kelp/nms/event_stream.h>
+#include <kelp/nms/listener.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace kelp::nms {
+
+/// The calls of an EMS on one link, passed on to the view and to whoever follows.
+class LinkListener : public NmsListener, public EventListener {
+  public:
+    LinkListener(std::shared_ptr<EventView> view, std::function<void(const LinkLoss&)> lost)
+        : view_(std::move(view)), lost_(std::move(lost)) {}
+
+    void sessionEnded() override;
+    void eventLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void eventLossCleared(const std::string& endTime) override;
+    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void eventCame(const CosNotification::StructuredEvent& event) override;
+    void eventsEnded() override;
+
+  private:
+    const std::shared_ptr<EventView> view_;
+    const std::function<void(const LinkLoss&)> lost_;
+};
+
+}  // namespace kelp::nms

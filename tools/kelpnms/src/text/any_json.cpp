@@ -1,0 +1,110 @@
+#include "text/any_json.h"
+
+#include <kelp/orb/dyn_any.h>
+
+#include <mtnm/globaldefs.h>
+
+namespace kelp::nms {
+
+namespace {
+
+using DynamicAny::DynAny_var;
+using Json = nlohmann::ordered_json;
+
+/// Texts come as the peer wrote them; what is no UTF-8 is replaced when the JSON is written.
+Json jsonOf(DynamicAny::DynAny_ptr dyn);
+
+Json elementsOf(DynamicAny::DynAny_ptr dyn) {
+    Json list = Json::array();
+    for (CORBA::ULong i = 0; i < dyn->component_count(); ++i) {
+        dyn->seek(static_cast<CORBA::Long>(i));
+        const DynAny_var element = dyn->current_component();
+        list.push_back(jsonOf(element.in()));
+    }
+    return list;
+}
+
+Json membersOf(DynamicAny::DynAny_ptr dyn) {
+    const DynamicAny::DynStruct_var structure = DynamicAny::DynStruct::_narrow(dyn);
+    Json object = Json::object();
+    structure->rewind();
+    for (CORBA::ULong i = 0; i < structure->component_count(); ++i, structure->next()) {
+        const CORBA::String_var name = structure->current_member_name();
+        const DynAny_var member = structure->current_component();
+        object[name.in()] = jsonOf(member.in());
+    }
+    return object;
+}
+
+/// A list of {name, value} with texts for both is shorter as {name: value}.
+Json withoutNameValuePairs(Json list) {
+    Json object = Json::object();
+    for (const Json& each : list) {
+        if (!each.is_object() || each.size() != 2 || !each.contains("name") || !each.contains("value") ||
+            !each["name"].is_string() || object.contains(each["name"].get<std::string>()))
+            return list;
+        object[each["name"].get<std::string>()] = each["value"];
+    }
+    return list.empty() ? list : object;
+}
+
+Json jsonOf(DynamicAny::DynAny_ptr dyn) {
+    CORBA::TypeCode_var type = dyn->type();
+    while (type->kind() == CORBA::tk_alias)
+        type = type->content_type();
+    switch (type->kind()) {
+        case CORBA::tk_boolean:
+            return static_cast<bool>(dyn->get_boolean());
+        case CORBA::tk_short:
+            return dyn->get_short();
+        case CORBA::tk_ushort:
+            return dyn->get_ushort();
+        case CORBA::tk_long:
+            return dyn->get_long();
+        case CORBA::tk_ulong:
+            return dyn->get_ulong();
+        case CORBA::tk_longlong:
+            return static_cast<std::int64_t>(dyn->get_longlong());
+        case CORBA::tk_ulonglong:
+            return static_cast<std::uint64_t>(dyn->get_ulonglong());
+        case CORBA::tk_float:
+            return dyn->get_float();
+        case CORBA::tk_double:
+            return dyn->get_double();
+        case CORBA::tk_string: {
+            const CORBA::String_var text = dyn->get_string();
+            return std::string(text.in());
+        }
+        case CORBA::tk_enum: {
+            const DynamicAny::DynEnum_var enumerator = DynamicAny::DynEnum::_narrow(dyn);
+            const CORBA::String_var name = enumerator->get_as_string();
+            return std::string(name.in());
+        }
+        case CORBA::tk_sequence:
+        case CORBA::tk_array:
+            return withoutNameValuePairs(elementsOf(dyn));
+        case CORBA::tk_struct:
+            return membersOf(dyn);
+        case CORBA::tk_any: {
+            const CORBA::Any_var inner = dyn->get_any();
+            return asJson(inner.in());
+        }
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace
+
+Json asJson(const CORBA::Any& any) {
+    try {
+        const DynAny_var dyn = kelp::orb::dynAnyOf(any);
+        Json json = jsonOf(dyn.in());
+        dyn->destroy();
+        return json;
+    } catch (const CORBA::Exception&) {
+        return nullptr;  // a value that cannot be looked into
+    }
+}
+
+}  // namespace kelp::nms

@@ -1,0 +1,121 @@
+#include "upload/dump_file.h"
+
+#include "upload/network_json.h"
+#include "text/output.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+
+namespace kelp::nms {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+/// More than the line of any element's name takes.
+constexpr std::uintmax_t kTailMax = 16384;
+
+std::string resumeLine(const std::string& next) {
+    return lineOf(Json{{"object", "Resume"}, {"from", next}}) + "\n";
+}
+
+std::string tailOf(const fs::path& file, std::uintmax_t size) {
+    std::ifstream in(file, std::ios::binary);
+    std::string tail(std::min(size, kTailMax), '\0');
+    in.seekg(static_cast<std::streamoff>(size - tail.size()));
+    in.read(tail.data(), static_cast<std::streamsize>(tail.size()));
+    return in ? tail : std::string();
+}
+
+/// The last line with its end, if the text has a whole one.
+std::string lastLine(const std::string& text) {
+    if (text.size() < 2 || text.back() != '\n')
+        return {};
+    return text.substr(text.rfind('\n', text.size() - 2) + 1);
+}
+
+}  // namespace
+
+DumpFile::DumpFile(const fs::path& file, const std::optional<std::string>& from)
+    : file_(file), partial_(file.string() + ".partial") {
+    if (from)
+        goOn(*from);
+    errno = 0;
+    stream_.open(partial_, std::ios::binary | (from ? std::ios::app : std::ios::trunc));
+    if (!stream_)
+        throw CannotWrite(partial_.string());
+    if (from)
+        markBefore(*from);
+}
+
+DumpFile::~DumpFile() {
+    suspend();
+}
+
+void DumpFile::goOn(const std::string& from) {
+    std::error_code problem;
+    const std::uintmax_t size = fs::file_size(partial_, problem);
+    if (problem)
+        throw std::invalid_argument("there is no " + partial_.string() +
+                                    " to go on with; begin again without --from");
+    const std::string line = lastLine(tailOf(partial_, size));
+    const Json last = Json::parse(line, nullptr, false);
+    if (!last.is_object() || last.value("object", "") != "Resume")
+        throw std::invalid_argument(partial_.string() +
+                                    " does not end with a whole element; begin again without --from");
+    if (last.value("from", "") != from)
+        throw std::invalid_argument(partial_.string() + " goes on with --from \"" + last.value("from", "") +
+                                    "\"");
+    size_ = size - line.size();
+    fs::resize_file(partial_, size_, problem);
+    if (problem)
+        throw CannotWrite(partial_.string(), problem.message());
+}
+
+void DumpFile::write(const std::string& text) {
+    const std::lock_guard lock(mutex_);
+    errno = 0;
+    stream_ << text << std::flush;
+    if (!stream_)
+        throw CannotWrite(partial_.string());
+    size_ += text.size();
+}
+
+void DumpFile::markBefore(const std::string& next) {
+    const std::lock_guard lock(mutex_);
+    mark_ = size_;
+    next_ = next;
+}
+
+void DumpFile::finish() {
+    const std::lock_guard lock(mutex_);
+    errno = 0;
+    stream_.close();
+    if (!stream_)
+        throw CannotWrite(partial_.string());
+    std::error_code problem;
+    fs::rename(partial_, file_, problem);
+    if (problem)
+        throw CannotWrite(file_.string(), problem.message());
+}
+
+std::string DumpFile::suspend() noexcept {
+    const std::lock_guard lock(mutex_);
+    if (!stream_.is_open())
+        return next_;
+    stream_.close();
+    std::error_code problem;
+    if (!mark_) {
+        fs::remove(partial_, problem);
+        return {};
+    }
+    fs::resize_file(partial_, *mark_, problem);
+    if (!problem)
+        std::ofstream(partial_, std::ios::binary | std::ios::app) << resumeLine(next_);
+    return next_;
+}
+
+}  // namespace kelp::nms

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "upload/dump_file.h"
+#include "app/list_options.h"
+#include "upload/network_reader.h"
+#include "upload/network_task.h"
+#include "text/output.h"
+#include "upload/walk_progress.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kelp::nms {
+
+/// The whole network as JSON lines: the EMS, its subnetworks, its elements, element by element the equipment
+/// and the ports, the links. One that begins with an element leaves out what comes before the equipment and
+/// ports of that one.
+class NetworkDump final : public NetworkTask {
+  public:
+    /// `options` and `progress` are borrowed.
+    NetworkDump(const ListOptions& options, WalkProgress& progress)
+        : options_(options), progress_(progress) {}
+
+    bool run(NmsSession& session) override;
+    std::string cutShort() override;
+
+  private:
+    std::shared_ptr<DumpFile> open();
+    std::vector<std::string> beginning(NetworkReader& reader, const NetworkReader::Take& take);
+
+    const ListOptions& options_;
+    WalkProgress& progress_;
+    std::mutex mutex_;
+    std::shared_ptr<DumpFile> file_;  ///< guarded by mutex_; none for standard output
+};
+
+}  // namespace kelp::nms

@@ -1,0 +1,133 @@
+#include "upload/network_lists.h"
+
+#include "upload/cut_short.h"
+#include "upload/element_round.h"
+#include "text/terminal.h"
+
+#include <unistd.h>
+
+namespace kelp::nms {
+
+namespace {
+
+RecordLayout layoutOf(Command command) {
+    switch (command) {
+        case Command::Elements:
+            return elementLayout();
+        case Command::Ports:
+            return portLayout();
+        case Command::Equipment:
+            return equipmentLayout();
+        default:
+            return linkLayout();
+    }
+}
+
+}  // namespace
+
+std::string contentOf(Command command) {
+    switch (command) {
+        case Command::Elements:
+            return "elements";
+        case Command::Ports:
+            return "ports";
+        case Command::Equipment:
+            return "equipment";
+        case Command::Links:
+            return "links";
+        default:
+            return "entries";
+    }
+}
+
+NetworkLists::NetworkLists(Command command, const ListOptions& options, WalkProgress& progress)
+    : command_(command), options_(options), progress_(progress) {}
+
+bool NetworkLists::run(NmsSession& session) {
+    const bool hasTerminal = terminalWidth(STDOUT_FILENO) > 0;
+    Output output([&](const std::string& text) {
+        if (hasTerminal)
+            progress_.hideBar();
+        writeToStandardOutput(text);
+    });
+    const auto writer =
+        recordWriter(options_.format, layoutOf(command_), output, terminalWidth(STDOUT_FILENO));
+    const auto finish = [&] {
+        writer->finish();
+        output.flush();
+    };
+    NetworkReader reader(session, options_.batch, progress_);
+    reader.batchTaken = [&output] { output.flush(); };
+    try {
+        const bool isWhole = read(reader, [&](const nlohmann::ordered_json& record) {
+            writer->write(record);
+            progress_.entryWritten();
+        });
+        finish();
+        return isWhole && !reader.isDoubtful();
+    } catch (const CannotWrite&) {
+        throw;
+    } catch (const NoSuchManager&) {
+        throw;  // there is no list at all
+    } catch (const std::exception&) {
+        finish();
+        throw;
+    }
+}
+
+bool NetworkLists::read(NetworkReader& reader, const Take& take) {
+    switch (command_) {
+        case Command::Elements:
+            return readElements(reader, take);
+        case Command::Ports:
+            return readOfElements(reader, [&](const std::string& element) { reader.ports(element, take); });
+        case Command::Equipment:
+            reader.needManager("EquipmentInventory");
+            return readOfElements(reader,
+                                  [&](const std::string& element) { reader.equipment(element, take); });
+        default:
+            return readLinks(reader, take);
+    }
+}
+
+bool NetworkLists::readElements(NetworkReader& reader, const Take& take) {
+    progress_.stageBegins(WalkPosition::Stage::Elements);
+    bool hasBegun = !options_.from;
+    // one is held back, so that the element to go on with is always known
+    nlohmann::ordered_json held;
+    reader.elements([&](const nlohmann::ordered_json& record) {
+        const std::string element = componentOf(record["name"], "ManagedElement");
+        hasBegun = hasBegun || element == *options_.from;
+        if (!hasBegun)
+            return;
+        if (!held.is_null())
+            take(held);
+        progress_.nextIs(element);
+        held = record;
+    });
+    if (!hasBegun)
+        throw std::invalid_argument("--from: there is no element \"" + *options_.from + "\"");
+    if (!held.is_null())
+        take(held);
+    return true;
+}
+
+bool NetworkLists::readOfElements(NetworkReader& reader,
+                                  const std::function<void(const std::string&)>& readOne) {
+    std::vector<std::string> elements = options_.elements.empty() ? reader.elementNames() : options_.elements;
+    dropRepeated(elements, progress_);
+    beginWith(options_.from, elements);
+    return elementByElement(elements, progress_, readOne);
+}
+
+bool NetworkLists::readLinks(NetworkReader& reader, const Take& take) {
+    progress_.stageBegins(WalkPosition::Stage::Links);
+    reader.links(take);
+    return true;
+}
+
+std::string NetworkLists::cutShort() {
+    return kelp::nms::cutShort(contentOf(command_), progress_.position());
+}
+
+}  // namespace kelp::nms

@@ -1,20 +1,19 @@
 #include "adapter/servant_locator.h"
 
-#include "util/trace_point.h"
-
 #include <kelp/agent/session_mgr.h>
 #include <kelp/orb/poas.h>
-
 #include <mtnm/common.h>
 
 #include <optional>
 #include <string_view>
 
+#include "util/trace_point.h"
+
 namespace NS_KELPCORBA {
 namespace {
 
-/// The manager's name in the object id, as its bytes; an id that is no text names no manager. None for an id
-/// with a wrong token.
+/// The manager's name in the object id, as its bytes; an id that is no text names no manager. None
+/// for an id with a wrong token.
 std::optional<std::string_view> managerName(const PortableServer::ObjectId& oid,
                                             const NS_CORBA::SessionToken* token) {
     const std::string_view id = NS_CORBA::octetsOf(oid);
@@ -28,8 +27,8 @@ std::optional<std::string_view> managerName(const PortableServer::ObjectId& oid,
 }  // namespace
 
 PortableServer::Servant TAServantLocator::preinvoke(const PortableServer::ObjectId& oid,
-                                                    PortableServer::POA_ptr adapter, const char* operation,
-                                                    void*& /*cookie*/) {
+                                                    PortableServer::POA_ptr adapter,
+                                                    const char* operation, void*& /*cookie*/) {
     if (CORBA::is_nil(adapter) || operation == nullptr) {
         tracePoint("sessionsource");
         NS_CORBA::TaTrace("[preinvoke] exception for input parameter is null!");
@@ -60,8 +59,8 @@ void TAServantLocator::beginRefusing(PortableServer::POA_ptr poa) {
     }
 }
 
-void TAServantLocator::postinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr, const char*,
-                                  void*, PortableServer::Servant servant) {
+void TAServantLocator::postinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr,
+                                  const char*, void*, PortableServer::Servant servant) {
     if (servant != nullptr)
         servant->_remove_ref();
 }

@@ -16,18 +16,20 @@ struct EventLossReport {
     const char* notificationId = "";
 };
 
-/// One round's check of one session, in three steps, so that the calls of many checks can run at the same
-/// time while everything that they lead to happens in order. Each step is called once, in the order below;
-/// begin and conclude by one thread at a time. Nothing is raised.
+/// One round's check of one session, in three steps, so that the calls of many checks can run at
+/// the same time while everything that they lead to happens in order. Each step is called once, in
+/// the order below; begin and conclude by one thread at a time. Nothing is raised.
 class SessionCheck {
   public:
     /// `source` must stay until the end.
-    SessionCheck(SessionSource& source, const EventLossReport& loss) : source_(source), loss_(loss) {}
+    SessionCheck(SessionSource& source, const EventLossReport& loss)
+        : source_(source), loss_(loss) {}
 
-    /// Decides what is to be done: end the session, tell its NMS of a change in the event-loss condition, or
-    /// ping it.
+    /// Decides what is to be done: end the session, tell its NMS of a change in the event-loss
+    /// condition, or ping it.
     void begin(bool silentMode);
-    /// Calls the NMS if there is something to call it for, limited by the calling thread's time-out.
+    /// Calls the NMS if there is something to call it for, limited by the calling thread's
+    /// time-out.
     void call() noexcept;
     /// Counts, traces, tears down. 0 when the session goes on, -1 when it was torn down.
     int conclude();

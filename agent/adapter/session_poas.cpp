@@ -1,19 +1,19 @@
-// The POA tree of a session: the top POA with its servant locator, below it "iterator" and "session".
+// The POA tree of a session: the top POA with its servant locator, below it "iterator" and
+// "session".
+
+#include <ace/Guard_T.h>
+#include <kelp/agent/error_translation.h>
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/poas.h>
+
+#include <exception>
+#include <new>
 
 #include "adapter/iterator_activator.h"
 #include "adapter/servant_locator.h"
 #include "adapter/session_source.h"
 #include "adapter/top_poa_names.h"
 #include "util/trace_point.h"
-
-#include <kelp/agent/error_translation.h>
-#include <kelp/orb/exception_text.h>
-#include <kelp/orb/poas.h>
-
-#include <ace/Guard_T.h>
-
-#include <exception>
-#include <new>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -101,11 +101,13 @@ PortableServer::POA_ptr createPoa(PortableServer::POA_ptr parent, const std::str
     }
 }
 
-/// True when the POA has a servant manager already, which gets the token. Lets CORBA exceptions through.
+/// True when the POA has a servant manager already, which gets the token. Lets CORBA exceptions
+/// through.
 template <class Manager>
 bool isEquipped(PortableServer::POA_ptr poa, const NS_CORBA::SessionToken* token) {
     const PortableServer::ServantManager_var present = poa->get_servant_manager();
-    if (auto* const manager = dynamic_cast<Manager*>(present.in()); manager != nullptr && token != nullptr)
+    if (auto* const manager = dynamic_cast<Manager*>(present.in());
+        manager != nullptr && token != nullptr)
         manager->setToken(*token);
     return !CORBA::is_nil(present.in());
 }
@@ -156,13 +158,15 @@ void SessionSource::destroyRemains(PortableServer::POA_ptr rootPoa) {
 unsigned long SessionSource::makeTree(PortableServer::POA_ptr rootPoa) {
     if (!claimName()) {
         tracePoint(kSubject);
-        NS_CORBA::TaTrace("[SessionSource::init] The POA of this name belongs to another live session!");
+        NS_CORBA::TaTrace(
+            "[SessionSource::init] The POA of this name belongs to another live session!");
         return kInternalFailure;
     }
     const PortableServer::POA_var top = create_ServantLocator_poa(rootPoa, sessionName_);
     if (CORBA::is_nil(top.in())) {
         tracePoint(kSubject);
-        NS_CORBA::TaTrace("[SessionSource::init] create_ServantLocator_poa returned a nil POA object!");
+        NS_CORBA::TaTrace(
+            "[SessionSource::init] create_ServantLocator_poa returned a nil POA object!");
         giveUpName();
         return kInternalFailure;
     }
@@ -194,8 +198,8 @@ void SessionSource::destroyAdapters(PortableServer::POA_ptr poa) {
         try {
             begin();
         } catch (const std::bad_alloc&) {
-            begin();  // once more, since a tree that stays occupies the name; memory may be short for a
-                      // moment
+            begin();  // once more, since a tree that stays occupies the name; memory may be short
+                      // for a moment
         }
     } catch (...) {  // whatever it was, the name is given up and the caller sees the exception
         giveUpName();
@@ -228,7 +232,8 @@ unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa,
         const PortableServer::ServantLocator_var locator = made;
         if (made == nullptr) {
             tracePoint(kSubject);
-            NS_CORBA::TaDebug(1, "[SessionSource::SetServantLocator] Call TAServantLocator::create() failed");
+            NS_CORBA::TaDebug(
+                1, "[SessionSource::SetServantLocator] Call TAServantLocator::create() failed");
             kelp::orb::beginDestroy(poa);
             return kInternalFailure;
         }
@@ -239,7 +244,8 @@ unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa,
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(
-            1, "[SessionSource::SetServantLocator] Exception raised during set_servant_manager, ex=%s",
+            1,
+            "[SessionSource::SetServantLocator] Exception raised during set_servant_manager, ex=%s",
             kelp::orb::exceptionText(ex).c_str());
         return kInternalFailure;
     }
@@ -250,10 +256,12 @@ unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top,
     const PortableServer::POA_var it = create_iterator_poa(top, "iterator");
     if (CORBA::is_nil(it.in())) {
         tracePoint(kSubject);
-        NS_CORBA::TaDebug(
-            1, "[SessionSource::SetServantIterator] Call create_iterator_poa returned a nil POA object");
+        NS_CORBA::TaDebug(1,
+                          "[SessionSource::SetServantIterator] Call create_iterator_poa returned a "
+                          "nil POA object");
         if (!CORBA::is_nil(top))
-            destroyQuietly(top, "[SessionSource::SetServantIterator] Exception caught in destroy POA, ex=%s");
+            destroyQuietly(
+                top, "[SessionSource::SetServantIterator] Exception caught in destroy POA, ex=%s");
         return kInternalFailure;
     }
     try {
@@ -275,13 +283,15 @@ unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top,
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(
-            1, "[SessionSource::SetServantIterator] Exception raised during set_servant_manager ex=%s",
+            1,
+            "[SessionSource::SetServantIterator] Exception raised during set_servant_manager ex=%s",
             kelp::orb::exceptionText(ex).c_str());
         return kInternalFailure;
     }
 }
 
-unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa, PortableServer::POA_ptr parent,
+unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa,
+                                              PortableServer::POA_ptr parent,
                                               const std::string& name) {
     if (CORBA::is_nil(parent)) {
         tracePoint(kSubject);
@@ -291,7 +301,8 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa, Port
     PortableServer::POA_var made = create_ServantLocator_poa(parent, name);
     if (CORBA::is_nil(made.in())) {
         tracePoint(kSubject);
-        NS_CORBA::TaTrace("[CreateServantPoa] create_ServantLocator_poa returned a nil POA object!");
+        NS_CORBA::TaTrace(
+            "[CreateServantPoa] create_ServantLocator_poa returned a nil POA object!");
         return kInternalFailure;
     }
     try {
@@ -307,20 +318,23 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa, Port
         }
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
-        NS_CORBA::TaException(ex, "[CreateServantPoa] Exception raised during set_servant_manager()!");
+        NS_CORBA::TaException(ex,
+                              "[CreateServantPoa] Exception raised during set_servant_manager()!");
         return kInternalFailure;
     }
     poa = made;
     return 0;
 }
 
-CORBA::Object_ptr SessionSource::create_object_reference(const char* objectId, const char* repositoryId) {
+CORBA::Object_ptr SessionSource::create_object_reference(const char* objectId,
+                                                         const char* repositoryId) {
     const PortableServer::POA_var poa = get_POA();
     const PortableServer::ObjectId_var id = token_.idOf(objectId);
     return create_object_reference(poa.in(), id.in(), repositoryId);
 }
 
-CORBA::Object_ptr SessionSource::create_object_reference(PortableServer::POA_ptr poa, const char* objectId,
+CORBA::Object_ptr SessionSource::create_object_reference(PortableServer::POA_ptr poa,
+                                                         const char* objectId,
                                                          const char* repositoryId) {
     const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId(objectId);
     return create_object_reference(poa, id.in(), repositoryId);
@@ -338,8 +352,9 @@ CORBA::Object_ptr SessionSource::create_object_reference(PortableServer::POA_ptr
         return poa->create_reference_with_id(id, repositoryId);
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
-        NS_CORBA::TaException(
-            ex, "[SessionSource::create_object_reference] Exception caught during create_reference_with_id!");
+        NS_CORBA::TaException(ex,
+                              "[SessionSource::create_object_reference] Exception caught during "
+                              "create_reference_with_id!");
         return CORBA::Object::_nil();
     }
 }

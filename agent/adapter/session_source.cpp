@@ -1,14 +1,13 @@
 #include "adapter/session_source.h"
 
-#include "adapter/top_poa_names.h"
-
+#include <ace/Guard_T.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/session_callers.h>
 
-#include <ace/Guard_T.h>
-
 #include <exception>
 #include <new>
+
+#include "adapter/top_poa_names.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -52,7 +51,8 @@ SessionSource::~SessionSource() {
 bool SessionSource::claimName() {
     if (!TopPoaNames::claim(sessionName_, this))
         return false;
-    NS_CORBA::SessionCallers::Instance().Enter(sessionName_, this, token_, kelp::orb::currentPeer());
+    NS_CORBA::SessionCallers::Instance().Enter(sessionName_, this, token_,
+                                               kelp::orb::currentPeer());
     return true;
 }
 

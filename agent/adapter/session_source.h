@@ -1,9 +1,8 @@
 #pragma once
 
+#include <ace/RW_Thread_Mutex.h>
 #include <kelp/corbabase/session_token.h>
 #include <kelp/orb/corba.h>
-
-#include <ace/RW_Thread_Mutex.h>
 #include <mtnm/nmsSession.h>
 
 #include <atomic>
@@ -13,17 +12,25 @@
 namespace NS_KELPCORBA {
 
 /// Liveness of a session. `Invalid` is final for set_state.
-enum SessionState : std::int32_t { Normal = 0, Ended = 1, EmsExiting = 2, Invalid = 3, SilentWaiting = 4 };
+enum SessionState : std::int32_t {
+    Normal = 0,
+    Ended = 1,
+    EmsExiting = 2,
+    Invalid = 3,
+    SilentWaiting = 4
+};
 
-/// The name of a session's top POA: user name and "address:port" between their tags, nothing escaped.
+/// The name of a session's top POA: user name and "address:port" between their tags, nothing
+/// escaped.
 std::string sessionNameText(const std::string& userName, const std::string& ipAndPort);
 
-/// The record of one logged-in NMS: its own session object, its user and address, its liveness, and the small
-/// tree of POAs in which everything is made that the session hands out. Owned by the session servant.
-/// Destruction releases the references; the POA tree goes when the session ends.
+/// The record of one logged-in NMS: its own session object, its user and address, its liveness, and
+/// the small tree of POAs in which everything is made that the session hands out. Owned by the
+/// session servant. Destruction releases the references; the POA tree goes when the session ends.
 ///
-/// Threads: any. `lock_` guards the NMS's reference, the failed-ping count, the state and the flags, and is
-/// taken for writing by every access; it is the innermost lock and no call leaves the process under it.
+/// Threads: any. `lock_` guards the NMS's reference, the failed-ping count, the state and the
+/// flags, and is taken for writing by every access; it is the innermost lock and no call leaves the
+/// process under it.
 class SessionSource {
   public:
     /// Null when memory is exhausted. Keeps a duplicate of `nmsSession`.
@@ -49,8 +56,9 @@ class SessionSource {
     void set_state(std::int32_t state);
     /// One compare-and-set: false when the state is no longer `from`.
     bool change_state(std::int32_t from, std::int32_t to);
-    /// set_nms_session if the session is Normal or waits silently, in one step; false otherwise. The session
-    /// may be called from the address of the request in hand from here on, and from no other.
+    /// set_nms_session if the session is Normal or waits silently, in one step; false otherwise.
+    /// The session may be called from the address of the request in hand from here on, and from no
+    /// other.
     bool reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedSilently);
 
     std::int32_t get_ping_failures() const;
@@ -61,8 +69,8 @@ class SessionSource {
     /// Sets the flag for a new silent-waiting thread.
     void set_silent_waiting();
     void clear_silent_waiting();
-    /// Number of the silent-waiting thread started last. A thread clears the flag only while it is its own,
-    /// so that a slow leaver never takes a successor's.
+    /// Number of the silent-waiting thread started last. A thread clears the flag only while it is
+    /// its own, so that a slow leaver never takes a successor's.
     std::uint32_t silent_waiting_number() const;
     bool is_waiting_silently(std::uint32_t number) const;
     void leave_silent_waiting(std::uint32_t number);
@@ -72,13 +80,13 @@ class SessionSource {
     /// True once after one or more calls.
     bool takeCalled() { return isCalled_.exchange(false); }
 
-    /// Logs the user out; from the second call on nothing. One log-out for one log-in, whichever path ends
-    /// the session.
+    /// Logs the user out; from the second call on nothing. One log-out for one log-in, whichever
+    /// path ends the session.
     void logOutOnce();
 
     // -- object adapters
-    /// Makes the POA tree under the root POA; its objects may be called from the address of the request in
-    /// hand. 0, or 0x411800BA.
+    /// Makes the POA tree under the root POA; its objects may be called from the address of the
+    /// request in hand. 0, or 0x411800BA.
     unsigned long init(PortableServer::POA_ptr rootPoa);
     static PortableServer::POA_ptr create_ServantLocator_poa(PortableServer::POA_ptr parent,
                                                              const std::string& name);
@@ -92,13 +100,14 @@ class SessionSource {
     static unsigned long SetServantIterator(PortableServer::POA_ptr top,
                                             const NS_CORBA::SessionToken* token = nullptr);
     /// A servant-locator POA under any parent, with its locator.
-    static unsigned long CreateServantPoa(PortableServer::POA_var& poa, PortableServer::POA_ptr parent,
-                                          const std::string& name);
-    /// A reference that the servant locator serves later, under the id and the session's token; nothing is
-    /// activated. Nil on failure.
+    static unsigned long CreateServantPoa(PortableServer::POA_var& poa,
+                                          PortableServer::POA_ptr parent, const std::string& name);
+    /// A reference that the servant locator serves later, under the id and the session's token;
+    /// nothing is activated. Nil on failure.
     CORBA::Object_ptr create_object_reference(const char* objectId, const char* repositoryId);
     /// The same under the bare id, for a POA without a token.
-    static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa, const char* objectId,
+    static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa,
+                                                     const char* objectId,
                                                      const char* repositoryId);
     static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa,
                                                      const PortableServer::ObjectId& id,
@@ -107,10 +116,11 @@ class SessionSource {
     void destroyAdapters(PortableServer::POA_ptr poa);
 
     // -- the round's check
-    /// Ends the session if it is over, tells its NMS of a change in the event-loss condition, or pings it. 0
-    /// when the session goes on, -1 when it was torn down. Raises nothing; for the ping thread, whose call
-    /// time-out limits each call.
-    int check_valid(bool eventLossClearedNow, const char* time, const char* notificationId, bool silentMode);
+    /// Ends the session if it is over, tells its NMS of a change in the event-loss condition, or
+    /// pings it. 0 when the session goes on, -1 when it was torn down. Raises nothing; for the ping
+    /// thread, whose call time-out limits each call.
+    int check_valid(bool eventLossClearedNow, const char* time, const char* notificationId,
+                    bool silentMode);
     void eventLossOccurred_i(const char* startTime, const char* notificationId);
     void eventLossCleared_i(const char* endTime);
 

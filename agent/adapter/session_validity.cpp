@@ -1,13 +1,12 @@
 // The round's check of one session: tear-down, event-loss relay, ping.
 
-#include "adapter/session_check.h"
-#include "adapter/session_source.h"
-#include "util/trace_point.h"
-
+#include <ace/Guard_T.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/exception_text.h>
 
-#include <ace/Guard_T.h>
+#include "adapter/session_check.h"
+#include "adapter/session_source.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -136,7 +135,8 @@ void SessionCheck::concludeEnd() const {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::check_valid]Exception raised during endSession,user<%s>,ip<%s>.==>%s",
-            source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(), currentText().c_str());
+            source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(),
+            currentText().c_str());
     }
 }
 
@@ -147,16 +147,19 @@ void SessionCheck::concludePing() {
     } catch (...) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
-            "[SessionSource::check_valid] Exception raised during PING operation,user<%s>,ip<%s>.==>%s",
-            source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(), currentText().c_str());
+            "[SessionSource::check_valid] Exception raised during PING "
+            "operation,user<%s>,ip<%s>.==>%s",
+            source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(),
+            currentText().c_str());
         source_.pingFailed(hasCalled_);
     }
 }
 
 void SessionCheck::concludeRelay() {
     const char* const text =
-        loss_.cleared ? "[SessionSource::eventLossCleared_i] Exception raised during eventLossCleared!"
-                      : "[SessionSource::eventLossOccurred_i] Exception raised during eventLossOccurred!";
+        loss_.cleared
+            ? "[SessionSource::eventLossCleared_i] Exception raised during eventLossCleared!"
+            : "[SessionSource::eventLossOccurred_i] Exception raised during eventLossOccurred!";
     try {
         requireAnswer();
         source_.pingSucceeded();
@@ -174,8 +177,8 @@ void SessionCheck::concludeRelay() {
 
 // -- the source
 
-int SessionSource::check_valid(bool eventLossClearedNow, const char* time, const char* notificationId,
-                               bool silentMode) {
+int SessionSource::check_valid(bool eventLossClearedNow, const char* time,
+                               const char* notificationId, bool silentMode) {
     SessionCheck check(*this, {eventLossClearedNow, time, notificationId});
     check.begin(silentMode);
     check.call();
@@ -204,7 +207,8 @@ SessionSource::Verdict SessionSource::judge(bool silentMode) {
             return Verdict::TearDown;
         }
         if (state_ != Ended && state_ != SilentWaiting) {
-            // on purpose over EmsExiting and even the final Invalid: in silent mode the NMS is waited for
+            // on purpose over EmsExiting and even the final Invalid: in silent mode the NMS is
+            // waited for
             state_ = SilentWaiting;
             return Verdict::GoOn;
         }
@@ -226,7 +230,8 @@ int SessionSource::tearDown() {
         return -1;
     tracePoint(kSubject);
     NS_CORBA::TaTrace(
-        "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy "
+        "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will "
+        "destroy "
         "associated "
         "emsSession resource,user<%s>,ip<%s>.",
         userName_.c_str(), ipAndPort_.c_str());

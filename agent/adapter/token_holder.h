@@ -8,8 +8,9 @@
 
 namespace NS_KELPCORBA {
 
-/// The token in force of one POA tree. It is set before the tree serves anybody, and again only when another
-/// session takes over a tree that is there already. Readers, on any thread, take no lock.
+/// The token in force of one POA tree. It is set before the tree serves anybody, and again only
+/// when another session takes over a tree that is there already. Readers, on any thread, take no
+/// lock.
 class TokenHolder {
   public:
     void set(const NS_CORBA::SessionToken& token) {

@@ -57,7 +57,8 @@ bool TopPoaNames::isFree(const std::string& name) {
     return !kelp::orb::isNameDying(name);
 }
 
-bool TopPoaNames::waitUntilFree(const std::string& name, std::chrono::steady_clock::time_point deadline) {
+bool TopPoaNames::waitUntilFree(const std::string& name,
+                                std::chrono::steady_clock::time_point deadline) {
     using std::chrono::steady_clock;
     // short enough for the stop to be seen in time
     constexpr std::chrono::milliseconds kLook{100};
@@ -69,8 +70,10 @@ bool TopPoaNames::waitUntilFree(const std::string& name, std::chrono::steady_clo
             std::unique_lock lock(c.mutex);
             isGivenUp = c.givenUp.wait_until(lock, end, [&] { return !c.owners.contains(name); });
         }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
-        if (isGivenUp && kelp::orb::waitUntilGone(name, std::max(left, std::chrono::milliseconds(0))))
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
+        if (isGivenUp &&
+            kelp::orb::waitUntilGone(name, std::max(left, std::chrono::milliseconds(0))))
             return true;
         if (steady_clock::now() >= deadline)
             return false;

@@ -1,17 +1,15 @@
 // The agent's options: one row a key, read in the table's order.
 
+#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
-
-#include "util/lazy_instance.h"
-#include "util/trace_point.h"
-
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/trace.h>
 
-#include <ace/Guard_T.h>
-
 #include <optional>
 #include <variant>
+
+#include "util/lazy_instance.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -32,14 +30,15 @@ void traceReportSubnet(std::int32_t value) {
 
 }  // namespace
 
-/// A key of the [agent] table and the member that it fills. A switch is on when the number is not 0.
+/// A key of the [agent] table and the member that it fills. A switch is on when the number is not
+/// 0.
 struct CorbaAgentConfig::Option {
-    using Target =
-        std::variant<Number CorbaAgentConfig::*, Switch CorbaAgentConfig::*, std::string CorbaAgentConfig::*>;
+    using Target = std::variant<Number CorbaAgentConfig::*, Switch CorbaAgentConfig::*,
+                                std::string CorbaAgentConfig::*>;
 
     const char* key;
     Target target;
-    const char* nameInTrace;               ///< what the trace of a failed read calls the key; null: no trace
+    const char* nameInTrace;  ///< what the trace of a failed read calls the key; null: no trace
     std::optional<std::int32_t> fallback;  ///< taken when the read fails; none: the value is kept
 
     static const Option table[];
@@ -60,12 +59,16 @@ const CorbaAgentConfig::Option CorbaAgentConfig::Option::table[] = {
     {"FTP_Port", &CorbaAgentConfig::ftpPort_, "FTP_Port", {}},
     {"FTP_TrustedCer", &CorbaAgentConfig::ftpTrustedCer_, "FTP_TrustedCer", {}},
     {"FTP_ClientCer", &CorbaAgentConfig::ftpClientCer_, "FTP_ClientCer", {}},
-    {"FTP_PrivateKey", &CorbaAgentConfig::ftpPrivateKey_, "FTP_ClientCer", {}},  // so named on purpose
+    {"FTP_PrivateKey",
+     &CorbaAgentConfig::ftpPrivateKey_,
+     "FTP_ClientCer",
+     {}},  // so named on purpose
     {"bReportCrossConn", &CorbaAgentConfig::reportCrossConn_, "bReportCrossConn", {}},
     {"bReportAckAlarm", &CorbaAgentConfig::reportAckAlarm_, "bReportAckAlarm", {}},
     {"ResourceNameType", &CorbaAgentConfig::resourceNameType_, "ResourceNameType", 0},
     {"NotifyModel", &CorbaAgentConfig::notifyModel_, "NotifyModel", 3},
-    {"FilterResourceIDLevel", &CorbaAgentConfig::filterResourceIdLevel_, "FilterResourceIDLevel", 0},
+    {"FilterResourceIDLevel", &CorbaAgentConfig::filterResourceIdLevel_, "FilterResourceIDLevel",
+     0},
     {"HeartbeatEventType", &CorbaAgentConfig::heartbeatEventType_, "HeartbeatEventType", 0},
     {"AlarmCompatibility", &CorbaAgentConfig::alarmCompatibility_, "HeartbeatEventType",
      0},  // so named on purpose
@@ -74,8 +77,8 @@ const CorbaAgentConfig::Option CorbaAgentConfig::Option::table[] = {
     {"Eventlistsize", &CorbaAgentConfig::eventListSize_, "Eventlistsize", 500},
     {"Notifyalarmscache", &CorbaAgentConfig::notifyAlarmsCache_, "Notifyalarmscache", 10000},
     {"CharacterSetSwitch", &CorbaAgentConfig::characterSetSwitch_, "CharacterSetSwitch", 0},
-    {"IsAlarmProbableCauseQualifierCompatible", &CorbaAgentConfig::probableCauseQualifierCompatible_, nullptr,
-     1},
+    {"IsAlarmProbableCauseQualifierCompatible",
+     &CorbaAgentConfig::probableCauseQualifierCompatible_, nullptr, 1},
     {"AlarmWithTCA", &CorbaAgentConfig::alarmTcaSwitch_, "m_bAlarmTCASwitch", 0},
     {"bAccDevCompatibility", &CorbaAgentConfig::accDevCompatibility_, "bAccDevCompatibility", {}},
     {"IsReportSubnet", &CorbaAgentConfig::reportSubnet_, "IsReportSubnet", {}},
@@ -105,9 +108,9 @@ bool CorbaAgentConfig::GetOption() {
             option.store(*this, *option.fallback);
         if (option.nameInTrace != nullptr) {
             tracePoint(kSubject);
-            NS_CORBA::TaDebug(
-                2, (std::string("[CorbaAgentConfig::GetOption] Get ") + option.nameInTrace + " failed!")
-                       .c_str());
+            NS_CORBA::TaDebug(2, (std::string("[CorbaAgentConfig::GetOption] Get ") +
+                                  option.nameInTrace + " failed!")
+                                     .c_str());
         }
     }
     return true;

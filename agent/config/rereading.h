@@ -4,8 +4,8 @@
 
 namespace NS_KELPCORBA {
 
-/// Reads the agent's options again whenever the host has read its configuration again, on the light event
-/// manager's thread.
+/// Reads the agent's options again whenever the host has read its configuration again, on the light
+/// event manager's thread.
 class OptionsRereading : public NS_BUNDLEMGR1::LightEventHandler {
   public:
     static OptionsRereading& instance();

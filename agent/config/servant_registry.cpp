@@ -1,19 +1,17 @@
-// The session factory's object and the managers' servants, as the agent's configuration offers them to
-// bundles.
+// The session factory's object and the managers' servants, as the agent's configuration offers them
+// to bundles.
 
+#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/session_mgr.h>
-
-#include "session/ems_session_factory_impl.h"
-#include "util/trace_point.h"
-
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/persistent_poa.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
 
-#include <ace/Guard_T.h>
+#include "session/ems_session_factory_impl.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -26,8 +24,8 @@ emsSessionFactory::EmsSessionFactory_I_ptr activateSessionFactory() {
     auto* base = NS_CORBA::CorbaBaseAgentConfig::Instance();
     const PortableServer::POA_var root = base->GetRootPoa();
     const PortableServer::POA_var poa = NS_CORBA::get_persistent_poa(root.in(), "V4800");
-    const CORBA::Object_var object =
-        NS_CORBA::get_persistent_ref(poa.in(), EmsSessionFactory_IImpl::Instance(), "EMSSessionFactory");
+    const CORBA::Object_var object = NS_CORBA::get_persistent_ref(
+        poa.in(), EmsSessionFactory_IImpl::Instance(), "EMSSessionFactory");
     return emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
 }
 
@@ -38,8 +36,8 @@ void publishShortKey(CORBA::Object_ptr factory) {
         kelp::orb::publishKey(orb.in(), kShortKey, EmsSessionFactory_IImpl::Instance(), factory);
     } catch (const CORBA::BAD_PARAM&) {
         tracePoint(kSubject);
-        NS_CORBA::TaDebugWithPara(1, "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] The key %s is in use",
-                                  kShortKey);
+        NS_CORBA::TaDebugWithPara(
+            1, "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] The key %s is in use", kShortKey);
     }
 }
 
@@ -51,7 +49,8 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
         if (CORBA::is_nil(factory.in())) {
             tracePoint(kSubject);
             NS_CORBA::TaTrace(
-                "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Call get_persistent_ref EMSSessionFactory "
+                "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Call get_persistent_ref "
+                "EMSSessionFactory "
                 "is nil\n");
             return false;
         }
@@ -62,7 +61,8 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
-            "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch exception: "
+            "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch "
+            "exception: "
             "%s\n",
             kelp::orb::exceptionText(ex).c_str());
     } catch (...) {

@@ -1,15 +1,14 @@
 #include "corbaenv/agent_server_facade.h"
 
-#include "config/rereading.h"
-#include "util/trace_point.h"
-
+#include <ace/Thread_Manager.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/corbabase/agent_server.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/orb.h>
 
-#include <ace/Thread_Manager.h>
+#include "config/rereading.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -23,7 +22,8 @@ int failed(const char* reason, int line = __builtin_LINE()) {
     return -1;
 }
 
-/// Callers wait from here on, until NS_CORBA::AgentServer::Activate. 0 or -1; lets CORBA exceptions through.
+/// Callers wait from here on, until NS_CORBA::AgentServer::Activate. 0 or -1; lets CORBA exceptions
+/// through.
 int holdCallers() {
     const PortableServer::POA_var root = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetRootPoa();
     const PortableServer::POAManager_var manager = root->the_POAManager();
@@ -34,7 +34,8 @@ int holdCallers() {
     NS_CORBA::TaTrace("[AgentServerFacade::Init] begin POAManager state\n");
     const auto state = manager->get_state();
     tracePoint(kSubject);
-    NS_CORBA::TaTrace("[AgentServerFacade::Init] end POAManager state = %d\n", static_cast<int>(state));
+    NS_CORBA::TaTrace("[AgentServerFacade::Init] end POAManager state = %d\n",
+                      static_cast<int>(state));
 
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[AgentServerFacade::Init] begin hold_requests\n");
@@ -67,8 +68,8 @@ int AgentServerFacade::Init() {
         NS_CORBA::TaException(ex, "[AgentServerFacade::Init] Raised during hold_requests!");
         return -1;
     }
-    if (ACE_Thread_Manager::instance()->spawn(NS_CORBA::AgentServer::AgentWorker, nullptr, THR_DETACHED) ==
-        -1)
+    if (ACE_Thread_Manager::instance()->spawn(NS_CORBA::AgentServer::AgentWorker, nullptr,
+                                              THR_DETACHED) == -1)
         return failed("[AgentServerFacade::Init] Spawn Agent Thread Failed!");
     return 0;
 }

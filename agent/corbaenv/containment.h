@@ -1,17 +1,17 @@
 #pragma once
 
-#include "util/trace_point.h"
-
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/corba.h>
 
 #include <exception>
 #include <string>
 
+#include "util/trace_point.h"
+
 namespace NS_KELPCORBA {
 
-/// Runs one step of the start or stop. What it throws is traced under `operation` and goes no further: the
-/// step that comes next, or the host, must not suffer. False when it threw.
+/// Runs one step of the start or stop. What it throws is traced under `operation` and goes no
+/// further: the step that comes next, or the host, must not suffer. False when it threw.
 template <class Step>
 bool contained(const char* subject, const std::string& operation, Step step) {
     try {

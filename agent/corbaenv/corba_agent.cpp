@@ -1,16 +1,8 @@
 #include "corbaenv/corba_agent.h"
 
-#include "config/rereading.h"
-#include "util/agent_state.h"
-#include "corbaenv/agent_server_facade.h"
-#include "corbaenv/containment.h"
-#include "corbaenv/manager_interfaces.h"
-#include "corbaenv/naming_monitor.h"
-#include "error/error_translator.h"
-#include "interceptor/corba_request_interceptor_impl.h"
-#include "notify/suppiler_mgr_callback.h"
-#include "session/ems_session_factory_impl.h"
-
+#include <ace/Guard_T.h>
+#include <ace/OS_NS_sys_time.h>
+#include <dlfcn.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/agent_server.h>
@@ -21,11 +13,18 @@
 #include <kelp/corbabase/supplier_mgr.h>
 #include <kelp/util/stopping.h>
 
-#include <ace/Guard_T.h>
-#include <ace/OS_NS_sys_time.h>
-
-#include <dlfcn.h>
 #include <cerrno>
+
+#include "config/rereading.h"
+#include "corbaenv/agent_server_facade.h"
+#include "corbaenv/containment.h"
+#include "corbaenv/manager_interfaces.h"
+#include "corbaenv/naming_monitor.h"
+#include "error/error_translator.h"
+#include "interceptor/corba_request_interceptor_impl.h"
+#include "notify/suppiler_mgr_callback.h"
+#include "session/ems_session_factory_impl.h"
+#include "util/agent_state.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -33,8 +32,8 @@ namespace {
 constexpr const char* kSubject = "corbaagent";
 constexpr int kReleaseBySilence = 2;
 constexpr int kSupplierModeConfigured = 0;
-/// How long the stop waits for the agent's own threads, and again for the sessions' waiting threads: each has
-/// at most a few bounded calls to finish.
+/// How long the stop waits for the agent's own threads, and again for the sessions' waiting
+/// threads: each has at most a few bounded calls to finish.
 constexpr int kThreadsLeaveSeconds = 15;
 
 /// Both live as long as the library and are borrowed by the platform between start and stop.
@@ -68,15 +67,18 @@ bool startManagerInterfaces() {
     if (!notStarted)
         return true;
     tracePoint(kSubject);
-    NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initialize Corba Interface: %s failed!", notStarted->c_str());
+    NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initialize Corba Interface: %s failed!",
+                      notStarted->c_str());
     return false;
 }
 
 void startMonitor() {
     AgentState& state = AgentState::instance();
-    state.monitorGroup = state.threads.spawn(&NamingMonitor::Run, nullptr, THR_NEW_LWP | THR_DETACHED);
+    state.monitorGroup =
+        state.threads.spawn(&NamingMonitor::Run, nullptr, THR_NEW_LWP | THR_DETACHED);
     if (state.monitorGroup == -1)
-        say("[CorbaAgentFacade::Init] The monitor thread could not be made, the factory is not registered!");
+        say("[CorbaAgentFacade::Init] The monitor thread could not be made, the factory is not "
+            "registered!");
 }
 
 /// For clients without a naming service; those with one do without the file.
@@ -114,7 +116,8 @@ bool start() {
 
 // -- stop
 
-/// From here on the library stays in memory, because something that the stop gave up on still runs in it.
+/// From here on the library stays in memory, because something that the stop gave up on still runs
+/// in it.
 void keepLoaded() {
     Dl_info self{};
     if (dladdr(reinterpret_cast<const void*>(&keepLoaded), &self) != 0 && self.dli_fname != nullptr)
@@ -148,7 +151,8 @@ void destroyStep(Step step) {
     contained(kSubject, "[CorbaAgentFacade::Fini]", step);
 }
 
-/// The ORB outlives Destroy only when calls in progress would not end; their servants are this library's.
+/// The ORB outlives Destroy only when calls in progress would not end; their servants are this
+/// library's.
 void keepLoadedForCallsInProgress() {
     try {
         const CORBA::ORB_var orb = base().GetOrb();
@@ -207,7 +211,8 @@ void CorbaAgentFacade::ExitThrds() {
     stopStep([] { ManagerInterfaces().ExitThreads(); });
     stopStep([] { NS_CORBA::SuppilerMgr::Instance()->ExitThread(); });
     stopStep([] { base().UnRegistEMSFactoryName(); });
-    // before the ORB waits for its requests: one that waits for an interceptor would keep it for ever
+    // before the ORB waits for its requests: one that waits for an interceptor would keep it for
+    // ever
     stopStep([] { base().SetReqInterceptorImpl(nullptr); });
     stopStep([] { NS_CORBA::AgentServer::ShutDown(); });
     say("=== Finish to Exit Threads of Corba! ===");

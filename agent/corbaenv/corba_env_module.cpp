@@ -1,15 +1,14 @@
 #include "corbaenv/corba_env_module.h"
 
+#include <ace/Log_Msg.h>
+#include <ace/Thread_Manager.h>
+#include <kelp/appmgr/task_mgr.h>
+
+#include <memory>
+
 #include "corbaenv/containment.h"
 #include "corbaenv/corba_agent.h"
 #include "util/task_mgr_type.h"
-
-#include <kelp/appmgr/task_mgr.h>
-
-#include <ace/Log_Msg.h>
-#include <ace/Thread_Manager.h>
-
-#include <memory>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -28,8 +27,9 @@ int failed(const char* reason, int line = __builtin_LINE()) {
 
 /// Gives the application the module's task manager, which is the application's from then on.
 void enterTaskMgr() {
-    auto taskMgr = std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), ACE_Thread_Manager::instance(),
-                                                    kModuleTaskMgrType, kTaskMgrWorkers);
+    auto taskMgr =
+        std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), ACE_Thread_Manager::instance(),
+                                         kModuleTaskMgrType, kTaskMgrWorkers);
     if (taskMgr->InitEnv() != 0)
         failed("in [mx_kelpcorba_env::init] The task manager has no workers!");
     KelpAppMgr::Instance()->TMDynInsertTaskMgr(taskMgr.release());
@@ -82,15 +82,15 @@ extern "C" {
 static void gobble(void* p) {
     auto* _p = static_cast<ACE_Service_Object*>(p);
     if (_p == nullptr) {
-        ACE_ERROR((LM_ERROR, "ACE_ASSERT: file %C, line %d assertion failed for '%C'.\n", "corbaenvmodule",
-                   __LINE__, "_p != 0"));
+        ACE_ERROR((LM_ERROR, "ACE_ASSERT: file %C, line %d assertion failed for '%C'.\n",
+                   "corbaenvmodule", __LINE__, "_p != 0"));
         return;
     }
     delete _p;
 }
 
-/// The module's entry: a new service object, which the host owns and ends with the deleter, stored in
-/// `deleter` unless that is null. Null, traced, when the object cannot be made.
+/// The module's entry: a new service object, which the host owns and ends with the deleter, stored
+/// in `deleter` unless that is null. Null, traced, when the object cannot be made.
 KELP_EXPORT ACE_Service_Object* _make_mx_kelpcorba_env(ACE_Service_Object_Exterminator* deleter) {
     if (deleter != nullptr)
         *deleter = gobble;

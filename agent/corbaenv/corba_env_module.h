@@ -4,9 +4,10 @@
 
 namespace NS_KELPCORBA {
 
-/// The module's service object: `init` starts the agent, `Shutdown` stops it. Made by the module's factory
-/// function and driven by the bundle manager on the host's thread. Nothing throws. The order of the virtual
-/// operations, with those of the bases before them, is the binary contract with the host.
+/// The module's service object: `init` starts the agent, `Shutdown` stops it. Made by the module's
+/// factory function and driven by the bundle manager on the host's thread. Nothing throws. The
+/// order of the virtual operations, with those of the bases before them, is the binary contract
+/// with the host.
 class mx_kelpcorba_env : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     using ServiceObjectBase::ServiceObjectBase;

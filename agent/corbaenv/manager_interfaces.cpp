@@ -1,8 +1,8 @@
 #include "corbaenv/manager_interfaces.h"
 
-#include "corbaenv/containment.h"
-
 #include <kelp/corbabase/base_config.h>
+
+#include "corbaenv/containment.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -16,7 +16,8 @@ std::string nameOf(NS_CORBA::CorbaI& managerInterface) {
 
 }  // namespace
 
-ManagerInterfaces::ListLock::ListLock() : list(NS_CORBA::CorbaBaseAgentConfig::Instance()->GetMGRList()) {}
+ManagerInterfaces::ListLock::ListLock()
+    : list(NS_CORBA::CorbaBaseAgentConfig::Instance()->GetMGRList()) {}
 
 ManagerInterfaces::ListLock::~ListLock() {
     if (list != nullptr)
@@ -36,9 +37,11 @@ std::optional<std::string> ManagerInterfaces::Init() {
     for (const auto& [order, each] : byOrder_) {
         const std::string name = nameOf(*each);
         tracePoint(kSubject);
-        NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initializing Corba Interface: %s!", name.c_str());
+        NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initializing Corba Interface: %s!",
+                          name.c_str());
         bool runs = false;
-        contained(kSubject, "[CorbaAgentFacade::Init]", [&, target = each] { runs = target->Init(); });
+        contained(kSubject, "[CorbaAgentFacade::Init]",
+                  [&, target = each] { runs = target->Init(); });
         if (!runs)
             return name;
     }

@@ -8,15 +8,17 @@
 
 namespace NS_KELPCORBA {
 
-/// The manager interfaces that bundles entered, in start order: ascending order value, equal values as
-/// entered. The platform's list is locked against entering and leaving while an object of this class lives.
+/// The manager interfaces that bundles entered, in start order: ascending order value, equal values
+/// as entered. The platform's list is locked against entering and leaving while an object of this
+/// class lives.
 ///
 /// An interface that throws is traced and counts as failed at start and as done at stop.
 class ManagerInterfaces {
   public:
     ManagerInterfaces();
 
-    /// Starts them one after the other. Name of the one that failed, where it stopped; none when all run.
+    /// Starts them one after the other. Name of the one that failed, where it stopped; none when
+    /// all run.
     std::optional<std::string> Init();
     /// Exactly the reverse of the start order.
     void ExitThreads();

@@ -1,8 +1,6 @@
 #include "corbaenv/naming_monitor.h"
 
-#include "util/agent_state.h"
-#include "util/trace_point.h"
-
+#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/read_ahead.h>
 #include <kelp/corbabase/base_config.h>
@@ -11,11 +9,12 @@
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/timeouts.h>
 
-#include <ace/Guard_T.h>
-
 #include <chrono>
 #include <ctime>
 #include <exception>
+
+#include "util/agent_state.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -138,8 +137,8 @@ bool NamingMonitor::Register() {
 
 std::string NamingMonitor::AddressOf(const std::string& host, int port, bool ssl) {
     const bool isBare = host.find(':') != std::string::npos && host.front() != '[';
-    return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + (isBare ? "[" + host + "]" : host) + ":" +
-           std::to_string(port) + "/NameService";
+    return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + (isBare ? "[" + host + "]" : host) +
+           ":" + std::to_string(port) + "/NameService";
 }
 
 ACE_THR_FUNC_RETURN NamingMonitor::Run(void*) {

@@ -1,22 +1,21 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
 #include <ace/OS_NS_Thread.h>
 #include <cos/CosNaming.h>
+#include <kelp/orb/corba.h>
 #include <mtnm/emsSessionFactory.h>
 
 #include <string>
 
 namespace NS_KELPCORBA {
 
-/// Keeps the session factory bound in the naming service, where NMS look for it (TMF 814 SD1-43): a round
-/// resolves its name and binds the agent's own reference when the entry is missing or is not that reference,
-/// octet by octet. What stands there instead is never called, and stands in the security log. What rounds
-/// find is in NS_CORBA::NamingWatch.
+/// Keeps the session factory bound in the naming service, where NMS look for it (TMF 814 SD1-43): a
+/// round resolves its name and binds the agent's own reference when the entry is missing or is not
+/// that reference, octet by octet. What stands there instead is never called, and stands in the
+/// security log. What rounds find is in NS_CORBA::NamingWatch.
 ///
-/// Unregistered, a round goes through a freshly built address; registered, it resolves the name again in the
-/// context it knows. One object belongs to one thread, which has a call time-out.
+/// Unregistered, a round goes through a freshly built address; registered, it resolves the name
+/// again in the context it knows. One object belongs to one thread, which has a call time-out.
 class NamingMonitor {
   public:
     /// Keeps a duplicate of the agent's own reference.

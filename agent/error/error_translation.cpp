@@ -1,8 +1,5 @@
-// Error codes to TMF 814 exceptions: the type by ranges of codes, the reason out of the platform's catalogue.
-
-#include "error/error_translator.h"
-
-#include "util/lazy_instance.h"
+// Error codes to TMF 814 exceptions: the type by ranges of codes, the reason out of the platform's
+// catalogue.
 
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/exceptions.h>
@@ -11,6 +8,9 @@
 #include <atomic>
 #include <cstdio>
 #include <mutex>
+
+#include "error/error_translator.h"
+#include "util/lazy_instance.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -67,11 +67,12 @@ const NS_BUNDLEMGR1::ErrorCodeBufIf& errorCatalogue() {
     static constinit std::atomic<const NS_BUNDLEMGR1::ErrorCodeBufIf*> known{nullptr};
     if (const auto* catalogue = known.load(std::memory_order_acquire))
         return *catalogue;
-    const std::lock_guard<std::recursive_mutex> lock(NS_BUNDLEMGR1::BundleMgr::Instance()->GlobalMutex());
+    const std::lock_guard<std::recursive_mutex> lock(
+        NS_BUNDLEMGR1::BundleMgr::Instance()->GlobalMutex());
     if (const auto* catalogue = known.load(std::memory_order_relaxed))
         return *catalogue;
-    const auto* catalogue =
-        dynamic_cast<const NS_BUNDLEMGR1::ErrorCodeBufIf*>(NS_BUNDLEMGR1::RequireIF("ErrorCodeBufIf"));
+    const auto* catalogue = dynamic_cast<const NS_BUNDLEMGR1::ErrorCodeBufIf*>(
+        NS_BUNDLEMGR1::RequireIF("ErrorCodeBufIf"));
     if (catalogue == nullptr)
         throw NS_BUNDLEMGR1::InterfaceNotExistException();
     known.store(catalogue, std::memory_order_release);

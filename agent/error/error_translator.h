@@ -7,9 +7,9 @@
 
 namespace NS_KELPCORBA {
 
-/// The process's translator of error codes, made by the first translation or by the agent's start and
-/// destroyed by the agent's stop. Callable from any thread; destroying it while requests are served is the
-/// caller's error.
+/// The process's translator of error codes, made by the first translation or by the agent's start
+/// and destroyed by the agent's stop. Callable from any thread; destroying it while requests are
+/// served is the caller's error.
 class KelpErrTranslator {
   public:
     static KelpErrTranslator* Instance();
@@ -28,7 +28,8 @@ class KelpErrTranslator {
     KelpErrTranslator() = default;
     ~KelpErrTranslator() = default;
 
-    /// Texts by code. The translation does not consult them: texts are the catalogue's, asked anew each time.
+    /// Texts by code. The translation does not consult them: texts are the catalogue's, asked anew
+    /// each time.
     std::map<unsigned long, std::string> texts_;
 };
 

@@ -1,21 +1,20 @@
 #include "interceptor/corba_request_interceptor_impl.h"
 
-#include "adapter/session_source.h"
-#include "session/ems_session_impl.h"
-#include "util/servant_ref.h"
-#include "util/trace_point.h"
-
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/operation_record.h>
 #include <kelp/corbabase/session_callers.h>
 #include <kelp/orb/poas.h>
 #include <kelp/util/thread_context.h>
-
 #include <pthread.h>
 
 #include <cstring>
 #include <exception>
+
+#include "adapter/session_source.h"
+#include "session/ems_session_impl.h"
+#include "util/servant_ref.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -23,8 +22,8 @@ namespace {
 constexpr const char* kSubject = "corba_request_interceptorimpl";
 constexpr int kReleaseBySilence = 2;
 
-/// User name followed by "address:port" of the session that the request belongs to; empty for a request
-/// outside one.
+/// User name followed by "address:port" of the session that the request belongs to; empty for a
+/// request outside one.
 std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
     const std::string& context = ri.topPoaName();
     const NS_UTIL::SelfUtilCommon& tags = *NS_UTIL::SelfUtilCommon::Instance();
@@ -33,8 +32,8 @@ std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
     return key;
 }
 
-/// Only a waiting thread asks for signs of life. One that begins to wait right after the look grants its NMS
-/// the whole silent time from then on, as it does when a request came right before.
+/// Only a waiting thread asks for signs of life. One that begins to wait right after the look
+/// grants its NMS the whole silent time from then on, as it does when a request came right before.
 bool isAnybodyWaiting() {
     const SessionMgr* sessions = SessionMgr::Existing();
     return sessions != nullptr && sessions->IsAnybodyWaiting();
@@ -89,10 +88,10 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
             "request operation log !");
     } catch (...) {
         tracePoint(kSubject);
-        NS_CORBA::TaDebug(
-            0,
-            "[Server_Request_Interceptor::receive_request] get unknow excpetion while writing request "
-            "operation log !");
+        NS_CORBA::TaDebug(0,
+                          "[Server_Request_Interceptor::receive_request] get unknow excpetion "
+                          "while writing request "
+                          "operation log !");
     }
     if (isActivity || isLife)
         tellSessions(clientKey, isActivity);
@@ -118,10 +117,10 @@ void Corba_Request_InterceptorImpl::requireSessionsOwn(const kelp::orb::RequestI
             throw kelp::orb::unknownObject();
         case Verdict::Stranger:
             tracePoint(kSubject);
-            NS_CORBA::TaDebugWithPara(
-                1,
-                "[Server_Request_Interceptor::receive_request] A session is called from %s, not by its NMS!",
-                ri.peer().withPort.c_str());
+            NS_CORBA::TaDebugWithPara(1,
+                                      "[Server_Request_Interceptor::receive_request] A session is "
+                                      "called from %s, not by its NMS!",
+                                      ri.peer().withPort.c_str());
             throw NS_CORBA::ForeignSessionCall();
     }
 }

@@ -1,10 +1,9 @@
 #include <kelp/agent/iterator_helper.h>
-
-#include "util/trace_point.h"
-
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/poas.h>
+
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {

@@ -1,18 +1,16 @@
-// The session manager's list of open iterators and its limits: how the EMS protects itself from an NMS that
-// opens iterators and never destroys them.
+// The session manager's list of open iterators and its limits: how the EMS protects itself from an
+// NMS that opens iterators and never destroys them.
 
-#include <kelp/agent/session_mgr.h>
-
-#include "adapter/iterator_activator.h"
-#include "util/trace_point.h"
-
+#include <ace/Guard_T.h>
 #include <kelp/agent/error_translation.h>
+#include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/poas.h>
 
-#include <ace/Guard_T.h>
-
 #include <string_view>
+
+#include "adapter/iterator_activator.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -38,8 +36,8 @@ void closeEvicted(PortableServer::ServantBase* iterator) {
         }
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
-        NS_CORBA::TaException(ex,
-                              "[SessionMgr::add_iterator] Occurred during deactivate_object of iterator!");
+        NS_CORBA::TaException(
+            ex, "[SessionMgr::add_iterator] Occurred during deactivate_object of iterator!");
     }
     iterator->_remove_ref();
 }
@@ -88,7 +86,8 @@ unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator) {
     return add_iterator(iterator, reference);
 }
 
-unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference) {
+unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator,
+                                       CORBA::Object_var& reference) {
     const std::string session = sessionOf(iterator);
     Evicted evicted;
     unsigned long result = ReserveIteratorPlace(session, evicted);
@@ -121,7 +120,8 @@ unsigned long SessionMgr::ReserveIteratorPlace(const std::string& session, Evict
             evicted.push_back(own);
         }
         const bool isOverSoftLimit = isAbove(iterators_.count() + iteratorsToCome_, softLimit);
-        PortableServer::ServantBase* const oldest = isOverSoftLimit ? iterators_.takeOldest() : nullptr;
+        PortableServer::ServantBase* const oldest =
+            isOverSoftLimit ? iterators_.takeOldest() : nullptr;
         if (oldest != nullptr)
             evicted.push_back(oldest);
         if (!isAbove(iterators_.count() + iteratorsToCome_ + 1, hardLimit)) {
@@ -134,7 +134,8 @@ unsigned long SessionMgr::ReserveIteratorPlace(const std::string& session, Evict
         }
     }
     tracePoint(kSubject);
-    NS_CORBA::TaTrace("[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!");
+    NS_CORBA::TaTrace(
+        "[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!");
     return kTooManyOpenIterators;
 }
 
@@ -145,8 +146,9 @@ void SessionMgr::GiveIteratorPlaceBack(const std::string& session) {
         iterators_.arrived(session);
 }
 
-unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator, const std::string& session,
-                                          CORBA::Object_var& reference, Evicted& evicted) {
+unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator,
+                                          const std::string& session, CORBA::Object_var& reference,
+                                          Evicted& evicted) {
     PortableServer::POA_var poa;
     PortableServer::ObjectId_var id;
     bool isActivated = false;
@@ -168,9 +170,9 @@ unsigned long SessionMgr::ActivateAndList(PortableServer::ServantBase* iterator,
     return ListActivated(iterator, session, poa.in(), id.in(), evicted);
 }
 
-unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, const std::string& session,
-                                        PortableServer::POA_ptr poa, const PortableServer::ObjectId& id,
-                                        Evicted& evicted) {
+unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator,
+                                        const std::string& session, PortableServer::POA_ptr poa,
+                                        const PortableServer::ObjectId& id, Evicted& evicted) {
     const NS_CORBA::CorbaBaseAgentConfig* config = NS_CORBA::CorbaBaseAgentConfig::Instance();
     const int softLimit = config->IteratorRestriction();
     const int ownLimit = config->IteratorsPerSession();
@@ -180,7 +182,8 @@ unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, c
         --iteratorsToCome_;
         if (lock.locked()) {
             iterators_.arrived(session);
-            // the caller's own stays until the end: whoever takes the iterator out meanwhile drops this one
+            // the caller's own stays until the end: whoever takes the iterator out meanwhile drops
+            // this one
             iterator->_add_ref();
             iterators_.add(iterator, session);
             isListed = true;
@@ -191,7 +194,8 @@ unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, c
                     break;
                 evicted.push_back(own);
             }
-            if (evictionsOwed_ > 0 && isAbove(iterators_.count() - 1, softLimit) && iterators_.count() > 1) {
+            if (evictionsOwed_ > 0 && isAbove(iterators_.count() - 1, softLimit) &&
+                iterators_.count() > 1) {
                 evicted.push_back(iterators_.takeOldest());
                 --evictionsOwed_;
             }
@@ -205,8 +209,8 @@ unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator, c
         NS_CORBA::TaTrace("[SessionMgr::add_iterator] S3 Acquire lock failed!");
         return kRegistryFailure;
     }
-    // Its session may have ended before it was listed: then nobody else will take it out. One that somebody
-    // has taken out meanwhile was open and is closed again, as may happen at any time.
+    // Its session may have ended before it was listed: then nobody else will take it out. One that
+    // somebody has taken out meanwhile was open and is closed again, as may happen at any time.
     bool wasListed = false;
     if (!isActive(poa, id) && TakeOutIterator(iterator, wasListed) && wasListed)
         return kInternalFailure;

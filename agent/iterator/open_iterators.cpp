@@ -30,7 +30,8 @@ OpenIterators::Iterator OpenIterators::takeOldest() {
 
 OpenIterators::Iterator OpenIterators::takeOldestOf(const std::string& session, Iterator kept) {
     const auto found = sessions_.find(session);
-    if (found == sessions_.end() || found->second.open.empty() || found->second.open.front() == kept)
+    if (found == sessions_.end() || found->second.open.empty() ||
+        found->second.open.front() == kept)
         return nullptr;
     const Iterator oldest = found->second.open.front();
     remove(oldest);

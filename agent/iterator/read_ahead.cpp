@@ -1,8 +1,4 @@
 #include <kelp/agent/read_ahead.h>
-
-#include "util/never_destroyed.h"
-#include "util/task_mgr_type.h"
-
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/request.h>
@@ -11,6 +7,9 @@
 #include <map>
 #include <mutex>
 #include <vector>
+
+#include "util/never_destroyed.h"
+#include "util/task_mgr_type.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -91,7 +90,8 @@ void ReadAheadHolders::dropStale(ReadAheadHolder::Time now) {
     std::vector<std::shared_ptr<ReadAheadHolder>> living;
     {
         const std::lock_guard guard(holders().mutex);
-        // no failure below: the last reference to a holder must not go under the lock, which its end takes
+        // no failure below: the last reference to a holder must not go under the lock, which its
+        // end takes
         living.reserve(holders().all.size());
         for (const auto& [address, holder] : holders().all)
             living.push_back(holder.lock());

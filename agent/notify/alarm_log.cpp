@@ -1,12 +1,12 @@
 // An alarm in words, for the alarm log.
 
-#include "notify/suppiler_mgr_callback.h"
-
 #include <mtnm/globaldefs.h>
 #include <mtnm/notifications.h>
 
 #include <map>
 #include <optional>
+
+#include "notify/suppiler_mgr_callback.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -55,7 +55,8 @@ class FieldIndex {
 
 void formatPairs(const globaldefs::NVSList_T& pairs, std::ostream& out) {
     for (CORBA::ULong i = 0; i < pairs.length(); ++i)
-        SuppilerMgr::FormatLog(std::string(pairs[i].name.in()), std::string(pairs[i].value.in()), out);
+        SuppilerMgr::FormatLog(std::string(pairs[i].name.in()), std::string(pairs[i].value.in()),
+                               out);
 }
 
 /// The entries of one alarm, in their order.

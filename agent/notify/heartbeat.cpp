@@ -1,13 +1,13 @@
 #include "notify/heartbeat.h"
 
-#include "notify/suppiler_mgr_callback.h"
-
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/push_event.h>
 #include <kelp/agent/time_change.h>
 #include <kelp/corbabase/base_config.h>
 #include <mtnm/globaldefs.h>
 #include <mtnm/notifications.h>
+
+#include "notify/suppiler_mgr_callback.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -18,7 +18,8 @@ constexpr CORBA::Short kLayerRate = 1;
 /// The properties of an event's filterable data, appended one by one.
 class Properties {
   public:
-    Properties(CosNotification::PropertySeq& properties, CORBA::ULong count) : properties_(properties) {
+    Properties(CosNotification::PropertySeq& properties, CORBA::ULong count)
+        : properties_(properties) {
         properties_.length(count);
     }
     template <class Value>

@@ -1,12 +1,8 @@
 #include "session/ems_session_factory_impl.h"
 
-#include "adapter/session_source.h"
-#include "adapter/top_poa_names.h"
-#include "session/ems_session_impl.h"
-#include "session/waiting_threads.h"
-#include "util/servant_ref.h"
-#include "util/trace_point.h"
-
+#include <ace/Guard_T.h>
+#include <ace/Recursive_Thread_Mutex.h>
+#include <ace/Static_Object_Lock.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/error_translation.h>
 #include <kelp/agent/session_mgr.h>
@@ -18,16 +14,19 @@
 #include <kelp/orb/request.h>
 #include <kelp/util/secret.h>
 
-#include <ace/Guard_T.h>
-#include <ace/Recursive_Thread_Mutex.h>
-#include <ace/Static_Object_Lock.h>
-
 #include <atomic>
 #include <chrono>
 #include <exception>
 #include <new>
 #include <optional>
 #include <utility>
+
+#include "adapter/session_source.h"
+#include "adapter/top_poa_names.h"
+#include "session/ems_session_impl.h"
+#include "session/waiting_threads.h"
+#include "util/servant_ref.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -71,16 +70,18 @@ void refuseReference(const std::string& address) {
                                              ", which [access] nms_reference does not allow");
 }
 
-/// "address:port" of the NMS's own session object. Refused before any session is touched: another NMS's
-/// address would end that one's session.
+/// "address:port" of the NMS's own session object. Refused before any session is touched: another
+/// NMS's address would end that one's session.
 std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     NS_CORBA::IOR_Parser parser;
     std::string hostInfo;
     std::string refusedAddress;
-    if (!parser.GetHostInfo(client, hostInfo) || !baseConfig().IsValidNmsReference(client, &refusedAddress)) {
+    if (!parser.GetHostInfo(client, hostInfo) ||
+        !baseConfig().IsValidNmsReference(client, &refusedAddress)) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
-            "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference failed!");
+            "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference "
+            "failed!");
         refuseReference(refusedAddress);
     }
     if (hostInfo.find(':') == std::string::npos)
@@ -114,7 +115,8 @@ emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& ses
             return reference._retn();
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
-        NS_CORBA::TaException(ex, "[EmsSessionFactory_IImpl::getEmsSession] Exception raised during _this!");
+        NS_CORBA::TaException(
+            ex, "[EmsSessionFactory_IImpl::getEmsSession] Exception raised during _this!");
     }
     endUnreachable(session);
     ThrowException(kInternalFailure);
@@ -127,7 +129,8 @@ emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& ses
 struct EmsSessionFactory_IImpl::LogIn {
     std::string user;
     kelp::util::Secret password;
-    nmsSession::NmsSession_I_ptr client = nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
+    nmsSession::NmsSession_I_ptr client =
+        nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
     std::string hostInfo;
     std::optional<NS_CORBA::Admission> admission{};  ///< once the password was found right
     bool hasRoom = false;                            ///< the quotas were asked, and allow it
@@ -170,7 +173,8 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
         }
         pace_.await(logIn.hostInfo, logIn.user);
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::seconds(baseConfig().TimeOut());
         for (;;) {
             {
                 // a lock failure sets errno, and the log-in goes on unlocked
@@ -188,7 +192,8 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
             // a session of this name is still ending; nobody else's log-in waits for its last call
             if (!TopPoaNames::waitUntilFree(name, deadline)) {
                 traceNms(
-                    "[EmsSessionFactory_IImpl::getEmsSession] The old session of NMS-<%s> has not ended in "
+                    "[EmsSessionFactory_IImpl::getEmsSession] The old session of NMS-<%s> has not "
+                    "ended in "
                     "time!",
                     logIn.hostInfo);
                 ThrowException(kInternalFailure);
@@ -245,20 +250,23 @@ void EmsSessionFactory_IImpl::RequireRoom(LogIn& logIn) {
     const unsigned long code = security().CheckRoom(logIn.hostInfo, logIn.user);
     if (code == 0)
         return;
-    traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> has too many sessions!", logIn.hostInfo);
+    traceNms("[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> has too many sessions!",
+             logIn.hostInfo);
     ThrowException(code);
 }
 
 void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {
-    auto session =
-        ServantRef<EmsSession_IImpl>::take(SessionMgr::Instance()->GetNmsSession(logIn.hostInfo, logIn.user));
+    auto session = ServantRef<EmsSession_IImpl>::take(
+        SessionMgr::Instance()->GetNmsSession(logIn.hostInfo, logIn.user));
     if (!session)
         return;
     tracePoint(kSubject);
-    NS_CORBA::TaTrace("[getEmsSession] IP Adress and Port conflict, the session will be destroyed!");
+    NS_CORBA::TaTrace(
+        "[getEmsSession] IP Adress and Port conflict, the session will be destroyed!");
     session->endSession();
     SessionMgr::Instance()->RemoveRefLocked(session.release());
-    traceNms("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<%s>.", logIn.hostInfo);
+    traceNms("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<%s>.",
+             logIn.hostInfo);
 }
 
 EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
@@ -270,7 +278,8 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
     // neither this nor what follows throws but for giveUp
     SessionSource* const source = SessionSource::create(logIn.hostInfo, logIn.user, logIn.client);
     if (source == nullptr)
-        giveUp("[EmsSessionFactory_IImpl::getEmsSession] Create Session Source for NMS-<%s> Failed!");
+        giveUp(
+            "[EmsSessionFactory_IImpl::getEmsSession] Create Session Source for NMS-<%s> Failed!");
     EmsSession_IImpl* made = nullptr;
     try {
         made = new (std::nothrow) CountedSession(source);
@@ -314,16 +323,20 @@ void EmsSessionFactory_IImpl::ListSession(const LogIn& logIn, ServantRef<EmsSess
     };
     const PortableServer::POA_var root = rootPoa();
     if (const unsigned long code = session->source()->init(root.in()))
-        giveUp("[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for NMS-<%s> Failed!",
-               code);
+        giveUp(
+            "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for NMS-<%s> "
+            "Failed!",
+            code);
     if (sessions->add_emsSession(forList.get()) != 0)
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Add EMSSession for NMS-<%s> Failed!",
                kRegistryFailure);
     forList.release();
 }
 
-void EmsSessionFactory_IImpl::AwaitCalls(const LogIn& logIn, const ServantRef<EmsSession_IImpl>& session) {
-    if (baseConfig().GetSessionReleaseStrategy() != kReleaseBySilence || baseConfig().GetEmsPingMode() ||
+void EmsSessionFactory_IImpl::AwaitCalls(const LogIn& logIn,
+                                         const ServantRef<EmsSession_IImpl>& session) {
+    if (baseConfig().GetSessionReleaseStrategy() != kReleaseBySilence ||
+        baseConfig().GetEmsPingMode() ||
         SessionMgr::Instance()->SpawnWaiting(session.get(), theWaiting))
         return;
     // nobody would ever end it
@@ -334,9 +347,11 @@ void EmsSessionFactory_IImpl::AwaitCalls(const LogIn& logIn, const ServantRef<Em
 }
 
 void EmsSessionFactory_IImpl::KeepSessionLimit() {
-    if (baseConfig().GetSessionReleaseStrategy() != kReleaseByLimit || baseConfig().GetEmsPingMode())
+    if (baseConfig().GetSessionReleaseStrategy() != kReleaseByLimit ||
+        baseConfig().GetEmsPingMode())
         return;
-    const std::vector<ServantRef<EmsSession_IImpl>> sessions = SessionMgr::Instance()->PinSessions();
+    const std::vector<ServantRef<EmsSession_IImpl>> sessions =
+        SessionMgr::Instance()->PinSessions();
     const long excess = static_cast<long>(sessions.size()) - baseConfig().GetMaxSession();
     for (long i = 0; i < excess && i < static_cast<long>(sessions.size()); ++i) {
         const ServantRef<EmsSession_IImpl>& oldest = sessions[static_cast<std::size_t>(i)];

@@ -1,8 +1,5 @@
 #include "session/ems_session_impl.h"
 
-#include "adapter/session_source.h"
-#include "util/trace_point.h"
-
 #include <kelp/agent/error_translation.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
@@ -11,6 +8,9 @@
 
 #include <exception>
 #include <string>
+
+#include "adapter/session_source.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -24,21 +24,24 @@ const char* nmsName(const SessionSource* source) {
 }
 
 bool releasesBySilence() {
-    return NS_CORBA::CorbaBaseAgentConfig::Instance()->GetSessionReleaseStrategy() == kReleaseBySilence;
+    return NS_CORBA::CorbaBaseAgentConfig::Instance()->GetSessionReleaseStrategy() ==
+           kReleaseBySilence;
 }
 
 }  // namespace
 
 EmsSession_IImpl::EmsSession_IImpl(SessionSource* source) : source_(source) {
     tracePoint(kSubject);
-    NS_CORBA::TaTrace("[EmsSession_IImpl::EmsSession_IImpl] EmsSession for NMS-<%s> has been constructured!",
-                      nmsName(source));
+    NS_CORBA::TaTrace(
+        "[EmsSession_IImpl::EmsSession_IImpl] EmsSession for NMS-<%s> has been constructured!",
+        nmsName(source));
 }
 
 EmsSession_IImpl::~EmsSession_IImpl() {
     tracePoint(kSubject);
-    NS_CORBA::TaTrace("[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<%s> has been destroyed!",
-                      nmsName(source_.get()));
+    NS_CORBA::TaTrace(
+        "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<%s> has been destroyed!",
+        nmsName(source_.get()));
 }
 
 session::Session_I_ptr EmsSession_IImpl::associatedSession() {
@@ -52,21 +55,24 @@ void EmsSession_IImpl::ping() {
     if (!NS_CORBA::IsDebugKept(3))
         return;
     tracePoint(kSubject);
-    NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!", nmsName(source_.get()));
+    NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!",
+                              nmsName(source_.get()));
 }
 
 void EmsSession_IImpl::endSession() {
     if (!source_)
         return;
     source_->set_state(Ended);
-    // under every release strategy: a thread that waits for this session has nothing left to wait for
+    // under every release strategy: a thread that waits for this session has nothing left to wait
+    // for
     wakePoint_.wake();
     TASessionSource::check_valid(source_.get());
 }
 
 void EmsSession_IImpl::getSupportedManagers(
     emsSession::EmsSession_I::managerNames_T_out supportedManagerList) {
-    emsSession::EmsSession_I::managerNames_T_var names = new emsSession::EmsSession_I::managerNames_T;
+    emsSession::EmsSession_I::managerNames_T_var names =
+        new emsSession::EmsSession_I::managerNames_T;
     if (const NS_CORBA::NorthMgrMap* managers =
             NS_CORBA::CorbaBaseAgentConfig::Instance()->GetNorthMgrMap()) {
         names->length(static_cast<CORBA::ULong>(managers->size()));
@@ -87,11 +93,13 @@ void EmsSession_IImpl::getManager(const char* managerName, common::Common_I_out 
     if (!source_)
         ThrowException(kInternalFailure);
     // pinned, so that a servant that is replaced meanwhile lives until its repository id is read
-    const PortableServer::ServantBase_var servant = SessionMgr::Instance()->pin_servant(managerName);
+    const PortableServer::ServantBase_var servant =
+        SessionMgr::Instance()->pin_servant(managerName);
     if (servant.in() == nullptr)
         ThrowException(kUnknownManager);
     const std::string repositoryId = kelp::orb::repositoryId(servant.in());
-    const CORBA::Object_var reference = source_->create_object_reference(managerName, repositoryId.c_str());
+    const CORBA::Object_var reference =
+        source_->create_object_reference(managerName, repositoryId.c_str());
     if (CORBA::is_nil(reference.in()))
         ThrowException(kInternalFailure);
     common::Common_I_var manager;
@@ -108,7 +116,8 @@ void EmsSession_IImpl::getManager(const char* managerName, common::Common_I_out 
 }
 
 void EmsSession_IImpl::getEventChannel(CosNotifyChannelAdmin::EventChannel_out eventChannel) {
-    CosNotifyChannelAdmin::EventChannel_var channel = NS_CORBA::EventMgr::Instance()->GetEventChannel();
+    CosNotifyChannelAdmin::EventChannel_var channel =
+        NS_CORBA::EventMgr::Instance()->GetEventChannel();
     if (CORBA::is_nil(channel.in()))
         ThrowException(kInternalFailure);
     eventChannel = channel._retn();
@@ -152,7 +161,8 @@ void TASessionSource::check_valid(SessionSource* source) {
         return;
     tracePoint(kSubject);
     NS_CORBA::TaTrace(
-        "[TASessionSource::check_valid] Detect nmsSession failed or ems wants exit, now EMS will destroy "
+        "[TASessionSource::check_valid] Detect nmsSession failed or ems wants exit, now EMS will "
+        "destroy "
         "associated "
         "emsSession resource!");
     try {
@@ -164,7 +174,8 @@ void TASessionSource::check_valid(SessionSource* source) {
     } catch (const std::exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
-            "[TASessionSource::check_valid] Exception raised during destroy session resource! %s", ex.what());
+            "[TASessionSource::check_valid] Exception raised during destroy session resource! %s",
+            ex.what());
     }
     // also when the tree was gone already: the log-in is still there
     source->logOutOnce();

@@ -1,21 +1,20 @@
 #pragma once
 
-#include "session/wake_point.h"
-
 #include <kelp/orb/corba.h>
-
 #include <mtnm/emsSession.h>
 
 #include <atomic>
 #include <memory>
 
+#include "session/wake_point.h"
+
 namespace NS_KELPCORBA {
 
 class SessionSource;
 
-/// The session object of one logged-in NMS (TMF 814 emsSession::EmsSession_I). Made as RefCount_OneParameter
-/// with one reference, which the session list takes over; the POA holds another. Owns its source. Any ORB
-/// thread may call any operation.
+/// The session object of one logged-in NMS (TMF 814 emsSession::EmsSession_I). Made as
+/// RefCount_OneParameter with one reference, which the session list takes over; the POA holds
+/// another. Owns its source. Any ORB thread may call any operation.
 class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
   public:
     /// Takes over the source, which may be null.
@@ -24,14 +23,16 @@ class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
     session::Session_I_ptr associatedSession() override;
     void ping() override;
     void endSession() override;
-    void getSupportedManagers(emsSession::EmsSession_I::managerNames_T_out supportedManagerList) override;
+    void getSupportedManagers(
+        emsSession::EmsSession_I::managerNames_T_out supportedManagerList) override;
     void getManager(const char* managerName, common::Common_I_out managerInterface) override;
     void getEventChannel(CosNotifyChannelAdmin::EventChannel_out eventChannel) override;
     /// The source's "session" POA; nil when the session has none any more.
     PortableServer::POA_ptr _default_POA() override;
 
-    /// Activates the object in its POA, once, under an id that nobody can guess, and returns its reference,
-    /// which the caller owns. One thread at a time. Throws what the POA throws, OBJ_ADAPTER without a POA.
+    /// Activates the object in its POA, once, under an id that nobody can guess, and returns its
+    /// reference, which the caller owns. One thread at a time. Throws what the POA throws,
+    /// OBJ_ADAPTER without a POA.
     emsSession::EmsSession_I_ptr activate();
 
     SessionSource* source() const { return source_.get(); }

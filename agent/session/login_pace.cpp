@@ -1,13 +1,13 @@
 #include "session/login_pace.h"
 
-#include "util/agent_state.h"
-#include "util/trace_point.h"
-
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/request.h>
 
 #include <thread>
+
+#include "util/agent_state.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {

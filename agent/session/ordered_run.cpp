@@ -1,7 +1,5 @@
 #include "session/ordered_run.h"
 
-#include "util/trace_point.h"
-
 #include <kelp/util/threads.h>
 
 #include <algorithm>
@@ -10,6 +8,8 @@
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {

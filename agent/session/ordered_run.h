@@ -12,9 +12,10 @@ struct OrderedSteps {
     std::function<void(std::size_t)> conclude;  ///< on the caller's thread, in the list's order
 };
 
-/// Does the steps for every index below `count`, `run` for at most `threadsMax` at a time, each on a thread
-/// that ends with this call. An entry is concluded as soon as it and all before it have run. Returns when all
-/// are concluded. Without any thread to be had everything is done on the caller's.
+/// Does the steps for every index below `count`, `run` for at most `threadsMax` at a time, each on
+/// a thread that ends with this call. An entry is concluded as soon as it and all before it have
+/// run. Returns when all are concluded. Without any thread to be had everything is done on the
+/// caller's.
 void runInOrder(std::size_t count, std::size_t threadsMax, const OrderedSteps& steps);
 
 }  // namespace NS_KELPCORBA

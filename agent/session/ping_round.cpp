@@ -1,6 +1,17 @@
 // The session manager's service thread: one round an interval over all sessions.
 
+#include <ace/Guard_T.h>
+#include <ace/OS_NS_Thread.h>
+#include <ace/Signal.h>
 #include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/supplier_mgr.h>
+#include <kelp/orb/exception_text.h>
+#include <kelp/orb/timeouts.h>
+
+#include <algorithm>
+#include <chrono>
+#include <vector>
 
 #include "adapter/session_check.h"
 #include "adapter/session_source.h"
@@ -11,19 +22,6 @@
 #include "util/servant_ref.h"
 #include "util/trace_point.h"
 
-#include <kelp/corbabase/base_config.h>
-#include <kelp/corbabase/supplier_mgr.h>
-#include <kelp/orb/exception_text.h>
-#include <kelp/orb/timeouts.h>
-
-#include <ace/Guard_T.h>
-#include <ace/OS_NS_Thread.h>
-#include <ace/Signal.h>
-
-#include <algorithm>
-#include <chrono>
-#include <vector>
-
 namespace NS_KELPCORBA {
 namespace {
 
@@ -33,7 +31,8 @@ using std::chrono::steady_clock;
 
 constexpr const char* kSubject = "sessionmgr";
 constexpr std::uint64_t kTimeUnitsPerSecond = 10'000'000;  // of 100 ns
-/// What the stop grants a single NMS and all of them together; a frozen NMS must not keep the host alive.
+/// What the stop grants a single NMS and all of them together; a frozen NMS must not keep the host
+/// alive.
 constexpr milliseconds kExitCallLimit{1000};
 constexpr milliseconds kExitTotalLimit{15000};
 
@@ -66,7 +65,8 @@ int SessionMgr::svc() {
     auto roundDue = steady_clock::now() + interval();
     while (!exitRequested_ || !CloseIfEmpty()) {
         SleepUntil(roundDue);
-        // from the beginning of the round, so that NMS that hang do not make the pings of the others rarer
+        // from the beginning of the round, so that NMS that hang do not make the pings of the
+        // others rarer
         roundDue = steady_clock::now() + interval();
         contained(kSubject, "[SessionMgr::svc]", [this] { RunRound(); });
     }
@@ -77,9 +77,9 @@ int SessionMgr::svc() {
 void SessionMgr::SleepUntil(steady_clock::time_point roundDue) {
     using std::chrono::microseconds;
     const auto left =
-        exitRequested_
-            ? microseconds(0)
-            : std::max(microseconds(0), std::chrono::ceil<microseconds>(roundDue - steady_clock::now()));
+        exitRequested_ ? microseconds(0)
+                       : std::max(microseconds(0),
+                                  std::chrono::ceil<microseconds>(roundDue - steady_clock::now()));
     const ACE_Time_Value time(static_cast<time_t>(left / seconds(1)),
                               static_cast<suseconds_t>((left % seconds(1)).count()));
     wakeUp_.wait(&time, 0);
@@ -93,10 +93,12 @@ void SessionMgr::SetCallTimeouts() {
         if (!config->SetCurrentThreadTimeOutPolicy(orb.in(), limit)) {
             tracePoint(kSubject);
             NS_CORBA::TaDebug(
-                1, "[SetTimeOutPolicy] Call CorbaAgentConfig::SetCurrentThreadTimeOutPolicy failed");
+                1,
+                "[SetTimeOutPolicy] Call CorbaAgentConfig::SetCurrentThreadTimeOutPolicy failed");
         } else if (!config->SetORBTimeOutPolicy(orb.in(), 3 * limit)) {
             tracePoint(kSubject);
-            NS_CORBA::TaDebug(1, "[SetTimeOutPolicy] Call CorbaAgentConfig::SetORBTimeOutPolicy failed");
+            NS_CORBA::TaDebug(
+                1, "[SetTimeOutPolicy] Call CorbaAgentConfig::SetORBTimeOutPolicy failed");
         }
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
@@ -147,7 +149,8 @@ void SessionMgr::ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& 
     if (entry.silentMode && source->get_state() == SilentWaiting && !source->get_silent_waiting()) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
-            "[SessionMgr::svc]user<%s>,ip<%s>,Ping 3 times failed, now start a new thread to wait for OSS "
+            "[SessionMgr::svc]user<%s>,ip<%s>,Ping 3 times failed, now start a new thread to wait "
+            "for OSS "
             "responce "
             "silently.",
             source->get_user_name().c_str(), source->get_ip_and_port().c_str());

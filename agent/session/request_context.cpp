@@ -1,15 +1,13 @@
 // What other modules ask the session manager: whose request is in hand, and what to tell every NMS.
 
+#include <ace/Guard_T.h>
 #include <kelp/agent/session_mgr.h>
-
-#include "util/trace_point.h"
-
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/security_mgr.h>
 
-#include <ace/Guard_T.h>
-
 #include <cstring>
+
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -51,7 +49,8 @@ int SessionMgr::GetUserIDByContext() {
     return NS_CORBA::CorbaSecurityMgr::Instance()->GetUserID(GetNmsIPAddrByContext());
 }
 
-void SessionMgr::NotifyEventLossOccurred(const std::string& startTime, const std::string& notificationId) {
+void SessionMgr::NotifyEventLossOccurred(const std::string& startTime,
+                                         const std::string& notificationId) {
     const ACE_Guard<ACE_Thread_Mutex> lock(eventLossLock_);
     eventLoss_ = {0, startTime, notificationId};
 }

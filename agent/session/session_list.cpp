@@ -1,31 +1,32 @@
 // The session manager's list of sessions and its waiting threads.
 
-#include <kelp/agent/session_mgr.h>
-
-#include "adapter/session_source.h"
-#include "session/ems_session_impl.h"
-#include "util/servant_ref.h"
-#include "util/trace_point.h"
-
 #include <ace/Guard_T.h>
+#include <kelp/agent/session_mgr.h>
 
 #include <algorithm>
 #include <functional>
 #include <new>
 #include <string_view>
 
+#include "adapter/session_source.h"
+#include "session/ems_session_impl.h"
+#include "util/servant_ref.h"
+#include "util/trace_point.h"
+
 namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "sessionmgr";
 
-// Always for writing, reads included: every look-up of sessions is serialised. When the lock cannot be taken
-// errno says so and the look-ups go ahead.
+// Always for writing, reads included: every look-up of sessions is serialised. When the lock cannot
+// be taken errno says so and the look-ups go ahead.
 using SessionLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
-bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo, const std::string& userName) {
+bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo,
+               const std::string& userName) {
     const SessionSource* source = session->source();
-    return source != nullptr && source->get_ip_and_port() == hostInfo && source->get_user_name() == userName;
+    return source != nullptr && source->get_ip_and_port() == hostInfo &&
+           source->get_user_name() == userName;
 }
 
 std::string clientKeyOf(const SessionSource& source) {
@@ -104,7 +105,8 @@ int SessionMgr::EraseSessions(const std::list<EmsSession_IImpl*>& sessions) {
     return erased;
 }
 
-EmsSession_IImpl* SessionMgr::GetNmsSession(const std::string& hostInfo, const std::string& userName) {
+EmsSession_IImpl* SessionMgr::GetNmsSession(const std::string& hostInfo,
+                                            const std::string& userName) {
     const SessionLock lock(sessionLock_);
     const auto found = FindListed(hostInfo, userName);
     if (found == sessions_.end())
@@ -226,7 +228,8 @@ bool SessionMgr::SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body) {
     ACE_thread_t thread = 0;
     if (!spawn(waitingThreads_, body, session, thread)) {
         tracePoint(kSubject);
-        NS_CORBA::TaTrace("[SessionMgr::SpawnWaiting] The thread that waits for the NMS could not be made!");
+        NS_CORBA::TaTrace(
+            "[SessionMgr::SpawnWaiting] The thread that waits for the NMS could not be made!");
         LeaveWaiting(session);
         return false;
     }

@@ -1,24 +1,21 @@
 // The session manager's life and its manager servants.
 
-#include <kelp/agent/session_mgr.h>
-
-#include "adapter/session_source.h"
-#include "util/agent_state.h"
-#include "session/ems_session_impl.h"
-#include "util/trace_point.h"
-
-#include <kelp/agent/corba_agent_config.h>
-#include <kelp/corbabase/base_config.h>
-#include <kelp/corbabase/security_mgr.h>
-
 #include <ace/Guard_T.h>
 #include <ace/Object_Manager_Base.h>
 #include <ace/Recursive_Thread_Mutex.h>
 #include <ace/Static_Object_Lock.h>
-
+#include <kelp/agent/corba_agent_config.h>
+#include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/security_mgr.h>
 #include <mtnm/common.h>
 
 #include <algorithm>
+
+#include "adapter/session_source.h"
+#include "session/ems_session_impl.h"
+#include "util/agent_state.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -35,7 +32,8 @@ SessionMgr* SessionMgr::m_pInstance = nullptr;
 SessionMgr* SessionMgr::Instance() {
     if (SessionMgr* instance = Existing())
         return instance;
-    ACE_GUARD_RETURN(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance(), Existing());
+    ACE_GUARD_RETURN(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance(),
+                     Existing());
     if (m_pInstance == nullptr)
         __atomic_store_n(&m_pInstance, new SessionMgr, __ATOMIC_RELEASE);
     return m_pInstance;
@@ -60,7 +58,8 @@ int SessionMgr::Init() {
     exitDeadline_.reset();
     isClosed_ = false;
     pingThreads_ = static_cast<std::size_t>(config->PingThreads());
-    silentMode_ = config->GetSessionReleaseStrategy() == kReleaseBySilence && config->GetEmsPingMode();
+    silentMode_ =
+        config->GetSessionReleaseStrategy() == kReleaseBySilence && config->GetEmsPingMode();
     NS_BUNDLEMGR1::LightEventMgr::Instance()->RegisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent,
                                                               &userStateHandler_);
     handlerRegistered_ = true;
@@ -123,11 +122,13 @@ void SessionMgr::Destroy() {
         return;
     instance->DeregisterUserStateHandler();
     instance->ACE_Task_Base::wait();
-    const ACE_Time_Value deadline(ACE_OS::gettimeofday() + ACE_Time_Value(kWaitingThreadsLeaveSeconds));
+    const ACE_Time_Value deadline(ACE_OS::gettimeofday() +
+                                  ACE_Time_Value(kWaitingThreadsLeaveSeconds));
     instance->WakeAllWaiting();
     if (instance->waitingThreads_.wait(&deadline) == -1) {
         tracePoint(kSubject);
-        NS_CORBA::TaTrace("[SessionMgr::Destroy] Waiting threads have not ended, the session manager stays!");
+        NS_CORBA::TaTrace(
+            "[SessionMgr::Destroy] Waiting threads have not ended, the session manager stays!");
         return;
     }
     ACE_GUARD(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance());
@@ -140,10 +141,11 @@ void SessionMgr::Destroy() {
 }
 
 void SessionMgr::DeregisterUserStateHandler() {
-    // no lock is held: the light event manager waits for a running handler, which takes the session lock
+    // no lock is held: the light event manager waits for a running handler, which takes the session
+    // lock
     if (handlerRegistered_.exchange(false)) {
-        NS_BUNDLEMGR1::LightEventMgr::Instance()->DeregisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent,
-                                                                    &userStateHandler_);
+        NS_BUNDLEMGR1::LightEventMgr::Instance()->DeregisterHandler(
+            NS_BUNDLEMGR1::kUserStateChangeEvent, &userStateHandler_);
     }
 }
 

@@ -1,11 +1,10 @@
 // Ends the session of a user whose account became invalid.
 
 #include <kelp/agent/session_mgr.h>
+#include <kelp/orb/exception_text.h>
 
 #include "session/ems_session_impl.h"
 #include "util/trace_point.h"
-
-#include <kelp/orb/exception_text.h>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -34,7 +33,8 @@ void BaseSSHandler::DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* dat
     }
     tracePoint(kSubject);
     NS_CORBA::TaTrace(
-        "[BaseSSHandler::DoWork]: User <NmsHostInfo = %s, UserName = %s> state change to Invalid, session "
+        "[BaseSSHandler::DoWork]: User <NmsHostInfo = %s, UserName = %s> state change to Invalid, "
+        "session "
         "will be "
         "end!\n",
         hostInfo.c_str(), user.c_str());

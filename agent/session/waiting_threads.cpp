@@ -1,13 +1,13 @@
 #include "session/waiting_threads.h"
 
-#include "adapter/session_source.h"
-#include "session/ems_session_impl.h"
-#include "util/trace_point.h"
-
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 
 #include <cstdio>
+
+#include "adapter/session_source.h"
+#include "session/ems_session_impl.h"
+#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -45,7 +45,8 @@ bool waitSilently(EmsSession_IImpl& session) {
     SessionSource* source = session.source();
     const std::uint32_t number = source->silent_waiting_number();
     tracePoint(kSilentSubject);
-    NS_CORBA::TaTrace("[SilentWaiting:] Waiting for Invoking from: %s.", source->get_ip_and_port().c_str());
+    NS_CORBA::TaTrace("[SilentWaiting:] Waiting for Invoking from: %s.",
+                      source->get_ip_and_port().c_str());
     std::uint64_t seen = 0;
     WaitEnd end = WaitEnd::Activity;
     while (end == WaitEnd::Activity) {
@@ -56,8 +57,9 @@ bool waitSilently(EmsSession_IImpl& session) {
     source->leave_silent_waiting(number);
     if (end == WaitEnd::TimedOut) {
         tracePoint(kSilentSubject);
-        NS_CORBA::TaTrace("[SilentWaiting] Exceed silent waiting period, now session %s will be destroyed",
-                          source->get_ip_and_port().c_str());
+        NS_CORBA::TaTrace(
+            "[SilentWaiting] Exceed silent waiting period, now session %s will be destroyed",
+            source->get_ip_and_port().c_str());
         TASessionSource::check_valid(source);
     }
     return end != WaitEnd::AgentExits;

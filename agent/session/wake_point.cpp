@@ -1,12 +1,12 @@
 #include "session/wake_point.h"
 
-#include "util/agent_state.h"
-
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_time.h>
 #include <ace/Time_Value.h>
 
 #include <cerrno>
+
+#include "util/agent_state.h"
 
 namespace NS_KELPCORBA {
 
@@ -21,8 +21,8 @@ void WakePoint::wake() {
     condition_.broadcast();
 }
 
-WaitEnd WakePoint::wait(std::int64_t seconds, std::uint64_t& seen, const std::function<bool()>& stillMine,
-                        const std::function<bool()>& end) {
+WaitEnd WakePoint::wait(std::int64_t seconds, std::uint64_t& seen,
+                        const std::function<bool()>& stillMine, const std::function<bool()>& end) {
     const ACE_Time_Value deadline(ACE_OS::time() + static_cast<time_t>(seconds));
     const ACE_Guard<ACE_Thread_Mutex> lock(mutex_);
     bool timedOut = false;

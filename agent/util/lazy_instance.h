@@ -8,9 +8,10 @@
 
 namespace NS_KELPCORBA {
 
-/// Holds a process-wide object that is made on first use and destroyed on demand, both under the process's
-/// static-object lock; once made, it is handed out without a lock. Whoever destroys it makes sure that nobody
-/// uses it any more. Constant-initialised, so it may be used before and after static objects live.
+/// Holds a process-wide object that is made on first use and destroyed on demand, both under the
+/// process's static-object lock; once made, it is handed out without a lock. Whoever destroys it
+/// makes sure that nobody uses it any more. Constant-initialised, so it may be used before and
+/// after static objects live.
 template <class T>
 class LazyInstance {
   public:
@@ -26,7 +27,8 @@ class LazyInstance {
         return object_.load(std::memory_order_relaxed);
     }
 
-    /// Hands the object, if there is one, to `end`, which deletes it; the next `get` makes a new one.
+    /// Hands the object, if there is one, to `end`, which deletes it; the next `get` makes a new
+    /// one.
     template <class End>
     void destroy(End end) {
         ACE_GUARD(ACE_Recursive_Thread_Mutex, guard, *ACE_Static_Object_Lock::instance());

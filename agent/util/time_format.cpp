@@ -24,16 +24,17 @@ std::tm fieldsOf(std::time_t moment, Conversion convert) {
     return fields;
 }
 
-/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not overflow.
+/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not
+/// overflow.
 int shown(int field, unsigned offset) {
     return static_cast<int>(static_cast<unsigned>(field) + offset);
 }
 
 std::string printed(const char* format, const std::tm& fields) {
     std::array<char, 128> text{};
-    const int length =
-        std::snprintf(text.data(), text.size(), format, shown(fields.tm_year, 1900), shown(fields.tm_mon, 1),
-                      fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
+    const int length = std::snprintf(text.data(), text.size(), format, shown(fields.tm_year, 1900),
+                                     shown(fields.tm_mon, 1), fields.tm_mday, fields.tm_hour,
+                                     fields.tm_min, fields.tm_sec);
     return std::string(length < 0 ? "" : text.data());
 }
 
@@ -57,7 +58,8 @@ std::string TimeChange::time2strByConf(const std::string& text) {
 }
 
 std::string TimeChange::getEMSTimeByNETime(unsigned long offset) {
-    return time2strByConf(static_cast<long>(static_cast<unsigned long>(std::time(nullptr)) + offset));
+    return time2strByConf(
+        static_cast<long>(static_cast<unsigned long>(std::time(nullptr)) + offset));
 }
 
 std::string TimeChange::getTime() {

@@ -31,8 +31,8 @@ bool isDigit(char c) {
 /// The slashed layouts in the order of the others; any other text as it is.
 std::string unslashed(const std::string& text) {
     const bool isUtc = text.size() == kSlashedUtc && text[19] == 'Z';
-    if ((text.size() != kSlashed && !isUtc) || text[2] != '/' || text[5] != '/' || text[10] != ' ' ||
-        text[13] != ':' || text[16] != ':')
+    if ((text.size() != kSlashed && !isUtc) || text[2] != '/' || text[5] != '/' ||
+        text[10] != ' ' || text[13] != ':' || text[16] != ':')
         return text;
     return text.substr(6, 4) + text.substr(3, 2) + text.substr(0, 2) + text.substr(11, 2) +
            text.substr(14, 2) + text.substr(17, 2) + ".0" + (isUtc ? "Z" : "");
@@ -104,7 +104,8 @@ stDateTimeType TimeChange::convertStrToDateTimeType(const std::string& text) {
     if (parts.size() != 6)
         return time;
     auto part = parts.begin();
-    for (std::uint16_t* field : {&time.year, &time.month, &time.day, &time.hour, &time.minute, &time.second})
+    for (std::uint16_t* field :
+         {&time.year, &time.month, &time.day, &time.hour, &time.minute, &time.second})
         *field = fieldOf(*part++);
     return time;
 }
@@ -117,8 +118,9 @@ std::string TimeChange::convertDateTimeTypeToStr(const stDateTimeType& time) {
 }
 
 bool TimeChange::checkDateTimeValid(const stDateTimeType& time) {
-    return time.month >= 1 && time.month <= kMonths && time.day >= 1 && time.day <= lengthOfMonth(time) &&
-           time.hour < 24 && time.minute < 60 && time.second < 60;
+    return time.month >= 1 && time.month <= kMonths && time.day >= 1 &&
+           time.day <= lengthOfMonth(time) && time.hour < 24 && time.minute < 60 &&
+           time.second < 60;
 }
 
 int TimeChange::compareDateTime(const stDateTimeType& a, const stDateTimeType& b) {

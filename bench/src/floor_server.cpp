@@ -1,20 +1,18 @@
 // The floor that the product's calls are measured against: the ORB alone, with servants of the same
-// interfaces in a plain child of the root POA. Prints its references and serves until its standard input
-// ends.
+// interfaces in a plain child of the root POA. Prints its references and serves until its standard
+// input ends.
 //
-//   session_bench_floor <objects>               the bare ORB, with the options that the product gives it
-//   session_bench_floor <objects> --with-port   the ORB port above it, without a request hook
-//   session_bench_floor <objects> --session-poas <number>
-//                                               the bare ORB; the managers are not active in the child of the
-//                                               root, but found through locators, as the product's are
-
-#include "common/bare_orb.h"
+//   session_bench_floor <objects>               the bare ORB, with the options that the product
+//   gives it session_bench_floor <objects> --with-port   the ORB port above it, without a request
+//   hook session_bench_floor <objects> --session-poas <number>
+//                                               the bare ORB; the managers are not active in the
+//                                               child of the root, but found through locators, as
+//                                               the product's are
 
 #include <kelp/orb/corba.h>
 #include <kelp/orb/counted_local.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
-
 #include <mtnm/emsMgr.h>
 #include <mtnm/emsSession.h>
 
@@ -22,6 +20,8 @@
 #include <iostream>
 #include <string>
 #include <vector>
+
+#include "common/bare_orb.h"
 
 namespace {
 
@@ -34,7 +34,9 @@ class FloorSession : public virtual POA_emsSession::EmsSession_I {
         throw CORBA::NO_IMPLEMENT();
     }
     void getManager(const char*, common::Common_I_out) override { throw CORBA::NO_IMPLEMENT(); }
-    void getEventChannel(CosNotifyChannelAdmin::EventChannel_out) override { throw CORBA::NO_IMPLEMENT(); }
+    void getEventChannel(CosNotifyChannelAdmin::EventChannel_out) override {
+        throw CORBA::NO_IMPLEMENT();
+    }
 };
 
 /// Refuses every operation.
@@ -72,7 +74,8 @@ void print(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
     std::cout << text.in() << '\n';
 }
 
-void printActive(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, PortableServer::ServantBase* servant) {
+void printActive(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa,
+                 PortableServer::ServantBase* servant) {
     const PortableServer::ServantBase_var owned = servant;
     const PortableServer::ObjectId_var id = poa->activate_object(servant);
     const CORBA::Object_var object = poa->id_to_reference(id.in());
@@ -83,8 +86,8 @@ void printActive(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, PortableServer
 class FloorLocator final : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
     explicit FloorLocator(PortableServer::Servant servant) : servant_(servant) {}
-    PortableServer::Servant preinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr, const char*,
-                                      void*&) override {
+    PortableServer::Servant preinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr,
+                                      const char*, void*&) override {
         servant_->_add_ref();
         return servant_;
     }
@@ -117,15 +120,14 @@ class Policies {
 
 /// POAs as the product has one for each session, with names as long as theirs.
 std::vector<PortableServer::POA_var> makeSessionPoas(PortableServer::POA_ptr root,
-                                                     PortableServer::POAManager_ptr manager, int count,
-                                                     PortableServer::Servant servant) {
+                                                     PortableServer::POAManager_ptr manager,
+                                                     int count, PortableServer::Servant servant) {
     constexpr int kFirstPort = 20000;
     const Policies policies(root);
     std::vector<PortableServer::POA_var> poas;
     for (int i = 0; i < count; ++i) {
-        const std::string name =
-            "<USERNAME_TAG>bench</USERNAME_TAG><IPANDPORT_TAG>127.0.0.1:" + std::to_string(kFirstPort + i) +
-            "</IPANDPORT_TAG>";
+        const std::string name = "<USERNAME_TAG>bench</USERNAME_TAG><IPANDPORT_TAG>127.0.0.1:" +
+                                 std::to_string(kFirstPort + i) + "</IPANDPORT_TAG>";
         poas.emplace_back(root->create_POA(name.c_str(), manager, policies.list()));
         const PortableServer::ServantLocator_var locator = new FloorLocator(servant);
         poas.back()->set_servant_manager(locator.in());
@@ -141,7 +143,8 @@ void serve(int objects, bool withPort, int sessionPoas) {
     const CORBA::Object_var rootObject = orb->resolve_initial_references("RootPOA");
     const PortableServer::POA_var root = PortableServer::POA::_narrow(rootObject.in());
     const PortableServer::POAManager_var manager = root->the_POAManager();
-    const PortableServer::POA_var poa = root->create_POA("floor", manager.in(), CORBA::PolicyList());
+    const PortableServer::POA_var poa =
+        root->create_POA("floor", manager.in(), CORBA::PolicyList());
     auto* const shared = new FloorManager;
     const PortableServer::ServantBase_var sharedOwned = shared;
     const std::vector<PortableServer::POA_var> located =
@@ -152,9 +155,10 @@ void serve(int objects, bool withPort, int sessionPoas) {
         if (located.empty()) {
             printActive(orb.in(), poa.in(), new FloorManager);
         } else {
-            const PortableServer::POA_var& own = located[static_cast<std::size_t>(i) % located.size()];
-            const CORBA::Object_var object =
-                own->create_reference_with_id(name.in(), "IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0");
+            const PortableServer::POA_var& own =
+                located[static_cast<std::size_t>(i) % located.size()];
+            const CORBA::Object_var object = own->create_reference_with_id(
+                name.in(), "IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0");
             print(orb.in(), object.in());
         }
     }
@@ -172,7 +176,8 @@ void serve(int objects, bool withPort, int sessionPoas) {
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::cerr << "usage: session_bench_floor <objects> [--with-port | --session-poas <number>]\n";
+        std::cerr
+            << "usage: session_bench_floor <objects> [--with-port | --session-poas <number>]\n";
         return 2;
     }
     try {

@@ -1,20 +1,19 @@
+#include <kelp/nms/client.h>
+#include <kelp/orb/exception_text.h>
+#include <mtnm/globaldefs.h>
+
+#include <exception>
+#include <iostream>
+
+#include "common/process_usage.h"
+#include "common/report.h"
+#include "options.h"
 #include "session/calls.h"
 #include "session/guesses.h"
 #include "session/hashing.h"
 #include "session/log_ins.h"
 #include "session/memory.h"
-#include "options.h"
-#include "common/process_usage.h"
 #include "session/records.h"
-#include "common/report.h"
-
-#include <kelp/nms/client.h>
-#include <kelp/orb/exception_text.h>
-
-#include <mtnm/globaldefs.h>
-
-#include <exception>
-#include <iostream>
 
 namespace {
 

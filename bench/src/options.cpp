@@ -31,21 +31,25 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     bool quick = false;
     auto sliceMs = static_cast<std::size_t>(options.slice.count());
     CLI::App app{
-        "Measures what sessions cost: calls against the bare ORB's, log-ins, memory, password hashes.",
+        "Measures what sessions cost: calls against the bare ORB's, log-ins, memory, password "
+        "hashes.",
         "session_bench"};
     app.footer(kFooter);
     const CLI::Range positive(1, 1000000);
     app.add_flag("--json", options.json, "The result as JSON");
-    app.add_option("--only", only, "Measure these only: calls, log-ins, memory, hashing, guesses, records")
+    app.add_option("--only", only,
+                   "Measure these only: calls, log-ins, memory, hashing, guesses, records")
         ->check(CLI::IsMember({"calls", "log-ins", "memory", "hashing", "guesses", "records"}));
     app.add_flag("--quick", quick, "Few rounds, to see that it runs; the figures are rough");
     app.add_option("--rounds", options.rounds, "Rounds of calls, one slice a server each")
         ->check(positive)
         ->capture_default_str();
-    app.add_option("--slice-ms", sliceMs, "How long one server is called before the next one, in ms")
+    app.add_option("--slice-ms", sliceMs,
+                   "How long one server is called before the next one, in ms")
         ->check(positive)
         ->capture_default_str();
-    app.add_option("--sessions", options.callSessions, "Sessions at the product while calls are measured")
+    app.add_option("--sessions", options.callSessions,
+                   "Sessions at the product while calls are measured")
         ->check(CLI::Range(16, 20000))
         ->capture_default_str();
     app.add_option("--release-strategy", options.releaseStrategy,
@@ -61,10 +65,12 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     app.add_option("--live", options.manySessions, "What many live sessions are")
         ->check(CLI::Range(20, 20000))
         ->capture_default_str();
-    app.add_option("--guess-rounds", options.guessRounds, "Rounds of log-ins beside wrong passwords")
+    app.add_option("--guess-rounds", options.guessRounds,
+                   "Rounds of log-ins beside wrong passwords")
         ->check(CLI::Range(1, 100))
         ->capture_default_str();
-    app.add_option("--wrong-passwords", options.wrongPasswords, "Wrong passwords in a row, in one round")
+    app.add_option("--wrong-passwords", options.wrongPasswords,
+                   "Wrong passwords in a row, in one round")
         ->check(positive)
         ->capture_default_str();
     try {

@@ -40,7 +40,8 @@ void noteConfigurationRead(const std::vector<NS_BUNDLEMGR1::ConfigChange>& chang
         note(file, "refused", problem);
         return;
     }
-    note(file, NS_CORBA::kOutcomeOk, "read again, " + std::to_string(changes.size()) + " change(s)");
+    note(file, NS_CORBA::kOutcomeOk,
+         "read again, " + std::to_string(changes.size()) + " change(s)");
     for (const NS_BUNDLEMGR1::ConfigChange& each : changes)
         note(each.key, NS_CORBA::kOutcomeOk, shown(each.before) + " -> " + shown(each.after));
     NS_CORBA::AuditTrail::Instance().UpdateRetention();

@@ -18,8 +18,8 @@ class AuditUse {
     AuditUse& operator=(const AuditUse&) = delete;
 };
 
-/// Notes in the security log what a re-read of the configuration has changed, or, with `problem`, that it was
-/// refused; takes over new limits of the logs.
+/// Notes in the security log what a re-read of the configuration has changed, or, with `problem`,
+/// that it was refused; takes over new limits of the logs.
 void noteConfigurationRead(const std::vector<NS_BUNDLEMGR1::ConfigChange>& changes,
                            const std::string& problem);
 

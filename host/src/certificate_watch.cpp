@@ -37,7 +37,8 @@ std::optional<system_clock::time_point> certificateEnd(const std::filesystem::pa
     const std::unique_ptr<X509, decltype(&X509_free)> certificate(
         in ? PEM_read_bio_X509(in.get(), nullptr, nullptr, nullptr) : nullptr, &X509_free);
     std::tm parts{};
-    const bool isKnown = certificate && ASN1_TIME_to_tm(X509_get0_notAfter(certificate.get()), &parts) == 1;
+    const bool isKnown =
+        certificate && ASN1_TIME_to_tm(X509_get0_notAfter(certificate.get()), &parts) == 1;
     // what went wrong is not left to whoever asks the library next
     ERR_clear_error();
     if (!isKnown)
@@ -45,7 +46,8 @@ std::optional<system_clock::time_point> certificateEnd(const std::filesystem::pa
     return system_clock::from_time_t(::timegm(&parts));
 }
 
-std::string certificateWarning(const std::filesystem::path& file, std::optional<system_clock::time_point> end,
+std::string certificateWarning(const std::filesystem::path& file,
+                               std::optional<system_clock::time_point> end,
                                system_clock::time_point now) {
     if (!end)
         return "tls.certificate: no certificate can be read from " + file.string();
@@ -59,7 +61,8 @@ std::string certificateWarning(const std::filesystem::path& file, std::optional<
            std::to_string(days) + (days == 1 ? " day" : " days");
 }
 
-std::string revocationListWarning(const std::filesystem::path& file, const orb::RevocationListEnd& list,
+std::string revocationListWarning(const std::filesystem::path& file,
+                                  const orb::RevocationListEnd& list,
                                   system_clock::time_point now) {
     if (!list.end || *list.end - now > kDaysBeforeNextList * kDay)
         return "";
@@ -70,7 +73,8 @@ std::string revocationListWarning(const std::filesystem::path& file, const orb::
            ": it goes on to be used, but certificates that were revoked since are accepted";
 }
 
-CertificateWatch::CertificateWatch(std::filesystem::path certificate, std::filesystem::path revocationLists)
+CertificateWatch::CertificateWatch(std::filesystem::path certificate,
+                                   std::filesystem::path revocationLists)
     : certificate_(std::move(certificate)),
       revocationLists_(std::move(revocationLists)),
       thread_([this] { run(); }) {}
@@ -93,7 +97,8 @@ void CertificateWatch::run() {
 
 void CertificateWatch::warn() const {
     const system_clock::time_point now = system_clock::now();
-    std::vector<std::string> warnings = {certificateWarning(certificate_, certificateEnd(certificate_), now)};
+    std::vector<std::string> warnings = {
+        certificateWarning(certificate_, certificateEnd(certificate_), now)};
     if (!revocationLists_.empty()) {
         for (const orb::RevocationListEnd& list : orb::revocationListEnds(revocationLists_))
             warnings.push_back(revocationListWarning(revocationLists_, list, now));

@@ -1,19 +1,5 @@
 #include "host.h"
 
-#include "admin/admin_server.h"
-#include "admin/consumer_requests.h"
-#include "admin/naming_requests.h"
-#include "audit_use.h"
-#include "certificate_watch.h"
-#include "exit_codes.h"
-#include "factory_entry.h"
-#include "installation.h"
-#include "naming_settings.h"
-#include "service_manager.h"
-#include "signal_watch.h"
-#include "start_failure.h"
-#include "trusted_files.h"
-
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
 #include <kelp/appmgr/task_mgr.h>
@@ -29,7 +15,6 @@
 #include <kelp/util/core_dumps.h>
 #include <kelp/util/trace_limit.h>
 #include <kelp/util/trace_log.h>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,6 +23,20 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "admin/admin_server.h"
+#include "admin/consumer_requests.h"
+#include "admin/naming_requests.h"
+#include "audit_use.h"
+#include "certificate_watch.h"
+#include "exit_codes.h"
+#include "factory_entry.h"
+#include "installation.h"
+#include "naming_settings.h"
+#include "service_manager.h"
+#include "signal_watch.h"
+#include "start_failure.h"
+#include "trusted_files.h"
 
 namespace kelp::host {
 
@@ -77,7 +76,8 @@ void applyProcessSettings() {
 void warnOfRoot() {
     if (::geteuid() == 0)
         trace(__LINE__,
-              "warning: kelpd runs as root, and so would whoever breaks into it; give it an account without "
+              "warning: kelpd runs as root, and so would whoever breaks into it; give it an "
+              "account without "
               "privileges");
 }
 
@@ -110,7 +110,8 @@ class CatalogueUse {
         const Places places = errorCatalogues(programDirectory(), configFile);
         const std::filesystem::path file = firstExisting(places);
         if (file.empty())
-            throw StartFailure{kConfigurationError, "no error catalogue, looked for " + inWords(places)};
+            throw StartFailure{kConfigurationError,
+                               "no error catalogue, looked for " + inWords(places)};
         if (const auto problems = catalogue_.load(file); !problems.empty())
             throw StartFailure{kConfigurationError, problems.front().text()};
         NS_BUNDLEMGR1::SetIFBuf("ErrorCodeBufIf", &catalogue_);
@@ -143,16 +144,19 @@ class BundlesUse {
             const Places places = bundleDirectories(programDirectory());
             folder = firstExisting(places);
             if (folder.empty())
-                throw StartFailure{kStartError, "no folder of bundles, looked for " + inWords(places)};
+                throw StartFailure{kStartError,
+                                   "no folder of bundles, looked for " + inWords(places)};
         }
         std::string whyNot;
-        if (!NS_BUNDLEMGR1::BundleMgr::Instance()->Start(folder, config.texts("bundles.load"), whyNot)) {
+        if (!NS_BUNDLEMGR1::BundleMgr::Instance()->Start(folder, config.texts("bundles.load"),
+                                                         whyNot)) {
             endHelpers();
             throw StartFailure{kStartError, whyNot};
         }
     }
     ~BundlesUse() {
-        // work that bundles have queued is code of theirs, so its threads end before any bundle is unloaded
+        // work that bundles have queued is code of theirs, so its threads end before any bundle is
+        // unloaded
         KelpAppMgr::Instance()->Exit();
         NS_BUNDLEMGR1::BundleMgr::Instance()->Stop();
         endHelpers();
@@ -167,8 +171,8 @@ class BundlesUse {
     }
 };
 
-/// The operator's interface. It opens after the bundles have started and closes before they stop, so that no
-/// request meets a bundle that is not there wholly.
+/// The operator's interface. It opens after the bundles have started and closes before they stop,
+/// so that no request meets a bundle that is not there wholly.
 class AdminUse {
   public:
     AdminUse()
@@ -215,9 +219,10 @@ void reloadConfiguration() {
     noteConfigurationRead(changes, problems.empty() ? "" : problems.front().text());
     if (!problems.empty())
         return;
-    util::TraceLog::instance().setLevel(static_cast<int>(ConfigStore::instance().integer("trace.level")));
-    util::setTraceLinesPerMinute(
-        static_cast<unsigned>(ConfigStore::instance().integer("trace.lines_per_minute_before_login")));
+    util::TraceLog::instance().setLevel(
+        static_cast<int>(ConfigStore::instance().integer("trace.level")));
+    util::setTraceLinesPerMinute(static_cast<unsigned>(
+        ConfigStore::instance().integer("trace.lines_per_minute_before_login")));
     trace(__LINE__, "the configuration has been read again");
     NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
 }
@@ -228,29 +233,34 @@ bool isNamingServed() {
            NS_CORBA::CorbaBaseAgentConfig::Instance()->IsNamingServiceEmbedded();
 }
 
-/// Managers that NMS are to be offered but will be refused: a configuration from before a bundle existed
-/// names all bundles but that one.
+/// Managers that NMS are to be offered but will be refused: a configuration from before a bundle
+/// existed names all bundles but that one.
 void warnOfMissingManagers() {
-    const NS_CORBA::NorthMgrMap* const there = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetNorthMgrMap();
+    const NS_CORBA::NorthMgrMap* const there =
+        NS_CORBA::CorbaBaseAgentConfig::Instance()->GetNorthMgrMap();
     std::string missing;
     for (const std::string& name : ConfigStore::instance().texts("managers.offered")) {
         if (there == nullptr || !there->contains(name))
             missing += (missing.empty() ? "" : ", ") + name;
     }
     if (!missing.empty())
-        trace(__LINE__, "warning: [managers] offered names managers that no bundle in [bundles] load has (" +
-                            missing + "); kelp_unimplemented has all that nobody implements");
+        trace(__LINE__,
+              "warning: [managers] offered names managers that no bundle in [bundles] load has (" +
+                  missing + "); kelp_unimplemented has all that nobody implements");
 }
 
 void runUntilStopped(SignalWatch& signals) {
-    const std::string address = isNamingServed() ? configuredNamingAddress() : "nowhere: no bundle serves it";
+    const std::string address =
+        isNamingServed() ? configuredNamingAddress() : "nowhere: no bundle serves it";
     trace(__LINE__, "the naming service is at " + address);
     warnOfMissingManagers();
     const std::string whyNotFound = awaitFactoryEntry(signals);
     if (!signals.isStopAskedFor()) {
         trace(__LINE__, "kelpd is ready");
         tellReady("ready, naming service at " + address +
-                  (whyNotFound.empty() ? "" : ", where the session factory is not found: " + whyNotFound));
+                  (whyNotFound.empty()
+                       ? ""
+                       : ", where the session factory is not found: " + whyNotFound));
     }
     while (signals.next() == SignalWatch::Event::Reload)
         reloadConfiguration();

@@ -12,12 +12,12 @@ using Places = std::vector<std::filesystem::path>;
 /// The folder of the running program.
 std::filesystem::path programDirectory();
 
-/// Where the bundles may be when the configuration names no folder: beside a program that was just built, or
-/// installed.
+/// Where the bundles may be when the configuration names no folder: beside a program that was just
+/// built, or installed.
 Places bundleDirectories(const std::filesystem::path& programDirectory);
 
-/// Where the error catalogue may be: beside the configuration file, or in the share folder of the build or
-/// installation.
+/// Where the error catalogue may be: beside the configuration file, or in the share folder of the
+/// build or installation.
 Places errorCatalogues(const std::filesystem::path& programDirectory,
                        const std::filesystem::path& configFile);
 

@@ -1,15 +1,14 @@
-#include "descriptor_limit.h"
-#include "exit_codes.h"
-#include "host.h"
-#include "options.h"
-
 #include <kelp/util/core_dumps.h>
 #include <kelp/util/stopping.h>
-
 #include <unistd.h>
 
 #include <exception>
 #include <iostream>
+
+#include "descriptor_limit.h"
+#include "exit_codes.h"
+#include "host.h"
+#include "options.h"
 
 int main(int argc, char** argv) {
     using namespace kelp::host;

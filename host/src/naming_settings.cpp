@@ -3,7 +3,6 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/orb/references.h>
 #include <kelp/util/descriptor.h>
-
 #include <netdb.h>
 #include <sys/socket.h>
 
@@ -37,7 +36,8 @@ int listenProblem(const std::string& host, std::uint16_t port) {
     const Descriptor socket(::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int on = 1;
     ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (::bind(socket.get(), found->ai_addr, found->ai_addrlen) != 0 || ::listen(socket.get(), 1) != 0)
+    if (::bind(socket.get(), found->ai_addr, found->ai_addrlen) != 0 ||
+        ::listen(socket.get(), 1) != 0)
         return errno;
     return 0;
 }
@@ -65,11 +65,13 @@ bool namingPortsAreFree(std::string& whyNot) {
         if (error == 0)
             continue;
         const std::string address = orb::hostAndPort({host, port, false});
-        whyNot = error == EADDRINUSE
-                     ? address +
-                           " is in use by another process; choose another [naming] port, or set [naming] "
-                           "embedded = false to use the naming service that runs there"
-                     : "cannot listen on " + address + ": " + std::generic_category().message(error);
+        whyNot =
+            error == EADDRINUSE
+                ? address +
+                      " is in use by another process; choose another [naming] port, or set "
+                      "[naming] "
+                      "embedded = false to use the naming service that runs there"
+                : "cannot listen on " + address + ": " + std::generic_category().message(error);
         return false;
     }
     return true;

@@ -1,11 +1,11 @@
 #include "options.h"
 
-#include "exit_codes.h"
-
 #include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <string>
+
+#include "exit_codes.h"
 
 namespace kelp::host {
 
@@ -39,16 +39,18 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     std::string configFile;
     std::string checkFile;
     CLI::App app{
-        "The host process of the EMS's CORBA northbound interface. Runs in the foreground until it is told "
+        "The host process of the EMS's CORBA northbound interface. Runs in the foreground until it "
+        "is told "
         "to stop.",
         "kelpd"};
     app.footer(kFooter);
     app.set_version_flag("--version", "kelpd " KELP_VERSION);
     auto* config = app.add_option("-c,--config", configFile, "The configuration file");
     auto* check =
-        app.add_option("--check-config", checkFile,
-                       "Check this configuration file (or that of --config) and end; each problem is named "
-                       "with file, line and key")
+        app.add_option(
+               "--check-config", checkFile,
+               "Check this configuration file (or that of --config) and end; each problem is named "
+               "with file, line and key")
             ->expected(0, 1)
             ->type_name("[FILE]");
     try {

@@ -13,8 +13,8 @@ struct Options {
     bool checkOnly = false;
 };
 
-/// Reads the command line. None when it asked for help or the version, or was wrong; that has been told, and
-/// `exitCode` is set.
+/// Reads the command line. None when it asked for help or the version, or was wrong; that has been
+/// told, and `exitCode` is set.
 std::optional<Options> parseOptions(int argc, char** argv, int& exitCode);
 
 }  // namespace kelp::host

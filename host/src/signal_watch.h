@@ -7,10 +7,10 @@
 
 namespace kelp::host {
 
-/// The signals that a service is told things by: SIGTERM and SIGINT (stop), SIGHUP (read the configuration
-/// again). Make it before the first thread is started: it blocks them, and threads inherit that. The first
-/// stop is reported by next(); a second one, at any time, calls `force` on the watch's own thread, which
-/// shall end the process. SIGPIPE is ignored from here on.
+/// The signals that a service is told things by: SIGTERM and SIGINT (stop), SIGHUP (read the
+/// configuration again). Make it before the first thread is started: it blocks them, and threads
+/// inherit that. The first stop is reported by next(); a second one, at any time, calls `force` on
+/// the watch's own thread, which shall end the process. SIGPIPE is ignored from here on.
 class SignalWatch {
   public:
     enum class Event { Stop, Reload };
@@ -20,8 +20,8 @@ class SignalWatch {
     SignalWatch(const SignalWatch&) = delete;
     SignalWatch& operator=(const SignalWatch&) = delete;
 
-    /// Waits for the next event. Reloads that were asked for meanwhile count as one; a stop comes first and
-    /// stays.
+    /// Waits for the next event. Reloads that were asked for meanwhile count as one; a stop comes
+    /// first and stays.
     Event next();
     /// Whether a stop was asked for; next() reports it then.
     bool isStopAskedFor();

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "exit_codes.h"
-
 #include <string>
+
+#include "exit_codes.h"
 
 namespace kelp::host {
 

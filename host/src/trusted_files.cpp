@@ -68,7 +68,8 @@ std::vector<ConfigProblem> problemsOfTrust() {
     using util::FinalLink;
     Problems problems;
     const std::filesystem::path state = NS_BUNDLEMGR1::defaultStateDirectory();
-    const std::string ofState = util::problemOfTrust(state, FileUse::Trusted, FinalLink::IsFollowed);
+    const std::string ofState =
+        util::problemOfTrust(state, FileUse::Trusted, FinalLink::IsFollowed);
     problems.add("", state, ofState);
     // what lies in it would only repeat this
     if (!ofState.empty())

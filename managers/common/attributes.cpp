@@ -1,9 +1,5 @@
 #include "attributes.h"
 
-#include "idl_names.h"
-#include "inventory_access.h"
-#include "refusal.h"
-
 #include <kelp/agent/error_translation.h>
 #include <kelp/util/utf8.h>
 
@@ -12,6 +8,10 @@
 #include <optional>
 #include <string>
 #include <variant>
+
+#include "idl_names.h"
+#include "inventory_access.h"
+#include "refusal.h"
 
 namespace kelp::managers {
 
@@ -60,9 +60,11 @@ std::string checkedText(const char* text, const char* parameter) {
     return value;
 }
 
-/// Makes the change to the object with that name: `makeChange` is given the inventory, its kind and its id.
+/// Makes the change to the object with that name: `makeChange` is given the inventory, its kind and
+/// its id.
 template <class MakeChange>
-Change changeObject(Kinds kinds, const globaldefs::NamingAttributes_T& object, MakeChange makeChange) {
+Change changeObject(Kinds kinds, const globaldefs::NamingAttributes_T& object,
+                    MakeChange makeChange) {
     const inventory::ObjectName name = objectNamed(object);
     return withInventory([&](const std::shared_ptr<Inventory>& in) {
         const Change change = std::visit(
@@ -85,9 +87,10 @@ Change changeObject(Kinds kinds, const globaldefs::NamingAttributes_T& object, M
 void setUserLabel(Kinds kinds, const globaldefs::NamingAttributes_T& object, const char* label,
                   bool isUnique) {
     const std::string text = checkedText(label, "userLabel");
-    const Change change = changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
-        return in.setUserLabel(kind, id, text, isUnique);
-    });
+    const Change change =
+        changeObject(kinds, object, [&](Inventory& in, ObjectKind kind, std::int64_t id) {
+            return in.setUserLabel(kind, id, text, isUnique);
+        });
     if (change == Change::LabelInUse)
         refuseUserLabel(text);
 }

@@ -1,14 +1,14 @@
 #include "idl_names.h"
 
-#include "idl_text.h"
-#include "refusal.h"
-
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/inventory/layer_rate.h>
 
 #include <utility>
 #include <variant>
+
+#include "idl_text.h"
+#include "refusal.h"
 
 namespace kelp::managers {
 
@@ -22,8 +22,8 @@ inventory::NameValues fromIdl(const globaldefs::NamingAttributes_T& attributes) 
     return values;
 }
 
-/// Many an NMS leaves the first component out, or empty: as there is one EMS here it can mean no other. No
-/// component at all names nothing.
+/// Many an NMS leaves the first component out, or empty: as there is one EMS here it can mean no
+/// other. No component at all names nothing.
 void completeWithEms(inventory::NameValues& attributes) {
     if (attributes.empty())
         return;

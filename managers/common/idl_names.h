@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/inventory/object_name.h>
-
 #include <mtnm/globaldefs.h>
 #include <mtnm/transmissionParameters.h>
 
@@ -9,7 +8,8 @@
 
 namespace kelp::managers {
 
-/// The name of this EMS, which the names of all its objects begin with. It changes only with a restart.
+/// The name of this EMS, which the names of all its objects begin with. It changes only with a
+/// restart.
 const std::string& emsName();
 
 // All of these fill what is as newly made.
@@ -42,6 +42,7 @@ extern template inventory::LinkName named(const globaldefs::NamingAttributes_T&)
 extern template inventory::SubnetworkName named(const globaldefs::NamingAttributes_T&);
 
 /// The layer rates that a caller lists in the parameter; refuses with kNotALayerRate.
-inventory::LayerRates layerRates(const transmissionParameters::LayerRateList_T& rates, const char* parameter);
+inventory::LayerRates layerRates(const transmissionParameters::LayerRateList_T& rates,
+                                 const char* parameter);
 
 }  // namespace kelp::managers

@@ -13,7 +13,8 @@ Idl sameValue(Row value) {
 }
 static_assert(static_cast<int>(managedElement::CS_UNAVAILABLE) ==
               static_cast<int>(inventory::CommunicationState::Unavailable));
-static_assert(static_cast<int>(equipment::UNKNOWN) == static_cast<int>(inventory::HolderState::Unknown));
+static_assert(static_cast<int>(equipment::UNKNOWN) ==
+              static_cast<int>(inventory::HolderState::Unknown));
 static_assert(static_cast<int>(equipment::SERV_NA) ==
               static_cast<int>(inventory::ServiceState::NotApplicable));
 static_assert(static_cast<int>(terminationPoint::D_SINK) ==
@@ -63,8 +64,8 @@ void descriptorToIdl(const std::string& value, globaldefs::NamingAttributes_T& n
         toIdl(inventory::NameValues{{"EMS", emsName()}, {"TrafficDescriptor", value}}, name);
 }
 
-// The longest form of a number and of a text: with the alignment before it, a text also with its length and
-// the zero at its end.
+// The longest form of a number and of a text: with the alignment before it, a text also with its
+// length and the zero at its end.
 constexpr std::size_t kNumber = 7;
 std::size_t textSize(const char* text) {
     return kNumber + std::char_traits<char>::length(text) + 1;
@@ -101,7 +102,8 @@ void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_
     textToIdl(row.location, element.location);
     textToIdl(row.version, element.version);
     textToIdl(row.productName, element.productName);
-    element.communicationState = sameValue<managedElement::CommunicationState_T>(row.communicationState);
+    element.communicationState =
+        sameValue<managedElement::CommunicationState_T>(row.communicationState);
     element.emsInSyncState = row.emsInSyncState;
     ratesToIdl(row.supportedRates, element.supportedRates);
 }
@@ -111,7 +113,8 @@ void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& 
     holder.alarmReportingIndicator = row.alarmReportingIndicator;
     textToIdl(row.holderType, holder.holderType);
     if (!row.expectedOrInstalledEquipment.empty())
-        toIdl(inventory::EquipmentName{row.managedElement, row.name, row.expectedOrInstalledEquipment},
+        toIdl(inventory::EquipmentName{row.managedElement, row.name,
+                                       row.expectedOrInstalledEquipment},
               holder.expectedOrInstalledEquipment);
     holder.acceptableEquipmentTypeList.length(
         static_cast<CORBA::ULong>(row.acceptableEquipmentTypeList.size()));
@@ -147,8 +150,8 @@ void toIdl(const inventory::TerminationPoint& row, terminationPoint::Termination
     descriptorToIdl(row.ingressTrafficDescriptorName, point.ingressTrafficDescriptorName);
     descriptorToIdl(row.egressTrafficDescriptorName, point.egressTrafficDescriptorName);
     // an FTP is told from a PTP by the last component of its name alone
-    point.type =
-        row.name.kind() == inventory::TpKind::Ctp ? terminationPoint::TPT_CTP : terminationPoint::TPT_PTP;
+    point.type = row.name.kind() == inventory::TpKind::Ctp ? terminationPoint::TPT_CTP
+                                                           : terminationPoint::TPT_PTP;
     point.connectionState = sameValue<terminationPoint::TPConnectionState_T>(row.connectionState);
     point.tpMappingMode = sameValue<terminationPoint::TerminationMode_T>(row.tpMappingMode);
     point.direction = sameValue<terminationPoint::Directionality_T>(row.direction);
@@ -166,7 +169,8 @@ void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLi
     toIdl(row.zEnd, link.zEndTP);
 }
 
-void toIdl(const inventory::Subnetwork& row, multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork) {
+void toIdl(const inventory::Subnetwork& row,
+           multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork) {
     describe(row, subnetwork);
     subnetwork.subnetworkType = sameValue<multiLayerSubnetwork::Topology_T>(row.subnetworkType);
     ratesToIdl(row.supportedRates, subnetwork.supportedRates);
@@ -185,8 +189,8 @@ std::size_t encodedSize(const managedElement::ManagedElement_T& element) {
 }
 
 std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either) {
-    return kNumber +
-           (either._d() == equipment::EQT ? boardSize(either.equip()) : holderSize(either.holder()));
+    return kNumber + (either._d() == equipment::EQT ? boardSize(either.equip())
+                                                    : holderSize(either.holder()));
 }
 
 std::size_t encodedSize(const terminationPoint::TerminationPoint_T& point) {

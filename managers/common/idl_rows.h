@@ -1,9 +1,6 @@
 #pragma once
 
-#include "idl_names.h"
-
 #include <kelp/inventory/model.h>
-
 #include <mtnm/equipment.h>
 #include <mtnm/managedElement.h>
 #include <mtnm/multiLayerSubnetwork.h>
@@ -11,6 +8,8 @@
 #include <mtnm/topologicalLink.h>
 
 #include <cstddef>
+
+#include "idl_names.h"
 
 namespace kelp::managers {
 
@@ -22,7 +21,8 @@ void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentOrHolder_T
 void toIdl(const inventory::Equipment& row, equipment::EquipmentOrHolder_T& either);
 void toIdl(const inventory::TerminationPoint& row, terminationPoint::TerminationPoint_T& point);
 void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLink_T& link);
-void toIdl(const inventory::Subnetwork& row, multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
+void toIdl(const inventory::Subnetwork& row,
+           multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
 
 // Bytes that a structure takes in a message, alignment included; rather too many than too few.
 std::size_t encodedSize(const globaldefs::NVSList_T& list);

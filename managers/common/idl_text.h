@@ -7,8 +7,8 @@
 
 namespace kelp::managers {
 
-/// Fills a structure's string that is as newly made, that is, empty. CORBA::string_dup would look for the
-/// text's end, twice, and give an empty text room of its own.
+/// Fills a structure's string that is as newly made, that is, empty. CORBA::string_dup would look
+/// for the text's end, twice, and give an empty text room of its own.
 template <class Member>
 void textToIdl(std::string_view text, Member& member) {
     if (text.empty())

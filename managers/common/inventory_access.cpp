@@ -1,9 +1,9 @@
 #include "inventory_access.h"
 
-#include "refusal.h"
-
 #include <kelp/agent/error_translation.h>
 #include <kelp/corbabase/trace.h>
+
+#include "refusal.h"
 
 namespace kelp::managers {
 

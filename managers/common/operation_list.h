@@ -1,16 +1,15 @@
 #pragma once
 
 #include <kelp/agent/error_translation.h>
-
 #include <mtnm/common.h>
 
 #include <span>
 
 namespace kelp::managers {
 
-// Every manager has one list of all operations of its interface, the inherited ones first: a file of lines
-// MANAGER_OPERATION(module, interface, operation, (C++ parameters), Supported or Unsupported). The servant's
-// declarations and the answer of getCapabilities are both made from it.
+// Every manager has one list of all operations of its interface, the inherited ones first: a file
+// of lines MANAGER_OPERATION(module, interface, operation, (C++ parameters), Supported or
+// Unsupported). The servant's declarations and the answer of getCapabilities are both made from it.
 
 /// Declares the operation; one that is not supported raises EXCPT_NOT_IMPLEMENTED.
 #define MANAGER_DECLARE(module, interface, operation, parameters, support) \

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/inventory/inventory.h>
-
 #include <mtnm/transmissionParameters.h>
 
 namespace kelp::managers {
@@ -12,8 +11,9 @@ struct RatesGiven {
     const char* parameter;
 };
 
-/// The ports that have one of the rates and can be connected at one of the connection rates (the parameter
-/// "connectionLayerRateList"); an empty list stands for any. Refuses a number that is no layer rate.
+/// The ports that have one of the rates and can be connected at one of the connection rates (the
+/// parameter "connectionLayerRateList"); an empty list stands for any. Refuses a number that is no
+/// layer rate.
 inventory::PortFilter portFilter(const RatesGiven& rates,
                                  const transmissionParameters::LayerRateList_T& connectionRates);
 

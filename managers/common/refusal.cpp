@@ -1,7 +1,6 @@
 #include "refusal.h"
 
 #include <kelp/agent/error_translation.h>
-
 #include <mtnm/globaldefs.h>
 
 namespace kelp::managers {

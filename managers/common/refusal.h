@@ -18,8 +18,8 @@ inline constexpr unsigned long kInventoryBusy = 0x411800EE;
 /// Fails the request with the ProcessingFailureException of the code.
 [[noreturn]] void refuse(unsigned long code);
 
-/// The same, where the reason also says what it is about: the offending parameter or the name that was passed
-/// in, as TMF 814 wants it, escaped and cut when it is long.
+/// The same, where the reason also says what it is about: the offending parameter or the name that
+/// was passed in, as TMF 814 wants it, escaped and cut when it is long.
 [[noreturn]] void refuse(unsigned long code, const std::string& about);
 
 /// EXCPT_USERLABEL_IN_USE, which no range of codes stands for.

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "idl_names.h"
-#include "idl_rows.h"
-#include "inventory_access.h"
-
 #include <kelp/agent/typed_iterator.h>
 #include <kelp/inventory/row_ids.h>
 #include <kelp/util/stopping.h>
@@ -12,9 +8,14 @@
 #include <optional>
 #include <utility>
 
+#include "idl_names.h"
+#include "idl_rows.h"
+#include "inventory_access.h"
+
 namespace kelp::managers {
 
-/// Appends rows to a sequence, each as `convert` fills an entry with it; those that are gone are left out.
+/// Appends rows to a sequence, each as `convert` fills an entry with it; those that are gone are
+/// left out.
 template <class Row, class Sequence, class Convert>
 void appendRows(inventory::Inventory& in, const inventory::RowIds& ids, inventory::Detail detail,
                 Sequence& entries, Convert convert) {
@@ -35,20 +36,22 @@ void appendAll(inventory::Inventory& in, const inventory::RowIds& ids, Sequence&
 template <class Row>
 void appendNames(inventory::Inventory& in, const inventory::RowIds& ids,
                  globaldefs::NamingAttributesList_T& names) {
-    appendRows<Row>(in, ids, inventory::Detail::Name, names,
-                    [](const Row& row, globaldefs::NamingAttributes_T& name) { nameToIdl(row, name); });
+    appendRows<Row>(
+        in, ids, inventory::Detail::Name, names,
+        [](const Row& row, globaldefs::NamingAttributes_T& name) { nameToIdl(row, name); });
 }
 
 /// Rows of one kind as a list, which `Append` puts into the sequence.
-template <class Sequence, void (*Append)(inventory::Inventory&, const inventory::RowIds&, Sequence&)>
+template <class Sequence,
+          void (*Append)(inventory::Inventory&, const inventory::RowIds&, Sequence&)>
 class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
   public:
     InventoryList(std::shared_ptr<inventory::Inventory> from, inventory::RowIds ids)
         : inventory_(std::move(from)), ids_(std::move(ids)) {}
 
     CORBA::ULong left() const override { return static_cast<CORBA::ULong>(ids_.count()); }
-    /// Until there is at least one or none is left: rows that are gone are passed over. There may be a
-    /// million of them, so the list ends with TRANSIENT when the process stops meanwhile.
+    /// Until there is at least one or none is left: rows that are gone are passed over. There may
+    /// be a million of them, so the list ends with TRANSIENT when the process stops meanwhile.
     void read(CORBA::ULong most, Sequence& entries) override {
         const CORBA::ULong before = entries.length();
         while (most > 0 && !ids_.empty() && entries.length() == before) {
@@ -89,13 +92,15 @@ template <class Row>
 using NameList = InventoryList<globaldefs::NamingAttributesList_T, &appendNames<Row>>;
 
 /// The types that go with a list of rows: what the inventory calls them, what the standard does.
-template <class RowType, class InterfaceType, class SkeletonType, class SequenceType, class SequenceOutType>
+template <class RowType, class InterfaceType, class SkeletonType, class SequenceType,
+          class SequenceOutType>
 struct ListTypes {
     using Sequence = SequenceType;
     using SequenceOut = SequenceOutType;
     using Pointer = typename InterfaceType::_ptr_type;
     using Source = RowList<RowType, SequenceType>;
-    using Iterator = NS_KELPCORBA::TypedIterator<InterfaceType, SkeletonType, SequenceType, SequenceOutType>;
+    using Iterator =
+        NS_KELPCORBA::TypedIterator<InterfaceType, SkeletonType, SequenceType, SequenceOutType>;
 };
 
 using ElementLists =
@@ -104,29 +109,31 @@ using ElementLists =
               managedElement::ManagedElementList_T_out>;
 using PointLists =
     ListTypes<inventory::TerminationPoint, terminationPoint::TerminationPointIterator_I,
-              POA_terminationPoint::TerminationPointIterator_I, terminationPoint::TerminationPointList_T,
+              POA_terminationPoint::TerminationPointIterator_I,
+              terminationPoint::TerminationPointList_T,
               terminationPoint::TerminationPointList_T_out>;
 using LinkLists =
     ListTypes<inventory::TopologicalLink, topologicalLink::TopologicalLinkIterator_I,
-              POA_topologicalLink::TopologicalLinkIterator_I, topologicalLink::TopologicalLinkList_T,
-              topologicalLink::TopologicalLinkList_T_out>;
+              POA_topologicalLink::TopologicalLinkIterator_I,
+              topologicalLink::TopologicalLinkList_T, topologicalLink::TopologicalLinkList_T_out>;
 using SubnetworkLists =
     ListTypes<inventory::Subnetwork, multiLayerSubnetwork::SubnetworkIterator_I,
-              POA_multiLayerSubnetwork::SubnetworkIterator_I, multiLayerSubnetwork::SubnetworkList_T,
-              multiLayerSubnetwork::SubnetworkList_T_out>;
-using NameIterator =
-    NS_KELPCORBA::TypedIterator<globaldefs::NamingAttributesIterator_I,
-                                POA_globaldefs::NamingAttributesIterator_I,
-                                globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
+              POA_multiLayerSubnetwork::SubnetworkIterator_I,
+              multiLayerSubnetwork::SubnetworkList_T, multiLayerSubnetwork::SubnetworkList_T_out>;
+using NameIterator = NS_KELPCORBA::TypedIterator<
+    globaldefs::NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
+    globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
 
-/// Answers a request for a list: the first entries in `list`, an iterator for the rest, which is the
-/// caller's. `query` gives the row ids out of the inventory.
+/// Answers a request for a list: the first entries in `list`, an iterator for the rest, which is
+/// the caller's. `query` gives the row ids out of the inventory.
 template <class Lists, class Query>
-typename Lists::Pointer giveRows(CORBA::ULong howMany, typename Lists::SequenceOut list, Query query) {
+typename Lists::Pointer giveRows(CORBA::ULong howMany, typename Lists::SequenceOut list,
+                                 Query query) {
     return withInventory([&](std::shared_ptr<inventory::Inventory> from) {
         inventory::RowIds ids = query(*from);
         return Lists::Iterator::give(
-            std::make_unique<typename Lists::Source>(std::move(from), std::move(ids)), howMany, list);
+            std::make_unique<typename Lists::Source>(std::move(from), std::move(ids)), howMany,
+            list);
     });
 }
 
@@ -137,8 +144,8 @@ globaldefs::NamingAttributesIterator_I_ptr giveNames(CORBA::ULong howMany,
                                                      Query query) {
     return withInventory([&](std::shared_ptr<inventory::Inventory> from) {
         inventory::RowIds ids = query(*from);
-        return NameIterator::give(std::make_unique<NameList<Row>>(std::move(from), std::move(ids)), howMany,
-                                  list);
+        return NameIterator::give(std::make_unique<NameList<Row>>(std::move(from), std::move(ids)),
+                                  howMany, list);
     });
 }
 

@@ -8,8 +8,8 @@
 
 namespace kelp::ems {
 
-/// What the inventory says of the EMS itself, read at most once a second: everybody asks for it. While the
-/// inventory cannot be read, what was read last, or nothing. Any thread.
+/// What the inventory says of the EMS itself, read at most once a second: everybody asks for it.
+/// While the inventory cannot be read, what was read last, or nothing. Any thread.
 class KnownEmsAttributes {
   public:
     inventory::EmsAttributes get();

@@ -1,15 +1,14 @@
+#include <ace/svc_export.h>
+#include <kelp/admin/registry.h>
+
 #include "alarms/alarm_intake.h"
 #include "common/manager_bundle.h"
 #include "ems_mgr.h"
 
-#include <ace/svc_export.h>
-
-#include <kelp/admin/registry.h>
-
 namespace kelp::ems {
 
-/// The service object of the bundle kelp_ems: the manager "EMS". Meanwhile it answers POST /alarms of the
-/// operator's interface.
+/// The service object of the bundle kelp_ems: the manager "EMS". Meanwhile it answers POST /alarms
+/// of the operator's interface.
 class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
   public:
     static constexpr long kStartRank = 10;
@@ -19,7 +18,8 @@ class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
     int init(int argc, char* argv[]) override {
         // first, since it raises what is wrong, and leaves by itself
         alarmRequests_ = admin::Registry::instance().enter(
-            "POST", "/alarms", [this](const admin::Json& request) { return alarms_.take(request); });
+            "POST", "/alarms",
+            [this](const admin::Json& request) { return alarms_.take(request); });
         return ManagerBundle::init(argc, argv);
     }
 

@@ -1,8 +1,8 @@
 #include "ems_description.h"
 
-#include "common/idl_names.h"
-
 #include <string>
+
+#include "common/idl_names.h"
 
 namespace kelp::ems {
 

@@ -27,7 +27,8 @@ void EmsMgr_IImpl::setUserLabel(const globaldefs::NamingAttributes_T& object, co
     attributes_.forget();
 }
 
-void EmsMgr_IImpl::setNativeEMSName(const globaldefs::NamingAttributes_T& object, const char* name) {
+void EmsMgr_IImpl::setNativeEMSName(const globaldefs::NamingAttributes_T& object,
+                                    const char* name) {
     managers::setNativeEmsName(kKinds, object, name);
 }
 

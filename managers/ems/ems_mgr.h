@@ -1,14 +1,14 @@
 #pragma once
 
+#include <mtnm/emsMgr.h>
+
 #include "common/operation_list.h"
 #include "ems_attributes.h"
 
-#include <mtnm/emsMgr.h>
-
 namespace kelp::ems {
 
-/// The manager "EMS" (TMF 814 emsMgr::EMSMgr_I). One servant serves all sessions; it may be called from any
-/// thread. It has the operations that ems_operations.inc calls supported; the others raise
+/// The manager "EMS" (TMF 814 emsMgr::EMSMgr_I). One servant serves all sessions; it may be called
+/// from any thread. It has the operations that ems_operations.inc calls supported; the others raise
 /// EXCPT_NOT_IMPLEMENTED.
 class EmsMgr_IImpl : public virtual POA_emsMgr::EMSMgr_I {
   public:

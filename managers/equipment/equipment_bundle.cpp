@@ -1,7 +1,7 @@
+#include <ace/svc_export.h>
+
 #include "common/manager_bundle.h"
 #include "equipment_mgr.h"
-
-#include <ace/svc_export.h>
 
 namespace kelp::equipmentinventory {
 

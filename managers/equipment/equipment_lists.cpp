@@ -1,10 +1,9 @@
 // The equipment of an element or in a holder.
 
-#include "equipment_mgr.h"
-
 #include "common/chained_list.h"
 #include "common/find_object.h"
 #include "common/row_lists.h"
+#include "equipment_mgr.h"
 
 namespace kelp::equipmentinventory {
 
@@ -33,16 +32,19 @@ struct Found {
 /// Everything in an element or a holder.
 Found everythingIn(Inventory& in, const NamingAttributes_T& elementOrHolder) {
     if (std::holds_alternative<inventory::HolderName>(managers::objectNamed(elementOrHolder))) {
-        const std::int64_t holder = managers::findRow<inventory::HolderName>(in, elementOrHolder).id;
+        const std::int64_t holder =
+            managers::findRow<inventory::HolderName>(in, elementOrHolder).id;
         return {in.holdersIn(holder, Depth::All), in.equipmentIn(holder, Depth::All)};
     }
-    const std::int64_t element = managers::findRow<inventory::ManagedElementName>(in, elementOrHolder).id;
+    const std::int64_t element =
+        managers::findRow<inventory::ManagedElementName>(in, elementOrHolder).id;
     return {in.holdersOf(element, Depth::All), in.equipmentOf(element)};
 }
 
 }  // namespace
 
-void EquipmentInventoryMgr_I::getAllEquipment(const NamingAttributes_T& elementOrHolder, CORBA::ULong howMany,
+void EquipmentInventoryMgr_I::getAllEquipment(const NamingAttributes_T& elementOrHolder,
+                                              CORBA::ULong howMany,
                                               equipment::EquipmentOrHolderList_T_out list,
                                               equipment::EquipmentOrHolderIterator_I_out iterator) {
     iterator = managers::withInventory([&](const SharedInventory& in) {
@@ -57,17 +59,18 @@ void EquipmentInventoryMgr_I::getAllEquipment(const NamingAttributes_T& elementO
     });
 }
 
-void EquipmentInventoryMgr_I::getAllEquipmentNames(const NamingAttributes_T& elementOrHolder,
-                                                   CORBA::ULong howMany,
-                                                   globaldefs::NamingAttributesList_T_out list,
-                                                   globaldefs::NamingAttributesIterator_I_out iterator) {
+void EquipmentInventoryMgr_I::getAllEquipmentNames(
+    const NamingAttributes_T& elementOrHolder, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
     iterator = managers::withInventory([&](const SharedInventory& in) {
         Found found = everythingIn(*in, elementOrHolder);
         return managers::NameIterator::give(
             std::make_unique<managers::ChainedList<NamingAttributesList_T>>(
-                std::make_unique<managers::NameList<inventory::EquipmentHolder>>(in,
-                                                                                 std::move(found.holders)),
-                std::make_unique<managers::NameList<inventory::Equipment>>(in, std::move(found.boards))),
+                std::make_unique<managers::NameList<inventory::EquipmentHolder>>(
+                    in, std::move(found.holders)),
+                std::make_unique<managers::NameList<inventory::Equipment>>(
+                    in, std::move(found.boards))),
             howMany, list);
     });
 }
@@ -77,8 +80,10 @@ void EquipmentInventoryMgr_I::getContainedEquipment(const NamingAttributes_T& ho
     list = managers::withInventory([&](const SharedInventory& in) {
         const std::int64_t holder = managers::findRow<inventory::HolderName>(*in, holderName).id;
         auto both = std::make_unique<EquipmentOrHolderList_T>();
-        managers::appendAll<inventory::EquipmentHolder>(*in, in->holdersIn(holder, Depth::Direct), *both);
-        managers::appendAll<inventory::Equipment>(*in, in->equipmentIn(holder, Depth::Direct), *both);
+        managers::appendAll<inventory::EquipmentHolder>(*in, in->holdersIn(holder, Depth::Direct),
+                                                        *both);
+        managers::appendAll<inventory::Equipment>(*in, in->equipmentIn(holder, Depth::Direct),
+                                                  *both);
         return both.release();
     });
 }

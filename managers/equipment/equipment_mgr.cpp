@@ -41,7 +41,8 @@ void EquipmentInventoryMgr_I::getEquipment(const NamingAttributes_T& name,
     if (std::holds_alternative<inventory::HolderName>(managers::objectNamed(name)))
         either = managers::getObject<inventory::HolderName, equipment::EquipmentOrHolder_T>(name);
     else
-        either = managers::getObject<inventory::EquipmentName, equipment::EquipmentOrHolder_T>(name);
+        either =
+            managers::getObject<inventory::EquipmentName, equipment::EquipmentOrHolder_T>(name);
 }
 
 }  // namespace kelp::equipmentinventory

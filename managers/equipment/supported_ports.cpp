@@ -1,9 +1,8 @@
 // The ports that equipment supports, and the equipment that supports a port.
 
-#include "equipment_mgr.h"
-
 #include "common/find_object.h"
 #include "common/row_lists.h"
+#include "equipment_mgr.h"
 
 namespace kelp::equipmentinventory {
 
@@ -45,28 +44,30 @@ Sequence* listOfBoardUnder(const NamingAttributes_T& port, Convert convert) {
 
 }  // namespace
 
-void EquipmentInventoryMgr_I::getAllSupportedPTPs(const NamingAttributes_T& board, CORBA::ULong howMany,
-                                                  terminationPoint::TerminationPointList_T_out list,
-                                                  terminationPoint::TerminationPointIterator_I_out iterator) {
+void EquipmentInventoryMgr_I::getAllSupportedPTPs(
+    const NamingAttributes_T& board, CORBA::ULong howMany,
+    terminationPoint::TerminationPointList_T_out list,
+    terminationPoint::TerminationPointIterator_I_out iterator) {
     iterator = managers::giveRows<managers::PointLists>(howMany, list, portsOn(board));
 }
 
-void EquipmentInventoryMgr_I::getAllSupportedPTPNames(const NamingAttributes_T& board, CORBA::ULong howMany,
-                                                      globaldefs::NamingAttributesList_T_out list,
-                                                      globaldefs::NamingAttributesIterator_I_out iterator) {
+void EquipmentInventoryMgr_I::getAllSupportedPTPNames(
+    const NamingAttributes_T& board, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
     iterator = managers::giveNames<inventory::TerminationPoint>(howMany, list, portsOn(board));
 }
 
-void EquipmentInventoryMgr_I::getAllSupportingEquipment(const NamingAttributes_T& port,
-                                                        equipment::EquipmentOrHolderList_T_out list) {
+void EquipmentInventoryMgr_I::getAllSupportingEquipment(
+    const NamingAttributes_T& port, equipment::EquipmentOrHolderList_T_out list) {
     list = listOfBoardUnder<equipment::EquipmentOrHolderList_T>(
         port, [](const inventory::Equipment& board, equipment::EquipmentOrHolder_T& either) {
             managers::toIdl(board, either);
         });
 }
 
-void EquipmentInventoryMgr_I::getAllSupportingEquipmentNames(const NamingAttributes_T& port,
-                                                             globaldefs::NamingAttributesList_T_out list) {
+void EquipmentInventoryMgr_I::getAllSupportingEquipmentNames(
+    const NamingAttributes_T& port, globaldefs::NamingAttributesList_T_out list) {
     list = listOfBoardUnder<globaldefs::NamingAttributesList_T>(
         port, [](const inventory::Equipment& board, NamingAttributes_T& name) {
             managers::toIdl(inventory::nameOf(board), name);

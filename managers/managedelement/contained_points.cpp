@@ -1,10 +1,9 @@
 // The termination points inside and around another one.
 
-#include "managed_element_mgr.h"
-
 #include "common/find_object.h"
 #include "common/row_lists.h"
 #include "current_points.h"
+#include "managed_element_mgr.h"
 
 namespace kelp::managedelement {
 
@@ -47,46 +46,47 @@ void ManagedElementMgr_I::getContainedPotentialTPs(
     const NamingAttributes_T& tp, const LayerRateList_T& rates, CORBA::ULong howMany,
     terminationPoint::TerminationPointList_T_out list,
     terminationPoint::TerminationPointIterator_I_out iterator) {
-    iterator =
-        managers::giveRows<managers::PointLists>(howMany, list, pointsIn(tp, rates, ContainedTps::All));
+    iterator = managers::giveRows<managers::PointLists>(howMany, list,
+                                                        pointsIn(tp, rates, ContainedTps::All));
 }
 
-void ManagedElementMgr_I::getContainedPotentialTPNames(const NamingAttributes_T& tp,
-                                                       const LayerRateList_T& rates, CORBA::ULong howMany,
-                                                       globaldefs::NamingAttributesList_T_out list,
-                                                       globaldefs::NamingAttributesIterator_I_out iterator) {
-    iterator = managers::giveNames<inventory::TerminationPoint>(howMany, list,
-                                                                pointsIn(tp, rates, ContainedTps::All));
+void ManagedElementMgr_I::getContainedPotentialTPNames(
+    const NamingAttributes_T& tp, const LayerRateList_T& rates, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
+    iterator = managers::giveNames<inventory::TerminationPoint>(
+        howMany, list, pointsIn(tp, rates, ContainedTps::All));
 }
 
-void ManagedElementMgr_I::getContainedInUseTPs(const NamingAttributes_T& tp, const LayerRateList_T& rates,
-                                               CORBA::ULong howMany,
-                                               terminationPoint::TerminationPointList_T_out list,
-                                               terminationPoint::TerminationPointIterator_I_out iterator) {
-    iterator =
-        managers::giveRows<managers::PointLists>(howMany, list, pointsIn(tp, rates, ContainedTps::InUse));
+void ManagedElementMgr_I::getContainedInUseTPs(
+    const NamingAttributes_T& tp, const LayerRateList_T& rates, CORBA::ULong howMany,
+    terminationPoint::TerminationPointList_T_out list,
+    terminationPoint::TerminationPointIterator_I_out iterator) {
+    iterator = managers::giveRows<managers::PointLists>(howMany, list,
+                                                        pointsIn(tp, rates, ContainedTps::InUse));
 }
 
-void ManagedElementMgr_I::getContainedInUseTPNames(const NamingAttributes_T& tp, const LayerRateList_T& rates,
-                                                   CORBA::ULong howMany,
-                                                   globaldefs::NamingAttributesList_T_out list,
-                                                   globaldefs::NamingAttributesIterator_I_out iterator) {
-    iterator = managers::giveNames<inventory::TerminationPoint>(howMany, list,
-                                                                pointsIn(tp, rates, ContainedTps::InUse));
+void ManagedElementMgr_I::getContainedInUseTPNames(
+    const NamingAttributes_T& tp, const LayerRateList_T& rates, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
+    iterator = managers::giveNames<inventory::TerminationPoint>(
+        howMany, list, pointsIn(tp, rates, ContainedTps::InUse));
 }
 
-void ManagedElementMgr_I::getContainedCurrentTPs(const NamingAttributes_T& tp, const LayerRateList_T& rates,
-                                                 CORBA::ULong howMany,
-                                                 terminationPoint::TerminationPointList_T_out list,
-                                                 terminationPoint::TerminationPointIterator_I_out iterator) {
+void ManagedElementMgr_I::getContainedCurrentTPs(
+    const NamingAttributes_T& tp, const LayerRateList_T& rates, CORBA::ULong howMany,
+    terminationPoint::TerminationPointList_T_out list,
+    terminationPoint::TerminationPointIterator_I_out iterator) {
     iterator = managers::giveRows<managers::PointLists>(howMany, list, currentPointsIn(tp, rates));
 }
 
-void ManagedElementMgr_I::getContainedCurrentTPNames(const NamingAttributes_T& tp,
-                                                     const LayerRateList_T& rates, CORBA::ULong howMany,
-                                                     globaldefs::NamingAttributesList_T_out list,
-                                                     globaldefs::NamingAttributesIterator_I_out iterator) {
-    iterator = managers::giveNames<inventory::TerminationPoint>(howMany, list, currentPointsIn(tp, rates));
+void ManagedElementMgr_I::getContainedCurrentTPNames(
+    const NamingAttributes_T& tp, const LayerRateList_T& rates, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
+    iterator =
+        managers::giveNames<inventory::TerminationPoint>(howMany, list, currentPointsIn(tp, rates));
 }
 
 void ManagedElementMgr_I::getContainingTPs(const NamingAttributes_T& tp,
@@ -99,9 +99,10 @@ void ManagedElementMgr_I::getContainingTPs(const NamingAttributes_T& tp,
 
 void ManagedElementMgr_I::getContainingTPNames(const NamingAttributes_T& tp,
                                                globaldefs::NamingAttributesList_T_out list) {
-    list = pointsAround<globaldefs::NamingAttributesList_T>(tp, [](auto& in, const auto& ids, auto& names) {
-        managers::appendNames<inventory::TerminationPoint>(in, ids, names);
-    });
+    list = pointsAround<globaldefs::NamingAttributesList_T>(
+        tp, [](auto& in, const auto& ids, auto& names) {
+            managers::appendNames<inventory::TerminationPoint>(in, ids, names);
+        });
 }
 
 }  // namespace kelp::managedelement

@@ -18,7 +18,8 @@ bool hidesWhatIsInIt(const TerminationPoint& point) {
 
 /// Whether one of the names is that of a point around the one with this name.
 bool isInOneOf(const std::unordered_set<std::string>& names, const std::string& ctp) {
-    for (std::size_t end = ctp.find('/', 1); end != std::string::npos; end = ctp.find('/', end + 1)) {
+    for (std::size_t end = ctp.find('/', 1); end != std::string::npos;
+         end = ctp.find('/', end + 1)) {
         if (names.contains(ctp.substr(0, end)))
             return true;
     }

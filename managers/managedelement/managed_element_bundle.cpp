@@ -1,7 +1,7 @@
+#include <ace/svc_export.h>
+
 #include "common/manager_bundle.h"
 #include "managed_element_mgr.h"
-
-#include <ace/svc_export.h>
 
 namespace kelp::managedelement {
 
@@ -15,4 +15,5 @@ class ManagedElementBundle final : public managers::ManagerBundle<ManagedElement
 
 }  // namespace kelp::managedelement
 
-ACE_FACTORY_NAMESPACE_DEFINE(ACE_Svc, kelp_managedelement, kelp::managedelement::ManagedElementBundle)
+ACE_FACTORY_NAMESPACE_DEFINE(ACE_Svc, kelp_managedelement,
+                             kelp::managedelement::ManagedElementBundle)

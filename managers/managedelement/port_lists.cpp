@@ -1,10 +1,9 @@
 // The ports of an element.
 
-#include "managed_element_mgr.h"
-
 #include "common/find_object.h"
 #include "common/port_filter.h"
 #include "common/row_lists.h"
+#include "managed_element_mgr.h"
 
 namespace kelp::managedelement {
 
@@ -17,11 +16,12 @@ using transmissionParameters::LayerRateList_T;
 /// Which ports an operation gives. Since level 3.0 getAllPTPs answers with the floating ones too.
 enum class Ports { All, Physical, Floating };
 
-/// The query for the ports of the element that have one of the rates, and can be connected at one of the
-/// others.
+/// The query for the ports of the element that have one of the rates, and can be connected at one
+/// of the others.
 auto portsOf(const NamingAttributes_T& element, const LayerRateList_T& rates,
              const LayerRateList_T& connectionRates, Ports which) {
-    inventory::PortFilter filter = managers::portFilter({rates, "tpLayerRateList"}, connectionRates);
+    inventory::PortFilter filter =
+        managers::portFilter({rates, "tpLayerRateList"}, connectionRates);
     filter.withPtps = which != Ports::Floating;
     filter.withFtps = which != Ports::Physical;
     return [&element, filter](Inventory& in) {
@@ -31,24 +31,26 @@ auto portsOf(const NamingAttributes_T& element, const LayerRateList_T& rates,
 
 }  // namespace
 
-void ManagedElementMgr_I::getAllPTPs(const NamingAttributes_T& element, const LayerRateList_T& rates,
+void ManagedElementMgr_I::getAllPTPs(const NamingAttributes_T& element,
+                                     const LayerRateList_T& rates,
                                      const LayerRateList_T& connectionRates, CORBA::ULong howMany,
                                      terminationPoint::TerminationPointList_T_out list,
                                      terminationPoint::TerminationPointIterator_I_out iterator) {
-    iterator = managers::giveRows<managers::PointLists>(howMany, list,
-                                                        portsOf(element, rates, connectionRates, Ports::All));
+    iterator = managers::giveRows<managers::PointLists>(
+        howMany, list, portsOf(element, rates, connectionRates, Ports::All));
 }
 
-void ManagedElementMgr_I::getAllPTPsWithoutFTPs(const NamingAttributes_T& element,
-                                                const LayerRateList_T& rates,
-                                                const LayerRateList_T& connectionRates, CORBA::ULong howMany,
-                                                terminationPoint::TerminationPointList_T_out list,
-                                                terminationPoint::TerminationPointIterator_I_out iterator) {
+void ManagedElementMgr_I::getAllPTPsWithoutFTPs(
+    const NamingAttributes_T& element, const LayerRateList_T& rates,
+    const LayerRateList_T& connectionRates, CORBA::ULong howMany,
+    terminationPoint::TerminationPointList_T_out list,
+    terminationPoint::TerminationPointIterator_I_out iterator) {
     iterator = managers::giveRows<managers::PointLists>(
         howMany, list, portsOf(element, rates, connectionRates, Ports::Physical));
 }
 
-void ManagedElementMgr_I::getAllFTPs(const NamingAttributes_T& element, const LayerRateList_T& rates,
+void ManagedElementMgr_I::getAllFTPs(const NamingAttributes_T& element,
+                                     const LayerRateList_T& rates,
                                      const LayerRateList_T& connectionRates, CORBA::ULong howMany,
                                      terminationPoint::TerminationPointList_T_out list,
                                      terminationPoint::TerminationPointIterator_I_out iterator) {
@@ -56,26 +58,29 @@ void ManagedElementMgr_I::getAllFTPs(const NamingAttributes_T& element, const La
         howMany, list, portsOf(element, rates, connectionRates, Ports::Floating));
 }
 
-void ManagedElementMgr_I::getAllPTPNames(const NamingAttributes_T& element, const LayerRateList_T& rates,
-                                         const LayerRateList_T& connectionRates, CORBA::ULong howMany,
+void ManagedElementMgr_I::getAllPTPNames(const NamingAttributes_T& element,
+                                         const LayerRateList_T& rates,
+                                         const LayerRateList_T& connectionRates,
+                                         CORBA::ULong howMany,
                                          globaldefs::NamingAttributesList_T_out list,
                                          globaldefs::NamingAttributesIterator_I_out iterator) {
     iterator = managers::giveNames<inventory::TerminationPoint>(
         howMany, list, portsOf(element, rates, connectionRates, Ports::All));
 }
 
-void ManagedElementMgr_I::getAllPTPNamesWithoutFTPs(const NamingAttributes_T& element,
-                                                    const LayerRateList_T& rates,
-                                                    const LayerRateList_T& connectionRates,
-                                                    CORBA::ULong howMany,
-                                                    globaldefs::NamingAttributesList_T_out list,
-                                                    globaldefs::NamingAttributesIterator_I_out iterator) {
+void ManagedElementMgr_I::getAllPTPNamesWithoutFTPs(
+    const NamingAttributes_T& element, const LayerRateList_T& rates,
+    const LayerRateList_T& connectionRates, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
     iterator = managers::giveNames<inventory::TerminationPoint>(
         howMany, list, portsOf(element, rates, connectionRates, Ports::Physical));
 }
 
-void ManagedElementMgr_I::getAllFTPNames(const NamingAttributes_T& element, const LayerRateList_T& rates,
-                                         const LayerRateList_T& connectionRates, CORBA::ULong howMany,
+void ManagedElementMgr_I::getAllFTPNames(const NamingAttributes_T& element,
+                                         const LayerRateList_T& rates,
+                                         const LayerRateList_T& connectionRates,
+                                         CORBA::ULong howMany,
                                          globaldefs::NamingAttributesList_T_out list,
                                          globaldefs::NamingAttributesIterator_I_out iterator) {
     iterator = managers::giveNames<inventory::TerminationPoint>(

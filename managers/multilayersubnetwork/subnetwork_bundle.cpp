@@ -1,7 +1,7 @@
+#include <ace/svc_export.h>
+
 #include "common/manager_bundle.h"
 #include "subnetwork_mgr.h"
-
-#include <ace/svc_export.h>
 
 namespace kelp::multilayersubnetwork {
 
@@ -10,9 +10,11 @@ class SubnetworkBundle final : public managers::ManagerBundle<MultiLayerSubnetwo
   public:
     static constexpr long kStartRank = 40;
 
-    SubnetworkBundle() : ManagerBundle("kelp_multilayersubnetwork", "MultiLayerSubnetwork", kStartRank) {}
+    SubnetworkBundle()
+        : ManagerBundle("kelp_multilayersubnetwork", "MultiLayerSubnetwork", kStartRank) {}
 };
 
 }  // namespace kelp::multilayersubnetwork
 
-ACE_FACTORY_NAMESPACE_DEFINE(ACE_Svc, kelp_multilayersubnetwork, kelp::multilayersubnetwork::SubnetworkBundle)
+ACE_FACTORY_NAMESPACE_DEFINE(ACE_Svc, kelp_multilayersubnetwork,
+                             kelp::multilayersubnetwork::SubnetworkBundle)

@@ -1,10 +1,9 @@
 // What is in a subnetwork: elements, links and edge points.
 
-#include "subnetwork_mgr.h"
-
 #include "common/find_object.h"
 #include "common/port_filter.h"
 #include "common/row_lists.h"
+#include "subnetwork_mgr.h"
 
 namespace kelp::multilayersubnetwork {
 
@@ -34,17 +33,19 @@ auto edgePointsOf(const NamingAttributes_T& subnetwork, const inventory::PortFil
 
 }  // namespace
 
-void MultiLayerSubnetworkMgr_I::getAllManagedElements(const NamingAttributes_T& subnetwork,
-                                                      CORBA::ULong howMany,
-                                                      managedElement::ManagedElementList_T_out list,
-                                                      managedElement::ManagedElementIterator_I_out iterator) {
+void MultiLayerSubnetworkMgr_I::getAllManagedElements(
+    const NamingAttributes_T& subnetwork, CORBA::ULong howMany,
+    managedElement::ManagedElementList_T_out list,
+    managedElement::ManagedElementIterator_I_out iterator) {
     iterator = managers::giveRows<managers::ElementLists>(howMany, list, elementsOf(subnetwork));
 }
 
 void MultiLayerSubnetworkMgr_I::getAllManagedElementNames(
-    const NamingAttributes_T& subnetwork, CORBA::ULong howMany, globaldefs::NamingAttributesList_T_out list,
+    const NamingAttributes_T& subnetwork, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
     globaldefs::NamingAttributesIterator_I_out iterator) {
-    iterator = managers::giveNames<inventory::ManagedElement>(howMany, list, elementsOf(subnetwork));
+    iterator =
+        managers::giveNames<inventory::ManagedElement>(howMany, list, elementsOf(subnetwork));
 }
 
 void MultiLayerSubnetworkMgr_I::getAllTopologicalLinks(
@@ -55,29 +56,31 @@ void MultiLayerSubnetworkMgr_I::getAllTopologicalLinks(
 }
 
 void MultiLayerSubnetworkMgr_I::getAllTopologicalLinkNames(
-    const NamingAttributes_T& subnetwork, CORBA::ULong howMany, globaldefs::NamingAttributesList_T_out list,
+    const NamingAttributes_T& subnetwork, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
     globaldefs::NamingAttributesIterator_I_out iterator) {
-    iterator = managers::giveNames<inventory::TopologicalLink>(howMany, list, linksInside(subnetwork));
-}
-
-void MultiLayerSubnetworkMgr_I::getAllEdgePoints(const NamingAttributes_T& subnetwork,
-                                                 const LayerRateList_T& rates,
-                                                 const LayerRateList_T& connectionRates, CORBA::ULong howMany,
-                                                 terminationPoint::TerminationPointList_T_out list,
-                                                 terminationPoint::TerminationPointIterator_I_out iterator) {
-    const auto filter = managers::portFilter({rates, "tpLayerRateList"}, connectionRates);
-    iterator = managers::giveRows<managers::PointLists>(howMany, list, edgePointsOf(subnetwork, filter));
-}
-
-void MultiLayerSubnetworkMgr_I::getAllEdgePointNames(const NamingAttributes_T& subnetwork,
-                                                     const LayerRateList_T& rates,
-                                                     const LayerRateList_T& connectionRates,
-                                                     CORBA::ULong howMany,
-                                                     globaldefs::NamingAttributesList_T_out list,
-                                                     globaldefs::NamingAttributesIterator_I_out iterator) {
-    const auto filter = managers::portFilter({rates, "layerRateList"}, connectionRates);
     iterator =
-        managers::giveNames<inventory::TerminationPoint>(howMany, list, edgePointsOf(subnetwork, filter));
+        managers::giveNames<inventory::TopologicalLink>(howMany, list, linksInside(subnetwork));
+}
+
+void MultiLayerSubnetworkMgr_I::getAllEdgePoints(
+    const NamingAttributes_T& subnetwork, const LayerRateList_T& rates,
+    const LayerRateList_T& connectionRates, CORBA::ULong howMany,
+    terminationPoint::TerminationPointList_T_out list,
+    terminationPoint::TerminationPointIterator_I_out iterator) {
+    const auto filter = managers::portFilter({rates, "tpLayerRateList"}, connectionRates);
+    iterator =
+        managers::giveRows<managers::PointLists>(howMany, list, edgePointsOf(subnetwork, filter));
+}
+
+void MultiLayerSubnetworkMgr_I::getAllEdgePointNames(
+    const NamingAttributes_T& subnetwork, const LayerRateList_T& rates,
+    const LayerRateList_T& connectionRates, CORBA::ULong howMany,
+    globaldefs::NamingAttributesList_T_out list,
+    globaldefs::NamingAttributesIterator_I_out iterator) {
+    const auto filter = managers::portFilter({rates, "layerRateList"}, connectionRates);
+    iterator = managers::giveNames<inventory::TerminationPoint>(howMany, list,
+                                                                edgePointsOf(subnetwork, filter));
 }
 
 }  // namespace kelp::multilayersubnetwork

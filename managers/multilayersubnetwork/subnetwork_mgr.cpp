@@ -28,7 +28,8 @@ void MultiLayerSubnetworkMgr_I::setUserLabel(const NamingAttributes_T& object, c
     managers::setUserLabel(kKinds, object, label, isUnique);
 }
 
-void MultiLayerSubnetworkMgr_I::setNativeEMSName(const NamingAttributes_T& object, const char* name) {
+void MultiLayerSubnetworkMgr_I::setNativeEMSName(const NamingAttributes_T& object,
+                                                 const char* name) {
     managers::setNativeEmsName(kKinds, object, name);
 }
 
@@ -38,8 +39,8 @@ void MultiLayerSubnetworkMgr_I::setOwner(const NamingAttributes_T& object, const
 
 void MultiLayerSubnetworkMgr_I::getMultiLayerSubnetwork(
     const NamingAttributes_T& name, multiLayerSubnetwork::MultiLayerSubnetwork_T_out subnetwork) {
-    subnetwork =
-        managers::getObject<inventory::SubnetworkName, multiLayerSubnetwork::MultiLayerSubnetwork_T>(name);
+    subnetwork = managers::getObject<inventory::SubnetworkName,
+                                     multiLayerSubnetwork::MultiLayerSubnetwork_T>(name);
 }
 
 void MultiLayerSubnetworkMgr_I::getTopologicalLink(const NamingAttributes_T& name,

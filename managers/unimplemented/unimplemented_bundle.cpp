@@ -1,21 +1,22 @@
-#include "unimplemented_managers.h"
-
 #include <ace/svc_export.h>
-
 #include <kelp/bundlemgr/service_object.h>
 #include <kelp/corbabase/base_config.h>
 
+#include "unimplemented_managers.h"
+
 namespace kelp::unimplemented {
 
-/// The service object of the bundle kelp_unimplemented: enters every manager of the standard as the one that
-/// is offered where no bundle implements it. Its place among the bundles before the agent does not matter.
+/// The service object of the bundle kelp_unimplemented: enters every manager of the standard as the
+/// one that is offered where no bundle implements it. Its place among the bundles before the agent
+/// does not matter.
 class UnimplementedBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     UnimplementedBundle() : ServiceObjectBase("kelp_unimplemented_bundle", "kelp_unimplemented") {}
 
     int init(int, char*[]) override {
         for (const UnimplementedManager& each : unimplementedManagers())
-            NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterFallbackMgrFactory(each.name, each.factory);
+            NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterFallbackMgrFactory(each.name,
+                                                                                each.factory);
         return 0;
     }
 

@@ -1,9 +1,6 @@
 #include "unimplemented_managers.h"
 
-#include "common/manager_bundle.h"
-
 #include <kelp/agent/error_translation.h>
-
 #include <mtnm/emsMgr.h>
 #include <mtnm/equipment.h>
 #include <mtnm/flowDomain.h>
@@ -19,6 +16,8 @@
 #include <mtnm/trafficConditioningProfile.h>
 #include <mtnm/trafficDescriptor.h>
 #include <mtnm/transmissionDescriptor.h>
+
+#include "common/manager_bundle.h"
 
 namespace kelp::unimplemented {
 
@@ -53,7 +52,8 @@ std::span<const UnimplementedManager> unimplementedManagers() {
         {"EquipmentInventory", factoryOf<POA_equipment::EquipmentInventoryMgr_I>()},
         {"Maintenance", factoryOf<POA_maintenanceOps::MaintenanceMgr_I>()},
         {"softwareAndDataManager", factoryOf<POA_softwareAndDataManager::SoftwareAndDataMgr_I>()},
-        {"transmissionDescriptor", factoryOf<POA_transmissionDescriptor::TransmissionDescriptorMgr_I>()},
+        {"transmissionDescriptor",
+         factoryOf<POA_transmissionDescriptor::TransmissionDescriptorMgr_I>()},
         {"GuiCutThrough", factoryOf<POA_guiCutThrough::GuiCutThroughMgr_I>()},
         {"FlowDomain", factoryOf<POA_flowDomain::FlowDomainMgr_I>()},
         {"MultiLayerSNPPLink", factoryOf<POA_mLSNPPLink::MLSNPPLinkMgr_I>()},

@@ -1,5 +1,5 @@
-// The parameters of a request: the first octet says the byte order and the version of GIOP, the second the
-// operation, the third where a fragment begins, and the rest is the body.
+// The parameters of a request: the first octet says the byte order and the version of GIOP, the
+// second the operation, the third where a fragment begins, and the rest is the body.
 
 #include <vector>
 

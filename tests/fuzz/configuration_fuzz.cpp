@@ -7,8 +7,8 @@
 #include <variant>
 
 #include "network_text.h"
-#include "users/oss_networks.h"
 #include "targets.h"
+#include "users/oss_networks.h"
 
 namespace kelp::fuzz {
 
@@ -100,15 +100,16 @@ void checkAccepted(const Values& values) {
         const ConfigValue& value = found->second;
         for (const std::string& text : textsIn(value)) {
             require(text.find('\0') == std::string::npos, "a text ends early where C reads it");
-            require(key.choices.empty() ||
-                        std::find(key.choices.begin(), key.choices.end(), text) != key.choices.end(),
+            require(key.choices.empty() || std::find(key.choices.begin(), key.choices.end(),
+                                                     text) != key.choices.end(),
                     "a text is none of those that are allowed");
         }
         if (key.isAgentOption())
             continue;
         require(value.index() == key.standard.index(), "a value has another type than its key");
         if (const auto* number = std::get_if<std::int64_t>(&value))
-            require(*number >= key.minimum && *number <= key.maximum, "a number is out of its range");
+            require(*number >= key.minimum && *number <= key.maximum,
+                    "a number is out of its range");
     }
     NS_CORBA::OssNetworks networks;
     std::string whyNot;
@@ -122,12 +123,14 @@ void checkProblems(const std::vector<ConfigProblem>& problems, const std::string
     const auto lines = 1 + std::count(text.begin(), text.end(), '\n');
     for (const ConfigProblem& problem : problems) {
         require(problem.file == "kelp.toml", "a problem is of another file");
-        require(problem.line >= 0 && problem.line <= lines, "a problem is of a line that is not there");
+        require(problem.line >= 0 && problem.line <= lines,
+                "a problem is of a line that is not there");
         require(!problem.what.empty(), "a problem says nothing");
         const std::string shown = problem.text();
-        require(std::none_of(shown.begin(), shown.end(),
-                             [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }),
-                "a problem's text has control characters in it");
+        require(
+            std::none_of(shown.begin(), shown.end(),
+                         [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }),
+            "a problem's text has control characters in it");
     }
 }
 

@@ -1,5 +1,5 @@
-// Times in the form that is configured take the whole base configuration to say, and the ORB with it. The
-// targets read times and say them in fixed forms: nothing here is asked for by them.
+// Times in the form that is configured take the whole base configuration to say, and the ORB with
+// it. The targets read times and say them in fixed forms: nothing here is asked for by them.
 
 #include <kelp/corbabase/time_text.h>
 

@@ -23,9 +23,11 @@ void PrintTo(const Target& target, std::ostream* out) {
 }
 
 constexpr Target kTargets[] = {
-    {"arguments", fuzzArguments}, {"configuration", fuzzConfiguration}, {"framing", fuzzFraming},
-    {"naming", fuzzNaming},       {"networks", fuzzNetworks},           {"peer_address", fuzzPeerAddress},
-    {"reference", fuzzReference}, {"tagged_text", fuzzTaggedText},      {"time_text", fuzzTimeText},
+    {"arguments", fuzzArguments}, {"configuration", fuzzConfiguration},
+    {"framing", fuzzFraming},     {"naming", fuzzNaming},
+    {"networks", fuzzNetworks},   {"peer_address", fuzzPeerAddress},
+    {"reference", fuzzReference}, {"tagged_text", fuzzTaggedText},
+    {"time_text", fuzzTimeText},
 };
 
 void feed(const Target& target, const std::string& bytes) {
@@ -34,7 +36,8 @@ void feed(const Target& target, const std::string& bytes) {
 
 std::vector<std::filesystem::path> inputsOf(const Target& target) {
     std::vector<std::filesystem::path> inputs;
-    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(CORPUS) / target.name))
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(CORPUS) / target.name))
         inputs.push_back(entry.path());
     std::sort(inputs.begin(), inputs.end());
     return inputs;
@@ -55,12 +58,15 @@ TEST_P(Corpus, EveryBeginningOfAnInputKeepsTheProperties) {
         const std::string bytes = test::contentOf(input);
         const std::size_t step = 1 + bytes.size() / 100;
         for (std::size_t length = 0; length < bytes.size(); length += step)
-            ASSERT_NO_THROW(feed(GetParam(), bytes.substr(0, length))) << input << " up to " << length;
+            ASSERT_NO_THROW(feed(GetParam(), bytes.substr(0, length)))
+                << input << " up to " << length;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Targets, Corpus, testing::ValuesIn(kTargets),
-                         [](const testing::TestParamInfo<Target>& each) { return each.param.name; });
+                         [](const testing::TestParamInfo<Target>& each) {
+                             return each.param.name;
+                         });
 
 }  // namespace
 }  // namespace kelp::fuzz

@@ -63,8 +63,8 @@ Input inputOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-/// Whole messages that the ORB can rely on: requests with sound headers, and complete runs of messages of
-/// GIOP 1.1, whose fragments follow one another.
+/// Whole messages that the ORB can rely on: requests with sound headers, and complete runs of
+/// messages of GIOP 1.1, whose fragments follow one another.
 void requireSound(const std::vector<std::string>& messages) {
     bool expectsFragment = false;
     for (const std::string& message : messages) {
@@ -72,12 +72,14 @@ void requireSound(const std::vector<std::string>& messages) {
         require(message.size() >= kHeaderOctets, "a message has a header");
         require(readHeader(inputOf(message), header) == Violation::None, "its header is sound");
         require(header.octets == message.size(), "it is whole");
-        require((header.type == MessageType::Fragment) == expectsFragment, "fragments follow their request");
+        require((header.type == MessageType::Fragment) == expectsFragment,
+                "fragments follow their request");
         require(!header.moreFragments || header.minor == 1, "requests of GIOP 1.2 are joined");
         if (!expectsFragment) {
             RequestHeader request;
-            require(header.type == MessageType::Request || header.type == MessageType::LocateRequest,
-                    "it is a request");
+            require(
+                header.type == MessageType::Request || header.type == MessageType::LocateRequest,
+                "it is a request");
             require(readRequestHeader(inputOf(message), header, request) == Violation::None,
                     "the request's header is sound");
             require(!request.namesProfile, "the target is named by its key");
@@ -105,8 +107,10 @@ void fuzzFraming(Input input) {
     std::string passed;
     for (const std::string& message : whole.messages)
         passed += message;
-    const Outcome again = assemble(inputOf(passed), {std::max<std::size_t>(passed.size(), 1)}, true);
-    require(again.messages == whole.messages && again.last == Step::More, "what passed once passes again");
+    const Outcome again =
+        assemble(inputOf(passed), {std::max<std::size_t>(passed.size(), 1)}, true);
+    require(again.messages == whole.messages && again.last == Step::More,
+            "what passed once passes again");
 }
 
 }  // namespace kelp::fuzz

@@ -27,7 +27,8 @@ End ended(Call call) {
         call();
         return End::Done;
     } catch (const NamingContext::NotFound& failure) {
-        require(failure.rest_of_name.length() > 0, "a name is not found, but nothing of it is left");
+        require(failure.rest_of_name.length() > 0,
+                "a name is not found, but nothing of it is left");
         return End::NotFound;
     } catch (const NamingContext::InvalidName&) {
         return End::InvalidName;
@@ -108,11 +109,13 @@ void checkTextOfName(Service& service, const CosNaming::Name& name) {
 }
 
 void checkResolving(Service& service, const CosNaming::Name& name, const std::string& text) {
-    const End byName = ended([&] { const CORBA::Object_var found = service.context().resolve(name); });
+    const End byName =
+        ended([&] { const CORBA::Object_var found = service.context().resolve(name); });
     require(byName != End::NoPermission && byName != End::InvalidAddress, "resolve ends otherwise");
     const End byText =
         ended([&] { const CORBA::Object_var found = service.context().resolve_str(text.c_str()); });
-    require(byText != End::NoPermission && byText != End::InvalidAddress, "resolve_str ends otherwise");
+    require(byText != End::NoPermission && byText != End::InvalidAddress,
+            "resolve_str ends otherwise");
 }
 
 void checkTextOfACaller(Service& service, const std::string& text) {
@@ -122,7 +125,8 @@ void checkTextOfACaller(Service& service, const std::string& text) {
         path = pathOf(name.in());
     });
     require(end == End::Done || end == End::InvalidName, "to_name ends otherwise");
-    require(!path || pathOf(toText(*path).c_str()) == *path, "a name read is read otherwise when said again");
+    require(!path || pathOf(toText(*path).c_str()) == *path,
+            "a name read is read otherwise when said again");
     const End asUrl =
         ended([&] { const CORBA::String_var url = service.context().to_url(text.c_str(), "a.b"); });
     require(asUrl == End::Done || asUrl == End::InvalidAddress, "to_url ends otherwise");
@@ -148,8 +152,9 @@ void checkChanging(Service& service, const CosNaming::Name& name) {
 void checkListing(Service& service, std::size_t howMany) {
     CosNaming::BindingList_var list;
     CosNaming::BindingIterator_var iterator;
-    const End end = ended(
-        [&] { service.context().list(static_cast<CORBA::ULong>(howMany), list.out(), iterator.out()); });
+    const End end = ended([&] {
+        service.context().list(static_cast<CORBA::ULong>(howMany), list.out(), iterator.out());
+    });
     require(end == End::Done || end == End::Gone, "list ends otherwise");
     require(service.iterators().size() <= 1, "iterators pile up");
 }

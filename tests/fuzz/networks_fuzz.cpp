@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "network_text.h"
-#include "users/oss_networks.h"
 #include "targets.h"
+#include "users/oss_networks.h"
 
 namespace kelp::fuzz {
 
@@ -79,9 +79,11 @@ std::vector<std::uint8_t> withBitTurned(std::vector<std::uint8_t> address, std::
 /// Turning a bit leaves the network if the prefix covers it, and only then.
 void checkMembers(const OssNetworks& networks, std::vector<std::uint8_t> address, unsigned prefix) {
     require(contains(networks, address), "a network does not hold its own address");
-    const bool isNowhere = address == std::vector<std::uint8_t>(4, 0);  // stands for no address at all
-    require(isNowhere || networks.contains(orb::parsePeer("giop:tcp:" + peerText(address) + ":4800")),
-            "a network does not hold a peer with its own address");
+    const bool isNowhere =
+        address == std::vector<std::uint8_t>(4, 0);  // stands for no address at all
+    require(
+        isNowhere || networks.contains(orb::parsePeer("giop:tcp:" + peerText(address) + ":4800")),
+        "a network does not hold a peer with its own address");
     for (std::size_t bit = 0; bit < address.size() * 8; ++bit)
         require(contains(networks, withBitTurned(address, bit)) == (bit >= prefix),
                 "a network holds what its prefix does not say");
@@ -94,7 +96,8 @@ void checkNetwork(const Network& network, const OssNetworks& networks) {
     }
     // an IPv4 network, once its prefix reaches into the IPv4 address
     if (network.prefix >= 96)
-        checkMembers(networks, {network.address.begin() + 12, network.address.end()}, network.prefix - 96);
+        checkMembers(networks, {network.address.begin() + 12, network.address.end()},
+                     network.prefix - 96);
 }
 
 void checkEntry(const std::string& entry, bool& allReadable) {
@@ -102,7 +105,8 @@ void checkEntry(const std::string& entry, bool& allReadable) {
     std::string whyNot;
     const bool isReadable = networks.parse({entry}, whyNot);
     const std::optional<Network> network = networkOf(entry);
-    require(isReadable == network.has_value(), "an entry is read that is no network, or the other way round");
+    require(isReadable == network.has_value(),
+            "an entry is read that is no network, or the other way round");
     require(isReadable == NS_BUNDLEMGR1::isNetwork(entry),
             "the check of the configuration has another opinion of a network than who reads it");
     require(isReadable == whyNot.empty(), "a refusal gives no reason");

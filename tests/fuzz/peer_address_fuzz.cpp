@@ -19,9 +19,11 @@ bool same(const PeerAddress& a, const PeerAddress& b) {
 
 /// The text says what the numbers say, and can go to logs and into a session's name.
 void checkReadable(const PeerAddress& peer) {
-    require(std::all_of(peer.text.begin(), peer.text.end(), [](char c) { return c > ' ' && c < 0x7f; }),
-            "an address's text has bytes in it that cannot be printed");
-    require(peer.text.find_first_of("[]<>") == std::string::npos, "an address's text has brackets in it");
+    require(
+        std::all_of(peer.text.begin(), peer.text.end(), [](char c) { return c > ' ' && c < 0x7f; }),
+        "an address's text has bytes in it that cannot be printed");
+    require(peer.text.find_first_of("[]<>") == std::string::npos,
+            "an address's text has brackets in it");
     if (peer.ipv6) {
         in6_addr address{};
         require(peer.ipv6->size() == sizeof address, "an IPv6 address has not 16 bytes");
@@ -34,7 +36,8 @@ void checkReadable(const PeerAddress& peer) {
         require(!IN6_IS_ADDR_V4MAPPED(&address), "an IPv4 address is taken for IPv6");
     } else {
         in_addr address{};
-        require(::inet_pton(AF_INET, peer.text.c_str(), &address) == 1, "an IPv4 address's text is none");
+        require(::inet_pton(AF_INET, peer.text.c_str(), &address) == 1,
+                "an IPv4 address's text is none");
         require(ntohl(address.s_addr) == peer.ipv4, "an IPv4 address's text says another one");
     }
 }
@@ -45,7 +48,8 @@ void checkPeer(const std::string& text) {
         require(same(peer, PeerAddress{}), "a text that is no peer's leaves something behind");
         return;
     }
-    require(peer.text.size() <= text.size() || !peer.ipv6, "an address is longer than what it was read from");
+    require(peer.text.size() <= text.size() || !peer.ipv6,
+            "an address is longer than what it was read from");
     checkReadable(peer);
     const std::string host = peer.ipv6 ? "[" + peer.text + "]" : peer.text;
     for (const char* const transport : {"giop:tcp:", "giop:ssl:"})

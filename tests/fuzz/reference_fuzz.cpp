@@ -24,7 +24,8 @@ bool same(const Endpoint& a, const Endpoint& b) {
 }
 bool same(const ReferenceContent& a, const ReferenceContent& b) {
     return a.typeId == b.typeId && a.objectKey == b.objectKey &&
-           std::equal(a.endpoints.begin(), a.endpoints.end(), b.endpoints.begin(), b.endpoints.end(),
+           std::equal(a.endpoints.begin(), a.endpoints.end(), b.endpoints.begin(),
+                      b.endpoints.end(),
                       [](const Endpoint& one, const Endpoint& other) { return same(one, other); });
 }
 
@@ -63,7 +64,8 @@ void checkContent(const ReferenceContent& content, std::size_t textSize) {
         require(!endpoint.host.empty() && endpoint.host.size() <= 255 && isPrintable(endpoint.host),
                 "a host is no host");
     }
-    require(content.endpoints.size() * 8 <= textSize, "a reference has more addresses than bytes for them");
+    require(content.endpoints.size() * 8 <= textSize,
+            "a reference has more addresses than bytes for them");
     if (const std::string again = saidAgain(content); again.size() <= kContentMax) {
         ReferenceContent decoded;
         require(decodeReference(hexReference(again), decoded) && same(decoded, content),
@@ -75,7 +77,8 @@ void checkReference(const std::string& text) {
     ReferenceContent content;
     content.typeId = "what was there before";
     if (!decodeReference(text, content)) {
-        require(same(content, ReferenceContent{}), "a text that is no reference leaves something behind");
+        require(same(content, ReferenceContent{}),
+                "a text that is no reference leaves something behind");
         return;
     }
     checkContent(content, text.size());
@@ -83,8 +86,10 @@ void checkReference(const std::string& text) {
     std::transform(upper.begin(), upper.end(), upper.begin(),
                    [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     ReferenceContent decoded;
-    require(decodeReference(upper, decoded) && same(decoded, content), "capitals make another reference");
-    require(!decodeReference(text.substr(0, text.size() - 1), decoded), "half an octet is taken for one");
+    require(decodeReference(upper, decoded) && same(decoded, content),
+            "capitals make another reference");
+    require(!decodeReference(text.substr(0, text.size() - 1), decoded),
+            "half an octet is taken for one");
 }
 
 }  // namespace

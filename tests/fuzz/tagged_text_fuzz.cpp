@@ -13,14 +13,16 @@ namespace {
 constexpr const char* kUserTags[] = {"<USERNAME_TAG>", "</USERNAME_TAG>"};
 constexpr const char* kAddressTags[] = {"<IPANDPORT_TAG>", "</IPANDPORT_TAG>"};
 
-std::string valueOf(const std::string& text, const std::string& open, const std::string& close, int length) {
+std::string valueOf(const std::string& text, const std::string& open, const std::string& close,
+                    int length) {
     return NS_UTIL::SelfUtilCommon::Instance()->GetValByTag(text, open, close, length);
 }
 std::string valueOf(const std::string& text, const char* const (&tags)[2]) {
     return valueOf(text, tags[0], tags[1], static_cast<int>(std::string(tags[0]).size()));
 }
 
-/// What stands between the first opening tag and the first closing tag after it, searched byte by byte.
+/// What stands between the first opening tag and the first closing tag after it, searched byte by
+/// byte.
 std::string between(const std::string& text, const std::string& open, const std::string& close) {
     const auto isAt = [&](std::size_t at, const std::string& tag) {
         return text.size() - at >= tag.size() &&
@@ -56,9 +58,11 @@ void readSessionName(const std::string& text) {
 void readWhatWasSaid(const std::string& text) {
     const std::string user = withoutBrackets(text.substr(0, text.size() / 2));
     const std::string address = withoutBrackets(text.substr(text.size() / 2));
-    const std::string name = kUserTags[0] + user + kUserTags[1] + kAddressTags[0] + address + kAddressTags[1];
+    const std::string name =
+        kUserTags[0] + user + kUserTags[1] + kAddressTags[0] + address + kAddressTags[1];
     require(valueOf(name, kUserTags) == user, "the user of a session's name is another one");
-    require(valueOf(name, kAddressTags) == address, "the address of a session's name is another one");
+    require(valueOf(name, kAddressTags) == address,
+            "the address of a session's name is another one");
 }
 
 /// Tags out of the text itself, and a length that need not be theirs.
@@ -77,8 +81,10 @@ void readAnyTags(const std::string& text, Input input) {
         const std::string value = valueOf(text, open, close, length);
         require(value.size() <= text.size() && text.find(value) != std::string::npos,
                 "the value is no part of the text");
-        require(close.empty() || value.find(close) == std::string::npos, "the value holds the closing tag");
-        require(!close.empty() || value.empty(), "a closing tag of no length ends the value where it begins");
+        require(close.empty() || value.find(close) == std::string::npos,
+                "the value holds the closing tag");
+        require(!close.empty() || value.empty(),
+                "a closing tag of no length ends the value where it begins");
     }
 }
 

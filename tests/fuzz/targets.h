@@ -6,8 +6,9 @@
 #include <stdexcept>
 #include <string>
 
-/// What is fuzzed: one function a target, each given any bytes whatever. They throw Broken when a property
-/// does not hold; any other exception, and whatever the sanitizers find, is a failure as well.
+/// What is fuzzed: one function a target, each given any bytes whatever. They throw Broken when a
+/// property does not hold; any other exception, and whatever the sanitizers find, is a failure as
+/// well.
 namespace kelp::fuzz {
 
 using Input = std::span<const std::uint8_t>;

@@ -14,7 +14,8 @@ namespace kelp::fuzz {
 namespace {
 
 auto fieldsOf(const std::tm& time) {
-    return std::tuple(time.tm_year, time.tm_mon, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);
+    return std::tuple(time.tm_year, time.tm_mon, time.tm_mday, time.tm_hour, time.tm_min,
+                      time.tm_sec);
 }
 
 auto fieldsOf(const stDateTimeType& time) {
@@ -34,7 +35,8 @@ void readTime(const std::string& text) {
     if (time.tm_year + 1900 < 0 || time.tm_year + 1900 > 9999)
         return;
     const std::tm again = TimeChange::str2Time(said, err);
-    require(!err && fieldsOf(again) == fieldsOf(time), "what is read is read otherwise when said again");
+    require(!err && fieldsOf(again) == fieldsOf(time),
+            "what is read is read otherwise when said again");
 }
 
 void readRecord(const std::string& text) {

@@ -1,9 +1,9 @@
 #pragma once
 
 // Comes before everything in files that use the parser of configuration files. Its release 3.3 says
-// "unreachable" where characters beyond ASCII get that are no blanks (tomlplusplus issues 190 and 295): what
-// a library built from it does there is for the tests of configuration files to see, the sanitizers would
-// find nothing else.
+// "unreachable" where characters beyond ASCII get that are no blanks (tomlplusplus issues 190 and
+// 295): what a library built from it does there is for the tests of configuration files to see, the
+// sanitizers would find nothing else.
 #include <toml++/impl/preprocessor.h>
 
 #include <cstdint>

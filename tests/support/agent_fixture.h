@@ -1,12 +1,5 @@
 #pragma once
 
-#include "util/agent_state.h"
-#include "error/error_translator.h"
-#include "interceptor/corba_request_interceptor_impl.h"
-#include "session/ems_session_factory_impl.h"
-#include "session/ems_session_impl.h"
-#include "util/servant_ref.h"
-
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_sys_time.h>
 #include <gtest/gtest.h>
@@ -32,10 +25,16 @@
 #include <thread>
 #include <utility>
 
+#include "error/error_translator.h"
+#include "interceptor/corba_request_interceptor_impl.h"
+#include "session/ems_session_factory_impl.h"
+#include "session/ems_session_impl.h"
 #include "support/temporary_directory.h"
 #include "support/test_manager.h"
 #include "support/test_nms.h"
 #include "support/wait_until.h"
+#include "util/agent_state.h"
+#include "util/servant_ref.h"
 
 namespace kelp::test {
 
@@ -110,12 +109,12 @@ struct AgentOptions {
 
 /// How GoogleTest names a test with these options.
 inline void PrintTo(const AgentOptions& options, std::ostream* out) {
-    *out << "strategy " << options.releaseStrategy << ", ping mode " << (options.pingMode ? "on" : "off")
-         << (options.reuse ? ", reuse" : "");
+    *out << "strategy " << options.releaseStrategy << ", ping mode "
+         << (options.pingMode ? "on" : "off") << (options.reuse ? ", reuse" : "");
 }
 
-/// The error code that a ProcessingFailureException carries. Without a catalogue its reason begins with the
-/// code in brackets.
+/// The error code that a ProcessingFailureException carries. Without a catalogue its reason begins
+/// with the code in brackets.
 inline unsigned long codeOf(const globaldefs::ProcessingFailureException& refusal) {
     return std::strtoul(refusal.errorReason.in() + 1, nullptr, 10);
 }
@@ -131,8 +130,8 @@ unsigned long refusalOf(Call call) {
     }
 }
 
-/// True when the call on an object of a session that is over fails as such calls may: its POA is gone, going,
-/// or refuses.
+/// True when the call on an object of a session that is over fails as such calls may: its POA is
+/// gone, going, or refuses.
 template <class Call>
 bool isGone(Call call) {
     try {
@@ -147,8 +146,9 @@ bool isGone(Call call) {
     }
 }
 
-/// The agent's sessions in this process, with a real ORB, a user "admin" and a manager "EMS": what the module
-/// starts but for the naming monitor and the manager interfaces. Stops in order at the end of the scope.
+/// The agent's sessions in this process, with a real ORB, a user "admin" and a manager "EMS": what
+/// the module starts but for the naming monitor and the manager interfaces. Stops in order at the
+/// end of the scope.
 class RunningAgent {
   public:
     static constexpr const char* kUser = "admin";
@@ -179,7 +179,9 @@ class RunningAgent {
     RunningAgent& operator=(const RunningAgent&) = delete;
 
     // -- what runs
-    static NS_CORBA::CorbaBaseAgentConfig& base() { return *NS_CORBA::CorbaBaseAgentConfig::Instance(); }
+    static NS_CORBA::CorbaBaseAgentConfig& base() {
+        return *NS_CORBA::CorbaBaseAgentConfig::Instance();
+    }
     static NS_KELPCORBA::SessionMgr& sessions() { return *NS_KELPCORBA::SessionMgr::Instance(); }
     static NS_KELPCORBA::EmsSessionFactory_IImpl& factory() {
         return *NS_KELPCORBA::EmsSessionFactory_IImpl::Instance();
@@ -231,15 +233,16 @@ class RunningAgent {
                                        const std::string& password = kPassword) {
         return logIn(nms.reference(), user, password);
     }
-    emsSession::EmsSession_I_var logIn(nmsSession::NmsSession_I_ptr nms, const std::string& user = kUser,
+    emsSession::EmsSession_I_var logIn(nmsSession::NmsSession_I_ptr nms,
+                                       const std::string& user = kUser,
                                        const std::string& password = kPassword) {
         emsSession::EmsSession_I_var session;
         factory().getEmsSession(user.c_str(), password.c_str(), nms, session.out());
         return session;
     }
     /// The listed session of that NMS and user, pinned; null when there is none.
-    static NS_KELPCORBA::ServantRef<NS_KELPCORBA::EmsSession_IImpl> listed(const TestNms& nms,
-                                                                           const std::string& user = kUser) {
+    static NS_KELPCORBA::ServantRef<NS_KELPCORBA::EmsSession_IImpl> listed(
+        const TestNms& nms, const std::string& user = kUser) {
         return sessions().PinNmsSession(nms.hostInfo(), user);
     }
     static std::size_t liveLogins(const TestNms& nms, const std::string& user = kUser) {
@@ -315,13 +318,15 @@ class RunningAgent {
             "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n"
             // test NMS name this process by many spellings of the loopback address
             "[access]\nnms_reference = \"any\"\n" +
-            options.accessLines + "[security]\ndatabase = \"" + (folder_.path() / "users.db").string() +
-            "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +
-            number("lockout_failures", options.lockoutFailures) + number("lockout_s", options.lockoutS) +
-            "[session]\n" + options.sessionLines + number("release_strategy", options.releaseStrategy) +
+            options.accessLines + "[security]\ndatabase = \"" +
+            (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +
+            number("lockout_failures", options.lockoutFailures) +
+            number("lockout_s", options.lockoutS) + "[session]\n" + options.sessionLines +
+            number("release_strategy", options.releaseStrategy) +
             "ping_mode = " + (options.pingMode ? "true\n" : "false\n") +
             number("ping_interval_s", options.pingIntervalS) +
-            number("call_timeout_s", options.callTimeoutS) + number("silent_time_s", options.silentTimeS) +
+            number("call_timeout_s", options.callTimeoutS) +
+            number("silent_time_s", options.silentTimeS) +
             number("max_sessions", options.maxSessions) + "[iterator]\n" +
             number("soft_limit", options.iteratorSoftLimit) +
             number("hard_limit", options.iteratorHardLimit) +

@@ -6,9 +6,10 @@
 
 namespace kelp::test {
 
-/// The servant of an embedded channel's own object, with a reference that the caller owns: for publishing the
-/// channel under another key, past its guard.
-inline PortableServer::Servant channelServant(PortableServer::POA_ptr root, CORBA::Object_ptr channel) {
+/// The servant of an embedded channel's own object, with a reference that the caller owns: for
+/// publishing the channel under another key, past its guard.
+inline PortableServer::Servant channelServant(PortableServer::POA_ptr root,
+                                              CORBA::Object_ptr channel) {
     const PortableServer::POA_var poa = root->find_POA("notification", false);
     const PortableServer::ServantManager_var manager = poa->get_servant_manager();
     auto* locator = dynamic_cast<PortableServer::ServantLocator*>(manager.in());

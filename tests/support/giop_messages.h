@@ -77,13 +77,15 @@ enum class GiopType {
     Fragment
 };
 
-inline std::string giopMessage(const GiopWriter& content, GiopType type, bool moreFragments = false) {
+inline std::string giopMessage(const GiopWriter& content, GiopType type,
+                               bool moreFragments = false) {
     return content.message(static_cast<int>(type), moreFragments);
 }
 
 /// An encapsulated IIOP profile body.
 inline std::string iiopProfile(const std::string& key, const std::string& host = "127.0.0.1") {
-    // alignment counts from the encapsulation's first octet: the message's header is a multiple of 4
+    // alignment counts from the encapsulation's first octet: the message's header is a multiple of
+    // 4
     GiopWriter writer(2);
     writer.octet(0).octet(1).octet(2).text(host).unsignedShort(4800).octets(key).unsignedLong(0);
     return writer.message(0).substr(12);
@@ -140,11 +142,13 @@ inline std::string requestMessage(const GiopRequest& request) {
     return giopMessage(requestWriter(request), GiopType::Request);
 }
 
-/// A GIOP 1.2 message of a request's id and nothing else, or a Fragment with its part of the content.
+/// A GIOP 1.2 message of a request's id and nothing else, or a Fragment with its part of the
+/// content.
 inline std::string messageOfId(GiopType type, std::uint32_t id, const std::string& content = "",
                                bool moreFragments = false, bool littleEndian = false,
                                std::uint8_t minor = 2) {
-    return giopMessage(GiopWriter(minor, littleEndian).unsignedLong(id).raw(content), type, moreFragments);
+    return giopMessage(GiopWriter(minor, littleEndian).unsignedLong(id).raw(content), type,
+                       moreFragments);
 }
 
 inline std::string locateMessage(const GiopRequest& request) {
@@ -157,15 +161,17 @@ inline std::string locateMessage(const GiopRequest& request) {
     return giopMessage(writer, GiopType::LocateRequest);
 }
 
-/// A request cut into messages, the first of `first` octets and Fragments of `part` octets of content each.
-/// For GIOP 1.2 both are multiples of 8.
-inline std::vector<std::string> fragmentsOf(const GiopRequest& request, std::size_t first, std::size_t part) {
+/// A request cut into messages, the first of `first` octets and Fragments of `part` octets of
+/// content each. For GIOP 1.2 both are multiples of 8.
+inline std::vector<std::string> fragmentsOf(const GiopRequest& request, std::size_t first,
+                                            std::size_t part) {
     const std::string whole = requestMessage(request);
     std::vector<std::string> messages;
     GiopWriter head(request.minor, request.littleEndian);
     head.raw(whole.substr(12, first - 12));
     messages.push_back(giopMessage(head, GiopType::Request, true));
-    // in 1.2 a fragment has 16 octets before its content: content of part - 16 keeps it a multiple of 8
+    // in 1.2 a fragment has 16 octets before its content: content of part - 16 keeps it a multiple
+    // of 8
     for (std::size_t at = first; at <= whole.size(); at += part) {
         const bool more = at + part <= whole.size();
         GiopWriter fragment(request.minor, request.littleEndian);

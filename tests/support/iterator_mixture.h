@@ -19,7 +19,8 @@
 namespace kelp::test {
 
 /// The last value in each name.
-inline void appendValues(const globaldefs::NamingAttributesList_T& names, std::vector<std::string>& values) {
+inline void appendValues(const globaldefs::NamingAttributesList_T& names,
+                         std::vector<std::string>& values) {
     for (CORBA::ULong i = 0; i < names.length(); ++i)
         values.emplace_back(names[i][names[i].length() - 1].value.in());
 }
@@ -28,7 +29,8 @@ inline void appendValues(const globaldefs::NamingAttributesList_T& names, std::v
 class IteratorWalk {
   public:
     IteratorWalk(globaldefs::NamingAttributesIterator_I_ptr rest, std::vector<std::string> first)
-        : rest_(globaldefs::NamingAttributesIterator_I::_duplicate(rest)), values_(std::move(first)) {}
+        : rest_(globaldefs::NamingAttributesIterator_I::_duplicate(rest)),
+          values_(std::move(first)) {}
 
     void read(CORBA::ULong howMany) {
         globaldefs::NamingAttributesList_T_var names;
@@ -52,7 +54,8 @@ class IteratorWalk {
     std::vector<std::string> values_;  // guarded by mutex_
 };
 
-/// Threads that open lists, read batches of them and destroy their iterators all at once, until the end.
+/// Threads that open lists, read batches of them and destroy their iterators all at once, until the
+/// end.
 class IteratorMixture {
   public:
     /// Asks for the list, called by two threads. May throw as a call may.
@@ -78,11 +81,13 @@ class IteratorMixture {
         return strangest_;
     }
 
-    /// Ends the threads; how many lists came with gaps or repetitions, when `all` is the whole list.
+    /// Ends the threads; how many lists came with gaps or repetitions, when `all` is the whole
+    /// list.
     int stopAndCountGaps(const std::vector<std::string>& all) {
         stop();
-        return static_cast<int>(std::count_if(walks_.begin(), walks_.end(),
-                                              [&](const auto& walk) { return !walk->isWithoutGap(all); }));
+        return static_cast<int>(std::count_if(walks_.begin(), walks_.end(), [&](const auto& walk) {
+            return !walk->isWithoutGap(all);
+        }));
     }
 
   private:

@@ -9,8 +9,8 @@
 
 namespace kelp::test {
 
-/// The module's task manager with its workers, which the module's entry starts in the host. Its work ends
-/// before the agent, as there.
+/// The module's task manager with its workers, which the module's entry starts in the host. Its
+/// work ends before the agent, as there.
 class ModuleWorkers {
   public:
     ModuleWorkers() {

@@ -52,7 +52,8 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
         return canGoBack;
     }
     void goBack() override { read_ = wayBack_; }
-    std::size_t encodedSize(const globaldefs::NamingAttributesList_T&, CORBA::ULong) const override {
+    std::size_t encodedSize(const globaldefs::NamingAttributesList_T&,
+                            CORBA::ULong) const override {
         return size;
     }
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "support/tcp_peers.h"
-#include "support/wait_until.h"
-
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -16,10 +13,14 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/tcp_peers.h"
+#include "support/wait_until.h"
+
 namespace kelp::test {
 
-/// A real naming service, a process of its own on a free port of the loopback interface. It ends with its
-/// owner, and also when the test's process or the thread that started it dies. Made and used by one thread.
+/// A real naming service, a process of its own on a free port of the loopback interface. It ends
+/// with its owner, and also when the test's process or the thread that started it dies. Made and
+/// used by one thread.
 class OmniNames {
   public:
     OmniNames() {
@@ -87,8 +88,9 @@ class OmniNames {
         if (pid_ == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             if (::getppid() == parent)
-                ::execlp("omniNames", "omniNames", "-start", port.c_str(), "-datadir", folder_.c_str(),
-                         "-nohostname", "-errlog", log.c_str(), "-ORBendPoint", endpoint.c_str(), nullptr);
+                ::execlp("omniNames", "omniNames", "-start", port.c_str(), "-datadir",
+                         folder_.c_str(), "-nohostname", "-errlog", log.c_str(), "-ORBendPoint",
+                         endpoint.c_str(), nullptr);
             ::_exit(127);
         }
         bool ended = false;
@@ -102,14 +104,16 @@ class OmniNames {
             kill();
     }
 
-    /// Asks over GIOP 1.0 whether the object NameService is there (a LocateRequest), which needs no ORB.
+    /// Asks over GIOP 1.0 whether the object NameService is there (a LocateRequest), which needs no
+    /// ORB.
     bool answers() const {
         constexpr std::array<unsigned char, 31> request{
             'G', 'I', 'O', 'P', 1,   0,   1,   3,  // LocateRequest, little-endian
             19,  0,   0,   0,                      // bytes that follow
             1,   0,   0,   0,                      // request id
-            11,  0,   0,   0,   'N', 'a', 'm', 'e', 'S', 'e', 'r', 'v', 'i', 'c', 'e'};  // object key
-        constexpr std::size_t replyBytes = 20;  // header, request id, locate status
+            11,  0,   0,   0,   'N', 'a', 'm', 'e',
+            'S', 'e', 'r', 'v', 'i', 'c', 'e'};  // object key
+        constexpr std::size_t replyBytes = 20;   // header, request id, locate status
         constexpr unsigned char objectHere = 1;
         try {
             const Socket connection = connectTo(port_);

@@ -19,13 +19,14 @@ inline orb::OrbOptions loopbackOptions() {
     return options;
 }
 
-/// The process's ORB for the length of a scope: started with a hook, callers let through (unless asked to
-/// hold them), destroyed at the end. destroy() waits for calls in progress.
+/// The process's ORB for the length of a scope: started with a hook, callers let through (unless
+/// asked to hold them), destroyed at the end. destroy() waits for calls in progress.
 class RunningOrb {
   public:
     enum class Callers { Through, Held };
 
-    explicit RunningOrb(orb::RequestHook* hook = nullptr, const orb::OrbOptions& options = loopbackOptions(),
+    explicit RunningOrb(orb::RequestHook* hook = nullptr,
+                        const orb::OrbOptions& options = loopbackOptions(),
                         Callers callers = Callers::Through)
         : orb_(orb::start(options, hook)) {
         const CORBA::Object_var object = orb_->resolve_initial_references("RootPOA");
@@ -53,9 +54,9 @@ class RunningOrb {
     std::uint16_t port() const { return endpoint_.port; }
     std::string hostAndPort() const { return orb::hostAndPort(endpoint_); }
 
-    /// A reference to the same object that the ORB does not recognise as its own, so that a call from this
-    /// very process goes over a connection. For an ORB that publishes 127.0.0.1: the reference says the same
-    /// address in another way.
+    /// A reference to the same object that the ORB does not recognise as its own, so that a call
+    /// from this very process goes over a connection. For an ORB that publishes 127.0.0.1: the
+    /// reference says the same address in another way.
     CORBA::Object_ptr overTheWire(CORBA::Object_ptr reference) const {
         const CORBA::String_var text = orb_->object_to_string(reference);
         std::string changed(text.in());
@@ -67,10 +68,11 @@ class RunningOrb {
         return orb::toReference(orb_.in(), changed);
     }
 
-    /// The same for an object published under a well-known key. It has no type: use _unchecked_narrow, as
-    /// _narrow makes a call.
+    /// The same for an object published under a well-known key. It has no type: use
+    /// _unchecked_narrow, as _narrow makes a call.
     CORBA::Object_ptr overTheWireByKey(const std::string& key) const {
-        return orb::toReference(orb_.in(), "corbaloc:iiop:1.2@127.1:" + std::to_string(port()) + "/" + key);
+        return orb::toReference(orb_.in(),
+                                "corbaloc:iiop:1.2@127.1:" + std::to_string(port()) + "/" + key);
     }
 
     void destroy() {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <cos/CosNotifyComm.h>
+
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include <cos/CosNotifyComm.h>
 
 namespace kelp::test {
 
@@ -16,7 +16,8 @@ class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
         names_.emplace_back(event.header.fixed_header.event_name.in());
     }
     void disconnect_structured_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
     std::vector<std::string> names() const {
         const std::lock_guard guard(mutex_);
         return names_;

@@ -13,9 +13,9 @@
 
 namespace kelp::test {
 
-/// A disk of a few MiB that this process and its children alone see: a file system in memory. A user
-/// namespace gives the right to mount it to those who do not have it. Made before any thread. Tests that use
-/// it are built where KELP_CAN_MOUNT says so.
+/// A disk of a few MiB that this process and its children alone see: a file system in memory. A
+/// user namespace gives the right to mount it to those who do not have it. Made before any thread.
+/// Tests that use it are built where KELP_CAN_MOUNT says so.
 class SmallDisk {
   public:
     explicit SmallDisk(const std::filesystem::path& folder, unsigned mib = 2) : folder_(folder) {

@@ -68,14 +68,14 @@ inline std::uint16_t portOf(const Socket& socket) {
     return ntohs(address.sin_port);
 }
 
-/// A port of the loopback interface that nobody listened on a moment ago. Another process may take it before
-/// it is used: prefer port 0 where the listener can tell which it got.
+/// A port of the loopback interface that nobody listened on a moment ago. Another process may take
+/// it before it is used: prefer port 0 where the listener can tell which it got.
 inline std::uint16_t freePort() {
     return portOf(boundSocket());
 }
 
-/// A connection to a port of the loopback interface, for sending bytes that no client would send. `source` is
-/// the address that it comes from, any of 127.0.0.0/8.
+/// A connection to a port of the loopback interface, for sending bytes that no client would send.
+/// `source` is the address that it comes from, any of 127.0.0.0/8.
 inline Socket connectTo(std::uint16_t port, const char* source = "127.0.0.1") {
     Socket made = tcpSocket();
     sockaddr_in own = loopbackAddress(0);
@@ -112,7 +112,8 @@ class DeafListener {
     Socket listener_;
 };
 
-/// A peer so overloaded that connecting to it is not answered: its backlog is full and nobody accepts.
+/// A peer so overloaded that connecting to it is not answered: its backlog is full and nobody
+/// accepts.
 class FullBacklogListener {
   public:
     FullBacklogListener() : listener_(boundSocket()) {
@@ -122,7 +123,8 @@ class FullBacklogListener {
         for (int i = 0; i < 8; ++i) {
             Socket filler = tcpSocket();
             ::fcntl(filler.fd(), F_SETFL, O_NONBLOCK);
-            (void)::connect(filler.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+            (void)::connect(filler.fd(), reinterpret_cast<const sockaddr*>(&address),
+                            sizeof address);
             fillers_.push_back(std::move(filler));
         }
     }

@@ -16,7 +16,8 @@ class TestIterator : public TestManager {
 
     PortableServer::POA_ptr _default_POA() override {
         onPoa();
-        return isWithoutPoa ? PortableServer::POA::_nil() : PortableServer::POA::_duplicate(poa_.in());
+        return isWithoutPoa ? PortableServer::POA::_nil()
+                            : PortableServer::POA::_duplicate(poa_.in());
     }
     /// Runs whenever the POA is asked for. This and the next are set while nobody asks.
     std::function<void()> onPoa = [] {};

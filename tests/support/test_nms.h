@@ -69,19 +69,21 @@ class NmsServant : public virtual POA_nmsSession::NmsSession_I {
     std::vector<std::string> texts_;
 };
 
-/// Writes 127.0.0.1 in the way number `index` (from 1 on, at most 215) of many. To an EMS each is another
-/// host.
+/// Writes 127.0.0.1 in the way number `index` (from 1 on, at most 215) of many. To an EMS each is
+/// another host.
 inline std::string spelledLoopback(unsigned index) {
     const auto zeros = [](unsigned count) { return std::string(count, '0'); };
-    return "127." + zeros(index % 6) + "0." + zeros(index / 6 % 6) + "0." + zeros(index / 36 % 6) + "1";
+    return "127." + zeros(index % 6) + "0." + zeros(index / 6 % 6) + "0." + zeros(index / 36 % 6) +
+           "1";
 }
 
-/// One NMS: its session object, active in the process's ORB until the ORB stops, under a reference that the
-/// EMS reaches over a connection, like every NMS's.
+/// One NMS: its session object, active in the process's ORB until the ORB stops, under a reference
+/// that the EMS reaches over a connection, like every NMS's.
 class TestNms {
   public:
     /// NMS with different indexes have different addresses.
-    TestNms(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, unsigned index) : servant_(new NmsServant) {
+    TestNms(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, unsigned index)
+        : servant_(new NmsServant) {
         const PortableServer::ObjectId_var id = poa->activate_object(servant_);
         const PortableServer::ServantBase_var owner(servant_);  // the POA keeps it from here on
         const CORBA::Object_var object = poa->id_to_reference(id.in());
@@ -91,7 +93,8 @@ class TestNms {
         orb::Endpoint endpoint = content.endpoints.front();
         endpoint.host = spelledLoopback(index);
         hostInfo_ = orb::hostAndPort(endpoint);
-        const CORBA::Object_var remote = referenceOverTheWire(orb, object.in(), endpoint.host, endpoint.port);
+        const CORBA::Object_var remote =
+            referenceOverTheWire(orb, object.in(), endpoint.host, endpoint.port);
         reference_ = nmsSession::NmsSession_I::_unchecked_narrow(remote.in());
     }
 

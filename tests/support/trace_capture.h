@@ -10,8 +10,9 @@
 
 namespace kelp::test {
 
-/// Collects the trace lines that are kept while it lives, with the level at its highest. Texts are compared
-/// as the log keeps them, so a text with control characters is found by its plain spelling.
+/// Collects the trace lines that are kept while it lives, with the level at its highest. Texts are
+/// compared as the log keeps them, so a text with control characters is found by its plain
+/// spelling.
 class TraceCapture {
   public:
     TraceCapture() : levelBefore_(util::TraceLog::instance().level()) {

@@ -18,7 +18,8 @@ inline CORBA::Any utcAny(CORBA::ORB_ptr orb, std::uint64_t time) {
     member(1, "inacclo", CORBA::_tc_ulong);
     member(2, "inacchi", CORBA::_tc_ushort);
     member(3, "tdf", CORBA::_tc_short);
-    const CORBA::TypeCode_var type = orb->create_struct_tc("IDL:omg.org/TimeBase/UtcT:1.0", "UtcT", members);
+    const CORBA::TypeCode_var type =
+        orb->create_struct_tc("IDL:omg.org/TimeBase/UtcT:1.0", "UtcT", members);
     const CORBA::Object_var object = orb->resolve_initial_references("DynAnyFactory");
     const DynamicAny::DynAnyFactory_var factory = DynamicAny::DynAnyFactory::_narrow(object.in());
     const DynamicAny::DynAny_var made = factory->create_dyn_any_from_type_code(type.in());

@@ -5,8 +5,8 @@
 
 namespace kelp::test {
 
-/// Polls `condition` until it holds or the deadline has passed; the last answer is returned. The way for a
-/// test to wait for anything that another thread or process does.
+/// Polls `condition` until it holds or the deadline has passed; the last answer is returned. The
+/// way for a test to wait for anything that another thread or process does.
 template <class Condition>
 bool waitUntil(Condition condition, std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
     const auto end = std::chrono::steady_clock::now() + deadline;

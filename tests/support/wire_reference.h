@@ -27,16 +27,16 @@ inline std::string escapedKey(const std::string& key) {
     return escaped;
 }
 
-/// A reference to the same object at an address that the ORB does not recognise as its own (another spelling
-/// of the loopback address), so that a call from this very process goes over a connection. It has no type:
-/// use _unchecked_narrow.
+/// A reference to the same object at an address that the ORB does not recognise as its own (another
+/// spelling of the loopback address), so that a call from this very process goes over a connection.
+/// It has no type: use _unchecked_narrow.
 inline CORBA::Object_ptr referenceOverTheWire(CORBA::ORB_ptr orb, CORBA::Object_ptr reference,
                                               const std::string& host, std::uint16_t port) {
     orb::ReferenceContent content;
     if (!orb::describe(orb, reference, content))
         throw std::runtime_error("not a reference of this ORB");
-    return orb::toReference(
-        orb, "corbaloc:iiop:1.2@" + host + ":" + std::to_string(port) + "/" + escapedKey(content.objectKey));
+    return orb::toReference(orb, "corbaloc:iiop:1.2@" + host + ":" + std::to_string(port) + "/" +
+                                     escapedKey(content.objectKey));
 }
 
 }  // namespace kelp::test

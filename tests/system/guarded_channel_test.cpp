@@ -1,9 +1,5 @@
-// Who goes on receiving events and who does not, with the host, the operator's tool and NMS as processes of
-// their own. An NMS at another address than 127.0.0.1 calls through a relay.
-
-#include "harness/host.h"
-#include "harness/log_file.h"
-#include "harness/nms_process.h"
+// Who goes on receiving events and who does not, with the host, the operator's tool and NMS as
+// processes of their own. An NMS at another address than 127.0.0.1 calls through a relay.
 
 #include <gmock/gmock.h>
 
@@ -11,6 +7,9 @@
 #include <string>
 
 #include "component/orb/tcp_relay.h"
+#include "harness/host.h"
+#include "harness/log_file.h"
+#include "harness/nms_process.h"
 
 namespace kelp::test {
 namespace {
@@ -66,14 +65,14 @@ class GuardedChannel : public ::testing::Test {
         EXPECT_EQ(eventsOf(*helper), 1);
         EXPECT_FALSE(host.log().text().find("of 127.0.0.1 is dropped") != std::string::npos);
         EXPECT_THAT(refusalOfTheHelper(), HasSubstr("NO_PERMISSION"));
-        EXPECT_TRUE(
-            eventually([&] { return refusalsInTheSecurityLog().find("127.0.0.2") != std::string::npos; }));
+        EXPECT_TRUE(eventually(
+            [&] { return refusalsInTheSecurityLog().find("127.0.0.2") != std::string::npos; }));
         EXPECT_THAT(refusalsInTheSecurityLog(), HasSubstr("notification channel"));
     }
     std::string refusalsInTheSecurityLog() {
         LogFile told(host.scratch("audit" + std::to_string(++looks_)));
-        Launch audit = host.launch(KELPCTL, {"--config", host.configFile().string(), "audit", "--event",
-                                             "refused-address", "--json"});
+        Launch audit = host.launch(KELPCTL, {"--config", host.configFile().string(), "audit",
+                                             "--event", "refused-address", "--json"});
         audit.output = told.file();
         EXPECT_EQ(runToEnd(audit), 0);
         return told.text();
@@ -125,8 +124,9 @@ TEST_F(GuardedChannel, CallsOnTheChannelAreRecordedWithUserAndNms) {
     here->follow(0);
     EXPECT_EQ(host.stop(), 0);
     LogFile told(host.scratch("oplog"));
-    Launch oplog = host.launch(KELPCTL, {"--config", host.configFile().string(), "oplog", "--user", "bob",
-                                         "--operation", "obtain_notification_push_supplier", "--json"});
+    Launch oplog =
+        host.launch(KELPCTL, {"--config", host.configFile().string(), "oplog", "--user", "bob",
+                              "--operation", "obtain_notification_push_supplier", "--json"});
     oplog.output = told.file();
     EXPECT_EQ(runToEnd(oplog), 0);
     EXPECT_THAT(told.text(), HasSubstr("channel"));

@@ -1,10 +1,5 @@
 // NMS that die, hang or fall silent, and what the others feel of it.
 
-#include "harness/eventually.h"
-#include "harness/host.h"
-#include "harness/nms_process.h"
-#include "support/tcp_peers.h"
-
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -12,15 +7,22 @@
 #include <memory>
 #include <string>
 
+#include "harness/eventually.h"
+#include "harness/host.h"
+#include "harness/nms_process.h"
+#include "support/tcp_peers.h"
+
 namespace kelp::test {
 namespace {
 
 constexpr const char* kFailedPing =
     "[SessionSource::check_valid] Exception raised during PING operation,user<bob>";
 constexpr const char* kGivenUp =
-    "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy associated "
+    "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy "
+    "associated "
     "emsSession resource,user<bob>";
-/// A healthy NMS waits for nothing: far less than the four hung pings that its neighbour costs the EMS.
+/// A healthy NMS waits for nothing: far less than the four hung pings that its neighbour costs the
+/// EMS.
 constexpr int kSlowestCallMs = 2000;
 
 class Liveness : public ::testing::Test {
@@ -146,8 +148,8 @@ TEST_F(Liveness, SilenceEndsASessionAndCallsKeepOne) {
     talking.startChatter(0);
     NmsProcess silent(host);
     silent.logIn(0, "bob");
-    ASSERT_TRUE(
-        host.log().waitFor("[theWaiting] Waiting for NMS invoke time out, session will be destroyed!"));
+    ASSERT_TRUE(host.log().waitFor(
+        "[theWaiting] Waiting for NMS invoke time out, session will be destroyed!"));
     EXPECT_TRUE(eventually([&] { return !silent.hasSession(0); }));
     EXPECT_EQ(talking.chatter(0).failures, 0);
     EXPECT_TRUE(talking.knowsSession(talkingSession));
@@ -202,7 +204,8 @@ TEST_F(Liveness, EventLossIsToldToEveryNmsOnceAndItsEndToo) {
     EXPECT_TRUE(eventually([&] { return nms.counts(2).losses == 1; }));
     report("cleared 20240105030500.0Z");
     EXPECT_TRUE(eventually([&] {
-        return nms.counts(0).cleared == 1 && nms.counts(1).cleared == 1 && nms.counts(2).cleared == 1;
+        return nms.counts(0).cleared == 1 && nms.counts(1).cleared == 1 &&
+               nms.counts(2).cleared == 1;
     }));
     EXPECT_EQ(nms.counts(1).end, "20240105030500.0Z");
     EXPECT_EQ(nms.counts(0).losses, 1);

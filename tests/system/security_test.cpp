@@ -1,8 +1,5 @@
 // Who gets in, with the operator's tool, the host and NMS as processes of their own.
 
-#include "harness/host.h"
-#include "harness/nms_process.h"
-
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 
@@ -12,6 +9,8 @@
 #include <string>
 
 #include "component/orb/tcp_relay.h"
+#include "harness/host.h"
+#include "harness/nms_process.h"
 
 namespace kelp::test {
 namespace {
@@ -67,8 +66,10 @@ TEST_F(Security, ADisabledUsersSessionsEndAndNobodyElses) {
     host.user({"disable", "alice"});
     EXPECT_TRUE(eventually([&] { return !nms.hasSession(0) && !nms.hasSession(1); }));
     EXPECT_TRUE(nms.hasSession(2));
-    EXPECT_THAT(nms.tryLogIn(0, "alice", Host::kPassword), HasSubstr("The user's account is disabled."));
-    EXPECT_THAT(nms.tryLogIn(0, "alice", "wrong"), HasSubstr("The user name or the password is wrong."));
+    EXPECT_THAT(nms.tryLogIn(0, "alice", Host::kPassword),
+                HasSubstr("The user's account is disabled."));
+    EXPECT_THAT(nms.tryLogIn(0, "alice", "wrong"),
+                HasSubstr("The user name or the password is wrong."));
     host.user({"enable", "alice"});
     EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
     EXPECT_EQ(host.stop(), 0);
@@ -80,7 +81,8 @@ TEST_F(Security, AnExpiredUsersSessionEnds) {
     nms.logIn(0, "alice");
     host.user({"expire", "alice", "now"});
     EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
-    EXPECT_THAT(nms.tryLogIn(0, "alice", Host::kPassword), HasSubstr("The user's account has expired."));
+    EXPECT_THAT(nms.tryLogIn(0, "alice", Host::kPassword),
+                HasSubstr("The user's account has expired."));
     host.user({"expire", "alice", "never"});
     EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
 }
@@ -103,7 +105,8 @@ TEST_F(Security, TenThousandWrongPasswordsFromOneAddressLeaveTheOthersIn) {
     const TcpRelay relay(host.port(), "127.0.0.2");
     NmsProcess guesser(host, factoryOver(relay));
     NmsProcess nms(host);
-    EXPECT_THAT(guesser.tryLogIn(0, "alice", "wrong"), HasSubstr("The user name or the password is wrong."));
+    EXPECT_THAT(guesser.tryLogIn(0, "alice", "wrong"),
+                HasSubstr("The user name or the password is wrong."));
     for (int i = 1; i < 10000; ++i) {
         ASSERT_NE(guesser.tryLogIn(0, "alice", "wrong"), "") << i;
         if (i % 1000 == 0) {
@@ -145,7 +148,8 @@ TEST_F(Security, ADatabaseThatAnotherProcessLocksRefusesUntilItIsUnlocked) {
     SQLite::Database other(usersFile().string(), SQLite::OPEN_READWRITE);
     other.exec("BEGIN EXCLUSIVE");
     EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
-    EXPECT_TRUE(host.log().waitFor("users.db is locked by another process; until it can be read nobody"));
+    EXPECT_TRUE(
+        host.log().waitFor("users.db is locked by another process; until it can be read nobody"));
     EXPECT_TRUE(nms.hasSession(0));
     EXPECT_FALSE(nms.managers(0).empty());
 
@@ -163,7 +167,9 @@ struct Damage {
     std::size_t bytesOfGarbage;
     const char* said;
 
-    friend std::ostream& operator<<(std::ostream& out, const Damage& damage) { return out << damage.name; }
+    friend std::ostream& operator<<(std::ostream& out, const Damage& damage) {
+        return out << damage.name;
+    }
 };
 
 class DamagedInPlace : public Security, public testing::WithParamInterface<Damage> {};
@@ -174,7 +180,8 @@ TEST_P(DamagedInPlace, RefusesUntilTheContentIsBack) {
     nms.logIn(0, "alice");
     const std::filesystem::path file = usersFile();
     const std::string good = contentOf(file);
-    overwrite(file, good.substr(0, GetParam().bytesKept) + std::string(GetParam().bytesOfGarbage, 'x'));
+    overwrite(file,
+              good.substr(0, GetParam().bytesKept) + std::string(GetParam().bytesOfGarbage, 'x'));
     EXPECT_THAT(nms.tryLogIn(1, "bob", Host::kPassword), HasSubstr("cannot be read now"));
     EXPECT_TRUE(host.log().waitFor(file.string() + GetParam().said));
     EXPECT_TRUE(nms.hasSession(0));

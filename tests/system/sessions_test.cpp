@@ -1,10 +1,10 @@
-#include "harness/host.h"
-#include "harness/nms_process.h"
-#include "support/standard_managers.h"
-
 #include <gmock/gmock.h>
 
 #include <string>
+
+#include "harness/host.h"
+#include "harness/nms_process.h"
+#include "support/standard_managers.h"
 
 namespace kelp::test {
 namespace {
@@ -67,8 +67,8 @@ TEST_F(Sessions, SecondLoginFromSameNmsEndsTheFirstSession) {
     nms.logIn(1, "alice");
     EXPECT_TRUE(eventually([&] { return !nms.knowsSession(first); }));
     EXPECT_TRUE(nms.hasSession(1));
-    EXPECT_TRUE(
-        host.log().waitFor("[getEmsSession] IP Adress and Port conflict, the session will be destroyed!"));
+    EXPECT_TRUE(host.log().waitFor(
+        "[getEmsSession] IP Adress and Port conflict, the session will be destroyed!"));
 }
 
 TEST_F(Sessions, SecondLoginFromSameNmsGetsTheFirstSessionUnderTheReuseRule) {
@@ -109,7 +109,8 @@ TEST_F(Sessions, ReuseRuleHoldsFromTheHostsRereadingOn) {
 TEST_F(Sessions, WrongPasswordAndUnknownUserAreRefusedAlike) {
     host.start();
     NmsProcess nms(host);
-    const std::string refusal = "EXCPT_ACCESS_DENIED (76545955) The user name or the password is wrong.";
+    const std::string refusal =
+        "EXCPT_ACCESS_DENIED (76545955) The user name or the password is wrong.";
     EXPECT_THAT(nms.tryLogIn(0, "alice", "wrong"), HasSubstr(refusal));
     EXPECT_THAT(nms.tryLogIn(0, "mallory", "wrong"), HasSubstr(refusal));
 }

@@ -1,16 +1,16 @@
 // The host's stop, whatever state its NMS and its naming service are in, and a start that fails.
 
-#include "harness/eventually.h"
-#include "harness/host.h"
-#include "harness/name_server.h"
-#include "harness/nms_process.h"
-#include "support/tcp_peers.h"
-
 #include <gmock/gmock.h>
 
 #include <fstream>
 #include <sstream>
 #include <string>
+
+#include "harness/eventually.h"
+#include "harness/host.h"
+#include "harness/name_server.h"
+#include "harness/nms_process.h"
+#include "support/tcp_peers.h"
 
 namespace kelp::test {
 namespace {

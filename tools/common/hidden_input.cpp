@@ -20,9 +20,9 @@ using util::Descriptor;
 
 volatile sig_atomic_t lastSignal = 0;
 
-/// While it lives, signals that would end the program only interrupt its waiting for input, so that the
-/// terminal can be put right first. They are held back in between: one that comes just before the waiting is
-/// not missed.
+/// While it lives, signals that would end the program only interrupt its waiting for input, so that
+/// the terminal can be put right first. They are held back in between: one that comes just before
+/// the waiting is not missed.
 class InterruptedReading {
   public:
     InterruptedReading() {
@@ -79,8 +79,8 @@ class WithoutEcho {
     termios before_{};
 };
 
-/// Up to the line end or the end of the input; `mayRead` is asked before each byte. False when the reading
-/// was interrupted or failed; errno says why.
+/// Up to the line end or the end of the input; `mayRead` is asked before each byte. False when the
+/// reading was interrupted or failed; errno says why.
 template <class MayRead>
 bool readLine(int fd, Secret& line, MayRead mayRead) {
     char next = 0;
@@ -114,7 +114,8 @@ Secret ask(int terminal, const InterruptedReading& reading, const std::string& p
 std::vector<Secret> askHidden(const std::vector<std::string>& prompts) {
     const Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (!terminal.isOpen())
-        throw std::runtime_error("there is no terminal to ask for the password; use --password-file");
+        throw std::runtime_error(
+            "there is no terminal to ask for the password; use --password-file");
     const InterruptedReading interrupted;
     const WithoutEcho silent(terminal.get());
     std::vector<Secret> answers;
@@ -130,7 +131,8 @@ Secret firstLineOf(const std::string& file, bool& othersCanRead) {
     struct stat status = {};
     if (!input.isOpen() || ::fstat(input.get(), &status) != 0 ||
         !readLine(input.get(), line, [] { return true; }))
-        throw std::runtime_error("password file " + file + ": " + std::generic_category().message(errno));
+        throw std::runtime_error("password file " + file + ": " +
+                                 std::generic_category().message(errno));
     othersCanRead = S_ISREG(status.st_mode) && (status.st_mode & (S_IRGRP | S_IROTH)) != 0;
     return line;
 }

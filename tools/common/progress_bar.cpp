@@ -15,7 +15,8 @@ std::string progressLine(const std::string& title, std::uint64_t done, std::uint
     const auto filled = static_cast<std::size_t>(part * static_cast<double>(kWidth));
     char percent[16];
     std::snprintf(percent, sizeof percent, "%3d %%", static_cast<int>(part * 100));
-    return title + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] " + percent;
+    return title + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] " +
+           percent;
 }
 
 ProgressBar::ProgressBar(std::string title)

@@ -5,8 +5,8 @@
 
 namespace kelp::tools {
 
-/// One line on standard error that shows how far something is, when that is a terminal; nothing otherwise.
-/// The line goes with the bar.
+/// One line on standard error that shows how far something is, when that is a terminal; nothing
+/// otherwise. The line goes with the bar.
 class ProgressBar {
   public:
     explicit ProgressBar(std::string title);

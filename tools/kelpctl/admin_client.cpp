@@ -1,5 +1,6 @@
 #include "admin_client.h"
 
+#include <httplib.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,8 +10,6 @@
 #include <stdexcept>
 #include <system_error>
 #include <utility>
-
-#include <httplib.h>
 
 namespace kelp::ctl {
 
@@ -28,13 +27,15 @@ std::string tokenIn(const std::filesystem::path& file) {
     std::ifstream in(file);
     std::string token;
     if (!std::getline(in, token))
-        throw std::runtime_error("the token file " + file.string() + " cannot be read: is kelpd running?");
+        throw std::runtime_error("the token file " + file.string() +
+                                 " cannot be read: is kelpd running?");
     return token;
 }
 
 httplib::Client clientOf(const admin::Address& address, const std::string& token) {
     const bool isUnix = !address.socket.empty();
-    httplib::Client client(isUnix ? address.socket.string() : address.host, isUnix ? kAnyPort : address.port);
+    httplib::Client client(isUnix ? address.socket.string() : address.host,
+                           isUnix ? kAnyPort : address.port);
     if (isUnix)
         client.set_address_family(AF_UNIX);
     else
@@ -46,7 +47,8 @@ httplib::Client clientOf(const admin::Address& address, const std::string& token
 }
 
 std::string errorIn(const Json& answer) {
-    const bool hasError = answer.is_object() && answer.contains("error") && answer["error"].is_string();
+    const bool hasError =
+        answer.is_object() && answer.contains("error") && answer["error"].is_string();
     return hasError ? answer["error"].get<std::string>() : "";
 }
 
@@ -61,7 +63,8 @@ AdminClient::AdminClient(admin::Address address) : address_(std::move(address)) 
 
 std::string AdminClient::whyUnreachable(httplib::Error error) const {
     if (!address_.socket.empty() && ::access(address_.socket.c_str(), R_OK | W_OK) != 0)
-        return std::generic_category().message(errno) + "; is it running, with this state directory?";
+        return std::generic_category().message(errno) +
+               "; is it running, with this state directory?";
     if (error == httplib::Error::Connection)
         return "nobody listens there; is it running?";
     return "no answer came (" + httplib::to_string(error) + ")";
@@ -86,8 +89,9 @@ Json AdminClient::answerOf(const httplib::Result& result) const {
     if (result->status == kDone && !answer.is_discarded())
         return answer;
     const std::string error = errorIn(answer);
-    throw std::runtime_error(
-        error.empty() ? "kelpd answered with HTTP status " + std::to_string(result->status) : error);
+    throw std::runtime_error(error.empty() ? "kelpd answered with HTTP status " +
+                                                 std::to_string(result->status)
+                                           : error);
 }
 
 }  // namespace kelp::ctl

@@ -1,9 +1,8 @@
 #pragma once
 
+#include <httplib.h>
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
-
-#include <httplib.h>
 
 #include <string>
 
@@ -15,7 +14,8 @@ class AdminClient {
     /// Reads the token, if the address has one. Throws std::runtime_error with one line.
     explicit AdminClient(admin::Address address);
 
-    /// The host's answer. Throws std::runtime_error with one line: its refusal, or why it cannot be asked.
+    /// The host's answer. Throws std::runtime_error with one line: its refusal, or why it cannot be
+    /// asked.
     admin::Json post(const std::string& path, const admin::Json& request) const;
     admin::Json get(const std::string& path) const;
 

@@ -29,8 +29,10 @@ constexpr TextField kIdentity[] = {
 constexpr TextField kMore[] = {
     {"--text", "additionalText", "Text for the operator"},
     {"--ne-time", "neTime", "The element's own time, such as 20240105030405.0Z"},
-    {"--native-name", "nativeEMSName", "The object's name in the EMS (value of its last component)"},
-    {"--native-cause", "nativeProbableCause", "The cause in the element's words (the probable cause)"},
+    {"--native-name", "nativeEMSName",
+     "The object's name in the EMS (value of its last component)"},
+    {"--native-cause", "nativeProbableCause",
+     "The cause in the element's words (the probable cause)"},
     {"--object-type", "objectType",
      "Type of the object, such as OT_EQUIPMENT (by the name's last component)"},
     {"--event-type", "X.733::EventType",
@@ -74,7 +76,9 @@ class AlarmCommand {
     void addSeverity(CLI::App& command) {
         addSeverityOption(command, into("perceivedSeverity"), "Severity")->required();
     }
-    void addJson(CLI::App& command) { command.add_flag("--json", asJson_, "Print kelpd's answer as JSON"); }
+    void addJson(CLI::App& command) {
+        command.add_flag("--json", asJson_, "Print kelpd's answer as JSON");
+    }
 
     void set(const char* field, const char* value) { alarm_[field] = value; }
 
@@ -93,7 +97,8 @@ class AlarmCommand {
 
   private:
     void addText(CLI::App& command, const TextField& field) {
-        command.add_option_function<std::string>(field.option, into(field.field), field.description)
+        command
+            .add_option_function<std::string>(field.option, into(field.field), field.description)
             ->type_name("TEXT");
     }
     std::function<void(const std::string&)> into(const char* field) {

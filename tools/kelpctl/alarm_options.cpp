@@ -37,7 +37,8 @@ CLI::Option* addWordOption(CLI::App& command, const std::string& name, const Wor
         ->type_name("WORD");
 }
 
-CLI::Option* addSeverityOption(CLI::App& command, const std::function<void(const std::string&)>& take,
+CLI::Option* addSeverityOption(CLI::App& command,
+                               const std::function<void(const std::string&)>& take,
                                const std::string& description) {
     static const Words words = {{"critical", "PS_CRITICAL"},
                                 {"major", "PS_MAJOR"},
@@ -66,7 +67,8 @@ void AlarmOptions::addSocket(CLI::App& command) {
 void AlarmOptions::addObject(CLI::App& command) {
     command
         .add_option("--object", object,
-                    "The object's name, one NAME=VALUE a component, such as ManagedElement=NE-1 PTP=/port=1; "
+                    "The object's name, one NAME=VALUE a component, such as ManagedElement=NE-1 "
+                    "PTP=/port=1; "
                     "EMS=NAME comes first by itself")
         ->type_name("NAME=VALUE");
 }

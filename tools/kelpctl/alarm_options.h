@@ -1,7 +1,7 @@
 #pragma once
 
-#include <kelp/admin/registry.h>
 #include <CLI/CLI.hpp>
+#include <kelp/admin/registry.h>
 
 #include <functional>
 #include <string>
@@ -21,7 +21,8 @@ CLI::Option* addWordOption(CLI::App& command, const std::string& name, const Wor
                            const std::function<void(const std::string&)>& take,
                            const std::string& description);
 /// The option for the severity of an alarm that is raised.
-CLI::Option* addSeverityOption(CLI::App& command, const std::function<void(const std::string&)>& take,
+CLI::Option* addSeverityOption(CLI::App& command,
+                               const std::function<void(const std::string&)>& take,
                                const std::string& description);
 
 /// What the commands have in common that send alarms to the running host.

@@ -17,7 +17,8 @@ void loadConfiguration(const GlobalOptions& options);
 /// `kelpctl user ...`: the accounts of NMS users. `options` must outlive the parsing.
 void addUserCommands(CLI::App& app, const GlobalOptions& options);
 
-/// `kelpctl alarm ...`: single alarms, told to the running host. `options` must outlive the parsing.
+/// `kelpctl alarm ...`: single alarms, told to the running host. `options` must outlive the
+/// parsing.
 void addAlarmCommands(CLI::App& app, const GlobalOptions& options);
 
 /// `kelpctl storm`: many alarms. `options` must outlive the parsing.
@@ -32,8 +33,8 @@ void addHealthCommand(CLI::App& app, const GlobalOptions& options);
 /// `kelpctl naming`: where the session factory is found. `options` must outlive the parsing.
 void addNamingCommand(CLI::App& app, const GlobalOptions& options);
 
-/// `kelpctl oplog` and `kelpctl audit`: the operation log and the security log. `options` must outlive the
-/// parsing.
+/// `kelpctl oplog` and `kelpctl audit`: the operation log and the security log. `options` must
+/// outlive the parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);
 
 /// `kelpctl inventory ...`: what the EMS's network consists of. `options` must outlive the parsing.

@@ -26,14 +26,15 @@ std::string stateOf(const Json& consumer) {
 }
 
 void printTable(const Json& consumers) {
-    std::printf("%-10s %12s %12s %12s %10s %10s %10s  %s\n", "consumer", "sent", "delivered", "lost", "own",
-                "queued", "oldest", "state");
+    std::printf("%-10s %12s %12s %12s %10s %10s %10s  %s\n", "consumer", "sent", "delivered",
+                "lost", "own", "queued", "oldest", "state");
     for (const Json& each : consumers) {
         const std::string name =
             std::to_string(each.value("admin", 0)) + "/" + std::to_string(each.value("proxy", 0));
         std::printf("%-10s %12llu %12llu %12llu %10llu %10llu %8.1f s  %s\n", name.c_str(),
-                    each.value("sent", 0ULL), each.value("delivered", 0ULL), each.value("lost", 0ULL),
-                    each.value("lostByOwnLimits", 0ULL), each.value("queued", 0ULL),
+                    each.value("sent", 0ULL), each.value("delivered", 0ULL),
+                    each.value("lost", 0ULL), each.value("lostByOwnLimits", 0ULL),
+                    each.value("queued", 0ULL),
                     static_cast<double>(each.value("oldestMs", 0LL)) / 1000, stateOf(each).c_str());
     }
 }

@@ -18,7 +18,8 @@ namespace {
 constexpr std::size_t kShownMax = 100;
 
 [[noreturn]] void noHead(const std::string& text) {
-    throw std::runtime_error("--head: \"" + util::escaped(text, kShownMax) + "\" is no NUMBER:HASH");
+    throw std::runtime_error("--head: \"" + util::escaped(text, kShownMax) +
+                             "\" is no NUMBER:HASH");
 }
 
 }  // namespace
@@ -45,9 +46,10 @@ void addHeads(const std::string& headOrFile, std::vector<oplog::ChainHead>& head
 
 void exportHead(const oplog::ChainHead& head, const std::string& file) {
     const std::string line = head.text() + "\n";
-    const util::Descriptor out(
-        ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!out.isOpen() || ::write(out.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()) ||
+    const util::Descriptor out(::open(
+        file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!out.isOpen() ||
+        ::write(out.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()) ||
         ::fsync(out.get()) != 0)
         throw std::runtime_error("the head cannot be written to " + file + ": " +
                                  std::generic_category().message(errno));

@@ -11,8 +11,8 @@ namespace kelp::ctl {
 /// std::runtime_error with one line.
 void addHeads(const std::string& headOrFile, std::vector<oplog::ChainHead>& heads);
 
-/// Appends a head as a line to a file, which is made when it is missing. Throws std::runtime_error with one
-/// line when it is not written for sure.
+/// Appends a head as a line to a file, which is made when it is missing. Throws std::runtime_error
+/// with one line when it is not written for sure.
 void exportHead(const oplog::ChainHead& head, const std::string& file);
 
 }  // namespace kelp::ctl

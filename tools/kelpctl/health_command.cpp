@@ -24,8 +24,10 @@ void printLog(const char* name, const Json& log) {
 }
 
 void printTable(const Json& health) {
-    std::printf("kelpd %s: %s\n", health.value("version", "").c_str(), health.value("status", "").c_str());
-    std::printf("%-14s %12s %12s %10s %10s  %s\n", "log", "taken", "written", "waiting", "missing", "state");
+    std::printf("kelpd %s: %s\n", health.value("version", "").c_str(),
+                health.value("status", "").c_str());
+    std::printf("%-14s %12s %12s %10s %10s  %s\n", "log", "taken", "written", "waiting", "missing",
+                "state");
     printLog("operation log", health.value("operationLog", Json::object()));
     printLog("security log", health.value("securityLog", Json::object()));
 }

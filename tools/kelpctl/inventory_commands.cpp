@@ -1,6 +1,5 @@
 #include <kelp/inventory/generate.h>
 #include <kelp/inventory/transfer.h>
-
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
@@ -68,11 +67,13 @@ struct ImportCommand : std::enable_shared_from_this<ImportCommand> {
             group.add_subcommand("import", "Take objects in from a file or folder, all or none");
         command->fallthrough();
         where.addTo(*command);
-        command->add_option("SOURCE", source, "File of JSON lines, CSV file, or folder of CSV files")
+        command
+            ->add_option("SOURCE", source, "File of JSON lines, CSV file, or folder of CSV files")
             ->required();
         command->add_flag("--dry-run", options.dryRun, "Look at everything, change nothing");
-        command->add_flag("--replace", options.replace,
-                          "Remove everything first; otherwise objects with the same name are updated");
+        command->add_flag(
+            "--replace", options.replace,
+            "Remove everything first; otherwise objects with the same name are updated");
         command->callback([self = shared_from_this()] { self->run(); });
     }
 
@@ -86,11 +87,12 @@ struct ImportCommand : std::enable_shared_from_this<ImportCommand> {
         for (const inventory::ImportProblem& problem : result.problems)
             std::fprintf(stderr, "%s\n", problem.text().c_str());
         if (result.problemCount > result.problems.size())
-            std::fprintf(stderr, "and %llu more\n",
-                         static_cast<unsigned long long>(result.problemCount - result.problems.size()));
+            std::fprintf(
+                stderr, "and %llu more\n",
+                static_cast<unsigned long long>(result.problemCount - result.problems.size()));
         if (result.problemCount > 0)
-            throw std::runtime_error("nothing was imported: " + std::to_string(result.problemCount) +
-                                     " problem(s)");
+            throw std::runtime_error(
+                "nothing was imported: " + std::to_string(result.problemCount) + " problem(s)");
         std::printf("%s%llu object(s) added, %llu updated\n", options.dryRun ? "dry run: " : "",
                     static_cast<unsigned long long>(result.added),
                     static_cast<unsigned long long>(result.updated));
@@ -108,7 +110,9 @@ struct ExportCommand : std::enable_shared_from_this<ExportCommand> {
         CLI::App* command = group.add_subcommand("export", "Write the whole inventory");
         command->fallthrough();
         where.addTo(*command);
-        command->add_option("TARGET", target, "File of JSON lines, or the folder; - is standard output")
+        command
+            ->add_option("TARGET", target,
+                         "File of JSON lines, or the folder; - is standard output")
             ->required();
         command->add_flag("--csv", csv, "A folder of CSV files");
         command->callback([self = shared_from_this()] { self->run(); });
@@ -164,7 +168,8 @@ void printTable(const inventory::Statistics& counts) {
     print("floating ports (FTP)", counts.ftps);
     print("connection points (CTP)", counts.ctps);
     print("topological links", counts.links);
-    std::printf("%-24s %12.1f MiB\n", "database", static_cast<double>(counts.fileBytes) / (1 << 20));
+    std::printf("%-24s %12.1f MiB\n", "database",
+                static_cast<double>(counts.fileBytes) / (1 << 20));
 }
 
 void printJson(const inventory::Statistics& counts) {
@@ -181,7 +186,9 @@ void printJson(const inventory::Statistics& counts) {
                                            {"ctps", counts.ctps},
                                            {"topologicalLinks", counts.links},
                                            {"databaseBytes", counts.fileBytes}};
-    std::printf("%s\n", answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
+    std::printf(
+        "%s\n",
+        answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
 }
 
 struct StatsCommand : std::enable_shared_from_this<StatsCommand> {
@@ -225,9 +232,12 @@ struct GenerateCommand : std::enable_shared_from_this<GenerateCommand> {
             ->required()
             ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{100'000'000}));
         command->add_option("--seed", plan.seed, "Which network (1)");
-        command->add_option("--ctps", plan.ctpsPerLine, "Connection points (CTP) in each port of a line (0)")
+        command
+            ->add_option("--ctps", plan.ctpsPerLine,
+                         "Connection points (CTP) in each port of a line (0)")
             ->check(CLI::Range(0u, 16u));
-        command->add_flag("--replace", plan.replace, "Remove everything first; otherwise it must be empty");
+        command->add_flag("--replace", plan.replace,
+                          "Remove everything first; otherwise it must be empty");
         command->callback([self = shared_from_this()] { self->run(); });
     }
 
@@ -250,8 +260,8 @@ struct GenerateCommand : std::enable_shared_from_this<GenerateCommand> {
 }  // namespace
 
 void addInventoryCommands(CLI::App& app, const GlobalOptions& globalOptions) {
-    CLI::App* group =
-        app.add_subcommand("inventory", "Subnetworks, managed elements, equipment, ports and links");
+    CLI::App* group = app.add_subcommand(
+        "inventory", "Subnetworks, managed elements, equipment, ports and links");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
     std::make_shared<ImportCommand>(globalOptions)->addTo(*group);
     std::make_shared<ExportCommand>(globalOptions)->addTo(*group);

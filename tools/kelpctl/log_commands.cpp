@@ -126,19 +126,24 @@ void addLogCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     oplog->callback([operations] { show(*operations, LogKind::Operations); });
 
     const auto security = std::make_shared<LogOptions>(globalOptions);
-    CLI::App* audit = app.add_subcommand("audit", "Search the log of log-ins, refusals and administration");
+    CLI::App* audit =
+        app.add_subcommand("audit", "Search the log of log-ins, refusals and administration");
     audit->fallthrough()->footer(kAuditFooter);
     security->addTo(*audit, "--event", "Event, such as login");
     const auto asked = std::make_shared<VerifyOptions>();
-    CLI::App* check = audit->add_subcommand("verify", "Check that no record was changed or removed");
+    CLI::App* check =
+        audit->add_subcommand("verify", "Check that no record was changed or removed");
     check->fallthrough()->footer(kVerifyFooter);
     check
         ->add_option("--head", asked->heads,
                      "A head that must be in the chain still, or a file with one a line")
         ->type_name("NUMBER:HASH|FILE");
-    check->add_option("--export-head", asked->exportFile, "Append the head of a whole chain to this file")
+    check
+        ->add_option("--export-head", asked->exportFile,
+                     "Append the head of a whole chain to this file")
         ->type_name("FILE");
-    check->add_option("--key-file", asked->keyFile, "File with the key of the chain (as configured)")
+    check
+        ->add_option("--key-file", asked->keyFile, "File with the key of the chain (as configured)")
         ->type_name("FILE");
     audit->callback([security, asked, check] {
         if (check->parsed())

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <kelp/oplog/log_search.h>
 #include <CLI/CLI.hpp>
+#include <kelp/oplog/log_search.h>
 
 #include <cstdint>
 #include <filesystem>

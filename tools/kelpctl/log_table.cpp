@@ -31,11 +31,13 @@ std::string outcomeText(const LogEntry& entry) {
 }
 
 std::string objectText(const LogEntry& entry) {
-    return entry.objectKind + (entry.objectKind.empty() || entry.object.empty() ? "" : " ") + entry.object;
+    return entry.objectKind + (entry.objectKind.empty() || entry.object.empty() ? "" : " ") +
+           entry.object;
 }
 
 const std::vector<Column>& columnsOf(LogKind kind) {
-    static const Column time{"TIME", 24, [](const LogEntry& entry) { return oplog::timeText(entry.time); }};
+    static const Column time{"TIME", 24,
+                             [](const LogEntry& entry) { return oplog::timeText(entry.time); }};
     static const Column user{"USER", 12, [](const LogEntry& entry) { return entry.user; }};
     static const Column nms{"NMS", 21, [](const LogEntry& entry) { return entry.nmsAddress; }};
     static const Column peer{"PEER", 21, [](const LogEntry& entry) { return entry.peer; }};
@@ -59,8 +61,8 @@ const std::vector<Column>& columnsOf(LogKind kind) {
 }
 
 std::string gapLine(const LogEntry& gap) {
-    return oplog::timeText(gap.time) + "  *** " + std::to_string(gap.missing) + " record(s) missing until " +
-           oplog::timeText(gap.until);
+    return oplog::timeText(gap.time) + "  *** " + std::to_string(gap.missing) +
+           " record(s) missing until " + oplog::timeText(gap.until);
 }
 
 std::string tableLine(const std::vector<std::string>& texts, const std::vector<Column>& columns) {

@@ -1,5 +1,3 @@
-#include "commands.h"
-
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/util/core_dumps.h>
 
@@ -10,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "commands.h"
 #include "user_record.h"
 
 namespace kelp::ctl {
@@ -63,9 +62,9 @@ int run(int argc, char** argv) {
         if (problem.get_exit_code() == 0)
             return app.exit(problem);
         const std::vector<std::string> notUnderstood = app.remaining(true);
-        const std::string reason = notUnderstood.empty()
-                                       ? std::string(problem.what())
-                                       : "\"" + notUnderstood.front() + "\" is no command or option";
+        const std::string reason =
+            notUnderstood.empty() ? std::string(problem.what())
+                                  : "\"" + notUnderstood.front() + "\" is no command or option";
         return fail(reason + " (--help tells more)", kWrongCommandLine);
     } catch (const UnrecordedChange& failure) {
         return fail(failure.what(), kUnrecorded);

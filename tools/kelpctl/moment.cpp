@@ -35,8 +35,9 @@ oplog::UtcTime momentOf(const std::string& text, const std::string& option, oplo
         return *time;
     if (const std::optional<std::chrono::seconds> length = lengthOf(text))
         return now - *length;
-    throw std::runtime_error(option + ": \"" + text +
-                             "\" is no time such as 2025-03-01T12:00:00Z, 2025-03-01 or 2h (so long ago)");
+    throw std::runtime_error(
+        option + ": \"" + text +
+        "\" is no time such as 2025-03-01T12:00:00Z, 2025-03-01 or 2h (so long ago)");
 }
 
 }  // namespace kelp::ctl

@@ -7,7 +7,8 @@
 
 namespace kelp::ctl {
 
-/// An even pace: so many of something a second, the first at once. At high rates those of a tick go together.
+/// An even pace: so many of something a second, the first at once. At high rates those of a tick go
+/// together.
 class Pace {
   public:
     using Duration = std::chrono::duration<double>;

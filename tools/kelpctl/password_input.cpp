@@ -1,12 +1,12 @@
 #include "password_input.h"
 
-#include "common/hidden_input.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <stdexcept>
 #include <utility>
+
+#include "common/hidden_input.h"
 
 namespace kelp::ctl {
 
@@ -17,8 +17,9 @@ constexpr std::ptrdiff_t kCharactersMin = 8;
 
 /// Of UTF-8, whose further octets of a character all begin with the bits 10.
 std::ptrdiff_t charactersOf(const std::string& text) {
-    return std::count_if(text.begin(), text.end(),
-                         [](char octet) { return (static_cast<unsigned char>(octet) & 0xC0u) != 0x80u; });
+    return std::count_if(text.begin(), text.end(), [](char octet) {
+        return (static_cast<unsigned char>(octet) & 0xC0u) != 0x80u;
+    });
 }
 
 Secret fromTerminal() {
@@ -32,7 +33,8 @@ Secret fromFile(const std::string& file) {
     bool othersCanRead = false;
     Secret line = tools::firstLineOf(file, othersCanRead);
     if (othersCanRead)
-        std::fprintf(stderr, "kelpctl: warning: others can read the password file %s\n", file.c_str());
+        std::fprintf(stderr, "kelpctl: warning: others can read the password file %s\n",
+                     file.c_str());
     return line;
 }
 
@@ -43,7 +45,8 @@ Secret readPassword(const std::string& file, ShortPassword shortOne) {
     if (password.text().empty())
         throw std::runtime_error("the password must not be empty");
     if (shortOne == ShortPassword::IsRefused && charactersOf(password.text()) < kCharactersMin)
-        throw std::runtime_error("the password must have at least " + std::to_string(kCharactersMin) +
+        throw std::runtime_error("the password must have at least " +
+                                 std::to_string(kCharactersMin) +
                                  " characters; --force takes a shorter one");
     return password;
 }

@@ -46,8 +46,8 @@ class HeldSignals {
 
     /// Waits; true when a signal came before the time was over.
     bool cameWithin(Pace::Duration time) const {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(std::max(time, Pace::Duration::zero()));
+        const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
+            std::max(time, Pace::Duration::zero()));
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
         const timespec limit{seconds.count(), static_cast<long>((left - seconds).count())};
         return ::sigtimedwait(&held_, nullptr, &limit) > 0;
@@ -70,7 +70,9 @@ struct StormOptions {
 class Storm {
   public:
     explicit Storm(const StormOptions& options)
-        : options_(options), client_(options.alarms.client()), object_(options.alarms.objectName()) {}
+        : options_(options),
+          client_(options.alarms.client()),
+          object_(options.alarms.objectName()) {}
 
     void run() {
         const HeldSignals signals;
@@ -91,8 +93,8 @@ class Storm {
 
     Json alarm(std::uint64_t number) const {
         Json name = object_;
-        name.push_back(
-            {{"name", "ManagedElement"}, {"value", "storm-" + std::to_string((number - 1) % kElements + 1)}});
+        name.push_back({{"name", "ManagedElement"},
+                        {"value", "storm-" + std::to_string((number - 1) % kElements + 1)}});
         const std::string text = std::to_string(number) + " of " + std::to_string(options_.count);
         return {{"objectName", name},
                 {"probableCause", "UNIDENTIFIED"},
@@ -113,7 +115,8 @@ class Storm {
         }
     }
     std::string soFar() const {
-        return std::to_string(taken_) + " of " + std::to_string(options_.count) + " alarms taken in";
+        return std::to_string(taken_) + " of " + std::to_string(options_.count) +
+               " alarms taken in";
     }
     void tell(const char* end) const {
         const double seconds = elapsed().count();
@@ -132,7 +135,8 @@ class Storm {
 
 void addStormCommand(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto options = std::make_shared<StormOptions>(globalOptions);
-    CLI::App* storm = app.add_subcommand("storm", "Raise many alarms at an even rate, to see what NMS bear");
+    CLI::App* storm =
+        app.add_subcommand("storm", "Raise many alarms at an even rate, to see what NMS bear");
     storm->fallthrough()->footer(kFooter);
     options->alarms.addSocket(*storm);
     storm->add_option("--rate", options->rate, "Alarms a second")

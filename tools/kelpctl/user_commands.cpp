@@ -1,6 +1,5 @@
 #include <kelp/corbabase/user_database.h>
 #include <kelp/util/trace_log.h>
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -41,13 +40,15 @@ struct UserOptions {
     bool force = false;
 
     Secret newPassword() const {
-        return readPassword(passwordFile, force ? ShortPassword::IsTaken : ShortPassword::IsRefused);
+        return readPassword(passwordFile,
+                            force ? ShortPassword::IsTaken : ShortPassword::IsRefused);
     }
 
     /// Opens the database asked for. Only the first account makes a file: a misspelt name must not.
     UserDatabase open(UserDatabase::Missing missing = UserDatabase::Missing::IsAnError) const {
-        return UserDatabase(database.empty() ? NS_CORBA::userDatabaseFile() : std::filesystem::path(database),
-                            missing);
+        return UserDatabase(
+            database.empty() ? NS_CORBA::userDatabaseFile() : std::filesystem::path(database),
+            missing);
     }
 };
 
@@ -119,17 +120,19 @@ std::string certificatesText(const UserAccount& account) {
 void printJson(const std::vector<UserAccount>& accounts) {
     nlohmann::json array = nlohmann::json::array();
     for (const UserAccount& account : accounts)
-        array.push_back({{"id", account.id},
-                         {"name", account.name},
-                         {"enabled", account.enabled},
-                         {"state", stateOf(account)},
-                         {"expires", account.expiresUtc ? nlohmann::json(utcText(*account.expiresUtc))
-                                                        : nlohmann::json(nullptr)},
-                         {"networks", account.networks},
-                         {"subjects", account.subjects},
-                         {"created", utcText(account.createdUtc)},
-                         {"password_changed", utcText(account.passwordChangedUtc)}});
-    std::printf("%s\n", array.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+        array.push_back(
+            {{"id", account.id},
+             {"name", account.name},
+             {"enabled", account.enabled},
+             {"state", stateOf(account)},
+             {"expires", account.expiresUtc ? nlohmann::json(utcText(*account.expiresUtc))
+                                            : nlohmann::json(nullptr)},
+             {"networks", account.networks},
+             {"subjects", account.subjects},
+             {"created", utcText(account.createdUtc)},
+             {"password_changed", utcText(account.passwordChangedUtc)}});
+    std::printf("%s\n",
+                array.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
 }
 
 void printTable(const std::vector<UserAccount>& accounts) {
@@ -142,8 +145,9 @@ void printTable(const std::vector<UserAccount>& accounts) {
     for (const UserAccount& account : accounts)
         std::printf("%-*s  %-8s  %-20s  %-20s  %-20s  %-15s  %s\n", width,
                     util::escaped(account.name).c_str(), stateOf(account),
-                    utcText(account.createdUtc).c_str(), utcText(account.passwordChangedUtc).c_str(),
-                    expiryText(account).c_str(), util::escaped(networksText(account)).c_str(),
+                    utcText(account.createdUtc).c_str(),
+                    utcText(account.passwordChangedUtc).c_str(), expiryText(account).c_str(),
+                    util::escaped(networksText(account)).c_str(),
                     util::escaped(certificatesText(account)).c_str());
 }
 
@@ -181,8 +185,9 @@ void expire(const UserOptions& options) {
     if (options.expiry == "now")
         expiry = nowUtc();
     else if (options.expiry != kNever && !(expiry = parseUtc(options.expiry)))
-        throw std::runtime_error("\"" + util::escaped(options.expiry) +
-                                 "\" is no time: write never, now, 2027-01-31 or 2027-01-31T12:00:00Z");
+        throw std::runtime_error(
+            "\"" + util::escaped(options.expiry) +
+            "\" is no time: write never, now, 2027-01-31 or 2027-01-31T12:00:00Z");
     options.open().setExpiry(options.name, expiry);
     if (expiry)
         std::printf("user \"%s\" expires at %s\n", options.name.c_str(), utcText(*expiry).c_str());
@@ -197,7 +202,8 @@ void setNetworks(const UserOptions& options) {
     options.open().setNetworks(options.name, networks);
     UserAccount account;
     account.networks = networks;
-    std::printf("user \"%s\" may log in from: %s\n", options.name.c_str(), networksText(account).c_str());
+    std::printf("user \"%s\" may log in from: %s\n", options.name.c_str(),
+                networksText(account).c_str());
 }
 
 void setCertificates(const UserOptions& options) {
@@ -236,9 +242,10 @@ constexpr Command kCommands[] = {
     {"disable", "Refuse a user's log-ins and end its sessions", true, false, disable},
     {"enable", "Take a user's log-ins again", true, false, enable},
     {"expire", "Say when a user's account ends, and its sessions with it", true, false, expire},
-    {"networks", "Say where a user may log in from, from the next log-in on", true, false, setNetworks},
-    {"tls", "Bind a user to the certificates of its NMS and end its sessions with others", true, false,
-     setCertificates},
+    {"networks", "Say where a user may log in from, from the next log-in on", true, false,
+     setNetworks},
+    {"tls", "Bind a user to the certificates of its NMS and end its sessions with others", true,
+     false, setCertificates},
     {"unlock", "Take a user's lock-outs after wrong passwords back", true, false, unlock},
     {"remove", "Remove a user and end its sessions", true, false, removeUser},
 };
@@ -264,8 +271,9 @@ void runCommand(const Command& command, const UserOptions& options) {
 }
 
 void addCertificateOptions(CLI::App& app, UserOptions& options) {
-    app.add_option("--subject", options.subjects,
-                   "A certificate's subject, as openssl x509 -noout -subject -nameopt RFC2253 prints it")
+    app.add_option(
+           "--subject", options.subjects,
+           "A certificate's subject, as openssl x509 -noout -subject -nameopt RFC2253 prints it")
         ->allow_extra_args(false)
         ->type_name("NAME");
     app.add_flag("--any", options.isAnyCertificate, "Any certificate, and none: over TCP too");
@@ -288,13 +296,17 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto options = std::make_shared<UserOptions>(globalOptions);
     CLI::App* group = app.add_subcommand("user", "The accounts that NMS log in with");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
-    group->add_option("--database", options->database, "User database (as configured)")->type_name("FILE");
+    group->add_option("--database", options->database, "User database (as configured)")
+        ->type_name("FILE");
     for (const Command& command : kCommands) {
         CLI::App* sub = group->add_subcommand(command.name, command.description)->fallthrough();
         if (command.takesName)
-            sub->add_option("name", options->name, "The user's name")->required()->type_name("NAME");
+            sub->add_option("name", options->name, "The user's name")
+                ->required()
+                ->type_name("NAME");
         if (command.takesPassword) {
-            sub->add_option("--password-file", options->passwordFile, "File whose first line is the password")
+            sub->add_option("--password-file", options->passwordFile,
+                            "File whose first line is the password")
                 ->type_name("FILE");
             sub->add_flag("--force", options->force, "Take a password of fewer than 8 characters");
         }
@@ -305,8 +317,9 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
                 ->required()
                 ->type_name("TIME");
         if (command.run == setNetworks)
-            sub->add_option("networks", options->networks,
-                            "Addresses or address/prefix length, IPv4 or IPv6; any: from everywhere")
+            sub->add_option(
+                   "networks", options->networks,
+                   "Addresses or address/prefix length, IPv4 or IPv6; any: from everywhere")
                 ->required()
                 ->type_name("NETWORK");
         if (command.run == setCertificates)

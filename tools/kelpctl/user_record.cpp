@@ -43,14 +43,16 @@ void recorded(const AccountChange& change, const std::function<void()>& make) {
         try {
             append(change, failure.what());
         } catch (const std::exception& reason) {
-            std::fprintf(stderr, "kelpctl: the security log cannot tell of this: %s\n", reason.what());
+            std::fprintf(stderr, "kelpctl: the security log cannot tell of this: %s\n",
+                         reason.what());
         }
         throw;
     }
     try {
         append(change, "ok");
     } catch (const std::exception& reason) {
-        throw UnrecordedChange(std::string("done, but the security log cannot tell of it: ") + reason.what());
+        throw UnrecordedChange(std::string("done, but the security log cannot tell of it: ") +
+                               reason.what());
     }
 }
 

@@ -29,8 +29,9 @@ class ClientThreads {
     ClientThreads(const ClientThreads&) = delete;
     ClientThreads& operator=(const ClientThreads&) = delete;
 
-    /// The first `threads` threads repeat `call`, which gets the thread's number, for this long. The count is
-    /// over the time from the start to the end of the last call. What a call throws is thrown here.
+    /// The first `threads` threads repeat `call`, which gets the thread's number, for this long.
+    /// The count is over the time from the start to the end of the last call. What a call throws is
+    /// thrown here.
     Count run(std::size_t threads, std::chrono::milliseconds length,
               const std::function<void(std::size_t)>& call);
 

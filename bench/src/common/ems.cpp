@@ -1,10 +1,10 @@
 #include "common/ems.h"
 
-#include "harness/eventually.h"
-
 #include <kelp/orb/references.h>
 
 #include <stdexcept>
+
+#include "harness/eventually.h"
 
 namespace kelp::bench {
 
@@ -39,13 +39,15 @@ Ems::Ems(nms::NmsClient& client, const Product& product)
 emsSession::EmsSession_I_ptr Ems::logIn(const std::string& nmsAddress) const {
     const CORBA::Object_var object =
         orb::toReference(client_.orb(), "corbaloc:iiop:1.2@" + nmsAddress + "/nms");
-    const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var nms =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     emsSession::EmsSession_I_var session;
     factory_.reference->getEmsSession(Product::kUser, Product::kPassword, nms.in(), session.out());
     return session._retn();
 }
 
-std::vector<emsSession::EmsSession_I_var> Ems::logInAll(const NmsFarm& farm, std::size_t count) const {
+std::vector<emsSession::EmsSession_I_var> Ems::logInAll(const NmsFarm& farm,
+                                                        std::size_t count) const {
     std::vector<emsSession::EmsSession_I_var> sessions;
     for (std::size_t i = 0; i < count; ++i)
         sessions.emplace_back(logIn(farm.address(i)));
@@ -56,7 +58,8 @@ emsMgr::EMSMgr_I_ptr emsManagerOf(emsSession::EmsSession_I_ptr session) {
     return managerOf<emsMgr::EMSMgr_I>(session, "EMS");
 }
 
-managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(emsSession::EmsSession_I_ptr session) {
+managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(
+    emsSession::EmsSession_I_ptr session) {
     return managerOf<managedElementManager::ManagedElementMgr_I>(session, "ManagedElement");
 }
 

@@ -1,16 +1,15 @@
 #pragma once
 
-#include "common/nms_farm.h"
-#include "common/product.h"
-
 #include <kelp/nms/client.h>
+#include <mtnm/emsMgr.h>
+#include <mtnm/emsSession.h>
+#include <mtnm/managedElementManager.h>
 
 #include <string>
 #include <vector>
 
-#include <mtnm/emsMgr.h>
-#include <mtnm/emsSession.h>
-#include <mtnm/managedElementManager.h>
+#include "common/nms_farm.h"
+#include "common/product.h"
 
 namespace kelp::bench {
 
@@ -20,11 +19,12 @@ class Ems {
     /// Waits until it takes log-ins. Throws nms::NmsError.
     Ems(nms::NmsClient& client, const Product& product);
 
-    /// Logs in the NMS whose own object is said to be at this address; nothing has to be there as long as
-    /// the EMS does not ping. Throws CORBA::Exception.
+    /// Logs in the NMS whose own object is said to be at this address; nothing has to be there as
+    /// long as the EMS does not ping. Throws CORBA::Exception.
     emsSession::EmsSession_I_ptr logIn(const std::string& nmsAddress) const;
     /// Logs in the first NMS of a farm.
-    std::vector<emsSession::EmsSession_I_var> logInAll(const NmsFarm& farm, std::size_t count) const;
+    std::vector<emsSession::EmsSession_I_var> logInAll(const NmsFarm& farm,
+                                                       std::size_t count) const;
     CORBA::ORB_ptr orb() const { return client_.orb(); }
 
   private:
@@ -35,6 +35,7 @@ class Ems {
 /// The manager "EMS" of a session.
 emsMgr::EMSMgr_I_ptr emsManagerOf(emsSession::EmsSession_I_ptr session);
 /// Its manager "ManagedElement".
-managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(emsSession::EmsSession_I_ptr session);
+managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(
+    emsSession::EmsSession_I_ptr session);
 
 }  // namespace kelp::bench

@@ -16,7 +16,8 @@ test::Launch launchOf(Floor::With with, std::size_t objects, std::size_t session
     if (with == Floor::With::OrbPort)
         launch.arguments.push_back("--with-port");
     if (with == Floor::With::SessionPoas)
-        launch.arguments.insert(launch.arguments.end(), {"--session-poas", std::to_string(sessions)});
+        launch.arguments.insert(launch.arguments.end(),
+                                {"--session-poas", std::to_string(sessions)});
     launch.output = "/dev/stderr";
     launch.piped = true;
     return launch;

@@ -1,18 +1,18 @@
 #pragma once
 
-#include "harness/child_process.h"
-
 #include <sys/types.h>
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
+#include "harness/child_process.h"
+
 namespace kelp::bench {
 
-/// A running floor server: the ORB alone with servants of the product's interfaces, in a process of its own.
-/// SessionPoas: its managers are found as the product's are, each through the servant locator of a POA of its
-/// own, among as many POAs as there are sessions at the product.
+/// A running floor server: the ORB alone with servants of the product's interfaces, in a process of
+/// its own. SessionPoas: its managers are found as the product's are, each through the servant
+/// locator of a POA of its own, among as many POAs as there are sessions at the product.
 class Floor {
   public:
     enum class With { BareOrb, OrbPort, SessionPoas };

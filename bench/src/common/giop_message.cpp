@@ -83,8 +83,8 @@ std::string requestMessage(const std::string& objectKey, const std::string& oper
     return finished(message + arguments);
 }
 
-std::string logInArguments(const std::string& user, const std::string& password, const std::string& nmsHost,
-                           std::uint16_t nmsPort) {
+std::string logInArguments(const std::string& user, const std::string& password,
+                           const std::string& nmsHost, std::uint16_t nmsPort) {
     std::string profile(1, kLittleEndian);
     profile += std::string("\x01\x00", 2);  // IIOP 1.0
     appendString(profile, nmsHost);

@@ -1,16 +1,17 @@
 #include "common/nms_farm.h"
 
-#include "common/giop_message.h"
-
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 
 #include <iostream>
 #include <stdexcept>
 
+#include "common/giop_message.h"
+
 namespace kelp::bench {
 
-NmsFarm::NmsFarm(std::size_t size) : poll_(::epoll_create1(EPOLL_CLOEXEC)), stop_(::eventfd(0, EFD_CLOEXEC)) {
+NmsFarm::NmsFarm(std::size_t size)
+    : poll_(::epoll_create1(EPOLL_CLOEXEC)), stop_(::eventfd(0, EFD_CLOEXEC)) {
     watch(stop_.fd());
     for (std::size_t i = 0; i < size; ++i) {
         test::Socket listener = test::boundSocket();

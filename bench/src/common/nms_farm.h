@@ -1,7 +1,5 @@
 #pragma once
 
-#include "support/tcp_peers.h"
-
 #include <atomic>
 #include <cstddef>
 #include <string>
@@ -9,10 +7,13 @@
 #include <unordered_map>
 #include <vector>
 
+#include "support/tcp_peers.h"
+
 namespace kelp::bench {
 
-/// The callable side of many NMS: ports of the loopback interface, one an NMS, at which every call of the EMS
-/// (its pings) is answered at once. One thread serves them all, so that the farm costs the machine little.
+/// The callable side of many NMS: ports of the loopback interface, one an NMS, at which every call
+/// of the EMS (its pings) is answered at once. One thread serves them all, so that the farm costs
+/// the machine little.
 class NmsFarm {
   public:
     explicit NmsFarm(std::size_t size);

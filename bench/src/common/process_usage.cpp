@@ -47,7 +47,8 @@ void forgetResidentPeak(pid_t process) {
     const std::string resetPeak = "5";
     std::ofstream out("/proc/" + std::to_string(process) + "/clear_refs");
     if (!(out << resetPeak << std::flush))
-        throw std::runtime_error("the peak of the process " + std::to_string(process) + " cannot be reset");
+        throw std::runtime_error("the peak of the process " + std::to_string(process) +
+                                 " cannot be reset");
 }
 
 std::size_t connectionsTo(std::uint16_t port) {

@@ -40,20 +40,22 @@ constexpr std::chrono::seconds kStopPatience{90};
 }  // namespace
 
 Product::Product(const ProductSettings& settings) {
-    test::writeFile(
-        scratch_ / "kelp.toml",
-        fmt::format(kConfiguration, fmt::arg("orb", port_.hostAndPort()),
-                    fmt::arg("naming", namingPort_.port()), fmt::arg("strategy", settings.releaseStrategy),
-                    fmt::arg("ping_mode", settings.pingMode), fmt::arg("interval", settings.pingIntervalS),
-                    fmt::arg("inventory", settings.inventory.string()),
-                    fmt::arg("transport", settings.transport)) +
-            (settings.costlyHashes ? "" : kCheapestHashes));
+    test::writeFile(scratch_ / "kelp.toml",
+                    fmt::format(kConfiguration, fmt::arg("orb", port_.hostAndPort()),
+                                fmt::arg("naming", namingPort_.port()),
+                                fmt::arg("strategy", settings.releaseStrategy),
+                                fmt::arg("ping_mode", settings.pingMode),
+                                fmt::arg("interval", settings.pingIntervalS),
+                                fmt::arg("inventory", settings.inventory.string()),
+                                fmt::arg("transport", settings.transport)) +
+                        (settings.costlyHashes ? "" : kCheapestHashes));
     test::writeFile(scratch_ / "password", std::string(kPassword) + "\n");
     const std::string config = (scratch_ / "kelp.toml").string();
     const std::string password = (scratch_ / "password").string();
-    if (test::runToEnd(
-            launch(KELPCTL, {"--config", config, "user", "add", kUser, "--password-file", password})) != 0)
-        throw std::runtime_error("kelpctl did not add the user: " + test::contentOf(scratch_ / "log"));
+    if (test::runToEnd(launch(
+            KELPCTL, {"--config", config, "user", "add", kUser, "--password-file", password})) != 0)
+        throw std::runtime_error("kelpctl did not add the user: " +
+                                 test::contentOf(scratch_ / "log"));
     process_.emplace(launch(KELPD, {"--config", config}));
 }
 
@@ -67,7 +69,8 @@ std::string Product::factoryReference() const {
     return "corbaloc:iiop:1.2@" + port_.hostAndPort() + "/%ffV4800%00EMSSessionFactory";
 }
 
-test::Launch Product::launch(const std::filesystem::path& program, std::vector<std::string> arguments) const {
+test::Launch Product::launch(const std::filesystem::path& program,
+                             std::vector<std::string> arguments) const {
     return {program,
             std::move(arguments),
             {{"XDG_STATE_HOME", (scratch_ / "state").string()}},

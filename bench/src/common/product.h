@@ -1,15 +1,15 @@
 #pragma once
 
-#include "harness/child_process.h"
-#include "harness/port_lease.h"
-#include "harness/scratch_dir.h"
-
 #include <sys/types.h>
 
 #include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
+
+#include "harness/child_process.h"
+#include "harness/port_lease.h"
+#include "harness/scratch_dir.h"
 
 namespace kelp::bench {
 
@@ -23,8 +23,8 @@ struct ProductSettings {
     std::string transport = "gate";     ///< `[orb] transport`: "gate" or "orb"
 };
 
-/// A running kelpd with the agent and the managers as shipped, its own state directory and naming service,
-/// and one user.
+/// A running kelpd with the agent and the managers as shipped, its own state directory and naming
+/// service, and one user.
 class Product {
   public:
     static constexpr const char* kUser = "operator";
@@ -43,7 +43,8 @@ class Product {
     std::string factoryReference() const;
 
   private:
-    test::Launch launch(const std::filesystem::path& program, std::vector<std::string> arguments) const;
+    test::Launch launch(const std::filesystem::path& program,
+                        std::vector<std::string> arguments) const;
 
     test::ScratchDir scratch_;
     test::PortLease port_;

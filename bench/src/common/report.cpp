@@ -1,13 +1,13 @@
 #include "common/report.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <ostream>
 
 namespace kelp::bench {
@@ -35,7 +35,8 @@ std::string verdict(const Figure& figure) {
 std::vector<std::string> rowOf(const Figure& figure) {
     std::string references;
     for (const Reference& reference : figure.references)
-        references += (references.empty() ? "" : ", ") + reference.name + " " + number(reference.value);
+        references +=
+            (references.empty() ? "" : ", ") + reference.name + " " + number(reference.value);
     std::string ratio;
     if (figure.ratio)
         ratio = fmt::format("{:.3f} ({:.3f}-{:.3f})", figure.ratio->median, figure.ratio->low,
@@ -49,7 +50,8 @@ std::vector<std::string> rowOf(const Figure& figure) {
 }
 
 nlohmann::ordered_json jsonOf(const Figure& figure) {
-    nlohmann::ordered_json json = {{"name", figure.name}, {"unit", figure.unit}, {"value", figure.value}};
+    nlohmann::ordered_json json = {
+        {"name", figure.name}, {"unit", figure.unit}, {"value", figure.value}};
     for (const Reference& reference : figure.references)
         json["references"][reference.name] = reference.value;
     if (figure.ratio)
@@ -57,9 +59,10 @@ nlohmann::ordered_json jsonOf(const Figure& figure) {
                          {"low_quartile", figure.ratio->low},
                          {"high_quartile", figure.ratio->high}};
     if (figure.aim) {
-        json["aim"] = {{"of", figure.aim->of == Aim::Of::Ratio ? "ratio" : "value"},
-                       {figure.aim->bound == Aim::Bound::AtLeast ? "at_least" : "at_most", figure.aim->limit},
-                       {"met", *figure.met()}};
+        json["aim"] = {
+            {"of", figure.aim->of == Aim::Of::Ratio ? "ratio" : "value"},
+            {figure.aim->bound == Aim::Bound::AtLeast ? "at_least" : "at_most", figure.aim->limit},
+            {"met", *figure.met()}};
     }
     if (!figure.note.empty())
         json["note"] = figure.note;
@@ -110,8 +113,8 @@ void printTable(const Report& report, std::ostream& out) {
         if (!figure.note.empty())
             out << figure.name << ": " << figure.note << '\n';
     }
-    out << fmt::format("{}, load {:.1f} before and {:.1f} after\n", report.machine, report.loadBefore,
-                       report.loadAfter);
+    out << fmt::format("{}, load {:.1f} before and {:.1f} after\n", report.machine,
+                       report.loadBefore, report.loadAfter);
 }
 
 void printJson(const Report& report, std::ostream& out) {

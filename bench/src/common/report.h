@@ -1,11 +1,11 @@
 #pragma once
 
-#include "common/statistics.h"
-
 #include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "common/statistics.h"
 
 namespace kelp::bench {
 
@@ -30,7 +30,7 @@ struct Figure {
     std::string unit;
     double value = 0;
     std::vector<Reference> references;  ///< the first is the floor, which the ratio is taken of
-    std::optional<Spread> ratio;        ///< of the pairs measured next to each other, not of the medians
+    std::optional<Spread> ratio;  ///< of the pairs measured next to each other, not of the medians
     std::optional<Aim> aim;
     std::string note;
 

@@ -1,9 +1,9 @@
-#include "iterators/measurements.h"
-
 #include <fmt/format.h>
 
 #include <iostream>
 #include <stdexcept>
+
+#include "iterators/measurements.h"
 
 namespace kelp::bench {
 
@@ -35,7 +35,8 @@ void advance(OpenList& list, CORBA::ULong length, CORBA::ULong left) {
 }
 
 /// Two iterators of one list, one at its start and one a tenth before its end, fetch in turns.
-void fetchInTurns(const ListServer& server, const ListName& name, CORBA::ULong batch, Times& times) {
+void fetchInTurns(const ListServer& server, const ListName& name, CORBA::ULong batch,
+                  Times& times) {
     const std::unique_ptr<OpenList> start = open(server, name, batch);
     const std::unique_ptr<OpenList> end = open(server, name, batch);
     const CORBA::ULong length = end->first() + end->rest();

@@ -6,7 +6,8 @@ namespace {
 
 constexpr CORBA::ULong kBatch = 1000;
 
-/// All of a list in one sequence, of which `first` are the first entries and `rest` gives the others.
+/// All of a list in one sequence, of which `first` are the first entries and `rest` gives the
+/// others.
 template <class Sequence, class Iterator>
 KeptList<Sequence> wholeList(const Sequence& first, Iterator* rest) {
     const bool isMore = !CORBA::is_nil(rest);
@@ -50,7 +51,8 @@ std::string keyOf(const globaldefs::NamingAttributes_T& element) {
 
 }  // namespace
 
-FloorLists::FloorLists(managedElementManager::ManagedElementMgr_I_ptr product, std::size_t elementsWithPorts)
+FloorLists::FloorLists(managedElementManager::ManagedElementMgr_I_ptr product,
+                       std::size_t elementsWithPorts)
     : elements_(elementsAt(product)) {
     managedElement::ManagedElementList_T_var some = elements_.part(
         0, static_cast<CORBA::ULong>(std::min<std::size_t>(elementsWithPorts, elements_.length())),

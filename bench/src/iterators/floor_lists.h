@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/orb/corba.h>
+#include <mtnm/managedElementManager.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -10,12 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include <mtnm/managedElementManager.h>
-
 namespace kelp::bench {
 
-/// How the floor gives a part of a list that it has in memory: lent to the ORB, which encodes it where it
-/// lies, or as a copy, as the C++ mapping has a servant do it.
+/// How the floor gives a part of a list that it has in memory: lent to the ORB, which encodes it
+/// where it lies, or as a copy, as the C++ mapping has a servant do it.
 enum class Giving { Lent, Copied };
 
 /// A list in memory, as it came over the wire. Lent parts must not outlive it.
@@ -44,7 +43,8 @@ class FloorLists {
     using Ports = KeptList<terminationPoint::TerminationPointList_T>;
 
     /// Uploads them from the product. Throws CORBA::Exception.
-    FloorLists(managedElementManager::ManagedElementMgr_I_ptr product, std::size_t elementsWithPorts);
+    FloorLists(managedElementManager::ManagedElementMgr_I_ptr product,
+               std::size_t elementsWithPorts);
 
     Elements& elements() { return elements_; }
     /// The ports of an element; throws CORBA::NO_RESOURCES when they are not here.

@@ -1,14 +1,12 @@
-// The floor that uploads are measured against: the ORB alone, with the options that the product gives it, and
-// servants of the standard's interfaces that give lists out of memory. It uploads the lists from the product
-// itself.
+// The floor that uploads are measured against: the ORB alone, with the options that the product
+// gives it, and servants of the standard's interfaces that give lists out of memory. It uploads the
+// lists from the product itself.
 //
-//   iterator_bench_floor <reference of the product's manager "ManagedElement"> <elements with ports>
+//   iterator_bench_floor <reference of the product's manager "ManagedElement"> <elements with
+//   ports>
 //
-// Prints "lent <reference>" and "copied <reference>", its managers that give in these ways, and serves until
-// its standard input ends.
-
-#include "common/bare_orb.h"
-#include "iterators/floor_lists.h"
+// Prints "lent <reference>" and "copied <reference>", its managers that give in these ways, and
+// serves until its standard input ends.
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
@@ -16,6 +14,9 @@
 #include <cstdio>
 #include <iostream>
 #include <string>
+
+#include "common/bare_orb.h"
+#include "iterators/floor_lists.h"
 
 namespace {
 
@@ -36,8 +37,13 @@ class RefusingManager : public virtual POA_managedElementManager::ManagedElement
 template <class Skeleton, class Sequence, class SequenceOut>
 class FloorIterator final : public Skeleton {
   public:
-    FloorIterator(PortableServer::POA_ptr poa, KeptList<Sequence>& list, CORBA::ULong from, Giving giving)
-        : poa_(PortableServer::POA::_duplicate(poa)), list_(list), from_(from), at_(from), giving_(giving) {}
+    FloorIterator(PortableServer::POA_ptr poa, KeptList<Sequence>& list, CORBA::ULong from,
+                  Giving giving)
+        : poa_(PortableServer::POA::_duplicate(poa)),
+          list_(list),
+          from_(from),
+          at_(from),
+          giving_(giving) {}
 
     CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut some) override {
         Sequence* const part = list_.part(at_, howMany, giving_);
@@ -63,11 +69,11 @@ class FloorIterator final : public Skeleton {
 };
 
 using ElementIterator =
-    FloorIterator<POA_managedElement::ManagedElementIterator_I, managedElement::ManagedElementList_T,
-                  managedElement::ManagedElementList_T_out>;
-using PortIterator =
-    FloorIterator<POA_terminationPoint::TerminationPointIterator_I, terminationPoint::TerminationPointList_T,
-                  terminationPoint::TerminationPointList_T_out>;
+    FloorIterator<POA_managedElement::ManagedElementIterator_I,
+                  managedElement::ManagedElementList_T, managedElement::ManagedElementList_T_out>;
+using PortIterator = FloorIterator<POA_terminationPoint::TerminationPointIterator_I,
+                                   terminationPoint::TerminationPointList_T,
+                                   terminationPoint::TerminationPointList_T_out>;
 
 class FloorManager final : public RefusingManager {
   public:
@@ -111,7 +117,8 @@ class FloorManager final : public RefusingManager {
     const Giving giving_;
 };
 
-void printManager(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, FloorLists& lists, Giving giving) {
+void printManager(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, FloorLists& lists,
+                  Giving giving) {
     auto* const manager = new FloorManager(poa, lists, giving);
     const PortableServer::ServantBase_var owned = manager;
     const PortableServer::ObjectId_var id = poa->activate_object(manager);
@@ -127,7 +134,8 @@ void serve(const std::string& product, std::size_t elementsWithPorts) {
     const CORBA::Object_var rootObject = orb->resolve_initial_references("RootPOA");
     const PortableServer::POA_var root = PortableServer::POA::_narrow(rootObject.in());
     const PortableServer::POAManager_var manager = root->the_POAManager();
-    const PortableServer::POA_var poa = root->create_POA("floor", manager.in(), CORBA::PolicyList());
+    const PortableServer::POA_var poa =
+        root->create_POA("floor", manager.in(), CORBA::PolicyList());
     const CORBA::Object_var object = kelp::orb::toReference(orb.in(), product);
     const managedElementManager::ManagedElementMgr_I_var productManager =
         managedElementManager::ManagedElementMgr_I::_unchecked_narrow(object.in());

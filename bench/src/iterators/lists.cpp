@@ -38,19 +38,21 @@ std::unique_ptr<OpenList> openElements(const ListServer& server, CORBA::ULong ho
         some.in(), rest._retn());
 }
 
-std::unique_ptr<OpenList> openPorts(const ListServer& server, const ListName& name, CORBA::ULong howMany) {
+std::unique_ptr<OpenList> openPorts(const ListServer& server, const ListName& name,
+                                    CORBA::ULong howMany) {
     const transmissionParameters::LayerRateList_T anyRate;
     terminationPoint::TerminationPointList_T_var some;
     terminationPoint::TerminationPointIterator_I_var rest;
     server.manager->getAllPTPs(name.element, anyRate, anyRate, howMany, some.out(), rest.out());
-    return std::make_unique<
-        TypedList<terminationPoint::TerminationPointList_T, terminationPoint::TerminationPointIterator_I>>(
-        some.in(), rest._retn());
+    return std::make_unique<TypedList<terminationPoint::TerminationPointList_T,
+                                      terminationPoint::TerminationPointIterator_I>>(some.in(),
+                                                                                     rest._retn());
 }
 
 }  // namespace
 
-std::unique_ptr<OpenList> open(const ListServer& server, const ListName& name, CORBA::ULong howMany) {
+std::unique_ptr<OpenList> open(const ListServer& server, const ListName& name,
+                               CORBA::ULong howMany) {
     return name.isOfElements() ? openElements(server, howMany) : openPorts(server, name, howMany);
 }
 

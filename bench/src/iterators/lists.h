@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/orb/corba.h>
+#include <mtnm/managedElementManager.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -9,8 +10,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <mtnm/managedElementManager.h>
 
 namespace kelp::bench {
 
@@ -51,7 +50,8 @@ class OpenList {
 };
 
 /// Asks for a list, with its first entries. Throws CORBA::Exception.
-std::unique_ptr<OpenList> open(const ListServer& server, const ListName& name, CORBA::ULong howMany);
+std::unique_ptr<OpenList> open(const ListServer& server, const ListName& name,
+                               CORBA::ULong howMany);
 
 /// Names of all elements, in the order of their list. Throws CORBA::Exception.
 std::vector<ListName> portListsOf(const ListServer& server);
@@ -61,7 +61,9 @@ class Asks {
   public:
     explicit Asks(CORBA::ULong always) : always_(always) {}
     explicit Asks(std::vector<CORBA::ULong> inTurn) : inTurn_(std::move(inTurn)) {}
-    CORBA::ULong at(std::size_t batch) const { return inTurn_.empty() ? always_ : inTurn_.at(batch); }
+    CORBA::ULong at(std::size_t batch) const {
+        return inTurn_.empty() ? always_ : inTurn_.at(batch);
+    }
 
   private:
     CORBA::ULong always_ = 0;
@@ -77,7 +79,8 @@ struct Walk {
     }
 };
 
-/// Uploads a list from its beginning, until it ends or so many entries have come. Throws CORBA::Exception.
+/// Uploads a list from its beginning, until it ends or so many entries have come. Throws
+/// CORBA::Exception.
 Walk walk(const ListServer& server, const ListName& name, const Asks& asks,
           std::size_t most = std::numeric_limits<std::size_t>::max());
 

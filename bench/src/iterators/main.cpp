@@ -1,22 +1,21 @@
 // Uploads through iterators beside the same lists out of memory.
 
-#include "iterators/measurements.h"
-#include "iterators/networks.h"
-#include "iterators/options.h"
-#include "iterators/same_octets.h"
-#include "common/process_usage.h"
-#include "common/report.h"
-
+#include <fmt/format.h>
 #include <kelp/inventory/failure.h>
 #include <kelp/nms/client.h>
 #include <kelp/orb/exception_text.h>
-
-#include <fmt/format.h>
 #include <mtnm/globaldefs.h>
 
 #include <algorithm>
 #include <exception>
 #include <iostream>
+
+#include "common/process_usage.h"
+#include "common/report.h"
+#include "iterators/measurements.h"
+#include "iterators/networks.h"
+#include "iterators/options.h"
+#include "iterators/same_octets.h"
 
 namespace {
 
@@ -31,14 +30,15 @@ Figure octetsOf(const Stand& stand, const std::string& what, const ListName& lis
     Figure figure;
     figure.name = what + " on the wire";
     figure.unit = "octets each";
-    figure.value =
-        static_cast<double>(sum.octets) / static_cast<double>(std::max<std::size_t>(sum.entries, 1));
-    figure.note =
-        fmt::format("{} of them compared, octet by octet the same at product and floor", sum.entries);
+    figure.value = static_cast<double>(sum.octets) /
+                   static_cast<double>(std::max<std::size_t>(sum.entries, 1));
+    figure.note = fmt::format("{} of them compared, octet by octet the same at product and floor",
+                              sum.entries);
     return figure;
 }
 
-void measureLists(const Stand& stand, const Uploads& uploads, const UploadOptions& options, Report& report) {
+void measureLists(const Stand& stand, const Uploads& uploads, const UploadOptions& options,
+                  Report& report) {
     report.add(octetsOf(stand, uploads.what, uploads.lists.front()));
     for (const CORBA::ULong batch : options.batches)
         report.add(measureRate(stand, uploads, batch, options));
@@ -50,7 +50,8 @@ void measureWide(kelp::nms::NmsClient& client, Networks& networks, const UploadO
                  Report& report) {
     const Stand stand(client, networks.of(options.elementCount, options.portCount),
                       options.shortLists ? options.shortListsKept : 0);
-    std::cerr << fmt::format("many elements: product {}, floor {}\n", stand.product.pid, stand.floor.pid);
+    std::cerr << fmt::format("many elements: product {}, floor {}\n", stand.product.pid,
+                             stand.floor.pid);
     if (options.elements)
         measureLists(stand, {"elements", {ListName()}}, options, report);
     if (options.shortLists) {
@@ -64,7 +65,8 @@ void measureWide(kelp::nms::NmsClient& client, Networks& networks, const UploadO
 void measureDeep(kelp::nms::NmsClient& client, Networks& networks, const UploadOptions& options,
                  Report& report) {
     const Stand stand(client, networks.of(options.longLists, options.portCount), options.longLists);
-    std::cerr << fmt::format("long lists: product {}, floor {}\n", stand.product.pid, stand.floor.pid);
+    std::cerr << fmt::format("long lists: product {}, floor {}\n", stand.product.pid,
+                             stand.floor.pid);
     measureLists(stand, {"ports", stand.portLists()}, options, report);
     report.add(measureWholeUpload(stand, "all ports, long lists", kUsualBatch));
     report.add(memoryGrowth(stand, "memory growth of the host, long lists"));
@@ -99,8 +101,9 @@ int main(int argc, char** argv) {
             printJson(report, std::cout);
         else
             printTable(report, std::cout);
-        const bool isAnyMissed = std::any_of(report.figures.begin(), report.figures.end(),
-                                             [](const Figure& each) { return each.met() == false; });
+        const bool isAnyMissed =
+            std::any_of(report.figures.begin(), report.figures.end(),
+                        [](const Figure& each) { return each.met() == false; });
         return isAnyMissed ? kAimMissed : 0;
     } catch (const globaldefs::ProcessingFailureException& failure) {
         std::cerr << "iterator_bench: the product refuses: " << failure.errorReason.in() << '\n';

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "iterators/options.h"
-#include "iterators/stand.h"
-#include "common/report.h"
-
 #include <string>
 #include <vector>
+
+#include "common/report.h"
+#include "iterators/options.h"
+#include "iterators/stand.h"
 
 namespace kelp::bench {
 
@@ -15,8 +15,8 @@ struct Uploads {
     std::vector<ListName> lists;
 };
 
-/// Objects a second by batches of a size, beside the floor; throws std::runtime_error when the two do not
-/// give as many.
+/// Objects a second by batches of a size, beside the floor; throws std::runtime_error when the two
+/// do not give as many.
 std::vector<Figure> measureRate(const Stand& stand, const Uploads& uploads, CORBA::ULong batch,
                                 const UploadOptions& options);
 /// Lists a second that come whole with the first answer.

@@ -1,16 +1,15 @@
 #include "networks.h"
 
-#include <kelp/inventory/generate.h>
-
 #include <fmt/format.h>
+#include <kelp/inventory/generate.h>
 
 #include <iostream>
 
 namespace kelp::bench {
 
 std::filesystem::path Networks::of(std::size_t elements, std::size_t ports) {
-    const std::filesystem::path file =
-        (kept_.empty() ? scratch_.path() : kept_) / fmt::format("network-{}-{}.db", elements, ports);
+    const std::filesystem::path file = (kept_.empty() ? scratch_.path() : kept_) /
+                                       fmt::format("network-{}-{}.db", elements, ports);
     if (std::filesystem::exists(file))
         return std::filesystem::absolute(file);
     std::cerr << fmt::format("making a network of {} elements and {} ports\n", elements, ports);

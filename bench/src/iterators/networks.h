@@ -1,9 +1,9 @@
 #pragma once
 
-#include "harness/scratch_dir.h"
-
 #include <cstddef>
 #include <filesystem>
+
+#include "harness/scratch_dir.h"
 
 namespace kelp::bench {
 

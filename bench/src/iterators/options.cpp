@@ -41,8 +41,9 @@ std::optional<UploadOptions> parseUploadOptions(int argc, char** argv, int& exit
     UploadOptions options;
     std::vector<std::string> only;
     bool quick = false;
-    CLI::App app{"Measures what an upload through iterators costs, beside the same lists out of memory.",
-                 "iterator_bench"};
+    CLI::App app{
+        "Measures what an upload through iterators costs, beside the same lists out of memory.",
+        "iterator_bench"};
     app.footer(kFooter);
     const CLI::Range positive(1, 100000000);
     app.add_flag("--json", options.json, "The result as JSON");
@@ -55,7 +56,8 @@ std::optional<UploadOptions> parseUploadOptions(int argc, char** argv, int& exit
     app.add_option("--ports", options.portCount, "Ports of all elements together")
         ->check(positive)
         ->capture_default_str();
-    app.add_option("--long-lists", options.longLists, "Elements that have all the ports, for long lists")
+    app.add_option("--long-lists", options.longLists,
+                   "Elements that have all the ports, for long lists")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
     app.add_option("--batch", options.batches, "Entries asked for at a time")
@@ -64,7 +66,8 @@ std::optional<UploadOptions> parseUploadOptions(int argc, char** argv, int& exit
     app.add_option("--rounds", options.rounds, "Rounds, one list at each server")
         ->check(CLI::Range(2, 1000))
         ->capture_default_str();
-    app.add_option("--networks", options.networks, "A folder to keep the networks in and take them from");
+    app.add_option("--networks", options.networks,
+                   "A folder to keep the networks in and take them from");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& end) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "iterators/lists.h"
-
 #include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <vector>
+
+#include "iterators/lists.h"
 
 namespace kelp::bench {
 

@@ -1,11 +1,11 @@
-#include "iterators/measurements.h"
-#include "common/process_usage.h"
-
 #include <fmt/format.h>
 
 #include <functional>
 #include <iostream>
 #include <stdexcept>
+
+#include "common/process_usage.h"
+#include "iterators/measurements.h"
 
 namespace kelp::bench {
 
@@ -31,15 +31,17 @@ Walk measureSlice(const ListServer& server, const Slice& slice, Series& series) 
     return walked;
 }
 
-std::vector<double> quotients(const std::vector<double>& values, const std::vector<double>& floors) {
+std::vector<double> quotients(const std::vector<double>& values,
+                              const std::vector<double>& floors) {
     std::vector<double> all;
     for (std::size_t i = 0; i < values.size(); ++i)
         all.push_back(values[i] / floors[i]);
     return all;
 }
 
-Figure figureOf(const std::string& name, const std::string& unit, const std::vector<ListServer>& servers,
-                const std::vector<Series>& series, std::vector<double> Series::*values) {
+Figure figureOf(const std::string& name, const std::string& unit,
+                const std::vector<ListServer>& servers, const std::vector<Series>& series,
+                std::vector<double> Series::*values) {
     Figure figure;
     figure.name = name;
     figure.unit = unit;
@@ -51,10 +53,12 @@ Figure figureOf(const std::string& name, const std::string& unit, const std::vec
 }
 
 std::vector<Figure> figuresOf(const std::string& name, const std::string& unit,
-                              const std::vector<ListServer>& servers, const std::vector<Series>& series) {
-    return {figureOf(name, unit + "s/s", servers, series, &Series::perSecond),
-            figureOf("  server's processor time a" + std::string(unit == "object" ? "n " : " ") + unit, "us",
-                     servers, series, &Series::processorMicroseconds)};
+                              const std::vector<ListServer>& servers,
+                              const std::vector<Series>& series) {
+    return {
+        figureOf(name, unit + "s/s", servers, series, &Series::perSecond),
+        figureOf("  server's processor time a" + std::string(unit == "object" ? "n " : " ") + unit,
+                 "us", servers, series, &Series::processorMicroseconds)};
 }
 
 /// The product first, then its floors.
@@ -65,19 +69,20 @@ std::vector<ListServer> serversOf(const Stand& stand, bool alsoCopying) {
     return servers;
 }
 
-/// Uploads of one list after the other, each twice in a row: once with the product first and once with it
-/// last.
+/// Uploads of one list after the other, each twice in a row: once with the product first and once
+/// with it last.
 class ListRounds {
   public:
     ListRounds(const Uploads& uploads, CORBA::ULong batch, std::size_t most)
         : uploads_(uploads), batch_(batch), most_(most) {}
 
-    void run(const std::vector<ListServer>& servers, std::size_t round, std::vector<Series>& series) {
+    void run(const std::vector<ListServer>& servers, std::size_t round,
+             std::vector<Series>& series) {
         constexpr std::size_t roundsAList = 2;
         const ListName& list = uploads_.lists[round / roundsAList % uploads_.lists.size()];
         const auto slice = [&](const ListServer& server) {
-            // the floor is asked for just as many as the product gave, which may be fewer than it was asked
-            // for
+            // the floor is asked for just as many as the product gave, which may be fewer than it
+            // was asked for
             const bool isProduct = server.name == servers.front().name;
             return walk(server, list, isProduct ? Asks(batch_) : Asks(batches_), most_);
         };
@@ -88,11 +93,14 @@ class ListRounds {
             if (place == 0)
                 batches_ = walked.batches;
             else if (walked.batches != batches_)
-                throw std::runtime_error("the floor does not give the batches that the product gives");
+                throw std::runtime_error(
+                    "the floor does not give the batches that the product gives");
         }
     }
     /// Entries of the largest batch of the last list.
-    CORBA::ULong largestBatch() const { return *std::max_element(batches_.begin(), batches_.end()); }
+    CORBA::ULong largestBatch() const {
+        return *std::max_element(batches_.begin(), batches_.end());
+    }
 
   private:
     const Uploads& uploads_;
@@ -119,8 +127,8 @@ std::vector<Figure> measureRate(const Stand& stand, const Uploads& uploads, CORB
     if (batch == 1)
         figures.front().note = fmt::format("the first {} entries of the list", options.shareOfOnes);
     else if (lists.largestBatch() < batch)
-        figures.front().note =
-            fmt::format("a batch has {} at most, as more would be above 1 MiB", lists.largestBatch());
+        figures.front().note = fmt::format("a batch has {} at most, as more would be above 1 MiB",
+                                           lists.largestBatch());
     return figures;
 }
 
@@ -144,7 +152,8 @@ std::vector<Figure> measureShortLists(const Stand& stand, const std::vector<List
                 ++all.objects;
             }
             if (objectsOfProduct != 0 && got != objectsOfProduct)
-                throw std::runtime_error("the floor does not give the ports that the product gives");
+                throw std::runtime_error(
+                    "the floor does not give the ports that the product gives");
             objectsOfProduct = got;
             return all;
         };
@@ -154,10 +163,11 @@ std::vector<Figure> measureShortLists(const Stand& stand, const std::vector<List
         }
         objects += objectsOfProduct;
     }
-    std::vector<Figure> figures = figuresOf("an element's ports, short lists", "list", servers, series);
+    std::vector<Figure> figures =
+        figuresOf("an element's ports, short lists", "list", servers, series);
     figures.front().note = fmt::format(
-        "{:.1f} ports a list",
-        static_cast<double>(objects) / static_cast<double>(options.rounds * options.shortListsARound));
+        "{:.1f} ports a list", static_cast<double>(objects) /
+                                   static_cast<double>(options.rounds * options.shortListsARound));
     return figures;
 }
 

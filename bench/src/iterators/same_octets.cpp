@@ -1,15 +1,14 @@
 #include "same_octets.h"
 
-#include "common/giop_message.h"
-#include "iterators/cdr_shape.h"
-
-#include <kelp/orb/references.h>
-
 #include <fmt/format.h>
+#include <kelp/orb/references.h>
 
 #include <algorithm>
 #include <stdexcept>
 #include <string_view>
+
+#include "common/giop_message.h"
+#include "iterators/cdr_shape.h"
 
 namespace kelp::bench {
 
@@ -74,8 +73,8 @@ void requireSame(const std::string& product, const std::string& floor) {
         return;
     const auto differ = std::mismatch(product.begin(), product.end(), floor.begin(), floor.end());
     throw std::runtime_error(
-        fmt::format("the floor's reply of {} octets differs from the product's of {} at {}", floor.size(),
-                    product.size(), differ.first - product.begin()));
+        fmt::format("the floor's reply of {} octets differs from the product's of {} at {}",
+                    floor.size(), product.size(), differ.first - product.begin()));
 }
 
 }  // namespace

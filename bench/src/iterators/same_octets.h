@@ -1,8 +1,8 @@
 #pragma once
 
-#include "iterators/stand.h"
-
 #include <cstddef>
+
+#include "iterators/stand.h"
 
 namespace kelp::bench {
 
@@ -12,8 +12,8 @@ struct ListOctets {
     std::size_t octets = 0;
 };
 
-/// Uploads a list from both servers over connections without an ORB's client, and compares the replies octet
-/// by octet. Throws std::runtime_error when they differ.
+/// Uploads a list from both servers over connections without an ORB's client, and compares the
+/// replies octet by octet. Throws std::runtime_error when they differ.
 ListOctets requireSameOctets(CORBA::ORB_ptr orb, const ListServer& product, const ListServer& floor,
                              const ListName& name);
 

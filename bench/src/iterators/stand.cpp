@@ -1,12 +1,12 @@
 #include "stand.h"
 
-#include "common/process_usage.h"
-
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
 
 #include <iostream>
 #include <stdexcept>
+
+#include "common/process_usage.h"
 
 namespace kelp::bench {
 
@@ -18,7 +18,8 @@ ProductSettings settingsFor(const std::filesystem::path& network) {
     return settings;
 }
 
-ListServer serverOf(CORBA::ORB_ptr orb, const std::string& name, pid_t pid, const std::string& reference) {
+ListServer serverOf(CORBA::ORB_ptr orb, const std::string& name, pid_t pid,
+                    const std::string& reference) {
     const CORBA::Object_var object = orb::toReference(orb, reference);
     return {name, pid, managedElementManager::ManagedElementMgr_I::_unchecked_narrow(object.in())};
 }
@@ -33,7 +34,8 @@ std::string heard(Talker& floor, const std::string& word) {
 
 }  // namespace
 
-Stand::Stand(nms::NmsClient& client, const std::filesystem::path& network, std::size_t elementsWithPorts)
+Stand::Stand(nms::NmsClient& client, const std::filesystem::path& network,
+             std::size_t elementsWithPorts)
     : orb_(client.orb()), nms_(1), process_(settingsFor(network)) {
     const Ems ems(client, process_);
     session_ = ems.logIn(nms_.address(0));
@@ -61,7 +63,8 @@ double Stand::residentPeak() const {
 void Stand::startFloor(std::size_t elementsWithPorts) {
     const CORBA::String_var reference = orb_->object_to_string(product.manager.in());
     Talker& talker = floorProcess_.emplace(
-        ITERATOR_FLOOR, std::vector<std::string>{reference.in(), std::to_string(elementsWithPorts)});
+        ITERATOR_FLOOR,
+        std::vector<std::string>{reference.in(), std::to_string(elementsWithPorts)});
     const pid_t pid = talker.process().pid();
     floor = serverOf(orb_, "bare servant", pid, heard(talker, "lent"));
     copying = serverOf(orb_, "copying", pid, heard(talker, "copied"));

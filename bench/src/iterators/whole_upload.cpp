@@ -1,9 +1,9 @@
-#include "iterators/measurements.h"
-#include "common/process_usage.h"
-
 #include <fmt/format.h>
 
 #include <iostream>
+
+#include "common/process_usage.h"
+#include "iterators/measurements.h"
 
 namespace kelp::bench {
 
@@ -19,8 +19,9 @@ Figure measureWholeUpload(const Stand& stand, const std::string& name, CORBA::UL
     figure.name = name;
     figure.unit = "objects/s";
     figure.value = all.perSecond();
-    figure.note = fmt::format("{} ports of {} elements in {:.1f} s", all.objects, stand.portLists().size(),
-                              std::chrono::duration<double>(all.took).count());
+    figure.note =
+        fmt::format("{} ports of {} elements in {:.1f} s", all.objects, stand.portLists().size(),
+                    std::chrono::duration<double>(all.took).count());
     return figure;
 }
 

@@ -9,7 +9,8 @@ namespace kelp::bench {
 
 namespace {
 
-void append(CosNotification::FilterableEventBody& fields, const char* name, const CORBA::Any& value) {
+void append(CosNotification::FilterableEventBody& fields, const char* name,
+            const CORBA::Any& value) {
     const CORBA::ULong at = fields.length();
     fields.length(at + 1);
     fields[at].name = CORBA::string_dup(name);
@@ -26,8 +27,9 @@ void add(CosNotification::FilterableEventBody& fields, const char* name, const V
 globaldefs::NamingAttributes_T objectName() {
     globaldefs::NamingAttributes_T name;
     name.length(3);
-    const char* const parts[3][2] = {
-        {"EMS", "Company/Ems1"}, {"ManagedElement", "4711"}, {"PTP", "/rack=1/shelf=1/slot=7/port=2"}};
+    const char* const parts[3][2] = {{"EMS", "Company/Ems1"},
+                                     {"ManagedElement", "4711"},
+                                     {"PTP", "/rack=1/shelf=1/slot=7/port=2"}};
     for (CORBA::ULong i = 0; i < name.length(); ++i) {
         name[i].name = CORBA::string_dup(parts[i][0]);
         name[i].value = CORBA::string_dup(parts[i][1]);
@@ -70,15 +72,16 @@ BenchAlarm::BenchAlarm() {
 
 const CosNotification::StructuredEvent& BenchAlarm::numbered(std::uint64_t number) {
     event_.header.variable_header[0].value <<= CORBA::ULongLong(number);
-    event_.header.variable_header[1].value <<=
-        static_cast<CORBA::ULongLong>(Clock::now().time_since_epoch() / std::chrono::nanoseconds(1));
+    event_.header.variable_header[1].value <<= static_cast<CORBA::ULongLong>(
+        Clock::now().time_since_epoch() / std::chrono::nanoseconds(1));
     return event_;
 }
 
 Stamp stampOf(const CosNotification::StructuredEvent& event) {
     CORBA::ULongLong number = 0;
     CORBA::ULongLong sent = 0;
-    if (event.header.variable_header.length() != 2 || !(event.header.variable_header[0].value >>= number) ||
+    if (event.header.variable_header.length() != 2 ||
+        !(event.header.variable_header[0].value >>= number) ||
         !(event.header.variable_header[1].value >>= sent))
         throw std::runtime_error("not an alarm of this benchmark");
     return {number, Clock::time_point(std::chrono::nanoseconds(sent))};

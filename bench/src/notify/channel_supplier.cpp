@@ -1,5 +1,3 @@
-#include "supplier.h"
-
 #include <kelp/notification/channel.h>
 #include <kelp/orb/references.h>
 
@@ -7,6 +5,8 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+
+#include "supplier.h"
 
 namespace kelp::bench {
 
@@ -26,7 +26,9 @@ class ChannelSupplier final : public Supplier {
   public:
     ChannelSupplier(CORBA::ORB_ptr orb, Kind kind, const std::vector<std::string>& consumers,
                     const std::vector<std::string>& badConsumers, const std::string& reconnecting)
-        : orb_(CORBA::ORB::_duplicate(orb)), channel_(orb, settings(), nullptr), good_(consumers.size()) {
+        : orb_(CORBA::ORB::_duplicate(orb)),
+          channel_(orb, settings(), nullptr),
+          good_(consumers.size()) {
         const EventChannel_var channel = channel_.reference();
         admin_ = channel->default_consumer_admin();
         for (const std::string& each : consumers)
@@ -34,7 +36,8 @@ class ChannelSupplier final : public Supplier {
         for (const std::string& each : badConsumers)
             connect(kind, each);
         if (!reconnecting.empty())
-            reconnecting_ = std::thread([this, kind, reconnecting] { reconnect(kind, reconnecting); });
+            reconnecting_ =
+                std::thread([this, kind, reconnecting] { reconnect(kind, reconnecting); });
     }
     ~ChannelSupplier() override {
         {
@@ -60,14 +63,17 @@ class ChannelSupplier final : public Supplier {
         const CORBA::Object_var object = kelp::orb::toReference(orb_.in(), consumer);
         ProxyID id = 0;
         if (kind == Kind::Structured) {
-            const ProxySupplier_var proxy = admin_->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
-            const StructuredProxyPushSupplier_var own = StructuredProxyPushSupplier::_narrow(proxy.in());
+            const ProxySupplier_var proxy =
+                admin_->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+            const StructuredProxyPushSupplier_var own =
+                StructuredProxyPushSupplier::_narrow(proxy.in());
             const CosNotifyComm::StructuredPushConsumer_var to =
                 CosNotifyComm::StructuredPushConsumer::_unchecked_narrow(object.in());
             own->connect_structured_push_consumer(to.in());
             return ProxySupplier::_duplicate(proxy.in());
         }
-        const ProxySupplier_var proxy = admin_->obtain_notification_push_supplier(SEQUENCE_EVENT, id);
+        const ProxySupplier_var proxy =
+            admin_->obtain_notification_push_supplier(SEQUENCE_EVENT, id);
         const SequenceProxyPushSupplier_var own = SequenceProxyPushSupplier::_narrow(proxy.in());
         CosNotification::QoSProperties qos;
         qos.length(1);
@@ -85,10 +91,12 @@ class ChannelSupplier final : public Supplier {
             const ProxySupplier_var proxy = connect(kind, consumer);
             changed_.wait_for(lock, 1s, [this] { return ending_; });
             if (kind == Kind::Structured) {
-                const StructuredProxyPushSupplier_var own = StructuredProxyPushSupplier::_narrow(proxy.in());
+                const StructuredProxyPushSupplier_var own =
+                    StructuredProxyPushSupplier::_narrow(proxy.in());
                 own->disconnect_structured_push_supplier();
             } else {
-                const SequenceProxyPushSupplier_var own = SequenceProxyPushSupplier::_narrow(proxy.in());
+                const SequenceProxyPushSupplier_var own =
+                    SequenceProxyPushSupplier::_narrow(proxy.in());
                 own->disconnect_sequence_push_supplier();
             }
         } while (!ending_);

@@ -1,8 +1,7 @@
-// A consumer of its own process: prints its reference, counts what it gets, and answers on standard input.
+// A consumer of its own process: prints its reference, counts what it gets, and answers on standard
+// input.
 //   reset    forget what came; answers "ok"
 //   report   "<events> <in order: 0 or 1> <p50 ns> <p99 ns>"
-
-#include "bench_alarm.h"
 
 #include <cos/CosNotifyComm.h>
 #include <kelp/orb/exception_text.h>
@@ -14,6 +13,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "bench_alarm.h"
 
 namespace {
 
@@ -39,15 +40,16 @@ class Tally {
     std::string report() {
         const std::lock_guard guard(mutex_);
         std::sort(delays_.begin(), delays_.end());
-        return std::to_string(delays_.size()) + ' ' + (inOrder_ ? "1" : "0") + ' ' + quantile(50) + ' ' +
-               quantile(99);
+        return std::to_string(delays_.size()) + ' ' + (inOrder_ ? "1" : "0") + ' ' + quantile(50) +
+               ' ' + quantile(99);
     }
 
   private:
     std::string quantile(std::size_t percent) const {
         if (delays_.empty())
             return "0";
-        return std::to_string(delays_[std::min(delays_.size() - 1, delays_.size() * percent / 100)]);
+        return std::to_string(
+            delays_[std::min(delays_.size() - 1, delays_.size() * percent / 100)]);
     }
 
     std::mutex mutex_;
@@ -65,7 +67,8 @@ class Single final : public POA_CosNotifyComm::StructuredPushConsumer {
             std::this_thread::sleep_for(pause_);
     }
     void disconnect_structured_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
   private:
     Tally& tally_;
@@ -80,7 +83,8 @@ class Batches final : public POA_CosNotifyComm::SequencePushConsumer {
             tally_.count(events[i]);
     }
     void disconnect_sequence_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
   private:
     Tally& tally_;

@@ -1,9 +1,5 @@
 #include "delivery.h"
 
-#include "common/process_usage.h"
-#include "supplier.h"
-#include "talker.h"
-
 #include <fmt/format.h>
 
 #include <csignal>
@@ -12,6 +8,10 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+
+#include "common/process_usage.h"
+#include "supplier.h"
+#include "talker.h"
 
 namespace kelp::bench {
 
@@ -81,7 +81,9 @@ class Source {
         if (talker_.ask("ready") != "ready")
             throw std::runtime_error("a supplier does not begin");
     }
-    Slice flood(std::chrono::milliseconds length) { return ask(fmt::format("flood {}", length.count())); }
+    Slice flood(std::chrono::milliseconds length) {
+        return ask(fmt::format("flood {}", length.count()));
+    }
     Slice pace(std::size_t rate, std::chrono::milliseconds length) {
         return ask(fmt::format("pace {} {}", rate, length.count()));
     }
@@ -90,7 +92,8 @@ class Source {
   private:
     Slice ask(const std::string& order) {
         Slice slice;
-        std::istringstream(talker_.ask(order)) >> slice.events >> slice.seconds >> slice.processorSeconds;
+        std::istringstream(talker_.ask(order)) >> slice.events >> slice.seconds >>
+            slice.processorSeconds;
         slice.seconds /= 1e9;
         slice.processorSeconds /= 1e9;
         return slice;
@@ -113,7 +116,8 @@ Heard heardBy(Consumers& consumers, const Slice& slice) {
         const Heard heard = each.report();
         if (!heard.inOrder || static_cast<double>(heard.events) != slice.events)
             throw std::runtime_error(fmt::format("a consumer got {} of {} events, {}", heard.events,
-                                                 slice.events, heard.inOrder ? "in order" : "out of order"));
+                                                 slice.events,
+                                                 heard.inOrder ? "in order" : "out of order"));
         p50.push_back(heard.p50Us);
         p99.push_back(heard.p99Us);
     }
@@ -157,7 +161,8 @@ std::vector<Figure> floodOf(Kind kind, std::size_t count, const NotifyOptions& o
     straight.flood(warmUp);
     const double residentBefore = channel.residentKib();
     FloodSeries series;
-    const auto slice = [&](Source& source, std::vector<double>& deliveries, std::vector<double>& processor) {
+    const auto slice = [&](Source& source, std::vector<double>& deliveries,
+                           std::vector<double>& processor) {
         reset(consumers);
         const Slice done = source.flood(options.flood);
         heardBy(consumers, done);
@@ -173,13 +178,15 @@ std::vector<Figure> floodOf(Kind kind, std::size_t count, const NotifyOptions& o
         if (!channelFirst)
             slice(channel, series.deliveries.product, series.processor.product);
     }
-    const std::string what =
-        fmt::format("{}, {} consumers", kind == Kind::Structured ? "single events" : "batches of 50", count);
+    const std::string what = fmt::format(
+        "{}, {} consumers", kind == Kind::Structured ? "single events" : "batches of 50", count);
     constexpr const char* floor = "straight pushes";
     Figure deliveries = series.deliveries.figure(what, "deliveries/s", floor);
-    Figure processor = series.processor.figure("  supplier's processor time a delivery", "us", floor);
+    Figure processor =
+        series.processor.figure("  supplier's processor time a delivery", "us", floor);
     if (count == 16)
-        deliveries.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kind == Kind::Structured ? 0.95 : 0.9};
+        deliveries.aim =
+            Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kind == Kind::Structured ? 0.95 : 0.9};
     if (count >= 16)
         processor.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtMost, 0.6};
     Figure memory;
@@ -195,8 +202,8 @@ struct DelaySeries {
     Pairs p99;
 };
 
-void addDelays(Source& source, Consumers& consumers, const NotifyOptions& options, std::vector<double>& p50,
-               std::vector<double>& p99) {
+void addDelays(Source& source, Consumers& consumers, const NotifyOptions& options,
+               std::vector<double>& p50, std::vector<double>& p99) {
     reset(consumers);
     const Heard heard = heardBy(consumers, source.pace(options.rate, options.paced));
     p50.push_back(heard.p50Us);
@@ -222,13 +229,14 @@ std::vector<Figure> delaysBesideStraight(const NotifyOptions& options) {
         addDelays(channel, consumers, options, series.p50.product, series.p99.product);
         addDelays(straight, consumers, options, series.p50.floor, series.p99.floor);
     }
-    return figuresOf(series,
-                     fmt::format("delay at {} events/s, {} consumers", options.rate, options.delayConsumers),
-                     "straight pushes", 1.5);
+    return figuresOf(
+        series,
+        fmt::format("delay at {} events/s, {} consumers", options.rate, options.delayConsumers),
+        "straight pushes", 1.5);
 }
 
-/// Four bad ones beside twelve: one frozen, one that takes an event a second, one killed, one that connects
-/// anew every second.
+/// Four bad ones beside twelve: one frozen, one that takes an event a second, one killed, one that
+/// connects anew every second.
 std::vector<Figure> delaysBesideBadOnes(const NotifyOptions& options) {
     constexpr std::size_t good = 12;
     Consumers consumers = makeConsumers(Kind::Structured, good);
@@ -251,7 +259,8 @@ std::vector<Figure> delaysBesideBadOnes(const NotifyOptions& options) {
         addDelays(beside, consumers, options, series.p50.product, series.p99.product);
         addDelays(alone, consumers, options, series.p50.floor, series.p99.floor);
     }
-    return figuresOf(series, fmt::format("delay with 4 bad consumers beside {}", good), "without them", 2);
+    return figuresOf(series, fmt::format("delay with 4 bad consumers beside {}", good),
+                     "without them", 2);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "common/report.h"
-
 #include <chrono>
 #include <vector>
+
+#include "common/report.h"
 
 namespace kelp::bench {
 
@@ -18,9 +18,11 @@ struct NotifyOptions {
     bool json = false;
 };
 
-/// Deliveries a second, processor time and memory: the channel beside a supplier that pushes straight.
+/// Deliveries a second, processor time and memory: the channel beside a supplier that pushes
+/// straight.
 std::vector<Figure> measureFlood(const NotifyOptions& options);
-/// Delays at a steady rate: the channel beside the straight supplier, and beside itself with bad consumers.
+/// Delays at a steady rate: the channel beside the straight supplier, and beside itself with bad
+/// consumers.
 std::vector<Figure> measureDelays(const NotifyOptions& options);
 
 }  // namespace kelp::bench

@@ -1,10 +1,11 @@
-#include "delivery.h"
-#include "common/process_usage.h"
-
 #include <CLI/CLI.hpp>
+
 #include <exception>
 #include <iostream>
 #include <string>
+
+#include "common/process_usage.h"
+#include "delivery.h"
 
 namespace {
 
@@ -24,8 +25,9 @@ int main(int argc, char** argv) {
     NotifyOptions options;
     std::string only;
     bool quick = false;
-    CLI::App app{"Measures what the notification channel costs, beside a supplier that pushes straight.",
-                 "notify_bench"};
+    CLI::App app{
+        "Measures what the notification channel costs, beside a supplier that pushes straight.",
+        "notify_bench"};
     app.footer(kFooter);
     app.add_flag("--json", options.json, "The result as JSON");
     app.add_flag("--quick", quick, "Few short rounds, to see that it runs; the figures are rough");

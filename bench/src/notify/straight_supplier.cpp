@@ -1,5 +1,3 @@
-#include "supplier.h"
-
 #include <cos/CosNotifyComm.h>
 #include <kelp/orb/references.h>
 
@@ -7,6 +5,8 @@
 #include <deque>
 #include <mutex>
 #include <thread>
+
+#include "supplier.h"
 
 namespace kelp::bench {
 
@@ -109,7 +109,8 @@ class StraightSupplier final : public Supplier {
 
 }  // namespace
 
-std::unique_ptr<Supplier> straightSupplier(CORBA::ORB_ptr orb, const std::vector<std::string>& consumers) {
+std::unique_ptr<Supplier> straightSupplier(CORBA::ORB_ptr orb,
+                                           const std::vector<std::string>& consumers) {
     return std::make_unique<StraightSupplier>(orb, consumers);
 }
 

@@ -31,6 +31,7 @@ std::unique_ptr<Supplier> channelSupplier(CORBA::ORB_ptr orb, Kind kind,
                                           const std::vector<std::string>& badConsumers,
                                           const std::string& reconnecting);
 /// The floor: a thread for each consumer, which makes the ordinary call.
-std::unique_ptr<Supplier> straightSupplier(CORBA::ORB_ptr orb, const std::vector<std::string>& consumers);
+std::unique_ptr<Supplier> straightSupplier(CORBA::ORB_ptr orb,
+                                           const std::vector<std::string>& consumers);
 
 }  // namespace kelp::bench

@@ -1,12 +1,10 @@
-// A supplier in a process of its own. Standard input brings the references of its consumers, one a line:
+// A supplier in a process of its own. Standard input brings the references of its consumers, one a
+// line:
 //   good IOR | bad IOR | reconnecting IOR | ready
 // then orders, each answered by a line when all good consumers have got everything:
 //   flood MS          as many events as they take, for so long
 //   pace RATE MS      so many events a second
 // The answer: "<events> <ns it took> <ns of processor time>".
-
-#include "bench_alarm.h"
-#include "supplier.h"
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
@@ -15,6 +13,9 @@
 #include <iostream>
 #include <sstream>
 #include <thread>
+
+#include "bench_alarm.h"
+#include "supplier.h"
 
 namespace {
 
@@ -103,7 +104,8 @@ void serve(bool straight, Kind kind) {
         const Consumers consumers = readConsumers();
         const std::unique_ptr<Supplier> supplier =
             straight ? straightSupplier(orb.in(), consumers.good)
-                     : channelSupplier(orb.in(), kind, consumers.good, consumers.bad, consumers.reconnecting);
+                     : channelSupplier(orb.in(), kind, consumers.good, consumers.bad,
+                                       consumers.reconnecting);
         std::cout << "ready" << std::endl;
         Work work(*supplier);
         for (std::string order; std::cin >> order;) {
@@ -118,8 +120,8 @@ void serve(bool straight, Kind kind) {
                 rate > 0 ? work.pace(rate, Milliseconds(length)) : work.flood(Milliseconds(length));
             work.drain();
             const std::chrono::nanoseconds took = Clock::now() - begin;
-            std::cout << events << ' ' << took.count() << ' ' << (processorTimeOfThis() - processor).count()
-                      << std::endl;
+            std::cout << events << ' ' << took.count() << ' '
+                      << (processorTimeOfThis() - processor).count() << std::endl;
         }
     }
     orb->destroy();

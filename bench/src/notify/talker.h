@@ -1,9 +1,9 @@
 #pragma once
 
-#include "harness/child_process.h"
-
 #include <string>
 #include <vector>
+
+#include "harness/child_process.h"
 
 namespace kelp::bench {
 

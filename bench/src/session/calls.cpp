@@ -1,20 +1,19 @@
 #include "session/calls.h"
 
+#include <fmt/format.h>
+#include <kelp/orb/references.h>
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+
 #include "common/client_threads.h"
 #include "common/ems.h"
 #include "common/floor.h"
 #include "common/nms_farm.h"
 #include "common/process_usage.h"
 #include "common/product.h"
-
-#include <kelp/orb/references.h>
-
-#include <fmt/format.h>
-
-#include <algorithm>
-#include <functional>
-#include <iostream>
-#include <stdexcept>
 
 namespace kelp::bench {
 
@@ -83,7 +82,8 @@ Server serverOf(CORBA::ORB_ptr orb, const std::string& name, const Floor& floor)
     return server;
 }
 
-Server serverOf(const std::string& name, const Product& product, const Ems& ems, const NmsFarm& farm) {
+Server serverOf(const std::string& name, const Product& product, const Ems& ems,
+                const NmsFarm& farm) {
     Server server{name, product.pid(), product.port(), ems.logInAll(farm, farm.size()), {}};
     for (std::size_t client = 0; client < kManyConnections; ++client)
         server.managers.emplace_back(emsManagerOf(server.sessions[client].in()));
@@ -95,9 +95,9 @@ void requireSameAnswer(const Server& one, const Server& other) {
     const auto inWords = [](const Server& server) {
         emsMgr::EMS_T_var ems;
         server.managers.front()->getEMS(ems.out());
-        std::string words =
-            fmt::format("{}|{}|{}|{}|{}|{}", ems->userLabel.in(), ems->nativeEMSName.in(), ems->owner.in(),
-                        ems->emsVersion.in(), ems->type.in(), ems->additionalInfo.length());
+        std::string words = fmt::format(
+            "{}|{}|{}|{}|{}|{}", ems->userLabel.in(), ems->nativeEMSName.in(), ems->owner.in(),
+            ems->emsVersion.in(), ems->type.in(), ems->additionalInfo.length());
         for (CORBA::ULong i = 0; i < ems->name.length(); ++i)
             words += fmt::format("|{}={}", ems->name[i].name.in(), ems->name[i].value.in());
         return words;
@@ -108,7 +108,8 @@ void requireSameAnswer(const Server& one, const Server& other) {
 }
 
 /// Opens the connections that the scenario needs and lets caches fill.
-void warmUp(ClientThreads& clients, const Scenario& scenario, const Server& server, const Options& options) {
+void warmUp(ClientThreads& clients, const Scenario& scenario, const Server& server,
+            const Options& options) {
     constexpr int attempts = 40;
     const auto call = [&](std::size_t client) { scenario.call(server, client); };
     for (int i = 0; i < attempts; ++i) {
@@ -123,28 +124,32 @@ void warmUp(ClientThreads& clients, const Scenario& scenario, const Server& serv
 void measureSlice(ClientThreads& clients, const Scenario& scenario, const Server& server,
                   const Options& options, Series& series) {
     const auto before = processorTime(server.pid);
-    const ClientThreads::Count count = clients.run(
-        scenario.connections, options.slice, [&](std::size_t client) { scenario.call(server, client); });
+    const ClientThreads::Count count =
+        clients.run(scenario.connections, options.slice,
+                    [&](std::size_t client) { scenario.call(server, client); });
     const std::chrono::duration<double, std::micro> used = processorTime(server.pid) - before;
     series.callsPerSecond.push_back(count.perSecond());
     series.processorMicroseconds.push_back(used.count() / static_cast<double>(count.calls));
 }
 
-std::vector<double> quotients(const std::vector<double>& values, const std::vector<double>& floors) {
+std::vector<double> quotients(const std::vector<double>& values,
+                              const std::vector<double>& floors) {
     std::vector<double> all;
     for (std::size_t i = 0; i < values.size(); ++i)
         all.push_back(values[i] / floors[i]);
     return all;
 }
 
-Figure figureOf(const std::string& name, const std::string& unit, const std::vector<Server>& servers,
-                const std::vector<Series>& series, std::vector<double> Series::*values) {
+Figure figureOf(const std::string& name, const std::string& unit,
+                const std::vector<Server>& servers, const std::vector<Series>& series,
+                std::vector<double> Series::*values) {
     const auto median = [&](Place place) { return medianOf(series[place].*values); };
     Figure figure;
     figure.name = name;
     figure.unit = unit;
     figure.value = median(TheProduct);
-    figure.references = {{servers[BareOrb].name, median(BareOrb)}, {servers[OrbPort].name, median(OrbPort)}};
+    figure.references = {{servers[BareOrb].name, median(BareOrb)},
+                         {servers[OrbPort].name, median(OrbPort)}};
     figure.ratio = spreadOf(quotients(series[TheProduct].*values, series[BareOrb].*values));
     return figure;
 }
@@ -156,7 +161,8 @@ Figure besideSamePoas(const std::vector<Server>& servers, const std::vector<Seri
     figure.unit = "calls/s";
     figure.value = medianOf(series[TheProduct].callsPerSecond);
     figure.references = {{servers[SessionPoas].name, medianOf(series[SessionPoas].callsPerSecond)}};
-    figure.ratio = spreadOf(quotients(series[TheProduct].callsPerSecond, series[SessionPoas].callsPerSecond));
+    figure.ratio =
+        spreadOf(quotients(series[TheProduct].callsPerSecond, series[SessionPoas].callsPerSecond));
     figure.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
     return figure;
 }
@@ -167,7 +173,8 @@ Figure besideOrbTransport(const std::vector<Server>& servers, const std::vector<
     figure.name = "  through the gate";
     figure.unit = "calls/s";
     figure.value = medianOf(series[TheProduct].callsPerSecond);
-    figure.references = {{servers[OrbTransport].name, medianOf(series[OrbTransport].callsPerSecond)}};
+    figure.references = {
+        {servers[OrbTransport].name, medianOf(series[OrbTransport].callsPerSecond)}};
     figure.ratio =
         spreadOf(quotients(series[TheProduct].callsPerSecond, series[OrbTransport].callsPerSecond));
     figure.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatioOfGate};
@@ -188,9 +195,9 @@ std::vector<Figure> measureScenario(ClientThreads& clients, const Scenario& scen
     }
     Figure calls = figureOf(scenario.name, "calls/s", servers, series, &Series::callsPerSecond);
     calls.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
-    return {
-        calls, besideSamePoas(servers, series), besideOrbTransport(servers, series),
-        figureOf("  server's processor time a call", "us", servers, series, &Series::processorMicroseconds)};
+    return {calls, besideSamePoas(servers, series), besideOrbTransport(servers, series),
+            figureOf("  server's processor time a call", "us", servers, series,
+                     &Series::processorMicroseconds)};
 }
 
 }  // namespace
@@ -218,8 +225,8 @@ std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options)
     requireSameAnswer(servers[TheProduct], servers[BareOrb]);
     requireSameAnswer(servers[TheProduct], servers[OrbPort]);
     requireSameAnswer(servers[TheProduct], servers[SessionPoas]);
-    std::cerr << fmt::format("calls: product {}, ORB port {}, bare ORB {}\n", servers[TheProduct].pid,
-                             servers[OrbPort].pid, servers[BareOrb].pid);
+    std::cerr << fmt::format("calls: product {}, ORB port {}, bare ORB {}\n",
+                             servers[TheProduct].pid, servers[OrbPort].pid, servers[BareOrb].pid);
 
     ClientThreads clients(kManyConnections);
     std::vector<Figure> figures;

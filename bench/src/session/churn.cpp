@@ -1,8 +1,8 @@
 #include "session/churn.h"
 
-#include "harness/eventually.h"
-
 #include <stdexcept>
+
+#include "harness/eventually.h"
 
 namespace kelp::bench {
 

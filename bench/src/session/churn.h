@@ -1,14 +1,14 @@
 #pragma once
 
-#include "common/ems.h"
-
 #include <cstddef>
 #include <functional>
 
+#include "common/ems.h"
+
 namespace kelp::bench {
 
-/// NMS that log in and out again, each from an address of its own. Nothing listens there: it is for a product
-/// that does not ping.
+/// NMS that log in and out again, each from an address of its own. Nothing listens there: it is for
+/// a product that does not ping.
 class Churn {
   public:
     explicit Churn(const Ems& ems) : ems_(ems) {}

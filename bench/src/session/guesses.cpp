@@ -1,10 +1,5 @@
 #include "session/guesses.h"
 
-#include "session/churn.h"
-#include "common/giop_message.h"
-
-#include "support/tcp_peers.h"
-
 #include <fmt/format.h>
 
 #include <atomic>
@@ -15,20 +10,26 @@
 #include <string>
 #include <thread>
 
+#include "common/giop_message.h"
+#include "session/churn.h"
+#include "support/tcp_peers.h"
+
 namespace kelp::bench {
 
 namespace {
 
 const std::string kFactoryKey = std::string("\xffV4800\0", 7) + "EMSSessionFactory";
 constexpr std::chrono::seconds kAlone{1};
-/// Beside log-ins that hash at the default cost a guess waits for one of them, twenty milliseconds and more.
+/// Beside log-ins that hash at the default cost a guess waits for one of them, twenty milliseconds
+/// and more.
 constexpr std::size_t kFewerBesideCostlyHashes = 20;
 
-/// One connection from an address of 127.0.0.0/8 that sends the same request again and again, each as soon as
-/// the last one is answered. It costs the machine less than an ORB's client would.
+/// One connection from an address of 127.0.0.0/8 that sends the same request again and again, each
+/// as soon as the last one is answered. It costs the machine less than an ORB's client would.
 class Repeater {
   public:
-    Repeater(const Product& product, const std::string& source, std::string request, ReplyStatus expected)
+    Repeater(const Product& product, const std::string& source, std::string request,
+             ReplyStatus expected)
         : socket_(test::connectTo(product.port(), source.c_str())),
           request_(std::move(request)),
           expected_(expected) {}
@@ -129,17 +130,21 @@ struct Rounds {
 };
 
 /// Each round guesses from an address that is new to the product, so that it begins unknown.
-Rounds measureRounds(const Product& product, Churn& churn, const Options& options, std::size_t guesses) {
-    const std::string guess = requestMessage(kFactoryKey, "getEmsSession",
-                                             logInArguments(Product::kUser, "a wrong one", "127.0.0.2", 9));
+Rounds measureRounds(const Product& product, Churn& churn, const Options& options,
+                     std::size_t guesses) {
+    const std::string guess =
+        requestMessage(kFactoryKey, "getEmsSession",
+                       logInArguments(Product::kUser, "a wrong one", "127.0.0.2", 9));
     const std::string harmless = requestMessage(kFactoryKey, "getVersion");
     Rounds rounds;
     churn.logInAndOut(options.pairs);
     for (std::size_t round = 0; round < options.guessRounds; ++round) {
         const std::string source = "127.0.1." + std::to_string(round + 1);
         rounds.alone.push_back(aloneRate(churn));
-        const Slice wrong = besides(churn, {product, source, guess, ReplyStatus::UserException}, guesses);
-        const Slice calls = besides(churn, {product, source, harmless, ReplyStatus::NoException}, guesses);
+        const Slice wrong =
+            besides(churn, {product, source, guess, ReplyStatus::UserException}, guesses);
+        const Slice calls =
+            besides(churn, {product, source, harmless, ReplyStatus::NoException}, guesses);
         rounds.besideGuesses.push_back(wrong.logInsPerSecond);
         rounds.guesses.push_back(wrong.callsPerSecond);
         rounds.besideCalls.push_back(calls.logInsPerSecond);
@@ -155,9 +160,11 @@ Spread ratios(const std::vector<double>& values, const std::vector<double>& floo
     return spreadOf(all);
 }
 
-std::vector<Figure> figuresOf(const Rounds& rounds, const std::string& hash, std::size_t wrongPasswords) {
+std::vector<Figure> figuresOf(const Rounds& rounds, const std::string& hash,
+                              std::size_t wrongPasswords) {
     Figure alone;
-    alone.name = fmt::format("log-in and log-out beside {} wrong passwords, {} hash", wrongPasswords, hash);
+    alone.name =
+        fmt::format("log-in and log-out beside {} wrong passwords, {} hash", wrongPasswords, hash);
     alone.unit = "pairs/s";
     alone.value = medianOf(rounds.besideGuesses);
     alone.references = {{"alone", medianOf(rounds.alone)}};
@@ -181,15 +188,17 @@ std::vector<Figure> figuresOf(const Rounds& rounds, const std::string& hash, std
 std::vector<Figure> measureGuesses(nms::NmsClient& client, const Options& options) {
     std::vector<Figure> figures;
     for (const bool costly : {false, true}) {
-        // a round each second takes sessions that have ended out of the list: they would slow each log-in
-        // down
+        // a round each second takes sessions that have ended out of the list: they would slow each
+        // log-in down
         const Product product({0, false, 1, costly});
         const Ems ems(client, product);
         Churn churn(ems);
         std::cerr << fmt::format("wrong passwords: at {}\n", product.pid());
-        const std::size_t guesses = options.wrongPasswords / (costly ? kFewerBesideCostlyHashes : 1);
+        const std::size_t guesses =
+            options.wrongPasswords / (costly ? kFewerBesideCostlyHashes : 1);
         const Rounds rounds = measureRounds(product, churn, options, guesses);
-        const std::vector<Figure> more = figuresOf(rounds, costly ? "default" : "smallest", guesses);
+        const std::vector<Figure> more =
+            figuresOf(rounds, costly ? "default" : "smallest", guesses);
         figures.insert(figures.end(), more.begin(), more.end());
     }
     return figures;

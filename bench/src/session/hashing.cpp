@@ -1,16 +1,14 @@
 #include "session/hashing.h"
 
-#include "harness/scratch_dir.h"
-
-#include <kelp/corbabase/user_database.h>
-
 #include <fmt/format.h>
+#include <kelp/corbabase/user_database.h>
 
 #include <chrono>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
 
+#include "harness/scratch_dir.h"
 #include "users/password_hash.h"
 
 namespace kelp::bench {
@@ -30,7 +28,8 @@ Figure measure(std::string name, Action action) {
     while (microseconds.size() < kSamplesMin || std::chrono::steady_clock::now() < end) {
         const auto begin = std::chrono::steady_clock::now();
         action();
-        const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - begin;
+        const std::chrono::duration<double, std::micro> time =
+            std::chrono::steady_clock::now() - begin;
         microseconds.push_back(time.count());
     }
     Figure figure;
@@ -47,8 +46,9 @@ void require(bool matches) {
 
 Figure measureHash(const std::string& which, const NS_CORBA::HashCost& cost) {
     const std::string hash = NS_CORBA::hashOfPassword(kPassword, cost);
-    return measure(fmt::format("password hash, {} ({} KiB, passes {})", which, cost.memoryKib, cost.passes),
-                   [&] { require(NS_CORBA::isPasswordOf(hash, kPassword)); });
+    return measure(
+        fmt::format("password hash, {} ({} KiB, passes {})", which, cost.memoryKib, cost.passes),
+        [&] { require(NS_CORBA::isPasswordOf(hash, kPassword)); });
 }
 
 }  // namespace

@@ -1,14 +1,14 @@
 #include "session/log_ins.h"
 
-#include "session/churn.h"
-#include "common/process_usage.h"
-
 #include <fmt/format.h>
 
 #include <chrono>
 #include <functional>
 #include <iostream>
 #include <thread>
+
+#include "common/process_usage.h"
+#include "session/churn.h"
 
 namespace kelp::bench {
 

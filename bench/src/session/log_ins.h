@@ -1,11 +1,11 @@
 #pragma once
 
-#include "options.h"
-#include "common/report.h"
-
 #include <kelp/nms/client.h>
 
 #include <vector>
+
+#include "common/report.h"
+#include "options.h"
 
 namespace kelp::bench {
 

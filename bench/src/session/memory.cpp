@@ -1,18 +1,17 @@
 #include "session/memory.h"
 
-#include "session/churn.h"
-#include "common/giop_message.h"
-#include "harness/eventually.h"
-#include "common/process_usage.h"
-
-#include <kelp/orb/references.h>
-
 #include <fmt/format.h>
+#include <kelp/orb/references.h>
 
 #include <chrono>
 #include <iostream>
 #include <stdexcept>
 #include <thread>
+
+#include "common/giop_message.h"
+#include "common/process_usage.h"
+#include "harness/eventually.h"
+#include "session/churn.h"
 
 namespace kelp::bench {
 
@@ -52,7 +51,8 @@ void endAll(const std::vector<emsSession::EmsSession_I_var>& sessions) {
         session->endSession();
 }
 
-Figure figureOf(const std::string& name, double kib, std::size_t sessions, const std::string& note) {
+Figure figureOf(const std::string& name, double kib, std::size_t sessions,
+                const std::string& note) {
     Figure figure;
     figure.name = name;
     figure.unit = "KiB";
@@ -97,8 +97,9 @@ Figure measureSessionsWithConnections(nms::NmsClient& client, const NmsFarm& far
     endAll(sessions);
     return figureOf(
         "memory a session with its connections", after - before, farm.size(),
-        fmt::format("{:.0f} KiB before ({} connections of the EMS open), {:.0f} KiB with {} sessions", before,
-                    openBefore, after, farm.size()));
+        fmt::format(
+            "{:.0f} KiB before ({} connections of the EMS open), {:.0f} KiB with {} sessions",
+            before, openBefore, after, farm.size()));
 }
 
 }  // namespace

@@ -1,16 +1,15 @@
 #include "session/records.h"
 
-#include "harness/scratch_dir.h"
-#include "common/process_usage.h"
-
 #include <kelp/oplog/operation_log.h>
-
 #include <unistd.h>
 
 #include <chrono>
 #include <ctime>
 #include <iostream>
 #include <stdexcept>
+
+#include "common/process_usage.h"
+#include "harness/scratch_dir.h"
 
 namespace kelp::bench {
 

@@ -1,8 +1,7 @@
 #include "access_token.h"
 
-#include <kelp/util/private_file.h>
-
 #include <fcntl.h>
+#include <kelp/util/private_file.h>
 #include <sodium.h>
 #include <unistd.h>
 

@@ -2,7 +2,6 @@
 
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
-
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -25,7 +24,8 @@ constexpr int kCrowdedPauseMs = 20;
 constexpr int kNoEnd = -1;
 
 std::optional<AccessToken> tokenFor(const admin::Address& address) {
-    return address.socket.empty() ? std::make_optional<AccessToken>(address.tokenFile) : std::nullopt;
+    return address.socket.empty() ? std::make_optional<AccessToken>(address.tokenFile)
+                                  : std::nullopt;
 }
 
 std::filesystem::path folderOf(const admin::Address& address) {
@@ -35,19 +35,22 @@ std::filesystem::path folderOf(const admin::Address& address) {
 int eventDescriptor() {
     const int descriptor = ::eventfd(0, EFD_CLOEXEC);
     if (descriptor < 0)
-        throw std::runtime_error("the operator's interface cannot be watched over: no descriptor is left");
+        throw std::runtime_error(
+            "the operator's interface cannot be watched over: no descriptor is left");
     return descriptor;
 }
 
 }  // namespace
 
-AdminServer::AdminServer(const admin::Address& address, const AdminLimits& limits, admin::Registry& registry)
+AdminServer::AdminServer(const admin::Address& address, const AdminLimits& limits,
+                         admin::Registry& registry)
     : limits_(limits),
       claim_(folderOf(address)),
       token_(tokenFor(address)),
       listener_(std::in_place, address),
       leaving_(eventDescriptor()),
-      answers_(registry, {limits.bodyBytesMax, [this](const std::string& header) { return letsIn(header); }}),
+      answers_(registry,
+               {limits.bodyBytesMax, [this](const std::string& header) { return letsIn(header); }}),
       workers_(limits.threads) {
     try {
         acceptor_ = util::startThread("admin", [this] { acceptCallers(); });
@@ -92,8 +95,8 @@ void AdminServer::acceptCallers() {
 
 void AdminServer::take(util::Descriptor caller) {
     const auto connection = std::make_shared<Connection>(
-        std::move(caller),
-        ConnectionLimits{limits_.headBytesMax + limits_.bodyBytesMax, limits_.readTime, limits_.writeTime});
+        std::move(caller), ConnectionLimits{limits_.headBytesMax + limits_.bodyBytesMax,
+                                            limits_.readTime, limits_.writeTime});
     {
         const std::lock_guard guard(mutex_);
         if (connections_.size() >= limits_.connectionsMax)
@@ -122,7 +125,8 @@ void AdminServer::serve(const ConnectionPtr& connection) {
         answers_.serve(*connection);
         connection->finish();
     } catch (...) {
-        util::traceFrom("admin", "a request could not be answered: " + util::currentExceptionText());
+        util::traceFrom("admin",
+                        "a request could not be answered: " + util::currentExceptionText());
     }
     const std::lock_guard guard(mutex_);
     connections_.remove(connection);

@@ -1,16 +1,9 @@
 #pragma once
 
-#include "access_token.h"
-#include "connection.h"
-#include "http_answers.h"
-#include "listening_socket.h"
-#include "state_claim.h"
-
+#include <httplib.h>
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
 #include <kelp/util/descriptor.h>
-
-#include <httplib.h>
 
 #include <chrono>
 #include <cstddef>
@@ -19,6 +12,12 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+
+#include "access_token.h"
+#include "connection.h"
+#include "http_answers.h"
+#include "listening_socket.h"
+#include "state_claim.h"
 
 namespace kelp::host {
 
@@ -38,17 +37,17 @@ struct AdminLimits {
     std::size_t connectionsMax = 64;
 };
 
-/// The operator's interface: serves what is in the registry as JSON over HTTP, one request a connection.
-/// While callers wait for a thread, those who have one and owe their request for longer than `patience` are
-/// cut off, so that silent ones hold up nobody.
+/// The operator's interface: serves what is in the registry as JSON over HTTP, one request a
+/// connection. While callers wait for a thread, those who have one and owe their request for longer
+/// than `patience` are cut off, so that silent ones hold up nobody.
 class AdminServer {
   public:
-    /// Listens from here on. Throws std::runtime_error with one sentence when it cannot, or when another host
-    /// does.
+    /// Listens from here on. Throws std::runtime_error with one sentence when it cannot, or when
+    /// another host does.
     explicit AdminServer(const admin::Address& address, const AdminLimits& limits = {},
                          admin::Registry& registry = admin::Registry::instance());
-    /// Takes no more callers, cuts off those who owe their request, and waits for answers that are being
-    /// made.
+    /// Takes no more callers, cuts off those who owe their request, and waits for answers that are
+    /// being made.
     ~AdminServer();
     AdminServer(const AdminServer&) = delete;
     AdminServer& operator=(const AdminServer&) = delete;

@@ -41,7 +41,8 @@ void Connection::finish() {
 
 bool Connection::waitFor(short what, Clock::time_point until) const {
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
         pollfd waiting{socket_.get(), what, 0};
         const int ready = ::poll(&waiting, 1, static_cast<int>(std::max<decltype(left)>(left, 0)));
         if (ready > 0)
@@ -62,7 +63,8 @@ bool Connection::is_writable() const {
 ssize_t Connection::fill() {
     if (bytesRead_ == 0)
         readingSince_ = Clock::now();
-    // a caller that always has a byte more would pass by a wait that is over only when nothing comes
+    // a caller that always has a byte more would pass by a wait that is over only when nothing
+    // comes
     if (isCut_ || bytesRead_ >= limits_.bytesMax || Clock::now() >= readUntil_ ||
         !waitFor(POLLIN, readUntil_))
         return -1;

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/util/descriptor.h>
-
 #include <httplib.h>
+#include <kelp/util/descriptor.h>
 
 #include <array>
 #include <atomic>
@@ -14,13 +13,14 @@ namespace kelp::host {
 
 /// What one caller of the operator's interface may cost.
 struct ConnectionLimits {
-    std::size_t bytesMax = 0;                ///< read, head and body together
-    std::chrono::milliseconds readTime{0};   ///< for the whole request, from the connection's beginning
+    std::size_t bytesMax = 0;  ///< read, head and body together
+    std::chrono::milliseconds readTime{
+        0};  ///< for the whole request, from the connection's beginning
     std::chrono::milliseconds writeTime{0};  ///< for the whole answer
 };
 
-/// One connection, as the HTTP library reads and writes it: with limits that hold for all of a request
-/// together, however its bytes come. Used by one thread, but for cut().
+/// One connection, as the HTTP library reads and writes it: with limits that hold for all of a
+/// request together, however its bytes come. Used by one thread, but for cut().
 class Connection final : public httplib::Stream {
   public:
     Connection(util::Descriptor socket, const ConnectionLimits& limits);
@@ -29,8 +29,8 @@ class Connection final : public httplib::Stream {
     bool owesRequestFor(std::chrono::milliseconds time) const;
     /// Ends the reading, now and for good; what is written still goes out. Any thread.
     void cut();
-    /// Tells the caller that nothing more comes, and reads on for a moment until it has closed its side: a
-    /// connection closed with bytes unread would take the answer along.
+    /// Tells the caller that nothing more comes, and reads on for a moment until it has closed its
+    /// side: a connection closed with bytes unread would take the answer along.
     void finish();
 
     bool is_readable() const override;

@@ -4,7 +4,8 @@
 
 namespace kelp::host {
 
-/// The answer to GET /consumers: what became of the events, consumer by consumer of the embedded channel.
+/// The answer to GET /consumers: what became of the events, consumer by consumer of the embedded
+/// channel.
 admin::Json tellConsumers(const admin::Json& request);
 
 }  // namespace kelp::host

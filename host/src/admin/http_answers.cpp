@@ -27,7 +27,8 @@ enum Status : int {
 void set(Response& response, int status, const admin::Json& body) {
     response.status = status;
     // what a peer wrote need not be UTF-8
-    response.set_content(body.dump(-1, ' ', false, admin::Json::error_handler_t::replace) + "\n", kJson);
+    response.set_content(body.dump(-1, ' ', false, admin::Json::error_handler_t::replace) + "\n",
+                         kJson);
 }
 
 void refuse(Response& response, int status, const std::string& why) {
@@ -51,9 +52,9 @@ bool isJson(const Request& request) {
 /// For what the library refuses by itself.
 void explain(const Request&, Response& response) {
     if (response.body.empty())
-        refuse(
-            response, response.status,
-            response.status == kBadRequest ? "the request cannot be read as HTTP" : "the request is refused");
+        refuse(response, response.status,
+               response.status == kBadRequest ? "the request cannot be read as HTTP"
+                                              : "the request is refused");
 }
 
 }  // namespace
@@ -64,7 +65,9 @@ HttpAnswers::HttpAnswers(admin::Registry& registry, Rules rules)
     set_pre_routing_handler(
         [this](const Request& request, Response& response) { return admit(request, response); });
     set_error_handler(explain);
-    const Handler any = [this](const Request& request, Response& response) { answer(request, response); };
+    const Handler any = [this](const Request& request, Response& response) {
+        answer(request, response);
+    };
     const std::string everyPath = ".*";
     Get(everyPath, any).Post(everyPath, any).Put(everyPath, any).Patch(everyPath, any);
     Delete(everyPath, any).Options(everyPath, any);
@@ -82,7 +85,8 @@ HttpAnswers::HandlerResponse HttpAnswers::admit(const Request& request, Response
     if (request.path.size() > kPathBytesMax)
         refuse(response, kPathTooLong, "the path is too long");
     else if (!rules_.letsIn(request.get_header_value("Authorization")))
-        refuse(response, kUnauthorized, "the token is missing or wrong (Authorization: Bearer TOKEN)");
+        refuse(response, kUnauthorized,
+               "the token is missing or wrong (Authorization: Bearer TOKEN)");
     else if (request.has_header("Transfer-Encoding"))
         refuse(response, kLengthRequired, "a body needs a Content-Length");
     else if (length > rules_.bodyBytesMax)

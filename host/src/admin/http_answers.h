@@ -1,20 +1,19 @@
 #pragma once
 
-#include "connection.h"
-
-#include <kelp/admin/registry.h>
-
 #include <httplib.h>
+#include <kelp/admin/registry.h>
 
 #include <cstddef>
 #include <functional>
 #include <string>
 
+#include "connection.h"
+
 namespace kelp::host {
 
-/// Reads one request from a connection, lets the registry answer it and writes the answer, both in JSON. It
-/// takes from the HTTP library the reading and writing of messages alone: connections, threads and times are
-/// the caller's. Several threads may use it at the same time.
+/// Reads one request from a connection, lets the registry answer it and writes the answer, both in
+/// JSON. It takes from the HTTP library the reading and writing of messages alone: connections,
+/// threads and times are the caller's. Several threads may use it at the same time.
 class HttpAnswers : private httplib::Server {
   public:
     struct Rules {

@@ -20,7 +20,8 @@ constexpr int kBacklog = 32;
 constexpr int kSocketType = SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK;
 
 [[noreturn]] void fail(const admin::Address& address, const std::string& why) {
-    throw std::runtime_error("the operator's interface cannot listen at " + address.text() + ": " + why);
+    throw std::runtime_error("the operator's interface cannot listen at " + address.text() + ": " +
+                             why);
 }
 
 [[noreturn]] void failWithErrno(const admin::Address& address) {
@@ -71,19 +72,22 @@ void ListeningSocket::openTcp() {
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     const std::string port = std::to_string(address_.port);
-    if (const int problem = ::getaddrinfo(address_.host.c_str(), port.c_str(), &hints, &found); problem != 0)
+    if (const int problem = ::getaddrinfo(address_.host.c_str(), port.c_str(), &hints, &found);
+        problem != 0)
         fail(address_, ::gai_strerror(problem));
     const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> owned(found, &::freeaddrinfo);
     socket_ = util::Descriptor(::socket(found->ai_family, kSocketType, 0));
     const int on = 1;
-    if (!socket_.isOpen() || ::setsockopt(socket_.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+    if (!socket_.isOpen() ||
+        ::setsockopt(socket_.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
         ::bind(socket_.get(), found->ai_addr, found->ai_addrlen) != 0 ||
         ::listen(socket_.get(), kBacklog) != 0)
         failWithErrno(address_);
 }
 
 util::Descriptor ListeningSocket::accept() const {
-    return util::Descriptor(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    return util::Descriptor(
+        ::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
 }
 
 }  // namespace kelp::host

@@ -5,8 +5,8 @@
 
 namespace kelp::host {
 
-/// The socket that callers of the operator's interface connect to. A Unix socket has mode 0600, replaces one
-/// that a dead host left, and is removed at the end.
+/// The socket that callers of the operator's interface connect to. A Unix socket has mode 0600,
+/// replaces one that a dead host left, and is removed at the end.
 class ListeningSocket {
   public:
     /// Throws std::runtime_error with one sentence.

@@ -20,7 +20,8 @@ StateClaim::StateClaim(const std::filesystem::path& folder) {
         return;
     if (errno == EWOULDBLOCK)
         throw std::runtime_error("another kelpd runs with the state directory " + folder.string());
-    throw std::runtime_error("cannot lock " + file.string() + ": " + std::generic_category().message(errno));
+    throw std::runtime_error("cannot lock " + file.string() + ": " +
+                             std::generic_category().message(errno));
 }
 
 }  // namespace kelp::host

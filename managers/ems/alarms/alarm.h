@@ -12,10 +12,10 @@
 
 namespace kelp::ems {
 
-/// An alarm as whoever found it tells of it: the fields of TMF 814 NT_ALARM by their names, without those
-/// that the EMS gives itself (notificationId, emsTime). One of severity PS_CLEARED says that the alarm of the
-/// same objectName, layerRate, probableCause and probableCauseQualifier is over. Holds no Any, so it needs no
-/// ORB.
+/// An alarm as whoever found it tells of it: the fields of TMF 814 NT_ALARM by their names, without
+/// those that the EMS gives itself (notificationId, emsTime). One of severity PS_CLEARED says that
+/// the alarm of the same objectName, layerRate, probableCause and probableCauseQualifier is over.
+/// Holds no Any, so it needs no ORB.
 struct Alarm {
     using Value = std::variant<bool, std::int32_t, double, std::string>;
 

@@ -49,7 +49,8 @@ class Fields {
     CORBA::ULong used_ = 0;
 };
 
-notifications::NVList_T attributesOf(const std::vector<std::pair<std::string, Alarm::Value>>& values) {
+notifications::NVList_T attributesOf(
+    const std::vector<std::pair<std::string, Alarm::Value>>& values) {
     notifications::NVList_T list;
     list.length(static_cast<CORBA::ULong>(values.size()));
     for (CORBA::ULong i = 0; i < list.length(); ++i) {

@@ -63,13 +63,16 @@ const std::map<std::string, Setter> kSetters = {
     {"nativeEMSName", [](Alarm& a, const Json& v) { a.nativeEMSName = readText(v); }},
     {"nativeProbableCause", [](Alarm& a, const Json& v) { a.nativeProbableCause = readText(v); }},
     {"objectType",
-     [](Alarm& a, const Json& v) { a.objectType = readEnum<notifications::ObjectType_T>(v, kObjectTypes); }},
+     [](Alarm& a, const Json& v) {
+         a.objectType = readEnum<notifications::ObjectType_T>(v, kObjectTypes);
+     }},
     {"objectTypeQualifier", [](Alarm& a, const Json& v) { a.objectTypeQualifier = readText(v); }},
     {"neTime", [](Alarm& a, const Json& v) { a.neTime = readTime(v); }},
     {"isClearable", [](Alarm& a, const Json& v) { a.isClearable = readFlag(v); }},
     {"layerRate", [](Alarm& a, const Json& v) { a.layerRate = readLayerRate(v); }},
     {"probableCause", [](Alarm& a, const Json& v) { a.probableCause = readText(v); }},
-    {"probableCauseQualifier", [](Alarm& a, const Json& v) { a.probableCauseQualifier = readText(v); }},
+    {"probableCauseQualifier",
+     [](Alarm& a, const Json& v) { a.probableCauseQualifier = readText(v); }},
     {"perceivedSeverity",
      [](Alarm& a, const Json& v) {
          a.perceivedSeverity = readEnum<notifications::PerceivedSeverity_T>(v, kSeverities);
@@ -86,17 +89,20 @@ const std::map<std::string, Setter> kSetters = {
     {"X.733::BackedUpStatus",
      [](Alarm& a, const Json& v) { a.backedUpStatus = readChoice(v, kBackedUpStatuses); }},
     {"X.733::BackUpObject", [](Alarm& a, const Json& v) { a.backUpObject = readPairs(v); }},
-    {"X.733::TrendIndication", [](Alarm& a, const Json& v) { a.trendIndication = readChoice(v, kTrends); }},
+    {"X.733::TrendIndication",
+     [](Alarm& a, const Json& v) { a.trendIndication = readChoice(v, kTrends); }},
     {"X.733::CorrelatedNotifications",
      [](Alarm& a, const Json& v) { a.correlatedNotifications = readCorrelated(v); }},
     {"X.733::MonitoredAttributes",
      [](Alarm& a, const Json& v) { a.monitoredAttributes = readAttributes(v); }},
-    {"X.733::ProposedRepairActions", [](Alarm& a, const Json& v) { a.proposedRepairActions = readNames(v); }},
+    {"X.733::ProposedRepairActions",
+     [](Alarm& a, const Json& v) { a.proposedRepairActions = readNames(v); }},
     {"X.733::AdditionalInfo", [](Alarm& a, const Json& v) { a.x733AdditionalInfo = readNames(v); }},
     {"rcaiIndicator", [](Alarm& a, const Json& v) { a.rcaiIndicator = readFlag(v); }},
     {"acknowledgeIndication",
      [](Alarm& a, const Json& v) {
-         a.acknowledgeIndication = readEnum<notifications::AcknowledgeIndication_T>(v, kAcknowledgements);
+         a.acknowledgeIndication =
+             readEnum<notifications::AcknowledgeIndication_T>(v, kAcknowledgements);
      }},
 };
 
@@ -141,7 +147,8 @@ Alarm readAlarm(const Json& json) {
     for (const auto& [key, value] : json.items()) {
         const auto setter = kSetters.find(key);
         if (setter == kSetters.end())
-            throw RequestError("\"" + util::escaped(key, 100) + "\" is no field that an alarm can be given");
+            throw RequestError("\"" + util::escaped(key, 100) +
+                               "\" is no field that an alarm can be given");
         try {
             setter->second(alarm, value);
         } catch (const WrongValue& wrong) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/admin/registry.h>
-
 #include <mtnm/globaldefs.h>
 #include <mtnm/notifications.h>
 
@@ -24,7 +23,8 @@ std::string readText(const admin::Json& value);
 std::string readChoice(const admin::Json& value, const std::vector<std::string>& choices);
 bool readFlag(const admin::Json& value);
 std::int16_t readLayerRate(const admin::Json& value);
-/// A time in a layout that the interface takes, said in the one that it gives; an empty text stays so.
+/// A time in a layout that the interface takes, said in the one that it gives; an empty text stays
+/// so.
 std::string readTime(const admin::Json& value);
 globaldefs::NVSList_T readPairs(const admin::Json& value);
 globaldefs::NamingAttributesList_T readNames(const admin::Json& value);

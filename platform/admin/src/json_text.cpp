@@ -14,8 +14,8 @@ constexpr int kDepthMax = 32;
 /// Members of one object are looked for one after the other.
 constexpr std::size_t kMembersMax = 1000;
 
-/// Sees every array and object of a text as it is read, and stops keeping what is read at the first mistake.
-/// The parser itself takes any depth, and the last one of two equal keys.
+/// Sees every array and object of a text as it is read, and stops keeping what is read at the first
+/// mistake. The parser itself takes any depth, and the last one of two equal keys.
 class Watch {
   public:
     bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {

@@ -2,13 +2,13 @@
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
-#include "json_text.h"
-
 #include <algorithm>
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <utility>
+
+#include "json_text.h"
 
 namespace kelp::admin {
 
@@ -58,7 +58,8 @@ struct Registry::State {
     }
 };
 
-RequestError::RequestError(const std::string& why, int status) : std::runtime_error(why), status_(status) {}
+RequestError::RequestError(const std::string& why, int status)
+    : std::runtime_error(why), status_(status) {}
 RequestError::~RequestError() = default;
 
 Registry::Registry() : state_(std::make_shared<State>()) {}
@@ -77,7 +78,8 @@ Registration Registry::enter(const std::string& method, const std::string& path,
     return Registration(state_, method, path);
 }
 
-Answer Registry::answer(const std::string& method, const std::string& path, const std::string& body) {
+Answer Registry::answer(const std::string& method, const std::string& path,
+                        const std::string& body) {
     const std::string what = method + " " + util::escaped(path, 200);
     std::unique_lock lock(state_->mutex);
     const auto found = state_->entries.find({path, method});
@@ -92,7 +94,8 @@ Answer Registry::answer(const std::string& method, const std::string& path, cons
     return answer;
 }
 
-Registration::Registration(std::shared_ptr<Registry::State> registry, std::string method, std::string path)
+Registration::Registration(std::shared_ptr<Registry::State> registry, std::string method,
+                           std::string path)
     : registry_(std::move(registry)), method_(std::move(method)), path_(std::move(path)) {}
 
 Registration& Registration::operator=(Registration&& other) noexcept {

@@ -16,7 +16,8 @@ void endTaskMgr(std::unique_ptr<KelpTaskMgr> taskMgr) {
     try {
         taskMgr->Exit();
     } catch (...) {
-        kelp::util::traceFrom("kelpappmgr", name + " threw at its end: " + kelp::util::currentExceptionText(),
+        kelp::util::traceFrom("kelpappmgr",
+                              name + " threw at its end: " + kelp::util::currentExceptionText(),
                               kelp::util::TraceKind::Exception);
     }
 }
@@ -30,8 +31,9 @@ struct KelpAppMgr::State {
     std::vector<std::unique_ptr<KelpTaskMgr>> taskMgrs;  ///< guarded by mutex; oldest first
 
     std::vector<std::unique_ptr<KelpTaskMgr>>::iterator find(int type) {
-        return std::find_if(taskMgrs.begin(), taskMgrs.end(),
-                            [&](const std::unique_ptr<KelpTaskMgr>& each) { return each->Type() == type; });
+        return std::find_if(
+            taskMgrs.begin(), taskMgrs.end(),
+            [&](const std::unique_ptr<KelpTaskMgr>& each) { return each->Type() == type; });
     }
     std::unique_ptr<KelpTaskMgr> take(std::vector<std::unique_ptr<KelpTaskMgr>>::iterator at) {
         std::unique_ptr<KelpTaskMgr> taken = std::move(*at);

@@ -1,9 +1,8 @@
+#include <ace/Thread_Manager.h>
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/util/stopping.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
-
-#include <ace/Thread_Manager.h>
 #include <pthread.h>
 #include <signal.h>
 
@@ -60,7 +59,8 @@ ACE_THR_FUNC_RETURN KelpGnlTaskMgr::State::threadBody(void* argument) {
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, nullptr);
-    const std::unique_ptr<std::shared_ptr<State>> state(static_cast<std::shared_ptr<State>*>(argument));
+    const std::unique_ptr<std::shared_ptr<State>> state(
+        static_cast<std::shared_ptr<State>*>(argument));
     workerOf = state->get();
     (*state)->serve();
     return nullptr;
@@ -70,8 +70,9 @@ bool KelpGnlTaskMgr::State::spawnWorker() {
     // The thread shares in the ownership: work may end its own task manager.
     auto argument = std::make_unique<std::shared_ptr<State>>(shared_from_this());
     const std::lock_guard guard(mutex);
-    const int spawned = threads->spawn(&State::threadBody, argument.get(), THR_NEW_LWP | THR_JOINABLE,
-                                       nullptr, nullptr, ACE_DEFAULT_THREAD_PRIORITY, group);
+    const int spawned =
+        threads->spawn(&State::threadBody, argument.get(), THR_NEW_LWP | THR_JOINABLE, nullptr,
+                       nullptr, ACE_DEFAULT_THREAD_PRIORITY, group);
     if (spawned == -1)
         return false;
     static_cast<void>(argument.release());
@@ -102,10 +103,10 @@ void KelpGnlTaskMgr::State::run(const Work& work) const {
     try {
         work();
     } catch (...) {
-        kelp::util::traceFrom(
-            "kelpgnltaskmgr",
-            "work of task manager " + std::to_string(type) + " threw: " + kelp::util::currentExceptionText(),
-            kelp::util::TraceKind::Exception);
+        kelp::util::traceFrom("kelpgnltaskmgr",
+                              "work of task manager " + std::to_string(type) +
+                                  " threw: " + kelp::util::currentExceptionText(),
+                              kelp::util::TraceKind::Exception);
     }
 }
 
@@ -120,7 +121,8 @@ void KelpGnlTaskMgr::State::end() {
     }
     if (!unfinished.empty()) {
         kelp::util::traceFrom("kelpgnltaskmgr", "task manager " + std::to_string(type) + " drops " +
-                                                    std::to_string(unfinished.size()) + " tasks at its end");
+                                                    std::to_string(unfinished.size()) +
+                                                    " tasks at its end");
     }
     unfinished.clear();
     if (workerOf == this)
@@ -130,8 +132,10 @@ void KelpGnlTaskMgr::State::end() {
         std::unique_lock lock(mutex);
         if (isLeftRunning)
             return;
-        if (!kelp::util::waitUnlessStopping(changed, lock, [this] { return workersRunning == 0; })) {
-            // the workers share in the ownership of this state, so they may go on for as long as they like
+        if (!kelp::util::waitUnlessStopping(changed, lock,
+                                            [this] { return workersRunning == 0; })) {
+            // the workers share in the ownership of this state, so they may go on for as long as
+            // they like
             isLeftRunning = true;
             kelp::util::leaveRunning("work of task manager " + std::to_string(type));
             return;

@@ -1,10 +1,9 @@
 #include "bundle.h"
 
+#include <dlfcn.h>
 #include <kelp/bundlemgr/service_object.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
-
-#include <dlfcn.h>
 
 #include <memory>
 #include <optional>
@@ -55,8 +54,8 @@ bool Bundle::open(std::string& whyNot) {
     // All symbols now: a missing one shall stop the host here, not a request later.
     if (dll_.open(file_.c_str(), RTLD_NOW) != 0) {
         const char* const reason = dll_.error();
-        whyNot =
-            "bundle " + service_ + " cannot be loaded: " + (reason != nullptr ? reason : "unknown reason");
+        whyNot = "bundle " + service_ +
+                 " cannot be loaded: " + (reason != nullptr ? reason : "unknown reason");
         return false;
     }
     return true;
@@ -77,7 +76,8 @@ bool Bundle::make(std::string& whyNot) {
     object_ = dynamic_cast<ServiceObjectBase*>(made_);
     if (object_ == nullptr) {
         whyNot = "bundle " + service_ + ": " + symbol +
-                 (made_ == nullptr ? " made no service object" : " made no NS_BUNDLEMGR1::ServiceObjectBase");
+                 (made_ == nullptr ? " made no service object"
+                                   : " made no NS_BUNDLEMGR1::ServiceObjectBase");
         return false;
     }
     return true;

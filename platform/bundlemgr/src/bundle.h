@@ -19,8 +19,8 @@ class Bundle {
     Bundle(const Bundle&) = delete;
     Bundle& operator=(const Bundle&) = delete;
 
-    /// Loads the shared object, makes its service object and calls `init`. False, with one sentence, when a
-    /// step fails; stop() then undoes the steps before it.
+    /// Loads the shared object, makes its service object and calls `init`. False, with one
+    /// sentence, when a step fails; stop() then undoes the steps before it.
     bool start(std::string& whyNot);
     /// `Shutdown` after an `init` that returned 0, `fini`, the deleter.
     void stop();

@@ -1,21 +1,21 @@
+#include <ace/DLL_Manager.h>
+#include <ace/Init_ACE.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/service_object.h>
 #include <kelp/util/stopping.h>
 #include <kelp/util/trace_log.h>
 
-#include "bundle.h"
-
-#include <ace/DLL_Manager.h>
-#include <ace/Init_ACE.h>
-
 #include <set>
 #include <utility>
+
+#include "bundle.h"
 
 namespace NS_BUNDLEMGR1 {
 
 struct BundleMgr::State {
     std::recursive_mutex global;
-    std::mutex control;  ///< one Start or Stop at a time; taken before `mutex`, held while bundles are called
+    std::mutex control;  ///< one Start or Stop at a time; taken before `mutex`, held while bundles
+                         ///< are called
     mutable std::mutex mutex;
     std::vector<std::unique_ptr<Bundle>> started;  ///< guarded by mutex; in order of the start
     std::set<std::string> kept;                    ///< guarded by mutex
@@ -56,15 +56,16 @@ struct BundleMgr::State {
 
 BundleMgr::BundleMgr() : state_(std::make_unique<State>()) {
     ACE::init();
-    // The policy that a library may ask for is looked up among all that it links to, where ACE's own says:
-    // never unload. A bundle's static objects must begin anew when it is loaded again.
+    // The policy that a library may ask for is looked up among all that it links to, where ACE's
+    // own says: never unload. A bundle's static objects must begin anew when it is loaded again.
     ACE_DLL_Manager::instance()->unload_policy(ACE_DLL_UNLOAD_POLICY_PER_PROCESS);
 }
 
 BundleMgr::~BundleMgr() = default;
 
 BundleMgr* BundleMgr::Instance() {
-    // Never destroyed: bundles that nobody stopped must not be unloaded under their own threads at exit.
+    // Never destroyed: bundles that nobody stopped must not be unloaded under their own threads at
+    // exit.
     static BundleMgr* const instance = new BundleMgr;
     return instance;
 }
@@ -73,8 +74,8 @@ std::recursive_mutex& BundleMgr::GlobalMutex() {
     return state_->global;
 }
 
-bool BundleMgr::Start(const std::filesystem::path& directory, const std::vector<std::string>& services,
-                      std::string& whyNot) {
+bool BundleMgr::Start(const std::filesystem::path& directory,
+                      const std::vector<std::string>& services, std::string& whyNot) {
     const std::lock_guard control(state_->control);
     {
         const std::lock_guard guard(state_->mutex);

@@ -3,11 +3,6 @@
 #include <kelp/util/host_name.h>
 #include <kelp/util/naming_path.h>
 #include <kelp/util/trace_log.h>
-
-#include "config_document.h"
-#include "config_naming.h"
-#include "network_text.h"
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +12,10 @@
 #include <optional>
 #include <set>
 #include <system_error>
+
+#include "config_document.h"
+#include "config_naming.h"
+#include "network_text.h"
 
 namespace NS_BUNDLEMGR1 {
 
@@ -52,17 +51,18 @@ void checkEmsName(ConfigDocument& document) {
     const bool hasBothParts = slash != std::string::npos && slash > 0 && slash + 1 < name.size() &&
                               name.find('/', slash + 1) == std::string::npos;
     if (!hasBothParts)
-        document.addProblem("ems.name",
-                            "must have the form CompanyName/EMSName (TMF 814 SD1-43), but is " + shown(name));
+        document.addProblem(
+            "ems.name",
+            "must have the form CompanyName/EMSName (TMF 814 SD1-43), but is " + shown(name));
 }
 
 void checkEmsVersion(ConfigDocument& document) {
     const std::string& version = textOf(document, "ems.version");
     const auto isDigit = [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; };
-    const bool hasForm =
-        !version.empty() && isDigit(version.front()) && isDigit(version.back()) &&
-        std::all_of(version.begin(), version.end(), [&](char c) { return isDigit(c) || c == '.'; }) &&
-        version.find("..") == std::string::npos;
+    const bool hasForm = !version.empty() && isDigit(version.front()) && isDigit(version.back()) &&
+                         std::all_of(version.begin(), version.end(),
+                                     [&](char c) { return isDigit(c) || c == '.'; }) &&
+                         version.find("..") == std::string::npos;
     if (!hasForm)
         document.addProblem("ems.version",
                             "must be numbers with dots between, as 3.5, but is " + shown(version));
@@ -74,10 +74,10 @@ void checkListen(ConfigDocument& document, const std::string& key) {
     if (!address) {
         document.addProblem(key, "must be host:port or [ipv6]:port, but is " + shown(listen));
     } else if (isWildcardHost(address->host) && textOf(document, "orb.publish").empty()) {
-        document.addProblem(key,
-                            shown(listen) +
-                                " is a wildcard address, which no client can call: set orb.publish to the "
-                                "address that clients use");
+        document.addProblem(
+            key, shown(listen) +
+                     " is a wildcard address, which no client can call: set orb.publish to the "
+                     "address that clients use");
     }
 }
 
@@ -87,16 +87,18 @@ void checkPublish(ConfigDocument& document) {
         return;
     const std::optional<HostAndPort> address = parseHostAndPort(publish);
     const std::string host = address ? address->host : publish;
-    if (isWildcardHost(host) || !isPrintable(host) || host.find_first_of("[]/") != std::string::npos)
-        document.addProblem("orb.publish",
-                            "must be a host or host:port that clients can call, but is " + shown(publish));
+    if (isWildcardHost(host) || !isPrintable(host) ||
+        host.find_first_of("[]/") != std::string::npos)
+        document.addProblem(
+            "orb.publish",
+            "must be a host or host:port that clients can call, but is " + shown(publish));
 }
 
 void checkReadable(ConfigDocument& document, const std::string& key) {
     const std::string& file = textOf(document, key);
     if (::access(file.c_str(), R_OK) != 0) {
-        document.addProblem(
-            key, "the file " + shown(file) + " cannot be read: " + std::generic_category().message(errno));
+        document.addProblem(key, "the file " + shown(file) +
+                                     " cannot be read: " + std::generic_category().message(errno));
     }
 }
 
@@ -106,7 +108,8 @@ void checkTls(ConfigDocument& document) {
     checkListen(document, "tls.listen");
     for (const std::string key : {"tls.ca", "tls.certificate"}) {
         if (textOf(document, key).empty())
-            document.addProblem(key, "is missing: tls.mode is not 0, which needs tls.ca and tls.certificate");
+            document.addProblem(
+                key, "is missing: tls.mode is not 0, which needs tls.ca and tls.certificate");
         else
             checkReadable(document, key);
     }
@@ -119,22 +122,26 @@ void checkTls(ConfigDocument& document) {
 void checkNaming(ConfigDocument& document) {
     const std::string& host = textOf(document, "naming.host");
     if (isWildcardHost(host) || !isPrintable(host)) {
-        document.addProblem("naming.host", "must be a host that can be called, but is " + shown(host));
-    } else if (flagOf(document, "naming.embedded") && !mayBeOwnHost(host)) {
         document.addProblem("naming.host",
-                            shown(host) +
-                                " is no address of this machine, where the embedded naming service runs: set "
-                                "naming.embedded = false to use the naming service there");
+                            "must be a host that can be called, but is " + shown(host));
+    } else if (flagOf(document, "naming.embedded") && !mayBeOwnHost(host)) {
+        document.addProblem(
+            "naming.host",
+            shown(host) +
+                " is no address of this machine, where the embedded naming service runs: set "
+                "naming.embedded = false to use the naming service there");
     }
     if (integerOf(document, "tls.mode") != 0 && integerOf(document, "naming.ssl_port") == 0)
         document.addProblem(
             "naming.ssl_port",
             "must name a port: the naming service is reached over TLS, since tls.mode is not 0");
-    for (const std::string& problem : problemsOfAliases(
-             textsOf(document, "naming.aliases"),
-             kelp::util::factoryPath(textOf(document, "ems.name"), textOf(document, "ems.version"))))
+    for (const std::string& problem :
+         problemsOfAliases(textsOf(document, "naming.aliases"),
+                           kelp::util::factoryPath(textOf(document, "ems.name"),
+                                                   textOf(document, "ems.version"))))
         document.addProblem("naming.aliases", problem);
-    if (const std::string problem = problemOfIorFile(textOf(document, "naming.ior_file")); !problem.empty())
+    if (const std::string problem = problemOfIorFile(textOf(document, "naming.ior_file"));
+        !problem.empty())
         document.addProblem("naming.ior_file", problem);
 }
 
@@ -143,26 +150,30 @@ void checkNotification(ConfigDocument& document) {
         if (!isNetwork(entry))
             document.addProblem(
                 "notification.suppliers",
-                shown(entry) + " is no network: write an IPv4 or IPv6 address, or address/prefix length");
+                shown(entry) +
+                    " is no network: write an IPv4 or IPv6 address, or address/prefix length");
     }
     if (textOf(document, "notification.mode") != "external")
         return;
     const std::string& host = textOf(document, "notification.host");
     if (isWildcardHost(host) || !isPrintable(host))
-        document.addProblem("notification.host", "must be a host that can be called, but is " + shown(host));
+        document.addProblem("notification.host",
+                            "must be a host that can be called, but is " + shown(host));
     if (integerOf(document, "tls.mode") != 0 && integerOf(document, "notification.ssl_port") == 0)
-        document.addProblem("notification.ssl_port",
-                            "must name a port: an external notification service is reached over TLS, since "
-                            "tls.mode is not 0");
+        document.addProblem(
+            "notification.ssl_port",
+            "must name a port: an external notification service is reached over TLS, since "
+            "tls.mode is not 0");
 }
 
 void checkAllowedNetworks(ConfigDocument& document) {
     for (const std::string& entry : textsOf(document, "access.allowed_oss")) {
         if (!isNetwork(entry) && !kelp::util::isHostName(entry))
-            document.addProblem("access.allowed_oss",
-                                shown(entry) +
-                                    " is no network: write an IPv4 or IPv6 address, or address/prefix length "
-                                    "(or, for references only, a host name)");
+            document.addProblem(
+                "access.allowed_oss",
+                shown(entry) +
+                    " is no network: write an IPv4 or IPv6 address, or address/prefix length "
+                    "(or, for references only, a host name)");
     }
 }
 
@@ -182,21 +193,24 @@ void checkAdmin(ConfigDocument& document) {
         document.addProblem("admin.listen",
                             "must be empty, host:port or [ipv6]:port, but is " + shown(listen));
     else if (!isLoopbackAddress(address->host))
-        document.addProblem("admin.listen",
-                            shown(listen) +
-                                " is no address of the loopback interface, such as 127.0.0.1:4880: the "
-                                "operator's interface is for this machine only");
+        document.addProblem(
+            "admin.listen",
+            shown(listen) +
+                " is no address of the loopback interface, such as 127.0.0.1:4880: the "
+                "operator's interface is for this machine only");
 }
 
 void checkBundles(ConfigDocument& document) {
     std::set<std::string> seen;
     for (const std::string& bundle : textsOf(document, "bundles.load")) {
-        const bool isName = !bundle.empty() && std::all_of(bundle.begin(), bundle.end(), [](char c) {
-            return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
-        });
+        const bool isName =
+            !bundle.empty() && std::all_of(bundle.begin(), bundle.end(), [](char c) {
+                return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+            });
         if (!isName)
-            document.addProblem("bundles.load",
-                                shown(bundle) + " is no bundle name: letters, digits and underscores");
+            document.addProblem(
+                "bundles.load",
+                shown(bundle) + " is no bundle name: letters, digits and underscores");
         else if (!seen.insert(bundle).second)
             document.addProblem("bundles.load", shown(bundle) + " stands there twice");
     }

@@ -2,13 +2,13 @@
 
 #include <kelp/util/trace_log.h>
 
-#include "config_checks.h"
-#include "name_suggestion.h"
-#include "toml_text.h"
-
 #include <algorithm>
 #include <limits>
 #include <optional>
+
+#include "config_checks.h"
+#include "name_suggestion.h"
+#include "toml_text.h"
 
 namespace NS_BUNDLEMGR1 {
 
@@ -42,7 +42,8 @@ bool hasZero(const std::string& text) {
 constexpr const char* kTextWithZero = "one with a zero character in it";
 
 /// The node as a value of the key; none, with what it is instead, when it does not fit.
-std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node, std::string& instead) {
+std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node,
+                                   std::string& instead) {
     instead = typeText(node);
     if (std::holds_alternative<std::int64_t>(key.standard)) {
         const std::optional<std::int64_t> number = node.value_exact<std::int64_t>();
@@ -79,7 +80,8 @@ std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node,
             return std::nullopt;
         }
         if (!text || !isChoice(key, *text)) {
-            instead = "a list with " + (text ? "\"" + kelp::util::escaped(*text) + "\"" : typeText(element)) +
+            instead = "a list with " +
+                      (text ? "\"" + kelp::util::escaped(*text) + "\"" : typeText(element)) +
                       " in it";
             return std::nullopt;
         }
@@ -127,7 +129,8 @@ std::string unknownTableText(const std::string& name, const toml::node& node) {
     return "is no table" + (nearest.empty() ? std::string() : "; did you mean [" + nearest + "]?");
 }
 
-void readAgentOption(ConfigDocument& document, const ConfigKey& key, const toml::node& node, int line) {
+void readAgentOption(ConfigDocument& document, const ConfigKey& key, const toml::node& node,
+                     int line) {
     AgentOption option;
     option.line = line;
     if (const std::optional<std::int64_t> number = node.value_exact<std::int64_t>())
@@ -149,8 +152,9 @@ void readTable(ConfigDocument& document, const std::string& tableName, const tom
         const std::string full = tableName + "." + std::string(name.str());
         const ConfigKey* const key = findConfigKey(full);
         if (key == nullptr) {
-            document.problems.push_back(ConfigProblem{document.name, line, shownName(full),
-                                                      unknownKeyText(tableName, std::string(name.str()))});
+            document.problems.push_back(
+                ConfigProblem{document.name, line, shownName(full),
+                              unknownKeyText(tableName, std::string(name.str()))});
             continue;
         }
         document.lines[full] = line;
@@ -162,8 +166,8 @@ void readTable(ConfigDocument& document, const std::string& tableName, const tom
         if (std::optional<ConfigValue> value = valueOf(*key, node, instead)) {
             document.values[full] = std::move(*value);
         } else {
-            document.problems.push_back(
-                ConfigProblem{document.name, line, full, expectedText(*key) + ", but is " + instead});
+            document.problems.push_back(ConfigProblem{document.name, line, full,
+                                                      expectedText(*key) + ", but is " + instead});
         }
     }
 }
@@ -220,13 +224,14 @@ ConfigDocument readDocumentText(const std::string& toml, const std::string& name
         }
     }
     checkTogether(document);
-    std::stable_sort(document.problems.begin(), document.problems.end(),
-                     [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
+    std::stable_sort(
+        document.problems.begin(), document.problems.end(),
+        [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
     return document;
 }
 
-ConfigProblem agentProblem(const ConfigDocument& document, const std::string& key, const AgentOption& option,
-                           bool asInteger) {
+ConfigProblem agentProblem(const ConfigDocument& document, const std::string& key,
+                           const AgentOption& option, bool asInteger) {
     ConfigProblem problem{document.name, option.line, "agent." + key, ""};
     const std::string expected = asInteger ? "must be an integer of 32 bits" : "must be a text";
     if (const auto* const other = std::get_if<AgentOption::OtherType>(&option.value)) {

@@ -19,8 +19,8 @@ struct AgentOption {
     int line = 0;
 };
 
-/// One configuration file, read: a value for every key of the schema outside [agent], and what is wrong with
-/// it.
+/// One configuration file, read: a value for every key of the schema outside [agent], and what is
+/// wrong with it.
 struct ConfigDocument {
     std::string name;                           ///< the file's
     std::map<std::string, ConfigValue> values;  ///< by "table.key"
@@ -38,8 +38,9 @@ ConfigDocument defaultDocument();
 ConfigDocument readDocument(const std::filesystem::path& file);
 ConfigDocument readDocumentText(const std::string& toml, const std::string& name);
 
-/// What is wrong with an agent's option when it is read as a type; empty `what` when it is readable.
-ConfigProblem agentProblem(const ConfigDocument& document, const std::string& key, const AgentOption& option,
-                           bool asInteger);
+/// What is wrong with an agent's option when it is read as a type; empty `what` when it is
+/// readable.
+ConfigProblem agentProblem(const ConfigDocument& document, const std::string& key,
+                           const AgentOption& option, bool asInteger);
 
 }  // namespace NS_BUNDLEMGR1

@@ -67,7 +67,8 @@ std::vector<std::string> problemsOfAliases(const std::vector<std::string>& alias
         return {"must have at most " + std::to_string(kAliasesMax) + " paths, but has " +
                 std::to_string(aliases.size())};
     std::vector<std::string> problems;
-    std::vector<FactoryPath> paths = {{standard, "the standard path " + shownText(toText(standard))}};
+    std::vector<FactoryPath> paths = {
+        {standard, "the standard path " + shownText(toText(standard))}};
     for (const std::string& alias : aliases) {
         FactoryPath read;
         std::string problem = problemOfAlias(alias, read);
@@ -90,7 +91,8 @@ std::string problemOfIorFile(const std::string& file) {
     if (path.has_filename() && std::filesystem::is_directory(folder, ignored) &&
         !std::filesystem::is_directory(path, ignored))
         return {};
-    return shownText(file) + " cannot be a file: its folder must be there, and no folder may have its name";
+    return shownText(file) +
+           " cannot be a file: its folder must be there, and no folder may have its name";
 }
 
 }  // namespace NS_BUNDLEMGR1

@@ -1,20 +1,21 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/util/trace_log.h>
 
-#include "config_document.h"
-
 #include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
 
+#include "config_document.h"
+
 namespace NS_BUNDLEMGR1 {
 
 struct ConfigStore::State {
     std::mutex control;  ///< one load, reload or reset at a time; taken before `mutex`
     mutable std::mutex mutex;
-    std::shared_ptr<const ConfigDocument> document = std::make_shared<ConfigDocument>(defaultDocument());
+    std::shared_ptr<const ConfigDocument> document =
+        std::make_shared<ConfigDocument>(defaultDocument());
     std::filesystem::path file;
     std::atomic<std::uint64_t> generation{1};  ///< changes after the document has
 
@@ -49,9 +50,11 @@ bool staysUntilRestart(const ConfigKey& key, const ConfigDocument& running) {
     if (key.isAgentOption())
         return false;
     const std::string name = key.name();
-    const bool isNamingAddress = name == "naming.host" || name == "naming.port" || name == "naming.ssl_port";
+    const bool isNamingAddress =
+        name == "naming.host" || name == "naming.port" || name == "naming.ssl_port";
     // The embedded naming service stays where it was started.
-    return key.needsRestart || (isNamingAddress && std::get<bool>(running.values.at("naming.embedded")));
+    return key.needsRestart ||
+           (isNamingAddress && std::get<bool>(running.values.at("naming.embedded")));
 }
 
 std::string optionText(const ConfigDocument& document, const std::string& key) {
@@ -65,13 +68,15 @@ std::string optionText(const ConfigDocument& document, const std::string& key) {
     return std::get<AgentOption::OtherType>(found->second.value).text;
 }
 
-std::vector<ConfigChange> changesBetween(const ConfigDocument& before, const ConfigDocument& after) {
+std::vector<ConfigChange> changesBetween(const ConfigDocument& before,
+                                         const ConfigDocument& after) {
     std::vector<ConfigChange> changes;
     for (const ConfigKey& key : configKeys()) {
         const bool isOption = key.isAgentOption();
-        ConfigChange change{key.name(),
-                            isOption ? optionText(before, key.key) : tomlValue(before.values.at(key.name())),
-                            isOption ? optionText(after, key.key) : tomlValue(after.values.at(key.name()))};
+        ConfigChange change{
+            key.name(),
+            isOption ? optionText(before, key.key) : tomlValue(before.values.at(key.name())),
+            isOption ? optionText(after, key.key) : tomlValue(after.values.at(key.name()))};
         if (change.before != change.after)
             changes.push_back(std::move(change));
     }
@@ -95,7 +100,8 @@ std::optional<Value> agentValue(const ConfigDocument& document, const std::strin
     const auto found = document.agent.find(key);
     if (found == document.agent.end())
         return std::nullopt;
-    ConfigProblem wrong = agentProblem(document, key, found->second, std::is_same_v<Value, std::int64_t>);
+    ConfigProblem wrong =
+        agentProblem(document, key, found->second, std::is_same_v<Value, std::int64_t>);
     if (wrong.what.empty())
         return std::get<Value>(found->second.value);
     if (problem != nullptr)
@@ -165,8 +171,9 @@ std::vector<ConfigProblem> ConfigStore::check(const std::filesystem::path& file)
     const ConfigDocument read = readDocument(file);
     std::vector<ConfigProblem> all = read.problems;
     all.insert(all.end(), read.agentProblems.begin(), read.agentProblems.end());
-    std::stable_sort(all.begin(), all.end(),
-                     [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
+    std::stable_sort(all.begin(), all.end(), [](const ConfigProblem& a, const ConfigProblem& b) {
+        return a.line < b.line;
+    });
     return all;
 }
 
@@ -186,11 +193,13 @@ std::vector<std::string> ConfigStore::texts(const std::string& key) const {
     return valueFor<std::vector<std::string>>(*state_->current(), key);
 }
 
-std::optional<std::int64_t> ConfigStore::agentInteger(const std::string& key, ConfigProblem* problem) const {
+std::optional<std::int64_t> ConfigStore::agentInteger(const std::string& key,
+                                                      ConfigProblem* problem) const {
     return agentValue<std::int64_t>(*state_->current(), key, problem);
 }
 
-std::optional<std::string> ConfigStore::agentText(const std::string& key, ConfigProblem* problem) const {
+std::optional<std::string> ConfigStore::agentText(const std::string& key,
+                                                  ConfigProblem* problem) const {
     return agentValue<std::string>(*state_->current(), key, problem);
 }
 

@@ -41,7 +41,8 @@ std::string factsText(const ConfigKey& key) {
         return {};
     std::string facts;
     if (std::holds_alternative<std::int64_t>(key.standard))
-        facts += " Range " + std::to_string(key.minimum) + " to " + std::to_string(key.maximum) + ".";
+        facts +=
+            " Range " + std::to_string(key.minimum) + " to " + std::to_string(key.maximum) + ".";
     if (key.needsRestart)
         facts += " A change needs a restart.";
     return facts;
@@ -71,8 +72,10 @@ std::string tomlValue(const ConfigValue& value) {
 
 std::string configTemplate() {
     std::string text = comment(
-        "Configuration of kelpd. Every key is here with its default; a key that is left out has it too. "
-        "kelpd --check-config names what is wrong with a file. On SIGHUP the file is read again as a whole; "
+        "Configuration of kelpd. Every key is here with its default; a key that is left out has it "
+        "too. "
+        "kelpd --check-config names what is wrong with a file. On SIGHUP the file is read again as "
+        "a whole; "
         "a "
         "file with a mistake changes nothing.");
     for (const ConfigTable& table : configTables()) {
@@ -81,7 +84,8 @@ std::string configTemplate() {
             if (key.table != table.name)
                 continue;
             text += comment(key.meaning + factsText(key));
-            text += (key.isAgentOption() ? "# " : "") + key.key + " = " + tomlValue(key.standard) + "\n";
+            text += (key.isAgentOption() ? "# " : "") + key.key + " = " + tomlValue(key.standard) +
+                    "\n";
         }
     }
     return text;

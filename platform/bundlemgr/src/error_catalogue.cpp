@@ -1,7 +1,5 @@
 #include <kelp/bundlemgr/error_catalogue.h>
 
-#include "toml_text.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -9,6 +7,8 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+
+#include "toml_text.h"
 
 namespace NS_BUNDLEMGR1 {
 
@@ -20,7 +20,8 @@ std::optional<unsigned long> parseCode(std::string_view text) {
     if (isHex)
         text.remove_prefix(2);
     std::uint64_t code = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code, isHex ? 16 : 10);
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), code, isHex ? 16 : 10);
     if (error != std::errc() || end != text.data() + text.size() || code == 0 ||
         code > std::numeric_limits<std::uint32_t>::max())
         return std::nullopt;
@@ -39,12 +40,14 @@ std::vector<ConfigProblem> ErrorCatalogue::load(const std::filesystem::path& fil
         return {problem};
 
     std::vector<ConfigProblem> problems;
-    const auto add = [&](const toml::source_region& where, const std::string& key, const std::string& what) {
+    const auto add = [&](const toml::source_region& where, const std::string& key,
+                         const std::string& what) {
         problems.push_back(ConfigProblem{file.string(), lineOf(where), key, what});
     };
     for (const auto& [name, node] : *root) {
         if (name.str() != "errors" || !node.is_table())
-            add(name.source(), std::string(name.str()), "is unknown: the file has one table, [errors]");
+            add(name.source(), std::string(name.str()),
+                "is unknown: the file has one table, [errors]");
     }
     std::map<unsigned long, std::string> texts;
     const toml::table* const errors = (*root)["errors"].as_table();
@@ -63,8 +66,9 @@ std::vector<ConfigProblem> ErrorCatalogue::load(const std::filesystem::path& fil
                 add(name.source(), key, "is there already in another spelling");
         }
     }
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
+    std::stable_sort(
+        problems.begin(), problems.end(),
+        [](const ConfigProblem& a, const ConfigProblem& b) { return a.line < b.line; });
     if (problems.empty())
         texts_ = std::move(texts);
     return problems;

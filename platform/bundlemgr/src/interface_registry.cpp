@@ -35,7 +35,8 @@ ServiceInterface* CheckIFBuf(const std::string& key) {
 
 void RemoveIFBuf(ServiceInterface* serviceInterface) {
     const std::unique_lock lock(registry().mutex);
-    std::erase_if(registry().interfaces, [&](const auto& entry) { return entry.second == serviceInterface; });
+    std::erase_if(registry().interfaces,
+                  [&](const auto& entry) { return entry.second == serviceInterface; });
 }
 
 ServiceInterface* RequireIF(const std::string& key) {

@@ -69,7 +69,8 @@ struct LightEventMgr::State {
     void deliver();
     void deliverOne(std::unique_lock<std::mutex>& lock, const Event& event);
     bool isRegistered(const Registration& registration) const {
-        return std::find(registrations.begin(), registrations.end(), registration) != registrations.end();
+        return std::find(registrations.begin(), registrations.end(), registration) !=
+               registrations.end();
     }
     void raise(Event event);
 };
@@ -136,8 +137,9 @@ void LightEventMgr::State::deliverOne(std::unique_lock<std::mutex>& lock, const 
 
 void LightEventMgr::State::raise(Event event) {
     const std::lock_guard guard(mutex);
-    const bool isWanted = std::any_of(registrations.begin(), registrations.end(),
-                                      [&](const Registration& each) { return each.eventId == event.id; });
+    const bool isWanted =
+        std::any_of(registrations.begin(), registrations.end(),
+                    [&](const Registration& each) { return each.eventId == event.id; });
     if (!isOpen || !isWanted)
         return;
     queue.push_back(std::move(event));
@@ -162,7 +164,8 @@ void LightEventMgr::RegisterHandler(int eventId, LightEventHandler* handler) {
         if (!state_->isRegistered(registration))
             state_->registrations.push_back(registration);
     }
-    // A handler need not start the thread it runs on, and must not wait for a Stop() that waits for it.
+    // A handler need not start the thread it runs on, and must not wait for a Stop() that waits for
+    // it.
     if (state_->isOwnThread())
         return;
     const std::lock_guard control(state_->control);
@@ -182,8 +185,9 @@ void LightEventMgr::DeregisterHandler(int eventId, LightEventHandler* handler) {
     if (state_->threadId == std::this_thread::get_id())
         return;
     const std::uint64_t callsEnded = state_->callsEnded;
-    state_->changed.wait(
-        lock, [&] { return state_->running.handler != handler || state_->callsEnded != callsEnded; });
+    state_->changed.wait(lock, [&] {
+        return state_->running.handler != handler || state_->callsEnded != callsEnded;
+    });
 }
 
 void LightEventMgr::Raise(int eventId, LightEventData data) {

@@ -12,7 +12,8 @@ namespace {
 constexpr std::size_t kNameBytesMax = 64;
 
 bool sameLetter(char a, char b) {
-    return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+    return std::tolower(static_cast<unsigned char>(a)) ==
+           std::tolower(static_cast<unsigned char>(b));
 }
 
 /// Letters to insert, remove or replace to get from one name to the other, regardless of case.

@@ -32,8 +32,8 @@ std::vector<unsigned char> addressBytes(const sockaddr* address) {
     const unsigned char* bytes = nullptr;
     std::size_t count = 0;
     if (address != nullptr && address->sa_family == AF_INET) {
-        bytes =
-            reinterpret_cast<const unsigned char*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr);
+        bytes = reinterpret_cast<const unsigned char*>(
+            &reinterpret_cast<const sockaddr_in*>(address)->sin_addr);
         count = sizeof(in_addr);
     } else if (address != nullptr && address->sa_family == AF_INET6) {
         bytes = reinterpret_cast<const unsigned char*>(
@@ -60,7 +60,8 @@ std::optional<HostAndPort> parseHostAndPort(const std::string& text) {
     const std::size_t colon = text.rfind(':');
     if (colon == std::string::npos)
         return std::nullopt;
-    const std::optional<unsigned> port = parseNumber(std::string_view(text).substr(colon + 1), 65535);
+    const std::optional<unsigned> port =
+        parseNumber(std::string_view(text).substr(colon + 1), 65535);
     if (!port)
         return std::nullopt;
     std::string host = text.substr(0, colon);

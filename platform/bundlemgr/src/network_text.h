@@ -12,7 +12,8 @@ struct HostAndPort {
 };
 std::optional<HostAndPort> parseHostAndPort(const std::string& text);
 
-/// True for a text that stands for all addresses of the machine: "", "*", "0.0.0.0", "::" in any spelling.
+/// True for a text that stands for all addresses of the machine: "", "*", "0.0.0.0", "::" in any
+/// spelling.
 bool isWildcardHost(const std::string& host);
 
 /// True for an address (not a name) of the loopback interface.

@@ -1,5 +1,4 @@
 #include <kelp/bundlemgr/config_store.h>
-
 #include <pwd.h>
 #include <unistd.h>
 
@@ -22,7 +21,8 @@ std::filesystem::path homeDirectory() {
     std::vector<char> buffer(16384);
     passwd entry{};
     passwd* found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
+        found != nullptr)
         return found->pw_dir;
     return "/";
 }

@@ -19,8 +19,9 @@ std::optional<toml::table> parseToml(const std::string& text, const std::string&
     try {
         return toml::parse(text, name);
     } catch (const toml::parse_error& error) {
-        problem = ConfigProblem{name, lineOf(error.source()), "",
-                                "is no valid TOML: " + kelp::util::escaped(std::string(error.description()))};
+        problem = ConfigProblem{
+            name, lineOf(error.source()), "",
+            "is no valid TOML: " + kelp::util::escaped(std::string(error.description()))};
         return std::nullopt;
     }
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/bundlemgr/config_store.h>
-
 #include <toml++/toml.h>
 
 #include <filesystem>

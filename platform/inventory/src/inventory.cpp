@@ -4,9 +4,9 @@
 #include <variant>
 
 #include "database/inventory_state.h"
+#include "database/table.h"
 #include "names/name_index.h"
 #include "rows/row_reader.h"
-#include "database/table.h"
 
 namespace kelp::inventory {
 
@@ -99,23 +99,27 @@ std::optional<EmsAttributes> Inventory::find(const EmsName&) {
 EmsAttributes Inventory::ems() {
     return state_->reading([](auto& lease) {
         std::vector<EmsAttributes> rows;
-        RowReader<EmsAttributes>(lease.connection(), Detail::All).read({EmsAttributes().id, 1}, rows);
+        RowReader<EmsAttributes>(lease.connection(), Detail::All)
+            .read({EmsAttributes().id, 1}, rows);
         return rows.empty() ? EmsAttributes() : std::move(rows.front());
     });
 }
 
 template <class Row>
 std::vector<Row> Inventory::read(const RowIds& ids) {
-    return state_->reading([&](auto& lease) { return readRows<Row>(lease.connection(), ids, Detail::All); });
+    return state_->reading(
+        [&](auto& lease) { return readRows<Row>(lease.connection(), ids, Detail::All); });
 }
 
 template <class Row>
 std::vector<Row> Inventory::readNames(const RowIds& ids) {
-    return state_->reading([&](auto& lease) { return readRows<Row>(lease.connection(), ids, Detail::Name); });
+    return state_->reading(
+        [&](auto& lease) { return readRows<Row>(lease.connection(), ids, Detail::Name); });
 }
 
 template <class Row>
-void Inventory::readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take) {
+void Inventory::readEach(const RowIds& ids, Detail detail,
+                         const std::function<void(const Row&)>& take) {
     state_->reading([&](auto& lease) {
         RowReader<Row> reader(lease.connection(), detail);
         Row row;
@@ -136,15 +140,22 @@ template std::vector<Equipment> Inventory::readNames(const RowIds&);
 template std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
 template std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
 template std::vector<Subnetwork> Inventory::readNames(const RowIds&);
-template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const ManagedElement&)>&);
-template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const EquipmentHolder&)>&);
-template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const Equipment&)>&);
-template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const TerminationPoint&)>&);
-template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const TopologicalLink&)>&);
-template void Inventory::readEach(const RowIds&, Detail, const std::function<void(const Subnetwork&)>&);
+template void Inventory::readEach(const RowIds&, Detail,
+                                  const std::function<void(const ManagedElement&)>&);
+template void Inventory::readEach(const RowIds&, Detail,
+                                  const std::function<void(const EquipmentHolder&)>&);
+template void Inventory::readEach(const RowIds&, Detail,
+                                  const std::function<void(const Equipment&)>&);
+template void Inventory::readEach(const RowIds&, Detail,
+                                  const std::function<void(const TerminationPoint&)>&);
+template void Inventory::readEach(const RowIds&, Detail,
+                                  const std::function<void(const TopologicalLink&)>&);
+template void Inventory::readEach(const RowIds&, Detail,
+                                  const std::function<void(const Subnetwork&)>&);
 
 std::filesystem::path configuredInventory() {
-    const std::string configured = NS_BUNDLEMGR1::ConfigStore::instance().text("inventory.database");
+    const std::string configured =
+        NS_BUNDLEMGR1::ConfigStore::instance().text("inventory.database");
     return configured.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "inventory.db"
                               : std::filesystem::path(configured);
 }

@@ -48,7 +48,8 @@ void BindingIterators::destroy() {
 }
 
 CORBA::Boolean BindingIterators::_non_existent() {
-    return !tree_->iterators().isOpen(tree_->surroundings().currentObjectId(), tree_->limits(), now());
+    return !tree_->iterators().isOpen(tree_->surroundings().currentObjectId(), tree_->limits(),
+                                      now());
 }
 
 }  // namespace kelp::naming

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
 #include <cos/CosNaming.h>
+#include <kelp/orb/corba.h>
 
 #include <memory>
 
@@ -10,7 +9,8 @@
 
 namespace kelp::naming {
 
-/// Every open iterator (OMG Naming Service 1.3, clause 2.3.9): its object id is its id in the table.
+/// Every open iterator (OMG Naming Service 1.3, clause 2.3.9): its object id is its id in the
+/// table.
 class BindingIterators final : public virtual POA_CosNaming::BindingIterator {
   public:
     explicit BindingIterators(std::shared_ptr<ServedTree> tree) : tree_(std::move(tree)) {}

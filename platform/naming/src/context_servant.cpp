@@ -56,14 +56,15 @@ void ContextServant::list(CORBA::ULong how_many, CosNaming::BindingList_out bl,
         throwGone();
     const NamingLimits limits = tree_->limits();
     std::vector<NameEntry> entries = tree_->list(context);
-    const std::size_t first = std::min({static_cast<std::size_t>(how_many), limits.listMax, entries.size()});
+    const std::size_t first =
+        std::min({static_cast<std::size_t>(how_many), limits.listMax, entries.size()});
     const auto rest = entries.begin() + static_cast<std::ptrdiff_t>(first);
     CosNaming::BindingList_var bindings = bindingsOf({entries.begin(), rest});
     CosNaming::BindingIterator_var iterator;
     if (rest != entries.end()) {
         const std::string owner = tree_->surroundings().caller().value_or("");
-        const std::string id =
-            tree_->iterators().open({rest, entries.end()}, owner, limits, std::chrono::steady_clock::now());
+        const std::string id = tree_->iterators().open({rest, entries.end()}, owner, limits,
+                                                       std::chrono::steady_clock::now());
         iterator = tree_->surroundings().iteratorOf(id);
     }
     bl = bindings._retn();

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
 #include <cos/CosNaming.h>
+#include <kelp/orb/corba.h>
 
 #include <memory>
 

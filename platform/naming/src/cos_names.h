@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/util/naming_path.h>
-
 #include <cos/CosNaming.h>
+#include <kelp/util/naming_path.h>
 
 #include <cstddef>
 #include <string>
@@ -16,7 +15,8 @@ namespace kelp::naming {
 inline constexpr std::size_t kComponentsMax = 100;
 inline constexpr std::size_t kNameBytesMax = 8192;
 
-/// A caller's name. Throws NamingContext::InvalidName for one without components or beyond the bounds.
+/// A caller's name. Throws NamingContext::InvalidName for one without components or beyond the
+/// bounds.
 util::NamingPath pathOf(const CosNaming::Name& name);
 /// A caller's stringified name; throws likewise, also for text that is none.
 util::NamingPath pathOf(const char* stringifiedName);

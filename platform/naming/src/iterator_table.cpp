@@ -65,20 +65,22 @@ std::size_t IteratorTable::size() const {
     return iterators_.size();
 }
 
-IteratorTable::Iterators::iterator IteratorTable::find(const std::string& id, const NamingLimits& limits,
-                                                       Time now) {
+IteratorTable::Iterators::iterator IteratorTable::find(const std::string& id,
+                                                       const NamingLimits& limits, Time now) {
     endIdle(limits, now);
     return std::find_if(iterators_.begin(), iterators_.end(),
                         [&](const Iterator& each) { return each.id == id; });
 }
 
 void IteratorTable::endIdle(const NamingLimits& limits, Time now) {
-    std::erase_if(iterators_, [&](const Iterator& each) { return now - each.used >= limits.iteratorIdle; });
+    std::erase_if(iterators_,
+                  [&](const Iterator& each) { return now - each.used >= limits.iteratorIdle; });
 }
 
 void IteratorTable::endOldest(const std::string& owner, const NamingLimits& limits) {
     const auto isOwners = [&](const Iterator& each) { return each.owner == owner; };
-    auto ofOwner = static_cast<std::size_t>(std::count_if(iterators_.begin(), iterators_.end(), isOwners));
+    auto ofOwner =
+        static_cast<std::size_t>(std::count_if(iterators_.begin(), iterators_.end(), isOwners));
     for (; ofOwner > limits.iteratorsPerAddress; --ofOwner)
         iterators_.erase(std::find_if(iterators_.begin(), iterators_.end(), isOwners));
     while (iterators_.size() > limits.iteratorsMax)

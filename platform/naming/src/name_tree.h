@@ -19,8 +19,8 @@ struct NameEntry {
 /// Contexts that lead to one object under several paths. Constant once it is made.
 class NameTree {
   public:
-    /// Throws std::invalid_argument when a path is empty or leads through the end of another. The same path
-    /// twice counts once.
+    /// Throws std::invalid_argument when a path is empty or leads through the end of another. The
+    /// same path twice counts once.
     explicit NameTree(const std::vector<util::NamingPath>& objectPaths);
     ~NameTree();
 
@@ -32,7 +32,8 @@ class NameTree {
     };
     struct Found {
         Kind kind = Kind::Nothing;
-        std::size_t at = 0;  ///< the component that is not there or names the object; else the path's length
+        std::size_t at =
+            0;  ///< the component that is not there or names the object; else the path's length
     };
     /// The empty path is the root context.
     Found find(const util::NamingPath& path) const;

@@ -72,7 +72,8 @@ bool isAddress(std::string_view text) {
 bool isKey(std::string_view text) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%') {
-            if (i + 2 >= text.size() || std::isxdigit(static_cast<unsigned char>(text[i + 1])) == 0 ||
+            if (i + 2 >= text.size() ||
+                std::isxdigit(static_cast<unsigned char>(text[i + 1])) == 0 ||
                 std::isxdigit(static_cast<unsigned char>(text[i + 2])) == 0)
                 return false;
             i += 2;

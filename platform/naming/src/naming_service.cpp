@@ -33,7 +33,8 @@ NamingService::NamingService(CORBA::ORB_ptr orb, PortableServer::POA_ptr parent,
     state_->orb = CORBA::ORB::_duplicate(orb);
     auto surroundings = std::make_unique<OrbSurroundings>(orb, parent);
     state_->surroundings = surroundings.get();
-    state_->tree = std::make_shared<ServedTree>(settings, std::move(surroundings), std::move(onRefused));
+    state_->tree =
+        std::make_shared<ServedTree>(settings, std::move(surroundings), std::move(onRefused));
     try {
         state_->activate();
     } catch (...) {
@@ -70,7 +71,8 @@ void NamingService::State::withdraw() noexcept {
 }
 
 void NamingService::letCallersThrough() {
-    const PortableServer::POAManager_var manager = state_->surroundings->contexts()->the_POAManager();
+    const PortableServer::POAManager_var manager =
+        state_->surroundings->contexts()->the_POAManager();
     manager->activate();
 }
 
@@ -78,7 +80,8 @@ CosNaming::NamingContextExt_ptr NamingService::root() const {
     return state_->surroundings->contextAt({});
 }
 
-void NamingService::change(const std::vector<util::NamingPath>& aliases, const NamingLimits& limits) {
+void NamingService::change(const std::vector<util::NamingPath>& aliases,
+                           const NamingLimits& limits) {
     state_->tree->change(aliases, limits);
 }
 

@@ -37,7 +37,8 @@ OrbSurroundings::OrbSurroundings(CORBA::ORB_ptr orb, PortableServer::POA_ptr par
     const CORBA::Object_var current = orb->resolve_initial_references("POACurrent");
     current_ = PortableServer::Current::_narrow(current.in());
     // a manager of its own: the process unbinds its object when it has ceased to take requests
-    contexts_ = makePoa(parent, "naming", PortableServer::POAManager::_nil(), PortableServer::PERSISTENT);
+    contexts_ =
+        makePoa(parent, "naming", PortableServer::POAManager::_nil(), PortableServer::PERSISTENT);
     const PortableServer::POAManager_var manager = contexts_->the_POAManager();
     iterators_ = makePoa(contexts_.in(), "iterator", manager.in(), PortableServer::TRANSIENT);
 }
@@ -50,7 +51,8 @@ CosNaming::NamingContextExt_ptr OrbSurroundings::contextAt(const util::NamingPat
 
 CosNaming::BindingIterator_ptr OrbSurroundings::iteratorOf(const std::string& id) {
     const PortableServer::ObjectId_var objectId = idOf(id);
-    const CORBA::Object_var object = iterators_->create_reference_with_id(objectId.in(), kIteratorType);
+    const CORBA::Object_var object =
+        iterators_->create_reference_with_id(objectId.in(), kIteratorType);
     return CosNaming::BindingIterator::_unchecked_narrow(object.in());
 }
 

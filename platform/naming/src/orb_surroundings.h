@@ -6,8 +6,8 @@
 
 namespace kelp::naming {
 
-/// The POAs of a naming service: one for contexts, one below it for iterators, each with one servant for all
-/// its objects, under a POA manager of their own.
+/// The POAs of a naming service: one for contexts, one below it for iterators, each with one
+/// servant for all its objects, under a POA manager of their own.
 class OrbSurroundings final : public Surroundings {
   public:
     /// Makes the POAs; their callers wait. Throws CORBA system exceptions.

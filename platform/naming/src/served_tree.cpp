@@ -12,13 +12,15 @@ using util::NamingPath;
 
 namespace {
 
-std::shared_ptr<const NameTree> treeOf(const NamingPath& objectPath, const std::vector<NamingPath>& aliases) {
+std::shared_ptr<const NameTree> treeOf(const NamingPath& objectPath,
+                                       const std::vector<NamingPath>& aliases) {
     std::vector<NamingPath> paths = {objectPath};
     paths.insert(paths.end(), aliases.begin(), aliases.end());
     return std::make_shared<const NameTree>(paths);
 }
 
-[[noreturn]] void throwNotFound(NamingContext::NotFoundReason why, const NamingPath& path, std::size_t at) {
+[[noreturn]] void throwNotFound(NamingContext::NotFoundReason why, const NamingPath& path,
+                                std::size_t at) {
     const CosNaming::Name_var rest =
         nameOf(NamingPath(path.begin() + static_cast<std::ptrdiff_t>(at), path.end()));
     throw NamingContext::NotFound(why, rest.in());
@@ -95,7 +97,8 @@ void ServedTree::bind(const NamingPath& path, CORBA::Object_ptr object, Bind how
         throwNoPermission();
     if (CORBA::is_nil(object))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-    CORBA::Object_var kept = CORBA::Object::_duplicate(object);  // swapped: the former is released unlocked
+    CORBA::Object_var kept =
+        CORBA::Object::_duplicate(object);  // swapped: the former is released unlocked
     const std::lock_guard guard(mutex_);
     if (how == Bind::New && !CORBA::is_nil(object_.in()))
         throw NamingContext::AlreadyBound();

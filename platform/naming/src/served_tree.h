@@ -13,10 +13,10 @@
 
 namespace kelp::naming {
 
-/// What all servants of a naming service share: the tree, the object that it shows, and the iterators. Paths
-/// are whole, from the root on; `context` is how many of their components lead to the context that was
-/// called, so that exceptions name the rest as the caller gave it. Callable from any thread; no lock is held
-/// while the ORB is called.
+/// What all servants of a naming service share: the tree, the object that it shows, and the
+/// iterators. Paths are whole, from the root on; `context` is how many of their components lead to
+/// the context that was called, so that exceptions name the rest as the caller gave it. Callable
+/// from any thread; no lock is held while the ORB is called.
 class ServedTree {
   public:
     /// Throws std::invalid_argument for paths that do not fit together.
@@ -35,7 +35,8 @@ class ServedTree {
     /// Refuses, and reports, what a caller from outside wants to change. Throws NO_PERMISSION.
     void refuseOutsiders(const char* operation, const CosNaming::Name& name) const;
     enum class Bind { New, Over };
-    /// Throws AlreadyBound for Bind::New, and NO_PERMISSION for a path that is not the object's own.
+    /// Throws AlreadyBound for Bind::New, and NO_PERMISSION for a path that is not the object's
+    /// own.
     void bind(const util::NamingPath& path, CORBA::Object_ptr object, Bind how);
     /// Throws NotFound, and NO_PERMISSION likewise.
     void unbind(const util::NamingPath& path, std::size_t context);

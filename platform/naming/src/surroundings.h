@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/util/naming_path.h>
-
 #include <cos/CosNaming.h>
+#include <kelp/util/naming_path.h>
 
 #include <optional>
 #include <string>
@@ -18,8 +17,8 @@ class Surroundings {
     virtual CosNaming::BindingIterator_ptr iteratorOf(const std::string& id) = 0;
     /// Of the call in hand. Raises what PortableServer::Current raises outside one.
     virtual std::string currentObjectId() = 0;
-    /// Address, without port, of the peer whose request the calling thread serves; none for a call of this
-    /// process.
+    /// Address, without port, of the peer whose request the calling thread serves; none for a call
+    /// of this process.
     virtual std::optional<std::string> caller() = 0;
 };
 

@@ -8,14 +8,15 @@
 
 namespace kelp::orb {
 
-/// Reads CDR (CORBA 15.3) from bytes that came from outside. Every read is checked against the end of the
-/// bytes; a read that does not fit returns nothing and reads nothing. Alignment counts from the first byte.
+/// Reads CDR (CORBA 15.3) from bytes that came from outside. Every read is checked against the end
+/// of the bytes; a read that does not fit returns nothing and reads nothing. Alignment counts from
+/// the first byte.
 class CdrReader {
   public:
     using Bytes = std::span<const std::uint8_t>;
 
-    /// An encapsulation: the first byte tells the byte order. Nothing when that byte is missing or is no byte
-    /// order.
+    /// An encapsulation: the first byte tells the byte order. Nothing when that byte is missing or
+    /// is no byte order.
     static std::optional<CdrReader> encapsulation(Bytes bytes) {
         if (bytes.empty() || bytes[0] > 1)
             return std::nullopt;

@@ -33,8 +33,8 @@ int descriptorOf(const std::string& name) {
 void ConnectingSockets::shutOlderThan(std::chrono::milliseconds age, Clock::time_point now) {
     std::map<ino_t, Clock::time_point> seen;
     std::error_code error;
-    for (std::filesystem::directory_iterator each("/proc/self/fd", error), end; !error && each != end;
-         each.increment(error)) {
+    for (std::filesystem::directory_iterator each("/proc/self/fd", error), end;
+         !error && each != end; each.increment(error)) {
         const int descriptor = descriptorOf(each->path().filename().string());
         struct stat status {};
         if (descriptor < 0 || !isConnecting(descriptor) || ::fstat(descriptor, &status) != 0)

@@ -3,7 +3,8 @@
 namespace kelp::orb {
 
 std::string hostAndPort(const Endpoint& endpoint) {
-    const bool bareIpv6 = endpoint.host.find(':') != std::string::npos && endpoint.host.front() != '[';
+    const bool bareIpv6 =
+        endpoint.host.find(':') != std::string::npos && endpoint.host.front() != '[';
     const std::string host = bareIpv6 ? "[" + endpoint.host + "]" : endpoint.host;
     return host + ":" + std::to_string(endpoint.port);
 }

@@ -14,7 +14,8 @@ namespace {
 
 class OrdinarySender final : public EventSender {
   public:
-    void push(CosNotifyComm::StructuredPushConsumer_ptr consumer, const SharedEvent& event) const override {
+    void push(CosNotifyComm::StructuredPushConsumer_ptr consumer,
+              const SharedEvent& event) const override {
         consumer->push_structured_event(event.body);
     }
     void push(CosNotifyComm::SequencePushConsumer_ptr consumer,

@@ -24,7 +24,8 @@ void setIpv4(PeerAddress& peer, const in_addr& address) {
     peer.text = inet_ntop(AF_INET, &address, text, sizeof text);
 }
 
-/// What could not stand in a log or in a session's name is no address, whatever interfaces may be called.
+/// What could not stand in a log or in a session's name is no address, whatever interfaces may be
+/// called.
 bool canBeShown(std::string_view host) {
     return std::all_of(host.begin(), host.end(), [](char c) {
         return c > 0x20 && c < 0x7f && std::string_view("[]<>").find(c) == std::string_view::npos;
@@ -70,8 +71,9 @@ std::string networkOf(const PeerAddress& peer) {
 
 PeerAddress parsePeer(const std::string& transportText) {
     std::string_view rest(transportText);
-    const auto prefix = std::find_if(std::begin(transportPrefixes), std::end(transportPrefixes),
-                                     [rest](std::string_view each) { return rest.starts_with(each); });
+    const auto prefix =
+        std::find_if(std::begin(transportPrefixes), std::end(transportPrefixes),
+                     [rest](std::string_view each) { return rest.starts_with(each); });
     if (prefix == std::end(transportPrefixes))
         return {};
     rest.remove_prefix(prefix->size());

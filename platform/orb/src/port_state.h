@@ -4,14 +4,14 @@
 
 namespace kelp::orb {
 
-/// What the port keeps of the process's one running ORB. Any thread may ask; each call gives a reference of
-/// its own.
+/// What the port keeps of the process's one running ORB. Any thread may ask; each call gives a
+/// reference of its own.
 class PortState {
   public:
     static PortState& instance();
 
-    /// The ORB is up: keeps it, and POACurrent with it, which cannot be resolved any more once a shutdown has
-    /// begun.
+    /// The ORB is up: keeps it, and POACurrent with it, which cannot be resolved any more once a
+    /// shutdown has begun.
     void keep(CORBA::ORB_ptr orb);
     void forget();
 

@@ -12,7 +12,8 @@ namespace {
 
 using Bytes = CdrReader::Bytes;
 
-/// The longest stringified reference that is looked at, in bytes of content. Real ones have some hundred.
+/// The longest stringified reference that is looked at, in bytes of content. Real ones have some
+/// hundred.
 constexpr std::size_t contentMax = std::size_t{64} * 1024;
 /// The longest host name of the DNS, and more than any numeric address.
 constexpr std::size_t hostMax = 255;
@@ -38,8 +39,9 @@ std::optional<std::vector<std::uint8_t>> contentOf(std::string_view text) {
     const auto sameLetter = [](char a, char b) {
         return a == b || (a >= 'a' && a <= 'z' && a - 'a' + 'A' == b);
     };
-    if (text.size() < scheme.size() || !std::equal(scheme.begin(), scheme.end(), text.begin(),
-                                                   [&](char b, char a) { return sameLetter(a, b); }))
+    if (text.size() < scheme.size() ||
+        !std::equal(scheme.begin(), scheme.end(), text.begin(),
+                    [&](char b, char a) { return sameLetter(a, b); }))
         return std::nullopt;
     text.remove_prefix(scheme.size());
     if (text.empty() || text.size() % 2 != 0 || text.size() / 2 > contentMax)
@@ -56,7 +58,8 @@ std::optional<std::vector<std::uint8_t>> contentOf(std::string_view text) {
     return content;
 }
 
-/// Neither blanks nor control characters nor bytes beyond ASCII: the text goes to logs and to comparisons.
+/// Neither blanks nor control characters nor bytes beyond ASCII: the text goes to logs and to
+/// comparisons.
 bool isPrintable(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c > 0x20 && c < 0x7f; });
 }
@@ -65,7 +68,8 @@ bool isHost(const std::string& host) {
     return !host.empty() && host.size() <= hostMax && isPrintable(host);
 }
 
-/// Collects what the profiles of one reference say. Each operation is false when its bytes are malformed.
+/// Collects what the profiles of one reference say. Each operation is false when its bytes are
+/// malformed.
 class Decoder {
   public:
     explicit Decoder(ReferenceContent& content) : content_(content) {}

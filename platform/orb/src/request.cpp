@@ -21,7 +21,8 @@ void RequestRecord::assign(const char* operation, const Peer& peer, std::string_
     arrive(operation, peer);
     if (!objectKey.empty() && objectKey == objectKey_)
         return;
-    objectKey_.clear();  // a target that is half set, without memory for the rest, is that of no key
+    objectKey_
+        .clear();  // a target that is half set, without memory for the rest, is that of no key
     setTarget(read(objectKey));
     objectKey_ = objectKey;
 }

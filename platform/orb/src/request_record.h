@@ -8,8 +8,9 @@
 
 namespace kelp::orb {
 
-/// What a transport told of one request. Records are used again and again, so that a request costs no
-/// allocation, and a connection's peer and the target that it calls again and again are parsed once.
+/// What a transport told of one request. Records are used again and again, so that a request costs
+/// no allocation, and a connection's peer and the target that it calls again and again are parsed
+/// once.
 class RequestRecord final : public RequestInfo {
   public:
     /// Where a request goes; views of the transport's own memory.
@@ -32,7 +33,8 @@ class RequestRecord final : public RequestInfo {
 
     /// A request that arrives now. A null operation counts as empty.
     void assign(const char* operation, const Peer& peer, const Target& target);
-    /// The same for the target of a key. The key is read only if the record's last request had another.
+    /// The same for the target of a key. The key is read only if the record's last request had
+    /// another.
     void assign(const char* operation, const Peer& peer, std::string_view objectKey, ReadKey read);
 
     char* operation() const override;
@@ -61,8 +63,9 @@ class RequestRecord final : public RequestInfo {
     std::chrono::steady_clock::time_point arrivedSteady_;
 };
 
-/// The calling thread's requests: one that has arrived and waits for its servant, and those whose servants
-/// run (more than one only where an ORB serves other requests while a servant waits for a reply).
+/// The calling thread's requests: one that has arrived and waits for its servant, and those whose
+/// servants run (more than one only where an ORB serves other requests while a servant waits for a
+/// reply).
 class ThreadRequests {
   public:
     static ThreadRequests& ofThisThread();

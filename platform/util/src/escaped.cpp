@@ -10,8 +10,8 @@ namespace kelp::util {
 
 namespace {
 
-/// Length of the well-formed UTF-8 sequence at the start of `text`, control characters excluded; 0 when there
-/// is none.
+/// Length of the well-formed UTF-8 sequence at the start of `text`, control characters excluded; 0
+/// when there is none.
 std::size_t printableLength(std::string_view text) {
     const std::size_t length = utf8CharacterAt(text);
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -51,8 +51,8 @@ std::string escaped(const std::string& text, std::size_t bytesMax) {
     std::size_t sizeBeforeMark = 0;  // longest size that leaves room for the mark
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = printableLength(std::string_view(text).substr(at));
-        const std::string piece =
-            length > 0 ? text.substr(at, length) : escapedByte(static_cast<unsigned char>(text[at]));
+        const std::string piece = length > 0 ? text.substr(at, length)
+                                             : escapedByte(static_cast<unsigned char>(text[at]));
         if (result.size() + piece.size() > bytesMax) {
             if (bytesMax >= cutMark.size())
                 result.replace(sizeBeforeMark, std::string::npos, cutMark);

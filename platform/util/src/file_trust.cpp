@@ -29,7 +29,8 @@ std::string reason(int error) {
 
 std::string modeText(const struct stat& status) {
     char text[32];
-    std::snprintf(text, sizeof text, " (mode %04o)", static_cast<unsigned>(status.st_mode) & 07777u);
+    std::snprintf(text, sizeof text, " (mode %04o)",
+                  static_cast<unsigned>(status.st_mode) & 07777u);
     return text;
 }
 
@@ -69,7 +70,8 @@ std::string problemOfOwner(uid_t owner, uid_t alsoTrusted) {
     const uid_t self = ::geteuid();
     if (owner == kRoot || owner == self || (self == kRoot && owner == alsoTrusted))
         return "";
-    return "belongs to user " + std::to_string(owner) + ", who is neither root nor the user of this process";
+    return "belongs to user " + std::to_string(owner) +
+           ", who is neither root nor the user of this process";
 }
 
 std::string either(std::string first, const std::string& second) {
@@ -84,7 +86,8 @@ std::string problemOfFolder(const struct stat& status) {
 fs::path folderOf(const fs::path& file) {
     std::error_code error;
     const fs::path absolute = fs::absolute(file, error);
-    const fs::path parent = (absolute.has_filename() ? absolute : absolute.parent_path()).parent_path();
+    const fs::path parent =
+        (absolute.has_filename() ? absolute : absolute.parent_path()).parent_path();
     const fs::path real = fs::weakly_canonical(parent, error);
     return error ? parent : real;
 }
@@ -95,12 +98,14 @@ std::string problemOfFolders(const fs::path& folder) {
     for (fs::path each = folder;; each = each.parent_path()) {
         struct stat status {};
         if (::stat(each.c_str(), &status) == 0) {
-            const bool isOpenToAll = (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0;
+            const bool isOpenToAll =
+                (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0;
             if (isNearest) {
                 if (const std::string problem = problemOfFolder(status); !problem.empty())
                     return "lies in " + each.string() + ", which " + problem;
             } else if (isOpenToAll) {
-                return "lies below " + each.string() + ", which can be written by others" + modeText(status);
+                return "lies below " + each.string() + ", which can be written by others" +
+                       modeText(status);
             }
             isNearest = false;
         }
@@ -119,8 +124,9 @@ std::string problemOf(const struct stat& status, const fs::path& folder, FileUse
         return "";
     if (S_ISDIR(status.st_mode))
         return either(problemOfFolder(status), problemOfFolders(folder));
-    return either(either(problemOfOwner(status.st_uid, ownerOf(folder)), problemOfMode(status, use)),
-                  problemOfFolders(folder));
+    return either(
+        either(problemOfOwner(status.st_uid, ownerOf(folder)), problemOfMode(status, use)),
+        problemOfFolders(folder));
 }
 
 }  // namespace
@@ -135,8 +141,8 @@ std::string problemOfTrust(const fs::path& file, FileUse use, FinalLink link) {
     if (link == FinalLink::IsRefused)
         return kIsLink;
     // who can exchange the link decides what is read
-    const std::string problem =
-        either(problemOfOwner(status.st_uid, ownerOf(folderOf(file))), problemOfFolders(folderOf(file)));
+    const std::string problem = either(problemOfOwner(status.st_uid, ownerOf(folderOf(file))),
+                                       problemOfFolders(folderOf(file)));
     std::error_code error;
     const fs::path target = fs::canonical(file, error);
     if (!problem.empty() || error)

@@ -23,9 +23,10 @@ constexpr bool isDigit(char c) {
 }
 
 bool isLabel(std::string_view label) {
-    return !label.empty() && label.size() <= kLabelMax && label.front() != '-' && label.back() != '-' &&
-           std::all_of(label.begin(), label.end(),
-                       [](char c) { return isLetter(c) || isDigit(c) || c == '-'; });
+    return !label.empty() && label.size() <= kLabelMax && label.front() != '-' &&
+           label.back() != '-' && std::all_of(label.begin(), label.end(), [](char c) {
+               return isLetter(c) || isDigit(c) || c == '-';
+           });
 }
 
 }  // namespace

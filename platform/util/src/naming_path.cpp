@@ -62,7 +62,8 @@ class Reader {
     char character() {
         if (text_[position_] == '\\') {
             ++position_;
-            if (atEnd() || (text_[position_] != '/' && text_[position_] != '.' && text_[position_] != '\\'))
+            if (atEnd() ||
+                (text_[position_] != '/' && text_[position_] != '.' && text_[position_] != '\\'))
                 fail("a '\\' that escapes neither '/', '.' nor '\\'");
         }
         return text_[position_++];

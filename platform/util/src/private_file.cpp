@@ -28,14 +28,16 @@ fs::path folderOf(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");
 }
 
-/// Root gives what it has made to the owner of the folder that it is in; `made` may be opened with O_PATH.
+/// Root gives what it has made to the owner of the folder that it is in; `made` may be opened with
+/// O_PATH.
 bool adoptOwner(const Descriptor& made, const fs::path& folder) {
     if (::geteuid() != 0)
         return true;
     struct stat status {};
     if (::stat(folder.c_str(), &status) != 0)
         return false;
-    return status.st_uid == 0 || ::fchownat(made.get(), "", status.st_uid, status.st_gid, AT_EMPTY_PATH) == 0;
+    return status.st_uid == 0 ||
+           ::fchownat(made.get(), "", status.st_uid, status.st_gid, AT_EMPTY_PATH) == 0;
 }
 
 int makeOneFolder(const fs::path& folder) {
@@ -79,7 +81,8 @@ Descriptor openPrivateFile(const fs::path& file, int flags, std::string& problem
     int error = 0;
     for (int i = 0; i < kAttempts; ++i) {
         Descriptor made(::open(file.c_str(), always | O_CREAT | O_EXCL, kFileMode));
-        if (made.isOpen() && ::fchmod(made.get(), kFileMode) == 0 && adoptOwner(made, folderOf(file)))
+        if (made.isOpen() && ::fchmod(made.get(), kFileMode) == 0 &&
+            adoptOwner(made, folderOf(file)))
             return made;
         error = errno;
         if (made.isOpen() || error != EEXIST || (flags & O_EXCL) != 0)

@@ -1,5 +1,4 @@
 #include <kelp/util/random_octets.h>
-
 #include <sodium.h>
 
 #include <stdexcept>

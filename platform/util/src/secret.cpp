@@ -35,7 +35,8 @@ void Secret::append(char character) {
     text_.push_back(character);
 }
 
-/// At once, and more than a string keeps inside itself: growing or moving it would leave copies behind.
+/// At once, and more than a string keeps inside itself: growing or moving it would leave copies
+/// behind.
 void Secret::reserve() {
     if (text_.capacity() < kBytesMax)
         text_.reserve(kBytesMax);

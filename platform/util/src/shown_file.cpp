@@ -32,7 +32,8 @@ bool writeAll(int descriptor, const std::string& text) {
 bool isSame(const std::filesystem::path& file, const std::string& text) {
     const Descriptor in(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     std::string found(text.size() + 1, '\0');
-    return in.isOpen() && ::read(in.get(), found.data(), found.size()) == static_cast<ssize_t>(text.size()) &&
+    return in.isOpen() &&
+           ::read(in.get(), found.data(), found.size()) == static_cast<ssize_t>(text.size()) &&
            found.compare(0, text.size(), text) == 0;
 }
 
@@ -44,14 +45,14 @@ ShownFile::~ShownFile() {
 
 std::string ShownFile::show(const std::filesystem::path& file, const std::string& text) {
     remove();
-    // in the same folder, so that it can take the file's place in one step; mkostemp opens no file that is
-    // there
+    // in the same folder, so that it can take the file's place in one step; mkostemp opens no file
+    // that is there
     std::string part = file.string() + ".XXXXXX";
     const Descriptor out(::mkostemp(part.data(), O_CLOEXEC));
     if (!out.isOpen())
         return failure(file, errno);
-    if (!writeAll(out.get(), text) || ::fchmod(out.get(), kReadableForAll) != 0 || ::fsync(out.get()) != 0 ||
-        ::rename(part.c_str(), file.c_str()) != 0) {
+    if (!writeAll(out.get(), text) || ::fchmod(out.get(), kReadableForAll) != 0 ||
+        ::fsync(out.get()) != 0 || ::rename(part.c_str(), file.c_str()) != 0) {
         const int error = errno;
         ::unlink(part.c_str());
         return failure(file, error);

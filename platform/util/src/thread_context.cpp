@@ -4,8 +4,8 @@ namespace NS_UTIL {
 
 namespace {
 
-// Needs no destruction, so it can be read until the thread's very end: lines are traced from destructors of
-// thread-local and static objects too.
+// Needs no destruction, so it can be read until the thread's very end: lines are traced from
+// destructors of thread-local and static objects too.
 thread_local bool recordIsGone = false;
 
 struct Record {

@@ -1,6 +1,5 @@
-#include <kelp/util/threads.h>
-
 #include <cxxabi.h>
+#include <kelp/util/threads.h>
 #include <pthread.h>
 #include <signal.h>
 
@@ -13,7 +12,8 @@ namespace kelp::util {
 
 namespace {
 
-/// Blocks all signals for the calling thread, and so for a thread that it makes, until the end of the scope.
+/// Blocks all signals for the calling thread, and so for a thread that it makes, until the end of
+/// the scope.
 class BlockedSignals {
   public:
     BlockedSignals() {

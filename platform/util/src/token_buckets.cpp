@@ -9,7 +9,8 @@ bool TokenBuckets::take(const std::string& source, Time now, const Limits& limit
     Bucket& bucket = bucketOf(source, now, limits);
     // two threads may come in another order than they looked at the clock
     if (now > bucket.filled) {
-        bucket.tokens += std::chrono::duration<double>(now - bucket.filled).count() * limits.perSecond;
+        bucket.tokens +=
+            std::chrono::duration<double>(now - bucket.filled).count() * limits.perSecond;
         bucket.filled = now;
     }
     bucket.tokens = std::min(bucket.tokens, limits.burst);
@@ -36,7 +37,8 @@ std::size_t TokenBuckets::sources() const {
     return buckets_.size();
 }
 
-TokenBuckets::Bucket& TokenBuckets::bucketOf(const std::string& source, Time now, const Limits& limits) {
+TokenBuckets::Bucket& TokenBuckets::bucketOf(const std::string& source, Time now,
+                                             const Limits& limits) {
     if (const auto found = places_.find(source); found != places_.end()) {
         buckets_.splice(buckets_.begin(), buckets_, found->second);
         return buckets_.front();

@@ -38,7 +38,8 @@ std::string clockText(std::chrono::sys_time<std::chrono::milliseconds> moment) {
     const std::chrono::hh_mm_ss clock(time - std::chrono::floor<std::chrono::days>(time));
     char text[32];
     std::snprintf(text, sizeof text, "%02d:%02d:%02dZ", static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
+                  static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()));
     return text;
 }
 
@@ -60,7 +61,8 @@ bool TraceFloods::standsByItself(const TraceLine& line, Time now) {
     if (!limit.isLimited && limit.kind == nullptr)
         return true;
     const Kind kind{nameOf(line, limit), line.text.substr(0, kSampleBytes)};
-    const auto when = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+    const auto when =
+        std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
     const std::lock_guard guard(mutex_);
     return floods_.standsByItself(kind, limit.source, when, now) &&
            ofSource_.standsByItself({"any", "lines of many kinds"}, limit.source, when, now);
@@ -86,7 +88,8 @@ std::vector<std::string> TraceFloods::textsOf(const std::vector<Floods::Summary>
     for (const Floods::Summary& each : summaries)
         texts.push_back(std::to_string(each.count) + " more line(s) like this" +
                         (each.source.empty() ? "" : " because of " + each.source) + " from " +
-                        clockText(each.first) + " to " + clockText(each.last) + ": " + each.kind.sample);
+                        clockText(each.first) + " to " + clockText(each.last) + ": " +
+                        each.kind.sample);
     return texts;
 }
 

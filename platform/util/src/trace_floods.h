@@ -10,7 +10,8 @@
 
 namespace kelp::util {
 
-/// Which lines of the limited threads are traced, and the summaries of the others. Callable from any thread.
+/// Which lines of the limited threads are traced, and the summaries of the others. Callable from
+/// any thread.
 class TraceFloods {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -19,8 +20,8 @@ class TraceFloods {
     static TraceFloods& instance();
 
     void setLinesPerMinute(unsigned lines);
-    /// True when the line is to be traced: the calling thread is not limited, or the line is one of the
-    /// first.
+    /// True when the line is to be traced: the calling thread is not limited, or the line is one of
+    /// the first.
     bool standsByItself(const TraceLine& line, Time now);
     /// Summaries whose minute is over, looked for at most once a second; as texts.
     std::vector<std::string> takeDue(Time now);

@@ -2,9 +2,6 @@
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
-#include "trace_floods.h"
-#include "trace_writer.h"
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -14,6 +11,9 @@
 #include <mutex>
 #include <utility>
 #include <vector>
+
+#include "trace_floods.h"
+#include "trace_writer.h"
 
 namespace kelp::util {
 
@@ -79,7 +79,8 @@ void callListeners(const TraceLine& line) {
         try {
             entry.listener->call(line);
         } catch (...) {
-            std::fputs(("a trace listener failed: " + currentExceptionText() + "\n").c_str(), stderr);
+            std::fputs(("a trace listener failed: " + currentExceptionText() + "\n").c_str(),
+                       stderr);
         }
     }
     isInListener = false;
@@ -90,7 +91,8 @@ StampedLine stampedLine(TraceLine&& line) {
     stamped.time = std::chrono::system_clock::now();
     stamped.threadId = currentThreadId();
     if (line.operation.empty())
-        line.operation = NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext().GetInterfaceName();
+        line.operation =
+            NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext().GetInterfaceName();
     stamped.line = std::move(line);
     stamped.line.file = escaped(stamped.line.file, kNameBytesMax);
     stamped.line.function = escaped(stamped.line.function, kNameBytesMax);
@@ -145,7 +147,8 @@ bool TraceLog::open(const TraceSettings& settings, std::string& whyNot) {
         sinks.push_back(consoleSink());
     std::shared_ptr<TraceWriter> before;
     try {
-        const auto writer = std::make_shared<TraceWriter>(std::move(sinks), log().dropped, writeDueSummaries);
+        const auto writer =
+            std::make_shared<TraceWriter>(std::move(sinks), log().dropped, writeDueSummaries);
         writer->start();
         before = exchangeWriter(writer);
     } catch (const std::exception& ex) {
@@ -212,8 +215,9 @@ void TraceLog::removeListener(int handle) {
     {
         const std::lock_guard guard(log().mutex);
         std::vector<ListenerEntry>& entries = log().listeners;
-        const auto found = std::find_if(entries.begin(), entries.end(),
-                                        [&](const ListenerEntry& entry) { return entry.handle == handle; });
+        const auto found =
+            std::find_if(entries.begin(), entries.end(),
+                         [&](const ListenerEntry& entry) { return entry.handle == handle; });
         if (found == entries.end())
             return;
         gone = found->listener;

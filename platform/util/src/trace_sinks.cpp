@@ -47,8 +47,8 @@ class SpdlogSink : public TraceSink {
     }
     void write(const StampedLine& stamped) override {
         const std::string text = formatted(stamped);
-        sink_->log(
-            spdlog::details::log_msg(stamped.time, spdlog::source_loc{}, "", spdlog::level::info, text));
+        sink_->log(spdlog::details::log_msg(stamped.time, spdlog::source_loc{}, "",
+                                            spdlog::level::info, text));
     }
     void flush() override { sink_->flush(); }
     const std::string& name() const override { return name_; }
@@ -75,9 +75,10 @@ class JournalSink : public TraceSink {
             "CODE_FUNC=" + line.function,  "KELP_OPERATION=" + line.operation,
             "KELP_KIND=" + kindText(line), "TID=" + std::to_string(stamped.threadId)};
         iovec parts[std::size(fields)];
-        std::transform(std::begin(fields), std::end(fields), std::begin(parts), [](const std::string& field) {
-            return iovec{const_cast<char*>(field.data()), field.size()};
-        });
+        std::transform(std::begin(fields), std::end(fields), std::begin(parts),
+                       [](const std::string& field) {
+                           return iovec{const_cast<char*>(field.data()), field.size()};
+                       });
         const int result = sd_journal_sendv(parts, static_cast<int>(std::size(parts)));
         if (result < 0)
             throw std::system_error(-result, std::generic_category(), "sd_journal_sendv");
@@ -94,17 +95,19 @@ std::unique_ptr<TraceSink> fileSink(const TraceSettings& settings) {
     spdlog::file_event_handlers handlers;
     handlers.before_open = [](const spdlog::filename_t& file) { requirePrivateFile(file); };
     return std::make_unique<SpdlogSink>(
-        "file " + settings.file, std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-                                     settings.file, settings.fileBytesMax, rotatedFiles, false, handlers));
+        "file " + settings.file,
+        std::make_shared<spdlog::sinks::rotating_file_sink_st>(settings.file, settings.fileBytesMax,
+                                                               rotatedFiles, false, handlers));
 }
 
 template <class Make>
-void openOne(std::vector<std::unique_ptr<TraceSink>>& sinks, const std::string& name, std::string& whyNot,
-             Make make) {
+void openOne(std::vector<std::unique_ptr<TraceSink>>& sinks, const std::string& name,
+             std::string& whyNot, Make make) {
     try {
         sinks.push_back(make());
     } catch (const std::exception& ex) {
-        whyNot += (whyNot.empty() ? "" : "; ") + ("trace sink " + name + " cannot be opened: ") + ex.what();
+        whyNot += (whyNot.empty() ? "" : "; ") + ("trace sink " + name + " cannot be opened: ") +
+                  ex.what();
     }
 }
 
@@ -117,17 +120,20 @@ std::string formatted(const StampedLine& stamped) {
     std::tm utc{};
     gmtime_r(&seconds, &utc);
     const TraceLine& line = stamped.line;
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z {} {} {}:{} {}{}{} {}", utc.tm_year + 1900,
-                       utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
-                       sinceEpoch.count() % 1000, stamped.threadId, kindText(line), line.file, line.line,
-                       line.function, line.operation.empty() ? "" : " op=", line.operation, line.text);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z {} {} {}:{} {}{}{} {}",
+                       utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
+                       utc.tm_sec, sinceEpoch.count() % 1000, stamped.threadId, kindText(line),
+                       line.file, line.line, line.function,
+                       line.operation.empty() ? "" : " op=", line.operation, line.text);
 }
 
 std::unique_ptr<TraceSink> consoleSink() {
-    return std::make_unique<SpdlogSink>("console", std::make_shared<spdlog::sinks::stderr_sink_st>());
+    return std::make_unique<SpdlogSink>("console",
+                                        std::make_shared<spdlog::sinks::stderr_sink_st>());
 }
 
-std::vector<std::unique_ptr<TraceSink>> openSinks(const TraceSettings& settings, std::string& whyNot) {
+std::vector<std::unique_ptr<TraceSink>> openSinks(const TraceSettings& settings,
+                                                  std::string& whyNot) {
     std::vector<std::unique_ptr<TraceSink>> sinks;
     if (settings.console)
         openOne(sinks, "console", whyNot, consoleSink);

@@ -16,12 +16,12 @@ struct StampedLine {
     int threadId = 0;  ///< as the kernel numbers threads
 };
 
-/// The line as console and file show it, without a line end: time (UTC), thread, kind, source, operation,
-/// text.
+/// The line as console and file show it, without a line end: time (UTC), thread, kind, source,
+/// operation, text.
 std::string formatted(const StampedLine& stamped);
 
-/// Where the writer thread puts lines. Used by that thread alone. Operations throw std::exception when the
-/// medium fails.
+/// Where the writer thread puts lines. Used by that thread alone. Operations throw std::exception
+/// when the medium fails.
 class TraceSink {
   public:
     virtual ~TraceSink() = default;
@@ -33,7 +33,8 @@ class TraceSink {
 std::unique_ptr<TraceSink> consoleSink();
 
 /// The sinks of the settings; a sink that cannot be opened is left out and told in `whyNot`.
-std::vector<std::unique_ptr<TraceSink>> openSinks(const TraceSettings& settings, std::string& whyNot);
+std::vector<std::unique_ptr<TraceSink>> openSinks(const TraceSettings& settings,
+                                                  std::string& whyNot);
 
 /// Writes one line to standard error, at once.
 void writeToStandardError(const StampedLine& stamped);

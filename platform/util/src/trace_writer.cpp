@@ -1,7 +1,6 @@
 #include "trace_writer.h"
 
 #include <kelp/util/threads.h>
-
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -23,8 +22,8 @@ constexpr std::chrono::seconds kLook{1};
 
 }  // namespace
 
-TraceWriter::TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped,
-                         std::function<void()> look)
+TraceWriter::TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks,
+                         std::atomic<std::uint64_t>& dropped, std::function<void()> look)
     : dropped_(dropped), look_(std::move(look)) {
     for (std::unique_ptr<TraceSink>& sink : sinks)
         sinks_.push_back(OpenSink{std::move(sink)});
@@ -67,7 +66,8 @@ void TraceWriter::stop() {
 void TraceWriter::run() {
     std::unique_lock lock(mutex_);
     while (true) {
-        const bool hasWork = changed_.wait_for(lock, kLook, [this] { return stopping_ || !queue_.empty(); });
+        const bool hasWork =
+            changed_.wait_for(lock, kLook, [this] { return stopping_ || !queue_.empty(); });
         if (!stopping_) {
             lock.unlock();
             look_();
@@ -93,13 +93,14 @@ void TraceWriter::writeBatch(const std::deque<StampedLine>& batch, std::uint64_t
         if (failuresBefore > 0) {
             attempt(open, [&] {
                 open.sink->write(ownLine("trace sink " + open.sink->name() + " failed " +
-                                         std::to_string(failuresBefore) + " times; lines are missing here"));
+                                         std::to_string(failuresBefore) +
+                                         " times; lines are missing here"));
             });
         }
         if (lost > 0) {
             attempt(open, [&] {
-                open.sink->write(
-                    ownLine(std::to_string(lost) + " trace lines were dropped: the queue was full"));
+                open.sink->write(ownLine(std::to_string(lost) +
+                                         " trace lines were dropped: the queue was full"));
             });
         }
         for (const StampedLine& stamped : batch)

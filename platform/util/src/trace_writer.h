@@ -1,7 +1,5 @@
 #pragma once
 
-#include "trace_sinks.h"
-
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
@@ -12,14 +10,16 @@
 #include <thread>
 #include <vector>
 
+#include "trace_sinks.h"
+
 namespace kelp::util {
 
-/// One opening of the log: the bounded queue, its sinks and the thread between them. The thread shares in the
-/// ownership, so a writer whose sink hangs can be left behind.
+/// One opening of the log: the bounded queue, its sinks and the thread between them. The thread
+/// shares in the ownership, so a writer whose sink hangs can be left behind.
 class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
   public:
-    /// `dropped` counts the lines that went because the queue was full; it must outlive the thread. The
-    /// thread calls `look` about once a second, which may push lines.
+    /// `dropped` counts the lines that went because the queue was full; it must outlive the thread.
+    /// The thread calls `look` about once a second, which may push lines.
     TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped,
                 std::function<void()> look);
 
@@ -38,7 +38,8 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
 
     void run();
     void writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost);
-    /// Does one thing to a sink. Its first failure is told on standard error, further ones are counted.
+    /// Does one thing to a sink. Its first failure is told on standard error, further ones are
+    /// counted.
     static void attempt(OpenSink& open, const std::function<void()>& access);
     static StampedLine ownLine(const std::string& text);
 

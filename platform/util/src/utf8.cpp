@@ -7,7 +7,11 @@ std::size_t utf8CharacterAt(std::string_view text) {
     const unsigned char first = byte(0);
     if (first < 0x80)
         return 1;
-    const std::size_t size = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    const std::size_t size = first < 0xC2   ? 0
+                             : first < 0xE0 ? 2
+                             : first < 0xF0 ? 3
+                             : first < 0xF5 ? 4
+                                            : 0;
     if (size == 0 || text.size() < size)
         return 0;
     for (std::size_t i = 1; i < size; ++i) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "admin/admin_server.h"
-
 #include <gtest/gtest.h>
 #include <httplib.h>
 #include <kelp/admin/registry.h>
@@ -15,6 +13,7 @@
 #include <optional>
 #include <string>
 
+#include "admin/admin_server.h"
 #include "support/tcp_peers.h"
 #include "support/temporary_directory.h"
 #include "support/wait_until.h"
@@ -99,7 +98,8 @@ class AdminServerTest : public testing::Test {
         const httplib::Result result = client.Post("/echo", json, "application/json");
         if (!result)
             return 0;
-        return result->status == 200 ? result->body.size() - 1 : static_cast<std::size_t>(result->status);
+        return result->status == 200 ? result->body.size() - 1
+                                     : static_cast<std::size_t>(result->status);
     }
     bool answers() const {
         httplib::Client caller = client();

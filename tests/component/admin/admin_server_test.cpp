@@ -1,9 +1,9 @@
-#include "admin_fixture.h"
-
 #include <gmock/gmock.h>
 
 #include <future>
 #include <vector>
+
+#include "admin_fixture.h"
 
 namespace kelp::host::test {
 namespace {
@@ -15,7 +15,8 @@ class AdminSocket : public AdminServerTest {};
 TEST_F(AdminSocket, TakesAndGivesJson) {
     start();
     httplib::Client caller = client();
-    const httplib::Result result = caller.Post("/echo", R"({"b": [1, 2], "a": "ü"})", "application/json");
+    const httplib::Result result =
+        caller.Post("/echo", R"({"b": [1, 2], "a": "ü"})", "application/json");
     ASSERT_TRUE(result);
     EXPECT_EQ(result->status, 200);
     EXPECT_EQ(result->body, "{\"b\":[1,2],\"a\":\"ü\"}\n");
@@ -74,7 +75,8 @@ TEST_F(AdminSocket, OfALiveHostIsLeftAlone) {
 
 TEST_F(AdminSocket, ReplacesNothingThatIsNoSocket) {
     folder_.write("admin.sock", "precious");
-    EXPECT_THAT(failure(unixAddress()), HasSubstr("admin.sock: something else than a socket is there"));
+    EXPECT_THAT(failure(unixAddress()),
+                HasSubstr("admin.sock: something else than a socket is there"));
     EXPECT_EQ(kelp::test::contentOf(folder_ / "admin.sock"), "precious");
 }
 
@@ -128,7 +130,8 @@ TEST_F(AdminSocket, StopWaitsForAnAnswerThatIsBeingMade) {
     });
     entered.get_future().wait();
     auto stop = std::async(std::launch::async, [this] { server_.reset(); });
-    EXPECT_TRUE(kelp::test::waitUntil([this] { return !answers(); })) << "no more callers are taken";
+    EXPECT_TRUE(kelp::test::waitUntil([this] { return !answers(); }))
+        << "no more callers are taken";
     EXPECT_EQ(stop.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     released.set_value();
     stop.get();

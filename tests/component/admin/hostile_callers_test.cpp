@@ -1,11 +1,11 @@
 // Callers of the operator's interface that are slow, silent, too big, or do not speak its language.
 
-#include "admin_fixture.h"
-
 #include <gmock/gmock.h>
 
 #include <deque>
 #include <thread>
+
+#include "admin_fixture.h"
 
 namespace kelp::host::test {
 namespace {
@@ -44,7 +44,8 @@ TEST_F(HostileCallers, LengthThatIsNoneIsRefused) {
     start();
     for (const std::string length : {"-1", "x", "99999999999999999999999", "1 2"})
         EXPECT_THAT(
-            answerToPost("Content-Type: application/json\r\nContent-Length: " + length + "\r\n", "[]"),
+            answerToPost("Content-Type: application/json\r\nContent-Length: " + length + "\r\n",
+                         "[]"),
             StartsWith("HTTP/1.1 413 "))
             << length;
 }
@@ -58,15 +59,21 @@ TEST_F(HostileCallers, BodyOfUnknownLengthIsRefused) {
 
 TEST_F(HostileCallers, CompressedBodyAndOneOfAnotherKindAreRefused) {
     start();
-    EXPECT_THAT(answerToPost("Content-Type: application/json\r\nContent-Encoding: gzip\r\nContent-Length: "
-                             "3\r\n",
-                             "[1]"),
-                StartsWith("HTTP/1.1 415 "));
-    for (const std::string type : {"", "Content-Type: text/plain\r\n", "Content-Type: application/jsonx\r\n",
-                                   "Content-Type: multipart/form-data; boundary=x\r\n"})
-        EXPECT_THAT(answerToPost(type + "Content-Length: 3\r\n", "[1]"), StartsWith("HTTP/1.1 415 ")) << type;
-    EXPECT_THAT(answerToPost("Content-Type: application/json; charset=utf-8\r\nContent-Length: 3\r\n", "[1]"),
-                StartsWith("HTTP/1.1 200 "));
+    EXPECT_THAT(
+        answerToPost("Content-Type: application/json\r\nContent-Encoding: gzip\r\nContent-Length: "
+                     "3\r\n",
+                     "[1]"),
+        StartsWith("HTTP/1.1 415 "));
+    for (const std::string type :
+         {"", "Content-Type: text/plain\r\n", "Content-Type: application/jsonx\r\n",
+          "Content-Type: multipart/form-data; boundary=x\r\n"})
+        EXPECT_THAT(answerToPost(type + "Content-Length: 3\r\n", "[1]"),
+                    StartsWith("HTTP/1.1 415 "))
+            << type;
+    EXPECT_THAT(
+        answerToPost("Content-Type: application/json; charset=utf-8\r\nContent-Length: 3\r\n",
+                     "[1]"),
+        StartsWith("HTTP/1.1 200 "));
 }
 
 TEST_F(HostileCallers, WhatIsNoHttpIsRefusedInJson) {
@@ -93,7 +100,8 @@ TEST_F(HostileCallers, HeadWithoutAnEndIsCutOff) {
     start(limits);
     const RawCaller caller(folder_ / "admin.sock");
     ASSERT_TRUE(caller.send("GET /echo HTTP/1.1\r\n"));
-    EXPECT_TRUE(kelp::test::waitUntil([&] { return !caller.send("X: " + std::string(1000, 'x') + "\r\n"); }));
+    EXPECT_TRUE(kelp::test::waitUntil(
+        [&] { return !caller.send("X: " + std::string(1000, 'x') + "\r\n"); }));
     EXPECT_TRUE(answers());
 }
 
@@ -135,7 +143,8 @@ TEST_F(HostileCallers, SilentOneMayStayWhileNobodyWaits) {
     limits.patience = std::chrono::milliseconds(0);
     start(limits);
     const RawCaller slow(folder_ / "admin.sock");
-    ASSERT_TRUE(slow.send("POST /echo HTTP/1.1\r\nContent-Type: application/json\r\nContent-Length: 3\r\n"));
+    ASSERT_TRUE(slow.send(
+        "POST /echo HTTP/1.1\r\nContent-Type: application/json\r\nContent-Length: 3\r\n"));
     EXPECT_TRUE(answers());
     ASSERT_TRUE(slow.send("\r\n[7]"));
     EXPECT_THAT(slow.readToEnd().value_or(""), HasSubstr("[7]"));

@@ -79,7 +79,8 @@ TEST_F(ServantManagers, KnowNoObjectOfAnUnknownName) {
     noText[1] = 0;
     noText[2] = 'S';
     const CORBA::Object_var object = top_->create_reference_with_id(noText, "IDL:test:1.0");
-    EXPECT_THROW(call(agent_.overTheWire<common::Common_I>(object.in()).in()), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THROW(call(agent_.overTheWire<common::Common_I>(object.in()).in()),
+                 CORBA::OBJECT_NOT_EXIST);
 }
 
 TEST_F(ServantManagers, ServeNoIdWithoutTheSessionsToken) {
@@ -114,7 +115,8 @@ TEST_F(ServantManagers, ServeTheTokenThatWasSetLast) {
     const PortableServer::ObjectId_var good = after.idOf("EMS");
     void* cookie = nullptr;
     EXPECT_THROW(servants.preinvoke(old.in(), top_.in(), "x", cookie), CORBA::OBJECT_NOT_EXIST);
-    const PortableServer::ServantBase_var found = servants.preinvoke(good.in(), top_.in(), "x", cookie);
+    const PortableServer::ServantBase_var found =
+        servants.preinvoke(good.in(), top_.in(), "x", cookie);
     EXPECT_EQ(found.in(), static_cast<PortableServer::Servant>(&agent_.manager()));
 }
 
@@ -177,7 +179,8 @@ TEST_F(ServantManagers, KnowNothingAfterTheSessionManagerHasGone) {
     void* cookie = nullptr;
     const auto id = idOf("EMS");
     agent_.requestExit();
-    const PortableServer::POA_var other = SessionSource::create_ServantLocator_poa(agent_.root(), "other");
+    const PortableServer::POA_var other =
+        SessionSource::create_ServantLocator_poa(agent_.root(), "other");
     agent_.endSessions();
     SessionMgr::Destroy();
     EXPECT_THROW(locator.preinvoke(id.in(), other.in(), "x", cookie), CORBA::OBJECT_NOT_EXIST);
@@ -221,7 +224,8 @@ TEST_F(ServantManagers, LetEveryIteratorGoOnceWithItsSession) {
     EXPECT_EQ(agent_.sessions().IteratorCount(), 6u);
 
     session_->endSession();
-    EXPECT_TRUE(waitUntil([&] { return alive_ == 1; })) << "a second release would free one too many";
+    EXPECT_TRUE(waitUntil([&] { return alive_ == 1; }))
+        << "a second release would free one too many";
     EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
     EXPECT_EQ(other->_refcount_value(), 2u) << "another session's iterator is not touched";
 }
@@ -245,7 +249,8 @@ TEST_F(ServantManagers, KeepAnIteratorThatIsStillActiveElsewhere) {
 TEST_F(ServantManagers, LetAnUnlistedIteratorGo) {
     auto* const iterator = new TestManager(alive_);
     const auto mine = ServantRef<TestManager>::take(iterator);
-    const PortableServer::ObjectId_var id = IteratorServantActivator::activate(iterators_.in(), iterator);
+    const PortableServer::ObjectId_var id =
+        IteratorServantActivator::activate(iterators_.in(), iterator);
     iterators_->deactivate_object(id.in());
     EXPECT_TRUE(waitUntil([&] { return mine->_refcount_value() == 1; }));
 }

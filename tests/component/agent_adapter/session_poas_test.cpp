@@ -19,7 +19,8 @@ using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
 constexpr unsigned long kFailed = 0x411800BA;
-constexpr const char* kNilParent = "[create_ServantLocator_poa] exception for input parameter is null!";
+constexpr const char* kNilParent =
+    "[create_ServantLocator_poa] exception for input parameter is null!";
 
 class SessionPoas : public SourceFixture {
   protected:
@@ -41,7 +42,8 @@ class SessionPoas : public SourceFixture {
     }
     /// A POA that is gone.
     PortableServer::POA_var dead() {
-        const PortableServer::POA_var poa = SessionSource::create_ServantLocator_poa(agent_.root(), "dead");
+        const PortableServer::POA_var poa =
+            SessionSource::create_ServantLocator_poa(agent_.root(), "dead");
         poa->destroy(true, true);
         return poa;
     }
@@ -92,7 +94,8 @@ TEST_F(SessionPoas, HaveAnIteratorPoaThatActivatesAndAsksItsActivator) {
     // RETAIN, USER_ID: nobody gets an id that can be guessed by mistake
     const auto first = servant();
     EXPECT_THROW(iterators->activate_object(first.in()), PortableServer::POA::WrongPolicy);
-    const PortableServer::ObjectId_var id = IteratorServantActivator::activate(iterators.in(), first.in());
+    const PortableServer::ObjectId_var id =
+        IteratorServantActivator::activate(iterators.in(), first.in());
     const PortableServer::ServantBase_var found = iterators->id_to_servant(id.in());
     EXPECT_EQ(found.in(), first.in());
     // NO_IMPLICIT_ACTIVATION, UNIQUE_ID
@@ -139,7 +142,8 @@ TEST_F(SessionPoas, CannotBeMadeUnderANilRoot) {
     const TraceCapture trace;
     EXPECT_EQ(source->init(PortableServer::POA::_nil()), kFailed);
     EXPECT_TRUE(trace.contains(kNilParent));
-    EXPECT_TRUE(trace.contains("[SessionSource::init] create_ServantLocator_poa returned a nil POA object!"));
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::init] create_ServantLocator_poa returned a nil POA object!"));
     EXPECT_TRUE(TopPoaNames::isFree(name())) << "the name is given up";
     EXPECT_EQ(source->init(agent_.root()), 0ul);
 }
@@ -172,8 +176,10 @@ TEST_F(SessionPoas, TellWhatTheOrbRefuses) {
 }
 
 TEST_F(SessionPoas, AreReusedWhenTheyExistAndNobodyLivesInThem) {
-    const PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), name());
-    const PortableServer::POA_var iterators = SessionSource::create_iterator_poa(top.in(), "iterator");
+    const PortableServer::POA_var top =
+        SessionSource::create_ServantLocator_poa(agent_.root(), name());
+    const PortableServer::POA_var iterators =
+        SessionSource::create_iterator_poa(top.in(), "iterator");
     const PortableServer::POA_var sessions = SessionSource::create_session_poa(top.in(), "session");
     ASSERT_EQ(SessionSource::SetServantLocator(top.in()), 0ul);
     const PortableServer::ServantManager_var locator = top->get_servant_manager();
@@ -181,9 +187,11 @@ TEST_F(SessionPoas, AreReusedWhenTheyExistAndNobodyLivesInThem) {
     const Source source = make();
     const TraceCapture trace;
     ASSERT_EQ(source->init(agent_.root()), 0ul);
-    for (const char* kind : {"create_ServantLocator_poa", "create_iterator_poa", "create_session_poa"}) {
-        EXPECT_TRUE(trace.contains(std::string("[") + kind +
-                                   "] PortableServer::POA::AdapterAlreadyExists exception received!"))
+    for (const char* kind :
+         {"create_ServantLocator_poa", "create_iterator_poa", "create_session_poa"}) {
+        EXPECT_TRUE(
+            trace.contains(std::string("[") + kind +
+                           "] PortableServer::POA::AdapterAlreadyExists exception received!"))
             << kind;
     }
     const PortableServer::POA_var used = source->get_POA();
@@ -220,7 +228,8 @@ TEST_F(SessionPoas, KeepTagsInNamesAsTheyStand) {
 TEST_F(SessionPoas, AreTakenDownWhenTheSessionPoaCannotBeMade) {
     // the tree is there already, and dies just before its last POA is looked up
     PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), name());
-    const PortableServer::POA_var iterators = SessionSource::create_iterator_poa(top.in(), "iterator");
+    const PortableServer::POA_var iterators =
+        SessionSource::create_iterator_poa(top.in(), "iterator");
     ASSERT_EQ(SessionSource::SetServantIterator(top.in()), 0ul);
     const Source source = make();
     const TraceTrigger trigger("[create_iterator_poa] PortableServer::POA::AdapterAlreadyExists",
@@ -228,7 +237,8 @@ TEST_F(SessionPoas, AreTakenDownWhenTheSessionPoaCannotBeMade) {
     const TraceCapture trace;
     EXPECT_EQ(source->init(agent_.root()), kFailed);
     ASSERT_TRUE(trigger.hasFired());
-    EXPECT_TRUE(trace.contains("[SessionSource::init] create_session_poa returned a nil POA object!"));
+    EXPECT_TRUE(
+        trace.contains("[SessionSource::init] create_session_poa returned a nil POA object!"));
     EXPECT_TRUE(trace.contains("[SessionSource::init] Exception caught in destroy POA!"));
     EXPECT_TRUE(isGoneFromRoot(name()));
     EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name()); }));
@@ -249,14 +259,17 @@ TEST_F(SessionPoas, TellWhenAServantManagerCannotBeSet) {
     const TraceCapture trace;
     // the root POA has no servant manager
     EXPECT_EQ(SessionSource::SetServantLocator(agent_.root()), kFailed);
-    EXPECT_TRUE(trace.contains(
-        "[SessionSource::SetServantLocator] Exception raised during set_servant_manager, ex=WrongPolicy"));
+    EXPECT_TRUE(
+        trace.contains("[SessionSource::SetServantLocator] Exception raised during "
+                       "set_servant_manager, ex=WrongPolicy"));
     // an "iterator" POA of another kind is in the way
-    const PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), "odd");
+    const PortableServer::POA_var top =
+        SessionSource::create_ServantLocator_poa(agent_.root(), "odd");
     const PortableServer::POA_var odd = SessionSource::create_session_poa(top.in(), "iterator");
     EXPECT_EQ(SessionSource::SetServantIterator(top.in()), kFailed);
-    EXPECT_TRUE(trace.contains(
-        "[SessionSource::SetServantIterator] Exception raised during set_servant_manager ex=WrongPolicy"));
+    EXPECT_TRUE(
+        trace.contains("[SessionSource::SetServantIterator] Exception raised during "
+                       "set_servant_manager ex=WrongPolicy"));
     for (const kelp::util::TraceLine& line : trace.records()) {
         if (line.text.find("set_servant_manager") != std::string::npos) {
             EXPECT_EQ(line.level, 1);
@@ -270,8 +283,9 @@ TEST_F(SessionPoas, AreTakenDownWhenTheIteratorPoaCannotBeMade) {
     EXPECT_EQ(SessionSource::SetServantIterator(gone.in()), kFailed);
     EXPECT_TRUE(trace.contains(
         "[SessionSource::SetServantIterator] Call create_iterator_poa returned a nil POA object"));
-    EXPECT_TRUE(trace.contains(
-        "[SessionSource::SetServantIterator] Exception caught in destroy POA, ex=OBJECT_NOT_EXIST"));
+    EXPECT_TRUE(
+        trace.contains("[SessionSource::SetServantIterator] Exception caught in destroy POA, "
+                       "ex=OBJECT_NOT_EXIST"));
     EXPECT_EQ(SessionSource::SetServantIterator(PortableServer::POA::_nil()), kFailed);
 }
 
@@ -291,12 +305,14 @@ TEST_F(SessionPoas, OfOneServantLocatorStandAlone) {
 
     const PortableServer::POA_var gone = dead();
     EXPECT_EQ(SessionSource::CreateServantPoa(again, gone.in(), "below"), kFailed);
-    EXPECT_TRUE(trace.contains("[CreateServantPoa] create_ServantLocator_poa returned a nil POA object!"));
+    EXPECT_TRUE(
+        trace.contains("[CreateServantPoa] create_ServantLocator_poa returned a nil POA object!"));
     EXPECT_TRUE(poa->_is_equivalent(again.in())) << "a failure leaves what was there";
 
     const PortableServer::POA_var odd = SessionSource::create_session_poa(agent_.root(), "odd");
     EXPECT_EQ(SessionSource::CreateServantPoa(again, agent_.root(), "odd"), kFailed);
-    EXPECT_TRUE(trace.contains("[CreateServantPoa] Exception raised during set_servant_manager()!"));
+    EXPECT_TRUE(
+        trace.contains("[CreateServantPoa] Exception raised during set_servant_manager()!"));
 }
 
 TEST_F(SessionPoas, GiveReferencesWithoutActivatingAnything) {
@@ -324,7 +340,8 @@ TEST_F(SessionPoas, GiveNoReferenceBeforeTheyAreMade) {
     const TraceCapture trace;
     const CORBA::Object_var none = source->create_object_reference("EMS", "IDL:test/One:1.0");
     EXPECT_TRUE(CORBA::is_nil(none.in()));
-    EXPECT_TRUE(trace.contains("[SessionSource::create_object_reference] get_POA return a nil POA!"));
+    EXPECT_TRUE(
+        trace.contains("[SessionSource::create_object_reference] get_POA return a nil POA!"));
 }
 
 TEST_F(SessionPoas, GiveNoReferenceAfterTheyWereDestroyed) {
@@ -334,8 +351,9 @@ TEST_F(SessionPoas, GiveNoReferenceAfterTheyWereDestroyed) {
     const TraceCapture trace;
     const CORBA::Object_var none = source->create_object_reference("EMS", "IDL:test/One:1.0");
     EXPECT_TRUE(CORBA::is_nil(none.in()));
-    EXPECT_TRUE(trace.contains(
-        "[SessionSource::create_object_reference] Exception caught during create_reference_with_id!"));
+    EXPECT_TRUE(
+        trace.contains("[SessionSource::create_object_reference] Exception caught during "
+                       "create_reference_with_id!"));
 }
 
 TEST_F(SessionPoas, StayWhenOnlyTheRecordGoes) {
@@ -372,8 +390,8 @@ TEST_F(SessionPoas, NamesAreWaitedForUntilTheyAreGivenUp) {
     ASSERT_TRUE(TopPoaNames::claim("name", source.get()));
     bool isFree = false;
     std::thread waiting([&] {
-        isFree =
-            TopPoaNames::waitUntilFree("name", std::chrono::steady_clock::now() + std::chrono::seconds(60));
+        isFree = TopPoaNames::waitUntilFree(
+            "name", std::chrono::steady_clock::now() + std::chrono::seconds(60));
     });
     EXPECT_TRUE(waitUntil(allOthersSleep));
     const auto begin = std::chrono::steady_clock::now();

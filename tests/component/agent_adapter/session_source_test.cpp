@@ -14,13 +14,14 @@ using SessionRecord = SourceFixture;
 TEST(SessionName, IsUserAndAddressBetweenTheirTags) {
     EXPECT_EQ(sessionNameText("admin", "10.0.0.1:5000"),
               "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>10.0.0.1:5000</IPANDPORT_TAG>");
-    EXPECT_EQ(sessionNameText("", ""), "<USERNAME_TAG></USERNAME_TAG><IPANDPORT_TAG></IPANDPORT_TAG>");
+    EXPECT_EQ(sessionNameText("", ""),
+              "<USERNAME_TAG></USERNAME_TAG><IPANDPORT_TAG></IPANDPORT_TAG>");
 }
 
 TEST(SessionName, EscapesNothing) {
-    EXPECT_EQ(
-        sessionNameText("a</USERNAME_TAG>b", "<IPANDPORT_TAG>:1"),
-        "<USERNAME_TAG>a</USERNAME_TAG>b</USERNAME_TAG><IPANDPORT_TAG><IPANDPORT_TAG>:1</IPANDPORT_TAG>");
+    EXPECT_EQ(sessionNameText("a</USERNAME_TAG>b", "<IPANDPORT_TAG>:1"),
+              "<USERNAME_TAG>a</USERNAME_TAG>b</USERNAME_TAG><IPANDPORT_TAG><IPANDPORT_TAG>:1</"
+              "IPANDPORT_TAG>");
 }
 
 TEST_F(SessionRecord, BeginsNormalAndAnswered) {
@@ -41,7 +42,8 @@ TEST_F(SessionRecord, KeepsAReferenceOfItsOwn) {
     {
         const CORBA::Object_var object =
             kelp::orb::toReference(agent_.orb(), "corbaloc:iiop:1.2@10.0.0.1:5000/Nms");
-        const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        const nmsSession::NmsSession_I_var nms =
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in());
         source.reset(SessionSource::create("10.0.0.1:5000", "admin", nms.in()));
     }
     const nmsSession::NmsSession_I_var one = source->get_nms_session();

@@ -38,7 +38,8 @@ class SessionValidity : public SourceFixture {
     }
     std::string who() { return ",user<admin>,ip<" + agent_.nms().hostInfo() + ">."; }
     std::string tearDownText() {
-        return "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy "
+        return "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS "
+               "will destroy "
                "associated emsSession resource" +
                who();
     }
@@ -63,8 +64,8 @@ TEST_F(SessionValidity, CountsFailedPingsInARow) {
     EXPECT_EQ(check(), 0);
     EXPECT_EQ(source_->get_ping_failures(), 2);
     EXPECT_FALSE(source_->get_ping_answered());
-    EXPECT_EQ(trace.count("[SessionSource::check_valid] Exception raised during PING operation" + who() +
-                          "==>NO_RESOURCES"),
+    EXPECT_EQ(trace.count("[SessionSource::check_valid] Exception raised during PING operation" +
+                          who() + "==>NO_RESOURCES"),
               2u);
     answer();
     EXPECT_EQ(check(), 0);
@@ -178,13 +179,14 @@ TEST_F(SessionValidity, TellsTheNmsAtTheExit) {
 TEST_F(SessionValidity, EndsTheSessionWhenTheNmsCannotBeTold) {
     const CORBA::Object_var object = kelp::orb::toReference(
         agent_.orb(), "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/Nms");
-    const nmsSession::NmsSession_I_var dead = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var dead =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     source_->set_nms_session(dead.in());
     source_->set_state(EmsExiting);
     const TraceCapture trace;
     EXPECT_EQ(check(), -1);
-    EXPECT_TRUE(trace.contains("[SessionSource::check_valid]Exception raised during endSession" + who() +
-                               "==>TRANSIENT"));
+    EXPECT_TRUE(trace.contains("[SessionSource::check_valid]Exception raised during endSession" +
+                               who() + "==>TRANSIENT"));
     EXPECT_TRUE(isTornDown());
 }
 
@@ -197,7 +199,8 @@ TEST_F(SessionValidity, StaysOverAfterTheTearDown) {
     EXPECT_EQ(check(), -1);
     EXPECT_EQ(trace.count(tearDownText()), 1u);
     EXPECT_TRUE(trace.contains(
-        "[SessionSource::check_valid]Exception raised during destroy session resource" + who() + "==>"));
+        "[SessionSource::check_valid]Exception raised during destroy session resource" + who() +
+        "==>"));
 }
 
 TEST_F(SessionValidity, IsOverWithoutATree) {
@@ -261,14 +264,17 @@ TEST_F(SessionValidity, CountsARefusedTellingAsAFailedPingAndTriesAgain) {
         EXPECT_TRUE(source_->get_event_loss_cleared()) << "not told yet";
     }
     EXPECT_FALSE(source_->get_ping_answered());
-    EXPECT_EQ(trace.count("[SessionSource::eventLossOccurred_i] Exception raised during eventLossOccurred!"),
-              3u);
+    EXPECT_EQ(
+        trace.count(
+            "[SessionSource::eventLossOccurred_i] Exception raised during eventLossOccurred!"),
+        3u);
     answer();
     check(false, false);
     EXPECT_FALSE(source_->get_event_loss_cleared());
     refuse();
     check(false, true);
-    EXPECT_EQ(trace.count("[SessionSource::eventLossCleared_i] Exception raised during eventLossCleared!"),
+    EXPECT_EQ(trace.count(
+                  "[SessionSource::eventLossCleared_i] Exception raised during eventLossCleared!"),
               1u);
     EXPECT_FALSE(source_->get_event_loss_cleared());
     check(false, true);

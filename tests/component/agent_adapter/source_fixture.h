@@ -1,12 +1,11 @@
 #pragma once
 
-#include "adapter/session_source.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 
+#include "adapter/session_source.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 
@@ -20,8 +19,8 @@ class SourceFixture : public testing::Test {
     explicit SourceFixture(AgentOptions options = {}) : agent_(withoutSessionMgr(options)) {}
 
     Source make(const std::string& user = "admin") {
-        return Source(
-            NS_KELPCORBA::SessionSource::create(agent_.nms().hostInfo(), user, agent_.nms().reference()));
+        return Source(NS_KELPCORBA::SessionSource::create(agent_.nms().hostInfo(), user,
+                                                          agent_.nms().reference()));
     }
     /// With its POA tree.
     Source makeWithTree(const std::string& user = "admin") {

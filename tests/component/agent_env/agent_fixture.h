@@ -1,8 +1,5 @@
 #pragma once
 
-#include "util/agent_state.h"
-#include "corbaenv/corba_agent.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>
@@ -19,15 +16,18 @@
 
 #include "bundle_doubles.h"
 #include "component/corbabase/base_orb.h"
+#include "corbaenv/corba_agent.h"
 #include "support/tcp_peers.h"
 #include "support/temporary_directory.h"
 #include "support/test_manager.h"
 #include "support/trace_capture.h"
+#include "util/agent_state.h"
 
 namespace kelp::test {
 
-/// The host as far as the agent needs it: a configuration, a user database, bundles that have entered a
-/// manager "EMS" and what interfaces a test adds. At the end the agent is stopped if it still runs.
+/// The host as far as the agent needs it: a configuration, a user database, bundles that have
+/// entered a manager "EMS" and what interfaces a test adds. At the end the agent is stopped if it
+/// still runs.
 class AgentFixture : public testing::Test {
   protected:
     AgentFixture() { base().EnterNorthMgrFactory("EMS", &factory_); }
@@ -38,7 +38,8 @@ class AgentFixture : public testing::Test {
         base().LeaveNorthMgrFactory("EMS");
     }
 
-    /// `session` is the table of that name; the naming service is one that refuses connections unless told.
+    /// `session` is the table of that name; the naming service is one that refuses connections
+    /// unless told.
     void configureAgent(const std::string& session = "", std::uint16_t namingPort = freePort(),
                         const std::string& more = "") {
         configure(agentConfiguration(folder_, namingPort) + "[session]\n" + session + "\n" + more);

@@ -1,7 +1,5 @@
 // The stop ends soon whatever hangs, and takes nothing away from what still runs.
 
-#include "session/ems_session_factory_impl.h"
-
 #include <gtest/gtest.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/asyn_notify_mgr.h>
@@ -14,6 +12,7 @@
 
 #include "agent_fixture.h"
 #include "component/orb/gate.h"
+#include "session/ems_session_factory_impl.h"
 #include "support/wait_until.h"
 
 namespace kelp::test {
@@ -39,9 +38,11 @@ class BoundedStop : public AgentFixture {
     void logIn(const std::string& corbaloc) {
         const CORBA::ORB_var orb = base().GetOrb();
         const CORBA::Object_var object = orb::toReference(orb.in(), corbaloc);
-        const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        const nmsSession::NmsSession_I_var nms =
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in());
         emsSession::EmsSession_I_var session;
-        EmsSessionFactory_IImpl::Instance()->getEmsSession("admin", "secret", nms.in(), session.out());
+        EmsSessionFactory_IImpl::Instance()->getEmsSession("admin", "secret", nms.in(),
+                                                           session.out());
     }
     /// True when it ended in time.
     bool stopsInTime() {

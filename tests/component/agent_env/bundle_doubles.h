@@ -13,7 +13,8 @@
 
 namespace kelp::test {
 
-/// What the manager interfaces of a test were called for, in order: "Init A", "ExitThread A", "Destroy A".
+/// What the manager interfaces of a test were called for, in order: "Init A", "ExitThread A",
+/// "Destroy A".
 class CallLog {
   public:
     void add(const std::string& call) {

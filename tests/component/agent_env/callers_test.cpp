@@ -1,7 +1,5 @@
 // What callers see while the agent starts, runs and stops.
 
-#include "corbaenv/agent_server_facade.h"
-
 #include <kelp/orb/exception_text.h>
 #include <mtnm/emsSessionFactory.h>
 
@@ -9,14 +7,15 @@
 
 #include "agent_fixture.h"
 #include "component/corbabase/scripted_interceptor.h"
+#include "corbaenv/agent_server_facade.h"
 #include "support/test_nms.h"
 #include "support/wait_until.h"
 
 namespace kelp::test {
 namespace {
 
-/// What a caller gets from an agent that stops: refused, or its connection, its target's POA or, here where
-/// caller and agent share it, its ORB gone before the refusal arrives.
+/// What a caller gets from an agent that stops: refused, or its connection, its target's POA or,
+/// here where caller and agent share it, its ORB gone before the refusal arrives.
 const auto kRefused = testing::AnyOf("TRANSIENT", "COMM_FAILURE", "OBJ_ADAPTER", "BAD_INV_ORDER");
 
 class Callers : public AgentFixture {
@@ -106,7 +105,8 @@ TEST_F(Callers, ThatWaitWithoutAnInterceptorAreRefusedByTheStop) {
 TEST_F(Callers, AreToldOfAnEventLossThatTheSupplierManagerReports) {
     // the test NMS names this process by another spelling of the loopback address
     configureAgent("ping_interval_s = 1", freePort(), "[access]\nnms_reference = \"any\"\n");
-    NS_CORBA::UserDatabase(folder_.path() / "users.db").add("nms", "secret", NS_CORBA::HashCost{8, 1});
+    NS_CORBA::UserDatabase(folder_.path() / "users.db")
+        .add("nms", "secret", NS_CORBA::HashCost{8, 1});
     ASSERT_TRUE(start());
     const CORBA::ORB_var orb = base().GetOrb();
     const PortableServer::POA_var root = base().GetRootPoa();
@@ -121,8 +121,8 @@ TEST_F(Callers, AreToldOfAnEventLossThatTheSupplierManagerReports) {
     EXPECT_TRUE(waitUntil([&] { return nms->losses > 0; }));
     callBack->OnEventLossCleared("20260101120100.0Z");
     EXPECT_TRUE(waitUntil([&] { return nms->clears > 0; }));
-    EXPECT_THAT(nms->texts(),
-                testing::ElementsAre("occurred 20260101120000.0Z 4711", "cleared 20260101120100.0Z"));
+    EXPECT_THAT(nms->texts(), testing::ElementsAre("occurred 20260101120000.0Z 4711",
+                                                   "cleared 20260101120100.0Z"));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // The session factory's object and the registry of manager servants.
 
-#include "session/ems_session_factory_impl.h"
-
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/session_mgr.h>
@@ -11,6 +9,7 @@
 
 #include "component/corbabase/base_orb.h"
 #include "naming_fixture.h"
+#include "session/ems_session_factory_impl.h"
 #include "support/test_manager.h"
 
 namespace kelp::test {
@@ -30,7 +29,8 @@ class FactoryObject : public testing::Test {
     static CorbaAgentConfig& config() { return *CorbaAgentConfig::Instance(); }
     static std::string objectKey() {
         const CORBA::ORB_var orb = base().GetOrb();
-        const emsSessionFactory::EmsSessionFactory_I_var factory = config().GetEmsSessionFactoryIImplObj();
+        const emsSessionFactory::EmsSessionFactory_I_var factory =
+            config().GetEmsSessionFactoryIImplObj();
         orb::ReferenceContent content;
         EXPECT_TRUE(orb::describe(orb.in(), factory.in(), content));
         return content.objectKey;
@@ -41,7 +41,8 @@ class FactoryObject : public testing::Test {
 };
 
 TEST_F(FactoryObject, IsNilBeforeItIsMade) {
-    const emsSessionFactory::EmsSessionFactory_I_var factory = config().GetEmsSessionFactoryIImplObj();
+    const emsSessionFactory::EmsSessionFactory_I_var factory =
+        config().GetEmsSessionFactoryIImplObj();
     EXPECT_TRUE(CORBA::is_nil(factory.in()));
 }
 
@@ -53,7 +54,8 @@ TEST_F(FactoryObject, IsServedByTheFactoryUnderItsPersistentPoaAndId) {
     const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId("EMSSessionFactory");
     const PortableServer::ServantBase_var servant = poa->id_to_servant(id.in());
     EXPECT_EQ(servant.in(), EmsSessionFactory_IImpl::Instance());
-    const emsSessionFactory::EmsSessionFactory_I_var factory = config().GetEmsSessionFactoryIImplObj();
+    const emsSessionFactory::EmsSessionFactory_I_var factory =
+        config().GetEmsSessionFactoryIImplObj();
     const CORBA::Object_var active = poa->id_to_reference(id.in());
     EXPECT_TRUE(factory->_is_equivalent(active.in()));
 }
@@ -75,10 +77,12 @@ TEST_F(FactoryObject, KeepsItsKeyAcrossRestarts) {
 TEST_F(FactoryObject, MadeTwiceIsKeptOnce) {
     const BaseOrb orb;
     ASSERT_TRUE(config().InitEmsSessionFactoryIImplObj());
-    const emsSessionFactory::EmsSessionFactory_I_var first = config().GetEmsSessionFactoryIImplObj();
+    const emsSessionFactory::EmsSessionFactory_I_var first =
+        config().GetEmsSessionFactoryIImplObj();
     const auto references = EmsSessionFactory_IImpl::Instance()->_refcount_value();
     ASSERT_TRUE(config().InitEmsSessionFactoryIImplObj());
-    const emsSessionFactory::EmsSessionFactory_I_var second = config().GetEmsSessionFactoryIImplObj();
+    const emsSessionFactory::EmsSessionFactory_I_var second =
+        config().GetEmsSessionFactoryIImplObj();
     EXPECT_TRUE(first->_is_equivalent(second.in()));
     EXPECT_EQ(EmsSessionFactory_IImpl::Instance()->_refcount_value(), references);
 }
@@ -86,7 +90,8 @@ TEST_F(FactoryObject, MadeTwiceIsKeptOnce) {
 TEST_F(FactoryObject, IsHandedOutAsADuplicateThatOutlivesTheConfiguration) {
     const BaseOrb orb;
     ASSERT_TRUE(config().InitEmsSessionFactoryIImplObj());
-    const emsSessionFactory::EmsSessionFactory_I_var factory = config().GetEmsSessionFactoryIImplObj();
+    const emsSessionFactory::EmsSessionFactory_I_var factory =
+        config().GetEmsSessionFactoryIImplObj();
     const std::string key = objectKey();
     CorbaAgentConfig::Destroy();
     orb::ReferenceContent content;
@@ -97,9 +102,11 @@ TEST_F(FactoryObject, IsHandedOutAsADuplicateThatOutlivesTheConfiguration) {
 
 TEST_F(FactoryObject, CannotBeMadeWithoutAnOrb) {
     EXPECT_FALSE(config().InitEmsSessionFactoryIImplObj());
-    EXPECT_EQ(trace_.count("[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch "
-                           "exception: BAD_INV_ORDER"),
-              1u);
+    EXPECT_EQ(
+        trace_.count(
+            "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch "
+            "exception: BAD_INV_ORDER"),
+        1u);
 }
 
 TEST_F(FactoryObject, CannotBeMadeUnderAnIdThatAnotherServantHas) {
@@ -107,12 +114,15 @@ TEST_F(FactoryObject, CannotBeMadeUnderAnIdThatAnotherServantHas) {
     const PortableServer::POA_var root = base().GetRootPoa();
     const PortableServer::POA_var poa = NS_CORBA::get_persistent_poa(root.in(), "V4800");
     const PortableServer::ServantBase_var other(new OtherFactory);
-    const CORBA::Object_var taken = NS_CORBA::get_persistent_ref(poa.in(), other.in(), "EMSSessionFactory");
+    const CORBA::Object_var taken =
+        NS_CORBA::get_persistent_ref(poa.in(), other.in(), "EMSSessionFactory");
     EXPECT_FALSE(config().InitEmsSessionFactoryIImplObj());
-    EXPECT_EQ(trace_.count("[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Call get_persistent_ref "
-                           "EMSSessionFactory is nil\n"),
-              1u);
-    const emsSessionFactory::EmsSessionFactory_I_var factory = config().GetEmsSessionFactoryIImplObj();
+    EXPECT_EQ(
+        trace_.count("[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Call get_persistent_ref "
+                     "EMSSessionFactory is nil\n"),
+        1u);
+    const emsSessionFactory::EmsSessionFactory_I_var factory =
+        config().GetEmsSessionFactoryIImplObj();
     EXPECT_TRUE(CORBA::is_nil(factory.in()));
 }
 
@@ -125,7 +135,8 @@ TEST_F(FactoryObject, ThatCannotBeMadeAnewStaysAsItWas) {
     const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId("EMSSessionFactory");
     poa->deactivate_object(id.in());
     const PortableServer::ServantBase_var other(new OtherFactory);
-    const CORBA::Object_var taken = NS_CORBA::get_persistent_ref(poa.in(), other.in(), "EMSSessionFactory");
+    const CORBA::Object_var taken =
+        NS_CORBA::get_persistent_ref(poa.in(), other.in(), "EMSSessionFactory");
     EXPECT_FALSE(config().InitEmsSessionFactoryIImplObj());
     EXPECT_EQ(objectKey(), before);
 }

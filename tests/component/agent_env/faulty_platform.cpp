@@ -1,9 +1,8 @@
 #include "faulty_platform.h"
 
+#include <dlfcn.h>
 #include <kelp/corbabase/agent_server.h>
 #include <kelp/corbabase/base_config.h>
-
-#include <dlfcn.h>
 
 #include <stdexcept>
 

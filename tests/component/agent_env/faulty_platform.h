@@ -4,8 +4,9 @@
 
 namespace kelp::test {
 
-/// Lets the platform's operations fail where no configuration makes them fail. The test program's own
-/// definitions of these operations stand in front of the library's and pass on to them otherwise.
+/// Lets the platform's operations fail where no configuration makes them fail. The test program's
+/// own definitions of these operations stand in front of the library's and pass on to them
+/// otherwise.
 struct PlatformFaults {
     /// GetRootPoa raises CORBA::INTERNAL once it was called this often; negative: never.
     static int getRootPoaAfter;

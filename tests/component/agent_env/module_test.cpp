@@ -1,18 +1,15 @@
 // The module as a host sees it: a shared object with one factory function.
 
-#include "corbaenv/corba_env_module.h"
-
+#include <ace/Init_ACE.h>
+#include <ace/Log_Msg.h>
+#include <cos/CosNaming.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/service_object.h>
 #include <kelp/corbabase/base_config.h>
-
-#include <ace/Init_ACE.h>
-#include <ace/Log_Msg.h>
-#include <cos/CosNaming.h>
-#include <dlfcn.h>
 
 #include <atomic>
 #include <cstring>
@@ -24,6 +21,7 @@
 #include <thread>
 
 #include "bundle_doubles.h"
+#include "corbaenv/corba_env_module.h"
 #include "faulty_platform.h"
 #include "support/omninames.h"
 #include "support/tcp_peers.h"
@@ -54,7 +52,9 @@ class Module {
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
 
-    ACE_Service_Object* make(ACE_Service_Object_Exterminator* deleter) const { return factory_(deleter); }
+    ACE_Service_Object* make(ACE_Service_Object_Exterminator* deleter) const {
+        return factory_(deleter);
+    }
 
     static bool isLoaded() {
         void* const handle = ::dlopen(kModule.c_str(), RTLD_NOW | RTLD_NOLOAD);
@@ -68,8 +68,8 @@ class Module {
     Factory factory_ = nullptr;
 };
 
-/// The module's service object in the hands of a host, with a manager "EMS" entered unless a test takes it
-/// out.
+/// The module's service object in the hands of a host, with a manager "EMS" entered unless a test
+/// takes it out.
 class ModuleObject : public testing::Test {
   protected:
     ModuleObject() {
@@ -81,7 +81,9 @@ class ModuleObject : public testing::Test {
         KelpAppMgr::Instance()->Exit();
         base().LeaveNorthMgrFactory("EMS");
     }
-    static NS_CORBA::CorbaBaseAgentConfig& base() { return *NS_CORBA::CorbaBaseAgentConfig::Instance(); }
+    static NS_CORBA::CorbaBaseAgentConfig& base() {
+        return *NS_CORBA::CorbaBaseAgentConfig::Instance();
+    }
     static void configure(const std::string& toml) {
         for (const NS_BUNDLEMGR1::ConfigProblem& problem :
              NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "test.toml"))
@@ -207,10 +209,12 @@ TEST(ModuleInAHost, IsStartedStoppedUnloadedAndStartedAgain) {
     const OmniNames names;
     TestManagerFactory managers;
     NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &managers);
-    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, names.port()), "test.toml");
+    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, names.port()),
+                                                    "test.toml");
     for (int load = 0; load < 2; ++load) {
         std::string whyNot;
-        ASSERT_TRUE(BundleMgr::Instance()->Start(kModule.parent_path(), {"mx_kelpcorba_env"}, whyNot))
+        ASSERT_TRUE(
+            BundleMgr::Instance()->Start(kModule.parent_path(), {"mx_kelpcorba_env"}, whyNot))
             << whyNot;
         EXPECT_TRUE(waitUntil([&] { return isFactoryBound(names); }));
         BundleMgr::Instance()->Stop();
@@ -224,7 +228,8 @@ TEST(ModuleInAHost, StaysLoadedForAThreadThatTheStopGaveUpOn) {
     const TemporaryDirectory folder;
     TestManagerFactory managers;
     NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &managers);
-    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, freePort()), "test.toml");
+    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, freePort()),
+                                                    "test.toml");
     std::promise<void> reached;
     std::promise<void> release;
     std::atomic<bool> isFirst{true};
@@ -236,12 +241,14 @@ TEST(ModuleInAHost, StaysLoadedForAThreadThatTheStopGaveUpOn) {
     };
     TraceCapture trace;
     std::string whyNot;
-    ASSERT_TRUE(BundleMgr::Instance()->Start(kModule.parent_path(), {"mx_kelpcorba_env"}, whyNot)) << whyNot;
+    ASSERT_TRUE(BundleMgr::Instance()->Start(kModule.parent_path(), {"mx_kelpcorba_env"}, whyNot))
+        << whyNot;
     reached.get_future().wait();
     BundleMgr::Instance()->Stop();
     EXPECT_TRUE(Module::isLoaded());
     release.set_value();
-    EXPECT_TRUE(trace.waitFor("[Monitor Thread] system exception occured! error reason:BAD_INV_ORDER"));
+    EXPECT_TRUE(
+        trace.waitFor("[Monitor Thread] system exception occured! error reason:BAD_INV_ORDER"));
     NS_CORBA::CorbaBaseAgentConfig::Instance()->LeaveNorthMgrFactory("EMS");
     KelpAppMgr::Instance()->Exit();
 }
@@ -249,7 +256,8 @@ TEST(ModuleInAHost, StaysLoadedForAThreadThatTheStopGaveUpOn) {
 TEST(ModuleInAHost, ThatFailedToStartIsUnloaded) {
     const TemporaryDirectory folder;
     NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", nullptr);
-    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, freePort()), "test.toml");
+    NS_BUNDLEMGR1::ConfigStore::instance().loadText(agentConfiguration(folder, freePort()),
+                                                    "test.toml");
     std::string whyNot;
     EXPECT_FALSE(BundleMgr::Instance()->Start(kModule.parent_path(), {"mx_kelpcorba_env"}, whyNot));
     EXPECT_NE(whyNot.find("mx_kelpcorba_env"), std::string::npos) << whyNot;

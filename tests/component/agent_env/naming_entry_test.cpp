@@ -1,14 +1,12 @@
 // What a round makes of the entries that it finds in the naming service.
 
-#include "util/agent_state.h"
-
-#include "naming_fixture.h"
-
 #include <gmock/gmock.h>
 #include <kelp/corbabase/naming_watch.h>
 
 #include "component/corbabase/open_logs.h"
+#include "naming_fixture.h"
 #include "support/tcp_peers.h"
+#include "util/agent_state.h"
 
 namespace kelp::test {
 namespace {
@@ -47,8 +45,8 @@ TEST_F(NamingEntry, OfThisAgentFromBeforeIsTakenAsItIs) {
 TEST_F(NamingEntry, OfADeadProcessIsReplacedWithinOneRound) {
     registerOwn();
     NS_KELPCORBA::NamingMonitor later(own_.in());
-    const CORBA::Object_var dead =
-        referenceTo("corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/EMSSessionFactory");
+    const CORBA::Object_var dead = referenceTo(
+        "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/EMSSessionFactory");
     entry_.rebind(dead.in());
     later.Round();
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
@@ -105,7 +103,8 @@ TEST_F(NamingEntry, OfAnotherLiveFactoryIsReplacedByTheFirstRoundToo) {
 
 TEST_F(NamingEntry, ThatOffersOneMoreAddressForTheOwnKeyIsReplaced) {
     registerOwn();
-    const CORBA::Object_var extended = referenceTo(withAlternateAddress(own_.in(), "10.9.9.9", 666));
+    const CORBA::Object_var extended =
+        referenceTo(withAlternateAddress(own_.in(), "10.9.9.9", 666));
     EXPECT_TRUE(extended->_is_equivalent(own_.in())) << "to the ORB it is the same object";
     entry_.rebind(extended.in());
     round();

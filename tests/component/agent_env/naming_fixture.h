@@ -1,13 +1,10 @@
 #pragma once
 
-#include "corbaenv/naming_monitor.h"
-
+#include <cos/CosNaming.h>
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/corbabase/agent_server.h>
 #include <kelp/orb/servants.h>
-
-#include <cos/CosNaming.h>
 #include <mtnm/emsSessionFactory.h>
 
 #include <chrono>
@@ -17,6 +14,7 @@
 
 #include "component/corbabase/base_orb.h"
 #include "component/corbabase/scripted_interceptor.h"
+#include "corbaenv/naming_monitor.h"
 #include "support/omninames.h"
 #include "support/trace_capture.h"
 #include "support/wire_reference.h"
@@ -87,10 +85,12 @@ class FactoryEntry {
 };
 
 inline std::string withNamingPort(std::uint16_t port) {
-    return kFreePort + std::string("[naming]\nembedded = false\nport = ") + std::to_string(port) + "\n";
+    return kFreePort + std::string("[naming]\nembedded = false\nport = ") + std::to_string(port) +
+           "\n";
 }
 
-/// A monitor with the agent's own factory reference and a naming service; the rounds are the test's.
+/// A monitor with the agent's own factory reference and a naming service; the rounds are the
+/// test's.
 class MonitorFixture : public testing::Test {
   protected:
     MonitorFixture() {
@@ -109,7 +109,8 @@ class MonitorFixture : public testing::Test {
         base().SetReqInterceptorImpl(nullptr);
     }
 
-    /// Rounds of the monitor thread, with its call time-out cut short so that hung peers cost a test little.
+    /// Rounds of the monitor thread, with its call time-out cut short so that hung peers cost a
+    /// test little.
     void round(int count = 1) {
         const orb::ScopedThreadTimeout bounded(std::chrono::milliseconds(300));
         for (int i = 0; i < count; ++i)
@@ -174,9 +175,12 @@ class MonitorFixture : public testing::Test {
 };
 
 inline constexpr const char* kNotDetected =
-    "[Monitor Thread] emssessionfactory is not detected in the NamingService! Now try to register it. error "
+    "[Monitor Thread] emssessionfactory is not detected in the NamingService! Now try to register "
+    "it. error "
     "reason:";
 inline constexpr const char* kInvalid =
-    "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! Now try to re-register it.";
-inline constexpr const char* kSystemException = "[Monitor Thread] system exception occured! error reason:";
+    "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! Now try to "
+    "re-register it.";
+inline constexpr const char* kSystemException =
+    "[Monitor Thread] system exception occured! error reason:";
 }  // namespace kelp::test

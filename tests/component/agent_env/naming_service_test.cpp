@@ -1,11 +1,10 @@
 // Rounds while the naming service is out of order, and how it is addressed.
 
-#include "naming_fixture.h"
-
 #include <kelp/orb/orb.h>
 
 #include <future>
 
+#include "naming_fixture.h"
 #include "support/tcp_peers.h"
 #include "support/temporary_directory.h"
 
@@ -127,7 +126,8 @@ class FirstByte {
     ~FirstByte() { ::shutdown(listener_.fd(), SHUT_RDWR); }
     std::uint16_t port() const { return portOf(listener_); }
     char get() {
-        return first_.wait_for(std::chrono::seconds(10)) == std::future_status::ready ? first_.get() : '\0';
+        return first_.wait_for(std::chrono::seconds(10)) == std::future_status::ready ? first_.get()
+                                                                                      : '\0';
     }
 
   private:
@@ -143,14 +143,15 @@ TEST_F(NamingServiceAddress, WithoutTlsIsCalledInPlainGiop) {
 }
 
 /// The modes 1 (TLS beside TCP) and 2 (TLS only).
-class NamingServiceOverTls : public NamingServiceAddress, public testing::WithParamInterface<int> {};
+class NamingServiceOverTls : public NamingServiceAddress,
+                             public testing::WithParamInterface<int> {};
 
 TEST_P(NamingServiceOverTls, IsNeverCalledInPlain) {
     const TemporaryDirectory folder;
     const std::string pem = folder.write("key.pem", "").string();
     locate("port = " + std::to_string(names_.port()) + "\nssl_port = " + std::to_string(freePort()),
-           "[tls]\nmode = " + std::to_string(GetParam()) + "\nca = \"" + pem + "\"\ncertificate = \"" + pem +
-               "\"\n");
+           "[tls]\nmode = " + std::to_string(GetParam()) + "\nca = \"" + pem +
+               "\"\ncertificate = \"" + pem + "\"\n");
     ASSERT_EQ(base().GetSSLMode(), GetParam());
     round();
     EXPECT_EQ(trace_.count(kSystemException), 1u);

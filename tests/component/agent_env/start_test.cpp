@@ -1,7 +1,5 @@
 // The agent's start: its order, and what is left when a step fails.
 
-#include "corbaenv/agent_server_facade.h"
-
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>
 
@@ -10,6 +8,7 @@
 #include <stdexcept>
 
 #include "agent_fixture.h"
+#include "corbaenv/agent_server_facade.h"
 #include "faulty_platform.h"
 #include "support/wait_until.h"
 
@@ -22,7 +21,8 @@ constexpr const char* kStarting = "===[CorbaAgentFacade::Init] Corba Agent is st
 constexpr const char* kRunning = "===[CorbaAgentFacade::Init] Corba Agent is running! ===";
 constexpr const char* kBeginExit = "===Begin to Exit Threads of Corba...===";
 constexpr const char* kEndExit = "=== Finish to Exit Threads of Corba! ===";
-constexpr const char* kBeginFini = "===[CorbaAgentFacade::Fini] Begin to destroy Corba Agent... ===";
+constexpr const char* kBeginFini =
+    "===[CorbaAgentFacade::Fini] Begin to destroy Corba Agent... ===";
 constexpr const char* kEndFini = "===[CorbaAgentFacade::Fini] Finish to destroy Corba Agent! ===";
 
 class AgentStart : public AgentFixture {};
@@ -38,8 +38,9 @@ TEST_F(AgentStart, AndStopGoInTheirOrder) {
     EXPECT_THAT(
         agentLines(),
         ElementsAre(kStarting, "[CorbaAgentFacade::Init] Initializing Corba Interface: First!",
-                    "[CorbaAgentFacade::Init] Initializing Corba Interface: Second!", kRunning, kBeginExit,
-                    kEndExit, kBeginFini, "[CorbaAgentFacade::Fini] Destroy Corba Interface: Second!",
+                    "[CorbaAgentFacade::Init] Initializing Corba Interface: Second!", kRunning,
+                    kBeginExit, kEndExit, kBeginFini,
+                    "[CorbaAgentFacade::Fini] Destroy Corba Interface: Second!",
                     "[CorbaAgentFacade::Fini] Destroy Corba Interface: First!", kEndFini));
     expectNothingRuns();
 }
@@ -93,9 +94,10 @@ TEST_F(AgentStart, StopsAtTheInterfaceThatFailsAndUndoesTheRest) {
     EXPECT_FALSE(start());
     EXPECT_THAT(log_.calls(),
                 ElementsAre("Init First", "Init Second", "Init Third", "ExitThread Fourth",
-                            "ExitThread Third", "ExitThread Second", "ExitThread First", "Destroy Fourth",
-                            "Destroy Third", "Destroy Second", "Destroy First"));
-    EXPECT_EQ(trace_.count("[CorbaAgentFacade::Init] Initialize Corba Interface: Third failed!"), 1u);
+                            "ExitThread Third", "ExitThread Second", "ExitThread First",
+                            "Destroy Fourth", "Destroy Third", "Destroy Second", "Destroy First"));
+    EXPECT_EQ(trace_.count("[CorbaAgentFacade::Init] Initialize Corba Interface: Third failed!"),
+              1u);
     EXPECT_EQ(trace_.count(kBeginExit), 1u);
     EXPECT_EQ(trace_.count(kBeginFini), 1u);
     EXPECT_FALSE(trace_.contains(kRunning));
@@ -116,7 +118,8 @@ TEST_F(AgentStart, FailsWithAnInterfaceThatThrows) {
     enterInterface("Second", 2).onExitThread = [] { throw CORBA::INTERNAL(); };
     EXPECT_FALSE(start());
     EXPECT_TRUE(trace_.contains("out of order"));
-    EXPECT_EQ(trace_.count("[CorbaAgentFacade::Init] Initialize Corba Interface: First failed!"), 1u);
+    EXPECT_EQ(trace_.count("[CorbaAgentFacade::Init] Initialize Corba Interface: First failed!"),
+              1u);
     EXPECT_THAT(log_.calls(), ElementsAre("Init First", "ExitThread Second", "ExitThread First",
                                           "Destroy Second", "Destroy First"));
     expectNothingRuns();
@@ -129,8 +132,9 @@ TEST_F(AgentStart, OfInterfacesOfOneOrderIsAsEnteredAndTheirStopTheReverse) {
     enterInterface("C", 1);
     ASSERT_TRUE(start());
     stop();
-    EXPECT_THAT(log_.calls(), ElementsAre("Init C", "Init A", "Init B", "ExitThread B", "ExitThread A",
-                                          "ExitThread C", "Destroy B", "Destroy A", "Destroy C"));
+    EXPECT_THAT(log_.calls(),
+                ElementsAre("Init C", "Init A", "Init B", "ExitThread B", "ExitThread A",
+                            "ExitThread C", "Destroy B", "Destroy A", "Destroy C"));
 }
 
 TEST_F(AgentStart, FailsWithAnAgentServerThatCannotListen) {
@@ -139,7 +143,8 @@ TEST_F(AgentStart, FailsWithAnAgentServerThatCannotListen) {
     configure("[orb]\nlisten = \"127.0.0.1:" + std::to_string(portOf(taken)) + "\"\n");
     enterInterface("First", 1);
     EXPECT_FALSE(start());
-    EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Initialize CorbaBaseAgentConfig Failed!"), 1u);
+    EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Initialize CorbaBaseAgentConfig Failed!"),
+              1u);
     EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Initialize agent server failed!"), 1u);
     EXPECT_THAT(log_.calls(), ElementsAre("ExitThread First", "Destroy First"));
     expectNothingRuns();
@@ -159,7 +164,8 @@ TEST_F(AgentStart, FailsWithoutAUserDatabase) {
     std::ofstream(folder_.path() / "users.db") << "this is no database, whatever else it may be";
     enterInterface("First", 1);
     EXPECT_FALSE(start());
-    EXPECT_EQ(trace_.count("[CorbaAgentFacade::Init] Initialize corba security manager failed!"), 1u);
+    EXPECT_EQ(trace_.count("[CorbaAgentFacade::Init] Initialize corba security manager failed!"),
+              1u);
     EXPECT_THAT(log_.calls(), ElementsAre("ExitThread First", "Destroy First"));
     expectNothingRuns();
 }
@@ -186,10 +192,13 @@ TEST_F(AgentStart, FailsWithoutTheSessionFactorysObject) {
     configureAgent();
     PlatformFaults::getRootPoaAfter = 0;
     EXPECT_FALSE(start());
-    EXPECT_EQ(trace_.count("[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch "
-                           "exception: INTERNAL"),
+    EXPECT_EQ(
+        trace_.count(
+            "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch "
+            "exception: INTERNAL"),
+        1u);
+    EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Call InitEmsSessionFactoryIImplObj Failed!"),
               1u);
-    EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Call InitEmsSessionFactoryIImplObj Failed!"), 1u);
     expectNothingRuns();
 }
 

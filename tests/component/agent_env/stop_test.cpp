@@ -1,9 +1,5 @@
 // The agent's stop: bounded whatever hangs, and harmless whatever was started.
 
-#include "adapter/session_source.h"
-#include "corbaenv/naming_monitor.h"
-#include "session/ems_session_impl.h"
-
 #include <kelp/corbabase/ref_count.h>
 
 #include <atomic>
@@ -12,8 +8,11 @@
 #include <memory>
 #include <utility>
 
+#include "adapter/session_source.h"
 #include "agent_fixture.h"
+#include "corbaenv/naming_monitor.h"
 #include "naming_fixture.h"
+#include "session/ems_session_impl.h"
 #include "support/wait_until.h"
 
 namespace kelp::test {
@@ -56,7 +55,8 @@ TEST_F(AgentStop, EndsTheThreadThatRunsTheOrb) {
     ASSERT_TRUE(start());
     EXPECT_EQ(ACE_Thread_Manager::instance()->count_threads(), threadsBefore + 1);
     stop();
-    EXPECT_TRUE(waitUntil([&] { return ACE_Thread_Manager::instance()->count_threads() == threadsBefore; }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return ACE_Thread_Manager::instance()->count_threads() == threadsBefore; }));
 }
 
 TEST_F(AgentStop, SetsTheExitFlagForGood) {
@@ -126,8 +126,9 @@ struct StuckThread {
 
 TEST_F(AgentStop, AbandonsAnAgentThreadThatDoesNotEndWithin15Seconds) {
     StuckThread stuck;
-    ASSERT_NE(AgentState::instance().threads.spawn(&StuckThread::run, &stuck, THR_NEW_LWP | THR_DETACHED),
-              -1);
+    ASSERT_NE(
+        AgentState::instance().threads.spawn(&StuckThread::run, &stuck, THR_NEW_LWP | THR_DETACHED),
+        -1);
     auto stopped = std::async(std::launch::async, [] { CorbaAgentFacade::ExitThrds(); });
     EXPECT_EQ(stopped.wait_for(std::chrono::seconds(60)), std::future_status::ready);
     EXPECT_EQ(AgentState::instance().threads.count_threads(), 1u);
@@ -140,8 +141,10 @@ TEST_F(AgentStop, AbandonsAnAgentThreadThatDoesNotEndWithin15Seconds) {
 struct LateThread {
     static ACE_THR_FUNC_RETURN run(void* argument) {
         auto* self = static_cast<LateThread*>(argument);
-        waitUntil([] { return AgentState::instance().exitRequested.load(); }, std::chrono::seconds(30));
-        self->stopWentOn = waitUntil([self] { return !self->log.calls().empty(); }, std::chrono::seconds(1));
+        waitUntil([] { return AgentState::instance().exitRequested.load(); },
+                  std::chrono::seconds(30));
+        self->stopWentOn =
+            waitUntil([self] { return !self->log.calls().empty(); }, std::chrono::seconds(1));
         return nullptr;
     }
     const CallLog& log;
@@ -151,7 +154,9 @@ struct LateThread {
 TEST_F(AgentStop, GoesOnOnlyWhenTheAgentsThreadsHaveEnded) {
     enterInterface("First", 1);
     LateThread late{log_};
-    ASSERT_NE(AgentState::instance().threads.spawn(&LateThread::run, &late, THR_NEW_LWP | THR_DETACHED), -1);
+    ASSERT_NE(
+        AgentState::instance().threads.spawn(&LateThread::run, &late, THR_NEW_LWP | THR_DETACHED),
+        -1);
     CorbaAgentFacade::ExitThrds();
     EXPECT_THAT(log_.calls(), testing::ElementsAre("ExitThread First"));
     ASSERT_TRUE(waitUntil([] { return AgentState::instance().threads.count_threads() == 0; }));
@@ -160,8 +165,8 @@ TEST_F(AgentStop, GoesOnOnlyWhenTheAgentsThreadsHaveEnded) {
 
 /// A session whose waiting thread tells how its wait ended. One at a time.
 struct WaitingSession {
-    using Counted =
-        NS_CORBA::RefCount_OneParameter<NS_KELPCORBA::EmsSession_IImpl, NS_KELPCORBA::SessionSource*>;
+    using Counted = NS_CORBA::RefCount_OneParameter<NS_KELPCORBA::EmsSession_IImpl,
+                                                    NS_KELPCORBA::SessionSource*>;
 
     WaitingSession() {
         asleep = std::promise<void>();

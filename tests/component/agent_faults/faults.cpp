@@ -71,8 +71,9 @@ CodeRange codeOf(const char* library) {
     return search.found;
 }
 
-/// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread. When
-/// a generated stub has none for an object reference, the ORB loses the memory of what it had made for it.
+/// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread.
+/// When a generated stub has none for an object reference, the ORB loses the memory of what it had
+/// made for it.
 bool isOfOthers(const void* caller) {
     static const CodeRange orb = codeOf("libomniORB4.so");
     static const CodeRange ace = codeOf("libACE");
@@ -151,7 +152,8 @@ bool BaseConfigFaults::hasNoRootPoa = false;
 /// Replaces the program's allocation functions, in all of its libraries.
 __attribute__((visibility("default"))) void* operator new(std::size_t size) {
     using kelp::test::throwingAllocations;
-    const bool fails = throwingAllocations.left > 0 && !kelp::test::isOfOthers(__builtin_return_address(0)) &&
+    const bool fails = throwingAllocations.left > 0 &&
+                       !kelp::test::isOfOthers(__builtin_return_address(0)) &&
                        throwingAllocations.fails();
     void* const memory = fails ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
     if (memory == nullptr)
@@ -167,12 +169,14 @@ __attribute__((visibility("default"))) void operator delete(void* memory, std::s
     std::free(memory);
 }
 
-__attribute__((visibility("default"))) void operator delete(void* memory, const std::nothrow_t&) noexcept {
+__attribute__((visibility("default"))) void operator delete(void* memory,
+                                                            const std::nothrow_t&) noexcept {
     std::free(memory);
 }
 
 /// What is allocated without throwing.
-__attribute__((visibility("default"))) void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+__attribute__((visibility("default"))) void* operator new(std::size_t size,
+                                                          const std::nothrow_t&) noexcept {
     if (kelp::test::allocations.fails())
         return nullptr;
     return std::malloc(std::max<std::size_t>(size, 1));
@@ -180,7 +184,8 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size, cons
 
 // the linker (--wrap) leads the agent's calls here
 extern "C" int __real_pthread_rwlock_wrlock(pthread_rwlock_t* lock);
-extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
+extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlock(
+    pthread_rwlock_t* lock) {
     if (kelp::test::pauses.fails())
         kelp::test::pauseGate->pass();
     return kelp::test::writeLocks.fails() ? EDEADLK : __real_pthread_rwlock_wrlock(lock);
@@ -190,17 +195,19 @@ extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlo
 #define KELP_ACE_SPAWN _ZN18ACE_Thread_Manager5spawnEPFPvS0_ES0_lPmS3_liS0_mPPKc
 #define KELP_JOINED_(a, b) a##b
 #define KELP_JOINED(a, b) KELP_JOINED_(a, b)
-#define KELP_SPAWN_PARAMETERS                                                                         \
-    ACE_Thread_Manager *manager, ACE_THR_FUNC body, void *argument, long flags, ACE_thread_t *thread, \
-        ACE_hthread_t *handle, long priority, int group, void *stack, size_t stackSize, const char **name
+#define KELP_SPAWN_PARAMETERS                                                               \
+    ACE_Thread_Manager *manager, ACE_THR_FUNC body, void *argument, long flags,             \
+        ACE_thread_t *thread, ACE_hthread_t *handle, long priority, int group, void *stack, \
+        size_t stackSize, const char **name
 extern "C" int KELP_JOINED(__real_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
 extern "C"
-    __attribute__((visibility("default"))) int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
+    __attribute__((visibility("default"))) int KELP_JOINED(__wrap_,
+                                                           KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS);
 extern "C" int KELP_JOINED(__wrap_, KELP_ACE_SPAWN)(KELP_SPAWN_PARAMETERS) {
     if (kelp::test::hasNoThreads)
         return -1;
-    return KELP_JOINED(__real_, KELP_ACE_SPAWN)(manager, body, argument, flags, thread, handle, priority,
-                                                group, stack, stackSize, name);
+    return KELP_JOINED(__real_, KELP_ACE_SPAWN)(manager, body, argument, flags, thread, handle,
+                                                priority, group, stack, stackSize, name);
 }
 
 namespace NS_CORBA {
@@ -221,7 +228,8 @@ int CorbaBaseAgentConfig::GetMaxSession() const {
     if (kelp::test::BaseConfigFaults::maxSession)
         return *kelp::test::BaseConfigFaults::maxSession;
     using Operation = int (*)(const CorbaBaseAgentConfig*);
-    static const auto real = behind<Operation>("_ZNK8NS_CORBA20CorbaBaseAgentConfig13GetMaxSessionEv");
+    static const auto real =
+        behind<Operation>("_ZNK8NS_CORBA20CorbaBaseAgentConfig13GetMaxSessionEv");
     return real(this);
 }
 

@@ -6,7 +6,8 @@
 
 namespace kelp::test {
 
-/// While it lives, one of the calling thread's next allocations that may fail without throwing does fail.
+/// While it lives, one of the calling thread's next allocations that may fail without throwing does
+/// fail.
 class FailingAllocation {
   public:
     /// The `nth`, from 1 on.
@@ -18,8 +19,8 @@ class FailingAllocation {
     bool hasHappened() const;
 };
 
-/// The same for the calling thread's next allocations that throw when they fail, but for those that the ORB
-/// and ACE make themselves: neither survives that.
+/// The same for the calling thread's next allocations that throw when they fail, but for those that
+/// the ORB and ACE make themselves: neither survives that.
 class FailingNew {
   public:
     explicit FailingNew(int nth);

@@ -30,7 +30,8 @@ class IteratorFaults : public IteratorFixture {
             EXPECT_TRUE(fault.hasHappened());
         }
         EXPECT_TRUE(trace.contains(traced));
-        EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 1; })) << "it is inactive";
+        EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 1; }))
+            << "it is inactive";
         EXPECT_EQ(count(), 0u);
         EXPECT_EQ(open(iterator), 0ul) << "its place is free again";
     }
@@ -64,10 +65,10 @@ class PausedOpening {
 
 class IteratorPlaces : public IteratorFixture {
   protected:
-    std::unique_ptr<PausedOpening> pausedOpening(const NS_KELPCORBA::ServantRef<TestIterator>& iterator,
-                                                 CORBA::Object_var& reference) {
-        auto opening =
-            std::make_unique<PausedOpening>([&iterator, &reference] { return open(iterator, reference); });
+    std::unique_ptr<PausedOpening> pausedOpening(
+        const NS_KELPCORBA::ServantRef<TestIterator>& iterator, CORBA::Object_var& reference) {
+        auto opening = std::make_unique<PausedOpening>(
+            [&iterator, &reference] { return open(iterator, reference); });
         EXPECT_TRUE(opening->isReached());
         return opening;
     }
@@ -78,7 +79,8 @@ class IteratorPlaces : public IteratorFixture {
         CORBA::Object_var reference;
         const auto opening = pausedOpening(iterator, reference);
         ending(iterator.get());
-        EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 2; })) << "the POA has let it go";
+        EXPECT_TRUE(waitUntil([&] { return iterator->_refcount_value() == 2; }))
+            << "the POA has let it go";
         EXPECT_EQ(opening->finish(), kNotActivated);
         EXPECT_TRUE(CORBA::is_nil(reference.in()));
         EXPECT_EQ(count(), 0u);
@@ -142,7 +144,8 @@ TEST_F(IteratorPlaces, CountTowardsTheSoftLimitBeforeThereIsOneToClose) {
         EXPECT_LE(count(), 2u);
     }
     EXPECT_EQ(count(), 2u);
-    EXPECT_TRUE(waitUntil([&] { return iterators[1]->_refcount_value() == 1; })) << "the oldest are closed";
+    EXPECT_TRUE(waitUntil([&] { return iterators[1]->_refcount_value() == 1; }))
+        << "the oldest are closed";
     EXPECT_EQ(iterators[0]->_refcount_value(), 1u);
     EXPECT_EQ(openOne(), 0ul);
     EXPECT_EQ(count(), 2u);

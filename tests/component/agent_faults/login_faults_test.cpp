@@ -49,8 +49,8 @@ class LogInFaults : public testing::Test {
                      PortableServer::POA::AdapterNonExistent);
     }
     std::string failed(const std::string& what) {
-        return "[EmsSessionFactory_IImpl::getEmsSession] " + what + " for NMS-<" + agent_.nms().hostInfo() +
-               "> Failed!";
+        return "[EmsSessionFactory_IImpl::getEmsSession] " + what + " for NMS-<" +
+               agent_.nms().hostInfo() + "> Failed!";
     }
 
     RunningAgent agent_;
@@ -98,8 +98,8 @@ TEST_F(LogInFaults, OfMemoryAreRefusedAndUndone) {
 /// Every allocation of a log-in fails once. What a log-in leaves is a whole session or nothing.
 class LogInWithoutMemory : public testing::TestWithParam<AgentOptions> {
   protected:
-    /// The ORB's stubs make their nil references on first use, and keep a lock when there is no memory for
-    /// one.
+    /// The ORB's stubs make their nil references on first use, and keep a lock when there is no
+    /// memory for one.
     void SetUp() override {
         agent_.logIn(nms_);
         endSession();
@@ -121,7 +121,8 @@ class LogInWithoutMemory : public testing::TestWithParam<AgentOptions> {
         EXPECT_LE(sessions, 1u);
         EXPECT_EQ(agent_.liveLogins(nms_), sessions);
         if (sessions == 0) {
-            EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name_); })) << "the name stays reserved";
+            EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name_); }))
+                << "the name stays reserved";
             EXPECT_THROW(PortableServer::POA_var(agent_.root()->find_POA(name_.c_str(), false)),
                          PortableServer::POA::AdapterNonExistent);
             EXPECT_TRUE(waitUntil([&] { return !agent_.sessions().IsAnybodyWaiting(); }));
@@ -130,8 +131,8 @@ class LogInWithoutMemory : public testing::TestWithParam<AgentOptions> {
         }
     }
     void endSession() {
-        if (const auto session =
-                ServantRef<EmsSession_IImpl>::take(agent_.sessions().GetNmsSession(nms_.hostInfo(), "admin")))
+        if (const auto session = ServantRef<EmsSession_IImpl>::take(
+                agent_.sessions().GetNmsSession(nms_.hostInfo(), "admin")))
             session->endSession();
         EXPECT_TRUE(waitUntil([&] { return TopPoaNames::isFree(name_); }));
         EXPECT_EQ(agent_.liveLogins(nms_), 0u);
@@ -170,7 +171,8 @@ TEST_P(LogInWithoutMemory, LeavesNothingOfTheSessionItReplaces) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Strategies, LogInWithoutMemory,
-                         testing::Values(AgentOptions().with(0, true), AgentOptions().with(1, false),
+                         testing::Values(AgentOptions().with(0, true),
+                                         AgentOptions().with(1, false),
                                          AgentOptions().with(2, false)));
 
 TEST(LogInWithoutAThread, ThatWouldWaitForItsNmsIsRefused) {
@@ -201,8 +203,8 @@ TEST_F(LogInFaults, OfTheServantManagersFailTheWholeInitialisation) {
             wasSeen = trace.contains(text);
             if (wasSeen) {
                 EXPECT_TRUE(trace.contains(failed("Initialize Session Source")));
-                EXPECT_TRUE(
-                    trace.contains("[SessionSource::init] create_session_poa returned a nil POA object!"));
+                EXPECT_TRUE(trace.contains(
+                    "[SessionSource::init] create_session_poa returned a nil POA object!"));
                 EXPECT_EQ(trace.lines().back(), failed("Initialize Session Source"));
             }
             endSession();
@@ -276,8 +278,10 @@ TEST_F(LogInFaults, OfTheRootPoaAreRefusedAndUndone) {
     const unsigned long code = refusalOf([&] { agent_.logIn(nms); });
     BaseConfigFaults::hasNoRootPoa = false;
     EXPECT_EQ(code, 0x411800BAul);
-    EXPECT_TRUE(trace.contains("[create_ServantLocator_poa] exception for input parameter is null!"));
-    EXPECT_TRUE(trace.contains("[SessionSource::init] create_ServantLocator_poa returned a nil POA object!"));
+    EXPECT_TRUE(
+        trace.contains("[create_ServantLocator_poa] exception for input parameter is null!"));
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::init] create_ServantLocator_poa returned a nil POA object!"));
     expectNothingLeft();
     agent_.logIn(nms);
     expectWholeSession();

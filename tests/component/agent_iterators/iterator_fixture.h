@@ -22,9 +22,11 @@ class IteratorFixture : public testing::Test {
     }
     /// One that is not opened; the caller holds it.
     NS_KELPCORBA::ServantRef<TestIterator> made() {
-        return NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(iterators_.in(), alive_));
+        return NS_KELPCORBA::ServantRef<TestIterator>::take(
+            new TestIterator(iterators_.in(), alive_));
     }
-    /// Opens the iterator, with a reference of its own given to the session manager. The error code.
+    /// Opens the iterator, with a reference of its own given to the session manager. The error
+    /// code.
     static unsigned long open(const NS_KELPCORBA::ServantRef<TestIterator>& iterator,
                               CORBA::Object_var& reference) {
         iterator->_add_ref();

@@ -100,8 +100,8 @@ TEST_F(IteratorHelper, ClosesTwiceWithoutHarm) {
 
 TEST_F(IteratorHelper, ClosesNothingWithoutAPoa) {
     const TraceCapture trace;
-    const auto nowhere =
-        NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(PortableServer::POA::_nil(), alive_));
+    const auto nowhere = NS_KELPCORBA::ServantRef<TestIterator>::take(
+        new TestIterator(PortableServer::POA::_nil(), alive_));
     TAIteratorHelper::deactive_object(nowhere.get());
     EXPECT_TRUE(trace.contains("[TAIteratorHelper::deactive_object] poa is NULL"));
     EXPECT_FALSE(trace.contains("[IteratorHelper::deactive_object] Exited!"));

@@ -1,4 +1,5 @@
-// The limits of open iterators: the oldest is closed above the soft one, no more are opened at the hard one.
+// The limits of open iterators: the oldest is closed above the soft one, no more are opened at the
+// hard one.
 
 #include <gmock/gmock.h>
 
@@ -85,8 +86,8 @@ TEST_F(IteratorsFarBelowHard, AreNeverMoreThanTheSoftLimitAndOneEvenIfManyAreOpe
 }
 
 TEST_F(IteratorsSoftBelowHard, OneWithoutAPoaIsNotOpenedAndStaysItsMakers) {
-    const auto nowhere =
-        NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(PortableServer::POA::_nil(), alive_));
+    const auto nowhere = NS_KELPCORBA::ServantRef<TestIterator>::take(
+        new TestIterator(PortableServer::POA::_nil(), alive_));
     const TraceCapture trace;
     EXPECT_EQ(open(nowhere), kNotActivated);
     EXPECT_TRUE(trace.contains("[SessionMgr::add_iterator] Occurred during activate_object!"));
@@ -96,8 +97,8 @@ TEST_F(IteratorsSoftBelowHard, OneWithoutAPoaIsNotOpenedAndStaysItsMakers) {
 
 TEST_F(IteratorsSoftBelowHard, OneThatCannotBeOpenedLeavesItsPlaceFree) {
     agent_.configure(AgentOptions().withIteratorLimits(10, 1));
-    const auto nowhere =
-        NS_KELPCORBA::ServantRef<TestIterator>::take(new TestIterator(PortableServer::POA::_nil(), alive_));
+    const auto nowhere = NS_KELPCORBA::ServantRef<TestIterator>::take(
+        new TestIterator(PortableServer::POA::_nil(), alive_));
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(open(nowhere), kNotActivated);
     EXPECT_EQ(openOne(), 0ul);
@@ -142,17 +143,19 @@ TEST_F(IteratorsSoftBelowHard, OldestIsClosedWithoutWaitingForTheCallOnIt) {
     EXPECT_EQ(count(), 3u);
     gate.open();
     calling.join();
-    EXPECT_TRUE(waitUntil([&] { return oldest->_refcount_value() == 1; })) << "the call was the last";
+    EXPECT_TRUE(waitUntil([&] { return oldest->_refcount_value() == 1; }))
+        << "the call was the last";
 }
 
 TEST_F(IteratorsSoftBelowHard, AreCountedByOthersWhileAPoaIsAsked) {
     const auto iterator = made();
-    std::vector<std::future<std::size_t>> countings;  // their end is waited for when no POA is asked any more
+    std::vector<std::future<std::size_t>>
+        countings;  // their end is waited for when no POA is asked any more
     bool isCounted = true;
     iterator->onPoa = [&] {
         countings.push_back(std::async(std::launch::async, [] { return count(); }));
-        isCounted =
-            isCounted && countings.back().wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+        isCounted = isCounted &&
+                    countings.back().wait_for(std::chrono::seconds(5)) == std::future_status::ready;
     };
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(i == 0 ? open(iterator) : openOne(), 0ul) << "the fourth closes it";
@@ -169,8 +172,10 @@ TEST_F(IteratorsSoftBelowHard, ALowerHardLimitRefusesTheNewOneAndStillClosesTheO
     EXPECT_TRUE(waitUntil([&] { return alive_ == 2; }));
     EXPECT_EQ(openOne(), kTooManyIterators);
     EXPECT_EQ(count(), 2u) << "at the soft limit none is closed";
-    EXPECT_EQ(trace.count("[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!"),
-              2u);
+    EXPECT_EQ(
+        trace.count(
+            "[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!"),
+        2u);
 }
 
 TEST_F(IteratorsSoftBelowHard, AtMostOneIsClosedForANewOneWhenTheLimitsHaveShrunk) {

@@ -15,7 +15,8 @@ template <int Soft, int Hard, int PerSession>
 class IteratorQuota : public IteratorFixture {
   protected:
     IteratorQuota()
-        : IteratorFixture(AgentOptions().withIteratorLimits(Soft, Hard).withIteratorsPerSession(PerSession)) {
+        : IteratorFixture(
+              AgentOptions().withIteratorLimits(Soft, Hard).withIteratorsPerSession(PerSession)) {
         otherSession_ = agent_.logIn(agent_.nms(2));
         const PortableServer::POA_var top = agent_.listed(agent_.nms(2))->source()->get_POA();
         ofOther_ = top->find_POA("iterator", false);

@@ -1,4 +1,5 @@
-// Batches that are read while iterators are closed as the oldest, destroyed, and go with their sessions.
+// Batches that are read while iterators are closed as the oldest, destroyed, and go with their
+// sessions.
 
 #include <algorithm>
 #include <array>
@@ -49,7 +50,8 @@ class IteratorRaces : public IteratorFixture {
     }
 
     std::array<emsSession::EmsSession_I_var, kSessions> sessions_;
-    std::shared_ptr<const int> lists_ = std::make_shared<const int>(0);  ///< held by every list as well
+    std::shared_ptr<const int> lists_ =
+        std::make_shared<const int>(0);  ///< held by every list as well
 
   private:
     const ModuleWorkers workers_;
@@ -59,7 +61,8 @@ class IteratorRaces : public IteratorFixture {
         auto source = std::make_unique<NumberedNames>(kEntries);
         source->held = lists_;
         NamingAttributesList_T_var first;
-        const NamingAttributesIterator_I_var own = NameIterator::give(std::move(source), 1, first.out());
+        const NamingAttributesIterator_I_var own =
+            NameIterator::give(std::move(source), 1, first.out());
         const auto remote = agent_.overTheWire<NamingAttributesIterator_I>(own.in());
         std::vector<std::string> values;
         appendValues(first.in(), values);

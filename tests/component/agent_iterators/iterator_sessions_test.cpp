@@ -15,7 +15,8 @@ constexpr unsigned kEach = 100;
 class IteratorsOfManySessions : public IteratorFixture {
   protected:
     IteratorsOfManySessions()
-        : IteratorFixture(AgentOptions().withIteratorLimits(kSessions * kEach, kSessions * kEach + 1)) {
+        : IteratorFixture(
+              AgentOptions().withIteratorLimits(kSessions * kEach, kSessions * kEach + 1)) {
         agent_.manager().onCall = [this] {
             auto source = std::make_unique<NumberedNames>(1000);
             source->held = lists_;
@@ -46,7 +47,8 @@ class IteratorsOfManySessions : public IteratorFixture {
     }
 
   private:
-    std::shared_ptr<const int> lists_ = std::make_shared<const int>(0);  ///< held by every list as well
+    std::shared_ptr<const int> lists_ =
+        std::make_shared<const int>(0);  ///< held by every list as well
     NamingAttributesIterator_I_var rest_;
 };
 

@@ -13,9 +13,9 @@ using globaldefs::NamingAttributesIterator_I;
 using globaldefs::NamingAttributesIterator_I_ptr;
 using globaldefs::NamingAttributesIterator_I_var;
 using globaldefs::NamingAttributesList_T_var;
-using NameIterator =
-    NS_KELPCORBA::TypedIterator<NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
-                                globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
+using NameIterator = NS_KELPCORBA::TypedIterator<
+    NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
+    globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
 
 struct Batch {
     std::vector<int> numbers;

@@ -56,7 +56,8 @@ class TypedIteratorTest : public IteratorFixture {
     std::unique_ptr<NumberedNames> source_;
 
   private:
-    static std::unique_ptr<NumberedNames> failingAt(CORBA::ULong entry, const std::function<void()>& fail) {
+    static std::unique_ptr<NumberedNames> failingAt(CORBA::ULong entry,
+                                                    const std::function<void()>& fail) {
         auto source = std::make_unique<NumberedNames>(10);
         source->failsAt = entry;
         source->fail = fail;
@@ -124,12 +125,14 @@ TEST_F(TypedIteratorTest, IsGoneWithItsSession) {
 }
 
 TEST_F(TypedIteratorTest, TellsWhenTheListCannotBeReadAndIsOver) {
-    expectOverAfter([] { throw std::runtime_error("the database is gone"); }, "the database is gone");
+    expectOverAfter([] { throw std::runtime_error("the database is gone"); },
+                    "the database is gone");
 }
 
 TEST_F(TypedIteratorTest, TellsTheSameWhateverIsThrown) {
     expectOverAfter([] { throw CORBA::PERSIST_STORE(); }, "PERSIST_STORE");
-    expectOverAfter([] { throw globaldefs::ProcessingFailureException(); }, "ProcessingFailureException");
+    expectOverAfter([] { throw globaldefs::ProcessingFailureException(); },
+                    "ProcessingFailureException");
 }
 
 class TypedIteratorAhead : public TypedIteratorTest {

@@ -34,11 +34,11 @@ std::string entry(const CosNotification::StructuredEvent& event, const std::stri
 }
 
 TEST(AlarmLog, OfAnEventWithoutFieldsHasThirteenEntries) {
-    EXPECT_THAT(
-        rendered(CosNotification::StructuredEvent()),
-        ElementsAre("objectName=", "nativeEMSName=", "nativeProbableCause=", "emsTime=", "neTime=",
-                    "isClearable=TRUE", "probableCause=", "probableCauseQualifier=", "affectedTPList=",
-                    "additionalText=", "additionalInfo=", "X.733::EventType=", "objectTypeQualifier="));
+    EXPECT_THAT(rendered(CosNotification::StructuredEvent()),
+                ElementsAre("objectName=", "nativeEMSName=", "nativeProbableCause=", "emsTime=",
+                            "neTime=", "isClearable=TRUE", "probableCause=",
+                            "probableCauseQualifier=", "affectedTPList=", "additionalText=",
+                            "additionalInfo=", "X.733::EventType=", "objectTypeQualifier="));
 }
 
 TEST(AlarmLog, OfAWholeAlarmHasSeventeenEntriesInTheirOrder) {
@@ -68,10 +68,11 @@ TEST(AlarmLog, OfAWholeAlarmHasSeventeenEntriesInTheirOrder) {
         rendered(event),
         ElementsAre("objectName=EMS=Kelp/EMS\\nManagedElement=1\\n", "nativeEMSName=NE 1",
                     "nativeProbableCause=R_LOS", "objectType=1", "emsTime=20240105030405.0Z",
-                    "neTime=20240105030404.0Z", "isClearable=TRUE", "layerRate=20", "probableCause=LOS",
-                    "probableCauseQualifier=1:2:3", "perceivedSeverity=1", "serviceAffecting=1",
-                    "affectedTPList=", "additionalText=fibre\\ncut", "additionalInfo=a=1\\nb=2\\n",
-                    "X.733::EventType=communicationsAlarm", "objectTypeQualifier=q"));
+                    "neTime=20240105030404.0Z", "isClearable=TRUE", "layerRate=20",
+                    "probableCause=LOS", "probableCauseQualifier=1:2:3", "perceivedSeverity=1",
+                    "serviceAffecting=1", "affectedTPList=", "additionalText=fibre\\ncut",
+                    "additionalInfo=a=1\\nb=2\\n", "X.733::EventType=communicationsAlarm",
+                    "objectTypeQualifier=q"));
 }
 
 TEST(AlarmLog, LeavesOutATextOfAnotherType) {

@@ -18,7 +18,8 @@ inline CORBA::Any& addField(CosNotification::StructuredEvent& event, const char*
     return property.value;
 }
 
-inline globaldefs::NVSList_T pairs(std::initializer_list<std::pair<const char*, const char*>> named) {
+inline globaldefs::NVSList_T pairs(
+    std::initializer_list<std::pair<const char*, const char*>> named) {
     globaldefs::NVSList_T made;
     for (const auto& [name, value] : named) {
         made.length(made.length() + 1);

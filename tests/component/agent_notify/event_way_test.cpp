@@ -49,7 +49,8 @@ class EventWay : public testing::Test {
 
     /// The running channel with a consumer that pulls.
     void start(const std::string& toml = "") {
-        orb_.emplace(std::string(kelp::test::kFreePort) + "[notification]\nheartbeat_s = 0\n" + toml);
+        orb_.emplace(std::string(kelp::test::kFreePort) + "[notification]\nheartbeat_s = 0\n" +
+                     toml);
         ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
         CorbaAgentConfig::Instance()->Init();
         manager().SetCallBack(&callBack_);

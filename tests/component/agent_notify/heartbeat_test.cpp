@@ -18,8 +18,8 @@ class Heartbeat : public testing::Test {
 
     static CosNotification::StructuredEvent make(int type, const std::string& emsName = "Kelp/EMS",
                                                  const std::string& more = "") {
-        kelp::test::configure("[ems]\nname = \"" + emsName +
-                              "\"\n[agent]\nHeartbeatEventType = " + std::to_string(type) + "\n" + more);
+        kelp::test::configure("[ems]\nname = \"" + emsName + "\"\n[agent]\nHeartbeatEventType = " +
+                              std::to_string(type) + "\n" + more);
         CorbaAgentConfig::Instance()->Init();
         return makeHeartbeat();
     }
@@ -40,13 +40,14 @@ class Heartbeat : public testing::Test {
         EXPECT_TRUE(actual->equal(type)) << name << " has another type";
         return property.value;
     }
-    static void expectText(const CosNotification::StructuredEvent& event, CORBA::ULong at, const char* name,
-                           const std::string& expected) {
+    static void expectText(const CosNotification::StructuredEvent& event, CORBA::ULong at,
+                           const char* name, const std::string& expected) {
         const char* value = nullptr;
         ASSERT_TRUE(field(event, at, name, CORBA::_tc_string) >>= value);
         EXPECT_EQ(value, expected) << name;
     }
-    static void expectTime(const CosNotification::StructuredEvent& event, CORBA::ULong at, const char* name) {
+    static void expectTime(const CosNotification::StructuredEvent& event, CORBA::ULong at,
+                           const char* name) {
         const char* value = nullptr;
         ASSERT_TRUE(field(event, at, name, CORBA::_tc_string) >>= value);
         bool err = true;
@@ -63,8 +64,8 @@ class Heartbeat : public testing::Test {
         EXPECT_STREQ((*name)[0].value.in(), emsName);
     }
     template <class Enum>
-    static void expectEnum(const CosNotification::StructuredEvent& event, CORBA::ULong at, const char* name,
-                           CORBA::TypeCode_ptr type, Enum expected) {
+    static void expectEnum(const CosNotification::StructuredEvent& event, CORBA::ULong at,
+                           const char* name, CORBA::TypeCode_ptr type, Enum expected) {
         Enum value{};
         ASSERT_TRUE(field(event, at, name, type) >>= value);
         EXPECT_EQ(value, expected) << name;
@@ -135,7 +136,8 @@ TEST_F(Heartbeat, HasItsTimesInTheConfiguredLayoutAndReference) {
     for (const CORBA::ULong at : {5u, 6u}) {
         const char* value = nullptr;
         ASSERT_TRUE(event.filterable_data[at].value >>= value);
-        EXPECT_THAT(value, testing::MatchesRegex("[0-9]{2}/[0-9]{2}/[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}"));
+        EXPECT_THAT(value,
+                    testing::MatchesRegex("[0-9]{2}/[0-9]{2}/[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}"));
     }
 }
 

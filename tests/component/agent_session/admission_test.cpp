@@ -15,14 +15,15 @@ using NS_BUNDLEMGR1::ConfigStore;
 
 /// The agent's configuration with other networks.
 void allow(const std::string& networks) {
-    EXPECT_TRUE(
-        ConfigStore::instance()
-            .loadText("[access]\nrequests_per_second_before_login = 0\nallowed_oss = [" + networks + "]\n",
-                      "t")
-            .empty());
+    EXPECT_TRUE(ConfigStore::instance()
+                    .loadText("[access]\nrequests_per_second_before_login = 0\nallowed_oss = [" +
+                                  networks + "]\n",
+                              "t")
+                    .empty());
 }
 
-/// Every operation that an NMS has, each over a connection; how many were refused with NO_PERMISSION.
+/// Every operation that an NMS has, each over a connection; how many were refused with
+/// NO_PERMISSION.
 class EveryOperation {
   public:
     explicit EveryOperation(RunningAgent& agent)
@@ -153,7 +154,8 @@ TEST(Admission, LeavesTheOperationsOfAllowedCallersInTheOperationLog) {
     const CORBA::String_var version = agent.remoteFactory()->getVersion();
     remote->endSession();
     EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms()) == 0; }));
-    const std::string of = std::string(" ") + RunningAgent::kUser + " " + agent.nms().hostInfo() + " ok";
+    const std::string of =
+        std::string(" ") + RunningAgent::kUser + " " + agent.nms().hostInfo() + " ok";
     agent.stop();
     const auto records = logs.operations();
     std::vector<std::string> told;
@@ -161,12 +163,13 @@ TEST(Admission, LeavesTheOperationsOfAllowedCallersInTheOperationLog) {
         // calls of the EMS to the NMS, which lives in this process too
         if (each.objectKind.empty())
             continue;
-        told.push_back(each.operation + " " + each.objectKind + " " + each.object + " " + each.user + " " +
-                       each.nmsAddress + " " + each.outcome);
+        told.push_back(each.operation + " " + each.objectKind + " " + each.object + " " +
+                       each.user + " " + each.nmsAddress + " " + each.outcome);
     }
     // what is called without a log-in from the caller's address is written by a thread of its own
     std::sort(told.begin(), told.end());
-    const std::vector<std::string> all = {"endSession session " + of, "getCapabilities manager EMS" + of,
+    const std::vector<std::string> all = {"endSession session " + of,
+                                          "getCapabilities manager EMS" + of,
                                           "getVersion factory    ok", "ping session " + of};
     EXPECT_EQ(told, all);
 }
@@ -183,10 +186,10 @@ TEST(Admission, TellsLogInsLogOutsAndLockOutsInTheSecurityLog) {
     std::vector<std::string> told;
     for (const kelp::oplog::LogEntry& each : logs.security())
         told.push_back(each.operation + " " + each.user + " " + each.outcome + " " + each.detail);
-    EXPECT_EQ(told,
-              (std::vector<std::string>{"login admin ok ", "logout admin ok ", "login admin wrong password ",
-                                        "login admin wrong password ", "lock-out admin locked out for 300 s",
-                                        "login admin locked out ", "login  wrong password no known user"}));
+    EXPECT_EQ(told, (std::vector<std::string>{
+                        "login admin ok ", "logout admin ok ", "login admin wrong password ",
+                        "login admin wrong password ", "lock-out admin locked out for 300 s",
+                        "login admin locked out ", "login  wrong password no known user"}));
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 // Who may use the event channel: the addresses that log-ins came from, as long as these last.
 
+#include <cos/CosNotifyChannelAdmin.h>
 #include <gtest/gtest.h>
 #include <kelp/corbabase/user_database.h>
-
-#include <cos/CosNotifyChannelAdmin.h>
 
 #include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
@@ -18,7 +17,8 @@ class ChannelOfSessions : public testing::Test {
   protected:
     /// An agent that pings nobody.
     void start(int pingIntervalS = 1, const AgentOptions& options = {}) {
-        agent_ = std::make_unique<RunningAgent>(options.with(0, false).withRoundsEvery(pingIntervalS));
+        agent_ =
+            std::make_unique<RunningAgent>(options.with(0, false).withRoundsEvery(pingIntervalS));
         ASSERT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
         channel_ = NS_CORBA::EventMgr::Instance()->GetEventChannel();
         for (const char* address : {"127.0.0.2", "127.0.0.3", "127.0.0.4"})
@@ -44,8 +44,8 @@ class ChannelOfSessions : public testing::Test {
         const emsSessionFactory::EmsSessionFactory_I_var factory =
             over<emsSessionFactory::EmsSessionFactory_I>(relay, own.in());
         emsSession::EmsSession_I_var session;
-        factory->getEmsSession(RunningAgent::kUser, RunningAgent::kPassword, agent_->nms(nms).reference(),
-                               session.out());
+        factory->getEmsSession(RunningAgent::kUser, RunningAgent::kPassword,
+                               agent_->nms(nms).reference(), session.out());
         return session;
     }
     bool mayUse(int relay) {
@@ -62,7 +62,8 @@ class ChannelOfSessions : public testing::Test {
         const ConsumerAdmin_var own = channel->default_consumer_admin();
         const ConsumerAdmin_var admin = over<ConsumerAdmin>(relay, own.in());
         ProxyID id = 0;
-        const ProxySupplier_var proxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        const ProxySupplier_var proxy =
+            admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
     }
     static std::size_t proxies() { return NS_CORBA::SuppilerMgr::Instance()->Consumers().size(); }
     static bool proxiesAre(std::size_t count) {

@@ -32,7 +32,8 @@ class DeafNms {
         listeners_.push_back(std::make_unique<DeafListener>());
         const CORBA::Object_var object =
             kelp::orb::toReference(agent.orb(), listeners_.back()->corbaloc("Nms"));
-        const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        const nmsSession::NmsSession_I_var nms =
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in());
         agent.logIn(nms.in());
     }
 
@@ -58,9 +59,11 @@ TEST(ConcurrentRound, OfAHundredNmsOfWhich40HangServesTheOthers) {
         return true;
     };
     // one after the other a round would take 40 s, and five of them more than three minutes
-    EXPECT_TRUE(waitUntil([&] { return everyLiving([](auto& nms) { return nms.pings >= 3; }); }, 60s));
+    EXPECT_TRUE(
+        waitUntil([&] { return everyLiving([](auto& nms) { return nms.pings >= 3; }); }, 60s));
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
-    EXPECT_TRUE(waitUntil([&] { return everyLiving([](auto& nms) { return nms.losses == 1; }); }, 60s));
+    EXPECT_TRUE(
+        waitUntil([&] { return everyLiving([](auto& nms) { return nms.losses == 1; }); }, 60s));
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == kLiving; }, 60s));
     EXPECT_TRUE(everyLiving([](auto& nms) { return nms.losses == 1; })) << "told twice";
 }
@@ -93,7 +96,8 @@ TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
     std::vector<std::string> seen;
     for (const std::string& line : trace.lines()) {
         if (line.find(kFailedPing) != std::string::npos && seen.size() < 6)
-            seen.push_back(line.substr(std::string(kFailedPing).size(), agent.nms(1).hostInfo().size() + 9));
+            seen.push_back(
+                line.substr(std::string(kFailedPing).size(), agent.nms(1).hostInfo().size() + 9));
     }
     ASSERT_EQ(seen.size(), 6u);
     for (unsigned i = 1; i <= 6; ++i)

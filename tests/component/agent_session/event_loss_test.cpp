@@ -22,7 +22,8 @@ TEST(EventLoss, IsToldToEveryNmsOnce) {
     for (unsigned i = 1; i <= 2; ++i) {
         EXPECT_TRUE(waitUntil([&] { return agent.nms(i)->losses == 1; }));
         const int pings = agent.nms(i)->pings;
-        EXPECT_TRUE(waitUntil([&] { return agent.nms(i)->pings > pings; })) << "then it is pinged again";
+        EXPECT_TRUE(waitUntil([&] { return agent.nms(i)->pings > pings; }))
+            << "then it is pinged again";
         EXPECT_THAT(agent.nms(i)->texts(), ElementsAre("occurred 20260101120000Z 4711"));
     }
 }
@@ -36,8 +37,9 @@ TEST(EventLoss, IsToldAgainWhenItIsOver) {
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->clears == 1; }));
     agent.sessions().NotifyEventLossOccurred("20260101140000Z", "4712");
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->losses == 2; }));
-    EXPECT_THAT(agent.nms()->texts(), ElementsAre("occurred 20260101120000Z 4711", "cleared 20260101130000Z",
-                                                  "occurred 20260101140000Z 4712"));
+    EXPECT_THAT(agent.nms()->texts(),
+                ElementsAre("occurred 20260101120000Z 4711", "cleared 20260101130000Z",
+                            "occurred 20260101140000Z 4712"));
 }
 
 TEST(EventLoss, ThatIsOverBeforeARoundIsNotTold) {
@@ -95,8 +97,8 @@ TEST(EventLoss, IsRecordedButNotToldWithoutPingMode) {
 }
 
 TEST(EventLoss, IsNotToldToAnNmsThatIsWaitedForSilently) {
-    RunningAgent agent(
-        AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .silentTimeS = 86400});
+    RunningAgent agent(AgentOptions{
+        .releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .silentTimeS = 86400});
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());
@@ -118,7 +120,8 @@ TEST(EventLoss, IsNotToldToAnNmsThatIsWaitedForSilently) {
     EXPECT_EQ(session->source()->get_state(), SilentWaiting);
 
     agent.sessions().NotifyEventLossCleared("20260101130000Z");
-    EXPECT_TRUE(waitUntil([&] { return session->source()->get_state() == Normal; })) << "pinged again";
+    EXPECT_TRUE(waitUntil([&] { return session->source()->get_state() == Normal; }))
+        << "pinged again";
     EXPECT_TRUE(agent.nms()->texts().empty());
 }
 

@@ -56,10 +56,11 @@ TEST_P(Exit, TellsAndEndsEverySession) {
     EXPECT_TRUE(agent.waitingThreadsLeave());
 }
 
-INSTANTIATE_TEST_SUITE_P(Strategies, Exit,
-                         testing::Values(AgentOptions().with(0, true), AgentOptions().with(0, false),
-                                         AgentOptions().with(1, true), AgentOptions().with(1, false),
-                                         AgentOptions().with(2, true), AgentOptions().with(2, false)));
+INSTANTIATE_TEST_SUITE_P(
+    Strategies, Exit,
+    testing::Values(AgentOptions().with(0, true), AgentOptions().with(0, false),
+                    AgentOptions().with(1, true), AgentOptions().with(1, false),
+                    AgentOptions().with(2, true), AgentOptions().with(2, false)));
 
 TEST(ExitThread, ReturnsWithoutAnySession) {
     RunningAgent agent;
@@ -115,8 +116,8 @@ TEST(ExitThread, CutsThePingThreadsSleepShort) {
 
 TEST(ExitThread, DoesNotWaitSilentlyForADeadNms) {
     // six failed pings, in silent mode: the NMS would be waited for
-    RunningAgent agent(
-        AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 86400, .silentTimeS = 86400});
+    RunningAgent agent(AgentOptions{
+        .releaseStrategy = 2, .pingMode = true, .pingIntervalS = 86400, .silentTimeS = 86400});
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());
@@ -133,8 +134,8 @@ TEST(ExitThread, DoesNotWaitSilentlyForADeadNms) {
 }
 
 TEST(ExitThread, EndsASessionThatWaitsSilentlyInAThread) {
-    RunningAgent agent(
-        AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .silentTimeS = 86400});
+    RunningAgent agent(AgentOptions{
+        .releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .silentTimeS = 86400});
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());
@@ -157,10 +158,11 @@ TEST(ExitThread, GivesAnNmsThatCannotBeReachedOneSecond) {
     agent.requestExit();
     agent.endSessions();
     EXPECT_LT(Clock::now() - begin, 30s) << "the call time-out of a day held";
-    EXPECT_TRUE(
-        trace.contains("[SessionSource::check_valid]Exception raised during endSession,user<admin>,ip<" +
-                       unreachable.hostAndPort() + ">.==>TIMEOUT"));
-    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; })) << "the next one is told all the same";
+    EXPECT_TRUE(trace.contains(
+        "[SessionSource::check_valid]Exception raised during endSession,user<admin>,ip<" +
+        unreachable.hostAndPort() + ">.==>TIMEOUT"));
+    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; }))
+        << "the next one is told all the same";
     EXPECT_EQ(agent.liveLogins(unreachable.hostAndPort()), 0u);
 }
 
@@ -175,7 +177,8 @@ TEST(ExitThread, TellsManyNmsThatCannotBeReachedAtTheSameTime) {
     agent.endSessions();
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
     EXPECT_EQ(trace.count("[SessionSource::check_valid]Exception raised during endSession"), 30u);
-    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; })) << "the last one gets the call too";
+    EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; }))
+        << "the last one gets the call too";
 }
 
 TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {
@@ -190,7 +193,8 @@ TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {
     agent.endSessions();
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
     // 15 s for all of them, at most 1 s for each
-    const std::size_t tried = trace.count("[SessionSource::check_valid]Exception raised during endSession");
+    const std::size_t tried =
+        trace.count("[SessionSource::check_valid]Exception raised during endSession");
     EXPECT_GE(tried, 14u);
     EXPECT_LE(tried, 16u);
     EXPECT_EQ(agent.nms()->ends, 0) << "the last one's turn came too late";

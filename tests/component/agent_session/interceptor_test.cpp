@@ -18,9 +18,12 @@ using namespace NS_KELPCORBA;
 /// Sees the signals that a session gets from here on, beside its waiting thread.
 class Signals {
   public:
-    explicit Signals(ServantRef<EmsSession_IImpl> session) : session_(std::move(session)) { came(); }
+    explicit Signals(ServantRef<EmsSession_IImpl> session) : session_(std::move(session)) {
+        came();
+    }
 
-    /// With a thread that waits for a sign of life of the session until the session or the agent ends.
+    /// With a thread that waits for a sign of life of the session until the session or the agent
+    /// ends.
     static Signals whileWaiting(ServantRef<EmsSession_IImpl> session) {
         EXPECT_TRUE(SessionMgr::Instance()->SpawnWaiting(session.get(), theWaiting));
         return Signals(std::move(session));
@@ -117,7 +120,8 @@ TEST(Interceptor, TakesARequestForASignOfLifeFromTheMomentThatASessionWaitsUntil
         return signals.came();
     };
     const auto threadsLeft = [&](std::size_t count) {
-        return waitUntil([&] { return agent.sessions().WaitingThreads().count_threads() == count; });
+        return waitUntil(
+            [&] { return agent.sessions().WaitingThreads().count_threads() == count; });
     };
     EXPECT_FALSE(isSignalledByACall());
 
@@ -139,7 +143,8 @@ TEST(Interceptor, SignalsNobodyUnderOtherStrategies) {
         const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
         Signals signals = Signals::whileWaiting(agent.listed(agent.nms()));
         emsSession::EmsSession_I::managerNames_T_var names;
-        agent.overTheWire<emsSession::EmsSession_I>(session.in())->getSupportedManagers(names.out());
+        agent.overTheWire<emsSession::EmsSession_I>(session.in())
+            ->getSupportedManagers(names.out());
         EXPECT_FALSE(signals.came()) << strategy;
     }
 }
@@ -173,7 +178,8 @@ TEST(Interceptor, RefusesARequestWithoutInformationOrAddress) {
     EXPECT_EQ(trace.records()[0].level, 1);
     EXPECT_TRUE(trace.contains(
         "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:0.0.0.0"));
-    const NS_UTIL::ThreadContextInfo after = NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext();
+    const NS_UTIL::ThreadContextInfo after =
+        NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext();
     EXPECT_EQ(after.GetInterfaceName(), "");
     EXPECT_EQ(after.GetOperUUID(), "");
     EXPECT_EQ(after.GetThreadID(), static_cast<int>(pthread_self()));

@@ -55,10 +55,12 @@ TEST(LogIn, RefusesNullInputs) {
     RunningAgent agent;
     emsSession::EmsSession_I_var session;
     const auto nms = agent.nms().reference();
-    EXPECT_EQ(refusalOf([&] { agent.factory().getEmsSession(nullptr, "secret", nms, session.out()); }),
-              0x4118005Ful);
-    EXPECT_EQ(refusalOf([&] { agent.factory().getEmsSession("admin", nullptr, nms, session.out()); }),
-              0x4118005Ful);
+    EXPECT_EQ(
+        refusalOf([&] { agent.factory().getEmsSession(nullptr, "secret", nms, session.out()); }),
+        0x4118005Ful);
+    EXPECT_EQ(
+        refusalOf([&] { agent.factory().getEmsSession("admin", nullptr, nms, session.out()); }),
+        0x4118005Ful);
     EXPECT_EQ(refusalOf([&] {
                   agent.factory().getEmsSession("admin", "secret", nmsSession::NmsSession_I::_nil(),
                                                 session.out());
@@ -84,9 +86,10 @@ TEST(LogIn, RefusesAReferenceWithoutAnAddress) {
     RunningAgent agent;
     const TraceCapture trace;
     // an object id of a foreign ORB whose only profile is of a kind that nobody knows
-    const CORBA::Object_var object =
-        kelp::orb::toReference(agent.orb(), "IOR:01000000010000000000000001000000785634120400000001020304");
-    const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const CORBA::Object_var object = kelp::orb::toReference(
+        agent.orb(), "IOR:01000000010000000000000001000000785634120400000001020304");
+    const nmsSession::NmsSession_I_var nms =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     EXPECT_EQ(refusalOf([&] { agent.logIn(nms.in()); }), 0x41180053ul);
     EXPECT_TRUE(trace.contains(
         "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference failed!"));
@@ -96,9 +99,10 @@ TEST(LogIn, RefusesAReferenceWithoutAnAddress) {
 TEST(LogIn, RefusesAWrongPasswordWithTheSecurityManagersCode) {
     RunningAgent agent;
     const TraceCapture trace;
-    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }), NS_CORBA::kWrongPassword);
-    EXPECT_TRUE(trace.contains("[EmsSessionFactory_IImpl::getEmsSession] NMS-<" + agent.nms().hostInfo() +
-                               "> Login failed!"));
+    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }),
+              NS_CORBA::kWrongPassword);
+    EXPECT_TRUE(trace.contains("[EmsSessionFactory_IImpl::getEmsSession] NMS-<" +
+                               agent.nms().hostInfo() + "> Login failed!"));
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
     EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
 }
@@ -110,10 +114,11 @@ TEST(LogIn, OfTheSameNmsAndUserEndsTheEarlierSession) {
     const TraceCapture trace;
     const emsSession::EmsSession_I_var second = agent.logIn(agent.nms());
 
+    EXPECT_TRUE(trace.contains(
+        "[getEmsSession] IP Adress and Port conflict, the session will be destroyed!"));
     EXPECT_TRUE(
-        trace.contains("[getEmsSession] IP Adress and Port conflict, the session will be destroyed!"));
-    EXPECT_TRUE(trace.contains("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<" +
-                               agent.nms().hostInfo() + ">."));
+        trace.contains("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<" +
+                       agent.nms().hostInfo() + ">."));
     EXPECT_FALSE(first->_is_equivalent(second.in()));
     const auto firstRemote = agent.overTheWire<emsSession::EmsSession_I>(first.in());
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { firstRemote->ping(); }); }));
@@ -129,7 +134,8 @@ TEST(LogIn, OfTheSameNmsAndUserEndsTheEarlierSession) {
 TEST(LogIn, LeavesTheEarlierSessionAloneWhenThePasswordIsWrong) {
     RunningAgent agent;
     const emsSession::EmsSession_I_var earlier = agent.logIn(agent.nms());
-    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }), NS_CORBA::kWrongPassword);
+    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }),
+              NS_CORBA::kWrongPassword);
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
     earlier->ping();
@@ -140,7 +146,8 @@ TEST(LogIn, FromAnotherPortOfTheSameHostIsAnotherNms) {
     const auto withPort = [&](std::uint16_t port) {
         const CORBA::Object_var object = kelp::orb::toReference(
             agent.orb(), "corbaloc:iiop:1.2@10.0.0.1:" + std::to_string(port) + "/Nms");
-        return nmsSession::NmsSession_I_var(nmsSession::NmsSession_I::_unchecked_narrow(object.in()));
+        return nmsSession::NmsSession_I_var(
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in()));
     };
     const nmsSession::NmsSession_I_var one = withPort(5001);
     const nmsSession::NmsSession_I_var other = withPort(5002);
@@ -219,9 +226,11 @@ TEST(LogIn, UndoesEverythingWhenTheAdaptersCannotBeMade) {
         trace.lines(),
         testing::IsSupersetOf(
             {"[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for " + nms + " has been destroyed!",
-             "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for " + nms + " Failed!"}));
+             "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for " + nms +
+                 " Failed!"}));
     EXPECT_EQ(trace.lines().back(),
-              "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for " + nms + " Failed!");
+              "[EmsSessionFactory_IImpl::getEmsSession] Initialize Session Source for " + nms +
+                  " Failed!");
     TopPoaNames::giveUp(name, other);
     const emsSession::EmsSession_I_var again = agent.logIn(agent.nms());
     again->ping();

@@ -71,7 +71,8 @@ TEST(LogOut, ComesOnceUnderEveryPairOfEnds) {
             first.apply(*session);
             EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
             // a log-in of somebody else under the same name: a second log-out would hit it
-            NS_CORBA::CorbaSecurityMgr::Instance()->Login(agent.nms().hostInfo(), "admin", "secret");
+            NS_CORBA::CorbaSecurityMgr::Instance()->Login(agent.nms().hostInfo(), "admin",
+                                                          "secret");
             second.apply(*session);
             EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
             NS_CORBA::CorbaSecurityMgr::Instance()->Logout(agent.nms().hostInfo(), "admin");

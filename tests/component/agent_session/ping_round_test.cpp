@@ -43,12 +43,14 @@ TEST(PingRound, AfterTheFourthFailedPingEndsTheSession) {
     EXPECT_EQ(agent.nms(1)->ends, 0) << "who does not answer is not told";
     EXPECT_EQ(agent.liveLogins(agent.nms(1)), 0u);
     const std::string who = ",user<admin>,ip<" + agent.nms(1).hostInfo() + ">.";
+    EXPECT_EQ(trace.count("[SessionSource::check_valid] Exception raised during PING operation" +
+                          who + "==>"),
+              4u);
     EXPECT_EQ(
-        trace.count("[SessionSource::check_valid] Exception raised during PING operation" + who + "==>"), 4u);
-    EXPECT_EQ(
-        trace.count("[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will "
-                    "destroy associated emsSession resource" +
-                    who),
+        trace.count(
+            "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will "
+            "destroy associated emsSession resource" +
+            who),
         1u);
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { lost->ping(); }); }));
     other->ping();
@@ -59,7 +61,8 @@ TEST(PingRound, EndsTheSessionOfADeadAddressLikewise) {
     const std::string hostInfo = "127.0.0.1:" + std::to_string(freePort());
     const CORBA::Object_var object =
         kelp::orb::toReference(agent.orb(), "corbaloc:iiop:1.2@" + hostInfo + "/Nms");
-    const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var nms =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     agent.logIn(nms.in());
     EXPECT_EQ(agent.liveLogins(hostInfo), 1u);
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 0; }));

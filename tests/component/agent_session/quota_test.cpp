@@ -1,5 +1,5 @@
-// How many sessions an account and an address may have, how often an address without a log-in may call, and
-// how long a name and a password may be; over real connections from several addresses.
+// How many sessions an account and an address may have, how often an address without a log-in may
+// call, and how long a name and a password may be; over real connections from several addresses.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,7 +25,8 @@ using NS_CORBA::kTooManyAddressSessions;
 /// A way for calls from an address.
 class CallsFrom {
   public:
-    CallsFrom(RunningAgent& agent, const std::string& source) : agent_(agent), relay_(agent.port(), source) {}
+    CallsFrom(RunningAgent& agent, const std::string& source)
+        : agent_(agent), relay_(agent.port(), source) {}
 
     emsSessionFactory::EmsSessionFactory_I_var factory() const {
         const emsSessionFactory::EmsSessionFactory_I_var own =
@@ -41,7 +42,8 @@ class CallsFrom {
         const emsSessionFactory::EmsSessionFactory_I_var remote = factory();
         return refusalOf([&] {
             emsSession::EmsSession_I_var session;
-            remote->getEmsSession(user.c_str(), password.c_str(), agent_.nms(nms).reference(), session.out());
+            remote->getEmsSession(user.c_str(), password.c_str(), agent_.nms(nms).reference(),
+                                  session.out());
         });
     }
     void logOut(unsigned nms, const std::string& user = RunningAgent::kUser) const {
@@ -95,7 +97,8 @@ TEST(SessionQuota, OfAnAddressCountsWhateverAccounts) {
 
 TEST(SessionQuota, ALogInThatReplacesItsOwnSessionIsNotRefusedNorIsOneThatTakesItUp) {
     for (const bool reuse : {false, true}) {
-        AgentOptions options = AgentOptions().withSession("per_account_max = 1\nper_address_max = 1\n");
+        AgentOptions options =
+            AgentOptions().withSession("per_account_max = 1\nper_address_max = 1\n");
         options.reuse = reuse;
         RunningAgent agent(options);
         CallsFrom here(agent, "127.0.0.2");
@@ -148,8 +151,8 @@ TEST(SessionQuota, RefusalsAreAccessDeniedAndStandInTheSecurityLog) {
 }
 
 TEST(RequestsWithoutLogIn, AreLimitedByAddressUntilSomebodyLogsInThere) {
-    RunningAgent agent(
-        AgentOptions().withAccess("requests_per_second_before_login = 1\nrequests_burst_before_login = 5\n"));
+    RunningAgent agent(AgentOptions().withAccess(
+        "requests_per_second_before_login = 1\nrequests_burst_before_login = 5\n"));
     CallsFrom here(agent, "127.0.0.2");
     CallsFrom there(agent, "127.0.0.3");
     EXPECT_GT(here.refusedOf(50), 20);
@@ -161,8 +164,8 @@ TEST(RequestsWithoutLogIn, AreLimitedByAddressUntilSomebodyLogsInThere) {
 }
 
 TEST(RequestsWithoutLogIn, DoNotCountWhenTheyReachASession) {
-    RunningAgent agent(
-        AgentOptions().withAccess("requests_per_second_before_login = 1\nrequests_burst_before_login = 5\n"));
+    RunningAgent agent(AgentOptions().withAccess(
+        "requests_per_second_before_login = 1\nrequests_burst_before_login = 5\n"));
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());
     for (int i = 0; i < 200; ++i)

@@ -1,5 +1,5 @@
-// Everything that touches sessions at once, for a bounded time. What counts is that nothing is lost, hangs or
-// races; run it under the thread sanitizer.
+// Everything that touches sessions at once, for a bounded time. What counts is that nothing is
+// lost, hangs or races; run it under the thread sanitizer.
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,8 @@ TEST_P(Races, LoseNoSessionAndNoLogIn) {
     std::atomic<int> logIns{0};
     for (unsigned thread = 0; thread < 3; ++thread) {
         start([&agent, &logIns, thread](unsigned round) {
-            const emsSession::EmsSession_I_var session = agent.logIn(agent.nms(1 + (round + thread) % kNms));
+            const emsSession::EmsSession_I_var session =
+                agent.logIn(agent.nms(1 + (round + thread) % kNms));
             ++logIns;
             if (round % 3 == 0)
                 agent.overTheWire<emsSession::EmsSession_I>(session.in())->endSession();
@@ -64,7 +65,8 @@ TEST_P(Races, LoseNoSessionAndNoLogIn) {
         const std::string& host = agent.nms(1 + round % kNms).hostInfo();
         const std::size_t colon = host.find(':');
         NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(
-            119, {{{"IP", host.substr(0, colon)}, {"PORT", host.substr(colon + 1)}, {"USN", "admin"}}});
+            119,
+            {{{"IP", host.substr(0, colon)}, {"PORT", host.substr(colon + 1)}, {"USN", "admin"}}});
         std::this_thread::sleep_for(1ms);
     });
     start([&agent](unsigned round) {
@@ -94,12 +96,12 @@ TEST_P(Races, LoseNoSessionAndNoLogIn) {
 
 INSTANTIATE_TEST_SUITE_P(
     Strategies, Races,
-    testing::Values(AgentOptions{.releaseStrategy = 0, .pingMode = true, .pingIntervalS = 1},
-                    AgentOptions{
-                        .releaseStrategy = 1, .pingMode = false, .pingIntervalS = 1, .maxSessions = 3},
-                    AgentOptions{.releaseStrategy = 2, .pingMode = false, .pingIntervalS = 1, .reuse = true},
-                    AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .reuse = true},
-                    AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1}));
+    testing::Values(
+        AgentOptions{.releaseStrategy = 0, .pingMode = true, .pingIntervalS = 1},
+        AgentOptions{.releaseStrategy = 1, .pingMode = false, .pingIntervalS = 1, .maxSessions = 3},
+        AgentOptions{.releaseStrategy = 2, .pingMode = false, .pingIntervalS = 1, .reuse = true},
+        AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .reuse = true},
+        AgentOptions{.releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1}));
 
 TEST(Stop, MeetsRequestsInProgress) {
     RunningAgent agent(AgentOptions{.releaseStrategy = 2, .pingMode = false, .silentTimeS = 3});

@@ -1,5 +1,5 @@
-// References that cannot be guessed: what somebody reaches who knows everything about a session but the
-// secret in its references.
+// References that cannot be guessed: what somebody reaches who knows everything about a session but
+// the secret in its references.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,7 +34,8 @@ class References : public testing::Test {
         return common::Common_I_var(common::Common_I::_unchecked_narrow(object(key).in()));
     }
     emsSession::EmsSession_I_var session(const std::string& key) const {
-        return emsSession::EmsSession_I_var(emsSession::EmsSession_I::_unchecked_narrow(object(key).in()));
+        return emsSession::EmsSession_I_var(
+            emsSession::EmsSession_I::_unchecked_narrow(object(key).in()));
     }
     bool isServed(const std::string& key) const {
         try {
@@ -56,7 +57,8 @@ class References : public testing::Test {
         const PortableServer::POA_var top = agent_.listed(nms)->source()->get_POA();
         const PortableServer::POA_var poa = top->find_POA("iterator", false);
         CORBA::Object_var reference;
-        EXPECT_EQ(agent_.sessions().add_iterator(new TestIterator(poa.in(), alive_), reference), 0ul);
+        EXPECT_EQ(agent_.sessions().add_iterator(new TestIterator(poa.in(), alive_), reference),
+                  0ul);
         return keyOf(reference.in());
     }
 
@@ -83,7 +85,8 @@ TEST_F(References, ToAManagerEndInTheSessionsToken) {
     EXPECT_FALSE(isServed(key + "x")) << "with something behind it";
     EXPECT_FALSE(isServed(key + key.substr(bare.size()).substr(1)));
     EXPECT_FALSE(isServed(bare + std::string(kTokenOctets, '\0')));
-    EXPECT_FALSE(isServed(bare + "x" + key.substr(bare.size()))) << "with something behind the name";
+    EXPECT_FALSE(isServed(bare + "x" + key.substr(bare.size())))
+        << "with something behind the name";
     for (std::size_t length = bare.size(); length < key.size(); ++length)
         EXPECT_FALSE(isServed(key.substr(0, length))) << "cut to " << length;
     for (std::size_t at = bare.size(); at < key.size(); ++at) {
@@ -169,8 +172,8 @@ TEST_F(References, AreNotFoundByAskingForManyOfThem) {
             std::string token(kTokenOctets, '\0');
             token[number % kTokenOctets] = static_cast<char>(number >> 4);
             guesses.push_back(known + token);
-            guesses.push_back(
-                known + std::string{'\0', '\0', static_cast<char>(number >> 8), static_cast<char>(number)});
+            guesses.push_back(known + std::string{'\0', '\0', static_cast<char>(number >> 8),
+                                                  static_cast<char>(number)});
         }
     }
     for (std::size_t at = 0; at < guesses.size(); at += 500) {

@@ -22,7 +22,8 @@ unsigned long logInFromElsewhere(RunningAgent& agent, const TestNms& nms, const 
                                  const std::string& password) {
     const TcpRelay relay(agent.port(), "127.0.0.2");
     const CORBA::Object_var remote = referenceOverTheWire(
-        agent.orb(), CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj(), "127.0.0.1", relay.port());
+        agent.orb(), CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj(), "127.0.0.1",
+        relay.port());
     const auto factory = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(remote.in());
     return refusalOf([&] {
         emsSession::EmsSession_I_var session;
@@ -31,7 +32,8 @@ unsigned long logInFromElsewhere(RunningAgent& agent, const TestNms& nms, const 
 }
 
 void changeAccount(const std::function<void(NS_CORBA::UserDatabase&)>& change) {
-    NS_CORBA::UserDatabase database(NS_CORBA::userDatabaseFile(), NS_CORBA::UserDatabase::Missing::IsAnError);
+    NS_CORBA::UserDatabase database(NS_CORBA::userDatabaseFile(),
+                                    NS_CORBA::UserDatabase::Missing::IsAnError);
     change(database);
 }
 
@@ -69,13 +71,15 @@ TEST_P(RefusedLogin, WithAWrongPasswordLeavesTheSessionAlone) {
     expectUntouched();
     const TestNms restarted(agent_.orb(), agent_.root(), 1);
     ASSERT_EQ(restarted.hostInfo(), agent_.nms().hostInfo());
-    EXPECT_EQ(refusalOf([&] { agent_.logIn(restarted, "admin", "guess"); }), NS_CORBA::kWrongPassword);
+    EXPECT_EQ(refusalOf([&] { agent_.logIn(restarted, "admin", "guess"); }),
+              NS_CORBA::kWrongPassword);
     expectUntouched();
 }
 
 TEST_P(RefusedLogin, OfALockedOutCallerLeavesTheSessionAloneEvenWithTheRightPassword) {
     for (int i = 0; i < GetParam().lockoutFailures; ++i)
-        EXPECT_EQ(logInFromElsewhere(agent_, agent_.nms(), "admin", "guess"), NS_CORBA::kWrongPassword);
+        EXPECT_EQ(logInFromElsewhere(agent_, agent_.nms(), "admin", "guess"),
+                  NS_CORBA::kWrongPassword);
     EXPECT_EQ(logInFromElsewhere(agent_, agent_.nms(), "admin", RunningAgent::kPassword),
               NS_CORBA::kUserLockedOut);
     expectUntouched();
@@ -118,7 +122,9 @@ INSTANTIATE_TEST_SUITE_P(
                     AgentOptions().with(1, false), AgentOptions().with(1, false).withReuse(),
                     AgentOptions{.releaseStrategy = 2, .silentTimeS = 86400},
                     AgentOptions{.releaseStrategy = 2, .pingMode = false, .silentTimeS = 86400},
-                    AgentOptions{
-                        .releaseStrategy = 2, .pingMode = false, .silentTimeS = 86400, .reuse = true}));
+                    AgentOptions{.releaseStrategy = 2,
+                                 .pingMode = false,
+                                 .silentTimeS = 86400,
+                                 .reuse = true}));
 
 }  // namespace

@@ -25,9 +25,12 @@ struct Seen {
 
 class RequestContext : public testing::Test {
   protected:
-    std::string nameOf(const TestNms& nms) const { return sessionNameText("admin", nms.hostInfo()); }
+    std::string nameOf(const TestNms& nms) const {
+        return sessionNameText("admin", nms.hostInfo());
+    }
     int idOf(const std::string& user) const {
-        return static_cast<int>(NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile()).find(user)->id);
+        return static_cast<int>(
+            NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile()).find(user)->id);
     }
 
     RunningAgent agent_;
@@ -72,7 +75,8 @@ TEST_F(RequestContext, OfACallOnAnIteratorIsItsSession) {
     {
         auto* const iterator = new TestManager(alive);
         iterator->onCall = [this] { seen_.look(); };
-        const PortableServer::ObjectId_var id = IteratorServantActivator::activate(poa.in(), iterator);
+        const PortableServer::ObjectId_var id =
+            IteratorServantActivator::activate(poa.in(), iterator);
         iterator->_remove_ref();
         const CORBA::Object_var object = poa->id_to_reference(id.in());
         common::CapabilityList_T_var capabilities;
@@ -86,7 +90,8 @@ TEST_F(RequestContext, OfACallOnAnIteratorIsItsSession) {
 TEST_F(RequestContext, OfALogInIsThePoaOfTheFactory) {
     const TraceTrigger inLogIn("has been constructured!", [this] { seen_.look(); });
     emsSession::EmsSession_I_var session;
-    agent_.remoteFactory()->getEmsSession("admin", "secret", agent_.nms().reference(), session.out());
+    agent_.remoteFactory()->getEmsSession("admin", "secret", agent_.nms().reference(),
+                                          session.out());
     EXPECT_EQ(seen_.name, "V4800");
     EXPECT_EQ(seen_.userId, -1);
 }

@@ -36,9 +36,10 @@ TEST(Reuse, ChecksThePasswordAndLeavesTheSessionAlone) {
     RunningAgent agent(AgentOptions().withReuse());
     const emsSession::EmsSession_I_var first = agent.logIn(agent.nms());
     const TraceCapture trace;
-    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }), NS_CORBA::kWrongPassword);
-    EXPECT_TRUE(trace.contains("[EmsSessionFactory_IImpl::getEmsSession] NMS-<" + agent.nms().hostInfo() +
-                               "> Login failed!"));
+    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }),
+              NS_CORBA::kWrongPassword);
+    EXPECT_TRUE(trace.contains("[EmsSessionFactory_IImpl::getEmsSession] NMS-<" +
+                               agent.nms().hostInfo() + "> Login failed!"));
     first->ping();
     EXPECT_EQ(agent.listed(agent.nms())->source()->get_state(), Normal);
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
@@ -85,7 +86,8 @@ TEST_P(ReuseOfASessionThatIsOver, GivesANewSession) {
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(States, ReuseOfASessionThatIsOver, testing::Values(Ended, EmsExiting, Invalid));
+INSTANTIATE_TEST_SUITE_P(States, ReuseOfASessionThatIsOver,
+                         testing::Values(Ended, EmsExiting, Invalid));
 
 TEST(Reuse, TakesASessionWhosePoaTreeDiesForNone) {
     RunningAgent agent(AgentOptions().withReuse());
@@ -117,7 +119,8 @@ TEST(Reuse, ChecksThePasswordBeforeASessionThatIsOverIsReplaced) {
     RunningAgent agent(AgentOptions().withReuse());
     agent.logIn(agent.nms());
     agent.listed(agent.nms())->source()->set_state(Ended);
-    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }), NS_CORBA::kWrongPassword);
+    EXPECT_EQ(refusalOf([&] { agent.logIn(agent.nms(), "admin", "guess"); }),
+              NS_CORBA::kWrongPassword);
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
 }

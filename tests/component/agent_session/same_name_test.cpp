@@ -167,18 +167,18 @@ TEST_P(SameNameOfAChangedAccount, IsRefusedAfterTheWait) {
 
 INSTANTIATE_TEST_SUITE_P(
     Changes, SameNameOfAChangedAccount,
-    testing::Values(Change{"Disabled",
-                           [](NS_CORBA::UserDatabase& users) { users.setEnabled("admin", false); },
-                           NS_CORBA::kUserDisabled},
-                    Change{"Expired", [](NS_CORBA::UserDatabase& users) { users.setExpiry("admin", 1); },
-                           NS_CORBA::kUserExpired},
-                    Change{"NewPassword",
-                           [](NS_CORBA::UserDatabase& users) {
-                               users.setPassword("admin", "another one", NS_CORBA::configuredHashCost());
-                           },
-                           NS_CORBA::kWrongPassword},
-                    Change{"Removed", [](NS_CORBA::UserDatabase& users) { users.remove("admin"); },
-                           NS_CORBA::kWrongPassword}),
+    testing::Values(
+        Change{"Disabled", [](NS_CORBA::UserDatabase& users) { users.setEnabled("admin", false); },
+               NS_CORBA::kUserDisabled},
+        Change{"Expired", [](NS_CORBA::UserDatabase& users) { users.setExpiry("admin", 1); },
+               NS_CORBA::kUserExpired},
+        Change{"NewPassword",
+               [](NS_CORBA::UserDatabase& users) {
+                   users.setPassword("admin", "another one", NS_CORBA::configuredHashCost());
+               },
+               NS_CORBA::kWrongPassword},
+        Change{"Removed", [](NS_CORBA::UserDatabase& users) { users.remove("admin"); },
+               NS_CORBA::kWrongPassword}),
     [](const auto& param) { return std::string(param.param.name); });
 
 }  // namespace

@@ -1,11 +1,10 @@
-// Who gets in from where, over real connections from several addresses, and whose session ends when its
-// account does.
+// Who gets in from where, over real connections from several addresses, and whose session ends when
+// its account does.
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
 #include <kelp/agent/error_translation.h>
 #include <kelp/corbabase/user_database.h>
-
-#include <SQLiteCpp/SQLiteCpp.h>
 
 #include <functional>
 #include <memory>
@@ -36,7 +35,8 @@ void operatorDoes(Change change) {
 /// A way for calls from that address.
 class Way {
   public:
-    Way(RunningAgent& agent, const std::string& source) : agent_(agent), relay_(agent.port(), source) {}
+    Way(RunningAgent& agent, const std::string& source)
+        : agent_(agent), relay_(agent.port(), source) {}
 
     /// The code that refuses a log-in over it; 0 for a log-in, which is ended again.
     unsigned long logIn(const std::string& user, const std::string& password) {
@@ -48,7 +48,8 @@ class Way {
             emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(remote.in());
         return refusalOf([&] {
             emsSession::EmsSession_I_var session;
-            factory->getEmsSession(user.c_str(), password.c_str(), agent_.nms(9).reference(), session.out());
+            factory->getEmsSession(user.c_str(), password.c_str(), agent_.nms(9).reference(),
+                                   session.out());
             session->endSession();
         });
     }
@@ -125,14 +126,16 @@ TEST(LoginSecurity, AUserWithNetworksLogsInFromThereOnly) {
     Way other(agent, "127.0.0.3");
     EXPECT_EQ(allowed.logInRight(), 0u);
     EXPECT_EQ(other.logInRight(), kAddressNotAllowed);
-    EXPECT_EQ(other.logInWrong(), kWrongPassword) << "told only to a caller with the right password";
+    EXPECT_EQ(other.logInWrong(), kWrongPassword)
+        << "told only to a caller with the right password";
     operatorDoes([](UserDatabase& database) { database.setNetworks("admin", {}); });
     EXPECT_EQ(other.logInRight(), 0u);
 }
 
 TEST(LoginSecurity, AUserBoundToACertificateDoesNotLogInWithoutOne) {
     RunningAgent agent;
-    operatorDoes([](UserDatabase& database) { database.setSubjects("admin", {"CN=nms1,O=Operator"}); });
+    operatorDoes(
+        [](UserDatabase& database) { database.setSubjects("admin", {"CN=nms1,O=Operator"}); });
     Way way(agent, "127.0.0.2");
     EXPECT_EQ(way.logInRight(), kCertificateNotAllowed);
     EXPECT_EQ(way.logInWrong(), kWrongPassword) << "told only to a caller with the right password";
@@ -157,8 +160,9 @@ TEST(LoginSecurity, AnExpiredUserIsToldSoOnlyWithTheRightPassword) {
 
 TEST(LoginSecurity, EveryRefusalIsAccessDenied) {
     RunningAgent agent;
-    for (const unsigned long code : {kWrongPassword, kUserDisabled, kUserDatabaseUnusable, kUserLockedOut,
-                                     kUserExpired, kAddressNotAllowed, kCertificateNotAllowed}) {
+    for (const unsigned long code :
+         {kWrongPassword, kUserDisabled, kUserDatabaseUnusable, kUserLockedOut, kUserExpired,
+          kAddressNotAllowed, kCertificateNotAllowed}) {
         try {
             NS_KELPCORBA::ThrowException(code);
             ADD_FAILURE() << "no exception";
@@ -181,7 +185,8 @@ TEST(LoginSecurity, NoPasswordIsTraced) {
     EXPECT_EQ(other.logIn("admin", RunningAgent::kPassword), kUserDisabled);
     EXPECT_TRUE(trace.contains("user \"admin\" is locked out at 127.0.0.2 for 300 s"));
     EXPECT_TRUE(trace.contains("an unknown user is locked out at 127.0.0.2 for 300 s"));
-    EXPECT_TRUE(trace.contains("User \"admin\" from 127.0.0.3 is refused: the account is disabled"));
+    EXPECT_TRUE(
+        trace.contains("User \"admin\" from 127.0.0.3 is refused: the account is disabled"));
     EXPECT_FALSE(trace.contains("sesame"));
     EXPECT_FALSE(trace.contains(RunningAgent::kPassword));
 }
@@ -213,7 +218,8 @@ TEST_P(AccountEnds, EndsEachSessionOfTheUserWithinASecondAndNobodyElses) {
         one->ping();
         operatorDoes(GetParam().apply);
         const auto start = std::chrono::steady_clock::now();
-        ASSERT_TRUE(waitUntil([&] { return isGone([&] { one->ping(); }) && isGone([&] { two->ping(); }); }));
+        ASSERT_TRUE(waitUntil(
+            [&] { return isGone([&] { one->ping(); }) && isGone([&] { two->ping(); }); }));
         best = std::min(best, std::chrono::duration_cast<std::chrono::milliseconds>(
                                   std::chrono::steady_clock::now() - start));
         EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms(1)) == 0; }));
@@ -234,12 +240,13 @@ INSTANTIATE_TEST_SUITE_P(
                    [](UserDatabase& database) {
                        database.add("admin", RunningAgent::kPassword, configuredHashCost());
                    }},
-        AccountEnd{
-            "NewPassword",
-            [](UserDatabase& database) { database.setPassword("admin", "other", configuredHashCost()); },
-            [](UserDatabase& database) {
-                database.setPassword("admin", RunningAgent::kPassword, configuredHashCost());
-            }},
+        AccountEnd{"NewPassword",
+                   [](UserDatabase& database) {
+                       database.setPassword("admin", "other", configuredHashCost());
+                   },
+                   [](UserDatabase& database) {
+                       database.setPassword("admin", RunningAgent::kPassword, configuredHashCost());
+                   }},
         AccountEnd{"BoundToACertificate",
                    [](UserDatabase& database) { database.setSubjects("admin", {"CN=nms1"}); },
                    [](UserDatabase& database) { database.setSubjects("admin", {}); }},

@@ -16,7 +16,9 @@ using namespace NS_KELPCORBA;
 class Servants : public testing::Test {
   protected:
     /// A servant with one reference, the test's.
-    ServantRef<TestManager> make() { return ServantRef<TestManager>::take(new TestManager(alive_)); }
+    ServantRef<TestManager> make() {
+        return ServantRef<TestManager>::take(new TestManager(alive_));
+    }
     static void enter(const char* name, TestManager* servant) {
         CorbaAgentConfig::Instance()->RegisterServant(name, servant);
     }

@@ -28,7 +28,8 @@ using States = std::vector<std::int32_t>;
 TEST_F(SessionLimit, OfTwoMarksTheOldestOfThree) {
     RunningAgent agent(AgentOptions{.releaseStrategy = 1, .pingMode = false, .maxSessions = 2});
     EXPECT_EQ(statesAfterLogIns(agent, 3), (States{Ended, Normal, Normal}));
-    EXPECT_EQ(agent.liveLogins(agent.nms(1)), 1u) << "it is the ping thread that ends the marked session";
+    EXPECT_EQ(agent.liveLogins(agent.nms(1)), 1u)
+        << "it is the ping thread that ends the marked session";
 }
 
 TEST_F(SessionLimit, IsNotExceededByAsManySessions) {
@@ -46,17 +47,20 @@ TEST_F(SessionLimit, HoldsUnderStrategyOneWithoutPingsOnly) {
         int strategy;
         bool pings;
     };
-    for (const Case& each : {Case{0, false}, Case{0, true}, Case{1, true}, Case{2, false}, Case{2, true}}) {
-        RunningAgent agent(AgentOptions{
-            .releaseStrategy = each.strategy, .pingMode = each.pings, .silentTimeS = 1000, .maxSessions = 1});
+    for (const Case& each :
+         {Case{0, false}, Case{0, true}, Case{1, true}, Case{2, false}, Case{2, true}}) {
+        RunningAgent agent(AgentOptions{.releaseStrategy = each.strategy,
+                                        .pingMode = each.pings,
+                                        .silentTimeS = 1000,
+                                        .maxSessions = 1});
         EXPECT_EQ(statesAfterLogIns(agent, 3), (States{Normal, Normal, Normal}))
             << "strategy " << each.strategy << (each.pings ? " with pings" : " without pings");
     }
 }
 
 TEST_F(SessionLimit, EndsTheMarkedSessionInTheNextRoundUntold) {
-    RunningAgent agent(
-        AgentOptions{.releaseStrategy = 1, .pingMode = false, .pingIntervalS = 1, .maxSessions = 1});
+    RunningAgent agent(AgentOptions{
+        .releaseStrategy = 1, .pingMode = false, .pingIntervalS = 1, .maxSessions = 1});
     const emsSession::EmsSession_I_var oldest = agent.logIn(agent.nms(1));
     const emsSession::EmsSession_I_var newest = agent.logIn(agent.nms(2));
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }));

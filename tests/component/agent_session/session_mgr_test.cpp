@@ -25,7 +25,8 @@ class SessionList : public testing::Test {
 
     /// A listed session, kept by the test as well.
     EmsSession_IImpl* list(const std::string& hostInfo, const std::string& user) {
-        made_.push_back(new CountedSession(SessionSource::create(hostInfo, user, agent_.nms().reference())));
+        made_.push_back(
+            new CountedSession(SessionSource::create(hostInfo, user, agent_.nms().reference())));
         made_.back()->_add_ref();
         EXPECT_EQ(sessions().add_emsSession(made_.back()), 0);
         return made_.back();

@@ -62,9 +62,9 @@ TEST(SessionObject, IsOverWhenTheNmsEndsIt) {
     remote->endSession();
     EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms()) == 0; }));
     EXPECT_EQ(servant->source()->get_state(), Ended);
-    EXPECT_TRUE(
-        trace.contains("[TASessionSource::check_valid] Detect nmsSession failed or ems wants exit, now "
-                       "EMS will destroy associated emsSession resource!"));
+    EXPECT_TRUE(trace.contains(
+        "[TASessionSource::check_valid] Detect nmsSession failed or ems wants exit, now "
+        "EMS will destroy associated emsSession resource!"));
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { remote->ping(); }); }));
     EXPECT_TRUE(isGone([&] {
         common::CapabilityList_T_var list;
@@ -152,8 +152,8 @@ TEST(SessionObject, SharesTheManagersServantUnderAReferenceOfItsOwn) {
     EXPECT_EQ(agent.managers().made, 1);
 
     first->endSession();
-    EXPECT_TRUE(
-        waitUntil([&] { return isGone([&] { firstManager->getCapabilities(capabilities.out()); }); }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return isGone([&] { firstManager->getCapabilities(capabilities.out()); }); }));
     secondManager->getCapabilities(capabilities.out());
 }
 
@@ -162,7 +162,8 @@ TEST(SessionObject, RefusesAManagerThatItDoesNotKnow) {
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     common::Common_I_var manager;
     for (const char* name : {"ems", "Ems", "EMS ", "", "Protection"})
-        EXPECT_EQ(refusalOf([&] { session->getManager(name, manager.out()); }), 0x41180039ul) << name;
+        EXPECT_EQ(refusalOf([&] { session->getManager(name, manager.out()); }), 0x41180039ul)
+            << name;
     EXPECT_TRUE(CORBA::is_nil(manager.in()));
 }
 
@@ -222,7 +223,8 @@ TEST(SessionObject, LivesInTheSessionPoaBelowItsTop) {
 
 TEST(SessionObject, HasNoPoaBeforeItsSourceIsInitialised) {
     RunningAgent agent;
-    const auto session = bareSession(SessionSource::create("10.0.0.1:1", "admin", agent.nms().reference()));
+    const auto session =
+        bareSession(SessionSource::create("10.0.0.1:1", "admin", agent.nms().reference()));
     const PortableServer::POA_var poa = session->_default_POA();
     EXPECT_TRUE(CORBA::is_nil(poa.in()));
     common::Common_I_var manager;
@@ -246,13 +248,15 @@ TEST(SessionObject, WithoutASourceAnswersWhatItCan) {
         session->getSupportedManagers(names.out());
         EXPECT_THAT(textsOf(names.in()), testing::ElementsAre("EMS"));
     }
-    EXPECT_THAT(
-        trace.lines(),
-        testing::ElementsAre(
-            "[EmsSession_IImpl::EmsSession_IImpl] EmsSession for NMS-<unknown> has been constructured!",
-            "[ RefCount_OneParameter]  ref_count!", "[EmsSession_IImpl::ping] Greeting From NMS-<unknown>!",
-            "[ ~RefCount_OneParameter]  Reference count associated object destroyed!",
-            "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<unknown> has been destroyed!"));
+    EXPECT_THAT(trace.lines(),
+                testing::ElementsAre(
+                    "[EmsSession_IImpl::EmsSession_IImpl] EmsSession for NMS-<unknown> has been "
+                    "constructured!",
+                    "[ RefCount_OneParameter]  ref_count!",
+                    "[EmsSession_IImpl::ping] Greeting From NMS-<unknown>!",
+                    "[ ~RefCount_OneParameter]  Reference count associated object destroyed!",
+                    "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<unknown> has been "
+                    "destroyed!"));
 }
 
 TEST(SessionObject, GoesWithItsLastReference) {

@@ -19,7 +19,8 @@ using kelp::oplog::LogEntry;
 /// An address of this host that calls come from.
 class Caller {
   public:
-    Caller(RunningAgent& agent, const std::string& address) : agent_(agent), relay_(agent.port(), address) {}
+    Caller(RunningAgent& agent, const std::string& address)
+        : agent_(agent), relay_(agent.port(), address) {}
 
     /// The object as this caller reaches it.
     template <class I>
@@ -28,8 +29,8 @@ class Caller {
             referenceOverTheWire(agent_.orb(), object, "127.0.0.1", relay_.port());
         return typename I::_var_type(I::_unchecked_narrow(remote.in()));
     }
-    emsSession::EmsSession_I_var logIn(const TestNms& nms,
-                                       const std::string& password = RunningAgent::kPassword) const {
+    emsSession::EmsSession_I_var logIn(
+        const TestNms& nms, const std::string& password = RunningAgent::kPassword) const {
         const auto factory = reach<emsSessionFactory::EmsSessionFactory_I>(
             CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj());
         emsSession::EmsSession_I_var session;
@@ -59,7 +60,8 @@ class SessionPeer : public testing::Test {
         const PortableServer::POA_var top = agent_.listed(agent_.nms())->source()->get_POA();
         const PortableServer::POA_var poa = top->find_POA("iterator", false);
         CORBA::Object_var reference;
-        EXPECT_EQ(agent_.sessions().add_iterator(new TestIterator(poa.in(), alive_), reference), 0ul);
+        EXPECT_EQ(agent_.sessions().add_iterator(new TestIterator(poa.in(), alive_), reference),
+                  0ul);
         return owner_.reach<common::Common_I>(reference.in());
     }
 
@@ -161,7 +163,8 @@ TEST_F(SessionPeerWithReuse, IsWhoTookTheSessionUpLast) {
     const auto session = owner_.logIn(agent_.nms());
     EXPECT_NE(refusalOf([&] { thief_.logIn(agent_.nms(), "guess"); }), 0ul);
     session->ping();
-    EXPECT_THROW(thief_.reach<emsSession::EmsSession_I>(session.in())->ping(), CORBA::NO_PERMISSION);
+    EXPECT_THROW(thief_.reach<emsSession::EmsSession_I>(session.in())->ping(),
+                 CORBA::NO_PERMISSION);
 
     const auto moved = thief_.logIn(agent_.nms());
     EXPECT_TRUE(moved->_is_equivalent(thief_.reach<emsSession::EmsSession_I>(session.in()).in()));

@@ -38,8 +38,9 @@ TEST(UserState, EndsTheSessionOfAnInvalidUser) {
     const TraceCapture trace;
     LightEventMgr::Instance()->Raise(119, aboutUser(agent.nms().hostInfo()));
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { session->ping(); }); }));
-    EXPECT_TRUE(trace.contains("[BaseSSHandler::DoWork]: User <NmsHostInfo = " + agent.nms().hostInfo() +
-                               ", UserName = admin> state change to Invalid, session will be end!\n"));
+    EXPECT_TRUE(
+        trace.contains("[BaseSSHandler::DoWork]: User <NmsHostInfo = " + agent.nms().hostInfo() +
+                       ", UserName = admin> state change to Invalid, session will be end!\n"));
     EXPECT_TRUE(waitUntil([&] { return servant->source()->get_state() == Ended; }));
     EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms()) == 0; }));
     // taken out of the list at once, and the list's reference dropped
@@ -90,7 +91,8 @@ TEST(UserState, TellsWhenThereIsNoSuchSession) {
 class OddSession : public EmsSession_IImpl {
   public:
     explicit OddSession(std::function<void()> onEnd)
-        : EmsSession_IImpl(SessionSource::create("10.0.0.1:5000", "admin", nmsSession::NmsSession_I::_nil())),
+        : EmsSession_IImpl(
+              SessionSource::create("10.0.0.1:5000", "admin", nmsSession::NmsSession_I::_nil())),
           onEnd_(std::move(onEnd)) {}
     void endSession() override { onEnd_(); }
 
@@ -104,16 +106,17 @@ TEST(UserState, AbsorbsWhatASessionsEndThrows) {
     const TraceCapture trace;
     agent.sessions().add_emsSession(new OddSession([] { throw CORBA::NO_RESOURCES(); }));
     BaseSSHandler().DoWork(119, &data);
-    EXPECT_TRUE(
-        trace.contains("[BaseSSHandler::DoWork]: endSession <NmsHostInfo = 10.0.0.1:5000, UserName = "
-                       "admin> exception: NO_RESOURCES"));
+    EXPECT_TRUE(trace.contains(
+        "[BaseSSHandler::DoWork]: endSession <NmsHostInfo = 10.0.0.1:5000, UserName = "
+        "admin> exception: NO_RESOURCES"));
     agent.sessions().add_emsSession(new OddSession([] { throw std::runtime_error("odd"); }));
     BaseSSHandler().DoWork(119, &data);
-    EXPECT_TRUE(
-        trace.contains("[BaseSSHandler::DoWork]: endSession <NmsHostInfo = 10.0.0.1:5000, UserName = "
-                       "admin> unk exception\n"));
+    EXPECT_TRUE(trace.contains(
+        "[BaseSSHandler::DoWork]: endSession <NmsHostInfo = 10.0.0.1:5000, UserName = "
+        "admin> unk exception\n"));
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
-    EXPECT_EQ(trace.count("[EmsSession_IImpl::~EmsSession_IImpl]"), 2u) << "the list's reference is dropped";
+    EXPECT_EQ(trace.count("[EmsSession_IImpl::~EmsSession_IImpl]"), 2u)
+        << "the list's reference is dropped";
 }
 
 TEST(UserState, IsNoLongerListenedToAfterTheStop) {

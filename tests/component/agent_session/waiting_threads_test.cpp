@@ -1,5 +1,7 @@
 // Release strategy 2: threads that wait for a sign of life of an NMS.
 
+#include "session/waiting_threads.h"
+
 #include <gtest/gtest.h>
 #include <kelp/corbabase/ref_count.h>
 
@@ -7,7 +9,6 @@
 #include <thread>
 
 #include "adapter/session_source.h"
-#include "session/waiting_threads.h"
 #include "support/agent_fixture.h"
 #include "support/threads_asleep.h"
 #include "support/trace_capture.h"
@@ -75,7 +76,8 @@ TEST_F(TheWaiting, EndsTheSessionOfASilentNms) {
     const TraceCapture trace;
     ASSERT_TRUE(waitUntil([&] { return isOver(); }));
     EXPECT_EQ(session_->source()->get_state(), Ended);
-    EXPECT_TRUE(trace.contains("[theWaiting] Waiting for NMS invoke time out, session will be destroyed!"));
+    EXPECT_TRUE(
+        trace.contains("[theWaiting] Waiting for NMS invoke time out, session will be destroyed!"));
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { remote_->ping(); }); }));
     EXPECT_TRUE(hasLeft(*session_));
     EXPECT_EQ(agent_->nms()->pings, 0);
@@ -128,13 +130,15 @@ TEST_F(TheWaiting, LeavesWhenTheUserBecomesInvalid) {
     start(withoutPings(kForEver));
     const std::string& hostInfo = agent_->nms().hostInfo();
     const std::size_t colon = hostInfo.find(':');
-    NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(
-        119, {{{"IP", hostInfo.substr(0, colon)}, {"PORT", hostInfo.substr(colon + 1)}, {"USN", "admin"}}});
+    NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(119, {{{"IP", hostInfo.substr(0, colon)},
+                                                           {"PORT", hostInfo.substr(colon + 1)},
+                                                           {"USN", "admin"}}});
     EXPECT_TRUE(hasLeft(*session_));
 }
 
 TEST_F(TheWaiting, LeavesWhenARoundEndsTheSession) {
-    start(AgentOptions{.releaseStrategy = 2, .pingMode = false, .pingIntervalS = 1, .silentTimeS = kForEver});
+    start(AgentOptions{
+        .releaseStrategy = 2, .pingMode = false, .pingIntervalS = 1, .silentTimeS = kForEver});
     // as the session limit does
     session_->source()->set_state(Ended);
     EXPECT_TRUE(hasLeft(*session_));
@@ -171,7 +175,8 @@ TEST_F(TheWaiting, GoesOnInASessionThatIsReused) {
 
 TEST_F(TheWaiting, IsNotStartedUnderOtherStrategies) {
     for (const AgentOptions& options :
-         {AgentOptions().with(0, false), AgentOptions().with(1, false), AgentOptions().with(2, true)}) {
+         {AgentOptions().with(0, false), AgentOptions().with(1, false),
+          AgentOptions().with(2, true)}) {
         RunningAgent agent(options);
         agent.logIn(agent.nms());
         EXPECT_EQ(agent.listed(agent.nms())->waitingThread(), 0u);
@@ -237,22 +242,24 @@ TEST_F(SilentWaitingTest, EndsTheSessionAfterTheSilentTime) {
     ASSERT_TRUE(trace.waitFor("[SilentWaiting:] Waiting for Invoking from: " + host() + "."));
     EXPECT_TRUE(session_->source()->get_silent_waiting());
     EXPECT_EQ(session_->source()->get_state(), SilentWaiting);
-    EXPECT_TRUE(trace.contains("[SessionMgr::svc]user<admin>,ip<" + host() +
-                               ">,Ping 3 times failed, now start a new thread to wait for OSS responce "
-                               "silently."));
+    EXPECT_TRUE(
+        trace.contains("[SessionMgr::svc]user<admin>,ip<" + host() +
+                       ">,Ping 3 times failed, now start a new thread to wait for OSS responce "
+                       "silently."));
     const int pings = agent_->nms()->pings;
     EXPECT_TRUE(waitUntil([&] { return agent_->nms()->pings > pings; })) << "it is still pinged";
     EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
 
     ASSERT_TRUE(waitUntil([&] { return isOver(); }));
-    EXPECT_TRUE(trace.contains("[SilentWaiting] Exceed silent waiting period, now session " + host() +
-                               " will be destroyed"));
+    EXPECT_TRUE(trace.contains("[SilentWaiting] Exceed silent waiting period, now session " +
+                               host() + " will be destroyed"));
     EXPECT_EQ(session_->source()->get_state(), Ended);
     EXPECT_TRUE(hasLeft(*session_));
     EXPECT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
     EXPECT_TRUE(agent_->waitingThreadsLeave());
     EXPECT_EQ(testing::internal::GetCapturedStdout(), kExitLine);
-    EXPECT_EQ(trace.count("[SilentWaiting:] Waiting for Invoking from:"), 1u) << "one thread for one silence";
+    EXPECT_EQ(trace.count("[SilentWaiting:] Waiting for Invoking from:"), 1u)
+        << "one thread for one silence";
 }
 
 TEST_F(SilentWaitingTest, EndsWhenThePingsAreAnsweredAgain) {
@@ -362,7 +369,8 @@ TEST_F(SilentWaitingTest, NeedsASessionWithASource) {
     ASSERT_TRUE(agent.sessions().SpawnWaiting(session.get(), SilentWaitingThread));
     EXPECT_TRUE(trace.waitFor("[SilentWaiting]GetSessionSource is null, thread return now."));
     EXPECT_TRUE(agent.waitingThreadsLeave());
-    EXPECT_TRUE(waitUntil([&] { return session->_refcount_value() == 1; })) << "the thread's reference";
+    EXPECT_TRUE(waitUntil([&] { return session->_refcount_value() == 1; }))
+        << "the thread's reference";
 }
 
 // -- many

@@ -5,7 +5,6 @@
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
-
 #include <mtnm/nmsSession.h>
 
 #include <stdexcept>
@@ -24,8 +23,8 @@ inline NS_CORBA::CorbaBaseAgentConfig& base() {
 
 inline constexpr const char* kFreePort = "[orb]\nlisten = \"127.0.0.1:0\"\n";
 
-/// A corbaloc by which this process reaches an object of its own ORB over a connection: the ORB does not
-/// recognise the address as its own. For an ORB that listens on 127.0.0.1.
+/// A corbaloc by which this process reaches an object of its own ORB over a connection: the ORB
+/// does not recognise the address as its own. For an ORB that listens on 127.0.0.1.
 inline std::string wireAddress(CORBA::Object_ptr reference) {
     const CORBA::ORB_var orb = base().GetOrb();
     orb::ReferenceContent content;
@@ -35,8 +34,8 @@ inline std::string wireAddress(CORBA::Object_ptr reference) {
            escapedKey(content.objectKey);
 }
 
-/// The ORB as the agent has it: started by the base configuration, served by an agent worker, not yet
-/// activated. Stopped in the agent's order.
+/// The ORB as the agent has it: started by the base configuration, served by an agent worker, not
+/// yet activated. Stopped in the agent's order.
 class BaseOrb {
   public:
     explicit BaseOrb(const std::string& toml = kFreePort) {

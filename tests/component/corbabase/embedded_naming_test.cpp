@@ -1,11 +1,11 @@
-// The naming service that the process's ORB serves itself: where it is found, and who may change it.
+// The naming service that the process's ORB serves itself: where it is found, and who may change
+// it.
 
+#include <cos/CosNaming.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/light_event.h>
-
-#include <cos/CosNaming.h>
 
 #include "base_orb.h"
 #include "open_logs.h"
@@ -64,7 +64,8 @@ class EmbeddedNaming : public testing::Test {
     }
 
     static constexpr const char* kStandardPath =
-        "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/EMS.EmsSessionFactory_I";
+        "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/"
+        "EMS.EmsSessionFactory_I";
     TemporaryDirectory folder_;
     TraceCapture trace_;
     std::uint16_t orbPort_ = freePort();
@@ -157,13 +158,14 @@ TEST_F(EmbeddedNaming, ChangesFromOutsideAreRefusedAndRecorded) {
     EXPECT_THROW(root->destroy(), CORBA::NO_PERMISSION);
     EXPECT_TRUE(leadsToTheFactory(root.in(), kStandardPath));
     const std::vector<oplog::LogEntry> records = logs.security();
-    EXPECT_THAT(records,
-                ElementsAre(AllOf(Field(&oplog::LogEntry::operation, "naming"),
-                                  Field(&oplog::LogEntry::outcome, "NO_PERMISSION"),
-                                  Field(&oplog::LogEntry::detail, "unbind"),
-                                  Field(&oplog::LogEntry::object, testing::StartsWith("TMF_MTNM.Class/")),
-                                  Field(&oplog::LogEntry::peer, testing::StartsWith("127.0.0.1:"))),
-                            Field(&oplog::LogEntry::detail, "destroy")));
+    EXPECT_THAT(
+        records,
+        ElementsAre(AllOf(Field(&oplog::LogEntry::operation, "naming"),
+                          Field(&oplog::LogEntry::outcome, "NO_PERMISSION"),
+                          Field(&oplog::LogEntry::detail, "unbind"),
+                          Field(&oplog::LogEntry::object, testing::StartsWith("TMF_MTNM.Class/")),
+                          Field(&oplog::LogEntry::peer, testing::StartsWith("127.0.0.1:"))),
+                    Field(&oplog::LogEntry::detail, "destroy")));
 }
 
 TEST_F(EmbeddedNaming, AFloodOfChangesIsSummarised) {

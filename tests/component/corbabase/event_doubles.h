@@ -20,12 +20,14 @@ class Agent final : public NS_CORBA::CallBackProcessBase {
             onCleared();
         add("cleared " + endTime);
     }
-    void OnEventLossOccurred(const std::string& startTime, const std::string& notificationId) override {
+    void OnEventLossOccurred(const std::string& startTime,
+                             const std::string& notificationId) override {
         add("lost " + notificationId + " of " + startTime);
     }
-    void FormatAlarmLog(std::stringstream& out, const CosNotification::StructuredEvent& event) override {
-        NS_CORBA::SuppilerMgr::FormatLog("event", std::string(event.header.fixed_header.event_name.in()),
-                                         out);
+    void FormatAlarmLog(std::stringstream& out,
+                        const CosNotification::StructuredEvent& event) override {
+        NS_CORBA::SuppilerMgr::FormatLog(
+            "event", std::string(event.header.fixed_header.event_name.in()), out);
     }
     void SendHeartbeat() override { add("heartbeat"); }
     std::vector<std::string> told() const {
@@ -44,7 +46,8 @@ class Agent final : public NS_CORBA::CallBackProcessBase {
     std::vector<std::string> told_;
 };
 
-inline CosNotification::StructuredEvent alarm(const std::string& name, const char* type = "NT_ALARM") {
+inline CosNotification::StructuredEvent alarm(const std::string& name,
+                                              const char* type = "NT_ALARM") {
     CosNotification::StructuredEvent event;
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     event.header.fixed_header.event_type.type_name = CORBA::string_dup(type);

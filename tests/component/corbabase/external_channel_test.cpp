@@ -35,7 +35,8 @@ constexpr const char* kKey = "NotificationService";
 class Factory final : public POA_CosNotifyChannelAdmin::EventChannelFactory {
   public:
     EventChannel_ptr create_channel(const CosNotification::QoSProperties&,
-                                    const CosNotification::AdminProperties&, ChannelID_out id) override {
+                                    const CosNotification::AdminProperties&,
+                                    ChannelID_out id) override {
         id = 7;
         ++created;
         return EventChannel::_duplicate(spare.in());
@@ -61,11 +62,13 @@ class Factory final : public POA_CosNotifyChannelAdmin::EventChannelFactory {
     std::atomic<int> created{0};
 };
 
-/// The service is an object of this process's own ORB that the supplier manager calls over a connection.
+/// The service is an object of this process's own ORB that the supplier manager calls over a
+/// connection.
 class ExternalChannel : public testing::Test {
   protected:
     ExternalChannel() {
-        orb_ = std::make_unique<BaseOrb>("[orb]\nlisten = \"127.0.0.1:" + std::to_string(port_) + "\"\n");
+        orb_ = std::make_unique<BaseOrb>("[orb]\nlisten = \"127.0.0.1:" + std::to_string(port_) +
+                                         "\"\n");
         base().SetReqInterceptorImpl(&interceptor_);
         EXPECT_EQ(NS_CORBA::AgentServer::Activate(), 0);
         service_.emplace();
@@ -83,8 +86,9 @@ class ExternalChannel : public testing::Test {
     static SuppilerMgr& manager() { return *SuppilerMgr::Instance(); }
 
     void locate(const std::string& host, std::uint16_t port, const std::string& more = "") const {
-        configure("[notification]\nmode = \"external\"\nheartbeat_s = 0\npush_timeout_s = 1\nhost = \"" +
-                  host + "\"\nport = " + std::to_string(port) + "\n" + more);
+        configure(
+            "[notification]\nmode = \"external\"\nheartbeat_s = 0\npush_timeout_s = 1\nhost = \"" +
+            host + "\"\nport = " + std::to_string(port) + "\n" + more);
         base().UpdateNotifyServiceParams(nullptr);
     }
     void start(const std::string& more = "") {
@@ -103,8 +107,10 @@ class ExternalChannel : public testing::Test {
         const EventChannel_var reference = channel_->reference();
         const ConsumerAdmin_var admin = reference->default_consumer_admin();
         ProxyID id = 0;
-        const ProxySupplier_var proxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
-        const StructuredProxyPushSupplier_var structured = StructuredProxyPushSupplier::_narrow(proxy.in());
+        const ProxySupplier_var proxy =
+            admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        const StructuredProxyPushSupplier_var structured =
+            StructuredProxyPushSupplier::_narrow(proxy.in());
         const CORBA::Object_var object = consumer_->_this();
         const CosNotifyComm::StructuredPushConsumer_var consumer =
             CosNotifyComm::StructuredPushConsumer::_narrow(object.in());
@@ -298,14 +304,16 @@ TEST_F(ExternalChannel, PushWithoutAnAnswerIsMadeAgainByTheSameProxyOnceItAnswer
     EXPECT_TRUE(trace_.contains("answers again"));
     EXPECT_EQ(service_->calls("obtain sequence"), 1);
     go.set_value();
-    EXPECT_TRUE(waitUntil([&] { return service_->names().size() == 3; })) << "the first try arrived late";
+    EXPECT_TRUE(waitUntil([&] { return service_->names().size() == 3; }))
+        << "the first try arrived late";
     EXPECT_THAT(agent_.told(), IsEmpty());
 }
 
 TEST_F(ExternalChannel, RefusedEventIsLostAndTheOthersOfItsBatchAreNot) {
     service_->setScript([&](const std::string& operation) {
         // the batch, and the second of it on its own
-        if (operation == "push" && (service_->calls(operation) == 1 || service_->calls(operation) == 3))
+        if (operation == "push" &&
+            (service_->calls(operation) == 1 || service_->calls(operation) == 3))
             throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     });
     start();

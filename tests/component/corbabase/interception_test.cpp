@@ -74,7 +74,8 @@ TEST_F(Interception, EveryRequestPassesTheInterceptorWithItsOperation) {
 }
 
 TEST_F(Interception, WhatTheInterceptorRaisesTheCallerGets) {
-    ScriptedInterceptor interceptor([](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
+    ScriptedInterceptor interceptor(
+        [](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&interceptor);
     EXPECT_EQ(pingResult(session), "NO_PERMISSION");
     EXPECT_EQ(session.servant().pings, 0);
@@ -153,7 +154,8 @@ TEST_F(Interception, AnotherInterceptorTakesOverWithoutRefusingAnyone) {
 TEST_F(Interception, TheThreadContextEndsWithTheRequest) {
     std::vector<std::string> seen;
     ScriptedInterceptor interceptor([&](const kelp::orb::RequestInfo*) {
-        seen.push_back(NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext().GetInterfaceName());
+        seen.push_back(
+            NS_UTIL::ThreadContextMgr::Instance()->GetThreadContext().GetInterfaceName());
         NS_UTIL::ThreadContextInfo context;
         context.SetInterfaceName("ping");
         NS_UTIL::ThreadContextMgr::Instance()->SetThreadContext(context);
@@ -175,7 +177,8 @@ TEST_F(Interception, DiscardRefusesNewRequestsAlsoUnderWellKnownKeys) {
     const std::string address = kelp::test::wireAddress(session.own());
     const CORBA::Object_var object =
         kelp::orb::toReference(itsOrb.in(), address.substr(0, address.find('/')) + "/WellKnown");
-    const nmsSession::NmsSession_I_var byKey = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var byKey =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     EXPECT_EQ(resultOf([&] { byKey->ping(); }), "");
     AgentServer::Discard();
     EXPECT_EQ(pingResult(session), "TRANSIENT");
@@ -197,7 +200,8 @@ TEST_F(Interception, ShutDownReleasesWaitingRequests) {
 }
 
 TEST_F(Interception, AStopAfterThousandsOfRefusedRequestsDoesNotHang) {
-    ScriptedInterceptor interceptor([](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
+    ScriptedInterceptor interceptor(
+        [](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&interceptor);
     kelp::test::configure(std::string(kelp::test::kFreePort) +
                           "[access]\nrequests_per_second_before_login = 0\n");

@@ -39,7 +39,8 @@ TEST_F(IorParser, GivesTheTlsPortOfAReferenceWithoutAPlainOne) {
 }
 
 TEST_F(IorParser, TakesTheFirstOfSeveralAddresses) {
-    EXPECT_EQ(hostInfoOf("corbaloc:iiop:1.2@10.1.2.3:5000,iiop:1.2@10.1.2.4:5000/Nms"), "10.1.2.3:5000");
+    EXPECT_EQ(hostInfoOf("corbaloc:iiop:1.2@10.1.2.3:5000,iiop:1.2@10.1.2.4:5000/Nms"),
+              "10.1.2.3:5000");
 }
 
 TEST_F(IorParser, RemembersTheLastOne) {

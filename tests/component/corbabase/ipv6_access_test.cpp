@@ -30,7 +30,8 @@ class Ipv6Access : public testing::Test {
         EXPECT_EQ(NS_CORBA::AgentServer::Activate(), 0);
         const CORBA::ORB_var itsOrb = base().GetOrb();
         const CORBA::Object_var object = kelp::orb::toReference(itsOrb.in(), address());
-        const nmsSession::NmsSession_I_var session = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        const nmsSession::NmsSession_I_var session =
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in());
         session->ping();
         configure(kIpv6Port + "[access]\nallowed_oss = [" + networks + "]\n");
         session->ping();

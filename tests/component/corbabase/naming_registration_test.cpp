@@ -15,7 +15,8 @@ using kelp::test::WireSession;
 namespace {
 
 std::string withNaming(const OmniNames& names) {
-    return kelp::test::kFreePort + std::string("[naming]\nport = ") + std::to_string(names.port()) + "\n";
+    return kelp::test::kFreePort + std::string("[naming]\nport = ") + std::to_string(names.port()) +
+           "\n";
 }
 
 CosNaming::Name factoryName() {
@@ -161,7 +162,8 @@ TEST_F(NamingRegistration, AnObjectWhereAContextMustBeFailsAndIsNamed) {
 
 TEST_F(NamingRegistration, AnObjectInTheMiddleOfThePathFailsAndIsNamed) {
     const CosNaming::NamingContext_var context = root();
-    const CosNaming::NamingContext_var classes = context->bind_new_context(prefixOf(factoryName(), 1));
+    const CosNaming::NamingContext_var classes =
+        context->bind_new_context(prefixOf(factoryName(), 1));
     context->bind(prefixOf(factoryName(), 2), factory.own());
     EXPECT_FALSE(base().RegistEMSFactoryName(factory.own()));
     EXPECT_TRUE(capture.contains("Kelp.Vendor: an object stands where a context must be!"));
@@ -176,11 +178,12 @@ TEST_F(NamingRegistration, ADeadNamingServiceFailsWithATrace) {
     ASSERT_TRUE(base().RegistEMSFactoryName(factory.own()));
     names.kill();
     EXPECT_FALSE(base().RegistEMSFactoryName(factory.own()));
-    EXPECT_TRUE(capture.contains("[CorbaBaseAgentConfig::RegistEMSFactoryName] Could not bind the factory! " +
-                                 names.corbaloc()));
+    EXPECT_TRUE(capture.contains(
+        "[CorbaBaseAgentConfig::RegistEMSFactoryName] Could not bind the factory! " +
+        names.corbaloc()));
     base().UnRegistEMSFactoryName();
-    EXPECT_TRUE(
-        capture.contains("[CorbaBaseAgentConfig::UnRegistEMSFactoryName] Could not unbind the factory!"));
+    EXPECT_TRUE(capture.contains(
+        "[CorbaBaseAgentConfig::UnRegistEMSFactoryName] Could not unbind the factory!"));
 }
 
 TEST_F(NamingRegistration, AFrozenNamingServiceHoldsNobodyForEver) {

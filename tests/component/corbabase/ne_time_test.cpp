@@ -82,7 +82,8 @@ TEST_F(NeTime, ThatIsNoTextIsLeftAlone) {
 }
 
 TEST_F(NeTime, IsGivenToNoHeartbeatAndToNoEventOfAnotherDomain) {
-    for (CosNotification::StructuredEvent event : {eventOf("NT_HEARTBEAT"), eventOf("NT_ALARM", "acme")}) {
+    for (CosNotification::StructuredEvent event :
+         {eventOf("NT_HEARTBEAT"), eventOf("NT_ALARM", "acme")}) {
         add(event, "emsTime", kEmsTime);
         fillNeTime(event);
         EXPECT_EQ(neTimeOf(event), "none");

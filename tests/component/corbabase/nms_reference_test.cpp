@@ -24,10 +24,12 @@ class NmsReference : public testing::Test {
     std::string toml(const std::string& access) const {
         return kFreePort + OpenLogs::toml(folder_) + "[access]\n" + access;
     }
-    /// The verdict on a reference with these corbaloc addresses, asked by a request over a connection.
+    /// The verdict on a reference with these corbaloc addresses, asked by a request over a
+    /// connection.
     bool isValid(const std::string& addresses) {
         const CORBA::ORB_var orb = base().GetOrb();
-        const CORBA::Object_var object = kelp::orb::toReference(orb.in(), "corbaloc:" + addresses + "/key");
+        const CORBA::Object_var object =
+            kelp::orb::toReference(orb.in(), "corbaloc:" + addresses + "/key");
         asked_ = object.in();
         session_.ping();
         return verdict_;
@@ -41,7 +43,8 @@ class NmsReference : public testing::Test {
     bool verdict_ = false;
     bool isConsumer_ = false;
     WireSession session_{[this] {
-        verdict_ = isConsumer_ ? base().IsValidConsumer(asked_) : base().IsValidNmsReference(asked_);
+        verdict_ =
+            isConsumer_ ? base().IsValidConsumer(asked_) : base().IsValidNmsReference(asked_);
     }};
 };
 
@@ -83,7 +86,8 @@ TEST_F(NmsReference, MayNotNameAnotherBesideThePeer) {
 }
 
 TEST_F(NmsReference, MayNameAllowedNetworksWhereThatIsTheRule) {
-    configure(toml("nms_reference = \"allowed\"\nallowed_oss = [\"127.0.0.0/30\", \"2001:db8::/32\"]\n"));
+    configure(
+        toml("nms_reference = \"allowed\"\nallowed_oss = [\"127.0.0.0/30\", \"2001:db8::/32\"]\n"));
     EXPECT_TRUE(isValid("iiop:1.2@127.0.0.2:4711"));
     EXPECT_TRUE(isValid("iiop:1.2@[2001:db8::7]:4711"));
     EXPECT_FALSE(isValid("iiop:1.2@127.0.0.4:4711"));
@@ -108,7 +112,8 @@ TEST_F(NmsReference, MayNameAnyWhereThatIsTheRule) {
 
 TEST_F(NmsReference, OfACallInsideTheProcessMayNameAny) {
     const CORBA::ORB_var orb = base().GetOrb();
-    const CORBA::Object_var object = kelp::orb::toReference(orb.in(), "corbaloc:iiop:1.2@192.0.2.1:4711/key");
+    const CORBA::Object_var object =
+        kelp::orb::toReference(orb.in(), "corbaloc:iiop:1.2@192.0.2.1:4711/key");
     EXPECT_TRUE(base().IsValidNmsReference(object.in()));
 }
 

@@ -11,8 +11,8 @@
 
 namespace kelp::test {
 
-/// The operation log and the security log in a folder that goes with the scope. Give the configuration
-/// toml() before the scope's logs are opened.
+/// The operation log and the security log in a folder that goes with the scope. Give the
+/// configuration toml() before the scope's logs are opened.
 class OpenLogs {
   public:
     explicit OpenLogs(const TemporaryDirectory& folder) : folder_(folder) {
@@ -34,7 +34,8 @@ class OpenLogs {
     }
 
   private:
-    static std::vector<oplog::LogEntry> read(oplog::LogKind kind, const std::filesystem::path& database) {
+    static std::vector<oplog::LogEntry> read(oplog::LogKind kind,
+                                             const std::filesystem::path& database) {
         NS_CORBA::AuditTrail::Instance().Close();
         std::vector<oplog::LogEntry> entries;
         oplog::LogReader(database, kind).search({}, [&](const oplog::LogEntry& entry) {

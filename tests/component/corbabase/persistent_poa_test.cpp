@@ -101,7 +101,8 @@ TEST(PersistentReference, HasTheSameKeyInTheNextRun) {
         const PortableServer::POA_var poa = get_persistent_poa(root.in(), "V4800");
         ScriptedSession* const servant = new ScriptedSession;
         const PortableServer::ServantBase_var owner(servant);
-        const CORBA::Object_var reference = get_persistent_ref(poa.in(), servant, "EMSSessionFactory");
+        const CORBA::Object_var reference =
+            get_persistent_ref(poa.in(), servant, "EMSSessionFactory");
         key = textOf(reference.in());
     }
     EXPECT_EQ(keys[0], keys[1]);

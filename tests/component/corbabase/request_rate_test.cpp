@@ -1,4 +1,5 @@
-// How often an address without a log-in may call, and what its requests leave in the logs and the trace.
+// How often an address without a log-in may call, and what its requests leave in the logs and the
+// trace.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +27,8 @@ constexpr const char* kAccess = "[access]\nallowed_oss = [\"127.0.0.0/8\"]\n";
 class RequestRate : public testing::Test {
   protected:
     explicit RequestRate(
-        const std::string& limits = "requests_per_second_before_login = 1\nrequests_burst_before_login = 5\n")
+        const std::string& limits =
+            "requests_per_second_before_login = 1\nrequests_burst_before_login = 5\n")
         : orb_(toml(limits)) {
         EXPECT_EQ(AgentServer::Activate(), 0);
         base().SetReqInterceptorImpl(&interceptor_);
@@ -34,8 +36,8 @@ class RequestRate : public testing::Test {
     ~RequestRate() override { base().SetReqInterceptorImpl(nullptr); }
 
     std::string toml(const std::string& limits) const {
-        return kFreePort + OpenLogs::toml(folder_) + "records_per_minute_before_login = 3\n" + kAccess +
-               limits;
+        return kFreePort + OpenLogs::toml(folder_) + "records_per_minute_before_login = 3\n" +
+               kAccess + limits;
     }
     struct Outcome {
         int served = 0;
@@ -74,7 +76,8 @@ TEST_F(RequestRate, RefusesWhatIsBeyondTheBurstBeforeAnythingElse) {
     ASSERT_THAT(told, SizeIs(21)) << "twenty by themselves and a summary";
     EXPECT_THAT(told, Each(Field(&LogEntry::operation, "too-many-requests")));
     EXPECT_THAT(told, Each(Field(&LogEntry::outcome, "TRANSIENT")));
-    EXPECT_THAT(told.back().detail, StartsWith(std::to_string(outcome.refused - 20) + " more until "));
+    EXPECT_THAT(told.back().detail,
+                StartsWith(std::to_string(outcome.refused - 20) + " more until "));
 }
 
 TEST_F(RequestRate, FollowsTheConfiguration) {
@@ -86,7 +89,8 @@ TEST_F(RequestRate, FollowsTheConfiguration) {
 }
 
 TEST_F(RequestRate, CallsInsideTheProcessAreNotLimited) {
-    const nmsSession::NmsSession_I_var own = nmsSession::NmsSession_I::_unchecked_narrow(session_.own());
+    const nmsSession::NmsSession_I_var own =
+        nmsSession::NmsSession_I::_unchecked_narrow(session_.own());
     for (int i = 0; i < 100; ++i)
         EXPECT_NO_THROW(own->ping());
 }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <kelp/corbabase/operation_record.h>
 #include <kelp/corbabase/session_token.h>
-
 #include <mtnm/globaldefs.h>
 
 #include <functional>
@@ -112,7 +111,8 @@ TEST_F(RequestRecording, TellsIteratorsManagersTheFactoryAndTheChannelApart) {
     std::vector<std::string> kinds;
     for (const LogEntry& each : logs_.operations())
         kinds.push_back(each.objectKind + "/" + each.object);
-    EXPECT_THAT(kinds, ElementsAre("iterator/", "manager/ManagedElement", "factory/", "channel/", "/other"));
+    EXPECT_THAT(kinds, ElementsAre("iterator/", "manager/ManagedElement", "factory/", "channel/",
+                                   "/other"));
 }
 
 TEST_F(RequestRecording, NamesTheExceptionOfARequestThatFails) {
@@ -179,7 +179,8 @@ TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatThey
 }
 
 TEST_F(RequestRecording, TellsAFloodOfRefusalsInOneRecord) {
-    ScriptedInterceptor refusing([](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
+    ScriptedInterceptor refusing(
+        [](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&refusing);
     const auto session = object(kSession, "session");
     for (int i = 0; i < 500; ++i)

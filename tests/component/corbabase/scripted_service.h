@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cos/CosNotifyChannelAdmin.h>
 #include <kelp/orb/references.h>
 
 #include <condition_variable>
@@ -9,8 +10,6 @@
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include <cos/CosNotifyChannelAdmin.h>
 
 #include "base_orb.h"
 
@@ -40,31 +39,33 @@ class ScriptedObject final : public PortableServer::DynamicImplementation {
     const std::map<std::string, Answer> answers_;
 };
 
-/// A notification service with as little as a supplier needs, every object of which is called over a
-/// connection, and which does with each call what a test says.
+/// A notification service with as little as a supplier needs, every object of which is called over
+/// a connection, and which does with each call what a test says.
 class ScriptedService {
   public:
-    /// Called with an operation's name before it is answered, "push" for both kinds of pushes before the
-    /// events count as arrived; may wait, and may throw a system exception.
+    /// Called with an operation's name before it is answered, "push" for both kinds of pushes
+    /// before the events count as arrived; may wait, and may throw a system exception.
     using Script = std::function<void(const std::string&)>;
 
     ScriptedService() {
         const std::string module = "IDL:omg.org/CosNotifyChannelAdmin/";
-        sequence_ = make(
-            module + "SequenceProxyPushConsumer:1.0",
-            {{"connect_sequence_push_supplier", ignoring(CORBA::_tc_Object)},
-             {"push_structured_events", taking<CosNotification::EventBatch>(CosNotification::_tc_EventBatch)},
-             {"disconnect_sequence_push_consumer", ignoring()}});
-        structured_ = make(module + "StructuredProxyPushConsumer:1.0",
-                           {{"connect_structured_push_supplier", ignoring(CORBA::_tc_Object)},
-                            {"push_structured_event",
-                             taking<CosNotification::StructuredEvent>(CosNotification::_tc_StructuredEvent)},
-                            {"disconnect_structured_push_consumer", ignoring()}});
+        sequence_ = make(module + "SequenceProxyPushConsumer:1.0",
+                         {{"connect_sequence_push_supplier", ignoring(CORBA::_tc_Object)},
+                          {"push_structured_events",
+                           taking<CosNotification::EventBatch>(CosNotification::_tc_EventBatch)},
+                          {"disconnect_sequence_push_consumer", ignoring()}});
+        structured_ =
+            make(module + "StructuredProxyPushConsumer:1.0",
+                 {{"connect_structured_push_supplier", ignoring(CORBA::_tc_Object)},
+                  {"push_structured_event",
+                   taking<CosNotification::StructuredEvent>(CosNotification::_tc_StructuredEvent)},
+                  {"disconnect_structured_push_consumer", ignoring()}});
         admin_ = make(module + "SupplierAdmin:1.0",
                       {{"obtain_notification_push_consumer",
                         [this](CORBA::ServerRequest_ptr request) { obtain(request); }},
                        {"_get_MyChannel", answering(channel_)}});
-        channel_ = make(module + "EventChannel:1.0", {{"_get_default_supplier_admin", answering(admin_)}});
+        channel_ =
+            make(module + "EventChannel:1.0", {{"_get_default_supplier_admin", answering(admin_)}});
     }
 
     CORBA::Object_ptr channel() const { return channel_.in(); }
@@ -169,12 +170,13 @@ class ScriptedService {
         return names;
     }
     void obtain(CORBA::ServerRequest_ptr request) {
-        const CORBA::NVList_ptr list = arguments(
-            request,
-            {{CosNotifyChannelAdmin::_tc_ClientType, CORBA::ARG_IN}, {CORBA::_tc_long, CORBA::ARG_OUT}});
+        const CORBA::NVList_ptr list =
+            arguments(request, {{CosNotifyChannelAdmin::_tc_ClientType, CORBA::ARG_IN},
+                                {CORBA::_tc_long, CORBA::ARG_OUT}});
         CosNotifyChannelAdmin::ClientType type = CosNotifyChannelAdmin::ANY_EVENT;
         *list->item(0)->value() >>= type;
-        before(type == CosNotifyChannelAdmin::SEQUENCE_EVENT ? "obtain sequence" : "obtain structured");
+        before(type == CosNotifyChannelAdmin::SEQUENCE_EVENT ? "obtain sequence"
+                                                             : "obtain structured");
         *list->item(1)->value() <<= CORBA::Long(1);
         CORBA::Any result;
         result <<= (type == CosNotifyChannelAdmin::SEQUENCE_EVENT ? sequence_ : structured_).in();

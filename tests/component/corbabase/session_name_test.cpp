@@ -12,7 +12,8 @@ using NS_CORBA::TEUserHelper;
 
 namespace {
 
-const std::string kSession = "<USERNAME_TAG>nms1</USERNAME_TAG><IPANDPORT_TAG>10.0.0.1:5000</IPANDPORT_TAG>";
+const std::string kSession =
+    "<USERNAME_TAG>nms1</USERNAME_TAG><IPANDPORT_TAG>10.0.0.1:5000</IPANDPORT_TAG>";
 
 class SessionName : public testing::Test {
   protected:
@@ -23,8 +24,11 @@ class SessionName : public testing::Test {
         const PortableServer::POAManager_var manager = root->the_POAManager();
         const PortableServer::POA_var top =
             root->create_POA(kSession.c_str(), manager.in(), CORBA::PolicyList());
-        const PortableServer::POA_var child = top->create_POA("session", manager.in(), CORBA::PolicyList());
-        servant->onAssociatedSession = [this] { inServant = TEUserHelper::GetNmsIPAddrByContext(); };
+        const PortableServer::POA_var child =
+            top->create_POA("session", manager.in(), CORBA::PolicyList());
+        servant->onAssociatedSession = [this] {
+            inServant = TEUserHelper::GetNmsIPAddrByContext();
+        };
         const PortableServer::ObjectId_var id = child->activate_object(servant);
         own = child->id_to_reference(id.in());
     }
@@ -33,14 +37,16 @@ class SessionName : public testing::Test {
     void call(const std::string& address) const {
         const CORBA::ORB_var itsOrb = base().GetOrb();
         const CORBA::Object_var object = kelp::orb::toReference(itsOrb.in(), address);
-        const nmsSession::NmsSession_I_var session = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        const nmsSession::NmsSession_I_var session =
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in());
         const session::Session_I_var none = session->associatedSession();
     }
 
     std::string inInterceptor;
     std::string inServant;
-    ScriptedInterceptor interceptor{
-        [this](const kelp::orb::RequestInfo*) { inInterceptor = TEUserHelper::GetNmsIPAddrByContext(); }};
+    ScriptedInterceptor interceptor{[this](const kelp::orb::RequestInfo*) {
+        inInterceptor = TEUserHelper::GetNmsIPAddrByContext();
+    }};
     BaseOrb orb;
     ScriptedSession* const servant = new ScriptedSession;
     const PortableServer::ServantBase_var owner{servant};

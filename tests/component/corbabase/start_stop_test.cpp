@@ -88,7 +88,8 @@ TEST(BaseConfig, ABusyPortFailsAndIsNamed) {
     const TraceCapture capture;
     configure(listenOn(taken.port()));
     EXPECT_FALSE(base().Init("test_bundle"));
-    EXPECT_TRUE(capture.contains("The ORB cannot listen on 127.0.0.1:" + std::to_string(taken.port())));
+    EXPECT_TRUE(
+        capture.contains("The ORB cannot listen on 127.0.0.1:" + std::to_string(taken.port())));
     EXPECT_FALSE(hasOrb());
     AgentServer::ShutDown();
     AgentServer::Destroy();
@@ -106,8 +107,9 @@ TEST(BaseConfig, StartsOnAnotherPortAfterABusyOne) {
 
 TEST(BaseConfig, AnUnreadableKeyPasswordFileFailsAndIsNamed) {
     const std::string exists = "/etc/passwd";
-    configure("[tls]\nmode = 1\nlisten = \"127.0.0.1:0\"\nca = \"" + exists + "\"\ncertificate = \"" +
-              exists + "\"\nkey_password_file = \"/etc\"\n[naming]\nssl_port = 4844\n");
+    configure("[tls]\nmode = 1\nlisten = \"127.0.0.1:0\"\nca = \"" + exists +
+              "\"\ncertificate = \"" + exists +
+              "\"\nkey_password_file = \"/etc\"\n[naming]\nssl_port = 4844\n");
     const TraceCapture capture;
     EXPECT_FALSE(base().Init("test_bundle"));
     EXPECT_TRUE(capture.contains("tls.key_password_file: /etc cannot be read: Is a directory"));

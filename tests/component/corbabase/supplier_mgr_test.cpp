@@ -38,7 +38,8 @@ class SupplierMgr : public testing::Test {
         consumer_->_remove_ref();
     }
     void start(const std::string& notification = "heartbeat_s = 0\n") {
-        orb_ = std::make_unique<BaseOrb>(std::string(kFreePort) + "[notification]\n" + notification);
+        orb_ =
+            std::make_unique<BaseOrb>(std::string(kFreePort) + "[notification]\n" + notification);
         ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
         manager().SetCallBack(&agent_);
         ASSERT_EQ(manager().Start(0), 0);
@@ -51,7 +52,8 @@ class SupplierMgr : public testing::Test {
         CosNotifyChannelAdmin::ProxyID id = 0;
         const ProxySupplier_var proxy =
             admin->obtain_notification_push_supplier(CosNotifyChannelAdmin::STRUCTURED_EVENT, id);
-        StructuredProxyPushSupplier_var structured = StructuredProxyPushSupplier::_narrow(proxy.in());
+        StructuredProxyPushSupplier_var structured =
+            StructuredProxyPushSupplier::_narrow(proxy.in());
         const PortableServer::POA_var root = base().GetRootPoa();
         const PortableServer::ObjectId_var objectId = root->activate_object(consumer_);
         const CORBA::Object_var object = root->id_to_reference(objectId.in());
@@ -123,8 +125,8 @@ TEST_F(SupplierMgr, TellsOfALossOnceAndOfItsEndAfterAWholeRound) {
     proxy->suspend_connection();
     for (int i = 1; i <= 7; ++i) {  // one by one: the handover's own queue is as small
         push(i, i);
-        ASSERT_TRUE(
-            waitUntil([&] { return manager().Consumers()[0].sent == static_cast<std::uint64_t>(i); }));
+        ASSERT_TRUE(waitUntil(
+            [&] { return manager().Consumers()[0].sent == static_cast<std::uint64_t>(i); }));
     }
     ASSERT_TRUE(isTold(1));
     EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <ace/Thread_Manager.h>
+#include <gtest/gtest.h>
 
 #include "base_orb.h"
 #include "support/tcp_peers.h"

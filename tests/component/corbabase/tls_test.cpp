@@ -19,11 +19,13 @@ class TlsSettings : public testing::Test {
     /// [tls] with a key that needs its password.
     std::string withTls(int mode) const {
         const std::string key = certificates.issue("ems", "opensesame");
-        const std::filesystem::path password = folder.write("password", "opensesame\nanother line\n");
+        const std::filesystem::path password =
+            folder.write("password", "opensesame\nanother line\n");
         std::filesystem::permissions(password, std::filesystem::perms{0600});
         return kelp::test::kFreePort + std::string("[tls]\nmode = ") + std::to_string(mode) +
-               "\nlisten = \"127.0.0.1:0\"\nca = \"" + certificates.authority() + "\"\ncertificate = \"" +
-               key + "\"\nkey_password_file = \"" + password.string() + "\"\n[naming]\nssl_port = 4844\n";
+               "\nlisten = \"127.0.0.1:0\"\nca = \"" + certificates.authority() +
+               "\"\ncertificate = \"" + key + "\"\nkey_password_file = \"" + password.string() +
+               "\"\n[naming]\nssl_port = 4844\n";
     }
     /// Whether each address of this process's references is a TLS one.
     static std::vector<bool> transports() {
@@ -64,22 +66,26 @@ TEST_F(TlsSettings, TheKeyIsOpenedWithThePasswordFilesFirstLine) {
     std::string address = kelp::test::wireAddress(session.own());
     address.replace(address.find("iiop:"), 5, "ssliop:");
     const CORBA::Object_var object = kelp::orb::toReference(itsOrb.in(), address);
-    const nmsSession::NmsSession_I_var overTls = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var overTls =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     const kelp::orb::ScopedThreadTimeout bounded(std::chrono::seconds(30));
     overTls->ping();
     EXPECT_EQ(interceptor.requests, 1);
     base().SetReqInterceptorImpl(nullptr);
 }
 
-/// Whether a call to an NMS whose reference names a plain address alone gets as far as a connection.
+/// Whether a call to an NMS whose reference names a plain address alone gets as far as a
+/// connection.
 bool isCalledInPlain() {
     const kelp::test::Socket listener = kelp::test::boundSocket();
     if (::listen(listener.fd(), 8) != 0)
         throw std::runtime_error("cannot listen");
     const CORBA::ORB_var orb = base().GetOrb();
     const CORBA::Object_var object = kelp::orb::toReference(
-        orb.in(), "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(kelp::test::portOf(listener)) + "/Plain");
-    const nmsSession::NmsSession_I_var plain = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        orb.in(),
+        "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(kelp::test::portOf(listener)) + "/Plain");
+    const nmsSession::NmsSession_I_var plain =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     const kelp::orb::ScopedThreadTimeout bounded(std::chrono::milliseconds(500));
     EXPECT_THROW(plain->ping(), CORBA::SystemException) << "nobody answers there";
     pollfd waiting{listener.fd(), POLLIN, 0};

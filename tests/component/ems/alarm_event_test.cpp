@@ -1,13 +1,13 @@
 // What an NMS reads in the event of an alarm, field by field.
 
 #include "alarms/alarm_event.h"
-#include "alarms/alarm_json.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
 
 #include "alarm_texts.h"
+#include "alarms/alarm_json.h"
 #include "support/orb_fixture.h"
 
 namespace kelp::ems {
@@ -70,7 +70,8 @@ class AlarmEvent : public testing::Test {
     static std::string textOf(const globaldefs::NVSList_T& pairs) {
         std::string text;
         for (CORBA::ULong i = 0; i < pairs.length(); ++i)
-            text += std::string(i == 0 ? "" : ", ") + pairs[i].name.in() + "=" + pairs[i].value.in();
+            text +=
+                std::string(i == 0 ? "" : ", ") + pairs[i].name.in() + "=" + pairs[i].value.in();
         return text;
     }
 
@@ -95,7 +96,8 @@ TEST_F(AlarmEvent, OfTheSmallestAlarmHasEveryFieldOfAnAlarm) {
     expectPairs("objectName", "EMS=Kelp/EMS, ManagedElement=NE-1, PTP=/shelf=1/port=2");
     expectText("nativeEMSName", "/shelf=1/port=2");
     expectText("nativeProbableCause", "LOS");
-    expectEnum("objectType", notifications::_tc_ObjectType_T, notifications::OT_PHYSICAL_TERMINATION_POINT);
+    expectEnum("objectType", notifications::_tc_ObjectType_T,
+               notifications::OT_PHYSICAL_TERMINATION_POINT);
     expectText("objectTypeQualifier", "");
     expectText("emsTime", "20240105030406.0Z");
     expectText("neTime", "");
@@ -103,8 +105,10 @@ TEST_F(AlarmEvent, OfTheSmallestAlarmHasEveryFieldOfAnAlarm) {
     expectShort("layerRate", 1);
     expectText("probableCause", "LOS");
     expectText("probableCauseQualifier", "");
-    expectEnum("perceivedSeverity", notifications::_tc_PerceivedSeverity_T, notifications::PS_MAJOR);
-    expectEnum("serviceAffecting", notifications::_tc_ServiceAffecting_T, notifications::SA_UNKNOWN);
+    expectEnum("perceivedSeverity", notifications::_tc_PerceivedSeverity_T,
+               notifications::PS_MAJOR);
+    expectEnum("serviceAffecting", notifications::_tc_ServiceAffecting_T,
+               notifications::SA_UNKNOWN);
     expectNames("affectedTPList", "");
     expectText("additionalText", "");
     expectPairs("additionalInfo", "");
@@ -113,7 +117,8 @@ TEST_F(AlarmEvent, OfTheSmallestAlarmHasEveryFieldOfAnAlarm) {
     expectNames("X.733::ProposedRepairActions", "");
     expectNames("X.733::AdditionalInfo", "");
     expectFlag("rcaiIndicator", false);
-    expectEnum("acknowledgeIndication", notifications::_tc_AcknowledgeIndication_T, notifications::AI_NA);
+    expectEnum("acknowledgeIndication", notifications::_tc_AcknowledgeIndication_T,
+               notifications::AI_NA);
     EXPECT_EQ(next_, event_.filterable_data.length());
 }
 
@@ -131,12 +136,13 @@ TEST_F(AlarmEvent, OfAWholeAlarmSaysWhatWasTold) {
     expectShort("layerRate", 20);
     expectText("probableCause", "LOS");
     expectText("probableCauseQualifier", "near end");
-    expectEnum("perceivedSeverity", notifications::_tc_PerceivedSeverity_T, notifications::PS_CRITICAL);
+    expectEnum("perceivedSeverity", notifications::_tc_PerceivedSeverity_T,
+               notifications::PS_CRITICAL);
     expectEnum("serviceAffecting", notifications::_tc_ServiceAffecting_T,
                notifications::SA_SERVICE_AFFECTING);
-    expectNames(
-        "affectedTPList",
-        "EMS=Kelp/EMS, ManagedElement=NE-1, PTP=/port=1; EMS=Kelp/EMS, ManagedElement=NE-1, PTP=/port=2");
+    expectNames("affectedTPList",
+                "EMS=Kelp/EMS, ManagedElement=NE-1, PTP=/port=1; EMS=Kelp/EMS, "
+                "ManagedElement=NE-1, PTP=/port=2");
     expectText("additionalText", "the fibre is out");
     expectPairs("additionalInfo", "operator=Müller, ticket=17");
     expectText("X.733::EventType", "equipmentAlarm");
@@ -145,8 +151,8 @@ TEST_F(AlarmEvent, OfAWholeAlarmSaysWhatWasTold) {
     expectPairs("X.733::BackUpObject", "EMS=Kelp/EMS, ManagedElement=NE-2");
     expectText("X.733::TrendIndication", "MORE_SEVERE");
     const notifications::CorrelatedNotificationList_T* correlated = nullptr;
-    ASSERT_TRUE(field("X.733::CorrelatedNotifications", notifications::_tc_CorrelatedNotificationList_T) >>=
-                correlated);
+    ASSERT_TRUE(field("X.733::CorrelatedNotifications",
+                      notifications::_tc_CorrelatedNotificationList_T) >>= correlated);
     ASSERT_EQ(correlated->length(), 1u);
     EXPECT_EQ(textOf((*correlated)[0].source), "EMS=Kelp/EMS");
     ASSERT_EQ((*correlated)[0].notifIDs.length(), 2u);

@@ -37,7 +37,8 @@ constexpr CORBA::ULong kEmsTime = 6;
 /// The running channel with a consumer that pulls.
 class AlarmIntakeTest : public testing::Test {
   protected:
-    AlarmIntakeTest() : orb_(std::string(kelp::test::kFreePort) + "[notification]\nheartbeat_s = 0\n") {
+    AlarmIntakeTest()
+        : orb_(std::string(kelp::test::kFreePort) + "[notification]\nheartbeat_s = 0\n") {
         EXPECT_EQ(NS_CORBA::AgentServer::Activate(), 0);
         EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
         const CosNotifyChannelAdmin::EventChannel_var channel =
@@ -92,7 +93,8 @@ TEST_F(AlarmIntakeTest, OneAlarmGetsAnIdAndTheEmsTime) {
 }
 
 TEST_F(AlarmIntakeTest, AlarmsOfARequestComeInOrderWithGrowingIds) {
-    const Json answer = intake_.take(Json::array({smallestAlarm(), smallestAlarm(), smallestAlarm()}));
+    const Json answer =
+        intake_.take(Json::array({smallestAlarm(), smallestAlarm(), smallestAlarm()}));
     EXPECT_EQ(answer["taken"], 3);
     const auto first = std::stoull(answer["firstNotificationId"].get<std::string>());
     for (unsigned long long i = 0; i < 3; ++i)

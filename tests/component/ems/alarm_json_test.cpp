@@ -79,7 +79,9 @@ TEST(AlarmJson, KnowsTheObjectsTypeByTheLastComponentOfItsName) {
         {"AID", notifications::OT_AID},
     };
     for (const auto& [name, type] : types)
-        EXPECT_EQ(readAlarms(with("objectName", {{"X", "1"}, {name, "2"}})).front().objectType, type) << name;
+        EXPECT_EQ(readAlarms(with("objectName", {{"X", "1"}, {name, "2"}})).front().objectType,
+                  type)
+            << name;
     EXPECT_EQ(refusalOf(with("objectName", {{"EMS", "1"}, {"Oven", "2"}})),
               "objectType is missing, and a name that ends in \"Oven\" does not tell it");
     Json oven = with("objectName", {{"EMS", "1"}, {"Oven", "2"}});
@@ -91,20 +93,24 @@ TEST(AlarmJson, TakesEveryEnumeratorByItsName) {
     const std::vector<std::string> severities = {"PS_INDETERMINATE", "PS_CRITICAL", "PS_MAJOR",
                                                  "PS_MINOR",         "PS_WARNING",  "PS_CLEARED"};
     for (std::size_t i = 0; i < severities.size(); ++i)
-        EXPECT_EQ(static_cast<std::size_t>(
-                      readAlarms(with("perceivedSeverity", severities[i])).front().perceivedSeverity),
-                  i);
+        EXPECT_EQ(
+            static_cast<std::size_t>(
+                readAlarms(with("perceivedSeverity", severities[i])).front().perceivedSeverity),
+            i);
     EXPECT_EQ(readAlarms(with("objectType", "OT_AID")).front().objectType, notifications::OT_AID);
-    EXPECT_EQ(readAlarms(with("serviceAffecting", "SA_NON_SERVICE_AFFECTING")).front().serviceAffecting,
-              notifications::SA_NON_SERVICE_AFFECTING);
     EXPECT_EQ(
-        readAlarms(with("acknowledgeIndication", "AI_EVENT_ACKNOWLEDGED")).front().acknowledgeIndication,
-        notifications::AI_EVENT_ACKNOWLEDGED);
+        readAlarms(with("serviceAffecting", "SA_NON_SERVICE_AFFECTING")).front().serviceAffecting,
+        notifications::SA_NON_SERVICE_AFFECTING);
+    EXPECT_EQ(readAlarms(with("acknowledgeIndication", "AI_EVENT_ACKNOWLEDGED"))
+                  .front()
+                  .acknowledgeIndication,
+              notifications::AI_EVENT_ACKNOWLEDGED);
 }
 
 TEST(AlarmJson, RefusesAKeyThatIsNoFieldByItsName) {
     for (const std::string key : {"severity", "notificationId", "emsTime", "objectname", ""})
-        EXPECT_EQ(refusalOf(with(key, "x")), "\"" + key + "\" is no field that an alarm can be given");
+        EXPECT_EQ(refusalOf(with(key, "x")),
+                  "\"" + key + "\" is no field that an alarm can be given");
 }
 
 TEST(AlarmJson, RefusesEveryFieldOfAWrongTypeByItsName) {
@@ -125,18 +131,20 @@ TEST(AlarmJson, RefusesEveryFieldOfAWrongTypeByItsName) {
 }
 
 TEST(AlarmJson, SaysWhatAValueShouldHaveBeen) {
-    EXPECT_EQ(
-        refusalOf(with("perceivedSeverity", "PS_HUGE")),
-        "perceivedSeverity must be one of PS_INDETERMINATE, PS_CRITICAL, PS_MAJOR, PS_MINOR, PS_WARNING, "
-        "PS_CLEARED, but is \"PS_HUGE\"");
+    EXPECT_EQ(refusalOf(with("perceivedSeverity", "PS_HUGE")),
+              "perceivedSeverity must be one of PS_INDETERMINATE, PS_CRITICAL, PS_MAJOR, PS_MINOR, "
+              "PS_WARNING, "
+              "PS_CLEARED, but is \"PS_HUGE\"");
     EXPECT_EQ(refusalOf(with("layerRate", 32768)),
               "layerRate must be an integer from 0 to 32767, but is 32768");
-    EXPECT_EQ(refusalOf(with("layerRate", -1)), "layerRate must be an integer from 0 to 32767, but is -1");
-    EXPECT_EQ(refusalOf(with("isClearable", "yes")), "isClearable must be true or false, but is \"yes\"");
-    EXPECT_EQ(
-        refusalOf(with("X.733::MonitoredAttributes", {{"a", 2147483648}})),
-        "X.733::MonitoredAttributes must be a text, a boolean, a number or an integer of 32 bits, but is "
-        "2147483648");
+    EXPECT_EQ(refusalOf(with("layerRate", -1)),
+              "layerRate must be an integer from 0 to 32767, but is -1");
+    EXPECT_EQ(refusalOf(with("isClearable", "yes")),
+              "isClearable must be true or false, but is \"yes\"");
+    EXPECT_EQ(refusalOf(with("X.733::MonitoredAttributes", {{"a", 2147483648}})),
+              "X.733::MonitoredAttributes must be a text, a boolean, a number or an integer of 32 "
+              "bits, but is "
+              "2147483648");
     for (const std::string number : {"-2147483649", "9223372036854775808", "18446744073709551615"})
         EXPECT_THAT(refusalOf(with("X.733::MonitoredAttributes", {{"a", Json::parse(number)}})),
                     StartsWith("X.733::MonitoredAttributes must be"))
@@ -171,7 +179,8 @@ TEST(AlarmJson, NamesTheAlarmOfAnArrayThatIsWrong) {
     EXPECT_TRUE(readAlarms(Json::array()).empty());
     EXPECT_EQ(refusalOf(Json::array({smallestAlarm(), with("layerRate", true), smallestAlarm()})),
               "alarm 2 of 3: layerRate must be an integer from 0 to 32767, but is true");
-    EXPECT_EQ(refusalOf(Json::array({smallestAlarm(), 7})), "alarm 2 of 2: an alarm must be an object");
+    EXPECT_EQ(refusalOf(Json::array({smallestAlarm(), 7})),
+              "alarm 2 of 2: an alarm must be an object");
     for (const Json& wrong : {Json(nullptr), Json("x"), Json(7)})
         EXPECT_EQ(refusalOf(wrong), "an alarm must be an object");
 }
@@ -179,7 +188,9 @@ TEST(AlarmJson, NamesTheAlarmOfAnArrayThatIsWrong) {
 TEST(AlarmJson, SaysTheElementsTimeAsTheInterfaceDoes) {
     const kelp::test::ScopedEnvironment zone("TZ", "Europe/Berlin");
     ::tzset();
-    const auto said = [](const std::string& text) { return readAlarms(with("neTime", text)).front().neTime; };
+    const auto said = [](const std::string& text) {
+        return readAlarms(with("neTime", text)).front().neTime;
+    };
     kelp::test::configure("");
     EXPECT_EQ(said("20240105030405.0Z"), "20240105030405.0Z");
     EXPECT_EQ(said("20240705030405"), "20240705010405.0Z") << "local summer time";

@@ -67,7 +67,8 @@ TEST(EmsBundleTest, AlarmRequestsOfAnotherBundleKeepItFromStartingAndNothingOfIt
         "POST", "/alarms", [](const admin::Json&) { return admin::Json("other"); });
     std::string whyNot;
     EXPECT_FALSE(startBundle(whyNot));
-    EXPECT_NE(whyNot.find("POST /alarms is answered by another bundle already"), std::string::npos) << whyNot;
+    EXPECT_NE(whyNot.find("POST /alarms is answered by another bundle already"), std::string::npos)
+        << whyNot;
     EXPECT_TRUE(enteredManagers().empty());
     EXPECT_EQ(enteredInterfaces(), 0u);
 }
@@ -107,7 +108,8 @@ TEST(EmsBundleTest, ManagerNameThatIsTakenKeepsTheBundleFromStarting) {
 }
 
 TEST(EmsBundleTest, FactoryFunctionIsTheOnlyThingExported) {
-    const std::string command = "nm -D --defined-only --extern-only " EMS_BUNDLE_DIR "/libkelp_ems.so";
+    const std::string command =
+        "nm -D --defined-only --extern-only " EMS_BUNDLE_DIR "/libkelp_ems.so";
     const std::unique_ptr<FILE, int (*)(FILE*)> output(::popen(command.c_str(), "r"), ::pclose);
     ASSERT_NE(output, nullptr);
     std::string symbols;

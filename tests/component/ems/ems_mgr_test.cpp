@@ -1,8 +1,5 @@
 #include "ems_mgr.h"
 
-#include "support/orb_fixture.h"
-#include "support/temporary_directory.h"
-
 #include <gtest/gtest.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/error_catalogue.h>
@@ -10,6 +7,9 @@
 #include <functional>
 #include <map>
 #include <string>
+
+#include "support/orb_fixture.h"
+#include "support/temporary_directory.h"
 
 namespace kelp::ems {
 namespace {
@@ -44,7 +44,8 @@ class EmsMgrTest : public testing::Test {
         return all;
     }
 
-    static void expectNotImplemented(const std::string& operation, const std::function<void()>& call) {
+    static void expectNotImplemented(const std::string& operation,
+                                     const std::function<void()>& call) {
         try {
             call();
             ADD_FAILURE() << operation << " succeeded";
@@ -88,14 +89,15 @@ TEST_F(EmsMgrTest, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
     const globaldefs::NVSList_T info;
     globaldefs::NVSList_T changedInfo;
     const std::map<std::string, std::function<void()>> calls = {
-        {"common::Common_I::setAdditionalInfo", [&] { ems_->setAdditionalInfo(name, changedInfo); }},
+        {"common::Common_I::setAdditionalInfo",
+         [&] { ems_->setAdditionalInfo(name, changedInfo); }},
         {"emsMgr::EMSMgr_I::getAllEMSAndMEActiveAlarms",
          [&] {
              notifications::EventList_T_var events;
              notifications::EventIterator_I_var iterator;
              ems_->getAllEMSAndMEActiveAlarms(notifications::ProbableCauseList_T(),
-                                              notifications::PerceivedSeverityList_T(), 10, events.out(),
-                                              iterator.out());
+                                              notifications::PerceivedSeverityList_T(), 10,
+                                              events.out(), iterator.out());
          }},
         {"emsMgr::EMSMgr_I::acknowledgeAlarms",
          [&] {
@@ -120,9 +122,10 @@ TEST_F(EmsMgrTest, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
 TEST_F(EmsMgrTest, ReasonOfARefusalComesFromTheErrorCatalogue) {
     const test::TemporaryDirectory folder;
     NS_BUNDLEMGR1::ErrorCatalogue catalogue;
-    ASSERT_TRUE(
-        catalogue.load(folder.write("errors.toml", "[errors]\n\"0x41180032\" = \"no such operation here\"\n"))
-            .empty());
+    ASSERT_TRUE(catalogue
+                    .load(folder.write("errors.toml",
+                                       "[errors]\n\"0x41180032\" = \"no such operation here\"\n"))
+                    .empty());
     NS_BUNDLEMGR1::SetIFBuf("ErrorCodeBufIf", &catalogue);
     try {
         ems_->deleteTopologicalLink(globaldefs::NamingAttributes_T());

@@ -1,8 +1,8 @@
-#include "managed_element_fixture.h"
-
 #include "common/attributes.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
+
+#include "managed_element_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -49,7 +49,8 @@ TEST_F(AttributesTest, TextsThatAreNoneAreInvalid) {
                   [&] { manager_->setUserLabel(kElement, "two\nlines", false); });
     // not over a connection, where the ORB refuses it
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "userLabel", [&] {
-        managers::setUserLabel({inventory::ObjectKind::ManagedElement}, kElement, "\xff\xfe", false);
+        managers::setUserLabel({inventory::ObjectKind::ManagedElement}, kElement, "\xff\xfe",
+                               false);
     });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "owner",
                   [&] { manager_->setOwner(kElement, std::string(1025, 'x').c_str()); });
@@ -72,7 +73,8 @@ TEST_F(AttributesTest, ObjectMustBeOneOfTheManagersAndThere) {
 TEST_F(AttributesTest, ChangeWaitsForAnImportOnlySoLong) {
     SQLite::Database other(database(), SQLite::OPEN_READWRITE);
     other.exec("BEGIN IMMEDIATE");
-    expectRefusal(globaldefs::EXCPT_UNABLE_TO_COMPLY, "", [&] { manager_->setOwner(kElement, "nobody"); });
+    expectRefusal(globaldefs::EXCPT_UNABLE_TO_COMPLY, "",
+                  [&] { manager_->setOwner(kElement, "nobody"); });
     EXPECT_STREQ(element()->owner, "us") << "readers go on";
     other.exec("ROLLBACK");
     manager_->setOwner(kElement, "somebody");

@@ -36,7 +36,9 @@ class OtherFactory final : public NS_CORBA::NorthMgrFactory {
 
 class BundlesTest : public testing::TestWithParam<Bundle> {
   protected:
-    static std::string library() { return std::string(BUNDLE_DIR "/lib") + GetParam().name + ".so"; }
+    static std::string library() {
+        return std::string(BUNDLE_DIR "/lib") + GetParam().name + ".so";
+    }
     static bool start(std::string& whyNot) {
         return BundleMgr::Instance()->Start(BUNDLE_DIR, {GetParam().name}, whyNot);
     }
@@ -52,7 +54,8 @@ class BundlesTest : public testing::TestWithParam<Bundle> {
 INSTANTIATE_TEST_SUITE_P(Managers, BundlesTest,
                          testing::Values(Bundle{"kelp_managedelement", "ManagedElement", 20},
                                          Bundle{"kelp_equipment", "EquipmentInventory", 30},
-                                         Bundle{"kelp_multilayersubnetwork", "MultiLayerSubnetwork", 40}),
+                                         Bundle{"kelp_multilayersubnetwork", "MultiLayerSubnetwork",
+                                                40}),
                          [](const auto& bundle) { return std::string(bundle.param.manager); });
 
 TEST_P(BundlesTest, StartEntersTheManagerAndStopTakesItBack) {
@@ -117,10 +120,13 @@ class UnimplementedBundleTest : public testing::Test {
         EXPECT_TRUE(runs) << whyNot;
         return runs;
     }
-    static NS_CORBA::NorthMgrMap offered() { return *CorbaBaseAgentConfig::Instance()->GetNorthMgrMap(); }
+    static NS_CORBA::NorthMgrMap offered() {
+        return *CorbaBaseAgentConfig::Instance()->GetNorthMgrMap();
+    }
 };
 
-/// Whether the manager offered under that name has capabilities to tell: one that nobody implements has not.
+/// Whether the manager offered under that name has capabilities to tell: one that nobody implements
+/// has not.
 bool isImplemented(const NS_CORBA::NorthMgrMap& offered, const char* name) {
     POA_common::Common_I* const manager = offered.at(name)->CreateServant();
     const PortableServer::ServantBase_var owner(manager);

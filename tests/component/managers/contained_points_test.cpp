@@ -57,11 +57,13 @@ TEST_F(ContainedPointsTest, CurrentOnesAreNotHiddenByOneThatIsConnectedThrough) 
     EXPECT_THAT(points(&Manager::getContainedCurrentTPs, kPort),
                 ElementsAre(kThrough, kMapped, kMapped + kLow));
     EXPECT_THAT(points(&Manager::getContainedCurrentTPs, ctp("/sts3c_au4-j=1")), IsEmpty());
-    EXPECT_THAT(points(&Manager::getContainedCurrentTPs, ctp("/sts3c_au4-j=2")), ElementsAre(kMapped + kLow));
+    EXPECT_THAT(points(&Manager::getContainedCurrentTPs, ctp("/sts3c_au4-j=2")),
+                ElementsAre(kMapped + kLow));
 }
 
 TEST_F(ContainedPointsTest, ThoseInUseAreConnected) {
-    EXPECT_THAT(points(&Manager::getContainedInUseTPs, kPort), ElementsAre(kThrough, kMapped + kLow));
+    EXPECT_THAT(points(&Manager::getContainedInUseTPs, kPort),
+                ElementsAre(kThrough, kMapped + kLow));
 }
 
 TEST_F(ContainedPointsTest, NamesOfEachAreTheSame) {

@@ -26,7 +26,8 @@ TEST_F(ElementsTest, RestComesThroughTheIterator) {
     manager_->getAllManagedElements(1, list_.out(), iterator_.out());
     EXPECT_THAT(namesOf(list_.in()), ElementsAre("EMS=Kelp/EMS ManagedElement=A"));
     ASSERT_FALSE(CORBA::is_nil(iterator_.in()));
-    const auto iterator = agent_->overTheWire<managedElement::ManagedElementIterator_I>(iterator_.in());
+    const auto iterator =
+        agent_->overTheWire<managedElement::ManagedElementIterator_I>(iterator_.in());
     EXPECT_EQ(iterator->getLength(), 1u);
     EXPECT_FALSE(iterator->next_n(5, list_.out()));
     EXPECT_THAT(namesOf(list_.in()), ElementsAre("EMS=Kelp/EMS ManagedElement=B"));
@@ -64,7 +65,8 @@ TEST_F(ElementsTest, ListIsASnapshotOfWhichElementsThereAre) {
     manager_->getAllManagedElementNames(0, names_.out(), nameIterator_.out());
     EXPECT_EQ(names_->length(), 0u);
     take(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P1"})");
-    const auto iterator = agent_->overTheWire<globaldefs::NamingAttributesIterator_I>(nameIterator_.in());
+    const auto iterator =
+        agent_->overTheWire<globaldefs::NamingAttributesIterator_I>(nameIterator_.in());
     EXPECT_FALSE(iterator->next_n(10, names_.out()));
     EXPECT_EQ(names_->length(), 2u);
     manager_->getAllManagedElementNames(10, names_.out(), nameIterator_.out());
@@ -123,7 +125,8 @@ TEST_F(ElementsTest, NameWithoutItsEmsIsTakenForOneOfThisEms) {
     for (const NamingAttributes_T& name : {without, empty}) {
         managedElement::ManagedElement_T_var element;
         manager_->getManagedElement(name, element.out());
-        EXPECT_EQ(textOf(element->name), "EMS=Kelp/EMS ManagedElement=A") << "the answer has the whole name";
+        EXPECT_EQ(textOf(element->name), "EMS=Kelp/EMS ManagedElement=A")
+            << "the answer has the whole name";
     }
     NamingAttributes_T unknown = without;
     unknown[0].value = CORBA::string_dup("Z");
@@ -131,7 +134,8 @@ TEST_F(ElementsTest, NameWithoutItsEmsIsTakenForOneOfThisEms) {
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=Z",
                   [&] { manager_->getManagedElement(unknown, none.out()); });
 
-    agent_->configure(AgentOptions().withInventory(database()).withTables("[ems]\nlenient_names = false\n"));
+    agent_->configure(
+        AgentOptions().withInventory(database()).withTables("[ems]\nlenient_names = false\n"));
     for (const NamingAttributes_T& name : {without, empty}) {
         expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "ManagedElement=A",
                       [&] { manager_->getManagedElement(name, none.out()); });

@@ -23,8 +23,8 @@ std::vector<std::string> namesOfEither(const equipment::EquipmentOrHolderList_T&
     return names;
 }
 
-class EquipmentTest
-    : public ManagerTest<equipmentinventory::EquipmentInventoryMgr_I, equipment::EquipmentInventoryMgr_I> {
+class EquipmentTest : public ManagerTest<equipmentinventory::EquipmentInventoryMgr_I,
+                                         equipment::EquipmentInventoryMgr_I> {
   protected:
     EquipmentTest() : ManagerTest("EquipmentInventory") {}
 
@@ -44,18 +44,21 @@ class EquipmentTest
 
     EquipmentOrHolderList_T_var list_;
     const NamingAttributes_T kElement = nameOf({{"ManagedElement", "A"}});
-    const NamingAttributes_T kBoard =
-        nameOf({{"ManagedElement", "A"}, {"EquipmentHolder", "/rack=1/shelf=1/slot=1"}, {"Equipment", "1"}});
+    const NamingAttributes_T kBoard = nameOf({{"ManagedElement", "A"},
+                                              {"EquipmentHolder", "/rack=1/shelf=1/slot=1"},
+                                              {"Equipment", "1"}});
     const NamingAttributes_T kPort = nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}});
 };
 
 TEST_F(EquipmentTest, OfAnElementAreItsHoldersAndThenItsBoards) {
-    EXPECT_THAT(allIn(kElement), ElementsAre(kInA, kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
+    EXPECT_THAT(allIn(kElement),
+                ElementsAre(kInA, kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
     EXPECT_THAT(allIn(nameOf({{"ManagedElement", "B"}})), IsEmpty());
 }
 
 TEST_F(EquipmentTest, OfAHolderIsWhatIsInItAtAllDepths) {
-    EXPECT_THAT(allIn(holder("/rack=1")), ElementsAre(kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
+    EXPECT_THAT(allIn(holder("/rack=1")),
+                ElementsAre(kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
     EXPECT_THAT(allIn(holder("/rack=1/shelf=1/slot=1")), ElementsAre(kSlot + " Equipment=1"));
 }
 
@@ -124,7 +127,8 @@ TEST_F(EquipmentTest, BoardUnderAPortIsToldWhenItIsKnown) {
     NamingAttributesList_T_var names;
     manager_->getAllSupportingEquipmentNames(kPort, names.out());
     EXPECT_EQ(namesIn(names.in()), namesOfEither(list_.in()));
-    manager_->getAllSupportingEquipment(nameOf({{"ManagedElement", "A"}, {"PTP", "p2"}}), list_.out());
+    manager_->getAllSupportingEquipment(nameOf({{"ManagedElement", "A"}, {"PTP", "p2"}}),
+                                        list_.out());
     EXPECT_EQ(list_->length(), 0u);
 }
 
@@ -137,11 +141,13 @@ TEST_F(EquipmentTest, NamesMustBeOfTheRightKindAndThere) {
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "EquipmentHolder=/rack=2",
                   [&] { allIn(holder("/rack=2")); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "Equipment=1", [&] { allIn(kBoard); });
-    expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "ManagedElement=A", [&] { containedIn(kElement); });
+    expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "ManagedElement=A",
+                  [&] { containedIn(kElement); });
     TerminationPointList_T_var ports;
     TerminationPointIterator_I_var none;
-    expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "EquipmentHolder=/rack=1",
-                  [&] { manager_->getAllSupportedPTPs(holder("/rack=1"), 10, ports.out(), none.out()); });
+    expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "EquipmentHolder=/rack=1", [&] {
+        manager_->getAllSupportedPTPs(holder("/rack=1"), 10, ports.out(), none.out());
+    });
     const NamingAttributes_T ctp =
         nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}, {"CTP", "/sts3c_au4-j=1"}});
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT,
@@ -164,7 +170,8 @@ TEST_F(EquipmentTest, WhatIsNotThereIsNotImplementedAndSaidSo) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     EXPECT_EQ(list->length(), 21u);
-    expectRefusal(globaldefs::EXCPT_NOT_IMPLEMENTED, "", [&] { manager_->unprovisionEquipment(kBoard); });
+    expectRefusal(globaldefs::EXCPT_NOT_IMPLEMENTED, "",
+                  [&] { manager_->unprovisionEquipment(kBoard); });
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 namespace kelp::test {
 
-class ManagedElementTest
-    : public ManagerTest<managedelement::ManagedElementMgr_I, managedElementManager::ManagedElementMgr_I> {
+class ManagedElementTest : public ManagerTest<managedelement::ManagedElementMgr_I,
+                                              managedElementManager::ManagedElementMgr_I> {
   protected:
     explicit ManagedElementTest(const std::string& network = kNetwork)
         : ManagerTest("ManagedElement", network) {}

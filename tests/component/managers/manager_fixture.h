@@ -1,9 +1,5 @@
 #pragma once
 
-#include "common/manager_bundle.h"
-#include "support/agent_fixture.h"
-#include "support/temporary_directory.h"
-
 #include <gmock/gmock.h>
 #include <kelp/inventory/transfer.h>
 #include <mtnm/managedElement.h>
@@ -12,14 +8,18 @@
 #include <string>
 #include <vector>
 
+#include "common/manager_bundle.h"
+#include "support/agent_fixture.h"
+#include "support/temporary_directory.h"
+
 namespace kelp::test {
 
 using globaldefs::NamingAttributes_T;
 using globaldefs::NamingAttributesIterator_I_var;
 using globaldefs::NamingAttributesList_T_var;
 
-/// Two elements and a link: "A" with ports at two rates, a floating port and connection points in its first
-/// port, of which the one that is connected through hides the one in it.
+/// Two elements and a link: "A" with ports at two rates, a floating port and connection points in
+/// its first port, of which the one that is connected through hides the one in it.
 inline const char* const kNetwork =
     R"({"object":"ManagedElement","ManagedElement":"A","productName":"P1","userLabel":"first","location":"Here","version":"R1","owner":"us","supportedRates":[15,11],"communicationState":"CS_UNAVAILABLE","emsInSyncState":false,"additionalInfo":{"Manufacturer":"Acme"}}
 {"object":"ManagedElement","ManagedElement":"B","productName":"P2","userLabel":"second"}
@@ -118,7 +118,8 @@ class ManagerTest : public testing::Test {
     }
     template <class Iterator>
     Iterator remote(const Iterator& iterator) const {
-        return agent_->template overTheWire<typename std::decay_t<decltype(*iterator.in())>>(iterator.in());
+        return agent_->template overTheWire<typename std::decay_t<decltype(*iterator.in())>>(
+            iterator.in());
     }
     static std::size_t openIterators() { return RunningAgent::sessions().IteratorCount(); }
 

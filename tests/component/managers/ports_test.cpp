@@ -48,19 +48,23 @@ class PortsTest : public ManagedElementTest {
 };
 
 TEST_F(PortsTest, AllArePhysicalAndFloatingOnes) {
-    EXPECT_THAT(ports(&Manager::getAllPTPs), ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2", kInA + "FTP=f1"));
-    EXPECT_THAT(ports(&Manager::getAllPTPsWithoutFTPs), ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
+    EXPECT_THAT(ports(&Manager::getAllPTPs),
+                ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2", kInA + "FTP=f1"));
+    EXPECT_THAT(ports(&Manager::getAllPTPsWithoutFTPs),
+                ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
     EXPECT_THAT(ports(&Manager::getAllFTPs), ElementsAre(kInA + "FTP=f1"));
 }
 
 TEST_F(PortsTest, NamesOfEachAreTheSame) {
     EXPECT_EQ(portNames(&Manager::getAllPTPNames), ports(&Manager::getAllPTPs));
-    EXPECT_EQ(portNames(&Manager::getAllPTPNamesWithoutFTPs), ports(&Manager::getAllPTPsWithoutFTPs));
+    EXPECT_EQ(portNames(&Manager::getAllPTPNamesWithoutFTPs),
+              ports(&Manager::getAllPTPsWithoutFTPs));
     EXPECT_EQ(portNames(&Manager::getAllFTPNames), ports(&Manager::getAllFTPs));
 }
 
 TEST_F(PortsTest, AreChosenByTheirLayersAndTheirConnectionRates) {
-    EXPECT_THAT(ports(&Manager::getAllPTPs, rates({5, 47})), ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
+    EXPECT_THAT(ports(&Manager::getAllPTPs, rates({5, 47})),
+                ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
     EXPECT_THAT(ports(&Manager::getAllPTPs, rates({47})), ElementsAre(kInA + "PTP=p1"));
     EXPECT_THAT(ports(&Manager::getAllPTPs, {}, rates({11})), ElementsAre(kInA + "PTP=p2"));
     EXPECT_THAT(ports(&Manager::getAllPTPs, rates({47}), rates({11})), IsEmpty());
@@ -72,7 +76,8 @@ TEST_F(PortsTest, RestComesThroughTheIterator) {
     TerminationPointIterator_I_var iterator;
     manager_->getAllPTPs(kElement, {}, {}, 2, list.out(), iterator.out());
     EXPECT_EQ(list->length(), 2u);
-    const auto rest = agent_->overTheWire<terminationPoint::TerminationPointIterator_I>(iterator.in());
+    const auto rest =
+        agent_->overTheWire<terminationPoint::TerminationPointIterator_I>(iterator.in());
     EXPECT_FALSE(rest->next_n(2, list.out()));
     EXPECT_THAT(namesOf(list.in()), ElementsAre(kInA + "FTP=f1"));
 }
@@ -92,8 +97,8 @@ TEST_F(PortsTest, ElementMustBeThere) {
         manager_->getAllPTPs(nameOf({{"ManagedElement", "Z"}}), {}, {}, 1, list.out(), none.out());
     });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "PTP=p1", [&] {
-        manager_->getAllPTPs(nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}}), {}, {}, 1, list.out(),
-                             none.out());
+        manager_->getAllPTPs(nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}}), {}, {}, 1,
+                             list.out(), none.out());
     });
 }
 
@@ -124,8 +129,9 @@ TEST_F(PortsTest, FloatingOneIsAPortWhoseNameSaysThatItFloats) {
 
 TEST_F(PortsTest, ConnectionPointIsFoundByItsName) {
     TerminationPoint_T_var point;
-    manager_->getTP(nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}, {"CTP", "/sts3c_au4-j=2/vt2_tu12-k=1"}}),
-                    point.out());
+    manager_->getTP(
+        nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}, {"CTP", "/sts3c_au4-j=2/vt2_tu12-k=1"}}),
+        point.out());
     EXPECT_EQ(point->type, terminationPoint::TPT_CTP);
     EXPECT_EQ(point->connectionState, terminationPoint::TPCS_SINK_CONNECTED);
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "CTP=/sts3c_au4-j=3", [&] {

@@ -10,7 +10,8 @@ using multiLayerSubnetwork::SubnetworkList_T_var;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// "A" is in both subnetworks, "B" in one, "C" in none; a link inside the first one, and one out of it.
+/// "A" is in both subnetworks, "B" in one, "C" in none; a link inside the first one, and one out of
+/// it.
 const std::string kSubnetworks =
     R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"ring","subnetworkType":"TOPO_SPRING","supportedRates":[15],"userLabel":"The ring","additionalInfo":{"NetworkAccessDomain":"x"}}
 {"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"spur","subnetworkType":"TOPO_CHAIN"}
@@ -47,8 +48,8 @@ class SubnetworksTest : public ManagerTest<multilayersubnetwork::MultiLayerSubne
         manager_->getAllTopologicalLinks(name, 10, list.out(), none.out());
         return namesOf(list.in());
     }
-    std::vector<std::string> edgePointsIn(const NamingAttributes_T& name,
-                                          const transmissionParameters::LayerRateList_T& rates = {}) {
+    std::vector<std::string> edgePointsIn(
+        const NamingAttributes_T& name, const transmissionParameters::LayerRateList_T& rates = {}) {
         terminationPoint::TerminationPointList_T_var list;
         terminationPoint::TerminationPointIterator_I_var none;
         manager_->getAllEdgePoints(name, rates, {}, 10, list.out(), none.out());
@@ -78,7 +79,8 @@ TEST_F(SubnetworksTest, HaveElementsLinksAndEdgePoints) {
     EXPECT_THAT(linksIn(subnetwork("ring")), ElementsAre("EMS=Kelp/EMS TopologicalLink=inside"));
     EXPECT_THAT(linksIn(subnetwork("spur")), IsEmpty());
     EXPECT_THAT(edgePointsIn(subnetwork("ring")),
-                ElementsAre("EMS=Kelp/EMS ManagedElement=A PTP=p1", "EMS=Kelp/EMS ManagedElement=B PTP=p1"));
+                ElementsAre("EMS=Kelp/EMS ManagedElement=A PTP=p1",
+                            "EMS=Kelp/EMS ManagedElement=B PTP=p1"));
     transmissionParameters::LayerRateList_T electrical;
     electrical.length(1);
     electrical[0] = 5;
@@ -114,7 +116,8 @@ TEST_F(SubnetworksTest, MustBeThere) {
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "tpLayerRateList: 39",
                   [&] { edgePointsIn(subnetwork("ring"), bad); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "layerRateList: 39", [&] {
-        manager_->getAllEdgePointNames(subnetwork("ring"), bad, {}, 10, names_.out(), noNames_.out());
+        manager_->getAllEdgePointNames(subnetwork("ring"), bad, {}, 10, names_.out(),
+                                       noNames_.out());
     });
 }
 

@@ -1,11 +1,5 @@
 // The managers that nobody implements, as an NMS finds them.
 
-#include "unimplemented/unimplemented_managers.h"
-
-#include "common/manager_bundle.h"
-#include "support/agent_fixture.h"
-#include "support/standard_managers.h"
-
 #include <gmock/gmock.h>
 #include <kelp/bundlemgr/config_schema.h>
 #include <mtnm/flowDomain.h>
@@ -20,6 +14,11 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "common/manager_bundle.h"
+#include "support/agent_fixture.h"
+#include "support/standard_managers.h"
+#include "unimplemented/unimplemented_managers.h"
 
 namespace kelp::test {
 namespace {
@@ -116,15 +115,18 @@ TEST_F(UnimplementedManagersTest, RefuseTheOperationsThatAnNmsBeginsWith) {
     expectNotImplemented("getAllFlowDomains", [&] {
         flowDomain::FDList_T_var list;
         flowDomain::FDIterator_I_var rest;
-        manager<flowDomain::FlowDomainMgr_I>("FlowDomain")->getAllFlowDomains(100, list.out(), rest.out());
+        manager<flowDomain::FlowDomainMgr_I>("FlowDomain")
+            ->getAllFlowDomains(100, list.out(), rest.out());
     });
     expectNotImplemented("getGCTProfileInfo", [&] {
         guiCutThrough::GCTProfileInfo_T_var profile;
-        manager<guiCutThrough::GuiCutThroughMgr_I>("GuiCutThrough")->getGCTProfileInfo(profile.out());
+        manager<guiCutThrough::GuiCutThroughMgr_I>("GuiCutThrough")
+            ->getGCTProfileInfo(profile.out());
     });
     expectNotImplemented("getHoldingTime", [&] {
         performance::HoldingTime_T time;
-        manager<performance::PerformanceManagementMgr_I>("PerformanceManagement")->getHoldingTime(time);
+        manager<performance::PerformanceManagementMgr_I>("PerformanceManagement")
+            ->getHoldingTime(time);
     });
     expectNotImplemented("launchGCT", [&] {
         CORBA::Boolean closingEnabled = false;

@@ -29,7 +29,9 @@ class NamingIteratorsTest : public NamingFixture {
         root->list(0, list.out(), handedOut.out());
         return iteratorOverTheWire(handedOut.in());
     }
-    static bool isOpen(CosNaming::BindingIterator_ptr iterator) { return !iterator->_non_existent(); }
+    static bool isOpen(CosNaming::BindingIterator_ptr iterator) {
+        return !iterator->_non_existent();
+    }
 };
 
 TEST_F(NamingIteratorsTest, WholeListArrivesWhateverTheBatch) {

@@ -14,7 +14,8 @@
 
 namespace kelp::test {
 
-/// A naming service in an ORB of the test, called over connections as an NMS calls it and from inside.
+/// A naming service in an ORB of the test, called over connections as an NMS calls it and from
+/// inside.
 class NamingFixture : public testing::Test {
   protected:
     NamingFixture() {
@@ -36,14 +37,16 @@ class NamingFixture : public testing::Test {
     CosNaming::NamingContextExt_ptr outside(const std::string& key = "NameService") const {
         return overTheWire(orb_.overTheWireByKey(key));
     }
-    /// A context or iterator that was handed out, called over a connection. Takes the reference over.
+    /// A context or iterator that was handed out, called over a connection. Takes the reference
+    /// over.
     CosNaming::NamingContextExt_ptr overTheWire(CORBA::Object_ptr object) const {
         const CORBA::Object_var owner(object);
         const CORBA::Object_var remote =
             isKeyed(object) ? CORBA::Object::_duplicate(object) : orb_.overTheWire(object);
         return CosNaming::NamingContextExt::_unchecked_narrow(remote.in());
     }
-    CosNaming::BindingIterator_ptr iteratorOverTheWire(CosNaming::BindingIterator_ptr iterator) const {
+    CosNaming::BindingIterator_ptr iteratorOverTheWire(
+        CosNaming::BindingIterator_ptr iterator) const {
         const CORBA::Object_var remote = orb_.overTheWire(iterator);
         return CosNaming::BindingIterator::_unchecked_narrow(remote.in());
     }
@@ -63,7 +66,8 @@ class NamingFixture : public testing::Test {
         return text.in();
     }
     /// What a context lists, read one batch after the other.
-    std::vector<std::string> entriesOf(CosNaming::NamingContextExt_ptr context, CORBA::ULong howMany) const {
+    std::vector<std::string> entriesOf(CosNaming::NamingContextExt_ptr context,
+                                       CORBA::ULong howMany) const {
         CosNaming::BindingList_var list;
         CosNaming::BindingIterator_var handedOut;
         context->list(howMany, list.out(), handedOut.out());
@@ -87,7 +91,8 @@ class NamingFixture : public testing::Test {
     std::mutex mutex_;
     std::vector<std::string> refused_;  // guarded by mutex_
     std::optional<naming::NamingService> service_{
-        std::in_place, orb_.orb(), orb_.root(), settings(), [this](const naming::RefusedChange& change) {
+        std::in_place, orb_.orb(), orb_.root(), settings(),
+        [this](const naming::RefusedChange& change) {
             const std::lock_guard guard(mutex_);
             refused_.push_back(change.operation + " " + change.name);
         }};
@@ -97,7 +102,8 @@ class NamingFixture : public testing::Test {
     /// A reference by a key has another spelling of the address already.
     bool isKeyed(CORBA::Object_ptr object) const {
         orb::ReferenceContent content;
-        return orb::describe(orb_.orb(), object, content) && content.endpoints.front().host == "127.1";
+        return orb::describe(orb_.orb(), object, content) &&
+               content.endpoints.front().host == "127.1";
     }
     static std::vector<std::string> textsOf(const CosNaming::BindingList& list) {
         std::vector<std::string> texts;

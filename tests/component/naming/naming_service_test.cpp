@@ -24,8 +24,8 @@ TEST_F(NamingServiceTest, AnswersUnderEveryKey) {
 
 TEST_F(NamingServiceTest, AnswersClientsOfGiopOneZero) {
     bind();
-    const CORBA::Object_var object =
-        orb::toReference(orb_.orb(), "corbaloc::127.1:" + std::to_string(orb_.port()) + "/NameService");
+    const CORBA::Object_var object = orb::toReference(
+        orb_.orb(), "corbaloc::127.1:" + std::to_string(orb_.port()) + "/NameService");
     const NamingContext::_var_type root = NamingContext::_narrow(object.in());
     const CORBA::Object_var found = root->resolve(nameOf("EMS.Kind/factory.Object"));
     EXPECT_EQ(textOf(found.in()), textOf(object_.in()));
@@ -34,7 +34,8 @@ TEST_F(NamingServiceTest, AnswersClientsOfGiopOneZero) {
 TEST_F(NamingServiceTest, ObjectIsShownUnderItsPathAndEveryAliasAsItWasBound) {
     bind();
     const CosNaming::NamingContextExt_var root = outside();
-    for (const char* path : {"TMF.Class/Kelp.Vendor/factory", "EMS.Kind/factory.Object", "a/b/c/d/e/f"}) {
+    for (const char* path :
+         {"TMF.Class/Kelp.Vendor/factory", "EMS.Kind/factory.Object", "a/b/c/d/e/f"}) {
         const CORBA::Object_var byName = root->resolve(nameOf(path));
         const CORBA::Object_var byText = root->resolve_str(path);
         EXPECT_EQ(textOf(byName.in()), textOf(object_.in())) << path;
@@ -149,7 +150,8 @@ TEST_F(NamingServiceTest, ReferencesOfContextsOutliveTheService) {
 }
 
 TEST_F(NamingServiceTest, TakenKeyIsRefusedAndNothingIsLeft) {
-    EXPECT_THROW(naming::NamingService(orb_.orb(), orb_.root(), settings(), nullptr), CORBA::Exception);
+    EXPECT_THROW(naming::NamingService(orb_.orb(), orb_.root(), settings(), nullptr),
+                 CORBA::Exception);
     const CosNaming::NamingContextExt_var root = outside();
     EXPECT_FALSE(root->_non_existent()) << "the first goes on";
 }

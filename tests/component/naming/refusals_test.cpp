@@ -15,7 +15,8 @@ class NamingRefusalsTest : public NamingFixture {
     std::vector<std::string> everything() const {
         std::vector<std::string> all;
         const CosNaming::NamingContextExt_var root = outside();
-        for (const char* context : {"TMF.Class", "TMF.Class/Kelp.Vendor", "EMS.Kind", "a/b/c/d/e"}) {
+        for (const char* context :
+             {"TMF.Class", "TMF.Class/Kelp.Vendor", "EMS.Kind", "a/b/c/d/e"}) {
             const CosNaming::NamingContextExt_var at = overTheWire(root->resolve_str(context));
             for (const std::string& entry : entriesOf(at.in(), 100))
                 all.push_back(std::string(context) + ": " + entry);
@@ -49,7 +50,8 @@ TEST_F(NamingRefusalsTest, NoModificationOfTheRootPassesAndEachIsReported) {
     EXPECT_THAT(
         refused(),
         ElementsAre("bind TMF.Class/Kelp.Vendor/factory", "rebind TMF.Class/Kelp.Vendor/factory",
-                    "unbind TMF.Class/Kelp.Vendor/factory", "bind_context TMF.Class/Kelp.Vendor/factory",
+                    "unbind TMF.Class/Kelp.Vendor/factory",
+                    "bind_context TMF.Class/Kelp.Vendor/factory",
                     "rebind_context TMF.Class/Kelp.Vendor/factory",
                     "bind_new_context TMF.Class/Kelp.Vendor/factory", "new_context ", "destroy "));
 }
@@ -57,7 +59,8 @@ TEST_F(NamingRefusalsTest, NoModificationOfTheRootPassesAndEachIsReported) {
 TEST_F(NamingRefusalsTest, NoModificationOfAContextPasses) {
     const std::vector<std::string> before = everything();
     const CosNaming::NamingContextExt_var root = outside();
-    const CosNaming::NamingContextExt_var vendor = overTheWire(root->resolve_str("TMF.Class/Kelp.Vendor"));
+    const CosNaming::NamingContextExt_var vendor =
+        overTheWire(root->resolve_str("TMF.Class/Kelp.Vendor"));
     attack(vendor.in(), "factory");
     attack(vendor.in(), "something.new");
     EXPECT_EQ(everything(), before);
@@ -103,7 +106,8 @@ TEST_F(NamingRefusalsTest, ServantThatServesAStrangerCannotChangeItEither) {
     deputy->_remove_ref();
     const CORBA::Object_var reference = orb_.root()->id_to_reference(id.in());
     const CORBA::Object_var remote = orb_.overTheWire(reference.in());
-    const CosNaming::BindingIterator_var called = CosNaming::BindingIterator::_unchecked_narrow(remote.in());
+    const CosNaming::BindingIterator_var called =
+        CosNaming::BindingIterator::_unchecked_narrow(remote.in());
     EXPECT_THROW(called->destroy(), CORBA::NO_PERMISSION);
     EXPECT_THAT(refused(), ElementsAre("unbind TMF.Class/Kelp.Vendor/factory"));
 }

@@ -1,9 +1,8 @@
-// NMS from the field and their habits: what the EMS makes of an NMS that does less, or more, than the
-// standard asks for.
-
-#include <gtest/gtest.h>
+// NMS from the field and their habits: what the EMS makes of an NMS that does less, or more, than
+// the standard asks for.
 
 #include <cos/CosNotifyChannelAdmin.h>
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <string>
@@ -19,7 +18,8 @@ using namespace NS_KELPCORBA;
 
 const AgentOptions kRounds = AgentOptions().withRoundsEvery(1);
 
-/// The session object of an NMS that implements nothing: it is there because getEmsSession wants one.
+/// The session object of an NMS that implements nothing: it is there because getEmsSession wants
+/// one.
 class BareNms final : public virtual POA_nmsSession::NmsSession_I {
   public:
     std::atomic<int> calls{0};
@@ -71,7 +71,8 @@ TEST(NmsHabits, ImplementingNoOperationOfTheSessionCostsTheSessionAfterFiveRound
     const emsSession::EmsSession_I_var session = agent.logIn(bare.reference());
     const emsSession::EmsSession_I_var other = agent.logIn(agent.nms(1));
     useManager(agent, session.in());
-    EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; })) << "it fails every ping";
+    EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }))
+        << "it fails every ping";
     EXPECT_EQ(bare->calls, 4);
     other->ping();
     const emsSession::EmsSession_I_var again = agent.logIn(bare.reference());
@@ -87,7 +88,8 @@ TEST(NmsHabits, ImplementingNoOperationOfTheSessionIsHarmlessWithoutPings) {
     // the round that erases the second session has been at the first one
     ASSERT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }));
     useManager(agent, session.in());
-    EXPECT_EQ(bare->calls, 0) << "nobody asks for the associated session either, which many leave nil";
+    EXPECT_EQ(bare->calls, 0)
+        << "nobody asks for the associated session either, which many leave nil";
 }
 
 TEST(NmsHabits, HavingNoAlarmLossOccurredIsHarmlessAsTheEmsCallsEventLossOccurredOnly) {
@@ -101,7 +103,8 @@ TEST(NmsHabits, HavingNoAlarmLossOccurredIsHarmlessAsTheEmsCallsEventLossOccurre
     const CORBA::Object_var own = agent.root()->id_to_reference(id.in());
     const CORBA::Object_var remote =
         referenceOverTheWire(agent.orb(), own.in(), spelledLoopback(9), agent.port());
-    const nmsSession::NmsSession_I_var nms = nmsSession::NmsSession_I::_unchecked_narrow(remote.in());
+    const nmsSession::NmsSession_I_var nms =
+        nmsSession::NmsSession_I::_unchecked_narrow(remote.in());
     const emsSession::EmsSession_I_var session = agent.logIn(nms.in());
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
     EXPECT_TRUE(waitUntil([&] { return servant->losses == 1; }));
@@ -178,7 +181,8 @@ TEST(NmsHabits, ManagersOfAnEarlierLogInAreGoneAndThoseOfTheNewOneWork) {
     const common::Common_I_var old = agent.remoteManager(first.in());
     const emsSession::EmsSession_I_var second = agent.logIn(agent.nms());
     common::CapabilityList_T_var capabilities;
-    EXPECT_TRUE(waitUntil([&] { return isGone([&] { old->getCapabilities(capabilities.out()); }); }));
+    EXPECT_TRUE(
+        waitUntil([&] { return isGone([&] { old->getCapabilities(capabilities.out()); }); }));
     useManager(agent, second.in());
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);
 }
@@ -199,7 +203,8 @@ TEST(NmsHabits, ConsumersOfAnEarlierLogInGoOnGettingEvents) {
     const ConsumerAdmin_var ownAdmin = channel->default_consumer_admin();
     const auto admin = agent.overTheWire<ConsumerAdmin>(ownAdmin.in());
     ProxyID id = 0;
-    const ProxySupplier_var ownProxy = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
+    const ProxySupplier_var ownProxy =
+        admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
     const auto proxy = agent.overTheWire<StructuredProxyPullSupplier>(ownProxy.in());
     proxy->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
     const auto gets = [&](const char* name) {
@@ -208,7 +213,8 @@ TEST(NmsHabits, ConsumersOfAnEarlierLogInGoOnGettingEvents) {
         EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->PushEvent(event), 0);
         return waitUntil([&] {
             CORBA::Boolean hasEvent = false;
-            const CosNotification::StructuredEvent_var got = proxy->try_pull_structured_event(hasEvent);
+            const CosNotification::StructuredEvent_var got =
+                proxy->try_pull_structured_event(hasEvent);
             return hasEvent && std::string(got->header.fixed_header.event_name.in()) == name;
         });
     };
@@ -241,7 +247,8 @@ TEST(NmsHabits, AnotherNmsIsNotSlowedDownByOneThatLogsInAgainAndAgain) {
     const auto factory = agent.remoteFactory();
     emsSession::EmsSession_I_var session;
     const auto waits = [&](unsigned nms) {
-        return trace.contains("NMS-<" + agent.nms(nms).hostInfo() + "> logs in without a pause and waits!");
+        return trace.contains("NMS-<" + agent.nms(nms).hostInfo() +
+                              "> logs in without a pause and waits!");
     };
     for (int i = 0; i < 50 && !waits(1); ++i)
         factory->getEmsSession("admin", "secret", agent.nms(1).reference(), session.out());

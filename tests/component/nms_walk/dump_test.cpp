@@ -96,9 +96,11 @@ TEST_F(DumpTest, EquipmentThatTheManagerDoesNotImplementIsLeftOutAndThatIsToldOn
     network_.links = 0;
     network_.implementsEquipment = false;
     EXPECT_TRUE(dump());
-    EXPECT_THAT(recordsOf(file()), ElementsAre("EMS Kelp/EMS", "ManagedElement NE-1", "ManagedElement NE-2",
-                                               "TerminationPoint /port=1", "TerminationPoint /port=1"));
-    const std::string lack = "the EMS does not implement getAllEquipment(NE-1): equipment is left out";
+    EXPECT_THAT(recordsOf(file()),
+                ElementsAre("EMS Kelp/EMS", "ManagedElement NE-1", "ManagedElement NE-2",
+                            "TerminationPoint /port=1", "TerminationPoint /port=1"));
+    const std::string lack =
+        "the EMS does not implement getAllEquipment(NE-1): equipment is left out";
     EXPECT_THAT(told_, HasSubstr(lack));
     EXPECT_EQ(told_.find("getAllEquipment(NE-2)"), std::string::npos);
 }
@@ -154,7 +156,9 @@ TEST_F(DumpTest, FailureWhileLinksAreReadIsGoneOnWithTheLastElement) {
 
 TEST_F(DumpTest, NothingIsKeptBeforeTheFirstElementIsReached) {
     network_.addElements(5);
-    network_.iterators.onNext = [](CORBA::ULong) { throw refusal(globaldefs::EXCPT_INTERNAL_ERROR); };
+    network_.iterators.onNext = [](CORBA::ULong) {
+        throw refusal(globaldefs::EXCPT_INTERNAL_ERROR);
+    };
     EXPECT_THROW(dump(), nms::ProcessingFailure);
     EXPECT_THAT(task_->cutShort(), HasSubstr("begin again"));
     EXPECT_FALSE(std::filesystem::exists(partial()));

@@ -17,27 +17,26 @@ globaldefs::NamingAttributes_T nameOf(const Name& parts) {
 }
 
 using NameIterator =
-    ScriptedIterator<globaldefs::NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
-                     globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
-using ElementIterator =
-    ScriptedIterator<managedElement::ManagedElementIterator_I, POA_managedElement::ManagedElementIterator_I,
-                     managedElement::ManagedElementList_T, managedElement::ManagedElementList_T_out>;
-using PortIterator =
-    ScriptedIterator<terminationPoint::TerminationPointIterator_I,
-                     POA_terminationPoint::TerminationPointIterator_I,
-                     terminationPoint::TerminationPointList_T, terminationPoint::TerminationPointList_T_out>;
+    ScriptedIterator<globaldefs::NamingAttributesIterator_I,
+                     POA_globaldefs::NamingAttributesIterator_I, globaldefs::NamingAttributesList_T,
+                     globaldefs::NamingAttributesList_T_out>;
+using ElementIterator = ScriptedIterator<
+    managedElement::ManagedElementIterator_I, POA_managedElement::ManagedElementIterator_I,
+    managedElement::ManagedElementList_T, managedElement::ManagedElementList_T_out>;
+using PortIterator = ScriptedIterator<
+    terminationPoint::TerminationPointIterator_I, POA_terminationPoint::TerminationPointIterator_I,
+    terminationPoint::TerminationPointList_T, terminationPoint::TerminationPointList_T_out>;
 using EquipmentIterator =
-    ScriptedIterator<equipment::EquipmentOrHolderIterator_I, POA_equipment::EquipmentOrHolderIterator_I,
-                     equipment::EquipmentOrHolderList_T, equipment::EquipmentOrHolderList_T_out>;
-using LinkIterator =
-    ScriptedIterator<topologicalLink::TopologicalLinkIterator_I,
-                     POA_topologicalLink::TopologicalLinkIterator_I, topologicalLink::TopologicalLinkList_T,
-                     topologicalLink::TopologicalLinkList_T_out>;
+    ScriptedIterator<equipment::EquipmentOrHolderIterator_I,
+                     POA_equipment::EquipmentOrHolderIterator_I, equipment::EquipmentOrHolderList_T,
+                     equipment::EquipmentOrHolderList_T_out>;
+using LinkIterator = ScriptedIterator<
+    topologicalLink::TopologicalLinkIterator_I, POA_topologicalLink::TopologicalLinkIterator_I,
+    topologicalLink::TopologicalLinkList_T, topologicalLink::TopologicalLinkList_T_out>;
 
-using SubnetworkIterator =
-    ScriptedIterator<multiLayerSubnetwork::SubnetworkIterator_I,
-                     POA_multiLayerSubnetwork::SubnetworkIterator_I, multiLayerSubnetwork::SubnetworkList_T,
-                     multiLayerSubnetwork::SubnetworkList_T_out>;
+using SubnetworkIterator = ScriptedIterator<
+    multiLayerSubnetwork::SubnetworkIterator_I, POA_multiLayerSubnetwork::SubnetworkIterator_I,
+    multiLayerSubnetwork::SubnetworkList_T, multiLayerSubnetwork::SubnetworkList_T_out>;
 
 topologicalLink::TopologicalLinkList_T linksNamed(const std::vector<std::string>& names) {
     topologicalLink::TopologicalLinkList_T links;
@@ -82,8 +81,9 @@ class FakeEmsMgr : public SilentEmsMgr {
         ems->name = nameOf({{"EMS", "Kelp/EMS"}});
         out = ems;
     }
-    void getAllTopLevelTopologicalLinks(CORBA::ULong howMany, topologicalLink::TopologicalLinkList_T_out list,
-                                        topologicalLink::TopologicalLinkIterator_I_out rest) override {
+    void getAllTopLevelTopologicalLinks(
+        CORBA::ULong howMany, topologicalLink::TopologicalLinkList_T_out list,
+        topologicalLink::TopologicalLinkIterator_I_out rest) override {
         network_.onLinks();
         std::vector<std::string> names;
         for (int i = 1; i <= network_.links; ++i)
@@ -92,17 +92,20 @@ class FakeEmsMgr : public SilentEmsMgr {
         rest = LinkIterator::give(network_.iterators, all, howMany, list);
     }
 
-    void getAllTopLevelSubnetworks(CORBA::ULong howMany, multiLayerSubnetwork::SubnetworkList_T_out list,
+    void getAllTopLevelSubnetworks(CORBA::ULong howMany,
+                                   multiLayerSubnetwork::SubnetworkList_T_out list,
                                    multiLayerSubnetwork::SubnetworkIterator_I_out rest) override {
         multiLayerSubnetwork::SubnetworkList_T all;
         for (const auto& [name, links] : network_.subnetworks) {
             all.length(all.length() + 1);
-            all[all.length() - 1].name = nameOf({{"EMS", "Kelp/EMS"}, {"MultiLayerSubnetwork", name}});
+            all[all.length() - 1].name =
+                nameOf({{"EMS", "Kelp/EMS"}, {"MultiLayerSubnetwork", name}});
             all[all.length() - 1].subnetworkType = multiLayerSubnetwork::TOPO_MESH;
         }
         rest = SubnetworkIterator::give(network_.iterators, all, howMany, list);
     }
-    void getAllTopLevelSubnetworkNames(CORBA::ULong howMany, globaldefs::NamingAttributesList_T_out list,
+    void getAllTopLevelSubnetworkNames(CORBA::ULong howMany,
+                                       globaldefs::NamingAttributesList_T_out list,
                                        globaldefs::NamingAttributesIterator_I_out rest) override {
         globaldefs::NamingAttributesList_T all;
         for (const auto& [name, links] : network_.subnetworks) {
@@ -131,7 +134,8 @@ class FakeElementMgr : public SilentElementMgr {
         }
         rest = ElementIterator::give(network_.iterators, all, howMany, list);
     }
-    void getAllManagedElementNames(CORBA::ULong howMany, globaldefs::NamingAttributesList_T_out list,
+    void getAllManagedElementNames(CORBA::ULong howMany,
+                                   globaldefs::NamingAttributesList_T_out list,
                                    globaldefs::NamingAttributesIterator_I_out rest) override {
         globaldefs::NamingAttributesList_T all;
         all.length(static_cast<CORBA::ULong>(network_.elements.size()));
@@ -151,8 +155,9 @@ class FakeElementMgr : public SilentElementMgr {
         terminationPoint::TerminationPointList_T all;
         all.length(static_cast<CORBA::ULong>(network_.portsEach));
         for (CORBA::ULong i = 0; i < all.length(); ++i) {
-            all[i].name = nameOf(
-                {{"EMS", "Kelp/EMS"}, {"ManagedElement", owner}, {"PTP", "/port=" + std::to_string(i + 1)}});
+            all[i].name = nameOf({{"EMS", "Kelp/EMS"},
+                                  {"ManagedElement", owner},
+                                  {"PTP", "/port=" + std::to_string(i + 1)}});
             all[i].type = terminationPoint::TPT_PTP;
             all[i].connectionState = terminationPoint::TPCS_NA;
             all[i].tpMappingMode = terminationPoint::TM_NA;
@@ -179,8 +184,8 @@ class FakeEquipmentMgr : public SilentEquipmentMgr {
             throw refusal(globaldefs::EXCPT_NOT_IMPLEMENTED);
         const std::string owner(element[1].value.in());
         equipment::EquipmentHolder_T shelf;
-        shelf.name =
-            nameOf({{"EMS", "Kelp/EMS"}, {"ManagedElement", owner}, {"EquipmentHolder", "/shelf=1"}});
+        shelf.name = nameOf(
+            {{"EMS", "Kelp/EMS"}, {"ManagedElement", owner}, {"EquipmentHolder", "/shelf=1"}});
         shelf.holderState = equipment::INSTALLED_AND_EXPECTED;
         shelf.alarmReportingIndicator = false;
         equipment::Equipment_T card;
@@ -205,7 +210,8 @@ class FakeSubnetworkMgr : public SilentSubnetworkMgr {
   public:
     explicit FakeSubnetworkMgr(FakeNetwork& network) : network_(network) {}
 
-    void getAllTopologicalLinks(const globaldefs::NamingAttributes_T& subnetwork, CORBA::ULong howMany,
+    void getAllTopologicalLinks(const globaldefs::NamingAttributes_T& subnetwork,
+                                CORBA::ULong howMany,
                                 topologicalLink::TopologicalLinkList_T_out list,
                                 topologicalLink::TopologicalLinkIterator_I_out rest) override {
         if (!network_.implementsSubnetworks)

@@ -1,16 +1,15 @@
 #pragma once
 
 #include <kelp/nms/session.h>
+#include <mtnm/emsMgr.h>
+#include <mtnm/equipment.h>
+#include <mtnm/managedElementManager.h>
 
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <mtnm/emsMgr.h>
-#include <mtnm/equipment.h>
-#include <mtnm/managedElementManager.h>
 
 #include "scripted_iterator.h"
 #include "support/orb_fixture.h"
@@ -23,9 +22,10 @@ using Name = std::vector<std::pair<std::string, std::string>>;
 struct FakeNetwork {
     std::vector<Name> elements;
     int portsEach = 5;
-    int links = 4;                                                ///< in no subnetwork, named from 1 on
-    std::map<std::string, std::vector<std::string>> subnetworks;  ///< the names of the links in each
-    bool subnetworksAreGone = false;                              ///< when they are asked for their links
+    int links = 4;  ///< in no subnetwork, named from 1 on
+    std::map<std::string, std::vector<std::string>>
+        subnetworks;                  ///< the names of the links in each
+    bool subnetworksAreGone = false;  ///< when they are asked for their links
     bool hasEquipment = true;
     bool implementsEquipment = true;  ///< otherwise the manager refuses everything
     bool implementsSubnetworks = true;
@@ -37,7 +37,8 @@ struct FakeNetwork {
     /// NE-1 and so on.
     void addElements(int count) {
         for (int i = 1; i <= count; ++i)
-            elements.push_back({{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-" + std::to_string(i)}});
+            elements.push_back(
+                {{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-" + std::to_string(i)}});
     }
 };
 

@@ -13,8 +13,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-using NameIterator = ScriptedIterator<NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
-                                      NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
+using NameIterator =
+    ScriptedIterator<NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
+                     NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
 using Walk = nms::ListWalk<NamingAttributesList_T, NamingAttributesIterator_I>;
 
 class ListWalkTest : public testing::Test {

@@ -75,8 +75,8 @@ TEST_F(NetworkListsTest, PortsComeElementByElementInTheElementsOrder) {
     network_.addElements(3);
     network_.portsEach = 2;
     EXPECT_TRUE(read(Command::Ports));
-    EXPECT_THAT(written(), ElementsAre("NE-1 /port=1", "NE-1 /port=2", "NE-2 /port=1", "NE-2 /port=2",
-                                       "NE-3 /port=1", "NE-3 /port=2"));
+    EXPECT_THAT(written(), ElementsAre("NE-1 /port=1", "NE-1 /port=2", "NE-2 /port=1",
+                                       "NE-2 /port=2", "NE-3 /port=1", "NE-3 /port=2"));
     options_.from = "NE-3";
     EXPECT_TRUE(read(Command::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-3 /port=1", "NE-3 /port=2"));
@@ -155,10 +155,10 @@ TEST_F(NetworkListsTest, FailureInTheMiddleOfAnElementSaysWhatToDrop) {
     };
     EXPECT_THROW(read(Command::Ports), nms::ProcessingFailure);
     EXPECT_EQ(written().size(), 9u);
-    EXPECT_EQ(
-        task_->cutShort(),
-        "cut short after 9 ports, of which the last 4 are of NE-2 and not all of it: drop these and go on "
-        "with --from \"NE-2\"");
+    EXPECT_EQ(task_->cutShort(),
+              "cut short after 9 ports, of which the last 4 are of NE-2 and not all of it: drop "
+              "these and go on "
+              "with --from \"NE-2\"");
     EXPECT_EQ(network_.iterators.destroyed, 1);
 }
 
@@ -217,7 +217,8 @@ TEST_F(NetworkListsTest, DifferenceToTheEmssOwnCountIsTold) {
     network_.iterators.lengthTooMuch = 1;
     EXPECT_FALSE(read(Command::Elements));
     EXPECT_EQ(written().size(), 3u);
-    EXPECT_THAT(told_, HasSubstr("getAllManagedElements: the EMS said there are 4 entries, but 3 came"));
+    EXPECT_THAT(told_,
+                HasSubstr("getAllManagedElements: the EMS said there are 4 entries, but 3 came"));
 }
 
 TEST_F(NetworkListsTest, InterruptStopsBetweenTwoBatches) {

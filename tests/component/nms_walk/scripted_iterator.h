@@ -1,12 +1,11 @@
 #pragma once
 
 #include <kelp/orb/corba.h>
+#include <mtnm/globaldefs.h>
 
 #include <algorithm>
 #include <functional>
 #include <optional>
-
-#include <mtnm/globaldefs.h>
 
 namespace kelp::test {
 
@@ -28,7 +27,8 @@ struct IteratorScript {
     int destroyed = 0;
 };
 
-/// An iterator over the rest of a list. Not destroyed by itself, so that a call after its end is counted.
+/// An iterator over the rest of a list. Not destroyed by itself, so that a call after its end is
+/// counted.
 template <class Interface, class Skeleton, class Sequence, class SequenceOut>
 class ScriptedIterator : public Skeleton {
   public:

@@ -39,7 +39,8 @@ TEST_F(AddressLimited, ConsumersAreRefusedBeyondTheLimitUntilOneHasGone) {
         EXPECT_TRUE(refusal.admin_property_err.value >>= limit);
         EXPECT_EQ(limit, 2);
     }
-    const StructuredProxyPushSupplier_var gone = StructuredProxyPushSupplier::_narrow(proxies[0].in());
+    const StructuredProxyPushSupplier_var gone =
+        StructuredProxyPushSupplier::_narrow(proxies[0].in());
     gone->disconnect_structured_push_supplier();
     EXPECT_NO_THROW(obtainSuppliers(1));
     EXPECT_THROW(obtainSuppliers(1), AdminLimitExceeded);
@@ -52,7 +53,8 @@ TEST_F(AddressLimited, ProxiesOfAnAdminThatIsDestroyedCountNoMore) {
     const ConsumerAdmin_var admin = wired<ConsumerAdmin>(own.in());
     ProxyID proxy = 0;
     for (int i = 0; i < 2; ++i)
-        const ProxySupplier_var made = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, proxy);
+        const ProxySupplier_var made =
+            admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, proxy);
     EXPECT_THROW(obtainSuppliers(1), AdminLimitExceeded);
     admin->destroy();
     EXPECT_NO_THROW(obtainSuppliers(2));
@@ -87,7 +89,8 @@ TEST_F(AddressLimited, AdminsOfBothKindsCountTogetherUntilTheyAreDestroyed) {
 TEST_F(AddressLimited, FiltersCountUntilTheyAreDestroyed) {
     const EventChannel_var remote = remoteChannel();
     const CosNotifyFilter::FilterFactory_var own = remote->default_filter_factory();
-    const CosNotifyFilter::FilterFactory_var factory = wired<CosNotifyFilter::FilterFactory>(own.in());
+    const CosNotifyFilter::FilterFactory_var factory =
+        wired<CosNotifyFilter::FilterFactory>(own.in());
     using CosNotifyFilter::Filter_var;
     const Filter_var first = factory->create_filter("EXTENDED_TCL");
     const Filter_var second = factory->create_filter("EXTENDED_TCL");
@@ -104,7 +107,8 @@ TEST_F(AddressLimited, CallersInsideTheProcessAreNotLimited) {
     ProxyID proxy = 0;
     AdminID id = 0;
     for (int i = 0; i < 10; ++i) {
-        EXPECT_NO_THROW(ProxySupplier_var(admin->obtain_notification_push_supplier(ANY_EVENT, proxy)));
+        EXPECT_NO_THROW(
+            ProxySupplier_var(admin->obtain_notification_push_supplier(ANY_EVENT, proxy)));
         EXPECT_NO_THROW(ConsumerAdmin_var(own->new_for_consumers(OR_OP, id)));
         EXPECT_NO_THROW(CosNotifyFilter::Filter_var(factory->create_filter("EXTENDED_TCL")));
     }

@@ -20,7 +20,8 @@ class Admins : public ChannelFixture {
         CosNotifyFilter::Filter_var filter = factory->create_filter("EXTENDED_TCL");
         CosNotifyFilter::ConstraintExpSeq constraints;
         constraints.length(1);
-        constraints[0].constraint_expr = CORBA::string_dup(("$event_name == '" + name + "'").c_str());
+        constraints[0].constraint_expr =
+            CORBA::string_dup(("$event_name == '" + name + "'").c_str());
         const CosNotifyFilter::ConstraintInfoSeq_var added = filter->add_constraints(constraints);
         return filter._retn();
     }
@@ -96,7 +97,8 @@ TEST_F(Admins, PassTheirQualitiesOnToNewProxies) {
         }
     }
     EXPECT_EQ(size, 7);
-    EXPECT_THROW(proxy->set_qos(property("MaxBatch", CORBA::Long(7))), CosNotification::UnsupportedQoS);
+    EXPECT_THROW(proxy->set_qos(property("MaxBatch", CORBA::Long(7))),
+                 CosNotification::UnsupportedQoS);
     CosNotification::NamedPropertyRangeSeq_var ranges;
     EXPECT_NO_THROW(admin->validate_qos(CosNotification::QoSProperties(), ranges.out()));
     EXPECT_THROW(admin->validate_qos(property("MaxBatch", CORBA::Long(7)), ranges.out()),
@@ -110,14 +112,16 @@ TEST_F(Admins, LimitTheConsumersOfTheChannel) {
     ProxyID id = 0;
     const ProxySupplier_var first = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
     try {
-        const ProxySupplier_var second = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        const ProxySupplier_var second =
+            admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
         ADD_FAILURE() << "a second consumer was let in";
     } catch (const AdminLimitExceeded& limit) {
         EXPECT_STREQ(limit.admin_property_err.name.in(), CosNotification::MaxConsumers);
     }
     const StructuredProxyPushSupplier_var proxy = StructuredProxyPushSupplier::_narrow(first.in());
     proxy->disconnect_structured_push_supplier();
-    EXPECT_NO_THROW(ProxySupplier_var(admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id)));
+    EXPECT_NO_THROW(
+        ProxySupplier_var(admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id)));
 }
 
 TEST_F(Admins, FilterWithTheirProxiesAsTheirOperatorSays) {
@@ -129,7 +133,8 @@ TEST_F(Admins, FilterWithTheirProxiesAsTheirOperatorSays) {
     const ConsumerAdmin_var either = remote->new_for_consumers(OR_OP, id);
     StructuredConsumer& ofBoth = make<StructuredConsumer>();
     StructuredConsumer& ofEither = make<StructuredConsumer>();
-    for (auto [admin, consumer] : {std::pair(both.in(), &ofBoth), std::pair(either.in(), &ofEither)}) {
+    for (auto [admin, consumer] :
+         {std::pair(both.in(), &ofBoth), std::pair(either.in(), &ofEither)}) {
         admin->add_filter(ones.in());
         const StructuredProxyPushSupplier_var proxy =
             pushProxy<StructuredProxyPushSupplier>(admin, STRUCTURED_EVENT);
@@ -154,10 +159,12 @@ TEST_F(Admins, OfTheDefaultHeedTheFiltersOfTheirProxies) {
     proxy->add_filter(second.in());
     push(1, 4);
     ASSERT_TRUE(gets(consumer, 3));
-    EXPECT_THAT(consumer.names(), ElementsAre("2", "2", "3")) << "one match of several filters is enough";
+    EXPECT_THAT(consumer.names(), ElementsAre("2", "2", "3"))
+        << "one match of several filters is enough";
     proxy->remove_filter(id);
     EXPECT_THROW(proxy->remove_filter(id), CosNotifyFilter::FilterNotFound);
-    EXPECT_THROW(CosNotifyFilter::Filter_var(proxy->get_filter(id)), CosNotifyFilter::FilterNotFound);
+    EXPECT_THROW(CosNotifyFilter::Filter_var(proxy->get_filter(id)),
+                 CosNotifyFilter::FilterNotFound);
     CosNotifyFilter::FilterIDSeq_var ids = proxy->get_all_filters();
     EXPECT_EQ(ids->length(), 1u);
     proxy->remove_all_filters();

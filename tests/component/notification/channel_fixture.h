@@ -15,7 +15,8 @@
 
 namespace kelp::notification::test {
 
-inline CosNotification::StructuredEvent event(const std::string& name, const char* type = "NT_ALARM") {
+inline CosNotification::StructuredEvent event(const std::string& name,
+                                              const char* type = "NT_ALARM") {
     CosNotification::StructuredEvent made;
     made.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     made.header.fixed_header.event_type.type_name = CORBA::string_dup(type);
@@ -67,9 +68,12 @@ class Received {
 
 class StructuredConsumer final : public POA_CosNotifyComm::StructuredPushConsumer, public Received {
   public:
-    void push_structured_event(const CosNotification::StructuredEvent& event) override { add(event); }
+    void push_structured_event(const CosNotification::StructuredEvent& event) override {
+        add(event);
+    }
     void disconnect_structured_push_consumer() override { end(); }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class SequenceConsumer final : public POA_CosNotifyComm::SequencePushConsumer, public Received {
@@ -80,7 +84,8 @@ class SequenceConsumer final : public POA_CosNotifyComm::SequencePushConsumer, p
         addBatch(batch.length());
     }
     void disconnect_sequence_push_consumer() override { end(); }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class AnyConsumer final : public POA_CosNotifyComm::PushConsumer, public Received {
@@ -94,7 +99,8 @@ class AnyConsumer final : public POA_CosNotifyComm::PushConsumer, public Receive
             add(event(std::string("text ") + text));
     }
     void disconnect_push_consumer() override { end(); }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class LossRecord final : public LossListener {
@@ -103,7 +109,8 @@ class LossRecord final : public LossListener {
     Received lost;
 };
 
-/// A channel in an ORB of its own. References to it and to consumers go over the loopback interface.
+/// A channel in an ORB of its own. References to it and to consumers go over the loopback
+/// interface.
 class ChannelFixture : public testing::Test {
   protected:
     ChannelFixture() { settings_.delivery.firstBackOff = std::chrono::milliseconds(5); }
@@ -162,7 +169,8 @@ class ChannelFixture : public testing::Test {
         const PortableServer::ObjectId_var id = orb_.root()->servant_to_id(servant);
         orb_.root()->deactivate_object(id.in());
     }
-    void connect(CosNotifyChannelAdmin::StructuredProxyPushSupplier_ptr proxy, StructuredConsumer& consumer) {
+    void connect(CosNotifyChannelAdmin::StructuredProxyPushSupplier_ptr proxy,
+                 StructuredConsumer& consumer) {
         const CORBA::Object_var object = remote(consumer);
         const CosNotifyComm::StructuredPushConsumer_var reference =
             CosNotifyComm::StructuredPushConsumer::_narrow(object.in());

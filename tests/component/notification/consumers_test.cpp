@@ -51,7 +51,8 @@ TEST_F(Consumers, OfAnyEventsGetStructuredOnesInAnAny) {
     const ConsumerAdmin_var admin = consumers();
     const ProxyPushSupplier_var proxy = pushProxy<ProxyPushSupplier>(admin.in(), ANY_EVENT);
     const CORBA::Object_var object = remote(consumer);
-    const CosNotifyComm::PushConsumer_var reference = CosNotifyComm::PushConsumer::_narrow(object.in());
+    const CosNotifyComm::PushConsumer_var reference =
+        CosNotifyComm::PushConsumer::_narrow(object.in());
     proxy->connect_any_push_consumer(reference.in());
     push(1, 2);
     ASSERT_TRUE(gets(consumer, 2));
@@ -61,8 +62,10 @@ TEST_F(Consumers, OfAnyEventsGetStructuredOnesInAnAny) {
 TEST_F(Consumers, ThatPullGetWhatTheyAskFor) {
     const ConsumerAdmin_var admin = consumers();
     ProxyID id = 0;
-    const ProxySupplier_var structured = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
-    const StructuredProxyPullSupplier_var one = StructuredProxyPullSupplier::_narrow(structured.in());
+    const ProxySupplier_var structured =
+        admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
+    const StructuredProxyPullSupplier_var one =
+        StructuredProxyPullSupplier::_narrow(structured.in());
     const ProxySupplier_var sequence = admin->obtain_notification_pull_supplier(SEQUENCE_EVENT, id);
     const SequenceProxyPullSupplier_var many = SequenceProxyPullSupplier::_narrow(sequence.in());
     many->set_qos(property(CosNotification::MaximumBatchSize, CORBA::Long(10)));
@@ -73,8 +76,9 @@ TEST_F(Consumers, ThatPullGetWhatTheyAskFor) {
     one->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
     many->connect_sequence_pull_consumer(CosNotifyComm::SequencePullConsumer::_nil());
     anyOne->connect_any_pull_consumer(CosEventComm::PullConsumer::_nil());
-    EXPECT_THROW(one->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil()),
-                 CosEventChannelAdmin::AlreadyConnected);
+    EXPECT_THROW(
+        one->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil()),
+        CosEventChannelAdmin::AlreadyConnected);
 
     CORBA::Boolean has = true;
     const CosNotification::StructuredEvent_var none = one->try_pull_structured_event(has);
@@ -89,7 +93,8 @@ TEST_F(Consumers, ThatPullGetWhatTheyAskFor) {
     EXPECT_EQ(batch->length(), 2u);
     const CosNotification::EventBatch_var rest = many->try_pull_structured_events(10, has);
     EXPECT_EQ(rest->length(), 1u);
-    EXPECT_THROW(CosNotification::EventBatch_var(many->pull_structured_events(0)), CORBA::BAD_PARAM);
+    EXPECT_THROW(CosNotification::EventBatch_var(many->pull_structured_events(0)),
+                 CORBA::BAD_PARAM);
     const CORBA::Any_var wrapped = anyOne->pull();
     const CosNotification::StructuredEvent* unwrapped = nullptr;
     ASSERT_TRUE(wrapped.in() >>= unwrapped);
@@ -100,7 +105,8 @@ TEST_F(Consumers, ThatWaitInAPullAreToldThatTheChannelStops) {
     const ConsumerAdmin_var admin = consumers();
     ProxyID id = 0;
     const ProxySupplier_var proxy = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
-    const StructuredProxyPullSupplier_var supplier = StructuredProxyPullSupplier::_narrow(proxy.in());
+    const StructuredProxyPullSupplier_var supplier =
+        StructuredProxyPullSupplier::_narrow(proxy.in());
     supplier->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
     std::string outcome;
     std::thread puller([&] {
@@ -122,11 +128,13 @@ TEST_F(Consumers, ThatWaitInAPullAreToldThatTheChannelStops) {
 TEST_F(Consumers, AreConnectedOnceAndNotNil) {
     StructuredConsumer& consumer = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var proxy = structuredProxy();
-    EXPECT_THROW(proxy->connect_structured_push_consumer(CosNotifyComm::StructuredPushConsumer::_nil()),
-                 CORBA::BAD_PARAM);
+    EXPECT_THROW(
+        proxy->connect_structured_push_consumer(CosNotifyComm::StructuredPushConsumer::_nil()),
+        CORBA::BAD_PARAM);
     connect(proxy.in(), consumer);
     const CosNotifyComm::StructuredPushConsumer_var again = consumer._this();
-    EXPECT_THROW(proxy->connect_structured_push_consumer(again.in()), CosEventChannelAdmin::AlreadyConnected);
+    EXPECT_THROW(proxy->connect_structured_push_consumer(again.in()),
+                 CosEventChannelAdmin::AlreadyConnected);
 }
 
 TEST_F(Consumers, AreSuspendedAndResumed) {

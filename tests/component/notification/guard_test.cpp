@@ -1,5 +1,5 @@
-// A guarded channel: who may call its objects over connections, and whose proxies are dropped. Peers come
-// from addresses of their own through relays.
+// A guarded channel: who may call its objects over connections, and whose proxies are dropped.
+// Peers come from addresses of their own through relays.
 
 #include <gtest/gtest.h>
 
@@ -47,8 +47,8 @@ TEST_F(GuardedChannel, RefusesReferencesThatItMayNotCall) {
         CosNotifyComm::StructuredPullConsumer::_unchecked_narrow(other.in()));
     const auto supplier = CosNotifyComm::StructuredPushSupplier_var(
         CosNotifyComm::StructuredPushSupplier::_unchecked_narrow(other.in()));
-    const auto callback =
-        CosNotifyComm::NotifySubscribe_var(CosNotifyComm::NotifySubscribe::_unchecked_narrow(other.in()));
+    const auto callback = CosNotifyComm::NotifySubscribe_var(
+        CosNotifyComm::NotifySubscribe::_unchecked_narrow(other.in()));
     allowed_.allowCalls(false);
     EXPECT_THROW(proxy->connect_structured_push_consumer(pushed.in()), CORBA::NO_PERMISSION);
     EXPECT_THROW(pulled->connect_structured_pull_consumer(pulling.in()), CORBA::NO_PERMISSION);
@@ -106,7 +106,8 @@ TEST_F(GuardedChannel, RefusesEveryOperationToAnAddressWithoutPermissionButAnEnd
          [&] { made = suppliers->obtain_notification_push_consumer(STRUCTURED_EVENT, proxyId); }},
         {"get_proxy_supplier", [&] { made = consumers->get_proxy_supplier(1); }},
         {"destroy an admin", [&] { consumers->destroy(); }},
-        {"connect a consumer", [&] { unconnected->connect_structured_push_consumer(otherConsumer.in()); }},
+        {"connect a consumer",
+         [&] { unconnected->connect_structured_push_consumer(otherConsumer.in()); }},
         {"suspend", [&] { proxy->suspend_connection(); }},
         {"resume", [&] { proxy->resume_connection(); }},
         {"set_qos of a proxy", [&] { proxy->set_qos(noQos); }},
@@ -137,7 +138,8 @@ TEST_F(GuardedChannel, RefusesEveryOperationToAnAddressWithoutPermissionButAnEnd
     EXPECT_NO_THROW(proxyFrom(b_)) << "another address";
     EXPECT_NO_THROW(structuredProxyInside()) << "this process";
     allowed_.allow(kA);
-    EXPECT_NO_THROW(unconnected->connect_structured_push_consumer(otherConsumer.in())) << "allowed again";
+    EXPECT_NO_THROW(unconnected->connect_structured_push_consumer(otherConsumer.in()))
+        << "allowed again";
 }
 
 TEST_F(GuardedChannel, DropsAProxyWhenItsOwnersGraceIsOverAndNotBefore) {
@@ -193,7 +195,8 @@ TEST_F(GuardedChannel, WhatADroppedConsumerLeavesBehindIsNoEventLoss) {
     letGracePass();
     EXPECT_THAT(channel().consumers(), IsEmpty());
     EXPECT_THAT(losses_.lost.names(), IsEmpty());
-    EXPECT_TRUE(waitUntil([&] { return consumer.ended(); })) << "its disconnect operation is called";
+    EXPECT_TRUE(waitUntil([&] { return consumer.ended(); }))
+        << "its disconnect operation is called";
 }
 
 TEST_F(GuardedChannel, EndsThePullThatADroppedConsumerWaitsIn) {
@@ -233,7 +236,8 @@ TEST_F(GuardedChannel, DropsASuppliersProxyToo) {
 
 TEST_F(GuardedChannel, AProxyStaysThatOfThePeerThatObtainedIt) {
     const StructuredProxyPushSupplier_var obtained = proxyFrom(a_);
-    const StructuredProxyPushSupplier_var handedOn = from<StructuredProxyPushSupplier>(b_, obtained.in());
+    const StructuredProxyPushSupplier_var handedOn =
+        from<StructuredProxyPushSupplier>(b_, obtained.in());
     StructuredConsumer& consumer = make<StructuredConsumer>();
     EXPECT_THROW(connect(handedOn.in(), consumer), CORBA::NO_PERMISSION);
     EXPECT_THROW(handedOn->disconnect_structured_push_supplier(), CORBA::NO_PERMISSION);
@@ -331,7 +335,8 @@ TEST_F(ChannelFixture, KeysOfItsObjectsAreRandom) {
         std::set<char> values;
         for (const std::string& id : ids)
             values.insert(id[byte]);
-        EXPECT_GT(values.size(), 10u) << "byte " << byte << " of " << ids.size() << " ids hardly changes";
+        EXPECT_GT(values.size(), 10u)
+            << "byte " << byte << " of " << ids.size() << " ids hardly changes";
     }
 }
 
@@ -340,7 +345,8 @@ TEST_F(ChannelFixture, AnotherKeyThanThatOfAnObjectFindsNone) {
     kelp::orb::ReferenceContent content;
     ASSERT_TRUE(kelp::orb::describe(orb_.orb(), own.in(), content));
     content.objectKey.back() = static_cast<char>(content.objectKey.back() ^ 1);
-    const CORBA::Object_var neighbour = orb_.overTheWireByKey(kelp::test::escapedKey(content.objectKey));
+    const CORBA::Object_var neighbour =
+        orb_.overTheWireByKey(kelp::test::escapedKey(content.objectKey));
     EXPECT_TRUE(neighbour->_non_existent());
     const CORBA::Object_var itself = orb_.overTheWire(own.in());
     EXPECT_FALSE(itself->_non_existent());

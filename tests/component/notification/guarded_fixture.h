@@ -52,7 +52,8 @@ class Allowed final : public Guard {
         const std::lock_guard guard(mutex_);
         suppliers_.insert(address);
     }
-    /// Connections that are seen for the first time from here on belong to these log-ins, the latest first.
+    /// Connections that are seen for the first time from here on belong to these log-ins, the
+    /// latest first.
     void nextConnectionsAreOf(std::vector<std::string> logIns) {
         const std::lock_guard guard(mutex_);
         next_ = std::move(logIns);
@@ -84,7 +85,8 @@ inline constexpr const char* kA = "127.0.0.2";
 inline constexpr const char* kB = "127.0.0.3";
 inline constexpr std::chrono::milliseconds kGrace{60000};
 
-/// A guarded channel. Peers come from addresses of their own through relays, each over one connection.
+/// A guarded channel. Peers come from addresses of their own through relays, each over one
+/// connection.
 class GuardedFixture : public ChannelFixture {
   protected:
     using TcpRelay = kelp::test::TcpRelay;
@@ -118,8 +120,8 @@ class GuardedFixture : public ChannelFixture {
         return from<CosNotifyChannelAdmin::SupplierAdmin>(relay, admin.in());
     }
     /// An admin of the relay's caller.
-    CosNotifyChannelAdmin::ConsumerAdmin_var newAdminFrom(const TcpRelay& relay,
-                                                          CosNotifyChannelAdmin::AdminID* id = nullptr) {
+    CosNotifyChannelAdmin::ConsumerAdmin_var newAdminFrom(
+        const TcpRelay& relay, CosNotifyChannelAdmin::AdminID* id = nullptr) {
         const CosNotifyChannelAdmin::EventChannel_var remote = channelFrom(relay);
         CosNotifyChannelAdmin::AdminID made = 0;
         const CosNotifyChannelAdmin::ConsumerAdmin_var admin =
@@ -138,7 +140,8 @@ class GuardedFixture : public ChannelFixture {
         CosNotifyChannelAdmin::ProxyID* id = nullptr) {
         CosNotifyChannelAdmin::ProxyID number = 0;
         const CosNotifyChannelAdmin::ProxySupplier_var made =
-            admin->obtain_notification_push_supplier(CosNotifyChannelAdmin::STRUCTURED_EVENT, number);
+            admin->obtain_notification_push_supplier(CosNotifyChannelAdmin::STRUCTURED_EVENT,
+                                                     number);
         if (id != nullptr)
             *id = number;
         return from<CosNotifyChannelAdmin::StructuredProxyPushSupplier>(relay, made.in());

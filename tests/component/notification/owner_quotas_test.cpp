@@ -95,7 +95,8 @@ TEST_F(OwnerQuotas, HoldForTheConstraintsOfAllFiltersTogether) {
     EXPECT_THROW(add(other, {"TRUE"}), CORBA::NO_RESOURCES);
     EXPECT_NO_THROW(add(filterFrom(two_), {"TRUE"}));
     const ConstraintInfoSeq_var all = filter->get_all_constraints();
-    EXPECT_NO_THROW(filter->modify_constraints(ConstraintIDSeq(), all.in())) << "a change needs no room";
+    EXPECT_NO_THROW(filter->modify_constraints(ConstraintIDSeq(), all.in()))
+        << "a change needs no room";
     filter->remove_all_constraints();
     EXPECT_NO_THROW(add(other, {"TRUE"}));
     filter->destroy();

@@ -41,12 +41,15 @@ TEST_F(Owners, FindTheirOwnAdminsAndTheDefaultOnesOnly) {
     for (const TcpRelay* other : {&two_, &unknown_, &b_}) {
         const EventChannel_var channel = channelFrom(*other);
         EXPECT_THROW(ConsumerAdmin_var(channel->get_consumeradmin(id)), AdminNotFound);
-        EXPECT_THAT(numbers(AdminIDSeq_var(channel->get_all_consumeradmins()).in()), ElementsAre(0));
-        EXPECT_THAT(numbers(AdminIDSeq_var(channel->get_all_supplieradmins()).in()), ElementsAre(0));
+        EXPECT_THAT(numbers(AdminIDSeq_var(channel->get_all_consumeradmins()).in()),
+                    ElementsAre(0));
+        EXPECT_THAT(numbers(AdminIDSeq_var(channel->get_all_supplieradmins()).in()),
+                    ElementsAre(0));
     }
     const EventChannel_var channel = channelFrom(one_);
     EXPECT_NO_THROW(ConsumerAdmin_var(channel->get_consumeradmin(id)));
-    EXPECT_THAT(numbers(AdminIDSeq_var(channel->get_all_consumeradmins()).in()), ElementsAre(0, id));
+    EXPECT_THAT(numbers(AdminIDSeq_var(channel->get_all_consumeradmins()).in()),
+                ElementsAre(0, id));
     const EventChannel_var inside = this->channel().reference();
     EXPECT_THAT(numbers(AdminIDSeq_var(inside->get_all_consumeradmins()).in()), ElementsAre(0, id));
 }

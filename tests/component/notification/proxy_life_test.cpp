@@ -1,4 +1,5 @@
-// How proxies end: with their admin, by their consumer's silence, and whatever happens at the same time.
+// How proxies end: with their admin, by their consumer's silence, and whatever happens at the same
+// time.
 
 #include "channel_fixture.h"
 #include "support/channel_servant.h"
@@ -22,19 +23,22 @@ class Ended {
 class StructuredPuller final : public POA_CosNotifyComm::StructuredPullConsumer, public Ended {
   public:
     void disconnect_structured_pull_consumer() override { ended_ = true; }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class SequencePuller final : public POA_CosNotifyComm::SequencePullConsumer, public Ended {
   public:
     void disconnect_sequence_pull_consumer() override { ended_ = true; }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class AnyPuller final : public POA_CosNotifyComm::PullConsumer, public Ended {
   public:
     void disconnect_pull_consumer() override { ended_ = true; }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class StructuredPusher final : public POA_CosNotifyComm::StructuredPushSupplier, public Ended {
@@ -77,10 +81,12 @@ class ProxyLife : public ChannelFixture {
         const ProxyConsumer_var made = admin->obtain_notification_push_consumer(type, id);
         return typename Interface::_var_type(Interface::_narrow(made.in()));
     }
-    /// The servant of an object of the channel: for a call that was under way when the object ended.
+    /// The servant of an object of the channel: for a call that was under way when the object
+    /// ended.
     template <class Skeleton>
     Skeleton* servantOf(CORBA::Object_ptr object) {
-        const PortableServer::ServantBase_var servant = kelp::test::channelServant(orb_.root(), object);
+        const PortableServer::ServantBase_var servant =
+            kelp::test::channelServant(orb_.root(), object);
         pinned_.emplace_back(servant);
         return dynamic_cast<Skeleton*>(servant.in());
     }
@@ -105,7 +111,8 @@ TEST_F(ProxyLife, EndsWithTheAdminWhichTellsConsumersThatPull) {
     auto& sequence = make<SequencePuller>();
     auto& any = make<AnyPuller>();
     puller<StructuredProxyPullSupplier>(admin, STRUCTURED_EVENT)
-        ->connect_structured_pull_consumer(to<CosNotifyComm::StructuredPullConsumer>(structured).in());
+        ->connect_structured_pull_consumer(
+            to<CosNotifyComm::StructuredPullConsumer>(structured).in());
     puller<SequenceProxyPullSupplier>(admin, SEQUENCE_EVENT)
         ->connect_sequence_pull_consumer(to<CosNotifyComm::SequencePullConsumer>(sequence).in());
     puller<ProxyPullSupplier>(admin, ANY_EVENT)
@@ -127,7 +134,8 @@ TEST_F(ProxyLife, EndsWithTheAdminWhichTellsSuppliers) {
     auto& sequence = make<SequencePusher>();
     auto& any = make<AnyPusher>();
     const auto proxy = pusher<StructuredProxyPushConsumer>(admin, STRUCTURED_EVENT);
-    proxy->connect_structured_push_supplier(to<CosNotifyComm::StructuredPushSupplier>(structured).in());
+    proxy->connect_structured_push_supplier(
+        to<CosNotifyComm::StructuredPushSupplier>(structured).in());
     pusher<SequenceProxyPushConsumer>(admin, SEQUENCE_EVENT)
         ->connect_sequence_push_supplier(to<CosNotifyComm::SequencePushSupplier>(sequence).in());
     pusher<ProxyPushConsumer>(admin, ANY_EVENT)
@@ -147,18 +155,21 @@ TEST_F(ProxyLife, IsOverForAConnectThatCameTooLate) {
     const auto supplierAdmin = SupplierAdmin_var(suppliers());
     const auto into = pusher<StructuredProxyPushConsumer>(supplierAdmin, STRUCTURED_EVENT);
     auto* outServant = servantOf<POA_CosNotifyChannelAdmin::StructuredProxyPushSupplier>(out.in());
-    auto* pulledServant = servantOf<POA_CosNotifyChannelAdmin::StructuredProxyPullSupplier>(pulled.in());
-    auto* intoServant = servantOf<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer>(into.in());
+    auto* pulledServant =
+        servantOf<POA_CosNotifyChannelAdmin::StructuredProxyPullSupplier>(pulled.in());
+    auto* intoServant =
+        servantOf<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer>(into.in());
     out->disconnect_structured_push_supplier();
     pulled->disconnect_structured_pull_supplier();
     into->disconnect_structured_push_consumer();
     EXPECT_THROW(outServant->connect_structured_push_consumer(
                      to<CosNotifyComm::StructuredPushConsumer>(consumer).in()),
                  CORBA::OBJECT_NOT_EXIST);
-    EXPECT_THROW(
-        pulledServant->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil()),
-        CORBA::OBJECT_NOT_EXIST);
-    EXPECT_THROW(intoServant->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil()),
+    EXPECT_THROW(pulledServant->connect_structured_pull_consumer(
+                     CosNotifyComm::StructuredPullConsumer::_nil()),
+                 CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THROW(intoServant->connect_structured_push_supplier(
+                     CosNotifyComm::StructuredPushSupplier::_nil()),
                  CORBA::OBJECT_NOT_EXIST);
     pinned_.clear();
 }
@@ -176,12 +187,14 @@ TEST_F(ProxyLife, DoesNotBeginWithAnAdminThatIsBeingDestroyed) {
     admin->destroy();
     supplierAdmin->destroy();
     ProxyID proxy = 0;
-    EXPECT_THROW(ProxySupplier_var(servant->obtain_notification_push_supplier(STRUCTURED_EVENT, proxy)),
-                 CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THROW(
+        ProxySupplier_var(servant->obtain_notification_push_supplier(STRUCTURED_EVENT, proxy)),
+        CORBA::OBJECT_NOT_EXIST);
     EXPECT_THROW(ProxySupplier_var(servant->obtain_notification_pull_supplier(ANY_EVENT, proxy)),
                  CORBA::OBJECT_NOT_EXIST);
-    EXPECT_THROW(ProxyConsumer_var(supplierServant->obtain_notification_push_consumer(ANY_EVENT, proxy)),
-                 CORBA::OBJECT_NOT_EXIST);
+    EXPECT_THROW(
+        ProxyConsumer_var(supplierServant->obtain_notification_push_consumer(ANY_EVENT, proxy)),
+        CORBA::OBJECT_NOT_EXIST);
     EXPECT_THAT(channel().consumers(), IsEmpty());
     const auto remaining = ConsumerAdmin_var(consumers());
     EXPECT_NO_THROW(puller<ProxyPullSupplier>(remaining, ANY_EVENT)) << "its place is free again";

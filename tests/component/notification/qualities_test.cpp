@@ -57,7 +57,8 @@ class Qualities : public ChannelFixture {
     StructuredProxyPushConsumer_var intake() {
         const SupplierAdmin_var admin = suppliers();
         ProxyID id = 0;
-        const ProxyConsumer_var made = admin->obtain_notification_push_consumer(STRUCTURED_EVENT, id);
+        const ProxyConsumer_var made =
+            admin->obtain_notification_push_consumer(STRUCTURED_EVENT, id);
         StructuredProxyPushConsumer_var proxy = StructuredProxyPushConsumer::_narrow(made.in());
         proxy->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
         return proxy;
@@ -155,7 +156,8 @@ TEST_F(Qualities, OfAnEventSayWhenItExpires) {
 
     NamedPropertyRangeSeq_var available;
     const PropertySeq wanted = until("", kIn2216).header.variable_header;
-    EXPECT_EQ(errorOf([&] { heedless->validate_event_qos(wanted, available.out()); }), UNAVAILABLE_PROPERTY);
+    EXPECT_EQ(errorOf([&] { heedless->validate_event_qos(wanted, available.out()); }),
+              UNAVAILABLE_PROPERTY);
     const StructuredProxyPushConsumer_var heeding = intake();
     EXPECT_EQ(errorOf([&] { heeding->validate_event_qos(wanted, available.out()); }), -1);
 }
@@ -197,7 +199,8 @@ TEST_F(Qualities, AreRefusedByNameWhereTheyMeanNothing) {
               UNSUPPORTED_PROPERTY);
     EXPECT_EQ(errorOf([&] { into->set_qos(property("Nonsense", CORBA::Long(5))); }), BAD_PROPERTY);
     const SupplierAdmin_var admin = suppliers();
-    EXPECT_EQ(errorOf([&] { admin->set_qos(property(OrderPolicy, FifoOrder)); }), UNSUPPORTED_PROPERTY);
+    EXPECT_EQ(errorOf([&] { admin->set_qos(property(OrderPolicy, FifoOrder)); }),
+              UNSUPPORTED_PROPERTY);
     const EventChannel_var own = channel().reference();
     EXPECT_EQ(errorOf([&] { own->set_qos(property(OrderPolicy, FifoOrder)); }), -1)
         << "for the consumer admins that are made from here on";

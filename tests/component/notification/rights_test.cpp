@@ -1,4 +1,5 @@
-// What callers over connections may not do to what all of them use: the channel and its default admins.
+// What callers over connections may not do to what all of them use: the channel and its default
+// admins.
 
 #include "guarded_fixture.h"
 
@@ -53,8 +54,9 @@ TEST_F(Rights, NobodyChangesWhatADefaultAdminLetsThrough) {
                  CORBA::NO_PERMISSION);
     EXPECT_THROW(admin->add_filter(filter.in()), CORBA::NO_PERMISSION);
     EXPECT_THROW(admin->remove_all_filters(), CORBA::NO_PERMISSION);
-    EXPECT_THROW(admin->subscription_change(types("tmf_mtnm", "NT_ALARM"), CosNotification::EventTypeSeq()),
-                 CORBA::NO_PERMISSION);
+    EXPECT_THROW(
+        admin->subscription_change(types("tmf_mtnm", "NT_ALARM"), CosNotification::EventTypeSeq()),
+        CORBA::NO_PERMISSION);
     StructuredConsumer& consumer = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var proxy = proxyFrom(b_);
     connect(proxy.in(), consumer);
@@ -78,17 +80,20 @@ TEST_F(Rights, WhoIsNoSupplierForgesNoEvents) {
     const SupplierAdmin_var admin = suppliersFrom(a_);
     ProxyID proxy = 0;
     AdminID id = 0;
-    EXPECT_THROW(ProxyConsumer_var(admin->obtain_notification_push_consumer(STRUCTURED_EVENT, proxy)),
-                 CORBA::NO_PERMISSION);
+    EXPECT_THROW(
+        ProxyConsumer_var(admin->obtain_notification_push_consumer(STRUCTURED_EVENT, proxy)),
+        CORBA::NO_PERMISSION);
     EXPECT_THROW(admin->MyID(), CORBA::NO_PERMISSION);
-    EXPECT_THROW(admin->offer_change(types("tmf_mtnm", "NT_ALARM"), CosNotification::EventTypeSeq()),
-                 CORBA::NO_PERMISSION);
+    EXPECT_THROW(
+        admin->offer_change(types("tmf_mtnm", "NT_ALARM"), CosNotification::EventTypeSeq()),
+        CORBA::NO_PERMISSION);
     EXPECT_THROW(SupplierAdmin_var(channel->new_for_suppliers(AND_OP, id)), CORBA::NO_PERMISSION);
 
     allowed_.allowSupplying(kB);
     const StructuredProxyPushConsumer_var intake = intakeFrom(b_);
     intake->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
-    const StructuredProxyPushConsumer_var stolen = from<StructuredProxyPushConsumer>(a_, intake.in());
+    const StructuredProxyPushConsumer_var stolen =
+        from<StructuredProxyPushConsumer>(a_, intake.in());
     StructuredConsumer& consumer = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var out = proxyFrom(a_);
     connect(out.in(), consumer);

@@ -42,9 +42,12 @@ class Counter {
 
 class CountingConsumer final : public POA_CosNotifyComm::StructuredPushConsumer, public Counter {
   public:
-    void push_structured_event(const CosNotification::StructuredEvent& event) override { count(event); }
+    void push_structured_event(const CosNotification::StructuredEvent& event) override {
+        count(event);
+    }
     void disconnect_structured_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class CountingBatches final : public POA_CosNotifyComm::SequencePushConsumer, public Counter {
@@ -54,7 +57,8 @@ class CountingBatches final : public POA_CosNotifyComm::SequencePushConsumer, pu
             count(batch[i]);
     }
     void disconnect_sequence_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 };
 
 class Stress : public ChannelFixture {
@@ -63,7 +67,8 @@ class Stress : public ChannelFixture {
         settings_.queueEventsMax = 500;
         settings_.delivery.pushTimeout = std::chrono::seconds(5);
         settings_.delivery.deadAfter = std::chrono::milliseconds(500);
-        settings_.perAddress.consumers = 100000;  // those that have stopped pulling stay for a while
+        settings_.perAddress.consumers =
+            100000;  // those that have stopped pulling stay for a while
     }
 };
 
@@ -71,8 +76,8 @@ class Stress : public ChannelFixture {
 class RestlessNms {
   public:
     RestlessNms(ConsumerAdmin_ptr admin, CosNotifyFilter::FilterFactory_ptr filters,
-                PortableServer::POA_ptr poa, std::function<CORBA::Object_ptr(CORBA::Object_ptr)> overTheWire,
-                unsigned seed)
+                PortableServer::POA_ptr poa,
+                std::function<CORBA::Object_ptr(CORBA::Object_ptr)> overTheWire, unsigned seed)
         : admin_(ConsumerAdmin::_duplicate(admin)),
           filters_(CosNotifyFilter::FilterFactory::_duplicate(filters)),
           poa_(PortableServer::POA::_duplicate(poa)),
@@ -111,8 +116,10 @@ class RestlessNms {
         const CosNotifyComm::StructuredPushConsumer_var consumer =
             CosNotifyComm::StructuredPushConsumer::_narrow(object.in());
         ProxyID id = 0;
-        const ProxySupplier_var made = admin_->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
-        const StructuredProxyPushSupplier_var proxy = StructuredProxyPushSupplier::_narrow(made.in());
+        const ProxySupplier_var made =
+            admin_->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        const StructuredProxyPushSupplier_var proxy =
+            StructuredProxyPushSupplier::_narrow(made.in());
         proxy->connect_structured_push_consumer(consumer.in());
         const bool dies = below(4) == 0;
         for (int steps = below(12); steps > 0 && Clock::now() < end; --steps)
@@ -132,7 +139,8 @@ class RestlessNms {
         const CosNotifyComm::SequencePushConsumer_var consumer =
             CosNotifyComm::SequencePushConsumer::_narrow(object.in());
         ProxyID id = 0;
-        const ProxySupplier_var made = admin_->obtain_notification_push_supplier(SEQUENCE_EVENT, id);
+        const ProxySupplier_var made =
+            admin_->obtain_notification_push_supplier(SEQUENCE_EVENT, id);
         const SequenceProxyPushSupplier_var proxy = SequenceProxyPushSupplier::_narrow(made.in());
         proxy->set_qos(property(CosNotification::MaximumBatchSize, CORBA::Long(1 + below(50))));
         proxy->set_qos(property(CosNotification::PacingInterval,
@@ -147,16 +155,18 @@ class RestlessNms {
 
     void withPulls(Clock::time_point end) {
         ProxyID id = 0;
-        const ProxySupplier_var made = admin_->obtain_notification_pull_supplier(SEQUENCE_EVENT, id);
+        const ProxySupplier_var made =
+            admin_->obtain_notification_pull_supplier(SEQUENCE_EVENT, id);
         const SequenceProxyPullSupplier_var proxy = SequenceProxyPullSupplier::_narrow(made.in());
         proxy->set_qos(property(CosNotification::MaximumBatchSize, CORBA::Long(1 + below(50))));
-        proxy->set_qos(
-            property(CosNotification::Timeout, CORBA::ULongLong(10'000u) * CORBA::ULongLong(below(20))));
+        proxy->set_qos(property(CosNotification::Timeout,
+                                CORBA::ULongLong(10'000u) * CORBA::ULongLong(below(20))));
         proxy->connect_sequence_pull_consumer(CosNotifyComm::SequencePullConsumer::_nil());
         Counter counter;
         for (int pulls = below(30); pulls > 0 && Clock::now() < end; --pulls) {
             CORBA::Boolean has = false;
-            const CosNotification::EventBatch_var batch = proxy->try_pull_structured_events(100, has);
+            const CosNotification::EventBatch_var batch =
+                proxy->try_pull_structured_events(100, has);
             for (CORBA::ULong i = 0; i < batch->length(); ++i)
                 counter.count(std::as_const(*batch.operator->())[i]);
             if (below(10) == 0)
@@ -179,16 +189,19 @@ class RestlessNms {
                 proxy.remove_all_filters();
                 break;
             case 2:
-                proxy.set_qos(property(CosNotification::MaxEventsPerConsumer, CORBA::Long(1 + below(200))));
+                proxy.set_qos(
+                    property(CosNotification::MaxEventsPerConsumer, CORBA::Long(1 + below(200))));
                 break;
             case 3:
                 suspendAndResume(proxy);
                 break;
             case 4:
-                proxy.subscription_change(types("tmf_mtnm", "NT_ALARM"), CosNotification::EventTypeSeq());
+                proxy.subscription_change(types("tmf_mtnm", "NT_ALARM"),
+                                          CosNotification::EventTypeSeq());
                 break;
             case 5:
-                proxy.subscription_change(CosNotification::EventTypeSeq(), types("tmf_mtnm", "NT_ALARM"));
+                proxy.subscription_change(CosNotification::EventTypeSeq(),
+                                          types("tmf_mtnm", "NT_ALARM"));
                 break;
             default:
                 std::this_thread::yield();
@@ -199,8 +212,9 @@ class RestlessNms {
         const CosNotifyFilter::Filter_var filter = filters_->create_filter("EXTENDED_TCL");
         CosNotifyFilter::ConstraintExpSeq constraints;
         constraints.length(1);
-        constraints[0].constraint_expr = CORBA::string_dup(
-            below(2) == 0 ? "$type_name == 'NT_ALARM'" : "exist $notificationId and $notificationId != '7'");
+        constraints[0].constraint_expr =
+            CORBA::string_dup(below(2) == 0 ? "$type_name == 'NT_ALARM'"
+                                            : "exist $notificationId and $notificationId != '7'");
         const CosNotifyFilter::ConstraintInfoSeq_var added = filter->add_constraints(constraints);
         const CosNotifyFilter::FilterID id = proxy.add_filter(filter.in());
         if (below(2) == 0)
@@ -259,7 +273,8 @@ TEST_F(Stress, LeavesASteadyConsumerEveryEventInOrderAndTheCountsTrue) {
                 std::this_thread::yield();
                 continue;
             }
-            channel().push(event(std::to_string(pushed + 1), pushed % 3 == 0 ? "NT_TCA" : "NT_ALARM"));
+            channel().push(
+                event(std::to_string(pushed + 1), pushed % 3 == 0 ? "NT_TCA" : "NT_ALARM"));
             ++pushed;
         }
     });

@@ -27,11 +27,13 @@ class Suppliers : public ChannelFixture {
 };
 
 TEST_F(Suppliers, OfStructuredEventsReachTheConsumers) {
-    const StructuredProxyPushConsumer_var into = proxy<StructuredProxyPushConsumer>(STRUCTURED_EVENT);
+    const StructuredProxyPushConsumer_var into =
+        proxy<StructuredProxyPushConsumer>(STRUCTURED_EVENT);
     EXPECT_THROW(into->push_structured_event(event("early")), CosEventComm::Disconnected);
     into->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
-    EXPECT_THROW(into->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil()),
-                 CosEventChannelAdmin::AlreadyConnected);
+    EXPECT_THROW(
+        into->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil()),
+        CosEventChannelAdmin::AlreadyConnected);
     into->push_structured_event(event("one"));
     ASSERT_TRUE(gets(consumer_, 1));
     EXPECT_THAT(consumer_.names(), ElementsAre("one"));
@@ -56,7 +58,8 @@ TEST_F(Suppliers, OfAnyEventsReachConsumersOfEveryKind) {
     const ConsumerAdmin_var consumerAdmin = consumers();
     const ProxyPushSupplier_var out = pushProxy<ProxyPushSupplier>(consumerAdmin.in(), ANY_EVENT);
     const CORBA::Object_var object = remote(anyConsumer);
-    const CosNotifyComm::PushConsumer_var reference = CosNotifyComm::PushConsumer::_narrow(object.in());
+    const CosNotifyComm::PushConsumer_var reference =
+        CosNotifyComm::PushConsumer::_narrow(object.in());
     out->connect_any_push_consumer(reference.in());
 
     const ProxyPushConsumer_var into = proxy<ProxyPushConsumer>(ANY_EVENT);
@@ -91,7 +94,8 @@ TEST_F(Suppliers, AreListedAndLimited) {
 }
 
 TEST_F(Suppliers, OffersAreShownToConsumers) {
-    const StructuredProxyPushConsumer_var into = proxy<StructuredProxyPushConsumer>(STRUCTURED_EVENT);
+    const StructuredProxyPushConsumer_var into =
+        proxy<StructuredProxyPushConsumer>(STRUCTURED_EVENT);
     into->offer_change(types("tmf_mtnm", "NT_ALARM"), CosNotification::EventTypeSeq());
     const StructuredProxyPushSupplier_var out = structuredProxy();
     CosNotification::EventTypeSeq_var offered = out->obtain_offered_types(ALL_NOW_UPDATES_OFF);

@@ -45,7 +45,8 @@ inline std::ostream& operator<<(std::ostream& out, const Notice& notice) {
                << testing::PrintToString(notice.removed);
 }
 
-/// What a peer was told, from any thread. `answer`, set before the peer is connected, is called first.
+/// What a peer was told, from any thread. `answer`, set before the peer is connected, is called
+/// first.
 class Noted {
   public:
     std::vector<Notice> notices() const {
@@ -60,7 +61,8 @@ class Noted {
     std::function<void()> answer;
 
   protected:
-    void note(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed) {
+    void note(const CosNotification::EventTypeSeq& added,
+              const CosNotification::EventTypeSeq& removed) {
         ++calls_;
         if (answer)
             answer();
@@ -87,7 +89,9 @@ class NotedConsumer : public Skeleton, public Noted {
 class StructuredNoted final : public NotedConsumer<POA_CosNotifyComm::StructuredPushConsumer>,
                               public Received {
   public:
-    void push_structured_event(const CosNotification::StructuredEvent& event) override { add(event); }
+    void push_structured_event(const CosNotification::StructuredEvent& event) override {
+        add(event);
+    }
     void disconnect_structured_push_consumer() override { end(); }
 };
 

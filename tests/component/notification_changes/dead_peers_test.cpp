@@ -107,7 +107,8 @@ TEST_F(DeadPeers, WithoutTheOperationAreToldNoMore) {
     PlainConsumer& consumer = make<PlainConsumer>();
     const ConsumerAdmin_var admin = consumers();
     const auto out = ProxyPushSupplier_var(pushProxy<ProxyPushSupplier>(admin.in(), ANY_EVENT));
-    const auto reference = CosEventComm::PushConsumer_var(referenceTo<CosEventComm::PushConsumer>(consumer));
+    const auto reference =
+        CosEventComm::PushConsumer_var(referenceTo<CosEventComm::PushConsumer>(consumer));
     out->connect_any_push_consumer(reference.in());
     EXPECT_EQ(offered(out, ALL_NOW_UPDATES_ON), kAll);
     const IntakeProxy in = intake();
@@ -175,7 +176,8 @@ TEST_F(DeadPeers, ThatHangDelayTheOthersNoticesOnceForTheTimeOut) {
     EXPECT_EQ(trace.count(kGivenUp), 1u);
 }
 
-// The healthy one has its turn first, so the first of those that hang is being called when the stop begins.
+// The healthy one has its turn first, so the first of those that hang is being called when the stop
+// begins.
 TEST_F(DeadPeers, ThatHangDelayTheStopByOneCall) {
     settings_.delivery.pushTimeout = std::chrono::milliseconds(300);
     const TraceCapture trace;

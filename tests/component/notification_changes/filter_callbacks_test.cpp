@@ -13,8 +13,8 @@ using testing::IsEmpty;
 class FilterCallbacks : public ChangesFixture {
   protected:
     CallbackID attach(Callback& callback) {
-        const auto reference =
-            CosNotifyComm::NotifySubscribe_var(referenceTo<CosNotifyComm::NotifySubscribe>(callback));
+        const auto reference = CosNotifyComm::NotifySubscribe_var(
+            referenceTo<CosNotifyComm::NotifySubscribe>(callback));
         return filter_->attach_callback(reference.in());
     }
     /// A constraint for these types of the domain "d"; its number.
@@ -69,9 +69,10 @@ TEST_F(FilterCallbacks, AreToldWhenConstraintsAreAddedChangedAndRemoved) {
     ASSERT_TRUE(callback_.isTold(4));
     filter_->remove_all_constraints();
     ASSERT_TRUE(callback_.isTold(5));
-    EXPECT_THAT(callback_.notices(),
-                ElementsAre(Notice{{"d/A", "d/B"}, kNone}, Notice{{"d/C"}, kNone}, Notice{{"d/D"}, kNone},
-                            Notice{kNone, {"d/B", "d/C"}}, Notice{kNone, {"d/A", "d/D"}}));
+    EXPECT_THAT(
+        callback_.notices(),
+        ElementsAre(Notice{{"d/A", "d/B"}, kNone}, Notice{{"d/C"}, kNone}, Notice{{"d/D"}, kNone},
+                    Notice{kNone, {"d/B", "d/C"}}, Notice{kNone, {"d/A", "d/D"}}));
 }
 
 TEST_F(FilterCallbacks, AreToldThatADestroyedFilterHasNoTypes) {
@@ -130,7 +131,8 @@ TEST_F(FilterCallbacks, AreListedAndToldUntilTheyAreDetached) {
 }
 
 TEST_F(FilterCallbacks, AreNotNilAndNotMoreThanTwenty) {
-    EXPECT_THROW(filter_->attach_callback(CosNotifyComm::NotifySubscribe::_nil()), CORBA::BAD_PARAM);
+    EXPECT_THROW(filter_->attach_callback(CosNotifyComm::NotifySubscribe::_nil()),
+                 CORBA::BAD_PARAM);
     const auto reference =
         CosNotifyComm::NotifySubscribe_var(referenceTo<CosNotifyComm::NotifySubscribe>(callback_));
     const CallbackID first = filter_->attach_callback(reference.in());

@@ -24,7 +24,8 @@ TEST_F(Offers, AreToldToAConsumerThatHasAskedForTheList) {
     ASSERT_TRUE(consumer.isTold(1));
     in->offer_change(typesOf({"B", "C"}), typesOf({"A"}));
     ASSERT_TRUE(consumer.isTold(2));
-    EXPECT_THAT(consumer.notices(), ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/B", "d/C"}, {"d/A"}}));
+    EXPECT_THAT(consumer.notices(),
+                ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/B", "d/C"}, {"d/A"}}));
     EXPECT_EQ(offered(out, ALL_NOW_UPDATES_ON), Names({"d/B", "d/C"}));
 }
 
@@ -103,8 +104,8 @@ TEST_F(Offers, GoWithTheirProxyOrAdmin) {
     const EventChannel_var remote = remoteChannel();
     AdminID id = 0;
     const SupplierAdmin_var admin = remote->new_for_suppliers(AND_OP, id);
-    const auto ofAdmin =
-        StructuredProxyPushConsumer_var(intakeOf<StructuredProxyPushConsumer>(admin.in(), STRUCTURED_EVENT));
+    const auto ofAdmin = StructuredProxyPushConsumer_var(
+        intakeOf<StructuredProxyPushConsumer>(admin.in(), STRUCTURED_EVENT));
     const IntakeProxy other = intake();
     admin->offer_change(typesOf({"A"}), typesOf({}));
     ofAdmin->offer_change(typesOf({"B"}), typesOf({}));
@@ -130,7 +131,8 @@ TEST_F(Offers, ThatChangeNothingTogetherAreNotTold) {
     ASSERT_TRUE(consumer.isTold(1));
     in->offer_change(typesOf({"A"}), typesOf({"Z"}));
     in->offer_change(typesOf({"A"}), typesOf({"A"}));
-    EXPECT_THROW(in->offer_change(typesOf({"X", ""}), typesOf({"A"})), CosNotifyComm::InvalidEventType);
+    EXPECT_THROW(in->offer_change(typesOf({"X", ""}), typesOf({"A"})),
+                 CosNotifyComm::InvalidEventType);
     in->offer_change(typesOf({"B"}), typesOf({}));
     ASSERT_TRUE(consumer.isTold(2));
     EXPECT_THAT(consumer.notices(), ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/B"}, kNone}));
@@ -156,22 +158,25 @@ class PullNoted final : public NotedConsumer<POA_CosNotifyComm::StructuredPullCo
 TEST_F(Offers, AreToldToConsumersOfEveryKind) {
     const ConsumerAdmin_var admin = consumers();
     SequenceNoted& sequence = make<SequenceNoted>();
-    const auto sequenceProxy =
-        SequenceProxyPushSupplier_var(pushProxy<SequenceProxyPushSupplier>(admin.in(), SEQUENCE_EVENT));
-    const auto sequenceReference =
-        CosNotifyComm::SequencePushConsumer_var(referenceTo<CosNotifyComm::SequencePushConsumer>(sequence));
+    const auto sequenceProxy = SequenceProxyPushSupplier_var(
+        pushProxy<SequenceProxyPushSupplier>(admin.in(), SEQUENCE_EVENT));
+    const auto sequenceReference = CosNotifyComm::SequencePushConsumer_var(
+        referenceTo<CosNotifyComm::SequencePushConsumer>(sequence));
     sequenceProxy->connect_sequence_push_consumer(sequenceReference.in());
     AnyNoted& any = make<AnyNoted>();
-    const auto anyProxy = ProxyPushSupplier_var(pushProxy<ProxyPushSupplier>(admin.in(), ANY_EVENT));
-    const auto anyReference = CosNotifyComm::PushConsumer_var(referenceTo<CosNotifyComm::PushConsumer>(any));
+    const auto anyProxy =
+        ProxyPushSupplier_var(pushProxy<ProxyPushSupplier>(admin.in(), ANY_EVENT));
+    const auto anyReference =
+        CosNotifyComm::PushConsumer_var(referenceTo<CosNotifyComm::PushConsumer>(any));
     anyProxy->connect_any_push_consumer(anyReference.in());
     PullNoted& pull = make<PullNoted>();
     ProxyID id = 0;
-    const ProxySupplier_var pullMade = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
+    const ProxySupplier_var pullMade =
+        admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
     const auto pullProxy =
         StructuredProxyPullSupplier_var(StructuredProxyPullSupplier::_narrow(pullMade.in()));
-    const auto pullReference =
-        CosNotifyComm::StructuredPullConsumer_var(referenceTo<CosNotifyComm::StructuredPullConsumer>(pull));
+    const auto pullReference = CosNotifyComm::StructuredPullConsumer_var(
+        referenceTo<CosNotifyComm::StructuredPullConsumer>(pull));
     pullProxy->connect_structured_pull_consumer(pullReference.in());
     EXPECT_EQ(offered(sequenceProxy, ALL_NOW_UPDATES_ON), kAll);
     EXPECT_EQ(offered(anyProxy, ALL_NOW_UPDATES_ON), kAll);
@@ -203,8 +208,8 @@ TEST_F(Offers, ThatChangeWhileAConsumerIsToldAreOneNotice) {
     ASSERT_TRUE(consumer.isTold(2));
     in->offer_change(typesOf({"D"}), typesOf({}));
     ASSERT_TRUE(consumer.isTold(3));
-    EXPECT_THAT(consumer.notices(),
-                ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/C"}, {"d/A"}}, Notice{{"d/D"}, kNone}));
+    EXPECT_THAT(consumer.notices(), ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/C"}, {"d/A"}},
+                                                Notice{{"d/D"}, kNone}));
 }
 
 // Neither the supplier's call nor any lock waits for the consumer.

@@ -50,8 +50,8 @@ class StressOfChanges : public ChangesFixture {
         std::mt19937 random(seed);
         const EventChannel_var remote = remoteChannel();
         const CosNotifyFilter::FilterFactory_var factory = remote->default_filter_factory();
-        const auto reference =
-            CosNotifyComm::NotifySubscribe_var(referenceTo<CosNotifyComm::NotifySubscribe>(callback));
+        const auto reference = CosNotifyComm::NotifySubscribe_var(
+            referenceTo<CosNotifyComm::NotifySubscribe>(callback));
         for (int i = 0; i < kRounds / 5; ++i) {
             const CosNotifyFilter::Filter_var made = factory->create_filter("EXTENDED_TCL");
             const CosNotifyFilter::CallbackID id = made->attach_callback(reference.in());
@@ -59,7 +59,8 @@ class StressOfChanges : public ChangesFixture {
             expressions.length(1);
             for (int j = 0; j < 5; ++j) {
                 expressions[0].event_types = typesOf({any(random)});
-                const CosNotifyFilter::ConstraintInfoSeq_var added = made->add_constraints(expressions);
+                const CosNotifyFilter::ConstraintInfoSeq_var added =
+                    made->add_constraints(expressions);
             }
             if (random() % 2 == 0)
                 made->detach_callback(id);
@@ -102,12 +103,13 @@ TEST_F(StressOfChanges, LeavesThosePeersWhoStayWithTheWholeTruth) {
         }
     }
     const PushProxy reader = structuredProxy();
-    EXPECT_TRUE(addsUp(knownOffers, consumer, [&] { return offered(reader, ALL_NOW_UPDATES_OFF); }));
+    EXPECT_TRUE(
+        addsUp(knownOffers, consumer, [&] { return offered(reader, ALL_NOW_UPDATES_OFF); }));
     EXPECT_EQ(offered(reader, ALL_NOW_UPDATES_OFF), Names({"d/STAYS"}));
     reader->disconnect_structured_push_supplier();
     const IntakeProxy otherReader = intake();
-    EXPECT_TRUE(
-        addsUp(knownSubscriptions, supplier, [&] { return subscribed(otherReader, ALL_NOW_UPDATES_OFF); }));
+    EXPECT_TRUE(addsUp(knownSubscriptions, supplier,
+                       [&] { return subscribed(otherReader, ALL_NOW_UPDATES_OFF); }));
     EXPECT_EQ(subscribed(otherReader, ALL_NOW_UPDATES_OFF), Names({"d/STAYS"}));
     EXPECT_FALSE(consumer.notices().empty());
     EXPECT_FALSE(supplier.notices().empty());

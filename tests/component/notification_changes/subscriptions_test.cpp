@@ -42,8 +42,8 @@ TEST_F(Subscriptions, AreThoseOfTheProxyWithinThoseOfItsAdmin) {
     const ConsumerAdmin_var admin = remote->new_for_consumers(AND_OP, id);
     admin->subscription_change(typesOf({"A", "B"}), typesOf({}));
     EXPECT_EQ(all(in), kNone) << "an admin without a consumer";
-    const auto proxy =
-        StructuredProxyPushSupplier_var(pushProxy<StructuredProxyPushSupplier>(admin.in(), STRUCTURED_EVENT));
+    const auto proxy = StructuredProxyPushSupplier_var(
+        pushProxy<StructuredProxyPushSupplier>(admin.in(), STRUCTURED_EVENT));
     EXPECT_EQ(all(in), Names({"d/A", "d/B"}));
     proxy->subscription_change(typesOf({"B", "C"}), typesOf({}));
     EXPECT_EQ(all(in), Names({"d/B"})) << "nothing else reaches this consumer";
@@ -81,7 +81,8 @@ TEST_F(Subscriptions, ThatChangeNothingTogetherAreNotTold) {
     other->subscription_change(typesOf({"A"}), typesOf({}));
     other->subscription_change(typesOf({"B"}), typesOf({"A"}));
     other->disconnect_structured_push_supplier();
-    EXPECT_THROW(one->subscription_change(typesOf({"X", ""}), typesOf({})), CosNotifyComm::InvalidEventType);
+    EXPECT_THROW(one->subscription_change(typesOf({"X", ""}), typesOf({})),
+                 CosNotifyComm::InvalidEventType);
     one->disconnect_structured_push_supplier();
     ASSERT_TRUE(supplier.isTold(2));
     EXPECT_THAT(supplier.notices(), ElementsAre(Notice{kAll, kNone}, Notice{kNone, kAll}));
@@ -139,15 +140,16 @@ class AnySupplier final : public NotedSubscriber<POA_CosNotifyComm::PushSupplier
 TEST_F(Subscriptions, AreToldToSuppliersOfEveryKind) {
     const SupplierAdmin_var admin = suppliers();
     SequenceSupplier& sequence = make<SequenceSupplier>();
-    const auto sequenceProxy =
-        SequenceProxyPushConsumer_var(intakeOf<SequenceProxyPushConsumer>(admin.in(), SEQUENCE_EVENT));
-    const auto sequenceReference =
-        CosNotifyComm::SequencePushSupplier_var(referenceTo<CosNotifyComm::SequencePushSupplier>(sequence));
+    const auto sequenceProxy = SequenceProxyPushConsumer_var(
+        intakeOf<SequenceProxyPushConsumer>(admin.in(), SEQUENCE_EVENT));
+    const auto sequenceReference = CosNotifyComm::SequencePushSupplier_var(
+        referenceTo<CosNotifyComm::SequencePushSupplier>(sequence));
     sequenceProxy->connect_sequence_push_supplier(sequenceReference.in());
     EXPECT_EQ(subscribed(sequenceProxy, ALL_NOW_UPDATES_ON), kNone);
     AnySupplier& any = make<AnySupplier>();
     const auto anyProxy = ProxyPushConsumer_var(intakeOf<ProxyPushConsumer>(admin.in(), ANY_EVENT));
-    const auto anyReference = CosNotifyComm::PushSupplier_var(referenceTo<CosNotifyComm::PushSupplier>(any));
+    const auto anyReference =
+        CosNotifyComm::PushSupplier_var(referenceTo<CosNotifyComm::PushSupplier>(any));
     anyProxy->connect_any_push_supplier(anyReference.in());
     EXPECT_EQ(subscribed(anyProxy, ALL_NOW_UPDATES_ON), kNone);
     const PushProxy out = structuredProxy();

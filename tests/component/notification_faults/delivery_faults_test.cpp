@@ -7,8 +7,8 @@
 #include <array>
 #include <functional>
 
-#include "failing_memory.h"
 #include "delivery/subscription.h"
+#include "failing_memory.h"
 #include "unit/notification/numbered_events.h"
 
 namespace kelp::notification {
@@ -21,8 +21,11 @@ using testing::ElementsAre;
 /// Takes a turn when the test wants. It needs memory for each, as the real one does.
 class HandScheduler final : public Subscription::Scheduler {
   public:
-    void ready(std::shared_ptr<Subscription> subscription) override { turns.push_back(subscription); }
-    void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point, bool) override {
+    void ready(std::shared_ptr<Subscription> subscription) override {
+        turns.push_back(subscription);
+    }
+    void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point,
+               bool) override {
         turns.push_back(subscription);
     }
     void sooner(const Subscription&, Subscription::Clock::time_point) override {}

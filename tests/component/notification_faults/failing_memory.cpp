@@ -54,7 +54,8 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size) {
 }
 
 // Does not fail on purpose. Memory must come from where operator delete gives it back.
-__attribute__((visibility("default"))) void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+__attribute__((visibility("default"))) void* operator new(std::size_t size,
+                                                          const std::nothrow_t&) noexcept {
     return std::malloc(size == 0 ? 1 : size);
 }
 

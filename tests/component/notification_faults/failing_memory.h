@@ -4,8 +4,9 @@
 
 namespace kelp::test {
 
-/// While it lives, one of the calling thread's next allocations fails with std::bad_alloc. Only those count
-/// that code of this program makes (the channel is part of it), not those of shared libraries.
+/// While it lives, one of the calling thread's next allocations fails with std::bad_alloc. Only
+/// those count that code of this program makes (the channel is part of it), not those of shared
+/// libraries.
 class FailingMemory {
   public:
     /// The `nth`, from 1 on.
@@ -17,7 +18,8 @@ class FailingMemory {
     bool hasHappened() const;
 };
 
-/// Calls `attempt` with the first allocation failing, the second, and so on until none does any more.
+/// Calls `attempt` with the first allocation failing, the second, and so on until none does any
+/// more.
 template <class Attempt>
 void withEachAllocationFailing(Attempt attempt) {
     constexpr int kFarMoreThanThereAre = 10000;

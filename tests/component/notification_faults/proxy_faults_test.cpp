@@ -90,7 +90,8 @@ TEST_F(ProxyFaults, LeaveNoHalfOfASuppliersProxy) {
         return failed;
     });
     ProxyID id = 0;
-    EXPECT_NO_THROW(ProxyConsumer_var(supplierAdmin_->obtain_notification_push_consumer(ANY_EVENT, id)));
+    EXPECT_NO_THROW(
+        ProxyConsumer_var(supplierAdmin_->obtain_notification_push_consumer(ANY_EVENT, id)));
 }
 
 TEST_F(ProxyFaults, DoNotKeepAProxyFromItsEnd) {
@@ -101,7 +102,8 @@ TEST_F(ProxyFaults, DoNotKeepAProxyFromItsEnd) {
         proxy->suspend_connection();
         push(1, 1);
         PortableServer::ServantBase_var pin = kelp::test::channelServant(orb_.root(), proxy.in());
-        auto& servant = dynamic_cast<POA_CosNotifyChannelAdmin::StructuredProxyPushSupplier&>(*pin.in());
+        auto& servant =
+            dynamic_cast<POA_CosNotifyChannelAdmin::StructuredProxyPushSupplier&>(*pin.in());
         const bool failed = failsWith(nth, [&] { servant.disconnect_structured_push_supplier(); });
         EXPECT_TRUE(proxy->_non_existent()) << "allocation " << nth;
         EXPECT_TRUE(channel().consumers().empty()) << "allocation " << nth;

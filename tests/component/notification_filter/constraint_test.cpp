@@ -350,7 +350,8 @@ TEST(HostileConstraints, AreRefusedOrHarmless) {
     const kelp::test::RunningOrb orb;
     const CosNotification::StructuredEvent event = alarm(orb.orb());
     EXPECT_THROW(Constraint(std::string(100000, '(')), ConstraintSyntaxError);
-    EXPECT_THROW(Constraint(std::string(300, '(') + "TRUE" + std::string(300, ')')), ConstraintSyntaxError);
+    EXPECT_THROW(Constraint(std::string(300, '(') + "TRUE" + std::string(300, ')')),
+                 ConstraintSyntaxError);
     EXPECT_THROW(Constraint(std::string("TRUE\0FALSE", 10)), ConstraintSyntaxError);
     std::string nots;
     for (int i = 0; i < 1500; ++i)

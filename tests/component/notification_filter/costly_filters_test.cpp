@@ -1,4 +1,5 @@
-// Filters that cost much delay nobody else's events, and constraints that are refused leave nothing behind.
+// Filters that cost much delay nobody else's events, and constraints that are refused leave nothing
+// behind.
 
 #include <malloc.h>
 
@@ -121,8 +122,10 @@ TEST(RefusedConstraints, AreThoseThatCostTooMuch) {
     EXPECT_THROW(Constraint(many, limits), ConstraintSyntaxError);
     EXPECT_THROW(Constraint("1 in $a and 2 in $a", limits), ConstraintSyntaxError);
     EXPECT_THROW(Constraint("$a(b)(c) == 1", limits), ConstraintSyntaxError);
-    EXPECT_THROW(Constraint("'" + std::string(5000, 'x') + "' == 'x'", limits), ConstraintSyntaxError);
-    EXPECT_THROW(Constraint(std::string(60, '(') + "TRUE" + std::string(60, ')')), ConstraintSyntaxError);
+    EXPECT_THROW(Constraint("'" + std::string(5000, 'x') + "' == 'x'", limits),
+                 ConstraintSyntaxError);
+    EXPECT_THROW(Constraint(std::string(60, '(') + "TRUE" + std::string(60, ')')),
+                 ConstraintSyntaxError);
     EXPECT_NO_THROW(Constraint(std::string(40, '(') + "TRUE" + std::string(40, ')')));
 }
 

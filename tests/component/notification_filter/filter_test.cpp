@@ -40,10 +40,12 @@ TEST_F(Filters, SelectEventsForAProxy) {
     const Filter_var chosen = filter();
     proxy->add_filter(chosen.in());
     push(1, 3);
-    const ConstraintInfoSeq_var added = chosen->add_constraints(expressions({"$notificationId == '5'"}));
+    const ConstraintInfoSeq_var added =
+        chosen->add_constraints(expressions({"$notificationId == '5'"}));
     push(4, 6);
     ASSERT_TRUE(gets(consumer, 1));
-    EXPECT_THAT(consumer.names(), ElementsAre("5")) << "a filter without a constraint lets nothing through";
+    EXPECT_THAT(consumer.names(), ElementsAre("5"))
+        << "a filter without a constraint lets nothing through";
 }
 
 TEST_F(Filters, OfOtherProcessesAreRefusedAndDestroyedOnesMatchNothing) {
@@ -86,7 +88,8 @@ TEST_F(Filters, HaveConstraintsForTypesOfEvents) {
 
 TEST_F(Filters, MatchAnyEventsAndPropertiesToo) {
     const Filter_var chosen = filter();
-    const ConstraintInfoSeq_var added = chosen->add_constraints(expressions({"$notificationId == '5'"}));
+    const ConstraintInfoSeq_var added =
+        chosen->add_constraints(expressions({"$notificationId == '5'"}));
     CORBA::Any any;
     any <<= event("5");
     EXPECT_TRUE(chosen->match(any));
@@ -109,7 +112,8 @@ TEST_F(Filters, AreMadeForTheOneGrammar) {
 TEST_F(Filters, AddAllOfTheConstraintsOrNone) {
     const Filter_var chosen = filter();
     try {
-        const ConstraintInfoSeq_var added = chosen->add_constraints(expressions({"TRUE", "$a ==", "FALSE"}));
+        const ConstraintInfoSeq_var added =
+            chosen->add_constraints(expressions({"TRUE", "$a ==", "FALSE"}));
         ADD_FAILURE() << "an invalid constraint was taken";
     } catch (const InvalidConstraint& invalid) {
         EXPECT_STREQ(invalid.constr.constraint_expr.in(), "$a ==");
@@ -120,7 +124,8 @@ TEST_F(Filters, AddAllOfTheConstraintsOrNone) {
 
 TEST_F(Filters, ChangeAndRemoveConstraintsByNumber) {
     const Filter_var chosen = filter();
-    ConstraintInfoSeq_var added = chosen->add_constraints(expressions({"$notificationId == '1'", "FALSE"}));
+    ConstraintInfoSeq_var added =
+        chosen->add_constraints(expressions({"$notificationId == '1'", "FALSE"}));
     ASSERT_EQ(added->length(), 2u);
     EXPECT_NE(added[0].constraint_id, added[1].constraint_id);
     ConstraintInfoSeq changed(added.in());

@@ -1,5 +1,5 @@
-// What the check of parameters lets through, the ORB decodes and encodes again without harm: anys that were
-// changed at random are sent to an object if the check calls them fine.
+// What the check of parameters lets through, the ORB decodes and encodes again without harm: anys
+// that were changed at random are sent to an object if the check calls them fine.
 
 #include <cos/CosNotifyComm.h>
 #include <gtest/gtest.h>
@@ -76,9 +76,10 @@ CORBA::Any exampleOf(unsigned number) {
 class AnyDecoding : public testing::Test {
   protected:
     AnyDecoding() {
-        const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), behind_.corbaloc("1.0"));
-        const auto next =
-            CosEventComm::PushConsumer_var(CosEventComm::PushConsumer::_unchecked_narrow(object.in()));
+        const CORBA::Object_var object =
+            kelp::orb::toReference(orb_.orb(), behind_.corbaloc("1.0"));
+        const auto next = CosEventComm::PushConsumer_var(
+            CosEventComm::PushConsumer::_unchecked_narrow(object.in()));
         copier_ = new Copier(next.in());
         holder_ = copier_;
         const PortableServer::ObjectId_var id = orb_.root()->activate_object(copier_);
@@ -90,9 +91,10 @@ class AnyDecoding : public testing::Test {
 
     /// The parameters as the ORB encodes them, little-endian, at a multiple of 8.
     std::string encoded(const CORBA::Any& any) {
-        const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), recorder_.corbaloc("1.2"));
-        const auto consumer =
-            CosEventComm::PushConsumer_var(CosEventComm::PushConsumer::_unchecked_narrow(object.in()));
+        const CORBA::Object_var object =
+            kelp::orb::toReference(orb_.orb(), recorder_.corbaloc("1.2"));
+        const auto consumer = CosEventComm::PushConsumer_var(
+            CosEventComm::PushConsumer::_unchecked_narrow(object.in()));
         consumer->push(any);
         const RecordedArguments recorded(recorder_.lastRequest(), {});
         return recorder_.lastRequest().substr(recorded.body());
@@ -119,7 +121,8 @@ class AnyDecoding : public testing::Test {
         const std::string message = request(parameters);
         const auto* const octets = reinterpret_cast<const std::uint8_t*>(message.data());
         if (kelp::orb::giop::checkArguments(
-                "push", {{octets, message.size()}, message.size() - parameters.size(), true, 2, {}}) !=
+                "push",
+                {{octets, message.size()}, message.size() - parameters.size(), true, 2, {}}) !=
             ArgumentVerdict::Fine)
             return false;
         sendBytes(socket, message);

@@ -1,4 +1,5 @@
-// The check of encoded parameters, against what the ORB encodes for the events and types of this product.
+// The check of encoded parameters, against what the ORB encodes for the events and types of this
+// product.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gtest/gtest.h>
@@ -33,11 +34,13 @@ class ArgumentCheck : public testing::TestWithParam<const char*> {
 
     template <class Interface>
     typename Interface::_var_type consumer() {
-        const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), recorder_.corbaloc(GetParam()));
+        const CORBA::Object_var object =
+            kelp::orb::toReference(orb_.orb(), recorder_.corbaloc(GetParam()));
         return Interface::_unchecked_narrow(object.in());
     }
 
-    /// The limits are those of real use divided by 4, so that a type that is new in the interface has room.
+    /// The limits are those of real use divided by 4, so that a type that is new in the interface
+    /// has room.
     testing::AssertionResult lastIsFine(const std::string& operation) const {
         ArgumentLimits limits;
         limits.depthMax /= 2;
@@ -158,7 +161,8 @@ TEST_P(ArgumentCheck, FiltersAreFine) {
         pairs[i].result_to_set <<= CORBA::Short(2);
     }
     try {
-        const CosNotifyFilter::MappingConstraintInfoSeq_var made = mapping->add_mapping_constraints(pairs);
+        const CosNotifyFilter::MappingConstraintInfoSeq_var made =
+            mapping->add_mapping_constraints(pairs);
     } catch (const CORBA::SystemException&) {
     }
     EXPECT_TRUE(lastIsFine("add_mapping_constraints"));
@@ -196,14 +200,14 @@ TEST_P(ArgumentCheck, ObjectsOfTheInterfaceAreFine) {
 
 TEST_P(ArgumentCheck, TypesOfTheInterfaceAreFine) {
     for (const CORBA::TypeCode_ptr type :
-         {notifications::_tc_EventList_T, terminationPoint::_tc_GTPlist_T, callSNC::_tc_SNCAndRouteList_T,
-          callSNC::_tc_CallAndTopLevelConnectionsAndSNCsList_T, equipment::_tc_EquipmentOrHolderList_T,
-          flowDomainFragment::_tc_FDFrRoute_T, flowDomainFragment::_tc_FDFrCreateData_T,
-          protection::_tc_ProtectionGroupList_T, performance::_tc_PMTPSelectList_T,
-          trafficDescriptor::_tc_TrafficDescriptorList_T,
-          maintenanceOps::_tc_CurrentMaintenanceOperationList_T, softwareAndDataManager::_tc_BackupIdList_T,
-          CosNotification::_tc_EventBatch, globaldefs::_tc_ProcessingFailureException,
-          CosNotifyChannelAdmin::_tc_EventChannel}) {
+         {notifications::_tc_EventList_T, terminationPoint::_tc_GTPlist_T,
+          callSNC::_tc_SNCAndRouteList_T, callSNC::_tc_CallAndTopLevelConnectionsAndSNCsList_T,
+          equipment::_tc_EquipmentOrHolderList_T, flowDomainFragment::_tc_FDFrRoute_T,
+          flowDomainFragment::_tc_FDFrCreateData_T, protection::_tc_ProtectionGroupList_T,
+          performance::_tc_PMTPSelectList_T, trafficDescriptor::_tc_TrafficDescriptorList_T,
+          maintenanceOps::_tc_CurrentMaintenanceOperationList_T,
+          softwareAndDataManager::_tc_BackupIdList_T, CosNotification::_tc_EventBatch,
+          globaldefs::_tc_ProcessingFailureException, CosNotifyChannelAdmin::_tc_EventChannel}) {
         CORBA::Any any;
         any <<= type;
         EXPECT_TRUE(isFine(any)) << type->name();
@@ -234,11 +238,14 @@ TEST_P(ArgumentCheck, RecursiveTypesAreFine) {
     members[1].name = CORBA::string_dup("children");
     const CORBA::TypeCode_var itself = orb_.orb()->create_recursive_tc("IDL:test/Node:1.0");
     members[1].type = orb_.orb()->create_sequence_tc(0, itself.in());
-    const CORBA::TypeCode_var node = orb_.orb()->create_struct_tc("IDL:test/Node:1.0", "Node", members);
+    const CORBA::TypeCode_var node =
+        orb_.orb()->create_struct_tc("IDL:test/Node:1.0", "Node", members);
     EXPECT_TRUE(isFineIn(node.in()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Giop, ArgumentCheck, testing::Values("1.0", "1.1", "1.2"),
-                         [](const auto& about) { return std::string("Version1") + about.param[2]; });
+                         [](const auto& about) {
+                             return std::string("Version1") + about.param[2];
+                         });
 
 }  // namespace

@@ -46,7 +46,8 @@ bool hasFailed(std::future<std::string>& call) {
     if (call.wait_for(30s) != std::future_status::ready)
         return false;
     const std::string outcome = call.get();
-    EXPECT_TRUE(outcome == "COMM_FAILURE" || outcome == "TRANSIENT" || outcome == "TIMEOUT") << outcome;
+    EXPECT_TRUE(outcome == "COMM_FAILURE" || outcome == "TRANSIENT" || outcome == "TIMEOUT")
+        << outcome;
     return true;
 }
 

@@ -1,5 +1,5 @@
-// Texts for a client whose code set cannot hold all of their characters. A request of these clients names no
-// code set, which means ISO-8859-1.
+// Texts for a client whose code set cannot hold all of their characters. A request of these clients
+// names no code set, which means ISO-8859-1.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/timeouts.h>
@@ -43,7 +43,8 @@ class RefusingIterator final : public virtual POA_globaldefs::NamingAttributesIt
 
   private:
     void refuse() const {
-        throw globaldefs::ProcessingFailureException(globaldefs::EXCPT_USERLABEL_IN_USE, text.c_str());
+        throw globaldefs::ProcessingFailureException(globaldefs::EXCPT_USERLABEL_IN_USE,
+                                                     text.c_str());
     }
 };
 
@@ -71,7 +72,8 @@ class CodeSets : public testing::TestWithParam<std::uint8_t> {
   protected:
     CodeSets() { orb::setThreadTimeout(std::chrono::seconds(30)); }
 
-    void start(orb::OrbOptions::Unconvertible unconvertible = orb::OrbOptions::Unconvertible::Refuse) {
+    void start(
+        orb::OrbOptions::Unconvertible unconvertible = orb::OrbOptions::Unconvertible::Refuse) {
         orb::OrbOptions options = loopbackOptions();
         options.unconvertible = unconvertible;
         orb_.emplace(&hook_, options);
@@ -149,7 +151,8 @@ TEST_P(CodeSets, ReasonThatTheClientCannotReadIsRefusedAndTheConnectionStays) {
     iterator_->text = kPolish;
     expectRefused(ask(iteratorReference_.in(), "getLength"));
     iterator_->text = kFrench;
-    EXPECT_NE(ask(iteratorReference_.in(), "getLength").content.find("r\xe9seau"), std::string::npos);
+    EXPECT_NE(ask(iteratorReference_.in(), "getLength").content.find("r\xe9seau"),
+              std::string::npos);
     EXPECT_EQ(hook_.last(), "ProcessingFailureException");
     expectServed();
 }
@@ -160,7 +163,8 @@ TEST_P(CodeSets, QuestionMarksTakeThePlaceOfWhatTheClientCannotRead) {
     EXPECT_NE(ask(reference_.in(), "getVersion").content.find("?\xf3\x64?"), std::string::npos);
     EXPECT_EQ(hook_.last(), "");
     iterator_->text = kPolish;
-    EXPECT_NE(ask(iteratorReference_.in(), "getLength").content.find("?\xf3\x64?"), std::string::npos);
+    EXPECT_NE(ask(iteratorReference_.in(), "getLength").content.find("?\xf3\x64?"),
+              std::string::npos);
     expectServed();
 }
 
@@ -170,7 +174,8 @@ TEST_P(CodeSets, ClientWithTheSameCodeSetGetsEveryTextUnchanged) {
         start(unconvertible);
         texts_->text = kPolish;
         const CORBA::Object_var remote = orb_->overTheWire(reference_.in());
-        const mtnmVersion::Version_I_var object = mtnmVersion::Version_I::_unchecked_narrow(remote.in());
+        const mtnmVersion::Version_I_var object =
+            mtnmVersion::Version_I::_unchecked_narrow(remote.in());
         const CORBA::String_var text = object->getVersion();
         EXPECT_STREQ(text.in(), kPolish);
         TearDown();

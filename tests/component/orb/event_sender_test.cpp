@@ -1,4 +1,5 @@
-// Events encoded once for all consumers: the octets, the results and the exceptions of the ordinary call.
+// Events encoded once for all consumers: the octets, the results and the exceptions of the ordinary
+// call.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/dyn_any.h>
@@ -45,16 +46,18 @@ StructuredEvent numbered(std::size_t number, std::size_t textSize = 0) {
     return event;
 }
 
-/// The same octets but for padding, of which there is never more than seven, and which the ORB leaves as it
-/// finds it.
-testing::AssertionResult differOnlyInPadding(const std::string& encoded, const std::string& ordinary) {
+/// The same octets but for padding, of which there is never more than seven, and which the ORB
+/// leaves as it finds it.
+testing::AssertionResult differOnlyInPadding(const std::string& encoded,
+                                             const std::string& ordinary) {
     if (encoded.size() != ordinary.size())
         return testing::AssertionFailure() << encoded.size() << " octets, not " << ordinary.size();
     std::size_t run = 0;
     for (std::size_t at = 0; at < encoded.size(); ++at) {
         run = encoded[at] == ordinary[at] ? 0 : run + 1;
         if (run > 7)
-            return testing::AssertionFailure() << "octet " << at << " of " << encoded.size() << " differs";
+            return testing::AssertionFailure()
+                   << "octet " << at << " of " << encoded.size() << " differs";
     }
     return testing::AssertionSuccess();
 }
@@ -66,14 +69,15 @@ class EventSenderBytes : public testing::TestWithParam<const char*> {
 
     template <class Interface>
     typename Interface::_ptr_type recorder() {
-        const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), recorder_.corbaloc(GetParam()));
+        const CORBA::Object_var object =
+            kelp::orb::toReference(orb_.orb(), recorder_.corbaloc(GetParam()));
         return Interface::_unchecked_narrow(object.in());
     }
 };
 
 TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForOneEvent) {
-    const auto consumer =
-        CosNotifyComm::StructuredPushConsumer_var(recorder<CosNotifyComm::StructuredPushConsumer>());
+    const auto consumer = CosNotifyComm::StructuredPushConsumer_var(
+        recorder<CosNotifyComm::StructuredPushConsumer>());
     for (const std::size_t textSize : {0, 5000, 9000, 100000}) {
         for (std::size_t number = 0; number < 9; ++number) {
             const SharedEvent event(numbered(number, textSize));
@@ -84,7 +88,8 @@ TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForOneEvent) {
             EXPECT_TRUE(differOnlyInPadding(recorder_.lastRequest(), expected))
                 << "event " << number << ", text " << textSize;
             encodingSender().push(consumer.in(), event);
-            EXPECT_TRUE(differOnlyInPadding(recorder_.lastRequest(), expected)) << "the second time";
+            EXPECT_TRUE(differOnlyInPadding(recorder_.lastRequest(), expected))
+                << "the second time";
             EXPECT_EQ(event.encodingsKept(), 1u);
         }
     }
@@ -100,12 +105,14 @@ TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForABatch) {
             events.push_back(std::make_unique<SharedEvent>(numbered(number, textSize)));
             batch.push_back(events.back().get());
         }
-        for (const std::size_t size : {std::size_t{50}, std::size_t{1}, std::size_t{7}, std::size_t{0}}) {
+        for (const std::size_t size :
+             {std::size_t{50}, std::size_t{1}, std::size_t{7}, std::size_t{0}}) {
             const std::span<const SharedEvent* const> some(batch.data(), size);
             ordinarySender().push(consumer.in(), some);
             const std::string expected = recorder_.lastRequest();
             encodingSender().push(consumer.in(), some);
-            EXPECT_TRUE(differOnlyInPadding(recorder_.lastRequest(), expected)) << size << " events";
+            EXPECT_TRUE(differOnlyInPadding(recorder_.lastRequest(), expected))
+                << size << " events";
         }
         for (const SharedEvent* each : batch)
             EXPECT_LE(each->encodingsKept(), 2u);
@@ -113,14 +120,17 @@ TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForABatch) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Giop, EventSenderBytes, testing::Values("1.0", "1.1", "1.2"),
-                         [](const auto& about) { return std::string("Version1") + about.param[2]; });
+                         [](const auto& about) {
+                             return std::string("Version1") + about.param[2];
+                         });
 
 /// Does with each event what a test wants.
 class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
   public:
     void push_structured_event(const StructuredEvent& event) override { onPush(event); }
     void disconnect_structured_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
     std::function<void(const StructuredEvent&)> onPush = [](const StructuredEvent&) {};
 };
@@ -129,7 +139,8 @@ class BatchConsumer final : public POA_CosNotifyComm::SequencePushConsumer {
   public:
     void push_structured_events(const CosNotification::EventBatch& batch) override { got = batch; }
     void disconnect_sequence_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
     CosNotification::EventBatch got;
 };
@@ -174,7 +185,8 @@ TEST_P(EventSenders, HandOverTheWholeEvent) {
     full.filterable_data[3].name = CORBA::string_dup("object");
     full.filterable_data[3].value <<= own.in();
     full.filterable_data[4].name = CORBA::string_dup("wide");
-    full.filterable_data[4].value <<= CORBA::Any::from_wstring(CORBA::wstring_dup(L"breit"), 0, true);
+    full.filterable_data[4].value <<=
+        CORBA::Any::from_wstring(CORBA::wstring_dup(L"breit"), 0, true);
     const SharedEvent event(full);
     for (const CosNotifyComm::StructuredPushConsumer_ptr each : {own.in(), remote.in()}) {
         bool equal = false;
@@ -212,7 +224,9 @@ TEST_P(EventSenders, RaiseWhatTheConsumerRaises) {
     for (const CosNotifyComm::StructuredPushConsumer_ptr each : {own.in(), remote.in()}) {
         consumer_.onPush = [](const StructuredEvent&) { throw CosEventComm::Disconnected(); };
         EXPECT_THROW(sender().push(each, event), CosEventComm::Disconnected);
-        consumer_.onPush = [](const StructuredEvent&) { throw CORBA::NO_RESOURCES(7, CORBA::COMPLETED_NO); };
+        consumer_.onPush = [](const StructuredEvent&) {
+            throw CORBA::NO_RESOURCES(7, CORBA::COMPLETED_NO);
+        };
         EXPECT_THROW(sender().push(each, event), CORBA::NO_RESOURCES);
         consumer_.onPush = [](const StructuredEvent&) {};
         sender().push(each, event);
@@ -238,7 +252,8 @@ INSTANTIATE_TEST_SUITE_P(Both, EventSenders,
                          testing::Values(
                              +[] { return &encodingSender(); }, +[] { return &ordinarySender(); }),
                          [](const auto& about) {
-                             return about.index == 0 ? std::string("Encoding") : std::string("Ordinary");
+                             return about.index == 0 ? std::string("Encoding")
+                                                     : std::string("Ordinary");
                          });
 
 }  // namespace

@@ -18,7 +18,8 @@ using kelp::orb::PeerAddress;
 constexpr std::uint32_t kForward = 3;
 constexpr std::uint32_t kNeedsAddressingMode = 5;
 
-std::string referenceTo(const std::string& host, std::uint16_t port, const std::string& key = "elsewhere") {
+std::string referenceTo(const std::string& host, std::uint16_t port,
+                        const std::string& key = "elsewhere") {
     Iiop iiop;
     iiop.host = host;
     iiop.port = port;
@@ -94,12 +95,14 @@ TEST_F(Forwards, ToAnObjectOfThisProcessAreNotFollowed) {
 
 TEST_F(Forwards, ToNowhereAreNotFollowed) {
     HostileServer nil([&](std::uint32_t number, unsigned) -> HostileServer::Answer {
-        return {giopReply(number, kForward, littleEndian(1) + std::string(4, '\0') + littleEndian(0))};
+        return {
+            giopReply(number, kForward, littleEndian(1) + std::string(4, '\0') + littleEndian(0))};
     });
     EXPECT_THROW(call(nil), CORBA::SystemException);
     EXPECT_EQ(nil.requests(), 1u);
     HostileServer half([&](std::uint32_t number, unsigned) -> HostileServer::Answer {
-        return {giopReply(number, kForward, littleEndian(1) + std::string(4, '\0') + littleEndian(5))};
+        return {
+            giopReply(number, kForward, littleEndian(1) + std::string(4, '\0') + littleEndian(5))};
     });
     EXPECT_THROW(call(half), CORBA::SystemException);
     EXPECT_EQ(half.requests(), 1u);
@@ -156,9 +159,9 @@ TEST_F(Forwards, ACallIsRepeatedAFewTimesOnConnectionsThatClose) {
 
 TEST_F(Forwards, ACallIsRepeatedAFewTimesAfterHalfReplies) {
     HostileServer server([](std::uint32_t number, unsigned) -> HostileServer::Answer {
-        return {
-            giopMessage(Giop::Reply, replyBody(number, 0, ""), true) + giopMessage(Giop::CloseConnection, ""),
-            true};
+        return {giopMessage(Giop::Reply, replyBody(number, 0, ""), true) +
+                    giopMessage(Giop::CloseConnection, ""),
+                true};
     });
     EXPECT_THROW(call(server), CORBA::SystemException);
     EXPECT_LE(server.requests(), 6u);

@@ -6,8 +6,8 @@
 
 namespace kelp::test {
 
-/// Threads wait at the gate until it is opened. It opens by itself when a test has failed to do so, so that
-/// nothing hangs. Its end waits for those it has let through.
+/// Threads wait at the gate until it is opened. It opens by itself when a test has failed to do so,
+/// so that nothing hangs. Its end waits for those it has let through.
 class Gate {
   public:
     Gate() = default;
@@ -37,7 +37,8 @@ class Gate {
     /// True as soon as `count` threads wait at the gate at once.
     bool isReachedBy(int count) {
         std::unique_lock<std::mutex> guard(lock_);
-        return changed_.wait_for(guard, std::chrono::seconds(20), [&] { return waiting_ >= count; });
+        return changed_.wait_for(guard, std::chrono::seconds(20),
+                                 [&] { return waiting_ >= count; });
     }
     bool isReached() { return isReachedBy(1); }
 

@@ -34,7 +34,8 @@ class GateFraming : public testing::Test {
         GiopRequest request = ping(id);
         request.operation = "eventLossCleared";
         // in GIOP 1.2 parameters begin as the content of a message does, but for 4 octets
-        request.arguments = GiopWriter().octets(std::string(octets, 'x') + '\0').message(0).substr(12);
+        request.arguments =
+            GiopWriter().octets(std::string(octets, 'x') + '\0').message(0).substr(12);
         return request;
     }
     static std::string sent(const std::vector<std::string>& messages) {
@@ -139,7 +140,8 @@ TEST_F(GateFraming, AnswersAnOlderRequestInFragments) {
 TEST_F(GateFraming, HoldsAFragmentAfterACompletedRequestBack) {
     for (int round = 0; round < 50; ++round) {
         const RawConnection connection(orb_.port());
-        connection.send(requestMessage(ping(1)) + messageOfId(GiopType::Fragment, 1, std::string(8, '\0')));
+        connection.send(requestMessage(ping(1)) +
+                        messageOfId(GiopType::Fragment, 1, std::string(8, '\0')));
         EXPECT_TRUE(connection.isClosed());
     }
     for (int round = 0; round < 50; ++round) {
@@ -154,7 +156,8 @@ TEST_F(GateFraming, HoldsAFragmentAfterACompletedRequestBack) {
 TEST_F(GateFraming, ForgetsHalfARequestThatIsCancelled) {
     const RawConnection connection(orb_.port());
     for (std::uint32_t id = 1; id < 50; ++id) {
-        connection.send(fragmentsOf(longRequest(id), 64, 40)[0] + messageOfId(GiopType::CancelRequest, id));
+        connection.send(fragmentsOf(longRequest(id), 64, 40)[0] +
+                        messageOfId(GiopType::CancelRequest, id));
         connection.send(requestMessage(ping(id + 100)));
         expectResult(connection, id + 100);
     }
@@ -169,7 +172,8 @@ TEST_F(GateFraming, ServesARequestThatIsCancelledTooLate) {
     const RawConnection connection(orb_.port());
     connection.send(requestMessage(ping(1)));
     ASSERT_TRUE(gate.isReached());
-    connection.send(messageOfId(GiopType::CancelRequest, 1) + messageOfId(GiopType::CancelRequest, 2));
+    connection.send(messageOfId(GiopType::CancelRequest, 1) +
+                    messageOfId(GiopType::CancelRequest, 2));
     gate.open();
     expectResult(connection, 1);
 }
@@ -195,7 +199,14 @@ TEST_F(GateFraming, AnswersATargetNamedByProfileOrReferenceOnce) {
 
 TEST_F(GateFraming, ClosesForATargetWithoutAKey) {
     GiopWriter writer(2);
-    writer.unsignedLong(1).octet(3).octet(0).octet(0).octet(0).unsignedShort(1).unsignedLong(1).octets("");
+    writer.unsignedLong(1)
+        .octet(3)
+        .octet(0)
+        .octet(0)
+        .octet(0)
+        .unsignedShort(1)
+        .unsignedLong(1)
+        .octets("");
     writer.text("ping").unsignedLong(0);
     const RawConnection connection(orb_.port());
     connection.send(giopMessage(writer, GiopType::Request));

@@ -83,7 +83,8 @@ class GateLimitsTest : public testing::Test {
     GiopRequest largeRequest(std::size_t octets) const {
         GiopRequest large = request_;
         large.operation = "eventLossCleared";
-        large.arguments = GiopWriter().octets(std::string(octets, 'x') + '\0').message(0).substr(12);
+        large.arguments =
+            GiopWriter().octets(std::string(octets, 'x') + '\0').message(0).substr(12);
         return large;
     }
     void expectServedAsBefore() const { expectServed(from(Policy::kNms)); }
@@ -248,7 +249,8 @@ TEST_F(GateLimitsTest, APeerThatDoesNotReadIsClosed) {
     const PortableServer::POA_var holder = [&] {
         CORBA::PolicyList policies;
         policies.length(3);
-        policies[0] = orb_->root()->create_request_processing_policy(PortableServer::USE_SERVANT_MANAGER);
+        policies[0] =
+            orb_->root()->create_request_processing_policy(PortableServer::USE_SERVANT_MANAGER);
         policies[1] = orb_->root()->create_servant_retention_policy(PortableServer::NON_RETAIN);
         policies[2] = orb_->root()->create_id_assignment_policy(PortableServer::USER_ID);
         return orb_->root()->create_POA("large", orb_->manager(), policies);
@@ -277,8 +279,8 @@ TEST_F(GateLimitsTest, UnfinishedInputSharesOneBudget) {
         connections.push_back(from(Policy::kNms));
         connections.back().send(large.substr(0, std::size_t{2} << 20));
     }
-    EXPECT_TRUE(
-        waitUntil([&] { return policy_.refusals("127.0.0.1: no memory left for unfinished input") >= 2; }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return policy_.refusals("127.0.0.1: no memory left for unfinished input") >= 2; }));
     connections.clear();
     EXPECT_TRUE(waitUntil([&] {
         const RawConnection again = from(Policy::kNms);
@@ -335,7 +337,8 @@ TEST_F(GateLimitsTest, HalfOfTheDescriptorsAreLeftToOthers) {
     for (int descriptor = 0; descriptor < 190; ++descriptor) {
         sockaddr_in address{};
         socklen_t length = sizeof address;
-        const bool isSocket = ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+        const bool isSocket =
+            ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0;
         if (isSocket && address.sin_family == AF_INET && ntohs(address.sin_port) == orb_->port()) {
             sockaddr_in peer{};
             length = sizeof peer;
@@ -357,7 +360,8 @@ TEST_F(GateLimitsTest, WithoutDescriptorsItTurnsAwayWhoeverConnectsAndRecovers) 
     const Descriptors none(static_cast<rlim_t>(lowest));
     const sockaddr_in address = loopbackAddress(orb_->port());
     for (const Socket& each : sockets) {
-        EXPECT_EQ(::connect(each.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::connect(each.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+                  0);
     }
     expectServed(served);
     rusage before{};
@@ -366,8 +370,8 @@ TEST_F(GateLimitsTest, WithoutDescriptorsItTurnsAwayWhoeverConnectsAndRecovers) 
     rusage after{};
     ::getrusage(RUSAGE_SELF, &after);
     const auto micros = [](const timeval& time) { return time.tv_sec * 1000000 + time.tv_usec; };
-    const auto used =
-        micros(after.ru_utime) + micros(after.ru_stime) - micros(before.ru_utime) - micros(before.ru_stime);
+    const auto used = micros(after.ru_utime) + micros(after.ru_stime) - micros(before.ru_utime) -
+                      micros(before.ru_stime);
     EXPECT_LT(used, 500000) << "it spins";
 }
 

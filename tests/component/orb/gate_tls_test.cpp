@@ -75,7 +75,8 @@ class GateTls : public testing::Test {
             const bool littleEndian = (reply[6] & 1) != 0;
             std::uint32_t id = 0;
             for (std::size_t octet = 0; octet < 4; ++octet)
-                id = id << 8 | static_cast<unsigned char>(reply[12 + (littleEndian ? 3 - octet : octet)]);
+                id = id << 8 |
+                     static_cast<unsigned char>(reply[12 + (littleEndian ? 3 - octet : octet)]);
             ids.push_back(id);
         }
         std::sort(ids.begin(), ids.end());

@@ -11,9 +11,9 @@
 
 namespace kelp::test {
 
-/// A server of one connection after the other that keeps the octets of every request as they came, and
-/// answers each one with an empty result. Little endian peers only, as the loopback interface's are on the
-/// machines the tests run on.
+/// A server of one connection after the other that keeps the octets of every request as they came,
+/// and answers each one with an empty result. Little endian peers only, as the loopback interface's
+/// are on the machines the tests run on.
 class GiopRecorder {
   public:
     GiopRecorder() : listener_(boundSocket()), port_(portOf(listener_)) {
@@ -35,7 +35,8 @@ class GiopRecorder {
     std::string corbaloc(const std::string& version) const {
         return "corbaloc:iiop:" + version + "@127.0.0.1:" + std::to_string(port_) + "/consumer";
     }
-    /// The last request in one piece, however it was cut into fragments; its size and number zeroed.
+    /// The last request in one piece, however it was cut into fragments; its size and number
+    /// zeroed.
     std::string lastRequest() const {
         const std::lock_guard guard(mutex_);
         return last_;
@@ -97,8 +98,10 @@ class GiopRecorder {
                 return false;
             if (!request.empty())
                 fragments.push_back(request.size());
-            // a fragment goes on where the one before ended, after its header and in 1.2 the request's number
-            request += request.empty() ? message : message.substr(kHeader + (message[5] == 2 ? 4 : 0));
+            // a fragment goes on where the one before ended, after its header and in 1.2 the
+            // request's number
+            request +=
+                request.empty() ? message : message.substr(kHeader + (message[5] == 2 ? 4 : 0));
         } while ((message[6] & 2) != 0);
         request.replace(8, 4, 4, '\0');
         request[6] = 1;

@@ -56,7 +56,8 @@ class RecordingHook : public kelp::orb::RequestHook {
   private:
     void note(const std::string& point, const RequestInfo& request, const char* outcome = nullptr) {
         const CORBA::String_var operation = request.operation();
-        note(point + " " + operation.in() + (outcome == nullptr ? "" : std::string(": ") + outcome));
+        note(point + " " + operation.in() +
+             (outcome == nullptr ? "" : std::string(": ") + outcome));
         EXPECT_EQ(currentRequest(), &request) << point;
     }
 
@@ -84,7 +85,8 @@ TEST_F(Hook, IsAskedBeforeAndToldAfterTheServant) {
     SessionObject session(orb_, [this] { hook_.note("servant"); });
     session.remote()->ping();
     ASSERT_TRUE(hook_.hasEvents(4));
-    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "servant", "finished ping"));
+    EXPECT_THAT(hook_.events(),
+                ElementsAre("received ping", "dispatching ping", "servant", "finished ping"));
 }
 
 TEST_F(Hook, LearnsThePeerOfARequest) {
@@ -123,7 +125,9 @@ TEST_F(Hook, LearnsTheTopPoaOfTopAndChildObjectsAlike) {
 }
 
 TEST_F(Hook, RefusesARequestBeforeItsTargetIsLookedUp) {
-    hook_.onReceived = [](const RequestInfo&) { throw CORBA::NO_PERMISSION(7, CORBA::COMPLETED_NO); };
+    hook_.onReceived = [](const RequestInfo&) {
+        throw CORBA::NO_PERMISSION(7, CORBA::COMPLETED_NO);
+    };
     SessionObject session(orb_);
     try {
         session.remote()->ping();
@@ -186,21 +190,23 @@ TEST_F(Hook, IsToldOfTheEndOfAServantThatThrows) {
     SessionObject session(orb_, [] { throw CORBA::BAD_PARAM(3, CORBA::COMPLETED_YES); });
     EXPECT_THROW(session.remote()->ping(), CORBA::BAD_PARAM);
     ASSERT_TRUE(hook_.hasEvents(3));
-    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "finished ping: BAD_PARAM"));
+    EXPECT_THAT(hook_.events(),
+                ElementsAre("received ping", "dispatching ping", "finished ping: BAD_PARAM"));
 }
 
 TEST_F(Hook, IsToldOfTheEndOfAServantThatThrowsAStandardException) {
     SessionObject session(orb_, [] { throw std::runtime_error("servant"); });
     EXPECT_THROW(session.remote()->ping(), CORBA::UNKNOWN);
     ASSERT_TRUE(hook_.hasEvents(3));
-    EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping", "finished ping: UNKNOWN"));
+    EXPECT_THAT(hook_.events(),
+                ElementsAre("received ping", "dispatching ping", "finished ping: UNKNOWN"));
 }
 
 TEST_F(Hook, SeesRequestsForUnknownObjectsOnce) {
     const CORBA::Object_var nobody = orb_.overTheWireByKey("Nobody");
     EXPECT_TRUE(nobody->_non_existent());
-    EXPECT_THAT(hook_.events(),
-                ElementsAre("received _non_existent", "undelivered _non_existent: OBJECT_NOT_EXIST"));
+    EXPECT_THAT(hook_.events(), ElementsAre("received _non_existent",
+                                            "undelivered _non_existent: OBJECT_NOT_EXIST"));
 }
 
 TEST_F(Hook, IsToldOfAnUnknownOperation) {
@@ -215,21 +221,25 @@ TEST_F(Hook, IsToldOfAnUnknownOperation) {
                 request->env()->exception()->_raise();
         },
         CORBA::BAD_OPERATION);
-    EXPECT_THAT(hook_.events(), ElementsAre("received reboot", "undelivered reboot: BAD_OPERATION"));
+    EXPECT_THAT(hook_.events(),
+                ElementsAre("received reboot", "undelivered reboot: BAD_OPERATION"));
 }
 
 TEST_F(Hook, IsToldOfAOnewayRequestForAnUnknownObject) {
     const CORBA::Object_var nobody = orb_.overTheWireByKey("Nobody");
-    const nmsSession::NmsSession_I_var gone = nmsSession::NmsSession_I::_unchecked_narrow(nobody.in());
+    const nmsSession::NmsSession_I_var gone =
+        nmsSession::NmsSession_I::_unchecked_narrow(nobody.in());
     gone->endSession();
-    // it may be told with the thread's next request, and which thread serves that is the ORB's choice
+    // it may be told with the thread's next request, and which thread serves that is the ORB's
+    // choice
     EXPECT_TRUE(kelp::test::waitUntil([&] {
         EXPECT_TRUE(gone->_non_existent());
         return testing::Value(hook_.events(),
                               testing::Contains(testing::StartsWith("undelivered endSession")));
     }));
     EXPECT_THAT(hook_.events(), testing::Contains("received endSession").Times(1));
-    EXPECT_THAT(hook_.events(), testing::Contains(testing::StartsWith("undelivered endSession")).Times(1));
+    EXPECT_THAT(hook_.events(),
+                testing::Contains(testing::StartsWith("undelivered endSession")).Times(1));
     EXPECT_THAT(hook_.events(), testing::Contains("undelivered _non_existent: OBJECT_NOT_EXIST"));
 }
 
@@ -239,8 +249,9 @@ TEST_F(Hook, SeesWhereARequestGoes) {
         seen = {request.topPoaName(), request.childPoaName(), request.objectId()};
         EXPECT_EQ(request.peer().withPort, "127.0.0.1:" + std::to_string(request.peer().port));
         EXPECT_NEAR(
-            std::chrono::duration<double>(std::chrono::system_clock::now() - request.arrived()).count(), 0,
-            30);
+            std::chrono::duration<double>(std::chrono::system_clock::now() - request.arrived())
+                .count(),
+            0, 30);
         EXPECT_LT(request.age(), 30s);
     };
     const PortableServer::POA_var top = makePoa(orb_.root(), orb_.manager(), "top");
@@ -251,7 +262,8 @@ TEST_F(Hook, SeesWhereARequestGoes) {
         const CORBA::Object_var object = poa->id_to_reference(id.in());
         const CORBA::Object_var remote = orb_.overTheWire(object.in());
         EXPECT_FALSE(remote->_non_existent());
-        const std::string octets(reinterpret_cast<const char*>(id.in().get_buffer()), id.in().length());
+        const std::string octets(reinterpret_cast<const char*>(id.in().get_buffer()),
+                                 id.in().length());
         EXPECT_THAT(seen, ElementsAre("top", poa == child.in() ? "child" : "", octets));
     }
 }
@@ -299,9 +311,9 @@ TEST_F(Hook, RefusesAOnewayRequestSilently) {
     session.remote()->endSession();
     session.remote()->ping();
     ASSERT_TRUE(hook_.hasEvents(5));
-    EXPECT_THAT(hook_.events(),
-                testing::UnorderedElementsAre("received endSession", "dispatching endSession",
-                                              "received ping", "dispatching ping", "finished ping"));
+    EXPECT_THAT(hook_.events(), testing::UnorderedElementsAre(
+                                    "received endSession", "dispatching endSession",
+                                    "received ping", "dispatching ping", "finished ping"));
 }
 
 TEST_F(Hook, RefusesThousandsOfRequestsAndTheOrbStillStops) {
@@ -409,8 +421,8 @@ TEST_F(Hook, CurrentRequestIsKnownToTheServantManager) {
     }
     const auto wired = [&](const char* id) {
         const PortableServer::ObjectId_var oid = PortableServer::string_to_ObjectId(id);
-        const CORBA::Object_var object =
-            poa->create_reference_with_id(oid.in(), "IDL:mtnm.tmforum.org/nmsSession/NmsSession_I:1.0");
+        const CORBA::Object_var object = poa->create_reference_with_id(
+            oid.in(), "IDL:mtnm.tmforum.org/nmsSession/NmsSession_I:1.0");
         const CORBA::Object_var remote = orb_.overTheWire(object.in());
         return nmsSession::NmsSession_I::_unchecked_narrow(remote.in());
     };
@@ -420,9 +432,9 @@ TEST_F(Hook, CurrentRequestIsKnownToTheServantManager) {
     there->ping();
     EXPECT_THAT(seen, ElementsAre("eventLossCleared", "ping"));
     ASSERT_TRUE(hook_.hasEvents(5));
-    EXPECT_THAT(hook_.events(),
-                ElementsAre("received eventLossCleared", "undelivered eventLossCleared: OBJECT_NOT_EXIST",
-                            "received ping", "dispatching ping", "finished ping"));
+    EXPECT_THAT(hook_.events(), ElementsAre("received eventLossCleared",
+                                            "undelivered eventLossCleared: OBJECT_NOT_EXIST",
+                                            "received ping", "dispatching ping", "finished ping"));
 }
 
 TEST(NoHook, StillKnowsTheCurrentRequest) {

@@ -1,5 +1,5 @@
-// Replies of peers that break the protocol: the call ends with a system exception, soon, and the next call to
-// a peer that behaves succeeds.
+// Replies of peers that break the protocol: the call ends with a system exception, soon, and the
+// next call to a peer that behaves succeeds.
 
 #include <cos/CosNotifyComm.h>
 #include <gtest/gtest.h>
@@ -49,7 +49,8 @@ class HostileReplies : public testing::Test {
 
 TEST_F(HostileReplies, AFragmentAfterACompleteReply) {
     call([](std::uint32_t number, unsigned) -> Answer {
-        return {giopReply(number, 0, kTrue) + fragment(number, "more") + fragment(number, "more", true)};
+        return {giopReply(number, 0, kTrue) + fragment(number, "more") +
+                fragment(number, "more", true)};
     });
 }
 
@@ -71,12 +72,13 @@ TEST_F(HostileReplies, FragmentsWithoutANumber) {
     }
 }
 
-/// What an earlier fragment has left in the ORB's buffer made such a one a part of the reply, with less than
-/// no octets, so the ORB read far beyond it.
+/// What an earlier fragment has left in the ORB's buffer made such a one a part of the reply, with
+/// less than no octets, so the ORB read far beyond it.
 TEST_F(HostileReplies, FragmentsWithoutANumberAfterOthersWithOne) {
     for (std::size_t octets = 0; octets < 4; ++octets) {
         call([octets](std::uint32_t number, unsigned) -> Answer {
-            std::string answer = giopMessage(Giop::Reply, replyBody(number, 2, littleEndian(90000000)), true);
+            std::string answer =
+                giopMessage(Giop::Reply, replyBody(number, 2, littleEndian(90000000)), true);
             for (int i = 0; i < 4; ++i)
                 answer += fragment(number, std::string(64, '\0'), true);
             for (int i = 0; i < 50; ++i)
@@ -99,7 +101,8 @@ TEST_F(HostileReplies, ARequestOnOurConnection) {
                 giopReply(number, 0, kTrue)};
     });
     call([](std::uint32_t number, unsigned) -> Answer {
-        return {giopMessage(Giop::CancelRequest, littleEndian(number)) + giopReply(number, 0, kTrue)};
+        return {giopMessage(Giop::CancelRequest, littleEndian(number)) +
+                giopReply(number, 0, kTrue)};
     });
 }
 
@@ -114,7 +117,8 @@ TEST_F(HostileReplies, RepliesToOtherCalls) {
 
 TEST_F(HostileReplies, TwoRepliesToOneCall) {
     call([](std::uint32_t number, unsigned) -> Answer {
-        return {giopMessage(Giop::Reply, replyBody(number, 0, ""), true) + giopReply(number, 0, kTrue)};
+        return {giopMessage(Giop::Reply, replyBody(number, 0, ""), true) +
+                giopReply(number, 0, kTrue)};
     });
     call([](std::uint32_t number, unsigned) -> Answer {
         return {giopReply(number, 0, kTrue) + giopReply(number, 0, kTrue)};
@@ -132,7 +136,8 @@ TEST_F(HostileReplies, OtherVersions) {
 
 TEST_F(HostileReplies, AnEndlessReply) {
     call([](std::uint32_t number, unsigned) -> Answer {
-        std::string answer = giopMessage(Giop::Reply, replyBody(number, 2, littleEndian(0x7fffffff)), true);
+        std::string answer =
+            giopMessage(Giop::Reply, replyBody(number, 2, littleEndian(0x7fffffff)), true);
         for (int i = 0; i < 400; ++i)
             answer += fragment(number, std::string(65536, 'x'), true);
         return {answer};
@@ -159,18 +164,21 @@ TEST_F(HostileReplies, RepliesChangedAtRandom) {
     const auto below = [&](std::size_t limit) { return random() % limit; };
     for (int round = 0; round < 40; ++round) {
         call([&](std::uint32_t number, unsigned) -> Answer {
-            const std::string content = littleEndian(kSystemException.size() + 1) + kSystemException + '\0';
+            const std::string content =
+                littleEndian(kSystemException.size() + 1) + kSystemException + '\0';
             std::string answer;
             if (below(2) == 0) {
-                answer =
-                    giopReply(number, static_cast<std::uint32_t>(below(7)), content + std::string(16, '\0'));
+                answer = giopReply(number, static_cast<std::uint32_t>(below(7)),
+                                   content + std::string(16, '\0'));
             } else {
-                answer = giopMessage(Giop::Reply, replyBody(number, 2, content.substr(0, 8)), true) +
-                         fragment(number, content.substr(8, 16), below(2) == 0) +
-                         fragment(number, content.substr(24) + std::string(16, '\0'));
+                answer =
+                    giopMessage(Giop::Reply, replyBody(number, 2, content.substr(0, 8)), true) +
+                    fragment(number, content.substr(8, 16), below(2) == 0) +
+                    fragment(number, content.substr(24) + std::string(16, '\0'));
             }
             for (std::size_t changes = 1 + below(3); changes > 0; --changes)
-                answer[4 + below(answer.size() - 4)] = static_cast<char>(below(2) == 0 ? below(9) : random());
+                answer[4 + below(answer.size() - 4)] =
+                    static_cast<char>(below(2) == 0 ? below(9) : random());
             return {answer, true};
         });
     }

@@ -14,8 +14,8 @@
 
 namespace kelp::test {
 
-/// A peer that answers each request with octets of its choice, one connection after the other. GIOP 1.2,
-/// little endian.
+/// A peer that answers each request with octets of its choice, one connection after the other.
+/// GIOP 1.2, little endian.
 class HostileServer {
   public:
     struct Answer {
@@ -121,11 +121,13 @@ enum class Giop : char {
 
 inline std::string giopMessage(Giop type, const std::string& body, bool moreFragments = false) {
     const char flags = moreFragments ? 3 : 1;
-    return std::string("GIOP\1\2", 6) + flags + static_cast<char>(type) + littleEndian(body.size()) + body;
+    return std::string("GIOP\1\2", 6) + flags + static_cast<char>(type) +
+           littleEndian(body.size()) + body;
 }
 
 /// Status 0 is success, 3 a forward. The content begins at a multiple of 8.
-inline std::string replyBody(std::uint32_t number, std::uint32_t status, const std::string& content) {
+inline std::string replyBody(std::uint32_t number, std::uint32_t status,
+                             const std::string& content) {
     return littleEndian(number) + littleEndian(status) + littleEndian(0) + content;
 }
 

@@ -27,7 +27,9 @@ class CountingHook : public kelp::orb::RequestHook {
     std::atomic<int> count{0};
     void received(const kelp::orb::RequestInfo&) override { ++count; }
     void dispatching(const kelp::orb::RequestInfo&) override { ++count; }
-    void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override { ++count; }
+    void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override {
+        ++count;
+    }
 };
 
 std::vector<std::string> addressesOf(const RunningOrb& orb) {
@@ -104,7 +106,8 @@ TEST(Lifecycle, ABusyPortIsRefusedAndTheNextStartSucceeds) {
 }
 
 TEST(Lifecycle, AnAddressThatIsNotOursIsRefused) {
-    for (const char* address : {"192.0.2.1:0", "no.such.host.invalid:0", "nonsense", "127.0.0.1:99999999"}) {
+    for (const char* address :
+         {"192.0.2.1:0", "no.such.host.invalid:0", "nonsense", "127.0.0.1:99999999"}) {
         OrbOptions options;
         options.listen = {address};
         EXPECT_THROW(destroy(start(options, nullptr)), CORBA::SystemException) << address;
@@ -155,7 +158,8 @@ TEST(Lifecycle, ServesAKeyOnAnAddressThatNoReferenceNames) {
     for (const std::string& address : {options.listen.front(), options.keyListen.front()}) {
         const CORBA::Object_var object = kelp::orb::toReference(
             orb.orb(), "corbaloc::127.1" + address.substr(address.rfind(':')) + "/Key");
-        const nmsSession::NmsSession_I_var remote = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+        const nmsSession::NmsSession_I_var remote =
+            nmsSession::NmsSession_I::_unchecked_narrow(object.in());
         EXPECT_NO_THROW(remote->ping()) << address;
     }
     EXPECT_EQ(session.servant().pings, 2);
@@ -165,7 +169,8 @@ TEST(Lifecycle, PublishedHostStandsForTheAddressOfReferencesOnly) {
     OrbOptions options = optionsWithKeyAddress();
     options.publish = "ems.example";
     const RunningOrb orb(nullptr, options);
-    EXPECT_THAT(addressesOf(orb), testing::ElementsAre("ems.example" + options.listen.front().substr(9)));
+    EXPECT_THAT(addressesOf(orb),
+                testing::ElementsAre("ems.example" + options.listen.front().substr(9)));
 }
 
 TEST(Lifecycle, KeyAddressThatReferencesNameTooIsOpenedOnce) {
@@ -185,7 +190,8 @@ TEST(Lifecycle, PublishesAnotherHostWithThePortItListensOn) {
 }
 
 TEST(Lifecycle, PublishesAnotherHostAndPort) {
-    for (const std::string published : {"ems.example:4800", "192.0.2.9:4800", "[2001:db8::1]:4800"}) {
+    for (const std::string published :
+         {"ems.example:4800", "192.0.2.9:4800", "[2001:db8::1]:4800"}) {
         OrbOptions options = loopbackOptions();
         options.publish = published;
         const RunningOrb orb(nullptr, options);
@@ -198,7 +204,8 @@ TEST(Lifecycle, PublishesABareIpv6Host) {
     options.listen = {"127.0.0.1:" + std::to_string(freePort())};
     options.publish = "2001:db8::1";
     const RunningOrb orb(nullptr, options);
-    EXPECT_THAT(addressesOf(orb), testing::ElementsAre("[2001:db8::1]" + options.listen[0].substr(9)));
+    EXPECT_THAT(addressesOf(orb),
+                testing::ElementsAre("[2001:db8::1]" + options.listen[0].substr(9)));
 }
 
 bool hasIpv6Loopback() {
@@ -225,7 +232,8 @@ TEST(Lifecycle, ListensOnIpv6WhereTheMachineHasIt) {
     // written differently, so that it goes over a connection
     const CORBA::Object_var object = kelp::orb::toReference(
         orb.orb(), "corbaloc:iiop:1.2@[0:0:0:0:0:0:0:1]:" + std::to_string(orb.port()) + "/Key");
-    const nmsSession::NmsSession_I_var remote = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var remote =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     remote->ping();
     EXPECT_EQ(peer.text, "::1");
     EXPECT_EQ(peer.ipv4, 0U);
@@ -240,7 +248,8 @@ TEST(Lifecycle, AnIpv4ClientOfAWildcardListenerIsSeenAsIpv4) {
     SessionObject session(orb, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
     const CORBA::Object_var object = orb.overTheWireByKey("Key");
-    const nmsSession::NmsSession_I_var remote = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var remote =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     remote->ping();
     EXPECT_EQ(peer.text, "127.0.0.1");
     EXPECT_EQ(peer.ipv4, 0x7f000001U);

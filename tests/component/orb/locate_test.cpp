@@ -39,7 +39,8 @@ class OneObject : public kelp::orb::CountedLocal<PortableServer::ServantLocator>
 
 class NoObject : public kelp::orb::CountedLocal<PortableServer::ServantActivator> {
   public:
-    PortableServer::Servant incarnate(const PortableServer::ObjectId&, PortableServer::POA_ptr) override {
+    PortableServer::Servant incarnate(const PortableServer::ObjectId&,
+                                      PortableServer::POA_ptr) override {
         throw kelp::orb::unknownObject();
     }
     void etherealize(const PortableServer::ObjectId&, PortableServer::POA_ptr,
@@ -73,7 +74,9 @@ class Locate : public testing::TestWithParam<char> {
             top_->create_reference_with_id(oid.in(), "IDL:mtnm.tmforum.org/session/Session_I:1.0");
         return keyOf(object.in());
     }
-    LocateStatus locate(const std::string& key) { return RawLocator(orb_.port(), GetParam()).locate(key); }
+    LocateStatus locate(const std::string& key) {
+        return RawLocator(orb_.port(), GetParam()).locate(key);
+    }
 
     RunningOrb orb_;
     PortableServer::POA_var top_;
@@ -165,11 +168,13 @@ TEST_P(Locate, WorksInTheOrbThatIsStartedNext) {
     SessionObject session(next);
     kelp::orb::ReferenceContent content;
     ASSERT_TRUE(kelp::orb::describe(next.orb(), session.inProcess(), content));
-    EXPECT_EQ(RawLocator(next.port(), GetParam()).locate(content.objectKey), LocateStatus::ObjectHere);
+    EXPECT_EQ(RawLocator(next.port(), GetParam()).locate(content.objectKey),
+              LocateStatus::ObjectHere);
     const PortableServer::POA_var top = makeLocatorPoa(next.root(), next.manager(), "top");
     const PortableServer::ServantLocator_var locator = new OneObject;
     top->set_servant_manager(locator.in());
-    EXPECT_EQ(RawLocator(next.port(), GetParam()).locate("\xfftop\0other"s), LocateStatus::UnknownObject);
+    EXPECT_EQ(RawLocator(next.port(), GetParam()).locate("\xfftop\0other"s),
+              LocateStatus::UnknownObject);
 }
 
 INSTANTIATE_TEST_SUITE_P(Giop, Locate, testing::Values('\0', '\1', '\2'),

@@ -9,7 +9,8 @@
 namespace kelp::test {
 
 /// A POA with an active object map and object ids of the system.
-inline PortableServer::POA_ptr makePoa(PortableServer::POA_ptr parent, PortableServer::POAManager_ptr manager,
+inline PortableServer::POA_ptr makePoa(PortableServer::POA_ptr parent,
+                                       PortableServer::POAManager_ptr manager,
                                        const std::string& name) {
     const CORBA::PolicyList none;
     return parent->create_POA(name.c_str(), manager, none);

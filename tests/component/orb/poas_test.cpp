@@ -118,7 +118,8 @@ TEST_F(Poas, AreKnownByNameToTheCallThatRunsInThem) {
     onChild.remote()->ping();
     onChild.inProcess()->ping();
     note();
-    EXPECT_EQ(names, (std::vector<std::string>{"", "EMS<1>", "", "EMS<1>", "EMS<1>", "", "EMS<1>", ""}));
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"", "EMS<1>", "", "EMS<1>", "EMS<1>", "", "EMS<1>", ""}));
 }
 
 TEST_F(Poas, KeepTheirNameDyingUntilTheLastCallHasEnded) {
@@ -147,7 +148,8 @@ TEST_F(Poas, KeepTheirNameDyingUntilTheLastCallOnAChildHasEnded) {
 class SlowActivator : public kelp::orb::CountedLocal<PortableServer::ServantActivator> {
   public:
     SlowActivator(Gate& gate, std::atomic<bool>& deleted) : gate_(gate), deleted_(deleted) {}
-    PortableServer::Servant incarnate(const PortableServer::ObjectId&, PortableServer::POA_ptr) override {
+    PortableServer::Servant incarnate(const PortableServer::ObjectId&,
+                                      PortableServer::POA_ptr) override {
         throw CORBA::OBJECT_NOT_EXIST();
     }
     void etherealize(const PortableServer::ObjectId&, PortableServer::POA_ptr,

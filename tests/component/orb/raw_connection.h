@@ -17,8 +17,9 @@ namespace kelp::test {
 struct Answer {
     GiopType type = GiopType::MessageError;
     std::uint32_t id = 0;
-    std::uint32_t status = 0;  ///< of a Reply: 0 result, 1 user exception, 2 system exception, 3 forward
-    std::string content;       ///< the whole message
+    std::uint32_t status =
+        0;                ///< of a Reply: 0 result, 1 user exception, 2 system exception, 3 forward
+    std::string content;  ///< the whole message
 };
 
 /// A connection that is spoken to octet by octet, in GIOP 1.2.

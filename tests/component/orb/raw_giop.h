@@ -36,7 +36,8 @@ inline void sendBytes(const Socket& socket, const std::string& bytes) {
     (void)::send(socket.fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
 }
 
-/// True when the peer closes the connection within some seconds; what it sends before is thrown away.
+/// True when the peer closes the connection within some seconds; what it sends before is thrown
+/// away.
 inline bool isClosedByPeer(const Socket& socket) {
     const timeval limit{20, 0};
     ::setsockopt(socket.fd(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);

@@ -19,7 +19,8 @@ class RawTls {
   public:
     /// `keyFile` is what it shows; empty: nothing.
     RawTls(std::uint16_t port, const std::string& keyFile, const char* source = "127.0.0.1")
-        : context_(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free), socket_(connectTo(port, source)) {
+        : context_(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free),
+          socket_(connectTo(port, source)) {
         if (!keyFile.empty() &&
             (SSL_CTX_use_certificate_chain_file(context_.get(), keyFile.c_str()) != 1 ||
              SSL_CTX_use_PrivateKey_file(context_.get(), keyFile.c_str(), SSL_FILETYPE_PEM) != 1))

@@ -9,8 +9,8 @@
 
 namespace kelp::test {
 
-/// The operation and the parameters of a little-endian request in one piece, as GiopRecorder keeps it, with
-/// the target as an object key.
+/// The operation and the parameters of a little-endian request in one piece, as GiopRecorder keeps
+/// it, with the target as an object key.
 class RecordedArguments {
   public:
     RecordedArguments(const std::string& message, const std::vector<std::size_t>& fragments)
@@ -19,7 +19,8 @@ class RecordedArguments {
         if (!is12)
             skipContexts();
         skip(4);  // the number
-        skip(4);  // the flags or the wish for a reply, and what follows; GIOP 1.0 has one octet of it
+        skip(4);  // the flags or the wish for a reply, and what follows; GIOP 1.0 has one octet of
+                  // it
         if (is12)
             skip(4);  // the disposition
         skipCounted();

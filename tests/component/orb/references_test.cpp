@@ -54,9 +54,9 @@ TEST_F(References, ComeBackFromTheirText) {
 }
 
 TEST_F(References, AreNeverMadeFromUnreadableText) {
-    for (const char* text :
-         {"", "nonsense", "http://127.0.0.1/", "IOR:", "IOR:00", "IOR:zz",
-          "corbaloc:", "corbaloc:iiop:1.2@127.0.0.1:99999999/Key", "corbaloc:nosuch:1.2@127.0.0.1:1/Key"}) {
+    for (const char* text : {"", "nonsense", "http://127.0.0.1/", "IOR:", "IOR:00", "IOR:zz",
+                             "corbaloc:", "corbaloc:iiop:1.2@127.0.0.1:99999999/Key",
+                             "corbaloc:nosuch:1.2@127.0.0.1:1/Key"}) {
         EXPECT_THROW(CORBA::release(toReference(orb_.orb(), text)), CORBA::SystemException) << text;
     }
 }
@@ -68,9 +68,9 @@ TEST_F(References, AreNeverNil) {
 }
 
 TEST_F(References, AreNotMadeFromTheFirstHalfOfATextWithAZeroByte) {
-    EXPECT_THROW(
-        CORBA::release(toReference(orb_.orb(), std::string("corbaloc:iiop:1.2@127.0.0.1:1/Key\0x", 36))),
-        CORBA::BAD_PARAM);
+    EXPECT_THROW(CORBA::release(toReference(
+                     orb_.orb(), std::string("corbaloc:iiop:1.2@127.0.0.1:1/Key\0x", 36))),
+                 CORBA::BAD_PARAM);
 }
 
 }  // namespace

@@ -34,7 +34,9 @@ class ScriptedSession : public virtual POA_nmsSession::NmsSession_I {
         onAssociatedSession();
         return session::Session_I::_duplicate(associated.in());
     }
-    void eventLossOccurred(const char*, const char* notificationId) override { onText(notificationId); }
+    void eventLossOccurred(const char*, const char* notificationId) override {
+        onText(notificationId);
+    }
     void eventLossCleared(const char*) override {}
     void alarmLossOccurred(const char*, const char*) override {}
 

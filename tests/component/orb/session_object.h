@@ -7,7 +7,8 @@
 
 namespace kelp::test {
 
-/// A scripted session that is active in a POA until the ORB stops, with the references a test calls it by.
+/// A scripted session that is active in a POA until the ORB stops, with the references a test calls
+/// it by.
 class SessionObject {
   public:
     SessionObject(
@@ -27,7 +28,8 @@ class SessionObject {
         : SessionObject(orb, orb.root(), std::move(onPing)) {}
 
     ScriptedSession& servant() { return *servant_; }
-    /// Calls over a connection, like an NMS's. Nil where the ORB listens on another address than 127.0.0.1.
+    /// Calls over a connection, like an NMS's. Nil where the ORB listens on another address than
+    /// 127.0.0.1.
     nmsSession::NmsSession_I_ptr remote() const { return remote_.in(); }
     /// Calls without a connection.
     nmsSession::NmsSession_I_ptr inProcess() const { return inProcess_.in(); }

@@ -36,9 +36,9 @@ class PolledListener {
     std::atomic<bool> stopped_{false};
 };
 
-/// Passes bytes between its own port and another one until it is killed; then connections break and the port
-/// is closed, as with a process that has died. To the other end they come from `source`, any address of
-/// 127.0.0.0/8.
+/// Passes bytes between its own port and another one until it is killed; then connections break and
+/// the port is closed, as with a process that has died. To the other end they come from `source`,
+/// any address of 127.0.0.0/8.
 class TcpRelay : public PolledListener {
   public:
     explicit TcpRelay(std::uint16_t target, std::string source = "127.0.0.1")
@@ -70,7 +70,8 @@ class TcpRelay : public PolledListener {
             return;
         char buffer[4096];
         const ssize_t count = ::recv(from.fd(), buffer, sizeof buffer, 0);
-        if (count <= 0 || ::send(to.fd(), buffer, static_cast<std::size_t>(count), MSG_NOSIGNAL) != count) {
+        if (count <= 0 ||
+            ::send(to.fd(), buffer, static_cast<std::size_t>(count), MSG_NOSIGNAL) != count) {
             from.close();
             to.close();
         }

@@ -19,8 +19,8 @@ class ThrowAwayCertificates {
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no folder for certificates");
         folder_ = pattern;
-        run("openssl req -x509 -newkey " + std::string(kKey) + " -nodes -days 2 -subj '/CN=" + authority +
-            "' -keyout ca.key -out ca.pem");
+        run("openssl req -x509 -newkey " + std::string(kKey) +
+            " -nodes -days 2 -subj '/CN=" + authority + "' -keyout ca.key -out ca.pem");
     }
     ~ThrowAwayCertificates() { std::filesystem::remove_all(folder_); }
     ThrowAwayCertificates(const ThrowAwayCertificates&) = delete;
@@ -29,14 +29,15 @@ class ThrowAwayCertificates {
     std::string folder() const { return folder_; }
     std::string authority() const { return folder_ / "ca.pem"; }
 
-    /// A file with a new key and the certificate that the authority gave it; the key is encrypted where there
-    /// is a password. The certificate is for this machine by its loopback address. A second call for a name
-    /// replaces the file.
+    /// A file with a new key and the certificate that the authority gave it; the key is encrypted
+    /// where there is a password. The certificate is for this machine by its loopback address. A
+    /// second call for a name replaces the file.
     std::string issue(const std::string& name, const std::string& password = "") const {
         makeRequest(name, "/CN=" + name, password);
         return certified(name, kThisMachine);
     }
-    /// The same for alternative names in the form "DNS:ems.example.net,IP:192.0.2.1"; empty: without any.
+    /// The same for alternative names in the form "DNS:ems.example.net,IP:192.0.2.1"; empty:
+    /// without any.
     std::string issueForNames(const std::string& name, const std::string& names) const {
         makeRequest(name, "/CN=" + name, "");
         return certified(name, names);
@@ -52,9 +53,11 @@ class ThrowAwayCertificates {
         return certified(name, kThisMachine);
     }
     /// The same, valid between two times in the form 20300131235959Z.
-    std::string issueFor(const std::string& name, const std::string& from, const std::string& to) const {
+    std::string issueFor(const std::string& name, const std::string& from,
+                         const std::string& to) const {
         makeRequest(name, "/CN=" + name, "");
-        runAuthority("-in " + name + ".csr -out " + name + ".crt -startdate " + from + " -enddate " + to);
+        runAuthority("-in " + name + ".csr -out " + name + ".crt -startdate " + from +
+                     " -enddate " + to);
         return joined(name);
     }
     std::string issueExpired(const std::string& name) const {
@@ -66,7 +69,8 @@ class ThrowAwayCertificates {
 
     /// Notes that the certificate issued last for a name is revoked, for the next list.
     void revoke(const std::string& name) const { runAuthority("-revoke " + name + ".crt"); }
-    /// A file with the authority's revocation list, valid from now for two days; replaces the one before.
+    /// A file with the authority's revocation list, valid from now for two days; replaces the one
+    /// before.
     std::string revocationList() const { return listFor("-crldays 2"); }
     /// The same, valid between two times as in issueFor().
     std::string revocationListFor(const std::string& from, const std::string& to) const {
@@ -81,23 +85,26 @@ class ThrowAwayCertificates {
     static constexpr const char* kKey = "ec -pkeyopt ec_paramgen_curve:P-256";  // made in no time
     static constexpr const char* kThisMachine = "IP:127.0.0.1,DNS:localhost";
 
-    void makeRequest(const std::string& name, const std::string& subject, const std::string& password,
-                     const char* kind = kKey) const {
+    void makeRequest(const std::string& name, const std::string& subject,
+                     const std::string& password, const char* kind = kKey) const {
         const std::string protection = password.empty() ? "-nodes" : "-passout pass:" + password;
-        run("openssl req -newkey " + std::string(kind) + " " + protection + " -utf8 -subj '" + subject +
-            "' -keyout " + name + ".key -out " + name + ".csr");
+        run("openssl req -newkey " + std::string(kind) + " " + protection + " -utf8 -subj '" +
+            subject + "' -keyout " + name + ".key -out " + name + ".csr");
     }
     std::string certified(const std::string& name, const std::string& names) const {
-        std::ofstream(folder_ / "names.cnf") << (names.empty() ? "" : "subjectAltName=" + names + "\n");
+        std::ofstream(folder_ / "names.cnf")
+            << (names.empty() ? "" : "subjectAltName=" + names + "\n");
         run("openssl x509 -req -days 2 -in " + name +
-            ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -extfile " + "names.cnf -out " + name + ".crt");
+            ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -extfile " + "names.cnf -out " + name +
+            ".crt");
         return joined(name);
     }
     void runAuthority(const std::string& what) const {
         std::ofstream(folder_ / "ca.cnf")
             << "[ca]\ndefault_ca=a\n[a]\ndatabase=index.txt\nnew_certs_dir=.\nrand_serial=yes\n"
                "unique_subject=no\ndefault_md=sha256\npolicy=p\n[p]\ncommonName=supplied\n";
-        run("touch index.txt && openssl ca -batch -notext -config ca.cnf -cert ca.pem -keyfile ca.key " +
+        run("touch index.txt && openssl ca -batch -notext -config ca.cnf -cert ca.pem -keyfile "
+            "ca.key " +
             what);
     }
     std::string listFor(const std::string& times) const {

@@ -33,7 +33,8 @@ Outcome callOf(const RunningOrb& orb, const std::string& corbaloc) {
     } catch (const CORBA::SystemException& ex) {
         outcome.text = ex._name();
     }
-    outcome.elapsed = std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - begin);
+    outcome.elapsed =
+        std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - begin);
     return outcome;
 }
 
@@ -97,8 +98,9 @@ TEST_F(Timeouts, EndACallWhoseConnectionIsNotAnswered) {
 
 TEST_F(Timeouts, DoNotDelayTheRefusalOfAClosedPort) {
     setThreadTimeout(60s);
-    EXPECT_EQ(callOf(orb_, "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/Object").text,
-              "TRANSIENT");
+    EXPECT_EQ(
+        callOf(orb_, "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/Object").text,
+        "TRANSIENT");
 }
 
 TEST_F(Timeouts, OfAThreadBelongToThatThreadAlone) {

@@ -105,16 +105,18 @@ TEST_F(Tls, IsNotSpokenInPlainText) {
     const RunningOrb orb(nullptr, tlsOptions());
     SessionObject session(orb);
     kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
-    const CORBA::Object_var plain =
-        kelp::orb::toReference(orb.orb(), "corbaloc:iiop:1.2@127.1:" + std::to_string(orb.port()) + "/Key");
+    const CORBA::Object_var plain = kelp::orb::toReference(
+        orb.orb(), "corbaloc:iiop:1.2@127.1:" + std::to_string(orb.port()) + "/Key");
     kelp::orb::setThreadTimeout(20s);
-    const nmsSession::NmsSession_I_var remote = nmsSession::NmsSession_I::_unchecked_narrow(plain.in());
+    const nmsSession::NmsSession_I_var remote =
+        nmsSession::NmsSession_I::_unchecked_narrow(plain.in());
     EXPECT_THROW(remote->ping(), CORBA::SystemException);
     EXPECT_EQ(session.servant().pings, 0);
     EXPECT_NO_THROW(session.remote()->ping());
 }
 
-bool handshakes(const RunningOrb& orb, const std::string& authority, const std::string& certificate) {
+bool handshakes(const RunningOrb& orb, const std::string& authority,
+                const std::string& certificate) {
     return TlsClient(orb.hostAndPort(), authority, certificate).handshakes();
 }
 
@@ -150,7 +152,8 @@ TEST_F(Tls, RefusesAClientWhoseCertificateHasEndedOrNotBegun) {
 
 TEST_F(Tls, EveryConnectionShowsItsCertificateAnew) {
     const RunningOrb orb(nullptr, tlsOptions());
-    const TlsClient client(orb.hostAndPort(), certificates_.authority(), certificates_.issue("nms"));
+    const TlsClient client(orb.hostAndPort(), certificates_.authority(),
+                           certificates_.issue("nms"));
     EXPECT_EQ(client.wholeHandshakesOfSix(), "6");
 }
 
@@ -159,14 +162,16 @@ TEST_F(Tls, TracesWhomItRefusesAndWhy) {
     const RunningOrb orb(nullptr, tlsOptions());
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueExpired("old")));
     EXPECT_TRUE(trace.waitFor("TLS: 127.0.0.1 port "));
-    EXPECT_TRUE(trace.contains("is refused: certificate expired, its certificate: certificate has expired"));
+    EXPECT_TRUE(trace.contains(
+        "is refused: certificate expired, its certificate: certificate has expired"));
 }
 
 TEST_F(Tls, SpeaksSuitesWithForwardSecrecyAlone) {
     OrbOptions options = tlsOptions();
     options.tlsKeyFile = certificates_.issueRsa("ems");
     const RunningOrb orb(nullptr, options);
-    const TlsClient client(orb.hostAndPort(), certificates_.authority(), certificates_.issue("nms"));
+    const TlsClient client(orb.hostAndPort(), certificates_.authority(),
+                           certificates_.issue("nms"));
     EXPECT_TRUE(client.handshakesWith("-tls1_2 -cipher ECDHE-RSA-AES128-GCM-SHA256"));
     EXPECT_TRUE(client.handshakesWith("-tls1_2 -cipher DHE-RSA-AES128-GCM-SHA256"));
     EXPECT_FALSE(client.handshakesWith("-tls1_2 -cipher AES128-GCM-SHA256"));
@@ -179,7 +184,8 @@ TEST_F(Tls, SpeaksTheSuitesThatItIsGiven) {
     options.tlsCiphers = "ECDHE-ECDSA-AES256-GCM-SHA384";
     options.tlsCipherSuites = "TLS_CHACHA20_POLY1305_SHA256";
     const RunningOrb orb(nullptr, options);
-    const TlsClient client(orb.hostAndPort(), certificates_.authority(), certificates_.issue("nms"));
+    const TlsClient client(orb.hostAndPort(), certificates_.authority(),
+                           certificates_.issue("nms"));
     EXPECT_TRUE(client.handshakesWith("-tls1_2 -cipher ECDHE-ECDSA-AES256-GCM-SHA384"));
     EXPECT_FALSE(client.handshakesWith("-tls1_2 -cipher ECDHE-ECDSA-AES128-GCM-SHA256"));
     EXPECT_TRUE(client.handshakesWith("-tls1_3 -ciphersuites TLS_CHACHA20_POLY1305_SHA256"));
@@ -194,9 +200,9 @@ TEST_F(Tls, DoesNotStartWithWeakSuites) {
     options.tlsCiphers = "AES128-GCM-SHA256";
     const TraceCapture trace;
     EXPECT_THROW(CORBA::release(kelp::orb::start(options, nullptr)), CORBA::BAD_PARAM);
-    EXPECT_TRUE(
-        trace.contains("TLS: the list of ciphers has the suite AES128-GCM-SHA256, which has no forward "
-                       "secrecy"));
+    EXPECT_TRUE(trace.contains(
+        "TLS: the list of ciphers has the suite AES128-GCM-SHA256, which has no forward "
+        "secrecy"));
 }
 
 TEST_F(Tls, CallersSubjectIsPartOfTheRequest) {
@@ -223,7 +229,8 @@ TEST_F(Tls, CallerWithoutTlsHasNoSubject) {
 class TlsServerName : public Tls {
   protected:
     /// Whether it calls `host`, where it listens itself.
-    bool calls(const std::string& host, const std::string& names, const std::string& expected = "") {
+    bool calls(const std::string& host, const std::string& names,
+               const std::string& expected = "") {
         OrbOptions options = tlsOptions();
         options.tlsKeyFile = certificates_.issueForNames("ems", names);
         options.tlsCallsOnly = true;
@@ -232,7 +239,8 @@ class TlsServerName : public Tls {
         const RunningOrb orb(nullptr, options);
         SessionObject session(orb);
         kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
-        const TcpRelay way(orb.port(), "127.0.0.1");  // the ORB makes no connection to its own address
+        const TcpRelay way(orb.port(),
+                           "127.0.0.1");  // the ORB makes no connection to its own address
         const CORBA::Object_var object = kelp::orb::toReference(
             orb.orb(), "corbaloc:ssliop:1.2@" + host + ":" + std::to_string(way.port()) + "/Key");
         kelp::orb::setThreadTimeout(20s);
@@ -248,11 +256,10 @@ class TlsServerName : public Tls {
 TEST_F(TlsServerName, IsTheAddressThatIsCalled) {
     EXPECT_TRUE(calls("127.0.0.1", "IP:127.0.0.1"));
     EXPECT_FALSE(calls("127.0.0.1", "IP:127.0.0.2,DNS:localhost"));
-    EXPECT_NE(
-        kelp::orb::takeRefusedServer().find(
-            " shows a certificate of CN = ems, which is refused: it is for IP:127.0.0.2, DNS:localhost, "
-            "not for 127.0.0.1"),
-        std::string::npos);
+    EXPECT_NE(kelp::orb::takeRefusedServer().find(" shows a certificate of CN = ems, which is "
+                                                  "refused: it is for IP:127.0.0.2, DNS:localhost, "
+                                                  "not for 127.0.0.1"),
+              std::string::npos);
 }
 
 TEST_F(TlsServerName, IsTheNameThatIsCalled) {
@@ -274,7 +281,8 @@ class TlsRevocation : public Tls {
     }
     bool renews(const OrbOptions& options) {
         whyNot_.clear();
-        return kelp::orb::renewTls({options.tlsCaFile, options.tlsKeyFile, "", options.tlsCrlFile}, whyNot_);
+        return kelp::orb::renewTls({options.tlsCaFile, options.tlsKeyFile, "", options.tlsCrlFile},
+                                   whyNot_);
     }
     std::string whyNot_;
 };
@@ -286,11 +294,13 @@ TEST_F(TlsRevocation, TakesEffectWithTheNextList) {
     EXPECT_TRUE(handshakes(orb, certificates_.authority(), stolen));
     certificates_.revoke("stolen");
     certificates_.revocationList();
-    EXPECT_TRUE(handshakes(orb, certificates_.authority(), stolen)) << "a new file alone changes nothing";
+    EXPECT_TRUE(handshakes(orb, certificates_.authority(), stolen))
+        << "a new file alone changes nothing";
     const TraceCapture trace;
     ASSERT_TRUE(renews(options)) << whyNot_;
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), stolen));
-    EXPECT_TRUE(trace.waitFor("is refused: certificate revoked, its certificate: certificate revoked"));
+    EXPECT_TRUE(
+        trace.waitFor("is refused: certificate revoked, its certificate: certificate revoked"));
     EXPECT_TRUE(handshakes(orb, certificates_.authority(), certificates_.issue("nms")));
 }
 
@@ -312,10 +322,12 @@ TEST_F(TlsRevocation, EndedListIsNotTakenOverAndTheFormerHolds) {
     const RunningOrb orb(nullptr, options);
     certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     EXPECT_FALSE(renews(options));
-    EXPECT_NE(whyNot_.find("/crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01"),
+    EXPECT_NE(whyNot_.find(
+                  "/crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01"),
               std::string::npos)
         << whyNot_;
-    EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.folder() + "/stolen.pem"));
+    EXPECT_FALSE(
+        handshakes(orb, certificates_.authority(), certificates_.folder() + "/stolen.pem"));
     EXPECT_TRUE(handshakes(orb, certificates_.authority(), certificates_.issue("nms")));
 }
 
@@ -332,7 +344,8 @@ class TlsRenewal : public Tls {
   protected:
     kelp::orb::TlsFiles files() const { return {certificates_.authority(), keyFile_, ""}; }
     std::string serialNumber() const {
-        return TlsClient(orb_.hostAndPort(), certificates_.authority(), nmsCertificate_).serverSerialNumber();
+        return TlsClient(orb_.hostAndPort(), certificates_.authority(), nmsCertificate_)
+            .serverSerialNumber();
     }
 
     const OrbOptions options_ = tlsOptions();
@@ -366,7 +379,8 @@ TEST_F(TlsRenewal, FilesThatCannotBeUsedChangeNothing) {
     const std::string before = serialNumber();
     certificates_.issueExpired("ems");
     EXPECT_FALSE(kelp::orb::renewTls(files(), whyNot_));
-    EXPECT_NE(whyNot_.find(keyFile_ + " holds a certificate that has ended"), std::string::npos) << whyNot_;
+    EXPECT_NE(whyNot_.find(keyFile_ + " holds a certificate that has ended"), std::string::npos)
+        << whyNot_;
     EXPECT_EQ(serialNumber(), before);
 }
 
@@ -387,8 +401,10 @@ TEST_F(TlsRenewal, HoldsForCallsThatThisProcessMakes) {
     SessionObject session(orb_);
     kelp::orb::setThreadTimeout(20s);
     ASSERT_TRUE(kelp::orb::renewTls({others.authority(), keyFile_, ""}, whyNot_)) << whyNot_;
-    EXPECT_THROW(session.remote()->ping(), CORBA::SystemException) << "the former authority's certificate";
-    ASSERT_TRUE(kelp::orb::renewTls({others.authority(), others.issue("ems"), ""}, whyNot_)) << whyNot_;
+    EXPECT_THROW(session.remote()->ping(), CORBA::SystemException)
+        << "the former authority's certificate";
+    ASSERT_TRUE(kelp::orb::renewTls({others.authority(), others.issue("ems"), ""}, whyNot_))
+        << whyNot_;
     EXPECT_NO_THROW(session.remote()->ping());
 }
 

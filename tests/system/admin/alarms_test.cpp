@@ -1,10 +1,10 @@
 // Alarms on their whole way: the operator's tool, the host, its channel, an NMS in another process.
 
-#include "system/kelpnms/kelpnms_fixture.h"
-
 #include <signal.h>
 
 #include <sstream>
+
+#include "system/kelpnms/kelpnms_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -18,7 +18,8 @@ class AlarmsTest : public KelpnmsTest {
 
     /// An NMS that follows the events until so many have come.
     ChildProcess follow(int count) {
-        ChildProcess nms(launch({"--verbose", "--json", "events", "--count", std::to_string(count)}));
+        ChildProcess nms(
+            launch({"--verbose", "--json", "events", "--count", std::to_string(count)}));
         EXPECT_TRUE(log_.waitFor("connected to the event channel")) << output();
         return nms;
     }
@@ -34,7 +35,9 @@ class AlarmsTest : public KelpnmsTest {
     }
 
     /// Runs kelpctl beside the host; its exit code.
-    int kelpctl(const std::vector<std::string>& arguments) { return runToEnd(kelpctlLaunch(arguments)); }
+    int kelpctl(const std::vector<std::string>& arguments) {
+        return runToEnd(kelpctlLaunch(arguments));
+    }
     Launch kelpctlLaunch(const std::vector<std::string>& arguments) {
         std::vector<std::string> all = {"--config", host_.configFile().string()};
         all.insert(all.end(), arguments.begin(), arguments.end());
@@ -48,9 +51,13 @@ class AlarmsTest : public KelpnmsTest {
 
 TEST_F(AlarmsTest, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
     ChildProcess nms = follow(2);
-    const std::vector<std::string> identity = {
-        "--object", "ManagedElement=NE-1", "PTP=/shelf=1/port=2", "--probable-cause", "LOS", "--layer-rate",
-        "20"};
+    const std::vector<std::string> identity = {"--object",
+                                               "ManagedElement=NE-1",
+                                               "PTP=/shelf=1/port=2",
+                                               "--probable-cause",
+                                               "LOS",
+                                               "--layer-rate",
+                                               "20"};
     std::vector<std::string> raise = {
         "alarm",  "raise",    "--severity",       "major",     "--service-affecting",
         "yes",    "--text",   "the fibre is out", "--ne-time", "20240105030405.0Z",
@@ -67,7 +74,8 @@ TEST_F(AlarmsTest, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
     EXPECT_EQ(shown[0]["type"], "NT_ALARM");
     Json raised = shown[0]["fields"];
     const auto id = std::stoull(raised["notificationId"].get<std::string>());
-    EXPECT_TRUE(ctlLog_.contains("alarm raised, notification id " + std::to_string(id))) << ctlLog_.text();
+    EXPECT_TRUE(ctlLog_.contains("alarm raised, notification id " + std::to_string(id)))
+        << ctlLog_.text();
     const std::string emsTime = raised["emsTime"];
     EXPECT_EQ(emsTime.size(), std::string("20240105030405.0Z").size()) << emsTime;
     raised.erase("notificationId");
@@ -98,16 +106,17 @@ TEST_F(AlarmsTest, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
     const Json cleared = shown[1]["fields"];
     EXPECT_EQ(cleared["perceivedSeverity"], "PS_CLEARED");
     EXPECT_EQ(cleared["isClearable"], true);
-    for (const char* const key : {"objectName", "layerRate", "probableCause", "probableCauseQualifier"})
+    for (const char* const key :
+         {"objectName", "layerRate", "probableCause", "probableCauseQualifier"})
         EXPECT_EQ(cleared[key], raised[key]) << key;
     EXPECT_GT(std::stoull(cleared["notificationId"].get<std::string>()), id);
 }
 
 TEST_F(AlarmsTest, WrongAlarmIsRefusedByTheHostAndReachesNobody) {
     ChildProcess nms = follow(1);
-    EXPECT_EQ(
-        kelpctl({"alarm", "raise", "--object", "Oven=1", "--severity", "major", "--probable-cause", "LOS"}),
-        1);
+    EXPECT_EQ(kelpctl({"alarm", "raise", "--object", "Oven=1", "--severity", "major",
+                       "--probable-cause", "LOS"}),
+              1);
     EXPECT_TRUE(ctlLog_.contains("kelpctl: objectType is missing")) << ctlLog_.text();
     EXPECT_EQ(kelpctl({"alarm", "raise", "--object", "ManagedElement=1", "--severity", "major",
                        "--probable-cause", "LOS", "--text", "right"}),
@@ -140,7 +149,8 @@ TEST_F(AlarmsTest, OperatorSeesWhatBecameOfTheEvents) {
     EXPECT_EQ(kelpctl({"storm", "--rate", "1000", "--count", "2"}), 0);
     EXPECT_TRUE(eventually([&] {
         ctlLog_ = LogFile(scratch_ / ("consumers" + std::to_string(++runs_)));
-        return kelpctl({"consumers"}) == 0 && ctlLog_.contains(" 2            2            0          0 ");
+        return kelpctl({"consumers"}) == 0 &&
+               ctlLog_.contains(" 2            2            0          0 ");
     })) << ctlLog_.text();
     EXPECT_TRUE(ctlLog_.contains(" s  answers")) << ctlLog_.text();
 }
@@ -166,9 +176,9 @@ TEST_F(AlarmsTest, OperatorSeesWhetherTheLogsAreWritten) {
 }
 
 TEST_F(AlarmsTest, NotificationIdsGoOnGrowingAfterARestartOfTheHost) {
-    const std::vector<std::string> raise = {"alarm",      "raise", "--object",         "ManagedElement=1",
-                                            "--severity", "major", "--probable-cause", "LOS",
-                                            "--json"};
+    const std::vector<std::string> raise = {
+        "alarm", "raise", "--object", "ManagedElement=1", "--severity", "major", "--probable-cause",
+        "LOS",   "--json"};
     const auto nextId = [&] {
         ctlLog_ = LogFile(scratch_ / ("kelpctl" + std::to_string(++runs_)));
         EXPECT_EQ(kelpctl(raise), 0) << ctlLog_.text();

@@ -1,15 +1,15 @@
-// Clean-up after NMS that are killed one after another, beside one at the same address that goes on.
-
-#include "harness/host.h"
-#include "harness/nms_process.h"
-#include "harness/process_memory.h"
+// Clean-up after NMS that are killed one after another, beside one at the same address that goes
+// on.
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <list>
 
-#include <nlohmann/json.hpp>
+#include "harness/host.h"
+#include "harness/nms_process.h"
+#include "harness/process_memory.h"
 
 namespace kelp::test {
 namespace {
@@ -43,13 +43,14 @@ class LeftBehind : public testing::Test {
     void raiseAlarms() {
         LogFile log(host_.scratch("storm" + std::to_string(++looks_)));
         EXPECT_EQ(
-            runToEnd(kelpctl({"storm", "--rate", "1000", "--count", std::to_string(kAlarmsInARound)}, log)),
+            runToEnd(kelpctl(
+                {"storm", "--rate", "1000", "--count", std::to_string(kAlarmsInARound)}, log)),
             0)
             << log.text();
     }
     std::ptrdiff_t threads() {
-        const std::filesystem::directory_iterator tasks("/proc/" + std::to_string(host_.process().pid()) +
-                                                        "/task");
+        const std::filesystem::directory_iterator tasks(
+            "/proc/" + std::to_string(host_.process().pid()) + "/task");
         return std::distance(begin(tasks), end(tasks));
     }
     double memory() { return residentMib(host_.process().pid()); }

@@ -1,17 +1,16 @@
 // An alarm storm at sixteen NMS, four of which behave badly.
 
-#include "harness/host.h"
-#include "harness/nms_process.h"
-#include "harness/process_memory.h"
-
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <atomic>
 #include <list>
 #include <thread>
 
-#include <nlohmann/json.hpp>
+#include "harness/host.h"
+#include "harness/nms_process.h"
+#include "harness/process_memory.h"
 
 namespace kelp::test {
 namespace {
@@ -19,7 +18,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int kAlarms = 20000;
-/// A quarter of the storm does not fit, and a good one may be many seconds behind on a busy machine.
+/// A quarter of the storm does not fit, and a good one may be many seconds behind on a busy
+/// machine.
 constexpr int kQueue = 15000;
 constexpr int kGood = 12;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -37,8 +37,8 @@ class StormTest : public testing::Test {
         host_.set("notification", "heartbeat_s", 0)
             .set("notification", "queue_events_max", kQueue)
             .set("notification", "push_timeout_s", 2)
-            // the frozen one's log-in, and what it has at the channel, live until five rounds have found it
-            // deaf
+            // the frozen one's log-in, and what it has at the channel, live until five rounds have
+            // found it deaf
             .set("session", "ping_interval_s", 20);
         host_.addUser("demo");
         host_.start();
@@ -67,8 +67,9 @@ class StormTest : public testing::Test {
     }
     void lookAtTheCounts() {
         for (const Json& each : consumers()) {
-            EXPECT_EQ(each["sent"].get<int>(),
-                      each["delivered"].get<int>() + each["lost"].get<int>() + each["queued"].get<int>())
+            EXPECT_EQ(
+                each["sent"].get<int>(),
+                each["delivered"].get<int>() + each["lost"].get<int>() + each["queued"].get<int>())
                 << each;
             EXPECT_LE(each["queued"].get<int>(), kQueue) << each;
         }
@@ -97,7 +98,8 @@ TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreC
     const double before = residentMib(host_.process().pid());
 
     const LogFile stormLog(host_.scratch("storm"));
-    ChildProcess storm(kelpctl({"storm", "--rate", kRate, "--count", std::to_string(kAlarms)}, stormLog));
+    ChildProcess storm(
+        kelpctl({"storm", "--rate", kRate, "--count", std::to_string(kAlarms)}, stormLog));
     EXPECT_TRUE(eventually([&] { return killed.followed(0).events > 100; }));
     killed.process().kill();
     while (storm.isRunning()) {
@@ -132,7 +134,8 @@ TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreC
     for (NmsProcess* each : live)
         EXPECT_TRUE(eventually([&] { return each->counts(0).cleared == 1; }, kLongPatience));
     EXPECT_TRUE(eventually([&] { return frozen.followed(0).lastId == lastId; }, kLongPatience));
-    // the event that was under way when it froze lay in its connection, and that is read beside the newer one
+    // the event that was under way when it froze lay in its connection, and that is read beside the
+    // newer one
     EXPECT_LE(frozen.followed(0).late, 1);
     lookAtTheCounts();
     const int pings = good_.front()->counts(0).pings;

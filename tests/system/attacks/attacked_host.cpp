@@ -1,7 +1,6 @@
 #include "attacks/attacked_host.h"
 
 #include <kelp/orb/references.h>
-
 #include <poll.h>
 #include <unistd.h>
 
@@ -62,7 +61,8 @@ void AttackedHost::startHost() {
     bystander_->logIn(0, kUser);
 }
 
-ChildProcess AttackedHost::startAttack(const std::string& name, std::uint16_t port, const Options& options) {
+ChildProcess AttackedHost::startAttack(const std::string& name, std::uint16_t port,
+                                       const Options& options) {
     std::vector<std::string> arguments = {ATTACKER, name, std::to_string(port)};
     for (const auto& [option, value] : options)
         arguments.push_back(option + "=" + value);
@@ -72,7 +72,8 @@ ChildProcess AttackedHost::startAttack(const std::string& name, std::uint16_t po
     return ChildProcess(launch);
 }
 
-AttackedHost::Seen AttackedHost::attack(const std::string& name, std::uint16_t port, const Options& options) {
+AttackedHost::Seen AttackedHost::attack(const std::string& name, std::uint16_t port,
+                                        const Options& options) {
     if (bystander_)
         bystander_->startChatter(0);
     ChildProcess attacker = startAttack(name, port, options);
@@ -81,7 +82,8 @@ AttackedHost::Seen AttackedHost::attack(const std::string& name, std::uint16_t p
     if (bystander_) {
         const ChatterResult served = bystander_->stopChatter(0);
         EXPECT_GT(served.calls, 0);
-        EXPECT_EQ(served.failures, 0) << "of " << served.calls << " calls of the bystander during " << name;
+        EXPECT_EQ(served.failures, 0)
+            << "of " << served.calls << " calls of the bystander during " << name;
     }
     Seen seen;
     for (std::string key, value; lines >> key >> value;)

@@ -14,8 +14,8 @@ namespace kelp::test {
 
 /// A host under attack, with an NMS that calls it all the time and must notice nothing.
 ///
-/// Connections from kLoggedIn come from where an NMS is logged in; from kAllowed it may call but nobody has
-/// logged in; calls from kForeign are not allowed.
+/// Connections from kLoggedIn come from where an NMS is logged in; from kAllowed it may call but
+/// nobody has logged in; calls from kForeign are not allowed.
 class AttackedHost : public ::testing::Test {
   protected:
     static constexpr const char* kLoggedIn = "127.0.0.1";
@@ -40,7 +40,8 @@ class AttackedHost : public ::testing::Test {
     /// An attacker that goes on until its standard input is closed, that is, until it is destroyed.
     ChildProcess lastingAttack(const std::string& name, const Options& options);
 
-    /// The host runs, spins on nothing, has served the bystander all the time, and stops when asked to.
+    /// The host runs, spins on nothing, has served the bystander all the time, and stops when asked
+    /// to.
     void expectUnharmed();
     /// The host's processor is idle while nobody but the bystander calls.
     bool isIdle();

@@ -15,8 +15,9 @@ class CallBackAttacks : public AttackedHost {
   protected:
     void SetUp() override { startHost(); }
     Seen answerWith(const std::string& answer, const std::string& place = "itself") {
-        return attack("answer_badly",
-                      {{"user", kUser}, {"password", Host::kPassword}, {"answer", answer}, {"place", place}});
+        return attack(
+            "answer_badly",
+            {{"user", kUser}, {"password", Host::kPassword}, {"answer", answer}, {"place", place}});
     }
 };
 
@@ -53,7 +54,8 @@ TEST_F(CallBackAttacks, AForwardToAnotherAddressIsNotFollowed) {
     const Socket elsewhere = tcpSocket();
     sockaddr_in address = loopbackAddress(0);
     address.sin_addr.s_addr = ::inet_addr("127.0.0.9");
-    ASSERT_EQ(::bind(elsewhere.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::bind(elsewhere.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+              0);
     ASSERT_EQ(::listen(elsewhere.fd(), 8), 0);
     const Seen seen = answerWith("forward", "127.0.0.9:" + std::to_string(portOf(elsewhere)));
     EXPECT_GE(numberIn(seen, "calls"), 1);

@@ -9,7 +9,8 @@ namespace {
 
 class ConnectionAttacks : public AttackedHost, public ::testing::WithParamInterface<const char*> {
   protected:
-    /// A host that cannot have more than 1024 descriptors, the attackers having more connections in all.
+    /// A host that cannot have more than 1024 descriptors, the attackers having more connections in
+    /// all.
     void startHostWithFewDescriptors() {
         const rlimit few{1024, 1024};
         ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0) << "inherited by the host";
@@ -17,7 +18,8 @@ class ConnectionAttacks : public AttackedHost, public ::testing::WithParamInterf
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(From, ConnectionAttacks, ::testing::Values("127.0.0.3", "127.0.0.2"), attackerPlace);
+INSTANTIATE_TEST_SUITE_P(From, ConnectionAttacks, ::testing::Values("127.0.0.3", "127.0.0.2"),
+                         attackerPlace);
 
 TEST_P(ConnectionAttacks, MoreIdleConnectionsThanDescriptorsHinderNobody) {
     startHostWithFewDescriptors();
@@ -37,8 +39,8 @@ TEST_P(ConnectionAttacks, MoreIdleConnectionsThanDescriptorsHinderNobody) {
 TEST_P(ConnectionAttacks, HalfHeadersOnManyConnectionsHinderNobody) {
     startHost();
     {
-        const ChildProcess attacker =
-            lastingAttack("idle_connections", {{"source", GetParam()}, {"count", "400"}, {"half", "1"}});
+        const ChildProcess attacker = lastingAttack(
+            "idle_connections", {{"source", GetParam()}, {"count", "400"}, {"half", "1"}});
         EXPECT_TRUE(isIdle()) << "the host spins";
         NmsProcess another(host_);
         another.logIn(0, kUser);

@@ -17,8 +17,8 @@ class LogAttacks : public AttackedHost {
     /// Records in the operation log of calls from an address.
     std::size_t recordsOf(const std::string& address) {
         const std::filesystem::path output = host_.scratch("oplog.txt");
-        Launch launch = host_.launch(
-            KELPCTL, {"--config", host_.configFile().string(), "oplog", "--json", "--address", address});
+        Launch launch = host_.launch(KELPCTL, {"--config", host_.configFile().string(), "oplog",
+                                               "--json", "--address", address});
         launch.output = output;
         EXPECT_EQ(runToEnd(launch), 0);
         return LogFile(output).count("\n");

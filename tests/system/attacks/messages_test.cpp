@@ -1,4 +1,5 @@
-// Messages that break the rules of GIOP, from callers with a log-in, without one, and from foreign addresses.
+// Messages that break the rules of GIOP, from callers with a log-in, without one, and from foreign
+// addresses.
 
 #include <gmock/gmock.h>
 #include <kelp/orb/references.h>
@@ -26,8 +27,8 @@ class MessageAttacks : public AttackedHost, public ::testing::WithParamInterface
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(From, MessageAttacks, ::testing::Values("127.0.0.1", "127.0.0.3", "127.0.0.2"),
-                         attackerPlace);
+INSTANTIATE_TEST_SUITE_P(From, MessageAttacks,
+                         ::testing::Values("127.0.0.1", "127.0.0.3", "127.0.0.2"), attackerPlace);
 
 TEST_P(MessageAttacks, AFragmentOfACompletedRequestHarmsNobody) {
     attack("fragment_after_request", fromThere());
@@ -65,9 +66,11 @@ TEST_F(TargetAddressing, ARequestAddressedByProfileOrReferenceIsServed) {
 class LargeMessages : public AttackedHost {
   protected:
     void SetUp() override { startHost(); }
-    /// Four callers at once, with 60 MiB each, from where an NMS is logged in: how many were answered.
+    /// Four callers at once, with 60 MiB each, from where an NMS is logged in: how many were
+    /// answered.
     long largeRequests(const std::string& form) {
-        return numberIn(attack("large_requests", {{"source", kLoggedIn}, {"form", form}}), "answered");
+        return numberIn(attack("large_requests", {{"source", kLoggedIn}, {"form", form}}),
+                        "answered");
     }
     /// Under a sanitizer memory is not judged: its allocator keeps what was freed.
     void expectMemoryAsBefore([[maybe_unused]] double before) {
@@ -120,7 +123,8 @@ TEST_F(LargeMessages, MemoryOfRequestsWithOctetsLeftOverGoesBackToTheSystem) {
 
 TEST_F(LargeMessages, LengthsBeyond32BitsTakeNoMemory) {
     const double before = peakAddressSpaceMib(host_.process().pid());
-    const Seen answers = attack("lengths_beyond_32_bits", {{"user", kUser}, {"password", Host::kPassword}});
+    const Seen answers =
+        attack("lengths_beyond_32_bits", {{"user", kUser}, {"password", Host::kPassword}});
     EXPECT_EQ(answers.at("code_sets"), "1");
     EXPECT_EQ(answers.at("layer_rates"), "IDL:omg.org/CORBA/MARSHAL:1.0");
     // threads take address space as well
@@ -139,9 +143,10 @@ class TypeBombs : public AttackedHost {};
 TEST_F(TypeBombs, TypesNestedDeepOrWideAreRefusedBeforeTheyAreDecoded) {
     startHost();
     orb::ReferenceContent channel;
-    ASSERT_TRUE(
-        orb::decodeReference(bystander_->channelAt(0, "127.0.0.1 " + std::to_string(host_.port())), channel));
-    const Seen outcomes = attack("type_bombs", {{"source", kLoggedIn}, {"key", hexOf(channel.objectKey)}});
+    ASSERT_TRUE(orb::decodeReference(
+        bystander_->channelAt(0, "127.0.0.1 " + std::to_string(host_.port())), channel));
+    const Seen outcomes =
+        attack("type_bombs", {{"source", kLoggedIn}, {"key", hexOf(channel.objectKey)}});
     for (const auto& [bomb, outcome] : outcomes)
         EXPECT_NE(outcome, "silence") << bomb;
     expectUnharmed();

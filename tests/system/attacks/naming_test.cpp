@@ -11,7 +11,8 @@ class NamingAttacks : public AttackedHost {
 };
 
 TEST_F(NamingAttacks, NobodyOutsideChangesAName) {
-    const Seen seen = attack("change_names", host_.namingPort(), {{"source", kAllowed}, {"count", "500"}});
+    const Seen seen =
+        attack("change_names", host_.namingPort(), {{"source", kAllowed}, {"count", "500"}});
     EXPECT_EQ(numberIn(seen, "refused"), numberIn(seen, "attempts"));
     EXPECT_EQ(numberIn(seen, "changed"), 0);
     expectUnharmed();

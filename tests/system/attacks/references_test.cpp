@@ -29,9 +29,10 @@ TEST_F(ReferenceAttacks, ALogInWithoutThePasswordEndsNobodysSession) {
     orb::ReferenceContent own;
     ASSERT_TRUE(orb::decodeReference(bystander_->ownReference(0), own));
     ASSERT_FALSE(own.endpoints.empty());
-    const Seen seen = attack("wrong_password", {{"user", kUser},
-                                                {"host", own.endpoints[0].host},
-                                                {"nms_port", std::to_string(own.endpoints[0].port)}});
+    const Seen seen =
+        attack("wrong_password", {{"user", kUser},
+                                  {"host", own.endpoints[0].host},
+                                  {"nms_port", std::to_string(own.endpoints[0].port)}});
     EXPECT_EQ(numberIn(seen, "session"), 0);
     expectUnharmed();
 }

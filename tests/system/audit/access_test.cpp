@@ -46,7 +46,9 @@ class AccessTest : public AuditTest {
         startHost();
         nms_.logIn(0, kUser);
     }
-    Host& allow(const std::string& networks) { return host_.set("access", "allowed_oss", networks); }
+    Host& allow(const std::string& networks) {
+        return host_.set("access", "allowed_oss", networks);
+    }
 
     std::vector<LogEntry> operationsOf(const std::string& address) const {
         oplog::LogQuery query;
@@ -90,7 +92,8 @@ TEST_F(AccessTest, EveryOperationIsRefusedAndStandsInTheSecurityLogAlone) {
         CosNotifyChannelAdmin::EventChannel_var channel;
         session->getEventChannel(channel.out());
     }));
-    EXPECT_TRUE(isRefused([&] { const session::Session_I_var other = session->associatedSession(); }));
+    EXPECT_TRUE(
+        isRefused([&] { const session::Session_I_var other = session->associatedSession(); }));
     EXPECT_TRUE(isRefused([&] { session->_is_a("IDL:another/Interface:1.0"); }));
     EXPECT_TRUE(isRefused([&] { session->_non_existent(); }));
     EXPECT_TRUE(isRefused([&] {
@@ -99,9 +102,10 @@ TEST_F(AccessTest, EveryOperationIsRefusedAndStandsInTheSecurityLogAlone) {
     }));
     session->endSession();  // oneway
 
-    const std::vector<std::string> all = {
-        "getVersion", "getEmsSession", "ping",   "getManager", "getEventChannel", "_get_associatedSession",
-        "_is_a",      "_non_existent", "getEMS", "endSession"};
+    const std::vector<std::string> all = {"getVersion", "getEmsSession",   "ping",
+                                          "getManager", "getEventChannel", "_get_associatedSession",
+                                          "_is_a",      "_non_existent",   "getEMS",
+                                          "endSession"};
     EXPECT_TRUE(eventually([&] { return security(kRefused).size() >= all.size(); }));
     EXPECT_THAT(refusedOperations(), UnorderedElementsAreArray(all));
     EXPECT_NO_THROW(nms_[0].session()->ping()) << "its session is not ended from there";
@@ -119,7 +123,8 @@ TEST_F(AccessTest, AskingForObjectsThatDoNotExistStandsInTheSecurityLogAlone) {
     const std::vector<LogEntry> told = security(kRefused);
     ASSERT_THAT(told, SizeIs(1));
     EXPECT_EQ(told[0].object, "_non_existent");
-    EXPECT_EQ(told[0].outcome, "OBJECT_NOT_EXIST") << "the ORB knows no object to ask the agent for";
+    EXPECT_EQ(told[0].outcome, "OBJECT_NOT_EXIST")
+        << "the ORB knows no object to ask the agent for";
     EXPECT_THAT(operationsOf(kStranger), SizeIs(0));
 }
 
@@ -157,7 +162,8 @@ TEST_F(AccessTest, AFloodOfRefusalsIsCountedToTheLastAndDelaysNoStop) {
             const auto factory = nms_.factoryOver(relay);
             for (int call = 0; call < kCalls; ++call)
                 refused +=
-                    isRefused([&] { const CORBA::String_var version = factory->getVersion(); }) ? 1 : 0;
+                    isRefused([&] { const CORBA::String_var version = factory->getVersion(); }) ? 1
+                                                                                                : 0;
         });
     }
     for (std::thread& each : callers)

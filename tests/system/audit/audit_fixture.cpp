@@ -12,7 +12,8 @@ using oplog::LogQuery;
 
 constexpr const char* kReadAgain = "the configuration has been read again";
 
-std::vector<LogEntry> read(const std::filesystem::path& database, LogKind kind, const LogQuery& query) {
+std::vector<LogEntry> read(const std::filesystem::path& database, LogKind kind,
+                           const LogQuery& query) {
     std::vector<LogEntry> entries;
     oplog::LogReader(database, kind).search(query, [&entries](const LogEntry& entry) {
         entries.push_back(entry);
@@ -49,7 +50,8 @@ void AuditTest::SetUp() {
 void AuditTest::startHost() {
     host_.start();
     if (!eventually([this] {
-            return isOpen(operationLog(), LogKind::Operations) && isOpen(securityLog(), LogKind::Security);
+            return isOpen(operationLog(), LogKind::Operations) &&
+                   isOpen(securityLog(), LogKind::Security);
         }))
         throw std::runtime_error("kelpd does not open its logs");
 }
@@ -58,7 +60,8 @@ std::vector<LogEntry> AuditTest::operations(const LogQuery& query) const {
     return read(operationLog(), LogKind::Operations, query);
 }
 
-std::vector<LogEntry> AuditTest::security(const std::string& event, const std::string& outcome) const {
+std::vector<LogEntry> AuditTest::security(const std::string& event,
+                                          const std::string& outcome) const {
     LogQuery query;
     query.operation = event;
     query.outcome = outcome;
@@ -70,10 +73,11 @@ int AuditTest::countOf(const std::string& operation) const {
     query.operation = operation;
     query.outcome = "ok";
     int count = 0;
-    oplog::LogReader(operationLog(), LogKind::Operations).search(query, [&count](const LogEntry& entry) {
-        count += entry.missing == 0 ? 1 : 0;
-        return true;
-    });
+    oplog::LogReader(operationLog(), LogKind::Operations)
+        .search(query, [&count](const LogEntry& entry) {
+            count += entry.missing == 0 ? 1 : 0;
+            return true;
+        });
     return count;
 }
 

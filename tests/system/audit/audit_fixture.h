@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/oplog/log_search.h>
-
 #include <gtest/gtest.h>
+#include <kelp/oplog/log_search.h>
 
 #include <string>
 #include <vector>
@@ -34,7 +33,8 @@ class AuditTest : public ::testing::Test {
 
     /// The matching records.
     std::vector<oplog::LogEntry> operations(const oplog::LogQuery& query = {}) const;
-    std::vector<oplog::LogEntry> security(const std::string& event, const std::string& outcome = "") const;
+    std::vector<oplog::LogEntry> security(const std::string& event,
+                                          const std::string& outcome = "") const;
     /// How many requests of an operation were answered normally.
     int countOf(const std::string& operation) const;
     /// Waits until so many, or more, stand in the log: how many there are.
@@ -42,8 +42,8 @@ class AuditTest : public ::testing::Test {
     std::vector<oplog::LogEntry> gaps() const;
 
     CommandResult kelpctl(std::vector<std::string> arguments);
-    /// Both logs can be searched by the operator, are sound databases, and the chain of the security log is
-    /// whole.
+    /// Both logs can be searched by the operator, are sound databases, and the chain of the
+    /// security log is whole.
     void expectSoundLogs();
 
     /// Gives the host a changed configuration and waits until it holds.

@@ -1,4 +1,5 @@
-// An address without a log-in that floods the host: what it leaves in the logs, and what it does to others.
+// An address without a log-in that floods the host: what it leaves in the logs, and what it does to
+// others.
 
 #include <gmock/gmock.h>
 

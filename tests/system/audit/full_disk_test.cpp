@@ -1,5 +1,5 @@
-// A disk of the logs that is really full while the host serves. Built where the machine lets a small one be
-// mounted.
+// A disk of the logs that is really full while the host serves. Built where the machine lets a
+// small one be mounted.
 
 #include <gmock/gmock.h>
 
@@ -83,7 +83,8 @@ TEST_F(FullDiskTest, ShorterThanTheQueueHoldsLosesNothing) {
 TEST_F(FullDiskTest, LongerThanTheQueueHoldsIsToldByOneGapRecordAndHoldsUpOneRequest) {
     constexpr int kQueue = 2000;
     constexpr std::chrono::milliseconds kStall{3000};
-    host_.set("oplog", "queue_max", kQueue).set("oplog", "stall_max_ms", static_cast<int>(kStall.count()));
+    host_.set("oplog", "queue_max", kQueue)
+        .set("oplog", "stall_max_ms", static_cast<int>(kStall.count()));
     beginOutage();
     const oplog::UtcTime begin = oplog::now();
     ping(kDuring, kStall);

@@ -13,8 +13,8 @@ inline constexpr bool kIsSanitized = true;
 inline constexpr bool kIsSanitized = false;
 #endif
 
-/// Callers of the EMS, a thread each, that call without a pause until so many calls in all were answered. One
-/// whose call fails gives up.
+/// Callers of the EMS, a thread each, that call without a pause until so many calls in all were
+/// answered. One whose call fails gives up.
 class Load {
   public:
     using Call = std::function<void()>;

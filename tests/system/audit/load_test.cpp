@@ -1,12 +1,13 @@
 // The operation log under load, across a stop and across a sudden death of the host.
 
+#include "system/audit/load.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <map>
 
 #include "system/audit/audit_fixture.h"
-#include "system/audit/load.h"
 #include "system/audit/nms_group.h"
 
 namespace kelp::test {
@@ -28,8 +29,8 @@ class LoadTest : public AuditTest {
         startHost();
     }
 
-    /// Two sessions, a manager and the factory are called at the same time, by NMS without a connection from
-    /// before.
+    /// Two sessions, a manager and the factory are called at the same time, by NMS without a
+    /// connection from before.
     std::vector<Load::Call> callers() {
         manager_ = emsMgr::EMSMgr_I::_nil();
         nms_.reset();
@@ -59,14 +60,15 @@ class LoadTest : public AuditTest {
         std::int64_t last = 0;
         std::map<std::string, oplog::UtcTime> lastTimes;
         int wrong = 0;
-        oplog::LogReader(operationLog(), oplog::LogKind::Operations).search({}, [&](const LogEntry& entry) {
-            wrong += entry.id == last + 1 ? 0 : 1;
-            last = entry.id;
-            oplog::UtcTime& lastTime = lastTimes[entry.nmsAddress + " " + entry.operation];
-            wrong += entry.time >= lastTime ? 0 : 1;
-            lastTime = entry.time;
-            return true;
-        });
+        oplog::LogReader(operationLog(), oplog::LogKind::Operations)
+            .search({}, [&](const LogEntry& entry) {
+                wrong += entry.id == last + 1 ? 0 : 1;
+                last = entry.id;
+                oplog::UtcTime& lastTime = lastTimes[entry.nmsAddress + " " + entry.operation];
+                wrong += entry.time >= lastTime ? 0 : 1;
+                lastTime = entry.time;
+                return true;
+            });
         EXPECT_EQ(wrong, 0);
         EXPECT_GE(last, kRequests);
     }

@@ -14,7 +14,8 @@ orb::OrbOptions withPorts(std::size_t count) {
     return options;
 }
 
-emsSessionFactory::EmsSessionFactory_I_ptr factoryAt(CORBA::ORB_ptr orb, const std::string& reference) {
+emsSessionFactory::EmsSessionFactory_I_ptr factoryAt(CORBA::ORB_ptr orb,
+                                                     const std::string& reference) {
     const CORBA::Object_var object = orb::toReference(orb, reference);
     return emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
 }
@@ -46,8 +47,8 @@ emsMgr::EMSMgr_I_var NmsGroup::manager(std::size_t number) {
 }
 
 emsSessionFactory::EmsSessionFactory_I_var NmsGroup::factoryOver(const TcpRelay& relay) const {
-    return emsSessionFactory::EmsSessionFactory_I_var(
-        factoryAt(orb_.orb(), "corbaloc:iiop:1.2@" + relay.hostAndPort() + "/%ffV4800%00EMSSessionFactory"));
+    return emsSessionFactory::EmsSessionFactory_I_var(factoryAt(
+        orb_.orb(), "corbaloc:iiop:1.2@" + relay.hostAndPort() + "/%ffV4800%00EMSSessionFactory"));
 }
 
 }  // namespace kelp::test

@@ -28,11 +28,13 @@ class NmsGroup {
     /// The manager "EMS" of an NMS's session.
     emsMgr::EMSMgr_I_var manager(std::size_t number);
 
-    /// The session factory, and the object of any reference, as whoever calls through the relay reaches them.
+    /// The session factory, and the object of any reference, as whoever calls through the relay
+    /// reaches them.
     emsSessionFactory::EmsSessionFactory_I_var factoryOver(const TcpRelay& relay) const;
     template <class Interface>
     typename Interface::_var_type over(const TcpRelay& relay, CORBA::Object_ptr reference) const {
-        const CORBA::Object_var object = referenceOverTheWire(orb(), reference, "127.0.0.1", relay.port());
+        const CORBA::Object_var object =
+            referenceOverTheWire(orb(), reference, "127.0.0.1", relay.port());
         return typename Interface::_var_type(Interface::_unchecked_narrow(object.in()));
     }
 

@@ -86,10 +86,10 @@ class NmsReferenceTest : public AuditTest {
 TEST_F(NmsReferenceTest, RefusalTellsTheAddressThatTheReferenceNames) {
     start();
     Iiop wrong = ownAt("192.0.2.7");
-    EXPECT_THAT(
-        reasonFor(ior(wrong)),
-        ::testing::HasSubstr("client names 192.0.2.7:" + std::to_string(wrong.port) +
-                             " and calls from 127.0.0.2, which [access] nms_reference does not allow"));
+    EXPECT_THAT(reasonFor(ior(wrong)),
+                ::testing::HasSubstr(
+                    "client names 192.0.2.7:" + std::to_string(wrong.port) +
+                    " and calls from 127.0.0.2, which [access] nms_reference does not allow"));
 }
 
 TEST_F(NmsReferenceTest, NamingAnotherNmsEndsNoSessionOfIts) {
@@ -148,11 +148,11 @@ TEST_F(NmsReferenceTest, EveryAddressInItCounts) {
     EXPECT_EQ(logInNearWith(ior(withAlternate)), kInvalidInput);
 
     Iiop second = ownAt("127.0.0.2");
-    EXPECT_EQ(
-        logInNearWith(hexReference(referenceBytes({{0, iiopProfile(first)}, {0, iiopProfile(second)}}))),
-        kInvalidInput);
-    EXPECT_EQ(logInNearWith(
-                  hexReference(referenceBytes({{0, iiopProfile(first)}, {1, multipleComponents({other})}}))),
+    EXPECT_EQ(logInNearWith(hexReference(
+                  referenceBytes({{0, iiopProfile(first)}, {0, iiopProfile(second)}}))),
+              kInvalidInput);
+    EXPECT_EQ(logInNearWith(hexReference(
+                  referenceBytes({{0, iiopProfile(first)}, {1, multipleComponents({other})}}))),
               kInvalidInput)
         << "components of all profiles in one of their own";
 

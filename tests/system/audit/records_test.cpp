@@ -61,7 +61,8 @@ class RecordsTest : public AuditTest {
         std::vector<std::filesystem::path> found;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(
                  host_.scratch(""), std::filesystem::directory_options::skip_permission_denied)) {
-            if (entry.is_regular_file() && !entry.is_symlink() && entry.path() != host_.passwordFile() &&
+            if (entry.is_regular_file() && !entry.is_symlink() &&
+                entry.path() != host_.passwordFile() &&
                 contentOf(entry.path()).find(secret) != std::string::npos)
                 found.push_back(entry.path());
         }
@@ -76,7 +77,8 @@ TEST_F(RecordsTest, LogInsAndLogOutsTellUserAddressesAndOutcome) {
     EXPECT_EQ(tryLogIn(kUser, Host::kPassword), "");
     nms_[0].session()->endSession();
 
-    const auto at = AllOf(Field(&LogEntry::user, kUser), Field(&LogEntry::nmsAddress, nms_.addressOf(0)));
+    const auto at =
+        AllOf(Field(&LogEntry::user, kUser), Field(&LogEntry::nmsAddress, nms_.addressOf(0)));
     const auto from = Field(&LogEntry::peer, StartsWith("127.0.0.1:"));
     const std::vector<LogEntry> logIns = events("login", 2);
     ASSERT_THAT(logIns, SizeIs(2));
@@ -97,9 +99,11 @@ TEST_F(RecordsTest, LogInsAndLogOutsTellUserAddressesAndOutcome) {
 TEST_F(RecordsTest, LockOutsAndUserAdministrationAreToldAndNoPasswordIs) {
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(tryLogIn(kUser, kWrongPassword), "EXCPT_ACCESS_DENIED");
-    EXPECT_EQ(tryLogIn(kWrongPassword, Host::kPassword), "EXCPT_ACCESS_DENIED") << "in the wrong place";
-    EXPECT_THAT(events("lock-out"), Contains(AllOf(Field(&LogEntry::user, kUser),
-                                                   Field(&LogEntry::peer, StartsWith("127.0.0.1")))));
+    EXPECT_EQ(tryLogIn(kWrongPassword, Host::kPassword), "EXCPT_ACCESS_DENIED")
+        << "in the wrong place";
+    EXPECT_THAT(events("lock-out"),
+                Contains(AllOf(Field(&LogEntry::user, kUser),
+                               Field(&LogEntry::peer, StartsWith("127.0.0.1")))));
     host_.user({"disable", kUser});
     EXPECT_THAT(events("user"), Contains(Field(&LogEntry::object, kUser)));
     EXPECT_THAT(audit("user"), HasSubstr("disable"));
@@ -114,9 +118,10 @@ TEST_F(RecordsTest, LockOutsAndUserAdministrationAreToldAndNoPasswordIs) {
 TEST_F(RecordsTest, ConfigurationChangesTellBothValuesAndARefusedFileWhy) {
     host_.set("security", "lockout_failures", 7);
     reconfigure();
-    EXPECT_THAT(events("configuration", 3),
-                Contains(AllOf(Field(&LogEntry::object, "security.lockout_failures"),
-                               Field(&LogEntry::detail, "3 -> 7"), Field(&LogEntry::outcome, "ok"))));
+    EXPECT_THAT(
+        events("configuration", 3),
+        Contains(AllOf(Field(&LogEntry::object, "security.lockout_failures"),
+                       Field(&LogEntry::detail, "3 -> 7"), Field(&LogEntry::outcome, "ok"))));
     host_.set("security", "lockout_failures", 0);
     host_.reconfigure();
     EXPECT_TRUE(eventually([&] { return !security("configuration", "refused").empty(); }));
@@ -171,10 +176,15 @@ TEST_F(RecordsTest, RequestsTellTheirObjectAndWhatBecameOfThem) {
     const auto ofSession =
         AllOf(Field(&LogEntry::user, kUser), Field(&LogEntry::nmsAddress, nms_.addressOf(0)),
               Field(&LogEntry::peer, StartsWith("127.0.0.1:")));
-    const auto withOutcome = [](const std::string& outcome) { return Field(&LogEntry::outcome, outcome); };
-    EXPECT_THAT(recordsOf("getEMS"), Contains(AllOf(on("manager", "EMS"), ofSession, withOutcome("ok"))));
-    EXPECT_THAT(recordsOf("getVersion"), Contains(AllOf(on("factory", ""), Field(&LogEntry::user, ""))));
-    EXPECT_THAT(recordsOf("_get_default_consumer_admin"), Contains(Field(&LogEntry::objectKind, "channel")));
+    const auto withOutcome = [](const std::string& outcome) {
+        return Field(&LogEntry::outcome, outcome);
+    };
+    EXPECT_THAT(recordsOf("getEMS"),
+                Contains(AllOf(on("manager", "EMS"), ofSession, withOutcome("ok"))));
+    EXPECT_THAT(recordsOf("getVersion"),
+                Contains(AllOf(on("factory", ""), Field(&LogEntry::user, ""))));
+    EXPECT_THAT(recordsOf("_get_default_consumer_admin"),
+                Contains(Field(&LogEntry::objectKind, "channel")));
     EXPECT_THAT(recordsOf("_get_associatedSession"), Contains(AllOf(on("session", ""), ofSession)));
     EXPECT_THAT(recordsOf("_non_existent"), Contains(AllOf(on("session", ""), ofSession)));
     EXPECT_THAT(refusal, StartsWith("EXCPT_"));

@@ -1,12 +1,12 @@
-// A bundle that reports event losses as an alarm source would: by the session manager's exported calls. A
-// test tells it what to report through the FIFO named by KELP_TEST_EVENT_LOSS, one line a report:
+// A bundle that reports event losses as an alarm source would: by the session manager's exported
+// calls. A test tells it what to report through the FIFO named by KELP_TEST_EVENT_LOSS, one line a
+// report:
 //   occurred START_TIME NOTIFICATION_ID
 //   cleared END_TIME
 
+#include <ace/svc_export.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/bundlemgr/service_object.h>
-
-#include <ace/svc_export.h>
 
 #include <sstream>
 #include <string>
@@ -19,7 +19,9 @@ class EventLossSwitch final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     EventLossSwitch() : ServiceObjectBase("event_loss_switch_bundle", "event_loss_switch") {}
 
-    int init(int, char*[]) override { return commands_.start("KELP_TEST_EVENT_LOSS", report) ? 0 : -1; }
+    int init(int, char*[]) override {
+        return commands_.start("KELP_TEST_EVENT_LOSS", report) ? 0 : -1;
+    }
     void Shutdown() override { commands_.stop(); }
     int fini() override { return 0; }
 

@@ -1,11 +1,11 @@
-// A bundle that pushes alarms as a bundle of the EMS does. A test tells it which through the FIFO named by
-// KELP_TEST_EVENTS, one line a batch of alarms with these numbers as their notification ids and names:
+// A bundle that pushes alarms as a bundle of the EMS does. A test tells it which through the FIFO
+// named by KELP_TEST_EVENTS, one line a batch of alarms with these numbers as their notification
+// ids and names:
 //   FIRST LAST
 
+#include <ace/svc_export.h>
 #include <kelp/agent/push_event.h>
 #include <kelp/bundlemgr/service_object.h>
-
-#include <ace/svc_export.h>
 
 #include <list>
 #include <sstream>

@@ -44,7 +44,8 @@ class FifoCommands {
                 continue;
             if (const ssize_t length = ::read(fifo_, buffer, sizeof buffer); length > 0)
                 unread.append(buffer, static_cast<std::size_t>(length));
-            for (std::size_t end = unread.find('\n'); end != std::string::npos; end = unread.find('\n')) {
+            for (std::size_t end = unread.find('\n'); end != std::string::npos;
+                 end = unread.find('\n')) {
                 command_(unread.substr(0, end));
                 unread.erase(0, end + 1);
             }

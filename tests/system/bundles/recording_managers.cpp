@@ -1,12 +1,11 @@
-// A bundle with manager interfaces that record how the agent drives them. KELP_TEST_MANAGERS lists them in
-// the order of entry, "name:rank:ok" or "name:rank:fail", separated by commas; KELP_TEST_RECORD names the
-// file that gets a line for each call.
+// A bundle with manager interfaces that record how the agent drives them. KELP_TEST_MANAGERS lists
+// them in the order of entry, "name:rank:ok" or "name:rank:fail", separated by commas;
+// KELP_TEST_RECORD names the file that gets a line for each call.
 
+#include <ace/svc_export.h>
 #include <kelp/bundlemgr/service_object.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/manager_interface.h>
-
-#include <ace/svc_export.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -65,7 +64,8 @@ class RecordingManagers final : public NS_BUNDLEMGR1::ServiceObjectBase {
             std::getline(parts, name, ':');
             std::getline(parts, rank, ':');
             std::getline(parts, outcome);
-            managers_.push_back(std::make_unique<RecordingManager>(name, std::stol(rank), outcome == "ok"));
+            managers_.push_back(
+                std::make_unique<RecordingManager>(name, std::stol(rank), outcome == "ok"));
         }
         for (const auto& manager : managers_)
             NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterManagerInterface(manager.get());

@@ -1,9 +1,5 @@
-// A hundred NMS at one host: 49 that work, 40 that hang, 5 that hoard, 5 that come and go, and one that
-// forges.
-
-#include "harness/eventually.h"
-#include "harness/host.h"
-#include "harness/nms_process.h"
+// A hundred NMS at one host: 49 that work, 40 that hang, 5 that hoard, 5 that come and go, and one
+// that forges.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -15,6 +11,10 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+
+#include "harness/eventually.h"
+#include "harness/host.h"
+#include "harness/nms_process.h"
 
 namespace kelp::test {
 namespace {
@@ -75,8 +75,9 @@ class BadNms {
 
   private:
     static Launch launch(const Host& host, const std::string& kind, int network, int count) {
-        Launch launch = host.launch(PYTHON, {BAD_NMS, kind, std::to_string(host.port()), Host::kPassword,
-                                             "127.0." + std::to_string(network), std::to_string(count)});
+        Launch launch =
+            host.launch(PYTHON, {BAD_NMS, kind, std::to_string(host.port()), Host::kPassword,
+                                 "127.0." + std::to_string(network), std::to_string(count)});
         launch.piped = true;
         launch.environment["PYTHONDONTWRITEBYTECODE"] = "1";
         launch.environment["PYTHONPATH"] = ATTACKS;
@@ -93,6 +94,8 @@ class CrowdTest : public testing::Test {
             .set("access", "allowed_oss", "['127.0.0.0/8']")
             .set("notification", "heartbeat_s", 0)
             .set("notification", "push_timeout_s", 2)
+            // two waves of calls that hang, of ping_threads each, end within an interval
+            .set("session", "call_timeout_s", 3)
             .set("session", "ping_interval_s", static_cast<int>(interval_.count()))
             .set("trace", "level", 1);
         for (const char* const user : {"good", "hang", "hoard", "flap", "forge"})
@@ -141,7 +144,8 @@ class CrowdTest : public testing::Test {
         return all.empty() ? microseconds(0) : all[all.size() * 99 / 100];
     }
     void expectEveryAlarm(NmsProcess& nms) {
-        EXPECT_TRUE(eventually([&] { return nms.followed(0).events == alarms_; }, patience_)) << consumers();
+        EXPECT_TRUE(eventually([&] { return nms.followed(0).events == alarms_; }, patience_))
+            << consumers();
         patience_ = kPatience;  // for the first one, they all had the time
         const FollowedEvents got = nms.followed(0);
         EXPECT_EQ(got.events, alarms_);

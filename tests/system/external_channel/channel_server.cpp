@@ -1,11 +1,10 @@
-// A notification service of its own: channel_server PORT [TLS_PORT CA CERTIFICATE] prints its channel's
-// reference, and offers the channel under the key NotificationService as soon as it gets a line on its
-// standard input.
+// A notification service of its own: channel_server PORT [TLS_PORT CA CERTIFICATE] prints its
+// channel's reference, and offers the channel under the key NotificationService as soon as it gets
+// a line on its standard input.
 
 #include <kelp/notification/channel.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
-
 #include <unistd.h>
 
 #include <iostream>
@@ -30,14 +29,16 @@ int run(const std::vector<std::string>& arguments) {
     const PortableServer::POAManager_var manager = root->the_POAManager();
     kelp::orb::letCallersThrough(manager.in());
 
-    const kelp::notification::Channel channel(orb.in(), kelp::notification::ChannelSettings(), nullptr);
+    const kelp::notification::Channel channel(orb.in(), kelp::notification::ChannelSettings(),
+                                              nullptr);
     const CosNotifyChannelAdmin::EventChannel_var reference = channel.reference();
     const CORBA::String_var text = orb->object_to_string(reference.in());
     std::cout << text.in() << std::endl;
 
     std::string line;
     std::getline(std::cin, line);
-    const PortableServer::ServantBase_var servant = kelp::test::channelServant(root.in(), reference.in());
+    const PortableServer::ServantBase_var servant =
+        kelp::test::channelServant(root.in(), reference.in());
     kelp::orb::publishKey(orb.in(), "NotificationService", servant.in(), reference.in());
     std::cout << "offered" << std::endl;
     std::getline(std::cin, line);

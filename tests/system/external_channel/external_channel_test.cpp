@@ -1,5 +1,16 @@
-// A host whose events go to a notification service of another process, which is killed, frozen and started
-// again.
+// A host whose events go to a notification service of another process, which is killed, frozen and
+// started again.
+
+#include <cos/CosNotifyChannelAdmin.h>
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <memory>
+#include <optional>
 
 #include "component/orb/throw_away_certificates.h"
 #include "harness/eventually.h"
@@ -7,17 +18,6 @@
 #include "harness/nms_process.h"
 #include "support/orb_fixture.h"
 #include "support/recording_consumer.h"
-
-#include <gmock/gmock.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cos/CosNotifyChannelAdmin.h>
-#include <algorithm>
-#include <fstream>
-#include <memory>
-#include <optional>
 
 namespace kelp::test {
 namespace {
@@ -37,7 +37,8 @@ std::vector<std::string> numbers(int first, int last) {
 /// A notification service that tests may kill, freeze and start again.
 class ChannelServer {
   public:
-    /// Starts it again on its port, with a new channel that cannot be found yet. The channel's reference.
+    /// Starts it again on its port, with a new channel that cannot be found yet. The channel's
+    /// reference.
     std::string start() {
         process_.reset();
         std::vector<std::string> arguments = {port_.text()};
@@ -82,7 +83,8 @@ class ExternalChannelOfAHost : public testing::Test {
         if (::mkfifo(fifo.c_str(), 0600) != 0)
             throw std::runtime_error("no FIFO");
         host_.setEnvironment("KELP_TEST_EVENTS", fifo).addBundle("event_source");
-        host_.set("notification", "mode", quoted("external")).set("notification", "port", server_.port());
+        host_.set("notification", "mode", quoted("external"))
+            .set("notification", "port", server_.port());
         host_.set("notification", "queue_events_max", kQueue).set("notification", "heartbeat_s", 0);
         host_.set("notification", "push_timeout_s", 1);
         host_.addUser("alice");
@@ -111,15 +113,17 @@ class ExternalChannelOfAHost : public testing::Test {
         const EventChannel_var channel = EventChannel::_narrow(object.in());
         const ConsumerAdmin_var admin = channel->default_consumer_admin();
         ProxyID id = 0;
-        const ProxySupplier_var proxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
-        const StructuredProxyPushSupplier_var structured = StructuredProxyPushSupplier::_narrow(proxy.in());
+        const ProxySupplier_var proxy =
+            admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        const StructuredProxyPushSupplier_var structured =
+            StructuredProxyPushSupplier::_narrow(proxy.in());
         const CosNotifyComm::StructuredPushConsumer_var consumer = consumer_->_this();
         structured->connect_structured_push_consumer(consumer.in());
     }
     Launch kelpnms(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(),
-                         {"--naming", "127.0.0.1:" + std::to_string(host_.namingPort()), "--user", "alice",
-                          "--password-file", host_.passwordFile().string()});
+                         {"--naming", "127.0.0.1:" + std::to_string(host_.namingPort()), "--user",
+                          "alice", "--password-file", host_.passwordFile().string()});
         return host_.launch(KELPNMS, arguments);
     }
     void push(int first, int last) {
@@ -142,7 +146,9 @@ class ExternalChannelOfAHost : public testing::Test {
         }
         EXPECT_EQ(once, numbers(first, last));
     }
-    bool isAway() { return host_.log().waitFor("No events reach the notification service", ++outages_); }
+    bool isAway() {
+        return host_.log().waitFor("No events reach the notification service", ++outages_);
+    }
 
     ChannelServer server_;
     Host host_;
@@ -187,7 +193,8 @@ TEST_F(ExternalChannelOfAHost, LossWhileItIsAwayIsToldOnceAndClearedOnce) {
     ASSERT_TRUE(eventually([&] { return nms_->counts(0).cleared > 0; }));
     push(42, 42);
     ASSERT_TRUE(gets(42));
-    ASSERT_TRUE(eventually([&] { return nms_->counts(0).pings > pings + 3; })) << "the rounds go on";
+    ASSERT_TRUE(eventually([&] { return nms_->counts(0).pings > pings + 3; }))
+        << "the rounds go on";
     const CallbackCounts counts = nms_->counts(0);
     EXPECT_EQ(counts.losses, 1);
     EXPECT_EQ(counts.loss, "20240105030405.0Z 2");
@@ -255,8 +262,9 @@ TEST_F(ExternalChannelOfAHost, IsFoundOverTlsWhenTheHostHasIt) {
     host_.start();
     push(1, 3);
     ASSERT_TRUE(gets(3));
-    EXPECT_TRUE(host_.log().contains("Connected to the notification service corbaloc:ssliop:1.2@127.0.0.1:" +
-                                     serviceTlsPort.text() + "/NotificationService"));
+    EXPECT_TRUE(host_.log().contains(
+        "Connected to the notification service corbaloc:ssliop:1.2@127.0.0.1:" +
+        serviceTlsPort.text() + "/NotificationService"));
 }
 
 TEST_F(ExternalChannelOfAHost, HostStartsWithoutIt) {

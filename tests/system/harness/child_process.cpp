@@ -1,7 +1,5 @@
 #include "harness/child_process.h"
 
-#include "harness/scratch_dir.h"
-
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -11,6 +9,8 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
+
+#include "harness/scratch_dir.h"
 
 extern char** environ;
 
@@ -60,8 +60,8 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
 }
 
 /// Between fork and exec: only calls that are safe there.
-[[noreturn]] void becomeProgram(char* const* arguments, char* const* environment, int in, int out, int err,
-                                pid_t parent) {
+[[noreturn]] void becomeProgram(char* const* arguments, char* const* environment, int in, int out,
+                                int err, pid_t parent) {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent)
@@ -97,7 +97,8 @@ ChildProcess::ChildProcess(const Launch& launch) {
         throw std::runtime_error("cannot make a process");
     ::setpgid(pid_, pid_);
     if (launch.piped) {
-        ::signal(SIGPIPE, SIG_IGN);  // writing to a process that was killed is an error, not our end
+        ::signal(SIGPIPE,
+                 SIG_IGN);  // writing to a process that was killed is an error, not our end
         input_ = std::move(toChild.writing);
         output_ = std::move(fromChild.reading);
     }

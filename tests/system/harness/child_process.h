@@ -1,8 +1,5 @@
 #pragma once
 
-#include "harness/eventually.h"
-#include "support/tcp_peers.h"
-
 #include <sys/types.h>
 
 #include <filesystem>
@@ -11,6 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "harness/eventually.h"
+#include "support/tcp_peers.h"
+
 namespace kelp::test {
 
 /// What to run, and with what.
@@ -18,12 +18,12 @@ struct Launch {
     std::filesystem::path program;
     std::vector<std::string> arguments;
     std::map<std::string, std::string> environment;  ///< added to the test's own
-    std::filesystem::path output;                    ///< standard output and error are appended to this file
-    bool piped = false;                              ///< standard input and output are pipes of ours instead
+    std::filesystem::path output;  ///< standard output and error are appended to this file
+    bool piped = false;            ///< standard input and output are pipes of ours instead
 };
 
-/// A process that a test starts and that cannot outlive it: it is killed with its process group by the
-/// destructor, and by the system when the test dies.
+/// A process that a test starts and that cannot outlive it: it is killed with its process group by
+/// the destructor, and by the system when the test dies.
 class ChildProcess {
   public:
     /// Throws std::runtime_error when the program cannot be run.
@@ -54,11 +54,12 @@ class ChildProcess {
     Socket output_;
 };
 
-/// Runs a program to its end; throws when that does not come. Gives its exit code and, in `launch.output`,
-/// what it wrote.
+/// Runs a program to its end; throws when that does not come. Gives its exit code and, in
+/// `launch.output`, what it wrote.
 int runToEnd(const Launch& launch, std::chrono::milliseconds deadline = kPatience);
 
-/// Ids of all processes of this machine that run with `name=value` in the environment they were started with.
+/// Ids of all processes of this machine that run with `name=value` in the environment they were
+/// started with.
 std::vector<pid_t> processesWith(const std::string& name, const std::string& value);
 
 }  // namespace kelp::test

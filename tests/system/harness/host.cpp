@@ -1,12 +1,12 @@
 #include "harness/host.h"
 
-#include "harness/name_server.h"
-
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <iostream>
 #include <stdexcept>
+
+#include "harness/name_server.h"
 
 namespace kelp::test {
 
@@ -116,7 +116,8 @@ void Host::writeConfiguration() const {
     writeFile(configFile(), text);
 }
 
-Launch Host::launch(const std::filesystem::path& program, std::vector<std::string> arguments) const {
+Launch Host::launch(const std::filesystem::path& program,
+                    std::vector<std::string> arguments) const {
     return {program, std::move(arguments), environment_, log_.file(), false};
 }
 
@@ -142,8 +143,8 @@ void Host::spawn() {
 
 void Host::start() {
     spawn();
-    const bool ready =
-        eventually([this] { return log_.count(kReadyLine) > readyLinesBefore_ || !process_->isRunning(); });
+    const bool ready = eventually(
+        [this] { return log_.count(kReadyLine) > readyLinesBefore_ || !process_->isRunning(); });
     if (!ready || !process_->isRunning())
         throw std::runtime_error("kelpd does not start");
 }

@@ -1,20 +1,20 @@
 #pragma once
 
-#include "harness/child_process.h"
-#include "harness/log_file.h"
-#include "harness/port_lease.h"
-#include "harness/scratch_dir.h"
-
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "harness/child_process.h"
+#include "harness/log_file.h"
+#include "harness/port_lease.h"
+#include "harness/scratch_dir.h"
+
 namespace kelp::test {
 
-/// A real kelpd of the build tree, with a state directory, ports and users of its own. Configured by set()
-/// and its like before start(). The defaults suit tests: short intervals, the cheapest password hash, the
-/// whole trace.
+/// A real kelpd of the build tree, with a state directory, ports and users of its own. Configured
+/// by set() and its like before start(). The defaults suit tests: short intervals, the cheapest
+/// password hash, the whole trace.
 class Host {
   public:
     static constexpr const char* kPassword = "open sesame 7";
@@ -40,7 +40,8 @@ class Host {
     /// Runs `kelpctl user ARGUMENTS` on this host's users; throws when it fails.
     void user(const std::vector<std::string>& arguments) const;
 
-    /// Starts the host, for the first time or again after its end, and waits until it takes log-ins.
+    /// Starts the host, for the first time or again after its end, and waits until it takes
+    /// log-ins.
     void start();
     /// Starts it to see it fail: its exit code.
     int startToFail();

@@ -20,7 +20,8 @@ std::size_t LogFile::count(const std::string& wanted) {
     return found;
 }
 
-bool LogFile::waitFor(const std::string& wanted, std::size_t times, std::chrono::milliseconds deadline) {
+bool LogFile::waitFor(const std::string& wanted, std::size_t times,
+                      std::chrono::milliseconds deadline) {
     return eventually([&] { return count(wanted) >= times; }, deadline);
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "harness/eventually.h"
-
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "harness/eventually.h"
 
 namespace kelp::test {
 

@@ -28,16 +28,16 @@ void NameServer::start() {
     data_.emplace();
     const bool isTls = !caFile_.empty();
     Launch launch{OMNINAMES,
-                  {"-start", port_.text(), "-datadir", data_->path().string(), "-nohostname", "-errlog",
-                   (*data_ / "errors").string(), "-ORBendPoint",
+                  {"-start", port_.text(), "-datadir", data_->path().string(), "-nohostname",
+                   "-errlog", (*data_ / "errors").string(), "-ORBendPoint",
                    (isTls ? "giop:ssl:" : "giop:tcp:") + port_.hostAndPort()},
                   {},
                   *data_ / "output.log",
                   false};
     if (isTls) {
         launch.environment = {{"LD_PRELOAD", "libomnisslTP4.so.2"}};
-        launch.arguments.insert(launch.arguments.end(), {"-ORBsslCAFile", caFile_, "-ORBsslKeyFile", keyFile_,
-                                                         "-ORBsslKeyPassword", "none"});
+        launch.arguments.insert(launch.arguments.end(), {"-ORBsslCAFile", caFile_, "-ORBsslKeyFile",
+                                                         keyFile_, "-ORBsslKeyPassword", "none"});
     }
     process_.emplace(launch);
     if (!eventually([this] { return isListening(port()); }))

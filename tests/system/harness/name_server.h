@@ -1,11 +1,11 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "harness/child_process.h"
 #include "harness/port_lease.h"
 #include "harness/scratch_dir.h"
-
-#include <optional>
-#include <string>
 
 namespace kelp::test {
 

@@ -1,8 +1,8 @@
 #include "harness/nms_lists.h"
 
-#include "harness/nms_process.h"
-
 #include <sstream>
+
+#include "harness/nms_process.h"
 
 namespace kelp::test {
 
@@ -68,8 +68,8 @@ NmsLists::Walk NmsLists::walk(std::uint32_t howMany) {
 
 NmsLists::Openings NmsLists::openMany(int threads, int each, bool isWatched) {
     Openings openings;
-    parse(tell("open", threads, each, isWatched), openings.opened, openings.refused, openings.failed,
-          openings.openAtOnce);
+    parse(tell("open", threads, each, isWatched), openings.opened, openings.refused,
+          openings.failed, openings.openAtOnce);
     return openings;
 }
 

@@ -7,9 +7,9 @@ namespace kelp::test {
 
 class NmsProcess;
 
-/// The list of all managed elements' names as one NMS of a process, which is logged in, reads it. It knows
-/// the iterators that it has opened by their number, from 0 on, also after their end and in its next session.
-/// Operations throw std::runtime_error when the EMS refuses them.
+/// The list of all managed elements' names as one NMS of a process, which is logged in, reads it.
+/// It knows the iterators that it has opened by their number, from 0 on, also after their end and
+/// in its next session. Operations throw std::runtime_error when the EMS refuses them.
 class NmsLists {
   public:
     NmsLists(NmsProcess& process, int nms);
@@ -28,8 +28,8 @@ class NmsLists {
     Batch next(int iterator, std::uint32_t howMany);
     int length(int iterator);
     void destroy(int iterator);
-    /// How next_n, getLength and destroy, one after the other, are answered: "open", or "closed" for
-    /// OBJECT_NOT_EXIST.
+    /// How next_n, getLength and destroy, one after the other, are answered: "open", or "closed"
+    /// for OBJECT_NOT_EXIST.
     std::string outcomes(int iterator);
     /// As text; and how getLength on the iterator of a reference is answered.
     std::string reference(int iterator);
@@ -44,13 +44,14 @@ class NmsLists {
     };
     Walk walk(std::uint32_t howMany);
 
-    /// Asks for the list from many threads, so often from each, and destroys no iterator. Another thread
-    /// looks on, if that is wanted.
+    /// Asks for the list from many threads, so often from each, and destroys no iterator. Another
+    /// thread looks on, if that is wanted.
     struct Openings {
         int opened = 0;
-        int refused = 0;     ///< with EXCPT_TOO_MANY_OPEN_ITERATORS
-        int failed = 0;      ///< in any other way
-        int openAtOnce = 0;  ///< so many at least were open at some moment; only when somebody looks on
+        int refused = 0;  ///< with EXCPT_TOO_MANY_OPEN_ITERATORS
+        int failed = 0;   ///< in any other way
+        int openAtOnce =
+            0;  ///< so many at least were open at some moment; only when somebody looks on
     };
     Openings openMany(int threads, int each, bool isWatched = false);
     /// Calls every iterator.

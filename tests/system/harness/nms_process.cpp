@@ -1,7 +1,5 @@
 #include "harness/nms_process.h"
 
-#include "harness/host.h"
-
 #include <poll.h>
 #include <unistd.h>
 
@@ -9,13 +7,16 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "harness/host.h"
+
 namespace kelp::test {
 
 namespace {
 
 constexpr std::chrono::seconds kAnswerDeadline{60};
 
-std::vector<std::string> arguments(const std::string& factoryReference, std::vector<std::string> ports) {
+std::vector<std::string> arguments(const std::string& factoryReference,
+                                   std::vector<std::string> ports) {
     ports.insert(ports.begin(), factoryReference);
     return ports;
 }
@@ -35,8 +36,8 @@ CallbackCounts countsOf(const std::string& answer) {
     std::istringstream in(answer);
     std::string startTime;
     std::string notificationId;
-    in >> counts.pings >> counts.ended >> counts.losses >> counts.cleared >> startTime >> notificationId >>
-        counts.end;
+    in >> counts.pings >> counts.ended >> counts.losses >> counts.cleared >> startTime >>
+        notificationId >> counts.end;
     counts.loss = startTime + " " + notificationId;
     return counts;
 }
@@ -49,8 +50,8 @@ ChatterResult chatterOf(const std::string& answer) {
 
 FollowedEvents followedOf(const std::string& answer) {
     FollowedEvents events;
-    std::istringstream(answer) >> events.events >> events.repeated >> events.late >> events.missing >>
-        events.lastId;
+    std::istringstream(answer) >> events.events >> events.repeated >> events.late >>
+        events.missing >> events.lastId;
     return events;
 }
 
@@ -77,8 +78,8 @@ std::string NmsProcess::readLine(std::chrono::milliseconds deadline) {
     const auto end = std::chrono::steady_clock::now() + deadline;
     std::size_t newline = 0;
     while ((newline = unread_.find('\n')) == std::string::npos) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end - std::chrono::steady_clock::now());
         pollfd waiting{process_.output(), POLLIN, 0};
         if (left.count() <= 0 || ::poll(&waiting, 1, static_cast<int>(left.count())) == 0)
             throw std::runtime_error("the NMS process does not answer");

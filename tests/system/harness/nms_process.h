@@ -1,9 +1,9 @@
 #pragma once
 
-#include "harness/child_process.h"
-
 #include <string>
 #include <vector>
+
+#include "harness/child_process.h"
 
 namespace kelp::test {
 
@@ -35,11 +35,11 @@ struct FollowedEvents {
     std::uint64_t lastId = 0;
 };
 
-/// A process with one or more NMS of a test in it, each with a log-in of its own, told what to do line by
-/// line. An NMS is known by a number. Its own session object is reached at one of the process's ports,
-/// `number` modulo the number of ports, so NMS 0 and NMS 1 of a process with two ports are different NMS and
-/// of a process with one port are the same one. Operations throw std::runtime_error when the process does not
-/// answer or answers that it failed.
+/// A process with one or more NMS of a test in it, each with a log-in of its own, told what to do
+/// line by line. An NMS is known by a number. Its own session object is reached at one of the
+/// process's ports, `number` modulo the number of ports, so NMS 0 and NMS 1 of a process with two
+/// ports are different NMS and of a process with one port are the same one. Operations throw
+/// std::runtime_error when the process does not answer or answers that it failed.
 class NmsProcess {
   public:
     /// Listens on so many free ports.
@@ -65,8 +65,8 @@ class NmsProcess {
     void end(int nms);
     /// Whether the EMS still knows the session object.
     bool hasSession(int nms);
-    /// The references of the EMS's session object and of the NMS's own, as text; and whether the EMS still
-    /// knows a session by its reference.
+    /// The references of the EMS's session object and of the NMS's own, as text; and whether the
+    /// EMS still knows a session by its reference.
     std::string sessionReference(int nms);
     std::string ownReference(int nms);
     bool knowsSession(const std::string& reference);
@@ -91,9 +91,9 @@ class NmsProcess {
 
     /// Connects the NMS to the event channel; it takes so long for each event.
     void follow(int nms, std::chrono::milliseconds pause = std::chrono::milliseconds(0));
-    /// The reference of the NMS's event channel as it is called at another address, "host port"; and a
-    /// connection to the channel with this reference, all of whose objects are called at that address. The
-    /// second needs no log-in here.
+    /// The reference of the NMS's event channel as it is called at another address, "host port";
+    /// and a connection to the channel with this reference, all of whose objects are called at that
+    /// address. The second needs no log-in here.
     std::string channelAt(int nms, const std::string& hostAndPort);
     void followAt(int nms, const std::string& hostAndPort, const std::string& channel);
     FollowedEvents followed(int nms);
@@ -107,7 +107,8 @@ class NmsProcess {
     ChildProcess& process() { return process_; }
 
   private:
-    NmsProcess(const Host& host, const std::string& factoryReference, const std::vector<std::string>& ports);
+    NmsProcess(const Host& host, const std::string& factoryReference,
+               const std::vector<std::string>& ports);
     std::string readLine(std::chrono::milliseconds deadline);
     template <class Duration>
     std::vector<Duration> askForTimes(const std::string& command, int nms);

@@ -1,14 +1,15 @@
 #pragma once
 
-#include "support/tcp_peers.h"
-
 #include <cstdint>
 #include <string>
 
+#include "support/tcp_peers.h"
+
 namespace kelp::test {
 
-/// A port of the loopback interface that no other test gets while this lives, so that a server can be given
-/// its number, stopped, and started on it again. It lies below the ports that outgoing connections take.
+/// A port of the loopback interface that no other test gets while this lives, so that a server can
+/// be given its number, stopped, and started on it again. It lies below the ports that outgoing
+/// connections take.
 class PortLease {
   public:
     PortLease();

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "support/temporary_directory.h"
-
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
+
+#include "support/temporary_directory.h"
 
 namespace kelp::test {
 

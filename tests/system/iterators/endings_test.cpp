@@ -1,9 +1,9 @@
 // What is left of iterators when their sessions have ended.
 
+#include <vector>
+
 #include "harness/process_memory.h"
 #include "iterators_fixture.h"
-
-#include <vector>
 
 namespace kelp::test {
 namespace {
@@ -38,9 +38,10 @@ TEST_F(Endings, AKilledNmsLeavesNoIterator) {
         ASSERT_EQ(watching.outcomeByReference(each), "open");
 
     bob.process().kill();
-    EXPECT_TRUE(host_.log().waitFor(
-        "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy "
-        "associated emsSession resource,user<bob>"));
+    EXPECT_TRUE(
+        host_.log().waitFor("[SessionSource::check_valid]Detect nmsSession failed or ems wants "
+                            "exit, now EMS will destroy "
+                            "associated emsSession resource,user<bob>"));
     for (const std::string& each : references)
         EXPECT_TRUE(eventually([&] { return watching.outcomeByReference(each) == "closed"; }));
     expectNoneOpen(alice, 0);
@@ -73,16 +74,19 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
     const auto openAndEnd = [&](int round) {
         nms.logInAll(kSessions, "alice");
         for (int i = 0; i < kSessions; ++i) {
-            const NmsLists::Openings openings = NmsLists(nms, i).openMany(kThreads, kEach / kThreads);
+            const NmsLists::Openings openings =
+                NmsLists(nms, i).openMany(kThreads, kEach / kThreads);
             EXPECT_EQ(openings.opened, kEach) << "session " << i << " in round " << round;
         }
         EXPECT_EQ(NmsLists(nms, 0).probe().open, kEach);
         EXPECT_EQ(NmsLists(nms, 0).openMany(1, 1).refused, 1);
         const double whileOpen = residentMib(host);
         nms.endAll();
-        EXPECT_TRUE(eventually([&] { return !nms.hasSession(0) && !nms.hasSession(kSessions - 1); }));
+        EXPECT_TRUE(
+            eventually([&] { return !nms.hasSession(0) && !nms.hasSession(kSessions - 1); }));
         for (int i = 0; i < kSessions; i += 10)
-            EXPECT_TRUE(eventually([&] { return NmsLists(nms, i).probe().open == 0; })) << "session " << i;
+            EXPECT_TRUE(eventually([&] { return NmsLists(nms, i).probe().open == 0; }))
+                << "session " << i;
         return std::pair(whileOpen, residentMib(host));
     };
     const auto [firstOpen, firstEnd] = openAndEnd(1);
@@ -92,8 +96,9 @@ TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) 
     EXPECT_LT(lastEnd, firstEnd + kMostGrowthMib);
     nms.logIn(0, "bob");
     expectNoneOpen(nms, 0);
-    RecordProperty("resident_mib", std::to_string(firstOpen) + " " + std::to_string(firstEnd) + " " +
-                                       std::to_string(lastOpen) + " " + std::to_string(lastEnd));
+    RecordProperty("resident_mib", std::to_string(firstOpen) + " " + std::to_string(firstEnd) +
+                                       " " + std::to_string(lastOpen) + " " +
+                                       std::to_string(lastEnd));
     EXPECT_EQ(host_.stop(), 0);
 }
 

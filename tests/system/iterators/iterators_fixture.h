@@ -1,17 +1,18 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <string>
+
 #include "harness/host.h"
 #include "harness/name_server.h"
 #include "harness/nms_lists.h"
 #include "harness/nms_process.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 namespace kelp::test {
 
-/// A host beside a naming service, with an inventory, and users "alice" and "bob" for the NMS that read it.
+/// A host beside a naming service, with an inventory, and users "alice" and "bob" for the NMS that
+/// read it.
 class IteratorsFixture : public testing::Test {
   protected:
     IteratorsFixture() {
@@ -27,13 +28,14 @@ class IteratorsFixture : public testing::Test {
     }
     void startWithElements(int count) {
         const std::string elements = std::to_string(count);
-        if (runToEnd(host_.launch(KELPCTL, {"--config", host_.configFile().string(), "inventory", "generate",
-                                            "--elements", elements, "--ports", elements, "--seed", "1"})) !=
-            0)
+        if (runToEnd(host_.launch(
+                KELPCTL, {"--config", host_.configFile().string(), "inventory", "generate",
+                          "--elements", elements, "--ports", elements, "--seed", "1"})) != 0)
             throw std::runtime_error("there is no inventory");
         host_.start();
     }
-    /// With new limits: exactly as many iterators as they allow can be opened, so no other is counted.
+    /// With new limits: exactly as many iterators as they allow can be opened, so no other is
+    /// counted.
     void expectNoneOpen(NmsProcess& nms, int number) {
         constexpr int kFew = 5;
         const std::size_t before = host_.log().count(kReadAgain);

@@ -1,10 +1,10 @@
 // NMS that open iterators without end.
 
-#include "iterators_fixture.h"
-
 #include <gmock/gmock.h>
 
 #include <future>
+
+#include "iterators_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -112,7 +112,8 @@ TEST_P(HardLimits, RefuseFurtherIteratorsWhileAllElseGoesOn) {
     EXPECT_LT(calls.slowestMs, kSlowestCallMs);
 
     greedy_->destroy(0);
-    EXPECT_TRUE(eventually([this] { return refusal(*reader_).empty(); })) << "one place is free again";
+    EXPECT_TRUE(eventually([this] { return refusal(*reader_).empty(); }))
+        << "one place is free again";
     EXPECT_THAT(refusal(*reader_), testing::HasSubstr(kRefusal));
     alice_->end(0);
     EXPECT_TRUE(eventually([this] { return refusal(*reader_).empty(); }));

@@ -1,4 +1,5 @@
-// Batches that are read while iterators are closed as the oldest, destroyed, and go with their sessions.
+// Batches that are read while iterators are closed as the oldest, destroyed, and go with their
+// sessions.
 
 #include "iterators_fixture.h"
 

@@ -1,9 +1,9 @@
 // Lists read to their end, and given up.
 
-#include "iterators_fixture.h"
-
 #include <cstdint>
 #include <limits>
+
+#include "iterators_fixture.h"
 
 namespace kelp::test {
 namespace {

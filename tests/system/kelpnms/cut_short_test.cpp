@@ -1,16 +1,17 @@
 // kelpnms reading a large network that is taken away from it: what is told, kept, and gone on with.
 
-#include "network_fixture.h"
-
 #include <gtest/gtest.h>
 #include <signal.h>
+
+#include "network_fixture.h"
 
 namespace kelp::test {
 namespace {
 
 class KelpnmsCutShortTest : public KelpnmsNetworkTest {
   protected:
-    /// Large enough that a list in batches of 1 takes much longer than what the test does meanwhile.
+    /// Large enough that a list in batches of 1 takes much longer than what the test does
+    /// meanwhile.
     void startHostWithLargeNetwork() { startHostWithGenerated(30, 3000); }
 
     std::filesystem::path file() const { return scratch_ / "network.jsonl"; }
@@ -58,7 +59,8 @@ TEST_F(KelpnmsCutShortTest, PortsOnStandardOutputAreGoneOnWithToo) {
     const std::string element = toGoOnWith();
     ASSERT_NE(element, "") << output();
     std::vector<std::string> ports = linesOf(contentOf(first));
-    EXPECT_TRUE(log_.contains("interrupted: cut short after " + std::to_string(ports.size()) + " ports"))
+    EXPECT_TRUE(
+        log_.contains("interrupted: cut short after " + std::to_string(ports.size()) + " ports"))
         << output();
     const std::string partWay = "the last ";
     if (const std::size_t at = output().find(partWay); at != std::string::npos)
@@ -83,7 +85,8 @@ TEST_F(KelpnmsCutShortTest, SecondInterruptEndsAtOnceAndStillSaysHowToGoOn) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay({"--timeout", "600"});
     host_.process().freeze();
-    // the first waits for the call that hangs; which of them is the second depends on when they are taken
+    // the first waits for the call that hangs; which of them is the second depends on when they are
+    // taken
     ASSERT_TRUE(eventually([&] {
         nms.signal(SIGINT);
         return !nms.isRunning();
@@ -121,7 +124,8 @@ TEST_F(KelpnmsCutShortTest, KilledDumpMustBeginAgain) {
     ChildProcess nms = dumpUnderWay();
     nms.kill();
     EXPECT_EQ(run({"dump", file().string(), "--from", "NE-01"}), 2);
-    EXPECT_TRUE(log_.contains("does not end with a whole element; begin again without --from")) << output();
+    EXPECT_TRUE(log_.contains("does not end with a whole element; begin again without --from"))
+        << output();
     EXPECT_EQ(run({"dump", file().string()}), 0) << output();
     EXPECT_TRUE(contentOf(file()) == listed({"dump"}));
 }
@@ -129,10 +133,12 @@ TEST_F(KelpnmsCutShortTest, KilledDumpMustBeginAgain) {
 TEST_F(KelpnmsCutShortTest, OutputThatCannotBeWrittenEndsTheSession) {
     startHostWithLargeNetwork();
     EXPECT_EQ(runToEnd(launchTo("/dev/full", {"ports"})), 9);
-    EXPECT_TRUE(log_.contains("standard output cannot be written: No space left on device")) << output();
+    EXPECT_TRUE(log_.contains("standard output cannot be written: No space left on device"))
+        << output();
     Launch intoHead = launch({"ports"});
-    intoHead.arguments.insert(intoHead.arguments.begin(), {"-c", "\"$@\" | head -n 3; exit ${PIPESTATUS[0]}",
-                                                           "bash", intoHead.program.string()});
+    intoHead.arguments.insert(
+        intoHead.arguments.begin(),
+        {"-c", "\"$@\" | head -n 3; exit ${PIPESTATUS[0]}", "bash", intoHead.program.string()});
     intoHead.program = "/bin/bash";
     EXPECT_EQ(runToEnd(intoHead), 9) << output();
     EXPECT_TRUE(allSessionsGone());

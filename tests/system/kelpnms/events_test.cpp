@@ -1,14 +1,14 @@
 // kelpnms events against a real host: what is shown, what is told of losses, and how it comes back.
 
-#include "kelpnms_fixture.h"
-#include "support/pseudo_terminal.h"
-
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 
 #include <fstream>
 #include <sstream>
+
+#include "kelpnms_fixture.h"
+#include "support/pseudo_terminal.h"
 
 namespace kelp::test {
 namespace {
@@ -28,7 +28,9 @@ class KelpnmsEventsTest : public KelpnmsTest {
         }
         return found;
     }
-    bool waitForNotice(const std::string& event) { return log_.waitFor("\"event\":\"" + event + "\""); }
+    bool waitForNotice(const std::string& event) {
+        return log_.waitFor("\"event\":\"" + event + "\"");
+    }
     bool waitForHeartbeats(std::size_t number) { return log_.waitFor("NT_HEARTBEAT", number); }
     bool waitForAnotherHeartbeat() { return waitForHeartbeats(log_.count("NT_HEARTBEAT") + 1); }
 };
@@ -47,13 +49,15 @@ TEST_F(KelpnmsEventsTest, EventsAreShownUntilThereHaveBeenEnough) {
 TEST_F(KelpnmsEventsTest, EventsAreSelectedByTheFilter) {
     host_.set("agent", "HeartbeatEventType", 1);
     startHost();
-    EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity == PS_CRITICAL", "--for", "3", "--count", "1"}),
+    EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity == PS_CRITICAL", "--for", "3",
+                   "--count", "1"}),
               6);
     EXPECT_FALSE(log_.contains("NT_ALARM")) << output();
-    EXPECT_EQ(run({"events", "--sequence", "--filter", "$perceivedSeverity == PS_INDETERMINATE", "--for",
-                   "30", "--count", "1"}),
+    EXPECT_EQ(run({"events", "--sequence", "--filter", "$perceivedSeverity == PS_INDETERMINATE",
+                   "--for", "30", "--count", "1"}),
               0);
-    EXPECT_TRUE(log_.containsInOrder({"SEVERITY", "INDET.", "NT_ALARM", "EMS=Kelp/EMS", "Heartbeat"}))
+    EXPECT_TRUE(
+        log_.containsInOrder({"SEVERITY", "INDET.", "NT_ALARM", "EMS=Kelp/EMS", "Heartbeat"}))
         << output();
     EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity =="}), 5);
     EXPECT_TRUE(log_.contains("refuses the filter")) << output();
@@ -83,7 +87,8 @@ TEST_F(KelpnmsEventsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfter
     frozen.thaw();
     EXPECT_EQ(frozen.waitExit(), 0) << frozenLog.text();
     EXPECT_EQ(frozenLog.count("NT_HEARTBEAT"), 7u);
-    EXPECT_FALSE(frozenLog.contains("connectionLost")) << "its own standing still is no silence of the EMS";
+    EXPECT_FALSE(frozenLog.contains("connectionLost"))
+        << "its own standing still is no silence of the EMS";
 }
 
 TEST_F(KelpnmsEventsTest, EventsGoOnWhenTheKilledHostIsStartedAgain) {
@@ -95,20 +100,23 @@ TEST_F(KelpnmsEventsTest, EventsGoOnWhenTheKilledHostIsStartedAgain) {
     host_.start();
     ASSERT_TRUE(waitForNotice("reconnected")) << output();
     EXPECT_GT(told("reconnected")["awaySeconds"], 0.0);
-    EXPECT_NE(told("reconnected")["advice"].get<std::string>().find("resynchronise"), std::string::npos);
+    EXPECT_NE(told("reconnected")["advice"].get<std::string>().find("resynchronise"),
+              std::string::npos);
     EXPECT_TRUE(waitForAnotherHeartbeat()) << output();
     nms.signal(SIGTERM);
     EXPECT_EQ(nms.waitExit(), 0) << output();
     // the killed host has destroyed nothing, the new one all
     EXPECT_TRUE(eventually([this] {
-        return host_.log().count("has been constructured!") == host_.log().count("has been destroyed!") + 1;
+        return host_.log().count("has been constructured!") ==
+               host_.log().count("has been destroyed!") + 1;
     }));
 }
 
 TEST_F(KelpnmsEventsTest, NewConnectionHasTheSameFilter) {
     host_.set("agent", "HeartbeatEventType", 1);
     startHost();
-    ChildProcess nms(launch({"--json", "events", "--filter", "$perceivedSeverity == PS_INDETERMINATE"}));
+    ChildProcess nms(
+        launch({"--json", "events", "--filter", "$perceivedSeverity == PS_INDETERMINATE"}));
     LogFile filtered = log_;
     ASSERT_TRUE(filtered.waitFor("NT_ALARM")) << filtered.text();
     EXPECT_EQ(host_.stop(), 0);
@@ -171,7 +179,8 @@ TEST_F(KelpnmsEventsTest, TerminationEndsTheSession) {
 TEST_F(KelpnmsEventsTest, OverdueHeartbeatIsALossOfTheConnection) {
     host_.set("notification", "heartbeat_s", 60);
     startHost();
-    EXPECT_EQ(run({"--json", "events", "--heartbeat-interval", "1", "--no-reconnect"}), 6) << output();
+    EXPECT_EQ(run({"--json", "events", "--heartbeat-interval", "1", "--no-reconnect"}), 6)
+        << output();
     EXPECT_NE(told("connectionLost")["reason"].get<std::string>().find("a heartbeat is overdue"),
               std::string::npos)
         << output();
@@ -192,7 +201,8 @@ TEST_F(KelpnmsEventsTest, LossesThatTheEmsReportsAreShown) {
     std::ofstream(fifo, std::ios::app) << "cleared 20240105030500.0Z" << std::endl;
     ASSERT_TRUE(waitForNotice("eventLossCleared")) << output();
     EXPECT_EQ(told("eventLossCleared")["endTime"], "20240105030500.0Z");
-    EXPECT_NE(told("eventLossCleared")["advice"].get<std::string>().find("resynchronise"), std::string::npos);
+    EXPECT_NE(told("eventLossCleared")["advice"].get<std::string>().find("resynchronise"),
+              std::string::npos);
     nms.signal(SIGINT);
     EXPECT_EQ(nms.waitExit(), 0) << output();
 }

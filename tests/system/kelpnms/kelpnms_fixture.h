@@ -1,13 +1,12 @@
 #pragma once
 
-#include "harness/host.h"
-
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "harness/host.h"
 
 namespace kelp::test {
 
@@ -22,10 +21,13 @@ class KelpnmsTest : public testing::Test {
         ASSERT_TRUE(eventually([this] { return run({"find"}, false) == 0; })) << output();
     }
 
-    std::vector<std::string> commandLine(const std::vector<std::string>& arguments, bool loggingIn = true) {
-        std::vector<std::string> all = {"--naming", "127.0.0.1:" + std::to_string(host_.namingPort())};
+    std::vector<std::string> commandLine(const std::vector<std::string>& arguments,
+                                         bool loggingIn = true) {
+        std::vector<std::string> all = {"--naming",
+                                        "127.0.0.1:" + std::to_string(host_.namingPort())};
         if (loggingIn)
-            all.insert(all.end(), {"--user", "demo", "--password-file", host_.passwordFile().string()});
+            all.insert(all.end(),
+                       {"--user", "demo", "--password-file", host_.passwordFile().string()});
         all.insert(all.end(), arguments.begin(), arguments.end());
         return all;
     }
@@ -47,7 +49,8 @@ class KelpnmsTest : public testing::Test {
     /// True when the host has destroyed as many sessions as it has made.
     bool allSessionsGone() {
         return eventually([this] {
-            return host_.log().count("has been constructured!") == host_.log().count("has been destroyed!");
+            return host_.log().count("has been constructured!") ==
+                   host_.log().count("has been destroyed!");
         });
     }
 

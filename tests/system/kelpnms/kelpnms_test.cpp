@@ -1,15 +1,14 @@
-#include "component/orb/throw_away_certificates.h"
-#include "harness/name_server.h"
-#include "kelpnms_fixture.h"
-#include "support/standard_managers.h"
-
+#include <cos/CosNaming.h>
 #include <gtest/gtest.h>
 #include <kelp/nms/client.h>
 #include <signal.h>
 
 #include <algorithm>
 
-#include <cos/CosNaming.h>
+#include "component/orb/throw_away_certificates.h"
+#include "harness/name_server.h"
+#include "kelpnms_fixture.h"
+#include "support/standard_managers.h"
 
 namespace kelp::test {
 namespace {
@@ -51,7 +50,8 @@ TEST_F(KelpnmsTest, PingAnswersAsOftenAsAsked) {
 TEST_F(KelpnmsTest, RefusedLogInTellsTypeAndReason) {
     startHost();
     writeFile(scratch_ / "wrong", "wrong\n");
-    EXPECT_EQ(run({"--user", "demo", "--password-file", (scratch_ / "wrong").string(), "managers"}, false),
+    EXPECT_EQ(run({"--user", "demo", "--password-file", (scratch_ / "wrong").string(), "managers"},
+                  false),
               4);
     EXPECT_TRUE(log_.contains("EXCPT_ACCESS_DENIED")) << output();
     EXPECT_TRUE(log_.contains("The user name or the password is wrong")) << output();
@@ -101,7 +101,8 @@ TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
     EXPECT_TRUE(log_.contains("other.EmsSessionFactory_I")) << output();
     EXPECT_EQ(run({"--factory", "other.EmsSessionFactory_I", "find"}, false), 0) << output();
     EXPECT_EQ(run({"--factory", "absent.EmsSessionFactory_I", "find"}, false), 3);
-    EXPECT_TRUE(log_.contains("nothing is bound in the naming service under absent.EmsSessionFactory_I"));
+    EXPECT_TRUE(
+        log_.contains("nothing is bound in the naming service under absent.EmsSessionFactory_I"));
 }
 
 TEST_F(KelpnmsTest, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "kelpnms_fixture.h"
-
 #include <algorithm>
 #include <fstream>
 #include <set>
 #include <sstream>
+
+#include "kelpnms_fixture.h"
 
 namespace kelp::test {
 
@@ -32,7 +32,8 @@ class KelpnmsNetworkTest : public KelpnmsTest {
     }
     void startHostWithGenerated(int elements, int ports) {
         startHost();
-        inventory({"generate", "--elements", std::to_string(elements), "--ports", std::to_string(ports)});
+        inventory(
+            {"generate", "--elements", std::to_string(elements), "--ports", std::to_string(ports)});
     }
 
     /// kelpnms with its standard output in a file, apart from what it tells.

@@ -1,9 +1,9 @@
 // kelpnms reading the network of a real host: what comes, in which form, in batches of any size.
 
+#include <gtest/gtest.h>
+
 #include "network_fixture.h"
 #include "support/pseudo_terminal.h"
-
-#include <gtest/gtest.h>
 
 namespace kelp::test {
 namespace {
@@ -17,7 +17,8 @@ class KelpnmsUploadTest : public KelpnmsNetworkTest {
         std::string text;
         for (const Json& part : name) {
             if (part["name"] != "EMS")
-                text += part["name"].get<std::string>() + "=" + part["value"].get<std::string>() + " ";
+                text +=
+                    part["name"].get<std::string>() + "=" + part["value"].get<std::string>() + " ";
         }
         return text;
     }
@@ -69,7 +70,8 @@ TEST_F(KelpnmsUploadTest, EveryBatchSizeGivesTheWholeNetwork) {
 
 TEST_F(KelpnmsUploadTest, AttributesAreThoseOfTheInventory) {
     startHostWithSample();
-    const Json element = Json::parse(linesOf(listed({"elements", "--json", "--from", "Southport"})).front());
+    const Json element =
+        Json::parse(linesOf(listed({"elements", "--json", "--from", "Southport"})).front());
     EXPECT_EQ(element["name"], Json::parse(R"([{"name": "EMS", "value": "Kelp/EMS"},
                                                {"name": "ManagedElement", "value": "Southport"}])"));
     EXPECT_EQ(element["userLabel"], "Southport Exchange");
@@ -83,7 +85,8 @@ TEST_F(KelpnmsUploadTest, AttributesAreThoseOfTheInventory) {
 
     const Json port = Json::parse(linesOf(listed({"ports", "Southport", "--json"})).front());
     EXPECT_EQ(port["userLabel"], "to Westering");
-    EXPECT_EQ(port["transmissionParams"][0], Json::parse(R"({"layer": 47, "transmissionParams": []})"));
+    EXPECT_EQ(port["transmissionParams"][0],
+              Json::parse(R"({"layer": 47, "transmissionParams": []})"));
     EXPECT_EQ(port["transmissionParams"][1]["transmissionParams"][0],
               Json::parse(R"({"name": "TrailTraceActualTx", "value": "Southport"})"));
 
@@ -157,7 +160,8 @@ TEST_F(KelpnmsUploadTest, DumpHasTheListsInOneFile) {
     std::vector<std::string> kinds;
     for (const std::string& line : linesOf(begin))
         kinds.push_back(Json::parse(line)["object"]);
-    EXPECT_EQ(kinds, (std::vector<std::string>{"EMS", "MultiLayerSubnetwork", "MultiLayerSubnetwork"}));
+    EXPECT_EQ(kinds,
+              (std::vector<std::string>{"EMS", "MultiLayerSubnetwork", "MultiLayerSubnetwork"}));
     EXPECT_EQ(dump, begin + listed({"elements", "--json"}) + inOrder + listed({"links", "--json"}));
     const std::string resumed = listed({"dump", "--from", "Southport"});
     EXPECT_EQ(dump.substr(dump.size() - resumed.size()), resumed);
@@ -168,8 +172,10 @@ TEST_F(KelpnmsUploadTest, ListsBeginWithTheElementNamed) {
     startHostWithSample();
     const std::string elements = listed({"elements", "--json"});
     const std::string ports = listed({"ports", "--json"});
-    const std::string laterElements = listed({"elements", "--json", "--from", "Southport", "--batch", "1"});
-    const std::string laterPorts = listed({"ports", "--json", "--from", "Southport", "--batch", "7"});
+    const std::string laterElements =
+        listed({"elements", "--json", "--from", "Southport", "--batch", "1"});
+    const std::string laterPorts =
+        listed({"ports", "--json", "--from", "Southport", "--batch", "7"});
     EXPECT_EQ(linesOf(laterElements).size(), 2u);
     EXPECT_EQ(elements.substr(elements.size() - laterElements.size()), laterElements);
     EXPECT_EQ(laterPorts, listed({"ports", "Southport", "Westering", "--json"}));
@@ -206,7 +212,8 @@ TEST_F(KelpnmsUploadTest, ManagerThatTheEmsDoesNotHaveIsNamed) {
     EXPECT_EQ(run({"equipment"}), 7);
     EXPECT_EQ(output(), "kelpnms: the EMS has no manager EquipmentInventory\n");
     EXPECT_EQ(runToEnd(launchTo(scratch_ / "dump", {"dump"})), 0);
-    EXPECT_EQ(output(), "kelpnms: the EMS has no manager EquipmentInventory: equipment is left out\n");
+    EXPECT_EQ(output(),
+              "kelpnms: the EMS has no manager EquipmentInventory: equipment is left out\n");
     const std::string dump = contentOf(scratch_ / "dump");
     EXPECT_EQ(dump.find("EquipmentHolder\",\"value"), std::string::npos);
     const std::string ports = listed({"ports", "--json"});

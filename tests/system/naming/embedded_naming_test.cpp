@@ -1,13 +1,14 @@
-// The host's own naming service, the other ways to the session factory, and a stranger who tries everything.
-
-#include "harness/naming_client.h"
-#include "harness/nms_process.h"
-#include "naming_tools.h"
+// The host's own naming service, the other ways to the session factory, and a stranger who tries
+// everything.
 
 #include <gmock/gmock.h>
 #include <mtnm/emsSessionFactory.h>
 
 #include <filesystem>
+
+#include "harness/naming_client.h"
+#include "harness/nms_process.h"
+#include "naming_tools.h"
 
 namespace kelp::test {
 namespace {
@@ -25,8 +26,10 @@ class EmbeddedNaming : public testing::Test {
         ASSERT_TRUE(eventually([&] { return client_.factoryAddress() == host_.address(); }));
     }
     NamingContextExt_ptr root(std::uint16_t port = 0) const {
-        const std::string address = "127.0.0.1:" + std::to_string(port == 0 ? host_.namingPort() : port);
-        const CORBA::Object_var object = orb::toReference(testOrb(), "corbaloc::" + address + "/NameService");
+        const std::string address =
+            "127.0.0.1:" + std::to_string(port == 0 ? host_.namingPort() : port);
+        const CORBA::Object_var object =
+            orb::toReference(testOrb(), "corbaloc::" + address + "/NameService");
         return CosNaming::NamingContextExt::_unchecked_narrow(object.in());
     }
     bool leadsToTheFactory(const char* path) const {
@@ -102,7 +105,8 @@ TEST_F(EmbeddedNaming, NothingThatAStrangerDoesChangesIt) {
     NmsProcess nms(host_);
     nms.logIn(0, "alice");
     EXPECT_TRUE(eventually([&] {
-        return printedBy(host_, {"audit", "--event", "naming"}).find("NO_PERMISSION") != std::string::npos;
+        return printedBy(host_, {"audit", "--event", "naming"}).find("NO_PERMISSION") !=
+               std::string::npos;
     }));
     EXPECT_TRUE(eventually([&] { return namingOf(host_).value("ours", false); }));
 }
@@ -114,9 +118,10 @@ TEST_F(EmbeddedNaming, FactoryIsFoundUnderEveryAlias) {
     EXPECT_TRUE(leadsToTheFactory("EMS.Kind/factory"));
     EXPECT_TRUE(leadsToTheFactory("a.1/b.2/c.3/d.4/e.5/f.6"));
     const std::string naming = "127.0.0.1:" + std::to_string(host_.namingPort());
-    EXPECT_EQ(runToEnd(host_.launch(KELPNMS, {"--naming", naming, "--user", "alice", "--password-file",
-                                              host_.passwordFile().string(), "ping"})),
-              0)
+    EXPECT_EQ(
+        runToEnd(host_.launch(KELPNMS, {"--naming", naming, "--user", "alice", "--password-file",
+                                        host_.passwordFile().string(), "ping"})),
+        0)
         << "several names of one factory are no several factories";
     host_.set("naming", "aliases", R"(['another.name'])");
     host_.reconfigure();

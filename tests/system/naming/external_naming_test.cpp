@@ -1,4 +1,10 @@
-// The session factory's entry in a naming service that dies, freezes, forgets or holds something else.
+// The session factory's entry in a naming service that dies, freezes, forgets or holds something
+// else.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <string>
 
 #include "harness/eventually.h"
 #include "harness/name_server.h"
@@ -6,11 +12,6 @@
 #include "harness/nms_process.h"
 #include "naming_tools.h"
 #include "unit/orb/hand_made_reference.h"
-
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <string>
 
 namespace kelp::test {
 namespace {
@@ -127,7 +128,8 @@ TEST_F(Naming, ForeignReferenceIsReplacedAndShown) {
     EXPECT_EQ(naming.value("replaced", 0), 1);
     EXPECT_EQ(naming.value("foreign", ""), "127.0.0.9:4444");
     EXPECT_TRUE(eventually([&] {
-        return printedBy(host, {"audit", "--event", "naming"}).find("127.0.0.9:4444") != std::string::npos;
+        return printedBy(host, {"audit", "--event", "naming"}).find("127.0.0.9:4444") !=
+               std::string::npos;
     }));
 }
 
@@ -139,8 +141,9 @@ TEST_F(Naming, OwnReferenceWithOneMoreAddressIsReplaced) {
     iiop.port = host.port();
     iiop.key = std::string("\xffV4800\0EMSSessionFactory", 24);
     iiop.components = {alternateAddress("127.0.0.9", 4444)};
-    bind(hexReference(referenceBytes({{0, iiopProfile(iiop)}},
-                                     "IDL:mtnm.tmforum.org/emsSessionFactory/EmsSessionFactory_I:1.0")));
+    bind(hexReference(
+        referenceBytes({{0, iiopProfile(iiop)}},
+                       "IDL:mtnm.tmforum.org/emsSessionFactory/EmsSessionFactory_I:1.0")));
     EXPECT_TRUE(eventually([&] {
         const nlohmann::json naming = namingOf(host);
         return naming.value("replaced", 0) == 1 && naming.value("ours", false);
@@ -153,14 +156,18 @@ TEST_F(Naming, TwoLiveFactoriesThatFightOverTheNameBothKeepServing) {
     other.useNamingService(names.port()).addUser("bob");
     other.start();
     host.start();
-    const auto timesReplacedBy = [](const Host& each) { return namingOf(each).value("replaced", 0); };
-    EXPECT_TRUE(eventually([&] { return timesReplacedBy(host) >= 2 && timesReplacedBy(other) >= 2; }));
+    const auto timesReplacedBy = [](const Host& each) {
+        return namingOf(each).value("replaced", 0);
+    };
+    EXPECT_TRUE(
+        eventually([&] { return timesReplacedBy(host) >= 2 && timesReplacedBy(other) >= 2; }));
     NmsProcess nms(host);
     nms.logIn(0, "alice");
     NmsProcess otherNms(other);
     otherNms.logIn(0, "bob");
     const std::string records = printedBy(host, {"audit", "--event", "naming", "--csv"});
-    EXPECT_LE(std::count(records.begin(), records.end(), '\n'), 3) << "a header and a record a minute";
+    EXPECT_LE(std::count(records.begin(), records.end(), '\n'), 3)
+        << "a header and a record a minute";
     EXPECT_EQ(other.stop(), 0);
     EXPECT_TRUE(eventually([&] { return isBoundToTheHost(); }));
     EXPECT_EQ(host.stop(), 0);

@@ -1,15 +1,14 @@
 #pragma once
 
-#include "harness/host.h"
-
 #include <kelp/orb/orb.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "harness/host.h"
 
 namespace kelp::test {
 
@@ -43,7 +42,8 @@ inline std::string printedBy(const Host& host, std::vector<std::string> argument
 
 /// `kelpctl naming --json`; empty when it fails.
 inline nlohmann::json namingOf(const Host& host) {
-    nlohmann::json naming = nlohmann::json::parse(printedBy(host, {"naming", "--json"}), nullptr, false);
+    nlohmann::json naming =
+        nlohmann::json::parse(printedBy(host, {"naming", "--json"}), nullptr, false);
     return naming.is_object() ? naming : nlohmann::json::object();
 }
 

@@ -3,6 +3,7 @@
 #include <kelp/nms/error.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
+#include <mtnm/emsMgr.h>
 
 #include <exception>
 #include <functional>
@@ -10,8 +11,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <vector>
-
-#include <mtnm/emsMgr.h>
 
 #include "support/wire_reference.h"
 
@@ -23,8 +22,8 @@ constexpr int kLogInsAtATime = 8;
 
 std::string textOf(const CountingListener::Counts& counts) {
     std::ostringstream text;
-    text << counts.pings << ' ' << counts.ended << ' ' << counts.losses << ' ' << counts.cleared << ' '
-         << counts.startTime << ' ' << counts.notificationId << ' ' << counts.endTime;
+    text << counts.pings << ' ' << counts.ended << ' ' << counts.losses << ' ' << counts.cleared
+         << ' ' << counts.startTime << ' ' << counts.notificationId << ' ' << counts.endTime;
     return text.str();
 }
 
@@ -83,7 +82,9 @@ std::string exists(emsSession::EmsSession_I_ptr session) {
 
 Commands::Commands(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, const std::string& factory,
                    std::size_t endpoints)
-    : orb_(CORBA::ORB::_duplicate(orb)), poa_(PortableServer::POA::_duplicate(poa)), endpoints_(endpoints) {
+    : orb_(CORBA::ORB::_duplicate(orb)),
+      poa_(PortableServer::POA::_duplicate(poa)),
+      endpoints_(endpoints) {
     const CORBA::Object_var object = orb::toReference(orb, factory);
     factory_ = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
 }
@@ -92,8 +93,8 @@ PeerNms& Commands::nms(int number) {
     const std::lock_guard lock(mutex_);
     std::unique_ptr<PeerNms>& found = all_[number];
     if (found == nullptr)
-        found =
-            std::make_unique<PeerNms>(orb_.in(), poa_.in(), static_cast<std::size_t>(number) % endpoints_);
+        found = std::make_unique<PeerNms>(orb_.in(), poa_.in(),
+                                          static_cast<std::size_t>(number) % endpoints_);
     return *found;
 }
 
@@ -127,10 +128,12 @@ void Commands::follow(int number, std::chrono::milliseconds pause) {
     one.followed() = std::make_unique<Follower>(one.session(), poa_.in(), pause);
 }
 
-void Commands::followAt(int number, const std::string& host, std::uint16_t port, const std::string& channel) {
+void Commands::followAt(int number, const std::string& host, std::uint16_t port,
+                        const std::string& channel) {
     using CosNotifyChannelAdmin::EventChannel;
     const CORBA::Object_var object = orb::toReference(orb_.in(), channel);
-    const CosNotifyChannelAdmin::EventChannel_var reference = EventChannel::_unchecked_narrow(object.in());
+    const CosNotifyChannelAdmin::EventChannel_var reference =
+        EventChannel::_unchecked_narrow(object.in());
     nms(number).followed() = std::make_unique<Follower>(
         reference.in(), poa_.in(), std::chrono::milliseconds(0),
         [&](CORBA::Object_ptr told) { return referenceOverTheWire(orb_.in(), told, host, port); });
@@ -201,7 +204,8 @@ std::string Commands::carryOut(const std::string& line) {
         return nms(number()).ownReference();
     } else if (command == "knows") {
         const CORBA::Object_var object = orb::toReference(orb_.in(), word());
-        const emsSession::EmsSession_I_var session = emsSession::EmsSession_I::_unchecked_narrow(object.in());
+        const emsSession::EmsSession_I_var session =
+            emsSession::EmsSession_I::_unchecked_narrow(object.in());
         return exists(session.in());
     } else if (command == "counts") {
         return textOf(nms(number()).listener().counts());
@@ -239,7 +243,8 @@ std::string Commands::carryOut(const std::string& line) {
         one.restless() = std::make_unique<Restless>(one.session(), poa_.in());
     } else if (command == "chatter") {
         PeerNms& one = nms(number());
-        one.chatter() = std::make_unique<Chatter>(one.session(), std::chrono::milliseconds(number()));
+        one.chatter() =
+            std::make_unique<Chatter>(one.session(), std::chrono::milliseconds(number()));
     } else if (command == "chattered" || command == "silence" || command == "latencies") {
         std::unique_ptr<Chatter>& chatter = nms(number()).chatter();
         if (chatter == nullptr)

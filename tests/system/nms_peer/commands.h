@@ -1,11 +1,11 @@
 #pragma once
 
-#include "nms_peer/peer_nms.h"
-
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+
+#include "nms_peer/peer_nms.h"
 
 namespace kelp::test {
 
@@ -22,8 +22,10 @@ class Commands {
     std::string carryOut(const std::string& line);
     /// Connects the NMS to the event channel; it takes so long for each event.
     void follow(int number, std::chrono::milliseconds pause);
-    /// The same by the channel's reference at some address, which its other objects are called at, too.
-    void followAt(int number, const std::string& host, std::uint16_t port, const std::string& channel);
+    /// The same by the channel's reference at some address, which its other objects are called at,
+    /// too.
+    void followAt(int number, const std::string& host, std::uint16_t port,
+                  const std::string& channel);
     /// The session's event channel, called at that address.
     std::string channelAt(int number, const std::string& host, std::uint16_t port);
     Follower::Result followed(int number);

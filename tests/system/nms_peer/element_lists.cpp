@@ -1,14 +1,13 @@
 #include "nms_peer/element_lists.h"
 
 #include <kelp/orb/references.h>
+#include <mtnm/common.h>
 
 #include <algorithm>
 #include <limits>
 #include <set>
 #include <stdexcept>
 #include <thread>
-
-#include <mtnm/common.h>
 
 namespace kelp::test {
 
@@ -127,7 +126,8 @@ std::string ElementLists::carryOut(CORBA::ORB_ptr orb, std::istream& words) {
     return {};
 }
 
-ElementLists::Iterator_var ElementLists::ask(CORBA::ULong howMany, std::vector<std::string>& names) {
+ElementLists::Iterator_var ElementLists::ask(CORBA::ULong howMany,
+                                             std::vector<std::string>& names) {
     NamingAttributesList_T_var first;
     Iterator_var rest;
     manager_->getAllManagedElementNames(howMany, first.out(), rest.out());
@@ -138,7 +138,8 @@ ElementLists::Iterator_var ElementLists::ask(CORBA::ULong howMany, std::vector<s
 std::string ElementLists::askOnce(CORBA::ULong howMany) {
     std::vector<std::string> first;
     const Iterator_var rest = ask(howMany, first);
-    const std::string iterator = CORBA::is_nil(rest.in()) ? "-1" : std::to_string(remember(rest.in()));
+    const std::string iterator =
+        CORBA::is_nil(rest.in()) ? "-1" : std::to_string(remember(rest.in()));
     return std::to_string(first.size()) + " " + iterator;
 }
 
@@ -153,7 +154,8 @@ std::string ElementLists::openMany(int threads, int each, bool isWatched) {
                     remember(ask(1, first).in());
                     ++opened;
                 } catch (const globaldefs::ProcessingFailureException& refusal) {
-                    ++(refusal.exceptionType == globaldefs::EXCPT_TOO_MANY_OPEN_ITERATORS ? refused : failed);
+                    ++(refusal.exceptionType == globaldefs::EXCPT_TOO_MANY_OPEN_ITERATORS ? refused
+                                                                                          : failed);
                 } catch (const CORBA::Exception&) {
                     ++failed;
                 }
@@ -166,8 +168,8 @@ std::string ElementLists::openMany(int threads, int each, bool isWatched) {
         most = std::max(most, openAmong(latest(kLookedAt)).count);
     for (std::thread& opener : openers)
         opener.join();
-    return std::to_string(opened) + " " + std::to_string(refused) + " " + std::to_string(failed) + " " +
-           std::to_string(most);
+    return std::to_string(opened) + " " + std::to_string(refused) + " " + std::to_string(failed) +
+           " " + std::to_string(most);
 }
 
 std::string ElementLists::probe() {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "support/iterator_mixture.h"
+#include <mtnm/emsSession.h>
+#include <mtnm/managedElementManager.h>
 
 #include <cstddef>
 #include <istream>
@@ -9,13 +10,12 @@
 #include <string>
 #include <vector>
 
-#include <mtnm/emsSession.h>
-#include <mtnm/managedElementManager.h>
+#include "support/iterator_mixture.h"
 
 namespace kelp::test {
 
-/// What one NMS does with the names of all managed elements, which come as long lists. The iterators that it
-/// has opened are known by their number, from 0 on, also after their end.
+/// What one NMS does with the names of all managed elements, which come as long lists. The
+/// iterators that it has opened are known by their number, from 0 on, also after their end.
 class ElementLists {
   public:
     /// Asks in this session from now on.

@@ -46,7 +46,8 @@ class Follower::Consumer final : public POA_CosNotifyComm::StructuredPushConsume
             std::this_thread::sleep_for(pause_);
     }
     void disconnect_structured_push_consumer() override {}
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
     Result result() const {
         const std::lock_guard lock(mutex_);
@@ -67,8 +68,8 @@ Follower::Follower(emsSession::EmsSession_I_ptr session, PortableServer::POA_ptr
     connect(channel.in(), [](CORBA::Object_ptr told) { return CORBA::Object::_duplicate(told); });
 }
 
-Follower::Follower(EventChannel_ptr channel, PortableServer::POA_ptr poa, std::chrono::milliseconds pause,
-                   const Route& route)
+Follower::Follower(EventChannel_ptr channel, PortableServer::POA_ptr poa,
+                   std::chrono::milliseconds pause, const Route& route)
     : poa_(PortableServer::POA::_duplicate(poa)), consumer_(new Consumer(pause)) {
     connect(channel, route);
 }
@@ -83,7 +84,8 @@ void Follower::connect(EventChannel_ptr channel, const Route& route) {
     const CORBA::Object_var adminObject = route(toldAdmin.in());
     const ConsumerAdmin_var admin = ConsumerAdmin::_unchecked_narrow(adminObject.in());
     ProxyID proxyId = 0;
-    const ProxySupplier_var toldProxy = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, proxyId);
+    const ProxySupplier_var toldProxy =
+        admin->obtain_notification_push_supplier(STRUCTURED_EVENT, proxyId);
     const CORBA::Object_var proxyObject = route(toldProxy.in());
     proxy_ = StructuredProxyPushSupplier::_unchecked_narrow(proxyObject.in());
     proxy_->connect_structured_push_consumer(reference.in());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cos/CosNotifyChannelAdmin.h>
+#include <mtnm/emsSession.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -9,8 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <thread>
-
-#include <mtnm/emsSession.h>
 
 namespace kelp::test {
 

@@ -1,19 +1,19 @@
-// NMS of a test in a process of their own: nms_peer FACTORY PORT... reads commands from standard input, a
-// line each, and answers each with a line.
-
-#include "nms_peer/commands.h"
+// NMS of a test in a process of their own: nms_peer FACTORY PORT... reads commands from standard
+// input, a line each, and answers each with a line.
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
 #include <kelp/orb/timeouts.h>
-
 #include <unistd.h>
 
 #include <iostream>
 
+#include "nms_peer/commands.h"
+
 namespace {
 
-/// Above what any of the host's limits adds up to, so that a call that waits is seen as one that took long.
+/// Above what any of the host's limits adds up to, so that a call that waits is seen as one that
+/// took long.
 constexpr std::chrono::seconds kCallLimit{30};
 
 int run(int argc, char** argv) {

@@ -1,13 +1,13 @@
 #include "nms_peer/peer_nms.h"
 
-#include "unit/orb/hand_made_reference.h"
-
 #include <kelp/orb/references.h>
 
 #include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <utility>
+
+#include "unit/orb/hand_made_reference.h"
 
 namespace kelp::test {
 
@@ -45,7 +45,8 @@ void CountingListener::sessionEnded() {
     count([](Counts& counts) { ++counts.ended; });
 }
 
-void CountingListener::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
+void CountingListener::eventLossOccurred(const std::string& startTime,
+                                         const std::string& notificationId) {
     count([&](Counts& counts) {
         ++counts.losses;
         counts.startTime = startTime;
@@ -75,12 +76,15 @@ std::vector<std::chrono::milliseconds> CountingListener::pingGaps() const {
     const std::lock_guard lock(mutex_);
     std::vector<std::chrono::milliseconds> gaps;
     for (std::size_t i = 1; i < pings_.size(); ++i)
-        gaps.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(pings_[i] - pings_[i - 1]));
+        gaps.push_back(
+            std::chrono::duration_cast<std::chrono::milliseconds>(pings_[i] - pings_[i - 1]));
     return gaps;
 }
 
 Chatter::Chatter(emsSession::EmsSession_I_ptr session, std::chrono::milliseconds pause)
-    : session_(emsSession::EmsSession_I::_duplicate(session)), pause_(pause), thread_([this] { run(); }) {}
+    : session_(emsSession::EmsSession_I::_duplicate(session)),
+      pause_(pause),
+      thread_([this] { run(); }) {}
 
 Chatter::~Chatter() {
     stopped_ = true;
@@ -108,8 +112,8 @@ void Chatter::run() {
         } catch (const CORBA::Exception&) {
             failed = true;
         }
-        const auto took =
-            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
+        const auto took = std::chrono::duration_cast<std::chrono::microseconds>(
+            std::chrono::steady_clock::now() - begin);
         {
             const std::lock_guard lock(mutex_);
             result_.calls += 1;
@@ -130,7 +134,8 @@ void PeerNms::logIn(emsSessionFactory::EmsSessionFactory_I_ptr factory, const st
                     const std::string& password, const std::string& otherReference) {
     const CORBA::Object_var object =
         orb::toReference(orb_.in(), otherReference.empty() ? ownReference_ : otherReference);
-    const nmsSession::NmsSession_I_var own = nmsSession::NmsSession_I::_unchecked_narrow(object.in());
+    const nmsSession::NmsSession_I_var own =
+        nmsSession::NmsSession_I::_unchecked_narrow(object.in());
     emsSession::EmsSession_I_var session;
     factory->getEmsSession(user.c_str(), password.c_str(), own.in(), session.out());
     if (CORBA::is_nil(session.in()))

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "nms_peer/element_lists.h"
-#include "nms_peer/follower.h"
-
 #include <kelp/nms/listener.h>
 #include <kelp/nms/session.h>
+#include <mtnm/emsSessionFactory.h>
 
 #include <atomic>
 #include <chrono>
@@ -15,7 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include <mtnm/emsSessionFactory.h>
+#include "nms_peer/element_lists.h"
+#include "nms_peer/follower.h"
 
 namespace kelp::test {
 
@@ -24,7 +23,8 @@ class CountingListener : public nms::NmsListener {
   public:
     void pinged() override;
     void sessionEnded() override;
-    void eventLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void eventLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
     void eventLossCleared(const std::string& endTime) override;
 
     void hold(bool held);

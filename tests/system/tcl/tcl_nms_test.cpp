@@ -1,8 +1,5 @@
 // The product as an NMS on another ORB sees it: the Tcl ORB, which shares no code with ours.
 
-#include "harness/host.h"
-#include "support/standard_managers.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "harness/host.h"
+#include "support/standard_managers.h"
+
 namespace kelp::test {
 namespace {
 
@@ -18,7 +18,8 @@ using testing::ElementsAre;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
-constexpr const char* kSessionGone = "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<127.0.0.1:";
+constexpr const char* kSessionGone =
+    "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<127.0.0.1:";
 
 class TclNms : public testing::Test {
   protected:
@@ -60,17 +61,18 @@ TEST_F(TclNms, FindsTheFactoryInTheNamingServiceAndAsksItsVersion) {
 
 TEST_F(TclNms, IsRefusedWithAWrongPassword) {
     host.start();
-    EXPECT_THAT(
-        through({"login", "alice", "wrong"}),
-        ElementsAre("login refused EXCPT_ACCESS_DENIED (76545955) The user name or the password is wrong."));
+    EXPECT_THAT(through({"login", "alice", "wrong"}),
+                ElementsAre("login refused EXCPT_ACCESS_DENIED (76545955) The user name or the "
+                            "password is wrong."));
 }
 
 TEST_F(TclNms, LogsInUsesAManagerAndLeaves) {
     host.start();
     EXPECT_THAT(
-        through({"login", "alice", Host::kPassword, "managers", "ems", "links", "lacking", "ping", "end"}),
-        ElementsAre("login ok", "managers" + standardManagersText(" ", ""), "ems Kelp/EMS EMS", "links 0 nil",
-                    "lacking EXCPT_NOT_IMPLEMENTED", "ping ok", "end ok"));
+        through({"login", "alice", Host::kPassword, "managers", "ems", "links", "lacking", "ping",
+                 "end"}),
+        ElementsAre("login ok", "managers" + standardManagersText(" ", ""), "ems Kelp/EMS EMS",
+                    "links 0 nil", "lacking EXCPT_NOT_IMPLEMENTED", "ping ok", "end ok"));
     EXPECT_TRUE(host.log().waitFor(kSessionGone));
 }
 
@@ -93,7 +95,8 @@ TEST_F(TclNms, GetsHeartbeatsAsStructuredEvents) {
     host.set("notification", "heartbeat_s", 1);
     host.start();
     EXPECT_THAT(
-        through({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "", "events", "2", "end"}),
+        through({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "", "events", "2",
+                 "end"}),
         ElementsAre("login ok", "consume ok",
                     MatchesRegex("event NT_HEARTBEAT notificationId=  objectName=.*EMS.*Kelp/EMS.* "
                                  "objectType=OT_EMS emsTime=[0-9]+\\.0Z"),
@@ -104,30 +107,34 @@ TEST_F(TclNms, GetsHeartbeatsInTheFormOfAnAlarm) {
     host.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
     host.start();
     EXPECT_THAT(
-        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM", "", "events", "1", "end"}),
-        ElementsAre("login ok", "consume ok",
-                    MatchesRegex("event NT_ALARM notificationId=0 .* nativeProbableCause=Heartbeat .* "
-                                 "isClearable=0 layerRate=1 .* perceivedSeverity=PS_INDETERMINATE "
-                                 "serviceAffecting=SA_NON_SERVICE_AFFECTING .*"),
-                    "end ok"));
+        through(
+            {"login", "alice", Host::kPassword, "consume", "NT_ALARM", "", "events", "1", "end"}),
+        ElementsAre(
+            "login ok", "consume ok",
+            MatchesRegex("event NT_ALARM notificationId=0 .* nativeProbableCause=Heartbeat .* "
+                         "isClearable=0 layerRate=1 .* perceivedSeverity=PS_INDETERMINATE "
+                         "serviceAffecting=SA_NON_SERVICE_AFFECTING .*"),
+            "end ok"));
 }
 
 TEST_F(TclNms, SelectsEventsByAFilter) {
     host.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", 1);
     host.start();
     EXPECT_THAT(
-        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM", "$objectName(EMS) ==", "consume",
-                 "NT_ALARM", "$objectName(EMS) == 'Kelp/EMS' and $perceivedSeverity == PS_INDETERMINATE",
+        through({"login", "alice", Host::kPassword, "consume", "NT_ALARM",
+                 "$objectName(EMS) ==", "consume", "NT_ALARM",
+                 "$objectName(EMS) == 'Kelp/EMS' and $perceivedSeverity == PS_INDETERMINATE",
                  "events", "2", "end"}),
         ElementsAre("login ok", "consume refused IDL:omg.org/CosNotifyFilter/InvalidConstraint:1.0",
-                    "consume ok", StartsWith("event NT_ALARM"), StartsWith("event NT_ALARM"), "end ok"));
+                    "consume ok", StartsWith("event NT_ALARM"), StartsWith("event NT_ALARM"),
+                    "end ok"));
 }
 
 TEST_F(TclNms, GetsNothingThatItsFilterDoesNotMatch) {
     host.set("notification", "heartbeat_s", 1);
     host.start();
-    begin({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT", "$objectName(EMS) == 'Another/EMS'",
-           "events", "1"});
+    begin({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT",
+           "$objectName(EMS) == 'Another/EMS'", "events", "1"});
     EXPECT_TRUE(said.waitFor("consume ok"));
     // a second NMS shows that heartbeats go out meanwhile
     Launch other =

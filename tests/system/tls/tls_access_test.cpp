@@ -1,9 +1,9 @@
-// Whose certificates are accepted: those that accounts are bound to, revoked ones, and servers with another
-// name.
-
-#include "tls_fixture.h"
+// Whose certificates are accepted: those that accounts are bound to, revoked ones, and servers with
+// another name.
 
 #include <filesystem>
+
+#include "tls_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -11,7 +11,8 @@ namespace {
 constexpr int kLogInRefused = 4;
 constexpr int kConfigurationError = 3;  ///< how kelpd ends
 
-constexpr const char* kNotThisCertificate = "The user may not log in with this certificate, or without one.";
+constexpr const char* kNotThisCertificate =
+    "The user may not log in with this certificate, or without one.";
 
 class TlsAccounts : public TlsTest {
   protected:
@@ -51,7 +52,8 @@ TEST_F(TlsAccounts, SessionWithAnotherCertificateEndsWhenTheAccountIsBound) {
     ASSERT_TRUE(watched.waitFor("  ping\n")) << watched.text();
     host_.user({"tls", "demo", "--subject", "CN=nms1,O=Operator\\, Inc."});
     const std::size_t pings = watched.count("  ping\n");
-    EXPECT_TRUE(watched.waitFor("  ping\n", pings + 2)) << "it has the right one: " << watched.text();
+    EXPECT_TRUE(watched.waitFor("  ping\n", pings + 2))
+        << "it has the right one: " << watched.text();
     EXPECT_EQ(host_.log().count("has been destroyed!"), 0u);
     host_.user({"tls", "demo", "--subject", "CN=nms2"});
     EXPECT_TRUE(host_.log().waitFor("has been destroyed!"));
@@ -73,9 +75,9 @@ TEST_F(TlsNames, ServerWithAnotherNameIsNotTalkedToUnlessItIsExpected) {
     })) << output();
     EXPECT_EQ(nms({"--no-tls-name-check", "ping"}), kDone) << output();
     EXPECT_EQ(nms({"ping"}), kUnreachable) << output();
-    EXPECT_TRUE(
-        log_.contains(" shows a certificate of CN = ems, which is refused: it is for DNS:ems.example.net, "
-                      "not for 127.0.0.1"))
+    EXPECT_TRUE(log_.contains(
+        " shows a certificate of CN = ems, which is refused: it is for DNS:ems.example.net, "
+        "not for 127.0.0.1"))
         << output();
     EXPECT_EQ(nms({"--tls-name", "other.example.net", "ping"}), kUnreachable) << output();
     EXPECT_TRUE(log_.contains("not for other.example.net")) << output();
@@ -116,7 +118,8 @@ TEST_F(TlsRevocation, NewListHoldsAfterAHangup) {
 
     certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     host_.reconfigure();
-    EXPECT_TRUE(host_.log().waitFor("/crl.pem holds a revocation list of CN = Test CA that has ended at "));
+    EXPECT_TRUE(
+        host_.log().waitFor("/crl.pem holds a revocation list of CN = Test CA that has ended at "));
     EXPECT_FALSE(client(stolen).handshakes());
     EXPECT_TRUE(client(good).handshakes());
     EXPECT_EQ(host_.stop(), 0);
@@ -126,8 +129,8 @@ TEST_F(TlsRevocation, HostDoesNotStartWithAnEndedList) {
     configureWithList();
     certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     EXPECT_EQ(host_.startToFail(), kConfigurationError);
-    EXPECT_TRUE(
-        host_.log().contains(": tls.crl: " + certificates_.folder() + "/crl.pem holds a revocation list"));
+    EXPECT_TRUE(host_.log().contains(": tls.crl: " + certificates_.folder() +
+                                     "/crl.pem holds a revocation list"));
 }
 
 TEST_F(TlsTest, KeyThatOthersCanReadIsRefusedOnBothSides) {
@@ -141,7 +144,8 @@ TEST_F(TlsTest, KeyThatOthersCanReadIsRefusedOnBothSides) {
     EXPECT_EQ(host_.stop(), 0);
     std::filesystem::permissions(certificates_.folder() + "/ems.pem", std::filesystem::perms(0644));
     EXPECT_EQ(host_.startToFail(), kConfigurationError);
-    EXPECT_TRUE(host_.log().contains(": tls.certificate: " + certificates_.folder() + "/ems.pem" + why));
+    EXPECT_TRUE(
+        host_.log().contains(": tls.certificate: " + certificates_.folder() + "/ems.pem" + why));
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "component/orb/throw_away_certificates.h"
 #include "component/orb/tls_client.h"
 #include "system/kelpnms/kelpnms_fixture.h"
-
-#include <string>
-#include <vector>
 
 namespace kelp::test {
 
@@ -37,30 +37,34 @@ class TlsTest : public KelpnmsTest {
     }
 
     /// kelpnms over TLS, with the certificates of an authority.
-    int nms(const std::vector<std::string>& arguments, const ThrowAwayCertificates* authority = nullptr) {
+    int nms(const std::vector<std::string>& arguments,
+            const ThrowAwayCertificates* authority = nullptr) {
         const ThrowAwayCertificates& its = authority != nullptr ? *authority : certificates_;
         return nms(arguments, its.authority(), its.issue("nms"));
     }
-    int nms(const std::vector<std::string>& arguments, const std::string& authority, const std::string& key,
-            const std::string& keyPassword = "") {
+    int nms(const std::vector<std::string>& arguments, const std::string& authority,
+            const std::string& key, const std::string& keyPassword = "") {
         return runToEnd(overTls(arguments, authority, key, keyPassword));
     }
     /// How kelpnms is run over TLS; its output is what output() gives from here on.
     Launch overTls(const std::vector<std::string>& arguments, const std::string& authority,
                    const std::string& key, const std::string& keyPassword = "") {
         std::vector<std::string> all = {
-            "--naming",  naming_, "--tls-ca", authority, "--tls-key",       key,
-            "--timeout", "10",    "--user",   "demo",    "--password-file", host_.passwordFile().string()};
+            "--naming",  naming_, "--tls-ca",        authority,
+            "--tls-key", key,     "--timeout",       "10",
+            "--user",    "demo",  "--password-file", host_.passwordFile().string()};
         if (!keyPassword.empty()) {
             writeFile(scratch_ / "key-password", keyPassword + "\n");
-            all.insert(all.end(), {"--tls-key-password-file", (scratch_ / "key-password").string()});
+            all.insert(all.end(),
+                       {"--tls-key-password-file", (scratch_ / "key-password").string()});
         }
         all.insert(all.end(), arguments.begin(), arguments.end());
         log_ = LogFile(scratch_ / ("output" + std::to_string(++runs_)));
         return {KELPNMS, all, {}, log_.file(), false};
     }
 
-    /// A client of the command line at each TLS port of the host; no certificate when the text is empty.
+    /// A client of the command line at each TLS port of the host; no certificate when the text is
+    /// empty.
     std::vector<TlsClient> clientsWith(const std::string& certificate) const {
         std::vector<TlsClient> clients;
         for (const PortLease* port : {&tlsPort_, &namingTlsPort_})

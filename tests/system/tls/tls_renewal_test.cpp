@@ -1,8 +1,8 @@
 // Certificates that are replaced while the host runs.
 
-#include "tls_fixture.h"
-
 #include <filesystem>
+
+#include "tls_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -26,8 +26,8 @@ class TlsRenewal : public TlsTest {
 
 TEST_F(TlsRenewal, NewFilesAreShownAfterAHangupAndOldConnectionsGoOn) {
     startHost(kTlsOnly);
-    ChildProcess watching(
-        overTls({"watch", "--count", "1000"}, certificates_.authority(), certificates_.issue("watching")));
+    ChildProcess watching(overTls({"watch", "--count", "1000"}, certificates_.authority(),
+                                  certificates_.issue("watching")));
     LogFile watched = log_;
     ASSERT_TRUE(watched.waitFor("  ping\n")) << watched.text();
     const std::vector<std::string> before = serialNumbers();
@@ -41,7 +41,8 @@ TEST_F(TlsRenewal, NewFilesAreShownAfterAHangupAndOldConnectionsGoOn) {
     const std::size_t pings = watched.count("  ping\n");
     EXPECT_TRUE(watched.waitFor("  ping\n", pings + 2)) << watched.text();
     EXPECT_TRUE(watching.isRunning());
-    EXPECT_TRUE(eventually([this] { return nms({"ping"}) == kDone; })) << "a new NMS finds it: " << output();
+    EXPECT_TRUE(eventually([this] { return nms({"ping"}) == kDone; }))
+        << "a new NMS finds it: " << output();
     EXPECT_EQ(host_.stop(), 0);
 }
 
@@ -50,9 +51,11 @@ TEST_F(TlsRenewal, FilesThatCannotBeUsedLeaveWhatWasThere) {
     const std::vector<std::string> before = serialNumbers();
     certificates_.issueExpired("ems");
     host_.reconfigure();
-    const std::string why = "/ems.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC";
+    const std::string why =
+        "/ems.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC";
     EXPECT_TRUE(host_.log().waitFor(why));
-    EXPECT_TRUE(host_.log().contains("[TlsRenewal] TLS goes on with the certificates that it has: "));
+    EXPECT_TRUE(
+        host_.log().contains("[TlsRenewal] TLS goes on with the certificates that it has: "));
     EXPECT_EQ(serialNumbers(), before);
     EXPECT_EQ(nms({"ping"}), kDone) << output();
 
@@ -84,7 +87,8 @@ TEST_F(TlsRenewal, NewAuthoritysNmsIsLetInAndTheFormersIsNot) {
     // it shows the former authority's certificate still, but trusts only the new one's
     const TlsClient formers(tlsPort_.hostAndPort(), formerAuthority, nmsCertificate_);
     EXPECT_TRUE(eventually([&] { return !formers.handshakes(); }));
-    EXPECT_TRUE(TlsClient(tlsPort_.hostAndPort(), formerAuthority, others.issue("nms")).handshakes());
+    EXPECT_TRUE(
+        TlsClient(tlsPort_.hostAndPort(), formerAuthority, others.issue("nms")).handshakes());
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 // NMS and EMS over TLS, in processes of their own.
 
-#include "tls_fixture.h"
-
 #include "system/harness/name_server.h"
+#include "tls_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -43,7 +42,8 @@ TEST_F(TlsTest, KeyWithAPasswordIsOpenedWithIt) {
     const std::string key = certificates_.issue("locked", "opensesame");
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), key, "opensesame"), kDone) << output();
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), key, "wrong"), kWrongUse) << output();
-    EXPECT_TRUE(log_.contains(key + " holds a private key that the password does not open: ")) << output();
+    EXPECT_TRUE(log_.contains(key + " holds a private key that the password does not open: "))
+        << output();
 }
 
 TEST_F(TlsTest, PlainNmsDoesNotGetInWhereThereIsOnlyTls) {
@@ -63,7 +63,8 @@ TEST_F(TlsTest, CertificateOfAnotherAuthorityIsRefused) {
     const ThrowAwayCertificates others;
     EXPECT_EQ(nms({"ping"}, &others), kUnreachable) << output();
     // one that trusts the EMS, but shows what the EMS does not trust
-    EXPECT_EQ(nms({"ping"}, certificates_.authority(), others.issue("nms")), kUnreachable) << output();
+    EXPECT_EQ(nms({"ping"}, certificates_.authority(), others.issue("nms")), kUnreachable)
+        << output();
     EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
     EXPECT_EQ(nms({"ping"}), kDone) << "the right one gets in all the same: " << output();
 }
@@ -85,25 +86,26 @@ TEST_F(TlsTest, ClientWithoutACertificateIsRefusedUnlessNoneIsRequired) {
 TEST_F(TlsTest, ClientWhoseCertificateHasEndedOrNotBegunIsRefused) {
     startHost(kTlsOnly);
     expectHandshakes(certificates_.issueExpired("old"), false);
-    EXPECT_TRUE(
-        host_.log().waitFor("is refused: certificate expired, its certificate: certificate has expired"));
+    EXPECT_TRUE(host_.log().waitFor(
+        "is refused: certificate expired, its certificate: certificate has expired"));
     expectHandshakes(certificates_.issueNotYetValid("new"), false);
     EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
     // an NMS is told so by its own side, before it calls anybody
     const std::string ended = certificates_.issueExpired("nms");
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), ended), kWrongUse) << output();
-    EXPECT_TRUE(log_.contains(ended + " holds a certificate that has ended at 2021-01-01")) << output();
+    EXPECT_TRUE(log_.contains(ended + " holds a certificate that has ended at 2021-01-01"))
+        << output();
 }
 
 TEST_F(TlsTest, ServerWhoseCertificateHasEndedIsNotTalkedTo) {
     const std::string ended = certificates_.issueExpired("ems");
     LogFile said(scratch_ / "server");
-    ChildProcess server(
-        {"/usr/bin/openssl",
-         {"s_server", "-accept", namingTlsPort_.hostAndPort(), "-www", "-cert", ended, "-key", ended},
-         {},
-         said.file(),
-         false});
+    ChildProcess server({"/usr/bin/openssl",
+                         {"s_server", "-accept", namingTlsPort_.hostAndPort(), "-www", "-cert",
+                          ended, "-key", ended},
+                         {},
+                         said.file(),
+                         false});
     ASSERT_TRUE(said.waitFor("ACCEPT"));
     host_.addUser("demo");
     EXPECT_EQ(nms({"find"}), kUnreachable) << output();
@@ -117,7 +119,8 @@ TEST_F(TlsTest, HostDoesNotStartWithACertificateThatHasEndedOrNotBegun) {
     EXPECT_TRUE(host_.log().contains("/ems.pem holds a certificate that has ended at 2021-01-01"));
     certificates_.issueNotYetValid("ems");
     EXPECT_EQ(host_.startToFail(), kConfigurationError);
-    EXPECT_TRUE(host_.log().contains("/ems.pem holds a certificate that is not valid before 2048-01-01"));
+    EXPECT_TRUE(
+        host_.log().contains("/ems.pem holds a certificate that is not valid before 2048-01-01"));
 }
 
 TEST_F(TlsTest, FactoryIsRegisteredInANamingServiceElsewhereOverTls) {
@@ -142,7 +145,8 @@ TEST_F(TlsTest, NamingServiceWithAnotherAuthoritysCertificateIsNotTrusted) {
     naming_ = "127.0.0.1:" + std::to_string(names.port());
     // a busy machine may let the first question wait longer than kelpnms does
     const auto nothingIsRegistered = [&] {
-        return nms({"find"}, &others) == kUnreachable && log_.contains("no session factory is registered");
+        return nms({"find"}, &others) == kUnreachable &&
+               log_.contains("no session factory is registered");
     };
     EXPECT_TRUE(eventually(nothingIsRegistered)) << output();
 }

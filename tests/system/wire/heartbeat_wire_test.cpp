@@ -1,19 +1,18 @@
-// Heartbeats as octets on the wire: what the host sends, by the eyes of a network analyser and of a decoder
-// that shares nothing with the ORB.
+// Heartbeats as octets on the wire: what the host sends, by the eyes of a network analyser and of a
+// decoder that shares nothing with the ORB.
 
-#include "component/orb/giop_recorder.h"
-#include "harness/host.h"
-
+#include <cos/CosNotifyChannelAdmin.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/nms/client.h>
 #include <kelp/orb/references.h>
 
-#include <cos/CosNotifyChannelAdmin.h>
-
 #include <cstdio>
 #include <fstream>
 #include <sstream>
+
+#include "component/orb/giop_recorder.h"
+#include "harness/host.h"
 
 namespace kelp::test {
 namespace {
@@ -30,7 +29,8 @@ constexpr const char* kName =
 class HeartbeatWire : public testing::Test {
   protected:
     void startHost(int heartbeatType) {
-        host_.set("notification", "heartbeat_s", 1).set("agent", "HeartbeatEventType", heartbeatType);
+        host_.set("notification", "heartbeat_s", 1)
+            .set("agent", "HeartbeatEventType", heartbeatType);
         host_.addUser("demo");
         host_.start();
     }
@@ -41,13 +41,16 @@ class HeartbeatWire : public testing::Test {
         settings.listen = "127.0.0.1:0";
         nms::NmsClient client(settings);
         const nms::FoundFactory factory = client.factoryByReference(host_.factoryReference());
-        const std::unique_ptr<nms::NmsSession> session = client.logIn(factory, "demo", Host::kPassword);
+        const std::unique_ptr<nms::NmsSession> session =
+            client.logIn(factory, "demo", Host::kPassword);
         EventChannel_var channel;
         session->reference()->getEventChannel(channel.out());
         const ConsumerAdmin_var admin = channel->default_consumer_admin();
         ProxyID id = 0;
-        const ProxySupplier_var made = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
-        const StructuredProxyPushSupplier_var proxy = StructuredProxyPushSupplier::_narrow(made.in());
+        const ProxySupplier_var made =
+            admin->obtain_notification_push_supplier(STRUCTURED_EVENT, id);
+        const StructuredProxyPushSupplier_var proxy =
+            StructuredProxyPushSupplier::_narrow(made.in());
         const CORBA::Object_var object = orb::toReference(client.orb(), recorder_.corbaloc("1.2"));
         const CosNotifyComm::StructuredPushConsumer_var consumer =
             CosNotifyComm::StructuredPushConsumer::_unchecked_narrow(object.in());
@@ -60,7 +63,8 @@ class HeartbeatWire : public testing::Test {
     /// What a shell command prints.
     static std::string outputOf(const std::string& command) {
         std::string text;
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(::popen(command.c_str(), "r"), &::pclose);
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(::popen(command.c_str(), "r"),
+                                                                   &::pclose);
         for (int character = 0; pipe && (character = std::fgetc(pipe.get())) != EOF;)
             text += static_cast<char>(character);
         return text;
@@ -83,9 +87,10 @@ class HeartbeatWire : public testing::Test {
         }
         out << '\n';
         out.close();
-        outputOf(TEXT2PCAP " -q -T 40000,40001 " + dump.string() + " " + capture.string() + " 2>&1");
-        return outputOf(TSHARK " -r " + capture.string() + " -d tcp.port==40001,giop -T fields " + fields +
-                        " 2>/dev/null");
+        outputOf(TEXT2PCAP " -q -T 40000,40001 " + dump.string() + " " + capture.string() +
+                 " 2>&1");
+        return outputOf(TSHARK " -r " + capture.string() + " -d tcp.port==40001,giop -T fields " +
+                        fields + " 2>/dev/null");
     }
     /// The event by the decoder, a line each.
     std::vector<std::string> decoded(const std::string& hex) {
@@ -111,7 +116,8 @@ class HeartbeatWire : public testing::Test {
     }
 
     static auto field(const std::string& name, const std::string& type, const std::string& value) {
-        return MatchesRegex("field " + quotedForRegex(name) + " " + quotedForRegex(type) + " " + value);
+        return MatchesRegex("field " + quotedForRegex(name) + " " + quotedForRegex(type) + " " +
+                            value);
     }
     static std::string quotedForRegex(const std::string& text) {
         std::string quoted;
@@ -133,11 +139,12 @@ std::string notificationsType(const std::string& name) {
 
 TEST_F(HeartbeatWire, OfTypeZeroHasFourFieldsOfTheirTypes) {
     startHost(0);
-    EXPECT_THAT(event(), ElementsAre("domain tmf_mtnm", "type NT_HEARTBEAT", "name ",
-                                     field("notificationId", "string", "' '"),
-                                     field("objectName", kName, "\\[\\{'EMS','Kelp/EMS'\\}\\]"),
-                                     field("objectType", notificationsType("ObjectType_T"), "OT_EMS"),
-                                     field("emsTime", "string", kTime), "remainder null "));
+    EXPECT_THAT(event(),
+                ElementsAre("domain tmf_mtnm", "type NT_HEARTBEAT", "name ",
+                            field("notificationId", "string", "' '"),
+                            field("objectName", kName, "\\[\\{'EMS','Kelp/EMS'\\}\\]"),
+                            field("objectType", notificationsType("ObjectType_T"), "OT_EMS"),
+                            field("emsTime", "string", kTime), "remainder null "));
 }
 
 TEST_F(HeartbeatWire, InTheFormOfAnAlarmHasNineteenFieldsOfTheirTypes) {
@@ -146,25 +153,27 @@ TEST_F(HeartbeatWire, InTheFormOfAnAlarmHasNineteenFieldsOfTheirTypes) {
         "IDL:mtnm.tmforum.org/globaldefs/NamingAttributesList_T:1.0=sequence<"
         "IDL:mtnm.tmforum.org/globaldefs/NamingAttributes_T:1.0=" +
         std::string(kName) + ">";
-    EXPECT_THAT(
-        event(),
-        ElementsAre(
-            "domain tmf_mtnm", "type NT_ALARM", "name ", field("notificationId", "string", "'0'"),
-            field("objectName", kName, "\\[\\{'EMS','Kelp/EMS'\\}\\]"),
-            field("nativeEMSName", "string", "'Kelp/EMS'"),
-            field("nativeProbableCause", "string", "'Heartbeat'"),
-            field("objectType", notificationsType("ObjectType_T"), "OT_EMS"),
-            field("emsTime", "string", kTime), field("neTime", "string", kTime),
-            field("isClearable", "boolean", "0"), field("layerRate", "short", "1"),
-            field("probableCause", "string", "'Heartbeat'"),
-            field("probableCauseQualifier", "string", "'0:0:0'"),
-            field("perceivedSeverity", notificationsType("PerceivedSeverity_T"), "PS_INDETERMINATE"),
-            field("serviceAffecting", notificationsType("ServiceAffecting_T"), "SA_NON_SERVICE_AFFECTING"),
-            field("affectedTPList", names, "\\[\\]"), field("additionalText", "string", "''"),
-            field("X.733::EventType", "string", "'environmentalAlarm'"),
-            field("X.733::SpecificProblems", names, "\\[\\]"),
-            field("X.733::ProposedRepairActions", names, "\\[\\]"),
-            field("X.733::AdditionalInfo", names, "\\[\\]"), "remainder null "));
+    EXPECT_THAT(event(),
+                ElementsAre("domain tmf_mtnm", "type NT_ALARM", "name ",
+                            field("notificationId", "string", "'0'"),
+                            field("objectName", kName, "\\[\\{'EMS','Kelp/EMS'\\}\\]"),
+                            field("nativeEMSName", "string", "'Kelp/EMS'"),
+                            field("nativeProbableCause", "string", "'Heartbeat'"),
+                            field("objectType", notificationsType("ObjectType_T"), "OT_EMS"),
+                            field("emsTime", "string", kTime), field("neTime", "string", kTime),
+                            field("isClearable", "boolean", "0"), field("layerRate", "short", "1"),
+                            field("probableCause", "string", "'Heartbeat'"),
+                            field("probableCauseQualifier", "string", "'0:0:0'"),
+                            field("perceivedSeverity", notificationsType("PerceivedSeverity_T"),
+                                  "PS_INDETERMINATE"),
+                            field("serviceAffecting", notificationsType("ServiceAffecting_T"),
+                                  "SA_NON_SERVICE_AFFECTING"),
+                            field("affectedTPList", names, "\\[\\]"),
+                            field("additionalText", "string", "''"),
+                            field("X.733::EventType", "string", "'environmentalAlarm'"),
+                            field("X.733::SpecificProblems", names, "\\[\\]"),
+                            field("X.733::ProposedRepairActions", names, "\\[\\]"),
+                            field("X.733::AdditionalInfo", names, "\\[\\]"), "remainder null "));
 }
 
 }  // namespace

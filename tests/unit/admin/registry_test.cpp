@@ -23,7 +23,8 @@ class AdminRegistry : public testing::Test {
     static std::string errorOf(const Answer& answer) { return answer.body.value("error", ""); }
 
     Registry registry_;
-    Registration echo_ = registry_.enter("POST", "/echo", [](const Json& request) { return request; });
+    Registration echo_ =
+        registry_.enter("POST", "/echo", [](const Json& request) { return request; });
 };
 
 TEST_F(AdminRegistry, LetsTheHandlerAnswerAndKeepsTheOrderOfMembers) {
@@ -97,7 +98,8 @@ TEST_F(AdminRegistry, RefusesAKeyThatStandsThereTwiceAtAnyDepth) {
         EXPECT_EQ(answer.status, 400) << body;
         EXPECT_EQ(errorOf(answer), "the key \"a\" stands there twice") << body;
     }
-    EXPECT_EQ(post(R"([{"a": 1}, {"a": 2, "b": {"a": 3}}])").status, 200) << "each in an object of its own";
+    EXPECT_EQ(post(R"([{"a": 1}, {"a": 2, "b": {"a": 3}}])").status, 200)
+        << "each in an object of its own";
 }
 
 TEST_F(AdminRegistry, AnswersARefusalWithItsStatusAndReason) {
@@ -110,11 +112,12 @@ TEST_F(AdminRegistry, AnswersARefusalWithItsStatusAndReason) {
 }
 
 TEST_F(AdminRegistry, AnswersWhateverElseAHandlerRaisesAsAnInternalError) {
-    const Registration failing = registry_.enter("GET", "/failing", [](const Json& request) -> Json {
-        if (request.is_null())
-            throw std::logic_error("broken");
-        throw 7;
-    });
+    const Registration failing =
+        registry_.enter("GET", "/failing", [](const Json& request) -> Json {
+            if (request.is_null())
+                throw std::logic_error("broken");
+            throw 7;
+        });
     EXPECT_EQ(registry_.answer("GET", "/failing", "").status, 500);
     EXPECT_EQ(errorOf(registry_.answer("GET", "/failing", "")), "broken");
     EXPECT_EQ(registry_.answer("GET", "/failing", "1").status, 500);
@@ -132,7 +135,8 @@ TEST_F(AdminRegistry, ForgetsAHandlerThatLeavesAndTakesAnotherInItsPlace) {
     echo_.leave();
     EXPECT_EQ(post("1").status, 404);
     echo_.leave();  // once more does nothing
-    const Registration other = registry_.enter("POST", "/echo", [](const Json&) { return Json("other"); });
+    const Registration other =
+        registry_.enter("POST", "/echo", [](const Json&) { return Json("other"); });
     EXPECT_EQ(post("1").body, "other");
 }
 
@@ -157,7 +161,8 @@ TEST_F(AdminRegistry, LetsAHandlerGoOnlyWhenItsCallsHaveEndedAndLeavesNothingOfI
         return Json(*owned);
     });
     owned.reset();
-    auto call = std::async(std::launch::async, [&] { return registry_.answer("GET", "/slow", ""); });
+    auto call =
+        std::async(std::launch::async, [&] { return registry_.answer("GET", "/slow", ""); });
     entered.get_future().wait();
     std::thread leaver([&] {
         slow.leave();
@@ -178,7 +183,8 @@ TEST_F(AdminRegistry, CallsAHandlerForSeveralCallersAtOnce) {
         ++inside;
         return Json(test::waitUntil([&] { return inside == 2; }));
     });
-    auto other = std::async(std::launch::async, [&] { return registry_.answer("GET", "/meet", ""); });
+    auto other =
+        std::async(std::launch::async, [&] { return registry_.answer("GET", "/meet", ""); });
     EXPECT_EQ(registry_.answer("GET", "/meet", "").body, true);
     EXPECT_EQ(other.get().body, true);
 }

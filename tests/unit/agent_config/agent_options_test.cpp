@@ -282,7 +282,8 @@ INSTANTIATE_TEST_SUITE_P(Keys, TextOption,
                          [](const auto& test) { return std::string(test.param.key); });
 
 TEST_F(AgentOptions, OneUnreadableKeyDoesNotStopTheOthers) {
-    const CorbaAgentConfig& options = read("bUseBTName = 1\nFTP_Type = \"no number\"\nIsReportSubnet = 5");
+    const CorbaAgentConfig& options =
+        read("bUseBTName = 1\nFTP_Type = \"no number\"\nIsReportSubnet = 5");
     EXPECT_TRUE(options.IsUseBTName());
     EXPECT_EQ(options.FTP_Type(), 0);
     EXPECT_EQ(options.GetAlarmReportSub(), 5);
@@ -337,7 +338,8 @@ TEST_F(AgentOptions, CanBeReadWhileTheyAreReadAgain) {
     }
     for (int i = 0; i < 200; ++i) {
         read(i % 2 == 0
-                 ? "FTP_ClientCer = \"bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb\"\nCachesize = 2"
+                 ? "FTP_ClientCer = "
+                   "\"bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb\"\nCachesize = 2"
                  : "FTP_ClientCer = \"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\"\nCachesize = 1");
     }
     stop = true;

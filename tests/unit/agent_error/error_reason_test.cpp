@@ -1,5 +1,3 @@
-#include "error/error_translator.h"
-
 #include <gtest/gtest.h>
 #include <kelp/bundlemgr/service_object.h>
 
@@ -9,6 +7,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "error/error_translator.h"
 
 namespace NS_KELPCORBA {
 namespace {

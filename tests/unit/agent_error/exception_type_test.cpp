@@ -1,9 +1,9 @@
-#include "error/error_translator.h"
-
 #include <gtest/gtest.h>
 
 #include <ostream>
 #include <string>
+
+#include "error/error_translator.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -56,12 +56,14 @@ TEST_P(ExceptionTypeOfRange, HoldsFromTheFirstCodeToTheLast) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Codes, ExceptionTypeOfRange, testing::ValuesIn(kRanges),
-                         [](const auto& test) { return "From" + std::to_string(test.param.first); });
+                         [](const auto& test) {
+                             return "From" + std::to_string(test.param.first);
+                         });
 
 TEST(ExceptionType, CodesBetweenTheRangesAreInternalErrors) {
     for (const unsigned long code :
-         {1UL, 76218361UL, 76218368UL, 76545954UL, 76546048UL, 1090519039UL, 1090519044UL, 1092091953UL,
-          1092092167UL, 0xFFFFFFFFUL, 100000000000000UL})
+         {1UL, 76218361UL, 76218368UL, 76545954UL, 76546048UL, 1090519039UL, 1090519044UL,
+          1092091953UL, 1092092167UL, 0xFFFFFFFFUL, 100000000000000UL})
         EXPECT_EQ(typeOf(code), globaldefs::EXCPT_INTERNAL_ERROR) << code;
 }
 

@@ -36,7 +36,8 @@ class ListReaderTest : public testing::Test {
         source_ = source.get();
         source_->held = held_;
         using Batches = NS_KELPCORBA::ListBatches<Names>;
-        return std::make_shared<Reader>(std::make_unique<Batches>(std::move(source), Batches::Limits()));
+        return std::make_shared<Reader>(
+            std::make_unique<Batches>(std::move(source), Batches::Limits()));
     }
     static std::vector<int> next(const std::shared_ptr<Reader>& reader, CORBA::ULong howMany) {
         const auto batch = reader->next(howMany);

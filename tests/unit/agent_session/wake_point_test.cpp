@@ -1,7 +1,5 @@
 #include "session/wake_point.h"
 
-#include "util/agent_state.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -9,6 +7,7 @@
 #include <thread>
 
 #include "support/wait_until.h"
+#include "util/agent_state.h"
 
 namespace {
 
@@ -167,7 +166,8 @@ TEST_F(WakePointTest, EndsNothingOnceASignalHasCome) {
             ++signals;
         }
     });
-    // both questions are asked under the lock; between them at most the count of an earlier signal is late
+    // both questions are asked under the lock; between them at most the count of an earlier signal
+    // is late
     std::uint64_t signalsBefore = 0;
     for (int i = 0; i < 20000 && !HasFailure(); ++i) {
         point_.wait(

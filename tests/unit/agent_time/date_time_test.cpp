@@ -49,8 +49,8 @@ TEST(DateTime, IsComparedFieldByField) {
     const stDateTimeType time{2024, 5, 6, 7, 8, 9};
     EXPECT_EQ(TimeChange::compareDateTime(time, time), 0);
     for (std::uint16_t stDateTimeType::*field :
-         {&stDateTimeType::year, &stDateTimeType::month, &stDateTimeType::day, &stDateTimeType::hour,
-          &stDateTimeType::minute, &stDateTimeType::second}) {
+         {&stDateTimeType::year, &stDateTimeType::month, &stDateTimeType::day,
+          &stDateTimeType::hour, &stDateTimeType::minute, &stDateTimeType::second}) {
         stDateTimeType later = time;
         ++(later.*field);
         EXPECT_EQ(TimeChange::compareDateTime(later, time), 1);

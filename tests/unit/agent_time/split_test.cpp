@@ -31,7 +31,8 @@ TEST(Split, AppendsToWhatIsThere) {
 TEST(Split, TakesSeveralDelimitersAsOneText) {
     EXPECT_THAT(parts("a, b, c", ", "), ElementsAre("a", "b", "c"));
     EXPECT_THAT(parts("a,b c", ", "), ElementsAre("a,b c")) << "the whole text is the delimiter";
-    EXPECT_THAT(parts(", ,a, b", ", "), ElementsAre("a", "b")) << "each of its characters is passed over";
+    EXPECT_THAT(parts(", ,a, b", ", "), ElementsAre("a", "b"))
+        << "each of its characters is passed over";
     EXPECT_THAT(parts("a,b, c,", ", "), ElementsAre("a,b", "c,")) << "at a part's beginning only";
 }
 

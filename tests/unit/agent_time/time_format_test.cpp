@@ -50,7 +50,9 @@ TEST_F(TimeFormat, OfAMomentIsInTheConfiguredReference) {
 
 TEST_F(TimeFormat, OfMomentZeroIsNow) {
     configure(kCompact, kUtc);
-    const auto now = [] { return TimeChange::time2strByConf(static_cast<long>(std::time(nullptr))); };
+    const auto now = [] {
+        return TimeChange::time2strByConf(static_cast<long>(std::time(nullptr)));
+    };
     EXPECT_TRUE(agrees([] { return TimeChange::time2strByConf(0L); }, now));
     EXPECT_TRUE(agrees([] { return TimeChange::time2strByConf(kNoMoment); }, now));
 }
@@ -64,31 +66,33 @@ TEST_F(TimeFormat, OfATextReadsItFirst) {
 
 TEST_F(TimeFormat, OfAnOffsetIsThatFarFromNow) {
     configure(kCompact, kUtc);
-    EXPECT_TRUE(
-        agrees([] { return TimeChange::getEMSTimeByNETime(3600); },
-               [] { return TimeChange::time2strByConf(static_cast<long>(std::time(nullptr) + 3600)); }));
+    EXPECT_TRUE(agrees(
+        [] { return TimeChange::getEMSTimeByNETime(3600); },
+        [] { return TimeChange::time2strByConf(static_cast<long>(std::time(nullptr) + 3600)); }));
 }
 
 TEST_F(TimeFormat, OfNowHasLocalFieldsAndUnderAUtcReferenceAZToo) {
     configure(kCompact, kUtc);
-    EXPECT_TRUE(
-        agrees([] { return TimeChange::getTime(); }, [] { return TimeChange::getLocalTime() + ".0Z"; }));
-    EXPECT_TRUE(
-        agrees([] { return TimeChange::getUTCTime(); }, [] { return TimeChange::getLocalTime() + ".0Z"; }));
+    EXPECT_TRUE(agrees([] { return TimeChange::getTime(); },
+                       [] { return TimeChange::getLocalTime() + ".0Z"; }));
+    EXPECT_TRUE(agrees([] { return TimeChange::getUTCTime(); },
+                       [] { return TimeChange::getLocalTime() + ".0Z"; }));
     configure(kCompact, kLocal);
-    EXPECT_TRUE(
-        agrees([] { return TimeChange::getTime(); }, [] { return TimeChange::getLocalTime() + ".0"; }));
+    EXPECT_TRUE(agrees([] { return TimeChange::getTime(); },
+                       [] { return TimeChange::getLocalTime() + ".0"; }));
 }
 
 TEST_F(TimeFormat, OfTheEpochByTime2strIsTheEpoch) {
     configure(kCompact, kLocal);
     EXPECT_EQ(TimeChange::time2str(0L), "19700101023000.0");
-    EXPECT_EQ(TimeChange::time2GMStr(0), "19700101023000.0") << "local fields, in spite of the name";
+    EXPECT_EQ(TimeChange::time2GMStr(0), "19700101023000.0")
+        << "local fields, in spite of the name";
     EXPECT_EQ(TimeChange::localTime2UTCstr(kMoment), "20240105053405.0");
     EXPECT_EQ(TimeChange::localTime2UTCstr(fields(2024, 1, 5, 5, 34, 5)), "20240105053405.0");
-    EXPECT_TRUE(
-        agrees([] { return TimeChange::time2GMStr(kNoMoment); }, [] { return TimeChange::getUTCTime(); }));
-    EXPECT_TRUE(agrees([] { return TimeChange::time2str(kNoMoment); }, [] { return TimeChange::getTime(); }));
+    EXPECT_TRUE(agrees([] { return TimeChange::time2GMStr(kNoMoment); },
+                       [] { return TimeChange::getUTCTime(); }));
+    EXPECT_TRUE(agrees([] { return TimeChange::time2str(kNoMoment); },
+                       [] { return TimeChange::getTime(); }));
 }
 
 TEST_F(TimeFormat, InTheLayoutOfUtcHasTheFieldsOfItsName) {
@@ -113,10 +117,12 @@ TEST_F(TimeFormat, OfFieldsBeyondEveryCalendarIsStillAText) {
 }
 
 TEST_F(TimeFormat, OfAMomentWithoutFieldsIsNow) {
-    EXPECT_TRUE(agrees([] { return TimeChange::time2UTCStr(kNoMoment); },
-                       [] { return TimeChange::time2UTCStr(static_cast<long>(std::time(nullptr))); }));
-    EXPECT_TRUE(agrees([] { return TimeChange::UTCtime2str(kNoMoment); },
-                       [] { return TimeChange::UTCtime2str(static_cast<long>(std::time(nullptr))); }));
+    EXPECT_TRUE(
+        agrees([] { return TimeChange::time2UTCStr(kNoMoment); },
+               [] { return TimeChange::time2UTCStr(static_cast<long>(std::time(nullptr))); }));
+    EXPECT_TRUE(
+        agrees([] { return TimeChange::UTCtime2str(kNoMoment); },
+               [] { return TimeChange::UTCtime2str(static_cast<long>(std::time(nullptr))); }));
 }
 
 TEST_F(TimeFormat, LongTime2TMGivesUtcFieldsAndNowForZero) {
@@ -124,7 +130,8 @@ TEST_F(TimeFormat, LongTime2TMGivesUtcFieldsAndNowForZero) {
     EXPECT_EQ(TimeChange::time2UTCStr(time), "20240105030405.0Z");
     const auto now = [] { return TimeChange::time2UTCStr(static_cast<long>(std::time(nullptr))); };
     EXPECT_TRUE(agrees([] { return TimeChange::time2UTCStr(TimeChange::longTime2TM(0)); }, now));
-    EXPECT_TRUE(agrees([] { return TimeChange::time2UTCStr(TimeChange::longTime2TM(kNoMoment)); }, now));
+    EXPECT_TRUE(
+        agrees([] { return TimeChange::time2UTCStr(TimeChange::longTime2TM(kNoMoment)); }, now));
 }
 
 TEST_F(TimeFormat, ZoneIsReadAgain) {

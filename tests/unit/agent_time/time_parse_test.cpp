@@ -25,7 +25,8 @@ class TimeParse : public testing::Test {
         bool err = false;
         std::tm time = TimeChange::str2Time(text, err);
         EXPECT_TRUE(err) << text;
-        EXPECT_LE(std::abs(std::difftime(std::mktime(&time), std::time(nullptr))), 2) << text << ": not now";
+        EXPECT_LE(std::abs(std::difftime(std::mktime(&time), std::time(nullptr))), 2)
+            << text << ": not now";
     }
 };
 
@@ -48,14 +49,15 @@ TEST_F(TimeParse, GivesLocalFields) {
 }
 
 TEST_F(TimeParse, RefusesOtherLengths) {
-    for (const char* text : {"", "2024010503040", "20240105030405.", "20240105030405.0ZZ",
-                             "20240105030405.0+01", "20240105030405.0Z+01", "20240105030405.0Z+01000"})
+    for (const char* text :
+         {"", "2024010503040", "20240105030405.", "20240105030405.0ZZ", "20240105030405.0+01",
+          "20240105030405.0Z+01", "20240105030405.0Z+01000"})
         expectUnreadable(text);
 }
 
 TEST_F(TimeParse, RefusesAnOffsetFromUtc) {
-    for (const char* text : {"20240105030405.0+0100", "20240105030405.0-0100", "20240105030405.0Z+0100",
-                             "20240105030405.0Z-0100"})
+    for (const char* text : {"20240105030405.0+0100", "20240105030405.0-0100",
+                             "20240105030405.0Z+0100", "20240105030405.0Z-0100"})
         expectUnreadable(text);
 }
 

@@ -17,9 +17,10 @@ inline constexpr int kSlashed = 1;
 inline constexpr const char* kEast = "TST-2:30";
 
 inline void configure(int appearance, int reference) {
-    NS_BUNDLEMGR1::ConfigStore::instance().loadText("[time]\nappearance = " + std::to_string(appearance) +
-                                                        "\nreference = " + std::to_string(reference) + "\n",
-                                                    "test.toml");
+    NS_BUNDLEMGR1::ConfigStore::instance().loadText(
+        "[time]\nappearance = " + std::to_string(appearance) +
+            "\nreference = " + std::to_string(reference) + "\n",
+        "test.toml");
 }
 
 inline void setZone(const char* zone) {

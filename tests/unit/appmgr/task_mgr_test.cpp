@@ -117,7 +117,8 @@ TEST_F(GnlTaskMgr, ExitFinishesWhatRunsAndDropsWhatIsQueued) {
         ASSERT_TRUE(taskMgr->Post([&, owned] { ++done; }));
     std::thread ending([&] { taskMgr->Exit(); });
     EXPECT_TRUE(waitUntil([&] { return taskMgr->Dropped() == 5; }));
-    EXPECT_TRUE(waitUntil([&] { return owned.use_count() == 1; })) << "dropped work is destroyed at once";
+    EXPECT_TRUE(waitUntil([&] { return owned.use_count() == 1; }))
+        << "dropped work is destroyed at once";
     gate.open();
     ending.join();
     EXPECT_EQ(done, 2);

@@ -24,8 +24,9 @@ class BundleMgrTest : public testing::Test {
         return BundleMgr::Instance()->Start(TEST_BUNDLES_DIR, services, whyNot);
     }
     static bool isLoaded(const std::string& service) {
-        void* const handle = ::dlopen((std::string(TEST_BUNDLES_DIR) + "/lib" + service + ".so").c_str(),
-                                      RTLD_NOW | RTLD_NOLOAD);
+        void* const handle =
+            ::dlopen((std::string(TEST_BUNDLES_DIR) + "/lib" + service + ".so").c_str(),
+                     RTLD_NOW | RTLD_NOLOAD);
         if (handle != nullptr)
             ::dlclose(handle);
         return handle != nullptr;
@@ -41,10 +42,10 @@ TEST_F(BundleMgrTest, BundlesStartInOrderAndStopInReverse) {
     EXPECT_THAT(recorder.calls, ElementsAre("kelptest_first init", "kelptest_second init"));
     recorder.calls.clear();
     BundleMgr::Instance()->Stop();
-    EXPECT_THAT(recorder.calls,
-                ElementsAre("kelptest_second Shutdown", "kelptest_second fini", "kelptest_second deleter",
-                            "kelptest_second destroyed", "kelptest_first Shutdown", "kelptest_first fini",
-                            "kelptest_first deleter", "kelptest_first destroyed"));
+    EXPECT_THAT(recorder.calls, ElementsAre("kelptest_second Shutdown", "kelptest_second fini",
+                                            "kelptest_second deleter", "kelptest_second destroyed",
+                                            "kelptest_first Shutdown", "kelptest_first fini",
+                                            "kelptest_first deleter", "kelptest_first destroyed"));
 }
 
 TEST_F(BundleMgrTest, StoppedBundlesAreUnloadedAndStartAgain) {
@@ -85,8 +86,9 @@ TEST_F(BundleMgrTest, InitThatFailsStopsTheStartedOnesWithoutAShutdownOfItsOwn) 
     EXPECT_EQ(whyNot, "bundle kelptest_second did not start: init returned 7");
     EXPECT_THAT(recorder.calls,
                 ElementsAre("kelptest_first init", "kelptest_second init", "kelptest_second fini",
-                            "kelptest_second deleter", "kelptest_second destroyed", "kelptest_first Shutdown",
-                            "kelptest_first fini", "kelptest_first deleter", "kelptest_first destroyed"));
+                            "kelptest_second deleter", "kelptest_second destroyed",
+                            "kelptest_first Shutdown", "kelptest_first fini",
+                            "kelptest_first deleter", "kelptest_first destroyed"));
     EXPECT_TRUE(trace.contains(whyNot));
     EXPECT_FALSE(isLoaded("kelptest_first"));
     EXPECT_FALSE(isLoaded("kelptest_second"));

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-/// What the test's bundles find in the registry: they write down what is done to them and ask how to behave.
+/// What the test's bundles find in the registry: they write down what is done to them and ask how
+/// to behave.
 class CallRecorder : public NS_BUNDLEMGR1::ServiceInterface {
   public:
     static constexpr const char* kKey = "CallRecorder";

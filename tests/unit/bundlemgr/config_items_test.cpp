@@ -42,7 +42,9 @@ TEST(ConfigItems, NumbersAndTextsAreRead) {
 }
 
 TEST(ConfigItems, WrongTypeCountsAsUnreadableAndIsTracedWithFileAndLine) {
-    load("Cachesize = \"big\"\nbUseBTName = true\nMaxSupportNE = 2000\nFTP_Port = 22.5\nEventlistsize = 7\n");
+    load(
+        "Cachesize = \"big\"\nbUseBTName = true\nMaxSupportNE = 2000\nFTP_Port = "
+        "22.5\nEventlistsize = 7\n");
     const kelp::test::TraceCapture trace;
     int number = 17;
     std::string text = "before";
@@ -52,14 +54,16 @@ TEST(ConfigItems, WrongTypeCountsAsUnreadableAndIsTracedWithFileAndLine) {
     EXPECT_FALSE(CorbaConfigItems::Instance()->GetIntItemInfo("FTP_Port", number));
     EXPECT_EQ(number, 17);
     EXPECT_EQ(text, "before");
-    EXPECT_THAT(trace.lines(),
-                testing::ElementsAre(
-                    "kelp.toml:2: agent.Cachesize: must be an integer of 32 bits, but is a text",
-                    "kelp.toml:3: agent.bUseBTName: must be an integer of 32 bits, but is a truth value",
-                    "kelp.toml:4: agent.MaxSupportNE: must be a text, but is an integer",
-                    "kelp.toml:5: agent.FTP_Port: must be an integer of 32 bits, but is a number "
-                    "with a fraction"));
-    EXPECT_TRUE(CorbaConfigItems::Instance()->GetIntItemInfo("Eventlistsize", number)) << "the rest is read";
+    EXPECT_THAT(
+        trace.lines(),
+        testing::ElementsAre(
+            "kelp.toml:2: agent.Cachesize: must be an integer of 32 bits, but is a text",
+            "kelp.toml:3: agent.bUseBTName: must be an integer of 32 bits, but is a truth value",
+            "kelp.toml:4: agent.MaxSupportNE: must be a text, but is an integer",
+            "kelp.toml:5: agent.FTP_Port: must be an integer of 32 bits, but is a number "
+            "with a fraction"));
+    EXPECT_TRUE(CorbaConfigItems::Instance()->GetIntItemInfo("Eventlistsize", number))
+        << "the rest is read";
     EXPECT_EQ(number, 7);
 }
 
@@ -69,7 +73,8 @@ TEST(ConfigItems, NumberThatFitsNoIntIsUnreadable) {
     int number = 17;
     EXPECT_FALSE(CorbaConfigItems::Instance()->GetIntItemInfo("Cachesize", number));
     EXPECT_EQ(number, 17);
-    EXPECT_TRUE(trace.contains("agent.Cachesize: must be an integer of 32 bits, but is 2147483648"));
+    EXPECT_TRUE(
+        trace.contains("agent.Cachesize: must be an integer of 32 bits, but is 2147483648"));
     EXPECT_TRUE(CorbaConfigItems::Instance()->GetIntItemInfo("Eventlistsize", number));
 }
 
@@ -83,7 +88,8 @@ TEST(ConfigItems, StoreTellsTheProblemOfAnUnreadableValue) {
 }
 
 TEST(ConfigItems, UnknownOptionRefusesTheFile) {
-    EXPECT_FALSE(ConfigStore::instance().loadText("[agent]\nNoSuchOption = 1\n", "kelp.toml").empty());
+    EXPECT_FALSE(
+        ConfigStore::instance().loadText("[agent]\nNoSuchOption = 1\n", "kelp.toml").empty());
 }
 
 }  // namespace

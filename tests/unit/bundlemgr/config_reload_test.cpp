@@ -51,9 +51,10 @@ TEST_F(ConfigReload, TellsWhatItChanged) {
     std::vector<std::string> told;
     for (const NS_BUNDLEMGR1::ConfigChange& each : changes)
         told.push_back(each.key + ": " + each.before + " -> " + each.after);
-    EXPECT_THAT(told, testing::ElementsAre("session.max_sessions: 5 -> 6",
-                                           "access.allowed_oss: [\"127.0.0.0/8\"] -> [\"10.0.0.1\", \"::1\"]",
-                                           "agent.Cachesize: 1 -> ", "agent.CharacterSetSwitch:  -> 1"));
+    EXPECT_THAT(told, testing::ElementsAre(
+                          "session.max_sessions: 5 -> 6",
+                          "access.allowed_oss: [\"127.0.0.0/8\"] -> [\"10.0.0.1\", \"::1\"]",
+                          "agent.Cachesize: 1 -> ", "agent.CharacterSetSwitch:  -> 1"));
     EXPECT_NE(store.generation(), before);
 }
 
@@ -72,16 +73,17 @@ TEST_F(ConfigReload, KeepsTheFirstValueOfWhatNeedsARestartAndSaysSo) {
     reload("[session]\nrelease_strategy = 2\nping_interval_s = 6\n");
     EXPECT_EQ(store.integer("session.ping_interval_s"), 5);
     EXPECT_EQ(store.integer("session.release_strategy"), 0);
-    EXPECT_TRUE(
-        trace.contains("kelp.toml:3: session.ping_interval_s: has changed, which takes effect at the next "
-                       "start"));
+    EXPECT_TRUE(trace.contains(
+        "kelp.toml:3: session.ping_interval_s: has changed, which takes effect at the next "
+        "start"));
     reload("[session]\nping_interval_s = 7\n");
     EXPECT_EQ(store.integer("session.ping_interval_s"), 5);
 }
 
 TEST_F(ConfigReload, ReleaseStrategyPingModeAndIntervalsNeedARestart) {
-    for (const std::string key : {"session.release_strategy", "session.ping_mode", "session.ping_interval_s",
-                                  "session.silent_time_s", "orb.listen", "ems.name", "naming.embedded"}) {
+    for (const std::string key :
+         {"session.release_strategy", "session.ping_mode", "session.ping_interval_s",
+          "session.silent_time_s", "orb.listen", "ems.name", "naming.embedded"}) {
         ASSERT_NE(NS_BUNDLEMGR1::findConfigKey(key), nullptr) << key;
         EXPECT_TRUE(NS_BUNDLEMGR1::findConfigKey(key)->needsRestart) << key;
     }

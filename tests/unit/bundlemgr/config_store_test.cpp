@@ -90,7 +90,8 @@ TEST(ConfigStore, FileThatCannotBeReadIsAProblemOfTheWholeFile) {
 
 TEST(ConfigStore, FileWithAProblemReplacesNothing) {
     EXPECT_THAT(load("[ems]\nname = \"Acme/North\"\n"), IsEmpty());
-    EXPECT_THAT(load("[ems]\nname = \"Acme/South\"\n[session]\nping_interval_s = 0\n"), testing::SizeIs(1));
+    EXPECT_THAT(load("[ems]\nname = \"Acme/South\"\n[session]\nping_interval_s = 0\n"),
+                testing::SizeIs(1));
     EXPECT_EQ(store().text("ems.name"), "Acme/North");
 }
 
@@ -111,21 +112,26 @@ TEST(ConfigStore, KeyGivenTwiceIsASyntaxErrorWithItsLine) {
 }
 
 TEST(ConfigStore, UnknownNamesAreProblemsWithASuggestion) {
-    EXPECT_THAT(load("[session]\nping_intervall_s = 5\n"),
-                ElementsAre("kelp.toml:2: session.ping_intervall_s: is no key of [session]; did you mean "
-                            "\"ping_interval_s\"?"));
+    EXPECT_THAT(
+        load("[session]\nping_intervall_s = 5\n"),
+        ElementsAre("kelp.toml:2: session.ping_intervall_s: is no key of [session]; did you mean "
+                    "\"ping_interval_s\"?"));
     EXPECT_THAT(load("[Session]\nping_interval_s = 5\n"),
                 ElementsAre("kelp.toml:1: Session: is no table; did you mean [session]?"));
     EXPECT_THAT(
         load("[agent]\nCacheSize = 5\n"),
-        ElementsAre("kelp.toml:2: agent.CacheSize: is no key of [agent]; did you mean \"Cachesize\"?"));
+        ElementsAre(
+            "kelp.toml:2: agent.CacheSize: is no key of [agent]; did you mean \"Cachesize\"?"));
     EXPECT_THAT(
         load("[session]\nallowed_oss = []\n"),
-        ElementsAre("kelp.toml:2: session.allowed_oss: is no key of [session]; it belongs into [access]"));
+        ElementsAre(
+            "kelp.toml:2: session.allowed_oss: is no key of [session]; it belongs into [access]"));
     EXPECT_THAT(
         load("ping_mode = true\n"),
-        ElementsAre("kelp.toml:1: ping_mode: stands outside of its table; it belongs into [session]"));
-    EXPECT_THAT(load("[quite.something.else]\nx = 1\n"), ElementsAre("kelp.toml:1: quite: is no table"));
+        ElementsAre(
+            "kelp.toml:1: ping_mode: stands outside of its table; it belongs into [session]"));
+    EXPECT_THAT(load("[quite.something.else]\nx = 1\n"),
+                ElementsAre("kelp.toml:1: quite: is no table"));
     EXPECT_THAT(load("[session.limits]\nx = 1\n"),
                 ElementsAre("kelp.toml:1: session.limits: is no key of [session]"));
 }
@@ -144,24 +150,27 @@ load = ["kelp_ems", 3]
 [orb]
 threads_max = 1.5
 )"),
-        ElementsAre("kelp.toml:2: session.ping_interval_s: must be an integer from 1 to 86400, but is a text",
-                    "kelp.toml:3: session.ping_mode: must be true or false, but is an integer",
-                    "kelp.toml:5: ems.name: must be a text, but is an integer",
-                    "kelp.toml:7: access.allowed_oss: must be a list of texts, but is a text",
-                    "kelp.toml:9: bundles.load: must be a list of texts, but is a list with an integer "
-                    "in it",
-                    "kelp.toml:11: orb.threads_max: must be an integer from 0 to 10000, but is a number "
-                    "with a fraction"));
+        ElementsAre(
+            "kelp.toml:2: session.ping_interval_s: must be an integer from 1 to 86400, but is a "
+            "text",
+            "kelp.toml:3: session.ping_mode: must be true or false, but is an integer",
+            "kelp.toml:5: ems.name: must be a text, but is an integer",
+            "kelp.toml:7: access.allowed_oss: must be a list of texts, but is a text",
+            "kelp.toml:9: bundles.load: must be a list of texts, but is a list with an integer "
+            "in it",
+            "kelp.toml:11: orb.threads_max: must be an integer from 0 to 10000, but is a number "
+            "with a fraction"));
 }
 
 TEST(ConfigStore, TextsOutsideOfTheirChoicesAreProblems) {
     EXPECT_THAT(
         load("[access]\nnms_reference = \"none\"\n[trace]\nsinks = [\"console\", \"printer\"]\n"),
-        ElementsAre(
-            "kelp.toml:2: access.nms_reference: must be one of \"peer\", \"allowed\", \"any\", but is "
-            "\"none\"",
-            "kelp.toml:4: trace.sinks: must be a list out of \"console\", \"file\", \"journal\", but "
-            "is a list with \"printer\" in it"));
+        ElementsAre("kelp.toml:2: access.nms_reference: must be one of \"peer\", \"allowed\", "
+                    "\"any\", but is "
+                    "\"none\"",
+                    "kelp.toml:4: trace.sinks: must be a list out of \"console\", \"file\", "
+                    "\"journal\", but "
+                    "is a list with \"printer\" in it"));
 }
 
 TEST(ConfigStore, ReadingAKeyThatTheSchemaDoesNotHaveIsAProgrammingError) {
@@ -173,8 +182,9 @@ TEST(ConfigStore, ReadingAKeyThatTheSchemaDoesNotHaveIsAProgrammingError) {
 }
 
 TEST(ConfigStore, HostileTextInProblemsIsEscaped) {
-    EXPECT_THAT(load("\"a\\nforged: line\" = 1\n"),
-                ElementsAre(testing::AllOf(HasSubstr("a\\nforged"), testing::Not(HasSubstr("\n")))));
+    EXPECT_THAT(
+        load("\"a\\nforged: line\" = 1\n"),
+        ElementsAre(testing::AllOf(HasSubstr("a\\nforged"), testing::Not(HasSubstr("\n")))));
 }
 
 TEST(ConfigStore, ConfigurationIsReplacedAsAWholeUnderReaders) {

@@ -21,7 +21,8 @@ class ErrorCatalogueTest : public testing::Test {
         std::vector<std::string> texts;
         for (const ConfigProblem& problem : catalogue.load(directory.write("errors.toml", toml))) {
             EXPECT_EQ(problem.file, (directory.path() / "errors.toml").string());
-            texts.push_back(std::to_string(problem.line) + ": " + problem.key + ": " + problem.what);
+            texts.push_back(std::to_string(problem.line) + ": " + problem.key + ": " +
+                            problem.what);
         }
         return texts;
     }
@@ -31,7 +32,8 @@ class ErrorCatalogueTest : public testing::Test {
 };
 
 TEST_F(ErrorCatalogueTest, TextsAreFoundByCode) {
-    EXPECT_THAT(load("[errors]\n\"0x411800BA\" = \"Failed inside.\"\n76218362 = \"Refused.\"\n"), IsEmpty());
+    EXPECT_THAT(load("[errors]\n\"0x411800BA\" = \"Failed inside.\"\n76218362 = \"Refused.\"\n"),
+                IsEmpty());
     EXPECT_EQ(catalogue.size(), 2u);
     std::string text;
     EXPECT_TRUE(catalogue.GetErrorText(1092092090, text));
@@ -62,7 +64,8 @@ TEST_F(ErrorCatalogueTest, ProblemsNameLineAndKeyAndLeaveTheCatalogueEmpty) {
 [other]
 )"),
                 ElementsAre("3: errors.411800BA: is no error code: write it as \"0x411800BA\"",
-                            HasSubstr("4: errors.0x0: is no error code"), HasSubstr("5: errors.0x1411800BA"),
+                            HasSubstr("4: errors.0x0: is no error code"),
+                            HasSubstr("5: errors.0x1411800BA"),
                             HasSubstr("6: errors.1092092090: is there already"),
                             "7: errors.0x41180053: must be a text that is not empty",
                             "8: errors.0x4118005F: must be a text that is not empty",
@@ -76,7 +79,8 @@ TEST_F(ErrorCatalogueTest, FileWithoutTheTableIsAProblem) {
 }
 
 TEST_F(ErrorCatalogueTest, SyntaxErrorAndMissingFileAreProblems) {
-    EXPECT_THAT(load("[errors]\n\"0x411800BA\" = \n"), ElementsAre(HasSubstr("2: : is no valid TOML: ")));
+    EXPECT_THAT(load("[errors]\n\"0x411800BA\" = \n"),
+                ElementsAre(HasSubstr("2: : is no valid TOML: ")));
     const std::vector<ConfigProblem> problems = catalogue.load(directory.path() / "missing.toml");
     ASSERT_EQ(problems.size(), 1u);
     EXPECT_THAT(problems[0].what, HasSubstr("cannot be read: No such file or directory"));

@@ -13,7 +13,8 @@ TEST(ProcessException, NewOneIsEmpty) {
     const ProcessException exception;
     EXPECT_EQ(exception.code, 0);
     EXPECT_EQ(exception.detail, 0);
-    EXPECT_EQ(exception.text1.str() + exception.text2.str() + exception.text3.str() + exception.text4.str(),
+    EXPECT_EQ(exception.text1.str() + exception.text2.str() + exception.text3.str() +
+                  exception.text4.str(),
               "");
 }
 

@@ -26,8 +26,9 @@ class RecordingService : public NS_BUNDLEMGR1::ServiceObjectBase {
     ~RecordingService() override { recorder().called(kName, "destroyed"); }
 
     int init(int argc, char* argv[]) override {
-        recorder().called(
-            kName, argc == 0 && argv != nullptr && argv[0] == nullptr ? "init" : "init with arguments");
+        recorder().called(kName, argc == 0 && argv != nullptr && argv[0] == nullptr
+                                     ? "init"
+                                     : "init with arguments");
         const std::string behaviour = recorder().behaviour(kName);
         if (behaviour == "init throws")
             throw std::runtime_error("the port is taken");
@@ -53,7 +54,8 @@ static void destroy(void* made) {
     std::unique_ptr<ACE_Service_Object>(static_cast<ACE_Service_Object*>(made)).reset();
 }
 
-KELP_EXPORT ACE_Service_Object* JOINED(_make_, BUNDLE_NAME)(ACE_Service_Object_Exterminator* deleter);
+KELP_EXPORT ACE_Service_Object* JOINED(_make_,
+                                       BUNDLE_NAME)(ACE_Service_Object_Exterminator* deleter);
 
 ACE_Service_Object* JOINED(_make_, BUNDLE_NAME)(ACE_Service_Object_Exterminator* deleter) {
 #ifdef WITHOUT_DELETER

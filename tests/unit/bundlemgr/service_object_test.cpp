@@ -46,7 +46,8 @@ class WatchedInterface : public NULLServiceInterface {
 
 class Service : public ServiceObjectBase {
   public:
-    explicit Service(int& deleted) : ServiceObjectBase("the_bundle", "the_service"), deleted_(deleted) {}
+    explicit Service(int& deleted)
+        : ServiceObjectBase("the_bundle", "the_service"), deleted_(deleted) {}
     ServiceInterface* CreateInterface() override {
         interface_ = std::make_unique<WatchedInterface>(deleted_).release();
         return interface_;

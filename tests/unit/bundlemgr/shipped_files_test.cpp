@@ -59,7 +59,8 @@ TEST(ShippedConfiguration, AgentOptionsAreRightWhenTheirCommentSignsGo) {
     EXPECT_THAT(ConfigStore::check(file), testing::IsEmpty());
     ASSERT_THAT(ConfigStore::instance().load(file), testing::IsEmpty());
     EXPECT_EQ(ConfigStore::instance().agentInteger("NotifyModel"), 3);
-    EXPECT_EQ(ConfigStore::instance().agentText("FTP_TrustedCer"), "../conf/certificate/ca_cert.cer");
+    EXPECT_EQ(ConfigStore::instance().agentText("FTP_TrustedCer"),
+              "../conf/certificate/ca_cert.cer");
 }
 
 TEST(ConfigSchema, EveryKeyIsExplainedAndItsDefaultIsInRange) {
@@ -71,9 +72,9 @@ TEST(ConfigSchema, EveryKeyIsExplainedAndItsDefaultIsInRange) {
             EXPECT_GE(key.maximum, *number) << key.name();
         }
         EXPECT_EQ(NS_BUNDLEMGR1::findConfigKey(key.name()), &key) << "the name is there once";
-        EXPECT_TRUE(std::any_of(configTables().begin(), configTables().end(), [&](const auto& table) {
-            return table.name == key.table;
-        })) << key.name();
+        EXPECT_TRUE(std::any_of(configTables().begin(), configTables().end(),
+                                [&](const auto& table) { return table.name == key.table; }))
+            << key.name();
     }
     EXPECT_EQ(NS_BUNDLEMGR1::findConfigKey("session.nothing"), nullptr);
 }

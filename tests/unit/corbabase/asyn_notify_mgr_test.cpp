@@ -24,8 +24,9 @@ class AsynNotifyMgrTest : public testing::Test {
 TEST_F(AsynNotifyMgrTest, RunsTasksOnItsOwnThreads) {
     ASSERT_TRUE(manager().Init());
     std::atomic<bool> elsewhere{false};
-    ASSERT_TRUE(manager().Post(
-        [&, caller = std::this_thread::get_id()] { elsewhere = std::this_thread::get_id() != caller; }));
+    ASSERT_TRUE(manager().Post([&, caller = std::this_thread::get_id()] {
+        elsewhere = std::this_thread::get_id() != caller;
+    }));
     EXPECT_TRUE(waitUntil([&] { return manager().Finished() == 1; }));
     EXPECT_TRUE(elsewhere);
 }

@@ -15,7 +15,8 @@ namespace {
 
 TEST(CorbaLogMgr, OpensTheConfiguredFileAndClosesItWithItsLastUser) {
     const TemporaryDirectory folder;
-    configure("[trace]\nsinks = [\"file\"]\nfile = \"" + (folder.path() / "kelp.log").string() + "\"\n");
+    configure("[trace]\nsinks = [\"file\"]\nfile = \"" + (folder.path() / "kelp.log").string() +
+              "\"\n");
     ASSERT_TRUE(CorbaLogMgr::Instance()->Init());
     ASSERT_TRUE(CorbaLogMgr::Instance()->Init());
     NS_CORBA::TaTrace("first");
@@ -41,7 +42,8 @@ TEST(CorbaLogMgr, LeavesTheHostsTraceOpen) {
     NS_CORBA::TaTrace("after the module");
     EXPECT_TRUE(TraceLog::instance().isOpen());
     TraceLog::instance().close();
-    EXPECT_NE(kelp::test::contentOf(folder.path() / "host.log").find("after the module"), std::string::npos);
+    EXPECT_NE(kelp::test::contentOf(folder.path() / "host.log").find("after the module"),
+              std::string::npos);
 }
 
 TEST(CorbaLogMgr, FailsWhenASinkCannotBeOpened) {
@@ -49,7 +51,8 @@ TEST(CorbaLogMgr, FailsWhenASinkCannotBeOpened) {
     configure("[trace]\nsinks = [\"file\"]\nfile = \"" + folder.path().string() + "\"\n");
     testing::internal::CaptureStderr();
     EXPECT_FALSE(CorbaLogMgr::Instance()->Init());
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("[CorbaLogMgr::Init]"), std::string::npos);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("[CorbaLogMgr::Init]"),
+              std::string::npos);
 }
 
 TEST(CorbaLogMgr, DestroyWithoutInitIsHarmless) {

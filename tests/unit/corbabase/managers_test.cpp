@@ -57,7 +57,8 @@ TEST(ManagerList, IsHeldAgainstOtherThreadsUntilFreed) {
     Interface late;
     base().EnterManagerInterface(&entered);
     const MGRList* list = base().GetMGRList();
-    std::future<void> other = std::async(std::launch::async, [&] { base().EnterManagerInterface(&late); });
+    std::future<void> other =
+        std::async(std::launch::async, [&] { base().EnterManagerInterface(&late); });
     EXPECT_EQ(other.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     EXPECT_EQ(list->size(), 1u);
     base().FreeMGRList();
@@ -74,7 +75,8 @@ TEST(ManagerList, TheHoldingThreadMayChangeItAndHoldItTwice) {
     ASSERT_NE(base().GetMGRList(), nullptr);
     base().EnterManagerInterface(&another);
     base().FreeMGRList();
-    std::future<void> other = std::async(std::launch::async, [&] { base().LeaveManagerInterface(&entered); });
+    std::future<void> other =
+        std::async(std::launch::async, [&] { base().LeaveManagerInterface(&entered); });
     EXPECT_EQ(other.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     base().FreeMGRList();
     other.get();
@@ -86,7 +88,8 @@ TEST(ManagerList, FreeingWhatIsNotHeldIsHarmless) {
     base().EnterManagerInterface(&entered);
     ASSERT_NE(base().GetMGRList(), nullptr);
     std::async(std::launch::async, [] { base().FreeMGRList(); }).get();
-    std::future<void> other = std::async(std::launch::async, [&] { base().LeaveManagerInterface(&entered); });
+    std::future<void> other =
+        std::async(std::launch::async, [&] { base().LeaveManagerInterface(&entered); });
     EXPECT_EQ(other.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     base().FreeMGRList();
     other.get();
@@ -127,10 +130,12 @@ TEST(ManagerMap, LeavesOutManagersOfTheStandardThatAreNotOffered) {
     Factory factory;
     EXPECT_TRUE(base().EnterNorthMgrFactory("EMS", &factory));
     EXPECT_TRUE(base().EnterNorthMgrFactory("Protection", &factory));
-    EXPECT_FALSE(base().EnterNorthMgrFactory("Protection", &factory)) << "it is entered all the same";
+    EXPECT_FALSE(base().EnterNorthMgrFactory("Protection", &factory))
+        << "it is entered all the same";
     EXPECT_TRUE(base().EnterNorthMgrFactory("AVendorsOwn", &factory));
     base().EnterFallbackMgrFactory("FlowDomain", &factory);
-    EXPECT_EQ(*base().GetNorthMgrMap(), (NorthMgrMap{{"AVendorsOwn", &factory}, {"EMS", &factory}}));
+    EXPECT_EQ(*base().GetNorthMgrMap(),
+              (NorthMgrMap{{"AVendorsOwn", &factory}, {"EMS", &factory}}));
     config.reset();
 }
 

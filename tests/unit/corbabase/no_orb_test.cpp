@@ -40,14 +40,16 @@ TEST(WithoutOrb, AskingForItIsBadInvOrder) {
 TEST(WithoutOrb, RegisteringAndUnregisteringTheFactoryThrowNothing) {
     const kelp::test::TraceCapture capture;
     EXPECT_FALSE(CorbaBaseAgentConfig::Instance()->RegistEMSFactoryName(CORBA::Object::_nil()));
-    EXPECT_TRUE(capture.contains("[CorbaBaseAgentConfig::RegistEMSFactoryName] Could not bind the factory!"));
+    EXPECT_TRUE(capture.contains(
+        "[CorbaBaseAgentConfig::RegistEMSFactoryName] Could not bind the factory!"));
     CorbaBaseAgentConfig::Instance()->UnRegistEMSFactoryName();
 }
 
 TEST(WithoutOrb, TimeOutPoliciesAreRefused) {
+    EXPECT_FALSE(CorbaBaseAgentConfig::Instance()->SetCurrentThreadTimeOutPolicy(CORBA::ORB::_nil(),
+                                                                                 10000000));
     EXPECT_FALSE(
-        CorbaBaseAgentConfig::Instance()->SetCurrentThreadTimeOutPolicy(CORBA::ORB::_nil(), 10000000));
-    EXPECT_FALSE(CorbaBaseAgentConfig::Instance()->SetORBTimeOutPolicy(CORBA::ORB::_nil(), 10000000));
+        CorbaBaseAgentConfig::Instance()->SetORBTimeOutPolicy(CORBA::ORB::_nil(), 10000000));
 }
 
 TEST(WithoutOrb, ThereIsNoSessionNameAndNoHostInfo) {
@@ -60,7 +62,8 @@ TEST(WithoutOrb, ThereIsNoSessionNameAndNoHostInfo) {
 }
 
 TEST(WithoutOrb, PersistentReferencesOfNilAreNil) {
-    EXPECT_THROW(NS_CORBA::get_persistent_poa(PortableServer::POA::_nil(), "V4800"), CORBA::BAD_PARAM);
+    EXPECT_THROW(NS_CORBA::get_persistent_poa(PortableServer::POA::_nil(), "V4800"),
+                 CORBA::BAD_PARAM);
     const CORBA::Object_var none =
         NS_CORBA::get_persistent_ref(PortableServer::POA::_nil(), nullptr, "EMSSessionFactory");
     EXPECT_TRUE(CORBA::is_nil(none.in()));
@@ -89,7 +92,8 @@ TEST(SuppilerMgr, StartsInTheConfiguredModeAlone) {
 }
 
 TEST(EventMgr, HasNoChannelUntilOneIsSet) {
-    const CosNotifyChannelAdmin::EventChannel_var none = NS_CORBA::EventMgr::Instance()->GetEventChannel();
+    const CosNotifyChannelAdmin::EventChannel_var none =
+        NS_CORBA::EventMgr::Instance()->GetEventChannel();
     EXPECT_TRUE(CORBA::is_nil(none.in()));
     NS_CORBA::EventMgr::Instance()->SetEventChannel(CosNotifyChannelAdmin::EventChannel::_nil());
     NS_CORBA::EventMgr::Destroy();

@@ -1,7 +1,6 @@
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <kelp/corbabase/base_config.h>
-
-#include <arpa/inet.h>
 
 #include "config_text.h"
 

@@ -1,9 +1,8 @@
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/user_database.h>
-
-#include <SQLiteCpp/SQLiteCpp.h>
 
 #include <map>
 #include <mutex>
@@ -36,10 +35,14 @@ std::string sessionName(const std::string& user) {
 class UserStates : public NS_BUNDLEMGR1::LightEventHandler {
   public:
     UserStates() { events().RegisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent, this); }
-    ~UserStates() override { events().DeregisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent, this); }
+    ~UserStates() override {
+        events().DeregisterHandler(NS_BUNDLEMGR1::kUserStateChangeEvent, this);
+    }
 
     void DoWork(int, const NS_BUNDLEMGR1::LightEventData* data) override {
-        const auto value = [&](const char* key) { return NS_BUNDLEMGR1::GetValByKey(data->values, key); };
+        const auto value = [&](const char* key) {
+            return NS_BUNDLEMGR1::GetValByKey(data->values, key);
+        };
         const std::lock_guard guard(mutex_);
         ++counts_[value("IP") + " " + value("PORT") + " " + value("USN")];
     }
@@ -50,7 +53,9 @@ class UserStates : public NS_BUNDLEMGR1::LightEventHandler {
     }
 
   private:
-    static NS_BUNDLEMGR1::LightEventMgr& events() { return *NS_BUNDLEMGR1::LightEventMgr::Instance(); }
+    static NS_BUNDLEMGR1::LightEventMgr& events() {
+        return *NS_BUNDLEMGR1::LightEventMgr::Instance();
+    }
 
     mutable std::mutex mutex_;
     std::map<std::string, std::size_t> counts_;
@@ -109,7 +114,8 @@ TEST_F(SecurityMgrTest, AWrongPasswordAndAnUnknownUserAreOneAndTheSame) {
     EXPECT_EQ(manager().Login(kHost, "nobody", "secret"), kWrongPassword);
     EXPECT_EQ(manager().Login(kHost, "", ""), kWrongPassword);
     EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(1024, 'p')), kWrongPassword);
-    EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(1025, 'p')), NS_CORBA::kOverlongLogIn);
+    EXPECT_EQ(manager().Login(kHost, "<USERNAME_TAG>", std::string(1025, 'p')),
+              NS_CORBA::kOverlongLogIn);
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
 }
 
@@ -139,14 +145,14 @@ TEST_F(SecurityMgrTest, AnUnusableDatabaseRefusesAndIsGoodAgainByItself) {
 
     std::filesystem::remove(file);
     EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), kUserDatabaseUnusable);
-    EXPECT_TRUE(
-        capture.contains("[CorbaSecurityMgr::Login] user database " + file.string() + " does not exist"));
+    EXPECT_TRUE(capture.contains("[CorbaSecurityMgr::Login] user database " + file.string() +
+                                 " does not exist"));
     EXPECT_FALSE(std::filesystem::exists(file));
 
     folder.write("users.db", std::string(4096, 'x'));
     EXPECT_EQ(manager().checkLogin(kHost, "nms1", "secret"), kUserDatabaseUnusable);
-    EXPECT_TRUE(
-        capture.contains("[CorbaSecurityMgr::checkLogin] user database " + file.string() + " is damaged"));
+    EXPECT_TRUE(capture.contains("[CorbaSecurityMgr::checkLogin] user database " + file.string() +
+                                 " is damaged"));
 
     folder.write("users.db", good);
     EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
@@ -207,7 +213,8 @@ TEST_F(SecurityMgrTest, TellsOfEachLiveLoginWhoseAccountEndsAgainAndAgainUntilIt
     ASSERT_EQ(manager().Login(kOtherHost, "nms2", "secret"), 0u);
     UserDatabase(file).setEnabled("nms1", false);
     EXPECT_TRUE(waitUntil([&] {
-        return states.count("10.0.0.1 5000 nms1") >= 2 && states.count("[2001:db8::1] 5000 nms1") >= 2;
+        return states.count("10.0.0.1 5000 nms1") >= 2 &&
+               states.count("[2001:db8::1] 5000 nms1") >= 2;
     }));
     EXPECT_EQ(states.count("10.0.0.1 5001 nms2"), 0u);
     manager().Logout(kHost, "nms1");

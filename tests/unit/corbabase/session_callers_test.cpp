@@ -14,7 +14,8 @@ using NS_CORBA::SessionCallers;
 using NS_CORBA::SessionToken;
 using Verdict = SessionCallers::Verdict;
 
-const std::string kName = "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>10.0.0.7:4711</IPANDPORT_TAG>";
+const std::string kName =
+    "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>10.0.0.7:4711</IPANDPORT_TAG>";
 
 kelp::orb::PeerAddress peerAt(const std::string& host) {
     return kelp::orb::parsePeer("giop:tcp:" + host + ":5000");

@@ -17,7 +17,8 @@ std::string factoryPath() {
     base().ConstructEmsFactoryName(name);
     std::string text;
     for (CORBA::ULong i = 0; i < name.length(); ++i)
-        text += (i > 0 ? " | " : "") + std::string(name[i].id.in()) + "." + std::string(name[i].kind.in());
+        text += (i > 0 ? " | " : "") + std::string(name[i].id.in()) + "." +
+                std::string(name[i].kind.in());
     return text;
 }
 
@@ -72,9 +73,9 @@ reference = 1
 }
 
 TEST(FactoryName, FollowsFromEmsNameAndVersion) {
-    EXPECT_EQ(
-        factoryPath(),
-        "TMF_MTNM.Class | Kelp.Vendor | Kelp/EMS.EmsInstance | 3_5.Version | Kelp/EMS.EmsSessionFactory_I");
+    EXPECT_EQ(factoryPath(),
+              "TMF_MTNM.Class | Kelp.Vendor | Kelp/EMS.EmsInstance | 3_5.Version | "
+              "Kelp/EMS.EmsSessionFactory_I");
     configure("[ems]\nname = \"Acme/North\"\nversion = \"3.0\"\n");
     EXPECT_EQ(factoryPath(),
               "TMF_MTNM.Class | Acme.Vendor | Acme/North.EmsInstance | 3_0.Version | "

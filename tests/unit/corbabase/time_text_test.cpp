@@ -37,7 +37,8 @@ TEST(TimeText, IsOfOneReferenceWhileThatChanges) {
     std::atomic<bool> ended{false};
     std::thread reloading([&] {
         for (int i = 0; i < 400; ++i)
-            NS_BUNDLEMGR1::ConfigStore::instance().loadText(i % 2 == 0 ? kLocal : kUtc, "test.toml");
+            NS_BUNDLEMGR1::ConfigStore::instance().loadText(i % 2 == 0 ? kLocal : kUtc,
+                                                            "test.toml");
         ended = true;
     });
     std::set<std::string> seen;

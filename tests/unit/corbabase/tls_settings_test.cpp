@@ -1,6 +1,5 @@
-#include <kelp/corbabase/tls_settings.h>
-
 #include <gmock/gmock.h>
+#include <kelp/corbabase/tls_settings.h>
 
 #include "component/orb/throw_away_certificates.h"
 #include "config_text.h"
@@ -51,19 +50,21 @@ TEST_F(TlsSettings, FilesAreNotLookedAtWithoutTls) {
 }
 
 TEST_F(TlsSettings, ProblemsNameFileLineAndKey) {
-    EXPECT_THAT(check("/dev/null", certificates_.issueExpired("old")),
-                ElementsAre("test.toml:3: tls.ca: /dev/null holds no PEM certificate",
-                            "test.toml:4: tls.certificate: " + certificates_.folder() +
-                                "/old.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
+    EXPECT_THAT(
+        check("/dev/null", certificates_.issueExpired("old")),
+        ElementsAre("test.toml:3: tls.ca: /dev/null holds no PEM certificate",
+                    "test.toml:4: tls.certificate: " + certificates_.folder() +
+                        "/old.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
 }
 
 TEST_F(TlsSettings, SuitesAreLookedAt) {
     EXPECT_THAT(
         check(certificates_.authority(), certificates_.issue("ems"),
               "ciphers = \"AES128-GCM-SHA256\"\ncipher_suites = \"TLS_NONSENSE\"\n"),
-        ElementsAre("test.toml:5: tls.ciphers: has the suite AES128-GCM-SHA256, which has no forward "
-                    "secrecy",
-                    "test.toml:6: tls.cipher_suites: \"TLS_NONSENSE\" names no cipher suite of TLS 1.3"));
+        ElementsAre(
+            "test.toml:5: tls.ciphers: has the suite AES128-GCM-SHA256, which has no forward "
+            "secrecy",
+            "test.toml:6: tls.cipher_suites: \"TLS_NONSENSE\" names no cipher suite of TLS 1.3"));
     EXPECT_THAT(check(certificates_.authority(), certificates_.issue("ems"),
                       "ciphers = \"ECDHE-ECDSA-AES256-GCM-SHA384\"\n"),
                 IsEmpty());
@@ -71,52 +72,60 @@ TEST_F(TlsSettings, SuitesAreLookedAt) {
 
 TEST_F(TlsSettings, RevocationListsAreLookedAt) {
     const auto checkList = [&](const std::string& file) {
-        return check(certificates_.authority(), certificates_.issue("ems"), "crl = \"" + file + "\"\n");
+        return check(certificates_.authority(), certificates_.issue("ems"),
+                     "crl = \"" + file + "\"\n");
     };
     EXPECT_THAT(checkList(certificates_.revocationList()), IsEmpty());
-    EXPECT_THAT(checkList(certificates_.revocationListFor("20200101000000Z", "20210101000000Z")),
-                ElementsAre("test.toml:5: tls.crl: " + certificates_.folder() +
-                            "/crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01 "
-                            "00:00:00 UTC"));
+    EXPECT_THAT(
+        checkList(certificates_.revocationListFor("20200101000000Z", "20210101000000Z")),
+        ElementsAre("test.toml:5: tls.crl: " + certificates_.folder() +
+                    "/crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01 "
+                    "00:00:00 UTC"));
 }
 
 TEST_F(TlsSettings, KeyThatOthersCanReadIsRefused) {
     const std::string own = certificates_.issue("ems");
     std::filesystem::permissions(own, std::filesystem::perms(0644));
-    EXPECT_THAT(check(certificates_.authority(), own),
-                ElementsAre("test.toml:4: tls.certificate: " + own +
-                            " holds a private key that others can read or write: its mode is 0644, set it to "
-                            "0600"));
+    EXPECT_THAT(
+        check(certificates_.authority(), own),
+        ElementsAre(
+            "test.toml:4: tls.certificate: " + own +
+            " holds a private key that others can read or write: its mode is 0644, set it to "
+            "0600"));
 }
 
 TEST_F(TlsSettings, PasswordIsTheFilesFirstLine) {
     const std::string locked = certificates_.issue("locked", "opensesame");
-    for (const std::string text : {"opensesame", "opensesame\n", "opensesame\r\n", "opensesame\nmore\n"}) {
+    for (const std::string text :
+         {"opensesame", "opensesame\n", "opensesame\r\n", "opensesame\nmore\n"}) {
         const std::string file = secret("password", text);
-        EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(file)), IsEmpty()) << text;
+        EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(file)), IsEmpty())
+            << text;
     }
 }
 
 TEST_F(TlsSettings, WrongOrMissingPasswordIsToldByItsKey) {
     const std::string locked = certificates_.issue("locked", "opensesame");
-    EXPECT_THAT(check(certificates_.authority(), locked),
-                ElementsAre(HasSubstr(": tls.key_password_file: " + locked +
-                                      " holds an encrypted private key, but there is no password for it")));
+    EXPECT_THAT(
+        check(certificates_.authority(), locked),
+        ElementsAre(HasSubstr(": tls.key_password_file: " + locked +
+                              " holds an encrypted private key, but there is no password for it")));
     const std::string wrong = secret("wrong", "close\n");
     EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(wrong)),
                 ElementsAre(StartsWith("test.toml:5: tls.key_password_file: " + locked +
                                        " holds a private key that the password does not open: ")));
-    EXPECT_THAT(check(certificates_.authority(), locked, passwordFile("/etc")),
-                ElementsAre("test.toml:5: tls.key_password_file: /etc cannot be read: Is a directory"));
+    EXPECT_THAT(
+        check(certificates_.authority(), locked, passwordFile("/etc")),
+        ElementsAre("test.toml:5: tls.key_password_file: /etc cannot be read: Is a directory"));
 }
 
 TEST_F(TlsSettings, APasswordThatOthersCanReadIsRefused) {
     const std::string locked = certificates_.issue("locked", "opensesame");
     const std::string file = folder_.write("password", "opensesame\n");
     std::filesystem::permissions(file, std::filesystem::perms{0640});
-    EXPECT_THAT(
-        check(certificates_.authority(), locked, passwordFile(file)),
-        ElementsAre("test.toml:5: tls.key_password_file: " + file + " can be read by others (mode 0640)"));
+    EXPECT_THAT(check(certificates_.authority(), locked, passwordFile(file)),
+                ElementsAre("test.toml:5: tls.key_password_file: " + file +
+                            " can be read by others (mode 0640)"));
 }
 
 }  // namespace

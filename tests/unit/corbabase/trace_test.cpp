@@ -130,7 +130,8 @@ TEST(RefCountOneParameter, LivesByItsCountAndTellsItsBeginningAndEnd) {
     EXPECT_EQ(servant->source(), &destroyed);
     servant->_remove_ref();
     EXPECT_EQ(destroyed, 1);
-    EXPECT_TRUE(capture.contains("[ ~RefCount_OneParameter]  Reference count associated object destroyed!"));
+    EXPECT_TRUE(capture.contains(
+        "[ ~RefCount_OneParameter]  Reference count associated object destroyed!"));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
 #include <kelp/corbabase/user_database.h>
-
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -96,8 +95,8 @@ TEST_F(UserDatabaseTest, TheSamePasswordIsHashedDifferentlyEachTime) {
 
 TEST_F(UserDatabaseTest, ListsAccountsByNameWithTheirDates) {
     UserDatabase database(file);
-    const auto now =
-        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch());
+    const auto now = std::chrono::duration_cast<std::chrono::seconds>(
+        std::chrono::system_clock::now().time_since_epoch());
     database.add("zeta", "secret", kCheap);
     database.add("alpha", "secret", kCheap);
     database.setEnabled("zeta", false);
@@ -162,7 +161,8 @@ TEST_F(UserDatabaseTest, ChangingAnUnknownUserFails) {
 TEST_F(UserDatabaseTest, NoNameIsGivenTwice) {
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
-    EXPECT_EQ(failureOf([&] { database.add("nms1", "other", kCheap); }), "user \"nms1\" exists already");
+    EXPECT_EQ(failureOf([&] { database.add("nms1", "other", kCheap); }),
+              "user \"nms1\" exists already");
     EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
 }
 
@@ -173,10 +173,12 @@ TEST_F(UserDatabaseTest, NamesThatWouldHurtElsewhereAreRefused) {
     EXPECT_NE(failureOf([&] { database.add("a\nb", "secret", kCheap); }), "");
     EXPECT_NE(failureOf([&] { database.add("a\x7f", "secret", kCheap); }), "");
     EXPECT_NE(failureOf([&] { database.add("a\xffz", "secret", kCheap); }), "");
-    EXPECT_NE(failureOf([&] { database.add("a\xc0\xaf", "secret", kCheap); }), "");      // overlong
-    EXPECT_NE(failureOf([&] { database.add("a\xed\xa0\x80", "secret", kCheap); }), "");  // surrogate
-    EXPECT_NE(failureOf([&] { database.add("a\xc2\x85", "secret", kCheap); }), "");      // control character
-    EXPECT_NE(failureOf([&] { database.add("a\xe2\x82", "secret", kCheap); }), "");      // cut short
+    EXPECT_NE(failureOf([&] { database.add("a\xc0\xaf", "secret", kCheap); }), "");  // overlong
+    EXPECT_NE(failureOf([&] { database.add("a\xed\xa0\x80", "secret", kCheap); }),
+              "");  // surrogate
+    EXPECT_NE(failureOf([&] { database.add("a\xc2\x85", "secret", kCheap); }),
+              "");  // control character
+    EXPECT_NE(failureOf([&] { database.add("a\xe2\x82", "secret", kCheap); }), "");  // cut short
     EXPECT_NE(failureOf([&] { database.add("a<b", "secret", kCheap); }).find("'<' or '>'"),
               std::string::npos);
     EXPECT_NE(failureOf([&] { database.add("</USERNAME_TAG>", "secret", kCheap); }), "");
@@ -195,13 +197,15 @@ TEST_F(UserDatabaseTest, NamesMayHoldAnythingElseThatIsPrinted) {
 
 TEST_F(UserDatabaseTest, PasswordsHaveALengthAndALimit) {
     UserDatabase database(file);
-    EXPECT_EQ(failureOf([&] { database.add("nms1", "", kCheap); }), "the password must not be empty");
+    EXPECT_EQ(failureOf([&] { database.add("nms1", "", kCheap); }),
+              "the password must not be empty");
     EXPECT_NE(failureOf([&] { database.add("nms1", std::string(1025, 'p'), kCheap); }), "");
     const std::string longest(1024, 'p');
     database.add("nms1", longest, kCheap);
     EXPECT_TRUE(database.passwordMatches("nms1", longest, kCheap));
     EXPECT_FALSE(database.passwordMatches("nms1", longest + "p", kCheap));
-    EXPECT_EQ(failureOf([&] { database.setPassword("nms1", "", kCheap); }), "the password must not be empty");
+    EXPECT_EQ(failureOf([&] { database.setPassword("nms1", "", kCheap); }),
+              "the password must not be empty");
 }
 
 TEST_F(UserDatabaseTest, AnImpossibleHashCostIsAClearError) {
@@ -257,8 +261,8 @@ TEST_F(UserDatabaseTest, ASchemaOfAnotherVersionIsRefused) {
         SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
         raw.exec("PRAGMA user_version = 7");
     }
-    EXPECT_EQ(openingFailure(),
-              "user database " + file.string() + " has schema version 7; this program knows version 3");
+    EXPECT_EQ(openingFailure(), "user database " + file.string() +
+                                    " has schema version 7; this program knows version 3");
 }
 
 TEST_F(UserDatabaseTest, ADatabaseOfTheFirstVersionKeepsItsAccountsAndGetsTheRest) {
@@ -300,7 +304,8 @@ TEST_F(UserDatabaseTest, TwoProgramsMayBringItUpToDateAtOnce) {
         { UserDatabase(file).add("nms1", "secret", kCheap); }
         {
             SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
-            for (const char* column : {"expires_utc", "networks", "password_number", "unlocks", "subjects"})
+            for (const char* column :
+                 {"expires_utc", "networks", "password_number", "unlocks", "subjects"})
                 raw.exec(std::string("ALTER TABLE user DROP COLUMN ") + column);
             raw.exec("PRAGMA user_version = 1");
         }
@@ -343,10 +348,13 @@ TEST_F(UserDatabaseTest, KeepsSubjectsInOneForm) {
     EXPECT_TRUE(database.find("nms1")->allowsCertificate("CN=nms1,O=Operator"));
     EXPECT_FALSE(database.find("nms1")->allowsCertificate("CN=nms1"));
     EXPECT_FALSE(database.find("nms1")->allowsCertificate(""));
-    const std::string failure = failureOf([&] { database.setSubjects("nms1", {"CN=nms2", "nonsense"}); });
+    const std::string failure = failureOf([&] {
+        database.setSubjects("nms1", {"CN=nms2", "nonsense"});
+    });
     EXPECT_EQ(failure.find("\"nonsense\" is no subject: "), 0u) << failure;
     EXPECT_EQ(database.find("nms1")->subjects, subjects);
-    EXPECT_EQ(failureOf([&] { database.setSubjects("nobody", {}); }), "there is no user \"nobody\"");
+    EXPECT_EQ(failureOf([&] { database.setSubjects("nobody", {}); }),
+              "there is no user \"nobody\"");
     database.setSubjects("nms1", {});
     EXPECT_TRUE(database.find("nms1")->subjects.empty());
 }
@@ -365,7 +373,9 @@ TEST_F(UserDatabaseTest, AnUnknownUserCostsAHashAtTheStoredCostElseAtTheConfigur
     UserDatabase database(file);
     EXPECT_NE(failureOf([&] { database.authenticate("nobody", "secret", kImpossible); }), "");
     database.add("nms1", "secret", HashCost{16, 2});
-    EXPECT_EQ(failureOf([&] { EXPECT_FALSE(database.authenticate("nobody", "secret", kImpossible)); }), "");
+    EXPECT_EQ(
+        failureOf([&] { EXPECT_FALSE(database.authenticate("nobody", "secret", kImpossible)); }),
+        "");
     SQLite::Database raw(file.string(), SQLite::OPEN_READWRITE);
     raw.exec("UPDATE user SET password_hash = ''");
     EXPECT_NE(failureOf([&] { database.authenticate("nobody", "secret", kImpossible); }), "");
@@ -382,8 +392,9 @@ TEST_F(UserDatabaseTest, AFolderInItsPlaceIsAnError) {
     EXPECT_NE(failureOf([&] { UserDatabase database(folder.path()); }).find("cannot be opened"),
               std::string::npos);
     folder.write("users.db", "");
-    EXPECT_NE(failureOf([&] { UserDatabase database(file / "users.db"); }).find("cannot make its folder"),
-              std::string::npos);
+    EXPECT_NE(
+        failureOf([&] { UserDatabase database(file / "users.db"); }).find("cannot make its folder"),
+        std::string::npos);
 }
 
 TEST_F(UserDatabaseTest, ALockedFileIsAnErrorAndGoodAgainAfterwards) {
@@ -405,7 +416,8 @@ TEST_F(UserDatabaseTest, AShortLockIsWaitedFor) {
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
     SQLite::Database other(file.string(), SQLite::OPEN_READWRITE);
-    auto holding = std::make_unique<SQLite::Transaction>(other, SQLite::TransactionBehavior::EXCLUSIVE);
+    auto holding =
+        std::make_unique<SQLite::Transaction>(other, SQLite::TransactionBehavior::EXCLUSIVE);
     std::future<std::string> change = std::async(
         std::launch::async, [&] { return failureOf([&] { database.setEnabled("nms1", false); }); });
     EXPECT_EQ(change.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);

@@ -48,7 +48,8 @@ class AlarmWriting : public testing::Test {
         std::vector<int> found;
         const std::string text = content();
         const std::string mark = "\nnumber=";
-        for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at + 1))
+        for (std::size_t at = text.find(mark); at != std::string::npos;
+             at = text.find(mark, at + 1))
             found.push_back(std::stoi(text.substr(at + mark.size())));
         return found;
     }

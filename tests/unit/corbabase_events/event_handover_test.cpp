@@ -205,8 +205,9 @@ TEST_F(Handover, ProbesAnAwayChannelWithGrowingPauses) {
     ASSERT_TRUE(waitUntil([&] { return link_->probes().size() >= 6; }));
     const std::vector<steady_clock::time_point> probes = link_->probes();
     for (const auto& [probe, pause] : {std::pair(1, 20), {2, 40}, {3, 80}, {4, 80}, {5, 80}})
-        EXPECT_GE(probes[static_cast<std::size_t>(probe)] - probes[static_cast<std::size_t>(probe) - 1],
-                  milliseconds(pause))
+        EXPECT_GE(
+            probes[static_cast<std::size_t>(probe)] - probes[static_cast<std::size_t>(probe) - 1],
+            milliseconds(pause))
             << probe;
 }
 

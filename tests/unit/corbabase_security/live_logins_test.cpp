@@ -1,9 +1,9 @@
 // Which live log-ins become invalid, and how often that is told.
 
+#include "access/live_logins.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "access/live_logins.h"
 
 using namespace std::chrono_literals;
 using NS_CORBA::LiveLogins;
@@ -131,8 +131,8 @@ TEST_F(LiveLoginsTest, ALogInThatStaysIsToldAgainAfterGrowingPauses) {
         if (!invalid().empty())
             times.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(now - start));
     }
-    EXPECT_THAT(times, ElementsAre(0ms, 300ms, 900ms, 2100ms, 4500ms, 9300ms, 18900ms, 38100ms, 68100ms,
-                                   98100ms, 128100ms, 158100ms, 188100ms));
+    EXPECT_THAT(times, ElementsAre(0ms, 300ms, 900ms, 2100ms, 4500ms, 9300ms, 18900ms, 38100ms,
+                                   68100ms, 98100ms, 128100ms, 158100ms, 188100ms));
 }
 
 TEST_F(LiveLoginsTest, ALogInThatHasEndedIsNotTold) {

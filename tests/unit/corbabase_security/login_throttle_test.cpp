@@ -1,8 +1,8 @@
 // What holds failed log-ins back, on a clock of the test's own.
 
-#include <gtest/gtest.h>
-
 #include "access/login_throttle.h"
+
+#include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
 using NS_CORBA::LoginOrigin;
@@ -114,8 +114,8 @@ TEST_F(LoginThrottleTest, AnAddressThatFailsAsManyUsersWaitsLongerAndLonger) {
     for (int i = 0; i < 49; ++i)
         fail("name" + std::to_string(i), at("10.0.0.1"));
     EXPECT_FALSE(refuses("nms1", at("10.0.0.1")));
-    for (int i = 0;
-         const std::chrono::seconds expected : {1s, 2s, 4s, 8s, 16s, 32s, 64s, 128s, 256s, 300s, 300s}) {
+    for (int i = 0; const std::chrono::seconds expected :
+                    {1s, 2s, 4s, 8s, 16s, 32s, 64s, 128s, 256s, 300s, 300s}) {
         fail("more" + std::to_string(i++), at("10.0.0.1"));
         EXPECT_EQ(waitUntilTaken("nms1", at("10.0.0.1")), expected);
     }

@@ -40,7 +40,8 @@ TEST(RefusalSummary, LetsTheFirstOfAMinuteStandAloneAndCountsTheRest) {
     EXPECT_EQ(told[0].event, SecurityEvent::RefusedAddress);
     EXPECT_EQ(told[0].outcome, "NO_PERMISSION");
     EXPECT_EQ(told[0].peer, "192.0.2.1");
-    EXPECT_EQ(told[0].detail, std::to_string(1000 - kSingly) + " more until 1970-01-01T00:16:40.000Z");
+    EXPECT_EQ(told[0].detail,
+              std::to_string(1000 - kSingly) + " more until 1970-01-01T00:16:40.000Z");
     EXPECT_TRUE(summary.take(kStart + 120s).empty());
 }
 
@@ -63,10 +64,12 @@ TEST(RefusalSummary, KeepsAddressesKindsAndOutcomesApart) {
     RefusalSummary summary;
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1"), 100, kStart), kSingly);
     EXPECT_EQ(single(summary, refusal("192.0.2.2:1"), 100, kStart), kSingly);
-    EXPECT_EQ(single(summary, refusal("192.0.2.1:1", SecurityEvent::LogIn, "wrong password"), 100, kStart),
+    EXPECT_EQ(single(summary, refusal("192.0.2.1:1", SecurityEvent::LogIn, "wrong password"), 100,
+                     kStart),
               kSingly);
-    EXPECT_EQ(single(summary, refusal("192.0.2.1:1", SecurityEvent::LogIn, "locked out"), 100, kStart),
-              kSingly);
+    EXPECT_EQ(
+        single(summary, refusal("192.0.2.1:1", SecurityEvent::LogIn, "locked out"), 100, kStart),
+        kSingly);
     EXPECT_EQ(summary.takeAll().size(), 4u);
 }
 
@@ -90,7 +93,8 @@ TEST(RefusalSummary, GoesOnCountingUntilItWasTaken) {
 TEST(RefusalSummary, HasRoomForSoManyAddressesAndCountsTheOthersAsOne) {
     RefusalSummary summary(10);
     for (unsigned i = 0; i < 10; ++i)
-        EXPECT_EQ(single(summary, refusal("192.0.2." + std::to_string(i) + ":1"), 30, kStart), kSingly);
+        EXPECT_EQ(single(summary, refusal("192.0.2." + std::to_string(i) + ":1"), 30, kStart),
+                  kSingly);
     unsigned alone = 0;
     for (unsigned i = 10; i < 200; ++i)
         alone += single(summary, refusal("192.0.2." + std::to_string(i) + ":1"), 1, kStart);

@@ -9,7 +9,8 @@ using NS_CORBA::SessionNameParts;
 namespace {
 
 std::string sessionName(const std::string& user, const std::string& nmsAddress) {
-    return "<USERNAME_TAG>" + user + "</USERNAME_TAG><IPANDPORT_TAG>" + nmsAddress + "</IPANDPORT_TAG>";
+    return "<USERNAME_TAG>" + user + "</USERNAME_TAG><IPANDPORT_TAG>" + nmsAddress +
+           "</IPANDPORT_TAG>";
 }
 
 std::string inWords(const SessionNameParts& parts) {

@@ -49,10 +49,11 @@ TEST(SubjectName, PartsOfAMultiValuedNameAreSorted) {
 }
 
 TEST(SubjectName, TextThatIsNoNameIsRefused) {
-    for (const char* const text : {"",         " ",        "nms1",      "=nms1",  "CN",
-                                   "CN=a,",    ",CN=a",    "CN=a,,O=b", "CN=a+",  "/O=Operator/CN=nms1",
-                                   "CN=a;O=b", "CN=\"a\"", "CN=a<b",    "CN=a\\", "CN=a\\x",
-                                   "CN=#",     "CN=#0",    "CN=#0C zz", "C N=a",  "CN=a\\0"})
+    for (const char* const text :
+         {"",         " ",        "nms1",      "=nms1",  "CN",
+          "CN=a,",    ",CN=a",    "CN=a,,O=b", "CN=a+",  "/O=Operator/CN=nms1",
+          "CN=a;O=b", "CN=\"a\"", "CN=a<b",    "CN=a\\", "CN=a\\x",
+          "CN=#",     "CN=#0",    "CN=#0C zz", "C N=a",  "CN=a\\0"})
         EXPECT_EQ(normalised(text), "refused") << text;
 }
 

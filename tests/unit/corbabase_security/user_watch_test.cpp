@@ -1,12 +1,12 @@
 // Changes of the user database that somebody else makes, look by look.
 
-#include <gtest/gtest.h>
+#include "users/user_watch.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <gtest/gtest.h>
 
 #include "support/temporary_directory.h"
 #include "support/trace_capture.h"
-#include "users/user_watch.h"
 
 using kelp::test::TemporaryDirectory;
 using kelp::test::TraceCapture;

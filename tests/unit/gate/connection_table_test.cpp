@@ -1,9 +1,9 @@
+#include "gate/connection_table.h"
+
 #include <gtest/gtest.h>
 
 #include <list>
 #include <string>
-
-#include "gate/connection_table.h"
 
 namespace {
 

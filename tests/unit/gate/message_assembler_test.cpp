@@ -1,3 +1,5 @@
+#include "giop/message_assembler.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -5,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "giop/message_assembler.h"
 #include "support/giop_messages.h"
 
 namespace {
@@ -73,7 +74,9 @@ class AssemblerTest : public testing::Test {
         MessageAssembler assembler(limits_, peer_, budget_);
         return feed(assembler, parts);
     }
-    Outcome assemble(const std::string& octets) { return assemble(std::vector<std::string>{octets}); }
+    Outcome assemble(const std::string& octets) {
+        return assemble(std::vector<std::string>{octets});
+    }
 
     void expectPassed(const std::string& octets, const std::vector<std::string>& messages) {
         const Outcome outcome = assemble(octets);
@@ -85,7 +88,9 @@ class AssemblerTest : public testing::Test {
         EXPECT_EQ(outcome.last, Step::Refused);
         EXPECT_EQ(textOf(outcome.violation), textOf(violation));
     }
-    static std::string_view textOf(Violation violation) { return kelp::orb::giop::textOf(violation); }
+    static std::string_view textOf(Violation violation) {
+        return kelp::orb::giop::textOf(violation);
+    }
     static std::string textOf(Octets octets) { return ::textOf(octets); }
 
     AssemblerLimits limits_;
@@ -121,10 +126,10 @@ TEST_F(AssemblerTest, PassesWholeRequestsOfEveryVersionAndByteOrder) {
 }
 
 TEST_F(AssemblerTest, GivesTheSameForEveryPartitionIntoTwo) {
-    const std::string octets = requestMessage(request(2, 1, hundred())) +
-                               joined(fragmentsOf(request(2, 2, hundred()), 32, 24)) +
-                               requestMessage(request(2, 3)) + messageOfId(GiopType::CancelRequest, 9) +
-                               locateMessage(request(2, 4));
+    const std::string octets =
+        requestMessage(request(2, 1, hundred())) +
+        joined(fragmentsOf(request(2, 2, hundred()), 32, 24)) + requestMessage(request(2, 3)) +
+        messageOfId(GiopType::CancelRequest, 9) + locateMessage(request(2, 4));
     const Outcome whole = assemble(octets);
     ASSERT_EQ(whole.messages.size(), 4U);
     for (std::size_t at = 1; at < octets.size(); ++at)
@@ -222,7 +227,8 @@ TEST_F(AssemblerTest, KeepsAnUnfinishedRequestWhenAnotherIsCancelled) {
     for (const std::uint8_t minor : kVersionsWithFragments) {
         auto parts = fragmentsOf(request(minor, 1, hundred()), minor == 1 ? 60 : 32, 64);
         const std::size_t count = assemble(joined(parts)).messages.size();
-        parts.insert(parts.begin() + 1, messageOfId(GiopType::CancelRequest, 2, "", false, false, minor));
+        parts.insert(parts.begin() + 1,
+                     messageOfId(GiopType::CancelRequest, 2, "", false, false, minor));
         const Outcome outcome = assemble(joined(parts));
         EXPECT_EQ(outcome.last, Step::More);
         EXPECT_EQ(outcome.messages.size(), count);
@@ -234,16 +240,18 @@ TEST_F(AssemblerTest, RefusesFragmentsOfNoOpenRequest) {
         const std::string fragment = messageOfId(GiopType::Fragment, 1, "", false, false, minor);
         expectRefused(fragment, Violation::FragmentOfNothing);
         expectRefused(requestMessage(request(minor, 1)) + fragment, Violation::FragmentOfNothing);
-        expectRefused(joined(fragmentsOf(request(minor, 1, hundred()), minor == 1 ? 60 : 32, 64)) + fragment,
-                      Violation::FragmentOfNothing);
+        expectRefused(
+            joined(fragmentsOf(request(minor, 1, hundred()), minor == 1 ? 60 : 32, 64)) + fragment,
+            Violation::FragmentOfNothing);
     }
-    expectRefused(fragmentsOf(request(2, 1, hundred()), 32, 64)[0] + messageOfId(GiopType::Fragment, 2),
-                  Violation::FragmentOfNothing);
+    expectRefused(
+        fragmentsOf(request(2, 1, hundred()), 32, 64)[0] + messageOfId(GiopType::Fragment, 2),
+        Violation::FragmentOfNothing);
 }
 
 TEST_F(AssemblerTest, PassesWhatCameBeforeAViolation) {
-    const Outcome outcome =
-        assemble(requestMessage(request(2, 1)) + requestMessage(request(2, 2)) + "garbage, not GIOP");
+    const Outcome outcome = assemble(requestMessage(request(2, 1)) + requestMessage(request(2, 2)) +
+                                     "garbage, not GIOP");
     EXPECT_EQ(outcome.messages.size(), 2U);
     EXPECT_EQ(outcome.violation, Violation::NotGiop);
 }
@@ -271,17 +279,20 @@ TEST_F(AssemblerTest, RefusesHeadersThatAClientDoesNotSend) {
 TEST_F(AssemblerTest, RefusesFragmentsToComeOfMessagesThatHaveNone) {
     expectRefused(giopMessage(GiopWriter(2).unsignedLong(1), GiopType::CancelRequest, true),
                   Violation::Flags);
-    expectRefused(giopMessage(GiopWriter(1).unsignedLong(1).octets("key"), GiopType::LocateRequest, true),
-                  Violation::Flags);
+    expectRefused(
+        giopMessage(GiopWriter(1).unsignedLong(1).octets("key"), GiopType::LocateRequest, true),
+        Violation::Flags);
     expectRefused(giopMessage(GiopWriter(2), GiopType::CloseConnection, true), Violation::Flags);
 }
 
 TEST_F(AssemblerTest, RefusesAnotherVersionInTheSameConnection) {
     for (const std::uint8_t first : kVersions) {
         for (const std::uint8_t second : kVersions) {
-            const std::string octets = requestMessage(request(first)) + requestMessage(request(second));
+            const std::string octets =
+                requestMessage(request(first)) + requestMessage(request(second));
             if (first == second)
-                expectPassed(octets, {requestMessage(request(first)), requestMessage(request(first))});
+                expectPassed(octets,
+                             {requestMessage(request(first)), requestMessage(request(first))});
             else
                 expectRefused(octets, Violation::VersionChanged);
         }
@@ -302,7 +313,8 @@ TEST_F(AssemblerTest, RefusesMessagesAboveTheLimitByTheirHeaders) {
     const std::string fits = requestMessage(request(2, 1, hundred()));
     limits_.messageOctetsMax = fits.size();
     expectPassed(fits, {fits});
-    expectRefused(requestMessage(request(2, 1, hundred() + 'x')).substr(0, 12), Violation::TooLarge);
+    expectRefused(requestMessage(request(2, 1, hundred() + 'x')).substr(0, 12),
+                  Violation::TooLarge);
     std::string huge = requestMessage(request(2));
     huge.replace(8, 4, "\xff\xff\xff\xff");
     expectRefused(huge.substr(0, 12), Violation::TooLarge);
@@ -343,7 +355,8 @@ TEST_F(AssemblerTest, LimitsUnfinishedRequests) {
     for (std::uint32_t id = 0; id < 3; ++id)
         octets += fragmentsOf(request(2, id, hundred()), 32, 64)[0];
     expectPassed(octets, {});
-    expectRefused(octets + fragmentsOf(request(2, 3, hundred()), 32, 64)[0], Violation::TooManyFragmented);
+    expectRefused(octets + fragmentsOf(request(2, 3, hundred()), 32, 64)[0],
+                  Violation::TooManyFragmented);
 }
 
 TEST_F(AssemblerTest, RefusesTheIdOfAnUnfinishedRequest) {
@@ -476,7 +489,8 @@ TEST_F(AssemblerTest, LimitsLocateRequests) {
 std::string deepAny() {
     GiopWriter writer(2);
     for (int level = 0; level < 2000; ++level)
-        writer.unsignedLong(19).unsignedLong(0xffff);  // sequences, whose lengths leave the encapsulation
+        writer.unsignedLong(19).unsignedLong(
+            0xffff);  // sequences, whose lengths leave the encapsulation
     return writer.message(0).substr(12);
 }
 
@@ -515,8 +529,9 @@ TEST_F(AssemblerTest, GivesAllItsMemoryBack) {
 TEST_F(AssemblerTest, RefusesWhatTheBudgetHasNoRoomFor) {
     InputBudget small(100000);
     MessageAssembler assembler(limits_, peer_, small);
-    const Outcome outcome = feed(assembler, {requestMessage(request(2, 1, std::string(90000, 'x'))),
-                                             requestMessage(request(2, 2, std::string(200000, 'x')))});
+    const Outcome outcome =
+        feed(assembler, {requestMessage(request(2, 1, std::string(90000, 'x'))),
+                         requestMessage(request(2, 2, std::string(200000, 'x')))});
     EXPECT_EQ(outcome.messages.size(), 1U);
     EXPECT_EQ(outcome.violation, Violation::NoMemory);
 }

@@ -1,4 +1,5 @@
-// What is built with the options of optimised builds, and once without, for the check of the built files.
+// What is built with the options of optimised builds, and once without, for the check of the built
+// files.
 
 #include <cstring>
 

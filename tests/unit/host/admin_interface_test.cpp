@@ -1,15 +1,14 @@
 // The operator's interface of the real kelpd.
 
-#include "kelpd_fixture.h"
-
 #include <httplib.h>
+#include <nlohmann/json.hpp>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
+#include "kelpd_fixture.h"
 
 namespace kelp::test {
 namespace {
@@ -51,12 +50,12 @@ TEST_F(KelpdAdminInterfaceTest, OfALiveHostKeepsASecondOneFromStarting) {
     const PortLease otherNaming;
     const auto second = scratch_ / "second.toml";
     writeFile(second, "[naming]\nport = " + otherNaming.text() +
-                          "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) +
-                          "\"\n");
+                          "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" +
+                          std::string(HOST_TEST_BUNDLES) + "\"\n");
     output_ = LogFile(scratch_ / "second");
     EXPECT_EQ(run({"--config", second.string()}), 6);
-    EXPECT_TRUE(
-        output_.contains("another kelpd runs with the state directory " + (scratch_ / "state").string()))
+    EXPECT_TRUE(output_.contains("another kelpd runs with the state directory " +
+                                 (scratch_ / "state").string()))
         << output_.text();
     EXPECT_TRUE(at(socket()).Get("/health")) << "the first one goes on";
 }
@@ -92,8 +91,9 @@ TEST_F(KelpdAdminInterfaceTest, IsOnAPortForWhoHasTheToken) {
 TEST_F(KelpdAdminInterfaceTest, OnAnAddressForOthersIsAMistakeInTheConfiguration) {
     const auto file = configure("[admin]\nlisten = \"0.0.0.0:4880\"\n");
     EXPECT_EQ(run({"--check-config", file.string()}), 3);
-    EXPECT_TRUE(output_.contains(file.string() + ":7: admin.listen: \"0.0.0.0:4880\" is no address of the "
-                                                 "loopback interface"))
+    EXPECT_TRUE(output_.contains(file.string() +
+                                 ":7: admin.listen: \"0.0.0.0:4880\" is no address of the "
+                                 "loopback interface"))
         << output_.text();
 }
 

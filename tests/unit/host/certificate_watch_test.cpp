@@ -43,12 +43,14 @@ TEST_F(CertificateWatchTest, WarnsOfARevocationListFromThreeDaysBeforeItsEndOn) 
     };
     EXPECT_EQ(warningOfList(3 * kDay + 1s), "");
     const std::string soon =
-        "the revocation list of CN = CA in /etc/kelp/crl.pem ends at 2027-01-01 00:00:00 UTC: get its "
+        "the revocation list of CN = CA in /etc/kelp/crl.pem ends at 2027-01-01 00:00:00 UTC: get "
+        "its "
         "successor, then send SIGHUP";
     EXPECT_EQ(warningOfList(3 * kDay), soon);
     EXPECT_EQ(warningOfList(1s), soon);
     const std::string ended =
-        "the revocation list of CN = CA in /etc/kelp/crl.pem has ended at 2027-01-01 00:00:00 UTC: it goes "
+        "the revocation list of CN = CA in /etc/kelp/crl.pem has ended at 2027-01-01 00:00:00 UTC: "
+        "it goes "
         "on "
         "to be used, but certificates that were revoked since are accepted";
     EXPECT_EQ(warningOfList(0s), ended);
@@ -63,9 +65,11 @@ TEST_F(CertificateWatchTest, WarnsFromThirtyDaysBeforeTheEndOn) {
               "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 29 days");
     EXPECT_EQ(warning(kDay),
               "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 1 day");
-    EXPECT_EQ(warning(1s), "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 0 days");
+    EXPECT_EQ(warning(1s),
+              "the certificate in /etc/kelp/ems.pem ends at 2027-01-01 00:00:00 UTC, in 0 days");
     const std::string ended =
-        "the certificate in /etc/kelp/ems.pem has ended at 2027-01-01 00:00:00 UTC: clients refuse this EMS";
+        "the certificate in /etc/kelp/ems.pem has ended at 2027-01-01 00:00:00 UTC: clients refuse "
+        "this EMS";
     EXPECT_EQ(warning(0s), ended);
     EXPECT_EQ(warning(-kDay), ended);
 }

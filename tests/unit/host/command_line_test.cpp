@@ -21,8 +21,10 @@ TEST_F(KelpdCommandLineTest, EachProblemIsNamedWithFileLineAndKey) {
     const auto file = scratch_ / "bad.toml";
     writeFile(file, "[session]\nping_interval_s = 0\nping_intervall_s = 5\n");
     EXPECT_EQ(run({"--check-config", file.string()}), 3);
-    EXPECT_TRUE(output_.contains(file.string() + ":2: session.ping_interval_s: ")) << output_.text();
-    EXPECT_TRUE(output_.contains(file.string() + ":3: session.ping_intervall_s: ")) << output_.text();
+    EXPECT_TRUE(output_.contains(file.string() + ":2: session.ping_interval_s: "))
+        << output_.text();
+    EXPECT_TRUE(output_.contains(file.string() + ":3: session.ping_intervall_s: "))
+        << output_.text();
 }
 
 TEST_F(KelpdCommandLineTest, ServiceDoesNotStartOnABadConfiguration) {
@@ -56,8 +58,9 @@ TEST_F(KelpdCommandLineTest, VersionIsTold) {
 
 TEST_F(KelpdCommandLineTest, HelpDocumentsTheExitCodes) {
     EXPECT_EQ(run({"--help"}), 0);
-    EXPECT_TRUE(output_.containsInOrder({"Examples:", "Exit codes:", "3  the configuration cannot be used",
-                                         "4  the embedded naming service cannot be started"}));
+    EXPECT_TRUE(
+        output_.containsInOrder({"Examples:", "Exit codes:", "3  the configuration cannot be used",
+                                 "4  the embedded naming service cannot be started"}));
 }
 
 }  // namespace

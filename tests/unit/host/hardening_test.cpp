@@ -1,9 +1,5 @@
 // What the host makes of files that others can write, and how it leaves its own.
 
-#include "kelpd_fixture.h"
-
-#include "support/child.h"
-
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <unistd.h>
@@ -14,6 +10,9 @@
 #include <sstream>
 #include <string>
 #include <utility>
+
+#include "kelpd_fixture.h"
+#include "support/child.h"
 
 namespace kelp::test {
 namespace {
@@ -36,7 +35,8 @@ class KelpdHardeningTest : public KelpdTest {
         for (const char* const option : {"--check-config", "--config"}) {
             const std::size_t before = output_.count("kelpd: " + why);
             EXPECT_EQ(run({option, config.string()}), 3) << option;
-            EXPECT_EQ(output_.count("kelpd: " + why), before + 1) << option << ": " << output_.text();
+            EXPECT_EQ(output_.count("kelpd: " + why), before + 1)
+                << option << ": " << output_.text();
         }
     }
     /// The soft and the hard limit of the running host's core dumps.
@@ -60,8 +60,8 @@ TEST_F(KelpdHardeningTest, AConfigurationThatOthersCanWriteIsRefused) {
 
 TEST_F(KelpdHardeningTest, ALinkToAConfigurationIsRefused) {
     fs::create_symlink(configure(), scratch_ / "link.toml");
-    expectRefused(scratch_ / "link.toml",
-                  (scratch_ / "link.toml").string() + ": is a symbolic link, which is not followed");
+    expectRefused(scratch_ / "link.toml", (scratch_ / "link.toml").string() +
+                                              ": is a symbolic link, which is not followed");
 }
 
 TEST_F(KelpdHardeningTest, AStateDirectoryThatOthersCanWriteIsRefused) {
@@ -94,14 +94,15 @@ TEST_F(KelpdHardeningTest, AConfiguredFileIsRefusedByLineAndKey) {
     ASSERT_EQ(::chmod((scratch_ / "other.db").c_str(), 0666), 0);
     const fs::path config =
         configure("[security]\ndatabase = \"" + (scratch_ / "other.db").string() + "\"\n");
-    expectRefused(config, config.string() + ":7: security.database: " + (scratch_ / "other.db").string() +
+    expectRefused(config, config.string() +
+                              ":7: security.database: " + (scratch_ / "other.db").string() +
                               " can be written by others (mode 0666)");
 }
 
 TEST_F(KelpdHardeningTest, AKeyOfTheSecurityLogThatOthersCanReadIsRefused) {
     const fs::path file = stateFile("audit.key", 0644);
-    expectRefused(configure(),
-                  file.string() + ": audit key " + file.string() + " can be read by others (mode 0644)");
+    expectRefused(configure(), file.string() + ": audit key " + file.string() +
+                                   " can be read by others (mode 0644)");
 }
 
 TEST_F(KelpdHardeningTest, ALinkToADatabaseIsRefusedButOneToTheStateDirectoryIsNot) {
@@ -115,7 +116,8 @@ TEST_F(KelpdHardeningTest, ALinkToADatabaseIsRefusedButOneToTheStateDirectoryIsN
     EXPECT_TRUE(fs::exists(scratch_ / "real" / "oplog.db"));
     fs::rename(scratch_ / "real" / "oplog.db", scratch_ / "real" / "elsewhere.db");
     fs::create_symlink("elsewhere.db", scratch_ / "real" / "oplog.db");
-    expectRefused(config, (state() / "oplog.db").string() + ": is a symbolic link, which is not followed");
+    expectRefused(config,
+                  (state() / "oplog.db").string() + ": is a symbolic link, which is not followed");
 }
 
 class KelpdUnderUmask : public KelpdHardeningTest, public testing::WithParamInterface<mode_t> {};
@@ -123,10 +125,10 @@ class KelpdUnderUmask : public KelpdHardeningTest, public testing::WithParamInte
 TEST_P(KelpdUnderUmask, LeavesItsFilesToItsOwnerAlone) {
     const fs::path config = configure("[trace]\nsinks = [\"console\", \"file\"]\nfile = \"" +
                                       (state() / "traces" / "kelpd.trace").string() + "\"\n");
-    const std::string command =
-        std::string("umask ") + (GetParam() == 0 ? "0" : "0777") + " && exec \"$0\" --config \"$1\"";
-    process_ = std::make_unique<ChildProcess>(
-        Launch{"/bin/sh", {"-c", command, KELPD, config.string()}, environment_, output_.file(), false});
+    const std::string command = std::string("umask ") + (GetParam() == 0 ? "0" : "0777") +
+                                " && exec \"$0\" --config \"$1\"";
+    process_ = std::make_unique<ChildProcess>(Launch{
+        "/bin/sh", {"-c", command, KELPD, config.string()}, environment_, output_.file(), false});
     ASSERT_TRUE(output_.waitFor("kelpd is ready")) << output_.text();
     // the logs are opened by threads of their own
     ASSERT_TRUE(eventually([this] {
@@ -139,8 +141,9 @@ TEST_P(KelpdUnderUmask, LeavesItsFilesToItsOwnerAlone) {
         found.insert(each.path().filename().string());
         EXPECT_EQ(modeOf(each.path().c_str()), each.is_directory() ? 0700u : 0600u) << each.path();
     }
-    EXPECT_THAT(found, testing::IsSupersetOf({"admin.lock", "admin.sock", "audit.key", "oplog.db",
-                                              "oplog-audit.db", "oplog-audit.db-wal", "kelpd.trace"}));
+    EXPECT_THAT(found,
+                testing::IsSupersetOf({"admin.lock", "admin.sock", "audit.key", "oplog.db",
+                                       "oplog-audit.db", "oplog-audit.db-wal", "kelpd.trace"}));
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 0);
 }

@@ -1,10 +1,5 @@
 #pragma once
 
-#include "harness/child_process.h"
-#include "harness/log_file.h"
-#include "harness/port_lease.h"
-#include "harness/scratch_dir.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -12,17 +7,25 @@
 #include <string>
 #include <vector>
 
+#include "harness/child_process.h"
+#include "harness/log_file.h"
+#include "harness/port_lease.h"
+#include "harness/scratch_dir.h"
+
 namespace kelp::test {
 
-/// The real kelpd, run with command lines and configurations of the test's making, with a bundle that does
-/// nothing in place of the agent.
+/// The real kelpd, run with command lines and configurations of the test's making, with a bundle
+/// that does nothing in place of the agent.
 class KelpdTest : public testing::Test {
   protected:
-    /// Writes a configuration file. `more` joins the keys that every test needs; it may replace the bundle.
-    std::filesystem::path configure(const std::string& more = "", const std::string& bundle = "calm_bundle") {
+    /// Writes a configuration file. `more` joins the keys that every test needs; it may replace the
+    /// bundle.
+    std::filesystem::path configure(const std::string& more = "",
+                                    const std::string& bundle = "calm_bundle") {
         const std::filesystem::path file = scratch_ / "kelp.toml";
-        writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[bundles]\nload = [\"" + bundle +
-                            "\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) + "\"\n" + more);
+        writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[bundles]\nload = [\"" +
+                            bundle + "\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) + "\"\n" +
+                            more);
         return file;
     }
 
@@ -41,7 +44,8 @@ class KelpdTest : public testing::Test {
     ScratchDir scratch_;
     PortLease namingPort_;
     LogFile output_{scratch_ / "output"};
-    std::map<std::string, std::string> environment_{{"STATE_DIRECTORY", (scratch_ / "state").string()}};
+    std::map<std::string, std::string> environment_{
+        {"STATE_DIRECTORY", (scratch_ / "state").string()}};
     std::unique_ptr<ChildProcess> process_;
 };
 

@@ -1,15 +1,14 @@
-#include "installation.h"
-#include "signal_watch.h"
-
-#include "harness/eventually.h"
-#include "harness/scratch_dir.h"
-
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
+
+#include "harness/eventually.h"
+#include "harness/scratch_dir.h"
+#include "installation.h"
+#include "signal_watch.h"
 
 namespace kelp::host {
 namespace {
@@ -31,7 +30,8 @@ TEST(InstallationTest, FirstPlaceThatExistsIsTaken) {
     const test::ScratchDir scratch;
     test::writeFile(scratch / "second", "");
     test::writeFile(scratch / "third", "");
-    EXPECT_EQ(firstExisting({scratch / "first", scratch / "second", scratch / "third"}), scratch / "second");
+    EXPECT_EQ(firstExisting({scratch / "first", scratch / "second", scratch / "third"}),
+              scratch / "second");
     EXPECT_EQ(firstExisting({scratch / "first"}), std::filesystem::path());
 }
 

@@ -1,12 +1,11 @@
-#include "kelpd_fixture.h"
-
-#include "component/orb/throw_away_certificates.h"
-#include "support/tcp_peers.h"
-
 #include <signal.h>
 #include <sys/socket.h>
 
 #include <stdexcept>
+
+#include "component/orb/throw_away_certificates.h"
+#include "kelpd_fixture.h"
+#include "support/tcp_peers.h"
 
 namespace kelp::test {
 namespace {
@@ -58,7 +57,8 @@ TEST_F(KelpdStartAndStopTest, BusyNamingPortIsSaidToBeBusy) {
     const auto file = scratch_ / "busy.toml";
     writeFile(file, "[naming]\nport = " + std::to_string(other.port()) + "\n");
     EXPECT_EQ(run({"--config", file.string()}), 4);
-    EXPECT_TRUE(output_.contains(other.hostAndPort() + " is in use by another process")) << output_.text();
+    EXPECT_TRUE(output_.contains(other.hostAndPort() + " is in use by another process"))
+        << output_.text();
 }
 
 TEST_F(KelpdStartAndStopTest, TlsNeedsAPortOfTheNamingServiceForIt) {
@@ -77,9 +77,11 @@ TEST_F(KelpdStartAndStopTest, TlsFilesThatCannotBeUsedAreNamedBeforeAnythingIsSt
                         "\"\n[naming]\nssl_port = " + namingPort_.text() + "\n");
     for (const std::string option : {"--config", "--check-config"}) {
         EXPECT_EQ(run({option, file.string()}), 3);
-        EXPECT_TRUE(output_.waitFor(file.string() + ":3: tls.ca: /dev/null holds no PEM certificate"));
-        EXPECT_TRUE(output_.contains(file.string() + ":4: tls.certificate: " + ended +
-                                     " holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
+        EXPECT_TRUE(
+            output_.waitFor(file.string() + ":3: tls.ca: /dev/null holds no PEM certificate"));
+        EXPECT_TRUE(
+            output_.contains(file.string() + ":4: tls.certificate: " + ended +
+                             " holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
     }
     EXPECT_EQ(output_.count("has ended at"), 2u) << output_.text();
 }
@@ -91,13 +93,15 @@ TEST_F(KelpdStartAndStopTest, MissingBundleIsNamed) {
 
 TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceThatNoBundleServesIsSaidToBeMissing) {
     start(configure());
-    EXPECT_TRUE(output_.contains("the naming service is at nowhere: no bundle serves it")) << output_.text();
+    EXPECT_TRUE(output_.contains("the naming service is at nowhere: no bundle serves it"))
+        << output_.text();
 }
 
 TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
     const PortLease orb;
     const auto file = scratch_ / "whole.toml";
-    writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[orb]\nlisten = \"" + orb.hostAndPort() +
+    writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[orb]\nlisten = \"" +
+                        orb.hostAndPort() +
                         "\"\n[bundles]\nload = [\"kelp_ems\", \"mx_kelpcorba_env\"]\n");
     start(file);
     // a LocateRequest for the key NameService, answered OBJECT_HERE
@@ -106,11 +110,13 @@ TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
     ASSERT_EQ(::send(connection.fd(), request.data(), request.size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(request.size()));
     char reply[20] = {};
-    ASSERT_EQ(::recv(connection.fd(), reply, sizeof reply, MSG_WAITALL), static_cast<ssize_t>(sizeof reply));
+    ASSERT_EQ(::recv(connection.fd(), reply, sizeof reply, MSG_WAITALL),
+              static_cast<ssize_t>(sizeof reply));
     EXPECT_EQ(reply[16], 1);
-    EXPECT_TRUE(output_.contains("the naming service is at corbaloc:iiop:1.2@" + namingPort_.hostAndPort() +
-                                 "/NameService"));
-    EXPECT_TRUE(output_.contains("no bundle in [bundles] load has (ManagedElement, MultiLayerSubnetwork, "))
+    EXPECT_TRUE(output_.contains("the naming service is at corbaloc:iiop:1.2@" +
+                                 namingPort_.hostAndPort() + "/NameService"));
+    EXPECT_TRUE(
+        output_.contains("no bundle in [bundles] load has (ManagedElement, MultiLayerSubnetwork, "))
         << output_.text();
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 0);
@@ -119,8 +125,8 @@ TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
 TEST_F(KelpdStartAndStopTest, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
     const auto file = scratch_ / "external.toml";
     writeFile(file, "[naming]\nembedded = false\nport = " + namingPort_.text() +
-                        "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" + std::string(HOST_TEST_BUNDLES) +
-                        "\"\n");
+                        "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" +
+                        std::string(HOST_TEST_BUNDLES) + "\"\n");
     start(file);
     EXPECT_TRUE(output_.contains("the naming service is at corbaloc:")) << output_.text();
     EXPECT_THROW(connectTo(namingPort_.port()), std::runtime_error);

@@ -12,14 +12,16 @@
 
 namespace {
 
-/// Repository id to definition, without what a TypeCode does not tell: case labels and base interfaces.
+/// Repository id to definition, without what a TypeCode does not tell: case labels and base
+/// interfaces.
 std::map<std::string, std::string> readListing() {
     static const std::regex notInTypeCodes("case \\w+: | : .*");
     std::map<std::string, std::string> definitions;
     std::ifstream file(INTERFACE_LISTING);
     for (std::string line; std::getline(file, line);) {
         const auto space = line.find(' ');
-        definitions[line.substr(0, space)] = std::regex_replace(line.substr(space + 1), notInTypeCodes, "");
+        definitions[line.substr(0, space)] =
+            std::regex_replace(line.substr(space + 1), notInTypeCodes, "");
     }
     return definitions;
 }

@@ -4,13 +4,15 @@
 
 namespace {
 
-/// "globaldefs::Time_T" for IDL:mtnm.tmforum.org/globaldefs/Time_T:1.0. An id of another form is left as it
-/// is.
+/// "globaldefs::Time_T" for IDL:mtnm.tmforum.org/globaldefs/Time_T:1.0. An id of another form is
+/// left as it is.
 std::string scopedName(CORBA::TypeCode_ptr type) {
     static const std::regex form("IDL:(mtnm\\.tmforum|omg)\\.org/([\\w/]+):1\\.0");
     const std::string id(type->id());
     std::smatch match;
-    return std::regex_match(id, match, form) ? std::regex_replace(match[2].str(), std::regex("/"), "::") : id;
+    return std::regex_match(id, match, form)
+               ? std::regex_replace(match[2].str(), std::regex("/"), "::")
+               : id;
 }
 
 std::string nameOf(CORBA::TypeCode_ptr type) {
@@ -27,7 +29,8 @@ std::string nameOf(CORBA::TypeCode_ptr type) {
             return type->length() == 0 ? "string" : "bounded string";
         case CORBA::tk_sequence: {
             CORBA::TypeCode_var element = type->content_type();
-            return (type->length() == 0 ? "sequence<" : "bounded sequence<") + nameOf(element.in()) + ">";
+            return (type->length() == 0 ? "sequence<" : "bounded sequence<") +
+                   nameOf(element.in()) + ">";
         }
         default:
             return scopedName(type);
@@ -38,7 +41,8 @@ std::string membersOf(CORBA::TypeCode_ptr type) {
     std::string text = " {";
     for (CORBA::ULong i = 0; i < type->member_count(); ++i) {
         CORBA::TypeCode_var member = type->member_type(i);
-        text += (i == 0 ? " " : "; ") + nameOf(member.in()) + " " + std::string(type->member_name(i));
+        text +=
+            (i == 0 ? " " : "; ") + nameOf(member.in()) + " " + std::string(type->member_name(i));
     }
     return text + " }";
 }

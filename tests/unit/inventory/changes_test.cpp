@@ -11,7 +11,9 @@ using namespace std::chrono_literals;
 class InventoryChanges : public InventoryTest {
   protected:
     InventoryChanges() { takeRight(kSmallNetwork); }
-    ManagedElement element(const std::string& name) { return open().find(ManagedElementName{name}).value(); }
+    ManagedElement element(const std::string& name) {
+        return open().find(ManagedElementName{name}).value();
+    }
 };
 
 TEST_F(InventoryChanges, LabelsNamesAndOwnersAreKept) {
@@ -49,16 +51,18 @@ TEST_F(InventoryChanges, ALabelThatMustBeUniqueIsRefusedWhenAnotherOfTheKindHasI
     ASSERT_EQ(open().setUserLabel(ObjectKind::ManagedElement, a, "same", true), Change::Made);
     EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, b, "same", true), Change::LabelInUse);
     EXPECT_EQ(element("B").userLabel, "B");
-    EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, a, "same", true), Change::Made) << "its own";
+    EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, a, "same", true), Change::Made)
+        << "its own";
     EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, b, "same", false), Change::Made);
-    EXPECT_EQ(
-        open().setUserLabel(ObjectKind::TopologicalLink, open().find(LinkName{"A-B"})->id, "same", true),
-        Change::Made)
+    EXPECT_EQ(open().setUserLabel(ObjectKind::TopologicalLink, open().find(LinkName{"A-B"})->id,
+                                  "same", true),
+              Change::Made)
         << "another kind";
 }
 
 TEST_F(InventoryChanges, AnObjectThatIsGoneIsTold) {
-    EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, 4711, "x", true), Change::NoSuchObject);
+    EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, 4711, "x", true),
+              Change::NoSuchObject);
     EXPECT_EQ(open().setNativeEmsName(ObjectKind::Equipment, 4711, "x"), Change::NoSuchObject);
     EXPECT_EQ(open().setOwner(ObjectKind::TerminationPoint, 4711, "x"), Change::NoSuchObject);
 }

@@ -1,8 +1,7 @@
-#include "files/csv_text.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "files/csv_text.h"
 #include "support/temporary_directory.h"
 
 namespace kelp::inventory {
@@ -30,8 +29,8 @@ TEST_F(CsvText, QuotedCellsHoldCommasQuotesAndLines) {
 }
 
 TEST_F(CsvText, WhatIsWrittenReadsTheSame) {
-    const std::vector<std::string> record = {"",  "plain", "with,comma", "with \"quote\"", "two\r\nlines",
-                                             "é "};
+    const std::vector<std::string> record = {
+        "", "plain", "with,comma", "with \"quote\"", "two\r\nlines", "é "};
     EXPECT_EQ(problemOf(csvLine(record)), "");
     EXPECT_EQ(cells, record);
 }

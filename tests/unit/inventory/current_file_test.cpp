@@ -23,8 +23,9 @@ class CurrentInventory : public InventoryTest {
     /// Another inventory, with an element "New", in the place of the one that was there.
     void replaceFile() {
         const std::filesystem::path other = folder / "other.db";
-        const auto lines = folder.write(
-            "other.jsonl", R"({"object":"ManagedElement","ManagedElement":"New","productName":"P"})");
+        const auto lines =
+            folder.write("other.jsonl",
+                         R"({"object":"ManagedElement","ManagedElement":"New","productName":"P"})");
         ASSERT_THAT(importInventory(other, lines, {}).problems, testing::IsEmpty());
         removeFile();
         std::filesystem::rename(other, database);
@@ -60,9 +61,9 @@ TEST_F(CurrentInventory, AReplacedFileIsToldOf) {
 TEST_F(CurrentInventory, RowsOfAnotherFileAreNeverTakenForItsOwn) {
     open();
     replaceFile();
-    EXPECT_THAT(
-        [this] { open().elements(); },
-        ThrowsMessage<InventoryFailure>(HasSubstr("inventory.db is no longer the file that was opened")));
+    EXPECT_THAT([this] { open().elements(); },
+                ThrowsMessage<InventoryFailure>(
+                    HasSubstr("inventory.db is no longer the file that was opened")));
 }
 
 TEST_F(CurrentInventory, AChangeThatNobodyWouldSeeFails) {
@@ -76,9 +77,10 @@ TEST_F(CurrentInventory, AChangeThatNobodyWouldSeeFails) {
 }
 
 TEST_F(CurrentInventory, TheSharedOneIsOpenedAnew) {
-    ASSERT_TRUE(NS_BUNDLEMGR1::ConfigStore::instance()
-                    .loadText("[inventory]\ndatabase = \"" + database.string() + "\"\n", "kelp.toml")
-                    .empty());
+    ASSERT_TRUE(
+        NS_BUNDLEMGR1::ConfigStore::instance()
+            .loadText("[inventory]\ndatabase = \"" + database.string() + "\"\n", "kelp.toml")
+            .empty());
     const std::shared_ptr<Inventory> before = sharedInventory();
     EXPECT_EQ(sharedInventory(), before);
     EXPECT_TRUE(before->find(ManagedElementName{"A"}));

@@ -10,8 +10,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-/// Values that are easily lost on the way: quotes, lines, commas, characters beyond ASCII, empty ones,
-/// vendors' rates, and every attribute that is not as it is by default.
+/// Values that are easily lost on the way: quotes, lines, commas, characters beyond ASCII, empty
+/// ones, vendors' rates, and every attribute that is not as it is by default.
 const char* const kAwkward =
     R"({"object":"EMS","userLabel":"the \"EMS\"","owner":"a,b\nc","additionalInfo":{"a":"1"}}
 {"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"[S] 1","userLabel":"","owner":"o","subnetworkType":"TOPO_OPEN_SPRING","supportedRates":[5,10001],"additionalInfo":{"b":""}}
@@ -39,7 +39,8 @@ TEST_F(InventoryExport, JsonLinesImportToTheSame) {
     const std::filesystem::path copy = folder / "copy.db";
     EXPECT_THAT(importInventory(copy, folder.write("export.jsonl", first), {}).problems, IsEmpty());
     EXPECT_EQ(exportedOf(copy), first);
-    EXPECT_THAT(first, HasSubstr(R"("additionalInfo":{"b":"2","a":"","c,\"d":"e"})")) << "in its order";
+    EXPECT_THAT(first, HasSubstr(R"("additionalInfo":{"b":"2","a":"","c,\"d":"e"})"))
+        << "in its order";
     EXPECT_THAT(first, HasSubstr(R"("userLabel":"")"));
 }
 
@@ -68,8 +69,9 @@ TEST_F(InventoryExport, CsvFilesHaveAHeaderAndCrLf) {
     takeRight(kSmallNetwork);
     exportCsv(database, folder / "csv");
     const std::string ports = contentOf(folder / "csv/TerminationPoint.csv");
-    EXPECT_THAT(ports,
-                StartsWith("ManagedElement,PTP,FTP,CTP,supportingEquipmentHolder,supportingEquipment,"));
+    EXPECT_THAT(
+        ports,
+        StartsWith("ManagedElement,PTP,FTP,CTP,supportingEquipmentHolder,supportingEquipment,"));
     EXPECT_THAT(ports, HasSubstr(",LR_E1_2M,"));
     EXPECT_THAT(ports, testing::EndsWith("\r\n"));
     EXPECT_FALSE(std::filesystem::exists(folder / "csv/TerminationPoint.csv.partial"));

@@ -30,8 +30,10 @@ class GeneratedNetwork : public InventoryTest {
 };
 
 TEST_F(GeneratedNetwork, HasWhatWasAskedFor) {
-    for (const auto& [elements, ports] : {std::pair(1, 0), {1, 1}, {2, 9}, {3, 7}, {50, 49}, {100, 2345}}) {
-        NetworkPlan each = plan(static_cast<std::uint64_t>(elements), static_cast<std::uint64_t>(ports));
+    for (const auto& [elements, ports] :
+         {std::pair(1, 0), {1, 1}, {2, 9}, {3, 7}, {50, 49}, {100, 2345}}) {
+        NetworkPlan each =
+            plan(static_cast<std::uint64_t>(elements), static_cast<std::uint64_t>(ports));
         each.replace = true;
         const Statistics counts = generateNetwork(database, each);
         EXPECT_EQ(counts.elements, each.elements);
@@ -65,7 +67,8 @@ TEST_F(GeneratedNetwork, HoldsTogether) {
         neighbours[link.aEnd.managedElement].insert(link.zEnd.managedElement);
         neighbours[link.zEnd.managedElement].insert(link.aEnd.managedElement);
         for (const TpName& end : {link.aEnd, link.zEnd}) {
-            EXPECT_TRUE(ends.insert(end.managedElement + " " + end.port).second) << "one link a port";
+            EXPECT_TRUE(ends.insert(end.managedElement + " " + end.port).second)
+                << "one link a port";
             EXPECT_FALSE(open().find(end)->edgePoint) << end.port;
         }
     }
@@ -108,8 +111,10 @@ TEST_F(GeneratedNetwork, HasPortsOnCardsInSlots) {
     for (const ManagedElement& element : open().read<ManagedElement>(open().elements())) {
         products.insert(element.productName);
         EXPECT_FALSE(element.location.empty());
-        for (const TerminationPoint& port : open().read<TerminationPoint>(open().portsOf(element.id))) {
-            EXPECT_THAT(port.name.port, testing::StartsWith(port.supportingEquipmentHolder + "/port="));
+        for (const TerminationPoint& port :
+             open().read<TerminationPoint>(open().portsOf(element.id))) {
+            EXPECT_THAT(port.name.port,
+                        testing::StartsWith(port.supportingEquipmentHolder + "/port="));
             EXPECT_GE(port.transmissionParams.size(), 2u);
         }
         for (const Equipment& board : open().read<Equipment>(open().equipmentOf(element.id)))

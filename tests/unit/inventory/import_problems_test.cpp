@@ -17,11 +17,12 @@ class ImportProblems : public InventoryTest {
         return result.problems.empty() ? "" : result.problems[0].text();
     }
     std::string problemOfElement(const std::string& keys) {
-        return problemOf(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P",)" + keys +
-                         "}");
+        return problemOf(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P",)" +
+                         keys + "}");
     }
     std::string problemOfPort(const std::string& keys) {
-        return problemOf(R"({"object":"TerminationPoint","ManagedElement":"A","PTP":"p9",)" + keys + "}");
+        return problemOf(R"({"object":"TerminationPoint","ManagedElement":"A","PTP":"p9",)" + keys +
+                         "}");
     }
     ImportResult takeCsv(const std::string& name, const std::string& content) {
         std::filesystem::create_directory(folder / "csv");
@@ -32,7 +33,8 @@ class ImportProblems : public InventoryTest {
 
 TEST_F(ImportProblems, NameFileLineAndKey) {
     EXPECT_EQ(problemOfElement(R"("communicationState":"CS_GONE")"),
-              "network.jsonl:17: communicationState: \"CS_GONE\" is none of CS_AVAILABLE, CS_UNAVAILABLE");
+              "network.jsonl:17: communicationState: \"CS_GONE\" is none of CS_AVAILABLE, "
+              "CS_UNAVAILABLE");
     EXPECT_EQ(problemOfElement(R"("colour":"red")"),
               "network.jsonl:17: colour: is no key of this kind of object");
 }
@@ -46,8 +48,9 @@ TEST_F(ImportProblems, BadLinesAreTold) {
     EXPECT_THAT(problemOf("{\"object\":"), StartsWith("network.jsonl:17: is no JSON: "));
     EXPECT_EQ(problemOf("[1]"), "network.jsonl:17: is no JSON object");
     EXPECT_EQ(problemOf("{}"), "network.jsonl:17: has no key \"object\"");
-    EXPECT_THAT(problemOf(R"({"object":"Router"})"),
-                HasSubstr("object: \"Router\" is none of EMS, MultiLayerSubnetwork, ManagedElement, "));
+    EXPECT_THAT(
+        problemOf(R"({"object":"Router"})"),
+        HasSubstr("object: \"Router\" is none of EMS, MultiLayerSubnetwork, ManagedElement, "));
     EXPECT_THAT(problemOf("{\"object\":\"ManagedElement\",\"ManagedElement\":\"\xC3\x28\"}"),
                 HasSubstr("is no JSON"));
     EXPECT_THAT(problemOf(std::string(2u << 20, ' ') + "{}"), HasSubstr("the line is too long"));
@@ -57,18 +60,23 @@ TEST_F(ImportProblems, BadValuesAreTold) {
     EXPECT_THAT(problemOfElement(R"("owner":5)"), HasSubstr("owner: 5 is no text"));
     EXPECT_THAT(problemOfElement(R"("owner":")" + std::string(5000, 'x') + "\""),
                 HasSubstr("owner: has more"));
-    EXPECT_THAT(problemOfElement(R"("emsInSyncState":"yes")"), HasSubstr("is neither true nor false"));
+    EXPECT_THAT(problemOfElement(R"("emsInSyncState":"yes")"),
+                HasSubstr("is neither true nor false"));
     EXPECT_THAT(problemOfElement(R"("supportedRates":"LR_E1_2M")"), HasSubstr("is no list"));
-    EXPECT_THAT(problemOfElement(R"("supportedRates":["LR_E1"])"), HasSubstr("\"LR_E1\" is no layer rate"));
+    EXPECT_THAT(problemOfElement(R"("supportedRates":["LR_E1"])"),
+                HasSubstr("\"LR_E1\" is no layer rate"));
     EXPECT_THAT(problemOfElement(R"("supportedRates":[30])"), HasSubstr("30 is no layer rate"));
-    EXPECT_THAT(problemOfElement(R"("supportedRates":[4294967301])"), HasSubstr("is no layer rate"));
+    EXPECT_THAT(problemOfElement(R"("supportedRates":[4294967301])"),
+                HasSubstr("is no layer rate"));
     EXPECT_THAT(problemOfElement(R"("supportedRates":[18446744073709551615])"),
                 HasSubstr("is no layer rate"));
     EXPECT_THAT(problemOfElement(R"("additionalInfo":["a"])"), HasSubstr("is no object of names"));
     EXPECT_THAT(problemOfElement(R"("additionalInfo":{"a":1})"),
                 HasSubstr("additionalInfo: a: 1 is no text"));
-    EXPECT_THAT(problemOfElement(R"("nativeEMSName":"")"), HasSubstr("nativeEMSName: must not be empty"));
-    EXPECT_THAT(problemOfPort(R"("transmissionParams":{"LR_X":{}})"), HasSubstr("\"LR_X\" is no layer rate"));
+    EXPECT_THAT(problemOfElement(R"("nativeEMSName":"")"),
+                HasSubstr("nativeEMSName: must not be empty"));
+    EXPECT_THAT(problemOfPort(R"("transmissionParams":{"LR_X":{}})"),
+                HasSubstr("\"LR_X\" is no layer rate"));
     EXPECT_THAT(problemOfPort(R"("transmissionParams":{"5":{"a":1}})"),
                 HasSubstr("transmissionParams: 5: a: 1"));
     EXPECT_THAT(problemOfPort(R"("edgePoint":true)"),
@@ -80,7 +88,8 @@ TEST_F(ImportProblems, BadValuesAreTold) {
 TEST_F(ImportProblems, AKeyThatStandsTwiceInOneObjectIsTold) {
     EXPECT_EQ(problemOfElement(R"("owner":"a","owner":"b")"),
               "network.jsonl:17: owner: this key is there twice");
-    EXPECT_THAT(problemOfElement(R"("owner":"a","own\u0065r":"a")"), HasSubstr("owner: this key is there"));
+    EXPECT_THAT(problemOfElement(R"("owner":"a","own\u0065r":"a")"),
+                HasSubstr("owner: this key is there"));
     EXPECT_EQ(problemOf(R"({"object":"ManagedElement","object":"EMS"})"),
               "network.jsonl:17: object: this key is there twice");
     EXPECT_EQ(problemOfElement(R"("additionalInfo":{"a":"1","b":"1","a":"2"})"),
@@ -97,12 +106,14 @@ TEST_F(ImportProblems, AKeyThatStandsTwiceInACellIsTold) {
                                         "ManagedElement,productName,additionalInfo\n"
                                         "A,P,\"{\"\"a\"\":\"\"1\"\",\"\"a\"\":\"\"2\"\"}\"\n");
     ASSERT_THAT(result.problems, SizeIs(1));
-    EXPECT_EQ(result.problems[0].text(), "ManagedElement.csv:2: additionalInfo: a: this key is there twice");
+    EXPECT_EQ(result.problems[0].text(),
+              "ManagedElement.csv:2: additionalInfo: a: this key is there twice");
 }
 
 TEST_F(ImportProblems, BadNamesAreTold) {
     const auto named = [this](const std::string& name) {
-        return problemOf(R"({"object":"ManagedElement","productName":"P","ManagedElement":")" + name + "\"}");
+        return problemOf(R"({"object":"ManagedElement","productName":"P","ManagedElement":")" +
+                         name + "\"}");
     };
     EXPECT_EQ(problemOf(R"({"object":"ManagedElement","productName":"P"})"),
               "network.jsonl:17: ManagedElement: is missing");
@@ -111,22 +122,27 @@ TEST_F(ImportProblems, BadNamesAreTold) {
     EXPECT_THAT(named("C\\n"), HasSubstr("must not have control characters"));
     EXPECT_THAT(named(std::string(1025, 'x')), HasSubstr("must have at most 1024 characters"));
     const auto holder = [this](const std::string& name) {
-        return problemOf(R"({"object":"EquipmentHolder","ManagedElement":"A","EquipmentHolder":")" + name +
-                         "\"}");
+        return problemOf(R"({"object":"EquipmentHolder","ManagedElement":"A","EquipmentHolder":")" +
+                         name + "\"}");
     };
-    for (const char* const path : {"shelf=1", "/", "/shelf", "/shelf=", "/=1", "/shelf=1/", "/shelf=1/rack=1",
-                                   "/shelf=1/shelf=2", "/cupboard=1", "/remote_unit=1"})
+    for (const char* const path :
+         {"shelf=1", "/", "/shelf", "/shelf=", "/=1", "/shelf=1/", "/shelf=1/rack=1",
+          "/shelf=1/shelf=2", "/cupboard=1", "/remote_unit=1"})
         EXPECT_THAT(holder(path), HasSubstr("is no path such as /rack=1/shelf=1/slot=2")) << path;
     for (const char* const ctp : {"au4", "/au4", "/a=1/", "/a="})
         EXPECT_THAT(problemOfPort(std::string(R"("transmissionParams":[5],"CTP":")") + ctp + "\""),
                     HasSubstr("CTP: is no path such as /sts3c_au4-j=1"))
             << ctp;
-    EXPECT_THAT(problemOfPort(R"("FTP":"f","transmissionParams":[5])"), HasSubstr("PTP: both this and FTP"));
-    EXPECT_THAT(problemOf(R"({"object":"TerminationPoint","ManagedElement":"A","transmissionParams":[5]})"),
-                HasSubstr("PTP: neither this nor FTP is given"));
-    EXPECT_THAT(problemOf(R"({"object":"EquipmentHolder","ManagedElement":"A","EquipmentHolder":"/shelf=2",)"
-                          R"("holderType":"slot"})"),
-                HasSubstr("holderType: \"slot\" is not what the name says, \"shelf\""));
+    EXPECT_THAT(problemOfPort(R"("FTP":"f","transmissionParams":[5])"),
+                HasSubstr("PTP: both this and FTP"));
+    EXPECT_THAT(
+        problemOf(R"({"object":"TerminationPoint","ManagedElement":"A","transmissionParams":[5]})"),
+        HasSubstr("PTP: neither this nor FTP is given"));
+    EXPECT_THAT(
+        problemOf(
+            R"({"object":"EquipmentHolder","ManagedElement":"A","EquipmentHolder":"/shelf=2",)"
+            R"("holderType":"slot"})"),
+        HasSubstr("holderType: \"slot\" is not what the name says, \"shelf\""));
 }
 
 TEST_F(ImportProblems, NamesOf1024CharactersAreRight) {
@@ -137,11 +153,14 @@ TEST_F(ImportProblems, NamesOf1024CharactersAreRight) {
 }
 
 TEST_F(ImportProblems, DanglingParentsAreTold) {
-    EXPECT_EQ(problemOf(R"({"object":"EquipmentHolder","ManagedElement":"Z","EquipmentHolder":"/shelf=1"})"),
-              "network.jsonl:17: ManagedElement: there is no managed element \"Z\"");
-    EXPECT_THAT(problemOf(R"({"object":"Equipment","ManagedElement":"A","EquipmentHolder":"/shelf=9",)"
-                          R"("Equipment":"1"})"),
-                HasSubstr("EquipmentHolder: there is no equipment holder \"/shelf=9\" in \"A\""));
+    EXPECT_EQ(
+        problemOf(
+            R"({"object":"EquipmentHolder","ManagedElement":"Z","EquipmentHolder":"/shelf=1"})"),
+        "network.jsonl:17: ManagedElement: there is no managed element \"Z\"");
+    EXPECT_THAT(
+        problemOf(R"({"object":"Equipment","ManagedElement":"A","EquipmentHolder":"/shelf=9",)"
+                  R"("Equipment":"1"})"),
+        HasSubstr("EquipmentHolder: there is no equipment holder \"/shelf=9\" in \"A\""));
     EXPECT_THAT(problemOfPort(R"("transmissionParams":[15],"CTP":"/sts3c_au4-j=1")"),
                 HasSubstr("PTP: there is no PTP \"p9\" in \"A\""));
     EXPECT_THAT(problemOfPort(R"("transmissionParams":[15],"supportingEquipmentHolder":"/rack=1",)"
@@ -158,15 +177,18 @@ TEST_F(ImportProblems, DanglingParentsAreTold) {
 TEST_F(ImportProblems, SubnetworksThatAreNotThereAreTold) {
     EXPECT_EQ(problemOfElement(R"("subnetworks":["S"])"),
               "network.jsonl:17: subnetworks: there is no subnetwork \"S\"");
-    EXPECT_THAT(problemOfElement(R"("subnetworks":"S")"), HasSubstr("subnetworks: \"S\" is no list"));
+    EXPECT_THAT(problemOfElement(R"("subnetworks":"S")"),
+                HasSubstr("subnetworks: \"S\" is no list"));
     EXPECT_THAT(problemOfElement(R"("subnetworks":[1])"), HasSubstr("subnetworks: 1 is no text"));
-    EXPECT_THAT(problemOfElement(R"("subnetworks":[" S"])"), HasSubstr("must not begin or end with a blank"));
+    EXPECT_THAT(problemOfElement(R"("subnetworks":[" S"])"),
+                HasSubstr("must not begin or end with a blank"));
     EXPECT_THAT(problemOfElement(R"("subnetworks":["S","T","S"])"),
                 HasSubstr("subnetworks: \"S\" stands there twice"));
-    EXPECT_THAT(problemOf(R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"S",)"
-                          R"("subnetworkType":"TOPO_STAR"})"),
-                HasSubstr("subnetworkType: \"TOPO_STAR\" is none of TOPO_SINGLETON, TOPO_CHAIN, TOPO_PSR, "
-                          "TOPO_OPEN_PSR, TOPO_SPRING, TOPO_OPEN_SPRING, TOPO_MESH"));
+    EXPECT_THAT(
+        problemOf(R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"S",)"
+                  R"("subnetworkType":"TOPO_STAR"})"),
+        HasSubstr("subnetworkType: \"TOPO_STAR\" is none of TOPO_SINGLETON, TOPO_CHAIN, TOPO_PSR, "
+                  "TOPO_OPEN_PSR, TOPO_SPRING, TOPO_OPEN_SPRING, TOPO_MESH"));
     EXPECT_THAT(problemOf(R"({"object":"MultiLayerSubnetwork"})"),
                 HasSubstr("MultiLayerSubnetwork: is missing"));
 }
@@ -179,16 +201,18 @@ TEST_F(ImportProblems, TheEmsIsToldOfOnce) {
 }
 
 TEST_F(ImportProblems, DuplicatesAreToldWithTheLineOfTheFirst) {
-    EXPECT_EQ(problemOf(R"({"object":"ManagedElement","ManagedElement":"A","productName":"again"})"),
-              "network.jsonl:17: ManagedElement \"A\" stands in line 1 already");
+    EXPECT_EQ(
+        problemOf(R"({"object":"ManagedElement","ManagedElement":"A","productName":"again"})"),
+        "network.jsonl:17: ManagedElement \"A\" stands in line 1 already");
     takeRight(kSmallNetwork);
     EXPECT_EQ(problemOf(R"({"object":"TerminationPoint","ManagedElement":"A","PTP":"p2"})"),
               "network.jsonl:17: TerminationPoint \"p2\" stands in line 9 already");
 }
 
 TEST_F(ImportProblems, TheFirstTwentyAreKeptInTheirOrder) {
-    std::string lines = R"({"object":"EquipmentHolder","ManagedElement":"Z","EquipmentHolder":"/shelf=1"})"
-                        "\n";
+    std::string lines =
+        R"({"object":"EquipmentHolder","ManagedElement":"Z","EquipmentHolder":"/shelf=1"})"
+        "\n";
     for (int i = 0; i < 30; ++i)
         lines += "{}\n";
     const ImportResult result = take(lines);
@@ -200,8 +224,8 @@ TEST_F(ImportProblems, TheFirstTwentyAreKeptInTheirOrder) {
 }
 
 TEST_F(ImportProblems, EveryAttributeThatIsWrongIsTold) {
-    const ImportResult result =
-        take(R"({"object":"ManagedElement","ManagedElement":"C","owner":1,"location":2,"productName":"P"})");
+    const ImportResult result = take(
+        R"({"object":"ManagedElement","ManagedElement":"C","owner":1,"location":2,"productName":"P"})");
     ASSERT_THAT(result.problems, SizeIs(2));
     EXPECT_EQ(result.problems[0].key, "owner");
     EXPECT_EQ(result.problems[1].key, "location");
@@ -210,8 +234,9 @@ TEST_F(ImportProblems, EveryAttributeThatIsWrongIsTold) {
 TEST_F(ImportProblems, CsvHeadersAreChecked) {
     EXPECT_THAT(takeCsv("ManagedElement.csv", "ManagedElement,prodName\nA,P\n").problems[0].text(),
                 "ManagedElement.csv:1: prodName: is no column of this kind of object");
-    EXPECT_THAT(takeCsv("ManagedElement.csv", "ManagedElement,ManagedElement\nA,A\n").problems[0].text(),
-                "ManagedElement.csv:1: ManagedElement: this column is there twice");
+    EXPECT_THAT(
+        takeCsv("ManagedElement.csv", "ManagedElement,ManagedElement\nA,A\n").problems[0].text(),
+        "ManagedElement.csv:1: ManagedElement: this column is there twice");
     EXPECT_THAT(takeCsv("ManagedElement.csv", "").problems[0].text(),
                 "ManagedElement.csv:1: has no header line");
 }
@@ -226,7 +251,8 @@ TEST_F(ImportProblems, CsvRecordsAreToldByTheLineTheyBeginIn) {
     ASSERT_THAT(result.problems, SizeIs(3));
     EXPECT_EQ(result.problems[0].text(), "ManagedElement.csv:4: has 2 cells, the header has 3");
     EXPECT_EQ(result.problems[1].text(), "ManagedElement.csv:5: location: is no UTF-8");
-    EXPECT_EQ(result.problems[2].text(), "ManagedElement.csv:6: a cell's quotation mark is not closed");
+    EXPECT_EQ(result.problems[2].text(),
+              "ManagedElement.csv:6: a cell's quotation mark is not closed");
 }
 
 TEST_F(ImportProblems, CsvListsThatAreNoneAreTold) {
@@ -236,9 +262,11 @@ TEST_F(ImportProblems, CsvListsThatAreNoneAreTold) {
                                         "B,P,[5,\n"
                                         "C,P,,{broken\n");
     ASSERT_THAT(result.problems, SizeIs(3));
-    EXPECT_THAT(result.problems[0].text(), HasSubstr(":2: supportedRates: \"30\" is no layer rate"));
+    EXPECT_THAT(result.problems[0].text(),
+                HasSubstr(":2: supportedRates: \"30\" is no layer rate"));
     EXPECT_THAT(result.problems[1].text(), HasSubstr(":3: supportedRates: \"[5\" is no list"));
-    EXPECT_THAT(result.problems[2].text(), HasSubstr(":4: additionalInfo: \"{broken\" is no object"));
+    EXPECT_THAT(result.problems[2].text(),
+                HasSubstr(":4: additionalInfo: \"{broken\" is no object"));
 }
 
 TEST_F(ImportProblems, AFileThatIsNoKindsIsNotLeftOutInSilence) {

@@ -98,18 +98,25 @@ TEST_F(InventoryImport, ReplacingRemovesEverythingFirst) {
     takeRight(R"({"object":"ManagedElement","ManagedElement":"B","productName":"P3"})", replace());
     EXPECT_THAT(namesOf<ManagedElement>(open().elements()), ElementsAre("B"));
     const Statistics counts = open().statistics();
-    EXPECT_EQ(counts.holders + counts.equipment + counts.ptps + counts.ftps + counts.ctps + counts.links, 0u);
+    EXPECT_EQ(
+        counts.holders + counts.equipment + counts.ptps + counts.ftps + counts.ctps + counts.links,
+        0u);
 }
 
 TEST_F(InventoryImport, ADryRunLooksAtEverythingAndChangesNothing) {
     takeRight(kSmallNetwork);
     const std::string before = exported();
-    EXPECT_EQ(take(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P"})", dryRun()).added,
-              1u);
+    EXPECT_EQ(
+        take(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P"})", dryRun())
+            .added,
+        1u);
     ImportOptions both = dryRun();
     both.replace = true;
-    EXPECT_EQ(take(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P"})", both).added, 1u);
-    EXPECT_THAT(take(R"({"object":"ManagedElement","ManagedElement":"D"})", dryRun()).problems, SizeIs(1));
+    EXPECT_EQ(
+        take(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P"})", both).added,
+        1u);
+    EXPECT_THAT(take(R"({"object":"ManagedElement","ManagedElement":"D"})", dryRun()).problems,
+                SizeIs(1));
     EXPECT_EQ(exported(), before);
 }
 
@@ -158,7 +165,8 @@ TEST_F(InventoryImport, CsvColumnsMayStandInAnyOrder) {
 }
 
 TEST_F(InventoryImport, OneCsvFileMayComeAlone) {
-    const auto file = folder.write("ManagedElement.csv", "\xEF\xBB\xBFManagedElement,productName\nA,P\n");
+    const auto file =
+        folder.write("ManagedElement.csv", "\xEF\xBB\xBFManagedElement,productName\nA,P\n");
     EXPECT_EQ(importInventory(database, file, {}).added, 1u);
     EXPECT_THAT([&] { importInventory(database, folder.write("elements.csv", "a\n"), {}); },
                 testing::ThrowsMessage<InventoryFailure>(
@@ -176,7 +184,9 @@ TEST_F(InventoryImport, ASourceThatIsNotThereIsAnError) {
 TEST_F(InventoryImport, ProgressEndsWithTheWhole) {
     ImportOptions options;
     std::vector<std::pair<std::uint64_t, std::uint64_t>> told;
-    options.progress = [&](std::uint64_t done, std::uint64_t total) { told.emplace_back(done, total); };
+    options.progress = [&](std::uint64_t done, std::uint64_t total) {
+        told.emplace_back(done, total);
+    };
     takeRight(kSmallNetwork, options);
     const std::uint64_t bytes = std::string(kSmallNetwork).size();
     ASSERT_THAT(told, testing::Not(IsEmpty()));
@@ -187,8 +197,9 @@ TEST_F(InventoryImport, WaitsForAnotherWriterOnlySoLong) {
     takeRight(kSmallNetwork);
     SQLite::Database other(database.string(), SQLite::OPEN_READWRITE);
     SQLite::Transaction writing(other, SQLite::TransactionBehavior::IMMEDIATE);
-    EXPECT_THAT([&] { take(kSmallNetwork); },
-                testing::ThrowsMessage<InventoryFailure>(HasSubstr("is being written by another process")));
+    EXPECT_THAT(
+        [&] { take(kSmallNetwork); },
+        testing::ThrowsMessage<InventoryFailure>(HasSubstr("is being written by another process")));
 }
 
 }  // namespace

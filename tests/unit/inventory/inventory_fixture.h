@@ -20,8 +20,8 @@ inline std::ostream& operator<<(std::ostream& out, const ImportProblem& problem)
 
 namespace kelp::test {
 
-/// A small network: element "A" with a slot, a board, two ports, a floating port and CTPs, element "B" with a
-/// port, and a link between them.
+/// A small network: element "A" with a slot, a board, two ports, a floating port and CTPs, element
+/// "B" with a port, and a link between them.
 inline const char* const kSmallNetwork =
     R"({"object":"ManagedElement","ManagedElement":"A","productName":"P1"}
 {"object":"ManagedElement","ManagedElement":"B","productName":"P2"}
@@ -45,7 +45,8 @@ inline const char* const kSmallNetwork =
 class InventoryTest : public testing::Test {
   protected:
     /// Imports JSON lines.
-    inventory::ImportResult take(const std::string& lines, const inventory::ImportOptions& options = {}) {
+    inventory::ImportResult take(const std::string& lines,
+                                 const inventory::ImportOptions& options = {}) {
         return inventory::importInventory(database, folder.write("network.jsonl", lines), options);
     }
     /// Imports what must be right.

@@ -22,9 +22,11 @@ TEST(ObjectNames, BeginWithTheEms) {
 }
 
 TEST(ObjectNames, TheEmsHasNothingBeyondItsOwn) {
-    EXPECT_THAT(namingAttributes("Kelp/EMS", EmsName{}), testing::ElementsAre(NameValue{"EMS", "Kelp/EMS"}));
-    EXPECT_THAT(namingAttributes("E", SubnetworkName{"S"}),
-                testing::ElementsAre(NameValue{"EMS", "E"}, NameValue{"MultiLayerSubnetwork", "S"}));
+    EXPECT_THAT(namingAttributes("Kelp/EMS", EmsName{}),
+                testing::ElementsAre(NameValue{"EMS", "Kelp/EMS"}));
+    EXPECT_THAT(
+        namingAttributes("E", SubnetworkName{"S"}),
+        testing::ElementsAre(NameValue{"EMS", "E"}, NameValue{"MultiLayerSubnetwork", "S"}));
 }
 
 TEST(ObjectNames, ComeBackFromTheirNamingAttributes) {
@@ -35,15 +37,16 @@ TEST(ObjectNames, ComeBackFromTheirNamingAttributes) {
 TEST(ObjectNames, OfAnotherEmsOrFormAreNone) {
     for (const ObjectName& name : kNames)
         EXPECT_FALSE(objectNameOf("Kelp/Other", namingAttributes("Kelp/EMS", name)));
-    const NameValues wrong[] = {{},
-                                {{"EMS", ""}},
-                                {{"EMS", "E"}, {"EMS", "E"}},
-                                {{"ems", "E"}, {"ManagedElement", "A"}},
-                                {{"EMS", "E"}, {"ManagedElement", ""}},
-                                {{"EMS", "E"}, {"PTP", "p"}},
-                                {{"EMS", "E"}, {"ManagedElement", "A"}, {"CTP", "c"}},
-                                {{"EMS", "E"}, {"ManagedElement", "A"}, {"PTP", "p"}, {"CTP", ""}},
-                                {{"EMS", "E"}, {"ManagedElement", "A"}, {"PTP.CTP", "p"}, {"CTP", "c"}}};
+    const NameValues wrong[] = {
+        {},
+        {{"EMS", ""}},
+        {{"EMS", "E"}, {"EMS", "E"}},
+        {{"ems", "E"}, {"ManagedElement", "A"}},
+        {{"EMS", "E"}, {"ManagedElement", ""}},
+        {{"EMS", "E"}, {"PTP", "p"}},
+        {{"EMS", "E"}, {"ManagedElement", "A"}, {"CTP", "c"}},
+        {{"EMS", "E"}, {"ManagedElement", "A"}, {"PTP", "p"}, {"CTP", ""}},
+        {{"EMS", "E"}, {"ManagedElement", "A"}, {"PTP.CTP", "p"}, {"CTP", "c"}}};
     for (const NameValues& attributes : wrong)
         EXPECT_FALSE(objectNameOf("E", attributes)) << attributes.size();
 }

@@ -15,7 +15,9 @@ class InventoryQueries : public InventoryTest {
     std::int64_t tpId(const std::string& port, const std::string& ctp = "") {
         return open().find(TpName{"A", TpKind::Ptp, port, ctp}).value().id;
     }
-    std::int64_t holderId(const std::string& name) { return open().find(HolderName{"A", name}).value().id; }
+    std::int64_t holderId(const std::string& name) {
+        return open().find(HolderName{"A", name}).value().id;
+    }
     std::vector<std::string> ports(const PortFilter& filter) {
         return namesOf<TerminationPoint>(open().portsOf(elementId("A"), filter));
     }
@@ -72,7 +74,8 @@ TEST_F(InventoryQueries, TpsContainWhatTheirNamesBegin) {
                             "/direction=src/sts3c_au4-j=2"));
     EXPECT_THAT(ctpsIn(tpId("p1"), Depth::Direct),
                 ElementsAre("/sts3c_au4-j=1", "/sts3c_au4-j=10", "/direction=src/sts3c_au4-j=2"));
-    EXPECT_THAT(ctpsIn(tpId("p1", "/sts3c_au4-j=1"), Depth::All), ElementsAre("/sts3c_au4-j=1/vt2_tu12-k=1"));
+    EXPECT_THAT(ctpsIn(tpId("p1", "/sts3c_au4-j=1"), Depth::All),
+                ElementsAre("/sts3c_au4-j=1/vt2_tu12-k=1"));
     EXPECT_THAT(ctpsIn(tpId("p1", "/sts3c_au4-j=10"), Depth::All), IsEmpty());
     EXPECT_THAT(ctpsIn(tpId("p2"), Depth::All), IsEmpty());
     EXPECT_THAT(ctpsIn(4711, Depth::All), IsEmpty());
@@ -80,13 +83,15 @@ TEST_F(InventoryQueries, TpsContainWhatTheirNamesBegin) {
 
 TEST_F(InventoryQueries, ContainedTpsAreFilteredByLayerAndUse) {
     EXPECT_THAT(ctpsIn(tpId("p1"), Depth::All, {11}), ElementsAre("/sts3c_au4-j=1/vt2_tu12-k=1"));
-    EXPECT_THAT(ctpsIn(tpId("p1"), Depth::All, {}, ContainedTps::InUse), ElementsAre("/sts3c_au4-j=1"));
+    EXPECT_THAT(ctpsIn(tpId("p1"), Depth::All, {}, ContainedTps::InUse),
+                ElementsAre("/sts3c_au4-j=1"));
     EXPECT_THAT(ctpsIn(tpId("p1"), Depth::All, {11}, ContainedTps::InUse), IsEmpty());
 }
 
 TEST_F(InventoryQueries, ContainingTpsGoFromTheInnermostToThePort) {
-    EXPECT_THAT(namesOf<TerminationPoint>(open().tpsAround(tpId("p1", "/sts3c_au4-j=1/vt2_tu12-k=1"))),
-                ElementsAre("/sts3c_au4-j=1", "p1"));
+    EXPECT_THAT(
+        namesOf<TerminationPoint>(open().tpsAround(tpId("p1", "/sts3c_au4-j=1/vt2_tu12-k=1"))),
+        ElementsAre("/sts3c_au4-j=1", "p1"));
     EXPECT_THAT(namesOf<TerminationPoint>(open().tpsAround(tpId("p1", "/sts3c_au4-j=10"))),
                 ElementsAre("p1"));
     EXPECT_THAT(namesOf<TerminationPoint>(open().tpsAround(tpId("p1"))), IsEmpty());
@@ -114,8 +119,9 @@ TEST_F(InventoryQueries, EquipmentIsFoundByElementHolderAndPort) {
 }
 
 TEST_F(InventoryQueries, LinksAreFoundByTheElementsOfTheirEnds) {
-    takeRight(R"({"object":"TopologicalLink","TopologicalLink":"inside","rate":15,"aEndManagedElement":"A",)"
-              R"("aEndPTP":"p1","aEndCTP":"/sts3c_au4-j=1","zEndManagedElement":"A","zEndPTP":"p2"})");
+    takeRight(
+        R"({"object":"TopologicalLink","TopologicalLink":"inside","rate":15,"aEndManagedElement":"A",)"
+        R"("aEndPTP":"p1","aEndCTP":"/sts3c_au4-j=1","zEndManagedElement":"A","zEndPTP":"p2"})");
     EXPECT_THAT(namesOf<TopologicalLink>(open().links()), ElementsAre("A-B", "inside"));
     EXPECT_THAT(namesOf<TopologicalLink>(open().linksOf(elementId("A"))),
                 UnorderedElementsAre("A-B", "inside"));
@@ -132,7 +138,8 @@ TEST_F(InventoryQueries, StatisticsCountEveryKind) {
     EXPECT_EQ(counts.ftps, 1u);
     EXPECT_EQ(counts.ctps, 4u);
     EXPECT_EQ(counts.links, 1u);
-    EXPECT_THAT(counts.elementsByProduct, ElementsAre(testing::Pair("P1", 1u), testing::Pair("P2", 1u)));
+    EXPECT_THAT(counts.elementsByProduct,
+                ElementsAre(testing::Pair("P1", 1u), testing::Pair("P2", 1u)));
     EXPECT_GT(counts.fileBytes, 0u);
 }
 

@@ -29,7 +29,8 @@ TEST(RowIds, ConsecutiveIdsAreOneRange) {
 }
 
 TEST(RowIds, KeepTheOrderTheyCameIn) {
-    EXPECT_THAT(rangesOf(idsOf({7, 8, 3, 4, 9})), ElementsAre(IdRange{7, 2}, IdRange{3, 2}, IdRange{9, 1}));
+    EXPECT_THAT(rangesOf(idsOf({7, 8, 3, 4, 9})),
+                ElementsAre(IdRange{7, 2}, IdRange{3, 2}, IdRange{9, 1}));
 }
 
 TEST(RowIds, AreTakenFromTheFront) {

@@ -73,15 +73,16 @@ TEST_F(ScanOfWords, RunsOtherStatementsOfItsConnectionMeanwhile) {
         rest.bind(1, id);
         scan(rest, 2, [&](Columns inner) { taken.back() += " " + std::string(inner.text()); });
     });
-    EXPECT_THAT(taken, ElementsAre("one- one  three four", "-three  three four", "three-four three four",
-                                   "four-end four"));
+    EXPECT_THAT(taken, ElementsAre("one- one  three four", "-three  three four",
+                                   "three-four three four", "four-end four"));
 }
 
 TEST_F(ScanOfWords, ReportsWhatSqliteFailsWithInTheMiddle) {
     Prepared failing(database, wordsFrom("iif(id = 3, abs(-9223372036854775807 - 1), id)"));
     failing.bind(1, 1);
     try {
-        scan(failing, 2, [&](Columns columns) { taken.push_back(std::to_string(columns.integer())); });
+        scan(failing, 2,
+             [&](Columns columns) { taken.push_back(std::to_string(columns.integer())); });
         FAIL() << "the failure got lost";
     } catch (const SQLite::Exception& failure) {
         EXPECT_STREQ(failure.what(), "integer overflow");
@@ -117,8 +118,9 @@ TEST_F(RowScan, EndsAtADamagedRowWhichIsTold) {
         .exec("UPDATE termination_point SET additionalInfo = x'7F' WHERE id = 3");
     std::vector<std::int64_t> ids;
     const auto readPorts = [&] {
-        open().readEach<TerminationPoint>(open().allPorts(), Detail::Standard,
-                                          [&](const TerminationPoint& port) { ids.push_back(port.id); });
+        open().readEach<TerminationPoint>(
+            open().allPorts(), Detail::Standard,
+            [&](const TerminationPoint& port) { ids.push_back(port.id); });
     };
     try {
         readPorts();
@@ -136,9 +138,10 @@ TEST_F(RowScan, EndsAtADamagedRowWhichIsTold) {
 TEST_F(RowScan, LetsItsTakerReadFromTheInventory) {
     takeRight(kSmallNetwork);
     std::vector<std::string> found;
-    open().readEach<TerminationPoint>(open().allPorts(), Detail::Standard, [&](const TerminationPoint& port) {
-        found.push_back(open().find(port.name).value().nativeEMSName);
-    });
+    open().readEach<TerminationPoint>(
+        open().allPorts(), Detail::Standard, [&](const TerminationPoint& port) {
+            found.push_back(open().find(port.name).value().nativeEMSName);
+        });
     EXPECT_THAT(found, ElementsAre("p1", "p2", "f1", "p1"));
 }
 
@@ -155,7 +158,8 @@ TEST_F(RowScan, GivesTheNamesOfParentsThatChangeFromRowToRow) {
     open().readEach<TerminationPoint>(points, Detail::Standard, [&](const TerminationPoint& point) {
         names.push_back(point.name.managedElement + " " + point.name.port + " " + point.name.ctp);
     });
-    EXPECT_THAT(names, ElementsAre("A p1 /direction=src/sts3c_au4-j=2", "B p1 ", "B p1 /a=1", "A p1 /a=1"));
+    EXPECT_THAT(
+        names, ElementsAre("A p1 /direction=src/sts3c_au4-j=2", "B p1 ", "B p1 /a=1", "A p1 /a=1"));
 }
 
 }  // namespace

@@ -87,12 +87,14 @@ TEST_F(InventorySchema, AFileThatIsNoDatabaseIsDamaged) {
 TEST_F(InventorySchema, AnEarlierVersionIsBroughtUpToDateByItsSteps) {
     takeRight(kSmallNetwork);
     std::vector<SchemaStep> steps(schemaSteps().begin(), schemaSteps().end());
-    steps.push_back(
-        [](SQLite::Database& db) { db.exec("ALTER TABLE managed_element ADD COLUMN colour TEXT"); });
+    steps.push_back([](SQLite::Database& db) {
+        db.exec("ALTER TABLE managed_element ADD COLUMN colour TEXT");
+    });
     SQLite::Database db = plain();
     prepareSchema(db, database, steps);
     EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 3);
-    EXPECT_EQ(db.execAndGet("SELECT count(*) FROM managed_element WHERE colour IS NULL").getInt(), 2);
+    EXPECT_EQ(db.execAndGet("SELECT count(*) FROM managed_element WHERE colour IS NULL").getInt(),
+              2);
     prepareSchema(db, database, steps);
     EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 3);
 }
@@ -127,7 +129,9 @@ TEST_F(InventoryOfVersion1, IsLeftAtItsVersionByADryRun) {
         EXPECT_EQ(result.added, isReplacing ? 2u : 1u);
         EXPECT_EQ(result.updated, isReplacing ? 0u : 1u);
         EXPECT_EQ(plain().execAndGet("PRAGMA user_version").getInt(), 1);
-        EXPECT_EQ(plain().execAndGet("SELECT count(*) FROM sqlite_schema WHERE name = 'subnetwork'").getInt(),
+        EXPECT_EQ(plain()
+                      .execAndGet("SELECT count(*) FROM sqlite_schema WHERE name = 'subnetwork'")
+                      .getInt(),
                   0);
     }
     EXPECT_EQ(content(), before);

@@ -8,8 +8,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-/// Elements "A" to "D" with two ports each, of which the second is an edge point: "A" and "B" in subnetwork
-/// "North", "B" and "C" in "South", "D" in none.
+/// Elements "A" to "D" with two ports each, of which the second is an edge point: "A" and "B" in
+/// subnetwork "North", "B" and "C" in "South", "D" in none.
 std::string networkOfSubnetworks() {
     std::string lines =
         R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"North","supportedRates":[15]}
@@ -22,7 +22,8 @@ std::string networkOfSubnetworks() {
         const std::string element = std::string(R"(,"ManagedElement":")") + name + "\"";
         lines += R"({"object":"ManagedElement","productName":"P","subnetworks":[)" +
                  std::string(subnetworks) + "]" + element + "}\n";
-        lines += R"({"object":"TerminationPoint","PTP":"line","transmissionParams":[22])" + element + "}\n";
+        lines += R"({"object":"TerminationPoint","PTP":"line","transmissionParams":[22])" +
+                 element + "}\n";
         lines +=
             R"({"object":"TerminationPoint","PTP":"edge","transmissionParams":[5],"connectableRates":[11],)"
             R"("edgePoint":true)" +
@@ -70,7 +71,8 @@ TEST_F(Subnetworks, AnElementMayBeInAnyNumberOfThem) {
     EXPECT_THAT(elementsOf("South"), ElementsAre("B", "C"));
     EXPECT_THAT(elementsOf("Empty"), IsEmpty());
     EXPECT_TRUE(open().elementsOf(4711).empty());
-    EXPECT_THAT(namesOf<Subnetwork>(open().subnetworksOf(elementId("B"))), ElementsAre("North", "South"));
+    EXPECT_THAT(namesOf<Subnetwork>(open().subnetworksOf(elementId("B"))),
+                ElementsAre("North", "South"));
     EXPECT_THAT(namesOf<Subnetwork>(open().subnetworksOf(elementId("D"))), IsEmpty());
     EXPECT_TRUE(open().subnetworksOf(4711).empty());
     EXPECT_THAT(open().find(ManagedElementName{"B"})->subnetworks, ElementsAre("North", "South"));

@@ -1,7 +1,5 @@
 // The commands that talk to a running host, with a host of the test's own in its place.
 
-#include "admin/admin_server.h"
-
 #include <gmock/gmock.h>
 #include <signal.h>
 
@@ -9,6 +7,7 @@
 #include <mutex>
 #include <optional>
 
+#include "admin/admin_server.h"
 #include "harness/child_process.h"
 #include "harness/log_file.h"
 #include "kelpctl_fixture.h"
@@ -29,7 +28,9 @@ class AlarmCommands : public KelpctlTest {
         address.socket = folder / "admin.sock";
         startHost(address);
     }
-    void startHost(const admin::Address& address) { host_.emplace(address, host::AdminLimits{}, registry_); }
+    void startHost(const admin::Address& address) {
+        host_.emplace(address, host::AdminLimits{}, registry_);
+    }
 
     Json take(const Json& request) {
         const std::lock_guard guard(mutex_);
@@ -59,7 +60,8 @@ TEST_F(AlarmCommands, RaiseSendsTheAlarmOfTheConfiguredEms) {
     folder.write("kelp.toml", "[ems]\nname = \"Acme/North\"\n");
     startHost();
     const ToolRun run = kelpctl(
-        "alarm raise --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --severity Major --probable-cause LOS");
+        "alarm raise --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --severity Major "
+        "--probable-cause LOS");
     EXPECT_EQ(run.status, 0) << run;
     EXPECT_EQ(run.output, "alarm raised, notification id 17\n");
     ASSERT_EQ(requests_.size(), 1u);
@@ -110,12 +112,13 @@ TEST_F(AlarmCommands, ClearSendsTheSeverityCleared) {
 
 TEST_F(AlarmCommands, WrongCommandLinesAreNamed) {
     EXPECT_TRUE(kelpctl("alarm").failedWith(2, "A subcommand is required"));
-    EXPECT_TRUE(
-        kelpctl("alarm raise --object A=1 --probable-cause LOS").failedWith(2, "--severity is required"));
+    EXPECT_TRUE(kelpctl("alarm raise --object A=1 --probable-cause LOS")
+                    .failedWith(2, "--severity is required"));
     EXPECT_TRUE(kelpctl("alarm clear --object A=1").failedWith(2, "--probable-cause is required"));
     EXPECT_TRUE(kelpctl("alarm clear --probable-cause LOS").failedWith(2, "--object is required"));
-    EXPECT_TRUE(kelpctl("alarm raise --object A=1 --probable-cause LOS --severity huge")
-                    .failedWith(2, "\"huge\" is none of critical, major, minor, warning, indeterminate"));
+    EXPECT_TRUE(
+        kelpctl("alarm raise --object A=1 --probable-cause LOS --severity huge")
+            .failedWith(2, "\"huge\" is none of critical, major, minor, warning, indeterminate"));
     EXPECT_TRUE(kelpctl("storm --count 3").failedWith(2, "--rate is required"));
     EXPECT_TRUE(kelpctl("storm --rate 0 --count 3").failedWith(2, "--rate"));
     EXPECT_TRUE(kelpctl("storm --rate 1 --count 0").failedWith(2, "--count"));
@@ -128,8 +131,8 @@ TEST_F(AlarmCommands, WrongCommandLinesAreNamed) {
 TEST_F(AlarmCommands, RefusalOfTheHostIsTold) {
     refuse_ = true;
     startHost();
-    EXPECT_TRUE(
-        kelpctl("alarm clear --object A=1 --probable-cause LOS").failedWith(1, "kelpctl: not today\n"));
+    EXPECT_TRUE(kelpctl("alarm clear --object A=1 --probable-cause LOS")
+                    .failedWith(1, "kelpctl: not today\n"));
     const ToolRun storm = kelpctl("storm --rate 10 --count 3");
     EXPECT_TRUE(storm.failedWith(1, "not today (0 of 3 alarms taken in)")) << storm;
 }
@@ -138,14 +141,16 @@ TEST_F(AlarmCommands, HostThatIsNotThereIsNamed) {
     const std::string clear = "alarm clear --object A=1 --probable-cause LOS";
     const std::string socket = (folder / "admin.sock").string();
     const ToolRun absent = kelpctl(clear);
-    EXPECT_TRUE(absent.failedWith(1, "kelpd cannot be reached at " + socket + ": No such file or directory"))
+    EXPECT_TRUE(absent.failedWith(
+        1, "kelpd cannot be reached at " + socket + ": No such file or directory"))
         << absent;
     startHost();
     std::filesystem::rename(socket, socket + ".kept");
     host_.reset();
     std::filesystem::rename(socket + ".kept", socket);
     const ToolRun dead = kelpctl(clear);
-    EXPECT_TRUE(dead.failedWith(1, "kelpd cannot be reached at " + socket + ": nobody listens there"))
+    EXPECT_TRUE(
+        dead.failedWith(1, "kelpd cannot be reached at " + socket + ": nobody listens there"))
         << dead;
 }
 
@@ -153,7 +158,8 @@ TEST_F(AlarmCommands, SocketOfAnotherHostCanBeNamed) {
     admin::Address address;
     address.socket = folder / "other.sock";
     startHost(address);
-    EXPECT_EQ(kelpctl("alarm clear --object A=1 --probable-cause LOS --socket other.sock").status, 0);
+    EXPECT_EQ(kelpctl("alarm clear --object A=1 --probable-cause LOS --socket other.sock").status,
+              0);
     EXPECT_EQ(taken(), 1u);
 }
 

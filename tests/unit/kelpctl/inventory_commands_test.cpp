@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <kelp/inventory/inventory.h>
-
 #include <nlohmann/json.hpp>
 
 #include "common/progress_bar.h"
@@ -19,8 +18,10 @@ using testing::StartsWith;
 class InventoryCommands : public KelpctlTest {
   protected:
     InventoryCommands() {
-        folder.write("one.jsonl", R"({"object":"ManagedElement","ManagedElement":"A","productName":"P"})");
-        folder.write("two.jsonl", R"({"object":"ManagedElement","ManagedElement":"B","productName":"P"})");
+        folder.write("one.jsonl",
+                     R"({"object":"ManagedElement","ManagedElement":"A","productName":"P"})");
+        folder.write("two.jsonl",
+                     R"({"object":"ManagedElement","ManagedElement":"B","productName":"P"})");
     }
     std::uint64_t elements() {
         return json::parse(kelpctl("inventory stats --json").output)["managedElements"];
@@ -30,7 +31,8 @@ class InventoryCommands : public KelpctlTest {
 TEST_F(InventoryCommands, ImportTellsHowManyCameIn) {
     EXPECT_EQ(kelpctl("inventory import one.jsonl").output, "1 object(s) added, 0 updated\n");
     EXPECT_EQ(kelpctl("inventory import one.jsonl").output, "0 object(s) added, 1 updated\n");
-    EXPECT_EQ(kelpctl("inventory import two.jsonl --replace").output, "1 object(s) added, 0 updated\n");
+    EXPECT_EQ(kelpctl("inventory import two.jsonl --replace").output,
+              "1 object(s) added, 0 updated\n");
     EXPECT_EQ(elements(), 1u);
 }
 
@@ -62,7 +64,9 @@ TEST_F(InventoryCommands, ExportWritesWhatImportReads) {
     EXPECT_FALSE(std::filesystem::exists(folder / "network.jsonl.partial"));
     EXPECT_EQ(kelpctl("inventory export --csv network").status, 0);
     for (const char* const source : {"network", "network.jsonl"}) {
-        EXPECT_EQ(kelpctl(std::string("inventory import --replace --database copy.db ") + source).status, 0);
+        EXPECT_EQ(
+            kelpctl(std::string("inventory import --replace --database copy.db ") + source).status,
+            0);
         EXPECT_EQ(kelpctl("inventory export --database copy.db -").output, shown.output);
     }
 }
@@ -109,8 +113,8 @@ TEST_F(InventoryCommands, FailuresSayWhyInOneLine) {
 
 TEST_F(InventoryCommands, ATerminalShowsABarAndNothingElseDoes) {
     EXPECT_EQ(kelpctl("inventory import one.jsonl").errors, "");
-    PseudoTerminal terminal({KELPCTL, "--config", (folder / "kelp.toml").string(), "inventory", "import",
-                             (folder / "two.jsonl").string()});
+    PseudoTerminal terminal({KELPCTL, "--config", (folder / "kelp.toml").string(), "inventory",
+                             "import", (folder / "two.jsonl").string()});
     EXPECT_TRUE(terminal.isShown("importing [########################################] 100 %"));
     EXPECT_TRUE(terminal.isShown("1 object(s) added"));
     EXPECT_EQ(terminal.status(), 0);

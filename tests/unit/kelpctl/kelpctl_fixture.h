@@ -21,13 +21,14 @@ struct ToolRun {
     /// True for a failure that says in one line why.
     bool failedWith(int wanted, const std::string& text) const {
         return status == wanted && output.empty() && errors.find(text) != std::string::npos &&
-               std::count(errors.begin(), errors.end(), '\n') == 1 && errors.rfind("kelpctl: ", 0) == 0;
+               std::count(errors.begin(), errors.end(), '\n') == 1 &&
+               errors.rfind("kelpctl: ", 0) == 0;
     }
 };
 
 inline std::ostream& operator<<(std::ostream& out, const ToolRun& run) {
-    return out << "status " << run.status << ", output \"" << run.output << "\", errors \"" << run.errors
-               << "\"";
+    return out << "status " << run.status << ", output \"" << run.output << "\", errors \""
+               << run.errors << "\"";
 }
 
 /// The real program on a database of the test's own, with the cheapest password hash.
@@ -55,8 +56,9 @@ class KelpctlTest : public testing::Test {
     }
 
     void secretFile(const std::string& name, const std::string& content) {
-        std::filesystem::permissions(folder.write(name, content), std::filesystem::perms::owner_read |
-                                                                      std::filesystem::perms::owner_write);
+        std::filesystem::permissions(
+            folder.write(name, content),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     }
     bool hasPassword(const std::string& user, const std::string& password) {
         return NS_CORBA::UserDatabase(database).passwordMatches(user, password, {8, 1});

@@ -1,16 +1,14 @@
 // kelpctl oplog and kelpctl audit on logs of the test's own.
 
-#include "kelpctl/moment.h"
-
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <kelp/oplog/security_log.h>
-
 #include <nlohmann/json.hpp>
 
 #include <sstream>
 #include <vector>
 
+#include "kelpctl/moment.h"
 #include "kelpctl_fixture.h"
 
 namespace kelp::test {
@@ -75,7 +73,8 @@ class LogCommands : public KelpctlTest {
         return record;
     }
     void tamper(const std::string& statement) {
-        SQLite::Database((folder / "oplog-audit.db").string(), SQLite::OPEN_READWRITE).exec(statement);
+        SQLite::Database((folder / "oplog-audit.db").string(), SQLite::OPEN_READWRITE)
+            .exec(statement);
     }
 };
 
@@ -86,10 +85,12 @@ TEST_F(LogCommands, OplogPrintsATable) {
     EXPECT_EQ(run.errors, "");
     const std::vector<std::string> lines = linesOf(run.output);
     ASSERT_THAT(lines, SizeIs(3));
-    EXPECT_THAT(lines[0], testing::MatchesRegex("TIME +USER +NMS +PEER +OPERATION +OBJECT +MS +OUTCOME"));
-    EXPECT_EQ(lines[1],
-              "2025-03-01T12:00:00.123Z  nms1          10.0.0.1:700           10.0.0.2:800           "
-              "getManager                            manager EMS           1.5       ok");
+    EXPECT_THAT(lines[0],
+                testing::MatchesRegex("TIME +USER +NMS +PEER +OPERATION +OBJECT +MS +OUTCOME"));
+    EXPECT_EQ(
+        lines[1],
+        "2025-03-01T12:00:00.123Z  nms1          10.0.0.1:700           10.0.0.2:800           "
+        "getManager                            manager EMS           1.5       ok");
     EXPECT_THAT(lines[2], HasSubstr("  a name much longer than its column is  manager EMS  "));
 }
 
@@ -100,8 +101,9 @@ TEST_F(LogCommands, OplogSearches) {
     failed.peer = "[::1]:9";
     makeOperationLog({request("getManager"), failed});
     for (const char* const condition :
-         {"--user nms2", "--operation getEMS", "--outcome failed", "--outcome EXCPT_ENTITY_NOT_FOUND",
-          "--address ::1", "--since 2025-03-01T13:00", "--newest 1", "--user nms2 --outcome failed"}) {
+         {"--user nms2", "--operation getEMS", "--outcome failed",
+          "--outcome EXCPT_ENTITY_NOT_FOUND", "--address ::1", "--since 2025-03-01T13:00",
+          "--newest 1", "--user nms2 --outcome failed"}) {
         const ToolRun run = kelpctl(std::string("oplog --json ") + condition);
         ASSERT_THAT(linesOf(run.output), SizeIs(1)) << condition << ": " << run;
         EXPECT_EQ(json::parse(run.output)["operation"], "getEMS") << condition;
@@ -114,11 +116,11 @@ TEST_F(LogCommands, OplogSearches) {
 
 TEST_F(LogCommands, OplogExportsCsv) {
     makeOperationLog({request("getManager", "a \"b\", c")});
-    EXPECT_EQ(
-        kelpctl("oplog --csv").output,
-        "id,time,user,nmsAddress,peer,operation,objectKind,object,outcome,detail,durationUs,missing,until\r\n"
-        "1,2025-03-01T12:00:00.123Z,\"a \"\"b\"\", "
-        "c\",10.0.0.1:700,10.0.0.2:800,getManager,manager,EMS,ok,,1500,,\r\n");
+    EXPECT_EQ(kelpctl("oplog --csv").output,
+              "id,time,user,nmsAddress,peer,operation,objectKind,object,outcome,detail,durationUs,"
+              "missing,until\r\n"
+              "1,2025-03-01T12:00:00.123Z,\"a \"\"b\"\", "
+              "c\",10.0.0.1:700,10.0.0.2:800,getManager,manager,EMS,ok,,1500,,\r\n");
 }
 
 TEST_F(LogCommands, ATableShowsTheNewestAndSaysSo) {
@@ -141,7 +143,8 @@ TEST_F(LogCommands, AGapStandsOutInATable) {
         .exec("UPDATE block SET missing = 42, until_ms = from_ms + 1000");
     EXPECT_THAT(
         kelpctl("oplog").output,
-        HasSubstr("2025-03-01T12:00:00.123Z  *** 42 record(s) missing until 2025-03-01T12:00:01.123Z\n"));
+        HasSubstr(
+            "2025-03-01T12:00:00.123Z  *** 42 record(s) missing until 2025-03-01T12:00:01.123Z\n"));
 }
 
 TEST_F(LogCommands, ALogThatIsBeingWrittenIsRead) {
@@ -165,7 +168,8 @@ TEST_F(LogCommands, FailuresSayWhyInOneLine) {
     EXPECT_TRUE(kelpctl("audit").failedWith(1, "oplog-audit.db does not exist"));
     EXPECT_TRUE(kelpctl("audit verify").failedWith(1, "oplog-audit.db does not exist"));
     makeOperationLog({request("getManager")});
-    EXPECT_TRUE(kelpctl("oplog --since yesterday").failedWith(1, "--since: \"yesterday\" is no time"));
+    EXPECT_TRUE(
+        kelpctl("oplog --since yesterday").failedWith(1, "--since: \"yesterday\" is no time"));
     EXPECT_TRUE(kelpctl("oplog --json --csv").failedWith(2, "--json"));
     EXPECT_TRUE(kelpctl("oplog --newest 0").failedWith(2, "--newest"));
     EXPECT_TRUE(kelpctl("audit --database oplog.db").failedWith(1, "is no security log"));
@@ -225,7 +229,8 @@ TEST_F(LogCommands, ACutTailIsFoundWithTheExportedHead) {
     EXPECT_THAT(linesOf(contentOf(folder / "heads")), SizeIs(2));
     EXPECT_EQ(kelpctl("audit verify --head heads").status, 0);
     tamper(
-        "DELETE FROM record WHERE id > 3; UPDATE head SET id = 3, hash = (SELECT hash FROM record WHERE id = "
+        "DELETE FROM record WHERE id > 3; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
+        "WHERE id = "
         "3)");
     // the file alone looks whole
     EXPECT_EQ(kelpctl("audit verify").status, 0);

@@ -1,8 +1,8 @@
+#include <optional>
+
 #include "kelpctl_fixture.h"
 #include "support/pseudo_terminal.h"
 #include "support/wait_until.h"
-
-#include <optional>
 
 using kelp::test::KelpctlTest;
 using kelp::test::PseudoTerminal;
@@ -13,8 +13,8 @@ namespace {
 class AtTerminal : public KelpctlTest {
   protected:
     void start(const std::string& command, const std::string& user) {
-        terminal.emplace(std::vector<std::string>{KELPCTL, "--config", (folder.path() / "kelp.toml").string(),
-                                                  "user", command, user});
+        terminal.emplace(std::vector<std::string>{
+            KELPCTL, "--config", (folder.path() / "kelp.toml").string(), "user", command, user});
     }
     bool isShown(const std::string& text) { return terminal->isShown(text); }
     bool type(const std::string& text) { return terminal->type(text); }

@@ -28,9 +28,10 @@ TEST_F(UserCommands, ThePasswordIsTheFilesFirstLine) {
 
 TEST_F(UserCommands, NoPasswordIsRefused) {
     secretFile("empty", "\nsecond\n");
+    EXPECT_TRUE(kelpctl("user add nms1 --password-file empty")
+                    .failedWith(1, "the password must not be empty"));
     EXPECT_TRUE(
-        kelpctl("user add nms1 --password-file empty").failedWith(1, "the password must not be empty"));
-    EXPECT_TRUE(kelpctl("user add nms1 --password-file missing").failedWith(1, "missing: No such file"));
+        kelpctl("user add nms1 --password-file missing").failedWith(1, "missing: No such file"));
     const ToolRun run = kelpctl("user add nms1");
     EXPECT_TRUE(run.failedWith(1, "use --password-file")) << run;
 }
@@ -38,7 +39,8 @@ TEST_F(UserCommands, NoPasswordIsRefused) {
 TEST_F(UserCommands, AShortPasswordIsTakenOnlyByForce) {
     secretFile("seven", "1234567\n");
     secretFile("eight", "12345678\n");
-    const char* const refusal = "the password must have at least 8 characters; --force takes a shorter one";
+    const char* const refusal =
+        "the password must have at least 8 characters; --force takes a shorter one";
     EXPECT_TRUE(kelpctl("user add nms1 --password-file seven").failedWith(1, refusal));
     EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
     EXPECT_EQ(kelpctl("user add nms1 --password-file eight").status, 0);
@@ -55,13 +57,14 @@ TEST_F(UserCommands, AShortPasswordIsTakenOnlyByForce) {
 TEST_F(UserCommands, APasswordsLengthIsCountedInCharactersAndItsLimitInOctets) {
     secretFile("seven", "\u00e4\u00f6\u00fc\u00df\u20ac\u00e9\u00e8\n");
     secretFile("eight", "\u00e4\u00f6\u00fc\u00df\u20ac\u00e9\u00e8\u00ea\n");
-    EXPECT_TRUE(kelpctl("user add nms1 --password-file seven").failedWith(1, "at least 8 characters"));
+    EXPECT_TRUE(
+        kelpctl("user add nms1 --password-file seven").failedWith(1, "at least 8 characters"));
     EXPECT_EQ(kelpctl("user add nms1 --password-file eight").status, 0);
     secretFile("longest", std::string(1024, 'x') + "\n");
     secretFile("too-long", std::string(1025, 'x') + "\n");
     EXPECT_EQ(kelpctl("user passwd nms1 --password-file longest").status, 0);
-    EXPECT_TRUE(
-        kelpctl("user passwd nms1 --force --password-file too-long").failedWith(1, "at most 1024 bytes"));
+    EXPECT_TRUE(kelpctl("user passwd nms1 --force --password-file too-long")
+                    .failedWith(1, "at most 1024 bytes"));
 }
 
 TEST_F(UserCommands, AConfigurationOrDatabaseThatOthersCanWriteIsRefused) {
@@ -69,13 +72,15 @@ TEST_F(UserCommands, AConfigurationOrDatabaseThatOthersCanWriteIsRefused) {
     using std::filesystem::perms;
     std::filesystem::permissions(database, perms::others_write, std::filesystem::perm_options::add);
     EXPECT_TRUE(
-        kelpctl("user list").failedWith(1, database.string() + ": it can be written by others (mode 0602)"));
+        kelpctl("user list")
+            .failedWith(1, database.string() + ": it can be written by others (mode 0602)"));
     EXPECT_TRUE(kelpctl("user add nms2 --password-file pw")
                     .failedWith(1, database.string() + ": can be written by others (mode 0602)"));
     std::filesystem::permissions(database, perms::owner_read | perms::owner_write);
     EXPECT_EQ(kelpctl("user list").status, 0);
     std::filesystem::permissions(folder / "kelp.toml", perms::all);
-    EXPECT_TRUE(kelpctl("user list").failedWith(1, "kelp.toml: can be written by others (mode 0777)"));
+    EXPECT_TRUE(
+        kelpctl("user list").failedWith(1, "kelp.toml: can be written by others (mode 0777)"));
 }
 
 TEST_F(UserCommands, APasswordFileThatOthersCanReadIsWarnedAbout) {
@@ -131,7 +136,8 @@ TEST_F(UserCommands, ListSpeaksJson) {
     EXPECT_EQ(users[0].at("state"), "disabled");
     EXPECT_TRUE(users[0].at("expires").is_null());
     EXPECT_GT(users[0].at("id").get<int>(), 0);
-    EXPECT_EQ(users[0].at("created").get<std::string>().size(), std::string("2025-03-01T12:00:00Z").size());
+    EXPECT_EQ(users[0].at("created").get<std::string>().size(),
+              std::string("2025-03-01T12:00:00Z").size());
     EXPECT_EQ(run.output.find("argon2"), std::string::npos);
 }
 
@@ -160,7 +166,9 @@ TEST_F(UserCommands, DisableAndEnableSwitchTheAccount) {
 
 TEST_F(UserCommands, ExpireSaysWhenTheAccountEnds) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
-    const auto expiry = [this] { return NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc; };
+    const auto expiry = [this] {
+        return NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc;
+    };
     EXPECT_EQ(expiry(), std::nullopt);
     EXPECT_EQ(kelpctl("user expire nms1 2100-03-01").output,
               "user \"nms1\" expires at 2100-03-01T00:00:00Z\n");
@@ -177,8 +185,8 @@ TEST_F(UserCommands, ExpireSaysWhenTheAccountEnds) {
 
 TEST_F(UserCommands, ATimeThatIsNoneIsRefused) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
-    for (const char* time : {"soon", "2100-02-30", "2100-13-01", "2100-03-01T24:60:00Z", "2100-03-01 12:00",
-                             "2100-03-01T12:00:00", ""}) {
+    for (const char* time : {"soon", "2100-02-30", "2100-13-01", "2100-03-01T24:60:00Z",
+                             "2100-03-01 12:00", "2100-03-01T12:00:00", ""}) {
         const ToolRun run = kelpctl(std::string("user expire nms1 ") + "'" + time + "'");
         EXPECT_TRUE(run.failedWith(1, "is no time")) << time << ": " << run;
     }
@@ -190,11 +198,14 @@ TEST_F(UserCommands, NetworksSayWhereTheUserMayLogInFrom) {
     EXPECT_NE(kelpctl("user list").output.find("  any\n"), std::string::npos);
     EXPECT_EQ(kelpctl("user networks nms1 10.1.0.0/16 2001:db8::/32").output,
               "user \"nms1\" may log in from: 10.1.0.0/16 2001:db8::/32\n");
-    EXPECT_NE(kelpctl("user list").output.find("  10.1.0.0/16 2001:db8::/32  any\n"), std::string::npos);
-    EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("networks").size(), 2u);
+    EXPECT_NE(kelpctl("user list").output.find("  10.1.0.0/16 2001:db8::/32  any\n"),
+              std::string::npos);
+    EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("networks").size(),
+              2u);
     const ToolRun run = kelpctl("user networks nms1 10.1.0.0/33");
     EXPECT_TRUE(run.failedWith(1, "\"10.1.0.0/33\" needs a prefix length from 0 to 32")) << run;
-    EXPECT_TRUE(kelpctl("user networks nms1 nms.example").failedWith(1, "neither an IPv4 nor an IPv6"));
+    EXPECT_TRUE(
+        kelpctl("user networks nms1 nms.example").failedWith(1, "neither an IPv4 nor an IPv6"));
     EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->networks.size(), 2u);
     EXPECT_EQ(kelpctl("user networks nms1 any").output, "user \"nms1\" may log in from: any\n");
     EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->networks.empty());
@@ -204,16 +215,19 @@ TEST_F(UserCommands, TlsBindsTheUserToCertificates) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     EXPECT_EQ(kelpctl("user tls nms1 --subject 'cn=nms1, O=Operator' --subject CN=standby").output,
               "user \"nms1\" may log in with a certificate of: CN=nms1,O=Operator; CN=standby\n");
-    EXPECT_NE(kelpctl("user list").output.find("  any              CN=nms1,O=Operator; CN=standby\n"),
-              std::string::npos);
+    EXPECT_NE(
+        kelpctl("user list").output.find("  any              CN=nms1,O=Operator; CN=standby\n"),
+        std::string::npos);
     EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("subjects"),
               nlohmann::json::parse(R"(["CN=nms1,O=Operator", "CN=standby"])"));
     EXPECT_TRUE(kelpctl("user tls nms1 --subject nms1").failedWith(1, "\"nms1\" is no subject"));
     for (const char* const nonsense : {"user tls nms1", "user tls nms1 --any --subject CN=a"})
-        EXPECT_TRUE(kelpctl(nonsense).failedWith(1, "say either --subject, once or more often, or --any"))
+        EXPECT_TRUE(
+            kelpctl(nonsense).failedWith(1, "say either --subject, once or more often, or --any"))
             << nonsense;
     EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->subjects.size(), 2u);
-    EXPECT_EQ(kelpctl("user tls nms1 --any").output, "user \"nms1\" may log in with a certificate of: any\n");
+    EXPECT_EQ(kelpctl("user tls nms1 --any").output,
+              "user \"nms1\" may log in with a certificate of: any\n");
     EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->subjects.empty());
 }
 
@@ -241,8 +255,9 @@ TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {
 }
 
 TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
-    for (const char* command : {"list", "disable nms1", "enable nms1", "remove nms1", "expire nms1 now",
-                                "networks nms1 any", "tls nms1 --any", "unlock nms1"}) {
+    for (const char* command :
+         {"list", "disable nms1", "enable nms1", "remove nms1", "expire nms1 now",
+          "networks nms1 any", "tls nms1 --any", "unlock nms1"}) {
         const ToolRun run = kelpctl(std::string("user ") + command);
         EXPECT_TRUE(run.failedWith(1, "users.db does not exist")) << command << ": " << run;
     }
@@ -250,11 +265,13 @@ TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
 }
 
 TEST_F(UserCommands, TheDatabaseIsTheOneToldElseTheOneConfigured) {
-    folder.write("other.toml",
-                 "[security]\ndatabase = \"configured.db\"\nhash_memory_kib = 8\nhash_passes = 1\n");
+    folder.write(
+        "other.toml",
+        "[security]\ndatabase = \"configured.db\"\nhash_memory_kib = 8\nhash_passes = 1\n");
     ASSERT_EQ(tool("--config other.toml user add nms1 --password-file pw").status, 0);
     EXPECT_TRUE(std::filesystem::exists(folder.path() / "configured.db"));
-    ASSERT_EQ(tool("user --database told.db add nms1 --password-file pw --config other.toml").status, 0);
+    ASSERT_EQ(
+        tool("user --database told.db add nms1 --password-file pw --config other.toml").status, 0);
     EXPECT_TRUE(std::filesystem::exists(folder.path() / "told.db"));
     EXPECT_FALSE(std::filesystem::exists(database));
 }

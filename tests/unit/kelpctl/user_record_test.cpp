@@ -2,10 +2,9 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 #include <pwd.h>
 #include <unistd.h>
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <sstream>
@@ -32,7 +31,8 @@ class UserRecords : public KelpctlTest {
         std::istringstream lines(run.output);
         for (std::string line; std::getline(lines, line);)
             all.push_back(json::parse(line));
-        std::sort(all.begin(), all.end(), [](const json& a, const json& b) { return a["id"] < b["id"]; });
+        std::sort(all.begin(), all.end(),
+                  [](const json& a, const json& b) { return a["id"] < b["id"]; });
         return all;
     }
     std::string logsBytes() const {
@@ -61,7 +61,8 @@ TEST_F(UserRecords, EveryChangeLeavesOneRecord) {
         {"expire nms1 2100-03-01", "expire 2100-03-01"},
         {"networks nms1 10.1.0.0/16 2001:db8::/32", "networks 10.1.0.0/16 2001:db8::/32"},
         {"networks nms1 any", "networks any"},
-        {"tls nms1 --subject CN=nms1,O=Operator --subject CN=standby", "tls CN=nms1,O=Operator; CN=standby"},
+        {"tls nms1 --subject CN=nms1,O=Operator --subject CN=standby",
+         "tls CN=nms1,O=Operator; CN=standby"},
         {"tls nms1 --any", "tls any"},
         {"unlock nms1", "unlock"},
         {"remove nms1", "remove"},
@@ -150,9 +151,8 @@ TEST_F(UserRecords, AChangeHoldsWhenTheLogCannotTellOfItAndTheToolSaysSo) {
     const ToolRun added = kelpctl("user add nms1 --password-file pw");
     EXPECT_EQ(added.status, 3) << added;
     EXPECT_EQ(added.output, "user \"nms1\" added\n");
-    EXPECT_THAT(
-        added.errors,
-        HasSubstr("kelpctl: done, but the security log cannot tell of it: " + log.string() + " is damaged"));
+    EXPECT_THAT(added.errors, HasSubstr("kelpctl: done, but the security log cannot tell of it: " +
+                                        log.string() + " is damaged"));
     EXPECT_TRUE(hasPassword("nms1", "old secret"));
     EXPECT_EQ(contentOf(log), std::string(10000, 'g'));
 }
@@ -163,7 +163,9 @@ TEST_F(UserRecords, AnotherProgramsFileIsNoLogAndStaysAsItIs) {
     const ToolRun added = kelpctl("user add nms1 --password-file pw");
     EXPECT_EQ(added.status, 3) << added;
     EXPECT_THAT(added.errors, EndsWith("oplog-audit.db is no security log\n"));
-    EXPECT_EQ(SQLite::Database(log.string()).execAndGet("SELECT count(*) FROM sqlite_schema").getInt(), 1);
+    EXPECT_EQ(
+        SQLite::Database(log.string()).execAndGet("SELECT count(*) FROM sqlite_schema").getInt(),
+        1);
 }
 
 TEST_F(UserRecords, ALockedLogIsNamed) {
@@ -186,8 +188,8 @@ TEST_F(UserRecords, AFailureIsAFailureWhetherTheLogTellsOfItOrNot) {
     const ToolRun run = kelpctl("user disable nobody");
     EXPECT_EQ(run.status, 1) << run;
     EXPECT_THAT(run.output, IsEmpty());
-    EXPECT_THAT(run.errors,
-                HasSubstr("kelpctl: the security log cannot tell of this: " + log.string() + " is damaged"));
+    EXPECT_THAT(run.errors, HasSubstr("kelpctl: the security log cannot tell of this: " +
+                                      log.string() + " is damaged"));
     EXPECT_THAT(run.errors, EndsWith("kelpctl: there is no user \"nobody\"\n"));
 }
 

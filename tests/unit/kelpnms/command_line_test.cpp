@@ -1,9 +1,9 @@
+#include <gtest/gtest.h>
+
 #include "harness/child_process.h"
 #include "harness/log_file.h"
 #include "harness/scratch_dir.h"
 #include "support/tcp_peers.h"
-
-#include <gtest/gtest.h>
 
 namespace kelp::test {
 namespace {
@@ -40,7 +40,9 @@ TEST_F(KelpnmsCommandLineTest, LogInNeedsAPassword) {
 
 TEST_F(KelpnmsCommandLineTest, EmptyPasswordFileIsNamed) {
     writeFile(scratch_ / "password", "");
-    EXPECT_EQ(run({"--user", "demo", "--password-file", (scratch_ / "password").string(), "managers"}), 2);
+    EXPECT_EQ(
+        run({"--user", "demo", "--password-file", (scratch_ / "password").string(), "managers"}),
+        2);
     EXPECT_TRUE(output_.contains((scratch_ / "password").string())) << output_.text();
 }
 
@@ -76,13 +78,16 @@ TEST_F(KelpnmsCommandLineTest, FormatsAndBatchesAreChecked) {
     EXPECT_TRUE(output_.contains("--format")) << output_.text();
     EXPECT_EQ(run({"--user", "demo", "ports", "--batch", "0"}), 2);
     EXPECT_TRUE(output_.contains("--batch")) << output_.text();
-    EXPECT_EQ(run({"--user", "demo", "links", "--from", "NE-1"}), 2) << "links belong to no element";
-    EXPECT_EQ(run({"--user", "demo", "dump", "--format", "csv"}), 2) << "a dump has objects of many kinds";
+    EXPECT_EQ(run({"--user", "demo", "links", "--from", "NE-1"}), 2)
+        << "links belong to no element";
+    EXPECT_EQ(run({"--user", "demo", "dump", "--format", "csv"}), 2)
+        << "a dump has objects of many kinds";
 }
 
 TEST_F(KelpnmsCommandLineTest, HelpDocumentsTheExitCodes) {
     EXPECT_EQ(run({"--help"}), 0);
-    EXPECT_TRUE(output_.containsInOrder({"Examples:", "Exit codes:", "4  the EMS refused the log-in"}));
+    EXPECT_TRUE(
+        output_.containsInOrder({"Examples:", "Exit codes:", "4  the EMS refused the log-in"}));
 }
 
 TEST_F(KelpnmsCommandLineTest, VersionIsTold) {

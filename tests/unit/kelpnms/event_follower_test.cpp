@@ -1,12 +1,12 @@
 #include "events/event_follower.h"
 
-#include "events/backoff.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <kelp/nms/error.h>
 
 #include <vector>
+
+#include "events/backoff.h"
 
 namespace kelp::nms {
 namespace {
@@ -22,7 +22,8 @@ LoginRefused refusal(globaldefs::ExceptionType_T type) {
     return LoginRefused("log-in", raised);
 }
 
-/// A follower of an EMS that is made up by the test. `story_` is what happened to links and to the observer.
+/// A follower of an EMS that is made up by the test. `story_` is what happened to links and to the
+/// observer.
 class EventFollowerTest : public testing::Test, protected FollowObserver {
   protected:
     /// What the EMS does; each is called with the link's number, from 1 on.
@@ -47,7 +48,9 @@ class EventFollowerTest : public testing::Test, protected FollowObserver {
     void lose(int link, bool sessionIsGone = true) {
         lost_.at(static_cast<std::size_t>(link - 1))({"said so", sessionIsGone});
     }
-    void tell(const std::string& what, int number) { story_.push_back(what + " " + std::to_string(number)); }
+    void tell(const std::string& what, int number) {
+        story_.push_back(what + " " + std::to_string(number));
+    }
 
     class FakeLink : public EventLink {
       public:

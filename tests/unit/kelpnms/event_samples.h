@@ -1,8 +1,8 @@
 #pragma once
 
-#include "events/event_record.h"
-
 #include <string>
+
+#include "events/event_record.h"
 
 namespace kelp::nms {
 
@@ -17,7 +17,8 @@ inline EventRecord heartbeat() {
 inline EventRecord alarm(const std::string& id, const std::string& severity = "PS_MAJOR") {
     return {"NT_ALARM",
             {{"notificationId", id},
-             {"objectName", {{"EMS", "Kelp/EMS"}, {"ManagedElement", "ne-1"}, {"PTP", "/rack=1/shelf=2"}}},
+             {"objectName",
+              {{"EMS", "Kelp/EMS"}, {"ManagedElement", "ne-1"}, {"PTP", "/rack=1/shelf=2"}}},
              {"objectType", "OT_PHYSICAL_TERMINATION_POINT"},
              {"probableCause", "LOS"},
              {"perceivedSeverity", severity},

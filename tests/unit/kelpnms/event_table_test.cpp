@@ -1,15 +1,16 @@
 #include "events/event_table.h"
 
-#include "text/display_text.h"
-#include "event_samples.h"
-
 #include <gtest/gtest.h>
+
+#include "event_samples.h"
+#include "text/display_text.h"
 
 namespace kelp::nms {
 namespace {
 
 EventCells cells(const std::string& text = "no light") {
-    return {"07:30:00", "MAJOR", "NT_ALARM", "ManagedElement=ne-1, PTP=/rack=1/shelf=2/slot=3", "LOS", text};
+    return {"07:30:00", "MAJOR", "NT_ALARM", "ManagedElement=ne-1, PTP=/rack=1/shelf=2/slot=3",
+            "LOS",      text};
 }
 
 TEST(EventTableTest, NoLineIsWiderThanTheTerminal) {
@@ -80,7 +81,8 @@ TEST(EventCellsTest, AlarmIsShownByObjectCauseAndText) {
     const EventCells shown = cellsOf(alarm("1", "PS_CRITICAL"));
     EXPECT_EQ(shown.severity, "CRITICAL");
     EXPECT_EQ(shown.type, "NT_ALARM");
-    EXPECT_EQ(shown.object, "ManagedElement=ne-1, PTP=/rack=1/shelf=2") << "all of it lies in the EMS";
+    EXPECT_EQ(shown.object, "ManagedElement=ne-1, PTP=/rack=1/shelf=2")
+        << "all of it lies in the EMS";
     EXPECT_EQ(shown.cause, "LOS");
     EXPECT_EQ(shown.text, "no light");
 }
@@ -112,9 +114,10 @@ TEST(EventCellsTest, OtherTypesAreShownByTheLikeOfIt) {
                  {{"switchReason", "SR_MANUAL"}, {"protectedTP", {{"EMS", "e"}, {"PTP", "p"}}}}});
     EXPECT_EQ(protection.object, "PTP=p");
     EXPECT_EQ(protection.cause, "SR_MANUAL");
-    const EventCells transfer =
-        cellsOf({"NT_FILE_TRANSFER_STATUS",
-                 {{"fileName", "pm.csv"}, {"transferStatus", "FT_FAILED"}, {"failureReason", "disk full"}}});
+    const EventCells transfer = cellsOf({"NT_FILE_TRANSFER_STATUS",
+                                         {{"fileName", "pm.csv"},
+                                          {"transferStatus", "FT_FAILED"},
+                                          {"failureReason", "disk full"}}});
     EXPECT_EQ(transfer.object, "pm.csv");
     EXPECT_EQ(transfer.cause, "FT_FAILED");
     EXPECT_EQ(transfer.text, "disk full");

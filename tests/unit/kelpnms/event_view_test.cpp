@@ -1,10 +1,10 @@
 #include "events/event_view.h"
 
-#include "event_samples.h"
-
 #include <gtest/gtest.h>
 
 #include <vector>
+
+#include "event_samples.h"
 
 namespace kelp::nms {
 namespace {
@@ -118,7 +118,8 @@ TEST_F(EventViewTest, LossIsToldWithTheAdviceToResynchronise) {
     EXPECT_EQ(lastJson()["event"], "eventLossOccurred");
     EXPECT_EQ(lastJson()["startTime"], "20261121073000.0Z");
     EXPECT_EQ(lastJson()["notificationId"], "4711");
-    EXPECT_NE(lastJson()["advice"].get<std::string>().find("resynchronise when"), std::string::npos);
+    EXPECT_NE(lastJson()["advice"].get<std::string>().find("resynchronise when"),
+              std::string::npos);
     view.eventLossCleared("20261121073100.0Z");
     EXPECT_EQ(lastJson()["event"], "eventLossCleared");
     EXPECT_EQ(lastJson()["endTime"], "20261121073100.0Z");
@@ -131,12 +132,14 @@ TEST_F(EventViewTest, LossIsToldWithTheAdviceToResynchronise) {
 TEST_F(EventViewTest, NoticeIsWholeOnANarrowTerminalToo) {
     EventView& view = begin(false, false, 40);
     view.eventLossOccurred("20261121073000.0Z", "47\n11");
-    EXPECT_NE(last().find(" *** eventLossOccurred  startTime 20261121073000.0Z  notificationId 47\\n11  ("),
+    EXPECT_NE(last().find(
+                  " *** eventLossOccurred  startTime 20261121073000.0Z  notificationId 47\\n11  ("),
               std::string::npos)
         << last();
     view.reconnected(std::chrono::milliseconds(12340));
-    EXPECT_NE(last().find(std::string(" *** reconnected  awaySeconds 12.3  (") + kResynchronise + ")"),
-              std::string::npos)
+    EXPECT_NE(
+        last().find(std::string(" *** reconnected  awaySeconds 12.3  (") + kResynchronise + ")"),
+        std::string::npos)
         << last();
 }
 

@@ -1,8 +1,8 @@
 #include "events/gap_detector.h"
 
-#include "event_samples.h"
-
 #include <gtest/gtest.h>
+
+#include "event_samples.h"
 
 namespace kelp::nms {
 namespace {
@@ -18,8 +18,12 @@ class GapDetectorTest : public testing::Test {
         gaps.connecting();
         gaps.silenceBegins(at(0ms));
     }
-    bool isDuplicate(const EventRecord& event) { return gaps_.eventCame(event, at(1s)).isDuplicate; }
-    std::size_t notices(const EventRecord& event) { return gaps_.eventCame(event, at(1s)).notices.size(); }
+    bool isDuplicate(const EventRecord& event) {
+        return gaps_.eventCame(event, at(1s)).isDuplicate;
+    }
+    std::size_t notices(const EventRecord& event) {
+        return gaps_.eventCame(event, at(1s)).notices.size();
+    }
 
     void SetUp() override { begin(gaps_); }
     GapDetector gaps_{std::nullopt};

@@ -28,8 +28,8 @@ TEST(LocalAddressTest, HostAndPortComeOutOfACorbaloc) {
 }
 
 TEST(LocalAddressTest, TextsWithoutAHostAreRefused) {
-    for (const char* text : {"", "NameService", "corbaloc:", "corbaloc:iiop:/NameService", "corbaname:rir:#a",
-                             "IOR:00", "corbaloc:iiop:[::1/NameService"}) {
+    for (const char* text : {"", "NameService", "corbaloc:", "corbaloc:iiop:/NameService",
+                             "corbaname:rir:#a", "IOR:00", "corbaloc:iiop:[::1/NameService"}) {
         std::string host;
         std::string port;
         EXPECT_FALSE(namingAddress(text, host, port)) << text;
@@ -61,7 +61,8 @@ TEST(ProcessingFailureTest, ExceptionIsToldByTypeAndReason) {
 
 TEST(ProcessingFailureTest, ExceptionTypesHaveTheStandardsNames) {
     EXPECT_EQ(exceptionTypeName(globaldefs::EXCPT_NOT_IMPLEMENTED), "EXCPT_NOT_IMPLEMENTED");
-    EXPECT_EQ(exceptionTypeName(globaldefs::EXCPT_TP_INVALID_ENDPOINT), "EXCPT_TP_INVALID_ENDPOINT");
+    EXPECT_EQ(exceptionTypeName(globaldefs::EXCPT_TP_INVALID_ENDPOINT),
+              "EXCPT_TP_INVALID_ENDPOINT");
     EXPECT_EQ(exceptionTypeName(globaldefs::EXCPT_USERLABEL_IN_USE), "EXCPT_USERLABEL_IN_USE");
 }
 

@@ -28,7 +28,9 @@ class PlantedTree : public NamingTree {
             throw std::runtime_error("cannot be listed");
         return entries_[toText(context)];
     }
-    bool isFactory(const NamingPath& object) override { return factories_.count(toText(object)) != 0; }
+    bool isFactory(const NamingPath& object) override {
+        return factories_.count(toText(object)) != 0;
+    }
 
     int listings = 0;
 

@@ -1,11 +1,11 @@
 #include "upload/network_json.h"
 
-#include "network_samples.h"
-#include "upload/record_layout.h"
-
 #include <gmock/gmock.h>
 
 #include <set>
+
+#include "network_samples.h"
+#include "upload/record_layout.h"
 
 namespace kelp::nms {
 namespace {
@@ -32,9 +32,10 @@ TEST(NetworkJsonTest, PortHasItsLayersWithTheirParameters) {
     EXPECT_EQ(json["direction"], "D_SINK");
     EXPECT_EQ(json["tpProtectionAssociation"], "TPPA_PSR_RELATED");
     EXPECT_EQ(json["edgePoint"], true);
-    EXPECT_EQ(lineOf(json["transmissionParams"]),
-              R"([{"layer":47,"transmissionParams":[]},)"
-              R"({"layer":22,"transmissionParams":[{"name":"TrailTraceExpectedRx","value":"x"}]}])");
+    EXPECT_EQ(
+        lineOf(json["transmissionParams"]),
+        R"([{"layer":47,"transmissionParams":[]},)"
+        R"({"layer":22,"transmissionParams":[{"name":"TrailTraceExpectedRx","value":"x"}]}])");
     EXPECT_EQ(json["ingressTrafficDescriptorName"][1]["value"], "in");
     EXPECT_EQ(json["egressTrafficDescriptorName"][1]["value"], "out");
 }
@@ -109,12 +110,12 @@ TEST(RecordLayoutTest, RowsArePlain) {
     EXPECT_THAT(cells(portLayout(), jsonOf(samplePort())),
                 ElementsAre("NE-1", "/shelf=1/port=1", "to NE-2", "SINK", "BI_CONNECTED",
                             "PHYSICAL_OPTICAL Section_OC48_STS48_and_RS_STM16"));
-    EXPECT_THAT(
-        cells(equipmentLayout(), jsonOf(sampleHolder())),
-        ElementsAre("NE-1", "/shelf=1/slot=1", "", "slot", "MISMATCH_OF_INSTALLED_AND_EXPECTED", "", ""));
-    EXPECT_THAT(
-        cells(equipmentLayout(), jsonOf(sampleEquipment())),
-        ElementsAre("NE-1", "/shelf=1/slot=1", "1", "LN64", "OUT_OF_SERVICE_BY_MAINTENANCE", "S", ""));
+    EXPECT_THAT(cells(equipmentLayout(), jsonOf(sampleHolder())),
+                ElementsAre("NE-1", "/shelf=1/slot=1", "", "slot",
+                            "MISMATCH_OF_INSTALLED_AND_EXPECTED", "", ""));
+    EXPECT_THAT(cells(equipmentLayout(), jsonOf(sampleEquipment())),
+                ElementsAre("NE-1", "/shelf=1/slot=1", "1", "LN64", "OUT_OF_SERVICE_BY_MAINTENANCE",
+                            "S", ""));
     EXPECT_THAT(cells(linkLayout(), jsonOf(sampleLink())),
                 ElementsAre("1", "NE-1 /port=1", "NE-2 /ftp=2/e1=3", "10007", "UNI", ""));
 }

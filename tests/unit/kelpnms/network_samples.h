@@ -13,7 +13,8 @@ namespace kelp::nms {
 
 /// Structures as an EMS gives them, with every attribute set.
 
-inline globaldefs::NVSList_T pairs(std::initializer_list<std::pair<const char*, const char*>> parts) {
+inline globaldefs::NVSList_T pairs(
+    std::initializer_list<std::pair<const char*, const char*>> parts) {
     globaldefs::NVSList_T list;
     list.length(static_cast<CORBA::ULong>(parts.size()));
     CORBA::ULong i = 0;
@@ -44,7 +45,8 @@ inline managedElement::ManagedElement_T sampleElement() {
 
 inline terminationPoint::TerminationPoint_T samplePort() {
     terminationPoint::TerminationPoint_T port;
-    port.name = pairs({{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-1"}, {"PTP", "/shelf=1/port=1"}});
+    port.name =
+        pairs({{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-1"}, {"PTP", "/shelf=1/port=1"}});
     port.userLabel = "to NE-2";
     port.ingressTrafficDescriptorName = pairs({{"EMS", "Kelp/EMS"}, {"TrafficDescriptor", "in"}});
     port.egressTrafficDescriptorName = pairs({{"EMS", "Kelp/EMS"}, {"TrafficDescriptor", "out"}});
@@ -63,8 +65,8 @@ inline terminationPoint::TerminationPoint_T samplePort() {
 
 inline equipment::EquipmentHolder_T sampleHolder() {
     equipment::EquipmentHolder_T holder;
-    holder.name =
-        pairs({{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-1"}, {"EquipmentHolder", "/shelf=1/slot=1"}});
+    holder.name = pairs(
+        {{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-1"}, {"EquipmentHolder", "/shelf=1/slot=1"}});
     holder.alarmReportingIndicator = true;
     holder.holderType = "slot";
     holder.expectedOrInstalledEquipment = pairs({{"Equipment", "1"}});
@@ -97,8 +99,8 @@ inline topologicalLink::TopologicalLink_T sampleLink() {
     link.direction = globaldefs::CD_UNI;
     link.rate = 10007;
     link.aEndTP = pairs({{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-1"}, {"PTP", "/port=1"}});
-    link.zEndTP =
-        pairs({{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-2"}, {"FTP", "/ftp=2"}, {"CTP", "/e1=3"}});
+    link.zEndTP = pairs(
+        {{"EMS", "Kelp/EMS"}, {"ManagedElement", "NE-2"}, {"FTP", "/ftp=2"}, {"CTP", "/e1=3"}});
     return link;
 }
 

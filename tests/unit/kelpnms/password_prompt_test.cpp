@@ -1,9 +1,9 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
 #include "support/pseudo_terminal.h"
 #include "support/tcp_peers.h"
 #include "support/wait_until.h"
-
-#include <gtest/gtest.h>
-#include <signal.h>
 
 namespace kelp::test {
 namespace {
@@ -11,10 +11,10 @@ namespace {
 /// kelpnms at a terminal that the test types at, where there is no naming service.
 class PasswordPromptTest : public testing::Test {
   protected:
-    PseudoTerminal terminal_{
-        {KELPNMS, "--naming", "127.0.0.1:" + std::to_string(freePort()), "--user", "demo", "managers"},
-        80,
-        {{"KELPNMS_USER", ""}}};
+    PseudoTerminal terminal_{{KELPNMS, "--naming", "127.0.0.1:" + std::to_string(freePort()),
+                              "--user", "demo", "managers"},
+                             80,
+                             {{"KELPNMS_USER", ""}}};
 };
 
 TEST_F(PasswordPromptTest, PasswordIsNotShown) {

@@ -1,13 +1,13 @@
 #include "upload/record_writer.h"
 
-#include "upload/cut_short.h"
-#include "text/display_text.h"
-#include "upload/network_json.h"
-#include "network_samples.h"
-
 #include <gmock/gmock.h>
 
 #include <sstream>
+
+#include "network_samples.h"
+#include "text/display_text.h"
+#include "upload/cut_short.h"
+#include "upload/network_json.h"
 
 namespace kelp::nms {
 namespace {
@@ -48,15 +48,19 @@ TEST_F(RecordWriterTest, CsvQuotesAndEndsLinesAsTheRfcSays) {
         "EMS,ManagedElement,name,userLabel,nativeEMSName,owner,location,version,productName,"
         "communicationState,emsInSyncState,supportedRates,additionalInfo\r\n"
         "Kelp/EMS,NE-1,\"[{\"\"name\"\":\"\"EMS\"\",\"\"value\"\":\"\"Kelp/EMS\"\"},{\"\"name\"\":"
-        "\"\"ManagedElement\"\",\"\"value\"\":\"\"NE-1\"\"}]\",\"North, \"\"old\"\" exchange\",native,owner,"
-        "\"Street 1\r\nTown\",R4,KX,CS_UNAVAILABLE,true,\"[15,11]\",\"[{\"\"name\"\":\"\"b\"\",\"\"value\"\":"
-        "\"\"1\"\"},{\"\"name\"\":\"\"a\"\",\"\"value\"\":\"\"2\"\"},{\"\"name\"\":\"\"b\"\",\"\"value\"\":"
+        "\"\"ManagedElement\"\",\"\"value\"\":\"\"NE-1\"\"}]\",\"North, \"\"old\"\" "
+        "exchange\",native,owner,"
+        "\"Street "
+        "1\r\nTown\",R4,KX,CS_UNAVAILABLE,true,\"[15,11]\",\"[{\"\"name\"\":\"\"b\"\","
+        "\"\"value\"\":"
+        "\"\"1\"\"},{\"\"name\"\":\"\"a\"\",\"\"value\"\":\"\"2\"\"},{\"\"name\"\":\"\"b\"\","
+        "\"\"value\"\":"
         "\"\"3\"\"}]\"\r\n");
 }
 
 TEST_F(RecordWriterTest, CsvOfTwoKindsLeavesEmptyWhatOneDoesNotHave) {
-    const auto rows = lines(
-        written(Format::Csv, equipmentLayout(), 0, {jsonOf(sampleHolder()), jsonOf(sampleEquipment())}));
+    const auto rows = lines(written(Format::Csv, equipmentLayout(), 0,
+                                    {jsonOf(sampleHolder()), jsonOf(sampleEquipment())}));
     ASSERT_EQ(rows.size(), 3u);
     EXPECT_THAT(rows[1], StartsWith("Kelp/EMS,NE-1,/shelf=1/slot=1,,EquipmentHolder,"));
     EXPECT_THAT(rows[2], StartsWith("Kelp/EMS,NE-1,/shelf=1/slot=1,1,Equipment,"));
@@ -80,8 +84,8 @@ TEST_F(RecordWriterTest, TablesLinesFitTheTerminal) {
 
 TEST_F(RecordWriterTest, TableElsewhereCutsNothing) {
     const std::string name(100, 'x');
-    const auto rows =
-        lines(written(Format::Table, elementLayout(), 0, {elementNamed("NE-1"), elementNamed(name.c_str())}));
+    const auto rows = lines(written(Format::Table, elementLayout(), 0,
+                                    {elementNamed("NE-1"), elementNamed(name.c_str())}));
     ASSERT_EQ(rows.size(), 3u);
     EXPECT_THAT(rows[2], StartsWith(name + "  North"));
     EXPECT_EQ(rows[0].find("LABEL"), rows[1].find("North"));
@@ -98,7 +102,8 @@ TEST_F(RecordWriterTest, ManyRowsHaveTheColumnsOfTheFirst) {
 }
 
 TEST_F(RecordWriterTest, ControlCharactersDoNotReachTheTerminal) {
-    const std::string text = written(Format::Table, elementLayout(), 0, {elementNamed("a\033[2J\nb")});
+    const std::string text =
+        written(Format::Table, elementLayout(), 0, {elementNamed("a\033[2J\nb")});
     EXPECT_EQ(lines(text).size(), 2u) << text;
     EXPECT_EQ(text.find('\033'), std::string::npos);
 }

@@ -55,9 +55,11 @@ class ContextServantTest : public testing::Test {
     test::FakeSurroundings::Script script_;
     std::vector<std::string> refused_;
     std::shared_ptr<ServedTree> tree_ = std::make_shared<ServedTree>(
-        NamingSettings{toNamingPath("a.x/b/object"), {toNamingPath("a.x/alias"), toNamingPath("c/d")}, {}},
-        std::make_unique<test::FakeSurroundings>(script_),
-        [this](const RefusedChange& change) { refused_.push_back(change.operation + " " + change.name); });
+        NamingSettings{
+            toNamingPath("a.x/b/object"), {toNamingPath("a.x/alias"), toNamingPath("c/d")}, {}},
+        std::make_unique<test::FakeSurroundings>(script_), [this](const RefusedChange& change) {
+            refused_.push_back(change.operation + " " + change.name);
+        });
     RootContext* root_ = new RootContext(tree_);
     AnyContext* any_ = new AnyContext(tree_);
     const PortableServer::ServantBase_var rootOwner_{root_};
@@ -79,7 +81,8 @@ TEST_F(ContextServantTest, ObjectThatIsNotBoundIsNotFound) {
 TEST_F(ContextServantTest, RestOfANameIsAsTheCallerGaveIt) {
     EXPECT_EQ(resolving("a.x/nothing.k/more"), "missing_node nothing.k/more");
     script_.objectId = "a.x";
-    EXPECT_EQ(notFound([&] { any().resolve(nameOf("b/nothing/more")); }), "missing_node nothing/more");
+    EXPECT_EQ(notFound([&] { any().resolve(nameOf("b/nothing/more")); }),
+              "missing_node nothing/more");
 }
 
 TEST_F(ContextServantTest, ContextIsThatOfTheObjectId) {
@@ -113,7 +116,8 @@ TEST_F(ContextServantTest, NamesBeyondTheBoundsAreInvalid) {
     CosNaming::Name deep;
     deep.length(101);
     EXPECT_THROW(root().resolve(deep), NamingContext::InvalidName);
-    EXPECT_THROW(root().resolve(nameOf(std::string(8193, 'a').c_str())), NamingContext::InvalidName);
+    EXPECT_THROW(root().resolve(nameOf(std::string(8193, 'a').c_str())),
+                 NamingContext::InvalidName);
     EXPECT_EQ(resolving(std::string(8192, 'a').c_str()), "missing_node " + std::string(8192, 'a'));
     EXPECT_THROW(root().to_string(deep), NamingContext::InvalidName);
     EXPECT_THROW(root().to_name(std::string(20000, 'a').c_str()), NamingContext::InvalidName);
@@ -214,11 +218,12 @@ TEST_F(ContextServantTest, OutsidersAreRefusedAndReportedBeforeAnythingIsLookedA
     }
     EXPECT_THROW(root().new_context(), CORBA::NO_PERMISSION);
     EXPECT_THROW(root().destroy(), CORBA::NO_PERMISSION);
-    EXPECT_THAT(refused_,
-                ElementsAre("bind a.x/b/object", "rebind a.x/b/object", "unbind a.x/b/object",
-                            "bind_context a.x/b/object", "rebind_context a.x/b/object",
-                            "bind_new_context a.x/b/object", "bind ", "rebind ", "unbind ", "bind_context ",
-                            "rebind_context ", "bind_new_context ", "new_context ", "destroy "));
+    EXPECT_THAT(
+        refused_,
+        ElementsAre("bind a.x/b/object", "rebind a.x/b/object", "unbind a.x/b/object",
+                    "bind_context a.x/b/object", "rebind_context a.x/b/object",
+                    "bind_new_context a.x/b/object", "bind ", "rebind ", "unbind ", "bind_context ",
+                    "rebind_context ", "bind_new_context ", "new_context ", "destroy "));
 }
 
 TEST_F(ContextServantTest, ReportedNamesAreCut) {

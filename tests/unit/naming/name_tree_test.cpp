@@ -20,7 +20,8 @@ class NameTreeTest : public testing::Test {
         EXPECT_EQ(found.at, at) << path;
     }
 
-    const NameTree tree_{{toNamingPath("a.x/b.y/object.z"), toNamingPath("a.x/short"), toNamingPath("top")}};
+    const NameTree tree_{
+        {toNamingPath("a.x/b.y/object.z"), toNamingPath("a.x/short"), toNamingPath("top")}};
 };
 
 TEST_F(NameTreeTest, RootIsAContext) {
@@ -53,7 +54,8 @@ TEST_F(NameTreeTest, PathThroughTheObjectIsToldFromOneThatIsNotThere) {
 }
 
 TEST_F(NameTreeTest, ListsAContextInOrder) {
-    EXPECT_THAT(tree_.list({}), ElementsAre(NameEntry{{"a", "x"}, true}, NameEntry{{"top", ""}, false}));
+    EXPECT_THAT(tree_.list({}),
+                ElementsAre(NameEntry{{"a", "x"}, true}, NameEntry{{"top", ""}, false}));
     EXPECT_THAT(tree_.list(toNamingPath("a.x")),
                 ElementsAre(NameEntry{{"b", "y"}, true}, NameEntry{{"short", ""}, false}));
 }

@@ -1,10 +1,10 @@
 // Whose proxies stay, and from when on they go.
 
+#include "owners/absences.h"
+
 #include <gtest/gtest.h>
 
 #include <set>
-
-#include "owners/absences.h"
 
 using namespace std::chrono_literals;
 using kelp::notification::Absences;

@@ -167,7 +167,8 @@ TEST(Dispatcher, ServesWhatComesDueWhileTwoThreadsWaitForIt) {
             dispatcher.later(paced.back().subscription, due + i * 1ms, false);
         }
         EXPECT_TRUE(waitUntil([&] {
-            return slow.back().subscription.use_count() == 1 && paced.back().subscription.use_count() == 1;
+            return slow.back().subscription.use_count() == 1 &&
+                   paced.back().subscription.use_count() == 1;
         }));
     }
 }

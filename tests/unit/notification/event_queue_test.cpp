@@ -119,7 +119,8 @@ TEST(EventQueue, ClearsAllButThoseBeingDelivered) {
 }
 
 EventPtr with(int number, EventQos qos, std::chrono::milliseconds age = {}) {
-    return std::make_shared<const Event>(event(number)->body, std::chrono::steady_clock::now() - age, qos);
+    return std::make_shared<const Event>(event(number)->body,
+                                         std::chrono::steady_clock::now() - age, qos);
 }
 
 std::vector<int> numbersOf(EventQueue& queue) {
@@ -144,7 +145,8 @@ TEST(EventQueue, ExpiresAnEventByItsOwnTimeoutWhateverTheConsumersIs) {
     EXPECT_EQ(queue.lostByChoice(), 2u);
     queue.setRules({.timeout = 1ms});
     queue.expire(now + 1s);
-    EXPECT_THAT(numbersOf(queue), ElementsAre(2, 4)) << "a shorter time-out is for those that wait too";
+    EXPECT_THAT(numbersOf(queue), ElementsAre(2, 4))
+        << "a shorter time-out is for those that wait too";
     expectAddsUp(queue);
 }
 

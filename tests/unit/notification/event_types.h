@@ -14,7 +14,8 @@ inline CosNotification::EventType type(const char* domain, const char* name) {
     return made;
 }
 
-inline CosNotification::EventTypeSeq types(std::initializer_list<std::pair<const char*, const char*>> named) {
+inline CosNotification::EventTypeSeq types(
+    std::initializer_list<std::pair<const char*, const char*>> named) {
     CosNotification::EventTypeSeq made;
     for (const auto& [domain, name] : named) {
         made.length(made.length() + 1);

@@ -8,8 +8,8 @@
 #include <future>
 #include <memory>
 
-#include "numbered_events.h"
 #include "filter/sieve.h"
+#include "numbered_events.h"
 #include "support/wait_until.h"
 
 namespace kelp::notification {

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "delivery/event.h"
-
 #include <cstdlib>
 #include <string>
+
+#include "delivery/event.h"
 
 namespace kelp::notification::test {
 
 /// An event that carries a number as its event name.
-inline EventPtr event(int number,
-                      std::chrono::steady_clock::time_point taken = std::chrono::steady_clock::now()) {
+inline EventPtr event(
+    int number, std::chrono::steady_clock::time_point taken = std::chrono::steady_clock::now()) {
     CosNotification::StructuredEvent body;
     body.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     body.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");

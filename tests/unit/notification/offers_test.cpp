@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "types/change_notices.h"
 #include "event_types.h"
+#include "types/change_notices.h"
 
 namespace kelp::notification {
 namespace {

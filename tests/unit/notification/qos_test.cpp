@@ -46,15 +46,18 @@ std::string error(QoSError_code code, const char* name) {
 }
 
 TEST(Qos, TakesEveryPropertyItOffers) {
-    EXPECT_EQ(changedQos(Qos(), property(MaxEventsPerConsumer, CORBA::Long(7))).maxEventsPerConsumer, 7);
+    EXPECT_EQ(
+        changedQos(Qos(), property(MaxEventsPerConsumer, CORBA::Long(7))).maxEventsPerConsumer, 7);
     EXPECT_EQ(changedQos(Qos(), property(DiscardPolicy, LifoOrder)).discardPolicy, LifoOrder);
     EXPECT_EQ(changedQos(Qos(), property(OrderPolicy, FifoOrder)).orderPolicy, FifoOrder);
     EXPECT_EQ(changedQos(Qos(), property(OrderPolicy, DeadlineOrder)).orderPolicy, DeadlineOrder);
-    EXPECT_EQ(changedQos(Qos(), property(DiscardPolicy, PriorityOrder)).discardPolicy, PriorityOrder);
+    EXPECT_EQ(changedQos(Qos(), property(DiscardPolicy, PriorityOrder)).discardPolicy,
+              PriorityOrder);
     EXPECT_EQ(changedQos(Qos(), property(Priority, CORBA::Short(-5))).priority, -5);
     EXPECT_EQ(changedQos(Qos(), property(MaximumBatchSize, CORBA::Long(50))).maximumBatchSize, 50);
-    EXPECT_EQ(changedQos(Qos(), property(PacingInterval, CORBA::ULongLong(20000000))).pacingInterval,
-              std::chrono::seconds(2));
+    EXPECT_EQ(
+        changedQos(Qos(), property(PacingInterval, CORBA::ULongLong(20000000))).pacingInterval,
+        std::chrono::seconds(2));
     EXPECT_EQ(changedQos(Qos(), property(Timeout, CORBA::ULongLong(10000))).timeout,
               std::chrono::milliseconds(1));
     EXPECT_EQ(errorsOf(property(EventReliability, BestEffort)), "none");
@@ -69,9 +72,12 @@ TEST(Qos, TimeBelowAMillisecondStaysATime) {
 TEST(Qos, RefusesAnUnknownNameByName) {
     EXPECT_EQ(errorsOf(property("MaxEventsPerConsummer", CORBA::Long(7))),
               error(BAD_PROPERTY, "MaxEventsPerConsummer"));
-    EXPECT_EQ(errorsOf(property(StartTime, CORBA::ULongLong(1))), error(UNSUPPORTED_PROPERTY, StartTime));
-    EXPECT_EQ(errorsOf(property(StopTime, CORBA::ULongLong(1))), error(UNSUPPORTED_PROPERTY, StopTime));
-    EXPECT_EQ(errorsOf(property(StopTimeSupported, CORBA::ULongLong(1))), error(BAD_TYPE, StopTimeSupported));
+    EXPECT_EQ(errorsOf(property(StartTime, CORBA::ULongLong(1))),
+              error(UNSUPPORTED_PROPERTY, StartTime));
+    EXPECT_EQ(errorsOf(property(StopTime, CORBA::ULongLong(1))),
+              error(UNSUPPORTED_PROPERTY, StopTime));
+    EXPECT_EQ(errorsOf(property(StopTimeSupported, CORBA::ULongLong(1))),
+              error(BAD_TYPE, StopTimeSupported));
 }
 
 TEST(Qos, RefusesAnotherTypeAValueOutOfRangeAndAPolicyThatIsNotOffered) {
@@ -79,19 +85,22 @@ TEST(Qos, RefusesAnotherTypeAValueOutOfRangeAndAPolicyThatIsNotOffered) {
               error(BAD_TYPE, MaxEventsPerConsumer));
     EXPECT_EQ(errorsOf(property(MaxEventsPerConsumer, CORBA::Long(-1))),
               error(BAD_VALUE, MaxEventsPerConsumer));
-    EXPECT_EQ(errorsOf(property(MaximumBatchSize, CORBA::Long(0))), error(BAD_VALUE, MaximumBatchSize));
+    EXPECT_EQ(errorsOf(property(MaximumBatchSize, CORBA::Long(0))),
+              error(BAD_VALUE, MaximumBatchSize));
     EXPECT_EQ(errorsOf(property(OrderPolicy, LifoOrder)), error(UNSUPPORTED_VALUE, OrderPolicy));
     EXPECT_EQ(errorsOf(property(Priority, CORBA::Long(1))), error(BAD_TYPE, Priority));
     EXPECT_EQ(errorsOf(property(Priority, CORBA::Short(-32768))), error(BAD_VALUE, Priority));
     EXPECT_EQ(errorsOf(property(OrderPolicy, CORBA::Short(9))), error(BAD_VALUE, OrderPolicy));
-    EXPECT_EQ(errorsOf(property(EventReliability, Persistent)), error(UNSUPPORTED_VALUE, EventReliability));
+    EXPECT_EQ(errorsOf(property(EventReliability, Persistent)),
+              error(UNSUPPORTED_VALUE, EventReliability));
     EXPECT_EQ(errorsOf(property(PacingInterval, "soon")), error(BAD_TYPE, PacingInterval));
 }
 
 TEST(Qos, NamesEveryErrorAndChangesNothing) {
     const PropertySeq wanted =
         both(property("Nonsense", CORBA::Long(1)), property(MaximumBatchSize, CORBA::Long(0)));
-    EXPECT_EQ(errorsOf(wanted), error(BAD_PROPERTY, "Nonsense") + error(BAD_VALUE, MaximumBatchSize));
+    EXPECT_EQ(errorsOf(wanted),
+              error(BAD_PROPERTY, "Nonsense") + error(BAD_VALUE, MaximumBatchSize));
     Qos qos;
     qos.maximumBatchSize = 3;
     EXPECT_THROW(qos = changedQos(qos, wanted), UnsupportedQoS);
@@ -109,7 +118,8 @@ TEST(Qos, IsListedAndTakenBack) {
 }
 
 TEST(Qos, AvailableRangesAreThoseOfTheOthers) {
-    NamedPropertyRangeSeq_var ranges = availableQos(Qos(), property(MaximumBatchSize, CORBA::Long(5)));
+    NamedPropertyRangeSeq_var ranges =
+        availableQos(Qos(), property(MaximumBatchSize, CORBA::Long(5)));
     bool timeout = false;
     for (CORBA::ULong i = 0; i < ranges->length(); ++i) {
         EXPECT_STRNE(ranges[i].name.in(), MaximumBatchSize);
@@ -184,17 +194,21 @@ TEST(Qos, SaysHowEventsWait) {
 }
 
 TEST(Qos, WireTimesBeyondTheLongestAreTheLongest) {
-    EXPECT_EQ(fromWireTime(std::numeric_limits<std::uint64_t>::max()), std::chrono::milliseconds(2147483647));
+    EXPECT_EQ(fromWireTime(std::numeric_limits<std::uint64_t>::max()),
+              std::chrono::milliseconds(2147483647));
     EXPECT_EQ(fromWireTime(0), std::chrono::milliseconds(0));
 }
 
 TEST(AdminLimits, AreTakenListedAndRefusedByName) {
     EXPECT_EQ(changedLimits(AdminLimits(), property(MaxConsumers, CORBA::Long(3))).maxConsumers, 3);
     EXPECT_EQ(changedLimits(AdminLimits(), property(MaxSuppliers, CORBA::Long(4))).maxSuppliers, 4);
-    EXPECT_EQ(changedLimits(AdminLimits(), property(MaxQueueLength, CORBA::Long(5))).maxQueueLength, 5);
-    EXPECT_THROW(changedLimits(AdminLimits(), property(MaxConsumers, CORBA::Long(-3))), UnsupportedAdmin);
+    EXPECT_EQ(changedLimits(AdminLimits(), property(MaxQueueLength, CORBA::Long(5))).maxQueueLength,
+              5);
+    EXPECT_THROW(changedLimits(AdminLimits(), property(MaxConsumers, CORBA::Long(-3))),
+                 UnsupportedAdmin);
     EXPECT_THROW(changedLimits(AdminLimits(), property(MaxConsumers, "many")), UnsupportedAdmin);
-    EXPECT_THROW(changedLimits(AdminLimits(), property("Nonsense", CORBA::Long(1))), UnsupportedAdmin);
+    EXPECT_THROW(changedLimits(AdminLimits(), property("Nonsense", CORBA::Long(1))),
+                 UnsupportedAdmin);
     PropertySeq rejecting = property(RejectNewEvents, CORBA::Long(1));
     rejecting[0].value <<= CORBA::Any::from_boolean(true);
     EXPECT_THROW(changedLimits(AdminLimits(), rejecting), UnsupportedAdmin);

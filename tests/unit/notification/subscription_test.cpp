@@ -33,8 +33,9 @@ class HandScheduler final : public Subscription::Scheduler {
     }
     void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override {
         EXPECT_EQ(when, due);
-        const auto found = std::find_if(paced.begin(), paced.end(),
-                                        [&](const auto& each) { return each.get() == &subscription; });
+        const auto found = std::find_if(paced.begin(), paced.end(), [&](const auto& each) {
+            return each.get() == &subscription;
+        });
         if (found == paced.end())
             return;
         fast.push_back(*found);
@@ -114,10 +115,12 @@ void timeOut() {
 
 class SubscriptionTest : public testing::Test {
   protected:
-    std::shared_ptr<TestSubscription> make(std::size_t limit = 100, DeliverySettings settings = {}) {
+    std::shared_ptr<TestSubscription> make(std::size_t limit = 100,
+                                           DeliverySettings settings = {}) {
         return std::make_shared<TestSubscription>(scheduler, settings, limit);
     }
-    std::shared_ptr<TestSubscription> connected(std::size_t limit = 100, DeliverySettings settings = {}) {
+    std::shared_ptr<TestSubscription> connected(std::size_t limit = 100,
+                                                DeliverySettings settings = {}) {
         auto made = make(limit, settings);
         made->connect(receiver);
         return made;

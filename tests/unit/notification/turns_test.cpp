@@ -1,4 +1,5 @@
-// Turns at a pool's threads: by owner, so that one owner's many consumers do not hold up another's one.
+// Turns at a pool's threads: by owner, so that one owner's many consumers do not hold up another's
+// one.
 
 #include "delivery/turns.h"
 
@@ -25,7 +26,9 @@ class TurnsTest : public testing::Test {
   protected:
     using Consumer = std::shared_ptr<Subscription>;
 
-    Consumer consumer() { return std::make_shared<QuietSubscription>(scheduler_, DeliverySettings(), 10); }
+    Consumer consumer() {
+        return std::make_shared<QuietSubscription>(scheduler_, DeliverySettings(), 10);
+    }
     /// `count` consumers of this owner, due at once.
     void addMany(const std::string& owner, int count) {
         for (int i = 0; i < count; ++i)

@@ -8,10 +8,10 @@
 #include <thread>
 #include <vector>
 
-#include "types/change_notices.h"
 #include "event_types.h"
 #include "support/trace_capture.h"
 #include "support/wait_until.h"
+#include "types/change_notices.h"
 
 namespace kelp::notification {
 namespace {
@@ -69,7 +69,8 @@ class Told {
 
 class Feed : public testing::Test {
   protected:
-    std::shared_ptr<TypeFeed> feed(TypeSet initial = {}, std::size_t followersMax = TypeFeed::kNoLimit) {
+    std::shared_ptr<TypeFeed> feed(TypeSet initial = {},
+                                   std::size_t followersMax = TypeFeed::kNoLimit) {
         return std::make_shared<TypeFeed>(notices_, std::move(initial), followersMax);
     }
 
@@ -213,7 +214,8 @@ TEST_F(Feed, LeavesNobodyOutThatChangesAllTheTime) {
     const auto busy = feed();
     const auto quiet = feed();
     Told behind;
-    // each call makes the next one due, until the other peer and the other feed have had their turns
+    // each call makes the next one due, until the other peer and the other feed have had their
+    // turns
     told_.answer = [&] {
         if (behind.calls == 0 || other_.calls == 0)
             busy->publish(busy->types() == TypeSet{kA} ? TypeSet{kB} : TypeSet{kA});

@@ -44,7 +44,9 @@ class AuditKeyTest : public LogTest {
     std::vector<std::string> problems(const std::vector<ChainHead>& known = {}) const {
         return verify(database(), known, keyFile()).problems;
     }
-    std::vector<std::string> events() const { return operationsOf(read(database(), LogKind::Security)); }
+    std::vector<std::string> events() const {
+        return operationsOf(read(database(), LogKind::Security));
+    }
 };
 
 TEST_F(AuditKeyTest, IsMadeWithTheFirstRecordForItsOwnerAlone) {
@@ -110,7 +112,8 @@ TEST_F(AuditKeyTest, FindsAForgedTail) {
     const ChainHead head = verify(database(), {}, keyFile()).head;
     // what somebody without the key can do: go on with the other hash
     tamper(
-        "INSERT INTO record SELECT 5, time_ms, 'innocent', nms, peer, operation, object_kind, object, "
+        "INSERT INTO record SELECT 5, time_ms, 'innocent', nms, peer, operation, object_kind, "
+        "object, "
         "outcome, "
         "detail, duration_us, missing, until_ms, hash FROM record WHERE id = 4;"
         "UPDATE head SET id = 5");
@@ -134,8 +137,8 @@ TEST_F(AuditKeyTest, FindsAForgedChainAlsoAfterTheLogHasGoneOn) {
     write(unkeyed("forged.db"), 5, "innocent");
     exchangeFor("forged.db");
     write(keyed(), 1);
-    EXPECT_THAT(events(),
-                ElementsAre("login", "login", "login", "login", "login", "tampering", "key", "login"));
+    EXPECT_THAT(events(), ElementsAre("login", "login", "login", "login", "login", "tampering",
+                                      "key", "login"));
     EXPECT_TRUE(trace_.contains("its records were not made with the key"));
     EXPECT_THAT(problems(), SizeIs(5));
 }
@@ -144,7 +147,8 @@ TEST_F(AuditKeyTest, AShortenedChainIsFoundByAKnownHead) {
     write(keyed(), 5);
     const ChainHead known = verify(database(), {}, keyFile()).head;
     tamper(
-        "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record WHERE id "
+        "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
+        "WHERE id "
         "= 3)");
     // what neither the log nor the key can know
     EXPECT_THAT(problems(), IsEmpty());
@@ -192,7 +196,9 @@ TEST_F(AuditKeyTest, RemovedRecordsOfTheOlderPartAreGoneByRetention) {
     log.write(login("new"));
     ASSERT_TRUE(log.flush(kPatience));
     log.setRetention({std::chrono::days(5), 1u << 30});
-    ASSERT_TRUE(waitUntil([&] { return events() == std::vector<std::string>{"key", "login", "retention"}; }));
+    ASSERT_TRUE(waitUntil([&] {
+        return events() == std::vector<std::string>{"key", "login", "retention"};
+    }));
     EXPECT_THAT(problems(), IsEmpty());
 }
 
@@ -206,7 +212,9 @@ TEST_F(AuditKeyTest, IsMarkedAgainWhenRetentionTakesTheMark) {
     log.write(login("new"));
     ASSERT_TRUE(log.flush(kPatience));
     log.setRetention({std::chrono::days(5), 1u << 30});
-    ASSERT_TRUE(waitUntil([&] { return events() == std::vector<std::string>{"login", "retention", "key"}; }));
+    ASSERT_TRUE(waitUntil([&] {
+        return events() == std::vector<std::string>{"login", "retention", "key"};
+    }));
     EXPECT_THAT(problems(), IsEmpty());
     log.stop();
     std::filesystem::remove(keyFile());
@@ -216,9 +224,11 @@ TEST_F(AuditKeyTest, IsMarkedAgainWhenRetentionTakesTheMark) {
 TEST_F(AuditKeyTest, ALostOneIsAnErrorAndIsNotMadeAnew) {
     write(keyed(), 2);
     std::filesystem::remove(keyFile());
-    const std::string error = "was made with a key, but the file " + keyFile().string() + " is missing";
+    const std::string error =
+        "was made with a key, but the file " + keyFile().string() + " is missing";
     EXPECT_THAT(problemOfAuditKey(keyed()), HasSubstr(error));
-    EXPECT_THAT([this] { problems(); }, testing::ThrowsMessage<std::runtime_error>(HasSubstr(error)));
+    EXPECT_THAT([this] { problems(); },
+                testing::ThrowsMessage<std::runtime_error>(HasSubstr(error)));
     EXPECT_THAT([this] { appendSecurityRecord(keyed(), login("late")); },
                 testing::ThrowsMessage<std::runtime_error>(HasSubstr(error)));
     EXPECT_THAT([this] { appendSecurityRecord(unkeyed(), login("late")); },
@@ -266,10 +276,11 @@ TEST_F(AuditKeyTest, ThatOthersCanReadOrExchangeIsRefused) {
 }
 
 TEST_F(AuditKeyTest, ThatIsNoneIsRefused) {
-    for (const std::string& text : {std::string(), std::string("kelp-audit-key 1\n"), std::string(200, 'a'),
-                                    "kelp-audit-key 1\n" + std::string(63, 'a') + "\n",
-                                    "kelp-audit-key 1\n" + std::string(64, 'x') + "\n",
-                                    "kelp-audit-key 1\n" + std::string(64, 'a') + "\n17:short\n"}) {
+    for (const std::string& text :
+         {std::string(), std::string("kelp-audit-key 1\n"), std::string(200, 'a'),
+          "kelp-audit-key 1\n" + std::string(63, 'a') + "\n",
+          "kelp-audit-key 1\n" + std::string(64, 'x') + "\n",
+          "kelp-audit-key 1\n" + std::string(64, 'a') + "\n17:short\n"}) {
         folder_.write("audit.key", text);
         ASSERT_EQ(::chmod(keyFile().c_str(), 0600), 0);
         EXPECT_THAT(problemOfAuditKey(keyed()), HasSubstr("holds no key")) << text;
@@ -304,9 +315,9 @@ INSTANTIATE_TEST_SUITE_P(Each, LogFilesUnderUmask, testing::ValuesIn(kExtremeUma
 TEST_F(AuditKeyTest, ADatabaseThatOthersCanWriteIsNotWritten) {
     write(keyed(), 1);
     ASSERT_EQ(::chmod(database().c_str(), 0666), 0);
-    EXPECT_THAT(
-        [this] { appendSecurityRecord(keyed(), login("late")); },
-        testing::ThrowsMessage<std::runtime_error>(HasSubstr("can be written by others (mode 0666)")));
+    EXPECT_THAT([this] { appendSecurityRecord(keyed(), login("late")); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    HasSubstr("can be written by others (mode 0666)")));
     ASSERT_EQ(::chmod(database().c_str(), 0600), 0);
     std::filesystem::rename(database(), folder_ / "real.db");
     std::filesystem::create_symlink(folder_ / "real.db", database());

@@ -34,7 +34,8 @@ class BlockTest : public LogTest {
 
 TEST_F(BlockTest, TimesMayGoBackwardsAndLieBefore1970) {
     const UtcTime time(1740830400123ms);
-    const std::vector<LogEntry> entries = kept({at(time), at(time - 1h), at(UtcTime(-5ms)), at(time)});
+    const std::vector<LogEntry> entries =
+        kept({at(time), at(time - 1h), at(UtcTime(-5ms)), at(time)});
     ASSERT_THAT(entries, SizeIs(4));
     EXPECT_EQ(entries[0].time, time);
     EXPECT_EQ(entries[1].time, time - 1h);
@@ -59,7 +60,8 @@ TEST_F(BlockTest, ATextIsCutWhereItIsTooLongAndNowhereElse) {
     const std::vector<LogEntry> entries = kept({record, record});
     ASSERT_THAT(entries, SizeIs(2));
     EXPECT_THAT(entries, Each(Field(&LogEntry::user, std::string(200, 'a'))));
-    EXPECT_THAT(entries, Each(Field(&LogEntry::peer, AllOf(SizeIs(testing::Le(128u)), EndsWith("...")))));
+    EXPECT_THAT(entries,
+                Each(Field(&LogEntry::peer, AllOf(SizeIs(testing::Le(128u)), EndsWith("...")))));
 }
 
 TEST_F(BlockTest, ATextThatIsEscapedStaysTheSameInEveryRecord) {
@@ -75,7 +77,8 @@ TEST_F(BlockTest, ATextThatIsEscapedStaysTheSameInEveryRecord) {
 
 TEST_F(BlockTest, NumbersGoOnFromBlockToBlock) {
     constexpr std::size_t kRecords = 2000;
-    const std::vector<LogEntry> entries = kept(std::vector<OperationRecord>(kRecords, request("getEMS")));
+    const std::vector<LogEntry> entries =
+        kept(std::vector<OperationRecord>(kRecords, request("getEMS")));
     ASSERT_THAT(entries, SizeIs(kRecords));
     for (std::size_t i = 0; i < kRecords; ++i)
         ASSERT_EQ(entries[i].id, static_cast<std::int64_t>(i + 1));

@@ -63,11 +63,12 @@ TEST_P(ChangedColumn, IsFound) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, ChangedColumn,
-                         testing::Values("time_ms = time_ms + 1", "user = 'somebody'", "nms = '1.2.3.4:5'",
-                                         "peer = '1.2.3.4:5'", "operation = 'logout'", "object_kind = 'x'",
-                                         "object = 'x'", "outcome = 'wrong-password'", "detail = 'x'",
-                                         "duration_us = 1", "missing = 1", "until_ms = until_ms + 1",
-                                         "hash = 'x'"));
+                         testing::Values("time_ms = time_ms + 1", "user = 'somebody'",
+                                         "nms = '1.2.3.4:5'", "peer = '1.2.3.4:5'",
+                                         "operation = 'logout'", "object_kind = 'x'",
+                                         "object = 'x'", "outcome = 'wrong-password'",
+                                         "detail = 'x'", "duration_us = 1", "missing = 1",
+                                         "until_ms = until_ms + 1", "hash = 'x'"));
 
 TEST_F(ChainTest, ATextMovedFromOneFieldToTheNextIsFound) {
     makeLog(2);
@@ -112,13 +113,15 @@ TEST_F(ChainTest, SwappedRecordsAreFound) {
     tamper(
         "UPDATE record SET id = 100 WHERE id = 2; UPDATE record SET id = 2 WHERE id = 3;"
         "UPDATE record SET id = 3 WHERE id = 100");
-    EXPECT_THAT(problems(), testing::IsSupersetOf({HasSubstr("record 2 "), HasSubstr("record 3 ")}));
+    EXPECT_THAT(problems(),
+                testing::IsSupersetOf({HasSubstr("record 2 "), HasSubstr("record 3 ")}));
 }
 
 TEST_F(ChainTest, ARecordPutInAtTheEndIsFound) {
     makeLog(5);
     tamper(
-        "INSERT INTO record SELECT 6, time_ms, user, nms, peer, operation, object_kind, object, outcome, "
+        "INSERT INTO record SELECT 6, time_ms, user, nms, peer, operation, object_kind, object, "
+        "outcome, "
         "detail, "
         "duration_us, missing, until_ms, hash FROM record WHERE id = 5");
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("record 6 is not what was written there"),
@@ -151,7 +154,8 @@ TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByAKnownHead) {
     makeLog(5);
     const ChainHead known = verify(database()).head;
     tamper(
-        "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record WHERE id "
+        "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
+        "WHERE id "
         "= 3)");
     // what the log alone cannot know
     EXPECT_THAT(problems(), SizeIs(0));
@@ -164,7 +168,8 @@ TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByTheRunningLog) {
         log.write(login("user"));
     ASSERT_TRUE(log.flush(kPatience));
     tamper(
-        "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record WHERE id "
+        "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
+        "WHERE id "
         "= 3)");
     log.write(login("later"));
     ASSERT_TRUE(log.flush(kPatience));
@@ -211,8 +216,8 @@ TEST(ChainHeadText, IsReadBack) {
     EXPECT_EQ(read->id, 17);
     EXPECT_EQ(read->hash, head.hash);
     for (const std::string& text :
-         {std::string(""), std::string("17"), std::string("x:y"), ":" + head.hash, "-1:" + head.hash,
-          "17:" + head.hash + "0", std::string(30, '9') + ":" + head.hash})
+         {std::string(""), std::string("17"), std::string("x:y"), ":" + head.hash,
+          "-1:" + head.hash, "17:" + head.hash + "0", std::string(30, '9') + ":" + head.hash})
         EXPECT_FALSE(ChainHead::of(text)) << text;
 }
 

@@ -40,9 +40,9 @@ TEST(LogTimes, OtherTextIsNone) {
 }
 
 TEST(CsvLines, HaveTheColumnsOfTheHeader) {
-    EXPECT_EQ(
-        csvHeader(),
-        "id,time,user,nmsAddress,peer,operation,objectKind,object,outcome,detail,durationUs,missing,until");
+    EXPECT_EQ(csvHeader(),
+              "id,time,user,nmsAddress,peer,operation,objectKind,object,outcome,detail,durationUs,"
+              "missing,until");
     EXPECT_EQ(csvOf(sample()), "7,2025-03-01T12:00:00.005Z,nms1,,,getEMS,,,ok,,42,,");
 }
 
@@ -51,8 +51,9 @@ TEST(CsvLines, QuoteCommasQuotesAndLineEnds) {
     entry.user = "a,b";
     entry.object = "say \"hi\"";
     entry.detail = "two\nlines";
-    EXPECT_EQ(csvOf(entry),
-              "7,2025-03-01T12:00:00.005Z,\"a,b\",,,getEMS,,\"say \"\"hi\"\"\",ok,\"two\nlines\",42,,");
+    EXPECT_EQ(
+        csvOf(entry),
+        "7,2025-03-01T12:00:00.005Z,\"a,b\",,,getEMS,,\"say \"\"hi\"\"\",ok,\"two\nlines\",42,,");
 }
 
 TEST(CsvLines, TellOfAGap) {
@@ -65,7 +66,8 @@ TEST(CsvLines, TellOfAGap) {
 }
 
 TEST(JsonLines, HaveWhatTheRecordHas) {
-    EXPECT_EQ(json::parse(jsonOf(sample())), json::parse(R"({"id": 7, "time": "2025-03-01T12:00:00.005Z",
+    EXPECT_EQ(json::parse(jsonOf(sample())),
+              json::parse(R"({"id": 7, "time": "2025-03-01T12:00:00.005Z",
         "user": "nms1", "operation": "getEMS", "outcome": "ok", "durationUs": 42})"));
     EXPECT_EQ(jsonOf(sample()).find('\n'), std::string::npos);
 }

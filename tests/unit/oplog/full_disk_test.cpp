@@ -1,4 +1,5 @@
-// A disk that is really full: a small file system in memory. Built where the machine lets one be mounted.
+// A disk that is really full: a small file system in memory. Built where the machine lets one be
+// mounted.
 
 #include <sys/mount.h>
 
@@ -114,7 +115,8 @@ TEST_F(FullDisk, AtTheStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
         EXPECT_EQ(log.counts().aside, 3000u);
     }
     // beside a full disk's database there is no room either
-    ASSERT_TRUE(trace_.contains("3000 record(s) went to the side file " + elsewhere.path().string()));
+    ASSERT_TRUE(
+        trace_.contains("3000 record(s) went to the side file " + elsewhere.path().string()));
     disk_.makeRoom();
     for (const auto& each : std::filesystem::directory_iterator(elsewhere.path()))
         std::filesystem::copy(each.path(), folder_ / each.path().filename().string());

@@ -22,7 +22,8 @@ constexpr std::chrono::seconds kPatience{30};
 /// Logs in a folder of the test's own.
 class LogTest : public testing::Test {
   protected:
-    LogSettings settings(std::size_t queueMax = 200000, std::chrono::milliseconds stallMax = 0ms) const {
+    LogSettings settings(std::size_t queueMax = 200000,
+                         std::chrono::milliseconds stallMax = 0ms) const {
         LogSettings settings;
         settings.database = folder_ / "oplog.db";
         // some records are of a time that is past
@@ -45,7 +46,8 @@ class LogTest : public testing::Test {
         record.outcome = "ok";
         return record;
     }
-    static std::vector<LogEntry> read(const std::filesystem::path& file, LogKind kind = LogKind::Operations,
+    static std::vector<LogEntry> read(const std::filesystem::path& file,
+                                      LogKind kind = LogKind::Operations,
                                       const LogQuery& query = {}) {
         std::vector<LogEntry> entries;
         LogReader(file, kind).search(query, [&entries](const LogEntry& entry) {

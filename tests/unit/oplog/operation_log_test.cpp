@@ -86,7 +86,8 @@ TEST_F(OperationLogTest, HundredThousandRecordsOfManyThreadsAreAllThere) {
 TEST_F(OperationLogTest, ARecordReachesTheFileByItself) {
     OperationLog log(settings());
     log.write(request("getEMS"));
-    EXPECT_TRUE(waitUntil([&] { return std::filesystem::exists(database()) && log.counts().written == 1; }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return std::filesystem::exists(database()) && log.counts().written == 1; }));
     EXPECT_THAT(operationsOf(read()), ElementsAre("getEMS"));
 }
 
@@ -137,7 +138,8 @@ TEST_F(OperationLogTest, TextOfAPeerIsEscapedAndCut) {
     log.stop();
     const LogEntry entry = read().at(0);
     EXPECT_EQ(entry.user, "a\\nb\\x1B[2J\\xFF");
-    EXPECT_THAT(entry.operation, testing::AllOf(SizeIs(testing::Le(128u)), testing::EndsWith("x...")));
+    EXPECT_THAT(entry.operation,
+                testing::AllOf(SizeIs(testing::Le(128u)), testing::EndsWith("x...")));
 }
 
 TEST_F(OperationLogTest, ALogIsContinuedByTheNextStart) {

@@ -92,7 +92,8 @@ TEST_F(LockedDatabase, ThoseWhoWaitAtTheStopAreCounted) {
     EXPECT_EQ(counts.missing, 1u);
     other_->unlock();
     OperationLog(settings()).stop();
-    EXPECT_THAT(operationsOf(read()), ElementsAre("before", "during", "during", "during", "during", "gap 1"));
+    EXPECT_THAT(operationsOf(read()),
+                ElementsAre("before", "during", "during", "during", "during", "gap 1"));
 }
 
 TEST_F(LockedDatabase, TheSideFileLiesBesideTheDatabaseAndIsTakenInOnce) {
@@ -154,7 +155,8 @@ TEST_F(OddFile, OneDamagedWhileTheLogIsNotOpenLosesNoNewRecord) {
     {
         std::fstream file(database(), std::ios::in | std::ios::out | std::ios::binary);
         file.seekp(4096);
-        file << std::string(static_cast<std::size_t>(std::filesystem::file_size(database())) - 4096, '\x5a');
+        file << std::string(static_cast<std::size_t>(std::filesystem::file_size(database())) - 4096,
+                            '\x5a');
     }
     OperationLog log(settings());
     log.write(request("after"));
@@ -168,7 +170,8 @@ TEST_F(OddFile, TheSecurityLogTellsOfADamagedOneInItsNewChain) {
     SecurityLog log(settings());
     log.write(login("nms1"));
     ASSERT_TRUE(log.flush(kPatience));
-    EXPECT_THAT(operationsOf(read(database(), LogKind::Security)), ElementsAre("set-aside", "login"));
+    EXPECT_THAT(operationsOf(read(database(), LogKind::Security)),
+                ElementsAre("set-aside", "login"));
     EXPECT_THAT(verify(database()).problems, SizeIs(0));
 }
 

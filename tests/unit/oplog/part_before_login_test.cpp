@@ -59,8 +59,8 @@ TEST_F(PartBeforeLogIn, TheNewestAreThoseOfBothTogether) {
         query.newest = newest;
         const std::vector<std::string> all{"a", "b", "c", "d", "e"};
         EXPECT_EQ(found(query),
-                  std::vector<std::string>(all.end() - static_cast<long>(std::min<std::size_t>(newest, 5)),
-                                           all.end()))
+                  std::vector<std::string>(
+                      all.end() - static_cast<long>(std::min<std::size_t>(newest, 5)), all.end()))
             << newest;
     }
 }
@@ -76,7 +76,8 @@ TEST_F(PartBeforeLogIn, ADamagedOneIsToldAndDoesNotHideTheLog) {
     write({at("a", 0min)}, settings());
     folder_.write("oplog-before-login.db", "no database");
     EXPECT_THAT(found(), ElementsAre("a"));
-    EXPECT_THAT(LogReader(database(), LogKind::Operations).problem(), HasSubstr("oplog-before-login.db"));
+    EXPECT_THAT(LogReader(database(), LogKind::Operations).problem(),
+                HasSubstr("oplog-before-login.db"));
     std::filesystem::remove(part());
     EXPECT_THAT(LogReader(database(), LogKind::Operations).problem(), IsEmpty());
 }
@@ -97,7 +98,8 @@ TEST_F(PartBeforeLogIn, AFloodInItPushesNothingOutOfTheLog) {
     EXPECT_TRUE(waitUntil([&] {
         OtherConnection connection(part());
         return connection.number("PRAGMA page_size") *
-                   (connection.number("PRAGMA page_count") - connection.number("PRAGMA freelist_count")) <=
+                   (connection.number("PRAGMA page_count") -
+                    connection.number("PRAGMA freelist_count")) <=
                256 << 10;
     }));
     EXPECT_EQ(found().front(), "evidence");

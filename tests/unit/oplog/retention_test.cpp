@@ -103,10 +103,12 @@ TEST_F(RetentionTest, TheChainOfTheSecurityLogHoldsAndTellsHowFarItWent) {
     const Verification verification = verify(database(), {before});
     EXPECT_THAT(verification.problems, SizeIs(0));
     EXPECT_EQ(verification.firstId, 6);
-    EXPECT_THAT(operationsOf(read(database(), LogKind::Security)), ElementsAre("login", "retention"));
+    EXPECT_THAT(operationsOf(read(database(), LogKind::Security)),
+                ElementsAre("login", "retention"));
 
     OtherConnection(database()).exec("DELETE FROM record WHERE id = 6");
-    EXPECT_THAT(verify(database()).problems, ElementsAre(testing::HasSubstr("record 6 is missing")));
+    EXPECT_THAT(verify(database()).problems,
+                ElementsAre(testing::HasSubstr("record 6 is missing")));
 }
 
 }  // namespace

@@ -43,7 +43,8 @@ class SearchTest : public LogTest {
         return operationsOf(read(database(), LogKind::Operations, query));
     }
     template <class Value>
-    std::vector<std::string> foundBy(Value LogQuery::*field, const std::type_identity_t<Value>& value) const {
+    std::vector<std::string> foundBy(Value LogQuery::*field,
+                                     const std::type_identity_t<Value>& value) const {
         LogQuery query;
         query.*field = value;
         return found(query);
@@ -64,8 +65,8 @@ TEST_F(LogTest, IsReadAlsoBySomebodyWhoComesWhileItIsBeingMade) {
 
 TEST_F(LogTest, AFileThatStaysEmptyIsNone) {
     folder_.write("oplog.db", "");
-    EXPECT_THAT([&] { read(); },
-                testing::ThrowsMessage<std::runtime_error>(testing::HasSubstr("is no operation log")));
+    EXPECT_THAT([&] { read(); }, testing::ThrowsMessage<std::runtime_error>(
+                                     testing::HasSubstr("is no operation log")));
 }
 
 TEST_F(SearchTest, WithoutConditionsGivesAll) {
@@ -134,7 +135,8 @@ TEST_F(SearchTest, AGapMeetsEveryConditionInWhoseTimeItLies) {
     OtherConnection log(database());
     log.exec("ATTACH '" + elsewhere.database.string() + "' AS elsewhere");
     log.exec("INSERT INTO block SELECT 5, 1, 7, from_ms, " +
-             std::to_string((kStart + 20min).time_since_epoch().count()) + ", data FROM elsewhere.block");
+             std::to_string((kStart + 20min).time_since_epoch().count()) +
+             ", data FROM elsewhere.block");
     EXPECT_THAT(foundBy(&LogQuery::user, "nms1"), ElementsAre("a", "c", "gap 7"));
     EXPECT_THAT(foundBy(&LogQuery::outcome, "failed"), ElementsAre("b", "gap 7"));
     EXPECT_THAT(foundBy(&LogQuery::since, kStart + 15min), ElementsAre("gap 7"));

@@ -20,17 +20,19 @@ TEST(LogSettingsTest, AreTheDefaultsBelowTheStateDirectory) {
     EXPECT_TRUE(settings.auditKeyFile.empty());
     EXPECT_EQ(configuredLogBeforeLogIn().database, "/var/lib/kelp/oplog-before-login.db");
     EXPECT_EQ(configuredLogBeforeLogIn().retention.bytes, 64u << 20);
-    EXPECT_EQ(configuredLogBeforeLogIn().stallMax, 0ms) << "whoever is not logged in holds nobody up";
+    EXPECT_EQ(configuredLogBeforeLogIn().stallMax, 0ms)
+        << "whoever is not logged in holds nobody up";
     EXPECT_EQ(configuredRecordsBeforeLogIn(), 100u);
 }
 
 TEST(LogSettingsTest, AreThoseConfigured) {
-    ASSERT_TRUE(ConfigStore::instance()
-                    .loadText("[oplog]\ndatabase = \"/logs/calls.sqlite\"\nkeep_days = 7\nkeep_mib = 2\n"
-                              "queue_max = 10\nstall_max_ms = 0\nkeep_before_login_mib = 3\n"
-                              "records_per_minute_before_login = 7\n",
-                              "test")
-                    .empty());
+    ASSERT_TRUE(
+        ConfigStore::instance()
+            .loadText("[oplog]\ndatabase = \"/logs/calls.sqlite\"\nkeep_days = 7\nkeep_mib = 2\n"
+                      "queue_max = 10\nstall_max_ms = 0\nkeep_before_login_mib = 3\n"
+                      "records_per_minute_before_login = 7\n",
+                      "test")
+            .empty());
     for (const LogSettings& settings : {configuredOperationLog(), configuredSecurityLog()}) {
         EXPECT_EQ(settings.retention.age, std::chrono::days(7));
         EXPECT_EQ(settings.retention.bytes, 2u << 20);
@@ -48,8 +50,9 @@ TEST(LogSettingsTest, AreThoseConfigured) {
 }
 
 TEST(LogSettingsTest, NameTheKeyFileConfigured) {
-    ASSERT_TRUE(
-        ConfigStore::instance().loadText("[oplog]\naudit_key_file = \"/keys/kelp.key\"\n", "test").empty());
+    ASSERT_TRUE(ConfigStore::instance()
+                    .loadText("[oplog]\naudit_key_file = \"/keys/kelp.key\"\n", "test")
+                    .empty());
     EXPECT_EQ(configuredSecurityLog().auditKeyFile, "/keys/kelp.key");
 }
 

@@ -90,7 +90,8 @@ TEST_F(StopTest, WhatWasFlushedSurvivesTheKill) {
 }
 
 TEST_F(StopTest, TheChainOfAKilledProcessIsWhole) {
-    killAmidWriting<SecurityLog>(LogKind::Security, 500, [](int i) { return login(std::to_string(i)); });
+    killAmidWriting<SecurityLog>(LogKind::Security, 500,
+                                 [](int i) { return login(std::to_string(i)); });
     SecurityLog(settings()).stop();
     const Verification verification = verify(database());
     EXPECT_GE(verification.records, 500u);
@@ -117,8 +118,9 @@ TEST_F(StopTest, TheStopWritesAllThatWasTakenWhileManyWrite) {
     EXPECT_EQ(static_cast<std::uint64_t>(
                   other.number("SELECT coalesce(sum(records), 0) FROM block WHERE missing = 0")),
               taken);
-    EXPECT_EQ(static_cast<std::uint64_t>(other.number("SELECT coalesce(sum(missing), 0) FROM block")),
-              counts.missing);
+    EXPECT_EQ(
+        static_cast<std::uint64_t>(other.number("SELECT coalesce(sum(missing), 0) FROM block")),
+        counts.missing);
 }
 
 }  // namespace

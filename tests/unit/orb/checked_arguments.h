@@ -26,13 +26,14 @@ inline ArgumentVerdict checked(const std::string& operation, const std::string& 
                                const ArgumentLimits& limits = {}, bool littleEndian = true,
                                std::uint8_t minorVersion = 2) {
     const std::string message = std::string(24, '\0') + parameters;
-    return orb::giop::checkArguments(operation,
-                                     {{reinterpret_cast<const std::uint8_t*>(message.data()), message.size()},
-                                      24,
-                                      littleEndian,
-                                      minorVersion,
-                                      {}},
-                                     limits);
+    return orb::giop::checkArguments(
+        operation,
+        {{reinterpret_cast<const std::uint8_t*>(message.data()), message.size()},
+         24,
+         littleEndian,
+         minorVersion,
+         {}},
+        limits);
 }
 
 inline ArgumentVerdict checkedAny(const TypeWriter& any, const ArgumentLimits& limits = {}) {

@@ -51,7 +51,11 @@ void write(CdrWriter& writer, const std::vector<TaggedBytes>& parts) {
 
 std::string iiopProfile(const Iiop& iiop) {
     CdrWriter writer(iiop.order);
-    writer.octet(iiop.major).octet(iiop.minor).string(iiop.host).unsignedShort(iiop.port).octets(iiop.key);
+    writer.octet(iiop.major)
+        .octet(iiop.minor)
+        .string(iiop.host)
+        .unsignedShort(iiop.port)
+        .octets(iiop.key);
     if (iiop.minor > 0)
         write(writer, iiop.components);
     return writer.bytes();

@@ -52,7 +52,8 @@ TaggedBytes sslComponent(unsigned port);
 std::string multipleComponents(const std::vector<TaggedBytes>& components);
 
 /// The content of a stringified reference.
-std::string referenceBytes(const std::vector<TaggedBytes>& profiles, const std::string& typeId = "IDL:T:1.0",
+std::string referenceBytes(const std::vector<TaggedBytes>& profiles,
+                           const std::string& typeId = "IDL:T:1.0",
                            CdrWriter::Order order = CdrWriter::Order::Little);
 std::string hexReference(const std::string& bytes);
 /// A stringified reference with one IIOP profile.

@@ -7,8 +7,8 @@
 
 namespace kelp::test {
 
-/// Writes encoded TypeCodes and values the way an ORB does, or in ways that no ORB would. Positions count
-/// from the beginning, so an indirection can lead anywhere.
+/// Writes encoded TypeCodes and values the way an ORB does, or in ways that no ORB would. Positions
+/// count from the beginning, so an indirection can lead anywhere.
 class TypeWriter {
   public:
     explicit TypeWriter(bool littleEndian = true) : littleEndian_(littleEndian) {}
@@ -32,7 +32,9 @@ class TypeWriter {
     /// A struct of `members` members whose TypeCodes follow, each after text("").
     std::size_t openStruct(std::uint32_t members);
     std::size_t openSequence();
-    TypeWriter& closeWith(std::uint32_t lengthOrBound) { return unsignedLong(lengthOrBound).close(); }
+    TypeWriter& closeWith(std::uint32_t lengthOrBound) {
+        return unsignedLong(lengthOrBound).close();
+    }
 
     const std::string& bytes() const { return bytes_; }
 

@@ -1,8 +1,8 @@
+#include "omniorb/requests/object_key.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "omniorb/requests/object_key.h"
 
 namespace {
 

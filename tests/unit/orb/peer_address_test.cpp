@@ -39,7 +39,8 @@ TEST(PeerAddress, IsReadFromAnIpv6Connection) {
 }
 
 TEST(PeerAddress, IsIpv4WhenAnIpv4ClientComesToAnIpv6Listener) {
-    for (const char* text : {"giop:tcp:[::ffff:127.0.0.1]:42538", "giop:ssl:[::FFFF:7f00:1]:42538"}) {
+    for (const char* text :
+         {"giop:tcp:[::ffff:127.0.0.1]:42538", "giop:ssl:[::FFFF:7f00:1]:42538"}) {
         const PeerAddress peer = parsePeer(text);
         EXPECT_EQ(peer.text, "127.0.0.1");
         EXPECT_EQ(peer.port, 42538);

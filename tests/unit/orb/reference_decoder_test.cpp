@@ -54,7 +54,8 @@ TEST(ReferenceDecoder, ReadsEveryMixOfByteOrders) {
             iiop.components = {alternateAddress("b.example", 258)};
             const ReferenceContent content =
                 decoded(hexReference(referenceBytes({{0, iiopProfile(iiop)}}, "IDL:T:1.0", outer)));
-            EXPECT_EQ(content.endpoints, (Endpoints{{"192.0.2.7", 4800, false}, {"b.example", 258, false}}));
+            EXPECT_EQ(content.endpoints,
+                      (Endpoints{{"192.0.2.7", 4800, false}, {"b.example", 258, false}}));
         }
     }
 }
@@ -88,7 +89,8 @@ TEST(ReferenceDecoder, ListsAddressesOfSeveralProfilesInTheirOrder) {
     second.key = "other";
     const ReferenceContent content =
         decoded(hexReference(referenceBytes({{0, iiopProfile(first)}, {0, iiopProfile(second)}})));
-    EXPECT_EQ(content.endpoints, (Endpoints{{"192.0.2.7", 4800, false}, {"second.example", 65535, false}}));
+    EXPECT_EQ(content.endpoints,
+              (Endpoints{{"192.0.2.7", 4800, false}, {"second.example", 65535, false}}));
     EXPECT_EQ(content.objectKey, "key");
 }
 
@@ -108,9 +110,10 @@ TEST(ReferenceDecoder, ListsTheTlsAddressAloneWhenThePlainPortIsZero) {
 
 TEST(ReferenceDecoder, SkipsComponentsAndProfilesItDoesNotKnow) {
     Iiop iiop;
-    iiop.components = {{1, "code sets"}, {0x54414f00, ""}, alternateAddress("b.example", 1), {99, "?"}};
-    const ReferenceContent content = decoded(
-        hexReference(referenceBytes({{77, "not CDR at all"}, {0, iiopProfile(iiop)}, {0x49444c, ""}})));
+    iiop.components = {
+        {1, "code sets"}, {0x54414f00, ""}, alternateAddress("b.example", 1), {99, "?"}};
+    const ReferenceContent content = decoded(hexReference(
+        referenceBytes({{77, "not CDR at all"}, {0, iiopProfile(iiop)}, {0x49444c, ""}})));
     EXPECT_EQ(content.endpoints, (Endpoints{{"192.0.2.7", 4800, false}, {"b.example", 1, false}}));
 }
 
@@ -126,11 +129,13 @@ TEST(ReferenceDecoder, SkipsAProfileOfAnotherMajorVersion) {
 }
 
 TEST(ReferenceDecoder, ReadsComponentsThatStandInAProfileOfTheirOwn) {
-    const std::string components = multipleComponents({alternateAddress("b.example", 7), sslComponent(4843)});
+    const std::string components =
+        multipleComponents({alternateAddress("b.example", 7), sslComponent(4843)});
     const ReferenceContent content =
         decoded(hexReference(referenceBytes({{0, iiopProfile({})}, {1, components}})));
     EXPECT_EQ(content.endpoints,
-              (Endpoints{{"192.0.2.7", 4800, false}, {"b.example", 7, false}, {"192.0.2.7", 4843, true}}));
+              (Endpoints{
+                  {"192.0.2.7", 4800, false}, {"b.example", 7, false}, {"192.0.2.7", 4843, true}}));
 }
 
 TEST(ReferenceDecoder, GivesATlsPortWithoutAnyHostNoAddress) {
@@ -214,7 +219,8 @@ TEST(ReferenceDecoder, RefusesLengthsBeyondTheEnd) {
         // the type id, the profile, the key
         expectRefused(hexReference(CdrWriter().unsignedLong(length).bytes() + "IDL:T:1.0"));
         expectRefused(hexReference(
-            CdrWriter().string("").unsignedLong(1).unsignedLong(0).unsignedLong(length).bytes() + "x"));
+            CdrWriter().string("").unsignedLong(1).unsignedLong(0).unsignedLong(length).bytes() +
+            "x"));
         const std::string profile =
             CdrWriter().octet(1).octet(2).string("h").unsignedShort(1).unsignedLong(length).bytes();
         expectRefused(hexReference(referenceBytes({{0, profile}})));
@@ -237,8 +243,9 @@ TEST(ReferenceDecoder, RefusesCountsThatNothingStandsBehind) {
 
 TEST(ReferenceDecoder, RefusesBrokenComponents) {
     for (const TaggedBytes& broken :
-         {TaggedBytes{3, ""}, TaggedBytes{3, "\x01"}, TaggedBytes{3, CdrWriter().string("host").bytes()},
-          TaggedBytes{20, ""}, TaggedBytes{20, CdrWriter().unsignedShort(1).unsignedShort(1).bytes()}}) {
+         {TaggedBytes{3, ""}, TaggedBytes{3, "\x01"},
+          TaggedBytes{3, CdrWriter().string("host").bytes()}, TaggedBytes{20, ""},
+          TaggedBytes{20, CdrWriter().unsignedShort(1).unsignedShort(1).bytes()}}) {
         Iiop iiop;
         iiop.components = {broken};
         expectRefused(ior(iiop));
@@ -248,7 +255,8 @@ TEST(ReferenceDecoder, RefusesBrokenComponents) {
 TEST(ReferenceDecoder, RefusesHostsThatNoNameCanBe) {
     for (const std::string& host :
          {std::string(), std::string("a b"), std::string("a\nb"), std::string("h\x1b[2J"),
-          std::string("a\0b", 3), std::string("h\xc3\xa4"), std::string("\x7f"), std::string(256, 'h')}) {
+          std::string("a\0b", 3), std::string("h\xc3\xa4"), std::string("\x7f"),
+          std::string(256, 'h')}) {
         Iiop iiop;
         iiop.host = host;
         expectRefused(ior(iiop));
@@ -278,10 +286,12 @@ TEST(ReferenceDecoder, RefusesContentAboveItsLimitAndTakesContentAtIt) {
     const std::string rest = referenceBytes({{0, iiopProfile({})}});
     const std::string withEmpty = referenceBytes({{0, iiopProfile({})}, {9, ""}});
     const std::size_t most = 64 * 1024 - withEmpty.size();
-    EXPECT_EQ(decoded(hexReference(referenceBytes({{0, iiopProfile({})}, {9, std::string(most, 'x')}})))
-                  .endpoints.size(),
-              1U);
-    expectRefused(hexReference(referenceBytes({{0, iiopProfile({})}, {9, std::string(most + 1, 'x')}})));
+    EXPECT_EQ(
+        decoded(hexReference(referenceBytes({{0, iiopProfile({})}, {9, std::string(most, 'x')}})))
+            .endpoints.size(),
+        1U);
+    expectRefused(
+        hexReference(referenceBytes({{0, iiopProfile({})}, {9, std::string(most + 1, 'x')}})));
 }
 
 TEST(ReferenceDecoder, DoesNotDescendIntoReferencesInsideReferences) {

@@ -22,19 +22,21 @@ std::vector<std::string> seeds() {
     Iiop tlsOnly;
     tlsOnly.port = 0;
     tlsOnly.components = {sslComponent(4843)};
-    return {
-        referenceBytes({{0, iiopProfile(full)}}),
-        referenceBytes({{0, iiopProfile(big)}, {0, iiopProfile(old)}}, "IDL:U:1.0", CdrWriter::Order::Big),
-        referenceBytes({{0, iiopProfile(tlsOnly)}, {1, multipleComponents({alternateAddress("c", 1)})}}),
-        referenceBytes({}, "")};
+    return {referenceBytes({{0, iiopProfile(full)}}),
+            referenceBytes({{0, iiopProfile(big)}, {0, iiopProfile(old)}}, "IDL:U:1.0",
+                           CdrWriter::Order::Big),
+            referenceBytes(
+                {{0, iiopProfile(tlsOnly)}, {1, multipleComponents({alternateAddress("c", 1)})}}),
+            referenceBytes({}, "")};
 }
 
-/// Whatever is accepted keeps the promises of the header; a read outside the bytes is for the sanitizers to
-/// find.
+/// Whatever is accepted keeps the promises of the header; a read outside the bytes is for the
+/// sanitizers to find.
 bool acceptedSoundly(const std::string& bytes) {
     ReferenceContent content;
     if (!decodeReference(hexReference(bytes), content)) {
-        EXPECT_TRUE(content.endpoints.empty() && content.typeId.empty() && content.objectKey.empty());
+        EXPECT_TRUE(content.endpoints.empty() && content.typeId.empty() &&
+                    content.objectKey.empty());
         return false;
     }
     EXPECT_LE(content.objectKey.size(), bytes.size());
@@ -85,15 +87,17 @@ TEST(ReferenceMutations, BytesRemovedInsertedAndRepeatedAreReadSoundly) {
 
 TEST(ReferenceMutations, LongsReplacedByExtremesAreReadSoundly) {
     std::size_t refused = 0;
-    const std::uint32_t extremes[] = {0,          1,          2,          3,          0x7fffffff, 0x80000000,
-                                      0xfffffffc, 0xfffffffd, 0xfffffffe, 0xffffffff, 0x10000,    0xffff};
+    const std::uint32_t extremes[] = {0,          1,          2,          3,
+                                      0x7fffffff, 0x80000000, 0xfffffffc, 0xfffffffd,
+                                      0xfffffffe, 0xffffffff, 0x10000,    0xffff};
     for (const std::string& seed : seeds()) {
         for (std::size_t at = 0; at + 4 <= seed.size(); ++at) {
             for (const std::uint32_t extreme : extremes) {
                 for (const bool little : {true, false}) {
                     std::string bytes = seed;
                     for (std::size_t i = 0; i < 4; ++i)
-                        bytes[at + i] = static_cast<char>(extreme >> 8 * (little ? i : 3 - i) & 0xff);
+                        bytes[at + i] =
+                            static_cast<char>(extreme >> 8 * (little ? i : 3 - i) & 0xff);
                     refused += acceptedSoundly(bytes) ? 0 : 1;
                 }
             }

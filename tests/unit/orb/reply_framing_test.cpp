@@ -20,8 +20,8 @@ constexpr char kFragment = 7;
 std::string message(char type, std::size_t octets, char minor = 2, bool littleEndian = true) {
     std::string size(4, '\0');
     size[littleEndian ? 0 : 3] = static_cast<char>(octets);
-    return std::string("GIOP\1", 5) + minor + static_cast<char>(littleEndian ? 1 : 0) + type + size +
-           std::string(octets, 'x');
+    return std::string("GIOP\1", 5) + minor + static_cast<char>(littleEndian ? 1 : 0) + type +
+           size + std::string(octets, 'x');
 }
 
 bool accepts(const std::string& octets, std::size_t step = 1000) {
@@ -36,8 +36,8 @@ bool accepts(const std::string& octets, std::size_t step = 1000) {
 
 TEST(ReplyFraming, RepliesPassHoweverTheyAreCut) {
     const std::string messages = message(kReply, 12) + message(kReply, 100, 2, false) +
-                                 message(kFragment, 4) + message(kFragment, 0, 1) + message(kReply, 12, 0) +
-                                 message(kClose, 0);
+                                 message(kFragment, 4) + message(kFragment, 0, 1) +
+                                 message(kReply, 12, 0) + message(kClose, 0);
     for (const std::size_t step : {1, 5, 12, 13, 1000})
         EXPECT_TRUE(accepts(messages, step)) << step;
 }
@@ -65,7 +65,8 @@ TEST(ReplyFraming, WhatIsNoGiopDoesNot) {
 TEST(ReplyFraming, NothingPassesAfterWhatDoesNot) {
     ReplyFraming framing;
     const auto feed = [&](const std::string& octets) {
-        return framing.accepts({reinterpret_cast<const std::uint8_t*>(octets.data()), octets.size()});
+        return framing.accepts(
+            {reinterpret_cast<const std::uint8_t*>(octets.data()), octets.size()});
     };
     EXPECT_FALSE(feed(message(kRequest, 12)));
     EXPECT_FALSE(feed(message(kReply, 12)));

@@ -1,6 +1,5 @@
-#include <kelp/orb/tls_files.h>
-
 #include <gmock/gmock.h>
+#include <kelp/orb/tls_files.h>
 #include <sys/stat.h>
 
 #include "component/orb/throw_away_certificates.h"
@@ -31,14 +30,16 @@ class TlsFilesTest : public testing::Test {
         }
         return all;
     }
-    std::vector<std::string> checkOwn(const std::string& keyFile, const std::string& password = "") const {
+    std::vector<std::string> checkOwn(const std::string& keyFile,
+                                      const std::string& password = "") const {
         return check(certificates_.authority(), keyFile, password);
     }
     static std::string contentOf(const std::string& file) {
         std::ifstream in(file);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    std::string written(const std::string& name, const std::string& text, ::mode_t mode = 0600) const {
+    std::string written(const std::string& name, const std::string& text,
+                        ::mode_t mode = 0600) const {
         const std::string file = folder_.write(name, text);
         EXPECT_EQ(::chmod(file.c_str(), mode), 0);
         return file;
@@ -70,8 +71,9 @@ TEST_F(TlsFilesTest, GoodOnesHaveNoProblem) {
 
 TEST_F(TlsFilesTest, CertificatesBetweenTheOwnAndTheAuthorityMayFollow) {
     const std::string own = certificates_.issue("ems");
-    EXPECT_THAT(checkOwn(written("chain.pem", contentOf(own) + contentOf(certificates_.authority()))),
-                IsEmpty());
+    EXPECT_THAT(
+        checkOwn(written("chain.pem", contentOf(own) + contentOf(certificates_.authority()))),
+        IsEmpty());
 }
 
 TEST_F(TlsFilesTest, BothFilesProblemsAreToldAtOnce) {
@@ -108,10 +110,13 @@ TEST_F(TlsFilesTest, OneAuthorityMustStillBeValid) {
     const std::string own = certificates_.issue("ems");
     certificates_.issueExpired("old");
     const std::string ended = contentOf(certificates_.certificateOf("old"));
-    EXPECT_THAT(check(written("ended.pem", ended), own),
-                ElementsAre("authorities: ended.pem holds no certificate that is still valid, so that nobody "
-                            "could be trusted"));
-    EXPECT_THAT(check(written("both.pem", ended + contentOf(certificates_.authority())), own), IsEmpty());
+    EXPECT_THAT(
+        check(written("ended.pem", ended), own),
+        ElementsAre(
+            "authorities: ended.pem holds no certificate that is still valid, so that nobody "
+            "could be trusted"));
+    EXPECT_THAT(check(written("both.pem", ended + contentOf(certificates_.authority())), own),
+                IsEmpty());
 }
 
 TEST_F(TlsFilesTest, OwnFileNeedsACertificateAndItsKey) {
@@ -126,38 +131,44 @@ TEST_F(TlsFilesTest, OwnFileNeedsACertificateAndItsKey) {
     EXPECT_THAT(
         checkOwn(written("mixed.pem", contentOf(certificates_.keyOf("other")) +
                                           contentOf(certificates_.certificateOf("ems")))),
-        ElementsAre("certificate: mixed.pem holds a private key that is not its first certificate's"));
+        ElementsAre(
+            "certificate: mixed.pem holds a private key that is not its first certificate's"));
     std::string damaged = contentOf(certificates_.keyOf("ems"));
     damaged.replace(damaged.find('\n') + 1, 8, "////////");
     EXPECT_THAT(
         checkOwn(written("damaged.pem", damaged + contentOf(certificates_.certificateOf("ems")))),
-        ElementsAre(StartsWith("certificate: damaged.pem holds a private key that cannot be read: ")));
+        ElementsAre(
+            StartsWith("certificate: damaged.pem holds a private key that cannot be read: ")));
 }
 
 TEST_F(TlsFilesTest, EncryptedKeyNeedsItsPassword) {
     const std::string locked = certificates_.issue("locked", "secret");
-    EXPECT_THAT(
-        checkOwn(locked),
-        ElementsAre("password: locked.pem holds an encrypted private key, but there is no password for it"));
-    const std::string refused = "password: locked.pem holds a private key that the password does not open: ";
+    EXPECT_THAT(checkOwn(locked), ElementsAre("password: locked.pem holds an encrypted private "
+                                              "key, but there is no password for it"));
+    const std::string refused =
+        "password: locked.pem holds a private key that the password does not open: ";
     EXPECT_THAT(checkOwn(locked, "wrong"), ElementsAre(StartsWith(refused)));
     EXPECT_THAT(checkOwn(locked, std::string(100000, 'x')), ElementsAre(StartsWith(refused)));
     EXPECT_THAT(checkOwn(locked, "secret"), IsEmpty());
 }
 
 TEST_F(TlsFilesTest, OwnCertificateMustBeValidNow) {
-    EXPECT_THAT(checkOwn(certificates_.issueExpired("old")),
-                ElementsAre("certificate: old.pem holds a certificate that has ended at 2021-01-01 00:00:00 "
-                            "UTC"));
-    EXPECT_THAT(checkOwn(certificates_.issueNotYetValid("new")),
-                ElementsAre("certificate: new.pem holds a certificate that is not valid before 2048-01-01 "
-                            "00:00:00 UTC"));
+    EXPECT_THAT(
+        checkOwn(certificates_.issueExpired("old")),
+        ElementsAre(
+            "certificate: old.pem holds a certificate that has ended at 2021-01-01 00:00:00 "
+            "UTC"));
+    EXPECT_THAT(
+        checkOwn(certificates_.issueNotYetValid("new")),
+        ElementsAre("certificate: new.pem holds a certificate that is not valid before 2048-01-01 "
+                    "00:00:00 UTC"));
 }
 
 TEST_F(TlsFilesTest, KeyThatOthersCanReadOrWriteIsRefused) {
     const auto refusal = [](const std::string& mode) {
-        return "certificate: ems.pem holds a private key that others can read or write: its mode is " + mode +
-               ", set it to 0600";
+        return "certificate: ems.pem holds a private key that others can read or write: its mode "
+               "is " +
+               mode + ", set it to 0600";
     };
     EXPECT_EQ(checkMode(0600), "");
     EXPECT_EQ(checkMode(0400), "");
@@ -171,7 +182,8 @@ TEST_F(TlsFilesTest, KeyThatOthersCanReadOrWriteIsRefused) {
 
 TEST_F(TlsFilesTest, CertificatesAloneMayBeReadByAll) {
     const std::string own = certificates_.issue("ems");
-    EXPECT_THAT(check(written("ca.pem", contentOf(certificates_.authority()), 0644), own), IsEmpty());
+    EXPECT_THAT(check(written("ca.pem", contentOf(certificates_.authority()), 0644), own),
+                IsEmpty());
 }
 
 TEST_F(TlsFilesTest, WhatOthersCanWriteIsNotTrusted) {
@@ -198,7 +210,8 @@ TEST_F(TlsFilesTest, FileOfRevocationListsNeedsOne) {
     EXPECT_THAT(checkLists("/no/such/crl.pem"),
                 ElementsAre("crl.pem cannot be read: No such file or directory"));
     EXPECT_THAT(checkLists("/dev/null"), ElementsAre("null holds no PEM revocation list"));
-    EXPECT_THAT(checkLists(certificates_.authority()), ElementsAre("ca.pem holds no PEM revocation list"));
+    EXPECT_THAT(checkLists(certificates_.authority()),
+                ElementsAre("ca.pem holds no PEM revocation list"));
     std::string damaged = contentOf(certificates_.revocationList());
     damaged.replace(damaged.find('\n') + 1, 8, "////////");
     EXPECT_THAT(checkLists(written("damaged.pem", damaged)),
@@ -210,28 +223,33 @@ TEST_F(TlsFilesTest, FileOfRevocationListsNeedsOne) {
 TEST_F(TlsFilesTest, RevocationListMustHoldNow) {
     EXPECT_THAT(
         checkLists(certificates_.revocationListFor("20200101000000Z", "20210101000000Z")),
-        ElementsAre("crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01 00:00:00 "
-                    "UTC"));
+        ElementsAre(
+            "crl.pem holds a revocation list of CN = Test CA that has ended at 2021-01-01 00:00:00 "
+            "UTC"));
     EXPECT_THAT(
         checkLists(certificates_.revocationListFor("20480101000000Z", "20490101000000Z")),
-        ElementsAre("crl.pem holds a revocation list of CN = Test CA that is not valid before 2048-01-01 "
-                    "00:00:00 UTC"));
+        ElementsAre(
+            "crl.pem holds a revocation list of CN = Test CA that is not valid before 2048-01-01 "
+            "00:00:00 UTC"));
     const std::string ended =
         contentOf(certificates_.revocationListFor("20200101000000Z", "20210101000000Z"));
-    EXPECT_THAT(checkLists(written("both.pem", ended + contentOf(certificates_.revocationList()))), IsEmpty())
+    EXPECT_THAT(checkLists(written("both.pem", ended + contentOf(certificates_.revocationList()))),
+                IsEmpty())
         << "an older list next to the one that holds";
 }
 
 TEST_F(TlsFilesTest, ForeignRevocationListIsRefused) {
     const kelp::test::ThrowAwayCertificates others("Other CA");
     const std::string own = contentOf(certificates_.revocationList());
-    EXPECT_THAT(checkLists(written("foreign.pem", own + contentOf(others.revocationList()))),
-                ElementsAre("foreign.pem holds a revocation list of CN = Other CA, which is none of the "
-                            "trusted authorities"));
+    EXPECT_THAT(
+        checkLists(written("foreign.pem", own + contentOf(others.revocationList()))),
+        ElementsAre("foreign.pem holds a revocation list of CN = Other CA, which is none of the "
+                    "trusted authorities"));
     const kelp::test::ThrowAwayCertificates namesakes;
     EXPECT_THAT(checkLists(written("namesake.pem", contentOf(namesakes.revocationList()))),
-                testing::Contains("namesake.pem holds a revocation list of CN = Test CA that this authority "
-                                  "has not signed"));
+                testing::Contains(
+                    "namesake.pem holds a revocation list of CN = Test CA that this authority "
+                    "has not signed"));
 }
 
 TEST_F(TlsFilesTest, EachAuthorityNeedsARevocationListWhereThereIsAFileOfThem) {
@@ -241,19 +259,20 @@ TEST_F(TlsFilesTest, EachAuthorityNeedsARevocationListWhereThereIsAFileOfThem) {
     const std::string own = certificates_.issue("ems");
     const auto problems = problemsOf({both, own, "", certificates_.revocationList()});
     ASSERT_EQ(problems.size(), 1u);
-    EXPECT_THAT(problems.front().what,
-                testing::EndsWith("/crl.pem holds no revocation list of CN = Other CA, which is one of the "
-                                  "trusted authorities"));
-    const std::string lists =
-        written("crls.pem", contentOf(certificates_.revocationList()) + contentOf(others.revocationList()));
+    EXPECT_THAT(
+        problems.front().what,
+        testing::EndsWith("/crl.pem holds no revocation list of CN = Other CA, which is one of the "
+                          "trusted authorities"));
+    const std::string lists = written(
+        "crls.pem", contentOf(certificates_.revocationList()) + contentOf(others.revocationList()));
     EXPECT_THAT(problemsOf({both, own, "", lists}), IsEmpty());
 }
 
 TEST_F(TlsFilesTest, EndsOfRevocationListsAreKnown) {
     EXPECT_THAT(kelp::orb::revocationListEnds("/no/such/file"), IsEmpty());
     EXPECT_THAT(kelp::orb::revocationListEnds("/dev/null"), IsEmpty());
-    const auto ends =
-        kelp::orb::revocationListEnds(certificates_.revocationListFor("20200101000000Z", "20210101000000Z"));
+    const auto ends = kelp::orb::revocationListEnds(
+        certificates_.revocationListFor("20200101000000Z", "20210101000000Z"));
     ASSERT_EQ(ends.size(), 1u);
     EXPECT_EQ(ends[0].authority, "CN = Test CA");
     EXPECT_EQ(ends[0].end, std::chrono::system_clock::from_time_t(1609459200));
@@ -261,9 +280,9 @@ TEST_F(TlsFilesTest, EndsOfRevocationListsAreKnown) {
 
 TEST_F(TlsFilesTest, KeyTooShortForTheLibraryIsRefusedBeforeTheStart) {
     const std::string file = folder_.path() / "short.pem";
-    const std::string command = "openssl req -x509 -newkey rsa:512 -nodes -days 2 -subj /CN=short -keyout '" +
-                                file + "' -out '" + file + ".crt' 2>/dev/null && cat '" + file +
-                                ".crt' >> '" + file + "'";
+    const std::string command =
+        "openssl req -x509 -newkey rsa:512 -nodes -days 2 -subj /CN=short -keyout '" + file +
+        "' -out '" + file + ".crt' 2>/dev/null && cat '" + file + ".crt' >> '" + file + "'";
     ASSERT_EQ(std::system(command.c_str()), 0);
     EXPECT_THAT(checkOwn(file),
                 ElementsAre("certificate: short.pem holds a certificate that cannot be shown: "

@@ -1,6 +1,5 @@
-#include <kelp/orb/tls_suites.h>
-
 #include <gmock/gmock.h>
+#include <kelp/orb/tls_suites.h>
 
 namespace {
 
@@ -48,7 +47,8 @@ TEST(TlsCiphers, SuiteWithoutForwardSecrecyIsRefused) {
     EXPECT_EQ(problemOfTlsCiphers("ECDHE+AESGCM:AES256-GCM-SHA384"),
               "has the suite AES256-GCM-SHA384, which has no forward secrecy");
     EXPECT_THAT(problemOfTlsCiphers("DEFAULT"), StartsWith("has the suite "));
-    EXPECT_THAT(problemOfTlsCiphers("PSK-AES256-GCM-SHA384"), EndsWith("which has no forward secrecy"));
+    EXPECT_THAT(problemOfTlsCiphers("PSK-AES256-GCM-SHA384"),
+                EndsWith("which has no forward secrecy"));
 }
 
 TEST(TlsCiphers, SuiteWithoutAuthenticatedEncryptionIsRefused) {
@@ -59,12 +59,14 @@ TEST(TlsCiphers, SuiteWithoutAuthenticatedEncryptionIsRefused) {
 TEST(TlsCiphers, SuiteWithoutAnUsualCertificateIsRefused) {
     EXPECT_EQ(problemOfTlsCiphers("ADH-AES256-GCM-SHA384"),
               "has the suite ADH-AES256-GCM-SHA384, which is not for an RSA or ECDSA certificate");
-    EXPECT_EQ(problemOfTlsCiphers("DHE-DSS-AES256-GCM-SHA384"),
-              "has the suite DHE-DSS-AES256-GCM-SHA384, which is not for an RSA or ECDSA certificate");
+    EXPECT_EQ(
+        problemOfTlsCiphers("DHE-DSS-AES256-GCM-SHA384"),
+        "has the suite DHE-DSS-AES256-GCM-SHA384, which is not for an RSA or ECDSA certificate");
 }
 
 TEST(TlsCiphers, SecurityLevelMustNotBeLowered) {
-    EXPECT_EQ(problemOfTlsCiphers("ECDHE+AESGCM:@SECLEVEL=1"), "must not lower the security level to 1");
+    EXPECT_EQ(problemOfTlsCiphers("ECDHE+AESGCM:@SECLEVEL=1"),
+              "must not lower the security level to 1");
     EXPECT_EQ(problemOfTlsCiphers("ECDHE+AESGCM:@SECLEVEL=3"), "");
 }
 

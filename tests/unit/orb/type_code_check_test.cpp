@@ -1,5 +1,5 @@
-// TypeCodes in the parameters of a request. Each is the type of an any whose value follows, or a nil
-// sequence.
+// TypeCodes in the parameters of a request. Each is the type of an any whose value follows, or a
+// nil sequence.
 
 #include <gtest/gtest.h>
 
@@ -45,7 +45,8 @@ TEST(TypeCodeCheck, TypesWithinTheDepthLimitAreFine) {
 
 TEST(TypeCodeCheck, SequencesNestedThousandsOfLevelsDeepAreTooDeep) {
     EXPECT_EQ(checkedAny(sequencesAround(5000)), ArgumentVerdict::TooDeep);
-    EXPECT_EQ(checked("push", sequencesAround(5000, false).bytes(), {}, false), ArgumentVerdict::TooDeep);
+    EXPECT_EQ(checked("push", sequencesAround(5000, false).bytes(), {}, false),
+              ArgumentVerdict::TooDeep);
 }
 
 TEST(TypeCodeCheck, BothByteOrdersAreRead) {
@@ -190,7 +191,8 @@ TypeWriter recursive(std::uint32_t kind) {
 TEST(TypeCodeCheck, RecursionThroughASequenceIsFine) {
     // a node with two children, the first with one
     EXPECT_EQ(
-        checkedAny(recursive(tcSequence).unsignedLong(2).unsignedLong(1).unsignedLong(0).unsignedLong(0)),
+        checkedAny(
+            recursive(tcSequence).unsignedLong(2).unsignedLong(1).unsignedLong(0).unsignedLong(0)),
         ArgumentVerdict::Fine);
 }
 
@@ -292,24 +294,29 @@ TypeWriter unionType(std::uint32_t discriminator, std::int32_t defaultIndex) {
 }
 
 TEST(TypeCodeCheck, TheDefaultOfAUnionIsOneOfItsMembers) {
-    EXPECT_EQ(checkedAny(unionType(tcLong, -1).unsignedLong(1).text("chosen")), ArgumentVerdict::Fine);
+    EXPECT_EQ(checkedAny(unionType(tcLong, -1).unsignedLong(1).text("chosen")),
+              ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(unionType(tcLong, -1).unsignedLong(5)), ArgumentVerdict::Fine);
-    EXPECT_EQ(checkedAny(unionType(tcLong, 1).unsignedLong(5).text("default")), ArgumentVerdict::Fine);
+    EXPECT_EQ(checkedAny(unionType(tcLong, 1).unsignedLong(5).text("default")),
+              ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(unionType(tcLong, 1).unsignedLong(5)), ArgumentVerdict::Malformed);
-    EXPECT_EQ(checkedAny(unionType(tcLong, 2).unsignedLong(5).text("none")), ArgumentVerdict::Malformed);
-    EXPECT_EQ(checkedAny(unionType(tcLong, 0x7fffffff).unsignedLong(5)), ArgumentVerdict::Malformed);
+    EXPECT_EQ(checkedAny(unionType(tcLong, 2).unsignedLong(5).text("none")),
+              ArgumentVerdict::Malformed);
+    EXPECT_EQ(checkedAny(unionType(tcLong, 0x7fffffff).unsignedLong(5)),
+              ArgumentVerdict::Malformed);
 }
 
 TEST(TypeCodeCheck, UnionsAreSwitchedByWhatIdlAllows) {
     EXPECT_EQ(checkedAny(unionType(tcBoolean, -1).octet(0).octet(1)), ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(unionType(tcChar, -1).octet(0).octet(1)), ArgumentVerdict::Fine);
     for (const Tc kind : {tcFloat, tcString, tcAny, tcWChar, tcVoid})
-        EXPECT_EQ(checkedAny(unionType(kind, -1).unsignedLong(0).unsignedLong(0)), ArgumentVerdict::Malformed)
+        EXPECT_EQ(checkedAny(unionType(kind, -1).unsignedLong(0).unsignedLong(0)),
+                  ArgumentVerdict::Malformed)
             << kind;
 }
 
-/// The ORB takes any octet but 0 for true, so another octet would choose a member that the check does not
-/// see.
+/// The ORB takes any octet but 0 for true, so another octet would choose a member that the check
+/// does not see.
 TEST(TypeCodeCheck, BooleansAndCharactersSelectOnlyAsTheyAreWritten) {
     EXPECT_EQ(checkedAny(unionType(tcBoolean, -1).octet(2)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(unionType(tcChar, -1).octet(0x80)), ArgumentVerdict::Malformed);

@@ -32,15 +32,17 @@ TEST(ValueCheck, AnOperationWithoutAnysIsNotLookedAt) {
 TEST(ValueCheck, TheOperationsOfTheEventServiceAreInTheTable) {
     for (const char* operation :
          {"push", "push_structured_event", "push_structured_events", "set_qos", "validate_qos",
-          "validate_event_qos", "set_admin", "match", "match_structured", "match_typed", "create_channel",
-          "create_mapping_filter", "add_mapping_constraints", "modify_mapping_constraints"})
+          "validate_event_qos", "set_admin", "match", "match_structured", "match_typed",
+          "create_channel", "create_mapping_filter", "add_mapping_constraints",
+          "modify_mapping_constraints"})
         EXPECT_TRUE(orb::giop::parametersOf(operation)) << operation;
     EXPECT_FALSE(orb::giop::parametersOf("add_constraints"));
 }
 
 TEST(ValueCheck, ABodyThatIsMissingIsMalformed) {
     EXPECT_EQ(checked("push", ""), ArgumentVerdict::Malformed);
-    EXPECT_EQ(orb::giop::checkArguments("push", {{}, 100, true, 2, {}}), ArgumentVerdict::Malformed);
+    EXPECT_EQ(orb::giop::checkArguments("push", {{}, 100, true, 2, {}}),
+              ArgumentVerdict::Malformed);
 }
 
 TEST(ValueCheck, AnysNestedWithinTheLimitAreFine) {
@@ -74,7 +76,8 @@ TEST(ValueCheck, SimpleValuesEndWhereTheirTypeSays) {
     EXPECT_EQ(checkedAny(anyOf(tcLongDouble).number(1, 8).number(1, 8)), ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(anyOf(tcLongDouble).number(1, 8)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(anyOf(tcString).unsignedLong(0).text("text")), ArgumentVerdict::Fine);
-    EXPECT_EQ(checkedAny(anyOf(tcString).unsignedLong(0).unsignedLong(100)), ArgumentVerdict::Malformed);
+    EXPECT_EQ(checkedAny(anyOf(tcString).unsignedLong(0).unsignedLong(100)),
+              ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(anyOf(tcPrincipal).unsignedLong(3).raw("abc")), ArgumentVerdict::Fine);
 }
 
@@ -100,7 +103,8 @@ TEST(ValueCheck, SequencesHaveAnElementForEachOfTheirLength) {
         any.kind(kind);
         return any.closeWith(0).unsignedLong(length);
     };
-    EXPECT_EQ(checkedAny(sequence(tcLong, 2).unsignedLong(1).unsignedLong(2)), ArgumentVerdict::Fine);
+    EXPECT_EQ(checkedAny(sequence(tcLong, 2).unsignedLong(1).unsignedLong(2)),
+              ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(sequence(tcLong, 2).unsignedLong(1)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(sequence(tcVoid, 0xffffffff)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(sequence(tcAny, 0xffffffff)), ArgumentVerdict::Malformed);
@@ -159,11 +163,16 @@ TEST(ValueCheck, ReferencesHaveTheProfilesTheyCount) {
         any.openNamed(tcReference);
         return any.close();
     };
-    EXPECT_EQ(
-        checkedAny(reference().text("IDL:T:1.0").unsignedLong(1).unsignedLong(0).unsignedLong(3).raw("abc")),
-        ArgumentVerdict::Fine);
+    EXPECT_EQ(checkedAny(reference()
+                             .text("IDL:T:1.0")
+                             .unsignedLong(1)
+                             .unsignedLong(0)
+                             .unsignedLong(3)
+                             .raw("abc")),
+              ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(reference().unsignedLong(0).unsignedLong(0)), ArgumentVerdict::Fine);
-    EXPECT_EQ(checkedAny(reference().text("").unsignedLong(0xffffffff)), ArgumentVerdict::Malformed);
+    EXPECT_EQ(checkedAny(reference().text("").unsignedLong(0xffffffff)),
+              ArgumentVerdict::Malformed);
 }
 
 TEST(ValueCheck, ValuetypesAreNil) {
@@ -174,7 +183,8 @@ TEST(ValueCheck, ValuetypesAreNil) {
         return any.close();
     };
     EXPECT_EQ(checkedAny(valueBox().unsignedLong(0)), ArgumentVerdict::Fine);
-    EXPECT_EQ(checkedAny(valueBox().unsignedLong(0x7fffff00).unsignedLong(1)), ArgumentVerdict::Malformed);
+    EXPECT_EQ(checkedAny(valueBox().unsignedLong(0x7fffff00).unsignedLong(1)),
+              ArgumentVerdict::Malformed);
     const auto interface = [] {
         TypeWriter any;
         any.openNamed(tcAbstractInterface);
@@ -182,7 +192,8 @@ TEST(ValueCheck, ValuetypesAreNil) {
     };
     EXPECT_EQ(checkedAny(interface().octet(0).unsignedLong(0)), ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(interface().octet(1).text("").unsignedLong(0)), ArgumentVerdict::Fine);
-    EXPECT_EQ(checkedAny(interface().octet(0).unsignedLong(0x7fffff00)), ArgumentVerdict::Malformed);
+    EXPECT_EQ(checkedAny(interface().octet(0).unsignedLong(0x7fffff00)),
+              ArgumentVerdict::Malformed);
     TypeWriter local;
     local.openNamed(tcLocalInterface);
     local.close();
@@ -204,12 +215,13 @@ TEST(ValueCheck, OctetsAfterTheParametersDoNotMatter) {
     EXPECT_EQ(checkedAny(anyOf(tcLong).unsignedLong(1).raw("whatever")), ArgumentVerdict::Fine);
 }
 
-/// GIOP 1.1 aligns what is in a fragment from the fragment's own header, so 8 octets begin 4 after it.
+/// GIOP 1.1 aligns what is in a fragment from the fragment's own header, so 8 octets begin 4 after
+/// it.
 TEST(ValueCheck, AlignmentBeginsAnewInAFragmentOfGiop11) {
     const std::string message =
         std::string(20, '\0') + anyOf(tcDouble).bytes() + std::string(4, '\0') + "8 octets";
-    const std::span<const std::uint8_t> octets(reinterpret_cast<const std::uint8_t*>(message.data()),
-                                               message.size());
+    const std::span<const std::uint8_t> octets(
+        reinterpret_cast<const std::uint8_t*>(message.data()), message.size());
     const auto checkedWith = [&](std::size_t size, std::span<const std::size_t> fragments) {
         return orb::giop::checkArguments("push", {octets.first(size), 20, true, 1, fragments});
     };
@@ -224,8 +236,8 @@ TEST(ValueCheck, AlignmentBeginsAnewInAFragmentOfGiop11) {
 TEST(ValueCheck, PaddingAtTheEndOfAFragmentIsFollowedByMoreInTheNext) {
     const std::string message =
         std::string(16, '\0') + anyOf(tcDouble).bytes() + std::string(8, '\0') + "8 octets";
-    const std::span<const std::uint8_t> octets(reinterpret_cast<const std::uint8_t*>(message.data()),
-                                               message.size());
+    const std::span<const std::uint8_t> octets(
+        reinterpret_cast<const std::uint8_t*>(message.data()), message.size());
     const std::size_t fragments[] = {24};
     const auto checkedUpTo = [&](std::size_t size) {
         return orb::giop::checkArguments("push", {octets.first(size), 16, true, 1, fragments});
@@ -243,7 +255,8 @@ TEST(ValueCheck, EveryBeginningOfAGoodBodyIsMalformed) {
     const std::string bytes = body.bytes();
     EXPECT_EQ(checked("set_qos", bytes), ArgumentVerdict::Fine);
     for (std::size_t length = 0; length < bytes.size(); ++length)
-        EXPECT_EQ(checked("set_qos", bytes.substr(0, length)), ArgumentVerdict::Malformed) << length;
+        EXPECT_EQ(checked("set_qos", bytes.substr(0, length)), ArgumentVerdict::Malformed)
+            << length;
 }
 
 }  // namespace

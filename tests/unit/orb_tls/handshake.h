@@ -42,7 +42,8 @@ inline orb::OwnedContext ourContext(const std::string& ciphers = "ECDHE+AESGCM")
 }
 
 /// A context as anybody's: whom it trusts, what it shows, and as weak as the library lets it be.
-inline orb::OwnedContext theirContext(const ThrowAwayCertificates& authority, const std::string& keyFile) {
+inline orb::OwnedContext theirContext(const ThrowAwayCertificates& authority,
+                                      const std::string& keyFile) {
     orb::OwnedContext context(SSL_CTX_new(TLS_method()));
     SSL_CTX_set_security_level(context.get(), 0);
     SSL_CTX_set_min_proto_version(context.get(), 0);

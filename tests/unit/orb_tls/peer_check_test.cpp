@@ -52,7 +52,8 @@ TEST_F(PeerCheck, OldVersionsAreRefused) {
         SSL_CTX_set_max_proto_version(client.get(), version);
         EXPECT_FALSE(letsIn(client.get())) << version;
         const auto willing = theirContext(certificates_, own_);
-        EXPECT_TRUE(Handshake(willing.get(), client.get()).succeeds()) << "another server speaks it";
+        EXPECT_TRUE(Handshake(willing.get(), client.get()).succeeds())
+            << "another server speaks it";
     }
 }
 
@@ -114,8 +115,9 @@ TEST_F(PeerCheck, RevokedServerIsNotCalled) {
     const auto server = theirContext(certificates_, nms_);
     const auto client = ourContext();
     EXPECT_FALSE(Handshake(server.get(), client.get()).succeeds());
-    EXPECT_THAT(kelp::orb::takeRefusedServer(),
-                HasSubstr(" shows a certificate of CN = nms, which is refused: certificate revoked"));
+    EXPECT_THAT(
+        kelp::orb::takeRefusedServer(),
+        HasSubstr(" shows a certificate of CN = nms, which is refused: certificate revoked"));
     EXPECT_EQ(kelp::orb::takeRefusedServer(), "");
 }
 

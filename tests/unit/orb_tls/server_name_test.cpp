@@ -35,8 +35,9 @@ class ServerName : public testing::Test {
 };
 
 TEST_F(ServerName, AlternativeNamesDecide) {
-    const auto certificate = certificateFor(
-        "ems.example.net", "DNS:ems.example.org,DNS:*.sites.example.org,IP:192.0.2.1,IP:2001:db8::1");
+    const auto certificate =
+        certificateFor("ems.example.net",
+                       "DNS:ems.example.org,DNS:*.sites.example.org,IP:192.0.2.1,IP:2001:db8::1");
     EXPECT_TRUE(isOfServer(certificate.get(), "ems.example.org"));
     EXPECT_TRUE(isOfServer(certificate.get(), "EMS.Example.Org"));
     EXPECT_TRUE(isOfServer(certificate.get(), "one.sites.example.org"));
@@ -46,7 +47,8 @@ TEST_F(ServerName, AlternativeNamesDecide) {
     EXPECT_FALSE(isOfServer(certificate.get(), "two.one.sites.example.org"));
     EXPECT_FALSE(isOfServer(certificate.get(), "sites.example.org"));
     EXPECT_FALSE(isOfServer(certificate.get(), "192.0.2.2"));
-    EXPECT_FALSE(isOfServer(certificate.get(), "ems.example.net")) << "the common name counts no more";
+    EXPECT_FALSE(isOfServer(certificate.get(), "ems.example.net"))
+        << "the common name counts no more";
     EXPECT_FALSE(isOfServer(certificate.get(), ""));
     EXPECT_EQ(kelp::orb::namesOf(certificate.get()),
               "DNS:ems.example.org, DNS:*.sites.example.org, IP:192.0.2.1, IP:2001:db8::1");
@@ -75,8 +77,9 @@ TEST_F(ServerName, CallerWantsTheNameThatItCalled) {
     EXPECT_FALSE(calls(ems, "other.example.net", ""));
     EXPECT_THAT(
         kelp::orb::takeRefusedServer(),
-        HasSubstr(" shows a certificate of CN = ems, which is refused: it is for DNS:ems.example.net, "
-                  "not for other.example.net"));
+        HasSubstr(
+            " shows a certificate of CN = ems, which is refused: it is for DNS:ems.example.net, "
+            "not for other.example.net"));
 }
 
 TEST_F(ServerName, CallerWantsTheNameThatItWasGiven) {
@@ -87,7 +90,8 @@ TEST_F(ServerName, CallerWantsTheNameThatItWasGiven) {
 }
 
 TEST_F(ServerName, NameCanBeLeftUnchecked) {
-    EXPECT_TRUE(calls(certificates_.issueForNames("ems", "DNS:ems.example.net"), "other", "", false));
+    EXPECT_TRUE(
+        calls(certificates_.issueForNames("ems", "DNS:ems.example.net"), "other", "", false));
 }
 
 }  // namespace

@@ -10,7 +10,8 @@ using kelp::util::csvField;
 using kelp::util::csvRecord;
 
 TEST(Csv, PlainFieldsStayAsTheyAre) {
-    for (const char* const text : {"", "plain", " with blanks ", "semi;colon", "tab\t", "gr\xC3\xBC\xC3\x9F"})
+    for (const char* const text :
+         {"", "plain", " with blanks ", "semi;colon", "tab\t", "gr\xC3\xBC\xC3\x9F"})
         EXPECT_EQ(csvField(text), text);
 }
 

@@ -8,7 +8,8 @@ namespace {
 using kelp::util::escaped;
 
 TEST(Escaped, PrintableTextStaysAsItIs) {
-    EXPECT_EQ(escaped("NMS-<10.0.0.1:4000> %s \\ \"quoted\""), "NMS-<10.0.0.1:4000> %s \\ \"quoted\"");
+    EXPECT_EQ(escaped("NMS-<10.0.0.1:4000> %s \\ \"quoted\""),
+              "NMS-<10.0.0.1:4000> %s \\ \"quoted\"");
     EXPECT_EQ(escaped(""), "");
 }
 

@@ -65,7 +65,9 @@ TEST_F(FileTrust, DependsOnTheGroupThatCanWrite) {
 TEST_F(FileTrust, OfASecretAllowsNoOtherReader) {
     EXPECT_EQ(problemOfTrust(file(0600), FileUse::Secret), "");
     for (const mode_t mode : {0640u, 0604u, 0610u, 0601u})
-        EXPECT_THAT(problemOfTrust(file(mode), FileUse::Secret), StartsWith("can be read by others")) << mode;
+        EXPECT_THAT(problemOfTrust(file(mode), FileUse::Secret),
+                    StartsWith("can be read by others"))
+            << mode;
 }
 
 TEST_F(FileTrust, DependsOnTheFoldersAbove) {
@@ -73,8 +75,8 @@ TEST_F(FileTrust, DependsOnTheFoldersAbove) {
     const std::filesystem::path file = folder / "one" / "two" / "file";
     folder.write("one/two/file", "");
     setFolderMode(0777);
-    EXPECT_EQ(problemOfTrust(file),
-              "lies below " + folder.path().string() + ", which can be written by others (mode 0777)");
+    EXPECT_EQ(problemOfTrust(file), "lies below " + folder.path().string() +
+                                        ", which can be written by others (mode 0777)");
     EXPECT_EQ(problemOfTrust(folder / "missing"),
               "lies in " + folder.path().string() + ", which can be written by others (mode 0777)");
     setFolderMode(01777);
@@ -87,8 +89,9 @@ TEST_F(FileTrust, IsNotGivenToALink) {
     EXPECT_EQ(problemOfTrust(folder / "link"), "is a symbolic link, which is not followed");
     EXPECT_EQ(problemOfTrust(folder / "link", FileUse::Trusted, FinalLink::IsFollowed), "");
     file(0666);
-    EXPECT_EQ(problemOfTrust(folder / "link", FileUse::Trusted, FinalLink::IsFollowed),
-              "leads to " + (folder / "file").string() + ", which can be written by others (mode 0666)");
+    EXPECT_EQ(
+        problemOfTrust(folder / "link", FileUse::Trusted, FinalLink::IsFollowed),
+        "leads to " + (folder / "file").string() + ", which can be written by others (mode 0666)");
 }
 
 TEST_F(FileTrust, HoldsForAFolderThatALinkLeadsTo) {
@@ -98,7 +101,8 @@ TEST_F(FileTrust, HoldsForAFolderThatALinkLeadsTo) {
     EXPECT_EQ(problemOfTrust(folder / "link" / "file"), "");
     EXPECT_EQ(util::inRealFolder(folder / "link" / "file"), folder / "real" / "file");
     ASSERT_EQ(::chmod((folder / "real").c_str(), 0777), 0);
-    EXPECT_THAT(problemOfTrust(folder / "link" / "file"), HasSubstr("can be written by others (mode 0777)"));
+    EXPECT_THAT(problemOfTrust(folder / "link" / "file"),
+                HasSubstr("can be written by others (mode 0777)"));
 }
 
 /// What needs files of several users, which only root can make.
@@ -109,8 +113,8 @@ class FileTrustOfUsers : public FileTrust {
             ASSERT_EQ(::lchown(path.c_str(), user, user), 0);
         }
     }
-    /// The problem as a process of that user finds it; a user other than root finds what root's files would
-    /// be.
+    /// The problem as a process of that user finds it; a user other than root finds what root's
+    /// files would be.
     bool isTrustedBy(uid_t user, const std::filesystem::path& path) const {
         return inChild([&] {
             if (::geteuid() == 0 && ::setuid(user) != 0)

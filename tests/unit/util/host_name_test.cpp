@@ -9,12 +9,14 @@ using kelp::util::isHostName;
 using kelp::util::isSameHostName;
 
 TEST(HostName, IsOneOrMoreLabels) {
-    for (const char* name : {"localhost", "nms-1.example.org", "NMS.EXAMPLE.ORG", "3com.com", "a", "x1"})
+    for (const char* name :
+         {"localhost", "nms-1.example.org", "NMS.EXAMPLE.ORG", "3com.com", "a", "x1"})
         EXPECT_TRUE(isHostName(name)) << name;
 }
 
 TEST(HostName, IsNoAddressAndNoMistypedOne) {
-    for (const char* text : {"10.0.0.1", "10.0.0.300", "10.0.0", "10", "::1", "10.0.0.0/8", "example.org/8"})
+    for (const char* text :
+         {"10.0.0.1", "10.0.0.300", "10.0.0", "10", "::1", "10.0.0.0/8", "example.org/8"})
         EXPECT_FALSE(isHostName(text)) << text;
 }
 

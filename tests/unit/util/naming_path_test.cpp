@@ -25,7 +25,10 @@ TEST(NamingPathTest, EmptyPartsKeepTheirDot) {
 
 TEST(NamingPathTest, EveryTextLeadsBackToItsName) {
     const NamingPath paths[] = {
-        {{"TMF_MTNM", "Class"}, {"Kelp", "Vendor"}, {"Kelp/EMS", "EmsInstance"}, {"3_5", "Version"}},
+        {{"TMF_MTNM", "Class"},
+         {"Kelp", "Vendor"},
+         {"Kelp/EMS", "EmsInstance"},
+         {"3_5", "Version"}},
         {{"", "kind"}, {"id", ""}, {"", ""}},
         {{"\\/.", "./\\"}},
     };
@@ -35,8 +38,9 @@ TEST(NamingPathTest, EveryTextLeadsBackToItsName) {
 
 TEST(NamingPathTest, TextsThatAreNoNamesAreRefusedWithTheReason) {
     const std::pair<const char*, const char*> texts[] = {
-        {"", "the text is empty"},        {"a//b", "an empty component"},  {"/a", "an empty component"},
-        {"a/", "nothing after the last"}, {"a.b.c", "a second unescaped"}, {"a\\x", "escapes neither"},
+        {"", "the text is empty"},       {"a//b", "an empty component"},
+        {"/a", "an empty component"},    {"a/", "nothing after the last"},
+        {"a.b.c", "a second unescaped"}, {"a\\x", "escapes neither"},
         {"a\\", "escapes neither"},
     };
     for (const auto& [text, reason] : texts) {
@@ -44,14 +48,16 @@ TEST(NamingPathTest, TextsThatAreNoNamesAreRefusedWithTheReason) {
             toNamingPath(text);
             ADD_FAILURE() << "\"" << text << "\" was taken for a name";
         } catch (const std::invalid_argument& refusal) {
-            EXPECT_NE(std::string(refusal.what()).find(reason), std::string::npos) << refusal.what();
+            EXPECT_NE(std::string(refusal.what()).find(reason), std::string::npos)
+                << refusal.what();
         }
     }
 }
 
 TEST(FactoryPathTest, FollowsFromNameAndVersionOfTheEms) {
     EXPECT_EQ(toText(factoryPath("Kelp/EMS", "3.5")),
-              "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/EMS.EmsSessionFactory_I");
+              "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/"
+              "EMS.EmsSessionFactory_I");
 }
 
 }  // namespace

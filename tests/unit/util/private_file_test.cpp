@@ -37,7 +37,8 @@ class PrivateFile : public testing::Test {
 class PrivateFileUnderUmask : public PrivateFile, public testing::WithParamInterface<mode_t> {};
 
 TEST_P(PrivateFileUnderUmask, IsEmptyAndForItsOwnerAlone) {
-    EXPECT_TRUE(inChildWithUmask(GetParam(), [this] { return makePrivateFile(folder / "file").empty(); }));
+    EXPECT_TRUE(
+        inChildWithUmask(GetParam(), [this] { return makePrivateFile(folder / "file").empty(); }));
     EXPECT_EQ(modeOfPath(folder / "file"), 0600u);
     EXPECT_EQ(std::filesystem::file_size(folder / "file"), 0u);
 }
@@ -50,7 +51,8 @@ TEST_P(PrivateFileUnderUmask, MissingFoldersAreForTheirOwnerAlone) {
     EXPECT_EQ(modeOfPath(folder / "new" / "below" / "file"), 0600u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, PrivateFileUnderUmask, testing::ValuesIn(kExtremeUmasks), nameOfUmask);
+INSTANTIATE_TEST_SUITE_P(Each, PrivateFileUnderUmask, testing::ValuesIn(kExtremeUmasks),
+                         nameOfUmask);
 
 TEST_F(PrivateFile, OneThatIsThereStaysAsItIs) {
     folder.write("file", "content");
@@ -63,13 +65,15 @@ TEST_F(PrivateFile, OneThatIsThereStaysAsItIs) {
 TEST_F(PrivateFile, OneThatOthersCanWriteIsRefused) {
     folder.write("file", "content");
     ASSERT_EQ(::chmod((folder / "file").c_str(), 0602), 0);
-    EXPECT_THAT(makePrivateFile(folder / "file"), StartsWith("can be written by others (mode 0602)"));
+    EXPECT_THAT(makePrivateFile(folder / "file"),
+                StartsWith("can be written by others (mode 0602)"));
 }
 
 TEST_F(PrivateFile, IsNotMadeWhereOthersCanReplaceIt) {
     std::filesystem::create_directory(folder / "open");
     ASSERT_EQ(::chmod((folder / "open").c_str(), 0777), 0);
-    EXPECT_THAT(makePrivateFile(folder / "open" / "file"), HasSubstr("can be written by others (mode 0777)"));
+    EXPECT_THAT(makePrivateFile(folder / "open" / "file"),
+                HasSubstr("can be written by others (mode 0777)"));
     EXPECT_THAT(makePrivateFile(folder / "open" / "new" / "file"),
                 HasSubstr("can be written by others (mode 0777)"));
     EXPECT_TRUE(std::filesystem::is_empty(folder / "open"));

@@ -72,7 +72,8 @@ TEST_F(ShownFileTest, LeavesAFileThatIsSomebodyElsesByThen) {
 
 TEST_F(ShownFileTest, ThatCannotBeWrittenIsNamedAndLeavesNothing) {
     const std::string problem = shown_.show(folder_ / "absent" / "ems.ior", "text");
-    EXPECT_NE(problem.find("cannot write " + (folder_ / "absent" / "ems.ior").string() + ": No such file"),
+    EXPECT_NE(problem.find("cannot write " + (folder_ / "absent" / "ems.ior").string() +
+                           ": No such file"),
               std::string::npos)
         << problem;
     fs::create_directory(file_);

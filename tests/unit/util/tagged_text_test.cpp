@@ -9,7 +9,8 @@ namespace {
 const std::string kSessionName =
     "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>10.0.0.1:4000</IPANDPORT_TAG>";
 
-std::string valueOf(const std::string& text, const std::string& open, const std::string& close, int length) {
+std::string valueOf(const std::string& text, const std::string& open, const std::string& close,
+                    int length) {
     return NS_UTIL::SelfUtilCommon::Instance()->GetValByTag(text, open, close, length);
 }
 

@@ -13,8 +13,8 @@ using kelp::util::TokenBuckets;
 constexpr TokenBuckets::Limits kLimits{10, 20};
 const TokenBuckets::Time kStart{1h};
 
-unsigned taken(TokenBuckets& buckets, const std::string& source, unsigned count, TokenBuckets::Time now,
-               const TokenBuckets::Limits& limits = kLimits) {
+unsigned taken(TokenBuckets& buckets, const std::string& source, unsigned count,
+               TokenBuckets::Time now, const TokenBuckets::Limits& limits = kLimits) {
     unsigned granted = 0;
     for (unsigned i = 0; i < count; ++i)
         granted += buckets.take(source, now, limits) ? 1 : 0;

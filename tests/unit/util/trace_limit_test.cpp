@@ -73,8 +73,8 @@ TEST_F(TraceLimit, LinesOfOnePlaceInTheCodeAreOneKindWhateverTheySay) {
 TEST_F(TraceLimit, ASourceThatMakesEachLineAKindIsLimitedAllTheSame) {
     const TraceCapture capture;
     for (int i = 0; i < 1000; ++i)
-        traceFrom("subject", "refused " + std::string(static_cast<std::size_t>(i % 100), 'x') + "y" +
-                                 std::string(static_cast<std::size_t>(i / 100), 'z'));
+        traceFrom("subject", "refused " + std::string(static_cast<std::size_t>(i % 100), 'x') +
+                                 "y" + std::string(static_cast<std::size_t>(i / 100), 'z'));
     EXPECT_EQ(capture.count("refused "), 10 * kLines);
     TraceLog::instance().close();
     EXPECT_TRUE(capture.contains("lines of many kinds"));

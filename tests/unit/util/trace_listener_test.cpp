@@ -72,7 +72,8 @@ TEST(TraceListener, ControlCharactersAreEscapedInEveryText) {
     TraceLog::instance().write(line);
     EXPECT_EQ(capture.records().at(0).text, "bad\\nuser");
     EXPECT_EQ(capture.records().at(0).operation, "ping\\nforged");
-    EXPECT_TRUE(capture.contains("bad\nuser")) << "the capture compares texts as the log keeps them";
+    EXPECT_TRUE(capture.contains("bad\nuser"))
+        << "the capture compares texts as the log keeps them";
 }
 
 TEST(TraceListener, LongTextIsCut) {
@@ -122,7 +123,8 @@ TEST(TraceListener, RemovalWaitsForARunningCall) {
         leftFirst = left;
         removed = true;
     });
-    EXPECT_FALSE(kelp::test::waitUntil([&] { return removed.load(); }, std::chrono::milliseconds(50)));
+    EXPECT_FALSE(
+        kelp::test::waitUntil([&] { return removed.load(); }, std::chrono::milliseconds(50)));
     mayLeave.set_value();
     writer.join();
     remover.join();

@@ -66,10 +66,10 @@ TEST(TraceLog, LineShowsTimeThreadKindSourceOperationAndText) {
     line.text = "a\ntext";
     TraceLog::instance().write(line);
     TraceLog::instance().close();
-    EXPECT_THAT(
-        kelp::test::contentOf(directory.path() / "kelp.log"),
-        testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z [0-9]+ "
-                              "DEBUG1 sessionmgr:42 unknown op=getManager a\\\\ntext\n"));
+    EXPECT_THAT(kelp::test::contentOf(directory.path() / "kelp.log"),
+                testing::MatchesRegex(
+                    "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z [0-9]+ "
+                    "DEBUG1 sessionmgr:42 unknown op=getManager a\\\\ntext\n"));
 }
 
 TEST(TraceLog, LineWrittenWhileClosedGoesToStandardErrorAtOnce) {
@@ -87,7 +87,8 @@ TEST(TraceLog, LineWrittenWhileClosedGoesToStandardErrorAtOnce) {
     testing::internal::CaptureStderr();
     traceFrom("sessionmgr", "after close");
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("after close\n"));
-    EXPECT_THAT(kelp::test::contentOf(directory.path() / "kelp.log"), Not(HasSubstr("after close")));
+    EXPECT_THAT(kelp::test::contentOf(directory.path() / "kelp.log"),
+                Not(HasSubstr("after close")));
 }
 
 TEST(TraceLog, ConsoleIsStandardError) {
@@ -106,7 +107,8 @@ TEST(TraceLog, OpenAgainReplacesTheSinksAndLosesNothing) {
     traceFrom("sessionmgr", "in the second");
     TraceLog::instance().close();
     EXPECT_THAT(kelp::test::contentOf(directory.path() / "first.log"), HasSubstr("in the first"));
-    EXPECT_THAT(kelp::test::contentOf(directory.path() / "first.log"), Not(HasSubstr("in the second")));
+    EXPECT_THAT(kelp::test::contentOf(directory.path() / "first.log"),
+                Not(HasSubstr("in the second")));
     EXPECT_THAT(kelp::test::contentOf(directory.path() / "second.log"), HasSubstr("in the second"));
 }
 
@@ -171,8 +173,8 @@ TEST(TraceLog, JournalWithoutAJournalDaemonIsAProblem) {
 class WatchedStandardError {
   public:
     WatchedStandardError() : before_(::dup(STDERR_FILENO)) {
-        const int file =
-            ::open((directory_.path() / "stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        const int file = ::open((directory_.path() / "stderr").c_str(),
+                                O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
         ::dup2(file, STDERR_FILENO);
         ::close(file);
     }
@@ -205,7 +207,8 @@ TEST(TraceLog, FailingDiskIsToldOnceAndHarmsNobody) {
         EXPECT_TRUE(standardError.waitFor("line " + std::to_string(i) + ";"));
     }
     TraceLog::instance().close();
-    EXPECT_EQ(countOf(standardError.content(), "trace sink file /dev/full"), 1u) << standardError.content();
+    EXPECT_EQ(countOf(standardError.content(), "trace sink file /dev/full"), 1u)
+        << standardError.content();
 }
 
 TEST(TraceLog, OpenSetsTheLevel) {
@@ -232,7 +235,8 @@ void openTraceAndExit(const TraceSettings& settings) {
 
 TEST(TraceLog, ClosesItselfAtTheProcesssEndAndTakesLinesOfStaticObjectsAfterwards) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    EXPECT_EXIT(openTraceAndExit(fileOnly("/dev/null")), testing::ExitedWithCode(0), "from a static object");
+    EXPECT_EXIT(openTraceAndExit(fileOnly("/dev/null")), testing::ExitedWithCode(0),
+                "from a static object");
     EXPECT_EXIT(openTraceAndExit(TraceSettings{}), testing::ExitedWithCode(0), "from main");
 }
 

@@ -16,7 +16,8 @@ namespace {
 using kelp::util::traceFrom;
 using kelp::util::TraceLog;
 
-/// A log file that takes little and then makes its writer wait: a pipe whose reader reads when it is told to.
+/// A log file that takes little and then makes its writer wait: a pipe whose reader reads when it
+/// is told to.
 class StuckFile {
   public:
     StuckFile() : file_(directory_.path() / "pipe") {
@@ -67,7 +68,8 @@ struct Content {
 
 Content contentOf(const std::string& text) {
     Content content;
-    for (std::size_t at = text.find(" line "); at != std::string::npos; at = text.find(" line ", at + 1))
+    for (std::size_t at = text.find(" line "); at != std::string::npos;
+         at = text.find(" line ", at + 1))
         ++content.lines;
     const std::string lost = " trace lines were dropped";
     for (std::size_t at = text.find(lost); at != std::string::npos; at = text.find(lost, at + 1)) {

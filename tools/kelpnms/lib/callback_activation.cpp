@@ -9,7 +9,8 @@ namespace {
 
 class CallbackServant : public virtual POA_nmsSession::NmsSession_I {
   public:
-    explicit CallbackServant(std::shared_ptr<NmsListener> listener) : listener_(std::move(listener)) {}
+    explicit CallbackServant(std::shared_ptr<NmsListener> listener)
+        : listener_(std::move(listener)) {}
 
     void associate(session::Session_I_ptr session) {
         const std::lock_guard lock(mutex_);
@@ -46,7 +47,8 @@ struct CallbackActivation::State {
     nmsSession::NmsSession_I_var reference;
 };
 
-CallbackActivation::CallbackActivation(PortableServer::POA_ptr poa, std::shared_ptr<NmsListener> listener)
+CallbackActivation::CallbackActivation(PortableServer::POA_ptr poa,
+                                       std::shared_ptr<NmsListener> listener)
     : state_(std::make_unique<State>()) {
     state_->poa = PortableServer::POA::_duplicate(poa);
     state_->servant = new CallbackServant(std::move(listener));

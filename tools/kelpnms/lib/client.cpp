@@ -1,9 +1,4 @@
 #include <kelp/nms/client.h>
-
-#include "cos_naming_tree.h"
-#include "failure_text.h"
-#include "local_address.h"
-
 #include <kelp/orb/orb.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
@@ -11,6 +6,10 @@
 
 #include <set>
 #include <utility>
+
+#include "cos_naming_tree.h"
+#include "failure_text.h"
+#include "local_address.h"
 
 namespace kelp::nms {
 
@@ -84,7 +83,8 @@ CosNamingTree NmsClient::State::tree() const {
             throw Unreachable("what answers at " + naming + " is no naming service");
         return CosNamingTree(orb.in(), context.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the naming service at " + naming + " does not answer: " + failureText(exception));
+        throw Unreachable("the naming service at " + naming +
+                          " does not answer: " + failureText(exception));
     }
 }
 
@@ -130,8 +130,8 @@ std::vector<std::string> NmsClient::factoryPaths() {
     for (const NamingPath& path : findFactories(tree, unreadable))
         texts.push_back(toText(path));
     if (texts.empty() && !unreadable.empty())
-        throw Unreachable("no session factory found, but the naming context " + toText(unreadable.front()) +
-                          " could not be listed");
+        throw Unreachable("no session factory found, but the naming context " +
+                          toText(unreadable.front()) + " could not be listed");
     return texts;
 }
 
@@ -148,7 +148,8 @@ bool NmsClient::leadToOne(const std::vector<std::string>& paths) {
 std::string NmsClient::onlyFactoryPath() {
     const std::vector<std::string> paths = factoryPaths();
     if (paths.empty())
-        throw NotRegistered("no session factory is registered in the naming service at " + state_->naming);
+        throw NotRegistered("no session factory is registered in the naming service at " +
+                            state_->naming);
     if (!leadToOne(paths))
         throw Unreachable("several session factories are registered, choose one with --factory: " +
                           joined(paths));
@@ -163,7 +164,8 @@ FoundFactory NmsClient::findFactory(const std::string& path) {
     try {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("what is bound under " + wanted + " does not answer: " + failureText(exception));
+        throw Unreachable("what is bound under " + wanted +
+                          " does not answer: " + failureText(exception));
     }
     if (CORBA::is_nil(found.reference.in()))
         throw Unreachable("what is bound under " + wanted + " is no session factory");
@@ -199,7 +201,8 @@ std::unique_ptr<NmsSession> NmsClient::logIn(const FoundFactory& factory, const 
     try {
         CallbackActivation callback(state_->root.in(), std::move(listener));
         emsSession::EmsSession_I_var session;
-        factory.reference->getEmsSession(user.c_str(), password.c_str(), callback.reference(), session.out());
+        factory.reference->getEmsSession(user.c_str(), password.c_str(), callback.reference(),
+                                         session.out());
         if (CORBA::is_nil(session.in()))
             throw Unreachable("the EMS answered the log-in with a nil session");
         return std::make_unique<NmsSession>(std::move(callback), session.in());

@@ -60,7 +60,8 @@ CORBA::Object_ptr CosNamingTree::resolve(const NamingPath& path) {
     try {
         CORBA::Object_var object = root_->resolve(toCosName(path));
         if (CORBA::is_nil(object.in()))
-            throw Unreachable("the naming service answered with a nil reference for " + toText(path));
+            throw Unreachable("the naming service answered with a nil reference for " +
+                              toText(path));
         return object._retn();
     } catch (const CosNaming::NamingContext::NotFound&) {
         throw NotRegistered("nothing is bound in the naming service under " + toText(path));
@@ -94,8 +95,9 @@ std::vector<NamingEntry> CosNamingTree::list(const NamingPath& path) {
         while (iterator->next_n(kBatch, bindings.out()))
             append(bindings.in(), entries);
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the naming service could not list " + (path.empty() ? "its root" : toText(path)) +
-                          ": " + failureText(exception));
+        throw Unreachable("the naming service could not list " +
+                          (path.empty() ? "its root" : toText(path)) + ": " +
+                          failureText(exception));
     }
     return entries;
 }

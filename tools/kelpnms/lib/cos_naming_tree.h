@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/nms/naming_walk.h>
-
 #include <cos/CosNaming.h>
+#include <kelp/nms/naming_walk.h>
 
 namespace kelp::nms {
 

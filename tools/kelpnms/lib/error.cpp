@@ -40,8 +40,8 @@ std::string exceptionTypeName(globaldefs::ExceptionType_T type) {
 
 ProcessingFailure::ProcessingFailure(const std::string& doing,
                                      const globaldefs::ProcessingFailureException& raised)
-    : NmsError(doing + ": " + exceptionTypeName(raised.exceptionType) + ", reason \"" + reasonOf(raised) +
-               "\""),
+    : NmsError(doing + ": " + exceptionTypeName(raised.exceptionType) + ", reason \"" +
+               reasonOf(raised) + "\""),
       type_(raised.exceptionType),
       name_(exceptionTypeName(raised.exceptionType)),
       reason_(reasonOf(raised)) {}

@@ -1,8 +1,7 @@
-#include <kelp/nms/event_stream.h>
-#include <kelp/nms/session.h>
-
 #include <cos/CosNotifyChannelAdmin.h>
 #include <cos/CosNotifyFilter.h>
+#include <kelp/nms/event_stream.h>
+#include <kelp/nms/session.h>
 
 #include <functional>
 #include <utility>
@@ -15,12 +14,14 @@ using namespace CosNotifyChannelAdmin;
 
 class StructuredConsumer final : public POA_CosNotifyComm::StructuredPushConsumer {
   public:
-    explicit StructuredConsumer(std::shared_ptr<EventListener> listener) : listener_(std::move(listener)) {}
+    explicit StructuredConsumer(std::shared_ptr<EventListener> listener)
+        : listener_(std::move(listener)) {}
     void push_structured_event(const CosNotification::StructuredEvent& event) override {
         listener_->eventCame(event);
     }
     void disconnect_structured_push_consumer() override { listener_->eventsEnded(); }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
   private:
     const std::shared_ptr<EventListener> listener_;
@@ -28,13 +29,15 @@ class StructuredConsumer final : public POA_CosNotifyComm::StructuredPushConsume
 
 class SequenceConsumer final : public POA_CosNotifyComm::SequencePushConsumer {
   public:
-    explicit SequenceConsumer(std::shared_ptr<EventListener> listener) : listener_(std::move(listener)) {}
+    explicit SequenceConsumer(std::shared_ptr<EventListener> listener)
+        : listener_(std::move(listener)) {}
     void push_structured_events(const CosNotification::EventBatch& batch) override {
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
             listener_->eventCame(batch[i]);
     }
     void disconnect_sequence_push_consumer() override { listener_->eventsEnded(); }
-    void offer_change(const CosNotification::EventTypeSeq&, const CosNotification::EventTypeSeq&) override {}
+    void offer_change(const CosNotification::EventTypeSeq&,
+                      const CosNotification::EventTypeSeq&) override {}
 
   private:
     const std::shared_ptr<EventListener> listener_;
@@ -85,18 +88,22 @@ struct EventStream::State {
     }
     void connectStructured(ConsumerAdmin_ptr admin, std::shared_ptr<EventListener> listener) {
         ProxyID number = 0;
-        const ProxySupplier_var any = admin->obtain_notification_push_supplier(STRUCTURED_EVENT, number);
-        const StructuredProxyPushSupplier_var proxy = StructuredProxyPushSupplier::_narrow(any.in());
+        const ProxySupplier_var any =
+            admin->obtain_notification_push_supplier(STRUCTURED_EVENT, number);
+        const StructuredProxyPushSupplier_var proxy =
+            StructuredProxyPushSupplier::_narrow(any.in());
         disconnect = [proxy] { proxy->disconnect_structured_push_supplier(); };
         if (!CORBA::is_nil(filter.in()))
             proxy->add_filter(filter.in());
         const CosNotifyComm::StructuredPushConsumer_var consumer =
-            activate<CosNotifyComm::StructuredPushConsumer, StructuredConsumer>(std::move(listener));
+            activate<CosNotifyComm::StructuredPushConsumer, StructuredConsumer>(
+                std::move(listener));
         proxy->connect_structured_push_consumer(consumer.in());
     }
     void connectSequence(ConsumerAdmin_ptr admin, std::shared_ptr<EventListener> listener) {
         ProxyID number = 0;
-        const ProxySupplier_var any = admin->obtain_notification_push_supplier(SEQUENCE_EVENT, number);
+        const ProxySupplier_var any =
+            admin->obtain_notification_push_supplier(SEQUENCE_EVENT, number);
         const SequenceProxyPushSupplier_var proxy = SequenceProxyPushSupplier::_narrow(any.in());
         disconnect = [proxy] { proxy->disconnect_sequence_push_supplier(); };
         proxy->set_qos(batches());
@@ -129,7 +136,8 @@ EventStream::EventStream(NmsSession& session, PortableServer::POA_ptr poa, const
     : state_(std::make_unique<State>()) {
     state_->poa = PortableServer::POA::_duplicate(poa);
     EventChannel_var channel;
-    NmsSession::call("getEventChannel", [&] { session.reference()->getEventChannel(channel.out()); });
+    NmsSession::call("getEventChannel",
+                     [&] { session.reference()->getEventChannel(channel.out()); });
     if (CORBA::is_nil(channel.in()))
         throw NmsError("getEventChannel: the EMS answered with a nil reference");
     try {
@@ -142,8 +150,8 @@ EventStream::EventStream(NmsSession& session, PortableServer::POA_ptr poa, const
             else
                 state_->connectStructured(admin.in(), std::move(listener));
         });
-    } catch (
-        ...) {  // whatever it was, what has been connected is disconnected and the caller sees the exception
+    } catch (...) {  // whatever it was, what has been connected is disconnected and the caller sees
+                     // the exception
         state_->end();
         throw;
     }

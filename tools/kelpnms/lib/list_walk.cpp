@@ -4,7 +4,8 @@ namespace kelp::nms {
 
 namespace {
 
-/// Fewer entries than asked for are allowed, but an EMS that gives none for ever must not hold an NMS.
+/// Fewer entries than asked for are allowed, but an EMS that gives none for ever must not hold an
+/// NMS.
 constexpr unsigned kEmptyBatchesMax = 100;
 
 }  // namespace
@@ -22,22 +23,24 @@ void ListCount::came(CORBA::ULong length, CORBA::ULong asked, bool isMore) {
 
 void ListCount::noLength(const globaldefs::ProcessingFailureException& raised) {
     if (raised.exceptionType != globaldefs::EXCPT_CAPACITY_EXCEEDED)
-        remark(ProcessingFailure("getLength", raised).what() + std::string("; entries cannot be counted"));
+        remark(ProcessingFailure("getLength", raised).what() +
+               std::string("; entries cannot be counted"));
 }
 
 void ListCount::ended() {
     if (!total_ || *total_ == entries_)
         return;
     isDoubtful_ = true;
-    remark("the EMS said there are " + std::to_string(*total_) + " entries, but " + std::to_string(entries_) +
-           " came");
+    remark("the EMS said there are " + std::to_string(*total_) + " entries, but " +
+           std::to_string(entries_) + " came");
 }
 
 bool ListCount::maybeThere(const CORBA::SystemException& raised) {
     return CORBA::OBJECT_NOT_EXIST::_downcast(&raised) == nullptr &&
            CORBA::OBJ_ADAPTER::_downcast(&raised) == nullptr &&
            CORBA::COMM_FAILURE::_downcast(&raised) == nullptr &&
-           CORBA::TRANSIENT::_downcast(&raised) == nullptr && CORBA::TIMEOUT::_downcast(&raised) == nullptr;
+           CORBA::TRANSIENT::_downcast(&raised) == nullptr &&
+           CORBA::TIMEOUT::_downcast(&raised) == nullptr;
 }
 
 }  // namespace kelp::nms

@@ -2,7 +2,6 @@
 
 #include <kelp/nms/error.h>
 #include <kelp/orb/references.h>
-
 #include <netdb.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -71,7 +70,8 @@ std::string localAddressTowards(const std::string& host, const std::string& port
     const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> addresses(found, &::freeaddrinfo);
 
     for (const addrinfo* each = addresses.get(); each != nullptr; each = each->ai_next) {
-        const int socket = ::socket(each->ai_family, each->ai_socktype | SOCK_CLOEXEC, each->ai_protocol);
+        const int socket =
+            ::socket(each->ai_family, each->ai_socktype | SOCK_CLOEXEC, each->ai_protocol);
         if (socket < 0)
             continue;
         // connecting a datagram socket only chooses the route
@@ -81,8 +81,8 @@ std::string localAddressTowards(const std::string& host, const std::string& port
                            ::getsockname(socket, reinterpret_cast<sockaddr*>(&local), &length) == 0;
         ::close(socket);
         char text[NI_MAXHOST];
-        if (known && ::getnameinfo(reinterpret_cast<const sockaddr*>(&local), length, text, sizeof text,
-                                   nullptr, 0, NI_NUMERICHOST) == 0)
+        if (known && ::getnameinfo(reinterpret_cast<const sockaddr*>(&local), length, text,
+                                   sizeof text, nullptr, 0, NI_NUMERICHOST) == 0)
             return text;
     }
     throw Unreachable("no way from this host to \"" + host +

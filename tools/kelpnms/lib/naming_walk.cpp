@@ -9,12 +9,14 @@ namespace {
 
 /// The standard's path has five components; the rest is room for a site's own contexts above it.
 constexpr std::size_t kDepthMax = 16;
-/// More listings than any real tree needs; a cycle of contexts with many branches would take for ever.
+/// More listings than any real tree needs; a cycle of contexts with many branches would take for
+/// ever.
 constexpr std::size_t kListingsMax = 10000;
 
 class Walk {
   public:
-    Walk(NamingTree& tree, std::vector<NamingPath>& unreadable) : tree_(tree), unreadable_(unreadable) {}
+    Walk(NamingTree& tree, std::vector<NamingPath>& unreadable)
+        : tree_(tree), unreadable_(unreadable) {}
 
     void visit(const NamingPath& context) {
         if (context.size() > kDepthMax || listings_ >= kListingsMax)

@@ -1,9 +1,8 @@
 #pragma once
 
+#include <ace/Thread_Mutex.h>
 #include <kelp/orb/corba.h>
 #include <kelp/util/export.h>
-
-#include <ace/Thread_Mutex.h>
 #include <mtnm/common.h>
 #include <mtnm/emsSessionFactory.h>
 
@@ -16,21 +15,22 @@ namespace NS_KELPCORBA {
 template <class T>
 class LazyInstance;
 
-/// The agent's own northbound options, read from the configuration's [agent] table, and the session factory's
-/// reference. The options are kept here for all bundles of the agent, which give the switches their meaning;
-/// what a key is missing falls back to is told at its accessor, "kept" meaning that the value stays what it
-/// was.
+/// The agent's own northbound options, read from the configuration's [agent] table, and the session
+/// factory's reference. The options are kept here for all bundles of the agent, which give the
+/// switches their meaning; what a key is missing falls back to is told at its accessor, "kept"
+/// meaning that the value stays what it was.
 ///
-/// One for the process: made by the first Instance(), destroyed by the agent's stop. Threads: any, also while
-/// ReConfig reads the options again; a reader then sees each option either old or new. Numbers and switches
-/// are atomic, `mutex_` guards the texts and the reference. Nothing throws.
+/// One for the process: made by the first Instance(), destroyed by the agent's stop. Threads: any,
+/// also while ReConfig reads the options again; a reader then sees each option either old or new.
+/// Numbers and switches are atomic, `mutex_` guards the texts and the reference. Nothing throws.
 class KELP_EXPORT CorbaAgentConfig {
   public:
     static CorbaAgentConfig* Instance();
     /// Releases the factory's reference. Without an instance: nothing.
     static void Destroy();
 
-    /// Reads all options; always true, a missing or unreadable key being no error (traced at debug level 2).
+    /// Reads all options; always true, a missing or unreadable key being no error (traced at debug
+    /// level 2).
     bool Init();
     bool ReConfig();
     bool GetOption();
@@ -50,9 +50,11 @@ class KELP_EXPORT CorbaAgentConfig {
     std::int32_t GetHeartbeatEventType() const;  ///< (0, falls back to 0)
     std::int32_t GetAlarmCompatibility() const;  ///< (0, falls back to 0)
     bool GetTasizeisfaf() const;                 ///< (false, kept)
-    std::int32_t GetCachesize() const;          ///< entries (1000 before the first read, falls back to 10000)
-    std::int32_t GetEventlistsize() const;      ///< entries (500, falls back to 500)
-    std::int32_t GetNotifyalarmscache() const;  ///< entries (1000 before the first read, falls back to 10000)
+    std::int32_t GetCachesize()
+        const;  ///< entries (1000 before the first read, falls back to 10000)
+    std::int32_t GetEventlistsize() const;  ///< entries (500, falls back to 500)
+    std::int32_t GetNotifyalarmscache()
+        const;  ///< entries (1000 before the first read, falls back to 10000)
     std::int32_t GetCharacterSetSwitch() const;  ///< (0, falls back to 0)
     bool isAlarmProbableCauseQualifierCompatible()
         const;                               ///< (false before the first read, falls back to true)
@@ -67,7 +69,7 @@ class KELP_EXPORT CorbaAgentConfig {
     std::int32_t FTP_Port() const;             ///< (22, kept)
     std::string FTP_TrustedCer() const;        ///< path (kept)
     std::string FTP_ClientCer() const;         ///< path (kept)
-    std::string FTP_PrivateKey() const;        ///< path, by default the client certificate's file (kept)
+    std::string FTP_PrivateKey() const;  ///< path, by default the client certificate's file (kept)
 
     // -- devices
     std::string GetMaxSupportNE() const;          ///< (empty, kept)
@@ -76,14 +78,15 @@ class KELP_EXPORT CorbaAgentConfig {
     std::int32_t GetAccTestSwitch() const;
 
     // -- session factory and manager servants
-    /// Activates the session factory under its persistent POA "V4800" and id "EMSSessionFactory" and keeps
-    /// its reference in place of the one kept before. False, traced with the reason, when that fails.
+    /// Activates the session factory under its persistent POA "V4800" and id "EMSSessionFactory"
+    /// and keeps its reference in place of the one kept before. False, traced with the reason, when
+    /// that fails.
     bool InitEmsSessionFactoryIImplObj();
     /// A new duplicate, which the caller owns; nil before InitEmsSessionFactoryIImplObj.
     emsSessionFactory::EmsSessionFactory_I_ptr GetEmsSessionFactoryIImplObj() const;
-    /// Enters the servant of a manager (TMF 814 getManager) under its name for all sessions, in place of one
-    /// entered under that name before. Takes a reference on the servant. A null name or servant is traced and
-    /// ignored.
+    /// Enters the servant of a manager (TMF 814 getManager) under its name for all sessions, in
+    /// place of one entered under that name before. Takes a reference on the servant. A null name
+    /// or servant is traced and ignored.
     void RegisterServant(const char* name, POA_common::Common_I* servant);
 
     CorbaAgentConfig(const CorbaAgentConfig&) = delete;

@@ -9,8 +9,9 @@
 
 namespace NS_KELPCORBA {
 
-/// Where the entries of a list come from: a snapshot, taken when the list was asked for. What a bundle's
-/// author writes for each kind of list. One thread at a time uses it; any exception ends the list.
+/// Where the entries of a list come from: a snapshot, taken when the list was asked for. What a
+/// bundle's author writes for each kind of list. One thread at a time uses it; any exception ends
+/// the list.
 template <class Sequence>
 class ListSource {
   public:
@@ -18,9 +19,11 @@ class ListSource {
 
     /// Entries that are left.
     virtual CORBA::ULong left() const = 0;
-    /// Appends the next entries to `entries`, at most `most`: one at least, unless none is left afterwards.
+    /// Appends the next entries to `entries`, at most `most`: one at least, unless none is left
+    /// afterwards.
     virtual void read(CORBA::ULong most, Sequence& entries) = 0;
-    /// From here on (`keep`) what is read may have to be read again, or no longer. False: it cannot be.
+    /// From here on (`keep`) what is read may have to be read again, or no longer. False: it cannot
+    /// be.
     virtual bool keepWayBack(bool keep) {
         static_cast<void>(keep);
         return false;
@@ -45,8 +48,8 @@ class ListBatches {
 
     CORBA::ULong left() const { return source_->left() + heldLeft(); }
 
-    /// The next entries, `howMany` at most and perhaps fewer; the caller owns them. One at least, unless none
-    /// was asked for or none is left.
+    /// The next entries, `howMany` at most and perhaps fewer; the caller owns them. One at least,
+    /// unless none was asked for or none is left.
     Sequence* next(CORBA::ULong howMany) {
         const CORBA::ULong most = std::min({howMany, limits_.entries, left()});
         // a sequence that grows copies what is in it
@@ -65,7 +68,8 @@ class ListBatches {
                 bytes += size;
             }
             if (batch->length() > 0)
-                step = stepFor(limits_.bytes - std::min(bytes, limits_.bytes), bytes / batch->length());
+                step = stepFor(limits_.bytes - std::min(bytes, limits_.bytes),
+                               bytes / batch->length());
         }
         return batch.release();
     }
@@ -83,14 +87,16 @@ class ListBatches {
         source_->keepWayBack(false);
         mayGoBack_ = false;
     }
-    /// Undoes the reading of `batch`, the only one since the mark: its entries come first next time, and take
-    /// no memory until then, since the source reads them again. False: it cannot, and nothing has changed.
+    /// Undoes the reading of `batch`, the only one since the mark: its entries come first next
+    /// time, and take no memory until then, since the source reads them again. False: it cannot,
+    /// and nothing has changed.
     bool goBack(Sequence& batch) {
         if (!mayGoBack_)
             return false;
         if (source_->left() != sourceLeftAtMark_) {
             source_->goBack();
-            // those that were held came first; the others, and what did not fit, come from the source again
+            // those that were held came first; the others, and what did not fit, come from the
+            // source again
             batch.length(std::min(heldAtMark_, batch.length()));
             held_ = Sequence();
             heldAt_ = 0;

@@ -21,13 +21,14 @@ KELP_EXPORT void traceListFailure(const char* what);
 /// Traces why the next batch of a list is not read ahead.
 KELP_EXPORT void traceNothingAhead(const char* what);
 
-/// A list that an NMS walks through. While the NMS works on a batch the next one of the same size is read by
-/// a worker, if one of the few places for such batches is free; all entries come once and in their order
-/// whatever is asked for next. A batch that nobody asks for is let go of after a minute if it can be read
-/// again. Held by a shared pointer, since a read that runs may outlive who began it. Any thread; calls are
-/// served one after the other.
+/// A list that an NMS walks through. While the NMS works on a batch the next one of the same size
+/// is read by a worker, if one of the few places for such batches is free; all entries come once
+/// and in their order whatever is asked for next. A batch that nobody asks for is let go of after a
+/// minute if it can be read again. Held by a shared pointer, since a read that runs may outlive who
+/// began it. Any thread; calls are served one after the other.
 template <class Sequence>
-class ListReader final : public ReadAheadHolder, public std::enable_shared_from_this<ListReader<Sequence>> {
+class ListReader final : public ReadAheadHolder,
+                         public std::enable_shared_from_this<ListReader<Sequence>> {
   public:
     /// No entries: they could not be read, which is traced.
     struct Batch {
@@ -35,7 +36,8 @@ class ListReader final : public ReadAheadHolder, public std::enable_shared_from_
         bool isMore = false;
     };
 
-    explicit ListReader(std::unique_ptr<ListBatches<Sequence>> batches) : batches_(std::move(batches)) {}
+    explicit ListReader(std::unique_ptr<ListBatches<Sequence>> batches)
+        : batches_(std::move(batches)) {}
 
     static Batch read(ListBatches<Sequence>& batches, CORBA::ULong howMany) {
         try {
@@ -50,8 +52,8 @@ class ListReader final : public ReadAheadHolder, public std::enable_shared_from_
         return {};
     }
 
-    /// The next batch, at most `howMany` entries; nothing when the list is over. It is over after a batch
-    /// that is the last or could not be read.
+    /// The next batch, at most `howMany` entries; nothing when the list is over. It is over after a
+    /// batch that is the last or could not be read.
     std::optional<Batch> next(CORBA::ULong howMany) {
         const std::lock_guard guard(mutex_);
         if (!batches_)
@@ -128,7 +130,7 @@ class ListReader final : public ReadAheadHolder, public std::enable_shared_from_
         ahead_ = read(*batches_, howMany);
     }
 
-    std::mutex mutex_;                                // one batch at a time; guards all but isWanted_
+    std::mutex mutex_;  // one batch at a time; guards all but isWanted_
     std::unique_ptr<ListBatches<Sequence>> batches_;  // none when the list is over
     std::optional<Batch> ahead_;
     ReadAheadPlace place_;    // of ahead_, taken before it is read

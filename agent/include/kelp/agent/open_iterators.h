@@ -9,9 +9,9 @@
 
 namespace NS_KELPCORBA {
 
-/// The open iterators in the order of their opening: all of them, and those of each session. Holds pointers
-/// only. A session is known by the name of its POA; an iterator that belongs to none has an empty one. Not
-/// thread safe.
+/// The open iterators in the order of their opening: all of them, and those of each session. Holds
+/// pointers only. A session is known by the name of its POA; an iterator that belongs to none has
+/// an empty one. Not thread safe.
 class OpenIterators {
   public:
     using Iterator = PortableServer::ServantBase*;

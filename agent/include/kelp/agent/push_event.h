@@ -1,14 +1,14 @@
 #pragma once
 
-#include <kelp/util/export.h>
-
 #include <cos/CosNotification.h>
+#include <kelp/util/export.h>
 
 #include <list>
 
 namespace NS_KELPCORBA {
 
-/// Hands one event over to the notification channel; the supplier manager's result (0: taken). Any thread.
+/// Hands one event over to the notification channel; the supplier manager's result (0: taken). Any
+/// thread.
 KELP_EXPORT int PushEvent(CosNotification::StructuredEvent& event);
 
 /// Hands over a batch in one call, in order; an empty one too. The list is not changed.

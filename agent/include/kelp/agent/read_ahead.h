@@ -16,8 +16,8 @@ inline constexpr std::chrono::seconds kReadAheadKept{60};
 /// The NMS that the request in hand is of, for counting: its address. Empty inside the process.
 KELP_EXPORT std::string readAheadOwner();
 
-/// One of the places for batches that are read before an NMS asks for them (`[iterator] read_ahead`), given
-/// back at its end. Any thread.
+/// One of the places for batches that are read before an NMS asks for them (`[iterator]
+/// read_ahead`), given back at its end. Any thread.
 class KELP_EXPORT ReadAheadPlace {
   public:
     ReadAheadPlace() = default;
@@ -30,8 +30,8 @@ class KELP_EXPORT ReadAheadPlace {
     }
     ~ReadAheadPlace() { giveBack(); }
 
-    /// One of the places, or none when all are taken, or half of them by this owner, who could otherwise keep
-    /// all others from theirs. An empty owner may have all.
+    /// One of the places, or none when all are taken, or half of them by this owner, who could
+    /// otherwise keep all others from theirs. An empty owner may have all.
     static ReadAheadPlace take(const std::string& owner = {});
     explicit operator bool() const { return isTaken_; }
     void giveBack();
@@ -70,8 +70,9 @@ class ReadAheadHolder {
     virtual void dropAheadOlderThan(Time time) = 0;
 };
 
-/// Has the work done by a worker of the module's task manager. False: by nobody, since there is none, it ends
-/// or is busy beyond its queue. What is queued when the module stops is destroyed undone.
+/// Has the work done by a worker of the module's task manager. False: by nobody, since there is
+/// none, it ends or is busy beyond its queue. What is queued when the module stops is destroyed
+/// undone.
 KELP_EXPORT bool readAheadLater(std::function<void()> work);
 
 }  // namespace NS_KELPCORBA

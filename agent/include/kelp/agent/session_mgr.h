@@ -1,16 +1,15 @@
 #pragma once
 
-#include <kelp/agent/open_iterators.h>
-#include <kelp/bundlemgr/light_event.h>
-#include <kelp/orb/corba.h>
-#include <kelp/util/export.h>
-
 #include <ace/Event.h>
 #include <ace/RW_Thread_Mutex.h>
 #include <ace/Semaphore.h>
 #include <ace/Task.h>
 #include <ace/Thread_Manager.h>
 #include <ace/Thread_Mutex.h>
+#include <kelp/agent/open_iterators.h>
+#include <kelp/bundlemgr/light_event.h>
+#include <kelp/orb/corba.h>
+#include <kelp/util/export.h>
 
 #include <atomic>
 #include <chrono>
@@ -43,14 +42,15 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
     void DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* data) override;
 };
 
-/// The process-wide registry of what belongs to logged-in NMS: sessions in login order, iterators in order of
-/// creation, manager servants by name. Its service thread checks every session once an interval and erases
-/// what is over; the NMS are called on threads that live as long as a round.
+/// The process-wide registry of what belongs to logged-in NMS: sessions in login order, iterators
+/// in order of creation, manager servants by name. Its service thread checks every session once an
+/// interval and erases what is over; the NMS are called on threads that live as long as a round.
 ///
-/// Threads: any. Locks: the session lock guards the session list and the waiting sessions, the iterator lock
-/// the iterator list, the servant lock the servant map, the event-loss lock the three event-loss values; no
-/// two are held together, and no NMS is called under any of them. The factory's login lock comes before the
-/// session lock, the session lock before a session source's own.
+/// Threads: any. Locks: the session lock guards the session list and the waiting sessions, the
+/// iterator lock the iterator list, the servant lock the servant map, the event-loss lock the three
+/// event-loss values; no two are held together, and no NMS is called under any of them. The
+/// factory's login lock comes before the session lock, the session lock before a session source's
+/// own.
 class SessionMgr : public ACE_Task_Base {
   public:
     KELP_EXPORT static SessionMgr* Instance();
@@ -69,24 +69,27 @@ class SessionMgr : public ACE_Task_Base {
     int ExitThread();
 
     // -- sessions
-    /// Takes over one reference. 0, or -1 when the session lock failed or the ping thread has ended, which
-    /// would tell the NMS of its session's end; the reference is the caller's then. Throws std::bad_alloc
-    /// likewise.
+    /// Takes over one reference. 0, or -1 when the session lock failed or the ping thread has
+    /// ended, which would tell the NMS of its session's end; the reference is the caller's then.
+    /// Throws std::bad_alloc likewise.
     int add_emsSession(EmsSession_IImpl* session);
     /// Drops those of `sessions` that are listed and no longer Normal; how many were dropped.
     int EraseSessions(const std::list<EmsSession_IImpl*>& sessions);
-    /// Takes the first session of this NMS and user out of the list and hands its reference to the caller,
-    /// who must
+    /// Takes the first session of this NMS and user out of the list and hands its reference to the
+    /// caller, who must
     /// `_remove_ref` it. Null when there is none.
     EmsSession_IImpl* GetNmsSession(const std::string& hostInfo, const std::string& userName);
-    /// The first session of this NMS and user, which stays listed; borrowed. Null when there is none.
-    EmsSession_IImpl* GetNmsSessionByNmsInfo(const std::string& hostInfo, const std::string& userName);
+    /// The first session of this NMS and user, which stays listed; borrowed. Null when there is
+    /// none.
+    EmsSession_IImpl* GetNmsSessionByNmsInfo(const std::string& hostInfo,
+                                             const std::string& userName);
     /// The same with a reference taken under the session lock.
-    ServantRef<EmsSession_IImpl> PinNmsSession(const std::string& hostInfo, const std::string& userName);
+    ServantRef<EmsSession_IImpl> PinNmsSession(const std::string& hostInfo,
+                                               const std::string& userName);
     /// Every listed session, oldest first, each pinned under the lock.
     std::vector<ServantRef<EmsSession_IImpl>> PinSessions();
-    /// The listed sessions whose user name followed by host info equals `clientKey`, pinned. False when the
-    /// lock failed.
+    /// The listed sessions whose user name followed by host info equals `clientKey`, pinned. False
+    /// when the lock failed.
     bool PinSessionsByClientKey(const std::string& clientKey,
                                 std::vector<ServantRef<EmsSession_IImpl>>& sessions);
     /// Takes the session out of the list if it is there and drops the list's reference.
@@ -98,8 +101,8 @@ class SessionMgr : public ACE_Task_Base {
     SessionSource* GetSessionSource(EmsSession_IImpl* session);
 
     // -- waiting threads (release strategy 2)
-    /// Starts `body(session)` on the waiting-thread manager; the thread owns a reference on its session and
-    /// is known here until LeaveWaiting. False when the thread could not be made.
+    /// Starts `body(session)` on the waiting-thread manager; the thread owns a reference on its
+    /// session and is known here until LeaveWaiting. False when the thread could not be made.
     bool SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body);
     void LeaveWaiting(EmsSession_IImpl* session);
     /// True from SpawnWaiting until LeaveWaiting of any session, listed or not. Takes no lock.
@@ -113,20 +116,23 @@ class SessionMgr : public ACE_Task_Base {
     void RegisterServant(const std::string& name, POA_common::Common_I* servant);
     /// Exact, case-sensitive; borrowed. Null for an unknown or null name.
     POA_common::Common_I* find_servant(const char* name);
-    /// find_servant with a reference taken under the servant lock, which the caller must `_remove_ref`.
+    /// find_servant with a reference taken under the servant lock, which the caller must
+    /// `_remove_ref`.
     POA_common::Common_I* pin_servant(std::string_view name);
 
     // -- iterators
-    /// Activates a new iterator in its `_default_POA` and lists it; the oldest one is closed when more than
-    /// `IteratorRestriction()` are open, and before that the oldest of the same session when that has
-    /// `IteratorsPerSession()` already. 0: the caller's reference is taken over. Otherwise an error code
-    /// (the iterator is as before, the caller's): 0x41180102 when `IteratorNum()` are open, 0x411800BA when
-    /// it cannot be activated or its POA dies meanwhile, 0x411800BE when the iterator lock failed.
+    /// Activates a new iterator in its `_default_POA` and lists it; the oldest one is closed when
+    /// more than `IteratorRestriction()` are open, and before that the oldest of the same session
+    /// when that has `IteratorsPerSession()` already. 0: the caller's reference is taken over.
+    /// Otherwise an error code (the iterator is as before, the caller's): 0x41180102 when
+    /// `IteratorNum()` are open, 0x411800BA when it cannot be activated or its POA dies meanwhile,
+    /// 0x411800BE when the iterator lock failed.
     unsigned long add_iterator(PortableServer::ServantBase* iterator);
-    /// The same, with the iterator's reference: a later look for it could find it closed already, for others.
-    /// Nil when it is not opened.
+    /// The same, with the iterator's reference: a later look for it could find it closed already,
+    /// for others. Nil when it is not opened.
     unsigned long add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference);
-    /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0 or -1.
+    /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0
+    /// or -1.
     int remove_iterator(PortableServer::ServantBase* iterator);
     std::size_t IteratorCount();
 
@@ -136,15 +142,16 @@ class SessionMgr : public ACE_Task_Base {
     KELP_EXPORT int GetUserIDByContext();
 
     // -- event loss, told to every NMS on the next ping round
-    KELP_EXPORT void NotifyEventLossOccurred(const std::string& startTime, const std::string& notificationId);
+    KELP_EXPORT void NotifyEventLossOccurred(const std::string& startTime,
+                                             const std::string& notificationId);
     KELP_EXPORT void NotifyEventLossCleared(const std::string& endTime);
 
     SessionMgr(const SessionMgr&) = delete;
     SessionMgr& operator=(const SessionMgr&) = delete;
 
   private:
-    /// A session in the list, with the hash of its user name followed by its host info; 0 for a session
-    /// without a source.
+    /// A session in the list, with the hash of its user name followed by its host info; 0 for a
+    /// session without a source.
     struct ListedSession {
         std::size_t clientKeyHash;
         EmsSession_IImpl* session;
@@ -197,9 +204,11 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
     std::size_t pingThreads_ = 1;
-    OpenIterators iterators_;                      ///< a reference each
-    std::atomic<std::size_t> iteratorsToCome_{0};  ///< places taken for iterators that are being activated
-    /// So many of those came when there was none to close for them: the next ones that are listed close one.
+    OpenIterators iterators_;  ///< a reference each
+    std::atomic<std::size_t> iteratorsToCome_{
+        0};  ///< places taken for iterators that are being activated
+    /// So many of those came when there was none to close for them: the next ones that are listed
+    /// close one.
     std::size_t evictionsOwed_ = 0;
     std::map<std::string, POA_common::Common_I*, std::less<>> servants_;
     ACE_RW_Mutex iteratorLock_;
@@ -213,12 +222,15 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Thread_Manager waitingThreads_;
     ListedSessions sessions_;  ///< oldest first
     bool isClosed_ = false;    ///< no session is listed any more; guarded by the session lock
-    /// The listed sessions by hash, so that finding a caller's session costs the same however many there are.
+    /// The listed sessions by hash, so that finding a caller's session costs the same however many
+    /// there are.
     std::unordered_multimap<std::size_t, EmsSession_IImpl*> sessionsByKey_;
     std::multiset<EmsSession_IImpl*> waiting_;
-    std::atomic<std::size_t> waitingCount_{0};  ///< of waiting_; changed under the session lock, read without
+    std::atomic<std::size_t> waitingCount_{
+        0};  ///< of waiting_; changed under the session lock, read without
     ACE_RW_Mutex sessionLock_;
-    /// End of the time that all NMS together get at exit; none before the exit. Of the one check that begins.
+    /// End of the time that all NMS together get at exit; none before the exit. Of the one check
+    /// that begins.
     std::optional<std::chrono::steady_clock::time_point> exitDeadline_;
 
     static SessionMgr* m_pInstance;

@@ -19,16 +19,18 @@ struct KELP_EXPORT stDateTimeType {
     std::uint16_t second = 0;  ///< 0 to 59
 };
 
-/// Every text of a time that an NMS sees or sends (TMF 814 Time_T: "yyyyMMddhhmmss.s[Z]"), in the layout and
-/// time reference that `[time]` configures. A moment is in seconds since the epoch. Nothing throws for a bad
-/// time: a moment that cannot be converted counts as now, a text that cannot be printed is empty. Reentrant.
+/// Every text of a time that an NMS sees or sends (TMF 814 Time_T: "yyyyMMddhhmmss.s[Z]"), in the
+/// layout and time reference that `[time]` configures. A moment is in seconds since the epoch.
+/// Nothing throws for a bad time: a moment that cannot be converted counts as now, a text that
+/// cannot be printed is empty. Reentrant.
 class KELP_EXPORT TimeChange {
   public:
     // -- configured layout
     static std::string time2strByConf(const std::tm& fields);
     /// 0 is now.
     static std::string time2strByConf(long moment);
-    /// A time's text in any accepted layout, said in the configured one; empty for an unreadable text.
+    /// A time's text in any accepted layout, said in the configured one; empty for an unreadable
+    /// text.
     static std::string time2strByConf(const std::string& text);
     /// Now plus an offset in seconds.
     static std::string getEMSTimeByNETime(unsigned long offset);
@@ -44,8 +46,8 @@ class KELP_EXPORT TimeChange {
     static std::string localTime2UTCstr(std::tm fields);
 
     // -- "20240105030405.0Z"
-    /// Local fields in the layout of UTC; a text of another length than 17 has a blank in place of its first
-    /// character.
+    /// Local fields in the layout of UTC; a text of another length than 17 has a blank in place of
+    /// its first character.
     static std::string UTCtime2str(long moment);
     /// UTC fields; 0 is the epoch.
     static std::string time2UTCStr(long moment);
@@ -60,15 +62,15 @@ class KELP_EXPORT TimeChange {
     static long GetNMTimeZone();
 
     // -- the other way
-    /// Reads "yyyymmddhhmmss", with ".d" and then "Z" for UTC, or "dd/mm/yyyy hh:mm:ss" with an optional "Z".
-    /// The local broken-down time; of now, with `err` set, for a text that is none of these. Texts with an
-    /// offset from UTC are none.
+    /// Reads "yyyymmddhhmmss", with ".d" and then "Z" for UTC, or "dd/mm/yyyy hh:mm:ss" with an
+    /// optional "Z". The local broken-down time; of now, with `err` set, for a text that is none of
+    /// these. Texts with an offset from UTC are none.
     static std::tm str2Time(std::string text, bool& err);
     /// Reads "year-month-day-hour-minute-second"; all fields 0 for another number of parts.
     static stDateTimeType convertStrToDateTimeType(const std::string& text);
     static std::string convertDateTimeTypeToStr(const stDateTimeType& time);
-    /// Whether the fields are a time. Every fourth year has a 29 February; the year is not looked at
-    /// otherwise.
+    /// Whether the fields are a time. Every fourth year has a 29 February; the year is not looked
+    /// at otherwise.
     static bool checkDateTimeValid(const stDateTimeType& time);
     /// 0 when equal, 1 when `a` is later, 2 when `a` is earlier.
     static int compareDateTime(const stDateTimeType& a, const stDateTimeType& b);
@@ -76,10 +78,11 @@ class KELP_EXPORT TimeChange {
 
 class KELP_EXPORT KELP_Utils {
   public:
-    /// Appends the parts of `text` between occurrences of the whole `delims`; characters of `delims` at the
-    /// beginning of a part are passed over, so that no part is empty. An empty `delims` gives an empty part
-    /// for every character.
-    static void split(const std::string& text, const std::string& delims, std::list<std::string>& parts);
+    /// Appends the parts of `text` between occurrences of the whole `delims`; characters of
+    /// `delims` at the beginning of a part are passed over, so that no part is empty. An empty
+    /// `delims` gives an empty part for every character.
+    static void split(const std::string& text, const std::string& delims,
+                      std::list<std::string>& parts);
 };
 
 }  // namespace NS_KELPCORBA

@@ -23,26 +23,28 @@ typename ListBatches<Sequence>::Limits iteratorLimits() {
     return limits;
 }
 
-/// An iterator of the standard (TMF 814: next_n, getLength, destroy) over the rest of a list. `Interface` is
-/// the IDL interface, `Skeleton` its servant class, `Sequence` and `SequenceOut` the list's type and its out
-/// parameter. A manager answers with give() and writes nothing but the list's source.
+/// An iterator of the standard (TMF 814: next_n, getLength, destroy) over the rest of a list.
+/// `Interface` is the IDL interface, `Skeleton` its servant class, `Sequence` and `SequenceOut` the
+/// list's type and its out parameter. A manager answers with give() and writes nothing but the
+/// list's source.
 ///
-/// Calls on it are served one after the other. It goes with its last batch, with a batch that cannot be read,
-/// with destroy, as the oldest of too many, or with its session; a call on it then is answered with
-/// OBJECT_NOT_EXIST.
+/// Calls on it are served one after the other. It goes with its last batch, with a batch that
+/// cannot be read, with destroy, as the oldest of too many, or with its session; a call on it then
+/// is answered with OBJECT_NOT_EXIST.
 template <class Interface, class Skeleton, class Sequence, class SequenceOut>
 class TypedIterator final : public Skeleton {
   public:
     using Source = ListSource<Sequence>;
 
-    /// Answers a request for a list as the standard wants it: puts the first entries, at most `howMany`, into
-    /// `list` and returns an iterator for the rest, whose reference is the caller's; nil when all are in the
-    /// list. Called while the request is served, to whose session the iterator belongs. Throws
-    /// ProcessingFailureException: EXCPT_TOO_MANY_OPEN_ITERATORS, or EXCPT_INTERNAL_ERROR when the list
-    /// cannot be read.
+    /// Answers a request for a list as the standard wants it: puts the first entries, at most
+    /// `howMany`, into `list` and returns an iterator for the rest, whose reference is the
+    /// caller's; nil when all are in the list. Called while the request is served, to whose session
+    /// the iterator belongs. Throws ProcessingFailureException: EXCPT_TOO_MANY_OPEN_ITERATORS, or
+    /// EXCPT_INTERNAL_ERROR when the list cannot be read.
     static typename Interface::_ptr_type give(std::unique_ptr<Source> source, CORBA::ULong howMany,
                                               SequenceOut list) {
-        auto batches = std::make_unique<ListBatches<Sequence>>(std::move(source), iteratorLimits<Sequence>());
+        auto batches =
+            std::make_unique<ListBatches<Sequence>>(std::move(source), iteratorLimits<Sequence>());
         Batch first = Reader::read(*batches, howMany);
         if (!first.entries)
             ThrowException(kInternalFailure);
@@ -59,10 +61,13 @@ class TypedIterator final : public Skeleton {
           reader_(std::make_shared<Reader>(std::move(batches))) {}
     ~TypedIterator() override { reader_->abandon(); }
 
-    PortableServer::POA_ptr _default_POA() override { return PortableServer::POA::_duplicate(poa_.in()); }
+    PortableServer::POA_ptr _default_POA() override {
+        return PortableServer::POA::_duplicate(poa_.in());
+    }
 
-    /// At most `howMany` entries, perhaps fewer; for 0 none, and the iterator stays. False: that was the last
-    /// batch. EXCPT_INTERNAL_ERROR when it cannot be read: entries may be lost then, so the list is over.
+    /// At most `howMany` entries, perhaps fewer; for 0 none, and the iterator stays. False: that
+    /// was the last batch. EXCPT_INTERNAL_ERROR when it cannot be read: entries may be lost then,
+    /// so the list is over.
     CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut list) override {
         std::optional<Batch> batch = reader_->next(howMany);
         if (!batch)

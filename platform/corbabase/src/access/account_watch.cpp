@@ -83,9 +83,9 @@ void AccountWatch::compare(const std::vector<UserAccount>& accounts) {
 }
 
 void AccountWatch::tellInvalid() {
-    const auto utc =
-        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
-            .count();
+    const auto utc = std::chrono::duration_cast<std::chrono::seconds>(
+                         std::chrono::system_clock::now().time_since_epoch())
+                         .count();
     for (const LiveLogins::Key& login : live_.invalid(utc, std::chrono::steady_clock::now()))
         NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kUserStateChangeEvent,
                                                         eventDataOf(login));

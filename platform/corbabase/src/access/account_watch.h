@@ -13,9 +13,9 @@
 
 namespace NS_CORBA {
 
-/// A thread that looks at the user database a few times a second. It raises light event 119 (user state
-/// change) for each live log-in whose account has become invalid or has expired, and takes lock-outs back
-/// when the operator says so. A database that cannot be read makes nobody invalid.
+/// A thread that looks at the user database a few times a second. It raises light event 119 (user
+/// state change) for each live log-in whose account has become invalid or has expired, and takes
+/// lock-outs back when the operator says so. A database that cannot be read makes nobody invalid.
 class AccountWatch {
   public:
     /// Both are borrowed.
@@ -38,9 +38,9 @@ class AccountWatch {
     LoginThrottle& throttle_;
     UserWatch users_;                               // the thread's own, as the next one is
     std::map<std::int64_t, std::int64_t> unlocks_;  // of each account, as seen last
-    std::mutex control_;                            // one start or stop at a time; taken before mutex_
-    std::thread thread_;                            // guarded by control_
-    std::mutex mutex_;                              // guards the rest
+    std::mutex control_;  // one start or stop at a time; taken before mutex_
+    std::thread thread_;  // guarded by control_
+    std::mutex mutex_;    // guards the rest
     std::condition_variable stop_;
     bool stopping_ = false;
 };

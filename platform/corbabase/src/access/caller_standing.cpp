@@ -66,7 +66,8 @@ kelp::util::TokenBuckets::Limits RequestRate::limits() {
     // first: what changes meanwhile is then read next time
     if (const std::uint64_t generation = config.generation(); generation_ != generation) {
         generation_ = generation;
-        limits_.perSecond = static_cast<double>(config.integer("access.requests_per_second_before_login"));
+        limits_.perSecond =
+            static_cast<double>(config.integer("access.requests_per_second_before_login"));
         limits_.burst = static_cast<double>(config.integer("access.requests_burst_before_login"));
     }
     return limits_;

@@ -28,7 +28,8 @@ ConnectionLogIns& ConnectionLogIns::Instance() {
     return *instance;
 }
 
-void ConnectionLogIns::LoggedIn(const kelp::orb::PeerAddress& peer, const std::string& sessionName) {
+void ConnectionLogIns::LoggedIn(const kelp::orb::PeerAddress& peer,
+                                const std::string& sessionName) {
     if (!peer.withPort.empty())
         noteLatest(peer.withPort, sessionName);
 }
@@ -49,7 +50,8 @@ void ConnectionLogIns::noteLatest(const std::string& connection, const std::stri
     {
         const std::shared_lock lock(mutex_);
         const auto found = connections_.find(connection);
-        if (found != connections_.end() && !found->second.empty() && found->second.front() == sessionName)
+        if (found != connections_.end() && !found->second.empty() &&
+            found->second.front() == sessionName)
             return;
     }
     const std::unique_lock lock(mutex_);

@@ -12,9 +12,9 @@
 
 namespace NS_CORBA {
 
-/// Which log-ins the callers over each open connection have shown to be theirs: by logging in over it, or by
-/// calling an object of the log-in's session, whose key nobody else knows. Log-ins go by the names of their
-/// sessions. Callable from any thread; none of it waits.
+/// Which log-ins the callers over each open connection have shown to be theirs: by logging in over
+/// it, or by calling an object of the log-in's session, whose key nobody else knows. Log-ins go by
+/// the names of their sessions. Callable from any thread; none of it waits.
 class ConnectionLogIns {
   public:
     static ConnectionLogIns& Instance();
@@ -26,8 +26,8 @@ class ConnectionLogIns {
     /// The connection has ended, or another one begins from the same port.
     void Forget(const kelp::orb::PeerAddress& peer);
 
-    /// The log-ins of the request's connection, the one that was used last first. Of a connection that has
-    /// shown none, the only one that is live from its address; none if there are several.
+    /// The log-ins of the request's connection, the one that was used last first. Of a connection
+    /// that has shown none, the only one that is live from its address; none if there are several.
     std::vector<std::string> Of(const kelp::orb::RequestInfo& request) const;
 
     ConnectionLogIns(const ConnectionLogIns&) = delete;

@@ -64,7 +64,8 @@ void LiveLogins::invalidate(Login& login) {
 LiveLogins::Exceeded LiveLogins::exceededBy(const Key& key, const std::string& address,
                                             const Quotas& quotas) const {
     const auto isFromThere = [&address](const Login& login) {
-        return std::find(login.addresses.begin(), login.addresses.end(), address) != login.addresses.end();
+        return std::find(login.addresses.begin(), login.addresses.end(), address) !=
+               login.addresses.end();
     };
     std::size_t ofAccount = 0;
     std::size_t fromAddress = 0;
@@ -72,7 +73,8 @@ LiveLogins::Exceeded LiveLogins::exceededBy(const Key& key, const std::string& a
     bool replacesOneFromThere = false;
     const std::lock_guard guard(mutex_);
     for (const auto& [each, logins] : live_) {
-        const auto there = static_cast<std::size_t>(std::count_if(logins.begin(), logins.end(), isFromThere));
+        const auto there =
+            static_cast<std::size_t>(std::count_if(logins.begin(), logins.end(), isFromThere));
         if (each == key) {
             replacesOne = true;
             replacesOneFromThere = there > 0;
@@ -171,7 +173,8 @@ void LiveLogins::compare(const std::vector<UserAccount>& accounts) {
         const UserAccount* const account = found != byName.end() ? found->second : nullptr;
         for (Login& login : logins) {
             if (account == nullptr || !account->enabled || account->id != login.userId ||
-                account->passwordNumber != login.passwordNumber || !account->allowsCertificate(login.subject))
+                account->passwordNumber != login.passwordNumber ||
+                !account->allowsCertificate(login.subject))
                 invalidate(login);
             else
                 login.expiresUtc = account->expiresUtc;

@@ -33,36 +33,37 @@ class LiveLogins {
         std::size_t perAddress = 0;
     };
     enum class Exceeded { Nothing, Account, Address };
-    /// What one more log-in under the key, from this address, would exceed once it has taken the place of
-    /// those that are there under the key. Never a quota that it does not raise; inside the process, where
-    /// there is no address, only that of the account.
+    /// What one more log-in under the key, from this address, would exceed once it has taken the
+    /// place of those that are there under the key. Never a quota that it does not raise; inside
+    /// the process, where there is no address, only that of the account.
     Exceeded exceededBy(const Key& key, const std::string& address, const Quotas& quotas) const;
 
-    /// Enters a log-in that this account, as it was read for it, allows. `address` is that of the connection
-    /// it came over, without port; empty inside the process. `subject` is that of the peer's certificate,
-    /// normalised; empty: it showed none.
+    /// Enters a log-in that this account, as it was read for it, allows. `address` is that of the
+    /// connection it came over, without port; empty inside the process. `subject` is that of the
+    /// peer's certificate, normalised; empty: it showed none.
     void enter(const Key& key, const UserAccount& account, const std::string& address = {},
                const std::string& subject = {});
-    /// The log-ins under the key hold for the account as it is now: its password was given again, from this
-    /// address, which is one of theirs from here on, and with this certificate.
+    /// The log-ins under the key hold for the account as it is now: its password was given again,
+    /// from this address, which is one of theirs from here on, and with this certificate.
     void renew(const Key& key, const UserAccount& account, const std::string& address = {},
                const std::string& subject = {});
     /// Ends the oldest log-in under the key; false when there is none.
     bool leave(const Key& key);
     std::size_t count(const Key& key) const;
-    /// Whether somebody is logged in from this address whose account allows it, as far as it has been looked
-    /// at. Costs one look into a table.
+    /// Whether somebody is logged in from this address whose account allows it, as far as it has
+    /// been looked at. Costs one look into a table.
     bool isFrom(const std::string& address) const;
     /// The account's number of somebody who is logged in; none for others.
     std::optional<std::int64_t> userId(const std::string& user) const;
 
     /// True once after log-ins were entered: accounts may have changed since theirs was read.
     bool takeEntered();
-    /// Compares with all accounts that there are. A log-in whose account is gone, disabled, has another
-    /// password or allows its certificate no more is invalid from then on.
+    /// Compares with all accounts that there are. A log-in whose account is gone, disabled, has
+    /// another password or allows its certificate no more is invalid from then on.
     void compare(const std::vector<UserAccount>& accounts);
-    /// The invalid and expired log-ins that are to be told about now. Those that stay are told about again
-    /// after growing pauses: a session may not have been listed yet when its log-in became invalid.
+    /// The invalid and expired log-ins that are to be told about now. Those that stay are told
+    /// about again after growing pauses: a session may not have been listed yet when its log-in
+    /// became invalid.
     std::vector<Key> invalid(std::int64_t nowUtc, Time now);
 
   private:

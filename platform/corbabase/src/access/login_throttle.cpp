@@ -9,9 +9,11 @@ namespace NS_CORBA {
 
 namespace {
 
-/// Failures of a user alone or of an address alone weigh this much less than those of a user at an address.
+/// Failures of a user alone or of an address alone weigh this much less than those of a user at an
+/// address.
 constexpr int kSlower = 10;
-/// The longest lock-out, in first ones: long enough to make guessing hopeless, short enough to wait for.
+/// The longest lock-out, in first ones: long enough to make guessing hopeless, short enough to wait
+/// for.
 constexpr std::chrono::seconds::rep kLongestLockout = 8;
 constexpr std::chrono::seconds kFirstPause{1};
 /// Quiet time after which failures are forgotten, in first lock-outs.
@@ -25,7 +27,8 @@ std::chrono::seconds doubled(std::chrono::seconds first, int times, std::chrono:
     return std::min(pause, longest);
 }
 
-/// The name as a key of bounded length: those that no user can have because of their length are one.
+/// The name as a key of bounded length: those that no user can have because of their length are
+/// one.
 std::string keyOf(const std::string& user) {
     return user.size() <= kNameBytesMax ? user : std::string(kNameBytesMax + 1, '<');
 }
@@ -52,10 +55,12 @@ auto& LoginThrottle::recordOf(Table& table, const Key& key, Time now) {
         return at->second;
     at->second.used = now;
     if (table.size() > recordsMax_) {
-        const auto oldest = std::min_element(table.begin(), table.end(), [&](const auto& a, const auto& b) {
-            // the new one stays
-            return (&a == &*at ? Time::max() : a.second.used) < (&b == &*at ? Time::max() : b.second.used);
-        });
+        const auto oldest =
+            std::min_element(table.begin(), table.end(), [&](const auto& a, const auto& b) {
+                // the new one stays
+                return (&a == &*at ? Time::max() : a.second.used) <
+                       (&b == &*at ? Time::max() : b.second.used);
+            });
         table.erase(oldest);
     }
     return at->second;
@@ -72,8 +77,9 @@ bool LoginThrottle::refuses(const std::string& user, const LoginOrigin& origin, 
     return network != networks_.end() && now < network->second.refusedUntil;
 }
 
-std::optional<std::chrono::seconds> LoginThrottle::failed(const std::string& user, const LoginOrigin& origin,
-                                                          Time now, const Limits& limits) {
+std::optional<std::chrono::seconds> LoginThrottle::failed(const std::string& user,
+                                                          const LoginOrigin& origin, Time now,
+                                                          const Limits& limits) {
     const std::string name = keyOf(user);
     const std::lock_guard guard(mutex_);
     const auto count = [&](Record& record) {
@@ -113,8 +119,8 @@ void LoginThrottle::forget(const std::string& user) {
     const std::string name = keyOf(user);
     const std::lock_guard guard(mutex_);
     users_.erase(name);
-    for (auto at = pairs_.lower_bound({name, std::string()}); at != pairs_.end() && at->first.first == name;
-         ++at) {
+    for (auto at = pairs_.lower_bound({name, std::string()});
+         at != pairs_.end() && at->first.first == name; ++at) {
         if (at->second.failures > 0)
             networks_.erase(at->second.network);
         at->second.failures = 0;

@@ -14,25 +14,30 @@ namespace NS_CORBA {
 
 /// Where a log-in comes from.
 struct LoginOrigin {
-    std::string address;  ///< the connection's peer, without port; empty for a call inside the process
-    std::string network;  ///< what counts as one caller: the IPv4 address, or an IPv6 address's first 64 bits
+    std::string
+        address;  ///< the connection's peer, without port; empty for a call inside the process
+    std::string network;  ///< what counts as one caller: the IPv4 address, or an IPv6 address's
+                          ///< first 64 bits
 };
 
 LoginOrigin originOf(const kelp::orb::PeerAddress& peer);
 
 /// What holds failed log-ins back; answered before a password is hashed.
 ///
-/// - A user at one address is locked out after `failures` wrong passwords, for `lockout`, and for twice as
+/// - A user at one address is locked out after `failures` wrong passwords, for `lockout`, and for
+/// twice as
 ///   long with each failure after that, up to 8 times.
-/// - A user with ten times as many failures, from wherever, is not locked out, because then anybody could
-///   lock out anybody: an address from which this user has not logged in before has one attempt instead of
-///   `failures`.
-/// - An address with ten times as many failures, of whatever users, waits 1 s, then 2 s and so on up to
+/// - A user with ten times as many failures, from wherever, is not locked out, because then anybody
+/// could
+///   lock out anybody: an address from which this user has not logged in before has one attempt
+///   instead of `failures`.
+/// - An address with ten times as many failures, of whatever users, waits 1 s, then 2 s and so on
+/// up to
 ///   `lockout`. Users who have logged in from there before do not wait.
 ///
-/// A quiet time of twice `lockout` behind the last failure or lock-out clears a record. Attempts that are
-/// refused here count as nothing. Names that no user has are treated as all others. Memory is bounded: the
-/// record that was used longest ago makes room. Callable from any thread.
+/// A quiet time of twice `lockout` behind the last failure or lock-out clears a record. Attempts
+/// that are refused here count as nothing. Names that no user has are treated as all others. Memory
+/// is bounded: the record that was used longest ago makes room. Callable from any thread.
 class LoginThrottle {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -45,12 +50,13 @@ class LoginThrottle {
 
     /// True when the attempt is to be refused unchecked.
     bool refuses(const std::string& user, const LoginOrigin& origin, Time now) const;
-    /// Counts a wrong password. Returns how long this user is locked out at this address from now on, if at
-    /// all.
-    std::optional<std::chrono::seconds> failed(const std::string& user, const LoginOrigin& origin, Time now,
-                                               const Limits& limits);
+    /// Counts a wrong password. Returns how long this user is locked out at this address from now
+    /// on, if at all.
+    std::optional<std::chrono::seconds> failed(const std::string& user, const LoginOrigin& origin,
+                                               Time now, const Limits& limits);
     void succeeded(const std::string& user, const LoginOrigin& origin, Time now);
-    /// Takes back what holds this user back, the waiting of the addresses that failed as this user included.
+    /// Takes back what holds this user back, the waiting of the addresses that failed as this user
+    /// included.
     void forget(const std::string& user);
     /// How many records there are, of each of the three kinds at most `recordsMax`.
     std::size_t records() const;

@@ -28,8 +28,9 @@ void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddre
                  kelp::oplog::SecurityEvent event, const char* outcome) {
     const std::string named = kelp::orb::hostAndPort(endpoint);
     GetTss()->Set("nmsreferencecheck", "unknown", __LINE__);
-    TaTrace("[CorbaBaseAgentConfig::IsValidNmsReference] The NMS at %s names %s as its own address!",
-            peer.withPort.c_str(), kelp::util::escaped(named, kShownBytesMax).c_str());
+    TaTrace(
+        "[CorbaBaseAgentConfig::IsValidNmsReference] The NMS at %s names %s as its own address!",
+        peer.withPort.c_str(), kelp::util::escaped(named, kShownBytesMax).c_str());
     kelp::oplog::SecurityRecord record;
     record.event = event;
     record.nmsAddress = named;
@@ -61,7 +62,8 @@ bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::Securit
     return true;
 }
 
-bool NmsReferenceCheck::mayFollow(const kelp::orb::PeerAddress& from, const kelp::orb::Endpoint& to) const {
+bool NmsReferenceCheck::mayFollow(const kelp::orb::PeerAddress& from,
+                                  const kelp::orb::Endpoint& to) const {
     const std::string rule = configuredRule();
     if (rule == "any" || allows(to, from, rule))
         return true;
@@ -69,8 +71,8 @@ bool NmsReferenceCheck::mayFollow(const kelp::orb::PeerAddress& from, const kelp
     return false;
 }
 
-bool NmsReferenceCheck::allows(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,
-                               const std::string& rule) const {
+bool NmsReferenceCheck::allows(const kelp::orb::Endpoint& endpoint,
+                               const kelp::orb::PeerAddress& peer, const std::string& rule) const {
     const kelp::orb::PeerAddress named = kelp::orb::parseHostAddress(endpoint.host);
     if (named.text.empty())
         return access_.allowsHostName(endpoint.host);

@@ -19,9 +19,9 @@ bool OssAccess::readLocked(std::string& whyNot) {
     // first: what changes meanwhile is then read next time
     const std::uint64_t generation = config.generation();
     std::vector<std::string> networks = config.texts("access.allowed_oss");
-    const auto names = std::stable_partition(networks.begin(), networks.end(), [](const std::string& each) {
-        return !kelp::util::isHostName(each);
-    });
+    const auto names = std::stable_partition(
+        networks.begin(), networks.end(),
+        [](const std::string& each) { return !kelp::util::isHostName(each); });
     Allowed read;
     read.hostNames.assign(names, networks.end());
     networks.erase(names, networks.end());
@@ -47,8 +47,9 @@ bool OssAccess::allows(const kelp::orb::PeerAddress& peer) {
 
 bool OssAccess::allowsHostName(const std::string& name) {
     const std::vector<std::string>& hostNames = current().hostNames;
-    return std::any_of(hostNames.begin(), hostNames.end(),
-                       [&](const std::string& each) { return kelp::util::isSameHostName(each, name); });
+    return std::any_of(hostNames.begin(), hostNames.end(), [&](const std::string& each) {
+        return kelp::util::isSameHostName(each, name);
+    });
 }
 
 bool OssAccess::isRead() const {
@@ -64,7 +65,8 @@ const OssAccess::Allowed& OssAccess::current() {
         if (!isRead() && !readLocked(whyNot)) {
             GetTss()->Set("ossaccess", "unknown", __LINE__);
             TaTrace(
-                "[CorbaBaseAgentConfig::IsValidOssIP] access.allowed_oss: %s! The networks from before still "
+                "[CorbaBaseAgentConfig::IsValidOssIP] access.allowed_oss: %s! The networks from "
+                "before still "
                 "hold.",
                 whyNot.c_str());
         }

@@ -1,18 +1,18 @@
 #pragma once
 
-#include "users/oss_networks.h"
-#include "orb/published.h"
-
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "orb/published.h"
+#include "users/oss_networks.h"
+
 namespace NS_CORBA {
 
-/// The configured OSS networks, following the configuration's re-reads. Callable from any thread; asking
-/// takes no lock unless the configuration was read again.
+/// The configured OSS networks, following the configuration's re-reads. Callable from any thread;
+/// asking takes no lock unless the configuration was read again.
 class OssAccess {
   public:
     /// Takes over what is configured. False, with the reason, keeps the networks that hold.

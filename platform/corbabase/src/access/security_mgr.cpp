@@ -17,9 +17,9 @@
 #include "access/account_watch.h"
 #include "access/live_logins.h"
 #include "access/login_throttle.h"
-#include "users/oss_networks.h"
 #include "access/session_name_parts.h"
 #include "orb/singleton.h"
+#include "users/oss_networks.h"
 #include "users/subject_name.h"
 
 namespace NS_CORBA {
@@ -58,7 +58,8 @@ bool mayCallFrom(const UserAccount& account, const kelp::orb::PeerAddress& peer)
     if (account.networks.empty())
         return true;
     if (!networks.parse(account.networks, whyNot))
-        throw std::runtime_error("the networks of user \"" + account.name + "\" are unreadable: " + whyNot);
+        throw std::runtime_error("the networks of user \"" + account.name +
+                                 "\" are unreadable: " + whyNot);
     return networks.contains(peer);
 }
 
@@ -147,8 +148,8 @@ std::string shown(const LoginOrigin& origin) {
     return origin.address.empty() ? "this process" : origin.address;
 }
 
-/// Which names belong to accounts, as far as attempts to log in have shown. Its size is bounded by the number
-/// of accounts.
+/// Which names belong to accounts, as far as attempts to log in have shown. Its size is bounded by
+/// the number of accounts.
 class NamesSeen {
   public:
     void note(const std::string& name, bool isAccount) {
@@ -189,7 +190,8 @@ struct CorbaSecurityMgr::State {
                         std::optional<std::chrono::seconds>& lockout);
     /// How long that locks the user out at this address, if at all.
     std::optional<std::chrono::seconds> countFailure(const char* operation, const Attempt& attempt,
-                                                     const LoginOrigin& origin, UserDatabase& database);
+                                                     const LoginOrigin& origin,
+                                                     UserDatabase& database);
 };
 
 unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attempt& attempt,
@@ -206,13 +208,13 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attemp
     record(kelp::oplog::SecurityEvent::LogIn, user, attempt.hostInfo, outcomeOf(code),
            withCertificate(isKnown ? "" : "no known user"));
     if (lockout)
-        record(kelp::oplog::SecurityEvent::LockOut, user, attempt.hostInfo, outcomeOf(kUserLockedOut),
-               "for " + std::to_string(lockout->count()) + " s");
+        record(kelp::oplog::SecurityEvent::LockOut, user, attempt.hostInfo,
+               outcomeOf(kUserLockedOut), "for " + std::to_string(lockout->count()) + " s");
     return code;
 }
 
-/// Checks a password against the database as it is now: opened each time, so that a file that was damaged,
-/// locked or replaced is good again as soon as it is.
+/// Checks a password against the database as it is now: opened each time, so that a file that was
+/// damaged, locked or replaced is good again as soon as it is.
 unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attempt& attempt,
                                              UserAccount& account,
                                              std::optional<std::chrono::seconds>& lockout) {
@@ -220,9 +222,9 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
     const LoginOrigin origin = originOf(peer);
     if (throttle.refuses(attempt.user, origin, std::chrono::steady_clock::now())) {
         GetTss()->Set(kFile, "unknown", __LINE__);
-        TaDebugWithPara(1,
-                        "[CorbaSecurityMgr::%s] A log-in from %s is refused unchecked after wrong passwords",
-                        operation, shown(origin).c_str());
+        TaDebugWithPara(
+            1, "[CorbaSecurityMgr::%s] A log-in from %s is refused unchecked after wrong passwords",
+            operation, shown(origin).c_str());
         return kUserLockedOut;
     }
     try {
@@ -236,8 +238,8 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
         accounts.note(attempt.user, true);
         if (const unsigned long code = refusalOf(*found, peer, callersSubject()); code != 0) {
             GetTss()->Set(kFile, "unknown", __LINE__);
-            TaDebugWithPara(1, "[CorbaSecurityMgr::%s] User \"%s\" from %s is refused: %s", operation,
-                            found->name.c_str(), shown(origin).c_str(), reasonOf(code));
+            TaDebugWithPara(1, "[CorbaSecurityMgr::%s] User \"%s\" from %s is refused: %s",
+                            operation, found->name.c_str(), shown(origin).c_str(), reasonOf(code));
             return code;
         }
         throttle.succeeded(attempt.user, origin, std::chrono::steady_clock::now());
@@ -261,8 +263,9 @@ std::optional<std::chrono::seconds> CorbaSecurityMgr::State::countFailure(const 
         return std::nullopt;
     const std::string name = isKnown ? "user \"" + attempt.user + "\"" : "an unknown user";
     GetTss()->Set(kFile, "unknown", __LINE__);
-    TaTrace("[CorbaSecurityMgr::%s] Too many wrong passwords: %s is locked out at %s for %lld s", operation,
-            name.c_str(), shown(origin).c_str(), static_cast<long long>(lockout->count()));
+    TaTrace("[CorbaSecurityMgr::%s] Too many wrong passwords: %s is locked out at %s for %lld s",
+            operation, name.c_str(), shown(origin).c_str(),
+            static_cast<long long>(lockout->count()));
     return lockout;
 }
 
@@ -284,7 +287,8 @@ bool CorbaSecurityMgr::Init() {
         if (database.list().empty()) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaTrace(
-                "[CorbaSecurityMgr::Init] There is no NMS user yet; make the first with: kelpctl user add "
+                "[CorbaSecurityMgr::Init] There is no NMS user yet; make the first with: kelpctl "
+                "user add "
                 "NAME");
         }
         state_->watch.start();
@@ -308,7 +312,8 @@ unsigned long CorbaSecurityMgr::Admit(const char* operation, const std::string& 
                                       const std::string& user, const std::string& password,
                                       Admission& admission) {
     UserAccount account;
-    if (const unsigned long code = state_->check(operation, {hostInfo, user, password}, account); code != 0)
+    if (const unsigned long code = state_->check(operation, {hostInfo, user, password}, account);
+        code != 0)
         return code;
     admission.hostInfo_ = hostInfo;
     admission.user_ = user;
@@ -332,8 +337,8 @@ unsigned long CorbaSecurityMgr::StillAdmits(const Admission& admission) {
     };
     const unsigned long code = codeNow();
     if (code != 0)
-        record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_, outcomeOf(code),
-               "the account was changed meanwhile");
+        record(kelp::oplog::SecurityEvent::LogIn, admission.user_, admission.hostInfo_,
+               outcomeOf(code), "the account was changed meanwhile");
     return code;
 }
 
@@ -371,8 +376,9 @@ unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const st
 
 unsigned long CorbaSecurityMgr::CheckRoom(const std::string& hostInfo, const std::string& user) {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
-    const LiveLogins::Quotas quotas{static_cast<std::size_t>(config.integer("session.per_account_max")),
-                                    static_cast<std::size_t>(config.integer("session.per_address_max"))};
+    const LiveLogins::Quotas quotas{
+        static_cast<std::size_t>(config.integer("session.per_account_max")),
+        static_cast<std::size_t>(config.integer("session.per_address_max"))};
     unsigned long code = 0;
     switch (state_->live.exceededBy({user, hostInfo}, kelp::orb::currentPeer().text, quotas)) {
         case LiveLogins::Exceeded::Nothing:
@@ -433,7 +439,8 @@ bool CorbaSecurityMgr::IsLoggedInFrom(const kelp::orb::PeerAddress& peer) const 
     return state_->live.isFrom(peer.text);
 }
 
-std::size_t CorbaSecurityMgr::LiveLogins(const std::string& hostInfo, const std::string& user) const {
+std::size_t CorbaSecurityMgr::LiveLogins(const std::string& hostInfo,
+                                         const std::string& user) const {
     return state_->live.count({user, hostInfo});
 }
 

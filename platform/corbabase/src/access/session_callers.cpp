@@ -1,6 +1,5 @@
-#include <kelp/corbabase/session_callers.h>
-
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/session_callers.h>
 
 #include <algorithm>
 #include <mutex>
@@ -34,8 +33,8 @@ SessionCallers::Address SessionCallers::Address::of(const kelp::orb::PeerAddress
     return address;
 }
 
-void SessionCallers::Enter(const std::string& sessionName, const void* owner, const SessionToken& token,
-                           const kelp::orb::PeerAddress& peer) {
+void SessionCallers::Enter(const std::string& sessionName, const void* owner,
+                           const SessionToken& token, const kelp::orb::PeerAddress& peer) {
     ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
     const std::unique_lock lock(mutex_);
     sessions_.insert_or_assign(sessionName, Session{owner, token, Address::of(peer)});

@@ -7,7 +7,8 @@ namespace NS_CORBA {
 namespace {
 
 std::string_view between(std::string_view text, std::string_view tag, std::string_view endTag) {
-    return NS_UTIL::SelfUtilCommon::Instance()->ViewByTag(text, tag, endTag, static_cast<int>(tag.size()));
+    return NS_UTIL::SelfUtilCommon::Instance()->ViewByTag(text, tag, endTag,
+                                                          static_cast<int>(tag.size()));
 }
 
 }  // namespace

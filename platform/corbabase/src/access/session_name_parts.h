@@ -14,8 +14,8 @@ struct SessionNameParts {
 /// Parts of `sessionName` itself.
 SessionNameParts partsOfSessionName(std::string_view sessionName);
 
-/// The parts of one session name after the other. A connection's requests belong to one session most of the
-/// time: a name that is asked for again is not searched again. For one thread.
+/// The parts of one session name after the other. A connection's requests belong to one session
+/// most of the time: a name that is asked for again is not searched again. For one thread.
 class LastSessionName {
   public:
     /// Borrowed until the next call.

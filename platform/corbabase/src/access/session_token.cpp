@@ -19,8 +19,8 @@ PortableServer::ObjectId* SessionToken::idOf(std::string_view name) const {
 
 bool SessionToken::isIn(std::string_view objectId) const noexcept {
     return objectId.size() >= kOctets &&
-           kelp::util::isEqualInConstantTime(objectId.data() + objectId.size() - kOctets, octets_.data(),
-                                             kOctets);
+           kelp::util::isEqualInConstantTime(objectId.data() + objectId.size() - kOctets,
+                                             octets_.data(), kOctets);
 }
 
 std::string_view SessionToken::nameIn(std::string_view objectId) noexcept {

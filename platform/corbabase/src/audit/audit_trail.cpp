@@ -1,8 +1,6 @@
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/trace.h>
 
-#include "audit/refusal_summary.h"
-
 #include <atomic>
 #include <condition_variable>
 #include <exception>
@@ -10,6 +8,8 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "audit/refusal_summary.h"
 
 namespace NS_CORBA {
 
@@ -176,7 +176,8 @@ void AuditTrail::UpdateRetention() {
     if (!state_->held)
         return;
     state_->held->operations.setRetention(kelp::oplog::configuredOperationLog().retention);
-    state_->held->operationsWithoutLogIn.setRetention(kelp::oplog::configuredLogBeforeLogIn().retention);
+    state_->held->operationsWithoutLogIn.setRetention(
+        kelp::oplog::configuredLogBeforeLogIn().retention);
     state_->held->readLimits();
     state_->held->security.setRetention(kelp::oplog::configuredSecurityLog().retention);
 }

@@ -13,7 +13,8 @@ std::string countedText(std::uint64_t count, kelp::oplog::UtcTime last) {
 }
 
 bool RefusalSummary::standsByItself(const SecurityRecord& record, Time now) {
-    return floods_.standsByItself({record.event, record.outcome}, withoutPort(record.peer), record.time, now);
+    return floods_.standsByItself({record.event, record.outcome}, withoutPort(record.peer),
+                                  record.time, now);
 }
 
 std::vector<SecurityRecord> RefusalSummary::take(Time now) {

@@ -12,8 +12,8 @@
 
 namespace NS_CORBA {
 
-/// Keeps floods of refusals out of the security log: which refusals stand there individually, and the
-/// summaries of the others. Not thread safe.
+/// Keeps floods of refusals out of the security log: which refusals stand there individually, and
+/// the summaries of the others. Not thread safe.
 class RefusalSummary {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -22,12 +22,13 @@ class RefusalSummary {
     static constexpr unsigned kSingly = 20;
     static constexpr std::chrono::seconds kPeriod{60};
 
-    explicit RefusalSummary(std::size_t addressesMax = 1000) : floods_(kSingly, kPeriod, addressesMax) {}
+    explicit RefusalSummary(std::size_t addressesMax = 1000)
+        : floods_(kSingly, kPeriod, addressesMax) {}
 
     /// True when the record is to be written by itself; otherwise it is counted.
     bool standsByItself(const kelp::oplog::SecurityRecord& record, Time now);
-    /// One record for each kind and address whose period is over and that has some counted; those periods
-    /// end.
+    /// One record for each kind and address whose period is over and that has some counted; those
+    /// periods end.
     std::vector<kelp::oplog::SecurityRecord> take(Time now);
     /// The same, for all whose period is not over too.
     std::vector<kelp::oplog::SecurityRecord> takeAll();

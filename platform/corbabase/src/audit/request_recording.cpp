@@ -4,6 +4,7 @@
 #include <kelp/corbabase/operation_record.h>
 #include <kelp/corbabase/session_callers.h>
 #include <kelp/corbabase/trace.h>
+#include <mtnm/globaldefs.h>
 
 #include <algorithm>
 #include <array>
@@ -11,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <mtnm/globaldefs.h>
 
 #include "access/caller_standing.h"
 #include "access/connection_log_ins.h"
@@ -47,7 +46,8 @@ enum class Id { IsGenuine, MayBeGuessed };
 ObjectKind kindOfKey(const std::string& key) {
     if (key == kFactoryKey)
         return ObjectKind::Factory;
-    const bool isNaming = std::find(kNamingKeys.begin(), kNamingKeys.end(), key) != kNamingKeys.end();
+    const bool isNaming =
+        std::find(kNamingKeys.begin(), kNamingKeys.end(), key) != kNamingKeys.end();
     return isNaming ? ObjectKind::Naming : ObjectKind::Unknown;
 }
 
@@ -86,11 +86,12 @@ const char* outcomeOf(const CORBA::Exception* raised) {
     const auto* const refusal = globaldefs::ProcessingFailureException::_downcast(raised);
     if (refusal == nullptr)
         return raised->_name();
-    return globaldefs::_tc_ExceptionType_T->member_name(static_cast<CORBA::ULong>(refusal->exceptionType));
+    return globaldefs::_tc_ExceptionType_T->member_name(
+        static_cast<CORBA::ULong>(refusal->exceptionType));
 }
 
-/// The session whose NMS calls, as far as is known: for a session's object its own, for the channel that of
-/// the connection.
+/// The session whose NMS calls, as far as is known: for a session's object its own, for the channel
+/// that of the connection.
 std::string_view callersSession(const RequestInfo& request, Id id) {
     if (id == Id::IsGenuine && isSessionName(request.topPoaName()))
         return request.topPoaName();
@@ -162,7 +163,8 @@ void RequestRecording::drop() noexcept {
         scopes().pop_back();
 }
 
-void RequestRecording::writeUndelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
+void RequestRecording::writeUndelivered(const RequestInfo& request,
+                                        const CORBA::Exception* answer) noexcept {
     if (AuditTrail::Instance().IsOpen())
         guarded([&] {
             const bool isGenuine = SessionCallers::Instance().KnowsSecret(request);
@@ -171,7 +173,8 @@ void RequestRecording::writeUndelivered(const RequestInfo& request, const CORBA:
         });
 }
 
-void RequestRecording::writeForeign(const RequestInfo& request, const CORBA::Exception& answer) noexcept {
+void RequestRecording::writeForeign(const RequestInfo& request,
+                                    const CORBA::Exception& answer) noexcept {
     guarded([&] {
         const SessionNameParts owner = partsOfSessionName(request.topPoaName());
         kelp::oplog::SecurityRecord record;
@@ -179,12 +182,14 @@ void RequestRecording::writeForeign(const RequestInfo& request, const CORBA::Exc
         record.peer = request.peer().withPort;
         record.object = request.operationName();
         record.outcome = outcomeOf(&answer);
-        record.detail = "session of " + std::string(owner.user) + " at " + std::string(owner.nmsAddress);
+        record.detail =
+            "session of " + std::string(owner.user) + " at " + std::string(owner.nmsAddress);
         AuditTrail::Instance().Write(std::move(record));
     });
 }
 
-void RequestRecording::writeNotOwn(const RequestInfo& request, const CORBA::Exception& answer) noexcept {
+void RequestRecording::writeNotOwn(const RequestInfo& request,
+                                   const CORBA::Exception& answer) noexcept {
     guarded([&] {
         kelp::oplog::SecurityRecord record;
         record.event = kelp::oplog::SecurityEvent::RefusedPeer;
@@ -196,7 +201,8 @@ void RequestRecording::writeNotOwn(const RequestInfo& request, const CORBA::Exce
     });
 }
 
-void RequestRecording::writeRefused(const RequestInfo& request, const CORBA::Exception* answer) noexcept {
+void RequestRecording::writeRefused(const RequestInfo& request,
+                                    const CORBA::Exception* answer) noexcept {
     guarded([&] {
         kelp::oplog::SecurityRecord record;
         record.event = kelp::oplog::SecurityEvent::RefusedAddress;

@@ -6,22 +6,22 @@
 #include <kelp/orb/timeouts.h>
 #include <kelp/util/shown_file.h>
 
-#include "config/base_settings.h"
-#include "naming/embedded_naming.h"
-#include "access/gate_policy.h"
-#include "config/manager_registry.h"
-#include "naming/naming_registration.h"
-#include "access/nms_reference_check.h"
-#include "orb/orb_life.h"
-#include "access/oss_access.h"
-#include "orb/published.h"
-#include "orb/tls_renewal.h"
-
 #include <algorithm>
 #include <exception>
 #include <limits>
 #include <mutex>
 #include <optional>
+
+#include "access/gate_policy.h"
+#include "access/nms_reference_check.h"
+#include "access/oss_access.h"
+#include "config/base_settings.h"
+#include "config/manager_registry.h"
+#include "naming/embedded_naming.h"
+#include "naming/naming_registration.h"
+#include "orb/orb_life.h"
+#include "orb/published.h"
+#include "orb/tls_renewal.h"
 
 namespace NS_CORBA {
 
@@ -134,7 +134,8 @@ bool CorbaBaseAgentConfig::Init(const char* bundleName) {
         return refused(failure.what());
     }
     GetTss()->Set(kFile, "unknown", __LINE__);
-    TaDebugWithPara(3, "[CorbaBaseAgentConfig::Init] Ready for %s", bundleName != nullptr ? bundleName : "");
+    TaDebugWithPara(3, "[CorbaBaseAgentConfig::Init] Ready for %s",
+                    bundleName != nullptr ? bundleName : "");
     return true;
 }
 
@@ -174,7 +175,8 @@ bool CorbaBaseAgentConfig::State::startNaming() {
         EmbeddedNaming::instance().start(orb.in(), root.in());
         return true;
     } catch (const CORBA::Exception& failure) {
-        return refused("The embedded naming service cannot start: " + kelp::orb::exceptionText(failure));
+        return refused("The embedded naming service cannot start: " +
+                       kelp::orb::exceptionText(failure));
     }
 }
 
@@ -205,7 +207,8 @@ void CorbaBaseAgentConfig::LeaveManagerInterface(CorbaI* managerInterface) {
     state_->managers.leave(managerInterface);
 }
 
-bool CorbaBaseAgentConfig::EnterNorthMgrFactory(const std::string& managerName, NorthMgrFactory* factory) {
+bool CorbaBaseAgentConfig::EnterNorthMgrFactory(const std::string& managerName,
+                                                NorthMgrFactory* factory) {
     return state_->managers.enter(managerName, factory);
 }
 
@@ -213,7 +216,8 @@ void CorbaBaseAgentConfig::LeaveNorthMgrFactory(const std::string& managerName) 
     state_->managers.leave(managerName);
 }
 
-void CorbaBaseAgentConfig::EnterFallbackMgrFactory(const std::string& managerName, NorthMgrFactory* factory) {
+void CorbaBaseAgentConfig::EnterFallbackMgrFactory(const std::string& managerName,
+                                                   NorthMgrFactory* factory) {
     state_->managers.enterFallback(managerName, factory);
 }
 
@@ -241,10 +245,12 @@ bool CorbaBaseAgentConfig::IsValidOssIP(std::uint32_t ipv4) const {
     if (ipv4 != 0)
         return state_->access.allowsIpv4(ipv4);
     const kelp::orb::RequestInfo* const request = kelp::orb::currentRequest();
-    return request != nullptr && request->peer().ipv6 && state_->access.allowsIpv6(*request->peer().ipv6);
+    return request != nullptr && request->peer().ipv6 &&
+           state_->access.allowsIpv6(*request->peer().ipv6);
 }
 
-bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference, std::string* refused) const {
+bool CorbaBaseAgentConfig::IsValidNmsReference(CORBA::Object_ptr reference,
+                                               std::string* refused) const {
     return state_->references.allows(reference, kelp::oplog::SecurityEvent::LogIn, refused);
 }
 
@@ -320,7 +326,8 @@ int CorbaBaseAgentConfig::TimeZoneRefPoint() const {
     return number("time.reference");
 }
 
-bool CorbaBaseAgentConfig::SetCurrentThreadTimeOutPolicy(CORBA::ORB_ptr orb, std::uint64_t limit100ns) {
+bool CorbaBaseAgentConfig::SetCurrentThreadTimeOutPolicy(CORBA::ORB_ptr orb,
+                                                         std::uint64_t limit100ns) {
     return !CORBA::is_nil(orb) && kelp::orb::setThreadTimeout(milliseconds(limit100ns));
 }
 
@@ -376,7 +383,8 @@ std::string namingAddress(const CorbaBaseAgentConfig& base) {
     // brackets for an IPv6 host
     if (host.find(':') != std::string::npos && host.front() != '[')
         host = "[" + host + "]";
-    return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + host + ":" + std::to_string(port) + "/NameService";
+    return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + host + ":" + std::to_string(port) +
+           "/NameService";
 }
 
 }  // namespace

@@ -48,16 +48,19 @@ std::size_t count(const std::string& key) {
 kelp::orb::GateLimits readGateLimits() {
     kelp::orb::GateLimits limits;
     limits.connectionsMax = static_cast<unsigned>(count("orb.connections_max"));
-    limits.connectionsPerAddressMax = static_cast<unsigned>(count("orb.connections_per_address_max"));
+    limits.connectionsPerAddressMax =
+        static_cast<unsigned>(count("orb.connections_per_address_max"));
     limits.connectionsReserved = static_cast<unsigned>(count("orb.connections_reserved"));
     limits.unfinishedBytesMax = count("orb.unfinished_bytes_max");
     limits.messageBytesBeforeLogin = count("access.message_bytes_before_login");
     limits.headerTimeout = std::chrono::seconds(config().integer("orb.header_timeout_s"));
     limits.inputRateMin = count("orb.input_rate_min");
     limits.locatesPerSecond = static_cast<unsigned>(count("orb.locate_requests_max"));
-    limits.locatesPerSecondBeforeLogin = static_cast<unsigned>(count("access.locate_requests_before_login"));
+    limits.locatesPerSecondBeforeLogin =
+        static_cast<unsigned>(count("access.locate_requests_before_login"));
     limits.tlsHandshakesMax = static_cast<unsigned>(count("tls.handshakes_max"));
-    limits.tlsHandshakesPerAddressMax = static_cast<unsigned>(count("tls.handshakes_per_address_max"));
+    limits.tlsHandshakesPerAddressMax =
+        static_cast<unsigned>(count("tls.handshakes_per_address_max"));
     return limits;
 }
 
@@ -75,10 +78,12 @@ bool covers(const std::string& listen, const std::string& address) {
 
 /// Where the embedded naming service is served, unless a listener is there anyway.
 std::vector<std::string> namingListen(const char* portKey, const std::vector<std::string>& listen) {
-    const std::string address = kelp::orb::hostAndPort(
-        {config().text("naming.host"), static_cast<std::uint16_t>(config().integer(portKey)), false});
-    const bool isServed = std::any_of(listen.begin(), listen.end(),
-                                      [&](const std::string& each) { return covers(each, address); });
+    const std::string address =
+        kelp::orb::hostAndPort({config().text("naming.host"),
+                                static_cast<std::uint16_t>(config().integer(portKey)), false});
+    const bool isServed = std::any_of(listen.begin(), listen.end(), [&](const std::string& each) {
+        return covers(each, address);
+    });
     return isServed ? std::vector<std::string>() : std::vector<std::string>{address};
 }
 

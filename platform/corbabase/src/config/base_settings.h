@@ -7,7 +7,8 @@
 
 namespace NS_CORBA {
 
-/// How sessions are watched and ended. Read as one when the ORB starts and kept until it starts again.
+/// How sessions are watched and ended. Read as one when the ORB starts and kept until it starts
+/// again.
 struct SessionSettings {
     int releaseStrategy = 0;
     bool pingMode = true;
@@ -21,11 +22,12 @@ struct SessionSettings {
 
 SessionSettings readSessionSettings();
 
-/// [orb] and [tls] as options for the ORB. None, with the reason, when they do not fit together or a file
-/// that they name cannot be read.
+/// [orb] and [tls] as options for the ORB. None, with the reason, when they do not fit together or
+/// a file that they name cannot be read.
 std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot);
 
-/// The configured addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843 (TLS)".
+/// The configured addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843
+/// (TLS)".
 std::string listenText(const kelp::orb::OrbOptions& options);
 
 /// True for a manager of the standard that `[managers] offered` names, and for every other name.

@@ -16,14 +16,15 @@ namespace NS_CORBA {
 /// The manager interfaces and servant factories that bundles entered. Callable from any thread.
 class ManagerRegistry {
   public:
-    /// `isOffered` says which names are to be in the map of factories; it is asked when a factory is entered.
+    /// `isOffered` says which names are to be in the map of factories; it is asked when a factory
+    /// is entered.
     explicit ManagerRegistry(std::function<bool(const std::string& name)> isOffered)
         : isOffered_(std::move(isOffered)) {}
 
     void enter(CorbaI* managerInterface);
     void leave(CorbaI* managerInterface);
-    /// The interfaces in order of entry, held against other threads' enter and leave until the calling
-    /// thread's release(); null, and nothing held, when none was ever entered.
+    /// The interfaces in order of entry, held against other threads' enter and leave until the
+    /// calling thread's release(); null, and nothing held, when none was ever entered.
     const MGRList* hold();
     /// Ends one hold() of the calling thread; harmless without.
     void release();
@@ -33,8 +34,8 @@ class ManagerRegistry {
     /// A factory for the name as long as no other is entered.
     void enterFallback(const std::string& name, NorthMgrFactory* factory);
     void leaveFallback(const std::string& name);
-    /// Those entered, and the fallbacks of names that nobody entered, as far as they are offered. Null when
-    /// none was ever entered. A map handed out is never changed or freed.
+    /// Those entered, and the fallbacks of names that nobody entered, as far as they are offered.
+    /// Null when none was ever entered. A map handed out is never changed or freed.
     const NorthMgrMap* factories();
 
   private:

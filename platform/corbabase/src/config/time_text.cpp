@@ -16,7 +16,8 @@ bool brokenDown(std::time_t moment, bool isUtc, std::tm& fields) {
     return (isUtc ? ::gmtime_r(&moment, &fields) : ::localtime_r(&moment, &fields)) != nullptr;
 }
 
-/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not overflow.
+/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not
+/// overflow.
 int shown(int field, unsigned offset) {
     return static_cast<int>(static_cast<unsigned>(field) + offset);
 }
@@ -27,8 +28,9 @@ std::string textOf(const std::tm& fields, bool isUtc) {
     const int month = shown(fields.tm_mon, 1);
     const int length =
         CorbaBaseAgentConfig::Instance()->TimeShowAppearance() == kSlashed
-            ? std::snprintf(text.data(), text.size(), "%02d/%02d/%04d %02d:%02d:%02d", fields.tm_mday, month,
-                            year, fields.tm_hour, fields.tm_min, fields.tm_sec)
+            ? std::snprintf(text.data(), text.size(), "%02d/%02d/%04d %02d:%02d:%02d",
+                            fields.tm_mday, month, year, fields.tm_hour, fields.tm_min,
+                            fields.tm_sec)
             : std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d.0", year, month,
                             fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
     std::string result(length < 0 ? "" : text.data());

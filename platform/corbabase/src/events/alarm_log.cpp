@@ -21,7 +21,9 @@ namespace {
 
 spdlog::file_event_handlers privateFiles() {
     spdlog::file_event_handlers handlers;
-    handlers.before_open = [](const spdlog::filename_t& file) { kelp::util::requirePrivateFile(file); };
+    handlers.before_open = [](const spdlog::filename_t& file) {
+        kelp::util::requirePrivateFile(file);
+    };
     return handlers;
 }
 

@@ -14,8 +14,8 @@ class AlarmLog {
     /// Throws std::exception when the file cannot be opened.
     explicit AlarmLog(const std::filesystem::path& file);
     ~AlarmLog();
-    /// Appends an alarm's entries after a line with the time when it was taken in. A failure is traced, once
-    /// until it works again; the alarm is then missing.
+    /// Appends an alarm's entries after a line with the time when it was taken in. A failure is
+    /// traced, once until it works again; the alarm is then missing.
     void write(std::time_t taken, const std::string& entries);
     /// So many alarms are missing. The log says how many before the next one that it has.
     void missing(std::size_t alarms);

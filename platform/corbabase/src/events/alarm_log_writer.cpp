@@ -20,7 +20,8 @@ bool isAlarm(const CosNotification::StructuredEvent& event) {
 
 }  // namespace
 
-AlarmLogWriter::AlarmLogWriter(const std::filesystem::path& file, Format format, std::size_t waitingMax)
+AlarmLogWriter::AlarmLogWriter(const std::filesystem::path& file, Format format,
+                               std::size_t waitingMax)
     : format_(std::move(format)), waitingMax_(waitingMax), log_(file), thread_([this] { run(); }) {}
 
 AlarmLogWriter::~AlarmLogWriter() {

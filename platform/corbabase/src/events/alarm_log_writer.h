@@ -15,15 +15,15 @@
 
 namespace NS_CORBA {
 
-/// Puts alarms into words and into the alarm log by a thread of its own, so that neither a disk nor a channel
-/// holds up whoever raises them. Any thread may call it.
+/// Puts alarms into words and into the alarm log by a thread of its own, so that neither a disk nor
+/// a channel holds up whoever raises them. Any thread may call it.
 class AlarmLogWriter {
   public:
     /// Appends an alarm's entries.
     using Format = std::function<void(std::stringstream&, const CosNotification::StructuredEvent&)>;
 
-    /// At most so many alarms wait for a slow disk; beyond it the newest are missing in the log, which says
-    /// how many.
+    /// At most so many alarms wait for a slow disk; beyond it the newest are missing in the log,
+    /// which says how many.
     AlarmLogWriter(const std::filesystem::path& file, Format format, std::size_t waitingMax);
     /// stop().
     ~AlarmLogWriter();

@@ -1,5 +1,3 @@
-#include "orb/singleton.h"
-
 #include <kelp/corbabase/asyn_notify_mgr.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/stopping.h>
@@ -13,13 +11,16 @@
 #include <utility>
 #include <vector>
 
+#include "orb/singleton.h"
+
 namespace NS_CORBA {
 
 namespace {
 
 std::atomic<AsynNotifyMgr*> theInstance{nullptr};
 
-constexpr std::size_t kQueueMax = 1000;  // tasks are rare; a thousand waiting ones mean that something hangs
+constexpr std::size_t kQueueMax =
+    1000;  // tasks are rare; a thousand waiting ones mean that something hangs
 constexpr int kWorkers = 2;
 
 void runTask(const std::function<void()>& task) {
@@ -74,7 +75,8 @@ struct AsynNotifyMgr::State {
         bool haveEnded = false;
         {
             std::unique_lock lock(mutex);
-            haveEnded = kelp::util::waitUnlessStopping(ended, lock, [this] { return working == 0; });
+            haveEnded =
+                kelp::util::waitUnlessStopping(ended, lock, [this] { return working == 0; });
         }
         if (!haveEnded)
             kelp::util::leaveRunning("a task of the notification manager");

@@ -28,14 +28,17 @@ ChannelSettings channelSettings(const kelp::notification::Guard& guard) {
     settings.grace = std::chrono::seconds(size("session.ping_interval_s"));
     settings.queueEventsMax = size("notification.queue_events_max");
     settings.deliveryThreadsMax = size("notification.delivery_threads_max");
-    settings.perAddress = {
-        size("notification.consumers_per_address_max"), size("notification.suppliers_per_address_max"),
-        size("notification.admins_per_address_max"), size("notification.filters_per_address_max")};
-    settings.perOwner = {
-        size("notification.consumers_per_login_max"), size("notification.admins_per_login_max"),
-        size("notification.filters_per_login_max"),   size("notification.constraints_per_login_max"),
-        size("notification.constraint_bytes_max"),    size("notification.constraint_cost_max"),
-        size("notification.evaluation_cost_max")};
+    settings.perAddress = {size("notification.consumers_per_address_max"),
+                           size("notification.suppliers_per_address_max"),
+                           size("notification.admins_per_address_max"),
+                           size("notification.filters_per_address_max")};
+    settings.perOwner = {size("notification.consumers_per_login_max"),
+                         size("notification.admins_per_login_max"),
+                         size("notification.filters_per_login_max"),
+                         size("notification.constraints_per_login_max"),
+                         size("notification.constraint_bytes_max"),
+                         size("notification.constraint_cost_max"),
+                         size("notification.evaluation_cost_max")};
     settings.filterThreads = size("notification.filter_threads");
     settings.delivery.pushTimeout = std::chrono::seconds(size("notification.push_timeout_s"));
     settings.delivery.deadAfter = std::chrono::seconds(size("notification.dead_consumer_after_s"));
@@ -49,7 +52,8 @@ EmbeddedLink::EmbeddedLink(CORBA::ORB_ptr orb, kelp::notification::LossListener&
 
 EmbeddedLink::LoggedInPeers::LoggedInPeers() {
     std::string whyNot;
-    if (suppliers_.parse(NS_BUNDLEMGR1::ConfigStore::instance().texts("notification.suppliers"), whyNot))
+    if (suppliers_.parse(NS_BUNDLEMGR1::ConfigStore::instance().texts("notification.suppliers"),
+                         whyNot))
         return;
     GetTss()->Set("embeddedlink", "unknown", __LINE__);
     TaTrace("[EmbeddedLink] notification.suppliers: %s! Nobody may supply.", whyNot.c_str());

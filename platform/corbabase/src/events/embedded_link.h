@@ -7,9 +7,9 @@
 
 namespace NS_CORBA {
 
-/// The channel of this process, configured by [notification]. Only peers at addresses that somebody is logged
-/// in from may use it. What an NMS makes in it is its log-in's; when that has ended it has a ping interval to
-/// come back, then everything goes.
+/// The channel of this process, configured by [notification]. Only peers at addresses that somebody
+/// is logged in from may use it. What an NMS makes in it is its log-in's; when that has ended it
+/// has a ping interval to come back, then everything goes.
 class EmbeddedLink final : public EventChannelLink {
   public:
     /// Makes the channel. Throws what the ORB throws. `listener` must outlive it.
@@ -36,7 +36,8 @@ class EmbeddedLink final : public EventChannelLink {
         bool mayUse(const kelp::orb::PeerAddress& peer) const override;
         bool mayCall(CORBA::Object_ptr reference) const override;
         bool maySupply(const kelp::orb::PeerAddress& peer) const override;
-        std::vector<kelp::notification::LogIn> logInsOf(const kelp::orb::RequestInfo& request) const override;
+        std::vector<kelp::notification::LogIn> logInsOf(
+            const kelp::orb::RequestInfo& request) const override;
         bool isLive(const std::string& logIn) const override;
 
       private:

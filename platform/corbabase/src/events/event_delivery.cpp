@@ -8,9 +8,10 @@
 
 namespace NS_CORBA {
 
-EventDelivery::EventDelivery(const EventHandover::Settings& settings, std::shared_ptr<EventChannelLink> link,
-                             const EventHandover::Work& work, std::unique_ptr<AlarmLogWriter> alarmLog,
-                             bool fillsNeTime)
+EventDelivery::EventDelivery(const EventHandover::Settings& settings,
+                             std::shared_ptr<EventChannelLink> link,
+                             const EventHandover::Work& work,
+                             std::unique_ptr<AlarmLogWriter> alarmLog, bool fillsNeTime)
     : link_(std::move(link)),
       alarmLog_(std::move(alarmLog)),
       fillsNeTime_(fillsNeTime),
@@ -39,7 +40,8 @@ bool EventDelivery::take(const CosNotification::StructuredEvent* events, std::si
 void EventDelivery::stop() {
     if (const std::size_t dropped = handover_.stop(); dropped > 0) {
         GetTss()->Set("eventdelivery", "unknown", __LINE__);
-        TaTrace("[EventDelivery] %zu events had not reached the channel when it was taken away!", dropped);
+        TaTrace("[EventDelivery] %zu events had not reached the channel when it was taken away!",
+                dropped);
     }
     link_->close();
     if (alarmLog_)

@@ -8,11 +8,12 @@
 
 namespace NS_CORBA {
 
-/// From start to stop: the way of events to one channel, and into the alarm log. Any thread may call it.
+/// From start to stop: the way of events to one channel, and into the alarm log. Any thread may
+/// call it.
 class EventDelivery {
   public:
-    /// No alarm log when `alarmLog` is null. With `fillsNeTime` an event whose source says no neTime gets
-    /// one.
+    /// No alarm log when `alarmLog` is null. With `fillsNeTime` an event whose source says no
+    /// neTime gets one.
     EventDelivery(const EventHandover::Settings& settings, std::shared_ptr<EventChannelLink> link,
                   const EventHandover::Work& work, std::unique_ptr<AlarmLogWriter> alarmLog,
                   bool fillsNeTime);
@@ -30,8 +31,8 @@ class EventDelivery {
     bool isDrained() const { return handover_.isDrained() && link_->isDrained(); }
     std::vector<kelp::notification::ConsumerCounts> consumers() const { return link_->consumers(); }
 
-    /// Events that wait are dropped, which is traced, and the channel is left; the alarm log is written to
-    /// its end. Calls in progress are waited for.
+    /// Events that wait are dropped, which is traced, and the channel is left; the alarm log is
+    /// written to its end. Calls in progress are waited for.
     void stop();
 
   private:

@@ -38,7 +38,8 @@ std::chrono::steady_clock::time_point after(std::chrono::milliseconds interval) 
 
 }  // namespace
 
-EventHandover::EventHandover(const Settings& settings, std::shared_ptr<EventChannelLink> link, Work work)
+EventHandover::EventHandover(const Settings& settings, std::shared_ptr<EventChannelLink> link,
+                             Work work)
     : settings_(settings),
       link_(std::move(link)),
       work_(std::move(work)),
@@ -147,7 +148,8 @@ EventHandover::Step EventHandover::next(Lock& lock) {
 
 void EventHandover::deliver(Lock& lock) {
     // of a full queue some may still be discarded
-    const std::size_t most = std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
+    const std::size_t most =
+        std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
     inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : most);
     const std::vector<EventPtr> batch(events_.begin(),
                                       events_.begin() + static_cast<std::ptrdiff_t>(inHand_));

@@ -11,21 +11,23 @@
 
 namespace NS_CORBA {
 
-/// Takes events in from any thread, at most so many, and hands them to the channel one after the other on a
-/// thread of its own. While the channel does not answer they wait, and it is probed with growing pauses.
-/// Heartbeats are asked for, and the channel is tended, on the same thread.
+/// Takes events in from any thread, at most so many, and hands them to the channel one after the
+/// other on a thread of its own. While the channel does not answer they wait, and it is probed with
+/// growing pauses. Heartbeats are asked for, and the channel is tended, on the same thread.
 class EventHandover {
   public:
     struct Settings {
-        std::size_t eventsMax = 10000;                 ///< that may wait; beyond it the oldest are lost
-        std::chrono::seconds heartbeatInterval{0};     ///< 0: none by the timer
-        std::chrono::milliseconds tendInterval{0};     ///< the channel is tended so often; 0: not at all
-        std::chrono::milliseconds firstBackOff{1000};  ///< before a channel that did not answer is probed
+        std::size_t eventsMax = 10000;  ///< that may wait; beyond it the oldest are lost
+        std::chrono::seconds heartbeatInterval{0};  ///< 0: none by the timer
+        std::chrono::milliseconds tendInterval{
+            0};  ///< the channel is tended so often; 0: not at all
+        std::chrono::milliseconds firstBackOff{
+            1000};  ///< before a channel that did not answer is probed
         std::chrono::milliseconds longestBackOff{30000};
     };
     struct Work {
-        /// Events are gone, since too many came in or the channel refused them; this one first. On the thread
-        /// that took one in too many, or on the handover's.
+        /// Events are gone, since too many came in or the channel refused them; this one first. On
+        /// the thread that took one in too many, or on the handover's.
         std::function<void(const CosNotification::StructuredEvent& first)> lost;
         std::function<void()> heartbeat;
     };
@@ -45,8 +47,8 @@ class EventHandover {
     bool channelAnswers() const;
     /// The channel answers, and less than half of the events that may wait do.
     bool isDrained() const;
-    /// Ends the thread after the work in hand, for which the channel's time-out is the limit. How many events
-    /// were waiting, which are dropped; 0 when it was stopped before.
+    /// Ends the thread after the work in hand, for which the channel's time-out is the limit. How
+    /// many events were waiting, which are dropped; 0 when it was stopped before.
     std::size_t stop();
 
   private:

@@ -1,8 +1,8 @@
-#include "orb/singleton.h"
-
 #include <kelp/corbabase/event_mgr.h>
 
 #include <mutex>
+
+#include "orb/singleton.h"
 
 namespace NS_CORBA {
 

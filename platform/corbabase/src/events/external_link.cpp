@@ -92,7 +92,8 @@ bool ExternalLink::isReachable(const BoundedCalls& calls) {
 bool ExternalLink::connect(const BoundedCalls& calls) {
     const std::string address = around_.address();
     try {
-        std::unique_ptr<SupplierConnection> made = SupplierConnection::make(around_.orb.in(), address, calls);
+        std::unique_ptr<SupplierConnection> made =
+            SupplierConnection::make(around_.orb.in(), address, calls);
         if (connection_ && connection_->address() != address)
             leave();
         connection_ = std::move(made);
@@ -116,8 +117,8 @@ void ExternalLink::problem(const std::string& why) {
         return;
     lastProblem_ = why;
     point();
-    TaTrace("[ExternalLink] No events reach the notification service %s: %s!", around_.address().c_str(),
-            why.c_str());
+    TaTrace("[ExternalLink] No events reach the notification service %s: %s!",
+            around_.address().c_str(), why.c_str());
 }
 
 void ExternalLink::refused(const std::string& why) {
@@ -125,8 +126,8 @@ void ExternalLink::refused(const std::string& why) {
         return;
     lastRefusal_ = why;
     point();
-    TaTrace("[ExternalLink] The notification service %s refuses events: %s!", connection_->address().c_str(),
-            why.c_str());
+    TaTrace("[ExternalLink] The notification service %s refuses events: %s!",
+            connection_->address().c_str(), why.c_str());
 }
 
 void ExternalLink::leave() {
@@ -135,7 +136,8 @@ void ExternalLink::leave() {
         connection_->disconnect();
     } catch (const CORBA::Exception& failure) {
         point();
-        TaException(failure, "[ExternalLink] The notification service could not be told of our end!");
+        TaException(failure,
+                    "[ExternalLink] The notification service could not be told of our end!");
     }
     connection_.reset();
 }

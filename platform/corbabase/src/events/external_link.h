@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
 #include <cos/CosNotifyChannelAdmin.h>
+#include <kelp/orb/corba.h>
 
 #include <atomic>
 #include <chrono>

@@ -13,9 +13,9 @@ namespace NS_CORBA {
 
 /// Whether events are being lost, from the first lost one on. Thread safe.
 ///
-/// Start and end of a loss are reported one after the other, in the order in which they happened, and without
-/// a lock. A report is made by the thread that caused it, or, while another report is being made, by the
-/// thread that makes that one.
+/// Start and end of a loss are reported one after the other, in the order in which they happened,
+/// and without a lock. A report is made by the thread that caused it, or, while another report is
+/// being made, by the thread that makes that one.
 class LossTracker {
   public:
     struct Start {
@@ -32,8 +32,8 @@ class LossTracker {
 
     /// An event was lost. The first one begins a loss.
     void lost(const CosNotification::StructuredEvent& first);
-    /// A round of the sessions' checks begins. It ends the loss when consumers are drained and a whole round
-    /// has passed since the last lost event.
+    /// A round of the sessions' checks begins. It ends the loss when consumers are drained and a
+    /// whole round has passed since the last lost event.
     void roundBegins(bool isDrained);
 
   private:

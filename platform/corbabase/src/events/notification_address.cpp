@@ -12,7 +12,8 @@ std::string notificationServiceAddress() {
     int port = 0;
     config.GetNotifyServiceAddr(host, port, overTls);
     return (overTls ? "corbaloc:ssliop:1.2@" : "corbaloc:iiop:1.2@") +
-           kelp::orb::hostAndPort({host, static_cast<std::uint16_t>(port), overTls}) + "/NotificationService";
+           kelp::orb::hostAndPort({host, static_cast<std::uint16_t>(port), overTls}) +
+           "/NotificationService";
 }
 
 }  // namespace NS_CORBA

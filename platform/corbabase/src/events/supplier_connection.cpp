@@ -12,7 +12,8 @@ namespace {
 
 using namespace CosNotifyChannelAdmin;
 
-/// Saves round trips when events have piled up; each call stays small enough for any service's limits.
+/// Saves round trips when events have piled up; each call stays small enough for any service's
+/// limits.
 constexpr std::size_t kBatchMax = 50;
 
 class SequenceConnection final : public SupplierConnection {
@@ -50,7 +51,8 @@ class StructuredConnection final : public SupplierConnection {
     const StructuredProxyPushConsumer_var proxy_;
 };
 
-/// The channel that was made first, since it is the one that consumers know; factories number them upwards.
+/// The channel that was made first, since it is the one that consumers know; factories number them
+/// upwards.
 EventChannel_ptr eldestOf(EventChannelFactory_ptr factory, const BoundedCalls& calls) {
     const ChannelIDSeq_var ids = calls([&] { return factory->get_all_channels(); });
     if (ids->length() > 0) {
@@ -60,8 +62,8 @@ EventChannel_ptr eldestOf(EventChannelFactory_ptr factory, const BoundedCalls& c
     }
     ChannelID made = 0;
     return calls([&] {
-        return factory->create_channel(CosNotification::QoSProperties(), CosNotification::AdminProperties(),
-                                       made);
+        return factory->create_channel(CosNotification::QoSProperties(),
+                                       CosNotification::AdminProperties(), made);
     });
 }
 
@@ -69,7 +71,8 @@ EventChannel_ptr channelAt(CORBA::Object_ptr object, const BoundedCalls& calls) 
     EventChannel_var channel = calls([&] { return EventChannel::_narrow(object); });
     if (!CORBA::is_nil(channel.in()))
         return channel._retn();
-    const EventChannelFactory_var factory = calls([&] { return EventChannelFactory::_narrow(object); });
+    const EventChannelFactory_var factory =
+        calls([&] { return EventChannelFactory::_narrow(object); });
     if (CORBA::is_nil(factory.in()))
         throw SupplierConnection::NoChannel(
             "what answers there is neither an EventChannel nor an "
@@ -81,7 +84,8 @@ EventChannel_ptr channelAt(CORBA::Object_ptr object, const BoundedCalls& calls) 
 }
 
 /// The address that we were given may hold for this machine only.
-EventChannel_ptr ownNameOf(EventChannel_ptr channel, SupplierAdmin_ptr admin, const BoundedCalls& calls) {
+EventChannel_ptr ownNameOf(EventChannel_ptr channel, SupplierAdmin_ptr admin,
+                           const BoundedCalls& calls) {
     EventChannel_var own;
     try {
         own = calls([&] { return admin->MyChannel(); });
@@ -112,25 +116,30 @@ std::unique_ptr<SupplierConnection> connect(SupplierAdmin_ptr admin, const Bound
             calls([&] { return SequenceProxyPushConsumer::_narrow(proxy.in()); });
         if (!CORBA::is_nil(sequence.in())) {
             calls([&] {
-                sequence->connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier::_nil());
+                sequence->connect_sequence_push_supplier(
+                    CosNotifyComm::SequencePushSupplier::_nil());
             });
             return std::make_unique<SequenceConnection>(sequence.in());
         }
     }
     proxy = obtain(admin, STRUCTURED_EVENT, calls);
     const StructuredProxyPushConsumer_var structured =
-        CORBA::is_nil(proxy.in()) ? StructuredProxyPushConsumer::_nil()
-                                  : calls([&] { return StructuredProxyPushConsumer::_narrow(proxy.in()); });
+        CORBA::is_nil(proxy.in())
+            ? StructuredProxyPushConsumer::_nil()
+            : calls([&] { return StructuredProxyPushConsumer::_narrow(proxy.in()); });
     if (CORBA::is_nil(structured.in()))
-        throw SupplierConnection::NoChannel("the channel takes no structured events from suppliers");
-    calls(
-        [&] { structured->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil()); });
+        throw SupplierConnection::NoChannel(
+            "the channel takes no structured events from suppliers");
+    calls([&] {
+        structured->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
+    });
     return std::make_unique<StructuredConnection>(structured.in());
 }
 
 }  // namespace
 
-std::unique_ptr<SupplierConnection> SupplierConnection::make(CORBA::ORB_ptr orb, const std::string& address,
+std::unique_ptr<SupplierConnection> SupplierConnection::make(CORBA::ORB_ptr orb,
+                                                             const std::string& address,
                                                              const BoundedCalls& calls) {
     const CORBA::Object_var object = calls([&] { return kelp::orb::toReference(orb, address); });
     const EventChannel_var channel = channelAt(object.in(), calls);

@@ -7,13 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "orb/bounded_calls.h"
 #include "events/event_channel_link.h"
+#include "orb/bounded_calls.h"
 
 namespace NS_CORBA {
 
-/// The place of a supplier in a channel of another process: a connected proxy. Its calls raise what they
-/// raise, and are limited by the calling thread's time-out unless they take their limit as an argument.
+/// The place of a supplier in a channel of another process: a connected proxy. Its calls raise what
+/// they raise, and are limited by the calling thread's time-out unless they take their limit as an
+/// argument.
 class SupplierConnection {
   public:
     /// Why there is no channel at an address that answers.
@@ -22,9 +23,9 @@ class SupplierConnection {
         using std::runtime_error::runtime_error;
     };
 
-    /// Finds the channel at an address (a corbaloc or IOR) and connects to it. The object there is the
-    /// channel, or a factory, of whose channels it is the eldest; a factory that has none makes one. Throws
-    /// NoChannel or CORBA::Exception.
+    /// Finds the channel at an address (a corbaloc or IOR) and connects to it. The object there is
+    /// the channel, or a factory, of whose channels it is the eldest; a factory that has none makes
+    /// one. Throws NoChannel or CORBA::Exception.
     static std::unique_ptr<SupplierConnection> make(CORBA::ORB_ptr orb, const std::string& address,
                                                     const BoundedCalls& calls);
     virtual ~SupplierConnection() = default;
@@ -37,7 +38,8 @@ class SupplierConnection {
     virtual std::size_t batchMax() const = 0;
     virtual void push(const std::vector<EventPtr>& events) = 0;
     virtual void disconnect() = 0;
-    /// A call that carries no event. False when the channel says that our proxy does not exist any more.
+    /// A call that carries no event. False when the channel says that our proxy does not exist any
+    /// more.
     bool exists() { return !proxy()->_non_existent(); }
 
   protected:

@@ -1,5 +1,3 @@
-#include "orb/singleton.h"
-
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/event_mgr.h>
 #include <kelp/corbabase/supplier_mgr.h>
@@ -17,6 +15,7 @@
 #include "events/loss_tracker.h"
 #include "events/notification_address.h"
 #include "orb/orb_life.h"
+#include "orb/singleton.h"
 
 namespace NS_CORBA {
 
@@ -30,7 +29,8 @@ using NS_BUNDLEMGR1::ConfigStore;
 std::atomic<SuppilerMgr*> theInstance{nullptr};
 constexpr int kConfiguredMode = 0;
 constexpr const char* kEmbedded = "embedded";
-/// Alarms that may wait for the disk with the alarm log: far beyond what a disk that works falls behind.
+/// Alarms that may wait for the disk with the alarm log: far beyond what a disk that works falls
+/// behind.
 constexpr std::size_t kAlarmLogWaitingMax = 100000;
 /// A fraction of the shortest grace that a logged-out NMS's consumers have.
 constexpr std::chrono::milliseconds kTendInterval{250};
@@ -39,7 +39,8 @@ void point(int line = __builtin_LINE()) {
     GetTss()->Set("suppilermgr", "unknown", line);
 }
 
-/// Event losses are reported on threads of the channel and of the sessions, which go on whatever happens.
+/// Event losses are reported on threads of the channel and of the sessions, which go on whatever
+/// happens.
 template <class Body>
 void contained(Body body) {
     try {
@@ -72,7 +73,8 @@ std::unique_ptr<AlarmLogWriter> openAlarmLog(AlarmLogWriter::Format format) {
         return std::make_unique<AlarmLogWriter>(file, std::move(format), kAlarmLogWaitingMax);
     } catch (const std::exception& failure) {
         point();
-        TaTrace("[SuppilerMgr::Start] The alarm log %s cannot be opened: %s", file.c_str(), failure.what());
+        TaTrace("[SuppilerMgr::Start] The alarm log %s cannot be opened: %s", file.c_str(),
+                failure.what());
         return nullptr;
     }
 }
@@ -81,9 +83,10 @@ void offer(EventChannel_ptr channel) {
     EventMgr::Instance()->SetEventChannel(channel);
 }
 
-/// The channel that the configuration names. The embedded one is offered to NMS at once, an external one as
-/// soon as it was found.
-std::shared_ptr<EventChannelLink> makeLink(CORBA::ORB_ptr orb, kelp::notification::LossListener& losses) {
+/// The channel that the configuration names. The embedded one is offered to NMS at once, an
+/// external one as soon as it was found.
+std::shared_ptr<EventChannelLink> makeLink(CORBA::ORB_ptr orb,
+                                           kelp::notification::LossListener& losses) {
     const ConfigStore& config = ConfigStore::instance();
     if (config.text("notification.mode") == kEmbedded) {
         const auto made = std::make_shared<EmbeddedLink>(orb, losses);
@@ -168,13 +171,14 @@ void SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
         if (CallBackProcessBase* agent = callBack)
             agent->SendHeartbeat();
     };
-    const auto inWords = [this](std::stringstream& out, const CosNotification::StructuredEvent& alarm) {
+    const auto inWords = [this](std::stringstream& out,
+                                const CosNotification::StructuredEvent& alarm) {
         if (CallBackProcessBase* agent = callBack)
             agent->FormatAlarmLog(out, alarm);
     };
-    const auto made =
-        std::make_shared<EventDelivery>(handoverSettings(), makeLink(orb, *this), work, openAlarmLog(inWords),
-                                        ConfigStore::instance().flag("notification.fill_ne_time"));
+    const auto made = std::make_shared<EventDelivery>(
+        handoverSettings(), makeLink(orb, *this), work, openAlarmLog(inWords),
+        ConfigStore::instance().flag("notification.fill_ne_time"));
     const std::lock_guard guard(mutex);
     delivery = made;
 }

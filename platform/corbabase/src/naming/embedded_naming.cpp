@@ -41,8 +41,8 @@ kelp::naming::NamingLimits configuredLimits() {
 
 kelp::naming::NamingSettings configuredService() {
     const ConfigStore& config = ConfigStore::instance();
-    return {kelp::util::factoryPath(config.text("ems.name"), config.text("ems.version")), configuredAliases(),
-            configuredLimits()};
+    return {kelp::util::factoryPath(config.text("ems.name"), config.text("ems.version")),
+            configuredAliases(), configuredLimits()};
 }
 
 void record(const kelp::naming::RefusedChange& change) {

@@ -9,9 +9,10 @@
 
 namespace NS_CORBA {
 
-/// The naming service that this process serves itself, with the life of an ORB, configured by [naming]. Takes
-/// over aliases and limits each time the configuration has been read again. One for the process, callable
-/// from any thread; it is never destroyed, since ORB threads may outlive main.
+/// The naming service that this process serves itself, with the life of an ORB, configured by
+/// [naming]. Takes over aliases and limits each time the configuration has been read again. One for
+/// the process, callable from any thread; it is never destroyed, since ORB threads may outlive
+/// main.
 class EmbeddedNaming : public NS_BUNDLEMGR1::LightEventHandler {
   public:
     static EmbeddedNaming& instance();

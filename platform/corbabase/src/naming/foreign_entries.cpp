@@ -6,16 +6,16 @@
 namespace NS_CORBA {
 
 std::optional<ForeignEntries::Report> ForeignEntries::found(const std::string& kind, Time now) {
-    const auto same =
-        std::find_if(known_.begin(), known_.end(), [&](const Known& each) { return each.kind == kind; });
+    const auto same = std::find_if(known_.begin(), known_.end(),
+                                   [&](const Known& each) { return each.kind == kind; });
     if (same != known_.end()) {
         ++same->unrecorded;
         return std::nullopt;
     }
     if (known_.size() >= kKindsMax) {
-        known_.erase(std::min_element(known_.begin(), known_.end(), [](const Known& one, const Known& other) {
-            return one.recorded < other.recorded;
-        }));
+        known_.erase(std::min_element(
+            known_.begin(), known_.end(),
+            [](const Known& one, const Known& other) { return one.recorded < other.recorded; }));
     }
     known_.push_back({kind, 0, now});
     return Report{kind, 1};

@@ -9,8 +9,9 @@
 
 namespace NS_CORBA {
 
-/// Which of the foreign entries found are to be recorded: the first of each kind at once, later ones together
-/// once a minute. Two EMS that fight over one name thus leave a record a minute. Not thread safe.
+/// Which of the foreign entries found are to be recorded: the first of each kind at once, later
+/// ones together once a minute. Two EMS that fight over one name thus leave a record a minute. Not
+/// thread safe.
 class ForeignEntries {
   public:
     using Time = std::chrono::steady_clock::time_point;

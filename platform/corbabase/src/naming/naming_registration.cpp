@@ -42,7 +42,8 @@ const char* reasonText(CosNaming::NamingContext::NotFoundReason why) {
     }
 }
 
-/// `bind_new_context` for each prefix of the name but the whole. Contexts that are there already stay.
+/// `bind_new_context` for each prefix of the name but the whole. Contexts that are there already
+/// stay.
 void makeContexts(CosNaming::NamingContext_ptr root, const CosNaming::Name& name) {
     for (CORBA::ULong length = 1; length < name.length(); ++length) {
         CosNaming::Name prefix;
@@ -70,7 +71,8 @@ void rebindMakingContexts(CosNaming::NamingContext_ptr root, const CosNaming::Na
     root->rebind(name, object);
 }
 
-/// Of the same octets: a reference that leads to the same object by one more address is another one.
+/// Of the same octets: a reference that leads to the same object by one more address is another
+/// one.
 bool isSameReference(CORBA::ORB_ptr orb, CORBA::Object_ptr one, CORBA::Object_ptr other) {
     const CORBA::String_var oneText = orb->object_to_string(one);
     const CORBA::String_var otherText = orb->object_to_string(other);
@@ -81,7 +83,8 @@ void traceNotFound(const char* what, const CosNaming::Name& name,
                    const CosNaming::NamingContext::NotFound& notFound) {
     const CORBA::ULong rest = std::min(notFound.rest_of_name.length(), name.length());
     GetTss()->Set(kFile, "unknown", __LINE__);
-    TaTrace("%s NotFound at %s: %s!", what, pathText(name, name.length() - (rest > 0 ? rest - 1 : 0)).c_str(),
+    TaTrace("%s NotFound at %s: %s!", what,
+            pathText(name, name.length() - (rest > 0 ? rest - 1 : 0)).c_str(),
             reasonText(notFound.why));
 }
 
@@ -102,8 +105,8 @@ CosNaming::NamingContext_ptr namingRoot(CORBA::ORB_ptr orb, const std::string& a
     return CosNaming::NamingContext::_narrow(object.in());
 }
 
-bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address, const CosNaming::Name& name,
-                              CORBA::Object_ptr factory) {
+bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address,
+                              const CosNaming::Name& name, CORBA::Object_ptr factory) {
     static constexpr const char* kWhat =
         "[CorbaBaseAgentConfig::RegistEMSFactoryName] Could not bind the factory!";
     if (CORBA::is_nil(orb) || CORBA::is_nil(factory)) {
@@ -154,7 +157,8 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
         if (CORBA::is_nil(entry.in()) || !isSameReference(orb, entry.in(), bound.in())) {
             GetTss()->Set(kFile, "unknown", __LINE__);
             TaTrace(
-                "[CorbaBaseAgentConfig::UnRegistEMSFactoryName] The entry is another factory's and stays: %s",
+                "[CorbaBaseAgentConfig::UnRegistEMSFactoryName] The entry is another factory's and "
+                "stays: %s",
                 pathText(name, name.length()).c_str());
             return;
         }
@@ -167,7 +171,8 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
     }
 }
 
-void constructFactoryName(const std::string& emsName, const std::string& version, CosNaming::Name& name) {
+void constructFactoryName(const std::string& emsName, const std::string& version,
+                          CosNaming::Name& name) {
     name.length(0);
     for (const kelp::util::NamingComponent& component : kelp::util::factoryPath(emsName, version))
         appendComponent(name, component.id, component.kind);

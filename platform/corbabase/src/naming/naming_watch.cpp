@@ -22,9 +22,10 @@ std::string addressesIn(const std::string& reference) {
         return "an unreadable reference";
     std::string text;
     for (const kelp::orb::Endpoint& endpoint : content.endpoints)
-        text +=
-            (text.empty() ? "" : ", ") + kelp::orb::hostAndPort(endpoint) + (endpoint.tls ? " (TLS)" : "");
-    return text.empty() ? "a reference without an address" : kelp::util::escaped(text, kShownBytesMax);
+        text += (text.empty() ? "" : ", ") + kelp::orb::hostAndPort(endpoint) +
+                (endpoint.tls ? " (TLS)" : "");
+    return text.empty() ? "a reference without an address"
+                        : kelp::util::escaped(text, kShownBytesMax);
 }
 
 void record(const ForeignEntries::Report& report) {
@@ -46,7 +47,9 @@ struct NamingWatch::Watched {
     NamingEntryState state;  // these two are guarded by mutex
     ForeignEntries foreign;
 
-    std::vector<ForeignEntries::Report> due() { return foreign.due(std::chrono::steady_clock::now()); }
+    std::vector<ForeignEntries::Report> due() {
+        return foreign.due(std::chrono::steady_clock::now());
+    }
 };
 
 NamingWatch::NamingWatch() : watched_(std::make_unique<Watched>()) {}
@@ -93,7 +96,8 @@ void NamingWatch::Failed(const std::string& why) {
 
 void NamingWatch::FoundForeign(const std::string& reference, bool isReplaced) {
     const std::string addresses = addressesIn(reference);
-    const std::string kind = "the entry led to " + addresses + (isReplaced ? ", replaced" : ", not replaced");
+    const std::string kind =
+        "the entry led to " + addresses + (isReplaced ? ", replaced" : ", not replaced");
     Checked(false);
     std::optional<ForeignEntries::Report> report;
     {

@@ -13,8 +13,8 @@ namespace {
 
 constexpr const char* kFile = "agentserver";
 
-/// Long enough for any call that goes on by itself (calls to an NMS end at their own time-out), short enough
-/// for the host's stop.
+/// Long enough for any call that goes on by itself (calls to an NMS end at their own time-out),
+/// short enough for the host's stop.
 constexpr std::chrono::seconds kShutDownLimit{10};
 
 PortableServer::POAManager_ptr rootManager() {
@@ -74,7 +74,8 @@ void AgentServer::ShutDown() {
         return;
     GetTss()->Set(kFile, "unknown", __LINE__);
     TaTrace(
-        "[AgentServer::ShutDown] Calls in progress have not ended within %d s; the stop goes on without "
+        "[AgentServer::ShutDown] Calls in progress have not ended within %d s; the stop goes on "
+        "without "
         "them!",
         static_cast<int>(kShutDownLimit.count()));
 }

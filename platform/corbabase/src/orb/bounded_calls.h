@@ -8,8 +8,8 @@
 
 namespace NS_CORBA {
 
-/// Outgoing calls of one thread that together take no longer than a limit. What is called after that, or
-/// after the flag was set, fails at once with the ORB's time-out.
+/// Outgoing calls of one thread that together take no longer than a limit. What is called after
+/// that, or after the flag was set, fails at once with the ORB's time-out.
 class BoundedCalls {
   public:
     using Milliseconds = std::chrono::milliseconds;
@@ -26,7 +26,8 @@ class BoundedCalls {
     auto within(Milliseconds most, Call call) const {
         const auto left = std::chrono::duration_cast<Milliseconds>(end_ - Clock::now());
         const bool mayCall = !cancelled_ && left.count() > 0;
-        const kelp::orb::ScopedThreadTimeout limit(mayCall ? std::min(most, left) : Milliseconds(-1));
+        const kelp::orb::ScopedThreadTimeout limit(mayCall ? std::min(most, left)
+                                                           : Milliseconds(-1));
         return call();
     }
 

@@ -14,9 +14,10 @@ bool isOneOf(const CORBA::SystemException& failure) {
 CallFailure kindOf(const CORBA::SystemException& failure) {
     if (isOneOf<CORBA::OBJECT_NOT_EXIST, CORBA::INV_OBJREF>(failure))
         return CallFailure::Gone;
-    // by one of the last three a channel says that its queue is full (Notification Service, RejectNewEvents)
-    if (isOneOf<CORBA::TIMEOUT, CORBA::TRANSIENT, CORBA::COMM_FAILURE, CORBA::NO_RESPONSE, CORBA::IMP_LIMIT,
-                CORBA::NO_RESOURCES, CORBA::NO_MEMORY>(failure))
+    // by one of the last three a channel says that its queue is full (Notification Service,
+    // RejectNewEvents)
+    if (isOneOf<CORBA::TIMEOUT, CORBA::TRANSIENT, CORBA::COMM_FAILURE, CORBA::NO_RESPONSE,
+                CORBA::IMP_LIMIT, CORBA::NO_RESOURCES, CORBA::NO_MEMORY>(failure))
         return CallFailure::Later;
     return CallFailure::Refused;
 }

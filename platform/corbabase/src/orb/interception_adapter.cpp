@@ -72,7 +72,8 @@ void InterceptionAdapter::limitRate(const kelp::orb::RequestInfo& request) {
 
 void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
     struct Visit {
-        explicit Visit(InterceptionAdapter& entered) : adapter(entered), interceptor(entered.enter()) {}
+        explicit Visit(InterceptionAdapter& entered)
+            : adapter(entered), interceptor(entered.enter()) {}
         ~Visit() { adapter.leave(); }
         InterceptionAdapter& adapter;
         RequestInterceptorBase* interceptor;
@@ -108,7 +109,8 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
         throw;
     } catch (const std::exception& failure) {
         GetTss()->Set("interceptionadapter", "unknown", __LINE__);
-        TaTrace("[InterceptionAdapter::dispatching] The request interceptor failed: %s", failure.what());
+        TaTrace("[InterceptionAdapter::dispatching] The request interceptor failed: %s",
+                failure.what());
         refused();
         throw CORBA::INTERNAL();
     }
@@ -123,8 +125,8 @@ void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
 
 void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
                                       const CORBA::Exception* answer) noexcept {
-    // before any servant only the notification channel refuses: those who are not logged in, and those who
-    // want what is another's
+    // before any servant only the notification channel refuses: those who are not logged in, and
+    // those who want what is another's
     const bool isAllowed = CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
     const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr;
     if (isAllowed && isRefused && CallerStanding::isLoggedIn(request))

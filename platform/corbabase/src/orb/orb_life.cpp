@@ -57,7 +57,8 @@ CORBA::ORB_ptr OrbLife::orb() const {
 
 PortableServer::POA_ptr OrbLife::rootPoa() const {
     const std::shared_ptr<Run> current = run();
-    return current ? PortableServer::POA::_duplicate(current->rootPoa.in()) : PortableServer::POA::_nil();
+    return current ? PortableServer::POA::_duplicate(current->rootPoa.in())
+                   : PortableServer::POA::_nil();
 }
 
 void OrbLife::serve() {
@@ -90,7 +91,8 @@ bool OrbLife::shutdown(std::chrono::milliseconds limit) {
     if (!current->stopping) {
         current->stopping = true;
         lock.unlock();
-        // a call that never returns would hold a waiting shutdown for ever: it waits on a thread of its own
+        // a call that never returns would hold a waiting shutdown for ever: it waits on a thread of
+        // its own
         try {
             current->ending = std::thread(endCalls, current);
         } catch (const std::system_error& failure) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "orb/interception_adapter.h"
-
 #include <kelp/orb/corba.h>
 #include <kelp/orb/orb.h>
 
@@ -11,10 +9,13 @@
 #include <mutex>
 #include <thread>
 
+#include "orb/interception_adapter.h"
+
 namespace NS_CORBA {
 
-/// The process's ORB from start to destruction: CorbaBaseAgentConfig starts it, AgentServer serves and ends
-/// it. Callable from any thread. It is never destroyed, since ORB threads may outlive main.
+/// The process's ORB from start to destruction: CorbaBaseAgentConfig starts it, AgentServer serves
+/// and ends it. Callable from any thread. It is never destroyed, since ORB threads may outlive
+/// main.
 class OrbLife {
   public:
     static OrbLife& instance();
@@ -31,8 +32,8 @@ class OrbLife {
 
     /// Thread body: serves until shutdown() or the ORB's end.
     void serve();
-    /// Stops the ORB and waits until calls in progress have ended and serve() has returned everywhere, at
-    /// most `limit`. False when that takes longer; it then goes on by itself.
+    /// Stops the ORB and waits until calls in progress have ended and serve() has returned
+    /// everywhere, at most `limit`. False when that takes longer; it then goes on by itself.
     bool shutdown(std::chrono::milliseconds limit);
     /// Destroys an ORB whose shutdown has finished. False when there is one that has not.
     bool destroy();
@@ -43,7 +44,8 @@ class OrbLife {
     OrbLife& operator=(const OrbLife&) = delete;
 
   private:
-    /// One ORB. Its own object, so that a shutdown that never ends finds it even when it has been forgotten.
+    /// One ORB. Its own object, so that a shutdown that never ends finds it even when it has been
+    /// forgotten.
     struct Run {
         CORBA::ORB_var orb;
         PortableServer::POA_var rootPoa;
@@ -53,7 +55,8 @@ class OrbLife {
         bool stopping = false;  // these three are guarded by mutex
         bool callsEnded = false;
         int workers = 0;
-        std::thread ending;  // runs endCalls; joined by destroy(), left to itself when the calls never end
+        std::thread
+            ending;  // runs endCalls; joined by destroy(), left to itself when the calls never end
         ~Run() {
             if (ending.joinable())
                 ending.detach();

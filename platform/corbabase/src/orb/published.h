@@ -8,9 +8,9 @@
 
 namespace NS_CORBA {
 
-/// A value that every request reads and that is hardly ever replaced. Readers take no lock. They may be at a
-/// value that was replaced meanwhile, so each is kept until the end: for what changes with the configuration,
-/// not for what changes with the traffic. Callable from any thread.
+/// A value that every request reads and that is hardly ever replaced. Readers take no lock. They
+/// may be at a value that was replaced meanwhile, so each is kept until the end: for what changes
+/// with the configuration, not for what changes with the traffic. Callable from any thread.
 template <class Value>
 class Published {
   public:

@@ -8,7 +8,8 @@
 
 namespace NS_CORBA {
 
-/// The instance in `slot`, made by `make` on first use: a double check under ACE's static-object lock.
+/// The instance in `slot`, made by `make` on first use: a double check under ACE's static-object
+/// lock.
 template <class T, class Make>
 T* lazyInstance(std::atomic<T*>& slot, Make make) {
     T* found = slot.load(std::memory_order_acquire);

@@ -1,6 +1,5 @@
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/orb/tls_suites.h>
-
 #include <kelp/util/file_trust.h>
 #include <kelp/util/secret.h>
 
@@ -16,8 +15,8 @@ const NS_BUNDLEMGR1::ConfigStore& config() {
     return NS_BUNDLEMGR1::ConfigStore::instance();
 }
 
-/// The first line of a secret file, without its line end. False when the file cannot be read or is not
-/// secret.
+/// The first line of a secret file, without its line end. False when the file cannot be read or is
+/// not secret.
 bool firstLine(const std::string& file, std::string& line, std::string& whyNot) {
     constexpr std::size_t kBytesMax = 65536;
     std::optional<std::string> text =
@@ -55,7 +54,8 @@ std::vector<NS_BUNDLEMGR1::ConfigProblem> problemsOfSuites() {
             all.push_back(config().problem(key, problem));
     };
     note("tls.ciphers", kelp::orb::problemOfTlsCiphers(config().text("tls.ciphers")));
-    note("tls.cipher_suites", kelp::orb::problemOfTlsCipherSuites(config().text("tls.cipher_suites")));
+    note("tls.cipher_suites",
+         kelp::orb::problemOfTlsCipherSuites(config().text("tls.cipher_suites")));
     return all;
 }
 

@@ -104,7 +104,8 @@ void TaException(const CORBA::Exception& exception, const char* text) {
     });
 }
 
-FuncGuardTrace::FuncGuardTrace(const char* operation) : operation_(operation != nullptr ? operation : "") {
+FuncGuardTrace::FuncGuardTrace(const char* operation)
+    : operation_(operation != nullptr ? operation : "") {
     TaDebugWithPara(3, "[%s] entered", operation_);
 }
 

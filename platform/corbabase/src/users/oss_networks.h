@@ -9,11 +9,12 @@
 
 namespace NS_CORBA {
 
-/// The networks that NMS may call from: a list of "address", "address/prefix length", IPv4 and IPv6. Constant
-/// after parse().
+/// The networks that NMS may call from: a list of "address", "address/prefix length", IPv4 and
+/// IPv6. Constant after parse().
 class OssNetworks {
   public:
-    /// Fills the list. False, with the unreadable entry and its reason in `whyNot`, leaves it empty.
+    /// Fills the list. False, with the unreadable entry and its reason in `whyNot`, leaves it
+    /// empty.
     bool parse(const std::vector<std::string>& entries, std::string& whyNot);
     /// `address` in host byte order.
     bool containsIpv4(std::uint32_t address) const;

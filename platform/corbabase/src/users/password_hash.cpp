@@ -23,8 +23,8 @@ void startLibrary() {
 [[noreturn]] void cannotHash(const HashCost& cost) {
     if (errno == ENOMEM)
         noMemory();
-    throw std::runtime_error("password hashing with " + std::to_string(cost.memoryKib) + " KiB and " +
-                             std::to_string(cost.passes) + " passes is not possible");
+    throw std::runtime_error("password hashing with " + std::to_string(cost.memoryKib) +
+                             " KiB and " + std::to_string(cost.passes) + " passes is not possible");
 }
 
 }  // namespace
@@ -34,7 +34,8 @@ std::string hashOfPassword(std::string_view password, const HashCost& cost) {
     std::array<char, crypto_pwhash_STRBYTES> hash{};
     errno = 0;
     if (::crypto_pwhash_str_alg(hash.data(), password.data(), password.size(), cost.passes,
-                                std::size_t{cost.memoryKib} * 1024, crypto_pwhash_ALG_ARGON2ID13) != 0)
+                                std::size_t{cost.memoryKib} * 1024,
+                                crypto_pwhash_ALG_ARGON2ID13) != 0)
         cannotHash(cost);
     return hash.data();
 }

@@ -160,9 +160,9 @@ class NameReader {
             rest_.remove_prefix(2);
             return static_cast<char>(octet);
         }
-        const bool isGood =
-            !rest_.empty() && (kEscaped.find(rest_.front()) != std::string_view::npos ||
-                               std::string_view(" #=").find(rest_.front()) != std::string_view::npos);
+        const bool isGood = !rest_.empty() &&
+                            (kEscaped.find(rest_.front()) != std::string_view::npos ||
+                             std::string_view(" #=").find(rest_.front()) != std::string_view::npos);
         if (!isGood)
             return std::nullopt;
         const char c = rest_.front();
@@ -178,14 +178,16 @@ class NameReader {
 std::optional<std::string> normalisedSubject(const std::string& text, std::string& whyNot) {
     const std::string shown = "\"" + kelp::util::escaped(text, kShownBytesMax) + "\"";
     if (text.size() > kSubjectBytesMax) {
-        whyNot = "the subject " + shown + " has more than " + std::to_string(kSubjectBytesMax) + " bytes";
+        whyNot = "the subject " + shown + " has more than " + std::to_string(kSubjectBytesMax) +
+                 " bytes";
         return std::nullopt;
     }
     std::optional<std::string> name = NameReader(text).read();
     if (!name)
-        whyNot = shown +
-                 " is no subject: write it as CN=nms1,O=Operator, which openssl x509 -noout -subject " +
-                 "-nameopt RFC2253 prints";
+        whyNot =
+            shown +
+            " is no subject: write it as CN=nms1,O=Operator, which openssl x509 -noout -subject " +
+            "-nameopt RFC2253 prints";
     return name;
 }
 

@@ -1,9 +1,8 @@
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/user_database.h>
 #include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
-
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 
 #include <chrono>
@@ -26,7 +25,8 @@ namespace {
 constexpr int kBusyTimeoutMs = 2000;
 
 constexpr const char* kSelect =
-    "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash, expires_utc, networks, "
+    "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash, expires_utc, "
+    "networks, "
     "password_number, unlocks, subjects FROM user";
 
 std::int64_t nowUtc() {
@@ -66,8 +66,8 @@ std::string joinedNetworks(const std::vector<std::string>& networks) {
     return joined;
 }
 
-/// Normalised, a line each; a line feed inside one is escaped. Throws std::runtime_error that shows a text
-/// that is no subject.
+/// Normalised, a line each; a line feed inside one is escaped. Throws std::runtime_error that shows
+/// a text that is no subject.
 std::string subjectLines(const std::vector<std::string>& subjects) {
     std::string lines;
     for (const std::string& subject : subjects) {
@@ -84,8 +84,8 @@ void requireUsablePassword(const std::string& password) {
     if (password.empty())
         throw std::runtime_error("the password must not be empty");
     if (password.size() > kPasswordBytesMax)
-        throw std::runtime_error("the password must have at most " + std::to_string(kPasswordBytesMax) +
-                                 " bytes");
+        throw std::runtime_error("the password must have at most " +
+                                 std::to_string(kPasswordBytesMax) + " bytes");
 }
 
 void requireUsableName(const std::string& name) {
@@ -101,8 +101,8 @@ struct UserDatabase::State {
 
     explicit State(const std::filesystem::path& file)
         : path(file),
-          database(kelp::util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
-                   kBusyTimeoutMs) {}
+          database(kelp::util::inRealFolder(file).string(),
+                   SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, kBusyTimeoutMs) {}
 
     void changeOne(SQLite::Statement& statement, const std::string& name);
     void spendCheck(std::string_view password, const HashCost& cost);
@@ -169,9 +169,10 @@ void UserDatabase::add(const std::string& name, const std::string& password, con
         throw std::runtime_error("user \"" + name + "\" exists already");
     const std::string hash = hashOfPassword(password, cost);
     translated(state_->path, [&] {
-        SQLite::Statement insert(state_->database,
-                                 "INSERT INTO user (name, password_hash, created_utc, password_changed_utc) "
-                                 "VALUES (?1, ?2, ?3, ?3) ON CONFLICT (name) DO NOTHING");
+        SQLite::Statement insert(
+            state_->database,
+            "INSERT INTO user (name, password_hash, created_utc, password_changed_utc) "
+            "VALUES (?1, ?2, ?3, ?3) ON CONFLICT (name) DO NOTHING");
         insert.bind(1, name);
         insert.bind(2, hash);
         insert.bind(3, nowUtc());
@@ -180,7 +181,8 @@ void UserDatabase::add(const std::string& name, const std::string& password, con
     });
 }
 
-void UserDatabase::setPassword(const std::string& name, const std::string& password, const HashCost& cost) {
+void UserDatabase::setPassword(const std::string& name, const std::string& password,
+                               const HashCost& cost) {
     requireUsablePassword(password);
     const std::string hash = hashOfPassword(password, cost);
     translated(state_->path, [&] {
@@ -205,7 +207,8 @@ void UserDatabase::setEnabled(const std::string& name, bool enabled) {
 
 void UserDatabase::setExpiry(const std::string& name, std::optional<std::int64_t> expiresUtc) {
     translated(state_->path, [&] {
-        SQLite::Statement update(state_->database, "UPDATE user SET expires_utc = ?2 WHERE name = ?1");
+        SQLite::Statement update(state_->database,
+                                 "UPDATE user SET expires_utc = ?2 WHERE name = ?1");
         update.bind(1, name);
         if (expiresUtc)
             update.bind(2, *expiresUtc);
@@ -235,7 +238,8 @@ void UserDatabase::setSubjects(const std::string& name, const std::vector<std::s
 
 void UserDatabase::unlock(const std::string& name) {
     translated(state_->path, [&] {
-        SQLite::Statement update(state_->database, "UPDATE user SET unlocks = unlocks + 1 WHERE name = ?1");
+        SQLite::Statement update(state_->database,
+                                 "UPDATE user SET unlocks = unlocks + 1 WHERE name = ?1");
         update.bind(1, name);
         state_->changeOne(update, name);
     });
@@ -269,18 +273,20 @@ std::optional<UserAccount> UserDatabase::find(const std::string& name) {
     });
 }
 
-std::optional<UserAccount> UserDatabase::authenticate(const std::string& name, const std::string& password,
+std::optional<UserAccount> UserDatabase::authenticate(const std::string& name,
+                                                      const std::string& password,
                                                       const HashCost& cost) {
     std::string hash;
     // the statement ends before the hashing, so that the file is not locked meanwhile
-    std::optional<UserAccount> account = translated(state_->path, [&]() -> std::optional<UserAccount> {
-        SQLite::Statement query(state_->database, std::string(kSelect) + " WHERE name = ?1");
-        query.bind(1, name);
-        if (!query.executeStep())
-            return std::nullopt;
-        hash = query.getColumn(5).getString();
-        return accountOf(query);
-    });
+    std::optional<UserAccount> account =
+        translated(state_->path, [&]() -> std::optional<UserAccount> {
+            SQLite::Statement query(state_->database, std::string(kSelect) + " WHERE name = ?1");
+            query.bind(1, name);
+            if (!query.executeStep())
+                return std::nullopt;
+            hash = query.getColumn(5).getString();
+            return accountOf(query);
+        });
     const bool isTooLong = password.size() > kPasswordBytesMax;
     const std::string_view tried = std::string_view(password).substr(0, kPasswordBytesMax);
     if (!account) {
@@ -310,12 +316,14 @@ bool UserDatabase::passwordMatches(const std::string& name, const std::string& p
 }
 
 std::int64_t UserDatabase::dataVersion() {
-    return translated(state_->path,
-                      [&] { return state_->database.execAndGet("PRAGMA data_version").getInt64(); });
+    return translated(state_->path, [&] {
+        return state_->database.execAndGet("PRAGMA data_version").getInt64();
+    });
 }
 
 void UserDatabase::setPatience(std::chrono::milliseconds patience) {
-    translated(state_->path, [&] { state_->database.setBusyTimeout(static_cast<int>(patience.count())); });
+    translated(state_->path,
+               [&] { state_->database.setBusyTimeout(static_cast<int>(patience.count())); });
 }
 
 std::filesystem::path userDatabaseFile() {

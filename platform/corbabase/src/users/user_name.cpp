@@ -6,14 +6,17 @@ namespace NS_CORBA {
 
 namespace {
 
-/// The code point that begins at `at`, which moves behind it; -1 for bytes that are no well-formed UTF-8 (RFC
-/// 3629).
+/// The code point that begins at `at`, which moves behind it; -1 for bytes that are no well-formed
+/// UTF-8 (RFC 3629).
 long nextCodePoint(const std::string& text, std::size_t& at) {
     const auto byte = [&](std::size_t i) {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
     };
     const unsigned first = byte(at);
-    const std::size_t length = first < 0x80 ? 1 : first >> 5 == 0x06 ? 2 : first >> 4 == 0x0E ? 3 : 4;
+    const std::size_t length = first < 0x80         ? 1
+                               : first >> 5 == 0x06 ? 2
+                               : first >> 4 == 0x0E ? 3
+                                                    : 4;
     if (length == 4 && first >> 3 != 0x1E)
         return -1;
     if (length == 1) {
@@ -50,7 +53,8 @@ std::string problemOfUserName(const std::string& name) {
                    "\" holds a character that cannot be printed";
         if (code == '<' || code == '>')
             return "the user name \"" + name +
-                   "\" holds '<' or '>', which mark where a name begins and ends in a session's name";
+                   "\" holds '<' or '>', which mark where a name begins and ends in a session's "
+                   "name";
     }
     return {};
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/corbabase/user_database.h>
-
 #include <sys/types.h>
 
 #include <cstdint>
@@ -15,8 +14,9 @@
 
 namespace NS_CORBA {
 
-/// Notices what other processes write to the user database. It also notices when the file was removed, put
-/// back or replaced, and looks again each time; what stays wrong for a while is traced once. For one thread.
+/// Notices what other processes write to the user database. It also notices when the file was
+/// removed, put back or replaced, and looks again each time; what stays wrong for a while is traced
+/// once. For one thread.
 class UserWatch {
   public:
     using Found = std::function<void(const std::vector<UserAccount>&)>;
@@ -24,8 +24,8 @@ class UserWatch {
     /// `found` gets all accounts with the first look and after each change.
     explicit UserWatch(Found found) : found_(std::move(found)) {}
 
-    /// `again`: the accounts are wanted even if nothing has changed. False when the database cannot be read
-    /// now.
+    /// `again`: the accounts are wanted even if nothing has changed. False when the database cannot
+    /// be read now.
     bool look(const std::filesystem::path& file, bool again);
 
   private:

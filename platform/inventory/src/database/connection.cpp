@@ -26,7 +26,8 @@ Connection::Connection(const std::filesystem::path& file, Use use)
                 static_cast<int>(kPatience.count())) {
     addPassRow(database_);
     if (use == Use::Read) {
-        // the write-ahead log may need mending before it can be read, which a read-only file does not allow
+        // the write-ahead log may need mending before it can be read, which a read-only file does
+        // not allow
         database_.exec("PRAGMA query_only = ON");
     } else {
         database_.exec("PRAGMA foreign_keys = ON");
@@ -65,7 +66,8 @@ void requireFile(const std::filesystem::path& file) {
 }
 
 InventoryFailure noLongerThere(const std::filesystem::path& file) {
-    return InventoryFailure("inventory " + file.string() + " is no longer the file that was opened");
+    return InventoryFailure("inventory " + file.string() +
+                            " is no longer the file that was opened");
 }
 
 InventoryFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure) {

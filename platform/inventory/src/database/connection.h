@@ -12,14 +12,15 @@
 
 namespace kelp::inventory {
 
-/// One connection to the database with the statements that it has prepared. For one thread at a time.
+/// One connection to the database with the statements that it has prepared. For one thread at a
+/// time.
 class Connection {
   public:
     enum class Use { Read, Write };
     static constexpr std::chrono::milliseconds kPatience{2000};
 
-    /// Opens a file that is there. An empty name is a database of its own that goes with the connection.
-    /// Throws SQLite::Exception.
+    /// Opens a file that is there. An empty name is a database of its own that goes with the
+    /// connection. Throws SQLite::Exception.
     Connection(const std::filesystem::path& file, Use use);
     // its statements refer to it
     Connection(const Connection&) = delete;
@@ -38,8 +39,8 @@ class Connection {
 
 /// Makes an empty file, with its folder and mode 0600, if it is missing. Throws InventoryFailure.
 void makeMissing(const std::filesystem::path& file);
-/// Opens the inventory for changes: made with its folder, mode 0600 and tables if it is missing, or brought
-/// up to date. Throws InventoryFailure.
+/// Opens the inventory for changes: made with its folder, mode 0600 and tables if it is missing, or
+/// brought up to date. Throws InventoryFailure.
 Connection openForWriting(const std::filesystem::path& file);
 /// Throws InventoryFailure when there is no inventory. Says nothing of its version.
 void requireFile(const std::filesystem::path& file);

@@ -13,7 +13,10 @@ namespace kelp::inventory {
 
 struct Inventory::State {
     explicit State(const std::filesystem::path& path)
-        : file(path), identity(identityOfMade(path)), readers(path, identity), writer(openForWriting(path)) {}
+        : file(path),
+          identity(identityOfMade(path)),
+          readers(path, identity),
+          writer(openForWriting(path)) {}
 
     /// Runs `body` with a lease of a reading connection.
     template <class Body>
@@ -28,8 +31,8 @@ struct Inventory::State {
     template <class Body>
     auto changing(Body&& body);
 
-    /// To be asked for before the file is opened: should another take its place meanwhile, the inventory is
-    /// not current from the start.
+    /// To be asked for before the file is opened: should another take its place meanwhile, the
+    /// inventory is not current from the start.
     static util::FileIdentity identityOfMade(const std::filesystem::path& path) {
         makeMissing(path);
         return util::identityOf(path);

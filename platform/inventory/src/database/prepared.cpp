@@ -71,14 +71,16 @@ std::int64_t Prepared::integer(int column) const {
 }
 
 std::string_view Prepared::text(int column) const {
-    const auto* const bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+    const auto* const bytes =
+        reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
     if (bytes == nullptr)
         return {};
     return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
 std::string_view Prepared::packed(int column) const {
-    const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(statement_.get(), column));
+    const auto* const bytes =
+        static_cast<const char*>(sqlite3_column_blob(statement_.get(), column));
     if (bytes == nullptr)
         return {};
     return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};

@@ -11,13 +11,14 @@ struct sqlite3_stmt;
 
 namespace kelp::inventory {
 
-/// A statement that is kept and run again and again. Reads columns without the copies that SQLiteCpp's makes
-/// for each. Throws SQLite::Exception.
+/// A statement that is kept and run again and again. Reads columns without the copies that
+/// SQLiteCpp's makes for each. Throws SQLite::Exception.
 class Prepared {
   public:
     Prepared(SQLite::Database& database, const std::string& sql);
 
-    // Places count from 1. Bound texts must stay until the statement is reset; packed ones are copied.
+    // Places count from 1. Bound texts must stay until the statement is reset; packed ones are
+    // copied.
     void bind(int place, std::int64_t value);
     void bindText(int place, std::string_view text);
     void bindPacked(int place, std::string_view bytes);

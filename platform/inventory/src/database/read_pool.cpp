@@ -39,7 +39,8 @@ ReadPool::Lease::~Lease() {
         pool_.giveBack(std::move(connection_));
     } catch (const std::exception& failure) {
         // the connection is closed instead, which ends its transaction too
-        util::traceFrom("inventory", std::string("a reader cannot be used again: ") + failure.what());
+        util::traceFrom("inventory",
+                        std::string("a reader cannot be used again: ") + failure.what());
     }
 }
 

@@ -13,7 +13,8 @@
 
 namespace kelp::inventory {
 
-/// Connections for readers: one for each that reads at the same time, a few of which are kept. Any thread.
+/// Connections for readers: one for each that reads at the same time, a few of which are kept. Any
+/// thread.
 class ReadPool {
   public:
     /// More readers than this at once are served too, by connections that are not kept.
@@ -22,11 +23,12 @@ class ReadPool {
     ReadPool(std::filesystem::path file, util::FileIdentity identity)
         : file_(std::move(file)), identity_(identity) {}
 
-    /// A connection in a read transaction, that is, with one unchanging view of the file. Goes back at the
-    /// end of the scope.
+    /// A connection in a read transaction, that is, with one unchanging view of the file. Goes back
+    /// at the end of the scope.
     class Lease {
       public:
-        /// Throws SQLite::Exception, and InventoryFailure when another file stands in the file's place.
+        /// Throws SQLite::Exception, and InventoryFailure when another file stands in the file's
+        /// place.
         explicit Lease(ReadPool& pool);
         ~Lease();
         Lease(const Lease&) = delete;

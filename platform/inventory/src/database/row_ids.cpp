@@ -42,7 +42,8 @@ RowIds RowIds::take(std::uint64_t most) {
 
 void RowIds::putBack(const RowIds& taken) {
     const std::span<const IdRange> first = taken.ranges();
-    ranges_.insert(ranges_.begin() + static_cast<std::ptrdiff_t>(used_), first.begin(), first.end());
+    ranges_.insert(ranges_.begin() + static_cast<std::ptrdiff_t>(used_), first.begin(),
+                   first.end());
     count_ += taken.count_;
 }
 

@@ -52,14 +52,15 @@ std::string_view Columns::packed() {
 void addPassRow(SQLite::Database& database) {
     constexpr int kAnyCount = -1;
     const int result = sqlite3_create_function_v2(database.getHandle(), "pass_row", kAnyCount,
-                                                  SQLITE_UTF8 | SQLITE_DIRECTONLY, nullptr, &Scan::passRow,
-                                                  nullptr, nullptr, nullptr);
+                                                  SQLITE_UTF8 | SQLITE_DIRECTONLY, nullptr,
+                                                  &Scan::passRow, nullptr, nullptr, nullptr);
     if (result != SQLITE_OK)
         throw SQLite::Exception(database.getHandle(), result);
 }
 
 void Scan::passRow(sqlite3_context* context, int count, sqlite3_value** values) {
-    auto* const scan = count == 0 ? nullptr : static_cast<Scan*>(sqlite3_value_pointer(values[0], kScanType));
+    auto* const scan =
+        count == 0 ? nullptr : static_cast<Scan*>(sqlite3_value_pointer(values[0], kScanType));
     if (scan == nullptr) {
         sqlite3_result_error(context, "pass_row() is called without a scan", -1);
         return;

@@ -13,10 +13,10 @@ struct sqlite3_value;
 
 namespace kelp::inventory {
 
-// Rows that are taken within one step of their statement. A step for each row, and a call for each column
-// that looks for errors every time, costs as much again as what SQLite does to find the row. So the
-// statement's condition ends in "AND pass_row(?n, column, ...)", which is asked of every row that meets what
-// stands before it, passes the columns on, and is never true.
+// Rows that are taken within one step of their statement. A step for each row, and a call for each
+// column that looks for errors every time, costs as much again as what SQLite does to find the row.
+// So the statement's condition ends in "AND pass_row(?n, column, ...)", which is asked of every row
+// that meets what stands before it, passes the columns on, and is never true.
 
 /// The columns of a row, one after the other. Texts are good until the row was taken.
 class Columns {
@@ -44,8 +44,9 @@ class Scan {
     Scan(const Scan&) = delete;
     Scan& operator=(const Scan&) = delete;
 
-    /// Runs the statement, whose pass_row() names the place, to its end and resets it. What `take` throws
-    /// ends it and is thrown; `take` may run other statements of the connection. Throws SQLite::Exception.
+    /// Runs the statement, whose pass_row() names the place, to its end and resets it. What `take`
+    /// throws ends it and is thrown; `take` may run other statements of the connection. Throws
+    /// SQLite::Exception.
     void run(Prepared& statement, int place);
 
   private:
@@ -60,7 +61,8 @@ class Scan {
 /// The same with whatever can be called with Columns.
 template <class Taker>
 void scan(Prepared& statement, int place, const Taker& taker) {
-    Scan([](const void* object, Columns columns) { (*static_cast<const Taker*>(object))(columns); }, &taker)
+    Scan([](const void* object, Columns columns) { (*static_cast<const Taker*>(object))(columns); },
+         &taker)
         .run(statement, place);
 }
 

@@ -12,8 +12,8 @@ namespace {
 /// "KINV" in the file's header: another program's database is not taken for ours.
 constexpr int kApplicationId = 0x4B494E56;
 
-/// Ids are never given twice (AUTOINCREMENT), so that a snapshot of ids cannot come to mean other rows. Lists
-/// are packed (packed_values.h); enumerations have the standard's numbers.
+/// Ids are never given twice (AUTOINCREMENT), so that a snapshot of ids cannot come to mean other
+/// rows. Lists are packed (packed_values.h); enumerations have the standard's numbers.
 constexpr const char* kVersion1 = R"(
 CREATE TABLE managed_element (
     id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -105,9 +105,9 @@ CREATE INDEX link_a_end ON topological_link (a_end_id);
 CREATE INDEX link_z_end ON topological_link (z_end_id);
 )";
 
-/// The EMS has a row when something was told of it. An element is in any number of subnetworks. A link is
-/// kept with the elements of its ends, so that those of an element or subnetwork are found without its ports,
-/// which may be hundreds of thousands.
+/// The EMS has a row when something was told of it. An element is in any number of subnetworks. A
+/// link is kept with the elements of its ends, so that those of an element or subnetwork are found
+/// without its ports, which may be hundreds of thousands.
 constexpr const char* kVersion2 = R"(
 CREATE TABLE ems (
     id INTEGER PRIMARY KEY CHECK (id = 1),

@@ -8,9 +8,9 @@
 
 namespace kelp::inventory {
 
-/// What is known of a kind of row: its table, its word in files, and its attributes in their order. An
-/// attribute's name is the standard's, and is column of the table, column of a CSV file and key in JSON
-/// alike.
+/// What is known of a kind of row: its table, its word in files, and its attributes in their order.
+/// An attribute's name is the standard's, and is column of the table, column of a CSV file and key
+/// in JSON alike.
 template <class Row>
 struct Table;
 
@@ -87,8 +87,8 @@ struct Table<TerminationPoint> {
     static constexpr ObjectKind kKind = ObjectKind::TerminationPoint;
     static constexpr const char* kName = "termination_point";
     static constexpr const char* kWord = "TerminationPoint";
-    static constexpr std::array<const char*, 5> kNameColumns = {"element_id", "port_id", "kind", "name",
-                                                                "equipment_id"};
+    static constexpr std::array<const char*, 5> kNameColumns = {"element_id", "port_id", "kind",
+                                                                "name", "equipment_id"};
 
     template <class AnyRow, class Visitor>
     static void visit(AnyRow& row, Visitor&& attribute) {

@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
-#include "rows/row_writer.h"
 #include "database/schema.h"
+#include "rows/row_writer.h"
 
 namespace kelp::inventory {
 
@@ -21,7 +21,8 @@ BulkWriting::BulkWriting(Connection& connection, const std::filesystem::path& fi
     // checked at each row, a large table would take minutes to empty
     if (isUnchecked_)
         database.exec("PRAGMA foreign_keys = OFF");
-    transaction_ = std::make_unique<SQLite::Transaction>(database, SQLite::TransactionBehavior::IMMEDIATE);
+    transaction_ =
+        std::make_unique<SQLite::Transaction>(database, SQLite::TransactionBehavior::IMMEDIATE);
     bringUpToDate(database, file);
     if (isUnchecked_)
         RowWriter(connection).removeAll();
@@ -32,10 +33,12 @@ void BulkWriting::commit() {
     if (isUnchecked_ && SQLite::Statement(database, "PRAGMA foreign_key_check").executeStep())
         throw InventoryFailure("a row of the inventory would refer to one that is not there");
     transaction_->commit();
-    // a log as long as the import would stay; a reader that is in the way keeps it until another time
+    // a log as long as the import would stay; a reader that is in the way keeps it until another
+    // time
     constexpr int kCheckpointPatienceMs = 200;
     database.setBusyTimeout(kCheckpointPatienceMs);
-    sqlite3_wal_checkpoint_v2(database.getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    sqlite3_wal_checkpoint_v2(database.getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                              nullptr);
 }
 
 }  // namespace kelp::inventory

@@ -5,12 +5,12 @@
 #include <system_error>
 #include <utility>
 
+#include "database/table.h"
 #include "files/csv_text.h"
 #include "files/json_values.h"
 #include "files/progress_pace.h"
 #include "rows/record.h"
 #include "rows/row_reader.h"
-#include "database/table.h"
 
 namespace kelp::inventory {
 
@@ -37,7 +37,9 @@ NameKeys nameKeys(const EquipmentHolder& row) {
     return {{"ManagedElement", row.managedElement}, {"EquipmentHolder", row.name}};
 }
 NameKeys nameKeys(const Equipment& row) {
-    return {{"ManagedElement", row.managedElement}, {"EquipmentHolder", row.holder}, {"Equipment", row.name}};
+    return {{"ManagedElement", row.managedElement},
+            {"EquipmentHolder", row.holder},
+            {"Equipment", row.name}};
 }
 NameKeys nameKeys(const TerminationPoint& row) {
     NameKeys keys = tpKeys("", row.name);
@@ -106,8 +108,8 @@ class WholeInventory {
     WholeInventory(const std::filesystem::path& file, const Progress& progress)
         : connection_(file, Connection::Use::Read), pace_(progress), view_(connection_.database()) {
         forEachKind([this](const auto& row) {
-            total_ +=
-                number(std::string("SELECT count(*) FROM ") + Table<std::decay_t<decltype(row)>>::kName);
+            total_ += number(std::string("SELECT count(*) FROM ") +
+                             Table<std::decay_t<decltype(row)>>::kName);
         });
     }
 
@@ -161,7 +163,8 @@ void writeCsv(WholeInventory& inventory, const std::filesystem::path& file) {
         std::vector<std::string> cells;
         for (const auto& [key, value] : nameKeys(row))
             cells.push_back(cellOf(value));
-        Table<Row>::visit(row, [&](const char*, const auto& value) { cells.push_back(cellOf(value)); });
+        Table<Row>::visit(row,
+                          [&](const char*, const auto& value) { cells.push_back(cellOf(value)); });
         out << csvLine(cells);
         requireWritten(out, file.string());
     });
@@ -190,13 +193,16 @@ class PartialFiles {
             std::error_code error;
             std::filesystem::rename(partial(name), folder_ / name, error);
             if (error)
-                throw InventoryFailure((folder_ / name).string() + " cannot be replaced: " + error.message());
+                throw InventoryFailure((folder_ / name).string() +
+                                       " cannot be replaced: " + error.message());
         }
         names_.clear();
     }
 
   private:
-    std::filesystem::path partial(const std::string& name) const { return folder_ / (name + ".partial"); }
+    std::filesystem::path partial(const std::string& name) const {
+        return folder_ / (name + ".partial");
+    }
 
     const std::filesystem::path folder_;
     std::vector<std::string> names_;
@@ -204,7 +210,8 @@ class PartialFiles {
 
 }  // namespace
 
-void exportJsonLines(const std::filesystem::path& database, std::ostream& out, const Progress& progress) {
+void exportJsonLines(const std::filesystem::path& database, std::ostream& out,
+                     const Progress& progress) {
     prepare(database);
     translated(database, [&] {
         WholeInventory inventory(database, progress);

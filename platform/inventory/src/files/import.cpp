@@ -5,12 +5,12 @@
 #include <memory>
 #include <optional>
 
+#include "database/table.h"
+#include "database/writing.h"
 #include "files/problems.h"
 #include "files/progress_pace.h"
 #include "rows/record.h"
 #include "rows/row_import.h"
-#include "database/table.h"
-#include "database/writing.h"
 
 namespace kelp::inventory {
 
@@ -38,8 +38,9 @@ void refuseStrangers(const std::filesystem::path& folder, Problems& problems) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
         bool isKind = false;
-        forEachKind(
-            [&](const auto& row) { isKind |= name == csvName(Table<std::decay_t<decltype(row)>>::kWord); });
+        forEachKind([&](const auto& row) {
+            isKind |= name == csvName(Table<std::decay_t<decltype(row)>>::kWord);
+        });
         if (entry.path().extension() == ".csv" && !isKind)
             strangers.push_back(name);
     }
@@ -50,7 +51,8 @@ void refuseStrangers(const std::filesystem::path& folder, Problems& problems) {
     }
 }
 
-std::vector<ImportFile> csvFiles(const std::filesystem::path& source, bool isFolder, Problems& problems) {
+std::vector<ImportFile> csvFiles(const std::filesystem::path& source, bool isFolder,
+                                 Problems& problems) {
     std::vector<ImportFile> files;
     forEachKind([&](const auto& row) {
         using RowTable = Table<std::decay_t<decltype(row)>>;
@@ -63,7 +65,8 @@ std::vector<ImportFile> csvFiles(const std::filesystem::path& source, bool isFol
         files.push_back({name, csvSource(file, RowTable::kKind, problems)});
     });
     if (files.empty())
-        throw InventoryFailure(source.string() + (isFolder ? " has no file such as " : " is not named as ") +
+        throw InventoryFailure(source.string() +
+                               (isFolder ? " has no file such as " : " is not named as ") +
                                csvName(Table<ManagedElement>::kWord));
     return files;
 }
@@ -110,7 +113,8 @@ class Import {
             RecordSource& source = *files_[i].source;
             for (auto got = RecordSource::Got::Nothing; got != RecordSource::Got::End;) {
                 got = source.next(record, problems_);
-                if (got == RecordSource::Got::Record && !take(record, result, RowImport::IfMissing::Leave))
+                if (got == RecordSource::Got::Record &&
+                    !take(record, result, RowImport::IfMissing::Leave))
                     deferred_.push_back({i, record.place});
                 pace_.step([&] { return before + source.place().offset; }, total_);
             }
@@ -156,8 +160,9 @@ ImportResult importInto(Connection& connection, const std::filesystem::path& dat
     ImportResult result;
     Problems problems;
     std::vector<ImportFile> files = filesOf(source, problems);
-    BulkWriting writing(connection, database,
-                        options.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
+    BulkWriting writing(
+        connection, database,
+        options.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
     Import(connection, files, options.progress, problems).run(result);
     result.problems = problems.first();
     result.problemCount = problems.count();
@@ -174,14 +179,15 @@ std::string ImportProblem::text() const {
                          (key.empty() ? "" : key + ": ") + what);
 }
 
-ImportResult importInventory(const std::filesystem::path& database, const std::filesystem::path& source,
-                             const ImportOptions& options) {
+ImportResult importInventory(const std::filesystem::path& database,
+                             const std::filesystem::path& source, const ImportOptions& options) {
     return translated(database, [&] {
         if (options.dryRun) {
             // a missing file is tried as a database that goes with its connection
             std::error_code error;
             const bool isThere = std::filesystem::exists(database, error);
-            Connection connection(isThere ? database : std::filesystem::path(), Connection::Use::Write);
+            Connection connection(isThere ? database : std::filesystem::path(),
+                                  Connection::Use::Write);
             return importInto(connection, database, source, options);
         }
         Connection connection = openForWriting(database);

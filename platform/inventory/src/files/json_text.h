@@ -11,7 +11,8 @@ namespace kelp::inventory {
 /// What a JSON text holds. Where a key stands twice in one object the last of its values counts.
 struct JsonText {
     Json value;
-    /// The keys that lead to the first that stands twice, which is the last of them; empty: none does.
+    /// The keys that lead to the first that stands twice, which is the last of them; empty: none
+    /// does.
     std::vector<std::string> repeated;
 };
 

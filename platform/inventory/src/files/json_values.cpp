@@ -12,7 +12,8 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Longer than any text that an element has; a batch of rows stays far below what a message may have.
+/// Longer than any text that an element has; a batch of rows stays far below what a message may
+/// have.
 constexpr std::size_t kTextBytesMax = 4096;
 constexpr std::size_t kShownBytesMax = 60;
 
@@ -39,7 +40,8 @@ std::string assignArray(const Json& value, List& list) {
 }  // namespace
 
 std::string shown(const Json& value) {
-    return util::escaped(value.dump(-1, ' ', false, Json::error_handler_t::replace), kShownBytesMax);
+    return util::escaped(value.dump(-1, ' ', false, Json::error_handler_t::replace),
+                         kShownBytesMax);
 }
 
 Json jsonOf(const std::string& text) {

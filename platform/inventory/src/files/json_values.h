@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/inventory/model.h>
-
 #include <nlohmann/json.hpp>
 
 #include <string>
@@ -16,9 +15,9 @@ namespace kelp::inventory {
 /// JSON whose objects keep the order of their keys.
 using Json = nlohmann::ordered_json;
 
-/// What a value looks like in a cell of CSV: a text as it is, a word (of an enumeration, a flag, a rate), or
-/// a list, which stands there as JSON or, when it is of layer rates alone, as the rates with blanks between
-/// them.
+/// What a value looks like in a cell of CSV: a text as it is, a word (of an enumeration, a flag, a
+/// rate), or a list, which stands there as JSON or, when it is of layer rates alone, as the rates
+/// with blanks between them.
 enum class CellForm { Text, Word, Flag, List };
 
 template <class Value>
@@ -45,8 +44,8 @@ requires std::is_enum_v<Enum> Json jsonOf(Enum value) {
     return wordOf(value);
 }
 
-// Take a value over. Return what is wrong with it in a few words; empty: nothing. What is wrong leaves the
-// target in no particular state.
+// Take a value over. Return what is wrong with it in a few words; empty: nothing. What is wrong
+// leaves the target in no particular state.
 std::string assign(const Json& value, std::string& text);
 std::string assign(const Json& value, bool& flag);
 std::string assign(const Json& value, LayerRate& rate);
@@ -60,7 +59,8 @@ std::string shown(const Json& value);
 
 template <class Enum>
 requires std::is_enum_v<Enum> std::string assign(const Json& value, Enum& target) {
-    const auto found = value.is_string() ? enumOf<Enum>(value.get_ref<const std::string&>()) : std::nullopt;
+    const auto found =
+        value.is_string() ? enumOf<Enum>(value.get_ref<const std::string&>()) : std::nullopt;
     if (!found)
         return shown(value) + " is none of " + allWordsOf<Enum>();
     target = *found;

@@ -21,7 +21,8 @@ LineReader::LineReader(const std::filesystem::path& file) : file_(file) {
     errno = 0;
     stream_.open(file, std::ios::binary);
     if (!stream_)
-        throw InventoryFailure(file.string() + " cannot be read: " + std::generic_category().message(errno));
+        throw InventoryFailure(file.string() +
+                               " cannot be read: " + std::generic_category().message(errno));
     const std::uintmax_t size = std::filesystem::file_size(file, error);
     size_ = error ? 0 : static_cast<std::uint64_t>(size);
 }

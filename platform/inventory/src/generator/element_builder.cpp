@@ -10,11 +10,11 @@ namespace {
 constexpr unsigned kSlotsAShelf = 16;
 constexpr unsigned kShelvesARack = 3;
 
-constexpr const char* kTowns[] = {"Aldermouth", "Brackwater", "Caldbridge", "Dunmere",   "Eastholm",
-                                  "Fernhollow", "Greywick",   "Harrowgate", "Inverlock", "Juniper Bay",
-                                  "Kingsford",  "Lowmarsh",   "Millbrook",  "Northquay", "Oakhaven",
-                                  "Pinecross",  "Quarrydale", "Redcliff",   "Saltmarsh", "Thornbury",
-                                  "Upperdale",  "Vinehall",   "Westering",  "Yarrow"};
+constexpr const char* kTowns[] = {
+    "Aldermouth", "Brackwater", "Caldbridge", "Dunmere",     "Eastholm",   "Fernhollow",
+    "Greywick",   "Harrowgate", "Inverlock",  "Juniper Bay", "Kingsford",  "Lowmarsh",
+    "Millbrook",  "Northquay",  "Oakhaven",   "Pinecross",   "Quarrydale", "Redcliff",
+    "Saltmarsh",  "Thornbury",  "Upperdale",  "Vinehall",    "Westering",  "Yarrow"};
 constexpr const char* kSites[] = {"Exchange", "Tower", "Depot", "Station", "Data Hall"};
 
 std::string padded(std::uint64_t number, std::size_t digits) {
@@ -91,8 +91,9 @@ void ElementBuilder::addElement(const ElementShape& shape) {
         element.supportedRates.push_back(card->connectable);
     element.supportedRates.push_back(shape.ringCard->connectable);
     std::sort(element.supportedRates.begin(), element.supportedRates.end());
-    element.supportedRates.erase(std::unique(element.supportedRates.begin(), element.supportedRates.end()),
-                                 element.supportedRates.end());
+    element.supportedRates.erase(
+        std::unique(element.supportedRates.begin(), element.supportedRates.end()),
+        element.supportedRates.end());
     element.additionalInfo = kManufacturer;
     References references;
     references.subnetworks = {ring_};
@@ -146,9 +147,10 @@ std::uint64_t ElementBuilder::addPorts(const CardType& card, std::uint64_t left,
         port.name = {built_.name, TpKind::Ptp, slot_ + "/port=" + std::to_string(number), ""};
         port.nativeEMSName =
             std::to_string(cards_) + "-" + std::string(card.name) + "-" + std::to_string(number);
-        port.userLabel = isLine || numbers_.below(3) != 0
-                             ? port.nativeEMSName
-                             : "Customer " + std::to_string(numbers_.below(90000) + 10000) + " " + town_;
+        port.userLabel =
+            isLine || numbers_.below(3) != 0
+                ? port.nativeEMSName
+                : "Customer " + std::to_string(numbers_.below(90000) + 10000) + " " + town_;
         port.edgePoint = !isLine;
         port.direction = Directionality::Bidirectional;
         for (const LayerRate layer : card.layers)
@@ -177,8 +179,8 @@ void ElementBuilder::addCtps(const TerminationPoint& port) {
         ctp.name = port.name;
         ctp.name.ctp = "/sts3c_au4-j=" + std::to_string(number);
         ctp.userLabel = ctp.nativeEMSName = port.nativeEMSName + "-VC4-" + std::to_string(number);
-        ctp.connectionState =
-            numbers_.below(2) == 0 ? TpConnectionState::BiConnected : TpConnectionState::NotConnected;
+        ctp.connectionState = numbers_.below(2) == 0 ? TpConnectionState::BiConnected
+                                                     : TpConnectionState::NotConnected;
         ctp.tpMappingMode = TerminationMode::NeitherTerminatedNorAvailable;
         ctp.transmissionParams = {{kVc4, {}}};
         ctp.connectableRates = {kVc4};

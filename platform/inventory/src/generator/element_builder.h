@@ -17,8 +17,8 @@ struct BuiltElement {
     std::vector<std::int64_t> linePorts;  ///< ids: east, west, then those of a hub's mesh
 };
 
-/// Makes one element with its equipment and ports, and with the first of a ring the subnetwork that the ring
-/// is.
+/// Makes one element with its equipment and ports, and with the first of a ring the subnetwork that
+/// the ring is.
 class ElementBuilder {
   public:
     ElementBuilder(RowWriter& rows, const NetworkPlan& plan);

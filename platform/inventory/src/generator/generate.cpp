@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "database/writing.h"
+#include "files/progress_pace.h"
 #include "generator/element_builder.h"
 #include "generator/network_shape.h"
-#include "files/progress_pace.h"
-#include "database/writing.h"
 
 namespace kelp::inventory {
 
@@ -92,8 +92,9 @@ Statistics generateNetwork(const std::filesystem::path& database, const NetworkP
                            const Progress& progress) {
     translated(database, [&] {
         Connection connection = openForWriting(database);
-        BulkWriting writing(connection, database,
-                            plan.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
+        BulkWriting writing(
+            connection, database,
+            plan.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
         if (!isEmpty(connection))
             throw InventoryFailure("inventory " + database.string() + " is not empty");
         RowWriter rows(connection);

@@ -7,8 +7,8 @@ namespace kelp::inventory {
 
 namespace {
 
-// 46 electrical, 47 optical; 20, 22, 23 section of STM-1, -16, -64; 25, 27, 28 line of these; 5 E1; 15 VC-4;
-// 11 VC-12; 87, 97 Gigabit and Fast Ethernet signal; 96 Ethernet
+// 46 electrical, 47 optical; 20, 22, 23 section of STM-1, -16, -64; 25, 27, 28 line of these; 5 E1;
+// 15 VC-4; 11 VC-12; 87, 97 Gigabit and Fast Ethernet signal; 96 Ethernet
 const CardType kLine16{"LN16", 2, true, {47, 22, 27}, 22, 15};
 const CardType kLine64{"LN64", 4, true, {47, 23, 28}, 23, 15};
 const CardType kStm1{"S1-8", 8, true, {47, 20, 25}, 20, 15};

@@ -51,8 +51,8 @@ struct ElementShape {
     bool isHub() const { return placeInRing == 0; }
 };
 
-/// The elements of a plan one after the other: rings of 4 to 12, each with a hub that is the first of its
-/// ring.
+/// The elements of a plan one after the other: rings of 4 to 12, each with a hub that is the first
+/// of its ring.
 class NetworkShape {
   public:
     explicit NetworkShape(const NetworkPlan& plan) : left_(plan.elements), numbers_(plan.seed) {}
@@ -64,8 +64,8 @@ class NetworkShape {
     ElementShape current_;
 };
 
-/// How many ports each element has: parts of all by the products' weights, that add up exactly. Ask for the
-/// elements in their order.
+/// How many ports each element has: parts of all by the products' weights, that add up exactly. Ask
+/// for the elements in their order.
 class PortShares {
   public:
     explicit PortShares(const NetworkPlan& plan);

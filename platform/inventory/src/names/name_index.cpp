@@ -13,20 +13,22 @@ std::int64_t NameIndex::idOf(const char* sql, std::int64_t parentId, const std::
 
 std::int64_t NameIndex::elementId(const std::string& name) {
     if (elementByName_.id == 0 || elementByName_.name != name)
-        elementByName_ = {0, 0, name, idOf("SELECT id FROM managed_element WHERE name = ?1", 0, name)};
+        elementByName_ = {0, 0, name,
+                          idOf("SELECT id FROM managed_element WHERE name = ?1", 0, name)};
     return elementByName_.id;
 }
 
 std::int64_t NameIndex::holderId(std::int64_t elementId, const std::string& name) {
     if (holderByName_.id == 0 || holderByName_.parentId != elementId || holderByName_.name != name)
-        holderByName_ = {
-            elementId, 0, name,
-            idOf("SELECT id FROM equipment_holder WHERE element_id = ?2 AND name = ?1", elementId, name)};
+        holderByName_ = {elementId, 0, name,
+                         idOf("SELECT id FROM equipment_holder WHERE element_id = ?2 AND name = ?1",
+                              elementId, name)};
     return holderByName_.id;
 }
 
 std::int64_t NameIndex::equipmentId(std::int64_t holderId, const std::string& name) {
-    if (equipmentByName_.id == 0 || equipmentByName_.parentId != holderId || equipmentByName_.name != name)
+    if (equipmentByName_.id == 0 || equipmentByName_.parentId != holderId ||
+        equipmentByName_.name != name)
         equipmentByName_ = {
             holderId, 0, name,
             idOf("SELECT id FROM equipment WHERE holder_id = ?2 AND name = ?1", holderId, name)};
@@ -39,7 +41,8 @@ std::int64_t NameIndex::portId(std::int64_t elementId, TpKind kind, const std::s
         portByName_.name == name)
         return portByName_.id;
     Prepared& statement = connection_.prepared(
-        "SELECT id FROM termination_point WHERE port_id IS NULL AND element_id = ?1 AND kind = ?2 AND name = "
+        "SELECT id FROM termination_point WHERE port_id IS NULL AND element_id = ?1 AND kind = ?2 "
+        "AND name = "
         "?3");
     const ResetAtEnd reset(statement);
     statement.bind(1, elementId);
@@ -65,7 +68,8 @@ std::int64_t NameIndex::tpId(const TpName& name) {
 
 std::int64_t NameIndex::subnetworkId(const std::string& name) {
     if (subnetworkByName_.id == 0 || subnetworkByName_.name != name)
-        subnetworkByName_ = {0, 0, name, idOf("SELECT id FROM subnetwork WHERE name = ?1", 0, name)};
+        subnetworkByName_ = {0, 0, name,
+                             idOf("SELECT id FROM subnetwork WHERE name = ?1", 0, name)};
     return subnetworkByName_.id;
 }
 
@@ -128,8 +132,8 @@ void NameIndex::nameEquipment(std::int64_t id, std::string& holder, std::string&
 
 void NameIndex::namePort(std::int64_t id, TpName& name) {
     if (lastPortId_ != id) {
-        Prepared& statement =
-            connection_.prepared("SELECT element_id, kind, name FROM termination_point WHERE id = ?1");
+        Prepared& statement = connection_.prepared(
+            "SELECT element_id, kind, name FROM termination_point WHERE id = ?1");
         const ResetAtEnd reset(statement);
         statement.bind(1, id);
         lastPort_ = {};
@@ -146,7 +150,8 @@ void NameIndex::namePort(std::int64_t id, TpName& name) {
 }
 
 void NameIndex::nameTp(std::int64_t id, TpName& name) {
-    Prepared& statement = connection_.prepared("SELECT port_id, name FROM termination_point WHERE id = ?1");
+    Prepared& statement =
+        connection_.prepared("SELECT port_id, name FROM termination_point WHERE id = ?1");
     const ResetAtEnd reset(statement);
     statement.bind(1, id);
     name = {};
@@ -160,7 +165,8 @@ void NameIndex::nameTp(std::int64_t id, TpName& name) {
 
 void NameIndex::nameSubnetworks(std::int64_t elementId, std::vector<std::string>& names) {
     Prepared& statement = connection_.prepared(
-        "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY subnetwork_id");
+        "SELECT subnetwork_id FROM subnetwork_element WHERE element_id = ?1 ORDER BY "
+        "subnetwork_id");
     const ResetAtEnd reset(statement);
     statement.bind(1, elementId);
     names.clear();

@@ -10,9 +10,9 @@
 
 namespace kelp::inventory {
 
-/// Row ids of names and names of row ids, by the tables' unique indexes. Remembers the last of each kind,
-/// because rows that stand together mostly have the same parents; what it remembers holds within one
-/// transaction. 0 stands for no row.
+/// Row ids of names and names of row ids, by the tables' unique indexes. Remembers the last of each
+/// kind, because rows that stand together mostly have the same parents; what it remembers holds
+/// within one transaction. 0 stands for no row.
 class NameIndex {
   public:
     explicit NameIndex(Connection& connection) : connection_(connection) {}

@@ -60,8 +60,9 @@ std::string problemOfName(std::string_view value) {
         return "is no UTF-8";
     if (value.front() == ' ' || value.back() == ' ')
         return "must not begin or end with a blank";
-    if (std::any_of(value.begin(), value.end(),
-                    [](char each) { return static_cast<unsigned char>(each) < 0x20 || each == 0x7F; }))
+    if (std::any_of(value.begin(), value.end(), [](char each) {
+            return static_cast<unsigned char>(each) < 0x20 || each == 0x7F;
+        }))
         return "must not have control characters";
     const auto characters = std::count_if(value.begin(), value.end(), [](char each) {
         return (static_cast<unsigned char>(each) & 0xC0) != 0x80;

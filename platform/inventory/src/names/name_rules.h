@@ -15,8 +15,8 @@ std::string problemOfHolder(std::string_view value);
 /// Besides, "/name=value[-name=value...]" for each layer.
 std::string problemOfCtp(std::string_view value);
 
-/// The standard's word for the kind of holder that such a path names: "rack", "shelf", "sub_shelf", "slot",
-/// "sub_slot"; empty for a path to none of them.
+/// The standard's word for the kind of holder that such a path names: "rack", "shelf", "sub_shelf",
+/// "slot", "sub_slot"; empty for a path to none of them.
 std::string holderTypeOf(std::string_view path);
 
 }  // namespace kelp::inventory

@@ -35,8 +35,8 @@ bool takeComponent(const Record& record, const std::string& key, Rule problemOf,
 bool takeTp(const Record& record, const std::string& prefix, TpName& name, Problems& problems) {
     std::string ftp;
     const bool areGood =
-        takeComponent(record, prefix + "ManagedElement", problemOfName, Need::Must, name.managedElement,
-                      problems) &&
+        takeComponent(record, prefix + "ManagedElement", problemOfName, Need::Must,
+                      name.managedElement, problems) &&
         takeComponent(record, prefix + "PTP", problemOfName, Need::May, name.port, problems) &&
         takeComponent(record, prefix + "FTP", problemOfName, Need::May, ftp, problems) &&
         takeComponent(record, prefix + "CTP", problemOfCtp, Need::May, name.ctp, problems);
@@ -57,7 +57,8 @@ bool takeTp(const Record& record, const std::string& prefix, TpName& name, Probl
 bool takeSubnetworks(const Record& record, std::vector<std::string>& names, Problems& problems) {
     CellValue room;
     const Json* const found = record.find(kSubnetworksKey, CellForm::List, room);
-    std::string problem = found == nullptr ? "" : assign(*found, names);  // no object, so no key twice
+    std::string problem =
+        found == nullptr ? "" : assign(*found, names);  // no object, so no key twice
     std::set<std::string> before;
     for (const std::string& name : names) {
         if (problem.empty())
@@ -97,16 +98,19 @@ std::optional<MissingRow> findEnd(NameIndex& index, const TpName& name, const st
                                           quoted(name.port) + where};
 }
 
-std::optional<MissingRow> findEquipment(NameIndex& index, const TerminationPoint& row, References& found) {
+std::optional<MissingRow> findEquipment(NameIndex& index, const TerminationPoint& row,
+                                        References& found) {
     if (row.supportingEquipmentHolder.empty())
         return std::nullopt;
     const std::int64_t holder = index.holderId(found.element, row.supportingEquipmentHolder);
     if (holder == 0)
-        return noHolder("supportingEquipmentHolder", row.supportingEquipmentHolder, row.name.managedElement);
+        return noHolder("supportingEquipmentHolder", row.supportingEquipmentHolder,
+                        row.name.managedElement);
     found.equipment = index.equipmentId(holder, row.supportingEquipment);
     if (found.equipment == 0)
-        return MissingRow{"supportingEquipment", "there is no equipment " + quoted(row.supportingEquipment) +
-                                                     " in " + quoted(row.supportingEquipmentHolder)};
+        return MissingRow{"supportingEquipment", "there is no equipment " +
+                                                     quoted(row.supportingEquipment) + " in " +
+                                                     quoted(row.supportingEquipmentHolder)};
     return std::nullopt;
 }
 
@@ -118,13 +122,17 @@ bool takeName(const Record& record, ManagedElement& row, Problems& problems) {
 }
 
 bool takeName(const Record& record, EquipmentHolder& row, Problems& problems) {
-    return takeComponent(record, "ManagedElement", problemOfName, Need::Must, row.managedElement, problems) &&
-           takeComponent(record, "EquipmentHolder", problemOfHolder, Need::Must, row.name, problems);
+    return takeComponent(record, "ManagedElement", problemOfName, Need::Must, row.managedElement,
+                         problems) &&
+           takeComponent(record, "EquipmentHolder", problemOfHolder, Need::Must, row.name,
+                         problems);
 }
 
 bool takeName(const Record& record, Equipment& row, Problems& problems) {
-    return takeComponent(record, "ManagedElement", problemOfName, Need::Must, row.managedElement, problems) &&
-           takeComponent(record, "EquipmentHolder", problemOfHolder, Need::Must, row.holder, problems) &&
+    return takeComponent(record, "ManagedElement", problemOfName, Need::Must, row.managedElement,
+                         problems) &&
+           takeComponent(record, "EquipmentHolder", problemOfHolder, Need::Must, row.holder,
+                         problems) &&
            takeComponent(record, "Equipment", problemOfName, Need::Must, row.name, problems);
 }
 
@@ -132,8 +140,8 @@ bool takeName(const Record& record, TerminationPoint& row, Problems& problems) {
     if (!takeTp(record, "", row.name, problems) ||
         !takeComponent(record, "supportingEquipmentHolder", problemOfHolder, Need::May,
                        row.supportingEquipmentHolder, problems) ||
-        !takeComponent(record, "supportingEquipment", problemOfName, Need::May, row.supportingEquipment,
-                       problems))
+        !takeComponent(record, "supportingEquipment", problemOfName, Need::May,
+                       row.supportingEquipment, problems))
         return false;
     if (row.supportingEquipmentHolder.empty() != row.supportingEquipment.empty()) {
         problems.add(record.place.line, "supportingEquipment",
@@ -148,12 +156,14 @@ bool takeName(const Record& record, TerminationPoint& row, Problems& problems) {
 }
 
 bool takeName(const Record& record, TopologicalLink& row, Problems& problems) {
-    return takeComponent(record, "TopologicalLink", problemOfName, Need::Must, row.name, problems) &&
+    return takeComponent(record, "TopologicalLink", problemOfName, Need::Must, row.name,
+                         problems) &&
            takeTp(record, "aEnd", row.aEnd, problems) && takeTp(record, "zEnd", row.zEnd, problems);
 }
 
 bool takeName(const Record& record, Subnetwork& row, Problems& problems) {
-    return takeComponent(record, "MultiLayerSubnetwork", problemOfName, Need::Must, row.name, problems);
+    return takeComponent(record, "MultiLayerSubnetwork", problemOfName, Need::Must, row.name,
+                         problems);
 }
 
 bool takeName(const Record&, EmsAttributes&, Problems&) {

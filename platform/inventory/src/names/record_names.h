@@ -23,8 +23,8 @@ struct MissingRow {
     std::string what;
 };
 
-/// Fills the name of a row, and those that it refers to, in from the record's keys. False when a key is
-/// missing or wrong, which goes to `problems`.
+/// Fills the name of a row, and those that it refers to, in from the record's keys. False when a
+/// key is missing or wrong, which goes to `problems`.
 bool takeName(const Record& record, ManagedElement& row, Problems& problems);
 bool takeName(const Record& record, EquipmentHolder& row, Problems& problems);
 bool takeName(const Record& record, Equipment& row, Problems& problems);
@@ -33,7 +33,8 @@ bool takeName(const Record& record, TopologicalLink& row, Problems& problems);
 bool takeName(const Record& record, Subnetwork& row, Problems& problems);
 bool takeName(const Record& record, EmsAttributes& row, Problems& problems);
 
-/// Looks for the row with this name and those that it refers to. Returns the first that is missing, or none.
+/// Looks for the row with this name and those that it refers to. Returns the first that is missing,
+/// or none.
 std::optional<MissingRow> identify(NameIndex& index, const ManagedElement& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const EquipmentHolder& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const Equipment& row, Identity& found);
@@ -42,7 +43,8 @@ std::optional<MissingRow> identify(NameIndex& index, const TopologicalLink& row,
 std::optional<MissingRow> identify(NameIndex& index, const Subnetwork& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const EmsAttributes& row, Identity& found);
 
-/// The value of a row's last name component, which its native name is unless it is told. The EMS has none.
+/// The value of a row's last name component, which its native name is unless it is told. The EMS
+/// has none.
 const std::string& ownName(const ManagedElement& row);
 const std::string& ownName(const EquipmentHolder& row);
 const std::string& ownName(const Equipment& row);

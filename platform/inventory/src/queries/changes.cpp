@@ -15,16 +15,18 @@ std::string tableOf(ObjectKind kind) {
 
 bool isLabelInUse(Connection& connection, const std::string& table, std::int64_t id,
                   const std::string& label) {
-    Prepared& query = connection.prepared("SELECT 1 FROM " + table + " WHERE userLabel = ?1 AND id <> ?2");
+    Prepared& query =
+        connection.prepared("SELECT 1 FROM " + table + " WHERE userLabel = ?1 AND id <> ?2");
     const ResetAtEnd reset(query);
     query.bindText(1, label);
     query.bind(2, id);
     return query.step();
 }
 
-Change setText(Connection& connection, const std::string& table, const char* column, std::int64_t id,
-               const std::string& text) {
-    Prepared& update = connection.prepared("UPDATE " + table + " SET " + column + " = ?1 WHERE id = ?2");
+Change setText(Connection& connection, const std::string& table, const char* column,
+               std::int64_t id, const std::string& text) {
+    Prepared& update =
+        connection.prepared("UPDATE " + table + " SET " + column + " = ?1 WHERE id = ?2");
     update.bindText(1, text);
     update.bind(2, id);
     return update.execute() == 0 ? Change::NoSuchObject : Change::Made;
@@ -35,7 +37,8 @@ void makeRoom(Connection& connection, ObjectKind kind) {
     if (kind == ObjectKind::Ems)
         connection
             .prepared(
-                "INSERT INTO ems (id, userLabel, owner, additionalInfo) VALUES (1, '', '', x'') ON CONFLICT "
+                "INSERT INTO ems (id, userLabel, owner, additionalInfo) VALUES (1, '', '', x'') ON "
+                "CONFLICT "
                 "DO NOTHING")
             .execute();
 }
@@ -53,7 +56,8 @@ auto Inventory::State::changing(Body&& body) {
     });
 }
 
-Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique) {
+Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label,
+                               bool isUnique) {
     return state_->changing([&](Connection& writer) {
         const std::string table = tableOf(kind);
         // nobody else may take the label between the look and the change
@@ -70,8 +74,9 @@ Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::stri
 Change Inventory::setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name) {
     if (kind == ObjectKind::Ems)
         throw InventoryFailure("the native name of the EMS is configured");
-    return state_->changing(
-        [&](Connection& writer) { return setText(writer, tableOf(kind), "nativeEMSName", id, name); });
+    return state_->changing([&](Connection& writer) {
+        return setText(writer, tableOf(kind), "nativeEMSName", id, name);
+    });
 }
 
 Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& owner) {
@@ -83,8 +88,9 @@ Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& 
 
 void Inventory::setPatience(std::chrono::milliseconds patience) {
     const std::lock_guard lock(state_->writing);
-    translated(state_->file,
-               [&] { state_->writer.database().setBusyTimeout(static_cast<int>(patience.count())); });
+    translated(state_->file, [&] {
+        state_->writer.database().setBusyTimeout(static_cast<int>(patience.count()));
+    });
 }
 
 }  // namespace kelp::inventory

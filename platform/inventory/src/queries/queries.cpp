@@ -21,7 +21,8 @@ RowIds idsOf(Prepared& query) {
     return ids;
 }
 
-RowIds idsOf(ReadPool::Lease& lease, const std::string& sql, std::initializer_list<std::int64_t> numbers) {
+RowIds idsOf(ReadPool::Lease& lease, const std::string& sql,
+             std::initializer_list<std::int64_t> numbers) {
     Prepared& query = lease.prepared(sql);
     const ResetAtEnd reset(query);
     int place = 0;
@@ -32,7 +33,8 @@ RowIds idsOf(ReadPool::Lease& lease, const std::string& sql, std::initializer_li
 
 /// The rows that a statement about those numbers names, of an inventory as it is now.
 template <class State>
-RowIds rowsOf(State& state, const std::string& sql, std::initializer_list<std::int64_t> numbers = {}) {
+RowIds rowsOf(State& state, const std::string& sql,
+              std::initializer_list<std::int64_t> numbers = {}) {
     return state.reading([&](auto& lease) { return idsOf(lease, sql, numbers); });
 }
 
@@ -66,18 +68,19 @@ Container holderOf(ReadPool::Lease& lease, std::int64_t id) {
 
 /// A port as the container without a name of its own.
 Container tpOf(ReadPool::Lease& lease, std::int64_t id) {
-    return containerOf(lease,
-                       "SELECT coalesce(port_id, id), iif(port_id IS NULL, '', name) FROM termination_point "
-                       "WHERE id = ?1",
-                       id);
+    return containerOf(
+        lease,
+        "SELECT coalesce(port_id, id), iif(port_id IS NULL, '', name) FROM termination_point "
+        "WHERE id = ?1",
+        id);
 }
 
 const std::string& below(Depth depth) {
     return depth == Depth::Direct ? kDirectlyBelow : kBelow;
 }
 
-/// Whether the name of a CTP is one layer longer than that of what contains it, a port's being empty. The
-/// direction that the name of a unidirectional CTP begins with is no layer.
+/// Whether the name of a CTP is one layer longer than that of what contains it, a port's being
+/// empty. The direction that the name of a unidirectional CTP begins with is no layer.
 bool isDirectlyIn(const std::string& container, std::string_view name) {
     constexpr std::string_view kDirection = "/direction=";
     name.remove_prefix(container.size());
@@ -126,16 +129,19 @@ RowIds Inventory::elements() {
 }
 
 RowIds Inventory::holdersOf(std::int64_t elementId, Depth depth) {
-    const std::string topOnly = depth == Depth::Direct ? " AND instr(substr(name, 2), '/') = 0" : "";
-    return rowsOf(*state_, "SELECT id FROM equipment_holder WHERE element_id = ?1" + topOnly + " ORDER BY id",
-                  {elementId});
+    const std::string topOnly =
+        depth == Depth::Direct ? " AND instr(substr(name, 2), '/') = 0" : "";
+    return rowsOf(
+        *state_, "SELECT id FROM equipment_holder WHERE element_id = ?1" + topOnly + " ORDER BY id",
+        {elementId});
 }
 
 RowIds Inventory::holdersIn(std::int64_t holderId, Depth depth) {
     return state_->reading([&](auto& lease) {
         const Container holder = holderOf(lease, holderId);
         return idsIn(lease, holder,
-                     "SELECT id FROM equipment_holder WHERE element_id = ?1" + below(depth) + " ORDER BY id");
+                     "SELECT id FROM equipment_holder WHERE element_id = ?1" + below(depth) +
+                         " ORDER BY id");
     });
 }
 
@@ -149,18 +155,21 @@ RowIds Inventory::equipmentOf(std::int64_t elementId) {
 RowIds Inventory::equipmentIn(std::int64_t holderId, Depth depth) {
     return state_->reading([&](auto& lease) {
         if (depth == Depth::Direct)
-            return idsOf(lease, "SELECT id FROM equipment WHERE holder_id = ?1 ORDER BY id", {holderId});
+            return idsOf(lease, "SELECT id FROM equipment WHERE holder_id = ?1 ORDER BY id",
+                         {holderId});
         const Container holder = holderOf(lease, holderId);
         return idsIn(
             lease, holder,
-            "SELECT id FROM equipment WHERE holder_id IN (SELECT id FROM equipment_holder WHERE element_id = "
+            "SELECT id FROM equipment WHERE holder_id IN (SELECT id FROM equipment_holder WHERE "
+            "element_id = "
             "?1 AND (name = ?2 OR substr(name, 1, length(?2) + 1) = ?2 || '/')) ORDER BY id");
     });
 }
 
 RowIds Inventory::portsOf(std::int64_t elementId, const PortFilter& filter) {
-    return state_->reading(
-        [&](auto& lease) { return portsWhere(lease, "element_id = ?1 ORDER BY id", elementId, filter); });
+    return state_->reading([&](auto& lease) {
+        return portsWhere(lease, "element_id = ?1 ORDER BY id", elementId, filter);
+    });
 }
 
 RowIds Inventory::allPorts() {
@@ -172,11 +181,13 @@ RowIds Inventory::portsOn(std::int64_t equipmentId) {
                   {equipmentId});
 }
 
-RowIds Inventory::tpsIn(std::int64_t tpId, const LayerRates& layers, Depth depth, ContainedTps which) {
+RowIds Inventory::tpsIn(std::int64_t tpId, const LayerRates& layers, Depth depth,
+                        ContainedTps which) {
     return state_->reading([&](auto& lease) {
         const Container tp = tpOf(lease, tpId);
         Prepared& query = lease.prepared(
-            "SELECT id, transmissionParams, connectionState, name FROM termination_point WHERE port_id = ?1" +
+            "SELECT id, transmissionParams, connectionState, name FROM termination_point WHERE "
+            "port_id = ?1" +
             kBelow + " ORDER BY id");
         const ResetAtEnd reset(query);
         query.bind(1, tp.parent);
@@ -197,10 +208,10 @@ RowIds Inventory::tpsAround(std::int64_t tpId) {
         const Container tp = tpOf(lease, tpId);
         if (tp.name.empty())
             return RowIds();
-        RowIds ids = idsIn(
-            lease, tp,
-            "SELECT id FROM termination_point WHERE port_id = ?1 AND substr(?2, 1, length(name) + 1) = name "
-            "|| '/' ORDER BY length(name) DESC");
+        RowIds ids = idsIn(lease, tp,
+                           "SELECT id FROM termination_point WHERE port_id = ?1 AND substr(?2, 1, "
+                           "length(name) + 1) = name "
+                           "|| '/' ORDER BY length(name) DESC");
         ids.append(tp.parent);
         return ids;
     });
@@ -222,15 +233,18 @@ RowIds Inventory::linksInside(std::int64_t subnetworkId) {
     return rowsOf(
         *state_,
         "SELECT link.id FROM subnetwork_element AS inside CROSS JOIN topological_link AS link ON "
-        "a_element_id = inside.element_id WHERE inside.subnetwork_id = ?1 AND EXISTS (SELECT 1 FROM "
-        "subnetwork_element WHERE subnetwork_id = ?1 AND element_id = z_element_id) ORDER BY link.id",
+        "a_element_id = inside.element_id WHERE inside.subnetwork_id = ?1 AND EXISTS (SELECT 1 "
+        "FROM "
+        "subnetwork_element WHERE subnetwork_id = ?1 AND element_id = z_element_id) ORDER BY "
+        "link.id",
         {subnetworkId});
 }
 
 RowIds Inventory::topLevelLinks() {
     return rowsOf(
         *state_,
-        "SELECT id FROM topological_link WHERE NOT EXISTS (SELECT 1 FROM subnetwork_element AS a CROSS "
+        "SELECT id FROM topological_link WHERE NOT EXISTS (SELECT 1 FROM subnetwork_element AS a "
+        "CROSS "
         "JOIN subnetwork_element AS z ON z.subnetwork_id = a.subnetwork_id WHERE a.element_id = "
         "a_element_id AND z.element_id = z_element_id) ORDER BY id");
 }
@@ -240,9 +254,10 @@ RowIds Inventory::subnetworks() {
 }
 
 RowIds Inventory::elementsOf(std::int64_t subnetworkId) {
-    return rowsOf(*state_,
-                  "SELECT element_id FROM subnetwork_element WHERE subnetwork_id = ?1 ORDER BY element_id",
-                  {subnetworkId});
+    return rowsOf(
+        *state_,
+        "SELECT element_id FROM subnetwork_element WHERE subnetwork_id = ?1 ORDER BY element_id",
+        {subnetworkId});
 }
 
 RowIds Inventory::subnetworksOf(std::int64_t elementId) {
@@ -254,10 +269,11 @@ RowIds Inventory::subnetworksOf(std::int64_t elementId) {
 
 RowIds Inventory::edgePointsOf(std::int64_t subnetworkId, const PortFilter& filter) {
     return state_->reading([&](auto& lease) {
-        return portsWhere(lease,
-                          "edgePoint = 1 AND element_id IN (SELECT element_id FROM subnetwork_element WHERE "
-                          "subnetwork_id = ?1) ORDER BY id",
-                          subnetworkId, filter);
+        return portsWhere(
+            lease,
+            "edgePoint = 1 AND element_id IN (SELECT element_id FROM subnetwork_element WHERE "
+            "subnetwork_id = ?1) ORDER BY id",
+            subnetworkId, filter);
     });
 }
 

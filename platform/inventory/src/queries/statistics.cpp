@@ -22,15 +22,16 @@ Statistics Inventory::statistics() {
         result.ptps = count("termination_point", " WHERE port_id IS NULL AND kind = 0");
         result.links = count("topological_link");
         Prepared& products = lease.prepared(
-            "SELECT productName, count(*) FROM managed_element GROUP BY productName ORDER BY 2 DESC, 1");
+            "SELECT productName, count(*) FROM managed_element GROUP BY productName ORDER BY 2 "
+            "DESC, 1");
         const ResetAtEnd reset(products);
         while (products.step())
             result.elementsByProduct.emplace_back(std::string(products.text(0)),
                                                   static_cast<std::uint64_t>(products.integer(1)));
         Connection& connection = lease.connection();
-        result.fileBytes =
-            static_cast<std::uint64_t>(connection.database().execAndGet("PRAGMA page_count").getInt64() *
-                                       connection.database().execAndGet("PRAGMA page_size").getInt64());
+        result.fileBytes = static_cast<std::uint64_t>(
+            connection.database().execAndGet("PRAGMA page_count").getInt64() *
+            connection.database().execAndGet("PRAGMA page_size").getInt64());
         return result;
     });
 }

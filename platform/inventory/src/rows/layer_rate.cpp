@@ -140,8 +140,8 @@ constexpr NamedRate kNamed[] = {
     {316, "LR_DSR_100Gigabit_Ethernet"},
 };
 
-/// Contiguous concatenation of n STS-1: the number is n and an offset that shrinks by one behind each n that
-/// has a number of its own.
+/// Contiguous concatenation of n STS-1: the number is n and an offset that shrinks by one behind
+/// each n that has a number of its own.
 struct ConcatenationOffset {
     int first;
     int last;

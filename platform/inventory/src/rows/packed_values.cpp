@@ -83,8 +83,8 @@ class Reader {
         const std::uint64_t count = number();
         takeList(layer.parameters, [count](std::size_t taken) { return taken < count; });
     }
-    /// Entries as long as `isMore` of those taken; they take the place, and the room, of those that are
-    /// there.
+    /// Entries as long as `isMore` of those taken; they take the place, and the room, of those that
+    /// are there.
     template <class List, class IsMore>
     void takeList(List& list, IsMore isMore) {
         std::size_t taken = 0;

@@ -8,8 +8,8 @@
 
 namespace kelp::inventory {
 
-// Lists as they stand in a column of a row: numbers in groups of 7 bits, the lowest first; a text is its
-// length and its bytes. An empty list is empty.
+// Lists as they stand in a column of a row: numbers in groups of 7 bits, the lowest first; a text
+// is its length and its bytes. An empty list is empty.
 
 std::string packed(const NameValues& values);
 std::string packed(const LayerRates& rates);

@@ -6,9 +6,9 @@
 #include <optional>
 #include <sstream>
 
+#include "database/table.h"
 #include "files/csv_text.h"
 #include "files/json_text.h"
-#include "database/table.h"
 
 namespace kelp::inventory {
 
@@ -186,8 +186,9 @@ class CsvFile final : public RecordSource {
             const bool isKnown = isKeyOf(kind_, name);
             if (isKnown && columns_.try_emplace(name, columns_.size()).second)
                 continue;
-            problems.add(1, name,
-                         isKnown ? "this column is there twice" : "is no column of this kind of object");
+            problems.add(
+                1, name,
+                isKnown ? "this column is there twice" : "is no column of this kind of object");
             isUsable_ = false;
         }
     }

@@ -4,16 +4,17 @@
 #include <limits>
 #include <type_traits>
 
+#include "database/table.h"
 #include "names/name_rules.h"
 #include "names/record_names.h"
 #include "rows/row_reader.h"
-#include "database/table.h"
 
 namespace kelp::inventory {
 
 namespace {
 
-// What the values together must keep to; returns the attribute and what is wrong with it, or an empty text.
+// What the values together must keep to; returns the attribute and what is wrong with it, or an
+// empty text.
 std::pair<const char*, std::string> problemOf(const ManagedElement& row) {
     if (row.nativeEMSName.empty())
         return {"nativeEMSName", "must not be empty"};
@@ -21,15 +22,17 @@ std::pair<const char*, std::string> problemOf(const ManagedElement& row) {
 }
 std::pair<const char*, std::string> problemOf(const EquipmentHolder& row) {
     const std::string type = holderTypeOf(row.name);
-    return {"holderType", row.holderType == type
-                              ? ""
-                              : shown(row.holderType) + " is not what the name says, \"" + type + "\""};
+    return {"holderType",
+            row.holderType == type
+                ? ""
+                : shown(row.holderType) + " is not what the name says, \"" + type + "\""};
 }
 std::pair<const char*, std::string> problemOf(const Equipment&) {
     return {"", ""};
 }
 std::pair<const char*, std::string> problemOf(const TerminationPoint& row) {
-    return {"transmissionParams", row.transmissionParams.empty() ? "must name a layer rate at least" : ""};
+    return {"transmissionParams",
+            row.transmissionParams.empty() ? "must name a layer rate at least" : ""};
 }
 std::pair<const char*, std::string> problemOf(const TopologicalLink& row) {
     return {"rate", row.rate == 0 ? "is missing" : ""};
@@ -78,8 +81,9 @@ std::uint32_t RowImport::Lines::note(std::int64_t id, std::uint64_t line) {
 
 RowImport::Outcome RowImport::take(const Record& record, IfMissing ifMissing) {
     Outcome outcome = Outcome::Wrong;
-    withKind(record.kind,
-             [&](const auto& row) { outcome = takeRow<std::decay_t<decltype(row)>>(record, ifMissing); });
+    withKind(record.kind, [&](const auto& row) {
+        outcome = takeRow<std::decay_t<decltype(row)>>(record, ifMissing);
+    });
     return outcome;
 }
 
@@ -140,7 +144,8 @@ bool RowImport::takeAttributes(const Record& record, Row& row, Whether whether) 
     const std::uint64_t before = problems_.count();
     Table<Row>::visit(row, [&](const char* key, auto& value) {
         CellValue room;
-        const Json* const given = record.find(key, cellFormOf<std::decay_t<decltype(value)>>(), room);
+        const Json* const given =
+            record.find(key, cellFormOf<std::decay_t<decltype(value)>>(), room);
         if (given == nullptr)
             return;
         const std::string problem = room.problem.empty() ? assign(*given, value) : room.problem;

@@ -13,7 +13,8 @@
 
 namespace kelp::inventory {
 
-/// Writes the objects of an import, one record after the other, within a transaction of the caller's.
+/// Writes the objects of an import, one record after the other, within a transaction of the
+/// caller's.
 class RowImport {
   public:
     enum class Outcome { Added, Updated, Wrong, RefersToMissing };

@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
-#include "rows/packed_values.h"
 #include "database/table.h"
+#include "rows/packed_values.h"
 #include "rows/words.h"
 
 namespace kelp::inventory {
@@ -29,7 +29,8 @@ std::string selection(Detail detail) {
     for (const char* const name : Table<Row>::kNameColumns)
         columns += std::string(", ") + name;
     Row row;
-    visitRead(row, detail, [&](const char* name, const auto&) { columns += std::string(", ") + name; });
+    visitRead(row, detail,
+              [&](const char* name, const auto&) { columns += std::string(", ") + name; });
     return std::string("SELECT NULL FROM ") + Table<Row>::kName +
            " WHERE id BETWEEN ?1 AND ?2 AND pass_row(?3, " + columns + ") ORDER BY id";
 }
@@ -59,7 +60,9 @@ void take(Columns& columns, Value& value) {
 
 template <class Row>
 RowReader<Row>::RowReader(Connection& connection, Detail detail)
-    : names_(connection), detail_(detail), statement_(connection.prepared(selection<Row>(detail))) {}
+    : names_(connection),
+      detail_(detail),
+      statement_(connection.prepared(selection<Row>(detail))) {}
 
 template <class Row>
 void RowReader<Row>::takeRow(Columns& columns, Row& row) {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "database/connection.h"
-#include "names/name_index.h"
 #include "database/scan.h"
+#include "names/name_index.h"
 
 namespace kelp::inventory {
 

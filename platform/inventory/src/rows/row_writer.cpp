@@ -4,8 +4,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "rows/packed_values.h"
 #include "database/table.h"
+#include "rows/packed_values.h"
 
 namespace kelp::inventory {
 
@@ -74,7 +74,8 @@ constexpr int kNamed = static_cast<int>(Table<Row>::kNameColumns.size());
 /// The columns of the name and the attributes, in this order.
 template <class Row>
 std::string insertion() {
-    std::vector<std::string> names(Table<Row>::kNameColumns.begin(), Table<Row>::kNameColumns.end());
+    std::vector<std::string> names(Table<Row>::kNameColumns.begin(),
+                                   Table<Row>::kNameColumns.end());
     for (std::string& name : attributeNames<Row>())
         names.push_back(std::move(name));
     std::string columns;
@@ -83,10 +84,12 @@ std::string insertion() {
         columns += (i == 0 ? "" : ", ") + names[i];
         places += (i == 0 ? "?" : ", ?") + std::to_string(i + 1);
     }
-    return std::string("INSERT INTO ") + Table<Row>::kName + " (" + columns + ") VALUES (" + places + ")";
+    return std::string("INSERT INTO ") + Table<Row>::kName + " (" + columns + ") VALUES (" +
+           places + ")";
 }
 
-/// The columns of the name, which stay, take part by their places only, so that both statements bind alike.
+/// The columns of the name, which stay, take part by their places only, so that both statements
+/// bind alike.
 template <class Row>
 std::string updating() {
     std::string sets;
@@ -134,12 +137,14 @@ void RowWriter::update(const Row& row, const References& references) {
     }
 }
 
-void RowWriter::setSubnetworks(std::int64_t elementId, const std::vector<std::int64_t>& subnetworks) {
-    Prepared& removal = connection_.prepared("DELETE FROM subnetwork_element WHERE element_id = ?1");
+void RowWriter::setSubnetworks(std::int64_t elementId,
+                               const std::vector<std::int64_t>& subnetworks) {
+    Prepared& removal =
+        connection_.prepared("DELETE FROM subnetwork_element WHERE element_id = ?1");
     removal.bind(1, elementId);
     removal.execute();
-    Prepared& membership =
-        connection_.prepared("INSERT INTO subnetwork_element (subnetwork_id, element_id) VALUES (?1, ?2)");
+    Prepared& membership = connection_.prepared(
+        "INSERT INTO subnetwork_element (subnetwork_id, element_id) VALUES (?1, ?2)");
     for (const std::int64_t subnetwork : subnetworks) {
         membership.bind(1, subnetwork);
         membership.bind(2, elementId);
@@ -150,7 +155,8 @@ void RowWriter::setSubnetworks(std::int64_t elementId, const std::vector<std::in
 void RowWriter::removeAll() {
     connection_.prepared("DELETE FROM subnetwork_element").execute();
     forEachKind([this](const auto& row) {
-        connection_.prepared(std::string("DELETE FROM ") + Table<std::decay_t<decltype(row)>>::kName)
+        connection_
+            .prepared(std::string("DELETE FROM ") + Table<std::decay_t<decltype(row)>>::kName)
             .execute();
     });
 }

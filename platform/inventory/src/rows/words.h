@@ -28,13 +28,16 @@ inline constexpr auto kWordsOf<HolderState> = std::array{"EMPTY",
                                                          "UNAVAILABLE",
                                                          "UNKNOWN"};
 template <>
-inline constexpr auto kWordsOf<Directionality> = std::array{"D_NA", "D_BIDIRECTIONAL", "D_SOURCE", "D_SINK"};
+inline constexpr auto kWordsOf<Directionality> =
+    std::array{"D_NA", "D_BIDIRECTIONAL", "D_SOURCE", "D_SINK"};
 template <>
-inline constexpr auto kWordsOf<TpConnectionState> = std::array{
-    "TPCS_NA", "TPCS_SOURCE_CONNECTED", "TPCS_SINK_CONNECTED", "TPCS_BI_CONNECTED", "TPCS_NOT_CONNECTED"};
+inline constexpr auto kWordsOf<TpConnectionState> =
+    std::array{"TPCS_NA", "TPCS_SOURCE_CONNECTED", "TPCS_SINK_CONNECTED", "TPCS_BI_CONNECTED",
+               "TPCS_NOT_CONNECTED"};
 template <>
-inline constexpr auto kWordsOf<TerminationMode> = std::array{
-    "TM_NA", "TM_NEITHER_TERMINATED_NOR_AVAILABLE_FOR_MAPPING", "TM_TERMINATED_AND_AVAILABLE_FOR_MAPPING"};
+inline constexpr auto kWordsOf<TerminationMode> =
+    std::array{"TM_NA", "TM_NEITHER_TERMINATED_NOR_AVAILABLE_FOR_MAPPING",
+               "TM_TERMINATED_AND_AVAILABLE_FOR_MAPPING"};
 template <>
 inline constexpr auto kWordsOf<TpProtection> = std::array{"TPPA_NA", "TPPA_PSR_RELATED"};
 template <>

@@ -4,9 +4,9 @@
 
 #include <mutex>
 
+#include "delivery/qos.h"
 #include "filter/filter_list.h"
 #include "owners/owner.h"
-#include "delivery/qos.h"
 #include "types/type_list.h"
 
 namespace kelp::notification {
@@ -20,8 +20,8 @@ class SharedQos {
         const std::lock_guard guard(mutex_);
         return qos_;
     }
-    /// Changes them and has the new ones applied, one change after the other, so that what was applied last
-    /// is what get() returns. Throws what changedQos throws.
+    /// Changes them and has the new ones applied, one change after the other, so that what was
+    /// applied last is what get() returns. Throws what changedQos throws.
     template <class Apply>
     void change(const CosNotification::QoSProperties& wanted, Apply apply) {
         const std::lock_guard order(changes_);

@@ -1,11 +1,11 @@
 #include <kelp/notification/channel.h>
 
-#include "owners/clearance.h"
+#include <optional>
+
 #include "channel/core.h"
 #include "filter/filter_factory.h"
+#include "owners/clearance.h"
 #include "servants/event_channel.h"
-
-#include <optional>
 
 namespace kelp::notification {
 
@@ -45,8 +45,10 @@ Channel::Channel(CORBA::ORB_ptr orb, const ChannelSettings& settings, LossListen
     state_->poa = makePoa(orb);
     state_->core = std::make_shared<ChannelCore>(state_->poa.in(), settings, listener);
     state_->clearance.emplace(state_->core, settings.guard, settings.grace);
-    const CORBA::Object_var factory = state_->core->activate(new FilterFactoryServant(state_->core), {});
-    const CosNotifyFilter::FilterFactory_var filters = CosNotifyFilter::FilterFactory::_narrow(factory.in());
+    const CORBA::Object_var factory =
+        state_->core->activate(new FilterFactoryServant(state_->core), {});
+    const CosNotifyFilter::FilterFactory_var filters =
+        CosNotifyFilter::FilterFactory::_narrow(factory.in());
     state_->servant = new EventChannelServant(state_->core, filters.in());
     state_->servant->_add_ref();
     state_->keeper = state_->servant;
@@ -95,7 +97,8 @@ void Channel::stop() {
     state_->core->stop();
     state_->servant->close(SupplierPart::Consumer::IsNotTold);
     try {
-        // the objects' calls in progress end by themselves: nothing is pushed any more and no pull waits
+        // the objects' calls in progress end by themselves: nothing is pushed any more and no pull
+        // waits
         state_->poa->destroy(true, true);
     } catch (const CORBA::SystemException&) {
         // the ORB has gone, and its adapters with it

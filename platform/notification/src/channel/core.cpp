@@ -20,7 +20,8 @@ AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
     return AdminLimitExceeded(told);
 }
 
-/// Of the address that the request in hand comes from, and of the owner; null when one of them has no more.
+/// Of the address that the request in hand comes from, and of the owner; null when one of them has
+/// no more.
 KeyedPlaces::Place placeIn(AddressPlaces& ofAddress, KeyedPlaces& ofOwner, const OwnerPtr& owner) {
     using Places = std::pair<KeyedPlaces::Place, KeyedPlaces::Place>;
     Places places(ofAddress.take(kelp::orb::currentPeer()),
@@ -38,11 +39,12 @@ KeyedPlaces::Place required(KeyedPlaces::Place place) {
 
 }  // namespace
 
-ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener)
+ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings,
+                         LossListener* listener)
     : ChannelCore(poa, settings, listener, new GuardedObjects(settings.guard)) {}
 
-ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener,
-                         GuardedObjects* objects)
+ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings,
+                         LossListener* listener, GuardedObjects* objects)
     : poa_(PortableServer::POA::_duplicate(poa)),
       locator_(objects),
       objects_(objects),
@@ -65,7 +67,8 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
     poa_->set_servant_manager(locator_.in());
 }
 
-CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant, const ObjectRights& rights) {
+CORBA::Object_ptr ChannelCore::activate(PortableServer::Servant servant,
+                                        const ObjectRights& rights) {
     const PortableServer::ServantBase_var handedOver = servant;
     const PortableServer::ObjectId_var id = objects_->enter(servant, rights);
     const std::string interface = kelp::orb::repositoryId(servant);
@@ -199,8 +202,9 @@ void ChannelCore::changeLimits(const CosNotification::AdminProperties& wanted) {
 KeyedPlaces::Place ChannelCore::takeConsumerPlace(const OwnerPtr& owner) {
     KeyedPlaces::Place place = placeIn(consumerPlaces_, consumersOfOwner_, owner);
     if (!place)
-        throw exceeded(CosNotification::MaxConsumers,
-                       static_cast<std::int32_t>(std::min(consumerPlaces_.max(), consumersOfOwner_.max())));
+        throw exceeded(
+            CosNotification::MaxConsumers,
+            static_cast<std::int32_t>(std::min(consumerPlaces_.max(), consumersOfOwner_.max())));
     const std::lock_guard guard(mutex_);
     if (limits_.maxConsumers > 0 && consumers_ >= limits_.maxConsumers)
         throw exceeded(CosNotification::MaxConsumers, limits_.maxConsumers);
@@ -216,7 +220,8 @@ void ChannelCore::giveConsumerPlace() {
 KeyedPlaces::Place ChannelCore::takeSupplierPlace() {
     KeyedPlaces::Place place = supplierPlaces_.take(kelp::orb::currentPeer());
     if (!place)
-        throw exceeded(CosNotification::MaxSuppliers, static_cast<std::int32_t>(supplierPlaces_.max()));
+        throw exceeded(CosNotification::MaxSuppliers,
+                       static_cast<std::int32_t>(supplierPlaces_.max()));
     const std::lock_guard guard(mutex_);
     if (limits_.maxSuppliers > 0 && suppliers_ >= limits_.maxSuppliers)
         throw exceeded(CosNotification::MaxSuppliers, limits_.maxSuppliers);

@@ -6,26 +6,27 @@
 #include <mutex>
 #include <vector>
 
-#include "owners/address_places.h"
-#include "types/change_notices.h"
-#include "delivery/dispatcher.h"
 #include "channel/farewells.h"
-#include "filter/filter_stage.h"
-#include "owners/guarded_objects.h"
-#include "types/offers.h"
+#include "delivery/dispatcher.h"
 #include "delivery/outlet.h"
 #include "delivery/qos.h"
+#include "filter/filter_stage.h"
+#include "owners/address_places.h"
+#include "owners/guarded_objects.h"
+#include "types/change_notices.h"
+#include "types/offers.h"
 
 namespace kelp::notification {
 
 /// The number of the admins that the channel makes itself.
 inline constexpr CosNotifyChannelAdmin::AdminID kDefaultAdmin = 0;
 
-/// What the channel's objects share: the outlets, the delivery threads, the object adapter, the limits. Lives
-/// until the last servant that refers to it has gone.
+/// What the channel's objects share: the outlets, the delivery threads, the object adapter, the
+/// limits. Lives until the last servant that refers to it has gone.
 class ChannelCore {
   public:
-    ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener);
+    ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings,
+                LossListener* listener);
 
     Dispatcher& dispatcher() { return dispatcher_; }
     const ChannelSettings& settings() const { return settings_; }
@@ -36,23 +37,28 @@ class ChannelCore {
     /// Takes the servant's object away; harmless when it is away already.
     void deactivate(PortableServer::Servant servant);
 
-    /// Takes all of them away, for good. The objects refer to this core, and it to them, until then.
+    /// Takes all of them away, for good. The objects refer to this core, and it to them, until
+    /// then.
     void forgetObjects() { objects_->close(); }
 
-    /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is fine.
-    void requireCallable(CORBA::Object_ptr reference) const { objects_->requireCallable(reference); }
+    /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is
+    /// fine.
+    void requireCallable(CORBA::Object_ptr reference) const {
+        objects_->requireCallable(reference);
+    }
 
     /// NO_PERMISSION unless the request in hand comes from an address that may supply.
     void requireSupplier() const { objects_->requireSupplier(); }
 
-    /// The servant of a filter of this channel, with a reference that the caller owns; null when the filter
-    /// was destroyed. Throws NO_IMPLEMENT for a filter of another process: asking it would let one consumer's
-    /// filter hold up the events of all. BAD_PARAM for nil, NO_PERMISSION for a filter that is not the
-    /// caller's.
+    /// The servant of a filter of this channel, with a reference that the caller owns; null when
+    /// the filter was destroyed. Throws NO_IMPLEMENT for a filter of another process: asking it
+    /// would let one consumer's filter hold up the events of all. BAD_PARAM for nil, NO_PERMISSION
+    /// for a filter that is not the caller's.
     PortableServer::Servant requireOwn(CosNotifyFilter::Filter_ptr filter) const;
 
     // -- owners
-    /// The owner of what the request in hand makes with an object of this owner; null inside the process.
+    /// The owner of what the request in hand makes with an object of this owner; null inside the
+    /// process.
     OwnerPtr ownerOfCaller(const OwnerPtr& parent = nullptr);
     Caller caller() const { return objects_->owners().caller(); }
     std::vector<OwnerPtr> owners() { return objects_->owners().all(); }
@@ -68,7 +74,8 @@ class ChannelCore {
     void push(const EventPtr& event);
     void tellLost(const Event& first);
     void addOutlet(const std::shared_ptr<Outlet>& outlet);
-    /// Takes a closed outlet out. Without memory it stays listed until the next change, and gets nothing.
+    /// Takes a closed outlet out. Without memory it stays listed until the next change, and gets
+    /// nothing.
     void removeOutlet(const Outlet* outlet) noexcept;
     /// To be called a few times a second; see Subscription::tend().
     void tend(std::chrono::steady_clock::time_point now);
@@ -80,8 +87,8 @@ class ChannelCore {
     // -- limits
     AdminLimits limits() const;
     void changeLimits(const CosNotification::AdminProperties& wanted);
-    /// A place for one more consumer or supplier of this owner and of the peer of the request in hand, to be
-    /// held until the proxy ends; throws AdminLimitExceeded.
+    /// A place for one more consumer or supplier of this owner and of the peer of the request in
+    /// hand, to be held until the proxy ends; throws AdminLimitExceeded.
     KeyedPlaces::Place takeConsumerPlace(const OwnerPtr& owner);
     void giveConsumerPlace();
     KeyedPlaces::Place takeSupplierPlace();
@@ -107,8 +114,8 @@ class ChannelCore {
   private:
     using Outlets = std::vector<std::shared_ptr<Outlet>>;
 
-    ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings, LossListener* listener,
-                GuardedObjects* objects);
+    ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings,
+                LossListener* listener, GuardedObjects* objects);
 
     PortableServer::POA_var poa_;
     const PortableServer::ServantLocator_var locator_;  // keeps objects_
@@ -137,7 +144,8 @@ class ChannelCore {
     std::int32_t consumers_ = 0;
     std::int32_t suppliers_ = 0;
     bool stopped_ = false;
-    std::mutex intake_;  // one event after the other, so that every consumer gets them in the same order
+    std::mutex
+        intake_;  // one event after the other, so that every consumer gets them in the same order
 };
 
 }  // namespace kelp::notification

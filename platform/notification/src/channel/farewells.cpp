@@ -1,7 +1,6 @@
 #include "channel/farewells.h"
 
 #include <kelp/util/trace_log.h>
-
 #include <malloc.h>
 
 #include <exception>

@@ -10,9 +10,9 @@
 
 namespace kelp::notification {
 
-/// Tells peers of their end by separate threads, so that nobody waits for a peer that does not answer. There
-/// are a few; they begin with the first farewell and end when there are no more. The last one gives freed
-/// memory back to the system. Thread safe.
+/// Tells peers of their end by separate threads, so that nobody waits for a peer that does not
+/// answer. There are a few; they begin with the first farewell and end when there are no more. The
+/// last one gives freed memory back to the system. Thread safe.
 class Farewells {
   public:
     Farewells() = default;
@@ -21,7 +21,8 @@ class Farewells {
     Farewells(const Farewells&) = delete;
     Farewells& operator=(const Farewells&) = delete;
 
-    /// Has say() make the call soon; not with 2000 of them waiting already. Nothing for an empty one.
+    /// Has say() make the call soon; not with 2000 of them waiting already. Nothing for an empty
+    /// one.
     void tell(Farewell farewell, std::string name);
     /// Gives freed memory back to the system once there are no more farewells.
     void giveMemoryBack();

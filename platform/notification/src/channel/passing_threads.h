@@ -9,14 +9,14 @@
 
 namespace kelp::notification {
 
-/// Threads that begin when there is work and end when there is none. Not thread safe: all members are called
-/// under one lock of the owner's.
+/// Threads that begin when there is work and end when there is none. Not thread safe: all members
+/// are called under one lock of the owner's.
 class PassingThreads {
   public:
     using Self = std::list<std::thread>::iterator;
 
-    /// Starts a thread that runs `body` and calls leave() at its end. Throws std::system_error when there is
-    /// none to be had.
+    /// Starts a thread that runs `body` and calls leave() at its end. Throws std::system_error when
+    /// there is none to be had.
     void start(const std::string& name, std::function<void(Self)> body);
     /// The last that a thread does under the lock.
     void leave(Self self);

@@ -25,9 +25,10 @@ void say(const Farewell& farewell, const std::string& name) {
         const kelp::orb::ScopedThreadTimeout limit(kFarewellTimeout);
         farewell();
     } catch (const CORBA::Exception& failure) {
-        kelp::util::traceFrom("notification",
-                              name + " could not be disconnected: " + kelp::orb::exceptionText(failure),
-                              kelp::util::TraceKind::Exception);
+        kelp::util::traceFrom(
+            "notification",
+            name + " could not be disconnected: " + kelp::orb::exceptionText(failure),
+            kelp::util::TraceKind::Exception);
     }
 }
 

@@ -7,10 +7,12 @@
 
 namespace kelp::notification {
 
-// Peers of a TypeFeed. The reference is not nil, and whether its object has the operation is asked for with
-// each call only: a peer may be of the older event service, which has none. Such a call is a BAD_OPERATION.
+// Peers of a TypeFeed. The reference is not nil, and whether its object has the operation is asked
+// for with each call only: a peer may be of the older event service, which has none. Such a call is
+// a BAD_OPERATION.
 
-/// Tells the peer of a proxy that the proxy has ended. Raises anything of CORBA. Empty for a nil peer.
+/// Tells the peer of a proxy that the proxy has ended. Raises anything of CORBA. Empty for a nil
+/// peer.
 using Farewell = std::function<void()>;
 
 /// `disconnect` makes the call.

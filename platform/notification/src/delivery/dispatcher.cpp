@@ -12,11 +12,12 @@ namespace kelp::notification {
 
 namespace {
 
-/// Consumers that do not answer come in crowds: after a while without one its threads are not needed.
+/// Consumers that do not answer come in crowds: after a while without one its threads are not
+/// needed.
 constexpr std::chrono::seconds kIdleTime{10};
 
-/// By value: another thread may take the entry this time belongs to while this one sleeps, and the wait reads
-/// its time again after it woke.
+/// By value: another thread may take the entry this time belongs to while this one sleeps, and the
+/// wait reads its time again after it woke.
 void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
                const Subscription::Clock::time_point when) {
     changed.wait_until(lock, when);
@@ -51,8 +52,8 @@ void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
         fast_.work.notify_one();
 }
 
-void Dispatcher::later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
-                       bool slow) {
+void Dispatcher::later(std::shared_ptr<Subscription> subscription,
+                       Subscription::Clock::time_point when, bool slow) {
     const std::string owner = subscription->ownerKey();
     const Lock lock(mutex_);
     if (stopping_)
@@ -73,7 +74,8 @@ bool Dispatcher::addThread(Lane& lane) {
     } catch (const std::exception& failure) {
         if (lane.threads == 0)
             throw;
-        kelp::util::traceFrom("dispatcher", std::string("a thread could not be started: ") + failure.what(),
+        kelp::util::traceFrom("dispatcher",
+                              std::string("a thread could not be started: ") + failure.what(),
                               kelp::util::TraceKind::Exception);
         return false;
     }
@@ -126,7 +128,8 @@ Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left
             waitUntil(lane.work, lock, *due);
         else if (isFast)
             lane.work.wait(lock);
-        else if (lane.work.wait_for(lock, kIdleTime) == std::cv_status::timeout && lane.turns.empty())
+        else if (lane.work.wait_for(lock, kIdleTime) == std::cv_status::timeout &&
+                 lane.turns.empty())
             return {};
     }
     return {};

@@ -1,16 +1,16 @@
 #pragma once
 
+#include <thread>
+
 #include "delivery/subscription.h"
 #include "delivery/turns.h"
 
-#include <thread>
-
 namespace kelp::notification {
 
-/// The threads that deliver events. One pool grows and shrinks with the consumers, up to a limit; a small
-/// separate one serves those that did not answer, so that however many of them hang the others keep their
-/// threads. Its threads end when there has been nothing to do for 10 s. In both the owners of the consumers
-/// take turns.
+/// The threads that deliver events. One pool grows and shrinks with the consumers, up to a limit; a
+/// small separate one serves those that did not answer, so that however many of them hang the
+/// others keep their threads. Its threads end when there has been nothing to do for 10 s. In both
+/// the owners of the consumers take turns.
 class Dispatcher final : public Subscription::Scheduler {
   public:
     Dispatcher(std::size_t threadsMax, std::size_t slowThreads);
@@ -19,8 +19,8 @@ class Dispatcher final : public Subscription::Scheduler {
     Dispatcher(const Dispatcher&) = delete;
     Dispatcher& operator=(const Dispatcher&) = delete;
 
-    /// Makes threads for this number of consumers, up to the limit. Threads beyond it end once they have
-    /// nothing in hand.
+    /// Makes threads for this number of consumers, up to the limit. Threads beyond it end once they
+    /// have nothing in hand.
     void serveConsumers(std::size_t count);
     void ready(std::shared_ptr<Subscription> subscription) override;
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
@@ -42,11 +42,12 @@ class Dispatcher final : public Subscription::Scheduler {
         std::size_t threads = 0;
     };
 
-    /// False, and traced, when there can be no more threads than there are. Throws when there is none.
+    /// False, and traced, when there can be no more threads than there are. Throws when there is
+    /// none.
     bool addThread(Lane& lane);
     void run(Lane& lane);
-    /// For a thread that has just served a consumer of `left`, if any. Without a subscription when it is to
-    /// end.
+    /// For a thread that has just served a consumer of `left`, if any. Without a subscription when
+    /// it is to end.
     Turns::Waiting next(Lane& lane, Lock& lock, const Turns::Owner* left);
     void leave(Lock& lock, Lane& lane);
     void joinEnded(Lock& lock);

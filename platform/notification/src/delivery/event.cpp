@@ -22,7 +22,9 @@ Clock::time_point fromUtc(std::uint64_t utc) {
 EventQos qosOf(const CosNotification::PropertySeq& header, const EventDefaults& defaults) {
     EventQos qos = defaults.qos;
     for (CORBA::ULong i = 0; i < header.length(); ++i) {
-        const auto isNamed = [&](const char* name) { return std::strcmp(header[i].name.in(), name) == 0; };
+        const auto isNamed = [&](const char* name) {
+            return std::strcmp(header[i].name.in(), name) == 0;
+        };
         CORBA::Short priority = 0;
         CORBA::ULongLong timeout = 0;
         if (isNamed(CosNotification::Priority) && (header[i].value >>= priority)) {
@@ -40,7 +42,8 @@ EventQos qosOf(const CosNotification::PropertySeq& header, const EventDefaults& 
 }  // namespace
 
 EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventDefaults& defaults) {
-    return std::make_shared<const Event>(body, Clock::now(), qosOf(body.header.variable_header, defaults));
+    return std::make_shared<const Event>(body, Clock::now(),
+                                         qosOf(body.header.variable_header, defaults));
 }
 
 EventPtr takeIn(const CORBA::Any& any, const EventDefaults& defaults) {

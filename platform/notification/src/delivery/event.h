@@ -20,8 +20,8 @@ struct EventQos {
 
 /// An event from its taking-in on: never changed, shared by all queues.
 struct Event : kelp::orb::SharedEvent {
-    Event(const CosNotification::StructuredEvent& event, std::chrono::steady_clock::time_point takenAt,
-          const EventQos& eventQos = {})
+    Event(const CosNotification::StructuredEvent& event,
+          std::chrono::steady_clock::time_point takenAt, const EventQos& eventQos = {})
         : SharedEvent(event), taken(takenAt), qos(eventQos) {}
 
     const std::chrono::steady_clock::time_point taken;
@@ -35,11 +35,11 @@ struct EventDefaults {
     bool heedsStop = true;
 };
 
-/// The qualities come from the event's variable header (Priority, Timeout, StopTime) and, where it has none,
-/// from `defaults`. A property of another type than the standard's is none.
+/// The qualities come from the event's variable header (Priority, Timeout, StopTime) and, where it
+/// has none, from `defaults`. A property of another type than the standard's is none.
 EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventDefaults& defaults = {});
-/// An Any that holds a structured event is that event; any other becomes the remainder of the body of an
-/// event of type "%ANY" (Notification Service 2.1.4).
+/// An Any that holds a structured event is that event; any other becomes the remainder of the body
+/// of an event of type "%ANY" (Notification Service 2.1.4).
 EventPtr takeIn(const CORBA::Any& any, const EventDefaults& defaults = {});
 /// The other way round.
 CORBA::Any asAny(const Event& event);

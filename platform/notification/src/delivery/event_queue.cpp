@@ -96,9 +96,9 @@ EventPtr EventQueue::clear() {
 EventQueue::Time EventQueue::oldestTaken() const {
     if (rules_.order == Order::Arrival)
         return events_.front().event->taken;
-    const auto oldest =
-        std::min_element(events_.begin(), events_.end(),
-                         [](const Entry& left, const Entry& right) { return left.number < right.number; });
+    const auto oldest = std::min_element(
+        events_.begin(), events_.end(),
+        [](const Entry& left, const Entry& right) { return left.number < right.number; });
     return oldest->event->taken;
 }
 
@@ -121,7 +121,8 @@ EventQueue::Entries::iterator EventQueue::toDiscard() {
         case Discard::Newest:
             if (rules_.order == Order::Arrival)
                 return std::prev(events_.end());
-            return least([](const Entry& left, const Entry& right) { return left.number > right.number; });
+            return least(
+                [](const Entry& left, const Entry& right) { return left.number > right.number; });
         case Discard::Oldest:
             break;
     }
@@ -137,7 +138,8 @@ std::int16_t EventQueue::priorityOf(const Entry& entry) const {
 EventQueue::Time EventQueue::deadlineOf(const Entry& entry) const {
     const std::chrono::milliseconds timeout = entry.event->qos.timeout.value_or(rules_.timeout);
     const Time byTimeout = timeout.count() > 0 ? entry.event->taken + timeout : Time::max();
-    return rules_.heedsStop ? std::min(byTimeout, entry.event->qos.stop.value_or(Time::max())) : byTimeout;
+    return rules_.heedsStop ? std::min(byTimeout, entry.event->qos.stop.value_or(Time::max()))
+                            : byTimeout;
 }
 
 bool EventQueue::isBefore(const Entry& left, const Entry& right) const {

@@ -1,18 +1,19 @@
 #pragma once
 
-#include "delivery/event.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <vector>
 
+#include "delivery/event.h"
+
 namespace kelp::notification {
 
-/// The order in which waiting events are delivered. Events that are alike in it keep that of their arrival.
+/// The order in which waiting events are delivered. Events that are alike in it keep that of their
+/// arrival.
 enum class Order { Arrival, Priority, Deadline };
-/// Which event goes when one more does not fit. By priority the lowest goes, by deadline the one that expires
-/// soonest; the oldest of several.
+/// Which event goes when one more does not fit. By priority the lowest goes, by deadline the one
+/// that expires soonest; the oldest of several.
 enum class Discard { Oldest, Newest, LowestPriority, SoonestDeadline };
 
 /// How one consumer's events wait. Priority and time-out are for events that bring none.
@@ -33,27 +34,29 @@ class EventQueue {
 
     explicit EventQueue(std::size_t limit) : limit_(limit) {}
 
-    /// `isOwn`: the consumer itself has chosen the limit, so what does not fit is lost by its own choice.
+    /// `isOwn`: the consumer itself has chosen the limit, so what does not fit is lost by its own
+    /// choice.
     void setLimit(std::size_t limit, bool isOwn = false);
     std::size_t limit() const { return limit_; }
     bool hasOwnLimit() const { return hasOwnLimit_; }
     /// The events that wait are put into their new order.
     void setRules(const QueueRules& rules);
 
-    /// Takes an event in and returns what was discarded for it: null, another one, or the event itself.
-    /// Events being delivered are never discarded.
+    /// Takes an event in and returns what was discarded for it: null, another one, or the event
+    /// itself. Events being delivered are never discarded.
     EventPtr add(const EventPtr& event);
-    /// Counts an event that was lost before it could be added; with `isOwn` by the consumer's own doing.
+    /// Counts an event that was lost before it could be added; with `isOwn` by the consumer's own
+    /// doing.
     void countLost(bool isOwn = false);
-    /// The first events, at most `most`; they stay in the queue and count as being delivered until settle()
-    /// or putBack().
+    /// The first events, at most `most`; they stay in the queue and count as being delivered until
+    /// settle() or putBack().
     std::vector<EventPtr> beginDelivery(std::size_t most);
     /// Those being delivered have been (or are lost).
     void settle(bool delivered);
     /// Those being delivered wait again, in their place.
     void putBack() { inDelivery_ = 0; }
-    /// Drops those whose time is over, the ones being delivered excepted: lost by the choice of whoever set
-    /// the time-out.
+    /// Drops those whose time is over, the ones being delivered excepted: lost by the choice of
+    /// whoever set the time-out.
     void expire(Time now);
     /// Drops those that wait, the ones being delivered excepted. The first one dropped.
     EventPtr clear();

@@ -9,7 +9,8 @@
 
 namespace kelp::notification {
 
-Outlet::Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin, CosNotifyChannelAdmin::ProxyID proxy)
+Outlet::Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin,
+               CosNotifyChannelAdmin::ProxyID proxy)
     : Subscription(core.dispatcher(), core.settings().delivery, core.queueLimit()),
       qos(admin->qos.get(), QosSide::Consumer),
       core_(core),
@@ -81,7 +82,8 @@ bool Outlet::isSubscribedTo(const CosNotification::StructuredEvent& event) const
 
 bool Outlet::passes(const Sieve::Item& item) {
     Budget budget(core_.settings().perOwner.evaluationCost);
-    const bool isWanted = judgedByGroups(admin_->op, item.ofAdmin, item.ofProxy, item.event->body, budget);
+    const bool isWanted =
+        judgedByGroups(admin_->op, item.ofAdmin, item.ofProxy, item.event->body, budget);
     if (budget.isSpent())
         isTooCostly_ = true;
     return isWanted;

@@ -1,24 +1,25 @@
 #pragma once
 
-#include "channel/admin_data.h"
-#include "filter/filter_stage.h"
-#include "filter/sieve.h"
-#include "delivery/subscription.h"
-
 #include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "channel/admin_data.h"
+#include "delivery/subscription.h"
+#include "filter/filter_stage.h"
+#include "filter/sieve.h"
+
 namespace kelp::notification {
 
 class ChannelCore;
 
-/// One proxy supplier's way out of the channel: what passes the filters goes to its subscription. Events are
-/// filtered by the channel's filter stage, in their order.
+/// One proxy supplier's way out of the channel: what passes the filters goes to its subscription.
+/// Events are filtered by the channel's filter stage, in their order.
 class Outlet final : public Subscription, public FilterStage::Task {
   public:
-    Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin, CosNotifyChannelAdmin::ProxyID proxy);
+    Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin,
+           CosNotifyChannelAdmin::ProxyID proxy);
 
     /// Whose it is. Set once, before the first event.
     void setOwner(OwnerPtr owner) { owner_ = std::move(owner); }
@@ -58,7 +59,8 @@ class Outlet final : public Subscription, public FilterStage::Task {
     const CosNotifyChannelAdmin::ProxyID proxy_;
     OwnerPtr owner_;
     Sieve sieve_;
-    /// An evaluation of its filters has spent its budget: the events that they keep waiting are its own loss.
+    /// An evaluation of its filters has spent its budget: the events that they keep waiting are its
+    /// own loss.
     std::atomic<bool> isTooCostly_{false};
 };
 

@@ -163,15 +163,19 @@ const Quality kQualities[] = {
     {EventReliability, kForBoth | kForEvents,
      [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
      [](const Qos&, CORBA::Any& any) { any <<= BestEffort; }},
-    {ConnectionReliability, kForBoth, [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
+    {ConnectionReliability, kForBoth,
+     [](const CORBA::Any& any, Qos&) { return requireBestEffort(any); },
      [](const Qos&, CORBA::Any& any) { any <<= BestEffort; }},
     {StartTimeSupported, kForBoth, [](const CORBA::Any& any, Qos&) { return requireFalse(any); },
      [](const Qos&, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(false); }},
     {StopTimeSupported, kForBoth,
      [](const CORBA::Any& any, Qos& qos) { return takeFlag(any, qos.stopTimeSupported); },
-     [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(qos.stopTimeSupported); },
+     [](const Qos& qos, CORBA::Any& any) {
+         any <<= CORBA::Any::from_boolean(qos.stopTimeSupported);
+     },
      eitherFlag},
-    {StopTime, kForEvents, [](const CORBA::Any& any, Qos& qos) { return requireStopTime(any, qos); },
+    {StopTime, kForEvents,
+     [](const CORBA::Any& any, Qos& qos) { return requireStopTime(any, qos); },
      [](const Qos&, CORBA::Any&) {}},
     {MaxEventsPerConsumer, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
@@ -181,7 +185,8 @@ const Quality kQualities[] = {
      between<CORBA::Long, 0, kMost>},
     {OrderPolicy, kForConsumers,
      [](const CORBA::Any& any, Qos& qos) {
-         return takeOrder(any, {AnyOrder, FifoOrder, PriorityOrder, DeadlineOrder}, qos.orderPolicy);
+         return takeOrder(any, {AnyOrder, FifoOrder, PriorityOrder, DeadlineOrder},
+                          qos.orderPolicy);
      },
      [](const Qos& qos, CORBA::Any& any) { any <<= CORBA::Short(qos.orderPolicy); },
      between<CORBA::Short, AnyOrder, DeadlineOrder>},
@@ -242,7 +247,9 @@ const Limit kLimits[] = {
      [](const CORBA::Any& any, AdminLimits& limits) {
          return takeNumber<CORBA::Long>(any, 0, kMost, limits.maxQueueLength);
      },
-     [](const AdminLimits& limits, CORBA::Any& any) { any <<= CORBA::Long(limits.maxQueueLength); }},
+     [](const AdminLimits& limits, CORBA::Any& any) {
+         any <<= CORBA::Long(limits.maxQueueLength);
+     }},
     {MaxConsumers,
      [](const CORBA::Any& any, AdminLimits& limits) {
          return takeNumber<CORBA::Long>(any, 0, kMost, limits.maxConsumers);
@@ -263,12 +270,13 @@ PropertyErrorSeq apply(const Table& table, const PropertySeq& wanted, Values& va
     PropertyErrorSeq errors;
     for (CORBA::ULong i = 0; i < wanted.length(); ++i) {
         const char* name = wanted[i].name.in();
-        const auto entry = std::find_if(std::begin(table), std::end(table), [name](const auto& each) {
-            return std::strcmp(each.name, name) == 0;
-        });
+        const auto entry =
+            std::find_if(std::begin(table), std::end(table),
+                         [name](const auto& each) { return std::strcmp(each.name, name) == 0; });
         std::optional<Problem> problem;
         if (entry == std::end(table))
-            problem = Problem{isNamedByTheStandard(name) ? UNSUPPORTED_PROPERTY : BAD_PROPERTY, {}, {}};
+            problem =
+                Problem{isNamedByTheStandard(name) ? UNSUPPORTED_PROPERTY : BAD_PROPERTY, {}, {}};
         else
             problem = entry->take(wanted[i].value, values);
         if (!problem)
@@ -328,7 +336,8 @@ NamedPropertyRangeSeq* othersThan(const QoSProperties& wanted, unsigned sides) {
 }  // namespace
 
 milliseconds fromWireTime(std::uint64_t hundredNs) {
-    return milliseconds((std::min<std::uint64_t>(hundredNs, kLongestTime) + kUnitsPerMs - 1) / kUnitsPerMs);
+    return milliseconds((std::min<std::uint64_t>(hundredNs, kLongestTime) + kUnitsPerMs - 1) /
+                        kUnitsPerMs);
 }
 
 Qos changedQos(const Qos& qos, const QoSProperties& wanted, QosSide side) {

@@ -10,8 +10,9 @@
 
 namespace kelp::notification {
 
-/// Qualities of service of a channel, an admin or a proxy, each taking over those of the one above when it is
-/// made (Notification Service 2.5.5). Times are in milliseconds here and in 100 ns on the wire.
+/// Qualities of service of a channel, an admin or a proxy, each taking over those of the one above
+/// when it is made (Notification Service 2.5.5). Times are in milliseconds here and in 100 ns on
+/// the wire.
 struct Qos {
     std::int32_t maxEventsPerConsumer = 0;  ///< 0: the channel's limit
     std::int16_t discardPolicy = CosNotification::AnyOrder;
@@ -23,12 +24,13 @@ struct Qos {
     bool stopTimeSupported = true;                             ///< the StopTime of events is heeded
 };
 
-/// Whose qualities they are. Each has only those that mean something there: a supplier's proxy has no queue.
+/// Whose qualities they are. Each has only those that mean something there: a supplier's proxy has
+/// no queue.
 enum class QosSide { Channel, Consumer, Supplier };
 
-/// The qualities with the wanted changes. Throws UnsupportedQoS that names every property that is unknown
-/// (BAD_PROPERTY), is not offered on this side (UNSUPPORTED_PROPERTY), has another type or a value outside
-/// its range; nothing is changed then.
+/// The qualities with the wanted changes. Throws UnsupportedQoS that names every property that is
+/// unknown (BAD_PROPERTY), is not offered on this side (UNSUPPORTED_PROPERTY), has another type or
+/// a value outside its range; nothing is changed then.
 Qos changedQos(const Qos& qos, const CosNotification::QoSProperties& wanted,
                QosSide side = QosSide::Consumer);
 CosNotification::QoSProperties* asProperties(const Qos& qos, QosSide side = QosSide::Consumer);
@@ -36,10 +38,10 @@ CosNotification::QoSProperties* asProperties(const Qos& qos, QosSide side = QosS
 CosNotification::NamedPropertyRangeSeq* availableQos(const Qos& qos,
                                                      const CosNotification::QoSProperties& wanted,
                                                      QosSide side = QosSide::Consumer);
-/// The same for the header of a single event that passes a proxy with these qualities. A property that they
-/// switch off is UNAVAILABLE_PROPERTY.
-CosNotification::NamedPropertyRangeSeq* availableEventQos(const Qos& qos,
-                                                          const CosNotification::QoSProperties& wanted);
+/// The same for the header of a single event that passes a proxy with these qualities. A property
+/// that they switch off is UNAVAILABLE_PROPERTY.
+CosNotification::NamedPropertyRangeSeq* availableEventQos(
+    const Qos& qos, const CosNotification::QoSProperties& wanted);
 
 /// A time of the wire. One below a millisecond is a millisecond, not none.
 std::chrono::milliseconds fromWireTime(std::uint64_t hundredNs);
@@ -58,7 +60,8 @@ struct AdminLimits {
 };
 
 /// Throws UnsupportedAdmin likewise.
-AdminLimits changedLimits(const AdminLimits& limits, const CosNotification::AdminProperties& wanted);
+AdminLimits changedLimits(const AdminLimits& limits,
+                          const CosNotification::AdminProperties& wanted);
 CosNotification::AdminProperties* asProperties(const AdminLimits& limits);
 
 }  // namespace kelp::notification

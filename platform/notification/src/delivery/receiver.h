@@ -1,13 +1,13 @@
 #pragma once
 
-#include "delivery/event.h"
-
 #include <vector>
+
+#include "delivery/event.h"
 
 namespace kelp::notification {
 
-/// The far end of a connected push supplier. Its calls go out over the network and are limited by the calling
-/// thread's time-out; they raise what the call raises.
+/// The far end of a connected push supplier. Its calls go out over the network and are limited by
+/// the calling thread's time-out; they raise what the call raises.
 class Receiver {
   public:
     virtual ~Receiver() = default;

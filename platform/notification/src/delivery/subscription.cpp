@@ -14,7 +14,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A consumer with more events waiting keeps its thread so long before others that wait for one have theirs.
+/// A consumer with more events waiting keeps its thread so long before others that wait for one
+/// have theirs.
 constexpr milliseconds kLongestTurn{5};
 
 /// Nobody has this object, or it wants no events any more.
@@ -41,13 +42,19 @@ bool meansNoAnswer(const CORBA::SystemException& failure) {
 
 }  // namespace
 
-Subscription::Subscription(Scheduler& scheduler, const DeliverySettings& settings, std::size_t queueLimit)
-    : scheduler_(scheduler), settings_(settings), queue_(queueLimit), backOff_(settings.firstBackOff) {}
+Subscription::Subscription(Scheduler& scheduler, const DeliverySettings& settings,
+                           std::size_t queueLimit)
+    : scheduler_(scheduler),
+      settings_(settings),
+      queue_(queueLimit),
+      backOff_(settings.firstBackOff) {}
 
 /// A call of a consumer that pulls, during which it is not silent. Under the subscription's lock.
 class Subscription::Puller {
   public:
-    explicit Puller(Subscription& subscription) : subscription_(subscription) { ++subscription_.pullers_; }
+    explicit Puller(Subscription& subscription) : subscription_(subscription) {
+        ++subscription_.pullers_;
+    }
     ~Puller() {
         --subscription_.pullers_;
         subscription_.silentSince_ = Clock::now();
@@ -207,7 +214,8 @@ void Subscription::endPacing(Lock&) {
     }
 }
 
-/// In the next state unless there is no memory for the turn: then idle, until tend() or the next event.
+/// In the next state unless there is no memory for the turn: then idle, until tend() or the next
+/// event.
 template <class Act>
 void Subscription::schedule(State next, Act act) {
     state_ = next;
@@ -402,13 +410,15 @@ void Subscription::finishTurn(Lock&, bool wasCutShort) {
     if (!hasWork())
         return;
     if (!answers_ || wasCutShort) {
-        schedule(State::Scheduled,
-                 [this] { scheduler_.later(shared_from_this(), Clock::now() + backOff_, !answers_); });
+        schedule(State::Scheduled, [this] {
+            scheduler_.later(shared_from_this(), Clock::now() + backOff_, !answers_);
+        });
     } else if (isBatchDue(receiver_->batchMax())) {
         schedule(State::Scheduled, [this] { scheduler_.ready(shared_from_this()); });
     } else {
         pacedUntil_ = queue_.oldestTaken() + pacing_;
-        schedule(State::Paced, [this] { scheduler_.later(shared_from_this(), pacedUntil_, false); });
+        schedule(State::Paced,
+                 [this] { scheduler_.later(shared_from_this(), pacedUntil_, false); });
     }
 }
 
@@ -431,7 +441,8 @@ ConsumerCounts Subscription::counts() const {
     counts.answers = answers_ && !hasNotPulledFor(settings_.pushTimeout, Clock::now());
     counts.suspended = suspended_;
     if (!queue_.empty())
-        counts.oldest = std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.oldestTaken());
+        counts.oldest =
+            std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.oldestTaken());
     counts.lastError = lastError_;
     return counts;
 }
@@ -443,7 +454,8 @@ bool Subscription::isClosed() const {
 
 bool Subscription::isSettled() const {
     const Lock lock(mutex_);
-    return closed_ || !answers_ || suspended_ || hasNotPulledFor(settings_.pushTimeout, Clock::now()) ||
+    return closed_ || !answers_ || suspended_ ||
+           hasNotPulledFor(settings_.pushTimeout, Clock::now()) ||
            2 * queue_.size() < queue_.limit();
 }
 

@@ -17,8 +17,8 @@
 
 namespace kelp::notification {
 
-/// The events for one consumer from the filters on: its queue, its connection, and the state of its delivery.
-/// Any thread may call it; one thread at a time serves it. Order is that of offer().
+/// The events for one consumer from the filters on: its queue, its connection, and the state of its
+/// delivery. Any thread may call it; one thread at a time serves it. Order is that of offer().
 class Subscription : public std::enable_shared_from_this<Subscription> {
   public:
     using Clock = std::chrono::steady_clock;
@@ -29,8 +29,10 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
         virtual ~Scheduler() = default;
         virtual void ready(std::shared_ptr<Subscription> subscription) = 0;
         /// To be served at that time, by the threads for consumers that do not answer when `slow`.
-        virtual void later(std::shared_ptr<Subscription> subscription, Clock::time_point when, bool slow) = 0;
-        /// As soon as may be, what was to be served (not slowly) at `when`; nothing when its turn has come.
+        virtual void later(std::shared_ptr<Subscription> subscription, Clock::time_point when,
+                           bool slow) = 0;
+        /// As soon as may be, what was to be served (not slowly) at `when`; nothing when its turn
+        /// has come.
         virtual void sooner(const Subscription& subscription, Clock::time_point when) = 0;
     };
 
@@ -39,12 +41,13 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
 
     // -- intake
     void offer(const EventPtr& event);
-    /// An event was lost before it could be offered. With `isOwn` it is the consumer's own doing, and begins
-    /// no event loss.
+    /// An event was lost before it could be offered. With `isOwn` it is the consumer's own doing,
+    /// and begins no event loss.
     void lose(const EventPtr& event, bool isOwn);
 
     // -- qualities of service
-    /// `isOwn`: the consumer has chosen it, so what does not fit is counted and begins no event loss.
+    /// `isOwn`: the consumer has chosen it, so what does not fit is counted and begins no event
+    /// loss.
     void setQueueLimit(std::size_t limit, bool isOwn = false);
     void setRules(const QueueRules& rules);
     /// A batch waits until it is full or its first event is that old; 0: not at all.
@@ -59,20 +62,21 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     enum class Change { Done, WasSo, NotConnected };
     Change suspend();
     Change resume();
-    /// Ends it for good: what waits is lost, blocked pulls end. The receiver to tell, if there was one.
+    /// Ends it for good: what waits is lost, blocked pulls end. The receiver to tell, if there was
+    /// one.
     std::shared_ptr<Receiver> close();
 
     // -- pull consumers
-    /// A batch of up to `most` events, as soon as it is full or its pacing interval is over; waits for it
-    /// unless `wait` is false (then maybe none). Throws CosEventComm::Disconnected when there is no
-    /// connection (any more).
+    /// A batch of up to `most` events, as soon as it is full or its pacing interval is over; waits
+    /// for it unless `wait` is false (then maybe none). Throws CosEventComm::Disconnected when
+    /// there is no connection (any more).
     std::vector<EventPtr> pull(std::size_t most, bool wait);
 
-    /// One turn of the delivery; called by the dispatcher only. Does not throw: a turn that is cut short, for
-    /// want of memory, is made again later.
+    /// One turn of the delivery; called by the dispatcher only. Does not throw: a turn that is cut
+    /// short, for want of memory, is made again later.
     void serve() noexcept;
-    /// To be called a few times a second: drops events whose time is over, gives up a consumer that has
-    /// stopped pulling, and schedules a turn for which there was no memory before.
+    /// To be called a few times a second: drops events whose time is over, gives up a consumer that
+    /// has stopped pulling, and schedules a turn for which there was no memory before.
     void tend(Clock::time_point now);
 
     /// Whose it is; the same from its first event on. Empty: nobody's.
@@ -84,13 +88,15 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
 
   protected:
     // what a subscription tells its channel, without a lock
-    /// Events were lost, this one first. Not called for those that a consumer leaves behind by disconnecting.
+    /// Events were lost, this one first. Not called for those that a consumer leaves behind by
+    /// disconnecting.
     virtual void eventsLost(const Event& first) = 0;
     /// The consumer is dead; nothing more is sent to it.
     virtual void consumerDied(const std::string& why) = 0;
 
   private:
-    /// Paced: scheduled for the time when the first waiting event is old enough for a batch that is not full.
+    /// Paced: scheduled for the time when the first waiting event is old enough for a batch that is
+    /// not full.
     enum class State { Idle, Scheduled, Paced, Serving };
     using Lock = std::unique_lock<std::mutex>;
 

@@ -57,8 +57,8 @@ Turns::Waiting Turns::take(Time now) {
         makeDue(timed_.begin()->second);
         timed_.erase(timed_.begin());
     }
-    const auto next =
-        std::find_if(due_.begin(), due_.end(), [this](const Owner* each) { return mayHaveThread(*each); });
+    const auto next = std::find_if(due_.begin(), due_.end(),
+                                   [this](const Owner* each) { return mayHaveThread(*each); });
     if (next == due_.end())
         return {};
     Owner& owner = **next;
@@ -82,7 +82,8 @@ void Turns::ended(Owner& owner) {
 }
 
 bool Turns::mayHaveThread(const Owner& owner) const {
-    return !owner.due.empty() && busy_ < threads_ && (owner.isNobody || owner.busy < threads_ - busy_);
+    return !owner.due.empty() && busy_ < threads_ &&
+           (owner.isNobody || owner.busy < threads_ - busy_);
 }
 
 std::optional<Turns::Time> Turns::nextTime() const {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "delivery/subscription.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -11,12 +9,14 @@
 #include <set>
 #include <string>
 
+#include "delivery/subscription.h"
+
 namespace kelp::notification {
 
-/// Consumers that wait for a thread of a pool. Their owners take turns, whatever the number of their
-/// consumers, and no owner has so many threads in hand as are left for the others: however many of one
-/// owner's consumers are slow or hang, another's are served soon. Those that are nobody's may have all
-/// threads. Not thread safe.
+/// Consumers that wait for a thread of a pool. Their owners take turns, whatever the number of
+/// their consumers, and no owner has so many threads in hand as are left for the others: however
+/// many of one owner's consumers are slow or hang, another's are served soon. Those that are
+/// nobody's may have all threads. Not thread safe.
 class Turns {
   public:
     using Time = Subscription::Clock::time_point;
@@ -36,11 +36,12 @@ class Turns {
     bool add(const std::string& owner, std::shared_ptr<Subscription> subscription);
     /// Not to be taken before that time.
     void add(const std::string& owner, Time when, std::shared_ptr<Subscription> subscription);
-    /// It was to wait until `when`, and need not any longer. False when it does not wait for that time.
+    /// It was to wait until `when`, and need not any longer. False when it does not wait for that
+    /// time.
     bool hasten(const Subscription& subscription, Time when);
 
-    /// The next one, for a thread that serves it and then says ended(); without a subscription when there is
-    /// none that may be served now.
+    /// The next one, for a thread that serves it and then says ended(); without a subscription when
+    /// there is none that may be served now.
     Waiting take(Time now);
     /// Its thread is free again.
     void ended(Owner& owner);

@@ -5,8 +5,8 @@
 
 namespace kelp::notification {
 
-/// The steps that an evaluation may take: about one for an operator, a step of a path, or an element looked
-/// at. For one thread.
+/// The steps that an evaluation may take: about one for an operator, a step of a path, or an
+/// element looked at. For one thread.
 class Budget {
   public:
     explicit Budget(std::size_t steps) : left_(steps) {}

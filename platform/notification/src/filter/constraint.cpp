@@ -78,7 +78,8 @@ class Evaluation {
         const std::size_t part = costOf(*left);
         const std::size_t whole = costOf(*right);
         if (node.kind == Kind::Compare)
-            return budget_.spend(part + whole) ? compare(node.comparison, *left, *right) : std::nullopt;
+            return budget_.spend(part + whole) ? compare(node.comparison, *left, *right)
+                                               : std::nullopt;
         // each place of the whole may be one where the part nearly is
         return budget_.spend(whole * (part + 1)) ? isSubstring(*left, *right) : std::nullopt;
     }

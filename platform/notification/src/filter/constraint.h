@@ -33,7 +33,8 @@ class Constraint {
     Constraint(const Constraint&) = delete;
     Constraint& operator=(const Constraint&) = delete;
 
-    /// False too when it fails: a property is missing, types do not go together, the budget is spent.
+    /// False too when it fails: a property is missing, types do not go together, the budget is
+    /// spent.
     bool matches(const CosNotification::StructuredEvent& event, Budget& budget) const;
     /// The same with as many steps as the limits estimate at most.
     bool matches(const CosNotification::StructuredEvent& event) const;

@@ -84,7 +84,8 @@ class Scanner {
     std::uint32_t index() {
         const std::string_view digits = numeral();
         std::uint32_t value = 0;
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        const auto [end, error] =
+            std::from_chars(digits.data(), digits.data() + digits.size(), value);
         if (digits.empty() || error != std::errc() || end != digits.data() + digits.size())
             fail("an index is missing or too large");
         take(digits);
@@ -121,12 +122,14 @@ class Scanner {
     }
 
     [[noreturn]] void fail(const std::string& why) const {
-        throw ConstraintSyntaxError("the constraint cannot be parsed at position " + std::to_string(at_ + 1) +
-                                    ": " + why);
+        throw ConstraintSyntaxError("the constraint cannot be parsed at position " +
+                                    std::to_string(at_ + 1) + ": " + why);
     }
 
   private:
-    char next(std::size_t ahead) const { return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0'; }
+    char next(std::size_t ahead) const {
+        return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0';
+    }
     void skipBlanks() {
         while (!isAtEnd() && isBlank(text_[at_]))
             ++at_;
@@ -245,14 +248,16 @@ class Parser {
         return made;
     }
     Expression sum() {
-        return calculation("+", Arithmetic::Add, "-", Arithmetic::Subtract, [this] { return product(); });
+        return calculation("+", Arithmetic::Add, "-", Arithmetic::Subtract,
+                           [this] { return product(); });
     }
     Expression product() {
-        return calculation("*", Arithmetic::Multiply, "/", Arithmetic::Divide, [this] { return negation(); });
+        return calculation("*", Arithmetic::Multiply, "/", Arithmetic::Divide,
+                           [this] { return negation(); });
     }
     template <class Operand>
-    Expression calculation(std::string_view one, Arithmetic first, std::string_view other, Arithmetic second,
-                           Operand operand) {
+    Expression calculation(std::string_view one, Arithmetic first, std::string_view other,
+                           Arithmetic second, Operand operand) {
         Expression made = operand();
         bool isChain = false;
         for (;;) {

@@ -9,8 +9,8 @@
 
 namespace kelp::notification {
 
-/// A constraint, or a part of one, as a tree. It is as deep as its text has parentheses in each other, and a
-/// little: chains of operators are one node.
+/// A constraint, or a part of one, as a tree. It is as deep as its text has parentheses in each
+/// other, and a little: chains of operators are one node.
 struct Expression {
     enum class Kind {
         Literal,     ///< `literal`

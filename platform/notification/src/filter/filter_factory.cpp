@@ -20,10 +20,11 @@ CosNotifyFilter::Filter_ptr FilterFactoryServant::create_filter(const char* gram
         --*filters_;
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     }
-    auto* servant = new FilterServant(core_, owner, [filters = filters_, held = std::move(place)]() mutable {
-        --*filters;
-        held.reset();
-    });
+    auto* servant =
+        new FilterServant(core_, owner, [filters = filters_, held = std::move(place)]() mutable {
+            --*filters;
+            held.reset();
+        });
     const CORBA::Object_var object = core_->activate(servant, {.owner = std::move(owner)});
     return CosNotifyFilter::Filter::_narrow(object.in());
 }

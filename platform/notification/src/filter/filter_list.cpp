@@ -70,7 +70,8 @@ void FilterList::clear() {
     filters_.swap(gone);
 }
 
-FilterList::Verdict FilterList::judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
+FilterList::Verdict FilterList::judge(const Snapshot& filters,
+                                      const CosNotification::StructuredEvent& event,
                                       Budget& budget) {
     if (filters->empty())
         return Verdict::NoFilter;
@@ -87,9 +88,9 @@ FilterList::Verdict FilterList::judge(const Snapshot& filters, const CosNotifica
     return Verdict::Fails;
 }
 
-bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op, const FilterList::Snapshot& ofAdmin,
-                    const FilterList::Snapshot& ofProxy, const CosNotification::StructuredEvent& event,
-                    Budget& budget) {
+bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op,
+                    const FilterList::Snapshot& ofAdmin, const FilterList::Snapshot& ofProxy,
+                    const CosNotification::StructuredEvent& event, Budget& budget) {
     using Verdict = FilterList::Verdict;
     const bool isAnd = op == CosNotifyChannelAdmin::AND_OP;
     const Verdict first = FilterList::judge(ofAdmin, event, budget);

@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "channel/core.h"
+#include "channel/peers.h"
 #include "delivery/event.h"
 #include "filter_factory.h"
-#include "channel/peers.h"
 
 namespace kelp::notification {
 
@@ -26,8 +26,8 @@ bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification:
     for (CORBA::ULong i = 0; i < types.length(); ++i) {
         const char* name = types[i].type_name.in();
         const char* domain = types[i].domain_name.in();
-        const bool anyName =
-            *name == '\0' || matchesPattern(name, "%ALL") || matchesPattern(name, type.type_name.in());
+        const bool anyName = *name == '\0' || matchesPattern(name, "%ALL") ||
+                             matchesPattern(name, type.type_name.in());
         const bool anyDomain = *domain == '\0' || matchesPattern(domain, type.domain_name.in());
         if (anyName && anyDomain)
             return true;
@@ -57,7 +57,8 @@ std::size_t octetsOf(const ConstraintExp& expression) {
     for (CORBA::ULong i = 0; i < expression.event_types.length(); ++i) {
         const CosNotification::EventType& type = expression.event_types[i];
         // with what a type takes beyond its names
-        octets += std::strlen(type.domain_name.in()) + std::strlen(type.type_name.in()) + sizeof type;
+        octets +=
+            std::strlen(type.domain_name.in()) + std::strlen(type.type_name.in()) + sizeof type;
     }
     return octets;
 }
@@ -156,7 +157,8 @@ ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) 
     return listed(made);
 }
 
-void FilterServant::modify_constraints(const ConstraintIDSeq& removed, const ConstraintInfoSeq& changed) {
+void FilterServant::modify_constraints(const ConstraintIDSeq& removed,
+                                       const ConstraintInfoSeq& changed) {
     requireRoom(changed.length());
     std::map<ConstraintID, Entry> compiledOnes;
     for (CORBA::ULong i = 0; i < changed.length(); ++i)
@@ -218,17 +220,19 @@ CORBA::Boolean FilterServant::match_structured(const CosNotification::Structured
 bool FilterServant::passes(const CosNotification::StructuredEvent& event, Budget& budget) const {
     const auto entries = current();
     for (const auto& [id, entry] : *entries) {
-        const bool isForIt = budget.spend(1 + entry.expression.event_types.length()) &&
-                             isOfType(entry.expression.event_types, event.header.fixed_header.event_type);
+        const bool isForIt =
+            budget.spend(1 + entry.expression.event_types.length()) &&
+            isOfType(entry.expression.event_types, event.header.fixed_header.event_type);
         if (isForIt && entry.constraint->matches(event, budget))
             return true;
         if (budget.isSpent())
             break;
     }
     if (budget.isSpent() && !toldOfCost_.exchange(true))
-        kelp::util::traceFrom("notification", "the filters of a consumer of " +
-                                                  (owner_ ? owner_->text() : std::string("this process")) +
-                                                  " cost too much: events do not match");
+        kelp::util::traceFrom("notification",
+                              "the filters of a consumer of " +
+                                  (owner_ ? owner_->text() : std::string("this process")) +
+                                  " cost too much: events do not match");
     return false;
 }
 
@@ -242,7 +246,8 @@ CallbackID FilterServant::attach_callback(CosNotifyComm::NotifySubscribe_ptr cal
     if (CORBA::is_nil(callback))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     core_->requireCallable(callback);
-    return types_->follow(toldOfSubscriptions("the callback of a filter", callback), types_->types());
+    return types_->follow(toldOfSubscriptions("the callback of a filter", callback),
+                          types_->types());
 }
 
 void FilterServant::detach_callback(CallbackID id) {

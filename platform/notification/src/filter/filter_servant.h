@@ -8,23 +8,26 @@
 #include <memory>
 #include <mutex>
 
+#include "constraint.h"
 #include "filter/event_test.h"
 #include "owners/keyed_places.h"
 #include "owners/owned.h"
 #include "owners/owner.h"
-#include "constraint.h"
 #include "types/type_feed.h"
 
 namespace kelp::notification {
 
 class ChannelCore;
 
-/// A filter object: constraints in the extended trader constraint language, each for some event types; an
-/// event passes when one of them matches. Without a constraint nothing passes (Notification Service 2.3.1).
+/// A filter object: constraints in the extended trader constraint language, each for some event
+/// types; an event passes when one of them matches. Without a constraint nothing passes
+/// (Notification Service 2.3.1).
 class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, public EventTest {
   public:
-    /// `onDestroy` is called once, when the filter ends. `owner` as with ChannelCore::ownerOfCaller().
-    FilterServant(std::shared_ptr<ChannelCore> core, OwnerPtr owner, std::function<void()> onDestroy);
+    /// `onDestroy` is called once, when the filter ends. `owner` as with
+    /// ChannelCore::ownerOfCaller().
+    FilterServant(std::shared_ptr<ChannelCore> core, OwnerPtr owner,
+                  std::function<void()> onDestroy);
     ~FilterServant() override;
 
     // -- Owned
@@ -41,17 +44,19 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
         const CosNotifyFilter::ConstraintExpSeq& list) override;
     void modify_constraints(const CosNotifyFilter::ConstraintIDSeq& removed,
                             const CosNotifyFilter::ConstraintInfoSeq& changed) override;
-    CosNotifyFilter::ConstraintInfoSeq* get_constraints(const CosNotifyFilter::ConstraintIDSeq& ids) override;
+    CosNotifyFilter::ConstraintInfoSeq* get_constraints(
+        const CosNotifyFilter::ConstraintIDSeq& ids) override;
     CosNotifyFilter::ConstraintInfoSeq* get_all_constraints() override;
     void remove_all_constraints() override;
     void destroy() override;
     CORBA::Boolean match(const CORBA::Any& data) override;
     CORBA::Boolean match_structured(const CosNotification::StructuredEvent& event) override;
     CORBA::Boolean match_typed(const CosNotification::PropertySeq& data) override;
-    /// The callback is told when the event types of the constraints change, not of those there are; by
-    /// destroy, that there is none any more. BAD_PARAM for a nil one, NO_RESOURCES for one too many. One that
-    /// fails is detached.
-    CosNotifyFilter::CallbackID attach_callback(CosNotifyComm::NotifySubscribe_ptr callback) override;
+    /// The callback is told when the event types of the constraints change, not of those there are;
+    /// by destroy, that there is none any more. BAD_PARAM for a nil one, NO_RESOURCES for one too
+    /// many. One that fails is detached.
+    CosNotifyFilter::CallbackID attach_callback(
+        CosNotifyComm::NotifySubscribe_ptr callback) override;
     void detach_callback(CosNotifyFilter::CallbackID id) override;
     CosNotifyFilter::CallbackIDSeq* get_callbacks() override;
 

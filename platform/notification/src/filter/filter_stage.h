@@ -13,9 +13,10 @@
 
 namespace kelp::notification {
 
-/// The threads that filter events for the consumers that have filters. Owners take turns, and one of them
-/// never has all threads: however much the filters of one cost, they delay its own events alone. The threads
-/// begin with the first task and end when there has been none for 10 s. Thread safe.
+/// The threads that filter events for the consumers that have filters. Owners take turns, and one
+/// of them never has all threads: however much the filters of one cost, they delay its own events
+/// alone. The threads begin with the first task and end when there has been none for 10 s. Thread
+/// safe.
 class FilterStage {
   public:
     using Clock = std::chrono::steady_clock;
@@ -37,7 +38,8 @@ class FilterStage {
     FilterStage(const FilterStage&) = delete;
     FilterStage& operator=(const FilterStage&) = delete;
 
-    /// Has the task work soon, until it says that nothing more is waiting. It must not be scheduled already.
+    /// Has the task work soon, until it says that nothing more is waiting. It must not be scheduled
+    /// already.
     void schedule(std::shared_ptr<Task> task);
     /// Ends the threads after the events in hand; what is scheduled is forgotten.
     void stop();

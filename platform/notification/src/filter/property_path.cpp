@@ -108,15 +108,16 @@ Result simpleValue(DynamicAny::DynAny_ptr dyn) {
     }
 }
 
-/// What is found at the end of a path is given to `use`; none when the path leads nowhere. Everything that a
-/// DynAny raises on the way (no such member, another type) is a path that leads nowhere.
+/// What is found at the end of a path is given to `use`; none when the path leads nowhere.
+/// Everything that a DynAny raises on the way (no such member, another type) is a path that leads
+/// nowhere.
 template <class Use>
-auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget, Use use)
-    -> decltype(use(dyn, std::optional<Value>()));
+auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget,
+          Use use) -> decltype(use(dyn, std::optional<Value>()));
 
 template <class Use>
-auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Budget& budget, Use use)
-    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Budget& budget,
+             Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     const DynTree tree(any);
     return walk(tree.root(), path, at, budget, use);
 }
@@ -143,7 +144,8 @@ Result activeLabel(DynamicAny::DynUnion_ptr choice) {
 /// An enumerator is named by its place too.
 bool isLabelled(const Result& label, const std::string& text) {
     const auto* enumerator = label ? std::get_if<EnumValue>(&*label) : nullptr;
-    return labelText(label) == text || (enumerator != nullptr && std::to_string(enumerator->number) == text);
+    return labelText(label) == text ||
+           (enumerator != nullptr && std::to_string(enumerator->number) == text);
 }
 
 bool isDefaultActive(DynamicAny::DynUnion_ptr choice) {
@@ -193,7 +195,8 @@ DynamicAny::DynAny_ptr memberOf(DynamicAny::DynAny_ptr dyn, const std::string& n
 }
 
 /// The value beside this name in a list of structures of a name and a value.
-DynamicAny::DynAny_ptr valueBesideName(DynamicAny::DynAny_ptr list, const std::string& name, Budget& budget) {
+DynamicAny::DynAny_ptr valueBesideName(DynamicAny::DynAny_ptr list, const std::string& name,
+                                       Budget& budget) {
     for (CORBA::ULong i = 0; i < list->component_count() && budget.spend(); ++i) {
         const DynAny_var element = elementAt(list, i);
         const DynAny_var first = elementAt(element.in(), 0);
@@ -253,8 +256,8 @@ bool isSpecial(PathStep::Kind kind) {
 }
 
 template <class Use>
-auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget, Use use)
-    -> decltype(use(dyn, std::optional<Value>())) {
+auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget,
+          Use use) -> decltype(use(dyn, std::optional<Value>())) {
     const CORBA::TypeCode_var declared = dyn->type();
     const CORBA::TypeCode_var type = withoutAlias(declared.in());
     if (type->kind() == CORBA::tk_any && at < path.size()) {
@@ -294,11 +297,12 @@ bool isEnd(const PropertyPath& path, std::size_t at) {
     return at >= path.size();
 }
 
-/// "$.filterable_data(x)...", "$.header.variable_header[1].value..." and the like; `at` is the step behind
-/// the list.
+/// "$.filterable_data(x)...", "$.header.variable_header[1].value..." and the like; `at` is the step
+/// behind the list.
 template <class Use>
-auto findListed(const CosNotification::PropertySeq& properties, const PropertyPath& path, std::size_t at,
-                Budget& budget, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findListed(const CosNotification::PropertySeq& properties, const PropertyPath& path,
+                std::size_t at, Budget& budget, Use use)
+    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (isEnd(path, at))
         return use(DynAny::_nil(), std::nullopt);
     const PathStep& step = path[at];
@@ -321,8 +325,8 @@ auto findListed(const CosNotification::PropertySeq& properties, const PropertyPa
 
 /// "$.header.fixed_header.event_name" and the like; `at` is the step behind the fixed header.
 template <class Use>
-auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath& path, std::size_t at,
-               Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath& path,
+               std::size_t at, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (isMember(path, at, "event_type"))
         ++at;
     if (isEnd(path, at))
@@ -334,8 +338,8 @@ auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath
 }
 
 template <class Use>
-auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPath& path, Budget& budget,
-                 Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPath& path,
+                 Budget& budget, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (path.empty() || path[0].kind != PathStep::Kind::Member)
         return {};
     if (isMember(path, 0, "curtime"))
@@ -361,8 +365,8 @@ auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPa
 }
 
 template <class Use>
-auto find(const CosNotification::StructuredEvent& event, const PropertyPath& path, Budget& budget, Use use)
-    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto find(const CosNotification::StructuredEvent& event, const PropertyPath& path, Budget& budget,
+          Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     try {
         return findChecked(event, path, budget, use);
     } catch (const CORBA::Exception&) {
@@ -420,31 +424,34 @@ bool EventReader::exists(const PropertyPath& path) const {
 }
 
 Result EventReader::hasDefaultLabel(const PropertyPath& path) const {
-    return find(event_, path, budget_, [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
-        const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(dyn);
-        return CORBA::is_nil(choice.in()) ? std::nullopt : Result(isDefaultActive(choice.in()));
-    });
+    return find(event_, path, budget_,
+                [](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
+                    const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(dyn);
+                    return CORBA::is_nil(choice.in()) ? std::nullopt
+                                                      : Result(isDefaultActive(choice.in()));
+                });
 }
 
 Result EventReader::contains(const PropertyPath& path, const Value& element) const {
-    return find(event_, path, budget_,
-                [&](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
-                    if (CORBA::is_nil(dyn))
-                        return std::nullopt;
-                    const CORBA::TypeCode_var declared = dyn->type();
-                    const CORBA::TypeCode_var type = withoutAlias(declared.in());
-                    if (type->kind() != CORBA::tk_sequence && type->kind() != CORBA::tk_array)
-                        return std::nullopt;
-                    for (CORBA::ULong i = 0; i < dyn->component_count(); ++i) {
-                        if (!budget_.spend())
-                            return std::nullopt;
-                        const DynAny_var each = elementAt(dyn, i);
-                        const Result value = simpleValue(each.in());
-                        if (value && truth(compare(Comparison::Equal, *value, element)).value_or(false))
-                            return true;
-                    }
-                    return false;
-                });
+    return find(
+        event_, path, budget_,
+        [&](DynamicAny::DynAny_ptr dyn, const std::optional<Value>&) -> Result {
+            if (CORBA::is_nil(dyn))
+                return std::nullopt;
+            const CORBA::TypeCode_var declared = dyn->type();
+            const CORBA::TypeCode_var type = withoutAlias(declared.in());
+            if (type->kind() != CORBA::tk_sequence && type->kind() != CORBA::tk_array)
+                return std::nullopt;
+            for (CORBA::ULong i = 0; i < dyn->component_count(); ++i) {
+                if (!budget_.spend())
+                    return std::nullopt;
+                const DynAny_var each = elementAt(dyn, i);
+                const Result value = simpleValue(each.in());
+                if (value && truth(compare(Comparison::Equal, *value, element)).value_or(false))
+                    return true;
+            }
+            return false;
+        });
 }
 
 }  // namespace kelp::notification

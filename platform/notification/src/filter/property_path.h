@@ -10,7 +10,8 @@
 
 namespace kelp::notification {
 
-/// One step of a path into an event: "$a.b", "$a[1]", "$a(name)", "$a.2", "$a.(3)", "$a.()", "$a._length".
+/// One step of a path into an event: "$a.b", "$a[1]", "$a(name)", "$a.2", "$a.(3)", "$a.()",
+/// "$a._length".
 struct PathStep {
     enum class Kind {
         Member,
@@ -25,17 +26,19 @@ struct PathStep {
         RepositoryId
     };
     Kind kind = Kind::Member;
-    std::string name;      ///< of a member, or to be looked up in a list of names and values; a label as text
+    std::string
+        name;  ///< of a member, or to be looked up in a list of names and values; a label as text
     std::uint32_t at = 0;  ///< index or position
 };
 using PropertyPath = std::vector<PathStep>;
 
-/// False for a path that leads nowhere in any event, whatever its properties are: "$.header.nonsense".
+/// False for a path that leads nowhere in any event, whatever its properties are:
+/// "$.header.nonsense".
 bool isPossible(const PropertyPath& path);
 
-/// What a possible path leads to in an event; nothing when the budget is spent on the way. "$curtime" is the
-/// current time (Notification Service 2.4), which counts as a number of 100 ns as the time of every
-/// TimeBase::UtcT does.
+/// What a possible path leads to in an event; nothing when the budget is spent on the way.
+/// "$curtime" is the current time (Notification Service 2.4), which counts as a number of 100 ns as
+/// the time of every TimeBase::UtcT does.
 class EventReader {
   public:
     /// Both are borrowed.

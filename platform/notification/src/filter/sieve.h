@@ -1,17 +1,17 @@
 #pragma once
 
-#include "delivery/event.h"
-#include "filter/filter_list.h"
-
 #include <cstddef>
 #include <deque>
 #include <mutex>
 #include <utility>
 
+#include "delivery/event.h"
+#include "filter/filter_list.h"
+
 namespace kelp::notification {
 
-/// The events that wait to be filtered for one consumer, in order. Events are put in one after the other and
-/// taken out by one thread at a time. Thread safe.
+/// The events that wait to be filtered for one consumer, in order. Events are put in one after the
+/// other and taken out by one thread at a time. Thread safe.
 class Sieve {
   public:
     /// An event with the filters that it came to.
@@ -25,8 +25,8 @@ class Sieve {
         Begins,    ///< it waits, and work must be scheduled
         Waits      ///< it waits, and work is scheduled
     };
-    /// Where an event goes. One that does not find room takes the place of the one that has waited longest,
-    /// which is `lost` then.
+    /// Where an event goes. One that does not find room takes the place of the one that has waited
+    /// longest, which is `lost` then.
     Way put(Item item, std::size_t max, EventPtr& lost) {
         const bool isFiltered = !item.ofAdmin->empty() || !item.ofProxy->empty();
         const std::lock_guard guard(mutex_);

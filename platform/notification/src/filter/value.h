@@ -15,8 +15,8 @@ struct EnumValue {
     std::int64_t number = 0;
 };
 
-/// What a part of a constraint comes to. None is a failure: a missing property, types that do not go
-/// together, a division by zero. A constraint that fails does not match.
+/// What a part of a constraint comes to. None is a failure: a missing property, types that do not
+/// go together, a division by zero. A constraint that fails does not match.
 using Value = std::variant<bool, std::int64_t, double, std::string, EnumValue>;
 using Result = std::optional<Value>;
 

@@ -11,9 +11,9 @@
 
 namespace kelp::notification {
 
-/// Since when owners have been seen without permission to use the channel, and whose grace is over: addresses
-/// that may not use it, and log-ins that have ended. For one thread at a time: begin(), isOver() for each
-/// owner, end().
+/// Since when owners have been seen without permission to use the channel, and whose grace is over:
+/// addresses that may not use it, and log-ins that have ended. For one thread at a time: begin(),
+/// isOver() for each owner, end().
 class Absences {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -24,7 +24,8 @@ class Absences {
     void begin(Time now);
     /// Within a review the answer for an owner stays the same.
     bool isOver(const Owner& owner);
-    /// Forgets who was not asked for, and those whose grace is over: what they have left begins anew.
+    /// Forgets who was not asked for, and those whose grace is over: what they have left begins
+    /// anew.
     void end();
 
   private:

@@ -39,8 +39,8 @@ void Clearance::drop(const OwnerPtr& owner) {
     const std::size_t filters = dropped[static_cast<std::size_t>(Owned::Kind::Filter)];
     if (admins + filters > 0)
         kelp::util::traceFrom("notification", std::to_string(admins) + " admins and " +
-                                                  std::to_string(filters) + " filters of " + owner->text() +
-                                                  " are dropped with it");
+                                                  std::to_string(filters) + " filters of " +
+                                                  owner->text() + " are dropped with it");
 }
 
 }  // namespace kelp::notification

@@ -15,11 +15,12 @@ class ChannelCore;
 class Clearance {
   public:
     /// `guard` is borrowed; with a null one nobody ever goes.
-    Clearance(std::shared_ptr<ChannelCore> core, const Guard* guard, std::chrono::milliseconds grace)
+    Clearance(std::shared_ptr<ChannelCore> core, const Guard* guard,
+              std::chrono::milliseconds grace)
         : core_(std::move(core)), absences_(guard, grace) {}
 
-    /// Drops all objects of the owners whose grace is over at this time. Calls nobody; other threads
-    /// disconnect the consumers.
+    /// Drops all objects of the owners whose grace is over at this time. Calls nobody; other
+    /// threads disconnect the consumers.
     void review(Absences::Time now);
 
   private:

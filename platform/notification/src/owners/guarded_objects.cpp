@@ -61,7 +61,8 @@ bool isChange(std::string_view operation) {
 
 }  // namespace
 
-PortableServer::ObjectId* GuardedObjects::enter(PortableServer::Servant servant, const ObjectRights& rights) {
+PortableServer::ObjectId* GuardedObjects::enter(PortableServer::Servant servant,
+                                                const ObjectRights& rights) {
     const Key key = randomKey();
     PortableServer::ObjectId_var id = idOf(key);
     servant->_add_ref();
@@ -122,8 +123,9 @@ void GuardedObjects::close() {
     keys_.clear();
 }
 
-PortableServer::Servant GuardedObjects::preinvoke(const PortableServer::ObjectId& id, PortableServer::POA_ptr,
-                                                  const char* operation, void*& /*cookie*/) {
+PortableServer::Servant GuardedObjects::preinvoke(const PortableServer::ObjectId& id,
+                                                  PortableServer::POA_ptr, const char* operation,
+                                                  void*& /*cookie*/) {
     Entry entry = find(id);
     if (entry.servant.in() == nullptr)
         throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
@@ -131,8 +133,8 @@ PortableServer::Servant GuardedObjects::preinvoke(const PortableServer::ObjectId
     return entry.servant._retn();
 }
 
-void GuardedObjects::postinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr, const char*, void*,
-                                PortableServer::Servant servant) {
+void GuardedObjects::postinvoke(const PortableServer::ObjectId&, PortableServer::POA_ptr,
+                                const char*, void*, PortableServer::Servant servant) {
     if (servant != nullptr)
         servant->_remove_ref();
 }

@@ -9,8 +9,8 @@
 
 namespace kelp::notification {
 
-/// Places that are counted for each key by itself: an object holds one of its key until it ends. Thread safe;
-/// places may outlive this.
+/// Places that are counted for each key by itself: an object holds one of its key until it ends.
+/// Thread safe; places may outlive this.
 class KeyedPlaces {
   public:
     /// Held by one object; the place is free when the last copy is gone.
@@ -24,7 +24,8 @@ class KeyedPlaces {
     Place take(const std::string& key) {
         if (key.empty())
             return std::make_shared<char>();
-        // first: the place must be given back also when there is no memory for the one that holds it
+        // first: the place must be given back also when there is no memory for the one that holds
+        // it
         auto held = std::make_shared<Held>(counts_, key);
         const std::lock_guard guard(counts_->mutex);
         std::size_t& count = counts_->byKey[key];

@@ -10,11 +10,13 @@ namespace kelp::notification {
 namespace {
 
 bool hasLogIn(const std::vector<LogIn>& logIns, const LogIn& logIn) {
-    return std::any_of(logIns.begin(), logIns.end(), [&](const LogIn& each) { return each.id == logIn.id; });
+    return std::any_of(logIns.begin(), logIns.end(),
+                       [&](const LogIn& each) { return each.id == logIn.id; });
 }
 
 bool shareLogIn(const std::vector<LogIn>& some, const std::vector<LogIn>& others) {
-    return std::any_of(some.begin(), some.end(), [&](const LogIn& each) { return hasLogIn(others, each); });
+    return std::any_of(some.begin(), some.end(),
+                       [&](const LogIn& each) { return hasLogIn(others, each); });
 }
 
 }  // namespace
@@ -58,13 +60,15 @@ Caller Owners::caller() const {
     const kelp::orb::RequestInfo* const request = kelp::orb::currentRequest();
     if (request == nullptr)
         return {true, {}, {}};
-    return {false, request->peer(), guard_ == nullptr ? std::vector<LogIn>() : guard_->logInsOf(*request)};
+    return {false, request->peer(),
+            guard_ == nullptr ? std::vector<LogIn>() : guard_->logInsOf(*request)};
 }
 
 bool Owners::mayUse(const Caller& caller) const {
     if (guard_ == nullptr || caller.isInside)
         return true;
-    return guard_->mayUse(caller.peer) && (caller.logIns.empty() || isAnyLive(*guard_, caller.logIns));
+    return guard_->mayUse(caller.peer) &&
+           (caller.logIns.empty() || isAnyLive(*guard_, caller.logIns));
 }
 
 OwnerPtr Owners::of(const Caller& caller, const OwnerPtr& parent) {
@@ -131,7 +135,8 @@ std::vector<OwnerPtr> Owners::allLocked() {
 }
 
 void traceDropped(const std::string& proxy, const OwnerPtr& owner) {
-    std::string text = proxy + " of " + (owner ? owner->peer().text : "this process") + " is dropped: ";
+    std::string text =
+        proxy + " of " + (owner ? owner->peer().text : "this process") + " is dropped: ";
     if (owner && !owner->logIns().empty())
         text += "the log-in of " + owner->text() + " has ended";
     else

@@ -16,9 +16,9 @@ struct Caller {
     std::vector<LogIn> logIns;  ///< the latest first; empty: the address alone is known
 };
 
-/// Whose an object of the channel is: a log-in, or an address where the log-in is not known. Where several
-/// log-ins share a connection it is the latest one's, and stays as long as one of them lives: nobody can tell
-/// whose call it was. All objects of one owner share it. Thread safe.
+/// Whose an object of the channel is: a log-in, or an address where the log-in is not known. Where
+/// several log-ins share a connection it is the latest one's, and stays as long as one of them
+/// lives: nobody can tell whose call it was. All objects of one owner share it. Thread safe.
 class Owner {
   public:
     /// The caller, not one inside the process, by its latest log-in.
@@ -48,8 +48,8 @@ using OwnerPtr = std::shared_ptr<Owner>;
 /// Whether one of them has not ended.
 bool isAnyLive(const Guard& guard, const std::vector<LogIn>& logIns);
 
-/// The owners that have objects, and what callers may do with the objects of each. Thread safe; calls the
-/// guard without a lock.
+/// The owners that have objects, and what callers may do with the objects of each. Thread safe;
+/// calls the guard without a lock.
 class Owners {
   public:
     /// Null: everybody may use the channel, and owners are addresses.
@@ -57,17 +57,19 @@ class Owners {
 
     /// Of the request in hand.
     Caller caller() const;
-    /// Whether the caller may use the channel: its address may, and not all of its log-ins have ended.
+    /// Whether the caller may use the channel: its address may, and not all of its log-ins have
+    /// ended.
     bool mayUse(const Caller& caller) const;
-    /// The owner of what the caller makes; null inside the process. A caller of whom the address alone is
-    /// known makes it for the owner of the object that it makes it with, `parent`, if there is one at that
-    /// address.
+    /// The owner of what the caller makes; null inside the process. A caller of whom the address
+    /// alone is known makes it for the owner of the object that it makes it with, `parent`, if
+    /// there is one at that address.
     OwnerPtr of(const Caller& caller, const OwnerPtr& parent = nullptr);
-    /// Whether the objects of this owner are shown to the caller: its own, and to a caller inside the process
-    /// all.
+    /// Whether the objects of this owner are shown to the caller: its own, and to a caller inside
+    /// the process all.
     static bool isShown(const Caller& caller, const OwnerPtr& owner);
-    /// Whether the caller, who knows the key of one of this owner's objects, may call it. What belonged to a
-    /// log-in that has ended becomes that of the log-in at the same address that goes on using it.
+    /// Whether the caller, who knows the key of one of this owner's objects, may call it. What
+    /// belonged to a log-in that has ended becomes that of the log-in at the same address that goes
+    /// on using it.
     bool mayCall(const Caller& caller, const OwnerPtr& owner) const;
     /// Those that have objects.
     std::vector<OwnerPtr> all();

@@ -8,8 +8,9 @@ namespace kelp::notification {
 using namespace CosNotifyChannelAdmin;
 
 ConsumerAdminServant::ConsumerAdminServant(std::shared_ptr<ChannelCore> core,
-                                           std::shared_ptr<ConsumerAdminData> data, EventChannel_ptr channel,
-                                           KeyedPlaces::Place place, OnDestroy onDestroy)
+                                           std::shared_ptr<ConsumerAdminData> data,
+                                           EventChannel_ptr channel, KeyedPlaces::Place place,
+                                           OnDestroy onDestroy)
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
@@ -87,7 +88,8 @@ CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
     }
 }
 
-ProxySupplier_ptr ConsumerAdminServant::obtain_notification_pull_supplier(ClientType type, ProxyID_out id) {
+ProxySupplier_ptr ConsumerAdminServant::obtain_notification_pull_supplier(ClientType type,
+                                                                          ProxyID_out id) {
     CORBA::Object_var made;
     switch (type) {
         case ANY_EVENT:
@@ -105,7 +107,8 @@ ProxySupplier_ptr ConsumerAdminServant::obtain_notification_pull_supplier(Client
     return ProxySupplier::_narrow(made.in());
 }
 
-ProxySupplier_ptr ConsumerAdminServant::obtain_notification_push_supplier(ClientType type, ProxyID_out id) {
+ProxySupplier_ptr ConsumerAdminServant::obtain_notification_push_supplier(ClientType type,
+                                                                          ProxyID_out id) {
     CORBA::Object_var made;
     switch (type) {
         case ANY_EVENT:
@@ -130,7 +133,8 @@ void ConsumerAdminServant::destroy() {
     close(SupplierPart::Consumer::IsTold);
 }
 
-// The proxies of the older event service are not offered: those above serve consumers of any kind of event.
+// The proxies of the older event service are not offered: those above serve consumers of any kind
+// of event.
 CosEventChannelAdmin::ProxyPushSupplier_ptr ConsumerAdminServant::obtain_push_supplier() {
     throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
 }

@@ -6,9 +6,10 @@
 namespace kelp::notification {
 
 /// A group of consumers with filters and qualities of service in common.
-class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
-                                   public WithoutMappingFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
-                                   public Owned {
+class ConsumerAdminServant final
+    : public QosAndFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
+      public WithoutMappingFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
+      public Owned {
   public:
     /// Told when an admin is destroyed by one of its clients.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
@@ -32,7 +33,8 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     CosNotifyChannelAdmin::InterFilterGroupOperator MyOperator() override { return data_->op; }
     CosNotifyChannelAdmin::ProxyIDSeq* pull_suppliers() override;
     CosNotifyChannelAdmin::ProxyIDSeq* push_suppliers() override;
-    CosNotifyChannelAdmin::ProxySupplier_ptr get_proxy_supplier(CosNotifyChannelAdmin::ProxyID id) override;
+    CosNotifyChannelAdmin::ProxySupplier_ptr get_proxy_supplier(
+        CosNotifyChannelAdmin::ProxyID id) override;
     CosNotifyChannelAdmin::ProxySupplier_ptr obtain_notification_pull_supplier(
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
     CosNotifyChannelAdmin::ProxySupplier_ptr obtain_notification_push_supplier(
@@ -58,7 +60,8 @@ class ConsumerAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
 
   private:
     template <class Servant>
-    CORBA::Object_ptr make(CosNotifyChannelAdmin::ProxyType type, CosNotifyChannelAdmin::ProxyID& id);
+    CORBA::Object_ptr make(CosNotifyChannelAdmin::ProxyType type,
+                           CosNotifyChannelAdmin::ProxyID& id);
 
     const std::shared_ptr<ChannelCore> core_;
     const std::shared_ptr<ConsumerAdminData> data_;

@@ -5,7 +5,8 @@
 #include "filter/budget.h"
 namespace kelp::notification {
 
-ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
+ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core,
+                           std::shared_ptr<SupplierAdminData> admin,
                            CosNotifyChannelAdmin::ProxyType type)
     : qos(admin->qos.get(), QosSide::Supplier),
       core_(std::move(core)),

@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "channel/core.h"
+#include "channel/peers.h"
 #include "owners/owned.h"
 #include "owners/owner.h"
-#include "channel/peers.h"
 #include "proxy_registry.h"
 #include "types/updates.h"
 
@@ -17,7 +17,8 @@ class ConsumerPart;
 /// A supplier admin's share in its proxies.
 struct SupplierAdminData {
     SupplierAdminData(CosNotifyChannelAdmin::AdminID number,
-                      CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator, const Qos& initial)
+                      CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator,
+                      const Qos& initial)
         : id(number), op(filterOperator), qos(initial, QosSide::Supplier) {}
 
     const CosNotifyChannelAdmin::AdminID id;
@@ -29,7 +30,8 @@ struct SupplierAdminData {
     CosNotifyChannelAdmin::SupplierAdmin_var reference;  ///< set once, before the first proxy
 };
 
-/// What the proxy consumers of every kind have in common: events that suppliers outside this process push.
+/// What the proxy consumers of every kind have in common: events that suppliers outside this
+/// process push.
 class ConsumerPart : public Owned {
   public:
     ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
@@ -43,7 +45,8 @@ class ConsumerPart : public Owned {
     SupplierAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const OwnerPtr& owner() const { return owner_; }
-    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows the proxy.
+    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows
+    /// the proxy.
     void hold(OwnerPtr owner, KeyedPlaces::Place place) {
         owner_ = std::move(owner);
         place_ = std::move(place);
@@ -52,11 +55,12 @@ class ConsumerPart : public Owned {
     CosNotification::EventTypeSeq* subscribedTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
         return updates_.obtain(mode);
     }
-    void offer(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed) {
+    void offer(const CosNotification::EventTypeSeq& added,
+               const CosNotification::EventTypeSeq& removed) {
         core_->offers().change(offerer_, added, removed);
     }
-    /// Connects a supplier, which may be nil; throws AlreadyConnected, and OBJECT_NOT_EXIST when the proxy
-    /// has ended.
+    /// Connects a supplier, which may be nil; throws AlreadyConnected, and OBJECT_NOT_EXIST when
+    /// the proxy has ended.
     void connect(CORBA::Object_ptr supplier, Farewell farewell);
     /// What events that come through the proxy have when they bring nothing of their own.
     EventDefaults eventDefaults() const { return eventDefaultsOf(qos.get()); }

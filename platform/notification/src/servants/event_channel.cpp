@@ -29,14 +29,16 @@ AdminIDSeq* idsOf(const Caller& caller, const Admins& admins) {
 }
 
 template <class Admins>
-const typename Admins::mapped_type& adminOf(const Caller& caller, const Admins& admins, AdminID id) {
+const typename Admins::mapped_type& adminOf(const Caller& caller, const Admins& admins,
+                                            AdminID id) {
     const auto found = admins.find(id);
     if (found == admins.end() || !isShown(caller, id, found->second))
         throw AdminNotFound();
     return found->second;
 }
 
-/// The default admin. An attribute may raise no user exception: without its admins the channel has ended.
+/// The default admin. An attribute may raise no user exception: without its admins the channel has
+/// ended.
 template <class Admins>
 auto defaultOf(const Admins& admins) {
     const auto found = admins.find(kDefaultAdmin);
@@ -84,11 +86,11 @@ ConsumerAdmin_ptr EventChannelServant::makeConsumerAdmin(AdminID id, InterFilter
     const auto data = std::make_shared<ConsumerAdminData>(id, op, qos_.get());
     if (id != kDefaultAdmin)
         data->owner = core_->ownerOfCaller();
-    auto* servant = new ConsumerAdminServant(core_, data, self_.in(), core_->takeAdminPlace(data->owner),
-                                             [this](AdminID gone) {
-                                                 const std::lock_guard guard(mutex_);
-                                                 consumerAdmins_.erase(gone);
-                                             });
+    auto* servant = new ConsumerAdminServant(
+        core_, data, self_.in(), core_->takeAdminPlace(data->owner), [this](AdminID gone) {
+            const std::lock_guard guard(mutex_);
+            consumerAdmins_.erase(gone);
+        });
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
     const CORBA::Object_var object =
@@ -103,11 +105,11 @@ SupplierAdmin_ptr EventChannelServant::makeSupplierAdmin(AdminID id, InterFilter
     const auto data = std::make_shared<SupplierAdminData>(id, op, qos_.get());
     if (id != kDefaultAdmin)
         data->owner = core_->ownerOfCaller();
-    auto* servant = new SupplierAdminServant(core_, data, self_.in(), core_->takeAdminPlace(data->owner),
-                                             [this](AdminID gone) {
-                                                 const std::lock_guard guard(mutex_);
-                                                 supplierAdmins_.erase(gone);
-                                             });
+    auto* servant = new SupplierAdminServant(
+        core_, data, self_.in(), core_->takeAdminPlace(data->owner), [this](AdminID gone) {
+            const std::lock_guard guard(mutex_);
+            supplierAdmins_.erase(gone);
+        });
     servant->_add_ref();
     const PortableServer::ServantBase_var keeper = servant;
     const CORBA::Object_var object = core_->activate(
@@ -143,12 +145,14 @@ CosNotifyFilter::FilterFactory_ptr EventChannelServant::default_filter_factory()
     return CosNotifyFilter::FilterFactory::_duplicate(filters_.in());
 }
 
-ConsumerAdmin_ptr EventChannelServant::new_for_consumers(InterFilterGroupOperator op, AdminID_out id) {
+ConsumerAdmin_ptr EventChannelServant::new_for_consumers(InterFilterGroupOperator op,
+                                                         AdminID_out id) {
     id = newId();
     return makeConsumerAdmin(id, op);
 }
 
-SupplierAdmin_ptr EventChannelServant::new_for_suppliers(InterFilterGroupOperator op, AdminID_out id) {
+SupplierAdmin_ptr EventChannelServant::new_for_suppliers(InterFilterGroupOperator op,
+                                                         AdminID_out id) {
     core_->requireSupplier();
     id = newId();
     return makeSupplierAdmin(id, op);

@@ -10,7 +10,8 @@ namespace kelp::notification {
 /// The channel's own object: its admins, limits and default filter factory.
 class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel {
   public:
-    EventChannelServant(std::shared_ptr<ChannelCore> core, CosNotifyFilter::FilterFactory_ptr filters);
+    EventChannelServant(std::shared_ptr<ChannelCore> core,
+                        CosNotifyFilter::FilterFactory_ptr filters);
 
     /// Activates the channel and its default admins; to be called once.
     CosNotifyChannelAdmin::EventChannel_ptr activate();
@@ -22,11 +23,15 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     CosNotifyChannelAdmin::SupplierAdmin_ptr default_supplier_admin() override;
     CosNotifyFilter::FilterFactory_ptr default_filter_factory() override;
     CosNotifyChannelAdmin::ConsumerAdmin_ptr new_for_consumers(
-        CosNotifyChannelAdmin::InterFilterGroupOperator op, CosNotifyChannelAdmin::AdminID_out id) override;
+        CosNotifyChannelAdmin::InterFilterGroupOperator op,
+        CosNotifyChannelAdmin::AdminID_out id) override;
     CosNotifyChannelAdmin::SupplierAdmin_ptr new_for_suppliers(
-        CosNotifyChannelAdmin::InterFilterGroupOperator op, CosNotifyChannelAdmin::AdminID_out id) override;
-    CosNotifyChannelAdmin::ConsumerAdmin_ptr get_consumeradmin(CosNotifyChannelAdmin::AdminID id) override;
-    CosNotifyChannelAdmin::SupplierAdmin_ptr get_supplieradmin(CosNotifyChannelAdmin::AdminID id) override;
+        CosNotifyChannelAdmin::InterFilterGroupOperator op,
+        CosNotifyChannelAdmin::AdminID_out id) override;
+    CosNotifyChannelAdmin::ConsumerAdmin_ptr get_consumeradmin(
+        CosNotifyChannelAdmin::AdminID id) override;
+    CosNotifyChannelAdmin::SupplierAdmin_ptr get_supplieradmin(
+        CosNotifyChannelAdmin::AdminID id) override;
     CosNotifyChannelAdmin::AdminIDSeq* get_all_consumeradmins() override;
     CosNotifyChannelAdmin::AdminIDSeq* get_all_supplieradmins() override;
 
@@ -37,7 +42,9 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     void destroy() override;
 
     // -- QoSAdmin
-    CosNotification::QoSProperties* get_qos() override { return asProperties(qos_.get(), qos_.side()); }
+    CosNotification::QoSProperties* get_qos() override {
+        return asProperties(qos_.get(), qos_.side());
+    }
     void set_qos(const CosNotification::QoSProperties& wanted) override {
         qos_.change(wanted, [](const Qos&) {});
     }
@@ -48,7 +55,9 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
 
     // -- AdminPropertiesAdmin
     CosNotification::AdminProperties* get_admin() override { return asProperties(core_->limits()); }
-    void set_admin(const CosNotification::AdminProperties& wanted) override { core_->changeLimits(wanted); }
+    void set_admin(const CosNotification::AdminProperties& wanted) override {
+        core_->changeLimits(wanted);
+    }
 
   private:
     template <class Servant, class Reference>
@@ -57,10 +66,12 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
         Servant* servant = nullptr;
         Reference reference;
     };
-    using ConsumerAdmins = std::map<CosNotifyChannelAdmin::AdminID,
-                                    Admin<ConsumerAdminServant, CosNotifyChannelAdmin::ConsumerAdmin_var>>;
-    using SupplierAdmins = std::map<CosNotifyChannelAdmin::AdminID,
-                                    Admin<SupplierAdminServant, CosNotifyChannelAdmin::SupplierAdmin_var>>;
+    using ConsumerAdmins =
+        std::map<CosNotifyChannelAdmin::AdminID,
+                 Admin<ConsumerAdminServant, CosNotifyChannelAdmin::ConsumerAdmin_var>>;
+    using SupplierAdmins =
+        std::map<CosNotifyChannelAdmin::AdminID,
+                 Admin<SupplierAdminServant, CosNotifyChannelAdmin::SupplierAdmin_var>>;
 
     /// A place for an admin of the request's owner is taken first.
     CosNotifyChannelAdmin::ConsumerAdmin_ptr makeConsumerAdmin(

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
 #include <cos/CosNotifyChannelAdmin.h>
+#include <kelp/orb/corba.h>
 
 #include <map>
 #include <mutex>
@@ -11,8 +10,8 @@
 
 namespace kelp::notification {
 
-/// The proxies of one admin by number. `Part` is the proxy servant's part that all kinds have in common; the
-/// registry keeps a reference of the servant. Thread safe.
+/// The proxies of one admin by number. `Part` is the proxy servant's part that all kinds have in
+/// common; the registry keeps a reference of the servant. Thread safe.
 template <class Part>
 class ProxyRegistry {
   public:
@@ -23,7 +22,8 @@ class ProxyRegistry {
         return ++lastId_;
     }
     /// OBJECT_NOT_EXIST once it is closed: nobody would end the proxy any more.
-    void enter(ProxyID id, PortableServer::Servant servant, Part* part, CORBA::Object_ptr reference) {
+    void enter(ProxyID id, PortableServer::Servant servant, Part* part,
+               CORBA::Object_ptr reference) {
         Entry entry;
         servant->_add_ref();
         entry.servant = servant;

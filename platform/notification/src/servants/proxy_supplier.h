@@ -18,7 +18,8 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     CosNotifyChannelAdmin::ConsumerAdmin_ptr MyAdmin() override {
         return CosNotifyChannelAdmin::ConsumerAdmin::_duplicate(admin().reference.in());
     }
-    CosNotification::EventTypeSeq* obtain_offered_types(CosNotifyChannelAdmin::ObtainInfoMode mode) override {
+    CosNotification::EventTypeSeq* obtain_offered_types(
+        CosNotifyChannelAdmin::ObtainInfoMode mode) override {
         return offeredTypes(mode);
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,

@@ -29,15 +29,16 @@ CosNotification::StructuredEvent* StructuredPullSupplier::try_pull_structured_ev
     CORBA::Boolean_out hasEvent) {
     const std::vector<EventPtr> events = pull(1, false);
     hasEvent = !events.empty();
-    return events.empty() ? emptyEvent() : new CosNotification::StructuredEvent(events.front()->body);
+    return events.empty() ? emptyEvent()
+                          : new CosNotification::StructuredEvent(events.front()->body);
 }
 
 CosNotification::EventBatch* SequencePullSupplier::pull_structured_events(CORBA::Long most) {
     return batchOf(pullBatch(most, true));
 }
 
-CosNotification::EventBatch* SequencePullSupplier::try_pull_structured_events(CORBA::Long most,
-                                                                              CORBA::Boolean_out hasEvent) {
+CosNotification::EventBatch* SequencePullSupplier::try_pull_structured_events(
+    CORBA::Long most, CORBA::Boolean_out hasEvent) {
     const std::vector<EventPtr> events = pullBatch(most, false);
     hasEvent = !events.empty();
     return batchOf(events);

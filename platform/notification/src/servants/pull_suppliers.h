@@ -9,12 +9,15 @@ class StructuredPullSupplier final
     : public ProxySupplierServant<POA_CosNotifyChannelAdmin::StructuredProxyPullSupplier> {
   public:
     using ProxySupplierServant::ProxySupplierServant;
-    void connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer_ptr consumer) override {
-        connectPull(consumer, farewellTo<CosNotifyComm::StructuredPullConsumer>(
-                                  consumer, [](auto peer) { peer->disconnect_structured_pull_consumer(); }));
+    void connect_structured_pull_consumer(
+        CosNotifyComm::StructuredPullConsumer_ptr consumer) override {
+        connectPull(consumer,
+                    farewellTo<CosNotifyComm::StructuredPullConsumer>(
+                        consumer, [](auto peer) { peer->disconnect_structured_pull_consumer(); }));
     }
     CosNotification::StructuredEvent* pull_structured_event() override;
-    CosNotification::StructuredEvent* try_pull_structured_event(CORBA::Boolean_out hasEvent) override;
+    CosNotification::StructuredEvent* try_pull_structured_event(
+        CORBA::Boolean_out hasEvent) override;
     void disconnect_structured_pull_supplier() override { close(Consumer::IsNotTold); }
 };
 
@@ -23,8 +26,9 @@ class SequencePullSupplier final
   public:
     using ProxySupplierServant::ProxySupplierServant;
     void connect_sequence_pull_consumer(CosNotifyComm::SequencePullConsumer_ptr consumer) override {
-        connectPull(consumer, farewellTo<CosNotifyComm::SequencePullConsumer>(
-                                  consumer, [](auto peer) { peer->disconnect_sequence_pull_consumer(); }));
+        connectPull(consumer,
+                    farewellTo<CosNotifyComm::SequencePullConsumer>(
+                        consumer, [](auto peer) { peer->disconnect_sequence_pull_consumer(); }));
     }
     CosNotification::EventBatch* pull_structured_events(CORBA::Long most) override;
     CosNotification::EventBatch* try_pull_structured_events(CORBA::Long most,
@@ -35,7 +39,8 @@ class SequencePullSupplier final
     std::vector<EventPtr> pullBatch(CORBA::Long most, bool wait);
 };
 
-class AnyPullSupplier final : public ProxySupplierServant<POA_CosNotifyChannelAdmin::ProxyPullSupplier> {
+class AnyPullSupplier final
+    : public ProxySupplierServant<POA_CosNotifyChannelAdmin::ProxyPullSupplier> {
   public:
     using ProxySupplierServant::ProxySupplierServant;
     void connect_any_pull_consumer(CosEventComm::PullConsumer_ptr consumer) override {

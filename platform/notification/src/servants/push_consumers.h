@@ -1,7 +1,7 @@
 #pragma once
 
-#include "consumer_part.h"
 #include "channel/peers.h"
+#include "consumer_part.h"
 #include "qos_and_filters.h"
 
 namespace kelp::notification {
@@ -43,9 +43,11 @@ class StructuredPushConsumer final
     : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
-    void connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier_ptr supplier) override {
-        connect(supplier, farewellTo<CosNotifyComm::StructuredPushSupplier>(
-                              supplier, [](auto peer) { peer->disconnect_structured_push_supplier(); }));
+    void connect_structured_push_supplier(
+        CosNotifyComm::StructuredPushSupplier_ptr supplier) override {
+        connect(supplier,
+                farewellTo<CosNotifyComm::StructuredPushSupplier>(
+                    supplier, [](auto peer) { peer->disconnect_structured_push_supplier(); }));
     }
     void push_structured_event(const CosNotification::StructuredEvent& event) override {
         take(takeIn(event, eventDefaults()));
@@ -58,8 +60,9 @@ class SequencePushConsumer final
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
     void connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier_ptr supplier) override {
-        connect(supplier, farewellTo<CosNotifyComm::SequencePushSupplier>(
-                              supplier, [](auto peer) { peer->disconnect_sequence_push_supplier(); }));
+        connect(supplier, farewellTo<CosNotifyComm::SequencePushSupplier>(supplier, [](auto peer) {
+                    peer->disconnect_sequence_push_supplier();
+                }));
     }
     void push_structured_events(const CosNotification::EventBatch& batch) override {
         const EventDefaults defaults = eventDefaults();
@@ -69,7 +72,8 @@ class SequencePushConsumer final
     void disconnect_sequence_push_consumer() override { close(Supplier::IsNotTold); }
 };
 
-class AnyPushConsumer final : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::ProxyPushConsumer> {
+class AnyPushConsumer final
+    : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::ProxyPushConsumer> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
     void connect_any_push_supplier(CosEventComm::PushSupplier_ptr supplier) override {

@@ -31,8 +31,8 @@ class StructuredReceiver final : public Receiver {
 
 class SequenceReceiver final : public Receiver {
   public:
-    SequenceReceiver(CosNotifyComm::SequencePushConsumer_ptr consumer, std::shared_ptr<Outlet> outlet,
-                     const kelp::orb::EventSender& sender)
+    SequenceReceiver(CosNotifyComm::SequencePushConsumer_ptr consumer,
+                     std::shared_ptr<Outlet> outlet, const kelp::orb::EventSender& sender)
         : consumer_(CosNotifyComm::SequencePushConsumer::_duplicate(consumer)),
           outlet_(outlet),
           sender_(sender) {}
@@ -80,7 +80,8 @@ void StructuredPushSupplier::connect_structured_push_consumer(
     connect(std::make_shared<StructuredReceiver>(consumer, sender()), consumer);
 }
 
-void SequencePushSupplier::connect_sequence_push_consumer(CosNotifyComm::SequencePushConsumer_ptr consumer) {
+void SequencePushSupplier::connect_sequence_push_consumer(
+    CosNotifyComm::SequencePushConsumer_ptr consumer) {
     requireConsumer(consumer);
     connect(std::make_shared<SequenceReceiver>(consumer, outlet(), sender()), consumer);
 }

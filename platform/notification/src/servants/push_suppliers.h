@@ -8,7 +8,8 @@ class StructuredPushSupplier final
     : public PushSupplierServant<POA_CosNotifyChannelAdmin::StructuredProxyPushSupplier> {
   public:
     using PushSupplierServant::PushSupplierServant;
-    void connect_structured_push_consumer(CosNotifyComm::StructuredPushConsumer_ptr consumer) override;
+    void connect_structured_push_consumer(
+        CosNotifyComm::StructuredPushConsumer_ptr consumer) override;
     void disconnect_structured_push_supplier() override { close(Consumer::IsNotTold); }
 };
 
@@ -20,7 +21,8 @@ class SequencePushSupplier final
     void disconnect_sequence_push_supplier() override { close(Consumer::IsNotTold); }
 };
 
-class AnyPushSupplier final : public PushSupplierServant<POA_CosNotifyChannelAdmin::ProxyPushSupplier> {
+class AnyPushSupplier final
+    : public PushSupplierServant<POA_CosNotifyChannelAdmin::ProxyPushSupplier> {
   public:
     using PushSupplierServant::PushSupplierServant;
     void connect_any_push_consumer(CosEventComm::PushConsumer_ptr consumer) override;

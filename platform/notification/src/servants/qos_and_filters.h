@@ -51,7 +51,9 @@ class WithoutMappingFilters : public virtual Skeleton {
     void lifetime_filter(CosNotifyFilter::MappingFilter_ptr filter) override { refuse(filter); }
 
   private:
-    static CosNotifyFilter::MappingFilter_ptr none() { return CosNotifyFilter::MappingFilter::_nil(); }
+    static CosNotifyFilter::MappingFilter_ptr none() {
+        return CosNotifyFilter::MappingFilter::_nil();
+    }
     static void refuse(CosNotifyFilter::MappingFilter_ptr filter) {
         if (!CORBA::is_nil(filter))
             throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);

@@ -7,8 +7,9 @@ namespace kelp::notification {
 using namespace CosNotifyChannelAdmin;
 
 SupplierAdminServant::SupplierAdminServant(std::shared_ptr<ChannelCore> core,
-                                           std::shared_ptr<SupplierAdminData> data, EventChannel_ptr channel,
-                                           KeyedPlaces::Place place, OnDestroy onDestroy)
+                                           std::shared_ptr<SupplierAdminData> data,
+                                           EventChannel_ptr channel, KeyedPlaces::Place place,
+                                           OnDestroy onDestroy)
     : core_(std::move(core)),
       data_(std::move(data)),
       channel_(EventChannel::_duplicate(channel)),
@@ -89,7 +90,8 @@ ProxyConsumer_ptr SupplierAdminServant::obtain_notification_pull_consumer(Client
     throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
 }
 
-ProxyConsumer_ptr SupplierAdminServant::obtain_notification_push_consumer(ClientType type, ProxyID_out id) {
+ProxyConsumer_ptr SupplierAdminServant::obtain_notification_push_consumer(ClientType type,
+                                                                          ProxyID_out id) {
     CORBA::Object_var made;
     switch (type) {
         case ANY_EVENT:
@@ -114,7 +116,8 @@ void SupplierAdminServant::destroy() {
     close(ConsumerPart::Supplier::IsTold);
 }
 
-// The proxies of the older event service are not offered: those above serve suppliers of any kind of event.
+// The proxies of the older event service are not offered: those above serve suppliers of any kind
+// of event.
 CosEventChannelAdmin::ProxyPushConsumer_ptr SupplierAdminServant::obtain_push_consumer() {
     throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
 }

@@ -7,8 +7,8 @@
 
 namespace kelp::notification {
 
-/// A group of suppliers outside this process, with filters in common. Suppliers push; pulling from them is
-/// not offered.
+/// A group of suppliers outside this process, with filters in common. Suppliers push; pulling from
+/// them is not offered.
 class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::SupplierAdmin>,
                                    public Owned {
   public:
@@ -34,7 +34,8 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     CosNotifyChannelAdmin::InterFilterGroupOperator MyOperator() override { return data_->op; }
     CosNotifyChannelAdmin::ProxyIDSeq* pull_consumers() override;
     CosNotifyChannelAdmin::ProxyIDSeq* push_consumers() override;
-    CosNotifyChannelAdmin::ProxyConsumer_ptr get_proxy_consumer(CosNotifyChannelAdmin::ProxyID id) override;
+    CosNotifyChannelAdmin::ProxyConsumer_ptr get_proxy_consumer(
+        CosNotifyChannelAdmin::ProxyID id) override;
     CosNotifyChannelAdmin::ProxyConsumer_ptr obtain_notification_pull_consumer(
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
     CosNotifyChannelAdmin::ProxyConsumer_ptr obtain_notification_push_consumer(
@@ -59,7 +60,8 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
 
   private:
     template <class Servant>
-    CORBA::Object_ptr make(CosNotifyChannelAdmin::ProxyType type, CosNotifyChannelAdmin::ProxyID& id);
+    CORBA::Object_ptr make(CosNotifyChannelAdmin::ProxyType type,
+                           CosNotifyChannelAdmin::ProxyID& id);
 
     const std::shared_ptr<ChannelCore> core_;
     const std::shared_ptr<SupplierAdminData> data_;

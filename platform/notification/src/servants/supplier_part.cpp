@@ -8,8 +8,8 @@ void ConsumerAdminData::proxyDied(ProxyID proxy) {
     proxies.with(proxy, [](SupplierPart& part) { part.close(SupplierPart::Consumer::IsNotTold); });
 }
 
-SupplierPart::SupplierPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> admin,
-                           ProxyType type)
+SupplierPart::SupplierPart(std::shared_ptr<ChannelCore> core,
+                           std::shared_ptr<ConsumerAdminData> admin, ProxyType type)
     : core_(std::move(core)),
       admin_(std::move(admin)),
       type_(type),
@@ -74,8 +74,8 @@ void SupplierPart::refuseConnection() const {
 
 void SupplierPart::tellOfOffers(CORBA::Object_ptr consumer) {
     if (!CORBA::is_nil(consumer))
-        updates_.connect(
-            toldOfOffers("consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), consumer));
+        updates_.connect(toldOfOffers(
+            "consumer " + std::to_string(admin_->id) + "/" + std::to_string(id()), consumer));
 }
 
 std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {

@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "channel/core.h"
+#include "channel/peers.h"
 #include "owners/owned.h"
 #include "owners/owner.h"
-#include "channel/peers.h"
 #include "proxy_registry.h"
 #include "types/updates.h"
 
@@ -38,7 +38,8 @@ class SupplierPart : public Owned {
     ConsumerAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const OwnerPtr& owner() const { return owner_; }
-    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows the proxy.
+    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows
+    /// the proxy.
     void hold(OwnerPtr owner, KeyedPlaces::Place place) {
         outlet_->setOwner(owner);
         owner_ = std::move(owner);
@@ -49,11 +50,12 @@ class SupplierPart : public Owned {
     CosNotification::EventTypeSeq* offeredTypes(CosNotifyChannelAdmin::ObtainInfoMode mode) {
         return updates_.obtain(mode);
     }
-    void subscribe(const CosNotification::EventTypeSeq& added, const CosNotification::EventTypeSeq& removed);
+    void subscribe(const CosNotification::EventTypeSeq& added,
+                   const CosNotification::EventTypeSeq& removed);
     void suspend();
     void resume();
-    /// Connects a consumer that pushes are made to; throws AlreadyConnected, and OBJECT_NOT_EXIST when the
-    /// proxy has ended.
+    /// Connects a consumer that pushes are made to; throws AlreadyConnected, and OBJECT_NOT_EXIST
+    /// when the proxy has ended.
     void connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer);
     /// Connects a consumer that pulls, which may be nil.
     void connectPull(CORBA::Object_ptr consumer, Farewell farewell);

@@ -45,7 +45,8 @@ void ChangeNotices::schedule(std::shared_ptr<TypeFeed> feed) {
 }
 
 void ChangeNotices::close() {
-    std::deque<std::shared_ptr<TypeFeed>> forgotten;  // may end here, and must not do so under the lock
+    std::deque<std::shared_ptr<TypeFeed>>
+        forgotten;  // may end here, and must not do so under the lock
     const Lock lock(mutex_);
     stopping_ = true;
     forgotten.swap(waiting_);

@@ -11,8 +11,9 @@ namespace kelp::notification {
 
 class TypeFeed;
 
-/// The thread that tells peers of changed event types, one call after the other, each with a time-out. It
-/// begins with the first change that somebody follows. Feeds take turns, a call each. Thread safe.
+/// The thread that tells peers of changed event types, one call after the other, each with a
+/// time-out. It begins with the first change that somebody follows. Feeds take turns, a call each.
+/// Thread safe.
 class ChangeNotices {
   public:
     explicit ChangeNotices(std::chrono::milliseconds callTimeout);

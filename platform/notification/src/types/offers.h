@@ -8,8 +8,9 @@
 
 namespace kelp::notification {
 
-/// What suppliers say that they offer, each proxy consumer and each supplier admin for itself; together every
-/// type while none of them offers anything. Thread safe; its lock is taken outside the feed's.
+/// What suppliers say that they offer, each proxy consumer and each supplier admin for itself;
+/// together every type while none of them offers anything. Thread safe; its lock is taken outside
+/// the feed's.
 class Offers {
   public:
     using OffererId = int;

@@ -62,7 +62,8 @@ std::vector<TypeFeed::FollowerId> TypeFeed::followers() const {
 }
 
 TypeFeed::Followers::iterator TypeFeed::nextBehind() {
-    // beginning behind the last one told: a set that changes all the time does not leave the others out
+    // beginning behind the last one told: a set that changes all the time does not leave the others
+    // out
     auto each = followers_.upper_bound(lastTold_);
     for (std::size_t left = followers_.size(); left > 0; --left, ++each) {
         if (each == followers_.end())
@@ -96,7 +97,8 @@ bool TypeFeed::tellNext() {
     try {
         peer->tell(added.in(), removed.in());
     } catch (const CosNotifyComm::InvalidEventType& refused) {
-        trace(peer->name + " does not take a change of event types: " + kelp::orb::exceptionText(refused));
+        trace(peer->name +
+              " does not take a change of event types: " + kelp::orb::exceptionText(refused));
     } catch (const CORBA::Exception& failure) {
         unfollow(id);
         trace(peer->name +

@@ -16,12 +16,12 @@ namespace kelp::notification {
 
 class ChangeNotices;
 
-/// A set of event types and the peers who are told when it changes. A peer is told how the set differs from
-/// what it knows when its turn comes, so any number of changes meanwhile are one call, or none when they
-/// cancel out.
+/// A set of event types and the peers who are told when it changes. A peer is told how the set
+/// differs from what it knows when its turn comes, so any number of changes meanwhile are one call,
+/// or none when they cancel out.
 ///
-/// A peer whose call raises a system exception (it does not answer, is gone, or has no such operation) is
-/// traced and told no more; one that raises InvalidEventType goes on being told.
+/// A peer whose call raises a system exception (it does not answer, is gone, or has no such
+/// operation) is traced and told no more; one that raises InvalidEventType goes on being told.
 ///
 /// Thread safe; its lock is taken inside those of its users.
 class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
@@ -29,8 +29,8 @@ class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
     using FollowerId = std::int32_t;
     static constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
-    /// A peer as it is called and as it is named in traces. The call is made without a lock, by the thread of
-    /// the notices, under their time-out; it may raise anything of CORBA.
+    /// A peer as it is called and as it is named in traces. The call is made without a lock, by the
+    /// thread of the notices, under their time-out; it may raise anything of CORBA.
     struct Peer {
         std::string name;
         std::function<void(const CosNotification::EventTypeSeq& added,
@@ -45,8 +45,8 @@ class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
     /// The set from here on.
     void publish(TypeSet types);
 
-    /// From here on the peer, which knows these types, is told of changes; at once if they differ already.
-    /// Throws NO_RESOURCES for one peer too many.
+    /// From here on the peer, which knows these types, is told of changes; at once if they differ
+    /// already. Throws NO_RESOURCES for one peer too many.
     FollowerId follow(Peer peer, const TypeSet& known);
     /// False when there is none (any more). A call in progress is not waited for.
     bool unfollow(FollowerId id);

@@ -24,7 +24,8 @@ std::optional<std::string> overlap(const std::string& one, const std::string& ot
         return one;
     if (matchesPattern(one.c_str(), other.c_str()))
         return other;
-    const bool bothVary = one.find('*') != std::string::npos && other.find('*') != std::string::npos;
+    const bool bothVary =
+        one.find('*') != std::string::npos && other.find('*') != std::string::npos;
     return bothVary ? std::optional(one) : std::nullopt;
 }
 

@@ -11,8 +11,9 @@
 namespace kelp::notification {
 
 /// A proxy's peer as one who may be told of changes in a feed: of offers when it is a consumer, of
-/// subscriptions when it is a supplier. It is told from the time on when it is connected and has asked for
-/// it; of what changed between the two as well. Thread safe; its lock is taken outside the feed's.
+/// subscriptions when it is a supplier. It is told from the time on when it is connected and has
+/// asked for it; of what changed between the two as well. Thread safe; its lock is taken outside
+/// the feed's.
 class Updates {
   public:
     using Mode = CosNotifyChannelAdmin::ObtainInfoMode;

@@ -51,7 +51,8 @@ bool isWritten(const util::Descriptor& out, const std::string& text) {
 }  // namespace
 
 std::shared_ptr<const AuditKey> AuditKey::read(const std::filesystem::path& file) {
-    if (std::error_code error; !std::filesystem::exists(std::filesystem::symlink_status(file, error)))
+    if (std::error_code error;
+        !std::filesystem::exists(std::filesystem::symlink_status(file, error)))
         return nullptr;
     startLibrary();
     std::string problem;
@@ -67,8 +68,8 @@ std::shared_ptr<const AuditKey> AuditKey::read(const std::filesystem::path& file
     std::size_t decoded = 0;
     if (!rest.starts_with(begin) || rest.size() < begin.size() + digits + 1 ||
         rest[begin.size() + digits] != '\n' ||
-        ::sodium_hex2bin(key->bytes_.data(), kBytes, rest.data() + begin.size(), digits, nullptr, &decoded,
-                         nullptr) != 0 ||
+        ::sodium_hex2bin(key->bytes_.data(), kBytes, rest.data() + begin.size(), digits, nullptr,
+                         &decoded, nullptr) != 0 ||
         decoded != kBytes)
         throw LogFailure("audit key " + file.string() + " holds no key");
     std::string place(rest.substr(begin.size() + digits + 1));

@@ -9,18 +9,18 @@
 
 namespace kelp::oplog {
 
-/// The secret that the security log's chain is made with, and the place where a chain that had been begun
-/// without one went over to it. Constant; wiped with its last owner.
+/// The secret that the security log's chain is made with, and the place where a chain that had been
+/// begun without one went over to it. Constant; wiped with its last owner.
 class AuditKey {
   public:
     static constexpr std::size_t kBytes = 32;
 
-    /// None when the file is missing. Throws LogFailure when it cannot be relied on: somebody else can read
-    /// or write it, or it holds no key.
+    /// None when the file is missing. Throws LogFailure when it cannot be relied on: somebody else
+    /// can read or write it, or it holds no key.
     static std::shared_ptr<const AuditKey> read(const std::filesystem::path& file);
-    /// Writes a new key from the system's random source to a new file of mode 0600, whole or not at all. A
-    /// file that another process makes meanwhile stays. `begun`: the head of a chain without a key that goes
-    /// on with this one. Throws LogFailure.
+    /// Writes a new key from the system's random source to a new file of mode 0600, whole or not at
+    /// all. A file that another process makes meanwhile stays. `begun`: the head of a chain without
+    /// a key that goes on with this one. Throws LogFailure.
     static void make(const std::filesystem::path& file, const ChainHead& begun);
 
     ~AuditKey();

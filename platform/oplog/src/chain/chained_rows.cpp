@@ -2,11 +2,11 @@
 
 #include <kelp/util/trace_log.h>
 
-#include "records/entry_rules.h"
 #include "chain/hash_chain.h"
 #include "chain/key_mark.h"
 #include "database/log_file.h"
 #include "database/retention.h"
+#include "records/entry_rules.h"
 
 namespace kelp::oplog {
 
@@ -56,7 +56,8 @@ void ChainedRows::addMark(std::vector<LogEntry>& entries) {
     // nobody but who lacks the key makes records without one once it is there
     if (head.id > 0 && (head.id != begun.id || head.hash != begun.hash))
         entries.push_back(noteOf("tampering", "", "its records were not made with the key"));
-    entries.push_back(noteOf(kKeyEvent, memory_.key->id(), "from here on the chain is made with this key"));
+    entries.push_back(
+        noteOf(kKeyEvent, memory_.key->id(), "from here on the chain is made with this key"));
 }
 
 void ChainedRows::append(std::vector<LogEntry>& entries) {
@@ -88,16 +89,16 @@ std::vector<LogEntry> ChainedRows::notes() {
         notes.push_back(
             noteOf("set-aside", memory_.aside.filename().string(), "the file before was damaged"));
     else if (memory_.written.id > 0 && !isWrittenHeadThere())
-        notes.push_back(
-            noteOf("tampering", memory_.written.text(), "this record was written here and is gone"));
+        notes.push_back(noteOf("tampering", memory_.written.text(),
+                               "this record was written here and is gone"));
     const bool hasHead = database_.execAndGet("SELECT count(*) FROM head").getInt() > 0;
     if (!hasHead && database_.execAndGet("SELECT count(*) FROM record").getInt() > 0)
         notes.push_back(noteOf("tampering", "", "the noted head of the chain was missing"));
     for (const LogEntry& each : notes) {
         if (each.operation == kKeyEvent)
             continue;
-        util::traceFrom("oplog", "[ChainedRows] " + database_.getFilename() + ": " + each.operation + " " +
-                                     each.object + ": " + each.detail);
+        util::traceFrom("oplog", "[ChainedRows] " + database_.getFilename() + ": " +
+                                     each.operation + " " + each.object + ": " + each.detail);
     }
     return notes;
 }
@@ -148,11 +149,13 @@ void ChainedRows::appendTo(ChainHead& head, std::vector<LogEntry>& entries) {
     insert_.insert(entries, hashes);
 }
 
-std::optional<bool> ChainedRows::removeOldest(std::uint64_t bytesMax, std::optional<UtcTime> oldest) {
+std::optional<bool> ChainedRows::removeOldest(std::uint64_t bytesMax,
+                                              std::optional<UtcTime> oldest) {
     const std::optional<Removal> removal = oplog::removeOldest(database_, kRows, bytesMax, oldest);
     if (!removal)
         return std::nullopt;
-    std::vector<LogEntry> told{noteOf(kRetentionEvent, std::to_string(removal->last.id), removal->last.hash)};
+    std::vector<LogEntry> told{
+        noteOf(kRetentionEvent, std::to_string(removal->last.id), removal->last.hash)};
     // a mark that has gone is made anew
     if (memory_.key && !markedKey(database_))
         told.push_back(noteOf(kKeyEvent, memory_.key->id(), "the chain is made with this key"));

@@ -45,8 +45,8 @@ class KeyedHash {
     KeyedHash& operator=(const KeyedHash&) = delete;
 
     void add(const std::string& bytes) {
-        ::crypto_auth_hmacsha256_update(&state_, reinterpret_cast<const unsigned char*>(bytes.data()),
-                                        bytes.size());
+        ::crypto_auth_hmacsha256_update(
+            &state_, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     }
     std::string hex() {
         unsigned char hash[kBytes];
@@ -70,8 +70,9 @@ std::string hashWith(Hash& hash, const std::string& previous, const LogEntry& en
     addField(hash, previous);
     addField(hash, std::to_string(entry.id));
     addField(hash, std::to_string(entry.time.time_since_epoch().count()));
-    for (const std::string* field : {&entry.user, &entry.nmsAddress, &entry.peer, &entry.operation,
-                                     &entry.objectKind, &entry.object, &entry.outcome, &entry.detail})
+    for (const std::string* field :
+         {&entry.user, &entry.nmsAddress, &entry.peer, &entry.operation, &entry.objectKind,
+          &entry.object, &entry.outcome, &entry.detail})
         addField(hash, *field);
     addField(hash, entry.duration ? std::to_string(entry.duration->count()) : "");
     addField(hash, std::to_string(entry.missing));

@@ -18,7 +18,8 @@ std::optional<std::string> markedKey(SQLite::Database& database) {
     return query.getColumn(0).getString();
 }
 
-std::string problemOfKey(const std::filesystem::path& database, const std::optional<std::string>& mark,
+std::string problemOfKey(const std::filesystem::path& database,
+                         const std::optional<std::string>& mark,
                          const std::filesystem::path& keyFile, const AuditKey* key) {
     const std::string made = "security log " + database.string() + " was made with ";
     if (!mark || (key != nullptr && key->id() == *mark))
@@ -39,8 +40,10 @@ std::string problemOfAuditKey(const LogSettings& settings) {
     try {
         if (std::error_code error; !std::filesystem::exists(settings.database, error))
             return "";
-        const std::unique_ptr<SQLite::Database> opened = openForReading(settings.database, LogKind::Security);
-        return problemOfKey(settings.database, markedKey(*opened), settings.auditKeyFile, key.get());
+        const std::unique_ptr<SQLite::Database> opened =
+            openForReading(settings.database, LogKind::Security);
+        return problemOfKey(settings.database, markedKey(*opened), settings.auditKeyFile,
+                            key.get());
     } catch (const std::exception&) {
         return "";  // the log itself says what is wrong with its database
     }

@@ -14,8 +14,10 @@ namespace kelp::oplog {
 /// The id of the key that a log was last marked with; none: it has no such record.
 std::optional<std::string> markedKey(SQLite::Database& database);
 
-/// What keeps a log that is marked so from going on with `key`, if any, as one sentence; empty: nothing.
-std::string problemOfKey(const std::filesystem::path& database, const std::optional<std::string>& mark,
+/// What keeps a log that is marked so from going on with `key`, if any, as one sentence; empty:
+/// nothing.
+std::string problemOfKey(const std::filesystem::path& database,
+                         const std::optional<std::string>& mark,
                          const std::filesystem::path& keyFile, const AuditKey* key);
 
 }  // namespace kelp::oplog

@@ -30,8 +30,8 @@ class ChainCheck {
     Verification run() {
         readBeginning();
         readKeyPlace();
-        SQLite::Statement rows(database_,
-                               "SELECT " + std::string(kRecordColumns) + ", hash FROM record ORDER BY id");
+        SQLite::Statement rows(
+            database_, "SELECT " + std::string(kRecordColumns) + ", hash FROM record ORDER BY id");
         while (rows.executeStep())
             check(entryOf(rows), rows.getColumn(13).getString());
         checkHead();
@@ -49,7 +49,8 @@ class ChainCheck {
 
     void readBeginning() {
         SQLite::Statement told(
-            database_, "SELECT object, detail FROM record WHERE operation = ?1 ORDER BY id DESC LIMIT 1");
+            database_,
+            "SELECT object, detail FROM record WHERE operation = ?1 ORDER BY id DESC LIMIT 1");
         told.bind(1, kRetentionEvent);
         if (!told.executeStep())
             return;
@@ -68,7 +69,8 @@ class ChainCheck {
         // the place stands with the key: without it nobody can say that an old chain ends elsewhere
         const ChainHead& begun = key_->begun();
         lastWithoutKey_ = begun.id > 0 && isInChain(begun) ? begun.id : 0;
-        if (const std::optional<std::string> mark = markedKey(database_); mark && *mark != key_->id())
+        if (const std::optional<std::string> mark = markedKey(database_);
+            mark && *mark != key_->id())
             problem("the log was made with another key");
     }
 
@@ -86,8 +88,9 @@ class ChainCheck {
         else if (const AuditKey* const key = entry.id > lastWithoutKey_ ? key_ : nullptr;
                  !isMadeWith(key, entry, hash))
             problem("record " + std::to_string(entry.id) +
-                    (key != nullptr && isMadeWith(nullptr, entry, hash) ? " was not made with the key"
-                                                                        : " is not what was written there"));
+                    (key != nullptr && isMadeWith(nullptr, entry, hash)
+                         ? " was not made with the key"
+                         : " is not what was written there"));
         before_ = {entry.id, hash};
     }
 
@@ -97,7 +100,8 @@ class ChainCheck {
         if (!noted.executeStep()) {
             if (result_.records > 0)
                 problem(
-                    "the noted head of the chain is missing, so that it is unknown whether records are "
+                    "the noted head of the chain is missing, so that it is unknown whether records "
+                    "are "
                     "missing at "
                     "the end");
             return;
@@ -117,7 +121,8 @@ class ChainCheck {
     }
 
     bool isInChain(const ChainHead& head) {
-        SQLite::Statement query(database_, "SELECT count(*) FROM record WHERE id = ?1 AND hash = ?2");
+        SQLite::Statement query(database_,
+                                "SELECT count(*) FROM record WHERE id = ?1 AND hash = ?2");
         query.bind(1, head.id);
         query.bind(2, head.hash);
         return query.executeStep() && query.getColumn(0).getInt() > 0;
@@ -145,7 +150,8 @@ std::optional<ChainHead> ChainHead::of(const std::string& text) {
         text.find_first_not_of("0123456789") != colon)
         return std::nullopt;
     const std::string hash = text.substr(colon + 1);
-    if (hash.size() != kHashDigits || hash.find_first_not_of("0123456789abcdef") != std::string::npos)
+    if (hash.size() != kHashDigits ||
+        hash.find_first_not_of("0123456789abcdef") != std::string::npos)
         return std::nullopt;
     return ChainHead{std::stoll(text.substr(0, colon)), hash};
 }
@@ -153,8 +159,10 @@ std::optional<ChainHead> ChainHead::of(const std::string& text) {
 Verification verify(const std::filesystem::path& database, const std::vector<ChainHead>& known,
                     const std::filesystem::path& keyFile) {
     try {
-        const std::shared_ptr<const AuditKey> key = keyFile.empty() ? nullptr : AuditKey::read(keyFile);
-        const std::unique_ptr<SQLite::Database> opened = openForReading(database, LogKind::Security);
+        const std::shared_ptr<const AuditKey> key =
+            keyFile.empty() ? nullptr : AuditKey::read(keyFile);
+        const std::unique_ptr<SQLite::Database> opened =
+            openForReading(database, LogKind::Security);
         // one moment of the log, however long the check takes
         SQLite::Transaction snapshot(*opened);
         const std::optional<std::string> mark = markedKey(*opened);

@@ -38,8 +38,8 @@ CREATE TABLE head (one INTEGER PRIMARY KEY CHECK (one = 1), id INTEGER NOT NULL,
 CREATE TABLE side_file (name TEXT PRIMARY KEY) STRICT;
 )";
 
-/// A block's id is that of its last record. A gap record, which tells of `missing` records, is a block of its
-/// own.
+/// A block's id is that of its last record. A gap record, which tells of `missing` records, is a
+/// block of its own.
 constexpr const char* kOperationSchema = R"(
 CREATE TABLE block (
     id INTEGER PRIMARY KEY,
@@ -74,7 +74,8 @@ int pragma(SQLite::Database& database, const char* name) {
 void prepareSchema(SQLite::Database& database, LogKind kind) {
     if (pragma(database, "user_version") != 0)
         return;
-    // two programs may find the file empty at the same moment: the second looks again inside its transaction
+    // two programs may find the file empty at the same moment: the second looks again inside its
+    // transaction
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     if (pragma(database, "user_version") != 0 ||
         database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() > 0)
@@ -99,7 +100,8 @@ void requireKind(SQLite::Database& database, const std::filesystem::path& file, 
 }  // namespace
 
 const char* const kRecordColumns =
-    "id, time_ms, user, nms, peer, operation, object_kind, object, outcome, detail, duration_us, missing, "
+    "id, time_ms, user, nms, peer, operation, object_kind, object, outcome, detail, duration_us, "
+    "missing, "
     "until_ms";
 
 LogFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure) {
@@ -119,20 +121,22 @@ std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& fi
                                                  std::chrono::milliseconds busy) {
     if (const std::string problem = util::makePrivateFile(file); !problem.empty())
         throw LogFailure(file.string() + ": " + problem);
-    auto database = std::make_unique<SQLite::Database>(util::inRealFolder(file).string(),
-                                                       SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
-                                                       static_cast<int>(busy.count()));
+    auto database = std::make_unique<SQLite::Database>(
+        util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
+        static_cast<int>(busy.count()));
     // a database of another kind stays as it is: nothing of this is for it
     if (pragma(*database, "user_version") != 0)
         requireKind(*database, file, kind);
     database->exec("PRAGMA auto_vacuum = INCREMENTAL");
     database->exec("PRAGMA journal_mode = WAL");
-    database->exec(kind == LogKind::Operations ? "PRAGMA synchronous = NORMAL" : "PRAGMA synchronous = FULL");
+    database->exec(kind == LogKind::Operations ? "PRAGMA synchronous = NORMAL"
+                                               : "PRAGMA synchronous = FULL");
     prepareSchema(*database, kind);
     requireKind(*database, file, kind);
     if (kind == LogKind::Security)
         database->exec(
-            std::string("CREATE INDEX IF NOT EXISTS record_key ON record (id) WHERE operation = '") +
+            std::string(
+                "CREATE INDEX IF NOT EXISTS record_key ON record (id) WHERE operation = '") +
             kKeyEvent + "'");
     return database;
 }
@@ -153,8 +157,10 @@ void awaitSchema(SQLite::Database& database) {
 
 std::unique_ptr<SQLite::Database> openForReading(const std::filesystem::path& file, LogKind kind) {
     if (std::error_code error; !std::filesystem::exists(file, error))
-        throw LogFailure(std::string(formatOf(kind).name) + " " + file.string() + " does not exist");
-    auto database = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READONLY, kReadBusyMs);
+        throw LogFailure(std::string(formatOf(kind).name) + " " + file.string() +
+                         " does not exist");
+    auto database =
+        std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READONLY, kReadBusyMs);
     awaitSchema(*database);
     requireKind(*database, file, kind);
     return database;

@@ -37,8 +37,8 @@ std::filesystem::path setAside(const std::filesystem::path& file);
 /// All columns of a record but its hash, in the order of entryOf() and bindEntry().
 extern const char* const kRecordColumns;
 LogEntry entryOf(SQLite::Statement& row);
-/// Binds behind the first `before` places, without copying: the entry must stay until the statement has been
-/// executed.
+/// Binds behind the first `before` places, without copying: the entry must stay until the statement
+/// has been executed.
 void bindEntry(SQLite::Statement& insert, const LogEntry& entry, int before);
 
 }  // namespace kelp::oplog

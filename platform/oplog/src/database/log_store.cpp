@@ -25,8 +25,9 @@ void LogStore::guarded(Body body) {
         close();
         if (failure.isDamage() && damaged_ == Damaged::IsSetAside) {
             memory_.aside = setAside(file_);
-            util::traceFrom("oplog", std::string("[LogStore] ") + failure.what() + "; set aside as " +
-                                         memory_.aside.string() + ", a new one is begun");
+            util::traceFrom("oplog", std::string("[LogStore] ") + failure.what() +
+                                         "; set aside as " + memory_.aside.string() +
+                                         ", a new one is begun");
         }
         throw;
     }
@@ -59,7 +60,8 @@ void LogStore::takeInSideFiles() {
             continue;
         SQLite::Transaction transaction(*database_, SQLite::TransactionBehavior::IMMEDIATE);
         // a file whose records went in but that a crash left there is not taken in twice
-        SQLite::Statement mark(*database_, "INSERT INTO side_file (name) VALUES (?1) ON CONFLICT DO NOTHING");
+        SQLite::Statement mark(*database_,
+                               "INSERT INTO side_file (name) VALUES (?1) ON CONFLICT DO NOTHING");
         mark.bind(1, name);
         const bool isNew = mark.exec() > 0;
         if (isNew)

@@ -1,7 +1,7 @@
 #include "database/operation_blocks.h"
 
-#include "records/block_codec.h"
 #include "database/retention.h"
+#include "records/block_codec.h"
 
 namespace kelp::oplog {
 
@@ -63,7 +63,8 @@ class OperationBlocks::Appending {
 OperationBlocks::OperationBlocks(SQLite::Database& database)
     : database_(database),
       insert_(database,
-              "INSERT INTO block (id, records, missing, from_ms, until_ms, data) VALUES (?,?,?,?,?,?)") {}
+              "INSERT INTO block (id, records, missing, from_ms, until_ms, data) VALUES "
+              "(?,?,?,?,?,?)") {}
 
 void OperationBlocks::append(const LogBatch& batch) {
     Appending appending(insert_, readLastId());
@@ -85,8 +86,10 @@ void OperationBlocks::append(std::vector<LogEntry>& entries) {
     writeLastId(appending.finish());
 }
 
-std::optional<bool> OperationBlocks::removeOldest(std::uint64_t bytesMax, std::optional<UtcTime> oldest) {
-    const std::optional<Removal> removal = oplog::removeOldest(database_, kBlocks, bytesMax, oldest);
+std::optional<bool> OperationBlocks::removeOldest(std::uint64_t bytesMax,
+                                                  std::optional<UtcTime> oldest) {
+    const std::optional<Removal> removal =
+        oplog::removeOldest(database_, kBlocks, bytesMax, oldest);
     if (!removal)
         return std::nullopt;
     return removal->isMore;
@@ -96,13 +99,15 @@ std::optional<bool> OperationBlocks::removeOldest(std::uint64_t bytesMax, std::o
 std::int64_t OperationBlocks::readLastId() {
     return database_
         .execAndGet(
-            "SELECT max((SELECT coalesce(max(id), 0) FROM block), (SELECT coalesce(max(id), 0) FROM last))")
+            "SELECT max((SELECT coalesce(max(id), 0) FROM block), (SELECT coalesce(max(id), 0) "
+            "FROM last))")
         .getInt64();
 }
 
 void OperationBlocks::writeLastId(std::int64_t id) {
     SQLite::Statement write(
-        database_, "INSERT INTO last (one, id) VALUES (1, ?1) ON CONFLICT (one) DO UPDATE SET id = ?1");
+        database_,
+        "INSERT INTO last (one, id) VALUES (1, ?1) ON CONFLICT (one) DO UPDATE SET id = ?1");
     write.bind(1, id);
     write.exec();
 }

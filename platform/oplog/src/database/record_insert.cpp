@@ -28,7 +28,9 @@ std::string insertOf(std::size_t rows) {
 /// A statement that failed half-way is as good as new afterwards.
 class Execution {
   public:
-    explicit Execution(SQLite::Statement& statement) : statement_(statement) { statement_.tryReset(); }
+    explicit Execution(SQLite::Statement& statement) : statement_(statement) {
+        statement_.tryReset();
+    }
     ~Execution() { statement_.tryReset(); }
     Execution(const Execution&) = delete;
     Execution& operator=(const Execution&) = delete;
@@ -42,7 +44,8 @@ class Execution {
 RecordInsert::RecordInsert(SQLite::Database& database)
     : one_(database, insertOf(1)), many_(database, insertOf(kMany)) {}
 
-void RecordInsert::insert(const std::vector<LogEntry>& entries, const std::vector<std::string>& hashes) {
+void RecordInsert::insert(const std::vector<LogEntry>& entries,
+                          const std::vector<std::string>& hashes) {
     for (std::size_t at = 0; at < entries.size();) {
         const std::size_t rows = entries.size() - at >= kMany ? kMany : 1;
         SQLite::Statement& statement = rows == 1 ? one_ : many_;

@@ -8,8 +8,8 @@
 
 namespace kelp::oplog {
 
-/// Inserts records, many with one statement where there are many: most of what an insertion costs is the
-/// statement's, not the record's.
+/// Inserts records, many with one statement where there are many: most of what an insertion costs
+/// is the statement's, not the record's.
 class RecordInsert {
   public:
     explicit RecordInsert(SQLite::Database& database);

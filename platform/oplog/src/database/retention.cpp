@@ -25,8 +25,8 @@ bool isTooLarge(SQLite::Database& database, std::uint64_t bytesMax) {
 std::int64_t firstYoung(SQLite::Database& database, const AgeingTable& table, UtcTime oldest,
                         std::int64_t lastId) {
     // by the order of the rows, not by the index of times: it ends at the first young one
-    SQLite::Statement query(database, std::string("SELECT id FROM ") + table.name + " WHERE +" + table.time +
-                                          " >= ?1 ORDER BY id LIMIT 1");
+    SQLite::Statement query(database, std::string("SELECT id FROM ") + table.name + " WHERE +" +
+                                          table.time + " >= ?1 ORDER BY id LIMIT 1");
     query.bind(1, static_cast<std::int64_t>(oldest.time_since_epoch().count()));
     return query.executeStep() ? query.getColumn(0).getInt64() : lastId + 1;
 }

@@ -4,17 +4,16 @@
 #include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
 #include <kelp/util/trace_log.h>
-#include <unistd.h>
-
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <system_error>
 
-#include "records/entry_rules.h"
 #include "database/log_file.h"
+#include "records/entry_rules.h"
 
 namespace kelp::oplog {
 
@@ -94,7 +93,8 @@ void writeTo(const std::filesystem::path& file, const std::string& text) {
 
 }  // namespace
 
-std::filesystem::path writeSideFile(const std::filesystem::path& database, std::vector<LogEntry> entries) {
+std::filesystem::path writeSideFile(const std::filesystem::path& database,
+                                    std::vector<LogEntry> entries) {
     std::string text;
     for (LogEntry& entry : entries) {
         escape(entry);
@@ -109,8 +109,8 @@ std::filesystem::path writeSideFile(const std::filesystem::path& database, std::
     } catch (const LogFailure& failure) {
         std::error_code error;
         const std::filesystem::path elsewhere = std::filesystem::temp_directory_path(error) / name;
-        util::traceFrom("oplog",
-                        std::string("[SideFile] ") + failure.what() + "; trying " + elsewhere.string());
+        util::traceFrom("oplog", std::string("[SideFile] ") + failure.what() + "; trying " +
+                                     elsewhere.string());
         writeTo(elsewhere, text);
         return elsewhere;
     }
@@ -149,8 +149,8 @@ bool readSideFile(const std::filesystem::path& file, std::vector<LogEntry>& entr
         }
     }
     if (unreadable > 0)
-        util::traceFrom("oplog", "[SideFile] " + file.string() + " has " + std::to_string(unreadable) +
-                                     " line(s) that cannot be read");
+        util::traceFrom("oplog", "[SideFile] " + file.string() + " has " +
+                                     std::to_string(unreadable) + " line(s) that cannot be read");
     return true;
 }
 

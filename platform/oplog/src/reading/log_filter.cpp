@@ -17,7 +17,8 @@ bool isOrAny(const std::string& wanted, const std::string& text) {
 
 /// An address without a port stands for it with any port; an IPv6 one stands in brackets then.
 bool isAt(const std::string& wanted, std::string_view address) {
-    return address == wanted || address.starts_with(wanted + ":") || address.starts_with("[" + wanted + "]");
+    return address == wanted || address.starts_with(wanted + ":") ||
+           address.starts_with("[" + wanted + "]");
 }
 
 bool hasOutcome(const std::string& wanted, const std::string& outcome) {
@@ -44,7 +45,8 @@ bool LogFilter::passes(const LogEntry& entry) const {
 
 bool LogFilter::isInTime(const LogEntry& entry) const {
     const UtcTime latest = entry.missing > 0 ? entry.until : entry.time;
-    return (!query_.since || latest >= *query_.since) && (!query_.until || entry.time < *query_.until);
+    return (!query_.since || latest >= *query_.since) &&
+           (!query_.until || entry.time < *query_.until);
 }
 
 }  // namespace kelp::oplog

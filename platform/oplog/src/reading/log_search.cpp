@@ -47,7 +47,8 @@ const std::string& LogReader::problem() const {
     return state_->problem;
 }
 
-std::uint64_t LogReader::search(const LogQuery& query, const std::function<bool(const LogEntry&)>& take) {
+std::uint64_t LogReader::search(const LogQuery& query,
+                                const std::function<bool(const LogEntry&)>& take) {
     const LogFilter filter(query);
     std::uint64_t found = 0;
     for (LogCursor& each : state_->parts) {

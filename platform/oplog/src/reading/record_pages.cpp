@@ -4,8 +4,8 @@
 #include <limits>
 #include <string>
 
-#include "records/block_codec.h"
 #include "database/log_file.h"
+#include "records/block_codec.h"
 
 namespace kelp::oplog {
 
@@ -18,12 +18,14 @@ class Pages : public RecordPages {
     Pages(SQLite::Database& database, const char* table) : database_(database), table_(table) {}
 
     std::int64_t lastId() override {
-        return database_.execAndGet("SELECT coalesce(max(id), 0) FROM " + std::string(table_)).getInt64();
+        return database_.execAndGet("SELECT coalesce(max(id), 0) FROM " + std::string(table_))
+            .getInt64();
     }
 
   protected:
     /// What the query gives for `bound` first parameters.
-    SQLite::Statement prepared(const std::string& query, std::initializer_list<std::int64_t> bound) {
+    SQLite::Statement prepared(const std::string& query,
+                               std::initializer_list<std::int64_t> bound) {
         SQLite::Statement statement(database_, query);
         int place = 0;
         for (const std::int64_t each : bound)
@@ -32,8 +34,9 @@ class Pages : public RecordPages {
     }
     std::int64_t idOrNone(const std::string& query, UtcTime since) {
         SQLite::Statement statement = prepared(query, {since.time_since_epoch().count()});
-        return statement.executeStep() && !statement.getColumn(0).isNull() ? statement.getColumn(0).getInt64()
-                                                                           : kNone;
+        return statement.executeStep() && !statement.getColumn(0).isNull()
+                   ? statement.getColumn(0).getInt64()
+                   : kNone;
     }
 
   private:
@@ -46,10 +49,13 @@ class RowPages final : public Pages {
     explicit RowPages(SQLite::Database& database) : Pages(database, "record") {}
 
     std::int64_t firstIdSince(UtcTime since) override {
-        return std::min(idOrNone("SELECT min(id) FROM record WHERE time_ms >= ?1", since),
-                        idOrNone("SELECT min(id) FROM record WHERE missing > 0 AND until_ms >= ?1", since));
+        return std::min(
+            idOrNone("SELECT min(id) FROM record WHERE time_ms >= ?1", since),
+            idOrNone("SELECT min(id) FROM record WHERE missing > 0 AND until_ms >= ?1", since));
     }
-    std::vector<LogEntry> first(std::int64_t from, std::int64_t to) override { return page(from, to, "ASC"); }
+    std::vector<LogEntry> first(std::int64_t from, std::int64_t to) override {
+        return page(from, to, "ASC");
+    }
     std::vector<LogEntry> last(std::int64_t from, std::int64_t to) override {
         std::vector<LogEntry> entries = page(from, to, "DESC");
         std::reverse(entries.begin(), entries.end());
@@ -58,10 +64,10 @@ class RowPages final : public Pages {
 
   private:
     std::vector<LogEntry> page(std::int64_t from, std::int64_t to, const std::string& order) {
-        SQLite::Statement rows =
-            prepared("SELECT " + std::string(kRecordColumns) +
-                         " FROM record WHERE id >= ?1 AND id <= ?2 ORDER BY id " + order + " LIMIT 1000",
-                     {from, to});
+        SQLite::Statement rows = prepared(
+            "SELECT " + std::string(kRecordColumns) +
+                " FROM record WHERE id >= ?1 AND id <= ?2 ORDER BY id " + order + " LIMIT 1000",
+            {from, to});
         std::vector<LogEntry> entries;
         while (rows.executeStep())
             entries.push_back(entryOf(rows));
@@ -81,7 +87,8 @@ class BlockPages final : public Pages {
     }
     std::vector<LogEntry> last(std::int64_t from, std::int64_t to) override {
         return block(
-            "id >= ?1 AND id <= coalesce((SELECT min(id) FROM block WHERE id >= ?2), ?2) AND id - records < "
+            "id >= ?1 AND id <= coalesce((SELECT min(id) FROM block WHERE id >= ?2), ?2) AND id - "
+            "records < "
             "?2 "
             "ORDER BY id DESC",
             from, to);
@@ -90,23 +97,25 @@ class BlockPages final : public Pages {
   private:
     std::vector<LogEntry> block(const std::string& condition, std::int64_t from, std::int64_t to) {
         SQLite::Statement row =
-            prepared("SELECT id, records, missing, until_ms, data FROM block WHERE " + condition + " LIMIT 1",
+            prepared("SELECT id, records, missing, until_ms, data FROM block WHERE " + condition +
+                         " LIMIT 1",
                      {from, to});
         if (!row.executeStep())
             return {};
         const std::int64_t lastId = row.getColumn(0).getInt64();
         const std::int64_t records = row.getColumn(1).getInt64();
         const SQLite::Column data = row.getColumn(4);
-        std::vector<LogEntry> entries =
-            decodeBlock({static_cast<const char*>(data.getBlob()), static_cast<std::size_t>(data.getBytes())},
-                        static_cast<std::size_t>(records));
+        std::vector<LogEntry> entries = decodeBlock(
+            {static_cast<const char*>(data.getBlob()), static_cast<std::size_t>(data.getBytes())},
+            static_cast<std::size_t>(records));
         for (std::size_t i = 0; i < entries.size(); ++i)
             entries[i].id = lastId - records + 1 + static_cast<std::int64_t>(i);
         if (const std::int64_t missing = row.getColumn(2).getInt64(); missing > 0) {
             entries.back().missing = static_cast<std::uint64_t>(missing);
             entries.back().until = UtcTime(std::chrono::milliseconds(row.getColumn(3).getInt64()));
         }
-        std::erase_if(entries, [from, to](const LogEntry& each) { return each.id < from || each.id > to; });
+        std::erase_if(entries,
+                      [from, to](const LogEntry& each) { return each.id < from || each.id > to; });
         return entries;
     }
 };

@@ -19,8 +19,8 @@ class RecordPages {
     virtual std::int64_t lastId() = 0;
     /// The number before which no record is, even partly, of that time or later.
     virtual std::int64_t firstIdSince(UtcTime since) = 0;
-    /// Some of the records from `from` to `to`, in order and without a gap: the first of them, or the last.
-    /// Empty when there is none.
+    /// Some of the records from `from` to `to`, in order and without a gap: the first of them, or
+    /// the last. Empty when there is none.
     virtual std::vector<LogEntry> first(std::int64_t from, std::int64_t to) = 0;
     virtual std::vector<LogEntry> last(std::int64_t from, std::int64_t to) = 0;
 };

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "records/entry_rules.h"
 #include "database/log_file.h"
+#include "records/entry_rules.h"
 
 namespace kelp::oplog {
 

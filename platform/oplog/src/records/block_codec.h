@@ -11,12 +11,13 @@
 
 namespace kelp::oplog {
 
-/// Encodes records that stand together, about a dozen bytes each. All numbers are variable-length (7 bits a
-/// byte, low ones first, the top bit set in all but the last).
+/// Encodes records that stand together, about a dozen bytes each. All numbers are variable-length
+/// (7 bits a byte, low ones first, the top bit set in all but the last).
 ///
-/// A record is: its time in ms after the one before (after 1970 for the first), zigzag; its duration in us
-/// plus one, 0 for none; its texts, each the place of one that the block holds already, counted from 1, or 0,
-/// the length and the bytes of a new one. Texts are escaped and bounded as the log keeps them.
+/// A record is: its time in ms after the one before (after 1970 for the first), zigzag; its
+/// duration in us plus one, 0 for none; its texts, each the place of one that the block holds
+/// already, counted from 1, or 0, the length and the bytes of a new one. Texts are escaped and
+/// bounded as the log keeps them.
 class BlockEncoder {
   public:
     void add(const RecordView& record);
@@ -29,7 +30,9 @@ class BlockEncoder {
   private:
     struct Hash {
         using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+        std::size_t operator()(std::string_view text) const {
+            return std::hash<std::string_view>{}(text);
+        }
     };
     struct Held {
         std::string_view text;  ///< of places_
@@ -42,7 +45,8 @@ class BlockEncoder {
     std::int64_t lastTime_ = 0;
     UtcTime earliest_{};
     UtcTime latest_{};
-    std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>> places_;  ///< of the texts
+    std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>>
+        places_;                                ///< of the texts
     std::array<Held, RecordView::Texts> last_;  ///< most records say what the one before said
 };
 

@@ -11,7 +11,8 @@ struct TextField {
     std::size_t bytesMax;
 };
 
-/// The texts of a record. Longer than anything an NMS needs, so short that a full queue stays bounded.
+/// The texts of a record. Longer than anything an NMS needs, so short that a full queue stays
+/// bounded.
 constexpr TextField kTextFields[] = {
     {&LogEntry::user, 256},      {&LogEntry::nmsAddress, 128}, {&LogEntry::peer, 128},
     {&LogEntry::operation, 128}, {&LogEntry::objectKind, 32},  {&LogEntry::object, 512},

@@ -1,6 +1,5 @@
 #include <kelp/oplog/log_search.h>
 #include <kelp/util/csv.h>
-
 #include <nlohmann/json.hpp>
 
 #include <array>

@@ -1,11 +1,10 @@
 #include <kelp/oplog/security_log.h>
+#include <kelp/util/trace_log.h>
 
 #include <cstdio>
 #include <stdexcept>
 
 #include "records/entry_rules.h"
-
-#include <kelp/util/trace_log.h>
 
 namespace kelp::oplog {
 
@@ -24,10 +23,11 @@ std::string timeText(UtcTime time) {
     const std::chrono::year_month_day date(day);
     const std::chrono::hh_mm_ss clock(time - day);
     char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
-                  static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
+    std::snprintf(
+        text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(date.year()),
+        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+        static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+        static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
     return text;
 }
 
@@ -39,7 +39,8 @@ std::optional<UtcTime> timeOf(const std::string& text) {
         form.pop_back();
     if (form.size() > kDate && form[kDate] == ' ')
         form[kDate] = 'T';
-    if (form.size() != kDate && form.size() != kMinutes && form.size() != kSeconds && form.size() != kAll)
+    if (form.size() != kDate && form.size() != kMinutes && form.size() != kSeconds &&
+        form.size() != kAll)
         return std::nullopt;
     for (std::size_t i = 0; i < form.size(); ++i) {
         const bool isDigit = form[i] >= '0' && form[i] <= '9';

@@ -55,12 +55,13 @@ bool PackedRecords::isFull() const {
 void PackedRecords::add(const RecordView& record) {
     if (bytes_.empty())
         bytes_.reserve(kEnoughBytes + longestRecord());
-    Head head{
-        record.time.time_since_epoch().count(), record.duration ? record.duration->count() : kUnknown, {}};
+    Head head{record.time.time_since_epoch().count(),
+              record.duration ? record.duration->count() : kUnknown,
+              {}};
     for (std::size_t i = 0; i < RecordView::Texts; ++i)
         // a byte too many, so that the escaping marks the text as cut
-        head.lengths[i] =
-            static_cast<std::uint16_t>(std::min(record.texts[i].size(), kTextFields[i].bytesMax + 1));
+        head.lengths[i] = static_cast<std::uint16_t>(
+            std::min(record.texts[i].size(), kTextFields[i].bytesMax + 1));
     bytes_.append(reinterpret_cast<const char*>(&head), sizeof head);
     for (std::size_t i = 0; i < RecordView::Texts; ++i)
         bytes_.append(record.texts[i].data(), head.lengths[i]);

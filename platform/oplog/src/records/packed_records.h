@@ -11,7 +11,17 @@ namespace kelp::oplog {
 
 /// A record whose texts are borrowed. Their order is that of LogEntry's fields.
 struct RecordView {
-    enum Text : std::size_t { User, NmsAddress, Peer, Operation, ObjectKind, Object, Outcome, Detail, Texts };
+    enum Text : std::size_t {
+        User,
+        NmsAddress,
+        Peer,
+        Operation,
+        ObjectKind,
+        Object,
+        Outcome,
+        Detail,
+        Texts
+    };
 
     UtcTime time{};
     std::optional<std::chrono::microseconds> duration;
@@ -22,8 +32,8 @@ struct RecordView {
 RecordView viewOf(const LogEntry& entry);
 LogEntry entryOf(const RecordView& record);
 
-/// Records one behind the other in one piece of memory: taking one in allocates nothing, and all of them move
-/// at once. Texts that are too long are cut.
+/// Records one behind the other in one piece of memory: taking one in allocates nothing, and all of
+/// them move at once. Texts that are too long are cut.
 class PackedRecords {
   public:
     void add(const RecordView& record);

@@ -35,8 +35,9 @@ bool LogQueue::waitForRoom(std::unique_lock<std::mutex>& lock) {
     if (hasStalled_)
         return false;
     ++waiters_;
-    const bool hasRoom =
-        room_.wait_for(lock, stallMax_, [this] { return closed_ || waiting() < max_; }) && waiting() < max_;
+    const bool hasRoom = room_.wait_for(lock, stallMax_, [this] {
+        return closed_ || waiting() < max_;
+    }) && waiting() < max_;
     if (!hasRoom)
         hasStalled_ = true;
     if (--waiters_ == 0 && closed_)
@@ -124,7 +125,8 @@ LogBatch LogQueue::moveOut(std::size_t most) {
         items_.pop_front();
         return batch;
     }
-    for (std::size_t taken = 0; taken < most && !items_.empty() && !items_.front().gap; items_.pop_front()) {
+    for (std::size_t taken = 0; taken < most && !items_.empty() && !items_.front().gap;
+         items_.pop_front()) {
         const std::size_t count = items_.front().records.count();
         taken += count;
         inItems_ -= count;
@@ -155,7 +157,8 @@ bool LogQueue::closedWithin(std::chrono::milliseconds time) {
 
 bool LogQueue::emptyWithin(std::chrono::milliseconds time) {
     std::unique_lock lock(mutex_);
-    return written_.wait_for(lock, time, [this] { return items_.empty() && inHand_ == 0 && !inHandHasGap_; });
+    return written_.wait_for(lock, time,
+                             [this] { return items_.empty() && inHand_ == 0 && !inHandHasGap_; });
 }
 
 void LogQueue::setFails(bool fails) {

@@ -11,23 +11,24 @@
 
 namespace kelp::oplog {
 
-/// Records on their way to the disk: any thread puts, the log's thread takes. Records taken count as waiting
-/// until done(), so that the bound holds for both together.
+/// Records on their way to the disk: any thread puts, the log's thread takes. Records taken count
+/// as waiting until done(), so that the bound holds for both together.
 class LogQueue {
   public:
-    LogQueue(std::size_t max, std::chrono::milliseconds stallMax) : max_(max), stallMax_(stallMax) {}
+    LogQueue(std::size_t max, std::chrono::milliseconds stallMax)
+        : max_(max), stallMax_(stallMax) {}
 
     /// False when the record found no place (it is counted in a gap record) or the queue is closed.
     bool put(const RecordView& record);
     /// No more records; whoever waits for a place goes on.
     void close();
 
-    /// Waits for records, and then a little longer for more of them, up to `most` or a piece more. A gap
-    /// record comes alone, so that it can grow until all before it is written. Empty when `idle` has passed
-    /// or the queue is closed and empty.
+    /// Waits for records, and then a little longer for more of them, up to `most` or a piece more.
+    /// A gap record comes alone, so that it can grow until all before it is written. Empty when
+    /// `idle` has passed or the queue is closed and empty.
     LogBatch take(std::size_t most, std::chrono::milliseconds idle);
-    /// A gap record that was taken and not written goes back to its place, to grow further. False: the batch
-    /// is none.
+    /// A gap record that was taken and not written goes back to its place, to grow further. False:
+    /// the batch is none.
     bool reopenGap(const LogBatch& batch);
     /// All that is there, without waiting.
     std::deque<LogBatch> takeRest();

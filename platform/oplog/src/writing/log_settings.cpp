@@ -20,7 +20,8 @@ std::uint64_t bytesOf(const char* mibKey) {
 
 /// "oplog.db" with "-suffix" is "oplog-suffix.db".
 std::filesystem::path beside(const std::filesystem::path& database, const std::string& suffix) {
-    return database.parent_path() / (database.stem().string() + "-" + suffix + database.extension().string());
+    return database.parent_path() /
+           (database.stem().string() + "-" + suffix + database.extension().string());
 }
 
 }  // namespace
@@ -41,8 +42,8 @@ LogSettings configuredSecurityLog() {
     LogSettings settings = configuredOperationLog();
     settings.database = beside(settings.database, "audit");
     const std::string keyFile = config().text("oplog.audit_key_file");
-    settings.auditKeyFile =
-        keyFile.empty() ? settings.database.parent_path() / "audit.key" : std::filesystem::path(keyFile);
+    settings.auditKeyFile = keyFile.empty() ? settings.database.parent_path() / "audit.key"
+                                            : std::filesystem::path(keyFile);
     return settings;
 }
 

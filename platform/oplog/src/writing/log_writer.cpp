@@ -32,7 +32,8 @@ LogWriter::LogWriter(const LogSettings& settings, LogKind kind)
       queue_(settings.queueMax, settings.stallMax),
       store_(settings.database, kind, kBusy, LogStore::Damaged::IsSetAside, settings.auditKeyFile),
       retention_(settings.retention),
-      thread_(util::startThread(kind == LogKind::Operations ? "oplog" : "auditlog", [this] { run(); })) {}
+      thread_(util::startThread(kind == LogKind::Operations ? "oplog" : "auditlog",
+                                [this] { run(); })) {}
 
 LogWriter::~LogWriter() {
     stop();

@@ -3,8 +3,8 @@
 #include <functional>
 #include <thread>
 
-#include "writing/log_queue.h"
 #include "database/log_store.h"
+#include "writing/log_queue.h"
 
 namespace kelp::oplog {
 

@@ -11,8 +11,9 @@ RecordView viewOf(const OperationRecord& record) {
     RecordView view;
     view.time = record.time;
     view.duration = record.duration;
-    view.texts = {record.user,   record.nmsAddress, record.peer,  record.operation, wordOf(record.objectKind),
-                  record.object, record.outcome,    record.detail};
+    view.texts = {
+        record.user,   record.nmsAddress, record.peer,  record.operation, wordOf(record.objectKind),
+        record.object, record.outcome,    record.detail};
     return view;
 }
 

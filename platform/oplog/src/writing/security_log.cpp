@@ -54,7 +54,8 @@ void SecurityLog::stop() {
 void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& record) {
     std::vector<LogEntry> entries{entryOf(record)};
     cut(entries.front());
-    LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError, settings.auditKeyFile)
+    LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError,
+             settings.auditKeyFile)
         .append(entries);
 }
 

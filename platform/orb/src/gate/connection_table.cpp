@@ -17,7 +17,8 @@ ConnectionTable::ConnectionTable(const Limits& limits, IsLoggedIn isLoggedIn)
 ConnectionTable::Verdict ConnectionTable::admit(const PeerAddress& peer, Seat::Time now) {
     const bool loggedIn = isLoggedIn_(peer);
     const std::size_t reserved = loggedIn ? 0 : limits_.reserved;
-    const std::size_t max = limits_.connectionsMax > reserved ? limits_.connectionsMax - reserved : 1;
+    const std::size_t max =
+        limits_.connectionsMax > reserved ? limits_.connectionsMax - reserved : 1;
     const std::lock_guard guard(mutex_);
     const auto ofAddress = perAddress_.find(peer.text);
     if (ofAddress != perAddress_.end() && ofAddress->second >= limits_.perAddressMax &&
@@ -71,7 +72,8 @@ bool ConnectionTable::makeRoom(const std::string* onlyOfAddress, Seat::Time now)
             continue;
         if (onlyOfAddress != nullptr && seat->peer().text != *onlyOfAddress)
             continue;
-        const bool isBetter = found == nullptr || isNew != foundIsNew || seat->since() < found->since();
+        const bool isBetter =
+            found == nullptr || isNew != foundIsNew || seat->since() < found->since();
         if (!isBetter || closing_.contains(seat))
             continue;
         // an NMS keeps its idle connections unless it has too many itself

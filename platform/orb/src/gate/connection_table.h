@@ -30,9 +30,10 @@ class Seat {
     virtual void close() = 0;
 };
 
-/// How many connections there may be, in all and from each address. One connection too many takes the place
-/// of one that nobody misses: one that has brought no message yet, then one that has been idle for long from
-/// an address without a log-in, or the idlest of the same address. Callable from any thread.
+/// How many connections there may be, in all and from each address. One connection too many takes
+/// the place of one that nobody misses: one that has brought no message yet, then one that has been
+/// idle for long from an address without a log-in, or the idlest of the same address. Callable from
+/// any thread.
 class ConnectionTable {
   public:
     struct Limits {
@@ -66,7 +67,8 @@ class ConnectionTable {
     std::unordered_set<Seat*> seats_;
     std::unordered_map<std::string, std::size_t> perAddress_;
     std::size_t count_ = 0;
-    std::unordered_set<Seat*> closing_;  ///< closed to make room: their places are given away already
+    std::unordered_set<Seat*>
+        closing_;  ///< closed to make room: their places are given away already
 };
 
 }  // namespace kelp::orb::gate

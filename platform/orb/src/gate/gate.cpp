@@ -21,11 +21,13 @@ namespace {
 /// From this size on a message leaves memory behind that is worth giving back.
 constexpr std::size_t kLargeMessage = std::size_t{256} * 1024;
 constexpr std::chrono::seconds kTidyPause{2};
-/// How often memory is given back after a large message: the ORB may keep it for as long as its call runs.
+/// How often memory is given back after a large message: the ORB may keep it for as long as its
+/// call runs.
 constexpr int kTidyRounds = 5;
 
-/// Larger blocks have pages of their own, which go back to the system when they are freed. Without this the
-/// allocator keeps blocks of up to 32 MiB once such a one has been freed, in each of its arenas.
+/// Larger blocks have pages of their own, which go back to the system when they are freed. Without
+/// this the allocator keeps blocks of up to 32 MiB once such a one has been freed, in each of its
+/// arenas.
 constexpr int kOwnPagesFrom = 1 << 20;
 /// Free memory that an arena may keep at its end.
 constexpr int kKeptAtEnd = 4 << 20;
@@ -41,10 +43,12 @@ std::shared_ptr<Gate> currentGate;  // guarded by currentMutex
 giop::AssemblerLimits assemblerLimitsOf(const Gate::Settings& settings) {
     giop::AssemblerLimits limits;
     limits.messageOctetsMax = settings.messageBytesMax;
-    limits.octetsMaxBeforeLogin = std::min(settings.limits.messageBytesBeforeLogin, settings.messageBytesMax);
+    limits.octetsMaxBeforeLogin =
+        std::min(settings.limits.messageBytesBeforeLogin, settings.messageBytesMax);
     limits.progress.window = settings.limits.headerTimeout;
     limits.progress.octetsPerWindow =
-        settings.limits.inputRateMin * static_cast<std::size_t>(settings.limits.headerTimeout.count()) / 1000;
+        settings.limits.inputRateMin *
+        static_cast<std::size_t>(settings.limits.headerTimeout.count()) / 1000;
     return limits;
 }
 
@@ -111,8 +115,8 @@ void Gate::ended(const PeerAddress& peer) const {
 }
 
 bool Gate::mayLocate(const PeerAddress& peer) {
-    const unsigned limit =
-        isLoggedIn(peer) ? settings_.limits.locatesPerSecond : settings_.limits.locatesPerSecondBeforeLogin;
+    const unsigned limit = isLoggedIn(peer) ? settings_.limits.locatesPerSecond
+                                            : settings_.limits.locatesPerSecondBeforeLogin;
     return locates_.take(peer.text, limit, std::chrono::steady_clock::now());
 }
 

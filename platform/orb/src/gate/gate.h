@@ -6,9 +6,9 @@
 #include <memory>
 #include <string_view>
 
+#include "connection_table.h"
 #include "giop/input_budget.h"
 #include "giop/message_assembler.h"
-#include "connection_table.h"
 #include "handshake_table.h"
 #include "locate_rates.h"
 

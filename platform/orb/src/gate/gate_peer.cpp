@@ -20,8 +20,8 @@ constexpr int kFeedRounds = 8;
 GatePeer::Clock::rep coarseNow() {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return std::chrono::duration_cast<GatePeer::Clock::duration>(std::chrono::seconds(now.tv_sec) +
-                                                                 std::chrono::nanoseconds(now.tv_nsec))
+    return std::chrono::duration_cast<GatePeer::Clock::duration>(
+               std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec))
         .count();
 }
 
@@ -29,7 +29,8 @@ GatePeer::Clock::rep count(GatePeer::Clock::time_point time) {
     return time.time_since_epoch().count();
 }
 
-/// Violations that are about the message itself; the others may not be the peer's fault (CORBA 15.4.8).
+/// Violations that are about the message itself; the others may not be the peer's fault
+/// (CORBA 15.4.8).
 bool isProtocolError(giop::Violation violation) {
     return violation != giop::Violation::NoMemory && violation != giop::Violation::TooSlow &&
            violation != giop::Violation::TooManyLocates && violation != giop::Violation::NotGiop;
@@ -37,7 +38,8 @@ bool isProtocolError(giop::Violation violation) {
 
 }  // namespace
 
-GatePeer::GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> channel, PeerAddress peer)
+GatePeer::GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> channel,
+                   PeerAddress peer)
     : gate_(std::move(gate)),
       channel_(std::move(channel)),
       peer_(std::move(peer)),
@@ -214,7 +216,8 @@ void GatePeer::refuse(giop::Violation violation) {
 
 void GatePeer::answerMessageError() {
     static constexpr std::array<std::uint8_t, giop::kHeaderOctets> message{
-        'G', 'I', 'O', 'P', 1, 0, 0, static_cast<std::uint8_t>(giop::MessageType::MessageError), 0, 0, 0, 0};
+        'G', 'I', 'O', 'P', 1, 0, 0, static_cast<std::uint8_t>(giop::MessageType::MessageError),
+        0,   0,   0,   0};
     (void)channel_->send(message, std::chrono::milliseconds(0));
 }
 

@@ -8,15 +8,15 @@
 #include <optional>
 #include <span>
 
-#include "giop/message_assembler.h"
 #include "connection_table.h"
 #include "gate.h"
+#include "giop/message_assembler.h"
 #include "octet_channel.h"
 
 namespace kelp::orb::gate {
 
-/// One connection: whole messages out of a channel's octets, with limits in size and time. It knows no ORB.
-/// One thread at a time reads; all else may be called from any thread.
+/// One connection: whole messages out of a channel's octets, with limits in size and time. It knows
+/// no ORB. One thread at a time reads; all else may be called from any thread.
 class GatePeer final : public giop::PeerStanding, public Seat {
   public:
     using Clock = std::chrono::steady_clock;
@@ -27,8 +27,8 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     GatePeer(const GatePeer&) = delete;
     GatePeer& operator=(const GatePeer&) = delete;
 
-    /// Waits for a whole message and gives as much of it as fits; never octets of two. OctetChannel::kEnded
-    /// when there will be no more.
+    /// Waits for a whole message and gives as much of it as fits; never octets of two.
+    /// OctetChannel::kEnded when there will be no more.
     long read(std::span<std::uint8_t> into);
 
     enum class Fed {

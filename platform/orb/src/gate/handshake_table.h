@@ -18,9 +18,9 @@ class HandshakeSeat {
     virtual void giveUp() = 0;
 };
 
-/// How many TLS handshakes may be in progress, in all and from each address. One too many takes the place of
-/// the oldest, of its address or of all, once that has had some time: a handshake that lives takes less.
-/// Callable from any thread.
+/// How many TLS handshakes may be in progress, in all and from each address. One too many takes the
+/// place of the oldest, of its address or of all, once that has had some time: a handshake that
+/// lives takes less. Callable from any thread.
 class HandshakeTable {
   public:
     using Time = std::chrono::steady_clock::time_point;

@@ -45,23 +45,24 @@ Addresses resolve(const std::string& host, std::uint16_t port, std::string& whyN
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
     addrinfo* found = nullptr;
-    const int error =
-        ::getaddrinfo(host.empty() ? nullptr : host.c_str(), std::to_string(port).c_str(), &hints, &found);
+    const int error = ::getaddrinfo(host.empty() ? nullptr : host.c_str(),
+                                    std::to_string(port).c_str(), &hints, &found);
     if (error != 0)
         whyNot = ::gai_strerror(error);
     return {error == 0 ? found : nullptr, ::freeaddrinfo};
 }
 
 int listenOn(const addrinfo& address) {
-    const int descriptor =
-        ::socket(address.ai_family, address.ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, address.ai_protocol);
+    const int descriptor = ::socket(
+        address.ai_family, address.ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, address.ai_protocol);
     if (descriptor < 0)
         return -1;
     const int on = 1;
     ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     // accepted sockets have it too
     ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    if (::bind(descriptor, address.ai_addr, address.ai_addrlen) == 0 && ::listen(descriptor, SOMAXCONN) == 0)
+    if (::bind(descriptor, address.ai_addr, address.ai_addrlen) == 0 &&
+        ::listen(descriptor, SOMAXCONN) == 0)
         return descriptor;
     const int error = errno;
     ::close(descriptor);
@@ -77,8 +78,9 @@ bool isAny(const sockaddr_storage& address) {
 }
 
 std::uint16_t portOf(const sockaddr_storage& address) {
-    return ntohs(address.ss_family == AF_INET6 ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
-                                               : reinterpret_cast<const sockaddr_in&>(address).sin_port);
+    return ntohs(address.ss_family == AF_INET6
+                     ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
+                     : reinterpret_cast<const sockaddr_in&>(address).sin_port);
 }
 
 bool hasNoDescriptors(int error) {
@@ -98,7 +100,8 @@ Listener::~Listener() {
 
 bool Listener::open(const std::string& host, std::uint16_t port, std::string& whyNot) {
     const Addresses addresses = resolve(withoutBrackets(host), port, whyNot);
-    for (const addrinfo* each = addresses.get(); each != nullptr && descriptor_ < 0; each = each->ai_next)
+    for (const addrinfo* each = addresses.get(); each != nullptr && descriptor_ < 0;
+         each = each->ai_next)
         descriptor_ = listenOn(*each);
     if (descriptor_ < 0) {
         if (addresses != nullptr)
@@ -164,7 +167,8 @@ bool Listener::turnOneAway(const Turnaway& turnedAway) {
     ::close(std::exchange(spare_, -1));
     sockaddr_storage peer{};
     socklen_t length = sizeof peer;
-    const int accepted = ::accept4(descriptor_, reinterpret_cast<sockaddr*>(&peer), &length, SOCK_CLOEXEC);
+    const int accepted =
+        ::accept4(descriptor_, reinterpret_cast<sockaddr*>(&peer), &length, SOCK_CLOEXEC);
     if (accepted >= 0) {
         turnedAway(peer);
         closeAtOnce(accepted);

@@ -13,8 +13,9 @@ constexpr std::size_t kAddressesMax = 4096;
 bool LocateRates::take(const std::string& address, unsigned limit, Time now) {
     const std::lock_guard guard(mutex_);
     if (seconds_.size() >= kAddressesMax)
-        std::erase_if(seconds_,
-                      [now](const auto& each) { return now - each.second.begin >= std::chrono::seconds(1); });
+        std::erase_if(seconds_, [now](const auto& each) {
+            return now - each.second.begin >= std::chrono::seconds(1);
+        });
     Second& second = seconds_[address];
     if (now - second.begin >= std::chrono::seconds(1))
         second = {now, 0};

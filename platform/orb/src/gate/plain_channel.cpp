@@ -39,7 +39,8 @@ long PlainChannel::send(std::span<const std::uint8_t> octets, std::chrono::milli
     std::chrono::steady_clock::time_point deadline;
     bool waited = false;
     for (;;) {
-        const ssize_t count = ::send(descriptor_, octets.data(), octets.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        const ssize_t count =
+            ::send(descriptor_, octets.data(), octets.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (count > 0)
             return count;
         if (count < 0 && errno == EINTR)

@@ -23,7 +23,8 @@ bool waitUntilWritable(int descriptor, std::chrono::steady_clock::time_point dea
         pollfd waiting{descriptor, POLLOUT, 0};
         constexpr auto longest = std::numeric_limits<int>::max();
         const int count = ::poll(
-            &waiting, 1, static_cast<int>(std::min<std::chrono::milliseconds::rep>(left.count(), longest)));
+            &waiting, 1,
+            static_cast<int>(std::min<std::chrono::milliseconds::rep>(left.count(), longest)));
         if (count > 0)
             return true;
         if (count < 0 && errno != EINTR)

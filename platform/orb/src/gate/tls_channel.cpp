@@ -16,7 +16,10 @@ namespace kelp::orb::gate {
 
 TlsChannel::TlsChannel(int descriptor, std::shared_ptr<SSL_CTX> context, std::shared_ptr<Gate> gate,
                        PeerAddress peer)
-    : descriptor_(descriptor), context_(std::move(context)), gate_(std::move(gate)), peer_(std::move(peer)) {}
+    : descriptor_(descriptor),
+      context_(std::move(context)),
+      gate_(std::move(gate)),
+      peer_(std::move(peer)) {}
 
 TlsChannel::~TlsChannel() {
     gate_->handshakes().leave(*this);

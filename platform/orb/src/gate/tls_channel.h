@@ -15,8 +15,8 @@
 
 namespace kelp::orb::gate {
 
-/// TLS, the server's side. The handshake is made by whoever calls receive(), as far as it goes without
-/// waiting; until the peer has sent something there is no state of the library for it.
+/// TLS, the server's side. The handshake is made by whoever calls receive(), as far as it goes
+/// without waiting; until the peer has sent something there is no state of the library for it.
 class TlsChannel final : public OctetChannel, private HandshakeSeat {
   public:
     /// Owns the descriptor from here on.
@@ -31,8 +31,8 @@ class TlsChannel final : public OctetChannel, private HandshakeSeat {
     long send(std::span<const std::uint8_t> octets, std::chrono::milliseconds limit) override;
     void shutDown() override;
     int descriptor() const override { return descriptor_; }
-    /// The peer's certificate (X509), once it is checked; null when it has shown none. It never changes after
-    /// the handshake, before which no message is received.
+    /// The peer's certificate (X509), once it is checked; null when it has shown none. It never
+    /// changes after the handshake, before which no message is received.
     void* peerDetails() const override { return certificate_.get(); }
 
   private:
@@ -54,7 +54,8 @@ class TlsChannel final : public OctetChannel, private HandshakeSeat {
     std::timed_mutex sendMutex_;            // one send() at a time, waits included; outside mutex_
     std::span<const std::uint8_t> unsent_;  ///< what the library wants to be given again
 
-    mutable std::mutex mutex_;    // guards the next ones, and the library's calls; nobody waits inside
+    mutable std::mutex
+        mutex_;  // guards the next ones, and the library's calls; nobody waits inside
     OwnedConnection connection_;  ///< null before the peer's first octet
     OwnedCertificate certificate_;
     bool isEstablished_ = false;

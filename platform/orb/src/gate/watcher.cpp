@@ -150,7 +150,8 @@ int Watcher::timeout(Clock::time_point now) const {
     if (!isListening_)
         next = std::min(next, listenAgain_);
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - now).count();
-    return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, kSweepPause.count()));
+    return static_cast<int>(
+        std::clamp<std::chrono::milliseconds::rep>(left, 0, kSweepPause.count()));
 }
 
 void Watcher::round(Handler& handler) {

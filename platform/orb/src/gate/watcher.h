@@ -30,8 +30,8 @@ class Watched {
     bool dropped_ = false;    ///< unwanted during that
 };
 
-/// Waits for connections and for what arrives on them (epoll). One thread runs round(); all else may be
-/// called from any thread. Reports are made without any lock held.
+/// Waits for connections and for what arrives on them (epoll). One thread runs round(); all else
+/// may be called from any thread. Reports are made without any lock held.
 class Watcher {
   public:
     using Clock = std::chrono::steady_clock;
@@ -40,7 +40,8 @@ class Watcher {
     class Handler {
       public:
         virtual ~Handler() = default;
-        /// Somebody may be waiting to be accepted. False: that does not work now, and is tried again later.
+        /// Somebody may be waiting to be accepted. False: that does not work now, and is tried
+        /// again later.
         virtual bool accept() = 0;
         enum class After {
             Nothing,
@@ -76,8 +77,8 @@ class Watcher {
     };
     /// Reports the next arrival, once.
     void want(Watched& watched, When when);
-    /// No arrival is reported any more, and no report is being made when this returns, unless from inside
-    /// one.
+    /// No arrival is reported any more, and no report is being made when this returns, unless from
+    /// inside one.
     void unwant(Watched& watched);
     bool isWanted(Watched& watched) const;
 

@@ -10,7 +10,8 @@ namespace {
 void completeHeader(OctetBuffer& message, bool littleEndian) {
     const std::span<std::uint8_t> octets = message.octets();
     octets[kFlagsAt] = static_cast<std::uint8_t>(octets[kFlagsAt] & ~kMoreFragmentsFlag);
-    putNumber(octets, kSizeAt, static_cast<std::uint32_t>(octets.size() - kHeaderOctets), littleEndian);
+    putNumber(octets, kSizeAt, static_cast<std::uint32_t>(octets.size() - kHeaderOctets),
+              littleEndian);
 }
 
 }  // namespace

@@ -28,8 +28,8 @@ class FragmentedRequest {
     bool add(Octets message, const ProgressRule& rule, Progress::Time now);
     /// GIOP 1.2: all of it as one message. Not to be used afterwards.
     OctetBuffer joined();
-    /// GIOP 1.1, where alignment begins anew in each fragment: the messages one after the other, as they
-    /// came.
+    /// GIOP 1.1, where alignment begins anew in each fragment: the messages one after the other, as
+    /// they came.
     OctetBuffer messages();
 
   private:
@@ -42,8 +42,8 @@ class FragmentedRequest {
     std::size_t size_ = 0;
 };
 
-/// The parts of a GIOP 1.1 request as one message without the headers of its fragments, and where in it each
-/// fragment begins. Empty when there is no memory.
+/// The parts of a GIOP 1.1 request as one message without the headers of its fragments, and where
+/// in it each fragment begins. Empty when there is no memory.
 struct JoinedParts {
     OctetBuffer message;
     std::vector<std::size_t> fragments;

@@ -5,8 +5,8 @@
 
 namespace kelp::orb::giop {
 
-/// The memory that all connections together may use for input that is not complete yet, or complete and not
-/// yet read by the ORB. Callable from any thread.
+/// The memory that all connections together may use for input that is not complete yet, or complete
+/// and not yet read by the ORB. Callable from any thread.
 class InputBudget {
   public:
     explicit InputBudget(std::size_t octetsMax) : octetsMax_(octetsMax) {}

@@ -24,7 +24,8 @@ bool beginsWithId(MessageType type, std::uint8_t minor) {
     return minor >= 2 || type == MessageType::CancelRequest;
 }
 
-ArgumentVerdict checkParameters(Octets message, const MessageHeader& header, const RequestHeader& request,
+ArgumentVerdict checkParameters(Octets message, const MessageHeader& header,
+                                const RequestHeader& request,
                                 std::span<const std::size_t> fragments) {
     EncodedArguments arguments;
     arguments.message = message;
@@ -37,15 +38,18 @@ ArgumentVerdict checkParameters(Octets message, const MessageHeader& header, con
 
 }  // namespace
 
-MessageAssembler::MessageAssembler(const AssemblerLimits& limits, PeerStanding& peer, InputBudget& budget)
+MessageAssembler::MessageAssembler(const AssemblerLimits& limits, PeerStanding& peer,
+                                   InputBudget& budget)
     : limits_(limits), peer_(peer), budget_(budget), raw_(budget), made_(budget) {}
 
 bool MessageAssembler::passes(Octets octets) {
-    if (!isEmpty() || !open_.empty() || violation_ != Violation::None || octets.size() < kHeaderOctets)
+    if (!isEmpty() || !open_.empty() || violation_ != Violation::None ||
+        octets.size() < kHeaderOctets)
         return false;
     MessageHeader header;
     if (readHeader(octets, header) != Violation::None || header.type != MessageType::Request ||
-        header.moreFragments || header.octets != octets.size() || checkHeader(header) != Violation::None)
+        header.moreFragments || header.octets != octets.size() ||
+        checkHeader(header) != Violation::None)
         return false;
     RequestHeader request;
     if (readRequestHeader(octets, header, request) != Violation::None || request.namesProfile ||
@@ -275,7 +279,8 @@ MessageAssembler::Taken MessageAssembler::takeRequest(Octets whole, Time now) {
         return deliver(whole, header_);
     if (open_.size() >= limits_.fragmentedMax)
         return reject(Violation::TooManyFragmented);
-    FragmentedRequest& request = open_.emplace_back(id, header_, budget_, Progress(limits_.progress, now));
+    FragmentedRequest& request =
+        open_.emplace_back(id, header_, budget_, Progress(limits_.progress, now));
     return request.add(whole, limits_.progress, now) ? Taken::Drop : reject(Violation::NoMemory);
 }
 
@@ -300,7 +305,8 @@ MessageAssembler::Taken MessageAssembler::cancel(Octets whole) {
 
 MessageAssembler::Taken MessageAssembler::deliver(Octets whole, const MessageHeader& header) {
     RequestHeader request;
-    if (const Violation violation = readRequestHeader(whole, header, request); violation != Violation::None)
+    if (const Violation violation = readRequestHeader(whole, header, request);
+        violation != Violation::None)
         return reject(violation);
     if (header.type == MessageType::LocateRequest && !peer_.mayLocate())
         return reject(Violation::TooManyLocates);
@@ -319,9 +325,10 @@ MessageAssembler::Taken MessageAssembler::deliver(Octets whole, const MessageHea
     return Taken::Deliver;
 }
 
-/// The ORB finds too little for the operation's parameters, and answers and records the request as it does
-/// with any such one.
-MessageAssembler::Taken MessageAssembler::deliverWithoutBody(Octets whole, const MessageHeader& header,
+/// The ORB finds too little for the operation's parameters, and answers and records the request as
+/// it does with any such one.
+MessageAssembler::Taken MessageAssembler::deliverWithoutBody(Octets whole,
+                                                             const MessageHeader& header,
                                                              const RequestHeader& request) {
     RequestHeader bodiless = request;
     bodiless.body = request.headerEnd;
@@ -339,7 +346,8 @@ MessageAssembler::Taken MessageAssembler::deliverWithoutBody(Octets whole, const
     return Taken::Deliver;
 }
 
-MessageAssembler::Taken MessageAssembler::deliverJoined(OctetBuffer joined, const MessageHeader& header) {
+MessageAssembler::Taken MessageAssembler::deliverJoined(OctetBuffer joined,
+                                                        const MessageHeader& header) {
     MessageHeader whole = header;
     whole.moreFragments = false;
     whole.octets = joined.size();

@@ -18,8 +18,9 @@ namespace kelp::orb::giop {
 
 struct AssemblerLimits {
     std::size_t messageOctetsMax = 104857600;  ///< of a message with all its fragments
-    std::size_t octetsMaxBeforeLogin = 65536;  ///< the same for an address that nobody is logged in from
-    std::size_t fragmentedMax = 16;            ///< unfinished fragmented requests of one connection
+    std::size_t octetsMaxBeforeLogin =
+        65536;                       ///< the same for an address that nobody is logged in from
+    std::size_t fragmentedMax = 16;  ///< unfinished fragmented requests of one connection
     ProgressRule progress;
 };
 
@@ -32,11 +33,12 @@ class PeerStanding {
     virtual bool mayLocate() = 0;
 };
 
-/// Turns the octets of one connection into whole messages that the ORB can rely on: complete Requests and
-/// LocateRequests, whose framing and headers were checked (CORBA 15.4, 15.4.9). Fragments are joined; a
-/// target named by a profile or a reference is named by its key; parameters that would harm the ORB are cut
-/// off, so that it answers MARSHAL. CancelRequests go no further: a request that is complete cannot be called
-/// back, and one that is not is forgotten. Pure: no ORB, no system calls but for memory. Not thread safe.
+/// Turns the octets of one connection into whole messages that the ORB can rely on: complete
+/// Requests and LocateRequests, whose framing and headers were checked (CORBA 15.4, 15.4.9).
+/// Fragments are joined; a target named by a profile or a reference is named by its key; parameters
+/// that would harm the ORB are cut off, so that it answers MARSHAL. CancelRequests go no further: a
+/// request that is complete cannot be called back, and one that is not is forgotten. Pure: no ORB,
+/// no system calls but for memory. Not thread safe.
 class MessageAssembler {
   public:
     using Time = Progress::Time;
@@ -49,14 +51,15 @@ class MessageAssembler {
 
     MessageAssembler(const AssemblerLimits& limits, PeerStanding& peer, InputBudget& budget);
 
-    /// The common case without a copy: true when nothing is waiting here and these octets are one whole
-    /// Request that the ORB may have as they are. Otherwise they are to be handed over with append().
+    /// The common case without a copy: true when nothing is waiting here and these octets are one
+    /// whole Request that the ORB may have as they are. Otherwise they are to be handed over with
+    /// append().
     bool passes(Octets octets);
 
     /// Takes octets over. False when there is no memory left: violation() says so.
     bool append(Octets octets);
-    /// Room for the next octets, to be filled by the caller and taken over with grew(); empty when there is
-    /// no memory left.
+    /// Room for the next octets, to be filled by the caller and taken over with grew(); empty when
+    /// there is no memory left.
     std::span<std::uint8_t> room();
     void grew(std::size_t octets);
 
@@ -95,7 +98,8 @@ class MessageAssembler {
     Taken deliver(Octets whole, const MessageHeader& header);
     Taken deliverJoined(OctetBuffer joined, const MessageHeader& header);
     Taken deliverParts(OctetBuffer parts);
-    Taken deliverWithoutBody(Octets whole, const MessageHeader& header, const RequestHeader& request);
+    Taken deliverWithoutBody(Octets whole, const MessageHeader& header,
+                             const RequestHeader& request);
     Taken reject(Violation violation);
 
     const AssemblerLimits limits_;

@@ -51,7 +51,8 @@ std::uint32_t numberAt(Octets octets, std::size_t at, bool littleEndian) {
     return value;
 }
 
-void putNumber(std::span<std::uint8_t> octets, std::size_t at, std::uint32_t value, bool littleEndian) {
+void putNumber(std::span<std::uint8_t> octets, std::size_t at, std::uint32_t value,
+               bool littleEndian) {
     for (std::size_t i = 0; i < 4; ++i) {
         octets[at + (littleEndian ? i : 3 - i)] = static_cast<std::uint8_t>(value & 0xff);
         value >>= 8;
@@ -65,7 +66,8 @@ Violation readHeader(Octets octets, MessageHeader& header) {
     if (octets[4] != 1 || header.minor > kMinorMax)
         return Violation::Version;
     const std::uint8_t flags = octets[kFlagsAt];
-    const std::uint8_t known = header.minor == 0 ? kLittleEndianFlag : kLittleEndianFlag | kMoreFragmentsFlag;
+    const std::uint8_t known =
+        header.minor == 0 ? kLittleEndianFlag : kLittleEndianFlag | kMoreFragmentsFlag;
     if ((flags & ~known) != 0)
         return Violation::Flags;
     header.littleEndian = (flags & kLittleEndianFlag) != 0;

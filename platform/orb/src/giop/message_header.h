@@ -38,12 +38,13 @@ struct MessageHeader {
     std::uint64_t octets = 0;  ///< of the whole message, these 12 included
 };
 
-/// Reads and checks a header: magic, version 1.0 to 1.2, flags, a type that a client may send in that
-/// version. `octets` holds at least 12.
+/// Reads and checks a header: magic, version 1.0 to 1.2, flags, a type that a client may send in
+/// that version. `octets` holds at least 12.
 Violation readHeader(Octets octets, MessageHeader& header);
 
 /// A number of four octets in the byte order of its message.
 std::uint32_t numberAt(Octets octets, std::size_t at, bool littleEndian);
-void putNumber(std::span<std::uint8_t> octets, std::size_t at, std::uint32_t value, bool littleEndian);
+void putNumber(std::span<std::uint8_t> octets, std::size_t at, std::uint32_t value,
+               bool littleEndian);
 
 }  // namespace kelp::orb::giop

@@ -22,7 +22,8 @@ bool isMappedSize(std::size_t capacity) {
 std::uint8_t* allocate(std::size_t capacity) {
     if (!isMappedSize(capacity))
         return static_cast<std::uint8_t*>(std::malloc(capacity));
-    void* const pages = ::mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* const pages =
+        ::mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     return pages == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(pages);
 }
 

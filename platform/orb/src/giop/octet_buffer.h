@@ -9,8 +9,8 @@
 
 namespace kelp::orb::giop {
 
-/// Octets that grow at their end, within a budget. Large ones have pages of their own, which go back to the
-/// system as soon as the buffer is emptied or shrinks. Not thread safe.
+/// Octets that grow at their end, within a budget. Large ones have pages of their own, which go
+/// back to the system as soon as the buffer is emptied or shrinks. Not thread safe.
 class OctetBuffer {
   public:
     explicit OctetBuffer(InputBudget& budget) : budget_(&budget) {}
@@ -23,8 +23,8 @@ class OctetBuffer {
     std::size_t size() const { return size_; }
     std::size_t capacity() const { return capacity_; }
 
-    /// Make room for `more` octets. It grows ahead of need, but not beyond `useful` octets in all. False
-    /// when the budget or the system has not enough; nothing changes.
+    /// Make room for `more` octets. It grows ahead of need, but not beyond `useful` octets in all.
+    /// False when the budget or the system has not enough; nothing changes.
     bool reserve(std::size_t more, std::size_t useful = std::numeric_limits<std::size_t>::max());
     /// False as reserve().
     bool append(std::span<const std::uint8_t> octets);

@@ -7,12 +7,12 @@
 
 namespace kelp::orb::giop {
 
-/// Follows the messages that arrive on an outgoing connection, octet by octet as they come (CORBA 15.4).
-/// Pure; not thread safe.
+/// Follows the messages that arrive on an outgoing connection, octet by octet as they come
+/// (CORBA 15.4). Pure; not thread safe.
 class ReplyFraming {
   public:
-    /// False from the first message on that a server may not send, or that is too short for its kind: the ORB
-    /// reads the number of a request without a look at the size.
+    /// False from the first message on that a server may not send, or that is too short for its
+    /// kind: the ORB reads the number of a request without a look at the size.
     bool accepts(std::span<const std::uint8_t> octets);
 
   private:

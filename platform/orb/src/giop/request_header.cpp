@@ -25,8 +25,9 @@ std::size_t alignedTo(std::size_t at, std::size_t alignment) {
 
 /// Letters, digits and the like: what can be an operation's name, and can stand in a log.
 bool isName(Octets text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(),
-                                        [](std::uint8_t octet) { return octet > 0x20 && octet < 0x7f; });
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](std::uint8_t octet) {
+        return octet > 0x20 && octet < 0x7f;
+    });
 }
 
 bool readOperation(CdrReader& reader, RequestHeader& request) {
@@ -134,8 +135,9 @@ bool skipOctets(CdrReader& reader, int count) {
 bool readOlderRequest(CdrReader& reader, std::uint8_t minor, RequestHeader& request) {
     // whether a response is expected; 1.1 reserves three octets
     const int flagOctets = minor == 0 ? 1 : 4;
-    return skipServiceContexts(reader) && readId(reader, request) && skipOctets(reader, flagOctets) &&
-           readKey(reader, request) && readOperation(reader, request) && reader.octets().has_value();
+    return skipServiceContexts(reader) && readId(reader, request) &&
+           skipOctets(reader, flagOctets) && readKey(reader, request) &&
+           readOperation(reader, request) && reader.octets().has_value();
 }
 
 /// GIOP 1.2.
@@ -162,14 +164,16 @@ Violation readParts(CdrReader& reader, const MessageHeader& header, RequestHeade
         return readLocateRequest(reader, header.minor, request);
     if (header.minor >= 2)
         return readRequest(reader, request);
-    return readOlderRequest(reader, header.minor, request) ? Violation::None : Violation::RequestHeader;
+    return readOlderRequest(reader, header.minor, request) ? Violation::None
+                                                           : Violation::RequestHeader;
 }
 
 }  // namespace
 
 Violation readRequestHeader(Octets message, const MessageHeader& header, RequestHeader& request) {
     CdrReader reader = CdrReader::message(message, header.littleEndian, kHeaderOctets);
-    if (const Violation violation = readParts(reader, header, request); violation != Violation::None)
+    if (const Violation violation = readParts(reader, header, request);
+        violation != Violation::None)
         return violation;
     request.headerEnd = reader.at();
     if (request.headerEnd > kRequestHeaderMax)

@@ -1,11 +1,11 @@
-#include "encodings.h"
-#include "event_batch.h"
-
 #include <omniORB4/IOP_C.h>
 #include <omniORB4/callDescriptor.h>
 #include <omniORB4/minorCode.h>
 
 #include <cstring>
+
+#include "encodings.h"
+#include "event_batch.h"
 
 namespace kelp::orb {
 
@@ -16,11 +16,13 @@ using CosNotifyComm::_impl_StructuredPushConsumer;
 
 const char* const kExceptions[] = {CosEventComm::Disconnected::_PD_repoId};
 
-/// A push operation, whose arguments are written by `write`. It answers nothing and may raise Disconnected.
+/// A push operation, whose arguments are written by `write`. It answers nothing and may raise
+/// Disconnected.
 class PushCall : public omniCallDescriptor {
   public:
     PushCall(LocalCallFn local, const char* operation)
-        : omniCallDescriptor(local, operation, std::strlen(operation) + 1, false, kExceptions, 1, false) {}
+        : omniCallDescriptor(local, operation, std::strlen(operation) + 1, false, kExceptions, 1,
+                             false) {}
 
     void userException(cdrStream& stream, omni::IOP_C* client, const char* repositoryId) override {
         if (std::strcmp(repositoryId, CosEventComm::Disconnected::_PD_repoId) == 0) {
@@ -51,8 +53,8 @@ class StructuredPush final : public PushCall {
   private:
     static void callLocally(omniCallDescriptor* call, omniServant* servant) {
         const SharedEvent& event = static_cast<StructuredPush*>(call)->event_;
-        implementation<_impl_StructuredPushConsumer>(servant,
-                                                     CosNotifyComm::StructuredPushConsumer::_PD_repoId)
+        implementation<_impl_StructuredPushConsumer>(
+            servant, CosNotifyComm::StructuredPushConsumer::_PD_repoId)
             .push_structured_event(event.body);
     }
 
@@ -72,8 +74,10 @@ class SequencePush final : public PushCall {
 
   private:
     static void callLocally(omniCallDescriptor* call, omniServant* servant) {
-        const std::span<const SharedEvent* const> events = static_cast<SequencePush*>(call)->events_;
-        implementation<_impl_SequencePushConsumer>(servant, CosNotifyComm::SequencePushConsumer::_PD_repoId)
+        const std::span<const SharedEvent* const> events =
+            static_cast<SequencePush*>(call)->events_;
+        implementation<_impl_SequencePushConsumer>(servant,
+                                                   CosNotifyComm::SequencePushConsumer::_PD_repoId)
             .push_structured_events(batchOf(events));
     }
 
@@ -82,7 +86,8 @@ class SequencePush final : public PushCall {
 
 class EncodingSender final : public EventSender {
   public:
-    void push(CosNotifyComm::StructuredPushConsumer_ptr consumer, const SharedEvent& event) const override {
+    void push(CosNotifyComm::StructuredPushConsumer_ptr consumer,
+              const SharedEvent& event) const override {
         StructuredPush call(event);
         consumer->_invoke(call);
     }

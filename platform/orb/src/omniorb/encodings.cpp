@@ -18,15 +18,16 @@ static_assert(kLargestAlignment % kEventAlignment == 0);
 
 constexpr std::array<CORBA::Octet, kLargestAlignment> kPadding{};
 
-/// Where the stream writes next, modulo the largest alignment. The ORB aligns by the address in its buffer,
-/// which the count of octets written does not follow in GIOP 1.0 and 1.1.
+/// Where the stream writes next, modulo the largest alignment. The ORB aligns by the address in its
+/// buffer, which the count of octets written does not follow in GIOP 1.0 and 1.1.
 class WritePosition : private cdrStream {
   public:
     static std::uint32_t of(cdrStream& stream) {
         // the size of a GIOP 1.0 or 1.1 message that is larger than the buffer is counted first
         if (cdrCountingStream* counter = cdrCountingStream::downcast(&stream))
             return static_cast<std::uint32_t>(counter->total() % kLargestAlignment);
-        return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(next(stream)) % kLargestAlignment);
+        return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(next(stream)) %
+                                          kLargestAlignment);
     }
     /// Whether so many octets fit into the stream's buffer.
     static bool hasRoomFor(const cdrStream& stream, std::size_t octets) {
@@ -40,7 +41,8 @@ class WritePosition : private cdrStream {
     }
 };
 
-/// GIOP 1.1 aligns anew in each fragment of a message: what is cut in two has no encoding of its own.
+/// GIOP 1.1 aligns anew in each fragment of a message: what is cut in two has no encoding of its
+/// own.
 bool alignsInFragments(cdrStream& stream) {
     omni::giopStream* message = omni::giopStream::downcast(&stream);
     return message != nullptr && message->version().major == 1 && message->version().minor == 1;
@@ -61,7 +63,8 @@ void SharedEvent::Encodings::write(cdrStream& stream) {
     const std::uint32_t offset = WritePosition::of(stream);
     // so that a batch meets two offsets instead of eight
     const std::uint32_t padding = (kEventAlignment - offset % kEventAlignment) % kEventAlignment;
-    const std::vector<CORBA::Octet>& octets = octetsFor(stream, (offset + padding) % kLargestAlignment);
+    const std::vector<CORBA::Octet>& octets =
+        octetsFor(stream, (offset + padding) % kLargestAlignment);
     if (alignsInFragments(stream) && !WritePosition::hasRoomFor(stream, padding + octets.size())) {
         event_ >>= stream;
         return;
@@ -75,11 +78,12 @@ std::size_t SharedEvent::Encodings::count() const {
     return static_cast<std::size_t>(std::distance(made_.begin(), made_.end()));
 }
 
-const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& stream, std::uint32_t offset) {
+const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& stream,
+                                                                   std::uint32_t offset) {
     const Form form{stream.TCS_C(), stream.TCS_W(), stream.marshal_byte_swap() != 0, offset};
     const std::lock_guard guard(mutex_);
-    const auto known =
-        std::find_if(made_.begin(), made_.end(), [&form](const Encoding& each) { return each.form == form; });
+    const auto known = std::find_if(made_.begin(), made_.end(),
+                                    [&form](const Encoding& each) { return each.form == form; });
     if (known != made_.end())
         return known->octets;
     // others hold references to what is in the list, which stays where it is
@@ -87,7 +91,8 @@ const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& st
     return made_.front().octets;
 }
 
-std::vector<CORBA::Octet> SharedEvent::Encodings::encode(cdrStream& like, std::uint32_t offset) const {
+std::vector<CORBA::Octet> SharedEvent::Encodings::encode(cdrStream& like,
+                                                         std::uint32_t offset) const {
     cdrMemoryStream memory(0, true);
     memory.TCS_C(like.TCS_C());
     memory.TCS_W(like.TCS_W());

@@ -13,14 +13,15 @@ class SharedEvent::Encodings {
   public:
     explicit Encodings(const CosNotification::StructuredEvent& event) : event_(event) {}
 
-    /// Writes the event as the stream's next value. Encodes it only the first time for streams of this kind.
+    /// Writes the event as the stream's next value. Encodes it only the first time for streams of
+    /// this kind.
     void write(cdrStream& stream);
 
     std::size_t count() const;
 
   private:
-    /// What the octets depend on. The ORB has one converter for each code set and GIOP version, so that the
-    /// converters stand for the version too.
+    /// What the octets depend on. The ORB has one converter for each code set and GIOP version, so
+    /// that the converters stand for the version too.
     struct Form {
         const void* narrow;
         const void* wide;
@@ -37,7 +38,8 @@ class SharedEvent::Encodings {
     std::vector<CORBA::Octet> encode(cdrStream& like, std::uint32_t offset) const;
 
     const CosNotification::StructuredEvent& event_;
-    mutable std::mutex mutex_;  // held while encoding: others of the kind wait rather than do it again
+    mutable std::mutex
+        mutex_;  // held while encoding: others of the kind wait rather than do it again
     std::forward_list<Encoding> made_;
 };
 

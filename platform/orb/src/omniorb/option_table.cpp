@@ -29,8 +29,8 @@ std::pair<std::string, std::string> splitHostAndPort(const std::string& text) {
     return {bracketed(text), ""};
 }
 
-/// The port of the only address. Empty, which stands for the port of whatever endpoint is published, when
-/// there are several or the system chooses the port.
+/// The port of the only address. Empty, which stands for the port of whatever endpoint is
+/// published, when there are several or the system chooses the port.
 std::string namedPort(const std::vector<std::string>& addresses) {
     if (addresses.size() != 1)
         return "";
@@ -39,9 +39,9 @@ std::string namedPort(const std::vector<std::string>& addresses) {
     return isChosenBySystem ? "" : port;
 }
 
-/// The published port belongs to the plain endpoint when there is one; the other transport is published with
-/// the port it listens on. The ORB matches a published address with every endpoint, also with those that are
-/// not to be published, so the ports are named wherever they are known.
+/// The published port belongs to the plain endpoint when there is one; the other transport is
+/// published with the port it listens on. The ORB matches a published address with every endpoint,
+/// also with those that are not to be published, so the ports are named wherever they are known.
 void addPublished(const OrbOptions& options, OptionTable& table) {
     if (options.publish.empty()) {
         table.add("endPointPublish", "addr");
@@ -101,19 +101,21 @@ OptionTable optionTable(const OrbOptions& options) {
     table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* tcp,ssl");
     // a name that became an address could not be compared with the server's certificate
     table.add("resolveNamesForTransportRules", options.tlsCheckServer ? 0UL : 1UL);
-    // its lines go to the trace, which tells the time itself (the ORB's way is not safe among threads)
+    // its lines go to the trace, which tells the time itself (the ORB's way is not safe among
+    // threads)
     table.add("traceTime", 0UL);
     // without it a thread's own time-out is taken and ignored
     table.add("supportPerThreadTimeOut", 1);
     // a first call to a peer that hangs would otherwise wait out its limit twice
     table.add("verifyObjectExistsAndType", 0UL);
-    table.add("giopMaxMsgSize",
-              std::min<unsigned long>(options.messageBytesMax, std::numeric_limits<CORBA::Long>::max()));
+    table.add("giopMaxMsgSize", std::min<unsigned long>(options.messageBytesMax,
+                                                        std::numeric_limits<CORBA::Long>::max()));
     table.add("nativeCharCodeSet", options.unconvertible == OrbOptions::Unconvertible::QuestionMark
                                        ? enterSubstitutingCodeSet(options.charSet)
                                        : options.charSet);
-    table.add("serverCallTimeOutPeriod", static_cast<unsigned long>(std::max<std::chrono::milliseconds::rep>(
-                                             options.replyTimeout.count(), 0)));
+    table.add("serverCallTimeOutPeriod",
+              static_cast<unsigned long>(
+                  std::max<std::chrono::milliseconds::rep>(options.replyTimeout.count(), 0)));
     table.add("maxGIOPConnectionPerServer", std::max(options.connectionsPerServer, 1U));
     table.add("maxServerThreadPerConnection",
               options.threadsMax == 0 ? defaultThreadsOfConnection : options.threadsMax);

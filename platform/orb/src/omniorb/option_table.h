@@ -8,13 +8,15 @@
 
 namespace kelp::orb {
 
-/// The ORB's options by name, in the form that ORB_init takes. Names may repeat (one entry an endpoint).
+/// The ORB's options by name, in the form that ORB_init takes. Names may repeat (one entry an
+/// endpoint).
 class OptionTable {
   public:
     void add(const std::string& name, const std::string& value);
     void add(const std::string& name, unsigned long value);
 
-    /// Pairs of name and value, ended by a pair of null pointers; valid until the table changes or goes.
+    /// Pairs of name and value, ended by a pair of null pointers; valid until the table changes or
+    /// goes.
     const char* (*pairs())[2];
 
   private:

@@ -8,10 +8,10 @@
 #include "../gate/gate.h"
 #include "../port_state.h"
 #include "../trace.h"
+#include "omniorb/calls/outgoing_calls.h"
 #include "omniorb/requests/callers.h"
 #include "omniorb/requests/interception.h"
 #include "option_table.h"
-#include "omniorb/calls/outgoing_calls.h"
 #include "repairs/reference_creation.h"
 #include "tls.h"
 #include "transport/gate_transport.h"
@@ -22,8 +22,8 @@ namespace {
 
 std::mutex starting;
 
-/// Takes a line of the ORB's own log, which ends with a line feed. Whoever reaches the port can cause most of
-/// them.
+/// Takes a line of the ORB's own log, which ends with a line feed. Whoever reaches the port can
+/// cause most of them.
 void traceOrbLine(const char* line) {
     std::string text(line);
     while (!text.empty() && text.back() == '\n')

@@ -17,7 +17,8 @@ using CodeSet = omni::omniCodeSet;
 constexpr char kSubstitute = '?';
 
 bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 /// The octets of the character that a text begins with, as UTF-8 counts them; one where it is none.
@@ -67,8 +68,10 @@ class SubstitutingCodeSet final : public CodeSet::NCS_C {
 
   private:
     /// `text` ends with a null octet.
-    void write(cdrStream& stream, CodeSet::TCS_C* peers, CORBA::ULong bound, std::string_view text) const {
-        native_.marshalString(stream, peers, bound, static_cast<CORBA::ULong>(text.size()), text.data());
+    void write(cdrStream& stream, CodeSet::TCS_C* peers, CORBA::ULong bound,
+               std::string_view text) const {
+        native_.marshalString(stream, peers, bound, static_cast<CORBA::ULong>(text.size()),
+                              text.data());
     }
 
     bool canHold(CodeSet::TCS_C* peers, const char* text) const {

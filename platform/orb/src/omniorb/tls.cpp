@@ -17,8 +17,8 @@ namespace kelp::orb {
 
 namespace {
 
-/// The transport keeps pointers to its settings; the ORB's options of the same names would lose memory at a
-/// second start.
+/// The transport keeps pointers to its settings; the ORB's options of the same names would lose
+/// memory at a second start.
 struct Texts {
     std::string caFile;
     std::string keyFile;
@@ -90,10 +90,11 @@ void setUpTls(const OrbOptions& options) {
     if (options.tlsCaFile.empty())
         whyNot = "there are TLS addresses, but no CA file";
     else if (whyNot.empty())
-        // a failure inside ORB_init would leave the ORB unfit for another start, and would not say what is
-        // wrong
+        // a failure inside ORB_init would leave the ORB unfit for another start, and would not say
+        // what is wrong
         material = readOrTellWhyNot(
-            {options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword, options.tlsCrlFile}, whyNot);
+            {options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword, options.tlsCrlFile},
+            whyNot);
     if (!material) {
         traceException("TLS: " + whyNot);
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);

@@ -19,8 +19,8 @@ int showCertificate(SSL* connection, void*) {
         return 1;
     const TlsMaterial& material = *use->material;
     SSL_certs_clear(connection);
-    if (SSL_use_cert_and_key(connection, material.certificate.get(), material.key.get(), material.chain.get(),
-                             1) != 1) {
+    if (SSL_use_cert_and_key(connection, material.certificate.get(), material.key.get(),
+                             material.chain.get(), 1) != 1) {
         traceException("TLS: the certificate cannot be shown: " + tlsErrorText());
         return 0;
     }
@@ -32,7 +32,8 @@ int showCertificate(SSL* connection, void*) {
 }  // namespace
 
 CurrentTls& CurrentTls::instance() {
-    static CurrentTls* const current = new CurrentTls;  // never deleted: handshakes may outlive main
+    static CurrentTls* const current =
+        new CurrentTls;  // never deleted: handshakes may outlive main
     return *current;
 }
 
@@ -50,9 +51,10 @@ void requireTlsStrength(SSL_CTX* context) {
     SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
     SSL_CTX_set_max_proto_version(context, 0);
     SSL_CTX_set_security_level(context, kSecurityLevel);
-    SSL_CTX_set_options(context,
-                        SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION | SSL_OP_CIPHER_SERVER_PREFERENCE);
-    SSL_CTX_clear_options(context, SSL_OP_LEGACY_SERVER_CONNECT | SSL_OP_ALLOW_UNSAFE_LEGACY_RENEGOTIATION |
+    SSL_CTX_set_options(
+        context, SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION | SSL_OP_CIPHER_SERVER_PREFERENCE);
+    SSL_CTX_clear_options(context, SSL_OP_LEGACY_SERVER_CONNECT |
+                                       SSL_OP_ALLOW_UNSAFE_LEGACY_RENEGOTIATION |
                                        SSL_OP_ALLOW_CLIENT_RENEGOTIATION);
 }
 
@@ -64,7 +66,8 @@ bool setUpContext(SSL_CTX* context, const TlsSuites& suites) {
     SSL_CTX_set_dh_auto(context, 1);
     SSL_CTX_set_cert_cb(context, showCertificate, nullptr);
     SSL_CTX_set_cert_verify_callback(context, checkPeer, nullptr);
-    // a resumed connection would show no certificate, and so outlive an authority that is trusted no more
+    // a resumed connection would show no certificate, and so outlive an authority that is trusted
+    // no more
     SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
     SSL_CTX_set_options(context, SSL_OP_NO_TICKET);
     SSL_CTX_set_num_tickets(context, 0);

@@ -13,12 +13,12 @@ namespace kelp::orb {
 /// What the process's handshakes show, trust and ask for. Constant once made.
 struct TlsUse {
     std::shared_ptr<const TlsMaterial> material;
-    bool checkServer = false;     ///< calling side: whether a server's certificate must show its name
+    bool checkServer = false;  ///< calling side: whether a server's certificate must show its name
     std::string serverName = {};  ///< that name or address; empty: the host that is called
 };
 
-/// The TlsUse of handshakes that begin now. A context must not be changed once connections are made from it
-/// (the library reads it without a lock), so each handshake asks here. Any thread.
+/// The TlsUse of handshakes that begin now. A context must not be changed once connections are made
+/// from it (the library reads it without a lock), so each handshake asks here. Any thread.
 class CurrentTls {
   public:
     static CurrentTls& instance();
@@ -41,8 +41,9 @@ struct TlsSuites {
 /// renegotiation, no compression, the server's order of suites.
 void requireTlsStrength(SSL_CTX* context);
 
-/// Makes a context one of this process's: strength, suites, certificates and checks out of CurrentTls, no
-/// resumption. Before connections are made from it. False when the suites cannot be used.
+/// Makes a context one of this process's: strength, suites, certificates and checks out of
+/// CurrentTls, no resumption. Before connections are made from it. False when the suites cannot be
+/// used.
 bool setUpContext(SSL_CTX* context, const TlsSuites& suites);
 
 }  // namespace kelp::orb

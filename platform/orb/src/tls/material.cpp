@@ -57,7 +57,8 @@ OwnedCertificates readAuthorities(PemFile& file) {
 OwnedNames subjectsOf(const STACK_OF(X509) * certificates) {
     OwnedNames names(sk_X509_NAME_new_null());
     for (int i = 0; i < sk_X509_num(certificates); ++i)
-        sk_X509_NAME_push(names.get(), X509_NAME_dup(X509_get_subject_name(sk_X509_value(certificates, i))));
+        sk_X509_NAME_push(names.get(),
+                          X509_NAME_dup(X509_get_subject_name(sk_X509_value(certificates, i))));
     return names;
 }
 
@@ -87,8 +88,8 @@ std::string inOctal(::mode_t mode) {
 void checkMode(PemFile& file) {
     constexpr ::mode_t others = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
     if (file.contains("PRIVATE KEY-----") && (file.mode() & others) != 0)
-        file.wrong("holds a private key that others can read or write: its mode is " + inOctal(file.mode()) +
-                   ", set it to 0600");
+        file.wrong("holds a private key that others can read or write: its mode is " +
+                   inOctal(file.mode()) + ", set it to 0600");
     else
         file.checkTrust();
 }
@@ -115,8 +116,9 @@ bool isAccepted(const TlsMaterial& material, std::string& whyNot) {
     const OwnedContext context(SSL_CTX_new(TLS_method()));
     if (context)
         requireTlsStrength(context.get());
-    const bool isGood = context && SSL_CTX_use_cert_and_key(context.get(), material.certificate.get(),
-                                                            material.key.get(), material.chain.get(), 1) == 1;
+    const bool isGood =
+        context && SSL_CTX_use_cert_and_key(context.get(), material.certificate.get(),
+                                            material.key.get(), material.chain.get(), 1) == 1;
     whyNot = tlsErrorText();
     return isGood;
 }
@@ -128,7 +130,8 @@ void checkOwn(const TlsMaterial& material, PemFile& file) {
     if (problemsOfMatch != 1)
         file.wrong("holds a private key that is not its first certificate's");
     else if (hasEnded(certificate))
-        file.wrong("holds a certificate that has ended at " + inWords(X509_get0_notAfter(certificate)));
+        file.wrong("holds a certificate that has ended at " +
+                   inWords(X509_get0_notAfter(certificate)));
     else if (!hasBegun(certificate))
         file.wrong("holds a certificate that is not valid before " +
                    inWords(X509_get0_notBefore(certificate)));
@@ -171,7 +174,8 @@ std::string endOf(const STACK_OF(X509_CRL) * lists) {
 
 }  // namespace
 
-std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files, std::vector<TlsFileProblem>& problems) {
+std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files,
+                                           std::vector<TlsFileProblem>& problems) {
     ERR_clear_error();
     problems.clear();
     auto material = std::make_shared<TlsMaterial>();
@@ -217,9 +221,9 @@ bool isSame(const TlsMaterial& one, const TlsMaterial& other) {
 
 std::string inWords(const TlsMaterial& material) {
     const X509* const certificate = material.certificate.get();
-    return inWords(X509_get_subject_name(certificate)) + ", serial number " + serialNumberOf(certificate) +
-           ", valid until " + inWords(X509_get0_notAfter(certificate)) +
-           endOf(material.revocationLists.get());
+    return inWords(X509_get_subject_name(certificate)) + ", serial number " +
+           serialNumberOf(certificate) + ", valid until " +
+           inWords(X509_get0_notAfter(certificate)) + endOf(material.revocationLists.get());
 }
 
 }  // namespace kelp::orb

@@ -21,12 +21,14 @@ struct TlsMaterial {
 };
 
 /// The material, usable now; or none, and why.
-std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files, std::vector<TlsFileProblem>& problems);
+std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files,
+                                           std::vector<TlsFileProblem>& problems);
 
 /// The same certificates and revocation lists, in the same order.
 bool isSame(const TlsMaterial& one, const TlsMaterial& other);
 
-/// The certificate's subject, serial number and end, and when the first revocation list ends, for messages.
+/// The certificate's subject, serial number and end, and when the first revocation list ends, for
+/// messages.
 std::string inWords(const TlsMaterial& material);
 
 }  // namespace kelp::orb

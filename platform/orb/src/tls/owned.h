@@ -16,15 +16,21 @@ struct FreedBy {
 };
 
 struct FreedCertificates {
-    void operator()(STACK_OF(X509) * certificates) const { sk_X509_pop_free(certificates, X509_free); }
+    void operator()(STACK_OF(X509) * certificates) const {
+        sk_X509_pop_free(certificates, X509_free);
+    }
 };
 
 struct FreedRevocationLists {
-    void operator()(STACK_OF(X509_CRL) * lists) const { sk_X509_CRL_pop_free(lists, X509_CRL_free); }
+    void operator()(STACK_OF(X509_CRL) * lists) const {
+        sk_X509_CRL_pop_free(lists, X509_CRL_free);
+    }
 };
 
 struct FreedNames {
-    void operator()(STACK_OF(X509_NAME) * names) const { sk_X509_NAME_pop_free(names, X509_NAME_free); }
+    void operator()(STACK_OF(X509_NAME) * names) const {
+        sk_X509_NAME_pop_free(names, X509_NAME_free);
+    }
 };
 
 using OwnedBio = std::unique_ptr<BIO, FreedBy<BIO_free>>;

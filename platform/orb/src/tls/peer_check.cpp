@@ -31,15 +31,16 @@ void keepSubject(X509* certificate) {
                        XN_FLAG_RFC2253 & ~ASN1_STRFLGS_ESC_MSB);
     char* text = nullptr;
     const long length = BIO_get_mem_data(out.get(), &text);
-    if (length <= 0 || length > kSubjectBytesMax || X509_get_ex_data(certificate, subjectIndex()) != nullptr)
+    if (length <= 0 || length > kSubjectBytesMax ||
+        X509_get_ex_data(certificate, subjectIndex()) != nullptr)
         return;
     auto subject = std::make_unique<std::string>(text, static_cast<std::size_t>(length));
     if (X509_set_ex_data(certificate, subjectIndex(), subject.get()) == 1)
         subject.release();
 }
 
-/// The last list goes on to hold until there is its successor: the operator was warned, and without any list
-/// a revoked certificate would be let in.
+/// The last list goes on to hold until there is its successor: the operator was warned, and without
+/// any list a revoked certificate would be let in.
 int passEndedList(int isGood, X509_STORE_CTX* check) {
     if (isGood == 1 || X509_STORE_CTX_get_error(check) != X509_V_ERR_CRL_HAS_EXPIRED)
         return isGood;
@@ -57,7 +58,8 @@ void trustOnly(X509_STORE_CTX* check, const TlsMaterial& material) {
 }
 
 const SSL* connectionOf(X509_STORE_CTX* check) {
-    return static_cast<const SSL*>(X509_STORE_CTX_get_ex_data(check, SSL_get_ex_data_X509_STORE_CTX_idx()));
+    return static_cast<const SSL*>(
+        X509_STORE_CTX_get_ex_data(check, SSL_get_ex_data_X509_STORE_CTX_idx()));
 }
 
 /// Of a server's certificate.
@@ -74,7 +76,8 @@ bool isPassed(X509_STORE_CTX* check, const SSL* connection, const TlsUse& use) {
     if (isOfServer(certificate, expected))
         return true;
     X509_STORE_CTX_set_error(check, X509_V_ERR_HOSTNAME_MISMATCH);
-    noteRefusedServer(connection, certificate, "it is for " + namesOf(certificate) + ", not for " + expected);
+    noteRefusedServer(connection, certificate,
+                      "it is for " + namesOf(certificate) + ", not for " + expected);
     return false;
 }
 

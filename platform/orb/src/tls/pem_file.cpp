@@ -1,9 +1,8 @@
 #include "pem_file.h"
 
+#include <fcntl.h>
 #include <kelp/util/descriptor.h>
 #include <kelp/util/file_trust.h>
-
-#include <fcntl.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <sys/stat.h>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <kelp/orb/tls_files.h>
-
 #include <sys/types.h>
 
 #include <optional>
@@ -15,7 +14,8 @@ namespace kelp::orb {
 /// One PEM file: its text, and what is found wrong with it.
 class PemFile {
   public:
-    /// Reads the file. `problems` is borrowed and grows with each problem, those of reading it included.
+    /// Reads the file. `problems` is borrowed and grows with each problem, those of reading it
+    /// included.
     PemFile(std::string name, TlsFileProblem::Of of, std::vector<TlsFileProblem>& problems);
 
     bool isRead() const { return text_.has_value(); }
@@ -40,8 +40,8 @@ class PemFile {
     ::mode_t mode_ = 0;
 };
 
-/// Whether the library's last failure on this thread says that a PEM text has no further object of the kind
-/// asked for. The thread's errors stay.
+/// Whether the library's last failure on this thread says that a PEM text has no further object of
+/// the kind asked for. The thread's errors stay.
 bool isEndOfPem();
 
 }  // namespace kelp::orb

@@ -23,7 +23,8 @@ constexpr std::chrono::seconds kPause{1};
 /// Lets a line through a second and counts the others.
 class Throttle {
   public:
-    /// How many lines were held back since the last one that was let through; none: this one is, too.
+    /// How many lines were held back since the last one that was let through; none: this one is,
+    /// too.
     std::optional<int> letThrough(Clock::time_point now) {
         const std::lock_guard guard(mutex_);
         if (last_ && now - *last_ < kPause) {
@@ -51,8 +52,9 @@ std::string refusalText(const SSL* connection, int where, int value) {
         return "TLS: " + peerInWords(connection) + " refuses this process: " + alert;
     const long verified = SSL_get_verify_result(connection);
     const std::string certificate =
-        verified == X509_V_OK ? ""
-                              : std::string(", its certificate: ") + X509_verify_cert_error_string(verified);
+        verified == X509_V_OK
+            ? ""
+            : std::string(", its certificate: ") + X509_verify_cert_error_string(verified);
     return "TLS: " + peerInWords(connection) + " is refused: " + alert + certificate;
 }
 
@@ -78,8 +80,9 @@ void traceRefusal(const SSL* connection, int where, int value) {
     const std::optional<int> held = throttle().letThrough(Clock::now());
     if (!held)
         return;
-    traceException(refusalText(connection, where, value) +
-                   (*held > 0 ? " (and " + std::to_string(*held) + " more since the last such line)" : ""));
+    traceException(
+        refusalText(connection, where, value) +
+        (*held > 0 ? " (and " + std::to_string(*held) + " more since the last such line)" : ""));
 }
 
 }  // namespace kelp::orb

@@ -65,8 +65,10 @@ std::string problemOf(X509_CRL* list, const STACK_OF(X509) * authorities) {
 std::string missingListOf(X509* authority, const STACK_OF(X509_CRL) * lists) {
     const std::string name = inWords(X509_get_subject_name(authority));
     if ((X509_get_key_usage(authority) & KU_CRL_SIGN) == 0)
-        return "is no use for " + name + ", whose certificate does not let it sign revocation lists";
-    std::string whyNot = "holds no revocation list of " + name + ", which is one of the trusted authorities";
+        return "is no use for " + name +
+               ", whose certificate does not let it sign revocation lists";
+    std::string whyNot =
+        "holds no revocation list of " + name + ", which is one of the trusted authorities";
     for (int i = 0; i < sk_X509_CRL_num(lists); ++i) {
         X509_CRL* const list = sk_X509_CRL_value(lists, i);
         if (!isOf(list, authority) || !isSignedBy(list, authority))
@@ -74,10 +76,10 @@ std::string missingListOf(X509* authority, const STACK_OF(X509_CRL) * lists) {
         const Now now = stateOf(list);
         if (now == Now::Holds)
             return {};
-        whyNot =
-            "holds a revocation list of " + name +
-            (now == Now::HasEnded ? " that has ended at " + inWords(X509_CRL_get0_nextUpdate(list))
-                                  : " that is not valid before " + inWords(X509_CRL_get0_lastUpdate(list)));
+        whyNot = "holds a revocation list of " + name +
+                 (now == Now::HasEnded
+                      ? " that has ended at " + inWords(X509_CRL_get0_nextUpdate(list))
+                      : " that is not valid before " + inWords(X509_CRL_get0_lastUpdate(list)));
     }
     return whyNot;
 }
@@ -106,7 +108,8 @@ OwnedRevocationLists readRevocationLists(PemFile& file, const STACK_OF(X509) * a
     const bool isAtTheEnd = isEndOfPem();
     const std::string why = tlsErrorText();
     if (!all) {
-        file.wrong(isAtTheEnd ? "holds no PEM revocation list" : "holds a damaged revocation list: " + why);
+        file.wrong(isAtTheEnd ? "holds no PEM revocation list"
+                              : "holds a damaged revocation list: " + why);
         return nullptr;
     }
     bool isGood = true;
@@ -115,7 +118,8 @@ OwnedRevocationLists readRevocationLists(PemFile& file, const STACK_OF(X509) * a
         isGood = false;
     };
     for (int i = 0; i < sk_X509_CRL_num(all.get()); ++i) {
-        if (const std::string what = problemOf(sk_X509_CRL_value(all.get(), i), authorities); !what.empty())
+        if (const std::string what = problemOf(sk_X509_CRL_value(all.get(), i), authorities);
+            !what.empty())
             wrong("holds " + what);
     }
     for (int i = 0; isGood && i < sk_X509_num(authorities); ++i) {

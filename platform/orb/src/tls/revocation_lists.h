@@ -5,8 +5,8 @@
 
 namespace kelp::orb {
 
-/// The file's lists that hold now, at least one of each authority that is still valid. None, and the
-/// problems, when there is not that.
+/// The file's lists that hold now, at least one of each authority that is still valid. None, and
+/// the problems, when there is not that.
 OwnedRevocationLists readRevocationLists(PemFile& file, const STACK_OF(X509) * authorities);
 
 /// The same lists, in the same order; both may be null.

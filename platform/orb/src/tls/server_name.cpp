@@ -1,8 +1,7 @@
 #include "server_name.h"
 
-#include <kelp/util/trace_log.h>
-
 #include <arpa/inet.h>
+#include <kelp/util/trace_log.h>
 #include <netdb.h>
 #include <openssl/x509v3.h>
 #include <sys/socket.h>
@@ -21,8 +20,8 @@ using OwnedAddress = std::unique_ptr<ASN1_OCTET_STRING, FreedBy<ASN1_OCTET_STRIN
 using OwnedGeneralNames = std::unique_ptr<GENERAL_NAMES, FreedBy<GENERAL_NAMES_free>>;
 
 OwnedGeneralNames alternativeNamesOf(const X509* certificate) {
-    return OwnedGeneralNames(
-        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    return OwnedGeneralNames(static_cast<GENERAL_NAMES*>(
+        X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
 }
 
 std::string textOf(const ASN1_STRING* text) {
@@ -40,7 +39,8 @@ std::string addressText(const ASN1_OCTET_STRING* octets) {
     const int length = ASN1_STRING_length(octets);
     char text[INET6_ADDRSTRLEN] = "unreadable";
     if (length == 4 || length == 16)
-        ::inet_ntop(length == 4 ? AF_INET : AF_INET6, ASN1_STRING_get0_data(octets), text, sizeof text);
+        ::inet_ntop(length == 4 ? AF_INET : AF_INET6, ASN1_STRING_get0_data(octets), text,
+                    sizeof text);
     return text;
 }
 
@@ -52,7 +52,8 @@ bool isNumeric(const std::string& host) {
 
 std::string calledHost(const SSL* connection) {
     // the name that was called is also the one that the server is asked for
-    if (const char* const name = SSL_get_servername(connection, TLSEXT_NAMETYPE_host_name); name != nullptr)
+    if (const char* const name = SSL_get_servername(connection, TLSEXT_NAMETYPE_host_name);
+        name != nullptr)
         return name;
     sockaddr_storage address{};
     socklen_t length = sizeof address;
@@ -73,8 +74,8 @@ bool isOfServer(X509* certificate, const std::string& host) {
     if (isNumeric(host))
         return X509_check_ip_asc(certificate, host.c_str(), 0) == 1 ||
                (!hasAlternatives && commonNameOf(certificate) == host);
-    const unsigned flags =
-        X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS | (hasAlternatives ? X509_CHECK_FLAG_NEVER_CHECK_SUBJECT : 0U);
+    const unsigned flags = X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS |
+                           (hasAlternatives ? X509_CHECK_FLAG_NEVER_CHECK_SUBJECT : 0U);
     return X509_check_host(certificate, host.data(), host.size(), flags, nullptr) == 1;
 }
 

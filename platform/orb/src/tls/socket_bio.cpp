@@ -21,8 +21,8 @@ bool isWorthARetry() {
 
 int write(BIO* bio, const char* octets, int count) {
     BIO_clear_retry_flags(bio);
-    const ssize_t sent =
-        ::send(descriptorOf(bio), octets, static_cast<std::size_t>(count), MSG_DONTWAIT | MSG_NOSIGNAL);
+    const ssize_t sent = ::send(descriptorOf(bio), octets, static_cast<std::size_t>(count),
+                                MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent <= 0 && isWorthARetry())
         BIO_set_retry_write(bio);
     return static_cast<int>(sent);
@@ -30,7 +30,8 @@ int write(BIO* bio, const char* octets, int count) {
 
 int read(BIO* bio, char* octets, int count) {
     BIO_clear_retry_flags(bio);
-    const ssize_t received = ::recv(descriptorOf(bio), octets, static_cast<std::size_t>(count), MSG_DONTWAIT);
+    const ssize_t received =
+        ::recv(descriptorOf(bio), octets, static_cast<std::size_t>(count), MSG_DONTWAIT);
     if (received < 0 && isWorthARetry())
         BIO_set_retry_read(bio);
     if (received == 0)

@@ -1,6 +1,5 @@
 #include <kelp/orb/tls_suites.h>
 #include <kelp/util/trace_log.h>
-
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
@@ -53,8 +52,8 @@ bool isOfTls13(const SSL_CIPHER* suite) {
     return SSL_CIPHER_get_kx_nid(suite) == NID_kx_any;
 }
 
-/// Whether a part of a list names suites at all. Those that take suites away may name what the library does
-/// not have.
+/// Whether a part of a list names suites at all. Those that take suites away may name what the
+/// library does not have.
 bool isKnownPart(const std::string& part) {
     if (part.front() == '!' || part.front() == '-' || part.front() == '@')
         return true;
@@ -72,13 +71,15 @@ std::string problemOfList(SSL_CTX* context, const std::string& ciphers) {
     if (SSL_CTX_set_cipher_list(context, ciphers.c_str()) != 1)
         return "names no cipher suite of TLS 1.2";
     if (SSL_CTX_get_security_level(context) < levelBefore)
-        return "must not lower the security level to " + std::to_string(SSL_CTX_get_security_level(context));
+        return "must not lower the security level to " +
+               std::to_string(SSL_CTX_get_security_level(context));
     const STACK_OF(SSL_CIPHER)* const suites = SSL_CTX_get_ciphers(context);
     for (int i = 0; i < sk_SSL_CIPHER_num(suites); ++i) {
         const SSL_CIPHER* const suite = sk_SSL_CIPHER_value(suites, i);
         const std::string weakness = isOfTls13(suite) ? "" : weaknessOf(suite);
         if (!weakness.empty())
-            return "has the suite " + std::string(SSL_CIPHER_get_name(suite)) + ", which " + weakness;
+            return "has the suite " + std::string(SSL_CIPHER_get_name(suite)) + ", which " +
+                   weakness;
     }
     return {};
 }

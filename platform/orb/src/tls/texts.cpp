@@ -1,7 +1,6 @@
 #include "texts.h"
 
 #include <kelp/util/trace_log.h>
-
 #include <openssl/err.h>
 
 #include <algorithm>
@@ -30,7 +29,8 @@ std::string inWords(const X509_NAME* name) {
     X509_NAME_print_ex(out.get(), name, 0, XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB);
     char* text = nullptr;
     const long length = BIO_get_mem_data(out.get(), &text);
-    return util::escaped(std::string(text, static_cast<std::size_t>(std::max(length, 0L))), kNameBytesMax);
+    return util::escaped(std::string(text, static_cast<std::size_t>(std::max(length, 0L))),
+                         kNameBytesMax);
 }
 
 std::string shownFile(const std::string& name) {

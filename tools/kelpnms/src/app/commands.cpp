@@ -1,15 +1,15 @@
 #include "app/commands.h"
 
+#include <chrono>
+
 #include "app/chosen_factory.h"
 #include "app/exit_codes.h"
-#include "events/follow_events.h"
 #include "app/handling.h"
 #include "app/log_out.h"
 #include "app/password.h"
-#include "upload/upload.h"
 #include "app/watch.h"
-
-#include <chrono>
+#include "events/follow_events.h"
+#include "upload/upload.h"
 
 namespace kelp::nms {
 
@@ -27,7 +27,8 @@ int pingEms(NmsSession& session, unsigned count, Report& report) {
     for (unsigned number = 1; number <= count; ++number) {
         const auto begin = std::chrono::steady_clock::now();
         session.ping();
-        const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
+        const std::chrono::duration<double, std::milli> took =
+            std::chrono::steady_clock::now() - begin;
         report.pinged(number, took.count());
     }
     return kDone;
@@ -78,7 +79,8 @@ int useSession(NmsSession& session, const std::shared_ptr<Watch>& watch, const O
 }
 
 int runSession(NmsClient& client, const FoundFactory& factory, const Options& options,
-               const std::string& password, const std::shared_ptr<Report>& report, Interrupts& interrupts) {
+               const std::string& password, const std::shared_ptr<Report>& report,
+               Interrupts& interrupts) {
     const bool isWatch = options.command == Command::Watch;
     const auto watch = std::make_shared<Watch>(report, isWatch ? options.count : 0);
     // from here on Ctrl-C leaves in order: the session is ended first
@@ -114,15 +116,15 @@ NmsSettings settingsOf(const Options& options) {
     settings.timeout = options.timeout;
     if (!options.tlsAuthorities.empty())
         settings.tls = NmsTls{options.tlsAuthorities, options.tlsKeyFile,
-                              readKeyPassword(options.tlsKeyPasswordFile).text(), options.tlsChecksName,
-                              options.tlsName};
+                              readKeyPassword(options.tlsKeyPasswordFile).text(),
+                              options.tlsChecksName, options.tlsName};
     return settings;
 }
 
 }  // namespace
 
-int runCommand(const Options& options, const std::string& password, const std::shared_ptr<Report>& report,
-               Interrupts& interrupts) {
+int runCommand(const Options& options, const std::string& password,
+               const std::shared_ptr<Report>& report, Interrupts& interrupts) {
     NmsClient client(settingsOf(options));
     if (options.command == Command::Events)
         return followEvents(client, options, password, report, interrupts);

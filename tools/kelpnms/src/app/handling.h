@@ -1,15 +1,16 @@
 #pragma once
 
-#include "app/interrupts.h"
-
 #include <utility>
+
+#include "app/interrupts.h"
 
 namespace kelp::nms {
 
 /// A handler of interrupts for the length of a scope.
 class Handling {
   public:
-    Handling(Interrupts& interrupts, Interrupts::Handler handler, std::function<void()> lastWords = nullptr)
+    Handling(Interrupts& interrupts, Interrupts::Handler handler,
+             std::function<void()> lastWords = nullptr)
         : interrupts_(interrupts) {
         interrupts_.setHandler(std::move(handler), std::move(lastWords));
     }

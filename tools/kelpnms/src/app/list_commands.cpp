@@ -29,7 +29,8 @@ element itself some may have been written already, standard error says how many.
 const std::map<std::string, Format> kFormats = {
     {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
 
-CLI::App* addListCommand(CLI::App& app, Options& options, const char* name, const char* what, Command which) {
+CLI::App* addListCommand(CLI::App& app, Options& options, const char* name, const char* what,
+                         Command which) {
     CLI::App* command =
         app.add_subcommand(name, what)->callback([&options, which] { options.command = which; });
     command->add_option("--batch", options.lists.batch, "Entries to ask for at a time")
@@ -43,7 +44,8 @@ void addFrom(CLI::App& command, Options& options, const char* what) {
 }
 
 void addRows(CLI::App& command, Options& options) {
-    command.add_option("--format", options.lists.format, "table, csv, or json (the same as --json)")
+    command
+        .add_option("--format", options.lists.format, "table, csv, or json (the same as --json)")
         ->transform(CLI::CheckedTransformer(kFormats).description(""))
         ->type_name("FORMAT")
         ->default_str("table");
@@ -59,30 +61,32 @@ void addElements(CLI::App& command, Options& options) {
 }  // namespace
 
 void addListCommands(CLI::App& app, Options& options) {
-    CLI::App* elements =
-        addListCommand(app, options, "elements", "Log in and list the managed elements", Command::Elements);
+    CLI::App* elements = addListCommand(app, options, "elements",
+                                        "Log in and list the managed elements", Command::Elements);
     addFrom(*elements, options, "Leave out the elements before this one");
     addRows(*elements, options);
 
-    CLI::App* ports = addListCommand(app, options, "ports",
-                                     "Log in and list the elements' ports (PTP and FTP)", Command::Ports);
+    CLI::App* ports = addListCommand(
+        app, options, "ports", "Log in and list the elements' ports (PTP and FTP)", Command::Ports);
     addElements(*ports, options);
     addRows(*ports, options);
 
-    CLI::App* equipment =
-        addListCommand(app, options, "equipment", "Log in and list the elements' equipment and its holders",
-                       Command::Equipment);
+    CLI::App* equipment = addListCommand(app, options, "equipment",
+                                         "Log in and list the elements' equipment and its holders",
+                                         Command::Equipment);
     addElements(*equipment, options);
     addRows(*equipment, options);
 
-    CLI::App* links = addListCommand(
-        app, options, "links", "Log in and list the topological links between elements", Command::Links);
+    CLI::App* links =
+        addListCommand(app, options, "links",
+                       "Log in and list the topological links between elements", Command::Links);
     addRows(*links, options);
 
-    CLI::App* dump = addListCommand(app, options, "dump", "Log in and write the whole network as JSON lines",
-                                    Command::Dump);
+    CLI::App* dump = addListCommand(
+        app, options, "dump", "Log in and write the whole network as JSON lines", Command::Dump);
     dump->add_option("FILE", options.lists.file, "Where to; default: standard output");
-    addFrom(*dump, options, "Go on with this element: what comes before its equipment and ports is left out");
+    addFrom(*dump, options,
+            "Go on with this element: what comes before its equipment and ports is left out");
     dump->footer(kDumpFooter);
 }
 

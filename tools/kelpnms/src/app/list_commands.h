@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/options.h"
-
 #include <CLI/CLI.hpp>
+
+#include "app/options.h"
 
 namespace kelp::nms {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/report.h"
-
 #include <kelp/nms/session.h>
 
 #include <chrono>
+
+#include "app/report.h"
 
 namespace kelp::nms {
 

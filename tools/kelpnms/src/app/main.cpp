@@ -1,10 +1,10 @@
-#include "app/commands.h"
-#include "common/hidden_input.h"
-#include "app/exit_codes.h"
-#include "app/password.h"
-
 #include <kelp/util/core_dumps.h>
 #include <kelp/util/trace_log.h>
+
+#include "app/commands.h"
+#include "app/exit_codes.h"
+#include "app/password.h"
+#include "common/hidden_input.h"
 
 namespace {
 

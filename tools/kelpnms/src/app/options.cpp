@@ -1,12 +1,12 @@
 #include "app/options.h"
 
-#include "app/exit_codes.h"
-#include "app/list_commands.h"
-
 #include <CLI/CLI.hpp>
 
 #include <fstream>
 #include <iostream>
+
+#include "app/exit_codes.h"
+#include "app/list_commands.h"
 
 namespace kelp::nms {
 
@@ -105,9 +105,9 @@ struct Raw {
 void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
     app.add_option("--naming", raw.naming, "Naming service: corbaloc, IOR, or HOST:PORT")
         ->capture_default_str();
-    auto* factory =
-        app.add_option("--factory", options.factoryPath,
-                       "Stringified name of the session factory, when the naming service holds several");
+    auto* factory = app.add_option(
+        "--factory", options.factoryPath,
+        "Stringified name of the session factory, when the naming service holds several");
     app.add_option("--ior", raw.iorFile,
                    "File with the session factory's reference; no naming service is asked")
         ->check(CLI::ExistingFile)
@@ -115,13 +115,14 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
     app.add_option("-u,--user", options.user, "User to log in as")->envname("KELPNMS_USER");
     app.add_option("--password-file", options.passwordFile, "File whose first line is the password")
         ->check(CLI::ExistingFile);
-    app.add_option(
-        "--listen", options.listen,
-        "HOST:PORT where the EMS calls back; default: this host's address towards the naming service, any "
-        "port");
+    app.add_option("--listen", options.listen,
+                   "HOST:PORT where the EMS calls back; default: this host's address towards the "
+                   "naming service, any "
+                   "port");
     auto* authorities =
-        app.add_option("--tls-ca", options.tlsAuthorities,
-                       "Speak TLS and nothing else: PEM file with the authorities of the EMS's certificate")
+        app.add_option(
+               "--tls-ca", options.tlsAuthorities,
+               "Speak TLS and nothing else: PEM file with the authorities of the EMS's certificate")
             ->check(CLI::ExistingFile);
     auto* key = app.add_option("--tls-key", options.tlsKeyFile,
                                "PEM file with this NMS's private key and certificate")
@@ -132,18 +133,19 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
                    "File whose first line is the private key's password")
         ->check(CLI::ExistingFile)
         ->needs(key);
-    auto* name = app.add_option("--tls-name", options.tlsName,
-                                "Name or address that the certificates of naming service and EMS must show; "
-                                "default: the host that is called")
-                     ->needs(key);
+    auto* name =
+        app.add_option("--tls-name", options.tlsName,
+                       "Name or address that the certificates of naming service and EMS must show; "
+                       "default: the host that is called")
+            ->needs(key);
     app.add_flag("!--no-tls-name-check", options.tlsChecksName,
                  "Accept a certificate of the right authority whatever name it shows")
         ->needs(key)
         ->excludes(name);
-    app.add_option(
-           "--timeout", raw.timeout,
-           "Limit of every call, and of the wait for a session factory that is not registered yet (find does "
-           "not wait), seconds")
+    app.add_option("--timeout", raw.timeout,
+                   "Limit of every call, and of the wait for a session factory that is not "
+                   "registered yet (find does "
+                   "not wait), seconds")
         ->capture_default_str()
         ->check(CLI::Range(0.1, kSecondsMax));
     app.add_flag("--json", options.json, "Answer in JSON");
@@ -152,7 +154,9 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
 
 void addCommands(CLI::App& app, Options& options, Raw& raw) {
     const auto command = [&](const char* name, const char* what, Command which) {
-        return app.add_subcommand(name, what)->callback([&options, which] { options.command = which; });
+        return app.add_subcommand(name, what)->callback([&options, which] {
+            options.command = which;
+        });
     };
     command("find", "Find the session factory and tell its name, address and version; no log-in",
             Command::Find);
@@ -163,18 +167,20 @@ void addCommands(CLI::App& app, Options& options, Raw& raw) {
         ->capture_default_str()
         ->check(CLI::Range(1u, 1000000u));
 
-    auto* ems = command("ems", "Log in and show what the EMS says of itself (getEMS)", Command::Ems);
-    ems->add_flag("--capabilities", options.capabilities, "Also the manager's operations (getCapabilities)");
+    auto* ems =
+        command("ems", "Log in and show what the EMS says of itself (getEMS)", Command::Ems);
+    ems->add_flag("--capabilities", options.capabilities,
+                  "Also the manager's operations (getCapabilities)");
 
-    auto* watch =
-        command("watch", "Stay logged in and show each call of the EMS until Ctrl-C", Command::Watch);
+    auto* watch = command("watch", "Stay logged in and show each call of the EMS until Ctrl-C",
+                          Command::Watch);
     watch->add_option("--count", raw.watchCount, "Leave after so many pings")
         ->check(CLI::Range(1u, 1000000u));
     watch->add_option("--for", raw.duration, "Leave after so many seconds")
         ->check(CLI::Range(0.1, kSecondsMax));
 
-    auto* events =
-        command("events", "Stay logged in and show each event of the EMS until Ctrl-C", Command::Events);
+    auto* events = command("events", "Stay logged in and show each event of the EMS until Ctrl-C",
+                           Command::Events);
     events->add_option("--filter", options.filter,
                        "Constraint (extended trader constraint language) that the EMS selects by");
     events->add_flag("--sequence", options.sequences, "Get events in batches");

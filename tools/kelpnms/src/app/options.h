@@ -1,33 +1,47 @@
 #pragma once
 
-#include "app/list_options.h"
-
 #include <chrono>
 #include <optional>
 #include <string>
 
+#include "app/list_options.h"
+
 namespace kelp::nms {
 
-enum class Command { Find, Managers, Ping, Ems, Watch, Events, Elements, Ports, Equipment, Links, Dump };
+enum class Command {
+    Find,
+    Managers,
+    Ping,
+    Ems,
+    Watch,
+    Events,
+    Elements,
+    Ports,
+    Equipment,
+    Links,
+    Dump
+};
 
 /// What the command line asks for.
 struct Options {
     Command command = Command::Find;
     std::string naming;
     std::string factoryPath;       ///< empty: the only one there is
-    std::string factoryReference;  ///< IOR or corbaloc text out of --ior's file; empty: by the naming service
+    std::string factoryReference;  ///< IOR or corbaloc text out of --ior's file; empty: by the
+                                   ///< naming service
     std::string user;
     std::string passwordFile;
     std::string listen;
     std::string tlsAuthorities;  ///< file; empty: no TLS
     std::string tlsKeyFile;
     std::string tlsKeyPasswordFile;  ///< empty: the key has no password
-    std::string tlsName;             ///< of every server's certificate; empty: the host that is called
+    std::string tlsName;  ///< of every server's certificate; empty: the host that is called
     bool tlsChecksName = true;
     std::chrono::milliseconds timeout{};
     bool json = false;
     bool verbose = false;
-    unsigned count = 0;  ///< pings to make, pings or events to wait for; 0 of watch and events: no limit
+    unsigned count =
+        0;  ///< pings to make, pings or events to wait for; 0 of watch and events: no limit
     std::optional<std::chrono::milliseconds> duration;  ///< how long to watch
     bool capabilities = false;
     std::string filter;                                          ///< of events
@@ -37,8 +51,8 @@ struct Options {
     ListOptions lists;
 };
 
-/// Reads the command line. None when it asked for help or the version, or was wrong; that has been told, and
-/// `exitCode` is set.
+/// Reads the command line. None when it asked for help or the version, or was wrong; that has been
+/// told, and `exitCode` is set.
 std::optional<Options> parseOptions(int argc, char** argv, int& exitCode);
 
 }  // namespace kelp::nms

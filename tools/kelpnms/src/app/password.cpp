@@ -1,11 +1,11 @@
 #include "app/password.h"
 
-#include "common/hidden_input.h"
-
 #include <unistd.h>
 
 #include <cstdlib>
 #include <utility>
+
+#include "common/hidden_input.h"
 
 namespace kelp::nms {
 

@@ -1,16 +1,15 @@
 #include "app/report.h"
 
-#include "text/clock_text.h"
-#include "text/terminal.h"
-
-#include <kelp/util/trace_log.h>
-
 #include <fmt/core.h>
+#include <kelp/util/trace_log.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <iostream>
 #include <utility>
+
+#include "text/clock_text.h"
+#include "text/terminal.h"
 
 namespace kelp::nms {
 
@@ -27,7 +26,8 @@ template <class List>
 Json pairs(const List& list) {
     Json all = Json::array();
     for (CORBA::ULong i = 0; i < list.length(); ++i)
-        all.push_back({{"name", std::string(list[i].name.in())}, {"value", std::string(list[i].value.in())}});
+        all.push_back(
+            {{"name", std::string(list[i].name.in())}, {"value", std::string(list[i].value.in())}});
     return all;
 }
 
@@ -35,8 +35,8 @@ template <class List>
 std::string inWords(const List& list) {
     std::string all;
     for (CORBA::ULong i = 0; i < list.length(); ++i)
-        all +=
-            fmt::format("{}{}={}", i == 0 ? "" : ", ", shown(list[i].name.in()), shown(list[i].value.in()));
+        all += fmt::format("{}{}={}", i == 0 ? "" : ", ", shown(list[i].name.in()),
+                           shown(list[i].value.in()));
     return all;
 }
 
@@ -59,7 +59,8 @@ void Report::line(const std::string& text) {
 void Report::factory(const FoundFactory& found, const std::string& version) {
     if (json_)
         return write(Json{{"path", found.path}, {"address", found.address}, {"version", version}});
-    line(fmt::format("session factory  {}", found.path.empty() ? "(by reference)" : shown(found.path)));
+    line(fmt::format("session factory  {}",
+                     found.path.empty() ? "(by reference)" : shown(found.path)));
     line(fmt::format("address          {}", shown(found.address)));
     line(fmt::format("version          {}", shown(version)));
 }
@@ -101,7 +102,8 @@ void Report::ems(const emsMgr::EMS_T& ems, const common::CapabilityList_T* capab
                          shown((*capabilities)[i].name.in())));
 }
 
-void Report::event(const std::string& name, const std::vector<std::pair<std::string, std::string>>& details) {
+void Report::event(const std::string& name,
+                   const std::vector<std::pair<std::string, std::string>>& details) {
     if (json_) {
         Json json{{"time", timeNow()}, {"event", name}};
         for (const auto& [key, value] : details)
@@ -122,8 +124,8 @@ void Report::step(const std::string& text) {
 }
 
 void Report::error(const std::string& text) {
-    std::cerr << (mayBeColoured(STDERR_FILENO) ? "\033[31mkelpnms:\033[0m " : "kelpnms: ") << shown(text)
-              << std::endl;
+    std::cerr << (mayBeColoured(STDERR_FILENO) ? "\033[31mkelpnms:\033[0m " : "kelpnms: ")
+              << shown(text) << std::endl;
 }
 
 }  // namespace kelp::nms

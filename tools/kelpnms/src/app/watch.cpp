@@ -27,7 +27,8 @@ void Watch::sessionEnded() {
 }
 
 void Watch::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
-    report_->event("eventLossOccurred", {{"startTime", startTime}, {"notificationId", notificationId}});
+    report_->event("eventLossOccurred",
+                   {{"startTime", startTime}, {"notificationId", notificationId}});
 }
 
 void Watch::eventLossCleared(const std::string& endTime) {
@@ -35,7 +36,8 @@ void Watch::eventLossCleared(const std::string& endTime) {
 }
 
 void Watch::alarmLossOccurred(const std::string& startTime, const std::string& notificationId) {
-    report_->event("alarmLossOccurred", {{"startTime", startTime}, {"notificationId", notificationId}});
+    report_->event("alarmLossOccurred",
+                   {{"startTime", startTime}, {"notificationId", notificationId}});
 }
 
 void Watch::interrupt() {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "app/options.h"
-#include "app/report.h"
-
 #include <kelp/nms/listener.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+
+#include "app/options.h"
+#include "app/report.h"
 
 namespace kelp::nms {
 
@@ -22,13 +22,16 @@ class Watch : public NmsListener {
 
     void pinged() override;
     void sessionEnded() override;
-    void eventLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void eventLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
     void eventLossCleared(const std::string& endTime) override;
-    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void alarmLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
 
     void interrupt();
     bool endedByEms();
-    /// Waits for the wanted number of pings, an interruption, the end of the session, or, if given, `limit`.
+    /// Waits for the wanted number of pings, an interruption, the end of the session, or, if given,
+    /// `limit`.
     End wait(std::optional<std::chrono::milliseconds> limit);
 
   private:

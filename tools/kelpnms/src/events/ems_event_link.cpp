@@ -1,8 +1,8 @@
 #include "events/ems_event_link.h"
 
-#include "app/log_out.h"
-
 #include <utility>
+
+#include "app/log_out.h"
 
 namespace kelp::nms {
 

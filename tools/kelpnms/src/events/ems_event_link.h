@@ -1,13 +1,13 @@
 #pragma once
 
-#include "events/event_follower.h"
-#include "app/report.h"
-
 #include <kelp/nms/client.h>
 #include <kelp/nms/event_stream.h>
 
 #include <chrono>
 #include <memory>
+
+#include "app/report.h"
+#include "events/event_follower.h"
 
 namespace kelp::nms {
 
@@ -15,9 +15,9 @@ namespace kelp::nms {
 class EmsEventLink final : public EventLink {
   public:
     /// Takes the log-in over and connects. Throws what EventStream throws.
-    EmsEventLink(std::unique_ptr<NmsSession> session, PortableServer::POA_ptr poa, const EventWish& wish,
-                 std::shared_ptr<EventListener> listener, std::chrono::milliseconds logOutLimit,
-                 std::shared_ptr<Report> report);
+    EmsEventLink(std::unique_ptr<NmsSession> session, PortableServer::POA_ptr poa,
+                 const EventWish& wish, std::shared_ptr<EventListener> listener,
+                 std::chrono::milliseconds logOutLimit, std::shared_ptr<Report> report);
     ~EmsEventLink() override;
 
     void check() override { session_->ping(); }

@@ -14,9 +14,11 @@ using Json = nlohmann::ordered_json;
 /// Of the fields of every event type those that fill a column, the first one present.
 constexpr std::array kObjectFields{"objectName", "protectedTP", "protectedE", "groupName",
                                    "meName",     "fileName",    "pmNameList"};
-constexpr std::array kCauseFields{"probableCause",    "pmParameterName", "switchReason", "eSwitchReason",
-                                  "routeChangeEvent", "transferStatus",  "backupStatus"};
-constexpr std::array kTextFields{"additionalText", "attributeList", "failureReason", "percentComplete"};
+constexpr std::array kCauseFields{"probableCause", "pmParameterName",  "switchReason",
+                                  "eSwitchReason", "routeChangeEvent", "transferStatus",
+                                  "backupStatus"};
+constexpr std::array kTextFields{"additionalText", "attributeList", "failureReason",
+                                 "percentComplete"};
 
 constexpr const char* kEmsComponent = "EMS";
 
@@ -25,7 +27,8 @@ std::string plainText(const Json& value) {
                              : value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-/// A name out of components, or whatever it is. All objects lie in the EMS, so it is left out of their names.
+/// A name out of components, or whatever it is. All objects lie in the EMS, so it is left out of
+/// their names.
 std::string inWords(const Json& value) {
     if (!value.is_object())
         return plainText(value);
@@ -40,7 +43,8 @@ std::string inWords(const Json& value) {
 template <class Names>
 std::string firstOf(const EventRecord& event, const Names& names) {
     for (const char* name : names) {
-        if (const auto found = event.fields.find(name); found != event.fields.end() && !found->is_null()) {
+        if (const auto found = event.fields.find(name);
+            found != event.fields.end() && !found->is_null()) {
             if (std::string words = inWords(*found); !words.empty())
                 return words;
         }

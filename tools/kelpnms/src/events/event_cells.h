@@ -1,8 +1,8 @@
 #pragma once
 
-#include "events/event_record.h"
-
 #include <string>
+
+#include "events/event_record.h"
 
 namespace kelp::nms {
 
@@ -16,8 +16,8 @@ struct EventCells {
     std::string text;
 };
 
-/// All but the time. An event that is no alarm is shown by the fields that say the like of it: what it is
-/// about, why, and in which words.
+/// All but the time. An event that is no alarm is shown by the fields that say the like of it: what
+/// it is about, why, and in which words.
 EventCells cellsOf(const EventRecord& event);
 
 }  // namespace kelp::nms

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "events/event_record.h"
-
 #include <string>
+
+#include "events/event_record.h"
 
 namespace kelp::nms {
 
-/// The terminal's control sequence for an event's line: by its perceivedSeverity, dim for a heartbeat. Empty:
-/// the terminal's own colour.
+/// The terminal's control sequence for an event's line: by its perceivedSeverity, dim for a
+/// heartbeat. Empty: the terminal's own colour.
 std::string colourOf(const EventRecord& event);
 
 /// The line in that colour, which ends with it.

@@ -8,7 +8,8 @@ EventRecord recordOf(const CosNotification::StructuredEvent& event) {
     EventRecord record;
     record.type = event.header.fixed_header.event_type.type_name.in();
     for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i)
-        record.fields.emplace(event.filterable_data[i].name.in(), asJson(event.filterable_data[i].value));
+        record.fields.emplace(event.filterable_data[i].name.in(),
+                              asJson(event.filterable_data[i].value));
     return record;
 }
 

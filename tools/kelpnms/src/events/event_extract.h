@@ -1,8 +1,8 @@
 #pragma once
 
-#include "events/event_record.h"
-
 #include <cos/CosNotification.h>
+
+#include "events/event_record.h"
 
 namespace kelp::nms {
 

@@ -1,12 +1,11 @@
 #include "events/event_follower.h"
 
-#include "events/backoff.h"
-
+#include <fmt/core.h>
 #include <kelp/nms/error.h>
 
-#include <fmt/core.h>
-
 #include <algorithm>
+
+#include "events/backoff.h"
 
 namespace kelp::nms {
 
@@ -45,7 +44,8 @@ EventFollower::End EventFollower::run() {
         link = reopenLink();
         if (link == nullptr)
             return *end();
-        observer_.reconnected(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - lastSign));
+        observer_.reconnected(
+            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - lastSign));
     }
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "events/follow_signals.h"
-
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -9,13 +7,16 @@
 #include <string>
 #include <utility>
 
+#include "events/follow_signals.h"
+
 namespace kelp::nms {
 
 /// A log-in whose events arrive. Destroying it makes no call to the EMS.
 class EventLink {
   public:
     virtual ~EventLink() = default;
-    /// Asks the EMS whether the session still exists. Throws NmsError when not, or when it does not answer.
+    /// Asks the EMS whether the session still exists. Throws NmsError when not, or when it does not
+    /// answer.
     virtual void check() = 0;
     /// Disconnects the consumer and ends the session. Throws NmsError.
     virtual void leave() = 0;
@@ -47,22 +48,25 @@ class FollowObserver {
     virtual Clock::time_point lastSign() = 0;
 };
 
-/// Keeps a link to the EMS's events: watches it and, when it is lost, opens another, with growing pauses
-/// between the attempts. For one thread; what others have to say comes by the signals.
+/// Keeps a link to the EMS's events: watches it and, when it is lost, opens another, with growing
+/// pauses between the attempts. For one thread; what others have to say comes by the signals.
 class EventFollower {
   public:
     using Clock = FollowSignals::Clock;
-    /// Opens a link. Throws NmsError. The function that it is given may be called once the link is lost, from
-    /// any thread, also when the follower is gone.
-    using OpenLink = std::function<std::unique_ptr<EventLink>(std::function<void(const LinkLoss&)> lost)>;
+    /// Opens a link. Throws NmsError. The function that it is given may be called once the link is
+    /// lost, from any thread, also when the follower is gone.
+    using OpenLink =
+        std::function<std::unique_ptr<EventLink>(std::function<void(const LinkLoss&)> lost)>;
 
     enum class End { Enough, Interrupted, TimeOver, Lost };
 
     struct Settings {
         bool reconnect = true;
         std::optional<std::chrono::milliseconds> limit = {};  ///< follows no longer than that
-        std::chrono::milliseconds checkInterval{5000};  ///< between questions whether the session exists
-        std::chrono::milliseconds lookInterval{500};    ///< between looks whether the silence is too long
+        std::chrono::milliseconds checkInterval{
+            5000};  ///< between questions whether the session exists
+        std::chrono::milliseconds lookInterval{
+            500};  ///< between looks whether the silence is too long
         /// A look that comes so late was kept from coming in time: this process was stopped.
         std::chrono::milliseconds sleepNoticed{1000};
         std::chrono::milliseconds firstPause{1000};
@@ -71,11 +75,14 @@ class EventFollower {
 
     EventFollower(Settings settings, OpenLink open, FollowObserver& observer,
                   std::shared_ptr<FollowSignals> signals)
-        : settings_(settings), open_(std::move(open)), observer_(observer), signals_(std::move(signals)) {}
+        : settings_(settings),
+          open_(std::move(open)),
+          observer_(observer),
+          signals_(std::move(signals)) {}
 
-    /// Follows until there is an end; the last link has then been left, if it answers. Throws what opening
-    /// the first link throws, later only a refusal that other attempts would meet as well (of the user, or of
-    /// the filter).
+    /// Follows until there is an end; the last link has then been left, if it answers. Throws what
+    /// opening the first link throws, later only a refusal that other attempts would meet as well
+    /// (of the user, or of the filter).
     End run();
 
   private:

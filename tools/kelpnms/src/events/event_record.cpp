@@ -4,7 +4,8 @@ namespace kelp::nms {
 
 std::string textOf(const EventRecord& event, const std::string& field) {
     const auto found = event.fields.find(field);
-    return found != event.fields.end() && found->is_string() ? found->get<std::string>() : std::string();
+    return found != event.fields.end() && found->is_string() ? found->get<std::string>()
+                                                             : std::string();
 }
 
 bool isHeartbeat(const EventRecord& event) {

@@ -1,9 +1,9 @@
 #include "events/event_report.h"
 
+#include <kelp/util/trace_log.h>
+
 #include "events/event_colour.h"
 #include "events/event_table.h"
-
-#include <kelp/util/trace_log.h>
 
 namespace kelp::nms {
 
@@ -19,7 +19,8 @@ std::string lineOf(const Json& json) {
 }  // namespace
 
 std::string EventReport::timeFor(unsigned width) const {
-    return width == 0 ? timestamp(to_.wallNow()) : shortTime(to_.wallNow(), EventTable(width).showsDay());
+    return width == 0 ? timestamp(to_.wallNow())
+                      : shortTime(to_.wallNow(), EventTable(width).showsDay());
 }
 
 void EventReport::begin() {
@@ -31,7 +32,8 @@ void EventReport::begin() {
 
 void EventReport::event(const EventRecord& event, bool isDuplicate) {
     if (to_.json) {
-        Json line{{"time", timestamp(to_.wallNow())}, {"type", event.type}, {"fields", event.fields}};
+        Json line{
+            {"time", timestamp(to_.wallNow())}, {"type", event.type}, {"fields", event.fields}};
         if (isDuplicate)
             line["duplicate"] = true;
         return to_.write(lineOf(line));
@@ -55,8 +57,8 @@ void EventReport::notice(const Notice& notice) {
     }
     std::string line = timeFor(to_.width()) + " *** " + notice.name;
     for (const auto& [name, value] : notice.details.items())
-        line +=
-            "  " + name + " " + util::escaped(value.is_string() ? value.get<std::string>() : lineOf(value));
+        line += "  " + name + " " +
+                util::escaped(value.is_string() ? value.get<std::string>() : lineOf(value));
     if (!notice.advice.empty())
         line += "  (" + notice.advice + ")";
     to_.write(to_.colours ? coloured(line, kNoticeColour) : line);

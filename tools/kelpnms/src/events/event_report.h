@@ -1,11 +1,11 @@
 #pragma once
 
-#include "text/clock_text.h"
-#include "events/event_record.h"
-#include "app/notice.h"
-
 #include <functional>
 #include <string>
+
+#include "app/notice.h"
+#include "events/event_record.h"
+#include "text/clock_text.h"
 
 namespace kelp::nms {
 

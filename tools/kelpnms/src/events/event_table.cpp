@@ -1,8 +1,8 @@
 #include "events/event_table.h"
 
-#include "text/display_text.h"
-
 #include <algorithm>
+
+#include "text/display_text.h"
 
 namespace kelp::nms {
 
@@ -31,7 +31,8 @@ EventTable::Widths EventTable::widthsFor(std::size_t width) {
     const std::size_t type = width >= kWidthForTypes ? kTypeLong : kTypeShort;
     const std::size_t taken = time + kSeverity + type + 5 * kGap;
     const std::size_t left = width > taken ? width - taken : 0;
-    return {time, kSeverity, type, std::max(kObjectLeast, left * 2 / 5), std::max(kCauseLeast, left / 4)};
+    return {time, kSeverity, type, std::max(kObjectLeast, left * 2 / 5),
+            std::max(kCauseLeast, left / 4)};
 }
 
 std::string EventTable::cell(const std::string& text, std::size_t width) const {

@@ -1,15 +1,16 @@
 #pragma once
 
-#include "events/event_cells.h"
-
 #include <string>
+
+#include "events/event_cells.h"
 
 namespace kelp::nms {
 
 /// Lays events out in columns whose widths depend on nothing but the width of the whole.
 class EventTable {
   public:
-    /// For a terminal of so many columns, which no line exceeds; 0 for what is none: then nothing is cut.
+    /// For a terminal of so many columns, which no line exceeds; 0 for what is none: then nothing
+    /// is cut.
     explicit EventTable(unsigned width);
 
     std::string header() const;

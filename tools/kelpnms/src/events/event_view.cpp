@@ -12,7 +12,8 @@ double inSeconds(std::chrono::milliseconds duration) {
 }
 
 constexpr const char* kLossGoesOn =
-    "events may be missing from here on, of this NMS or another: resynchronise when the loss is over";
+    "events may be missing from here on, of this NMS or another: resynchronise when the loss is "
+    "over";
 
 }  // namespace
 
@@ -35,7 +36,9 @@ void EventView::tell(const Notice& notice) {
 }
 
 void EventView::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
-    tell({"eventLossOccurred", {{"startTime", startTime}, {"notificationId", notificationId}}, kLossGoesOn});
+    tell({"eventLossOccurred",
+          {{"startTime", startTime}, {"notificationId", notificationId}},
+          kLossGoesOn});
 }
 
 void EventView::eventLossCleared(const std::string& endTime) {
@@ -78,7 +81,9 @@ void EventView::reconnected(std::chrono::milliseconds away) {
 }
 
 void EventView::notLeft(const std::string& why) {
-    tell({"logOutFailed", {{"reason", why}}, "the EMS ends the session when this NMS answers no more pings"});
+    tell({"logOutFailed",
+          {{"reason", why}},
+          "the EMS ends the session when this NMS answers no more pings"});
 }
 
 std::optional<EventView::Clock::time_point> EventView::overdueAt() {

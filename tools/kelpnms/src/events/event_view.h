@@ -1,23 +1,25 @@
 #pragma once
 
-#include "events/event_follower.h"
-#include "events/event_report.h"
-#include "events/gap_detector.h"
-
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
 
+#include "events/event_follower.h"
+#include "events/event_report.h"
+#include "events/gap_detector.h"
+
 namespace kelp::nms {
 
-/// Shows events, losses and gaps as they come and knows when there have been enough events. Its operations
-/// may be called from any thread.
+/// Shows events, losses and gaps as they come and knows when there have been enough events. Its
+/// operations may be called from any thread.
 class EventView : public FollowObserver {
   public:
-    /// `whenEnough` is called after so many events, those that came twice counted once; 0: no number.
-    EventView(EventReport report, GapDetector gaps, unsigned wanted, std::function<void()> whenEnough)
+    /// `whenEnough` is called after so many events, those that came twice counted once; 0: no
+    /// number.
+    EventView(EventReport report, GapDetector gaps, unsigned wanted,
+              std::function<void()> whenEnough)
         : report_(std::move(report)),
           gaps_(std::move(gaps)),
           wanted_(wanted),

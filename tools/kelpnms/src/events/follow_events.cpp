@@ -1,15 +1,15 @@
 #include "events/follow_events.h"
 
-#include "app/chosen_factory.h"
-#include "events/ems_event_link.h"
-#include "app/exit_codes.h"
-#include "app/handling.h"
-#include "events/link_listener.h"
-#include "text/terminal.h"
-
 #include <unistd.h>
 
 #include <utility>
+
+#include "app/chosen_factory.h"
+#include "app/exit_codes.h"
+#include "app/handling.h"
+#include "events/ems_event_link.h"
+#include "events/link_listener.h"
+#include "text/terminal.h"
 
 namespace kelp::nms {
 
@@ -19,26 +19,29 @@ namespace {
 constexpr std::chrono::milliseconds kTimeToGiveUp{2000};
 constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
-EventReport::Surroundings surroundings(const Options& options, const std::shared_ptr<Report>& report) {
+EventReport::Surroundings surroundings(const Options& options,
+                                       const std::shared_ptr<Report>& report) {
     return {options.json, !options.json && mayBeColoured(STDOUT_FILENO),
-            [] { return terminalWidth(STDOUT_FILENO); }, [] { return std::chrono::system_clock::now(); },
+            [] { return terminalWidth(STDOUT_FILENO); },
+            [] { return std::chrono::system_clock::now(); },
             [report](const std::string& line) { report->line(line); }};
 }
 
-EventFollower::OpenLink opening(NmsClient& client, const Options& options, const std::string& password,
-                                const std::shared_ptr<Report>& report,
+EventFollower::OpenLink opening(NmsClient& client, const Options& options,
+                                const std::string& password, const std::shared_ptr<Report>& report,
                                 const std::shared_ptr<EventView>& view) {
     return [&client, &options, &password, report, view,
             isFirst = true](std::function<void(const LinkLoss&)> lost) mutable {
         // later on the follower's own pauses are the waiting
-        const FoundFactory factory = std::exchange(isFirst, false) ? awaitedFactory(client, options, *report)
-                                                                   : chosenFactory(client, options, *report);
+        const FoundFactory factory = std::exchange(isFirst, false)
+                                         ? awaitedFactory(client, options, *report)
+                                         : chosenFactory(client, options, *report);
         const auto listener = std::make_shared<LinkListener>(view, std::move(lost));
         auto session = client.logIn(factory, options.user, password, listener);
         report->step("logged in as " + options.user);
         auto link = std::make_unique<EmsEventLink>(std::move(session), client.rootPoa(),
-                                                   EventWish{options.filter, options.sequences}, listener,
-                                                   options.timeout, report);
+                                                   EventWish{options.filter, options.sequences},
+                                                   listener, options.timeout, report);
         report->step("connected to the event channel");
         return link;
     };
@@ -66,12 +69,13 @@ int followEvents(NmsClient& client, const Options& options, const std::string& p
                  const std::shared_ptr<Report>& report, Interrupts& interrupts) {
     const auto signals = std::make_shared<FollowSignals>();
     const auto view = std::make_shared<EventView>(EventReport(surroundings(options, report)),
-                                                  GapDetector(options.heartbeatInterval), options.count,
-                                                  [signals] { signals->enough(); });
+                                                  GapDetector(options.heartbeatInterval),
+                                                  options.count, [signals] { signals->enough(); });
     EventFollower::Settings settings;
     settings.reconnect = options.reconnect;
     settings.limit = options.duration;
-    EventFollower follower(settings, opening(client, options, password, report, view), *view, signals);
+    EventFollower follower(settings, opening(client, options, password, report, view), *view,
+                           signals);
     const Handling handling(interrupts, [signals] {
         signals->interrupt();
         return signals->isConnected() ? kTimeToLeave : kTimeToGiveUp;

@@ -55,8 +55,9 @@ std::optional<LinkLoss> FollowSignals::loss() {
 
 void FollowSignals::waitUntil(Clock::time_point time, bool lossCounts) {
     std::unique_lock lock(mutex_);
-    changed_.wait_until(lock, time,
-                        [&] { return isEnough_ || isInterrupted_ || (lossCounts && loss_.has_value()); });
+    changed_.wait_until(lock, time, [&] {
+        return isEnough_ || isInterrupted_ || (lossCounts && loss_.has_value());
+    });
 }
 
 }  // namespace kelp::nms

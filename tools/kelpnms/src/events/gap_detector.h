@@ -1,24 +1,28 @@
 #pragma once
 
-#include "events/event_record.h"
-#include "app/notice.h"
-#include "events/seen_events.h"
-
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "app/notice.h"
+#include "events/event_record.h"
+#include "events/seen_events.h"
+
 namespace kelp::nms {
 
 /// What a consumer can honestly see of gaps in its events:
-///  - silence: no event for the heartbeats' interval and half of it again, at least two seconds more. The
-///    interval is given or learned from the first two heartbeats of a connection. Every event is a sign of
-///    life, as an EMS may send heartbeats only when it has nothing else to send (TMF 814 SD1-26);
+///  - silence: no event for the heartbeats' interval and half of it again, at least two seconds
+///  more. The
+///    interval is given or learned from the first two heartbeats of a connection. Every event is a
+///    sign of life, as an EMS may send heartbeats only when it has nothing else to send (TMF 814
+///    SD1-26);
 ///  - an event sent twice: same notification id, same everything;
-///  - a notification id that is a smaller number than the one before it: the EMS counts anew, or events have
-///    overtaken each other. Ids that are left out mean nothing: filters and other NMS's events take them.
+///  - a notification id that is a smaller number than the one before it: the EMS counts anew, or
+///  events have
+///    overtaken each other. Ids that are left out mean nothing: filters and other NMS's events take
+///    them.
 /// Not thread safe. Times are handed in.
 class GapDetector {
   public:

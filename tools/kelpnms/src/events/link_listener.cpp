@@ -8,7 +8,8 @@ void LinkListener::sessionEnded() {
     lost_({"the EMS ended the session", true});
 }
 
-void LinkListener::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
+void LinkListener::eventLossOccurred(const std::string& startTime,
+                                     const std::string& notificationId) {
     view_->eventLossOccurred(startTime, notificationId);
 }
 
@@ -16,7 +17,8 @@ void LinkListener::eventLossCleared(const std::string& endTime) {
     view_->eventLossCleared(endTime);
 }
 
-void LinkListener::alarmLossOccurred(const std::string& startTime, const std::string& notificationId) {
+void LinkListener::alarmLossOccurred(const std::string& startTime,
+                                     const std::string& notificationId) {
     view_->alarmLossOccurred(startTime, notificationId);
 }
 

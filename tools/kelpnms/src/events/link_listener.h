@@ -1,8 +1,5 @@
 #pragma once
 
-#include "events/event_view.h"
-#include "events/follow_signals.h"
-
 #include <kelp/nms/event_stream.h>
 #include <kelp/nms/listener.h>
 
@@ -10,6 +7,9 @@
 #include <memory>
 #include <string>
 #include <utility>
+
+#include "events/event_view.h"
+#include "events/follow_signals.h"
 
 namespace kelp::nms {
 
@@ -20,9 +20,11 @@ class LinkListener : public NmsListener, public EventListener {
         : view_(std::move(view)), lost_(std::move(lost)) {}
 
     void sessionEnded() override;
-    void eventLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void eventLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
     void eventLossCleared(const std::string& endTime) override;
-    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId) override;
+    void alarmLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
     void eventCame(const CosNotification::StructuredEvent& event) override;
     void eventsEnded() override;
 

@@ -9,8 +9,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 std::size_t hashOf(const EventRecord& event) {
-    return std::hash<std::string>{}(event.type + '\n' +
-                                    event.fields.dump(-1, ' ', false, Json::error_handler_t::replace));
+    return std::hash<std::string>{}(
+        event.type + '\n' + event.fields.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace

@@ -1,16 +1,17 @@
 #pragma once
 
-#include "events/event_record.h"
-
 #include <cstddef>
 #include <deque>
 #include <string>
 #include <unordered_map>
 
+#include "events/event_record.h"
+
 namespace kelp::nms {
 
-/// The newest events by their notification ids. An event that an EMS sends again, not knowing whether it
-/// arrived, is the same in every field; another event may bear an id that has been used (TMF 814 SD1-26).
+/// The newest events by their notification ids. An event that an EMS sends again, not knowing
+/// whether it arrived, is the same in every field; another event may bear an id that has been used
+/// (TMF 814 SD1-26).
 class SeenEvents {
   public:
     explicit SeenEvents(std::size_t eventsMax) : eventsMax_(eventsMax) {}

@@ -1,7 +1,6 @@
 #include "text/any_json.h"
 
 #include <kelp/orb/dyn_any.h>
-
 #include <mtnm/globaldefs.h>
 
 namespace kelp::nms {
@@ -40,8 +39,9 @@ Json membersOf(DynamicAny::DynAny_ptr dyn) {
 Json withoutNameValuePairs(Json list) {
     Json object = Json::object();
     for (const Json& each : list) {
-        if (!each.is_object() || each.size() != 2 || !each.contains("name") || !each.contains("value") ||
-            !each["name"].is_string() || object.contains(each["name"].get<std::string>()))
+        if (!each.is_object() || each.size() != 2 || !each.contains("name") ||
+            !each.contains("value") || !each["name"].is_string() ||
+            object.contains(each["name"].get<std::string>()))
             return list;
         object[each["name"].get<std::string>()] = each["value"];
     }

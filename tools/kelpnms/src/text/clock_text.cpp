@@ -6,7 +6,8 @@ namespace kelp::nms {
 
 std::string timestamp(WallTime moment) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(moment);
-    const auto fraction = std::chrono::duration_cast<std::chrono::milliseconds>(moment - seconds).count();
+    const auto fraction =
+        std::chrono::duration_cast<std::chrono::milliseconds>(moment - seconds).count();
     const std::tm local = fmt::localtime(std::chrono::system_clock::to_time_t(seconds));
     return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}{:%z}", local, fraction, local);
 }

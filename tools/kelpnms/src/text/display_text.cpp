@@ -31,7 +31,8 @@ std::size_t columnsWithin(const std::string& text, std::size_t limit, std::size_
     bytes = 0;
     while (bytes < text.size()) {
         wchar_t character = 0;
-        std::size_t length = ::mbrtowc(&character, text.data() + bytes, text.size() - bytes, &state);
+        std::size_t length =
+            ::mbrtowc(&character, text.data() + bytes, text.size() - bytes, &state);
         int width = 1;
         if (length == 0 || length > text.size() - bytes) {
             length = 1;  // no character: a byte is a column

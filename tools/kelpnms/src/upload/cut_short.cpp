@@ -21,8 +21,9 @@ std::string cutShort(const std::string& what, const WalkPosition& position) {
                                      : written + what + "; begin again";
     if (position.writtenOfNext == 0)
         return written + what + "; " + goOnWith(position.next);
-    return written + what + ", of which the last " + std::to_string(position.writtenOfNext) + " are of " +
-           position.next + " and not all of it: drop these and " + goOnWith(position.next);
+    return written + what + ", of which the last " + std::to_string(position.writtenOfNext) +
+           " are of " + position.next + " and not all of it: drop these and " +
+           goOnWith(position.next);
 }
 
 std::string dumpCutShort(const std::string& kept, const std::string& next) {

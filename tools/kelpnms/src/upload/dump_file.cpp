@@ -1,12 +1,12 @@
 #include "upload/dump_file.h"
 
-#include "upload/network_json.h"
-#include "text/output.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
+
+#include "text/output.h"
+#include "upload/network_json.h"
 
 namespace kelp::nms {
 
@@ -64,11 +64,11 @@ void DumpFile::goOn(const std::string& from) {
     const std::string line = lastLine(tailOf(partial_, size));
     const Json last = Json::parse(line, nullptr, false);
     if (!last.is_object() || last.value("object", "") != "Resume")
-        throw std::invalid_argument(partial_.string() +
-                                    " does not end with a whole element; begin again without --from");
+        throw std::invalid_argument(
+            partial_.string() + " does not end with a whole element; begin again without --from");
     if (last.value("from", "") != from)
-        throw std::invalid_argument(partial_.string() + " goes on with --from \"" + last.value("from", "") +
-                                    "\"");
+        throw std::invalid_argument(partial_.string() + " goes on with --from \"" +
+                                    last.value("from", "") + "\"");
     size_ = size - line.size();
     fs::resize_file(partial_, size_, problem);
     if (problem)

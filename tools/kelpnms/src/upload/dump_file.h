@@ -9,12 +9,13 @@
 
 namespace kelp::nms {
 
-/// The file of a dump on its way: FILE.partial, which becomes FILE when it is whole. One that was suspended
-/// ends with a line that says with which element to go on. May be used from any thread.
+/// The file of a dump on its way: FILE.partial, which becomes FILE when it is whole. One that was
+/// suspended ends with a line that says with which element to go on. May be used from any thread.
 class DumpFile {
   public:
-    /// Begins the file, or goes on with one that was suspended before the element `from`. Throws CannotWrite,
-    /// or std::invalid_argument when there is none to go on with, or it goes on with another element.
+    /// Begins the file, or goes on with one that was suspended before the element `from`. Throws
+    /// CannotWrite, or std::invalid_argument when there is none to go on with, or it goes on with
+    /// another element.
     DumpFile(const std::filesystem::path& file, const std::optional<std::string>& from);
     /// Suspends it unless it is finished.
     ~DumpFile();
@@ -29,8 +30,9 @@ class DumpFile {
     void markBefore(const std::string& next);
     /// The dump is whole. Throws CannotWrite.
     void finish();
-    /// The dump was cut short: takes back what came after the last mark; from here on nothing is written.
-    /// Returns the element to go on with; "" when there was no mark: then nothing is kept. Once is enough.
+    /// The dump was cut short: takes back what came after the last mark; from here on nothing is
+    /// written. Returns the element to go on with; "" when there was no mark: then nothing is kept.
+    /// Once is enough.
     std::string suspend() noexcept;
 
   private:

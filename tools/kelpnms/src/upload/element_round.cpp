@@ -17,7 +17,8 @@ void dropRepeated(std::vector<std::string>& elements, WalkProgress& progress) {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < elements.size(); ++i) {
         if (isRepeated[i])
-            progress.tell("the element " + elements[i] + " is listed more than once; it is read once");
+            progress.tell("the element " + elements[i] +
+                          " is listed more than once; it is read once");
         else if (kept++ != i)
             elements[kept - 1] = std::move(elements[i]);
     }
@@ -47,7 +48,8 @@ bool elementByElement(const std::vector<std::string>& elements, WalkProgress& pr
                 throw;
             isWhole = false;
             progress.tell(failure.what() + std::string("; of this element ") +
-                          std::to_string(progress.position().writtenOfNext) + " entries were written");
+                          std::to_string(progress.position().writtenOfNext) +
+                          " entries were written");
         }
     }
     return isWhole;

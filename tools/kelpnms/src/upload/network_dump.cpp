@@ -54,7 +54,8 @@ bool NetworkDump::run(NmsSession& session) {
 }
 
 /// What comes before the elements' own; the elements that follow.
-std::vector<std::string> NetworkDump::beginning(NetworkReader& reader, const NetworkReader::Take& take) {
+std::vector<std::string> NetworkDump::beginning(NetworkReader& reader,
+                                                const NetworkReader::Take& take) {
     std::vector<std::string> elements;
     progress_.stageBegins(WalkPosition::Stage::Elements);
     if (options_.from) {

@@ -1,21 +1,21 @@
 #pragma once
 
-#include "upload/dump_file.h"
-#include "app/list_options.h"
-#include "upload/network_reader.h"
-#include "upload/network_task.h"
-#include "text/output.h"
-#include "upload/walk_progress.h"
-
 #include <memory>
 #include <mutex>
 #include <vector>
 
+#include "app/list_options.h"
+#include "text/output.h"
+#include "upload/dump_file.h"
+#include "upload/network_reader.h"
+#include "upload/network_task.h"
+#include "upload/walk_progress.h"
+
 namespace kelp::nms {
 
-/// The whole network as JSON lines: the EMS, its subnetworks, its elements, element by element the equipment
-/// and the ports, the links. One that begins with an element leaves out what comes before the equipment and
-/// ports of that one.
+/// The whole network as JSON lines: the EMS, its subnetworks, its elements, element by element the
+/// equipment and the ports, the links. One that begins with an element leaves out what comes before
+/// the equipment and ports of that one.
 class NetworkDump final : public NetworkTask {
   public:
     /// `options` and `progress` are borrowed.

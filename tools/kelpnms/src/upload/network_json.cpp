@@ -19,8 +19,8 @@ const char* nameOf(multiLayerSubnetwork::Topology_T value) {
 }
 
 const char* nameOf(equipment::ServiceState_T value) {
-    static constexpr const char* kNames[] = {"IN_SERVICE", "OUT_OF_SERVICE", "OUT_OF_SERVICE_BY_MAINTENANCE",
-                                             "SERV_NA"};
+    static constexpr const char* kNames[] = {"IN_SERVICE", "OUT_OF_SERVICE",
+                                             "OUT_OF_SERVICE_BY_MAINTENANCE", "SERV_NA"};
     return kNames[value];
 }
 
@@ -41,13 +41,15 @@ const char* nameOf(terminationPoint::TPType_T value) {
 }
 
 const char* nameOf(terminationPoint::TPConnectionState_T value) {
-    static constexpr const char* kNames[] = {"TPCS_NA", "TPCS_SOURCE_CONNECTED", "TPCS_SINK_CONNECTED",
-                                             "TPCS_BI_CONNECTED", "TPCS_NOT_CONNECTED"};
+    static constexpr const char* kNames[] = {"TPCS_NA", "TPCS_SOURCE_CONNECTED",
+                                             "TPCS_SINK_CONNECTED", "TPCS_BI_CONNECTED",
+                                             "TPCS_NOT_CONNECTED"};
     return kNames[value];
 }
 
 const char* nameOf(terminationPoint::TerminationMode_T value) {
-    static constexpr const char* kNames[] = {"TM_NA", "TM_NEITHER_TERMINATED_NOR_AVAILABLE_FOR_MAPPING",
+    static constexpr const char* kNames[] = {"TM_NA",
+                                             "TM_NEITHER_TERMINATED_NOR_AVAILABLE_FOR_MAPPING",
                                              "TM_TERMINATED_AND_AVAILABLE_FOR_MAPPING"};
     return kNames[value];
 }

@@ -1,21 +1,20 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include <mtnm/emsMgr.h>
 #include <mtnm/equipment.h>
 #include <mtnm/managedElement.h>
 #include <mtnm/multiLayerSubnetwork.h>
 #include <mtnm/terminationPoint.h>
 #include <mtnm/topologicalLink.h>
+#include <nlohmann/json.hpp>
 
 namespace kelp::nms {
 
-// The standard's structures as JSON objects, with every attribute in the structure's order and under its
-// name. First comes "object", the kind: EMS, MultiLayerSubnetwork, ManagedElement, EquipmentHolder,
-// Equipment, TerminationPoint or TopologicalLink. Names and other lists of pairs are lists of {"name",
-// "value"}, so that nothing of their order is lost; enumerators stand by their names, layer rates by their
-// numbers.
+// The standard's structures as JSON objects, with every attribute in the structure's order and
+// under its name. First comes "object", the kind: EMS, MultiLayerSubnetwork, ManagedElement,
+// EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. Names and other lists of pairs
+// are lists of {"name", "value"}, so that nothing of their order is lost; enumerators stand by
+// their names, layer rates by their numbers.
 
 nlohmann::ordered_json jsonOf(const globaldefs::NVSList_T& pairs);
 nlohmann::ordered_json jsonOf(const emsMgr::EMS_T& ems);

@@ -1,10 +1,10 @@
 #include "upload/network_lists.h"
 
+#include <unistd.h>
+
+#include "text/terminal.h"
 #include "upload/cut_short.h"
 #include "upload/element_round.h"
-#include "text/terminal.h"
-
-#include <unistd.h>
 
 namespace kelp::nms {
 
@@ -80,11 +80,12 @@ bool NetworkLists::read(NetworkReader& reader, const Take& take) {
         case Command::Elements:
             return readElements(reader, take);
         case Command::Ports:
-            return readOfElements(reader, [&](const std::string& element) { reader.ports(element, take); });
+            return readOfElements(reader,
+                                  [&](const std::string& element) { reader.ports(element, take); });
         case Command::Equipment:
             reader.needManager("EquipmentInventory");
-            return readOfElements(reader,
-                                  [&](const std::string& element) { reader.equipment(element, take); });
+            return readOfElements(
+                reader, [&](const std::string& element) { reader.equipment(element, take); });
         default:
             return readLinks(reader, take);
     }
@@ -114,7 +115,8 @@ bool NetworkLists::readElements(NetworkReader& reader, const Take& take) {
 
 bool NetworkLists::readOfElements(NetworkReader& reader,
                                   const std::function<void(const std::string&)>& readOne) {
-    std::vector<std::string> elements = options_.elements.empty() ? reader.elementNames() : options_.elements;
+    std::vector<std::string> elements =
+        options_.elements.empty() ? reader.elementNames() : options_.elements;
     dropRepeated(elements, progress_);
     beginWith(options_.from, elements);
     return elementByElement(elements, progress_, readOne);

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <optional>
+
+#include "app/options.h"
 #include "upload/network_reader.h"
 #include "upload/network_task.h"
-#include "app/options.h"
 #include "upload/record_writer.h"
 #include "upload/walk_progress.h"
-
-#include <optional>
 
 namespace kelp::nms {
 
@@ -23,7 +23,8 @@ class NetworkLists final : public NetworkTask {
     using Take = NetworkReader::Take;
     bool read(NetworkReader& reader, const Take& take);
     bool readElements(NetworkReader& reader, const Take& take);
-    bool readOfElements(NetworkReader& reader, const std::function<void(const std::string&)>& readOne);
+    bool readOfElements(NetworkReader& reader,
+                        const std::function<void(const std::string&)>& readOne);
     bool readLinks(NetworkReader& reader, const Take& take);
 
     const Command command_;

@@ -1,10 +1,10 @@
 #include "upload/network_reader.h"
 
-#include "upload/network_json.h"
-#include "upload/record_layout.h"
-
 #include <algorithm>
 #include <unordered_set>
+
+#include "upload/network_json.h"
+#include "upload/record_layout.h"
 
 namespace kelp::nms {
 
@@ -147,7 +147,8 @@ void NetworkReader::links(const Take& take) {
 
 void NetworkReader::linksOf(const Json& subnetwork, const Take& take) {
     multiLayerSubnetwork::MultiLayerSubnetworkMgr_I_ptr manager =
-        managerOf<multiLayerSubnetwork::MultiLayerSubnetworkMgr_I>(subnetworkMgr_, kSubnetworkManager);
+        managerOf<multiLayerSubnetwork::MultiLayerSubnetworkMgr_I>(subnetworkMgr_,
+                                                                   kSubnetworkManager);
     const globaldefs::NamingAttributes_T name = namingAttributes(subnetwork);
     walk<topologicalLink::TopologicalLinkList_T, topologicalLink::TopologicalLinkIterator_I>(
         "getAllTopologicalLinks(" + subnetwork.back()["value"].get<std::string>() + ")",
@@ -207,7 +208,8 @@ std::string NetworkReader::elementOf(const Json& name) {
         return element;
     isDoubtful_ = true;
     progress_.tell(
-        "the EMS gives a managed element a name that is not the standard's, what belongs to it is left "
+        "the EMS gives a managed element a name that is not the standard's, what belongs to it is "
+        "left "
         "out: " +
         lineOf(name));
     return {};
@@ -220,8 +222,8 @@ const std::string& NetworkReader::emsName() {
 }
 
 globaldefs::NamingAttributes_T NetworkReader::nameOf(const std::string& element) {
-    return namingAttributes(Json::array(
-        {{{"name", "EMS"}, {"value", emsName()}}, {{"name", "ManagedElement"}, {"value", element}}}));
+    return namingAttributes(Json::array({{{"name", "EMS"}, {"value", emsName()}},
+                                         {{"name", "ManagedElement"}, {"value", element}}}));
 }
 
 }  // namespace kelp::nms

@@ -1,20 +1,18 @@
 #pragma once
 
-#include "upload/walk_progress.h"
-
 #include <kelp/nms/list_walk.h>
 #include <kelp/nms/session.h>
-
+#include <mtnm/emsMgr.h>
+#include <mtnm/equipment.h>
+#include <mtnm/managedElementManager.h>
+#include <mtnm/multiLayerSubnetwork.h>
 #include <nlohmann/json.hpp>
 
 #include <functional>
 #include <string>
 #include <vector>
 
-#include <mtnm/emsMgr.h>
-#include <mtnm/equipment.h>
-#include <mtnm/managedElementManager.h>
-#include <mtnm/multiLayerSubnetwork.h>
+#include "upload/walk_progress.h"
 
 namespace kelp::nms {
 
@@ -28,10 +26,11 @@ class NoSuchManager : public NmsError {
 /// (EXCPT_ENTITY_NOT_FOUND), or cannot reach its network element (EXCPT_NE_COMM_LOSS).
 bool isOfObjectAlone(const ProcessingFailure& failure);
 
-/// Reads the network's lists through a session, which is borrowed, in batches of so many entries. Elements
-/// are known by the value of the component ManagedElement of their names. Each entry is passed on as it
-/// comes, as JSON; progress is told of each batch, of what the EMS did otherwise than the standard says, and
-/// asked between two batches whether to go on. Throws NmsError and what progress and the taker throw.
+/// Reads the network's lists through a session, which is borrowed, in batches of so many entries.
+/// Elements are known by the value of the component ManagedElement of their names. Each entry is
+/// passed on as it comes, as JSON; progress is told of each batch, of what the EMS did otherwise
+/// than the standard says, and asked between two batches whether to go on. Throws NmsError and what
+/// progress and the taker throw.
 class NetworkReader {
   public:
     using Json = nlohmann::ordered_json;
@@ -55,8 +54,8 @@ class NetworkReader {
     /// Those that lie in no subnetwork, then those in each of the top-level subnetworks, each once.
     void links(const Take& take);
 
-    /// The element out of its name as JSON. Empty for a name that is not the standard's: an element that
-    /// cannot be asked for what belongs to it, which is told.
+    /// The element out of its name as JSON. Empty for a name that is not the standard's: an element
+    /// that cannot be asked for what belongs to it, which is told.
     std::string elementOf(const Json& name);
 
     /// Called after the entries of a batch have been taken.
@@ -73,7 +72,8 @@ class NetworkReader {
     globaldefs::NamingAttributes_T nameOf(const std::string& element);
     /// The manager, found at its first use.
     template <class Interface>
-    typename Interface::_ptr_type managerOf(typename Interface::_var_type& manager, const char* name);
+    typename Interface::_ptr_type managerOf(typename Interface::_var_type& manager,
+                                            const char* name);
 
     NmsSession& session_;
     const CORBA::ULong batch_;

@@ -1,8 +1,8 @@
 #include "upload/record_layout.h"
 
-#include "upload/network_json.h"
-
 #include <kelp/inventory/layer_rate.h>
+
+#include "upload/network_json.h"
 
 namespace kelp::nms {
 
@@ -80,8 +80,8 @@ std::string cellOf(const nlohmann::ordered_json& record, const std::string& attr
 RecordLayout elementLayout() {
     return {{component("ELEMENT", "ManagedElement"), attribute("LABEL", "userLabel"),
              attribute("PRODUCT", "productName"), attribute("VERSION", "version"),
-             enumerator("STATE", "communicationState", "CS_"), attribute("IN SYNC", "emsInSyncState"),
-             attribute("LOCATION", "location")},
+             enumerator("STATE", "communicationState", "CS_"),
+             attribute("IN SYNC", "emsInSyncState"), attribute("LOCATION", "location")},
             {"EMS", "ManagedElement"},
             {"name", "userLabel", "nativeEMSName", "owner", "location", "version", "productName",
              "communicationState", "emsInSyncState", "supportedRates", "additionalInfo"}};
@@ -103,14 +103,15 @@ RecordLayout portLayout() {
 RecordLayout equipmentLayout() {
     return {
         {component("ELEMENT", "ManagedElement"), component("HOLDER", "EquipmentHolder"),
-         component("EQUIPMENT", "Equipment"), either("TYPE", "holderType", "installedEquipmentObjectType"),
-         either("STATE", "holderState", "serviceState"), attribute("SERIAL", "installedSerialNumber"),
-         attribute("LABEL", "userLabel")},
+         component("EQUIPMENT", "Equipment"),
+         either("TYPE", "holderType", "installedEquipmentObjectType"),
+         either("STATE", "holderState", "serviceState"),
+         attribute("SERIAL", "installedSerialNumber"), attribute("LABEL", "userLabel")},
         {"EMS", "ManagedElement", "EquipmentHolder", "Equipment"},
-        {"object", "name", "userLabel", "nativeEMSName", "owner", "alarmReportingIndicator", "holderType",
-         "expectedOrInstalledEquipment", "acceptableEquipmentTypeList", "holderState", "serviceState",
-         "expectedEquipmentObjectType", "installedEquipmentObjectType", "installedPartNumber",
-         "installedVersion", "installedSerialNumber", "additionalInfo"}};
+        {"object", "name", "userLabel", "nativeEMSName", "owner", "alarmReportingIndicator",
+         "holderType", "expectedOrInstalledEquipment", "acceptableEquipmentTypeList", "holderState",
+         "serviceState", "expectedEquipmentObjectType", "installedEquipmentObjectType",
+         "installedPartNumber", "installedVersion", "installedSerialNumber", "additionalInfo"}};
 }
 
 RecordLayout linkLayout() {

@@ -32,7 +32,8 @@ RecordLayout linkLayout();
 /// The value of a component of a name, or "" when the name has none such.
 std::string componentOf(const nlohmann::ordered_json& name, const std::string& component);
 
-/// The text of a cell of CSV: texts as they are, lists as JSON, an empty list or no value at all as "".
+/// The text of a cell of CSV: texts as they are, lists as JSON, an empty list or no value at all as
+/// "".
 std::string cellOf(const nlohmann::ordered_json& record, const std::string& attribute);
 
 }  // namespace kelp::nms

@@ -1,11 +1,11 @@
 #include "upload/record_table.h"
 
-#include "text/display_text.h"
-
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
 #include <numeric>
+
+#include "text/display_text.h"
 
 namespace kelp::nms {
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "upload/record_writer.h"
-
 #include <string>
 #include <vector>
 
+#include "upload/record_writer.h"
+
 namespace kelp::nms {
 
-/// Lays records out in columns. Their widths follow from the first records and stay; what is wider later is
-/// cut on a terminal and moves what is behind it elsewhere.
+/// Lays records out in columns. Their widths follow from the first records and stay; what is wider
+/// later is cut on a terminal and moves what is behind it elsewhere.
 class RecordTable final : public RecordWriter {
   public:
     RecordTable(const RecordLayout& layout, Output& output, unsigned terminalColumns);

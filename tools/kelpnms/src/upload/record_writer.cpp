@@ -1,9 +1,9 @@
 #include "upload/record_writer.h"
 
+#include <kelp/util/csv.h>
+
 #include "upload/network_json.h"
 #include "upload/record_table.h"
-
-#include <kelp/util/csv.h>
 
 namespace kelp::nms {
 
@@ -12,7 +12,9 @@ namespace {
 class JsonLines final : public RecordWriter {
   public:
     explicit JsonLines(Output& output) : output_(output) {}
-    void write(const nlohmann::ordered_json& record) override { output_.write(lineOf(record) + "\n"); }
+    void write(const nlohmann::ordered_json& record) override {
+        output_.write(lineOf(record) + "\n");
+    }
 
   private:
     Output& output_;
@@ -42,7 +44,9 @@ class CsvRows final : public RecordWriter {
         titles.insert(titles.end(), layout_.attributes.begin(), layout_.attributes.end());
         writeLine(titles);
     }
-    void writeLine(const std::vector<std::string>& cells) { output_.write(util::csvRecord(cells) + "\r\n"); }
+    void writeLine(const std::vector<std::string>& cells) {
+        output_.write(util::csvRecord(cells) + "\r\n");
+    }
 
     const RecordLayout layout_;
     Output& output_;
@@ -51,8 +55,8 @@ class CsvRows final : public RecordWriter {
 
 }  // namespace
 
-std::unique_ptr<RecordWriter> recordWriter(Format format, const RecordLayout& layout, Output& output,
-                                           unsigned terminalColumns) {
+std::unique_ptr<RecordWriter> recordWriter(Format format, const RecordLayout& layout,
+                                           Output& output, unsigned terminalColumns) {
     switch (format) {
         case Format::Csv:
             return std::make_unique<CsvRows>(layout, output);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "app/list_options.h"
-#include "text/output.h"
-#include "upload/record_layout.h"
-
 #include <nlohmann/json.hpp>
 
 #include <memory>
+
+#include "app/list_options.h"
+#include "text/output.h"
+#include "upload/record_layout.h"
 
 namespace kelp::nms {
 
@@ -20,9 +20,9 @@ class RecordWriter {
     virtual void finish() {}
 };
 
-/// `output` is borrowed. A table is laid out for a terminal of so many columns, which no line exceeds; 0 for
-/// what is none: then nothing is cut.
-std::unique_ptr<RecordWriter> recordWriter(Format format, const RecordLayout& layout, Output& output,
-                                           unsigned terminalColumns);
+/// `output` is borrowed. A table is laid out for a terminal of so many columns, which no line
+/// exceeds; 0 for what is none: then nothing is cut.
+std::unique_ptr<RecordWriter> recordWriter(Format format, const RecordLayout& layout,
+                                           Output& output, unsigned terminalColumns);
 
 }  // namespace kelp::nms

@@ -29,7 +29,8 @@ bool isEnded(NmsSession& session, const NmsError& failure) {
     return call != nullptr && call->isOfUnknownObject() && session.isGone(kTimeToEnd);
 }
 
-int runTask(NetworkTask& task, NmsSession& session, WalkProgress& progress, const Interrupts& interrupts) {
+int runTask(NetworkTask& task, NmsSession& session, WalkProgress& progress,
+            const Interrupts& interrupts) {
     try {
         const bool isWhole = task.run(session);
         progress.hideBar();

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "common/progress_bar.h"
-
 #include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
+
+#include "common/progress_bar.h"
 
 namespace kelp::nms {
 
@@ -30,8 +30,8 @@ struct WalkPosition {
     std::uint64_t writtenOfNext = 0;  ///< entries of it, the last ones written
 };
 
-/// Follows the reading of lists: shows it while it goes on, knows where it stands. interrupt() and position()
-/// may be called from any thread, the rest from the one that reads.
+/// Follows the reading of lists: shows it while it goes on, knows where it stands. interrupt() and
+/// position() may be called from any thread, the rest from the one that reads.
 class WalkProgress {
   public:
     /// `what` is read, such as "ports".

@@ -12,7 +12,8 @@ struct KELP_EXPORT Address {
     std::filesystem::path socket;  ///< of a Unix socket; empty: host and port hold
     std::string host;              ///< a numeric address of the loopback interface
     int port = 0;
-    std::filesystem::path tokenFile;  ///< with host and port: what a caller proves itself by stands in it
+    std::filesystem::path
+        tokenFile;  ///< with host and port: what a caller proves itself by stands in it
 
     /// In one line, for messages.
     std::string text() const;

@@ -1,18 +1,17 @@
 #pragma once
 
 #include <kelp/util/export.h>
+#include <nlohmann/json.hpp>
 
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 namespace kelp::admin {
 
-/// What requests and answers are made of. Objects keep the order of their members: it counts in the names of
-/// TMF 814 objects.
+/// What requests and answers are made of. Objects keep the order of their members: it counts in the
+/// names of TMF 814 objects.
 using Json = nlohmann::ordered_json;
 
 /// Raised by a handler to refuse a request: the HTTP status and one sentence for whoever made it.
@@ -32,9 +31,9 @@ class KELP_EXPORT RequestError : public std::runtime_error {
     int status_;
 };
 
-/// Answers one kind of request. The request is null when it came without a body. Called on threads of the
-/// operator's interface, several at a time. What it raises besides RequestError is traced and answered as an
-/// internal error.
+/// Answers one kind of request. The request is null when it came without a body. Called on threads
+/// of the operator's interface, several at a time. What it raises besides RequestError is traced
+/// and answered as an internal error.
 using Handler = std::function<Json(const Json& request)>;
 
 /// What a request came to: the HTTP status, and the body, which is {"error": "..."} for a failure.
@@ -45,8 +44,8 @@ struct KELP_EXPORT Answer {
 
 class Registration;
 
-/// The requests of the operator's interface: bundles enter what they answer, the host asks. One for the
-/// process; any thread may call it.
+/// The requests of the operator's interface: bundles enter what they answer, the host asks. One for
+/// the process; any thread may call it.
 class KELP_EXPORT Registry {
   public:
     static Registry& instance();
@@ -56,13 +55,14 @@ class KELP_EXPORT Registry {
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    /// From here on `handler` answers requests of that method ("POST") and path ("/alarms"), until the
-    /// registration ends. Throws std::invalid_argument when another one does already.
-    [[nodiscard]] Registration enter(const std::string& method, const std::string& path, Handler handler);
+    /// From here on `handler` answers requests of that method ("POST") and path ("/alarms"), until
+    /// the registration ends. Throws std::invalid_argument when another one does already.
+    [[nodiscard]] Registration enter(const std::string& method, const std::string& path,
+                                     Handler handler);
 
-    /// Lets the handler answer. `body` is the request's text, empty for none. Text that is no JSON, one
-    /// nested deeper than 32 times, an object with a key twice or with more than 1000, a request that nobody
-    /// answers and everything that a handler raises become answers too.
+    /// Lets the handler answer. `body` is the request's text, empty for none. Text that is no JSON,
+    /// one nested deeper than 32 times, an object with a key twice or with more than 1000, a
+    /// request that nobody answers and everything that a handler raises become answers too.
     Answer answer(const std::string& method, const std::string& path, const std::string& body);
 
   private:
@@ -71,9 +71,9 @@ class KELP_EXPORT Registry {
     std::shared_ptr<State> state_;
 };
 
-/// A handler's time in the registry. Its end, or leave(), returns after calls in progress have ended: the
-/// handler is not called afterwards and nothing of it is left, so its library may be unloaded. Not to be
-/// ended by the handler itself.
+/// A handler's time in the registry. Its end, or leave(), returns after calls in progress have
+/// ended: the handler is not called afterwards and nothing of it is left, so its library may be
+/// unloaded. Not to be ended by the handler itself.
 class KELP_EXPORT Registration {
   public:
     Registration() = default;

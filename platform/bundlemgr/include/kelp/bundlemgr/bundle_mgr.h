@@ -12,8 +12,8 @@ namespace NS_BUNDLEMGR1 {
 
 class ServiceObjectBase;
 
-/// Loads bundles (shared objects `lib<service>.so` with a factory function `_make_<service>`) and drives
-/// their service objects.
+/// Loads bundles (shared objects `lib<service>.so` with a factory function `_make_<service>`) and
+/// drives their service objects.
 class KELP_EXPORT BundleMgr {
   public:
     static BundleMgr* Instance();
@@ -21,15 +21,15 @@ class KELP_EXPORT BundleMgr {
     /// The lock that guards one-time look-ups in the registry.
     std::recursive_mutex& GlobalMutex();
 
-    /// Loads and starts the bundles in the given order. On the first failure those already started are
-    /// stopped again and the result is false, with one clear sentence in `whyNot`.
+    /// Loads and starts the bundles in the given order. On the first failure those already started
+    /// are stopped again and the result is false, with one clear sentence in `whyNot`.
     bool Start(const std::filesystem::path& directory, const std::vector<std::string>& services,
                std::string& whyNot);
-    /// In reverse order: `Shutdown` (after an `init` that returned 0), `fini`, the bundle's deleter,
-    /// unloading.
+    /// In reverse order: `Shutdown` (after an `init` that returned 0), `fini`, the bundle's
+    /// deleter, unloading.
     void Stop();
-    /// For a bundle that has to leave a thread behind when it stops: its code stays in memory this time.
-    /// Called by the bundle, no later than in its deleter.
+    /// For a bundle that has to leave a thread behind when it stops: its code stays in memory this
+    /// time. Called by the bundle, no later than in its deleter.
     void KeepLoaded(const std::string& service);
     /// The started service object of that name, or null.
     ServiceObjectBase* Find(const std::string& service) const;

@@ -16,17 +16,18 @@ using ConfigValue = std::variant<std::int64_t, bool, std::string, std::vector<st
 struct KELP_EXPORT ConfigKey {
     std::string table;
     std::string key;
-    ConfigValue standard;      ///< the value where the file is silent; what is read in its place for [agent]
-    std::int64_t minimum = 0;  ///< of an integer
-    std::int64_t maximum = 0;  ///< of an integer
+    ConfigValue
+        standard;  ///< the value where the file is silent; what is read in its place for [agent]
+    std::int64_t minimum = 0;          ///< of an integer
+    std::int64_t maximum = 0;          ///< of an integer
     std::vector<std::string> choices;  ///< the texts that are allowed; empty: any
     bool needsRestart = false;         ///< a re-read of the file does not change it
     std::string meaning;               ///< sentences for the operator, with the unit
 
     /// "table.key", by which ConfigStore finds it.
     std::string name() const { return table + "." + key; }
-    /// The value is read as missing when it has another type, and the file need not be silent about it for
-    /// the fallback to hold (table [agent]).
+    /// The value is read as missing when it has another type, and the file need not be silent about
+    /// it for the fallback to hold (table [agent]).
     bool isAgentOption() const { return table == "agent"; }
 };
 
@@ -36,8 +37,8 @@ struct KELP_EXPORT ConfigTable {
     std::string meaning;
 };
 
-/// Every table, and every key in the order of the tables. The one place that knows names, types, ranges and
-/// defaults: reading, checking and the shipped file follow it.
+/// Every table, and every key in the order of the tables. The one place that knows names, types,
+/// ranges and defaults: reading, checking and the shipped file follow it.
 KELP_EXPORT const std::vector<ConfigTable>& configTables();
 KELP_EXPORT const std::vector<ConfigKey>& configKeys();
 

@@ -10,7 +10,8 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// Error texts read from a TOML file: a table [errors] of "0x411800BA" = "text". Constant after load.
+/// Error texts read from a TOML file: a table [errors] of "0x411800BA" = "text". Constant after
+/// load.
 class KELP_EXPORT ErrorCatalogue final : public ErrorCodeBufIf {
   public:
     /// Reads the file; problems name file, line and key, and leave the catalogue empty.

@@ -8,13 +8,13 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// The general failure of a platform service call. Never crosses the CORBA boundary; catchers go by the
-/// dynamic type: `what` is the inherited one.
+/// The general failure of a platform service call. Never crosses the CORBA boundary; catchers go by
+/// the dynamic type: `what` is the inherited one.
 class KELP_EXPORT ProcessException : public std::exception {
   public:
     ProcessException();
-    /// Takes the numbers and inserts the source's stream buffers into the new streams, which moves the
-    /// source's read positions; hence the non-const reference.
+    /// Takes the numbers and inserts the source's stream buffers into the new streams, which moves
+    /// the source's read positions; hence the non-const reference.
     ProcessException(ProcessException& other);
     ~ProcessException() override;
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/util/export.h>
-
 #include <ace/Event_Handler.h>
+#include <kelp/util/export.h>
 
 #include <list>
 #include <memory>
@@ -31,8 +30,8 @@ class KELP_EXPORT LightEventHandler : public ACE_Event_Handler {
     virtual void DoWork(int eventId, const LightEventData* data) = 0;
 };
 
-/// Number of the event "a user's account became invalid for a live log-in": values "IP", "PORT" and "USN"
-/// (user name).
+/// Number of the event "a user's account became invalid for a live log-in": values "IP", "PORT" and
+/// "USN" (user name).
 inline constexpr int kUserStateChangeEvent = 119;
 
 /// Number of the event "the host has read the configuration again": no values.
@@ -45,8 +44,8 @@ class KELP_EXPORT LightEventMgr {
 
     /// The handler stays the caller's and must be deregistered before it dies.
     void RegisterHandler(int eventId, LightEventHandler* handler);
-    /// Returns after a running call of this handler has ended (at once when called from the handler itself);
-    /// it is not called afterwards.
+    /// Returns after a running call of this handler has ended (at once when called from the handler
+    /// itself); it is not called afterwards.
     void DeregisterHandler(int eventId, LightEventHandler* handler);
     /// Queues an event and returns. Without handlers it goes nowhere.
     void Raise(int eventId, LightEventData data);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/util/export.h>
-
 #include <ace/Service_Object.h>
+#include <kelp/util/export.h>
 
 #include <string>
 
@@ -30,9 +29,9 @@ class KELP_EXPORT NULLServiceInterface : public ServiceInterface {
     int GetInterfaceVersion() const override;       ///< 0
 };
 
-/// Base of a bundle's service object. The bundle manager drives it: `init`, later `Shutdown` (only after an
-/// `init` that returned 0), `fini`, and the deleter that the factory function handed out. The order of the
-/// virtual operations is the binary contract with the host.
+/// Base of a bundle's service object. The bundle manager drives it: `init`, later `Shutdown` (only
+/// after an `init` that returned 0), `fini`, and the deleter that the factory function handed out.
+/// The order of the virtual operations is the binary contract with the host.
 class KELP_EXPORT ServiceObjectBase : public ACE_Service_Object {
   public:
     ServiceObjectBase(const char* bundleName, const char* serviceName);
@@ -56,7 +55,8 @@ class KELP_EXPORT ServiceObjectBase : public ACE_Service_Object {
     std::string bundleName_;
 };
 
-/// Enters an interface under a key; a second entry replaces the first. Ownership stays with the caller.
+/// Enters an interface under a key; a second entry replaces the first. Ownership stays with the
+/// caller.
 KELP_EXPORT void SetIFBuf(const std::string& key, ServiceInterface* serviceInterface);
 /// The interface under a key, or null. Callable from any thread.
 KELP_EXPORT ServiceInterface* CheckIFBuf(const std::string& key);

@@ -11,8 +11,9 @@ class KELP_EXPORT AgentServer {
     static void* AgentWorker(void* unused);
     /// Lets waiting and new callers through. 0, or -1 (traced) when the ORB refuses.
     static int Activate();
-    /// The first step of every stop: from here on work in progress anywhere in the process, and outgoing
-    /// calls in particular, has a second left (kelp::util::kStopGrace). Ends with the next start of an ORB.
+    /// The first step of every stop: from here on work in progress anywhere in the process, and
+    /// outgoing calls in particular, has a second left (kelp::util::kStopGrace). Ends with the next
+    /// start of an ORB.
     static void BeginStop();
     /// New requests are refused with TRANSIENT from here on. Harmless without an ORB.
     static void Discard();

@@ -16,8 +16,9 @@ class KELP_EXPORT AsynNotifyMgr {
     bool Init();
     /// False when the queue is full or the manager is stopping (or was never started).
     bool Post(std::function<void()> task);
-    /// Finishes what runs, drops the rest, counts both. While the process stops (kelp::util::isStopping) it
-    /// waits a second at most, and leaves a task that goes on to itself.
+    /// Finishes what runs, drops the rest, counts both. While the process stops
+    /// (kelp::util::isStopping) it waits a second at most, and leaves a task that goes on to
+    /// itself.
     void ExitThread();
     std::uint64_t Finished() const;
     std::uint64_t Dropped() const;

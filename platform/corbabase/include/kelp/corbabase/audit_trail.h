@@ -9,8 +9,8 @@
 
 namespace NS_CORBA {
 
-/// The process's records of what was asked of the EMS (operation log) and of what happened at its doors
-/// (security log). Callable from any thread; what is told while it is not open is not kept.
+/// The process's records of what was asked of the EMS (operation log) and of what happened at its
+/// doors (security log). Callable from any thread; what is told while it is not open is not kept.
 class KELP_EXPORT AuditTrail {
   public:
     static AuditTrail& Instance();
@@ -24,14 +24,16 @@ class KELP_EXPORT AuditTrail {
     void UpdateRetention();
 
     void Write(const kelp::oplog::OperationRecord& record) noexcept;
-    /// The record of a request whose caller is not logged in. It goes to a part of the operation log with a
-    /// size of its own ([oplog] keep_before_login_mib), so that such callers push no other records out. Of
-    /// one outcome and `network`, [oplog] records_per_minute_before_login stand there individually within a
-    /// minute; those beyond are counted and told in one record when the minute is over.
-    void WriteWithoutLogIn(const kelp::oplog::OperationRecord& record, const std::string& network) noexcept;
-    /// Refusals of one kind from one address stand in the log one by one up to 20 a minute; those beyond are
-    /// counted and told in one record when the minute is over, so that a flood of them neither pushes older
-    /// records out of the log nor is lost from it.
+    /// The record of a request whose caller is not logged in. It goes to a part of the operation
+    /// log with a size of its own ([oplog] keep_before_login_mib), so that such callers push no
+    /// other records out. Of one outcome and `network`, [oplog] records_per_minute_before_login
+    /// stand there individually within a minute; those beyond are counted and told in one record
+    /// when the minute is over.
+    void WriteWithoutLogIn(const kelp::oplog::OperationRecord& record,
+                           const std::string& network) noexcept;
+    /// Refusals of one kind from one address stand in the log one by one up to 20 a minute; those
+    /// beyond are counted and told in one record when the minute is over, so that a flood of them
+    /// neither pushes older records out of the log nor is lost from it.
     void Write(kelp::oplog::SecurityRecord record) noexcept;
 
     /// All zero when it is not open. Of the operation log's two parts together.

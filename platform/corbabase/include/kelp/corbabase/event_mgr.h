@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/util/export.h>
-
 #include <cos/CosNotifyChannelAdmin.h>
+#include <kelp/util/export.h>
 
 #include <memory>
 

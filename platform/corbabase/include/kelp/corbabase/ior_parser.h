@@ -11,8 +11,9 @@ namespace NS_CORBA {
 /// One object serves one log-in; not for concurrent use.
 class KELP_EXPORT IOR_Parser {
   public:
-    /// Fills `hostInfo` with "address:port" of the first IIOP profile, the TLS port when it has no plain one;
-    /// IPv6 in brackets. False for nil, an undecodable reference or one without an address.
+    /// Fills `hostInfo` with "address:port" of the first IIOP profile, the TLS port when it has no
+    /// plain one; IPv6 in brackets. False for nil, an undecodable reference or one without an
+    /// address.
     bool GetHostInfo(CORBA::Object_ptr reference, std::string& hostInfo);
     /// "address:port" of the reference parsed last; false before the first.
     bool GetIPAndPortInfo(std::string& hostInfo) const;

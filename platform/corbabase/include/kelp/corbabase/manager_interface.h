@@ -12,9 +12,9 @@ class Common_I;
 
 namespace NS_CORBA {
 
-/// A northbound manager interface that a bundle plugs into the agent. The agent's thread calls it at start
-/// and stop. `ExitThread` and `Destroy` must be harmless without a successful `Init`.
-/// The order of the virtual operations is the binary contract with other bundles.
+/// A northbound manager interface that a bundle plugs into the agent. The agent's thread calls it
+/// at start and stop. `ExitThread` and `Destroy` must be harmless without a successful `Init`. The
+/// order of the virtual operations is the binary contract with other bundles.
 class KELP_EXPORT CorbaI {
   public:
     /// Starts the interface; false stops the agent's start.

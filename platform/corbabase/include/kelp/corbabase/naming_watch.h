@@ -25,9 +25,9 @@ struct NamingEntryState {
     std::string foreign;  ///< addresses of the reference that was replaced last
 };
 
-/// Keeps what the naming monitor finds, for the operator, and writes a security event for each entry that was
-/// not ours: the first of each foreign reference at once, then one a minute with their number. One for the
-/// process, callable from any thread.
+/// Keeps what the naming monitor finds, for the operator, and writes a security event for each
+/// entry that was not ours: the first of each foreign reference at once, then one a minute with
+/// their number. One for the process, callable from any thread.
 class KELP_EXPORT NamingWatch {
   public:
     static NamingWatch& Instance();
@@ -40,7 +40,8 @@ class KELP_EXPORT NamingWatch {
     void Bound();
     /// A check got no answer, or the entry could not be made.
     void Failed(const std::string& why);
-    /// A check found another reference, which was replaced by ours or, when that failed, still stands there.
+    /// A check found another reference, which was replaced by ours or, when that failed, still
+    /// stands there.
     void FoundForeign(const std::string& reference, bool isReplaced);
 
     NamingEntryState State() const;

@@ -4,8 +4,8 @@
 
 namespace NS_CORBA {
 
-/// A servant of class S, made from one parameter, that lives by its reference count: one at construction,
-/// gone with the last `_remove_ref`.
+/// A servant of class S, made from one parameter, that lives by its reference count: one at
+/// construction, gone with the last `_remove_ref`.
 template <class S, class Parameter>
 class RefCount_OneParameter : public S {
   public:

@@ -18,9 +18,9 @@ class KELP_EXPORT ForeignSessionCall : public std::exception {
 class KELP_EXPORT RequestInterceptorBase {
   public:
     virtual ~RequestInterceptorBase();
-    /// May throw ForeignSessionCall, or a system exception, which the caller gets. NO_PERMISSION: the
-    /// caller's address may not call at all. After any other the request is recorded as one that reached no
-    /// servant.
+    /// May throw ForeignSessionCall, or a system exception, which the caller gets. NO_PERMISSION:
+    /// the caller's address may not call at all. After any other the request is recorded as one
+    /// that reached no servant.
     virtual void receive_request(const kelp::orb::RequestInfo* ri) = 0;
     virtual void SetThreadContext(const kelp::orb::RequestInfo* ri) = 0;
 };

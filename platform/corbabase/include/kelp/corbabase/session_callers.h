@@ -16,18 +16,20 @@
 namespace NS_CORBA {
 
 /// The live sessions by the names of their top POAs, and who may call their objects: by `[access]
-/// session_peer`, which is read again with the configuration, only the address that logged in, or every one.
-/// Callable from any thread; queries share one lock and allocate nothing.
+/// session_peer`, which is read again with the configuration, only the address that logged in, or
+/// every one. Callable from any thread; queries share one lock and allocate nothing.
 class KELP_EXPORT SessionCallers {
   public:
     static SessionCallers& Instance();
 
-    /// The session is live from here on. `owner` tells it apart from others of the same name, before and
-    /// after. A log-in inside the process has no peer: then its session may be called from everywhere.
+    /// The session is live from here on. `owner` tells it apart from others of the same name,
+    /// before and after. A log-in inside the process has no peer: then its session may be called
+    /// from everywhere.
     void Enter(const std::string& sessionName, const void* owner, const SessionToken& token,
                const kelp::orb::PeerAddress& peer);
     /// The session was taken up again from this address, and is called from there from here on.
-    void Move(const std::string& sessionName, const void* owner, const kelp::orb::PeerAddress& peer);
+    void Move(const std::string& sessionName, const void* owner,
+              const kelp::orb::PeerAddress& peer);
     /// Nothing for a session that is not live, or a name that is another owner's.
     void Leave(const std::string& sessionName, const void* owner);
 
@@ -42,8 +44,8 @@ class KELP_EXPORT SessionCallers {
     };
     /// For a request over a connection whose target was found.
     Verdict Judge(const kelp::orb::RequestInfo& request) const;
-    /// Whether the object id of a session's object carries the secret of that session, which is live. False
-    /// for other objects.
+    /// Whether the object id of a session's object carries the secret of that session, which is
+    /// live. False for other objects.
     bool KnowsSecret(const kelp::orb::RequestInfo& request) const;
 
     SessionCallers(const SessionCallers&) = delete;
@@ -68,8 +70,8 @@ class KELP_EXPORT SessionCallers {
 
     mutable std::shared_mutex mutex_;
     std::unordered_map<std::string, Session> sessions_;  // guarded by mutex_
-    /// Twice the generation of the configuration that was read last, plus 1 for a bound peer: one value, so
-    /// that nobody sees half of a re-read.
+    /// Twice the generation of the configuration that was read last, plus 1 for a bound peer: one
+    /// value, so that nobody sees half of a re-read.
     mutable std::atomic<std::uint64_t> rule_{0};
 };
 

@@ -9,10 +9,10 @@ namespace NS_CORBA {
 /// The session that the request in hand belongs to.
 class KELP_EXPORT TEUserHelper {
   public:
-    /// The tagged session name of the request being served: name of the root POA's child that the target
-    /// lives under
-    /// ("<USERNAME_TAG>...</USERNAME_TAG><IPANDPORT_TAG>...</IPANDPORT_TAG>" for a session's objects). Empty
-    /// outside a request.
+    /// The tagged session name of the request being served: name of the root POA's child that the
+    /// target lives under
+    /// ("<USERNAME_TAG>...</USERNAME_TAG><IPANDPORT_TAG>...</IPANDPORT_TAG>" for a session's
+    /// objects). Empty outside a request.
     static std::string GetNmsIPAddrByContext();
 };
 

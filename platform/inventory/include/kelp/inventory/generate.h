@@ -16,11 +16,11 @@ struct NetworkPlan {
     bool replace = false;      ///< everything that was there goes first
 };
 
-/// Fills the inventory of that file with a plausible network: rings of elements of several products, joined
-/// by a mesh of hubs, with racks, shelves, slots, cards and ports. All or nothing. Memory does not grow with
-/// the network but for about 100 bytes a ring. Throws InventoryFailure, also when the inventory is not empty
-/// and `replace` is not set.
-KELP_EXPORT Statistics generateNetwork(const std::filesystem::path& database, const NetworkPlan& plan,
-                                       const Progress& progress = {});
+/// Fills the inventory of that file with a plausible network: rings of elements of several
+/// products, joined by a mesh of hubs, with racks, shelves, slots, cards and ports. All or nothing.
+/// Memory does not grow with the network but for about 100 bytes a ring. Throws InventoryFailure,
+/// also when the inventory is not empty and `replace` is not set.
+KELP_EXPORT Statistics generateNetwork(const std::filesystem::path& database,
+                                       const NetworkPlan& plan, const Progress& progress = {});
 
 }  // namespace kelp::inventory

@@ -21,7 +21,8 @@ namespace kelp::inventory {
 /// Which ports of an element are wanted. Empty lists: any rate.
 struct PortFilter {
     LayerRates layers;            ///< a port has at least one of them
-    LayerRates connectableRates;  ///< a port, or what it contains, can be connected at one of them at least
+    LayerRates connectableRates;  ///< a port, or what it contains, can be connected at one of them
+                                  ///< at least
     bool withPtps = true;
     bool withFtps = true;
 };
@@ -29,8 +30,8 @@ struct PortFilter {
 /// Which contained things are wanted: those one component of the name below, or all.
 enum class Depth { Direct, All };
 
-/// How much of a row is read: all of it; what the standard's structure has alone, which spares the look at
-/// other tables; the id and the name alone.
+/// How much of a row is read: all of it; what the standard's structure has alone, which spares the
+/// look at other tables; the id and the name alone.
 enum class Detail { All, Standard, Name };
 
 /// Which contained termination points are wanted: all, or those that are connected.
@@ -49,33 +50,37 @@ struct Statistics {
     std::uint64_t ftps = 0;
     std::uint64_t ctps = 0;
     std::uint64_t links = 0;
-    std::vector<std::pair<std::string, std::uint64_t>> elementsByProduct;  ///< the most frequent first
+    std::vector<std::pair<std::string, std::uint64_t>>
+        elementsByProduct;        ///< the most frequent first
     std::uint64_t fileBytes = 0;  ///< of the database, without what waits in its log
 };
 
-/// The inventory of one EMS in a SQLite file: managed elements, the multilayer subnetworks that they are in,
-/// what they are built of, termination points and the links between them. Other processes may write the file
-/// meanwhile (an import); every operation sees what was committed when it began.
+/// The inventory of one EMS in a SQLite file: managed elements, the multilayer subnetworks that
+/// they are in, what they are built of, termination points and the links between them. Other
+/// processes may write the file meanwhile (an import); every operation sees what was committed when
+/// it began.
 ///
-/// Queries give a snapshot of row ids, which read() turns into rows batch by batch: between two calls nothing
-/// is open, so a slow reader costs the file nothing. Row ids are in the order in which rows came in.
+/// Queries give a snapshot of row ids, which read() turns into rows batch by batch: between two
+/// calls nothing is open, so a slow reader costs the file nothing. Row ids are in the order in
+/// which rows came in.
 ///
-/// Any thread may call any operation at any time: readers have connections of their own and wait for nobody;
-/// those that change something take turns. All throw InventoryFailure.
+/// Any thread may call any operation at any time: readers have connections of their own and wait
+/// for nobody; those that change something take turns. All throw InventoryFailure.
 class KELP_EXPORT Inventory {
   public:
     enum class Missing { IsMade, IsAnError };
 
-    /// Opens the file; a missing one is made (mode 0600, with its folder) unless that is an error. An
-    /// inventory of an earlier version of this program is brought up to date.
+    /// Opens the file; a missing one is made (mode 0600, with its folder) unless that is an error.
+    /// An inventory of an earlier version of this program is brought up to date.
     explicit Inventory(const std::filesystem::path& file, Missing missing = Missing::IsMade);
     ~Inventory();
     Inventory(const Inventory&) = delete;
     Inventory& operator=(const Inventory&) = delete;
 
-    /// Whether the file's name still stands for the file that was opened. It does not once the file was
-    /// deleted or replaced by another: this inventory then shows what the old one held, as far as it shows
-    /// anything, and its holder should open it anew. Costs one look at the file's status.
+    /// Whether the file's name still stands for the file that was opened. It does not once the file
+    /// was deleted or replaced by another: this inventory then shows what the old one held, as far
+    /// as it shows anything, and its holder should open it anew. Costs one look at the file's
+    /// status.
     bool isCurrent() const;
 
     // One object by its name.
@@ -111,7 +116,8 @@ class KELP_EXPORT Inventory {
     RowIds linksOf(std::int64_t elementId);
     /// The links with both ends at elements of the subnetwork.
     RowIds linksInside(std::int64_t subnetworkId);
-    /// The links whose two ends lie in no common subnetwork; all of them where there are no subnetworks.
+    /// The links whose two ends lie in no common subnetwork; all of them where there are no
+    /// subnetworks.
     RowIds topLevelLinks();
     RowIds subnetworks();
     RowIds elementsOf(std::int64_t subnetworkId);
@@ -119,23 +125,25 @@ class KELP_EXPORT Inventory {
     /// The ports of the subnetwork's elements that are edge points of their subnetworks.
     RowIds edgePointsOf(std::int64_t subnetworkId, const PortFilter& filter = {});
 
-    /// The rows in the order of the ids, as one short look at the file; those that are gone are left out. Row
-    /// is one of ManagedElement, EquipmentHolder, Equipment, TerminationPoint, TopologicalLink, Subnetwork.
+    /// The rows in the order of the ids, as one short look at the file; those that are gone are
+    /// left out. Row is one of ManagedElement, EquipmentHolder, Equipment, TerminationPoint,
+    /// TopologicalLink, Subnetwork.
     template <class Row>
     std::vector<Row> read(const RowIds& ids);
     /// The same with the id and the name of each row alone; all else is as newly made.
     template <class Row>
     std::vector<Row> readNames(const RowIds& ids);
-    /// The same one row after the other, without a list of them. `take` gets the same object each time, which
-    /// holds what was asked for, and may read from the inventory itself. What it throws ends the reading.
+    /// The same one row after the other, without a list of them. `take` gets the same object each
+    /// time, which holds what was asked for, and may read from the inventory itself. What it throws
+    /// ends the reading.
     template <class Row>
     void readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take);
 
     Statistics statistics();
 
     // What is set is kept for the row of that id and kind; the EMS's is EmsAttributes::id.
-    /// With `isUnique`, changes nothing when another object of the kind has the label. Looks through all of
-    /// the kind for that.
+    /// With `isUnique`, changes nothing when another object of the kind has the label. Looks
+    /// through all of the kind for that.
     Change setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique);
     /// Not for the EMS, whose native name is configured: that is a failure.
     Change setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name);
@@ -161,16 +169,16 @@ extern template KELP_EXPORT std::vector<Equipment> Inventory::readNames(const Ro
 extern template KELP_EXPORT std::vector<TerminationPoint> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<TopologicalLink> Inventory::readNames(const RowIds&);
 extern template KELP_EXPORT std::vector<Subnetwork> Inventory::readNames(const RowIds&);
-extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
-                                                     const std::function<void(const ManagedElement&)>&);
-extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
-                                                     const std::function<void(const EquipmentHolder&)>&);
+extern template KELP_EXPORT void Inventory::readEach(
+    const RowIds&, Detail, const std::function<void(const ManagedElement&)>&);
+extern template KELP_EXPORT void Inventory::readEach(
+    const RowIds&, Detail, const std::function<void(const EquipmentHolder&)>&);
 extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
                                                      const std::function<void(const Equipment&)>&);
-extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
-                                                     const std::function<void(const TerminationPoint&)>&);
-extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
-                                                     const std::function<void(const TopologicalLink&)>&);
+extern template KELP_EXPORT void Inventory::readEach(
+    const RowIds&, Detail, const std::function<void(const TerminationPoint&)>&);
+extern template KELP_EXPORT void Inventory::readEach(
+    const RowIds&, Detail, const std::function<void(const TopologicalLink&)>&);
 extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
                                                      const std::function<void(const Subnetwork&)>&);
 

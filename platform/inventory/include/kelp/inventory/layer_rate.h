@@ -11,7 +11,8 @@ namespace kelp::inventory {
 /// The first of the numbers that are left to vendors.
 constexpr LayerRate kProprietaryRates = 10000;
 
-/// Whether the standard has the rate (its supporting document on layer rates), or leaves it to vendors.
+/// Whether the standard has the rate (its supporting document on layer rates), or leaves it to
+/// vendors.
 KELP_EXPORT bool isLayerRate(int number);
 
 /// The standard's name, such as "LR_PHYSICAL_OPTICAL"; of any other rate the number.

@@ -20,7 +20,8 @@ using NameValues = std::vector<NameValue>;
 using LayerRate = std::int16_t;
 using LayerRates = std::vector<LayerRate>;
 
-/// One layer of a termination point with its parameters (transmissionParameters::LayeredParameters_T).
+/// One layer of a termination point with its parameters
+/// (transmissionParameters::LayeredParameters_T).
 struct LayeredParameters {
     LayerRate layer = 0;
     NameValues parameters;
@@ -28,7 +29,8 @@ struct LayeredParameters {
 };
 using LayeredParameterList = std::vector<LayeredParameters>;
 
-// The enumerations have the standard's values in the standard's order, so that a number is the same in both.
+// The enumerations have the standard's values in the standard's order, so that a number is the same
+// in both.
 enum class CommunicationState { Available, Unavailable };
 enum class ServiceState { InService, OutOfService, OutOfServiceByMaintenance, NotApplicable };
 enum class HolderState {
@@ -41,7 +43,13 @@ enum class HolderState {
     Unknown
 };
 enum class Directionality { NotApplicable, Bidirectional, Source, Sink };
-enum class TpConnectionState { NotApplicable, SourceConnected, SinkConnected, BiConnected, NotConnected };
+enum class TpConnectionState {
+    NotApplicable,
+    SourceConnected,
+    SinkConnected,
+    BiConnected,
+    NotConnected
+};
 enum class TerminationMode { NotApplicable, NeitherTerminatedNorAvailable, TerminatedAndAvailable };
 enum class TpProtection { NotApplicable, PsrRelated };
 enum class LinkDirection { Unidirectional, Bidirectional };
@@ -72,8 +80,9 @@ struct TpName {
     TpKind kind() const { return ctp.empty() ? portKind : TpKind::Ctp; }
 };
 
-// Rows of the inventory. `id` is a row's number for as long as it lives; it is never given to another row.
-// Names are values of the standard's naming attributes without the EMS; texts are UTF-8.
+// Rows of the inventory. `id` is a row's number for as long as it lives; it is never given to
+// another row. Names are values of the standard's naming attributes without the EMS; texts are
+// UTF-8.
 
 /// managedElement::ManagedElement_T.
 struct ManagedElement {
@@ -89,8 +98,8 @@ struct ManagedElement {
     bool emsInSyncState = true;
     LayerRates supportedRates;  ///< at which the element connects
     NameValues additionalInfo;
-    /// Names of the multilayer subnetworks that it is in, as many as they are; beyond the standard's
-    /// structure.
+    /// Names of the multilayer subnetworks that it is in, as many as they are; beyond the
+    /// standard's structure.
     std::vector<std::string> subnetworks;
 };
 
@@ -103,8 +112,9 @@ struct EquipmentHolder {
     std::string nativeEMSName;
     std::string owner;
     bool alarmReportingIndicator = true;
-    std::string holderType;                    ///< "rack", "shelf", "sub_shelf", "slot" or "sub_slot"
-    std::string expectedOrInstalledEquipment;  ///< value of the component Equipment in it; empty: none
+    std::string holderType;  ///< "rack", "shelf", "sub_shelf", "slot" or "sub_slot"
+    std::string
+        expectedOrInstalledEquipment;  ///< value of the component Equipment in it; empty: none
     std::vector<std::string> acceptableEquipmentTypeList;
     HolderState holderState = HolderState::Unknown;
     NameValues additionalInfo;
@@ -136,7 +146,8 @@ struct TerminationPoint {
     std::string userLabel;
     std::string nativeEMSName;
     std::string owner;
-    std::string ingressTrafficDescriptorName;  ///< value of the component TrafficDescriptor; empty: none
+    std::string
+        ingressTrafficDescriptorName;  ///< value of the component TrafficDescriptor; empty: none
     std::string egressTrafficDescriptorName;
     TpConnectionState connectionState = TpConnectionState::NotApplicable;
     TerminationMode tpMappingMode = TerminationMode::NotApplicable;
@@ -145,10 +156,11 @@ struct TerminationPoint {
     TpProtection tpProtectionAssociation = TpProtection::NotApplicable;
     bool edgePoint = false;
     NameValues additionalInfo;
-    /// Rates at which the point, or what it contains, can be connected; beyond the standard's structure, for
-    /// the connection rates that a query names.
+    /// Rates at which the point, or what it contains, can be connected; beyond the standard's
+    /// structure, for the connection rates that a query names.
     LayerRates connectableRates;
-    /// The equipment that a port stands on; empty: not known, and for a CTP, which has that of its port.
+    /// The equipment that a port stands on; empty: not known, and for a CTP, which has that of its
+    /// port.
     std::string supportingEquipmentHolder;
     std::string supportingEquipment;
 };
@@ -179,7 +191,8 @@ struct Subnetwork {
     NameValues additionalInfo;
 };
 
-/// What emsMgr::EMS_T has beyond the configuration, from which its name and native name come. There is one.
+/// What emsMgr::EMS_T has beyond the configuration, from which its name and native name come. There
+/// is one.
 struct EmsAttributes {
     std::int64_t id = 1;
     std::string userLabel;  ///< empty: none was given, and the native name stands for it (TMF 814)

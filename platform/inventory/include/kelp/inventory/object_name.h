@@ -8,8 +8,8 @@
 
 namespace kelp::inventory {
 
-// The naming attributes of the inventory's objects (globaldefs::NamingAttributes_T): "EMS" first, then the
-// components of the object.
+// The naming attributes of the inventory's objects (globaldefs::NamingAttributes_T): "EMS" first,
+// then the components of the object.
 
 struct ManagedElementName {
     std::string managedElement;
@@ -38,8 +38,8 @@ struct SubnetworkName {
 struct EmsName {
     bool operator==(const EmsName&) const = default;
 };
-using ObjectName =
-    std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName, SubnetworkName, EmsName>;
+using ObjectName = std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName,
+                                SubnetworkName, EmsName>;
 
 // The components of a name after the EMS, in order: `take` is given the name and the value of each.
 template <class Take>
@@ -113,8 +113,9 @@ KELP_EXPORT ObjectName nameOf(const TerminationPoint& row);
 KELP_EXPORT ObjectName nameOf(const TopologicalLink& row);
 KELP_EXPORT ObjectName nameOf(const Subnetwork& row);
 
-/// The object that naming attributes of this EMS stand for; none when their components are those of no object
-/// of the inventory, or of another EMS. Says nothing about whether the object is there.
-KELP_EXPORT std::optional<ObjectName> objectNameOf(const std::string& ems, const NameValues& attributes);
+/// The object that naming attributes of this EMS stand for; none when their components are those of
+/// no object of the inventory, or of another EMS. Says nothing about whether the object is there.
+KELP_EXPORT std::optional<ObjectName> objectNameOf(const std::string& ems,
+                                                   const NameValues& attributes);
 
 }  // namespace kelp::inventory

@@ -17,9 +17,9 @@ struct IdRange {
     bool operator==(const IdRange&) const = default;
 };
 
-/// The rows that a query found, in their order: a snapshot of which rows there are, not of what they hold.
-/// Kept as ranges, 16 bytes each, so that a million consecutive rows take no more room than one. Not for
-/// concurrent use of one object.
+/// The rows that a query found, in their order: a snapshot of which rows there are, not of what
+/// they hold. Kept as ranges, 16 bytes each, so that a million consecutive rows take no more room
+/// than one. Not for concurrent use of one object.
 class KELP_EXPORT RowIds {
   public:
     void append(std::int64_t id);
@@ -29,7 +29,8 @@ class KELP_EXPORT RowIds {
     bool empty() const { return count_ == 0; }
     std::span<const IdRange> ranges() const { return std::span(ranges_).subspan(used_); }
 
-    /// Takes the next rows out, `most` of them or as many as are left. Costs what it takes, not what is left.
+    /// Takes the next rows out, `most` of them or as many as are left. Costs what it takes, not
+    /// what is left.
     RowIds take(std::uint64_t most);
     /// What take() has taken out comes first again.
     void putBack(const RowIds& taken);

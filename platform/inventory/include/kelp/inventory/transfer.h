@@ -12,8 +12,9 @@
 
 namespace kelp::inventory {
 
-/// Told from time to time, at least once a second while something goes on, with how much is done out of how
-/// much; both in a unit of the operation's own (bytes of an import's files, rows otherwise).
+/// Told from time to time, at least once a second while something goes on, with how much is done
+/// out of how much; both in a unit of the operation's own (bytes of an import's files, rows
+/// otherwise).
 using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 struct ImportOptions {
@@ -41,20 +42,22 @@ struct ImportResult {
     std::uint64_t problemCount = 0;       ///< when not 0, nothing was changed
 };
 
-/// Takes objects into the inventory of that file, which is made if it is missing: all, or none when there is
-/// a problem. The source is a folder with CSV files (RFC 4180, header line, one file a kind of object) or a
-/// file of JSON lines. Rows may stand in any order. A row whose name is there already changes the attributes
-/// that it gives and leaves the others. Other writers wait meanwhile, readers do not. Throws InventoryFailure
-/// when the inventory or the source cannot be opened.
+/// Takes objects into the inventory of that file, which is made if it is missing: all, or none when
+/// there is a problem. The source is a folder with CSV files (RFC 4180, header line, one file a
+/// kind of object) or a file of JSON lines. Rows may stand in any order. A row whose name is there
+/// already changes the attributes that it gives and leaves the others. Other writers wait
+/// meanwhile, readers do not. Throws InventoryFailure when the inventory or the source cannot be
+/// opened.
 KELP_EXPORT ImportResult importInventory(const std::filesystem::path& database,
-                                         const std::filesystem::path& source, const ImportOptions& options);
+                                         const std::filesystem::path& source,
+                                         const ImportOptions& options);
 
 /// Writes the whole inventory, as it is at one moment, so that importing it gives the same. Throws
 /// InventoryFailure.
 KELP_EXPORT void exportJsonLines(const std::filesystem::path& database, std::ostream& out,
                                  const Progress& progress = {});
 /// One file a kind in a folder, which is made. Files there are replaced, once all are written.
-KELP_EXPORT void exportCsv(const std::filesystem::path& database, const std::filesystem::path& folder,
-                           const Progress& progress = {});
+KELP_EXPORT void exportCsv(const std::filesystem::path& database,
+                           const std::filesystem::path& folder, const Progress& progress = {});
 
 }  // namespace kelp::inventory

@@ -1,9 +1,8 @@
 #pragma once
 
+#include <cos/CosNaming.h>
 #include <kelp/orb/corba.h>
 #include <kelp/util/naming_path.h>
-
-#include <cos/CosNaming.h>
 
 #include <chrono>
 #include <cstddef>
@@ -25,7 +24,8 @@ struct NamingLimits {
 /// A modification that was refused because it came from outside.
 struct RefusedChange {
     std::string operation;
-    std::string name;  ///< stringified, cut; the peer's text, not escaped; empty where there is none
+    std::string
+        name;  ///< stringified, cut; the peer's text, not escaped; empty where there is none
 };
 /// Called on the request's thread; must not throw.
 using OnRefusedChange = std::function<void(const RefusedChange&)>;
@@ -36,21 +36,22 @@ struct NamingSettings {
     NamingLimits limits;
 };
 
-/// A naming service inside the process (OMG Naming Service 1.3): a fixed tree of contexts with one object,
-/// under its path and under aliases. Everybody may read it. Only this process may change it, and nothing but
-/// the one binding: modifications that arrive over a connection raise NO_PERMISSION and are reported, other
-/// ones raise NO_PERMISSION unless they bind or unbind the object at its path.
+/// A naming service inside the process (OMG Naming Service 1.3): a fixed tree of contexts with one
+/// object, under its path and under aliases. Everybody may read it. Only this process may change
+/// it, and nothing but the one binding: modifications that arrive over a connection raise
+/// NO_PERMISSION and are reported, other ones raise NO_PERMISSION unless they bind or unbind the
+/// object at its path.
 ///
 /// Callers find the root context under the well-known keys NameService, DefaultNamingContext and
-/// NamingContextExt on every address of the ORB. All calls wait until letCallersThrough(). What callers keep
-/// are paths, so nothing grows with them but a limited number of iterators. Callable from any thread; the ORB
-/// outlives it or is shut down with it.
+/// NamingContextExt on every address of the ORB. All calls wait until letCallersThrough(). What
+/// callers keep are paths, so nothing grows with them but a limited number of iterators. Callable
+/// from any thread; the ORB outlives it or is shut down with it.
 class NamingService {
   public:
-    /// Throws std::invalid_argument for paths that do not fit together, CORBA::BAD_PARAM when one of the keys
-    /// is in use, and other system exceptions.
-    NamingService(CORBA::ORB_ptr orb, PortableServer::POA_ptr parent, const NamingSettings& settings,
-                  OnRefusedChange onRefused);
+    /// Throws std::invalid_argument for paths that do not fit together, CORBA::BAD_PARAM when one
+    /// of the keys is in use, and other system exceptions.
+    NamingService(CORBA::ORB_ptr orb, PortableServer::POA_ptr parent,
+                  const NamingSettings& settings, OnRefusedChange onRefused);
     /// Withdraws the keys and all contexts; calls in progress end normally.
     ~NamingService();
     NamingService(const NamingService&) = delete;

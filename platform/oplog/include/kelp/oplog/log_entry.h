@@ -17,8 +17,8 @@ KELP_EXPORT UtcTime now();
 
 /// "2025-03-01T12:00:00.123Z"
 KELP_EXPORT std::string timeText(UtcTime time);
-/// The moment of a text as timeText() writes it; the fraction, the seconds, the whole time of day and the "Z"
-/// may be missing, and a space may stand for the "T". None for anything else.
+/// The moment of a text as timeText() writes it; the fraction, the seconds, the whole time of day
+/// and the "Z" may be missing, and a space may stand for the "T". None for anything else.
 KELP_EXPORT std::optional<UtcTime> timeOf(const std::string& text);
 
 /// What an operation was called on.
@@ -35,7 +35,8 @@ enum class SecurityEvent {
     UserAdministration,   ///< an account was made, changed or removed
     ConfigurationChange,  ///< the configuration was read again
     TooManyRequests,      ///< refused: the caller's address is not logged in and asks too often
-    NamingChange,         ///< the naming service: a modification from outside, or an entry that was not ours
+    NamingChange,  ///< the naming service: a modification from outside, or an entry that was not
+                   ///< ours
 };
 
 /// One record as the logs keep and show it. Texts are escaped (see util::escaped) and bounded.

@@ -25,10 +25,10 @@ struct KELP_EXPORT LogQuery {
     std::uint64_t newest = 0;  ///< no more than so many, the newest; 0 all
 };
 
-/// Reads a log, of this process or another, while it is written: the writer never waits for a reader, and a
-/// reader that is slow keeps no snapshot of the database. With the operation log its part for callers without
-/// a log-in is read, if there is one; the records of both are given in the order of their times, and their
-/// numbers are those of the part that each is in.
+/// Reads a log, of this process or another, while it is written: the writer never waits for a
+/// reader, and a reader that is slow keeps no snapshot of the database. With the operation log its
+/// part for callers without a log-in is read, if there is one; the records of both are given in the
+/// order of their times, and their numbers are those of the part that each is in.
 class KELP_EXPORT LogReader {
   public:
     /// Throws std::runtime_error with one sentence when there is no log of that kind.
@@ -37,12 +37,12 @@ class KELP_EXPORT LogReader {
     LogReader(const LogReader&) = delete;
     LogReader& operator=(const LogReader&) = delete;
 
-    /// Why the part for callers without a log-in is not read, in one sentence; empty when it is, or when
-    /// there is none.
+    /// Why the part for callers without a log-in is not read, in one sentence; empty when it is, or
+    /// when there is none.
     const std::string& problem() const;
 
-    /// Gives the matching records in the order of the log; `take` answers whether it wants more. Throws
-    /// std::runtime_error with one sentence. Returns how many were given.
+    /// Gives the matching records in the order of the log; `take` answers whether it wants more.
+    /// Throws std::runtime_error with one sentence. Returns how many were given.
     std::uint64_t search(const LogQuery& query, const std::function<bool(const LogEntry&)>& take);
 
   private:
@@ -50,8 +50,9 @@ class KELP_EXPORT LogReader {
     std::unique_ptr<State> state_;
 };
 
-/// A record as one line of JSON (with the keys of csvHeader()) and as one line of CSV (RFC 4180), without the
-/// line's end. Fields that a record does not have are empty in CSV and left out in JSON.
+/// A record as one line of JSON (with the keys of csvHeader()) and as one line of CSV (RFC 4180),
+/// without the line's end. Fields that a record does not have are empty in CSV and left out in
+/// JSON.
 KELP_EXPORT std::string jsonOf(const LogEntry& entry);
 KELP_EXPORT std::string csvOf(const LogEntry& entry);
 KELP_EXPORT std::string csvHeader();

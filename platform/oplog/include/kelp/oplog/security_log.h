@@ -7,8 +7,8 @@
 
 namespace kelp::oplog {
 
-/// One event at the doors of the EMS. Texts may be a peer's: they are cut and escaped by the log. Never a
-/// password.
+/// One event at the doors of the EMS. Texts may be a peer's: they are cut and escaped by the log.
+/// Never a password.
 struct KELP_EXPORT SecurityRecord {
     UtcTime time = now();
     SecurityEvent event = SecurityEvent::LogIn;
@@ -23,12 +23,12 @@ struct KELP_EXPORT SecurityRecord {
 /// The event's word in the log, such as "login".
 KELP_EXPORT std::string textOf(SecurityEvent event);
 
-/// The log of security events. Behaves as the operation log does in all that concerns threads, queue, outages
-/// and stop. In addition each record carries a hash over itself and the hash of the record before it, also
-/// across processes that append to the same file; see verify(). With LogSettings::auditKeyFile the hash is an
-/// HMAC (SHA-256), which nobody without the key can make. The key is made with the first record; an older
-/// log, whose hashes need no key (BLAKE2b), goes on with it from a marked record on. The key is read at the
-/// first use and kept.
+/// The log of security events. Behaves as the operation log does in all that concerns threads,
+/// queue, outages and stop. In addition each record carries a hash over itself and the hash of the
+/// record before it, also across processes that append to the same file; see verify(). With
+/// LogSettings::auditKeyFile the hash is an HMAC (SHA-256), which nobody without the key can make.
+/// The key is made with the first record; an older log, whose hashes need no key (BLAKE2b), goes on
+/// with it from a marked record on. The key is read at the first use and kept.
 class KELP_EXPORT SecurityLog {
   public:
     explicit SecurityLog(const LogSettings& settings);
@@ -46,13 +46,14 @@ class KELP_EXPORT SecurityLog {
     std::unique_ptr<LogWriter> writer_;
 };
 
-/// Appends one record at once, beside a running SecurityLog of another process: for the operator's tools.
-/// Throws std::runtime_error with one sentence when that cannot be done within 2 s. Of the settings the
-/// database and the key file count.
+/// Appends one record at once, beside a running SecurityLog of another process: for the operator's
+/// tools. Throws std::runtime_error with one sentence when that cannot be done within 2 s. Of the
+/// settings the database and the key file count.
 KELP_EXPORT void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& record);
 
-/// What keeps a security log with these settings from being written: the key can be read or written by
-/// others, holds nothing usable, or is not the one that the log was made with. One sentence; empty: nothing.
+/// What keeps a security log with these settings from being written: the key can be read or written
+/// by others, holds nothing usable, or is not the one that the log was made with. One sentence;
+/// empty: nothing.
 KELP_EXPORT std::string problemOfAuditKey(const LogSettings& settings);
 
 /// A place in the chain: the record's number and its hash.
@@ -74,17 +75,19 @@ struct KELP_EXPORT Verification {
     std::uint64_t problemCount = 0;
 };
 
-/// Checks the whole chain without changing or locking anything. Found are records that were changed, removed,
-/// put in or moved, also the oldest (the log itself says how far retention has gone) and the last ones (the
-/// file notes its head). `keyFile` is LogSettings::auditKeyFile: with its key a chain made anew by somebody
-/// who lacks it is found too. Not found is
-/// - a shortened file with its noted head set back, and an older copy put back: against that, note heads
-/// elsewhere and
+/// Checks the whole chain without changing or locking anything. Found are records that were
+/// changed, removed, put in or moved, also the oldest (the log itself says how far retention has
+/// gone) and the last ones (the file notes its head). `keyFile` is LogSettings::auditKeyFile: with
+/// its key a chain made anew by somebody who lacks it is found too. Not found is
+/// - a shortened file with its noted head set back, and an older copy put back: against that, note
+/// heads elsewhere and
 ///   give them as `known`, which must be in the chain still unless retention has taken them;
-/// - what somebody does who has the key and write access, after the newest head that was noted elsewhere;
-/// - in a log without a key, what somebody with write access does who makes all later hashes and the head
-/// anew. Records that a crash lost before they were written cannot be missed. Throws std::runtime_error with
-/// one sentence when the file or the key cannot be read, or the key that the log was made with is missing.
+/// - what somebody does who has the key and write access, after the newest head that was noted
+/// elsewhere;
+/// - in a log without a key, what somebody with write access does who makes all later hashes and
+/// the head anew. Records that a crash lost before they were written cannot be missed. Throws
+/// std::runtime_error with one sentence when the file or the key cannot be read, or the key that
+/// the log was made with is missing.
 KELP_EXPORT Verification verify(const std::filesystem::path& database,
                                 const std::vector<ChainHead>& known = {},
                                 const std::filesystem::path& keyFile = {});

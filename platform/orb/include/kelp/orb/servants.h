@@ -7,8 +7,8 @@
 
 namespace kelp::orb {
 
-/// Repository id of the servant's most derived interface ("IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0"); empty
-/// for null. No call is made.
+/// Repository id of the servant's most derived interface
+/// ("IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0"); empty for null. No call is made.
 KELP_EXPORT std::string repositoryId(PortableServer::Servant servant);
 
 }  // namespace kelp::orb

@@ -6,20 +6,22 @@
 
 namespace kelp::orb {
 
-/// Cipher suites with forward secrecy and authenticated encryption, strongest first. TLS 1.2, in the form of
-/// openssl-ciphers(1).
-inline constexpr const char* kTlsCiphers = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:!aDSS";
+/// Cipher suites with forward secrecy and authenticated encryption, strongest first. TLS 1.2, in
+/// the form of openssl-ciphers(1).
+inline constexpr const char* kTlsCiphers =
+    "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:!aDSS";
 /// The same for TLS 1.3, as names joined by colons.
 inline constexpr const char* kTlsCipherSuites =
     "TLS_AES_256_GCM_SHA384:TLS_CHACHA20_POLY1305_SHA256:TLS_AES_128_GCM_SHA256";
 
-/// Why a list of TLS 1.2 suites cannot be used, as a clause; empty when it can. Each of its parts must name a
-/// suite that the library knows, and what the list comes to must have forward secrecy (ECDHE or DHE),
-/// authenticated encryption, an RSA or ECDSA certificate, and at least the library's security level 2.
+/// Why a list of TLS 1.2 suites cannot be used, as a clause; empty when it can. Each of its parts
+/// must name a suite that the library knows, and what the list comes to must have forward secrecy
+/// (ECDHE or DHE), authenticated encryption, an RSA or ECDSA certificate, and at least the
+/// library's security level 2.
 KELP_EXPORT std::string problemOfTlsCiphers(const std::string& ciphers);
 
-/// The same for TLS 1.3, whose suites all have these properties: each name must be one that the library
-/// knows.
+/// The same for TLS 1.3, whose suites all have these properties: each name must be one that the
+/// library knows.
 KELP_EXPORT std::string problemOfTlsCipherSuites(const std::string& suites);
 
 }  // namespace kelp::orb

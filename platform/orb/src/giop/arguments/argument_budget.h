@@ -7,8 +7,8 @@
 
 namespace kelp::orb::giop {
 
-/// The limits of one check and what is left of them, with the first thing that was found wrong. Not thread
-/// safe.
+/// The limits of one check and what is left of them, with the first thing that was found wrong. Not
+/// thread safe.
 class ArgumentBudget {
   public:
     ArgumentBudget(const ArgumentLimits& limits, std::size_t messageOctets)

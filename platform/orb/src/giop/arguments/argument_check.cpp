@@ -30,7 +30,8 @@ ArgumentVerdict checkArguments(std::string_view operation, const EncodedArgument
         return ArgumentVerdict::Fine;
     ArgumentBudget budget(limits, arguments.message.size());
     TypeTable table(shapeNodes(), shapeParts());
-    ArgumentReader reader(arguments.message, arguments.body, arguments.littleEndian, arguments.fragments);
+    ArgumentReader reader(arguments.message, arguments.body, arguments.littleEndian,
+                          arguments.fragments);
     ValueWalk(table, budget, reader, arguments.minorVersion).value(*parameters);
     return budget.verdict();
 }

@@ -25,8 +25,8 @@ void ArgumentReader::fail() {
     at_ = end_;
 }
 
-/// Alignment counts from here. It can lie before the message for an early fragment, so the arithmetic is
-/// modular.
+/// Alignment counts from here. It can lie before the message for an early fragment, so the
+/// arithmetic is modular.
 std::size_t ArgumentReader::alignmentOrigin() const {
     const auto next = std::upper_bound(fragments_.begin(), fragments_.end(), at_);
     return next == fragments_.begin() ? origin_ : *std::prev(next) - headerOctets;

@@ -6,15 +6,16 @@
 
 namespace kelp::orb::giop {
 
-/// Reads CDR (CORBA 15.3) in a message, without copying. Alignment follows GIOP, as the headers of fragments
-/// and the beginnings of encapsulations shift it. A read beyond the end fails, and so does every read after
-/// it: numbers are 0 then, and `failed` says so. Not thread safe.
+/// Reads CDR (CORBA 15.3) in a message, without copying. Alignment follows GIOP, as the headers of
+/// fragments and the beginnings of encapsulations shift it. A read beyond the end fails, and so
+/// does every read after it: numbers are 0 then, and `failed` says so. Not thread safe.
 class ArgumentReader {
   public:
     using Octets = std::span<const std::uint8_t>;
 
     /// Reads from `at` to the end of the message. `fragments` as in EncodedArguments.
-    ArgumentReader(Octets message, std::size_t at, bool littleEndian, std::span<const std::size_t> fragments);
+    ArgumentReader(Octets message, std::size_t at, bool littleEndian,
+                   std::span<const std::size_t> fragments);
 
     std::uint8_t octet();
     std::uint16_t unsignedShort() { return static_cast<std::uint16_t>(number(2)); }
@@ -30,8 +31,8 @@ class ArgumentReader {
     /// A string; failed without the zero octet at its end.
     void skipText();
 
-    /// The encapsulation that begins here with its length; this reader moves on behind it. Failed when there
-    /// is none.
+    /// The encapsulation that begins here with its length; this reader moves on behind it. Failed
+    /// when there is none.
     ArgumentReader encapsulation();
 
     bool failed() const { return failed_; }

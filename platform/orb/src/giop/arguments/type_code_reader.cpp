@@ -147,15 +147,18 @@ std::optional<std::uint32_t> TypeCodeReader::type(ArgumentReader& reader, bool m
     return seen_[own].place;
 }
 
-/// The offset counts from its own place (CORBA 15.3.5.1), so it leads back by more than the kind before it.
+/// The offset counts from its own place (CORBA 15.3.5.1), so it leads back by more than the kind
+/// before it.
 std::optional<std::uint32_t> TypeCodeReader::indirection(ArgumentReader& reader, bool mayRecur) {
     const std::uint32_t offset = reader.unsignedLong();
     const std::size_t from = reader.at() - sizeof offset;
-    const std::size_t back = std::size_t{0} - static_cast<std::size_t>(static_cast<std::int32_t>(offset));
+    const std::size_t back =
+        std::size_t{0} - static_cast<std::size_t>(static_cast<std::int32_t>(offset));
     if (reader.failed() || back > from)
         return refuse(ArgumentVerdict::Malformed);
-    const auto found = std::lower_bound(seen_.begin(), seen_.end(), from - back,
-                                        [](const Seen& seen, std::size_t at) { return seen.offset < at; });
+    const auto found =
+        std::lower_bound(seen_.begin(), seen_.end(), from - back,
+                         [](const Seen& seen, std::size_t at) { return seen.offset < at; });
     if (found == seen_.end() || found->offset != from - back)
         return refuse(ArgumentVerdict::Malformed);
     return found->weight == 0 ? recursion(*found, mayRecur) : repetition(*found);
@@ -167,14 +170,14 @@ std::optional<std::uint32_t> TypeCodeReader::recursion(const Seen& target, bool 
         return refuse(ArgumentVerdict::Malformed);
     if (!count(1))
         return std::nullopt;
-    const auto level =
-        std::find_if(open_.begin(), open_.end(), [&](std::size_t each) { return &seen_[each] == &target; });
+    const auto level = std::find_if(open_.begin(), open_.end(),
+                                    [&](std::size_t each) { return &seen_[each] == &target; });
     seen_[open_.back()].recursion |= std::uint64_t{1} << (level - open_.begin());
     return target.place;
 }
 
-/// The type is complete. If it leads back to types around it, these must be around this place as well:
-/// walking such a type from elsewhere takes the ORB exponential time.
+/// The type is complete. If it leads back to types around it, these must be around this place as
+/// well: walking such a type from elsewhere takes the ORB exponential time.
 std::optional<std::uint32_t> TypeCodeReader::repetition(const Seen& target) {
     for (std::size_t level = 0; level < levelsMax && target.recursion >> level != 0; ++level) {
         const bool leadsThere = (target.recursion >> level & 1) != 0;
@@ -204,7 +207,8 @@ bool TypeCodeReader::content(ArgumentReader& reader, std::uint32_t kind, std::si
             node.kind = TypeKind::Fixed;
             node.length = reader.unsignedShort();
             // the ORB reads as many digits as the type says into a buffer for 31
-            if (node.length == 0 || node.length > fixedDigitsMax || reader.unsignedShort() > node.length)
+            if (node.length == 0 || node.length > fixedDigitsMax ||
+                reader.unsignedShort() > node.length)
                 return false;
             break;
         default:
@@ -316,7 +320,8 @@ bool TypeCodeReader::unionMembers(ArgumentReader& inside, std::uint32_t place) {
             return false;
         parts.push_back({*member, label});
     }
-    const std::uint32_t defaultPart = defaultIndex < 0 ? 0 : static_cast<std::uint32_t>(defaultIndex) + 1;
+    const std::uint32_t defaultPart =
+        defaultIndex < 0 ? 0 : static_cast<std::uint32_t>(defaultIndex) + 1;
     table_.complete(place, {TypeKind::Union, 0, defaultPart, 0, 0}, parts);
     return true;
 }

@@ -10,9 +10,10 @@
 
 namespace kelp::orb::giop {
 
-/// Reads one outermost TypeCode (CORBA 15.3.5.1) into a table. An indirection must lead to a type that began
-/// earlier within the same outermost TypeCode. One that leads to a type still open makes a recursive type;
-/// IDL has these only as elements of sequences and in valuetypes. Not thread safe.
+/// Reads one outermost TypeCode (CORBA 15.3.5.1) into a table. An indirection must lead to a type
+/// that began earlier within the same outermost TypeCode. One that leads to a type still open makes
+/// a recursive type; IDL has these only as elements of sequences and in valuetypes. Not thread
+/// safe.
 class TypeCodeReader {
   public:
     TypeCodeReader(TypeTable& table, ArgumentBudget& budget, std::uint32_t anyDepth)
@@ -26,7 +27,7 @@ class TypeCodeReader {
     struct Seen {
         std::size_t offset;
         std::uint32_t place;
-        std::uint32_t weight;     ///< types in it, those behind indirections included; 0: still open
+        std::uint32_t weight;  ///< types in it, those behind indirections included; 0: still open
         std::uint64_t recursion;  ///< levels around it that types in it lead back to, one bit each
         bool canRecur;            ///< a struct, exception, union or valuetype
     };
@@ -36,7 +37,8 @@ class TypeCodeReader {
     std::optional<std::uint32_t> recursion(const Seen& target, bool mayRecur);
     std::optional<std::uint32_t> repetition(const Seen& target);
 
-    // the parameters of the kinds; `own` is the type's place in seen_, `place` its place in the table
+    // the parameters of the kinds; `own` is the type's place in seen_, `place` its place in the
+    // table
     bool content(ArgumentReader& reader, std::uint32_t kind, std::size_t own);
     bool encapsulated(ArgumentReader& reader, std::uint32_t kind, std::size_t own);
     bool named(ArgumentReader& inside, std::uint32_t kind, std::size_t own);

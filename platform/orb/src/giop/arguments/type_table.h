@@ -10,7 +10,8 @@ namespace kelp::orb::giop {
 /// How a value of a type is encoded. Aliases are resolved, and what is encoded alike is one kind.
 enum class TypeKind : std::uint8_t {
     Nothing,    ///< null, void
-    Number,     ///< integers, characters, booleans, enums: `size` octets, aligned to as many; see isLabel
+    Number,     ///< integers, characters, booleans, enums: `size` octets, aligned to as many; see
+                ///< isLabel
     Real,       ///< float, double, long double: `size` octets, aligned to at most 8
     Text,       ///< string; Principal, which is encoded alike
     WideText,   ///< wstring
@@ -20,10 +21,11 @@ enum class TypeKind : std::uint8_t {
     Reference,  ///< an object reference
     Fixed,      ///< fixed: `length` digits
     Struct,     ///< struct, exception: the parts in order
-    Union,     ///< the discriminator's type, then the members with their labels; the default is part `length`
-    Sequence,  ///< of the one part
-    Array,     ///< of the one part, `length` elements
-    Value,     ///< a valuetype of any kind
+    Union,  ///< the discriminator's type, then the members with their labels; the default is part
+            ///< `length`
+    Sequence,      ///< of the one part
+    Array,         ///< of the one part, `length` elements
+    Value,         ///< a valuetype of any kind
     Interface,     ///< an abstract interface: an object reference or a value
     Unreceivable,  ///< a local interface: there is no encoded value
 };
@@ -43,15 +45,15 @@ struct TypePart {
     std::uint64_t label = 0;  ///< of a union's member, as it is encoded
 };
 
-/// Whether a number can select a union's member. `length` of a Number is the largest one that can, or 0 for
-/// any: booleans and characters are compared after they are decoded, where other octets could come to equal a
-/// label.
+/// Whether a number can select a union's member. `length` of a Number is the largest one that can,
+/// or 0 for any: booleans and characters are compared after they are decoded, where other octets
+/// could come to equal a label.
 inline bool isLabel(std::uint64_t value, const TypeNode& number) {
     return number.length == 0 || value <= number.length;
 }
 
-/// Types that refer to each other by their places. Grows while TypeCodes are read and shrinks again after the
-/// value of each any. Not thread safe.
+/// Types that refer to each other by their places. Grows while TypeCodes are read and shrinks again
+/// after the value of each any. Not thread safe.
 class TypeTable {
   public:
     struct Size {

@@ -92,7 +92,8 @@ bool ValueWalk::typeCode() {
     return type.has_value();
 }
 
-/// The type's id and the profiles (CORBA 13.6.2). Some ORBs send a nil reference with an id of no octets.
+/// The type's id and the profiles (CORBA 13.6.2). Some ORBs send a nil reference with an id of no
+/// octets.
 bool ValueWalk::reference() {
     reader_.skipCounted();
     const std::uint32_t profiles = reader_.unsignedLong();
@@ -112,8 +113,8 @@ bool ValueWalk::structMembers(const TypeNode& node) {
     return true;
 }
 
-/// The ORB looks at one label after another, so each is work. Without a label that fits and without a default
-/// there is no member.
+/// The ORB looks at one label after another, so each is work. Without a label that fits and without
+/// a default there is no member.
 bool ValueWalk::unionMember(const TypeNode& node) {
     const TypeNode switchedOn = table_.node(table_.part(node.firstPart).type);
     const std::uint64_t discriminator = reader_.number(switchedOn.size);

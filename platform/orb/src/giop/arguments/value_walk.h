@@ -8,11 +8,12 @@
 
 namespace kelp::orb::giop {
 
-/// Walks encoded values along their types, without decoding them. The types of anys are read on the way. Each
-/// operation is false when the budget has a verdict. Not thread safe.
+/// Walks encoded values along their types, without decoding them. The types of anys are read on the
+/// way. Each operation is false when the budget has a verdict. Not thread safe.
 class ValueWalk {
   public:
-    ValueWalk(TypeTable& table, ArgumentBudget& budget, ArgumentReader& reader, std::uint8_t minorVersion)
+    ValueWalk(TypeTable& table, ArgumentBudget& budget, ArgumentReader& reader,
+              std::uint8_t minorVersion)
         : table_(table), budget_(budget), reader_(reader), minorVersion_(minorVersion) {}
 
     bool value(std::uint32_t type);

@@ -11,14 +11,14 @@
 
 namespace kelp::orb {
 
-/// The process's outgoing connections, and the limit of the calls over them while there is one. Without a
-/// limit it costs a call a few atomic writes. Callable from any thread; never destroyed.
+/// The process's outgoing connections, and the limit of the calls over them while there is one.
+/// Without a limit it costs a call a few atomic writes. Callable from any thread; never destroyed.
 class CallWatch {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// One outgoing connection, watched as long as this object lives. Sending and receiving are announced by
-    /// the one thread that has a call over it.
+    /// One outgoing connection, watched as long as this object lives. Sending and receiving are
+    /// announced by the one thread that has a call over it.
     class Connection {
       public:
         /// `descriptor` is that of its socket; -1: unknown, and its calls cannot be ended.

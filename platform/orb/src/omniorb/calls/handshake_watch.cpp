@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "tls/refusals.h"
 #include "omniorb/calls/call_watch.h"
+#include "tls/refusals.h"
 
 namespace kelp::orb {
 
@@ -23,7 +23,8 @@ int watchedIndex() {
 }
 
 void replaceWatched(SSL* connection, std::unique_ptr<Watched> next) {
-    const std::unique_ptr<Watched> before(static_cast<Watched*>(SSL_get_ex_data(connection, watchedIndex())));
+    const std::unique_ptr<Watched> before(
+        static_cast<Watched*>(SSL_get_ex_data(connection, watchedIndex())));
     SSL_set_ex_data(connection, watchedIndex(), next.release());
 }
 

@@ -17,10 +17,10 @@
 #include <algorithm>
 #include <atomic>
 
+#include "omniorb/calls/reply_connection.h"
+#include "omniorb/requests/interceptor_list.h"
 #include "port_state.h"
 #include "trace.h"
-#include "omniorb/requests/interceptor_list.h"
-#include "omniorb/calls/reply_connection.h"
 
 namespace kelp::orb {
 
@@ -28,17 +28,18 @@ namespace {
 
 using Interceptors = omni::omniInterceptors;
 
-/// A call is sent again when its connection was closed in order, and to where it is forwarded. An idle
-/// connection that the peer has closed costs one sending, so a restarted peer costs a few.
+/// A call is sent again when its connection was closed in order, and to where it is forwarded. An
+/// idle connection that the peer has closed costs one sending, so a restarted peer costs a few.
 constexpr unsigned sendingsMax = 6;
 constexpr unsigned forwardsMax = 3;
-/// A reply that forwards a call has fewer octets, and is in one piece. A reference has some hundred.
+/// A reply that forwards a call has fewer octets, and is in one piece. A reference has some
+/// hundred.
 constexpr CORBA::ULong forwardOctetsMax = 64 * 1024;
 
 std::atomic<const ForwardCheck*> theCheck{nullptr};
 
-/// The call that a thread is making. The ORB shows no beginning of a call: two calls differ in their
-/// deadline, and a call without one is not told from the next.
+/// The call that a thread is making. The ORB shows no beginning of a call: two calls differ in
+/// their deadline, and a call without one is not told from the next.
 struct CallInProgress {
     const omniCallDescriptor* call = nullptr;
     unsigned long seconds = 0;
@@ -53,15 +54,15 @@ CallInProgress& callOf(const omniCallDescriptor* call) {
     const omni_time_t& deadline = call->getDeadline();
     const auto seconds = static_cast<unsigned long>(deadline.s);
     const auto nanoseconds = static_cast<unsigned long>(deadline.ns);
-    if (inProgress.call != call || inProgress.seconds != seconds || inProgress.nanoseconds != nanoseconds ||
-        (seconds == 0 && nanoseconds == 0))
+    if (inProgress.call != call || inProgress.seconds != seconds ||
+        inProgress.nanoseconds != nanoseconds || (seconds == 0 && nanoseconds == 0))
         inProgress = {call, seconds, nanoseconds, 0, 0};
     return inProgress;
 }
 
 [[noreturn]] void giveUp(const char* peer, const char* operation, const std::string& why) {
-    traceException(std::string("the call of ") + operation + " to " + (peer != nullptr ? peer : "nobody") +
-                   " is given up: " + why);
+    traceException(std::string("the call of ") + operation + " to " +
+                   (peer != nullptr ? peer : "nobody") + " is given up: " + why);
     throw CORBA::TRANSIENT(0, CORBA::COMPLETED_MAYBE);
 }
 
@@ -92,7 +93,8 @@ bool mayFollow(const PeerAddress& from, const Endpoint& to) {
     if (isOwn(to))
         return false;
     const ForwardCheck* const check = theCheck.load();
-    return check != nullptr ? check->mayFollow(from, to) : isSameAddress(from, parseHostAddress(to.host));
+    return check != nullptr ? check->mayFollow(from, to)
+                            : isSameAddress(from, parseHostAddress(to.host));
 }
 
 /// The reference in a reply, as text.
@@ -122,7 +124,8 @@ std::string forwardedTo(omni::GIOP_C& stream) {
     const PeerAddress from = parsePeer(info.peeraddress());
     for (const Endpoint& each : content.endpoints)
         if (!mayFollow(from, each))
-            giveUp(info.peeraddress(), info.operation(), "it may not be forwarded to " + hostAndPort(each));
+            giveUp(info.peeraddress(), info.operation(),
+                   "it may not be forwarded to " + hostAndPort(each));
     const CORBA::ORB_var orb = PortState::instance().orb();
     CORBA::Object_var target = orb->string_to_object(text.c_str());
     throw omniORB::LOCATION_FORWARD(target._retn(), isPermanent);

@@ -10,9 +10,9 @@
 
 namespace kelp::orb {
 
-/// An outgoing connection of the ORB's, over any transport, that ends when the peer sends what no reply is,
-/// and when a call over it takes longer than the limit of all calls. Owned by the ORB, which counts
-/// references; owns the ORB's connection.
+/// An outgoing connection of the ORB's, over any transport, that ends when the peer sends what no
+/// reply is, and when a call over it takes longer than the limit of all calls. Owned by the ORB,
+/// which counts references; owns the ORB's connection.
 class ReplyConnection final : public omni::giopConnection {
   public:
     explicit ReplyConnection(omni::giopConnection& inner);

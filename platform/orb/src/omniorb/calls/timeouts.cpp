@@ -10,19 +10,22 @@ namespace {
 
 thread_local std::chrono::milliseconds threadLimit{0};
 
-/// The ORB counts in unsigned milliseconds. A limit that has run out already must not switch the limit off.
+/// The ORB counts in unsigned milliseconds. A limit that has run out already must not switch the
+/// limit off.
 CORBA::ULong orbLimit(std::chrono::milliseconds limit) {
     constexpr std::chrono::milliseconds::rep longest = std::numeric_limits<CORBA::Long>::max();
     if (limit.count() == 0)
         return 0;
-    return static_cast<CORBA::ULong>(std::clamp<std::chrono::milliseconds::rep>(limit.count(), 1, longest));
+    return static_cast<CORBA::ULong>(
+        std::clamp<std::chrono::milliseconds::rep>(limit.count(), 1, longest));
 }
 
 }  // namespace
 
 bool setThreadTimeout(std::chrono::milliseconds limit) {
     try {
-        // the ORB keeps the limit in its own thread object, which only threads of its making have at first
+        // the ORB keeps the limit in its own thread object, which only threads of its making have
+        // at first
         thread_local omni_thread::ensure_self self;
         omniORB::setClientThreadCallTimeout(orbLimit(limit));
     } catch (const CORBA::SystemException&) {

@@ -1,7 +1,8 @@
-// Requests with octets left over behind their arguments. The ORB closes the connection but leaves the
-// request in the state in which a reply is still to come, and so never deletes it: some 9 KiB each, and any
-// peer can fill the memory with them. The dynamic linker prefers this definition to the ORB's, also for
-// calls from within the ORB, because libkelp_orb stands before the ORB's library wherever it is linked.
+// Requests with octets left over behind their arguments. The ORB closes the connection but leaves
+// the request in the state in which a reply is still to come, and so never deletes it: some 9 KiB
+// each, and any peer can fill the memory with them. The dynamic linker prefers this definition to
+// the ORB's, also for calls from within the ORB, because libkelp_orb stands before the ORB's
+// library wherever it is linked.
 
 #include <dlfcn.h>
 #include <omniORB4/CORBA.h>

@@ -1,8 +1,8 @@
-// Checks that a message is long enough for a sequence of the length that it claims. The ORB's own functions
-// multiply in 32 bits, so that 0x40000000 numbers of four octets take none: the ORB then allocates
-// gigabytes, and the servant gets a sequence that was never filled. The dynamic linker prefers these
-// definitions to the ORB's, also for calls from within the ORB, because libkelp_orb stands before the ORB's
-// library wherever it is linked.
+// Checks that a message is long enough for a sequence of the length that it claims. The ORB's own
+// functions multiply in 32 bits, so that 0x40000000 numbers of four octets take none: the ORB then
+// allocates gigabytes, and the servant gets a sequence that was never filled. The dynamic linker
+// prefers these definitions to the ORB's, also for calls from within the ORB, because libkelp_orb
+// stands before the ORB's library wherever it is linked.
 
 #include <omniORB4/CORBA.h>
 
@@ -32,7 +32,8 @@ __attribute__((visibility("default"))) CORBA::Boolean cdrMemoryStream::checkInpu
     if (!pd_readonly_and_external_buffer)
         pd_inb_end = pd_outb_mkr;
     const auto left = static_cast<const char*>(pd_inb_end) - static_cast<const char*>(pd_inb_mkr);
-    return left >= 0 && octetsOf(pd_inb_mkr, itemSize, items, alignment) <= static_cast<std::uint64_t>(left);
+    return left >= 0 &&
+           octetsOf(pd_inb_mkr, itemSize, items, alignment) <= static_cast<std::uint64_t>(left);
 }
 
 __attribute__((visibility("default"))) CORBA::Boolean omni::giopStream::checkInputOverrun(

@@ -10,8 +10,8 @@ namespace {
 
 using PortableServer::POAManager;
 
-/// The POA of well-known keys has a manager of its own. It follows what callers are told for the root's, so
-/// that a well-known key is no way in before the rest is ready.
+/// The POA of well-known keys has a manager of its own. It follows what callers are told for the
+/// root's, so that a well-known key is no way in before the rest is ready.
 class KeyGate {
   public:
     static KeyGate& instance() {
@@ -42,8 +42,8 @@ class KeyGate {
     }
 
   private:
-    /// Brings the manager to the wanted state; again when that changed meanwhile, as the ORB is called
-    /// without the lock.
+    /// Brings the manager to the wanted state; again when that changed meanwhile, as the ORB is
+    /// called without the lock.
     void settle() {
         bool wanted = false;
         PortableServer::POAManager_var manager;

@@ -18,14 +18,14 @@
 #include <exception>
 #include <string_view>
 
-#include "port_state.h"
-#include "request_record.h"
-#include "trace.h"
 #include "omniorb/requests/interceptor_list.h"
 #include "omniorb/requests/locating.h"
 #include "omniorb/requests/object_key.h"
 #include "omniorb/requests/reply_check.h"
 #include "omniorb/tls.h"
+#include "port_state.h"
+#include "request_record.h"
+#include "trace.h"
 
 namespace kelp::orb {
 
@@ -35,7 +35,8 @@ using Interceptors = omni::omniInterceptors;
 
 std::atomic<RequestHook*> theHook{nullptr};
 
-/// Calls the hook so that nothing but a system exception comes out: anything else would end the connection.
+/// Calls the hook so that nothing but a system exception comes out: anything else would end the
+/// connection.
 template <class Call>
 void callHook(const char* point, Call call) {
     try {
@@ -68,7 +69,8 @@ RequestRecord::Target targetOfKey(std::string_view octets) {
 }
 
 std::string_view keyOf(omni::GIOP_S& request) {
-    // a request may also address its target by a whole profile; then there is no key, and no object is found
+    // a request may also address its target by a whole profile; then there is no key, and no object
+    // is found
     const int size = request.keysize();
     const CORBA::Octet* const octets = request.key();
     if (size < 0 || octets == nullptr)
@@ -79,7 +81,8 @@ std::string_view keyOf(omni::GIOP_S& request) {
 /// The request that reached no servant has been answered, or will never be.
 void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
     RequestHook* const hook = theHook.load();
-    if (const RequestInfo* const request = requests.waiting(); request != nullptr && hook != nullptr)
+    if (const RequestInfo* const request = requests.waiting();
+        request != nullptr && hook != nullptr)
         hook->undelivered(*request, answer);
     requests.drop();
 }
@@ -90,7 +93,8 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ReplyCheck::begin(info.giop_s);
     RequestRecord& record = requests.arrive();
     const std::string_view key = keyOf(info.giop_s);
-    record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key, targetOfKey);
+    record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key,
+                  targetOfKey);
     if (RequestHook* const hook = theHook.load(); hook != nullptr) {
         try {
             callHook("request hook, received,", [&] { hook->received(record); });
@@ -104,7 +108,8 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     return true;
 }
 
-/// Runs the servant. What it answers is replaced by DATA_CONVERSION if the client's code set cannot hold it.
+/// Runs the servant. What it answers is replaced by DATA_CONVERSION if the client's code set cannot
+/// hold it.
 void serve(omniCallDescriptor& call, omniServant* servant) {
     try {
         call.interceptedCall(servant);
@@ -121,7 +126,8 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
         return;
     }
     ThreadRequests& requests = ThreadRequests::ofThisThread();
-    // a POA whose servants run on another thread than the one that read the request: never pass the hook by
+    // a POA whose servants run on another thread than the one that read the request: never pass the
+    // hook by
     if (!requests.hasArrived()) {
         const CORBA::ORB_var orb = PortState::instance().orb();
         requests.arrive().assign(call->op(), nullptr, {currentTopPoaName(orb.in()), {}, {}});

@@ -2,7 +2,8 @@
 
 namespace kelp::orb {
 
-/// Lists of interceptors survive the ORB they were made for and would otherwise hold a function twice.
+/// Lists of interceptors survive the ORB they were made for and would otherwise hold a function
+/// twice.
 template <class List, class Function>
 void addOnce(List& list, Function function) {
     list.remove(function);

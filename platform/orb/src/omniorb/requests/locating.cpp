@@ -3,8 +3,8 @@
 #include <kelp/orb/poas.h>
 #include <omniORB4/omniORB.h>
 
-// the object key of a request and the policies of a POA are only in the ORB's internal headers, whose order
-// matters
+// the object key of a request and the policies of a POA are only in the ORB's internal headers,
+// whose order matters
 // clang-format off
 #include <omniORB4/IOP_S.h>
 #include <omniORB4/internal/giopStrand.h>
@@ -17,8 +17,8 @@
 #include <algorithm>
 #include <string>
 
-#include "port_state.h"
 #include "omniorb/requests/object_key.h"
+#include "port_state.h"
 
 namespace kelp::orb {
 
@@ -89,10 +89,12 @@ bool isThere(PortableServer::POA_ptr poa, const PortableServer::ObjectId& id) {
     } catch (const PortableServer::POA::WrongPolicy&) {
         return true;  // without a servant manager the ORB knows by itself
     }
-    const PortableServer::ServantLocator_var locator = PortableServer::ServantLocator::_narrow(manager.in());
+    const PortableServer::ServantLocator_var locator =
+        PortableServer::ServantLocator::_narrow(manager.in());
     if (!CORBA::is_nil(locator.in()))
         return isServedBy(locator.in(), id, poa);
-    // of an activator those objects count that are active: it is not asked to make any for a question
+    // of an activator those objects count that are active: it is not asked to make any for a
+    // question
     const PortableServer::ServantBase_var servant = poa->id_to_servant(id);
     return true;
 }
@@ -124,8 +126,8 @@ struct Guarded {
         ofTheOrb(stream);
         auto& request = *static_cast<omni::GIOP_S*>(stream);
         const int size = request.keysize();
-        if (size > 0 &&
-            !mayBeThere({reinterpret_cast<const char*>(request.key()), static_cast<std::size_t>(size)}))
+        if (size > 0 && !mayBeThere({reinterpret_cast<const char*>(request.key()),
+                                     static_cast<std::size_t>(size)}))
             request.resetKey();  // nothing is there under no key
     }
 

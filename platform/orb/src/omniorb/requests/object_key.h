@@ -4,10 +4,11 @@
 
 namespace kelp::orb {
 
-/// What an object key of this ORB says: FF name FF name ... then FE and 8 octets (of a transient POA) or
-/// nothing (of a persistent one), 00, object id. Views of the key.
+/// What an object key of this ORB says: FF name FF name ... then FE and 8 octets (of a transient
+/// POA) or nothing (of a persistent one), 00, object id. Views of the key.
 struct ObjectKey {
-    std::string_view poaPath;  ///< FF name FF name ..., from the root's child on; empty for no POA below it
+    std::string_view
+        poaPath;  ///< FF name FF name ..., from the root's child on; empty for no POA below it
     bool hasTransientMark = false;
     bool hasObjectId = false;  ///< false for a key that ends early
     std::string_view objectId;

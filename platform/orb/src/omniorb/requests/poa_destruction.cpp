@@ -11,9 +11,9 @@ namespace kelp::orb {
 
 namespace {
 
-/// A POA below the root whose destruction has begun. The POA is told apart by its address and not held by a
-/// reference: that would keep its servant manager, and so code of a module, for longer than the POA itself
-/// lives.
+/// A POA below the root whose destruction has begun. The POA is told apart by its address and not
+/// held by a reference: that would keep its servant manager, and so code of a module, for longer
+/// than the POA itself lives.
 struct Dying {
     PortableServer::POA_var root;
     PortableServer::POA_ptr identity;
@@ -22,14 +22,16 @@ struct Dying {
     bool begun = false;  ///< destroy() has returned
 };
 
-/// Asking about one entry walks through all children of the root, so it is not done for every destruction.
+/// Asking about one entry walks through all children of the root, so it is not done for every
+/// destruction.
 constexpr std::size_t kPruneAtLeast = 64;
 
 struct DyingPoas {
     std::mutex lock;
     std::list<Dying> entries;
     std::uint64_t numbers = 0;
-    std::size_t pruneAt = kPruneAtLeast;  ///< number of entries from which on those that are gone are sought
+    std::size_t pruneAt =
+        kPruneAtLeast;  ///< number of entries from which on those that are gone are sought
 };
 
 // never deleted: the ORB's own threads may still ask while the process ends
@@ -38,8 +40,8 @@ DyingPoas& dyingPoas() {
     return *poas;
 }
 
-/// Is this child of the root the one that the entry means? Near its end a POA has no name any more but still
-/// occupies its place (its objects are being etherealized).
+/// Is this child of the root the one that the entry means? Near its end a POA has no name any more
+/// but still occupies its place (its objects are being etherealized).
 bool isSame(PortableServer::POA_ptr child, const Dying& dying) {
     if (child != dying.identity)
         return false;
@@ -70,8 +72,8 @@ PortableServer::POAList* childrenOf(PortableServer::POA_ptr root) {
     }
 }
 
-/// The root lists a child until the last of its calls has ended and the last of its objects is etherealized;
-/// as long as it is listed, create_POA of the same name would wait.
+/// The root lists a child until the last of its calls has ended and the last of its objects is
+/// etherealized; as long as it is listed, create_POA of the same name would wait.
 bool isGone(const Dying& dying, PortableServer::POAList& children) {
     try {
         for (CORBA::ULong i = 0; i < children.length(); ++i) {
@@ -97,7 +99,8 @@ void erase(std::uint64_t number) {
         dyingPoas().entries.erase(entry);
 }
 
-/// Removes those of the entries whose POAs are gone; how many are left. The ORB is asked without the lock.
+/// Removes those of the entries whose POAs are gone; how many are left. The ORB is asked without
+/// the lock.
 std::size_t prune(const std::list<Dying>& seen) {
     std::size_t left = seen.size();
     PortableServer::POA_ptr root = PortableServer::POA::_nil();  // owned by the entries
@@ -190,8 +193,8 @@ bool waitUntilGone(const std::string& name, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     std::chrono::milliseconds pause(1);
     while (isNameDying(name)) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end - std::chrono::steady_clock::now());
         if (left <= std::chrono::milliseconds::zero())
             return false;
         std::this_thread::sleep_for(std::min(pause, left));

@@ -10,10 +10,11 @@ class GIOP_S;
 
 namespace kelp::orb {
 
-/// Whether the reply to the request in hand can be written in the code set that its client has chosen. The
-/// ORB finds out only while it writes the reply; by then it can no longer answer anything else and closes the
-/// connection, with every other call on it. So a client whose code set is another than this process's has its
-/// replies tried out first, at the cost of encoding them twice.
+/// Whether the reply to the request in hand can be written in the code set that its client has
+/// chosen. The ORB finds out only while it writes the reply; by then it can no longer answer
+/// anything else and closes the connection, with every other call on it. So a client whose code set
+/// is another than this process's has its replies tried out first, at the cost of encoding them
+/// twice.
 ///
 /// Each thread has the request that it serves; all functions are for the thread that serves it.
 class ReplyCheck {

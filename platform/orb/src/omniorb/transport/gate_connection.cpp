@@ -28,11 +28,13 @@ milliseconds timeUntil(const omni_time_t& deadline) {
     omni_time_t now;
     omni_thread::get_time(now);
     const auto seconds = static_cast<std::int64_t>(deadline.s) - static_cast<std::int64_t>(now.s);
-    const auto nanoseconds = static_cast<std::int64_t>(deadline.ns) - static_cast<std::int64_t>(now.ns);
+    const auto nanoseconds =
+        static_cast<std::int64_t>(deadline.ns) - static_cast<std::int64_t>(now.ns);
     return milliseconds(std::max<std::int64_t>(seconds * 1000 + nanoseconds / 1000000, 0));
 }
 
-/// At its stop the ORB says goodbye to each connection, one after the other: none may keep it waiting.
+/// At its stop the ORB says goodbye to each connection, one after the other: none may keep it
+/// waiting.
 bool isGoodbye(std::span<const std::uint8_t> octets) {
     return octets.size() == giop::kHeaderOctets &&
            octets[7] == static_cast<std::uint8_t>(giop::MessageType::CloseConnection);
@@ -70,7 +72,8 @@ int GateConnection::Send(void* buffer, std::size_t size, const omni_time_t& dead
 }
 
 int GateConnection::Recv(void* buffer, std::size_t size, const omni_time_t&) {
-    return static_cast<int>(peer_->read({static_cast<std::uint8_t*>(buffer), std::min(size, kOnceMax)}));
+    return static_cast<int>(
+        peer_->read({static_cast<std::uint8_t*>(buffer), std::min(size, kOnceMax)}));
 }
 
 void GateConnection::setSelectable(int now, CORBA::Boolean dataInBuffer) {

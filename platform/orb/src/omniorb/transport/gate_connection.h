@@ -11,8 +11,9 @@
 
 namespace kelp::orb {
 
-/// A connection as the ORB knows it: its operations are those of a peer at the gate and of the watcher of its
-/// endpoint. Owned by the endpoint until it is handed to the ORB, which counts references.
+/// A connection as the ORB knows it: its operations are those of a peer at the gate and of the
+/// watcher of its endpoint. Owned by the endpoint until it is handed to the ORB, which counts
+/// references.
 class GateConnection final : public omni::giopConnection, public gate::Watched {
   public:
     /// `scheme` is how the ORB calls the transport, such as "giop:tcp:".

@@ -38,7 +38,8 @@ void append(omni::orbServer::EndpointList& list, const char* address) {
 
 }  // namespace
 
-GateEndpoint::GateEndpoint(const std::string& address) : where_(address), gate_(gate::Gate::current()) {}
+GateEndpoint::GateEndpoint(const std::string& address)
+    : where_(address), gate_(gate::Gate::current()) {}
 
 GateEndpoint::~GateEndpoint() {
     arrived_.clear();
@@ -66,7 +67,8 @@ CORBA::Boolean GateEndpoint::Bind() {
 
     const std::string scheme(this->scheme(), 0, this->scheme().size() - 1);
     const auto addAddress = [&](const char* each) {
-        const CORBA::String_var uri = omni::omniURI::buildURI(scheme.c_str(), each, listener_.port());
+        const CORBA::String_var uri =
+            omni::omniURI::buildURI(scheme.c_str(), each, listener_.port());
         append(addresses_, uri.in());
     };
     const omnivector<const char*>* const interfaces =
@@ -78,8 +80,9 @@ CORBA::Boolean GateEndpoint::Bind() {
     return true;
 }
 
-CORBA::Boolean GateEndpoint::publish(const omni::orbServer::PublishSpecs& forms, CORBA::Boolean allSpecs,
-                                     CORBA::Boolean allEndpoints, omni::orbServer::EndpointList& published) {
+CORBA::Boolean GateEndpoint::publish(const omni::orbServer::PublishSpecs& forms,
+                                     CORBA::Boolean allSpecs, CORBA::Boolean allEndpoints,
+                                     omni::orbServer::EndpointList& published) {
     if (no_publish())
         return false;
     bool any = false;
@@ -94,8 +97,8 @@ CORBA::Boolean GateEndpoint::publish(const omni::orbServer::PublishSpecs& forms,
     return any;
 }
 
-/// "addr" publishes an address as it is listened on; an address of this transport with an empty port gets the
-/// endpoint's. Other forms are for other transports.
+/// "addr" publishes an address as it is listened on; an address of this transport with an empty
+/// port gets the endpoint's. Other forms are for other transports.
 CORBA::Boolean GateEndpoint::publishOne(const char* form, const char* address,
                                         omni::orbServer::EndpointList& published) {
     const std::string prefix = scheme();
@@ -104,11 +107,13 @@ CORBA::Boolean GateEndpoint::publishOne(const char* form, const char* address,
         uri = address;
     } else if (std::strncmp(form, prefix.c_str(), prefix.size()) == 0) {
         CORBA::UShort port = 0;
-        const CORBA::String_var host = omni::omniURI::extractHostPort(form + prefix.size(), port, 0);
+        const CORBA::String_var host =
+            omni::omniURI::extractHostPort(form + prefix.size(), port, 0);
         if (host.in() == nullptr || *host.in() == '\0')
             return false;
-        const CORBA::String_var built = omni::omniURI::buildURI(
-            prefix.substr(0, prefix.size() - 1).c_str(), host.in(), port != 0 ? port : listener_.port());
+        const CORBA::String_var built =
+            omni::omniURI::buildURI(prefix.substr(0, prefix.size() - 1).c_str(), host.in(),
+                                    port != 0 ? port : listener_.port());
         uri = built.in();
     } else {
         return false;
@@ -120,8 +125,8 @@ CORBA::Boolean GateEndpoint::publishOne(const char* form, const char* address,
     return true;
 }
 
-omni::giopConnection* GateEndpoint::AcceptAndMonitor(omni::giopConnection::notifyReadable_t function,
-                                                     void* cookie) {
+omni::giopConnection* GateEndpoint::AcceptAndMonitor(
+    omni::giopConnection::notifyReadable_t function, void* cookie) {
     notify_ = function;
     cookie_ = cookie;
     while (!poked_) {
@@ -154,7 +159,9 @@ void GateEndpoint::Shutdown() {
 bool GateEndpoint::accept() {
     return listener_.accept(
         [this](int descriptor, const sockaddr_storage& peer) { take(descriptor, peer); },
-        [this](const sockaddr_storage& peer) { gate_->refused(peerOf(peer), "no descriptor left"); });
+        [this](const sockaddr_storage& peer) {
+            gate_->refused(peerOf(peer), "no descriptor left");
+        });
 }
 
 void GateEndpoint::take(int descriptor, const sockaddr_storage& address) {

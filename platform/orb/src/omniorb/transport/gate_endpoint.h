@@ -17,8 +17,9 @@
 
 namespace kelp::orb {
 
-/// Where the ORB listens: a gate's listening socket. A connection reaches the ORB, and gets a thread of it,
-/// with its first whole message; until then it waits in the lobby, where one thread serves them all.
+/// Where the ORB listens: a gate's listening socket. A connection reaches the ORB, and gets a
+/// thread of it, with its first whole message; until then it waits in the lobby, where one thread
+/// serves them all.
 class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
   public:
     /// `address` is "host:port" or "[ipv6]:port".
@@ -26,10 +27,13 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     ~GateEndpoint() override;
 
     const char* type() const override { return "giop:gate"; }
-    const char* address() const override { return addresses_.length() != 0 ? addresses_[0].in() : ""; }
+    const char* address() const override {
+        return addresses_.length() != 0 ? addresses_[0].in() : "";
+    }
     const omni::orbServer::EndpointList* addresses() const override { return &addresses_; }
     CORBA::Boolean publish(const omni::orbServer::PublishSpecs& forms, CORBA::Boolean allSpecs,
-                           CORBA::Boolean allEndpoints, omni::orbServer::EndpointList& published) override;
+                           CORBA::Boolean allEndpoints,
+                           omni::orbServer::EndpointList& published) override;
     CORBA::Boolean Bind() override;
     omni::giopConnection* AcceptAndMonitor(omni::giopConnection::notifyReadable_t function,
                                            void* cookie) override;
@@ -40,7 +44,8 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     /// How references and the ORB's rules call connections of this endpoint.
     virtual std::string scheme() const { return "giop:tcp:"; }
     /// Null when the connection cannot be served; the descriptor is closed then.
-    virtual std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor, const PeerAddress& peer);
+    virtual std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor,
+                                                            const PeerAddress& peer);
     const std::shared_ptr<gate::Gate>& gate() const { return gate_; }
 
   private:

@@ -18,14 +18,18 @@ omni::giopEndpoint* overTls(const char* address) {
     return new TlsGateEndpoint(address, tlsGateContext());
 }
 
-/// Endpoints only: outgoing connections are the ORB's own, since references name the usual transports.
+/// Endpoints only: outgoing connections are the ORB's own, since references name the usual
+/// transports.
 class GateTransport final : public omni::giopTransportImpl {
   public:
-    GateTransport(const char* itsType, MakeEndpoint make) : giopTransportImpl(itsType), make_(make) {}
+    GateTransport(const char* itsType, MakeEndpoint make)
+        : giopTransportImpl(itsType), make_(make) {}
 
     omni::giopEndpoint* toEndpoint(const char* param) override { return make_(param); }
     omni::giopAddress* toAddress(const char*) override { return nullptr; }
-    CORBA::Boolean isValid(const char* param) override { return param != nullptr && *param != '\0'; }
+    CORBA::Boolean isValid(const char* param) override {
+        return param != nullptr && *param != '\0';
+    }
     CORBA::Boolean addToIOR(const char*, omni::IORPublish*) override { return false; }
     const omnivector<const char*>* getInterfaceAddress() override { return nullptr; }
 

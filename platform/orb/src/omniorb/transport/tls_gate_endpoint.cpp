@@ -12,7 +12,8 @@ namespace kelp::orb {
 TlsGateEndpoint::TlsGateEndpoint(const std::string& address, std::shared_ptr<SSL_CTX> context)
     : GateEndpoint(address), context_(std::move(context)) {}
 
-std::unique_ptr<gate::OctetChannel> TlsGateEndpoint::makeChannel(int descriptor, const PeerAddress& peer) {
+std::unique_ptr<gate::OctetChannel> TlsGateEndpoint::makeChannel(int descriptor,
+                                                                 const PeerAddress& peer) {
     if (context_)
         return std::make_unique<gate::TlsChannel>(descriptor, context_, gate(), peer);
     ::close(descriptor);

@@ -11,14 +11,16 @@ namespace kelp::orb {
 /// The gate with TLS: its references name the ORB's TLS transport.
 class TlsGateEndpoint final : public GateEndpoint {
   public:
-    /// `context` is the process's, and null where there are no certificates: nothing is served then.
+    /// `context` is the process's, and null where there are no certificates: nothing is served
+    /// then.
     TlsGateEndpoint(const std::string& address, std::shared_ptr<SSL_CTX> context);
 
     const char* type() const override { return "giop:tlsgate"; }
 
   private:
     std::string scheme() const override { return "giop:ssl:"; }
-    std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor, const PeerAddress& peer) override;
+    std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor,
+                                                    const PeerAddress& peer) override;
 
     const std::shared_ptr<SSL_CTX> context_;
 };

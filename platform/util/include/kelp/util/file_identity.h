@@ -7,8 +7,8 @@
 
 namespace kelp::util {
 
-/// Which file a path names at a moment, whatever is in it. All zero: none. While a process has a file open,
-/// no other file gets its identity.
+/// Which file a path names at a moment, whatever is in it. All zero: none. While a process has a
+/// file open, no other file gets its identity.
 struct FileIdentity {
     dev_t device = 0;
     ino_t inode = 0;

@@ -10,11 +10,13 @@
 
 namespace kelp::util {
 
-/// Keeps floods of similar events out of a log: the first ones of a kind from a source within a period are
-/// logged individually, the others are counted and reported in one summary when the period is over.
+/// Keeps floods of similar events out of a log: the first ones of a kind from a source within a
+/// period are logged individually, the others are counted and reported in one summary when the
+/// period is over.
 ///
-/// Memory is bounded: sources beyond `sourcesMax` share one entry for each kind, kinds beyond twice that
-/// share one entry. `Kind` is ordered and default-constructed for that last one. Not thread safe.
+/// Memory is bounded: sources beyond `sourcesMax` share one entry for each kind, kinds beyond twice
+/// that share one entry. `Kind` is ordered and default-constructed for that last one. Not thread
+/// safe.
 template <class Kind>
 class FloodSummary {
   public:
@@ -101,8 +103,9 @@ class FloodSummary {
 
     /// Periods that have nothing to report any more.
     void dropPast(Time now) {
-        std::erase_if(periods_,
-                      [now](const auto& each) { return each.second.counted == 0 && now >= each.second.end; });
+        std::erase_if(periods_, [now](const auto& each) {
+            return each.second.counted == 0 && now >= each.second.end;
+        });
     }
 
     unsigned individually_;

@@ -10,8 +10,8 @@ namespace kelp::util {
 /// Overwrites a text with zeros, what its buffer holds behind the end included, and empties it.
 KELP_EXPORT void wipe(std::string& text) noexcept;
 
-/// A password in memory, overwritten at the end of its life. It never leaves a copy behind: neither by
-/// growing nor by being moved.
+/// A password in memory, overwritten at the end of its life. It never leaves a copy behind: neither
+/// by growing nor by being moved.
 class KELP_EXPORT Secret {
   public:
     /// Far above what any password database takes; ends the reading of a file without lines.

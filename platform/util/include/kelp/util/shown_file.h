@@ -16,9 +16,9 @@ class KELP_EXPORT ShownFile {
     ShownFile(const ShownFile&) = delete;
     ShownFile& operator=(const ShownFile&) = delete;
 
-    /// Puts the text in place of whatever the path names, so that readers see the former file or the whole
-    /// new one. All may read it (mode 0644, whatever the umask). A symbolic link is replaced, not followed.
-    /// Returns what went wrong in one sentence; empty: nothing.
+    /// Puts the text in place of whatever the path names, so that readers see the former file or
+    /// the whole new one. All may read it (mode 0644, whatever the umask). A symbolic link is
+    /// replaced, not followed. Returns what went wrong in one sentence; empty: nothing.
     [[nodiscard]] std::string show(const std::filesystem::path& file, const std::string& text);
     /// Removes what show() has put there, unless the path names another file by now.
     void remove() noexcept;

@@ -49,13 +49,14 @@ class KELP_EXPORT ThreadContextMgr {
 class KELP_EXPORT SelfUtilCommon {
   public:
     static SelfUtilCommon* Instance();
-    /// The text between the first `openTag` and the `closeTag` after it; empty when either is missing.
-    /// `openTagLength` is the opening tag's length in bytes; lengths beyond the text are harmless.
-    std::string GetValByTag(const std::string& text, const std::string& openTag, const std::string& closeTag,
-                            int openTagLength) const;
+    /// The text between the first `openTag` and the `closeTag` after it; empty when either is
+    /// missing. `openTagLength` is the opening tag's length in bytes; lengths beyond the text are
+    /// harmless.
+    std::string GetValByTag(const std::string& text, const std::string& openTag,
+                            const std::string& closeTag, int openTagLength) const;
     /// The same as a part of `text` itself.
-    std::string_view ViewByTag(std::string_view text, std::string_view openTag, std::string_view closeTag,
-                               int openTagLength) const;
+    std::string_view ViewByTag(std::string_view text, std::string_view openTag,
+                               std::string_view closeTag, int openTagLength) const;
 
   private:
     SelfUtilCommon() = default;

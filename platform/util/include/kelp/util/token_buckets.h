@@ -11,9 +11,9 @@
 
 namespace kelp::util {
 
-/// Limits how often each of many sources may do something: a token bucket a source. Memory is bounded: beyond
-/// `sourcesMax` the source that was seen longest ago is forgotten and would begin with a full bucket.
-/// Callable from any thread.
+/// Limits how often each of many sources may do something: a token bucket a source. Memory is
+/// bounded: beyond `sourcesMax` the source that was seen longest ago is forgotten and would begin
+/// with a full bucket. Callable from any thread.
 class KELP_EXPORT TokenBuckets {
   public:
     using Time = std::chrono::steady_clock::time_point;

@@ -7,8 +7,8 @@
 
 namespace kelp::util {
 
-/// How many bytes the well-formed character (RFC 3629) at the begin of a text has, which is not empty; 0:
-/// there is none.
+/// How many bytes the well-formed character (RFC 3629) at the begin of a text has, which is not
+/// empty; 0: there is none.
 KELP_EXPORT std::size_t utf8CharacterAt(std::string_view text);
 
 /// Whether all of it is well-formed UTF-8.

@@ -2,15 +2,14 @@
 
 #include <kelp/nms/listener.h>
 #include <kelp/orb/corba.h>
+#include <mtnm/nmsSession.h>
 
 #include <memory>
 
-#include <mtnm/nmsSession.h>
-
 namespace kelp::nms {
 
-/// The NMS's own session object (TMF 814 nmsSession::NmsSession_I), which the EMS pings and tells of losses,
-/// for as long as this object lives. Passes each call on to a listener.
+/// The NMS's own session object (TMF 814 nmsSession::NmsSession_I), which the EMS pings and tells
+/// of losses, for as long as this object lives. Passes each call on to a listener.
 class CallbackActivation {
   public:
     /// Activates the object. Throws CORBA system exceptions.

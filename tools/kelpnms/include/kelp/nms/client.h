@@ -4,14 +4,13 @@
 #include <kelp/nms/listener.h>
 #include <kelp/nms/session.h>
 #include <kelp/orb/corba.h>
+#include <mtnm/emsSessionFactory.h>
 
 #include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <mtnm/emsSessionFactory.h>
 
 namespace kelp::nms {
 
@@ -22,15 +21,16 @@ struct NmsTls {
     std::string keyPassword;  ///< empty for a key without one
     /// Whether a server's certificate must be for the host that is called, or for `serverName`.
     bool checkServer = true;
-    std::string serverName = {};  ///< name or address that every server must show; empty: the host called
+    std::string serverName =
+        {};  ///< name or address that every server must show; empty: the host called
 };
 
 /// How an NMS is set up.
 struct NmsSettings {
     /// The naming service: corbaloc or IOR text.
     std::string naming = "corbaloc:iiop:127.0.0.1:4801/NameService";
-    /// Where the EMS's calls to this NMS arrive, "host:port", port 0 for any. Empty: the address of this host
-    /// that leads to the naming service, any port.
+    /// Where the EMS's calls to this NMS arrive, "host:port", port 0 for any. Empty: the address of
+    /// this host that leads to the naming service, any port.
     std::string listen;
     /// Limit of every call, connecting included.
     std::chrono::milliseconds timeout = std::chrono::seconds(30);
@@ -45,9 +45,9 @@ struct FoundFactory {
     std::string address;  ///< "host:port" out of its reference; empty when that says none
 };
 
-/// One NMS: an ORB that can be called back, and the log-ins it makes. As the ORB is the process's, only one
-/// client can exist at a time; it may hold any number of sessions, which must be gone before it. The
-/// operations may be called from any thread.
+/// One NMS: an ORB that can be called back, and the log-ins it makes. As the ORB is the process's,
+/// only one client can exist at a time; it may hold any number of sessions, which must be gone
+/// before it. The operations may be called from any thread.
 class NmsClient {
   public:
     /// Starts the ORB. Throws CannotListen, or Unreachable when the naming text leads nowhere.
@@ -60,12 +60,12 @@ class NmsClient {
     CORBA::ORB_ptr orb() const;
     PortableServer::POA_ptr rootPoa() const;
 
-    /// Paths of all session factories in the naming service. Throws Unreachable when the service does not
-    /// answer.
+    /// Paths of all session factories in the naming service. Throws Unreachable when the service
+    /// does not answer.
     std::vector<std::string> factoryPaths();
-    /// The factory under a stringified name, or, without one, the only factory below the root, under however
-    /// many names. Throws NotRegistered when there is none, or nothing under the name, Unreachable when the
-    /// name leads to something else or (naming them) there are several.
+    /// The factory under a stringified name, or, without one, the only factory below the root,
+    /// under however many names. Throws NotRegistered when there is none, or nothing under the
+    /// name, Unreachable when the name leads to something else or (naming them) there are several.
     FoundFactory findFactory(const std::string& path = "");
     /// The factory that a stringified reference (IOR or corbaloc) points to; nothing is called.
     FoundFactory factoryByReference(const std::string& text);

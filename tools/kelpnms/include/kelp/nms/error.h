@@ -25,7 +25,8 @@ class Unreachable : public NmsError {
     using NmsError::NmsError;
 };
 
-/// The naming service answers, but has no session factory, or none under the name that was asked for.
+/// The naming service answers, but has no session factory, or none under the name that was asked
+/// for.
 class NotRegistered : public Unreachable {
   public:
     using Unreachable::Unreachable;
@@ -34,7 +35,8 @@ class NotRegistered : public Unreachable {
 /// The EMS answered with globaldefs::ProcessingFailureException.
 class ProcessingFailure : public NmsError {
   public:
-    ProcessingFailure(const std::string& doing, const globaldefs::ProcessingFailureException& raised);
+    ProcessingFailure(const std::string& doing,
+                      const globaldefs::ProcessingFailureException& raised);
 
     globaldefs::ExceptionType_T exceptionType() const { return type_; }
     /// Name of the exception type, such as "EXCPT_ACCESS_DENIED".
@@ -59,8 +61,8 @@ class FilterRefused : public NmsError {
     using NmsError::NmsError;
 };
 
-/// A call on a session or a manager failed below the level of the interface: time-out, lost connection, no
-/// such object.
+/// A call on a session or a manager failed below the level of the interface: time-out, lost
+/// connection, no such object.
 class CallFailed : public NmsError {
   public:
     CallFailed(const std::string& doing, const CORBA::Exception& raised);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelp/orb/corba.h>
-
 #include <cos/CosNotification.h>
+#include <kelp/orb/corba.h>
 
 #include <chrono>
 #include <memory>

@@ -19,8 +19,8 @@ class ListCount {
     std::uint64_t entries() const { return entries_; }
     /// Entries of the whole list, as the EMS says it (getLength); none when it does not.
     std::optional<std::uint64_t> total() const { return total_; }
-    /// Sentences about what is not as it should be: more entries than asked for, more or fewer than getLength
-    /// said, no usable getLength. Entries may be missing or doubled when `isDoubtful`.
+    /// Sentences about what is not as it should be: more entries than asked for, more or fewer than
+    /// getLength said, no usable getLength. Entries may be missing or doubled when `isDoubtful`.
     const std::vector<std::string>& remarks() const { return remarks_; }
     bool isDoubtful() const { return isDoubtful_; }
 
@@ -28,8 +28,8 @@ class ListCount {
     explicit ListCount(std::string doing) : doing_(std::move(doing)) {}
     ~ListCount() = default;
 
-    /// A batch came, for which at most `asked` entries were asked. Throws NmsError when the EMS gives nothing
-    /// again and again.
+    /// A batch came, for which at most `asked` entries were asked. Throws NmsError when the EMS
+    /// gives nothing again and again.
     void came(CORBA::ULong length, CORBA::ULong asked, bool isMore);
     void lengthIs(CORBA::ULong length) { total_ = entries_ + length; }
     void noLength(const globaldefs::ProcessingFailureException& raised);
@@ -51,12 +51,12 @@ class ListCount {
     unsigned emptyBatches_ = 0;
 };
 
-/// A list of any type, read from the EMS batch by batch (TMF 814: a first list and an iterator for the rest,
-/// nil when there is none; next_n until it answers FALSE, after which the iterator is gone). An iterator that
-/// has not come to its end is destroyed with the walk. For one thread.
+/// A list of any type, read from the EMS batch by batch (TMF 814: a first list and an iterator for
+/// the rest, nil when there is none; next_n until it answers FALSE, after which the iterator is
+/// gone). An iterator that has not come to its end is destroyed with the walk. For one thread.
 ///
-///     ListWalk<ManagedElementList_T, ManagedElementIterator_I> walk("getAllManagedElements", 1000);
-///     walk.open([&](CORBA::ULong most, auto& list, auto& rest) {
+///     ListWalk<ManagedElementList_T, ManagedElementIterator_I> walk("getAllManagedElements",
+///     1000); walk.open([&](CORBA::ULong most, auto& list, auto& rest) {
 ///         manager->getAllManagedElements(most, list.out(), rest.out());
 ///     });
 ///     for (; walk.hasBatch(); walk.next())
@@ -67,13 +67,14 @@ template <class List, class Iterator>
 class ListWalk : public ListCount {
   public:
     /// `doing` begins what is told of failures; `batch` is the how_many of every call, 1 at least.
-    ListWalk(std::string doing, CORBA::ULong batch) : ListCount(std::move(doing)), batchSize_(batch) {}
+    ListWalk(std::string doing, CORBA::ULong batch)
+        : ListCount(std::move(doing)), batchSize_(batch) {}
     ~ListWalk() { leave(); }
     ListWalk(const ListWalk&) = delete;
     ListWalk& operator=(const ListWalk&) = delete;
 
-    /// Makes the call that answers with the list: `request(how_many, list, iterator)` is given the _var of
-    /// both. Throws ProcessingFailure or CallFailed.
+    /// Makes the call that answers with the list: `request(how_many, list, iterator)` is given the
+    /// _var of both. Throws ProcessingFailure or CallFailed.
     template <class Request>
     void open(Request request) {
         NmsSession::call(doing_, [&] { request(batchSize_, list_, rest_); });
@@ -90,8 +91,8 @@ class ListWalk : public ListCount {
     bool hasBatch() const { return hasBatch_; }
     const List& batch() const { return list_.in(); }
 
-    /// Gets the next batch, if there is one. Throws ProcessingFailure, CallFailed, or NmsError when the EMS
-    /// gives nothing again and again.
+    /// Gets the next batch, if there is one. Throws ProcessingFailure, CallFailed, or NmsError when
+    /// the EMS gives nothing again and again.
     void next() {
         hasBatch_ = false;
         if (CORBA::is_nil(rest_.in()))

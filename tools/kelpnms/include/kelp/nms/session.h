@@ -3,6 +3,8 @@
 #include <kelp/nms/callback_activation.h>
 #include <kelp/nms/error.h>
 #include <kelp/orb/corba.h>
+#include <mtnm/common.h>
+#include <mtnm/emsSession.h>
 
 #include <atomic>
 #include <chrono>
@@ -10,13 +12,10 @@
 #include <string>
 #include <vector>
 
-#include <mtnm/common.h>
-#include <mtnm/emsSession.h>
-
 namespace kelp::nms {
 
-/// A live log-in at an EMS. Ends itself with its object. Its operations may be called from any thread; they
-/// throw ProcessingFailure or CallFailed.
+/// A live log-in at an EMS. Ends itself with its object. Its operations may be called from any
+/// thread; they throw ProcessingFailure or CallFailed.
 class NmsSession {
   public:
     /// Takes over a log-in that has been made: this NMS's own object, and the EMS's session.
@@ -41,7 +40,8 @@ class NmsSession {
         typename Interface::_ptr_type typed = Interface::_nil();
         call("getManager(" + name + ")", [&] { typed = Interface::_narrow(any.in()); });
         if (CORBA::is_nil(typed))
-            throw NmsError("the manager " + name + " has not the interface that its name stands for");
+            throw NmsError("the manager " + name +
+                           " has not the interface that its name stands for");
         return typed;
     }
 
@@ -52,8 +52,8 @@ class NmsSession {
     /// Waits, at most `limit`, until the EMS no longer knows the session object.
     bool isGone(std::chrono::milliseconds limit);
 
-    /// Runs calls to the EMS and turns what they raise into ProcessingFailure or CallFailed, whose text
-    /// begins with `doing`.
+    /// Runs calls to the EMS and turns what they raise into ProcessingFailure or CallFailed, whose
+    /// text begins with `doing`.
     static void call(const std::string& doing, const std::function<void()>& calls);
 
   private:

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+#include <kelp/util/mutex.h>
+
+#include <future>
+#include <thread>
+
+namespace kelp::util {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A number that several threads change.
+class Counter {
+  public:
+    void add() KELP_EXCLUDES(mutex_) {
+        const MutexLock lock(mutex_);
+        ++count_;
+        changed_.notify_all();
+    }
+    void waitFor(int count) KELP_EXCLUDES(mutex_) {
+        const MutexLock lock(mutex_);
+        while (count_ < count)
+            changed_.wait(mutex_);
+    }
+    bool waitFor(int count, std::chrono::milliseconds limit) KELP_EXCLUDES(mutex_) {
+        const auto end = std::chrono::steady_clock::now() + limit;
+        const MutexLock lock(mutex_);
+        while (count_ < count) {
+            if (changed_.wait_until(mutex_, end) == ConditionVariable::Status::timeout)
+                return false;
+        }
+        return true;
+    }
+
+  private:
+    Mutex mutex_{LockRank::Leaf, "Counter::mutex_"};
+    ConditionVariable changed_;
+    int count_ KELP_GUARDED_BY(mutex_) = 0;
+};
+
+bool isFree(Mutex& mutex) {
+    return std::async(std::launch::async,
+                      [&mutex] {
+                          if (!mutex.try_lock())
+                              return false;
+                          mutex.unlock();
+                          return true;
+                      })
+        .get();
+}
+
+TEST(Mutex, IsHeldUntilItsLockEnds) {
+    Mutex mutex(LockRank::Leaf, "mutex");
+    {
+        const MutexLock lock(mutex);
+        EXPECT_FALSE(isFree(mutex));
+    }
+    EXPECT_TRUE(isFree(mutex));
+}
+
+TEST(Mutex, CanBeReleasedInBetween) {
+    Mutex mutex(LockRank::Leaf, "mutex");
+    MutexLock lock(mutex);
+    lock.unlock();
+    EXPECT_TRUE(isFree(mutex));
+    lock.lock();
+    EXPECT_FALSE(isFree(mutex));
+    {
+        const MutexUnlock released(mutex);
+        EXPECT_TRUE(isFree(mutex));
+    }
+    EXPECT_FALSE(isFree(mutex));
+}
+
+TEST(Mutex, StaysFreeWhenItsLockWasReleased) {
+    Mutex mutex(LockRank::Leaf, "mutex");
+    {
+        MutexLock lock(mutex);
+        lock.unlock();
+    }
+    EXPECT_TRUE(isFree(mutex));
+}
+
+TEST(ConditionVariable, WakesAWaitingThread) {
+    Counter counter;
+    std::thread adder([&counter] {
+        for (int i = 0; i < 1000; ++i)
+            counter.add();
+    });
+    counter.waitFor(1000);
+    adder.join();
+}
+
+TEST(ConditionVariable, StopsWaitingAtItsTime) {
+    Counter counter;
+    EXPECT_FALSE(counter.waitFor(1, 10ms));
+    counter.add();
+    EXPECT_TRUE(counter.waitFor(1, 0ms));
+}
+
+#ifndef NDEBUG
+
+Mutex outer(LockRank::Outermost, "Outer::mutex_");
+Mutex leaf(LockRank::Leaf, "Leaf::mutex_");
+Mutex other(LockRank::Leaf, "Other::mutex_");
+Mutex trace(LockRank::Trace, "Trace::mutex_");
+
+TEST(LockRank, AllowsTheDocumentedOrder) {
+    const MutexLock first(outer);
+    const MutexLock second(leaf);
+    const MutexLock third(trace);
+}
+
+TEST(LockRank, AllowsOneAfterAnother) {
+    { const MutexLock first(leaf); }
+    const MutexLock second(other);
+}
+
+TEST(LockRank, AllowsUnlockingInAnyOrder) {
+    outer.lock();
+    leaf.lock();
+    outer.unlock();
+    leaf.unlock();
+    const MutexLock again(outer);
+}
+
+TEST(LockRankDeathTest, AbortsWithBothNamesInTheWrongOrder) {
+    EXPECT_DEATH(
+        {
+            const MutexLock first(leaf);
+            const MutexLock second(outer);
+        },
+        "lock order violated: locking Outer::mutex_ while Leaf::mutex_ is held");
+}
+
+TEST(LockRankDeathTest, AbortsWhenTwoOfOneRankAreHeld) {
+    EXPECT_DEATH(
+        {
+            const MutexLock first(leaf);
+            const MutexLock second(other);
+        },
+        "lock order violated: locking Other::mutex_ while Leaf::mutex_ is held");
+}
+
+TEST(LockRankDeathTest, AbortsWhenOneMutexIsLockedTwice) {
+    EXPECT_DEATH(
+        {
+            leaf.lock();
+            checkLockOrder(leaf);
+        },
+        "lock order violated: locking Leaf::mutex_ while Leaf::mutex_ is held");
+}
+
+TEST(LockRankDeathTest, AbortsWhenAMutexIsUnlockedThatIsNotHeld) {
+    EXPECT_DEATH(leaf.unlock(), "unlocking Leaf::mutex_");
+}
+
+#endif
+
+}  // namespace
+}  // namespace kelp::util

@@ -15,22 +15,25 @@ namespace NS_KELPCORBA {
 template <class T>
 class LazyInstance;
 
-/// The agent's own northbound options, read from the configuration's [agent] table, and the session
-/// factory's reference. The options are kept here for all bundles of the agent, which give the
-/// switches their meaning; what a key is missing falls back to is told at its accessor, "kept"
-/// meaning that the value stays what it was.
+/// The agent's own northbound options, from the [agent] table of the configuration, and the
+/// reference of the session factory. This class only stores the options. The bundles of the agent
+/// decide what each of them means.
 ///
-/// One for the process: made by the first Instance(), destroyed by the agent's stop. Threads: any,
-/// also while ReConfig reads the options again; a reader then sees each option either old or new.
-/// Numbers and switches are atomic, `mutex_` guards the texts and the reference. Nothing throws.
+/// Each accessor names in brackets the value before the first read, and the value that a missing or
+/// unreadable key leads to. "Kept" means that the option keeps its value.
+///
+/// The process has one instance. The first Instance() makes it, and the agent's stop destroys it.
+/// Any thread may call it, also while ReConfig reads the options again: a reader then gets either
+/// the old or the new value of each option. Numbers and switches are atomic. `mutex_` guards the
+/// texts and the reference. Nothing throws.
 class KELP_EXPORT CorbaAgentConfig {
   public:
     static CorbaAgentConfig* Instance();
-    /// Releases the factory's reference. Without an instance: nothing.
+    /// Release the factory's reference and the instance. Does nothing when there is no instance.
     static void Destroy();
 
-    /// Reads all options; always true, a missing or unreadable key being no error (traced at debug
-    /// level 2).
+    /// Read all options. Always true: a missing or unreadable key is not an error. It is traced at
+    /// debug level 2.
     bool Init();
     bool ReConfig();
     bool GetOption();
@@ -74,19 +77,20 @@ class KELP_EXPORT CorbaAgentConfig {
     // -- devices
     std::string GetMaxSupportNE() const;          ///< (empty, kept)
     std::int32_t GetAccDevCompatibility() const;  ///< (0, kept)
-    /// Set by no key: always 0.
+    /// Always 0: no key sets it.
     std::int32_t GetAccTestSwitch() const;
 
     // -- session factory and manager servants
-    /// Activates the session factory under its persistent POA "V4800" and id "EMSSessionFactory"
-    /// and keeps its reference in place of the one kept before. False, traced with the reason, when
-    /// that fails.
+    /// Activate the session factory in its persistent POA "V4800" with the object id
+    /// "EMSSessionFactory", and keep its reference in place of any earlier one. On failure return
+    /// false and trace the reason.
     bool InitEmsSessionFactoryIImplObj();
-    /// A new duplicate, which the caller owns; nil before InitEmsSessionFactoryIImplObj.
+    /// Return a duplicate, which the caller owns. Nil before InitEmsSessionFactoryIImplObj has
+    /// succeeded.
     emsSessionFactory::EmsSessionFactory_I_ptr GetEmsSessionFactoryIImplObj() const;
-    /// Enters the servant of a manager (TMF 814 getManager) under its name for all sessions, in
-    /// place of one entered under that name before. Takes a reference on the servant. A null name
-    /// or servant is traced and ignored.
+    /// Register the servant of a manager (TMF 814 getManager) by name for all sessions. It replaces
+    /// any servant of that name. Takes a reference on the servant. A null name or servant is traced
+    /// and ignored.
     void RegisterServant(const char* name, POA_common::Common_I* servant);
 
     CorbaAgentConfig(const CorbaAgentConfig&) = delete;
@@ -105,7 +109,7 @@ class KELP_EXPORT CorbaAgentConfig {
     std::string maxSupportNE_;
     std::string ftpTrustedCer_ = "../conf/certificate/ca_cert.cer";
     std::string ftpClientCer_ = "../conf/certificate/corbaagent.cer";
-    /// Deliberately the client certificate's file, which holds both.
+    /// Deliberately the file of the client certificate, which holds the key too.
     std::string ftpPrivateKey_ = "../conf/certificate/corbaagent.cer";
     emsSessionFactory::EmsSessionFactory_I_var sessionFactory_;
     Number ftpType_{0};

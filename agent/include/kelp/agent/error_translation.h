@@ -8,38 +8,39 @@
 
 namespace NS_KELPCORBA {
 
-/// Internal failure of this module: adapters, references, log-ins.
+/// An internal failure of this module: an object adapter, a reference or a log-in.
 inline constexpr unsigned long kInternalFailure = 0x411800BA;
-/// A registry could not take the entry.
+/// A registry could not add the entry.
 inline constexpr unsigned long kRegistryFailure = 0x411800BE;
-/// An operation that the EMS does not have.
+/// The EMS does not implement the operation.
 inline constexpr unsigned long kOperationNotImplemented = 0x41180032;
-/// A manager name that the EMS does not serve.
+/// The EMS does not serve a manager of this name.
 inline constexpr unsigned long kUnknownManager = 0x41180039;
 /// The NMS's own reference cannot be parsed.
 inline constexpr unsigned long kUnparsableReference = 0x41180053;
-/// The EMS has as many open iterators as it may have.
+/// The EMS has reached its limit of open iterators.
 inline constexpr unsigned long kTooManyOpenIterators = 0x41180102;
-/// A null input.
+/// An input is null.
 inline constexpr unsigned long kNullInput = 0x4118005F;
 
-/// Fills type and reason of the exception for an error code (TMF 814 ExceptionType_T by ranges of
-/// codes). Code 0: nothing.
+/// Set type and reason of the exception for an error code. Ranges of codes map to the TMF 814
+/// ExceptionType_T. Code 0 leaves the exception unchanged.
 KELP_EXPORT void KelpCorbaErrTranslator(unsigned long code,
                                         globaldefs::ProcessingFailureException& exception);
 
-/// Makes sure the translator exists, then fills the exception.
+/// Make the translator if needed, then fill the exception like KelpCorbaErrTranslator.
 KELP_EXPORT void ConstructException(unsigned long code,
                                     globaldefs::ProcessingFailureException& exception);
 
-/// The normal way for a servant to fail a request. Code 0: returns.
+/// Throw the ProcessingFailureException for the code. Servants fail a request this way. Returns
+/// when the code is 0.
 KELP_EXPORT void ThrowException(unsigned long code);
 
-/// The same, where the reason goes on with what it is about: the offending parameter or the name
-/// that was passed in, as TMF 814 wants it, escaped and cut when it is long. The code is not 0.
+/// Throw the exception for a code that is not 0, and append `about` to the reason. TMF 814 wants
+/// the reason to name the offending parameter or name. `about` is escaped, and cut to 1024 bytes.
 [[noreturn]] inline void ThrowException(unsigned long code, const std::string& about) {
-    constexpr std::size_t kLongestAbout =
-        1024;  // bytes: it may be the caller's text, of any length
+    // Bytes. The text may come from the caller and have any length.
+    constexpr std::size_t kLongestAbout = 1024;
     globaldefs::ProcessingFailureException exception;
     ConstructException(code, exception);
     std::string reason(exception.errorReason.in());
@@ -50,7 +51,7 @@ KELP_EXPORT void ThrowException(unsigned long code);
     throw exception;
 }
 
-/// The catalogue's text for a code, in front of it the code in brackets. 0, or -1 when there is no
+/// Set `text` to "(code) " and the catalogue's text for the code. Return 0, or -1 when there is no
 /// catalogue.
 KELP_EXPORT int GetInfo(unsigned long code, std::string& text);
 

@@ -5,29 +5,32 @@
 
 namespace NS_KELPCORBA {
 
-/// How a manager of any bundle opens the iterators that it returns and closes those that are used
-/// up (TMF 814, iterators). Any thread; no operation throws.
+/// Opens the iterators that a manager of any bundle returns, and closes those that are used up (TMF
+/// 814, iterators). Any thread may call it. No operation throws.
 class KELP_EXPORT TAIteratorHelper {
   public:
-    /// The POA that the caller is to activate its iterator in: the "iterator" POA of the session
-    /// whose request runs on this thread. The reference is the caller's. Nil, which is traced,
-    /// outside such a request.
+    /// Return the POA for a new iterator: the "iterator" POA of the session whose request runs on
+    /// this thread. The caller owns the reference. Outside such a request trace it and return nil.
     static PortableServer::POA_ptr getIteratorPoa();
 
-    /// Activates an iterator, whose `_default_POA` is the one above, and counts it as open. 0: the
-    /// caller's reference on it is taken over, and it lives until it is deactivated, closed as the
-    /// oldest of too many, or its session ends. Otherwise an error code for the error translation,
-    /// and the iterator is the caller's: 0x41180102 (EXCPT_TOO_MANY_OPEN_ITERATORS), 0x411800BA or
-    /// 0x411800BE (EXCPT_INTERNAL_ERROR).
+    /// Activate an iterator and count it as open. Its `_default_POA` must be the POA that
+    /// getIteratorPoa returns.
+    ///
+    /// On success return 0 and take over the caller's reference. The iterator then lives until it
+    /// is deactivated, until it is evicted as the oldest one when the limit is exceeded, or until
+    /// its session ends. On failure return an error code for the error translation, and the caller
+    /// keeps the iterator: 0x41180102 (EXCPT_TOO_MANY_OPEN_ITERATORS), 0x411800BA or 0x411800BE
+    /// (EXCPT_INTERNAL_ERROR).
     static unsigned long add_Iterator(PortableServer::ServantBase* iterator);
 
-    /// The same, with the iterator's reference for the NMS; nil when it is not opened.
+    /// The same, and also return the iterator's reference for the NMS. The reference is nil on
+    /// failure.
     static unsigned long add_Iterator(PortableServer::ServantBase* iterator,
                                       CORBA::Object_var& reference);
 
-    /// Deactivates an iterator, for its `destroy` and after its last batch. The calls on it that
-    /// run go on, the last of them frees it. Nothing while its POA is being destroyed, which takes
-    /// it along.
+    /// Deactivate an iterator, after its last batch or for its `destroy`. Calls in progress finish,
+    /// and the last one frees the iterator. Does nothing while the POA is being destroyed, because
+    /// that deactivates the iterator too.
     static void deactive_object(PortableServer::ServantBase* iterator);
 };
 

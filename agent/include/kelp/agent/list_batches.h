@@ -9,32 +9,33 @@
 
 namespace NS_KELPCORBA {
 
-/// Where the entries of a list come from: a snapshot, taken when the list was asked for. What a
-/// bundle's author writes for each kind of list. One thread at a time uses it; any exception ends
-/// the list.
+/// The source of a list's entries: a snapshot, taken when the NMS asked for the list. The author of
+/// a bundle writes one for each kind of list. Used by one thread at a time. Any exception ends the
+/// list.
 template <class Sequence>
 class ListSource {
   public:
     virtual ~ListSource() = default;
 
-    /// Entries that are left.
+    /// Number of entries that have not been read.
     virtual CORBA::ULong left() const = 0;
-    /// Appends the next entries to `entries`, at most `most`: one at least, unless none is left
-    /// afterwards.
+    /// Append the next entries to `entries`: at least one and at most `most`. May append none if
+    /// none is left afterwards.
     virtual void read(CORBA::ULong most, Sequence& entries) = 0;
-    /// From here on (`keep`) what is read may have to be read again, or no longer. False: it cannot
-    /// be.
+    /// With `keep` remember the position, so that goBack can return to it. Without `keep` forget
+    /// it. Return false when the source cannot go back.
     virtual bool keepWayBack(bool keep) {
         static_cast<void>(keep);
         return false;
     }
-    /// Back to where keepWayBack(true) was called last; only when that returned true.
+    /// Return to the position of the last keepWayBack(true). Called only if that returned true.
     virtual void goBack() {}
-    /// What entries[index] takes in a message, in bytes; rather too much than too little.
+    /// Return the size of entries[index] in a message, in bytes. It may be too large, but not too
+    /// small.
     virtual std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const = 0;
 };
 
-/// A list in batches that never grow beyond what a batch may hold, whatever is asked for.
+/// Divides a list into batches. No batch exceeds the limits, however many entries are requested.
 template <class Sequence>
 class ListBatches {
   public:
@@ -48,11 +49,11 @@ class ListBatches {
 
     CORBA::ULong left() const { return source_->left() + heldLeft(); }
 
-    /// The next entries, `howMany` at most and perhaps fewer; the caller owns them. One at least,
-    /// unless none was asked for or none is left.
+    /// Return the next entries, at most `howMany` and possibly fewer. The caller owns them. At
+    /// least one, unless `howMany` is 0 or no entry is left.
     Sequence* next(CORBA::ULong howMany) {
         const CORBA::ULong most = std::min({howMany, limits_.entries, left()});
-        // a sequence that grows copies what is in it
+        // at its full size from the start: a sequence that grows copies its entries
         auto batch = std::make_unique<Sequence>(most);
         std::size_t bytes = 0;
         CORBA::ULong step = kFirstStep;
@@ -74,10 +75,10 @@ class ListBatches {
         return batch.release();
     }
 
-    /// A batch that is not wanted as it is: its entries come first next time.
+    /// Take a batch back. Its entries are returned first next time.
     void putBack(Sequence& batch) { hold(batch, 0); }
 
-    /// Before a batch that goBack() may undo, until forgetMark().
+    /// Remember the position before a batch that goBack() may undo. Valid until forgetMark().
     void mark() {
         sourceLeftAtMark_ = source_->left();
         heldAtMark_ = heldLeft();
@@ -87,16 +88,16 @@ class ListBatches {
         source_->keepWayBack(false);
         mayGoBack_ = false;
     }
-    /// Undoes the reading of `batch`, the only one since the mark: its entries come first next
-    /// time, and take no memory until then, since the source reads them again. False: it cannot,
-    /// and nothing has changed.
+    /// Undo the reading of `batch`, which must be the only batch since mark(). Its entries are
+    /// returned first next time. The source reads them again then, so they take no memory until
+    /// then. Return false and change nothing when the source cannot go back.
     bool goBack(Sequence& batch) {
         if (!mayGoBack_)
             return false;
         if (source_->left() != sourceLeftAtMark_) {
             source_->goBack();
-            // those that were held came first; the others, and what did not fit, come from the
-            // source again
+            // the entries held back came first in the batch; the source reads the others again,
+            // also those that did not fit
             batch.length(std::min(heldAtMark_, batch.length()));
             held_ = Sequence();
             heldAt_ = 0;
@@ -127,7 +128,7 @@ class ListBatches {
         for (CORBA::ULong i = 0; i < count; ++i)
             batch[before + i] = held_[heldAt_++];
     }
-    /// Entries that were read and do not fit come first next time.
+    /// Hold back the entries from `from` on. They are returned first next time.
     void hold(Sequence& batch, CORBA::ULong from) {
         Sequence held(batch.length() - from + heldLeft());
         held.length(held.maximum());

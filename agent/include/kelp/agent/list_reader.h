@@ -16,21 +16,23 @@
 
 namespace NS_KELPCORBA {
 
-/// Traces why a list cannot be read.
+/// Trace why a list cannot be read.
 KELP_EXPORT void traceListFailure(const char* what);
-/// Traces why the next batch of a list is not read ahead.
+/// Trace why the next batch of a list is not read ahead.
 KELP_EXPORT void traceNothingAhead(const char* what);
 
-/// A list that an NMS walks through. While the NMS works on a batch the next one of the same size
-/// is read by a worker, if one of the few places for such batches is free; all entries come once
-/// and in their order whatever is asked for next. A batch that nobody asks for is let go of after a
-/// minute if it can be read again. Held by a shared pointer, since a read that runs may outlive who
-/// began it. Any thread; calls are served one after the other.
+/// A list that an NMS reads in batches. While the NMS works on one batch a worker reads the next
+/// one of the same size, if a read-ahead place is free. Every entry is returned once and in order,
+/// whatever the NMS requests next. A batch that the NMS does not request within 60 s
+/// (kReadAheadKept) is dropped, if its source can read it again.
+///
+/// Held by a shared pointer, because a read in progress may outlive the iterator that began it. Any
+/// thread may call it. Calls are served one after the other.
 template <class Sequence>
 class ListReader final : public ReadAheadHolder,
                          public std::enable_shared_from_this<ListReader<Sequence>> {
   public:
-    /// No entries: they could not be read, which is traced.
+    /// Entries are null when they could not be read. The reason is traced.
     struct Batch {
         std::unique_ptr<Sequence> entries;
         bool isMore = false;
@@ -52,8 +54,8 @@ class ListReader final : public ReadAheadHolder,
         return {};
     }
 
-    /// The next batch, at most `howMany` entries; nothing when the list is over. It is over after a
-    /// batch that is the last or could not be read.
+    /// Return the next batch, at most `howMany` entries. None when the list is over: after its last
+    /// batch, or after a batch that could not be read.
     std::optional<Batch> next(CORBA::ULong howMany) {
         const std::lock_guard guard(mutex_);
         if (!batches_)
@@ -66,7 +68,8 @@ class ListReader final : public ReadAheadHolder,
         return batch;
     }
 
-    /// Ends the list, after the read that runs. False: it was over.
+    /// End the list, after waiting for a read in progress. Return false when the list was already
+    /// over.
     bool close() {
         isWanted_ = false;
         const std::lock_guard guard(mutex_);
@@ -77,14 +80,15 @@ class ListReader final : public ReadAheadHolder,
         return wasOpen;
     }
 
-    /// Nobody will ask any more: no further read begins. Does not wait for one that runs.
+    /// Begin no further read, because no request can arrive any more. Does not wait for a read in
+    /// progress.
     void abandon() { isWanted_ = false; }
 
     void dropAheadOlderThan(Time time) override {
         const std::unique_lock guard(mutex_, std::try_to_lock);
         if (!guard || !place_ || aheadSince_ >= time)
-            return;  // a call is served, and will have it, or there is none
-        ++turn_;     // one that is still queued is not read at all
+            return;  // a call in progress takes the batch, or there is none to drop
+        ++turn_;     // a read that is still queued does nothing
         if (ahead_ && ahead_->entries) {
             if (!batches_ || !batches_->goBack(*ahead_->entries))
                 return;
@@ -95,7 +99,7 @@ class ListReader final : public ReadAheadHolder,
 
   private:
     Batch takeNext(CORBA::ULong howMany) {
-        ++turn_;  // a read that is queued still has come too late
+        ++turn_;  // a read that is still queued comes too late
         std::optional<Batch> ahead = std::exchange(ahead_, std::nullopt);
         place_.giveBack();
         if (!ahead)
@@ -106,7 +110,8 @@ class ListReader final : public ReadAheadHolder,
         batches_->putBack(*ahead->entries);
         return read(*batches_, howMany);
     }
-    /// The batch that was read is given, whatever becomes of the next one.
+    /// Queue the read of the next batch. A failure here is traced and does not affect the batch
+    /// just read.
     void lookAhead(CORBA::ULong howMany) {
         try {
             place_ = ReadAheadPlace::take(readAheadOwner());
@@ -130,12 +135,12 @@ class ListReader final : public ReadAheadHolder,
         ahead_ = read(*batches_, howMany);
     }
 
-    std::mutex mutex_;  // one batch at a time; guards all but isWanted_
-    std::unique_ptr<ListBatches<Sequence>> batches_;  // none when the list is over
+    std::mutex mutex_;  // held while a batch is read; guards all but isWanted_
+    std::unique_ptr<ListBatches<Sequence>> batches_;  // null when the list is over
     std::optional<Batch> ahead_;
-    ReadAheadPlace place_;    // of ahead_, taken before it is read
+    ReadAheadPlace place_;    // for ahead_; taken before the read is queued
     Time aheadSince_{};       // when the place was taken
-    unsigned long turn_ = 0;  // of calls to next
+    unsigned long turn_ = 0;  // changes with every call to next and with every drop
     std::atomic<bool> isWanted_{true};
 };
 

@@ -10,25 +10,26 @@
 namespace NS_KELPCORBA {
 
 /// The open iterators in the order of their opening: all of them, and those of each session. Holds
-/// pointers only. A session is known by the name of its POA; an iterator that belongs to none has
-/// an empty one. Not thread safe.
+/// pointers only. The name of its POA identifies a session. It is empty for an iterator without a
+/// session. Not thread safe.
 class OpenIterators {
   public:
     using Iterator = PortableServer::ServantBase*;
 
     void add(Iterator iterator, const std::string& session);
-    /// False when it is not there.
+    /// Return false when the iterator is not listed.
     bool remove(Iterator iterator);
-    /// Takes the oldest one out; null when there is none.
+    /// Remove and return the oldest iterator, or null when there is none.
     Iterator takeOldest();
-    /// The same of one session; null also when the oldest is `kept`.
+    /// Remove and return the oldest iterator of one session. Null when there is none or when the
+    /// oldest is `kept`.
     Iterator takeOldestOf(const std::string& session, Iterator kept = nullptr);
     std::size_t count() const { return all_.size(); }
 
-    /// An iterator of this session is being activated, and counts as one of its until arrived().
+    /// Count an iterator of this session that is being activated, until arrived().
     void expect(const std::string& session);
     void arrived(const std::string& session);
-    /// Open ones of this session, with those expected.
+    /// Number of open and expected iterators of this session.
     std::size_t countOf(const std::string& session) const;
 
   private:
@@ -39,7 +40,7 @@ class OpenIterators {
     };
     using Sessions = std::unordered_map<std::string, OfSession>;
     struct Place {
-        List::iterator among;  ///< all
+        List::iterator among;  ///< position in all_
         List::iterator own;    ///< among those of its session
         std::string session;
     };

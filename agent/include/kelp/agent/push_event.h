@@ -7,11 +7,12 @@
 
 namespace NS_KELPCORBA {
 
-/// Hands one event over to the notification channel; the supplier manager's result (0: taken). Any
-/// thread.
+/// Pass one event to the notification channel. Return the result of the supplier manager: 0 when it
+/// accepted the event. Any thread may call it.
 KELP_EXPORT int PushEvent(CosNotification::StructuredEvent& event);
 
-/// Hands over a batch in one call, in order; an empty one too. The list is not changed.
+/// Pass a batch of events to the channel in one call, in order. The batch may be empty. The list is
+/// not changed.
 KELP_EXPORT int PushEvents(std::list<CosNotification::StructuredEvent>& events);
 
 }  // namespace NS_KELPCORBA

@@ -10,14 +10,15 @@
 
 namespace NS_KELPCORBA {
 
-/// How long a batch that was read ahead waits for its NMS.
+/// How long a batch that was read ahead is kept for its NMS.
 inline constexpr std::chrono::seconds kReadAheadKept{60};
 
-/// The NMS that the request in hand is of, for counting: its address. Empty inside the process.
+/// Return the owner that a read-ahead place for the current request counts for: the network of the
+/// NMS's address. Empty for a call inside the process.
 KELP_EXPORT std::string readAheadOwner();
 
-/// One of the places for batches that are read before an NMS asks for them (`[iterator]
-/// read_ahead`), given back at its end. Any thread.
+/// One of the places for batches that are read ahead (`[iterator] read_ahead`). The destructor
+/// gives it back. Any thread may call it.
 class KELP_EXPORT ReadAheadPlace {
   public:
     ReadAheadPlace() = default;
@@ -30,13 +31,13 @@ class KELP_EXPORT ReadAheadPlace {
     }
     ~ReadAheadPlace() { giveBack(); }
 
-    /// One of the places, or none when all are taken, or half of them by this owner, who could
-    /// otherwise keep all others from theirs. An empty owner may have all.
+    /// Take a place. The result is empty when all places are taken, or when this owner has half of
+    /// them, so that no single NMS can occupy all. An empty owner has no limit.
     static ReadAheadPlace take(const std::string& owner = {});
     explicit operator bool() const { return isTaken_; }
     void giveBack();
 
-    /// Places that are taken, for diagnosis.
+    /// Number of places taken, for diagnosis.
     static int taken();
 
   private:
@@ -46,18 +47,19 @@ class KELP_EXPORT ReadAheadPlace {
 
 class ReadAheadHolder;
 
-/// Those who may hold a batch that was read ahead. Any thread; nobody is called under its lock.
+/// The registry of all holders of batches that were read ahead. Any thread may call it. It calls no
+/// holder under its lock.
 class ReadAheadHolders {
   public:
-    /// Known from here on, as long as it lives. A second time: nothing.
+    /// Register a holder for as long as it lives. A second registration has no effect.
     KELP_EXPORT static void enter(const std::shared_ptr<ReadAheadHolder>& holder);
-    /// At the holder's end.
+    /// Remove a holder. Its destructor calls this.
     KELP_EXPORT static void leave(const ReadAheadHolder& holder);
-    /// Has all drop what has waited for kReadAheadKept.
+    /// Let all holders drop the batches that have been kept for kReadAheadKept.
     static void dropStale(std::chrono::steady_clock::time_point now);
 };
 
-/// Somebody who may hold a batch that was read ahead.
+/// An object that may hold a batch that was read ahead.
 class ReadAheadHolder {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -66,13 +68,13 @@ class ReadAheadHolder {
     ReadAheadHolder(const ReadAheadHolder&) = delete;
     ReadAheadHolder& operator=(const ReadAheadHolder&) = delete;
     virtual ~ReadAheadHolder() { ReadAheadHolders::leave(*this); }
-    /// Lets go of a batch that was asked for before `time`, and of its place. Never waits.
+    /// Drop the batch whose read was requested before `time`, and give back its place. Never waits.
     virtual void dropAheadOlderThan(Time time) = 0;
 };
 
-/// Has the work done by a worker of the module's task manager. False: by nobody, since there is
-/// none, it ends or is busy beyond its queue. What is queued when the module stops is destroyed
-/// undone.
+/// Let a worker of the module's task manager do the work. Return false when the task manager does
+/// not exist, is stopping or has a full queue. Work that is still queued when the module stops is
+/// destroyed and not done.
 KELP_EXPORT bool readAheadLater(std::function<void()> work);
 
 }  // namespace NS_KELPCORBA

@@ -42,106 +42,115 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
     void DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* data) override;
 };
 
-/// The process-wide registry of what belongs to logged-in NMS: sessions in login order, iterators
-/// in order of creation, manager servants by name. Its service thread checks every session once an
-/// interval and erases what is over; the NMS are called on threads that live as long as a round.
+/// The process-wide registry of all that belongs to logged-in NMS: sessions in log-in order,
+/// iterators in order of creation, manager servants by name. Its service thread checks every
+/// session once per interval and erases the sessions that are over. It calls the NMS on threads
+/// that live as long as one round.
 ///
-/// Threads: any. Locks: the session lock guards the session list and the waiting sessions, the
-/// iterator lock the iterator list, the servant lock the servant map, the event-loss lock the three
-/// event-loss values; no two are held together, and no NMS is called under any of them. The
-/// factory's login lock comes before the session lock, the session lock before a session source's
-/// own.
+/// Any thread may call it. The session lock guards the session list and the waiting sessions. The
+/// iterator lock guards the iterator list, the servant lock the servant map, and the event-loss
+/// lock the three event-loss values. No two of these locks are held together, and no NMS is called
+/// under any of them. The lock order is: the factory's login lock, the session lock, the lock of a
+/// session source.
 class SessionMgr : public ACE_Task_Base {
   public:
     KELP_EXPORT static SessionMgr* Instance();
-    /// The instance if there is one; for callers that may come after Destroy.
+    /// Return the instance, or null when there is none. For callers that may run after Destroy.
     static SessionMgr* Existing();
-    /// Ends what Init made: releases servants and sessions, logs out who is still logged in.
+    /// Release servants and sessions, log out all users that are still logged in, and destroy the
+    /// instance.
     static void Destroy();
 
-    /// Takes the managers of the base configuration and starts the ping thread. 0 or -1.
+    /// Make the servants of the managers in the base configuration and start the ping thread. 0 or
+    /// -1.
     int Init();
     int open(void* args = nullptr) override;
     int close(unsigned long flags = 0) override;
-    /// The ping loop.
+    /// The ping loop: the body of the service thread.
     int svc() override;
-    /// Ends every session (its NMS is told) and the ping thread; returns when it has ended.
+    /// End every session, notify each NMS, and end the ping thread. Returns when the thread has
+    /// ended.
     int ExitThread();
 
     // -- sessions
-    /// Takes over one reference. 0, or -1 when the session lock failed or the ping thread has
-    /// ended, which would tell the NMS of its session's end; the reference is the caller's then.
-    /// Throws std::bad_alloc likewise.
+    /// List a session. Return 0 and take over one reference. Return -1 when the session lock
+    /// failed, or when the ping thread has ended: it could no longer notify the NMS of the
+    /// session's end. The caller then keeps the reference, and also when std::bad_alloc is thrown.
     int add_emsSession(EmsSession_IImpl* session);
-    /// Drops those of `sessions` that are listed and no longer Normal; how many were dropped.
+    /// Remove the sessions that are listed and no longer Normal, and drop the list's references.
+    /// Return their number.
     int EraseSessions(const std::list<EmsSession_IImpl*>& sessions);
-    /// Takes the first session of this NMS and user out of the list and hands its reference to the
-    /// caller, who must
-    /// `_remove_ref` it. Null when there is none.
+    /// Remove the first session of this NMS and user from the list. The caller takes over the
+    /// list's reference and must `_remove_ref` it. Null when there is none.
     EmsSession_IImpl* GetNmsSession(const std::string& hostInfo, const std::string& userName);
-    /// The first session of this NMS and user, which stays listed; borrowed. Null when there is
+    /// Return the first session of this NMS and user, borrowed. It stays listed. Null when there is
     /// none.
     EmsSession_IImpl* GetNmsSessionByNmsInfo(const std::string& hostInfo,
                                              const std::string& userName);
-    /// The same with a reference taken under the session lock.
+    /// The same, pinned under the session lock.
     ServantRef<EmsSession_IImpl> PinNmsSession(const std::string& hostInfo,
                                                const std::string& userName);
-    /// Every listed session, oldest first, each pinned under the lock.
+    /// Return every listed session, oldest first. All are pinned under the session lock.
     std::vector<ServantRef<EmsSession_IImpl>> PinSessions();
-    /// The listed sessions whose user name followed by host info equals `clientKey`, pinned. False
-    /// when the lock failed.
+    /// Append the listed sessions whose user name followed by host info equals `clientKey`, pinned.
+    /// Return false when the lock failed.
     bool PinSessionsByClientKey(const std::string& clientKey,
                                 std::vector<ServantRef<EmsSession_IImpl>>& sessions);
-    /// Takes the session out of the list if it is there and drops the list's reference.
+    /// Remove the session from the list and drop the list's reference, if it is listed.
     void Unlist(EmsSession_IImpl* session);
-    /// Drops one reference of a session under the session lock.
+    /// Drop one reference of a session under the session lock.
     void RemoveRefLocked(EmsSession_IImpl* session);
     std::size_t SessionCount();
     KELP_EXPORT bool isAdminAlreadyLoginIn(const std::string& userName);
     SessionSource* GetSessionSource(EmsSession_IImpl* session);
 
     // -- waiting threads (release strategy 2)
-    /// Starts `body(session)` on the waiting-thread manager; the thread owns a reference on its
-    /// session and is known here until LeaveWaiting. False when the thread could not be made.
+    /// Start `body(session)` on the waiting-thread manager. The thread owns a reference on its
+    /// session, which is registered here until LeaveWaiting. Return false when the thread could not
+    /// be created.
     bool SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body);
     void LeaveWaiting(EmsSession_IImpl* session);
-    /// True from SpawnWaiting until LeaveWaiting of any session, listed or not. Takes no lock.
+    /// True while any session, listed or not, is between SpawnWaiting and LeaveWaiting. Takes no
+    /// lock.
     bool IsAnybodyWaiting() const { return waitingCount_ != 0; }
-    /// Wakes every waiting thread, of listed and of unlisted sessions.
+    /// Wake every waiting thread, of listed and unlisted sessions.
     void WakeAllWaiting();
     ACE_Thread_Manager& WaitingThreads() { return waitingThreads_; }
 
     // -- manager servants
-    /// Takes a reference on the servant; one already there under the name is replaced and released.
+    /// Register a servant and take a reference on it. A servant already registered under the name
+    /// is replaced and released.
     void RegisterServant(const std::string& name, POA_common::Common_I* servant);
-    /// Exact, case-sensitive; borrowed. Null for an unknown or null name.
+    /// Return the servant of exactly this name, borrowed. Case matters. Null for an unknown or null
+    /// name.
     POA_common::Common_I* find_servant(const char* name);
-    /// find_servant with a reference taken under the servant lock, which the caller must
-    /// `_remove_ref`.
+    /// The same, with a reference taken under the servant lock. The caller must `_remove_ref` it.
     POA_common::Common_I* pin_servant(std::string_view name);
 
     // -- iterators
-    /// Activates a new iterator in its `_default_POA` and lists it; the oldest one is closed when
-    /// more than `IteratorRestriction()` are open, and before that the oldest of the same session
-    /// when that has `IteratorsPerSession()` already. 0: the caller's reference is taken over.
-    /// Otherwise an error code (the iterator is as before, the caller's): 0x41180102 when
-    /// `IteratorNum()` are open, 0x411800BA when it cannot be activated or its POA dies meanwhile,
-    /// 0x411800BE when the iterator lock failed.
+    /// Activate a new iterator in its `_default_POA` and list it. First evict the oldest iterator
+    /// of the same session if that already has `IteratorsPerSession()` open, then the oldest of all
+    /// if more than `IteratorRestriction()` are open.
+    ///
+    /// Return 0 and take over the caller's reference. On failure return an error code and leave the
+    /// iterator with the caller: 0x41180102 when `IteratorNum()` iterators are open, 0x411800BA
+    /// when it cannot be activated or its POA is destroyed meanwhile, 0x411800BE when the iterator
+    /// lock failed.
     unsigned long add_iterator(PortableServer::ServantBase* iterator);
-    /// The same, with the iterator's reference: a later look for it could find it closed already,
-    /// for others. Nil when it is not opened.
+    /// The same, and also return the iterator's reference, nil on failure. The caller cannot look
+    /// it up later, because the iterator may already have been evicted by then.
     unsigned long add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference);
-    /// Takes an iterator out and drops the list's reference; one that is not listed is ignored. 0
-    /// or -1.
+    /// Remove an iterator from the list and drop the list's reference. Ignores one that is not
+    /// listed. 0, or -1 when the iterator lock failed.
     int remove_iterator(PortableServer::ServantBase* iterator);
     std::size_t IteratorCount();
 
-    // -- the request in hand
-    /// The tagged session name of the request being served, or an empty text.
+    // -- the current request
+    /// Return the tagged session name of the current request, or an empty text.
     KELP_EXPORT std::string GetNmsIPAddrByContext();
     KELP_EXPORT int GetUserIDByContext();
 
-    // -- event loss, told to every NMS on the next ping round
+    // -- event loss, reported to every NMS in the next ping round
     KELP_EXPORT void NotifyEventLossOccurred(const std::string& startTime,
                                              const std::string& notificationId);
     KELP_EXPORT void NotifyEventLossCleared(const std::string& endTime);
@@ -150,8 +159,8 @@ class SessionMgr : public ACE_Task_Base {
     SessionMgr& operator=(const SessionMgr&) = delete;
 
   private:
-    /// A session in the list, with the hash of its user name followed by its host info; 0 for a
-    /// session without a source.
+    /// A session in the list, with the hash of its user name followed by its host info. The hash is
+    /// 0 for a session without a source.
     struct ListedSession {
         std::size_t clientKeyHash;
         EmsSession_IImpl* session;
@@ -169,9 +178,9 @@ class SessionMgr : public ACE_Task_Base {
 
     ListedSessions::iterator FindListed(const std::string& hostInfo, const std::string& userName);
     ListedSessions::iterator FindListed(const EmsSession_IImpl* session);
-    /// Takes a session out of the list and its index; the list's reference is the caller's then.
+    /// Remove a session from the list and its index. The caller takes over the list's reference.
     void Delist(ListedSessions::iterator listed);
-    /// Iterators that have left the list and are to be closed without a lock.
+    /// Iterators that were removed from the list and are to be closed without a lock held.
     using Evicted = std::vector<PortableServer::ServantBase*>;
     unsigned long ReserveIteratorPlace(const std::string& session, Evicted& evicted);
     void GiveIteratorPlaceBack(const std::string& session);
@@ -180,21 +189,22 @@ class SessionMgr : public ACE_Task_Base {
     unsigned long ListActivated(PortableServer::ServantBase* iterator, const std::string& session,
                                 PortableServer::POA_ptr poa, const PortableServer::ObjectId& id,
                                 Evicted& evicted);
-    /// remove_iterator(), telling besides whether it was there. False when the lock failed.
+    /// Like remove_iterator(), and set `wasListed` if it was listed. Return false when the lock
+    /// failed.
     bool TakeOutIterator(PortableServer::ServantBase* iterator, bool& wasListed);
     void TakeOverServant(const std::string& name, POA_common::Common_I* servant);
     void ReleaseServants();
     void LogOutEverybody();
     void DeregisterUserStateHandler();
     void SetCallTimeouts();
-    /// True when no session is listed; from then on none can be.
+    /// Return true when no session is listed. From then on none can be added.
     bool CloseIfEmpty();
     void SleepUntil(std::chrono::steady_clock::time_point roundDue);
     void RunRound();
     struct RoundEntry;
     void BeginCheck(RoundEntry& entry);
     void ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& eraseList);
-    /// Limit of the calls of the check.
+    /// Prepare a session's check during the stop. Return the time limit for its call to the NMS.
     std::chrono::milliseconds PrepareForExit(SessionSource& source);
     EventLoss CurrentEventLoss();
 
@@ -204,11 +214,11 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
     std::size_t pingThreads_ = 1;
-    OpenIterators iterators_;  ///< a reference each
-    std::atomic<std::size_t> iteratorsToCome_{
-        0};  ///< places taken for iterators that are being activated
-    /// So many of those came when there was none to close for them: the next ones that are listed
-    /// close one.
+    OpenIterators iterators_;  ///< owns one reference on each
+    /// Places reserved for iterators that are being activated.
+    std::atomic<std::size_t> iteratorsToCome_{0};
+    /// Number of reserved places for which an iterator should have been evicted, but none was
+    /// listed. Each of the next iterators to be listed evicts one in turn.
     std::size_t evictionsOwed_ = 0;
     std::map<std::string, POA_common::Common_I*, std::less<>> servants_;
     ACE_RW_Mutex iteratorLock_;
@@ -221,16 +231,16 @@ class SessionMgr : public ACE_Task_Base {
     ACE_Semaphore exitSemaphore_{0, USYNC_THREAD, nullptr, nullptr, 0x7fffffff};
     ACE_Thread_Manager waitingThreads_;
     ListedSessions sessions_;  ///< oldest first
-    bool isClosed_ = false;    ///< no session is listed any more; guarded by the session lock
-    /// The listed sessions by hash, so that finding a caller's session costs the same however many
-    /// there are.
+    bool isClosed_ = false;    ///< no session may be added; guarded by the session lock
+    /// The listed sessions by hash. Makes finding a session equally fast for any number of
+    /// sessions.
     std::unordered_multimap<std::size_t, EmsSession_IImpl*> sessionsByKey_;
     std::multiset<EmsSession_IImpl*> waiting_;
-    std::atomic<std::size_t> waitingCount_{
-        0};  ///< of waiting_; changed under the session lock, read without
+    /// Size of waiting_. Written under the session lock, read without a lock.
+    std::atomic<std::size_t> waitingCount_{0};
     ACE_RW_Mutex sessionLock_;
-    /// End of the time that all NMS together get at exit; none before the exit. Of the one check
-    /// that begins.
+    /// The time by which all NMS together must have been notified of the stop. Empty before the
+    /// first check of the stop. Used only where a check begins, by one thread at a time.
     std::optional<std::chrono::steady_clock::time_point> exitDeadline_;
 
     static SessionMgr* m_pInstance;

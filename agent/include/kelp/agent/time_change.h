@@ -9,7 +9,7 @@
 
 namespace NS_KELPCORBA {
 
-/// A calendar time in plain fields. Nothing is checked until checkDateTimeValid.
+/// A calendar time in separate fields. Only checkDateTimeValid checks them.
 struct KELP_EXPORT stDateTimeType {
     std::uint16_t year = 0;    ///< full year
     std::uint16_t month = 0;   ///< 1 to 12
@@ -19,58 +19,60 @@ struct KELP_EXPORT stDateTimeType {
     std::uint16_t second = 0;  ///< 0 to 59
 };
 
-/// Every text of a time that an NMS sees or sends (TMF 814 Time_T: "yyyyMMddhhmmss.s[Z]"), in the
-/// layout and time reference that `[time]` configures. A moment is in seconds since the epoch.
-/// Nothing throws for a bad time: a moment that cannot be converted counts as now, a text that
-/// cannot be printed is empty. Reentrant.
+/// Converts all times that an NMS reads or sends as text (TMF 814 Time_T: "yyyyMMddhhmmss.s[Z]"),
+/// in the layout and time reference of the `[time]` configuration. A moment is in seconds since the
+/// epoch. An invalid time throws nothing: a moment that cannot be converted counts as now, and the
+/// text of fields that cannot be printed is empty. Reentrant.
 class KELP_EXPORT TimeChange {
   public:
     // -- configured layout
     static std::string time2strByConf(const std::tm& fields);
-    /// 0 is now.
+    /// A moment of 0 means now.
     static std::string time2strByConf(long moment);
-    /// A time's text in any accepted layout, said in the configured one; empty for an unreadable
-    /// text.
+    /// Convert a text in any layout that str2Time accepts to the configured one. Empty for an
+    /// unreadable text.
     static std::string time2strByConf(const std::string& text);
-    /// Now plus an offset in seconds.
+    /// The time now plus an offset in seconds.
     static std::string getEMSTimeByNETime(unsigned long offset);
-    /// Now, in local fields.
+    /// The time now, in local time.
     static std::string getTime();
     static std::string time2str(const std::tm& fields);
-    /// Local fields; 0 is the epoch.
+    /// In local time. A moment of 0 is the epoch.
     static std::string time2str(long moment);
-    /// Local fields too, in spite of the name.
+    /// Also in local time, despite the name.
     static std::string time2GMStr(long moment);
     static std::string getUTCTime();
     static std::string localTime2UTCstr(long moment);
     static std::string localTime2UTCstr(std::tm fields);
 
     // -- "20240105030405.0Z"
-    /// Local fields in the layout of UTC; a text of another length than 17 has a blank in place of
+    /// Local time in the layout of UTC. When the text is not 17 characters long a blank replaces
     /// its first character.
     static std::string UTCtime2str(long moment);
-    /// UTC fields; 0 is the epoch.
+    /// In UTC. A moment of 0 is the epoch.
     static std::string time2UTCStr(long moment);
-    /// The fields as they are.
+    /// The fields are printed unchanged.
     static std::string time2UTCStr(const std::tm& fields);
 
-    /// Now in local time as "20240105030405".
+    /// The time now in local time, as "20240105030405".
     static std::string getLocalTime();
-    /// UTC fields; 0 is now.
+    /// Fields in UTC. A moment of 0 means now.
     static std::tm longTime2TM(long moment);
-    /// Seconds west of UTC of the process's time zone, which is read again.
+    /// Read the process's time zone again and return its offset in seconds west of UTC.
     static long GetNMTimeZone();
 
-    // -- the other way
-    /// Reads "yyyymmddhhmmss", with ".d" and then "Z" for UTC, or "dd/mm/yyyy hh:mm:ss" with an
-    /// optional "Z". The local broken-down time; of now, with `err` set, for a text that is none of
-    /// these. Texts with an offset from UTC are none.
+    // -- from text
+    /// Read "yyyymmddhhmmss", optionally followed by ".d", or by ".dZ" for UTC; or "dd/mm/yyyy
+    /// hh:mm:ss", optionally followed by "Z". Return the fields in local time. For any other text,
+    /// including one with an offset from UTC, set `err` and return the time now. Otherwise clear
+    /// `err`.
     static std::tm str2Time(std::string text, bool& err);
-    /// Reads "year-month-day-hour-minute-second"; all fields 0 for another number of parts.
+    /// Read "year-month-day-hour-minute-second". All fields are 0 when the number of parts is not
+    /// six.
     static stDateTimeType convertStrToDateTimeType(const std::string& text);
     static std::string convertDateTimeTypeToStr(const stDateTimeType& time);
-    /// Whether the fields are a time. Every fourth year has a 29 February; the year is not looked
-    /// at otherwise.
+    /// Whether the fields are a valid time. Every fourth year has a 29 February. The year is not
+    /// checked otherwise.
     static bool checkDateTimeValid(const stDateTimeType& time);
     /// 0 when equal, 1 when `a` is later, 2 when `a` is earlier.
     static int compareDateTime(const stDateTimeType& a, const stDateTimeType& b);
@@ -78,9 +80,9 @@ class KELP_EXPORT TimeChange {
 
 class KELP_EXPORT KELP_Utils {
   public:
-    /// Appends the parts of `text` between occurrences of the whole `delims`; characters of
-    /// `delims` at the beginning of a part are passed over, so that no part is empty. An empty
-    /// `delims` gives an empty part for every character.
+    /// Append the parts of `text` between occurrences of the whole `delims`. Characters of `delims`
+    /// at the beginning of a part are skipped, so no part is empty. An empty `delims` gives an
+    /// empty part for every character.
     static void split(const std::string& text, const std::string& delims,
                       std::list<std::string>& parts);
 };

@@ -13,7 +13,7 @@
 
 namespace NS_KELPCORBA {
 
-/// `[iterator] batch_max`, as it is configured now.
+/// Return the current value of `[iterator] batch_max`: the maximum number of entries in a batch.
 KELP_EXPORT CORBA::ULong iteratorBatchMax();
 
 template <class Sequence>
@@ -24,23 +24,25 @@ typename ListBatches<Sequence>::Limits iteratorLimits() {
 }
 
 /// An iterator of the standard (TMF 814: next_n, getLength, destroy) over the rest of a list.
-/// `Interface` is the IDL interface, `Skeleton` its servant class, `Sequence` and `SequenceOut` the
-/// list's type and its out parameter. A manager answers with give() and writes nothing but the
-/// list's source.
+/// `Interface` is the IDL interface and `Skeleton` its servant class. `Sequence` is the type of the
+/// list and `SequenceOut` that of its out parameter. A manager writes only the list's source and
+/// answers a request with give().
 ///
-/// Calls on it are served one after the other. It goes with its last batch, with a batch that
-/// cannot be read, with destroy, as the oldest of too many, or with its session; a call on it then
-/// is answered with OBJECT_NOT_EXIST.
+/// Calls are served one after the other. The iterator ends with its last batch, with a batch that
+/// cannot be read, with destroy, with its eviction when the limit of open iterators is exceeded, or
+/// with its session. After that calls raise OBJECT_NOT_EXIST.
 template <class Interface, class Skeleton, class Sequence, class SequenceOut>
 class TypedIterator final : public Skeleton {
   public:
     using Source = ListSource<Sequence>;
 
-    /// Answers a request for a list as the standard wants it: puts the first entries, at most
-    /// `howMany`, into `list` and returns an iterator for the rest, whose reference is the
-    /// caller's; nil when all are in the list. Called while the request is served, to whose session
-    /// the iterator belongs. Throws ProcessingFailureException: EXCPT_TOO_MANY_OPEN_ITERATORS, or
-    /// EXCPT_INTERNAL_ERROR when the list cannot be read.
+    /// Answer a request for a list as the standard demands. Put the first entries, at most
+    /// `howMany`, into `list`. Return an iterator for the rest, which the caller owns, or nil when
+    /// `list` holds all entries.
+    ///
+    /// Must run on the thread of the request: the iterator belongs to the session of that request.
+    /// Throws ProcessingFailureException: EXCPT_TOO_MANY_OPEN_ITERATORS, or EXCPT_INTERNAL_ERROR
+    /// when the list cannot be read.
     static typename Interface::_ptr_type give(std::unique_ptr<Source> source, CORBA::ULong howMany,
                                               SequenceOut list) {
         auto batches =
@@ -65,9 +67,9 @@ class TypedIterator final : public Skeleton {
         return PortableServer::POA::_duplicate(poa_.in());
     }
 
-    /// At most `howMany` entries, perhaps fewer; for 0 none, and the iterator stays. False: that
-    /// was the last batch. EXCPT_INTERNAL_ERROR when it cannot be read: entries may be lost then,
-    /// so the list is over.
+    /// Return at most `howMany` entries, possibly fewer. For 0 return none and keep the iterator.
+    /// False when that was the last batch. Throws EXCPT_INTERNAL_ERROR when the batch cannot be
+    /// read. The list then ends, because entries may be lost.
     CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut list) override {
         std::optional<Batch> batch = reader_->next(howMany);
         if (!batch)
@@ -79,7 +81,8 @@ class TypedIterator final : public Skeleton {
         list = batch->entries.release();
         return batch->isMore;
     }
-    /// The entries that were left when the list was answered, however many have been read since.
+    /// Number of entries that the first answer left for the iterator, regardless of how many have
+    /// been read since.
     CORBA::ULong getLength() override { return length_; }
     void destroy() override {
         if (!reader_->close())
@@ -99,7 +102,7 @@ class TypedIterator final : public Skeleton {
         PortableServer::ServantBase_var owned = made;
         CORBA::Object_var reference;
         ThrowException(TAIteratorHelper::add_Iterator(made, reference));
-        owned._retn();  // it is the session manager's now
+        owned._retn();  // the session manager owns it now
         return Interface::_unchecked_narrow(reference.in());
     }
 

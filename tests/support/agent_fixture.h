@@ -38,7 +38,8 @@
 
 namespace kelp::test {
 
-/// How a RunningAgent is configured. Rounds of pings come only at the stop unless asked for.
+/// Configuration of a RunningAgent. By default pings are sent only at the stop, as the interval is
+/// a day.
 struct AgentOptions {
     int releaseStrategy = 0;
     bool pingMode = true;
@@ -52,10 +53,10 @@ struct AgentOptions {
     int lockoutS = 300;
     int iteratorSoftLimit = 200;
     int iteratorHardLimit = 1000;
-    int iteratorsPerSession = 1000000;  ///< out of the way of the limits above
-    std::string inventory{};            ///< database of the inventory
-    std::string accessLines{};          ///< further lines of the configuration's table
-    std::string sessionLines{};         ///< likewise
+    int iteratorsPerSession = 1000000;  ///< so high that only the limits above take effect
+    std::string inventory{};            ///< path of the inventory's database; empty for none
+    std::string accessLines{};          ///< further lines for [access]
+    std::string sessionLines{};         ///< further lines for [session]
     std::string tables{};               ///< further tables
 
     AgentOptions with(int strategy, bool pings) const {
@@ -107,19 +108,19 @@ struct AgentOptions {
     }
 };
 
-/// How GoogleTest names a test with these options.
+/// Print the options in the name of a test.
 inline void PrintTo(const AgentOptions& options, std::ostream* out) {
     *out << "strategy " << options.releaseStrategy << ", ping mode "
          << (options.pingMode ? "on" : "off") << (options.reuse ? ", reuse" : "");
 }
 
-/// The error code that a ProcessingFailureException carries. Without a catalogue its reason begins
+/// Return the error code of a ProcessingFailureException. Without a catalogue, the reason begins
 /// with the code in brackets.
 inline unsigned long codeOf(const globaldefs::ProcessingFailureException& refusal) {
     return std::strtoul(refusal.errorReason.in() + 1, nullptr, 10);
 }
 
-/// The code with which a call is refused; 0 when it is not.
+/// Return the code with which a call is refused, or 0 if it succeeds.
 template <class Call>
 unsigned long refusalOf(Call call) {
     try {
@@ -130,8 +131,8 @@ unsigned long refusalOf(Call call) {
     }
 }
 
-/// True when the call on an object of a session that is over fails as such calls may: its POA is
-/// gone, going, or refuses.
+/// True if a call on an object of an ended session fails in one of the permitted ways: its POA no
+/// longer exists, is being destroyed, or rejects requests.
 template <class Call>
 bool isGone(Call call) {
     try {
@@ -146,9 +147,9 @@ bool isGone(Call call) {
     }
 }
 
-/// The agent's sessions in this process, with a real ORB, a user "admin" and a manager "EMS": what
-/// the module starts but for the naming monitor and the manager interfaces. Stops in order at the
-/// end of the scope.
+/// The agent's session part in this process, with a real ORB, a user "admin" and a manager "EMS".
+/// It starts what the module starts, except for the naming monitor and the manager interfaces. The
+/// destructor stops everything in order.
 class RunningAgent {
   public:
     static constexpr const char* kUser = "admin";
@@ -178,7 +179,7 @@ class RunningAgent {
     RunningAgent(const RunningAgent&) = delete;
     RunningAgent& operator=(const RunningAgent&) = delete;
 
-    // -- what runs
+    // -- the parts that run
     static NS_CORBA::CorbaBaseAgentConfig& base() {
         return *NS_CORBA::CorbaBaseAgentConfig::Instance();
     }
@@ -201,7 +202,7 @@ class RunningAgent {
         return result;
     }
 
-    /// NMS number `index`; made on first use, from 1 on.
+    /// Return NMS number `index`, counted from 1. It is created on first use.
     TestNms& nms(unsigned index = 1) {
         const std::lock_guard<std::mutex> guard(nmsMutex_);
         std::unique_ptr<TestNms>& each = nms_[index];
@@ -209,7 +210,7 @@ class RunningAgent {
             each = std::make_unique<TestNms>(orb(), root(), index);
         return *each;
     }
-    /// A reference of the same object that is called over a connection.
+    /// Return a reference to the same object whose calls go over a connection.
     template <class I>
     typename I::_var_type overTheWire(CORBA::Object_ptr reference) const {
         const CORBA::Object_var remote = referenceOverTheWire(orb(), reference, "127.1", port());
@@ -228,7 +229,7 @@ class RunningAgent {
     }
 
     // -- log-ins
-    /// Logs an NMS in through the factory's servant.
+    // Log an NMS in through the factory's servant.
     emsSession::EmsSession_I_var logIn(const TestNms& nms, const std::string& user = kUser,
                                        const std::string& password = kPassword) {
         return logIn(nms.reference(), user, password);
@@ -240,7 +241,7 @@ class RunningAgent {
         factory().getEmsSession(user.c_str(), password.c_str(), nms, session.out());
         return session;
     }
-    /// The listed session of that NMS and user, pinned; null when there is none.
+    /// Return the listed session of this NMS and user, pinned; null if none is listed.
     static NS_KELPCORBA::ServantRef<NS_KELPCORBA::EmsSession_IImpl> listed(
         const TestNms& nms, const std::string& user = kUser) {
         return sessions().PinNmsSession(nms.hostInfo(), user);
@@ -251,7 +252,7 @@ class RunningAgent {
     static std::size_t liveLogins(const std::string& hostInfo, const std::string& user = kUser) {
         return NS_CORBA::CorbaSecurityMgr::Instance()->LiveLogins(hostInfo, user);
     }
-    /// The session's manager of that name, called over a connection.
+    /// Return the session's manager of that name; calls go over a connection.
     template <class I = common::Common_I>
     typename I::_var_type remoteManager(emsSession::EmsSession_I_ptr session,
                                         const char* name = "EMS") const {
@@ -261,7 +262,7 @@ class RunningAgent {
     }
 
     // -- stop
-    /// The first step of the agent's stop: the exit flag, and every waiting thread woken.
+    // Do the first step of the agent's stop: set the exit flag and wake every waiting thread.
     void requestExit() {
         NS_KELPCORBA::AgentState& state = NS_KELPCORBA::AgentState::instance();
         {
@@ -270,12 +271,12 @@ class RunningAgent {
         }
         sessions().WakeAllWaiting();
     }
-    /// True when every waiting thread has left within 15 s.
+    /// True if every waiting thread leaves within 15 s.
     static bool waitingThreadsLeave() {
         const ACE_Time_Value deadline(ACE_OS::gettimeofday() + ACE_Time_Value(15));
         return sessions().WaitingThreads().wait(&deadline) != -1;
     }
-    /// Ends every session and the ping thread.
+    /// End every session and the ping thread.
     void endSessions() {
         if (!std::exchange(sessionsEnded_, true))
             sessions().ExitThread();
@@ -309,14 +310,15 @@ class RunningAgent {
         EXPECT_EQ(managers_.alive, 0) << "a manager's servant is left";
     }
 
-    /// Reads the configuration again, with these options.
+    /// Read the configuration again, with these options.
     void configure(const AgentOptions& options) {
         const auto number = [](const char* key, int value) {
             return std::string(key) + " = " + std::to_string(value) + "\n";
         };
         const std::string toml =
             "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\n"
-            // test NMS name this process by many spellings of the loopback address
+            // the test NMS have different spellings of the loopback address, which all reach this
+            // process
             "[access]\nnms_reference = \"any\"\n" +
             options.accessLines + "[security]\ndatabase = \"" +
             (folder_.path() / "users.db").string() + "\"\nhash_memory_kib = 8\nhash_passes = 1\n" +

@@ -6,8 +6,8 @@
 
 namespace kelp::test {
 
-/// The servant of an embedded channel's own object, with a reference that the caller owns: for
-/// publishing the channel under another key, past its guard.
+/// Return the servant of an embedded channel's root object. The caller owns the returned reference.
+/// It allows a test to publish the channel under another key, where no guard checks the callers.
 inline PortableServer::Servant channelServant(PortableServer::POA_ptr root,
                                               CORBA::Object_ptr channel) {
     const PortableServer::POA_var poa = root->find_POA("notification", false);

@@ -10,7 +10,8 @@
 
 namespace kelp::test {
 
-/// What `body` answers in a child process. The calling process must have one thread only.
+/// Run `body` in a child process and return its result. The calling process must have a single
+/// thread.
 inline bool inChild(const std::function<bool()>& body) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -26,7 +27,7 @@ inline bool inChild(const std::function<bool()>& body) {
            WEXITSTATUS(status) == 0;
 }
 
-/// The same under a umask.
+/// Run `body` in a child process under this umask and return its result.
 inline bool inChildWithUmask(mode_t mask, const std::function<bool()>& body) {
     return inChild([&] {
         ::umask(mask);
@@ -34,16 +35,18 @@ inline bool inChildWithUmask(mode_t mask, const std::function<bool()>& body) {
     });
 }
 
-/// Permission bits of a file or folder, of a link's own; 07777 when there is none.
+/// Return the permission bits of a file or folder. Symbolic links are not followed. Returns 07777
+/// if it does not exist.
 inline mode_t modeOf(const char* file) {
     struct stat status {};
     return ::lstat(file, &status) == 0 ? status.st_mode & 07777u : 07777u;
 }
 
-/// The umasks that would open a file to everybody and close it to its owner.
+/// The two extreme umasks: 0 would leave files open to everybody, 0777 would close them to their
+/// owner.
 inline constexpr mode_t kExtremeUmasks[] = {0, 0777};
 
-/// As part of a test's name.
+/// Name the umask in the name of a test.
 inline std::string nameOfUmask(const testing::TestParamInfo<mode_t>& info) {
     return info.param == 0 ? "Open" : "Closed";
 }

@@ -6,7 +6,7 @@
 
 namespace kelp::test {
 
-/// GIOP messages made by hand, also such as no client sends.
+/// Writes GIOP messages by hand, including messages that no client sends.
 class GiopWriter {
   public:
     explicit GiopWriter(std::uint8_t minor = 2, bool littleEndian = false)
@@ -39,7 +39,7 @@ class GiopWriter {
         return *this;
     }
 
-    /// The message with its header completed.
+    /// Return the message with its header completed.
     std::string message(int type, bool moreFragments = false) const {
         std::string made = bytes_;
         if (moreFragments)
@@ -82,16 +82,16 @@ inline std::string giopMessage(const GiopWriter& content, GiopType type,
     return content.message(static_cast<int>(type), moreFragments);
 }
 
-/// An encapsulated IIOP profile body.
+/// Return the body of an IIOP profile as an encapsulation.
 inline std::string iiopProfile(const std::string& key, const std::string& host = "127.0.0.1") {
-    // alignment counts from the encapsulation's first octet: the message's header is a multiple of
-    // 4
+    // Alignment counts from the first octet of the encapsulation. The writer counts from the
+    // message header, whose 12 octets are a multiple of 4.
     GiopWriter writer(2);
     writer.octet(0).octet(1).octet(2).text(host).unsignedShort(4800).octets(key).unsignedLong(0);
     return writer.message(0).substr(12);
 }
 
-/// How a request names its target (GIOP 1.2).
+/// How a GIOP 1.2 request names its target.
 enum class Addressing { Key, Profile, Reference };
 
 inline void addTarget(GiopWriter& writer, const std::string& key, Addressing addressing) {
@@ -142,8 +142,8 @@ inline std::string requestMessage(const GiopRequest& request) {
     return giopMessage(requestWriter(request), GiopType::Request);
 }
 
-/// A GIOP 1.2 message of a request's id and nothing else, or a Fragment with its part of the
-/// content.
+/// Return a GIOP 1.2 message that contains only a request id, or a Fragment with the id and
+/// `content`.
 inline std::string messageOfId(GiopType type, std::uint32_t id, const std::string& content = "",
                                bool moreFragments = false, bool littleEndian = false,
                                std::uint8_t minor = 2) {
@@ -161,8 +161,8 @@ inline std::string locateMessage(const GiopRequest& request) {
     return giopMessage(writer, GiopType::LocateRequest);
 }
 
-/// A request cut into messages, the first of `first` octets and Fragments of `part` octets of
-/// content each. For GIOP 1.2 both are multiples of 8.
+/// Split a request into messages: the first has `first` octets, and each Fragment carries `part`
+/// octets of content. In GIOP 1.2 both must be multiples of 8.
 inline std::vector<std::string> fragmentsOf(const GiopRequest& request, std::size_t first,
                                             std::size_t part) {
     const std::string whole = requestMessage(request);
@@ -170,8 +170,8 @@ inline std::vector<std::string> fragmentsOf(const GiopRequest& request, std::siz
     GiopWriter head(request.minor, request.littleEndian);
     head.raw(whole.substr(12, first - 12));
     messages.push_back(giopMessage(head, GiopType::Request, true));
-    // in 1.2 a fragment has 16 octets before its content: content of part - 16 keeps it a multiple
-    // of 8
+    // In GIOP 1.2, 16 octets precede the content of a Fragment, so content whose size is a multiple
+    // of 8 keeps the alignment.
     for (std::size_t at = first; at <= whole.size(); at += part) {
         const bool more = at + part <= whole.size();
         GiopWriter fragment(request.minor, request.littleEndian);

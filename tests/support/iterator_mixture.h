@@ -18,14 +18,14 @@
 
 namespace kelp::test {
 
-/// The last value in each name.
+/// Append the last value of each name.
 inline void appendValues(const globaldefs::NamingAttributesList_T& names,
                          std::vector<std::string>& values) {
     for (CORBA::ULong i = 0; i < names.length(); ++i)
         values.emplace_back(names[i][names[i].length() - 1].value.in());
 }
 
-/// One list, and what came of it over all threads.
+/// One list and the entries that all threads have read from it.
 class IteratorWalk {
   public:
     IteratorWalk(globaldefs::NamingAttributesIterator_I_ptr rest, std::vector<std::string> first)
@@ -39,7 +39,7 @@ class IteratorWalk {
         appendValues(names.in(), values_);
     }
     void destroy() { rest_->destroy(); }
-    /// True when what came is the beginning of `all`, each entry once.
+    /// True if the entries read are the first ones of `all`, each exactly once.
     bool isWithoutGap(std::vector<std::string> all) {
         const std::lock_guard guard(mutex_);
         if (values_.size() > all.size())
@@ -54,11 +54,11 @@ class IteratorWalk {
     std::vector<std::string> values_;  // guarded by mutex_
 };
 
-/// Threads that open lists, read batches of them and destroy their iterators all at once, until the
-/// end.
+/// Threads that concurrently open lists, read batches of them and destroy their iterators until
+/// they are stopped.
 class IteratorMixture {
   public:
-    /// Asks for the list, called by two threads. May throw as a call may.
+    /// Request the list. Called by two threads. May throw what the call throws.
     using Open = std::function<std::shared_ptr<IteratorWalk>()>;
     explicit IteratorMixture(Open open) : open_(std::move(open)) {
         for (unsigned i = 0; i < 2; ++i)
@@ -72,17 +72,17 @@ class IteratorMixture {
     IteratorMixture& operator=(const IteratorMixture&) = delete;
 
     int served() const { return served_; }
-    /// Calls that were refused because the iterator, or the session, was over.
+    /// Calls refused because the iterator or the session was over.
     int closed() const { return closed_; }
-    /// Calls with any other outcome, and what the last of them was.
+    /// Calls with any other outcome; strangest() describes the last one.
     int strange() const { return strange_; }
     std::string strangest() {
         const std::lock_guard guard(mutex_);
         return strangest_;
     }
 
-    /// Ends the threads; how many lists came with gaps or repetitions, when `all` is the whole
-    /// list.
+    /// Stop the threads. Return how many lists had gaps or repeated entries, where `all` is the
+    /// whole list.
     int stopAndCountGaps(const std::vector<std::string>& all) {
         stop();
         return static_cast<int>(std::count_if(walks_.begin(), walks_.end(), [&](const auto& walk) {
@@ -91,7 +91,7 @@ class IteratorMixture {
     }
 
   private:
-    /// More than are open, so that closed ones are called as well.
+    /// Walks to choose from. This is more than are open, so closed iterators are called as well.
     static constexpr std::size_t kCalled = 10;
     static constexpr std::chrono::seconds kCallLimit{60};
     using Step = std::function<void(std::minstd_rand&)>;

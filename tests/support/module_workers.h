@@ -9,8 +9,8 @@
 
 namespace kelp::test {
 
-/// The module's task manager with its workers, which the module's entry starts in the host. Its
-/// work ends before the agent, as there.
+/// The module's task manager with its workers, which in the host the module's entry starts. As in
+/// the host, its work ends before the agent.
 class ModuleWorkers {
   public:
     ModuleWorkers() {

@@ -12,23 +12,23 @@
 
 namespace kelp::test {
 
-/// A list of names "1", "2", ... for iterators.
+/// A source of names "1", "2", ... for iterators.
 class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAttributesList_T> {
   public:
     explicit NumberedNames(CORBA::ULong count) : count_(count) {}
 
-    /// Bytes that each is said to take.
+    /// Encoded size of each entry, in bytes.
     std::size_t size = 100;
-    /// No more than so many at once.
+    /// Maximum number of entries that one read() returns.
     CORBA::ULong most = 1000000;
-    /// Reading this one fails, in this way; 0: none does.
+    /// Reading the entry with this number calls `fail`; 0 for no failure.
     CORBA::ULong failsAt = 0;
     std::function<void()> fail = [] { throw std::runtime_error("the database is gone"); };
-    /// Held as long as the list lives.
+    /// Kept alive as long as the list.
     std::shared_ptr<const void> held;
-    /// So many at the end turn out to be gone.
+    /// Number of entries at the end of the list that turn out to have been deleted.
     CORBA::ULong gone = 0;
-    /// Whether what was read can be read again.
+    /// Whether entries that were read can be read again.
     bool canGoBack = true;
 
     CORBA::ULong left() const override { return count_ - read_; }
@@ -63,7 +63,7 @@ class NumberedNames final : public NS_KELPCORBA::ListSource<globaldefs::NamingAt
     CORBA::ULong wayBack_ = 0;
 };
 
-/// The number of each name.
+/// Return the number of each name.
 inline std::vector<int> numbersOf(const globaldefs::NamingAttributesList_T& names) {
     std::vector<int> numbers;
     for (CORBA::ULong i = 0; i < names.length(); ++i)
@@ -71,7 +71,7 @@ inline std::vector<int> numbersOf(const globaldefs::NamingAttributesList_T& name
     return numbers;
 }
 
-/// first, first + 1, ... last
+/// Return first, first + 1, ... last.
 inline std::vector<int> numbers(int first, int last) {
     std::vector<int> all;
     for (int i = first; i <= last; ++i)

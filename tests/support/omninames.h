@@ -18,9 +18,9 @@
 
 namespace kelp::test {
 
-/// A real naming service, a process of its own on a free port of the loopback interface. It ends
-/// with its owner, and also when the test's process or the thread that started it dies. Made and
-/// used by one thread.
+/// A real naming service: a separate process on a free port of the loopback interface. It ends with
+/// its owner, and also if the test's process or the thread that started it dies. One thread creates
+/// and uses it.
 class OmniNames {
   public:
     OmniNames() {
@@ -29,7 +29,7 @@ class OmniNames {
         if (::mkdtemp(name.data()) == nullptr)
             throw std::runtime_error("no folder for the naming service");
         folder_ = name;
-        // the port may be taken between looking and using
+        // another process may take the port before the naming service listens on it
         for (int attempt = 0; attempt < 5 && pid_ < 0; ++attempt) {
             port_ = freePort();
             start();
@@ -50,7 +50,7 @@ class OmniNames {
         return "corbaloc:iiop:127.0.0.1:" + std::to_string(port_) + "/NameService";
     }
 
-    /// Ends it at once; its port refuses connections from here on.
+    /// Kill it. From then on its port refuses connections.
     void kill() {
         if (pid_ < 0)
             return;
@@ -58,13 +58,13 @@ class OmniNames {
         ::waitpid(pid_, nullptr, 0);
         pid_ = -1;
     }
-    /// It accepts connections and answers nothing until thaw().
+    /// Stop the process until thaw(): it still accepts connections but answers nothing.
     void freeze() {
         ::kill(pid_, SIGSTOP);
         ::waitpid(pid_, nullptr, WUNTRACED);
     }
     void thaw() { ::kill(pid_, SIGCONT); }
-    /// Ends it and starts one on the same port that knows nothing.
+    /// Kill it and start an empty one on the same port.
     void restartEmpty() {
         kill();
         const bool started = waitUntil([this] {
@@ -76,7 +76,7 @@ class OmniNames {
     }
 
   private:
-    /// Runs it on an emptied folder. On return it answers, or pid_ is negative.
+    /// Start it with an emptied folder. On return it answers, or pid_ is negative.
     void start() {
         for (const auto& entry : std::filesystem::directory_iterator(folder_))
             std::filesystem::remove_all(entry.path());
@@ -104,12 +104,12 @@ class OmniNames {
             kill();
     }
 
-    /// Asks over GIOP 1.0 whether the object NameService is there (a LocateRequest), which needs no
-    /// ORB.
+    /// Ask with a GIOP 1.0 LocateRequest, which needs no ORB, whether the object NameService
+    /// exists.
     bool answers() const {
         constexpr std::array<unsigned char, 31> request{
             'G', 'I', 'O', 'P', 1,   0,   1,   3,  // LocateRequest, little-endian
-            19,  0,   0,   0,                      // bytes that follow
+            19,  0,   0,   0,                      // length of the body
             1,   0,   0,   0,                      // request id
             11,  0,   0,   0,   'N', 'a', 'm', 'e',
             'S', 'e', 'r', 'v', 'i', 'c', 'e'};  // object key

@@ -12,15 +12,16 @@
 
 namespace kelp::test {
 
-/// An ORB that listens on a port of the loopback interface which the system chooses.
+/// Options for an ORB that listens on a port of the loopback interface chosen by the system.
 inline orb::OrbOptions loopbackOptions() {
     orb::OrbOptions options;
     options.listen = {"127.0.0.1:0"};
     return options;
 }
 
-/// The process's ORB for the length of a scope: started with a hook, callers let through (unless
-/// asked to hold them), destroyed at the end. destroy() waits for calls in progress.
+/// The process's ORB for the length of a scope. The constructor starts it with a hook and lets
+/// callers through, unless the test asks to hold them. The destructor destroys it. destroy() waits
+/// for calls in progress.
 class RunningOrb {
   public:
     enum class Callers { Through, Held };
@@ -44,19 +45,19 @@ class RunningOrb {
     RunningOrb(const RunningOrb&) = delete;
     RunningOrb& operator=(const RunningOrb&) = delete;
 
-    /// The ORB, its root POA and the root's manager; borrowed.
+    /// The ORB, its root POA and the root POA's manager. All are borrowed.
     CORBA::ORB_ptr orb() const { return orb_.in(); }
     PortableServer::POA_ptr root() const { return root_.in(); }
     PortableServer::POAManager_ptr manager() const { return manager_.in(); }
 
-    /// The first address it listens on.
+    /// The first endpoint on which the ORB listens.
     const orb::Endpoint& endpoint() const { return endpoint_; }
     std::uint16_t port() const { return endpoint_.port; }
     std::string hostAndPort() const { return orb::hostAndPort(endpoint_); }
 
-    /// A reference to the same object that the ORB does not recognise as its own, so that a call
-    /// from this very process goes over a connection. For an ORB that publishes 127.0.0.1: the
-    /// reference says the same address in another way.
+    /// Return a reference to the same object that the ORB does not recognise as local, so a call
+    /// from this process goes over a connection. The ORB must publish 127.0.0.1; the reference
+    /// contains another spelling of that address.
     CORBA::Object_ptr overTheWire(CORBA::Object_ptr reference) const {
         const CORBA::String_var text = orb_->object_to_string(reference);
         std::string changed(text.in());
@@ -68,8 +69,8 @@ class RunningOrb {
         return orb::toReference(orb_.in(), changed);
     }
 
-    /// The same for an object published under a well-known key. It has no type: use
-    /// _unchecked_narrow, as _narrow makes a call.
+    /// Do the same for an object published under a well-known key. The reference has no type: use
+    /// _unchecked_narrow, because _narrow makes a call.
     CORBA::Object_ptr overTheWireByKey(const std::string& key) const {
         return orb::toReference(orb_.in(),
                                 "corbaloc:iiop:1.2@127.1:" + std::to_string(port()) + "/" + key);

@@ -17,7 +17,7 @@
 
 namespace kelp::test {
 
-/// A program at a terminal of its own that the test types at. Ends with it.
+/// A program that runs on a separate terminal, at which the test types. The destructor kills it.
 class PseudoTerminal {
   public:
     PseudoTerminal(std::vector<std::string> command, unsigned short columns = 80,
@@ -46,7 +46,8 @@ class PseudoTerminal {
     PseudoTerminal(const PseudoTerminal&) = delete;
     PseudoTerminal& operator=(const PseudoTerminal&) = delete;
 
-    /// Reads until the terminal has shown the text for the next time.
+    /// Read until the terminal shows the text again, after its previous occurrence. False if it
+    /// does not within 30 s.
     bool isShown(const std::string& text) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (shown_.find(text, looked_) == std::string::npos) {
@@ -69,7 +70,7 @@ class PseudoTerminal {
         termios settings{};
         return ::tcgetattr(terminal_, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
     }
-    /// The exit status when the program has ended, or -1 for one that a signal ended.
+    /// Wait for the program's end. Return its exit status, or -1 if a signal ended it.
     int status() {
         int result = 0;
         if (!ended_) {
@@ -79,7 +80,7 @@ class PseudoTerminal {
         }
         return exitStatus_;
     }
-    /// All that has been read so far.
+    /// All output read so far.
     const std::string& shown() const { return shown_; }
     pid_t pid() const { return child_; }
 

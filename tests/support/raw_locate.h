@@ -11,15 +11,15 @@ namespace kelp::test {
 
 enum class LocateStatus : std::uint32_t { UnknownObject = 0, ObjectHere = 1 };
 
-/// A client that asks for objects by their keys alone, with hand-made messages (big endian) of
-/// GIOP 1.0 or 1.2 on one connection.
+/// A client that locates objects by their keys alone, with hand-made big-endian messages of GIOP
+/// 1.0 or 1.2 on one connection.
 class RawLocator {
   public:
     explicit RawLocator(std::uint16_t port, char minor = 2)
         : socket_(connectTo(port)), minor_(minor) {}
 
     LocateStatus locate(const std::string& key) { return locateAll({key}).front(); }
-    /// The answers in the order of the keys, asked for without waiting in between.
+    /// Send all requests without waiting for replies. Return the answers in the order of the keys.
     std::vector<LocateStatus> locateAll(const std::vector<std::string>& keys) {
         std::string messages;
         for (const std::string& key : keys)
@@ -39,7 +39,8 @@ class RawLocator {
         return bytes;
     }
     std::string request(const std::string& key) {
-        // in 1.2 the key is one of three kinds of target, told by a short and two octets to align
+        // GIOP 1.2 has three kinds of target. A short selects the key, and two octets align what
+        // follows.
         const std::string target = minor_ == 2 ? std::string(4, '\0') : std::string();
         const std::string body = number(++lastId_) + target + number(key.size()) + key;
         return std::string("GIOP\x01") + minor_ + std::string("\x00\x03", 2) + number(body.size()) +

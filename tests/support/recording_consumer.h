@@ -8,7 +8,7 @@
 
 namespace kelp::test {
 
-/// Remembers the names of the events that it got.
+/// Records the names of the events it receives.
 class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
   public:
     void push_structured_event(const CosNotification::StructuredEvent& event) override {

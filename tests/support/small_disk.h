@@ -13,9 +13,9 @@
 
 namespace kelp::test {
 
-/// A disk of a few MiB that this process and its children alone see: a file system in memory. A
-/// user namespace gives the right to mount it to those who do not have it. Made before any thread.
-/// Tests that use it are built where KELP_CAN_MOUNT says so.
+/// A disk of a few MiB that only this process and its children see: a file system in memory. A user
+/// namespace grants an unprivileged process the right to mount it. Create it before any thread
+/// starts. Tests that use it are built only where KELP_CAN_MOUNT is set.
 class SmallDisk {
   public:
     explicit SmallDisk(const std::filesystem::path& folder, unsigned mib = 2) : folder_(folder) {
@@ -41,7 +41,7 @@ class SmallDisk {
 
     bool isMounted() const { return isMounted_; }
 
-    /// Leaves not a byte.
+    /// Fill the disk to the last byte.
     void fill() const {
         const int file =
             ::open((folder_ / "filler").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);

@@ -5,7 +5,8 @@
 
 namespace kelp::test {
 
-/// The standard's managers (TMF 814, SD1-15), as getSupportedManagers lists them.
+/// The standard's managers (TMF 814, SD1-15), in the order in which getSupportedManagers lists
+/// them.
 inline const std::vector<std::string>& standardManagers() {
     static const std::vector<std::string> names = {"EMS",
                                                    "EquipmentInventory",
@@ -25,7 +26,7 @@ inline const std::vector<std::string>& standardManagers() {
     return names;
 }
 
-/// The same, each between `before` and `after`.
+/// Return the managers' names, each between `before` and `after`.
 inline std::string standardManagersText(const std::string& before, const std::string& after) {
     std::string text;
     for (const std::string& name : standardManagers())

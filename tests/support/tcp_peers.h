@@ -15,7 +15,7 @@
 
 namespace kelp::test {
 
-/// A file descriptor that is closed with its owner.
+/// Owns a file descriptor and closes it.
 class Socket {
   public:
     explicit Socket(int fd = -1) : fd_(fd) {}
@@ -51,7 +51,7 @@ inline Socket tcpSocket() {
     return made;
 }
 
-/// A socket bound to a port of the loopback interface that was free.
+/// Return a socket bound to a free port of the loopback interface.
 inline Socket boundSocket() {
     Socket made = tcpSocket();
     const sockaddr_in address = loopbackAddress(0);
@@ -68,14 +68,15 @@ inline std::uint16_t portOf(const Socket& socket) {
     return ntohs(address.sin_port);
 }
 
-/// A port of the loopback interface that nobody listened on a moment ago. Another process may take
-/// it before it is used: prefer port 0 where the listener can tell which it got.
+/// Return a port of the loopback interface on which nobody listened a moment ago. Another process
+/// may take it before the test uses it: prefer port 0 where the listener can report the port that
+/// it got.
 inline std::uint16_t freePort() {
     return portOf(boundSocket());
 }
 
-/// A connection to a port of the loopback interface, for sending bytes that no client would send.
-/// `source` is the address that it comes from, any of 127.0.0.0/8.
+/// Connect to a port of the loopback interface, to send bytes that no client sends. `source` is the
+/// address that the connection comes from, any of 127.0.0.0/8.
 inline Socket connectTo(std::uint16_t port, const char* source = "127.0.0.1") {
     Socket made = tcpSocket();
     sockaddr_in own = loopbackAddress(0);
@@ -88,7 +89,7 @@ inline Socket connectTo(std::uint16_t port, const char* source = "127.0.0.1") {
     return made;
 }
 
-/// A peer that hangs: connecting succeeds, requests are never answered.
+/// A peer that hangs: it accepts connections but never answers a request.
 class DeafListener {
   public:
     DeafListener() : listener_(boundSocket()) {
@@ -103,7 +104,7 @@ class DeafListener {
         pollfd waiting{listener_.fd(), POLLIN, 0};
         return ::poll(&waiting, 1, 0) == 1;
     }
-    /// A reference to an object that this peer pretends to have.
+    /// Return a reference to an object that this peer pretends to have.
     std::string corbaloc(const std::string& key = "Object") const {
         return "corbaloc:iiop:1.2@" + hostAndPort() + "/" + key;
     }
@@ -112,8 +113,8 @@ class DeafListener {
     Socket listener_;
 };
 
-/// A peer so overloaded that connecting to it is not answered: its backlog is full and nobody
-/// accepts.
+/// An overloaded peer: its backlog is full and nobody accepts, so an attempt to connect gets no
+/// answer.
 class FullBacklogListener {
   public:
     FullBacklogListener() : listener_(boundSocket()) {

@@ -10,7 +10,7 @@
 
 namespace kelp::test {
 
-/// A new folder that goes, with all in it, at the end of the scope.
+/// A new folder. The destructor removes it with all its contents.
 class TemporaryDirectory {
   public:
     TemporaryDirectory() {
@@ -30,7 +30,7 @@ class TemporaryDirectory {
     const std::filesystem::path& path() const { return path_; }
     std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
-    /// Writes a file in it, replacing what was there, and returns its path.
+    /// Write a file in the folder, replacing an existing one. Return its path.
     std::filesystem::path write(const std::string& name, const std::string& content) const {
         std::ofstream(path_ / name, std::ios::binary | std::ios::trunc) << content;
         return path_ / name;
@@ -40,13 +40,13 @@ class TemporaryDirectory {
     std::filesystem::path path_;
 };
 
-/// A file's content; empty when there is none.
+/// Return the content of a file; empty if it does not exist.
 inline std::string contentOf(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-/// A value of the environment for the length of a scope.
+/// Sets an environment variable for the length of a scope.
 class ScopedEnvironment {
   public:
     ScopedEnvironment(const std::string& name, const char* value) : name_(name) {

@@ -8,7 +8,7 @@
 
 namespace kelp::test {
 
-/// An iterator as the session manager sees one: a servant with a POA of its own.
+/// An iterator as the session manager sees it: a servant with a separate POA.
 class TestIterator : public TestManager {
   public:
     TestIterator(PortableServer::POA_ptr poa, std::atomic<int>& alive)
@@ -19,7 +19,8 @@ class TestIterator : public TestManager {
         return isWithoutPoa ? PortableServer::POA::_nil()
                             : PortableServer::POA::_duplicate(poa_.in());
     }
-    /// Runs whenever the POA is asked for. This and the next are set while nobody asks.
+    /// Runs whenever the POA is requested. Set this member and the next one only while no other
+    /// thread requests the POA.
     std::function<void()> onPoa = [] {};
     bool isWithoutPoa = false;
 

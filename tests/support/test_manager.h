@@ -9,13 +9,14 @@
 
 namespace kelp::test {
 
-/// A manager whose getCapabilities runs what a test wants; the other operations refuse.
+/// A manager whose getCapabilities runs a function that the test supplies. The other operations
+/// throw.
 class TestManager : public virtual POA_common::Common_I {
   public:
     explicit TestManager(std::atomic<int>& alive) : alive_(alive) { ++alive_; }
 
     std::atomic<int> calls{0};
-    /// Runs in every getCapabilities, on the request's thread; set before the first call.
+    /// Runs in every getCapabilities, on the request's thread. Set it before the first call.
     std::function<void()> onCall = [] {};
 
     void getCapabilities(common::CapabilityList_T_out capabilities) override {
@@ -40,7 +41,7 @@ class TestManager : public virtual POA_common::Common_I {
     std::atomic<int>& alive_;
 };
 
-/// Makes TestManagers, or nothing when a test says so. Borrows what it made last.
+/// Creates TestManagers, or nothing if the test says so. Borrows the last one it created.
 class TestManagerFactory : public NS_CORBA::NorthMgrFactory {
   public:
     ~TestManagerFactory() override = default;

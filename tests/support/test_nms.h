@@ -15,7 +15,8 @@
 
 namespace kelp::test {
 
-/// An NMS's session object: counts the calls of the EMS and answers them as a test wants.
+/// The session object of an NMS. It counts the calls of the EMS and answers them as the test
+/// specifies.
 class NmsServant : public virtual POA_nmsSession::NmsSession_I {
   public:
     enum class Answer { Normally, Refuse };
@@ -25,7 +26,7 @@ class NmsServant : public virtual POA_nmsSession::NmsSession_I {
     std::atomic<int> ends{0};
     std::atomic<int> losses{0};
     std::atomic<int> clears{0};
-    /// Run in ping and endSession, on the request's thread; set before the EMS may call.
+    /// Run in ping and endSession, on the request's thread. Set them before the EMS may call.
     std::function<void()> onPing = [] {};
     std::function<void()> onEnd = [] {};
 
@@ -48,7 +49,7 @@ class NmsServant : public virtual POA_nmsSession::NmsSession_I {
     }
     void alarmLossOccurred(const char*, const char*) override {}
 
-    /// The event-loss calls with their texts, refused ones included.
+    /// The texts of all event-loss calls, including the refused ones.
     std::vector<std::string> texts() const {
         const std::lock_guard<std::mutex> guard(mutex_);
         return texts_;
@@ -69,23 +70,23 @@ class NmsServant : public virtual POA_nmsSession::NmsSession_I {
     std::vector<std::string> texts_;
 };
 
-/// Writes 127.0.0.1 in the way number `index` (from 1 on, at most 215) of many. To an EMS each is
-/// another host.
+/// Return one of the many spellings of 127.0.0.1: number `index`, from 1 to 215. The EMS takes each
+/// for a different host.
 inline std::string spelledLoopback(unsigned index) {
     const auto zeros = [](unsigned count) { return std::string(count, '0'); };
     return "127." + zeros(index % 6) + "0." + zeros(index / 6 % 6) + "0." + zeros(index / 36 % 6) +
            "1";
 }
 
-/// One NMS: its session object, active in the process's ORB until the ORB stops, under a reference
-/// that the EMS reaches over a connection, like every NMS's.
+/// One NMS. Its session object is active in the process's ORB until the ORB stops. The EMS reaches
+/// its reference over a connection, as it does with every NMS.
 class TestNms {
   public:
     /// NMS with different indexes have different addresses.
     TestNms(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, unsigned index)
         : servant_(new NmsServant) {
         const PortableServer::ObjectId_var id = poa->activate_object(servant_);
-        const PortableServer::ServantBase_var owner(servant_);  // the POA keeps it from here on
+        const PortableServer::ServantBase_var owner(servant_);  // from here on the POA owns it
         const CORBA::Object_var object = poa->id_to_reference(id.in());
         orb::ReferenceContent content;
         if (!orb::describe(orb, object.in(), content) || content.endpoints.empty())
@@ -100,7 +101,7 @@ class TestNms {
 
     NmsServant* operator->() const { return servant_; }
     nmsSession::NmsSession_I_ptr reference() const { return reference_.in(); }
-    /// "address:port" as the EMS reads it out of the reference.
+    /// "address:port" as the EMS reads it from the reference.
     const std::string& hostInfo() const { return hostInfo_; }
 
   private:

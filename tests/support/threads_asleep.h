@@ -9,8 +9,8 @@
 
 namespace kelp::test {
 
-/// True when every other thread of this process sleeps: those that are to wait have come to their
-/// wait.
+/// True if every other thread of this process sleeps, so the threads that are expected to wait have
+/// begun to wait.
 inline bool allOthersSleep() {
     const std::filesystem::path self("/proc/self/task/" + std::to_string(::gettid()));
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {

@@ -10,9 +10,8 @@
 
 namespace kelp::test {
 
-/// Collects the trace lines that are kept while it lives, with the level at its highest. Texts are
-/// compared as the log keeps them, so a text with control characters is found by its plain
-/// spelling.
+/// Collects the trace lines written during its lifetime, at the highest trace level. Texts are
+/// compared as the log stores them: search for a text with control characters by its escaped form.
 class TraceCapture {
   public:
     TraceCapture() : levelBefore_(util::TraceLog::instance().level()) {
@@ -32,13 +31,13 @@ class TraceCapture {
 
     bool contains(const std::string& text) const { return count(text) > 0; }
 
-    /// How many lines contain the text.
+    /// Return the number of lines that contain the text.
     std::size_t count(const std::string& text) const {
         const std::lock_guard guard(mutex_);
         return countLocked(util::escaped(text));
     }
 
-    /// True as soon as a line contains the text; false when none does until the deadline.
+    /// Return true as soon as a line contains the text, or false at the deadline.
     bool waitFor(const std::string& text,
                  std::chrono::milliseconds deadline = std::chrono::seconds(10)) const {
         const std::string wanted = util::escaped(text);
@@ -46,7 +45,7 @@ class TraceCapture {
         return grown_.wait_for(lock, deadline, [&] { return countLocked(wanted) > 0; });
     }
 
-    /// The texts of the lines so far, in the order they were written.
+    /// Return the texts of the lines so far, in the order in which they were written.
     std::vector<std::string> lines() const {
         const std::lock_guard guard(mutex_);
         std::vector<std::string> texts;
@@ -55,7 +54,7 @@ class TraceCapture {
         return texts;
     }
 
-    /// The lines so far with all that was recorded with them.
+    /// Return the lines so far with everything recorded about them.
     std::vector<util::TraceLine> records() const {
         const std::lock_guard guard(mutex_);
         return lines_;

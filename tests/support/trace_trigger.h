@@ -9,9 +9,9 @@
 
 namespace kelp::test {
 
-/// Runs an action, once, at the moment a line with this text is traced, on the thread that traces
-/// it: a way to let something happen between two steps of the code under test. The action must not
-/// wait for a thread that traces.
+/// Runs an action once, when a line with this text is traced, on the thread that traces it. It
+/// allows a test to let something happen between two steps of the code under test. The action must
+/// not wait for a thread that traces.
 class TraceTrigger {
   public:
     TraceTrigger(std::string text, std::function<void()> action)

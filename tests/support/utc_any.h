@@ -6,7 +6,7 @@
 
 namespace kelp::test {
 
-/// A TimeBase::UtcT of this time, in 100 ns since 15 October 1582.
+/// Return a TimeBase::UtcT of this time, in units of 100 ns since 15 October 1582, as an any.
 inline CORBA::Any utcAny(CORBA::ORB_ptr orb, std::uint64_t time) {
     CORBA::StructMemberSeq members;
     members.length(4);

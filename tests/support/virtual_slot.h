@@ -5,9 +5,9 @@
 
 namespace kelp::test {
 
-/// The slot of a virtual operation in the primary table of its class, out of the representation
-/// that pointers to members have in the C++ ABI of this platform. The destructors of a root class
-/// are slots 0 and 1.
+/// Return the slot of a virtual operation in the primary virtual table of its class, read from the
+/// representation of a pointer to member in this platform's C++ ABI. The destructors of a root
+/// class occupy slots 0 and 1.
 template <class Operation>
 std::ptrdiff_t slotOf(Operation operation) {
     std::ptrdiff_t words[2];

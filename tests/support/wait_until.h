@@ -5,8 +5,8 @@
 
 namespace kelp::test {
 
-/// Polls `condition` until it holds or the deadline has passed; the last answer is returned. The
-/// way for a test to wait for anything that another thread or process does.
+/// Poll `condition` until it holds or the deadline has passed, and return its last result. All
+/// tests use it to wait for another thread or process.
 template <class Condition>
 bool waitUntil(Condition condition, std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
     const auto end = std::chrono::steady_clock::now() + deadline;

@@ -10,7 +10,7 @@
 
 namespace kelp::test {
 
-/// An object key as it stands in a corbaloc text.
+/// Escape an object key for a corbaloc URL.
 inline std::string escapedKey(const std::string& key) {
     static const char digits[] = "0123456789abcdef";
     std::string escaped;
@@ -27,9 +27,9 @@ inline std::string escapedKey(const std::string& key) {
     return escaped;
 }
 
-/// A reference to the same object at an address that the ORB does not recognise as its own (another
-/// spelling of the loopback address), so that a call from this very process goes over a connection.
-/// It has no type: use _unchecked_narrow.
+/// Return a reference to the same object at an address that the ORB does not recognise as its own:
+/// another spelling of the loopback address. A call from this process then goes over a connection.
+/// The reference has no type: use _unchecked_narrow.
 inline CORBA::Object_ptr referenceOverTheWire(CORBA::ORB_ptr orb, CORBA::Object_ptr reference,
                                               const std::string& host, std::uint16_t port) {
     orb::ReferenceContent content;

@@ -38,7 +38,7 @@ Socket openForAppending(const std::filesystem::path& file) {
     return opened;
 }
 
-/// Texts as the null-ended array of pointers that exec takes.
+/// Return the texts as the null-terminated array of pointers that exec takes.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)
@@ -59,7 +59,7 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
     return all;
 }
 
-/// Between fork and exec: only calls that are safe there.
+/// Runs between fork and exec, where only async-signal-safe calls are allowed.
 [[noreturn]] void becomeProgram(char* const* arguments, char* const* environment, int in, int out,
                                 int err, pid_t parent) {
     ::setpgid(0, 0);
@@ -98,7 +98,7 @@ ChildProcess::ChildProcess(const Launch& launch) {
     ::setpgid(pid_, pid_);
     if (launch.piped) {
         ::signal(SIGPIPE,
-                 SIG_IGN);  // writing to a process that was killed is an error, not our end
+                 SIG_IGN);  // writing to a killed process must return an error, not end the test
         input_ = std::move(toChild.writing);
         output_ = std::move(fromChild.reading);
     }

@@ -13,20 +13,20 @@
 
 namespace kelp::test {
 
-/// What to run, and with what.
+/// The program to run, with its arguments and surroundings.
 struct Launch {
     std::filesystem::path program;
     std::vector<std::string> arguments;
-    std::map<std::string, std::string> environment;  ///< added to the test's own
-    std::filesystem::path output;  ///< standard output and error are appended to this file
-    bool piped = false;            ///< standard input and output are pipes of ours instead
+    std::map<std::string, std::string> environment;  ///< added to the test's environment
+    std::filesystem::path output;  ///< file to which standard output and error are appended
+    bool piped = false;            ///< standard input and output are pipes to the test instead
 };
 
-/// A process that a test starts and that cannot outlive it: it is killed with its process group by
-/// the destructor, and by the system when the test dies.
+/// A process that a test starts and that cannot outlive the test. The destructor kills it together
+/// with its process group. If the test dies, the system kills it.
 class ChildProcess {
   public:
-    /// Throws std::runtime_error when the program cannot be run.
+    /// Throws std::runtime_error if the program cannot be run.
     explicit ChildProcess(const Launch& launch);
     ~ChildProcess();
     ChildProcess(ChildProcess&& other) noexcept;
@@ -36,11 +36,12 @@ class ChildProcess {
     void signal(int number) const;
     void freeze() const;
     void thaw() const;
-    /// SIGKILL, and waits for the end.
+    /// Send SIGKILL and wait for the end.
     void kill();
 
     bool isRunning();
-    /// The exit code, or 128 + the signal that ended it; none when it still runs at the deadline.
+    /// Return the exit code, or 128 + the number of the signal that ended it; none if it still runs
+    /// at the deadline.
     std::optional<int> waitExit(std::chrono::milliseconds deadline = kPatience);
 
     /// The pipes to standard input and from standard output.
@@ -54,12 +55,12 @@ class ChildProcess {
     Socket output_;
 };
 
-/// Runs a program to its end; throws when that does not come. Gives its exit code and, in
-/// `launch.output`, what it wrote.
+/// Run a program to its end and return its exit code. Its output goes to `launch.output`. Throws if
+/// it does not end within the deadline.
 int runToEnd(const Launch& launch, std::chrono::milliseconds deadline = kPatience);
 
-/// Ids of all processes of this machine that run with `name=value` in the environment they were
-/// started with.
+/// Return the ids of all processes on this machine that were started with `name=value` in their
+/// environment.
 std::vector<pid_t> processesWith(const std::string& name, const std::string& value);
 
 }  // namespace kelp::test

@@ -5,12 +5,11 @@
 
 namespace kelp::test {
 
-/// How long a test waits for other processes before it fails. Far beyond what is needed on an idle
-/// machine.
+/// Maximum time a test waits for other processes before it fails. An idle machine needs far less.
 inline constexpr std::chrono::seconds kPatience{40};
 
-/// Waits until `condition` holds; false when it does not within the deadline. Looks rarely enough
-/// to leave the processor to the processes that are waited for.
+/// Wait until `condition` holds; false if it does not within the deadline. Polls rarely, to leave
+/// the processor to the processes it waits for.
 template <class Condition>
 bool eventually(Condition condition, std::chrono::milliseconds deadline = kPatience) {
     const auto end = std::chrono::steady_clock::now() + deadline;

@@ -13,7 +13,7 @@ namespace kelp::test {
 namespace {
 
 constexpr const char* kReadyLine = "===[CorbaAgentFacade::Init] Corba Agent is running! ===";
-/// In the environment of the host and so of its children.
+/// Environment variable that marks the host and its children.
 constexpr const char* kMark = "KELP_TEST_HOST";
 
 constexpr const char* kAgentBundle = "mx_kelpcorba_env";
@@ -82,7 +82,7 @@ std::string Host::factoryReference() const {
     return "corbaloc:iiop:1.2@" + address() + "/%ffV4800%00EMSSessionFactory";
 }
 
-/// One folder with the bundles to load, as the configuration names only one.
+/// Return one folder with all bundles to load, because the configuration names only one.
 std::filesystem::path Host::bundleFolder() const {
     const std::filesystem::path folder = scratch_ / "bundles";
     std::filesystem::create_directories(folder);

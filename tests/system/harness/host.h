@@ -12,47 +12,47 @@
 
 namespace kelp::test {
 
-/// A real kelpd of the build tree, with a state directory, ports and users of its own. Configured
-/// by set() and its like before start(). The defaults suit tests: short intervals, the cheapest
-/// password hash, the whole trace.
+/// A real kelpd from the build tree, with a separate state directory, ports and users. Configure it
+/// with set() and the functions after it before start(). The defaults suit tests: short intervals,
+/// the cheapest password hash, the highest trace level.
 class Host {
   public:
     static constexpr const char* kPassword = "open sesame 7";
 
     Host();
-    /// Ends what is left; shows the end of the log when the test has failed.
+    /// Kill the remaining processes. If the test has failed, show the end of the log.
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    /// A key of the configuration file; the value is a TOML literal.
+    /// Set a key of the configuration file. The value is a TOML literal.
     Host& set(const std::string& table, const std::string& key, const std::string& literal);
     Host& set(const std::string& table, const std::string& key, int number);
-    /// Uses the naming service at this port instead of an embedded one.
+    /// Use the naming service at this port instead of the embedded one.
     Host& useNamingService(std::uint16_t port);
-    /// Loads one of the tests' own bundles, before the others.
+    /// Load one of the test bundles, before the others.
     Host& addBundle(const std::string& name);
     Host& withoutManagers();
     Host& setEnvironment(const std::string& name, const std::string& value);
 
-    /// Makes a user by kelpctl; the password is kPassword.
+    /// Create a user with kelpctl. The password is kPassword.
     void addUser(const std::string& name);
-    /// Runs `kelpctl user ARGUMENTS` on this host's users; throws when it fails.
+    /// Run `kelpctl user ARGUMENTS` on this host's users. Throws if it fails.
     void user(const std::vector<std::string>& arguments) const;
 
-    /// Starts the host, for the first time or again after its end, and waits until it takes
-    /// log-ins.
+    /// Start the host, for the first time or again after its end. Wait until it accepts log-ins.
     void start();
-    /// Starts it to see it fail: its exit code.
+    /// Start a host that is expected to fail. Return its exit code.
     int startToFail();
 
-    /// Writes what set() has changed and tells the host to read its configuration again (SIGHUP).
+    /// Write the settings that set() has changed, and send SIGHUP so that the host reads its
+    /// configuration again.
     void reconfigure();
-    /// Tells the host to stop (SIGTERM).
+    /// Send SIGTERM to stop the host.
     void terminate();
-    /// Its exit code; throws when it does not end within the deadline.
+    /// Return the exit code. Throws if the host does not end within the deadline.
     int waitExit(std::chrono::milliseconds deadline = kPatience);
-    /// Both in one: how long the stop took is bounded by the deadline.
+    /// Call terminate() and waitExit(): the host must stop within the deadline.
     int stop(std::chrono::milliseconds deadline = kPatience);
 
     ChildProcess& process() { return *process_; }
@@ -60,16 +60,16 @@ class Host {
     std::uint16_t port() const { return port_.port(); }
     std::uint16_t namingPort() const;
     std::string address() const { return port_.hostAndPort(); }
-    /// The session factory by its well-known persistent key; it needs no naming service.
+    /// The session factory under its well-known persistent key. It needs no naming service.
     std::string factoryReference() const;
     std::filesystem::path scratch(const std::string& name) const { return scratch_ / name; }
     std::filesystem::path configFile() const { return scratch_ / "kelp.toml"; }
     std::filesystem::path passwordFile() const { return scratch_ / "password"; }
 
-    /// Whatever still runs of this host, children included.
+    /// Return the processes of this host that still run, including its children.
     std::vector<pid_t> processesLeft() const;
 
-    /// How to run another program in this host's surroundings; its output joins the host's log.
+    /// Describe how to run another program with this host's environment and log.
     Launch launch(const std::filesystem::path& program, std::vector<std::string> arguments) const;
 
   private:
@@ -90,7 +90,7 @@ class Host {
     std::size_t readyLinesBefore_ = 0;
 };
 
-/// A text as a TOML literal.
+/// Return a text as a TOML literal.
 std::string quoted(const std::string& text);
 
 }  // namespace kelp::test

@@ -13,15 +13,15 @@ class LogFile {
   public:
     explicit LogFile(std::filesystem::path file) : file_(std::move(file)) {}
 
-    /// All that was written so far.
+    /// Return everything written so far.
     const std::string& text();
     bool contains(const std::string& text) { return count(text) > 0; }
     std::size_t count(const std::string& text);
     bool waitFor(const std::string& text, std::size_t times = 1,
                  std::chrono::milliseconds deadline = kPatience);
-    /// True when the texts occur in this order, each after the end of the one before it.
+    /// True if the texts occur in this order, each after the end of the previous one.
     bool containsInOrder(const std::vector<std::string>& texts);
-    /// The last lines, for a person to read.
+    /// Return the last lines, for a person to read.
     std::string tail(std::size_t lines);
 
     const std::filesystem::path& file() const { return file_; }

@@ -9,18 +9,19 @@
 
 namespace kelp::test {
 
-/// A naming service of its own, beside the host: one that tests may kill, freeze and start again.
+/// A naming service separate from the host, which tests may kill, freeze and restart.
 class NameServer {
   public:
-    /// Starts it and waits until it answers.
+    /// Start it and wait until it answers.
     NameServer();
-    /// The same over TLS alone, with the files that the ORB's options of these names take.
+    /// Start it with TLS only. The arguments are the files that the ORB options of these names
+    /// take.
     NameServer(const std::string& caFile, const std::string& keyFile);
 
     std::uint16_t port() const { return port_.port(); }
     ChildProcess& process() { return *process_; }
 
-    /// Kills it and starts it again on the same port without what was bound.
+    /// Kill it and start it again on the same port without its bindings.
     void restartEmpty();
 
   private:
@@ -33,7 +34,7 @@ class NameServer {
     std::optional<ChildProcess> process_;
 };
 
-/// True when a connection to the port is taken.
+/// True if the port accepts a connection.
 bool isListening(std::uint16_t port);
 
 }  // namespace kelp::test

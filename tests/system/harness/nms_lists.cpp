@@ -8,7 +8,7 @@ namespace kelp::test {
 
 namespace {
 
-/// Reads the values that an answer begins with.
+/// Read the values at the beginning of an answer.
 template <class... Values>
 std::istringstream parse(const std::string& answer, Values&... values) {
     std::istringstream in(answer);

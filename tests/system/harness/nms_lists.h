@@ -7,17 +7,18 @@ namespace kelp::test {
 
 class NmsProcess;
 
-/// The list of all managed elements' names as one NMS of a process, which is logged in, reads it.
-/// It knows the iterators that it has opened by their number, from 0 on, also after their end and
-/// in its next session. Operations throw std::runtime_error when the EMS refuses them.
+/// The list of all managed elements' names, as one logged-in NMS of a process reads it. Iterators
+/// are numbered from 0 in the order in which they were opened. A number stays valid after the
+/// iterator's end and in the next session. Operations throw std::runtime_error if the EMS refuses
+/// them.
 class NmsLists {
   public:
     NmsLists(NmsProcess& process, int nms);
 
-    /// Asks for the list.
+    /// Answer to a request for the list.
     struct Answer {
-        int first = 0;      ///< entries in the list
-        int iterator = -1;  ///< for the rest; -1 for nil
+        int first = 0;      ///< entries in the first batch
+        int iterator = -1;  ///< number of the iterator for the rest; -1 for nil
     };
     Answer ask(std::uint32_t howMany);
 
@@ -28,45 +29,46 @@ class NmsLists {
     Batch next(int iterator, std::uint32_t howMany);
     int length(int iterator);
     void destroy(int iterator);
-    /// How next_n, getLength and destroy, one after the other, are answered: "open", or "closed"
-    /// for OBJECT_NOT_EXIST.
+    /// Call next_n, getLength and destroy in this order and return their outcomes: "open", or
+    /// "closed" for OBJECT_NOT_EXIST.
     std::string outcomes(int iterator);
-    /// As text; and how getLength on the iterator of a reference is answered.
+    /// The iterator's reference as text, and the outcome of getLength on the iterator with that
+    /// reference.
     std::string reference(int iterator);
     std::string outcomeByReference(const std::string& reference);
 
-    /// Reads the whole list in such batches.
+    /// Result of reading the whole list in batches of `howMany` entries.
     struct Walk {
         int entries = 0;
         int different = 0;
         int largestBatch = 0;
-        std::string afterwards;  ///< of the iterator: "open", "closed" or "none"
+        std::string afterwards;  ///< state of the iterator at the end: "open", "closed" or "none"
     };
     Walk walk(std::uint32_t howMany);
 
-    /// Asks for the list from many threads, so often from each, and destroys no iterator. Another
-    /// thread looks on, if that is wanted.
+    /// Result of requesting the list from `threads` threads, `each` times per thread, without
+    /// destroying an iterator. If `isWatched`, another thread counts the open iterators meanwhile.
     struct Openings {
         int opened = 0;
         int refused = 0;  ///< with EXCPT_TOO_MANY_OPEN_ITERATORS
         int failed = 0;   ///< in any other way
-        int openAtOnce =
-            0;  ///< so many at least were open at some moment; only when somebody looks on
+        /// Minimum number of iterators that were open at the same time; 0 if not watched.
+        int openAtOnce = 0;
     };
     Openings openMany(int threads, int each, bool isWatched = false);
-    /// Calls every iterator.
+    /// Result of calling every iterator.
     struct Probe {
         int open = 0;
-        int firstOpen = 0;  ///< number
+        int firstOpen = 0;  ///< number of the first iterator that is open
     };
     Probe probe();
 
-    /// Opens, reads and destroys on many threads without end, until it is told to stop.
+    /// Results of a mixture of threads that open, read and destroy until they are stopped.
     struct Mixture {
         int served = 0;
-        int closed = 0;   ///< calls on what was over
+        int closed = 0;   ///< calls on an iterator or session that was over
         int strange = 0;  ///< calls with any other outcome
-        int gaps = 0;     ///< lists that came with gaps or repetitions; only at the end
+        int gaps = 0;     ///< lists with gaps or repeated entries; counted only at the end
         std::string strangest;
     };
     void startMixture();

@@ -30,7 +30,7 @@ std::string numbered(const std::string& command, int nms) {
     return command + " " + std::to_string(nms);
 }
 
-/// The texts of a call's arguments come without blanks from this product.
+/// This product sends arguments without blanks in the calls counted here.
 CallbackCounts countsOf(const std::string& answer) {
     CallbackCounts counts;
     std::istringstream in(answer);
@@ -95,7 +95,7 @@ std::string NmsProcess::readLine(std::chrono::milliseconds deadline) {
     return line;
 }
 
-/// The answer after "ok"; "failed ..." is thrown.
+/// Return the answer after "ok". Throws if the answer is "failed ...".
 std::string NmsProcess::ask(const std::string& line) {
     const std::string text = line + "\n";
     if (::write(process_.input(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))

@@ -15,8 +15,8 @@ constexpr std::uint16_t kFirstPort = 10240;
 constexpr std::uint16_t kLastPort = 32000;
 constexpr int kAttempts = 1000;
 
-/// Holds the number among the tests: an abstract local address exists once and goes with its
-/// process. Nothing when another test has it.
+/// Claim the port number among the tests. An abstract local address exists only once and disappears
+/// with its process. The returned socket is closed if another test holds the claim.
 Socket claimOf(std::uint16_t port) {
     Socket claim(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (claim.fd() < 0)

@@ -7,9 +7,9 @@
 
 namespace kelp::test {
 
-/// A port of the loopback interface that no other test gets while this lives, so that a server can
-/// be given its number, stopped, and started on it again. It lies below the ports that outgoing
-/// connections take.
+/// A port of the loopback interface that no other test gets during its lifetime. A server can be
+/// given this port, stopped, and started on it again. The port lies below the range used for
+/// outgoing connections.
 class PortLease {
   public:
     PortLease();

@@ -7,7 +7,8 @@
 
 namespace kelp::test {
 
-/// What the kernel says of a process's memory under that name, in MiB; 0 when it is gone.
+/// Return the value, in MiB, that the kernel reports under `name` for a process's memory; 0 if the
+/// process no longer exists.
 inline double memoryMib(pid_t process, const std::string& name) {
     std::ifstream in("/proc/" + std::to_string(process) + "/status");
     for (std::string word; in >> word;) {
@@ -23,7 +24,7 @@ inline double residentMib(pid_t process) {
     return memoryMib(process, "VmRSS");
 }
 
-/// The most address space that a process has had.
+/// Maximum address space that a process has had.
 inline double peakAddressSpaceMib(pid_t process) {
     return memoryMib(process, "VmPeak");
 }

@@ -9,7 +9,7 @@
 
 namespace kelp::test {
 
-/// A folder of the test's own, removed with its contents.
+/// The test's own folder, removed with its contents.
 using ScratchDir = TemporaryDirectory;
 
 inline void writeFile(const std::filesystem::path& file, const std::string& text) {

@@ -13,7 +13,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// As SQLite opens it; an empty name stays one.
+/// The path as SQLite opens it. An empty path stays empty.
 std::string nameOf(const std::filesystem::path& file) {
     return file.empty() ? std::string() : util::inRealFolder(file).string();
 }
@@ -21,13 +21,13 @@ std::string nameOf(const std::filesystem::path& file) {
 }  // namespace
 
 Connection::Connection(const std::filesystem::path& file, Use use)
-    // one thread at a time uses it, so that it needs no locks of its own
+    // SQLite's own locks are not needed: only one thread uses the connection at a time
     : database_(nameOf(file), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW,
                 static_cast<int>(kPatience.count())) {
     addPassRow(database_);
     if (use == Use::Read) {
-        // the write-ahead log may need mending before it can be read, which a read-only file does
-        // not allow
+        // not opened read-only: SQLite may have to repair the write-ahead log before it can read,
+        // which a read-only connection cannot do
         database_.exec("PRAGMA query_only = ON");
     } else {
         database_.exec("PRAGMA foreign_keys = ON");
@@ -49,7 +49,7 @@ void makeMissing(const std::filesystem::path& file) {
 Connection openForWriting(const std::filesystem::path& file) {
     makeMissing(file);
     return translated(file, [&] {
-        // another program's file gets neither tables nor another journal
+        // checked before the journal mode changes: the database of another program stays untouched
         SQLite::Database database(nameOf(file), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
                                   static_cast<int>(Connection::kPatience.count()));
         prepareSchema(database, file);

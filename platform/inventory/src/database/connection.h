@@ -12,22 +12,22 @@
 
 namespace kelp::inventory {
 
-/// One connection to the database with the statements that it has prepared. For one thread at a
-/// time.
+/// A connection to the database, with the statements that were prepared for it. Only one thread may
+/// use it at a time.
 class Connection {
   public:
     enum class Use { Read, Write };
     static constexpr std::chrono::milliseconds kPatience{2000};
 
-    /// Opens a file that is there. An empty name is a database of its own that goes with the
-    /// connection. Throws SQLite::Exception.
+    /// Open an existing file. An empty path opens a private temporary database, which SQLite
+    /// deletes with the connection. Throws SQLite::Exception.
     Connection(const std::filesystem::path& file, Use use);
-    // its statements refer to it
+    // not movable either: the statements refer to the database
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
     SQLite::Database& database() { return database_; }
-    /// The statement of that text, prepared once.
+    /// The statement with that text. Prepared at the first call.
     Prepared& prepared(const std::string& sql);
 
     std::int64_t lastId() const { return database_.getLastInsertRowid(); }
@@ -37,20 +37,21 @@ class Connection {
     std::unordered_map<std::string, Prepared> statements_;
 };
 
-/// Makes an empty file, with its folder and mode 0600, if it is missing. Throws InventoryFailure.
+/// Create an empty file with mode 0600, and its folder, if it is missing. Throws InventoryFailure.
 void makeMissing(const std::filesystem::path& file);
-/// Opens the inventory for changes: made with its folder, mode 0600 and tables if it is missing, or
-/// brought up to date. Throws InventoryFailure.
+/// Open the inventory for changes. A missing one is created with its folder, mode 0600 and its
+/// tables. One of an earlier version is migrated. Throws InventoryFailure.
 Connection openForWriting(const std::filesystem::path& file);
-/// Throws InventoryFailure when there is no inventory. Says nothing of its version.
+/// Throw InventoryFailure unless the file exists and its owner and mode can be trusted. Does not
+/// check the version.
 void requireFile(const std::filesystem::path& file);
 
-/// Another file, or none, stands where the opened one stood.
+/// The failure for a path that no longer leads to the file that was opened.
 InventoryFailure noLongerThere(const std::filesystem::path& file);
-/// SQLite's failure in one sentence that names the file.
+/// SQLite's failure as one sentence that names the file.
 InventoryFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure);
 
-/// Runs `body`, SQLite's failures becoming InventoryFailure.
+/// Run `body` and throw SQLite's failures as InventoryFailure.
 template <class Body>
 auto translated(const std::filesystem::path& file, Body&& body) {
     try {

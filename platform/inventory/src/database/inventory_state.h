@@ -18,7 +18,7 @@ struct Inventory::State {
           readers(path, identity),
           writer(openForWriting(path)) {}
 
-    /// Runs `body` with a lease of a reading connection.
+    /// Run `body` with a lease of a reading connection.
     template <class Body>
     auto reading(Body&& body) {
         return translated(file, [&] {
@@ -27,12 +27,12 @@ struct Inventory::State {
         });
     }
 
-    /// Runs `body` with the writing connection, one caller after the other. In changes.cpp.
+    /// Run `body` with the writing connection. Callers take turns. Defined in changes.cpp.
     template <class Body>
     auto changing(Body&& body);
 
-    /// To be asked for before the file is opened: should another take its place meanwhile, the
-    /// inventory is not current from the start.
+    /// Called before the connections are opened. If the file is replaced in between, the inventory
+    /// is not current from the start.
     static util::FileIdentity identityOfMade(const std::filesystem::path& path) {
         makeMissing(path);
         return util::identityOf(path);

@@ -44,7 +44,7 @@ void Prepared::bindPointer(int place, void* object, const char* type) {
 }
 
 void Prepared::unbind(int place) {
-    // fails for a place alone that could not be bound before
+    // fails only for a place that could not be bound before
     sqlite3_bind_null(statement_.get(), place);
 }
 
@@ -62,7 +62,7 @@ int Prepared::execute() {
 }
 
 void Prepared::reset() {
-    // its result is that of the last step, which has been told
+    // the result is that of the last step, which step() has reported already
     sqlite3_reset(statement_.get());
 }
 

@@ -11,30 +11,31 @@ struct sqlite3_stmt;
 
 namespace kelp::inventory {
 
-/// A statement that is kept and run again and again. Reads columns without the copies that
-/// SQLiteCpp's makes for each. Throws SQLite::Exception.
+/// A prepared statement that is kept and run many times. Unlike SQLiteCpp's statement it reads
+/// columns without copying them. Throws SQLite::Exception.
 class Prepared {
   public:
     Prepared(SQLite::Database& database, const std::string& sql);
 
-    // Places count from 1. Bound texts must stay until the statement is reset; packed ones are
-    // copied.
+    // Places count from 1. The caller keeps a bound text alive until the statement is reset. Packed
+    // values are copied.
     void bind(int place, std::int64_t value);
     void bindText(int place, std::string_view text);
     void bindPacked(int place, std::string_view bytes);
     void bindNull(int place);
-    /// Something of the program's own, for a function of that type; nothing owns it.
+    /// Bind a pointer for an SQL function that accepts that type of pointer. SQLite does not own
+    /// the object.
     void bindPointer(int place, void* object, const char* type);
-    /// Makes the place of a reset statement NULL again.
+    /// Bind NULL to a place of a reset statement.
     void unbind(int place);
 
-    /// True with a row, false at the end.
+    /// Return true with a row, false at the end.
     bool step();
-    /// Runs a statement that gives no row. Returns how many rows it changed.
+    /// Run a statement that returns no rows. Returns the number of rows that it changed.
     int execute();
     void reset();
 
-    // Columns count from 0. Texts are good until the next step.
+    // Columns count from 0. Texts are valid until the next step.
     std::int64_t integer(int column) const;
     std::string_view text(int column) const;
     std::string_view packed(int column) const;
@@ -50,7 +51,8 @@ class Prepared {
     std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
-/// Resets a statement at the end of the scope, so that nothing of it keeps the file's state.
+/// Resets a statement at the end of the scope. Until then the statement keeps its snapshot of the
+/// file.
 class ResetAtEnd {
   public:
     explicit ResetAtEnd(Prepared& statement) : statement_(statement) {}

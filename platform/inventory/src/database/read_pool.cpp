@@ -17,7 +17,7 @@ std::unique_ptr<Connection> ReadPool::takeOut() {
         }
     }
     auto connection = std::make_unique<Connection>(file_, Connection::Use::Read);
-    // ids of rows of the one file would mean others in another
+    // in another file the same ids belong to other rows
     if (util::identityOf(file_) != identity_)
         throw noLongerThere(file_);
     return connection;
@@ -38,7 +38,7 @@ ReadPool::Lease::~Lease() {
         connection_->prepared("ROLLBACK").execute();
         pool_.giveBack(std::move(connection_));
     } catch (const std::exception& failure) {
-        // the connection is closed instead, which ends its transaction too
+        // the connection is closed instead of returned, which also ends its transaction
         util::traceFrom("inventory",
                         std::string("a reader cannot be used again: ") + failure.what());
     }

@@ -13,22 +13,22 @@
 
 namespace kelp::inventory {
 
-/// Connections for readers: one for each that reads at the same time, a few of which are kept. Any
-/// thread.
+/// The connections of the readers. Each reader gets a connection for itself, and up to 16 idle ones
+/// are kept. Any thread may use it.
 class ReadPool {
   public:
-    /// More readers than this at once are served too, by connections that are not kept.
+    /// Maximum number of idle connections. Further readers are served too; their connections are
+    /// closed after use.
     static constexpr std::size_t kKept = 16;
 
     ReadPool(std::filesystem::path file, util::FileIdentity identity)
         : file_(std::move(file)), identity_(identity) {}
 
-    /// A connection in a read transaction, that is, with one unchanging view of the file. Goes back
+    /// A connection in a read transaction: one unchanging view of the file. Returns the connection
     /// at the end of the scope.
     class Lease {
       public:
-        /// Throws SQLite::Exception, and InventoryFailure when another file stands in the file's
-        /// place.
+        /// Throws SQLite::Exception, and InventoryFailure if the file was replaced.
         explicit Lease(ReadPool& pool);
         ~Lease();
         Lease(const Lease&) = delete;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* kScanType = "kelp scan";
 
-/// A statement that knows the scan as long as it runs, and is reset afterwards.
+/// Binds the scan to a statement while it runs, and resets the statement afterwards.
 class Binding {
   public:
     Binding(Prepared& statement, int place, Scan* scan) : statement_(statement), place_(place) {
@@ -27,7 +27,7 @@ class Binding {
 };
 
 std::string_view bytesOf(const void* bytes, sqlite3_value* value) {
-    // none for an empty one, nor when there is no memory, which the step tells
+    // null for an empty value and when memory is exhausted; the step then reports the latter
     if (bytes == nullptr)
         return {};
     return {static_cast<const char*>(bytes), static_cast<std::size_t>(sqlite3_value_bytes(value))};
@@ -68,7 +68,7 @@ void Scan::passRow(sqlite3_context* context, int count, sqlite3_value** values) 
     try {
         scan->take_(scan->taker_, Columns(values + 1));
     } catch (...) {
-        // SQLite's frames let no exception through: run() throws it again behind them
+        // exceptions may not pass through SQLite's stack frames: run() throws it again
         scan->thrown_ = std::current_exception();
         sqlite3_result_error_code(context, SQLITE_ABORT);
     }

@@ -13,12 +13,13 @@ struct sqlite3_value;
 
 namespace kelp::inventory {
 
-// Rows that are taken within one step of their statement. A step for each row, and a call for each
-// column that looks for errors every time, costs as much again as what SQLite does to find the row.
-// So the statement's condition ends in "AND pass_row(?n, column, ...)", which is asked of every row
-// that meets what stands before it, passes the columns on, and is never true.
+// Reads all rows of a statement within one of its steps. One step for each row, and one checked
+// call for each column, would double the time that SQLite needs to find the rows. Therefore the
+// statement's condition ends in "AND pass_row(?n, column, ...)". SQLite calls that function for
+// every row that meets the conditions before it. The function passes the columns on and always
+// returns false.
 
-/// The columns of a row, one after the other. Texts are good until the row was taken.
+/// The columns of a row, read one after the other. Texts are valid until `take` returns.
 class Columns {
   public:
     explicit Columns(sqlite3_value** first) : next_(first) {}
@@ -31,22 +32,22 @@ class Columns {
     sqlite3_value** next_;
 };
 
-/// Makes pass_row() known to a connection.
+/// Define pass_row() for a connection.
 void addPassRow(SQLite::Database& database);
 
-/// One run of such a statement, for one thread.
+/// One run of such a statement. Used by one thread.
 class Scan {
   public:
     using Take = void (*)(const void* taker, Columns columns);
 
-    /// Every row goes to `take` with `taker`.
+    /// Passes each row to `take`, together with `taker`.
     Scan(Take take, const void* taker) : take_(take), taker_(taker) {}
     Scan(const Scan&) = delete;
     Scan& operator=(const Scan&) = delete;
 
-    /// Runs the statement, whose pass_row() names the place, to its end and resets it. What `take`
-    /// throws ends it and is thrown; `take` may run other statements of the connection. Throws
-    /// SQLite::Exception.
+    /// Run the statement to its end and reset it. `place` is the place of the scan in pass_row().
+    /// An exception of `take` ends the run and is thrown. `take` may run other statements of the
+    /// connection. Throws SQLite::Exception.
     void run(Prepared& statement, int place);
 
   private:
@@ -58,7 +59,7 @@ class Scan {
     std::exception_ptr thrown_;
 };
 
-/// The same with whatever can be called with Columns.
+/// Run a scan with anything that can be called with Columns.
 template <class Taker>
 void scan(Prepared& statement, int place, const Taker& taker) {
     Scan([](const void* object, Columns columns) { (*static_cast<const Taker*>(object))(columns); },

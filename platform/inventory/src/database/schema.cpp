@@ -9,11 +9,11 @@ namespace kelp::inventory {
 
 namespace {
 
-/// "KINV" in the file's header: another program's database is not taken for ours.
+/// "KINV" in the file's header tells an inventory from another program's database.
 constexpr int kApplicationId = 0x4B494E56;
 
-/// Ids are never given twice (AUTOINCREMENT), so that a snapshot of ids cannot come to mean other
-/// rows. Lists are packed (packed_values.h); enumerations have the standard's numbers.
+/// Version 1. Ids are never used again (AUTOINCREMENT), so that an id in a snapshot never stands
+/// for another row. Lists are packed (packed_values.h). Enumerations have the standard's numbers.
 constexpr const char* kVersion1 = R"(
 CREATE TABLE managed_element (
     id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -105,9 +105,9 @@ CREATE INDEX link_a_end ON topological_link (a_end_id);
 CREATE INDEX link_z_end ON topological_link (z_end_id);
 )";
 
-/// The EMS has a row when something was told of it. An element is in any number of subnetworks. A
-/// link is kept with the elements of its ends, so that those of an element or subnetwork are found
-/// without its ports, which may be hundreds of thousands.
+/// Version 2. The EMS has a row once one of its attributes was set. An element may be in several
+/// subnetworks. A link's row also holds the elements of its two ends. So the links of an element or
+/// subnetwork are found without reading its ports, which may be hundreds of thousands.
 constexpr const char* kVersion2 = R"(
 CREATE TABLE ems (
     id INTEGER PRIMARY KEY CHECK (id = 1),
@@ -164,7 +164,7 @@ bool isEmpty(SQLite::Database& database) {
            database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() == 0;
 }
 
-/// The version of the inventory, 0 for an empty file.
+/// The version of the inventory; 0 for an empty file.
 int versionOf(SQLite::Database& database, const std::filesystem::path& file, int known) {
     if (isEmpty(database))
         return 0;
@@ -193,8 +193,8 @@ void prepareSchema(SQLite::Database& database, const std::filesystem::path& file
     const int known = static_cast<int>(steps.size());
     if (versionOf(database, file, known) == known)
         return;
-    // two programs may find the same version at the same moment: the second looks again inside its
-    // transaction
+    // two programs may find the same version at the same moment, so bringUpToDate() checks it again
+    // inside the transaction
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     bringUpToDate(database, file, steps);
     transaction.commit();

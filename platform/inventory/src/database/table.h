@@ -8,13 +8,13 @@
 
 namespace kelp::inventory {
 
-/// What is known of a kind of row: its table, its word in files, and its attributes in their order.
-/// An attribute's name is the standard's, and is column of the table, column of a CSV file and key
-/// in JSON alike.
+/// Describes a kind of row: its table, its name in files, and its attributes in their order. An
+/// attribute has the standard's name everywhere: as column of the table, as column of a CSV file
+/// and as key in JSON.
 template <class Row>
 struct Table;
 
-/// What every object has (TMF 814): the user's label, the native name, the owner.
+/// The attributes that every object has (TMF 814): user label, native name and owner.
 template <class AnyRow, class Visitor>
 void visitLabels(AnyRow& row, Visitor& attribute) {
     attribute("userLabel", row.userLabel);
@@ -95,7 +95,7 @@ struct Table<TerminationPoint> {
         visitStandard(row, attribute);
         attribute("connectableRates", row.connectableRates);
     }
-    /// Those that the standard's structure has.
+    /// The attributes of the standard's structure.
     template <class AnyRow, class Visitor>
     static void visitStandard(AnyRow& row, Visitor& attribute) {
         visitLabels(row, attribute);
@@ -158,7 +158,7 @@ struct Table<EmsAttributes> {
     }
 };
 
-/// Calls `body` with a newly made row of each kind, parents before children.
+/// Call `body` with a default-constructed row of each kind, parents before children.
 template <class Body>
 void forEachKind(Body&& body) {
     body(EmsAttributes());
@@ -170,7 +170,7 @@ void forEachKind(Body&& body) {
     body(TopologicalLink());
 }
 
-/// Calls `body` with a newly made row of that kind.
+/// Call `body` with a default-constructed row of that kind.
 template <class Body>
 void withKind(ObjectKind kind, Body&& body) {
     switch (kind) {

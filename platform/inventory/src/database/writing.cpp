@@ -9,7 +9,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Index pages that a large import touches again and again stay in memory. In KiB.
+/// In KiB: 64 MiB, so that the index pages that a large import uses again and again stay in memory.
 constexpr int kCacheKib = 64 * 1024;
 
 }  // namespace
@@ -18,7 +18,7 @@ BulkWriting::BulkWriting(Connection& connection, const std::filesystem::path& fi
     : connection_(connection), isUnchecked_(clear == Clear::Everything) {
     SQLite::Database& database = connection.database();
     database.exec("PRAGMA cache_size = -" + std::to_string(kCacheKib));
-    // checked at each row, a large table would take minutes to empty
+    // emptying a large table would take minutes if each row were checked
     if (isUnchecked_)
         database.exec("PRAGMA foreign_keys = OFF");
     transaction_ =
@@ -33,8 +33,8 @@ void BulkWriting::commit() {
     if (isUnchecked_ && SQLite::Statement(database, "PRAGMA foreign_key_check").executeStep())
         throw InventoryFailure("a row of the inventory would refer to one that is not there");
     transaction_->commit();
-    // a log as long as the import would stay; a reader that is in the way keeps it until another
-    // time
+    // without a checkpoint the write-ahead log would stay as long as the import made it; if a
+    // reader prevents the checkpoint for 200 ms, a later one does it
     constexpr int kCheckpointPatienceMs = 200;
     database.setBusyTimeout(kCheckpointPatienceMs);
     sqlite3_wal_checkpoint_v2(database.getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,

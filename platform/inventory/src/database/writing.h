@@ -9,18 +9,19 @@
 
 namespace kelp::inventory {
 
-/// One transaction that writes much: takes the write lock for its whole life, and undoes everything
-/// unless it is committed. Tables of an earlier version, or none, are brought up to date within it;
-/// with Clear::Everything the inventory is emptied first.
+/// One transaction that writes many rows. Holds the write lock from construction to destruction,
+/// and rolls back unless it is committed. Creates or migrates the tables within the transaction if
+/// necessary. With Clear::Everything it empties the inventory first.
 class BulkWriting {
   public:
     enum class Clear { Nothing, Everything };
 
-    /// Throws SQLite::Exception, also when somebody else is writing for longer than the connection
-    /// waits, and InventoryFailure for a file that is no inventory. `file` is for messages.
+    /// Throws SQLite::Exception, also when another process writes for longer than the connection
+    /// waits, and InventoryFailure for a file that is not an inventory. `file` is for messages.
     BulkWriting(Connection& connection, const std::filesystem::path& file, Clear clear);
 
-    /// Checks what rows refer to, when it was not checked at each, and commits.
+    /// Check the references between rows, unless each row was checked when it was written, and
+    /// commit.
     void commit();
 
   private:

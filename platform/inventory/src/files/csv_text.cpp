@@ -6,7 +6,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Takes a record apart, line by line.
+/// Splits a record into cells, line by line.
 class RecordParser {
   public:
     explicit RecordParser(std::vector<std::string>& cells) : cells_(cells) {
@@ -14,11 +14,11 @@ class RecordParser {
         cells_.emplace_back();
     }
 
-    /// False when the record goes on in the next line.
+    /// Returns false when the record continues in the next line.
     bool take(std::string& line) {
         std::size_t end = line.size();
         for (std::size_t i = 0; i < end && problem_.empty(); ++i) {
-            // the line end's own, unless a quoted cell holds it
+            // a carriage return at the end belongs to the line end, except in a quoted cell
             if (line[i] == '\r' && i + 1 == end && state_ != State::Quoted)
                 break;
             take(line[i]);

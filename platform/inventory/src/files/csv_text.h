@@ -7,13 +7,14 @@
 
 namespace kelp::inventory {
 
-// Comma-separated values by RFC 4180. Lines may end in CR LF or LF.
+// Comma-separated values (RFC 4180). Lines may end in CR LF or LF.
 
-/// Reads the cells of the next record, which has as many lines as its quoted cells make it. False
-/// at the end. `problem` says what is wrong with the record in a few words; empty: nothing.
+/// Read the cells of the next record. A record has several lines if a quoted cell contains line
+/// ends. Returns false at the end of the file. `problem` describes what is wrong with the record;
+/// empty: nothing.
 bool nextCsvRecord(LineReader& in, std::vector<std::string>& cells, std::string& problem);
 
-/// A record as a line with its end.
+/// The cells as a line of CSV, with CR LF.
 std::string csvLine(const std::vector<std::string>& cells);
 
 }  // namespace kelp::inventory

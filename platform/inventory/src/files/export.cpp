@@ -16,7 +16,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Ids that are looked at together.
+/// Number of ids that are read together.
 constexpr std::uint64_t kBatch = 1000;
 
 using NameKeys = std::vector<std::pair<std::string, Json>>;
@@ -29,7 +29,8 @@ NameKeys tpKeys(const std::string& prefix, const TpName& name) {
             {prefix + "CTP", name.ctp}};
 }
 
-// The keys of a row's name, and of what it refers to, with their values, in the order of keysOf().
+// The keys of a row's name and of the rows that it refers to, with their values, in the order of
+// keysOf().
 NameKeys nameKeys(const ManagedElement& row) {
     return {{"ManagedElement", row.name}, {kSubnetworksKey, row.subnetworks}};
 }
@@ -97,12 +98,13 @@ std::string cellOf(const Value& value) {
     return cellOf(jsonOf(value));
 }
 
-/// A missing label or native name is not an empty one, but is made from the name.
+/// Empty values are left out, except the label and the native name: an import would make a missing
+/// one from the name.
 bool isLeftOut(const std::string& key, const Json& value) {
     return isEmpty(value) && key != "userLabel" && key != "nativeEMSName";
 }
 
-/// One view of the inventory, read from its beginning to its end.
+/// A snapshot of the whole inventory, read from the first row to the last.
 class WholeInventory {
   public:
     WholeInventory(const std::filesystem::path& file, const Progress& progress)
@@ -144,7 +146,7 @@ class WholeInventory {
     std::uint64_t done_ = 0;
 };
 
-/// Opens the inventory the way a writer does first, so that its version is seen to.
+/// Open the inventory once for writing, which migrates it if necessary.
 void prepare(const std::filesystem::path& database) {
     requireFile(database);
     openForWriting(database);
@@ -172,7 +174,7 @@ void writeCsv(WholeInventory& inventory, const std::filesystem::path& file) {
     requireWritten(out, file.string());
 }
 
-/// Files that are not finished yet; what is left of them goes.
+/// Files that are not complete yet. The destructor deletes those that were not finished.
 class PartialFiles {
   public:
     explicit PartialFiles(const std::filesystem::path& folder) : folder_(folder) {}

@@ -16,13 +16,13 @@ namespace kelp::inventory {
 
 namespace {
 
-/// A file of the import with what is read of it.
+/// A file of the import and its reader.
 struct ImportFile {
     std::string name;
     std::unique_ptr<RecordSource> source;
 };
 
-/// A record that is to be read again, when others have come.
+/// A record that refers to a missing row. It is read again later.
 struct Deferred {
     std::size_t file = 0;
     Place place;
@@ -32,7 +32,8 @@ std::string csvName(const char* word) {
     return std::string(word) + ".csv";
 }
 
-/// Files with names that end so and are no kind's would be left out without a word.
+/// Report CSV files that are not named after a kind of object. Otherwise they would be ignored
+/// silently.
 void refuseStrangers(const std::filesystem::path& folder, Problems& problems) {
     std::vector<std::string> strangers;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
@@ -86,7 +87,7 @@ std::vector<ImportFile> filesOf(const std::filesystem::path& source, Problems& p
     return files;
 }
 
-/// One import into a connection in a transaction.
+/// One import through a connection that is in a transaction.
 class Import {
   public:
     Import(Connection& connection, std::vector<ImportFile>& files, const Progress& progress,
@@ -95,7 +96,8 @@ class Import {
 
     void run(ImportResult& result) {
         readAll(result);
-        // rows may refer to later ones, these again to later ones, and so on
+        // a deferred record may refer to another deferred one, so repeat as long as any of them
+        // succeeds
         while (!deferred_.empty() && readDeferred(result, RowImport::IfMissing::Leave)) {
         }
         readDeferred(result, RowImport::IfMissing::Tell);
@@ -122,7 +124,7 @@ class Import {
         }
     }
 
-    /// True when any of them found what it refers to.
+    /// Returns true if at least one record was taken out of the list.
     bool readDeferred(ImportResult& result, RowImport::IfMissing ifMissing) {
         std::vector<Deferred> left;
         Record record;
@@ -139,7 +141,7 @@ class Import {
         return isFewer;
     }
 
-    /// False when the record refers to what is not there.
+    /// Returns false if the record refers to a missing row.
     bool take(const Record& record, ImportResult& result, RowImport::IfMissing ifMissing) {
         const RowImport::Outcome outcome = rows_.take(record, ifMissing);
         result.added += outcome == RowImport::Outcome::Added ? 1 : 0;
@@ -174,7 +176,7 @@ ImportResult importInto(Connection& connection, const std::filesystem::path& dat
 }  // namespace
 
 std::string ImportProblem::text() const {
-    // keys are the file's, and so is what of it is shown
+    // escaped, because keys and values come from the file
     return util::escaped(file + (line == 0 ? "" : ":" + std::to_string(line)) + ": " +
                          (key.empty() ? "" : key + ": ") + what);
 }
@@ -183,7 +185,7 @@ ImportResult importInventory(const std::filesystem::path& database,
                              const std::filesystem::path& source, const ImportOptions& options) {
     return translated(database, [&] {
         if (options.dryRun) {
-            // a missing file is tried as a database that goes with its connection
+            // a trial import into a missing file uses a temporary database
             std::error_code error;
             const bool isThere = std::filesystem::exists(database, error);
             Connection connection(isThere ? database : std::filesystem::path(),

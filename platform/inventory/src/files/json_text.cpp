@@ -9,7 +9,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Looks at the keys as the parser meets them.
+/// Finds repeated keys while the parser reads.
 class RepeatedKeys {
   public:
     explicit RepeatedKeys(std::vector<std::string>& repeated) : repeated_(repeated) {}
@@ -39,7 +39,7 @@ class RepeatedKeys {
     }
 
     std::vector<std::string>& repeated_;
-    std::vector<Object> objects_;  ///< from the outermost to the one being read
+    std::vector<Object> objects_;  ///< from the outermost object to the one that is being read
 };
 
 }  // namespace

@@ -8,18 +8,17 @@
 
 namespace kelp::inventory {
 
-/// What a JSON text holds. Where a key stands twice in one object the last of its values counts.
+/// The content of a JSON text. If a key is repeated in an object its last value counts.
 struct JsonText {
     Json value;
-    /// The keys that lead to the first that stands twice, which is the last of them; empty: none
-    /// does.
+    /// The path to the first repeated key; its last entry is that key. Empty if no key is repeated.
     std::vector<std::string> repeated;
 };
 
-/// Throws nlohmann's exception for what is no JSON.
+/// Throws nlohmann's exception if the text is not JSON.
 JsonText parsedJson(std::string_view text);
 
-/// "a: b: this key is there twice" for the keys from that place on.
+/// The message "a: b: this key is there twice", with the keys from the index `from` on.
 std::string repetitionText(const std::vector<std::string>& keys, std::size_t from);
 
 }  // namespace kelp::inventory

@@ -12,8 +12,8 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Longer than any text that an element has; a batch of rows stays far below what a message may
-/// have.
+/// Longer than any text of a real element. Limits the size of a row, so that a batch of rows stays
+/// far below the maximum size of a message.
 constexpr std::size_t kTextBytesMax = 4096;
 constexpr std::size_t kShownBytesMax = 60;
 

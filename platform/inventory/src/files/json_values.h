@@ -15,9 +15,8 @@ namespace kelp::inventory {
 /// JSON whose objects keep the order of their keys.
 using Json = nlohmann::ordered_json;
 
-/// What a value looks like in a cell of CSV: a text as it is, a word (of an enumeration, a flag, a
-/// rate), or a list, which stands there as JSON or, when it is of layer rates alone, as the rates
-/// with blanks between them.
+/// The form of a value in a cell of CSV: a text, a word (enumerator or rate), a flag, or a list. A
+/// list is written as JSON; a list of layer rates only may be written as rates separated by blanks.
 enum class CellForm { Text, Word, Flag, List };
 
 template <class Value>
@@ -44,8 +43,8 @@ requires std::is_enum_v<Enum> Json jsonOf(Enum value) {
     return wordOf(value);
 }
 
-// Take a value over. Return what is wrong with it in a few words; empty: nothing. What is wrong
-// leaves the target in no particular state.
+// Convert a value. Return what is wrong with it; empty: nothing. After a problem the target has an
+// unspecified value.
 std::string assign(const Json& value, std::string& text);
 std::string assign(const Json& value, bool& flag);
 std::string assign(const Json& value, LayerRate& rate);
@@ -54,7 +53,7 @@ std::string assign(const Json& value, NameValues& values);
 std::string assign(const Json& value, LayeredParameterList& layers);
 std::string assign(const Json& value, std::vector<std::string>& texts);
 
-/// A value as a message shows it, cut when it is long.
+/// A value for a message, truncated if it is long.
 std::string shown(const Json& value);
 
 template <class Enum>

@@ -7,25 +7,25 @@
 
 namespace kelp::inventory {
 
-/// Where a line of a file begins.
+/// The beginning of a line in a file.
 struct Place {
     std::uint64_t offset = 0;
     std::uint64_t line = 1;
 };
 
-/// A file read line by line. Throws InventoryFailure when it cannot be opened or read.
+/// Reads a file line by line. Throws InventoryFailure if the file cannot be opened or read.
 class LineReader {
   public:
-    /// A longer line is cut there and `isCut` true.
+    /// 1 MiB. A longer line is truncated, and isCut() is true.
     static constexpr std::size_t kLineBytesMax = 1u << 20;
 
     explicit LineReader(const std::filesystem::path& file);
 
-    /// Reads the next line, without its line feed. False at the end.
+    /// Read the next line without its line feed. Returns false at the end.
     bool next(std::string& line);
     bool isCut() const { return isCut_; }
 
-    /// Of the line that comes next.
+    /// The place of the next line.
     Place place() const { return place_; }
     void seek(const Place& place);
     std::uint64_t size() const { return size_; }

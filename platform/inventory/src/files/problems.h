@@ -12,10 +12,11 @@
 
 namespace kelp::inventory {
 
-/// Counts what is wrong and keeps the first of it, in the order of the files and their lines.
+/// Counts the problems of an import and keeps the first ones, in the order of the files and their
+/// lines.
 class Problems {
   public:
-    /// What follows is about this file.
+    /// Set the file of the problems that are added from now on.
     void setFile(std::size_t number, std::string name) {
         number_ = number;
         name_ = std::move(name);

@@ -7,12 +7,12 @@
 
 namespace kelp::inventory {
 
-/// Tells of progress now and then, looking at the clock seldom.
+/// Reports progress at most every 100 ms, and reads the clock only every 256 steps.
 class ProgressPace {
   public:
     explicit ProgressPace(const Progress& progress) : progress_(progress) {}
 
-    /// To be called often. `done` answers how much is done; asked only when it is told.
+    /// Call it for every step. `done` returns how much is done; it is called only for a report.
     template <class Done>
     void step(Done&& done, std::uint64_t total) {
         constexpr unsigned kStepsALook = 256;

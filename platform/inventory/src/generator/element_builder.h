@@ -11,14 +11,14 @@
 
 namespace kelp::inventory {
 
-/// What the links of an element need to know of it.
+/// The facts about an element that its links need.
 struct BuiltElement {
     std::string name;
     std::vector<std::int64_t> linePorts;  ///< ids: east, west, then those of a hub's mesh
 };
 
-/// Makes one element with its equipment and ports, and with the first of a ring the subnetwork that
-/// the ring is.
+/// Builds one element with its equipment and ports. The first element of a ring also gets the
+/// subnetwork of the ring.
 class ElementBuilder {
   public:
     ElementBuilder(RowWriter& rows, const NetworkPlan& plan);
@@ -28,9 +28,11 @@ class ElementBuilder {
   private:
     void addRing(const ElementShape& shape);
     void addElement(const ElementShape& shape);
-    /// The next slot with a card in it, and its rack and shelf when they are new.
+    /// Put a card into the next slot. Adds a rack and a shelf when the slot is the first of a new
+    /// one.
     void addCard(const CardType& card);
-    /// Ports of the card added last, no more than it has nor than are left.
+    /// Add ports to the card added last: at most `left`, and at most as many as the card has.
+    /// Returns their number.
     std::uint64_t addPorts(const CardType& card, std::uint64_t left, bool isLine);
     void addCtps(const TerminationPoint& port);
     void addHolder(const std::string& path, const char* type, const std::string& card);
@@ -40,9 +42,9 @@ class ElementBuilder {
     const std::size_t digits_;
     SeededNumbers numbers_;
 
-    std::int64_t ring_ = 0;  ///< subnetwork of the ring in hand
+    std::int64_t ring_ = 0;  ///< subnetwork of the current ring
 
-    // of the element in hand
+    // the current element
     BuiltElement built_;
     References references_;
     std::string town_;

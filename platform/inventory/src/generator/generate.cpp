@@ -12,14 +12,14 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Which line port of an element leads where.
+/// The place of each line port in BuiltElement::linePorts, by where it leads.
 enum LinePort : std::size_t { East, West, ToPrevious, ToNext, MeshOut, MeshIn };
 
 std::int64_t portOf(const BuiltElement& element, std::size_t which) {
     return which < element.linePorts.size() ? element.linePorts[which] : 0;
 }
 
-/// The links of a network whose elements come one after the other.
+/// Builds the links of a network. Gets the elements one after the other.
 class LinkBuilder {
   public:
     LinkBuilder(RowWriter& rows, std::uint64_t seed) : rows_(rows), numbers_(seed ^ 0x6C696E6Bu) {}
@@ -31,7 +31,7 @@ class LinkBuilder {
         } else {
             addLink(before_, East, element, West, *shape.ringCard);
         }
-        // two elements are joined by one link, one alone by none
+        // a ring of two elements has one link, and a single element none
         if (shape.placeInRing + 1 == shape.ringSize && shape.ringSize > 2)
             addLink(element, East, first_, West, *shape.ringCard);
         before_ = element;
@@ -42,7 +42,7 @@ class LinkBuilder {
         addLink(hub, ToPrevious, previousHub_, ToNext, lineCard64());
         constexpr int kTries = 4;
         for (int i = 0; i < kTries && hubs_.size() > 1 && portOf(hub, MeshOut) != 0; ++i) {
-            // the last is the one before, to which there is a link
+            // the last hub is the previous one, which is linked already
             BuiltElement& other = hubs_[numbers_.below(hubs_.size() - 1)];
             if (portOf(other, 0) == 0)
                 continue;
@@ -72,10 +72,10 @@ class LinkBuilder {
     RowWriter& rows_;
     SeededNumbers numbers_;
     std::uint64_t count_ = 0;
-    BuiltElement first_;  ///< of the ring
+    BuiltElement first_;  ///< first element of the ring
     BuiltElement before_;
     BuiltElement previousHub_;
-    std::vector<BuiltElement> hubs_;  ///< each with its free port for the mesh alone
+    std::vector<BuiltElement> hubs_;  ///< each with only the port that is free for the mesh
 };
 
 bool isEmpty(Connection& connection) {

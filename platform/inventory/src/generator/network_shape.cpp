@@ -7,8 +7,8 @@ namespace kelp::inventory {
 
 namespace {
 
-// 46 electrical, 47 optical; 20, 22, 23 section of STM-1, -16, -64; 25, 27, 28 line of these; 5 E1;
-// 15 VC-4; 11 VC-12; 87, 97 Gigabit and Fast Ethernet signal; 96 Ethernet
+// Layer rates: 46 electrical, 47 optical; 20, 22, 23 sections of STM-1, -16, -64; 25, 27, 28 their
+// lines; 5 E1; 15 VC-4; 11 VC-12; 87, 97 Gigabit and Fast Ethernet signals; 96 Ethernet
 const CardType kLine16{"LN16", 2, true, {47, 22, 27}, 22, 15};
 const CardType kLine64{"LN64", 4, true, {47, 23, 28}, 23, 15};
 const CardType kStm1{"S1-8", 8, true, {47, 20, 25}, 20, 15};
@@ -68,7 +68,7 @@ PortShares::PortShares(const NetworkPlan& plan) : ports_(plan.ports) {
 }
 
 std::uint64_t PortShares::upTo(std::uint64_t weight) const {
-    // 1,000,000 elements of weight 40 with 100,000,000 ports stay far below 64 bits
+    // no overflow: 1,000,000 elements of weight 40 with 100,000,000 ports give 4e15, far below 2^64
     return ports_ * weight / allWeight_;
 }
 

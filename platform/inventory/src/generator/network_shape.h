@@ -8,25 +8,25 @@
 
 namespace kelp::inventory {
 
-/// Numbers that look random and are the same everywhere for the same seed (SplitMix64).
+/// Pseudo-random numbers (SplitMix64). The same seed gives the same numbers on every machine.
 class SeededNumbers {
   public:
     explicit SeededNumbers(std::uint64_t seed) : state_(seed) {}
     std::uint64_t next();
-    /// 0 to `count` - 1. The remainder's tiny bias does not matter here.
+    /// A number from 0 to `count` - 1. The small bias of the remainder does not matter here.
     std::uint64_t below(std::uint64_t count) { return next() % count; }
 
   private:
     std::uint64_t state_;
 };
 
-/// A card of a product: what its ports are.
+/// A type of card and of its ports.
 struct CardType {
     const char* name;
     unsigned ports;
     bool isOptical;
-    LayerRates layers;  ///< from the physical one up
-    LayerRate section;  ///< the layer that carries the trail's trace, and a link's rate
+    LayerRates layers;  ///< from the physical layer up
+    LayerRate section;  ///< the layer that carries the trail trace; also the rate of the links
     LayerRate connectable;
 };
 
@@ -36,11 +36,11 @@ const CardType& lineCard64();
 struct Product {
     const char* name;
     const char* version;
-    unsigned weight;  ///< of its part of the ports
+    unsigned weight;  ///< a bigger weight gets a bigger share of the ports
     std::vector<const CardType*> tributaryCards;
 };
 
-/// One element of the network to be made up.
+/// The place, type and ring of one generated element.
 struct ElementShape {
     std::uint64_t number = 0;  ///< from 1
     std::uint64_t ring = 0;    ///< from 0
@@ -51,8 +51,8 @@ struct ElementShape {
     bool isHub() const { return placeInRing == 0; }
 };
 
-/// The elements of a plan one after the other: rings of 4 to 12, each with a hub that is the first
-/// of its ring.
+/// Produces the elements of a plan one after the other, in rings of 4 to 12. The first element of
+/// each ring is its hub.
 class NetworkShape {
   public:
     explicit NetworkShape(const NetworkPlan& plan) : left_(plan.elements), numbers_(plan.seed) {}
@@ -64,8 +64,8 @@ class NetworkShape {
     ElementShape current_;
 };
 
-/// How many ports each element has: parts of all by the products' weights, that add up exactly. Ask
-/// for the elements in their order.
+/// Shares the ports out among the elements by the weights of their products. The shares add up to
+/// the exact total. Call of() for the elements in their order.
 class PortShares {
   public:
     explicit PortShares(const NetworkPlan& plan);

@@ -10,9 +10,9 @@
 
 namespace kelp::inventory {
 
-/// Row ids of names and names of row ids, by the tables' unique indexes. Remembers the last of each
-/// kind, because rows that stand together mostly have the same parents; what it remembers holds
-/// within one transaction. 0 stands for no row.
+/// Translates names into row ids and back, with the unique indexes of the tables. Caches the last
+/// result of each kind, because neighbouring rows mostly have the same parents. The cache is valid
+/// within one transaction. Id 0 means no row.
 class NameIndex {
   public:
     explicit NameIndex(Connection& connection) : connection_(connection) {}
@@ -27,14 +27,14 @@ class NameIndex {
     std::int64_t subnetworkId(const std::string& name);
     std::int64_t emsId();
 
-    // Fill names in. The rows are there, since other rows refer to them.
+    // Look up the names of existing rows. The rows exist because other rows refer to them.
     void nameElement(std::int64_t id, std::string& name);
     void nameHolder(std::int64_t id, std::string& element, std::string& holder);
     void nameEquipment(std::int64_t id, std::string& holder, std::string& equipment);
-    /// All but the CTP's own value.
+    /// Sets everything except the CTP's own value.
     void namePort(std::int64_t id, TpName& name);
     void nameTp(std::int64_t id, TpName& name);
-    /// Of an element, in the order in which they came in.
+    /// The subnetworks of an element, in the order of their ids.
     void nameSubnetworks(std::int64_t elementId, std::vector<std::string>& names);
 
   private:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kCharactersMax = 1024;
 
-/// "/a=1/b=2" as {"a=1", "b=2"}; none when it does not begin with a slash.
+/// Split "/a=1/b=2" into {"a=1", "b=2"}. Empty if the path does not begin with a slash.
 std::vector<std::string_view> componentsOf(std::string_view path) {
     std::vector<std::string_view> components;
     while (!path.empty() && path.front() == '/') {
@@ -30,7 +30,7 @@ bool isNameAndValue(std::string_view text) {
     return equals != std::string_view::npos && equals > 0 && equals + 1 < text.size();
 }
 
-/// The kinds of holder in the order of their containment.
+/// The kinds of holders, from the outermost to the innermost.
 struct HolderKind {
     std::string_view key;
     int rank;

@@ -4,7 +4,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// The components' names, joined by dots.
+/// The names of the components, joined by dots.
 std::string formOf(const NameValues& attributes) {
     std::string form;
     for (const NameValue& component : attributes)

@@ -14,7 +14,8 @@ namespace {
 using Rule = std::string (*)(std::string_view);
 enum class Need { Must, May };
 
-/// The value of a name component. One that may be missing and is gives an empty text.
+/// Read and check the value of a name component. An optional component that is missing gives an
+/// empty text.
 bool takeComponent(const Record& record, const std::string& key, Rule problemOf, Need need,
                    std::string& value, Problems& problems) {
     CellValue room;
@@ -31,7 +32,7 @@ bool takeComponent(const Record& record, const std::string& key, Rule problemOf,
     return false;
 }
 
-/// A termination point by the components' keys behind `prefix`.
+/// Read the name of a termination point. Each key is `prefix` and the component's name.
 bool takeTp(const Record& record, const std::string& prefix, TpName& name, Problems& problems) {
     std::string ftp;
     const bool areGood =
@@ -58,7 +59,9 @@ bool takeSubnetworks(const Record& record, std::vector<std::string>& names, Prob
     CellValue room;
     const Json* const found = record.find(kSubnetworksKey, CellForm::List, room);
     std::string problem =
-        found == nullptr ? "" : assign(*found, names);  // no object, so no key twice
+        found == nullptr ? ""
+                         : assign(*found, names);  // room.problem is not needed: assign() rejects
+                                                   // the objects in which a key could be repeated
     std::set<std::string> before;
     for (const std::string& name : names) {
         if (problem.empty())

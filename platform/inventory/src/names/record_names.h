@@ -11,20 +11,20 @@
 
 namespace kelp::inventory {
 
-/// What a record is about and refers to, out of its keys and the rows that are there.
+/// The row that a record is about and the rows that it refers to.
 struct Identity {
-    std::int64_t id = 0;  ///< of the row with this name; 0: there is none yet
+    std::int64_t id = 0;  ///< of the row with this name; 0: no such row yet
     References references;
 };
 
-/// A row that a record refers to and that is not there, yet.
+/// A row that a record refers to and that does not exist yet.
 struct MissingRow {
     std::string key;
     std::string what;
 };
 
-/// Fills the name of a row, and those that it refers to, in from the record's keys. False when a
-/// key is missing or wrong, which goes to `problems`.
+/// Set the name of a row, and the names that it refers to, from the record's keys. Returns false if
+/// a key is missing or wrong, and adds the problem to `problems`.
 bool takeName(const Record& record, ManagedElement& row, Problems& problems);
 bool takeName(const Record& record, EquipmentHolder& row, Problems& problems);
 bool takeName(const Record& record, Equipment& row, Problems& problems);
@@ -33,8 +33,8 @@ bool takeName(const Record& record, TopologicalLink& row, Problems& problems);
 bool takeName(const Record& record, Subnetwork& row, Problems& problems);
 bool takeName(const Record& record, EmsAttributes& row, Problems& problems);
 
-/// Looks for the row with this name and those that it refers to. Returns the first that is missing,
-/// or none.
+/// Look up the row with this name and the rows that it refers to. Returns the first that is
+/// missing, if any.
 std::optional<MissingRow> identify(NameIndex& index, const ManagedElement& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const EquipmentHolder& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const Equipment& row, Identity& found);
@@ -43,8 +43,8 @@ std::optional<MissingRow> identify(NameIndex& index, const TopologicalLink& row,
 std::optional<MissingRow> identify(NameIndex& index, const Subnetwork& row, Identity& found);
 std::optional<MissingRow> identify(NameIndex& index, const EmsAttributes& row, Identity& found);
 
-/// The value of a row's last name component, which its native name is unless it is told. The EMS
-/// has none.
+/// The value of the last component of a row's name. It is also the native name unless the record
+/// gives one. Empty for the EMS.
 const std::string& ownName(const ManagedElement& row);
 const std::string& ownName(const EquipmentHolder& row);
 const std::string& ownName(const Equipment& row);

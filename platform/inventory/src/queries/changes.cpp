@@ -32,7 +32,7 @@ Change setText(Connection& connection, const std::string& table, const char* col
     return update.execute() == 0 ? Change::NoSuchObject : Change::Made;
 }
 
-/// The EMS has no row until something is told of it.
+/// The EMS has no row until one of its attributes is set.
 void makeRoom(Connection& connection, ObjectKind kind) {
     if (kind == ObjectKind::Ems)
         connection
@@ -49,7 +49,7 @@ template <class Body>
 auto Inventory::State::changing(Body&& body) {
     const std::lock_guard lock(writing);
     return translated(file, [&] {
-        // nobody would see a change of a file that has no name any more
+        // a change to a file that was deleted or replaced would be lost
         if (util::identityOf(file) != identity)
             throw noLongerThere(file);
         return body(writer);
@@ -60,7 +60,8 @@ Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::stri
                                bool isUnique) {
     return state_->changing([&](Connection& writer) {
         const std::string table = tableOf(kind);
-        // nobody else may take the label between the look and the change
+        // the write lock is taken before the check, so that nobody else can take the label in
+        // between
         SQLite::Transaction transaction(writer.database(), SQLite::TransactionBehavior::IMMEDIATE);
         if (isUnique && isLabelInUse(writer, table, id, label))
             return Change::LabelInUse;

@@ -9,11 +9,11 @@ namespace kelp::inventory {
 
 namespace {
 
-/// Something in `name` below the name ?2, and below it by one component only.
+/// Conditions on `name`: anywhere below the name ?2, and exactly one component below it.
 const std::string kBelow = " AND substr(name, 1, length(?2) + 1) = ?2 || '/'";
 const std::string kDirectlyBelow = kBelow + " AND instr(substr(name, length(?2) + 2), '/') = 0";
 
-/// The rows that a statement names in its first column, in its order.
+/// The ids in the statement's first column, in its order.
 RowIds idsOf(Prepared& query) {
     RowIds ids;
     while (query.step())
@@ -31,16 +31,16 @@ RowIds idsOf(ReadPool::Lease& lease, const std::string& sql,
     return idsOf(query);
 }
 
-/// The rows that a statement about those numbers names, of an inventory as it is now.
+/// The ids that a statement with those numbers returns, in a snapshot taken now.
 template <class State>
 RowIds rowsOf(State& state, const std::string& sql,
               std::initializer_list<std::int64_t> numbers = {}) {
     return state.reading([&](auto& lease) { return idsOf(lease, sql, numbers); });
 }
 
-/// A row that others may be in, by the name that theirs begin with.
+/// A row that may contain others. The names of those begin with its name.
 struct Container {
-    std::int64_t parent = 0;  ///< element of a holder, port of a CTP; 0: there is no such row
+    std::int64_t parent = 0;  ///< element of a holder, port of a CTP; 0: the row does not exist
     std::string name;
 };
 
@@ -53,7 +53,7 @@ Container containerOf(ReadPool::Lease& lease, const std::string& sql, std::int64
     return {query.integer(0), std::string(query.text(1))};
 }
 
-/// The rows that a statement about a container, ?1 and ?2, names.
+/// The ids that a statement returns for a container: parent as ?1, name as ?2.
 RowIds idsIn(ReadPool::Lease& lease, const Container& container, const std::string& sql) {
     Prepared& query = lease.prepared(sql);
     const ResetAtEnd reset(query);
@@ -66,7 +66,7 @@ Container holderOf(ReadPool::Lease& lease, std::int64_t id) {
     return containerOf(lease, "SELECT element_id, name FROM equipment_holder WHERE id = ?1", id);
 }
 
-/// A port as the container without a name of its own.
+/// A termination point as a container. A port has an empty name there.
 Container tpOf(ReadPool::Lease& lease, std::int64_t id) {
     return containerOf(
         lease,
@@ -79,8 +79,9 @@ const std::string& below(Depth depth) {
     return depth == Depth::Direct ? kDirectlyBelow : kBelow;
 }
 
-/// Whether the name of a CTP is one layer longer than that of what contains it, a port's being
-/// empty. The direction that the name of a unidirectional CTP begins with is no layer.
+/// Return whether the CTP's name has exactly one layer more than the container's name, which is
+/// empty for a port. The direction at the beginning of the name of a unidirectional CTP does not
+/// count as a layer.
 bool isDirectlyIn(const std::string& container, std::string_view name) {
     constexpr std::string_view kDirection = "/direction=";
     name.remove_prefix(container.size());
@@ -99,10 +100,10 @@ bool isWanted(const Prepared& port, const PortFilter& filter) {
            (filter.connectableRates.empty() || hasRateOf(port.packed(2), filter.connectableRates));
 }
 
-/// The ports that meet the condition, which is about the row ?1, and the filter.
+/// The ports that meet the filter and the condition, in which ?1 is `id`.
 RowIds portsWhere(ReadPool::Lease& lease, const std::string& condition, std::int64_t id,
                   const PortFilter& filter) {
-    // what the filter looks at makes the rows long
+    // without a filter the statement does not read the long columns
     const bool isFiltered = !filter.layers.empty() || !filter.connectableRates.empty();
     const std::string columns = isFiltered ? "id, transmissionParams, connectableRates" : "id";
     Prepared& query =
@@ -229,7 +230,7 @@ RowIds Inventory::linksOf(std::int64_t elementId) {
 }
 
 RowIds Inventory::linksInside(std::int64_t subnetworkId) {
-    // a cross join is done in the order in which it is written
+    // SQLite runs a cross join in the order in which it is written
     return rowsOf(
         *state_,
         "SELECT link.id FROM subnetwork_element AS inside CROSS JOIN topological_link AS link ON "

@@ -14,7 +14,7 @@ struct NamedRate {
     const char* name;
 };
 
-/// The rates that have a number of their own.
+/// The rates that are listed by name.
 constexpr NamedRate kNamed[] = {
     {1, "LR_Not_Applicable"},
     {2, "LR_T1_and_DS1_1_5M"},
@@ -140,8 +140,8 @@ constexpr NamedRate kNamed[] = {
     {316, "LR_DSR_100Gigabit_Ethernet"},
 };
 
-/// Contiguous concatenation of n STS-1: the number is n and an offset that shrinks by one behind
-/// each n that has a number of its own.
+/// Contiguous concatenations of n STS-1. The rate is n plus an offset. The offset shrinks by one
+/// after each n whose rate is in kNamed.
 struct ConcatenationOffset {
     int first;
     int last;

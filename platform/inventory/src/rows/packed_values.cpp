@@ -83,8 +83,8 @@ class Reader {
         const std::uint64_t count = number();
         takeList(layer.parameters, [count](std::size_t taken) { return taken < count; });
     }
-    /// Entries as long as `isMore` of those taken; they take the place, and the room, of those that
-    /// are there.
+    /// Read entries while `isMore`, called with the number of entries read, returns true.
+    /// Overwrites the entries in the list, so that their memory is used again.
     template <class List, class IsMore>
     void takeList(List& list, IsMore isMore) {
         std::size_t taken = 0;

@@ -62,7 +62,7 @@ std::string allKinds() {
     return all;
 }
 
-/// A cell's list as JSON: it is that already, or layer rates with blanks between them.
+/// Parse a list in a cell of CSV: JSON, or layer rates separated by blanks.
 void takeList(const std::string& cell, CellValue& room) {
     if (!cell.empty() && (cell.front() == '[' || cell.front() == '{')) {
         try {
@@ -71,7 +71,7 @@ void takeList(const std::string& cell, CellValue& room) {
             if (!text.repeated.empty())
                 room.problem = repetitionText(text.repeated, 0);
         } catch (const nlohmann::detail::exception&) {
-            room.value = cell;  // which is no list
+            room.value = cell;  // not a list, so that assign() reports it
         }
         return;
     }
@@ -81,7 +81,7 @@ void takeList(const std::string& cell, CellValue& room) {
         room.value.push_back(word);
 }
 
-/// The place in the line where the parser stopped, and why, without its own headline.
+/// Where in the line the parser stopped and why, without the exception's own prefix.
 std::string reasonOf(const nlohmann::detail::exception& failure) {
     const std::string text = failure.what();
     const std::size_t at = text.find("column ");
@@ -110,7 +110,7 @@ class JsonLines final : public RecordSource {
     }
 
   private:
-    /// What is wrong with the line as a whole.
+    /// Returns what is wrong with the line as a whole; empty: nothing.
     std::string parse(Record& record, std::vector<std::string>& repeated) {
         try {
             JsonText text = parsedJson(line_);

@@ -13,7 +13,7 @@ namespace kelp::inventory {
 
 namespace {
 
-// What the values together must keep to; returns the attribute and what is wrong with it, or an
+// Check values that depend on each other. Returns the attribute and what is wrong with it, or an
 // empty text.
 std::pair<const char*, std::string> problemOf(const ManagedElement& row) {
     if (row.nativeEMSName.empty())
@@ -44,7 +44,7 @@ std::pair<const char*, std::string> problemOf(const EmsAttributes&) {
     return {"", ""};
 }
 
-/// Values that a new row has unless its record tells others.
+/// Set the values of a new row that its record leaves out.
 template <class Row>
 void setDefaults(const Record& record, Row& row) {
     CellValue room;
@@ -100,7 +100,7 @@ RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing)
     }
     if constexpr (std::is_same_v<Row, ManagedElement>) {
         CellValue room;
-        // an update that names no subnetworks leaves the element in those that it is in
+        // an update that names no subnetworks leaves the element in its present ones
         if (record.find(kSubnetworksKey, CellForm::List, room) == nullptr)
             identity.references.subnetworks.reset();
     }
@@ -116,7 +116,7 @@ RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing)
     RowReader<Row>(connection_, Detail::All).read({identity.id, 1}, rows);
     Row& row = rows.front();
     if constexpr (std::is_same_v<Row, TerminationPoint>) {
-        // an update that names no equipment leaves the port where it is
+        // an update that names no equipment leaves the port on its present equipment
         if (identity.references.equipment == 0 && !row.supportingEquipment.empty())
             identity.references.equipment = index_.equipmentId(
                 index_.holderId(identity.references.element, row.supportingEquipmentHolder),

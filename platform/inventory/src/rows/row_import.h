@@ -13,12 +13,12 @@
 
 namespace kelp::inventory {
 
-/// Writes the objects of an import, one record after the other, within a transaction of the
-/// caller's.
+/// Writes the objects of an import one after the other, within a transaction of the caller.
 class RowImport {
   public:
     enum class Outcome { Added, Updated, Wrong, RefersToMissing };
-    /// What to do with a record that refers to a row that is not there: later records may bring it.
+    /// What to do with a record that refers to a missing row: leave it for later, because a later
+    /// record may add the row, or report it.
     enum class IfMissing { Leave, Tell };
 
     RowImport(Connection& connection, Problems& problems)
@@ -27,10 +27,11 @@ class RowImport {
     Outcome take(const Record& record, IfMissing ifMissing);
 
   private:
-    /// In which line the row of an id was given; 4 bytes a row.
+    /// The line in which each row was given. Needs 4 bytes a row.
     class Lines {
       public:
-        /// The line of the row's first record, or 0 when this is it.
+        /// Remember the line of a row. Returns the line that was remembered before, or 0 if there
+        /// was none.
         std::uint32_t note(std::int64_t id, std::uint64_t line);
 
       private:

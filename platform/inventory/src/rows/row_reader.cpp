@@ -10,7 +10,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// The attributes that are read with that detail.
+/// Visit the attributes that are read at that level of detail.
 template <class Row, class Visitor>
 void visitRead(Row& row, Detail detail, Visitor&& attribute) {
     if (detail == Detail::Name)
@@ -22,7 +22,7 @@ void visitRead(Row& row, Detail detail, Visitor&& attribute) {
     Table<Row>::visit(row, attribute);
 }
 
-/// What pass_row() gets of each row, in the order of the ids.
+/// The statement that passes each row to pass_row(), in the order of the ids.
 template <class Row>
 std::string selection(Detail detail) {
     std::string columns = "id";

@@ -13,18 +13,19 @@
 
 namespace kelp::inventory {
 
-/// Reads rows of one kind through one connection, within a transaction of the caller's.
+/// Reads rows of one kind through one connection, within a transaction of the caller.
 template <class Row>
 class RowReader {
   public:
     RowReader(Connection& connection, Detail detail);
 
-    /// Appends the rows of a range that are there, in the order of their ids.
+    /// Append the existing rows of a range, in the order of their ids.
     void read(IdRange range, std::vector<Row>& rows) {
         scanRange(range, [&](Columns columns) { takeRow(columns, rows.emplace_back()); });
     }
 
-    /// Passes them on instead, in `row`, whose texts keep their room from one row to the next.
+    /// Pass the rows to `take` one after the other. All use `row`, so that the memory of its texts
+    /// is used again.
     template <class Take>
     void readEach(IdRange range, Row& row, const Take& take) {
         scanRange(range, [&](Columns columns) {

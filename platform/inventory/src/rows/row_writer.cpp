@@ -11,7 +11,7 @@ namespace kelp::inventory {
 
 namespace {
 
-/// What binds the columns of a row one after the other.
+/// Binds the columns of a row one after the other.
 class Binder {
   public:
     Binder(Prepared& statement, int before) : statement_(statement), place_(before) {}
@@ -38,7 +38,7 @@ class Binder {
     int place_;
 };
 
-// The columns of kNameColumns.
+// Bind the columns of kNameColumns.
 void bindName(Binder& bind, const ManagedElement& row, const References&) {
     bind.text(row.name);
 }
@@ -71,7 +71,7 @@ void bindName(Binder&, const EmsAttributes&, const References&) {}
 template <class Row>
 constexpr int kNamed = static_cast<int>(Table<Row>::kNameColumns.size());
 
-/// The columns of the name and the attributes, in this order.
+/// The INSERT statement. Its places are the columns of the name, then the attributes.
 template <class Row>
 std::string insertion() {
     std::vector<std::string> names(Table<Row>::kNameColumns.begin(),
@@ -88,8 +88,8 @@ std::string insertion() {
            places + ")";
 }
 
-/// The columns of the name, which stay, take part by their places only, so that both statements
-/// bind alike.
+/// The UPDATE statement. The columns of the name do not change but keep their places, so that both
+/// statements bind the same values.
 template <class Row>
 std::string updating() {
     std::string sets;

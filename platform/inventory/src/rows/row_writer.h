@@ -10,7 +10,7 @@
 
 namespace kelp::inventory {
 
-/// The rows that a row refers to; 0 for those that it does not.
+/// The ids of the rows that a row refers to; 0 for no row.
 struct References {
     std::int64_t element = 0;    ///< of a holder or termination point
     std::int64_t holder = 0;     ///< of equipment
@@ -19,10 +19,10 @@ struct References {
     std::int64_t aEnd = 0;       ///< of a link
     std::int64_t zEnd = 0;
     std::optional<std::vector<std::int64_t>> subnetworks =
-        {};  ///< of an element; none: they stay as they are
+        {};  ///< of an element; without a value the element stays in its present ones
 };
 
-/// Writes rows through one connection, within a transaction of the caller's.
+/// Writes rows through one connection, within a transaction of the caller.
 class RowWriter {
   public:
     explicit RowWriter(Connection& connection) : connection_(connection) {}
@@ -30,11 +30,11 @@ class RowWriter {
     /// Returns the new row's id.
     template <class Row>
     std::int64_t insert(const Row& row, const References& references);
-    /// Replaces all but the name of the row with row.id.
+    /// Replace everything except the name in the row with row.id.
     template <class Row>
     void update(const Row& row, const References& references);
 
-    /// Removes every object. No id comes back. Foreign keys must be off.
+    /// Delete every object. Their ids are never used again. Foreign keys must be off.
     void removeAll();
 
   private:

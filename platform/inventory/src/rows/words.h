@@ -10,7 +10,7 @@
 
 namespace kelp::inventory {
 
-/// The standard's enumerators by their words, in the order of their values.
+/// The names of the standard's enumerators, in the order of their values.
 template <class Enum>
 inline constexpr auto kWordsOf = nullptr;
 
@@ -52,7 +52,7 @@ const char* wordOf(Enum value) {
     return kWordsOf<Enum>.at(static_cast<std::size_t>(value));
 }
 
-/// None for a word that the enumeration does not have.
+/// Returns nothing for a word that is not an enumerator's name.
 template <class Enum>
 std::optional<Enum> enumOf(std::string_view word) {
     const auto& words = kWordsOf<Enum>;
@@ -63,7 +63,7 @@ std::optional<Enum> enumOf(std::string_view word) {
     return std::nullopt;
 }
 
-/// All the words, for a message.
+/// All the names, for a message.
 template <class Enum>
 std::string allWordsOf() {
     std::string all;

@@ -7,12 +7,13 @@
 
 namespace kelp::inventory {
 
-/// Why the inventory cannot be read or written, in one sentence that names the file.
+/// The inventory cannot be read or written. The text is one sentence that names the file.
 class KELP_EXPORT InventoryFailure : public std::runtime_error {
   public:
     explicit InventoryFailure(const std::string& sentence, bool isLocked = false)
         : std::runtime_error(sentence), isLocked_(isLocked) {}
-    /// Another process or thread was writing for longer than the caller waits: later it may go.
+    /// True if another process or thread was writing for longer than the caller waits. A retry may
+    /// succeed.
     bool isLocked() const { return isLocked_; }
 
   private:

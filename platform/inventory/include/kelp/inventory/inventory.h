@@ -18,29 +18,29 @@
 
 namespace kelp::inventory {
 
-/// Which ports of an element are wanted. Empty lists: any rate.
+/// Selects ports of an element. An empty list of rates accepts every port.
 struct PortFilter {
-    LayerRates layers;            ///< a port has at least one of them
-    LayerRates connectableRates;  ///< a port, or what it contains, can be connected at one of them
-                                  ///< at least
+    LayerRates layers;            ///< the port has at least one of these layers
+    LayerRates connectableRates;  ///< the port, or a termination point that it contains, can be
+                                  ///< connected at one or more of these rates
     bool withPtps = true;
     bool withFtps = true;
 };
 
-/// Which contained things are wanted: those one component of the name below, or all.
+/// Which contained objects a query returns: those directly in the container, or those at any depth.
 enum class Depth { Direct, All };
 
-/// How much of a row is read: all of it; what the standard's structure has alone, which spares the
-/// look at other tables; the id and the name alone.
+/// Which attributes of a row are read: all, those of the standard's structure (which needs fewer
+/// tables), or the id and the name only.
 enum class Detail { All, Standard, Name };
 
-/// Which contained termination points are wanted: all, or those that are connected.
+/// Which contained termination points a query returns: all, or only connected ones.
 enum class ContainedTps { All, InUse };
 
-/// What became of a change to one object.
+/// Outcome of a change to one object.
 enum class Change { Made, NoSuchObject, LabelInUse };
 
-/// How much there is.
+/// Numbers of objects in the inventory, and the size of its file.
 struct Statistics {
     std::uint64_t subnetworks = 0;
     std::uint64_t elements = 0;
@@ -51,72 +51,72 @@ struct Statistics {
     std::uint64_t ctps = 0;
     std::uint64_t links = 0;
     std::vector<std::pair<std::string, std::uint64_t>>
-        elementsByProduct;        ///< the most frequent first
-    std::uint64_t fileBytes = 0;  ///< of the database, without what waits in its log
+        elementsByProduct;        ///< the most frequent product first
+    std::uint64_t fileBytes = 0;  ///< size of the database, without its write-ahead log
 };
 
 /// The inventory of one EMS in a SQLite file: managed elements, the multilayer subnetworks that
-/// they are in, what they are built of, termination points and the links between them. Other
-/// processes may write the file meanwhile (an import); every operation sees what was committed when
-/// it began.
+/// contain them, their equipment, their termination points, and the links between them. Other
+/// processes may write the file at the same time, for example during an import. Every operation
+/// sees the data that was committed when it began.
 ///
-/// Queries give a snapshot of row ids, which read() turns into rows batch by batch: between two
-/// calls nothing is open, so a slow reader costs the file nothing. Row ids are in the order in
-/// which rows came in.
+/// Queries return a snapshot of row ids, and read() turns row ids into rows, batch by batch. No
+/// transaction stays open between two calls, so a slow reader does not hold up writers. Row ids
+/// grow in the order in which rows are inserted.
 ///
-/// Any thread may call any operation at any time: readers have connections of their own and wait
-/// for nobody; those that change something take turns. All throw InventoryFailure.
+/// Any thread may call any operation at any time. Every reader uses a separate connection and never
+/// waits. Writers take turns. All operations throw InventoryFailure.
 class KELP_EXPORT Inventory {
   public:
     enum class Missing { IsMade, IsAnError };
 
-    /// Opens the file; a missing one is made (mode 0600, with its folder) unless that is an error.
-    /// An inventory of an earlier version of this program is brought up to date.
+    /// Open the file. A missing file is created with mode 0600, and its folder with it, unless
+    /// `missing` makes that an error. An inventory of an earlier version is migrated.
     explicit Inventory(const std::filesystem::path& file, Missing missing = Missing::IsMade);
     ~Inventory();
     Inventory(const Inventory&) = delete;
     Inventory& operator=(const Inventory&) = delete;
 
-    /// Whether the file's name still stands for the file that was opened. It does not once the file
-    /// was deleted or replaced by another: this inventory then shows what the old one held, as far
-    /// as it shows anything, and its holder should open it anew. Costs one look at the file's
-    /// status.
+    /// Return whether the path still leads to the file that was opened. False once the file was
+    /// deleted or replaced. The owner should then open the inventory anew, because this object can
+    /// at best show the content of the old file. Costs one stat() call.
     bool isCurrent() const;
 
-    // One object by its name.
+    // Find one object by its name.
     std::optional<ManagedElement> find(const ManagedElementName& name);
     std::optional<EquipmentHolder> find(const HolderName& name);
     std::optional<Equipment> find(const EquipmentName& name);
     std::optional<TerminationPoint> find(const TpName& name);
     std::optional<TopologicalLink> find(const LinkName& name);
     std::optional<Subnetwork> find(const SubnetworkName& name);
-    /// Always there.
+    /// Never empty.
     std::optional<EmsAttributes> find(const EmsName& name);
 
-    /// As newly made when nothing was ever told of the EMS.
+    /// Return the attributes of the EMS; default-constructed while none were ever set.
     EmsAttributes ems();
 
-    // Which rows there are. An id that is no object's gives none.
+    // Return the ids of rows. An id that belongs to no object gives an empty result.
     RowIds elements();
     RowIds holdersOf(std::int64_t elementId, Depth depth);
     RowIds holdersIn(std::int64_t holderId, Depth depth);
     RowIds equipmentOf(std::int64_t elementId);
-    /// The equipment in the holder itself, or also in the holders that it contains.
+    /// The equipment in the holder itself, or with Depth::All also in the holders that it contains.
     RowIds equipmentIn(std::int64_t holderId, Depth depth);
     RowIds portsOf(std::int64_t elementId, const PortFilter& filter = {});
     RowIds allPorts();
     RowIds portsOn(std::int64_t equipmentId);
-    /// The CTPs that a port or CTP contains and that have one of the layers (empty: any).
+    /// The CTPs in a port or CTP that have at least one of the layers. Empty `layers` accepts every
+    /// CTP.
     RowIds tpsIn(std::int64_t tpId, const LayerRates& layers, Depth depth,
                  ContainedTps which = ContainedTps::All);
-    /// The points that contain a CTP, the innermost first, its port last.
+    /// The termination points that contain a CTP: the innermost first, its port last.
     RowIds tpsAround(std::int64_t tpId);
     RowIds links();
-    /// The links with an end at the element.
+    /// The links with at least one end at the element.
     RowIds linksOf(std::int64_t elementId);
     /// The links with both ends at elements of the subnetwork.
     RowIds linksInside(std::int64_t subnetworkId);
-    /// The links whose two ends lie in no common subnetwork; all of them where there are no
+    /// The links whose two ends have no subnetwork in common: all links if there are no
     /// subnetworks.
     RowIds topLevelLinks();
     RowIds subnetworks();
@@ -125,31 +125,33 @@ class KELP_EXPORT Inventory {
     /// The ports of the subnetwork's elements that are edge points of their subnetworks.
     RowIds edgePointsOf(std::int64_t subnetworkId, const PortFilter& filter = {});
 
-    /// The rows in the order of the ids, as one short look at the file; those that are gone are
-    /// left out. Row is one of ManagedElement, EquipmentHolder, Equipment, TerminationPoint,
-    /// TopologicalLink, Subnetwork.
+    /// Read the rows in the order of the ids, within one read transaction. Rows that no longer
+    /// exist are left out. Row is ManagedElement, EquipmentHolder, Equipment, TerminationPoint,
+    /// TopologicalLink or Subnetwork.
     template <class Row>
     std::vector<Row> read(const RowIds& ids);
-    /// The same with the id and the name of each row alone; all else is as newly made.
+    /// As read(), with only the id and the name of each row. All other members are
+    /// default-constructed.
     template <class Row>
     std::vector<Row> readNames(const RowIds& ids);
-    /// The same one row after the other, without a list of them. `take` gets the same object each
-    /// time, which holds what was asked for, and may read from the inventory itself. What it throws
-    /// ends the reading.
+    /// As read(), but pass the rows to `take` one after the other instead of building a list.
+    /// `take` gets the same object each time, with the members that `detail` asks for filled in. It
+    /// may read from the inventory. An exception that it throws ends the reading.
     template <class Row>
     void readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take);
 
     Statistics statistics();
 
-    // What is set is kept for the row of that id and kind; the EMS's is EmsAttributes::id.
-    /// With `isUnique`, changes nothing when another object of the kind has the label. Looks
-    /// through all of the kind for that.
+    // Change one attribute of the row with that kind and id. The id of the EMS is
+    // EmsAttributes::id.
+    /// With `isUnique`, change nothing if another object of the kind has the label; that check
+    /// reads all rows of the kind.
     Change setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label, bool isUnique);
-    /// Not for the EMS, whose native name is configured: that is a failure.
+    /// Throws for the EMS, whose native name comes from the configuration.
     Change setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name);
     Change setOwner(ObjectKind kind, std::int64_t id, const std::string& owner);
 
-    /// How long a change waits for another process that is writing (2 s unless told).
+    /// How long a change waits while another process is writing. Default: 2 s.
     void setPatience(std::chrono::milliseconds patience);
 
   private:
@@ -182,7 +184,7 @@ extern template KELP_EXPORT void Inventory::readEach(
 extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
                                                      const std::function<void(const Subnetwork&)>&);
 
-/// The file configured ([inventory] database), or the default below the state directory.
+/// The file of the key inventory.database, or the default file in the state directory.
 KELP_EXPORT std::filesystem::path configuredInventory();
 
 }  // namespace kelp::inventory

@@ -8,17 +8,17 @@
 
 namespace kelp::inventory {
 
-/// The first of the numbers that are left to vendors.
+/// The lowest of the numbers that the standard leaves to vendors.
 constexpr LayerRate kProprietaryRates = 10000;
 
-/// Whether the standard has the rate (its supporting document on layer rates), or leaves it to
-/// vendors.
+/// Return whether the number is a layer rate of the standard (its supporting document on layer
+/// rates) or one that is left to vendors.
 KELP_EXPORT bool isLayerRate(int number);
 
-/// The standard's name, such as "LR_PHYSICAL_OPTICAL"; of any other rate the number.
+/// The standard's name, such as "LR_PHYSICAL_OPTICAL". For a rate without a name, the number.
 KELP_EXPORT std::string layerRateText(LayerRate rate);
 
-/// The rate of that name or number; none for what is neither.
+/// The rate with that name or number. Empty if the text is neither.
 KELP_EXPORT std::optional<LayerRate> layerRateOf(std::string_view text);
 
 }  // namespace kelp::inventory

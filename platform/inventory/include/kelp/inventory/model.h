@@ -29,8 +29,7 @@ struct LayeredParameters {
 };
 using LayeredParameterList = std::vector<LayeredParameters>;
 
-// The enumerations have the standard's values in the standard's order, so that a number is the same
-// in both.
+// The enumerators have the standard's order, so that their numbers are the standard's too.
 enum class CommunicationState { Available, Unavailable };
 enum class ServiceState { InService, OutOfService, OutOfServiceByMaintenance, NotApplicable };
 enum class HolderState {
@@ -55,10 +54,10 @@ enum class TpProtection { NotApplicable, PsrRelated };
 enum class LinkDirection { Unidirectional, Bidirectional };
 enum class Topology { Singleton, Chain, Psr, OpenPsr, Spring, OpenSpring, Mesh };
 
-/// What a termination point is: a port (physical or floating) or a connection point in one.
+/// What a termination point is: a physical or floating port, or a connection point in a port.
 enum class TpKind { Ptp, Ftp, Ctp };
 
-/// Which kind of object a row is.
+/// The kind of object that a row describes.
 enum class ObjectKind {
     ManagedElement,
     EquipmentHolder,
@@ -72,17 +71,16 @@ enum class ObjectKind {
 /// The name of a termination point, without the EMS.
 struct TpName {
     std::string managedElement;
-    TpKind portKind = TpKind::Ptp;  ///< Ptp or Ftp: what `port` is
+    TpKind portKind = TpKind::Ptp;  ///< Ptp or Ftp: the kind of `port`
     std::string port;               ///< value of the component PTP or FTP
-    std::string ctp;                ///< value of the component CTP; empty: the port itself
+    std::string ctp;                ///< value of the component CTP; empty for the port itself
     bool operator==(const TpName&) const = default;
 
     TpKind kind() const { return ctp.empty() ? portKind : TpKind::Ctp; }
 };
 
-// Rows of the inventory. `id` is a row's number for as long as it lives; it is never given to
-// another row. Names are values of the standard's naming attributes without the EMS; texts are
-// UTF-8.
+// Rows of the inventory. `id` identifies a row as long as it exists, and no other row ever gets the
+// same id. Names are values of the standard's naming attributes without the EMS. Texts are UTF-8.
 
 /// managedElement::ManagedElement_T.
 struct ManagedElement {
@@ -96,10 +94,10 @@ struct ManagedElement {
     std::string productName;  ///< never empty
     CommunicationState communicationState = CommunicationState::Available;
     bool emsInSyncState = true;
-    LayerRates supportedRates;  ///< at which the element connects
+    LayerRates supportedRates;  ///< rates of the connections that the element can make
     NameValues additionalInfo;
-    /// Names of the multilayer subnetworks that it is in, as many as they are; beyond the
-    /// standard's structure.
+    /// Names of all multilayer subnetworks that contain the element. Not part of the standard's
+    /// structure.
     std::vector<std::string> subnetworks;
 };
 
@@ -113,8 +111,8 @@ struct EquipmentHolder {
     std::string owner;
     bool alarmReportingIndicator = true;
     std::string holderType;  ///< "rack", "shelf", "sub_shelf", "slot" or "sub_slot"
-    std::string
-        expectedOrInstalledEquipment;  ///< value of the component Equipment in it; empty: none
+    std::string expectedOrInstalledEquipment;  ///< value of the component Equipment of the board in
+                                               ///< it; empty: none
     std::vector<std::string> acceptableEquipmentTypeList;
     HolderState holderState = HolderState::Unknown;
     NameValues additionalInfo;
@@ -124,8 +122,8 @@ struct EquipmentHolder {
 struct Equipment {
     std::int64_t id = 0;
     std::string managedElement;
-    std::string holder;  ///< name of the holder that it is in
-    std::string name;    ///< "1" for the only board of a holder
+    std::string holder;  ///< name of the holder that contains it
+    std::string name;    ///< "1" if it is the only board of its holder
     std::string userLabel;
     std::string nativeEMSName;
     std::string owner;
@@ -156,11 +154,11 @@ struct TerminationPoint {
     TpProtection tpProtectionAssociation = TpProtection::NotApplicable;
     bool edgePoint = false;
     NameValues additionalInfo;
-    /// Rates at which the point, or what it contains, can be connected; beyond the standard's
-    /// structure, for the connection rates that a query names.
+    /// Rates at which the point, or a point that it contains, can be connected. Not part of the
+    /// standard's structure; queries select by it.
     LayerRates connectableRates;
-    /// The equipment that a port stands on; empty: not known, and for a CTP, which has that of its
-    /// port.
+    /// The equipment that a port is on. Empty if it is not known, and for a CTP, which is on the
+    /// equipment of its port.
     std::string supportingEquipmentHolder;
     std::string supportingEquipment;
 };
@@ -187,15 +185,15 @@ struct Subnetwork {
     std::string nativeEMSName;
     std::string owner;
     Topology subnetworkType = Topology::Mesh;
-    LayerRates supportedRates;  ///< at which connections across it can be made
+    LayerRates supportedRates;  ///< rates of the connections that can be made across it
     NameValues additionalInfo;
 };
 
-/// What emsMgr::EMS_T has beyond the configuration, from which its name and native name come. There
-/// is one.
+/// The members of emsMgr::EMS_T that do not come from the configuration, as the name and the native
+/// name do. The inventory has exactly one.
 struct EmsAttributes {
     std::int64_t id = 1;
-    std::string userLabel;  ///< empty: none was given, and the native name stands for it (TMF 814)
+    std::string userLabel;  ///< empty: none was set, and the native name is used instead (TMF 814)
     std::string owner;
     NameValues additionalInfo;
 };

@@ -8,8 +8,8 @@
 
 namespace kelp::inventory {
 
-// The naming attributes of the inventory's objects (globaldefs::NamingAttributes_T): "EMS" first,
-// then the components of the object.
+// The naming attributes of the inventory's objects (globaldefs::NamingAttributes_T). The component
+// "EMS" comes first, then the components of the object.
 
 struct ManagedElementName {
     std::string managedElement;
@@ -34,14 +34,15 @@ struct SubnetworkName {
     std::string subnetwork;
     bool operator==(const SubnetworkName&) const = default;
 };
-/// The EMS itself, which has no component but its own.
+/// The EMS itself. Its name has no component after "EMS".
 struct EmsName {
     bool operator==(const EmsName&) const = default;
 };
 using ObjectName = std::variant<ManagedElementName, HolderName, EquipmentName, TpName, LinkName,
                                 SubnetworkName, EmsName>;
 
-// The components of a name after the EMS, in order: `take` is given the name and the value of each.
+// Call `take` with the name and the value of each component of a name after the EMS, in their
+// order.
 template <class Take>
 void eachComponent(const ManagedElementName& name, Take&& take) {
     take("ManagedElement", name.managedElement);
@@ -75,7 +76,7 @@ void eachComponent(const SubnetworkName& name, Take&& take) {
 template <class Take>
 void eachComponent(const EmsName&, Take&&) {}
 
-// The same of a row's object.
+// The same for the name of a row.
 template <class Take>
 void eachComponent(const ManagedElement& row, Take&& take) {
     take("ManagedElement", row.name);
@@ -113,8 +114,8 @@ KELP_EXPORT ObjectName nameOf(const TerminationPoint& row);
 KELP_EXPORT ObjectName nameOf(const TopologicalLink& row);
 KELP_EXPORT ObjectName nameOf(const Subnetwork& row);
 
-/// The object that naming attributes of this EMS stand for; none when their components are those of
-/// no object of the inventory, or of another EMS. Says nothing about whether the object is there.
+/// Parse naming attributes. Returns nothing if they belong to another EMS, or if their components
+/// are not those of any kind of object in the inventory. Does not check whether the object exists.
 KELP_EXPORT std::optional<ObjectName> objectNameOf(const std::string& ems,
                                                    const NameValues& attributes);
 

@@ -17,9 +17,9 @@ struct IdRange {
     bool operator==(const IdRange&) const = default;
 };
 
-/// The rows that a query found, in their order: a snapshot of which rows there are, not of what
-/// they hold. Kept as ranges, 16 bytes each, so that a million consecutive rows take no more room
-/// than one. Not for concurrent use of one object.
+/// The ids of the rows that a query found, in the query's order. A snapshot of which rows exist,
+/// not of their content. Stored as ranges of 16 bytes, so that a million consecutive ids need no
+/// more room than one id. Threads may not use one object at the same time.
 class KELP_EXPORT RowIds {
   public:
     void append(std::int64_t id);
@@ -29,10 +29,10 @@ class KELP_EXPORT RowIds {
     bool empty() const { return count_ == 0; }
     std::span<const IdRange> ranges() const { return std::span(ranges_).subspan(used_); }
 
-    /// Takes the next rows out, `most` of them or as many as are left. Costs what it takes, not
-    /// what is left.
+    /// Remove the next ids and return them: `most` ids, or all that are left if there are fewer.
+    /// The cost depends on how many are removed, not on how many are left.
     RowIds take(std::uint64_t most);
-    /// What take() has taken out comes first again.
+    /// Put ids that take() returned back to the front.
     void putBack(const RowIds& taken);
     void clear() { *this = RowIds(); }
 
@@ -41,7 +41,8 @@ class KELP_EXPORT RowIds {
 
     std::vector<IdRange> ranges_;
     std::uint64_t count_ = 0;
-    /// Ranges are taken from the front; what is used up goes when it is the larger half.
+    /// Number of ranges at the front that are used up. They are erased when they are more than half
+    /// of all.
     std::size_t used_ = 0;
 };
 

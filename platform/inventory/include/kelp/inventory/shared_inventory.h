@@ -6,10 +6,10 @@
 
 namespace kelp::inventory {
 
-/// The inventory of the configured file as all of this process share it: opened by the first call,
-/// kept open, and opened anew when the file was deleted or replaced. Row ids are good for the
-/// inventory alone that gave them. While it cannot be opened, every call tries again. Any thread.
-/// Throws InventoryFailure.
+/// Return the inventory of the configured file, which the whole process shares. The first call
+/// opens it. A later call opens it anew if the file was deleted or replaced; row ids are valid only
+/// for the inventory that returned them. A failed attempt is repeated at the next call. Any thread
+/// may call it. Throws InventoryFailure.
 KELP_EXPORT std::shared_ptr<Inventory> sharedInventory();
 
 }  // namespace kelp::inventory

@@ -4,24 +4,29 @@
 
 namespace NS_CORBA {
 
-/// The life of the ORB that CorbaBaseAgentConfig started. Static operations; nothing throws.
+/// Serves and stops the ORB that CorbaBaseAgentConfig started. Any thread may call it. Nothing
+/// throws.
 class KELP_EXPORT AgentServer {
   public:
-    /// Thread body: serves requests until ShutDown. The argument is unused.
+    /// Thread body: serve requests until ShutDown. The argument is unused and the result is null.
     static void* AgentWorker(void* unused);
-    /// Lets waiting and new callers through. 0, or -1 (traced) when the ORB refuses.
+    /// Let waiting and new callers through. Return 0, or -1 (traced) when there is no ORB or it
+    /// refuses.
     static int Activate();
-    /// The first step of every stop: from here on work in progress anywhere in the process, and
-    /// outgoing calls in particular, has a second left (kelp::util::kStopGrace). Ends with the next
-    /// start of an ORB.
+    /// The first step of every stop. From here on, work in progress anywhere in the process,
+    /// outgoing calls above all, has 1 s left (kelp::util::kStopGrace). This holds until the next
+    /// ORB starts.
     static void BeginStop();
-    /// New requests are refused with TRANSIENT from here on. Harmless without an ORB.
+    /// Refuse new requests with TRANSIENT from here on. Does nothing without a running ORB.
     static void Discard();
-    /// Stops the ORB and waits, a bounded time, for the worker to leave. Harmless without an ORB.
+    /// Stop the ORB. Wait at most 10 s for calls in progress to end and for the worker to return.
+    /// Does nothing without an ORB.
     static void ShutDown();
-    /// False after a ShutDown that did not see the last request leave: what requests use must stay.
+    /// False while requests still run after a ShutDown that timed out. Everything that requests use
+    /// must then stay.
     static bool HasLastRequestLeft();
-    /// Destroys the ORB. Harmless without one.
+    /// Destroy the ORB, after a ShutDown if it still runs. An ORB with calls in progress is left as
+    /// it is, traced. Does nothing without an ORB.
     static void Destroy();
 };
 

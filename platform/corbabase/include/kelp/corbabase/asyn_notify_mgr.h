@@ -8,17 +8,18 @@
 
 namespace NS_CORBA {
 
-/// Long tasks of bundles whose end is told by an event: a bounded queue and worker threads.
+/// Runs long tasks for bundles on 2 worker threads; each task announces its end by an event. At
+/// most 1000 tasks wait in the queue. Any thread may post tasks and read the counters. Init and
+/// ExitThread are called by one thread at a time.
 class KELP_EXPORT AsynNotifyMgr {
   public:
     static AsynNotifyMgr* Instance();
     static void Destroy();
     bool Init();
-    /// False when the queue is full or the manager is stopping (or was never started).
+    /// Queue a task. False when the queue is full, before Init and after ExitThread.
     bool Post(std::function<void()> task);
-    /// Finishes what runs, drops the rest, counts both. While the process stops
-    /// (kelp::util::isStopping) it waits a second at most, and leaves a task that goes on to
-    /// itself.
+    /// Finish the running tasks, drop the queued ones and count both. While the process stops
+    /// (kelp::util::isStopping), wait at most 1 s and leave a task that still runs to finish alone.
     void ExitThread();
     std::uint64_t Finished() const;
     std::uint64_t Dropped() const;

@@ -9,34 +9,35 @@
 
 namespace NS_CORBA {
 
-/// The process's records of what was asked of the EMS (operation log) and of what happened at its
-/// doors (security log). Callable from any thread; what is told while it is not open is not kept.
+/// The process's audit records: requests in the operation log, log-ins and refusals in the security
+/// log. Any thread may call it. Records written while the trail is closed are discarded.
 class KELP_EXPORT AuditTrail {
   public:
     static AuditTrail& Instance();
 
-    /// Opens both logs as configured; nothing waits for the disk here.
+    /// Open both logs as configured. Does not wait for the disk.
     void Open();
-    /// Writes what waits and closes both logs.
+    /// Write the pending records and close both logs.
     void Close();
     bool IsOpen() const;
-    /// Takes over the limits that a re-read of the configuration changed.
+    /// Apply the limits that a re-read of the configuration changed.
     void UpdateRetention();
 
     void Write(const kelp::oplog::OperationRecord& record) noexcept;
-    /// The record of a request whose caller is not logged in. It goes to a part of the operation
-    /// log with a size of its own ([oplog] keep_before_login_mib), so that such callers push no
-    /// other records out. Of one outcome and `network`, [oplog] records_per_minute_before_login
-    /// stand there individually within a minute; those beyond are counted and told in one record
-    /// when the minute is over.
+    /// Write the record of a request whose caller is not logged in. It goes to a separate part of
+    /// the operation log with a size limit of [oplog] keep_before_login_mib, so that such callers
+    /// cannot push out other records. For each outcome and `network`, at most [oplog]
+    /// records_per_minute_before_login records a minute are written individually. Further ones are
+    /// counted and summarised in one record when the minute is over.
     void WriteWithoutLogIn(const kelp::oplog::OperationRecord& record,
                            const std::string& network) noexcept;
-    /// Refusals of one kind from one address stand in the log one by one up to 20 a minute; those
-    /// beyond are counted and told in one record when the minute is over, so that a flood of them
-    /// neither pushes older records out of the log nor is lost from it.
+    /// Write a security record. For each kind of refusal and address, at most 20 records a minute
+    /// are written individually. Further ones are counted and summarised in one record when the
+    /// minute is over. A flood of refusals thus neither pushes out older records nor goes
+    /// unrecorded.
     void Write(kelp::oplog::SecurityRecord record) noexcept;
 
-    /// All zero when it is not open. Of the operation log's two parts together.
+    /// Counts of both parts of the operation log together. All zero while the trail is closed.
     kelp::oplog::LogCounts OperationCounts() const;
     kelp::oplog::LogCounts SecurityCounts() const;
 
@@ -50,7 +51,7 @@ class KELP_EXPORT AuditTrail {
     std::unique_ptr<State> state_;
 };
 
-/// The event's outcome when nothing was refused.
+/// The outcome of an event or request that was not refused.
 inline constexpr const char* kOutcomeOk = "ok";
 
 }  // namespace NS_CORBA

@@ -7,14 +7,14 @@
 
 namespace NS_CORBA {
 
-/// Holds the event channel that sessions hand out.
+/// Holds the event channel that sessions hand out. Any thread may call it.
 class KELP_EXPORT EventMgr {
   public:
     static EventMgr* Instance();
     static void Destroy();
-    /// A new duplicate, or nil while there is no channel.
+    /// Return a new duplicate, which the caller owns, or nil while there is no channel.
     CosNotifyChannelAdmin::EventChannel_ptr GetEventChannel() const;
-    /// Keeps a duplicate; nil takes the channel out.
+    /// Keep a duplicate of the channel. Nil removes the channel.
     void SetEventChannel(CosNotifyChannelAdmin::EventChannel_ptr channel);
 
     EventMgr(const EventMgr&) = delete;

@@ -7,15 +7,15 @@
 
 namespace NS_CORBA {
 
-/// Where an NMS's own reference points, found by decoding it; nothing is called or resolved.
-/// One object serves one log-in; not for concurrent use.
+/// Finds the address of an NMS by decoding its reference. Nothing is called or resolved. One object
+/// serves one log-in and one thread.
 class KELP_EXPORT IOR_Parser {
   public:
-    /// Fills `hostInfo` with "address:port" of the first IIOP profile, the TLS port when it has no
-    /// plain one; IPv6 in brackets. False for nil, an undecodable reference or one without an
-    /// address.
+    /// Fill `hostInfo` with "address:port" of the first IIOP profile. The port is the TLS port when
+    /// the profile has no plain one; an IPv6 address is in brackets. False for nil, and for a
+    /// reference that cannot be decoded or has no address.
     bool GetHostInfo(CORBA::Object_ptr reference, std::string& hostInfo);
-    /// "address:port" of the reference parsed last; false before the first.
+    /// Give "address:port" of the reference parsed last. False before the first one.
     bool GetIPAndPortInfo(std::string& hostInfo) const;
 
   private:

@@ -17,7 +17,7 @@ namespace NS_CORBA {
 /// order of the virtual operations is the binary contract with other bundles.
 class KELP_EXPORT CorbaI {
   public:
-    /// Starts the interface; false stops the agent's start.
+    /// Start the interface. False stops the agent's start.
     virtual bool Init() = 0;
     virtual void ExitThread() = 0;
     virtual void Destroy() = 0;
@@ -29,10 +29,11 @@ class KELP_EXPORT CorbaI {
     virtual ~CorbaI();
 };
 
-/// Makes the servant of one manager. One servant serves all sessions.
+/// Creates the servant of one manager. One servant serves all sessions.
 class KELP_EXPORT NorthMgrFactory {
   public:
-    /// A new servant with one reference, which the caller takes over; null when it cannot be made.
+    /// Return a new servant with a reference count of 1, which the caller takes over. Null when it
+    /// cannot be created.
     virtual POA_common::Common_I* CreateServant() = 0;
 
   protected:
@@ -40,7 +41,8 @@ class KELP_EXPORT NorthMgrFactory {
 };
 
 using MGRList = std::list<CorbaI*>;
-/// By the manager name that an NMS passes to getManager (TMF 814 SD1-43), such as "EMS".
+/// Factories by the manager name that an NMS passes to getManager (TMF 814 SD1-43), for example
+/// "EMS".
 using NorthMgrMap = std::map<std::string, NorthMgrFactory*>;
 
 }  // namespace NS_CORBA

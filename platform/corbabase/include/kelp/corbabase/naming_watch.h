@@ -11,37 +11,38 @@
 
 namespace NS_CORBA {
 
-/// What is known of the session factory's entry in the naming service.
+/// The state of the session factory's entry in the naming service.
 struct NamingEntryState {
     using Time = std::chrono::system_clock::time_point;
 
-    std::string reference;        ///< the factory's own, stringified; empty before the first check
-    bool isOurs = false;          ///< at the last check
-    bool isBound = false;         ///< bound by this process, or found ours, since no failure
-    std::optional<Time> checked;  ///< the last one that got an answer
-    std::string failure;          ///< why the last check got none; empty: it did
-    std::uint64_t replaced = 0;   ///< how often another reference stood there and was replaced
+    std::string reference;  ///< our factory's reference, stringified; empty before Begin
+    bool isOurs = false;    ///< the last check found our reference
+    /// Bound by this process or found to be ours, with no failure since.
+    bool isBound = false;
+    std::optional<Time> checked;  ///< time of the last check that got an answer
+    std::string failure;          ///< why the last check got no answer; empty: it got one
+    std::uint64_t replaced = 0;   ///< number of foreign references replaced by ours
     std::optional<Time> replacedAt;
-    std::string foreign;  ///< addresses of the reference that was replaced last
+    std::string foreign;  ///< addresses in the foreign reference found last
 };
 
-/// Keeps what the naming monitor finds, for the operator, and writes a security event for each
-/// entry that was not ours: the first of each foreign reference at once, then one a minute with
-/// their number. One for the process, callable from any thread.
+/// Keeps the findings of the naming monitor for the operator. Writes a security event for each
+/// entry that was not ours: the first of each foreign reference at once, later ones together once a
+/// minute with their number. One for the process; any thread may call it.
 class KELP_EXPORT NamingWatch {
   public:
     static NamingWatch& Instance();
 
-    /// The reference that the entry is to be. Another one than before begins a new watch.
+    /// Set the reference that the entry must hold. A different one than before begins a new watch.
     void Begin(const std::string& reference);
-    /// A check found the entry ours, or missing.
+    /// A check found our entry, or none.
     void Checked(bool isOurs);
-    /// The entry was made, or replaced by ours.
+    /// The entry was created, or replaced by ours.
     void Bound();
-    /// A check got no answer, or the entry could not be made.
+    /// A check got no answer, or the entry could not be created.
     void Failed(const std::string& why);
-    /// A check found another reference, which was replaced by ours or, when that failed, still
-    /// stands there.
+    /// A check found a foreign reference. `isReplaced`: it was replaced by ours; otherwise it is
+    /// still bound.
     void FoundForeign(const std::string& reference, bool isReplaced);
 
     NamingEntryState State() const;

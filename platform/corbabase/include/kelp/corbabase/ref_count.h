@@ -4,8 +4,8 @@
 
 namespace NS_CORBA {
 
-/// A servant of class S, made from one parameter, that lives by its reference count: one at
-/// construction, gone with the last `_remove_ref`.
+/// A reference-counted servant of class S, constructed from one parameter. The count is 1 after
+/// construction; the last `_remove_ref` destroys the servant.
 template <class S, class Parameter>
 class RefCount_OneParameter : public S {
   public:

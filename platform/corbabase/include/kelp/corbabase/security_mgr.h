@@ -11,28 +11,27 @@
 
 namespace NS_CORBA {
 
-/// Codes that refuse a log-in; the catalogue has a text for each and the client sees
+/// Codes that refuse a log-in. The error catalogue has a text for each. The client sees
 /// EXCPT_ACCESS_DENIED.
 inline constexpr unsigned long kWrongPassword = 0x048FFFA3;  ///< also for an unknown user
 inline constexpr unsigned long kUserDisabled = 0x048FFFA4;
 inline constexpr unsigned long kUserDatabaseUnusable = 0x048FFFA5;
 inline constexpr unsigned long kUserLockedOut = 0x048FFFA6;  ///< also for an unknown user
 inline constexpr unsigned long kUserExpired = 0x048FFFA7;
-inline constexpr unsigned long kAddressNotAllowed =
-    0x048FFFA8;  ///< this user may not log in from there
+/// This user may not log in from this address.
+inline constexpr unsigned long kAddressNotAllowed = 0x048FFFA8;
 inline constexpr unsigned long kTooManyAccountSessions = 0x048FFFA9;
 inline constexpr unsigned long kTooManyAddressSessions = 0x048FFFAA;
-inline constexpr unsigned long kCertificateNotAllowed =
-    0x048FFFAB;  ///< this user may not with this, or none
-/// A user name or password longer than kLogInTextBytesMax; the client sees EXCPT_INVALID_INPUT.
+/// This user may not log in with this certificate, or not without one.
+inline constexpr unsigned long kCertificateNotAllowed = 0x048FFFAB;
+/// A user name or password is longer than kLogInTextBytesMax. The client sees EXCPT_INVALID_INPUT.
 inline constexpr unsigned long kOverlongLogIn = 0x41180057;
 
-/// Bytes of a user name or a password that somebody logs in with. Longer than any account's, so
-/// short that nobody can make the EMS copy or hash megabytes.
+/// Maximum length of a user name or password at log-in, in bytes. No account's name or password is
+/// longer. The limit keeps callers from making the EMS copy or hash megabytes.
 inline constexpr std::size_t kLogInTextBytesMax = 1024;
 
-/// A log-in whose password was right, as CorbaSecurityMgr::Admit found it. Nobody is logged in by
-/// it yet.
+/// The result of CorbaSecurityMgr::Admit for a correct password. It does not log anybody in.
 class KELP_EXPORT Admission {
     friend class CorbaSecurityMgr;
     std::string hostInfo_;
@@ -40,67 +39,69 @@ class KELP_EXPORT Admission {
     UserAccount account_;
 };
 
-/// NMS users and who of them is logged in from where. Accounts live in an SQLite database with
-/// Argon2id password hashes; live log-ins and failed ones in memory. Callable from any thread.
+/// Manages NMS users: checks log-ins and keeps who is logged in from where. Accounts are stored in
+/// an SQLite database with Argon2id password hashes. Live log-ins and failed attempts are kept in
+/// memory. Any thread may call it.
 ///
-/// Where a log-in comes from is the peer of the connection of the request in hand, whatever
-/// `hostInfo` says. After `[security] lockout_failures` wrong passwords a user is locked out at
-/// that address and refused before any password is hashed. That an account is disabled, has expired
-/// or may not be used from that address or with the certificate of that connection shows only with
-/// the right password.
+/// The origin of a log-in is the peer of the current request's connection; `hostInfo` does not
+/// count. After `[security] lockout_failures` wrong passwords a user is locked out at that address:
+/// further attempts are refused before a password is hashed. Only a caller with the right password
+/// learns that the account is disabled, has expired, or may not be used from that address or with
+/// that connection's certificate.
 ///
-/// Between Init and ExitThread light event 119 (user state change) is raised, within a second, for
-/// each live log-in whose user was disabled or removed, got another password, was bound to other
-/// certificates or has expired, whichever process wrote that. It is raised again, with growing
-/// pauses, until Logout ends the log-in.
+/// Between Init and ExitThread, light event 119 (user state change) is raised for a live log-in
+/// whose user was disabled or removed, got a new password, was bound to other certificates or has
+/// expired. It is raised within 1 s, whichever process made the change. It is raised again, with
+/// growing pauses, until Logout ends the log-in.
 class KELP_EXPORT CorbaSecurityMgr {
   public:
     static CorbaSecurityMgr* Instance();
     static void Destroy();
 
-    /// Opens (creating it when missing) the user database and starts the manager's thread. False,
+    /// Open the user database, creating a missing one, and start the manager's thread. False,
     /// traced with the reason, when that fails.
     bool Init();
-    /// Ends the manager's threads. Logout goes on working.
+    /// End the manager's thread. Logout still works afterwards.
     void ExitThread();
 
-    /// Checks the password and whether the account may be used now, and enters nothing. `hostInfo`
-    /// is the NMS's "address:port". 0, or a refusing code. The only operation of a log-in that
-    /// hashes a password.
+    /// Check the password and whether the account may be used now, without logging in. `hostInfo`
+    /// is the NMS's "address:port". Return 0 or a refusing code. The only operation of a log-in
+    /// that hashes a password.
     unsigned long Admit(const std::string& hostInfo, const std::string& user,
                         const std::string& password, Admission& admission);
-    /// Whether the account still allows what Admit found, for a log-in that had to wait meanwhile.
-    /// 0, or a refusing code.
+    /// Check whether the account still allows the log-in that Admit accepted, for a log-in that had
+    /// to wait in between. Return 0 or a refusing code.
     unsigned long StillAdmits(const Admission& admission);
-    /// Enters one live log-in.
+    /// Enter one live log-in.
     void Enter(const Admission& admission);
-    /// The live log-in of this user goes on under the password that was given; nothing is entered.
+    /// Update the live log-in of this user and NMS with the account and password just checked.
+    /// Enters no new log-in.
     void Renew(const Admission& admission);
 
-    /// Admit and Enter in one. 0, or a refusing code.
+    /// Admit and Enter together. Return 0 or a refusing code.
     unsigned long Login(const std::string& hostInfo, const std::string& user,
                         const std::string& password);
-    /// Admit and Renew in one. 0, or a refusing code.
+    /// Admit and Renew together. Return 0 or a refusing code.
     unsigned long checkLogin(const std::string& hostInfo, const std::string& user,
                              const std::string& password);
-    /// Whether one more log-in of this user and NMS keeps within [session] per_account_max and
-    /// per_address_max, those of the same NMS and user not counted, whose place it takes. 0, or a
-    /// refusing code. For a log-in whose password was right.
+    /// Check whether one more log-in of this user and NMS keeps within [session] per_account_max
+    /// and per_address_max. Existing log-ins of the same user and NMS do not count, because the new
+    /// one replaces them. Return 0 or a refusing code. To be called only after the password was
+    /// right.
     unsigned long CheckRoom(const std::string& hostInfo, const std::string& user);
-    /// Refuses texts longer than kLogInTextBytesMax before anything else sees them. 0, or a
+    /// Refuse texts longer than kLogInTextBytesMax, before anything else reads them. Return 0 or a
     /// refusing code.
     unsigned long CheckLengths(std::string_view user, std::string_view password);
 
-    /// Ends one live log-in; unknown ones are ignored.
+    /// End one live log-in. Unknown ones are ignored.
     void Logout(const std::string& hostInfo, const std::string& user);
-    /// The user's number out of the database, by a session name text (see TEUserHelper); -1 for an
-    /// unknown one.
+    /// Return the number of a session's user from the database; -1 for an unknown user.
+    /// `sessionName` is a tagged session name (see TEUserHelper).
     int GetUserID(const std::string& sessionName) const;
-    /// Whether somebody is logged in over a connection from this peer's address, whatever the
-    /// ports, and the account still allows it. False for an empty address. Quick enough to be asked
-    /// with every request.
+    /// Whether somebody is logged in from this peer's address, on any port, with an account that
+    /// still allows it. False for an empty address. Fast enough to be called for every request.
     bool IsLoggedInFrom(const kelp::orb::PeerAddress& peer) const;
-    /// How many log-ins of this user from this address are live; for counters and tests.
+    /// Number of live log-ins of this user and NMS; for counters and tests.
     std::size_t LiveLogins(const std::string& hostInfo, const std::string& user) const;
 
     CorbaSecurityMgr(const CorbaSecurityMgr&) = delete;

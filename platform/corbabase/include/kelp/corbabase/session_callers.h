@@ -15,44 +15,45 @@
 
 namespace NS_CORBA {
 
-/// The live sessions by the names of their top POAs, and who may call their objects: by `[access]
-/// session_peer`, which is read again with the configuration, only the address that logged in, or
-/// every one. Callable from any thread; queries share one lock and allocate nothing.
+/// The live sessions by the names of their top POAs, and who may call their objects. `[access]
+/// session_peer` decides: either only the address that logged in, or every address. It follows
+/// re-reads of the configuration. Any thread may call it; queries share one lock, and those made
+/// for every request allocate nothing.
 class KELP_EXPORT SessionCallers {
   public:
     static SessionCallers& Instance();
 
-    /// The session is live from here on. `owner` tells it apart from others of the same name,
-    /// before and after. A log-in inside the process has no peer: then its session may be called
-    /// from everywhere.
+    /// The session is live from here on. `owner` identifies it among earlier and later sessions of
+    /// the same name. A log-in inside the process has no peer; its session may be called from
+    /// everywhere.
     void Enter(const std::string& sessionName, const void* owner, const SessionToken& token,
                const kelp::orb::PeerAddress& peer);
-    /// The session was taken up again from this address, and is called from there from here on.
+    /// The session was resumed from this address and may be called from there from here on.
     void Move(const std::string& sessionName, const void* owner,
               const kelp::orb::PeerAddress& peer);
-    /// Nothing for a session that is not live, or a name that is another owner's.
+    /// The session has ended. Ignored when the session is not live or belongs to another owner.
     void Leave(const std::string& sessionName, const void* owner);
 
     bool IsLive(const std::string& sessionName) const;
-    /// The name of the session that logged in from this address; none unless there is exactly one.
+    /// The name of the session that logged in from this address. None unless there is exactly one.
     std::optional<std::string> OnlyOneFrom(const kelp::orb::PeerAddress& peer) const;
 
     enum class Verdict {
-        MayCall,  ///< its NMS, or the target is no session's object
+        MayCall,  ///< the caller is the session's NMS, or the target is not an object of a session
         Stranger,
-        IsOver  ///< there is no such session any more
+        IsOver  ///< the session has ended
     };
-    /// For a request over a connection whose target was found.
+    /// Judge a request that arrived over a connection and whose target was found.
     Verdict Judge(const kelp::orb::RequestInfo& request) const;
-    /// Whether the object id of a session's object carries the secret of that session, which is
-    /// live. False for other objects.
+    /// Whether the target is an object of a live session and its object id ends in the secret of
+    /// that session.
     bool KnowsSecret(const kelp::orb::RequestInfo& request) const;
 
     SessionCallers(const SessionCallers&) = delete;
     SessionCallers& operator=(const SessionCallers&) = delete;
 
   private:
-    /// An address for comparing; IPv4 as IPv4-mapped IPv6.
+    /// An address in comparable form: IPv4 as IPv4-mapped IPv6.
     struct Address {
         std::array<unsigned char, 16> octets{};
         bool isKnown = false;
@@ -70,12 +71,12 @@ class KELP_EXPORT SessionCallers {
 
     mutable std::shared_mutex mutex_;
     std::unordered_map<std::string, Session> sessions_;  // guarded by mutex_
-    /// Twice the generation of the configuration that was read last, plus 1 for a bound peer: one
-    /// value, so that nobody sees half of a re-read.
+    /// Twice the generation of the configuration read last, plus 1 when sessions are bound to their
+    /// peer. One value, so that no thread sees a half-finished re-read.
     mutable std::atomic<std::uint64_t> rule_{0};
 };
 
-/// Whether the POA name is a session's.
+/// Whether the POA name is that of a session.
 KELP_EXPORT bool isSessionName(std::string_view topPoaName);
 
 }  // namespace NS_CORBA

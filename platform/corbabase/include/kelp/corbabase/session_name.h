@@ -6,13 +6,13 @@
 
 namespace NS_CORBA {
 
-/// The session that the request in hand belongs to.
+/// Finds the session that the current request belongs to.
 class KELP_EXPORT TEUserHelper {
   public:
-    /// The tagged session name of the request being served: name of the root POA's child that the
-    /// target lives under
-    /// ("<USERNAME_TAG>...</USERNAME_TAG><IPANDPORT_TAG>...</IPANDPORT_TAG>" for a session's
-    /// objects). Empty outside a request.
+    /// Return the tagged session name of the current request: the name of the root POA's child that
+    /// contains the target. For the objects of a session it is
+    /// "<USERNAME_TAG>...</USERNAME_TAG><IPANDPORT_TAG>...</IPANDPORT_TAG>". Empty outside a
+    /// request.
     static std::string GetNmsIPAddrByContext();
 };
 

@@ -11,68 +11,73 @@
 
 namespace NS_CORBA {
 
-/// How the supplier manager calls the agent back. The order of the virtual operations is the
-/// contract with the agent.
+/// The supplier manager's calls to the agent. The order of the virtual operations is the contract
+/// with the agent.
 class KELP_EXPORT CallBackProcessBase {
   public:
     virtual ~CallBackProcessBase();
-    /// Every consumer that answers has caught up, at `endTime`.
+    /// The loss of events ended at `endTime`: every consumer that answers has caught up.
     virtual void OnEventLossCleared(const std::string& endTime) = 0;
-    /// Events were lost; the first one's time and notification id.
+    /// Events were lost. The arguments are the time and the notification id of the first one.
     virtual void OnEventLossOccurred(const std::string& startTime,
                                      const std::string& notificationId) = 0;
-    /// Appends an alarm's fields to `out` by SuppilerMgr::FormatLog.
+    /// Append an alarm's fields to `out` with SuppilerMgr::FormatLog.
     virtual void FormatAlarmLog(std::stringstream& out,
                                 const CosNotification::StructuredEvent& event) = 0;
-    /// Asks for one heartbeat event.
+    /// Send one heartbeat event.
     virtual void SendHeartbeat() = 0;
 };
 
-/// The way to the notification channel, the embedded one or that of an external notification
-/// service: takes events in without waiting for any NMS or service, hands them to the channel by a
-/// thread of its own, sends heartbeats, and tells the agent of lost events. One loss at a time: it
-/// begins with the first lost event and ends when the channel answers, its queue and that of every
-/// consumer that answers has drained below half, and check_channel_valid() has been called twice
-/// since. Any thread may call it.
+/// Passes events to the notification channel, which is embedded in this process or belongs to
+/// an external notification service. Accepts events without waiting for any NMS or service, and
+/// hands them to the channel on a separate thread. Asks the agent for heartbeats and reports lost
+/// events to it. Any thread may call it.
+///
+/// Losses are reported one at a time. A loss begins with the first lost event. It ends when the
+/// channel answers, its queue and that of every consumer that answers have drained below half, and
+/// check_channel_valid() has been called twice since the last lost event.
 ///
 /// The external service is the object NotificationService at `[notification]` host and port
-/// (ssl_port with TLS): an event channel, or a factory, whose eldest channel is taken. While it
-/// does not answer, events wait, at most `queue_events_max`, and it is tried again after 1 s, 2 s
-/// and so on up to 30 s. What was sent without an answer is sent again once a call that carries no
-/// event was answered: at least once, in order.
+/// (ssl_port with TLS). It is an event channel or a factory; of a factory's channels the oldest is
+/// used. While the service does not answer, at most `queue_events_max` events wait, and the
+/// connection is retried after 1 s, 2 s and so on up to 30 s. An event that was sent without an
+/// answer is sent again after a call that carries no event was answered: delivery is at least once,
+/// in order.
 class KELP_EXPORT SuppilerMgr {
   public:
     static SuppilerMgr* Instance();
     static void Destroy();
 
-    /// The agent's callback object; borrowed, null takes it out again.
+    /// Set the agent's callback object, which is borrowed. Null removes it.
     void SetCallBack(CallBackProcessBase* callBack);
     CallBackProcessBase* GetCallBack() const;
-    /// Makes the embedded channel, which EventMgr then hands out, or begins to look for the
-    /// external one, which it hands out once found. The argument is the delivery mode, 0 being the
-    /// configured one. 0 on success; -1 otherwise, traced.
+    /// Create the embedded channel, or begin to look for the external one. EventMgr then hands out
+    /// the channel, an external one as soon as it is found. `mode` is the delivery mode; 0 is the
+    /// configured one. Return 0, or -1 (traced) on failure.
     int Start(int mode);
-    /// Takes the channel away: what waits is dropped, blocked pulls end with Disconnected. Calls to
-    /// consumers or an external service that are in progress are waited for: `push_timeout_s` at
-    /// most.
+    /// Remove the channel. Waiting events are dropped and blocked pulls end with Disconnected.
+    /// Waits for calls to consumers or an external service that are in progress, `push_timeout_s`
+    /// at most.
     void ExitThread();
-    /// Once a ping round: looks whether a loss is over. Never calls a consumer or a service itself:
-    /// dead consumers are removed as they are found, and an external service that is idle is asked
-    /// before the next round. True when there is a channel and the last call to it was answered.
+    /// Check whether a loss is over; called once each ping round. Never calls a consumer or a
+    /// service itself: dead consumers are removed as they are found, and an idle external service
+    /// is probed before the next round. True when there is a channel and the last call to it was
+    /// answered.
     bool check_channel_valid();
 
-    /// Takes an event in. 0, or -1 when it was not: before Start and once the stop has begun. More
-    /// events than may wait are lost, the oldest first.
+    /// Accept an event. Return 0, or -1 before Start and once the stop has begun. When more events
+    /// wait than the limit allows, the oldest are lost.
     int PushEvent(CosNotification::StructuredEvent& event);
-    /// The same for a batch, which stays together and in order.
+    /// The same for a batch, whose events stay together and in order.
     long PushEvents(std::vector<CosNotification::StructuredEvent>& events);
-    /// Asks the agent for a heartbeat now, besides those of `[notification] heartbeat_s`.
+    /// Ask the agent for a heartbeat now, in addition to those sent every `[notification]
+    /// heartbeat_s`.
     void RequestHeartbeat();
-    /// What became of the events, consumer by consumer; empty without a channel of our own.
+    /// Event counts of each consumer. Empty without an embedded channel.
     std::vector<kelp::notification::ConsumerCounts> Consumers() const;
 
-    /// One entry of a log: the line "name=value", both with line ends, control characters and
-    /// backslashes escaped.
+    /// Write one log entry: the line "name=value". Line ends, control characters and backslashes
+    /// are escaped in both.
     static void FormatLog(const std::string& name, const std::string& value, std::ostream& out);
     static void FormatLog(const std::string& name, int value, std::ostream& out);
 

@@ -10,13 +10,14 @@
 
 namespace NS_CORBA {
 
-/// The files that [tls] names, and the key's password: the first line of key_password_file. None,
-/// with the reason, when that file cannot be read or is not for this process's user alone. Any
-/// thread.
+/// Return the files that [tls] names and the password of the key, which is the first line of
+/// key_password_file. None, with the reason, when that file cannot be read or is accessible to
+/// other users. Any thread may call it.
 KELP_EXPORT std::optional<kelp::orb::TlsFiles> configuredTlsFiles(std::string& whyNot);
 
-/// What would keep TLS from working with the configured files now, each with the key to blame; none
-/// where tls.mode is 0. Reads the files; any thread.
+/// Return the problems that would keep TLS from working with the configured files now, each with
+/// the configuration key at fault. None when tls.mode is 0. Reads the files. Any thread may call
+/// it.
 KELP_EXPORT std::vector<NS_BUNDLEMGR1::ConfigProblem> problemsOfConfiguredTls();
 
 }  // namespace NS_CORBA

@@ -7,9 +7,10 @@
 
 namespace NS_CORBA {
 
-/// The per-thread trace record: where the next trace line comes from.
+/// The trace record of a thread: the source of its next trace line.
 struct KELP_EXPORT TraceRecord {
-    /// `file` is the subject's constant name ("sessionmgr"), `function` "unknown" by convention.
+    /// `file` is the constant name of the subject, for example "sessionmgr". `function` is
+    /// "unknown" by convention.
     void Set(const char* file, const char* function, int line);
     const char* file = "";
     const char* function = "unknown";
@@ -19,20 +20,21 @@ struct KELP_EXPORT TraceRecord {
 /// The calling thread's trace record.
 KELP_EXPORT TraceRecord* GetTss();
 
-/// Lifecycle events and errors. `format` is a printf format of this product's own; peers' texts
-/// only as arguments.
+/// Trace a lifecycle event or an error. `format` is a printf format written in this product; text
+/// from peers is passed only as an argument.
 KELP_EXPORT void TaTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
-/// True when diagnostics of this level (0 to 3) are kept; for those whose text costs something to
-/// make.
+/// True when diagnostics of this level (0 to 3) are kept. Check it before building an expensive
+/// text.
 KELP_EXPORT bool IsDebugKept(int level);
-/// A diagnostic, kept when `level` (0 to 3) is at most the configured level. `text` is no format.
+/// Trace a diagnostic, which is kept when `level` (0 to 3) is at most the configured level. `text`
+/// is not a format.
 KELP_EXPORT void TaDebug(int level, const char* text);
 KELP_EXPORT void TaDebugWithPara(int level, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
-/// A caught CORBA exception: `text`, then the exception in words.
+/// Trace a caught CORBA exception: `text`, followed by a description of the exception.
 KELP_EXPORT void TaException(const CORBA::Exception& exception, const char* text);
 
-/// Traces that an operation was entered and left (level 3), on construction and destruction.
+/// Traces at level 3 that an operation was entered (constructor) and left (destructor).
 class KELP_EXPORT FuncGuardTrace {
   public:
     explicit FuncGuardTrace(const char* operation);
@@ -44,15 +46,15 @@ class KELP_EXPORT FuncGuardTrace {
     const char* operation_;
 };
 
-/// The module's use of the process's trace. The host opens the sinks; this counts who uses them.
+/// Counts the module's uses of the process's trace. The host opens the sinks.
 class KELP_EXPORT CorbaLogMgr {
   public:
     static CorbaLogMgr* Instance();
-    /// Opens the trace by the configured settings unless the host has done so. False, with the
+    /// Open the trace with the configured settings unless the host has done so. False, with the
     /// reason on standard error, when a sink cannot be opened.
     bool Init();
-    /// Ends the use; lines traced afterwards still reach the host's sinks. Harmless when there was
-    /// no Init.
+    /// End one use. Lines traced afterwards still reach the host's sinks. Does nothing without an
+    /// Init.
     static void Destroy();
 
   private:

@@ -10,23 +10,25 @@
 
 namespace NS_KELPCORBA {
 
-/// Servant manager of a session's "iterator" POA. Iterators are activated explicitly, so it never
-/// makes one: a destroyed iterator stays dead. It gives them their object ids and cleans up after
-/// those that the POA lets go.
+/// The servant manager of a session's "iterator" POA. Iterators are activated explicitly, so it
+/// never makes one, and a destroyed iterator stays destroyed. It assigns their object ids, and
+/// releases the iterators that the POA deactivates.
 class IteratorServantActivator : public kelp::orb::CountedLocal<PortableServer::ServantActivator> {
   public:
-    /// Activates the iterator in a POA with a servant manager of this kind, under a new id that
-    /// ends in the session's token; the caller owns the id. Throws what activate_object_with_id
-    /// throws, WrongPolicy for another POA.
+    /// Activate the iterator under a new id that ends in the session's token, in a POA whose
+    /// servant manager is of this class. Return the id, which the caller owns. Throws what
+    /// activate_object_with_id throws, and WrongPolicy for another POA.
     static PortableServer::ObjectId* activate(PortableServer::POA_ptr poa,
                                               PortableServer::Servant iterator);
-    /// The ids given from here on end in this token.
+    /// Set the token that new ids end in.
     void setToken(const NS_CORBA::SessionToken& token) { token_.set(token); }
 
-    /// Always raises OBJECT_NOT_EXIST, as for an object that no POA knows.
+    /// Always throw OBJECT_NOT_EXIST, as for an object that no POA knows.
     PortableServer::Servant incarnate(const PortableServer::ObjectId& oid,
                                       PortableServer::POA_ptr adapter) override;
-    /// May run on any thread, inside a deactivation or later: it only unlinks and releases.
+    /// Remove the iterator from the session manager's list and drop the
+    /// POA's reference. Does nothing else,
+    /// because it may run on any thread, during a deactivation or later.
     void etherealize(const PortableServer::ObjectId& oid, PortableServer::POA_ptr adapter,
                      PortableServer::Servant servant, CORBA::Boolean cleanup_in_progress,
                      CORBA::Boolean remaining_activations) override;

@@ -12,8 +12,8 @@
 namespace NS_KELPCORBA {
 namespace {
 
-/// The manager's name in the object id, as its bytes; an id that is no text names no manager. None
-/// for an id with a wrong token.
+/// Return the manager's name in the object id, as bytes. An id that is not text names no manager.
+/// None for an id with a wrong token.
 std::optional<std::string_view> managerName(const PortableServer::ObjectId& oid,
                                             const NS_CORBA::SessionToken* token) {
     const std::string_view id = NS_CORBA::octetsOf(oid);
@@ -44,7 +44,7 @@ PortableServer::Servant TAServantLocator::preinvoke(const PortableServer::Object
     return servant;
 }
 
-// A dying POA of some ORBs serves new requests as long as an old one runs.
+// In some ORBs a dying POA serves new requests as long as an old one is in progress.
 bool TAServantLocator::isEnding(PortableServer::POA_ptr adapter) const {
     return ending_ == Ending::IsTold ? refusing_.load() : kelp::orb::isDying(adapter);
 }

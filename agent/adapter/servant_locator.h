@@ -9,28 +9,29 @@
 
 namespace NS_KELPCORBA {
 
-/// Finds, for every request on a session's manager references, the one servant that all sessions
-/// share: the object id is the manager's name and the session's token. Runs on the request's thread
-/// and holds no lock over the request; the servant is pinned from preinvoke to postinvoke.
+/// Finds the servant for each request on a session's manager references. All sessions share one
+/// servant per manager. The object id consists of the manager's name and the session's token. Runs
+/// on the request's thread and holds no lock during the request. The servant is pinned from
+/// preinvoke to postinvoke.
 class TAServantLocator : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
-    /// How a request learns that the POA tree is being destroyed.
+    /// How the locator knows that the POA tree is being destroyed.
     enum class Ending {
-        IsTold,     ///< by beginRefusing(), called before the destruction begins
-        IsLookedUp  ///< by asking the POAs upwards, which costs a walk a request
+        IsTold,     ///< by beginRefusing(), which is called before the destruction
+        IsLookedUp  ///< by checking the POA and its parents, at each request
     };
     explicit TAServantLocator(Ending ending = Ending::IsLookedUp) : ending_(ending) {}
 
-    /// Tells the locator of this POA, if it has one of this kind, that the POA is about to be
-    /// destroyed: its requests are refused from here on. Throws OBJECT_NOT_EXIST when the POA has
+    /// Refuse all further requests on this POA, which is about to be destroyed. Does nothing if the
+    /// POA's servant manager is of another class. Throws OBJECT_NOT_EXIST when the POA has already
     /// been destroyed.
     static void beginRefusing(PortableServer::POA_ptr poa);
 
-    /// Object ids must end in this token from here on. Without one they are bare names.
+    /// Set the token that object ids must end in. Without a token object ids are plain names.
     void setToken(const NS_CORBA::SessionToken& token) { token_.set(token); }
 
-    /// Raises OBJECT_NOT_EXIST, as for an object that no POA knows, for an id without the token,
-    /// for an unknown name and when the session's POA tree is being destroyed.
+    /// Throw OBJECT_NOT_EXIST, as for an object that no POA knows, when the id lacks the token,
+    /// when the name is unknown, or when the session's POA tree is being destroyed.
     PortableServer::Servant preinvoke(const PortableServer::ObjectId& oid,
                                       PortableServer::POA_ptr adapter, const char* operation,
                                       void*& cookie) override;

@@ -9,38 +9,39 @@ namespace NS_KELPCORBA {
 
 class SessionSource;
 
-/// The event-loss condition that a round of checks reports; borrows its texts.
+/// The event-loss condition that a round of checks reports. Its texts are borrowed.
 struct EventLossReport {
     bool cleared = true;
     const char* time = "";
     const char* notificationId = "";
 };
 
-/// One round's check of one session, in three steps, so that the calls of many checks can run at
-/// the same time while everything that they lead to happens in order. Each step is called once, in
-/// the order below; begin and conclude by one thread at a time. Nothing is raised.
+/// The check of one session in one round, in three steps. The calls of many checks can run
+/// concurrently, while their consequences happen in order. Each step is called once, in the order
+/// below. Only one thread at a time calls begin or conclude. Nothing is thrown.
 class SessionCheck {
   public:
-    /// `source` must stay until the end.
+    /// `source` must outlive this object.
     SessionCheck(SessionSource& source, const EventLossReport& loss)
         : source_(source), loss_(loss) {}
 
-    /// Decides what is to be done: end the session, tell its NMS of a change in the event-loss
-    /// condition, or ping it.
+    /// Decide what to do: end the session, report a change in the event-loss condition to its NMS,
+    /// or ping the NMS.
     void begin(bool silentMode);
-    /// Calls the NMS if there is something to call it for, limited by the calling thread's
-    /// time-out.
+    /// Make the call to the NMS, if begin decided on one. The time-out of the calling thread limits
+    /// it.
     void call() noexcept;
-    /// Counts, traces, tears down. 0 when the session goes on, -1 when it was torn down.
+    /// Count and trace the result, and tear down a session that is over. Return 0 when the session
+    /// continues, -1 when it was torn down.
     int conclude();
 
   private:
     enum class Call { None, EndSession, Ping, LossOccurred, LossCleared };
-    friend class SessionSource;  // relays an event loss without a whole check
+    friend class SessionSource;  // relays an event loss without a full check
 
     void relayLoss();
     void makeCall() const;
-    /// What the call has raised, rethrown; nothing when it was answered.
+    /// Rethrow the exception that the call threw. Return when the NMS answered.
     void requireAnswer() const;
     void concludeEnd() const;
     void concludePing();
@@ -50,8 +51,8 @@ class SessionCheck {
     const EventLossReport loss_;
     Call call_ = Call::None;
     bool isOver_ = false;
-    bool isRecordedUntold_ = false;  ///< a change of the condition that is not reported to the NMS
-    bool hasCalled_ = false;         ///< the NMS has, since the check before
+    bool isRecordedUntold_ = false;  ///< a change of the condition is recorded, not reported
+    bool hasCalled_ = false;         ///< the NMS has called since the previous check
     std::exception_ptr failure_;
 };
 

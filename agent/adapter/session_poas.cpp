@@ -1,5 +1,5 @@
-// The POA tree of a session: the top POA with its servant locator, below it "iterator" and
-// "session".
+// The POA tree of a session: the top POA with its servant locator, and below it the POAs "iterator"
+// and "session".
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/error_translation.h>
@@ -53,7 +53,7 @@ const PoaPolicies kSessionPoa = {
     PortableServer::USER_ID,
     PortableServer::NO_IMPLICIT_ACTIVATION};
 
-/// The four policies of a POA, destroyed with the list.
+/// The four policies of a POA. The destructor destroys them.
 class PolicyList {
   public:
     PolicyList(PortableServer::POA_ptr parent, const PoaPolicies& policies) : list_(4) {
@@ -101,8 +101,8 @@ PortableServer::POA_ptr createPoa(PortableServer::POA_ptr parent, const std::str
     }
 }
 
-/// True when the POA has a servant manager already, which gets the token. Lets CORBA exceptions
-/// through.
+/// Return true when the POA already has a servant manager. Set the token in it. Lets CORBA
+/// exceptions through.
 template <class Manager>
 bool isEquipped(PortableServer::POA_ptr poa, const NS_CORBA::SessionToken* token) {
     const PortableServer::ServantManager_var present = poa->get_servant_manager();
@@ -134,7 +134,8 @@ unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
     }
 }
 
-/// After a failure half-way: a POA of this name may have been made although nobody has it.
+/// Clean up after a failure in makeTree: it may have made a POA of this name to which nothing
+/// refers.
 void SessionSource::destroyRemains(PortableServer::POA_ptr rootPoa) {
     if (!TopPoaNames::isOwner(sessionName_, this))
         return;
@@ -144,7 +145,7 @@ void SessionSource::destroyRemains(PortableServer::POA_ptr rootPoa) {
             destroyAdapters(top.in());
         }
     } catch (const PortableServer::POA::AdapterNonExistent&) {
-        // none was made
+        // makeTree has not made it
     } catch (const CORBA::Exception& ex) {
         tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SessionSource::init] Exception caught in destroy POA!");
@@ -198,10 +199,10 @@ void SessionSource::destroyAdapters(PortableServer::POA_ptr poa) {
         try {
             begin();
         } catch (const std::bad_alloc&) {
-            begin();  // once more, since a tree that stays occupies the name; memory may be short
-                      // for a moment
+            // retry, because a tree that stays occupies the name; the lack of memory may be short
+            begin();
         }
-    } catch (...) {  // whatever it was, the name is given up and the caller sees the exception
+    } catch (...) {  // release the name in any case; the caller gets the exception
         giveUpName();
         throw;
     }

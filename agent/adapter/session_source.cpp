@@ -12,7 +12,7 @@
 namespace NS_KELPCORBA {
 namespace {
 
-// Always for writing; when the lock cannot be taken errno says so and the access goes ahead.
+// Always a write lock. When it cannot be taken errno is set and the access goes on without it.
 using SourceLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
 }  // namespace
@@ -32,7 +32,7 @@ SessionSource* SessionSource::create(const std::string& ipAndPort, const std::st
                                      nmsSession::NmsSession_I_ptr nmsSession) {
     try {
         return new (std::nothrow) SessionSource(ipAndPort, userName, nmsSession);
-    } catch (const std::exception&) {  // no memory for its texts, or no randomness for its token
+    } catch (const std::exception&) {  // no memory for its texts, or no random token
         return nullptr;
     }
 }
@@ -57,7 +57,7 @@ bool SessionSource::claimName() {
 }
 
 void SessionSource::giveUpName() {
-    // in this order: as soon as the name is free, another session may enter its callers
+    // in this order: as soon as the name is free another session may register its callers under it
     NS_CORBA::SessionCallers::Instance().Leave(sessionName_, this);
     TopPoaNames::giveUp(sessionName_, this);
 }

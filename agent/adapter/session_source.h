@@ -11,7 +11,7 @@
 
 namespace NS_KELPCORBA {
 
-/// Liveness of a session. `Invalid` is final for set_state.
+/// The liveness of a session. set_state never leaves `Invalid`.
 enum SessionState : std::int32_t {
     Normal = 0,
     Ended = 1,
@@ -20,20 +20,21 @@ enum SessionState : std::int32_t {
     SilentWaiting = 4
 };
 
-/// The name of a session's top POA: user name and "address:port" between their tags, nothing
-/// escaped.
+/// Return the name of a session's top POA: user name and "address:port", each between its tags.
+/// Nothing is escaped.
 std::string sessionNameText(const std::string& userName, const std::string& ipAndPort);
 
 /// The record of one logged-in NMS: its own session object, its user and address, its liveness, and
-/// the small tree of POAs in which everything is made that the session hands out. Owned by the
-/// session servant. Destruction releases the references; the POA tree goes when the session ends.
+/// the small POA tree of all objects that the session returns. Owned by the session servant. The
+/// destructor releases the references. The end of the session destroys the POA tree.
 ///
-/// Threads: any. `lock_` guards the NMS's reference, the failed-ping count, the state and the
-/// flags, and is taken for writing by every access; it is the innermost lock and no call leaves the
-/// process under it.
+/// Any thread may call it. `lock_` guards the NMS's reference, the count of failed pings, the state
+/// and the flags. Every access takes it for writing. It is the innermost lock, and no call leaves
+/// the process under it.
 class SessionSource {
   public:
-    /// Null when memory is exhausted. Keeps a duplicate of `nmsSession`.
+    /// Return a new source, which keeps a duplicate of `nmsSession`. Null when there is no memory,
+    /// or no random numbers for the token.
     static SessionSource* create(const std::string& ipAndPort, const std::string& userName,
                                  nmsSession::NmsSession_I_ptr nmsSession);
     ~SessionSource();
@@ -41,10 +42,10 @@ class SessionSource {
     SessionSource& operator=(const SessionSource&) = delete;
 
     // -- the record
-    /// New duplicates, which the caller owns; the POA is nil before init succeeded.
+    /// Both return duplicates, which the caller owns. The POA is nil before init has succeeded.
     PortableServer::POA_ptr get_POA() const;
     nmsSession::NmsSession_I_ptr get_nms_session() const;
-    /// Replaces the NMS's reference and starts its liveness anew (state Normal, no failed ping).
+    /// Replace the NMS's reference and reset its liveness: state Normal, no failed ping.
     void set_nms_session(nmsSession::NmsSession_I_ptr nmsSession);
     const std::string& get_user_name() const { return userName_; }
     const std::string& get_ip_and_port() const { return ipAndPort_; }
@@ -52,13 +53,13 @@ class SessionSource {
     const NS_CORBA::SessionToken& token() const { return token_; }
 
     std::int32_t get_state() const;
-    /// Stores the state unless it is Invalid already.
+    /// Set the state, unless it is already Invalid.
     void set_state(std::int32_t state);
-    /// One compare-and-set: false when the state is no longer `from`.
+    /// Change the state atomically. Return false when it is not `from`.
     bool change_state(std::int32_t from, std::int32_t to);
-    /// set_nms_session if the session is Normal or waits silently, in one step; false otherwise.
-    /// The session may be called from the address of the request in hand from here on, and from no
-    /// other.
+    /// Do set_nms_session atomically if the session is Normal or waits silently. Return false
+    /// otherwise. From then on only the peer address of the current request may call the session's
+    /// objects.
     bool reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedSilently);
 
     std::int32_t get_ping_failures() const;
@@ -66,27 +67,28 @@ class SessionSource {
     bool get_event_loss_cleared() const;
 
     bool get_silent_waiting() const;
-    /// Sets the flag for a new silent-waiting thread.
+    /// Set the flag for a new silent-waiting thread.
     void set_silent_waiting();
     void clear_silent_waiting();
-    /// Number of the silent-waiting thread started last. A thread clears the flag only while it is
-    /// its own, so that a slow leaver never takes a successor's.
+    /// Number of the silent-waiting thread started last. A thread clears the flag only if this is
+    /// its own number, so a thread that ends late cannot clear the flag of its successor.
     std::uint32_t silent_waiting_number() const;
     bool is_waiting_silently(std::uint32_t number) const;
     void leave_silent_waiting(std::uint32_t number);
 
-    /// The NMS has called an object of the session: with `[session] call_is_life` a sign of life.
+    /// Record that the NMS has called an object of the session. With `[session] call_is_life` this
+    /// is a sign of life.
     void noteCall() { isCalled_.store(true, std::memory_order_relaxed); }
-    /// True once after one or more calls.
+    /// Return whether the NMS has called since the last takeCalled.
     bool takeCalled() { return isCalled_.exchange(false); }
 
-    /// Logs the user out; from the second call on nothing. One log-out for one log-in, whichever
-    /// path ends the session.
+    /// Log the user out. Only the first call has an effect: there is one log-out for one log-in,
+    /// whatever ends the session.
     void logOutOnce();
 
     // -- object adapters
-    /// Makes the POA tree under the root POA; its objects may be called from the address of the
-    /// request in hand. 0, or 0x411800BA.
+    /// Make the POA tree below the root POA. Only the peer address of the current request may call
+    /// its objects. Return 0, or 0x411800BA.
     unsigned long init(PortableServer::POA_ptr rootPoa);
     static PortableServer::POA_ptr create_ServantLocator_poa(PortableServer::POA_ptr parent,
                                                              const std::string& name);
@@ -94,31 +96,33 @@ class SessionSource {
                                                        const std::string& name);
     static PortableServer::POA_ptr create_session_poa(PortableServer::POA_ptr parent,
                                                       const std::string& name);
-    /// A servant manager that is there already stays and gets the token, which may be null: none.
+    /// Give the POA a servant manager with this token. An existing servant manager stays and gets
+    /// the token. A null token means none.
     static unsigned long SetServantLocator(PortableServer::POA_ptr poa,
                                            const NS_CORBA::SessionToken* token = nullptr);
     static unsigned long SetServantIterator(PortableServer::POA_ptr top,
                                             const NS_CORBA::SessionToken* token = nullptr);
-    /// A servant-locator POA under any parent, with its locator.
+    /// Make a POA with a servant locator below any parent.
     static unsigned long CreateServantPoa(PortableServer::POA_var& poa,
                                           PortableServer::POA_ptr parent, const std::string& name);
-    /// A reference that the servant locator serves later, under the id and the session's token;
-    /// nothing is activated. Nil on failure.
+    /// Make a reference to the object with this id and the session's token. Nothing is activated:
+    /// the servant locator finds the servant of each request. Nil on failure.
     CORBA::Object_ptr create_object_reference(const char* objectId, const char* repositoryId);
-    /// The same under the bare id, for a POA without a token.
+    /// The same without a token in the id, for a POA without a token.
     static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa,
                                                      const char* objectId,
                                                      const char* repositoryId);
     static CORBA::Object_ptr create_object_reference(PortableServer::POA_ptr poa,
                                                      const PortableServer::ObjectId& id,
                                                      const char* repositoryId);
-    /// Begins to destroy the POA tree and gives up its name. Throws what POA::destroy throws.
+    /// Begin to destroy the POA tree and release its name. Throws what POA::destroy throws.
     void destroyAdapters(PortableServer::POA_ptr poa);
 
-    // -- the round's check
-    /// Ends the session if it is over, tells its NMS of a change in the event-loss condition, or
-    /// pings it. 0 when the session goes on, -1 when it was torn down. Raises nothing; for the ping
-    /// thread, whose call time-out limits each call.
+    // -- the check of a round
+    /// Do all steps of a SessionCheck: end the session if it is over, report a change in the
+    /// event-loss condition to its NMS, or ping the NMS. Return 0 when the session continues, -1
+    /// when it was torn down. Throws nothing. Called by the ping thread, whose time-out limits each
+    /// call.
     int check_valid(bool eventLossClearedNow, const char* time, const char* notificationId,
                     bool silentMode);
     void eventLossOccurred_i(const char* startTime, const char* notificationId);
@@ -138,7 +142,7 @@ class SessionSource {
     Verdict judge(bool silentMode);
     int tearDown();
     void pingSucceeded();
-    /// Counted unless there was another sign of life.
+    /// Count a failed ping, unless there was another sign of life.
     void pingFailed(bool isAliveOtherwise);
     void setEventLossCleared(bool cleared);
 

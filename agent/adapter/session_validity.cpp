@@ -1,4 +1,4 @@
-// The round's check of one session: tear-down, event-loss relay, ping.
+// The check of one session in a round: tear-down, report of an event loss, ping.
 
 #include <ace/Guard_T.h>
 #include <kelp/corbabase/base_config.h>
@@ -12,7 +12,7 @@ namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "sessionsource";
-/// A session whose count of failed pings is above this at the start of a check is given up.
+/// A session with more failed pings than this at the start of a check is over, or waits silently.
 constexpr std::int32_t kMostFailedPings = 3;
 
 using SourceLock = ACE_Write_Guard<ACE_RW_Mutex>;
@@ -25,7 +25,7 @@ bool callIsLife() {
     return NS_CORBA::CorbaBaseAgentConfig::Instance()->CallIsLife();
 }
 
-/// The exception that is being handled, for messages.
+/// Text of the exception being handled, for messages.
 std::string currentText() {
     try {
         throw;
@@ -77,7 +77,7 @@ void SessionCheck::call() noexcept {
         return;
     try {
         makeCall();
-    } catch (...) {  // it is traced in its turn
+    } catch (...) {  // conclude() traces it
         failure_ = std::current_exception();
     }
 }
@@ -207,8 +207,8 @@ SessionSource::Verdict SessionSource::judge(bool silentMode) {
             return Verdict::TearDown;
         }
         if (state_ != Ended && state_ != SilentWaiting) {
-            // on purpose over EmsExiting and even the final Invalid: in silent mode the NMS is
-            // waited for
+            // deliberately also from EmsExiting and the otherwise final Invalid: in silent mode the
+            // session waits for its NMS
             state_ = SilentWaiting;
             return Verdict::GoOn;
         }
@@ -244,7 +244,7 @@ int SessionSource::tearDown() {
             "resource,user<%s>,ip<%s>.==>%s",
             userName_.c_str(), ipAndPort_.c_str(), currentText().c_str());
     }
-    // also when the tree was gone already: the log-in is still there
+    // also when the tree was already destroyed: the user is still logged in
     logOutOnce();
     return -1;
 }

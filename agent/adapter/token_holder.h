@@ -8,18 +8,17 @@
 
 namespace NS_KELPCORBA {
 
-/// The token in force of one POA tree. It is set before the tree serves anybody, and again only
-/// when another session takes over a tree that is there already. Readers, on any thread, take no
-/// lock.
+/// The current token of one POA tree. It is set before the tree serves requests, and again only
+/// when another session takes over an existing tree. Any thread may read it. Readers take no lock.
 class TokenHolder {
   public:
     void set(const NS_CORBA::SessionToken& token) {
         const std::lock_guard guard(mutex_);
-        // those from before are kept: a reader may still be at one
+        // earlier tokens are kept, because a reader may still use one
         kept_.push_back(token);
         inForce_.store(&kept_.back(), std::memory_order_release);
     }
-    /// Null before the first set(); valid as long as this object.
+    /// Return the token. Null before the first set(). Valid as long as this object.
     const NS_CORBA::SessionToken* get() const { return inForce_.load(std::memory_order_acquire); }
 
   private:

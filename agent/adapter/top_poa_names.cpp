@@ -60,7 +60,7 @@ bool TopPoaNames::isFree(const std::string& name) {
 bool TopPoaNames::waitUntilFree(const std::string& name,
                                 std::chrono::steady_clock::time_point deadline) {
     using std::chrono::steady_clock;
-    // short enough for the stop to be seen in time
+    // short, so that the stop is noticed in time
     constexpr std::chrono::milliseconds kLook{100};
     Claims& c = claims();
     while (!kelp::util::isStopping()) {

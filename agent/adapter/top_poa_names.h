@@ -7,20 +7,21 @@ namespace NS_KELPCORBA {
 
 class SessionSource;
 
-/// Which names of top POAs belong to live sessions. A source claims its name before it makes its
-/// POA and gives it up when the POA has begun to die, so that no log-in adopts the POA of a session
-/// that is about to be torn down. Callable from any thread; its lock is held with no other.
+/// The names of top POAs that live sessions have claimed. A source claims its name before it makes
+/// its POA, and releases it when the POA has begun to be destroyed. Thus no log-in takes over the
+/// POA of a session that is about to be torn down. Any thread may call it. Its lock is held with no
+/// other.
 class TopPoaNames {
   public:
-    /// False when another source has the name.
+    /// Claim the name for `source`. Return false when another source holds it.
     static bool claim(const std::string& name, const SessionSource* source);
     static bool isOwner(const std::string& name, const SessionSource* source);
-    /// Gives up `source`'s claim, if it has it, and wakes who waits for the name.
+    /// Release the claim if `source` holds it, and wake the threads that wait for the name.
     static void giveUp(const std::string& name, const SessionSource* source);
-    /// No live source has the name and no POA of this name is still being destroyed.
+    /// Whether no live source holds the name and no POA of this name is still being destroyed.
     static bool isFree(const std::string& name);
-    /// Waits until the name is free, at most until `deadline` and not while the process stops;
-    /// false when it is not free by then.
+    /// Wait until the name is free, at most until `deadline` or until the process stops. Return
+    /// whether it is free.
     static bool waitUntilFree(const std::string& name,
                               std::chrono::steady_clock::time_point deadline);
 };

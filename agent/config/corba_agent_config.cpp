@@ -1,4 +1,4 @@
-// The agent's options: one row a key, read in the table's order.
+// The agent's options: one table row per key, read in the order of the table.
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
@@ -30,20 +30,20 @@ void traceReportSubnet(std::int32_t value) {
 
 }  // namespace
 
-/// A key of the [agent] table and the member that it fills. A switch is on when the number is not
-/// 0.
+/// A key of the [agent] table and the member that stores its value. A switch is on when the number
+/// is not 0.
 struct CorbaAgentConfig::Option {
     using Target = std::variant<Number CorbaAgentConfig::*, Switch CorbaAgentConfig::*,
                                 std::string CorbaAgentConfig::*>;
 
     const char* key;
     Target target;
-    const char* nameInTrace;  ///< what the trace of a failed read calls the key; null: no trace
-    std::optional<std::int32_t> fallback;  ///< taken when the read fails; none: the value is kept
+    const char* nameInTrace;  ///< the key's name in the trace of a failed read; null: no trace
+    std::optional<std::int32_t> fallback;  ///< value when the read fails; none: keep the value
 
     static const Option table[];
 
-    /// False when the key is missing or unreadable; the member is then as it was.
+    /// Read the key. When it is missing or unreadable return false and leave the member unchanged.
     bool read(CorbaAgentConfig& into) const;
     void store(CorbaAgentConfig& into, std::int32_t value) const;
 };
@@ -62,7 +62,7 @@ const CorbaAgentConfig::Option CorbaAgentConfig::Option::table[] = {
     {"FTP_PrivateKey",
      &CorbaAgentConfig::ftpPrivateKey_,
      "FTP_ClientCer",
-     {}},  // so named on purpose
+     {}},  // deliberately the other name
     {"bReportCrossConn", &CorbaAgentConfig::reportCrossConn_, "bReportCrossConn", {}},
     {"bReportAckAlarm", &CorbaAgentConfig::reportAckAlarm_, "bReportAckAlarm", {}},
     {"ResourceNameType", &CorbaAgentConfig::resourceNameType_, "ResourceNameType", 0},
@@ -71,7 +71,7 @@ const CorbaAgentConfig::Option CorbaAgentConfig::Option::table[] = {
      0},
     {"HeartbeatEventType", &CorbaAgentConfig::heartbeatEventType_, "HeartbeatEventType", 0},
     {"AlarmCompatibility", &CorbaAgentConfig::alarmCompatibility_, "HeartbeatEventType",
-     0},  // so named on purpose
+     0},  // deliberately the other name
     {"Tasizeisfaf", &CorbaAgentConfig::tasizeisfaf_, "Tasizeisfaf", {}},
     {"Cachesize", &CorbaAgentConfig::cacheSize_, "Cachesize", 10000},
     {"Eventlistsize", &CorbaAgentConfig::eventListSize_, "Eventlistsize", 500},

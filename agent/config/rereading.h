@@ -4,14 +4,15 @@
 
 namespace NS_KELPCORBA {
 
-/// Reads the agent's options again whenever the host has read its configuration again, on the light
-/// event manager's thread.
+/// Reads the agent's options again each time the host has read its configuration again. Runs on the
+/// thread of the light event manager.
 class OptionsRereading : public NS_BUNDLEMGR1::LightEventHandler {
   public:
     static OptionsRereading& instance();
 
     void begin();
-    /// Returns after a running re-read has ended. Harmless without begin(); hold no lock.
+    /// Stop re-reading. Waits for a re-read in progress, so the caller must hold no lock. Harmless
+    /// without begin().
     void end();
 
     void DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* data) override;

@@ -1,5 +1,5 @@
-// The session factory's object and the managers' servants, as the agent's configuration offers them
-// to bundles.
+// The object of the session factory and the servants of the managers: the part of the agent's
+// configuration that bundles use to register them.
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
@@ -19,7 +19,8 @@ namespace {
 constexpr const char* kSubject = "corbaagentconfig";
 constexpr const char* kShortKey = "EmsSessionFactory_I";
 
-/// The session factory's object, activated. Nil when its id is taken. Throws CORBA exceptions.
+/// Activate the session factory's object. Nil when its object id is already in use. Throws CORBA
+/// exceptions.
 emsSessionFactory::EmsSessionFactory_I_ptr activateSessionFactory() {
     auto* base = NS_CORBA::CorbaBaseAgentConfig::Instance();
     const PortableServer::POA_var root = base->GetRootPoa();
@@ -29,7 +30,8 @@ emsSessionFactory::EmsSessionFactory_I_ptr activateSessionFactory() {
     return emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
 }
 
-/// The key that clients without a naming service put into a corbaloc. Made twice it is kept once.
+/// Publish the key that clients without a naming service use in a corbaloc. Harmless when it is
+/// published already.
 void publishShortKey(CORBA::Object_ptr factory) {
     const CORBA::ORB_var orb = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetOrb();
     try {

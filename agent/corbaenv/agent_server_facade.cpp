@@ -22,8 +22,7 @@ int failed(const char* reason, int line = __builtin_LINE()) {
     return -1;
 }
 
-/// Callers wait from here on, until NS_CORBA::AgentServer::Activate. 0 or -1; lets CORBA exceptions
-/// through.
+/// Hold all requests until NS_CORBA::AgentServer::Activate. 0 or -1. Lets CORBA exceptions through.
 int holdCallers() {
     const PortableServer::POA_var root = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetRootPoa();
     const PortableServer::POAManager_var manager = root->the_POAManager();
@@ -45,7 +44,8 @@ int holdCallers() {
     return 0;
 }
 
-/// The start up to the point where the worker may run. 0 or -1; lets CORBA exceptions through.
+/// The start up to the point where the worker thread may run. 0 or -1. Lets CORBA exceptions
+/// through.
 int prepare() {
     if (!NS_CORBA::CorbaBaseAgentConfig::Instance()->Init(kBundleName))
         return failed("[AgentServerFacade::Init] Initialize CorbaBaseAgentConfig Failed!");

@@ -10,8 +10,8 @@
 
 namespace NS_KELPCORBA {
 
-/// Runs one step of the start or stop. What it throws is traced under `operation` and goes no
-/// further: the step that comes next, or the host, must not suffer. False when it threw.
+/// Run one step of the start or stop. Trace an exception under `operation` and let it go no
+/// further, because the next step has to run. Return false when the step threw.
 template <class Step>
 bool contained(const char* subject, const std::string& operation, Step step) {
     try {

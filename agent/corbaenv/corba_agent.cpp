@@ -33,10 +33,10 @@ constexpr const char* kSubject = "corbaagent";
 constexpr int kReleaseBySilence = 2;
 constexpr int kSupplierModeConfigured = 0;
 /// How long the stop waits for the agent's own threads, and again for the sessions' waiting
-/// threads: each has at most a few bounded calls to finish.
+/// threads. Each thread has at most a few calls to finish, and each call has a time limit.
 constexpr int kThreadsLeaveSeconds = 15;
 
-/// Both live as long as the library and are borrowed by the platform between start and stop.
+/// Both live as long as the library. The platform borrows them between start and stop.
 Corba_Request_InterceptorImpl requestInterceptor;
 SuppilerMgrCallBack supplierCallBack;
 
@@ -62,7 +62,7 @@ bool startTranslator() {
 }
 
 bool startManagerInterfaces() {
-    // the list is unlocked before the failure is handled
+    // the temporary ends here, so the list is unlocked before the failure is handled
     const std::optional<std::string> notStarted = ManagerInterfaces().Init();
     if (!notStarted)
         return true;
@@ -81,14 +81,16 @@ void startMonitor() {
             "registered!");
 }
 
-/// For clients without a naming service; those with one do without the file.
+/// Write the factory's reference to a file, for clients without a naming service. A failure is no
+/// error, because other clients do not need the file.
 void writeReference() {
     const emsSessionFactory::EmsSessionFactory_I_var factory =
         CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
     base().WriteFactoryReference(factory.in());
 }
 
-/// The start in its order. What fails is traced; what has been started stays for the stop to undo.
+/// Start all parts in order. A failure is traced. Parts already started keep running until the stop
+/// ends them.
 bool start() {
     if (!startTranslator())
         return failed("[CorbaAgentFacade::Init] Initialize error translator failed!");
@@ -116,8 +118,8 @@ bool start() {
 
 // -- stop
 
-/// From here on the library stays in memory, because something that the stop gave up on still runs
-/// in it.
+/// Keep the library in memory from here on, because a thread that the stop no longer waits for
+/// still runs in it.
 void keepLoaded() {
     Dl_info self{};
     if (dladdr(reinterpret_cast<const void*>(&keepLoaded), &self) != 0 && self.dli_fname != nullptr)
@@ -128,7 +130,7 @@ void awaitThreads(ACE_Thread_Manager& threads) {
     const ACE_Time_Value deadline = ACE_OS::gettimeofday() + ACE_Time_Value(kThreadsLeaveSeconds);
     if (threads.wait(&deadline) != -1)
         return;
-    // never forced down: the stop only ceases to wait
+    // the threads are not killed: the stop only ends its wait
     keepLoaded();
     kelp::util::leaveRunning("a thread of the agent");
     errno = EINVAL;
@@ -151,14 +153,14 @@ void destroyStep(Step step) {
     contained(kSubject, "[CorbaAgentFacade::Fini]", step);
 }
 
-/// The ORB outlives Destroy only when calls in progress would not end; their servants are this
-/// library's.
+/// Keep the library in memory when the ORB still exists. The ORB outlives Destroy only when calls
+/// in progress do not end, and their servants are in this library.
 void keepLoadedForCallsInProgress() {
     try {
         const CORBA::ORB_var orb = base().GetOrb();
         keepLoaded();
     } catch (const CORBA::BAD_INV_ORDER&) {
-        // gone, as it should be
+        // there is no ORB any more, as expected
     }
 }
 
@@ -205,14 +207,14 @@ void CorbaAgentFacade::ExitThrds() {
     stopStep([] { NS_CORBA::CorbaSecurityMgr::Instance()->ExitThread(); });
     if (sessions != nullptr)
         stopStep([&] { sessions->ExitThread(); });
-    // its end has been waited for; a second stop must not wait for it again
+    // its end has been awaited; a second stop must not wait for it again
     AgentState::instance().sessionMgrStarted = false;
     stopStep([] { NS_CORBA::AsynNotifyMgr::Instance()->ExitThread(); });
     stopStep([] { ManagerInterfaces().ExitThreads(); });
     stopStep([] { NS_CORBA::SuppilerMgr::Instance()->ExitThread(); });
     stopStep([] { base().UnRegistEMSFactoryName(); });
-    // before the ORB waits for its requests: one that waits for an interceptor would keep it for
-    // ever
+    // before the ORB waits for its requests: a request that waits for an interceptor would block it
+    // forever
     stopStep([] { base().SetReqInterceptorImpl(nullptr); });
     stopStep([] { NS_CORBA::AgentServer::ShutDown(); });
     say("=== Finish to Exit Threads of Corba! ===");
@@ -221,14 +223,15 @@ void CorbaAgentFacade::ExitThrds() {
 void CorbaAgentFacade::Fini() {
     const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::Fini");
     say("===[CorbaAgentFacade::Fini] Begin to destroy Corba Agent... ===");
-    // a request that runs may use anything: then all of it is left to the process
+    // a request in progress may use any of these objects: then none is destroyed, and all stay
+    // until the process ends
     const bool mayDestroy = NS_CORBA::AgentServer::HasLastRequestLeft();
     if (mayDestroy)
         destroySingletons();
     else
         kelp::util::leaveRunning("a request");
     destroyStep([] { OptionsRereading::instance().end(); });
-    // while the ORB that its reference belongs to is there
+    // while the ORB of its reference still exists
     if (mayDestroy)
         destroyStep([] { CorbaAgentConfig::Destroy(); });
     destroyStep([] { NS_CORBA::AgentServer::Destroy(); });

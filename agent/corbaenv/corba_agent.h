@@ -2,18 +2,18 @@
 
 namespace NS_KELPCORBA {
 
-/// The start and stop order of the whole agent: platform, session manager, the manager interfaces
-/// of other bundles, and the naming monitor. Called on the host's thread; nothing throws. One start
-/// a load: after ExitThrds the agent of this load stays stopped.
+/// Starts and stops the whole agent in order: the platform, the session manager, the manager
+/// interfaces of other bundles, and the naming monitor. Called on the host's thread. Nothing
+/// throws. One start per load of the library: after ExitThrds the agent stays stopped.
 class CorbaAgentFacade {
   public:
-    /// True when the agent runs. On false everything already started has been stopped and destroyed
-    /// again.
+    /// Start the agent. Return true when it runs. On failure stop and destroy everything already
+    /// started and return false.
     static bool Init();
-    /// Ends all threads and shuts the ORB down; bounded, also while NMS and naming service hang.
-    /// Harmless after a failed start.
+    /// End all threads and shut the ORB down. The time is bounded, also while NMS and the naming
+    /// service hang. Harmless after a failed start.
     static void ExitThrds();
-    /// Destroys the singletons, those never made included; after ExitThrds.
+    /// Destroy all singletons that were made. Called after ExitThrds.
     static void Fini();
 };
 

@@ -25,7 +25,7 @@ int failed(const char* reason, int line = __builtin_LINE()) {
     return -1;
 }
 
-/// Gives the application the module's task manager, which is the application's from then on.
+/// Pass the module's task manager to the application, which owns it from then on.
 void enterTaskMgr() {
     auto taskMgr =
         std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), ACE_Thread_Manager::instance(),
@@ -89,8 +89,9 @@ static void gobble(void* p) {
     delete _p;
 }
 
-/// The module's entry: a new service object, which the host owns and ends with the deleter, stored
-/// in `deleter` unless that is null. Null, traced, when the object cannot be made.
+/// The module's entry point. Return a new service object, which the host owns. Store the function
+/// that deletes it in `deleter` unless that is null. When the object cannot be made trace it and
+/// return null.
 KELP_EXPORT ACE_Service_Object* _make_mx_kelpcorba_env(ACE_Service_Object_Exterminator* deleter) {
     if (deleter != nullptr)
         *deleter = gobble;

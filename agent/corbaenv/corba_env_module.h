@@ -4,21 +4,23 @@
 
 namespace NS_KELPCORBA {
 
-/// The module's service object: `init` starts the agent, `Shutdown` stops it. Made by the module's
-/// factory function and driven by the bundle manager on the host's thread. Nothing throws. The
-/// order of the virtual operations, with those of the bases before them, is the binary contract
+/// The module's service object: `init` starts the agent, `Shutdown` stops it. The module's factory
+/// function makes it, and the bundle manager calls it on the host's thread. Nothing throws. The
+/// order of the virtual operations, including those of the base classes, is the binary contract
 /// with the host.
 class mx_kelpcorba_env : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     using ServiceObjectBase::ServiceObjectBase;
 
-    /// Stops and destroys the agent, then the use of the trace.
+    /// Stop and destroy the agent, then close its trace.
     void Shutdown() override;
-    /// A new NULLServiceInterface in place of the one before; owned by the object.
+    /// Replace the previous interface by a new NULLServiceInterface, which the object owns, and
+    /// return it.
     NS_BUNDLEMGR1::ServiceInterface* CreateInterface() override;
-    /// 0; the teardown is Shutdown's.
+    /// Always 0: Shutdown does the tear-down.
     int fini() override;
-    /// Starts the agent; the arguments are ignored. 0, or -1 when nothing of it is left running.
+    /// Start the agent. The arguments are ignored. Return 0, or -1 when nothing of the agent is
+    /// left running.
     int init(int argc, ACE_TCHAR* argv[]) override;
 };
 

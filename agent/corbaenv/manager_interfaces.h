@@ -8,20 +8,22 @@
 
 namespace NS_KELPCORBA {
 
-/// The manager interfaces that bundles entered, in start order: ascending order value, equal values
-/// as entered. The platform's list is locked against entering and leaving while an object of this
-/// class lives.
+/// The manager interfaces that bundles have entered, in start order: ascending by order value, and
+/// by time of entry for equal values. While an object of this class lives it locks the platform's
+/// list, so no interface enters or leaves.
 ///
-/// An interface that throws is traced and counts as failed at start and as done at stop.
+/// When an interface throws, the exception is traced. At the start the interface then counts as
+/// failed, at the stop as done.
 class ManagerInterfaces {
   public:
     ManagerInterfaces();
 
-    /// Starts them one after the other. Name of the one that failed, where it stopped; none when
-    /// all run.
+    /// Start the interfaces one after the other and stop at the first failure. Return the name of
+    /// the one that failed; none when all run.
     std::optional<std::string> Init();
-    /// Exactly the reverse of the start order.
+    /// End their threads, in the exact reverse of the start order.
     void ExitThreads();
+    /// Destroy them, in the same reverse order.
     void Destroy();
 
     ManagerInterfaces(const ManagerInterfaces&) = delete;

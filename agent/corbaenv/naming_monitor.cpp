@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kSubject = "corbaagent";
 constexpr std::time_t kRoundInterval = 3;  // seconds
-/// A round makes a few calls at most, and the stop must not wait long for one.
+/// A round makes at most a few calls, and the stop must not wait long for one.
 constexpr std::chrono::seconds kCallLimit{2};
 
 NS_CORBA::CorbaBaseAgentConfig& base() {
@@ -43,7 +43,7 @@ void trace(const char* text, const CORBA::Exception& reason, int line = __builti
     NS_CORBA::TaTrace("%s%s", text, kelp::orb::exceptionText(reason).c_str());
 }
 
-/// Sleeps until the next round is due. False when the agent stops.
+/// Sleep until the next round is due. Return false when the agent stops.
 bool awaitRound(AgentState& state) {
     const ACE_Time_Value deadline(std::time(nullptr) + kRoundInterval);
     const ACE_Guard<ACE_Thread_Mutex> guard(state.monitorMutex);
@@ -62,7 +62,7 @@ NamingMonitor::NamingMonitor(emsSessionFactory::EmsSessionFactory_I_ptr own)
 void NamingMonitor::Round() {
     const bool ssl = base().GetSSLMode() != 0;
     try {
-        // registered, the context is known and works
+        // while the factory is registered the context is known and works
         if (registered_ || FindRootContext(ssl))
             CheckEntry();
         else
@@ -119,7 +119,8 @@ void NamingMonitor::CheckEntry() {
         watch().Checked(true);
         return;
     }
-    // never called: whoever put it there would learn what we do, or make us call whom he likes
+    // never call the foreign entry: whoever put it there would learn what we do, or could make us
+    // call any address
     tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! "
@@ -131,7 +132,7 @@ bool NamingMonitor::Register() {
     tracePoint(kSubject);
     NS_CORBA::TaTrace("%s", addressTrace_.c_str());
     registered_ = false;
-    // a round that outlasted the stop must not bind again what the stop has withdrawn
+    // a round that outlasts the stop must not bind again what the stop has unbound
     return !AgentState::instance().exitRequested && base().RegistEMSFactoryName(own_.in());
 }
 

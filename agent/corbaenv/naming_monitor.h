@@ -9,27 +9,28 @@
 
 namespace NS_KELPCORBA {
 
-/// Keeps the session factory bound in the naming service, where NMS look for it (TMF 814 SD1-43): a
-/// round resolves its name and binds the agent's own reference when the entry is missing or is not
-/// that reference, octet by octet. What stands there instead is never called, and stands in the
-/// security log. What rounds find is in NS_CORBA::NamingWatch.
+/// Keeps the session factory bound in the naming service, where NMS look for it (TMF 814 SD1-43). A
+/// round resolves the factory's name. It binds the agent's own reference when the entry is missing
+/// or differs from that reference in any octet. A foreign entry is never called, and is recorded in
+/// the security log. NS_CORBA::NamingWatch holds the findings of the rounds.
 ///
-/// Unregistered, a round goes through a freshly built address; registered, it resolves the name
-/// again in the context it knows. One object belongs to one thread, which has a call time-out.
+/// While the factory is not registered a round builds the naming service's address anew. While it
+/// is registered the round resolves the name in the context that is already known. Each object
+/// belongs to one thread, which has a call time-out.
 class NamingMonitor {
   public:
-    /// Keeps a duplicate of the agent's own reference.
+    /// Keep a duplicate of the agent's own reference.
     explicit NamingMonitor(emsSessionFactory::EmsSessionFactory_I_ptr own);
 
-    /// One check. CORBA exceptions are traced and end the check, others pass to the caller.
+    /// Do one check. CORBA exceptions are traced and end the check. Others propagate to the caller.
     void Round();
     /// True after a round that found the agent's own entry.
     bool IsRegistered() const { return registered_; }
 
-    /// The naming service's address as a corbaloc; an IPv6 host comes to stand in brackets.
+    /// Return the naming service's address as a corbaloc. An IPv6 host is put in brackets.
     static std::string AddressOf(const std::string& host, int port, bool ssl);
 
-    /// Body of the monitor thread: a round every 3 s until AgentState's exit flag is set.
+    /// Body of the monitor thread: a round every 3 s until AgentState::exitRequested is set.
     static ACE_THR_FUNC_RETURN Run(void* unused);
 
     NamingMonitor(const NamingMonitor&) = delete;
@@ -38,7 +39,7 @@ class NamingMonitor {
   private:
     bool FindRootContext(bool ssl);
     void CheckEntry();
-    /// True when the own reference is bound now.
+    /// Bind the agent's own reference. Return true when it is bound.
     bool Register();
     void Fail(const CORBA::Exception& reason);
 

@@ -1,5 +1,5 @@
-// Error codes to TMF 814 exceptions: the type by ranges of codes, the reason out of the platform's
-// catalogue.
+// Translates error codes to TMF 814 exceptions. Ranges of codes give the type, the platform's error
+// catalogue gives the reason.
 
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/exceptions.h>
@@ -15,7 +15,7 @@
 namespace NS_KELPCORBA {
 namespace {
 
-/// Codes `first` to `last`, both included, and the exception type that they mean.
+/// The codes from `first` to `last`, both included, and the exception type for them.
 struct CodeRange {
     unsigned long first;
     unsigned long last;
@@ -52,7 +52,7 @@ globaldefs::ExceptionType_T exceptionType(unsigned long code) {
     return globaldefs::EXCPT_INTERNAL_ERROR;
 }
 
-/// The reason given for a code while there is no catalogue.
+/// The reason for a code while there is no catalogue.
 std::string unknownError(unsigned long code) {
     char text[32];
     const int length = std::snprintf(text, sizeof text, "(%lu)\tUnknown\terror!", code);
@@ -61,8 +61,8 @@ std::string unknownError(unsigned long code) {
     return text;
 }
 
-/// The error catalogue, looked up until it is there and then kept for the life of the process.
-/// Throws InterfaceNotExistException while there is none.
+/// Return the error catalogue. It is looked up until it is found, and then kept for the life of the
+/// process. Throws InterfaceNotExistException while it does not exist.
 const NS_BUNDLEMGR1::ErrorCodeBufIf& errorCatalogue() {
     static constinit std::atomic<const NS_BUNDLEMGR1::ErrorCodeBufIf*> known{nullptr};
     if (const auto* catalogue = known.load(std::memory_order_acquire))
@@ -129,7 +129,7 @@ void ThrowException(unsigned long code) {
 int GetInfo(unsigned long code, std::string& text) {
     KelpErrTranslator::Instance();
     try {
-        // A code without a text still gives the bracketed code and the blank.
+        // a code without a text still gives the code in brackets and the blank
         std::string words;
         const bool isKnown = errorCatalogue().GetErrorText(code, words);
         text = "(" + std::to_string(code) + ") " + (isKnown ? words : std::string());

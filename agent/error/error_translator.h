@@ -7,18 +7,18 @@
 
 namespace NS_KELPCORBA {
 
-/// The process's translator of error codes, made by the first translation or by the agent's start
-/// and destroyed by the agent's stop. Callable from any thread; destroying it while requests are
-/// served is the caller's error.
+/// The process's translator of error codes. The first translation or the agent's start makes it,
+/// and the agent's stop destroys it. Any thread may call it. The caller of Destroy ensures that no
+/// request is being served.
 class KelpErrTranslator {
   public:
     static KelpErrTranslator* Instance();
-    /// Empties and frees the translator; without one: nothing. The next use makes a new one.
+    /// Clear and destroy the translator if it exists. The next use makes a new one.
     static void Destroy();
 
-    /// Always succeeds.
+    /// Always true.
     bool Init();
-    /// The translation as a member: KelpCorbaErrTranslator.
+    /// Calls KelpCorbaErrTranslator.
     void Translate(unsigned long code, globaldefs::ProcessingFailureException& exception) const;
 
     KelpErrTranslator(const KelpErrTranslator&) = delete;
@@ -28,8 +28,7 @@ class KelpErrTranslator {
     KelpErrTranslator() = default;
     ~KelpErrTranslator() = default;
 
-    /// Texts by code. The translation does not consult them: texts are the catalogue's, asked anew
-    /// each time.
+    /// Texts by code. The translation does not use them: it reads each text from the catalogue.
     std::map<unsigned long, std::string> texts_;
 };
 

@@ -22,8 +22,8 @@ namespace {
 constexpr const char* kSubject = "corba_request_interceptorimpl";
 constexpr int kReleaseBySilence = 2;
 
-/// User name followed by "address:port" of the session that the request belongs to; empty for a
-/// request outside one.
+/// Return user name followed by "address:port" of the session that the request belongs to. Empty
+/// for a request outside a session.
 std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
     const std::string& context = ri.topPoaName();
     const NS_UTIL::SelfUtilCommon& tags = *NS_UTIL::SelfUtilCommon::Instance();
@@ -32,20 +32,22 @@ std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
     return key;
 }
 
-/// Only a waiting thread asks for signs of life. One that begins to wait right after the look
-/// grants its NMS the whole silent time from then on, as it does when a request came right before.
+/// Only waiting threads need to know of calls. A thread that begins to wait just after this check
+/// grants its NMS the whole silent time from then on, as it does when a request arrived just
+/// before.
 bool isAnybodyWaiting() {
     const SessionMgr* sessions = SessionMgr::Existing();
     return sessions != nullptr && sessions->IsAnybodyWaiting();
 }
 
-/// With `[session] call_is_life`, but for a request that ends the session anyway.
+/// Whether the request is a sign of life: with `[session] call_is_life` every request of a session,
+/// except endSession.
 bool isSignOfLife(const kelp::orb::RequestInfo& ri) {
     return NS_CORBA::CorbaBaseAgentConfig::Instance()->CallIsLife() &&
            NS_CORBA::isSessionName(ri.topPoaName()) && ri.operationName() != "endSession";
 }
 
-/// An NMS calls these two without using its session.
+/// Whether the call is no activity: an NMS may call endSession and ping without using its session.
 bool isNoActivity(const std::string& operation) {
     return operation == "endSession" || operation == "ping";
 }
@@ -113,7 +115,7 @@ void Corba_Request_InterceptorImpl::requireSessionsOwn(const kelp::orb::RequestI
         case Verdict::MayCall:
             return;
         case Verdict::IsOver:
-            // an ORB may serve objects of a dying POA as long as an older call runs
+            // an ORB may serve objects of a dying POA as long as an older call is in progress
             throw kelp::orb::unknownObject();
         case Verdict::Stranger:
             tracePoint(kSubject);

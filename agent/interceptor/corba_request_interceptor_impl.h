@@ -6,11 +6,11 @@
 
 namespace NS_KELPCORBA {
 
-/// Refuses callers from elsewhere than the allowed OSS networks, and callers of a session's objects
-/// from elsewhere than the address that logged in (both NO_PERMISSION), sets every request's thread
-/// context, has it recorded in the operation log and, under release strategy 2 or with `[session]
-/// call_is_life`, counts it as a sign of life of the NMS whose session it belongs to. Stateless;
-/// called on the request's thread, concurrently.
+/// Checks and records every request before it is served. It rejects callers outside the allowed OSS
+/// networks, and callers of a session's objects from another address than the one that logged in
+/// (both NO_PERMISSION). It sets the thread context and writes the operation log. Under release
+/// strategy 2, or with `[session] call_is_life`, it also counts the request as a sign of life of
+/// the session's NMS. Stateless. Called on the threads of the requests, concurrently.
 class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
   public:
     void receive_request(const kelp::orb::RequestInfo* ri) override;
@@ -18,10 +18,10 @@ class Corba_Request_InterceptorImpl : public NS_CORBA::RequestInterceptorBase {
 
   private:
     [[noreturn]] void refuse(const kelp::orb::RequestInfo* ri);
-    /// Lets a call on a session's object pass only from where its NMS logged in.
+    /// Reject a call on a session's object unless it comes from the address that logged in.
     static void requireSessionsOwn(const kelp::orb::RequestInfo& ri);
-    /// Tells the sessions of that client that their NMS has called, and those who wait for it if
-    /// that counts.
+    /// Record in the sessions of that client that their NMS has called. With `isActivity` also wake
+    /// the threads that wait for a call.
     void tellSessions(const std::string& clientKey, bool isActivity);
 };
 

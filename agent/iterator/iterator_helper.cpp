@@ -64,7 +64,7 @@ void TAIteratorHelper::deactive_object(PortableServer::ServantBase* iterator) {
             NS_CORBA::TaDebug(1, "[TAIteratorHelper::deactive_object] poa is NULL");
             return;
         }
-        // first: a dying POA may refuse to tell the id
+        // check this first: a dying POA may refuse to return the id
         if (kelp::orb::isDying(poa.in())) {
             tracePoint(kSubject);
             NS_CORBA::TaTrace("[TAIteratorHelper::deactive_object] cleanup_in_progress is true");
@@ -73,7 +73,7 @@ void TAIteratorHelper::deactive_object(PortableServer::ServantBase* iterator) {
         const PortableServer::ObjectId_var id = poa->servant_to_id(iterator);
         poa->deactivate_object(id.in());
     } catch (const CORBA::Exception& ex) {
-        // it is inactive already, or its session has ended this moment
+        // the iterator is already inactive, or its session has just ended
         tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[IteratorHelper::deactive_object] Exception raised!");
     }

@@ -1,5 +1,5 @@
-// The session manager's list of open iterators and its limits: how the EMS protects itself from an
-// NMS that opens iterators and never destroys them.
+// The session manager's list of open iterators and its limits. They protect the EMS from an NMS
+// that opens iterators and never destroys them.
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/error_translation.h>
@@ -23,7 +23,7 @@ bool isAbove(std::size_t count, int limit) {
     return limit < 0 || count > static_cast<std::size_t>(limit);
 }
 
-/// Closes an iterator that has left the list, and drops the list's reference.
+/// Close an iterator that was removed from the list, and drop the list's reference.
 void closeEvicted(PortableServer::ServantBase* iterator) {
     try {
         const PortableServer::POA_var poa = iterator->_default_POA();
@@ -53,7 +53,8 @@ bool isActive(PortableServer::POA_ptr poa, const PortableServer::ObjectId& id) {
     }
 }
 
-/// The name of the POA of the session that the iterator belongs to; empty for an iterator of none.
+/// Return the name of the top POA of the iterator's session. Empty for an iterator without a
+/// session.
 std::string sessionOf(PortableServer::ServantBase* iterator) {
     try {
         const PortableServer::POA_var poa = iterator->_default_POA();
@@ -66,7 +67,7 @@ std::string sessionOf(PortableServer::ServantBase* iterator) {
         const CORBA::String_var session = parent->the_name();
         return session.in();
     } catch (const CORBA::Exception&) {
-        // its session has ended this moment: it cannot be activated either
+        // its session has just ended: the iterator cannot be activated either
         return {};
     }
 }
@@ -75,7 +76,7 @@ void deactivateQuietly(PortableServer::POA_ptr poa, const PortableServer::Object
     try {
         poa->deactivate_object(id);
     } catch (const CORBA::Exception&) {
-        // it is inactive already, or its POA has gone
+        // it is already inactive, or its POA was destroyed
     }
 }
 
@@ -94,7 +95,7 @@ unsigned long SessionMgr::add_iterator(PortableServer::ServantBase* iterator,
     if (result == 0)
         result = ActivateAndList(iterator, session, reference, evicted);
     if (result != 0)
-        reference = CORBA::Object::_nil();  // it may have been active for a moment
+        reference = CORBA::Object::_nil();  // the iterator may have been active for a moment
     for (PortableServer::ServantBase* each : evicted)
         closeEvicted(each);
     return result;
@@ -112,11 +113,11 @@ unsigned long SessionMgr::ReserveIteratorPlace(const std::string& session, Evict
             NS_CORBA::TaTrace("[SessionMgr::add_iterator] Acquire lock failed!");
             return kRegistryFailure;
         }
-        // the session's own first, so that it does not count for the common limits
+        // evict the session's own iterators first, so that they do not count for the common limits
         while (!session.empty() && isAbove(iterators_.countOf(session) + 1, ownLimit)) {
             PortableServer::ServantBase* const own = iterators_.takeOldestOf(session);
             if (own == nullptr)
-                break;  // all of them are being activated: ListActivated() sees to it
+                break;  // all of them are being activated; ListActivated() evicts one later
             evicted.push_back(own);
         }
         const bool isOverSoftLimit = isAbove(iterators_.count() + iteratorsToCome_, softLimit);
@@ -125,7 +126,7 @@ unsigned long SessionMgr::ReserveIteratorPlace(const std::string& session, Evict
         if (oldest != nullptr)
             evicted.push_back(oldest);
         if (!isAbove(iterators_.count() + iteratorsToCome_ + 1, hardLimit)) {
-            // counted at once: however many come together, no more than the limit are opened
+            // counted here already, so that concurrent callers cannot exceed the limit
             ++iteratorsToCome_;
             iterators_.expect(session);
             if (isOverSoftLimit && oldest == nullptr)
@@ -182,12 +183,12 @@ unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator,
         --iteratorsToCome_;
         if (lock.locked()) {
             iterators_.arrived(session);
-            // the caller's own stays until the end: whoever takes the iterator out meanwhile drops
-            // this one
+            // the caller's own reference stays until the end: a thread that removes the iterator
+            // meanwhile drops the list's reference
             iterator->_add_ref();
             iterators_.add(iterator, session);
             isListed = true;
-            // those that came together with this one may have found none of theirs to close
+            // concurrent callers may have found none of the session's iterators to evict
             while (!session.empty() && isAbove(iterators_.countOf(session), ownLimit)) {
                 PortableServer::ServantBase* const own = iterators_.takeOldestOf(session, iterator);
                 if (own == nullptr)
@@ -209,8 +210,9 @@ unsigned long SessionMgr::ListActivated(PortableServer::ServantBase* iterator,
         NS_CORBA::TaTrace("[SessionMgr::add_iterator] S3 Acquire lock failed!");
         return kRegistryFailure;
     }
-    // Its session may have ended before it was listed: then nobody else will take it out. One that
-    // somebody has taken out meanwhile was open and is closed again, as may happen at any time.
+    // Its session may have ended before the iterator was listed. Then no other thread removes it,
+    // so remove it here. An iterator that another thread has already removed was open and was
+    // closed again, which may happen at any time: that is a success.
     bool wasListed = false;
     if (!isActive(poa, id) && TakeOutIterator(iterator, wasListed) && wasListed)
         return kInternalFailure;

@@ -90,8 +90,8 @@ void ReadAheadHolders::dropStale(ReadAheadHolder::Time now) {
     std::vector<std::shared_ptr<ReadAheadHolder>> living;
     {
         const std::lock_guard guard(holders().mutex);
-        // no failure below: the last reference to a holder must not go under the lock, which its
-        // end takes
+        // reserve first, so that nothing below throws: the last reference to a holder must not be
+        // dropped under the lock, because the holder's destructor takes it
         living.reserve(holders().all.size());
         for (const auto& [address, holder] : holders().all)
             living.push_back(holder.lock());

@@ -1,4 +1,4 @@
-// An alarm in words, for the alarm log.
+// Formats an alarm as text for the alarm log.
 
 #include <mtnm/globaldefs.h>
 #include <mtnm/notifications.h>
@@ -13,7 +13,8 @@ namespace {
 
 using NS_CORBA::SuppilerMgr;
 
-/// An event's properties by name; the first of a name counts. The values stay in the event.
+/// The properties of an event by name. When a name occurs twice the first one counts. The values
+/// stay in the event.
 class FieldIndex {
   public:
     explicit FieldIndex(const CosNotification::PropertySeq& properties) {
@@ -21,7 +22,7 @@ class FieldIndex {
             fields_.emplace(properties[i].name.in(), &properties[i].value);
     }
 
-    /// Empty for a missing one, none for one of another type.
+    /// Return the text: empty when the field is missing, none when it has another type.
     std::optional<std::string> text(const char* name) const {
         const CORBA::Any* any = find(name);
         if (any == nullptr)
@@ -59,7 +60,7 @@ void formatPairs(const globaldefs::NVSList_T& pairs, std::ostream& out) {
                                out);
 }
 
-/// The entries of one alarm, in their order.
+/// Writes the entries of one alarm in the order of the calls.
 class AlarmLogWriter {
   public:
     AlarmLogWriter(const CosNotification::StructuredEvent& event, std::ostream& out)
@@ -83,7 +84,7 @@ class AlarmLogWriter {
             formatPairs(*pairs, rendered);
         SuppilerMgr::FormatLog(name, rendered.str(), out_);
     }
-    /// A list that is there and empty is one blank.
+    /// An empty list is rendered as one blank, a missing one as an empty text.
     void additionalInfo(const char* name) {
         std::stringstream rendered;
         if (const globaldefs::NVSList_T* pairs = fields_.list(name)) {
@@ -109,13 +110,13 @@ void SuppilerMgrCallBack::FormatAlarmLog(std::stringstream& out,
     entries.number<notifications::ObjectType_T>("objectType");
     entries.text("emsTime");
     entries.text("neTime");
-    entries.fixed("isClearable", "TRUE");  // whatever the alarm says
+    entries.fixed("isClearable", "TRUE");  // regardless of the alarm's own value
     entries.number<CORBA::Short>("layerRate");
     entries.text("probableCause");
     entries.text("probableCauseQualifier");
     entries.number<notifications::PerceivedSeverity_T>("perceivedSeverity");
     entries.number<notifications::ServiceAffecting_T>("serviceAffecting");
-    entries.fixed("affectedTPList", "");  // the list is not rendered
+    entries.fixed("affectedTPList", "");  // always empty
     entries.text("additionalText");
     entries.additionalInfo("additionalInfo");
     entries.text("X.733::EventType");

@@ -15,7 +15,7 @@ namespace {
 constexpr std::int32_t kHeartbeatType = 0;
 constexpr CORBA::Short kLayerRate = 1;
 
-/// The properties of an event's filterable data, appended one by one.
+/// Appends properties to the filterable data of an event, one by one.
 class Properties {
   public:
     Properties(CosNotification::PropertySeq& properties, CORBA::ULong count)
@@ -53,7 +53,7 @@ globaldefs::NVSList_T objectName(const std::string& emsName) {
 
 void fillHeartbeat(CosNotification::PropertySeq& data, const std::string& emsName) {
     Properties properties(data, 4);
-    properties.addText("notificationId", " ");  // no number, on purpose
+    properties.addText("notificationId", " ");  // deliberately no number
     properties.add("objectName", objectName(emsName));
     properties.add("objectType", notifications::OT_EMS);
     properties.addText("emsTime", now());

@@ -6,20 +6,21 @@
 
 namespace NS_KELPCORBA {
 
-/// What the supplier manager calls: when events were lost on the notification channel, to tell the
-/// session manager, whose next round tells every NMS (TMF 814 eventLossOccurred, eventLossCleared);
-/// for an alarm in words; and for heartbeats. Without state; called on the supplier manager's
-/// threads, which the agent ends before the session manager goes.
+/// The callbacks of the supplier manager: events were lost on the notification channel, an alarm is
+/// to be logged as text, a heartbeat is due. An event loss is passed to the session manager, which
+/// reports it to every NMS in its next round (TMF 814 eventLossOccurred, eventLossCleared).
+/// Stateless. Called on the threads of the supplier manager, which the agent ends before it
+/// destroys the session manager.
 class SuppilerMgrCallBack : public NS_CORBA::CallBackProcessBase {
   public:
     void OnEventLossCleared(const std::string& endTime) override;
     void OnEventLossOccurred(const std::string& startTime,
                              const std::string& notificationId) override;
-    /// Appends the alarm's known fields, an entry each, by SuppilerMgr::FormatLog. A field of
-    /// another type counts as missing.
+    /// Append each known field of the alarm as one entry, with SuppilerMgr::FormatLog. A field of
+    /// an unexpected type counts as missing.
     void FormatAlarmLog(std::stringstream& out,
                         const CosNotification::StructuredEvent& event) override;
-    /// Pushes one heartbeat event of now.
+    /// Push one heartbeat event with the current time.
     void SendHeartbeat() override;
 };
 

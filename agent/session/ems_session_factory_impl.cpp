@@ -61,7 +61,8 @@ PortableServer::POA_ptr rootPoa() {
     }
 }
 
-/// Says which address it was, for whoever has to set up the NMS; empty for a reference without one.
+/// Refuse the NMS's reference. The exception names the address in it, for whoever sets up the NMS.
+/// `address` is empty for a reference without one.
 void refuseReference(const std::string& address) {
     if (address.empty())
         ThrowException(kUnparsableReference);
@@ -70,8 +71,8 @@ void refuseReference(const std::string& address) {
                                              ", which [access] nms_reference does not allow");
 }
 
-/// "address:port" of the NMS's own session object. Refused before any session is touched: another
-/// NMS's address would end that one's session.
+/// Return "address:port" of the NMS's own session object. A bad reference is refused before any
+/// session is touched: with another NMS's address the log-in would end that NMS's session.
 std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     NS_CORBA::IOR_Parser parser;
     std::string hostInfo;
@@ -89,7 +90,7 @@ std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     return hostInfo;
 }
 
-/// A session with which a log-in may go on: neither over nor about to be.
+/// Whether a log-in may reuse the session: it is neither over nor about to end.
 bool isUsable(SessionSource& source) {
     const std::int32_t state = source.get_state();
     if (state != Normal && state != SilentWaiting)
@@ -98,13 +99,14 @@ bool isUsable(SessionSource& source) {
     return !kelp::orb::isDying(poa.in());
 }
 
-/// A session that cannot be handed out after all: out of the list, over, logged out.
+/// End a session that cannot be returned to the NMS: remove it from the list, tear it down and log
+/// the user out.
 void endUnreachable(const ServantRef<EmsSession_IImpl>& session) {
     SessionMgr::Instance()->Unlist(session.get());
     session->source()->set_state(Ended);
     session->wakePoint().wake();
     TASessionSource::check_valid(session->source());
-    // also without a tree
+    // check_valid does nothing for a session without a POA tree
     session->source()->logOutOnce();
 }
 
@@ -125,15 +127,15 @@ emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& ses
 
 }  // namespace
 
-/// One log-in on its way.
+/// A log-in in progress.
 struct EmsSessionFactory_IImpl::LogIn {
     std::string user;
     kelp::util::Secret password;
     nmsSession::NmsSession_I_ptr client =
         nmsSession::NmsSession_I::_nil();  ///< borrowed from the request
     std::string hostInfo;
-    std::optional<NS_CORBA::Admission> admission{};  ///< once the password was found right
-    bool hasRoom = false;                            ///< the quotas were asked, and allow it
+    std::optional<NS_CORBA::Admission> admission{};  ///< set once the password was found right
+    bool hasRoom = false;                            ///< the quotas were checked and allow it
     emsSession::EmsSession_I_var result{};
 };
 
@@ -167,7 +169,8 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
     try {
         LogIn logIn{user, kelp::util::Secret(password), client, hostInfoOf(client)};
         {
-            // a wrong password is refused at once: it must not hold a thread for a second
+            // a wrong password is refused before pace_ makes the log-in wait: it must not occupy a
+            // thread for a second
             const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
             RequireAdmission(logIn);
         }
@@ -189,7 +192,8 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
                     break;
                 }
             }
-            // a session of this name is still ending; nobody else's log-in waits for its last call
+            // a session of this name is still ending; wait without the lock, so that no other
+            // log-in waits for its last call
             if (!TopPoaNames::waitUntilFree(name, deadline)) {
                 traceNms(
                     "[EmsSessionFactory_IImpl::getEmsSession] The old session of NMS-<%s> has not "
@@ -210,7 +214,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
 void EmsSessionFactory_IImpl::RequireAdmission(LogIn& logIn) {
     unsigned long code = 0;
     if (logIn.admission) {
-        // it has waited, for its turn or for a session that was ending
+        // the log-in has waited, for its turn or for a session that was ending
         code = security().StillAdmits(*logIn.admission);
     } else {
         NS_CORBA::Admission admission;
@@ -235,7 +239,7 @@ bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
     bool waitedSilently = false;
     if (!session->source()->reuse(logIn.client, waitedSilently))
         return false;
-    // after the change of state, so that a thread that waits silently sees that the waiting is over
+    // after the change of state, so that a silently waiting thread sees that its wait is over
     if (waitedSilently && baseConfig().GetSessionReleaseStrategy() == kReleaseBySilence &&
         baseConfig().GetEmsPingMode())
         session->wakePoint().wake();
@@ -244,7 +248,7 @@ bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
 }
 
 void EmsSessionFactory_IImpl::RequireRoom(LogIn& logIn) {
-    // once: after its old session has ended the log-in would count as one more
+    // check only once: after its old session has ended the log-in would count as an additional one
     if (std::exchange(logIn.hasRoom, true))
         return;
     const unsigned long code = security().CheckRoom(logIn.hostInfo, logIn.user);
@@ -275,7 +279,7 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
         traceNms(format, logIn.hostInfo);
         ThrowException(kInternalFailure);
     };
-    // neither this nor what follows throws but for giveUp
+    // nothing below throws, except giveUp
     SessionSource* const source = SessionSource::create(logIn.hostInfo, logIn.user, logIn.client);
     if (source == nullptr)
         giveUp(
@@ -296,7 +300,7 @@ EmsSession_IImpl* EmsSessionFactory_IImpl::NewSession(const LogIn& logIn) {
 void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
     security().Enter(*logIn.admission);
     auto forList = ServantRef<EmsSession_IImpl>::take(NewSession(logIn));
-    // one more, which keeps the session until the log-in returns
+    // an additional reference, which keeps the session until the log-in returns
     auto session = ServantRef<EmsSession_IImpl>::pin(forList.get());
     try {
         ListSession(logIn, session, forList);
@@ -304,8 +308,8 @@ void EmsSessionFactory_IImpl::MakeSession(LogIn& logIn) {
         AwaitCalls(logIn, session);
         KeepSessionLimit();
     } catch (const globaldefs::ProcessingFailureException&) {
-        throw;       // the session has ended
-    } catch (...) {  // no memory: what was made goes, so that the next log-in finds nothing of it
+        throw;       // the session has already ended
+    } catch (...) {  // no memory: end the session, so that the next log-in finds nothing of it
         endUnreachable(session);
         throw;
     }
@@ -339,7 +343,7 @@ void EmsSessionFactory_IImpl::AwaitCalls(const LogIn& logIn,
         baseConfig().GetEmsPingMode() ||
         SessionMgr::Instance()->SpawnWaiting(session.get(), theWaiting))
         return;
-    // nobody would ever end it
+    // without this thread nothing would ever end the session
     endUnreachable(session);
     traceNms("[EmsSessionFactory_IImpl::getEmsSession] Nobody can wait for the calls of NMS-<%s>!",
              logIn.hostInfo);

@@ -14,13 +14,14 @@ class EmsSession_IImpl;
 template <class S>
 class ServantRef;
 
-/// The one object that an NMS resolves to log in (TMF 814 emsSessionFactory::EmsSessionFactory_I).
-/// Log-ins are serialised by the login lock, the outermost lock of the sessions.
+/// The object that an NMS resolves to log in (TMF 814 emsSessionFactory::EmsSessionFactory_I).
+/// There is one per process. The login lock serialises log-ins. It is the outermost lock of the
+/// sessions.
 class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSessionFactory_I {
   public:
-    /// The process's factory servant, made on first use; borrowed.
+    /// Return the process's factory servant, borrowed. The first call makes it.
     static EmsSessionFactory_IImpl* Instance();
-    /// Drops the process's reference; one that was never made: nothing.
+    /// Drop the process's reference, if the servant was made.
     static void Destroy();
 
     char* getVersion() override;
@@ -34,25 +35,25 @@ class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSession
     EmsSessionFactory_IImpl() = default;
 
     struct LogIn;
-    /// Refuses a log-in without a right password, or whose account does not allow it, before any
-    /// session is touched. The password is hashed once for a log-in.
+    /// Refuse a log-in with a wrong password, or whose account does not allow it, before any
+    /// session is touched. Hashes the password once per log-in.
     void RequireAdmission(LogIn& logIn);
     bool ReuseSession(LogIn& logIn);
-    /// Refuses one session too many of the account or from the address, before any other session is
-    /// touched.
+    /// Refuse a log-in that exceeds the session quota of its account or address, before any other
+    /// session is touched.
     void RequireRoom(LogIn& logIn);
     void EndReplacedSession(const LogIn& logIn);
-    /// A session servant with its source and one reference; logs the user out again when there is
-    /// no memory.
+    /// Make a session servant with its source and one reference. When there is no memory log the
+    /// user out again and throw.
     static EmsSession_IImpl* NewSession(const LogIn& logIn);
-    /// A new session, listed, and its reference as the log-in's result. Whatever fails leaves
-    /// nothing behind.
+    /// Make and list a new session, and store its reference as the log-in's result. A failure
+    /// leaves nothing behind.
     void MakeSession(LogIn& logIn);
-    /// Makes the session's POA tree and lists it; the list takes over `forList`.
+    /// Make the session's POA tree and list the session. The list takes over `forList`.
     static void ListSession(const LogIn& logIn, ServantRef<EmsSession_IImpl>& session,
                             ServantRef<EmsSession_IImpl>& forList);
-    /// Under release by silence without pings: starts the thread that waits for calls of the NMS,
-    /// or ends the session.
+    /// Under release strategy 2 without pings start the thread that waits for calls of the NMS.
+    /// When that fails end the session and throw.
     static void AwaitCalls(const LogIn& logIn, const ServantRef<EmsSession_IImpl>& session);
     void KeepSessionLimit();
 

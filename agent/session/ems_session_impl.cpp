@@ -18,7 +18,8 @@ namespace {
 constexpr const char* kSubject = "emssessionimpl";
 constexpr int kReleaseBySilence = 2;
 
-/// Borrowed from the source. A destructor asks, so this takes no memory.
+/// Return the NMS's "address:port", borrowed from the source. A destructor calls this, so it
+/// allocates no memory.
 const char* nmsName(const SessionSource* source) {
     return source == nullptr ? "unknown" : source->get_ip_and_port().c_str();
 }
@@ -63,8 +64,7 @@ void EmsSession_IImpl::endSession() {
     if (!source_)
         return;
     source_->set_state(Ended);
-    // under every release strategy: a thread that waits for this session has nothing left to wait
-    // for
+    // under every release strategy: a thread that waits for this session must end
     wakePoint_.wake();
     TASessionSource::check_valid(source_.get());
 }
@@ -177,7 +177,7 @@ void TASessionSource::check_valid(SessionSource* source) {
             "[TASessionSource::check_valid] Exception raised during destroy session resource! %s",
             ex.what());
     }
-    // also when the tree was gone already: the log-in is still there
+    // also when the tree was already destroyed: the user is still logged in
     source->logOutOnce();
 }
 

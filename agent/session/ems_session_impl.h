@@ -12,12 +12,12 @@ namespace NS_KELPCORBA {
 
 class SessionSource;
 
-/// The session object of one logged-in NMS (TMF 814 emsSession::EmsSession_I). Made as
-/// RefCount_OneParameter with one reference, which the session list takes over; the POA holds
+/// The session object of one logged-in NMS (TMF 814 emsSession::EmsSession_I). It is made as
+/// RefCount_OneParameter with one reference, which the session list takes over. The POA holds
 /// another. Owns its source. Any ORB thread may call any operation.
 class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
   public:
-    /// Takes over the source, which may be null.
+    /// Take over the source, which may be null.
     explicit EmsSession_IImpl(SessionSource* source);
 
     session::Session_I_ptr associatedSession() override;
@@ -27,17 +27,17 @@ class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
         emsSession::EmsSession_I::managerNames_T_out supportedManagerList) override;
     void getManager(const char* managerName, common::Common_I_out managerInterface) override;
     void getEventChannel(CosNotifyChannelAdmin::EventChannel_out eventChannel) override;
-    /// The source's "session" POA; nil when the session has none any more.
+    /// Return the "session" POA of the source; nil when the session has none any more.
     PortableServer::POA_ptr _default_POA() override;
 
-    /// Activates the object in its POA, once, under an id that nobody can guess, and returns its
-    /// reference, which the caller owns. One thread at a time. Throws what the POA throws,
-    /// OBJ_ADAPTER without a POA.
+    /// Activate the object in its POA under an id that nobody can guess, and return its reference,
+    /// which the caller owns. Later calls only return the reference. Called by one thread at a
+    /// time. Throws what the POA throws, or OBJ_ADAPTER without a POA.
     emsSession::EmsSession_I_ptr activate();
 
     SessionSource* source() const { return source_.get(); }
     WakePoint& wakePoint() { return wakePoint_; }
-    /// Id of the thread that waits for a sign of life, 0 without one.
+    /// Id of the thread that waits for a sign of life; 0 when there is none.
     void setWaitingThread(std::uint32_t id) { waitingThread_ = id; }
     std::uint32_t waitingThread() const { return waitingThread_; }
 
@@ -56,7 +56,7 @@ class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
 /// The tear-down of a session that is over.
 class TASessionSource {
   public:
-    /// Destroys the session's POA tree and logs the user out, once. Raises nothing.
+    /// Destroy the session's POA tree and log the user out, both once. Throws nothing.
     static void check_valid(SessionSource* source);
 };
 

@@ -7,15 +7,15 @@
 
 namespace NS_KELPCORBA {
 
-/// Slows down an NMS that logs in again and again without a pause: each of its log-ins costs a
-/// password hash and a session's making and ending, with the login lock held. `[session]
-/// log_ins_at_once` of them are free; beyond those each waits a second, so that the NMS gets one a
-/// second, and nobody is refused. Callable from any thread.
+/// Throttles an NMS that logs in repeatedly without a pause. Each of its log-ins costs a password
+/// hash and makes and ends a session, with the login lock held. The first `[session]
+/// log_ins_at_once` log-ins are free. Each further one waits 1 s, which limits the NMS to one
+/// log-in per second. None is refused. Any thread may call it.
 class LogInPace {
   public:
-    /// For the log-in of this NMS and user once its password was found right, without a lock held.
-    /// Returns at once for those that are free, for calls inside the process, and when the agent's
-    /// exit is requested.
+    /// Wait for the turn of this NMS and user. Called after the password was found right, without a
+    /// lock held. Returns at once for a free log-in, for calls inside the process, and when the
+    /// agent is about to exit.
     void await(const std::string& hostInfo, const std::string& user);
 
   private:

@@ -26,7 +26,7 @@ class Workers {
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
 
-    /// As many threads as there are to be had; how many.
+    /// Start up to `most` threads, as many as the system allows. Return their number.
     std::size_t start(std::size_t most) {
         try {
             threads_.reserve(most);
@@ -49,7 +49,7 @@ class Workers {
         std::unique_lock lock(mutex_);
         while (next_ < hasRun_.size()) {
             const std::size_t index = next_++;
-            // under the lock: the one after it begins later
+            // under the lock, so that the entries begin in order
             steps_.begin(index);
             lock.unlock();
             steps_.run(index);

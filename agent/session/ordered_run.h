@@ -5,17 +5,17 @@
 
 namespace NS_KELPCORBA {
 
-/// Work on the entries of a list, by index. None of the steps may throw.
+/// The steps of the work on the entries of a list, by index. No step may throw.
 struct OrderedSteps {
-    std::function<void(std::size_t)> begin;     ///< one at a time, in the list's order
-    std::function<void(std::size_t)> run;       ///< at the same time as others'
-    std::function<void(std::size_t)> conclude;  ///< on the caller's thread, in the list's order
+    std::function<void(std::size_t)> begin;     ///< one at a time, in list order
+    std::function<void(std::size_t)> run;       ///< concurrently with other entries
+    std::function<void(std::size_t)> conclude;  ///< on the caller's thread, in list order
 };
 
-/// Does the steps for every index below `count`, `run` for at most `threadsMax` at a time, each on
-/// a thread that ends with this call. An entry is concluded as soon as it and all before it have
-/// run. Returns when all are concluded. Without any thread to be had everything is done on the
-/// caller's.
+/// Do the steps for every index below `count`. `run` runs for at most `threadsMax` entries at a
+/// time, on threads that end with this call. An entry is concluded as soon as it and all entries
+/// before it have run. Returns when all are concluded. When no thread can be started the caller's
+/// thread does everything.
 void runInOrder(std::size_t count, std::size_t threadsMax, const OrderedSteps& steps);
 
 }  // namespace NS_KELPCORBA

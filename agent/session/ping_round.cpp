@@ -1,4 +1,4 @@
-// The session manager's service thread: one round an interval over all sessions.
+// The service thread of the session manager: one round over all sessions per interval.
 
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_Thread.h>
@@ -31,7 +31,7 @@ using std::chrono::steady_clock;
 
 constexpr const char* kSubject = "sessionmgr";
 constexpr std::uint64_t kTimeUnitsPerSecond = 10'000'000;  // of 100 ns
-/// What the stop grants a single NMS and all of them together; a frozen NMS must not keep the host
+/// Time that the stop grants one NMS, and all NMS together. A frozen NMS must not keep the host
 /// alive.
 constexpr milliseconds kExitCallLimit{1000};
 constexpr milliseconds kExitTotalLimit{15000};
@@ -47,7 +47,7 @@ milliseconds configuredCallLimit() {
 
 }  // namespace
 
-/// One session's part of a round.
+/// The part of a round that checks one session.
 struct SessionMgr::RoundEntry {
     RoundEntry(ServantRef<EmsSession_IImpl> of, const EventLossReport& loss)
         : session(std::move(of)), check(*session->source(), loss) {}
@@ -65,8 +65,8 @@ int SessionMgr::svc() {
     auto roundDue = steady_clock::now() + interval();
     while (!exitRequested_ || !CloseIfEmpty()) {
         SleepUntil(roundDue);
-        // from the beginning of the round, so that NMS that hang do not make the pings of the
-        // others rarer
+        // counted from the beginning of the round, so that NMS that hang do not delay the pings of
+        // the others
         roundDue = steady_clock::now() + interval();
         contained(kSubject, "[SessionMgr::svc]", [this] { RunRound(); });
     }
@@ -126,7 +126,8 @@ void SessionMgr::RunRound() {
         contained(kSubject, "[SessionMgr::svc]", [&] { ConcludeCheck(entries[i], eraseList); });
     };
     runInOrder(entries.size(), pingThreads_, steps);
-    // while they are pinned: at the address of a session that went meanwhile there may be a new one
+    // while they are pinned: afterwards a new session may have the address of a session that ended
+    // meanwhile
     if (!eraseList.empty())
         EraseSessions(eraseList);
 }
@@ -134,7 +135,7 @@ void SessionMgr::RunRound() {
 void SessionMgr::BeginCheck(RoundEntry& entry) {
     const bool exiting = exitRequested_;
     entry.callLimit = exiting ? PrepareForExit(*entry.session->source()) : configuredCallLimit();
-    // at exit nobody is waited for: a dead NMS would keep the host alive
+    // the stop waits for no NMS: a dead one would keep the host alive
     entry.silentMode = silentMode_ && !exiting;
     entry.check.begin(entry.silentMode);
 }
@@ -175,7 +176,7 @@ milliseconds SessionMgr::PrepareForExit(SessionSource& source) {
         exitDeadline_ = now + kExitTotalLimit;
     const auto left = std::chrono::duration_cast<milliseconds>(*exitDeadline_ - now);
     if (left < milliseconds(1)) {
-        // the time for telling is used up: the rest ends untold
+        // the time for notifying is used up: the remaining sessions end without notice
         source.set_state(Ended);
         return kExitCallLimit;
     }

@@ -1,4 +1,5 @@
-// What other modules ask the session manager: whose request is in hand, and what to tell every NMS.
+// The session manager's operations for other modules: whose request is being served, and what to
+// report to every NMS.
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/session_mgr.h>

@@ -1,4 +1,4 @@
-// The session manager's list of sessions and its waiting threads.
+// The session manager's list of sessions, and its waiting threads.
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/session_mgr.h>
@@ -18,8 +18,8 @@ namespace {
 
 constexpr const char* kSubject = "sessionmgr";
 
-// Always for writing, reads included: every look-up of sessions is serialised. When the lock cannot
-// be taken errno says so and the look-ups go ahead.
+// Always a write lock, also for reads, so all look-ups of sessions are serialised. When the lock
+// cannot be taken errno is set and the look-up goes on without it.
 using SessionLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
 bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo,
@@ -74,7 +74,7 @@ int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
             try {
                 sessionsByKey_.emplace(hash, session);
             } catch (const std::bad_alloc&) {
-                sessions_.pop_back();  // listed wholly or not at all
+                sessions_.pop_back();  // listed completely or not at all
                 throw;
             }
         } else {
@@ -196,7 +196,7 @@ void SessionMgr::LogOutEverybody() {
     for (const ListedSession& each : sessions_) {
         if (each.session->source() != nullptr)
             each.session->source()->logOutOnce();
-        // the list's reference; kept, the servant would never go
+        // the list's reference; while it exists the servant is never destroyed
         each.session->_remove_ref();
     }
     sessions_.clear();
@@ -207,7 +207,7 @@ void SessionMgr::LogOutEverybody() {
 
 namespace {
 
-/// False when there is neither a thread nor the memory for one.
+/// Start a thread. Return false when it cannot be created or there is no memory for it.
 bool spawn(ACE_Thread_Manager& threads, ACE_THR_FUNC body, void* argument, ACE_thread_t& thread) {
     try {
         return threads.spawn(body, argument, THR_NEW_LWP | THR_DETACHED, &thread) != -1;

@@ -1,4 +1,4 @@
-// The session manager's life and its manager servants.
+// The session manager's start and stop, and its manager servants.
 
 #include <ace/Guard_T.h>
 #include <ace/Object_Manager_Base.h>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* kSubject = "sessionmgr";
 constexpr int kReleaseBySilence = 2;
-/// How long Destroy waits for waiting threads that the stop has woken; they only have to leave.
+/// How long Destroy waits for waiting threads that the stop has woken. They only have to return.
 constexpr int kWaitingThreadsLeaveSeconds = 15;
 
 }  // namespace
@@ -94,7 +94,7 @@ int SessionMgr::open(void*) {
     if (result != 0) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace("Failed to activate SessionMgr::open,errCode is %d", result);
-        // nobody else will post it, and ExitThread waits for it
+        // without a service thread nothing else posts it, and ExitThread waits for it
         exitSemaphore_.release();
     }
     return 0;
@@ -141,8 +141,8 @@ void SessionMgr::Destroy() {
 }
 
 void SessionMgr::DeregisterUserStateHandler() {
-    // no lock is held: the light event manager waits for a running handler, which takes the session
-    // lock
+    // without a lock held: the light event manager waits for a handler in progress, which takes the
+    // session lock
     if (handlerRegistered_.exchange(false)) {
         NS_BUNDLEMGR1::LightEventMgr::Instance()->DeregisterHandler(
             NS_BUNDLEMGR1::kUserStateChangeEvent, &userStateHandler_);
@@ -157,7 +157,7 @@ void SessionMgr::TakeOverServant(const std::string& name, POA_common::Common_I* 
         const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
         taken = servants_.emplace(name, servant).second;
     }
-    // a bundle has registered its own under this name
+    // a bundle has already registered a servant of this name
     if (!taken)
         servant->_remove_ref();
 }

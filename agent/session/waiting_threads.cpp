@@ -40,7 +40,7 @@ void waitForCalls(EmsSession_IImpl& session) {
     TASessionSource::check_valid(source);
 }
 
-/// True when the thread's end is to be printed.
+/// Return true when the end of the thread is to be printed.
 bool waitSilently(EmsSession_IImpl& session) {
     SessionSource* source = session.source();
     const std::uint32_t number = source->silent_waiting_number();

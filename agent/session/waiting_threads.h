@@ -4,14 +4,15 @@
 
 namespace NS_KELPCORBA {
 
-/// Threads that wait for an NMS to call, one a session, under release strategy 2. The argument is
-/// an EmsSession_IImpl* on which the thread owns a reference and as which it is known to SessionMgr
-/// until it ends.
+/// Threads that wait for an NMS to call, under release strategy 2. A session has at most one. The
+/// argument is an EmsSession_IImpl*. The thread owns a reference on it and is registered for it in
+/// SessionMgr until it ends.
 
-/// Without pings: ends a session whose NMS has been silent for the silent time.
+/// Without pings: end the session when its NMS has not called for the silent time.
 ACE_THR_FUNC_RETURN theWaiting(void* session);
 
-/// With pings: ends a session whose NMS neither answers a ping nor calls for the silent time.
+/// With pings: end the session when its NMS has neither answered a ping nor called for the silent
+/// time.
 ACE_THR_FUNC_RETURN SilentWaitingThread(void* session);
 
 }  // namespace NS_KELPCORBA

@@ -10,26 +10,25 @@ namespace NS_KELPCORBA {
 
 /// How a wait for a sign of life of an NMS ended.
 enum class WaitEnd {
-    Activity,    ///< the NMS called: its silent period starts anew
-    NotWaited,   ///< the session is no longer in the state that the thread waits in
+    Activity,    ///< the NMS called: its silent time starts again
+    NotWaited,   ///< the session has left the state that the thread waits in
     AgentExits,  ///< the agent stops
-    TimedOut     ///< silence for the whole period, and the session was ended by this wait
+    TimedOut     ///< no call for the whole time, and this wait ended the session
 };
 
-/// What a session's waiting thread sleeps on. Signals are counted under the mutex, so none is lost
-/// between two waits.
+/// The condition on which the waiting thread of a session sleeps. Signals are counted under the
+/// mutex, so none is lost between two waits.
 class WakePoint {
   public:
-    /// The NMS called.
+    /// Signal a call of the NMS.
     void signalActivity();
-    /// Something else that a waiting thread must look at has changed (the change comes first, then
-    /// this).
+    /// Make a waiting thread check its conditions again. Called after the change that it must see.
     void wake();
 
-    /// Waits at most `seconds` of the wall clock. `stillMine` tells whether the session is in the
-    /// waiter's own state; `end` moves it from there to Ended in one step. Both are called under
-    /// the mutex and must not call back here. `seen` is the waiter's own count of signals, 0 at
-    /// first.
+    /// Wait at most `seconds` of the wall clock. `stillMine` returns whether the session is still
+    /// in the state that the caller waits in. `end` changes it from there to Ended in one step.
+    /// Both are called under the mutex and must not call this object. `seen` is the caller's count
+    /// of signals and starts at 0.
     WaitEnd wait(std::int64_t seconds, std::uint64_t& seen, const std::function<bool()>& stillMine,
                  const std::function<bool()>& end);
 

@@ -3,7 +3,7 @@
 namespace NS_KELPCORBA {
 namespace {
 
-/// Makes the state when the library is loaded rather than under the first request.
+/// Makes the state when the library is loaded, not during the first request.
 [[maybe_unused]] const AgentState& builtAtLoad = AgentState::instance();
 
 }  // namespace

@@ -8,19 +8,20 @@
 
 namespace NS_KELPCORBA {
 
-/// What the agent's start, its stop and its threads share. Built when the library is loaded.
+/// The state that the agent's start, its stop and its threads share. Made when the library is
+/// loaded.
 struct AgentState {
     static AgentState& instance();
 
     /// Owns the monitor thread.
     ACE_Thread_Manager threads{0, 1, 1, 25000};
-    /// Group id of the monitor thread; -1 before it was spawned.
+    /// Group id of the monitor thread; -1 before the thread was spawned.
     std::atomic<int> monitorGroup{-1};
     ACE_Thread_Mutex monitorMutex;
     ACE_Condition<ACE_Thread_Mutex> monitorCondition{monitorMutex};
-    /// Set once by the stop, under monitorMutex; never returns to false within one load.
+    /// Set by the stop under monitorMutex. Stays true until the library is unloaded.
     std::atomic<bool> exitRequested{false};
-    /// True from SessionMgr::Init's success until the stop has waited for its thread.
+    /// True from the success of SessionMgr::Init until the stop has waited for its thread.
     std::atomic<bool> sessionMgrStarted{false};
 };
 

@@ -8,14 +8,15 @@
 
 namespace NS_KELPCORBA {
 
-/// Holds a process-wide object that is made on first use and destroyed on demand, both under the
-/// process's static-object lock; once made, it is handed out without a lock. Whoever destroys it
-/// makes sure that nobody uses it any more. Constant-initialised, so it may be used before and
-/// after static objects live.
+/// Holds a process-wide object that is made on first use and destroyed on request. Making and
+/// destroying happen under the process's static-object lock; get() of an existing object takes no
+/// lock. The caller of destroy ensures that no other thread uses the object. Constant-initialised,
+/// so it may be used before static objects are constructed and after they are destroyed.
 template <class T>
 class LazyInstance {
   public:
-    /// The object, made by `make` when there is none. Null only when the lock cannot be taken.
+    /// Return the object. `make` makes it if it does not exist. Null only when the lock cannot be
+    /// taken.
     template <class Make>
     T* get(Make make) {
         if (T* made = object_.load(std::memory_order_acquire))
@@ -27,8 +28,7 @@ class LazyInstance {
         return object_.load(std::memory_order_relaxed);
     }
 
-    /// Hands the object, if there is one, to `end`, which deletes it; the next `get` makes a new
-    /// one.
+    /// Pass the object to `end`, which deletes it, if it exists. The next `get` makes a new one.
     template <class End>
     void destroy(End end) {
         ACE_GUARD(ACE_Recursive_Thread_Mutex, guard, *ACE_Static_Object_Lock::instance());

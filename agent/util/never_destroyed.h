@@ -3,8 +3,8 @@
 namespace NS_KELPCORBA {
 
 /// A static object whose destructor never runs, so that threads that outlive main may still use it.
-/// It lies in the module's own data: nothing of it is left behind when the module is unloaded and
-/// it holds nothing.
+/// Its storage is the module's static data, which is freed when the module is unloaded. Memory that
+/// the object itself allocated is not freed.
 template <class T>
 union NeverDestroyed {
     T value;

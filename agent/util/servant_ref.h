@@ -4,14 +4,14 @@
 
 namespace NS_KELPCORBA {
 
-/// One counted reference on a servant, dropped at the end of the scope. Move only.
+/// One counted reference on a servant. The destructor drops it. Can be moved but not copied.
 template <class S>
 class ServantRef {
   public:
     ServantRef() = default;
-    /// Takes over a reference that the caller holds.
+    /// Take over a reference that the caller owns.
     static ServantRef take(S* servant) { return ServantRef(servant); }
-    /// Adds a reference. The caller holds the lock that keeps `servant` alive meanwhile.
+    /// Add a reference. The caller holds the lock that keeps `servant` alive during the call.
     static ServantRef pin(S* servant) {
         if (servant != nullptr)
             servant->_add_ref();
@@ -35,7 +35,7 @@ class ServantRef {
     S& operator*() const { return *servant_; }
     explicit operator bool() const { return servant_ != nullptr; }
 
-    /// Gives the reference to the caller.
+    /// Return the servant. The caller owns the reference from then on.
     S* release() { return std::exchange(servant_, nullptr); }
     void reset() {
         if (S* servant = std::exchange(servant_, nullptr))

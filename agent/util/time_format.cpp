@@ -1,4 +1,4 @@
-// How times are said.
+// Conversion of times to text.
 
 #include <kelp/agent/time_change.h>
 #include <kelp/corbabase/time_text.h>
@@ -13,7 +13,7 @@ constexpr std::size_t kUtcTextLength = 17;
 
 using Conversion = std::tm* (*)(const std::time_t*, std::tm*);
 
-/// The fields of a moment, or of now when it has none.
+/// The fields of a moment, or of the time now when it cannot be converted.
 std::tm fieldsOf(std::time_t moment, Conversion convert) {
     std::tm fields{};
     if (convert(&moment, &fields) == nullptr) {
@@ -24,8 +24,8 @@ std::tm fieldsOf(std::time_t moment, Conversion convert) {
     return fields;
 }
 
-/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not
-/// overflow.
+/// Add an offset to a field. A caller may pass any value, so the sum wraps: signed overflow would
+/// be undefined.
 int shown(int field, unsigned offset) {
     return static_cast<int>(static_cast<unsigned>(field) + offset);
 }

@@ -1,4 +1,4 @@
-// How times are read.
+// Conversion of text to times.
 
 #include <kelp/agent/time_change.h>
 
@@ -28,7 +28,8 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// The slashed layouts in the order of the others; any other text as it is.
+/// Convert a text in a slashed layout to "yyyymmddhhmmss.0" or "yyyymmddhhmmss.0Z". Return any
+/// other text unchanged.
 std::string unslashed(const std::string& text) {
     const bool isUtc = text.size() == kSlashedUtc && text[19] == 'Z';
     if ((text.size() != kSlashed && !isUtc) || text[2] != '/' || text[5] != '/' ||
@@ -44,7 +45,7 @@ int number(const std::string& text, std::size_t from, std::size_t length) {
     return value;
 }
 
-/// What follows the fourteen digits.
+/// Whether the text after the first 14 digits is valid.
 bool hasGoodTail(const std::string& text) {
     if (text.size() == kDigits)
         return true;

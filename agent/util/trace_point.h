@@ -4,7 +4,8 @@
 
 namespace NS_KELPCORBA {
 
-/// Records where the next trace line comes from: the subject's constant name and the caller's line.
+/// Record the origin of the next trace line: the constant name of the subject and the caller's line
+/// number.
 inline void tracePoint(const char* subject, int line = __builtin_LINE()) {
     NS_CORBA::GetTss()->Set(subject, "unknown", line);
 }

@@ -20,9 +20,9 @@ using util::Descriptor;
 
 volatile sig_atomic_t lastSignal = 0;
 
-/// While it lives, signals that would end the program only interrupt its waiting for input, so that
-/// the terminal can be put right first. They are held back in between: one that comes just before
-/// the waiting is not missed.
+/// While it exists, signals that would end the program only interrupt the wait for input, so that
+/// the terminal can be restored first. Between the waits the signals are blocked, so a signal that
+/// comes just before a wait is not missed.
 class InterruptedReading {
   public:
     InterruptedReading() {
@@ -37,7 +37,7 @@ class InterruptedReading {
             ::sigaction(kSignals[i], &action, &before_[i]);
     }
     ~InterruptedReading() {
-        // those that are held back are taken note of while they do no harm
+        // deliver the pending signals while their handler is still the harmless one
         while (::ppoll(nullptr, 0, &kAtOnce, &maskBefore_) < 0) {
         }
         for (std::size_t i = 0; i < kSignals.size(); ++i)
@@ -47,7 +47,7 @@ class InterruptedReading {
     InterruptedReading(const InterruptedReading&) = delete;
     InterruptedReading& operator=(const InterruptedReading&) = delete;
 
-    /// False when a signal came first, or waiting is not possible; errno says which.
+    /// Wait for input. Returns false when a signal came first or the wait failed; errno says which.
     bool awaitInput(int fd) const {
         pollfd waiting{fd, POLLIN, 0};
         return ::ppoll(&waiting, 1, nullptr, &maskBefore_) > 0;
@@ -79,8 +79,8 @@ class WithoutEcho {
     termios before_{};
 };
 
-/// Up to the line end or the end of the input; `mayRead` is asked before each byte. False when the
-/// reading was interrupted or failed; errno says why.
+/// Read up to the line end or the end of the input. `mayRead` is called before each byte. Returns
+/// false when reading was interrupted or failed; errno says why.
 template <class MayRead>
 bool readLine(int fd, Secret& line, MayRead mayRead) {
     char next = 0;

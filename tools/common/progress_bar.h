@@ -5,8 +5,8 @@
 
 namespace kelp::tools {
 
-/// One line on standard error that shows how far something is, when that is a terminal; nothing
-/// otherwise. The line goes with the bar.
+/// A line on standard error that shows the progress of an operation, if standard error is a
+/// terminal; otherwise nothing. The destructor removes the line.
 class ProgressBar {
   public:
     explicit ProgressBar(std::string title);
@@ -14,9 +14,9 @@ class ProgressBar {
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// `detail` stands behind the bar; it must be short and without control characters.
+    /// `detail` is shown after the bar. It must be short and have no control characters.
     void show(std::uint64_t done, std::uint64_t total, const std::string& detail = {});
-    /// Takes the line away until it is shown again, so that something else can be written.
+    /// Remove the line until the next show(), so that something else can be written.
     void hide();
 
   private:
@@ -25,7 +25,7 @@ class ProgressBar {
     bool isShown_ = false;
 };
 
-/// "title [#####.....]  50 %".
+/// Return the line "title [#####.....]  50 %".
 std::string progressLine(const std::string& title, std::uint64_t done, std::uint64_t total);
 
 }  // namespace kelp::tools

@@ -19,7 +19,7 @@ using admin::Json;
 
 constexpr time_t kConnectSeconds = 5;
 constexpr time_t kAnswerSeconds = 25;
-constexpr int kAnyPort = 80;  ///< the HTTP library wants one for a Unix socket too
+constexpr int kAnyPort = 80;  ///< the HTTP library requires a port for a Unix socket too
 constexpr int kDone = 200;
 const httplib::Headers kHeaders = {{"Host", "localhost"}};
 
@@ -55,7 +55,7 @@ std::string errorIn(const Json& answer) {
 }  // namespace
 
 AdminClient::AdminClient(admin::Address address) : address_(std::move(address)) {
-    // a host that refuses a request may close before it has read all of it
+    // a host that refuses a request may close the connection before it has read the whole request
     ::signal(SIGPIPE, SIG_IGN);
     if (address_.socket.empty())
         token_ = tokenIn(address_.tokenFile);

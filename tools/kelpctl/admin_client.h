@@ -8,14 +8,14 @@
 
 namespace kelp::ctl {
 
-/// Asks the running host by its operator's interface. Nothing waits longer than half a minute.
+/// Sends requests to the running host through its operator interface. A request takes at most 30 s.
 class AdminClient {
   public:
-    /// Reads the token, if the address has one. Throws std::runtime_error with one line.
+    /// Read the token, if the address has one. Throws std::runtime_error with one line.
     explicit AdminClient(admin::Address address);
 
-    /// The host's answer. Throws std::runtime_error with one line: its refusal, or why it cannot be
-    /// asked.
+    /// Send a request and return the host's answer. Throws std::runtime_error with one line: the
+    /// host's refusal, or why the host cannot be reached.
     admin::Json post(const std::string& path, const admin::Json& request) const;
     admin::Json get(const std::string& path) const;
 

@@ -13,14 +13,14 @@ namespace {
 
 using admin::Json;
 
-/// An option whose text goes into a field of the alarm.
+/// An option whose text becomes a field of the alarm.
 struct TextField {
     const char* option;
     const char* field;
     const char* description;
 };
 
-/// Object, cause, qualifier and layer rate tell alarms apart, so a clear has these too.
+/// Object, cause, qualifier and layer rate identify an alarm, so a clear has these options too.
 constexpr TextField kIdentity[] = {
     {"--probable-cause", "probableCause", "Probable cause, such as LOS"},
     {"--probable-cause-qualifier", "probableCauseQualifier",
@@ -47,7 +47,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl alarm clear --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --probable-cause LOS
 An alarm is cleared by the object, probable cause, its qualifier and the layer rate that it was raised with.)";
 
-/// One command's options and the alarm that they make.
+/// The options of one command, and the alarm that they describe.
 class AlarmCommand {
   public:
     AlarmCommand(const GlobalOptions& globalOptions, const char* done)

@@ -14,7 +14,7 @@ namespace kelp::ctl {
 
 namespace {
 
-/// Longer lines are no heads.
+/// Maximum characters of a wrong line to show. No head is longer.
 constexpr std::size_t kShownMax = 100;
 
 [[noreturn]] void noHead(const std::string& text) {
@@ -39,7 +39,7 @@ void addHeads(const std::string& headOrFile, std::vector<oplog::ChainHead>& head
             noHead(line);
         heads.push_back(*head);
     }
-    // a file that lost its heads proves nothing
+    // a file without heads would prove nothing
     if (heads.size() == before)
         throw std::runtime_error("--head: " + headOrFile + " holds no head");
 }

@@ -7,12 +7,12 @@
 
 namespace kelp::ctl {
 
-/// Adds what an argument of --head stands for: a head, or the heads in the lines of a file. Throws
-/// std::runtime_error with one line.
+/// Add the heads that an argument of --head names: the argument is a head, or a file with a head on
+/// each line. Throws std::runtime_error with one line.
 void addHeads(const std::string& headOrFile, std::vector<oplog::ChainHead>& heads);
 
-/// Appends a head as a line to a file, which is made when it is missing. Throws std::runtime_error
-/// with one line when it is not written for sure.
+/// Append a head as a line to a file, which is created if it is missing. Throws std::runtime_error
+/// with one line unless the line is safely on disk.
 void exportHead(const oplog::ChainHead& head, const std::string& file);
 
 }  // namespace kelp::ctl

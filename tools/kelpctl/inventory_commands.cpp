@@ -16,14 +16,14 @@ namespace kelp::ctl {
 
 namespace {
 
-/// Runs `body` with a bar for its progress, which is gone when anything else is written.
+/// Run `body` with a progress bar. The bar is removed before anything else is written.
 template <class Body>
 auto withProgress(const char* title, Body&& body) {
     tools::ProgressBar bar(title);
     return body([&bar](std::uint64_t done, std::uint64_t total) { bar.show(done, total); });
 }
 
-// Each command is kept by its own callback.
+// The callback of each command owns the command's object.
 
 constexpr const char* kFooter =
     R"(An inventory file has one JSON object a line. Its key "object" says what it is: EMS, MultiLayerSubnetwork,
@@ -42,7 +42,7 @@ Examples:
   kelpctl inventory stats
   kelpctl inventory generate --elements 1000 --ports 20000 --seed 7 --replace)";
 
-/// Where the inventory is: the file given, or the one configured.
+/// The option for the inventory's database: the file that was given, or the configured one.
 struct InventoryOption {
     explicit InventoryOption(const GlobalOptions& global) : globalOptions(global) {}
 
@@ -130,7 +130,7 @@ struct ExportCommand : std::enable_shared_from_this<ExportCommand> {
         });
     }
 
-    /// A file that is there stays until the new one is whole.
+    /// Write the file. An existing file is kept until the new one is complete.
     void writeFile(const std::filesystem::path& database, const inventory::Progress& progress) {
         const std::filesystem::path partial = target + ".partial";
         try {

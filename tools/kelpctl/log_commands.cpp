@@ -20,7 +20,7 @@ namespace {
 using oplog::LogEntry;
 using oplog::LogKind;
 
-/// A table without a limit of the caller's own shows so many records.
+/// Maximum records in a table when the caller gives no limit.
 constexpr std::uint64_t kTableRecords = 200;
 
 constexpr const char* kOplogFooter =
@@ -72,7 +72,7 @@ void show(const LogOptions& options, LogKind kind) {
     if (!reader.problem().empty())
         std::fprintf(stderr, "kelpctl: without the requests made before a log-in: %s\n",
                      reader.problem().c_str());
-    // RFC 4180 ends lines so
+    // RFC 4180 requires CR LF at the end of a line
     if (options.csv)
         print(oplog::csvHeader() + "\r");
     else if (options.isTable())
@@ -89,7 +89,7 @@ void show(const LogOptions& options, LogKind kind) {
                      static_cast<unsigned long long>(kTableRecords));
 }
 
-/// What `kelpctl audit verify` is asked to do.
+/// The options of `kelpctl audit verify`.
 struct VerifyOptions {
     std::vector<std::string> heads;
     std::string exportFile;

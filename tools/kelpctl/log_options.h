@@ -12,13 +12,13 @@
 
 namespace kelp::ctl {
 
-/// Which log, which records of it, and in what form.
+/// The options that select a log, its records and the output format.
 struct LogOptions {
     explicit LogOptions(const GlobalOptions& global) : globalOptions(global) {}
 
-    /// `operation` is the option's name for what a record tells of.
+    /// `operation` is the name of the option that selects records by operation.
     void addTo(CLI::App& command, const std::string& operation, const std::string& meaning);
-    /// The file given, or the one configured.
+    /// Return the file that was given, or the configured one.
     std::filesystem::path database(oplog::LogKind kind) const;
     oplog::LogQuery query() const;
     bool isTable() const { return !json && !csv; }
@@ -27,7 +27,7 @@ struct LogOptions {
     std::string file;
     std::string since;
     std::string until;
-    oplog::LogQuery texts;  ///< without the times
+    oplog::LogQuery texts;  ///< the query without the times
     bool json = false;
     bool csv = false;
 };

@@ -25,7 +25,7 @@ std::string durationText(const LogEntry& entry) {
     return text;
 }
 
-/// With what a record says that stands for several requests.
+/// Return the outcome, with the detail that a record for several requests has.
 std::string outcomeText(const LogEntry& entry) {
     return entry.outcome + (entry.detail.empty() ? "" : ", ") + entry.detail;
 }

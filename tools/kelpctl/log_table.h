@@ -6,7 +6,7 @@
 
 namespace kelp::ctl {
 
-/// A log's records as lines of a table, whose columns take more room where a text needs it.
+/// Format a log's records as lines of a table. A column becomes wider where a text needs more room.
 std::string tableHeader(oplog::LogKind kind);
 std::string tableLine(const oplog::LogEntry& entry, oplog::LogKind kind);
 

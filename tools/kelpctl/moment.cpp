@@ -7,7 +7,7 @@ namespace kelp::ctl {
 
 namespace {
 
-/// Of a text such as "15m"; none for anything else.
+/// Return the length of time of a text such as "15m". None for any other text.
 std::optional<std::chrono::seconds> lengthOf(const std::string& text) {
     constexpr std::size_t kDigitsMax = 6;
     const std::size_t digits = text.find_first_not_of("0123456789");

@@ -6,8 +6,9 @@
 
 namespace kelp::ctl {
 
-/// The moment that a text of the command line means: a UTC time, or so long before `now` ("90s",
-/// "15m", "2h", "7d"). Throws std::runtime_error with one line that begins with the option.
+/// Return the moment that a text from the command line means: a UTC time, or a length of time
+/// before `now` ("90s", "15m", "2h", "7d"). Throws std::runtime_error with one line that begins
+/// with the option.
 oplog::UtcTime momentOf(const std::string& text, const std::string& option, oplog::UtcTime now);
 
 }  // namespace kelp::ctl

@@ -12,10 +12,12 @@ namespace kelp::ctl {
 
 namespace {
 
-/// Fewer are found by trying, in spite of lock-outs, when the database is stolen.
+/// Minimum length. If the database is stolen, an attacker can find a shorter password by trying all
+/// of them; lock-outs do not help then.
 constexpr std::ptrdiff_t kCharactersMin = 8;
 
-/// Of UTF-8, whose further octets of a character all begin with the bits 10.
+/// Count the characters of UTF-8 text: all octets but those that begin with the bits 10, which
+/// continue a character.
 std::ptrdiff_t charactersOf(const std::string& text) {
     return std::count_if(text.begin(), text.end(), [](char octet) {
         return (static_cast<unsigned char>(octet) & 0xC0u) != 0x80u;

@@ -8,12 +8,12 @@ namespace kelp::ctl {
 
 using util::Secret;
 
-/// Whether a password that is easily guessed will do.
+/// Whether a short password, which is easily guessed, is refused or accepted.
 enum class ShortPassword { IsRefused, IsTaken };
 
-/// The first line of a file, or, for an empty name, what is typed at the terminal twice without
-/// echo. Never empty, and of at least 8 characters unless a short one is taken. Throws
-/// std::runtime_error with one line.
+/// Read the password: the first line of a file, or, for an empty file name, what the user types
+/// twice at the terminal without echo. The password is never empty. It has at least 8 characters
+/// unless a short one is accepted. Throws std::runtime_error with one line.
 Secret readPassword(const std::string& file, ShortPassword shortOne);
 
 }  // namespace kelp::ctl

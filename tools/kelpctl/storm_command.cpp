@@ -17,7 +17,7 @@ namespace {
 
 using admin::Json;
 
-/// Far below what a request may have.
+/// Maximum alarms in one request, far below the host's limit for a request.
 constexpr std::uint64_t kBatchMax = 500;
 constexpr int kElements = 100;
 constexpr std::uint64_t kCountMax = 100'000'000;
@@ -31,7 +31,7 @@ Ctrl-C ends the storm and tells how far it came.
 Example:
   kelpctl storm --rate 200 --count 5000)";
 
-/// SIGINT and SIGTERM as something to ask for, in place of the program's end.
+/// Blocks SIGINT and SIGTERM, so that the program can poll for them instead of being ended by them.
 class HeldSignals {
   public:
     HeldSignals() {
@@ -44,7 +44,7 @@ class HeldSignals {
     HeldSignals(const HeldSignals&) = delete;
     HeldSignals& operator=(const HeldSignals&) = delete;
 
-    /// Waits; true when a signal came before the time was over.
+    /// Wait. Returns true when a signal came before the time was over.
     bool cameWithin(Pace::Duration time) const {
         const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(
             std::max(time, Pace::Duration::zero()));

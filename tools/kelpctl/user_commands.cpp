@@ -24,7 +24,7 @@ namespace {
 using NS_CORBA::UserAccount;
 using NS_CORBA::UserDatabase;
 
-/// What the commands of this group share.
+/// The options that the commands of this group share.
 struct UserOptions {
     explicit UserOptions(const GlobalOptions& global) : globalOptions(global) {}
 
@@ -44,7 +44,8 @@ struct UserOptions {
                             force ? ShortPassword::IsTaken : ShortPassword::IsRefused);
     }
 
-    /// Opens the database asked for. Only the first account makes a file: a misspelt name must not.
+    /// Open the selected database. Only adding the first account creates a file, so that a misspelt
+    /// name does not create one.
     UserDatabase open(UserDatabase::Missing missing = UserDatabase::Missing::IsAnError) const {
         return UserDatabase(
             database.empty() ? NS_CORBA::userDatabaseFile() : std::filesystem::path(database),
@@ -59,7 +60,7 @@ std::int64_t nowUtc() {
     return static_cast<std::int64_t>(std::time(nullptr));
 }
 
-/// A whole date, "2025-03-01" or "2025-03-01T12:00:00Z", as seconds since the epoch.
+/// Read a complete date, "2025-03-01" or "2025-03-01T12:00:00Z", as seconds since the epoch.
 std::optional<std::int64_t> parseUtc(const std::string& text) {
     for (const char* const format : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%d"}) {
         std::tm parts{};
@@ -68,7 +69,7 @@ std::optional<std::int64_t> parseUtc(const std::string& text) {
             continue;
         const std::tm read = parts;
         const std::time_t seconds = ::timegm(&parts);
-        // a day that the month does not have would count into the next one
+        // timegm counts a day that the month does not have into the next month
         if (parts.tm_mday == read.tm_mday && parts.tm_sec == read.tm_sec)
             return static_cast<std::int64_t>(seconds);
     }
@@ -79,7 +80,7 @@ const char* stateOf(const UserAccount& account) {
     return !account.enabled ? "disabled" : account.isExpired(nowUtc()) ? "expired" : "enabled";
 }
 
-/// "2025-03-01T12:00:00Z"
+/// Format as "2025-03-01T12:00:00Z".
 std::string utcText(std::int64_t seconds) {
     const std::time_t time = static_cast<std::time_t>(seconds);
     std::tm parts{};
@@ -105,7 +106,7 @@ std::string networksText(const UserAccount& account) {
     return text.empty() ? kAny : text;
 }
 
-/// "CN=nms1,O=Operator; CN=nms2,O=Operator"
+/// Join as "CN=nms1,O=Operator; CN=nms2,O=Operator".
 std::string joinedSubjects(const std::vector<std::string>& subjects) {
     std::string text;
     for (const std::string& subject : subjects)
@@ -230,7 +231,7 @@ void removeUser(const UserOptions& options) {
 struct Command {
     const char* name;
     const char* description;
-    bool takesName;  ///< and changes that account
+    bool takesName;  ///< takes the name of the account that it changes
     bool takesPassword;
     void (*run)(const UserOptions&);
 };
@@ -250,7 +251,8 @@ constexpr Command kCommands[] = {
     {"remove", "Remove a user and end its sessions", true, false, removeUser},
 };
 
-/// The command as it was given, without the account's name and without a password's file.
+/// Return the command as it was given, without the account's name and without the name of a
+/// password file.
 std::string whatOf(const Command& command, const UserOptions& options) {
     std::string text = command.name;
     if (command.run == expire)

@@ -67,7 +67,7 @@ CallbackActivation::~CallbackActivation() {
         state_->servant->associate(session::Session_I::_nil());
         state_->poa->deactivate_object(state_->id.in());
     } catch (const CORBA::Exception&) {
-        // the ORB has been shut down, and the object with it
+        // the ORB has been shut down and has deactivated the object
     }
 }
 

@@ -74,7 +74,8 @@ struct NmsClient::State {
     CosNamingTree tree() const;
 };
 
-/// The naming service's root context; an answer proves that the service runs.
+/// Return the naming service's root context. The answer to the narrow call proves that the service
+/// runs.
 CosNamingTree NmsClient::State::tree() const {
     try {
         const CORBA::Object_var object = orb::toReference(orb.in(), naming);
@@ -111,7 +112,7 @@ NmsClient::~NmsClient() {
         state_->root = PortableServer::POA::_nil();
         state_->orb->destroy();
     } catch (const CORBA::Exception&) {
-        // an ORB that is gone already needs no destroying
+        // the ORB has already been destroyed
     }
 }
 

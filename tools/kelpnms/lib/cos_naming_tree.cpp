@@ -22,7 +22,7 @@ void append(const CosNaming::BindingList& bindings, std::vector<NamingEntry>& en
     }
 }
 
-/// Ends the iterator at the naming service, whatever happened on the way.
+/// Destroys the iterator at the naming service when the scope ends.
 class IteratorEnd {
   public:
     explicit IteratorEnd(CosNaming::BindingIterator_ptr iterator) : iterator_(iterator) {}
@@ -31,7 +31,7 @@ class IteratorEnd {
             if (!CORBA::is_nil(iterator_))
                 iterator_->destroy();
         } catch (const CORBA::Exception&) {
-            // the service drops iterators that nobody ends
+            // the naming service drops abandoned iterators
         }
     }
     IteratorEnd(const IteratorEnd&) = delete;

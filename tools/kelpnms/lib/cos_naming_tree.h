@@ -7,7 +7,7 @@ namespace kelp::nms {
 
 CosNaming::Name toCosName(const NamingPath& path);
 
-/// The naming service behind a root context. Operations throw Unreachable.
+/// A naming service, given by its root context. Operations throw Unreachable.
 class CosNamingTree : public NamingTree {
   public:
     explicit CosNamingTree(CORBA::ORB_ptr orb, CosNaming::NamingContext_ptr root);
@@ -15,7 +15,7 @@ class CosNamingTree : public NamingTree {
     std::vector<NamingEntry> list(const NamingPath& context) override;
     bool isFactory(const NamingPath& object) override;
 
-    /// What is bound under a name; the caller owns it.
+    /// Return the object bound under a name. The caller owns the reference.
     CORBA::Object_ptr resolve(const NamingPath& path);
 
   private:

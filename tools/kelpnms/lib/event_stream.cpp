@@ -53,7 +53,7 @@ CosNotification::QoSProperties batches() {
     return qos;
 }
 
-/// A filter of one constraint for every type of event.
+/// Make a filter with one constraint that applies to every event type.
 CosNotifyFilter::Filter_ptr makeFilter(EventChannel_ptr channel, const std::string& text) {
     const CosNotifyFilter::FilterFactory_var factory = channel->default_filter_factory();
     const CosNotifyFilter::Filter_var filter = factory->create_filter("EXTENDED_TCL");
@@ -120,13 +120,13 @@ struct EventStream::State {
             if (!CORBA::is_nil(filter.in()))
                 filter->destroy();
         } catch (const CORBA::Exception&) {
-            // the EMS notices by its next push that this consumer is gone
+            // the EMS notices at its next push that this consumer is gone
         }
         try {
             if (servant.in() != nullptr)
                 poa->deactivate_object(id.in());
         } catch (const CORBA::Exception&) {
-            // the ORB has been shut down, and the object with it
+            // the ORB has been shut down and has deactivated the object
         }
     }
 };
@@ -150,8 +150,7 @@ EventStream::EventStream(NmsSession& session, PortableServer::POA_ptr poa, const
             else
                 state_->connectStructured(admin.in(), std::move(listener));
         });
-    } catch (...) {  // whatever it was, what has been connected is disconnected and the caller sees
-                     // the exception
+    } catch (...) {  // disconnect after any exception, and let the caller see it
         state_->end();
         throw;
     }

@@ -6,8 +6,8 @@
 
 namespace kelp::nms {
 
-/// Why a call failed, for a message: the exception, and why the server's certificate was refused if
-/// that is what kept the call from being made.
+/// Return the reason why a call failed: the exception, and, if the server's certificate was
+/// refused, why it was refused.
 std::string failureText(const CORBA::Exception& raised);
 
 }  // namespace kelp::nms

@@ -4,8 +4,8 @@ namespace kelp::nms {
 
 namespace {
 
-/// Fewer entries than asked for are allowed, but an EMS that gives none for ever must not hold an
-/// NMS.
+/// An EMS may return fewer entries than requested, even none. This limit keeps an EMS that returns
+/// none for ever from blocking the NMS.
 constexpr unsigned kEmptyBatchesMax = 100;
 
 }  // namespace

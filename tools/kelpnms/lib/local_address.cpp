@@ -23,7 +23,7 @@ bool fromReference(const std::string& text, std::string& host, std::string& port
     return true;
 }
 
-/// "HOST", "HOST:PORT", "[IPV6]:PORT".
+/// Read an address in the form "HOST", "HOST:PORT" or "[IPV6]:PORT".
 bool fromAddress(const std::string& address, std::string& host, std::string& port) {
     port = kNamingServicePort;
     std::size_t afterHost = address.find(':');
@@ -74,7 +74,7 @@ std::string localAddressTowards(const std::string& host, const std::string& port
             ::socket(each->ai_family, each->ai_socktype | SOCK_CLOEXEC, each->ai_protocol);
         if (socket < 0)
             continue;
-        // connecting a datagram socket only chooses the route
+        // connecting a datagram socket only selects the route; it sends nothing
         sockaddr_storage local{};
         socklen_t length = sizeof local;
         const bool known = ::connect(socket, each->ai_addr, each->ai_addrlen) == 0 &&

@@ -4,12 +4,12 @@
 
 namespace kelp::nms {
 
-/// Host and port out of a naming service's text, "corbaloc:iiop:HOST:PORT/Key" or an IOR, without
-/// an ORB and without a call. False when it names none.
+/// Read host and port from the naming service's text, "corbaloc:iiop:HOST:PORT/Key" or an IOR.
+/// Needs no ORB and makes no call. Returns false when the text has no address.
 bool namingAddress(const std::string& naming, std::string& host, std::string& port);
 
-/// The numeric address of this host that its packets to `host` leave from; nothing is sent. Throws
-/// NmsError when there is no way there.
+/// Return the numeric address of this host from which packets to `host` leave. Sends nothing.
+/// Throws NmsError when there is no route to `host`.
 std::string localAddressTowards(const std::string& host, const std::string& port);
 
 }  // namespace kelp::nms

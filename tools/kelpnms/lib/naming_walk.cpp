@@ -7,10 +7,10 @@ namespace kelp::nms {
 
 namespace {
 
-/// The standard's path has five components; the rest is room for a site's own contexts above it.
+/// The standard's path has five components. The rest is room for a site's contexts above it.
 constexpr std::size_t kDepthMax = 16;
-/// More listings than any real tree needs; a cycle of contexts with many branches would take for
-/// ever.
+/// Limit for a cycle of contexts with many branches, which would take for ever even with the limit
+/// on depth. No real naming tree needs this many listings.
 constexpr std::size_t kListingsMax = 10000;
 
 class Walk {

@@ -25,7 +25,7 @@ NmsSession::~NmsSession() {
         if (!ended_)
             end();
     } catch (const NmsError&) {
-        // the EMS notices by its own pings that this NMS is gone
+        // the EMS notices by its pings that this NMS is gone
     }
 }
 

@@ -7,10 +7,10 @@
 
 namespace kelp::nms {
 
-/// The session factory that the options name. Throws Unreachable.
+/// Return the session factory that the options select. Throws Unreachable.
 FoundFactory chosenFactory(NmsClient& client, const Options& options, Report& report);
-/// The same, where a factory that is not registered yet is waited for until the time-out of calls
-/// is over.
+/// Return the session factory that the options select. If it is not registered yet, wait for it at
+/// most as long as the time-out of calls. Throws Unreachable.
 FoundFactory awaitedFactory(NmsClient& client, const Options& options, Report& report);
 
 }  // namespace kelp::nms

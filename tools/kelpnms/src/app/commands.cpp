@@ -15,7 +15,7 @@ namespace kelp::nms {
 
 namespace {
 
-/// After that an interrupted program ends although the EMS has not answered.
+/// Time that an interrupted program has to leave. It then exits even if the EMS has not answered.
 constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
 int listManagers(NmsSession& session, Report& report) {
@@ -52,7 +52,7 @@ int watchEms(const std::shared_ptr<Watch>& watch, const Options& options) {
             return kWatchCutShort;
         case Watch::End::TimeOver:
             if (options.count == 0)
-                break;  // no number was wanted
+                break;  // no number of pings was requested
             Report::error("the time was over before the wanted number of pings had come");
             return kWatchCutShort;
         case Watch::End::Enough:
@@ -74,7 +74,7 @@ int useSession(NmsSession& session, const std::shared_ptr<Watch>& watch, const O
         case Command::Watch:
             return watchEms(watch, options);
         default:
-            return kInternalError;  // the others have their own way to a session
+            return kInternalError;  // the other commands do not come here
     }
 }
 
@@ -83,7 +83,7 @@ int runSession(NmsClient& client, const FoundFactory& factory, const Options& op
                Interrupts& interrupts) {
     const bool isWatch = options.command == Command::Watch;
     const auto watch = std::make_shared<Watch>(report, isWatch ? options.count : 0);
-    // from here on Ctrl-C leaves in order: the session is ended first
+    // from here on, Ctrl-C ends the session before the program exits
     const Handling handling(interrupts, [watch] {
         watch->interrupt();
         return kTimeToLeave;

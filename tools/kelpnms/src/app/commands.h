@@ -9,7 +9,7 @@
 
 namespace kelp::nms {
 
-/// Does what the options ask for; the result is the exit code. Throws NmsError.
+/// Run the command that the options select and return the exit code. Throws NmsError.
 int runCommand(const Options& options, const std::string& password,
                const std::shared_ptr<Report>& report, Interrupts& interrupts);
 

@@ -2,7 +2,7 @@
 
 namespace kelp::nms {
 
-/// How kelpnms ends; documented in its help.
+/// The exit codes of kelpnms, documented in its help.
 enum ExitCode : int {
     kDone = 0,
     kInternalError = 1,

@@ -6,7 +6,7 @@
 
 namespace kelp::nms {
 
-/// A handler of interrupts for the length of a scope.
+/// Sets a handler of interrupts for the length of a scope.
 class Handling {
   public:
     Handling(Interrupts& interrupts, Interrupts::Handler handler,

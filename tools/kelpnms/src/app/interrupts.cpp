@@ -23,7 +23,7 @@ sigset_t watchedSignals() {
 
 using Clock = std::chrono::steady_clock;
 
-/// The next of the signals; none when the deadline passes first.
+/// Wait for the next of the signals. Returns none when the deadline passes first.
 std::optional<int> signalBefore(const sigset_t& signals, Clock::time_point deadline) {
     for (;;) {
         const auto left = std::max(deadline - Clock::now(), Clock::duration::zero());
@@ -31,7 +31,7 @@ std::optional<int> signalBefore(const sigset_t& signals, Clock::time_point deadl
         const timespec timeout{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
         if (const int signal = ::sigtimedwait(&signals, nullptr, &timeout); signal > 0)
             return signal;
-        if (errno != EINTR)  // as after the process was stopped and continued
+        if (errno != EINTR)  // EINTR follows when the process was stopped and continued
             return std::nullopt;
     }
 }

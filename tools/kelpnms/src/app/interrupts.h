@@ -8,13 +8,14 @@
 
 namespace kelp::nms {
 
-/// SIGINT and SIGTERM, taken off all threads of the process: make it before the first thread is
-/// started. As long as a handler is set the first signal calls it; the program then has a limited
-/// time to leave in order. When that is over, at any further signal, or without a handler, the
-/// process ends at once with 128 + the signal's number.
+/// Handles SIGINT and SIGTERM. It blocks them in all threads of the process, so construct it before
+/// the first thread is started. While a handler is set, the first signal calls it; the handler
+/// returns the time that the program has to leave in order. The process exits at once with 128 +
+/// the signal's number when that time is over, at a second signal, or when no handler is set.
 class Interrupts {
   public:
-    /// Called on a thread of its own; the result is how long leaving may take.
+    /// Called on a thread that belongs to this object. Returns the time that the program has to
+    /// leave.
     using Handler = std::function<std::chrono::milliseconds()>;
 
     Interrupts();
@@ -22,10 +23,10 @@ class Interrupts {
     Interrupts(const Interrupts&) = delete;
     Interrupts& operator=(const Interrupts&) = delete;
 
-    /// Empty takes the handler back. `lastWords` is called, on the same thread, before the process
-    /// ends at once after the handler.
+    /// Set the handler; an empty one removes it. `lastWords` is called on the same thread just
+    /// before the process exits because the time is over or a second signal has come.
     void setHandler(Handler handler, std::function<void()> lastWords = nullptr);
-    /// The first signal that came; 0 when none has.
+    /// The first signal received, or 0 if none has been.
     int signal() const { return signal_; }
 
   private:

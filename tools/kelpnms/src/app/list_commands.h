@@ -6,7 +6,7 @@
 
 namespace kelp::nms {
 
-/// Adds the commands that read lists from the EMS: elements, ports, equipment, links, dump.
+/// Add the commands that read lists from the EMS: elements, ports, equipment, links, dump.
 void addListCommands(CLI::App& app, Options& options);
 
 }  // namespace kelp::nms

@@ -9,13 +9,13 @@ namespace kelp::nms {
 
 enum class Format { Table, Csv, Json };
 
-/// What the command line says of the lists to read from the EMS.
+/// The options of the commands that read lists from the EMS.
 struct ListOptions {
-    std::uint32_t batch = 1000;         ///< how_many of every call
-    std::optional<std::string> from;    ///< the element to begin with
-    std::vector<std::string> elements;  ///< these only; none: all
+    std::uint32_t batch = 1000;         ///< the how_many of every call
+    std::optional<std::string> from;    ///< the first element to read
+    std::vector<std::string> elements;  ///< read only these; empty: all
     Format format = Format::Table;
-    std::string file;  ///< where a dump goes; empty: standard output
+    std::string file;  ///< the file of a dump; empty: standard output
 };
 
 }  // namespace kelp::nms

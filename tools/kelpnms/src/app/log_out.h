@@ -8,7 +8,7 @@
 
 namespace kelp::nms {
 
-/// Ends the session and waits, at most `limit`, until the EMS no longer knows it. Throws NmsError.
+/// End the session and wait, at most `limit`, until the EMS no longer knows it. Throws NmsError.
 void logOut(NmsSession& session, std::chrono::milliseconds limit, Report& report);
 
 }  // namespace kelp::nms

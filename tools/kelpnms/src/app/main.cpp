@@ -10,7 +10,7 @@ namespace {
 
 using namespace kelp::nms;
 
-/// The ORB's own diagnostics are for those who ask for them.
+/// Show the ORB's diagnostics only with --verbose.
 void openTrace(bool verbose) {
     kelp::util::TraceSettings settings;
     settings.console = verbose;
@@ -49,14 +49,14 @@ int run(const Options& options, const std::string& password) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    kelp::util::setCoreDumps(false);  // it keeps a password to log in again
+    kelp::util::setCoreDumps(false);  // the process keeps the password, to log in again
     int exitCode = kDone;
     const auto options = parseOptions(argc, argv, exitCode);
     if (!options)
         return exitCode;
     if (options->command == Command::Find)
         return run(*options, {});
-    // read before the first thread starts, so that a signal can put the terminal right
+    // read before the first thread starts, so that a signal can restore the terminal
     try {
         const kelp::util::Secret password = readPassword(options->passwordFile, options->user);
         return run(*options, password.text());

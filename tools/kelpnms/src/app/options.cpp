@@ -76,7 +76,7 @@ std::chrono::milliseconds milliseconds(double seconds) {
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
 }
 
-/// "host:port" means the naming service there.
+/// Return the naming service's corbaloc text. "host:port" means the naming service at that address.
 std::string namingText(const std::string& text, bool overTls) {
     const bool hasScheme = text.rfind("IOR:", 0) == 0 || text.rfind("corba", 0) == 0;
     const std::string protocol = overTls ? "ssliop" : "iiop";
@@ -91,7 +91,7 @@ std::string firstWord(const std::string& file) {
     return word;
 }
 
-/// The values as they stand on the command line, before they are given a meaning.
+/// Option values as given on the command line, before they are converted.
 struct Raw {
     std::string naming = "127.0.0.1:4801";
     std::string iorFile;

@@ -22,37 +22,40 @@ enum class Command {
     Dump
 };
 
-/// What the command line asks for.
+/// The parsed command line.
 struct Options {
     Command command = Command::Find;
     std::string naming;
-    std::string factoryPath;       ///< empty: the only one there is
-    std::string factoryReference;  ///< IOR or corbaloc text out of --ior's file; empty: by the
-                                   ///< naming service
+    std::string factoryPath;  ///< empty: the only factory in the naming service
+    /// IOR or corbaloc text from --ior's file. Empty: the factory is found in the naming service.
+    std::string factoryReference;
     std::string user;
     std::string passwordFile;
     std::string listen;
-    std::string tlsAuthorities;  ///< file; empty: no TLS
+    std::string tlsAuthorities;  ///< a file; empty: no TLS
     std::string tlsKeyFile;
     std::string tlsKeyPasswordFile;  ///< empty: the key has no password
-    std::string tlsName;  ///< of every server's certificate; empty: the host that is called
+    /// The name that every server's certificate must show. Empty: the host that is called.
+    std::string tlsName;
     bool tlsChecksName = true;
     std::chrono::milliseconds timeout{};
     bool json = false;
     bool verbose = false;
-    unsigned count =
-        0;  ///< pings to make, pings or events to wait for; 0 of watch and events: no limit
-    std::optional<std::chrono::milliseconds> duration;  ///< how long to watch
+    /// Number of pings to make, or of pings or events to wait for. 0 means no limit for watch and
+    /// events.
+    unsigned count = 0;
+    std::optional<std::chrono::milliseconds> duration;  ///< how long watch and events run
     bool capabilities = false;
-    std::string filter;                                          ///< of events
-    bool sequences = false;                                      ///< events in batches
-    bool reconnect = true;                                       ///< when events end
-    std::optional<std::chrono::milliseconds> heartbeatInterval;  ///< of the EMS; none: learned
+    std::string filter;      ///< filter constraint for events
+    bool sequences = false;  ///< receive events in batches
+    bool reconnect = true;   ///< log in again when the events end
+    /// The EMS's heartbeat interval. None: it is learned from the first two heartbeats.
+    std::optional<std::chrono::milliseconds> heartbeatInterval;
     ListOptions lists;
 };
 
-/// Reads the command line. None when it asked for help or the version, or was wrong; that has been
-/// told, and `exitCode` is set.
+/// Read the command line. Returns none when the command line asked for help or the version, or was
+/// wrong; that text has been written, and `exitCode` is set.
 std::optional<Options> parseOptions(int argc, char** argv, int& exitCode);
 
 }  // namespace kelp::nms

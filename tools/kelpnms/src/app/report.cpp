@@ -21,7 +21,7 @@ std::string shown(const std::string& text) {
     return util::escaped(text);
 }
 
-/// Any of the standard's sequences of name and text.
+/// Convert any of the standard's sequences of name and text.
 template <class List>
 Json pairs(const List& list) {
     Json all = Json::array();
@@ -47,7 +47,7 @@ std::string timeNow() {
 }  // namespace
 
 void Report::write(const Json& json) {
-    // a text that is no UTF-8 must not keep the rest from being told
+    // replace invalid UTF-8 in a text, so that the rest of the line is still written
     line(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 

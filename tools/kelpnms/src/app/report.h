@@ -10,9 +10,9 @@
 
 namespace kelp::nms {
 
-/// What kelpnms writes: answers on standard output, for people or as one JSON text a line; steps
-/// and errors on standard error. Texts that a peer wrote are shown with control characters escaped.
-/// May be used from any thread.
+/// Writes the output of kelpnms: answers on standard output, for people or as one JSON text a line,
+/// and steps and errors on standard error. Control characters in texts from a peer are escaped. May
+/// be used from any thread.
 class Report {
   public:
     Report(bool json, bool verbose) : json_(json), verbose_(verbose) {}
@@ -21,14 +21,14 @@ class Report {
     void managers(const std::vector<std::string>& names);
     void pinged(unsigned number, double milliseconds);
     void ems(const emsMgr::EMS_T& ems, const common::CapabilityList_T* capabilities);
-    /// A call of the EMS, with the time of this host; `details` are names and texts.
+    /// Write a call from the EMS, with this host's time. `details` are names and texts.
     void event(const std::string& name,
                const std::vector<std::pair<std::string, std::string>>& details);
 
-    /// One line as it is.
+    /// Write one line without changes.
     void line(const std::string& text);
 
-    /// Only with --verbose.
+    /// Write a step, if --verbose was given.
     void step(const std::string& text);
     static void error(const std::string& text);
 

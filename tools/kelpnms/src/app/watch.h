@@ -12,7 +12,7 @@
 
 namespace kelp::nms {
 
-/// Shows the EMS's calls as they come and knows when there has been enough to see.
+/// Shows the EMS's calls as they arrive, and decides when the command `watch` ends.
 class Watch : public NmsListener {
   public:
     enum class End { Enough, Interrupted, EndedByEms, TimeOver };
@@ -30,7 +30,7 @@ class Watch : public NmsListener {
 
     void interrupt();
     bool endedByEms();
-    /// Waits for the wanted number of pings, an interruption, the end of the session, or, if given,
+    /// Wait for the wanted number of pings, an interruption, the end of the session, or, if given,
     /// `limit`.
     End wait(std::optional<std::chrono::milliseconds> limit);
 
@@ -38,7 +38,7 @@ class Watch : public NmsListener {
     void finish(End end);
 
     const std::shared_ptr<Report> report_;
-    const unsigned wanted_;  ///< 0: no number
+    const unsigned wanted_;  ///< 0: no limit
     std::mutex mutex_;
     std::condition_variable changed_;
     unsigned pings_ = 0;      ///< guarded by mutex_

@@ -5,7 +5,7 @@
 
 namespace kelp::nms {
 
-/// Pauses between attempts: each twice the one before it, up to a longest.
+/// The pauses between attempts. Each pause is twice as long as the previous one, up to a maximum.
 class Backoff {
   public:
     Backoff(std::chrono::milliseconds first, std::chrono::milliseconds longest)

@@ -14,7 +14,7 @@ namespace kelp::nms {
 /// A session at an EMS with a consumer at its event channel.
 class EmsEventLink final : public EventLink {
   public:
-    /// Takes the log-in over and connects. Throws what EventStream throws.
+    /// Take over the session and connect the consumer. Throws what EventStream throws.
     EmsEventLink(std::unique_ptr<NmsSession> session, PortableServer::POA_ptr poa,
                  const EventWish& wish, std::shared_ptr<EventListener> listener,
                  std::chrono::milliseconds logOutLimit, std::shared_ptr<Report> report);

@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Of the fields of every event type those that fill a column, the first one present.
+/// The fields of all event types that can fill a column. The first one present is shown.
 constexpr std::array kObjectFields{"objectName", "protectedTP", "protectedE", "groupName",
                                    "meName",     "fileName",    "pmNameList"};
 constexpr std::array kCauseFields{"probableCause", "pmParameterName",  "switchReason",
@@ -27,8 +27,8 @@ std::string plainText(const Json& value) {
                              : value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-/// A name out of components, or whatever it is. All objects lie in the EMS, so it is left out of
-/// their names.
+/// Return a name as its components, or any other value as text. All objects belong to the EMS, so
+/// the EMS component is left out of their names.
 std::string inWords(const Json& value) {
     if (!value.is_object())
         return plainText(value);
@@ -52,7 +52,7 @@ std::string firstOf(const EventRecord& event, const Names& names) {
     return {};
 }
 
-/// An alarm that has no cause of the standard's list is told by the EMS's own.
+/// An alarm without a cause from the standard's list shows the EMS's native cause.
 std::string causeOf(const EventRecord& event) {
     const std::string cause = firstOf(event, kCauseFields);
     const std::string native = textOf(event, "nativeProbableCause");

@@ -6,7 +6,7 @@
 
 namespace kelp::nms {
 
-/// What a table shows of an event, a text a column, without control characters.
+/// The cells of an event's row in a table, without control characters.
 struct EventCells {
     std::string time;
     std::string severity;
@@ -16,8 +16,8 @@ struct EventCells {
     std::string text;
 };
 
-/// All but the time. An event that is no alarm is shown by the fields that say the like of it: what
-/// it is about, why, and in which words.
+/// Return all cells but the time. For an event that is not an alarm, the columns show the
+/// corresponding fields: the object concerned, the cause and a description.
 EventCells cellsOf(const EventRecord& event);
 
 }  // namespace kelp::nms

@@ -6,11 +6,11 @@
 
 namespace kelp::nms {
 
-/// The terminal's control sequence for an event's line: by its perceivedSeverity, dim for a
-/// heartbeat. Empty: the terminal's own colour.
+/// Return the terminal's control sequence for an event's line: a colour for its perceivedSeverity,
+/// dim for a heartbeat. Empty means the terminal's default colour.
 std::string colourOf(const EventRecord& event);
 
-/// The line in that colour, which ends with it.
+/// Put the control sequence before the line and a reset after it.
 std::string coloured(const std::string& line, const std::string& colour);
 
 inline constexpr const char* kNoticeColour = "\033[1;35m";

@@ -6,7 +6,7 @@
 
 namespace kelp::nms {
 
-/// The event in plain values. Needs a running ORB.
+/// Convert the event to plain values. Needs a running ORB.
 EventRecord recordOf(const CosNotification::StructuredEvent& event);
 
 }  // namespace kelp::nms

@@ -121,7 +121,7 @@ std::optional<LinkLoss> EventFollower::lossSeen(EventLink& link) {
     }
 }
 
-/// What still answers is left in order; of what does not, nothing can be had.
+/// Leave the link in order if the EMS still answers. Otherwise there is nothing left to leave.
 void EventFollower::giveUp(EventLink& link, const LinkLoss& loss) {
     if (loss.sessionIsGone)
         return;

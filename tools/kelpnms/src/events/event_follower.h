@@ -11,50 +11,52 @@
 
 namespace kelp::nms {
 
-/// A log-in whose events arrive. Destroying it makes no call to the EMS.
+/// A session with a consumer. Destroying it makes no call to the EMS.
 class EventLink {
   public:
     virtual ~EventLink() = default;
-    /// Asks the EMS whether the session still exists. Throws NmsError when not, or when it does not
-    /// answer.
+    /// Ask the EMS whether the session still exists. Throws NmsError if it does not exist or the
+    /// EMS does not answer.
     virtual void check() = 0;
-    /// Disconnects the consumer and ends the session. Throws NmsError.
+    /// Disconnect the consumer and end the session. Throws NmsError.
     virtual void leave() = 0;
 };
 
-/// Hears how the following goes. Called on the thread that follows.
+/// Observes an EventFollower. Called on the thread that runs EventFollower::run().
 class FollowObserver {
   public:
     using Clock = FollowSignals::Clock;
 
     virtual ~FollowObserver() = default;
-    /// A link is about to be opened, the first one or another.
+    /// A link is about to be opened: the first one, or one after a loss.
     virtual void connecting() = 0;
     virtual void connected() = 0;
     virtual void lost(const std::string& why) = 0;
-    /// The next attempt comes after this pause.
+    /// The next attempt follows after this pause.
     virtual void pausing(std::chrono::milliseconds pause) = 0;
     virtual void failed(const std::string& why) = 0;
-    /// Connected again; `away` is the time since the last sign of life of the link before.
+    /// Connected again. `away` is the time since the last event or answer on the previous link.
     virtual void reconnected(std::chrono::milliseconds away) = 0;
-    /// The end has come, but the EMS did not answer the log-out.
+    /// Following has ended, but the EMS did not answer the log-out.
     virtual void notLeft(const std::string& why) = 0;
 
-    /// When the events' silence becomes too long; none: never.
+    /// When the time without events becomes too long. None: never.
     virtual std::optional<Clock::time_point> overdueAt() = 0;
-    /// This process was stopped for a while and now runs on: the silence was its own.
+    /// This process was stopped for a while and has now continued, so the missing events do not
+    /// indicate a loss.
     virtual void stoodStill() = 0;
-    /// The last event's time.
+    /// The time of the last event.
     virtual Clock::time_point lastSign() = 0;
 };
 
-/// Keeps a link to the EMS's events: watches it and, when it is lost, opens another, with growing
-/// pauses between the attempts. For one thread; what others have to say comes by the signals.
+/// Keeps a link to the EMS's events. It monitors the link and, when the link is lost, opens
+/// another; the pauses between the attempts grow. For use by one thread. Other threads communicate
+/// with it through FollowSignals.
 class EventFollower {
   public:
     using Clock = FollowSignals::Clock;
-    /// Opens a link. Throws NmsError. The function that it is given may be called once the link is
-    /// lost, from any thread, also when the follower is gone.
+    /// Opens a link. Throws NmsError. Its argument `lost` reports the loss of the link. It may be
+    /// called from any thread, even after the follower is destroyed.
     using OpenLink =
         std::function<std::unique_ptr<EventLink>(std::function<void(const LinkLoss&)> lost)>;
 
@@ -62,12 +64,12 @@ class EventFollower {
 
     struct Settings {
         bool reconnect = true;
-        std::optional<std::chrono::milliseconds> limit = {};  ///< follows no longer than that
-        std::chrono::milliseconds checkInterval{
-            5000};  ///< between questions whether the session exists
-        std::chrono::milliseconds lookInterval{
-            500};  ///< between looks whether the silence is too long
-        /// A look that comes so late was kept from coming in time: this process was stopped.
+        std::optional<std::chrono::milliseconds> limit = {};  ///< maximum time to follow
+        /// Time between two checks whether the session exists.
+        std::chrono::milliseconds checkInterval{5000};
+        /// Time between two checks whether the time without events is too long.
+        std::chrono::milliseconds lookInterval{500};
+        /// A check that is later than this was delayed because the process was stopped.
         std::chrono::milliseconds sleepNoticed{1000};
         std::chrono::milliseconds firstPause{1000};
         std::chrono::milliseconds longestPause{30000};
@@ -80,19 +82,22 @@ class EventFollower {
           observer_(observer),
           signals_(std::move(signals)) {}
 
-    /// Follows until there is an end; the last link has then been left, if it answers. Throws what
-    /// opening the first link throws, later only a refusal that other attempts would meet as well
-    /// (of the user, or of the filter).
+    /// Follow the events until there is a reason to end. The last link has then been left, if the
+    /// EMS answers. Throws what opening the first link throws. Throws for a later link only if a
+    /// retry would fail as well: the EMS refused the user or the filter.
     End run();
 
   private:
     std::unique_ptr<EventLink> openLink();
-    /// None when there is an end first.
+    /// Open a link after a loss. Returns nullptr when there is a reason to end before that
+    /// succeeds.
     std::unique_ptr<EventLink> reopenLink();
     void leave(EventLink& link);
-    /// Until there is an end, or none when the link is lost; `loss` says how.
+    /// Monitor the link until there is a reason to end, and return it. Returns none when the link
+    /// is lost; `loss` then says why.
     std::optional<End> follow(EventLink& link, LinkLoss& loss);
-    /// What this side sees itself: the EMS does not answer, or is silent.
+    /// Detect a loss that this side notices: the EMS does not answer, or sends no events for too
+    /// long.
     std::optional<LinkLoss> lossSeen(EventLink& link);
     static void giveUp(EventLink& link, const LinkLoss& loss);
     std::optional<End> end();
@@ -102,7 +107,8 @@ class EventFollower {
     FollowObserver& observer_;
     const std::shared_ptr<FollowSignals> signals_;
     Clock::time_point deadline_ = Clock::time_point::max();
-    Clock::time_point lastAnswer_{};  ///< to a check, or to the opening
+    /// time of the EMS's last answer to a check or to opening the link
+    Clock::time_point lastAnswer_{};
 };
 
 }  // namespace kelp::nms

@@ -6,22 +6,22 @@
 
 namespace kelp::nms {
 
-/// An event of the EMS in plain values: its type and its filterable data by name, as asJson() shows
-/// them.
+/// An event of the EMS in plain values: its type, and its filterable data by name, as asJson()
+/// converts them.
 struct EventRecord {
     std::string type;
     nlohmann::ordered_json fields = nlohmann::ordered_json::object();
 };
 
-/// A text out of the fields; empty when there is none of that name.
+/// Return the text of a field. Empty if there is no text field of that name.
 std::string textOf(const EventRecord& event, const std::string& field);
 
-/// Whether the event says no more than that the EMS is alive: NT_HEARTBEAT, or an alarm of the EMS
+/// Whether the event only reports that the EMS is alive: NT_HEARTBEAT, or an alarm of the EMS
 /// itself whose cause is "Heartbeat".
 bool isHeartbeat(const EventRecord& event);
 
-/// The notification id without the blanks around it; empty for none and for heartbeats, whose id is
-/// no name.
+/// Return the notification id without blanks around it. Empty if there is none, and for heartbeats,
+/// because their id does not identify an event.
 std::string notificationIdOf(const EventRecord& event);
 
 }  // namespace kelp::nms

@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// A text that is no UTF-8 must not keep the rest from being told.
+/// Replaces invalid UTF-8 in a text, so that the rest of the line is still written.
 std::string lineOf(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

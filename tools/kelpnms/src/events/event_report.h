@@ -9,20 +9,20 @@
 
 namespace kelp::nms {
 
-/// Writes events and notices, a line each: a table, or JSON. Not thread safe.
+/// Writes events and notices, one line each, as a table or as JSON. Not thread-safe.
 class EventReport {
   public:
     struct Surroundings {
         bool json = false;
-        bool colours = false;               ///< never with json
-        std::function<unsigned()> width;    ///< columns of the terminal now; 0: none
+        bool colours = false;               ///< never set together with json
+        std::function<unsigned()> width;    ///< current columns of the terminal; 0: no terminal
         std::function<WallTime()> wallNow;  ///< this host's time
         std::function<void(const std::string&)> write;
     };
 
     explicit EventReport(Surroundings surroundings) : to_(std::move(surroundings)) {}
 
-    /// The table's header.
+    /// Write the table's header.
     void begin();
     void event(const EventRecord& event, bool isDuplicate);
     void notice(const Notice& notice);

@@ -8,15 +8,15 @@ namespace kelp::nms {
 
 namespace {
 
-constexpr std::size_t kGap = 1;              ///< blanks between two columns
-constexpr std::size_t kSeverity = 8;         ///< "CRITICAL"
-constexpr std::size_t kTimeOfDay = 8;        ///< "23:59:59"
-constexpr std::size_t kDayAndTime = 14;      ///< "12-31 23:59:59"
-constexpr std::size_t kTimestamp = 28;       ///< "2026-12-31T23:59:59.999+0100"
-constexpr std::size_t kTypeShort = 15;       ///< "NT_STATE_CHANGE"
-constexpr std::size_t kTypeLong = 25;        ///< "NT_ATTRIBUTE_VALUE_CHANGE"
-constexpr std::size_t kWidthForDay = 100;    ///< of the terminal, from which on the day is shown
-constexpr std::size_t kWidthForTypes = 120;  ///< from which on the longest type has room
+constexpr std::size_t kGap = 1;            ///< blanks between two columns
+constexpr std::size_t kSeverity = 8;       ///< "CRITICAL"
+constexpr std::size_t kTimeOfDay = 8;      ///< "23:59:59"
+constexpr std::size_t kDayAndTime = 14;    ///< "12-31 23:59:59"
+constexpr std::size_t kTimestamp = 28;     ///< "2026-12-31T23:59:59.999+0100"
+constexpr std::size_t kTypeShort = 15;     ///< "NT_STATE_CHANGE"
+constexpr std::size_t kTypeLong = 25;      ///< "NT_ATTRIBUTE_VALUE_CHANGE"
+constexpr std::size_t kWidthForDay = 100;  ///< width of the terminal from which on the day is shown
+constexpr std::size_t kWidthForTypes = 120;  ///< width from which on the longest type fits
 constexpr std::size_t kObjectLeast = 8;
 constexpr std::size_t kCauseLeast = 6;
 

@@ -6,16 +6,16 @@
 
 namespace kelp::nms {
 
-/// Lays events out in columns whose widths depend on nothing but the width of the whole.
+/// Lays events out in columns whose widths depend only on the width of the terminal.
 class EventTable {
   public:
-    /// For a terminal of so many columns, which no line exceeds; 0 for what is none: then nothing
-    /// is cut.
+    /// `width` is the terminal's width in columns, which no line exceeds. 0 means that the output
+    /// is not a terminal; then nothing is cut.
     explicit EventTable(unsigned width);
 
     std::string header() const;
     std::string row(const EventCells& cells) const;
-    /// Whether the time's column has room for the day.
+    /// Whether the column for the time is wide enough for the day.
     bool showsDay() const { return widths_.time >= 14; }
 
   private:

@@ -6,7 +6,7 @@ namespace kelp::nms {
 
 namespace {
 
-/// To a tenth.
+/// Return the duration in seconds, rounded to tenths.
 double inSeconds(std::chrono::milliseconds duration) {
     return std::round(std::chrono::duration<double>(duration).count() * 10) / 10;
 }
@@ -18,7 +18,8 @@ constexpr const char* kLossGoesOn =
 }  // namespace
 
 void EventView::show(const EventRecord& event) {
-    // an event is shown before the next one is counted, so that the last one is the last line
+    // each event is shown before the next one is counted, so that the last event counted is the
+    // last line
     const std::lock_guard lock(mutex_);
     if (wanted_ != 0 && shown_ >= wanted_)
         return;

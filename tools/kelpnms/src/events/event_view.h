@@ -12,12 +12,11 @@
 
 namespace kelp::nms {
 
-/// Shows events, losses and gaps as they come and knows when there have been enough events. Its
-/// operations may be called from any thread.
+/// Shows events, losses and gaps as they arrive, and reports when enough events have been shown.
+/// The operations may be called from any thread.
 class EventView : public FollowObserver {
   public:
-    /// `whenEnough` is called after so many events, those that came twice counted once; 0: no
-    /// number.
+    /// `whenEnough` is called after `wanted` events; duplicates are not counted. 0 means no limit.
     EventView(EventReport report, GapDetector gaps, unsigned wanted,
               std::function<void()> whenEnough)
         : report_(std::move(report)),
@@ -44,7 +43,7 @@ class EventView : public FollowObserver {
   private:
     void tell(const Notice& notice);
 
-    std::mutex mutex_;  ///< guards what follows
+    std::mutex mutex_;  ///< guards all members below
     EventReport report_;
     GapDetector gaps_;
     const unsigned wanted_;

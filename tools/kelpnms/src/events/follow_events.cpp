@@ -15,7 +15,8 @@ namespace kelp::nms {
 
 namespace {
 
-/// While an EMS is being called that may not answer there is no session to end.
+/// Time to leave while there is no link. There is no session to end, and the EMS that is being
+/// called may not answer.
 constexpr std::chrono::milliseconds kTimeToGiveUp{2000};
 constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
@@ -32,7 +33,7 @@ EventFollower::OpenLink opening(NmsClient& client, const Options& options,
                                 const std::shared_ptr<EventView>& view) {
     return [&client, &options, &password, report, view,
             isFirst = true](std::function<void(const LinkLoss&)> lost) mutable {
-        // later on the follower's own pauses are the waiting
+        // for later links, the follower's pauses are the wait for the factory
         const FoundFactory factory = std::exchange(isFirst, false)
                                          ? awaitedFactory(client, options, *report)
                                          : chosenFactory(client, options, *report);
@@ -53,7 +54,7 @@ int exitCodeOf(EventFollower::End end, const Options& options) {
             return kWatchCutShort;
         case EventFollower::End::TimeOver:
             if (options.count == 0)
-                break;  // no number was wanted
+                break;  // no number of events was requested
             Report::error("the time was over before the wanted number of events had come");
             return kWatchCutShort;
         case EventFollower::End::Enough:

@@ -11,8 +11,8 @@
 
 namespace kelp::nms {
 
-/// The command `events`: logs in and shows events until there is an end. The result is the exit
-/// code. Throws NmsError.
+/// Run the command `events`: log in and show events until there is a reason to end. Returns the
+/// exit code. Throws NmsError.
 int followEvents(NmsClient& client, const Options& options, const std::string& password,
                  const std::shared_ptr<Report>& report, Interrupts& interrupts);
 

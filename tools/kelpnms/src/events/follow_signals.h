@@ -8,37 +8,39 @@
 
 namespace kelp::nms {
 
-/// Why a link brings no more events, as the EMS says itself.
+/// The loss of a link, after which it receives no more events.
 struct LinkLoss {
     std::string why;
-    bool sessionIsGone = false;  ///< so there is nothing left to end
+    bool sessionIsGone = false;  ///< then there is no session to end
 };
 
-/// What others tell to one who follows events, and his waiting for it. May be used from any thread.
+/// The signals that other threads send to the thread that follows events, and that thread's wait
+/// for them. May be used from any thread.
 class FollowSignals {
   public:
     using Clock = std::chrono::steady_clock;
 
     void interrupt();
     void enough();
-    /// Link number `link` is lost; of no effect when there is a newer one.
+    /// Report that link number `link` is lost. Has no effect if there is a newer link.
     void lost(unsigned link, const LinkLoss& loss);
 
-    /// The number of a new link. What was said of the links before it is forgotten.
+    /// Begin a new link and return its number. Clears the loss of the previous link.
     unsigned beginLink();
     void setConnected(bool isConnected);
-    /// Whether there is a link, which takes its time to leave.
+    /// Whether there is a link. Leaving it takes time.
     bool isConnected();
 
     bool isEnough();
     bool isInterrupted();
     std::optional<LinkLoss> loss();
 
-    /// Waits for the time, an interruption, enough, or, if it counts, the newest link's loss.
+    /// Wait until `time`, an interruption, enough events, or, if `lossCounts`, the loss of the
+    /// newest link.
     void waitUntil(Clock::time_point time, bool lossCounts);
 
   private:
-    std::mutex mutex_;  ///< guards what follows
+    std::mutex mutex_;  ///< guards all members below
     std::condition_variable changed_;
     bool isEnough_ = false;
     bool isInterrupted_ = false;

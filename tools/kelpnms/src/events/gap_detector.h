@@ -12,18 +12,17 @@
 
 namespace kelp::nms {
 
-/// What a consumer can honestly see of gaps in its events:
-///  - silence: no event for the heartbeats' interval and half of it again, at least two seconds
-///  more. The
-///    interval is given or learned from the first two heartbeats of a connection. Every event is a
-///    sign of life, as an EMS may send heartbeats only when it has nothing else to send (TMF 814
-///    SD1-26);
-///  - an event sent twice: same notification id, same everything;
-///  - a notification id that is a smaller number than the one before it: the EMS counts anew, or
-///  events have
-///    overtaken each other. Ids that are left out mean nothing: filters and other NMS's events take
-///    them.
-/// Not thread safe. Times are handed in.
+/// Detects the gaps that a consumer can reliably recognise in its events:
+///  - Silence: no event for 1.5 times the heartbeat interval, and for the interval plus at least
+///    2 s. The interval is given, or learned from the first two heartbeats of a connection. Every
+///    event counts as a sign of life, because an EMS may send heartbeats only when it has nothing
+///    else to send (TMF 814 SD1-26).
+///  - An event sent twice: the same notification id and the same content.
+///  - A notification id that is a smaller number than the previous one: the EMS has started
+///    counting anew, or events have overtaken each other. Missing ids mean nothing, because events
+///    that were filtered out or were for other NMSs use ids too.
+///
+/// Not thread-safe. The caller passes the time.
 class GapDetector {
   public:
     using Clock = std::chrono::steady_clock;
@@ -36,19 +35,21 @@ class GapDetector {
         std::vector<Notice> notices;
     };
 
-    /// A connection is about to be made: ids and heartbeats begin anew.
+    /// A connection is about to be made. Forget ids and heartbeats of the previous one.
     void connecting();
-    /// The connection has been made, or this process has stood still: silence counts from here on.
+    /// The connection has been made, or this process was stopped and has continued. The silence is
+    /// measured from now on.
     void silenceBegins(Clock::time_point now);
     Judgement eventCame(const EventRecord& event, Clock::time_point now);
 
-    /// When silence will be too long; none as long as no interval is known.
+    /// When the silence will be too long. None as long as no interval is known.
     std::optional<Clock::time_point> overdueAt() const;
-    /// The last event, or the begin of silence if that is later.
+    /// The time of the last event, or the start of the silence if that is later.
     Clock::time_point lastSign() const { return lastSign_; }
 
   private:
-    /// Closer heartbeats are one that was asked for, or a queue that was emptied at once.
+    /// Heartbeats closer together than this do not show the interval: one of them was requested, or
+    /// a queue was emptied at once.
     static constexpr std::chrono::milliseconds kShortestInterval{500};
     static constexpr std::chrono::milliseconds kLeastPatience{2000};
     static constexpr std::size_t kEventsRemembered = 10000;

@@ -13,7 +13,7 @@
 
 namespace kelp::nms {
 
-/// The calls of an EMS on one link, passed on to the view and to whoever follows.
+/// Passes the EMS's calls on one link to the view and to the follower.
 class LinkListener : public NmsListener, public EventListener {
   public:
     LinkListener(std::shared_ptr<EventView> view, std::function<void(const LinkLoss&)> lost)

@@ -9,21 +9,21 @@
 
 namespace kelp::nms {
 
-/// The newest events by their notification ids. An event that an EMS sends again, not knowing
-/// whether it arrived, is the same in every field; another event may bear an id that has been used
+/// The newest events by their notification ids. An EMS that does not know whether an event arrived
+/// sends it again with every field the same. A different event may have an id that was used before
 /// (TMF 814 SD1-26).
 class SeenEvents {
   public:
     explicit SeenEvents(std::size_t eventsMax) : eventsMax_(eventsMax) {}
 
-    /// Remembers the event. True when it has been seen before.
+    /// Remember the event. Returns true when it has been seen before.
     bool isAgain(const std::string& notificationId, const EventRecord& event);
     void forget();
 
   private:
     const std::size_t eventsMax_;
-    std::unordered_map<std::string, std::size_t> hashes_;  ///< of the last event by each id
-    std::deque<std::string> order_;                        ///< their ids, the oldest first
+    std::unordered_map<std::string, std::size_t> hashes_;  ///< hash of the last event with each id
+    std::deque<std::string> order_;                        ///< the ids, oldest first
 };
 
 }  // namespace kelp::nms

@@ -10,7 +10,7 @@ namespace {
 using DynamicAny::DynAny_var;
 using Json = nlohmann::ordered_json;
 
-/// Texts come as the peer wrote them; what is no UTF-8 is replaced when the JSON is written.
+/// Texts are copied as the peer wrote them. Invalid UTF-8 is replaced when the JSON is written.
 Json jsonOf(DynamicAny::DynAny_ptr dyn);
 
 Json elementsOf(DynamicAny::DynAny_ptr dyn) {
@@ -35,7 +35,7 @@ Json membersOf(DynamicAny::DynAny_ptr dyn) {
     return object;
 }
 
-/// A list of {name, value} with texts for both is shorter as {name: value}.
+/// Shorten a list of {name, value} structures whose members are all texts to {name: value}.
 Json withoutNameValuePairs(Json list) {
     Json object = Json::object();
     for (const Json& each : list) {
@@ -103,7 +103,7 @@ Json asJson(const CORBA::Any& any) {
         dyn->destroy();
         return json;
     } catch (const CORBA::Exception&) {
-        return nullptr;  // a value that cannot be looked into
+        return nullptr;  // a value that cannot be decoded
     }
 }
 

@@ -5,8 +5,9 @@
 
 namespace kelp::nms {
 
-/// What an Any holds as JSON: numbers, texts, booleans, enumerators by their names, lists,
-/// structures; lists of names and text values as one object. Null for what has no such form.
+/// Convert the value of an Any to JSON: numbers, texts, booleans, enumerators by their names, lists
+/// and structures. A list of names and text values becomes one object. A value of any other type
+/// becomes null.
 nlohmann::ordered_json asJson(const CORBA::Any& any);
 
 }  // namespace kelp::nms

@@ -7,9 +7,9 @@ namespace kelp::nms {
 
 using WallTime = std::chrono::system_clock::time_point;
 
-/// The local time of a moment, with milliseconds and the offset from UTC.
+/// Format a moment as local time, with milliseconds and the offset from UTC.
 std::string timestamp(WallTime moment);
-/// The same short: time of day, with the month and the day before it if wanted.
+/// Format a moment as local time of day, with the month and the day in front if requested.
 std::string shortTime(WallTime moment, bool withDay);
 
 }  // namespace kelp::nms

@@ -7,7 +7,8 @@ namespace kelp::nms {
 
 namespace {
 
-/// UTF-8 on the calling thread for the length of a scope, whatever the environment says.
+/// Sets a UTF-8 locale on the calling thread for the length of a scope, whatever the environment
+/// says.
 class Utf8Scope {
   public:
     Utf8Scope() : before_(::uselocale(utf8())) {}
@@ -23,7 +24,8 @@ class Utf8Scope {
     const locale_t before_;
 };
 
-/// Columns of the text's first characters, as many as fit; `bytes` says how long those are.
+/// Return the columns of the longest beginning of the text that fits into `limit` columns. `bytes`
+/// is set to its length in bytes.
 std::size_t columnsWithin(const std::string& text, std::size_t limit, std::size_t& bytes) {
     const Utf8Scope utf8;
     mbstate_t state{};
@@ -35,7 +37,7 @@ std::size_t columnsWithin(const std::string& text, std::size_t limit, std::size_
             ::mbrtowc(&character, text.data() + bytes, text.size() - bytes, &state);
         int width = 1;
         if (length == 0 || length > text.size() - bytes) {
-            length = 1;  // no character: a byte is a column
+            length = 1;  // an invalid byte takes one column
             state = {};
         } else if (const int known = ::wcwidth(character); known >= 0) {
             width = known;

@@ -5,14 +5,14 @@
 
 namespace kelp::nms {
 
-/// How many columns of a terminal the text takes. It must be UTF-8 without control characters, as
-/// util::escaped makes it.
+/// Return the number of terminal columns that the text occupies. The text must be UTF-8 without
+/// control characters, as util::escaped produces it.
 std::size_t displayWidth(const std::string& text);
 
-/// The text cut to at most so many columns; a cut one ends with '~'.
+/// Cut the text to at most `columns` columns. A text that was cut ends with '~'.
 std::string cutTo(const std::string& text, std::size_t columns);
 
-/// The text with blanks after it up to so many columns; a wider one stays as it is.
+/// Append blanks to the text up to a width of `columns`. A wider text is not changed.
 std::string paddedTo(const std::string& text, std::size_t columns);
 
 }  // namespace kelp::nms

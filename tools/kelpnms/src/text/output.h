@@ -6,22 +6,22 @@
 
 namespace kelp::nms {
 
-/// What was to be written could not be.
+/// Output could not be written.
 class CannotWrite : public std::runtime_error {
   public:
-    /// `name` is what could not be written; the reason is errno's.
+    /// `name` says what could not be written. The reason comes from errno.
     explicit CannotWrite(const std::string& name);
     CannotWrite(const std::string& name, const std::string& reason);
 };
 
-/// Text on its way out, gathered so that many short lines go together.
+/// Collects short texts and writes them together.
 class Output {
   public:
-    /// Takes the text at once, or throws CannotWrite.
+    /// Writes the text immediately, or throws CannotWrite.
     using Sink = std::function<void(const std::string&)>;
     explicit Output(Sink sink) : sink_(std::move(sink)) {}
 
-    /// Throws CannotWrite, as flush() does.
+    /// write() and flush() throw CannotWrite.
     void write(const std::string& text);
     void flush();
 
@@ -30,7 +30,7 @@ class Output {
     std::string gathered_;
 };
 
-/// Standard output. Throws CannotWrite.
+/// Write the text to standard output. Throws CannotWrite.
 void writeToStandardOutput(const std::string& text);
 
 }  // namespace kelp::nms

@@ -6,12 +6,12 @@
 
 namespace kelp::nms {
 
-/// What to tell of a list that was not read to its end: how much of it was written and how to get
-/// the rest. `what` are its entries, such as "ports".
+/// Return the message for a list that was not read to its end: how much of it was written, and how
+/// to get the rest. `what` names its entries, such as "ports".
 std::string cutShort(const std::string& what, const WalkPosition& position);
 
-/// The same for a dump that goes to a file, of which the beginning is kept under the name `kept`,
-/// up to the element to go on with; without one nothing is kept.
+/// Return the message for a dump to a file that was not read to its end. The file `kept` holds the
+/// part before the element `next`, with which to go on. If `next` is empty, no file is kept.
 std::string dumpCutShort(const std::string& kept, const std::string& next);
 
 }  // namespace kelp::nms

@@ -15,7 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-/// More than the line of any element's name takes.
+/// The last line is sought in this number of bytes at the end. No line with an element's name is
+/// longer.
 constexpr std::uintmax_t kTailMax = 16384;
 
 std::string resumeLine(const std::string& next) {
@@ -30,7 +31,7 @@ std::string tailOf(const fs::path& file, std::uintmax_t size) {
     return in ? tail : std::string();
 }
 
-/// The last line with its end, if the text has a whole one.
+/// Return the last line with its line end, or an empty text if the last line has no line end.
 std::string lastLine(const std::string& text) {
     if (text.size() < 2 || text.back() != '\n')
         return {};

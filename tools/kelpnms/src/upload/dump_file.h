@@ -9,15 +9,16 @@
 
 namespace kelp::nms {
 
-/// The file of a dump on its way: FILE.partial, which becomes FILE when it is whole. One that was
-/// suspended ends with a line that says with which element to go on. May be used from any thread.
+/// A dump file while it is written. Its name is FILE.partial until it is complete; then it is
+/// renamed to FILE. A suspended file ends with a line that names the element to go on with. May be
+/// used from any thread.
 class DumpFile {
   public:
-    /// Begins the file, or goes on with one that was suspended before the element `from`. Throws
-    /// CannotWrite, or std::invalid_argument when there is none to go on with, or it goes on with
-    /// another element.
+    /// Begin the file, or go on with a file that was suspended before the element `from`. Throws
+    /// CannotWrite. Throws std::invalid_argument when there is no suspended file, or it was
+    /// suspended before another element.
     DumpFile(const std::filesystem::path& file, const std::optional<std::string>& from);
-    /// Suspends it unless it is finished.
+    /// Suspend the file unless it is finished.
     ~DumpFile();
     DumpFile(const DumpFile&) = delete;
     DumpFile& operator=(const DumpFile&) = delete;
@@ -26,13 +27,13 @@ class DumpFile {
 
     /// Throws CannotWrite.
     void write(const std::string& text);
-    /// What was written so far is whole; `next` follows.
+    /// Record that everything written so far is complete and that the element `next` follows.
     void markBefore(const std::string& next);
-    /// The dump is whole. Throws CannotWrite.
+    /// The dump is complete. Throws CannotWrite.
     void finish();
-    /// The dump was cut short: takes back what came after the last mark; from here on nothing is
-    /// written. Returns the element to go on with; "" when there was no mark: then nothing is kept.
-    /// Once is enough.
+    /// The dump was cut short. Remove what was written after the last mark; from now on nothing is
+    /// written. Returns the element to go on with. Returns "" when there was no mark; then the file
+    /// is removed. Only the first call has an effect.
     std::string suspend() noexcept;
 
   private:

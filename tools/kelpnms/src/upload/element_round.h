@@ -10,16 +10,16 @@
 
 namespace kelp::nms {
 
-/// Takes out, and tells, elements that occur again.
+/// Remove and report elements that are listed more than once.
 void dropRepeated(std::vector<std::string>& elements, WalkProgress& progress);
 
-/// Leaves out the elements before `from`, if that is given. Throws std::invalid_argument when it is
-/// not there.
+/// Remove the elements before `from`, if that is given. Throws std::invalid_argument when it is not
+/// in the list.
 void beginWith(const std::optional<std::string>& from, std::vector<std::string>& elements);
 
-/// Reads what belongs to one element after the other. One that the EMS no longer has, or whose
-/// network element it cannot reach, is told and left out. False when there was one. Throws what
-/// `read` throws otherwise.
+/// Call `read` for one element after the other. An element that the EMS no longer has, or whose
+/// network element it cannot reach, is reported and skipped. Returns false when an element was
+/// skipped. Throws what `read` throws otherwise.
 bool elementByElement(const std::vector<std::string>& elements, WalkProgress& progress,
                       const std::function<void(const std::string&)>& read);
 

@@ -53,7 +53,8 @@ bool NetworkDump::run(NmsSession& session) {
     return isWhole && !reader.isDoubtful();
 }
 
-/// What comes before the elements' own; the elements that follow.
+/// Write what comes before the elements' equipment and ports. Return the elements whose equipment
+/// and ports follow.
 std::vector<std::string> NetworkDump::beginning(NetworkReader& reader,
                                                 const NetworkReader::Take& take) {
     std::vector<std::string> elements;

@@ -13,9 +13,9 @@
 
 namespace kelp::nms {
 
-/// The whole network as JSON lines: the EMS, its subnetworks, its elements, element by element the
-/// equipment and the ports, the links. One that begins with an element leaves out what comes before
-/// the equipment and ports of that one.
+/// Writes the whole network as JSON lines: the EMS, its subnetworks and its elements, then the
+/// equipment and ports of each element, then the links. A dump with --from begins with the
+/// equipment and ports of that element and leaves out everything before them.
 class NetworkDump final : public NetworkTask {
   public:
     /// `options` and `progress` are borrowed.
@@ -32,7 +32,7 @@ class NetworkDump final : public NetworkTask {
     const ListOptions& options_;
     WalkProgress& progress_;
     std::mutex mutex_;
-    std::shared_ptr<DumpFile> file_;  ///< guarded by mutex_; none for standard output
+    std::shared_ptr<DumpFile> file_;  ///< guarded by mutex_; null for standard output
 };
 
 }  // namespace kelp::nms

@@ -94,7 +94,7 @@ Json jsonOf(const equipment::EquipmentObjectTypeList_T& types) {
     return list;
 }
 
-/// The beginning that all structures have.
+/// The attributes that all structures begin with.
 template <class Structure>
 Json begun(const char* kind, const Structure& structure) {
     Json json = Json::object();

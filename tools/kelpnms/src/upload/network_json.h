@@ -10,11 +10,11 @@
 
 namespace kelp::nms {
 
-// The standard's structures as JSON objects, with every attribute in the structure's order and
-// under its name. First comes "object", the kind: EMS, MultiLayerSubnetwork, ManagedElement,
-// EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. Names and other lists of pairs
-// are lists of {"name", "value"}, so that nothing of their order is lost; enumerators stand by
-// their names, layer rates by their numbers.
+// Converts the standard's structures to JSON objects. Every attribute appears in the structure's
+// order and under its name. The first key is "object", the kind: EMS, MultiLayerSubnetwork,
+// ManagedElement, EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. Names and other
+// lists of pairs become lists of {"name", "value"}, which keeps their order. Enumerators are
+// written by name, layer rates as numbers.
 
 nlohmann::ordered_json jsonOf(const globaldefs::NVSList_T& pairs);
 nlohmann::ordered_json jsonOf(const emsMgr::EMS_T& ems);
@@ -26,7 +26,7 @@ nlohmann::ordered_json jsonOf(const equipment::EquipmentOrHolder_T& either);
 nlohmann::ordered_json jsonOf(const terminationPoint::TerminationPoint_T& point);
 nlohmann::ordered_json jsonOf(const topologicalLink::TopologicalLink_T& link);
 
-/// As one line of text, without its end. What is no UTF-8 is replaced.
+/// Return the JSON as one line of text, without the line end. Invalid UTF-8 is replaced.
 std::string lineOf(const nlohmann::ordered_json& json);
 
 }  // namespace kelp::nms

@@ -68,7 +68,7 @@ bool NetworkLists::run(NmsSession& session) {
     } catch (const CannotWrite&) {
         throw;
     } catch (const NoSuchManager&) {
-        throw;  // there is no list at all
+        throw;  // there is no list, so no header is written
     } catch (const std::exception&) {
         finish();
         throw;
@@ -94,7 +94,7 @@ bool NetworkLists::read(NetworkReader& reader, const Take& take) {
 bool NetworkLists::readElements(NetworkReader& reader, const Take& take) {
     progress_.stageBegins(WalkPosition::Stage::Elements);
     bool hasBegun = !options_.from;
-    // one is held back, so that the element to go on with is always known
+    // hold back one record, so that the element to go on with is always known
     nlohmann::ordered_json held;
     reader.elements([&](const nlohmann::ordered_json& record) {
         const std::string element = componentOf(record["name"], "ManagedElement");

@@ -10,7 +10,7 @@
 
 namespace kelp::nms {
 
-/// Lists of one kind on standard output: elements, ports, equipment, links.
+/// Writes lists of one kind to standard output: elements, ports, equipment, or links.
 class NetworkLists final : public NetworkTask {
   public:
     /// `options` and `progress` are borrowed.
@@ -32,7 +32,7 @@ class NetworkLists final : public NetworkTask {
     WalkProgress& progress_;
 };
 
-/// "elements", "ports" and so on.
+/// Return what the command lists: "elements", "ports" and so on.
 std::string contentOf(Command command);
 
 }  // namespace kelp::nms

@@ -117,7 +117,7 @@ std::vector<NetworkReader::Json> NetworkReader::subnetworkNames() {
 
 void NetworkReader::links(const Take& take) {
     const std::vector<Json> subnetworks = subnetworkNames();
-    // subnetworks may have elements in common
+    // subnetworks may have links in common
     std::unordered_set<std::string> taken;
     const Take takeOnce = [&](const Json& link) {
         if (subnetworks.empty() || taken.insert(lineOf(link["name"])).second)

@@ -16,21 +16,23 @@
 
 namespace kelp::nms {
 
-/// The EMS does not have a manager, or one that does not implement what a list needs.
+/// The EMS does not have a manager, or the manager does not implement an operation that a list
+/// needs.
 class NoSuchManager : public NmsError {
   public:
     using NmsError::NmsError;
 };
 
-/// Whether the EMS refused because of the one object that it was asked about: it has that no longer
-/// (EXCPT_ENTITY_NOT_FOUND), or cannot reach its network element (EXCPT_NE_COMM_LOSS).
+/// Whether the EMS refused a call only because of the object that the call was about: it no longer
+/// has the object (EXCPT_ENTITY_NOT_FOUND), or cannot reach its network element
+/// (EXCPT_NE_COMM_LOSS).
 bool isOfObjectAlone(const ProcessingFailure& failure);
 
-/// Reads the network's lists through a session, which is borrowed, in batches of so many entries.
-/// Elements are known by the value of the component ManagedElement of their names. Each entry is
-/// passed on as it comes, as JSON; progress is told of each batch, of what the EMS did otherwise
-/// than the standard says, and asked between two batches whether to go on. Throws NmsError and what
-/// progress and the taker throw.
+/// Reads the network's lists through a session, which is borrowed, in batches of `batch` entries.
+/// Elements are identified by the value of the component ManagedElement of their names. Each entry
+/// is passed on as JSON as soon as it is received. Each batch and each deviation from the standard
+/// is reported to `progress`. Between two batches, `progress` decides whether to go on. Throws
+/// NmsError, and what `progress` and `take` throw.
 class NetworkReader {
   public:
     using Json = nlohmann::ordered_json;
@@ -38,29 +40,31 @@ class NetworkReader {
 
     NetworkReader(NmsSession& session, std::uint32_t batch, WalkProgress& progress);
 
-    /// Whether the EMS offers the manager of this name, which need not implement anything.
+    /// Whether the EMS offers the manager of this name. The manager may still implement nothing.
     bool hasManager(const std::string& name) const;
-    /// Throws NoSuchManager when it does not.
+    /// Throw NoSuchManager when the EMS does not offer the manager of this name.
     void needManager(const std::string& name) const;
 
     Json ems();
-    /// In the EMS's order.
+    /// Return the elements in the EMS's order.
     std::vector<std::string> elementNames();
     void elements(const Take& take);
     void ports(const std::string& element, const Take& take);
     void equipment(const std::string& element, const Take& take);
-    /// The top-level ones.
+    /// Read the top-level subnetworks.
     void subnetworks(const Take& take);
-    /// Those that lie in no subnetwork, then those in each of the top-level subnetworks, each once.
+    /// Read the top-level links, then the links in each of the top-level subnetworks. Each link is
+    /// passed on once.
     void links(const Take& take);
 
-    /// The element out of its name as JSON. Empty for a name that is not the standard's: an element
-    /// that cannot be asked for what belongs to it, which is told.
+    /// Return the element from its name in JSON. Returns an empty text for a name that does not
+    /// follow the standard, because the EMS cannot be asked for what belongs to such an element;
+    /// the element is reported.
     std::string elementOf(const Json& name);
 
     /// Called after the entries of a batch have been taken.
     std::function<void()> batchTaken = [] {};
-    /// Whether entries may be missing or doubled.
+    /// Whether entries may be missing or repeated.
     bool isDoubtful() const { return isDoubtful_; }
 
   private:
@@ -70,7 +74,7 @@ class NetworkReader {
     std::vector<Json> subnetworkNames();
     const std::string& emsName();
     globaldefs::NamingAttributes_T nameOf(const std::string& element);
-    /// The manager, found at its first use.
+    /// Return the manager. It is looked up at its first use.
     template <class Interface>
     typename Interface::_ptr_type managerOf(typename Interface::_var_type& manager,
                                             const char* name);

@@ -6,16 +6,17 @@
 
 namespace kelp::nms {
 
-/// Something that takes a while to read from the EMS.
+/// A list or a dump that is read from the EMS, which may take long.
 class NetworkTask {
   public:
     virtual ~NetworkTask() = default;
 
-    /// Reads and writes it. False when what came may not be all, which has been told. Throws
-    /// NmsError, Interrupted, CannotWrite, or std::invalid_argument for an element to begin with
-    /// that there is not.
+    /// Read and write it. Returns false when it may be incomplete; the reason has then been
+    /// reported. Throws NmsError, Interrupted or CannotWrite. Throws std::invalid_argument when the
+    /// element to begin with does not exist.
     virtual bool run(NmsSession& session) = 0;
-    /// After it was cut short: how far it came, and how to go on. From any thread.
+    /// After it was cut short: return how far it came and how to go on. May be called from any
+    /// thread.
     virtual std::string cutShort() = 0;
 };
 

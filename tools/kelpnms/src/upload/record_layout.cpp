@@ -19,7 +19,7 @@ Column component(const char* title, const char* name) {
     return {title, [name](const Record& record) { return componentOf(record["name"], name); }};
 }
 
-/// Enumerators share a beginning that says nothing in a column of their own.
+/// A column for an enumerator, without the prefix that all its values share.
 Column enumerator(const char* title, const char* name, const char* prefix) {
     return {title, [name, prefix](const Record& record) {
                 const std::string text = cellOf(record, name);
@@ -27,7 +27,7 @@ Column enumerator(const char* title, const char* name, const char* prefix) {
             }};
 }
 
-/// Of two attributes the one that the record has.
+/// A column for whichever of two attributes the record has.
 Column either(const char* title, const char* first, const char* second) {
     return {title, [first, second](const Record& record) {
                 return cellOf(record, record.contains(first) ? first : second);

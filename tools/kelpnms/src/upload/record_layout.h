@@ -8,18 +8,19 @@
 
 namespace kelp::nms {
 
-/// How records of one list stand in rows.
+/// The columns of one list's records.
 struct RecordLayout {
     using Record = nlohmann::ordered_json;
 
-    /// A column of the table for people.
+    /// A column of the table that people read.
     struct Column {
         std::string title;
         std::function<std::string(const Record&)> text;
     };
     std::vector<Column> columns;
 
-    /// The columns of CSV: components of the name that have one of their own, and the attributes.
+    /// The columns of CSV: first the components of the name that get a separate column, then the
+    /// attributes.
     std::vector<std::string> components;
     std::vector<std::string> attributes;
 };
@@ -29,11 +30,11 @@ RecordLayout portLayout();
 RecordLayout equipmentLayout();
 RecordLayout linkLayout();
 
-/// The value of a component of a name, or "" when the name has none such.
+/// Return the value of a component of a name, or "" if the name does not have that component.
 std::string componentOf(const nlohmann::ordered_json& name, const std::string& component);
 
-/// The text of a cell of CSV: texts as they are, lists as JSON, an empty list or no value at all as
-/// "".
+/// Return the text of a CSV cell: a text as it is, any other value as JSON, and "" for an empty
+/// list or a missing attribute.
 std::string cellOf(const nlohmann::ordered_json& record, const std::string& attribute);
 
 }  // namespace kelp::nms

@@ -12,11 +12,12 @@ namespace kelp::nms {
 namespace {
 
 constexpr std::size_t kRowsToLookAt = 100;
-constexpr std::size_t kGap = 2;         ///< blanks between two columns
-constexpr std::size_t kWidthLeast = 6;  ///< of a column that is cut for others' sake
+constexpr std::size_t kGap = 2;  ///< blanks between two columns
+/// minimum width of a column that is narrowed so that others fit
+constexpr std::size_t kWidthLeast = 6;
 constexpr std::size_t kWidthMost = 60;
 
-/// Takes from the widest until all fit.
+/// Narrow the widest columns until all fit into `room`.
 void shrink(std::vector<std::size_t>& widths, std::size_t room) {
     const auto sum = [&] { return std::accumulate(widths.begin(), widths.end(), std::size_t{0}); };
     for (std::size_t tooMuch = sum() > room ? sum() - room : 0; tooMuch > 0; --tooMuch) {

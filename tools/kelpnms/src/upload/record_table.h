@@ -7,8 +7,8 @@
 
 namespace kelp::nms {
 
-/// Lays records out in columns. Their widths follow from the first records and stay; what is wider
-/// later is cut on a terminal and moves what is behind it elsewhere.
+/// Lays records out in columns. The first 100 records determine the widths. A later text that is
+/// wider is cut on a terminal; elsewhere it moves the columns after it to the right.
 class RecordTable final : public RecordWriter {
   public:
     RecordTable(const RecordLayout& layout, Output& output, unsigned terminalColumns);
@@ -25,7 +25,7 @@ class RecordTable final : public RecordWriter {
     Output& output_;
     const std::size_t terminalColumns_;
     std::vector<Row> heldBack_;
-    std::vector<std::size_t> widths_;  ///< none before the layout is known
+    std::vector<std::size_t> widths_;  ///< empty before the widths are known
 };
 
 }  // namespace kelp::nms

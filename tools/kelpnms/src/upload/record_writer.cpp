@@ -20,7 +20,7 @@ class JsonLines final : public RecordWriter {
     Output& output_;
 };
 
-/// RFC 4180, with a header line.
+/// Writes CSV (RFC 4180) with a header line.
 class CsvRows final : public RecordWriter {
   public:
     CsvRows(const RecordLayout& layout, Output& output) : layout_(layout), output_(output) {}

@@ -10,18 +10,19 @@
 
 namespace kelp::nms {
 
-/// Writes records, one after the other, in one of the formats.
+/// Writes records one after the other in one of the formats.
 class RecordWriter {
   public:
     virtual ~RecordWriter() = default;
-    /// Throws CannotWrite, as finish() does.
+    /// write() and finish() throw CannotWrite.
     virtual void write(const nlohmann::ordered_json& record) = 0;
-    /// There are no more: writes what was held back, the heading too when there was no record.
+    /// There are no more records. Write those that were held back, and the header even if there was
+    /// no record.
     virtual void finish() {}
 };
 
-/// `output` is borrowed. A table is laid out for a terminal of so many columns, which no line
-/// exceeds; 0 for what is none: then nothing is cut.
+/// Make a writer. `output` is borrowed. `terminalColumns` is the terminal's width, which no line of
+/// a table exceeds. 0 means that the output is not a terminal; then nothing is cut.
 std::unique_ptr<RecordWriter> recordWriter(Format format, const RecordLayout& layout,
                                            Output& output, unsigned terminalColumns);
 

@@ -11,7 +11,7 @@ namespace kelp::nms {
 
 namespace {
 
-/// After that an interrupted program ends although the EMS has not answered.
+/// Time that an interrupted program has to leave. It then exits even if the EMS has not answered.
 constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
 std::shared_ptr<NetworkTask> taskFor(const Options& options, WalkProgress& progress) {
@@ -20,10 +20,11 @@ std::shared_ptr<NetworkTask> taskFor(const Options& options, WalkProgress& progr
     return std::make_shared<NetworkLists>(options.command, options.lists, progress);
 }
 
-/// An EMS that is ending a session may still know it for a moment.
+/// An EMS that is ending a session may still answer for it for a moment.
 constexpr std::chrono::milliseconds kTimeToEnd{1000};
 
-/// Whether a call failed because the EMS has ended the session: it answers, but knows it no longer.
+/// Whether a call failed because the EMS has ended the session: the EMS answers, but does not know
+/// the session any more.
 bool isEnded(NmsSession& session, const NmsError& failure) {
     const auto* call = dynamic_cast<const CallFailed*>(&failure);
     return call != nullptr && call->isOfUnknownObject() && session.isGone(kTimeToEnd);

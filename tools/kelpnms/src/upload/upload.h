@@ -11,9 +11,9 @@
 
 namespace kelp::nms {
 
-/// Logs in, reads the lists that the options ask for and writes them; the result is the exit code.
-/// Throws NmsError, CannotWrite, or std::invalid_argument for an element to begin with that there
-/// is not.
+/// Log in, and read and write the lists that the options ask for. Returns the exit code. Throws
+/// NmsError or CannotWrite. Throws std::invalid_argument when the element to begin with does not
+/// exist.
 int upload(NmsClient& client, const Options& options, const std::string& password,
            const std::shared_ptr<Report>& report, Interrupts& interrupts);
 

@@ -47,7 +47,7 @@ void WalkProgress::batchWritten() {
         if (at.stage == WalkPosition::Stage::OfElement)
             bar_.show(elementsBegun_ - 1, elements_, std::to_string(at.written));
         else
-            // of a list whose length is not known no part is shown
+            // if the list's length is unknown, show 0 %
             bar_.show(expected_ ? ofList_ : 0, expected_.value_or(1), std::to_string(ofList_));
     }
 }

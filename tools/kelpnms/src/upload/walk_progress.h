@@ -17,45 +17,45 @@ class Interrupted : public std::runtime_error {
     Interrupted() : std::runtime_error("interrupted") {}
 };
 
-/// How far the reading of lists has come when it ends early.
+/// How far the reading of lists had come when it was cut short.
 struct WalkPosition {
     enum class Stage {
-        Elements,   ///< the elements themselves
-        OfElement,  ///< what belongs to an element, one element after the other
-        Links,      ///< what belongs to no element
+        Elements,   ///< the list of the elements
+        OfElement,  ///< what belongs to each element, element by element
+        Links,      ///< what does not belong to an element
     };
     Stage stage = Stage::Elements;
-    std::uint64_t written = 0;        ///< entries of the stage
-    std::string next;                 ///< the first element that is not whole; empty: none is known
-    std::uint64_t writtenOfNext = 0;  ///< entries of it, the last ones written
+    std::uint64_t written = 0;        ///< entries written in this stage
+    std::string next;                 ///< the first incomplete element; empty: unknown
+    std::uint64_t writtenOfNext = 0;  ///< entries of `next` written so far; they were written last
 };
 
-/// Follows the reading of lists: shows it while it goes on, knows where it stands. interrupt() and
-/// position() may be called from any thread, the rest from the one that reads.
+/// Tracks the reading of lists: shows its progress and records its position. interrupt() and
+/// position() may be called from any thread, the other operations only from the thread that reads.
 class WalkProgress {
   public:
-    /// `what` is read, such as "ports".
+    /// `what` names the entries, such as "ports".
     explicit WalkProgress(const std::string& what) : bar_(what) {}
 
     void stageBegins(WalkPosition::Stage stage);
-    /// So many elements are gone through.
+    /// Set the number of elements to read.
     void elementsAre(std::uint64_t count) { elements_ = count; }
     void elementBegins(const std::string& element);
-    /// The first element that is not written.
+    /// Set the first element that is not written yet.
     void nextIs(const std::string& element);
-    /// A list begins, of so many entries as far as is known.
+    /// A list of `entries` entries begins. None: the number is unknown.
     void listBegins(std::optional<std::uint64_t> entries);
     void entryWritten();
-    /// Shows what has come.
+    /// Show the progress.
     void batchWritten();
 
-    /// A sentence on standard error.
+    /// Write a sentence to standard error.
     void tell(const std::string& text);
-    /// Until the next batch.
+    /// Hide the bar until the next batch.
     void hideBar();
 
     void interrupt();
-    /// Throws Interrupted if that is so.
+    /// Throw Interrupted if interrupt() was called.
     void checkInterrupt();
     WalkPosition position();
 

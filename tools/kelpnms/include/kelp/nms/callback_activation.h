@@ -8,18 +8,20 @@
 
 namespace kelp::nms {
 
-/// The NMS's own session object (TMF 814 nmsSession::NmsSession_I), which the EMS pings and tells
-/// of losses, for as long as this object lives. Passes each call on to a listener.
+/// The NMS's session object (TMF 814 nmsSession::NmsSession_I), which the EMS pings and to which it
+/// reports losses. It is active as long as this C++ object lives, and passes each call on to a
+/// listener.
 class CallbackActivation {
   public:
-    /// Activates the object. Throws CORBA system exceptions.
+    /// Activate the object. Throws CORBA system exceptions.
     CallbackActivation(PortableServer::POA_ptr poa, std::shared_ptr<NmsListener> listener);
     CallbackActivation(CallbackActivation&& other) noexcept;
     ~CallbackActivation();
 
-    /// Borrowed.
+    /// The reference is borrowed.
     nmsSession::NmsSession_I_ptr reference() const;
-    /// What the object answers as its associated session from here on; nil takes it back.
+    /// Set what the object answers as its associated session from now on. Nil removes the
+    /// association.
     void associate(session::Session_I_ptr session);
 
   private:

@@ -7,26 +7,25 @@
 
 namespace kelp::nms {
 
-/// Why an NMS could not do what it was asked, in one sentence (what()).
+/// An operation of the NMS failed. what() says why in one sentence.
 class NmsError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// This NMS cannot be called back at the address that it was to listen on.
+/// This NMS cannot listen on the address where the EMS is to call it back.
 class CannotListen : public NmsError {
   public:
     using NmsError::NmsError;
 };
 
-/// The factory was not found, or what was found does not answer.
+/// The factory was not found, or the object that was found does not answer.
 class Unreachable : public NmsError {
   public:
     using NmsError::NmsError;
 };
 
-/// The naming service answers, but has no session factory, or none under the name that was asked
-/// for.
+/// The naming service answers, but it has no session factory, or none under the requested name.
 class NotRegistered : public Unreachable {
   public:
     using Unreachable::Unreachable;
@@ -55,26 +54,27 @@ class LoginRefused : public ProcessingFailure {
     using ProcessingFailure::ProcessingFailure;
 };
 
-/// The event channel refused the filter: it is no constraint.
+/// The event channel refused the filter because it is not a valid constraint.
 class FilterRefused : public NmsError {
   public:
     using NmsError::NmsError;
 };
 
-/// A call on a session or a manager failed below the level of the interface: time-out, lost
-/// connection, no such object.
+/// A call on a session or a manager failed with a CORBA exception, such as a time-out, a lost
+/// connection, or an unknown object, and not with an exception of the interface.
 class CallFailed : public NmsError {
   public:
     CallFailed(const std::string& doing, const CORBA::Exception& raised);
 
-    /// The EMS answered that it has no such object (any more), or is about to give it up.
+    /// Whether the EMS answered that it does not know the object (any more), or is about to
+    /// deactivate it.
     bool isOfUnknownObject() const { return isOfUnknownObject_; }
 
   private:
     bool isOfUnknownObject_;
 };
 
-/// Name of an exception type as the standard spells it.
+/// The name of an exception type as the standard spells it.
 std::string exceptionTypeName(globaldefs::ExceptionType_T type);
 
 }  // namespace kelp::nms

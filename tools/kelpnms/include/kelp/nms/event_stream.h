@@ -11,7 +11,7 @@ namespace kelp::nms {
 
 class NmsSession;
 
-/// Gets the events of an EventStream, on the ORB's threads.
+/// Receives the events of an EventStream. Called on the ORB's threads.
 class EventListener {
   public:
     virtual ~EventListener() = default;
@@ -20,22 +20,22 @@ class EventListener {
     virtual void eventsEnded() = 0;
 };
 
-/// What an NMS wants of the EMS's event channel.
+/// What an NMS asks of the EMS's event channel.
 struct EventWish {
-    std::string filter;        ///< in the extended trader constraint language; empty: every event
-    bool inSequences = false;  ///< batches instead of single events
+    std::string filter;  ///< in the extended trader constraint language; empty selects every event
+    bool inSequences = false;  ///< push events in batches instead of one by one
 };
 
-/// The events that an EMS pushes to this NMS, from the connection on until the object's end.
+/// The events that an EMS pushes to this NMS. The connection exists as long as this object lives.
 class EventStream {
   public:
-    /// Connects a consumer to the session's event channel. Throws ProcessingFailure, CallFailed, or
+    /// Connect a consumer to the session's event channel. Throws ProcessingFailure, CallFailed, or
     /// FilterRefused.
     EventStream(NmsSession& session, PortableServer::POA_ptr poa, const EventWish& wish,
                 std::shared_ptr<EventListener> listener);
-    /// Disconnects.
+    /// Disconnect the consumer.
     ~EventStream();
-    /// The EMS is gone: the end comes without a call to it.
+    /// Make the destructor send nothing to the EMS. Call this when the EMS is gone.
     void abandon();
     EventStream(const EventStream&) = delete;
     EventStream& operator=(const EventStream&) = delete;

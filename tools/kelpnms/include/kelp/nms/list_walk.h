@@ -12,15 +12,17 @@
 
 namespace kelp::nms {
 
-/// What a walk through a list counts, and what the EMS did otherwise than the standard says.
+/// The entries that a walk through a list counts, and the EMS's deviations from the standard.
 class ListCount {
   public:
-    /// Entries that came so far.
+    /// Number of entries received so far.
     std::uint64_t entries() const { return entries_; }
-    /// Entries of the whole list, as the EMS says it (getLength); none when it does not.
+    /// Number of entries of the whole list, as the EMS reports it (getLength). None if it does not
+    /// report it.
     std::optional<std::uint64_t> total() const { return total_; }
-    /// Sentences about what is not as it should be: more entries than asked for, more or fewer than
-    /// getLength said, no usable getLength. Entries may be missing or doubled when `isDoubtful`.
+    /// Sentences that describe deviations: the EMS sent more entries than requested, more or fewer
+    /// than getLength reported, or getLength failed. When `isDoubtful`, entries may be missing or
+    /// repeated.
     const std::vector<std::string>& remarks() const { return remarks_; }
     bool isDoubtful() const { return isDoubtful_; }
 
@@ -28,14 +30,14 @@ class ListCount {
     explicit ListCount(std::string doing) : doing_(std::move(doing)) {}
     ~ListCount() = default;
 
-    /// A batch came, for which at most `asked` entries were asked. Throws NmsError when the EMS
-    /// gives nothing again and again.
+    /// Record a batch of `length` entries, of which at most `asked` were requested. Throws NmsError
+    /// after more than 100 empty batches in succession.
     void came(CORBA::ULong length, CORBA::ULong asked, bool isMore);
     void lengthIs(CORBA::ULong length) { total_ = entries_ + length; }
     void noLength(const globaldefs::ProcessingFailureException& raised);
     void allFit() { total_ = entries_; }
     void ended();
-    /// Whether a call to the object can be answered at all after this failure of another.
+    /// Whether a further call to the object can succeed after a call to it failed with `raised`.
     static bool maybeThere(const CORBA::SystemException& raised);
 
     const std::string doing_;
@@ -51,30 +53,32 @@ class ListCount {
     unsigned emptyBatches_ = 0;
 };
 
-/// A list of any type, read from the EMS batch by batch (TMF 814: a first list and an iterator for
-/// the rest, nil when there is none; next_n until it answers FALSE, after which the iterator is
-/// gone). An iterator that has not come to its end is destroyed with the walk. For one thread.
+/// A list of any type that is read from the EMS batch by batch. In TMF 814 a list is a first part
+/// and an iterator for the rest; the iterator is nil when there is no rest. next_n returns FALSE
+/// with the last part, and the EMS then destroys the iterator. The destructor of the walk destroys
+/// an iterator that has not reached its end. For use by one thread.
 ///
-///     ListWalk<ManagedElementList_T, ManagedElementIterator_I> walk("getAllManagedElements",
-///     1000); walk.open([&](CORBA::ULong most, auto& list, auto& rest) {
+///     ListWalk<ManagedElementList_T, ManagedElementIterator_I> walk("elements", 1000);
+///     walk.open([&](CORBA::ULong most, auto& list, auto& rest) {
 ///         manager->getAllManagedElements(most, list.out(), rest.out());
 ///     });
 ///     for (; walk.hasBatch(); walk.next())
 ///         use(walk.batch());
 ///
-/// `List` is the sequence's type, `Iterator` the interface.
+/// `List` is the type of the sequence, `Iterator` the iterator's interface.
 template <class List, class Iterator>
 class ListWalk : public ListCount {
   public:
-    /// `doing` begins what is told of failures; `batch` is the how_many of every call, 1 at least.
+    /// `doing` is the beginning of every failure's text. `batch` is the how_many of every call, at
+    /// least 1.
     ListWalk(std::string doing, CORBA::ULong batch)
         : ListCount(std::move(doing)), batchSize_(batch) {}
     ~ListWalk() { leave(); }
     ListWalk(const ListWalk&) = delete;
     ListWalk& operator=(const ListWalk&) = delete;
 
-    /// Makes the call that answers with the list: `request(how_many, list, iterator)` is given the
-    /// _var of both. Throws ProcessingFailure or CallFailed.
+    /// Make the call that returns the list: `request(how_many, list, iterator)` receives the _var
+    /// of both. Throws ProcessingFailure or CallFailed.
     template <class Request>
     void open(Request request) {
         NmsSession::call(doing_, [&] { request(batchSize_, list_, rest_); });
@@ -87,12 +91,12 @@ class ListWalk : public ListCount {
         hasBatch_ = true;
     }
 
-    /// Whether there is a batch to use; it may be empty.
+    /// Whether there is a batch to read. It may be empty.
     bool hasBatch() const { return hasBatch_; }
     const List& batch() const { return list_.in(); }
 
-    /// Gets the next batch, if there is one. Throws ProcessingFailure, CallFailed, or NmsError when
-    /// the EMS gives nothing again and again.
+    /// Get the next batch, if there is one. Throws ProcessingFailure or CallFailed, or NmsError
+    /// after more than 100 empty batches in succession.
     void next() {
         hasBatch_ = false;
         if (CORBA::is_nil(rest_.in()))
@@ -137,7 +141,7 @@ class ListWalk : public ListCount {
         try {
             rest_->destroy();
         } catch (const CORBA::Exception&) {
-            // it goes with the session
+            // the EMS destroys the iterator together with the session
         }
     }
 

@@ -4,15 +4,16 @@
 
 namespace kelp::nms {
 
-/// What an EMS calls on its NMS (TMF 814 nmsSession::NmsSession_I). Called on the ORB's threads,
-/// concurrently. Each call holds up the EMS, so return soon; must not throw. Not called after the
-/// session object is gone and its running calls have returned.
+/// The operations that an EMS calls on its NMS (TMF 814 nmsSession::NmsSession_I). They are called
+/// concurrently on the ORB's threads. The EMS waits for each call, so return soon. They must not
+/// throw. They are no longer called once the session object is destroyed and its running calls have
+/// returned.
 class NmsListener {
   public:
     virtual ~NmsListener() = default;
     virtual void pinged() {}
     virtual void sessionEnded() {}
-    /// `startTime` is a globaldefs::Time_T text.
+    /// `startTime` is the text of a globaldefs::Time_T.
     virtual void eventLossOccurred(const std::string& startTime,
                                    const std::string& notificationId) {
         (void)startTime;

@@ -14,26 +14,27 @@
 
 namespace kelp::nms {
 
-/// A live log-in at an EMS. Ends itself with its object. Its operations may be called from any
-/// thread; they throw ProcessingFailure or CallFailed.
+/// A session at an EMS. The destructor ends it. The operations may be called from any thread. They
+/// throw ProcessingFailure or CallFailed.
 class NmsSession {
   public:
-    /// Takes over a log-in that has been made: this NMS's own object, and the EMS's session.
+    /// Take over a session: this NMS's session object, and the EMS's.
     NmsSession(CallbackActivation callback, emsSession::EmsSession_I_ptr session);
-    /// Ends the session unless that has been done, and takes the NMS's own object down.
+    /// End the session unless it has ended, and deactivate this NMS's session object.
     ~NmsSession();
     NmsSession(const NmsSession&) = delete;
     NmsSession& operator=(const NmsSession&) = delete;
 
-    /// The EMS's session object and this NMS's own; borrowed.
+    /// The EMS's session object and this NMS's session object. Both references are borrowed.
     emsSession::EmsSession_I_ptr reference() const { return session_.in(); }
     nmsSession::NmsSession_I_ptr callback() const { return callback_.reference(); }
 
     void ping();
     std::vector<std::string> managerNames();
-    /// The manager of that name, never nil; the caller owns it.
+    /// Return the manager of that name, never nil. The caller owns the reference.
     common::Common_I_ptr manager(const std::string& name);
-    /// The same, as the interface that belongs to the name; fails when it has another.
+    /// Return the manager narrowed to the interface that belongs to its name. Throws NmsError when
+    /// it has another interface.
     template <class Interface>
     typename Interface::_ptr_type managerAs(const std::string& name) {
         const common::Common_I_var any = manager(name);
@@ -45,15 +46,18 @@ class NmsSession {
         return typed;
     }
 
-    /// Tells the EMS that this NMS leaves. The operation is oneway: see isGone().
+    /// Tell the EMS that this NMS ends the session. The operation is oneway, so it returns before
+    /// the session has ended: see isGone().
     void end();
-    /// The EMS is gone, or has ended the session: the object's end makes no call to it.
+    /// Make the destructor send nothing to the EMS. Call this when the EMS is gone or has ended the
+    /// session.
     void abandon() { ended_ = true; }
-    /// Waits, at most `limit`, until the EMS no longer knows the session object.
+    /// Wait, at most `limit`, until the EMS no longer knows the session object. Return whether that
+    /// is so.
     bool isGone(std::chrono::milliseconds limit);
 
-    /// Runs calls to the EMS and turns what they raise into ProcessingFailure or CallFailed, whose
-    /// text begins with `doing`.
+    /// Run calls to the EMS. Turn the exceptions that they raise into ProcessingFailure or
+    /// CallFailed, whose text begins with `doing`.
     static void call(const std::string& doing, const std::function<void()>& calls);
 
   private:

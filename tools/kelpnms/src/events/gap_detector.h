@@ -13,10 +13,10 @@
 namespace kelp::nms {
 
 /// Detects the gaps that a consumer can reliably recognise in its events:
-///  - Silence: no event for 1.5 times the heartbeat interval, and for the interval plus at least
-///    2 s. The interval is given, or learned from the first two heartbeats of a connection. Every
-///    event counts as a sign of life, because an EMS may send heartbeats only when it has nothing
-///    else to send (TMF 814 SD1-26).
+///  - Silence: no event for 1.5 times the heartbeat interval, and for at least 2 s longer than
+///    the interval. The interval is given, or learned from the first two heartbeats of a
+///    connection. Every event counts as a sign of life, because an EMS may send heartbeats only
+///    when it has nothing else to send (TMF 814 SD1-26).
 ///  - An event sent twice: the same notification id and the same content.
 ///  - A notification id that is a smaller number than the previous one: the EMS has started
 ///    counting anew, or events have overtaken each other. Missing ids mean nothing, because events

@@ -102,7 +102,7 @@ void AuditKey::make(const std::filesystem::path& file, const ChainHead& begun) {
     ::sodium_memzero(digits, sizeof digits);
     if (begun.id > 0)
         append(text, begun.text() + "\n");
-    // under another name first, so that nobody ever finds half a key
+    // written under another name first, so that no process ever reads half a key
     const std::filesystem::path part = file.string() + ".new-" + std::to_string(::getpid());
     ::unlink(part.c_str());
     std::string problem;

@@ -9,18 +9,19 @@
 
 namespace kelp::oplog {
 
-/// The secret that the security log's chain is made with, and the place where a chain that had been
-/// begun without one went over to it. Constant; wiped with its last owner.
+/// The secret key of the security log's chain, and the place where an existing chain without a key
+/// continued with it. Immutable. The memory is wiped when the last owner releases it.
 class AuditKey {
   public:
     static constexpr std::size_t kBytes = 32;
 
-    /// None when the file is missing. Throws LogFailure when it cannot be relied on: somebody else
-    /// can read or write it, or it holds no key.
+    /// Read the key. Returns null if the file is missing. Throws LogFailure if the file cannot be
+    /// trusted, because somebody else can read or write it, or holds no valid key.
     static std::shared_ptr<const AuditKey> read(const std::filesystem::path& file);
-    /// Writes a new key from the system's random source to a new file of mode 0600, whole or not at
-    /// all. A file that another process makes meanwhile stays. `begun`: the head of a chain without
-    /// a key that goes on with this one. Throws LogFailure.
+    /// Write a new key from the system's random source to a new file of mode 0600. Writes the whole
+    /// file or none. If another process creates the file at the same time, that file is kept.
+    /// `begun` is the head of a chain without a key that continues with this key. Throws
+    /// LogFailure.
     static void make(const std::filesystem::path& file, const ChainHead& begun);
 
     ~AuditKey();
@@ -28,9 +29,9 @@ class AuditKey {
     AuditKey& operator=(const AuditKey&) = delete;
 
     const unsigned char* bytes() const { return bytes_.data(); }
-    /// A name for the key that does not give it away.
+    /// An identifier of the key that does not reveal it.
     const std::string& id() const { return id_; }
-    /// The last record that was made without the key; number 0: none.
+    /// The last record that was made without the key. Its number is 0 if there is none.
     const ChainHead& begun() const { return begun_; }
 
   private:

@@ -26,7 +26,7 @@ LogEntry noteOf(const std::string& event, const std::string& object, const std::
 ChainedRows::ChainedRows(SQLite::Database& database, ChainMemory& memory,
                          const std::filesystem::path& keyFile)
     : database_(database), memory_(memory), insert_(database) {
-    // a running log keeps its key, whatever becomes of the file
+    // a running log keeps its key even if the file changes
     if (!memory_.key)
         useKey(keyFile);
 }
@@ -47,13 +47,13 @@ void ChainedRows::useKey(const std::filesystem::path& keyFile) {
     memory_.key = std::move(key);
 }
 
-/// Marks a chain that goes on with a key, where nothing does so yet.
+/// Mark a chain that continues with a key, unless it is marked already.
 void ChainedRows::addMark(std::vector<LogEntry>& entries) {
     if (!memory_.key || markedKey(database_))
         return;
     const ChainHead head = readHead();
     const ChainHead& begun = memory_.key->begun();
-    // nobody but who lacks the key makes records without one once it is there
+    // once there is a key, only somebody who lacks it makes records without it
     if (head.id > 0 && (head.id != begun.id || head.hash != begun.hash))
         entries.push_back(noteOf("tampering", "", "its records were not made with the key"));
     entries.push_back(
@@ -81,7 +81,7 @@ void ChainedRows::committed() {
     memory_.aside.clear();
 }
 
-/// What the log has to tell of itself before the next record.
+/// The records that the log itself adds before the next record.
 std::vector<LogEntry> ChainedRows::notes() {
     std::vector<LogEntry> notes;
     addMark(notes);
@@ -156,7 +156,7 @@ std::optional<bool> ChainedRows::removeOldest(std::uint64_t bytesMax,
         return std::nullopt;
     std::vector<LogEntry> told{
         noteOf(kRetentionEvent, std::to_string(removal->last.id), removal->last.hash)};
-    // a mark that has gone is made anew
+    // if the mark was removed, write it again
     if (memory_.key && !markedKey(database_))
         told.push_back(noteOf(kKeyEvent, memory_.key->id(), "the chain is made with this key"));
     ChainHead head = readHead();

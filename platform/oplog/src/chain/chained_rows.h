@@ -11,20 +11,19 @@
 
 namespace kelp::oplog {
 
-/// What the writer of a chain knows beyond the database, also after the file was set aside or
-/// exchanged.
+/// What the writer of a chain remembers, even if the file is renamed or replaced.
 struct ChainMemory {
-    ChainHead written;            ///< the last record that it wrote
-    std::filesystem::path aside;  ///< a damaged file that the log has not told of yet
+    ChainHead written;            ///< the last record that this writer wrote
+    std::filesystem::path aside;  ///< a damaged file that is not recorded in the log yet
     std::shared_ptr<const AuditKey> key;
 };
 
-/// A row a record, each with its hash: the security log.
+/// The table of the security log: one row for each record, with its hash.
 class ChainedRows final : public RecordTable {
   public:
-    /// Reads the key into `memory`, unless it is there; a missing one is made. Without a file for
-    /// it the chain has no key. Throws LogFailure when the log was made with a key that the file
-    /// does not hold.
+    /// Read the key into `memory` unless it holds one, and create the key if it is missing. Without
+    /// `keyFile` the chain has no key. Throws LogFailure if the log was made with a key that is not
+    /// in the file.
     ChainedRows(SQLite::Database& database, ChainMemory& memory,
                 const std::filesystem::path& keyFile);
 

@@ -10,7 +10,7 @@
 namespace kelp::oplog {
 
 std::optional<std::string> markedKey(SQLite::Database& database) {
-    // the word stands in the text so that the index on these records is used
+    // the word is part of the SQL text, because the index on these records is used only then
     SQLite::Statement query(database, std::string("SELECT object FROM record WHERE operation = '") +
                                           kKeyEvent + "' ORDER BY id DESC LIMIT 1");
     if (!query.executeStep())
@@ -45,7 +45,7 @@ std::string problemOfAuditKey(const LogSettings& settings) {
         return problemOfKey(settings.database, markedKey(*opened), settings.auditKeyFile,
                             key.get());
     } catch (const std::exception&) {
-        return "";  // the log itself says what is wrong with its database
+        return "";  // the log itself reports problems of its database
     }
 }
 

@@ -11,11 +11,11 @@
 
 namespace kelp::oplog {
 
-/// The id of the key that a log was last marked with; none: it has no such record.
+/// The id of the key in the log's last mark; empty if it has none.
 std::optional<std::string> markedKey(SQLite::Database& database);
 
-/// What keeps a log that is marked so from going on with `key`, if any, as one sentence; empty:
-/// nothing.
+/// Return why a log with this mark cannot continue with `key` (may be null), as one sentence. Empty
+/// if it can.
 std::string problemOfKey(const std::filesystem::path& database,
                          const std::optional<std::string>& mark,
                          const std::filesystem::path& keyFile, const AuditKey* key);

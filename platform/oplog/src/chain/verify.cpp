@@ -21,7 +21,8 @@ std::string rangeText(std::int64_t first, std::int64_t last) {
     return "records " + std::to_string(first) + " to " + std::to_string(last) + " are";
 }
 
-/// One pass over the chain, from the place where retention has left it to the noted head.
+/// Checks the chain in one pass, from the place up to which retention has removed records to the
+/// noted head.
 class ChainCheck {
   public:
     ChainCheck(SQLite::Database& database, const std::vector<ChainHead>& known, const AuditKey* key)
@@ -66,7 +67,8 @@ class ChainCheck {
     void readKeyPlace() {
         if (key_ == nullptr)
             return;
-        // the place stands with the key: without it nobody can say that an old chain ends elsewhere
+        // the place is stored with the key, so that nobody without the key can claim that the old
+        // chain ends elsewhere
         const ChainHead& begun = key_->begun();
         lastWithoutKey_ = begun.id > 0 && isInChain(begun) ? begun.id : 0;
         if (const std::optional<std::string> mark = markedKey(database_);
@@ -131,7 +133,7 @@ class ChainCheck {
     SQLite::Database& database_;
     const std::vector<ChainHead>& known_;
     const AuditKey* const key_;        ///< may be null
-    std::int64_t lastWithoutKey_ = 0;  ///< number of the record
+    std::int64_t lastWithoutKey_ = 0;  ///< number of the last record made without the key
     Verification result_;
     ChainHead before_;
     std::int64_t removed_ = 0;
@@ -163,7 +165,7 @@ Verification verify(const std::filesystem::path& database, const std::vector<Cha
             keyFile.empty() ? nullptr : AuditKey::read(keyFile);
         const std::unique_ptr<SQLite::Database> opened =
             openForReading(database, LogKind::Security);
-        // one moment of the log, however long the check takes
+        // read one snapshot of the log, however long the check takes
         SQLite::Transaction snapshot(*opened);
         const std::optional<std::string> mark = markedKey(*opened);
         if (key == nullptr && mark)

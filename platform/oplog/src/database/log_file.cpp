@@ -38,8 +38,8 @@ CREATE TABLE head (one INTEGER PRIMARY KEY CHECK (one = 1), id INTEGER NOT NULL,
 CREATE TABLE side_file (name TEXT PRIMARY KEY) STRICT;
 )";
 
-/// A block's id is that of its last record. A gap record, which tells of `missing` records, is a
-/// block of its own.
+/// A row is a block of records. Its id is the number of its last record. A gap record, which stands
+/// for `missing` records, is always a separate block.
 constexpr const char* kOperationSchema = R"(
 CREATE TABLE block (
     id INTEGER PRIMARY KEY,
@@ -55,7 +55,7 @@ CREATE TABLE side_file (name TEXT PRIMARY KEY) STRICT;
 )";
 
 struct Format {
-    /// "KOPL" and "KAUD" in the file's header: another program's database is not taken for ours.
+    /// "KOPL" or "KAUD" in the file's header tells a log from another program's database.
     int applicationId;
     int version;
     const char* schema;
@@ -74,7 +74,7 @@ int pragma(SQLite::Database& database, const char* name) {
 void prepareSchema(SQLite::Database& database, LogKind kind) {
     if (pragma(database, "user_version") != 0)
         return;
-    // two programs may find the file empty at the same moment: the second looks again inside its
+    // two programs may find the file empty at the same moment, so the check is repeated inside the
     // transaction
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     if (pragma(database, "user_version") != 0 ||
@@ -124,7 +124,7 @@ std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& fi
     auto database = std::make_unique<SQLite::Database>(
         util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
         static_cast<int>(busy.count()));
-    // a database of another kind stays as it is: nothing of this is for it
+    // the pragmas would change a database of another kind, which must stay untouched
     if (pragma(*database, "user_version") != 0)
         requireKind(*database, file, kind);
     database->exec("PRAGMA auto_vacuum = INCREMENTAL");
@@ -143,7 +143,7 @@ std::unique_ptr<SQLite::Database> openForWriting(const std::filesystem::path& fi
 
 namespace {
 
-/// A log that another process is making holds nothing for a moment.
+/// Wait up to 1 s for the tables: another process may be creating the log.
 void awaitSchema(SQLite::Database& database) {
     constexpr int kLooks = 100;
     constexpr std::chrono::milliseconds kPause{10};

@@ -59,7 +59,7 @@ void LogStore::takeInSideFiles() {
         if (!readSideFile(each, entries))
             continue;
         SQLite::Transaction transaction(*database_, SQLite::TransactionBehavior::IMMEDIATE);
-        // a file whose records went in but that a crash left there is not taken in twice
+        // a crash may have left the file after its records were imported: import it only once
         SQLite::Statement mark(*database_,
                                "INSERT INTO side_file (name) VALUES (?1) ON CONFLICT DO NOTHING");
         mark.bind(1, name);

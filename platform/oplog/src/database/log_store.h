@@ -9,8 +9,9 @@
 
 namespace kelp::oplog {
 
-/// The database of one log, opened by need and again after every failure, so that it heals by
-/// itself. For one thread. A failure leaves the database as it was and is thrown as LogFailure.
+/// The database of one log. Opens it when it is needed, and again after each failure, so that it
+/// recovers without help. Used by one thread. An operation that fails leaves the database unchanged
+/// and throws LogFailure.
 class LogStore {
   public:
     enum class Damaged { IsSetAside, IsAnError };
@@ -24,13 +25,13 @@ class LogStore {
           damaged_(damaged),
           keyFile_(std::move(keyFile)) {}
 
-    /// Opens the database, if it is not open, and takes in side files.
+    /// Open the database if it is closed, and import side files.
     void open();
-    /// Appends all or none.
+    /// Append all records or none.
     void append(const LogBatch& batch);
     void append(std::vector<LogEntry>& entries);
-    /// Removes a part of what is older than `oldest`, if given, or more than so many bytes. True
-    /// when there may be more to remove.
+    /// Remove some of the records that are older than `oldest` (if given), or some of the oldest
+    /// while the database is larger than `bytesMax`. Returns true if there may be more to remove.
     bool retain(std::uint64_t bytesMax, std::optional<UtcTime> oldest);
 
   private:

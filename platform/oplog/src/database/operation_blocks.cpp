@@ -15,7 +15,7 @@ std::int64_t number(UtcTime time) {
 
 }  // namespace
 
-/// Fills blocks and inserts each that is full.
+/// Fills blocks, and inserts each block when it is full.
 class OperationBlocks::Appending {
   public:
     Appending(SQLite::Statement& insert, std::int64_t lastId) : insert_(insert), lastId_(lastId) {}
@@ -30,7 +30,7 @@ class OperationBlocks::Appending {
         block_.add(viewOf(gap));
         insertRow(gap.missing, gap.time, gap.until);
     }
-    /// The number of the last record.
+    /// Insert the last block. Returns the number of the last record.
     std::int64_t finish() {
         insertBlock();
         return lastId_;
@@ -95,7 +95,7 @@ std::optional<bool> OperationBlocks::removeOldest(std::uint64_t bytesMax,
     return removal->isMore;
 }
 
-/// Also when retention has taken the last block.
+/// The number of the last record, even if retention has removed its block.
 std::int64_t OperationBlocks::readLastId() {
     return database_
         .execAndGet(

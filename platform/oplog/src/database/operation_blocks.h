@@ -4,8 +4,9 @@
 
 namespace kelp::oplog {
 
-/// Several hundred records a row, encoded (see block_codec.h): the operation log. A request may
-/// cost no more than a fraction of a microsecond here; a row a record took several.
+/// The table of the operation log. A row holds several hundred encoded records (see block_codec.h).
+/// This keeps the cost of a request below one microsecond; with one row for each record it was
+/// several.
 class OperationBlocks final : public RecordTable {
   public:
     explicit OperationBlocks(SQLite::Database& database);

@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kMany = 64;
 constexpr int kHashColumn = 14;
 
-/// "(?,?,...), (?,?,...)", one place a column, a group a row.
+/// The text "(?,?,...), (?,?,...)": one group for each row, one place for each column.
 std::string places(std::size_t rows) {
     std::string row = "(?";
     for (int column = 1; column < kHashColumn; ++column)
@@ -25,7 +25,7 @@ std::string insertOf(std::size_t rows) {
     return "INSERT INTO record (" + std::string(kRecordColumns) + ", hash) VALUES " + places(rows);
 }
 
-/// A statement that failed half-way is as good as new afterwards.
+/// Resets the statement before and after use, also if its execution fails.
 class Execution {
   public:
     explicit Execution(SQLite::Statement& statement) : statement_(statement) {

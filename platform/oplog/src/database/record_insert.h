@@ -8,12 +8,12 @@
 
 namespace kelp::oplog {
 
-/// Inserts records, many with one statement where there are many: most of what an insertion costs
-/// is the statement's, not the record's.
+/// Inserts records, if possible many with one statement, because most of the cost is that of
+/// executing a statement.
 class RecordInsert {
   public:
     explicit RecordInsert(SQLite::Database& database);
-    /// The entries with the hash of each, in their order.
+    /// Insert the entries with their hashes, in the same order.
     void insert(const std::vector<LogEntry>& entries, const std::vector<std::string>& hashes);
 
   private:

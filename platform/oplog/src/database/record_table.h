@@ -10,19 +10,20 @@
 
 namespace kelp::oplog {
 
-/// How a log's records lie in its database, for the one thread that writes it. All but committed()
-/// is called inside a transaction of the caller's.
+/// How a log's records are stored in its database. Used by the thread that writes the log. The
+/// caller calls everything except committed() inside a transaction.
 class RecordTable {
   public:
     virtual ~RecordTable() = default;
 
-    /// Records that come from elsewhere than the queue.
+    /// Append records that do not come from the queue.
     virtual void append(std::vector<LogEntry>& entries) = 0;
     virtual void append(const LogBatch& batch) = 0;
-    /// See retention.h. Nothing: none had to go; else whether there may be more to remove.
+    /// See retention.h. Returns nothing if no record had to be removed, otherwise whether there may
+    /// be more to remove.
     virtual std::optional<bool> removeOldest(std::uint64_t bytesMax,
                                              std::optional<UtcTime> oldest) = 0;
-    /// What was appended and removed is in the database.
+    /// Called after the caller has committed the transaction.
     virtual void committed() = 0;
 };
 

@@ -6,9 +6,10 @@ namespace kelp::oplog {
 
 namespace {
 
-/// A transaction's part, so that the writing never waits long for the removal.
+/// Maximum number of records removed in one transaction, so that the removal does not delay the
+/// writing for long.
 constexpr std::int64_t kRecordsAtOnce = 20000;
-/// Of what is there, when there is too much of it.
+/// The share that is removed when the database is too large: one twentieth of the records.
 constexpr std::int64_t kPart = 20;
 
 std::int64_t number(SQLite::Database& database, const std::string& query) {
@@ -21,10 +22,11 @@ bool isTooLarge(SQLite::Database& database, std::uint64_t bytesMax) {
     return static_cast<std::uint64_t>(pages * number(database, "PRAGMA page_size")) > bytesMax;
 }
 
-/// The first row that is young enough, or the one after the last.
+/// The id of the first row that is not older than `oldest`, or the one after the last row.
 std::int64_t firstYoung(SQLite::Database& database, const AgeingTable& table, UtcTime oldest,
                         std::int64_t lastId) {
-    // by the order of the rows, not by the index of times: it ends at the first young one
+    // the "+" keeps SQLite from using the index of times: in the order of the ids the search ends
+    // at the first match
     SQLite::Statement query(database, std::string("SELECT id FROM ") + table.name + " WHERE +" +
                                           table.time + " >= ?1 ORDER BY id LIMIT 1");
     query.bind(1, static_cast<std::int64_t>(oldest.time_since_epoch().count()));

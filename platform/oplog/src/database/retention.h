@@ -7,25 +7,25 @@
 
 namespace kelp::oplog {
 
-/// A table whose rows have an `id` that grows with their age: of a record, or of the last record of
-/// several.
+/// A table whose ids grow with time. A row is one record, or a block whose id is that of its last
+/// record.
 struct AgeingTable {
     const char* name;
-    const char* time;  ///< the column, in milliseconds
-    const char* hash;  ///< the column, or what stands for it
+    const char* time;  ///< name of the column with the time in ms
+    const char* hash;  ///< name of the column with the hash, or an SQL expression instead
 };
 constexpr AgeingTable kRows{"record", "time_ms", "hash"};
 constexpr AgeingTable kBlocks{"block", "until_ms", "''"};
 
-/// What retention has removed.
+/// What removeOldest() removed.
 struct Removal {
-    ChainHead last;       ///< of the youngest row
+    ChainHead last;       ///< the newest row that was removed
     bool isMore = false;  ///< there may be more to remove
 };
 
-/// Removes the oldest rows, a bounded number of records, inside the caller's transaction: those
-/// before the first one that is not older than `oldest` (if given), and a part of all while they
-/// take more than so many bytes. None: none had to go.
+/// Remove a limited number of the oldest rows inside the caller's transaction: rows before the
+/// first one that is not older than `oldest` (if given), and one twentieth of all rows if the
+/// database is larger than `bytesMax`. Returns nothing if no row had to be removed.
 std::optional<Removal> removeOldest(SQLite::Database& database, const AgeingTable& table,
                                     std::uint64_t bytesMax, std::optional<UtcTime> oldest);
 

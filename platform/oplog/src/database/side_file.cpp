@@ -40,7 +40,7 @@ std::string lineOf(const LogEntry& entry) {
     return line.dump() + "\n";
 }
 
-/// Throws Json::exception for a line that is none of ours.
+/// Throws Json::exception for a line that is not a record.
 LogEntry entryOf(const std::string& text) {
     const Json line = Json::parse(text);
     const auto time = [&line](const char* key) {
@@ -75,7 +75,7 @@ void writeAll(int descriptor, const std::string& text) {
     }
 }
 
-/// All or nothing. Throws LogFailure.
+/// Write the whole file or none. Throws LogFailure.
 void writeTo(const std::filesystem::path& file, const std::string& text) {
     std::string problem;
     const util::Descriptor made = util::openPrivateFile(file, O_EXCL, problem);

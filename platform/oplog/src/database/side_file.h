@@ -7,16 +7,16 @@
 
 namespace kelp::oplog {
 
-/// Writes records that found no way into the database to a file of their own (mode 0600, a JSON
-/// object a line): beside the database, or, when that fails, in the folder of temporary files.
-/// Returns its name; throws LogFailure.
+/// Write records that could not be written to the database to a separate file (mode 0600, one JSON
+/// object a line). The file is next to the database, or, if that fails, in the folder of temporary
+/// files. Returns its path. Throws LogFailure.
 std::filesystem::path writeSideFile(const std::filesystem::path& database,
                                     std::vector<LogEntry> entries);
 
-/// The side files beside a database, the oldest first.
+/// The side files next to a database, the oldest first.
 std::vector<std::filesystem::path> sideFilesOf(const std::filesystem::path& database);
-/// Appends the records of one; lines that make no sense are traced and left out. False, traced,
-/// when the file cannot be read.
+/// Append the records of a side file to `entries`. Invalid lines are traced and skipped. If the
+/// file cannot be read, the failure is traced and the result is false.
 bool readSideFile(const std::filesystem::path& file, std::vector<LogEntry>& entries);
 
 }  // namespace kelp::oplog

@@ -27,7 +27,7 @@ void LogCursor::begin(const LogQuery& query, const LogFilter& filter) {
         filter_ = &filter;
         page_.clear();
         at_ = 0;
-        // what is written meanwhile does not make the search endless
+        // records written during the search do not make it longer
         last_ = pages_->lastId();
         from_ = query.since ? pages_->firstIdSince(*query.since) : 0;
         if (query.newest > 0)
@@ -35,7 +35,7 @@ void LogCursor::begin(const LogQuery& query, const LogFilter& filter) {
     });
 }
 
-/// From the end: begins at the wanted record with `count` - 1 of them behind it.
+/// Search backwards for the first of the newest `count` matching records.
 void LogCursor::findNewest(std::uint64_t count) {
     newest_ = 0;
     for (std::int64_t to = last_; to >= from_;) {

@@ -11,16 +11,17 @@
 
 namespace kelp::oplog {
 
-/// The matching records of one database, one after the other. Throws LogFailure.
+/// Iterates over the matching records of one database. Throws LogFailure.
 class LogCursor {
   public:
     LogCursor(const std::filesystem::path& file, LogKind kind);
 
-    /// Begins a search. `filter` must outlive it.
+    /// Begin a search. `filter` must exist until the search ends.
     void begin(const LogQuery& query, const LogFilter& filter);
-    /// How many of the newest records that query.newest asks for are here; counted by begin().
+    /// With query.newest: the number of matching records in this database, at most query.newest.
+    /// Set by begin().
     std::uint64_t newest() const { return newest_; }
-    /// The record that is next; null behind the last one.
+    /// The current record; null after the last one.
     const LogEntry* next();
     void advance();
 
@@ -37,7 +38,7 @@ class LogCursor {
     std::int64_t last_ = 0;
     std::uint64_t newest_ = 0;
     std::vector<LogEntry> page_;
-    std::size_t at_ = 0;  ///< in page_
+    std::size_t at_ = 0;  ///< index in page_
 };
 
 }  // namespace kelp::oplog

@@ -15,7 +15,8 @@ bool isOrAny(const std::string& wanted, const std::string& text) {
     return wanted.empty() || wanted == text;
 }
 
-/// An address without a port stands for it with any port; an IPv6 one stands in brackets then.
+/// An address without a port matches it with any port. An IPv6 address is in brackets if a port
+/// follows.
 bool isAt(const std::string& wanted, std::string_view address) {
     return address == wanted || address.starts_with(wanted + ":") ||
            address.starts_with("[" + wanted + "]");

@@ -4,7 +4,7 @@
 
 namespace kelp::oplog {
 
-/// Whether a record is wanted.
+/// Decides whether a record matches a query.
 class LogFilter {
   public:
     explicit LogFilter(const LogQuery& query);
@@ -13,7 +13,7 @@ class LogFilter {
   private:
     bool isInTime(const LogEntry& entry) const;
 
-    LogQuery query_;  ///< its texts as the log keeps them
+    LogQuery query_;  ///< its texts are escaped as in the log
 };
 
 }  // namespace kelp::oplog

@@ -13,7 +13,7 @@ struct LogReader::State {
     std::vector<LogCursor> parts;
     std::string problem;
 
-    /// The part whose next record is the oldest; null when there is no more.
+    /// The part whose next record is the oldest; null after the last record.
     LogCursor* oldest() {
         LogCursor* found = nullptr;
         for (LogCursor& each : parts) {
@@ -36,7 +36,7 @@ LogReader::LogReader(const std::filesystem::path& database, LogKind kind)
     try {
         state_->parts.emplace_back(beside, kind);
     } catch (const LogFailure& failure) {
-        // what is known of those who were logged in is to be had in any case
+        // the records of callers with a log-in can be read in any case
         state_->problem = failure.what();
     }
 }
@@ -55,7 +55,7 @@ std::uint64_t LogReader::search(const LogQuery& query,
         each.begin(query, filter);
         found += each.newest();
     }
-    // each part has found as many as are wanted together
+    // each part found up to query.newest records, so skip the oldest of them
     std::uint64_t tooOld = query.newest > 0 && found > query.newest ? found - query.newest : 0;
     std::uint64_t given = 0;
     while (LogCursor* const part = state_->oldest()) {

@@ -23,7 +23,7 @@ class Pages : public RecordPages {
     }
 
   protected:
-    /// What the query gives for `bound` first parameters.
+    /// Prepare the query and bind its first parameters to `bound`.
     SQLite::Statement prepared(const std::string& query,
                                std::initializer_list<std::int64_t> bound) {
         SQLite::Statement statement(database_, query);

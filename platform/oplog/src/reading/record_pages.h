@@ -9,18 +9,18 @@
 
 namespace kelp::oplog {
 
-/// The records of a log, some at a time; nothing of the database stays held in between. Throws
+/// Reads the records of a log page by page. No transaction stays open between two pages. Throws
 /// SQLite::Exception and LogFailure.
 class RecordPages {
   public:
     virtual ~RecordPages() = default;
 
-    /// 0 when there are none.
+    /// The number of the last record; 0 if there are none.
     virtual std::int64_t lastId() = 0;
-    /// The number before which no record is, even partly, of that time or later.
+    /// All records with lower numbers are older than `since`. A gap record counts by its end.
     virtual std::int64_t firstIdSince(UtcTime since) = 0;
-    /// Some of the records from `from` to `to`, in order and without a gap: the first of them, or
-    /// the last. Empty when there is none.
+    /// A part of the records from `from` to `to`, in order and without gaps: first() returns the
+    /// beginning, last() the end. Empty if there are none.
     virtual std::vector<LogEntry> first(std::int64_t from, std::int64_t to) = 0;
     virtual std::vector<LogEntry> last(std::int64_t from, std::int64_t to) = 0;
 };

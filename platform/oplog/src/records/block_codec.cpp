@@ -88,9 +88,10 @@ void BlockEncoder::add(const RecordView& record) {
     ++count_;
 }
 
-/// Adds the text's place, or the text if the block has none of its kind.
+/// Append the number of the text if the block holds it already, otherwise the text itself.
 BlockEncoder::Held BlockEncoder::held(std::string_view text, std::size_t bytesMax) {
-    // what the block holds is escaped already, and escaping it again would not change it
+    // texts in the block are escaped; a text that equals one of them does not change when it is
+    // escaped again
     if (const auto known = places_.find(text); known != places_.end() && text.size() <= bytesMax) {
         addNumber(bytes_, known->second);
         return {known->first, known->second};

@@ -11,13 +11,16 @@
 
 namespace kelp::oplog {
 
-/// Encodes records that stand together, about a dozen bytes each. All numbers are variable-length
-/// (7 bits a byte, low ones first, the top bit set in all but the last).
+/// Encodes consecutive records, about a dozen bytes each. Numbers have a variable length: 7 bits a
+/// byte, low bits first, and the top bit is set in all bytes except the last.
 ///
-/// A record is: its time in ms after the one before (after 1970 for the first), zigzag; its
-/// duration in us plus one, 0 for none; its texts, each the place of one that the block holds
-/// already, counted from 1, or 0, the length and the bytes of a new one. Texts are escaped and
-/// bounded as the log keeps them.
+/// A record consists of
+/// - its time in ms since the previous record (the first: since 1970), zigzag-encoded;
+/// - its duration in us plus one, or 0 if it has none;
+/// - its texts: for each the number, counted from 1, of an equal text that the block holds already;
+/// or 0, the length and the bytes of a new text.
+///
+/// Texts are escaped and truncated as in the log.
 class BlockEncoder {
   public:
     void add(const RecordView& record);
@@ -35,7 +38,7 @@ class BlockEncoder {
         }
     };
     struct Held {
-        std::string_view text;  ///< of places_
+        std::string_view text;  ///< refers to a text in places_
         std::uint64_t place = 0;
     };
     Held held(std::string_view text, std::size_t bytesMax);
@@ -46,11 +49,13 @@ class BlockEncoder {
     UtcTime earliest_{};
     UtcTime latest_{};
     std::unordered_map<std::string, std::uint64_t, Hash, std::equal_to<>>
-        places_;                                ///< of the texts
-    std::array<Held, RecordView::Texts> last_;  ///< most records say what the one before said
+        places_;  ///< the number of each text
+    std::array<Held, RecordView::Texts>
+        last_;  ///< texts of the previous record, because the next one has mostly the same
 };
 
-/// The records of a block. Throws LogFailure, without a file's name, for bytes that are none.
+/// Decode the records of a block. Throws LogFailure, which does not name the file, for invalid
+/// bytes.
 std::vector<LogEntry> decodeBlock(std::string_view bytes, std::size_t records);
 
 }  // namespace kelp::oplog

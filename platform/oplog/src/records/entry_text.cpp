@@ -13,7 +13,7 @@ constexpr std::array kColumns = {"id",         "time",       "user",   "nmsAddre
                                  "operation",  "objectKind", "object", "outcome",    "detail",
                                  "durationUs", "missing",    "until"};
 
-/// The fields in the order of the columns; what the entry does not have is empty.
+/// The fields in the order of the columns. A field that the entry does not have is empty.
 std::array<std::string, kColumns.size()> fieldsOf(const LogEntry& entry) {
     const bool isGap = entry.missing > 0;
     return {std::to_string(entry.id),

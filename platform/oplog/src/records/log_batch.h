@@ -7,7 +7,7 @@
 
 namespace kelp::oplog {
 
-/// What goes to the disk in one transaction: records, or a gap record alone.
+/// The content of one transaction: records, or a single gap record.
 struct LogBatch {
     std::vector<PackedRecords> pieces;
     std::optional<LogEntry> gap;
@@ -21,7 +21,7 @@ struct LogBatch {
     bool empty() const { return pieces.empty() && !gap; }
 };
 
-/// The batch's entries behind those that are there.
+/// Append the batch's records to `entries`.
 void appendEntries(const LogBatch& batch, std::vector<LogEntry>& entries);
 
 }  // namespace kelp::oplog

@@ -109,7 +109,7 @@ const char* wordOf(ObjectKind kind) {
 
 void cut(LogEntry& entry) {
     for (const TextField& field : kTextFields) {
-        // a byte too many, so that the escaping marks the text as cut
+        // one byte more than allowed, so that escape() marks the text as truncated
         if (std::string& text = entry.*field.text; text.size() > field.bytesMax) {
             text.resize(field.bytesMax + 1);
             text.shrink_to_fit();

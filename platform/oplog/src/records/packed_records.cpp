@@ -10,11 +10,11 @@ namespace kelp::oplog {
 
 namespace {
 
-/// Some hundred records; a batch is made of several such pieces.
+/// 64 KiB, some hundred records. A batch consists of several such pieces.
 constexpr std::size_t kEnoughBytes = 64 * 1024;
 constexpr std::int64_t kUnknown = -1;
 
-/// What stands before a record's texts. Only this process reads it.
+/// The header before each record's texts. It never leaves this process.
 struct Head {
     std::int64_t time;
     std::int64_t duration;
@@ -59,7 +59,7 @@ void PackedRecords::add(const RecordView& record) {
               record.duration ? record.duration->count() : kUnknown,
               {}};
     for (std::size_t i = 0; i < RecordView::Texts; ++i)
-        // a byte too many, so that the escaping marks the text as cut
+        // one byte more than allowed, so that escape() marks the text as truncated
         head.lengths[i] = static_cast<std::uint16_t>(
             std::min(record.texts[i].size(), kTextFields[i].bytesMax + 1));
     bytes_.append(reinterpret_cast<const char*>(&head), sizeof head);

@@ -9,7 +9,7 @@
 
 namespace kelp::oplog {
 
-/// A record whose texts are borrowed. Their order is that of LogEntry's fields.
+/// A record whose texts belong to somebody else. The texts are in the order of LogEntry's fields.
 struct RecordView {
     enum Text : std::size_t {
         User,
@@ -28,19 +28,19 @@ struct RecordView {
     std::array<std::string_view, Texts> texts;
 };
 
-/// No gap record, which has more to tell.
+/// Not for a gap record, which has more fields.
 RecordView viewOf(const LogEntry& entry);
 LogEntry entryOf(const RecordView& record);
 
-/// Records one behind the other in one piece of memory: taking one in allocates nothing, and all of
-/// them move at once. Texts that are too long are cut.
+/// Records in one block of memory. Adding a record allocates nothing, and all records are moved
+/// together. Texts that are too long are truncated.
 class PackedRecords {
   public:
     void add(const RecordView& record);
     std::size_t count() const { return count_; }
     bool isFull() const;
 
-    /// Their views, in order, borrowed from here.
+    /// Call `take` with a view of each record, in order. The views refer to this object.
     template <class Take>
     void forEach(Take take) const {
         for (std::string_view rest = bytes_; !rest.empty();)

@@ -7,7 +7,7 @@
 namespace kelp::oplog {
 
 namespace {
-/// How long a batch grows after its first record.
+/// A batch is taken 100 ms after its first record, or when 5,000 records are waiting.
 constexpr std::chrono::milliseconds kGather{100};
 constexpr std::size_t kGatherEnough = 5000;
 }  // namespace

@@ -11,35 +11,38 @@
 
 namespace kelp::oplog {
 
-/// Records on their way to the disk: any thread puts, the log's thread takes. Records taken count
-/// as waiting until done(), so that the bound holds for both together.
+/// Records that wait for the disk. Any thread puts records in, and the log's thread takes them out.
+/// Records that were taken out count as waiting until done(), so that the limit applies to all
+/// records in memory.
 class LogQueue {
   public:
     LogQueue(std::size_t max, std::chrono::milliseconds stallMax)
         : max_(max), stallMax_(stallMax) {}
 
-    /// False when the record found no place (it is counted in a gap record) or the queue is closed.
+    /// Return false if the queue is closed or the record found no room. In the latter case it is
+    /// counted in a gap record.
     bool put(const RecordView& record);
-    /// No more records; whoever waits for a place goes on.
+    /// Accept no more records. Threads that wait for room stop waiting.
     void close();
 
-    /// Waits for records, and then a little longer for more of them, up to `most` or a piece more.
-    /// A gap record comes alone, so that it can grow until all before it is written. Empty when
-    /// `idle` has passed or the queue is closed and empty.
+    /// Wait up to `idle` for records, then up to 100 ms for more of them. Returns `most` records or
+    /// slightly more, because pieces are not divided. Returns a gap record alone, so that it can
+    /// grow until all records before it are written. Returns nothing after `idle`, or when the
+    /// queue is closed and empty.
     LogBatch take(std::size_t most, std::chrono::milliseconds idle);
-    /// A gap record that was taken and not written goes back to its place, to grow further. False:
-    /// the batch is none.
+    /// Put a gap record that could not be written back to its place, where it can grow. Returns
+    /// false if the batch is not a gap record.
     bool reopenGap(const LogBatch& batch);
-    /// All that is there, without waiting.
+    /// Return all records without waiting for more.
     std::deque<LogBatch> takeRest();
-    /// What was taken is written, or given up for the side file.
+    /// Report that the records taken out are written, or with `isAside` in the side file.
     void done(bool isAside);
 
     void wake();
     bool isClosed() const;
-    /// Waits; true at once when the queue is closed.
+    /// Wait for close(). Returns false after `time`.
     bool closedWithin(std::chrono::milliseconds time);
-    /// Waits until nothing waits.
+    /// Wait until no record is waiting. Returns false after `time`.
     bool emptyWithin(std::chrono::milliseconds time);
     void setFails(bool fails);
     LogCounts counts() const;
@@ -47,29 +50,30 @@ class LogQueue {
   private:
     bool waitForRoom(std::unique_lock<std::mutex>& lock);
     void countMissing(UtcTime time);
-    /// A closed queue is not empty before those who waited for a place have been counted.
+    /// Wait until all threads that waited for room have been counted. Until then a closed queue is
+    /// not empty.
     void awaitWaiters(std::unique_lock<std::mutex>& lock);
     std::size_t waiting() const;
     LogBatch moveOut(std::size_t most);
 
     const std::size_t max_;
     const std::chrono::milliseconds stallMax_;
-    mutable std::mutex mutex_;  // guards what follows
+    mutable std::mutex mutex_;  // guards all members below
     std::condition_variable filled_;
     std::condition_variable room_;
     std::condition_variable written_;
-    /// A piece of records, or the gap record, of which there is one at most.
+    /// A piece of records or the gap record. There is at most one gap record.
     struct Item {
         PackedRecords records;
         std::unique_ptr<LogEntry> gap;
     };
     std::deque<Item> items_;
-    LogEntry* gap_ = nullptr;  ///< the gap record among the items
-    std::size_t inItems_ = 0;  ///< records, without the gap record
-    std::size_t inHand_ = 0;   ///< records taken and not yet done
+    LogEntry* gap_ = nullptr;  ///< the gap record in `items_`, if any
+    std::size_t inItems_ = 0;  ///< number of records in `items_`, without the gap record
+    std::size_t inHand_ = 0;   ///< number of records taken out and not done yet
     bool inHandHasGap_ = false;
-    std::size_t waiters_ = 0;  ///< threads that wait for a place
-    bool hasStalled_ = false;  ///< one has waited in vain since there was room
+    std::size_t waiters_ = 0;  ///< number of threads that wait for room
+    bool hasStalled_ = false;  ///< a thread has waited in vain, and there was no room since
     bool closed_ = false;
     bool woken_ = false;
     LogCounts counts_;

@@ -7,7 +7,8 @@ namespace kelp::oplog {
 
 namespace {
 
-/// A second of a flood, as far as the rate of requests without a log-in lets it through.
+/// Room for about one second of a flood of requests without a log-in: their rate limit lets no more
+/// through.
 constexpr std::size_t kQueueBeforeLogIn = 20000;
 
 const NS_BUNDLEMGR1::ConfigStore& config() {
@@ -18,7 +19,7 @@ std::uint64_t bytesOf(const char* mibKey) {
     return static_cast<std::uint64_t>(config().integer(mibKey)) << 20;
 }
 
-/// "oplog.db" with "-suffix" is "oplog-suffix.db".
+/// "oplog.db" with the suffix "audit" becomes "oplog-audit.db".
 std::filesystem::path beside(const std::filesystem::path& database, const std::string& suffix) {
     return database.parent_path() /
            (database.stem().string() + "-" + suffix + database.extension().string());

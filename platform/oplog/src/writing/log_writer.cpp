@@ -20,7 +20,7 @@ constexpr milliseconds kBusy{250};
 constexpr milliseconds kIdle{1000};
 constexpr milliseconds kFirstPause{50};
 constexpr milliseconds kLongestPause{1000};
-/// A stop is not held up by a database that fails for longer.
+/// Maximum time that a stop waits for a database that fails.
 constexpr milliseconds kStopPatience{2000};
 constexpr std::chrono::minutes kRetentionEvery{60};
 
@@ -89,7 +89,7 @@ bool LogWriter::writeUntilDone(const LogBatch& batch) {
         else if (giveUpAt)
             std::this_thread::sleep_for(kFirstPause);
         pause = std::min(pause * 2, kLongestPause);
-        // what goes missing meanwhile belongs to the same gap
+        // records that are dropped in the meantime belong to the same gap
         if (!giveUpAt && queue_.reopenGap(batch))
             return true;
     }

@@ -8,7 +8,7 @@
 
 namespace kelp::oplog {
 
-/// A log's queue, its database and the thread between them.
+/// The queue and the database of a log, and the thread that moves records from one to the other.
 class LogWriter {
   public:
     LogWriter(const LogSettings& settings, LogKind kind);
@@ -33,15 +33,16 @@ class LogWriter {
     void trace(const std::string& text) const;
 
     const std::filesystem::path file_;
-    const std::string name_;  ///< as traces begin
+    const std::string name_;  ///< beginning of each trace line
     LogQueue queue_;
-    LogStore store_;                  // the thread's own
-    bool fails_ = false;              // the thread's own
-    Clock::time_point checkAgain_{};  // the thread's own: when retention looks again without cause
-    std::mutex retentionMutex_;       // guards the next two
+    LogStore store_;      // used by the thread only
+    bool fails_ = false;  // used by the thread only
+    Clock::time_point
+        checkAgain_{};  // used by the thread only: when the age of the records is checked again
+    std::mutex retentionMutex_;  // guards the next two members
     Retention retention_;
     bool isRetentionNew_ = false;
-    std::mutex stopMutex_;  // one stop at a time
+    std::mutex stopMutex_;  // held during a stop: one stop at a time
     std::thread thread_;
 };
 

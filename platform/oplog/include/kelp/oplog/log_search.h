@@ -14,35 +14,36 @@ namespace kelp::oplog {
 
 enum class LogKind { Operations, Security };
 
-/// Which records are wanted: those that meet every condition given. Gap records meet all but times.
+/// Selects the records that meet every given condition. A gap record only has to meet the times.
 struct KELP_EXPORT LogQuery {
     std::optional<UtcTime> since;  ///< at this moment or later
     std::optional<UtcTime> until;  ///< before this moment
     std::string user;
-    std::string address;       ///< of the session or of the connection; without a port: any port
-    std::string operation;     ///< in the security log the event's word
-    std::string outcome;       ///< "failed" stands for every known outcome but "ok"
-    std::uint64_t newest = 0;  ///< no more than so many, the newest; 0 all
+    std::string
+        address;  ///< of the session or of the connection; without a port it matches any port
+    std::string operation;     ///< in the security log: the event's name
+    std::string outcome;       ///< "failed" matches every known outcome except "ok"
+    std::uint64_t newest = 0;  ///< at most this number of records, the newest ones; 0: all
 };
 
-/// Reads a log, of this process or another, while it is written: the writer never waits for a
-/// reader, and a reader that is slow keeps no snapshot of the database. With the operation log its
-/// part for callers without a log-in is read, if there is one; the records of both are given in the
-/// order of their times, and their numbers are those of the part that each is in.
+/// Reads a log of this or another process, also while it is being written. The writer never waits
+/// for a reader. A slow reader does not keep a snapshot of the database open. If the operation log
+/// has a part for callers without a log-in, both are read: records come in the order of their
+/// times, and each has its number in its own part.
 class KELP_EXPORT LogReader {
   public:
-    /// Throws std::runtime_error with one sentence when there is no log of that kind.
+    /// Throws std::runtime_error with one sentence if there is no log of that kind.
     LogReader(const std::filesystem::path& database, LogKind kind);
     ~LogReader();
     LogReader(const LogReader&) = delete;
     LogReader& operator=(const LogReader&) = delete;
 
-    /// Why the part for callers without a log-in is not read, in one sentence; empty when it is, or
-    /// when there is none.
+    /// Why the part for callers without a log-in cannot be read, as one sentence. Empty if it can
+    /// be read or does not exist.
     const std::string& problem() const;
 
-    /// Gives the matching records in the order of the log; `take` answers whether it wants more.
-    /// Throws std::runtime_error with one sentence. Returns how many were given.
+    /// Pass the matching records to `take`, in the order of the log, until it returns false.
+    /// Returns the number of records passed. Throws std::runtime_error with one sentence.
     std::uint64_t search(const LogQuery& query, const std::function<bool(const LogEntry&)>& take);
 
   private:
@@ -50,9 +51,8 @@ class KELP_EXPORT LogReader {
     std::unique_ptr<State> state_;
 };
 
-/// A record as one line of JSON (with the keys of csvHeader()) and as one line of CSV (RFC 4180),
-/// without the line's end. Fields that a record does not have are empty in CSV and left out in
-/// JSON.
+/// A record as one line of JSON (with the keys of csvHeader()) or of CSV (RFC 4180), without the
+/// line end. A field that a record does not have is empty in CSV and left out in JSON.
 KELP_EXPORT std::string jsonOf(const LogEntry& entry);
 KELP_EXPORT std::string csvOf(const LogEntry& entry);
 KELP_EXPORT std::string csvHeader();

@@ -9,37 +9,36 @@
 
 namespace kelp::oplog {
 
-/// How long records are kept. Both limits hold; the oldest records go first.
+/// How long records are kept. Both limits apply. The oldest records are removed first.
 struct KELP_EXPORT Retention {
     std::chrono::days age{180};
-    std::uint64_t bytes = 1024u << 20;  ///< of a log's database, without what SQLite has free in it
+    std::uint64_t bytes = 1024u << 20;  ///< size of a log's database, without the free pages in it
 };
 
-/// Where a log is and how it behaves.
+/// Where a log is stored and how it behaves.
 struct KELP_EXPORT LogSettings {
     std::filesystem::path database;
-    /// Of the security log: the file with the key of its chain, made when it is missing. Empty: a
-    /// chain without a key.
+    /// Only for the security log: the file with the key of its chain, created if it is missing.
+    /// Empty: the chain has no key.
     std::filesystem::path auditKeyFile;
     Retention retention;
-    std::size_t queueMax = 200000;             ///< records that wait for the disk
-    std::chrono::milliseconds stallMax{2000};  ///< for a place in a full queue; 0 never waits
+    std::size_t queueMax = 200000;  ///< maximum number of records that wait for the disk
+    std::chrono::milliseconds stallMax{
+        2000};  ///< maximum time that a record waits for room in a full queue; 0: it never waits
 };
 
-/// The table [oplog] of the configuration: the operation log, and the security log in a database
-/// beside it
-/// ("oplog.db", "oplog-audit.db"), with the same limits and its key.
+/// The settings of the table [oplog] of the configuration. The security log is a database next to
+/// that of the operation log ("oplog.db", "oplog-audit.db") with the same limits and with its key.
 KELP_EXPORT LogSettings configuredOperationLog();
 KELP_EXPORT LogSettings configuredSecurityLog();
-/// The operation log's part for callers without a log-in: a database beside the other, with a size
-/// of its own and a queue in which no request waits for a place.
+/// The operation log's part for callers without a log-in: a database next to that of the operation
+/// log, with a separate size limit. No request waits for room in its queue.
 KELP_EXPORT LogSettings configuredLogBeforeLogIn();
-/// Records of that part that stand individually within a minute, of one outcome and caller's
-/// address.
+/// Maximum number of individual records in that part for one outcome and one caller's address
+/// within a minute.
 KELP_EXPORT unsigned configuredRecordsBeforeLogIn();
 
-/// The database beside that of an operation log which is its part for callers without a log-in
-/// ("oplog-before-login.db").
+/// The path of that part for an operation log: "oplog-before-login.db" next to "oplog.db".
 KELP_EXPORT std::filesystem::path partBeforeLogIn(const std::filesystem::path& operationLog);
 
 }  // namespace kelp::oplog

@@ -12,69 +12,72 @@
 
 namespace kelp::oplog {
 
-/// One request, as whoever served it knows it. Texts may be a peer's: they are cut and escaped by
-/// the log.
+/// One request as its server knows it. Texts may come from a peer: the log truncates and escapes
+/// them.
 struct KELP_EXPORT OperationRecord {
-    UtcTime time = now();    ///< when the request came in
+    UtcTime time = now();    ///< when the request was received
     std::string user;        ///< session user; empty before the log-in
     std::string nmsAddress;  ///< address and port in the session's name
     std::string peer;        ///< address and port of the connection
     std::string operation;
     ObjectKind objectKind = ObjectKind::Unknown;
     std::string object;   ///< such as the manager's name
-    std::string outcome;  ///< "ok" or the exception's name; empty when not known
-    std::string detail;   ///< of a record that stands for several requests: how many, until when
+    std::string outcome;  ///< "ok" or the exception's name; empty if it is not known
+    std::string detail;  ///< of a record that stands for several requests: their number and the end
+                         ///< of the period
     std::optional<std::chrono::microseconds> duration;
 };
 
-/// What became of the records since the log was opened: taken = written + missing + aside +
-/// waiting.
+/// Numbers of records since the log was opened: taken = written + missing + aside + waiting.
 struct KELP_EXPORT LogCounts {
-    std::uint64_t taken = 0;    ///< handed over before the stop
+    std::uint64_t taken = 0;    ///< passed to the log before the stop
     std::uint64_t written = 0;  ///< in the database
-    std::uint64_t missing = 0;  ///< no room in the queue; a gap record tells how many
-    std::uint64_t aside = 0;  ///< in a side file (or, its disk being full too, lost) since the stop
+    std::uint64_t missing =
+        0;  ///< dropped because the queue was full; a gap record holds their number
+    std::uint64_t aside = 0;  ///< written to a side file at the stop (or lost, if that failed too)
     std::uint64_t waiting = 0;
-    bool fails = false;  ///< the last attempt to write did
+    bool fails = false;  ///< the last attempt to write failed
 };
 
 class LogWriter;
 
-/// The log of requests: a SQLite database that one thread of its own writes in batches. A batch is
-/// written at most 100 ms after its first record came in; that is what a process that is killed
-/// loses.
+/// The log of requests: a SQLite database that a separate thread writes in batches. A batch is
+/// written at most 100 ms after its first record was received. If the process is killed it loses at
+/// most these records.
 ///
-/// While the database cannot be written (disk full, locked, unreachable), which is traced once,
-/// records wait in a bounded queue and the writing is tried again by itself, at least once a
-/// second. When the queue is full, a record waits for a place for `stallMax` at most, and once one
-/// has waited in vain no other waits until there is room again; what finds no place is counted in
-/// one gap record, which stands where the records are missing. A damaged database is set aside
-/// under another name and a new one begun; a file that is no log of this kind is left alone, as an
-/// outage.
+/// While the database cannot be written (disk full, locked, unreachable), records wait in a bounded
+/// queue. The outage is traced once. The writing is retried at least once a second. When the queue
+/// is full, a record waits up to `stallMax` for room. After one record has waited in vain, no other
+/// record waits until there is room again. All records that find no room are counted in one gap
+/// record, which is stored at the place of the missing records.
+///
+/// A damaged database is renamed, and a new one is created. A file that is not a log of this kind
+/// is left as it is, and writing fails as in an outage.
 class KELP_EXPORT OperationLog {
   public:
-    /// Starts the thread, which opens or makes the database (mode 0600): nothing waits for the disk
-    /// here.
+    /// Start the thread, which opens or creates the database (mode 0600). The constructor itself
+    /// does not wait for the disk.
     explicit OperationLog(const LogSettings& settings);
-    /// stop().
+    /// Calls stop().
     ~OperationLog();
     OperationLog(const OperationLog&) = delete;
     OperationLog& operator=(const OperationLog&) = delete;
 
-    /// Takes a record. Any thread; never throws, never waits for the disk, and for a place in the
-    /// queue at most `stallMax`. False: the record is missing, counted.
+    /// Accept a record. Any thread may call it. Never throws and never waits for the disk; waits at
+    /// most `stallMax` for room in the queue. Returns false if the record was dropped; it is then
+    /// counted as missing.
     bool write(const OperationRecord& record) noexcept;
 
-    /// New limits, applied at once by the log's thread.
+    /// Set new limits, which the log's thread applies at once.
     void setRetention(const Retention& retention);
-    /// Waits until no record waits for the disk. False at the deadline.
+    /// Wait until all records are on the disk. Returns false at the deadline.
     bool flush(std::chrono::milliseconds deadline);
     LogCounts counts() const;
 
-    /// Takes no more records, writes everything that waits and ends the thread. When the database
-    /// fails for 2 s on end, what is left goes to a side file beside it (where that fails: in the
-    /// folder of temporary files, its name being traced), which is taken into the database when the
-    /// log is next opened.
+    /// Accept no more records, write all waiting records and end the thread. If writing fails for 2
+    /// s, the remaining records go to a side file next to the database, or, if that fails too, in
+    /// the folder of temporary files; the name of the file is traced. The next opening of the log
+    /// imports a side file that is next to the database.
     void stop();
 
   private:

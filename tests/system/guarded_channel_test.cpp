@@ -1,5 +1,6 @@
-// Who goes on receiving events and who does not, with the host, the operator's tool and NMS as
-// processes of their own. An NMS at another address than 127.0.0.1 calls through a relay.
+// Which consumers continue to receive events and which are dropped. The host, the operator's tool
+// and the NMS are separate processes. An NMS at another address than 127.0.0.1 calls through a
+// relay.
 
 #include <gmock/gmock.h>
 
@@ -22,7 +23,7 @@ class GuardedChannel : public ::testing::Test {
         host.set("session", "ping_interval_s", 1)
             .set("session", "ping_mode", "false")
             .set("notification", "heartbeat_s", 0)
-            // an NMS of this machine calls through a relay, as if it were another's
+            // an NMS on this machine calls through a relay, as if it were on another one
             .set("access", "nms_reference", quoted("any"))
             .set("access", "session_peer", quoted("any"));
         host.addUser("alice");
@@ -57,7 +58,7 @@ class GuardedChannel : public ::testing::Test {
                                                 "LOS"};
         ASSERT_EQ(runToEnd(host.launch(KELPCTL, alarm)), 0);
     }
-    /// The helper's consumer is dropped, and everybody else's is not.
+    /// Expect that the helper's consumer is dropped and nobody else's is.
     void expectTheHelperIsDropped() {
         ASSERT_TRUE(host.log().waitFor("of 127.0.0.2 is dropped"));
         raise();
@@ -88,9 +89,10 @@ class GuardedChannel : public ::testing::Test {
 
     Host host;
     std::unique_ptr<TcpRelay> relay;
-    std::unique_ptr<NmsProcess> there;   ///< at 127.0.0.2, logged in
-    std::unique_ptr<NmsProcess> helper;  ///< likewise, its consumer in a process of its own
-    std::unique_ptr<NmsProcess> here;    ///< at 127.0.0.1, logged in
+    std::unique_ptr<NmsProcess> there;  ///< at 127.0.0.2, logged in
+    /// at 127.0.0.2, consumer of `there` in a separate process
+    std::unique_ptr<NmsProcess> helper;
+    std::unique_ptr<NmsProcess> here;  ///< at 127.0.0.1, logged in
     std::string channel;
 
   private:

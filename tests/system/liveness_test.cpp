@@ -1,4 +1,4 @@
-// NMS that die, hang or fall silent, and what the others feel of it.
+// NMS that die, hang or fall silent, and the effect on other NMS.
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -21,8 +21,8 @@ constexpr const char* kGivenUp =
     "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will destroy "
     "associated "
     "emsSession resource,user<bob>";
-/// A healthy NMS waits for nothing: far less than the four hung pings that its neighbour costs the
-/// EMS.
+/// Maximum duration of a healthy NMS's call. It is far shorter than the four hung pings that its
+/// neighbour costs the EMS.
 constexpr int kSlowestCallMs = 2000;
 
 class Liveness : public ::testing::Test {
@@ -37,7 +37,8 @@ class Liveness : public ::testing::Test {
         healthy->logIn(0, "alice");
         healthy->startChatter(0);
     }
-    /// bob is given up after the fourth failed ping, and alice has felt nothing.
+    /// Expect that bob's session ends after the fourth failed ping, and that alice has noticed
+    /// nothing.
     void expectGivenUpAfterFourPings() {
         ASSERT_TRUE(host.log().waitFor(kGivenUp));
         EXPECT_EQ(host.log().count(kFailedPing), 4u);
@@ -199,7 +200,7 @@ TEST_F(Liveness, EventLossIsToldToEveryNmsOnceAndItsEndToo) {
     report("occurred 20240105030405.0Z 4711");
     EXPECT_TRUE(eventually([&] { return nms.counts(0).losses == 1 && nms.counts(1).losses == 1; }));
     EXPECT_EQ(nms.counts(0).loss, "20240105030405.0Z 4711");
-    // one that logs in during the loss is told too
+    // an NMS that logs in during the loss receives the report as well
     nms.logIn(2, "alice");
     EXPECT_TRUE(eventually([&] { return nms.counts(2).losses == 1; }));
     report("cleared 20240105030500.0Z");

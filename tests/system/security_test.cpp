@@ -1,4 +1,4 @@
-// Who gets in, with the operator's tool, the host and NMS as processes of their own.
+// Who may log in. The operator's tool, the host and the NMS are separate processes.
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
@@ -20,19 +20,20 @@ using ::testing::HasSubstr;
 class Security : public ::testing::Test {
   protected:
     void SetUp() override {
-        // NMS of this machine call through relays, as if they were others
+        // NMS on this machine call through relays, as if they were on other machines
         host.set("access", "nms_reference", quoted("any"));
         host.addUser("alice");
         host.addUser("bob");
     }
-    /// With alice as NMS 0 and bob as NMS 1: the database is followed again. The host stops.
+    /// Disable alice, who is logged in as NMS 0, while bob is logged in as NMS 1. Expect that the
+    /// host notices the change in the database. Stops the host.
     void expectDisablingEndsTheSessionOfAlice(NmsProcess& nms) {
         host.user({"disable", "alice"});
         EXPECT_TRUE(eventually([&] { return !nms.hasSession(0); }));
         EXPECT_TRUE(nms.hasSession(1));
         EXPECT_EQ(host.stop(), 0);
     }
-    /// The host's session factory for callers that come from another address than 127.0.0.1.
+    /// Return the host's session factory for callers that come from another address than 127.0.0.1.
     std::string factoryOver(const TcpRelay& relay) const {
         return "corbaloc:iiop:1.2@" + relay.hostAndPort() + "/%ffV4800%00EMSSessionFactory";
     }
@@ -52,7 +53,7 @@ std::string contentOf(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// The file stays the one that others have open.
+/// Replace the content in place, so that others who have the file open see the change.
 void overwrite(const std::filesystem::path& file, const std::string& content) {
     std::ofstream(file, std::ios::binary | std::ios::trunc) << content;
 }
@@ -160,7 +161,7 @@ TEST_F(Security, ADatabaseThatAnotherProcessLocksRefusesUntilItIsUnlocked) {
     expectDisablingEndsTheSessionOfAlice(nms);
 }
 
-/// What becomes of the file while the host has it open: its first bytes, then others.
+/// Damage to the file while the host has it open: the first bytes are kept, garbage follows.
 struct Damage {
     const char* name;
     std::size_t bytesKept;

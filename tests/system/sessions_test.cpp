@@ -90,7 +90,7 @@ TEST_F(Sessions, ReuseRuleHoldsFromTheHostsRereadingOn) {
     nms.logIn(0, "alice");
     host.set("agent", "bUseBTName", 1);
     host.reconfigure();
-    // the option takes effect right after the line, on a thread of its own
+    // the option takes effect just after the line, on another thread
     EXPECT_TRUE(eventually([&] {
         const std::string before = nms.sessionReference(0);
         nms.logIn(0, "alice");

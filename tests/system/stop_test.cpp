@@ -1,4 +1,4 @@
-// The host's stop, whatever state its NMS and its naming service are in, and a start that fails.
+// The host's stop in every state of its NMS and its naming service, and a start that fails.
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@
 namespace kelp::test {
 namespace {
 
-/// What the product promises for a stop with everybody frozen.
+/// The maximum that the product promises for a stop when every peer is frozen.
 constexpr std::chrono::seconds kLongestStop{60};
 
 class Stop : public ::testing::Test {

@@ -1,4 +1,4 @@
-// Alarms on their whole way: the operator's tool, the host, its channel, an NMS in another process.
+// Alarms end to end: the operator's tool, the host, its channel, and an NMS in another process.
 
 #include <signal.h>
 
@@ -16,14 +16,14 @@ class AlarmsTest : public KelpnmsTest {
         startHost();
     }
 
-    /// An NMS that follows the events until so many have come.
+    /// Start an NMS that follows the events and ends after `count` of them.
     ChildProcess follow(int count) {
         ChildProcess nms(
             launch({"--verbose", "--json", "events", "--count", std::to_string(count)}));
         EXPECT_TRUE(log_.waitFor("connected to the event channel")) << output();
         return nms;
     }
-    /// The events that it has shown.
+    /// Return the events that it has shown.
     std::vector<Json> events() {
         std::vector<Json> all;
         std::istringstream lines(output());
@@ -34,7 +34,7 @@ class AlarmsTest : public KelpnmsTest {
         return all;
     }
 
-    /// Runs kelpctl beside the host; its exit code.
+    /// Run kelpctl against the host. Return its exit code.
     int kelpctl(const std::vector<std::string>& arguments) {
         return runToEnd(kelpctlLaunch(arguments));
     }
@@ -158,7 +158,8 @@ TEST_F(AlarmsTest, OperatorSeesWhatBecameOfTheEvents) {
 TEST_F(AlarmsTest, OperatorSeesWhetherTheLogsAreWritten) {
     ChildProcess nms = follow(1);
     Json health;
-    // a log-in and the calls of an event consumer, each in its log once the batch is written
+    // Wait until the log-in and the consumer's calls are in their logs. Records are written in
+    // batches.
     EXPECT_TRUE(eventually([&] {
         ctlLog_ = LogFile(scratch_ / ("health" + std::to_string(++runs_)));
         EXPECT_EQ(kelpctl({"health", "--json"}), 0) << ctlLog_.text();

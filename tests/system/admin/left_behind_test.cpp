@@ -1,5 +1,5 @@
-// Clean-up after NMS that are killed one after another, beside one at the same address that goes
-// on.
+// Clean-up after NMS that are killed one after another, while an NMS at the same address stays
+// logged in.
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -17,7 +17,7 @@ namespace {
 constexpr int kRounds = 8;
 constexpr int kKilledInARound = 5;
 constexpr int kAlarmsInARound = 1000;
-/// Five deaf rounds of pings end a log-in, and its objects go a little later.
+/// Five unanswered pings end a log-in. Its objects are destroyed a little later.
 constexpr std::chrono::minutes kLongPatience{3};
 
 class LeftBehind : public testing::Test {

@@ -1,4 +1,4 @@
-// An alarm storm at sixteen NMS, four of which behave badly.
+// An alarm storm sent to sixteen NMS, four of which behave badly.
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,8 +18,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int kAlarms = 20000;
-/// A quarter of the storm does not fit, and a good one may be many seconds behind on a busy
-/// machine.
+/// Smaller than the storm, a quarter of which does not fit. Large enough that on a busy machine a
+/// good NMS may be many seconds behind.
 constexpr int kQueue = 15000;
 constexpr int kGood = 12;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -37,8 +37,7 @@ class StormTest : public testing::Test {
         host_.set("notification", "heartbeat_s", 0)
             .set("notification", "queue_events_max", kQueue)
             .set("notification", "push_timeout_s", 2)
-            // the frozen one's log-in, and what it has at the channel, live until five rounds have
-            // found it deaf
+            // The frozen NMS keeps its log-in and its consumer until five pings have failed.
             .set("session", "ping_interval_s", 20);
         host_.addUser("demo");
         host_.start();
@@ -58,7 +57,7 @@ class StormTest : public testing::Test {
         launch.output = log.file();
         return launch;
     }
-    /// What the operator's tool tells of the consumers.
+    /// Return the consumers as the operator's tool lists them.
     Json consumers() {
         LogFile log(host_.scratch("consumers" + std::to_string(++looks_)));
         if (runToEnd(kelpctl({"consumers", "--json"}, log)) != 0)
@@ -124,7 +123,7 @@ TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreC
     live.insert(live.end(), {&slow, &restless});
     for (NmsProcess* each : live) {
         EXPECT_TRUE(eventually([&] { return each->counts(0).losses == 1; }, kLongPatience));
-        // the frozen one got nothing: the first it lost is the first there was
+        // the frozen NMS received nothing, so the first event it lost is the first of the storm
         EXPECT_TRUE(each->counts(0).loss.ends_with(" " + firstId)) << each->counts(0).loss;
         EXPECT_EQ(each->counts(0).cleared, 0) << "the slow one has not caught up";
     }
@@ -134,8 +133,8 @@ TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreC
     for (NmsProcess* each : live)
         EXPECT_TRUE(eventually([&] { return each->counts(0).cleared == 1; }, kLongPatience));
     EXPECT_TRUE(eventually([&] { return frozen.followed(0).lastId == lastId; }, kLongPatience));
-    // the event that was under way when it froze lay in its connection, and that is read beside the
-    // newer one
+    // The event being pushed when the NMS froze was still in its connection. After the thaw it is
+    // read concurrently with a newer one, so it may be late.
     EXPECT_LE(frozen.followed(0).late, 1);
     lookAtTheCounts();
     const int pings = good_.front()->counts(0).pings;

@@ -13,10 +13,10 @@ namespace kelp::test {
 
 namespace {
 
-/// An attack is bounded by itself; this is for a host that lets it wait.
+/// Time limit in case the host makes an attack wait. Attacks end on their own otherwise.
 constexpr std::chrono::seconds kAttackLimit{200};
 
-/// Processor time that a process has used so far.
+/// Return the processor time that a process has used so far.
 std::chrono::milliseconds processorTime(pid_t process) {
     std::ifstream in("/proc/" + std::to_string(process) + "/stat");
     std::string text;
@@ -93,7 +93,7 @@ AttackedHost::Seen AttackedHost::attack(const std::string& name, std::uint16_t p
 
 ChildProcess AttackedHost::lastingAttack(const std::string& name, const Options& options) {
     ChildProcess attacker = startAttack(name, host_.port(), options);
-    // it says one line when it is in place
+    // the attacker prints one line when it is ready
     char octet = 0;
     while (::read(attacker.output(), &octet, 1) == 1 && octet != '\n') {
     }

@@ -12,10 +12,11 @@
 
 namespace kelp::test {
 
-/// A host under attack, with an NMS that calls it all the time and must notice nothing.
+/// A host under attack, with an NMS (the bystander) that calls it continuously and must notice
+/// nothing.
 ///
-/// Connections from kLoggedIn come from where an NMS is logged in; from kAllowed it may call but
-/// nobody has logged in; calls from kForeign are not allowed.
+/// Connections come from three addresses. At kLoggedIn an NMS is logged in. kAllowed may call, but
+/// nobody is logged in there. Calls from kForeign are not allowed.
 class AttackedHost : public ::testing::Test {
   protected:
     static constexpr const char* kLoggedIn = "127.0.0.1";
@@ -24,31 +25,32 @@ class AttackedHost : public ::testing::Test {
     static constexpr const char* kUser = "alice";
 
     using Options = std::map<std::string, std::string>;
-    /// What an attacker saw, by name.
+    /// The values that an attacker reports, by name.
     using Seen = std::map<std::string, std::string>;
 
     AttackedHost();
 
-    /// Starts the host and the bystander; settings are made before.
+    /// Start the host and the bystander. Make settings before.
     void startHost();
 
-    /// Runs attacker.py to its end.
+    /// Run attacker.py to its end.
     Seen attack(const std::string& name, const Options& options = {}) {
         return attack(name, host_.port(), options);
     }
     Seen attack(const std::string& name, std::uint16_t port, const Options& options = {});
-    /// An attacker that goes on until its standard input is closed, that is, until it is destroyed.
+    /// Start an attacker that continues until its standard input is closed, which the destructor of
+    /// its process does.
     ChildProcess lastingAttack(const std::string& name, const Options& options);
 
-    /// The host runs, spins on nothing, has served the bystander all the time, and stops when asked
-    /// to.
+    /// Expect that the host runs, that it is idle, that it has served the bystander, and that it
+    /// stops on request.
     void expectUnharmed();
-    /// The host's processor is idle while nobody but the bystander calls.
+    /// True if the host uses hardly any processor time while only the bystander calls.
     bool isIdle();
-    /// Lines that the host has traced so far.
+    /// Return the number of lines that the host has traced so far.
     std::size_t tracedLines();
 
-    /// The bystander's session as an object key; hexadecimal.
+    /// Return the object key of the bystander's session in hexadecimal.
     std::string sessionKey();
 
     Host host_;
@@ -58,13 +60,13 @@ class AttackedHost : public ::testing::Test {
     ChildProcess startAttack(const std::string& name, std::uint16_t port, const Options& options);
 };
 
-/// The number with this name; -1 when the attacker told none.
+/// Return the number with this name, or -1 if the attacker reported none.
 long numberIn(const std::map<std::string, std::string>& seen, const std::string& name);
 
-/// Names a test after the address that its attacker calls from.
+/// Name a test after the address from which its attacker calls.
 std::string attackerPlace(const ::testing::TestParamInfo<const char*>& address);
 
-/// Octets as hexadecimal text.
+/// Return octets as hexadecimal text.
 std::string hexOf(const std::string& octets);
 
 }  // namespace kelp::test

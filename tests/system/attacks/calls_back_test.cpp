@@ -1,4 +1,4 @@
-// An NMS that answers the EMS's calls with something else than an answer.
+// An NMS that answers the EMS's calls with something other than a proper reply.
 
 #include <poll.h>
 
@@ -7,7 +7,8 @@
 namespace kelp::test {
 namespace {
 
-/// The host pings each second and gives a call a second; the attacker stays for six.
+/// Maximum number of pings: the host pings every second with a time-out of 1 s, and the attacker
+/// stays for 6 s.
 constexpr long kPings = 8;
 constexpr long kCallsAPing = 6;
 
@@ -50,7 +51,7 @@ TEST_F(CallBackAttacks, FragmentsBehindAReplyHarmNobody) {
 }
 
 TEST_F(CallBackAttacks, AForwardToAnotherAddressIsNotFollowed) {
-    // a listener of this test's own stands for somebody else's machine
+    // this listener stands for another party's machine
     const Socket elsewhere = tcpSocket();
     sockaddr_in address = loopbackAddress(0);
     address.sin_addr.s_addr = ::inet_addr("127.0.0.9");

@@ -1,4 +1,4 @@
-// Connections in numbers.
+// Attacks with large numbers of connections.
 
 #include <sys/resource.h>
 
@@ -9,8 +9,8 @@ namespace {
 
 class ConnectionAttacks : public AttackedHost, public ::testing::WithParamInterface<const char*> {
   protected:
-    /// A host that cannot have more than 1024 descriptors, the attackers having more connections in
-    /// all.
+    /// Start a host with at most 1024 descriptors. The attackers together open more connections
+    /// than that.
     void startHostWithFewDescriptors() {
         const rlimit few{1024, 1024};
         ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0) << "inherited by the host";

@@ -1,4 +1,4 @@
-// Attempts to fill logs, or to push evidence out of them.
+// Attempts to fill the logs, or to push evidence out of them.
 
 #include <filesystem>
 
@@ -14,7 +14,7 @@ class LogAttacks : public AttackedHost {
         std::filesystem::create_directories(host_.scratch("logs"));
         startHost();
     }
-    /// Records in the operation log of calls from an address.
+    /// Return the number of operation log records of calls from an address.
     std::size_t recordsOf(const std::string& address) {
         const std::filesystem::path output = host_.scratch("oplog.txt");
         Launch launch = host_.launch(KELPCTL, {"--config", host_.configFile().string(), "oplog",

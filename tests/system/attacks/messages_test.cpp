@@ -1,4 +1,4 @@
-// Messages that break the rules of GIOP, from callers with a log-in, without one, and from foreign
+// Messages that break the rules of GIOP, from callers with and without a log-in and from foreign
 // addresses.
 
 #include <gmock/gmock.h>
@@ -66,13 +66,14 @@ TEST_F(TargetAddressing, ARequestAddressedByProfileOrReferenceIsServed) {
 class LargeMessages : public AttackedHost {
   protected:
     void SetUp() override { startHost(); }
-    /// Four callers at once, with 60 MiB each, from where an NMS is logged in: how many were
-    /// answered.
+    /// Send requests of 60 MiB each from four concurrent callers at the address where an NMS is
+    /// logged in. Return how many were answered.
     long largeRequests(const std::string& form) {
         return numberIn(attack("large_requests", {{"source", kLoggedIn}, {"form", form}}),
                         "answered");
     }
-    /// Under a sanitizer memory is not judged: its allocator keeps what was freed.
+    /// Memory is not checked under a sanitizer, because the sanitizer's allocator keeps freed
+    /// memory.
     void expectMemoryAsBefore([[maybe_unused]] double before) {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         EXPECT_TRUE(eventually([&] { return residentMib(host_.process().pid()) < before + 48; }))
@@ -127,7 +128,7 @@ TEST_F(LargeMessages, LengthsBeyond32BitsTakeNoMemory) {
         attack("lengths_beyond_32_bits", {{"user", kUser}, {"password", Host::kPassword}});
     EXPECT_EQ(answers.at("code_sets"), "1");
     EXPECT_EQ(answers.at("layer_rates"), "IDL:omg.org/CORBA/MARSHAL:1.0");
-    // threads take address space as well
+    // the margin covers the address space of threads
     EXPECT_LT(peakAddressSpaceMib(host_.process().pid()), before + 1500);
     expectUnharmed();
 }

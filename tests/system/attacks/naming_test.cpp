@@ -1,4 +1,4 @@
-// The embedded naming service in the hands of somebody who may reach it.
+// Attacks on the embedded naming service by callers that may reach it.
 
 #include "attacks/attacked_host.h"
 

@@ -1,4 +1,4 @@
-// References that are guessed, lent or stolen, and log-ins in another NMS's name.
+// Guessed, borrowed and stolen references, and log-ins in another NMS's name.
 
 #include <kelp/orb/references.h>
 

@@ -1,4 +1,4 @@
-// Callers from addresses that may not call.
+// Calls from addresses that are not allowed.
 
 #include <gmock/gmock.h>
 #include <kelp/orb/exception_text.h>
@@ -40,7 +40,7 @@ class AccessTest : public AuditTest {
     void SetUp() override {
         AuditTest::SetUp();
         allow("['127.0.0.1']");
-        // where everybody may connect, each call is refused
+        // with this transport everybody may connect, and each call is refused
         host_.set("orb", "transport", "'orb'");
         host_.set("access", "requests_per_second_before_login", 0);
         startHost();
@@ -71,7 +71,7 @@ class AccessTest : public AuditTest {
 
 TEST_F(AccessTest, EveryOperationIsRefusedAndStandsInTheSecurityLogAlone) {
     const auto factory = nms_.factoryOver(relay_);
-    // references that somebody who may call has handed on
+    // references handed on by a caller that is allowed
     const auto session = nms_.over<EmsSession_I>(relay_, nms_[0].session());
     const auto manager = nms_.over<emsMgr::EMSMgr_I>(relay_, nms_.manager(0).in());
     const CORBA::Object_var own = orb::toReference(nms_.orb(), nms_[1].ownReference());
@@ -185,7 +185,7 @@ TEST_F(AccessTest, AFloodOfRefusalsIsCountedToTheLastAndDelaysNoStop) {
     EXPECT_EQ(kelpctl({"audit", "verify"}).exitCode, 0);
 }
 
-/// The same callers where the gate keeps them out.
+/// The same callers with the transport in which the gate rejects their connections.
 class GateAccessTest : public AccessTest {
   protected:
     void SetUp() override {

@@ -10,43 +10,43 @@
 
 namespace kelp::test {
 
-/// What a command has written, and its exit code.
+/// The output of a command and its exit code.
 struct CommandResult {
     int exitCode = -1;
     std::string output;
 };
 
-/// A host whose logs are looked into while it runs and afterwards.
+/// A host whose logs are read while it runs and afterwards.
 class AuditTest : public ::testing::Test {
   protected:
     static constexpr const char* kUser = "alice";
 
-    /// The logs lie in a folder of their own.
+    /// Puts the logs in a separate folder.
     AuditTest();
     void SetUp() override;
-    /// Returns when the host takes log-ins and has opened its logs.
+    /// Start the host. Return when it accepts log-ins and has opened its logs.
     void startHost();
 
     std::filesystem::path logFolder() const { return host_.scratch("logs"); }
     std::filesystem::path operationLog() const { return logFolder() / "oplog.db"; }
     std::filesystem::path securityLog() const { return logFolder() / "oplog-audit.db"; }
 
-    /// The matching records.
+    /// Return the matching records.
     std::vector<oplog::LogEntry> operations(const oplog::LogQuery& query = {}) const;
     std::vector<oplog::LogEntry> security(const std::string& event,
                                           const std::string& outcome = "") const;
-    /// How many requests of an operation were answered normally.
+    /// Return the number of requests of an operation that were answered normally.
     int countOf(const std::string& operation) const;
-    /// Waits until so many, or more, stand in the log: how many there are.
+    /// Wait until the log holds at least `wanted` records of the operation. Return their number.
     int countOnceThereAre(const std::string& operation, int wanted) const;
     std::vector<oplog::LogEntry> gaps() const;
 
     CommandResult kelpctl(std::vector<std::string> arguments);
-    /// Both logs can be searched by the operator, are sound databases, and the chain of the
-    /// security log is whole.
+    /// Expect that the operator can search both logs, that both databases are sound, and that the
+    /// hash chain of the security log is complete.
     void expectSoundLogs();
 
-    /// Gives the host a changed configuration and waits until it holds.
+    /// Make the host read its changed configuration, and wait until it is in effect.
     void reconfigure();
 
     Host host_;

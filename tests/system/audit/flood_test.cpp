@@ -1,4 +1,4 @@
-// An address without a log-in that floods the host: what it leaves in the logs, and what it does to
+// An address without a log-in that floods the host: its traces in the logs, and its effect on
 // others.
 
 #include <gmock/gmock.h>
@@ -17,7 +17,7 @@ using ::testing::HasSubstr;
 constexpr const char* kFlooder = "127.0.0.2";
 constexpr int kCalls = 5000;
 constexpr int kPings = 200;
-constexpr int kIndividually = 100;  ///< records of one outcome and minute
+constexpr int kIndividually = 100;  ///< maximum records of one outcome in one minute
 
 class FloodTest : public AuditTest {
   protected:
@@ -30,7 +30,7 @@ class FloodTest : public AuditTest {
         int served = 0;
         int refused = 0;
     };
-    /// Calls the factory from there, and the session of the NMS in between.
+    /// Call the factory from the flooding address, and call the session of the NMS in between.
     Outcome flood() {
         Outcome outcome;
         const auto factory = nms_.factoryOver(relay_);
@@ -68,7 +68,7 @@ TEST_F(FloodTest, IsRefusedSummarisedAndHarmsNoRecordOfALoggedInNms) {
     const auto summaries = std::count_if(records.begin(), records.end(),
                                          [](const LogEntry& each) { return !each.detail.empty(); });
     EXPECT_GE(summaries, 1);
-    // a slow machine takes more than one minute for the calls
+    // on a slow machine the calls take more than one minute, and each minute has its own summary
     EXPECT_LE(records.size(), static_cast<std::size_t>(summaries + 1) * (kIndividually + 1));
     EXPECT_EQ(countOf("ping"), kPings);
     const std::vector<LogEntry> refusals = security("too-many-requests");

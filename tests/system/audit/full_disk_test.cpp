@@ -1,5 +1,5 @@
-// A disk of the logs that is really full while the host serves. Built where the machine lets a
-// small one be mounted.
+// The logs' disk is really full while the host serves. Built only where a small disk can be
+// mounted.
 
 #include <gmock/gmock.h>
 
@@ -14,7 +14,8 @@ using oplog::LogEntry;
 using ::testing::SizeIs;
 
 constexpr int kBefore = 100;
-/// So many that the room a database may have left within its pages does not do.
+/// Number of calls during the outage. Their records do not fit in the free space that a database
+/// may have left within its pages.
 constexpr int kDuring = 6000;
 constexpr const char* kFails = "records wait in memory";
 constexpr const char* kRecovered = "oplog.db can be written again";
@@ -29,7 +30,7 @@ class FullDiskTest : public AuditTest {
     }
     std::filesystem::path elsewhere() const { return host_.scratch("elsewhere"); }
 
-    /// A host that has served, and then no byte is left.
+    /// Start a host, let it serve calls, then fill the disk.
     void beginOutage() {
         startHost();
         nms_.emplace(host_, 1);
@@ -38,7 +39,7 @@ class FullDiskTest : public AuditTest {
         ASSERT_EQ(countOnceThereAre("ping", kBefore), kBefore);
         disk_.fill();
     }
-    /// Calls that are all answered: the longest.
+    /// Make calls that must all be answered. Return the duration of the longest.
     std::chrono::milliseconds ping(int count, std::chrono::milliseconds longAnswer = kPatience) {
         std::chrono::steady_clock::duration longest{};
         for (int i = 0; i < count; ++i) {
@@ -109,7 +110,7 @@ TEST_F(FullDiskTest, AtAStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
     ping(kDuring);
     ASSERT_TRUE(outageIsTold());
     EXPECT_EQ(host_.stop(), 0);
-    // beside a full disk's database there is no room either
+    // the side file goes elsewhere because the database's disk has no room for it
     EXPECT_TRUE(host_.log().contains("record(s) went to the side file " + elsewhere().string()));
     disk_.makeRoom();
     EXPECT_LT(countOf("ping"), pings_);

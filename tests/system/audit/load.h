@@ -13,25 +13,26 @@ inline constexpr bool kIsSanitized = true;
 inline constexpr bool kIsSanitized = false;
 #endif
 
-/// Callers of the EMS, a thread each, that call without a pause until so many calls in all were
-/// answered. One whose call fails gives up.
+/// Callers of the EMS, one thread each. They call without a pause until a total number of calls has
+/// been answered. A caller whose call fails stops.
 class Load {
   public:
     using Call = std::function<void()>;
 
     Load(const std::vector<Call>& callers, int calls);
-    /// Stops.
+    /// Calls stop().
     ~Load();
     Load(const Load&) = delete;
     Load& operator=(const Load&) = delete;
 
-    /// Waits until the calls were answered or every caller has given up.
+    /// Wait until the calls have been answered or every caller has stopped after a failure.
     void wait();
-    /// The callers end after the call in hand.
+    /// Let the callers end after their current call.
     void stop();
 
     int answered() const { return answered_; }
-    /// Calls of which the callers cannot tell whether they were carried out: at most one a caller.
+    /// Failed calls, at most one a caller. The caller cannot know whether such a call was carried
+    /// out.
     int failed() const { return failed_; }
 
   private:

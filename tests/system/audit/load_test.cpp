@@ -16,7 +16,7 @@ namespace {
 using oplog::LogEntry;
 using ::testing::SizeIs;
 
-/// For a part of them.
+/// Time for a part of the requests.
 constexpr std::chrono::minutes kLongPatience{2};
 constexpr int kRequests = kIsSanitized ? 20000 : 100000;
 const std::vector<std::string> kOperations = {"ping", "getVersion", "getEMS"};
@@ -29,8 +29,8 @@ class LoadTest : public AuditTest {
         startHost();
     }
 
-    /// Two sessions, a manager and the factory are called at the same time, by NMS without a
-    /// connection from before.
+    /// Return callers that concurrently call two sessions, a manager and the factory, from NMS with
+    /// new connections.
     std::vector<Load::Call> callers() {
         manager_ = emsMgr::EMSMgr_I::_nil();
         nms_.reset();
@@ -55,7 +55,7 @@ class LoadTest : public AuditTest {
         eventually([&] { return countOfAll() >= wanted; });
         return countOfAll();
     }
-    /// Ids without a hole, and what one caller has asked in the order of its asking.
+    /// Expect ids without gaps, and the requests of one caller in the order in which it made them.
     void expectOrder() const {
         std::int64_t last = 0;
         std::map<std::string, oplog::UtcTime> lastTimes;
@@ -86,7 +86,7 @@ TEST_F(LoadTest, EveryRequestLeavesOneRecord) {
     EXPECT_EQ(countOfAll(), kRequests);
     expectOrder();
 
-    int lines = -1;  // the header
+    int lines = -1;  // -1 for the header of the output
     for (const std::string& each : kOperations) {
         const CommandResult csv = kelpctl({"oplog", "--csv", "--operation", each});
         EXPECT_EQ(csv.exitCode, 0);
@@ -103,7 +103,7 @@ TEST_F(LoadTest, WhatWasAnsweredBeforeAStopAndAfterItIsAllThere) {
     const int answeredBefore = before.answered();
     ASSERT_LT(answeredBefore, kRequests);
     EXPECT_EQ(before.failed(), 4);
-    // a request whose answer the stop has cut off may have been carried out
+    // a request whose reply was cut off by the stop may have been carried out
     const int recordedBefore = countOfAll();
     EXPECT_GE(recordedBefore, answeredBefore);
     EXPECT_LE(recordedBefore, answeredBefore + before.failed());
@@ -123,7 +123,7 @@ TEST_F(LoadTest, SuddenDeathLosesNothingThatWasWrittenAndWhatIsAnsweredIsWritten
     Load load(callers(), 100 * kRequests);
     ASSERT_TRUE(eventually([&] { return load.answered() >= kRequests / 20; }, kLongPatience));
     const int old = load.answered();
-    // the load goes on: records are written beside it, not after it
+    // records are written while the load continues, not only after it
     ASSERT_TRUE(eventually([&] { return countOfAll() >= old; }, kLongPatience));
     host_.process().kill();
     load.wait();

@@ -13,7 +13,7 @@
 
 namespace kelp::test {
 
-/// NMS of one host's EMS, in the test's own process, each reached at a port of its own.
+/// NMS of one host's EMS in the test's process, each reached at a separate port.
 class NmsGroup {
   public:
     NmsGroup(const Host& host, std::size_t count);
@@ -21,15 +21,15 @@ class NmsGroup {
     PeerNms& operator[](std::size_t number) { return all_.at(number); }
     CORBA::ORB_ptr orb() const { return orb_.orb(); }
     emsSessionFactory::EmsSessionFactory_I_ptr factory() const { return factory_.in(); }
-    /// "address:port" as the EMS reads it out of the NMS's reference.
+    /// Return "address:port" as the EMS reads it from the NMS's reference.
     std::string addressOf(std::size_t number);
 
     void logIn(std::size_t number, const std::string& user);
-    /// The manager "EMS" of an NMS's session.
+    /// Return the manager "EMS" of an NMS's session.
     emsMgr::EMSMgr_I_var manager(std::size_t number);
 
-    /// The session factory, and the object of any reference, as whoever calls through the relay
-    /// reaches them.
+    /// Return the session factory, or the object of any reference, for calls that go through the
+    /// relay.
     emsSessionFactory::EmsSessionFactory_I_var factoryOver(const TcpRelay& relay) const;
     template <class Interface>
     typename Interface::_var_type over(const TcpRelay& relay, CORBA::Object_ptr reference) const {

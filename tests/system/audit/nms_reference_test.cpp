@@ -1,4 +1,4 @@
-// The address that an NMS names in its own reference, which the EMS calls back.
+// The address in an NMS's session object reference, which the EMS calls back.
 
 #include <gmock/gmock.h>
 #include <kelp/nms/error.h>
@@ -20,17 +20,18 @@ class NmsReferenceTest : public AuditTest {
     void setRule(const char* rule) { host_.set("access", "nms_reference", quoted(rule)); }
     void setAllowed(const char* networks) { host_.set("access", "allowed_oss", networks); }
 
-    /// A host at which NMS 0 is logged in from 127.0.0.1.
+    /// Start a host at which NMS 0 is logged in from 127.0.0.1.
     void start() {
         startHost();
         nms_.logIn(0, kUser);
         factory_ = nms_.factoryOver(relay_);
     }
-    /// Logs in from 127.0.0.2 with such a reference: the exception's name, "" when it is let in.
+    /// Log NMS 1 in from 127.0.0.2 with this reference. Return the exception's name, or "" on
+    /// success.
     std::string logInWith(const std::string& reference) {
         return logIn([&] { nms_[1].logIn(factory_.in(), kUser, Host::kPassword, reference); });
     }
-    /// The same from 127.0.0.1.
+    /// Log NMS 1 in from 127.0.0.1 with this reference.
     std::string logInNearWith(const std::string& reference) {
         return logIn([&] { nms_[1].logIn(nms_.factory(), kUser, Host::kPassword, reference); });
     }
@@ -43,7 +44,7 @@ class NmsReferenceTest : public AuditTest {
         }
         return "";
     }
-    /// NMS 0 goes on as if nothing had happened.
+    /// Expect that NMS 0 still has its session.
     void expectOtherNmsUntouched() {
         EXPECT_NO_THROW(nms_[0].session()->ping());
         EXPECT_EQ(nms_[0].listener().counts().ended, 0);
@@ -56,7 +57,7 @@ class NmsReferenceTest : public AuditTest {
         }
         return false;
     }
-    /// The reason that such a log-in is refused with; "" when it is let in.
+    /// Return the reason for which a log-in with this reference is refused, or "" on success.
     std::string reasonFor(const std::string& reference) {
         try {
             nms_[1].logIn(factory_.in(), kUser, Host::kPassword, reference);
@@ -67,7 +68,7 @@ class NmsReferenceTest : public AuditTest {
     }
     std::size_t refusals() const { return security("login", "reference not allowed").size(); }
 
-    /// NMS 1's own object, with what a test makes of its address.
+    /// Return the profile of NMS 1's own object with its host replaced by `host`.
     Iiop ownAt(const std::string& host) {
         orb::ReferenceContent content;
         EXPECT_TRUE(orb::decodeReference(nms_[1].ownReference(), content));

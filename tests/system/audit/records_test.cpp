@@ -1,4 +1,4 @@
-// What the records of both logs tell.
+// The content of the records in both logs.
 
 #include <gmock/gmock.h>
 #include <kelp/nms/error.h>
@@ -31,7 +31,7 @@ class RecordsTest : public AuditTest {
         startHost();
     }
 
-    /// The exception's name; "" when it is let in.
+    /// Return the exception's name, or "" on success.
     std::string tryLogIn(const std::string& user, const std::string& password) {
         try {
             nms_[0].logIn(nms_.factory(), user, password);
@@ -40,7 +40,7 @@ class RecordsTest : public AuditTest {
         }
         return "";
     }
-    /// The records of an operation once the log has some.
+    /// Return the records of an operation as soon as the log has `count` of them.
     std::vector<LogEntry> recordsOf(const std::string& operation, std::size_t count = 1) {
         LogQuery query;
         query.operation = operation;
@@ -51,7 +51,7 @@ class RecordsTest : public AuditTest {
         EXPECT_TRUE(eventually([&] { return security(event).size() >= count; })) << event;
         return security(event);
     }
-    /// One line of JSON of the operator's tool for each record of an event.
+    /// Return one line of JSON, as the operator's tool prints it, for each record of an event.
     std::string audit(const std::string& event) {
         const CommandResult result = kelpctl({"audit", "--event", event, "--json"});
         EXPECT_EQ(result.exitCode, 0) << result.output;
@@ -87,7 +87,7 @@ TEST_F(RecordsTest, LogInsAndLogOutsTellUserAddressesAndOutcome) {
     EXPECT_THAT(events("logout"), Contains(at));
     EXPECT_THAT(audit("login"), AllOf(HasSubstr("\"outcome\":\"wrong password\""),
                                       HasSubstr("\"nmsAddress\":\"" + nms_.addressOf(0) + "\"")));
-    // the request itself stands in the log of requests
+    // the request itself is in the operation log
     const std::vector<LogEntry> requests = recordsOf("getEmsSession", 2);
     ASSERT_THAT(requests, SizeIs(2));
     EXPECT_EQ(requests[0].outcome, "EXCPT_ACCESS_DENIED");
@@ -193,7 +193,7 @@ TEST_F(RecordsTest, RequestsTellTheirObjectAndWhatBecameOfThem) {
     for (const LogEntry& each : asked)
         EXPECT_TRUE(each.duration.has_value());
 
-    // an object that is gone
+    // call an object that no longer exists
     session->endSession();
     EXPECT_TRUE(eventually([&] {
         try {
@@ -204,7 +204,7 @@ TEST_F(RecordsTest, RequestsTellTheirObjectAndWhatBecameOfThem) {
         }
         return false;
     }));
-    // a ping that was served before the end may stand there first
+    // a record of a ping served before the end may come first
     EXPECT_TRUE(eventually([&] {
         const std::vector<LogEntry> pings = recordsOf("ping");
         return std::any_of(pings.begin(), pings.end(),

@@ -1,8 +1,8 @@
-// A bundle that reports event losses as an alarm source would: by the session manager's exported
-// calls. A test tells it what to report through the FIFO named by KELP_TEST_EVENT_LOSS, one line a
-// report:
-//   occurred START_TIME NOTIFICATION_ID
-//   cleared END_TIME
+// A bundle that reports event losses as an alarm source does, through the session manager's
+// exported calls. The test writes the reports to the FIFO named by KELP_TEST_EVENT_LOSS, one a
+// line:
+// occurred START_TIME NOTIFICATION_ID
+// cleared END_TIME
 
 #include <ace/svc_export.h>
 #include <kelp/agent/session_mgr.h>

@@ -1,7 +1,6 @@
-// A bundle that pushes alarms as a bundle of the EMS does. A test tells it which through the FIFO
-// named by KELP_TEST_EVENTS, one line a batch of alarms with these numbers as their notification
-// ids and names:
-//   FIRST LAST
+// A bundle that pushes alarms as a bundle of the EMS does. The test writes to the FIFO named by
+// KELP_TEST_EVENTS, one line for each batch of alarms: FIRST LAST
+// The numbers from FIRST to LAST become the alarms' notification ids and names.
 
 #include <ace/svc_export.h>
 #include <kelp/agent/push_event.h>

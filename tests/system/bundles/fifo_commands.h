@@ -12,13 +12,14 @@
 
 namespace kelp::test {
 
-/// What a test tells a bundle, line by line through a FIFO that an environment variable names.
+/// Commands that a test sends to a bundle, line by line, through a FIFO named by an environment
+/// variable.
 class FifoCommands {
   public:
-    /// Runs `command` with each line on a thread of its own. False when the FIFO cannot be opened.
+    /// Run `command` with each line, on a separate thread. False if the FIFO cannot be opened.
     bool start(const char* variable, std::function<void(const std::string&)> command) {
         const char* fifo = std::getenv(variable);
-        // open for writing too, so that a writer that leaves is no end of file
+        // open for writing as well, so that there is no end of file when a writer leaves
         fifo_ = fifo == nullptr ? -1 : ::open(fifo, O_RDWR | O_NONBLOCK | O_CLOEXEC);
         if (fifo_ < 0)
             return false;

@@ -1,6 +1,6 @@
 // A bundle with manager interfaces that record how the agent drives them. KELP_TEST_MANAGERS lists
-// them in the order of entry, "name:rank:ok" or "name:rank:fail", separated by commas;
-// KELP_TEST_RECORD names the file that gets a line for each call.
+// them in the order of entry, "name:rank:ok" or "name:rank:fail", separated by commas.
+// KELP_TEST_RECORD names the file to which each call adds a line.
 
 #include <ace/svc_export.h>
 #include <kelp/bundlemgr/service_object.h>

@@ -1,5 +1,4 @@
-// A hundred NMS at one host: 49 that work, 40 that hang, 5 that hoard, 5 that come and go, and one
-// that forges.
+// A hundred NMS at one host: 49 work, 40 hang, 5 hoard, 5 come and go, and one forges.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -31,7 +30,7 @@ constexpr bool kIsSlowed = true;
 #else
 constexpr bool kIsSlowed = false;
 #endif
-/// Each goes to thousands of consumers of the bad ones too.
+/// Each alarm also goes to thousands of consumers that the bad NMS have connected.
 constexpr int kAlarmsPerSecond = kIsSlowed ? 4 : 20;
 
 seconds duration() {
@@ -39,17 +38,17 @@ seconds duration() {
     return seconds(text != nullptr ? std::stoi(text) : 20);
 }
 
-/// Times are only judged in a long run, which has the machine to itself.
+/// Times are checked only in a long run, which has the machine to itself.
 bool timesAreJudged() {
     return !kIsSlowed && duration() >= seconds(60);
 }
 
 using Seen = std::map<std::string, long>;
 
-/// Several NMS of one bad kind, in a process of its own.
+/// Several NMS of one bad kind in a separate process.
 class BadNms {
   public:
-    /// Returns when each has logged in.
+    /// Returns when every NMS has logged in.
     BadNms(const Host& host, const std::string& kind, int network, int count)
         : process_(launch(host, kind, network, count)) {
         char octet = 0;
@@ -57,7 +56,7 @@ class BadNms {
         }
     }
 
-    /// Ends them: what they got, by name.
+    /// End them. Return the values that they report, by name.
     Seen end() {
         EXPECT_EQ(::write(process_.input(), "\n", 1), 1);
         std::string text;
@@ -94,7 +93,7 @@ class CrowdTest : public testing::Test {
             .set("access", "allowed_oss", "['127.0.0.0/8']")
             .set("notification", "heartbeat_s", 0)
             .set("notification", "push_timeout_s", 2)
-            // two waves of calls that hang, of ping_threads each, end within an interval
+            // each interval leaves time for two rounds of hung calls of ping_threads each
             .set("session", "call_timeout_s", 3)
             .set("session", "ping_interval_s", static_cast<int>(interval_.count()))
             .set("trace", "level", 1);
@@ -115,7 +114,7 @@ class CrowdTest : public testing::Test {
         arguments.insert(arguments.begin(), {"--config", host_.configFile().string()});
         return host_.launch(KELPCTL, arguments);
     }
-    /// Returns when all have been handed to the channel.
+    /// Raise alarms for this time. Return when the channel has accepted all of them.
     void raiseAlarmsFor(seconds time) {
         const auto count = static_cast<int>(time.count()) * kAlarmsPerSecond;
         EXPECT_EQ(runToEnd(kelpctl({"storm", "--rate", std::to_string(kAlarmsPerSecond), "--count",
@@ -124,7 +123,7 @@ class CrowdTest : public testing::Test {
                   0);
         alarms_ += count;
     }
-    /// The list of consumers that kelpctl prints.
+    /// Return the list of consumers that kelpctl prints.
     std::string consumers() {
         LogFile log(host_.scratch("consumers"));
         Launch launch = kelpctl({"consumers"});
@@ -132,7 +131,7 @@ class CrowdTest : public testing::Test {
         runToEnd(launch);
         return log.text();
     }
-    /// Of the good ones' calls since this was last asked.
+    /// Return the 99th percentile of the durations of the good NMS's calls since the last query.
     microseconds p99() {
         std::vector<microseconds> all;
         for (NmsProcess& each : good_) {
@@ -146,14 +145,14 @@ class CrowdTest : public testing::Test {
     void expectEveryAlarm(NmsProcess& nms) {
         EXPECT_TRUE(eventually([&] { return nms.followed(0).events == alarms_; }, patience_))
             << consumers();
-        patience_ = kPatience;  // for the first one, they all had the time
+        patience_ = kPatience;  // the wait for the first NMS gave all others the same time
         const FollowedEvents got = nms.followed(0);
         EXPECT_EQ(got.events, alarms_);
         EXPECT_EQ(got.late, 0);
         EXPECT_EQ(got.missing, 0);
         EXPECT_EQ(got.repeated, 0);
     }
-    /// `before` is the number of pings before the bad ones came.
+    /// `before` is the number of pings before the bad NMS came.
     void expectPings(NmsProcess& nms, std::size_t before) {
         const std::vector<milliseconds> gaps = nms.pingGaps(0);
         ASSERT_GT(gaps.size(), before + 1);
@@ -213,7 +212,7 @@ TEST_F(CrowdTest, GoodOnesFeelNothingOfTheBadOnes) {
     for (const char* const taken : {"admins", "filters", "consumers", "iterators"})
         EXPECT_GT(hoarded.at(taken), 0) << taken;
     EXPECT_GT(flapping.end().at("log_ins"), 5);
-    // one that hangs logs in again when its session has been ended for its silence
+    // an NMS that hangs logs in again after its session was ended for its silence
     EXPECT_GT(hanging.end().at("log_ins"), kHanging);
     EXPECT_EQ(host_.stop(seconds(60)), 0);
 }

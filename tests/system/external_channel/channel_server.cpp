@@ -1,6 +1,6 @@
-// A notification service of its own: channel_server PORT [TLS_PORT CA CERTIFICATE] prints its
-// channel's reference, and offers the channel under the key NotificationService as soon as it gets
-// a line on its standard input.
+// A notification service in a separate process: channel_server PORT [TLS_PORT CA CERTIFICATE]
+// prints its channel's reference. It offers the channel under the key NotificationService when it
+// reads a line from its standard input.
 
 #include <kelp/notification/channel.h>
 #include <kelp/orb/exception_text.h>

@@ -1,5 +1,5 @@
-// A host whose events go to a notification service of another process, which is killed, frozen and
-// started again.
+// A host whose events go to a notification service in another process, which is killed, frozen and
+// restarted.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gmock/gmock.h>
@@ -34,10 +34,10 @@ std::vector<std::string> numbers(int first, int last) {
     return all;
 }
 
-/// A notification service that tests may kill, freeze and start again.
+/// A notification service that tests may kill, freeze and restart.
 class ChannelServer {
   public:
-    /// Starts it again on its port, with a new channel that cannot be found yet. The channel's
+    /// Restart it on its port, with a new channel that cannot be found yet. Return the channel's
     /// reference.
     std::string start() {
         process_.reset();
@@ -46,12 +46,12 @@ class ChannelServer {
         process_.emplace(Launch{CHANNEL_SERVER, arguments, {}, {}, true});
         return readLine();
     }
-    /// From here on it is found.
+    /// Make the channel available.
     void offer() {
         ASSERT_EQ(::write(process_->input(), "\n", 1), 1);
         ASSERT_EQ(readLine(), "offered");
     }
-    /// It listens over TLS too, from its next start on.
+    /// Listen over TLS as well, from the next start on.
     void useTls(std::uint16_t port, const std::string& authority, const std::string& certificate) {
         tls_ = {std::to_string(port), authority, certificate};
     }
@@ -94,10 +94,10 @@ class ExternalChannelOfAHost : public testing::Test {
         nms_ = std::make_unique<NmsProcess>(host_);
         nms_->logIn(0, "alice");
     }
-    /// The service, with our consumer at its channel before the host finds it.
+    /// Start the service, and connect our consumer to its channel before the host finds it.
     void serve() {
         const std::string reference = server_.start();
-        // the first call may find the connection to the service of before
+        // the first call may use the old connection to the previous service
         ASSERT_TRUE(eventually([&] {
             try {
                 connectConsumer(reference);
@@ -135,7 +135,7 @@ class ExternalChannelOfAHost : public testing::Test {
             return !names.empty() && names.back() == std::to_string(last);
         });
     }
-    /// Every one of these arrived, in order; some may have arrived twice.
+    /// Expect that every one of these events arrived, in order. Some may have arrived twice.
     void expectAtLeastOnce(int first, int last) {
         std::vector<std::string> names = consumer_->names();
         names.erase(names.begin(), std::find(names.begin(), names.end(), std::to_string(first)));

@@ -1,4 +1,4 @@
-// What is left of iterators when their sessions have ended.
+// What remains of iterators after their sessions have ended.
 
 #include <vector>
 
@@ -9,9 +9,9 @@ namespace kelp::test {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double kMostGrowthMib = 400;  // what is freed is kept back for a while
+constexpr double kMostGrowthMib = 400;  // the sanitizer keeps freed memory for a while
 #else
-constexpr double kMostGrowthMib = 5;  // half of what the iterators of two rounds take
+constexpr double kMostGrowthMib = 5;  // half of the memory that the iterators of two rounds take
 #endif
 
 class Endings : public IteratorsFixture {};
@@ -63,14 +63,15 @@ TEST_F(Endings, TheHostStopsInTheMiddleOfWalks) {
 TEST_F(Endings, TenThousandIteratorsOfAHundredSessionsAreGoneWithTheirSessions) {
     constexpr int kSessions = 100, kEach = 100;
     constexpr int kThreads = 2;
-    limit(kSessions * kEach, kSessions * kEach);  // none to spare
+    limit(kSessions * kEach, kSessions * kEach);  // exactly the number that the test opens
     host_.set("session", "ping_interval_s", 3600).set("trace", "level", 0);
     host_.set("access", "requests_per_second_before_login", 0);
     startWithElements(50);
     NmsProcess nms(host_, kSessions);
     const pid_t host = host_.process().pid();
 
-    /// All are opened, and their sessions ended. Resident memory with all open, and afterwards.
+    /// Open all iterators and end their sessions. Return the resident memory with all open, and at
+    /// the end.
     const auto openAndEnd = [&](int round) {
         nms.logInAll(kSessions, "alice");
         for (int i = 0; i < kSessions; ++i) {

@@ -11,8 +11,8 @@
 
 namespace kelp::test {
 
-/// A host beside a naming service, with an inventory, and users "alice" and "bob" for the NMS that
-/// read it.
+/// A host with a separate naming service, an inventory, and the users "alice" and "bob" for the NMS
+/// that read it.
 class IteratorsFixture : public testing::Test {
   protected:
     IteratorsFixture() {
@@ -21,7 +21,8 @@ class IteratorsFixture : public testing::Test {
         host_.addUser("bob");
     }
 
-    /// With the limit of one session out of the way.
+    /// Set the limits for all sessions. The limit for one session is set so high that it has no
+    /// effect.
     void limit(int soft, int hard) {
         host_.set("iterator", "soft_limit", soft).set("iterator", "hard_limit", hard);
         host_.set("iterator", "per_session_max", 1000000);
@@ -34,8 +35,8 @@ class IteratorsFixture : public testing::Test {
             throw std::runtime_error("there is no inventory");
         host_.start();
     }
-    /// With new limits: exactly as many iterators as they allow can be opened, so no other is
-    /// counted.
+    /// Expect that no iterator is open: under new limits, exactly as many iterators as they allow
+    /// can be opened.
     void expectNoneOpen(NmsProcess& nms, int number) {
         constexpr int kFew = 5;
         const std::size_t before = host_.log().count(kReadAgain);

@@ -1,4 +1,4 @@
-// NMS that open iterators without end.
+// NMS that open iterators endlessly.
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,7 @@ constexpr int kSlowestCallMs = 5000;
 
 class Limits : public IteratorsFixture {
   protected:
-    /// alice opens without end, bob reads.
+    /// Start a host at which alice opens iterators endlessly and bob reads.
     void start(int soft, int hard) {
         limit(soft, hard);
         startWithElements(kElements);
@@ -27,7 +27,7 @@ class Limits : public IteratorsFixture {
         bob_->logIn(0, "bob");
         reader_.emplace(*bob_, 0);
     }
-    /// Why the iterator is not opened; "" when it is.
+    /// Return the reason for which an iterator is refused, or "" if it is opened.
     static std::string refusal(NmsLists& lists) {
         try {
             lists.ask(1);
@@ -98,7 +98,7 @@ TEST_P(HardLimits, RefuseFurtherIteratorsWhileAllElseGoesOn) {
     EXPECT_EQ(openings.failed, 0);
     EXPECT_EQ(greedy_->probe().open, openings.opened) << "those that are open stay open";
 
-    // the reader's place is free a moment after its last batch
+    // the reader's iterator is uncounted a moment after its last batch
     EXPECT_TRUE(eventually([&] {
         greedy_->openMany(1, 1);
         return greedy_->probe().open == hard;

@@ -1,4 +1,4 @@
-// Batches that are read while iterators are closed as the oldest, destroyed, and go with their
+// Batches are read while other calls close the oldest iterators, destroy iterators and end
 // sessions.
 
 #include "iterators_fixture.h"
@@ -8,7 +8,7 @@ namespace {
 
 class Races : public IteratorsFixture {
   protected:
-    /// Once it has called something that is over.
+    /// Wait until it has called a closed iterator, then stop it and expect no errors.
     static void expectSoundEnd(NmsLists& lists) {
         EXPECT_TRUE(eventually([&] { return lists.mixture().closed > 0; }));
         const NmsLists::Mixture mixture = lists.stopMixture();

@@ -1,4 +1,4 @@
-// Lists read to their end, and given up.
+// Lists that are read to their end, and lists that are abandoned.
 
 #include <cstdint>
 #include <limits>

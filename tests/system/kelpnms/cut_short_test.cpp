@@ -1,4 +1,5 @@
-// kelpnms reading a large network that is taken away from it: what is told, kept, and gone on with.
+// kelpnms is interrupted while it reads a large network: its messages, the file it keeps, and how
+// it continues.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -10,14 +11,14 @@ namespace {
 
 class KelpnmsCutShortTest : public KelpnmsNetworkTest {
   protected:
-    /// Large enough that a list in batches of 1 takes much longer than what the test does
-    /// meanwhile.
+    /// The network is so large that reading a list in batches of 1 takes much longer than the
+    /// test's actions meanwhile.
     void startHostWithLargeNetwork() { startHostWithGenerated(30, 3000); }
 
     std::filesystem::path file() const { return scratch_ / "network.jsonl"; }
     std::filesystem::path partial() const { return scratch_ / "network.jsonl.partial"; }
 
-    /// A dump to the file, in the middle of the elements.
+    /// Start a dump to the file and return in the middle of the elements.
     ChildProcess dumpUnderWay(const std::vector<std::string>& more = {}) {
         std::vector<std::string> arguments = {"dump", file().string(), "--batch", "1"};
         arguments.insert(arguments.begin(), more.begin(), more.end());
@@ -25,7 +26,7 @@ class KelpnmsCutShortTest : public KelpnmsNetworkTest {
         EXPECT_TRUE(hasLines(partial(), 200)) << output();
         return nms;
     }
-    /// Goes on with what was kept, and compares the result with a dump that was not cut short.
+    /// Continue from the partial file, and compare the result with an uninterrupted dump.
     void expectToGoOnWith(const std::string& element) {
         ASSERT_NE(element, "") << output();
         EXPECT_EQ(run({"dump", file().string(), "--from", element}), 0) << output();
@@ -85,8 +86,8 @@ TEST_F(KelpnmsCutShortTest, SecondInterruptEndsAtOnceAndStillSaysHowToGoOn) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay({"--timeout", "600"});
     host_.process().freeze();
-    // the first waits for the call that hangs; which of them is the second depends on when they are
-    // taken
+    // The first signal waits for the call that hangs. When kelpnms receives the signals decides
+    // which of them counts as the second.
     ASSERT_TRUE(eventually([&] {
         nms.signal(SIGINT);
         return !nms.isRunning();

@@ -1,4 +1,5 @@
-// kelpnms events against a real host: what is shown, what is told of losses, and how it comes back.
+// kelpnms events against a real host: the events it shows, the losses it reports, and how it
+// reconnects.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -17,7 +18,7 @@ class KelpnmsEventsTest : public KelpnmsTest {
   protected:
     KelpnmsEventsTest() { host_.set("notification", "heartbeat_s", 1); }
 
-    /// The last line that tells of this, as JSON.
+    /// Return the last line that reports this event, as JSON.
     Json told(const std::string& event) {
         Json found;
         std::istringstream lines(output());
@@ -79,7 +80,7 @@ TEST_F(KelpnmsEventsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfter
     startHost();
     ChildProcess frozen(launch({"--verbose", "events", "--count", "7", "--for", "120"}));
     LogFile frozenLog = log_;
-    ASSERT_TRUE(frozenLog.waitFor("NT_HEARTBEAT", 2));  // it now knows their interval
+    ASSERT_TRUE(frozenLog.waitFor("NT_HEARTBEAT", 2));  // it now knows the heartbeats' interval
     frozen.freeze();
     const std::size_t before = frozenLog.count("NT_HEARTBEAT");
     EXPECT_EQ(run({"events", "--count", "5", "--for", "60"}), 0) << output();
@@ -105,7 +106,7 @@ TEST_F(KelpnmsEventsTest, EventsGoOnWhenTheKilledHostIsStartedAgain) {
     EXPECT_TRUE(waitForAnotherHeartbeat()) << output();
     nms.signal(SIGTERM);
     EXPECT_EQ(nms.waitExit(), 0) << output();
-    // the killed host has destroyed nothing, the new one all
+    // the killed host destroyed no session, the new host destroyed all of its sessions
     EXPECT_TRUE(eventually([this] {
         return host_.log().count("has been constructured!") ==
                host_.log().count("has been destroyed!") + 1;
@@ -123,7 +124,7 @@ TEST_F(KelpnmsEventsTest, NewConnectionHasTheSameFilter) {
     host_.set("agent", "HeartbeatEventType", 0);
     host_.start();
     ASSERT_TRUE(filtered.waitFor("\"event\":\"reconnected\"")) << filtered.text();
-    // others get what does not pass the filter
+    // a consumer without the filter receives the events that do not match it
     EXPECT_EQ(run({"events", "--count", "2", "--for", "30"}), 0) << output();
     nms.signal(SIGINT);
     EXPECT_EQ(nms.waitExit(), 0);

@@ -43,10 +43,10 @@ class KelpnmsTest : public testing::Test {
 
     const std::string& output() { return log_.text(); }
 
-    /// What the last run answered with --json.
+    /// Return the output of the last run with --json.
     Json answer() { return Json::parse(output(), nullptr, false); }
 
-    /// True when the host has destroyed as many sessions as it has made.
+    /// True if the host has destroyed as many sessions as it has created.
     bool allSessionsGone() {
         return eventually([this] {
             return host_.log().count("has been constructured!") ==

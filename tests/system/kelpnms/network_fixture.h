@@ -20,7 +20,7 @@ inline std::vector<std::string> linesOf(const std::string& text) {
 /// kelpnms reading the network of a real host.
 class KelpnmsNetworkTest : public KelpnmsTest {
   protected:
-    /// `kelpctl inventory ARGUMENTS` on the host's inventory.
+    /// Run `kelpctl inventory ARGUMENTS` on the host's inventory.
     void inventory(const std::vector<std::string>& arguments) {
         std::vector<std::string> all = {"--config", host_.configFile().string(), "inventory"};
         all.insert(all.end(), arguments.begin(), arguments.end());
@@ -36,7 +36,8 @@ class KelpnmsNetworkTest : public KelpnmsTest {
             {"generate", "--elements", std::to_string(elements), "--ports", std::to_string(ports)});
     }
 
-    /// kelpnms with its standard output in a file, apart from what it tells.
+    /// Describe a run of kelpnms whose standard output goes to a file and whose messages go to the
+    /// log.
     Launch launchTo(const std::filesystem::path& file, const std::vector<std::string>& arguments) {
         Launch nms = launch(arguments);
         nms.arguments.insert(nms.arguments.begin(),
@@ -44,18 +45,18 @@ class KelpnmsNetworkTest : public KelpnmsTest {
         nms.program = "/bin/sh";
         return nms;
     }
-    /// Its standard output; it must end with 0 and tell nothing.
+    /// Return its standard output. It must end with 0 and print no messages.
     std::string listed(const std::vector<std::string>& arguments) {
         const std::filesystem::path file = scratch_ / ("list" + std::to_string(runs_));
         EXPECT_EQ(runToEnd(launchTo(file, arguments)), 0) << output();
         EXPECT_EQ(output(), "");
         return contentOf(file);
     }
-    /// Waits until so many lines have been written to the file.
+    /// Wait until the file has at least `number` lines.
     static bool hasLines(const std::filesystem::path& file, std::size_t number) {
         return eventually([&] { return linesOf(contentOf(file)).size() >= number; });
     }
-    /// The element in the advice that was told.
+    /// Return the element named in the advice on how to continue.
     std::string toGoOnWith() {
         const std::string advice = "--from \"";
         const std::size_t begin = output().find(advice);

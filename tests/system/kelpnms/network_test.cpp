@@ -1,4 +1,4 @@
-// kelpnms reading the network of a real host: what comes, in which form, in batches of any size.
+// kelpnms reads the network of a real host: content, formats, and batches of any size.
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@ using Json = nlohmann::json;
 
 class KelpnmsUploadTest : public KelpnmsNetworkTest {
   protected:
-    /// What identifies an object, out of its name: the values without the EMS.
+    /// Return what identifies an object: the values of its name without the EMS.
     static std::string identityOf(const Json& name) {
         std::string text;
         for (const Json& part : name) {
@@ -22,7 +22,7 @@ class KelpnmsUploadTest : public KelpnmsNetworkTest {
         }
         return text;
     }
-    /// The same out of an inventory file, whose keys are a name's components.
+    /// Return the same from a record of an inventory file, whose keys are the components of a name.
     static std::string identityInFile(const Json& record) {
         std::string text;
         for (const char* key :
@@ -40,7 +40,7 @@ class KelpnmsUploadTest : public KelpnmsNetworkTest {
         }
         return objects;
     }
-    /// Of these kinds in the sample network's file.
+    /// Return the identities of all objects of these kinds in the sample network's file.
     static std::set<std::string> inSample(const std::set<std::string>& kinds) {
         std::set<std::string> objects;
         for (const std::string& line : linesOf(contentOf(SAMPLE_NETWORK))) {

@@ -1,5 +1,5 @@
-// The host's own naming service, the other ways to the session factory, and a stranger who tries
-// everything.
+// The host's embedded naming service, the other ways to the session factory, and a stranger who
+// tries everything.
 
 #include <gmock/gmock.h>
 #include <mtnm/emsSessionFactory.h>
@@ -56,7 +56,7 @@ class EmbeddedNaming : public testing::Test {
 
     Host host_;
     NamingClient client_{testOrb(), host_.namingPort()};
-    std::string factory_;  ///< its reference
+    std::string factory_;  ///< reference of the session factory
 };
 
 TEST_F(EmbeddedNaming, HoldsTheFactoryOnceTheHostIsReady) {

@@ -1,5 +1,5 @@
-// The session factory's entry in a naming service that dies, freezes, forgets or holds something
-// else.
+// The session factory's entry in a naming service that dies, freezes, loses its bindings or holds
+// another object.
 
 #include <gmock/gmock.h>
 

@@ -12,7 +12,7 @@
 
 namespace kelp::test {
 
-/// An ORB of the test's own process, which is a stranger to the host.
+/// Return an ORB of the test's process, a stranger to the host.
 inline CORBA::ORB_ptr testOrb() {
     static const CORBA::ORB_var orb = [] {
         orb::OrbOptions options;
@@ -29,7 +29,7 @@ inline std::string textOf(CORBA::Object_ptr object) {
     return text.in();
 }
 
-/// What kelpctl prints for a host, with these arguments.
+/// Return the output of kelpctl for a host with these arguments.
 inline std::string printedBy(const Host& host, std::vector<std::string> arguments) {
     static int runs = 0;
     arguments.insert(arguments.begin(), {"--config", host.configFile().string()});
@@ -40,7 +40,7 @@ inline std::string printedBy(const Host& host, std::vector<std::string> argument
     return contentOf(launch.output);
 }
 
-/// `kelpctl naming --json`; empty when it fails.
+/// Return the output of `kelpctl naming --json`; empty if it fails.
 inline nlohmann::json namingOf(const Host& host) {
     nlohmann::json naming =
         nlohmann::json::parse(printedBy(host, {"naming", "--json"}), nullptr, false);

@@ -66,7 +66,7 @@ std::string emsLabel(emsSession::EmsSession_I_ptr session) {
     return ems->userLabel.in();
 }
 
-/// Other failures than that of a missing object are thrown.
+/// Throws on any failure other than a missing object.
 std::string exists(emsSession::EmsSession_I_ptr session) {
     try {
         session->ping();

@@ -9,24 +9,24 @@
 
 namespace kelp::test {
 
-/// Carries out the test's commands, one line each (NmsProcess writes them).
+/// Carries out the test's commands, one a line. NmsProcess writes them.
 class Commands {
   public:
     Commands(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, const std::string& factory,
              std::size_t endpoints);
 
-    /// The answer to a line: "ok ..." or "failed ...".
+    /// Carry out a line. Return its answer: "ok ..." or "failed ...".
     std::string answer(const std::string& line);
 
   private:
     std::string carryOut(const std::string& line);
-    /// Connects the NMS to the event channel; it takes so long for each event.
+    /// Connect the NMS to the event channel. It spends `pause` on each event.
     void follow(int number, std::chrono::milliseconds pause);
-    /// The same by the channel's reference at some address, which its other objects are called at,
-    /// too.
+    /// Connect with the channel's reference at some address. All objects of the channel are called
+    /// at that address.
     void followAt(int number, const std::string& host, std::uint16_t port,
                   const std::string& channel);
-    /// The session's event channel, called at that address.
+    /// Return the reference of the session's event channel with its address replaced by this one.
     std::string channelAt(int number, const std::string& host, std::uint16_t port);
     Follower::Result followed(int number);
     void logInAll(int count, const std::string& user, const std::string& password);

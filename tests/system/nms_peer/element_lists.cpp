@@ -19,10 +19,10 @@ using globaldefs::NamingAttributesIterator_I_var;
 using globaldefs::NamingAttributesList_T_var;
 
 constexpr CORBA::ULong kAll = std::numeric_limits<CORBA::ULong>::max();
-/// So many of the latest iterators are looked at while others are opened.
+/// Number of the latest iterators that are called while others are opened.
 constexpr std::size_t kLookedAt = 60;
 
-/// "open" or "closed"; other failures are thrown.
+/// Return "open" or "closed". Throws on any other failure.
 template <class Call>
 std::string outcome(Call call) {
     try {
@@ -37,7 +37,7 @@ std::string outcome(NamingAttributesIterator_I_ptr iterator) {
     return outcome([&] { iterator->getLength(); });
 }
 
-/// Of each of an iterator's operations.
+/// Return the outcome of each of an iterator's operations.
 std::string outcomes(NamingAttributesIterator_I_ptr iterator) {
     NamingAttributesList_T_var names;
     return outcome([&] { iterator->next_n(1, names.out()); }) + " " + outcome(iterator) + " " +
@@ -46,10 +46,10 @@ std::string outcomes(NamingAttributesIterator_I_ptr iterator) {
 
 struct OpenOnes {
     int count = 0;
-    std::size_t oldest = 0;  ///< index; the size when there is none
+    std::size_t oldest = 0;  ///< index; the number of iterators if none is open
 };
 
-/// Calls them, the youngest first.
+/// Call the iterators, the newest first, and count the open ones.
 OpenOnes openAmong(const std::vector<NamingAttributesIterator_I_var>& iterators) {
     OpenOnes open{0, iterators.size()};
     for (std::size_t i = iterators.size(); i-- > 0;) {
@@ -162,7 +162,8 @@ std::string ElementLists::openMany(int threads, int each, bool isWatched) {
             }
             --running;
         });
-    // those that are open now were all open when the last of them had been opened
+    // every iterator found open was already open when the last of them was opened, so they were all
+    // open at once
     int most = 0;
     while (isWatched && running > 0)
         most = std::max(most, openAmong(latest(kLookedAt)).count);

@@ -14,28 +14,29 @@
 
 namespace kelp::test {
 
-/// What one NMS does with the names of all managed elements, which come as long lists. The
-/// iterators that it has opened are known by their number, from 0 on, also after their end.
+/// The calls of one NMS that reads the names of all managed elements, a long list. The iterators it
+/// has opened are numbered from 0. A number stays valid after the iterator's end.
 class ElementLists {
   public:
-    /// Asks in this session from now on.
+    /// Use this session from now on.
     void use(emsSession::EmsSession_I_ptr session);
 
-    /// Carries out a command (NmsLists writes them); its answer.
+    /// Carry out a command written by NmsLists, and return its answer.
     std::string carryOut(CORBA::ORB_ptr orb, std::istream& words);
 
   private:
     using Iterator_ptr = globaldefs::NamingAttributesIterator_I_ptr;
     using Iterator_var = globaldefs::NamingAttributesIterator_I_var;
 
-    /// The names that came first, and the iterator for the rest; nil when there is none.
+    /// Return the iterator for the rest of the list, nil if there is no rest. Append the first
+    /// names to `names`.
     Iterator_var ask(CORBA::ULong howMany, std::vector<std::string>& names);
     std::string askOnce(CORBA::ULong howMany);
     std::string openMany(int threads, int each, bool isWatched);
     std::string probe();
     struct Walk {
         std::vector<std::string> names;
-        std::size_t largest = 0;  ///< batch
+        std::size_t largest = 0;  ///< entries in the largest batch
         Iterator_var rest;
     };
     Walk readAll(CORBA::ULong howMany);

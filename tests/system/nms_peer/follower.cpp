@@ -95,7 +95,7 @@ Follower::~Follower() {
     try {
         proxy_->disconnect_structured_push_supplier();
     } catch (const CORBA::SystemException&) {
-        // the EMS has gone, or has given this consumer up
+        // the EMS no longer exists or has dropped this consumer
     }
     const PortableServer::ObjectId_var id = poa_->servant_to_id(consumer_);
     poa_->deactivate_object(id.in());
@@ -126,7 +126,7 @@ void Restless::run() {
             const Follower follower(session_.in(), poa_.in(), std::chrono::milliseconds(0));
             changed_.wait_for(lock, std::chrono::seconds(1), [this] { return ending_; });
         } catch (const CORBA::Exception&) {
-            return;  // the EMS has gone
+            return;  // the EMS no longer exists
         }
     }
 }

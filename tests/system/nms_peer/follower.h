@@ -13,12 +13,13 @@
 
 namespace kelp::test {
 
-/// A structured push consumer at the session's event channel that keeps account of what comes.
+/// A structured push consumer at the session's event channel that counts the events it receives.
 class Follower {
   public:
     Follower(emsSession::EmsSession_I_ptr session, PortableServer::POA_ptr poa,
              std::chrono::milliseconds pause);
-    /// Where to call an object of the channel, by the reference that the channel has told.
+    /// Returns the reference by which to call an object of the channel, given the reference that
+    /// the channel returned.
     using Route = std::function<CORBA::Object_ptr(CORBA::Object_ptr)>;
     Follower(CosNotifyChannelAdmin::EventChannel_ptr channel, PortableServer::POA_ptr poa,
              std::chrono::milliseconds pause, const Route& route);
@@ -28,10 +29,10 @@ class Follower {
     Follower& operator=(const Follower&) = delete;
 
     struct Result {
-        int events = 0;    ///< different ones
-        int repeated = 0;  ///< came again, one after the other
-        int late = 0;      ///< came after a newer one
-        int missing = 0;   ///< ids left out between those that came
+        int events = 0;    ///< different events
+        int repeated = 0;  ///< events received again, directly after each other
+        int late = 0;      ///< events received after a newer one
+        int missing = 0;   ///< ids missing between the ids received
         std::uint64_t lastId = 0;
     };
     Result result() const;
@@ -41,7 +42,7 @@ class Follower {
     void connect(CosNotifyChannelAdmin::EventChannel_ptr channel, const Route& route);
 
     const PortableServer::POA_var poa_;
-    Consumer* consumer_;  ///< of the adapter, as long as this lives
+    Consumer* consumer_;  ///< owned by the POA, active during the lifetime of this
     CosNotifyChannelAdmin::StructuredProxyPushSupplier_var proxy_;
 };
 

@@ -1,5 +1,5 @@
-// NMS of a test in a process of their own: nms_peer FACTORY PORT... reads commands from standard
-// input, a line each, and answers each with a line.
+// NMS of a test in a separate process: nms_peer FACTORY PORT... reads commands from standard input,
+// one a line, and answers each with one line.
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
@@ -12,8 +12,8 @@
 
 namespace {
 
-/// Above what any of the host's limits adds up to, so that a call that waits is seen as one that
-/// took long.
+/// Longer than the host's time-outs can add up to, so a call that waits counts as slow, not as
+/// failed.
 constexpr std::chrono::seconds kCallLimit{30};
 
 int run(int argc, char** argv) {
@@ -31,7 +31,7 @@ int run(int argc, char** argv) {
     std::cout << "ready" << std::endl;
     for (std::string line; std::getline(std::cin, line);)
         std::cout << commands.answer(line) << std::endl;
-    ::_exit(0);  // calls that are held would keep the ORB
+    ::_exit(0);  // exit without the ORB's shutdown, because calls that are held would block it
 }
 
 }  // namespace

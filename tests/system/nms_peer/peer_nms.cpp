@@ -13,7 +13,7 @@ namespace kelp::test {
 
 namespace {
 
-/// The object's reference with only one of the ORB's addresses in it.
+/// Return the object's reference reduced to one of the ORB's addresses.
 std::string referenceAt(CORBA::ORB_ptr orb, CORBA::Object_ptr object, std::size_t endpoint) {
     orb::ReferenceContent content;
     if (!orb::describe(orb, object, content) || content.endpoints.empty())

@@ -18,7 +18,7 @@
 
 namespace kelp::test {
 
-/// Counts what the EMS calls; holds the calls on demand.
+/// Counts the EMS's calls, and holds them on demand.
 class CountingListener : public nms::NmsListener {
   public:
     void pinged() override;
@@ -39,7 +39,7 @@ class CountingListener : public nms::NmsListener {
         std::string endTime = "-";
     };
     Counts counts() const;
-    /// The times between one ping and the next so far.
+    /// Return the intervals between pings so far.
     std::vector<std::chrono::milliseconds> pingGaps() const;
 
   private:
@@ -53,7 +53,7 @@ class CountingListener : public nms::NmsListener {
     std::vector<std::chrono::steady_clock::time_point> pings_;
 };
 
-/// Calls the EMS all the time on a thread of its own: two calls, a pause, and so on.
+/// Calls the EMS continuously on a separate thread: two calls, then a pause.
 class Chatter {
   public:
     Chatter(emsSession::EmsSession_I_ptr session, std::chrono::milliseconds pause);
@@ -65,7 +65,7 @@ class Chatter {
         long slowestMs = 0;
     };
     Result result() const;
-    /// How long each pair of calls took since this was last asked.
+    /// Return the duration of each pair of calls since the last query.
     std::vector<std::chrono::microseconds> takeLatencies();
 
   private:
@@ -80,17 +80,18 @@ class Chatter {
     std::thread thread_;
 };
 
-/// One NMS of the process: its own session object, and its log-in at the EMS while it has one.
+/// One NMS of the process: its session object, and its log-in at the EMS while it is logged in.
 class PeerNms {
   public:
-    /// The object is reached by the address of `endpoint` among those the ORB listens on.
+    /// The object is reached at the address of number `endpoint` among those on which the ORB
+    /// listens.
     PeerNms(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, std::size_t endpoint);
 
-    /// Logs in, with another reference than its own where one is given.
+    /// Log in, with `otherReference` as the session object's reference if it is not empty.
     void logIn(emsSessionFactory::EmsSessionFactory_I_ptr factory, const std::string& user,
                const std::string& password, const std::string& otherReference = "");
 
-    /// Throws when it never logged in.
+    /// Throws if it has never logged in.
     emsSession::EmsSession_I_ptr session() const;
     std::string ownReference() const { return ownReference_; }
 
@@ -98,7 +99,7 @@ class PeerNms {
     std::unique_ptr<Chatter>& chatter() { return chatter_; }
     std::unique_ptr<Follower>& followed() { return followed_; }
     std::unique_ptr<Restless>& restless() { return restless_; }
-    /// Throws when it never logged in.
+    /// Throws if it has never logged in.
     ElementLists& lists();
 
   private:

@@ -28,14 +28,14 @@ class TclNms : public testing::Test {
         host.set("session", "ping_interval_s", 1);
     }
 
-    /// Starts an NMS that goes through the steps.
+    /// Start an NMS that carries out these steps.
     void begin(std::vector<std::string> steps) {
         steps.insert(steps.begin(), {TCL_NMS, TCL_TYPES, std::to_string(host.namingPort())});
         Launch launch = host.launch(TCLSH, std::move(steps));
         launch.output = said.file();
         nms.emplace(launch);
     }
-    /// What an NMS said that went through its steps to the end.
+    /// Run an NMS through all its steps. Return the lines that it printed.
     std::vector<std::string> through(std::vector<std::string> steps) {
         begin(std::move(steps));
         EXPECT_EQ(nms->waitExit(), 0) << said.text();
@@ -136,7 +136,7 @@ TEST_F(TclNms, GetsNothingThatItsFilterDoesNotMatch) {
     begin({"login", "alice", Host::kPassword, "consume", "NT_HEARTBEAT",
            "$objectName(EMS) == 'Another/EMS'", "events", "1"});
     EXPECT_TRUE(said.waitFor("consume ok"));
-    // a second NMS shows that heartbeats go out meanwhile
+    // a second NMS shows that heartbeats are sent meanwhile
     Launch other =
         host.launch(TCLSH, {TCL_NMS, TCL_TYPES, std::to_string(host.namingPort()), "login", "alice",
                             Host::kPassword, "consume", "NT_HEARTBEAT", "", "events", "2", "end"});

@@ -1,4 +1,4 @@
-// Whose certificates are accepted: those that accounts are bound to, revoked ones, and servers with
+// Which certificates are accepted: those bound to accounts, revoked ones, and those of servers with
 // another name.
 
 #include <filesystem>
@@ -9,14 +9,14 @@ namespace kelp::test {
 namespace {
 
 constexpr int kLogInRefused = 4;
-constexpr int kConfigurationError = 3;  ///< how kelpd ends
+constexpr int kConfigurationError = 3;  ///< exit code of kelpd
 
 constexpr const char* kNotThisCertificate =
     "The user may not log in with this certificate, or without one.";
 
 class TlsAccounts : public TlsTest {
   protected:
-    /// How an NMS with the account's own certificate ends.
+    /// Run an NMS with the account's own certificate. Return its exit code.
     int boundNms(const std::vector<std::string>& arguments) {
         return nms(arguments, certificates_.authority(), bound_);
     }

@@ -9,7 +9,7 @@
 
 namespace kelp::test {
 
-/// How kelpnms ends.
+/// Exit codes of kelpnms.
 inline constexpr int kDone = 0;
 inline constexpr int kWrongUse = 2;
 inline constexpr int kUnreachable = 3;
@@ -36,7 +36,7 @@ class TlsTest : public KelpnmsTest {
         EXPECT_TRUE(eventually([this] { return nms({"find"}) == kDone; })) << output();
     }
 
-    /// kelpnms over TLS, with the certificates of an authority.
+    /// Run kelpnms over TLS, with the certificates of an authority. Return its exit code.
     int nms(const std::vector<std::string>& arguments,
             const ThrowAwayCertificates* authority = nullptr) {
         const ThrowAwayCertificates& its = authority != nullptr ? *authority : certificates_;
@@ -46,7 +46,7 @@ class TlsTest : public KelpnmsTest {
             const std::string& key, const std::string& keyPassword = "") {
         return runToEnd(overTls(arguments, authority, key, keyPassword));
     }
-    /// How kelpnms is run over TLS; its output is what output() gives from here on.
+    /// Describe a run of kelpnms over TLS. From here on output() returns its output.
     Launch overTls(const std::vector<std::string>& arguments, const std::string& authority,
                    const std::string& key, const std::string& keyPassword = "") {
         std::vector<std::string> all = {
@@ -63,8 +63,8 @@ class TlsTest : public KelpnmsTest {
         return {KELPNMS, all, {}, log_.file(), false};
     }
 
-    /// A client of the command line at each TLS port of the host; no certificate when the text is
-    /// empty.
+    /// Return a command-line client for each TLS port of the host; without a certificate if
+    /// `certificate` is empty.
     std::vector<TlsClient> clientsWith(const std::string& certificate) const {
         std::vector<TlsClient> clients;
         for (const PortLease* port : {&tlsPort_, &namingTlsPort_})

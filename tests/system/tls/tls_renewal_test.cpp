@@ -9,7 +9,8 @@ namespace {
 
 class TlsRenewal : public TlsTest {
   protected:
-    /// Serial numbers of what the host shows, at the CORBA port and at the naming service's.
+    /// Return the serial numbers of the certificates that the host presents at the CORBA port and
+    /// at the naming service's port.
     std::vector<std::string> serialNumbers() const {
         std::vector<std::string> all;
         for (const TlsClient& client : clientsWith(nmsCertificate_))
@@ -84,7 +85,8 @@ TEST_F(TlsRenewal, NewAuthoritysNmsIsLetInAndTheFormersIsNot) {
     std::filesystem::copy_file(others.authority(), certificates_.authority(),
                                std::filesystem::copy_options::overwrite_existing);
     host_.reconfigure();
-    // it shows the former authority's certificate still, but trusts only the new one's
+    // the host still presents the former authority's certificate, but trusts only the new
+    // authority's
     const TlsClient formers(tlsPort_.hostAndPort(), formerAuthority, nmsCertificate_);
     EXPECT_TRUE(eventually([&] { return !formers.handshakes(); }));
     EXPECT_TRUE(

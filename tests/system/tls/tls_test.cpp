@@ -1,4 +1,4 @@
-// NMS and EMS over TLS, in processes of their own.
+// NMS and EMS over TLS, in separate processes.
 
 #include "system/harness/name_server.h"
 #include "tls_fixture.h"
@@ -6,7 +6,7 @@
 namespace kelp::test {
 namespace {
 
-constexpr int kConfigurationError = 3;  ///< how kelpd ends
+constexpr int kConfigurationError = 3;  ///< exit code of kelpd
 
 class TlsModes : public TlsTest, public testing::WithParamInterface<int> {};
 
@@ -49,7 +49,7 @@ TEST_F(TlsTest, KeyWithAPasswordIsOpenedWithIt) {
 TEST_F(TlsTest, PlainNmsDoesNotGetInWhereThereIsOnlyTls) {
     startHost(kTlsOnly);
     EXPECT_EQ(run({"--timeout", "5", "ping"}), kUnreachable) << output();
-    // not even at the TLS port
+    // plain CORBA does not work at the TLS port either
     const std::vector<std::string> plain = {
         "--naming",        namingTlsPort_.hostAndPort(), "--timeout", "5", "--user", "demo", "ping",
         "--password-file", host_.passwordFile().string()};
@@ -62,7 +62,7 @@ TEST_F(TlsTest, CertificateOfAnotherAuthorityIsRefused) {
     startHost(kTlsOnly);
     const ThrowAwayCertificates others;
     EXPECT_EQ(nms({"ping"}, &others), kUnreachable) << output();
-    // one that trusts the EMS, but shows what the EMS does not trust
+    // this NMS trusts the EMS, but the EMS does not trust its certificate
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), others.issue("nms")), kUnreachable)
         << output();
     EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
@@ -90,7 +90,7 @@ TEST_F(TlsTest, ClientWhoseCertificateHasEndedOrNotBegunIsRefused) {
         "is refused: certificate expired, its certificate: certificate has expired"));
     expectHandshakes(certificates_.issueNotYetValid("new"), false);
     EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
-    // an NMS is told so by its own side, before it calls anybody
+    // the NMS detects it locally, before it calls the EMS
     const std::string ended = certificates_.issueExpired("nms");
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), ended), kWrongUse) << output();
     EXPECT_TRUE(log_.contains(ended + " holds a certificate that has ended at 2021-01-01"))
@@ -143,7 +143,7 @@ TEST_F(TlsTest, NamingServiceWithAnotherAuthoritysCertificateIsNotTrusted) {
     host_.start();
     EXPECT_TRUE(host_.log().waitFor("[Monitor Thread] system exception occured! error reason:"));
     naming_ = "127.0.0.1:" + std::to_string(names.port());
-    // a busy machine may let the first question wait longer than kelpnms does
+    // on a busy machine the first lookup may take longer than kelpnms waits
     const auto nothingIsRegistered = [&] {
         return nms({"find"}, &others) == kUnreachable &&
                log_.contains("no session factory is registered");

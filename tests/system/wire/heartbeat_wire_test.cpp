@@ -1,5 +1,5 @@
-// Heartbeats as octets on the wire: what the host sends, by the eyes of a network analyser and of a
-// decoder that shares nothing with the ORB.
+// Heartbeats as octets on the wire, read by a network analyser and by a decoder that shares no code
+// with the ORB.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gmock/gmock.h>
@@ -35,7 +35,7 @@ class HeartbeatWire : public testing::Test {
         host_.start();
     }
 
-    /// The GIOP message of the next heartbeat.
+    /// Return the GIOP message of the next heartbeat.
     std::string heartbeat() {
         nms::NmsSettings settings;
         settings.listen = "127.0.0.1:0";
@@ -60,7 +60,7 @@ class HeartbeatWire : public testing::Test {
         return recorder_.lastRequest();
     }
 
-    /// What a shell command prints.
+    /// Return the output of a shell command.
     static std::string outputOf(const std::string& command) {
         std::string text;
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(::popen(command.c_str(), "r"),
@@ -70,7 +70,7 @@ class HeartbeatWire : public testing::Test {
         return text;
     }
 
-    /// The message as the analyser's capture file; its fields by the analyser.
+    /// Convert the message to a capture file. Return these fields as the analyser prints them.
     std::string analysed(const std::string& message, const std::string& fields) {
         const std::filesystem::path dump = host_.scratch("message.txt");
         const std::filesystem::path capture = host_.scratch("message.pcap");
@@ -92,7 +92,7 @@ class HeartbeatWire : public testing::Test {
         return outputOf(TSHARK " -r " + capture.string() + " -d tcp.port==40001,giop -T fields " +
                         fields + " 2>/dev/null");
     }
-    /// The event by the decoder, a line each.
+    /// Return the event as the decoder prints it, line by line.
     std::vector<std::string> decoded(const std::string& hex) {
         const std::filesystem::path file = host_.scratch("event.hex");
         std::ofstream(file) << hex;
@@ -102,7 +102,8 @@ class HeartbeatWire : public testing::Test {
             all.push_back(line);
         return all;
     }
-    /// The lines of the next heartbeat's event, by way of the analyser.
+    /// Return the decoded lines of the next heartbeat's event. The analyser extracts them from the
+    /// message.
     std::vector<std::string> event() {
         std::string message = heartbeat();
         const auto size = static_cast<std::uint32_t>(message.size() - 12);

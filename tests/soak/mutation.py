@@ -1,4 +1,4 @@
-"""What a broken or hostile client makes of a sequence of whole GIOP messages."""
+"""Modifies a sequence of whole GIOP messages as a broken or hostile client would."""
 
 import struct
 
@@ -6,7 +6,7 @@ from giop import *
 
 
 def split(whole, random):
-    """The same message in GIOP 1.2 fragments."""
+    """Return the same message in GIOP 1.2 fragments."""
     if whole[5] != 2 or whole[7] != REQUEST or len(whole) < 64 or whole[6] & MORE_FRAGMENTS:
         return [whole]
     order = "<" if whole[6] & 1 else ">"
@@ -42,7 +42,7 @@ def resized(whole, random):
 
 
 def mutated(messages, random):
-    """The messages as a list of octets to send: most of them as they are, so that the rest is reached."""
+    """Return the list of octets to send. Most messages stay unchanged, so that the host also processes the later ones."""
     out = []
     for whole in messages:
         parts = split(whole, random) if random.random() < 0.4 else [whole]

@@ -1,4 +1,4 @@
-"""A relay before a host that keeps the GIOP messages which pass through it, connection by connection."""
+"""A relay in front of a host that records the GIOP messages of each connection."""
 
 import socket
 import struct
@@ -6,7 +6,7 @@ import threading
 
 
 class Recording:
-    """One connection: the whole messages of the client and of the server, in order, as (from client, octets)."""
+    """One connection: the whole messages of client and server in order, as (is from client, octets)."""
 
     def __init__(self):
         self.messages = []

@@ -1,5 +1,5 @@
-"""Plays recorded sessions of kelpnms to a host, changed as a hostile client would change them, for as long as asked:
-soak.py BIN_DIR SECONDS [SEED]. Fails when the host ends, spins, grows, or does not serve a well-behaved NMS beside."""
+"""Replays recorded sessions of kelpnms to a host, modified as a hostile client would modify them, for a given time:
+soak.py BIN_DIR SECONDS [SEED]. Fails if the host ends, spins, grows, or does not serve a well-behaved NMS meanwhile."""
 
 import os
 import random
@@ -25,7 +25,7 @@ PASSWORD = "open sesame 7"
 USERS = ["recorded"] + [f"player{i}" for i in range(6)]
 SESSION_OPERATIONS = {b"ping", b"endSession", b"getManager", b"getEventChannel", b"getSupportedManagers",
                       b"_get_associatedSession"}
-#: Growth of resident memory from the end of the first fifth of the time to the end that counts as flat.
+#: Permitted growth of resident memory, from the end of the first fifth of the run to its end.
 GROWTH_MIB = 32
 
 
@@ -84,7 +84,7 @@ file = "{self.folder}/kelpd.log"
                                         env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def restart_without_relay(self):
-        """From now on NMS call the host itself."""
+        """Remove the relay: from now on NMS call the host directly."""
         self.process.terminate()
         self.process.wait(60)
         self._configure()
@@ -124,7 +124,7 @@ file = "{self.folder}/kelpd.log"
 
 
 def record(host):
-    """Lists of recorded messages, a connection each, every message with the role of the object that it calls."""
+    """Return one list of recorded messages per connection. Each message has the role of the object that it calls."""
     host.wait_until_ready()
     host.relay.recordings.clear()
     for command in (["managers"], ["ems"], ["elements"], ["ports", "--batch", "50"], ["equipment"], ["links"],
@@ -141,7 +141,7 @@ def record(host):
 
 
 def key_of(whole):
-    """(begin, end) of the object key of a GIOP 1.2 request; None for anything else."""
+    """Return (begin, end) of the object key of a GIOP 1.2 request, or None for any other message."""
     if whole[5] != 2 or whole[7] != REQUEST or struct.unpack_from("<H", whole, 20)[0] != KEY_ADDR:
         return None
     length, = struct.unpack_from("<I", whole, 24)
@@ -168,7 +168,7 @@ def role_of(whole):
 
 
 def with_key(whole, key):
-    """The request with another object key; what follows moves with its alignment, so that the header stays sound."""
+    """Return the request with another object key, without its service contexts. The arguments stay aligned."""
     begin, end = key_of(whole)
     at = end + -end % 4
     operation = operation_of(whole)
@@ -186,8 +186,8 @@ def with_key(whole, key):
 
 
 class Player:
-    """An attacker with an account, at an address of its own: keeps a session, answers pings, and plays changed
-    recordings. What it does wrong is held against its address, which is not that of the well-behaved NMS."""
+    """An attacker with an account. It keeps a session, answers pings, and replays modified recordings. It has a separate
+    address, so that the host's limits for an address do not affect the well-behaved NMS."""
 
     def __init__(self, host, user, streams, seed):
         self.host, self.user, self.streams = host, user, streams
@@ -233,7 +233,7 @@ class Player:
                 self.keys["channel"].append(reader.reference()[2])
 
     def _fitted(self, stream):
-        """The recorded messages, with keys of objects that live now where there are some."""
+        """Return the recorded messages, with the keys of existing objects where such objects exist."""
         made = []
         for role, whole in stream:
             keys = self.keys.get(role)
@@ -318,7 +318,7 @@ def main():
 
 
 def judge_rest(host, samples, seconds, failures):
-    """What is left when the attackers are gone: processor time, memory, and an end when asked for."""
+    """Check the host after the attack: its processor time, its memory, and that it stops on request."""
     def median_around(moment):
         near = [mib for at, mib in samples if abs(at - moment) <= max(5, seconds / 20)]
         return statistics.median(near)

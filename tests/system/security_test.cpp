@@ -161,7 +161,7 @@ TEST_F(Security, ADatabaseThatAnotherProcessLocksRefusesUntilItIsUnlocked) {
     expectDisablingEndsTheSessionOfAlice(nms);
 }
 
-/// Damage to the file while the host has it open: the first bytes are kept, garbage follows.
+/// Damage to the file that the host keeps open: the first bytes stay, garbage follows.
 struct Damage {
     const char* name;
     std::size_t bytesKept;

@@ -1,5 +1,5 @@
-"""One attack on a host, as a process of its own: attacker.py ATTACK PORT [NAME=VALUE ...]. What it saw is printed, a
-`name value` line each. It gives up after a bounded count or time, whatever the host does."""
+"""Runs one attack on a host, in a separate process: attacker.py ATTACK PORT [NAME=VALUE ...]. It prints its observations as
+lines of the form `name value`. Whatever the host does, it ends after a limited count or time."""
 
 import itertools
 import socket
@@ -16,7 +16,7 @@ def version(cdr_id=1, flags=0):
 
 
 def each_connection(count, port, source, attack):
-    """Runs the attack over `count` connections; how many could be made."""
+    """Run the attack over `count` connections. Return how many connections could be made."""
     made = 0
     for turn in range(count):
         try:
@@ -29,7 +29,7 @@ def each_connection(count, port, source, attack):
 
 
 def fragment_after_request(port, source="127.0.0.1", count="300"):
-    """A whole request, and a fragment that claims to belong to it: before, with and after the reply."""
+    """Send a whole request, and a fragment that claims to belong to it before, with and after the reply."""
     def attack(connection, turn):
         if turn % 3 == 0:
             connection.send(version() + fragment(1, bytes(20)))
@@ -49,7 +49,7 @@ def fragment_after_request(port, source="127.0.0.1", count="300"):
 
 
 def half_request_and_cancel(port, source="127.0.0.1", count="40"):
-    """The first part of a fragmented request, then a cancel for it; the connections stay open for a while."""
+    """Send the first part of a fragmented request, then a cancel for it. The connections stay open for a while."""
     held = []
     for turn in range(int(count)):
         try:
@@ -68,7 +68,7 @@ def half_request_and_cancel(port, source="127.0.0.1", count="40"):
 
 
 def replies_to(octets, port, source):
-    """How many replies one request gets on a connection of its own."""
+    """Send a request on a new connection. Return the number of replies."""
     replies = 0
     try:
         with Connection(port, source, patience=1.5) as connection:
@@ -82,7 +82,7 @@ def replies_to(octets, port, source):
 
 
 def keys_of_adapters(port, source="127.0.0.1"):
-    """Requests for keys that lead to an object adapter but to no object in it, and how many replies each gets."""
+    """Send requests for keys that lead to an object adapter but to no object in it. Return the number of replies to each."""
     return {name: replies_to(request(1, "_is_a", key, lambda cdr: cdr.string("IDL:omg.org/CORBA/Object:1.0")), port, source)
             for name, key in (
                 ("channel", b"\xffnotification\x00"),
@@ -95,7 +95,7 @@ def keys_of_adapters(port, source="127.0.0.1"):
 
 
 def target_by_profile(port, source="127.0.0.1"):
-    """One request addressed by a profile and one by a whole reference, and how many answers each gets."""
+    """Send requests whose target is a profile, a whole reference, or invalid. Return the number of replies to each."""
     return {name: replies_to(request(1, "getVersion", target, disposition=disposition), port, source)
             for name, disposition, target in (
                 ("profile", PROFILE_ADDR, lambda cdr: cdr.profile("127.0.0.1", port, FACTORY_KEY)),
@@ -105,7 +105,7 @@ def target_by_profile(port, source="127.0.0.1"):
 
 
 def idle_connections(port, source="127.0.0.1", count="1100", half="0"):
-    """Connections that say nothing, or half a header, held until standard input ends."""
+    """Open connections that send nothing, or half a header. Hold them until standard input ends."""
     held = []
     for _ in range(int(count)):
         try:
@@ -121,8 +121,8 @@ def idle_connections(port, source="127.0.0.1", count="1100", half="0"):
 
 
 def large_requests(port, source="127.0.0.1", callers="4", mebibytes="60", form="whole"):
-    """Callers at once with requests of this size, to the end where the host takes them: `whole`, in `fragments`, or
-    `half`, fragments without the last one. How many were answered."""
+    """Send concurrent requests of this size, as far as the host accepts them: `whole`, in `fragments`, or `half` (fragments
+    without the last one). Return how many were answered."""
     size = int(mebibytes) << 20
     head = request_header(1, "getEmsSession", FACTORY_KEY).align(8).ulong(size)
     answered = []
@@ -156,7 +156,7 @@ def large_requests(port, source="127.0.0.1", callers="4", mebibytes="60", form="
 
 
 def texts_without_end(port, source="127.0.0.1", where="type", count="3000"):
-    """Texts of 60,000 octets without the zero octet at their end. How many requests were refused."""
+    """Send texts of 60,000 octets without the terminating zero octet. Return how many requests were refused."""
     text = b"x" * 60000
 
     def arguments(cdr):
@@ -173,7 +173,7 @@ def texts_without_end(port, source="127.0.0.1", where="type", count="3000"):
 
 
 def octets_behind_the_arguments(port, source="127.0.0.1", count="20000"):
-    """Requests with more octets than their arguments take, each on a connection of its own. How many there were."""
+    """Send requests with octets left over after their arguments, each on a separate connection. Return their number."""
     whole = request(1, "_is_a", FACTORY_KEY, lambda cdr: cdr.string("x").raw(bytes(100)))
 
     def attack(connection, turn):
@@ -183,7 +183,7 @@ def octets_behind_the_arguments(port, source="127.0.0.1", count="20000"):
 
 
 def lengths_beyond_32_bits(port, user, password):
-    """Sequences whose size in octets overflows 32 bits and becomes 0. How each request was answered."""
+    """Send sequences whose size in octets overflows 32 bits and becomes 0. Return the answer to each request."""
     def code_sets(cdr):
         component = Cdr().octet(1).ulong(0x05010001).ulong(0x40000000).ulong(0).ulong(0)
         profile = Cdr().octet(1).octet(1).octet(2).string("127.0.0.1").ushort(1).sequence(b"key")
@@ -204,7 +204,7 @@ def lengths_beyond_32_bits(port, user, password):
 
 
 def long_names(port, user, password, callers="4", mebibytes="60"):
-    """Names with millions of components, which the EMS decodes into as many texts. How many calls were answered."""
+    """Send names with millions of components, each of which the EMS decodes into a text. Return the number of answered calls."""
     octets = struct.pack("<I1s3xI1s3x", 1, b"", 1, b"") * (1 << 16)
     answered = []
 
@@ -216,7 +216,7 @@ def long_names(port, user, password, callers="4", mebibytes="60"):
                 _, reader = connection.call("getManager", session, lambda cdr: cdr.string("ManagedElement"))
                 manager = reader.reference()[2]
                 head = request_header(2, "getManagedElement", manager).align(8).ulong(int(mebibytes) << 16).octets
-                # what pads the last text is no part of the message
+                # the padding of the last text is not part of the message
                 connection.send(message(REQUEST, head, size=len(head) + (int(mebibytes) << 20) - 3))
                 for _ in range(int(mebibytes) - 1):
                     connection.send(octets)
@@ -234,7 +234,7 @@ def long_names(port, user, password, callers="4", mebibytes="60"):
 
 
 def nested_sequences(depth):
-    """The TypeCode of a sequence of sequences of ... of octets."""
+    """Return the TypeCode of a sequence of sequences of ... of octets."""
     inner = Cdr().ulong(10)
     for _ in range(depth):
         outer = Cdr().ulong(19)
@@ -244,12 +244,12 @@ def nested_sequences(depth):
 
 
 def nested_anys(depth):
-    """An Any that holds an Any that ... holds a short, aligned to 4 at its beginning."""
+    """Return an Any that holds an Any that ... holds a short. It begins at a multiple of 4."""
     return struct.pack("<I", 11) * depth + struct.pack("<Ih", 2, 7)
 
 
 def wide_arrays(depth):
-    """An array of arrays of ... of empty structs: no octets of value, any number of elements."""
+    """Return an array of arrays of ... of empty structs: any number of elements whose values take no octets."""
     inner = Cdr().ulong(15)
     inner.encapsulation(Cdr().octet(1).string("IDL:e:1.0").string("e").ulong(0))
     for _ in range(depth):
@@ -260,7 +260,7 @@ def wide_arrays(depth):
 
 
 def type_bombs(port, key, source="127.0.0.1"):
-    """Properties whose values are Anys with types nested deep and wide, for the object with this key (hexadecimal)."""
+    """Send properties whose values are Anys with deeply and widely nested types to the object with this hexadecimal key."""
     target = bytes.fromhex(key)
     bombs = {
         "deep_anys": nested_anys(200000),
@@ -290,9 +290,9 @@ def type_bombs(port, key, source="127.0.0.1"):
 
 
 def guess_objects(port, session, source="127.0.0.1", count="29000"):
-    """Asks for the objects of a session by keys made up from all that an ORB counts up in a key and that others can
-    learn (POA names, start time, process): the managers by name, session and iterators by number. `session` is a key
-    of that session (hexadecimal), of which the object's own id is not used. Which exist, of `count` asked for."""
+    """Locate the objects of a session by guessed keys: the managers by name, the session and the iterators by number. A key
+    contains what an ORB counts up and what others can learn (POA names, start time, process). `session` is a key of that
+    session in hexadecimal; its object id is not used. Return how many of `count` objects were asked for, and how many exist."""
     key = bytes.fromhex(session)
     top = key[:key.index(b"\xff", 1)]
     mark = key.index(b"\xfe")
@@ -324,13 +324,13 @@ def guess_objects(port, session, source="127.0.0.1", count="29000"):
 
 
 def wrong_password(port, user, host, nms_port, source="127.0.0.1"):
-    """A log-in without the password that names another NMS's address as its own."""
+    """Log in with a wrong password, and with another NMS's address in the reference."""
     with Connection(port, source) as connection:
         return {"session": log_in(connection, user, "not the password", host, int(nms_port)) is not None}
 
 
 def use_reference(port, key, source="127.0.0.1"):
-    """Calls an object by a key (hexadecimal) that was handed on: what each operation answers."""
+    """Call an object by a key (hexadecimal) that another caller handed on. Return the answer of each operation."""
     seen = {}
     for operation in ("ping", "_get_associatedSession", "_is_a", "endSession"):
         try:
@@ -344,7 +344,7 @@ def use_reference(port, key, source="127.0.0.1"):
 
 
 def change_names(port, source="127.0.0.1", count="2000"):
-    """Everything that changes a naming service, on the service's root."""
+    """Call every operation that changes a naming service on its root context."""
     root = b"NameService"
 
     def name(*components):
@@ -380,7 +380,7 @@ def change_names(port, source="127.0.0.1", count="2000"):
 
 
 def many_requests(port, source="127.0.0.1", count="20000"):
-    """Requests for what needs no log-in, as fast as they are answered: how many were."""
+    """Send requests that need no log-in, as fast as they are answered. Return how many were answered."""
     answered = 0
     connection = None
     request_ids = itertools.count(1)
@@ -398,7 +398,7 @@ def many_requests(port, source="127.0.0.1", count="20000"):
 
 
 def protocol_errors(port, source="127.0.0.1", count="3000"):
-    """Connections that break the protocol, each in another way."""
+    """Open connections that break the protocol, each in a different way."""
     wrongs = [b"GET / HTTP/1.0\r\n\r\n", b"GIOP\x09\x09\x01\x00\x10\x00\x00\x00" + bytes(16),
               message(REPLY, bytes(12)), message(LOCATE_REPLY, bytes(8)), message(99, bytes(8)),
               message(REQUEST, b"\xff" * 40), message(ERROR), fragment(3, bytes(8)),
@@ -416,7 +416,7 @@ def protocol_errors(port, source="127.0.0.1", count="3000"):
 
 
 class Caller:
-    """An NMS whose session object answers every call of the EMS by `answer(connection, request, operation)`, and counts
+    """An NMS whose session object answers every call of the EMS with `answer(caller, connection, kind, request_id)`. It counts
     the calls and the connections."""
 
     def __init__(self, answer):
@@ -469,14 +469,14 @@ def forward_to(place):
 
 
 def half_reply_and_close(caller, connection, kind, request_id):
-    """The beginning of a reply whose other fragments never come, and the polite end of the connection."""
+    """Send the beginning of a reply whose other fragments never come, then close the connection politely."""
     whole = reply(request_id, SYSTEM_EXCEPTION, lambda cdr: cdr.string("IDL:omg.org/CORBA/UNKNOWN:1.0").raw(bytes(32)))
     connection.send(message(REPLY, whole[12:44], MORE_FRAGMENTS) + message(CLOSE))
     return False
 
 
 def close_at_once(caller, connection, kind, request_id):
-    """No reply at all, and the polite end of the connection, after which a call may be made again."""
+    """Send no reply and close the connection politely. After that the EMS may repeat the call."""
     connection.send(message(CLOSE))
     return False
 
@@ -488,7 +488,7 @@ def fragment_after_reply(caller, connection, kind, request_id):
 
 
 def answer_badly(port, user, password, answer, seconds="6", place="itself"):
-    """Logs in and answers the EMS's calls with forwards, half replies or fragments: how often it was called."""
+    """Log in and answer the EMS's calls with forwards, half replies or fragments. Return the number of calls."""
     caller = Caller(forward_to(place) if answer == "forward" else globals()[answer])
     with Connection(port, patience=30) as connection:
         if log_in(connection, user, password, "127.0.0.1", caller.port) is None:

@@ -1,4 +1,4 @@
-"""GIOP by hand, little endian, for attackers that share nothing with the ORB under attack."""
+"""Hand-made little-endian GIOP for attackers that share no code with the ORB under attack."""
 
 import socket
 import struct
@@ -12,7 +12,7 @@ FACTORY_KEY = b"\xffV4800\x00EMSSessionFactory"
 
 
 class Cdr:
-    """An encoder; alignment counts from `base` octets before its beginning."""
+    """An encoder. Alignment counts from `base` octets before its beginning."""
 
     def __init__(self, base=0):
         self.octets, self.base = bytearray(), base
@@ -49,7 +49,7 @@ class Cdr:
         return self.sequence(bytes(inner.octets))
 
     def profile(self, host, port, key, tag=0):
-        """A tagged profile, IIOP 1.2."""
+        """Append a tagged IIOP 1.2 profile."""
         self.ulong(tag)
         return self.encapsulation(Cdr().octet(1).octet(1).octet(2).string(host).ushort(port).sequence(key).ulong(0))
 
@@ -58,7 +58,7 @@ class Cdr:
 
 
 class Reader:
-    """A decoder of what a peer answered, in its byte order."""
+    """A decoder of a peer's answer, in the peer's byte order."""
 
     def __init__(self, octets, little=True, at=0):
         self.octets, self.order, self.at = octets, "<" if little else ">", at
@@ -88,7 +88,7 @@ class Reader:
         return self.sequence()[:-1].decode(errors="replace")
 
     def reference(self):
-        """(host, port, object key) of the first IIOP profile; None for nil."""
+        """Read a reference. Return (host, port, object key) of its first IIOP profile, or None for nil."""
         self.string()
         found = None
         for _ in range(self.ulong()):
@@ -106,8 +106,8 @@ def message(kind, body=b"", flags=0, minor=2, magic=b"GIOP", size=None):
 
 
 def request_header(request_id, operation, target, disposition=KEY_ADDR, response=3):
-    """GIOP 1.2, up to where the arguments begin. `target` is a key, or what the disposition calls for, encoded by
-    a function of the encoder."""
+    """Encode a GIOP 1.2 request up to the beginning of its arguments. `target` is a key, or a function that encodes the
+    target which the disposition requires."""
     cdr = Cdr(12).ulong(request_id).octet(response).raw(bytes(3)).ushort(disposition)
     if disposition == KEY_ADDR:
         cdr.sequence(target)
@@ -117,7 +117,7 @@ def request_header(request_id, operation, target, disposition=KEY_ADDR, response
 
 
 def request(request_id, operation, target, arguments=None, flags=0, **header):
-    """`arguments` writes the arguments into the encoder."""
+    """Return a request. The function `arguments` writes the arguments into the encoder."""
     cdr = request_header(request_id, operation, target, **header)
     if arguments is not None:
         arguments(cdr.align(8))
@@ -143,7 +143,7 @@ class Closed(Exception):
 
 
 class Connection:
-    """A connection from a loopback address of choice."""
+    """A connection from a given loopback address."""
 
     def __init__(self, port, source="127.0.0.1", host="127.0.0.1", patience=20):
         self.socket = socket.socket()
@@ -178,14 +178,14 @@ class Connection:
         return octets
 
     def receive(self):
-        """(message type, whole message) of the next message."""
+        """Return (message type, whole message) of the next message."""
         header = self.exactly(12)
         assert header[:4] == b"GIOP", "no GIOP"
         size, = struct.unpack(("<" if header[6] & 1 else ">") + "I", header[8:])
         return header[7], header + self.exactly(size)
 
     def reply(self):
-        """(reply status, reader at the reply's body) of the next reply."""
+        """Return (reply status, reader at the reply's body) of the next reply."""
         kind, whole = self.receive()
         if kind != REPLY:
             raise Closed(f"message {kind} instead of a reply")
@@ -204,7 +204,7 @@ class Connection:
 
 
 def closes(connection, limit=20):
-    """Whether the peer closes the connection; what it sends before is thrown away."""
+    """True if the peer closes the connection. Data that it sends before is discarded."""
     connection.socket.settimeout(limit)
     try:
         while connection.socket.recv(65536):
@@ -217,7 +217,7 @@ def closes(connection, limit=20):
 
 
 def log_in(connection, user, password, host, port, key=b"nms"):
-    """A log-in whose session object is at `host`:`port`: the session's object key; None when it is refused."""
+    """Log in with a session object at `host`:`port`. Return the session's object key, or None if the log-in is refused."""
     def arguments(cdr):
         cdr.string(user).string(password)
         cdr.align(4).reference("IDL:mtnm.tmforum.org/nmsSession/NmsSession_I:1.0", host, port, key)

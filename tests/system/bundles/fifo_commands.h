@@ -19,7 +19,7 @@ class FifoCommands {
     /// Run `command` with each line, on a separate thread. False if the FIFO cannot be opened.
     bool start(const char* variable, std::function<void(const std::string&)> command) {
         const char* fifo = std::getenv(variable);
-        // open for writing as well, so that there is no end of file when a writer leaves
+        // open for writing as well: otherwise the end of the last writer reads as end of file
         fifo_ = fifo == nullptr ? -1 : ::open(fifo, O_RDWR | O_NONBLOCK | O_CLOEXEC);
         if (fifo_ < 0)
             return false;

@@ -1,5 +1,5 @@
-"""NMS that behave badly, a kind of them in one process: bad_nms.py KIND PORT PASSWORD [NAME=VALUE ...]. Each logs in from
-an address of its own. They go on until a line comes on standard input, then print what they got, a `name value` line each."""
+"""NMS that behave badly, all of one kind in one process: bad_nms.py KIND PORT PASSWORD NETWORK COUNT. Each logs in from a
+separate address. They continue until a line arrives on standard input, then print their results as lines `name value`."""
 
 import itertools
 import socket
@@ -15,7 +15,7 @@ ended = threading.Event()
 
 
 class Answerer:
-    """Where the EMS calls an NMS: every call is answered without a result, or never."""
+    """The object on which the EMS calls an NMS. It answers every call with an empty result, or never."""
 
     def __init__(self, address, answers):
         self.listener = socket.socket()
@@ -54,7 +54,7 @@ class Refused(Exception):
 
 
 class Nms:
-    """An NMS at an address of its own, with what it calls at the EMS."""
+    """An NMS at a separate address, and its calls to the EMS."""
 
     def __init__(self, port, user, password, address, answers=True):
         self.port, self.user, self.password, self.address = port, user, password, address
@@ -62,14 +62,14 @@ class Nms:
         self.connection, self.ids = None, itertools.count(1)
 
     def call(self, operation, key, arguments=None):
-        """The reader of the reply."""
+        """Call an operation. Return a reader of the reply."""
         status, reader = self.connection.call(operation, key, arguments, next(self.ids))
         if status != NO_EXCEPTION:
             raise Refused(operation)
         return reader
 
     def reference(self, operation, key, arguments=None):
-        """The object key of the reference that the reply begins with."""
+        """Call an operation. Return the object key of the reference at the beginning of the reply."""
         found = self.call(operation, key, arguments).reference()
         if found is None:
             raise Refused(operation)
@@ -85,13 +85,13 @@ class Nms:
         self.admin = self.reference("_get_default_consumer_admin", self.channel)
 
     def drop(self):
-        """Ends the connection without a word."""
+        """Close the connection without logging out."""
         if self.connection is not None:
             self.connection.socket.close()
         self.connection = None
 
     def consume(self, admin=None):
-        """Connects a consumer at this NMS's own address."""
+        """Connect a consumer at this NMS's own address."""
         proxy = self.reference("obtain_notification_push_supplier", admin or self.admin,
                                lambda cdr: cdr.ulong(STRUCTURED_EVENT))
         self.call("connect_structured_push_consumer", proxy, lambda cdr: cdr.reference(
@@ -99,7 +99,7 @@ class Nms:
 
 
 def tried(call, *arguments):
-    """How often it worked: 0 or 1."""
+    """Return 1 if the call succeeded, otherwise 0."""
     try:
         call(*arguments)
         return 1
@@ -108,7 +108,7 @@ def tried(call, *arguments):
 
 
 def hang(nms, seen):
-    """Logs in, connects a consumer and answers nothing; comes back when its session has ended."""
+    """Log in, connect a consumer and answer nothing. Log in again when the session has ended."""
     nms.log_in()
     seen["log_ins"] += 1
     tried(nms.consume)
@@ -117,7 +117,7 @@ def hang(nms, seen):
 
 
 def hoard(nms, seen):
-    """Takes all it can get of everything, keeps it, and now and then begins anew without giving anything back."""
+    """Create as many admins, filters, consumers and iterators as possible. After 30 rounds log in again without destroying any."""
     nms.log_in()
     seen["log_ins"] += 1
     factory = nms.reference("_get_default_filter_factory", nms.channel)
@@ -139,7 +139,7 @@ def hoard(nms, seen):
 
 
 def flap(nms, seen):
-    """Logs in, connects a consumer and goes, with or without a word."""
+    """Log in, connect a consumer and leave, with or without logging out."""
     nms.log_in()
     seen["log_ins"] += 1
     tried(nms.consume)
@@ -149,19 +149,19 @@ def flap(nms, seen):
 
 
 def event(cdr):
-    """A structured event that nobody has raised."""
+    """Write a structured event that nobody has raised."""
     for text in ("tmf_mtnm", "NT_ALARM", "forged"):
         cdr.string(text)
     return cdr.ulong(0).ulong(0).ulong(0)
 
 
 def limit_of_one(cdr):
-    """A property list: MaxEventsPerConsumer = 1."""
+    """Write a property list: MaxEventsPerConsumer = 1."""
     return cdr.ulong(1).string("MaxEventsPerConsumer").ulong(3).ulong(1)
 
 
 def forge(nms, seen):
-    """Acts as a supplier, and reaches for what belongs to the channel and to others."""
+    """Act as a supplier, and try to use objects of the channel and of other NMS."""
     nms.log_in()
     seen["log_ins"] += 1
 

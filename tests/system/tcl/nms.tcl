@@ -1,8 +1,8 @@
-# An NMS on an ORB of another make, which goes through the steps it is given and says what it sees, a line a step.
+# An NMS on an ORB by another maker. It carries out the given steps and prints the result of each as one line.
 #
 #   tclsh nms.tcl TYPES PORT STEP...
 #
-# TYPES is the Tcl file of the IDL's types, PORT that of the naming service. Steps, each with its line:
+# TYPES is the Tcl file with the IDL's types, PORT is the port of the naming service. The steps and their lines are:
 #   version                    "version <text>"
 #   login USER PASSWORD        "login ok", or "login refused <exception type> <reason>"
 #   managers                   "managers <names>"
@@ -10,13 +10,13 @@
 #   lacking                    "lacking <exception type>"    an operation that the EMS does not have
 #   links                      "links <count> nil|iterator"  the first five of the EMS's topological links
 #   consume TYPE FILTER        "consume ok", or "consume refused <exception>"    structured events of this type that the
-#                              filter lets through are pushed to the NMS from here on; no filter when it is empty
-#   events N                   "event <type> <field>=<value> ..."    a line each for the first N events
+#                              filter accepts are pushed to the NMS from here on; an empty text means no filter
+#   events N                   "event <type> <field>=<value> ..."    one line for each of the first N events
 #   ping                       "ping ok"
 #   pinged N                   "pinged"                      when the EMS has called ping N times
 #   ended                      "ended"                       when the EMS has called endSession
 #   end                        "end ok"
-# What goes otherwise ends the NMS with a line "failed <step> <what>" and exit code 1.
+# If a step fails, the NMS prints "failed <step> <what>" and ends with exit code 1.
 
 package require combat
 
@@ -47,7 +47,7 @@ set events {}
 set pings 0
 set ended 0
 
-# A reference whose type its peer does not tell: from a corbaloc, or out of a general interface.
+# Give a type to a reference that does not carry one: from a corbaloc, or typed with a general interface.
 proc narrowed {reference id} {
     if {![$reference _is_a $id]} { error "the object is no $id" }
     [::Combat::CORBA::ORB::GetObjFromRef $reference] configure -type_id $id
@@ -59,7 +59,7 @@ proc say {args} {
     flush stdout
 }
 
-# "<exception type> <reason>" of a ProcessingFailureException; other failures as they are.
+# Return "<exception type> <reason>" for a ProcessingFailureException, and any other failure unchanged.
 proc failure {result} {
     lassign $result id members
     if {$id ne "IDL:mtnm.tmforum.org/globaldefs/ProcessingFailureException:1.0"} { return $result }
@@ -80,7 +80,7 @@ proc findFactory {port} {
     foreach {id kind} {TMF_MTNM Class Kelp Vendor Kelp/EMS EmsInstance 3_5 Version Kelp/EMS EmsSessionFactory_I} {
         lappend path [list id $id kind $kind]
     }
-    # the EMS enters itself with its monitor's first round
+    # the EMS registers itself in its monitor's first round
     while {[catch {$naming resolve $path} factory]} {
         if {[lindex $factory 0] ne "IDL:omg.org/CosNaming/NamingContext/NotFound:1.0"} { error $factory }
         after 100

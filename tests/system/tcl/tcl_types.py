@@ -3,8 +3,8 @@
     omniidl -p <folder of this file> -b tcl_types nms.idl > nms_types.tcl
 
 The result is one Tcl command, "combat::ir add {...}", with an entry for each module, interface, operation,
-attribute, structure, union, exception, enumeration and typedef. Arrays do not occur in what our NMS uses; the back
-end refuses them instead of writing something untried.
+attribute, structure, union, exception, enumeration and typedef. Our NMS uses no arrays: the back end rejects them instead
+of writing untested output.
 """
 
 from omniidl import idlast, idltype, idlvisitor
@@ -31,7 +31,7 @@ MODES = ("in", "out", "inout")
 
 
 def word(value):
-    """One word of a Tcl list; a Python list becomes a nested list."""
+    """Return one word of a Tcl list. A Python list becomes a nested list."""
     if isinstance(value, list):
         return "{" + " ".join(word(each) for each in value) + "}"
     text = str(value)
@@ -53,7 +53,7 @@ def type_of(idl_type):
 
 
 def heading(node):
-    """Repository id, name and version, with which every entry begins."""
+    """Return the repository id, name and version with which every entry begins."""
     identity = node.repoId()
     return [identity, node.identifier(), identity.rpartition(":")[2]]
 

@@ -1,6 +1,6 @@
-"""Reads the arguments of push_structured_event, hexadecimal CDR (little endian, beginning at a multiple of 8) on
-standard input, and prints the event line by line: each name with the TypeCode that stands on the wire, and its value.
-It shares nothing with the ORB that wrote them."""
+"""Decodes the arguments of push_structured_event and prints the event line by line: each name with its TypeCode on the wire
+and its value. The input on standard input is hexadecimal CDR, little-endian, beginning at a multiple of 8. The decoder shares
+no code with the ORB that encoded the arguments."""
 
 import struct
 import sys

@@ -1,6 +1,6 @@
 #!/bin/sh
 # compare_listing.sh <idl folder> <listing> <omniidl> <folder of the OMG IDL>
-# Fails, and shows the difference, when the IDL files no longer say what the listing says.
+# Fails and shows the difference if the IDL files no longer match the listing.
 set -eu
 export LC_ALL=C PYTHONDONTWRITEBYTECODE=1
 idl=$1 listing=$2 omniidl=$3 omg=$4

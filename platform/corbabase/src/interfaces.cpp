@@ -1,4 +1,4 @@
-// The one home of each interface's type information.
+// The interfaces' out-of-line destructors: their type information is emitted here only.
 #include <kelp/corbabase/manager_interface.h>
 #include <kelp/corbabase/request_interceptor.h>
 #include <kelp/corbabase/supplier_mgr.h>

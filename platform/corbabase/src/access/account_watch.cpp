@@ -11,7 +11,7 @@ namespace NS_CORBA {
 
 namespace {
 
-/// Often enough that a session ends within a second of its user's account.
+/// A session ends within 1 s of its user's account.
 constexpr std::chrono::milliseconds kInterval{300};
 
 NS_BUNDLEMGR1::LightEventData eventDataOf(const LiveLogins::Key& login) {

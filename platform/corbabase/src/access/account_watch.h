@@ -13,20 +13,21 @@
 
 namespace NS_CORBA {
 
-/// A thread that looks at the user database a few times a second. It raises light event 119 (user
-/// state change) for each live log-in whose account has become invalid or has expired, and takes
-/// lock-outs back when the operator says so. A database that cannot be read makes nobody invalid.
+/// Watches the user database on a separate thread, which reads it every 300 ms. It raises light
+/// event 119 (user state change) for each live log-in whose account has become invalid or has
+/// expired. It lifts lock-outs when the operator asks for it. While the database cannot be read, no
+/// log-in becomes invalid by it.
 class AccountWatch {
   public:
-    /// Both are borrowed.
+    /// Both are borrowed and must outlive the watch.
     AccountWatch(LiveLogins& live, LoginThrottle& throttle);
     ~AccountWatch();
     AccountWatch(const AccountWatch&) = delete;
     AccountWatch& operator=(const AccountWatch&) = delete;
 
-    /// Throws std::system_error when there is no thread to be had.
+    /// Throws std::system_error when no thread can be created.
     void start();
-    /// Returns when the thread has ended. It may be started again.
+    /// End the thread and wait for its end. It may be started again.
     void stop();
 
   private:
@@ -36,9 +37,9 @@ class AccountWatch {
 
     LiveLogins& live_;
     LoginThrottle& throttle_;
-    UserWatch users_;                               // the thread's own, as the next one is
-    std::map<std::int64_t, std::int64_t> unlocks_;  // of each account, as seen last
-    std::mutex control_;  // one start or stop at a time; taken before mutex_
+    UserWatch users_;                               // used by the thread only, as is unlocks_
+    std::map<std::int64_t, std::int64_t> unlocks_;  // account id to number of unlocks, as read last
+    std::mutex control_;  // held for a whole start or stop; locked before mutex_
     std::thread thread_;  // guarded by control_
     std::mutex mutex_;    // guards the rest
     std::condition_variable stop_;

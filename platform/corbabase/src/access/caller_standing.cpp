@@ -8,7 +8,7 @@ namespace NS_CORBA {
 
 namespace {
 
-/// Of the request that the thread has in hand.
+/// The result for the thread's current request.
 struct Standing {
     const kelp::orb::RequestInfo* request = nullptr;
     bool isLoggedIn = false;
@@ -63,7 +63,7 @@ void RequestRate::giveBack(const kelp::orb::PeerAddress& peer) {
 kelp::util::TokenBuckets::Limits RequestRate::limits() {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     const std::lock_guard guard(mutex_);
-    // first: what changes meanwhile is then read next time
+    // read the generation first: a change during the reading then causes another one
     if (const std::uint64_t generation = config.generation(); generation_ != generation) {
         generation_ = generation;
         limits_.perSecond =

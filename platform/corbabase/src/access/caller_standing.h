@@ -8,30 +8,31 @@
 
 namespace NS_CORBA {
 
-/// Whether the caller of the request that the calling thread has in hand is logged in. Somebody is
-/// when an NMS is logged in from his address; a call inside the process counts as one. While he is
-/// not, the lines that the thread traces are limited.
+/// Whether the caller of the calling thread's current request is logged in. A caller counts as
+/// logged in when an NMS is logged in from its address; so does a caller inside the process. While
+/// the caller is not logged in, the trace lines of the thread are limited.
 class CallerStanding {
   public:
-    /// A request has arrived: looks up who calls. True when he is logged in.
+    /// A request has arrived: look up its caller. True when the caller is logged in.
     static bool arrive(const kelp::orb::RequestInfo& request);
-    /// The request has reached an object of a session, which none but its NMS knows: he is logged
-    /// in, though it be from another address.
+    /// The request has reached an object of a session. Only the session's NMS knows its objects, so
+    /// the caller counts as logged in, even from another address.
     static void knowsSession();
-    /// What arrive() has found for this request, or the log-in that the request itself was. Looks
-    /// it up for a request that did not arrive on this thread.
+    /// Return what arrive() found for this request. If that was false, or if the request did not
+    /// arrive on this thread, look the caller up again: the request may itself have been the
+    /// log-in.
     static bool isLoggedIn(const kelp::orb::RequestInfo& request);
     /// The request has ended.
     static void leave() noexcept;
 };
 
-/// How many requests a second an address without a log-in may make, as configured in [access].
-/// Callable from any thread; follows the configuration's re-reads.
+/// Limits the requests a second from an address without a log-in, as configured in [access].
+/// Follows re-reads of the configuration. Any thread may call it.
 class RequestRate {
   public:
-    /// False when the request is one too many.
+    /// False when the request exceeds the limit.
     bool admits(const kelp::orb::PeerAddress& peer, kelp::util::TokenBuckets::Time now);
-    /// The request is not to count after all.
+    /// Do not count a request that admits() counted.
     void giveBack(const kelp::orb::PeerAddress& peer);
     void reset() { buckets_.clear(); }
 
@@ -39,7 +40,7 @@ class RequestRate {
     kelp::util::TokenBuckets::Limits limits();
 
     std::mutex mutex_;              // guards the next two
-    std::uint64_t generation_ = 0;  ///< of the configuration that was read last
+    std::uint64_t generation_ = 0;  ///< of the configuration read last
     kelp::util::TokenBuckets::Limits limits_;
     kelp::util::TokenBuckets buckets_;
 };

@@ -10,10 +10,11 @@ namespace NS_CORBA {
 
 namespace {
 
-/// A program that has more log-ins over one connection no longer uses the first ones.
+/// Maximum number of log-ins remembered for one connection. A program with more of them no longer
+/// uses the oldest.
 constexpr std::size_t kLogInsMax = 200;
 
-/// What the thread's last request over a connection has shown. Most requests show it again.
+/// What the thread's last request over a connection proved. Most requests prove the same again.
 struct LastCall {
     std::string connection;
     std::string sessionName;
@@ -23,7 +24,7 @@ struct LastCall {
 }  // namespace
 
 ConnectionLogIns& ConnectionLogIns::Instance() {
-    // never destroyed: requests and connections on the ORB's threads may outlive main
+    // never destroyed, because requests and connections on the ORB's threads may outlive main
     static auto* const instance = new ConnectionLogIns;
     return *instance;
 }
@@ -37,7 +38,7 @@ void ConnectionLogIns::LoggedIn(const kelp::orb::PeerAddress& peer,
 void ConnectionLogIns::Called(const kelp::orb::RequestInfo& request) {
     thread_local LastCall last;
     const std::string& connection = request.peer().withPort;
-    // first: what changes meanwhile is then noted with the next call
+    // read the counter first: a change from here on is then noted with the next call
     const std::uint64_t changes = changes_.load();
     if (connection.empty() || (last.changes == changes && last.connection == connection &&
                                last.sessionName == request.topPoaName()))

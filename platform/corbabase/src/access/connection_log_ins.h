@@ -12,22 +12,24 @@
 
 namespace NS_CORBA {
 
-/// Which log-ins the callers over each open connection have shown to be theirs: by logging in over
-/// it, or by calling an object of the log-in's session, whose key nobody else knows. Log-ins go by
-/// the names of their sessions. Callable from any thread; none of it waits.
+/// Keeps which log-ins the callers over each open connection have proved to be theirs. The proof is
+/// a log-in over the connection, or a call on an object of the log-in's session, whose key nobody
+/// else knows. Log-ins are identified by the names of their sessions. Any thread may call it;
+/// nothing blocks.
 class ConnectionLogIns {
   public:
     static ConnectionLogIns& Instance();
 
-    /// Somebody has logged in over the connection from this peer.
+    /// An NMS has logged in over the connection from this peer.
     void LoggedIn(const kelp::orb::PeerAddress& peer, const std::string& sessionName);
-    /// A request has reached an object of the session.
+    /// A request has reached an object of a session.
     void Called(const kelp::orb::RequestInfo& request);
     /// The connection has ended, or another one begins from the same port.
     void Forget(const kelp::orb::PeerAddress& peer);
 
-    /// The log-ins of the request's connection, the one that was used last first. Of a connection
-    /// that has shown none, the only one that is live from its address; none if there are several.
+    /// Return the log-ins of the request's connection, the one used last first. For a connection
+    /// without known log-ins, return the only live log-in from its address; none if there are
+    /// several.
     std::vector<std::string> Of(const kelp::orb::RequestInfo& request) const;
 
     ConnectionLogIns(const ConnectionLogIns&) = delete;
@@ -40,8 +42,9 @@ class ConnectionLogIns {
     void noteLatest(const std::string& connection, const std::string& sessionName);
 
     mutable std::shared_mutex mutex_;
-    std::unordered_map<std::string, Names> connections_;  // by address and port; guarded by mutex_
-    std::atomic<std::uint64_t> changes_{0};               ///< of connections_
+    // by peer address and port; guarded by mutex_
+    std::unordered_map<std::string, Names> connections_;
+    std::atomic<std::uint64_t> changes_{0};  ///< incremented with each change of connections_
 };
 
 }  // namespace NS_CORBA

@@ -11,7 +11,7 @@
 namespace NS_CORBA {
 
 bool GatePolicy::admits(const kelp::orb::PeerAddress& peer) {
-    // the end of an earlier connection from this port may be noticed late
+    // the end of an earlier connection from this port may not have been noticed yet
     ConnectionLogIns::Instance().Forget(peer);
     return access_.allows(peer);
 }

@@ -8,8 +8,8 @@
 
 namespace NS_CORBA {
 
-/// What the gate knows about callers: the allowed networks, who is logged in; and where its
-/// refusals go: into the security log, floods of them as one record a minute.
+/// Answers the gate's questions about callers: allowed networks and live log-ins. Writes the gate's
+/// refusals to the security log, floods of them as one record a minute.
 class GatePolicy final : public kelp::orb::GatePolicy {
   public:
     explicit GatePolicy(OssAccess& access) : access_(access) {}

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kFirstPause{300};
 constexpr std::chrono::milliseconds kLongestPause{30000};
-/// An NMS that logs in from more addresses to one session is no longer at the first ones.
+/// Maximum number of addresses of one log-in. An NMS with more of them has left the oldest.
 constexpr std::size_t kAddressesMax = 8;
 
 void note(std::vector<std::string>& addresses, const std::string& address) {
@@ -37,7 +37,7 @@ void LiveLogins::admit(const Login& login) {
         for (; each != login.addresses.end(); ++each)
             ++valid_[*each];
     } catch (const std::bad_alloc&) {
-        // admitted wholly or not at all
+        // all or nothing
         while (each != login.addresses.begin())
             dismiss(*--each);
         throw;
@@ -100,7 +100,7 @@ void LiveLogins::enter(const Key& key, const UserAccount& account, const std::st
     try {
         live_[key].push_back(login);
     } catch (const std::bad_alloc&) {
-        // entered wholly or not at all
+        // all or nothing
         dismiss(login);
         if (const auto found = live_.find(key); found != live_.end() && found->second.empty())
             live_.erase(found);

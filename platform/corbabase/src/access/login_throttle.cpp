@@ -9,17 +9,17 @@ namespace NS_CORBA {
 
 namespace {
 
-/// Failures of a user alone or of an address alone weigh this much less than those of a user at an
-/// address.
+/// Factor on the limit for failures of a user from all addresses, and of an address with all users,
+/// compared with those of one user at one address.
 constexpr int kSlower = 10;
-/// The longest lock-out, in first ones: long enough to make guessing hopeless, short enough to wait
-/// for.
+/// Longest lock-out, as a multiple of the first one: long enough to make guessing hopeless, short
+/// enough to wait for.
 constexpr std::chrono::seconds::rep kLongestLockout = 8;
 constexpr std::chrono::seconds kFirstPause{1};
-/// Quiet time after which failures are forgotten, in first lock-outs.
+/// Quiet time after which failures are forgotten, as a multiple of the first lock-out.
 constexpr int kQuietLockouts = 2;
 
-/// `first` doubled so many times, at most `longest`.
+/// Return `first` doubled `times` times, at most `longest`.
 std::chrono::seconds doubled(std::chrono::seconds first, int times, std::chrono::seconds longest) {
     std::chrono::seconds pause = first;
     for (int i = 0; i < times && pause < longest; ++i)
@@ -27,8 +27,7 @@ std::chrono::seconds doubled(std::chrono::seconds first, int times, std::chrono:
     return std::min(pause, longest);
 }
 
-/// The name as a key of bounded length: those that no user can have because of their length are
-/// one.
+/// Return the name as a key of bounded length. All names too long for a user share one key.
 std::string keyOf(const std::string& user) {
     return user.size() <= kNameBytesMax ? user : std::string(kNameBytesMax + 1, '<');
 }
@@ -57,7 +56,7 @@ auto& LoginThrottle::recordOf(Table& table, const Key& key, Time now) {
     if (table.size() > recordsMax_) {
         const auto oldest =
             std::min_element(table.begin(), table.end(), [&](const auto& a, const auto& b) {
-                // the new one stays
+                // the new record is never evicted
                 return (&a == &*at ? Time::max() : a.second.used) <
                        (&b == &*at ? Time::max() : b.second.used);
             });

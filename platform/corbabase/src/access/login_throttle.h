@@ -12,32 +12,29 @@
 
 namespace NS_CORBA {
 
-/// Where a log-in comes from.
+/// The origin of a log-in.
 struct LoginOrigin {
-    std::string
-        address;  ///< the connection's peer, without port; empty for a call inside the process
-    std::string network;  ///< what counts as one caller: the IPv4 address, or an IPv6 address's
-                          ///< first 64 bits
+    /// The connection's peer without port. Empty for a call inside the process.
+    std::string address;
+    /// What counts as one caller: the IPv4 address, or the first 64 bits of an IPv6 address.
+    std::string network;
 };
 
 LoginOrigin originOf(const kelp::orb::PeerAddress& peer);
 
-/// What holds failed log-ins back; answered before a password is hashed.
+/// Throttles log-ins after failures. It is asked before a password is hashed.
 ///
-/// - A user at one address is locked out after `failures` wrong passwords, for `lockout`, and for
-/// twice as
-///   long with each failure after that, up to 8 times.
-/// - A user with ten times as many failures, from wherever, is not locked out, because then anybody
-/// could
-///   lock out anybody: an address from which this user has not logged in before has one attempt
-///   instead of `failures`.
-/// - An address with ten times as many failures, of whatever users, waits 1 s, then 2 s and so on
-/// up to
-///   `lockout`. Users who have logged in from there before do not wait.
+/// - A user at one address is locked out after `failures` wrong passwords, first for `lockout`.
+///   Each further failure doubles the time, up to 8 times `lockout`.
+/// - A user with ten times `failures`, from all addresses together, is not locked out, because
+///   anybody could then lock out any user. Instead, an address from which this user has not logged
+///   in before gets one attempt instead of `failures`.
+/// - An address with ten times `failures`, of all users together, waits 1 s, then 2 s and so on up
+///   to `lockout`. Users who have logged in from there before do not wait.
 ///
-/// A quiet time of twice `lockout` behind the last failure or lock-out clears a record. Attempts
-/// that are refused here count as nothing. Names that no user has are treated as all others. Memory
-/// is bounded: the record that was used longest ago makes room. Callable from any thread.
+/// A record is cleared after a quiet time of twice `lockout` since the last failure or the end of
+/// the lock-out. Attempts refused here do not count. Names of nonexistent users are treated like
+/// all others. Memory is bounded: the record used longest ago is evicted. Any thread may call it.
 class LoginThrottle {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -48,17 +45,16 @@ class LoginThrottle {
 
     explicit LoginThrottle(std::size_t recordsMax = 10000) : recordsMax_(recordsMax) {}
 
-    /// True when the attempt is to be refused unchecked.
+    /// True when the attempt must be refused without checking the password.
     bool refuses(const std::string& user, const LoginOrigin& origin, Time now) const;
-    /// Counts a wrong password. Returns how long this user is locked out at this address from now
-    /// on, if at all.
+    /// Count a wrong password. Return the time for which this user is now locked out at this
+    /// address, if at all.
     std::optional<std::chrono::seconds> failed(const std::string& user, const LoginOrigin& origin,
                                                Time now, const Limits& limits);
     void succeeded(const std::string& user, const LoginOrigin& origin, Time now);
-    /// Takes back what holds this user back, the waiting of the addresses that failed as this user
-    /// included.
+    /// Lift all lock-outs of this user, and the pauses of the addresses that failed as this user.
     void forget(const std::string& user);
-    /// How many records there are, of each of the three kinds at most `recordsMax`.
+    /// Number of records of all three kinds together; of each kind there are at most `recordsMax`.
     std::size_t records() const;
 
   private:
@@ -66,7 +62,7 @@ class LoginThrottle {
         int failures = 0;
         Time refusedUntil{};
         Time used{};
-        bool hasLoggedIn = false;  ///< of a user at an address
+        bool hasLoggedIn = false;  ///< for a user at an address only
 
         void clearWhenQuiet(Time now, std::chrono::seconds lockout);
         void refuseFor(std::chrono::seconds pause, Time now);

@@ -11,17 +11,17 @@
 
 namespace NS_CORBA {
 
-/// Whether the EMS may call a reference that an NMS brings, by `[access] nms_reference`: its
-/// session object, its consumers and callbacks, and where it forwards calls to.
+/// Checks by `[access] nms_reference` whether the EMS may call a reference from an NMS: its session
+/// object, its consumers and callbacks, and the targets that it forwards calls to.
 class NmsReferenceCheck final : public kelp::orb::ForwardCheck {
   public:
     explicit NmsReferenceCheck(OssAccess& access) : access_(access) {}
 
-    /// For the request in hand. False is traced and stands in the security log, as this event; the
-    /// address is written to `refused`, if given.
+    /// Check a reference for the current request. A refusal is traced and recorded in the security
+    /// log as `event`, and the address is written to `refused` unless that is null.
     bool allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event,
                 std::string* refused = nullptr) const;
-    /// Likewise, for what a peer that is called answers.
+    /// Check a forward that a called peer answered. A refusal is traced and recorded likewise.
     bool mayFollow(const kelp::orb::PeerAddress& from,
                    const kelp::orb::Endpoint& to) const override;
 

@@ -16,7 +16,7 @@ bool OssAccess::read(std::string& whyNot) {
 
 bool OssAccess::readLocked(std::string& whyNot) {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
-    // first: what changes meanwhile is then read next time
+    // read the generation first: a change during the reading then causes another one
     const std::uint64_t generation = config.generation();
     std::vector<std::string> networks = config.texts("access.allowed_oss");
     const auto names = std::stable_partition(
@@ -28,7 +28,7 @@ bool OssAccess::readLocked(std::string& whyNot) {
     const bool isUsable = read.networks.parse(networks, whyNot);
     if (isUsable)
         allowed_.publish(std::move(read));
-    // last: whoever finds it up to date also finds the networks
+    // set last: whoever sees the new generation also sees the networks
     generation_ = generation;
     return isUsable;
 }
@@ -61,7 +61,7 @@ const OssAccess::Allowed& OssAccess::current() {
     if (!isRead()) {
         const std::lock_guard guard(mutex_);
         std::string whyNot;
-        // another request may have read it meanwhile
+        // another request may have read them meanwhile
         if (!isRead() && !readLocked(whyNot)) {
             GetTss()->Set("ossaccess", "unknown", __LINE__);
             TaTrace(

@@ -11,16 +11,17 @@
 
 namespace NS_CORBA {
 
-/// The configured OSS networks, following the configuration's re-reads. Callable from any thread;
-/// asking takes no lock unless the configuration was read again.
+/// The configured OSS networks. Follows re-reads of the configuration. Any thread may call it; a
+/// query takes a lock only for the first time after a re-read.
 class OssAccess {
   public:
-    /// Takes over what is configured. False, with the reason, keeps the networks that hold.
+    /// Read the configured networks. False, with the reason, keeps the previous ones.
     bool read(std::string& whyNot);
     bool allowsIpv4(std::uint32_t address);
     bool allowsIpv6(const std::string& address);
     bool allows(const kelp::orb::PeerAddress& peer);
-    /// For host names, which are compared as they stand: only those that are listed themselves.
+    /// Whether the host name itself is listed. Names are compared as they are, without being
+    /// resolved.
     bool allowsHostName(const std::string& name);
 
   private:
@@ -34,8 +35,8 @@ class OssAccess {
     const Allowed& current();
     bool isRead() const;
 
-    std::mutex mutex_;                          // one reading at a time
-    std::atomic<std::uint64_t> generation_{0};  // of the configuration that was read last
+    std::mutex mutex_;                          // held while the configuration is read
+    std::atomic<std::uint64_t> generation_{0};  // of the configuration read last
     Published<Allowed> allowed_;
 };
 

@@ -63,14 +63,14 @@ bool mayCallFrom(const UserAccount& account, const kelp::orb::PeerAddress& peer)
     return networks.contains(peer);
 }
 
-/// The subject of the certificate that the caller has shown, normalised; empty when there is none.
+/// Return the normalised subject of the caller's certificate; empty when there is none.
 std::string callersSubject() {
     const std::string subject = kelp::orb::currentPeerSubject();
     std::string whyNot;
     return subject.empty() ? subject : normalisedSubject(subject, whyNot).value_or("");
 }
 
-/// 0, or the code that refuses somebody who knows the password.
+/// Return 0, or the code that refuses a user who knows the password.
 unsigned long refusalOf(const UserAccount& account, const kelp::orb::PeerAddress& peer,
                         const std::string& subject) {
     if (!account.enabled)
@@ -95,7 +95,7 @@ const char* reasonOf(unsigned long code) {
     }
 }
 
-/// The outcome of a log-in in the security log.
+/// Return the outcome of a log-in as written to the security log.
 const char* outcomeOf(unsigned long code) {
     switch (code) {
         case 0:
@@ -135,7 +135,7 @@ void record(kelp::oplog::SecurityEvent event, const std::string& user, const std
     AuditTrail::Instance().Write(std::move(told));
 }
 
-/// What a log-in's record says of it, with the certificate that was shown for it.
+/// Add the caller's certificate to the detail of a log-in's record.
 std::string withCertificate(const std::string& detail) {
     const std::string subject = callersSubject();
     if (subject.empty())
@@ -143,13 +143,13 @@ std::string withCertificate(const std::string& detail) {
     return detail + (detail.empty() ? "" : ", ") + "certificate " + subject;
 }
 
-/// An address for messages.
+/// Return the address as messages show it.
 std::string shown(const LoginOrigin& origin) {
     return origin.address.empty() ? "this process" : origin.address;
 }
 
-/// Which names belong to accounts, as far as attempts to log in have shown. Its size is bounded by
-/// the number of accounts.
+/// The names known to belong to accounts from attempts to log in. Its size is bounded by the number
+/// of accounts.
 class NamesSeen {
   public:
     void note(const std::string& name, bool isAccount) {
@@ -169,7 +169,7 @@ class NamesSeen {
     std::set<std::string> names_;  // guarded by mutex_
 };
 
-/// What somebody says who wants to log in; borrowed for the call.
+/// The texts of one attempt to log in; borrowed for the call.
 struct Attempt {
     const std::string& hostInfo;
     const std::string& user;
@@ -184,11 +184,12 @@ struct CorbaSecurityMgr::State {
     AccountWatch watch{live, throttle};
     NamesSeen accounts;
 
-    /// judge(), with a refusal told in the security log.
+    /// Like judge(); records a refusal in the security log.
     unsigned long check(const char* operation, const Attempt& attempt, UserAccount& account);
     unsigned long judge(const char* operation, const Attempt& attempt, UserAccount& account,
                         std::optional<std::chrono::seconds>& lockout);
-    /// How long that locks the user out at this address, if at all.
+    /// Count a wrong password. Return the time for which the user is now locked out at this
+    /// address, if at all.
     std::optional<std::chrono::seconds> countFailure(const char* operation, const Attempt& attempt,
                                                      const LoginOrigin& origin,
                                                      UserDatabase& database);
@@ -203,7 +204,7 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attemp
     if (code == 0)
         return 0;
     const bool isKnown = code != kUserDatabaseUnusable && accounts.has(attempt.user);
-    // what no user is called may be a password that was typed in the wrong place
+    // a text that is not a user's name may be a password typed in the wrong field
     const std::string user = isKnown ? attempt.user : std::string();
     record(kelp::oplog::SecurityEvent::LogIn, user, attempt.hostInfo, outcomeOf(code),
            withCertificate(isKnown ? "" : "no known user"));
@@ -213,8 +214,8 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attemp
     return code;
 }
 
-/// Checks a password against the database as it is now: opened each time, so that a file that was
-/// damaged, locked or replaced is good again as soon as it is.
+/// Check a password against the database. The database is opened each time, so that a damaged,
+/// locked or replaced file is usable again as soon as the file is.
 unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attempt& attempt,
                                              UserAccount& account,
                                              std::optional<std::chrono::seconds>& lockout) {
@@ -408,14 +409,14 @@ void CorbaSecurityMgr::Logout(const std::string& hostInfo, const std::string& us
     try {
         hasLeft = leave();
     } catch (const std::bad_alloc&) {
-        hasLeft = leave();  // one that stays would count against the quotas of its account
+        hasLeft = leave();  // a log-in left here would count against the account's quotas
     }
     if (!hasLeft)
         return;
     try {
         record(kelp::oplog::SecurityEvent::LogOut, user, hostInfo, kOutcomeOk, "");
     } catch (const std::bad_alloc& failure) {
-        traceUnusable("Logout", failure);  // the log-in has ended all the same
+        traceUnusable("Logout", failure);  // the log-in has ended nevertheless
     }
 }
 

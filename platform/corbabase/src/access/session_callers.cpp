@@ -13,7 +13,7 @@ bool isSessionName(std::string_view topPoaName) {
 }
 
 SessionCallers& SessionCallers::Instance() {
-    // never destroyed: requests on the ORB's threads may outlive main
+    // never destroyed, because requests on the ORB's threads may outlive main
     static auto* const instance = new SessionCallers;
     return *instance;
 }
@@ -97,7 +97,7 @@ bool SessionCallers::KnowsSecret(const kelp::orb::RequestInfo& request) const {
 
 bool SessionCallers::IsPeerBound() const {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
-    // first: what changes meanwhile is then read next time
+    // read the generation first: a change during the reading then causes another one
     const std::uint64_t generation = config.generation();
     std::uint64_t rule = rule_.load();
     if (rule / 2 != generation) {

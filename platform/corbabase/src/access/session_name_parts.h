@@ -5,20 +5,20 @@
 
 namespace NS_CORBA {
 
-/// What a tagged session name says (see TEUserHelper); empty for a name of another form.
+/// The parts of a tagged session name (see TEUserHelper); empty for a name of another form.
 struct SessionNameParts {
     std::string_view user;
     std::string_view nmsAddress;  ///< "address:port"
 };
 
-/// Parts of `sessionName` itself.
+/// Return the parts as views into `sessionName`.
 SessionNameParts partsOfSessionName(std::string_view sessionName);
 
-/// The parts of one session name after the other. A connection's requests belong to one session
-/// most of the time: a name that is asked for again is not searched again. For one thread.
+/// Keeps the parts of the session name asked for last. Consecutive requests of a connection mostly
+/// belong to one session, so its name is parsed only once. Used by one thread.
 class LastSessionName {
   public:
-    /// Borrowed until the next call.
+    /// Valid until the next call.
     const SessionNameParts& parts(std::string_view sessionName);
 
   private:

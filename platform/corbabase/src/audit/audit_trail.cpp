@@ -21,12 +21,12 @@ using kelp::oplog::OperationRecord;
 using kelp::oplog::SecurityLog;
 using kelp::oplog::SecurityRecord;
 
-/// How often floods are looked at whose minute may be over.
+/// Interval of the checks for floods whose minute is over.
 constexpr std::chrono::seconds kLook{1};
-/// Networks whose requests without a log-in are summarised apart from others.
+/// Maximum number of networks whose requests without a log-in are summarised separately.
 constexpr std::size_t kNetworksMax = 1000;
 
-/// The logs, and the thread that reports floods when their period ends.
+/// The open logs, and the thread that writes the summaries of floods when their period ends.
 class Logs {
   public:
     Logs()
@@ -82,11 +82,11 @@ class Logs {
     SecurityLog security;
 
   private:
-    using Requests = kelp::util::FloodSummary<std::string>;  ///< of one outcome
+    using Requests = kelp::util::FloodSummary<std::string>;  ///< floods by outcome
 
     void tellFloods() {
         std::unique_lock lock(mutex_);
-        // looks by itself, so that no refusal of a flood has to wake it
+        // checks on a timer, so that no refusal of a flood has to wake it
         while (!stopped_.wait_for(lock, kLook, [this] { return stops_; })) {
             const auto now = std::chrono::steady_clock::now();
             tell(refusals_.take(now), requests_.take(now), lock);
@@ -134,10 +134,10 @@ LogCounts sum(const LogCounts& one, const LogCounts& other) {
 }  // namespace
 
 struct AuditTrail::State {
-    std::mutex mutex;            // one Open or Close at a time
+    std::mutex mutex;            // held for a whole Open, Close or UpdateRetention
     std::unique_ptr<Logs> held;  // guarded by mutex
     std::atomic<Logs*> logs{nullptr};
-    // a request that outlives the stop may still hold the pointer
+    // kept, because a request that outlives the stop may still use the pointer
     std::vector<std::unique_ptr<Logs>> closed;  // guarded by mutex
 };
 
@@ -145,7 +145,7 @@ AuditTrail::AuditTrail() : state_(std::make_unique<State>()) {}
 AuditTrail::~AuditTrail() = default;
 
 AuditTrail& AuditTrail::Instance() {
-    // never destroyed: requests on the ORB's threads may outlive main
+    // never destroyed, because requests on the ORB's threads may outlive main
     static AuditTrail* const trail = new AuditTrail;
     return *trail;
 }

@@ -12,25 +12,26 @@
 
 namespace NS_CORBA {
 
-/// Keeps floods of refusals out of the security log: which refusals stand there individually, and
-/// the summaries of the others. Not thread safe.
+/// Keeps floods of refusals out of the security log: decides which refusals are logged
+/// individually, and summarises the others. Not thread safe.
 class RefusalSummary {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Refusals of one event, outcome and address that are logged individually within the period.
+    /// Maximum number of refusals of one event, outcome and address logged individually within the
+    /// period.
     static constexpr unsigned kSingly = 20;
     static constexpr std::chrono::seconds kPeriod{60};
 
     explicit RefusalSummary(std::size_t addressesMax = 1000)
         : floods_(kSingly, kPeriod, addressesMax) {}
 
-    /// True when the record is to be written by itself; otherwise it is counted.
+    /// True when the record must be written individually; otherwise it is counted.
     bool standsByItself(const kelp::oplog::SecurityRecord& record, Time now);
-    /// One record for each kind and address whose period is over and that has some counted; those
-    /// periods end.
+    /// Return one summary for each kind and address that has counted refusals and whose period is
+    /// over. Those periods end.
     std::vector<kelp::oplog::SecurityRecord> take(Time now);
-    /// The same, for all whose period is not over too.
+    /// Return all summaries, including those whose period is not over.
     std::vector<kelp::oplog::SecurityRecord> takeAll();
 
   private:
@@ -40,9 +41,9 @@ class RefusalSummary {
     Floods floods_;
 };
 
-/// The address of "address:port"; of anything else the text itself.
+/// Return the address in "address:port"; any other text unchanged.
 std::string withoutPort(const std::string& peer);
-/// The words of a summary: "12 more until 2025-03-01T12:00:00.123Z".
+/// The text of a summary: "12 more until 2025-03-01T12:00:00.123Z".
 std::string countedText(std::uint64_t count, kelp::oplog::UtcTime last);
 
 }  // namespace NS_CORBA

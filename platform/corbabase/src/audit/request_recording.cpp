@@ -27,20 +27,20 @@ using kelp::orb::RequestInfo;
 
 constexpr const char* kFile = "requestrecording";
 constexpr const char* kFactoryId = "EMSSessionFactory";
-/// Well-known keys stand alone, outside every POA below the root.
+/// Well-known keys are outside every POA below the root.
 constexpr const char* kFactoryKey = "EmsSessionFactory_I";
 constexpr std::array<std::string_view, 3> kNamingKeys = {"NameService", "DefaultNamingContext",
                                                          "NamingContextExt"};
 constexpr const char* kNamingPoa = "naming";
 constexpr const char* kChannelPoa = "notification";
 
-/// One entry a request in hand: whether its record is wanted.
+/// One entry for each request of the thread: whether its record is wanted.
 std::vector<char>& scopes() {
     thread_local std::vector<char> instance;
     return instance;
 }
 
-/// Whether a request's object id is known to be one that its session gave out.
+/// Whether a request's object id is known to come from its session.
 enum class Id { IsGenuine, MayBeGuessed };
 
 ObjectKind kindOfKey(const std::string& key) {
@@ -51,7 +51,7 @@ ObjectKind kindOfKey(const std::string& key) {
     return isNaming ? ObjectKind::Naming : ObjectKind::Unknown;
 }
 
-/// What a session's POA tree, or another of the EMS, keeps where. Never the secret in an object id.
+/// Fill in the kind and name of the target from its POA. Never the secret in an object id.
 void tellTarget(const RequestInfo& request, Id id, OperationRecord& record) {
     const std::string& top = request.topPoaName();
     const std::string& child = request.childPoaName();
@@ -79,7 +79,8 @@ void tellTarget(const RequestInfo& request, Id id, OperationRecord& record) {
     }
 }
 
-/// The exception's name; of this interface's own exception its type, such as "EXCPT_ACCESS_DENIED".
+/// Return the exception's name. For this interface's own exception return its type, for example
+/// "EXCPT_ACCESS_DENIED".
 const char* outcomeOf(const CORBA::Exception* raised) {
     if (raised == nullptr)
         return kOutcomeOk;
@@ -90,8 +91,8 @@ const char* outcomeOf(const CORBA::Exception* raised) {
         static_cast<CORBA::ULong>(refusal->exceptionType));
 }
 
-/// The session whose NMS calls, as far as is known: for a session's object its own, for the channel
-/// that of the connection.
+/// Return the name of the session whose NMS calls, as far as it is known. For an object of a
+/// session it is that session; for the channel it is the session of the connection.
 std::string_view callersSession(const RequestInfo& request, Id id) {
     if (id == Id::IsGenuine && isSessionName(request.topPoaName()))
         return request.topPoaName();
@@ -105,9 +106,9 @@ std::string_view callersSession(const RequestInfo& request, Id id) {
     return ofConnection;
 }
 
-/// `outcome` is borrowed for the call, as are the request's own texts.
+/// Write the record. `outcome` and the request's texts are borrowed for the call.
 void write(const RequestInfo& request, Id id, const char* outcome) {
-    // of this thread and written over each time: its texts keep their room
+    // reused by the thread, so that its texts keep their memory
     thread_local OperationRecord record;
     record.time = std::chrono::floor<std::chrono::milliseconds>(request.arrived());
     record.duration = request.age();

@@ -37,7 +37,8 @@ int number(const std::string& key) {
     return static_cast<int>(config().integer(key));
 }
 
-/// A time-out in units of 100 ns as milliseconds; a limit below one stays a limit.
+/// Convert a time-out in units of 100 ns to milliseconds. A limit below 1 ms becomes 1 ms, because
+/// 0 means no limit.
 std::chrono::milliseconds milliseconds(std::uint64_t limit100ns) {
     constexpr std::uint64_t unitsPerMs = 10000;
     if (limit100ns == 0)
@@ -51,7 +52,8 @@ bool refused(const std::string& whyNot) {
     return false;
 }
 
-/// A service's address, read at first use and then only when told to.
+/// The address of a service. It is read from the configuration at each query until the first
+/// update(), then only by update().
 class ServiceLocation {
   public:
     explicit ServiceLocation(const char* table) : table_(table) {}
@@ -86,8 +88,8 @@ class ServiceLocation {
 }  // namespace
 
 struct CorbaBaseAgentConfig::State {
-    std::mutex initMutex;                // one Init at a time
-    Published<SessionSettings> session;  // none before the first Init
+    std::mutex initMutex;                // held for a whole Init
+    Published<SessionSettings> session;  // null before the first Init
     OssAccess access;
     GatePolicy gatePolicy{access};
     const NmsReferenceCheck references{access};
@@ -112,7 +114,7 @@ CorbaBaseAgentConfig::CorbaBaseAgentConfig() : state_(std::make_unique<State>())
 CorbaBaseAgentConfig::~CorbaBaseAgentConfig() = default;
 
 CorbaBaseAgentConfig* CorbaBaseAgentConfig::Instance() {
-    // never destroyed: requests on the ORB's threads may outlive main
+    // never destroyed, because requests on the ORB's threads may outlive main
     static CorbaBaseAgentConfig* const config = new CorbaBaseAgentConfig;
     return config;
 }
@@ -380,7 +382,7 @@ std::string namingAddress(const CorbaBaseAgentConfig& base) {
     std::string host;
     int port = 0;
     base.GetNamingServiceAddr(host, port, ssl);
-    // brackets for an IPv6 host
+    // an IPv6 host needs brackets
     if (host.find(':') != std::string::npos && host.front() != '[')
         host = "[" + host + "]";
     return (ssl ? "corbaloc:ssliop:" : "corbaloc:iiop:") + host + ":" + std::to_string(port) +

@@ -68,7 +68,7 @@ std::string hostOf(const std::string& address) {
     return address.substr(0, address.rfind(':'));
 }
 
-/// True when whoever calls `address` is served by a listener at `listen`.
+/// True when a listener at `listen` serves callers of `address`.
 bool covers(const std::string& listen, const std::string& address) {
     const std::string host = hostOf(listen);
     const bool isWildcard = host.empty() || host == "0.0.0.0" || host == "[::]";
@@ -76,7 +76,8 @@ bool covers(const std::string& listen, const std::string& address) {
            (isWildcard && listen.substr(host.size()) == address.substr(hostOf(address).size()));
 }
 
-/// Where the embedded naming service is served, unless a listener is there anyway.
+/// Return the additional address to listen on for the embedded naming service; none when an
+/// existing listener serves it.
 std::vector<std::string> namingListen(const char* portKey, const std::vector<std::string>& listen) {
     const std::string address =
         kelp::orb::hostAndPort({config().text("naming.host"),

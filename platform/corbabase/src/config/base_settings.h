@@ -7,8 +7,8 @@
 
 namespace NS_CORBA {
 
-/// How sessions are watched and ended. Read as one when the ORB starts and kept until it starts
-/// again.
+/// The settings of session supervision. They are read together when the ORB starts and kept until
+/// it starts again.
 struct SessionSettings {
     int releaseStrategy = 0;
     bool pingMode = true;
@@ -22,15 +22,14 @@ struct SessionSettings {
 
 SessionSettings readSessionSettings();
 
-/// [orb] and [tls] as options for the ORB. None, with the reason, when they do not fit together or
-/// a file that they name cannot be read.
+/// Read [orb] and [tls] as options for the ORB. None, with the reason, when they contradict each
+/// other or a file that they name cannot be read.
 std::optional<kelp::orb::OrbOptions> readOrbOptions(std::string& whyNot);
 
-/// The configured addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843
-/// (TLS)".
+/// Format the addresses that the ORB listens on, for messages: "127.0.0.1:4800, [::1]:4843 (TLS)".
 std::string listenText(const kelp::orb::OrbOptions& options);
 
-/// True for a manager of the standard that `[managers] offered` names, and for every other name.
+/// True for a standard manager that `[managers] offered` names, and for every other name.
 bool isManagerOffered(const std::string& name);
 
 /// Host, plain port and TLS port of a service that the agent uses.
@@ -40,7 +39,7 @@ struct ServiceAddress {
     int sslPort = 0;
 };
 
-/// The address in a table of the configuration ("naming", "notification").
+/// Read the address from a table of the configuration ("naming" or "notification").
 ServiceAddress readServiceAddress(const std::string& table);
 
 }  // namespace NS_CORBA

@@ -47,7 +47,7 @@ void ManagerRegistry::renewMap() {
     for (const NorthMgrMap* each : {&entered_, &fallbacks_}) {
         for (const auto& [name, factory] : *each) {
             if (isOffered_(name))
-                offered.emplace(name, factory);  // an entered one is there already
+                offered.emplace(name, factory);  // an entered factory of this name takes precedence
         }
     }
     if (lastHandedOut_ || factoryMaps_.empty())

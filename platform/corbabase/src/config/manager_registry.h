@@ -13,29 +13,30 @@
 
 namespace NS_CORBA {
 
-/// The manager interfaces and servant factories that bundles entered. Callable from any thread.
+/// Keeps the manager interfaces and servant factories that bundles entered. Any thread may call it.
 class ManagerRegistry {
   public:
-    /// `isOffered` says which names are to be in the map of factories; it is asked when a factory
-    /// is entered.
+    /// `isOffered` decides which names appear in the map of factories. It is called when a factory
+    /// is entered or leaves.
     explicit ManagerRegistry(std::function<bool(const std::string& name)> isOffered)
         : isOffered_(std::move(isOffered)) {}
 
     void enter(CorbaI* managerInterface);
     void leave(CorbaI* managerInterface);
-    /// The interfaces in order of entry, held against other threads' enter and leave until the
-    /// calling thread's release(); null, and nothing held, when none was ever entered.
+    /// Return the interfaces in order of entry and lock them against enter and leave by other
+    /// threads until the calling thread's release(). Null, with nothing locked, when none was ever
+    /// entered.
     const MGRList* hold();
-    /// Ends one hold() of the calling thread; harmless without.
+    /// End one hold() of the calling thread. Does nothing without one.
     void release();
 
     bool enter(const std::string& name, NorthMgrFactory* factory);
     void leave(const std::string& name);
-    /// A factory for the name as long as no other is entered.
+    /// Enter a factory that is used while no other one is entered under the name.
     void enterFallback(const std::string& name, NorthMgrFactory* factory);
     void leaveFallback(const std::string& name);
-    /// Those entered, and the fallbacks of names that nobody entered, as far as they are offered.
-    /// Null when none was ever entered. A map handed out is never changed or freed.
+    /// Return the offered factories: those entered, and the fallbacks of names that nobody entered.
+    /// Null when none was ever entered. A map that was handed out is never changed or freed.
     const NorthMgrMap* factories();
 
   private:
@@ -53,7 +54,7 @@ class ManagerRegistry {
     unsigned holds_ = 0;
     NorthMgrMap entered_;
     NorthMgrMap fallbacks_;
-    std::list<NorthMgrMap> factoryMaps_;  // the last one counts, those before were handed out
+    std::list<NorthMgrMap> factoryMaps_;  // the last is current, the earlier ones were handed out
     bool lastHandedOut_ = false;
 };
 

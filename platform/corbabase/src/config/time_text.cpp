@@ -11,13 +11,13 @@ namespace {
 constexpr int kSlashed = 1;
 constexpr int kUtc = 0;
 
-/// False when the moment has no such form.
+/// Split a moment into fields. False when that is not possible.
 bool brokenDown(std::time_t moment, bool isUtc, std::tm& fields) {
     return (isUtc ? ::gmtime_r(&moment, &fields) : ::localtime_r(&moment, &fields)) != nullptr;
 }
 
-/// Fields that a caller made may be anything: what lies beyond an int wraps, as it may not
-/// overflow.
+/// Add an offset to a field, which a caller may have set to any value. Beyond an int it wraps,
+/// because signed overflow is undefined.
 int shown(int field, unsigned offset) {
     return static_cast<int>(static_cast<unsigned>(field) + offset);
 }
@@ -50,7 +50,7 @@ std::string ConfiguredTimeText(const std::tm& fields) {
 }
 
 std::string ConfiguredTimeText(std::time_t moment) {
-    // once: it may change meanwhile
+    // read once, because it may change meanwhile
     const bool isUtc = isUtcReference();
     std::tm fields{};
     if (moment == 0 || !brokenDown(moment, isUtc, fields))

@@ -41,7 +41,8 @@ struct AlarmLog::State {
 
 namespace {
 
-/// False, traced once until it works again, when the file cannot be written.
+/// Run `body`, which writes to the file. On failure return false, traced once until a write
+/// succeeds.
 template <class Body>
 bool written(bool& fails, Body body) {
     try {

@@ -8,18 +8,18 @@
 
 namespace NS_CORBA {
 
-/// The rotating file of alarms in words. For one thread.
+/// The rotating log file of alarms as text. Used by one thread.
 class AlarmLog {
   public:
     /// Throws std::exception when the file cannot be opened.
     explicit AlarmLog(const std::filesystem::path& file);
     ~AlarmLog();
-    /// Appends an alarm's entries after a line with the time when it was taken in. A failure is
-    /// traced, once until it works again; the alarm is then missing.
+    /// Append an alarm's entries after a line with the time when the alarm was accepted. A failed
+    /// write is traced once until a write succeeds, and the alarm counts as missing.
     void write(std::time_t taken, const std::string& entries);
-    /// So many alarms are missing. The log says how many before the next one that it has.
+    /// Count alarms that could not be logged. The log states their number before the next entry.
     void missing(std::size_t alarms);
-    /// What was written reaches the file; the alarms that are missing as well.
+    /// Flush to the file, including the number of missing alarms.
     void flush();
 
   private:

@@ -11,7 +11,7 @@ namespace NS_CORBA {
 namespace {
 
 constexpr const char* kAlarmType = "NT_ALARM";
-/// A stop is not held up by a disk for longer.
+/// Maximum time that a stop waits for the disk.
 constexpr std::chrono::seconds kStopLimit{5};
 
 bool isAlarm(const CosNotification::StructuredEvent& event) {

@@ -15,24 +15,24 @@
 
 namespace NS_CORBA {
 
-/// Puts alarms into words and into the alarm log by a thread of its own, so that neither a disk nor
-/// a channel holds up whoever raises them. Any thread may call it.
+/// Formats alarms and writes them to the alarm log on a separate thread, so that neither a disk nor
+/// a channel delays the threads that raise alarms. Any thread may call it.
 class AlarmLogWriter {
   public:
-    /// Appends an alarm's entries.
+    /// Appends an alarm's entries to the stream.
     using Format = std::function<void(std::stringstream&, const CosNotification::StructuredEvent&)>;
 
-    /// At most so many alarms wait for a slow disk; beyond it the newest are missing in the log,
-    /// which says how many.
+    /// `waitingMax` is the maximum number of alarms that wait for a slow disk. Beyond it the newest
+    /// are not logged; the log states how many are missing.
     AlarmLogWriter(const std::filesystem::path& file, Format format, std::size_t waitingMax);
-    /// stop().
+    /// Calls stop().
     ~AlarmLogWriter();
     AlarmLogWriter(const AlarmLogWriter&) = delete;
     AlarmLogWriter& operator=(const AlarmLogWriter&) = delete;
 
-    /// Takes those of the events that are alarms.
+    /// Accept those of the events that are alarms.
     void take(const std::vector<EventPtr>& events);
-    /// Writes what waits, for a few seconds at most, and ends the thread.
+    /// Write the waiting alarms, for at most 5 s, and end the thread.
     void stop();
 
   private:

@@ -19,8 +19,8 @@ namespace {
 
 std::atomic<AsynNotifyMgr*> theInstance{nullptr};
 
-constexpr std::size_t kQueueMax =
-    1000;  // tasks are rare; a thousand waiting ones mean that something hangs
+// Tasks are rare: 1000 waiting ones mean that something hangs.
+constexpr std::size_t kQueueMax = 1000;
 constexpr int kWorkers = 2;
 
 void runTask(const std::function<void()>& task) {
@@ -45,9 +45,9 @@ struct AsynNotifyMgr::State {
     bool running = false;
     std::uint64_t finished = 0;
     std::uint64_t dropped = 0;
-    int working = 0;                   // workers that have not ended; guarded by mutex
-    std::condition_variable ended;     // of a worker
-    std::vector<std::thread> workers;  // touched by Init and ExitThread alone
+    int working = 0;                   // workers that still run; guarded by mutex
+    std::condition_variable ended;     // signalled when a worker ends
+    std::vector<std::thread> workers;  // used by Init and ExitThread only
 
     void work() {
         std::unique_lock lock(mutex);
@@ -70,7 +70,8 @@ struct AsynNotifyMgr::State {
         workers.emplace_back([state = std::move(self)] { state->work(); });
         ++working;
     }
-    /// Waits for the workers. While the process stops, one whose task goes on is left to itself.
+    /// Wait for the workers. While the process stops, a worker whose task does not end in time is
+    /// detached.
     void awaitWorkers() {
         bool haveEnded = false;
         {
@@ -131,7 +132,8 @@ bool AsynNotifyMgr::Post(std::function<void()> task) {
 }
 
 void AsynNotifyMgr::ExitThread() {
-    std::deque<std::function<void()>> rest;  // destroyed without the lock: a task may own anything
+    // destroyed without the lock, because a task may own anything
+    std::deque<std::function<void()>> rest;
     {
         const std::lock_guard guard(state_->mutex);
         state_->running = false;

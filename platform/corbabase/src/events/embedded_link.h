@@ -7,12 +7,13 @@
 
 namespace NS_CORBA {
 
-/// The channel of this process, configured by [notification]. Only peers at addresses that somebody
-/// is logged in from may use it. What an NMS makes in it is its log-in's; when that has ended it
-/// has a ping interval to come back, then everything goes.
+/// The channel of this process, configured by [notification]. Only peers at addresses with a live
+/// log-in may use it. The objects that an NMS creates in the channel belong to its log-in. When the
+/// log-in has ended, they are destroyed after a grace period of one ping interval, unless the NMS
+/// logs in again.
 class EmbeddedLink final : public EventChannelLink {
   public:
-    /// Makes the channel. Throws what the ORB throws. `listener` must outlive it.
+    /// Create the channel. Throws what the ORB throws. `listener` must outlive the link.
     EmbeddedLink(CORBA::ORB_ptr orb, kelp::notification::LossListener& listener);
 
     CosNotifyChannelAdmin::EventChannel_ptr reference() const { return channel_.reference(); }
@@ -44,7 +45,7 @@ class EmbeddedLink final : public EventChannelLink {
         OssNetworks suppliers_;
     };
 
-    const LoggedInPeers guard_;  // used by the channel to its end
+    const LoggedInPeers guard_;  // the channel uses it until it is destroyed
     kelp::notification::Channel channel_;
 };
 

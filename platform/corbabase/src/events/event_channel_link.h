@@ -9,42 +9,41 @@
 
 namespace NS_CORBA {
 
-/// An event that was taken in: shared by all who have to do with it, never changed.
+/// An accepted event. Shared by all its users and never changed.
 using EventPtr = std::shared_ptr<const CosNotification::StructuredEvent>;
 
-/// The channel that events are handed to, in this process or in another one. deliver(), probe() and
-/// tend() belong to the handover's thread, and so does batchMax(); the others may be called by any
-/// thread.
+/// The channel that events are handed to, in this process or in another one. Only the handover's
+/// thread calls deliver(), probe(), tend() and batchMax(). Any thread may call the others.
 class EventChannelLink {
   public:
     enum class Outcome {
         Delivered,
-        Refused,     ///< the channel will not have these events; more than one may be refused for
-                     ///< one's sake
-        Unanswered,  ///< they may or may not have arrived: to be sent again once probe() was
-                     ///< answered
+        /// The channel refused the batch. One bad event may cause the refusal of all.
+        Refused,
+        /// The events may or may not have arrived. They are sent again once probe() was answered.
+        Unanswered,
     };
 
     virtual ~EventChannelLink() = default;
     /// Whether deliver() may be called before probe() was answered for the first time.
     virtual bool isConnected() const = 0;
-    /// Most events of one call.
+    /// Maximum number of events in one deliver().
     virtual std::size_t batchMax() const = 0;
     virtual Outcome deliver(const std::vector<EventPtr>& events) = 0;
-    /// A call that carries no event, connecting first where need be. True when the channel answers.
+    /// Make a call that carries no event, connecting first where necessary. True when the channel
+    /// answers.
     virtual bool probe() = 0;
-    /// Work of the link's own that is due a few times a second, whether or not there are events.
-    /// Waits for nobody.
+    /// Periodic work of the link, done a few times a second even without events. Must not block.
     virtual void tend() {}
-    /// From here on no call is begun; one in progress ends by its time-out.
+    /// Begin no further call. A call in progress ends by its time-out.
     virtual void cancel() = 0;
-    /// Leaves the channel. Nothing else is called afterwards, nor at the same time.
+    /// Leave the channel. No other operation is called at the same time or afterwards.
     virtual void close() = 0;
 
-    /// True when every consumer that answers has drained below half of its queue, as far as this is
-    /// known.
+    /// True when every consumer that answers has drained below half of its queue, as far as the
+    /// link knows.
     virtual bool isDrained() const = 0;
-    /// What became of the events, consumer by consumer, where this is known.
+    /// Event counts of each consumer, as far as the link knows them.
     virtual std::vector<kelp::notification::ConsumerCounts> consumers() const = 0;
 };
 

@@ -13,10 +13,10 @@ namespace {
 
 using Outcome = EventChannelLink::Outcome;
 
-/// For waits that nothing is due in; a clock's last moment is beyond what a wait can tell.
+/// Longest wait when nothing is due. A wait until a clock's last moment would overflow.
 constexpr std::chrono::hours kLongest{24};
 
-/// The thread goes on whatever a callback does.
+/// Run a callback and trace its failure; the thread continues in any case.
 template <class Body>
 void contained(Body body) {
     try {
@@ -30,7 +30,7 @@ void contained(Body body) {
     }
 }
 
-/// The moment after an interval, or never for an interval of 0.
+/// Return the moment after an interval, or never for an interval of 0.
 std::chrono::steady_clock::time_point after(std::chrono::milliseconds interval) {
     using Clock = std::chrono::steady_clock;
     return interval.count() > 0 ? Clock::now() + interval : Clock::time_point::max();
@@ -147,7 +147,7 @@ EventHandover::Step EventHandover::next(Lock& lock) {
 }
 
 void EventHandover::deliver(Lock& lock) {
-    // of a full queue some may still be discarded
+    // at most half of a full queue, because events in delivery cannot be dropped
     const std::size_t most =
         std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
     inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : most);
@@ -167,7 +167,7 @@ void EventHandover::settle(Lock& lock, const std::vector<EventPtr>& batch, Outco
         backOff();
         return;
     }
-    // an answer, whichever it is
+    // the channel answered, whatever the answer is
     probeRequested_ = false;
     backOff_ = settings_.firstBackOff;
     if (outcome == Outcome::Refused && batch.size() > 1) {
@@ -200,7 +200,7 @@ void EventHandover::probe(Lock& lock) {
         return;
     }
     answers_ = true;
-    // a channel that answers probes but takes no event is not asked more and more often
+    // keep the pauses of a channel that answers probes but accepts no events
     if (events_.empty())
         backOff_ = settings_.firstBackOff;
 }

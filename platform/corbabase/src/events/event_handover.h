@@ -11,44 +11,48 @@
 
 namespace NS_CORBA {
 
-/// Takes events in from any thread, at most so many, and hands them to the channel one after the
-/// other on a thread of its own. While the channel does not answer they wait, and it is probed with
-/// growing pauses. Heartbeats are asked for, and the channel is tended, on the same thread.
+/// Accepts events from any thread and hands them to the channel in order, on a separate thread.
+/// While the channel does not answer, the events wait and the channel is probed with growing
+/// pauses. The same thread asks for heartbeats and calls the link's tend().
 class EventHandover {
   public:
     struct Settings {
-        std::size_t eventsMax = 10000;  ///< that may wait; beyond it the oldest are lost
-        std::chrono::seconds heartbeatInterval{0};  ///< 0: none by the timer
-        std::chrono::milliseconds tendInterval{
-            0};  ///< the channel is tended so often; 0: not at all
-        std::chrono::milliseconds firstBackOff{
-            1000};  ///< before a channel that did not answer is probed
+        /// Maximum number of waiting events. Beyond it the oldest are lost.
+        std::size_t eventsMax = 10000;
+        std::chrono::seconds heartbeatInterval{0};  ///< 0: no timed heartbeats
+        /// Interval between calls of the link's tend(); 0: never.
+        std::chrono::milliseconds tendInterval{0};
+        /// Pause before a channel that did not answer is probed. It doubles with each failure.
+        std::chrono::milliseconds firstBackOff{1000};
         std::chrono::milliseconds longestBackOff{30000};
     };
     struct Work {
-        /// Events are gone, since too many came in or the channel refused them; this one first. On
-        /// the thread that took one in too many, or on the handover's.
+        /// Events were lost, because too many wait or the channel refused them. `first` is the
+        /// first of them. Called on the thread whose event exceeded the limit, or on the handover's
+        /// thread.
         std::function<void(const CosNotification::StructuredEvent& first)> lost;
         std::function<void()> heartbeat;
     };
 
     EventHandover(const Settings& settings, std::shared_ptr<EventChannelLink> link, Work work);
-    /// stop().
+    /// Calls stop().
     ~EventHandover();
     EventHandover(const EventHandover&) = delete;
     EventHandover& operator=(const EventHandover&) = delete;
 
-    /// Waits for no channel. False, and nothing is taken in, once it is stopping.
+    /// Accept events without waiting for the channel. False, and none is accepted, once the
+    /// handover stops.
     bool take(const std::vector<EventPtr>& events);
     void requestHeartbeat();
-    /// Has the channel probed soon, unless a delivery tells before whether it answers.
+    /// Request a probe of the channel. A delivery that is answered first makes the probe
+    /// unnecessary.
     void requestProbe();
-    /// As the last call to the channel has shown.
+    /// Whether the channel answered the last call.
     bool channelAnswers() const;
-    /// The channel answers, and less than half of the events that may wait do.
+    /// True when the channel answers and less than half of `eventsMax` events wait.
     bool isDrained() const;
-    /// Ends the thread after the work in hand, for which the channel's time-out is the limit. How
-    /// many events were waiting, which are dropped; 0 when it was stopped before.
+    /// End the thread after the call in progress, which the channel's time-out limits. Drop the
+    /// waiting events and return their number; 0 when already stopped.
     std::size_t stop();
 
   private:
@@ -57,7 +61,7 @@ class EventHandover {
     enum class Step { Deliver, Probe, Heartbeat, Tend, End };
 
     void run();
-    /// Waits for something to do.
+    /// Wait for something to do.
     Step next(Lock& lock);
     void deliver(Lock& lock);
     void settle(Lock& lock, const std::vector<EventPtr>& batch, EventChannelLink::Outcome outcome);
@@ -73,11 +77,11 @@ class EventHandover {
     mutable std::mutex mutex_;  // guards what follows
     std::condition_variable changed_;
     std::deque<EventPtr> events_;
-    std::size_t inHand_ = 0;   // the first so many are being delivered
-    std::size_t singles_ = 0;  // the first so many go out one by one
+    std::size_t inHand_ = 0;   // number of events at the front that are being delivered
+    std::size_t singles_ = 0;  // number of events at the front that are sent one by one
     bool answers_;
     bool probeRequested_ = false;
-    Clock::time_point probeDue_;  // while it does not answer
+    Clock::time_point probeDue_;  // used while the channel does not answer
     std::chrono::milliseconds backOff_;
     Clock::time_point heartbeatDue_;
     bool heartbeatRequested_ = false;

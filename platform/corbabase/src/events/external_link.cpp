@@ -14,7 +14,7 @@ namespace {
 
 using kelp::orb::exceptionText;
 
-/// A farewell to a service that does not answer must not hold anybody up.
+/// Time limit of the disconnect call, so that a service that does not answer delays nobody.
 constexpr std::chrono::milliseconds kFarewellLimit{1000};
 
 void point(int line = __builtin_LINE()) {
@@ -63,14 +63,15 @@ bool ExternalLink::probe() {
     const bool answered = std::exchange(answers_, isReachable(calls));
     if (answers_)
         return true;
-    // a mere connection may have broken: our proxy is asked once more before there is another one
+    // perhaps only the connection broke: check our proxy once more before creating another one
     return (!connection_ || !answered) && connect(calls);
 }
 
-/// The proxy is kept while nobody answers: it may come back, and another one would be one too many.
+/// Check our proxy. It is kept while nobody answers, because the service may come back and would
+/// then have one proxy too many.
 bool ExternalLink::isReachable(const BoundedCalls& calls) {
     try {
-        // the rest of the time is for looking whether the service has moved
+        // the rest of the time is needed to find out whether the service has moved
         if (calls.within(around_.timeout / 2, [&] { return connection_->exists(); })) {
             if (!lastProblem_.empty()) {
                 point();

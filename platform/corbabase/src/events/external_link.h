@@ -13,16 +13,17 @@
 
 namespace NS_CORBA {
 
-/// A channel of another process, found by its address and found again when it went away.
+/// A channel of another process, found by its address. It is looked up again when it disappears.
 class ExternalLink final : public EventChannelLink {
   public:
     struct Surroundings {
         CORBA::ORB_var orb;
-        /// Limit of one delivery, and of finding the channel and connecting to it together.
+        /// Time limit of one delivery. Finding the channel and connecting to it together have the
+        /// same limit.
         std::chrono::milliseconds timeout{10000};
-        /// The address as it is configured at the moment.
+        /// Returns the currently configured address.
         std::function<std::string()> address;
-        /// Told of each channel that was found.
+        /// Called with each channel that was found.
         std::function<void(CosNotifyChannelAdmin::EventChannel_ptr)> found;
     };
 
@@ -34,7 +35,7 @@ class ExternalLink final : public EventChannelLink {
     bool probe() override;
     void cancel() override { cancelled_ = true; }
     void close() override;
-    /// Its consumers are its own.
+    /// The service alone knows its consumers.
     bool isDrained() const override { return true; }
     std::vector<kelp::notification::ConsumerCounts> consumers() const override { return {}; }
 
@@ -44,17 +45,17 @@ class ExternalLink final : public EventChannelLink {
     bool connect(const BoundedCalls& calls);
     void leave();
     Outcome failed(const CORBA::SystemException& failure);
-    /// Trace what was not the last one of its kind.
+    /// Trace a problem or refusal unless it is the same as the last one.
     void problem(const std::string& why);
     void refused(const std::string& why);
 
     const Surroundings around_;
     std::atomic<bool> cancelled_{false};
-    // the thread's own
+    // used by the handover's thread only
     std::unique_ptr<SupplierConnection> connection_;
     bool answers_ = false;
-    std::string lastProblem_;  // until it answers
-    std::string lastRefusal_;  // until it takes events
+    std::string lastProblem_;  // cleared when the channel answers
+    std::string lastRefusal_;  // cleared when the channel accepts events
 };
 
 }  // namespace NS_CORBA

@@ -4,9 +4,9 @@
 
 namespace NS_CORBA {
 
-/// The text on one line, so that it can be told back: a backslash, line ends, tabs and other
-/// control characters are written with a backslash. A text that was escaped before is escaped once
-/// more.
+/// Escape a text so that it fits on one line and can be restored. Backslashes, line ends, tabs and
+/// other control characters are written as an escape that begins with a backslash. A text that is
+/// already escaped is escaped again.
 std::string escapedEntryText(const std::string& text);
 
 }  // namespace NS_CORBA

@@ -8,7 +8,7 @@ namespace NS_CORBA {
 
 namespace {
 
-/// A text out of the event's filterable data; empty when there is none of that name.
+/// Return a text from the event's filterable data; empty when no field has that name.
 std::string textOf(const CosNotification::StructuredEvent& event, const char* name) {
     for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i) {
         const char* text = nullptr;
@@ -55,7 +55,7 @@ void LossTracker::roundBegins(bool isDrained) {
 }
 
 void LossTracker::makeReports(Lock& lock) {
-    // reports of two threads would overtake each other without the lock
+    // reports of two threads, made without the lock, could overtake each other
     if (isReporting_)
         return;
     isReporting_ = true;

@@ -11,18 +11,19 @@
 
 namespace NS_CORBA {
 
-/// Whether events are being lost, from the first lost one on. Thread safe.
+/// Tracks whether events are being lost, and reports the start and the end of each loss. Any thread
+/// may call it.
 ///
-/// Start and end of a loss are reported one after the other, in the order in which they happened,
-/// and without a lock. A report is made by the thread that caused it, or, while another report is
-/// being made, by the thread that makes that one.
+/// Reports are made one after the other, in the order of the changes and without a lock held. The
+/// thread that caused a report makes it, unless another thread is reporting; then that thread makes
+/// it.
 class LossTracker {
   public:
     struct Start {
         std::string time;
         std::string notificationId;
     };
-    /// Must not throw.
+    /// The callbacks. They must not throw.
     struct Reports {
         std::function<void(const Start&)> occurred;
         std::function<void(std::time_t endTime)> cleared;
@@ -32,19 +33,19 @@ class LossTracker {
 
     /// An event was lost. The first one begins a loss.
     void lost(const CosNotification::StructuredEvent& first);
-    /// A round of the sessions' checks begins. It ends the loss when consumers are drained and a
-    /// whole round has passed since the last lost event.
+    /// A round of session checks begins. It ends the loss when `isDrained` and a whole round has
+    /// passed since the last lost event.
     void roundBegins(bool isDrained);
 
   private:
     static constexpr int kRounds = 2;
     struct Report {
-        std::optional<Start> start;  ///< none: the loss has ended
+        std::optional<Start> start;  ///< none: the report of the loss's end
         std::time_t endTime = 0;
     };
     using Lock = std::unique_lock<std::mutex>;
 
-    /// True when a loss goes on already.
+    /// Restart the count of rounds. True when a loss is already in progress.
     bool isCounted();
     void makeReports(Lock& lock);
 

@@ -17,13 +17,14 @@ CosNotification::Property* fieldNamed(CosNotification::PropertySeq& fields, cons
     return nullptr;
 }
 
-/// Empty for a field that is missing or no text.
+/// Return the field's text; empty for a field that is missing or not a text.
 const char* textOf(const CosNotification::Property* field) {
     const char* text = nullptr;
     return field != nullptr && (field->value >>= text) ? text : "";
 }
 
-/// A field that holds something else than a text is its source's affair.
+/// Whether neTime is missing or an empty text. A field of another type is left as its source wrote
+/// it.
 bool isUnsaid(const CosNotification::Property* neTime) {
     const char* text = nullptr;
     return neTime == nullptr || ((neTime->value >>= text) && *text == '\0');

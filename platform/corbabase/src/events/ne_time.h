@@ -4,10 +4,10 @@
 
 namespace NS_CORBA {
 
-/// Gives an event of the standard (domain "tmf_mtnm") whose source says no time of its element, or
-/// an empty one, the time of the EMS as its neTime. The standard lets neTime be missing or empty
-/// (SD1-3), but NMS compute with it. Heartbeats, which have no neTime, and events without an
-/// emsTime stay as they are.
+/// Add an neTime to an event whose neTime is missing or empty: the event's emsTime. The standard
+/// allows a missing or empty neTime (SD1-3), but NMS calculate with it. Only events of the
+/// standard's domain "tmf_mtnm" are changed; heartbeats, which have no neTime, and events without
+/// an emsTime are not.
 void fillNeTime(CosNotification::StructuredEvent& event);
 
 }  // namespace NS_CORBA

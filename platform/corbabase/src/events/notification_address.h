@@ -4,9 +4,9 @@
 
 namespace NS_CORBA {
 
-/// Where the configured notification service of another process is found: the object under the name
-/// that CORBA gives a notification service (ORB Interface, initial references), at its host and
-/// port, as a corbaloc. Over TLS when this process has it.
+/// Return the address of the configured external notification service as a corbaloc. It consists of
+/// the configured host and port and the object name NotificationService, which CORBA reserves for a
+/// notification service (ORB Interface, initial references). Over TLS when this process uses TLS.
 std::string notificationServiceAddress();
 
 }  // namespace NS_CORBA

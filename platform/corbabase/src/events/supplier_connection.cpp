@@ -12,8 +12,8 @@ namespace {
 
 using namespace CosNotifyChannelAdmin;
 
-/// Saves round trips when events have piled up; each call stays small enough for any service's
-/// limits.
+/// Maximum events in one call. Saves round trips when events have piled up, and keeps each call
+/// within the limits of any service.
 constexpr std::size_t kBatchMax = 50;
 
 class SequenceConnection final : public SupplierConnection {
@@ -51,8 +51,8 @@ class StructuredConnection final : public SupplierConnection {
     const StructuredProxyPushConsumer_var proxy_;
 };
 
-/// The channel that was made first, since it is the one that consumers know; factories number them
-/// upwards.
+/// Return the oldest channel, because it is the one that consumers know. Factories number channels
+/// upwards. A factory without channels creates one.
 EventChannel_ptr eldestOf(EventChannelFactory_ptr factory, const BoundedCalls& calls) {
     const ChannelIDSeq_var ids = calls([&] { return factory->get_all_channels(); });
     if (ids->length() > 0) {
@@ -83,7 +83,8 @@ EventChannel_ptr channelAt(CORBA::Object_ptr object, const BoundedCalls& calls) 
     return channel._retn();
 }
 
-/// The address that we were given may hold for this machine only.
+/// Return the channel's own reference to itself: the address that we were given may be valid on
+/// this machine only.
 EventChannel_ptr ownNameOf(EventChannel_ptr channel, SupplierAdmin_ptr admin,
                            const BoundedCalls& calls) {
     EventChannel_var own;
@@ -96,7 +97,7 @@ EventChannel_ptr ownNameOf(EventChannel_ptr channel, SupplierAdmin_ptr admin,
     return CORBA::is_nil(own.in()) ? EventChannel::_duplicate(channel) : own._retn();
 }
 
-/// Nil when the channel has no such proxies.
+/// Return nil when the channel has no proxies of this type.
 ProxyConsumer_ptr obtain(SupplierAdmin_ptr admin, ClientType type, const BoundedCalls& calls) {
     try {
         ProxyID id = 0;
@@ -108,7 +109,8 @@ ProxyConsumer_ptr obtain(SupplierAdmin_ptr admin, ClientType type, const Bounded
     }
 }
 
-/// A supplier without an object of its own: the channel has nobody to call back, and needs nobody.
+/// Connect as a supplier without an object: the channel has nobody to call back, and does not need
+/// to.
 std::unique_ptr<SupplierConnection> connect(SupplierAdmin_ptr admin, const BoundedCalls& calls) {
     ProxyConsumer_var proxy = obtain(admin, SEQUENCE_EVENT, calls);
     if (!CORBA::is_nil(proxy.in())) {

@@ -29,18 +29,18 @@ using NS_BUNDLEMGR1::ConfigStore;
 std::atomic<SuppilerMgr*> theInstance{nullptr};
 constexpr int kConfiguredMode = 0;
 constexpr const char* kEmbedded = "embedded";
-/// Alarms that may wait for the disk with the alarm log: far beyond what a disk that works falls
+/// Maximum number of alarms that wait for the alarm log's disk. A working disk never falls that far
 /// behind.
 constexpr std::size_t kAlarmLogWaitingMax = 100000;
-/// A fraction of the shortest grace that a logged-out NMS's consumers have.
+/// A fraction of the shortest grace period that a logged-out NMS's consumers have.
 constexpr std::chrono::milliseconds kTendInterval{250};
 
 void point(int line = __builtin_LINE()) {
     GetTss()->Set("suppilermgr", "unknown", line);
 }
 
-/// Event losses are reported on threads of the channel and of the sessions, which go on whatever
-/// happens.
+/// Report an event loss and trace a failure. The threads of the channel and the sessions that
+/// report losses continue in any case.
 template <class Body>
 void contained(Body body) {
     try {
@@ -64,7 +64,7 @@ EventHandover::Settings handoverSettings() {
     return settings;
 }
 
-/// Null when it is off or, traced, when it cannot be opened.
+/// Open the alarm log. Null when it is switched off or, traced, when it cannot be opened.
 std::unique_ptr<AlarmLogWriter> openAlarmLog(AlarmLogWriter::Format format) {
     if (!ConfigStore::instance().flag("notification.alarm_log"))
         return nullptr;
@@ -83,8 +83,8 @@ void offer(EventChannel_ptr channel) {
     EventMgr::Instance()->SetEventChannel(channel);
 }
 
-/// The channel that the configuration names. The embedded one is offered to NMS at once, an
-/// external one as soon as it was found.
+/// Create the link to the configured channel. NMS get the embedded channel at once, an external one
+/// as soon as it is found.
 std::shared_ptr<EventChannelLink> makeLink(CORBA::ORB_ptr orb,
                                            kelp::notification::LossListener& losses) {
     const ConfigStore& config = ConfigStore::instance();
@@ -221,7 +221,7 @@ void SuppilerMgr::ExitThread() {
         return;
     offer(EventChannel::_nil());
     ending->stop();
-    // an external channel may have been found in between
+    // an external channel may have been found meanwhile
     offer(EventChannel::_nil());
 }
 

@@ -9,25 +9,26 @@
 
 namespace NS_CORBA {
 
-/// The naming service that this process serves itself, with the life of an ORB, configured by
-/// [naming]. Takes over aliases and limits each time the configuration has been read again. One for
-/// the process, callable from any thread; it is never destroyed, since ORB threads may outlive
-/// main.
+/// The naming service that this process serves itself, as long as its ORB lives. Configured by
+/// [naming]; applies aliases and limits again after each re-read of the configuration. One for the
+/// process; any thread may call it. Never destroyed, because ORB threads may outlive main.
 class EmbeddedNaming : public NS_BUNDLEMGR1::LightEventHandler {
   public:
     static EmbeddedNaming& instance();
 
-    /// Whether the next ORB is to serve it.
+    /// Set whether the next ORB serves it.
     void want(bool wanted) { wanted_ = wanted; }
     bool isWanted() const { return wanted_; }
 
-    /// Starts it if it is wanted; callers wait. Throws CORBA exceptions and std::invalid_argument.
+    /// Start the service if it is wanted. Callers wait until letCallersThrough(). Throws CORBA
+    /// exceptions and std::invalid_argument.
     void start(CORBA::ORB_ptr orb, PortableServer::POA_ptr rootPoa);
     void letCallersThrough();
-    /// Harmless when it does not run.
+    /// Stop the service. Does nothing when it does not run.
     void stop();
 
-    /// The root context for calls of this process; nil when it does not run. The caller owns it.
+    /// Return the root context for calls from inside this process; nil when the service does not
+    /// run. The caller owns the result.
     CosNaming::NamingContext_ptr root() const;
 
     void DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* data) override;

@@ -9,15 +9,15 @@
 
 namespace NS_CORBA {
 
-/// Which of the foreign entries found are to be recorded: the first of each kind at once, later
-/// ones together once a minute. Two EMS that fight over one name thus leave a record a minute. Not
-/// thread safe.
+/// Decides which foreign entries are recorded: the first of each kind at once, later ones together
+/// once a minute. Two EMS that compete for one name thus leave one record a minute. Not thread
+/// safe.
 class ForeignEntries {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
     static constexpr std::chrono::seconds kPeriod{60};
-    /// Kinds known at a time; beyond it the one recorded longest ago is forgotten.
+    /// Maximum number of kinds remembered. Beyond it, the one recorded longest ago is evicted.
     static constexpr std::size_t kKindsMax = 20;
 
     struct Report {
@@ -25,9 +25,10 @@ class ForeignEntries {
         std::uint64_t times = 1;
     };
 
-    /// One was found; `kind` says what it is. A report when it is to be recorded now.
+    /// A foreign entry of this kind was found. Return a report if it must be recorded now.
     std::optional<Report> found(const std::string& kind, Time now);
-    /// Those that were found since their last record, which is at least a period ago.
+    /// Return reports of entries found since their last record, if that was at least one period
+    /// ago.
     std::vector<Report> due(Time now);
 
   private:

@@ -18,7 +18,7 @@ namespace {
 constexpr const char* kFile = "namingregistration";
 constexpr std::chrono::seconds kCallLimit{2};
 
-/// The first `length` components as "id.kind / id.kind".
+/// Format the first `length` components as "id.kind / id.kind".
 std::string pathText(const CosNaming::Name& name, CORBA::ULong length) {
     std::string text;
     for (CORBA::ULong i = 0; i < length; ++i) {
@@ -42,8 +42,7 @@ const char* reasonText(CosNaming::NamingContext::NotFoundReason why) {
     }
 }
 
-/// `bind_new_context` for each prefix of the name but the whole. Contexts that are there already
-/// stay.
+/// Call `bind_new_context` for each proper prefix of the name. Existing contexts stay.
 void makeContexts(CosNaming::NamingContext_ptr root, const CosNaming::Name& name) {
     for (CORBA::ULong length = 1; length < name.length(); ++length) {
         CosNaming::Name prefix;
@@ -53,7 +52,7 @@ void makeContexts(CosNaming::NamingContext_ptr root, const CosNaming::Name& name
         try {
             const CosNaming::NamingContext_var made = root->bind_new_context(prefix);
         } catch (const CosNaming::NamingContext::AlreadyBound&) {
-            // a context, or an object that the next step finds in the way
+            // a context, or an object at which the next call fails
         }
     }
 }
@@ -71,8 +70,8 @@ void rebindMakingContexts(CosNaming::NamingContext_ptr root, const CosNaming::Na
     root->rebind(name, object);
 }
 
-/// Of the same octets: a reference that leads to the same object by one more address is another
-/// one.
+/// Whether the references have the same octets. A reference to the same object with one more
+/// address is a different one.
 bool isSameReference(CORBA::ORB_ptr orb, CORBA::Object_ptr one, CORBA::Object_ptr other) {
     const CORBA::String_var oneText = orb->object_to_string(one);
     const CORBA::String_var otherText = orb->object_to_string(other);

@@ -8,16 +8,16 @@
 
 namespace NS_CORBA {
 
-/// The factory's entry in the naming service. Every call is bounded; nothing throws. Callable from
-/// any thread.
+/// The factory's entry in the naming service. Each call of the service takes at most 2 s; nothing
+/// throws. Any thread may call it.
 class NamingRegistration {
   public:
-    /// Binds `factory` under `name` in the naming service at `address` (a corbaloc text), making
-    /// missing contexts and replacing what is bound. False, traced with the reason, when that
-    /// failed.
+    /// Bind `factory` under `name` in the naming service at `address` (a corbaloc text), creating
+    /// missing contexts and replacing an existing binding. False, traced with the reason, on
+    /// failure.
     bool bind(CORBA::ORB_ptr orb, const std::string& address, const CosNaming::Name& name,
               CORBA::Object_ptr factory);
-    /// Takes the entry bound last out again if the name still leads to it.
+    /// Remove the entry bound last if the name still leads to the same reference.
     void unbind(CORBA::ORB_ptr orb, const std::string& address);
 
   private:
@@ -26,13 +26,13 @@ class NamingRegistration {
     CORBA::Object_var bound_;
 };
 
-/// The root context to register in: that of the embedded naming service, for calls inside the
-/// process, while it runs, else that of the service at `address` (a corbaloc text). Nil when there
-/// is something else. Throws CORBA exceptions; the caller owns the result.
+/// Return the root context to register in: that of the embedded naming service while it runs, for
+/// calls inside the process, otherwise that of the service at `address` (a corbaloc text). Nil when
+/// the object there is not a naming context. Throws CORBA exceptions. The caller owns the result.
 CosNaming::NamingContext_ptr namingRoot(CORBA::ORB_ptr orb, const std::string& address);
 
-/// The naming path of a session factory (TMF 814 SD1-43): contexts Class, Vendor, EmsInstance and
-/// Version, and the object.
+/// Build the naming path of a session factory (TMF 814 SD1-43): contexts Class, Vendor, EmsInstance
+/// and Version, and the object.
 void constructFactoryName(const std::string& emsName, const std::string& version,
                           CosNaming::Name& name);
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kShownBytesMax = 300;
 
-/// Where a reference leads, as far as it says so itself. The text may be a stranger's.
+/// Format the addresses in a reference. The text may come from a stranger.
 std::string addressesIn(const std::string& reference) {
     kelp::orb::ReferenceContent content;
     if (!kelp::orb::decodeReference(reference, content))

@@ -13,8 +13,8 @@ namespace {
 
 constexpr const char* kFile = "agentserver";
 
-/// Long enough for any call that goes on by itself (calls to an NMS end at their own time-out),
-/// short enough for the host's stop.
+/// Long enough for calls that end without help (calls to an NMS end at their own time-out), short
+/// enough for the host's stop.
 constexpr std::chrono::seconds kShutDownLimit{10};
 
 PortableServer::POAManager_ptr rootManager() {
@@ -56,7 +56,8 @@ void AgentServer::BeginStop() {
 void AgentServer::Discard() {
     if (OrbLife::instance().stage() != OrbLife::Stage::Running)
         return;
-    // also for the objects under well-known keys, which have a POA manager of their own
+    // the adapter also refuses requests for objects under well-known keys, which have a separate
+    // POA manager
     OrbLife::instance().adapter().refuse();
     try {
         const PortableServer::POAManager_var manager = rootManager();

@@ -8,8 +8,8 @@
 
 namespace NS_CORBA {
 
-/// Outgoing calls of one thread that together take no longer than a limit. What is called after
-/// that, or after the flag was set, fails at once with the ORB's time-out.
+/// Limits the total time of several outgoing calls of one thread. A call made after the limit has
+/// passed, or after the flag was set, fails at once with the ORB's time-out.
 class BoundedCalls {
   public:
     using Milliseconds = std::chrono::milliseconds;
@@ -21,7 +21,7 @@ class BoundedCalls {
     auto operator()(Call call) const {
         return within(Milliseconds::max(), call);
     }
-    /// The same in at most so much of the time that is left.
+    /// The same, with an additional limit for this call.
     template <class Call>
     auto within(Milliseconds most, Call call) const {
         const auto left = std::chrono::duration_cast<Milliseconds>(end_ - Clock::now());

@@ -14,7 +14,7 @@ bool isOneOf(const CORBA::SystemException& failure) {
 CallFailure kindOf(const CORBA::SystemException& failure) {
     if (isOneOf<CORBA::OBJECT_NOT_EXIST, CORBA::INV_OBJREF>(failure))
         return CallFailure::Gone;
-    // by one of the last three a channel says that its queue is full (Notification Service,
+    // with one of the last three a channel reports a full queue (Notification Service,
     // RejectNewEvents)
     if (isOneOf<CORBA::TIMEOUT, CORBA::TRANSIENT, CORBA::COMM_FAILURE, CORBA::NO_RESPONSE,
                 CORBA::IMP_LIMIT, CORBA::NO_RESOURCES, CORBA::NO_MEMORY>(failure))

@@ -4,10 +4,10 @@
 
 namespace NS_CORBA {
 
-/// What a system exception says about the object that was called.
+/// What a system exception means for the called object.
 enum class CallFailure {
     Gone,     ///< it does not exist
-    Later,    ///< it did not answer, or cannot at present: the same call may succeed later
+    Later,    ///< it did not answer or cannot now: the same call may succeed later
     Refused,  ///< it will not do this, now or later
 };
 

@@ -17,7 +17,7 @@ void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
     gate_ = interceptor != nullptr ? Gate::Waiting : Gate::Refusing;
     changed_.notify_all();
     changed_.wait(lock, [this] { return inside_ == 0; });
-    // only now: a request that came in through the open gate reads it without the lock
+    // not earlier: a request that passed the open gate reads it without the lock
     interceptor_ = nullptr;
     if (interceptor != nullptr) {
         interceptor_ = interceptor;
@@ -125,8 +125,8 @@ void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
 
 void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
                                       const CORBA::Exception* answer) noexcept {
-    // before any servant only the notification channel refuses: those who are not logged in, and
-    // those who want what is another's
+    // only the notification channel refuses before a servant: callers who are not logged in, and
+    // callers who want another NMS's objects
     const bool isAllowed = CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
     const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr;
     if (isAllowed && isRefused && CallerStanding::isLoggedIn(request))
@@ -152,7 +152,7 @@ RequestInterceptorBase* InterceptionAdapter::enter() {
 void InterceptionAdapter::leave() {
     if (--inside_ != 0 || isOpen())
         return;
-    // under the lock: set() either has not looked yet or is waiting already
+    // under the lock: set() either has not checked inside_ yet or is already waiting
     const std::lock_guard guard(mutex_);
     changed_.notify_all();
 }

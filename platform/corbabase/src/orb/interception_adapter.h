@@ -11,28 +11,26 @@
 
 namespace NS_CORBA {
 
-/// Between the ORB's request hook and the agent's interceptor. Requests wait until an interceptor
-/// is set, pass it then, and are refused with TRANSIENT after it was taken out. Each leaves its
-/// record: in the security log if the interceptor refused it or its caller's address may not call,
-/// in the operation log if the interceptor wants one or no servant was reached.
+/// Connects the ORB's request hook to the agent's interceptor. Requests wait until an interceptor
+/// is set, then pass it. After it was removed they are refused with TRANSIENT. Each request leaves
+/// its record: in the security log if the interceptor refused it or its caller's address may not
+/// call, in the operation log if the interceptor wants a record or no servant was reached.
 ///
-/// An address without a log-in that makes more requests than [access] allows is refused with
-/// TRANSIENT
-/// ("request discarded because of resource exhaustion", OMG minor code 1) before anything else is
-/// done: the caller may try again, and unlike after NO_RESOURCES it knows that nothing is wrong
-/// with its request. Such a refusal is recorded in the security log alone.
+/// Requests from an address without a log-in that exceed the limit in [access] are refused before
+/// anything else is done, with TRANSIENT ("request discarded because of resource exhaustion", OMG
+/// minor code 1). TRANSIENT tells the caller to try again; NO_RESOURCES would suggest an error in
+/// the request. Such a refusal is recorded in the security log only.
 class InterceptionAdapter final : public kelp::orb::RequestHook {
   public:
-    /// Sets the interceptor and lets waiting requests through; null refuses requests from here on.
-    /// Returns after the calls running inside the former interceptor have left it. Not to be called
-    /// from inside an interceptor.
+    /// Set the interceptor and let waiting requests through. Null refuses requests from here on.
+    /// Returns after all calls have left the previous interceptor. Must not be called from inside
+    /// an interceptor.
     void set(RequestInterceptorBase* interceptor);
-    /// Back to the beginning: requests wait. For a newly started ORB.
+    /// Return to the initial state, in which requests wait. For a newly started ORB.
     void reset();
-    /// Refuses the requests that wait and those still to come, whether or not an interceptor is
-    /// set.
+    /// Refuse waiting and later requests, whether or not an interceptor is set.
     void refuse();
-    /// Ends refuse() when an interceptor is set.
+    /// End refuse() if an interceptor is set.
     void admit();
 
     void received(const kelp::orb::RequestInfo& request) override;
@@ -55,9 +53,9 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    // Written under mutex_ (inside_ excepted) and read without it, so that requests do not meet at
-    // a lock. A request counts itself in before it looks at the gate, and set() closes the gate
-    // before it looks at the count: one of them sees the other.
+    // These are written under mutex_, except for inside_, and read without it, so that requests do
+    // not contend for a lock. A request increments inside_ before it reads the gate. set() closes
+    // the gate before it reads inside_. At least one of them thus sees the other's change.
     std::atomic<Gate> gate_{Gate::Waiting};
     std::atomic<RequestInterceptorBase*> interceptor_{nullptr};
     std::atomic<unsigned> inside_{0};

@@ -91,8 +91,8 @@ bool OrbLife::shutdown(std::chrono::milliseconds limit) {
     if (!current->stopping) {
         current->stopping = true;
         lock.unlock();
-        // a call that never returns would hold a waiting shutdown for ever: it waits on a thread of
-        // its own
+        // the shutdown waits on a separate thread, because a call that never returns would block it
+        // for ever
         try {
             current->ending = std::thread(endCalls, current);
         } catch (const std::system_error& failure) {
@@ -126,7 +126,8 @@ bool OrbLife::destroy() {
         return true;
     if (stage() != Stage::ShutDown)
         return false;
-    // it has done its work; without this it might let go of the ORB while the process ends
+    // the thread has finished its work; unless joined, it might release the ORB while the process
+    // ends
     if (current->ending.joinable())
         current->ending.join();
     try {
@@ -141,7 +142,7 @@ bool OrbLife::destroy() {
 }
 
 void OrbLife::release() {
-    std::shared_ptr<Run> released;  // its references are released without the lock
+    std::shared_ptr<Run> released;  // destroyed, with its references, after the lock is released
     const std::lock_guard guard(mutex_);
     released.swap(run_);
 }

@@ -13,9 +13,8 @@
 
 namespace NS_CORBA {
 
-/// The process's ORB from start to destruction: CorbaBaseAgentConfig starts it, AgentServer serves
-/// and ends it. Callable from any thread. It is never destroyed, since ORB threads may outlive
-/// main.
+/// The process's ORB from start to destruction. CorbaBaseAgentConfig starts it; AgentServer serves
+/// and ends it. Any thread may call it. Never destroyed, because ORB threads may outlive main.
 class OrbLife {
   public:
     static OrbLife& instance();
@@ -23,29 +22,29 @@ class OrbLife {
     enum class Stage { None, Running, ShuttingDown, ShutDown };
 
     Stage stage() const;
-    /// Starts an ORB when there is none. Throws CORBA::SystemException.
+    /// Start an ORB if there is none. Throws CORBA::SystemException.
     void start(const kelp::orb::OrbOptions& options, unsigned threads);
-    /// New duplicates; nil without an ORB.
+    /// Return a new duplicate, which the caller owns; nil without an ORB.
     CORBA::ORB_ptr orb() const;
     PortableServer::POA_ptr rootPoa() const;
     InterceptionAdapter& adapter() { return adapter_; }
 
-    /// Thread body: serves until shutdown() or the ORB's end.
+    /// Thread body: serve until shutdown() or the ORB's end.
     void serve();
-    /// Stops the ORB and waits until calls in progress have ended and serve() has returned
-    /// everywhere, at most `limit`. False when that takes longer; it then goes on by itself.
+    /// Stop the ORB and wait at most `limit` until calls in progress have ended and all serve()
+    /// have returned. False on time-out; the shutdown then continues in the background.
     bool shutdown(std::chrono::milliseconds limit);
-    /// Destroys an ORB whose shutdown has finished. False when there is one that has not.
+    /// Destroy the ORB if its shutdown has finished. False when there is an ORB whose shutdown has
+    /// not.
     bool destroy();
-    /// Forgets ORB and root POA.
+    /// Drop the references to the ORB and the root POA.
     void release();
 
     OrbLife(const OrbLife&) = delete;
     OrbLife& operator=(const OrbLife&) = delete;
 
   private:
-    /// One ORB. Its own object, so that a shutdown that never ends finds it even when it has been
-    /// forgotten.
+    /// One ORB. Shared, so that a shutdown that never ends still finds it after release().
     struct Run {
         CORBA::ORB_var orb;
         PortableServer::POA_var rootPoa;
@@ -55,8 +54,8 @@ class OrbLife {
         bool stopping = false;  // these three are guarded by mutex
         bool callsEnded = false;
         int workers = 0;
-        std::thread
-            ending;  // runs endCalls; joined by destroy(), left to itself when the calls never end
+        // Runs endCalls(). Joined by destroy(), detached when the calls never end.
+        std::thread ending;
         ~Run() {
             if (ending.joinable())
                 ending.detach();
@@ -69,7 +68,7 @@ class OrbLife {
 
     mutable std::mutex mutex_;
     std::shared_ptr<Run> run_;  // guarded by mutex_
-    std::mutex startMutex_;     // one start or end at a time; outside mutex_
+    std::mutex startMutex_;     // held for a whole start or destroy; locked before mutex_
     InterceptionAdapter adapter_;
 };
 

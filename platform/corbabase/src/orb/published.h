@@ -8,16 +8,16 @@
 
 namespace NS_CORBA {
 
-/// A value that every request reads and that is hardly ever replaced. Readers take no lock. They
-/// may be at a value that was replaced meanwhile, so each is kept until the end: for what changes
-/// with the configuration, not for what changes with the traffic. Callable from any thread.
+/// A value that every request reads and that is rarely replaced. Readers take no lock. A reader may
+/// still use a value that was replaced, so every value is kept until the end. Therefore use it for
+/// values that change with the configuration, not with the traffic. Any thread may call it.
 template <class Value>
 class Published {
   public:
-    /// Null before the first publish(); valid as long as this object.
+    /// Return the current value; null before the first publish(). Valid as long as this object.
     const Value* get() const { return current_.load(std::memory_order_acquire); }
 
-    /// Keeps the present value when the new one equals it.
+    /// Replace the value unless the new one is equal.
     void publish(Value value) {
         const std::lock_guard guard(mutex_);
         if (!kept_.empty() && *kept_.back() == value)

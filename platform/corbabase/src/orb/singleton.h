@@ -8,8 +8,8 @@
 
 namespace NS_CORBA {
 
-/// The instance in `slot`, made by `make` on first use: a double check under ACE's static-object
-/// lock.
+/// Return the instance in `slot`, created by `make` on first use. Double-checked under ACE's
+/// static-object lock.
 template <class T, class Make>
 T* lazyInstance(std::atomic<T*>& slot, Make make) {
     T* found = slot.load(std::memory_order_acquire);
@@ -24,7 +24,7 @@ T* lazyInstance(std::atomic<T*>& slot, Make make) {
     return found;
 }
 
-/// Takes the instance out of `slot` and hands it to `drop`; nothing without an instance.
+/// Remove the instance from `slot` and pass it to `drop`. Does nothing without an instance.
 template <class T, class Drop>
 void dropInstance(std::atomic<T*>& slot, Drop drop) {
     ACE_Guard<ACE_Recursive_Thread_Mutex> guard(*ACE_Static_Object_Lock::instance());

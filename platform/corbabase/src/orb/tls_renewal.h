@@ -4,8 +4,8 @@
 
 namespace NS_CORBA {
 
-/// Takes over the files of [tls], with whatever they hold then, each time the configuration has
-/// been read again. Files that cannot be used are traced and change nothing.
+/// Reloads the files of [tls] each time the configuration has been re-read, even if only their
+/// content changed. Files that cannot be used are traced and change nothing.
 class TlsRenewal : public NS_BUNDLEMGR1::LightEventHandler {
   public:
     TlsRenewal() = default;

@@ -15,8 +15,8 @@ const NS_BUNDLEMGR1::ConfigStore& config() {
     return NS_BUNDLEMGR1::ConfigStore::instance();
 }
 
-/// The first line of a secret file, without its line end. False when the file cannot be read or is
-/// not secret.
+/// Read the first line of a secret file, without its line end. False when the file cannot be read
+/// or is accessible to others.
 bool firstLine(const std::string& file, std::string& line, std::string& whyNot) {
     constexpr std::size_t kBytesMax = 65536;
     std::optional<std::string> text =

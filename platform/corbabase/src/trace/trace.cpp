@@ -44,7 +44,7 @@ void write(TraceKind kind, int level, std::string text) {
     TraceLog::instance().write(std::move(line));
 }
 
-// A trace must not break what it tells of, not even without memory.
+// Tracing must never disturb the traced code, even when memory runs out.
 template <class Body>
 void guarded(Body body) noexcept {
     try {

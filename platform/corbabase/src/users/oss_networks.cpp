@@ -34,7 +34,7 @@ bool samePrefix(const Bytes& a, const Bytes& b, unsigned bits) {
     return rest == 0 || ((a[whole] ^ b[whole]) >> (8 - rest)) == 0;
 }
 
-/// A decimal number of at most `max` without sign or blanks.
+/// Parse a decimal number of at most `max` without sign or blanks.
 bool parsePrefix(const std::string& text, unsigned max, unsigned& prefix) {
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, prefix);
@@ -60,7 +60,7 @@ bool OssNetworks::parseOne(const std::string& entry, Network& network, std::stri
     const std::size_t slash = entry.find('/');
     const std::string address = entry.substr(0, slash);
     std::uint8_t four[4];
-    const bool isWhole = entry.find('\0') == std::string::npos;  // C strings end there
+    const bool isWhole = entry.find('\0') == std::string::npos;  // inet_pton would stop at a null
     if (isWhole && ::inet_pton(AF_INET, address.c_str(), four) == 1) {
         network.address = mapped(four);
         network.isIpv4 = true;
@@ -77,7 +77,7 @@ bool OssNetworks::parseOne(const std::string& entry, Network& network, std::stri
         return false;
     }
     network.prefix = network.isIpv4 ? prefix + kMappedBits : prefix;
-    // an IPv4 network may also be written as IPv4-mapped IPv6
+    // an IPv4 network written as IPv4-mapped IPv6
     if (!network.isIpv4 && prefix >= kMappedBits && isMapped(network.address))
         network.isIpv4 = true;
     return true;

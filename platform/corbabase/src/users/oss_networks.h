@@ -9,12 +9,12 @@
 
 namespace NS_CORBA {
 
-/// The networks that NMS may call from: a list of "address", "address/prefix length", IPv4 and
+/// The networks that NMS may call from: a list of "address" and "address/prefix length", IPv4 and
 /// IPv6. Constant after parse().
 class OssNetworks {
   public:
-    /// Fills the list. False, with the unreadable entry and its reason in `whyNot`, leaves it
-    /// empty.
+    /// Fill the list. On error return false, leave the list empty and write the unreadable entry
+    /// and the reason to `whyNot`.
     bool parse(const std::vector<std::string>& entries, std::string& whyNot);
     /// `address` in host byte order.
     bool containsIpv4(std::uint32_t address) const;
@@ -28,8 +28,8 @@ class OssNetworks {
   private:
     using Bytes = std::array<std::uint8_t, 16>;
     struct Network {
-        Bytes address;    // an IPv4 network as IPv4-mapped IPv6
-        unsigned prefix;  // bits of those 128
+        Bytes address;    // IPv4 as IPv4-mapped IPv6
+        unsigned prefix;  // prefix length within the 128 bits
         bool isIpv4;
         bool operator==(const Network&) const = default;
     };

@@ -7,18 +7,18 @@
 
 namespace NS_CORBA {
 
-/// The longest password, in bytes: its length is part of what a log-in costs.
+/// Maximum length of a password in bytes. Longer ones would make a log-in more expensive.
 inline constexpr std::size_t kPasswordBytesMax = 1024;
 
-/// Argon2id hash of a password, as text with salt and cost. Throws std::runtime_error without the
-/// memory for it.
+/// Return the Argon2id hash of a password as text with salt and cost. Throws std::runtime_error
+/// when there is not enough memory.
 std::string hashOfPassword(std::string_view password, const HashCost& cost);
 
-/// True when `password` gave `hash`; compares in constant time. False for a text that is no hash.
-/// Throws like hashOfPassword.
+/// True when `hash` is a hash of `password`. Compares in constant time. False for a text that is
+/// not a hash. Throws like hashOfPassword.
 bool isPasswordOf(const std::string& hash, std::string_view password);
 
-/// Takes as long as isPasswordOf for a hash of this cost.
+/// Spend the time that isPasswordOf takes for a hash of this cost.
 void spendPasswordCheck(std::string_view password, const HashCost& cost);
 
 }  // namespace NS_CORBA

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kShownBytesMax = 200;
 
-/// What must not stand in a value as it is.
+/// Characters that must be escaped in a value.
 constexpr std::string_view kEscaped = ",+\"\\<>;";
 
 bool isHex(char c) {
@@ -28,7 +28,7 @@ int valueOf(char digit) {
     return digit <= '9' ? digit - '0' : upper(digit) - 'A' + 10;
 }
 
-/// An octet as \XX.
+/// Format an octet as \XX.
 std::string inHex(char octet) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     const auto byte = static_cast<unsigned char>(octet);
@@ -105,7 +105,7 @@ class NameReader {
         return value ? std::optional(type + "=" + *value) : std::nullopt;
     }
 
-    /// A short name or a dotted number.
+    /// Read a short name or a dotted number.
     std::string readType() {
         std::string type;
         while (!rest_.empty() && (std::isalnum(static_cast<unsigned char>(rest_.front())) != 0 ||
@@ -117,7 +117,7 @@ class NameReader {
         return type.starts_with(prefix) ? type.substr(prefix.size()) : type;
     }
 
-    /// A value as its encoding: #0C036E6D73.
+    /// Read a value given as its encoding: #0C036E6D73.
     std::optional<std::string> readOctets() {
         std::string digits;
         while (!rest_.empty() && isHex(rest_.front())) {
@@ -131,7 +131,7 @@ class NameReader {
 
     std::optional<std::string> readText() {
         std::string value;
-        std::size_t kept = 0;  // spaces after it belong to the separator
+        std::size_t kept = 0;  // length without trailing spaces, which belong to the separator
         while (!rest_.empty() && rest_.front() != ',' && rest_.front() != '+') {
             const bool isEscape = rest_.front() == '\\';
             const std::optional<char> next = isEscape ? readEscape() : readPlain();

@@ -5,13 +5,13 @@
 
 namespace NS_CORBA {
 
-/// Longest subject of a certificate that an account can be bound to, in bytes.
+/// Maximum length of a certificate's subject that an account can be bound to, in bytes.
 inline constexpr std::size_t kSubjectBytesMax = 2048;
 
-/// A certificate's subject, written as RFC 4514 has it ("CN=nms1,O=Operator"), in the form that
-/// subjects are compared in: attribute types in capitals, no spaces around separators, the parts of
-/// a multi-valued name in alphabetical order, only those characters escaped that must be. Values
-/// keep their case. None, with the reason, for a text that is no such name.
+/// Normalise a certificate's subject in the form of RFC 4514 ("CN=nms1,O=Operator") so that
+/// subjects can be compared. Attribute types are in capitals, separators have no spaces, the parts
+/// of a multi-valued name are in alphabetical order, and only characters that require it are
+/// escaped. Values keep their case. None, with the reason, for a text that is not such a name.
 std::optional<std::string> normalisedSubject(const std::string& text, std::string& whyNot);
 
 }  // namespace NS_CORBA

@@ -55,7 +55,8 @@ UserAccount accountOf(SQLite::Statement& row) {
     return account;
 }
 
-/// As one text. Throws std::runtime_error that names an entry that is no network.
+/// Join the networks to one text. Throws std::runtime_error that names an entry that is not a
+/// network.
 std::string joinedNetworks(const std::vector<std::string>& networks) {
     std::string whyNot;
     if (!OssNetworks().parse(networks, whyNot))
@@ -66,8 +67,8 @@ std::string joinedNetworks(const std::vector<std::string>& networks) {
     return joined;
 }
 
-/// Normalised, a line each; a line feed inside one is escaped. Throws std::runtime_error that shows
-/// a text that is no subject.
+/// Normalise the subjects and join them, one on each line; line feeds inside a subject are escaped.
+/// Throws std::runtime_error that shows a text that is not a subject.
 std::string subjectLines(const std::vector<std::string>& subjects) {
     std::string lines;
     for (const std::string& subject : subjects) {
@@ -110,7 +111,7 @@ struct UserDatabase::State {
 
 namespace {
 
-/// SQLite's failure in one sentence that names the file.
+/// Throw std::runtime_error that reports SQLite's failure in one sentence and names the file.
 [[noreturn]] void rethrow(const std::filesystem::path& file, const SQLite::Exception& failure) {
     const std::string subject = "user database " + file.string();
     switch (failure.getErrorCode()) {
@@ -277,7 +278,7 @@ std::optional<UserAccount> UserDatabase::authenticate(const std::string& name,
                                                       const std::string& password,
                                                       const HashCost& cost) {
     std::string hash;
-    // the statement ends before the hashing, so that the file is not locked meanwhile
+    // the statement ends before the hashing, so that the file is not locked during it
     std::optional<UserAccount> account =
         translated(state_->path, [&]() -> std::optional<UserAccount> {
             SQLite::Statement query(state_->database, std::string(kSelect) + " WHERE name = ?1");
@@ -299,7 +300,7 @@ std::optional<UserAccount> UserDatabase::authenticate(const std::string& name,
 }
 
 void UserDatabase::State::spendCheck(std::string_view password, const HashCost& cost) {
-    // against somebody's hash, which may be of another cost than is configured now
+    // check against an existing hash, whose cost may differ from the one configured now
     const std::string hash = translated(path, [&]() -> std::string {
         SQLite::Statement query(database, "SELECT password_hash FROM user ORDER BY id LIMIT 1");
         return query.executeStep() ? query.getColumn(0).getString() : std::string();

@@ -6,8 +6,8 @@ namespace NS_CORBA {
 
 namespace {
 
-/// The code point that begins at `at`, which moves behind it; -1 for bytes that are no well-formed
-/// UTF-8 (RFC 3629).
+/// Return the code point that begins at `at` and move `at` behind it; -1 for bytes that are not
+/// well-formed UTF-8 (RFC 3629).
 long nextCodePoint(const std::string& text, std::size_t& at) {
     const auto byte = [&](std::size_t i) {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;

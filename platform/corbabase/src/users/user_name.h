@@ -5,10 +5,10 @@
 
 namespace NS_CORBA {
 
-/// The longest name of an NMS user, in bytes.
+/// Maximum length of an NMS user's name in bytes.
 inline constexpr std::size_t kNameBytesMax = 64;
 
-/// Why a text cannot be an NMS user's name, as one sentence; empty when it can.
+/// Return why a text cannot be an NMS user's name, as one sentence; empty when it can.
 std::string problemOfUserName(const std::string& name);
 
 }  // namespace NS_CORBA

@@ -8,11 +8,11 @@ namespace NS_CORBA {
 
 namespace {
 
-/// "KUSR" in the file's header (PRAGMA application_id): another program's database is not taken for
-/// ours.
+/// "KUSR" in the file's header (PRAGMA application_id). It keeps another program's database from
+/// being mistaken for ours.
 constexpr int kApplicationId = 0x4B555352;
 
-/// What makes version n + 1 out of version n, the first entry out of an empty file.
+/// The statements that turn version n into version n + 1, beginning with an empty file.
 constexpr std::array kSteps = {
     R"(
 CREATE TABLE user (
@@ -55,8 +55,7 @@ void applySteps(SQLite::Database& database, int from) {
 void makeUserSchema(SQLite::Database& database) {
     if (pragma(database, "user_version") != 0)
         return;
-    // two programs may find the file empty at the same moment: the second looks again inside its
-    // transaction
+    // two programs may find the file empty at the same time: check again inside the transaction
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     if (pragma(database, "user_version") != 0 || hasTables(database))
         return;

@@ -6,12 +6,12 @@
 
 namespace NS_CORBA {
 
-/// Makes the tables in an empty database file; another one stays as it is.
+/// Create the tables in an empty database file. Other files stay as they are.
 void makeUserSchema(SQLite::Database& database);
 
-/// Brings a user database that an earlier version of this program made up to date. Throws
-/// std::runtime_error for a file that is no user database, or one of a later version. `file` is for
-/// messages.
+/// Update a user database that an earlier version of this program created. Throws
+/// std::runtime_error for a file that is not a user database or belongs to a later version. `file`
+/// is for messages.
 void updateUserSchema(SQLite::Database& database, const std::filesystem::path& file);
 
 }  // namespace NS_CORBA

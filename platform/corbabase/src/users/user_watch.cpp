@@ -10,9 +10,9 @@ namespace NS_CORBA {
 namespace {
 
 constexpr const char* kFile = "corbasecuritymgr";
-/// Less than the time from one look to the next.
+/// Shorter than the interval between two looks.
 constexpr std::chrono::milliseconds kPatience{100};
-/// Looks that fail before it is traced: kelpctl locks the file for a moment, too.
+/// Failed looks before the failure is traced, because kelpctl also locks the file briefly.
 constexpr int kFailuresTraced = 3;
 
 }  // namespace
@@ -23,7 +23,7 @@ bool UserWatch::look(const std::filesystem::path& file, bool again) {
             open(file);
             identity_ = identity;
         }
-        // before the accounts are read: a change in between is found with the next look
+        // read before the accounts: a change in between is found with the next look
         const std::int64_t version = database_->dataVersion();
         if (again || version != version_) {
             found_(database_->list());

@@ -14,18 +14,17 @@
 
 namespace NS_CORBA {
 
-/// Notices what other processes write to the user database. It also notices when the file was
-/// removed, put back or replaced, and looks again each time; what stays wrong for a while is traced
-/// once. For one thread.
+/// Notices changes that other processes make to the user database, also when the file is removed,
+/// restored or replaced. A problem that persists for 3 looks is traced once. Used by one thread.
 class UserWatch {
   public:
     using Found = std::function<void(const std::vector<UserAccount>&)>;
 
-    /// `found` gets all accounts with the first look and after each change.
+    /// `found` is called with all accounts at the first look and after each change.
     explicit UserWatch(Found found) : found_(std::move(found)) {}
 
-    /// `again`: the accounts are wanted even if nothing has changed. False when the database cannot
-    /// be read now.
+    /// Look for changes. With `again`, `found` is called even if nothing has changed. False when
+    /// the database cannot be read now.
     bool look(const std::filesystem::path& file, bool again);
 
   private:
@@ -42,8 +41,8 @@ class UserWatch {
     Found found_;
     std::unique_ptr<UserDatabase> database_;
     Identity identity_;
-    std::optional<std::int64_t> version_;  ///< of what was found last
-    int failures_ = 0;                     ///< looks in a row
+    std::optional<std::int64_t> version_;  ///< data version of the accounts reported last
+    int failures_ = 0;                     ///< failed looks in a row
     std::string traced_;
 };
 

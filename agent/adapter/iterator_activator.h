@@ -26,9 +26,8 @@ class IteratorServantActivator : public kelp::orb::CountedLocal<PortableServer::
     /// Always throw OBJECT_NOT_EXIST, as for an object that no POA knows.
     PortableServer::Servant incarnate(const PortableServer::ObjectId& oid,
                                       PortableServer::POA_ptr adapter) override;
-    /// Remove the iterator from the session manager's list and drop the
-    /// POA's reference. Does nothing else,
-    /// because it may run on any thread, during a deactivation or later.
+    /// Remove the iterator from the session manager's list and drop the POA's reference. Does
+    /// nothing else, because it may run on any thread, during a deactivation or later.
     void etherealize(const PortableServer::ObjectId& oid, PortableServer::POA_ptr adapter,
                      PortableServer::Servant servant, CORBA::Boolean cleanup_in_progress,
                      CORBA::Boolean remaining_activations) override;

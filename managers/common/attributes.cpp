@@ -21,7 +21,7 @@ using inventory::Change;
 using inventory::Inventory;
 using inventory::ObjectKind;
 
-/// In bytes.
+/// Maximum length of a text, in bytes.
 constexpr std::size_t kLongestText = 1024;
 
 ObjectKind kindOf(const inventory::ManagedElementName&) {
@@ -46,7 +46,8 @@ ObjectKind kindOf(const inventory::EmsName&) {
     return ObjectKind::Ems;
 }
 
-/// Refuses what is no text for a label: control characters, too long, or no UTF-8.
+/// Return the text. Refuse a text with control characters, one that is too long, and one that is
+/// not UTF-8.
 std::string checkedText(const char* text, const char* parameter) {
     if (text == nullptr)
         refuse(NS_KELPCORBA::kNullInput, parameter);
@@ -60,8 +61,8 @@ std::string checkedText(const char* text, const char* parameter) {
     return value;
 }
 
-/// Makes the change to the object with that name: `makeChange` is given the inventory, its kind and
-/// its id.
+/// Change the object of this name. `makeChange` receives the inventory, and the kind and id of the
+/// object.
 template <class MakeChange>
 Change changeObject(Kinds kinds, const globaldefs::NamingAttributes_T& object,
                     MakeChange makeChange) {

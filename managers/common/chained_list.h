@@ -7,7 +7,7 @@
 
 namespace kelp::managers {
 
-/// Two lists as one, the second after the first.
+/// Two lists as one: first all entries of the first list, then those of the second.
 template <class Sequence>
 class ChainedList final : public NS_KELPCORBA::ListSource<Sequence> {
   public:
@@ -31,7 +31,7 @@ class ChainedList final : public NS_KELPCORBA::ListSource<Sequence> {
         first_->goBack();
         second_->goBack();
     }
-    /// The same for both: it is the entry that counts.
+    /// The first list answers for both, because the size depends only on the entry.
     std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
         return first_->encodedSize(entries, index);
     }

@@ -7,7 +7,7 @@
 
 namespace kelp::managers {
 
-/// The row that a caller names; refuses with kNotAName and kNoSuchObject.
+/// Return the row of the object that the caller names. Refuse with kNotAName or kNoSuchObject.
 template <class Name>
 auto findRow(inventory::Inventory& in, const globaldefs::NamingAttributes_T& attributes) {
     auto row = in.find(named<Name>(attributes));
@@ -16,7 +16,7 @@ auto findRow(inventory::Inventory& in, const globaldefs::NamingAttributes_T& att
     return *std::move(row);
 }
 
-/// The object that a caller names, as the standard's structure. The caller owns it.
+/// Return the object that the caller names, as the standard's structure. The caller owns it.
 template <class Name, class Idl>
 Idl* getObject(const globaldefs::NamingAttributes_T& attributes) {
     return withInventory([&](const std::shared_ptr<inventory::Inventory>& in) {

@@ -22,8 +22,9 @@ inventory::NameValues fromIdl(const globaldefs::NamingAttributes_T& attributes) 
     return values;
 }
 
-/// Many an NMS leaves the first component out, or empty: as there is one EMS here it can mean no
-/// other. No component at all names nothing.
+/// Fill in the name of the EMS. Many NMS omit the first component or leave it empty. It can mean no
+/// other EMS, because this process has only one. A name without any component names nothing and is
+/// left unchanged.
 void completeWithEms(inventory::NameValues& attributes) {
     if (attributes.empty())
         return;
@@ -33,7 +34,8 @@ void completeWithEms(inventory::NameValues& attributes) {
         attributes.front().value = emsName();
 }
 
-/// Without a copy of the name's texts in between: every entry of every list has one.
+/// Fill in the attributes without copying the name's texts first, because every entry of every list
+/// has a name.
 template <class Name>
 void fillAttributes(const Name& name, globaldefs::NamingAttributes_T& attributes) {
     CORBA::ULong count = 1;

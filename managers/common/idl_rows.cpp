@@ -6,7 +6,7 @@ namespace kelp::managers {
 
 namespace {
 
-/// The inventory's enumerations have the standard's values in the standard's order.
+/// The inventory's enumerations have the values of the standard's, in the same order.
 template <class Idl, class Row>
 Idl sameValue(Row value) {
     return static_cast<Idl>(static_cast<int>(value));
@@ -30,7 +30,7 @@ static_assert(static_cast<int>(multiLayerSubnetwork::TOPO_MESH) ==
 static_assert(static_cast<int>(globaldefs::CD_BI) ==
               static_cast<int>(inventory::LinkDirection::Bidirectional));
 
-/// What all objects have: name, labels, owner and additional information.
+/// Fill in what all objects have: name, labels, owner and additional information.
 template <class Row, class Idl>
 void describe(const Row& row, Idl& object) {
     nameToIdl(row, object.name);
@@ -58,14 +58,14 @@ void ratesToIdl(const inventory::LayerRates& rates, transmissionParameters::Laye
         list[at++] = rate;
 }
 
-/// The name of a traffic descriptor; none for none.
+/// Fill in the name of a traffic descriptor. An empty value leaves the name empty.
 void descriptorToIdl(const std::string& value, globaldefs::NamingAttributes_T& name) {
     if (!value.empty())
         toIdl(inventory::NameValues{{"EMS", emsName()}, {"TrafficDescriptor", value}}, name);
 }
 
-// The longest form of a number and of a text: with the alignment before it, a text also with its
-// length and the zero at its end.
+// Maximum size of a number and of a text, including the alignment before it. The size of a text
+// also includes its length and its final zero.
 constexpr std::size_t kNumber = 7;
 std::size_t textSize(const char* text) {
     return kNumber + std::char_traits<char>::length(text) + 1;
@@ -149,7 +149,7 @@ void toIdl(const inventory::TerminationPoint& row, terminationPoint::Termination
     describe(row, point);
     descriptorToIdl(row.ingressTrafficDescriptorName, point.ingressTrafficDescriptorName);
     descriptorToIdl(row.egressTrafficDescriptorName, point.egressTrafficDescriptorName);
-    // an FTP is told from a PTP by the last component of its name alone
+    // only the last component of its name distinguishes an FTP from a PTP
     point.type = row.name.kind() == inventory::TpKind::Ctp ? terminationPoint::TPT_CTP
                                                            : terminationPoint::TPT_PTP;
     point.connectionState = sameValue<terminationPoint::TPConnectionState_T>(row.connectionState);

@@ -13,7 +13,7 @@
 
 namespace kelp::managers {
 
-// Rows of the inventory as the standard's structures, which are as newly made before.
+// Convert rows of the inventory to the standard's structures, which must be default-constructed.
 void toIdl(const inventory::ManagedElement& row, managedElement::ManagedElement_T& element);
 void toIdl(const inventory::EquipmentHolder& row, equipment::EquipmentHolder_T& holder);
 void toIdl(const inventory::Equipment& row, equipment::Equipment_T& board);
@@ -24,7 +24,8 @@ void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLi
 void toIdl(const inventory::Subnetwork& row,
            multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
 
-// Bytes that a structure takes in a message, alignment included; rather too many than too few.
+// Size of a structure in a message, in bytes, including alignment. It may be too large, but not too
+// small.
 std::size_t encodedSize(const globaldefs::NVSList_T& list);
 std::size_t encodedSize(const managedElement::ManagedElement_T& element);
 std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either);

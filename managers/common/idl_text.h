@@ -7,8 +7,9 @@
 
 namespace kelp::managers {
 
-/// Fills a structure's string that is as newly made, that is, empty. CORBA::string_dup would look
-/// for the text's end, twice, and give an empty text room of its own.
+/// Fill a structure's string, which must be default-constructed, that is, empty. Faster than
+/// CORBA::string_dup, which would search for the end of the text twice and allocate memory even for
+/// an empty text.
 template <class Member>
 void textToIdl(std::string_view text, Member& member) {
     if (text.empty())

@@ -14,7 +14,7 @@ void traceFailure(const inventory::InventoryFailure& failure) {
 
 void refuseFailure(const inventory::InventoryFailure& failure) {
     traceFailure(failure);
-    // the sentence names a file of the host's, which is nothing for the NMS
+    // the failure text names a file of the host and is not for the NMS
     if (failure.isLocked())
         refuse(kInventoryBusy);
     refuse(NS_KELPCORBA::kInternalFailure);

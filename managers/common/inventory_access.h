@@ -6,14 +6,14 @@
 
 namespace kelp::managers {
 
-/// Traces why the inventory failed, for what goes on without it.
+/// Trace why the inventory failed. For callers that continue without it.
 void traceFailure(const inventory::InventoryFailure& failure);
 
-/// Traces why the inventory failed and fails the request: EXCPT_INTERNAL_ERROR, or
-/// EXCPT_UNABLE_TO_COMPLY while somebody else is writing.
+/// Trace why the inventory failed and fail the request: EXCPT_UNABLE_TO_COMPLY while another writer
+/// has locked it, EXCPT_INTERNAL_ERROR otherwise.
 [[noreturn]] void refuseFailure(const inventory::InventoryFailure& failure);
 
-/// What `use` returns, which is given the inventory as a shared pointer.
+/// Call `use` with a shared pointer to the inventory and return its result.
 template <class Use>
 auto withInventory(Use use) {
     try {

@@ -9,8 +9,8 @@
 
 namespace kelp::managers {
 
-/// A manager's place in the agent's start and stop. It has no threads, so there is nothing to start
-/// or end.
+/// A manager's entry in the agent's start and stop order. The manager has no threads, so there is
+/// nothing to start or end.
 class PassiveInterface final : public NS_CORBA::CorbaI {
   public:
     PassiveInterface(const char* name, long startRank) : name_(name), startRank_(startRank) {}
@@ -33,13 +33,13 @@ class ServantFactory final : public NS_CORBA::NorthMgrFactory {
     POA_common::Common_I* CreateServant() override { return new (std::nothrow) Servant; }
 };
 
-/// The service object of a bundle with one manager: enters the manager before the agent starts and
-/// takes it back after the agent has stopped.
+/// The service object of a bundle with one manager. It enters the manager before the agent starts
+/// and removes it after the agent has stopped.
 template <class Servant>
 class ManagerBundle : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
-    /// Texts that live as long as the bundle: the bundle's name and the manager's (TMF 814,
-    /// SD1-15).
+    /// `bundle` and `manager` are the names of the bundle and of the manager (TMF 814, SD1-15).
+    /// They must live as long as the bundle.
     ManagerBundle(const char* bundle, const char* manager, long startRank)
         : ServiceObjectBase((std::string(bundle) + "_bundle").c_str(), bundle),
           bundle_(bundle),

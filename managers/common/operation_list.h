@@ -7,11 +7,12 @@
 
 namespace kelp::managers {
 
-// Every manager has one list of all operations of its interface, the inherited ones first: a file
-// of lines MANAGER_OPERATION(module, interface, operation, (C++ parameters), Supported or
-// Unsupported). The servant's declarations and the answer of getCapabilities are both made from it.
+// Every manager has one list of all operations of its interface, with the inherited ones first. It
+// is a file of lines MANAGER_OPERATION(module, interface, operation, (C++ parameters), Supported or
+// Unsupported). The declarations of the servant and the result of getCapabilities are both
+// generated from it.
 
-/// Declares the operation; one that is not supported raises EXCPT_NOT_IMPLEMENTED.
+/// Declares the operation. An unsupported one throws EXCPT_NOT_IMPLEMENTED.
 #define MANAGER_DECLARE(module, interface, operation, parameters, support) \
     MANAGER_DECLARE_##support(operation, parameters)
 #define MANAGER_DECLARE_Supported(operation, parameters) void operation parameters override;
@@ -20,7 +21,7 @@ namespace kelp::managers {
         NS_KELPCORBA::ThrowException(NS_KELPCORBA::kOperationNotImplemented); \
     }
 
-/// The operation's entry in the answer of getCapabilities.
+/// The operation's entry in the result of getCapabilities.
 #define MANAGER_CAPABILITY(module, interface, operation, parameters, support) \
     kelp::managers::Capability{#module "::" #interface "::" #operation, #support},
 
@@ -29,7 +30,7 @@ struct Capability {
     const char* value;
 };
 
-/// The caller owns the list.
+/// Return the result of getCapabilities, which the caller owns.
 common::CapabilityList_T* capabilityList(std::span<const Capability> capabilities);
 
 }  // namespace kelp::managers

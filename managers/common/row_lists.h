@@ -14,8 +14,8 @@
 
 namespace kelp::managers {
 
-/// Appends rows to a sequence, each as `convert` fills an entry with it; those that are gone are
-/// left out.
+/// Append rows to a sequence. `convert` fills an entry from a row. Rows that have been deleted are
+/// skipped.
 template <class Row, class Sequence, class Convert>
 void appendRows(inventory::Inventory& in, const inventory::RowIds& ids, inventory::Detail detail,
                 Sequence& entries, Convert convert) {
@@ -25,14 +25,14 @@ void appendRows(inventory::Inventory& in, const inventory::RowIds& ids, inventor
     entries.length(at);
 }
 
-/// Appends all of the rows as the standard's structures.
+/// Append rows as the standard's structures.
 template <class Row, class Sequence>
 void appendAll(inventory::Inventory& in, const inventory::RowIds& ids, Sequence& entries) {
     appendRows<Row>(in, ids, inventory::Detail::Standard, entries,
                     [](const Row& row, auto& entry) { toIdl(row, entry); });
 }
 
-/// The same for the names alone.
+/// Append only the names of rows.
 template <class Row>
 void appendNames(inventory::Inventory& in, const inventory::RowIds& ids,
                  globaldefs::NamingAttributesList_T& names) {
@@ -41,7 +41,7 @@ void appendNames(inventory::Inventory& in, const inventory::RowIds& ids,
         [](const Row& row, globaldefs::NamingAttributes_T& name) { nameToIdl(row, name); });
 }
 
-/// Rows of one kind as a list, which `Append` puts into the sequence.
+/// Rows of one kind as a list. `Append` puts them into the sequence.
 template <class Sequence,
           void (*Append)(inventory::Inventory&, const inventory::RowIds&, Sequence&)>
 class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
@@ -50,8 +50,9 @@ class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
         : inventory_(std::move(from)), ids_(std::move(ids)) {}
 
     CORBA::ULong left() const override { return static_cast<CORBA::ULong>(ids_.count()); }
-    /// Until there is at least one or none is left: rows that are gone are passed over. There may
-    /// be a million of them, so the list ends with TRANSIENT when the process stops meanwhile.
+    /// Reads on until at least one row was read or none is left, because deleted rows are skipped.
+    /// A million rows may have been deleted, so the list ends with TRANSIENT when the process is
+    /// stopping.
     void read(CORBA::ULong most, Sequence& entries) override {
         const CORBA::ULong before = entries.length();
         while (most > 0 && !ids_.empty() && entries.length() == before) {
@@ -80,18 +81,19 @@ class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
   private:
     const std::shared_ptr<inventory::Inventory> inventory_;
     inventory::RowIds ids_;
-    std::optional<inventory::RowIds> taken_;  ///< while the way back is kept
+    std::optional<inventory::RowIds> taken_;  ///< rows read since keepWayBack(true)
 };
 
-/// The standard's structures.
+/// A list of rows as the standard's structures.
 template <class Row, class Sequence>
 using RowList = InventoryList<Sequence, &appendAll<Row, Sequence>>;
 
-/// The names.
+/// A list of the rows' names.
 template <class Row>
 using NameList = InventoryList<globaldefs::NamingAttributesList_T, &appendNames<Row>>;
 
-/// The types that go with a list of rows: what the inventory calls them, what the standard does.
+/// The types for a list of rows: the inventory's row type, and the standard's interface, skeleton
+/// and sequence types.
 template <class RowType, class InterfaceType, class SkeletonType, class SequenceType,
           class SequenceOutType>
 struct ListTypes {
@@ -124,8 +126,8 @@ using NameIterator = NS_KELPCORBA::TypedIterator<
     globaldefs::NamingAttributesIterator_I, POA_globaldefs::NamingAttributesIterator_I,
     globaldefs::NamingAttributesList_T, globaldefs::NamingAttributesList_T_out>;
 
-/// Answers a request for a list: the first entries in `list`, an iterator for the rest, which is
-/// the caller's. `query` gives the row ids out of the inventory.
+/// Answer a request for a list: put the first entries into `list` and return an iterator for the
+/// rest, which the caller owns. `query` returns the row ids from the inventory.
 template <class Lists, class Query>
 typename Lists::Pointer giveRows(CORBA::ULong howMany, typename Lists::SequenceOut list,
                                  Query query) {
@@ -137,7 +139,7 @@ typename Lists::Pointer giveRows(CORBA::ULong howMany, typename Lists::SequenceO
     });
 }
 
-/// The same for the names alone.
+/// The same, but the list contains only names.
 template <class Row, class Query>
 globaldefs::NamingAttributesIterator_I_ptr giveNames(CORBA::ULong howMany,
                                                      globaldefs::NamingAttributesList_T_out list,

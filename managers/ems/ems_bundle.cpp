@@ -7,8 +7,8 @@
 
 namespace kelp::ems {
 
-/// The service object of the bundle kelp_ems: the manager "EMS". Meanwhile it answers POST /alarms
-/// of the operator's interface.
+/// The service object of the bundle kelp_ems: the manager "EMS". While it is loaded it answers POST
+/// /alarms of the operator's interface.
 class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
   public:
     static constexpr long kStartRank = 10;
@@ -16,7 +16,7 @@ class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
     EmsBundle() : ManagerBundle("kelp_ems", "EMS", kStartRank) {}
 
     int init(int argc, char* argv[]) override {
-        // first, since it raises what is wrong, and leaves by itself
+        // first, because enter() throws on failure, and the registration's destructor undoes it
         alarmRequests_ = admin::Registry::instance().enter(
             "POST", "/alarms",
             [this](const admin::Json& request) { return alarms_.take(request); });

@@ -8,7 +8,7 @@ namespace kelp::ems {
 
 namespace {
 
-/// The EMS's own part of CompanyName/EMSName.
+/// The part of the EMS's name after "CompanyName/".
 std::string nameWithoutCompany(const std::string& emsName) {
     const auto separator = emsName.find('/');
     return separator == std::string::npos ? emsName : emsName.substr(separator + 1);
@@ -21,7 +21,7 @@ emsMgr::EMS_T* describeEms(const inventory::EmsAttributes& attributes) {
 
     emsMgr::EMS_T_var ems = new emsMgr::EMS_T;
     managers::toIdl(inventory::EmsName(), ems->name);
-    // a user label starts as the native name (TMF 814)
+    // the initial user label is the native name (TMF 814)
     const std::string& label = attributes.userLabel.empty() ? nativeName : attributes.userLabel;
     ems->userLabel = CORBA::string_dup(label.c_str());
     ems->nativeEMSName = CORBA::string_dup(nativeName.c_str());

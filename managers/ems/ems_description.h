@@ -5,8 +5,8 @@
 
 namespace kelp::ems {
 
-/// This EMS as TMF 814 describes one: named by the configuration, with the product's version and
-/// what the inventory says of it. The caller owns it.
+/// Return this EMS as a TMF 814 structure: the name from the configuration, the version of the
+/// product, and the inventory's attributes. The caller owns it.
 emsMgr::EMS_T* describeEms(const inventory::EmsAttributes& attributes);
 
 }  // namespace kelp::ems

@@ -7,9 +7,9 @@
 
 namespace kelp::ems {
 
-/// The manager "EMS" (TMF 814 emsMgr::EMSMgr_I). One servant serves all sessions; it may be called
-/// from any thread. It has the operations that ems_operations.inc calls supported; the others raise
-/// EXCPT_NOT_IMPLEMENTED.
+/// The manager "EMS" (TMF 814 emsMgr::EMSMgr_I). One servant serves all sessions. Any thread may
+/// call it. It implements the operations that ems_operations.inc lists as supported. The others
+/// raise EXCPT_NOT_IMPLEMENTED.
 class EmsMgr_IImpl : public virtual POA_emsMgr::EMSMgr_I {
   public:
 #define MANAGER_OPERATION MANAGER_DECLARE

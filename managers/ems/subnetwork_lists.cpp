@@ -1,4 +1,4 @@
-// The multilayer subnetworks of the EMS. None contains another, so all are top-level ones.
+// The multilayer subnetworks of the EMS. All are top-level ones, because none contains another.
 
 #include "common/row_lists.h"
 #include "ems_mgr.h"

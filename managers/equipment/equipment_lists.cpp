@@ -23,13 +23,13 @@ using EquipmentIterator =
                                 equipment::EquipmentOrHolderList_T_out>;
 using SharedInventory = std::shared_ptr<Inventory>;
 
-/// What a request for equipment is about.
+/// The result of a query for equipment.
 struct Found {
     RowIds holders;
     RowIds boards;
 };
 
-/// Everything in an element or a holder.
+/// Find all holders and all equipment in an element or a holder.
 Found everythingIn(Inventory& in, const NamingAttributes_T& elementOrHolder) {
     if (std::holds_alternative<inventory::HolderName>(managers::objectNamed(elementOrHolder))) {
         const std::int64_t holder =

@@ -17,7 +17,7 @@ auto portsOn(const NamingAttributes_T& board) {
     };
 }
 
-/// The board that a port stands on; none when the inventory does not say.
+/// Return the board that a port is on; none when the inventory does not know it.
 std::optional<inventory::Equipment> boardUnder(Inventory& in, const NamingAttributes_T& port) {
     const auto name = managers::named<inventory::TpName>(port);
     if (name.kind() == inventory::TpKind::Ctp)
@@ -29,7 +29,7 @@ std::optional<inventory::Equipment> boardUnder(Inventory& in, const NamingAttrib
                                             row.supportingEquipment});
 }
 
-/// A list with the board under a port, or an empty one. The caller owns it.
+/// Return a list with the board that a port is on, or an empty list. The caller owns it.
 template <class Sequence, class Convert>
 Sequence* listOfBoardUnder(const NamingAttributes_T& port, Convert convert) {
     return managers::withInventory([&](const std::shared_ptr<Inventory>& in) {

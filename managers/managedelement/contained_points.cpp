@@ -17,7 +17,7 @@ using inventory::LayerRates;
 using inventory::TpName;
 using transmissionParameters::LayerRateList_T;
 
-/// The query for what is in a termination point, at all depths and at one of the rates.
+/// The query for the points inside a termination point, at all depths and at one of the rates.
 auto pointsIn(const NamingAttributes_T& tp, const LayerRateList_T& rates, ContainedTps which) {
     return [&tp, layers = managers::layerRates(rates, "layerRateList"), which](Inventory& in) {
         return in.tpsIn(managers::findRow<TpName>(in, tp).id, layers, Depth::All, which);
@@ -30,7 +30,7 @@ auto currentPointsIn(const NamingAttributes_T& tp, const LayerRateList_T& rates)
     };
 }
 
-/// What is around a termination point, in one answer: `append` puts the rows into the list.
+/// Return the points around a termination point, all in one list. `append` puts the rows into it.
 template <class Sequence, class Append>
 Sequence* pointsAround(const NamingAttributes_T& tp, Append append) {
     return managers::withInventory([&](const std::shared_ptr<Inventory>& in) {

@@ -16,7 +16,7 @@ bool hidesWhatIsInIt(const TerminationPoint& point) {
            point.tpMappingMode == TerminationMode::NeitherTerminatedNorAvailable;
 }
 
-/// Whether one of the names is that of a point around the one with this name.
+/// Whether `names` contains the name of a point around the connection point `ctp`.
 bool isInOneOf(const std::unordered_set<std::string>& names, const std::string& ctp) {
     for (std::size_t end = ctp.find('/', 1); end != std::string::npos;
          end = ctp.find('/', end + 1)) {

@@ -4,10 +4,10 @@
 
 namespace kelp::managedelement {
 
-/// The connection points in a termination point that there are with the mapping as it is now (TMF
-/// 814, getContainedCurrentTPs): those which no connection point around them hides, one that is
-/// neither terminated nor available for mapping; at one of the layer rates, or at any when none is
-/// given.
+/// Return the connection points inside a termination point that exist under its current mapping
+/// (TMF 814, getContainedCurrentTPs). A connection point that is neither terminated nor available
+/// for mapping hides all points inside it. The result contains the points that are not hidden, at
+/// one of the layer rates, or at any rate when `layers` is empty.
 inventory::RowIds currentPoints(inventory::Inventory& in, const inventory::TerminationPoint& around,
                                 const inventory::LayerRates& layers);
 

@@ -13,11 +13,11 @@ using globaldefs::NamingAttributes_T;
 using inventory::Inventory;
 using transmissionParameters::LayerRateList_T;
 
-/// Which ports an operation gives. Since level 3.0 getAllPTPs answers with the floating ones too.
+/// Which ports an operation returns. Since level 3.0 getAllPTPs also returns the floating ones.
 enum class Ports { All, Physical, Floating };
 
-/// The query for the ports of the element that have one of the rates, and can be connected at one
-/// of the others.
+/// The query for the ports of the element that have one of the rates and can be connected at one of
+/// the connection rates.
 auto portsOf(const NamingAttributes_T& element, const LayerRateList_T& rates,
              const LayerRateList_T& connectionRates, Ports which) {
     inventory::PortFilter filter =

@@ -1,4 +1,4 @@
-// What is in a subnetwork: elements, links and edge points.
+// The elements, links and edge points of a subnetwork.
 
 #include "common/find_object.h"
 #include "common/port_filter.h"

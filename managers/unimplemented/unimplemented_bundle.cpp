@@ -6,9 +6,9 @@
 
 namespace kelp::unimplemented {
 
-/// The service object of the bundle kelp_unimplemented: enters every manager of the standard as the
-/// one that is offered where no bundle implements it. Its place among the bundles before the agent
-/// does not matter.
+/// The service object of the bundle kelp_unimplemented. It enters a fallback for every manager of
+/// the standard, which is used where no bundle implements the manager. It must be loaded before the
+/// agent. Its position among the other bundles does not matter.
 class UnimplementedBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     UnimplementedBundle() : ServiceObjectBase("kelp_unimplemented_bundle", "kelp_unimplemented") {}

@@ -27,7 +27,7 @@ void notImplemented() {
     NS_KELPCORBA::ThrowException(NS_KELPCORBA::kOperationNotImplemented);
 }
 
-/// The servant of a manager interface; its specialisations are made from the IDL.
+/// The servant of a manager interface. Its specialisations are generated from the IDL.
 template <class Skeleton>
 class Unimplemented;
 

@@ -6,15 +6,15 @@
 
 namespace kelp::unimplemented {
 
-/// A manager of the standard under its name (TMF 814, SD1-15), whose servants answer every
-/// operation with EXCPT_NOT_IMPLEMENTED. One servant serves all sessions; it keeps no state and may
-/// be called from any thread.
+/// A manager of the standard by its name (TMF 814, SD1-15). Its servants answer every operation
+/// with EXCPT_NOT_IMPLEMENTED. One servant serves all sessions. It is stateless, and any thread may
+/// call it.
 struct UnimplementedManager {
     const char* name;
     NS_CORBA::NorthMgrFactory* factory;  ///< lives as long as the bundle
 };
 
-/// One for each manager interface of the standard.
+/// Return one entry for each manager interface of the standard.
 std::span<const UnimplementedManager> unimplementedManagers();
 
 }  // namespace kelp::unimplemented

@@ -12,10 +12,10 @@
 
 namespace kelp::ems {
 
-/// An alarm as whoever found it tells of it: the fields of TMF 814 NT_ALARM by their names, without
-/// those that the EMS gives itself (notificationId, emsTime). One of severity PS_CLEARED says that
-/// the alarm of the same objectName, layerRate, probableCause and probableCauseQualifier is over.
-/// Holds no Any, so it needs no ORB.
+/// An alarm as its sender reports it: the fields of TMF 814 NT_ALARM under their names, except
+/// those that the EMS sets (notificationId, emsTime). An alarm of severity PS_CLEARED reports that
+/// the alarm with the same objectName, layerRate, probableCause and probableCauseQualifier is over.
+/// Contains no Any, so it needs no ORB.
 struct Alarm {
     using Value = std::variant<bool, std::int32_t, double, std::string>;
 
@@ -24,7 +24,7 @@ struct Alarm {
     std::string nativeProbableCause;
     notifications::ObjectType_T objectType = notifications::OT_EMS;
     std::string objectTypeQualifier;
-    std::string neTime;  ///< as an NMS reads it; empty when the element gave none
+    std::string neTime;  ///< in the layout for the NMS; empty when the element gave none
     bool isClearable = true;
     std::int16_t layerRate = 1;  ///< LR_Not_Applicable
     std::string probableCause;
@@ -36,9 +36,9 @@ struct Alarm {
     globaldefs::NVSList_T additionalInfo;
     std::string eventType = "communicationsAlarm";
     globaldefs::NamingAttributesList_T specificProblems;
-    std::string backedUpStatus;  ///< empty: not told
+    std::string backedUpStatus;  ///< empty when not reported
     globaldefs::NVSList_T backUpObject;
-    std::string trendIndication;  ///< empty: not told
+    std::string trendIndication;  ///< empty when not reported
     std::optional<notifications::CorrelatedNotificationList_T> correlatedNotifications;
     std::optional<std::vector<std::pair<std::string, Value>>> monitoredAttributes;
     globaldefs::NamingAttributesList_T proposedRepairActions;

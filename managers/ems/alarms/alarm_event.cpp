@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* kDomain = "tmf_mtnm";
 constexpr const char* kType = "NT_ALARM";
-/// Enough for every field, so that none is copied when the next one comes.
+/// Room for all fields, so that the sequence never grows, which would copy them.
 constexpr CORBA::ULong kFieldsMax = 32;
 
 template <class Value>
@@ -25,7 +25,7 @@ void insert(CORBA::Any& any, const Value& value) {
         any <<= value;
 }
 
-/// Fills an event's filterable data from the front.
+/// Fills the filterable data of an event, one field after the other.
 class Fields {
   public:
     explicit Fields(CosNotification::PropertySeq& data) : data_(data) { data_.length(kFieldsMax); }

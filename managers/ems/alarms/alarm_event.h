@@ -8,11 +8,10 @@
 
 namespace kelp::ems {
 
-/// Makes `event` the NT_ALARM of the alarm (TMF 814), with its fields in the standard's order.
-/// Those that the standard lets be absent are there always, but for what X.733 alarms alone may
-/// tell: BackedUpStatus, BackUpObject, TrendIndication, CorrelatedNotifications and
-/// MonitoredAttributes. Fills an event in place, since an Any can be copied only while there is an
-/// ORB.
+/// Fill `event` with the alarm as an NT_ALARM (TMF 814), with its fields in the standard's order.
+/// Optional fields are always present, except those that only X.733 alarms may carry:
+/// BackedUpStatus, BackUpObject, TrendIndication, CorrelatedNotifications and MonitoredAttributes.
+/// The event is filled in place, because copying an Any needs an ORB.
 void fillAlarmEvent(CosNotification::StructuredEvent& event, const Alarm& alarm,
                     const std::string& notificationId, const std::string& emsTime);
 

@@ -7,21 +7,22 @@
 
 namespace kelp::ems {
 
-/// Takes alarms in from the operator's interface and hands them to the notification channel. Each
-/// gets a notification id: numbers that grow from one alarm to the next, also past a restart, since
-/// they begin with the time in microseconds (a clock that is set back, or more than a million
-/// alarms a second for all of a run, would break that). Any thread.
+/// Accepts alarms from the operator's interface and passes them to the notification channel. Each
+/// alarm gets a notification id. The ids increase from one alarm to the next, also after a restart,
+/// because they start with the time of the start in microseconds. That fails only if the clock is
+/// set back, or if a whole run averages more than a million alarms per second. Any thread may call
+/// it.
 class AlarmIntake {
   public:
     AlarmIntake();
 
-    /// The request's alarms, all of them or none: {"taken": 2, "firstNotificationId": "...",
-    /// "lastNotificationId": "..."}, without ids when the request has no alarm. Throws
-    /// admin::RequestError for a request that is wrong and while there is no channel.
+    /// Accept all alarms of the request or none. Return {"taken": 2, "firstNotificationId": "...",
+    /// "lastNotificationId": "..."}, without ids when the request contains no alarm. Throws
+    /// admin::RequestError for an invalid request, and while there is no channel.
     admin::Json take(const admin::Json& request);
 
   private:
-    std::mutex mutex_;      ///< held from taking ids to handing over, so that both have one order
+    std::mutex mutex_;      ///< held while ids are assigned and alarms passed on, in the same order
     std::uint64_t nextId_;  ///< guarded by mutex_
 };
 

@@ -39,7 +39,7 @@ constexpr const char* kBackedUp = "BACKED_UP";
 const Names kBackedUpStatuses = {kBackedUp, "NOT_BACKED_UP"};
 const Names kTrends = {"MORE_SEVERE", "NO_CHANGE", "LESS_SEVERE"};
 
-/// The last component of an object's name (TMF 814 SD1-25) and what it says of the object.
+/// The object type that the last component of an object's name stands for (TMF 814 SD1-25).
 const std::map<std::string, notifications::ObjectType_T> kTypeOfName = {
     {"EMS", notifications::OT_EMS},
     {"ManagedElement", notifications::OT_MANAGED_ELEMENT},
@@ -113,7 +113,7 @@ void requireKeys(const Json& json) {
     }
 }
 
-/// What follows from other fields, unless it was told.
+/// Set the fields that are missing in the request and follow from others.
 void complete(Alarm& alarm, const Json& json) {
     const CORBA::ULong components = alarm.objectName.length();
     if (components == 0)

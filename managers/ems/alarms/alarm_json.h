@@ -8,13 +8,15 @@
 
 namespace kelp::ems {
 
-/// The alarms of a request: one object, or an array of them. Its keys are the fields' names in the
-/// standard, enumerators are written by theirs ("PS_MAJOR"), and a name is an object {"EMS": "...",
-/// ...} in its order or an array of {"name": "...", "value": "..."}. objectName, probableCause and
-/// perceivedSeverity must be there. What is missing besides: nativeEMSName is the value of the
-/// name's last component, nativeProbableCause the probable cause, objectType follows from the
-/// name's last component. Throws admin::RequestError, which names the alarm (in an array) and the
-/// key, for the first thing that is wrong.
+/// Read the alarms of a request: one object or an array of objects. Its keys are the names of the
+/// fields in the standard. Enumerators are written by their names ("PS_MAJOR"). An object's name is
+/// an object {"EMS": "...", ...} with its components in order, or an array of {"name": "...",
+/// "value": "..."}.
+///
+/// objectName, probableCause and perceivedSeverity are required. Defaults: nativeEMSName is the
+/// value of the name's last component, nativeProbableCause is the probable cause, and objectType
+/// follows from the name's last component. Throws admin::RequestError for the first error. It names
+/// the key, and in an array also the alarm.
 std::vector<Alarm> readAlarms(const admin::Json& request);
 
 }  // namespace kelp::ems

@@ -43,7 +43,8 @@ CORBA::ULong lengthOf(const Json& list) {
     return static_cast<CORBA::ULong>(list.size());
 }
 
-/// Numbers from 2^63 on are kept without a sign, and compare like negative ones.
+/// Whether an integer fits. Numbers from 2^63 on are stored as unsigned. Read as signed they would
+/// compare like negative ones.
 template <class Integer>
 bool fitsInto(const Json& value) {
     if (value.is_number_unsigned())

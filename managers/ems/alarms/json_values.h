@@ -18,20 +18,20 @@ struct WrongValue {
     std::string what;
 };
 
-// Each takes a value of JSON as one of a field, or throws WrongValue.
+// Each function reads a JSON value as the value of a field, or throws WrongValue.
 std::string readText(const admin::Json& value);
 std::string readChoice(const admin::Json& value, const std::vector<std::string>& choices);
 bool readFlag(const admin::Json& value);
 std::int16_t readLayerRate(const admin::Json& value);
-/// A time in a layout that the interface takes, said in the one that it gives; an empty text stays
-/// so.
+/// Read a time in any layout that the interface accepts and convert it to the configured one. An
+/// empty text stays empty.
 std::string readTime(const admin::Json& value);
 globaldefs::NVSList_T readPairs(const admin::Json& value);
 globaldefs::NamingAttributesList_T readNames(const admin::Json& value);
 notifications::CorrelatedNotificationList_T readCorrelated(const admin::Json& value);
 std::vector<std::pair<std::string, Alarm::Value>> readAttributes(const admin::Json& value);
 
-/// One of the enumerators 0, 1, 2 ... that are named in their order.
+/// Read an enumerator by its name. `names` lists the names of the enumerators 0, 1, 2 ... in order.
 template <class Enum>
 Enum readEnum(const admin::Json& value, const std::vector<std::string>& names) {
     const std::string name = readChoice(value, names);

@@ -1,8 +1,8 @@
-"""omniidl back end: a servant for every manager interface that answers each operation with EXCPT_NOT_IMPLEMENTED.
+"""omniidl back end: generates a servant for every manager interface. It answers each operation with
+EXCPT_NOT_IMPLEMENTED.
 
-A manager interface is one that inherits common::Common_I directly. The result is C++ for unimplemented_managers.cpp: a
-specialisation of Unimplemented<Skeleton> for each, so that an operation that is added to the IDL is there without anybody
-writing it.
+A manager interface is one that inherits common::Common_I directly. The output is C++ for unimplemented_managers.cpp: one
+specialisation of Unimplemented<Skeleton> for each interface. An operation that is added to the IDL needs no new code.
 
     omniidl -p<this folder> -bunimplemented_managers -Wbout=<file> -I<OMG IDL> <one file that includes all others>
 """
@@ -33,7 +33,7 @@ def cpp_name(scoped_name):
 
 
 def resolved(given):
-    """The type behind typedefs. Arrays have a mapping of their own, which no operation here needs."""
+    """Return the type behind typedefs. Arrays have a special mapping, which no operation here needs."""
     while isinstance(given, idltype.Declared) and isinstance(given.decl(), idlast.Declarator):
         if given.decl().sizes():
             raise NotImplementedError("array " + cpp_name(given.scopedName()))
@@ -42,7 +42,7 @@ def resolved(given):
 
 
 def parameter(given, direction):
-    """The parameter's C++ type in the standard mapping."""
+    """Return the C++ type of a parameter in the standard mapping."""
     kind = resolved(given).kind()
     if kind == idltype.tk_string:
         return ("const char*", "CORBA::String_out", "char*&")[direction]
@@ -61,7 +61,7 @@ def parameter(given, direction):
 
 
 def operations(interface):
-    """Those of the interface and all that it inherits."""
+    """Yield the operations of the interface, after those that it inherits."""
     for base in interface.inherits():
         yield from operations(base)
     for each in interface.contents():

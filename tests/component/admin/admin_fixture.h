@@ -22,7 +22,7 @@ namespace kelp::host::test {
 
 using kelp::test::Socket;
 
-/// Nobody waits for this in a test that passes.
+/// A deadline that no passing test reaches.
 constexpr std::chrono::seconds kFarAway{60};
 
 inline sockaddr_un unixName(const std::filesystem::path& path) {
@@ -33,7 +33,7 @@ inline sockaddr_un unixName(const std::filesystem::path& path) {
     return name;
 }
 
-/// A caller that writes what it likes.
+/// A caller that sends arbitrary bytes.
 class RawCaller {
   public:
     explicit RawCaller(const std::filesystem::path& socket)
@@ -47,7 +47,7 @@ class RawCaller {
         return ::send(socket_.fd(), text.data(), text.size(), MSG_NOSIGNAL) ==
                static_cast<ssize_t>(text.size());
     }
-    /// All that comes until the other side closes; none when it does not within 20 s.
+    /// Return everything received until the peer closes; none if it does not close within 20 s.
     std::optional<std::string> readToEnd() const {
         std::string all;
         for (;;) {
@@ -66,7 +66,7 @@ class RawCaller {
     Socket socket_;
 };
 
-/// A server on a Unix socket with a registry of its own, which has POST /echo.
+/// A server on a Unix socket with a separate registry that has POST /echo.
 class AdminServerTest : public testing::Test {
   protected:
     admin::Address unixAddress() const {
@@ -78,7 +78,7 @@ class AdminServerTest : public testing::Test {
     void start(const admin::Address& address, const AdminLimits& limits = {}) {
         server_ = std::make_unique<AdminServer>(address, limits, registry_);
     }
-    /// The reason that a server cannot be started for.
+    /// Return the reason for which a server cannot be started.
     std::string failure(const admin::Address& address) {
         try {
             const AdminServer server(address, {}, registry_);
@@ -93,7 +93,7 @@ class AdminServerTest : public testing::Test {
         made.set_read_timeout(20);
         return made;
     }
-    /// The body's length when it is echoed wholly, otherwise the HTTP status or 0.
+    /// Return the length of the body if it is echoed completely, otherwise the HTTP status or 0.
     std::size_t echoedBytes(httplib::Client& client, const std::string& json) const {
         const httplib::Result result = client.Post("/echo", json, "application/json");
         if (!result)

@@ -1,4 +1,4 @@
-// Callers of the operator's interface that are slow, silent, too big, or do not speak its language.
+// Callers of the operator's interface that are slow, silent, too big, or do not speak HTTP.
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 class HostileCallers : public AdminServerTest {
   protected:
-    /// What is answered to these bytes.
+    /// Return the answer to these bytes.
     std::string answerTo(const std::string& request) const {
         const RawCaller caller(folder_ / "admin.sock");
         EXPECT_TRUE(caller.send(request));

@@ -23,7 +23,7 @@ class ServantManagers : public testing::Test {
         top_ = agent_.listed(agent_.nms())->source()->get_POA();
         iterators_ = top_->find_POA("iterator", false);
     }
-    /// A reference to the session's manager of that name, called over a connection.
+    /// Return a reference to the session's manager of that name, called over a connection.
     common::Common_I_var remote(const char* name) {
         const CORBA::Object_var object =
             agent_.listed(agent_.nms())->source()->create_object_reference(name, "IDL:test:1.0");
@@ -33,7 +33,8 @@ class ServantManagers : public testing::Test {
         common::CapabilityList_T_var capabilities;
         object->getCapabilities(capabilities.out());
     }
-    /// An active iterator, listed as one is that a manager has made; the list and the POA hold it.
+    /// Return an active iterator, listed like one that a manager has created. The list and the POA
+    /// own it.
     TestManager* openIterator() {
         auto* const iterator = new TestIterator(iterators_.in(), alive_);
         EXPECT_EQ(agent_.sessions().add_iterator(iterator), 0ul);
@@ -239,7 +240,7 @@ TEST_F(ServantManagers, KeepAnIteratorThatIsStillActiveElsewhere) {
     EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
     EXPECT_EQ(mine->_refcount_value(), 3u);
 
-    iterator->_add_ref();  // as if this activation were another one
+    iterator->_add_ref();  // simulate a second activation
     activator.etherealize(id.in(), iterators_.in(), iterator, true, false);
     EXPECT_EQ(agent_.sessions().IteratorCount(), 0u);
     EXPECT_EQ(mine->_refcount_value(), 2u);
@@ -256,7 +257,7 @@ TEST_F(ServantManagers, LetAnUnlistedIteratorGo) {
 }
 
 TEST_F(ServantManagers, GoWithTheirPoas) {
-    // a servant manager that counts itself goes when the last reference to its POA goes
+    // the servant manager is destroyed when the last reference to its POA is released
     static std::atomic<int> gone;
     gone = 0;
     class Watched : public TAServantLocator {

@@ -36,11 +36,11 @@ class SessionPoas : public SourceFixture {
     static PortableServer::POA_var child(PortableServer::POA_ptr poa, const char* childName) {
         return PortableServer::POA_var(poa->find_POA(childName, false));
     }
-    /// A servant that dies with the scope unless a POA keeps it.
+    /// Return a servant that is deleted at the end of the scope unless a POA keeps it.
     PortableServer::ServantBase_var servant() {
         return PortableServer::ServantBase_var(new TestManager(alive_));
     }
-    /// A POA that is gone.
+    /// Return a destroyed POA.
     PortableServer::POA_var dead() {
         const PortableServer::POA_var poa =
             SessionSource::create_ServantLocator_poa(agent_.root(), "dead");
@@ -91,7 +91,7 @@ TEST_F(SessionPoas, HaveAnIteratorPoaThatActivatesAndAsksItsActivator) {
     const PortableServer::POA_var top = source->get_POA();
     const PortableServer::POA_var iterators = child(top.in(), "iterator");
     EXPECT_TRUE(isEquipped(iterators.in()));
-    // RETAIN, USER_ID: nobody gets an id that can be guessed by mistake
+    // RETAIN, USER_ID: the POA itself assigns no ids, so no iterator gets an id that can be guessed
     const auto first = servant();
     EXPECT_THROW(iterators->activate_object(first.in()), PortableServer::POA::WrongPolicy);
     const PortableServer::ObjectId_var id =
@@ -226,7 +226,7 @@ TEST_F(SessionPoas, KeepTagsInNamesAsTheyStand) {
 }
 
 TEST_F(SessionPoas, AreTakenDownWhenTheSessionPoaCannotBeMade) {
-    // the tree is there already, and dies just before its last POA is looked up
+    // the tree exists already, and is destroyed just before its last POA is looked up
     PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), name());
     const PortableServer::POA_var iterators =
         SessionSource::create_iterator_poa(top.in(), "iterator");
@@ -262,7 +262,7 @@ TEST_F(SessionPoas, TellWhenAServantManagerCannotBeSet) {
     EXPECT_TRUE(
         trace.contains("[SessionSource::SetServantLocator] Exception raised during "
                        "set_servant_manager, ex=WrongPolicy"));
-    // an "iterator" POA of another kind is in the way
+    // an "iterator" POA of another kind already exists
     const PortableServer::POA_var top =
         SessionSource::create_ServantLocator_poa(agent_.root(), "odd");
     const PortableServer::POA_var odd = SessionSource::create_session_poa(top.in(), "iterator");
@@ -360,7 +360,7 @@ TEST_F(SessionPoas, StayWhenOnlyTheRecordGoes) {
     { const Source source = makeWithTree(); }
     EXPECT_NO_THROW(rootChild(name()));
     EXPECT_TRUE(TopPoaNames::isFree(name())) << "no live source has the name";
-    // and are found again by the next one
+    // the next session finds the POAs again
     const Source next = makeWithTree();
     const PortableServer::POA_var top = next->get_POA();
     EXPECT_TRUE(top->_is_equivalent(rootChild(name()).in()));

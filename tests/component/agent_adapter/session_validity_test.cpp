@@ -1,4 +1,4 @@
-// The round's check of one session.
+// How a ping round checks one session.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -193,7 +193,8 @@ TEST_F(SessionValidity, EndsTheSessionWhenTheNmsCannotBeTold) {
 TEST_F(SessionValidity, StaysOverAfterTheTearDown) {
     source_->set_state(Ended);
     EXPECT_EQ(check(), -1);
-    // destroying a POA that is still dying is silent; one that is gone refuses
+    // destroying a POA that is still being destroyed is silent, destroying a POA that no longer
+    // exists throws
     ASSERT_TRUE(kelp::orb::waitUntilGone(source_->get_session_name(), std::chrono::seconds(10)));
     const TraceCapture trace;
     EXPECT_EQ(check(), -1);

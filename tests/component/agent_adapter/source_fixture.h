@@ -11,7 +11,7 @@
 
 namespace kelp::test {
 
-/// Session sources outside of any log-in; no ping thread runs.
+/// Session sources without a log-in. No ping thread runs.
 class SourceFixture : public testing::Test {
   protected:
     using Source = std::unique_ptr<NS_KELPCORBA::SessionSource>;
@@ -22,7 +22,7 @@ class SourceFixture : public testing::Test {
         return Source(NS_KELPCORBA::SessionSource::create(agent_.nms().hostInfo(), user,
                                                           agent_.nms().reference()));
     }
-    /// With its POA tree.
+    /// Make a source with its POA tree.
     Source makeWithTree(const std::string& user = "admin") {
         Source source = make(user);
         EXPECT_EQ(source->init(agent_.root()), 0ul);
@@ -31,7 +31,7 @@ class SourceFixture : public testing::Test {
     PortableServer::POA_var rootChild(const std::string& name) {
         return PortableServer::POA_var(agent_.root()->find_POA(name.c_str(), false));
     }
-    /// True as soon as the root has no child of that name.
+    /// Return true as soon as the root POA has no child of that name.
     bool isGoneFromRoot(const std::string& name) {
         return waitUntil([&] {
             try {

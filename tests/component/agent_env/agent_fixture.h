@@ -25,9 +25,9 @@
 
 namespace kelp::test {
 
-/// The host as far as the agent needs it: a configuration, a user database, bundles that have
-/// entered a manager "EMS" and what interfaces a test adds. At the end the agent is stopped if it
-/// still runs.
+/// The part of the host that the agent needs: a configuration, a user database, bundles that have
+/// entered a manager "EMS", and the interfaces that a test adds. At the end of the test the agent
+/// is stopped if it still runs.
 class AgentFixture : public testing::Test {
   protected:
     AgentFixture() { base().EnterNorthMgrFactory("EMS", &factory_); }
@@ -38,8 +38,8 @@ class AgentFixture : public testing::Test {
         base().LeaveNorthMgrFactory("EMS");
     }
 
-    /// `session` is the table of that name; the naming service is one that refuses connections
-    /// unless told.
+    /// `session` is the content of the table [session]. By default the naming service refuses
+    /// connections.
     void configureAgent(const std::string& session = "", std::uint16_t namingPort = freePort(),
                         const std::string& more = "") {
         configure(agentConfiguration(folder_, namingPort) + "[session]\n" + session + "\n" + more);
@@ -57,7 +57,7 @@ class AgentFixture : public testing::Test {
         NS_KELPCORBA::CorbaAgentFacade::Fini();
     }
 
-    /// The agent's own lines without those of its monitor thread.
+    /// Return the agent's lines without those of its monitor thread.
     std::vector<std::string> agentLines() const {
         std::vector<std::string> lines;
         for (const kelp::util::TraceLine& line : trace_.records()) {

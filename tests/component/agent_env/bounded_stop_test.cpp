@@ -1,4 +1,4 @@
-// The stop ends soon whatever hangs, and takes nothing away from what still runs.
+// The stop ends soon even if peers hang, and it destroys nothing that a running request uses.
 
 #include <gtest/gtest.h>
 #include <kelp/agent/session_mgr.h>
@@ -24,7 +24,7 @@ using NS_KELPCORBA::SessionMgr;
 
 /// A call may take a day.
 constexpr const char* kPatient = "call_timeout_s = 86400\nping_interval_s = 1\n";
-/// The promise of the product.
+/// The maximum that the product promises for a stop.
 constexpr std::chrono::seconds kLongestStop{60};
 
 class BoundedStop : public AgentFixture {
@@ -44,7 +44,7 @@ class BoundedStop : public AgentFixture {
         EmsSessionFactory_IImpl::Instance()->getEmsSession("admin", "secret", nms.in(),
                                                            session.out());
     }
-    /// True when it ended in time.
+    /// True if the stop ends in time.
     bool stopsInTime() {
         auto stopped = std::async(std::launch::async, [this] { stop(); });
         return stopped.wait_for(kLongestStop) == std::future_status::ready;
@@ -67,7 +67,7 @@ TEST_F(BoundedStop, EndsAPingOfAnNmsThatCannotBeReached) {
     startWithUser(kPatient);
     logIn(unreachable.corbaloc());
     logIn(deaf.corbaloc());
-    // begun after that of the first one
+    // this connection begins after that of the first NMS
     ASSERT_TRUE(waitUntil([&] { return deaf.hasConnection(); }));
     EXPECT_TRUE(stopsInTime());
     expectNothingRuns();
@@ -85,7 +85,7 @@ TEST_F(BoundedStop, LeavesATaskToItselfThatDoesNotEnd) {
     gate.open();
 }
 
-/// A manager interface whose operations a request is in while the agent stops.
+/// A request is inside a manager interface while the agent stops.
 TEST_F(BoundedStop, TakesNothingAwayFromARequestThatStillRuns) {
     Gate gate;
     enterInterface("First", 1);
@@ -95,7 +95,7 @@ TEST_F(BoundedStop, TakesNothingAwayFromARequestThatStillRuns) {
         try {
             session.ping(std::chrono::hours(1));
         } catch (const CORBA::SystemException&) {
-            // the stop has ended the caller's side
+            // the stop has ended the call on the caller's side
         }
     });
     ASSERT_TRUE(gate.isReached());

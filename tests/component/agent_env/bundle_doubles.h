@@ -13,7 +13,7 @@
 
 namespace kelp::test {
 
-/// What the manager interfaces of a test were called for, in order: "Init A", "ExitThread A",
+/// Records the calls on the manager interfaces of a test, in order: "Init A", "ExitThread A",
 /// "Destroy A".
 class CallLog {
   public:
@@ -38,7 +38,7 @@ class RecordedInterface : public NS_CORBA::CorbaI {
         : name_(std::move(name)), order_(order), log_(log) {}
     ~RecordedInterface() override = default;
 
-    /// What Init does and answers.
+    /// Runs in Init and provides its result.
     std::function<bool()> onInit = [] { return true; };
     std::function<void()> onExitThread = [] {};
 
@@ -60,7 +60,7 @@ class RecordedInterface : public NS_CORBA::CorbaI {
     CallLog& log_;
 };
 
-/// Where the agent listens, finds the naming service and keeps its users.
+/// The agent's configuration: its address, its naming service and its user database.
 inline std::string agentConfiguration(const TemporaryDirectory& folder, std::uint16_t namingPort) {
     return "[orb]\nlisten = \"127.0.0.1:0\"\n[naming]\nembedded = false\nport = " +
            std::to_string(namingPort) + "\n[security]\ndatabase = \"" +

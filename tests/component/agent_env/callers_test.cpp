@@ -14,13 +14,14 @@
 namespace kelp::test {
 namespace {
 
-/// What a caller gets from an agent that stops: refused, or its connection, its target's POA or,
-/// here where caller and agent share it, its ORB gone before the refusal arrives.
+/// The possible outcomes of a call to an agent that stops. The call is refused, or the connection
+/// or the target's POA is gone before the refusal arrives. In this test the ORB may be gone as
+/// well, because caller and agent share it.
 const auto kRefused = testing::AnyOf("TRANSIENT", "COMM_FAILURE", "OBJ_ADAPTER", "BAD_INV_ORDER");
 
 class Callers : public AgentFixture {
   protected:
-    /// The session factory as an NMS calls it: over a connection.
+    /// Return the session factory as an NMS calls it: over a connection.
     static emsSessionFactory::EmsSessionFactory_I_ptr remoteFactory() {
         const emsSessionFactory::EmsSessionFactory_I_var own =
             NS_KELPCORBA::CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
@@ -28,7 +29,7 @@ class Callers : public AgentFixture {
         const CORBA::Object_var object = orb::toReference(orb.in(), wireAddress(own.in()));
         return emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
     }
-    /// The factory's version, or the exception that the caller got.
+    /// Return the factory's version, or the exception that the caller received.
     static std::future<std::string> askVersion() {
         const emsSessionFactory::EmsSessionFactory_I_var factory = remoteFactory();
         return std::async(std::launch::async, [factory] {
@@ -103,7 +104,8 @@ TEST_F(Callers, ThatWaitWithoutAnInterceptorAreRefusedByTheStop) {
 }
 
 TEST_F(Callers, AreToldOfAnEventLossThatTheSupplierManagerReports) {
-    // the test NMS names this process by another spelling of the loopback address
+    // the test NMS's reference contains another spelling of the loopback address, which reaches
+    // this process
     configureAgent("ping_interval_s = 1", freePort(), "[access]\nnms_reference = \"any\"\n");
     NS_CORBA::UserDatabase(folder_.path() / "users.db")
         .add("nms", "secret", NS_CORBA::HashCost{8, 1});

@@ -4,15 +4,14 @@
 
 namespace kelp::test {
 
-/// Lets the platform's operations fail where no configuration makes them fail. The test program's
-/// own definitions of these operations stand in front of the library's and pass on to them
-/// otherwise.
+/// Makes platform operations fail that no configuration can make fail. The test program defines
+/// these operations itself, ahead of the library's definitions, and calls those otherwise.
 struct PlatformFaults {
-    /// GetRootPoa raises CORBA::INTERNAL once it was called this often; negative: never.
+    /// GetRootPoa throws CORBA::INTERNAL after this number of calls. Negative: never.
     static int getRootPoaAfter;
-    /// AgentServer::Activate answers -1.
+    /// AgentServer::Activate returns -1.
     static bool activateFails;
-    /// Runs in every GetSSLMode, such as the naming monitor's at the beginning of a round.
+    /// Runs in every GetSSLMode, for example the naming monitor's at the beginning of a round.
     static std::function<void()> onGetSslMode;
 };
 

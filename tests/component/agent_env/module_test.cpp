@@ -68,8 +68,8 @@ class Module {
     Factory factory_ = nullptr;
 };
 
-/// The module's service object in the hands of a host, with a manager "EMS" entered unless a test
-/// takes it out.
+/// The module's service object as a host uses it. A manager "EMS" is entered unless a test removes
+/// it.
 class ModuleObject : public testing::Test {
   protected:
     ModuleObject() {
@@ -188,7 +188,7 @@ TEST_F(ModuleObject, StopsTheAgentBeforeTheTrace) {
     EXPECT_TRUE(trace_.contains("===[CorbaAgentFacade::Fini] Finish to destroy Corba Agent! ==="));
 }
 
-/// The name's entry, asked for through an ORB of this process's agent.
+/// Look up the name through an ORB of this process's agent.
 bool isFactoryBound(const OmniNames& names) {
     NS_CORBA::CorbaBaseAgentConfig& base = *NS_CORBA::CorbaBaseAgentConfig::Instance();
     const CORBA::ORB_var orb = base.GetOrb();
@@ -264,7 +264,8 @@ TEST(ModuleInAHost, ThatFailedToStartIsUnloaded) {
     EXPECT_FALSE(Module::isLoaded());
 }
 
-/// Where a virtual operation stands in the primary table, by the C++ ABI's pointers to members.
+/// Return the position of a virtual operation in the primary virtual table, read from a pointer to
+/// member in the C++ ABI.
 template <class Operation>
 std::ptrdiff_t slotOf(Operation operation) {
     std::ptrdiff_t offset = 0;

@@ -1,4 +1,4 @@
-// What a round makes of the entries that it finds in the naming service.
+// How a round of the naming monitor treats the entries that it finds in the naming service.
 
 #include <gmock/gmock.h>
 #include <kelp/corbabase/naming_watch.h>

@@ -22,7 +22,7 @@
 
 namespace kelp::test {
 
-/// The session factory of some other EMS.
+/// The session factory of another EMS.
 class OtherFactory : public virtual POA_emsSessionFactory::EmsSessionFactory_I {
   public:
     char* getVersion() override { return CORBA::string_dup("other"); }
@@ -37,7 +37,7 @@ class FactoryEntry {
   public:
     explicit FactoryEntry(std::string namingService) : namingService_(std::move(namingService)) {}
 
-    /// What the name leads to; nil when it is not bound.
+    /// Return the object bound to the name; nil if it is not bound.
     CORBA::Object_ptr get() const {
         const CosNaming::NamingContext_var root = context();
         try {
@@ -54,7 +54,8 @@ class FactoryEntry {
         const CORBA::Object_var found = get();
         return !CORBA::is_nil(found.in()) && textOf(found.in()) == textOf(object);
     }
-    /// Binds as another process would, over what is there; the contexts must be there.
+    /// Bind the name as another process would, replacing an existing binding. The contexts must
+    /// exist.
     void rebind(CORBA::Object_ptr object) const {
         const CosNaming::NamingContext_var root = context();
         root->rebind(name(), object);
@@ -89,8 +90,7 @@ inline std::string withNamingPort(std::uint16_t port) {
            "\n";
 }
 
-/// A monitor with the agent's own factory reference and a naming service; the rounds are the
-/// test's.
+/// A monitor with the agent's factory reference and a naming service. The test runs the rounds.
 class MonitorFixture : public testing::Test {
   protected:
     MonitorFixture() {
@@ -109,14 +109,14 @@ class MonitorFixture : public testing::Test {
         base().SetReqInterceptorImpl(nullptr);
     }
 
-    /// Rounds of the monitor thread, with its call time-out cut short so that hung peers cost a
-    /// test little.
+    /// Run rounds of the monitor thread. Its call time-out is short, so that hung peers cost a test
+    /// little.
     void round(int count = 1) {
         const orb::ScopedThreadTimeout bounded(std::chrono::milliseconds(300));
         for (int i = 0; i < count; ++i)
             monitor_->Round();
     }
-    /// Brings the monitor into the registered state.
+    /// Bring the monitor into the registered state.
     void registerOwn() {
         round(2);
         ASSERT_TRUE(monitor_->IsRegistered());
@@ -146,7 +146,7 @@ class MonitorFixture : public testing::Test {
         const PortableServer::POA_var root = base().GetRootPoa();
         root->deactivate_object(object.id.in());
     }
-    /// A reference to the same object that names one more address for it.
+    /// Return a reference to the same object with one more address.
     static std::string withAlternateAddress(CORBA::Object_ptr object, const std::string& host,
                                             unsigned port) {
         const CORBA::ORB_var itsOrb = base().GetOrb();

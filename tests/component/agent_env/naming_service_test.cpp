@@ -1,4 +1,4 @@
-// Rounds while the naming service is out of order, and how it is addressed.
+// Rounds while the naming service is out of order, and the ways to give its address.
 
 #include <kelp/orb/orb.h>
 
@@ -73,7 +73,7 @@ TEST_F(NamingServiceOutage, IsOverWithAnotherAddressInTheConfiguration) {
 
 class NamingServiceAddress : public MonitorFixture {
   protected:
-    /// Another naming service's address in the configuration, with what else it says.
+    /// Configure another naming service's address, and further options in `more`.
     static void locate(const std::string& naming, const std::string& more = "") {
         configure(kFreePort + std::string("[naming]\nembedded = false\n") + naming + "\n" + more);
     }
@@ -111,7 +111,7 @@ TEST(NamingServiceAddressText, PutsAnIpv6HostInBrackets) {
               "corbaloc:iiop:[::1]:4801/NameService");
 }
 
-/// Takes one connection and tells with which byte its first message begins.
+/// Accepts one connection and returns the first byte of its first message.
 class FirstByte {
   public:
     FirstByte() : listener_(boundSocket()) {
@@ -142,7 +142,7 @@ TEST_F(NamingServiceAddress, WithoutTlsIsCalledInPlainGiop) {
     EXPECT_EQ(service.get(), 'G');
 }
 
-/// The modes 1 (TLS beside TCP) and 2 (TLS only).
+/// The modes 1 (TLS in addition to TCP) and 2 (TLS only).
 class NamingServiceOverTls : public NamingServiceAddress,
                              public testing::WithParamInterface<int> {};
 

@@ -1,4 +1,4 @@
-// The agent's start: its order, and what is left when a step fails.
+// The agent's start: its order, and its clean-up when a step fails.
 
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>
@@ -66,7 +66,7 @@ TEST_F(AgentStart, ReadsTheOptionsAgainWheneverTheHostHas) {
     LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
     EXPECT_TRUE(waitUntil([&] { return options->GetCachesize() == 6; }));
     stop();
-    // nobody is left to make the options again
+    // no thread remains that would create the options again
     LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
     LightEventMgr::Instance()->Stop();
     EXPECT_EQ(trace_.count("[CorbaAgentConfig::GetOption] Get bUseBTName_Option failed!"), 2u);
@@ -180,7 +180,8 @@ TEST_F(AgentStart, FailsWhenTheAgentServerCannotBeActivated) {
 
 TEST_F(AgentStart, OfTheAgentServerReportsAnExceptionWhereverItWasRaised) {
     configureAgent();
-    PlatformFaults::getRootPoaAfter = 1;  // the session factory's object is made with the first
+    // the first call creates the session factory's object
+    PlatformFaults::getRootPoaAfter = 1;
     EXPECT_FALSE(start());
     EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Raised during hold_requests!"), 1u);
     EXPECT_EQ(trace_.count("[AgentServerFacade::Init] Initialize agent server failed!"), 1u);

@@ -1,4 +1,4 @@
-// The agent's stop: bounded whatever hangs, and harmless whatever was started.
+// The agent's stop: bounded even if threads hang, and harmless after any partial start.
 
 #include <kelp/corbabase/ref_count.h>
 
@@ -105,7 +105,7 @@ TEST_F(AgentStop, IsBoundedWhileTheNamingServiceHangs) {
     expectNothingRuns();
 }
 
-/// Runs on one of the agent's threads until it is let go.
+/// Runs on one of the agent's threads until released.
 struct StuckThread {
     ~StuckThread() { go.set_value(); }
     static ACE_THR_FUNC_RETURN run(void* argument) {
@@ -137,7 +137,7 @@ TEST_F(AgentStop, AbandonsAnAgentThreadThatDoesNotEndWithin15Seconds) {
     EXPECT_TRUE(waitUntil([] { return AgentState::instance().threads.count_threads() == 0; }));
 }
 
-/// Looks, once the agent stops, whether the stop goes on while this thread still runs.
+/// Checks whether the agent's stop continues while this thread still runs.
 struct LateThread {
     static ACE_THR_FUNC_RETURN run(void* argument) {
         auto* self = static_cast<LateThread*>(argument);
@@ -163,7 +163,7 @@ TEST_F(AgentStop, GoesOnOnlyWhenTheAgentsThreadsHaveEnded) {
     EXPECT_FALSE(late.stopWentOn);
 }
 
-/// A session whose waiting thread tells how its wait ended. One at a time.
+/// A session whose waiting thread records how its wait ended. Only one exists at a time.
 struct WaitingSession {
     using Counted = NS_CORBA::RefCount_OneParameter<NS_KELPCORBA::EmsSession_IImpl,
                                                     NS_KELPCORBA::SessionSource*>;
@@ -190,7 +190,7 @@ struct WaitingSession {
         const auto result = itsSession->wakePoint().wait(
             60, seen,
             [&told] {
-                // the exit flag has been looked at; from here on only a wake-up ends the wait
+                // the exit flag has been checked: from here on only a wake-up ends the wait
                 if (!std::exchange(told, true))
                     asleep.set_value();
                 return true;

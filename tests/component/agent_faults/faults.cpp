@@ -21,7 +21,7 @@ namespace {
 
 /// Counts down to the one call that fails.
 struct Countdown {
-    int left = 0;  ///< 0: none fails
+    int left = 0;  ///< calls until the failure; 0 for no failure
     bool happened = false;
 
     void arm(int nth) {
@@ -36,7 +36,7 @@ struct Countdown {
     }
 };
 
-/// Where the code of a library lies in memory.
+/// The address range of a library's code.
 struct CodeRange {
     std::uintptr_t begin = 0;
     std::uintptr_t end = 0;
@@ -71,9 +71,9 @@ CodeRange codeOf(const char* library) {
     return search.found;
 }
 
-/// The ORB ends the process when there is no memory for a POA, ACE when there is none for a thread.
-/// When a generated stub has none for an object reference, the ORB loses the memory of what it had
-/// made for it.
+/// True for callers whose allocations must not fail. The ORB ends the process if it has no memory
+/// for a POA, ACE if it has none for a thread. If a generated stub has no memory for an object
+/// reference, the ORB leaks what it had allocated for it.
 bool isOfOthers(const void* caller) {
     static const CodeRange orb = codeOf("libomniORB4.so");
     static const CodeRange ace = codeOf("libACE");
@@ -103,7 +103,7 @@ bool FailingAllocation::hasHappened() const {
 }
 
 FailingNew::FailingNew(int nth) {
-    isOfOthers(nullptr);  // finds out now, while memory does not fail
+    isOfOthers(nullptr);  // look the libraries up now, while memory does not fail
     throwingAllocations.arm(nth);
 }
 
@@ -149,7 +149,7 @@ bool BaseConfigFaults::hasNoRootPoa = false;
 
 }  // namespace kelp::test
 
-/// Replaces the program's allocation functions, in all of its libraries.
+/// Replaces the allocation functions of the program and all its libraries.
 __attribute__((visibility("default"))) void* operator new(std::size_t size) {
     using kelp::test::throwingAllocations;
     const bool fails = throwingAllocations.left > 0 &&
@@ -174,7 +174,7 @@ __attribute__((visibility("default"))) void operator delete(void* memory,
     std::free(memory);
 }
 
-/// What is allocated without throwing.
+/// Allocations that do not throw.
 __attribute__((visibility("default"))) void* operator new(std::size_t size,
                                                           const std::nothrow_t&) noexcept {
     if (kelp::test::allocations.fails())
@@ -182,7 +182,7 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size,
     return std::malloc(std::max<std::size_t>(size, 1));
 }
 
-// the linker (--wrap) leads the agent's calls here
+// the linker (--wrap) redirects the agent's calls to these functions
 extern "C" int __real_pthread_rwlock_wrlock(pthread_rwlock_t* lock);
 extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlock(
     pthread_rwlock_t* lock) {
@@ -191,7 +191,7 @@ extern "C" __attribute__((visibility("default"))) int __wrap_pthread_rwlock_wrlo
     return kelp::test::writeLocks.fails() ? EDEADLK : __real_pthread_rwlock_wrlock(lock);
 }
 
-/// ACE_Thread_Manager::spawn, a member; its object comes first.
+/// ACE_Thread_Manager::spawn is a member function: its object is the first parameter.
 #define KELP_ACE_SPAWN _ZN18ACE_Thread_Manager5spawnEPFPvS0_ES0_lPmS3_liS0_mPPKc
 #define KELP_JOINED_(a, b) a##b
 #define KELP_JOINED(a, b) KELP_JOINED_(a, b)

@@ -6,21 +6,20 @@
 
 namespace kelp::test {
 
-/// While it lives, one of the calling thread's next allocations that may fail without throwing does
-/// fail.
+/// During its lifetime, one of the calling thread's next non-throwing allocations fails.
 class FailingAllocation {
   public:
-    /// The `nth`, from 1 on.
+    /// Let the `nth` allocation fail, counted from 1.
     explicit FailingAllocation(int nth);
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
-    /// False when there were fewer allocations than that.
+    /// False if there were fewer than `nth` allocations.
     bool hasHappened() const;
 };
 
-/// The same for the calling thread's next allocations that throw when they fail, but for those that
-/// the ORB and ACE make themselves: neither survives that.
+/// During its lifetime, one of the calling thread's next throwing allocations fails. Allocations by
+/// the ORB and ACE are excluded, because these libraries do not survive a failure.
 class FailingNew {
   public:
     explicit FailingNew(int nth);
@@ -30,7 +29,7 @@ class FailingNew {
     bool hasHappened() const;
 };
 
-/// While it lives, the agent can start no thread by ACE on the calling thread.
+/// During its lifetime, the agent cannot start an ACE thread from the calling thread.
 class NoThreads {
   public:
     NoThreads();
@@ -39,7 +38,8 @@ class NoThreads {
     NoThreads& operator=(const NoThreads&) = delete;
 };
 
-/// The same for the agent's next attempts to lock a reader-writer lock for writing.
+/// During its lifetime, one of the agent's next attempts to lock a reader-writer lock for writing
+/// fails.
 class FailingWriteLock {
   public:
     explicit FailingWriteLock(int nth);
@@ -49,7 +49,8 @@ class FailingWriteLock {
     bool hasHappened() const;
 };
 
-/// The same, but the attempt waits at a gate first and does not fail.
+/// During its lifetime, one of the agent's next attempts to lock a reader-writer lock for writing
+/// waits at a gate, then succeeds.
 class PausedWriteLock {
   public:
     PausedWriteLock(int nth, Gate& gate);
@@ -58,7 +59,7 @@ class PausedWriteLock {
     PausedWriteLock& operator=(const PausedWriteLock&) = delete;
 };
 
-/// What the base configuration answers in place of what is configured.
+/// Values that the base configuration returns instead of the configured ones.
 struct BaseConfigFaults {
     static std::optional<int> maxSession;
     static bool hasNoRootPoa;

@@ -1,4 +1,4 @@
-// An iterator during whose opening a lock fails or its session ends is not left in the list.
+// An iterator does not stay in the list if a lock fails or its session ends while it is opened.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ constexpr unsigned long kLockFailed = 0x411800BE;
 
 class IteratorFaults : public IteratorFixture {
   protected:
-    /// Opens an iterator while the nth lock fails.
+    /// Open an iterator while the nth lock fails.
     void openWithFailingLock(int nth, const char* traced) {
         const TraceCapture trace;
         const auto iterator = made();
@@ -37,7 +37,7 @@ class IteratorFaults : public IteratorFixture {
     }
 };
 
-/// An opening that waits between the activation and the listing of its iterator.
+/// An iterator being opened that waits between its activation and its entry in the list.
 class PausedOpening {
   public:
     explicit PausedOpening(std::function<unsigned long()> open)
@@ -50,7 +50,7 @@ class PausedOpening {
             finish();
     }
     bool isReached() { return gate_.isReached(); }
-    /// Its error code.
+    /// Finish the opening and return its error code.
     unsigned long finish() {
         gate_.open();
         thread_.join();
@@ -72,7 +72,7 @@ class IteratorPlaces : public IteratorFixture {
         EXPECT_TRUE(opening->isReached());
         return opening;
     }
-    /// What ends an iterator before it is listed leaves nothing behind.
+    /// An ending of an iterator before it is listed leaves nothing behind.
     template <class Ending>
     void endsBeforeListing(Ending ending) {
         const auto iterator = made();

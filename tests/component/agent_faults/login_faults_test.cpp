@@ -1,4 +1,4 @@
-// A log-in during which memory, a lock or the ORB fails leaves nothing half made.
+// A log-in leaves nothing half made if memory, a lock or the ORB fails meanwhile.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ using namespace NS_KELPCORBA;
 
 class LogInFaults : public testing::Test {
   protected:
-    /// Logs in once with the fault in place.
+    /// Log in once with the fault in place.
     template <class Fault>
     bool happensDuringLogIn(int nth, unsigned long& code) {
         const Fault fault(nth);
@@ -38,7 +38,7 @@ class LogInFaults : public testing::Test {
         EXPECT_EQ(agent_.sessions().SessionCount(), 1u);
         EXPECT_EQ(agent_.liveLogins(agent_.nms()), 1u);
     }
-    /// Ends what a log-in has made and waits until its name is free.
+    /// End the session that a log-in has created, and wait until its name is free.
     void endSession() {
         if (const auto session = ServantRef<EmsSession_IImpl>::take(
                 agent_.sessions().GetNmsSession(agent_.nms().hostInfo(), "admin")))
@@ -95,24 +95,24 @@ TEST_F(LogInFaults, OfMemoryAreRefusedAndUndone) {
     EXPECT_EQ(seen, std::set<std::string>(refusals.begin(), refusals.end()));
 }
 
-/// Every allocation of a log-in fails once. What a log-in leaves is a whole session or nothing.
+/// Each allocation of a log-in fails once. The log-in leaves a complete session or nothing.
 class LogInWithoutMemory : public testing::TestWithParam<AgentOptions> {
   protected:
-    /// The ORB's stubs make their nil references on first use, and keep a lock when there is no
-    /// memory for one.
+    /// Log in once without faults. The ORB's stubs create their nil references on first use; if
+    /// memory for one is missing then, they keep a lock.
     void SetUp() override {
         agent_.logIn(nms_);
         endSession();
     }
-    /// False when the log-in has fewer allocations than that.
+    /// False if the log-in has fewer than `nth` allocations.
     bool failsDuringLogIn(int nth) {
         const FailingNew fault(nth);
         try {
             agent_.logIn(nms_);
         } catch (const CORBA::Exception&) {
-            // refused
+            // the log-in was refused
         } catch (const std::bad_alloc&) {
-            // before anything was made
+            // nothing had been created yet
         }
         return fault.hasHappened();
     }
@@ -230,7 +230,7 @@ TEST_F(LogInFaults, OfLocksAreRefusedAndUndone) {
             EXPECT_EQ(code, 0x411800BEul);
             EXPECT_EQ(trace.lines().back(), failed("Add EMSSession"));
         } else {
-            // the log-in goes ahead without that lock
+            // the log-in succeeds without that lock
             EXPECT_EQ(code, 0ul);
         }
         if (code == 0)

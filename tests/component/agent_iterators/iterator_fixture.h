@@ -12,7 +12,7 @@ namespace kelp::test {
 constexpr unsigned long kNotActivated = 0x411800BA;
 constexpr unsigned long kTooManyIterators = 0x41180102;
 
-/// Iterators of a session that is logged in.
+/// Iterators of a logged-in session.
 class IteratorFixture : public testing::Test {
   protected:
     explicit IteratorFixture(const AgentOptions& options = {}) : agent_(options) {
@@ -20,12 +20,12 @@ class IteratorFixture : public testing::Test {
         top_ = agent_.listed(agent_.nms())->source()->get_POA();
         iterators_ = top_->find_POA("iterator", false);
     }
-    /// One that is not opened; the caller holds it.
+    /// Return an iterator that is not open. The caller owns it.
     NS_KELPCORBA::ServantRef<TestIterator> made() {
         return NS_KELPCORBA::ServantRef<TestIterator>::take(
             new TestIterator(iterators_.in(), alive_));
     }
-    /// Opens the iterator, with a reference of its own given to the session manager. The error
+    /// Open the iterator, giving the session manager a separate reference count. Return the error
     /// code.
     static unsigned long open(const NS_KELPCORBA::ServantRef<TestIterator>& iterator,
                               CORBA::Object_var& reference) {
@@ -39,10 +39,10 @@ class IteratorFixture : public testing::Test {
         CORBA::Object_var reference;
         return open(iterator, reference);
     }
-    /// Made and opened, and held by nobody else.
+    /// Create and open an iterator that the test does not hold.
     unsigned long openOne() { return open(made()); }
 
-    /// Deactivates it, as somebody may who knows its id.
+    /// Deactivate the iterator, as anybody who knows its id may.
     void deactivate(TestIterator* iterator) {
         const PortableServer::ObjectId_var id = iterators_->servant_to_id(iterator);
         iterators_->deactivate_object(id.in());

@@ -1,5 +1,5 @@
-// The limits of open iterators: the oldest is closed above the soft one, no more are opened at the
-// hard one.
+// The limits of open iterators. Above the soft limit the oldest one is closed. At the hard limit no
+// more are opened.
 
 #include <gmock/gmock.h>
 
@@ -19,11 +19,11 @@ class IteratorsLimited : public IteratorFixture {
 
     struct Openings {
         int opened = 0;
-        int refused = 0;  ///< too many
+        int refused = 0;  ///< with EXCPT_TOO_MANY_OPEN_ITERATORS
         int failed = 0;   ///< in any other way
         std::size_t mostAtOnce = 0;
     };
-    /// Opens iterators from many threads at once.
+    /// Open iterators from many threads at once.
     Openings openFromManyThreads() {
         constexpr int kThreads = 8, kEach = 40;
         std::atomic<int> running{kThreads}, opened{0}, refused{0};
@@ -104,7 +104,8 @@ TEST_F(IteratorsSoftBelowHard, OneThatCannotBeOpenedLeavesItsPlaceFree) {
     EXPECT_EQ(openOne(), 0ul);
 }
 
-/// The oldest of four cannot be closed in order, and leaves the list all the same.
+/// The oldest of four iterators cannot be closed in the normal way, but it leaves the list all the
+/// same.
 class IteratorsThatCannotBeClosed : public IteratorsSoftBelowHard {
   protected:
     void expectUnlisted(const std::function<void(TestIterator&)>& spoil, const char* traced) {
@@ -149,8 +150,8 @@ TEST_F(IteratorsSoftBelowHard, OldestIsClosedWithoutWaitingForTheCallOnIt) {
 
 TEST_F(IteratorsSoftBelowHard, AreCountedByOthersWhileAPoaIsAsked) {
     const auto iterator = made();
-    std::vector<std::future<std::size_t>>
-        countings;  // their end is waited for when no POA is asked any more
+    // kept here, because a future that ends in onPoa would wait there for its count
+    std::vector<std::future<std::size_t>> countings;
     bool isCounted = true;
     iterator->onPoa = [&] {
         countings.push_back(std::async(std::launch::async, [] { return count(); }));

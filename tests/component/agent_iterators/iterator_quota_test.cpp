@@ -1,4 +1,5 @@
-// How many iterators one session may have open, so that it cannot use up what all share.
+// The limit of open iterators of one session. It keeps a session from using up the iterators of
+// all.
 
 #include <algorithm>
 #include <thread>
@@ -24,7 +25,7 @@ class IteratorQuota : public IteratorFixture {
     ServantRef<TestIterator> madeForOther() {
         return ServantRef<TestIterator>::take(new TestIterator(ofOther_.in(), alive_));
     }
-    /// One that is open, called over a connection.
+    /// Open an iterator. Return a reference to it that is called over a connection.
     common::Common_I_var opened(const ServantRef<TestIterator>& iterator) {
         CORBA::Object_var reference;
         EXPECT_EQ(open(iterator, reference), 0ul);

@@ -1,4 +1,4 @@
-// Batches that are read while iterators are closed as the oldest, destroyed, and go with their
+// Batches are read while other calls close the oldest iterators, destroy iterators and end
 // sessions.
 
 #include <algorithm>
@@ -51,12 +51,12 @@ class IteratorRaces : public IteratorFixture {
 
     std::array<emsSession::EmsSession_I_var, kSessions> sessions_;
     std::shared_ptr<const int> lists_ =
-        std::make_shared<const int>(0);  ///< held by every list as well
+        std::make_shared<const int>(0);  ///< also held by every list
 
   private:
     const ModuleWorkers workers_;
 
-    /// In every request on a manager.
+    /// Create a list. Runs in every request on a manager.
     void give() {
         auto source = std::make_unique<NumberedNames>(kEntries);
         source->held = lists_;
@@ -71,7 +71,8 @@ class IteratorRaces : public IteratorFixture {
     }
 
     std::mutex mutex_;
-    std::array<common::Common_I_var, kSessions> managers_;  // guarded by mutex_, and so is the rest
+    // this and the following are guarded by mutex_
+    std::array<common::Common_I_var, kSessions> managers_;
     std::deque<std::shared_ptr<IteratorWalk>> given_;
     unsigned opened_ = 0;
 };

@@ -1,4 +1,4 @@
-// Iterators of many sessions, and what is left of them when the sessions have ended.
+// Iterators of many sessions, and what remains of them when the sessions have ended.
 
 #include <memory>
 #include <vector>
@@ -41,14 +41,14 @@ class IteratorsOfManySessions : public IteratorFixture {
         rest_ = NamingAttributesIterator_I::_nil();
         return opened;
     }
-    /// So many iterators are open, and no list of another is left.
+    /// True if `many` iterators are open and no list of any other iterator exists.
     bool areOpen(std::size_t many) const {
         return count() == many && static_cast<std::size_t>(lists_.use_count()) == many + 1;
     }
 
   private:
     std::shared_ptr<const int> lists_ =
-        std::make_shared<const int>(0);  ///< held by every list as well
+        std::make_shared<const int>(0);  ///< also held by every list
     NamingAttributesIterator_I_var rest_;
 };
 

@@ -1,4 +1,4 @@
-// Iterators as an NMS meets them.
+// Iterators as an NMS uses them.
 
 #include <gmock/gmock.h>
 
@@ -20,9 +20,9 @@ class TypedIteratorTest : public IteratorFixture {
     }
     struct Answer {
         std::vector<int> first;
-        NamingAttributesIterator_I_var rest;  ///< called over a connection; nil when there was none
+        NamingAttributesIterator_I_var rest;  ///< called over a connection; nil if there was none
     };
-    /// A list of so many, asked for over a connection.
+    /// Request a list of `count` entries over a connection.
     Answer list(CORBA::ULong count, CORBA::ULong howMany) {
         source_ = std::make_unique<NumberedNames>(count);
         return list(howMany);
@@ -37,7 +37,8 @@ class TypedIteratorTest : public IteratorFixture {
             answer.rest = agent_.overTheWire<NamingAttributesIterator_I>(rest_.in());
         return answer;
     }
-    /// What fails to read the next entry is traced and told to the NMS, and closes the iterator.
+    /// Expect that a failure to read the next entry is traced, reported to the NMS, and closes the
+    /// iterator.
     void expectOverAfter(std::function<void()> fail, const char* traced) {
         const TraceCapture trace;
         source_ = failingAt(6, fail);
@@ -137,7 +138,7 @@ TEST_F(TypedIteratorTest, TellsTheSameWhateverIsThrown) {
 
 class TypedIteratorAhead : public TypedIteratorTest {
   protected:
-    /// A list whose second batch a worker reads until the gate is opened.
+    /// Return a list whose second batch a worker is reading until the gate is opened.
     Answer readAheadToTheGate() {
         source_ = std::make_unique<NumberedNames>(10);
         source_->held = held_;

@@ -24,7 +24,7 @@ std::vector<std::string> rendered(const CosNotification::StructuredEvent& event)
     return lines;
 }
 
-/// The value of an entry; "none" without one.
+/// Return the value of an entry; "none" if it does not exist.
 std::string entry(const CosNotification::StructuredEvent& event, const std::string& name) {
     for (const std::string& line : rendered(event)) {
         if (line.rfind(name + "=", 0) == 0)

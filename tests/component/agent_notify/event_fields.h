@@ -9,7 +9,7 @@
 
 namespace NS_KELPCORBA::test {
 
-/// Appends a property and gives its value to fill.
+/// Append a property and return its value to be filled in.
 inline CORBA::Any& addField(CosNotification::StructuredEvent& event, const char* name) {
     CosNotification::PropertySeq& data = event.filterable_data;
     data.length(data.length() + 1);

@@ -1,4 +1,4 @@
-// The way of the agent's events to a consumer of the channel.
+// The path of the agent's events to a consumer of the channel.
 
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>
@@ -47,7 +47,7 @@ class EventWay : public testing::Test {
     }
     static NS_CORBA::SuppilerMgr& manager() { return *NS_CORBA::SuppilerMgr::Instance(); }
 
-    /// The running channel with a consumer that pulls.
+    /// Start the channel with a consumer that pulls.
     void start(const std::string& toml = "") {
         orb_.emplace(std::string(kelp::test::kFreePort) + "[notification]\nheartbeat_s = 0\n" +
                      toml);
@@ -64,7 +64,7 @@ class EventWay : public testing::Test {
         proxy_ = CosNotifyChannelAdmin::StructuredProxyPullSupplier::_narrow(supplier.in());
         proxy_->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
     }
-    /// The next event; fails the test when none comes.
+    /// Return the next event. Fail the test if none arrives.
     StructuredEvent next() {
         StructuredEvent event;
         EXPECT_TRUE(waitUntil([&] {

@@ -31,7 +31,7 @@ class Heartbeat : public testing::Test {
         const CORBA::TypeCode_var body = event.remainder_of_body.type();
         EXPECT_EQ(body->kind(), CORBA::tk_null);
     }
-    /// The field at this place, which has this name and type.
+    /// Return the field at this position. It must have this name and type.
     static const CORBA::Any& field(const CosNotification::StructuredEvent& event, CORBA::ULong at,
                                    const char* name, CORBA::TypeCode_ptr type) {
         const CosNotification::Property& property = event.filterable_data[at];

@@ -1,4 +1,4 @@
-// Callers from networks that may not call.
+// Callers from networks that are not allowed.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 using namespace kelp::test;
 using NS_BUNDLEMGR1::ConfigStore;
 
-/// The agent's configuration with other networks.
+/// Configure the agent with these allowed networks.
 void allow(const std::string& networks) {
     EXPECT_TRUE(ConfigStore::instance()
                     .loadText("[access]\nrequests_per_second_before_login = 0\nallowed_oss = [" +
@@ -22,8 +22,8 @@ void allow(const std::string& networks) {
                     .empty());
 }
 
-/// Every operation that an NMS has, each over a connection; how many were refused with
-/// NO_PERMISSION.
+/// Calls every operation that an NMS can call, each over a connection. Counts how many are refused
+/// with NO_PERMISSION.
 class EveryOperation {
   public:
     explicit EveryOperation(RunningAgent& agent)
@@ -32,7 +32,7 @@ class EveryOperation {
           own_(agent.logIn(agent.nms(1))),
           session_(agent.overTheWire<emsSession::EmsSession_I>(own_.in())),
           manager_(agent.remoteManager(own_.in())) {
-        // connects while it may
+        // connect while this is still allowed
         const CORBA::String_var version = factory_->getVersion();
     }
 
@@ -59,7 +59,7 @@ class EveryOperation {
         });
         call([&] { const session::Session_I_var associated = session_->associatedSession(); });
         call([&] { (void)session_->_non_existent(); });
-        // a type that the client cannot tell by itself
+        // ask for a type that the client cannot check locally
         call([&] { (void)session_->_is_a("IDL:example.org/Another:1.0"); });
         call([&] {
             common::CapabilityList_T_var capabilities;
@@ -81,7 +81,7 @@ class EveryOperation {
             EXPECT_EQ(refusal.completed(), CORBA::COMPLETED_NO);
             ++count_;
         } catch (const CORBA::Exception&) {
-            // let through, whatever came of it
+            // the call passed the admission check, even if it failed later
         }
     }
 
@@ -102,7 +102,7 @@ TEST(Admission, RefusesEveryOperationFromElsewhere) {
     EXPECT_TRUE(trace.contains(
         "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:127.0.0.1"));
     EXPECT_EQ(agent.liveLogins(agent.nms(2)), 0u);
-    // oneway: nothing comes back, and nothing is done
+    // oneway: the caller gets no answer, and the call has no effect
     operations.session()->endSession();
     EXPECT_THROW(operations.session()->ping(), CORBA::NO_PERMISSION);
     EXPECT_EQ(agent.liveLogins(agent.nms(1)), 1u);
@@ -130,7 +130,7 @@ TEST(Admission, StopsCleanlyAfterThousandsOfRefusals) {
                 try {
                     const CORBA::String_var version = factory->getVersion();
                 } catch (const CORBA::SystemException&) {
-                    ++refused;  // the call, or the connection already
+                    ++refused;  // the call is refused, or the connection is
                 }
             }
         });
@@ -160,13 +160,13 @@ TEST(Admission, LeavesTheOperationsOfAllowedCallersInTheOperationLog) {
     const auto records = logs.operations();
     std::vector<std::string> told;
     for (const kelp::oplog::LogEntry& each : records) {
-        // calls of the EMS to the NMS, which lives in this process too
+        // skip the EMS's calls to the NMS, which lives in this process as well
         if (each.objectKind.empty())
             continue;
         told.push_back(each.operation + " " + each.objectKind + " " + each.object + " " +
                        each.user + " " + each.nmsAddress + " " + each.outcome);
     }
-    // what is called without a log-in from the caller's address is written by a thread of its own
+    // records of calls from addresses without a log-in are written by a separate thread
     std::sort(told.begin(), told.end());
     const std::vector<std::string> all = {"endSession session " + of,
                                           "getCapabilities manager EMS" + of,

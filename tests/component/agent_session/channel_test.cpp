@@ -1,4 +1,4 @@
-// Who may use the event channel: the addresses that log-ins came from, as long as these last.
+// Who may use the event channel: callers at addresses with a current log-in.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ using namespace CosNotifyChannelAdmin;
 
 class ChannelOfSessions : public testing::Test {
   protected:
-    /// An agent that pings nobody.
+    /// Start an agent that sends no pings.
     void start(int pingIntervalS = 1, const AgentOptions& options = {}) {
         agent_ =
             std::make_unique<RunningAgent>(options.with(0, false).withRoundsEvery(pingIntervalS));
@@ -30,14 +30,14 @@ class ChannelOfSessions : public testing::Test {
         agent_.reset();
     }
 
-    /// The same object, called from the address behind that relay.
+    /// Return the same object, called from the address of that relay.
     template <class I>
     typename I::_var_type over(int relay, CORBA::Object_ptr own) const {
         const CORBA::Object_var remote = referenceOverTheWire(
             agent_->orb(), own, "127.0.0.1", relays_[static_cast<std::size_t>(relay)]->port());
         return typename I::_var_type(I::_unchecked_narrow(remote.in()));
     }
-    /// The NMS, always with the same session object, logs in from there.
+    /// Log the NMS in from the relay's address, always with the same session object.
     emsSession::EmsSession_I_var logIn(int relay, unsigned nms = 1) {
         const emsSessionFactory::EmsSessionFactory_I_var own =
             NS_KELPCORBA::CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
@@ -111,7 +111,7 @@ TEST_F(ChannelOfSessions, StaysWithAnNmsThatLogsInAgainWithinAPingInterval) {
     start(3);
     emsSession::EmsSession_I_var session = logIn(0);
     obtain(0);
-    emsSession::EmsSession_I_var other = logIn(1);  // replaces the first one
+    emsSession::EmsSession_I_var other = logIn(1);  // this session replaces the first one
     EXPECT_FALSE(mayUse(0));
     obtain(1);
     session = logIn(0);

@@ -1,4 +1,4 @@
-// The checks of one round run at the same time: NMS that hang cost the others nothing.
+// The checks of one round run concurrently: NMS that hang do not delay the others.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 constexpr const char* kFailedPing =
     "[SessionSource::check_valid] Exception raised during PING operation,user<admin>,ip<";
 
-/// NMS that take connections and answer nothing.
+/// NMS that accept connections but never answer.
 class DeafNms {
   public:
     void logIn(RunningAgent& agent) {
@@ -46,7 +46,7 @@ TEST(ConcurrentRound, OfAHundredNmsOfWhich40HangServesTheOthers) {
     constexpr unsigned kDeaf = 40;
     DeafNms deaf;
     RunningAgent agent(AgentOptions{.pingIntervalS = 2, .callTimeoutS = 1});
-    // the worst order: those that hang come first
+    // the worst order: the NMS that hang come first
     for (unsigned i = 0; i < kDeaf; ++i)
         deaf.logIn(agent);
     for (unsigned i = 1; i <= kLiving; ++i)
@@ -58,7 +58,7 @@ TEST(ConcurrentRound, OfAHundredNmsOfWhich40HangServesTheOthers) {
         }
         return true;
     };
-    // one after the other a round would take 40 s, and five of them more than three minutes
+    // sequential checks would take 40 s a round, and more than three minutes for five rounds
     EXPECT_TRUE(
         waitUntil([&] { return everyLiving([](auto& nms) { return nms.pings >= 3; }); }, 60s));
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
@@ -80,7 +80,7 @@ TEST(ConcurrentRound, EndsAnNmsThatHangsAfterItsFifthRound) {
 TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
     Gate gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
-    // before the first ping may come
+    // set before the first ping may arrive
     agent.nms(1)->onPing = [&] { gate.pass(); };
     const TraceCapture trace;
     for (unsigned i = 1; i <= 6; ++i) {
@@ -88,7 +88,7 @@ TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
         agent.logIn(agent.nms(i));
     }
     ASSERT_TRUE(gate.isReached());
-    // all others have been called although the first one has not answered
+    // all others have been called although the first NMS has not answered
     EXPECT_TRUE(waitUntil([&] { return agent.nms(6)->pings >= 1 && agent.nms(2)->pings >= 1; }));
     EXPECT_EQ(trace.count(kFailedPing), 0u) << "what follows a check waits for those before it";
     gate.open();
@@ -143,7 +143,7 @@ TEST(ConcurrentRound, IsLimitedInItsThreads) {
 
 // -- calls as signs of life
 
-/// An NMS whose callback object is not there.
+/// An NMS whose callback object does not exist, so every ping is refused.
 class CallIsLife : public testing::Test {
   protected:
     void start(const std::string& sessionLines) {
@@ -153,7 +153,8 @@ class CallIsLife : public testing::Test {
         session_ = agent_->logIn(agent_->nms());
         remote_ = agent_->overTheWire<emsSession::EmsSession_I>(session_.in());
     }
-    /// Calls until this number of pings has been refused, or the session has ended.
+    /// Make calls until this number of pings has been refused or the session has ended. True if the
+    /// session still exists.
     template <class Call>
     bool survives(int pings, Call call) {
         bool hasEnded = false;

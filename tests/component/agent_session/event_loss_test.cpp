@@ -1,4 +1,4 @@
-// Event loss, told to every NMS by the ping rounds.
+// Event loss, which the ping rounds report to every NMS.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -106,7 +106,7 @@ TEST(EventLoss, IsNotToldToAnNmsThatIsWaitedForSilently) {
         session->source()->check_valid(true, "", "", true);
     ASSERT_TRUE(waitUntil([&] { return session->waitingThread() != 0; }));
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
-    // a session that is over is erased by a round, which has then been at this one as well
+    // a round that erases an ended session has also checked this one
     for (int round = 0; round < 2; ++round) {
         agent.logIn(agent.nms(2))->endSession();
         ASSERT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }));

@@ -1,4 +1,4 @@
-// The stop: every NMS is told, nobody is waited for longer than he deserves.
+// The stop: every NMS is notified, and the wait for each of them is bounded.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ nmsSession::NmsSession_I_var nmsAt(const RunningAgent& agent, const std::string&
     return nmsSession::NmsSession_I_var(nmsSession::NmsSession_I::_unchecked_narrow(object.in()));
 }
 
-/// Several users of one NMS.
+/// Log in several users of one NMS.
 void logInUsers(RunningAgent& agent, nmsSession::NmsSession_I_ptr nms, int users) {
     for (int i = 0; i < users; ++i) {
         agent.addUser("user" + std::to_string(i));
@@ -83,7 +83,7 @@ TEST(ExitThread, EndsSessionsInEveryState) {
     for (unsigned i = 1; i <= states.size(); ++i) {
         SCOPED_TRACE(states[i - 1]);
         EXPECT_EQ(agent.liveLogins(agent.nms(i)), 0u);
-        // Invalid is final: it is not told
+        // Invalid is final: such an NMS is not notified
         const bool told = states[i - 1] != Invalid;
         EXPECT_EQ(sessions[i - 1]->source()->get_state(), told ? EmsExiting : Invalid);
         if (told) {
@@ -98,7 +98,7 @@ TEST(ExitThread, DoesNotLogASessionOutTwiceThatIsOverAlready) {
     RunningAgent agent;
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     session->endSession();
-    // as a log-in of the same NMS does that came in at the last moment
+    // simulate a log-in of the same NMS at the last moment
     NS_CORBA::CorbaSecurityMgr::Instance()->Login(agent.nms().hostInfo(), "admin", "secret");
     agent.requestExit();
     agent.endSessions();
@@ -115,7 +115,8 @@ TEST(ExitThread, CutsThePingThreadsSleepShort) {
 }
 
 TEST(ExitThread, DoesNotWaitSilentlyForADeadNms) {
-    // six failed pings, in silent mode: the NMS would be waited for
+    // after six failed pings the session is in silent mode, in which the agent normally waits for
+    // the NMS
     RunningAgent agent(AgentOptions{
         .releaseStrategy = 2, .pingMode = true, .pingIntervalS = 86400, .silentTimeS = 86400});
     agent.nms()->answer = NmsServant::Answer::Refuse;
@@ -183,7 +184,7 @@ TEST(ExitThread, TellsManyNmsThatCannotBeReachedAtTheSameTime) {
 
 TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {
     const FullBacklogListener unreachable;
-    // one NMS at a time, so that there are too many for the time
+    // one NMS at a time, so that the time does not suffice for all
     RunningAgent agent(AgentOptions().withSession("ping_threads = 1\n"));
     const nmsSession::NmsSession_I_var nms = nmsAt(agent, unreachable.corbaloc());
     logInUsers(agent, nms.in(), 18);

@@ -1,4 +1,4 @@
-// What every request passes: thread context, and the sign of life under release strategy 2.
+// What happens in every request: thread context, and the sign of life under release strategy 2.
 
 #include <gtest/gtest.h>
 #include <kelp/corbabase/ref_count.h>
@@ -15,21 +15,21 @@ namespace {
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-/// Sees the signals that a session gets from here on, beside its waiting thread.
+/// Observes the signals that a session receives from here on, in addition to its waiting thread.
 class Signals {
   public:
     explicit Signals(ServantRef<EmsSession_IImpl> session) : session_(std::move(session)) {
         came();
     }
 
-    /// With a thread that waits for a sign of life of the session until the session or the agent
-    /// ends.
+    /// Start a thread that waits for a sign of life of the session until the session or the agent
+    /// ends, and observe the signals.
     static Signals whileWaiting(ServantRef<EmsSession_IImpl> session) {
         EXPECT_TRUE(SessionMgr::Instance()->SpawnWaiting(session.get(), theWaiting));
         return Signals(std::move(session));
     }
 
-    /// True when a signal came since the last question.
+    /// True if a signal arrived since the last query.
     bool came() {
         const WaitEnd end = session_->wakePoint().wait(
             0, seen_, [] { return true; }, [] { return false; });

@@ -1,4 +1,4 @@
-// Log-ins that meet the stop.
+// Log-ins during the stop.
 
 #include <gtest/gtest.h>
 #include <kelp/util/stopping.h>
@@ -17,7 +17,7 @@ namespace {
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-/// The process as it stops, for the length of a scope.
+/// Puts the process into its stop for the length of a scope.
 class Stopping {
   public:
     Stopping() { kelp::util::beginStop(); }
@@ -44,7 +44,7 @@ TEST(LateLogIn, IsRefusedOnceNobodyCouldTellItOfItsEnd) {
 TEST(LateLogIn, IsToldItsEndWhenItIsListedDuringTheStop) {
     Gate gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
-    // the stop waits for this one's ping while the other logs in
+    // the stop waits for the ping of NMS 1 while NMS 2 logs in
     agent.nms(1)->onPing = [&] { gate.pass(); };
     agent.logIn(agent.nms(1));
     ASSERT_TRUE(gate.isReached());
@@ -69,7 +69,7 @@ TEST(LateLogIn, ThatWaitsForANameIsGivenUpWhenTheStopBegins) {
             common::CapabilityList_T_var list;
             manager->getCapabilities(list.out());
         } catch (const CORBA::Exception&) {
-            // its session has ended
+            // the session has ended
         }
     });
     ASSERT_TRUE(gate.isReached());

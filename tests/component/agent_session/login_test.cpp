@@ -1,4 +1,4 @@
-// Logging in: what is refused, what replaces what, and what a log-in leaves behind.
+// Logging in: refusals, replaced sessions, and clean-up.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -85,7 +85,7 @@ TEST(LogIn, TellsANullInputAsInvalidOverAConnection) {
 TEST(LogIn, RefusesAReferenceWithoutAnAddress) {
     RunningAgent agent;
     const TraceCapture trace;
-    // an object id of a foreign ORB whose only profile is of a kind that nobody knows
+    // a reference of a foreign ORB whose only profile is of an unknown kind
     const CORBA::Object_var object = kelp::orb::toReference(
         agent.orb(), "IOR:01000000010000000000000001000000785634120400000001020304");
     const nmsSession::NmsSession_I_var nms =
@@ -174,7 +174,7 @@ TEST(LogIn, OfAnotherUserFromTheSameNmsIsASessionOfItsOwn) {
 
 TEST(LogIn, EndsASessionWhoseObjectCannotBeMade) {
     RunningAgent agent;
-    // the POA that the session's object is to live in goes just before the object is made
+    // destroy the session object's POA just before the object is created
     const TraceTrigger trigger("[SessionMgr::add_emsSession] Add new session successfully!", [&] {
         const PortableServer::POA_var top = agent.listed(agent.nms())->source()->get_POA();
         const PortableServer::POA_var child = top->find_POA("session", false);
@@ -214,7 +214,7 @@ TEST(LogIn, GivesItsReferenceCountsToListAndPoa) {
 TEST(LogIn, UndoesEverythingWhenTheAdaptersCannotBeMade) {
     RunningAgent agent;
     const std::string name = sessionNameText("admin", agent.nms().hostInfo());
-    // another session has the POA's name by the time this one wants it
+    // another session claims the POA's name before this one does
     const SessionSource* const other = nullptr;
     const TraceTrigger trigger("ref_count!", [&] { TopPoaNames::claim(name, other); });
     const TraceCapture trace;

@@ -1,4 +1,4 @@
-// One log-out for one log-in, whichever ways a session ends and in whatever order.
+// Each log-in has exactly one log-out, in whichever ways and order a session ends.
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ void endByUserState(EmsSession_IImpl& session) {
     BaseSSHandler().DoWork(119, &data);
 }
 
-/// The ping round's check of a session in that state.
+/// Let a ping round check a session in that state.
 void endByCheck(EmsSession_IImpl& session, SessionState state) {
     session.source()->set_state(state);
     EXPECT_EQ(session.source()->check_valid(true, "", "", false), -1);
@@ -52,7 +52,7 @@ const std::vector<End>& ends() {
              try {
                  top->destroy(true, false);
              } catch (const CORBA::SystemException&) {
-                 // dead before
+                 // it was already destroyed
              }
              session.endSession();
          }},
@@ -70,7 +70,7 @@ TEST(LogOut, ComesOnceUnderEveryPairOfEnds) {
             const auto session = agent.listed(agent.nms());
             first.apply(*session);
             EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
-            // a log-in of somebody else under the same name: a second log-out would hit it
+            // another log-in under the same name: a second log-out would end it
             NS_CORBA::CorbaSecurityMgr::Instance()->Login(agent.nms().hostInfo(), "admin",
                                                           "secret");
             second.apply(*session);

@@ -1,4 +1,4 @@
-// The ping thread's rounds over all sessions, with release strategies that wait for nobody.
+// The ping thread's rounds over all sessions, with release strategies without a silent period.
 
 #include <gtest/gtest.h>
 
@@ -83,7 +83,7 @@ TEST(PingRound, MakesNoPingWithoutPingMode) {
     agent.logIn(agent.nms(1));
     const emsSession::EmsSession_I_var over = agent.logIn(agent.nms(2));
     over->endSession();
-    // the round that erases the second session has been at the first one
+    // the round that erases the second session has also checked the first one
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }));
     EXPECT_EQ(agent.nms(1)->pings, 0);
 }
@@ -106,7 +106,7 @@ TEST(PingRound, HoldsNobodyUpWhileAnNmsHangs) {
     const emsSession::EmsSession_I_var hung = agent.logIn(agent.nms(1));
     ASSERT_TRUE(gate.isReached());
 
-    // the hung NMS's own calls, other NMS, log-ins and log-outs: none waits for the ping
+    // none of these waits for the ping: the hung NMS's own calls, other NMS, log-ins and log-outs
     const common::Common_I_var manager = agent.remoteManager(hung.in());
     common::CapabilityList_T_var capabilities;
     manager->getCapabilities(capabilities.out());
@@ -123,7 +123,7 @@ TEST(PingRound, LeavesASessionThatIsReusedWhileItIsCheckedInTheList) {
     const auto session = agent.listed(agent.nms());
     session->source()->set_state(Ended);
     ASSERT_EQ(session->source()->check_valid(true, "", "", false), -1);
-    // back to Normal between the check and the erasing
+    // the state returns to Normal between the check and the erasure
     session->source()->set_nms_session(agent.nms().reference());
     EXPECT_EQ(agent.sessions().EraseSessions({session.get()}), 0);
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);

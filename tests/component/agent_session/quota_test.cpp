@@ -1,5 +1,5 @@
-// How many sessions an account and an address may have, how often an address without a log-in may
-// call, and how long a name and a password may be; over real connections from several addresses.
+// Limits for sessions of an account and of an address, for calls from an address without a log-in,
+// and for the length of names and passwords. Calls go over real connections from several addresses.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ using NS_CORBA::kOverlongLogIn;
 using NS_CORBA::kTooManyAccountSessions;
 using NS_CORBA::kTooManyAddressSessions;
 
-/// A way for calls from an address.
+/// Makes calls from an address.
 class CallsFrom {
   public:
     CallsFrom(RunningAgent& agent, const std::string& source)
@@ -36,7 +36,7 @@ class CallsFrom {
         return emsSessionFactory::EmsSessionFactory_I_var(
             emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(remote.in()));
     }
-    /// The code that refuses the log-in of an NMS; 0 for one that has succeeded.
+    /// Log an NMS in. Return the error code, or 0 on success.
     unsigned long logIn(unsigned nms, const std::string& user = RunningAgent::kUser,
                         const std::string& password = RunningAgent::kPassword) {
         const emsSessionFactory::EmsSessionFactory_I_var remote = factory();
@@ -49,7 +49,7 @@ class CallsFrom {
     void logOut(unsigned nms, const std::string& user = RunningAgent::kUser) const {
         RunningAgent::listed(agent_.nms(nms), user)->endSession();
     }
-    /// How many of the calls are refused as too many.
+    /// Return how many of these calls are refused because of the rate.
     int refusedOf(int calls) const {
         const emsSessionFactory::EmsSessionFactory_I_var remote = factory();
         int refused = 0;

@@ -1,5 +1,5 @@
-// Everything that touches sessions at once, for a bounded time. What counts is that nothing is
-// lost, hangs or races; run it under the thread sanitizer.
+// All operations on sessions run concurrently for a limited time. Nothing may be lost, hang or
+// race. Run it under the thread sanitizer.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ constexpr unsigned kNms = 6;
 
 class Races : public testing::TestWithParam<AgentOptions> {
   protected:
-    /// Runs the body again and again on a thread of its own until the time is up.
+    /// Run the body repeatedly on a separate thread until the time is up.
     void start(std::function<void(unsigned round)> body) {
         threads_.emplace_back([this, body = std::move(body)] {
             kelp::orb::setThreadTimeout(30s);
@@ -28,7 +28,7 @@ class Races : public testing::TestWithParam<AgentOptions> {
                 try {
                     body(round);
                 } catch (const CORBA::Exception&) {
-                    // refused, or the session has ended meanwhile
+                    // the call was refused, or the session has ended meanwhile
                 }
             }
         });
@@ -88,7 +88,7 @@ TEST_P(Races, LoseNoSessionAndNoLogIn) {
     EXPECT_TRUE(agent.waitingThreadsLeave());
     agent.endSessions();
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
-    // a session may still be on its way out through the light event
+    // the light event may still be ending a session
     NS_BUNDLEMGR1::LightEventMgr::Instance()->Stop();
     for (unsigned i = 1; i <= kNms; ++i)
         EXPECT_EQ(agent.liveLogins(agent.nms(i)), 0u) << i;

@@ -1,5 +1,5 @@
-// References that cannot be guessed: what somebody reaches who knows everything about a session but
-// the secret in its references.
+// References that cannot be guessed: what a caller reaches who knows everything about a session
+// except the secret in its references.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ class References : public testing::Test {
         EXPECT_TRUE(kelp::orb::describe(agent_.orb(), object, content));
         return content.objectKey;
     }
-    /// The object that a key leads to, called over a connection.
+    /// Return the object with this key, called over a connection.
     common::Common_I_var manager(const std::string& key) const {
         return common::Common_I_var(common::Common_I::_unchecked_narrow(object(key).in()));
     }
@@ -52,7 +52,7 @@ class References : public testing::Test {
         owner->getManager("EMS", made.out());
         return keyOf(made.in());
     }
-    /// The key of an iterator that is open in this NMS's session.
+    /// Open an iterator in this NMS's session. Return its key.
     std::string keyOfIterator(const TestNms& nms) {
         const PortableServer::POA_var top = agent_.listed(nms)->source()->get_POA();
         const PortableServer::POA_var poa = top->find_POA("iterator", false);
@@ -63,7 +63,7 @@ class References : public testing::Test {
     }
 
     std::atomic<int> alive_{0};
-    // who guesses is to be stopped by what he does not know, not by how often he may ask
+    // the missing secret must stop a guesser, not the limit of locate requests
     RunningAgent agent_{AgentOptions{.accessLines = "locate_requests_before_login = 1000000\n"}};
 
   private:
@@ -126,7 +126,7 @@ TEST_F(References, OfASessionThatIsOverAreOfNoUseInTheNextOfItsName) {
     const std::string session2 = keyOf(after.in());
     const std::string manager2 = keyOfManager(after.in());
     ASSERT_EQ(session1.size(), session2.size());
-    // as if the POA's own part could be guessed
+    // the new key with the old token, as if the POA's part of the key could be guessed
     const auto withTokenOf = [](std::string key, const std::string& old) {
         return key.replace(key.size() - kTokenOctets, kTokenOctets, old, old.size() - kTokenOctets);
     };
@@ -163,7 +163,7 @@ TEST_F(References, AreNotFoundByAskingForManyOfThem) {
     RawLocator locator(agent_.port());
     for (const std::string& key : {good, manager, iterator})
         EXPECT_EQ(locator.locate(key), LocateStatus::ObjectHere);
-    // all but the token is known; one's own references have the rest of it
+    // everything but the token is known, because it also occurs in the caller's own references
     std::vector<std::string> guesses;
     for (const std::string& key : {good, manager, iterator}) {
         const std::string known = key.substr(0, key.size() - kTokenOctets);
@@ -195,12 +195,12 @@ TEST_F(References, AreNotToldOfByTheOperationLog) {
     const std::string manager = keyOfManager(own.in());
     const std::string bare = manager.substr(0, manager.size() - kTokenOctets);
     EXPECT_TRUE(isServed(manager));
-    // a guess, and the whole secret with something behind it
+    // a guess, and the complete secret with additional octets
     EXPECT_FALSE(isServed(bare + std::string(kTokenOctets, 'x')));
     EXPECT_FALSE(isServed(bare));
     EXPECT_FALSE(isServed(manager + std::string(kTokenOctets, 'x')));
     EXPECT_THROW(session(good.substr(0, good.size() - 1) + "x")->ping(), CORBA::OBJECT_NOT_EXIST);
-    // a request that knows the secret, for what there is not
+    // a request with the right secret for an object that does not exist
     EXPECT_FALSE(isServed(bare.substr(0, bare.size() - 3) + "other" + manager.substr(bare.size())));
 
     const std::vector<LogEntry> records = logs.operations();

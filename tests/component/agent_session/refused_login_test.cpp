@@ -1,4 +1,4 @@
-// A refused log-in changes nothing: the session of the NMS that it names goes on as before.
+// A refused log-in changes nothing: the existing session of the NMS named in it continues.
 
 #include <gtest/gtest.h>
 #include <kelp/agent/error_translation.h>
@@ -17,7 +17,7 @@ namespace {
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-/// The code that refuses a log-in with the reference of `nms` by somebody at 127.0.0.2; 0 for none.
+/// Log in from 127.0.0.2 with the reference of `nms`. Return the error code, or 0 on success.
 unsigned long logInFromElsewhere(RunningAgent& agent, const TestNms& nms, const std::string& user,
                                  const std::string& password) {
     const TcpRelay relay(agent.port(), "127.0.0.2");
@@ -43,7 +43,7 @@ class RefusedLogin : public testing::TestWithParam<AgentOptions> {
         session_ = agent_.overTheWire<emsSession::EmsSession_I>(agent_.logIn(agent_.nms()).in());
         agent_.sessions().PinSessions().swap(before_);
     }
-    /// The victim's session is the one from before, and serves its NMS.
+    /// Expect that the victim still has the same session and that it works.
     void expectUntouched() {
         const auto now = agent_.sessions().PinSessions();
         ASSERT_EQ(now.size(), before_.size());

@@ -1,4 +1,4 @@
-// Whose request is in hand: what other modules ask the session manager.
+// The current request's session, as the session manager reports it to other modules.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-/// What the session manager answers while a request runs.
+/// The session manager's answers during a request.
 struct Seen {
     std::string name;
     int userId = 0;

@@ -12,7 +12,7 @@ namespace {
 using namespace kelp::test;
 using namespace NS_KELPCORBA;
 
-/// Destroys the POA that the session's own object lives in; the tree's top stays.
+/// Destroy the POA of the session's own object. The top POA stays.
 void destroySessionPoa(const SessionSource& source) {
     const PortableServer::POA_var top = source.get_POA();
     const PortableServer::POA_var child = top->find_POA("session", false);
@@ -28,7 +28,7 @@ TEST(Reuse, GivesTheLiveSessionBack) {
     EXPECT_FALSE(trace.contains("IP Adress and Port conflict"));
     second->ping();
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);
-    // checked, not logged in a second time
+    // the password was checked, but there is no second log-in
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
 }
 

@@ -59,7 +59,7 @@ TEST_F(SameName, WaitsForTheOldSessionsCallWhileOthersLogIn) {
         again = agent_->logIn(agent_->nms());
         done = true;
     });
-    // the old session is over, and nobody is logged in: the log-in waits before it logs in
+    // the old session is over and nobody is logged in: the new log-in waits before it is counted
     ASSERT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
     EXPECT_TRUE(waitUntil([&] { return agent_->liveLogins(agent_->nms()) == 0; }));
 
@@ -128,12 +128,12 @@ TEST_F(SameName, IsTestedAnewAgainstTheReuseRule) {
     gate_.open();
     first.join();
     second.join();
-    // whoever came second found the first one's session
+    // the later log-in found the session of the earlier one
     EXPECT_TRUE(one->_is_equivalent(other.in()));
     EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
 }
 
-/// What may happen to an account while a log-in waits.
+/// Changes to an account while a log-in waits.
 struct Change {
     const char* name;
     void (*apply)(NS_CORBA::UserDatabase&);
@@ -151,7 +151,7 @@ TEST_P(SameNameOfAChangedAccount, IsRefusedAfterTheWait) {
     std::atomic<unsigned long> refusal{0};
     std::thread waiting([&] { refusal = refusalOf([&] { agent_->logIn(agent_->nms()); }); });
     ASSERT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
-    // one log-in at a time: as soon as this one is through, the other one waits
+    // log-ins take turns: when this one is done, the other one is waiting
     agent_->addUser("second");
     agent_->logIn(agent_->nms(2), "second");
     {

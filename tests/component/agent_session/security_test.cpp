@@ -1,5 +1,5 @@
-// Who gets in from where, over real connections from several addresses, and whose session ends when
-// its account does.
+// Who may log in from where, over real connections from several addresses, and whose session ends
+// with its account.
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
@@ -25,20 +25,21 @@ std::int64_t nowUtc() {
         .count();
 }
 
-/// What the operator does to the user "admin", as kelpctl does it: with a connection of its own.
+/// Change the user "admin" as the operator does with kelpctl: through a separate database
+/// connection.
 template <class Change>
 void operatorDoes(Change change) {
     UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
     change(database);
 }
 
-/// A way for calls from that address.
+/// Makes calls from an address.
 class Way {
   public:
     Way(RunningAgent& agent, const std::string& source)
         : agent_(agent), relay_(agent.port(), source) {}
 
-    /// The code that refuses a log-in over it; 0 for a log-in, which is ended again.
+    /// Log in and end the session again. Return the error code, or 0 on success.
     unsigned long logIn(const std::string& user, const std::string& password) {
         const emsSessionFactory::EmsSessionFactory_I_var own =
             NS_KELPCORBA::CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
@@ -68,7 +69,7 @@ TEST(LoginSecurity, ALockOutHoldsAtTheConnectionsAddressWhateverTheNmsReferenceS
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(bad.logInWrong(), kWrongPassword);
     EXPECT_EQ(bad.logInRight(), kUserLockedOut);
-    // the same NMS reference comes with both
+    // both log-ins name the same NMS reference
     EXPECT_EQ(good.logInRight(), 0u);
     EXPECT_EQ(bad.logInRight(), kUserLockedOut);
 }
@@ -110,7 +111,7 @@ TEST(LoginSecurity, TheOperatorTakesALockOutBack) {
     for (int i = 0; i < 5; ++i)
         way.logInWrong();
     EXPECT_EQ(way.logInRight(), kUserLockedOut);
-    // not before the agent has seen the account as it is
+    // repeated until the agent has noticed that the account is unlocked
     EXPECT_TRUE(waitUntil([&] {
         operatorDoes([](UserDatabase& database) { database.unlock("admin"); });
         return way.logInRight() == 0;
@@ -193,7 +194,7 @@ TEST(LoginSecurity, NoPasswordIsTraced) {
 
 // -- accounts that end while their users are logged in
 
-/// Something that ends an account for those who are logged in.
+/// A change that ends an account while its user is logged in.
 struct AccountEnd {
     std::string name;
     std::function<void(UserDatabase&)> apply;
@@ -210,7 +211,7 @@ TEST_P(AccountEnds, EndsEachSessionOfTheUserWithinASecondAndNobodyElses) {
     RunningAgent agent;
     agent.addUser("second");
     const emsSession::EmsSession_I_var bystander = agent.logIn(agent.nms(), "second");
-    // the best of a few rounds: other tests keep the processors busy
+    // the best of a few rounds counts, because other tests keep the processors busy
     std::chrono::milliseconds best = std::chrono::hours(1);
     for (int round = 0; round < 5 && best > std::chrono::seconds(1); ++round) {
         const emsSession::EmsSession_I_var one = agent.logIn(agent.nms(1));
@@ -275,7 +276,7 @@ TEST(LoginSecurity, NetworksAndUnlocksLeaveSessionsAlone) {
         database.setExpiry("admin", nowUtc() + 3600);
         database.remove("second");
     });
-    // what comes after it has been seen, so it has been seen, too
+    // the agent has seen the last of the changes, so it has seen all of them
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { other->ping(); }); }));
     session->ping();
 }
@@ -312,7 +313,7 @@ TEST(LoginSecurity, ADatabaseThatCannotBeReadEndsNoSessionAndHealsByItself) {
     }
     EXPECT_EQ(way.logInRight(), 0u);
     session->ping();
-    // and changes are noticed again
+    // the agent notices changes again
     operatorDoes([](UserDatabase& database) { database.setEnabled("admin", false); });
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { session->ping(); }); }));
 }

@@ -15,7 +15,7 @@ using namespace NS_KELPCORBA;
 
 class Servants : public testing::Test {
   protected:
-    /// A servant with one reference, the test's.
+    /// Return a servant with a single reference, owned by the test.
     ServantRef<TestManager> make() {
         return ServantRef<TestManager>::take(new TestManager(alive_));
     }

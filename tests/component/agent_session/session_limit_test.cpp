@@ -1,4 +1,4 @@
-// Release strategy 1: more sessions than the limit mark the oldest as over.
+// Release strategy 1: above the session limit the oldest session is marked as ended.
 
 #include <gtest/gtest.h>
 #include <kelp/bundlemgr/config_store.h>

@@ -1,4 +1,4 @@
-// The session manager's registry of sessions, and its life.
+// The session manager's list of sessions, and its start and stop.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ using namespace kelp::test;
 using namespace NS_KELPCORBA;
 using CountedSession = NS_CORBA::RefCount_OneParameter<EmsSession_IImpl, SessionSource*>;
 
-/// The session manager with sessions that have no log-in behind them; no ping thread runs.
+/// The session manager with sessions that have no log-in. No ping thread runs.
 class SessionList : public testing::Test {
   protected:
     SessionList() : agent_(AgentOptions{.startsSessionMgr = false}) {}
@@ -23,7 +23,7 @@ class SessionList : public testing::Test {
             each->_remove_ref();
     }
 
-    /// A listed session, kept by the test as well.
+    /// List a session that the test also holds.
     EmsSession_IImpl* list(const std::string& hostInfo, const std::string& user) {
         made_.push_back(
             new CountedSession(SessionSource::create(hostInfo, user, agent_.nms().reference())));
@@ -191,7 +191,7 @@ TEST(SessionMgrLife, DoesNotStartWithANullFactory) {
     const TraceCapture trace;
     EXPECT_EQ(agent.startSessionMgr(), -1);
     EXPECT_TRUE(trace.contains("[SessionMgr::Init] MgrFactory object is null!"));
-    // entries come in the order of their names: EMS was made before
+    // factories are called in the order of their names, so EMS has already been created
     EXPECT_EQ(agent.managers().alive, 1);
     SessionMgr::Destroy();
     EXPECT_EQ(agent.managers().alive, 0) << "what was made before the failure is released";
@@ -219,7 +219,7 @@ TEST(SessionMgrLife, PostsItsEndWhenThePingThreadCannotBeStarted) {
     EXPECT_TRUE(trace.contains("Failed to activate SessionMgr::open,errCode is 1"));
     agent.requestExit();
     agent.sessions().ExitThread();
-    // the post of the failed activation and that of the ping thread: neither waits for ever
+    // both the failed activation and the ping thread post the end, so neither wait blocks forever
     agent.endSessions();
 }
 

@@ -17,7 +17,7 @@ using namespace kelp::test;
 using namespace NS_KELPCORBA;
 using CountedSession = NS_CORBA::RefCount_OneParameter<EmsSession_IImpl, SessionSource*>;
 
-/// A session servant over `source`, which it owns; not logged in and not listed.
+/// Return a session servant that owns `source`. It is neither logged in nor listed.
 ServantRef<EmsSession_IImpl> bareSession(SessionSource* source) {
     return ServantRef<EmsSession_IImpl>::take(new CountedSession(source));
 }
@@ -71,7 +71,7 @@ TEST(SessionObject, IsOverWhenTheNmsEndsIt) {
         manager->getCapabilities(list.out());
     }));
     EXPECT_EQ(agent.nms()->ends, 0) << "an NMS that ended its session is not told of the end";
-    // the ping thread takes it out of the list
+    // the ping thread removes it from the list
     EXPECT_EQ(agent.sessions().SessionCount(), 1u);
 }
 
@@ -270,7 +270,7 @@ TEST(SessionObject, GoesWithItsLastReference) {
 }
 
 TEST(SessionObject, ListsNothingWhenNoManagerWasEverEntered) {
-    // no agent: nothing was entered in this process
+    // there is no agent, and nothing was entered in this process
     const auto session = bareSession(nullptr);
     emsSession::EmsSession_I::managerNames_T_var names;
     session->getSupportedManagers(names.out());

@@ -1,4 +1,5 @@
-// References that cannot be lent: a session's objects are called from the address that logged in.
+// References that others cannot use: a session's objects may be called only from the address that
+// logged in.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,13 +17,13 @@ using namespace kelp::test;
 using namespace NS_KELPCORBA;
 using kelp::oplog::LogEntry;
 
-/// An address of this host that calls come from.
+/// A caller at an address of this host.
 class Caller {
   public:
     Caller(RunningAgent& agent, const std::string& address)
         : agent_(agent), relay_(agent.port(), address) {}
 
-    /// The object as this caller reaches it.
+    /// Return the object as this caller reaches it.
     template <class I>
     typename I::_var_type reach(CORBA::Object_ptr object) const {
         const CORBA::Object_var remote =

@@ -43,7 +43,7 @@ TEST(UserState, EndsTheSessionOfAnInvalidUser) {
                        ", UserName = admin> state change to Invalid, session will be end!\n"));
     EXPECT_TRUE(waitUntil([&] { return servant->source()->get_state() == Ended; }));
     EXPECT_TRUE(waitUntil([&] { return agent.liveLogins(agent.nms()) == 0; }));
-    // taken out of the list at once, and the list's reference dropped
+    // removed from the list at once, and the list's reference is released
     EXPECT_TRUE(waitUntil([&] { return servant->_refcount_value() == 1; }));
     EXPECT_EQ(agent.sessions().SessionCount(), 2u);
     sameHost->ping();
@@ -87,7 +87,7 @@ TEST(UserState, TellsWhenThereIsNoSuchSession) {
     session->ping();
 }
 
-/// A session whose end does what a test wants.
+/// A session whose end runs a function of the test.
 class OddSession : public EmsSession_IImpl {
   public:
     explicit OddSession(std::function<void()> onEnd)
@@ -125,7 +125,7 @@ TEST(UserState, IsNoLongerListenedToAfterTheStop) {
     agent.endSessions();
     const TraceCapture trace;
     LightEventMgr::Instance()->Raise(119, aboutUser("10.0.0.1:5000"));
-    // delivers what is queued
+    // deliver the queued events
     LightEventMgr::Instance()->Stop();
     EXPECT_FALSE(trace.contains("[BaseSSHandler::DoWork]"));
 }

@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 constexpr const char* kExitLine = "[SilentWaiting:] Detection Thread now Exit!!\n";
 constexpr int kForEver = 86400;
 
-/// Polls while calls go on; true when `condition` came true within the time.
+/// Poll while making calls. True if `condition` holds within the time.
 template <class Call, class Condition>
 bool comesTrueDuringCalls(std::chrono::milliseconds time, Call call, Condition condition) {
     const auto end = std::chrono::steady_clock::now() + time;
@@ -105,7 +105,7 @@ TEST_F(TheWaiting, DoesNotCountPingsOfTheNms) {
             try {
                 remote_->ping();
             } catch (const CORBA::SystemException&) {
-                // over
+                // the session is over
             }
         },
         [&] { return isOver(); }));
@@ -218,7 +218,7 @@ class SilentWaitingTest : public TheWaiting {
         return AgentOptions{
             .releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .silentTimeS = silentTimeS};
     }
-    /// The NMS answers no ping; four have failed.
+    /// Let the NMS refuse pings until four have failed.
     void loseNms() {
         agent_->nms()->answer = NmsServant::Answer::Refuse;
         while (session_->source()->get_ping_failures() < 4)
@@ -279,7 +279,7 @@ TEST_F(SilentWaitingTest, EndsWhenThePingsAreAnsweredAgain) {
 
 TEST_F(SilentWaitingTest, BeginsAnewWithEveryCallOfTheNms) {
     startAndLoseNms(withPings(3));
-    // no request: what the session itself signals
+    // not through requests: only the session's own signals count here
     EXPECT_FALSE(comesTrueDuringCalls(
         4s,
         [&] {
@@ -295,7 +295,7 @@ TEST_F(SilentWaitingTest, BeginsAnewWithEveryCallOfTheNms) {
         },
         [&] { return isOver(); }));
     EXPECT_EQ(session_->source()->get_state(), SilentWaiting);
-    // "an NMS that calls getManager during the silent period keeps its session"
+    // an NMS that calls getManager during the silent period keeps its session
     const TraceCapture trace;
     agent_->nms()->answer = NmsServant::Answer::Normally;
     EXPECT_TRUE(trace.waitFor("Ping OSS succeeded"));
@@ -311,7 +311,7 @@ TEST_F(SilentWaitingTest, EndsWhenTheNmsLogsInAgainAndReusesItsSession) {
     EXPECT_FALSE(session_->source()->get_silent_waiting()) << "the thread clears its own flag";
     EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
 
-    // the NMS is still deaf: a new silence gets a new thread
+    // the NMS still answers no ping: a new silence gets a new thread
     EXPECT_TRUE(waitUntil([&] { return session_->source()->get_silent_waiting(); }));
     EXPECT_TRUE(waitUntil([&] { return session_->waitingThread() != 0; }));
 }
@@ -394,7 +394,7 @@ TEST(ManySessions, LeaveNoThreadBehind) {
     const std::size_t before = threadsOfThisProcess();
     logInAndOut(1000);
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().WaitingThreads().count_threads() == 0; }));
-    // the ORB's own threads come and go
+    // the number of the ORB's threads varies
     EXPECT_TRUE(waitUntil([&] { return threadsOfThisProcess() <= before + 3; }, 30s))
         << threadsOfThisProcess() << " threads after, " << before << " before";
     for (unsigned i = 1; i <= 20; ++i)

@@ -16,7 +16,7 @@ void setCoreDumps(bool areAllowed) noexcept {
     if (::getrlimit(RLIMIT_CORE, &limit) != 0)
         return;
     limit.rlim_cur = areAllowed ? limit.rlim_max : std::min(kNone, limit.rlim_max);
-    // cannot fail: the soft limit stays below the hard one
+    // cannot fail: the soft limit is not above the hard limit
     ::setrlimit(RLIMIT_CORE, &limit);
 }
 

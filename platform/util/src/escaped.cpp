@@ -10,8 +10,8 @@ namespace kelp::util {
 
 namespace {
 
-/// Length of the well-formed UTF-8 sequence at the start of `text`, control characters excluded; 0
-/// when there is none.
+/// The length of the well-formed UTF-8 character at the beginning of `text`; 0 if there is none or
+/// if it is a control character.
 std::size_t printableLength(std::string_view text) {
     const std::size_t length = utf8CharacterAt(text);
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -21,7 +21,7 @@ std::size_t printableLength(std::string_view text) {
     return isControl ? 0 : length;
 }
 
-/// Most texts: nothing in them needs a second look.
+/// True for most texts: nothing has to be escaped.
 bool isPlainAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; });
 }
@@ -48,7 +48,7 @@ std::string escaped(const std::string& text, std::size_t bytesMax) {
     static constexpr std::string_view cutMark = "...";
     std::string result;
     result.reserve(std::min(text.size(), bytesMax));
-    std::size_t sizeBeforeMark = 0;  // longest size that leaves room for the mark
+    std::size_t sizeBeforeMark = 0;  // the longest size that leaves room for the mark
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = printableLength(std::string_view(text).substr(at));
         const std::string piece = length > 0 ? text.substr(at, length)

@@ -34,7 +34,8 @@ std::string modeText(const struct stat& status) {
     return text;
 }
 
-/// The group that is named as its only member, as user accounts get it.
+/// Return whether the group is the owner's private group: it has the owner's name and no other
+/// members. User accounts usually get such a group.
 bool isPrivateGroup(gid_t group, uid_t owner) {
     std::vector<char> userTexts(kEntryBytes);
     std::vector<char> groupTexts(kEntryBytes);
@@ -92,7 +93,7 @@ fs::path folderOf(const fs::path& file) {
     return error ? parent : real;
 }
 
-/// Of the folders above a file, the nearest one first; missing ones are passed over.
+/// Check the folders above a file, the nearest one first. Missing ones are skipped.
 std::string problemOfFolders(const fs::path& folder) {
     bool isNearest = true;
     for (fs::path each = folder;; each = each.parent_path()) {
@@ -140,7 +141,7 @@ std::string problemOfTrust(const fs::path& file, FileUse use, FinalLink link) {
         return problemOf(status, folderOf(file), use);
     if (link == FinalLink::IsRefused)
         return kIsLink;
-    // who can exchange the link decides what is read
+    // whoever can exchange the link decides which file is read
     const std::string problem = either(problemOfOwner(status.st_uid, ownerOf(folderOf(file))),
                                        problemOfFolders(folderOf(file)));
     std::error_code error;
@@ -153,7 +154,7 @@ std::string problemOfTrust(const fs::path& file, FileUse use, FinalLink link) {
 
 std::optional<std::string> readTrustedFile(const fs::path& file, FileUse use, std::string& problem,
                                            std::size_t bytesMax) {
-    // a pipe without a writer is an empty file, not one to wait for
+    // non-blocking: a pipe without a writer reads as an empty file instead of blocking
     const Descriptor opened(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0) {
@@ -164,7 +165,7 @@ std::optional<std::string> readTrustedFile(const fs::path& file, FileUse use, st
     if (!problem.empty())
         return std::nullopt;
     std::string text;
-    // at once: growing would leave copies of a secret behind
+    // reserved at once, because growing would leave copies of a secret behind
     text.reserve(static_cast<std::size_t>(status.st_size) + 1);
     char block[4096];
     ssize_t got = 0;

@@ -19,20 +19,20 @@ std::string escapedPart(const std::string& part) {
 
 std::string toText(const NamingComponent& component) {
     std::string text = escapedPart(component.id);
-    // a lone dot stands for an empty id with an empty kind
+    // a single dot is an empty id with an empty kind
     if (!component.kind.empty() || component.id.empty())
         text += '.' + escapedPart(component.kind);
     return text;
 }
 
-/// Takes the characters of a stringified name one component at a time.
+/// Reads a stringified name one component at a time.
 class Reader {
   public:
     explicit Reader(const std::string& text) : text_(text) {}
 
     bool atEnd() const { return position_ >= text_.size(); }
 
-    /// The component up to the next unescaped '/', which is skipped.
+    /// Read the component up to the next unescaped '/', and skip the '/'.
     NamingComponent component() {
         NamingComponent component;
         bool inKind = false;

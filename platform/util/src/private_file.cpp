@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
 constexpr mode_t kFolderMode = S_IRWXU;
-/// Somebody else may remove the file between two attempts to open it.
+/// More than one, because somebody else may remove the file between two attempts to open it.
 constexpr int kAttempts = 10;
 
 std::string reason(int error) {
@@ -28,8 +28,8 @@ fs::path folderOf(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");
 }
 
-/// Root gives what it has made to the owner of the folder that it is in; `made` may be opened with
-/// O_PATH.
+/// If this process runs as root, give the new file to the owner of its folder. `made` may be opened
+/// with O_PATH.
 bool adoptOwner(const Descriptor& made, const fs::path& folder) {
     if (::geteuid() != 0)
         return true;
@@ -43,7 +43,8 @@ bool adoptOwner(const Descriptor& made, const fs::path& folder) {
 int makeOneFolder(const fs::path& folder) {
     if (::mkdir(folder.c_str(), kFolderMode) != 0)
         return errno == EEXIST ? 0 : errno;
-    // by its descriptor: nobody can put a link in its place, and O_PATH needs no right to read it
+    // through its descriptor, so that nobody can put a link in its place; O_PATH needs no
+    // permission to read it
     const Descriptor made(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!made.isOpen() ||
         ::chmod(("/proc/self/fd/" + std::to_string(made.get())).c_str(), kFolderMode) != 0 ||
@@ -89,7 +90,7 @@ Descriptor openPrivateFile(const fs::path& file, int flags, std::string& problem
             break;
         Descriptor opened(::open(file.c_str(), always));
         if (opened.isOpen()) {
-            // it may have appeared after the first look
+            // the file may have been created after the first check
             problem = problemOfTrust(file);
             return problem.empty() ? std::move(opened) : Descriptor();
         }

@@ -6,7 +6,7 @@
 namespace kelp::util {
 
 void wipe(std::string& text) noexcept {
-    // up to its capacity: it may have been longer before
+    // the whole capacity, because the text may have been longer before
     ::explicit_bzero(text.data(), text.capacity());
     text.clear();
 }
@@ -35,8 +35,8 @@ void Secret::append(char character) {
     text_.push_back(character);
 }
 
-/// At once, and more than a string keeps inside itself: growing or moving it would leave copies
-/// behind.
+/// Reserve the maximum at once, which is more than a string stores inside itself: growing or moving
+/// the text would leave copies behind.
 void Secret::reserve() {
     if (text_.capacity() < kBytesMax)
         text_.reserve(kBytesMax);

@@ -45,8 +45,8 @@ ShownFile::~ShownFile() {
 
 std::string ShownFile::show(const std::filesystem::path& file, const std::string& text) {
     remove();
-    // in the same folder, so that it can take the file's place in one step; mkostemp opens no file
-    // that is there
+    // in the same folder, so that rename() can replace the file in one step; mkostemp never opens
+    // an existing file
     std::string part = file.string() + ".XXXXXX";
     const Descriptor out(::mkostemp(part.data(), O_CLOEXEC));
     if (!out.isOpen())

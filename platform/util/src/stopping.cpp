@@ -10,7 +10,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// When the stop began, on the monotonic clock; 0: it has not.
+/// The time when the stop began, on the monotonic clock; 0 if it has not begun.
 std::atomic<Clock::rep> began{0};
 std::atomic<bool> isLeft{false};
 

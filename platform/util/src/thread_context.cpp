@@ -4,8 +4,8 @@ namespace NS_UTIL {
 
 namespace {
 
-// Needs no destruction, so it can be read until the thread's very end: lines are traced from
-// destructors of thread-local and static objects too.
+// Needs no destruction, so that it can be read until the thread has ended: destructors of
+// thread-local and static objects trace too.
 thread_local bool recordIsGone = false;
 
 struct Record {
@@ -31,7 +31,7 @@ ThreadContextMgr* ThreadContextMgr::Instance() {
 }
 
 void ThreadContextMgr::SetThreadContext(const ThreadContextInfo& info) {
-    // a copy and no move: the texts keep their room, so that the next request allocates none
+    // copied, not moved: the texts keep their memory, so that the next request allocates none
     if (Record* const record = currentRecord())
         record->info = info;
 }

@@ -12,8 +12,8 @@ namespace kelp::util {
 
 namespace {
 
-/// Blocks all signals for the calling thread, and so for a thread that it makes, until the end of
-/// the scope.
+/// Blocks all signals for the calling thread until the end of the scope. A thread that it creates
+/// inherits that.
 class BlockedSignals {
   public:
     BlockedSignals() {

@@ -7,7 +7,7 @@ namespace kelp::util {
 bool TokenBuckets::take(const std::string& source, Time now, const Limits& limits) {
     const std::lock_guard guard(mutex_);
     Bucket& bucket = bucketOf(source, now, limits);
-    // two threads may come in another order than they looked at the clock
+    // threads may get here in another order than they read the clock
     if (now > bucket.filled) {
         bucket.tokens +=
             std::chrono::duration<double>(now - bucket.filled).count() * limits.perSecond;

@@ -14,11 +14,11 @@ constexpr std::size_t kSampleBytes = 200;
 constexpr std::size_t kShapeBytes = 80;
 constexpr std::chrono::seconds kLook{1};
 
-/// What limits the lines of the calling thread.
+/// The limit of the calling thread's lines.
 struct ThreadLimit {
     bool isLimited = false;
     std::string source;
-    const std::string* kind = nullptr;  ///< of a line that is limited by itself
+    const std::string* kind = nullptr;  ///< set during traceLimited()
 };
 
 ThreadLimit& threadLimit() {

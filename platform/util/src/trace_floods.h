@@ -10,41 +10,42 @@
 
 namespace kelp::util {
 
-/// Which lines of the limited threads are traced, and the summaries of the others. Callable from
-/// any thread.
+/// Decides which lines of the limited threads are traced, and summarises the others. Any thread may
+/// call it.
 class TraceFloods {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Never destroyed: destructors of other static objects trace.
+    /// Never destroyed, because destructors of other static objects trace.
     static TraceFloods& instance();
 
     void setLinesPerMinute(unsigned lines);
-    /// True when the line is to be traced: the calling thread is not limited, or the line is one of
-    /// the first.
+    /// Return true if the line is to be traced as it is: the calling thread is not limited, or the
+    /// line is one of the first.
     bool standsByItself(const TraceLine& line, Time now);
-    /// Summaries whose minute is over, looked for at most once a second; as texts.
+    /// Return the texts of the summaries whose minute is over. Checks at most once a second.
     std::vector<std::string> takeDue(Time now);
     std::vector<std::string> takeAll();
 
   private:
-    /// Lines alike: those of one place in the code.
+    /// Lines from one place in the code count as alike.
     struct Kind {
         std::string name;
-        std::string sample;  ///< of the first such line
+        std::string sample;  ///< text of the first such line
         friend bool operator<(const Kind& one, const Kind& other) { return one.name < other.name; }
     };
     using Floods = FloodSummary<Kind>;
 
-    /// Lines of a source traced as they are, in those of one kind.
+    /// A source may cause 10 times as many individual lines as one kind may have.
     static constexpr unsigned kKindsWorth = 10;
 
     TraceFloods() = default;
     static std::vector<std::string> textsOf(const std::vector<Floods::Summary>& summaries);
 
-    std::mutex mutex_;  // guards what follows
+    std::mutex mutex_;  // guards the members below
     Floods floods_{20, std::chrono::minutes(1), 1000};
-    /// Whatever their kinds: a peer may choose texts that make each line a kind.
+    /// Counts the lines of a source whatever their kinds, because a peer may choose texts that make
+    /// each line a separate kind.
     Floods ofSource_{kKindsWorth * 20, std::chrono::minutes(1), 1000};
     Time nextLook_{};
 };

@@ -19,14 +19,14 @@ namespace kelp::util {
 
 namespace {
 
-/// Bounds what one line can hold of the queue's memory.
+/// Bounds the memory of one line in the queue.
 constexpr std::size_t kTextBytesMax = 8192;
 constexpr std::size_t kNameBytesMax = 256;
 
 constexpr int kLevelMax = 3;
 
 struct Listener {
-    std::recursive_mutex mutex;  ///< recursive: a listener may remove itself
+    std::recursive_mutex mutex;  ///< recursive, because a listener may remove itself
     std::function<void(const TraceLine&)> call;
     bool removed = false;  ///< guarded by mutex
 };
@@ -41,7 +41,7 @@ struct Log {
     std::atomic<std::uint64_t> dropped{0};
     std::atomic<bool> hasListeners{false};
 
-    std::mutex control;         ///< one open or close at a time; taken before `mutex`
+    std::mutex control;         ///< one open() or close() at a time; locked before `mutex`
     bool closesAtExit = false;  ///< guarded by control
 
     std::mutex mutex;
@@ -50,7 +50,7 @@ struct Log {
     int nextHandle = 1;                    ///< guarded by mutex
 };
 
-// Never destroyed: destructors of other static objects trace.
+// Never destroyed, because destructors of other static objects trace.
 Log& log() {
     static Log& made = *std::make_unique<Log>().release();
     return made;
@@ -123,7 +123,7 @@ void writeSummaries(const std::vector<std::string>& texts) {
     }
 }
 
-/// Called by the writer's thread now and then.
+/// Called by the writer's thread about once a second.
 void writeDueSummaries() {
     try {
         writeSummaries(TraceFloods::instance().takeDue(std::chrono::steady_clock::now()));
@@ -193,7 +193,7 @@ void TraceLog::write(TraceLine line) noexcept {
         if (TraceFloods::instance().standsByItself(line, now))
             writeNow(std::move(line));
         else
-            // the log may have no thread that does it
+            // the writer's thread does not do it while the log is closed
             writeSummaries(TraceFloods::instance().takeDue(now));
     } catch (...) {
         std::fputs("a trace line was lost\n", stderr);

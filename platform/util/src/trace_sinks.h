@@ -9,19 +9,19 @@
 
 namespace kelp::util {
 
-/// A line with what only the thread that traced it knows.
+/// A line with the facts that only the thread that traced it knows.
 struct StampedLine {
     TraceLine line;
     std::chrono::system_clock::time_point time;
-    int threadId = 0;  ///< as the kernel numbers threads
+    int threadId = 0;  ///< the kernel's thread id
 };
 
-/// The line as console and file show it, without a line end: time (UTC), thread, kind, source,
-/// operation, text.
+/// The line in the format of console and file, without a line end: time (UTC), thread, kind,
+/// source, operation, text.
 std::string formatted(const StampedLine& stamped);
 
-/// Where the writer thread puts lines. Used by that thread alone. Operations throw std::exception
-/// when the medium fails.
+/// A destination for lines. Only the writer's thread uses it. Its operations throw std::exception
+/// if the medium fails.
 class TraceSink {
   public:
     virtual ~TraceSink() = default;
@@ -32,11 +32,11 @@ class TraceSink {
 
 std::unique_ptr<TraceSink> consoleSink();
 
-/// The sinks of the settings; a sink that cannot be opened is left out and told in `whyNot`.
+/// Open the sinks of the settings. A sink that cannot be opened is left out, and `whyNot` says why.
 std::vector<std::unique_ptr<TraceSink>> openSinks(const TraceSettings& settings,
                                                   std::string& whyNot);
 
-/// Writes one line to standard error, at once.
+/// Write one line to standard error at once.
 void writeToStandardError(const StampedLine& stamped);
 
 }  // namespace kelp::util

@@ -12,10 +12,11 @@ namespace kelp::util {
 
 namespace {
 
-/// A burst of this many lines waits for the disk; more would only hide that the disk is too slow.
+/// Maximum number of lines that wait for the disk. A longer queue would only hide that the disk is
+/// too slow.
 constexpr std::size_t kQueueLinesMax = 8192;
 
-/// A sink that has taken nothing for this long at the end is given up, so that the process can end.
+/// If the thread has not ended after this time it is left behind, so that the process can end.
 constexpr std::chrono::seconds kStopWait{5};
 
 constexpr std::chrono::seconds kLook{1};

@@ -14,49 +14,53 @@
 
 namespace kelp::util {
 
-/// One opening of the log: the bounded queue, its sinks and the thread between them. The thread
-/// shares in the ownership, so a writer whose sink hangs can be left behind.
+/// The writer of an open trace: a bounded queue, the sinks, and the thread that moves lines from
+/// the queue to the sinks. The thread is an owner too, so that a writer whose sink hangs can be
+/// left behind.
 class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
   public:
-    /// `dropped` counts the lines that went because the queue was full; it must outlive the thread.
-    /// The thread calls `look` about once a second, which may push lines.
+    /// `dropped` counts the lines that were dropped because the queue was full. It must outlive the
+    /// thread. The thread calls `look` about once a second; `look` may push lines.
     TraceWriter(std::vector<std::unique_ptr<TraceSink>> sinks, std::atomic<std::uint64_t>& dropped,
                 std::function<void()> look);
 
-    /// Starts the thread. Throws std::system_error when there is none to be had.
+    /// Start the thread. Throws std::system_error if no thread can be created.
     void start();
-    /// Queues a line; a full queue loses its oldest one. False when the writer is ending.
+    /// Queue a line. If the queue is full its oldest line is dropped. Returns false if the writer
+    /// is stopping.
     bool push(StampedLine& stamped);
-    /// Takes no more lines, writes what is queued and ends the thread; gives up a sink that hangs.
+    /// Accept no more lines, write the queued ones and end the thread. If a sink hangs for 5 s the
+    /// thread is left behind.
     void stop();
 
   private:
     struct OpenSink {
         std::unique_ptr<TraceSink> sink;
-        std::uint64_t failures = 0;  ///< since the last batch without one
+        std::uint64_t failures = 0;  ///< number of failures since the last batch without one
     };
 
     void run();
     void writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost);
-    /// Does one thing to a sink. Its first failure is told on standard error, further ones are
-    /// counted.
+    /// Run one operation of a sink. Its first failure is written to standard error; further ones
+    /// are counted.
     static void attempt(OpenSink& open, const std::function<void()>& access);
     static StampedLine ownLine(const std::string& text);
 
     std::atomic<std::uint64_t>& dropped_;
     const std::function<void()> look_;
-    std::vector<OpenSink> sinks_;  ///< the thread's
-    std::thread thread_;           ///< start's and stop's
+    std::vector<OpenSink> sinks_;  ///< used by the thread only
+    std::thread thread_;           ///< used by start() and stop() only
 
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<StampedLine> queue_;  ///< guarded by mutex_
-    std::uint64_t lost_ = 0;         ///< guarded by mutex_; dropped and not yet told
-    bool stopping_ = false;          ///< guarded by mutex_
-    bool done_ = false;              ///< guarded by mutex_
+    std::uint64_t lost_ =
+        0;  ///< guarded by mutex_; number of dropped lines that were not reported yet
+    bool stopping_ = false;  ///< guarded by mutex_
+    bool done_ = false;      ///< guarded by mutex_
 };
 
-/// The calling thread's number as the kernel has it.
+/// The kernel's id of the calling thread.
 int currentThreadId();
 
 }  // namespace kelp::util

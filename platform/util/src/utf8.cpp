@@ -18,7 +18,7 @@ std::size_t utf8CharacterAt(std::string_view text) {
         if ((byte(i) & 0xC0) != 0x80)
             return 0;
     }
-    // overlong forms, surrogates, and what lies beyond the last character
+    // overlong forms, surrogates, and numbers above the last character
     const unsigned char second = byte(1);
     const bool isOutside = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
                            (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);

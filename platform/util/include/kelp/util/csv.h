@@ -7,11 +7,11 @@
 
 namespace kelp::util {
 
-/// A field of comma-separated values (RFC 4180): as it is, or in quotation marks when it has a
-/// comma, a quotation mark or a line end.
+/// A field of comma-separated values (RFC 4180). It is quoted if it has a comma, a quotation mark
+/// or a line end.
 KELP_EXPORT std::string csvField(std::string_view text);
 
-/// The fields, which are texts, as one record, without its line end (CR LF by the RFC).
+/// The text fields as one record without its line end, which is CR LF in the RFC.
 template <class Fields>
 std::string csvRecord(const Fields& fields) {
     std::string record;

@@ -6,7 +6,7 @@
 
 namespace kelp::util {
 
-/// A file descriptor that is closed with its owner. Move only.
+/// Owns a file descriptor and closes it. Move-only.
 class Descriptor {
   public:
     explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}

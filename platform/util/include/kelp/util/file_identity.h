@@ -7,8 +7,8 @@
 
 namespace kelp::util {
 
-/// Which file a path names at a moment, whatever is in it. All zero: none. While a process has a
-/// file open, no other file gets its identity.
+/// Identifies the file that a path leads to, whatever its content. All members are 0 if there is no
+/// file. No other file gets the same identity while a process has this file open.
 struct FileIdentity {
     dev_t device = 0;
     ino_t inode = 0;

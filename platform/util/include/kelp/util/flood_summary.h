@@ -10,37 +10,38 @@
 
 namespace kelp::util {
 
-/// Keeps floods of similar events out of a log: the first ones of a kind from a source within a
-/// period are logged individually, the others are counted and reported in one summary when the
+/// Keeps floods of similar events out of a log. The first events of a kind from a source within a
+/// period are logged individually. The others are counted, and reported in one summary when the
 /// period is over.
 ///
-/// Memory is bounded: sources beyond `sourcesMax` share one entry for each kind, kinds beyond twice
-/// that share one entry. `Kind` is ordered and default-constructed for that last one. Not thread
-/// safe.
+/// Memory is bounded. Sources beyond `sourcesMax` share one entry for each kind. If there are more
+/// than twice that number of entries, further kinds share one entry too, with a default-constructed
+/// `Kind`. `Kind` must be ordered. Not thread-safe.
 template <class Kind>
 class FloodSummary {
   public:
     using Time = std::chrono::steady_clock::time_point;
     using Moment = std::chrono::sys_time<std::chrono::milliseconds>;
 
-    /// The source of events of more sources than there is room for.
+    /// Stands for all sources for which there is no separate entry.
     static constexpr const char* kManySources = "many addresses";
 
     struct Summary {
         Kind kind{};
         std::string source;
         std::uint64_t count = 0;  ///< events that were not logged individually
-        Moment first{};           ///< of those
+        Moment first{};           ///< time of the first of these events
         Moment last{};
     };
 
     FloodSummary(unsigned individually, std::chrono::seconds period, std::size_t sourcesMax)
         : individually_(individually), period_(period), sourcesMax_(sourcesMax) {}
 
-    /// Events of one kind and source logged individually within a period.
+    /// Set the number of events of one kind and source that are logged individually within a
+    /// period.
     void setIndividually(unsigned count) { individually_ = count; }
 
-    /// True when the event is to be logged individually; otherwise it is counted.
+    /// Return true if the event is to be logged individually. Otherwise it is counted.
     bool standsByItself(const Kind& kind, const std::string& source, Moment when, Time now) {
         Period& period = periods_[keyOf(kind, source, now)];
         if (period.counted == 0 && now >= period.end) {
@@ -57,7 +58,7 @@ class FloodSummary {
         return false;
     }
 
-    /// The summaries of all periods that are over; those periods end.
+    /// Return the summaries of all periods that are over, and end those periods.
     std::vector<Summary> take(Time now) {
         std::vector<Summary> summaries;
         for (auto& [key, period] : periods_) {
@@ -69,10 +70,10 @@ class FloodSummary {
         dropPast(now);
         return summaries;
     }
-    /// The same, for all whose period is not over too.
+    /// The same for all periods, over or not.
     std::vector<Summary> takeAll() { return take(Time::max()); }
 
-    /// Entries in use.
+    /// Number of entries.
     std::size_t size() const { return periods_.size(); }
 
   private:
@@ -90,7 +91,7 @@ class FloodSummary {
         if (periods_.size() < sourcesMax_ || periods_.contains(key))
             return key;
         if (now >= nextDrop_) {
-            // not for each event of a flood from many sources
+            // at most once a second, because a flood from many sources would make it expensive
             nextDrop_ = now + std::chrono::seconds(1);
             dropPast(now);
         }
@@ -101,7 +102,7 @@ class FloodSummary {
         return key;
     }
 
-    /// Periods that have nothing to report any more.
+    /// Drop periods that are over and have nothing to report.
     void dropPast(Time now) {
         std::erase_if(periods_, [now](const auto& each) {
             return each.second.counted == 0 && now >= each.second.end;

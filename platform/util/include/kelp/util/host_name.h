@@ -6,11 +6,12 @@
 
 namespace kelp::util {
 
-/// True for a host name of the DNS (RFC 1123): labels of letters, digits and hyphens, the last with
-/// a letter, so that no mistyped IPv4 address passes for one. Nothing is resolved.
+/// Return whether the text is a DNS host name (RFC 1123): labels of letters, digits and hyphens.
+/// The last label must have a letter, so that a mistyped IPv4 address is not a host name. Nothing
+/// is resolved.
 KELP_EXPORT bool isHostName(std::string_view text);
 
-/// Compares two host names as the DNS does: upper and lower case are the same.
+/// Compare two host names as the DNS does, without regard to case.
 KELP_EXPORT bool isSameHostName(std::string_view a, std::string_view b);
 
 }  // namespace kelp::util

@@ -6,11 +6,11 @@
 
 namespace kelp::util {
 
-/// Fills `size` octets that nobody can predict, from the system's own source of randomness. Throws
-/// std::runtime_error when the cryptography library cannot start.
+/// Fill `size` octets with unpredictable values from the system's random source. Throws
+/// std::runtime_error if the cryptography library cannot start.
 KELP_EXPORT void fillRandomly(void* octets, std::size_t size);
 
-/// Compares without telling by the time it takes how far both agree.
+/// Compare in a time that does not depend on the content.
 KELP_EXPORT bool isEqualInConstantTime(const void* a, const void* b, std::size_t size) noexcept;
 
 }  // namespace kelp::util

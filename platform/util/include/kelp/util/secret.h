@@ -7,25 +7,27 @@
 
 namespace kelp::util {
 
-/// Overwrites a text with zeros, what its buffer holds behind the end included, and empties it.
+/// Overwrite the whole buffer of a text with zeros, including the part after its end, and empty the
+/// text.
 KELP_EXPORT void wipe(std::string& text) noexcept;
 
-/// A password in memory, overwritten at the end of its life. It never leaves a copy behind: neither
-/// by growing nor by being moved.
+/// A password in memory, overwritten when it is destroyed. It leaves no copies behind, neither when
+/// it grows nor when it is moved.
 class KELP_EXPORT Secret {
   public:
-    /// Far above what any password database takes; ends the reading of a file without lines.
+    /// Far longer than any password that a password database accepts. Also limits reading from a
+    /// file without line ends.
     static constexpr std::size_t kBytesMax = 4096;
 
     Secret() = default;
     explicit Secret(const char* text);
-    /// Wipes `text`.
+    /// Takes the text over and wipes `text`.
     explicit Secret(std::string& text);
     Secret(Secret&& other) noexcept;
     Secret& operator=(Secret&&) = delete;
     ~Secret();
 
-    /// Valid as long as this is; whoever copies it has a copy to wipe.
+    /// Valid as long as this object. The caller has to wipe every copy of it.
     const std::string& text() const { return text_; }
     void append(char character);
 

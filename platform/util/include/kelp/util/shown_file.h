@@ -7,20 +7,21 @@
 
 namespace kelp::util {
 
-/// A small file that shows other programs a text for a time. Not thread safe.
+/// A small file that publishes a text to other programs as long as this object exists. Not
+/// thread-safe.
 class KELP_EXPORT ShownFile {
   public:
     ShownFile() = default;
-    /// Removes it.
+    /// Calls remove().
     ~ShownFile();
     ShownFile(const ShownFile&) = delete;
     ShownFile& operator=(const ShownFile&) = delete;
 
-    /// Puts the text in place of whatever the path names, so that readers see the former file or
-    /// the whole new one. All may read it (mode 0644, whatever the umask). A symbolic link is
-    /// replaced, not followed. Returns what went wrong in one sentence; empty: nothing.
+    /// Write the text to a new file and rename it to `file`. Readers see either the previous file
+    /// or the whole new one. Everybody may read it (mode 0644, whatever the umask). A symbolic link
+    /// is replaced, not followed. Returns what went wrong as one sentence; empty: nothing.
     [[nodiscard]] std::string show(const std::filesystem::path& file, const std::string& text);
-    /// Removes what show() has put there, unless the path names another file by now.
+    /// Delete the file that show() wrote. Does nothing if its content has changed.
     void remove() noexcept;
 
   private:

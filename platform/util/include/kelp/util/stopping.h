@@ -10,29 +10,29 @@
 
 namespace kelp::util {
 
-/// What work in progress gets once the process has begun to stop: a peer that is alive answers
-/// within it, and a dozen such waits one after the other stay well below the minute that a service
-/// manager grants.
+/// Time that requests in progress get after the process has begun to stop. A peer that is alive
+/// answers within 1 s. A dozen such waits one after the other still take much less than the minute
+/// that a service manager grants.
 inline constexpr std::chrono::milliseconds kStopGrace{1000};
 
-/// The process stops: work that takes long is to be given up within kStopGrace. Any thread; from
-/// the second call on nothing.
+/// Begin the stop of the process. Long operations should then end within kStopGrace. Any thread may
+/// call it. Later calls have no effect.
 KELP_EXPORT void beginStop();
-/// The process works again, since it is started another time.
+/// The process runs again, because it was started once more.
 KELP_EXPORT void endStop();
-/// Quick enough to be asked in a loop.
+/// Fast enough to be called in a loop.
 KELP_EXPORT bool isStopping();
-/// True once kStopGrace has passed since beginStop().
+/// Return true once kStopGrace has passed since beginStop().
 KELP_EXPORT bool isStopGraceOver();
 
-/// Records and traces that `what` still runs although the stop no longer waits for it. From here on
-/// nothing that it may use is destroyed or unloaded, and the process ends without the destructors
-/// of static objects.
+/// Record and trace that `what` is still running although the stop no longer waits for it. After
+/// that nothing that it may use is destroyed or unloaded, and the process ends without running the
+/// destructors of static objects.
 KELP_EXPORT void leaveRunning(const std::string& what);
 KELP_EXPORT bool isAnythingLeftRunning();
 
-/// Waits until `isDone` holds; once the process stops, at most kStopGrace longer. False: it was
-/// given up.
+/// Wait until `isDone` holds. Once the process stops, wait for at most kStopGrace more. Returns
+/// false if `isDone` still does not hold then.
 template <class Condition>
 bool waitUnlessStopping(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
                         Condition isDone) {

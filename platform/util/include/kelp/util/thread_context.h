@@ -7,7 +7,7 @@
 
 namespace NS_UTIL {
 
-/// What the trace and the operation log show of the request that a thread has in hand.
+/// The facts about a thread's current request that the trace and the operation log show.
 class KELP_EXPORT ThreadContextInfo {
   public:
     void SetThreadID(int id) { threadId_ = id; }
@@ -17,7 +17,7 @@ class KELP_EXPORT ThreadContextInfo {
     void SetOperUUID(const std::string& uuid) { operUuid_ = uuid; }
     const std::string& GetOperUUID() const { return operUuid_; }
 
-    /// As newly made; the texts keep their room for the next request.
+    /// Reset all members. The texts keep their memory for the next request.
     void Clear() {
         threadId_ = 0;
         interfaceName_.clear();
@@ -30,31 +30,31 @@ class KELP_EXPORT ThreadContextInfo {
     std::string operUuid_;
 };
 
-/// Keeps one ThreadContextInfo a thread.
+/// Holds one ThreadContextInfo for each thread.
 class KELP_EXPORT ThreadContextMgr {
   public:
     static ThreadContextMgr* Instance();
-    /// Stores a copy of `info` for the calling thread, replacing what was there.
+    /// Store a copy of `info` for the calling thread.
     void SetThreadContext(const ThreadContextInfo& info);
-    /// The calling thread's record; an empty one before the first SetThreadContext.
+    /// The calling thread's record; default-constructed before the first SetThreadContext().
     ThreadContextInfo GetThreadContext() const;
-    /// Forgets the calling thread's record (the request is served).
+    /// Discard the calling thread's record. Called when the request is finished.
     void ClearThreadContext();
 
   private:
     ThreadContextMgr() = default;
 };
 
-/// Small text helpers of the platform.
+/// Text functions of the platform.
 class KELP_EXPORT SelfUtilCommon {
   public:
     static SelfUtilCommon* Instance();
-    /// The text between the first `openTag` and the `closeTag` after it; empty when either is
-    /// missing. `openTagLength` is the opening tag's length in bytes; lengths beyond the text are
-    /// harmless.
+    /// The text between the first `openTag` and the next `closeTag`; empty if one of them is
+    /// missing. `openTagLength` is the length of the opening tag in bytes. It may exceed the length
+    /// of the text.
     std::string GetValByTag(const std::string& text, const std::string& openTag,
                             const std::string& closeTag, int openTagLength) const;
-    /// The same as a part of `text` itself.
+    /// The same as a view into `text`.
     std::string_view ViewByTag(std::string_view text, std::string_view openTag,
                                std::string_view closeTag, int openTagLength) const;
 

@@ -8,13 +8,13 @@
 
 namespace kelp::util {
 
-/// Starts a thread for the platform's own work: named `name` (cut at 15 bytes, as the kernel keeps
-/// it) and with all signals blocked, so that they reach the host's thread. Throws std::system_error
-/// when there is none to be had.
+/// Start a thread for the platform's internal work. The kernel truncates `name` at 15 bytes. All
+/// signals are blocked, so that the host's thread receives them. Throws std::system_error if no
+/// thread can be created.
 KELP_EXPORT std::thread startThread(const std::string& name, std::function<void()> body);
 
-/// The exception that is being handled, in words: what() of a standard one, otherwise its type's
-/// name. For catch clauses that trace and go on.
+/// Describe the exception that is being handled: what() of a standard exception, otherwise the name
+/// of its type. For catch clauses that trace and continue.
 KELP_EXPORT std::string currentExceptionText();
 
 }  // namespace kelp::util

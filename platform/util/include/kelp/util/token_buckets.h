@@ -11,24 +11,24 @@
 
 namespace kelp::util {
 
-/// Limits how often each of many sources may do something: a token bucket a source. Memory is
-/// bounded: beyond `sourcesMax` the source that was seen longest ago is forgotten and would begin
-/// with a full bucket. Callable from any thread.
+/// Limits how often each of many sources may do something. Each source has a token bucket. Memory
+/// is bounded: with more than `sourcesMax` sources, the least recently seen one is forgotten, and
+/// would begin again with a full bucket. Any thread may call it.
 class KELP_EXPORT TokenBuckets {
   public:
     using Time = std::chrono::steady_clock::time_point;
     struct Limits {
-        double perSecond = 0;  ///< tokens that come back each second
-        double burst = 0;      ///< tokens of a full bucket
+        double perSecond = 0;  ///< tokens added each second
+        double burst = 0;      ///< tokens in a full bucket
     };
 
     explicit TokenBuckets(std::size_t sourcesMax = 10000) : sourcesMax_(sourcesMax) {}
     TokenBuckets(const TokenBuckets&) = delete;
     TokenBuckets& operator=(const TokenBuckets&) = delete;
 
-    /// Takes a token of this source; false when it has none.
+    /// Take one token of this source. Returns false if it has none.
     bool take(const std::string& source, Time now, const Limits& limits);
-    /// Gives a token back that was taken; a source that was forgotten meanwhile: nothing.
+    /// Give a token back. Does nothing if the source was forgotten in the meantime.
     void giveBack(const std::string& source);
     /// Forgets all sources.
     void clear();
@@ -38,15 +38,15 @@ class KELP_EXPORT TokenBuckets {
     struct Bucket {
         std::string source;
         double tokens = 0;
-        Time filled{};  ///< when `tokens` was right
+        Time filled{};  ///< the time for which `tokens` is valid
     };
     using Buckets = std::list<Bucket>;
 
     Bucket& bucketOf(const std::string& source, Time now, const Limits& limits);
 
     const std::size_t sourcesMax_;
-    mutable std::mutex mutex_;  // guards what follows
-    Buckets buckets_;           ///< the source seen last first
+    mutable std::mutex mutex_;  // guards the members below
+    Buckets buckets_;           ///< the most recently seen source first
     std::unordered_map<std::string, Buckets::iterator> places_;
 };
 

@@ -7,27 +7,28 @@
 
 namespace kelp::util {
 
-// Lines of the trace that somebody without a log-in can cause. Of one place in the code and one
-// source, the first ones of a minute are traced as they are; the others are counted and summarised
-// in one line when the minute is over, so that a flood neither fills the trace nor drives older
-// lines out of it.
+// Limits the trace lines that a caller without a log-in can cause. The first lines from one place
+// in the code and one source within a minute are traced as they are. The others are counted and
+// summarised in one line when the minute is over. So a flood neither fills the trace nor displaces
+// older lines.
 
-/// Lines of one kind and source traced as they are within a minute; 20 before the first call.
+/// Set the number of lines that are traced as they are for one place and source within a minute.
+/// Default: 20.
 KELP_EXPORT void setTraceLinesPerMinute(unsigned lines);
 
-/// From here on all lines that the calling thread traces are limited; `source` is the address that
-/// the thread works for.
+/// Limit all lines that the calling thread traces from now on. `source` is the address that the
+/// thread works for.
 KELP_EXPORT void limitTraceOfThread(const std::string& source) noexcept;
-/// Ends that; harmless without it.
+/// End the limit. Does nothing if there is none.
 KELP_EXPORT void endTraceLimitOfThread() noexcept;
 
-/// Traces a line that is limited whatever the thread: one that is about a peer but comes from a
-/// library, so that what stands in it tells more than its place does. `kind` is what lines alike
-/// have in common.
+/// Trace a line that is limited whatever the thread. For lines about a peer that come from a
+/// library, where the text says more than the place in the code. Lines with the same `kind` are
+/// counted together.
 KELP_EXPORT void traceLimited(TraceLine line, const std::string& kind) noexcept;
 
-/// What lines of one kind have in common when nothing else is known of them: the text without
-/// numbers and quoted parts, cut.
+/// The `kind` for lines of which only the text is known: the text without numbers and quoted parts,
+/// truncated.
 KELP_EXPORT std::string shapeOf(const std::string& text);
 
 }  // namespace kelp::util

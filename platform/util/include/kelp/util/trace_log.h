@@ -9,79 +9,80 @@
 
 namespace kelp::util {
 
-/// How much a line matters. Diagnostics carry a level of their own (0 to 3) and are kept when that
-/// is at most the configured level.
+/// The kind of a line. Debug lines also have a level (0 to 3) and are kept if it is at most the
+/// configured level.
 enum class TraceKind { Trace, Debug, Exception };
 
-/// One line on its way to the sinks.
+/// One line of the trace.
 struct KELP_EXPORT TraceLine {
     TraceKind kind = TraceKind::Trace;
     int level = 0;         ///< of a Debug line, 0 to 3
     std::string file;      ///< source subject, such as "sessionmgr"
     std::string function;  ///< "unknown" by convention
     int line = 0;
-    std::string operation;  ///< operation of the request in hand, empty outside one
-    std::string text;       ///< already formatted; control characters are escaped by the log
+    std::string operation;  ///< operation of the current request, empty outside a request
+    std::string text;       ///< complete text; the log escapes control characters
 };
 
 /// Where trace lines go and how they are kept.
 struct KELP_EXPORT TraceSettings {
     bool console = true;
     bool journal = false;
-    std::string file;                      ///< empty: no file
-    std::size_t fileBytesMax = 20u << 20;  ///< a file is rotated above this size
-    std::size_t filesMax = 10;             ///< files kept, the current one included
-    int level = 1;                         ///< highest debug level kept, 0 to 3
+    std::string file;                      ///< path of the file; empty: no file
+    std::size_t fileBytesMax = 20u << 20;  ///< 20 MiB; a larger file is rotated
+    std::size_t filesMax = 10;             ///< number of files kept, including the current one
+    int level = 1;                         ///< highest level of debug lines that are kept, 0 to 3
 };
 
-/// The process's trace: writes lines to console, rotating file and journal by a thread of its own
-/// through a bounded queue, so that no request waits for a disk. When the queue is full the oldest
-/// line goes and the loss is counted and told in a later line. All operations may be called from
-/// any thread at any time; a log that is not open sends lines to standard error.
+/// The trace of the process. A separate thread writes the lines to the console, a rotating file and
+/// the journal. Lines wait in a bounded queue, so that no request waits for a disk. If the queue is
+/// full the oldest line is dropped; a later line reports how many were dropped. Any thread may call
+/// any operation at any time. While the log is not open, lines go to standard error.
 class KELP_EXPORT TraceLog {
   public:
     static TraceLog& instance();
 
-    /// Opens the sinks; called again it replaces them. False, with the reason, when a sink cannot
-    /// be opened (the log then writes to the console).
+    /// Open the sinks. A second call replaces them. Returns false and the reason if a sink cannot
+    /// be opened; the log then writes to the console.
     bool open(const TraceSettings& settings, std::string& whyNot);
-    /// Writes what is queued and closes the sinks; a sink that hangs is given up after 5 s. A
-    /// closed log may be opened again. Happens by itself when the process exits.
+    /// Write the queued lines and close the sinks. A sink that hangs is left behind after 5 s. A
+    /// closed log may be opened again. Called automatically when the process exits.
     void close();
 
     bool isOpen() const;
 
-    /// Clamped to 0..3.
+    /// The level is limited to 0..3.
     void setLevel(int level);
     int level() const;
 
-    /// Keeps a line, unless it is a diagnostic above the level. Never throws and never waits for a
-    /// disk while the log is open. A line without an operation gets that of the calling thread's
-    /// NS_UTIL::ThreadContextMgr record.
+    /// Queue a line, unless it is a debug line above the level. Never throws, and never waits for a
+    /// disk while the log is open. If the line has no operation, it gets that of the calling
+    /// thread's NS_UTIL::ThreadContextMgr record.
     void write(TraceLine line) noexcept;
 
-    /// Calls `listener` with every kept line as the sinks get it (escaped, cut), on the thread that
-    /// traced it and before it is queued; one call of a listener at a time. What a listener traces
-    /// reaches no listener. For tests and the admin interface. Returns a handle for removeListener.
+    /// Call `listener` for every line that is kept, in the form that the sinks get (escaped and
+    /// truncated). The call is made on the thread that traced the line, before the line is queued.
+    /// A listener is called by one thread at a time. Lines that a listener traces are not passed to
+    /// listeners. For tests and the admin interface. Returns a handle for removeListener().
     int addListener(std::function<void(const TraceLine&)> listener);
-    /// Returns after a running call has ended (at once when called from the listener itself); it is
-    /// not called afterwards.
+    /// Remove a listener. Waits for a running call to end, unless called from the listener itself.
+    /// After that the listener is not called again.
     void removeListener(int handle);
 
-    /// Lines dropped since the process began because the queue was full.
+    /// Number of lines dropped because the queue was full, since the process began.
     std::uint64_t dropped() const;
 
   private:
     TraceLog() = default;
 };
 
-/// Writes one line of the platform's own: `file` is the subject's name, the function "unknown".
+/// Write one line of the platform itself: `file` is the subject, and the function is "unknown".
 KELP_EXPORT void traceFrom(const std::string& file, const std::string& text,
                            TraceKind kind = TraceKind::Trace) noexcept;
 
-/// The text with control characters, line ends and bytes that are no UTF-8 escaped (\n, \r, \t,
-/// \xNN), and cut so that the result has at most `bytesMax` bytes (a cut one ends in "..."); for
-/// anything that a peer wrote. Escaping twice is harmless.
+/// Escape control characters, line ends and bytes that are not UTF-8 (\n, \r, \t, \xNN), and
+/// truncate the result to at most `bytesMax` bytes (a truncated text ends in "..."). For any text
+/// that comes from a peer. Escaping an escaped text changes nothing.
 KELP_EXPORT std::string escaped(const std::string& text, std::size_t bytesMax = 4096);
 
 }  // namespace kelp::util

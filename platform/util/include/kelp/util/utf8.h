@@ -7,11 +7,11 @@
 
 namespace kelp::util {
 
-/// How many bytes the well-formed character (RFC 3629) at the begin of a text has, which is not
-/// empty; 0: there is none.
+/// The length in bytes of the well-formed character (RFC 3629) at the beginning of a text that is
+/// not empty; 0 if there is none.
 KELP_EXPORT std::size_t utf8CharacterAt(std::string_view text);
 
-/// Whether all of it is well-formed UTF-8.
+/// Return whether the whole text is well-formed UTF-8.
 KELP_EXPORT bool isUtf8(std::string_view text);
 
 }  // namespace kelp::util

@@ -1,5 +1,6 @@
-"""Prints the failed tests of JUnit reports, with the beginning and the end of what each printed, and at last their
-names: python3 failed_tests.py REPORT..."""
+"""Prints the failed tests of JUnit reports: first the beginning and the end of each one's output, then their names.
+
+usage: python3 failed_tests.py REPORT..."""
 
 import sys
 import xml.etree.ElementTree as xml

@@ -1,8 +1,10 @@
-"""What an NMS feels of a crowd at the doors: the round-trip times of a logged-in NMS's calls, alone and beside idle
-connections and half-open TLS handshakes from elsewhere. crowd_bench.py BIN_DIR [CONNECTIONS] [CALLS]
+"""Measures how a crowd of connections affects a logged-in NMS: the round-trip times of its calls, alone and together
+with idle connections and half-open TLS handshakes from another address.
 
-Slices alone and beside the crowd take turns on one connection; the ratio is of the 99th percentiles of all slices of a
-kind. The crowd is a process of its own; of what the host closes, nothing is opened again."""
+usage: crowd_bench.py BIN_DIR [CONNECTIONS] [CALLS]
+
+Slices with and without the crowd take turns on one connection. The ratio compares the 99th percentiles over all slices
+of each kind. The crowd is a separate process. It does not reopen connections that the host closes."""
 
 import os
 import shutil
@@ -94,7 +96,7 @@ def round_trips(connection, session, calls):
 
 
 class Crowd:
-    """Idle connections to one port and connections to another that begin a TLS handshake and say no more."""
+    """Idle connections to one port, and connections to another that begin a TLS handshake and send nothing more."""
 
     def __init__(self, source, count, port, tls_port):
         self.process = subprocess.Popen([sys.executable, os.path.abspath(__file__), "--crowd", source, str(count),
@@ -107,7 +109,7 @@ class Crowd:
 
 
 def be_a_crowd(source, count, port, tls_port):
-    #: the record header of a ClientHello whose body never comes
+    #: the record header of a ClientHello whose body is never sent
     beginning = b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03"
     held = []
     for at in range(2 * count):

@@ -1,13 +1,14 @@
-// The floor that the product's calls are measured against: the ORB alone, with servants of the same
-// interfaces in a plain child of the root POA. Prints its references and serves until its standard
-// input ends.
+// The floor that the product's calls are compared with: the ORB alone, with servants of the same
+// interfaces in a plain child of the root POA. It prints its references and serves until its
+// standard input ends.
 //
-//   session_bench_floor <objects>               the bare ORB, with the options that the product
-//   gives it session_bench_floor <objects> --with-port   the ORB port above it, without a request
-//   hook session_bench_floor <objects> --session-poas <number>
-//                                               the bare ORB; the managers are not active in the
-//                                               child of the root, but found through locators, as
-//                                               the product's are
+//     session_bench_floor <objects>
+//         the bare ORB, with the options that the product uses
+//     session_bench_floor <objects> --with-port
+//         with the product's ORB port on top of it, without a request hook
+//     session_bench_floor <objects> --session-poas <number>
+//         the bare ORB; the managers are not active in the child of the root but found through
+//         servant locators, as the product's are
 
 #include <kelp/orb/corba.h>
 #include <kelp/orb/counted_local.h>
@@ -55,7 +56,8 @@ class FloorManager final : public RefusingManager {
     void getEMS(emsMgr::EMS_T_out answer) override;
 };
 
-/// The product's answer under its default configuration; the benchmark compares the two.
+/// Return the product's answer under its default configuration. The benchmark checks that the two
+/// answers are equal.
 void FloorManager::getEMS(emsMgr::EMS_T_out answer) {
     emsMgr::EMS_T_var ems = new emsMgr::EMS_T;
     ems->name.length(1);
@@ -82,7 +84,7 @@ void printActive(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa,
     print(orb, object.in());
 }
 
-/// Gives the one servant that there is, held for the length of the call.
+/// Returns the only servant, which it keeps alive for the length of the call.
 class FloorLocator final : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
     explicit FloorLocator(PortableServer::Servant servant) : servant_(servant) {}
@@ -118,7 +120,7 @@ class Policies {
     CORBA::PolicyList list_;
 };
 
-/// POAs as the product has one for each session, with names as long as theirs.
+/// Make POAs as the product makes them, one for each session, with names of the same length.
 std::vector<PortableServer::POA_var> makeSessionPoas(PortableServer::POA_ptr root,
                                                      PortableServer::POAManager_ptr manager,
                                                      int count, PortableServer::Servant servant) {

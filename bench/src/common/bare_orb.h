@@ -7,8 +7,8 @@
 
 namespace kelp::bench {
 
-/// Starts the ORB alone with the options that the product gives its own, without the ORB port above
-/// it. The caller destroys it. Throws CORBA::INITIALIZE.
+/// Start the ORB with the options that the product uses, but without the product's ORB port on top
+/// of it. The caller destroys the ORB. Throws CORBA::INITIALIZE.
 CORBA::ORB_ptr startBareOrb(const std::string& program, const orb::OrbOptions& options);
 
 }  // namespace kelp::bench

@@ -13,7 +13,7 @@
 
 namespace kelp::bench {
 
-/// Threads that call a server all at once for a while.
+/// Threads that call a server concurrently for a period of time.
 class ClientThreads {
   public:
     struct Count {
@@ -29,9 +29,9 @@ class ClientThreads {
     ClientThreads(const ClientThreads&) = delete;
     ClientThreads& operator=(const ClientThreads&) = delete;
 
-    /// The first `threads` threads repeat `call`, which gets the thread's number, for this long.
-    /// The count is over the time from the start to the end of the last call. What a call throws is
-    /// thrown here.
+    /// Let the first `threads` threads repeat `call`, which receives the thread's number, for the
+    /// time `length`. The count covers the time from the start to the end of the last call. An
+    /// exception from a call is rethrown here.
     Count run(std::size_t threads, std::chrono::milliseconds length,
               const std::function<void(std::size_t)>& call);
 
@@ -41,8 +41,8 @@ class ClientThreads {
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::uint64_t round_ = 0;  // guarded by mutex_, like all up to call_
-    std::size_t wanted_ = 0;   // threads that take part
+    std::uint64_t round_ = 0;  // guarded by mutex_, as are all members up to call_
+    std::size_t wanted_ = 0;   // threads that take part in the round
     std::size_t running_ = 0;
     std::uint64_t calls_ = 0;
     std::exception_ptr failure_;

@@ -13,16 +13,16 @@
 
 namespace kelp::bench {
 
-/// A product as its clients see it.
+/// A running product from the point of view of its clients.
 class Ems {
   public:
-    /// Waits until it takes log-ins. Throws nms::NmsError.
+    /// Wait until the product accepts log-ins. Throws nms::NmsError.
     Ems(nms::NmsClient& client, const Product& product);
 
-    /// Logs in the NMS whose own object is said to be at this address; nothing has to be there as
-    /// long as the EMS does not ping. Throws CORBA::Exception.
+    /// Log in an NMS whose session object has this address. Nothing needs to listen there as long
+    /// as the EMS does not ping. Throws CORBA::Exception.
     emsSession::EmsSession_I_ptr logIn(const std::string& nmsAddress) const;
-    /// Logs in the first NMS of a farm.
+    /// Log in the first `count` NMSs of a farm.
     std::vector<emsSession::EmsSession_I_var> logInAll(const NmsFarm& farm,
                                                        std::size_t count) const;
     CORBA::ORB_ptr orb() const { return client_.orb(); }
@@ -32,9 +32,9 @@ class Ems {
     nms::FoundFactory factory_;
 };
 
-/// The manager "EMS" of a session.
+/// Return the manager "EMS" of a session.
 emsMgr::EMSMgr_I_ptr emsManagerOf(emsSession::EmsSession_I_ptr session);
-/// Its manager "ManagedElement".
+/// Return the manager "ManagedElement" of a session.
 managedElementManager::ManagedElementMgr_I_ptr elementManagerOf(
     emsSession::EmsSession_I_ptr session);
 

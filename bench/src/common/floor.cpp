@@ -23,7 +23,7 @@ test::Launch launchOf(Floor::With with, std::size_t objects, std::size_t session
     return launch;
 }
 
-/// What the server prints until it is ready.
+/// Read what the server prints until it is ready.
 std::string announcement(int pipe) {
     const std::string end = "ready\n";
     std::string text;

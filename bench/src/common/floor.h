@@ -10,18 +10,18 @@
 
 namespace kelp::bench {
 
-/// A running floor server: the ORB alone with servants of the product's interfaces, in a process of
-/// its own. SessionPoas: its managers are found as the product's are, each through the servant
-/// locator of a POA of its own, among as many POAs as there are sessions at the product.
+/// A running floor server: a separate process in which the ORB alone serves the product's
+/// interfaces. With SessionPoas, it finds its managers as the product does: each is in a separate
+/// POA with a servant locator, and there are as many POAs as the product has sessions.
 class Floor {
   public:
     enum class With { BareOrb, OrbPort, SessionPoas };
 
-    /// Throws std::runtime_error when it does not start.
+    /// Start the server. Throws std::runtime_error when it does not start.
     Floor(With with, std::size_t objects, std::size_t sessions = 0);
 
     pid_t pid() const { return process_.pid(); }
-    /// Stringified references, one of each an object.
+    /// Stringified references, one session and one manager for each object.
     const std::vector<std::string>& sessions() const { return sessions_; }
     const std::vector<std::string>& managers() const { return managers_; }
 

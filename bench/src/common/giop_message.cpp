@@ -22,7 +22,7 @@ std::uint8_t byteAt(const std::string& bytes, std::size_t at) {
     return static_cast<std::uint8_t>(bytes.at(at));
 }
 
-/// An unsigned long in the byte order that the message's flags tell.
+/// Read an unsigned long in the byte order that the message's flags give.
 std::uint32_t numberAt(const std::string& message, std::size_t at) {
     const bool littleEndian = (byteAt(message, 6) & kLittleEndian) != 0;
     std::uint32_t number = 0;
@@ -72,7 +72,7 @@ std::string requestMessage(const std::string& objectKey, const std::string& oper
     append(message, 1);  // request id
     message.push_back(kReplyExpected);
     message.append(3, '\0');
-    append(message, 0);  // addressed by key
+    append(message, 0);  // the target is addressed by its object key
     append(message, static_cast<std::uint32_t>(objectKey.size()));
     message += objectKey;
     appendString(message, operation);
@@ -99,7 +99,7 @@ std::string logInArguments(const std::string& user, const std::string& password,
     appendString(arguments, "IDL:mtnm.tmforum.org/nmsSession/NmsSession_I:1.0");
     align(arguments);
     append(arguments, 1);  // one profile
-    append(arguments, 0);  // an IIOP one
+    append(arguments, 0);  // its tag: IIOP
     append(arguments, static_cast<std::uint32_t>(profile.size()));
     return arguments + profile;
 }

@@ -6,32 +6,34 @@
 
 namespace kelp::bench {
 
-/// The length of the GIOP message that the bytes begin with, its header included; 0 when they are
-/// too few to tell. Throws std::runtime_error for bytes that are no GIOP.
+/// Return the length of the GIOP message at the beginning of the bytes, including its header.
+/// Returns 0 when there are too few bytes to know it. Throws std::runtime_error for bytes that are
+/// not GIOP.
 std::size_t messageLength(const std::string& bytes);
 
-/// A request (GIOP 1.2, CORBA 15.4.2) addressed by object key, that expects a reply. `arguments` is
-/// their CDR (little endian), aligned from its own beginning.
+/// Build a request (GIOP 1.2, CORBA 15.4.2) that is addressed by object key and expects a reply.
+/// `arguments` is the CDR of the arguments (little endian), aligned relative to its own start.
 std::string requestMessage(const std::string& objectKey, const std::string& operation,
                            const std::string& arguments = {});
 
-/// What getEmsSession takes, for requestMessage: the NMS's own object is said to be at a host and
-/// port.
+/// Build the arguments of getEmsSession for requestMessage. The NMS's session object is at
+/// `nmsHost` and `nmsPort`.
 std::string logInArguments(const std::string& user, const std::string& password,
                            const std::string& nmsHost, std::uint16_t nmsPort);
 
-/// What a whole reply says it is.
+/// The status of a complete reply.
 enum class ReplyStatus : std::uint32_t { NoException = 0, UserException = 1, SystemException = 2 };
-/// Throws std::runtime_error for a message that is no reply.
+/// Read the status of a reply. Throws std::runtime_error for a message that is not a reply.
 ReplyStatus statusOf(const std::string& message);
 
-/// Puts a reply of GIOP 1.2 together, however its sender split it into fragments (CORBA 15.4.9).
+/// Assembles a GIOP 1.2 reply from the fragments that its sender split it into (CORBA 15.4.9).
 class ReplyReader {
   public:
-    /// Bytes as they arrive. Throws std::runtime_error for what is no reply nor a fragment of one.
+    /// Add bytes as they arrive. Throws std::runtime_error for a message that is neither a reply
+    /// nor a fragment of one.
     void add(const std::string& bytes);
     bool isWhole() const { return isWhole_; }
-    /// What is behind the header: request id, status, service contexts, results.
+    /// The part after the header: request id, status, service contexts, results.
     const std::string& content() const { return content_; }
 
   private:
@@ -40,8 +42,8 @@ class ReplyReader {
     bool isWhole_ = false;
 };
 
-/// The reply without results to a whole GIOP 1.2 request; empty for a oneway request and for
-/// messages that are none.
+/// Build the reply without results to a complete GIOP 1.2 request. Returns an empty text for a
+/// oneway request and for a message that is not a request.
 std::string replyTo(const std::string& message);
 
 }  // namespace kelp::bench

@@ -11,9 +11,8 @@
 
 namespace kelp::bench {
 
-/// The callable side of many NMS: ports of the loopback interface, one an NMS, at which every call
-/// of the EMS (its pings) is answered at once. One thread serves them all, so that the farm costs
-/// the machine little.
+/// The servers of many NMSs: loopback ports, one for each NMS, which answer every call of the EMS
+/// (its pings) at once. One thread serves them all, so that the farm uses little processor time.
 class NmsFarm {
   public:
     explicit NmsFarm(std::size_t size);
@@ -24,7 +23,7 @@ class NmsFarm {
     std::size_t size() const { return addresses_.size(); }
     /// "127.0.0.1:port"
     const std::string& address(std::size_t nms) const { return addresses_.at(nms); }
-    /// Calls that were answered, and the EMS's connections that are open.
+    /// The number of calls answered so far, and of connections that the EMS has open.
     std::size_t answered() const { return answered_; }
     std::size_t connections() const { return connectionCount_; }
 

@@ -7,24 +7,24 @@
 
 namespace kelp::bench {
 
-/// Processor time, user and system, that all threads of a process have used. Throws
-/// std::runtime_error for a process that is gone.
+/// Return the processor time, user and system, that all threads of a process have used. Throws
+/// std::runtime_error if the process is gone.
 std::chrono::nanoseconds processorTime(pid_t process);
 
-/// Resident memory of a process in KiB (VmRSS). Throws std::runtime_error for a process that is
-/// gone.
+/// Return the resident memory of a process in KiB (VmRSS). Throws std::runtime_error if the process
+/// is gone.
 double residentKib(pid_t process);
 
-/// The largest that its resident memory has been, in KiB (VmHWM), since forgetResidentPeak() at the
-/// earliest.
+/// Return the peak of a process's resident memory in KiB (VmHWM) since its start or the last
+/// forgetResidentPeak().
 double residentPeakKib(pid_t process);
 void forgetResidentPeak(pid_t process);
 
-/// Connections of this machine's IPv4 loopback that lead to the port.
+/// Return the number of connections on this machine's IPv4 loopback that lead to the port.
 std::size_t connectionsTo(std::uint16_t port);
 
-/// Raises this process's limit of open files, and so that of the processes it starts, to what the
-/// system allows.
+/// Raise the limit of open files of this process, and of the processes that it starts, to the
+/// maximum that the system allows.
 void raiseOpenFilesLimit();
 
 }  // namespace kelp::bench

@@ -13,33 +13,33 @@
 
 namespace kelp::bench {
 
-/// What a measurement sets; everything else is as shipped.
+/// The settings that a measurement changes. All other settings have their defaults.
 struct ProductSettings {
     int releaseStrategy = 0;
     bool pingMode = true;
     int pingIntervalS = 60;
-    bool costlyHashes = false;          ///< the hash cost as shipped instead of the cheapest
-    std::filesystem::path inventory{};  ///< empty: one that is made, without anything in it
+    bool costlyHashes = false;          ///< use the default hash cost instead of the smallest
+    std::filesystem::path inventory{};  ///< empty: a new inventory without objects
     std::string transport = "gate";     ///< `[orb] transport`: "gate" or "orb"
 };
 
-/// A running kelpd with the agent and the managers as shipped, its own state directory and naming
+/// A running kelpd with the product's agent and managers, a separate state directory and naming
 /// service, and one user.
 class Product {
   public:
     static constexpr const char* kUser = "operator";
     static constexpr const char* kPassword = "open sesame 7";
 
-    /// Starts it; requests that come before it is ready are held by it. Throws std::runtime_error.
+    /// Start it. It holds requests that arrive before it is ready. Throws std::runtime_error.
     explicit Product(const ProductSettings& settings);
-    /// Stops it in order.
+    /// Stop it in order.
     ~Product();
     Product(const Product&) = delete;
     Product& operator=(const Product&) = delete;
 
     pid_t pid() const { return process_->pid(); }
     std::uint16_t port() const { return port_.port(); }
-    /// The session factory by its persistent key.
+    /// The reference of the session factory, with its persistent key.
     std::string factoryReference() const;
 
   private:

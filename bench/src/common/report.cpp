@@ -14,7 +14,7 @@ namespace kelp::bench {
 
 namespace {
 
-/// Three significant digits for small values, none behind the point for large ones.
+/// Format small values with three significant digits, large ones without decimals.
 std::string number(double value) {
     if (value >= 1000)
         return fmt::format("{:.0f}", value);

@@ -9,13 +9,13 @@
 
 namespace kelp::bench {
 
-/// A value beside which a figure is to be read.
+/// A value with which a figure is compared.
 struct Reference {
-    std::string name;  ///< "bare ORB"
-    double value = 0;  ///< in the figure's unit
+    std::string name;  ///< its name, such as "bare ORB"
+    double value = 0;  ///< its value in the figure's unit
 };
 
-/// What a figure should reach.
+/// The value that a figure should reach.
 struct Aim {
     enum class Of { Ratio, Value };
     enum class Bound { AtLeast, AtMost };
@@ -29,19 +29,21 @@ struct Figure {
     std::string name;
     std::string unit;
     double value = 0;
-    std::vector<Reference> references;  ///< the first is the floor, which the ratio is taken of
-    std::optional<Spread> ratio;  ///< of the pairs measured next to each other, not of the medians
+    /// The values to compare with. The first is the floor, to which the ratio is taken.
+    std::vector<Reference> references;
+    /// The ratio of each pair of adjacent measurements, not of the medians.
+    std::optional<Spread> ratio;
     std::optional<Aim> aim;
     std::string note;
 
-    /// Whether the aim was reached; none without one.
+    /// Whether the figure reached its aim. None if it has no aim.
     std::optional<bool> met() const;
 };
 
-/// What was measured, on which machine.
+/// The figures that were measured, and the machine.
 struct Report {
     std::string machine;
-    double loadBefore = 0;  ///< runnable processes over the last minute
+    double loadBefore = 0;  ///< runnable processes, averaged over the last minute
     double loadAfter = 0;
     std::vector<Figure> figures;
 
@@ -52,9 +54,9 @@ struct Report {
 void printTable(const Report& report, std::ostream& out);
 void printJson(const Report& report, std::ostream& out);
 
-/// Processor model, cores and memory of this machine, in words.
+/// Return processor model, cores and memory of this machine as text.
 std::string machineInWords();
-/// Runnable processes over the last minute.
+/// Return the number of runnable processes, averaged over the last minute.
 double loadOfMachine();
 
 }  // namespace kelp::bench

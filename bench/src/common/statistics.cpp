@@ -8,7 +8,7 @@ namespace kelp::bench {
 
 namespace {
 
-/// Linear between the two values nearest to the place.
+/// Interpolate linearly between the two values nearest to the fraction.
 double atFraction(const std::vector<double>& sorted, double fraction) {
     const double place = fraction * static_cast<double>(sorted.size() - 1);
     const auto below = static_cast<std::size_t>(place);

@@ -11,7 +11,7 @@ struct Spread {
     double high = 0;
 };
 
-/// Throws std::invalid_argument without values.
+/// Return the quartiles. Throws std::invalid_argument if there are no values.
 Spread spreadOf(std::vector<double> values);
 
 inline double medianOf(const std::vector<double>& values) {

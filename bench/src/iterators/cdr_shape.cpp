@@ -39,7 +39,7 @@ class Padding {
     bool isAtEnd() const { return at_ == bytes_.size(); }
 
   private:
-    /// Where the parenthesis that the shape begins with is closed.
+    /// Return the place of the parenthesis that closes the one at the beginning of the shape.
     static std::size_t closing(std::string_view shape) {
         int depth = 0;
         for (std::size_t i = 0; i < shape.size(); ++i) {

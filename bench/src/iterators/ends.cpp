@@ -14,7 +14,7 @@ using Clock = std::chrono::steady_clock;
 constexpr double kMostTimes = 1.15;
 constexpr std::size_t kTenths = 10;
 
-/// Times of batches that were fetched, in us an entry.
+/// Times of the fetched batches, in us for each entry.
 struct Times {
     std::vector<double> atStart;
     std::vector<double> atEnd;
@@ -27,14 +27,14 @@ double timeOfNext(OpenList& list, CORBA::ULong batch) {
     return took.count() / count;
 }
 
-/// Fetches until no more than so many entries are left.
+/// Fetch until at most `left` entries remain.
 void advance(OpenList& list, CORBA::ULong length, CORBA::ULong left) {
     constexpr CORBA::ULong step = 1000;
     for (CORBA::ULong at = list.first(); length - at > left;)
         at += list.next(std::min(step, length - at - left));
 }
 
-/// Two iterators of one list, one at its start and one a tenth before its end, fetch in turns.
+/// Fetch in turns with two iterators of one list: one at its start, one a tenth before its end.
 void fetchInTurns(const ListServer& server, const ListName& name, CORBA::ULong batch,
                   Times& times) {
     const std::unique_ptr<OpenList> start = open(server, name, batch);
@@ -42,7 +42,7 @@ void fetchInTurns(const ListServer& server, const ListName& name, CORBA::ULong b
     const CORBA::ULong length = end->first() + end->rest();
     const auto tenth = static_cast<CORBA::ULong>(length / kTenths);
     advance(*end, length, tenth);
-    // the last batch may be a short one, and ends the iterator besides
+    // leave out the last batch: it may be shorter, and it ends the iterator
     const CORBA::ULong pairs = tenth / batch - (tenth % batch == 0 ? 1 : 0);
     if (pairs == 0)
         throw std::runtime_error(fmt::format("a tenth of {} entries has no whole batch", length));

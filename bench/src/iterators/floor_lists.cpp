@@ -6,8 +6,7 @@ namespace {
 
 constexpr CORBA::ULong kBatch = 1000;
 
-/// All of a list in one sequence, of which `first` are the first entries and `rest` gives the
-/// others.
+/// Put a whole list into one sequence: `first` has its first entries and `rest` returns the others.
 template <class Sequence, class Iterator>
 KeptList<Sequence> wholeList(const Sequence& first, Iterator* rest) {
     const bool isMore = !CORBA::is_nil(rest);

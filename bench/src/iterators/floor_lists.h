@@ -13,22 +13,22 @@
 
 namespace kelp::bench {
 
-/// How the floor gives a part of a list that it has in memory: lent to the ORB, which encodes it
-/// where it lies, or as a copy, as the C++ mapping has a servant do it.
+/// How the floor returns a part of a list that it has in memory. Lent: the ORB encodes the entries
+/// in place. Copied: the servant returns a copy, as is usual in the C++ mapping.
 enum class Giving { Lent, Copied };
 
-/// A list in memory, as it came over the wire. Lent parts must not outlive it.
+/// A list in memory, as it was received. Lent parts must not outlive it.
 template <class Sequence>
 class KeptList {
   public:
     explicit KeptList(std::unique_ptr<Sequence> rows) : rows_(std::move(rows)) {}
 
     CORBA::ULong length() const { return rows_->length(); }
-    /// The caller owns it.
+    /// Return a part. The caller owns it.
     Sequence* part(CORBA::ULong from, CORBA::ULong most, Giving giving) {
         const CORBA::ULong count = std::min(most, length() - std::min(from, length()));
         auto lent = std::make_unique<Sequence>(count, count, rows_->get_buffer() + from, false);
-        // the copy of a sequence that lends is one that owns
+        // the copy of a sequence that does not own its entries does own them
         return giving == Giving::Copied ? new Sequence(*lent) : lent.release();
     }
 
@@ -36,18 +36,19 @@ class KeptList {
     std::unique_ptr<Sequence> rows_;
 };
 
-/// What the floor has of a product's inventory: all elements, and the ports of the first of them.
+/// The floor's part of a product's inventory: all elements, and the ports of the first elements.
 class FloorLists {
   public:
     using Elements = KeptList<managedElement::ManagedElementList_T>;
     using Ports = KeptList<terminationPoint::TerminationPointList_T>;
 
-    /// Uploads them from the product. Throws CORBA::Exception.
+    /// Upload the lists from the product. Throws CORBA::Exception.
     FloorLists(managedElementManager::ManagedElementMgr_I_ptr product,
                std::size_t elementsWithPorts);
 
     Elements& elements() { return elements_; }
-    /// The ports of an element; throws CORBA::NO_RESOURCES when they are not here.
+    /// Return the ports of an element. Throws CORBA::NO_RESOURCES when the floor does not have
+    /// them.
     Ports& portsOf(const globaldefs::NamingAttributes_T& element);
 
   private:

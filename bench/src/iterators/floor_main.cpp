@@ -1,12 +1,12 @@
-// The floor that uploads are measured against: the ORB alone, with the options that the product
-// gives it, and servants of the standard's interfaces that give lists out of memory. It uploads the
-// lists from the product itself.
+// The floor that uploads are compared with: the ORB alone, with the options that the product uses,
+// and servants of the standard's interfaces that return lists from memory. It uploads the lists
+// from the product.
 //
-//   iterator_bench_floor <reference of the product's manager "ManagedElement"> <elements with
-//   ports>
+//     iterator_bench_floor <reference of the product's manager "ManagedElement">
+//                          <elements with ports>
 //
-// Prints "lent <reference>" and "copied <reference>", its managers that give in these ways, and
-// serves until its standard input ends.
+// It prints "lent <reference>" and "copied <reference>", the references of its managers that return
+// lists in these ways, and serves until its standard input ends.
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
@@ -33,7 +33,7 @@ class RefusingManager : public virtual POA_managedElementManager::ManagedElement
 #undef MANAGER_OPERATION
 };
 
-/// One NMS at a time reads from it.
+/// An iterator. Only one NMS at a time may read from it.
 template <class Skeleton, class Sequence, class SequenceOut>
 class FloorIterator final : public Skeleton {
   public:
@@ -99,7 +99,7 @@ class FloorManager final : public RefusingManager {
     }
 
   private:
-    /// The first entries, and an iterator for the rest; nil when there is none.
+    /// Return the first entries, and an iterator for the rest; nil when there is no rest.
     template <class Iterator, class Sequence, class SequenceOut>
     CORBA::Object_ptr give(KeptList<Sequence>& list, CORBA::ULong howMany, SequenceOut& some) {
         Sequence* const part = list.part(0, howMany, giving_);

@@ -13,35 +13,35 @@
 
 namespace kelp::bench {
 
-/// Where lists are uploaded from: the product, or a floor.
+/// A server from which lists are uploaded: the product or a floor.
 struct ListServer {
     std::string name;
     pid_t pid = 0;
     managedElementManager::ManagedElementMgr_I_var manager;
 };
 
-/// Which list: the ports of an element, or, without its name, all elements.
+/// The name of a list: the ports of an element, or, without the element's name, all elements.
 struct ListName {
     globaldefs::NamingAttributes_T element;
     bool isOfElements() const { return element.length() == 0; }
 };
 
-/// A list of which batches are fetched and thrown away. Its operations throw CORBA::Exception.
+/// A list whose batches are fetched and discarded. Operations throw CORBA::Exception.
 class OpenList {
   public:
     virtual ~OpenList() = default;
 
-    /// Entries of the first batch, which came with the list.
+    /// Number of entries in the first batch, which the server returned together with the iterator.
     CORBA::ULong first() const { return first_; }
-    /// Whether there may be more.
+    /// Whether there may be more entries.
     bool isMore() const { return isMore_; }
-    /// Fetches the next batch; gives how many entries it has.
+    /// Fetch the next batch and return its number of entries.
     virtual CORBA::ULong next(CORBA::ULong howMany) = 0;
-    /// Entries behind the first batch.
+    /// Return the number of entries after the first batch.
     virtual CORBA::ULong rest() = 0;
-    /// Ends it early.
+    /// End the list before it is complete.
     virtual void destroy() = 0;
-    /// Its iterator; nil when all came with the first batch. Borrowed.
+    /// Return the iterator; nil when the first batch had all entries. The reference is borrowed.
     virtual CORBA::Object_ptr iterator() const = 0;
 
   protected:
@@ -49,14 +49,15 @@ class OpenList {
     bool isMore_ = false;
 };
 
-/// Asks for a list, with its first entries. Throws CORBA::Exception.
+/// Request a list with its first entries. Throws CORBA::Exception.
 std::unique_ptr<OpenList> open(const ListServer& server, const ListName& name,
                                CORBA::ULong howMany);
 
-/// Names of all elements, in the order of their list. Throws CORBA::Exception.
+/// Return the port lists of all elements, in the order of the list of elements. Throws
+/// CORBA::Exception.
 std::vector<ListName> portListsOf(const ListServer& server);
 
-/// How many entries are asked for, batch by batch.
+/// The number of entries to request in each batch.
 class Asks {
   public:
     explicit Asks(CORBA::ULong always) : always_(always) {}
@@ -73,13 +74,13 @@ class Asks {
 struct Walk {
     std::size_t objects = 0;
     std::chrono::nanoseconds took{};
-    std::vector<CORBA::ULong> batches;  ///< entries of each
+    std::vector<CORBA::ULong> batches;  ///< the number of entries in each batch
     double perSecond() const {
         return static_cast<double>(objects) / std::chrono::duration<double>(took).count();
     }
 };
 
-/// Uploads a list from its beginning, until it ends or so many entries have come. Throws
+/// Upload a list from its beginning until it ends or `most` entries have been received. Throws
 /// CORBA::Exception.
 Walk walk(const ListServer& server, const ListName& name, const Asks& asks,
           std::size_t most = std::numeric_limits<std::size_t>::max());

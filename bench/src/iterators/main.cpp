@@ -1,4 +1,4 @@
-// Uploads through iterators beside the same lists out of memory.
+// Compares uploads through iterators with the same lists from memory.
 
 #include <fmt/format.h>
 #include <kelp/inventory/failure.h>
@@ -45,7 +45,7 @@ void measureLists(const Stand& stand, const Uploads& uploads, const UploadOption
     report.add(measureEnds(stand, uploads, options));
 }
 
-/// A network as they are: many elements with some ports each.
+/// Measure a realistic network: many elements with a few ports each.
 void measureWide(kelp::nms::NmsClient& client, Networks& networks, const UploadOptions& options,
                  Report& report) {
     const Stand stand(client, networks.of(options.elementCount, options.portCount),
@@ -61,7 +61,7 @@ void measureWide(kelp::nms::NmsClient& client, Networks& networks, const UploadO
     report.add(memoryGrowth(stand, "memory growth of the host, many elements"));
 }
 
-/// Few elements with very many ports.
+/// Measure a network of few elements with many ports each.
 void measureDeep(kelp::nms::NmsClient& client, Networks& networks, const UploadOptions& options,
                  Report& report) {
     const Stand stand(client, networks.of(options.longLists, options.portCount), options.longLists);

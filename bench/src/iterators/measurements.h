@@ -9,24 +9,25 @@
 
 namespace kelp::bench {
 
-/// Lists of one kind, of which each round takes the next one.
+/// Lists of one kind. Each round uploads the next one.
 struct Uploads {
-    std::string what;  ///< "elements"
+    std::string what;  ///< the kind, such as "elements"
     std::vector<ListName> lists;
 };
 
-/// Objects a second by batches of a size, beside the floor; throws std::runtime_error when the two
-/// do not give as many.
+/// Measure objects a second with batches of the size `batch`, compared with the floor. Throws
+/// std::runtime_error when product and floor do not return the same number of objects.
 std::vector<Figure> measureRate(const Stand& stand, const Uploads& uploads, CORBA::ULong batch,
                                 const UploadOptions& options);
-/// Lists a second that come whole with the first answer.
+/// Measure lists a second of lists that fit into the first answer.
 std::vector<Figure> measureShortLists(const Stand& stand, const std::vector<ListName>& lists,
                                       const UploadOptions& options);
-/// A batch in the last tenth of a list beside one in its first, of iterators that take turns.
+/// Compare a batch in the last tenth of a list with one in its first tenth. The two iterators take
+/// turns.
 Figure measureEnds(const Stand& stand, const Uploads& uploads, const UploadOptions& options);
-/// Every port of every element once, from the product alone.
+/// Measure an upload of every port of every element, from the product alone.
 Figure measureWholeUpload(const Stand& stand, const std::string& name, CORBA::ULong batch);
-/// How much more memory the product took than before the first upload.
+/// Return how much the product's memory has grown since before the first upload.
 Figure memoryGrowth(const Stand& stand, const std::string& name);
 
 }  // namespace kelp::bench

@@ -16,7 +16,7 @@ std::filesystem::path Networks::of(std::size_t elements, std::size_t ports) {
     inventory::NetworkPlan plan;
     plan.elements = elements;
     plan.ports = ports;
-    // one that is cut short is not taken for a network
+    // rename at the end, so that a partly generated network is never used
     const std::filesystem::path unfinished = file.string() + ".part";
     std::filesystem::remove(unfinished);
     inventory::generateNetwork(unfinished, plan);

@@ -7,14 +7,14 @@
 
 namespace kelp::bench {
 
-/// Inventories made up for a run, or kept in a folder from an earlier one.
+/// Inventories that are generated for a run, or kept in a folder from an earlier run.
 class Networks {
   public:
-    /// Empty: they go with this object.
+    /// `kept` is the folder. Empty: the inventories are deleted together with this object.
     explicit Networks(std::filesystem::path kept) : kept_(std::move(kept)) {}
 
-    /// The database of a network of so many elements and ports, made when it is not there. Throws
-    /// inventory::InventoryFailure.
+    /// Return the database of a network with `elements` and `ports`. It is generated if it does not
+    /// exist. Throws inventory::InventoryFailure.
     std::filesystem::path of(std::size_t elements, std::size_t ports);
 
   private:

@@ -23,7 +23,7 @@ bool contains(const std::vector<std::string>& words, const std::string& word) {
     return words.empty() || std::find(words.begin(), words.end(), word) != words.end();
 }
 
-/// A tenth of everything.
+/// Reduce everything to a tenth.
 void makeQuick(UploadOptions& options) {
     constexpr std::size_t part = 10;
     options.elementCount = std::max<std::size_t>(options.elementCount / part, 1);

@@ -16,10 +16,11 @@ constexpr double kLeastRatio = 0.70;
 
 struct Series {
     std::vector<double> perSecond;
-    std::vector<double> processorMicroseconds;  ///< of the server, an object
+    std::vector<double> processorMicroseconds;  ///< the server's processor time for each object
 };
 
-/// What one server does in one round; gives how many objects or lists that were, and in what time.
+/// What one server does in one round. Returns the number of objects or lists, and the time they
+/// took.
 using Slice = std::function<Walk(const ListServer&)>;
 
 Walk measureSlice(const ListServer& server, const Slice& slice, Series& series) {
@@ -61,7 +62,7 @@ std::vector<Figure> figuresOf(const std::string& name, const std::string& unit,
                  "us", servers, series, &Series::processorMicroseconds)};
 }
 
-/// The product first, then its floors.
+/// Return the servers: the product first, then its floors.
 std::vector<ListServer> serversOf(const Stand& stand, bool alsoCopying) {
     std::vector<ListServer> servers = {stand.product, stand.floor};
     if (alsoCopying)
@@ -69,8 +70,8 @@ std::vector<ListServer> serversOf(const Stand& stand, bool alsoCopying) {
     return servers;
 }
 
-/// Uploads of one list after the other, each twice in a row: once with the product first and once
-/// with it last.
+/// Uploads one list after the other. Each list is uploaded in two successive rounds: once with the
+/// product first and once with it last.
 class ListRounds {
   public:
     ListRounds(const Uploads& uploads, CORBA::ULong batch, std::size_t most)
@@ -81,8 +82,8 @@ class ListRounds {
         constexpr std::size_t roundsAList = 2;
         const ListName& list = uploads_.lists[round / roundsAList % uploads_.lists.size()];
         const auto slice = [&](const ListServer& server) {
-            // the floor is asked for just as many as the product gave, which may be fewer than it
-            // was asked for
+            // the floor is asked for exactly the number of entries that the product returned, which
+            // may be fewer than requested
             const bool isProduct = server.name == servers.front().name;
             return walk(server, list, isProduct ? Asks(batch_) : Asks(batches_), most_);
         };
@@ -97,7 +98,7 @@ class ListRounds {
                     "the floor does not give the batches that the product gives");
         }
     }
-    /// Entries of the largest batch of the last list.
+    /// Return the number of entries in the largest batch of the last list.
     CORBA::ULong largestBatch() const {
         return *std::max_element(batches_.begin(), batches_.end());
     }

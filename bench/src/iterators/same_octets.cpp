@@ -16,7 +16,7 @@ namespace {
 
 constexpr CORBA::ULong kBatch = 1000;
 
-/// An iterator that is called by messages of our own making.
+/// An iterator that is called with GIOP messages that the benchmark builds.
 class PlainIterator {
   public:
     PlainIterator(CORBA::ORB_ptr orb, CORBA::Object_ptr iterator) {
@@ -26,7 +26,7 @@ class PlainIterator {
         key_ = content.objectKey;
         connection_ = test::connectTo(content.endpoints.front().port);
     }
-    /// What next_n is answered with, behind the message's header.
+    /// Call next_n and return the reply without its header.
     std::string next(CORBA::ULong howMany) {
         std::string arguments;
         for (int shift = 0; shift < 32; shift += 8)
@@ -51,11 +51,11 @@ class PlainIterator {
     test::Socket connection_;
 };
 
-// what next_n gives: whether there is more, then the list
+// the results of next_n: whether there is more, then the list
 constexpr std::string_view kElements = "o((ss)sssssslo(h)(ss))";
 constexpr std::string_view kPorts = "o((ss)sss(ss)(ss)llll(h(ss))lo(ss))";
 
-// where next_n's results lie in what is behind a reply's header, when there are no service contexts
+// offsets of next_n's results after the reply's header, if there are no service contexts
 constexpr std::size_t kStatusAt = 4;
 constexpr std::size_t kIsMoreAt = 12;
 constexpr std::size_t kCountAt = 16;

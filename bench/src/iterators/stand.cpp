@@ -24,7 +24,7 @@ ListServer serverOf(CORBA::ORB_ptr orb, const std::string& name, pid_t pid,
     return {name, pid, managedElementManager::ManagedElementMgr_I::_unchecked_narrow(object.in())};
 }
 
-/// What the floor says behind a word: a reference.
+/// Read the reference that the floor prints after a word.
 std::string heard(Talker& floor, const std::string& word) {
     const std::string line = floor.hear();
     if (!line.starts_with(word + " "))

@@ -15,27 +15,26 @@
 
 namespace kelp::bench {
 
-/// A kelpd over a network with an NMS logged in there, and beside it the floor, which has the same
-/// lists in memory.
+/// A kelpd with a network and a logged-in NMS, and the floor, which has the same lists in memory.
 class Stand {
   public:
-    /// Starts the product, logs in, and lets the floor upload all elements and the ports of the
-    /// first of them. Throws std::runtime_error, CORBA::Exception.
+    /// Start the product, log in, and let the floor upload all elements and the ports of the first
+    /// `elementsWithPorts` of them. Throws std::runtime_error and CORBA::Exception.
     Stand(nms::NmsClient& client, const std::filesystem::path& network,
           std::size_t elementsWithPorts);
-    /// Logs out.
+    /// Log out.
     ~Stand();
     Stand(const Stand&) = delete;
     Stand& operator=(const Stand&) = delete;
 
     CORBA::ORB_ptr orb() const { return orb_; }
     ListServer product;
-    ListServer floor;    ///< its parts lent to the ORB
-    ListServer copying;  ///< the same process, its parts copied
-    /// The port list of each element.
+    ListServer floor;    ///< lends its parts to the ORB
+    ListServer copying;  ///< the same process as the floor; copies its parts
+    /// Return the port list of each element.
     const std::vector<ListName>& portLists() const { return portLists_; }
-    /// Resident memory of the product before the first list was asked for, and its peak since, in
-    /// KiB.
+    /// Return the product's resident memory before the first list was requested, and its peak since
+    /// then, in KiB.
     double residentBefore() const { return residentBefore_; }
     double residentPeak() const;
 

@@ -10,18 +10,20 @@ namespace kelp::bench {
 
 using Clock = std::chrono::steady_clock;
 
-/// An alarm of 17 fields, about 1.2 KB on the wire, that carries its number and when it was sent.
+/// An alarm of 17 fields, about 1.2 KB on the wire, that contains its number and the time when it
+/// was sent.
 class BenchAlarm {
   public:
     BenchAlarm();
-    /// The alarm, numbered and stamped with this moment. Valid until the next call.
+    /// Return the alarm with this number and the current time. The reference is valid until the
+    /// next call.
     const CosNotification::StructuredEvent& numbered(std::uint64_t number);
 
   private:
     CosNotification::StructuredEvent event_;
 };
 
-/// What a consumer reads of it.
+/// The number and the time that a consumer reads from the alarm.
 struct Stamp {
     std::uint64_t number = 0;
     Clock::time_point sent;

@@ -50,7 +50,7 @@ class ChannelSupplier final : public Supplier {
     }
     void push(const CosNotification::StructuredEvent& event) override { channel_.push(event); }
     std::size_t waiting() override {
-        // the good ones were connected first
+        // the good consumers were connected first
         std::size_t most = 0;
         const std::vector<notification::ConsumerCounts> counts = channel_.consumers();
         for (std::size_t i = 0; i < std::min(good_, counts.size()); ++i)

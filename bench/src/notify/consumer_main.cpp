@@ -1,7 +1,8 @@
-// A consumer of its own process: prints its reference, counts what it gets, and answers on standard
-// input.
-//   reset    forget what came; answers "ok"
-//   report   "<events> <in order: 0 or 1> <p50 ns> <p99 ns>"
+// A consumer in a separate process. It prints its reference, counts the events that it receives,
+// and answers orders on standard input:
+//
+//     reset    forget the events received so far; answers "ok"
+//     report   answers "<events> <in order: 0 or 1> <p50 ns> <p99 ns>"
 
 #include <cos/CosNotifyComm.h>
 #include <kelp/orb/exception_text.h>

@@ -28,7 +28,7 @@ struct Heard {
     double p99Us = 0;
 };
 
-/// A consumer in a process of its own.
+/// A consumer in a separate process.
 class Consumer {
   public:
     explicit Consumer(Kind kind, std::size_t pauseMs = 0)
@@ -60,14 +60,14 @@ Consumers makeConsumers(Kind kind, std::size_t count) {
     return made;
 }
 
-/// What one slice gave.
+/// The result of one slice.
 struct Slice {
     double events = 0;
     double seconds = 0;
     double processorSeconds = 0;
 };
 
-/// A supplier in a process of its own with its consumers.
+/// A supplier in a separate process, connected to the consumers.
 class Source {
   public:
     Source(const char* how, Kind kind, Consumers& consumers)
@@ -107,7 +107,8 @@ void reset(Consumers& consumers) {
         each.reset();
 }
 
-/// What the consumers heard of one slice: everything, in order, or there is no figure.
+/// Return what the consumers received in one slice. Throws if a consumer did not receive every
+/// event in order.
 Heard heardBy(Consumers& consumers, const Slice& slice) {
     Heard worst;
     std::vector<double> p50;
@@ -126,7 +127,7 @@ Heard heardBy(Consumers& consumers, const Slice& slice) {
     return worst;
 }
 
-/// Values of the two sides, measured next to each other.
+/// Values of product and floor, measured in turns.
 struct Pairs {
     std::vector<double> product;
     std::vector<double> floor;
@@ -235,8 +236,8 @@ std::vector<Figure> delaysBesideStraight(const NotifyOptions& options) {
         "straight pushes", 1.5);
 }
 
-/// Four bad ones beside twelve: one frozen, one that takes an event a second, one killed, one that
-/// connects anew every second.
+/// Measure twelve good consumers together with four bad ones: one is frozen, one takes an event a
+/// second, one is killed, and one reconnects every second.
 std::vector<Figure> delaysBesideBadOnes(const NotifyOptions& options) {
     constexpr std::size_t good = 12;
     Consumers consumers = makeConsumers(Kind::Structured, good);

@@ -45,7 +45,7 @@ class Line {
     }
 
   private:
-    /// An event stays in the queue until it is delivered.
+    /// Deliver the events. An event stays in the queue until it is delivered.
     void run() {
         std::unique_lock lock(mutex_);
         for (;;) {

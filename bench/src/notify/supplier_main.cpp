@@ -1,10 +1,15 @@
-// A supplier in a process of its own. Standard input brings the references of its consumers, one a
-// line:
-//   good IOR | bad IOR | reconnecting IOR | ready
-// then orders, each answered by a line when all good consumers have got everything:
-//   flood MS          as many events as they take, for so long
-//   pace RATE MS      so many events a second
-// The answer: "<events> <ns it took> <ns of processor time>".
+// A supplier in a separate process. It reads the references of its consumers from standard input,
+// one a line:
+//
+//     good IOR | bad IOR | reconnecting IOR | ready
+//
+// Then it reads orders. It answers each with a line when all good consumers have received every
+// event:
+//
+//     flood MS       push as fast as the consumers accept events, for MS milliseconds
+//     pace RATE MS   push RATE events a second, for MS milliseconds
+//
+// The answer is "<events> <ns it took> <ns of processor time>".
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>

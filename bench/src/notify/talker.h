@@ -7,13 +7,13 @@
 
 namespace kelp::bench {
 
-/// A program that answers lines with lines. It ends with its owner.
+/// A program that answers lines with lines. It ends when this object is destroyed.
 class Talker {
   public:
     Talker(const std::string& program, const std::vector<std::string>& arguments);
 
     void say(const std::string& line);
-    /// Its next line; throws std::runtime_error when it ends instead.
+    /// Return its next line. Throws std::runtime_error when the program ends instead.
     std::string hear();
     std::string ask(const std::string& line) {
         say(line);

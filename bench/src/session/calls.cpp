@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kManyConnections = 16;
 constexpr double kLeastRatio = 0.90;
 constexpr double kLeastRatioOfGate = 0.97;
-/// The product and its floors, by their places in the list of servers.
+/// The product and its floors, by their index in the list of servers.
 enum Place : std::size_t { TheProduct, OrbTransport, OrbPort, BareOrb, SessionPoas, Places };
 
 struct Server {
@@ -33,7 +33,7 @@ struct Server {
     std::vector<emsMgr::EMSMgr_I_var> managers;
 };
 
-/// What is called, and from how many connections.
+/// The operation to call, and the number of connections.
 struct Scenario {
     std::string name;
     std::size_t connections = 1;
@@ -42,7 +42,7 @@ struct Scenario {
 
 struct Series {
     std::vector<double> callsPerSecond;
-    std::vector<double> processorMicroseconds;  ///< of the server, a call
+    std::vector<double> processorMicroseconds;  ///< the server's processor time for each call
 };
 
 void ping(const Server& server, std::size_t client) {
@@ -90,7 +90,7 @@ Server serverOf(const std::string& name, const Product& product, const Ems& ems,
     return server;
 }
 
-/// The floor is one only if it sends the same answer.
+/// Throw unless both servers send the same answer; otherwise they cannot be compared.
 void requireSameAnswer(const Server& one, const Server& other) {
     const auto inWords = [](const Server& server) {
         emsMgr::EMS_T_var ems;
@@ -107,7 +107,7 @@ void requireSameAnswer(const Server& one, const Server& other) {
                                  inWords(one) + "\"");
 }
 
-/// Opens the connections that the scenario needs and lets caches fill.
+/// Open the connections that the scenario needs and fill the caches.
 void warmUp(ClientThreads& clients, const Scenario& scenario, const Server& server,
             const Options& options) {
     constexpr int attempts = 40;
@@ -154,7 +154,8 @@ Figure figureOf(const std::string& name, const std::string& unit,
     return figure;
 }
 
-/// What the interceptor and the log cost: the ORB finds the object in both in the same way.
+/// Show what the interceptor and the log cost: in both servers the ORB finds the object in the same
+/// way.
 Figure besideSamePoas(const std::vector<Server>& servers, const std::vector<Series>& series) {
     Figure figure;
     figure.name = "  beside an ORB with as many POAs";
@@ -167,7 +168,7 @@ Figure besideSamePoas(const std::vector<Server>& servers, const std::vector<Seri
     return figure;
 }
 
-/// What the gate costs: the same product without it.
+/// Show what the gate costs: the other server is the same product without the gate.
 Figure besideOrbTransport(const std::vector<Server>& servers, const std::vector<Series>& series) {
     Figure figure;
     figure.name = "  through the gate";
@@ -187,7 +188,7 @@ std::vector<Figure> measureScenario(ClientThreads& clients, const Scenario& scen
         warmUp(clients, scenario, server, options);
     std::vector<Series> series(servers.size());
     for (std::size_t round = 0; round < options.rounds; ++round) {
-        // in turns, and each server as often first as the others
+        // the servers take turns, and each is first equally often
         for (std::size_t turn = 0; turn < servers.size(); ++turn) {
             const std::size_t place = (round + turn) % servers.size();
             measureSlice(clients, scenario, servers[place], options, series[place]);

@@ -9,8 +9,9 @@
 
 namespace kelp::bench {
 
-/// Two-way calls on a session (ping) and on a manager (getEMS), from 1 and from 16 connections, at
-/// the product, at a second one that uses the ORB's own transport, and at the floors, in turns.
+/// Measure two-way calls on a session (ping) and on a manager (getEMS), from 1 and from 16
+/// connections. The product, a second product that uses the ORB's transport, and the floors take
+/// turns.
 std::vector<Figure> measureCalls(nms::NmsClient& client, const Options& options);
 
 }  // namespace kelp::bench

@@ -43,7 +43,7 @@ std::size_t Churn::logInAndOutWhile(const std::function<bool()>& more) {
     return times;
 }
 
-/// 127.0.0.2, so that it is never the address of a live NMS of the farm.
+/// Return an address on 127.0.0.2, so that it is never the address of a live NMS of the farm.
 std::string Churn::nextAddress() {
     port_ = port_ == kLastPort ? kFirstPort : port_ + 1;
     return "127.0.0.2:" + std::to_string(port_);

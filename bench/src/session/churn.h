@@ -7,15 +7,17 @@
 
 namespace kelp::bench {
 
-/// NMS that log in and out again, each from an address of its own. Nothing listens there: it is for
-/// a product that does not ping.
+/// NMSs that log in and out again, each from a separate address. Nothing listens at these
+/// addresses, so use it only with a product that does not ping.
 class Churn {
   public:
     explicit Churn(const Ems& ems) : ems_(ems) {}
 
-    /// So many NMS after each other. Returns when the EMS has ended the last one's session.
+    /// Log in and out `times` NMSs one after the other. Returns when the EMS has ended the last
+    /// session.
     void logInAndOut(std::size_t times);
-    /// The same at least once and until told otherwise. How many it were.
+    /// Log NMSs in and out as long as `more` returns true, at least once. Returns the number of
+    /// log-ins.
     std::size_t logInAndOutWhile(const std::function<bool()>& more);
 
   private:

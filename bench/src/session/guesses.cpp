@@ -20,12 +20,12 @@ namespace {
 
 const std::string kFactoryKey = std::string("\xffV4800\0", 7) + "EMSSessionFactory";
 constexpr std::chrono::seconds kAlone{1};
-/// Beside log-ins that hash at the default cost a guess waits for one of them, twenty milliseconds
-/// and more.
+/// Divisor for the number of guesses at the default hash cost. There each guess waits for one of
+/// the log-ins, 20 ms and more.
 constexpr std::size_t kFewerBesideCostlyHashes = 20;
 
-/// One connection from an address of 127.0.0.0/8 that sends the same request again and again, each
-/// as soon as the last one is answered. It costs the machine less than an ORB's client would.
+/// A connection from an address of 127.0.0.0/8 that sends the same request repeatedly, each as soon
+/// as the previous one is answered. It uses less processor time than an ORB's client.
 class Repeater {
   public:
     Repeater(const Product& product, const std::string& source, std::string request,
@@ -62,7 +62,7 @@ class Repeater {
     const ReplyStatus expected_;
 };
 
-/// Calls on a thread of their own, which begin at once.
+/// Makes calls on a separate thread, which starts at once.
 class InBackground {
   public:
     InBackground(Repeater repeater, std::size_t times)
@@ -82,7 +82,7 @@ class InBackground {
     InBackground& operator=(const InBackground&) = delete;
 
     bool isOver() const { return isOver_; }
-    /// Throws what ended the calls early.
+    /// Wait for the calls. Rethrows an exception that ended them early.
     void finish() {
         thread_.join();
         if (failure_)
@@ -129,7 +129,8 @@ struct Rounds {
     std::vector<double> calls;
 };
 
-/// Each round guesses from an address that is new to the product, so that it begins unknown.
+/// Measure the rounds. Each round guesses from an address that is new to the product, so that the
+/// address has no failed log-ins yet.
 Rounds measureRounds(const Product& product, Churn& churn, const Options& options,
                      std::size_t guesses) {
     const std::string guess =
@@ -188,8 +189,8 @@ std::vector<Figure> figuresOf(const Rounds& rounds, const std::string& hash,
 std::vector<Figure> measureGuesses(nms::NmsClient& client, const Options& options) {
     std::vector<Figure> figures;
     for (const bool costly : {false, true}) {
-        // a round each second takes sessions that have ended out of the list: they would slow each
-        // log-in down
+        // a housekeeping round each second removes ended sessions from the list, where they would
+        // slow down each log-in
         const Product product({0, false, 1, costly});
         const Ems ems(client, product);
         Churn churn(ems);

@@ -9,9 +9,10 @@
 
 namespace kelp::bench {
 
-/// Log-ins with their log-outs from one address while somebody at another sends wrong passwords for
-/// the same user without a pause; beside them the same log-ins alone, and while as many calls come
-/// that log nobody in, in turns. With the cheapest password hash and with the one as shipped.
+/// Measure log-ins with log-outs from one address while a client at another address continuously
+/// sends wrong passwords for the same user. For comparison, measure the same log-ins alone, and
+/// together with as many calls that do not log in; the three take turns. Both are done with the
+/// smallest password hash cost and with the default.
 std::vector<Figure> measureGuesses(nms::NmsClient& client, const Options& options);
 
 }  // namespace kelp::bench

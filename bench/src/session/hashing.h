@@ -6,8 +6,8 @@
 
 namespace kelp::bench {
 
-/// Time of one password check: the hash alone, with the smallest and the default cost, and a whole
-/// check against the user database as a log-in makes it.
+/// Measure the time of one password check: the hash alone, with the smallest and the default cost,
+/// and a complete check against the user database as in a log-in.
 std::vector<Figure> measureHashing();
 
 }  // namespace kelp::bench

@@ -15,11 +15,11 @@ namespace kelp::bench {
 namespace {
 
 constexpr double kMostTimesSlower = 1.3;
-/// A product sweeps the sessions that have ended out of its list once a round.
+/// The product removes ended sessions from its list once a housekeeping round.
 constexpr int kRoundS = 1;
 constexpr std::chrono::milliseconds kUntilSwept{1500};
 
-/// One product with its live sessions.
+/// A product with its live sessions.
 struct Site {
     Site(nms::NmsClient& client, const NmsFarm& farm, std::size_t live)
         : product({0, false, kRoundS}),
@@ -31,7 +31,7 @@ struct Site {
             for (const emsSession::EmsSession_I_var& session : sessions)
                 session->endSession();
         } catch (const CORBA::Exception&) {
-            // the product ends its sessions itself when it stops
+            // the product ends its sessions when it stops
         }
     }
 
@@ -82,7 +82,7 @@ std::vector<Figure> measureLogIns(nms::NmsClient& client, const Options& options
         Site& second = round % 2 == 0 ? many : few;
         measureBurst(first, options.pairs);
         measureBurst(second, options.pairs);
-        // the next burst is to find the live sessions alone
+        // the next burst must find only the live sessions
         std::this_thread::sleep_for(kUntilSwept);
     }
 

@@ -9,7 +9,8 @@
 
 namespace kelp::bench {
 
-/// Log-ins with their log-outs at a product with few and at one with many live sessions, in turns.
+/// Measure log-ins with log-outs at a product with few live sessions and at one with many. The two
+/// take turns.
 std::vector<Figure> measureLogIns(nms::NmsClient& client, const Options& options);
 
 }  // namespace kelp::bench

@@ -19,12 +19,13 @@ namespace {
 
 constexpr double kMostKib = 64;
 constexpr int kRoundS = 1;
-/// What a log-in does for the first time is not to be counted as its session's.
+/// Log-ins before the measurement, because the first log-ins allocate memory that does not belong to
+/// their sessions.
 constexpr std::size_t kWarmUpLogIns = 10;
-/// Two rounds: ended sessions have been swept, live ones pinged.
+/// After two housekeeping rounds, ended sessions have been removed and live ones pinged.
 constexpr std::chrono::milliseconds kTwoRounds{2500};
 
-/// A connection of one NMS's own, over which it has called its session.
+/// Make a connection of one NMS and call its session over it.
 test::Socket connectionThatCalled(const Product& product, CORBA::ORB_ptr orb,
                                   emsSession::EmsSession_I_ptr session) {
     orb::ReferenceContent content;

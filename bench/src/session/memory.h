@@ -9,8 +9,8 @@
 
 namespace kelp::bench {
 
-/// Resident memory that a session takes: the session alone, and with an own connection of its NMS
-/// to the EMS and of the EMS to the NMS, as they are in real use.
+/// Measure the resident memory of a session: alone, and together with a connection from its NMS to
+/// the EMS and one from the EMS to the NMS, as in real use.
 std::vector<Figure> measureMemory(nms::NmsClient& client, const Options& options);
 
 }  // namespace kelp::bench

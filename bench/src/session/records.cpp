@@ -20,10 +20,10 @@ using oplog::OperationLog;
 using oplog::OperationRecord;
 
 constexpr std::size_t kRounds = 10;
-constexpr std::size_t kRecords = 20000;  ///< a round; the queue holds ten times as many
+constexpr std::size_t kRecords = 20000;  ///< records a round; the queue holds ten times as many
 constexpr std::chrono::seconds kPatience{60};
 
-/// Such as the product writes for a manager's operation.
+/// Make a record as the product writes it for a manager's operation.
 OperationRecord record() {
     OperationRecord made;
     made.user = "operator";

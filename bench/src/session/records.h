@@ -6,8 +6,8 @@
 
 namespace kelp::bench {
 
-/// What the record of one request costs: the time of the thread that serves the request, and the
-/// processor time of the whole way to the disk.
+/// Measure the cost of the record of one request: the time on the thread that serves the request,
+/// and the processor time until the record is on disk.
 std::vector<Figure> measureRecords();
 
 }  // namespace kelp::bench

@@ -8,18 +8,18 @@
 
 namespace kelp::host {
 
-/// The operation log and the security log, open for the length of a scope.
+/// Keeps the operation log and the security log open for the duration of a scope.
 class AuditUse {
   public:
-    /// Notes the configuration that the process starts with in the security log.
+    /// Open the logs and record in the security log which configuration the process starts with.
     explicit AuditUse(const std::filesystem::path& configFile);
     ~AuditUse();
     AuditUse(const AuditUse&) = delete;
     AuditUse& operator=(const AuditUse&) = delete;
 };
 
-/// Notes in the security log what a re-read of the configuration has changed, or, with `problem`,
-/// that it was refused; takes over new limits of the logs.
+/// Record in the security log which settings a re-read of the configuration has changed, or, with a
+/// `problem`, that the new configuration was refused. Also apply new limits of the logs.
 void noteConfigurationRead(const std::vector<NS_BUNDLEMGR1::ConfigChange>& changes,
                            const std::string& problem);
 

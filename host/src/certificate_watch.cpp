@@ -18,7 +18,7 @@ using std::chrono::system_clock;
 
 constexpr std::chrono::hours kDay{24};
 constexpr int kDaysBefore = 30;
-/// Lists come often, many of them daily.
+/// Revocation lists are issued often, many of them daily.
 constexpr int kDaysBeforeNextList = 3;
 
 std::string inWords(system_clock::time_point time) {
@@ -39,7 +39,7 @@ std::optional<system_clock::time_point> certificateEnd(const std::filesystem::pa
     std::tm parts{};
     const bool isKnown =
         certificate && ASN1_TIME_to_tm(X509_get0_notAfter(certificate.get()), &parts) == 1;
-    // what went wrong is not left to whoever asks the library next
+    // clear the library's error queue, so that a later caller does not see this error
     ERR_clear_error();
     if (!isKnown)
         return std::nullopt;

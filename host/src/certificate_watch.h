@@ -12,25 +12,25 @@
 
 namespace kelp::host {
 
-/// When the first certificate in a PEM file ends; none when there is no such file or no certificate
-/// in it.
+/// Return the end of validity of the first certificate in a PEM file; none when the file does not
+/// exist or contains no certificate.
 std::optional<std::chrono::system_clock::time_point> certificateEnd(
     const std::filesystem::path& file);
 
-/// What an operator should read of a certificate that ends then: empty for one that has more than
-/// 30 days.
+/// Return a warning about a certificate with this end of validity. Empty if it remains valid for at
+/// least 30 days after `now`.
 std::string certificateWarning(const std::filesystem::path& file,
                                std::optional<std::chrono::system_clock::time_point> end,
                                std::chrono::system_clock::time_point now);
 
-/// What an operator should read of a revocation list: empty for one whose successor is not due
-/// within 3 days. `now` as above.
+/// Return a warning about a revocation list. Empty if its successor is not due within 3 days after
+/// `now`.
 std::string revocationListWarning(const std::filesystem::path& file,
                                   const orb::RevocationListEnd& list,
                                   std::chrono::system_clock::time_point now);
 
-/// Traces once a day, from its making on, that this process's certificate ends soon, and the same
-/// of its revocation lists.
+/// Traces once a day, starting at construction, when this process's certificate is about to end.
+/// Does the same for its revocation lists.
 class CertificateWatch {
   public:
     /// `revocationLists` may be empty.

@@ -9,7 +9,7 @@ void raiseDescriptorLimit() {
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
         return;
     limit.rlim_cur = limit.rlim_max;
-    // a failure leaves what there was: the gate counts with that
+    // on failure the old limit stays; the connection gate works with the limit in force
     (void)::setrlimit(RLIMIT_NOFILE, &limit);
 }
 

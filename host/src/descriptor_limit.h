@@ -2,8 +2,8 @@
 
 namespace kelp::host {
 
-/// Lets this process, and its children, have as many descriptors as the system allows it at most.
-/// Before the first of them is needed.
+/// Raise the limit of open descriptors of this process and its children to the maximum that the
+/// system allows. Called before many are needed.
 void raiseDescriptorLimit();
 
 }  // namespace kelp::host

@@ -2,7 +2,7 @@
 
 namespace kelp::host {
 
-/// How kelpd ends; documented in its help.
+/// The exit codes of kelpd. Its help documents them.
 enum ExitCode : int {
     kStopped = 0,
     kInternalError = 1,

@@ -12,7 +12,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The monitor's first round comes 3 s after the start and makes a few calls of 2 s each.
+/// Longer than the monitor's first round, which begins 3 s after the start and makes a few calls of
+/// at most 2 s each.
 constexpr std::chrono::seconds kLongestWait{20};
 constexpr std::chrono::milliseconds kPause{50};
 

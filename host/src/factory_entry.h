@@ -6,10 +6,13 @@
 
 namespace kelp::host {
 
-/// Waits until the session factory stands in the naming service, or the first attempt to enter it
-/// has failed and was reported: the agent's monitor begins with it some seconds after the start.
-/// Gives up after a limit that the monitor's calls stay within, and at once when a stop is asked
-/// for or no bundle has started the ORB. What keeps the factory from being found; empty: nothing.
+/// Wait until the session factory is bound in the naming service, or until the first attempt to
+/// bind it has failed and was reported. The agent's monitor makes that attempt some seconds after
+/// the start.
+///
+/// Returns after at most 20 s, which the monitor's calls stay within. Returns at once when a stop
+/// is requested or no bundle has started the ORB. Return what keeps the factory from being found;
+/// empty when nothing does.
 std::string awaitFactoryEntry(SignalWatch& signals);
 
 }  // namespace kelp::host

@@ -54,7 +54,7 @@ std::filesystem::path configFileOf(const Options& options) {
     return options.configFile.empty() ? standardConfigFile() : options.configFile;
 }
 
-/// Makes the file the process's configuration, and checks the files that it names.
+/// Load the file as the process's configuration, and check the files that it names.
 std::vector<ConfigProblem> loadConfiguration(const std::filesystem::path& file) {
     std::vector<ConfigProblem> problems;
     if (file.empty())
@@ -66,10 +66,10 @@ std::vector<ConfigProblem> loadConfiguration(const std::filesystem::path& file) 
     return problems.empty() ? problemsOfTrust() : problems;
 }
 
-/// What the process is allowed from here on.
+/// Set what the process may do from here on.
 void applyProcessSettings() {
     util::setCoreDumps(ConfigStore::instance().flag("security.core_dumps"));
-    // no file is for others unless it is opened to them on purpose
+    // no new file is accessible to others, unless its mode is changed later
     ::umask(S_IRWXG | S_IRWXO);
 }
 
@@ -86,7 +86,7 @@ void tellProblems(const std::vector<ConfigProblem>& problems) {
         std::cerr << "kelpd: " << problem.text() << '\n';
 }
 
-/// The trace, open for the length of a scope.
+/// Keeps the trace open for the duration of a scope.
 class TraceUse {
   public:
     TraceUse() : open_(NS_CORBA::CorbaLogMgr::Instance()->Init()) {}
@@ -103,7 +103,8 @@ class TraceUse {
     const bool open_;
 };
 
-/// The error catalogue in the registry, where the agent looks for it once and for all.
+/// Keeps the error catalogue in the registry for the duration of a scope. The agent looks it up
+/// there once.
 class CatalogueUse {
   public:
     explicit CatalogueUse(const std::filesystem::path& configFile) {
@@ -124,17 +125,18 @@ class CatalogueUse {
     NS_BUNDLEMGR1::ErrorCatalogue catalogue_;
 };
 
-/// Has the ORB that a bundle starts serve the naming service, if it is to be embedded.
+/// If the naming service is to be embedded, make the ORB that a bundle starts serve it.
 void prepareNaming() {
     const bool isEmbedded = ConfigStore::instance().flag("naming.embedded");
     NS_CORBA::CorbaBaseAgentConfig::Instance()->EmbedNamingService(isEmbedded);
-    // the ORB would only say that it cannot listen
+    // check first, because the ORB would only report that it cannot listen
     std::string whyNot;
     if (isEmbedded && !namingPortsAreFree(whyNot))
         throw StartFailure{kNamingServiceError, whyNot};
 }
 
-/// The bundles, and what works for them after they have stopped.
+/// Runs the bundles for the duration of a scope, and the helper threads that work for them until
+/// they have stopped.
 class BundlesUse {
   public:
     BundlesUse() {
@@ -155,8 +157,8 @@ class BundlesUse {
         }
     }
     ~BundlesUse() {
-        // work that bundles have queued is code of theirs, so its threads end before any bundle is
-        // unloaded
+        // work that bundles have queued runs their code, so the threads for it end before any
+        // bundle is unloaded
         KelpAppMgr::Instance()->Exit();
         NS_BUNDLEMGR1::BundleMgr::Instance()->Stop();
         endHelpers();
@@ -172,7 +174,7 @@ class BundlesUse {
 };
 
 /// The operator's interface. It opens after the bundles have started and closes before they stop,
-/// so that no request meets a bundle that is not there wholly.
+/// so that no request reaches a bundle that is only partly there.
 class AdminUse {
   public:
     AdminUse()
@@ -227,14 +229,15 @@ void reloadConfiguration() {
     NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
 }
 
-/// An embedded naming service answers once the bundle that starts the ORB has started.
+/// Whether the naming service is available. An embedded one answers once the bundle that starts the
+/// ORB has started.
 bool isNamingServed() {
     return !ConfigStore::instance().flag("naming.embedded") ||
            NS_CORBA::CorbaBaseAgentConfig::Instance()->IsNamingServiceEmbedded();
 }
 
-/// Managers that NMS are to be offered but will be refused: a configuration from before a bundle
-/// existed names all bundles but that one.
+/// Warn of managers that are offered to NMS but that no bundle implements. This happens when a
+/// configuration lists all bundles of an older version and so lacks a newer one.
 void warnOfMissingManagers() {
     const NS_CORBA::NorthMgrMap* const there =
         NS_CORBA::CorbaBaseAgentConfig::Instance()->GetNorthMgrMap();
@@ -282,7 +285,7 @@ class CertificateUse {
     std::optional<CertificateWatch> watch_;
 };
 
-/// Declared in the order of the start; the stop is the reverse.
+/// The objects are declared in the order of the start. The stop is the reverse.
 void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) {
     const AuditUse audit(configFile);
     const CatalogueUse catalogue(configFile);
@@ -295,7 +298,7 @@ void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) 
 
 [[noreturn]] void stopAtOnce() {
     trace(__LINE__, "kelpd is told to stop a second time and ends at once");
-    ::alarm(2);  // whatever wedged the stop may keep the trace from being written too
+    ::alarm(2);  // the fault that blocked the stop may also block the writing of the trace
     util::TraceLog::instance().close();
     ::_exit(kInternalError);
 }

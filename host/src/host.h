@@ -4,11 +4,11 @@
 
 namespace kelp::host {
 
-/// Checks the configuration that the options name and tells what is wrong on standard error. The
+/// Check the configuration that the options name and print any errors on standard error. Return the
 /// exit code.
 int checkConfiguration(const Options& options);
 
-/// Starts the service, runs until a signal ends it, and stops it in order. The exit code.
+/// Start the service, run it until a signal ends it, and stop it in order. Return the exit code.
 int runService(const Options& options);
 
 }  // namespace kelp::host

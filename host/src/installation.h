@@ -6,28 +6,28 @@
 
 namespace kelp::host {
 
-/// Places to look for something, best first.
+/// Paths to search, best first.
 using Places = std::vector<std::filesystem::path>;
 
-/// The folder of the running program.
+/// Return the folder of the running program.
 std::filesystem::path programDirectory();
 
-/// Where the bundles may be when the configuration names no folder: beside a program that was just
-/// built, or installed.
+/// Return the possible folders of the bundles for a configuration that names none: that of a build
+/// folder, and that of an installation.
 Places bundleDirectories(const std::filesystem::path& programDirectory);
 
-/// Where the error catalogue may be: beside the configuration file, or in the share folder of the
-/// build or installation.
+/// Return the possible paths of the error catalogue: next to the configuration file, and in the
+/// share folder of the build or installation.
 Places errorCatalogues(const std::filesystem::path& programDirectory,
                        const std::filesystem::path& configFile);
 
-/// The configuration file that holds when none is named; empty when there is none.
+/// Return the configuration file to use when none is named; empty when it does not exist.
 std::filesystem::path standardConfigFile();
 
-/// The first place that exists; empty when none does.
+/// Return the first path that exists; empty when none does.
 std::filesystem::path firstExisting(const Places& places);
 
-/// The places in one line.
+/// Return the paths in one line.
 std::string inWords(const Places& places);
 
 }  // namespace kelp::host

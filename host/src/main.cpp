@@ -22,8 +22,9 @@ int main(int argc, char** argv) {
         if (options->checkOnly)
             return checkConfiguration(*options);
         exitCode = runService(*options);
+        // without the destructors of static objects, which would destroy what is still in use
         if (kelp::util::isAnythingLeftRunning())
-            ::_exit(exitCode);  // the destructors of static objects would end what it uses
+            ::_exit(exitCode);
         return exitCode;
     } catch (const std::exception& problem) {
         std::cerr << "kelpd: internal error: " << problem.what() << '\n';

@@ -24,7 +24,7 @@ using NS_BUNDLEMGR1::ConfigStore;
 constexpr std::int64_t kTlsOff = 0;
 constexpr std::int64_t kTlsOnly = 2;
 
-/// 0, or why nobody can listen on the address now.
+/// Return 0, or the errno that says why this process cannot listen on the address.
 int listenProblem(const std::string& host, std::uint16_t port) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;

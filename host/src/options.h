@@ -5,16 +5,16 @@
 
 namespace kelp::host {
 
-/// What the command line asks for.
+/// The options of the command line.
 struct Options {
-    /// The configuration file; empty: /etc/kelp/kelp.toml if there is one, else the defaults.
+    /// The configuration file. Empty: /etc/kelp/kelp.toml if it exists, otherwise the defaults.
     std::filesystem::path configFile;
     /// Only check the configuration.
     bool checkOnly = false;
 };
 
-/// Reads the command line. None when it asked for help or the version, or was wrong; that has been
-/// told, and `exitCode` is set.
+/// Read the command line. None when it asked for help or the version, or was wrong. Then the answer
+/// has been printed and `exitCode` is set.
 std::optional<Options> parseOptions(int argc, char** argv, int& exitCode);
 
 }  // namespace kelp::host

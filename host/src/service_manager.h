@@ -4,7 +4,7 @@
 
 namespace kelp::host {
 
-/// What systemd is told when it runs this process (Type=notify); nothing otherwise.
+/// Notifications to systemd, if it runs this process (Type=notify). Otherwise they do nothing.
 void tellReady(const std::string& status);
 void tellStopping();
 

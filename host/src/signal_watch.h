@@ -7,10 +7,12 @@
 
 namespace kelp::host {
 
-/// The signals that a service is told things by: SIGTERM and SIGINT (stop), SIGHUP (read the
-/// configuration again). Make it before the first thread is started: it blocks them, and threads
-/// inherit that. The first stop is reported by next(); a second one, at any time, calls `force` on
-/// the watch's own thread, which shall end the process. SIGPIPE is ignored from here on.
+/// Watches the signals that control a service: SIGTERM and SIGINT (stop), SIGHUP (read the
+/// configuration again). Construct it before the first thread starts: it blocks these signals, and
+/// threads inherit that. SIGPIPE is ignored from then on.
+///
+/// next() reports the first stop. A second one, at any time, calls `force` on the watch's own
+/// thread. `force` must end the process.
 class SignalWatch {
   public:
     enum class Event { Stop, Reload };
@@ -20,10 +22,10 @@ class SignalWatch {
     SignalWatch(const SignalWatch&) = delete;
     SignalWatch& operator=(const SignalWatch&) = delete;
 
-    /// Waits for the next event. Reloads that were asked for meanwhile count as one; a stop comes
-    /// first and stays.
+    /// Wait for the next event. Reloads requested in the meantime count as one. A stop is reported
+    /// first, and by every later call too.
     Event next();
-    /// Whether a stop was asked for; next() reports it then.
+    /// Whether a stop was requested. next() then reports it.
     bool isStopAskedFor();
 
   private:

@@ -6,7 +6,7 @@
 
 namespace kelp::host {
 
-/// A start that came to nothing: the exit code, and why in one sentence.
+/// A failed start: the exit code, and the reason in one sentence.
 struct StartFailure {
     int exitCode = kInternalError;
     std::string why;

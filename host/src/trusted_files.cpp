@@ -18,10 +18,11 @@ namespace {
 using NS_BUNDLEMGR1::ConfigProblem;
 using NS_BUNDLEMGR1::ConfigStore;
 
-/// The problems, each where the operator finds its cause.
+/// Collects the problems, each with the place where the operator finds its cause.
 class Problems {
   public:
-    /// `key` may leave the path to its default.
+    /// Add a problem. When `key` is not configured, so that the path is a default, the problem
+    /// names only the file.
     void add(const std::string& key, const std::filesystem::path& file, const std::string& what) {
         if (what.empty())
             return;
@@ -40,13 +41,13 @@ class Problems {
         else
             all_.push_back({settings.auditKeyFile.string(), 0, "", problem});
     }
-    /// Of a database and what lies next to it while it is open.
+    /// Check a database and the files that SQLite keeps next to it while it is open.
     void checkDatabase(const std::string& key, const std::filesystem::path& file) {
         for (const char* const part : {"", "-wal", "-shm", "-journal"}) {
             const std::filesystem::path each = file.string() + part;
             const std::string problem = util::problemOfTrust(each);
             add(key, each, problem);
-            // the others lie in the same folder
+            // one problem is enough, because the other files are in the same folder
             if (!problem.empty())
                 return;
         }
@@ -71,7 +72,7 @@ std::vector<ConfigProblem> problemsOfTrust() {
     const std::string ofState =
         util::problemOfTrust(state, FileUse::Trusted, FinalLink::IsFollowed);
     problems.add("", state, ofState);
-    // what lies in it would only repeat this
+    // the files in it would only repeat this problem
     if (!ofState.empty())
         return problems.take();
     problems.checkDatabase("security.database", NS_CORBA::userDatabaseFile());

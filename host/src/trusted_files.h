@@ -6,10 +6,10 @@
 
 namespace kelp::host {
 
-/// What keeps the host from relying on the files that the configuration in force names, and on
-/// those that lie in the state directory by default: somebody else can write or exchange them, or
-/// read the secret ones. Missing files are no problem. A problem stands with the line and the key
-/// of the file, or with the file alone when no key names it.
+/// Check the files that the current configuration names, and those in the state directory by
+/// default. Return a problem for each file that other users can write or replace, and for each
+/// secret file that they can read. A missing file is no problem. A problem names the line and key
+/// of the file, or only the file when no key names it.
 std::vector<NS_BUNDLEMGR1::ConfigProblem> problemsOfTrust();
 
 }  // namespace kelp::host

@@ -33,7 +33,7 @@ AccessToken::AccessToken(const std::filesystem::path& file) : file_(file) {
     const std::string token = randomText();
     expected_ = "Bearer " + token;
     const std::string line = token + "\n";
-    // a new file: an old one might be open to others, or be a link to somewhere else
+    // make a new file: an existing one might be readable by others, or be a link to another file
     ::unlink(file.c_str());
     std::string problem;
     const util::Descriptor out = util::openPrivateFile(file, O_EXCL, problem);

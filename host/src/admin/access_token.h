@@ -5,24 +5,25 @@
 
 namespace kelp::host {
 
-/// What callers over TCP prove themselves by: random text in a file of mode 0600, new with every
-/// start. Whoever can read the file may use the operator's interface.
+/// The token that callers over TCP authenticate with: random text in a file of mode 0600, new at
+/// every start. Everyone who can read the file may use the operator's interface.
 class AccessToken {
   public:
-    /// Writes the file, replacing what is there. Throws std::runtime_error with one sentence.
+    /// Write the file in place of any existing one. Throws std::runtime_error with a one-sentence
+    /// text.
     explicit AccessToken(const std::filesystem::path& file);
-    /// Removes it.
+    /// Remove the file.
     ~AccessToken();
     AccessToken(const AccessToken&) = delete;
     AccessToken& operator=(const AccessToken&) = delete;
 
-    /// Whether a request's header "Authorization" carries it. Takes the same time for every wrong
-    /// token of its length.
+    /// Whether a request's header "Authorization" contains the token. Every wrong token of the
+    /// right length takes the same time to check.
     bool isIn(const std::string& authorization) const;
 
   private:
     const std::filesystem::path file_;
-    std::string expected_;  ///< the whole header
+    std::string expected_;  ///< the complete header value
 };
 
 }  // namespace kelp::host

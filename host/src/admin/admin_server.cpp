@@ -17,9 +17,9 @@ namespace kelp::host {
 
 namespace {
 
-/// Until the next try when the process has no descriptor left for a caller.
+/// Pause before the next attempt to accept, when the process has no descriptor left for a caller.
 constexpr int kNoDescriptorPauseMs = 100;
-/// How often it is looked for room while callers wait for a thread.
+/// Interval of the checks for silent callers, while callers wait for a thread.
 constexpr int kCrowdedPauseMs = 20;
 constexpr int kNoEnd = -1;
 
@@ -55,7 +55,7 @@ AdminServer::AdminServer(const admin::Address& address, const AdminLimits& limit
     try {
         acceptor_ = util::startThread("admin", [this] { acceptCallers(); });
     } catch (...) {
-        workers_.shutdown();  // it does not by itself
+        workers_.shutdown();  // the destructor of the thread pool does not do this
         throw;
     }
 }
@@ -65,7 +65,7 @@ AdminServer::~AdminServer() {
     while (::write(leaving_.get(), &one, sizeof one) < 0 && errno == EINTR) {
     }
     acceptor_.join();
-    listener_.reset();  // who comes now is told at once
+    listener_.reset();  // from now on callers are refused at once
     {
         const std::lock_guard guard(mutex_);
         for (const ConnectionPtr& connection : connections_)

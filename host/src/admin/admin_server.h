@@ -21,33 +21,33 @@
 
 namespace kelp::host {
 
-/// What the operator's interface may cost.
+/// Limits of the operator's interface.
 struct AdminLimits {
-    /// A thousand alarms with all their fields fit in.
+    /// Maximum size of a body. A thousand alarms with all their fields fit into 1 MiB.
     std::size_t bodyBytesMax = 1u << 20;
     std::size_t headBytesMax = 64u << 10;
-    /// A caller on the same machine needs milliseconds.
+    /// Time for a complete request. A caller on the same machine needs milliseconds.
     std::chrono::milliseconds readTime{5000};
     std::chrono::milliseconds writeTime{5000};
-    /// Time for a request while others wait for a thread.
+    /// Time for a complete request while other callers wait for a thread.
     std::chrono::milliseconds patience{1000};
-    /// Requests answered at the same time.
+    /// Maximum number of requests answered concurrently.
     std::size_t threads = 8;
-    /// Connections at the same time, those included that wait for a thread.
+    /// Maximum number of open connections, including those that wait for a thread.
     std::size_t connectionsMax = 64;
 };
 
-/// The operator's interface: serves what is in the registry as JSON over HTTP, one request a
-/// connection. While callers wait for a thread, those who have one and owe their request for longer
-/// than `patience` are cut off, so that silent ones hold up nobody.
+/// The operator's interface: serves the entries of the registry as JSON over HTTP, one request per
+/// connection. While callers wait for a thread, connections that have a thread but have not
+/// completed their request within `patience` are cut off, so that silent callers block no others.
 class AdminServer {
   public:
-    /// Listens from here on. Throws std::runtime_error with one sentence when it cannot, or when
-    /// another host does.
+    /// Start to listen. Throws std::runtime_error with a one-sentence text when that fails, or when
+    /// another host listens.
     explicit AdminServer(const admin::Address& address, const AdminLimits& limits = {},
                          admin::Registry& registry = admin::Registry::instance());
-    /// Takes no more callers, cuts off those who owe their request, and waits for answers that are
-    /// being made.
+    /// Accept no more callers, cut off those that have not completed their request, and wait for
+    /// answers in progress.
     ~AdminServer();
     AdminServer(const AdminServer&) = delete;
     AdminServer& operator=(const AdminServer&) = delete;
@@ -58,14 +58,15 @@ class AdminServer {
     void acceptCallers();
     void take(util::Descriptor caller);
     void serve(const ConnectionPtr& connection);
-    /// True while more callers are there than threads.
+    /// Cut off silent callers if callers wait for a thread. Return true if there are more callers
+    /// than threads.
     bool makeRoom();
     bool letsIn(const std::string& authorization) const;
 
     const AdminLimits limits_;
     const StateClaim claim_;
     const std::optional<AccessToken> token_;
-    std::optional<ListeningSocket> listener_;  ///< until the stop
+    std::optional<ListeningSocket> listener_;  ///< empty after the stop
     const util::Descriptor leaving_;           ///< eventfd that ends the acceptor
     HttpAnswers answers_;
     std::mutex mutex_;

@@ -12,7 +12,7 @@ namespace kelp::host {
 
 namespace {
 
-/// For a caller to take the answer and close its side.
+/// Time for the caller to read the answer and close its side.
 constexpr std::chrono::milliseconds kFarewell{500};
 
 }  // namespace
@@ -63,8 +63,8 @@ bool Connection::is_writable() const {
 ssize_t Connection::fill() {
     if (bytesRead_ == 0)
         readingSince_ = Clock::now();
-    // a caller that always has a byte more would pass by a wait that is over only when nothing
-    // comes
+    // also check the time: the wait below ends only when nothing arrives, so a caller that keeps
+    // sending single bytes would never reach its limit
     if (isCut_ || bytesRead_ >= limits_.bytesMax || Clock::now() >= readUntil_ ||
         !waitFor(POLLIN, readUntil_))
         return -1;

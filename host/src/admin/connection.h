@@ -11,26 +11,31 @@
 
 namespace kelp::host {
 
-/// What one caller of the operator's interface may cost.
+/// Limits of one connection to the operator's interface.
 struct ConnectionLimits {
-    std::size_t bytesMax = 0;  ///< read, head and body together
-    std::chrono::milliseconds readTime{
-        0};  ///< for the whole request, from the connection's beginning
-    std::chrono::milliseconds writeTime{0};  ///< for the whole answer
+    /// Maximum size of a request: head and body together.
+    std::size_t bytesMax = 0;
+    /// Time for the whole request, from the start of the connection.
+    std::chrono::milliseconds readTime{0};
+    /// Time for the whole answer.
+    std::chrono::milliseconds writeTime{0};
 };
 
-/// One connection, as the HTTP library reads and writes it: with limits that hold for all of a
-/// request together, however its bytes come. Used by one thread, but for cut().
+/// One connection, as the HTTP library reads and writes it. Its limits apply to the whole request,
+/// however its bytes arrive. One thread uses it. Only cut() and owesRequestFor() may be called by
+/// any thread.
 class Connection final : public httplib::Stream {
   public:
     Connection(util::Descriptor socket, const ConnectionLimits& limits);
 
-    /// Whether the request has been read for at least so long and is not complete. Any thread.
+    /// Whether the request has been read for at least `time` and is not complete. Any thread may
+    /// call it.
     bool owesRequestFor(std::chrono::milliseconds time) const;
-    /// Ends the reading, now and for good; what is written still goes out. Any thread.
+    /// End the reading, now and for all later reads. Bytes already written are still sent. Any
+    /// thread may call it.
     void cut();
-    /// Tells the caller that nothing more comes, and reads on for a moment until it has closed its
-    /// side: a connection closed with bytes unread would take the answer along.
+    /// Signal the end of the answer and read on for at most 0.5 s, until the caller has closed its
+    /// side. Closing a connection with unread bytes would destroy the answer.
     void finish();
 
     bool is_readable() const override;
@@ -55,7 +60,7 @@ class Connection final : public httplib::Stream {
     std::size_t bufferBegin_ = 0;
     std::size_t bufferEnd_ = 0;
     std::atomic<bool> isCut_{false};
-    /// When the first read began; the end of time before it and from the first write on.
+    /// Time of the first read. time_point::max() before it and from the first write on.
     std::atomic<Clock::time_point> readingSince_{Clock::time_point::max()};
 };
 

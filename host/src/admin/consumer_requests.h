@@ -4,8 +4,7 @@
 
 namespace kelp::host {
 
-/// The answer to GET /consumers: what became of the events, consumer by consumer of the embedded
-/// channel.
+/// Answer GET /consumers: the delivery counts of each consumer of the embedded channel.
 admin::Json tellConsumers(const admin::Json& request);
 
 }  // namespace kelp::host

@@ -12,7 +12,7 @@ using httplib::Request;
 using httplib::Response;
 
 constexpr const char* kJson = "application/json";
-/// Far above any path there is; the library matches paths by recursion.
+/// Far longer than any path in use. Limited because the library matches paths by recursion.
 constexpr std::size_t kPathBytesMax = 256;
 
 enum Status : int {
@@ -26,7 +26,7 @@ enum Status : int {
 
 void set(Response& response, int status, const admin::Json& body) {
     response.status = status;
-    // what a peer wrote need not be UTF-8
+    // the body may contain text of the peer that is not UTF-8
     response.set_content(body.dump(-1, ' ', false, admin::Json::error_handler_t::replace) + "\n",
                          kJson);
 }
@@ -35,7 +35,8 @@ void refuse(Response& response, int status, const std::string& why) {
     set(response, status, {{"error", why}});
 }
 
-/// 0 without a body, and the most there is for a length that is none.
+/// Return the length of the body: 0 without a body, UINT64_MAX when the header is not a valid
+/// number.
 std::uint64_t bodyLength(const Request& request) {
     const std::string text = request.get_header_value("Content-Length");
     std::uint64_t length = 0;
@@ -49,7 +50,7 @@ bool isJson(const Request& request) {
     return std::string_view(type).substr(0, type.find(';')) == kJson;
 }
 
-/// For what the library refuses by itself.
+/// Fill in the answer to a request that the library refused.
 void explain(const Request&, Response& response) {
     if (response.body.empty())
         refuse(response, response.status,
@@ -79,7 +80,7 @@ void HttpAnswers::serve(Connection& connection) {
     process_request(connection, kCloseAfterwards, isClosed, {});
 }
 
-/// Before the body is read, so that no refused caller costs more than its head.
+/// Called before the body is read, so that a refused request costs no more than its head.
 HttpAnswers::HandlerResponse HttpAnswers::admit(const Request& request, Response& response) const {
     const std::uint64_t length = bodyLength(request);
     if (request.path.size() > kPathBytesMax)

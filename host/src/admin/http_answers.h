@@ -11,14 +11,15 @@
 
 namespace kelp::host {
 
-/// Reads one request from a connection, lets the registry answer it and writes the answer, both in
-/// JSON. It takes from the HTTP library the reading and writing of messages alone: connections,
-/// threads and times are the caller's. Several threads may use it at the same time.
+/// Reads one request from a connection, lets the registry answer it and writes the answer. Both are
+/// JSON. It uses the HTTP library only to read and write messages. The caller manages connections,
+/// threads and time limits. Several threads may use it concurrently.
 class HttpAnswers : private httplib::Server {
   public:
     struct Rules {
         std::size_t bodyBytesMax = 0;
-        /// Whether a request with this header "Authorization" (empty: none) is let in.
+        /// Whether to accept a request with this header "Authorization". It is empty when the
+        /// header is missing.
         std::function<bool(const std::string& authorization)> letsIn;
     };
 

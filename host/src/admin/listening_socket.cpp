@@ -28,7 +28,8 @@ constexpr int kSocketType = SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK;
     fail(address, std::generic_category().message(errno));
 }
 
-/// The caller has made sure that no other host lives in this folder.
+/// Remove the socket of a host that has ended. The caller has ensured that no other host uses this
+/// folder.
 void removeStaleSocket(const admin::Address& address) {
     struct stat status = {};
     if (::lstat(address.socket.c_str(), &status) != 0)
@@ -59,7 +60,7 @@ void ListeningSocket::openUnix() {
     std::copy(path.begin(), path.end(), name.sun_path);
     removeStaleSocket(address_);
     socket_ = util::Descriptor(::socket(AF_UNIX, kSocketType, 0));
-    // nobody can connect before the socket listens, and from then on it has its mode
+    // nobody can connect before the socket listens, and by then it has its mode
     if (!socket_.isOpen() ||
         ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 ||
         ::chmod(path.c_str(), S_IRUSR | S_IWUSR) != 0 || ::listen(socket_.get(), kBacklog) != 0)

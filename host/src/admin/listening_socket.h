@@ -5,18 +5,19 @@
 
 namespace kelp::host {
 
-/// The socket that callers of the operator's interface connect to. A Unix socket has mode 0600,
-/// replaces one that a dead host left, and is removed at the end.
+/// The listening socket of the operator's interface. A Unix socket has mode 0600. It replaces one
+/// that a dead host left behind. The destructor removes it.
 class ListeningSocket {
   public:
-    /// Throws std::runtime_error with one sentence.
+    /// Throws std::runtime_error with a one-sentence text.
     explicit ListeningSocket(const admin::Address& address);
     ~ListeningSocket();
     ListeningSocket(const ListeningSocket&) = delete;
     ListeningSocket& operator=(const ListeningSocket&) = delete;
 
     int descriptor() const { return socket_.get(); }
-    /// A new connection; not open when nobody waits or there is none to be had now.
+    /// Accept a connection. The result is not open when no caller waits or accepting failed; errno
+    /// then holds the reason.
     util::Descriptor accept() const;
 
   private:

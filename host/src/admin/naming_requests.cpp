@@ -24,7 +24,7 @@ using NS_CORBA::CorbaBaseAgentConfig;
 constexpr std::int64_t kTlsOff = 0;
 constexpr std::int64_t kTlsOnly = 2;
 
-/// Empty where the naming service is not reached this way.
+/// Return an address of the naming service, or an empty text when this transport is not used.
 std::string addressOf(const char* portKey, bool isUsed) {
     const ConfigStore& config = ConfigStore::instance();
     const auto port = static_cast<std::uint16_t>(config.integer(portKey));
@@ -42,7 +42,7 @@ admin::Json tellNaming(const admin::Json&) {
     const CorbaBaseAgentConfig& base = *CorbaBaseAgentConfig::Instance();
     const bool isEmbedded = base.IsNamingServiceEmbedded();
     const std::int64_t tlsMode = config.integer("tls.mode");
-    // an embedded one serves both, of another one the agent uses one
+    // an embedded naming service serves both transports; of an external one the agent uses only one
     const bool usesTcp = isEmbedded ? tlsMode != kTlsOnly : tlsMode == kTlsOff;
     admin::Json aliases = admin::Json::array();
     if (isEmbedded) {

@@ -4,8 +4,8 @@
 
 namespace kelp::host {
 
-/// The answer to GET /naming: where NMS find the session factory, and what the watch over its entry
-/// has found.
+/// Answer GET /naming: where NMS find the session factory, and the results of the checks of its
+/// entry.
 admin::Json tellNaming(const admin::Json& request);
 
 }  // namespace kelp::host

@@ -6,13 +6,13 @@
 
 namespace kelp::host {
 
-/// The right to open the operator's interface in a state directory: one process at a time has it.
-/// The system takes it back when the process ends, however it ends, so what another one left there
-/// is known to be stale.
+/// The exclusive right to open the operator's interface in a state directory. Only one process at a
+/// time holds it. The system releases it when the process ends for any reason, so files that an
+/// earlier process left in the directory are known to be stale.
 class StateClaim {
   public:
-    /// Makes the folder if need be. Throws std::runtime_error with one sentence when another host
-    /// has it.
+    /// Claim the right. Make the folder if needed. Throws std::runtime_error with a one-sentence
+    /// text when another host holds the right.
     explicit StateClaim(const std::filesystem::path& folder);
 
   private:

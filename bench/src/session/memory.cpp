@@ -19,8 +19,8 @@ namespace {
 
 constexpr double kMostKib = 64;
 constexpr int kRoundS = 1;
-/// Log-ins before the measurement, because the first log-ins allocate memory that does not belong to
-/// their sessions.
+/// Log-ins before the measurement, because the first log-ins allocate memory that does not belong
+/// to their sessions.
 constexpr std::size_t kWarmUpLogIns = 10;
 /// After two housekeeping rounds, ended sessions have been removed and live ones pinged.
 constexpr std::chrono::milliseconds kTwoRounds{2500};

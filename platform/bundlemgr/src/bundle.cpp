@@ -20,7 +20,7 @@ void trace(const std::string& text) {
     kelp::util::traceFrom("bundlemgr", text);
 }
 
-/// Calls into a bundle; what it throws is told to the caller, or else traced.
+/// Call into a bundle. If it throws, store the reason in `whyNot`, or trace it if `whyNot` is null.
 template <class Call>
 bool called(const std::string& what, Call call, std::string* whyNot = nullptr) {
     try {
@@ -51,7 +51,7 @@ bool Bundle::open(std::string& whyNot) {
         whyNot = "bundle " + service_ + " cannot be loaded: there is no file " + file_.string();
         return false;
     }
-    // All symbols now: a missing one shall stop the host here, not a request later.
+    // RTLD_NOW, so that a missing symbol stops the host here and not during a request
     if (dll_.open(file_.c_str(), RTLD_NOW) != 0) {
         const char* const reason = dll_.error();
         whyNot = "bundle " + service_ +
@@ -105,7 +105,7 @@ void Bundle::stop() {
 }
 
 void Bundle::keepLoaded() {
-    // Takes the handle out of ACE's hands and lets it leak.
+    // takes the handle away from ACE and never closes it
     static_cast<void>(dll_.get_handle(true));
 }
 

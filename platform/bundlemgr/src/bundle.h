@@ -10,21 +10,21 @@ namespace NS_BUNDLEMGR1 {
 
 class ServiceObjectBase;
 
-/// One bundle from loading to unloading. Nothing that the bundle throws gets out of here.
+/// One bundle from loading to unloading. Catches all exceptions of the bundle.
 class Bundle {
   public:
     Bundle(const std::filesystem::path& directory, const std::string& service);
-    /// Unloads it.
+    /// Unloads the bundle.
     ~Bundle() = default;
     Bundle(const Bundle&) = delete;
     Bundle& operator=(const Bundle&) = delete;
 
-    /// Loads the shared object, makes its service object and calls `init`. False, with one
-    /// sentence, when a step fails; stop() then undoes the steps before it.
+    /// Load the shared object, create its service object and call `init`. Returns false if a step
+    /// fails, and says why in one sentence; stop() then undoes the previous steps.
     bool start(std::string& whyNot);
-    /// `Shutdown` after an `init` that returned 0, `fini`, the deleter.
+    /// Call `Shutdown` (if `init` returned 0), `fini` and the deleter.
     void stop();
-    /// The shared object stays in memory for good.
+    /// Never unload the shared object.
     void keepLoaded();
 
     const std::string& service() const { return service_; }
@@ -40,8 +40,8 @@ class Bundle {
     const std::filesystem::path file_;
     ACE_DLL dll_;
     ACE_Service_Object_Exterminator deleter_ = nullptr;
-    ACE_Service_Object* made_ = nullptr;   ///< owned; deleter_ takes exactly this pointer
-    ServiceObjectBase* object_ = nullptr;  ///< made_, borrowed
+    ACE_Service_Object* made_ = nullptr;   ///< owned; deleter_ must get exactly this pointer
+    ServiceObjectBase* object_ = nullptr;  ///< made_ as another type, borrowed
     bool isInitialised_ = false;
 };
 

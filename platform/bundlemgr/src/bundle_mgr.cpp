@@ -14,10 +14,10 @@ namespace NS_BUNDLEMGR1 {
 
 struct BundleMgr::State {
     std::recursive_mutex global;
-    std::mutex control;  ///< one Start or Stop at a time; taken before `mutex`, held while bundles
+    std::mutex control;  ///< one Start or Stop at a time; locked before `mutex`, held while bundles
                          ///< are called
     mutable std::mutex mutex;
-    std::vector<std::unique_ptr<Bundle>> started;  ///< guarded by mutex; in order of the start
+    std::vector<std::unique_ptr<Bundle>> started;  ///< guarded by mutex; in start order
     std::set<std::string> kept;                    ///< guarded by mutex
 
     void stopAll() {
@@ -29,7 +29,7 @@ struct BundleMgr::State {
 
     void stopOne(Bundle& bundle) {
         bundle.stop();
-        // what still runs may be code of any bundle
+        // threads that are still running may execute code of any bundle
         if (!takeKept(bundle.service()) && !kelp::util::isAnythingLeftRunning())
             return;
         trace("bundle " + bundle.service() + " stays loaded");
@@ -56,16 +56,17 @@ struct BundleMgr::State {
 
 BundleMgr::BundleMgr() : state_(std::make_unique<State>()) {
     ACE::init();
-    // The policy that a library may ask for is looked up among all that it links to, where ACE's
-    // own says: never unload. A bundle's static objects must begin anew when it is loaded again.
+    // A library's own unload policy is a symbol that is also looked up in the libraries that it
+    // links to. ACE defines the symbol too: never unload. With this policy ACE does not ask, and a
+    // bundle's static objects are constructed anew when it is loaded again.
     ACE_DLL_Manager::instance()->unload_policy(ACE_DLL_UNLOAD_POLICY_PER_PROCESS);
 }
 
 BundleMgr::~BundleMgr() = default;
 
 BundleMgr* BundleMgr::Instance() {
-    // Never destroyed: bundles that nobody stopped must not be unloaded under their own threads at
-    // exit.
+    // Never destroyed: at exit, bundles that nobody stopped must not be unloaded while their
+    // threads run.
     static BundleMgr* const instance = new BundleMgr;
     return instance;
 }

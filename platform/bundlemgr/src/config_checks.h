@@ -4,8 +4,8 @@ namespace NS_BUNDLEMGR1 {
 
 struct ConfigDocument;
 
-/// Adds a problem for every text that has not the form its key wants, and for values that do not go
-/// together.
+/// Add a problem for every text that does not have the form of its key, and for values that exclude
+/// each other.
 void checkTogether(ConfigDocument& document);
 
 }  // namespace NS_BUNDLEMGR1

@@ -34,14 +34,15 @@ bool isChoice(const ConfigKey& key, const std::string& text) {
            std::find(key.choices.begin(), key.choices.end(), text) != key.choices.end();
 }
 
-/// Texts go to the system as C strings, which end there.
+/// A zero ends the text in the system's C functions.
 bool hasZero(const std::string& text) {
     return text.find('\0') != std::string::npos;
 }
 
 constexpr const char* kTextWithZero = "one with a zero character in it";
 
-/// The node as a value of the key; none, with what it is instead, when it does not fit.
+/// The node as a value of the key. Returns nothing if it does not fit; `instead` then says what it
+/// is.
 std::optional<ConfigValue> valueOf(const ConfigKey& key, const toml::node& node,
                                    std::string& instead) {
     instead = typeText(node);

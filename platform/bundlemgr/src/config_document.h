@@ -10,26 +10,27 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// A value of [agent] as it stands in the file.
+/// A value of [agent] as it is in the file.
 struct AgentOption {
     struct OtherType {
-        std::string text;  ///< the type in words
+        std::string text;  ///< description of the type
     };
     std::variant<std::int64_t, std::string, OtherType> value;
     int line = 0;
 };
 
-/// One configuration file, read: a value for every key of the schema outside [agent], and what is
-/// wrong with it.
+/// The content of a configuration file: a value for every key of the schema outside [agent], and
+/// the problems of the file.
 struct ConfigDocument {
-    std::string name;                           ///< the file's
+    std::string name;                           ///< name of the file
     std::map<std::string, ConfigValue> values;  ///< by "table.key"
-    std::map<std::string, int> lines;           ///< where the file gives a value, by "table.key"
+    std::map<std::string, int> lines;           ///< line of each value in the file, by "table.key"
     std::map<std::string, AgentOption> agent;   ///< by key
-    std::vector<ConfigProblem> problems;        ///< what refuses the file
-    std::vector<ConfigProblem> agentProblems;   ///< values that count as unreadable
+    std::vector<ConfigProblem> problems;        ///< these make the file unusable
+    std::vector<ConfigProblem>
+        agentProblems;  ///< values of the wrong type, which are read as missing
 
-    /// The line of a key; 0 where the file is silent.
+    /// The line of a key; 0 if it is not in the file.
     int lineOf(const std::string& key) const;
     void addProblem(const std::string& key, const std::string& what);
 };
@@ -38,8 +39,8 @@ ConfigDocument defaultDocument();
 ConfigDocument readDocument(const std::filesystem::path& file);
 ConfigDocument readDocumentText(const std::string& toml, const std::string& name);
 
-/// What is wrong with an agent's option when it is read as a type; empty `what` when it is
-/// readable.
+/// The problem with reading an agent option as an integer or a text. `what` is empty if the option
+/// has that type.
 ConfigProblem agentProblem(const ConfigDocument& document, const std::string& key,
                            const AgentOption& option, bool asInteger);
 

@@ -15,12 +15,13 @@ namespace {
 
 using kelp::util::NamingPath;
 
-/// Far more than NMS of one network expect; a tree that every reply may list stays small.
+/// Far more than the NMS of one network need. Keeps the tree small, because a reply may list all of
+/// it.
 constexpr std::size_t kAliasesMax = 100;
 constexpr std::size_t kBytesMax = 1024;
 constexpr std::size_t kComponentsMax = 32;
 
-/// A naming path of the session factory, and what messages call it.
+/// A path of the session factory, and its name in messages.
 struct FactoryPath {
     NamingPath path;
     std::string shown;
@@ -34,7 +35,7 @@ bool leadsThrough(const NamingPath& path, const NamingPath& object) {
     return path.size() > object.size() && std::equal(object.begin(), object.end(), path.begin());
 }
 
-/// Why a path cannot stand next to another; empty when it can.
+/// Return why a path cannot exist next to the other; empty: it can.
 std::string conflictOf(const FactoryPath& one, const FactoryPath& other) {
     if (one.path == other.path)
         return one.shown + " is a path of the session factory already";
@@ -45,7 +46,7 @@ std::string conflictOf(const FactoryPath& one, const FactoryPath& other) {
     return {};
 }
 
-/// Takes the alias as a path. Why it cannot be one; empty when it can.
+/// Parse an alias. Returns what is wrong with it; empty: nothing.
 std::string problemOfAlias(const std::string& alias, FactoryPath& read) {
     read.shown = shownText(alias);
     try {

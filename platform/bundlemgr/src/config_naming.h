@@ -7,13 +7,12 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// What is wrong with [naming] aliases, one sentence each. `standard` is the session factory's own
-/// path, which no alias may repeat, extend or end in.
+/// The problems of [naming] aliases, one sentence each. `standard` is the path of the session
+/// factory. An alias must not repeat it, extend it or end in it.
 std::vector<std::string> problemsOfAliases(const std::vector<std::string>& aliases,
                                            const kelp::util::NamingPath& standard);
 
-/// What is wrong with [naming] ior_file; empty: nothing. An empty text names no file, which is
-/// right.
+/// The problem of [naming] ior_file; empty: none. An empty text is valid and means no file.
 std::string problemOfIorFile(const std::string& file);
 
 }  // namespace NS_BUNDLEMGR1

@@ -28,7 +28,7 @@ ConfigKey integerKey(std::string table, std::string key, std::int64_t standard,
                      std::move(meaning)};
 }
 
-/// An interval or a time-out.
+/// A key for an interval or a time-out in seconds.
 ConfigKey secondsKey(std::string table, std::string key, std::int64_t standard, Change change,
                      std::string meaning) {
     return integerKey(std::move(table), std::move(key), standard, 1, kDaySeconds, change,
@@ -42,7 +42,7 @@ ConfigKey flagKey(std::string table, std::string key, bool standard, Change chan
         std::move(meaning)};
 }
 
-/// A text or a list of texts, out of `choices` if there are any.
+/// A key for a text or a list of texts. With `choices` only these texts are allowed.
 ConfigKey choiceKey(std::string table, std::string key, ConfigValue standard,
                     std::vector<std::string> choices, Change change, std::string meaning) {
     return ConfigKey{std::move(table),
@@ -77,7 +77,7 @@ ConfigKey agentText(std::string key, std::string fallback, std::string meaning) 
                    std::move(meaning));
 }
 
-/// The managers of the standard by name (TMF 814, SD1-15).
+/// The standard's managers by name (TMF 814, SD1-15).
 const std::vector<std::string>& standardManagers() {
     static const std::vector<std::string> names = {"EMS",
                                                    "ManagedElement",

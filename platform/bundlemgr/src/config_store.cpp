@@ -12,12 +12,12 @@
 namespace NS_BUNDLEMGR1 {
 
 struct ConfigStore::State {
-    std::mutex control;  ///< one load, reload or reset at a time; taken before `mutex`
+    std::mutex control;  ///< one load, reload or reset at a time; locked before `mutex`
     mutable std::mutex mutex;
     std::shared_ptr<const ConfigDocument> document =
         std::make_shared<ConfigDocument>(defaultDocument());
     std::filesystem::path file;
-    std::atomic<std::uint64_t> generation{1};  ///< changes after the document has
+    std::atomic<std::uint64_t> generation{1};  ///< incremented after the document has changed
 
     std::shared_ptr<const ConfigDocument> current() const {
         const std::lock_guard guard(mutex);
@@ -52,7 +52,7 @@ bool staysUntilRestart(const ConfigKey& key, const ConfigDocument& running) {
     const std::string name = key.name();
     const bool isNamingAddress =
         name == "naming.host" || name == "naming.port" || name == "naming.ssl_port";
-    // The embedded naming service stays where it was started.
+    // a running embedded naming service keeps its address
     return key.needsRestart ||
            (isNamingAddress && std::get<bool>(running.values.at("naming.embedded")));
 }
@@ -124,7 +124,7 @@ ConfigStore::ConfigStore() : state_(std::make_unique<State>()) {}
 ConfigStore::~ConfigStore() = default;
 
 ConfigStore& ConfigStore::instance() {
-    // Never destroyed: threads that outlive main still read it.
+    // Never destroyed: threads that outlive main() still read it.
     static ConfigStore* const instance = new ConfigStore;
     return *instance;
 }

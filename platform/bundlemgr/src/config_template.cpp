@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kLineLength = 100;
 
-/// The sentences as comment lines.
+/// Format the sentences as comment lines.
 std::string comment(const std::string& sentences) {
     std::istringstream words(sentences);
     std::string lines;

@@ -14,7 +14,8 @@ namespace NS_BUNDLEMGR1 {
 
 namespace {
 
-/// "0x" and hexadecimal digits, or decimal digits; at most 32 bits and not 0, which means success.
+/// Parse "0x" with hexadecimal digits, or decimal digits. At most 32 bits; not 0, which means
+/// success.
 std::optional<unsigned long> parseCode(std::string_view text) {
     const bool isHex = text.starts_with("0x") || text.starts_with("0X");
     if (isHex)

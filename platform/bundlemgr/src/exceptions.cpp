@@ -10,7 +10,7 @@ ProcessException::ProcessException(ProcessException& other)
     text2 << other.text2.rdbuf();
     text3 << other.text3.rdbuf();
     text4 << other.text4.rdbuf();
-    // Inserting an empty buffer marks a stream as failed, after which it would take no more text.
+    // inserting an empty buffer sets the fail bit, and the stream would accept no more text
     for (std::stringstream* const text : {&text1, &text2, &text3, &text4})
         text->clear();
 }

@@ -14,7 +14,7 @@ struct Registry {
     std::map<std::string, ServiceInterface*> interfaces;  ///< guarded by mutex; borrowed
 };
 
-// Never destroyed: service objects take their interfaces back as late as static destruction.
+// Never destroyed: service objects remove their interfaces even during static destruction.
 Registry& registry() {
     static Registry* const made = new Registry;
     return *made;

@@ -51,15 +51,15 @@ std::string GetValByKey(const std::list<NameValueStru>& values, const std::strin
 LightEventHandler::~LightEventHandler() = default;
 
 struct LightEventMgr::State {
-    std::mutex control;  ///< one start or stop of the thread at a time; taken before `mutex`
-    std::mutex mutex;    ///< guards all below; not held while handlers run
+    std::mutex control;  ///< one start or stop of the thread at a time; locked before `mutex`
+    std::mutex mutex;    ///< guards the members below; not held while handlers run
     std::condition_variable changed;
     std::vector<Registration> registrations;
     std::deque<Event> queue;
-    Registration running;  ///< whose handler is being called; null handler: none is
+    Registration running;  ///< the handler that is being called; null if there is none
     std::uint64_t callsEnded = 0;
-    bool isOpen = false;       ///< events are taken
-    std::thread::id threadId;  ///< of the delivering thread; none when it is not there
+    bool isOpen = false;       ///< events are accepted
+    std::thread::id threadId;  ///< of the delivering thread; default-constructed if there is none
     std::thread thread;        ///< guarded by control
 
     void start();
@@ -122,7 +122,7 @@ void LightEventMgr::State::deliver() {
 void LightEventMgr::State::deliverOne(std::unique_lock<std::mutex>& lock, const Event& event) {
     const std::vector<Registration> copied = registrations;
     for (const Registration& registration : copied) {
-        // Its deregistration may have come while another handler ran.
+        // it may have been deregistered while another handler ran
         if (registration.eventId != event.id || !isRegistered(registration))
             continue;
         running = registration;
@@ -164,8 +164,8 @@ void LightEventMgr::RegisterHandler(int eventId, LightEventHandler* handler) {
         if (!state_->isRegistered(registration))
             state_->registrations.push_back(registration);
     }
-    // A handler need not start the thread it runs on, and must not wait for a Stop() that waits for
-    // it.
+    // on the delivering thread nothing has to be started, and a handler must not wait for a Stop()
+    // that waits for it
     if (state_->isOwnThread())
         return;
     const std::lock_guard control(state_->control);

@@ -8,7 +8,7 @@ namespace NS_BUNDLEMGR1 {
 
 namespace {
 
-/// Longer names are no misspellings of ours, and comparing them would take long.
+/// Longer names are not misspellings of known ones, and comparing them would take long.
 constexpr std::size_t kNameBytesMax = 64;
 
 bool sameLetter(char a, char b) {
@@ -16,7 +16,8 @@ bool sameLetter(char a, char b) {
            std::tolower(static_cast<unsigned char>(b));
 }
 
-/// Letters to insert, remove or replace to get from one name to the other, regardless of case.
+/// The number of letters to insert, remove or replace to turn one name into the other, ignoring
+/// case.
 std::size_t editDistance(const std::string& a, const std::string& b) {
     std::vector<std::size_t> row(b.size() + 1);
     for (std::size_t j = 0; j <= b.size(); ++j)

@@ -18,7 +18,7 @@ namespace NS_BUNDLEMGR1 {
 
 namespace {
 
-/// Digits without a sign.
+/// Parse digits without a sign.
 std::optional<unsigned> parseNumber(std::string_view text, unsigned maximum) {
     unsigned number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -27,7 +27,7 @@ std::optional<unsigned> parseNumber(std::string_view text, unsigned maximum) {
     return number;
 }
 
-/// The bytes of an address, 4 or 16; empty for anything else.
+/// The 4 or 16 bytes of an address; empty for anything else.
 std::vector<unsigned char> addressBytes(const sockaddr* address) {
     const unsigned char* bytes = nullptr;
     std::size_t count = 0;

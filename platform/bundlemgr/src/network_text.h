@@ -5,14 +5,14 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// "host:port" or "[ipv6]:port", taken apart. The host may be empty or "*".
+/// The parts of "host:port" or "[ipv6]:port". The host may be empty or "*".
 struct HostAndPort {
     std::string host;  ///< without brackets
     int port = 0;
 };
 std::optional<HostAndPort> parseHostAndPort(const std::string& text);
 
-/// True for a text that stands for all addresses of the machine: "", "*", "0.0.0.0", "::" in any
+/// True for a text that means all addresses of the machine: "", "*", "0.0.0.0", or "::" in any
 /// spelling.
 bool isWildcardHost(const std::string& host);
 

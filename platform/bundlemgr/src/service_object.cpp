@@ -57,7 +57,7 @@ ServiceInterface* ServiceObjectBase::CreateInterface() {
 }
 
 void ServiceObjectBase::RemoveInterface() {
-    // Out of the registry first, so that nobody finds a deleted interface there.
+    // out of the registry first, so that nobody finds a deleted interface there
     ServiceObjectBase::UnRegistSvc();
     std::unique_ptr<ServiceInterface>(std::exchange(interface_, nullptr)).reset();
 }

@@ -30,11 +30,11 @@ std::filesystem::path homeDirectory() {
 }  // namespace
 
 std::filesystem::path defaultStateDirectory() {
-    // systemd gives a list when the unit has several; the first is ours.
+    // systemd sets a list if the unit has several directories; the first one is ours
     const std::string directories = environment("STATE_DIRECTORY");
     if (!directories.empty())
         return directories.substr(0, directories.find(':'));
-    // An XDG path that is not absolute is to be ignored.
+    // an XDG path that is not absolute must be ignored
     const std::filesystem::path xdg = environment("XDG_STATE_HOME");
     return (xdg.is_absolute() ? xdg : homeDirectory() / ".local" / "state") / "kelp";
 }

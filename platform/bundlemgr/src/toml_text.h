@@ -9,14 +9,15 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// The file's bytes; none, with the problem, when it cannot be read.
+/// The content of the file. Returns nothing, and sets `problem`, if the file cannot be read.
 std::optional<std::string> readFile(const std::filesystem::path& file, ConfigProblem& problem);
 
-/// The parsed text; none, with line and reason, when it is no TOML. `name` stands for the file.
+/// Parse a text. Returns nothing, and sets `problem` with line and reason, if it is not TOML.
+/// `name` stands for the file.
 std::optional<toml::table> parseToml(const std::string& text, const std::string& name,
                                      ConfigProblem& problem);
 
-/// A node's type in words: "an integer", "a text", ...
+/// The node's type as text: "an integer", "a text", ...
 std::string typeText(const toml::node& node);
 
 int lineOf(const toml::source_region& region);

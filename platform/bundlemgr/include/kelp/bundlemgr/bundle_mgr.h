@@ -12,26 +12,26 @@ namespace NS_BUNDLEMGR1 {
 
 class ServiceObjectBase;
 
-/// Loads bundles (shared objects `lib<service>.so` with a factory function `_make_<service>`) and
-/// drives their service objects.
+/// Loads bundles and drives their service objects. A bundle is a shared object `lib<service>.so`
+/// with a factory function `_make_<service>`.
 class KELP_EXPORT BundleMgr {
   public:
     static BundleMgr* Instance();
 
-    /// The lock that guards one-time look-ups in the registry.
+    /// Guards one-time look-ups in the registry.
     std::recursive_mutex& GlobalMutex();
 
-    /// Loads and starts the bundles in the given order. On the first failure those already started
-    /// are stopped again and the result is false, with one clear sentence in `whyNot`.
+    /// Load and start the bundles in the given order. If one fails, stop those already started and
+    /// return false; `whyNot` then says why in one sentence.
     bool Start(const std::filesystem::path& directory, const std::vector<std::string>& services,
                std::string& whyNot);
-    /// In reverse order: `Shutdown` (after an `init` that returned 0), `fini`, the bundle's
+    /// Stop the bundles in reverse order: `Shutdown` (if `init` returned 0), `fini`, the bundle's
     /// deleter, unloading.
     void Stop();
-    /// For a bundle that has to leave a thread behind when it stops: its code stays in memory this
-    /// time. Called by the bundle, no later than in its deleter.
+    /// Keep a bundle's code in memory when it is stopped this time, because it has to leave a
+    /// thread behind. Called by the bundle, in its deleter at the latest.
     void KeepLoaded(const std::string& service);
-    /// The started service object of that name, or null.
+    /// The started service object with that name, or null.
     ServiceObjectBase* Find(const std::string& service) const;
 
     BundleMgr(const BundleMgr&) = delete;

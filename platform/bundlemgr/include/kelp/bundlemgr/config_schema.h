@@ -9,25 +9,24 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// A value of the configuration; which alternative it holds is its type.
+/// A value of the configuration. The alternative that it holds is its type.
 using ConfigValue = std::variant<std::int64_t, bool, std::string, std::vector<std::string>>;
 
 /// One key of the configuration file.
 struct KELP_EXPORT ConfigKey {
     std::string table;
     std::string key;
-    ConfigValue
-        standard;  ///< the value where the file is silent; what is read in its place for [agent]
-    std::int64_t minimum = 0;          ///< of an integer
-    std::int64_t maximum = 0;          ///< of an integer
-    std::vector<std::string> choices;  ///< the texts that are allowed; empty: any
-    bool needsRestart = false;         ///< a re-read of the file does not change it
+    ConfigValue standard;      ///< default; for [agent] the value used if the key is missing
+    std::int64_t minimum = 0;  ///< of an integer
+    std::int64_t maximum = 0;  ///< of an integer
+    std::vector<std::string> choices;  ///< the allowed texts; empty: any text
+    bool needsRestart = false;         ///< reloading the file does not change it
     std::string meaning;               ///< sentences for the operator, with the unit
 
-    /// "table.key", by which ConfigStore finds it.
+    /// "table.key", the key's name in ConfigStore.
     std::string name() const { return table + "." + key; }
-    /// The value is read as missing when it has another type, and the file need not be silent about
-    /// it for the fallback to hold (table [agent]).
+    /// True for the table [agent]. A value of the wrong type is then read as missing, and its user
+    /// falls back to `standard`.
     bool isAgentOption() const { return table == "agent"; }
 };
 
@@ -37,15 +36,15 @@ struct KELP_EXPORT ConfigTable {
     std::string meaning;
 };
 
-/// Every table, and every key in the order of the tables. The one place that knows names, types,
-/// ranges and defaults: reading, checking and the shipped file follow it.
+/// Every table, and every key in the order of the tables. This is the only place that defines
+/// names, types, ranges and defaults. Reading, checking and the shipped file use it.
 KELP_EXPORT const std::vector<ConfigTable>& configTables();
 KELP_EXPORT const std::vector<ConfigKey>& configKeys();
 
-/// The key of that "table.key", or null.
+/// The key with the name "table.key", or null.
 KELP_EXPORT const ConfigKey* findConfigKey(const std::string& name);
 
-/// The value as the configuration file writes it.
+/// The value in the syntax of the configuration file.
 KELP_EXPORT std::string tomlValue(const ConfigValue& value);
 
 /// The configuration file as it is shipped: every key with its default, unit and meaning.

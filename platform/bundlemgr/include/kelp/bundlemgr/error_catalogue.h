@@ -10,11 +10,11 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// Error texts read from a TOML file: a table [errors] of "0x411800BA" = "text". Constant after
-/// load.
+/// Error texts from a TOML file with a table [errors] of lines such as "0x411800BA" = "text".
+/// Immutable after load().
 class KELP_EXPORT ErrorCatalogue final : public ErrorCodeBufIf {
   public:
-    /// Reads the file; problems name file, line and key, and leave the catalogue empty.
+    /// Read the file. Problems name the file, line and key; the catalogue is then empty.
     std::vector<ConfigProblem> load(const std::filesystem::path& file);
     bool GetErrorText(unsigned long code, std::string& text) const override;
     std::size_t size() const { return texts_.size(); }

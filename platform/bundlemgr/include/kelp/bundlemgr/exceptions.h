@@ -8,13 +8,13 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// The general failure of a platform service call. Never crosses the CORBA boundary; catchers go by
-/// the dynamic type: `what` is the inherited one.
+/// The general failure of a platform service call. Never crosses the CORBA boundary. Handlers tell
+/// failures from each other by their dynamic type, because `what` is the inherited one.
 class KELP_EXPORT ProcessException : public std::exception {
   public:
     ProcessException();
-    /// Takes the numbers and inserts the source's stream buffers into the new streams, which moves
-    /// the source's read positions; hence the non-const reference.
+    /// Copies the numbers, and inserts the other object's stream buffers into the new streams. This
+    /// moves the read positions of the other object; therefore its reference is not const.
     ProcessException(ProcessException& other);
     ~ProcessException() override;
 
@@ -26,7 +26,7 @@ class KELP_EXPORT ProcessException : public std::exception {
     std::stringstream text4;
 };
 
-/// A named service interface cannot be had from the bundle manager.
+/// The bundle manager does not have an interface with the requested name.
 class KELP_EXPORT InterfaceNotExistException : public ProcessException {
   public:
     InterfaceNotExistException();

@@ -14,44 +14,46 @@ struct KELP_EXPORT NameValueStru {
     std::string value;
 };
 
-/// What a light event carries.
+/// The data of a light event.
 struct KELP_EXPORT LightEventData {
     std::list<NameValueStru> values;
 };
 
-/// The value under `key`; empty when there is none.
+/// The value of `key`; empty if there is none.
 KELP_EXPORT std::string GetValByKey(const std::list<NameValueStru>& values, const std::string& key);
 
-/// Receives light events on the manager's thread, in the order they were raised. Must not throw.
+/// Receives light events on the manager's thread, in the order in which they were raised. Must not
+/// throw.
 class KELP_EXPORT LightEventHandler : public ACE_Event_Handler {
   public:
     ~LightEventHandler() override;
-    /// `data` is null for an event that carries none; borrowed for the call.
+    /// `data` is null for an event without data. It is valid only during the call.
     virtual void DoWork(int eventId, const LightEventData* data) = 0;
 };
 
-/// Number of the event "a user's account became invalid for a live log-in": values "IP", "PORT" and
+/// The event "a user's account became invalid for a live log-in". Its values are "IP", "PORT" and
 /// "USN" (user name).
 inline constexpr int kUserStateChangeEvent = 119;
 
-/// Number of the event "the host has read the configuration again": no values.
+/// The event "the host has reloaded the configuration". It has no values.
 inline constexpr int kConfigurationReadEvent = 1;
 
-/// In-process events by number, delivered to registered handlers on a thread of its own, in order.
+/// Delivers events within the process to registered handlers. Events have a number. A separate
+/// thread delivers them in order.
 class KELP_EXPORT LightEventMgr {
   public:
     static LightEventMgr* Instance();
 
-    /// The handler stays the caller's and must be deregistered before it dies.
+    /// The caller keeps the ownership of the handler, and must deregister it before destroying it.
     void RegisterHandler(int eventId, LightEventHandler* handler);
-    /// Returns after a running call of this handler has ended (at once when called from the handler
-    /// itself); it is not called afterwards.
+    /// Remove a handler. Waits for a running call of this handler to end, unless called from the
+    /// handler itself. After that the handler is not called again.
     void DeregisterHandler(int eventId, LightEventHandler* handler);
-    /// Queues an event and returns. Without handlers it goes nowhere.
+    /// Queue an event and return. Discard it if there are no handlers.
     void Raise(int eventId, LightEventData data);
-    /// Queues an event without data.
+    /// Queue an event without data.
     void Raise(int eventId);
-    /// Delivers what is queued and ends the thread; started again by the next RegisterHandler.
+    /// Deliver the queued events and end the thread. The next RegisterHandler() starts it again.
     void Stop();
 
     LightEventMgr(const LightEventMgr&) = delete;

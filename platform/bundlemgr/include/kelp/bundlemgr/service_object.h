@@ -7,13 +7,14 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// Root of the interfaces that bundles offer each other by name.
+/// Base of the interfaces that bundles offer each other by name.
 class KELP_EXPORT ServiceInterfaceRoot {
   public:
     virtual ~ServiceInterfaceRoot();
 };
 
-/// What a bundle offers under a key (SetIFBuf). Owned by the service object that made it.
+/// An interface that a bundle offers under a key (SetIFBuf). Owned by the service object that
+/// created it.
 class KELP_EXPORT ServiceInterface : public virtual ServiceInterfaceRoot {
   public:
     ~ServiceInterface() override;
@@ -29,15 +30,15 @@ class KELP_EXPORT NULLServiceInterface : public ServiceInterface {
     int GetInterfaceVersion() const override;       ///< 0
 };
 
-/// Base of a bundle's service object. The bundle manager drives it: `init`, later `Shutdown` (only
-/// after an `init` that returned 0), `fini`, and the deleter that the factory function handed out.
-/// The order of the virtual operations is the binary contract with the host.
+/// Base of a bundle's service object. The bundle manager calls `init`, later `Shutdown` (only if
+/// `init` returned 0), `fini`, and the deleter that the factory function returned. The order of the
+/// virtual operations is the binary contract with the host.
 class KELP_EXPORT ServiceObjectBase : public ACE_Service_Object {
   public:
     ServiceObjectBase(const char* bundleName, const char* serviceName);
     ~ServiceObjectBase() override;
 
-    /// Takes the bundle's interfaces back from the registry.
+    /// Remove the bundle's interfaces from the registry.
     virtual int UnRegistSvc();
     virtual const char* GetName() const;
     virtual void Shutdown();
@@ -55,23 +56,23 @@ class KELP_EXPORT ServiceObjectBase : public ACE_Service_Object {
     std::string bundleName_;
 };
 
-/// Enters an interface under a key; a second entry replaces the first. Ownership stays with the
-/// caller.
+/// Register an interface under a key. A second interface replaces the first. The caller keeps the
+/// ownership.
 KELP_EXPORT void SetIFBuf(const std::string& key, ServiceInterface* serviceInterface);
-/// The interface under a key, or null. Callable from any thread.
+/// The interface under a key, or null. Any thread may call it.
 KELP_EXPORT ServiceInterface* CheckIFBuf(const std::string& key);
-/// Takes every entry of this interface out of the registry.
+/// Remove every entry of this interface from the registry.
 KELP_EXPORT void RemoveIFBuf(ServiceInterface* serviceInterface);
-/// The interface under a key; throws InterfaceNotExistException when there is none.
+/// The interface under a key. Throws InterfaceNotExistException if there is none.
 KELP_EXPORT ServiceInterface* RequireIF(const std::string& key);
 
-/// Texts of error codes. Safe for concurrent reads.
+/// Texts of error codes. Several threads may read at the same time.
 class KELP_EXPORT ErrorCodeBufIf : public ServiceInterface {
   public:
     ~ErrorCodeBufIf() override;
     const char* GetInterfaceName() const override;  ///< "ErrorCodeBufIf"
     int GetInterfaceVersion() const override;       ///< 1
-    /// False for an unknown code; `text` is then unchanged.
+    /// Returns false for an unknown code, and leaves `text` unchanged.
     virtual bool GetErrorText(unsigned long code, std::string& text) const = 0;
 };
 

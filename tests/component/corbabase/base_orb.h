@@ -23,8 +23,8 @@ inline NS_CORBA::CorbaBaseAgentConfig& base() {
 
 inline constexpr const char* kFreePort = "[orb]\nlisten = \"127.0.0.1:0\"\n";
 
-/// A corbaloc by which this process reaches an object of its own ORB over a connection: the ORB
-/// does not recognise the address as its own. For an ORB that listens on 127.0.0.1.
+/// Return a corbaloc by which this process reaches its own object over a connection: the ORB does
+/// not recognise the address as its own. The ORB must listen on 127.0.0.1.
 inline std::string wireAddress(CORBA::Object_ptr reference) {
     const CORBA::ORB_var orb = base().GetOrb();
     orb::ReferenceContent content;
@@ -34,8 +34,8 @@ inline std::string wireAddress(CORBA::Object_ptr reference) {
            escapedKey(content.objectKey);
 }
 
-/// The ORB as the agent has it: started by the base configuration, served by an agent worker, not
-/// yet activated. Stopped in the agent's order.
+/// The ORB as the agent runs it: started by the base configuration and served by an agent worker,
+/// but not yet activated. The destructor stops it in the agent's order.
 class BaseOrb {
   public:
     explicit BaseOrb(const std::string& toml = kFreePort) {
@@ -48,7 +48,7 @@ class BaseOrb {
     BaseOrb(const BaseOrb&) = delete;
     BaseOrb& operator=(const BaseOrb&) = delete;
 
-    /// The worker has left when this returns.
+    /// Shut down. The worker has ended when this returns.
     void shutDown() {
         NS_CORBA::AgentServer::Discard();
         NS_CORBA::AgentServer::ShutDown();
@@ -79,9 +79,9 @@ class WireSession {
     }
 
     ScriptedSession& servant() { return *servant_; }
-    /// The reference that the ORB knows as its own.
+    /// The reference that the ORB recognises as its own.
     CORBA::Object_ptr own() const { return own_.in(); }
-    /// Calls with a limit, so that a held call does not hold the test for ever.
+    /// Call ping with a time limit, so that a held call does not block the test forever.
     void ping(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
         const orb::ScopedThreadTimeout bounded(limit);
         remote_->ping();

@@ -1,5 +1,4 @@
-// The naming service that the process's ORB serves itself: where it is found, and who may change
-// it.
+// The naming service embedded in the process's ORB: where it is found, and who may change it.
 
 #include <cos/CosNaming.h>
 #include <gmock/gmock.h>
@@ -41,7 +40,7 @@ class EmbeddedNaming : public testing::Test {
         NS_CORBA::AgentServer::Activate();
         factory_ = std::make_unique<WireSession>();
     }
-    /// The root context as another process sees it.
+    /// Return the root context as another process sees it.
     static CosNaming::NamingContextExt_ptr outside(std::uint16_t port,
                                                    const std::string& key = "NameService") {
         const CORBA::ORB_var orb = base().GetOrb();

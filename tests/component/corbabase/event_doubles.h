@@ -12,7 +12,7 @@
 
 namespace kelp::test {
 
-/// What an agent is asked and told, as lines.
+/// Records the questions and notices that an agent receives, one line each.
 class Agent final : public NS_CORBA::CallBackProcessBase {
   public:
     void OnEventLossCleared(const std::string& endTime) override {
@@ -35,7 +35,7 @@ class Agent final : public NS_CORBA::CallBackProcessBase {
         return told_;
     }
 
-    std::function<void()> onCleared;  ///< may hold up the report; set before the first one
+    std::function<void()> onCleared;  ///< may delay the report; set before the first one
 
   private:
     void add(const std::string& line) {

@@ -1,4 +1,5 @@
-// The supplier manager with a notification service elsewhere: found, lost, hung, refusing, moved.
+// The supplier manager with an external notification service that is found, lost, hangs, refuses or
+// moves.
 
 #include <gmock/gmock.h>
 #include <kelp/corbabase/event_mgr.h>
@@ -62,7 +63,7 @@ class Factory final : public POA_CosNotifyChannelAdmin::EventChannelFactory {
     std::atomic<int> created{0};
 };
 
-/// The service is an object of this process's own ORB that the supplier manager calls over a
+/// The service is an object of this process's ORB, which the supplier manager calls over a
 /// connection.
 class ExternalChannel : public testing::Test {
   protected:
@@ -100,7 +101,7 @@ class ExternalChannel : public testing::Test {
         ASSERT_EQ(manager().Start(0), 0);
     }
 
-    /// A channel to which the consumer is connected, not yet to be found by others.
+    /// Create a channel to which the consumer is connected, but which others cannot find yet.
     void makeChannel() {
         const CORBA::ORB_var orb = base().GetOrb();
         channel_.emplace(orb.in(), notification::ChannelSettings(), nullptr);
@@ -130,7 +131,7 @@ class ExternalChannel : public testing::Test {
         makeChannel();
         publish();
     }
-    /// The scripted service in the place of a real one.
+    /// Publish the scripted service instead of a real one.
     void serveScripted() { publish(service_->channelServant(), service_->channel()); }
     void withdraw() {
         const CORBA::ORB_var orb = base().GetOrb();
@@ -311,7 +312,7 @@ TEST_F(ExternalChannel, PushWithoutAnAnswerIsMadeAgainByTheSameProxyOnceItAnswer
 
 TEST_F(ExternalChannel, RefusedEventIsLostAndTheOthersOfItsBatchAreNot) {
     service_->setScript([&](const std::string& operation) {
-        // the batch, and the second of it on its own
+        // refuse the batch, and then the second event when it is sent alone
         if (operation == "push" &&
             (service_->calls(operation) == 1 || service_->calls(operation) == 3))
             throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);

@@ -20,7 +20,7 @@ using NS_CORBA::AgentServer;
 
 namespace {
 
-/// "" or the name of the CORBA exception that the call ends with.
+/// Return "", or the name of the CORBA exception with which the call ends.
 template <class Call>
 std::string resultOf(Call call) {
     try {
@@ -191,7 +191,7 @@ TEST_F(Interception, ShutDownReleasesWaitingRequests) {
     std::future<std::string> held = pingElsewhere(session);
     EXPECT_EQ(held.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     const kelp::test::TraceCapture capture;
-    session.servant()._add_ref();  // the ORB's end takes the POA's reference
+    session.servant()._add_ref();  // the end of the ORB releases the POA's reference
     const PortableServer::ServantBase_var pinned(&session.servant());
     orb.shutDown();
     EXPECT_NE(held.get(), "");

@@ -13,12 +13,13 @@ namespace {
 
 const std::string kIpv6Port = "[orb]\nlisten = \"[::1]:0\"\n";
 
-/// The interceptor's question about a caller that has the address ::1 and no IPv4 address.
+/// The interceptor's check of a caller that has the address ::1 and no IPv4 address.
 class Ipv6Access : public testing::Test {
   protected:
     ~Ipv6Access() override { base().SetReqInterceptorImpl(nullptr); }
 
-    /// While it is allowed, to begin with, the caller connects.
+    /// Connect the caller while it is allowed, then configure `networks`. True if its next call is
+    /// allowed.
     bool callerIsAllowed(const std::string& networks) {
         std::uint32_t ipv4 = 1;
         bool allowed = false;
@@ -42,7 +43,8 @@ class Ipv6Access : public testing::Test {
     }
 
   private:
-    /// In another spelling than the ORB's own, which makes it a connection.
+    /// Return the address in another spelling than the ORB's own, so that calls go over a
+    /// connection.
     std::string address() const {
         ScriptedSession* const servant = new ScriptedSession;
         const PortableServer::ServantBase_var owner(servant);

@@ -36,7 +36,8 @@ CosNaming::Name prefixOf(const CosNaming::Name& name, CORBA::ULong length) {
 class NamingRegistration : public testing::Test {
   protected:
     NamingRegistration() {
-        // the naming service asks an object that stands where a context should be what it is
+        // when an object is bound where a context should be, the naming service asks the object for
+        // its type
         base().SetReqInterceptorImpl(&interceptor);
         EXPECT_EQ(NS_CORBA::AgentServer::Activate(), 0);
     }
@@ -47,7 +48,7 @@ class NamingRegistration : public testing::Test {
         const CORBA::Object_var object = kelp::orb::toReference(itsOrb.in(), names.corbaloc());
         return CosNaming::NamingContext::_narrow(object.in());
     }
-    /// What the factory's name leads to; nil when it is not bound.
+    /// Return the object bound to the factory's name; nil if it is not bound.
     CORBA::Object_ptr entry() const {
         const CosNaming::NamingContext_var context = root();
         try {
@@ -200,7 +201,7 @@ TEST_F(NamingRegistration, AFrozenNamingServiceHoldsNobodyForEver) {
 TEST_F(NamingRegistration, AnEmptiedNamingServiceIsFilledAgain) {
     ASSERT_TRUE(base().RegistEMSFactoryName(factory.own()));
     names.restartEmpty();
-    // the first call may meet the connection to the naming service that was
+    // the first call may use the old connection to the previous naming service
     const bool bound =
         base().RegistEMSFactoryName(factory.own()) || base().RegistEMSFactoryName(factory.own());
     EXPECT_TRUE(bound);
@@ -210,7 +211,7 @@ TEST_F(NamingRegistration, AnEmptiedNamingServiceIsFilledAgain) {
 TEST_F(NamingRegistration, TheCallersOwnTimeOutComesBack) {
     const kelp::test::DeafListener deaf;
     const CORBA::ORB_var itsOrb = base().GetOrb();
-    // 0.3 s, while a registration's calls have 2 s
+    // 0.3 s: shorter than the 2 s of a registration's calls
     ASSERT_TRUE(base().SetCurrentThreadTimeOutPolicy(itsOrb.in(), 3000000));
     ASSERT_TRUE(base().RegistEMSFactoryName(factory.own()));
     const CORBA::Object_var hung = kelp::orb::toReference(itsOrb.in(), deaf.corbaloc());

@@ -27,7 +27,7 @@ void add(CosNotification::StructuredEvent& event, const char* name, const char* 
     fields[fields.length() - 1].value <<= value;
 }
 
-/// The event's neTime; "none" for an event without one, "no text" for one that is something else.
+/// Return the event's neTime; "none" if it has none, "no text" if it is not a text.
 std::string neTimeOf(const CosNotification::StructuredEvent& event) {
     std::string found = "none";
     for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i) {

@@ -1,4 +1,4 @@
-// Which references an NMS may log in with, by its connection's peer (127.0.0.1 here).
+// Which references an NMS may log in with, depending on its connection's peer (127.0.0.1 here).
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,8 +24,7 @@ class NmsReference : public testing::Test {
     std::string toml(const std::string& access) const {
         return kFreePort + OpenLogs::toml(folder_) + "[access]\n" + access;
     }
-    /// The verdict on a reference with these corbaloc addresses, asked by a request over a
-    /// connection.
+    /// Check a reference with these corbaloc addresses during a request over a connection.
     bool isValid(const std::string& addresses) {
         const CORBA::ORB_var orb = base().GetOrb();
         const CORBA::Object_var object =

@@ -11,8 +11,8 @@
 
 namespace kelp::test {
 
-/// The operation log and the security log in a folder that goes with the scope. Give the
-/// configuration toml() before the scope's logs are opened.
+/// The operation log and the security log in a temporary folder. Configure toml() before creating
+/// this object, which opens the logs.
 class OpenLogs {
   public:
     explicit OpenLogs(const TemporaryDirectory& folder) : folder_(folder) {
@@ -25,7 +25,7 @@ class OpenLogs {
     static std::string toml(const TemporaryDirectory& folder) {
         return "[oplog]\ndatabase = \"" + (folder / "oplog.db").string() + "\"\n";
     }
-    /// All records so far. Closes the logs, so that what waits is written.
+    /// Return all records so far. Closes the logs, so that waiting records are written.
     std::vector<oplog::LogEntry> operations() const {
         return read(oplog::LogKind::Operations, folder_ / "oplog.db");
     }
@@ -39,7 +39,7 @@ class OpenLogs {
         NS_CORBA::AuditTrail::Instance().Close();
         std::vector<oplog::LogEntry> entries;
         oplog::LogReader(database, kind).search({}, [&](const oplog::LogEntry& entry) {
-            // how the chain is made is no event
+            // the record of the chain's key is not an event
             if (entry.operation != "key")
                 entries.push_back(entry);
             return true;

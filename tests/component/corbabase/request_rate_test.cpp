@@ -1,5 +1,5 @@
-// How often an address without a log-in may call, and what its requests leave in the logs and the
-// trace.
+// The limit for calls from an address without a log-in, and the records and trace lines of its
+// requests.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -31,7 +31,7 @@ class RequestRecording : public testing::Test {
     }
     ~RequestRecording() override { base().SetReqInterceptorImpl(nullptr); }
 
-    /// A session object under the given POA names, called over a connection.
+    /// Return a session object in POAs of these names, called over a connection.
     static nmsSession::NmsSession_I_var object(
         const std::string& top, const std::string& child, std::function<void()> onPing = [] {}) {
         const PortableServer::POA_var root = base().GetRootPoa();
@@ -41,7 +41,8 @@ class RequestRecording : public testing::Test {
             poa = makePoa(poa.in(), manager.in(), child);
         return wired(poa.in(), "", std::move(onPing));
     }
-    /// One with an object id of its own choice, where `id` is not empty.
+    /// Return a session object in this POA. Its object id is `id`, or chosen by the POA if `id` is
+    /// empty.
     static nmsSession::NmsSession_I_var wired(
         PortableServer::POA_ptr poa, const std::string& id, std::function<void()> onPing = [] {}) {
         const PortableServer::ServantBase_var servant = new ScriptedSession(std::move(onPing));
@@ -58,7 +59,7 @@ class RequestRecording : public testing::Test {
         return nmsSession::NmsSession_I::_unchecked_narrow(remote.in());
     }
 
-    /// One that was there.
+    /// Return a session object that is already deactivated.
     static nmsSession::NmsSession_I_var gone() {
         const PortableServer::POA_var root = base().GetRootPoa();
         const PortableServer::POAManager_var manager = root->the_POAManager();
@@ -167,7 +168,7 @@ TEST_F(RequestRecording, PutsRefusedCallersIntoTheSecurityLogOnly) {
 TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatTheyWereAnswered) {
     ScriptedInterceptor silent;
     base().SetReqInterceptorImpl(&silent);
-    object(kSession, "session")->ping();  // connects while it may
+    object(kSession, "session")->ping();  // connect while this is still allowed
     configure(kFreePort + OpenLogs::toml(folder_) + "[access]\nallowed_oss = [\"192.0.2.0/24\"]\n");
     EXPECT_THROW(gone()->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
     EXPECT_THAT(logs_.operations(), IsEmpty());

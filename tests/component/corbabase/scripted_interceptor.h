@@ -7,7 +7,7 @@
 
 namespace kelp::test {
 
-/// Counts the requests that pass and does with each what a test says.
+/// Counts the requests that pass, and runs a function of the test in each.
 class ScriptedInterceptor : public NS_CORBA::RequestInterceptorBase {
   public:
     explicit ScriptedInterceptor(std::function<void(const orb::RequestInfo*)> onRequest =

@@ -15,7 +15,7 @@
 
 namespace kelp::test {
 
-/// One object of the service, which answers requests by their names.
+/// One object of the service. It answers requests by the operation's name.
 class ScriptedObject final : public PortableServer::DynamicImplementation {
   public:
     using Answer = std::function<void(CORBA::ServerRequest_ptr)>;
@@ -31,7 +31,7 @@ class ScriptedObject final : public PortableServer::DynamicImplementation {
     char* _primary_interface(const PortableServer::ObjectId&, PortableServer::POA_ptr) override {
         return CORBA::string_dup(interfaceId_.c_str());
     }
-    /// The ORB's own asks for the above and leaks it.
+    /// The ORB's implementation calls _primary_interface and leaks the result.
     CORBA::Boolean _is_a(const char* interfaceId) override { return interfaceId_ == interfaceId; }
 
   private:
@@ -39,12 +39,13 @@ class ScriptedObject final : public PortableServer::DynamicImplementation {
     const std::map<std::string, Answer> answers_;
 };
 
-/// A notification service with as little as a supplier needs, every object of which is called over
-/// a connection, and which does with each call what a test says.
+/// A notification service with only the operations that a supplier needs. All its objects are
+/// called over a connection, and each call runs a script of the test.
 class ScriptedService {
   public:
-    /// Called with an operation's name before it is answered, "push" for both kinds of pushes
-    /// before the events count as arrived; may wait, and may throw a system exception.
+    /// Called with an operation's name before the operation is answered. Both kinds of pushes are
+    /// called "push", and their events count as received only afterwards. May wait, and may throw a
+    /// system exception.
     using Script = std::function<void(const std::string&)>;
 
     ScriptedService() {
@@ -75,7 +76,8 @@ class ScriptedService {
         const std::lock_guard guard(mutex_);
         script_ = std::move(script);
     }
-    /// The names of the events that came in, in order; those pushed in one call in one list.
+    /// Return the names of the received events in order. Each inner list contains the events of one
+    /// call.
     std::vector<std::vector<std::string>> pushes() const {
         const std::lock_guard guard(mutex_);
         return pushes_;
@@ -120,7 +122,7 @@ class ScriptedService {
             script(operation);
     }
 
-    /// The arguments of a request, each described by its type and direction.
+    /// Return the arguments of a request, each described by its type and direction.
     static CORBA::NVList_ptr arguments(
         CORBA::ServerRequest_ptr request,
         const std::vector<std::pair<CORBA::TypeCode_ptr, CORBA::Flags>>& types) {
@@ -184,7 +186,7 @@ class ScriptedService {
     }
 
     mutable std::mutex mutex_;
-    Script script_;  // guarded by mutex_, like the next two
+    Script script_;  // this and the next two are guarded by mutex_
     std::map<std::string, int> calls_;
     std::vector<std::vector<std::string>> pushes_;
     CORBA::Object_var sequence_;

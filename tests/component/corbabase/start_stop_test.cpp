@@ -139,7 +139,7 @@ TEST(AgentServer, AStuckCallDoesNotHangTheStop) {
         try {
             session.ping();
         } catch (const CORBA::Exception&) {
-            // the ORB that would take the answer is going down
+            // the ORB is shutting down and cannot receive the reply
         }
     });
     ASSERT_TRUE(gate.isReached());

@@ -1,4 +1,4 @@
-// The way of an event from PushEvent to a consumer, and what the agent is told meanwhile.
+// The path of an event from PushEvent to a consumer, and what is reported to the agent meanwhile.
 
 #include <gmock/gmock.h>
 #include <kelp/corbabase/event_mgr.h>
@@ -123,7 +123,8 @@ TEST_F(SupplierMgr, TellsOfALossOnceAndOfItsEndAfterAWholeRound) {
     start("heartbeat_s = 0\nqueue_events_max = 4\n");
     const StructuredProxyPushSupplier_var proxy = connect();
     proxy->suspend_connection();
-    for (int i = 1; i <= 7; ++i) {  // one by one: the handover's own queue is as small
+    // one at a time, because the hand-over queue has the same limit
+    for (int i = 1; i <= 7; ++i) {
         push(i, i);
         ASSERT_TRUE(waitUntil(
             [&] { return manager().Consumers()[0].sent == static_cast<std::uint64_t>(i); }));

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t kUnitsPerMs = 10000;
 
-/// True when a call to a peer that never answers ends by its time-out.
+/// True if a call to a peer that never answers ends with its time-out.
 bool timesOut(const DeafListener& deaf) {
     const CORBA::ORB_var orb = base().GetOrb();
     const CORBA::Object_var hung = kelp::orb::toReference(orb.in(), deaf.corbaloc());

@@ -16,7 +16,7 @@ namespace {
 
 class TlsSettings : public testing::Test {
   protected:
-    /// [tls] with a key that needs its password.
+    /// Return a [tls] table with an encrypted key.
     std::string withTls(int mode) const {
         const std::string key = certificates.issue("ems", "opensesame");
         const std::filesystem::path password =
@@ -27,7 +27,7 @@ class TlsSettings : public testing::Test {
                "\"\ncertificate = \"" + key + "\"\nkey_password_file = \"" + password.string() +
                "\"\n[naming]\nssl_port = 4844\n";
     }
-    /// Whether each address of this process's references is a TLS one.
+    /// Return, for each address in this process's references, whether it is a TLS address.
     static std::vector<bool> transports() {
         const CORBA::ORB_var orb = base().GetOrb();
         const PortableServer::POA_var root = base().GetRootPoa();
@@ -74,8 +74,7 @@ TEST_F(TlsSettings, TheKeyIsOpenedWithThePasswordFilesFirstLine) {
     base().SetReqInterceptorImpl(nullptr);
 }
 
-/// Whether a call to an NMS whose reference names a plain address alone gets as far as a
-/// connection.
+/// True if the ORB connects to an NMS whose reference contains only a plain address.
 bool isCalledInPlain() {
     const kelp::test::Socket listener = kelp::test::boundSocket();
     if (::listen(listener.fd(), 8) != 0)

@@ -1,4 +1,4 @@
-// What an NMS reads in the event of an alarm, field by field.
+// The event of an alarm field by field, as an NMS reads it.
 
 #include "alarms/alarm_event.h"
 
@@ -20,7 +20,7 @@ class AlarmEvent : public testing::Test {
         next_ = 0;
         return event_;
     }
-    /// The next field, which has this name and type.
+    /// Return the next field. It must have this name and type.
     const CORBA::Any& field(const char* name, CORBA::TypeCode_ptr type) {
         static const CORBA::Any nothing;
         if (next_ >= event_.filterable_data.length()) {

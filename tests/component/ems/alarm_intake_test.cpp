@@ -1,4 +1,4 @@
-// Alarms from the operator's interface on their way into the notification channel.
+// The path of alarms from the operator's interface to the notification channel.
 
 #include "alarms/alarm_intake.h"
 
@@ -23,7 +23,7 @@ using admin::Json;
 using test::refusal;
 using test::smallestAlarm;
 
-/// The text of an event's field at this place.
+/// Return the text of the event's field at this position.
 std::string textAt(const CosNotification::StructuredEvent& event, CORBA::ULong place) {
     const char* text = "no text";
     if (event.filterable_data.length() > place)
@@ -57,7 +57,7 @@ class AlarmIntakeTest : public testing::Test {
         proxy_ = CosNotifyChannelAdmin::StructuredProxyPullSupplier::_nil();
     }
 
-    /// The notification id of the next event; empty when none comes.
+    /// Return the notification id of the next event; empty if none arrives.
     std::string nextId() {
         CosNotification::StructuredEvent_var event;
         CORBA::Boolean hasEvent = false;

@@ -26,7 +26,7 @@ std::string refusalOf(const Json& request) {
     return refusal([&] { readAlarms(request); });
 }
 
-/// The smallest alarm with one more field.
+/// Return the smallest alarm with one more field.
 Json with(const std::string& key, const Json& value) {
     Json alarm = smallestAlarm();
     alarm[key] = value;

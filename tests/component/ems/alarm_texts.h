@@ -7,7 +7,7 @@
 
 namespace kelp::ems::test {
 
-/// An alarm with what must be told and no more.
+/// Return an alarm with only the mandatory fields.
 inline admin::Json smallestAlarm() {
     return admin::Json::parse(R"({
         "objectName": {"EMS": "Kelp/EMS", "ManagedElement": "NE-1", "PTP": "/shelf=1/port=2"},
@@ -15,7 +15,7 @@ inline admin::Json smallestAlarm() {
         "perceivedSeverity": "PS_MAJOR"})");
 }
 
-/// An alarm with every field.
+/// Return an alarm with every field.
 inline admin::Json wholeAlarm() {
     return admin::Json::parse(R"({
         "objectName": [{"name": "EMS", "value": "Kelp/EMS"}, {"name": "ManagedElement", "value": "NE-1"}],
@@ -47,7 +47,7 @@ inline admin::Json wholeAlarm() {
         "acknowledgeIndication": "AI_EVENT_UNACKNOWLEDGED"})");
 }
 
-/// The reason that a call refuses a request for.
+/// Return the reason for which a call refuses a request.
 template <class Call>
 std::string refusal(Call call, int status = admin::RequestError::kBadRequest) {
     try {

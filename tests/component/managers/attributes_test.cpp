@@ -47,7 +47,7 @@ TEST_F(AttributesTest, TextsThatAreNoneAreInvalid) {
                   [&] { manager_->setNativeEMSName(kElement, ""); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "userLabel",
                   [&] { manager_->setUserLabel(kElement, "two\nlines", false); });
-    // not over a connection, where the ORB refuses it
+    // called directly, because over a connection the ORB itself refuses the text
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "userLabel", [&] {
         managers::setUserLabel({inventory::ObjectKind::ManagedElement}, kElement, "\xff\xfe",
                                false);

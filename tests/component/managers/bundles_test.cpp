@@ -1,4 +1,4 @@
-// The bundles of the managers over the inventory, as the host loads them.
+// The bundles of the inventory's managers, as the host loads them.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -110,7 +110,8 @@ TEST_P(BundlesTest, ShowOnlyTheirFactoryFunction) {
 
 class UnimplementedBundleTest : public testing::Test {
   protected:
-    // stays loaded: the agent, which is not started here, is what destroys its error texts
+    // The module stays loaded. Only the agent, which is not started here, could destroy its error
+    // texts.
     static void SetUpTestSuite() {
         ASSERT_NE(::dlopen(BUNDLE_DIR "/libmx_kelpcorba_env.so", RTLD_NOW), nullptr) << ::dlerror();
     }
@@ -125,8 +126,8 @@ class UnimplementedBundleTest : public testing::Test {
     }
 };
 
-/// Whether the manager offered under that name has capabilities to tell: one that nobody implements
-/// has not.
+/// True if the manager offered under that name has capabilities. The stand-in for an unimplemented
+/// manager throws.
 bool isImplemented(const NS_CORBA::NorthMgrMap& offered, const char* name) {
     POA_common::Common_I* const manager = offered.at(name)->CreateServant();
     const PortableServer::ServantBase_var owner(manager);

@@ -6,7 +6,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// The test agent has a manager "EMS" of its own; the real one goes by another name here.
+/// The test agent has a manager "EMS" already, so the real one gets another name here.
 class LinksTest : public ManagerTest<ems::EmsMgr_IImpl, emsMgr::EMSMgr_I> {
   protected:
     LinksTest() : ManagerTest("RealEMS") {}

@@ -18,8 +18,8 @@ using globaldefs::NamingAttributes_T;
 using globaldefs::NamingAttributesIterator_I_var;
 using globaldefs::NamingAttributesList_T_var;
 
-/// Two elements and a link: "A" with ports at two rates, a floating port and connection points in
-/// its first port, of which the one that is connected through hides the one in it.
+/// Two elements and a link. Element "A" has ports at two rates, a floating port, and connection
+/// points in its first port. The connected connection point hides the one inside it.
 inline const char* const kNetwork =
     R"({"object":"ManagedElement","ManagedElement":"A","productName":"P1","userLabel":"first","location":"Here","version":"R1","owner":"us","supportedRates":[15,11],"communicationState":"CS_UNAVAILABLE","emsInSyncState":false,"additionalInfo":{"Manufacturer":"Acme"}}
 {"object":"ManagedElement","ManagedElement":"B","productName":"P2","userLabel":"second"}
@@ -38,7 +38,7 @@ inline const char* const kNetwork =
 {"object":"TopologicalLink","TopologicalLink":"A-B","rate":22,"direction":"CD_BI","aEndManagedElement":"A","aEndPTP":"p1","zEndManagedElement":"B","zEndPTP":"p1","userLabel":"the link"}
 )";
 
-/// A name of the EMS's own: nameOf({"ManagedElement", "A"}, {"PTP", "p1"}).
+/// A component of a name below the EMS: nameOf({"ManagedElement", "A"}, {"PTP", "p1"}).
 struct Component {
     const char* name;
     const char* value;
@@ -57,7 +57,7 @@ inline NamingAttributes_T nameOf(std::initializer_list<Component> components) {
     return name;
 }
 
-/// "EMS=Kelp/EMS ManagedElement=A PTP=p1"
+/// Return the name as text: "EMS=Kelp/EMS ManagedElement=A PTP=p1".
 inline std::string textOf(const NamingAttributes_T& name) {
     std::string text;
     for (CORBA::ULong i = 0; i < name.length(); ++i)
@@ -65,14 +65,14 @@ inline std::string textOf(const NamingAttributes_T& name) {
     return text;
 }
 
-/// The names of a list of names.
+/// Return the names in a list of names.
 inline std::vector<std::string> namesIn(const globaldefs::NamingAttributesList_T& list) {
     std::vector<std::string> names;
     for (CORBA::ULong i = 0; i < list.length(); ++i)
         names.push_back(textOf(list[i]));
     return names;
 }
-/// The names of a list of objects.
+/// Return the names of the objects in a list.
 template <class Sequence>
 std::vector<std::string> namesOf(const Sequence& list) {
     std::vector<std::string> names;
@@ -81,7 +81,7 @@ std::vector<std::string> namesOf(const Sequence& list) {
     return names;
 }
 
-/// Expects the call to fail so, with the words in the reason.
+/// Expect the call to fail with this exception type and with `words` in the reason.
 template <class Call>
 void expectRefusal(globaldefs::ExceptionType_T type, const std::string& words, Call call) {
     try {

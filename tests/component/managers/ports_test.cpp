@@ -23,7 +23,7 @@ LayerRateList_T rates(std::initializer_list<int> numbers) {
 
 class PortsTest : public ManagedElementTest {
   protected:
-    /// What an operation that lists ports answers for element "A".
+    /// Return the answer of an operation that lists the ports of element "A".
     template <class Operation>
     std::vector<std::string> ports(Operation operation, const LayerRateList_T& layers = {},
                                    const LayerRateList_T& connections = {}) {

@@ -10,8 +10,8 @@ using multiLayerSubnetwork::SubnetworkList_T_var;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// "A" is in both subnetworks, "B" in one, "C" in none; a link inside the first one, and one out of
-/// it.
+/// "A" is in both subnetworks, "B" in one, "C" in none. One link is inside the first subnetwork,
+/// one leads out of it.
 const std::string kSubnetworks =
     R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"ring","subnetworkType":"TOPO_SPRING","supportedRates":[15],"userLabel":"The ring","additionalInfo":{"NetworkAccessDomain":"x"}}
 {"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"spur","subnetworkType":"TOPO_CHAIN"}

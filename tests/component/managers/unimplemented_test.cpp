@@ -1,4 +1,4 @@
-// The managers that nobody implements, as an NMS finds them.
+// The stand-ins for managers that no bundle implements, as an NMS sees them.
 
 #include <gmock/gmock.h>
 #include <kelp/bundlemgr/config_schema.h>

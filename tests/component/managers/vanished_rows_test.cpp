@@ -1,4 +1,4 @@
-// Lists whose rows have all gone, as after the import of another network.
+// Lists whose rows have all disappeared, as after the import of another network.
 
 #include <gtest/gtest.h>
 #include <kelp/util/stopping.h>
@@ -17,7 +17,7 @@ class VanishedRows : public testing::Test {
   protected:
     ~VanishedRows() override { util::endStop(); }
 
-    /// A million rows that an empty inventory no longer has.
+    /// Return a list of a million rows that the inventory, now empty, no longer contains.
     managers::NameList<inventory::ManagedElement> list() {
         inventory::RowIds ids;
         for (std::int64_t id = 1; id <= 1'000'000; ++id)

@@ -1,4 +1,4 @@
-// Lists that are longer than what a caller asks for, and the iterators that give the rest.
+// Lists longer than the caller requests, and the iterators that return the rest.
 
 #include "naming_fixture.h"
 
@@ -15,7 +15,7 @@ class NamingIteratorsTest : public NamingFixture {
         useLimits({});
     }
 
-    /// Twenty entries at the root.
+    /// Set the limits and make twenty entries at the root.
     void useLimits(const naming::NamingLimits& limits) {
         std::vector<util::NamingPath> aliases;
         for (int i = 10; i < 29; ++i)

@@ -14,7 +14,7 @@
 
 namespace kelp::test {
 
-/// A naming service in an ORB of the test, called over connections as an NMS calls it and from
+/// A naming service in the test's ORB. Tests call it over connections, as an NMS does, and from
 /// inside.
 class NamingFixture : public testing::Test {
   protected:
@@ -37,8 +37,8 @@ class NamingFixture : public testing::Test {
     CosNaming::NamingContextExt_ptr outside(const std::string& key = "NameService") const {
         return overTheWire(orb_.overTheWireByKey(key));
     }
-    /// A context or iterator that was handed out, called over a connection. Takes the reference
-    /// over.
+    /// Return a context or iterator that the service handed out, called over a connection. Consumes
+    /// the reference.
     CosNaming::NamingContextExt_ptr overTheWire(CORBA::Object_ptr object) const {
         const CORBA::Object_var owner(object);
         const CORBA::Object_var remote =
@@ -65,7 +65,7 @@ class NamingFixture : public testing::Test {
         const CORBA::String_var text = orb_.orb()->object_to_string(object);
         return text.in();
     }
-    /// What a context lists, read one batch after the other.
+    /// Return the entries of a context, read in batches of `howMany`.
     std::vector<std::string> entriesOf(CosNaming::NamingContextExt_ptr context,
                                        CORBA::ULong howMany) const {
         CosNaming::BindingList_var list;
@@ -99,7 +99,7 @@ class NamingFixture : public testing::Test {
     CORBA::Object_var object_;
 
   private:
-    /// A reference by a key has another spelling of the address already.
+    /// A reference by key already contains another spelling of the address.
     bool isKeyed(CORBA::Object_ptr object) const {
         orb::ReferenceContent content;
         return orb::describe(orb_.orb(), object, content) &&

@@ -1,4 +1,4 @@
-// Everything that a stranger could do to the naming service.
+// Every change that a stranger could attempt in the naming service.
 
 #include "naming_fixture.h"
 
@@ -11,7 +11,7 @@ class NamingRefusalsTest : public NamingFixture {
   protected:
     NamingRefusalsTest() { bind(); }
 
-    /// The whole tree as a caller sees it.
+    /// Return the whole tree as a caller sees it.
     std::vector<std::string> everything() const {
         std::vector<std::string> all;
         const CosNaming::NamingContextExt_var root = outside();
@@ -27,7 +27,7 @@ class NamingRefusalsTest : public NamingFixture {
         all.push_back(textOf(object.in()));
         return all;
     }
-    /// Tries every modification on a context.
+    /// Attempt every modification of a context.
     void attack(CosNaming::NamingContextExt_ptr context, const char* nameText) {
         const CosNaming::Name name = nameOf(nameText);
         const CosNaming::NamingContextExt_var own = outside();

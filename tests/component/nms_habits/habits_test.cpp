@@ -1,5 +1,5 @@
-// NMS from the field and their habits: what the EMS makes of an NMS that does less, or more, than
-// the standard asks for.
+// Habits of NMS in the field: how the EMS treats an NMS that does less, or more, than the standard
+// requires.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gtest/gtest.h>
@@ -18,8 +18,8 @@ using namespace NS_KELPCORBA;
 
 const AgentOptions kRounds = AgentOptions().withRoundsEvery(1);
 
-/// The session object of an NMS that implements nothing: it is there because getEmsSession wants
-/// one.
+/// The session object of an NMS that implements no operation. It exists because getEmsSession
+/// requires one.
 class BareNms final : public virtual POA_nmsSession::NmsSession_I {
   public:
     std::atomic<int> calls{0};
@@ -41,12 +41,12 @@ class BareNms final : public virtual POA_nmsSession::NmsSession_I {
     }
 };
 
-/// A BareNms and the reference that it logs in with.
+/// A BareNms and the reference with which it logs in.
 class BareNmsObject {
   public:
     BareNmsObject(const RunningAgent& agent, unsigned index) : servant_(new BareNms) {
         const PortableServer::ObjectId_var id = agent.root()->activate_object(servant_);
-        const PortableServer::ServantBase_var owner(servant_);  // the POA keeps it from here on
+        const PortableServer::ServantBase_var owner(servant_);  // from here on the POA owns it
         const CORBA::Object_var own = agent.root()->id_to_reference(id.in());
         const CORBA::Object_var remote =
             referenceOverTheWire(agent.orb(), own.in(), spelledLoopback(index), agent.port());
@@ -85,7 +85,7 @@ TEST(NmsHabits, ImplementingNoOperationOfTheSessionIsHarmlessWithoutPings) {
     const emsSession::EmsSession_I_var session = agent.logIn(bare.reference());
     const emsSession::EmsSession_I_var over = agent.logIn(agent.nms(2));
     over->endSession();
-    // the round that erases the second session has been at the first one
+    // the round that erases the second session has also checked the first one
     ASSERT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 1; }));
     useManager(agent, session.in());
     EXPECT_EQ(bare->calls, 0)
@@ -132,7 +132,8 @@ TEST(NmsHabits, PingingTheEmsInsideItsPingIsAnswered) {
     const int pings = agent.nms()->pings;
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->pings >= pings + 2; }));
     EXPECT_EQ(agent.listed(agent.nms())->source()->get_ping_failures(), 0);
-    agent.stop();  // while the ping has what it works on
+    // stop before the objects that the ping uses are destroyed
+    agent.stop();
 }
 
 TEST(NmsHabits, EndingTheSessionInsideThePingEndsIt) {
@@ -152,7 +153,8 @@ TEST(NmsHabits, EndingTheSessionInsideThePingEndsIt) {
     EXPECT_TRUE(waitUntil([&] { return agent.sessions().SessionCount() == 0; }));
     EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
     EXPECT_EQ(agent.nms()->ends, 0) << "an NMS that ended its session itself gets no endSession";
-    agent.stop();  // while the ping has what it works on
+    // stop before the objects that the ping uses are destroyed
+    agent.stop();
 }
 
 TEST(NmsHabits, EndingTheSessionInsideTheEmssEndSessionLetsTheStopGoOn) {
@@ -163,7 +165,7 @@ TEST(NmsHabits, EndingTheSessionInsideTheEmssEndSessionLetsTheStopGoOn) {
         try {
             remote->ping();
         } catch (const CORBA::SystemException&) {
-            // perhaps it is over by now
+            // the session may be over by now
         }
     };
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
@@ -171,7 +173,7 @@ TEST(NmsHabits, EndingTheSessionInsideTheEmssEndSessionLetsTheStopGoOn) {
     agent.endSessions();
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
     EXPECT_EQ(agent.liveLogins(agent.nms()), 0u);
-    // it is oneway: the call may still be on its way
+    // endSession is oneway: the call may still be on its way
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; }));
 }
 

@@ -23,7 +23,7 @@ class DumpTest : public testing::Test {
     std::filesystem::path file() const { return scratch_ / "network.jsonl"; }
     std::filesystem::path partial() const { return scratch_ / "network.jsonl.partial"; }
 
-    /// The command with these options; the session is kept.
+    /// Run the command with these options. The session is kept for the next run.
     bool dump() {
         if (!session_)
             session_ = sessionWith(network_, orb_);
@@ -33,7 +33,7 @@ class DumpTest : public testing::Test {
         const Captured captured(told_);
         return task_->run(*session_);
     }
-    /// Each record by its kind and the last component of its name.
+    /// Return each record as its kind and the last component of its name.
     std::vector<std::string> recordsOf(const std::filesystem::path& path) const {
         std::vector<std::string> records;
         std::istringstream lines(contentOf(path));
@@ -44,7 +44,7 @@ class DumpTest : public testing::Test {
         }
         return records;
     }
-    /// What is told goes to a text, also when the command throws.
+    /// Captures the messages, even if the command throws.
     struct Captured {
         explicit Captured(std::string& text) : told(text) {}
         ~Captured() { told = testing::internal::GetCapturedStderr(); }

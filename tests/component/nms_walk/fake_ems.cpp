@@ -49,7 +49,7 @@ topologicalLink::TopologicalLinkList_T linksNamed(const std::vector<std::string>
     return links;
 }
 
-/// Every operation refuses, but for those that a class below answers.
+/// Every operation throws EXCPT_NOT_IMPLEMENTED unless a class below overrides it.
 #define MANAGER_OPERATION(module, interface, operation, parameters, support) \
     void operation parameters override {                                     \
         throw refusal(globaldefs::EXCPT_NOT_IMPLEMENTED);                    \

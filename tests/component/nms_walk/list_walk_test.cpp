@@ -36,7 +36,7 @@ class ListWalkTest : public testing::Test {
             rest = NameIterator::give(script_, names(entries), most, list.out());
         });
     }
-    /// The sizes of the batches of a list of so many.
+    /// Return the sizes of the batches of a list with this number of entries.
     std::vector<CORBA::ULong> batchesOf(Walk& walk, CORBA::ULong entries) {
         std::vector<CORBA::ULong> sizes;
         CORBA::ULong last = 0;

@@ -18,7 +18,7 @@ class NetworkListsTest : public testing::Test {
         options_.batch = 2;
     }
 
-    /// Reads the list; what it wrote and told is kept, also when it throws.
+    /// Read the list. Keep its output and its messages, even if it throws.
     bool read(Command command) {
         if (!session_)
             session_ = sessionWith(network_, orb_);
@@ -29,7 +29,7 @@ class NetworkListsTest : public testing::Test {
         const Captured captured{*this};
         return task_->run(*session_);
     }
-    /// The names in what was written, without the EMS.
+    /// Return the names in the output, without the EMS.
     std::vector<std::string> written() const {
         std::vector<std::string> names;
         std::istringstream lines(written_);

@@ -13,13 +13,14 @@ inline globaldefs::ProcessingFailureException refusal(globaldefs::ExceptionType_
     return {type, "as the test wants"};
 }
 
-/// How an EMS's iterators behave, and how often they were called. Entries are counted from 1 on.
+/// How an EMS's iterators behave, and how often they were called. Entries are counted from 1.
 struct IteratorScript {
-    CORBA::Long lengthTooMuch = 0;  ///< added to the true answer of getLength
+    CORBA::Long lengthTooMuch = 0;  ///< added to the correct answer of getLength
     std::optional<globaldefs::ExceptionType_T> noLength;
-    CORBA::ULong mostAtOnce = 0xffffffff;  ///< however many are asked for
-    CORBA::ULong unasked = 0;              ///< entries that are given beyond those asked for
-    std::function<void(CORBA::ULong)> onNext = [](CORBA::ULong) {};  ///< gets how_many; may throw
+    CORBA::ULong mostAtOnce = 0xffffffff;  ///< maximum number of entries in an answer
+    CORBA::ULong unasked = 0;              ///< number of entries returned in excess of the request
+    /// receives how_many; may throw
+    std::function<void(CORBA::ULong)> onNext = [](CORBA::ULong) {};
 
     int opened = 0;
     int lengths = 0;
@@ -27,8 +28,8 @@ struct IteratorScript {
     int destroyed = 0;
 };
 
-/// An iterator over the rest of a list. Not destroyed by itself, so that a call after its end is
-/// counted.
+/// An iterator over the rest of a list. destroy() does not deactivate it, so that calls after its
+/// end are counted.
 template <class Interface, class Skeleton, class Sequence, class SequenceOut>
 class ScriptedIterator : public Skeleton {
   public:
@@ -52,7 +53,7 @@ class ScriptedIterator : public Skeleton {
     }
     void destroy() override { ++script_.destroyed; }
 
-    /// Answers a request for a list: the first entries, and an iterator unless these are all.
+    /// Answer a request for a list: return the first entries, and an iterator unless these are all.
     static typename Interface::_ptr_type give(IteratorScript& script, const Sequence& all,
                                               CORBA::ULong howMany, SequenceOut list) {
         list = part(all, 0, std::min(howMany, script.mostAtOnce));

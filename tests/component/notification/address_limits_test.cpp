@@ -1,4 +1,4 @@
-// How many objects clients at one address may have in the channel.
+// Limits for the number of objects that clients at one address may have in the channel.
 
 #include "channel_fixture.h"
 
@@ -11,7 +11,7 @@ class AddressLimited : public ChannelFixture {
   protected:
     AddressLimited() { settings_.perAddress = {2, 1, 3, 2}; }
 
-    /// The same object called over a connection.
+    /// Return the same object, called over a connection.
     template <class Interface>
     typename Interface::_ptr_type wired(CORBA::Object_ptr own) {
         const CORBA::Object_var remote = orb_.overTheWire(own);

@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 class Admins : public ChannelFixture {
   protected:
-    /// A filter that lets events of one name through.
+    /// Return a filter that accepts events of one name.
     CosNotifyFilter::Filter_ptr named(const std::string& name) {
         const EventChannel_var remote = remoteChannel();
         const CosNotifyFilter::FilterFactory_var factory = remote->default_filter_factory();

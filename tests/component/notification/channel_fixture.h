@@ -31,7 +31,7 @@ inline std::string nameOf(const CosNotification::StructuredEvent& event) {
     return std::string(event.header.fixed_header.event_name.in());
 }
 
-/// The names of the events that a consumer got, from any thread.
+/// The names of the events that a consumer received. Any thread may call it.
 class Received {
   public:
     void add(const CosNotification::StructuredEvent& event) {
@@ -109,14 +109,14 @@ class LossRecord final : public LossListener {
     Received lost;
 };
 
-/// A channel in an ORB of its own. References to it and to consumers go over the loopback
+/// A channel in a separate ORB. References to the channel and to consumers go over the loopback
 /// interface.
 class ChannelFixture : public testing::Test {
   protected:
     ChannelFixture() { settings_.delivery.firstBackOff = std::chrono::milliseconds(5); }
     ~ChannelFixture() override { channel_.reset(); }
 
-    /// A servant that lives as long as its object and the test.
+    /// Create a servant that exists as long as its object and the test.
     template <class Servant, class... Arguments>
     Servant& make(Arguments... arguments) {
         auto* servant = new Servant(arguments...);
@@ -158,7 +158,7 @@ class ChannelFixture : public testing::Test {
         return pushProxy<CosNotifyChannelAdmin::StructuredProxyPushSupplier>(
             admin.in(), CosNotifyChannelAdmin::STRUCTURED_EVENT, id);
     }
-    /// A reference to the servant's object, which is called over a connection.
+    /// Return a reference to the servant's object, called over a connection.
     template <class Servant>
     CORBA::Object_ptr remote(Servant& servant) {
         const PortableServer::ObjectId_var id = orb_.root()->activate_object(&servant);
@@ -184,7 +184,7 @@ class ChannelFixture : public testing::Test {
         return kelp::test::waitUntil([&] { return received.names().size() >= count; });
     }
 
-    std::list<PortableServer::ServantBase_var> servants_;  // ends after the ORB
+    std::list<PortableServer::ServantBase_var> servants_;  // destroyed after the ORB
     kelp::test::RunningOrb orb_;
     ChannelSettings settings_;
     LossRecord losses_;

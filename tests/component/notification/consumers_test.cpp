@@ -230,7 +230,7 @@ TEST_F(Consumers, ThatFailHoldNobodyUp) {
     const StructuredProxyPushSupplier_var good = structuredProxy();
     connect(good.in(), healthy);
     const StructuredProxyPushSupplier_var bad = structuredProxy();
-    // nobody listens there
+    // nobody listens at this address
     const CORBA::Object_var nobody =
         kelp::orb::toReference(orb_.orb(), "corbaloc:iiop:1.2@127.0.0.1:1/nobody");
     const CosNotifyComm::StructuredPushConsumer_var away =

@@ -1,5 +1,5 @@
 // A guarded channel: who may call its objects over connections, and whose proxies are dropped.
-// Peers come from addresses of their own through relays.
+// Relays give each peer a separate address.
 
 #include <gtest/gtest.h>
 
@@ -212,7 +212,7 @@ TEST_F(GuardedChannel, EndsThePullThatADroppedConsumerWaitsIn) {
         } catch (const CosEventComm::Disconnected&) {
             return true;
         } catch (const CORBA::SystemException&) {
-            // it asked too late to be let in
+            // the call came too late and was refused
             return true;
         }
         return false;

@@ -14,7 +14,7 @@
 
 namespace kelp::notification::test {
 
-/// Who may use the channel, as the test says.
+/// The test specifies who may use the channel.
 class Allowed final : public Guard {
   public:
     bool mayUse(const kelp::orb::PeerAddress& peer) const override {
@@ -52,13 +52,12 @@ class Allowed final : public Guard {
         const std::lock_guard guard(mutex_);
         suppliers_.insert(address);
     }
-    /// Connections that are seen for the first time from here on belong to these log-ins, the
-    /// latest first.
+    /// Assign connections that first appear from here on to these log-ins, the latest first.
     void nextConnectionsAreOf(std::vector<std::string> logIns) {
         const std::lock_guard guard(mutex_);
         next_ = std::move(logIns);
     }
-    /// A new log-in over each connection of another one.
+    /// Add a new log-in to each connection of the log-in `known`.
     void logInOver(const std::string& known, const std::string& logIn) {
         const std::lock_guard guard(mutex_);
         for (auto& [connection, logIns] : connections_) {
@@ -85,8 +84,7 @@ inline constexpr const char* kA = "127.0.0.2";
 inline constexpr const char* kB = "127.0.0.3";
 inline constexpr std::chrono::milliseconds kGrace{60000};
 
-/// A guarded channel. Peers come from addresses of their own through relays, each over one
-/// connection.
+/// A guarded channel. Relays give each peer a separate address and a single connection.
 class GuardedFixture : public ChannelFixture {
   protected:
     using TcpRelay = kelp::test::TcpRelay;
@@ -98,7 +96,7 @@ class GuardedFixture : public ChannelFixture {
         allowed_.allow(kB);
     }
 
-    /// The same object, called from the relay's address.
+    /// Return the same object, called from the relay's address.
     template <class Interface>
     typename Interface::_var_type from(const TcpRelay& relay, CORBA::Object_ptr object) const {
         const CORBA::Object_var remote =
@@ -119,7 +117,7 @@ class GuardedFixture : public ChannelFixture {
         const CosNotifyChannelAdmin::SupplierAdmin_var admin = remote->default_supplier_admin();
         return from<CosNotifyChannelAdmin::SupplierAdmin>(relay, admin.in());
     }
-    /// An admin of the relay's caller.
+    /// Return a new admin of the relay's caller.
     CosNotifyChannelAdmin::ConsumerAdmin_var newAdminFrom(
         const TcpRelay& relay, CosNotifyChannelAdmin::AdminID* id = nullptr) {
         const CosNotifyChannelAdmin::EventChannel_var remote = channelFrom(relay);
@@ -165,7 +163,7 @@ class GuardedFixture : public ChannelFixture {
         const CosNotifyFilter::FilterFactory_var factory = remote->default_filter_factory();
         return from<CosNotifyFilter::FilterFactory>(relay, factory.in());
     }
-    /// `own` is the reference that the caller hands on, as the channel gave it.
+    /// `own` receives the reference as the channel returned it, for handing on.
     CosNotifyFilter::Filter_var filterFrom(const TcpRelay& relay,
                                            CosNotifyFilter::Filter_var* own = nullptr) {
         const CosNotifyFilter::FilterFactory_var factory = filtersFrom(relay);
@@ -178,7 +176,7 @@ class GuardedFixture : public ChannelFixture {
     void review(std::chrono::milliseconds time) {
         channel().review(std::chrono::steady_clock::time_point(std::chrono::hours(1000) + time));
     }
-    /// The whole grace of those who are without permission passes.
+    /// Let the whole grace period pass for those without permission.
     void letGracePass() {
         review(std::chrono::milliseconds(0));
         review(kGrace);

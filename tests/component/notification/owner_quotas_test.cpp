@@ -1,4 +1,4 @@
-// How much one owner may have in the channel.
+// Quotas of one owner in the channel.
 
 #include <string>
 

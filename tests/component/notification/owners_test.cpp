@@ -1,4 +1,4 @@
-// Whose the objects of a channel are: who finds and calls them, and when they end.
+// Owners of a channel's objects: who finds and calls the objects, and when they end.
 
 #include "guarded_fixture.h"
 
@@ -19,7 +19,7 @@ std::vector<int> numbers(const Sequence& ids) {
     return all;
 }
 
-/// Two NMS at one address, each over a connection of its own.
+/// Two NMS at one address, each with a separate connection.
 class Owners : public GuardedFixture {
   protected:
     Owners() {
@@ -176,7 +176,7 @@ TEST_F(Owners, AnAdminAndAFilterThatOthersUseOutliveTheirOwner) {
     all.length(1);
     all[0].constraint_expr = CORBA::string_dup("TRUE");
     const CosNotifyFilter::ConstraintInfoSeq_var added = filter->add_constraints(all);
-    // a process at the address that no log-in is known of
+    // a process at the same address without a known log-in
     const StructuredProxyPushSupplier_var proxy = proxyFrom(unknown_);
     proxy->add_filter(handedOn.in());
     StructuredConsumer& consumer = make<StructuredConsumer>();

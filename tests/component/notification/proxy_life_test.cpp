@@ -1,5 +1,4 @@
-// How proxies end: with their admin, by their consumer's silence, and whatever happens at the same
-// time.
+// How proxies end: with their admin, through their consumer's silence, and during other calls.
 
 #include "channel_fixture.h"
 #include "support/channel_servant.h"
@@ -81,8 +80,8 @@ class ProxyLife : public ChannelFixture {
         const ProxyConsumer_var made = admin->obtain_notification_push_consumer(type, id);
         return typename Interface::_var_type(Interface::_narrow(made.in()));
     }
-    /// The servant of an object of the channel: for a call that was under way when the object
-    /// ended.
+    /// Return the servant of an object of the channel, to simulate a call that was in progress when
+    /// the object ended.
     template <class Skeleton>
     Skeleton* servantOf(CORBA::Object_ptr object) {
         const PortableServer::ServantBase_var servant =

@@ -1,4 +1,4 @@
-// What qualities of service do at a real channel.
+// The effect of qualities of service at a real channel.
 
 #include <thread>
 
@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Clock = std::chrono::steady_clock;
 
-constexpr CORBA::ULongLong kMs = 10'000;  // in 100 ns
+constexpr CORBA::ULongLong kMs = 10'000;  // in units of 100 ns
 
 template <class Value>
 StructuredEvent eventWith(const std::string& name, const char* quality, Value value) {
@@ -23,7 +23,7 @@ StructuredEvent eventWith(const std::string& name, const char* quality, Value va
     return made;
 }
 
-/// The code of the first error; -1 for none.
+/// Return the code of the first error; -1 for none.
 template <class Call>
 int errorOf(Call call) {
     try {
@@ -63,7 +63,7 @@ class Qualities : public ChannelFixture {
         proxy->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
         return proxy;
     }
-    /// The proxy of a consumer that takes nothing until it is resumed.
+    /// Return the proxy of a consumer that accepts nothing until it is resumed.
     StructuredProxyPushSupplier_var suspended(StructuredConsumer& consumer) {
         StructuredProxyPushSupplier_var proxy = structuredProxy();
         connect(proxy.in(), consumer);

@@ -1,5 +1,5 @@
-// What callers over connections may not do to what all of them use: the channel and its default
-// admins.
+// What callers over connections may not do to the objects that all of them share: the channel and
+// its default admins.
 
 #include "guarded_fixture.h"
 

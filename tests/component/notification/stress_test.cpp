@@ -1,4 +1,5 @@
-// A storm while consumers come, go, die, filter, wait and change their minds at random.
+// An alarm storm while consumers randomly connect, leave, die, filter, wait and change their
+// settings.
 
 #include <cos/CosNotifyFilter.h>
 #include <kelp/orb/exception_text.h>
@@ -18,13 +19,13 @@ namespace {
 using namespace CosNotifyChannelAdmin;
 using Clock = std::chrono::steady_clock;
 
-/// A few seconds in everyday work, a minute under the sanitizers.
+/// 3 s by default. The sanitizer runs set a minute.
 std::chrono::seconds stressTime() {
     const char* wanted = std::getenv("KELP_STRESS_SECONDS");
     return std::chrono::seconds(wanted != nullptr ? std::atoi(wanted) : 3);
 }
 
-/// Counts instead of keeping what comes, and knows the order of the numbers.
+/// Counts the events instead of keeping them, and checks the order of their numbers.
 class Counter {
   public:
     void count(const CosNotification::StructuredEvent& event) {
@@ -68,11 +69,12 @@ class Stress : public ChannelFixture {
         settings_.delivery.pushTimeout = std::chrono::seconds(5);
         settings_.delivery.deadAfter = std::chrono::milliseconds(500);
         settings_.perAddress.consumers =
-            100000;  // those that have stopped pulling stay for a while
+            // proxies whose consumers have stopped pulling remain for a while
+            100000;
     }
 };
 
-/// One NMS that does something else at every step. All its calls go over connections.
+/// One NMS with a random action at every step. All its calls go over connections.
 class RestlessNms {
   public:
     RestlessNms(ConsumerAdmin_ptr admin, CosNotifyFilter::FilterFactory_ptr filters,
@@ -84,7 +86,7 @@ class RestlessNms {
           overTheWire_(std::move(overTheWire)),
           random_(seed) {}
 
-    /// True when everything that came was in order.
+    /// Run until `end`. True if all events arrived in order.
     bool run(Clock::time_point end) {
         while (Clock::now() < end) {
             try {
@@ -96,9 +98,9 @@ class RestlessNms {
                 else
                     withSingleEvents(end);
             } catch (const CORBA::OBJECT_NOT_EXIST&) {
-                // its proxy was taken away because its consumer had died
+                // its proxy was removed because its consumer had died
             } catch (const CosEventComm::Disconnected&) {
-                // likewise, during the call
+                // its proxy was removed during the call
             }
         }
         return inOrder_;
@@ -173,7 +175,7 @@ class RestlessNms {
                 proxy->set_qos(property(CosNotification::PacingInterval,
                                         CORBA::ULongLong(10'000u) * CORBA::ULongLong(below(5))));
         }
-        // or it is given up some time after it has stopped pulling
+        // otherwise the channel drops the proxy some time after the last pull
         if (below(2) == 0)
             proxy->disconnect_sequence_pull_supplier();
         inOrder_ = inOrder_ && counter.inOrder;
@@ -268,7 +270,7 @@ TEST_F(Stress, LeavesASteadyConsumerEveryEventInOrderAndTheCountsTrue) {
     std::vector<std::thread> threads;
     threads.emplace_back([&] {
         while (Clock::now() < end) {
-            // the steady one is never overtaken by its queue's limit
+            // keep the backlog of the steady consumer below its queue's limit
             if (pushed - steady.got > 400) {
                 std::this_thread::yield();
                 continue;

@@ -19,7 +19,7 @@ inline Names namesOf(const CosNotification::EventTypeSeq& types) {
     return names;
 }
 
-/// Types of the domain "d".
+/// Return types of the domain "d".
 inline CosNotification::EventTypeSeq typesOf(std::initializer_list<const char*> names) {
     CosNotification::EventTypeSeq made;
     for (const char* name : names) {
@@ -45,8 +45,8 @@ inline std::ostream& operator<<(std::ostream& out, const Notice& notice) {
                << testing::PrintToString(notice.removed);
 }
 
-/// What a peer was told, from any thread. `answer`, set before the peer is connected, is called
-/// first.
+/// The notices that a peer received, from any thread. Each notice first calls `answer`, which must
+/// be set before the peer is connected.
 class Noted {
   public:
     std::vector<Notice> notices() const {
@@ -76,7 +76,7 @@ class Noted {
     std::atomic<int> calls_{0};
 };
 
-/// A consumer that is told of offers.
+/// A consumer that records offer changes.
 template <class Skeleton>
 class NotedConsumer : public Skeleton, public Noted {
   public:
@@ -95,7 +95,7 @@ class StructuredNoted final : public NotedConsumer<POA_CosNotifyComm::Structured
     void disconnect_structured_push_consumer() override { end(); }
 };
 
-/// A supplier, or the callback of a filter, that is told of subscriptions.
+/// A supplier, or the callback of a filter, that records subscription changes.
 template <class Skeleton>
 class NotedSubscriber : public Skeleton, public Noted {
   public:
@@ -112,7 +112,7 @@ class StructuredSupplier final : public NotedSubscriber<POA_CosNotifyComm::Struc
 
 class Callback final : public NotedSubscriber<POA_CosNotifyComm::NotifySubscribe> {};
 
-/// A channel whose peers are told of changes.
+/// A channel whose peers are notified of changes.
 class ChangesFixture : public ChannelFixture {
   protected:
     using PushProxy = CosNotifyChannelAdmin::StructuredProxyPushSupplier_var;
@@ -123,7 +123,8 @@ class ChangesFixture : public ChannelFixture {
         const CORBA::Object_var object = remote(servant);
         return Reference::_narrow(object.in());
     }
-    /// An object that nobody has at an address where somebody may listen, of any interface.
+    /// Return a reference of any interface to an object that does not exist, at an address where
+    /// somebody may listen.
     template <class Reference>
     typename Reference::_ptr_type away(const std::string& corbaloc) {
         const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), corbaloc);
@@ -135,7 +136,7 @@ class ChangesFixture : public ChannelFixture {
             referenceTo<CosNotifyComm::StructuredPushConsumer>(consumer));
         proxy->connect_structured_push_consumer(reference.in());
     }
-    /// The proxy of a consumer that is told of offers.
+    /// Return the proxy of a consumer with updates of offers on.
     PushProxy connected(StructuredNoted& consumer) {
         const PushProxy proxy = structuredProxy();
         connectTo(proxy, consumer);
@@ -166,7 +167,7 @@ class ChangesFixture : public ChannelFixture {
             referenceTo<CosNotifyComm::StructuredPushSupplier>(supplier));
         proxy->connect_structured_push_supplier(reference.in());
     }
-    /// The proxy of a supplier that is told of subscriptions.
+    /// Return the proxy of a supplier with updates of subscriptions on.
     IntakeProxy connected(StructuredSupplier& supplier) {
         const IntakeProxy proxy = intake();
         connectTo(proxy, supplier);

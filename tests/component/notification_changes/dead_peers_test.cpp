@@ -1,4 +1,4 @@
-// Peers that fail when they are told of changes: they cost nobody else anything.
+// Peers that fail when they are notified of changes: nobody else is affected.
 
 #include "changes_fixture.h"
 #include "support/tcp_peers.h"
@@ -16,7 +16,7 @@ class DeadPeers : public ChangesFixture {
   protected:
     static constexpr const char* kGivenUp = " is told of no more changes of event types: ";
 
-    /// A consumer that hangs, with updates on.
+    /// Return the proxy of a consumer that hangs, with updates on.
     PushProxy hung(const DeafListener& host) {
         const PushProxy proxy = structuredProxy();
         const auto reference = CosNotifyComm::StructuredPushConsumer_var(
@@ -91,7 +91,7 @@ TEST_F(DeadPeers, WithoutAnObjectAreToldNoMore) {
     EXPECT_EQ(channel().consumers().size(), 1u) << "events decide whether it is dead";
 }
 
-/// A consumer of the older event service, which knows of no offers.
+/// A consumer of the older event service, which has no operation for offers.
 class PlainConsumer final : public POA_CosEventComm::PushConsumer, public Received {
   public:
     void push(const CORBA::Any& any) override {
@@ -155,7 +155,7 @@ TEST_F(DeadPeers, ThatHangDelayNeitherEventsNorSuppliers) {
     push(2, 10);
     EXPECT_TRUE(gets(healthy, 10));
     EXPECT_TRUE(gets(pushedTo, 10));
-    // the host ends before the channel, and the call with it
+    // the peer ends before the channel, which ends the call
 }
 
 TEST_F(DeadPeers, ThatHangDelayTheOthersNoticesOnceForTheTimeOut) {
@@ -176,8 +176,8 @@ TEST_F(DeadPeers, ThatHangDelayTheOthersNoticesOnceForTheTimeOut) {
     EXPECT_EQ(trace.count(kGivenUp), 1u);
 }
 
-// The healthy one has its turn first, so the first of those that hang is being called when the stop
-// begins.
+// The healthy consumer has its turn first, so the first of the hung consumers is being called when
+// the stop begins.
 TEST_F(DeadPeers, ThatHangDelayTheStopByOneCall) {
     settings_.delivery.pushTimeout = std::chrono::milliseconds(300);
     const TraceCapture trace;

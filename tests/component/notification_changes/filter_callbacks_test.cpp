@@ -1,4 +1,4 @@
-// The types of a filter's constraints, told to its callbacks.
+// A filter notifies its callbacks of the types in its constraints.
 
 #include "changes_fixture.h"
 #include "support/trace_capture.h"
@@ -17,7 +17,7 @@ class FilterCallbacks : public ChangesFixture {
             referenceTo<CosNotifyComm::NotifySubscribe>(callback));
         return filter_->attach_callback(reference.in());
     }
-    /// A constraint for these types of the domain "d"; its number.
+    /// Add a constraint for these types of the domain "d". Return its id.
     ConstraintID add(std::initializer_list<const char*> names) {
         ConstraintExpSeq expressions;
         expressions.length(1);

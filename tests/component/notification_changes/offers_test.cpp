@@ -1,4 +1,4 @@
-// What suppliers offer, told to consumers.
+// Consumers are notified of the types that suppliers offer.
 
 #include <future>
 #include <random>
@@ -41,7 +41,8 @@ TEST_F(Offers, AreToldToAConsumerThatHasAskedForChangesOnly) {
     EXPECT_THAT(consumer.notices(), ElementsAre(Notice{{"d/B"}, kNone}));
 }
 
-// The one that is told is called after the others would have been: they take turns.
+// Peers are called in turns. The consumer that is notified is called after the others would have
+// been.
 TEST_F(Offers, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
     StructuredNoted& neverAsked = make<StructuredNoted>();
     connectTo(structuredProxy(), neverAsked);
@@ -246,7 +247,8 @@ TEST_F(Offers, AsTheyWereToldAddUpToTheListAtAnyTime) {
     proxies[0]->offer_change(typesOf({"END"}), typesOf({"%ALL"}));
     proxies[1]->offer_change(typesOf({}), typesOf({"%ALL"}));
     proxies[2]->offer_change(typesOf({}), typesOf({"%ALL"}));
-    // a proxy of its own: a reading with updates off ends those of the consumer
+    // a separate proxy, because reading the list with updates off would switch off the consumer's
+    // updates
     const PushProxy reader = structuredProxy();
     const Names list = offered(reader, ALL_NOW_UPDATES_OFF);
     EXPECT_TRUE(list.contains("d/END"));

@@ -1,4 +1,4 @@
-// Changes from many threads while peers come and go.
+// Changes from many threads while peers connect and leave.
 
 #include <cos/CosNotifyFilter.h>
 
@@ -16,7 +16,7 @@ class StressOfChanges : public ChangesFixture {
   protected:
     static constexpr int kRounds = 300;
 
-    /// Some type, and now and then all of them.
+    /// Return some type, and now and then all types.
     static const char* any(std::mt19937& random) {
         static constexpr const char* kPool[] = {"A", "B", "C", "D", "E", "%ALL"};
         return kPool[random() % std::size(kPool)];

@@ -1,4 +1,4 @@
-// What consumers subscribe to, told to suppliers.
+// Suppliers are notified of the types to which consumers subscribe.
 
 #include "changes_fixture.h"
 #include "support/trace_capture.h"
@@ -88,7 +88,8 @@ TEST_F(Subscriptions, ThatChangeNothingTogetherAreNotTold) {
     EXPECT_THAT(supplier.notices(), ElementsAre(Notice{kAll, kNone}, Notice{kNone, kAll}));
 }
 
-// The one that is told is called after the others would have been: they take turns.
+// Peers are called in turns. The supplier that is notified is called after the others would have
+// been.
 TEST_F(Subscriptions, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
     const kelp::test::TraceCapture trace;
     StructuredSupplier& neverAsked = make<StructuredSupplier>();

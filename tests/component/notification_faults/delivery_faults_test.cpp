@@ -1,4 +1,5 @@
-// Deliveries with too little memory: nobody is left half served, and the counts stay true.
+// Deliveries with too little memory: every consumer is served completely, and the counts remain
+// correct.
 
 #include <cos/CosEventComm.h>
 #include <gmock/gmock.h>
@@ -18,7 +19,7 @@ using kelp::test::FailingMemory;
 using kelp::test::withEachAllocationFailing;
 using testing::ElementsAre;
 
-/// Takes a turn when the test wants. It needs memory for each, as the real one does.
+/// Takes a turn when the test says so. Like the real scheduler, it allocates memory for each turn.
 class HandScheduler final : public Subscription::Scheduler {
   public:
     void ready(std::shared_ptr<Subscription> subscription) override {
@@ -80,7 +81,7 @@ class DeliveryFaults : public testing::Test {
         made->connect(receiver_);
         return made;
     }
-    /// True when an allocation has failed.
+    /// Take a turn in which the nth allocation fails. True if an allocation failed.
     bool takesTurnFailing(int nth) {
         const auto turn = scheduler_.next();
         const FailingMemory failing(nth);
@@ -102,7 +103,7 @@ class DeliveryFaults : public testing::Test {
 
 TEST_F(DeliveryFaults, OfAnEventThatIsOfferedLoseAtMostThatOneAndSayIt) {
     withEachAllocationFailing([this](int nth) {
-        constexpr int kEvents = 60;  // more than one block of a queue holds
+        constexpr int kEvents = 60;  // more than fit into one block of a queue
         std::vector<EventPtr> events;
         for (int i = 1; i <= kEvents; ++i)
             events.push_back(test::event(i));

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-// the program's first and last address, by the linker
+// the program's first and last address, defined by the linker
 extern "C" const char __executable_start;
 extern "C" const char etext;
 
@@ -12,7 +12,7 @@ namespace kelp::test {
 
 namespace {
 
-thread_local int left = 0;  // 0: none fails
+thread_local int left = 0;  // allocations until the failure; 0 for no failure
 thread_local bool happened = false;
 
 bool isOfThisProgram(const void* caller) {
@@ -53,7 +53,7 @@ __attribute__((visibility("default"))) void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
-// Does not fail on purpose. Memory must come from where operator delete gives it back.
+// Never made to fail. It is replaced because operator delete is: both must use malloc and free.
 __attribute__((visibility("default"))) void* operator new(std::size_t size,
                                                           const std::nothrow_t&) noexcept {
     return std::malloc(size == 0 ? 1 : size);

@@ -4,22 +4,22 @@
 
 namespace kelp::test {
 
-/// While it lives, one of the calling thread's next allocations fails with std::bad_alloc. Only
-/// those count that code of this program makes (the channel is part of it), not those of shared
+/// During its lifetime, one of the calling thread's next allocations fails with std::bad_alloc.
+/// Only allocations by this program's code count, which includes the channel, not those by shared
 /// libraries.
 class FailingMemory {
   public:
-    /// The `nth`, from 1 on.
+    /// Let the `nth` allocation fail, counted from 1.
     explicit FailingMemory(int nth);
     ~FailingMemory();
     FailingMemory(const FailingMemory&) = delete;
     FailingMemory& operator=(const FailingMemory&) = delete;
-    /// False when there were fewer allocations than that.
+    /// False if there were fewer than `nth` allocations.
     bool hasHappened() const;
 };
 
-/// Calls `attempt` with the first allocation failing, the second, and so on until none does any
-/// more.
+/// Call `attempt` with the first allocation failing, then the second, and so on until none fails
+/// any more.
 template <class Attempt>
 void withEachAllocationFailing(Attempt attempt) {
     constexpr int kFarMoreThanThereAre = 10000;

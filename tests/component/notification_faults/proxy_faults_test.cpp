@@ -1,4 +1,5 @@
-// Proxies that are made and ended with too little memory: all of them or nothing.
+// Proxies that are created and ended with too little memory: each step happens completely or not at
+// all.
 
 #include "component/notification/channel_fixture.h"
 #include "failing_memory.h"
@@ -29,7 +30,7 @@ class ProxyFaults : public ChannelFixture {
     POA_CosNotifyChannelAdmin::SupplierAdmin& supplierAdminServant() {
         return dynamic_cast<POA_CosNotifyChannelAdmin::SupplierAdmin&>(*supplierAdminPin_.in());
     }
-    /// True when an allocation failed, and with it the call.
+    /// True if an allocation failed, which made the call fail.
     template <class Call>
     static bool failsWith(int nth, Call call) {
         const FailingMemory failing(nth);

@@ -1,4 +1,4 @@
-// What constraints say of one alarm.
+// The results of constraints for one alarm.
 
 #include "filter/constraint.h"
 
@@ -33,7 +33,8 @@ globaldefs::NVSList_T names(const char* me) {
     return list;
 }
 
-/// "switch (long) { case 1: string one; default: long other; }" with 70 by default, for 7.
+/// Return a union "switch (long) { case 1: string one; default: long other; }" with the label 7 and
+/// the value 70.
 CORBA::Any defaultedUnion(CORBA::ORB_ptr orb) {
     CORBA::UnionMemberSeq members;
     members.length(2);
@@ -60,7 +61,7 @@ CORBA::Any defaultedUnion(CORBA::ORB_ptr orb) {
     return any.in();
 }
 
-/// A critical alarm of the managed element 7.
+/// Return a critical alarm of the managed element 7.
 CosNotification::StructuredEvent alarm(CORBA::ORB_ptr orb) {
     CosNotification::StructuredEvent event;
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
@@ -259,7 +260,7 @@ const Case kCases[] = {
     {"exist $defaulted.(1)", kNo},
     {"exist $defaulted.(-7)", kNo},
     {"$defaulted.(7) == 70", kYes},
-    // properties by their place
+    // properties by their position
     {"$.filterable_data[0].name == 'notificationId'", kYes},
     {"$.filterable_data[0].value == '17'", kYes},
     {"$.filterable_data[1].value[1].value == '7'", kYes},
@@ -276,7 +277,7 @@ const Case kCases[] = {
     {"$.header.nonsense == 1", kBad},
     {"$.header.fixed_header.nonsense == 1", kBad},
     {"$type_name.nonsense == 1", kBad},
-    // the current time, in 100 ns since 1582
+    // the current time, in units of 100 ns since 1582
     {"$curtime > 139000000000000000.0", kYes},
     {"$curtime < 200000000000000000.0", kYes},
     {"$curtime.time > 139000000000000000.0", kYes},
@@ -291,7 +292,7 @@ const Case kCases[] = {
     {"$layerRate == 1 and $nothing == 1", kNo},
     {"$layerRate == 20 and ($notificationId == '1' or $notificationId == '17')", kYes},
     {"not $layerRate == 20", kNo},
-    // no constraints
+    // no valid constraints
     {"$layerRate ==", kBad},
     {"== 20", kBad},
     {"$layerRate == 20)", kBad},
@@ -367,7 +368,7 @@ TEST(HostileConstraints, AreRefusedOrHarmless) {
     try {
         EXPECT_FALSE(Constraint(longPath + " == 1").matches(event));
     } catch (const ConstraintSyntaxError&) {
-        // likewise
+        // the parser's own limit
     }
     EXPECT_THROW(Constraint("9223372036854775807 + 1 == 0"), ConstraintSyntaxError);
 }

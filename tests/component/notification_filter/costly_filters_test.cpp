@@ -1,5 +1,4 @@
-// Filters that cost much delay nobody else's events, and constraints that are refused leave nothing
-// behind.
+// Costly filters delay nobody else's events, and refused constraints leave nothing behind.
 
 #include <malloc.h>
 
@@ -28,7 +27,7 @@ class CostlyFilters : public ChannelFixture {
         const ConstraintInfoSeq_var added = filter->add_constraints(constraints);
         return filter._retn();
     }
-    /// As costly as one may be.
+    /// Return a constraint as costly as one may be.
     static std::string costly() {
         std::string text = "'zz' ~ $notificationId";
         while (text.size() < 8000)
@@ -52,7 +51,7 @@ TEST_F(CostlyFilters, DelayNobodyElsesEvents) {
     StructuredConsumer& other = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var proxy = structuredProxy();
     connect(proxy.in(), other);
-    // together the filters need far longer for these events than this test may take
+    // together the filters need far longer for these events than the test's deadline
     const auto begin = std::chrono::steady_clock::now();
     push(1, 200);
     ASSERT_TRUE(gets(other, 200));
@@ -94,7 +93,7 @@ TEST_F(CostlyFilters, PassWhenTheyAreWithinTheirBudgetOnly) {
     EXPECT_THAT(consumer.names(), ElementsAre("3"));
 }
 
-// a sanitizer has an allocation of its own
+// a sanitizer has its own allocator
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(RefusedConstraints, LeaveNothingBehind) {
     std::string broken = "$a == 1";

@@ -1,4 +1,4 @@
-// Filter objects of a channel, over the wire.
+// Filter objects of a channel, called over connections.
 
 #include "component/notification/channel_fixture.h"
 

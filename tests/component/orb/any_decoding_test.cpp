@@ -1,5 +1,5 @@
-// What the check of parameters lets through, the ORB decodes and encodes again without harm: anys
-// that were changed at random are sent to an object if the check calls them fine.
+// The ORB can safely decode and encode whatever the check of parameters accepts. The test changes
+// anys at random and sends those that the check accepts to an object.
 
 #include <cos/CosNotifyComm.h>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace {
 using namespace kelp::test;
 using kelp::orb::giop::ArgumentVerdict;
 
-/// Copies what it gets and writes it again, as a channel does.
+/// Copies each any and sends it on, as a channel does.
 class Copier final : public POA_CosEventComm::PushConsumer {
   public:
     explicit Copier(CosEventComm::PushConsumer_ptr next)
@@ -89,7 +89,7 @@ class AnyDecoding : public testing::Test {
         key_ = content.objectKey;
     }
 
-    /// The parameters as the ORB encodes them, little-endian, at a multiple of 8.
+    /// Return the parameters as the ORB encodes them, little-endian, beginning at a multiple of 8.
     std::string encoded(const CORBA::Any& any) {
         const CORBA::Object_var object =
             kelp::orb::toReference(orb_.orb(), recorder_.corbaloc("1.2"));
@@ -116,7 +116,7 @@ class AnyDecoding : public testing::Test {
         return std::string("GIOP\1\2\1\0", 8) + number(body.size()) + body;
     }
 
-    /// False when the check refuses it, or when the connection ends.
+    /// Send the parameters. False if the check refuses them or the connection ends.
     bool send(const Socket& socket, const std::string& parameters) const {
         const std::string message = request(parameters);
         const auto* const octets = reinterpret_cast<const std::uint8_t*>(message.data());
@@ -131,7 +131,8 @@ class AnyDecoding : public testing::Test {
     }
 
     GiopRecorder recorder_;
-    GiopRecorder behind_;  ///< serves one connection at a time, so the copies have another
+    /// a second recorder for the copies, because each recorder serves one connection at a time
+    GiopRecorder behind_;
     RunningOrb orb_;
     Copier* copier_ = nullptr;
     PortableServer::ServantBase_var holder_;

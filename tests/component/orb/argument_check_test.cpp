@@ -1,5 +1,5 @@
-// The check of encoded parameters, against what the ORB encodes for the events and types of this
-// product.
+// The check of encoded parameters, applied to the ORB's encoding of this product's events and
+// types.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gtest/gtest.h>
@@ -39,8 +39,8 @@ class ArgumentCheck : public testing::TestWithParam<const char*> {
         return Interface::_unchecked_narrow(object.in());
     }
 
-    /// The limits are those of real use divided by 4, so that a type that is new in the interface
-    /// has room.
+    /// Check the last request with a half or a quarter of the real limits, so that new types of the
+    /// interface have room.
     testing::AssertionResult lastIsFine(const std::string& operation) const {
         ArgumentLimits limits;
         limits.depthMax /= 2;

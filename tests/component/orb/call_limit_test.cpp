@@ -1,4 +1,4 @@
-// The limit of all calls that a stop sets, whatever limits threads have.
+// The limit for all calls that a stop sets, regardless of the limits of threads.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/timeouts.h>
@@ -20,11 +20,11 @@ using namespace kelp::test;
 using namespace std::chrono_literals;
 using kelp::orb::OrbOptions;
 
-/// Far beyond what a test waits: a call that ends sooner was ended.
+/// Far longer than a test waits, so a call that ends earlier was ended by the limit.
 constexpr std::chrono::hours kThreadLimit{24};
 constexpr std::chrono::milliseconds kLimit{200};
 
-/// A call on a thread of its own; its outcome is an exception's name.
+/// Call on a separate thread. The result is the exception's name.
 std::future<std::string> calling(std::function<void()> call) {
     return std::async(std::launch::async, [call = std::move(call)]() -> std::string {
         kelp::orb::setThreadTimeout(kThreadLimit);
@@ -51,7 +51,7 @@ bool hasFailed(std::future<std::string>& call) {
     return true;
 }
 
-/// A connection is seen at its peer once the call is on its way.
+/// Once the peer sees a connection, the call has begun.
 bool isConnected(const DeafListener& peer) {
     return waitUntil([&] { return peer.hasConnection(); });
 }
@@ -93,7 +93,7 @@ TEST_F(CallLimit, EndsACallThatStillConnects) {
 TEST_F(CallLimit, EndsAllOfManyCallsToOnePeer) {
     const RunningOrb orb;
     const DeafListener deaf;
-    // more than there may be connections to one peer: some wait for a connection
+    // more calls than there may be connections to one peer: some wait for a connection
     std::vector<std::future<std::string>> calls;
     for (int i = 0; i < 80; ++i)
         calls.push_back(calling(orb, deaf.corbaloc()));
@@ -122,7 +122,7 @@ TEST_F(CallLimit, LeavesAnIdleConnectionOpen) {
     session.remote()->ping();
     const std::string before = peer.withPort;
     kelp::orb::limitAllCalls(kLimit);
-    // a call that is ended shows that the limit has passed
+    // the end of this call shows that the limit has passed
     const DeafListener deaf;
     auto other = calling(orb, deaf.corbaloc());
     EXPECT_TRUE(hasFailed(other));
@@ -130,7 +130,7 @@ TEST_F(CallLimit, LeavesAnIdleConnectionOpen) {
     EXPECT_EQ(peer.withPort, before);
 }
 
-/// A call that takes longer than the limit was is answered all the same.
+/// Expect that a call which takes longer than the former limit succeeds.
 void expectNoLimit(const RunningOrb& orb) {
     Gate gate;
     SessionObject session(orb, [&] { gate.pass(); });
@@ -157,7 +157,7 @@ TEST_F(CallLimit, HoldsNoLongerForTheNextOrb) {
     expectNoLimit(orb);
 }
 
-/// An ORB that speaks TLS alone, with certificates of its own.
+/// An ORB that accepts only TLS, with separate certificates.
 class CallLimitOverTls : public CallLimit {
   protected:
     OrbOptions options() {

@@ -17,7 +17,7 @@ using kelp::orb::letCallersThrough;
 using kelp::orb::publishKey;
 using kelp::orb::withdrawKey;
 
-/// Counts how far requests come.
+/// Counts how far requests get.
 class CountingHook : public kelp::orb::RequestHook {
   public:
     std::atomic<int> receivedCount{0};
@@ -28,7 +28,7 @@ class CountingHook : public kelp::orb::RequestHook {
     void finished(const kelp::orb::RequestInfo&, const CORBA::Exception*) noexcept override {}
 };
 
-/// A caller in a thread of its own.
+/// A caller in a separate thread.
 class Caller {
   public:
     explicit Caller(nmsSession::NmsSession_I_ptr session)
@@ -45,7 +45,7 @@ class Caller {
             thread_.join();
     }
     bool isDone() const { return done_; }
-    /// Waits for the answer; empty when it was a good one.
+    /// Wait for the answer. Empty if the call succeeded.
     std::string result() {
         thread_.join();
         return failure_;
@@ -175,7 +175,7 @@ TEST_F(Callers, FindAnObjectUnderItsWellKnownKey) {
     const nmsSession::NmsSession_I_var known = byKey("EMSSessionFactory");
     known->ping();
     EXPECT_EQ(session.servant().pings, 1);
-    // narrowing asks the object over the wire, as a reference from a corbaloc text has no type
+    // narrowing asks the object over the connection, because a corbaloc reference has no type
     const CORBA::Object_var object = orb_.overTheWireByKey("EMSSessionFactory");
     const nmsSession::NmsSession_I_var narrowed = nmsSession::NmsSession_I::_narrow(object.in());
     EXPECT_FALSE(CORBA::is_nil(narrowed.in()));

@@ -1,5 +1,5 @@
-// Texts for a client whose code set cannot hold all of their characters. A request of these clients
-// names no code set, which means ISO-8859-1.
+// Texts for a client whose code set cannot represent all of their characters. The requests of these
+// clients name no code set, which means ISO-8859-1.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/timeouts.h>
@@ -17,8 +17,8 @@
 namespace kelp::test {
 namespace {
 
-constexpr const char* kPolish =
-    "\xc5\x81\xc3\xb3\x64\xc5\xba";  // of which ISO-8859-1 has the second and third
+// ISO-8859-1 contains only the second and third character
+constexpr const char* kPolish = "\xc5\x81\xc3\xb3\x64\xc5\xba";
 constexpr const char* kFrench = "r\xc3\xa9seau";
 
 class TextServant final : public virtual POA_mtnmVersion::Version_I {
@@ -27,7 +27,7 @@ class TextServant final : public virtual POA_mtnmVersion::Version_I {
     char* getVersion() override { return CORBA::string_dup(text.c_str()); }
 };
 
-/// Refuses every call with the text for a reason.
+/// Refuses every call with the text as the reason.
 class RefusingIterator final : public virtual POA_globaldefs::NamingAttributesIterator_I {
   public:
     std::string text;
@@ -48,7 +48,7 @@ class RefusingIterator final : public virtual POA_globaldefs::NamingAttributesIt
     }
 };
 
-/// Keeps how the last request ended.
+/// Records how the last request ended.
 class OutcomeHook final : public orb::RequestHook {
   public:
     void received(const orb::RequestInfo&) override {}
@@ -121,8 +121,8 @@ class CodeSets : public testing::TestWithParam<std::uint8_t> {
     }
 
     OutcomeHook hook_;
-    TextServant* texts_ = nullptr;          // the POA's, until the ORB stops
-    RefusingIterator* iterator_ = nullptr;  // likewise
+    TextServant* texts_ = nullptr;          // owned by the POA, until the ORB stops
+    RefusingIterator* iterator_ = nullptr;  // owned by the POA, until the ORB stops
     std::optional<RunningOrb> orb_;
     CORBA::Object_var reference_;
     CORBA::Object_var iteratorReference_;

@@ -1,5 +1,5 @@
-// Events encoded once for all consumers: the octets, the results and the exceptions of the ordinary
-// call.
+// Events that are encoded once for all consumers: octets, results and exceptions must equal those
+// of the ordinary call.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/dyn_any.h>
@@ -20,7 +20,7 @@ using kelp::orb::EventSender;
 using kelp::orb::ordinarySender;
 using kelp::orb::SharedEvent;
 
-/// An event whose parts stand at other offsets for every number.
+/// Return an event whose parts lie at different offsets for every number.
 StructuredEvent numbered(std::size_t number, std::size_t textSize = 0) {
     StructuredEvent event;
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
@@ -46,8 +46,8 @@ StructuredEvent numbered(std::size_t number, std::size_t textSize = 0) {
     return event;
 }
 
-/// The same octets but for padding, of which there is never more than seven, and which the ORB
-/// leaves as it finds it.
+/// True if the octets differ only in padding. Padding is never longer than seven octets, and the
+/// ORB does not initialise it.
 testing::AssertionResult differOnlyInPadding(const std::string& encoded,
                                              const std::string& ordinary) {
     if (encoded.size() != ordinary.size())
@@ -124,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(Giop, EventSenderBytes, testing::Values("1.0", "1.1", "
                              return std::string("Version1") + about.param[2];
                          });
 
-/// Does with each event what a test wants.
+/// Runs a function of the test for each event.
 class Consumer final : public POA_CosNotifyComm::StructuredPushConsumer {
   public:
     void push_structured_event(const StructuredEvent& event) override { onPush(event); }
@@ -164,7 +164,7 @@ class EventSenders : public testing::TestWithParam<const EventSender* (*)()> {
 
     Consumer consumer_;
     BatchConsumer batchConsumer_;
-    RunningOrb orb_;  // ends before its servants
+    RunningOrb orb_;  // ends before the servants it uses
 
     template <class Interface, class Servant>
     typename Interface::_ptr_type reference(Servant& servant) {

@@ -1,4 +1,4 @@
-// Calls to peers that forward them, or have them repeated.
+// Calls to peers that forward them or demand a repetition.
 
 #include <cos/CosNotifyComm.h>
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ std::string referenceTo(const std::string& host, std::uint16_t port,
     iiop.host = host;
     iiop.port = port;
     iiop.key = key;
-    // as in a message: without the octet of the byte order, and what it is padded with
+    // as it is encoded in a message: without the byte order octet and its padding
     return referenceBytes({{0, iiopProfile(iiop)}}, "").substr(4);
 }
 

@@ -6,8 +6,8 @@
 
 namespace kelp::test {
 
-/// Threads wait at the gate until it is opened. It opens by itself when a test has failed to do so,
-/// so that nothing hangs. Its end waits for those it has let through.
+/// Threads wait at the gate until it is opened. If a test fails to open it, it opens automatically,
+/// so that nothing hangs. The destructor waits for the threads that have passed.
 class Gate {
   public:
     Gate() = default;
@@ -34,7 +34,7 @@ class Gate {
         changed_.notify_all();
     }
 
-    /// True as soon as `count` threads wait at the gate at once.
+    /// True as soon as `count` threads wait at the gate simultaneously.
     bool isReachedBy(int count) {
         std::unique_lock<std::mutex> guard(lock_);
         return changed_.wait_for(guard, std::chrono::seconds(20),

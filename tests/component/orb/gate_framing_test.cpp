@@ -29,11 +29,12 @@ class GateFraming : public testing::Test {
         request.key = key_;
         return request;
     }
-    /// A request that is long enough to be cut.
+    /// Return a request that is long enough to be split.
     GiopRequest longRequest(std::uint32_t id, std::size_t octets = 200) const {
         GiopRequest request = ping(id);
         request.operation = "eventLossCleared";
-        // in GIOP 1.2 parameters begin as the content of a message does, but for 4 octets
+        // in GIOP 1.2 parameters begin at a multiple of 8, like the content of a message except for
+        // 4 octets
         request.arguments =
             GiopWriter().octets(std::string(octets, 'x') + '\0').message(0).substr(12);
         return request;
@@ -97,7 +98,7 @@ TEST_F(GateFraming, AnswersWhatArrivedTogetherWithARequestThatTakesLong) {
     onPing_ = [&] { gate.pass(); };
     const RawConnection connection(orb_.port());
     connection.send(requestMessage(ping(1)) + requestMessage(ping(2)));
-    // both are being served at once
+    // both requests are being served concurrently
     EXPECT_TRUE(gate.isReachedBy(2));
     connection.send(requestMessage(ping(3)).substr(0, 30));
     connection.send(requestMessage(ping(3)).substr(30));
@@ -120,7 +121,7 @@ TEST_F(GateFraming, AnswersAnOlderRequestInFragments) {
     request.operation = "eventLossOccurred";
     GiopWriter first = requestWriter(request);
     first.align(4).unsignedLong(101).raw(std::string(30, 'x'));
-    // alignment begins anew in the fragment
+    // alignment starts again in the fragment
     GiopWriter last(1);
     last.raw(std::string(70, 'y') + '\0').text("second");
     std::string text;
@@ -227,7 +228,7 @@ TEST_F(GateFraming, StopsWithHalfMessagesAndSilentPeersEverywhere) {
     std::vector<RawConnection> connections;
     const auto fragments = fragmentsOf(longRequest(1), 64, 40);
     for (int i = 0; i < 20; ++i) {
-        connections.emplace_back(orb_.port());  // says nothing
+        connections.emplace_back(orb_.port());  // sends nothing
         connections.emplace_back(orb_.port()).send(requestMessage(ping(1)).substr(0, 20));
         connections.emplace_back(orb_.port()).send(fragments[0]);
         const RawConnection& served = connections.emplace_back(orb_.port());

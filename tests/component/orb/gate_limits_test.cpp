@@ -20,7 +20,7 @@ using namespace kelp::test;
 using kelp::orb::PeerAddress;
 using std::chrono::milliseconds;
 
-/// Addresses by their last octet: some may not connect, one is logged in.
+/// Decides by the last octet of an address: some may not connect, one is logged in.
 class Policy final : public kelp::orb::GatePolicy {
   public:
     bool admits(const PeerAddress& peer) override { return peer.text != kForeign; }
@@ -139,7 +139,7 @@ TEST_F(GateLimitsTest, PlacesAreReservedForAddressesWithALogin) {
         options.gateLimits.connectionsMax = 20;
         options.gateLimits.connectionsReserved = 10;
     });
-    // in use a moment ago: none of them is idle enough to go
+    // used a moment ago: none of them has been idle long enough to be closed
     std::vector<RawConnection> used;
     for (int i = 0; i < 10; ++i) {
         used.push_back(from(Policy::kStranger));
@@ -170,10 +170,11 @@ TEST_F(GateLimitsTest, TheIdlestConnectionWithoutALoginMakesRoomForAnNms) {
             nms.send(requestMessage(request_));
             return nms.receive().has_value();
         } catch (const std::runtime_error&) {
-            return false;  // turned away while it connected: no other has been idle for long enough
+            // closed while it connected, because no other connection has been idle for long enough
+            return false;
         }
     }));
-    // all have been idle for about as long
+    // all have been idle for about the same time
     EXPECT_TRUE(std::any_of(used.begin(), used.end(),
                             [](const RawConnection& each) { return !each.isSilentFor(0); }));
 }
@@ -209,7 +210,7 @@ TEST_F(GateLimitsTest, LocateRequestsAreLimitedForTheAddress) {
 TEST_F(GateLimitsTest, SlowPeersAreClosed) {
     start([](auto& options) { options.gateLimits.headerTimeout = milliseconds(300); });
     std::vector<RawConnection> slow;
-    slow.push_back(from(Policy::kNms));  // says nothing
+    slow.push_back(from(Policy::kNms));  // sends nothing
     slow.push_back(from(Policy::kNms));
     slow.back().send("GIO");
     slow.push_back(from(Policy::kNms));
@@ -264,7 +265,8 @@ TEST_F(GateLimitsTest, APeerThatDoesNotReadIsClosed) {
     deaf.send(requestMessage(request));
     EXPECT_TRUE(waitUntil([&] { return session_->servant().associatedSessions == 1; }));
     expectServedAsBefore();
-    // the reply is given up, and with it the connection, whose other half still holds a part
+    // The reply is dropped together with the connection. The client's buffers still hold a part of
+    // the reply.
     EXPECT_TRUE(waitUntil([&] {
         deaf.send(requestMessage(request_));
         return ::send(deaf.socket().fd(), "", 1, MSG_NOSIGNAL) < 0;
@@ -302,13 +304,13 @@ TEST_F(GateLimitsTest, MemoryOfLargeMessagesGoesBackToTheSystem) {
         connections.back().send(large);
         EXPECT_TRUE(connections.back().receive());
     }
-    // this test's own copies are of one message
+    // the test itself holds copies of only one message
     EXPECT_TRUE(waitUntil([&] { return residentKiB() < before + 60 * 1024; }, milliseconds(20000)));
     EXPECT_LT(residentKiB(), before + 60 * 1024);
 }
 #endif
 
-/// Descriptors of the process, given back at the end.
+/// Lowers the process's limit of descriptors for the length of a scope.
 class Descriptors {
   public:
     explicit Descriptors(rlim_t limit) {
@@ -329,7 +331,7 @@ TEST_F(GateLimitsTest, HalfOfTheDescriptorsAreLeftToOthers) {
     const Descriptors few(400);
     start([](auto& options) { options.gateLimits.connectionsReserved = 0; });
     std::vector<RawConnection> connections;
-    // this side of the connections is in the same process
+    // the client ends of the connections are in the same process
     for (int i = 0; i < 120; ++i) {
         connections.push_back(from(Policy::kNms));
         expectServed(connections.back());

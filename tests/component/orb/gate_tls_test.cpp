@@ -1,4 +1,4 @@
-// TLS at the gate: what arrives inside it, and whoever stops half way.
+// TLS at the gate: messages inside TLS records, and peers that stop half way.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/timeouts.h>
@@ -20,7 +20,7 @@ namespace {
 using namespace kelp::test;
 using namespace std::chrono_literals;
 
-/// Hears about refusals.
+/// Counts refusals.
 class Refusals final : public kelp::orb::GatePolicy {
   public:
     bool admits(const kelp::orb::PeerAddress& peer) override { return peer.text != "127.0.0.66"; }
@@ -64,7 +64,7 @@ class GateTls : public testing::Test {
         request.key = key;
         return requestMessage(request);
     }
-    /// The ids of the next replies, in order.
+    /// Return the sorted ids of the next replies.
     static std::vector<std::uint32_t> answers(RawTls& client, std::size_t count) {
         std::vector<std::uint32_t> ids;
         for (std::size_t i = 0; i < count; ++i) {
@@ -107,7 +107,7 @@ TEST_F(GateTls, AnswersRequestsThatArriveInOneRecord) {
     }
     ASSERT_TRUE(client.send(all));
     EXPECT_EQ(answers(client, ids.size()), ids);
-    // and what comes next, after an idle moment
+    // a further request after an idle moment
     ASSERT_TRUE(client.send(ping(key, 101)));
     EXPECT_EQ(answers(client, 1), std::vector<std::uint32_t>{101});
 }
@@ -174,10 +174,10 @@ TEST_F(GateTls, ForeignAddressIsClosedBeforeTheHandshake) {
     EXPECT_TRUE(refusals_.waitFor("address not allowed"));
 }
 
-/// Somebody who sends the beginning of a handshake and no more.
+/// Return a connection that sends only the beginning of a handshake.
 std::unique_ptr<RawConnection> halfOpen(const RunningOrb& orb) {
     auto connection = std::make_unique<RawConnection>(orb.port());
-    // a record that is to have 512 octets
+    // the header of a record of 512 octets
     connection->send(std::string("\x16\x03\x01\x02\x00\x01", 6));
     return connection;
 }
@@ -189,7 +189,7 @@ TEST_F(GateTls, HalfOpenHandshakesAreLimitedByAddressAndGiveWayAfterAWhile) {
     std::vector<std::unique_ptr<RawConnection>> held;
     for (int i = 0; i < 3; ++i)
         held.push_back(halfOpen(orb));
-    // connections that have said nothing do not count
+    // connections that have sent nothing do not count
     const RawConnection silent(orb.port());
     EXPECT_TRUE(waitUntil([&] {
         RawTls client(orb.port(), nms_);
@@ -226,7 +226,7 @@ TEST_F(GateTls, AnUnreadReplyDoesNotStopTheOthers) {
     std::string all;
     for (std::uint32_t id = 1; id <= 500; ++id)
         all += ping(key, id);
-    // until the replies fill what there is of buffers and the connection is given up
+    // send until the replies fill all buffers and the ORB drops the connection
     const timeval limit{0, 200000};
     ::setsockopt(deaf.socket().fd(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     EXPECT_TRUE(waitUntil([&] { return !deaf.send(all); }));

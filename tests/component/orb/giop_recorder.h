@@ -11,9 +11,9 @@
 
 namespace kelp::test {
 
-/// A server of one connection after the other that keeps the octets of every request as they came,
-/// and answers each one with an empty result. Little endian peers only, as the loopback interface's
-/// are on the machines the tests run on.
+/// A server that accepts one connection after the other. It records the octets of every request and
+/// answers each with an empty result. It supports only little-endian peers, which all peers on the
+/// test machines are.
 class GiopRecorder {
   public:
     GiopRecorder() : listener_(boundSocket()), port_(portOf(listener_)) {
@@ -35,19 +35,19 @@ class GiopRecorder {
     std::string corbaloc(const std::string& version) const {
         return "corbaloc:iiop:" + version + "@127.0.0.1:" + std::to_string(port_) + "/consumer";
     }
-    /// The last request in one piece, however it was cut into fragments; its size and number
-    /// zeroed.
+    /// Return the last request as one message, with its fragments joined and with its size and id
+    /// set to zero.
     std::string lastRequest() const {
         const std::lock_guard guard(mutex_);
         return last_;
     }
-    /// Where the octets of its further fragments begin.
+    /// Return the offsets at which the octets of the further fragments begin.
     std::vector<std::size_t> lastFragments() const {
         const std::lock_guard guard(mutex_);
         return lastFragments_;
     }
 
-    /// From now on every request is answered with this user exception, which has no members.
+    /// From now on answer every request with this user exception, which has no members.
     void answerWithException(const std::string& repositoryId) {
         const std::lock_guard guard(mutex_);
         exception_ = repositoryId;
@@ -98,8 +98,8 @@ class GiopRecorder {
                 return false;
             if (!request.empty())
                 fragments.push_back(request.size());
-            // a fragment goes on where the one before ended, after its header and in 1.2 the
-            // request's number
+            // A fragment continues where the previous one ended. Skip its header and, in GIOP 1.2,
+            // the request id.
             request +=
                 request.empty() ? message : message.substr(kHeader + (message[5] == 2 ? 4 : 0));
         } while ((message[6] & 2) != 0);
@@ -138,7 +138,7 @@ class GiopRecorder {
     Socket listener_;
     std::uint16_t port_;
     std::thread thread_;
-    mutable std::mutex mutex_;  // guards what follows
+    mutable std::mutex mutex_;  // guards the following members
     int peer_ = -1;
     std::string last_;
     std::vector<std::size_t> lastFragments_;

@@ -20,7 +20,7 @@ using kelp::orb::currentRequest;
 using kelp::orb::RequestInfo;
 using testing::ElementsAre;
 
-/// Writes down what it is told, and does what a test wants at each point.
+/// Records its calls, and runs a function of the test at each point.
 class RecordingHook : public kelp::orb::RequestHook {
   public:
     std::function<void(const RequestInfo&)> onReceived = [](const RequestInfo&) {};
@@ -153,7 +153,7 @@ TEST_F(Hook, RefusesARequestWhoseTargetIsKnown) {
     EXPECT_THAT(hook_.events(), ElementsAre("received ping", "dispatching ping"));
 }
 
-/// The connection and the thread that serves it are as good as before after each kind of exception.
+/// After each kind of exception, the connection and its thread must work as before.
 template <class Thrown>
 void expectUnknown(RecordingHook& hook, const RunningOrb& orb, Thrown thrown) {
     SessionObject session(orb);
@@ -230,8 +230,8 @@ TEST_F(Hook, IsToldOfAOnewayRequestForAnUnknownObject) {
     const nmsSession::NmsSession_I_var gone =
         nmsSession::NmsSession_I::_unchecked_narrow(nobody.in());
     gone->endSession();
-    // it may be told with the thread's next request, and which thread serves that is the ORB's
-    // choice
+    // The hook may be called with the thread's next request, and the ORB chooses the thread that
+    // serves it.
     EXPECT_TRUE(kelp::test::waitUntil([&] {
         EXPECT_TRUE(gone->_non_existent());
         return testing::Value(hook_.events(),
@@ -392,7 +392,7 @@ TEST_F(Hook, CurrentRequestOutlivesACallOverAConnection) {
     EXPECT_EQ(seenAfter, "ping");
 }
 
-/// Refuses the object id "gone" after noting what request it was asked in.
+/// Refuses the object id "gone". Records the current request of each call.
 class NotingLocator : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
     explicit NotingLocator(std::vector<std::string>& seen) : seen_(seen) {}

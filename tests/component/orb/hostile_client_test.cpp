@@ -87,7 +87,7 @@ TEST_F(HostileClient, ThatNeverFinishesARequestDoesNotKeepTheOrbFromStopping) {
 TEST_F(HostileClient, ThatDoesNotReadItsReplyDoesNotKeepASessionFromEnding) {
     const PortableServer::POA_var top = makePoa(orb_.root(), orb_.manager(), "EMS<1>");
     SessionObject session(orb_, top.in());
-    // a reply far beyond what the sockets' buffers take
+    // a reply much larger than the sockets' buffers
     PortableServer::ObjectId largeId;
     largeId.length(32 << 20);
     for (CORBA::ULong i = 0; i < largeId.length(); ++i)

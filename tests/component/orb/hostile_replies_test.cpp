@@ -1,5 +1,5 @@
-// Replies of peers that break the protocol: the call ends with a system exception, soon, and the
-// next call to a peer that behaves succeeds.
+// Replies of peers that break the protocol. The call soon ends with a system exception, and the
+// next call to a well-behaved peer succeeds.
 
 #include <cos/CosNotifyComm.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ class HostileReplies : public testing::Test {
     RunningOrb orb_;
     kelp::orb::ScopedThreadTimeout limit_{std::chrono::milliseconds(1000)};
 
-    /// Three calls one after the other, so that what an answer leaves behind meets the next call.
+    /// Make three calls in a row, so that remains of one reply meet the next call.
     void call(const HostileServer::Script& script) {
         const HostileServer server(script);
         const CORBA::Object_var object = kelp::orb::toReference(orb_.orb(), server.corbaloc());
@@ -72,8 +72,9 @@ TEST_F(HostileReplies, FragmentsWithoutANumber) {
     }
 }
 
-/// What an earlier fragment has left in the ORB's buffer made such a one a part of the reply, with
-/// less than no octets, so the ORB read far beyond it.
+/// With the octets that an earlier fragment had left in its buffer, the ORB took a fragment without
+/// a request id for a part of the reply. The size of its content was negative, so the ORB read far
+/// beyond the buffer.
 TEST_F(HostileReplies, FragmentsWithoutANumberAfterOthersWithOne) {
     for (std::size_t octets = 0; octets < 4; ++octets) {
         call([octets](std::uint32_t number, unsigned) -> Answer {

@@ -14,15 +14,15 @@
 
 namespace kelp::test {
 
-/// A peer that answers each request with octets of its choice, one connection after the other.
-/// GIOP 1.2, little endian.
+/// A peer that answers each request with given octets, one connection after the other. GIOP 1.2,
+/// little-endian.
 class HostileServer {
   public:
     struct Answer {
         std::string octets;
-        bool closes = false;  ///< the connection, afterwards
+        bool closes = false;  ///< close the connection afterwards
     };
-    /// Gets the number of the request and how many there were before.
+    /// Receives the request's id and the number of requests before it.
     using Script = std::function<Answer(std::uint32_t number, unsigned before)>;
 
     explicit HostileServer(Script script) : script_(std::move(script)), listener_(boundSocket()) {
@@ -125,7 +125,8 @@ inline std::string giopMessage(Giop type, const std::string& body, bool moreFrag
            littleEndian(body.size()) + body;
 }
 
-/// Status 0 is success, 3 a forward. The content begins at a multiple of 8.
+/// Return the body of a reply. Status 0 is success, 3 is a forward. The content begins at a
+/// multiple of 8.
 inline std::string replyBody(std::uint32_t number, std::uint32_t status,
                              const std::string& content) {
     return littleEndian(number) + littleEndian(status) + littleEndian(0) + content;

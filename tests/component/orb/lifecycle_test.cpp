@@ -141,7 +141,8 @@ TEST(Lifecycle, ListensOnEveryGivenAddress) {
     EXPECT_TRUE(addresses[1].starts_with("127.0.0.2:"));
 }
 
-/// Two addresses: one that references name, and one for well-known keys.
+/// Return options with two addresses: references contain one, well-known keys are served at the
+/// other.
 OrbOptions optionsWithKeyAddress() {
     OrbOptions options;
     options.listen = {"127.0.0.1:" + std::to_string(freePort())};
@@ -229,7 +230,7 @@ TEST(Lifecycle, ListensOnIpv6WhereTheMachineHasIt) {
     kelp::orb::PeerAddress peer;
     SessionObject session(orb, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
-    // written differently, so that it goes over a connection
+    // another spelling of the address, so that the call goes over a connection
     const CORBA::Object_var object = kelp::orb::toReference(
         orb.orb(), "corbaloc:iiop:1.2@[0:0:0:0:0:0:0:1]:" + std::to_string(orb.port()) + "/Key");
     const nmsSession::NmsSession_I_var remote =
@@ -281,7 +282,7 @@ TEST(Lifecycle, ServingEndsWithTheShutdown) {
     for (std::thread& server : servers)
         server.join();
     EXPECT_EQ(ended, 2);
-    // nothing left to serve
+    // nothing is left to serve
     kelp::orb::serve(orb.orb(), 1);
     const CORBA::ORB_var gone = CORBA::ORB::_duplicate(orb.orb());
     orb.destroy();

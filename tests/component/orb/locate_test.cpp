@@ -1,4 +1,4 @@
-// What somebody finds out who asks for objects by keys alone.
+// What a caller finds out who asks for objects by keys alone.
 
 #include <gtest/gtest.h>
 #include <kelp/orb/counted_local.h>
@@ -18,7 +18,7 @@ namespace {
 using namespace kelp::test;
 using namespace std::string_literals;
 
-/// Serves the object "known".
+/// Serves only the object "known".
 class OneObject : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
     PortableServer::Servant preinvoke(const PortableServer::ObjectId& id, PortableServer::POA_ptr,
@@ -49,7 +49,7 @@ class NoObject : public kelp::orb::CountedLocal<PortableServer::ServantActivator
     }
 };
 
-/// By the minor version of GIOP.
+/// The parameter is the minor version of GIOP.
 class Locate : public testing::TestWithParam<char> {
   protected:
     Locate() {
@@ -127,7 +127,8 @@ TEST_P(Locate, FindsPersistentAndWellKnownObjects) {
 
 TEST_P(Locate, DoesNotTellWhichPoasThereAre) {
     const std::string known = keyOfId("known");
-    const std::string life = known.substr(5, 8);  // of this life of the POA: FF "top" FE, 8 octets
+    // the 8 octets of this life of the POA, after FF "top" FE
+    const std::string life = known.substr(5, 8);
     const auto keysBelow = [&](const std::string& poa) {
         return std::vector<std::string>{
             "\xff" + poa,
@@ -180,7 +181,7 @@ TEST_P(Locate, WorksInTheOrbThatIsStartedNext) {
 INSTANTIATE_TEST_SUITE_P(Giop, Locate, testing::Values('\0', '\1', '\2'),
                          [](const auto& minor) { return "1_" + std::to_string(minor.param); });
 
-/// The minor code of the OBJECT_NOT_EXIST that a request is answered with.
+/// Return the minor code of the OBJECT_NOT_EXIST with which a request is answered.
 CORBA::ULong minorOf(const RunningOrb& orb, const std::string& key) {
     const CORBA::Object_var object = kelp::orb::toReference(
         orb.orb(), "corbaloc:iiop:1.2@127.1:" + std::to_string(orb.port()) + "/" + escapedKey(key));
@@ -211,7 +212,7 @@ TEST_P(Locate, NorDoRequestsTell) {
              "\xfftop\xffsession\0"s + std::string(40, 'x'),
          })
         EXPECT_EQ(minorOf(orb_, key), unknown) << escapedKey(key);
-    // somebody who knows the object id still does not know this life's octets
+    // a caller that knows the object id still does not know the octets of this life
     EXPECT_EQ(OneObject::released, 0);
     EXPECT_EQ(kelp::orb::unknownObject().minor(), unknown);
     EXPECT_EQ(kelp::orb::unknownObject().completed(), CORBA::COMPLETED_NO);

@@ -8,7 +8,7 @@
 
 namespace kelp::test {
 
-/// A POA with an active object map and object ids of the system.
+/// Create a POA with an active object map and system-assigned object ids.
 inline PortableServer::POA_ptr makePoa(PortableServer::POA_ptr parent,
                                        PortableServer::POAManager_ptr manager,
                                        const std::string& name) {
@@ -26,7 +26,7 @@ inline PortableServer::POA_ptr makePersistentPoa(PortableServer::POA_ptr parent,
     return parent->create_POA(name.c_str(), manager, policies);
 }
 
-/// A POA that asks a servant locator for every request.
+/// Create a POA that asks a servant locator for every request.
 inline PortableServer::POA_ptr makeLocatorPoa(PortableServer::POA_ptr parent,
                                               PortableServer::POAManager_ptr manager,
                                               const std::string& name) {
@@ -38,7 +38,7 @@ inline PortableServer::POA_ptr makeLocatorPoa(PortableServer::POA_ptr parent,
     return parent->create_POA(name.c_str(), manager, policies);
 }
 
-/// A POA whose servant activator etherealizes its objects.
+/// Create a POA whose servant activator etherealizes its objects.
 inline PortableServer::POA_ptr makeActivatorPoa(PortableServer::POA_ptr parent,
                                                 PortableServer::POAManager_ptr manager,
                                                 const std::string& name) {
@@ -49,7 +49,7 @@ inline PortableServer::POA_ptr makeActivatorPoa(PortableServer::POA_ptr parent,
     return parent->create_POA(name.c_str(), manager, policies);
 }
 
-/// Activates a new scripted session under an id of the caller's choice.
+/// Activate a new scripted session under the caller's id.
 inline CORBA::Object_ptr activateWithId(PortableServer::POA_ptr poa, const char* id) {
     const PortableServer::ServantBase_var servant = new ScriptedSession;
     const PortableServer::ObjectId_var oid = PortableServer::string_to_ObjectId(id);

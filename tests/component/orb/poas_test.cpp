@@ -31,7 +31,7 @@ class Poas : public testing::Test {
     RunningOrb orb_;
 };
 
-/// A call that stays inside a servant of a POA until it is let go.
+/// A call that stays inside a servant of a POA until it is released.
 class CallInProgress {
   public:
     CallInProgress(const RunningOrb& orb, PortableServer::POA_ptr poa)
@@ -144,7 +144,7 @@ TEST_F(Poas, KeepTheirNameDyingUntilTheLastCallOnAChildHasEnded) {
     EXPECT_TRUE(waitUntilGone("EMS<1>", 10s));
 }
 
-/// Holds each etherealize at a gate, as an object does that takes its time to unlink itself.
+/// Holds each etherealize at a gate, like an object that takes time to unlink itself.
 class SlowActivator : public kelp::orb::CountedLocal<PortableServer::ServantActivator> {
   public:
     SlowActivator(Gate& gate, std::atomic<bool>& deleted) : gate_(gate), deleted_(deleted) {}
@@ -195,7 +195,7 @@ TEST_F(Poas, AreNotKeptAliveByTheMemoryOfTheirName) {
     }
     beginDestroy(top.in());
     top = POA::_nil();
-    // nobody asks after the name: the servant manager goes with its POA all the same
+    // nobody queries the name, but the servant manager is still destroyed with its POA
     EXPECT_TRUE(waitUntil([&] { return deleted.load(); }));
 }
 
@@ -225,7 +225,7 @@ TEST_F(Poas, MayBeMadeAgainUnderTheSameNameOnceTheyAreGone) {
 
 TEST_F(Poas, OfANewLifeAreNotTakenForTheirDeadNamesakes) {
     for (int round = 0; round < 30; ++round) {
-        // nobody asks after the name of the dead one, whose address the new one may get
+        // Nobody queries the name of the destroyed POA. The new POA may be created at its address.
         {
             const POA_var old = make("EMS<1>");
             beginDestroy(old.in());

@@ -13,16 +13,16 @@
 
 namespace kelp::test {
 
-/// A message that the ORB sent, as far as tests look at it.
+/// A message from the ORB, with the fields that tests read.
 struct Answer {
     GiopType type = GiopType::MessageError;
     std::uint32_t id = 0;
-    std::uint32_t status =
-        0;                ///< of a Reply: 0 result, 1 user exception, 2 system exception, 3 forward
+    /// Of a Reply: 0 result, 1 user exception, 2 system exception, 3 forward.
+    std::uint32_t status = 0;
     std::string content;  ///< the whole message
 };
 
-/// A connection that is spoken to octet by octet, in GIOP 1.2.
+/// A connection on which a test sends single octets, in GIOP 1.2.
 class RawConnection {
   public:
     explicit RawConnection(std::uint16_t port, const char* source = "127.0.0.1")
@@ -30,7 +30,7 @@ class RawConnection {
 
     void send(const std::string& bytes) const { sendBytes(socket_, bytes); }
 
-    /// The next message; none when the other side closes or says nothing for 20 s.
+    /// Return the next message; none if the peer closes or sends nothing for 20 s.
     std::optional<Answer> receive() const {
         const std::string header = exactly(12);
         if (header.size() != 12)
@@ -47,7 +47,7 @@ class RawConnection {
     }
 
     bool isClosed() const { return isClosedByPeer(socket_); }
-    /// Whether the other side says nothing, and does not close, for a moment.
+    /// True if the peer neither sends anything nor closes during this time.
     bool isSilentFor(int milliseconds) const {
         pollfd waiting{socket_.fd(), POLLIN, 0};
         return ::poll(&waiting, 1, milliseconds) == 0;

@@ -10,7 +10,7 @@
 
 namespace kelp::test {
 
-/// A GIOP 1.0 request (big endian) for bytes of a client that does not behave.
+/// Return a big-endian GIOP 1.0 request, for a client that misbehaves.
 inline std::string giopRequest(const std::string& objectKey, const std::string& operation,
                                const std::string& arguments = "") {
     const auto number = [](std::size_t value) {
@@ -36,8 +36,8 @@ inline void sendBytes(const Socket& socket, const std::string& bytes) {
     (void)::send(socket.fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
 }
 
-/// True when the peer closes the connection within some seconds; what it sends before is thrown
-/// away.
+/// True if the peer closes the connection within some seconds. Data that it sends before is
+/// discarded.
 inline bool isClosedByPeer(const Socket& socket) {
     const timeval limit{20, 0};
     ::setsockopt(socket.fd(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);

@@ -14,10 +14,10 @@
 
 namespace kelp::test {
 
-/// A TLS client that is spoken to octet by octet. It checks no server.
+/// A TLS client on which a test sends single octets. It does not verify the server.
 class RawTls {
   public:
-    /// `keyFile` is what it shows; empty: nothing.
+    /// `keyFile` contains the client's key and certificate. Empty: no certificate.
     RawTls(std::uint16_t port, const std::string& keyFile, const char* source = "127.0.0.1")
         : context_(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free),
           socket_(connectTo(port, source)) {
@@ -36,12 +36,12 @@ class RawTls {
         ERR_clear_error();
         return isGood;
     }
-    /// One record of TLS for each 16 KiB.
+    /// Send the octets, in one TLS record for each 16 KiB.
     bool send(const std::string& octets) {
         std::size_t count = 0;
         return SSL_write_ex(connection_.get(), octets.data(), octets.size(), &count) == 1;
     }
-    /// Fewer where the other side closes or says nothing for 20 s.
+    /// Return `count` octets, or fewer if the peer closes or sends nothing for 20 s.
     std::string receive(std::size_t count) {
         std::string octets(count, '\0');
         std::size_t all = 0;

@@ -9,8 +9,8 @@
 
 namespace kelp::test {
 
-/// The operation and the parameters of a little-endian request in one piece, as GiopRecorder keeps
-/// it, with the target as an object key.
+/// The operation and the parameters of a little-endian request, as GiopRecorder keeps it in one
+/// piece. Its target is an object key.
 class RecordedArguments {
   public:
     RecordedArguments(const std::string& message, const std::vector<std::size_t>& fragments)
@@ -18,11 +18,11 @@ class RecordedArguments {
         const bool is12 = message[5] == 2;
         if (!is12)
             skipContexts();
-        skip(4);  // the number
-        skip(4);  // the flags or the wish for a reply, and what follows; GIOP 1.0 has one octet of
-                  // it
+        skip(4);  // the request id
+        // the response flags and reserved octets; in GIOP 1.0 one octet, which the next length pads
+        skip(4);
         if (is12)
-            skip(4);  // the disposition
+            skip(4);  // the addressing disposition
         skipCounted();
         const std::size_t length = number();
         operation_ = message_.substr(at_, length - 1);
@@ -36,7 +36,7 @@ class RecordedArguments {
     }
 
     const std::string& operation() const { return operation_; }
-    std::size_t body() const { return at_; }  ///< where the parameters begin
+    std::size_t body() const { return at_; }  ///< offset at which the parameters begin
 
     orb::giop::ArgumentVerdict verdict(const orb::giop::ArgumentLimits& limits = {}) const {
         const auto* const octets = reinterpret_cast<const std::uint8_t*>(message_.data());
@@ -46,7 +46,7 @@ class RecordedArguments {
     }
 
   private:
-    /// The fragments of GIOP 1.2 do not change the alignment.
+    /// In GIOP 1.2 fragments do not change the alignment, so their offsets do not matter.
     std::span<const std::size_t> fragmentsOf(std::uint8_t minor) const {
         return minor == 1 ? fragments_ : std::span<const std::size_t>();
     }

@@ -62,7 +62,7 @@ TEST_F(References, AreNeverMadeFromUnreadableText) {
 }
 
 TEST_F(References, AreNeverNil) {
-    // the text of a nil reference: well-formed, without profiles
+    // the text of a nil reference, which is well-formed but has no profiles
     const std::string nil = "IOR:01000000010000000000000000000000";
     EXPECT_THROW(CORBA::release(toReference(orb_.orb(), nil)), CORBA::BAD_PARAM);
 }

@@ -8,18 +8,18 @@
 
 namespace kelp::test {
 
-/// A servant whose operations do what a test tells them to.
+/// A servant whose operations run functions of the test.
 class ScriptedSession : public virtual POA_nmsSession::NmsSession_I {
   public:
     explicit ScriptedSession(std::function<void()> onPing = [] {}) : onPing_(std::move(onPing)) {}
 
-    /// Runs in associatedSession, the second operation a test may need.
+    /// Runs in associatedSession, the second operation that a test may need.
     std::function<void()> onAssociatedSession = [] {};
-    /// Gets the text of eventLossOccurred.
+    /// Receives the text of eventLossOccurred.
     std::function<void(const std::string&)> onText = [](const std::string&) {};
-    /// Runs when the servant goes.
+    /// Runs in the servant's destructor.
     std::function<void()> onEnd = [] {};
-    /// What associatedSession returns.
+    /// The result of associatedSession.
     session::Session_I_var associated;
     std::atomic<int> pings{0};
     std::atomic<int> associatedSessions{0};

@@ -7,15 +7,15 @@
 
 namespace kelp::test {
 
-/// A scripted session that is active in a POA until the ORB stops, with the references a test calls
-/// it by.
+/// A scripted session that is active in a POA until the ORB stops, with the references by which a
+/// test calls it.
 class SessionObject {
   public:
     SessionObject(
         const RunningOrb& orb, PortableServer::POA_ptr poa, std::function<void()> onPing = [] {})
         : servant_(new ScriptedSession(std::move(onPing))) {
         const PortableServer::ObjectId_var id = poa->activate_object(servant_);
-        const PortableServer::ServantBase_var owner(servant_);  // the POA keeps it from here on
+        const PortableServer::ServantBase_var owner(servant_);  // from here on the POA owns it
         const CORBA::Object_var object = poa->id_to_reference(id.in());
         inProcess_ = nmsSession::NmsSession_I::_narrow(object.in());
         if (orb.endpoint().host != "127.0.0.1")
@@ -28,10 +28,10 @@ class SessionObject {
         : SessionObject(orb, orb.root(), std::move(onPing)) {}
 
     ScriptedSession& servant() { return *servant_; }
-    /// Calls over a connection, like an NMS's. Nil where the ORB listens on another address than
+    /// Calls go over a connection, like those of an NMS. Nil if the ORB does not listen on
     /// 127.0.0.1.
     nmsSession::NmsSession_I_ptr remote() const { return remote_.in(); }
-    /// Calls without a connection.
+    /// Calls use no connection.
     nmsSession::NmsSession_I_ptr inProcess() const { return inProcess_.in(); }
 
   private:

@@ -12,7 +12,7 @@
 
 namespace kelp::test {
 
-/// A listener with a thread of its own that is asked to look at its sockets until it is stopped.
+/// A listener with a separate thread that polls its sockets until it is stopped.
 class PolledListener {
   public:
     std::uint16_t port() const { return port_; }
@@ -36,8 +36,8 @@ class PolledListener {
     std::atomic<bool> stopped_{false};
 };
 
-/// Passes bytes between its own port and another one until it is killed; then connections break and
-/// the port is closed, as with a process that has died. To the other end they come from `source`,
+/// Relays bytes between its port and another one until it is killed. Then its connections break and
+/// its port is closed, as if a process had died. To the target, the connections come from `source`,
 /// any address of 127.0.0.0/8.
 class TcpRelay : public PolledListener {
   public:
@@ -83,7 +83,7 @@ class TcpRelay : public PolledListener {
     std::thread thread_;
 };
 
-/// Accepts connections and cuts each of them as soon as something is asked.
+/// Accepts connections and closes each as soon as a request arrives.
 class CuttingListener : public PolledListener {
   public:
     CuttingListener() : thread_([this] { run(); }) {}

@@ -11,7 +11,7 @@
 
 namespace kelp::test {
 
-/// A certificate authority of the moment in a folder of its own, which goes with it.
+/// A temporary certificate authority with a separate folder, which the destructor removes.
 class ThrowAwayCertificates {
   public:
     explicit ThrowAwayCertificates(const std::string& authority = "Test CA") {
@@ -29,30 +29,30 @@ class ThrowAwayCertificates {
     std::string folder() const { return folder_; }
     std::string authority() const { return folder_ / "ca.pem"; }
 
-    /// A file with a new key and the certificate that the authority gave it; the key is encrypted
-    /// where there is a password. The certificate is for this machine by its loopback address. A
-    /// second call for a name replaces the file.
+    /// Issue a certificate for this machine's loopback address. Return a file with a new key and
+    /// the certificate. If there is a password, the key is encrypted with it. A second call with
+    /// the same name replaces the file.
     std::string issue(const std::string& name, const std::string& password = "") const {
         makeRequest(name, "/CN=" + name, password);
         return certified(name, kThisMachine);
     }
-    /// The same for alternative names in the form "DNS:ems.example.net,IP:192.0.2.1"; empty:
-    /// without any.
+    /// Issue a certificate with alternative names in the form "DNS:ems.example.net,IP:192.0.2.1";
+    /// empty for none.
     std::string issueForNames(const std::string& name, const std::string& names) const {
         makeRequest(name, "/CN=" + name, "");
         return certified(name, names);
     }
-    /// The same with an RSA key.
+    /// Issue a certificate with an RSA key.
     std::string issueRsa(const std::string& name) const {
         makeRequest(name, "/CN=" + name, "", "rsa:2048");
         return certified(name, kThisMachine);
     }
-    /// The same with a subject in the form "/O=Operator/CN=nms1".
+    /// Issue a certificate with a subject in the form "/O=Operator/CN=nms1".
     std::string issueToSubject(const std::string& name, const std::string& subject) const {
         makeRequest(name, subject, "");
         return certified(name, kThisMachine);
     }
-    /// The same, valid between two times in the form 20300131235959Z.
+    /// Issue a certificate that is valid between two times in the form 20300131235959Z.
     std::string issueFor(const std::string& name, const std::string& from,
                          const std::string& to) const {
         makeRequest(name, "/CN=" + name, "");
@@ -67,22 +67,22 @@ class ThrowAwayCertificates {
         return issueFor(name, "20480101000000Z", "20490101000000Z");
     }
 
-    /// Notes that the certificate issued last for a name is revoked, for the next list.
+    /// Revoke the certificate issued last for a name. The next revocation list contains it.
     void revoke(const std::string& name) const { runAuthority("-revoke " + name + ".crt"); }
-    /// A file with the authority's revocation list, valid from now for two days; replaces the one
-    /// before.
+    /// Write the authority's revocation list, which is valid for two days from now. Replaces the
+    /// previous list. Return its path.
     std::string revocationList() const { return listFor("-crldays 2"); }
-    /// The same, valid between two times as in issueFor().
+    /// Write a revocation list that is valid between two times as in issueFor().
     std::string revocationListFor(const std::string& from, const std::string& to) const {
         return listFor("-crl_lastupdate " + from + " -crl_nextupdate " + to);
     }
 
-    /// The parts of the file that was issued last for a name.
+    /// The parts of the file issued last for a name.
     std::string keyOf(const std::string& name) const { return folder_ / (name + ".key"); }
     std::string certificateOf(const std::string& name) const { return folder_ / (name + ".crt"); }
 
   private:
-    static constexpr const char* kKey = "ec -pkeyopt ec_paramgen_curve:P-256";  // made in no time
+    static constexpr const char* kKey = "ec -pkeyopt ec_paramgen_curve:P-256";  // fast to generate
     static constexpr const char* kThisMachine = "IP:127.0.0.1,DNS:localhost";
 
     void makeRequest(const std::string& name, const std::string& subject,

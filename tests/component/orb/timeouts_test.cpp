@@ -18,7 +18,7 @@ using kelp::orb::setProcessTimeout;
 using kelp::orb::setThreadTimeout;
 using Milliseconds = std::chrono::milliseconds;
 
-/// How a call to the place ends, in words, and after how long.
+/// The outcome of a call as text, and its duration.
 struct Outcome {
     std::string text;
     Milliseconds elapsed{0};
@@ -107,7 +107,7 @@ TEST_F(Timeouts, OfAThreadBelongToThatThreadAlone) {
     setThreadTimeout(100ms);
     Gate gate;
     SessionObject session(orb_, [&] { gate.pass(); });
-    // the other thread's call outlives this thread's limit
+    // the other thread's call continues after this thread's limit
     std::thread other([&] { EXPECT_NO_THROW(session.remote()->ping()); });
     EXPECT_TRUE(gate.isReached());
     EXPECT_EQ(callOf(orb_, deaf_.corbaloc()).text, "TIMEOUT");
@@ -143,7 +143,7 @@ TEST_F(Timeouts, OfAScopeGiveWayToTheOnesBefore) {
             EXPECT_GE(callOf(orb_, deaf_.corbaloc()).elapsed, 190ms);
         }
         {
-            // were it to stay, the test would not end in time
+            // if this limit remained, the test would not end in time
             const ScopedThreadTimeout inner(1h);
         }
         EXPECT_EQ(callOf(orb_, deaf_.corbaloc()).text, "TIMEOUT");

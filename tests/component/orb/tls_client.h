@@ -6,8 +6,8 @@
 
 namespace kelp::test {
 
-/// A TLS client of the command line, which knows nothing of CORBA: whose certificate it trusts, and
-/// its own key and certificate or none.
+/// A command-line TLS client that knows nothing of CORBA. It has an authority that it trusts, and
+/// its key and certificate, or neither of the two.
 class TlsClient {
   public:
     TlsClient(std::string server, const std::string& authority, const std::string& certificate)
@@ -17,24 +17,24 @@ class TlsClient {
                         ? ""
                         : " -cert '" + certificate + "' -key '" + certificate + "'")) {}
 
-    /// Whether a handshake goes through.
+    /// True if a handshake succeeds.
     bool handshakes() const {
-        // TLS 1.2 tells the client about a refused certificate within the handshake
+        // in TLS 1.2 the client learns of a refused certificate during the handshake
         return std::system((command_ + " -tls1_2 </dev/null >/dev/null 2>&1").c_str()) == 0;
     }
-    /// The same with other options of `openssl s_client`.
+    /// True if a handshake succeeds with these further options of `openssl s_client`.
     bool handshakesWith(const std::string& options) const {
         return std::system((command_ + " " + options + " </dev/null >/dev/null 2>&1").c_str()) == 0;
     }
-    /// The serial number of the certificate that the server shows, as "serial=1F"; empty when it
-    /// shows none.
+    /// Return the serial number of the server's certificate as "serial=1F"; empty if the server
+    /// presents none.
     std::string serverSerialNumber() const {
         const std::string text =
             firstLine(command_ + " </dev/null 2>/dev/null | openssl x509 -noout -serial 2>&1");
         return text.rfind("serial=", 0) == 0 ? text : "";
     }
-    /// Of six connections one after the other, each of which would resume the one before it, how
-    /// many made a whole handshake.
+    /// Make six connections in a row, each of which tries to resume the previous session. Return
+    /// how many made a full handshake.
     std::string wholeHandshakesOfSix() const {
         return firstLine(command_ + " -tls1_2 -reconnect </dev/null 2>&1 | grep -c '^New,'");
     }

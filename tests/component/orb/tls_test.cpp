@@ -225,10 +225,10 @@ TEST_F(Tls, CallerWithoutTlsHasNoSubject) {
     EXPECT_EQ(subject, "");
 }
 
-/// An ORB that calls itself over TLS and looks at whose certificate it shows.
+/// An ORB that calls itself over TLS and checks the name in the server's certificate.
 class TlsServerName : public Tls {
   protected:
-    /// Whether it calls `host`, where it listens itself.
+    /// True if the ORB can call `host`, at which it listens itself.
     bool calls(const std::string& host, const std::string& names,
                const std::string& expected = "") {
         OrbOptions options = tlsOptions();
@@ -239,8 +239,8 @@ class TlsServerName : public Tls {
         const RunningOrb orb(nullptr, options);
         SessionObject session(orb);
         kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
-        const TcpRelay way(orb.port(),
-                           "127.0.0.1");  // the ORB makes no connection to its own address
+        // a relay, because the ORB makes no connection to its own address
+        const TcpRelay way(orb.port(), "127.0.0.1");
         const CORBA::Object_var object = kelp::orb::toReference(
             orb.orb(), "corbaloc:ssliop:1.2@" + host + ":" + std::to_string(way.port()) + "/Key");
         kelp::orb::setThreadTimeout(20s);
@@ -395,8 +395,8 @@ TEST_F(TlsRenewal, AnotherAuthorityIsTrustedInTheFormersPlace) {
 }
 
 TEST_F(TlsRenewal, HoldsForCallsThatThisProcessMakes) {
-    // the ORB calls itself over TLS: as a client it must trust the new authority, and show its new
-    // certificate
+    // The ORB calls itself over TLS. As a client it must trust the new authority, and as a server
+    // it must present its new certificate.
     const ThrowAwayCertificates others;
     SessionObject session(orb_);
     kelp::orb::setThreadTimeout(20s);

@@ -1,11 +1,11 @@
-"""omniidl back end: every definition of an IDL file as one line in canonical form.
+"""omniidl back end: prints every definition of an IDL file as one line in canonical form.
 
-What decides about the wire is in the line (repository id, order, types, directions, exceptions), what does
-not is left out (layout, comments, include files). The committed listing of the interface is made with
+A line contains everything that affects the messages on the wire: repository id, order, types, directions and exceptions.
+It omits layout, comments and include files. This command makes the committed listing of the interface:
 
     cd idl/mtnm && LC_ALL=C omniidl -p../tools -bidl_digest -I<OMG IDL> -I<OMG IDL>/COS *.idl
 
-and a test compares it with the files, so that a change of the interface cannot slip in unseen.
+A test compares the listing with the IDL files, so that a change of the interface is always noticed.
 """
 
 from omniidl import idlast, idltype

@@ -11,7 +11,7 @@
 
 namespace kelp::notification {
 
-/// Qualities of service that may be changed while they are used. Thread safe.
+/// Qualities of service that may change while they are in use. Thread safe.
 class SharedQos {
   public:
     SharedQos(const Qos& initial, QosSide side) : side_(side), qos_(initial) {}
@@ -20,8 +20,8 @@ class SharedQos {
         const std::lock_guard guard(mutex_);
         return qos_;
     }
-    /// Changes them and has the new ones applied, one change after the other, so that what was
-    /// applied last is what get() returns. Throws what changedQos throws.
+    /// Change the qualities and call `apply` with the new ones. Changes are applied one after the
+    /// other, so get() returns what was applied last. Throws what changedQos throws.
     template <class Apply>
     void change(const CosNotification::QoSProperties& wanted, Apply apply) {
         const std::lock_guard order(changes_);
@@ -32,7 +32,7 @@ class SharedQos {
         }
         apply(changed);
     }
-    /// Has them applied again, between two changes.
+    /// Call `apply` with the current qualities, not during a change.
     template <class Apply>
     void reapply(Apply apply) {
         const std::lock_guard order(changes_);
@@ -41,12 +41,12 @@ class SharedQos {
 
   private:
     const QosSide side_;
-    std::mutex changes_;  // taken outside any lock of what they are applied to
+    std::mutex changes_;  // locked before any lock of what the qualities are applied to
     mutable std::mutex mutex_;
     Qos qos_;  // guarded by mutex_
 };
 
-/// What a consumer admin has in common with its proxies.
+/// What a consumer admin shares with its proxies.
 struct AdminData {
     AdminData(CosNotifyChannelAdmin::AdminID number,
               CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator, const Qos& initial)
@@ -55,7 +55,7 @@ struct AdminData {
     AdminData(const AdminData&) = delete;
     AdminData& operator=(const AdminData&) = delete;
 
-    /// The consumer of this proxy is dead; on a delivery thread.
+    /// The consumer of this proxy is dead. Called on a delivery thread or by the review.
     virtual void proxyDied(CosNotifyChannelAdmin::ProxyID proxy) = 0;
 
     const CosNotifyChannelAdmin::AdminID id;

@@ -97,11 +97,10 @@ void Channel::stop() {
     state_->core->stop();
     state_->servant->close(SupplierPart::Consumer::IsNotTold);
     try {
-        // the objects' calls in progress end by themselves: nothing is pushed any more and no pull
-        // waits
+        // calls in progress end soon: no event is pushed any more and no pull blocks
         state_->poa->destroy(true, true);
     } catch (const CORBA::SystemException&) {
-        // the ORB has gone, and its adapters with it
+        // the ORB has been destroyed together with its object adapters
     }
     state_->core->forgetObjects();
 }

@@ -20,8 +20,7 @@ AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
     return AdminLimitExceeded(told);
 }
 
-/// Of the address that the request in hand comes from, and of the owner; null when one of them has
-/// no more.
+/// A place of the current request's address and one of the owner. Null if either has none left.
 KeyedPlaces::Place placeIn(AddressPlaces& ofAddress, KeyedPlaces& ofOwner, const OwnerPtr& owner) {
     using Places = std::pair<KeyedPlaces::Place, KeyedPlaces::Place>;
     Places places(ofAddress.take(kelp::orb::currentPeer()),
@@ -125,7 +124,7 @@ void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
         std::erase_if(*changed, [](const auto& each) { return each->isClosed(); });
         changed->push_back(outlet);
         outlets_ = changed;
-        // under the lock: the last count must be the right one
+        // under the lock, so that the dispatcher learns the counts in the right order
         dispatcher_.serveConsumers(changed->size());
     }
     subscriptionsChanged();
@@ -142,7 +141,7 @@ void ChannelCore::removeOutlet(const Outlet* outlet) noexcept {
         }
         subscriptionsChanged();
     } catch (const std::exception&) {
-        // suppliers hear of it with the next change
+        // suppliers learn about it with the next change
     }
 }
 
@@ -164,7 +163,7 @@ void ChannelCore::tend(std::chrono::steady_clock::time_point now) {
         try {
             each->tend(now);
         } catch (const std::bad_alloc&) {
-            // the next time
+            // retried by the next call
         }
     }
 }
@@ -254,7 +253,7 @@ void ChannelCore::stop() {
         listener_ = nullptr;
         outlets = std::exchange(outlets_, std::make_shared<const Outlets>());
     }
-    // closed first: the calls in progress of both then run out together
+    // closed first, so that the calls in progress of both end at the same time
     notices_.close();
     filterStage_.stop();
     for (const std::shared_ptr<Outlet>& each : *outlets)

@@ -18,11 +18,11 @@
 
 namespace kelp::notification {
 
-/// The number of the admins that the channel makes itself.
+/// The id of the admins that the channel creates itself.
 inline constexpr CosNotifyChannelAdmin::AdminID kDefaultAdmin = 0;
 
-/// What the channel's objects share: the outlets, the delivery threads, the object adapter, the
-/// limits. Lives until the last servant that refers to it has gone.
+/// What the channel's objects share: the outlets, the delivery threads, the object adapter and the
+/// limits. Lives until the last servant that refers to it is deleted. Any thread may call it.
 class ChannelCore {
   public:
     ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& settings,
@@ -32,83 +32,81 @@ class ChannelCore {
     const ChannelSettings& settings() const { return settings_; }
 
     // -- objects
-    /// Activates a servant and hands it over to the adapter; its reference.
+    /// Activate a servant, hand it over to the adapter and return its reference.
     CORBA::Object_ptr activate(PortableServer::Servant servant, const ObjectRights& rights);
-    /// Takes the servant's object away; harmless when it is away already.
+    /// Deactivate the servant's object. Does nothing if it is not active.
     void deactivate(PortableServer::Servant servant);
 
-    /// Takes all of them away, for good. The objects refer to this core, and it to them, until
-    /// then.
+    /// Deactivate all objects for good. Until then the objects and this core refer to each other.
     void forgetObjects() { objects_->close(); }
 
-    /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is
-    /// fine.
+    /// Throws NO_PERMISSION if the channel may not call this reference, which the current request
+    /// brings. A nil reference is accepted.
     void requireCallable(CORBA::Object_ptr reference) const {
         objects_->requireCallable(reference);
     }
 
-    /// NO_PERMISSION unless the request in hand comes from an address that may supply.
+    /// Throws NO_PERMISSION if the current request comes from an address that may not supply.
     void requireSupplier() const { objects_->requireSupplier(); }
 
-    /// The servant of a filter of this channel, with a reference that the caller owns; null when
-    /// the filter was destroyed. Throws NO_IMPLEMENT for a filter of another process: asking it
-    /// would let one consumer's filter hold up the events of all. BAD_PARAM for nil, NO_PERMISSION
-    /// for a filter that is not the caller's.
+    /// The servant of a filter of this channel, with a reference that the caller owns. Null if the
+    /// filter was destroyed. Throws BAD_PARAM for nil, NO_PERMISSION for a filter of another owner,
+    /// and NO_IMPLEMENT for a filter of another process: calling it would let one consumer's filter
+    /// delay the events of all.
     PortableServer::Servant requireOwn(CosNotifyFilter::Filter_ptr filter) const;
 
     // -- owners
-    /// The owner of what the request in hand makes with an object of this owner; null inside the
-    /// process.
+    /// The owner of an object that the current request makes with the help of an object of
+    /// `parent`. Null inside the process.
     OwnerPtr ownerOfCaller(const OwnerPtr& parent = nullptr);
     Caller caller() const { return objects_->owners().caller(); }
     std::vector<OwnerPtr> owners() { return objects_->owners().all(); }
     std::vector<PortableServer::ServantBase_var> objectsOf(const OwnerPtr& owner) const {
         return objects_->of(owner);
     }
-    /// Tells peers of their end.
+    /// Disconnects peers whose proxy has ended.
     Farewells& farewells() { return farewells_; }
-    /// Filters events.
     FilterStage& filterStage() { return filterStage_; }
 
     // -- events
     void push(const EventPtr& event);
     void tellLost(const Event& first);
     void addOutlet(const std::shared_ptr<Outlet>& outlet);
-    /// Takes a closed outlet out. Without memory it stays listed until the next change, and gets
-    /// nothing.
+    /// Remove a closed outlet. If memory is short it stays in the list until the next change, but
+    /// gets no events.
     void removeOutlet(const Outlet* outlet) noexcept;
-    /// To be called a few times a second; see Subscription::tend().
+    /// To be called a few times a second. See Subscription::tend().
     void tend(std::chrono::steady_clock::time_point now);
-    /// Those that are not closed.
+    /// The outlets that are not closed.
     std::vector<std::shared_ptr<Outlet>> outlets() const;
-    /// Most events that a queue may hold unless its consumer wants fewer.
+    /// Maximum number of events in a queue, unless its consumer sets a smaller one.
     std::size_t queueLimit() const;
 
     // -- limits
     AdminLimits limits() const;
     void changeLimits(const CosNotification::AdminProperties& wanted);
-    /// A place for one more consumer or supplier of this owner and of the peer of the request in
-    /// hand, to be held until the proxy ends; throws AdminLimitExceeded.
+    /// Take a place for one more consumer or supplier of this owner and of the current request's
+    /// peer. To be kept until the proxy ends. Throws AdminLimitExceeded.
     KeyedPlaces::Place takeConsumerPlace(const OwnerPtr& owner);
     void giveConsumerPlace();
     KeyedPlaces::Place takeSupplierPlace();
     void giveSupplierPlace();
-    /// The same for an admin, a filter or a constraint; throws NO_RESOURCES.
+    /// The same for an admin, a filter or a constraint. Throws NO_RESOURCES.
     KeyedPlaces::Place takeAdminPlace(const OwnerPtr& owner);
     KeyedPlaces::Place takeFilterPlace(const OwnerPtr& owner);
     KeyedPlaces::Place takeConstraintPlace(const OwnerPtr& owner);
 
     // -- types of events
     ChangeNotices& notices() { return notices_; }
-    /// What the suppliers offer, and what of it consumers are told.
+    /// What the suppliers offer. Publishes it in offered().
     Offers& offers() { return offers_; }
     const std::shared_ptr<TypeFeed>& offered() const { return offered_; }
-    /// What the consumers subscribe to, connected yet or not; nothing when there is none.
+    /// What the consumers subscribe to, connected or not. Empty if there are none.
     const std::shared_ptr<TypeFeed>& subscribed() const { return subscribed_; }
-    /// To be called after a change of the types of a proxy or an admin.
+    /// To be called after the types of a proxy or an admin have changed.
     void subscriptionsChanged();
 
-    /// No event is taken in or delivered and no change told from here on; blocked pulls end.
+    /// From here on no event is accepted or delivered and no change is reported. Blocked pulls end.
     void stop();
 
   private:
@@ -118,7 +116,7 @@ class ChannelCore {
                 LossListener* listener, GuardedObjects* objects);
 
     PortableServer::POA_var poa_;
-    const PortableServer::ServantLocator_var locator_;  // keeps objects_
+    const PortableServer::ServantLocator_var locator_;  // owns objects_
     GuardedObjects* const objects_;
     const ChannelSettings settings_;
     Dispatcher dispatcher_;
@@ -128,7 +126,7 @@ class ChannelCore {
     const std::shared_ptr<TypeFeed> offered_;
     const std::shared_ptr<TypeFeed> subscribed_;
     Offers offers_;
-    std::mutex subscriptions_;  // one summing up after the other
+    std::mutex subscriptions_;  // held while all subscriptions are united and published
     mutable std::mutex mutex_;  // guards what follows
     LossListener* listener_;
     std::shared_ptr<const Outlets> outlets_ = std::make_shared<const Outlets>();

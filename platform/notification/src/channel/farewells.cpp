@@ -13,7 +13,8 @@ namespace kelp::notification {
 namespace {
 
 constexpr std::size_t kThreadsMax = 4;
-/// As many as the consumers of a few addresses; more wait in vain for threads that hang.
+/// About the number of consumers at a few addresses. Beyond that the threads hang, and a longer
+/// backlog would only wait in vain.
 constexpr std::size_t kWaitingMax = 2000;
 
 void trace(const std::string& why) {
@@ -56,7 +57,7 @@ void Farewells::startIfNeeded(Lock&) {
 }
 
 void Farewells::stop() {
-    std::deque<Call> forgotten;  // may end here, and must not do so under the lock
+    std::deque<Call> forgotten;  // may delete objects, which must not happen under the lock
     std::vector<std::thread> ending;
     {
         const Lock lock(mutex_);
@@ -92,7 +93,7 @@ void Farewells::run(PassingThreads::Self self) {
         ::malloc_trim(0);
         lock.lock();
     }
-    // calls that came meanwhile have started another thread
+    // a call added while the memory was given back has started another thread
     threads_.leave(self);
 }
 

@@ -10,26 +10,25 @@
 
 namespace kelp::notification {
 
-/// Tells peers of their end by separate threads, so that nobody waits for a peer that does not
-/// answer. There are a few; they begin with the first farewell and end when there are no more. The
-/// last one gives freed memory back to the system. Thread safe.
+/// Disconnects peers on separate threads, so that nobody waits for a peer that does not answer. At
+/// most 4 threads start with the first farewell and end when there are none left. The last thread
+/// returns freed memory to the system. Thread safe.
 class Farewells {
   public:
     Farewells() = default;
-    /// stop().
+    /// Calls stop().
     ~Farewells();
     Farewells(const Farewells&) = delete;
     Farewells& operator=(const Farewells&) = delete;
 
-    /// Has say() make the call soon; not with 2000 of them waiting already. Nothing for an empty
-    /// one.
+    /// Have a thread call say() soon. Does nothing if the farewell is empty or 2000 are waiting.
     void tell(Farewell farewell, std::string name);
-    /// Gives freed memory back to the system once there are no more farewells.
+    /// Return freed memory to the system once no farewells are left.
     void giveMemoryBack();
-    /// No call begins from here on; waits for those in progress.
+    /// From here on no call begins. Waits for the calls in progress.
     void stop();
 
-    /// Threads at work; for tests.
+    /// Number of running threads, for tests.
     std::size_t threads() const;
 
   private:

@@ -7,7 +7,7 @@
 namespace kelp::notification {
 
 void PassingThreads::start(const std::string& name, std::function<void(Self)> body) {
-    // at once: they have left the lock for the last time
+    // joining takes no time: they have released the lock for the last time
     for (std::thread& each : left_)
         each.join();
     left_.clear();
@@ -28,7 +28,7 @@ void PassingThreads::leave(Self self) {
 
 std::vector<std::thread> PassingThreads::takeAll() {
     std::vector<std::thread> all = std::exchange(left_, {});
-    // their entries stay until they leave
+    // the entries stay until the threads leave
     for (std::thread& each : running_)
         all.push_back(std::move(each));
     return all;

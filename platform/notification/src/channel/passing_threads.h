@@ -9,20 +9,20 @@
 
 namespace kelp::notification {
 
-/// Threads that begin when there is work and end when there is none. Not thread safe: all members
-/// are called under one lock of the owner's.
+/// Threads that start when there is work and end when there is none. Not thread safe: the owner
+/// calls all operations under one lock.
 class PassingThreads {
   public:
     using Self = std::list<std::thread>::iterator;
 
-    /// Starts a thread that runs `body` and calls leave() at its end. Throws std::system_error when
-    /// there is none to be had.
+    /// Start a thread that runs `body`, which calls leave() at its end. Throws std::system_error if
+    /// no thread can be started.
     void start(const std::string& name, std::function<void(Self)> body);
-    /// The last that a thread does under the lock.
+    /// The last thing a thread does under the lock.
     void leave(Self self);
-    /// Threads that have not left.
+    /// Number of threads that have not left.
     std::size_t count() const { return running_.size(); }
-    /// All threads, for the owner to join without the lock. Nothing is started from then on.
+    /// All threads, for the owner to join without the lock. No thread may be started afterwards.
     std::vector<std::thread> takeAll();
 
   private:

@@ -9,7 +9,7 @@ namespace kelp::notification {
 
 namespace {
 
-/// A farewell to a peer that does not answer must not hold anybody up.
+/// A peer that does not answer its farewell blocks a thread for 1 s at most.
 constexpr std::chrono::milliseconds kFarewellTimeout{1000};
 
 template <class Reference>

@@ -7,15 +7,14 @@
 
 namespace kelp::notification {
 
-// Peers of a TypeFeed. The reference is not nil, and whether its object has the operation is asked
-// for with each call only: a peer may be of the older event service, which has none. Such a call is
-// a BAD_OPERATION.
+// Peers of a TypeFeed. The reference must not be nil. Whether the object has the operation is only
+// checked by each call, since a peer of the older Event Service lacks it. A call to such a
+// peer raises BAD_OPERATION.
 
-/// Tells the peer of a proxy that the proxy has ended. Raises anything of CORBA. Empty for a nil
-/// peer.
+/// Calls a proxy's peer to disconnect it. May raise any CORBA exception. Empty for a nil peer.
 using Farewell = std::function<void()>;
 
-/// `disconnect` makes the call.
+/// A farewell to `peer`. `disconnect` makes the call.
 template <class Interface, class Disconnect>
 Farewell farewellTo(typename Interface::_ptr_type peer, Disconnect disconnect) {
     if (CORBA::is_nil(peer))
@@ -24,12 +23,12 @@ Farewell farewellTo(typename Interface::_ptr_type peer, Disconnect disconnect) {
     return [kept, disconnect] { disconnect(kept.in()); };
 }
 
-/// Has it make the call, for 1 s at most; a failure is traced. `name` is of whom it tells.
+/// Call the farewell, for 1 s at most. Traces a failure with the peer's `name`.
 void say(const Farewell& farewell, const std::string& name);
 
-/// One with offer_change.
+/// A peer that is called by offer_change.
 TypeFeed::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer);
-/// One with subscription_change: a supplier, or the callback of a filter.
+/// A peer that is called by subscription_change: a supplier, or the callback of a filter.
 TypeFeed::Peer toldOfSubscriptions(std::string name, CORBA::Object_ptr subscriber);
 
 }  // namespace kelp::notification

@@ -12,12 +12,12 @@ namespace kelp::notification {
 
 namespace {
 
-/// Consumers that do not answer come in crowds: after a while without one its threads are not
-/// needed.
+/// Consumers usually stop answering in crowds, so threads of the slow pool are useless after a
+/// time without any.
 constexpr std::chrono::seconds kIdleTime{10};
 
-/// By value: another thread may take the entry this time belongs to while this one sleeps, and the
-/// wait reads its time again after it woke.
+/// Takes the time by value: the wait reads it again after it woke, and another thread may have
+/// removed the entry it belongs to in the meantime.
 void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
                const Subscription::Clock::time_point when) {
     changed.wait_until(lock, when);
@@ -47,7 +47,7 @@ void Dispatcher::serveConsumers(std::size_t count) {
 void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
     const std::string owner = subscription->ownerKey();
     const Lock lock(mutex_);
-    // an owner that has its share of the threads goes on when one of them is free again
+    // an owner that already has its share of threads continues when one of them becomes free
     if (!stopping_ && fast_.turns.add(owner, std::move(subscription)))
         fast_.work.notify_one();
 }
@@ -58,7 +58,7 @@ void Dispatcher::later(std::shared_ptr<Subscription> subscription,
     const Lock lock(mutex_);
     if (stopping_)
         return;
-    // first: nothing is scheduled that no thread serves
+    // before scheduling, so that nothing waits in a pool without threads
     if (slow && slow_.threads < slow_.threadsMax)
         addThread(slow_);
     Lane& lane = slow ? slow_ : fast_;
@@ -89,7 +89,7 @@ void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::t
 
 void Dispatcher::stop() {
     std::vector<std::thread> ending;
-    // what they refer to may end with them, and must not do so under the lock
+    // may delete subscriptions, which must not happen under the lock
     std::list<Turns::Waiting> fast;
     std::list<Turns::Waiting> slow;
     {
@@ -116,12 +116,12 @@ Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left
     const bool isFast = &lane == &fast_;
     while (!stopping_) {
         if (Turns::Waiting next = lane.turns.take(Subscription::Clock::now()); next.subscription) {
-            // the one just left has a thread less, and may have another
+            // the owner just left uses one thread less, so another thread may now serve it
             if (left != nullptr && left != next.owner && lane.turns.mayHaveThread(*left))
                 lane.work.notify_one();
             return next;
         }
-        left = nullptr;  // may be forgotten meanwhile
+        left = nullptr;  // may be deleted during the wait
         if (isFast && lane.threads > fastWanted_)
             return {};
         if (const auto due = lane.turns.nextTime())
@@ -141,7 +141,7 @@ void Dispatcher::run(Lane& lane) {
     while (turn.subscription) {
         lock.unlock();
         turn.subscription->serve();
-        // it may end with this, and must not do so under the lock
+        // may delete the subscription, which must not happen under the lock
         turn.subscription.reset();
         lock.lock();
         lane.turns.ended(*turn.owner);
@@ -151,7 +151,7 @@ void Dispatcher::run(Lane& lane) {
 }
 
 void Dispatcher::leave(Lock&, Lane& lane) {
-    // the stop has them all
+    // stop() joins all threads
     if (stopping_)
         return;
     --lane.threads;
@@ -163,7 +163,7 @@ void Dispatcher::leave(Lock&, Lane& lane) {
 }
 
 void Dispatcher::joinEnded(Lock&) {
-    // at once: they have left the lock for the last time
+    // joining takes no time: they have released the lock for the last time
     for (std::thread& each : ended_)
         each.join();
     ended_.clear();

@@ -7,33 +7,33 @@
 
 namespace kelp::notification {
 
-/// The threads that deliver events. One pool grows and shrinks with the consumers, up to a limit; a
-/// small separate one serves those that did not answer, so that however many of them hang the
-/// others keep their threads. Its threads end when there has been nothing to do for 10 s. In both
-/// the owners of the consumers take turns.
+/// The threads that deliver events. One pool grows and shrinks with the number of consumers, up to
+/// a limit. A small second pool serves the consumers that did not answer, so the others keep their
+/// threads however many hang. Threads of the second pool end after 10 s without work. In both pools
+/// the owners of the consumers take turns. Any thread may call it.
 class Dispatcher final : public Subscription::Scheduler {
   public:
     Dispatcher(std::size_t threadsMax, std::size_t slowThreads);
-    /// stop().
+    /// Calls stop().
     ~Dispatcher() override;
     Dispatcher(const Dispatcher&) = delete;
     Dispatcher& operator=(const Dispatcher&) = delete;
 
-    /// Makes threads for this number of consumers, up to the limit. Threads beyond it end once they
-    /// have nothing in hand.
+    /// Start threads for this number of consumers, up to the limit. Surplus threads end once they
+    /// are idle.
     void serveConsumers(std::size_t count);
     void ready(std::shared_ptr<Subscription> subscription) override;
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
                bool slow) override;
     void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override;
-    /// Ends the threads after the calls in progress; what is scheduled is forgotten.
+    /// End the threads after the calls in progress, and forget what is scheduled.
     void stop();
 
     std::size_t threads() const;
 
   private:
     using Lock = std::unique_lock<std::mutex>;
-    /// A pool of threads and what waits for them.
+    /// A pool of threads and the consumers that wait for them.
     struct Lane {
         explicit Lane(std::size_t most) : threadsMax(most), turns(most) {}
         const std::size_t threadsMax;
@@ -42,12 +42,11 @@ class Dispatcher final : public Subscription::Scheduler {
         std::size_t threads = 0;
     };
 
-    /// False, and traced, when there can be no more threads than there are. Throws when there is
-    /// none.
+    /// If no thread can be started: throw if the pool has none, else trace it and return false.
     bool addThread(Lane& lane);
     void run(Lane& lane);
-    /// For a thread that has just served a consumer of `left`, if any. Without a subscription when
-    /// it is to end.
+    /// The next consumer to serve; none when the thread must end. `left` is the owner of the
+    /// consumer that the thread has just served, if any.
     Turns::Waiting next(Lane& lane, Lock& lock, const Turns::Owner* left);
     void leave(Lock& lock, Lane& lane);
     void joinEnded(Lock& lock);

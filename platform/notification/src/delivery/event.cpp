@@ -13,7 +13,7 @@ constexpr const char* kAnyType = "%ANY";
 
 using Clock = std::chrono::steady_clock;
 
-/// On the clock that nobody sets.
+/// The same time on the steady clock; now if it is over.
 Clock::time_point fromUtc(std::uint64_t utc) {
     const std::uint64_t now = currentUtc();
     return utc > now ? Clock::now() + fromWireTime(utc - now) : Clock::now();

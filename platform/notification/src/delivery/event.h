@@ -9,16 +9,16 @@
 
 namespace kelp::notification {
 
-/// Qualities of service of a single event. What is none is left to the proxy that delivers it.
+/// Qualities of service of a single event. The delivering proxy supplies those that are not set.
 struct EventQos {
     std::optional<std::int16_t> priority{};
-    /// How long after it was taken in it may be delivered; 0: without limit.
+    /// Maximum time from acceptance to delivery; 0: no limit.
     std::optional<std::chrono::milliseconds> timeout{};
-    /// When it expires at the latest, unless the proxy does not heed that.
+    /// Time at which the event expires, unless the proxy ignores it.
     std::optional<std::chrono::steady_clock::time_point> stop{};
 };
 
-/// An event from its taking-in on: never changed, shared by all queues.
+/// An accepted event. Immutable, shared by all queues.
 struct Event : kelp::orb::SharedEvent {
     Event(const CosNotification::StructuredEvent& event,
           std::chrono::steady_clock::time_point takenAt, const EventQos& eventQos = {})
@@ -29,19 +29,19 @@ struct Event : kelp::orb::SharedEvent {
 };
 using EventPtr = std::shared_ptr<const Event>;
 
-/// What an event that brings no qualities has, and which of those that it brings are heeded.
+/// Qualities for events that bring none, and which of the qualities that events bring count.
 struct EventDefaults {
     EventQos qos{};
     bool heedsStop = true;
 };
 
-/// The qualities come from the event's variable header (Priority, Timeout, StopTime) and, where it
-/// has none, from `defaults`. A property of another type than the standard's is none.
+/// Accept an event. Its qualities come from its variable header (Priority, Timeout, StopTime),
+/// those missing there from `defaults`. A property whose type is not the standard's is ignored.
 EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventDefaults& defaults = {});
-/// An Any that holds a structured event is that event; any other becomes the remainder of the body
-/// of an event of type "%ANY" (Notification Service 2.1.4).
+/// Accept an any. If it holds a structured event it becomes that event. Any other becomes the
+/// remainder of the body of an event of type "%ANY" (Notification Service 2.1.4).
 EventPtr takeIn(const CORBA::Any& any, const EventDefaults& defaults = {});
-/// The other way round.
+/// The event as an any: the inverse of takeIn().
 CORBA::Any asAny(const Event& event);
 
 }  // namespace kelp::notification

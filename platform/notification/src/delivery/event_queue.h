@@ -9,76 +9,74 @@
 
 namespace kelp::notification {
 
-/// The order in which waiting events are delivered. Events that are alike in it keep that of their
-/// arrival.
+/// The order in which waiting events are delivered. Events of equal rank keep the order of arrival.
 enum class Order { Arrival, Priority, Deadline };
-/// Which event goes when one more does not fit. By priority the lowest goes, by deadline the one
-/// that expires soonest; the oldest of several.
+/// Which event is discarded when one more does not fit: by priority the lowest, by deadline the one
+/// that expires soonest. Of several equal ones, the oldest.
 enum class Discard { Oldest, Newest, LowestPriority, SoonestDeadline };
 
-/// How one consumer's events wait. Priority and time-out are for events that bring none.
+/// How the events of one consumer wait. Priority and time-out apply to events that bring none.
 struct QueueRules {
     Order order = Order::Arrival;
     Discard discard = Discard::Oldest;
     std::int16_t priority = 0;
     std::chrono::milliseconds timeout{0};  ///< 0: events do not expire
-    bool heedsStop = true;                 ///< an event that says when it expires does
+    bool heedsStop = true;                 ///< whether events expire at their own stop time
 };
 
-/// The events that wait for one consumer, in order, and how many there were. Not thread safe.
+/// The events that wait for one consumer, in order, with counters. Not thread safe.
 ///
-/// At any time sent = delivered + lost + size. A function that throws has changed nothing.
+/// At any time sent = delivered + lost + size. An operation that throws has changed nothing.
 class EventQueue {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
     explicit EventQueue(std::size_t limit) : limit_(limit) {}
 
-    /// `isOwn`: the consumer itself has chosen the limit, so what does not fit is lost by its own
-    /// choice.
+    /// `isOwn`: the consumer has set the limit itself, so events that do not fit count as lost by
+    /// its own choice.
     void setLimit(std::size_t limit, bool isOwn = false);
     std::size_t limit() const { return limit_; }
     bool hasOwnLimit() const { return hasOwnLimit_; }
-    /// The events that wait are put into their new order.
+    /// Set the rules and sort the waiting events by them.
     void setRules(const QueueRules& rules);
 
-    /// Takes an event in and returns what was discarded for it: null, another one, or the event
-    /// itself. Events being delivered are never discarded.
+    /// Add an event. Returns the first event discarded to make room: another one, or `event`
+    /// itself. Null if nothing was discarded. Events being delivered are never discarded.
     EventPtr add(const EventPtr& event);
-    /// Counts an event that was lost before it could be added; with `isOwn` by the consumer's own
-    /// doing.
+    /// Count an event that was lost before it could be added. `isOwn`: by the consumer's own doing.
     void countLost(bool isOwn = false);
-    /// The first events, at most `most`; they stay in the queue and count as being delivered until
+    /// The first events, at most `most`. They stay in the queue and count as being delivered until
     /// settle() or putBack().
     std::vector<EventPtr> beginDelivery(std::size_t most);
-    /// Those being delivered have been (or are lost).
+    /// Remove the events being delivered and count them as delivered or lost.
     void settle(bool delivered);
-    /// Those being delivered wait again, in their place.
+    /// Let the events being delivered wait again, in their place.
     void putBack() { inDelivery_ = 0; }
-    /// Drops those whose time is over, the ones being delivered excepted: lost by the choice of
-    /// whoever set the time-out.
+    /// Drop the events that have expired, except those being delivered. They count as lost by
+    /// choice: whoever set the time-out wanted it.
     void expire(Time now);
-    /// Drops those that wait, the ones being delivered excepted. The first one dropped.
+    /// Drop all events except those being delivered. Returns the first one dropped.
     EventPtr clear();
 
     bool empty() const { return events_.empty(); }
     std::size_t size() const { return events_.size(); }
-    /// Those not being delivered.
+    /// Number of events that are not being delivered.
     std::size_t waiting() const { return events_.size() - inDelivery_; }
     const EventPtr& front() const { return events_.front().event; }
-    /// When the oldest of them was taken in. Not to be called when it is empty.
+    /// Time at which the oldest event was accepted. The queue must not be empty.
     Time oldestTaken() const;
 
     std::uint64_t sent() const { return sent_; }
     std::uint64_t delivered() const { return delivered_; }
     std::uint64_t lost() const { return lost_; }
-    /// Of the lost ones, those that expired or did not fit into a limit of the consumer's own.
+    /// Lost events that expired, or did not fit a limit set by the consumer.
     std::uint64_t lostByChoice() const { return lostByChoice_; }
 
   private:
     struct Entry {
         EventPtr event;
-        std::uint64_t number;  ///< rising in the order of arrival
+        std::uint64_t number;  ///< increases in the order of arrival
     };
     using Entries = std::deque<Entry>;
 
@@ -89,7 +87,7 @@ class EventQueue {
     bool isBefore(const Entry& left, const Entry& right) const;
 
     Entries events_;
-    std::size_t inDelivery_ = 0;  // of the first events
+    std::size_t inDelivery_ = 0;  // number of events being delivered: the first ones
     std::size_t limit_;
     bool hasOwnLimit_ = false;
     QueueRules rules_;

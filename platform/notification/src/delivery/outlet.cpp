@@ -37,7 +37,7 @@ void Outlet::take(const EventPtr& event) {
         way = sieve_.put({event, admin_->filters.current(), filters.current()},
                          core_.settings().queueEventsMax, lost);
     } catch (const std::bad_alloc&) {
-        // only this consumer has lost it
+        // only this consumer loses the event
         lost = event;
     }
     if (way == Sieve::Way::Straight)

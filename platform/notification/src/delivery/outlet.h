@@ -14,23 +14,23 @@ namespace kelp::notification {
 
 class ChannelCore;
 
-/// One proxy supplier's way out of the channel: what passes the filters goes to its subscription.
-/// Events are filtered by the channel's filter stage, in their order.
+/// The path of events from the channel to the consumer of one proxy supplier. The channel's filter
+/// stage filters the events in their order. Those that pass go to the subscription.
 class Outlet final : public Subscription, public FilterStage::Task {
   public:
     Outlet(ChannelCore& core, std::shared_ptr<AdminData> admin,
            CosNotifyChannelAdmin::ProxyID proxy);
 
-    /// Whose it is. Set once, before the first event.
+    /// Set the owner. Called once, before the first event.
     void setOwner(OwnerPtr owner) { owner_ = std::move(owner); }
-    /// Takes an event, to be filtered if there are filters. One after the other.
+    /// Accept an event and filter it if there are filters. Called for one event after the other.
     void take(const EventPtr& event);
-    /// It ends: nothing is filtered any more.
+    /// Remove the filters and the events that wait to be filtered, when the proxy ends.
     void forgetFilters() {
         filters.clear();
         sieve_.clear();
     }
-    /// Subscription::isSettled(), and likewise for the events that wait to be filtered.
+    /// Subscription::isSettled(), and less than half of the events that may wait for filtering do.
     bool hasDrained() const;
 
     // -- Subscription and FilterStage::Task
@@ -42,7 +42,7 @@ class Outlet final : public Subscription, public FilterStage::Task {
     TypeList types;
 
     void applyQos(const Qos& qos);
-    /// What both the admin and the proxy subscribe to.
+    /// The types that both the admin and the proxy subscribe to.
     TypeSet subscribedTypes() const { return narrowed(types.types(), admin_->types.types()); }
     AdminData& admin() { return *admin_; }
     CosNotifyChannelAdmin::ProxyID proxy() const { return proxy_; }
@@ -59,8 +59,8 @@ class Outlet final : public Subscription, public FilterStage::Task {
     const CosNotifyChannelAdmin::ProxyID proxy_;
     OwnerPtr owner_;
     Sieve sieve_;
-    /// An evaluation of its filters has spent its budget: the events that they keep waiting are its
-    /// own loss.
+    /// An evaluation of its filters has exceeded its budget. From then on, events dropped because
+    /// too many wait to be filtered count as the consumer's own doing.
     std::atomic<bool> isTooCostly_{false};
 };
 

@@ -37,7 +37,7 @@ Problem outOf(QoSError_code code, Value low, Value high) {
     return {code, anyOf(low), anyOf(high)};
 }
 
-/// Takes a number between the two into `into`.
+/// Store a number between `low` and `high` in `into`.
 template <class Wire, class Value>
 std::optional<Problem> takeNumber(const CORBA::Any& any, Wire low, Wire high, Value& into) {
     Wire value{};
@@ -65,7 +65,8 @@ CORBA::ULongLong toWireTime(milliseconds time) {
     return static_cast<std::uint64_t>(time.count()) * kUnitsPerMs;
 }
 
-/// A policy that exists and is not offered is unsupported, not bad.
+/// A policy that the standard defines but the channel does not offer is unsupported. Any other
+/// number is a bad value.
 std::optional<Problem> takeOrder(const CORBA::Any& any, std::initializer_list<CORBA::Short> offered,
                                  std::int16_t& into) {
     CORBA::Short value = 0;
@@ -79,7 +80,7 @@ std::optional<Problem> takeOrder(const CORBA::Any& any, std::initializer_list<CO
     return std::nullopt;
 }
 
-/// What the channel does anyway may be asked for; the other values are unsupported.
+/// Accept the value that the channel implements anyway. Others are unsupported.
 std::optional<Problem> requireBestEffort(const CORBA::Any& any) {
     CORBA::Short value = 0;
     if (!(any >>= value))
@@ -101,10 +102,10 @@ std::optional<Problem> requireFalse(const CORBA::Any& any) {
     return std::nullopt;
 }
 
-/// The sides on which a quality is offered.
+/// The sides on which a quality is offered, as bits.
 constexpr unsigned kForConsumers = 1;
 constexpr unsigned kForSuppliers = 2;
-constexpr unsigned kForEvents = 4;  ///< may stand in an event's header
+constexpr unsigned kForEvents = 4;  ///< allowed in an event's header
 constexpr unsigned kForBoth = kForConsumers | kForSuppliers;
 
 unsigned maskOf(QosSide side) {
@@ -145,7 +146,7 @@ struct Quality {
     unsigned sides;
     std::optional<Problem> (*take)(const CORBA::Any& value, Qos& into);
     void (*give)(const Qos& from, CORBA::Any& value);
-    /// Null: there is nothing to choose.
+    /// Null: there is only one value.
     PropertyRange (*range)() = nullptr;
 };
 
@@ -217,7 +218,7 @@ const Quality kQualities[] = {
      [](const Qos& qos, CORBA::Any& any) { any <<= toWireTime(qos.timeout); }, kAnyTime},
 };
 
-/// Names that the standard defines and the channel does not offer at all.
+/// Properties that the standard defines and the channel offers on no side.
 const char* const kNeverOffered[] = {StartTime};
 
 std::vector<Quality> qualitiesOf(unsigned sides) {
@@ -264,7 +265,7 @@ const Limit kLimits[] = {
      [](const AdminLimits&, CORBA::Any& any) { any <<= CORBA::Any::from_boolean(false); }},
 };
 
-/// Applies the wanted properties one by one; the errors of all that do not fit.
+/// Apply the wanted properties one by one and return the errors of those that do not fit.
 template <class Table, class Values>
 PropertyErrorSeq apply(const Table& table, const PropertySeq& wanted, Values& values) {
     PropertyErrorSeq errors;

@@ -14,11 +14,11 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A consumer with more events waiting keeps its thread so long before others that wait for one
-/// have theirs.
+/// Maximum time for which a consumer with more events keeps its delivery thread while others wait
+/// for one.
 constexpr milliseconds kLongestTurn{5};
 
-/// Nobody has this object, or it wants no events any more.
+/// The object does not exist.
 bool meansGone(const CORBA::SystemException& failure) {
     return CORBA::OBJECT_NOT_EXIST::_downcast(&failure) != nullptr ||
            CORBA::INV_OBJREF::_downcast(&failure) != nullptr;
@@ -29,11 +29,11 @@ void traceCutShort() noexcept {
         kelp::util::traceFrom("notification", "a delivery was cut short and is made again",
                               kelp::util::TraceKind::Exception);
     } catch (const std::exception&) {
-        // no memory for that either
+        // no memory for the trace either
     }
 }
 
-/// The call may or may not have reached its object, and the same call may succeed later.
+/// The call may or may not have reached the object, and a retry may succeed.
 bool meansNoAnswer(const CORBA::SystemException& failure) {
     return CORBA::TIMEOUT::_downcast(&failure) != nullptr ||
            CORBA::TRANSIENT::_downcast(&failure) != nullptr ||
@@ -49,7 +49,8 @@ Subscription::Subscription(Scheduler& scheduler, const DeliverySettings& setting
       queue_(queueLimit),
       backOff_(settings.firstBackOff) {}
 
-/// A call of a consumer that pulls, during which it is not silent. Under the subscription's lock.
+/// A pull in progress. Meanwhile its consumer does not count as silent. Used under the
+/// subscription's lock.
 class Subscription::Puller {
   public:
     explicit Puller(Subscription& subscription) : subscription_(subscription) {
@@ -154,7 +155,7 @@ Subscription::Change Subscription::resume() {
     if (!suspended_)
         return Change::WasSo;
     suspended_ = false;
-    // nobody has asked it whether it answers since it was suspended
+    // nobody has called it during the suspension, so its silence does not count
     silentSince_ = Clock::now();
     backOff_ = settings_.firstBackOff;
     scheduleIfNeeded(lock);
@@ -210,12 +211,12 @@ void Subscription::endPacing(Lock&) {
         scheduler_.sooner(*this, pacedUntil_);
         state_ = State::Scheduled;
     } catch (const std::bad_alloc&) {
-        // its time comes
+        // the turn stays scheduled for pacedUntil_
     }
 }
 
-/// In the next state unless there is no memory for the turn: then idle, until tend() or the next
-/// event.
+/// Enter state `next` and schedule the turn. If there is no memory the state becomes idle until
+/// tend() or the next event.
 template <class Act>
 void Subscription::schedule(State next, Act act) {
     state_ = next;
@@ -247,7 +248,7 @@ void Subscription::serve() noexcept {
         if (hasWork())
             serveLocked(lock);
     } catch (...) {
-        // no memory for the call or for its failure: what was being delivered waits again
+        // no memory for the call or for handling its failure: the events being delivered wait again
         if (!lock.owns_lock())
             lock.lock();
         queue_.putBack();
@@ -276,7 +277,7 @@ bool Subscription::hasNotPulledFor(milliseconds time, Clock::time_point now) con
 }
 
 void Subscription::serveLocked(Lock& lock) {
-    // the consumer may be disconnected while it is called
+    // close() may release receiver_ during the call
     const std::shared_ptr<Receiver> receiver = receiver_;
     const Clock::time_point turnEnd = Clock::now() + kLongestTurn;
     const bool wasSilent = !answers_;
@@ -284,7 +285,7 @@ void Subscription::serveLocked(Lock& lock) {
         return;
     do {
         queue_.expire(Clock::now());
-        // after a silence only the event that may have arrived is sent by the thread that probed
+        // after a silence this thread sends only the first batch, which may have arrived already
     } while (!queue_.empty() && hasWork() && deliverBatch(lock, *receiver) && !wasSilent &&
              Clock::now() < turnEnd);
 }

@@ -7,7 +7,7 @@ namespace kelp::notification {
 
 namespace {
 
-/// How many turns of others an owner without waiting consumers is remembered for.
+/// An owner without waiting consumers is forgotten after this number of turns of others.
 constexpr std::uint64_t kTurnsRemembered = 4096;
 
 }  // namespace
@@ -114,7 +114,7 @@ Turns::Owner& Turns::ownerOf(const std::string& key) {
     auto made = std::make_unique<Owner>();
     made->isNobody = key.empty();
     made->number = ++ownersMade_;
-    // its place for whenever something of it is due, when there may be no memory for one
+    // made now, so that it can enter due_ later without allocating memory
     made->place = due_.extract(due_.insert(made.get()).first);
     return *owners_.emplace(key, std::move(made)).first->second;
 }

@@ -14,9 +14,9 @@
 namespace kelp::notification {
 
 /// Consumers that wait for a thread of a pool. Their owners take turns, whatever the number of
-/// their consumers, and no owner has so many threads in hand as are left for the others: however
-/// many of one owner's consumers are slow or hang, another's are served soon. Those that are
-/// nobody's may have all threads. Not thread safe.
+/// their consumers. An owner gets another thread only while more threads are free than it already
+/// uses, so one owner's slow or hanging consumers do not keep another owner's waiting for long.
+/// Consumers without an owner may use all threads. Not thread safe.
 class Turns {
   public:
     using Time = Subscription::Clock::time_point;
@@ -26,41 +26,41 @@ class Turns {
         Owner* owner = nullptr;
     };
 
-    /// For a pool of at most so many threads.
+    /// For a pool of at most `threads` threads.
     explicit Turns(std::size_t threads);
     ~Turns();
     Turns(const Turns&) = delete;
     Turns& operator=(const Turns&) = delete;
 
-    /// True when its owner may have another thread now.
+    /// Add a consumer that can be served now. True if its owner may have another thread now.
     bool add(const std::string& owner, std::shared_ptr<Subscription> subscription);
-    /// Not to be taken before that time.
+    /// Add a consumer that is not to be served before `when`.
     void add(const std::string& owner, Time when, std::shared_ptr<Subscription> subscription);
-    /// It was to wait until `when`, and need not any longer. False when it does not wait for that
+    /// Let a consumer that waits until `when` be served at once. False if it does not wait for that
     /// time.
     bool hasten(const Subscription& subscription, Time when);
 
-    /// The next one, for a thread that serves it and then says ended(); without a subscription when
-    /// there is none that may be served now.
+    /// Take the next consumer that may be served now; none if there is none. The thread that serves
+    /// it calls ended() afterwards.
     Waiting take(Time now);
-    /// Its thread is free again.
+    /// A thread has finished serving a consumer of this owner.
     void ended(Owner& owner);
     /// Whether one of this owner's consumers may be taken now.
     bool mayHaveThread(const Owner& owner) const;
 
-    /// When the next one may be taken of those that wait for a time.
+    /// The earliest time for which a consumer waits.
     std::optional<Time> nextTime() const;
     bool empty() const { return timed_.empty() && due_.empty(); }
-    /// All that wait. What is being served still says ended().
+    /// Take all that wait. ended() is still due for those being served.
     std::list<Waiting> takeAll();
 
   private:
-    /// The one whose last turn is longest ago comes first, and of those without one the eldest.
+    /// The owner whose last turn is longest ago comes first. Of those without a turn, the oldest.
     struct ByLastTurn {
         bool operator()(const Owner* one, const Owner* other) const;
     };
     using Places = std::set<Owner*, ByLastTurn>;
-    /// Lists of one: to move an entry from here to its owner takes no memory.
+    /// Lists of one entry, which can be moved to the owner's list without allocating memory.
     using Timed = std::multimap<Time, std::list<Waiting>>;
 
     Owner& ownerOf(const std::string& key);
@@ -72,19 +72,19 @@ class Turns {
     std::uint64_t turns_ = 0;
     std::uint64_t ownersMade_ = 0;
     std::map<std::string, std::unique_ptr<Owner>> owners_;
-    Places due_;  ///< the owners that have consumers whose time has come
+    Places due_;  ///< owners with consumers that can be served now
     Timed timed_;
 };
 
-/// An owner of consumers that wait or are being served.
+/// An owner with consumers that wait or are being served.
 struct Turns::Owner {
     std::list<Waiting> due;
     std::size_t timed = 0;
-    std::size_t busy = 0;  ///< threads that serve its consumers
+    std::size_t busy = 0;  ///< threads serving its consumers
     std::uint64_t lastTurn = 0;
-    std::uint64_t number = 0;  ///< in the order of coming
+    std::uint64_t number = 0;  ///< in the order of creation
     bool isNobody = false;
-    Places::node_type place;  ///< for due_, while it is not there
+    Places::node_type place;  ///< its node for due_ while it is not in there
 };
 
 }  // namespace kelp::notification

@@ -22,7 +22,7 @@ bool isUtc(CORBA::TypeCode_ptr declared) {
 
 std::optional<std::uint64_t> utcOf(DynamicAny::DynAny_ptr value) {
     const CORBA::TypeCode_var type = value->type();
-    // the time is the first of the members
+    // the time is the first member
     if (!isUtc(type.in()) || !value->seek(0))
         return std::nullopt;
     const DynamicAny::DynAny_var units = value->current_component();

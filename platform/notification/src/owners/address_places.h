@@ -6,18 +6,18 @@
 
 namespace kelp::notification {
 
-/// How many objects of one kind clients at each address have in the channel. An object holds a
-/// place of the address that it was made from, until it ends. Thread safe; places may outlive this.
+/// Counts the objects of one kind for each address. An object holds a place of the address that it
+/// was made from until it ends. Thread safe. Places may outlive this object.
 class AddressPlaces {
   public:
     using Place = KeyedPlaces::Place;
 
-    /// Places of one address.
+    /// `max` places for each address.
     explicit AddressPlaces(std::size_t max) : places_(max) {}
 
     std::size_t max() const { return places_.max(); }
-    /// A place of this peer's address; null when it has all of them. A caller inside the process,
-    /// who has no address, always gets one.
+    /// A place of this peer's address; null if none is left. A caller inside the process has no
+    /// address and always gets a place.
     Place take(const kelp::orb::PeerAddress& peer) {
         return places_.take(kelp::orb::networkOf(peer));
     }

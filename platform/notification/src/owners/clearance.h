@@ -11,16 +11,16 @@ namespace kelp::notification {
 
 class ChannelCore;
 
-/// Removes what belongs to owners that have gone. For one thread at a time.
+/// Removes the objects of owners that have gone. Used by one thread at a time.
 class Clearance {
   public:
-    /// `guard` is borrowed; with a null one nobody ever goes.
+    /// `guard` is borrowed. If it is null, no owner ever goes.
     Clearance(std::shared_ptr<ChannelCore> core, const Guard* guard,
               std::chrono::milliseconds grace)
         : core_(std::move(core)), absences_(guard, grace) {}
 
-    /// Drops all objects of the owners whose grace is over at this time. Calls nobody; other
-    /// threads disconnect the consumers.
+    /// Drop all objects of the owners whose grace period is over at `now`. Makes no remote call;
+    /// other threads disconnect the peers.
     void review(Absences::Time now);
 
   private:

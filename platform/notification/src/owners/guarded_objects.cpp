@@ -40,7 +40,7 @@ bool isDisconnect(std::string_view operation) {
     return operation.starts_with("disconnect_");
 }
 
-/// Of a common object, for all who use it.
+/// Whether the operation changes a common object for all who use it.
 bool isChange(std::string_view operation) {
     constexpr std::array<std::string_view, 10> changes = {"destroy",
                                                           "set_qos",
@@ -74,14 +74,14 @@ PortableServer::ObjectId* GuardedObjects::enter(PortableServer::Servant servant,
     try {
         keys_.emplace(servant, key);
     } catch (const std::bad_alloc&) {
-        objects_.erase(entered);  // in both or in none
+        objects_.erase(entered);  // the entry is in both maps or in none
         throw;
     }
     return id._retn();
 }
 
 void GuardedObjects::forget(PortableServer::Servant servant) {
-    Entry gone;  // may end here, and must not do so under the lock
+    Entry gone;  // may delete the servant, which must not happen under the lock
     const std::lock_guard guard(mutex_);
     const auto found = keys_.find(servant);
     if (found == keys_.end())

@@ -13,49 +13,50 @@
 
 namespace kelp::notification {
 
-/// Who may call an object over connections, and what.
+/// Who may call an object over connections, and which operations.
 struct ObjectRights {
-    OwnerPtr owner{};  ///< null: everybody
+    OwnerPtr owner{};  ///< null: everybody may call it
     bool isCommon =
-        false;  ///< all use it and only the EMS changes it: the channel, a default admin
-    bool isOfSuppliers = false;  ///< for addresses that may supply
+        false;  ///< all may use it but only the EMS may change it: the channel, a default admin
+    bool isOfSuppliers = false;  ///< only addresses that may supply may call it
 };
 
-/// The objects of a channel by their keys, which are random so that none can be guessed, and the
-/// gate that every request passes on its way to one. NO_PERMISSION is the answer to a caller over a
-/// connection
-/// - whose address may not use the channel, except that it may disconnect what it has connected,
-/// - who is not the owner of the object,
-/// - who would change a common object: destroy it, or set its qualities, limits, filters or types,
-/// - who may not supply, from an object of suppliers.
-/// Whether an object exists, and of which interface, is answered to everybody who has its key.
+/// The objects of a channel by their keys, and the check that every request to them passes. Keys
+/// are random so that nobody can guess one. A caller over a connection gets NO_PERMISSION if
+/// - its address may not use the channel, except to disconnect what it has connected,
+/// - it is not the owner of the object,
+/// - it wants to change a common object: destroy it, or set its qualities, limits, filters or
+/// types,
+/// - it may not supply, and the object is one for suppliers.
+/// Everybody who has the key of an object may ask whether it exists and which interface it has.
 ///
-/// Calls inside the process pass. Thread safe. A servant is pinned while it is called.
+/// Calls inside the process are not restricted. Thread safe. A servant is pinned while it is
+/// called.
 class GuardedObjects final : public kelp::orb::CountedLocal<PortableServer::ServantLocator> {
   public:
-    /// Null: everybody may use the channel.
+    /// `guard` is borrowed. Null: everybody may use the channel.
     explicit GuardedObjects(const Guard* guard) : guard_(guard), owners_(guard) {}
 
     Owners& owners() { return owners_; }
 
-    /// NO_PERMISSION for a reference in the request in hand that the channel may not call. Nil is
-    /// fine.
+    /// Throws NO_PERMISSION if the channel may not call this reference, which the current request
+    /// brings. A nil reference is accepted.
     void requireCallable(CORBA::Object_ptr reference) const;
 
-    /// NO_PERMISSION unless the request in hand comes from an address that may supply.
+    /// Throws NO_PERMISSION if the current request comes from an address that may not supply.
     void requireSupplier() const;
 
-    /// Enters a servant, adding a reference, under a new id, which the caller owns.
+    /// Add a servant, with a reference to it, under a new id that the caller owns. Throws
     /// OBJECT_NOT_EXIST after close().
     PortableServer::ObjectId* enter(PortableServer::Servant servant, const ObjectRights& rights);
-    /// Harmless when it is gone already.
+    /// Remove a servant. Does nothing if it has been removed.
     void forget(PortableServer::Servant servant);
-    /// A reference that the caller owns, or null. NO_PERMISSION when the object is not the
-    /// caller's.
+    /// The servant, with a reference that the caller owns, or null. Throws NO_PERMISSION if the
+    /// object is not the caller's.
     PortableServer::Servant findOwn(const PortableServer::ObjectId& id) const;
     /// The servants of all objects of this owner.
     std::vector<PortableServer::ServantBase_var> of(const OwnerPtr& owner) const;
-    /// Forgets all; there are no objects from here on.
+    /// Remove all objects. None can be added from here on.
     void close();
 
     // -- ServantLocator

@@ -9,23 +9,22 @@
 
 namespace kelp::notification {
 
-/// Places that are counted for each key by itself: an object holds one of its key until it ends.
-/// Thread safe; places may outlive this.
+/// A limited number of places for each key. An object holds a place of its key until it ends.
+/// Thread safe. Places may outlive this object.
 class KeyedPlaces {
   public:
-    /// Held by one object; the place is free when the last copy is gone.
+    /// Held by one object. The place is free when the last copy is destroyed.
     using Place = std::shared_ptr<const void>;
 
-    /// Places of one key.
+    /// `max` places for each key.
     explicit KeyedPlaces(std::size_t max) : max_(max), counts_(std::make_shared<Counts>()) {}
 
     std::size_t max() const { return max_; }
-    /// A place of this key; null when it has all of them. The empty key has no limit.
+    /// A place of this key; null if none is left. The empty key has no limit.
     Place take(const std::string& key) {
         if (key.empty())
             return std::make_shared<char>();
-        // first: the place must be given back also when there is no memory for the one that holds
-        // it
+        // allocated first, so that nothing is counted if there is no memory
         auto held = std::make_shared<Held>(counts_, key);
         const std::lock_guard guard(counts_->mutex);
         std::size_t& count = counts_->byKey[key];
@@ -39,7 +38,8 @@ class KeyedPlaces {
   private:
     struct Counts {
         std::mutex mutex;
-        std::map<std::string, std::size_t> byKey;  ///< guarded by mutex; none is 0 unless max is
+        std::map<std::string, std::size_t>
+            byKey;  ///< guarded by mutex; no count is 0 unless max is
     };
     struct Held {
         Held(std::shared_ptr<Counts> shared, std::string itsKey)

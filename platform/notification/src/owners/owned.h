@@ -6,11 +6,11 @@ namespace kelp::notification {
 class Owned {
   public:
     virtual ~Owned() = default;
-    /// In the order in which they end: what uses others first.
+    /// In the order in which they are dropped: those that use others first.
     enum class Kind { Proxy, Admin, Filter };
     virtual Kind ownedKind() const = 0;
-    /// Ends it, since its owner may not use the channel any more. False: something that is another
-    /// owner's still uses it, and it stays. The caller keeps it alive.
+    /// End the object, because its owner may no longer use the channel. False, and no effect, if
+    /// another owner's object still uses it. The caller keeps the object alive.
     virtual bool drop() = 0;
 };
 

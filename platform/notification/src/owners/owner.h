@@ -9,32 +9,33 @@
 
 namespace kelp::notification {
 
-/// Who calls: the peer of the request in hand, and the log-ins that its connection belongs to.
+/// The caller: the peer of the current request, and the log-ins that its connection belongs to.
 struct Caller {
     bool isInside = false;  ///< no request: the call comes from this process
     kelp::orb::PeerAddress peer;
-    std::vector<LogIn> logIns;  ///< the latest first; empty: the address alone is known
+    std::vector<LogIn> logIns;  ///< the latest first; empty: only the address is known
 };
 
-/// Whose an object of the channel is: a log-in, or an address where the log-in is not known. Where
-/// several log-ins share a connection it is the latest one's, and stays as long as one of them
-/// lives: nobody can tell whose call it was. All objects of one owner share it. Thread safe.
+/// The owner of objects of the channel: a log-in, or an address if the log-in is not known. If
+/// several log-ins share a connection, the owner is known by the latest one and stays as long as
+/// any of them lives, since nobody can tell which of them made the call. All objects of one owner
+/// share it. Thread safe.
 class Owner {
   public:
-    /// The caller, not one inside the process, by its latest log-in.
+    /// The caller by its latest log-in. Not for a caller inside the process.
     explicit Owner(const Caller& caller);
 
-    /// Where its first object was made from.
+    /// The peer that made its first object.
     const kelp::orb::PeerAddress& peer() const { return peer_; }
-    /// Its log-ins; empty: it is an address.
+    /// Its log-ins. Empty if the owner is an address.
     std::vector<LogIn> logIns() const;
-    /// For quotas and for comparing: the log-in's id, or the address.
+    /// The log-in's id, or the address: for quotas and comparisons.
     std::string key() const;
-    /// For messages.
+    /// The log-in's name, or the address: for messages.
     std::string text() const;
-    /// The objects are these log-ins' as well.
+    /// Let the objects also belong to these log-ins.
     void join(const std::vector<LogIn>& logIns);
-    /// The objects are these log-ins' from here on, and no longer those that were.
+    /// Let the objects belong to these log-ins only.
     void become(const std::vector<LogIn>& heirs);
 
   private:
@@ -42,36 +43,36 @@ class Owner {
     mutable std::mutex mutex_;
     std::vector<LogIn> logIns_;  // guarded by mutex_
 };
-/// Null: the object was made inside the process, and belongs to the EMS.
+/// Null: the object was made inside the process and belongs to the EMS.
 using OwnerPtr = std::shared_ptr<Owner>;
 
-/// Whether one of them has not ended.
+/// Whether any of them has not ended.
 bool isAnyLive(const Guard& guard, const std::vector<LogIn>& logIns);
 
-/// The owners that have objects, and what callers may do with the objects of each. Thread safe;
-/// calls the guard without a lock.
+/// The owners that have objects, and what callers may do with these objects. Thread safe. Calls the
+/// guard without a lock.
 class Owners {
   public:
-    /// Null: everybody may use the channel, and owners are addresses.
+    /// `guard` is borrowed. Null: everybody may use the channel, and owners are addresses.
     explicit Owners(const Guard* guard) : guard_(guard) {}
 
-    /// Of the request in hand.
+    /// The caller of the current request.
     Caller caller() const;
-    /// Whether the caller may use the channel: its address may, and not all of its log-ins have
-    /// ended.
+    /// Whether the caller may use the channel: its address may, and at least one of its log-ins, if
+    /// any are known, has not ended.
     bool mayUse(const Caller& caller) const;
-    /// The owner of what the caller makes; null inside the process. A caller of whom the address
-    /// alone is known makes it for the owner of the object that it makes it with, `parent`, if
-    /// there is one at that address.
+    /// The owner of what the caller makes. Null inside the process. If only the caller's address is
+    /// known and `parent`, the owner of the object used to make it, is at that address, it is
+    /// `parent`.
     OwnerPtr of(const Caller& caller, const OwnerPtr& parent = nullptr);
-    /// Whether the objects of this owner are shown to the caller: its own, and to a caller inside
-    /// the process all.
+    /// Whether the caller sees the objects of this owner. A caller sees its objects; a caller
+    /// inside the process sees all.
     static bool isShown(const Caller& caller, const OwnerPtr& owner);
-    /// Whether the caller, who knows the key of one of this owner's objects, may call it. What
-    /// belonged to a log-in that has ended becomes that of the log-in at the same address that goes
-    /// on using it.
+    /// Whether the caller, who knows the key of one of this owner's objects, may call the object.
+    /// If all log-ins of the owner have ended, a live log-in at the same address that goes on using
+    /// the object takes over all the owner's objects.
     bool mayCall(const Caller& caller, const OwnerPtr& owner) const;
-    /// Those that have objects.
+    /// All owners that have objects.
     std::vector<OwnerPtr> all();
 
   private:
@@ -82,7 +83,7 @@ class Owners {
     std::vector<std::weak_ptr<Owner>> owners_;  // guarded by mutex_
 };
 
-/// The line that tells that a proxy is dropped; `proxy` with its admin's number and its own.
+/// Trace that a proxy is dropped. `proxy` names it with the ids of its admin and itself.
 void traceDropped(const std::string& proxy, const OwnerPtr& owner);
 
 }  // namespace kelp::notification

@@ -46,7 +46,7 @@ void ChangeNotices::schedule(std::shared_ptr<TypeFeed> feed) {
 
 void ChangeNotices::close() {
     std::deque<std::shared_ptr<TypeFeed>>
-        forgotten;  // may end here, and must not do so under the lock
+        forgotten;  // may delete feeds, which must not happen under the lock
     const Lock lock(mutex_);
     stopping_ = true;
     forgotten.swap(waiting_);

@@ -11,22 +11,22 @@ namespace kelp::notification {
 
 class TypeFeed;
 
-/// The thread that tells peers of changed event types, one call after the other, each with a
-/// time-out. It begins with the first change that somebody follows. Feeds take turns, a call each.
-/// Thread safe.
+/// The thread that notifies peers of changed event types. It makes one call after the other, each
+/// with a time-out. It starts with the first change that a peer follows. Feeds take turns, one call
+/// each. Thread safe.
 class ChangeNotices {
   public:
     explicit ChangeNotices(std::chrono::milliseconds callTimeout);
-    /// stop().
+    /// Calls stop().
     ~ChangeNotices();
     ChangeNotices(const ChangeNotices&) = delete;
     ChangeNotices& operator=(const ChangeNotices&) = delete;
 
-    /// Somebody who follows this feed is behind. Harmless when the feed is waiting already.
+    /// Schedule a feed that has a follower to notify. Does nothing if the feed waits already.
     void schedule(std::shared_ptr<TypeFeed> feed);
-    /// No call begins from here on. Does not wait.
+    /// From here on no call begins. Does not wait.
     void close();
-    /// close(), and waits for the call in progress. Not to be called by the thread itself.
+    /// close(), then wait for the call in progress. Not to be called by the thread itself.
     void stop();
 
   private:

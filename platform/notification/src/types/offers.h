@@ -8,21 +8,22 @@
 
 namespace kelp::notification {
 
-/// What suppliers say that they offer, each proxy consumer and each supplier admin for itself;
-/// together every type while none of them offers anything. Thread safe; its lock is taken outside
-/// the feed's.
+/// The event types that suppliers offer: one set for each proxy consumer and each supplier admin,
+/// and their union, which is every type while nobody offers anything. Thread safe. Its lock is
+/// taken before the feed's.
 class Offers {
   public:
     using OffererId = int;
 
-    /// `feed` is kept at what all offer together.
+    /// Publishes the union of all offers in `feed`.
     explicit Offers(std::shared_ptr<TypeFeed> feed) : feed_(std::move(feed)) {}
 
     OffererId enter();
-    /// Throws what changedTypes throws, and OBJECT_NOT_EXIST for one who has left. All or nothing.
+    /// Change the offers of one offerer, completely or not at all. Throws what changedTypes throws,
+    /// and OBJECT_NOT_EXIST if the offerer has left.
     void change(OffererId offerer, const CosNotification::EventTypeSeq& added,
                 const CosNotification::EventTypeSeq& removed);
-    /// Takes its offers along; harmless the second time.
+    /// Remove the offerer and its offers. Does nothing the second time.
     void leave(OffererId offerer);
 
   private:

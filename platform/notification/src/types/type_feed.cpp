@@ -47,7 +47,7 @@ TypeFeed::FollowerId TypeFeed::follow(Peer peer, const TypeSet& known) {
 }
 
 bool TypeFeed::unfollow(FollowerId id) {
-    Followers::node_type gone;  // its reference is released without the lock
+    Followers::node_type gone;  // releases its reference without the lock
     const std::lock_guard guard(mutex_);
     gone = followers_.extract(id);
     return !gone.empty();
@@ -62,8 +62,8 @@ std::vector<TypeFeed::FollowerId> TypeFeed::followers() const {
 }
 
 TypeFeed::Followers::iterator TypeFeed::nextBehind() {
-    // beginning behind the last one told: a set that changes all the time does not leave the others
-    // out
+    // starts after the last one notified, so that no follower is left out while the set changes all
+    // the time
     auto each = followers_.upper_bound(lastTold_);
     for (std::size_t left = followers_.size(); left > 0; --left, ++each) {
         if (each == followers_.end())

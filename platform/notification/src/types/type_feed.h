@@ -16,21 +16,21 @@ namespace kelp::notification {
 
 class ChangeNotices;
 
-/// A set of event types and the peers who are told when it changes. A peer is told how the set
-/// differs from what it knows when its turn comes, so any number of changes meanwhile are one call,
-/// or none when they cancel out.
+/// A set of event types and the peers that follow it. A peer is notified of the difference between
+/// the set and what the peer knows at that moment. Any number of earlier changes are therefore one
+/// call, or none if they cancel out.
 ///
-/// A peer whose call raises a system exception (it does not answer, is gone, or has no such
-/// operation) is traced and told no more; one that raises InvalidEventType goes on being told.
+/// A peer whose call raises a system exception (no answer, gone, no such operation) is traced and
+/// stops following. A peer that raises InvalidEventType continues to follow.
 ///
-/// Thread safe; its lock is taken inside those of its users.
+/// Thread safe. Its lock is taken inside those of its users.
 class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
   public:
     using FollowerId = std::int32_t;
     static constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
-    /// A peer as it is called and as it is named in traces. The call is made without a lock, by the
-    /// thread of the notices, under their time-out; it may raise anything of CORBA.
+    /// A peer: its name for traces and the call to it. The call is made without a lock, by the
+    /// thread of the notices, with their time-out. It may raise any CORBA exception.
     struct Peer {
         std::string name;
         std::function<void(const CosNotification::EventTypeSeq& added,
@@ -38,21 +38,22 @@ class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
             tell;
     };
 
-    /// `notices` outlives the feed's users.
+    /// `notices` must outlive the users of the feed.
     TypeFeed(ChangeNotices& notices, TypeSet initial, std::size_t followersMax = kNoLimit);
 
     TypeSet types() const;
-    /// The set from here on.
+    /// Replace the set and schedule the peers that have to be notified.
     void publish(TypeSet types);
 
-    /// From here on the peer, which knows these types, is told of changes; at once if they differ
-    /// already. Throws NO_RESOURCES for one peer too many.
+    /// Add a peer that knows the types `known`. It is notified at once if the set differs, later
+    /// after each change. Throws NO_RESOURCES if there are too many peers.
     FollowerId follow(Peer peer, const TypeSet& known);
-    /// False when there is none (any more). A call in progress is not waited for.
+    /// Remove a peer. False if it does not follow. Does not wait for a call in progress.
     bool unfollow(FollowerId id);
     std::vector<FollowerId> followers() const;
 
-    /// Tells one peer who is behind; false when there is none. For the thread of the notices.
+    /// Notify one peer that does not know the current set. False if all know it. Called by the
+    /// thread of the notices.
     bool tellNext();
 
   private:

@@ -6,11 +6,11 @@
 
 namespace kelp::notification {
 
-/// Event types that somebody subscribes to: all of them until told otherwise, and again when the
-/// last one was taken back. Thread safe.
+/// Event types that somebody subscribes to. All types at first, and again after the last one was
+/// removed. Thread safe.
 class TypeList {
   public:
-    /// Throws what changedTypes throws. All or nothing.
+    /// Change the types completely or not at all. Throws what changedTypes throws.
     void change(const CosNotification::EventTypeSeq& added,
                 const CosNotification::EventTypeSeq& removed);
     bool matches(const CosNotification::EventType& type) const;

@@ -8,7 +8,7 @@ namespace kelp::notification {
 
 namespace {
 
-/// A list of more names is not one that selects types.
+/// A longer list does not select types any more.
 constexpr std::size_t kTypesMax = 200;
 
 void requireName(const CosNotification::EventTypeSeq& types) {
@@ -18,7 +18,7 @@ void requireName(const CosNotification::EventTypeSeq& types) {
     }
 }
 
-/// What two patterns have in common; nothing when no text has the form of both.
+/// The pattern for what two patterns have in common; none if no text matches both.
 std::optional<std::string> overlap(const std::string& one, const std::string& other) {
     if (matchesPattern(other.c_str(), one.c_str()))
         return one;

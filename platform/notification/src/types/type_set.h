@@ -8,31 +8,29 @@
 
 namespace kelp::notification {
 
-/// The name of an event type: domain and type, each of which may hold "*" for any text.
+/// The name of an event type: domain and type. In each, "*" stands for any text.
 using TypeName = std::pair<std::string, std::string>;
 
-/// Names of event types. The name for every type, ("*", "%ALL"), stands alone: no other is beside
-/// it.
+/// Names of event types. The name for every type, ("*", "%ALL"), is always the only one in its set.
 using TypeSet = std::set<TypeName>;
 
 /// The set of every type.
 const TypeSet& allTypes();
 bool isAll(const TypeSet& types);
 
-/// The name under which a type is kept. "%ALL" in any domain is every type, and so is "*" in domain
-/// "*" or
+/// The name of a type in a set. "%ALL" in any domain means every type, as does "*" in domain "*" or
 /// "".
 TypeName nameOf(const CosNotification::EventType& type);
 
-/// The set with the changes of an offer_change or a subscription_change. Throws InvalidEventType
-/// for a type without a name and NO_RESOURCES for more names than anybody needs.
+/// The set after the changes of an offer_change or a subscription_change. Throws InvalidEventType
+/// for a type without a name, and NO_RESOURCES if the set becomes larger than 200 names.
 TypeSet changedTypes(TypeSet types, const CosNotification::EventTypeSeq& added,
                      const CosNotification::EventTypeSeq& removed);
 
 void unite(TypeSet& types, const TypeSet& others);
 
-/// Names of the types that are in both sets, wildcards considered. Where two names overlap and
-/// neither holds the other, the one of `types` stays: too much rather than too little.
+/// Names of the types that are in both sets, with regard to wildcards. Of two names that overlap
+/// without one including the other, the one of `types` stays: too many types rather than too few.
 TypeSet narrowed(const TypeSet& types, const TypeSet& others);
 
 /// The names that are in `types` and not in `others`.
@@ -40,7 +38,7 @@ TypeSet without(const TypeSet& types, const TypeSet& others);
 
 CosNotification::EventTypeSeq* asSequence(const TypeSet& types);
 
-/// True when `text` has the form of `pattern`, whose "*" stand for any text.
+/// True if `text` matches `pattern`, in which "*" stands for any text.
 bool matchesPattern(const char* pattern, const char* text);
 
 }  // namespace kelp::notification

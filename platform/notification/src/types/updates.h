@@ -10,23 +10,22 @@
 
 namespace kelp::notification {
 
-/// A proxy's peer as one who may be told of changes in a feed: of offers when it is a consumer, of
-/// subscriptions when it is a supplier. It is told from the time on when it is connected and has
-/// asked for it; of what changed between the two as well. Thread safe; its lock is taken outside
-/// the feed's.
+/// The peer of a proxy as a follower of a feed: a consumer follows offers, a supplier follows
+/// subscriptions. It is notified once it is connected and has asked for updates, also of changes
+/// between these two moments. Thread safe. Its lock is taken before the feed's.
 class Updates {
   public:
     using Mode = CosNotifyChannelAdmin::ObtainInfoMode;
 
     explicit Updates(std::shared_ptr<TypeFeed> feed) : feed_(std::move(feed)) {}
 
-    /// Answers obtain_offered_types and obtain_subscription_types, and switches updates on or
-    /// off. Who was given up is told again after it has asked once more.
+    /// Answer obtain_offered_types and obtain_subscription_types, and switch updates on or off. A
+    /// peer that was dropped after a failure follows again if it asks.
     CosNotification::EventTypeSeq* obtain(Mode mode);
 
-    /// The peer is connected; to be called once at most.
+    /// Connect the peer. Called once at most.
     void connect(TypeFeed::Peer peer);
-    /// The proxy ends: nothing is told from here on, but for a call in progress.
+    /// The proxy ends: no call begins from here on. A call in progress continues.
     void close();
 
   private:

@@ -13,134 +13,140 @@
 
 namespace kelp::notification {
 
-/// How deliveries are made; the same for every consumer of a channel.
+/// How events are delivered. The same for every consumer of a channel.
 struct KELP_EXPORT DeliverySettings {
-    std::chrono::milliseconds pushTimeout{10000};  ///< limit of one call to a consumer or supplier
-    std::chrono::milliseconds deadAfter{
-        600000};  ///< a consumer that answers nothing for so long is given up
-    std::chrono::milliseconds firstBackOff{
-        500};  ///< before a consumer that did not answer is tried again
+    /// Maximum time of one call to a consumer or supplier.
+    std::chrono::milliseconds pushTimeout{10000};
+    /// A consumer that has shown no life for this time is dead.
+    std::chrono::milliseconds deadAfter{600000};
+    /// Pause before the first retry to a consumer that did not answer. Doubles with each retry.
+    std::chrono::milliseconds firstBackOff{500};
     std::chrono::milliseconds longestBackOff{30000};
 };
 
-/// Objects that clients at one address may have in a channel at the same time; they count until
-/// they end. A caller inside the process is not limited.
+/// Maximum number of objects that the clients at one address may have in a channel at the same
+/// time. An object counts until it ends. Callers inside the process are not limited.
 struct KELP_EXPORT AddressLimits {
-    std::size_t consumers =
-        200;  ///< proxies of consumers, connected or not; beyond, AdminLimitExceeded
-    std::size_t suppliers = 100;  ///< likewise of suppliers
-    std::size_t admins = 500;     ///< beyond, NO_RESOURCES
-    std::size_t filters = 5000;   ///< likewise
+    /// Proxies of consumers, connected or not. One more raises AdminLimitExceeded.
+    std::size_t consumers = 200;
+    std::size_t suppliers = 100;  ///< proxies of suppliers, likewise
+    std::size_t admins = 500;     ///< one more raises NO_RESOURCES
+    std::size_t filters = 5000;   ///< one more raises NO_RESOURCES
 };
 
-/// Objects that one owner may have in a channel at the same time, and what its constraints may
-/// cost. An owner is a log-in, or an address where the log-in is not known. A caller inside the
-/// process is not limited in numbers.
+/// Maximum number of objects that one owner may have in a channel at the same time, and the
+/// maximum cost of its constraints. An owner is a log-in, or an address if the log-in is not known.
+/// Callers inside the process are limited only in the cost.
 struct KELP_EXPORT OwnerLimits {
-    std::size_t consumers = 20;          ///< proxies of consumers; beyond, AdminLimitExceeded
-    std::size_t admins = 50;             ///< beyond, NO_RESOURCES
-    std::size_t filters = 500;           ///< likewise
-    std::size_t constraints = 2000;      ///< of all its filters; likewise
-    std::size_t constraintBytes = 8192;  ///< of one text; beyond, InvalidConstraint
-    /// Steps that one constraint may need for an event, estimated when it is added; beyond,
-    /// InvalidConstraint.
+    std::size_t consumers = 20;      ///< proxies of consumers; one more raises AdminLimitExceeded
+    std::size_t admins = 50;         ///< one more raises NO_RESOURCES
+    std::size_t filters = 500;       ///< one more raises NO_RESOURCES
+    std::size_t constraints = 2000;  ///< in all its filters; one more raises NO_RESOURCES
+    /// Length of one constraint in octets. A longer one raises InvalidConstraint.
+    std::size_t constraintBytes = 8192;
+    /// Steps that one constraint may need for one event, estimated when it is added. A more costly
+    /// one raises InvalidConstraint.
     std::size_t constraintCost = 20000;
-    /// Steps that the filters of one consumer may take for one event; beyond, the event does not
-    /// match.
+    /// Steps that the filters of one consumer may take for one event. An event that needs more does
+    /// not match.
     std::size_t evaluationCost = 50000;
 };
 
 struct KELP_EXPORT ChannelSettings {
     DeliverySettings delivery;
     std::size_t queueEventsMax = 10000;   ///< events that may wait for one consumer
-    std::size_t deliveryThreadsMax = 64;  ///< grown with the consumers
-    std::size_t slowThreads = 4;          ///< for consumers that do not answer
-    std::size_t filterThreads = 2;        ///< for consumers with filters; at least 2
+    std::size_t deliveryThreadsMax = 64;  ///< threads grow and shrink with the consumers
+    std::size_t slowThreads = 4;          ///< threads for consumers that do not answer
+    std::size_t filterThreads = 2;        ///< threads for consumers with filters; at least 2
     AddressLimits perAddress;
     OwnerLimits perOwner;
     /// Makes the calls to structured and sequence consumers.
     const kelp::orb::EventSender* sender = &kelp::orb::encodingSender();
-    /// Who may use the channel over connections; null: everybody. It must outlive the channel.
+    /// Decides who may use the channel over connections. Null: everybody. Must outlive the channel.
     const Guard* guard = nullptr;
-    /// From when an address is first seen to have lost permission until its proxies are dropped.
+    /// Time from when an owner is first seen without permission until its objects are dropped.
     std::chrono::milliseconds grace{60000};
 };
 
-/// Who is told of lost events.
+/// Learns about lost events.
 class KELP_EXPORT LossListener {
   public:
     virtual ~LossListener() = default;
-    /// Events were discarded, refused, or dropped with a dead consumer; this one first. On the
-    /// thread that pushed or delivered; several threads may tell at once. Must not throw.
+    /// Events were discarded, refused by the consumer, or dropped with a dead consumer. `first` is
+    /// the first of them. Called on the thread that lost them (of a push, a filter, a delivery or
+    /// review()), so several threads may call at the same time. Must not throw.
     virtual void eventsLost(const CosNotification::StructuredEvent& first) = 0;
 };
 
-/// A CosNotification event channel of this process (OMG Notification Service 1.1): structured,
-/// sequence and any consumers that push or pull, suppliers that push, filters, qualities of
-/// service. Each consumer has a bounded queue of its own and gets its events in the order of
-/// push(), unless its OrderPolicy is another. Not offered, by NO_IMPLEMENT: mapping filters
-/// (create_mapping_filter, a priority_filter or lifetime_filter set), suppliers that are pulled
-/// from, and the untyped proxies of the Event Service. docs/notification.md compares it with the
-/// standard.
+/// A CosNotification event channel in this process (OMG Notification Service 1.1). It serves
+/// consumers of structured events, sequences and anys that push or pull, suppliers that push,
+/// filters, and qualities of service. Each consumer has a separate bounded queue. It receives its
+/// events in the order of push(), unless it has set another OrderPolicy.
 ///
-/// A consumer is dead, and is removed, when its object does not exist, when it says Disconnected,
-/// or when it has shown no life for DeliverySettings::deadAfter: no call to it was answered, or, if
-/// it pulls, events waited and it has not pulled. A push that got no answer is made again once a
-/// call that carries no event was answered: an event may arrive twice, never out of order. The time
-/// of a suspension does not count.
+/// Mapping filters (create_mapping_filter, setting a priority_filter or lifetime_filter), suppliers
+/// that are pulled from, and the untyped proxies of the Event Service raise NO_IMPLEMENT.
+/// docs/notification.md compares the channel with the standard.
 ///
-/// Events that a consumer loses by a limit that it has set itself (its Timeout, a
-/// MaxEventsPerConsumer below the configured one), or that expire by a Timeout of their own, are
-/// counted and told to nobody.
+/// A consumer is dead, and is removed, in three cases: its object does not exist, it raises
+/// Disconnected, or it has shown no life for DeliverySettings::deadAfter. A consumer that is pushed
+/// to shows life by answering a call, one that pulls by pulling while events wait. The time of a
+/// suspension does not count. A push that got no answer is retried after a call that carries no
+/// event was answered. An event may therefore arrive twice, but never out of order.
 ///
-/// What suppliers offer (offer_change, at a proxy or an admin, each for itself; it goes with them)
-/// is told to consumers, and what the consumers subscribe to (the types at proxy and admin
-/// together; "%ALL" stands alone and means every type) is told to suppliers. While nobody offers
-/// anything that is "%ALL"; without consumers nothing is subscribed to. These updates are off until
-/// a peer asks for them (ALL_NOW_UPDATES_ON or NONE_NOW_UPDATES_ON of obtain_offered_types,
-/// obtain_subscription_types), so that none is called unasked. Then its offer_change or
-/// subscription_change is called after real changes, several of them as one, by one thread of the
-/// channel that serves nothing else, with DeliverySettings::pushTimeout. A peer whose call raises a
-/// system exception (no answer, no such object or operation) has its updates switched off, and may
-/// ask again. The callbacks of a filter are told of the event types of its constraints in the same
-/// way; one that fails is detached.
+/// Some losses are counted but not reported to the LossListener: events that a consumer loses by a
+/// limit that it has set itself (its Timeout, or a MaxEventsPerConsumer below the configured one),
+/// and events that expire by their own Timeout.
 ///
-/// The keys of its objects are random, and with a Guard every request that arrives over a
-/// connection is refused (NO_PERMISSION) unless the guard lets its peer's address use the channel;
-/// disconnect operations, _is_a and _non_existent excepted. Calls inside the process are free. A
-/// proxy belongs to the address that it was obtained or, later, connected from; review() drops it
-/// once that address has been without permission for ChannelSettings::grace. That is no event loss:
-/// there is nobody to tell. Its consumer is not called.
+/// Consumers can follow what suppliers offer: the union of the types given by offer_change at all
+/// proxies and admins of suppliers, each until it ends. While nobody offers anything the union is
+/// "%ALL", which means every type and stands alone. Suppliers can follow what consumers subscribe
+/// to: for each consumer the types that its proxy and its admin have in common. Without consumers
+/// there are no subscriptions.
+///
+/// These updates are off until a peer asks for them with ALL_NOW_UPDATES_ON or NONE_NOW_UPDATES_ON
+/// (obtain_offered_types, obtain_subscription_types), so no peer is called unasked. From then on
+/// the channel calls the peer's offer_change or subscription_change after real changes, and may
+/// combine several changes in one call. One thread that does nothing else makes these calls, each
+/// limited by DeliverySettings::pushTimeout. If the call raises a system exception (no answer, no
+/// such object or operation), the peer's updates are switched off; it may ask again. The callbacks
+/// of a filter follow the event types of its constraints in the same way. A callback that fails is
+/// detached.
+///
+/// The keys of the channel's objects are random. With a Guard, a request over a connection is
+/// refused (NO_PERMISSION) unless the guard lets its peer's address use the channel. Disconnect
+/// operations, _is_a and _non_existent are exempt from that. Calls inside the process are not
+/// restricted. An object belongs to the owner that made it. review() drops it once its owner has
+/// been without permission for ChannelSettings::grace. That is not reported as an event loss,
+/// because nobody is left to receive the events. Other threads try to disconnect the peer.
 ///
 /// Any thread may call it. The ORB must outlive it.
 class KELP_EXPORT Channel {
   public:
-    /// Makes the channel's objects in a child of the root POA, whose manager it shares. `listener`
-    /// may be null.
+    /// Make the channel's objects in a child of the root POA. The child shares the root POA's
+    /// manager. `listener` is borrowed and may be null.
     Channel(CORBA::ORB_ptr orb, const ChannelSettings& settings, LossListener* listener);
-    /// stop().
+    /// Calls stop().
     ~Channel();
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
     CosNotifyChannelAdmin::EventChannel_ptr reference() const;
 
-    /// Takes an event in for every connected consumer whose filters it passes. Waits for no
-    /// consumer, nor for a filter: those of other processes are refused (NO_IMPLEMENT).
+    /// Queue an event for every connected consumer whose filters it passes. Wait neither for a
+    /// consumer nor for a filter: filters of other processes are refused (NO_IMPLEMENT).
     void push(const CosNotification::StructuredEvent& event);
 
     std::vector<ConsumerCounts> consumers() const;
-    /// True when every consumer that answers has drained below half of its queue.
+    /// True when every consumer that answers has less than half of its queue filled.
     bool isDrained() const;
 
-    /// Drops the proxies, of consumers and suppliers, whose owner's grace is over at this time, and
-    /// traces each. Drops events whose time is over, and consumers that have stopped pulling. To be
-    /// called a few times a second, by one thread at a time and not during stop(). Calls nobody but
-    /// the LossListener.
+    /// Drop the objects whose owner's grace period is over at `now`, and trace each proxy. Drop
+    /// events that have expired, and consumers that have stopped pulling. To be called a few times
+    /// a second, by one thread at a time, and not during stop(). Calls nobody but the LossListener.
     void review(std::chrono::steady_clock::time_point now);
 
-    /// Ends every delivery, every blocked pull and the telling of changes, and takes the objects
-    /// away. Calls in progress are waited for, which their time-out bounds.
+    /// End every delivery, every blocked pull and all updates, and remove the objects. Waits for
+    /// the calls in progress, at most for their time-out.
     void stop();
 
   private:

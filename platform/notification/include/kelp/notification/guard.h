@@ -9,32 +9,33 @@
 
 namespace kelp::notification {
 
-/// One log-in as a channel knows it: the owner of what is made over its connections.
+/// A log-in as a channel knows it. It owns what is made over its connections.
 struct KELP_EXPORT LogIn {
-    std::string id;    ///< tells it apart from every other; never empty
+    std::string id;    ///< unique among all log-ins; never empty
     std::string name;  ///< for messages
 };
 
-/// Who may use a channel over connections, and whose the objects in it are.
+/// Decides who may use a channel over connections, and who owns the objects in it.
 class KELP_EXPORT Guard {
   public:
     virtual ~Guard() = default;
-    /// Whether callers at this peer's address may use the channel now; its port does not matter,
-    /// since an NMS may have its consumers in another process than its session. Asked for each
-    /// request that arrives over a connection, on the request's thread, and with each review: to be
-    /// answered without waiting for anybody. Must not throw.
+    /// Whether callers at this peer's address may use the channel now. The port does not matter,
+    /// because an NMS may have its consumers in another process than its session. Called for each
+    /// request over a connection, on the request's thread, and in each review. Must answer without
+    /// waiting and must not throw.
     virtual bool mayUse(const kelp::orb::PeerAddress& peer) const = 0;
-    /// Whether the channel may call this reference, not nil, which the request in hand brings: a
-    /// consumer, a supplier, the callback of a filter. Asked on the request's thread, for requests
-    /// over connections only. Must neither call it nor throw.
+    /// Whether the channel may call this reference, which the current request brings: a consumer, a
+    /// supplier or the callback of a filter, never nil. Called on the request's thread, only for
+    /// requests over connections. Must neither call the reference nor throw.
     virtual bool mayCall(CORBA::Object_ptr) const { return true; }
-    /// Whether callers at this address may be suppliers. Asked like mayUse().
+    /// Whether callers at this address may be suppliers. Called like mayUse().
     virtual bool maySupply(const kelp::orb::PeerAddress&) const { return false; }
-    /// The log-ins that the request's connection is known to belong to, the latest first. Empty:
-    /// its address alone is known, and the caller is taken for any of its log-ins whose object's
-    /// key it knows. Asked like mayUse().
+    /// The log-ins that the request's connection is known to belong to, the latest first. Empty if
+    /// only the address is known. Such a caller may use the objects of any log-in at its address
+    /// whose keys it knows. Called like mayUse().
     virtual std::vector<LogIn> logInsOf(const kelp::orb::RequestInfo&) const { return {}; }
-    /// Whether this log-in, once among logInsOf(), has not ended. Asked like mayUse().
+    /// Whether this log-in has not ended. `id` was returned by logInsOf() before. Called like
+    /// mayUse().
     virtual bool isLive(const std::string&) const { return true; }
 };
 

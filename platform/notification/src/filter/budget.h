@@ -5,13 +5,13 @@
 
 namespace kelp::notification {
 
-/// The steps that an evaluation may take: about one for an operator, a step of a path, or an
-/// element looked at. For one thread.
+/// The number of steps that an evaluation may take. One step is about one operator, one step of a
+/// path, or one element of a sequence. For one thread.
 class Budget {
   public:
     explicit Budget(std::size_t steps) : left_(steps) {}
 
-    /// Takes some steps; false when there are not as many left, and from then on.
+    /// Spend some steps. False if fewer are left; from then on it is always false.
     bool spend(std::size_t steps = 1) {
         isSpent_ = isSpent_ || steps > left_;
         left_ -= std::min(steps, left_);

@@ -49,7 +49,7 @@ class Evaluation {
         const std::optional<bool> flag = truth(value);
         return flag ? Result(!*flag) : std::nullopt;
     }
-    /// What decides already is not asked further: "exist $x and $x > 3".
+    /// Stops at the first operand that decides: "exist $x and $x > 3".
     Result ofChain(const Expression& node, bool decides) const {
         for (const Expression& each : node.operands) {
             const std::optional<bool> flag = truth(of(each));
@@ -80,7 +80,7 @@ class Evaluation {
         if (node.kind == Kind::Compare)
             return budget_.spend(part + whole) ? compare(node.comparison, *left, *right)
                                                : std::nullopt;
-        // each place of the whole may be one where the part nearly is
+        // at each position of the whole text the comparison may fail only at the last character
         return budget_.spend(whole * (part + 1)) ? isSubstring(*left, *right) : std::nullopt;
     }
     static std::size_t costOf(const Value& value) {

@@ -12,20 +12,20 @@
 
 namespace kelp::notification {
 
-/// A text that is no constraint.
+/// A text is not a valid constraint.
 class ConstraintSyntaxError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// How much a constraint may be.
+/// Maximum size and cost of a constraint.
 struct ConstraintLimits {
     std::size_t octets = 8192;  ///< of the text
     std::size_t cost = 20000;   ///< steps that one evaluation may need, estimated from the text
 };
 
 /// A constraint of the extended trader constraint language (Notification Service 2.4), parsed once.
-/// Immutable: any thread may ask it. An empty text matches every event.
+/// Immutable, so any thread may call it. An empty text matches every event.
 class Constraint {
   public:
     /// Throws what parseConstraint() throws.
@@ -33,10 +33,10 @@ class Constraint {
     Constraint(const Constraint&) = delete;
     Constraint& operator=(const Constraint&) = delete;
 
-    /// False too when it fails: a property is missing, types do not go together, the budget is
-    /// spent.
+    /// Whether the event matches. Also false if the evaluation fails: a property is missing, types
+    /// do not fit each other, or the budget is spent.
     bool matches(const CosNotification::StructuredEvent& event, Budget& budget) const;
-    /// The same with as many steps as the limits estimate at most.
+    /// The same with a budget of ConstraintLimits::cost steps.
     bool matches(const CosNotification::StructuredEvent& event) const;
 
   private:

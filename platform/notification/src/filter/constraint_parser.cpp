@@ -13,11 +13,11 @@ namespace kelp::notification {
 
 namespace {
 
-/// Parentheses in each other; nobody writes more.
+/// Maximum nesting of parentheses. Nobody writes more.
 constexpr int kDepthMax = 50;
-/// Steps that are reckoned for what depends on the event: how many elements a sequence has.
+/// Estimated number of elements of a sequence, which depends on the event.
 constexpr std::size_t kLoopCost = 50;
-/// Octets of a text that are compared in one step.
+/// Octets of text that are compared in one step.
 constexpr std::size_t kOctetsPerStep = 32;
 constexpr std::int64_t kIntegerMax = 4294967295;
 
@@ -48,7 +48,7 @@ class Scanner {
     bool isAtEnd() const { return at_ == text_.size(); }
     char next() const { return isAtEnd() ? '\0' : text_[at_]; }
 
-    /// The symbol, if it is next.
+    /// Skip the symbol if it is next. False if it is not.
     bool take(std::string_view symbol) {
         if (!text_.substr(at_).starts_with(symbol))
             return false;
@@ -64,7 +64,7 @@ class Scanner {
     bool takeKeyword(std::string_view keyword) { return isKeyword(keyword) && take(keyword); }
 
     bool isAtName() const { return isLetter(next()) || next() == '\\'; }
-    /// An identifier that is no keyword. A backslash in front makes one of a keyword.
+    /// Read an identifier. Keywords are refused unless a backslash precedes them.
     std::string name() {
         const bool isEscaped = next() == '\\';
         if (isEscaped)
@@ -166,7 +166,7 @@ class Scanner {
     std::size_t at_ = 0;
 };
 
-/// One function a rule of the grammar.
+/// A recursive-descent parser. One function per rule of the grammar.
 class Parser {
   public:
     Parser(std::string_view text, std::size_t costMax) : scanner_(text), costMax_(costMax) {}
@@ -214,7 +214,7 @@ class Parser {
         return made;
     }
     std::optional<Comparison> comparisonOperator() {
-        // the longer ones first
+        // longer operators first
         static constexpr std::array<std::pair<std::string_view, Comparison>, 6> operators = {{
             {"==", Comparison::Equal},
             {"!=", Comparison::NotEqual},
@@ -292,7 +292,7 @@ class Parser {
         if (scanner_.takeKeyword("default")) {
             Expression made = node(Kind::HasDefault, kLoopCost);
             made.path = pathOrName();
-            // the path is that of a union or, as the grammar has it, of its discriminator
+            // the path leads to the union or, as in the grammar, to its discriminator
             if (!made.path.empty() && made.path.back().kind == PathStep::Kind::Discriminant)
                 made.path.pop_back();
             return made;
@@ -351,7 +351,7 @@ class Parser {
             scanner_.fail("no event has what stands before");
         return path;
     }
-    /// One more step, if there is one.
+    /// Read one more step of a path. False if there is none.
     bool step(PropertyPath& path) {
         if (!path.empty() && path.back().kind >= PathStep::Kind::Length)
             return false;
@@ -386,7 +386,7 @@ class Parser {
         return {PathStep::Kind::Member, scanner_.name(), 0};
     }
 
-    /// "3)", "-3)", "'text')", ")".
+    /// Read the label of a union: "3)", "-3)", "'text')" or ")".
     PathStep label() {
         if (scanner_.take(")"))
             return {PathStep::Kind::DefaultLabel, "", 0};

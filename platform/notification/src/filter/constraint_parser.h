@@ -10,10 +10,10 @@ namespace kelp::notification {
 
 struct ConstraintLimits;
 
-/// What a text of the extended trader constraint language says (Notification Service 2.4.4, the
-/// grammar there); none for a blank text, which every event matches. Throws ConstraintSyntaxError:
-/// for another text, for one that is longer, deeper or more costly than the limits allow, and for
-/// one that names what no event has.
+/// Parse a text of the extended trader constraint language (grammar in Notification Service 2.4.4).
+/// Returns none for a blank text, which matches every event. Throws ConstraintSyntaxError if the
+/// text is not a constraint, is longer, deeper or more costly than the limits allow, or names a
+/// property that no event can have.
 std::optional<Expression> parseConstraint(std::string_view text, const ConstraintLimits& limits);
 
 }  // namespace kelp::notification

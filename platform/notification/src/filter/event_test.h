@@ -8,13 +8,13 @@ namespace kelp::notification {
 
 class Budget;
 
-/// What a filter is for those who use it.
+/// A filter as its users see it.
 class EventTest {
   public:
     virtual ~EventTest() = default;
-    /// Whether the event passes. False when the budget is spent before that is known.
+    /// Whether the event passes. False if the budget is spent before the result is known.
     virtual bool passes(const CosNotification::StructuredEvent& event, Budget& budget) const = 0;
-    /// Held by each user.
+    /// A token that each user holds while it uses the filter.
     virtual std::shared_ptr<const void> use() const = 0;
 };
 

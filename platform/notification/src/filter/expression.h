@@ -9,21 +9,21 @@
 
 namespace kelp::notification {
 
-/// A constraint, or a part of one, as a tree. It is as deep as its text has parentheses in each
-/// other, and a little: chains of operators are one node.
+/// A constraint, or a part of one, as a tree. Its depth is little more than the nesting of
+/// parentheses in the text, because a chain of operators is one node.
 struct Expression {
     enum class Kind {
-        Literal,     ///< `literal`
+        Literal,     ///< the value of `literal`
         Property,    ///< the value at `path`
-        Exists,      ///< whether there is something at `path`
-        HasDefault,  ///< whether none of the labels of the union at `path` is the active one
-        Contains,    ///< whether the sequence at `path` has the first operand among its elements
-        Not,         ///< of the first operand
-        And,         ///< of all operands; what is known is not asked further
-        Or,          ///< likewise
-        Compare,     ///< the first operand with the second
-        Substring,   ///< whether the first operand is part of the second
-        Arithmetic,  ///< the first operand, then each of `steps` with the next one
+        Exists,      ///< whether `path` leads to anything
+        HasDefault,  ///< whether none of the labels of the union at `path` is active
+        Contains,    ///< whether the sequence at `path` contains the value of the first operand
+        Not,         ///< negates the first operand
+        And,         ///< of all operands, evaluated up to the first that is false
+        Or,          ///< of all operands, evaluated up to the first that is true
+        Compare,     ///< compares the first operand with the second
+        Substring,   ///< whether the first operand is a substring of the second
+        Arithmetic,  ///< the first operand, combined by each of `steps` with the next operand
     };
 
     Kind kind = Kind::Literal;

@@ -9,16 +9,16 @@ namespace kelp::notification {
 
 class ChannelCore;
 
-/// The one grammar there is (Notification Service 2.4).
+/// The only grammar that is supported (Notification Service 2.4).
 inline constexpr const char* kExtendedTcl = "EXTENDED_TCL";
 
-/// Makes the filters of a channel, as many as a limit allows. Filters that set priorities or
-/// lifetimes are not offered.
+/// Creates the filters of a channel, up to a limit. Mapping filters, which set priorities or
+/// lifetimes, are not offered.
 class FilterFactoryServant final : public POA_CosNotifyFilter::FilterFactory {
   public:
     explicit FilterFactoryServant(std::shared_ptr<ChannelCore> core) : core_(std::move(core)) {}
 
-    /// InvalidGrammar for another grammar, NO_RESOURCES for one filter too many.
+    /// Throws InvalidGrammar for any other grammar, and NO_RESOURCES if there are too many filters.
     CosNotifyFilter::Filter_ptr create_filter(const char* grammar) override;
     CosNotifyFilter::MappingFilter_ptr create_mapping_filter(
         const char* grammar, const CORBA::Any& defaultValue) override;

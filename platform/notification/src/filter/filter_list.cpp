@@ -6,9 +6,9 @@
 namespace kelp::notification {
 
 namespace {
-/// An NMS that adds more is not one that selects events.
+/// An NMS that adds more filters does not use them to select events.
 constexpr std::size_t kFiltersMax = 100;
-/// Made before it is needed: an end must not fail for want of memory.
+/// Allocated in advance: clear() must not fail for lack of memory.
 const FilterList::Snapshot kNoFilters = std::make_shared<FilterList::Snapshot::element_type>();
 }  // namespace
 
@@ -65,7 +65,7 @@ CosNotifyFilter::FilterIDSeq* FilterList::ids() const {
 }
 
 void FilterList::clear() {
-    Snapshot gone = kNoFilters;  // its filters may end with it, and must not do so under the lock
+    Snapshot gone = kNoFilters;  // may delete filters, which must not happen under the lock
     const std::lock_guard guard(mutex_);
     filters_.swap(gone);
 }

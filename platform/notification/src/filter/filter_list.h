@@ -11,36 +11,37 @@
 
 namespace kelp::notification {
 
-/// The filters of an admin or a proxy. An event passes when one of them matches, or when there is
-/// none. Thread safe; no lock is held while a filter is asked.
+/// The filters of an admin or a proxy. An event passes if one of them matches, or if there are
+/// none. Thread safe. No lock is held while a filter evaluates an event.
 class FilterList {
   private:
     struct Entry {
         CosNotifyFilter::Filter_var reference;
         PortableServer::ServantBase_var keeper;
-        const EventTest* test = nullptr;  ///< lives with the keeper
+        const EventTest* test = nullptr;  ///< owned by the keeper
         std::shared_ptr<const void> use;
     };
     using Filters = std::map<CosNotifyFilter::FilterID, Entry>;
 
   public:
-    /// The filters that there were at one time.
+    /// The filters at one moment.
     using Snapshot = std::shared_ptr<const Filters>;
     enum class Verdict { NoFilter, Passes, Fails };
 
-    /// `servant` is the filter's, and is asked itself; null for a filter that was destroyed.
-    /// BAD_PARAM for a nil filter or the servant of something else, NO_RESOURCES for one too many.
+    /// Add a filter. `servant` is the filter's servant, which evaluates events; null for a filter
+    /// that was destroyed. Throws BAD_PARAM if the filter is nil or the servant is not a filter,
+    /// and NO_RESOURCES if there are too many filters.
     CosNotifyFilter::FilterID add(CosNotifyFilter::Filter_ptr filter,
                                   PortableServer::Servant servant);
-    /// These two throw FilterNotFound.
+    /// remove() and get() throw FilterNotFound.
     void remove(CosNotifyFilter::FilterID id);
     CosNotifyFilter::Filter_ptr get(CosNotifyFilter::FilterID id) const;
     CosNotifyFilter::FilterIDSeq* ids() const;
     void clear();
 
     Snapshot current() const;
-    /// A filter that was destroyed, and so has no constraints, does not match; nor does one that
-    /// fails, or that the budget is not enough for.
+    /// Evaluate the filters. One that was destroyed does not match, because it has no constraints.
+    /// One that fails, or exceeds the budget, does not match either.
     static Verdict judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
                          Budget& budget);
 
@@ -50,8 +51,8 @@ class FilterList {
     CosNotifyFilter::FilterID lastId_ = 0;                  // likewise
 };
 
-/// True when the event passes the filters of an admin and of one of its proxies: both groups or one
-/// of them, as the admin was made. A group without a filter leaves the choice to the other.
+/// True if the event passes the filters of an admin and of one of its proxies: both groups or one
+/// of them, as `op` says. If one group is empty, the other decides.
 bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op,
                     const FilterList::Snapshot& ofAdmin, const FilterList::Snapshot& ofProxy,
                     const CosNotification::StructuredEvent& event, Budget& budget);

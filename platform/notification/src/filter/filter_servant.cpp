@@ -15,9 +15,9 @@ using namespace CosNotifyFilter;
 
 namespace {
 
-/// A filter of more constraints is not one that selects events.
+/// A filter with more constraints does not select events any more.
 constexpr std::size_t kConstraintsMax = 200;
-/// More peers have no use for the types of one filter.
+/// Callbacks of one filter. More peers have no use for its types.
 constexpr std::size_t kCallbacksMax = 20;
 
 bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification::EventType& type) {
@@ -35,7 +35,7 @@ bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification:
     return false;
 }
 
-/// The types that a constraint is for, as names of a set: what is empty there stands for any text.
+/// The types that a constraint is for, as a set of names. An empty part of a name means any text.
 TypeSet typesOf(const CosNotification::EventTypeSeq& types) {
     if (types.length() == 0)
         return allTypes();
@@ -51,12 +51,12 @@ TypeSet typesOf(const CosNotification::EventTypeSeq& types) {
     return names;
 }
 
-/// Of its text and of the types that it is for.
+/// Size of the constraint's text and of the types that it is for.
 std::size_t octetsOf(const ConstraintExp& expression) {
     std::size_t octets = std::strlen(expression.constraint_expr.in());
     for (CORBA::ULong i = 0; i < expression.event_types.length(); ++i) {
         const CosNotification::EventType& type = expression.event_types[i];
-        // with what a type takes beyond its names
+        // including the memory of a type without its names
         octets +=
             std::strlen(type.domain_name.in()) + std::strlen(type.type_name.in()) + sizeof type;
     }
@@ -104,7 +104,7 @@ char* FilterServant::constraint_grammar() {
 }
 
 bool FilterServant::drop() {
-    // one of them is this filter's
+    // the first use is this filter's
     if (use_.use_count() > 1)
         return false;
     destroy();

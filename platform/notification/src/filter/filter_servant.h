@@ -19,12 +19,12 @@ namespace kelp::notification {
 
 class ChannelCore;
 
-/// A filter object: constraints in the extended trader constraint language, each for some event
-/// types; an event passes when one of them matches. Without a constraint nothing passes
+/// A filter object. It has constraints in the extended trader constraint language, each for some
+/// event types. An event passes if one of them matches. Without constraints nothing passes
 /// (Notification Service 2.3.1).
 class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, public EventTest {
   public:
-    /// `onDestroy` is called once, when the filter ends. `owner` as with
+    /// `onDestroy` is called once, when the filter ends. `owner` is the result of
     /// ChannelCore::ownerOfCaller().
     FilterServant(std::shared_ptr<ChannelCore> core, OwnerPtr owner,
                   std::function<void()> onDestroy);
@@ -32,7 +32,7 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
 
     // -- Owned
     Kind ownedKind() const override { return Kind::Filter; }
-    /// False while an admin or proxy uses it.
+    /// False while an admin or a proxy uses the filter.
     bool drop() override;
 
     // -- EventTest
@@ -52,9 +52,10 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
     CORBA::Boolean match(const CORBA::Any& data) override;
     CORBA::Boolean match_structured(const CosNotification::StructuredEvent& event) override;
     CORBA::Boolean match_typed(const CosNotification::PropertySeq& data) override;
-    /// The callback is told when the event types of the constraints change, not of those there are;
-    /// by destroy, that there is none any more. BAD_PARAM for a nil one, NO_RESOURCES for one too
-    /// many. One that fails is detached.
+    /// Attach a callback. It is called when the event types of the constraints change, but not with
+    /// the types at the moment of attaching. destroy() reports to it that no types are left. Throws
+    /// BAD_PARAM for nil, and NO_RESOURCES if there are too many callbacks. A callback that fails
+    /// is detached.
     CosNotifyFilter::CallbackID attach_callback(
         CosNotifyComm::NotifySubscribe_ptr callback) override;
     void detach_callback(CosNotifyFilter::CallbackID id) override;
@@ -64,7 +65,7 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
     struct Entry {
         CosNotifyFilter::ConstraintExp expression;
         std::shared_ptr<const Constraint> constraint;
-        KeyedPlaces::Place place{};  ///< of the owner's constraints
+        KeyedPlaces::Place place{};  ///< a place of the owner's constraints
     };
     using Entries = std::map<CosNotifyFilter::ConstraintID, Entry>;
 

@@ -11,7 +11,7 @@ namespace kelp::notification {
 
 namespace {
 
-/// Longest time that one consumer's filters keep a thread while others wait.
+/// Maximum time for which one consumer's filters keep a thread while others wait.
 constexpr std::chrono::milliseconds kTurn{5};
 constexpr std::chrono::seconds kIdleTime{10};
 
@@ -64,7 +64,7 @@ void FilterStage::startIfNeeded() {
 }
 
 void FilterStage::stop() {
-    Owners forgotten;  // what it refers to may end with it, and must not do so under the lock
+    Owners forgotten;  // may delete tasks, which must not happen under the lock
     std::vector<std::thread> ending;
     {
         const Lock lock(mutex_);
@@ -107,7 +107,7 @@ void FilterStage::serve(Lock& lock, Owners::iterator owner) {
     lock.unlock();
     const bool hasMore = worksOn(*task);
     if (!hasMore)
-        task.reset();  // may end here
+        task.reset();  // may delete the task
     lock.lock();
     --turns.atWork;
     if (hasMore && !stopping_)
@@ -115,7 +115,7 @@ void FilterStage::serve(Lock& lock, Owners::iterator owner) {
     if (turns.waiting.empty() && turns.atWork == 0)
         owners_.erase(owner);
     else
-        work_.notify_one();  // its turn may have waited for this thread
+        work_.notify_one();  // a turn of this owner may have waited for this thread
 }
 
 void FilterStage::run(PassingThreads::Self self) {

@@ -13,42 +13,41 @@
 
 namespace kelp::notification {
 
-/// The threads that filter events for the consumers that have filters. Owners take turns, and one
-/// of them never has all threads: however much the filters of one cost, they delay its own events
-/// alone. The threads begin with the first task and end when there has been none for 10 s. Thread
-/// safe.
+/// The threads that filter events for consumers with filters. Owners take turns, and no owner ever
+/// has all threads. However costly one owner's filters are, they delay only its own events. The
+/// threads start with the first task and end after 10 s without one. Any thread may call it.
 class FilterStage {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// The events that wait to be filtered for one consumer.
+    /// Events that wait to be filtered for one consumer.
     class Task {
       public:
         virtual ~Task() = default;
-        /// Of the consumer; the same as long as the task is scheduled.
+        /// The key of the consumer's owner. It must not change while the task is scheduled.
         virtual std::string ownerKey() const = 0;
-        /// Filters until then, at least one event. True: more are waiting.
+        /// Filter events until the given time, at least one. True if more events are waiting.
         virtual bool work(Clock::time_point until) = 0;
     };
 
-    /// At least two.
+    /// `threads` is at least 2; a smaller number counts as 2.
     explicit FilterStage(std::size_t threads);
-    /// stop().
+    /// Calls stop().
     ~FilterStage();
     FilterStage(const FilterStage&) = delete;
     FilterStage& operator=(const FilterStage&) = delete;
 
-    /// Has the task work soon, until it says that nothing more is waiting. It must not be scheduled
-    /// already.
+    /// Let the task work soon, until it returns that no more events are waiting. The task must not
+    /// be scheduled already.
     void schedule(std::shared_ptr<Task> task);
-    /// Ends the threads after the events in hand; what is scheduled is forgotten.
+    /// End the threads after the events in progress, and forget what is scheduled.
     void stop();
 
   private:
     using Lock = std::unique_lock<std::mutex>;
     struct Turns {
         std::deque<std::shared_ptr<Task>> waiting;
-        std::size_t atWork = 0;  ///< threads
+        std::size_t atWork = 0;  ///< number of threads
     };
     using Owners = std::map<std::string, Turns>;
 
@@ -63,7 +62,8 @@ class FilterStage {
     std::mutex mutex_;  // guards what follows
     std::condition_variable work_;
     Owners owners_;
-    std::deque<std::string> turns_;  ///< owners with waiting tasks, each once; the next one first
+    std::deque<std::string>
+        turns_;  ///< owners with waiting tasks, each once, in the order of their turns
     PassingThreads threads_;
     std::size_t idle_ = 0;
     bool stopping_ = false;

@@ -14,7 +14,7 @@ namespace {
 using DynamicAny::DynAny;
 using DynamicAny::DynAny_var;
 
-/// A tree of dynamic values, destroyed as a whole.
+/// A tree of dynamic values. Destroys the whole tree.
 class DynTree {
   public:
     explicit DynTree(const CORBA::Any& any) : root_(kelp::orb::dynAnyOf(any)) {}
@@ -22,7 +22,7 @@ class DynTree {
         try {
             root_->destroy();
         } catch (const CORBA::Exception&) {
-            // destroyed before; nothing is held any more
+            // it was destroyed before, so nothing is left to free
         }
     }
     DynTree(const DynTree&) = delete;
@@ -40,7 +40,7 @@ CORBA::TypeCode_ptr withoutAlias(CORBA::TypeCode_ptr type) {
     return plain._retn();
 }
 
-/// Property of that name; null when there is none.
+/// The property with this name; null if there is none.
 const CORBA::Any* find(const CosNotification::PropertySeq& properties, const std::string& name) {
     for (CORBA::ULong i = 0; i < properties.length(); ++i) {
         if (name == properties[i].name.in())
@@ -55,7 +55,7 @@ DynamicAny::DynAny_ptr elementAt(DynamicAny::DynAny_ptr dyn, CORBA::ULong index)
     return dyn->current_component();
 }
 
-/// A time counts as a number; any other structure is no simple value.
+/// A time as a number. Any other structure is not a simple value.
 Result timeOf(DynamicAny::DynAny_ptr structure) {
     const std::optional<std::uint64_t> time = utcOf(structure);
     return time ? Result(static_cast<double>(*time)) : std::nullopt;
@@ -108,9 +108,8 @@ Result simpleValue(DynamicAny::DynAny_ptr dyn) {
     }
 }
 
-/// What is found at the end of a path is given to `use`; none when the path leads nowhere.
-/// Everything that a DynAny raises on the way (no such member, another type) is a path that leads
-/// nowhere.
+/// Call `use` with what the path leads to. Returns none if the path leads nowhere, which includes
+/// every exception that a DynAny raises on the way (no such member, another type).
 template <class Use>
 auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, Budget& budget,
           Use use) -> decltype(use(dyn, std::optional<Value>()));
@@ -122,7 +121,7 @@ auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Bu
     return walk(tree.root(), path, at, budget, use);
 }
 
-/// A discriminator or a label as it is written in a constraint.
+/// A discriminator or a label as written in a constraint.
 std::string labelText(const Result& label) {
     if (!label)
         return {};
@@ -141,7 +140,7 @@ Result activeLabel(DynamicAny::DynUnion_ptr choice) {
     return simpleValue(discriminator.in());
 }
 
-/// An enumerator is named by its place too.
+/// True if `text` is the label. The text for an enumerator is its name or its position.
 bool isLabelled(const Result& label, const std::string& text) {
     const auto* enumerator = label ? std::get_if<EnumValue>(&*label) : nullptr;
     return labelText(label) == text ||
@@ -164,7 +163,7 @@ bool isDefaultActive(DynamicAny::DynUnion_ptr choice) {
     return true;
 }
 
-/// The active member of a union, if it is active by this label or by default.
+/// The active member of a union if this label, or no label, makes it active.
 DynamicAny::DynAny_ptr memberByLabel(DynamicAny::DynAny_ptr dyn, const PathStep& step) {
     const DynamicAny::DynUnion_var choice = DynamicAny::DynUnion::_narrow(dyn);
     if (CORBA::is_nil(choice.in()) || choice->has_no_active_member())
@@ -175,7 +174,7 @@ DynamicAny::DynAny_ptr memberByLabel(DynamicAny::DynAny_ptr dyn, const PathStep&
     return isIt ? choice->member() : DynAny::_nil();
 }
 
-/// The member of a structure, or of a union if it is the active one.
+/// The member of a structure with this name, or of a union if that member is active.
 DynamicAny::DynAny_ptr memberOf(DynamicAny::DynAny_ptr dyn, const std::string& name) {
     const DynamicAny::DynStruct_var structure = DynamicAny::DynStruct::_narrow(dyn);
     if (!CORBA::is_nil(structure.in())) {
@@ -194,7 +193,7 @@ DynamicAny::DynAny_ptr memberOf(DynamicAny::DynAny_ptr dyn, const std::string& n
     return name == active.in() ? choice->member() : DynAny::_nil();
 }
 
-/// The value beside this name in a list of structures of a name and a value.
+/// The value paired with this name in a list of structures of a name and a value.
 DynamicAny::DynAny_ptr valueBesideName(DynamicAny::DynAny_ptr list, const std::string& name,
                                        Budget& budget) {
     for (CORBA::ULong i = 0; i < list->component_count() && budget.spend(); ++i) {
@@ -277,7 +276,7 @@ auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, 
     return walk(next.in(), path, at + 1, budget, use);
 }
 
-/// The names by which the fixed header's fields are known.
+/// The field of the fixed header with this name; null if there is none.
 const char* headerText(const CosNotification::StructuredEvent& event, const std::string& name) {
     const CosNotification::FixedEventHeader& header = event.header.fixed_header;
     if (name == "domain_name")
@@ -297,8 +296,8 @@ bool isEnd(const PropertyPath& path, std::size_t at) {
     return at >= path.size();
 }
 
-/// "$.filterable_data(x)...", "$.header.variable_header[1].value..." and the like; `at` is the step
-/// behind the list.
+/// Resolves paths such as "$.filterable_data(x)..." and "$.header.variable_header[1].value...".
+/// `at` is the step after the list.
 template <class Use>
 auto findListed(const CosNotification::PropertySeq& properties, const PropertyPath& path,
                 std::size_t at, Budget& budget, Use use)
@@ -323,7 +322,8 @@ auto findListed(const CosNotification::PropertySeq& properties, const PropertyPa
     return walkAny(property.value, path, at + 2, budget, use);
 }
 
-/// "$.header.fixed_header.event_name" and the like; `at` is the step behind the fixed header.
+/// Resolves paths such as "$.header.fixed_header.event_name". `at` is the step after the fixed
+/// header.
 template <class Use>
 auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath& path,
                std::size_t at, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
@@ -370,7 +370,7 @@ auto find(const CosNotification::StructuredEvent& event, const PropertyPath& pat
     try {
         return findChecked(event, path, budget, use);
     } catch (const CORBA::Exception&) {
-        return {};  // a step that the value does not have
+        return {};  // the value does not have the next step
     }
 }
 

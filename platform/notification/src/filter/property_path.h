@@ -10,16 +10,16 @@
 
 namespace kelp::notification {
 
-/// One step of a path into an event: "$a.b", "$a[1]", "$a(name)", "$a.2", "$a.(3)", "$a.()",
-/// "$a._length".
+/// One step of a path into an event, such as "$a.b", "$a[1]", "$a(name)", "$a.2", "$a.(3)", "$a.()"
+/// or "$a._length".
 struct PathStep {
     enum class Kind {
         Member,
         Index,
         Name,
         Position,
-        Label,         ///< the member of a union, if that label is the active one
-        DefaultLabel,  ///< the member of a union, if none of its labels is the active one
+        Label,         ///< the member of a union if that label is active
+        DefaultLabel,  ///< the member of a union if none of its labels is active
         Length,
         Discriminant,
         TypeId,
@@ -27,30 +27,30 @@ struct PathStep {
     };
     Kind kind = Kind::Member;
     std::string
-        name;  ///< of a member, or to be looked up in a list of names and values; a label as text
+        name;  ///< a member, a name to look up in a list of names and values, or a label as text
     std::uint32_t at = 0;  ///< index or position
 };
 using PropertyPath = std::vector<PathStep>;
 
-/// False for a path that leads nowhere in any event, whatever its properties are:
+/// False for a path that leads nowhere in any event, whatever its properties are, such as
 /// "$.header.nonsense".
 bool isPossible(const PropertyPath& path);
 
-/// What a possible path leads to in an event; nothing when the budget is spent on the way.
-/// "$curtime" is the current time (Notification Service 2.4), which counts as a number of 100 ns as
-/// the time of every TimeBase::UtcT does.
+/// Reads an event along paths for which isPossible() is true. Finds nothing once the budget is
+/// spent. "$curtime" is the current time (Notification Service 2.4). Times, those of TimeBase::UtcT
+/// as well, are numbers in units of 100 ns.
 class EventReader {
   public:
-    /// Both are borrowed.
+    /// Borrows the event and the budget.
     EventReader(const CosNotification::StructuredEvent& event, Budget& budget)
         : event_(event), budget_(budget) {}
 
-    /// The value at the path; none when there is none, or when it is no simple value.
+    /// The value at the path; none if the path leads nowhere or the value is not a simple one.
     Result value(const PropertyPath& path) const;
     bool exists(const PropertyPath& path) const;
-    /// Whether none of the labels of the union at the path is the active one.
+    /// Whether none of the labels of the union at the path is active.
     Result hasDefaultLabel(const PropertyPath& path) const;
-    /// Whether the sequence or array at the path has an element of this value.
+    /// Whether the sequence or array at the path contains an element with this value.
     Result contains(const PropertyPath& path, const Value& element) const;
 
   private:

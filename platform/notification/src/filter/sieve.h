@@ -10,23 +10,23 @@
 
 namespace kelp::notification {
 
-/// The events that wait to be filtered for one consumer, in order. Events are put in one after the
-/// other and taken out by one thread at a time. Thread safe.
+/// The events that wait to be filtered for one consumer, in order. One thread at a time puts events
+/// in, and one thread at a time takes them out. Thread safe.
 class Sieve {
   public:
-    /// An event with the filters that it came to.
+    /// An event with the filters that applied when it was accepted.
     struct Item {
         EventPtr event{};
         FilterList::Snapshot ofAdmin{};
         FilterList::Snapshot ofProxy{};
     };
     enum class Way {
-        Straight,  ///< the event need not be filtered, and none waits before it
-        Begins,    ///< it waits, and work must be scheduled
-        Waits      ///< it waits, and work is scheduled
+        Straight,  ///< the event need not be filtered and no event waits before it
+        Begins,    ///< the event waits, and the caller must schedule the work
+        Waits      ///< the event waits, and the work is scheduled already
     };
-    /// Where an event goes. One that does not find room takes the place of the one that has waited
-    /// longest, which is `lost` then.
+    /// Put in an event and return which way it goes. If more than `max` events wait, the one that
+    /// has waited longest is removed and stored in `lost`.
     Way put(Item item, std::size_t max, EventPtr& lost) {
         const bool isFiltered = !item.ofAdmin->empty() || !item.ofProxy->empty();
         const std::lock_guard guard(mutex_);
@@ -39,7 +39,7 @@ class Sieve {
         }
         return std::exchange(isAtWork_, true) ? Way::Waits : Way::Begins;
     }
-    /// The next event; one that is null ends the work.
+    /// The next event. If there is none, the result's event is null and the work ends.
     Item take() {
         const std::lock_guard guard(mutex_);
         if (waiting_.empty()) {
@@ -50,7 +50,7 @@ class Sieve {
         waiting_.pop_front();
         return next;
     }
-    /// The work could not be scheduled: the next event begins it.
+    /// The work could not be scheduled. The next event begins it again.
     void stopWork() {
         const std::lock_guard guard(mutex_);
         isAtWork_ = false;

@@ -31,8 +31,8 @@ class Absences {
   private:
     using Since = std::optional<Time>;
 
+    bool isAbsent(const Owner& owner);
     /// False for an address that may not use the channel. Asks the guard once in a review.
-    /// False for an address that may not use the channel; asked once a review.
     bool mayUse(const kelp::orb::PeerAddress& address);
 
     const Guard* const guard_;
@@ -40,8 +40,8 @@ class Absences {
     Time now_{};
     std::map<std::string, Time> since_;  ///< by the owner's key
     std::map<std::string, Since> next_;  ///< of the review in progress
-    std::map<std::string, bool>
-        addresses_;  ///< whether each address may use the channel; of the review in progress
+    /// Whether each address may use the channel, as found in the review in progress.
+    std::map<std::string, bool> addresses_;
 };
 
 }  // namespace kelp::notification

@@ -68,7 +68,7 @@ CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
     Servant* servant = nullptr;
     try {
         servant = new Servant(core_, data_, type);
-    } catch (...) {  // whatever it was, the place is free again
+    } catch (...) {  // whatever was thrown, the place is free again
         core_->giveConsumerPlace();
         throw;
     }
@@ -78,11 +78,11 @@ CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
     try {
         CORBA::Object_var reference = core_->activate(servant, {.owner = std::move(owner)});
         core_->addOutlet(servant->outlet());
-        // last: an admin that is being destroyed has none of it left behind
+        // last, so that an admin that is being destroyed leaves no part of the proxy behind
         data_->proxies.enter(servant->id(), servant, servant, reference.in());
         id = servant->id();
         return reference._retn();
-    } catch (...) {  // whatever it was, the caller sees the exception
+    } catch (...) {  // whatever was thrown, the caller sees the exception
         servant->close(SupplierPart::Consumer::IsNotTold);
         throw;
     }
@@ -133,8 +133,8 @@ void ConsumerAdminServant::destroy() {
     close(SupplierPart::Consumer::IsTold);
 }
 
-// The proxies of the older event service are not offered: those above serve consumers of any kind
-// of event.
+// The untyped proxies of the Event Service are not offered. The proxies above serve consumers of
+// all kinds of events.
 CosEventChannelAdmin::ProxyPushSupplier_ptr ConsumerAdminServant::obtain_push_supplier() {
     throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
 }

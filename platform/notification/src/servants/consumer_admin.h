@@ -5,26 +5,26 @@
 
 namespace kelp::notification {
 
-/// A group of consumers with filters and qualities of service in common.
+/// A group of consumers that share filters and qualities of service.
 class ConsumerAdminServant final
     : public QosAndFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
       public WithoutMappingFilters<POA_CosNotifyChannelAdmin::ConsumerAdmin>,
       public Owned {
   public:
-    /// Told when an admin is destroyed by one of its clients.
+    /// Called when a client destroys the admin, or it is dropped with its owner.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
 
     ConsumerAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> data,
                          CosNotifyChannelAdmin::EventChannel_ptr channel, KeyedPlaces::Place place,
                          OnDestroy onDestroy);
 
-    /// Ends the admin and its proxies.
+    /// End the admin and its proxies.
     void close(SupplierPart::Consumer consumers);
     const OwnerPtr& owner() const { return data_->owner; }
 
     // -- Owned
     Kind ownedKind() const override { return Kind::Admin; }
-    /// False while it has proxies of another owner.
+    /// False while the admin has a proxy. Its owner's proxies are dropped before.
     bool drop() override;
 
     // -- ConsumerAdmin
@@ -39,7 +39,7 @@ class ConsumerAdminServant final
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
     CosNotifyChannelAdmin::ProxySupplier_ptr obtain_notification_push_supplier(
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
-    /// NO_PERMISSION for the default admin.
+    /// Throws NO_PERMISSION for the default admin.
     void destroy() override;
 
     // -- CosEventChannelAdmin::ConsumerAdmin
@@ -67,7 +67,7 @@ class ConsumerAdminServant final
     const std::shared_ptr<ConsumerAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
-    KeyedPlaces::Place place_;  ///< whoever closes the admin gives it back
+    KeyedPlaces::Place place_;  ///< released by close()
     std::atomic<bool> closed_{false};
 };
 

@@ -56,7 +56,7 @@ bool ConsumerPart::drop() {
 void ConsumerPart::close(Supplier supplier) {
     if (closed_.exchange(true))
         return;
-    // the registry's and the adapter's references go below
+    // keeps the servant alive when the registry and the adapter release it below
     PortableServer::ServantBase_var self = servant();
     self->_add_ref();
     updates_.close();

@@ -14,7 +14,7 @@ namespace kelp::notification {
 
 class ConsumerPart;
 
-/// A supplier admin's share in its proxies.
+/// What a supplier admin shares with its proxies.
 struct SupplierAdminData {
     SupplierAdminData(CosNotifyChannelAdmin::AdminID number,
                       CosNotifyChannelAdmin::InterFilterGroupOperator filterOperator,
@@ -30,8 +30,8 @@ struct SupplierAdminData {
     CosNotifyChannelAdmin::SupplierAdmin_var reference;  ///< set once, before the first proxy
 };
 
-/// What the proxy consumers of every kind have in common: events that suppliers outside this
-/// process push.
+/// What the proxy consumers of all kinds have in common. A proxy consumer accepts the events of one
+/// supplier outside this process.
 class ConsumerPart : public Owned {
   public:
     ConsumerPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> admin,
@@ -45,8 +45,8 @@ class ConsumerPart : public Owned {
     SupplierAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const OwnerPtr& owner() const { return owner_; }
-    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows
-    /// the proxy.
+    /// Set the proxy's owner and its place, which it keeps until close(). To be called before any
+    /// other thread knows the proxy.
     void hold(OwnerPtr owner, KeyedPlaces::Place place) {
         owner_ = std::move(owner);
         place_ = std::move(place);
@@ -59,18 +59,19 @@ class ConsumerPart : public Owned {
                const CosNotification::EventTypeSeq& removed) {
         core_->offers().change(offerer_, added, removed);
     }
-    /// Connects a supplier, which may be nil; throws AlreadyConnected, and OBJECT_NOT_EXIST when
-    /// the proxy has ended.
+    /// Connect a supplier, which may be nil. Throws AlreadyConnected, and OBJECT_NOT_EXIST if the
+    /// proxy has ended.
     void connect(CORBA::Object_ptr supplier, Farewell farewell);
-    /// What events that come through the proxy have when they bring nothing of their own.
+    /// Qualities for events that come through the proxy and bring none.
     EventDefaults eventDefaults() const { return eventDefaultsOf(qos.get()); }
-    /// Takes an event in; throws Disconnected while nobody is connected.
+    /// Accept an event and push it if it passes the filters. Throws Disconnected if no supplier is
+    /// connected.
     void take(const EventPtr& event);
     enum class Supplier { IsTold, IsNotTold };
-    /// Ends the proxy for good, once; the supplier hears of it soon when wanted.
+    /// End the proxy for good, once. With IsTold the supplier is disconnected soon after.
     void close(Supplier supplier);
 
-    // -- Owned; dropping it is traced
+    // -- Owned; drop() writes a trace
     Kind ownedKind() const override { return Kind::Proxy; }
     bool drop() override;
 

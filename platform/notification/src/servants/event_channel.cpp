@@ -6,10 +6,10 @@ using namespace CosNotifyChannelAdmin;
 
 namespace {
 
-/// An NMS that makes more admins is not one that groups its consumers.
+/// An NMS that creates more admins does not use them to group its consumers.
 constexpr std::size_t kAdminsMax = 1000;
 
-/// The default admin, and those that are shown to the caller.
+/// True for the default admin and for those that the caller may see.
 template <class Admin>
 bool isShown(const Caller& caller, AdminID id, const Admin& admin) {
     return id == kDefaultAdmin || Owners::isShown(caller, admin.servant->owner());
@@ -37,8 +37,8 @@ const typename Admins::mapped_type& adminOf(const Caller& caller, const Admins& 
     return found->second;
 }
 
-/// The default admin. An attribute may raise no user exception: without its admins the channel has
-/// ended.
+/// The default admin. If there is none the channel has ended. Raises a system exception then, since
+/// an attribute may not raise a user exception.
 template <class Admins>
 auto defaultOf(const Admins& admins) {
     const auto found = admins.find(kDefaultAdmin);

@@ -7,13 +7,13 @@
 
 namespace kelp::notification {
 
-/// The channel's own object: its admins, limits and default filter factory.
+/// The channel object: its admins, limits and default filter factory. Any thread may call it.
 class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel {
   public:
     EventChannelServant(std::shared_ptr<ChannelCore> core,
                         CosNotifyFilter::FilterFactory_ptr filters);
 
-    /// Activates the channel and its default admins; to be called once.
+    /// Activate the channel and its default admins. To be called once.
     CosNotifyChannelAdmin::EventChannel_ptr activate();
     void close(SupplierPart::Consumer consumers);
 
@@ -38,7 +38,7 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
     // -- CosEventChannelAdmin::EventChannel
     CosEventChannelAdmin::ConsumerAdmin_ptr for_consumers() override;
     CosEventChannelAdmin::SupplierAdmin_ptr for_suppliers() override;
-    /// The channel belongs to the EMS: NO_PERMISSION.
+    /// Throws NO_PERMISSION: the channel belongs to the EMS.
     void destroy() override;
 
     // -- QoSAdmin
@@ -73,7 +73,8 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
         std::map<CosNotifyChannelAdmin::AdminID,
                  Admin<SupplierAdminServant, CosNotifyChannelAdmin::SupplierAdmin_var>>;
 
-    /// A place for an admin of the request's owner is taken first.
+    /// Take a place for an admin of the current request's owner, then create and activate the
+    /// admin.
     CosNotifyChannelAdmin::ConsumerAdmin_ptr makeConsumerAdmin(
         CosNotifyChannelAdmin::AdminID id, CosNotifyChannelAdmin::InterFilterGroupOperator op);
     CosNotifyChannelAdmin::SupplierAdmin_ptr makeSupplierAdmin(

@@ -10,8 +10,8 @@
 
 namespace kelp::notification {
 
-/// The proxies of one admin by number. `Part` is the proxy servant's part that all kinds have in
-/// common; the registry keeps a reference of the servant. Thread safe.
+/// The proxies of one admin by id. `Part` is the base class that proxy servants of all kinds have
+/// in common. The registry holds a reference to each servant. Thread safe.
 template <class Part>
 class ProxyRegistry {
   public:
@@ -21,7 +21,7 @@ class ProxyRegistry {
         const std::lock_guard guard(mutex_);
         return ++lastId_;
     }
-    /// OBJECT_NOT_EXIST once it is closed: nobody would end the proxy any more.
+    /// Add a proxy. Throws OBJECT_NOT_EXIST after close(), because nobody would end the proxy.
     void enter(ProxyID id, PortableServer::Servant servant, Part* part,
                CORBA::Object_ptr reference) {
         Entry entry;
@@ -34,13 +34,13 @@ class ProxyRegistry {
             throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
         entries_.emplace(id, entry);
     }
-    /// No proxy is entered from here on.
+    /// No proxy can be added from here on.
     void close() {
         const std::lock_guard guard(mutex_);
         closed_ = true;
     }
     void forget(ProxyID id) {
-        Entry gone;  // its servant may end with it, and must not do so under the lock
+        Entry gone;  // may delete the servant, which must not happen under the lock
         const std::lock_guard guard(mutex_);
         const auto found = entries_.find(id);
         if (found == entries_.end())
@@ -52,7 +52,8 @@ class ProxyRegistry {
         const std::lock_guard guard(mutex_);
         return entries_.empty();
     }
-    /// Nil when there is none, or one that `which` is false for.
+    /// The proxy's reference; nil if there is no such proxy or `which` is false for it. `which` is
+    /// called under the lock.
     template <class Which>
     CORBA::Object_ptr reference(ProxyID id, Which which) const {
         const std::lock_guard guard(mutex_);
@@ -73,7 +74,7 @@ class ProxyRegistry {
         }
         return ids._retn();
     }
-    /// Calls `act` with the proxy's part, kept alive meanwhile, without the lock.
+    /// Call `act` with the proxy's part, without the lock. The proxy stays alive meanwhile.
     template <class Act>
     void with(ProxyID id, Act act) const {
         Entry entry;

@@ -5,7 +5,7 @@
 
 namespace kelp::notification {
 
-/// The operations that proxy suppliers of every kind have, over the kind's skeleton.
+/// The operations that the proxy suppliers of all kinds have, on top of the kind's skeleton.
 template <class Skeleton>
 class ProxySupplierServant : public QosAndFilters<Skeleton>,
                              public WithoutMappingFilters<Skeleton>,
@@ -41,7 +41,7 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     void qosChanged(const Qos& qos) override { outlet()->applyQos(qos); }
 };
 
-/// A proxy supplier that pushes; its consumer may be told to wait.
+/// A proxy supplier that pushes. Its connection can be suspended.
 template <class Skeleton>
 class PushSupplierServant : public ProxySupplierServant<Skeleton> {
   public:

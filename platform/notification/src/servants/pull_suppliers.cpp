@@ -14,7 +14,7 @@ CosNotification::EventBatch* batchOf(const std::vector<EventPtr>& events) {
     return batch._retn();
 }
 
-/// The event to return beside "there is none".
+/// The event returned with hasEvent = false.
 CosNotification::StructuredEvent* emptyEvent() {
     return new CosNotification::StructuredEvent;
 }

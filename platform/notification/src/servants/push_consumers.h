@@ -6,7 +6,7 @@
 
 namespace kelp::notification {
 
-/// The operations that proxy consumers of every kind have, over the kind's skeleton.
+/// The operations that the proxy consumers of all kinds have, on top of the kind's skeleton.
 template <class Skeleton>
 class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart {
   public:

@@ -4,7 +4,7 @@ namespace kelp::notification {
 
 namespace {
 
-/// A nil consumer is no consumer (Notification Service 3.4.10).
+/// Throws BAD_PARAM for a nil consumer (Notification Service 3.4.10).
 template <class Reference>
 void requireConsumer(Reference consumer) {
     if (CORBA::is_nil(consumer))

@@ -5,7 +5,7 @@
 
 namespace kelp::notification {
 
-/// QoSAdmin and FilterAdmin, which admins and proxies of every kind have, over the kind's skeleton.
+/// QoSAdmin and FilterAdmin for admins and proxies of all kinds, on top of the kind's skeleton.
 template <class Skeleton>
 class QosAndFilters : public virtual Skeleton {
   public:
@@ -37,11 +37,12 @@ class QosAndFilters : public virtual Skeleton {
     virtual SharedQos& sharedQos() = 0;
     virtual FilterList& filterList() = 0;
     virtual ChannelCore& channelCore() = 0;
-    /// The qualities have been changed to these; called for one change after the other.
+    /// The qualities have been changed to these. Called for one change after the other.
     virtual void qosChanged(const Qos&) {}
 };
 
-/// Priorities and lifetimes by filter, which are not offered: there is none, and none can be set.
+/// Priority and lifetime filters, which are not offered: the attributes are nil, and setting
+/// another value raises NO_IMPLEMENT.
 template <class Skeleton>
 class WithoutMappingFilters : public virtual Skeleton {
   public:

@@ -80,7 +80,7 @@ CORBA::Object_ptr SupplierAdminServant::make(ProxyType type, ProxyID& id) {
         data_->proxies.enter(servant->id(), servant, servant, reference.in());
         id = servant->id();
         return reference._retn();
-    } catch (...) {  // whatever it was, the caller sees the exception
+    } catch (...) {  // whatever was thrown, the caller sees the exception
         servant->close(ConsumerPart::Supplier::IsNotTold);
         throw;
     }
@@ -116,8 +116,8 @@ void SupplierAdminServant::destroy() {
     close(ConsumerPart::Supplier::IsTold);
 }
 
-// The proxies of the older event service are not offered: those above serve suppliers of any kind
-// of event.
+// The untyped proxies of the Event Service are not offered. The proxies above serve suppliers of
+// all kinds of events.
 CosEventChannelAdmin::ProxyPushConsumer_ptr SupplierAdminServant::obtain_push_consumer() {
     throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
 }

@@ -7,25 +7,25 @@
 
 namespace kelp::notification {
 
-/// A group of suppliers outside this process, with filters in common. Suppliers push; pulling from
-/// them is not offered.
+/// A group of suppliers outside this process that share filters. The suppliers push. The channel
+/// does not pull from suppliers.
 class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmin::SupplierAdmin>,
                                    public Owned {
   public:
-    /// Told when an admin is destroyed by one of its clients.
+    /// Called when a client destroys the admin, or it is dropped with its owner.
     using OnDestroy = std::function<void(CosNotifyChannelAdmin::AdminID)>;
 
     SupplierAdminServant(std::shared_ptr<ChannelCore> core, std::shared_ptr<SupplierAdminData> data,
                          CosNotifyChannelAdmin::EventChannel_ptr channel, KeyedPlaces::Place place,
                          OnDestroy onDestroy);
 
-    /// Ends the admin and its proxies.
+    /// End the admin and its proxies.
     void close(ConsumerPart::Supplier suppliers);
     const OwnerPtr& owner() const { return data_->owner; }
 
     // -- Owned
     Kind ownedKind() const override { return Kind::Admin; }
-    /// False while it has proxies of another owner.
+    /// False while the admin has a proxy. Its owner's proxies are dropped before.
     bool drop() override;
 
     // -- SupplierAdmin
@@ -40,7 +40,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
     CosNotifyChannelAdmin::ProxyConsumer_ptr obtain_notification_push_consumer(
         CosNotifyChannelAdmin::ClientType type, CosNotifyChannelAdmin::ProxyID_out id) override;
-    /// NO_PERMISSION for the default admin.
+    /// Throws NO_PERMISSION for the default admin.
     void destroy() override;
 
     // -- CosEventChannelAdmin::SupplierAdmin
@@ -67,7 +67,7 @@ class SupplierAdminServant final : public QosAndFilters<POA_CosNotifyChannelAdmi
     const std::shared_ptr<SupplierAdminData> data_;
     const CosNotifyChannelAdmin::EventChannel_var channel_;
     const OnDestroy onDestroy_;
-    KeyedPlaces::Place place_;  ///< whoever closes the admin gives it back
+    KeyedPlaces::Place place_;  ///< released by close()
     const Offers::OffererId offerer_;
     std::atomic<bool> closed_{false};
 };

@@ -93,7 +93,7 @@ bool SupplierPart::drop() {
 void SupplierPart::close(Consumer consumer) {
     if (closed_.exchange(true))
         return;
-    // the registry's and the adapter's references go below
+    // keeps the servant alive when the registry and the adapter release it below
     PortableServer::ServantBase_var self = servant();
     self->_add_ref();
     const std::shared_ptr<Receiver> receiver = outlet_->close();

@@ -14,7 +14,7 @@ namespace kelp::notification {
 
 class SupplierPart;
 
-/// A consumer admin's share in its proxies.
+/// What a consumer admin shares with its proxies.
 struct ConsumerAdminData final : AdminData {
     using AdminData::AdminData;
     ProxyRegistry<SupplierPart> proxies;
@@ -23,7 +23,7 @@ struct ConsumerAdminData final : AdminData {
     void proxyDied(CosNotifyChannelAdmin::ProxyID proxy) override;
 };
 
-/// What the proxy suppliers of every kind have in common.
+/// What the proxy suppliers of all kinds have in common. A proxy supplier serves one consumer.
 class SupplierPart : public Owned {
   public:
     SupplierPart(std::shared_ptr<ChannelCore> core, std::shared_ptr<ConsumerAdminData> admin,
@@ -38,8 +38,8 @@ class SupplierPart : public Owned {
     ConsumerAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const OwnerPtr& owner() const { return owner_; }
-    /// Whose the proxy is, and its place, which it keeps until close(). Before anybody else knows
-    /// the proxy.
+    /// Set the proxy's owner and its place, which it keeps until close(). To be called before any
+    /// other thread knows the proxy.
     void hold(OwnerPtr owner, KeyedPlaces::Place place) {
         outlet_->setOwner(owner);
         owner_ = std::move(owner);
@@ -54,22 +54,22 @@ class SupplierPart : public Owned {
                    const CosNotification::EventTypeSeq& removed);
     void suspend();
     void resume();
-    /// Connects a consumer that pushes are made to; throws AlreadyConnected, and OBJECT_NOT_EXIST
-    /// when the proxy has ended.
+    /// Connect a consumer that is pushed to. Throws AlreadyConnected, and OBJECT_NOT_EXIST if the
+    /// proxy has ended.
     void connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer);
-    /// Connects a consumer that pulls, which may be nil.
+    /// Connect a consumer that pulls, which may be nil. Throws like connect().
     void connectPull(CORBA::Object_ptr consumer, Farewell farewell);
     std::vector<EventPtr> pull(CORBA::Long most, bool wait);
 
     enum class Consumer { IsTold, IsNotTold };
-    /// Ends the proxy for good, once; where wanted, the consumer is disconnected soon after.
+    /// End the proxy for good, once. With IsTold the consumer is disconnected soon after.
     void close(Consumer consumer);
-    // -- Owned; dropping it is traced
+    // -- Owned; drop() writes a trace
     Kind ownedKind() const override { return Kind::Proxy; }
     bool drop() override;
 
   protected:
-    /// The servant whose part this is.
+    /// The servant that this object is a part of.
     virtual PortableServer::Servant servant() = 0;
 
   private:

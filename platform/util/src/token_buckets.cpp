@@ -5,7 +5,7 @@
 namespace kelp::util {
 
 bool TokenBuckets::take(const std::string& source, Time now, const Limits& limits) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     Bucket& bucket = bucketOf(source, now, limits);
     // threads may get here in another order than they read the clock
     if (now > bucket.filled) {
@@ -21,19 +21,19 @@ bool TokenBuckets::take(const std::string& source, Time now, const Limits& limit
 }
 
 void TokenBuckets::giveBack(const std::string& source) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     if (const auto found = places_.find(source); found != places_.end())
         found->second->tokens += 1;
 }
 
 void TokenBuckets::clear() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     places_.clear();
     buckets_.clear();
 }
 
 std::size_t TokenBuckets::sources() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     return buckets_.size();
 }
 

@@ -51,7 +51,7 @@ TraceFloods& TraceFloods::instance() {
 }
 
 void TraceFloods::setLinesPerMinute(unsigned lines) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     floods_.setIndividually(lines);
     ofSource_.setIndividually(kKindsWorth * lines);
 }
@@ -63,13 +63,13 @@ bool TraceFloods::standsByItself(const TraceLine& line, Time now) {
     const Kind kind{nameOf(line, limit), line.text.substr(0, kSampleBytes)};
     const auto when =
         std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     return floods_.standsByItself(kind, limit.source, when, now) &&
            ofSource_.standsByItself({"any", "lines of many kinds"}, limit.source, when, now);
 }
 
 std::vector<std::string> TraceFloods::takeDue(Time now) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock lock(mutex_);
     if (now < nextLook_)
         return {};
     nextLook_ = now == Time::max() ? Time{} : now + kLook;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <kelp/util/flood_summary.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/trace_log.h>
 
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,13 +19,13 @@ class TraceFloods {
     /// Never destroyed, because destructors of other static objects trace.
     static TraceFloods& instance();
 
-    void setLinesPerMinute(unsigned lines);
+    void setLinesPerMinute(unsigned lines) KELP_EXCLUDES(mutex_);
     /// Return true if the line is to be traced as it is: the calling thread is not limited, or the
     /// line is one of the first.
-    bool standsByItself(const TraceLine& line, Time now);
+    bool standsByItself(const TraceLine& line, Time now) KELP_EXCLUDES(mutex_);
     /// Return the texts of the summaries whose minute is over. Checks at most once a second.
-    std::vector<std::string> takeDue(Time now);
-    std::vector<std::string> takeAll();
+    std::vector<std::string> takeDue(Time now) KELP_EXCLUDES(mutex_);
+    std::vector<std::string> takeAll() KELP_EXCLUDES(mutex_);
 
   private:
     /// Lines from one place in the code count as alike.
@@ -42,12 +42,12 @@ class TraceFloods {
     TraceFloods() = default;
     static std::vector<std::string> textsOf(const std::vector<Floods::Summary>& summaries);
 
-    std::mutex mutex_;  // guards the members below
-    Floods floods_{20, std::chrono::minutes(1), 1000};
+    Mutex mutex_{LockRank::Trace, "TraceFloods::mutex_"};
+    Floods floods_ KELP_GUARDED_BY(mutex_){20, std::chrono::minutes(1), 1000};
     /// Counts the lines of a source whatever their kinds, because a peer may choose texts that make
     /// each line a separate kind.
-    Floods ofSource_{kKindsWorth * 20, std::chrono::minutes(1), 1000};
-    Time nextLook_{};
+    Floods ofSource_ KELP_GUARDED_BY(mutex_){kKindsWorth * 20, std::chrono::minutes(1), 1000};
+    Time nextLook_ KELP_GUARDED_BY(mutex_){};
 };
 
 }  // namespace kelp::util

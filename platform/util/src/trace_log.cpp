@@ -1,3 +1,4 @@
+#include <kelp/util/mutex.h>
 #include <kelp/util/thread_context.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
@@ -41,13 +42,14 @@ struct Log {
     std::atomic<std::uint64_t> dropped{0};
     std::atomic<bool> hasListeners{false};
 
-    std::mutex control;         ///< one open() or close() at a time; locked before `mutex`
-    bool closesAtExit = false;  ///< guarded by control
+    /// One open() or close() at a time.
+    Mutex control{LockRank::TraceControl, "TraceLog::control"};
+    bool closesAtExit KELP_GUARDED_BY(control) = false;
 
-    std::mutex mutex;
-    std::shared_ptr<TraceWriter> writer;   ///< guarded by mutex
-    std::vector<ListenerEntry> listeners;  ///< guarded by mutex
-    int nextHandle = 1;                    ///< guarded by mutex
+    Mutex mutex{LockRank::Trace, "TraceLog::mutex"};
+    std::shared_ptr<TraceWriter> writer KELP_GUARDED_BY(mutex);
+    std::vector<ListenerEntry> listeners KELP_GUARDED_BY(mutex);
+    int nextHandle KELP_GUARDED_BY(mutex) = 1;
 };
 
 // Never destroyed, because destructors of other static objects trace.
@@ -59,7 +61,7 @@ Log& log() {
 thread_local bool isInListener = false;
 
 std::shared_ptr<TraceWriter> exchangeWriter(std::shared_ptr<TraceWriter> writer) {
-    const std::lock_guard guard(log().mutex);
+    const MutexLock lock(log().mutex);
     return std::exchange(log().writer, std::move(writer));
 }
 
@@ -68,7 +70,7 @@ void callListeners(const TraceLine& line) {
         return;
     std::vector<ListenerEntry> entries;
     {
-        const std::lock_guard guard(log().mutex);
+        const MutexLock lock(log().mutex);
         entries = log().listeners;
     }
     isInListener = true;
@@ -106,7 +108,7 @@ void writeNow(TraceLine line) {
     callListeners(stamped.line);
     std::shared_ptr<TraceWriter> writer;
     {
-        const std::lock_guard guard(log().mutex);
+        const MutexLock lock(log().mutex);
         writer = log().writer;
     }
     if (!writer || !writer->push(stamped))
@@ -141,7 +143,7 @@ TraceLog& TraceLog::instance() {
 
 bool TraceLog::open(const TraceSettings& settings, std::string& whyNot) {
     std::string problems;
-    const std::lock_guard control(log().control);
+    const MutexLock control(log().control);
     std::vector<std::unique_ptr<TraceSink>> sinks = openSinks(settings, problems);
     if (!problems.empty() && !settings.console)
         sinks.push_back(consoleSink());
@@ -166,14 +168,14 @@ bool TraceLog::open(const TraceSettings& settings, std::string& whyNot) {
 }
 
 void TraceLog::close() {
-    const std::lock_guard control(log().control);
+    const MutexLock control(log().control);
     writeSummaries(TraceFloods::instance().takeAll());
     if (const std::shared_ptr<TraceWriter> writer = exchangeWriter(nullptr))
         writer->stop();
 }
 
 bool TraceLog::isOpen() const {
-    const std::lock_guard guard(log().mutex);
+    const MutexLock lock(log().mutex);
     return log().writer != nullptr;
 }
 
@@ -203,7 +205,7 @@ void TraceLog::write(TraceLine line) noexcept {
 int TraceLog::addListener(std::function<void(const TraceLine&)> listener) {
     const auto made = std::make_shared<Listener>();
     made->call = std::move(listener);
-    const std::lock_guard guard(log().mutex);
+    const MutexLock lock(log().mutex);
     const int handle = log().nextHandle++;
     log().listeners.push_back(ListenerEntry{handle, made});
     log().hasListeners = true;
@@ -213,7 +215,7 @@ int TraceLog::addListener(std::function<void(const TraceLine&)> listener) {
 void TraceLog::removeListener(int handle) {
     std::shared_ptr<Listener> gone;
     {
-        const std::lock_guard guard(log().mutex);
+        const MutexLock lock(log().mutex);
         std::vector<ListenerEntry>& entries = log().listeners;
         const auto found =
             std::find_if(entries.begin(), entries.end(),

@@ -36,7 +36,7 @@ void TraceWriter::start() {
 
 bool TraceWriter::push(StampedLine& stamped) {
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock lock(mutex_);
         if (stopping_)
             return false;
         if (queue_.size() >= kQueueLinesMax) {
@@ -53,10 +53,13 @@ bool TraceWriter::push(StampedLine& stamped) {
 void TraceWriter::stop() {
     bool ended = false;
     {
-        std::unique_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         stopping_ = true;
         changed_.notify_all();
-        ended = changed_.wait_for(lock, kStopWait, [this] { return done_; });
+        const auto end = std::chrono::steady_clock::now() + kStopWait;
+        while (!done_ && changed_.wait_until(mutex_, end) == std::cv_status::no_timeout) {
+        }
+        ended = done_;
     }
     if (ended)
         thread_.join();
@@ -65,10 +68,13 @@ void TraceWriter::stop() {
 }
 
 void TraceWriter::run() {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     while (true) {
-        const bool hasWork =
-            changed_.wait_for(lock, kLook, [this] { return stopping_ || !queue_.empty(); });
+        const auto end = std::chrono::steady_clock::now() + kLook;
+        while (!stopping_ && queue_.empty() &&
+               changed_.wait_until(mutex_, end) == std::cv_status::no_timeout) {
+        }
+        const bool hasWork = stopping_ || !queue_.empty();
         if (!stopping_) {
             lock.unlock();
             look_();

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -28,10 +28,10 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
     void start();
     /// Queue a line. If the queue is full its oldest line is dropped. Returns false if the writer
     /// is stopping.
-    bool push(StampedLine& stamped);
+    bool push(StampedLine& stamped) KELP_EXCLUDES(mutex_);
     /// Accept no more lines, write the queued ones and end the thread. If a sink hangs for 5 s the
     /// thread is left behind.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
   private:
     struct OpenSink {
@@ -39,7 +39,7 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
         std::uint64_t failures = 0;  ///< number of failures since the last batch without one
     };
 
-    void run();
+    void run() KELP_EXCLUDES(mutex_);
     void writeBatch(const std::deque<StampedLine>& batch, std::uint64_t lost);
     /// Run one operation of a sink. Its first failure is written to standard error; further ones
     /// are counted.
@@ -51,11 +51,11 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
     std::vector<OpenSink> sinks_;  ///< used by the thread only
     std::thread thread_;           ///< used by start() and stop() only
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<StampedLine> queue_;  ///< guarded by mutex_
-    std::uint64_t lost_ =
-        0;  ///< guarded by mutex_; number of dropped lines that were not reported yet
+    Mutex mutex_{LockRank::Trace, "TraceWriter::mutex_"};
+    ConditionVariable changed_;
+    std::deque<StampedLine> queue_ KELP_GUARDED_BY(mutex_);
+    /// Number of dropped lines that were not reported yet.
+    std::uint64_t lost_ KELP_GUARDED_BY(mutex_) = 0;
     bool stopping_ = false;  ///< guarded by mutex_
     bool done_ = false;      ///< guarded by mutex_
 };

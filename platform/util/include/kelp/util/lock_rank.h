@@ -9,11 +9,24 @@ class Mutex;
 /// The order in which one thread may lock several mutexes: each has a higher rank than all that the
 /// thread already holds. Two of one rank are never held together. docs/architecture.md describes
 /// the order.
+///
+/// The ranks from ServiceControl on belong to platform services that may be called with any other
+/// lock held.
 enum class LockRank {
     /// Anything may be locked while it is held, except another outermost one.
     Outermost,
-    /// Held alone; only the trace may be written.
+    /// Nothing but the platform services below may be called while it is held.
     Leaf,
+    /// One start, stop or load of a platform service at a time (logs, light events, configuration).
+    /// The service's other lock is locked while it is held.
+    ServiceControl,
+    /// The data of a platform service: logs, inventory, light events, token buckets, bundles. Only
+    /// the configuration is read and the trace written while it is held.
+    Service,
+    /// The configuration. Nothing else is locked while it is held.
+    Configuration,
+    /// One opening or closing of the trace at a time.
+    TraceControl,
     /// The trace: it may be written under any other lock.
     Trace,
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/util/export.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -48,5 +49,30 @@ bool waitUnlessStopping(std::condition_variable& changed, std::unique_lock<std::
     }
     return true;
 }
+
+/// The same for a Mutex, as a loop in which the compiler checks the members that the condition
+/// reads:
+///     StopAwareWait wait;
+///     while (!isDone_)
+///         if (!wait.next(changed_, mutex_))
+///             return false;
+class StopAwareWait {
+  public:
+    /// Wait for a change, for at most 50 ms. Returns false, without waiting, when the process has
+    /// been stopping for kStopGrace during this wait.
+    bool next(ConditionVariable& changed, Mutex& mutex) KELP_REQUIRES(mutex) {
+        constexpr std::chrono::milliseconds kLook{50};
+        const auto now = std::chrono::steady_clock::now();
+        if (!end_ && isStopping())
+            end_ = now + kStopGrace;
+        if (end_ && now >= *end_)
+            return false;
+        changed.wait_for(mutex, kLook);
+        return true;
+    }
+
+  private:
+    std::optional<std::chrono::steady_clock::time_point> end_;
+};
 
 }  // namespace kelp::util

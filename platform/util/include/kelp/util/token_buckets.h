@@ -1,11 +1,11 @@
 #pragma once
 
 #include <kelp/util/export.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <cstddef>
 #include <list>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -27,12 +27,12 @@ class KELP_EXPORT TokenBuckets {
     TokenBuckets& operator=(const TokenBuckets&) = delete;
 
     /// Take one token of this source. Returns false if it has none.
-    bool take(const std::string& source, Time now, const Limits& limits);
+    bool take(const std::string& source, Time now, const Limits& limits) KELP_EXCLUDES(mutex_);
     /// Give a token back. Does nothing if the source was forgotten in the meantime.
-    void giveBack(const std::string& source);
+    void giveBack(const std::string& source) KELP_EXCLUDES(mutex_);
     /// Forgets all sources.
-    void clear();
-    std::size_t sources() const;
+    void clear() KELP_EXCLUDES(mutex_);
+    std::size_t sources() const KELP_EXCLUDES(mutex_);
 
   private:
     struct Bucket {
@@ -42,12 +42,13 @@ class KELP_EXPORT TokenBuckets {
     };
     using Buckets = std::list<Bucket>;
 
-    Bucket& bucketOf(const std::string& source, Time now, const Limits& limits);
+    Bucket& bucketOf(const std::string& source, Time now, const Limits& limits)
+        KELP_REQUIRES(mutex_);
 
     const std::size_t sourcesMax_;
-    mutable std::mutex mutex_;  // guards the members below
-    Buckets buckets_;           ///< the most recently seen source first
-    std::unordered_map<std::string, Buckets::iterator> places_;
+    mutable Mutex mutex_{LockRank::Service, "TokenBuckets::mutex_"};
+    Buckets buckets_ KELP_GUARDED_BY(mutex_);  ///< the most recently seen source first
+    std::unordered_map<std::string, Buckets::iterator> places_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::util

@@ -10,6 +10,8 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+
 constexpr const char* kAlarmType = "NT_ALARM";
 /// Maximum time that a stop waits for the disk.
 constexpr std::chrono::seconds kStopLimit{5};
@@ -30,7 +32,7 @@ AlarmLogWriter::~AlarmLogWriter() {
 
 void AlarmLogWriter::take(const std::vector<EventPtr>& events) {
     const std::time_t now = std::time(nullptr);
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     if (stopping_)
         return;
     for (const EventPtr& each : events) {
@@ -47,7 +49,7 @@ void AlarmLogWriter::take(const std::vector<EventPtr>& events) {
 void AlarmLogWriter::stop() {
     std::thread ending;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         if (!std::exchange(stopping_, true))
             giveUpAt_ = std::chrono::steady_clock::now() + kStopLimit;
         ending.swap(thread_);
@@ -58,30 +60,35 @@ void AlarmLogWriter::stop() {
 }
 
 void AlarmLogWriter::run() {
-    std::unique_lock lock(mutex_);
     for (;;) {
-        changed_.wait(lock, [this] { return stopping_ || !waiting_.empty() || missing_ > 0; });
-        if (waiting_.empty() && missing_ == 0)
+        const Batch batch = next();
+        if (batch.alarms.empty() && batch.missing == 0)
             return;
-        std::deque<Entry> entries;
-        entries.swap(waiting_);
-        const std::size_t missing = std::exchange(missing_, 0);
-        lock.unlock();
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            if (mustGiveUp()) {
-                log_.missing(entries.size() - i);
-                break;
-            }
-            write(entries[i]);
-        }
-        log_.missing(missing);
-        log_.flush();
-        lock.lock();
+        write(batch);
     }
 }
 
+AlarmLogWriter::Batch AlarmLogWriter::next() {
+    const MutexLock lock(mutex_);
+    while (!stopping_ && waiting_.empty() && missing_ == 0)
+        changed_.wait(mutex_);
+    return {std::exchange(waiting_, {}), std::exchange(missing_, 0)};
+}
+
+void AlarmLogWriter::write(const Batch& batch) {
+    for (std::size_t i = 0; i < batch.alarms.size(); ++i) {
+        if (mustGiveUp()) {
+            log_.missing(batch.alarms.size() - i);
+            break;
+        }
+        write(batch.alarms[i]);
+    }
+    log_.missing(batch.missing);
+    log_.flush();
+}
+
 bool AlarmLogWriter::mustGiveUp() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return std::chrono::steady_clock::now() >= giveUpAt_;
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
-#include <condition_variable>
 #include <ctime>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -31,29 +31,37 @@ class AlarmLogWriter {
     AlarmLogWriter& operator=(const AlarmLogWriter&) = delete;
 
     /// Accept those of the events that are alarms.
-    void take(const std::vector<EventPtr>& events);
+    void take(const std::vector<EventPtr>& events) KELP_EXCLUDES(mutex_);
     /// Write the waiting alarms, for at most 5 s, and end the thread.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
   private:
     struct Entry {
         std::time_t taken;
         EventPtr alarm;
     };
-    void run();
+    struct Batch {
+        std::deque<Entry> alarms;
+        std::size_t missing = 0;
+    };
+    void run() KELP_EXCLUDES(mutex_);
+    /// Wait for alarms and return all that wait. An empty batch ends the thread.
+    Batch next() KELP_EXCLUDES(mutex_);
+    void write(const Batch& batch) KELP_EXCLUDES(mutex_);
     void write(const Entry& entry);
-    bool mustGiveUp();
+    bool mustGiveUp() KELP_EXCLUDES(mutex_);
 
     const Format format_;
     const std::size_t waitingMax_;
-    AlarmLog log_;      // the thread's own
-    std::mutex mutex_;  // guards what follows
-    std::condition_variable changed_;
-    std::deque<Entry> waiting_;
-    std::size_t missing_ = 0;
-    bool stopping_ = false;
-    std::chrono::steady_clock::time_point giveUpAt_ = std::chrono::steady_clock::time_point::max();
-    std::thread thread_;
+    AlarmLog log_;  // used by the thread only
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "AlarmLogWriter::mutex_"};
+    kelp::util::ConditionVariable changed_;
+    std::deque<Entry> waiting_ KELP_GUARDED_BY(mutex_);
+    std::size_t missing_ KELP_GUARDED_BY(mutex_) = 0;
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
+    std::chrono::steady_clock::time_point giveUpAt_ KELP_GUARDED_BY(mutex_) =
+        std::chrono::steady_clock::time_point::max();
+    std::thread thread_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_CORBA

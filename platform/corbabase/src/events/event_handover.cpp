@@ -11,6 +11,8 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+using kelp::util::MutexUnlock;
 using Outcome = EventChannelLink::Outcome;
 
 /// Longest wait when nothing is due. A wait until a clock's last moment would overflow.
@@ -57,7 +59,7 @@ EventHandover::~EventHandover() {
 bool EventHandover::take(const std::vector<EventPtr>& events) {
     std::vector<EventPtr> gone;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         if (stopping_)
             return false;
         events_.insert(events_.end(), events.begin(), events.end());
@@ -77,31 +79,31 @@ bool EventHandover::take(const std::vector<EventPtr>& events) {
 }
 
 void EventHandover::requestHeartbeat() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     heartbeatRequested_ = true;
     changed_.notify_one();
 }
 
 void EventHandover::requestProbe() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     probeRequested_ = true;
     changed_.notify_one();
 }
 
 bool EventHandover::channelAnswers() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return answers_;
 }
 
 bool EventHandover::isDrained() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return answers_ && 2 * events_.size() < settings_.eventsMax;
 }
 
 std::size_t EventHandover::stop() {
     std::thread ending;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         stopping_ = true;
         ending.swap(thread_);
         changed_.notify_one();
@@ -109,27 +111,29 @@ std::size_t EventHandover::stop() {
     link_->cancel();
     if (ending.joinable())
         ending.join();
-    const std::lock_guard guard(mutex_);
-    const std::size_t dropped = events_.size();
-    events_.clear();
-    return dropped;
+    std::deque<EventPtr> dropped;
+    {
+        const MutexLock guard(mutex_);
+        dropped.swap(events_);
+    }
+    return dropped.size();
 }
 
 void EventHandover::run() {
-    Lock lock(mutex_);
-    for (Step step = next(lock); step != Step::End; step = next(lock)) {
+    const MutexLock lock(mutex_);
+    for (Step step = next(); step != Step::End; step = next()) {
         if (step == Step::Deliver)
-            deliver(lock);
+            deliver();
         else if (step == Step::Probe)
-            probe(lock);
+            probe();
         else if (step == Step::Tend)
-            tend(lock);
+            tend();
         else
-            askForHeartbeat(lock);
+            askForHeartbeat();
     }
 }
 
-EventHandover::Step EventHandover::next(Lock& lock) {
+EventHandover::Step EventHandover::next() {
     while (!stopping_) {
         const Clock::time_point now = Clock::now();
         if (heartbeatRequested_ || now >= heartbeatDue_)
@@ -141,26 +145,27 @@ EventHandover::Step EventHandover::next(Lock& lock) {
         if (answers_ ? probeRequested_ : now >= probeDue_)
             return Step::Probe;
         const Clock::time_point probeDue = answers_ ? Clock::time_point::max() : probeDue_;
-        changed_.wait_until(lock, std::min({heartbeatDue_, tendDue_, probeDue, now + kLongest}));
+        changed_.wait_until(mutex_, std::min({heartbeatDue_, tendDue_, probeDue, now + kLongest}));
     }
     return Step::End;
 }
 
-void EventHandover::deliver(Lock& lock) {
+void EventHandover::deliver() {
     // at most half of a full queue, because events in delivery cannot be dropped
     const std::size_t most =
         std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
     inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : most);
     const std::vector<EventPtr> batch(events_.begin(),
                                       events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
-    lock.unlock();
     Outcome outcome = Outcome::Refused;
-    contained([&] { outcome = link_->deliver(batch); });
-    lock.lock();
-    settle(lock, batch, outcome);
+    {
+        const MutexUnlock unlocked(mutex_);
+        contained([&] { outcome = link_->deliver(batch); });
+    }
+    settle(batch, outcome);
 }
 
-void EventHandover::settle(Lock& lock, const std::vector<EventPtr>& batch, Outcome outcome) {
+void EventHandover::settle(const std::vector<EventPtr>& batch, Outcome outcome) {
     if (outcome == Outcome::Unanswered) {
         inHand_ = 0;
         singles_ = std::max<std::size_t>(singles_, 1);
@@ -178,9 +183,8 @@ void EventHandover::settle(Lock& lock, const std::vector<EventPtr>& batch, Outco
     forgetInHand();
     if (outcome == Outcome::Delivered)
         return;
-    lock.unlock();
+    const MutexUnlock unlocked(mutex_);
     contained([&] { work_.lost(*batch.front()); });
-    lock.lock();
 }
 
 void EventHandover::forgetInHand() {
@@ -189,12 +193,13 @@ void EventHandover::forgetInHand() {
     inHand_ = 0;
 }
 
-void EventHandover::probe(Lock& lock) {
+void EventHandover::probe() {
     probeRequested_ = false;
-    lock.unlock();
     bool answers = false;
-    contained([&] { answers = link_->probe(); });
-    lock.lock();
+    {
+        const MutexUnlock unlocked(mutex_);
+        contained([&] { answers = link_->probe(); });
+    }
     if (!answers) {
         backOff();
         return;
@@ -211,21 +216,19 @@ void EventHandover::backOff() {
     backOff_ = std::min(backOff_ * 2, settings_.longestBackOff);
 }
 
-void EventHandover::askForHeartbeat(Lock& lock) {
+void EventHandover::askForHeartbeat() {
     heartbeatRequested_ = false;
     const Clock::time_point now = Clock::now();
     if (now >= heartbeatDue_)
         heartbeatDue_ = now + settings_.heartbeatInterval;
-    lock.unlock();
+    const MutexUnlock unlocked(mutex_);
     contained([&] { work_.heartbeat(); });
-    lock.lock();
 }
 
-void EventHandover::tend(Lock& lock) {
+void EventHandover::tend() {
     tendDue_ = after(settings_.tendInterval);
-    lock.unlock();
+    const MutexUnlock unlocked(mutex_);
     contained([&] { link_->tend(); });
-    lock.lock();
 }
 
 }  // namespace NS_CORBA

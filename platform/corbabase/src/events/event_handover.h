@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 #include "events/event_channel_link.h"
@@ -42,52 +42,55 @@ class EventHandover {
 
     /// Accept events without waiting for the channel. False, and none is accepted, once the
     /// handover stops.
-    bool take(const std::vector<EventPtr>& events);
-    void requestHeartbeat();
+    bool take(const std::vector<EventPtr>& events) KELP_EXCLUDES(mutex_);
+    void requestHeartbeat() KELP_EXCLUDES(mutex_);
     /// Request a probe of the channel. A delivery that is answered first makes the probe
     /// unnecessary.
-    void requestProbe();
+    void requestProbe() KELP_EXCLUDES(mutex_);
     /// Whether the channel answered the last call.
-    bool channelAnswers() const;
+    bool channelAnswers() const KELP_EXCLUDES(mutex_);
     /// True when the channel answers and less than half of `eventsMax` events wait.
-    bool isDrained() const;
+    bool isDrained() const KELP_EXCLUDES(mutex_);
     /// End the thread after the call in progress, which the channel's time-out limits. Drop the
     /// waiting events and return their number; 0 when already stopped.
-    std::size_t stop();
+    std::size_t stop() KELP_EXCLUDES(mutex_);
 
   private:
     using Clock = std::chrono::steady_clock;
-    using Lock = std::unique_lock<std::mutex>;
     enum class Step { Deliver, Probe, Heartbeat, Tend, End };
 
-    void run();
+    void run() KELP_EXCLUDES(mutex_);
     /// Wait for something to do.
-    Step next(Lock& lock);
-    void deliver(Lock& lock);
-    void settle(Lock& lock, const std::vector<EventPtr>& batch, EventChannelLink::Outcome outcome);
-    void probe(Lock& lock);
-    void askForHeartbeat(Lock& lock);
-    void tend(Lock& lock);
-    void backOff();
-    void forgetInHand();
+    Step next() KELP_REQUIRES(mutex_);
+    void deliver() KELP_REQUIRES(mutex_);
+    void settle(const std::vector<EventPtr>& batch, EventChannelLink::Outcome outcome)
+        KELP_REQUIRES(mutex_);
+    void probe() KELP_REQUIRES(mutex_);
+    void askForHeartbeat() KELP_REQUIRES(mutex_);
+    void tend() KELP_REQUIRES(mutex_);
+    void backOff() KELP_REQUIRES(mutex_);
+    void forgetInHand() KELP_REQUIRES(mutex_);
 
     const Settings settings_;
     const std::shared_ptr<EventChannelLink> link_;
     const Work work_;
-    mutable std::mutex mutex_;  // guards what follows
-    std::condition_variable changed_;
-    std::deque<EventPtr> events_;
-    std::size_t inHand_ = 0;   // number of events at the front that are being delivered
-    std::size_t singles_ = 0;  // number of events at the front that are sent one by one
-    bool answers_;
-    bool probeRequested_ = false;
-    Clock::time_point probeDue_;  // used while the channel does not answer
-    std::chrono::milliseconds backOff_;
-    Clock::time_point heartbeatDue_;
-    bool heartbeatRequested_ = false;
-    Clock::time_point tendDue_;
-    bool stopping_ = false;
-    std::thread thread_;
+    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "EventHandover::mutex_"};
+    kelp::util::ConditionVariable changed_;
+    std::deque<EventPtr> events_ KELP_GUARDED_BY(mutex_);
+    /// Number of events at the front that are being delivered.
+    std::size_t inHand_ KELP_GUARDED_BY(mutex_) = 0;
+    /// Number of events at the front that are sent one by one.
+    std::size_t singles_ KELP_GUARDED_BY(mutex_) = 0;
+    bool answers_ KELP_GUARDED_BY(mutex_);
+    bool probeRequested_ KELP_GUARDED_BY(mutex_) = false;
+    /// Used while the channel does not answer.
+    Clock::time_point probeDue_ KELP_GUARDED_BY(mutex_);
+    std::chrono::milliseconds backOff_ KELP_GUARDED_BY(mutex_);
+    Clock::time_point heartbeatDue_ KELP_GUARDED_BY(mutex_);
+    bool heartbeatRequested_ KELP_GUARDED_BY(mutex_) = false;
+    Clock::time_point tendDue_ KELP_GUARDED_BY(mutex_);
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
+    std::thread thread_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_CORBA

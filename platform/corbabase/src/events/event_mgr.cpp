@@ -1,18 +1,22 @@
 #include <kelp/corbabase/event_mgr.h>
-
-#include <mutex>
+#include <kelp/util/mutex.h>
 
 #include "orb/singleton.h"
 
 namespace NS_CORBA {
 
 namespace {
+
+using kelp::util::LockRank;
+using kelp::util::MutexLock;
+
 std::atomic<EventMgr*> theInstance{nullptr};
-}
+
+}  // namespace
 
 struct EventMgr::State {
-    mutable std::mutex mutex;
-    CosNotifyChannelAdmin::EventChannel_var channel;  // guarded by mutex
+    kelp::util::Mutex mutex{LockRank::Leaf, "EventMgr::State::mutex"};
+    CosNotifyChannelAdmin::EventChannel_var channel KELP_GUARDED_BY(mutex);
 };
 
 EventMgr::EventMgr() : state_(std::make_unique<State>()) {}
@@ -27,12 +31,14 @@ void EventMgr::Destroy() {
 }
 
 CosNotifyChannelAdmin::EventChannel_ptr EventMgr::GetEventChannel() const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock guard(state_->mutex);
     return CosNotifyChannelAdmin::EventChannel::_duplicate(state_->channel.in());
 }
 
 void EventMgr::SetEventChannel(CosNotifyChannelAdmin::EventChannel_ptr channel) {
-    const std::lock_guard guard(state_->mutex);
+    CosNotifyChannelAdmin::EventChannel_var before;  // released without the lock
+    const MutexLock guard(state_->mutex);
+    before = state_->channel._retn();
     state_->channel = CosNotifyChannelAdmin::EventChannel::_duplicate(channel);
 }
 

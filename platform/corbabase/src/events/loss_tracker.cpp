@@ -8,6 +8,9 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+using kelp::util::MutexUnlock;
+
 /// Return a text from the event's filterable data; empty when no field has that name.
 std::string textOf(const CosNotification::StructuredEvent& event, const char* name) {
     for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i) {
@@ -22,7 +25,7 @@ std::string textOf(const CosNotification::StructuredEvent& event, const char* na
 }  // namespace
 
 bool LossTracker::isCounted() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     rounds_ = 0;
     return isLosing_;
 }
@@ -33,17 +36,17 @@ void LossTracker::lost(const CosNotification::StructuredEvent& first) {
     Report report{Start{textOf(first, "emsTime"), textOf(first, "notificationId")}};
     if (report.start->time.empty())
         report.start->time = ConfiguredTimeText(std::time(nullptr));
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     rounds_ = 0;
     if (isLosing_)
         return;
     waiting_.push_back(std::move(report));
     isLosing_ = true;
-    makeReports(lock);
+    makeReports();
 }
 
 void LossTracker::roundBegins(bool isDrained) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!isLosing_)
         return;
     ++rounds_;
@@ -51,10 +54,10 @@ void LossTracker::roundBegins(bool isDrained) {
         return;
     waiting_.push_back({std::nullopt, std::time(nullptr)});
     isLosing_ = false;
-    makeReports(lock);
+    makeReports();
 }
 
-void LossTracker::makeReports(Lock& lock) {
+void LossTracker::makeReports() {
     // reports of two threads, made without the lock, could overtake each other
     if (isReporting_)
         return;
@@ -62,12 +65,11 @@ void LossTracker::makeReports(Lock& lock) {
     while (!waiting_.empty()) {
         const Report next = std::move(waiting_.front());
         waiting_.pop_front();
-        lock.unlock();
+        const MutexUnlock unlocked(mutex_);
         if (next.start)
             reports_.occurred(*next.start);
         else
             reports_.cleared(next.endTime);
-        lock.lock();
     }
     isReporting_ = false;
 }

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cos/CosNotification.h>
+#include <kelp/util/mutex.h>
 
 #include <ctime>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -32,10 +32,10 @@ class LossTracker {
     explicit LossTracker(Reports reports) : reports_(std::move(reports)) {}
 
     /// An event was lost. The first one begins a loss.
-    void lost(const CosNotification::StructuredEvent& first);
+    void lost(const CosNotification::StructuredEvent& first) KELP_EXCLUDES(mutex_);
     /// A round of session checks begins. It ends the loss when `isDrained` and a whole round has
     /// passed since the last lost event.
-    void roundBegins(bool isDrained);
+    void roundBegins(bool isDrained) KELP_EXCLUDES(mutex_);
 
   private:
     static constexpr int kRounds = 2;
@@ -43,18 +43,17 @@ class LossTracker {
         std::optional<Start> start;  ///< none: the report of the loss's end
         std::time_t endTime = 0;
     };
-    using Lock = std::unique_lock<std::mutex>;
 
     /// Restart the count of rounds. True when a loss is already in progress.
-    bool isCounted();
-    void makeReports(Lock& lock);
+    bool isCounted() KELP_EXCLUDES(mutex_);
+    void makeReports() KELP_REQUIRES(mutex_);
 
     const Reports reports_;
-    std::mutex mutex_;  // guards what follows
-    bool isLosing_ = false;
-    int rounds_ = 0;
-    std::deque<Report> waiting_;
-    bool isReporting_ = false;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "LossTracker::mutex_"};
+    bool isLosing_ KELP_GUARDED_BY(mutex_) = false;
+    int rounds_ KELP_GUARDED_BY(mutex_) = 0;
+    std::deque<Report> waiting_ KELP_GUARDED_BY(mutex_);
+    bool isReporting_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace NS_CORBA

@@ -4,9 +4,9 @@
 #include <kelp/corbabase/time_text.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/notification/channel.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
-#include <mutex>
 
 #include "events/embedded_link.h"
 #include "events/event_delivery.h"
@@ -24,6 +24,8 @@ namespace {
 using CosNotifyChannelAdmin::EventChannel;
 using CosNotifyChannelAdmin::EventChannel_ptr;
 using CosNotifyChannelAdmin::EventChannel_var;
+using kelp::util::LockRank;
+using kelp::util::MutexLock;
 using NS_BUNDLEMGR1::ConfigStore;
 
 std::atomic<SuppilerMgr*> theInstance{nullptr};
@@ -108,8 +110,8 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
     std::atomic<CallBackProcessBase*> callBack{nullptr};
     LossTracker losses{{[this](const LossTracker::Start& start) { lossBegan(start); },
                         [this](std::time_t endTime) { lossEnded(endTime); }}};
-    mutable std::mutex mutex;
-    std::shared_ptr<EventDelivery> delivery;  // guarded by mutex
+    mutable kelp::util::Mutex mutex{LockRank::Leaf, "SuppilerMgr::State::mutex"};
+    std::shared_ptr<EventDelivery> delivery KELP_GUARDED_BY(mutex);
 
     void eventsLost(const CosNotification::StructuredEvent& first) override {
         contained([&] { losses.lost(first); });
@@ -132,15 +134,15 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
                 agent->OnEventLossCleared(endTime);
         });
     }
-    std::shared_ptr<EventDelivery> current() const {
-        const std::lock_guard guard(mutex);
+    std::shared_ptr<EventDelivery> current() const KELP_EXCLUDES(mutex) {
+        const MutexLock guard(mutex);
         return delivery;
     }
     bool take(const CosNotification::StructuredEvent* events, std::size_t count) const {
         const std::shared_ptr<EventDelivery> running = current();
         return running && running->take(events, count);
     }
-    void open(CORBA::ORB_ptr orb);
+    void open(CORBA::ORB_ptr orb) KELP_EXCLUDES(mutex);
 };
 
 SuppilerMgr::SuppilerMgr() : state_(std::make_unique<State>()) {}
@@ -176,11 +178,11 @@ void SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
         if (CallBackProcessBase* agent = callBack)
             agent->FormatAlarmLog(out, alarm);
     };
-    const auto made = std::make_shared<EventDelivery>(
+    auto made = std::make_shared<EventDelivery>(
         handoverSettings(), makeLink(orb, *this), work, openAlarmLog(inWords),
         ConfigStore::instance().flag("notification.fill_ne_time"));
-    const std::lock_guard guard(mutex);
-    delivery = made;
+    const MutexLock guard(mutex);
+    delivery.swap(made);
 }
 
 int SuppilerMgr::Start(int mode) {
@@ -214,7 +216,7 @@ int SuppilerMgr::Start(int mode) {
 void SuppilerMgr::ExitThread() {
     std::shared_ptr<EventDelivery> ending;
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock guard(state_->mutex);
         ending.swap(state_->delivery);
     }
     if (!ending)

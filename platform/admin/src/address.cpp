@@ -18,7 +18,7 @@ Address configuredAddress() {
         address.socket = folder / "admin.sock";
         return address;
     }
-    // the configuration's check has let only address:port and [address]:port pass
+    // the configuration check accepts only address:port and [address]:port
     const std::size_t colon = listen.rfind(':');
     address.host = listen.substr(0, colon);
     if (address.host.starts_with('['))

@@ -9,13 +9,13 @@ namespace kelp::admin {
 
 namespace {
 
-/// What is read, written and copied by recursion must not be deeper.
+/// Maximum nesting: JSON is read, written and copied by recursion, which needs stack.
 constexpr int kDepthMax = 32;
-/// Members of one object are looked for one after the other.
+/// Maximum number of members of an object, because a member is found by a linear search.
 constexpr std::size_t kMembersMax = 1000;
 
-/// Sees every array and object of a text as it is read, and stops keeping what is read at the first
-/// mistake. The parser itself takes any depth, and the last one of two equal keys.
+/// Checks every array and object while a text is parsed, and makes the parser skip the rest after
+/// the first mistake. The parser itself accepts any depth, and keeps the last of two equal keys.
 class Watch {
   public:
     bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
@@ -31,7 +31,7 @@ class Watch {
             keyCame(parsed.get<std::string>());
         return wrong_.empty();
     }
-    /// What is wrong; empty for nothing.
+    /// Description of the mistake; empty if there is none.
     const std::string& wrong() const { return wrong_; }
 
   private:

@@ -6,8 +6,8 @@
 
 namespace kelp::admin {
 
-/// The JSON of a text. Throws RequestError for a text that is none, that is nested too deeply, or
-/// has an object with a key twice or with too many.
+/// Parse a JSON text. Throws RequestError if the text is not JSON, is nested too deeply, or has an
+/// object that repeats a key or has too many keys.
 Json parseJson(const std::string& text);
 
 }  // namespace kelp::admin

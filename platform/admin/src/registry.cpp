@@ -39,13 +39,13 @@ Answer answerOf(const Handler& handler, const std::string& what, const std::stri
 struct Registry::State {
     struct Entry {
         Handler handler;
-        int running = 0;  ///< calls in progress; the entry lives as long as they do
+        int running = 0;  ///< calls in progress; the entry is not destroyed before they end
     };
     using Key = std::pair<std::string, std::string>;  ///< path, method
 
     std::mutex mutex;
     std::condition_variable callEnded;
-    std::map<Key, Entry> entries;  ///< guarded by mutex, but for handlers that are being called
+    std::map<Key, Entry> entries;  ///< guarded by mutex, except a handler while it is called
 
     bool hasPath(const std::string& path) const {
         return std::any_of(entries.begin(), entries.end(),
@@ -66,7 +66,7 @@ Registry::Registry() : state_(std::make_shared<State>()) {}
 Registry::~Registry() = default;
 
 Registry& Registry::instance() {
-    // Never destroyed: bundles that nobody stopped leave as late as static destruction.
+    // Never destroyed: bundles that nobody stopped may leave during static destruction.
     static Registry* const instance = new Registry;
     return *instance;
 }
@@ -117,7 +117,7 @@ void Registration::leave() noexcept {
     std::unique_lock lock(registry->mutex);
     auto node = registry->entries.extract({path_, method_});
     registry->callEnded.wait(lock, [&] { return node.mapped().running == 0; });
-    lock.unlock();  // the handler goes with the node, whatever its end does
+    lock.unlock();  // the handler is destroyed with the node, without the lock
 }
 
 }  // namespace kelp::admin

@@ -50,7 +50,8 @@ KelpAppMgr::KelpAppMgr() : state_(std::make_unique<State>()) {}
 KelpAppMgr::~KelpAppMgr() = default;
 
 KelpAppMgr* KelpAppMgr::Instance() {
-    // Never destroyed: task managers that nobody ended must not go under their own threads at exit.
+    // Never destroyed: at exit a task manager that nobody ended must not be destroyed while its
+    // threads run.
     static KelpAppMgr* const instance = new KelpAppMgr;
     return instance;
 }

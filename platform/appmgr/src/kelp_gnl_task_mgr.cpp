@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Work beyond this waits longer than anyone wants it done; Post tells the caller instead.
+/// Maximum number of queued items. More would wait longer than anybody wants, so Post refuses them.
 constexpr std::size_t kQueueMax = 10000;
 
 }  // namespace
@@ -30,15 +30,15 @@ struct KelpGnlTaskMgr::State : std::enable_shared_from_this<KelpGnlTaskMgr::Stat
     const int type;
     const int workersWanted;
 
-    std::mutex mutex;  ///< guards all below; not held while work runs
+    std::mutex mutex;  ///< guards all members below; not held while work runs
     std::condition_variable changed;
     std::deque<Work> queue;
     std::size_t dropped = 0;
-    int group = -1;  ///< of the workers
+    int group = -1;  ///< the ACE group of the workers
     int workersRunning = 0;
     bool started = false;
     bool ending = false;
-    bool isLeftRunning = false;  ///< the stop has ceased to wait for work in progress
+    bool isLeftRunning = false;  ///< end() has stopped waiting for work in progress
 
     bool spawnWorker();
     void serve();
@@ -50,7 +50,7 @@ struct KelpGnlTaskMgr::State : std::enable_shared_from_this<KelpGnlTaskMgr::Stat
 
 namespace {
 
-/// Whose worker the calling thread is.
+/// The State whose worker the calling thread is; null for other threads.
 thread_local const void* workerOf = nullptr;
 
 }  // namespace
@@ -67,7 +67,7 @@ ACE_THR_FUNC_RETURN KelpGnlTaskMgr::State::threadBody(void* argument) {
 }
 
 bool KelpGnlTaskMgr::State::spawnWorker() {
-    // The thread shares in the ownership: work may end its own task manager.
+    // The thread shares ownership of the state, because work may end its own task manager.
     auto argument = std::make_unique<std::shared_ptr<State>>(shared_from_this());
     const std::lock_guard guard(mutex);
     const int spawned =
@@ -134,15 +134,14 @@ void KelpGnlTaskMgr::State::end() {
             return;
         if (!kelp::util::waitUnlessStopping(changed, lock,
                                             [this] { return workersRunning == 0; })) {
-            // the workers share in the ownership of this state, so they may go on for as long as
-            // they like
+            // the workers share ownership of this state, so they may continue
             isLeftRunning = true;
             kelp::util::leaveRunning("work of task manager " + std::to_string(type));
             return;
         }
         workers = std::exchange(group, -1);
     }
-    // The last instructions of the workers too.
+    // Wait also for the last instructions of the workers.
     if (workers != -1)
         threads->wait_grp(workers);
 }

@@ -9,8 +9,8 @@
 
 namespace kelp::naming {
 
-/// Every open iterator (OMG Naming Service 1.3, clause 2.3.9): its object id is its id in the
-/// table.
+/// The servant of all open iterators (OMG Naming Service 1.3, clause 2.3.9). The object id is the
+/// iterator's id in the table.
 class BindingIterators final : public virtual POA_CosNaming::BindingIterator {
   public:
     explicit BindingIterators(std::shared_ptr<ServedTree> tree) : tree_(std::move(tree)) {}
@@ -23,7 +23,7 @@ class BindingIterators final : public virtual POA_CosNaming::BindingIterator {
 
   private:
     ~BindingIterators() override = default;
-    /// Throws OBJECT_NOT_EXIST for an iterator that has ended.
+    /// Throws OBJECT_NOT_EXIST if the iterator has ended.
     std::vector<NameEntry> next(std::size_t count) const;
 
     const std::shared_ptr<ServedTree> tree_;

@@ -136,7 +136,7 @@ void ContextServant::destroy() {
     throwFixed();
 }
 
-// -- which context
+// -- the called context
 
 std::string AnyContext::objectIdOf(const NamingPath& path) {
     return path.empty() ? kRootId : toText(path);

@@ -9,7 +9,7 @@
 
 namespace kelp::naming {
 
-/// A naming context of the tree (OMG Naming Service 1.3, clauses 2.3 and 2.5).
+/// The servant of naming contexts of the tree (OMG Naming Service 1.3, clauses 2.3 and 2.5).
 class ContextServant : public virtual POA_CosNaming::NamingContextExt {
   public:
     explicit ContextServant(std::shared_ptr<ServedTree> tree) : tree_(std::move(tree)) {}
@@ -38,16 +38,17 @@ class ContextServant : public virtual POA_CosNaming::NamingContextExt {
     ServedTree& tree() const { return *tree_; }
 
   private:
-    /// Path of the context that is called; may lead nowhere any more.
+    /// Path of the called context. The context may no longer exist.
     virtual util::NamingPath here() const = 0;
-    /// The path of a name in the context that is called. Throws OBJECT_NOT_EXIST and InvalidName.
+    /// The path of a name in the context `here`. Throws OBJECT_NOT_EXIST if that context does not
+    /// exist.
     util::NamingPath pathFrom(const util::NamingPath& here, const util::NamingPath& name) const;
     CORBA::Object_ptr resolvePath(const util::NamingPath& name) const;
 
     const std::shared_ptr<ServedTree> tree_;
 };
 
-/// The root context, whatever its object id.
+/// The root context, whatever its object id is.
 class RootContext final : public ContextServant {
   public:
     using ContextServant::ContextServant;
@@ -56,7 +57,7 @@ class RootContext final : public ContextServant {
     util::NamingPath here() const override { return {}; }
 };
 
-/// Every context: its object id is its path, stringified, and "/" for the root.
+/// Every context. The object id is the stringified path, or "/" for the root.
 class AnyContext final : public ContextServant {
   public:
     using ContextServant::ContextServant;

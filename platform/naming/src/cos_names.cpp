@@ -38,7 +38,7 @@ NamingPath pathOf(const Name& name) {
 }
 
 NamingPath pathOf(const char* stringifiedName) {
-    // with every character escaped it is twice as long
+    // escaping every character doubles the length
     if (::strnlen(stringifiedName, 2 * kNameBytesMax + 1) > 2 * kNameBytesMax)
         throw NamingContext::InvalidName();
     try {

@@ -11,19 +11,19 @@
 
 namespace kelp::naming {
 
-/// Names beyond these bounds are invalid. No name in use comes near them.
+/// Longer names are invalid. No name in use is nearly as long.
 inline constexpr std::size_t kComponentsMax = 100;
 inline constexpr std::size_t kNameBytesMax = 8192;
 
-/// A caller's name. Throws NamingContext::InvalidName for one without components or beyond the
-/// bounds.
+/// The path of a caller's name. Throws NamingContext::InvalidName if the name has no components or
+/// is too long.
 util::NamingPath pathOf(const CosNaming::Name& name);
-/// A caller's stringified name; throws likewise, also for text that is none.
+/// The same for a stringified name. Also throws if the text is not a stringified name.
 util::NamingPath pathOf(const char* stringifiedName);
 
 CosNaming::Name* nameOf(const util::NamingPath& path);
 
-/// The first characters of a name of any length, stringified without escapes, for a log.
+/// The beginning of a name, stringified without escapes, for a log. The name may have any length.
 std::string shortText(const CosNaming::Name& name);
 
 CosNaming::Binding bindingOf(const NameEntry& entry);

@@ -14,22 +14,22 @@
 
 namespace kelp::naming {
 
-/// The open iterators of all callers: what each still has to give. An iterator ends when it is
-/// closed, when it was not used for a time, or when it is the oldest and there are too many.
-/// Callable from any thread.
+/// The open iterators of all callers with the entries that each has still to return. An iterator
+/// ends when it is closed, when it has not been used for a time, or when it is the oldest and there
+/// are too many. Any thread may call it.
 class IteratorTable {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Opens an iterator for a caller's address; closes the oldest of the address and of all that
-    /// are beyond the limits then. Gives its id, 128 random bits as hexadecimal digits.
+    /// Open an iterator for a caller's address and return its id: 128 random bits as hexadecimal
+    /// digits. Closes the oldest iterators of this address, and of all, that exceed the limits.
     std::string open(std::vector<NameEntry> entries, const std::string& owner,
                      const NamingLimits& limits, Time now);
-    /// The next entries, at most `count`; empty after the last. None when there is no such iterator
-    /// (any more).
+    /// The next entries, at most `count`; empty after the last. None if the iterator does not exist
+    /// or has ended.
     std::optional<std::vector<NameEntry>> next(const std::string& id, std::size_t count,
                                                const NamingLimits& limits, Time now);
-    /// False when there is no such iterator (any more).
+    /// False if the iterator does not exist or has ended.
     bool close(const std::string& id, const NamingLimits& limits, Time now);
     bool isOpen(const std::string& id, const NamingLimits& limits, Time now);
 

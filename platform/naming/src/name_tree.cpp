@@ -7,7 +7,7 @@ namespace kelp::naming {
 using util::NamingComponent;
 using util::NamingPath;
 
-/// A context, or the object when it has no entries.
+/// A context, or the object.
 struct NameTree::Node {
     std::map<NamingComponent, Node> entries;
     bool isObject = false;

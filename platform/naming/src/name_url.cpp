@@ -26,7 +26,7 @@ bool areAll(std::string_view text, std::string_view others) {
     });
 }
 
-/// Takes `prefix` off the text; false when it is not there.
+/// Remove `prefix` from the text. False if the text does not begin with it.
 bool takeOff(std::string_view& text, std::string_view prefix) {
     if (!text.starts_with(prefix))
         return false;

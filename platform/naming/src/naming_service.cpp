@@ -19,9 +19,9 @@ constexpr std::array kKeys = {"NameService", "DefaultNamingContext", "NamingCont
 
 struct NamingService::State {
     CORBA::ORB_var orb;
-    OrbSurroundings* surroundings = nullptr;  ///< the tree's
+    OrbSurroundings* surroundings = nullptr;  ///< owned by the tree
     std::shared_ptr<ServedTree> tree;
-    std::vector<std::string> keys;  ///< published
+    std::vector<std::string> keys;  ///< the published keys
 
     void activate();
     void withdraw() noexcept;
@@ -66,7 +66,7 @@ void NamingService::State::withdraw() noexcept {
     try {
         surroundings->contexts()->destroy(true, false);
     } catch (const CORBA::Exception&) {
-        // the ORB is down, and its POAs with it
+        // the ORB has been destroyed together with its POAs
     }
 }
 

@@ -36,7 +36,7 @@ PortableServer::ObjectId* idOf(const std::string& text) {
 OrbSurroundings::OrbSurroundings(CORBA::ORB_ptr orb, PortableServer::POA_ptr parent) {
     const CORBA::Object_var current = orb->resolve_initial_references("POACurrent");
     current_ = PortableServer::Current::_narrow(current.in());
-    // a manager of its own: the process unbinds its object when it has ceased to take requests
+    // a separate manager: the process unbinds its object after it has stopped accepting requests
     contexts_ =
         makePoa(parent, "naming", PortableServer::POAManager::_nil(), PortableServer::PERSISTENT);
     const PortableServer::POAManager_var manager = contexts_->the_POAManager();

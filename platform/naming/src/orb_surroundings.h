@@ -6,11 +6,11 @@
 
 namespace kelp::naming {
 
-/// The POAs of a naming service: one for contexts, one below it for iterators, each with one
-/// servant for all its objects, under a POA manager of their own.
+/// The POAs of a naming service: one for contexts and, as its child, one for iterators. Each has
+/// one servant for all its objects. Both share a separate POA manager.
 class OrbSurroundings final : public Surroundings {
   public:
-    /// Makes the POAs; their callers wait. Throws CORBA system exceptions.
+    /// Create the POAs. Calls to them wait. Throws CORBA system exceptions.
     OrbSurroundings(CORBA::ORB_ptr orb, PortableServer::POA_ptr parent);
 
     CosNaming::NamingContextExt_ptr contextAt(const util::NamingPath& path) override;
@@ -18,7 +18,7 @@ class OrbSurroundings final : public Surroundings {
     std::string currentObjectId() override;
     std::optional<std::string> caller() override;
 
-    /// Borrowed.
+    /// The caller borrows the POAs.
     PortableServer::POA_ptr contexts() const { return contexts_.in(); }
     PortableServer::POA_ptr iterators() const { return iterators_.in(); }
 

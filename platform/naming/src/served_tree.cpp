@@ -70,7 +70,7 @@ CORBA::Object_ptr ServedTree::resolve(const NamingPath& path, std::size_t contex
     const bool isBound = !CORBA::is_nil(object.in());
     if (found.kind == NameTree::Kind::Object && isBound)
         return object._retn();
-    // the place of the object is empty until it is bound
+    // the object's place counts as empty until the object is bound
     const bool isInTheWay = found.kind == NameTree::Kind::Through && isBound;
     const std::size_t at = found.kind == NameTree::Kind::Object ? path.size() - 1 : found.at;
     throwNotFound(isInTheWay ? NamingContext::not_context : NamingContext::missing_node, path,
@@ -97,8 +97,8 @@ void ServedTree::bind(const NamingPath& path, CORBA::Object_ptr object, Bind how
         throwNoPermission();
     if (CORBA::is_nil(object))
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-    CORBA::Object_var kept =
-        CORBA::Object::_duplicate(object);  // swapped: the former is released unlocked
+    CORBA::Object_var kept = CORBA::Object::_duplicate(
+        object);  // swapped: the former object is released without the lock
     const std::lock_guard guard(mutex_);
     if (how == Bind::New && !CORBA::is_nil(object_.in()))
         throw NamingContext::AlreadyBound();

@@ -13,13 +13,13 @@
 
 namespace kelp::naming {
 
-/// What all servants of a naming service share: the tree, the object that it shows, and the
-/// iterators. Paths are whole, from the root on; `context` is how many of their components lead to
-/// the context that was called, so that exceptions name the rest as the caller gave it. Callable
-/// from any thread; no lock is held while the ORB is called.
+/// What all servants of a naming service share: the tree, the object in it and the iterators. Paths
+/// begin at the root. `context` is the number of their components that lead to the called context:
+/// an exception names the components after these, as the caller gave them. Any thread may call it.
+/// No lock is held during calls to the ORB.
 class ServedTree {
   public:
-    /// Throws std::invalid_argument for paths that do not fit together.
+    /// Throws std::invalid_argument if the paths contradict each other.
     ServedTree(const NamingSettings& settings, std::unique_ptr<Surroundings> surroundings,
                OnRefusedChange onRefused);
 
@@ -28,17 +28,18 @@ class ServedTree {
     NamingLimits limits() const;
 
     bool isContext(const util::NamingPath& path) const { return tree()->isContext(path); }
-    /// What the path leads to, which the caller owns. Throws NotFound.
+    /// What the path leads to; the caller owns the reference. Throws NotFound.
     CORBA::Object_ptr resolve(const util::NamingPath& path, std::size_t context) const;
     std::vector<NameEntry> list(const util::NamingPath& context) const;
 
-    /// Refuses, and reports, what a caller from outside wants to change. Throws NO_PERMISSION.
+    /// If the current request came over a connection, report the modification and throw
+    /// NO_PERMISSION.
     void refuseOutsiders(const char* operation, const CosNaming::Name& name) const;
     enum class Bind { New, Over };
-    /// Throws AlreadyBound for Bind::New, and NO_PERMISSION for a path that is not the object's
-    /// own.
+    /// Bind the object. Throws NO_PERMISSION if `path` is not the object's own, and AlreadyBound if
+    /// `how` is New and an object is bound.
     void bind(const util::NamingPath& path, CORBA::Object_ptr object, Bind how);
-    /// Throws NotFound, and NO_PERMISSION likewise.
+    /// Unbind the object. Throws NO_PERMISSION likewise, and NotFound if no object is bound.
     void unbind(const util::NamingPath& path, std::size_t context);
 
     IteratorTable& iterators() { return iterators_; }
@@ -50,9 +51,9 @@ class ServedTree {
     const util::NamingPath objectPath_;
     const std::unique_ptr<Surroundings> surroundings_;
     const OnRefusedChange onRefused_;
-    IteratorTable iterators_;  // has its own lock
+    IteratorTable iterators_;  // has a separate lock
     mutable std::mutex mutex_;
-    std::shared_ptr<const NameTree> tree_;  // these three are guarded by mutex_
+    std::shared_ptr<const NameTree> tree_;  // these three members are guarded by mutex_
     NamingLimits limits_;
     CORBA::Object_var object_;
 };

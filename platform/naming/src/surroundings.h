@@ -8,17 +8,18 @@
 
 namespace kelp::naming {
 
-/// What the servants need of the ORB that serves them.
+/// What the servants need from the ORB that calls them. Any thread may call it.
 class Surroundings {
   public:
     virtual ~Surroundings() = default;
-    /// New references, which the caller owns.
+    /// Create a reference, which the caller owns.
     virtual CosNaming::NamingContextExt_ptr contextAt(const util::NamingPath& path) = 0;
     virtual CosNaming::BindingIterator_ptr iteratorOf(const std::string& id) = 0;
-    /// Of the call in hand. Raises what PortableServer::Current raises outside one.
+    /// The object id of the current call. Outside a call it raises what PortableServer::Current
+    /// raises.
     virtual std::string currentObjectId() = 0;
-    /// Address, without port, of the peer whose request the calling thread serves; none for a call
-    /// of this process.
+    /// Address, without port, of the peer whose request the calling thread serves. None for a call
+    /// from this process.
     virtual std::optional<std::string> caller() = 0;
 };
 

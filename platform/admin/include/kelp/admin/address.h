@@ -7,19 +7,19 @@
 
 namespace kelp::admin {
 
-/// Where the operator's interface of a host is.
+/// The address of a host's operator interface.
 struct KELP_EXPORT Address {
-    std::filesystem::path socket;  ///< of a Unix socket; empty: host and port hold
+    std::filesystem::path socket;  ///< a Unix socket; if empty, host and port apply
     std::string host;              ///< a numeric address of the loopback interface
     int port = 0;
     std::filesystem::path
-        tokenFile;  ///< with host and port: what a caller proves itself by stands in it
+        tokenFile;  ///< with host and port: the file with the token that authenticates a caller
 
-    /// In one line, for messages.
+    /// The address in one line, for messages.
     std::string text() const;
 };
 
-/// The address that `[admin] listen` says, with its files in the state directory.
+/// The address configured by `[admin] listen`. Its files are in the state directory.
 KELP_EXPORT Address configuredAddress();
 
 }  // namespace kelp::admin

@@ -10,11 +10,11 @@
 
 namespace kelp::admin {
 
-/// What requests and answers are made of. Objects keep the order of their members: it counts in the
-/// names of TMF 814 objects.
+/// Requests and answers. Objects keep the order of their members, which matters in the names of TMF
+/// 814 objects.
 using Json = nlohmann::ordered_json;
 
-/// Raised by a handler to refuse a request: the HTTP status and one sentence for whoever made it.
+/// A handler throws this to refuse a request, with the HTTP status and one sentence for the caller.
 class KELP_EXPORT RequestError : public std::runtime_error {
   public:
     explicit RequestError(const std::string& why, int status = kBadRequest);
@@ -31,12 +31,12 @@ class KELP_EXPORT RequestError : public std::runtime_error {
     int status_;
 };
 
-/// Answers one kind of request. The request is null when it came without a body. Called on threads
-/// of the operator's interface, several at a time. What it raises besides RequestError is traced
-/// and answered as an internal error.
+/// Answers one kind of request. The request is null if it has no body. Called on threads of the
+/// operator interface, possibly several at a time. Any exception other than RequestError is traced
+/// and becomes an internal error.
 using Handler = std::function<Json(const Json& request)>;
 
-/// What a request came to: the HTTP status, and the body, which is {"error": "..."} for a failure.
+/// The answer to a request: the HTTP status, and the body, which is {"error": "..."} for a failure.
 struct KELP_EXPORT Answer {
     int status = 200;
     Json body;
@@ -44,8 +44,8 @@ struct KELP_EXPORT Answer {
 
 class Registration;
 
-/// The requests of the operator's interface: bundles enter what they answer, the host asks. One for
-/// the process; any thread may call it.
+/// The requests of the operator interface. Bundles enter handlers, the host asks for answers. There
+/// is one registry for the process. Any thread may call it.
 class KELP_EXPORT Registry {
   public:
     static Registry& instance();
@@ -55,14 +55,14 @@ class KELP_EXPORT Registry {
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    /// From here on `handler` answers requests of that method ("POST") and path ("/alarms"), until
-    /// the registration ends. Throws std::invalid_argument when another one does already.
+    /// Let `handler` answer requests with this method ("POST") and path ("/alarms") until the
+    /// registration ends. Throws std::invalid_argument if there is another handler for them.
     [[nodiscard]] Registration enter(const std::string& method, const std::string& path,
                                      Handler handler);
 
-    /// Lets the handler answer. `body` is the request's text, empty for none. Text that is no JSON,
-    /// one nested deeper than 32 times, an object with a key twice or with more than 1000, a
-    /// request that nobody answers and everything that a handler raises become answers too.
+    /// Answer a request. `body` is the request's text, which may be empty. These also result in an
+    /// answer: invalid JSON, JSON nested deeper than 32 levels, an object that repeats a key or has
+    /// more than 1000 keys, a request without a handler, and anything that a handler throws.
     Answer answer(const std::string& method, const std::string& path, const std::string& body);
 
   private:
@@ -71,9 +71,9 @@ class KELP_EXPORT Registry {
     std::shared_ptr<State> state_;
 };
 
-/// A handler's time in the registry. Its end, or leave(), returns after calls in progress have
-/// ended: the handler is not called afterwards and nothing of it is left, so its library may be
-/// unloaded. Not to be ended by the handler itself.
+/// A handler's entry in the registry. The destructor and leave() return after the calls in progress
+/// have ended. The handler is not called afterwards and has been destroyed, so its library may be
+/// unloaded. The handler must not end its own registration.
 class KELP_EXPORT Registration {
   public:
     Registration() = default;
@@ -87,7 +87,7 @@ class KELP_EXPORT Registration {
     friend class Registry;
     Registration(std::shared_ptr<Registry::State> registry, std::string method, std::string path);
 
-    std::shared_ptr<Registry::State> registry_;  ///< null: nothing entered
+    std::shared_ptr<Registry::State> registry_;  ///< null: not registered
     std::string method_;
     std::string path_;
 };

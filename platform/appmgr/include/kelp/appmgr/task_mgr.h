@@ -9,28 +9,28 @@
 class ACE_Thread_Manager;
 class KelpAppMgr;
 
-/// A queue of work with worker threads of its own. The order of the virtual operations is the
+/// A queue of work with separate worker threads. The order of the virtual operations is part of the
 /// contract with the modules that derive from it.
 class KELP_EXPORT KelpTaskMgr {
   public:
     using Work = std::function<void()>;
 
     virtual ~KelpTaskMgr();
-    /// Starts the workers; called once. 0, or -1 when a thread cannot be made.
+    /// Start the workers. Called once. Returns 0, or -1 if a thread cannot be started.
     virtual int InitEnv() = 0;
-    /// Queues work; false when the queue is full or the manager is ending.
+    /// Queue work. False if the queue is full or the manager is ending.
     virtual bool Post(Work work) = 0;
-    /// Finishes what runs, drops what is queued, ends the workers. Called from work of its own it
-    /// does not wait for that; while the process stops (kelp::util::isStopping) it waits a second
-    /// at most, and leaves work that goes on to itself.
+    /// Finish the work in progress, drop the queued work and end the workers. If one of its workers
+    /// calls it, it does not wait for work in progress. While the process stops
+    /// (kelp::util::isStopping) it waits 1 s at most and then lets that work continue.
     virtual void Exit() = 0;
-    /// The task manager's type number, a name within the application.
+    /// The task manager's type number, unique within the application.
     virtual int Type() const = 0;
 };
 
-/// The general task manager: `workers` threads (at least one) of the given thread manager (null:
-/// ACE's own) on one bounded queue. Work that throws is traced and costs nothing else. All
-/// operations may be called from any thread.
+/// The general task manager. Its `workers` threads (at least one) belong to the given thread
+/// manager (null: ACE's default) and share one queue of at most 10000 items. An exception thrown by
+/// work is traced and has no other effect. Any thread may call it.
 class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
   public:
     KelpGnlTaskMgr(KelpAppMgr* application, ACE_Thread_Manager* threads, int type, int workers);
@@ -39,7 +39,7 @@ class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
     bool Post(Work work) override;
     void Exit() override;
     int Type() const override;
-    /// Work dropped by Exit since the start.
+    /// Amount of work that Exit has dropped since the start.
     std::size_t Dropped() const;
 
   private:
@@ -47,20 +47,21 @@ class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
     std::shared_ptr<State> state_;  ///< shared with the workers
 };
 
-/// The application's task managers. Owns those handed to it and ends them, newest first, at Exit.
+/// The task managers of the application. It owns them. Exit ends them, the newest first. Any thread
+/// may call it.
 class KELP_EXPORT KelpAppMgr {
   public:
     static KelpAppMgr* Instance();
-    /// Takes ownership of a task manager. One of the same type that is there already is ended and
-    /// replaced (a module loaded a second time brings its task manager again).
+    /// Take ownership of a task manager. If there is one of the same type, because a module was
+    /// loaded a second time, that one is ended and replaced.
     void TMDynInsertTaskMgr(KelpTaskMgr* taskMgr);
-    /// Queues work with the task manager of a type; false when there is none, its queue is full or
-    /// it is ending. Unlike Find it may be called while the application ends.
+    /// Queue work with the task manager of a type. False if there is none, its queue is full or it
+    /// is ending. Unlike Find, it may be called while the application ends.
     bool Post(int type, KelpTaskMgr::Work work);
-    /// The task manager of a type, or null; it lives until it is replaced or the application ends.
+    /// The task manager of a type, or null. It lives until it is replaced or the application ends.
     KelpTaskMgr* Find(int type) const;
-    /// Ends and deletes all task managers. To be called before the modules whose work is queued are
-    /// unloaded; task managers may be handed over again afterwards.
+    /// End and delete all task managers. To be called before the modules whose work is queued are
+    /// unloaded. Task managers may be handed over again afterwards.
     void Exit();
 
     KelpAppMgr(const KelpAppMgr&) = delete;

@@ -13,55 +13,55 @@
 
 namespace kelp::naming {
 
-/// What a caller from outside may use up.
+/// Limits on what callers over connections may use.
 struct NamingLimits {
-    std::size_t listMax = 1000;              ///< entries in one reply
-    std::size_t iteratorsPerAddress = 10;    ///< one more closes the address's oldest
-    std::size_t iteratorsMax = 200;          ///< one more closes the oldest
-    std::chrono::seconds iteratorIdle{120};  ///< after its last use an iterator ends
+    std::size_t listMax = 1000;            ///< maximum number of entries in one reply
+    std::size_t iteratorsPerAddress = 10;  ///< one more closes the oldest of that address
+    std::size_t iteratorsMax = 200;        ///< one more closes the oldest
+    std::chrono::seconds iteratorIdle{
+        120};  ///< an iterator ends when it has not been used for this time
 };
 
-/// A modification that was refused because it came from outside.
+/// A modification that was refused because it came over a connection.
 struct RefusedChange {
     std::string operation;
-    std::string
-        name;  ///< stringified, cut; the peer's text, not escaped; empty where there is none
+    std::string name;  ///< stringified and cut; the peer's text, not escaped; empty if the
+                       ///< operation names nothing
 };
-/// Called on the request's thread; must not throw.
+/// Called on the request's thread. Must not throw.
 using OnRefusedChange = std::function<void(const RefusedChange&)>;
 
 struct NamingSettings {
-    util::NamingPath objectPath;            ///< where the object is bound
-    std::vector<util::NamingPath> aliases;  ///< where it is shown as well
+    util::NamingPath objectPath;            ///< path at which the object is bound
+    std::vector<util::NamingPath> aliases;  ///< further paths that show the object
     NamingLimits limits;
 };
 
-/// A naming service inside the process (OMG Naming Service 1.3): a fixed tree of contexts with one
-/// object, under its path and under aliases. Everybody may read it. Only this process may change
-/// it, and nothing but the one binding: modifications that arrive over a connection raise
-/// NO_PERMISSION and are reported, other ones raise NO_PERMISSION unless they bind or unbind the
-/// object at its path.
+/// A naming service inside the process (OMG Naming Service 1.3). It is a fixed tree of contexts
+/// with one object, which has a path and aliases. Everybody may read the tree. Only this process
+/// may change it, by binding or unbinding the object at its path. Any other modification raises
+/// NO_PERMISSION. One that arrives over a connection is also reported.
 ///
 /// Callers find the root context under the well-known keys NameService, DefaultNamingContext and
-/// NamingContextExt on every address of the ORB. All calls wait until letCallersThrough(). What
-/// callers keep are paths, so nothing grows with them but a limited number of iterators. Callable
-/// from any thread; the ORB outlives it or is shut down with it.
+/// NamingContextExt at every address of the ORB. All calls wait until letCallersThrough(). The
+/// references that callers keep are paths, so callers use no memory except for a limited number of
+/// iterators. Any thread may call it. The ORB must outlive it, or be shut down before it ends.
 class NamingService {
   public:
-    /// Throws std::invalid_argument for paths that do not fit together, CORBA::BAD_PARAM when one
-    /// of the keys is in use, and other system exceptions.
+    /// Throws std::invalid_argument if the paths contradict each other, CORBA::BAD_PARAM if one of
+    /// the keys is in use, and other system exceptions.
     NamingService(CORBA::ORB_ptr orb, PortableServer::POA_ptr parent,
                   const NamingSettings& settings, OnRefusedChange onRefused);
-    /// Withdraws the keys and all contexts; calls in progress end normally.
+    /// Withdraws the keys and all contexts. Calls in progress end normally.
     ~NamingService();
     NamingService(const NamingService&) = delete;
     NamingService& operator=(const NamingService&) = delete;
 
     void letCallersThrough();
-    /// The root context for this process's own calls; the caller owns the reference.
+    /// The root context for calls from this process. The caller owns the reference.
     CosNaming::NamingContextExt_ptr root() const;
-    /// Takes over other aliases and limits; contexts that are gone answer OBJECT_NOT_EXIST. Throws
-    /// std::invalid_argument, and changes nothing, for aliases that do not fit together.
+    /// Replace the aliases and the limits. Contexts that no longer exist answer OBJECT_NOT_EXIST.
+    /// Throws std::invalid_argument and changes nothing if the paths contradict each other.
     void change(const std::vector<util::NamingPath>& aliases, const NamingLimits& limits);
 
   private:

@@ -1,9 +1,9 @@
 # kelp::argument_check: the check of encoded anys and TypeCodes, with the table of the operations that take them. The
-# table is made from the IDL of all interfaces, so a new operation is in it without anybody's doing.
+# table is generated from the IDL of all interfaces, so it always includes new operations.
 include(KelpIdl)
 
 set(kelp_giop_dir "${CMAKE_SOURCE_DIR}/platform/orb/src/giop")
-# whole GIOP messages out of octets
+# sources of kelp::giop_framing: whole GIOP messages out of octets
 set(kelp_framing_sources)
 foreach(source fragmented_request input_budget key_address message_assembler message_header octet_buffer request_header violation)
     list(APPEND kelp_framing_sources "${kelp_giop_dir}/${source}.cpp")
@@ -29,7 +29,7 @@ add_custom_command(
     COMMENT "Shapes of the operations with anys"
     VERBATIM)
 
-# in the ORB port and in tests, which see what a library keeps to itself
+# linked into the ORB port and into tests, because the ORB port does not export its symbols
 add_library(kelp_argument_check STATIC
     "${kelp_giop_dir}/arguments/argument_check.cpp"
     "${kelp_giop_dir}/arguments/argument_reader.cpp"

@@ -1,13 +1,12 @@
-# IDL to C++, with the file names of the ORB kept out of the code: it includes <FORWARD/module.h>, and
-# that header includes whatever the ORB's IDL compiler or package calls the file. This is the one place
-# of the build that knows them (omniORB: x.hh, xSK.cc, xDynSK.cc).
+# IDL to C++. The ORB's file names stay out of the code: the code includes <FORWARD/module.h>, and that header includes
+# the file of the ORB's IDL compiler or package, whatever its name. Only this file of the build knows those names
+# (omniORB: x.hh, xSK.cc, xDynSK.cc).
 
 find_program(KELP_OMNIIDL omniidl REQUIRED)
 find_path(KELP_OMG_IDL_DIR COS/CosNotification.idl PATH_SUFFIXES share/idl/omniORB REQUIRED)
 
 # kelp_forward_headers(<include dir> <file>=<header>...)
-# Writes <include dir>/<file> for each pair, which includes <header>. A file that is right already keeps
-# its time stamp.
+# Writes <include dir>/<file> for each pair. The file includes <header>. A file that does not change keeps its time stamp.
 function(kelp_forward_headers include_dir)
     foreach(pair IN LISTS ARGN)
         if(NOT pair MATCHES "^([^=]+)=([^=]+)$")
@@ -19,10 +18,10 @@ function(kelp_forward_headers include_dir)
 endfunction()
 
 # kelp_compile_idl(<target> IDL <file>... OUTPUT_DIR <dir> FORWARD <folder>)
-# Adds the C++ of the IDL files (both sides, TypeCodes, Any operators) to a target. Headers come to
-# OUTPUT_DIR/include (with forwarding headers in include/FORWARD), sources to OUTPUT_DIR/src. As the
-# files of one call may include each other, a change to one runs the IDL compiler for all, but only
-# results that differ are replaced, so a changed comment compiles nothing.
+# Adds the C++ of the IDL files (stubs, skeletons, TypeCodes, Any operators) to a target. Headers are written to
+# OUTPUT_DIR/include, forwarding headers to include/FORWARD in it, and sources to OUTPUT_DIR/src. The files of one call
+# may include each other, so a change to one runs the IDL compiler for all. Only results that differ are replaced, so a
+# changed comment compiles nothing.
 function(kelp_compile_idl target)
     cmake_parse_arguments(ARG "" "OUTPUT_DIR;FORWARD" "IDL" ${ARGN})
 

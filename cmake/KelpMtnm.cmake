@@ -1,5 +1,5 @@
-# kelp::mtnm: stubs and skeletons of the standard's modules. Generated code is the slowest part of a build and
-# the same for every preset, so it is a project of its own (idl/), built once into KELP_STUBS_DIR and imported.
+# kelp::mtnm: stubs and skeletons of the standard's modules. Generated code is the slowest part of a build and the same
+# for every preset. So it is a separate project (idl/), built once into KELP_STUBS_DIR and imported.
 include(ExternalProject)
 
 set(KELP_STUBS_DIR "${CMAKE_SOURCE_DIR}/build/stubs" CACHE PATH "Where the stubs of idl/ are built")

@@ -1,5 +1,5 @@
-# How this project's libraries, modules, programs and tests are declared. Every target gets the same
-# warnings, sanitizers and visibility; a target says only what it is made of.
+# Declares this project's libraries, modules, programs and tests. Every target gets the same warnings, sanitizers and
+# visibility. A target only names its sources and dependencies.
 
 find_program(KELP_CCACHE ccache)
 if(KELP_CCACHE)
@@ -16,7 +16,7 @@ if(KELP_SANITIZE)
     target_compile_options(kelp_compile_options INTERFACE "-fsanitize=${KELP_SANITIZE}")
     target_link_options(kelp_compile_options INTERFACE "-fsanitize=${KELP_SANITIZE}")
     if(KELP_SANITIZE MATCHES "undefined")
-        # vptr needs the type information of the ORB's libraries, which hide theirs
+        # vptr needs type information that the ORB's libraries hide
         target_compile_options(kelp_compile_options INTERFACE -fno-sanitize=vptr -fno-sanitize-recover=undefined)
     endif()
 endif()
@@ -36,7 +36,7 @@ function(kelp_library name)
 endfunction()
 
 # kelp_bundle(kelp_ems SOURCES ... DEPS ...)
-# A bundle for the bundle manager: lib<name>.so in lib/bundles, symbols hidden but for its factory function.
+# A bundle for the bundle manager: lib<name>.so in lib/bundles. Only its factory function is exported.
 function(kelp_bundle name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
     add_library(${name} SHARED ${ARG_SOURCES})
@@ -57,7 +57,7 @@ function(kelp_program name)
 endfunction()
 
 # kelp_test(unit_orb KIND unit|component|system SOURCES ... DEPS ... [TIMEOUT seconds] [PROCESSORS n])
-# A GoogleTest program whose cases run as one CTest test each, every case in a process of its own.
+# A GoogleTest program. Each of its cases is a CTest test and runs in a separate process.
 function(kelp_test name)
     cmake_parse_arguments(ARG "" "KIND;TIMEOUT;PROCESSORS" "SOURCES;DEPS" ${ARGN})
     if(NOT ARG_TIMEOUT)

@@ -8,22 +8,22 @@
 
 namespace kelp::orb {
 
-/// Reads CDR (CORBA 15.3) from bytes that came from outside. Every read is checked against the end
-/// of the bytes; a read that does not fit returns nothing and reads nothing. Alignment counts from
-/// the first byte.
+/// Reads CDR (CORBA 15.3) from untrusted bytes. Every read is checked against the end of the bytes.
+/// A read that does not fit returns nothing; the reader's position is then unspecified. Alignment
+/// counts from the first byte.
 class CdrReader {
   public:
     using Bytes = std::span<const std::uint8_t>;
 
-    /// An encapsulation: the first byte tells the byte order. Nothing when that byte is missing or
-    /// is no byte order.
+    /// Make a reader of an encapsulation, whose first byte is the byte order. Nothing when that
+    /// byte is missing or has another value than 0 and 1.
     static std::optional<CdrReader> encapsulation(Bytes bytes) {
         if (bytes.empty() || bytes[0] > 1)
             return std::nullopt;
         return CdrReader(bytes, bytes[0] == 1, 1);
     }
 
-    /// A message, read from `at` on.
+    /// Make a reader of a message that starts at `at`.
     static CdrReader message(Bytes bytes, bool littleEndian, std::size_t at) {
         return CdrReader(bytes, littleEndian, at);
     }
@@ -43,7 +43,7 @@ class CdrReader {
 
     std::optional<std::uint32_t> unsignedLong() { return number(4); }
 
-    /// The bytes of an octet sequence; they are not copied.
+    /// Read an octet sequence. The result refers to the bytes and does not copy them.
     std::optional<Bytes> octets() {
         const auto length = unsignedLong();
         if (!length || *length > left())
@@ -53,7 +53,7 @@ class CdrReader {
         return content;
     }
 
-    /// A string: its length counts the zero byte at its end, and there is no other zero byte.
+    /// Read a string. Its length includes the zero byte at its end. No other zero byte is allowed.
     std::optional<std::string> string() {
         const auto content = octets();
         if (!content || content->empty() || content->back() != 0)
@@ -65,7 +65,7 @@ class CdrReader {
     }
 
     std::size_t left() const { return bytes_.size() - at_; }
-    /// How many bytes have been read, from the first byte on.
+    /// Return the offset of the next byte from the first one.
     std::size_t at() const { return at_; }
 
   private:

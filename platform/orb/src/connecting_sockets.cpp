@@ -21,7 +21,7 @@ bool isConnecting(int descriptor) {
            info.tcpi_state == TCP_SYN_SENT;
 }
 
-/// The number in the name of an entry below /proc/self/fd; -1 for another name.
+/// Return the number in the name of an entry below /proc/self/fd; -1 for any other name.
 int descriptorOf(const std::string& name) {
     int descriptor = -1;
     std::from_chars(name.data(), name.data() + name.size(), descriptor);
@@ -42,7 +42,8 @@ void ConnectingSockets::shutOlderThan(std::chrono::milliseconds age, Clock::time
         const auto before = seen_.find(status.st_ino);
         const Clock::time_point since = before != seen_.end() ? before->second : now;
         seen.emplace(status.st_ino, since);
-        // a descriptor that was closed and used again meanwhile is one more that the stop would end
+        // a descriptor that was closed and reused in between is shut down too, but the process is
+        // stopping and would end that connection anyway
         if (now - since >= age)
             ::shutdown(descriptor, SHUT_RDWR);
     }

@@ -7,20 +7,21 @@
 
 namespace kelp::orb {
 
-/// The process's sockets that wait for their connection to be accepted. The ORB shows a socket only
-/// when it is connected, so they are found among the process's descriptors. Not thread safe.
+/// The process's sockets that wait for their connection to be established. The ORB shows a socket
+/// only when it is connected, so they are searched for among the process's descriptors. Not thread
+/// safe.
 class ConnectingSockets {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// Gives up those that were seen for the first time `age` ago, or longer: whoever waits for one
-    /// of them fails at once.
+    /// Shut down the sockets that were first seen `age` ago or earlier. Whoever waits for one of
+    /// them fails at once.
     void shutOlderThan(std::chrono::milliseconds age, Clock::time_point now);
-    /// What was seen counts no more.
+    /// Forget all sockets seen so far.
     void forget() { seen_.clear(); }
 
   private:
-    std::map<ino_t, Clock::time_point> seen_;  ///< by the socket's own number
+    std::map<ino_t, Clock::time_point> seen_;  ///< by the socket's inode number
 };
 
 }  // namespace kelp::orb

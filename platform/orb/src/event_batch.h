@@ -4,7 +4,7 @@
 
 namespace kelp::orb {
 
-/// The events copied into one sequence.
+/// Return the events, copied into one sequence.
 CosNotification::EventBatch batchOf(std::span<const SharedEvent* const> events);
 
 }  // namespace kelp::orb

@@ -24,8 +24,8 @@ void setIpv4(PeerAddress& peer, const in_addr& address) {
     peer.text = inet_ntop(AF_INET, &address, text, sizeof text);
 }
 
-/// What could not stand in a log or in a session's name is no address, whatever interfaces may be
-/// called.
+/// Return whether the text can appear in a log and in a session's name. The interface at the end of
+/// a link-local address may have any name.
 bool canBeShown(std::string_view host) {
     return std::all_of(host.begin(), host.end(), [](char c) {
         return c > 0x20 && c < 0x7f && std::string_view("[]<>").find(c) == std::string_view::npos;
@@ -39,7 +39,7 @@ bool parseHost(const std::string& host, PeerAddress& peer) {
         return true;
     }
     in6_addr v6{};
-    // a link-local address carries its interface, which inet_pton does not know
+    // a link-local address ends in its interface, which inet_pton does not accept
     if (inet_pton(AF_INET6, host.substr(0, host.find('%')).c_str(), &v6) != 1)
         return false;
     if (IN6_IS_ADDR_V4MAPPED(&v6)) {

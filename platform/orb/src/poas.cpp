@@ -20,7 +20,7 @@ bool isDying(PortableServer::POA_ptr poa) {
             lower = upper._retn();
         }
     } catch (const CORBA::Exception&) {
-        // a POA that cannot be asked any more: not found by its parent, or destroyed itself
+        // the parent does not find the POA, or the POA itself is destroyed
         return true;
     }
 }

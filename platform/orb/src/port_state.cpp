@@ -12,7 +12,7 @@ struct Kept {
     PortableServer::Current_var poaCurrent;
 };
 
-// never deleted: the ORB's own threads may still ask while the process ends
+// never deleted: the ORB's threads may still use it while the process exits
 Kept& kept() {
     static Kept* state = new Kept;
     return *state;

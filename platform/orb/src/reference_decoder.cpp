@@ -12,10 +12,9 @@ namespace {
 
 using Bytes = CdrReader::Bytes;
 
-/// The longest stringified reference that is looked at, in bytes of content. Real ones have some
-/// hundred.
+/// Maximum content of a stringified reference, in bytes. Real references have a few hundred.
 constexpr std::size_t contentMax = std::size_t{64} * 1024;
-/// The longest host name of the DNS, and more than any numeric address.
+/// Maximum length of a host name in the DNS, in bytes. Numeric addresses are shorter.
 constexpr std::size_t hostMax = 255;
 
 // profile and component tags (CORBA 13.6.6)
@@ -58,8 +57,8 @@ std::optional<std::vector<std::uint8_t>> contentOf(std::string_view text) {
     return content;
 }
 
-/// Neither blanks nor control characters nor bytes beyond ASCII: the text goes to logs and to
-/// comparisons.
+/// Return whether the text consists of visible ASCII characters. It appears in logs and is
+/// compared.
 bool isPrintable(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c > 0x20 && c < 0x7f; });
 }
@@ -68,8 +67,8 @@ bool isHost(const std::string& host) {
     return !host.empty() && host.size() <= hostMax && isPrintable(host);
 }
 
-/// Collects what the profiles of one reference say. Each operation is false when its bytes are
-/// malformed.
+/// Collects the content of one reference from its profiles. Each operation returns false when its
+/// bytes are malformed.
 class Decoder {
   public:
     explicit Decoder(ReferenceContent& content) : content_(content) {}
@@ -93,7 +92,7 @@ class Decoder {
         const auto minor = reader->octet();
         if (!major || !minor)
             return false;
-        // the layout of another major version is unknown; it is not malformed
+        // another major version has an unknown layout: skip the profile, it is not malformed
         if (*major != 1)
             return true;
         auto host = reader->string();
@@ -143,7 +142,7 @@ class Decoder {
         return true;
     }
 
-    /// Two option masks and the port; the host is the profile's.
+    /// Read two option masks and the port. The host is that of the profile.
     bool sslAddress(Bytes data) {
         auto reader = CdrReader::encapsulation(data);
         if (!reader || !reader->unsignedShort() || !reader->unsignedShort())
@@ -156,7 +155,7 @@ class Decoder {
         return true;
     }
 
-    /// Port 0 says that there is no such address (a reference that is reached over TLS alone).
+    /// Port 0 means that the address does not exist: the reference is reached over TLS only.
     void addEndpoint(std::string host, std::uint16_t port, bool tls) {
         if (port != 0)
             content_.endpoints.push_back({std::move(host), port, tls});

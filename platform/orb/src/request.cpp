@@ -21,8 +21,8 @@ void RequestRecord::assign(const char* operation, const Peer& peer, std::string_
     arrive(operation, peer);
     if (!objectKey.empty() && objectKey == objectKey_)
         return;
-    objectKey_
-        .clear();  // a target that is half set, without memory for the rest, is that of no key
+    // a target that is only half set, because memory ran out, must not count as this key's
+    objectKey_.clear();
     setTarget(read(objectKey));
     objectKey_ = objectKey;
 }
@@ -36,7 +36,7 @@ void RequestRecord::arrive(const char* operation, const Peer& peer) {
         peerText_ = text;
         peer_ = parsePeer(peerText_);
     }
-    // not with the text: another connection may come from the same port later
+    // always set: a later connection may come from the same port
     peerSubject_ = peer.subject;
 }
 

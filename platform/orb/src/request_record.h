@@ -8,33 +8,33 @@
 
 namespace kelp::orb {
 
-/// What a transport told of one request. Records are used again and again, so that a request costs
-/// no allocation, and a connection's peer and the target that it calls again and again are parsed
-/// once.
+/// What a transport reports about one request. Records are reused, so that a request costs no
+/// allocation. A peer or target that is the same as in the record's last request is not parsed
+/// again.
 class RequestRecord final : public RequestInfo {
   public:
-    /// Where a request goes; views of the transport's own memory.
+    /// The target of a request, as views of the transport's memory.
     struct Target {
         std::string_view topPoaName;
         std::string_view childPoaName;
         std::string_view objectId;
     };
 
-    /// What an object key says.
+    /// Reads the target from an object key.
     using ReadKey = Target (*)(std::string_view objectKey);
 
-    /// Whom a connection leads to.
+    /// The peer of a connection.
     struct Peer {
         Peer(const char* itsText = nullptr, std::string_view itsSubject = {})
             : text(itsText), subject(itsSubject) {}
-        const char* text;          ///< as the transport has it; null counts as empty
+        const char* text;          ///< as the transport writes it; null counts as empty
         std::string_view subject;  ///< RequestInfo::peerSubject()
     };
 
-    /// A request that arrives now. A null operation counts as empty.
+    /// Fill the record with a request that arrives now. A null operation counts as empty.
     void assign(const char* operation, const Peer& peer, const Target& target);
-    /// The same for the target of a key. The key is read only if the record's last request had
-    /// another.
+    /// The same for a target that is given by its key. The key is read only if the record's last
+    /// request had another.
     void assign(const char* operation, const Peer& peer, std::string_view objectKey, ReadKey read);
 
     char* operation() const override;
@@ -55,7 +55,8 @@ class RequestRecord final : public RequestInfo {
     std::string peerText_;
     PeerAddress peer_;  ///< peerText_ parsed
     std::string peerSubject_;
-    std::string objectKey_;  ///< whose target the next three are; empty if they are of no key
+    /// The key from which the next three members were read. Empty if they are not from a key.
+    std::string objectKey_;
     std::string topPoaName_;
     std::string childPoaName_;
     std::string objectId_;
@@ -63,24 +64,26 @@ class RequestRecord final : public RequestInfo {
     std::chrono::steady_clock::time_point arrivedSteady_;
 };
 
-/// The calling thread's requests: one that has arrived and waits for its servant, and those whose
-/// servants run (more than one only where an ORB serves other requests while a servant waits for a
-/// reply).
+/// The requests of the calling thread: one that has arrived and waits for its servant, and those
+/// whose servants run. More than one servant runs only with an ORB that serves other requests while
+/// a servant waits for a reply.
 class ThreadRequests {
   public:
     static ThreadRequests& ofThisThread();
 
-    /// A request has arrived; whatever arrived before it and never reached a servant is forgotten.
+    /// Start the record of a request that has arrived. An earlier one that never reached a servant
+    /// is forgotten.
     RequestRecord& arrive();
-    /// The request that arrived is answered without its servant.
+    /// Forget the request that arrived, because it was answered without its servant.
     void drop();
     bool hasArrived() const { return arrived_ != nullptr; }
-    /// The request that arrived and has not reached its servant; may be null.
+    /// Return the request that arrived and has not reached its servant; may be null.
     const RequestInfo* waiting() const { return arrived_.get(); }
-    /// The request to be shown as the thread's current one; may be null.
+    /// Return the request to show as the thread's current one: the one that waits, or else the one
+    /// whose servant runs. May be null.
     const RequestInfo* current() const;
 
-    /// The servant of the request that arrived runs for the length of this scope.
+    /// The servant of the request that arrived runs while this scope lasts.
     class Serving {
       public:
         explicit Serving(ThreadRequests& requests);
@@ -97,7 +100,7 @@ class ThreadRequests {
 
   private:
     std::unique_ptr<RequestRecord> arrived_;
-    std::unique_ptr<RequestRecord> spare_;  // saves an allocation a request
+    std::unique_ptr<RequestRecord> spare_;  // saves an allocation per request
     const RequestRecord* served_ = nullptr;
 };
 

@@ -16,7 +16,7 @@ inline util::TraceLine traceLine(util::TraceKind kind, std::string text) {
     return line;
 }
 
-/// A line in the process's trace.
+/// Write a line to the process's trace.
 inline void trace(util::TraceKind kind, std::string text) {
     util::TraceLog::instance().write(traceLine(kind, std::move(text)));
 }

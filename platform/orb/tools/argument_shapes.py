@@ -1,8 +1,8 @@
-"""omniidl back end: the parameter shapes of every operation that takes an any or a TypeCode.
+"""omniidl back end: writes the parameter shapes of every operation that takes an any or a TypeCode.
 
-The result is C++ for platform/orb/src/giop/arguments/operation_shapes.cpp: nodes, parts and operations. An operation is in the
-table if one of its in or inout parameters holds an any or a TypeCode. A request names only the operation, so one name
-with two different shapes is an error: the check could not know which one to apply.
+The result is C++ for platform/orb/src/giop/arguments/operation_shapes.cpp: nodes, parts and operations. An operation
+is in the table if one of its in or inout parameters holds an any or a TypeCode. A request names only the operation, so
+one name with two different shapes is an error: the check could not know which shape to apply.
 
     omniidl -p<this folder> -bargument_shapes -Wbout=<file> -I<OMG IDL> <one file that includes all others>
 """
@@ -36,10 +36,10 @@ INSPECTED = ("Any", "TypeCode")
 
 
 class Shapes:
-    """The node table. Types that are the same share a node; a node refers to others by their place."""
+    """The node table. Equal types share a node. A node refers to others by their place."""
 
     def __init__(self, unions=False):
-        self.unions = unions  # only to look for what they hold: no table can express them
+        self.unions = unions  # unions are only searched for anys: no table can express them
         self.nodes = []
         self.parts = []
         self.known = {}
@@ -65,7 +65,7 @@ class Shapes:
         if isinstance(given, idltype.Declared):
             name = tuple(given.scopedName())
             if name not in self.declared:
-                self.declared[name] = None  # a recursive type would be found here
+                self.declared[name] = None  # a recursive type finds this
                 self.declared[name] = self.of_declaration(given.decl())
             if self.declared[name] is None:
                 raise NotImplementedError("recursive type %s" % "::".join(name))
@@ -110,7 +110,7 @@ def interfaces(declarations):
 
 
 def operations(interface):
-    """Name and parameter types, those that a request carries."""
+    """Yield each operation's name and the types of the parameters that a request carries."""
     for content in interface.callables():
         if isinstance(content, idlast.Operation):
             yield content.identifier(), [p.paramType() for p in content.parameters() if p.is_in()]
@@ -122,7 +122,7 @@ def operations(interface):
 
 
 def collect(tree, shapes, wanted=None):
-    """Name and shapes of the wanted operations, or of all."""
+    """Return the name and shapes of the wanted operations, or of all."""
     found = {}
     for interface in interfaces(tree.declarations()):
         for name, types in operations(interface):

@@ -6,7 +6,7 @@ namespace kelp::orb::gate {
 
 namespace {
 
-/// A connection that was used within this time is not idle.
+/// A connection counts as idle from this time after its last use.
 constexpr std::chrono::seconds kIdleFrom{2};
 
 }  // namespace
@@ -60,7 +60,8 @@ void ConnectionTable::release(const std::string& address) {
         perAddress_.erase(found);
 }
 
-/// Closes the connection that is missed least, of one address or of all; false when all are in use.
+/// Close the connection that is needed least, of one address or of all. Return false when all are
+/// in use.
 bool ConnectionTable::makeRoom(const std::string* onlyOfAddress, Seat::Time now) {
     Seat* found = nullptr;
     bool foundIsNew = false;
@@ -76,7 +77,7 @@ bool ConnectionTable::makeRoom(const std::string* onlyOfAddress, Seat::Time now)
             found == nullptr || isNew != foundIsNew || seat->since() < found->since();
         if (!isBetter || closing_.contains(seat))
             continue;
-        // an NMS keeps its idle connections unless it has too many itself
+        // an idle connection of a logged-in NMS is closed only at the limit of its address
         if (!isNew && onlyOfAddress == nullptr && isLoggedIn_(seat->peer()))
             continue;
         found = seat;

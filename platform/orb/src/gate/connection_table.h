@@ -12,47 +12,49 @@
 
 namespace kelp::orb::gate {
 
-/// A connection as the table of all connections sees it. Asked and closed from any thread.
+/// A connection, as the table of all connections sees it. Its operations are called from any
+/// thread.
 class Seat {
   public:
     using Time = std::chrono::steady_clock::time_point;
     enum class Use {
-        New,   ///< has not brought a whole message yet
+        New,   ///< no whole message received yet
         Idle,  ///< waits for its next message
         Busy
     };
     virtual ~Seat() = default;
     virtual const PeerAddress& peer() const = 0;
     virtual Use use() const = 0;
-    /// Since when it is in this use.
+    /// Return since when it is in this use.
     virtual Time since() const = 0;
-    /// Ends the connection; it leaves the table soon afterwards, on the thread that serves it.
+    /// End the connection. It leaves the table soon afterwards, on the thread that serves it.
     virtual void close() = 0;
 };
 
-/// How many connections there may be, in all and from each address. One connection too many takes
-/// the place of one that nobody misses: one that has brought no message yet, then one that has been
-/// idle for long from an address without a log-in, or the idlest of the same address. Callable from
-/// any thread.
+/// Limits the number of connections, in total and from each address. At a limit, a new connection
+/// takes the place of one that is not needed. First choice is a connection that has not sent a
+/// message yet. Second choice is the one that has been idle longest, for 2 s at least: at the total
+/// limit among addresses without a log-in, at an address's limit among its connections. Callable
+/// from any thread.
 class ConnectionTable {
   public:
     struct Limits {
         std::size_t connectionsMax = 0;
         std::size_t perAddressMax = 0;
-        std::size_t reserved = 0;  ///< of connectionsMax, for addresses with a log-in
+        std::size_t reserved = 0;  ///< part of connectionsMax, kept for addresses with a log-in
     };
     using IsLoggedIn = std::function<bool(const PeerAddress&)>;
     enum class Verdict { Admitted, TooMany, TooManyOfAddress };
 
     ConnectionTable(const Limits& limits, IsLoggedIn isLoggedIn);
 
-    /// Takes a place for a connection from here; to be given back with leave().
+    /// Take a place for a connection from this address. It is returned with leave() or giveBack().
     Verdict admit(const PeerAddress& peer, Seat::Time now);
-    /// The connection that has taken the place can be asked from here on.
+    /// Enter the connection that has taken the place. It may be called from now on.
     void enter(Seat& seat);
-    /// Its place is free again.
+    /// Free the connection's place.
     void leave(Seat& seat);
-    /// The same, for a place whose connection did not come about.
+    /// Free a place for which no connection was made.
     void giveBack(const PeerAddress& peer);
 
     std::size_t count() const;
@@ -67,8 +69,8 @@ class ConnectionTable {
     std::unordered_set<Seat*> seats_;
     std::unordered_map<std::string, std::size_t> perAddress_;
     std::size_t count_ = 0;
-    std::unordered_set<Seat*>
-        closing_;  ///< closed to make room: their places are given away already
+    /// Closed to make room. Others have their places already.
+    std::unordered_set<Seat*> closing_;
 };
 
 }  // namespace kelp::orb::gate

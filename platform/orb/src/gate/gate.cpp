@@ -18,16 +18,16 @@ namespace kelp::orb::gate {
 
 namespace {
 
-/// From this size on a message leaves memory behind that is worth giving back.
+/// A message of this size or more leaves memory behind that is worth giving back to the system.
 constexpr std::size_t kLargeMessage = std::size_t{256} * 1024;
 constexpr std::chrono::seconds kTidyPause{2};
-/// How often memory is given back after a large message: the ORB may keep it for as long as its
-/// call runs.
+/// Number of times memory is given back after a large message: the ORB may keep it for as long as
+/// its call runs.
 constexpr int kTidyRounds = 5;
 
-/// Larger blocks have pages of their own, which go back to the system when they are freed. Without
-/// this the allocator keeps blocks of up to 32 MiB once such a one has been freed, in each of its
-/// arenas.
+/// Larger blocks have separate pages, which go back to the system when they are freed. Without this
+/// setting, once a larger block has been freed, the allocator keeps blocks of up to 32 MiB in each
+/// of its arenas.
 constexpr int kOwnPagesFrom = 1 << 20;
 /// Free memory that an arena may keep at its end.
 constexpr int kKeptAtEnd = 4 << 20;
@@ -69,7 +69,7 @@ ConnectionTable::Limits tableLimitsOf(const GateLimits& limits) {
     ConnectionTable::Limits table;
     table.connectionsMax = std::min<std::size_t>(limits.connectionsMax, half);
     table.perAddressMax = limits.connectionsPerAddressMax;
-    // with few descriptors the others get some as well
+    // with few descriptors, addresses without a log-in get some as well
     table.reserved = std::min<std::size_t>(limits.connectionsReserved, table.connectionsMax / 2);
     return table;
 }

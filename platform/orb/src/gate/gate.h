@@ -14,19 +14,20 @@
 
 namespace kelp::orb::gate {
 
-/// What all connections of one ORB share. Callable from any thread.
+/// The limits, budgets and tables that all connections of one ORB share. Callable from any thread.
 class Gate {
   public:
     struct Settings {
         GateLimits limits;
         std::size_t messageBytesMax = 0;
-        std::chrono::milliseconds replyTimeout{0};  ///< 0: as long as it takes
+        std::chrono::milliseconds replyTimeout{0};  ///< 0: no limit
         GatePolicy* policy = nullptr;               ///< null: everybody is admitted and trusted
     };
 
     explicit Gate(const Settings& settings);
 
-    /// The gate of the ORB being started. Endpoints keep it from then on.
+    /// Return the gate of the ORB that was started last. Endpoints keep the gate that they found at
+    /// their creation.
     static std::shared_ptr<Gate> current();
     static void makeCurrent(const Settings& settings);
 
@@ -42,9 +43,10 @@ class Gate {
     ConnectionTable& connections() { return connections_; }
     HandshakeTable& handshakes() { return handshakes_; }
 
-    /// A message of this size has been read: its memory goes back to the system a little later.
+    /// Note that a message of this size has been read. Its memory goes back to the system a little
+    /// later.
     void messageRead(std::size_t octets);
-    /// Gives memory back when there is reason to. For a thread that has time.
+    /// Give memory back to the system after large messages. For a thread that has time.
     void tidy(std::chrono::steady_clock::time_point now);
 
   private:

@@ -11,12 +11,12 @@ namespace kelp::orb::gate {
 
 namespace {
 
-/// The ORB's own buffer is used for what arrives when it is at least this large.
+/// Input is received directly into the ORB's buffer if that is at least this large.
 constexpr std::size_t kDirectMin = 1024;
-/// How often one connection may be read from before others have their turn.
+/// Maximum reads from one connection before others have their turn.
 constexpr int kFeedRounds = 8;
 
-/// Good to some milliseconds, and cheap enough for every message.
+/// Accurate to a few milliseconds, and cheap enough for every message.
 GatePeer::Clock::rep coarseNow() {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -29,8 +29,8 @@ GatePeer::Clock::rep count(GatePeer::Clock::time_point time) {
     return time.time_since_epoch().count();
 }
 
-/// Violations that are about the message itself; the others may not be the peer's fault
-/// (CORBA 15.4.8).
+/// Return whether a violation is about the message itself, which is answered with a MessageError
+/// (CORBA 15.4.8). The others may not be the peer's fault, or the peer does not speak GIOP.
 bool isProtocolError(giop::Violation violation) {
     return violation != giop::Violation::NoMemory && violation != giop::Violation::TooSlow &&
            violation != giop::Violation::TooManyLocates && violation != giop::Violation::NotGiop;
@@ -82,7 +82,7 @@ long GatePeer::read(std::span<std::uint8_t> into) {
     }
 }
 
-/// False when the connection is over.
+/// Return false when the connection is over.
 bool GatePeer::receiveSome(std::span<std::uint8_t> into, OctetChannel::Wait wait, long& received) {
     if (into.empty()) {
         refuse(assembler_.violation());
@@ -113,7 +113,7 @@ long GatePeer::give(std::span<std::uint8_t> into) {
     return static_cast<long>(given);
 }
 
-/// Looks for the next whole message in what has been received.
+/// Search what has been received for the next whole message.
 void GatePeer::advance() {
     giop::MessageAssembler::Step step = assembler_.next(Clock::now());
     while (step == giop::MessageAssembler::Step::More && channel_->hasBuffered()) {
@@ -172,7 +172,7 @@ void GatePeer::watched() {
     if (!isUnfinished_)
         return;
     const std::unique_lock guard(inputMutex_, std::try_to_lock);
-    // a thread that reads runs the clock itself
+    // a reading thread runs the clock itself
     if (guard.owns_lock())
         runClock(Clock::now());
 }
@@ -185,7 +185,7 @@ void GatePeer::runClock(Clock::time_point now) {
         overdueAt_ = count(*deadline);
 }
 
-/// Nobody takes what arrives until the next runClock().
+/// Stop the deadlines: nobody receives what arrives until the next runClock().
 void GatePeer::stopClock() {
     overdueAt_ = 0;
     if (isUnfinished_ && !stopped_)

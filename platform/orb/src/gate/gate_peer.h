@@ -15,44 +15,45 @@
 
 namespace kelp::orb::gate {
 
-/// One connection: whole messages out of a channel's octets, with limits in size and time. It knows
-/// no ORB. One thread at a time reads; all else may be called from any thread.
+/// One connection. Turns a channel's octets into whole messages, with limits in size and time. It
+/// does not use the ORB. One thread at a time reads; everything else may be called from any thread.
 class GatePeer final : public giop::PeerStanding, public Seat {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// The gate has admitted the peer; its place is given back with this object.
+    /// The gate has admitted the peer. The destructor gives its place back.
     GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> channel, PeerAddress peer);
     ~GatePeer() override;
     GatePeer(const GatePeer&) = delete;
     GatePeer& operator=(const GatePeer&) = delete;
 
-    /// Waits for a whole message and gives as much of it as fits; never octets of two.
-    /// OctetChannel::kEnded when there will be no more.
+    /// Wait for a whole message and return as much of it as fits, but never octets of two messages.
+    /// Return OctetChannel::kEnded when there are no more messages.
     long read(std::span<std::uint8_t> into);
 
     enum class Fed {
-        Ready,  ///< read() has something to say without waiting
-        More,   ///< nothing whole yet
-        Busy    ///< a thread is reading already
+        Ready,  ///< read() returns without waiting
+        More,   ///< no whole message yet
+        Busy    ///< another thread is reading
     };
-    /// Takes what has arrived, without waiting.
+    /// Receive what has arrived, without waiting.
     Fed feed();
-    /// Whether read() has something to say without waiting.
+    /// Return whether read() returns without waiting.
     bool isReady() const { return ready_; }
-    /// No more messages: the peer has gone or was refused. After feed() or read() only.
+    /// Return whether there are no more messages, because the peer has gone or was refused. Valid
+    /// after feed() and read() only.
     bool hasEnded() const { return ended_; }
 
-    /// Sends some octets; kLater when the peer takes none within the limit.
+    /// Send some octets. Return kLater when the peer accepts none within the limit.
     long write(std::span<const std::uint8_t> octets, std::chrono::milliseconds limit);
     void shutDown() { channel_->shutDown(); }
 
-    /// Octets that arrive are taken from here on, by feed(): the peer's time runs.
+    /// From now on feed() receives what arrives, so the peer's deadlines run.
     void watched();
-    /// From here on it counts as in use, with a whole message brought.
+    /// Count the connection as in use from now on: it has sent a whole message.
     void leaveLobby() { inLobby_ = false; }
     bool isInLobby() const { return inLobby_; }
-    /// Ends the connection when it has been unfinished for too long.
+    /// End the connection if its input has been unfinished for too long.
     void sweep(Clock::time_point now);
 
     OctetChannel& channel() { return *channel_; }
@@ -80,10 +81,10 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     const std::unique_ptr<OctetChannel> channel_;
     const PeerAddress peer_;
 
-    std::mutex inputMutex_;  // guards the next ones; a reader holds it while it waits
+    std::mutex inputMutex_;  // guards the next three members; a reader holds it while it waits
     giop::MessageAssembler assembler_;
-    std::span<const std::uint8_t> left_;        ///< of the message being read
-    std::optional<Clock::time_point> stopped_;  ///< since when nobody takes what arrives
+    std::span<const std::uint8_t> left_;        ///< unread octets of the current message
+    std::optional<Clock::time_point> stopped_;  ///< since when nobody receives what arrives
 
     std::atomic<bool> ready_{false};
     std::atomic<bool> ended_{false};
@@ -91,7 +92,8 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     std::atomic<bool> waits_{false};  ///< a reader waits for the next message
     std::atomic<bool> isUnfinished_{false};
     std::atomic<Clock::rep> used_;
-    std::atomic<Clock::rep> overdueAt_;  ///< 0: never
+    /// When the input has been unfinished for too long; 0: never.
+    std::atomic<Clock::rep> overdueAt_;
 };
 
 }  // namespace kelp::orb::gate

@@ -6,7 +6,8 @@ namespace kelp::orb::gate {
 
 namespace {
 
-/// Three ways to and fro behind a satellite, and some time for both sides' keys.
+/// The time in which a handshake keeps its place: three round trips over a satellite link, and some
+/// time for both sides' keys.
 constexpr std::chrono::seconds kOwnTime{3};
 
 }  // namespace
@@ -35,14 +36,14 @@ std::size_t HandshakeTable::count() const {
     return places_.size();
 }
 
-/// Ends the oldest handshake, of one address or of all; false when it has not had its time.
+/// End the oldest handshake, of one address or of all. Return false when it has not had its time.
 bool HandshakeTable::makeRoom(const std::string* onlyOfAddress, Time now) {
     const auto oldest = std::find_if(places_.begin(), places_.end(), [&](const Place& place) {
         return onlyOfAddress == nullptr || place.seat->address() == *onlyOfAddress;
     });
     if (oldest == places_.end() || now - oldest->begin < kOwnTime)
         return false;
-    // under the lock: the seat leaves before its end
+    // safe under the lock: a seat leaves before it is destroyed
     oldest->seat->giveUp();
     erase(oldest);
     return true;

@@ -9,18 +9,19 @@
 
 namespace kelp::orb::gate {
 
-/// A TLS handshake in progress, as the table of them sees it.
+/// A TLS handshake in progress, as the table of handshakes sees it.
 class HandshakeSeat {
   public:
     virtual ~HandshakeSeat() = default;
     virtual const std::string& address() const = 0;
-    /// Ends the connection: its place is wanted. From any thread; it must not call the table.
+    /// End the connection, because another handshake needs its place. Called from any thread. Must
+    /// not call the table.
     virtual void giveUp() = 0;
 };
 
-/// How many TLS handshakes may be in progress, in all and from each address. One too many takes the
-/// place of the oldest, of its address or of all, once that has had some time: a handshake that
-/// lives takes less. Callable from any thread.
+/// Limits the number of TLS handshakes in progress, in total and from each address. At a limit, a
+/// new handshake takes the place of the oldest, of its address or of all, if that has been in
+/// progress for 3 s. A handshake whose peer responds takes less. Callable from any thread.
 class HandshakeTable {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -31,9 +32,9 @@ class HandshakeTable {
 
     explicit HandshakeTable(const Limits& limits) : limits_(limits) {}
 
-    /// Takes a place, to be given back with leave(). False: there is none.
+    /// Take a place, to be given back with leave(). Return false when none is free.
     bool enter(HandshakeSeat& seat, Time now);
-    /// Nothing for one that has no place, or has lost it.
+    /// Give the place back. Does nothing for a handshake that has none, or has lost it.
     void leave(HandshakeSeat& seat);
 
     std::size_t count() const;
@@ -50,7 +51,7 @@ class HandshakeTable {
 
     const Limits limits_;
     mutable std::mutex mutex_;  // guards what follows
-    Places places_;             ///< the oldest first
+    Places places_;             ///< oldest first
     std::unordered_map<const HandshakeSeat*, Places::iterator> bySeat_;
     std::unordered_map<std::string, std::size_t> perAddress_;
 };

@@ -18,7 +18,7 @@ namespace kelp::orb::gate {
 namespace {
 
 constexpr int kAtOnceMax = 64;
-/// What select() cannot handle.
+/// Lowest descriptor that select() cannot handle.
 constexpr rlim_t kHighDescriptors = 1024;
 
 int firstDescriptorOfConnections() {
@@ -59,7 +59,7 @@ int listenOn(const addrinfo& address) {
         return -1;
     const int on = 1;
     ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    // accepted sockets have it too
+    // accepted sockets inherit it
     ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     if (::bind(descriptor, address.ai_addr, address.ai_addrlen) == 0 &&
         ::listen(descriptor, SOMAXCONN) == 0)
@@ -87,7 +87,8 @@ bool hasNoDescriptors(int error) {
     return error == EMFILE || error == ENFILE;
 }
 
-/// The connection that was waiting is gone; the next may be there.
+/// Return whether the error concerns only the connection that was waiting. The next one may be
+/// accepted.
 bool concernsOne(int error) {
     return error == EINTR || error == ECONNABORTED || error == EPROTO || error == EPERM;
 }
@@ -118,7 +119,8 @@ bool Listener::open(const std::string& host, std::uint16_t port, std::string& wh
     return true;
 }
 
-/// -1, with the connection closed, when there is none.
+/// Move a connection to a high descriptor. Return -1, with the connection closed, when none is
+/// free.
 int Listener::moveUp(int descriptor) const {
     if (descriptor < 0 || descriptor >= firstDescriptor_)
         return descriptor;

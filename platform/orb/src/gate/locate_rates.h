@@ -12,7 +12,8 @@ class LocateRates {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// False when the address has used up its limit for the current second.
+    /// Count a LocateRequest. Return false when the address has used up its limit for the current
+    /// second.
     bool take(const std::string& address, unsigned limit, Time now);
 
   private:

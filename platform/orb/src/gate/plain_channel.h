@@ -4,10 +4,10 @@
 
 namespace kelp::orb::gate {
 
-/// TCP as it is.
+/// A TCP connection without TLS.
 class PlainChannel final : public OctetChannel {
   public:
-    /// Owns the descriptor of a blocking socket from here on.
+    /// Takes ownership of the descriptor of a blocking socket.
     explicit PlainChannel(int descriptor) : descriptor_(descriptor) {}
     ~PlainChannel() override;
     PlainChannel(const PlainChannel&) = delete;

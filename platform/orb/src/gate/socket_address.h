@@ -7,12 +7,12 @@
 
 namespace kelp::orb::gate {
 
-/// "127.0.0.1:4800", "[::1]:4800". An IPv4 address mapped into IPv6 is shown as IPv4; "" for other
-/// families.
+/// Return an address as text: "127.0.0.1:4800", "[::1]:4800". An IPv4 address mapped into IPv6 is
+/// shown as IPv4. Empty for other address families.
 std::string textOf(const sockaddr_storage& address);
 
-/// The same of the near and the far end of a connected socket; "" when it is not connected any
-/// more.
+/// Return the same for the near and the far end of a connected socket; empty when it is not
+/// connected any more.
 std::string nearEnd(int descriptor);
 std::string farEnd(int descriptor);
 

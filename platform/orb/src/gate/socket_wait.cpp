@@ -11,7 +11,7 @@ namespace kelp::orb::gate {
 void waitUntilReadable(int descriptor) {
     constexpr int forEver = -1;
     pollfd waiting{descriptor, POLLIN, 0};
-    (void)::poll(&waiting, 1, forEver);  // whoever reads then sees what is wrong
+    (void)::poll(&waiting, 1, forEver);  // the next read reports an error
 }
 
 bool waitUntilWritable(int descriptor, std::chrono::steady_clock::time_point deadline) {
@@ -28,7 +28,7 @@ bool waitUntilWritable(int descriptor, std::chrono::steady_clock::time_point dea
         if (count > 0)
             return true;
         if (count < 0 && errno != EINTR)
-            return true;  // send() says what is wrong
+            return true;  // the next send() reports the error
     }
 }
 

@@ -23,7 +23,7 @@ TlsChannel::TlsChannel(int descriptor, std::shared_ptr<SSL_CTX> context, std::sh
 
 TlsChannel::~TlsChannel() {
     gate_->handshakes().leave(*this);
-    // the peer should not take the end for an attack
+    // say goodbye, so that the peer does not take the end for an attack
     if (isEstablished_ && !isBroken_)
         SSL_shutdown(connection_.get());
     ERR_clear_error();
@@ -56,7 +56,8 @@ long TlsChannel::receiveSome(std::span<std::uint8_t> into) {
     return result == 1 ? static_cast<long>(count) : fail(result);
 }
 
-/// Makes the library's state once the peer has sent something; else what receive() has to say.
+/// Create the library's state once the peer has sent something. Until then return the result of
+/// receive().
 std::optional<long> TlsChannel::begin() {
     char octet = 0;
     const ssize_t waiting = ::recv(descriptor_, &octet, 1, MSG_PEEK | MSG_DONTWAIT);
@@ -92,10 +93,10 @@ void TlsChannel::establish() {
         certificate_.reset(SSL_get1_peer_certificate(connection_.get()));
 }
 
-/// What the library's failure means to who receives.
+/// Return the result of receive() or send() for a failure of the library.
 long TlsChannel::fail(int result) {
     const int error = SSL_get_error(connection_.get(), result);
-    // the first answer to a peer fits its socket's buffer: nobody waits to write
+    // the first answer to a peer fits into its socket's buffer, so nobody waits to write
     if (error == SSL_ERROR_WANT_READ || error == SSL_ERROR_WANT_WRITE)
         return kLater;
     isBroken_ = true;
@@ -120,7 +121,7 @@ long TlsChannel::send(std::span<const std::uint8_t> octets, std::chrono::millise
     const std::unique_lock sending(sendMutex_, deadline);
     if (!sending.owns_lock())
         return kLater;
-    // the library has part of another record to send first
+    // the library has to send the rest of another record first
     if (!unsent_.empty() && (unsent_.data() != octets.data() || unsent_.size() != octets.size()))
         return kEnded;
     for (;;) {

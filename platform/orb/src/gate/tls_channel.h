@@ -15,11 +15,12 @@
 
 namespace kelp::orb::gate {
 
-/// TLS, the server's side. The handshake is made by whoever calls receive(), as far as it goes
-/// without waiting; until the peer has sent something there is no state of the library for it.
+/// The server's side of a TLS connection. The thread that calls receive() makes the handshake, as
+/// far as it goes without waiting. The library's state for it is created only when the peer has
+/// sent something.
 class TlsChannel final : public OctetChannel, private HandshakeSeat {
   public:
-    /// Owns the descriptor from here on.
+    /// Takes ownership of the descriptor.
     TlsChannel(int descriptor, std::shared_ptr<SSL_CTX> context, std::shared_ptr<Gate> gate,
                PeerAddress peer);
     ~TlsChannel() override;
@@ -31,8 +32,8 @@ class TlsChannel final : public OctetChannel, private HandshakeSeat {
     long send(std::span<const std::uint8_t> octets, std::chrono::milliseconds limit) override;
     void shutDown() override;
     int descriptor() const override { return descriptor_; }
-    /// The peer's certificate (X509), once it is checked; null when it has shown none. It never
-    /// changes after the handshake, before which no message is received.
+    /// Return the peer's certificate (X509) once it is checked; null when the peer has shown none.
+    /// It never changes after the handshake, and no message is received before that.
     void* peerDetails() const override { return certificate_.get(); }
 
   private:
@@ -51,17 +52,17 @@ class TlsChannel final : public OctetChannel, private HandshakeSeat {
     const std::shared_ptr<Gate> gate_;
     const PeerAddress peer_;
 
-    std::timed_mutex sendMutex_;            // one send() at a time, waits included; outside mutex_
-    std::span<const std::uint8_t> unsent_;  ///< what the library wants to be given again
+    std::timed_mutex sendMutex_;  // one send() at a time, including its waits; locked before mutex_
+    std::span<const std::uint8_t> unsent_;  ///< what the library must be given again
 
-    mutable std::mutex
-        mutex_;  // guards the next ones, and the library's calls; nobody waits inside
+    // Guards the members below and the library's calls. Nobody waits while holding it.
+    mutable std::mutex mutex_;
     OwnedConnection connection_;  ///< null before the peer's first octet
     OwnedCertificate certificate_;
     bool isEstablished_ = false;
     bool isBroken_ = false;
 
-    std::atomic<bool> isShutDown_{false};  ///< by this side
+    std::atomic<bool> isShutDown_{false};  ///< shut down by this side
 };
 
 }  // namespace kelp::orb::gate

@@ -18,7 +18,7 @@ constexpr std::uint64_t kListenerId = 1;
 constexpr std::size_t kEventsMax = 64;
 constexpr std::chrono::milliseconds kSoon{50};
 constexpr std::chrono::milliseconds kSweepPause{1000};
-/// Without a free descriptor trying again at once would fail again at once.
+/// Without a free descriptor an immediate retry would fail as well.
 constexpr std::chrono::milliseconds kListenPause{100};
 
 int orThrow(int descriptor, const char* what) {
@@ -89,7 +89,7 @@ void Watcher::remove(Watched& watched) {
     ::epoll_ctl(epoll_, EPOLL_CTL_DEL, watched.descriptor(), &event);
 }
 
-/// Under the connection's lock. An error or a hang-up counts as an arrival.
+/// Requires the connection's lock. An error or a hang-up counts as an arrival.
 void Watcher::arm(Watched& watched) {
     epoll_event event = eventFor(watched.id_, EPOLLIN | EPOLLRDHUP | EPOLLONESHOT);
     watched.armed_ = ::epoll_ctl(epoll_, EPOLL_CTL_MOD, watched.descriptor(), &event) == 0;
@@ -123,7 +123,7 @@ void Watcher::unwant(Watched& watched) {
     if (!watched.isHandled_)
         return;
     watched.dropped_ = true;
-    // the report itself may come here
+    // the report itself may call this, and must not wait for its own end
     if (thread_.load() != std::this_thread::get_id())
         watched.handled_.wait(state, [&] { return !watched.isHandled_; });
 }
@@ -194,7 +194,7 @@ void Watcher::report(std::uint64_t id, Handler& handler) {
     {
         const std::lock_guard guard(mutex_);
         const auto found = known_.find(id);
-        // removed since the system reported it
+        // removed after the system reported it
         if (found == known_.end())
             return;
         watched = found->second;
@@ -214,7 +214,7 @@ void Watcher::report(std::uint64_t id, Handler& handler) {
             watched->wanted_ = true;
             arm(*watched);
         }
-        // under the lock: once it is free the connection may be gone
+        // notify under the lock: once that is free the connection may be gone
         watched->handled_.notify_all();
     }
     if (after == Handler::After::Discard) {

@@ -13,7 +13,7 @@ namespace kelp::orb::gate {
 
 class Watcher;
 
-/// A connection that a watcher may watch.
+/// A connection that a watcher can watch.
 class Watched {
   public:
     virtual ~Watched() = default;
@@ -23,68 +23,70 @@ class Watched {
     friend class Watcher;
     std::mutex mutex_;  // guards what follows
     std::condition_variable handled_;
-    std::uint64_t id_ = 0;    ///< 0: the watcher does not know it
-    bool wanted_ = false;     ///< arrivals are to be reported
-    bool armed_ = false;      ///< the system reports them
-    bool isHandled_ = false;  ///< a report is being made
-    bool dropped_ = false;    ///< unwanted during that
+    std::uint64_t id_ = 0;    ///< 0: not known to the watcher
+    bool wanted_ = false;     ///< the next arrival is to be reported
+    bool armed_ = false;      ///< the system reports arrivals
+    bool isHandled_ = false;  ///< a report is in progress
+    bool dropped_ = false;    ///< unwanted during the report
 };
 
-/// Waits for connections and for what arrives on them (epoll). One thread runs round(); all else
-/// may be called from any thread. Reports are made without any lock held.
+/// Waits for new connections and for input on existing ones (epoll). One thread runs round().
+/// Everything else may be called from any thread. The handler is called without any lock held,
+/// except for sweep().
 class Watcher {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// What a round has to report; called on its thread.
+    /// Receives the reports of a round, on its thread.
     class Handler {
       public:
         virtual ~Handler() = default;
-        /// Somebody may be waiting to be accepted. False: that does not work now, and is tried
-        /// again later.
+        /// Accept waiting connections. Return false when that is impossible for now; it is tried
+        /// again after 100 ms.
         virtual bool accept() = 0;
         enum class After {
             Nothing,
-            WatchAgain,  ///< unless it was unwanted meanwhile
-            Discard      ///< discard() is called with it, after it has been removed
+            WatchAgain,  ///< report the next arrival as well, unless it was unwanted meanwhile
+            Discard      ///< remove the connection, then call discard() with it
         };
         virtual After arrived(Watched& watched) = 0;
         virtual void discard(Watched& watched) = 0;
-        /// About once a second, for each connection.
+        /// Called about once a second for each connection, under the watcher's lock: it must not
+        /// call the watcher.
         virtual void sweep(Watched& watched, Clock::time_point now) = 0;
-        /// About once a second.
+        /// Called about once a second.
         virtual void tidy(Clock::time_point now) = 0;
     };
 
-    /// Throws std::system_error when the system has no descriptors for it.
+    /// Throws std::system_error when the system has no descriptors left.
     Watcher();
-    ~Watcher();  ///< all connections have been removed
+    ~Watcher();  ///< all connections must have been removed
     Watcher(const Watcher&) = delete;
     Watcher& operator=(const Watcher&) = delete;
 
-    /// The listening socket; accept() is called while somebody waits there.
+    /// Set the listening socket. Handler::accept() is called while connections wait there.
     void listenOn(int descriptor);
 
-    /// Makes a connection known; nothing is watched yet. False when the system refuses.
+    /// Make a connection known. Nothing is watched yet. Return false when the system refuses.
     bool add(Watched& watched);
-    /// The watcher forgets it. No report of it is being made when this returns.
+    /// Forget a connection. When this returns, no report of it is in progress.
     void remove(Watched& watched);
 
     enum class When {
-        Soon,  ///< within 50 ms; costs next to nothing
+        Soon,  ///< within 50 ms, at almost no cost
         Now,
-        AtOnce  ///< report it without waiting for an arrival
+        AtOnce  ///< report it without waiting for input
     };
-    /// Reports the next arrival, once.
+    /// Report the next arrival, once.
     void want(Watched& watched, When when);
-    /// No arrival is reported any more, and no report is being made when this returns, unless from
-    /// inside one.
+    /// Report no further arrival. When this returns no report is in progress, unless it is called
+    /// from inside one.
     void unwant(Watched& watched);
     bool isWanted(Watched& watched) const;
 
-    /// Waits for something to report and reports it, at most for about a second.
+    /// Wait at most about a second for something to report, and report it.
     void round(Handler& handler);
-    /// Ends a waiting round.
+    /// End a waiting round().
     void wake();
 
   private:
@@ -101,18 +103,18 @@ class Watcher {
     int epoll_ = -1;
     int wakes_ = -1;  ///< eventfd
     int listener_ = -1;
-    // round()'s thread alone
+    // used by round()'s thread only
     Clock::time_point listenAgain_{};
     Clock::time_point sweepNext_{};
-    Clock::time_point armNext_{};  ///< once willArm_
+    Clock::time_point armNext_{};  ///< valid while willArm_
     bool willArm_ = false;
     bool isListening_ = false;
 
-    std::mutex mutex_;  // guards what follows; outside a Watched's own
+    std::mutex mutex_;  // guards the members below; locked before a Watched's mutex_
     std::unordered_map<std::uint64_t, Watched*> known_;
     std::uint64_t lastId_ = 1;
     std::vector<std::uint64_t> prompted_;  ///< to be reported at once
-    std::atomic<bool> stirred_{false};     ///< some are wanted soon
+    std::atomic<bool> stirred_{false};     ///< some connections are wanted soon
     std::atomic<std::thread::id> thread_{};
 };
 

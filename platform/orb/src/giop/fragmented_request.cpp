@@ -6,7 +6,7 @@ namespace kelp::orb::giop {
 
 namespace {
 
-/// Makes the joined octets the one message that they are.
+/// Set the header's size to that of the joined message, and clear its flag for further fragments.
 void completeHeader(OctetBuffer& message, bool littleEndian) {
     const std::span<std::uint8_t> octets = message.octets();
     octets[kFlagsAt] = static_cast<std::uint8_t>(octets[kFlagsAt] & ~kMoreFragmentsFlag);

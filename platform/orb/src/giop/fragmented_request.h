@@ -9,7 +9,7 @@
 
 namespace kelp::orb::giop {
 
-/// A request of which some fragments are still missing.
+/// A request that is still missing fragments.
 class FragmentedRequest {
   public:
     FragmentedRequest(std::uint32_t id, const MessageHeader& header, InputBudget& budget,
@@ -18,18 +18,19 @@ class FragmentedRequest {
 
     std::uint32_t id() const { return id_; }
     const MessageHeader& header() const { return header_; }
-    /// What the request would have with this message as well, without the headers of its fragments.
+    /// Return the size of the request in octets with this fragment added, without the headers of
+    /// its fragments.
     std::size_t octetsWith(const MessageHeader& fragment) const;
     std::size_t octets() const { return size_; }
     Progress::Time deadline() const { return progress_.deadline(); }
     void postpone(Progress::Duration time) { progress_.postpone(time); }
 
-    /// Adds the request's first message, or a fragment. False when there is no memory.
+    /// Add the request's first message or a fragment. Return false when there is no memory.
     bool add(Octets message, const ProgressRule& rule, Progress::Time now);
-    /// GIOP 1.2: all of it as one message. Not to be used afterwards.
+    /// GIOP 1.2: return the whole request as one message. The object must not be used afterwards.
     OctetBuffer joined();
-    /// GIOP 1.1, where alignment begins anew in each fragment: the messages one after the other, as
-    /// they came.
+    /// GIOP 1.1, where alignment restarts in each fragment: return the messages one after the
+    /// other, as received.
     OctetBuffer messages();
 
   private:
@@ -42,8 +43,8 @@ class FragmentedRequest {
     std::size_t size_ = 0;
 };
 
-/// The parts of a GIOP 1.1 request as one message without the headers of its fragments, and where
-/// in it each fragment begins. Empty when there is no memory.
+/// The parts of a GIOP 1.1 request as one message without the headers of its fragments, and the
+/// offset in it at which each fragment begins. Empty when there is no memory.
 struct JoinedParts {
     OctetBuffer message;
     std::vector<std::size_t> fragments;

@@ -5,19 +5,19 @@
 
 namespace kelp::orb::giop {
 
-/// The memory that all connections together may use for input that is not complete yet, or complete
-/// and not yet read by the ORB. Callable from any thread.
+/// A budget for the memory that all connections together use for input: messages that are
+/// incomplete, or that the ORB has not read yet. Callable from any thread.
 class InputBudget {
   public:
     explicit InputBudget(std::size_t octetsMax) : octetsMax_(octetsMax) {}
     InputBudget(const InputBudget&) = delete;
     InputBudget& operator=(const InputBudget&) = delete;
 
-    /// False, with nothing taken, when less is left.
+    /// Take octets from the budget. Return false, and take nothing, when fewer are left.
     bool take(std::size_t octets);
     void giveBack(std::size_t octets) { used_ -= octets; }
     std::size_t used() const { return used_; }
-    /// For a new ORB; what is in use stays counted.
+    /// Set the limit for a new ORB. Memory in use stays counted.
     void setMax(std::size_t octetsMax) { octetsMax_ = octetsMax; }
 
   private:

@@ -29,7 +29,7 @@ bool addressByKey(Octets message, const MessageHeader& header, const RequestHead
     if (!hasKey)
         return false;
     if (header.type == MessageType::Request) {
-        // what follows was aligned to 4 and is so again
+        // the rest of the header was aligned to 4, and must be so again
         const std::size_t rest = (request.targetEnd + 3) / 4 * 4;
         if (!alignTo(made, 4) || !made.append(message.subspan(rest, request.headerEnd - rest)))
             return false;

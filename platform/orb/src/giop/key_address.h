@@ -5,8 +5,8 @@
 
 namespace kelp::orb::giop {
 
-/// Appends to `made` the same request, addressed by its object key instead of a profile or a
-/// reference (CORBA 15.4.2.2). False when there is no memory for it.
+/// Append to `made` the same request, addressed by its object key instead of a profile or a
+/// reference (CORBA 15.4.2.2). Return false when there is no memory for it.
 bool addressByKey(Octets message, const MessageHeader& header, const RequestHeader& request,
                   OctetBuffer& made);
 

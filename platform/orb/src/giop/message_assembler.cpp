@@ -10,7 +10,7 @@ namespace kelp::orb::giop {
 
 namespace {
 
-/// Read at once where a message is long.
+/// Octets to read at once while a long message is received.
 constexpr std::size_t kChunk = std::size_t{64} * 1024;
 constexpr std::size_t kSmallChunk = 4096;
 constexpr std::size_t kIdOctets = 4;
@@ -19,7 +19,7 @@ bool endsConnection(MessageType type) {
     return type == MessageType::CloseConnection || type == MessageType::MessageError;
 }
 
-/// Whether the request's id follows the header of such a message.
+/// Return whether the request's id follows directly after the header of such a message.
 bool beginsWithId(MessageType type, std::uint8_t minor) {
     return minor >= 2 || type == MessageType::CancelRequest;
 }
@@ -112,7 +112,7 @@ void MessageAssembler::dropDelivered() {
     at_ += std::exchange(passed_, 0);
 }
 
-/// The next of the messages that were made of fragments of GIOP 1.1.
+/// Go on to the next message in made_. Return false when there is none left.
 bool MessageAssembler::nextOfMade() {
     if (madeAt_ < made_.size()) {
         MessageHeader header;
@@ -184,11 +184,12 @@ MessageAssembler::Step MessageAssembler::waitForMore(Time now) {
     return Step::More;
 }
 
-/// A message, and the fragmented request that it is the next part of; without one, the same twice.
+/// Check the size of a message, and that of the fragmented request that it continues. For a message
+/// that continues none, both are the same.
 Violation MessageAssembler::checkSize(std::uint64_t messageOctets, std::uint64_t octets) {
     if (octets > limits_.messageOctetsMax)
         return Violation::TooLarge;
-    // before log-in the limit is for all that a connection leaves unfinished
+    // before log-in the limit applies to all unfinished input of a connection
     std::uint64_t unfinished = messageOctets;
     for (const FragmentedRequest& request : open_)
         unfinished += request.octets();
@@ -198,7 +199,7 @@ Violation MessageAssembler::checkSize(std::uint64_t messageOctets, std::uint64_t
 }
 
 Violation MessageAssembler::checkHeader(const MessageHeader& header) {
-    // clients that close may do so in any version
+    // a client may close in any version
     if (endsConnection(header.type))
         return Violation::None;
     if (minor_.value_or(header.minor) != header.minor)
@@ -219,14 +220,15 @@ MessageAssembler::Open::iterator MessageAssembler::findOpen(std::uint32_t id) {
                         [id](const FragmentedRequest& each) { return each.id() == id; });
 }
 
-/// Whose fragment it is: GIOP 1.1 does not say, as there is one such request at most.
+/// Return the request to which a fragment belongs. GIOP 1.1 does not name it, because at most one
+/// fragmented request is open.
 MessageAssembler::Open::iterator MessageAssembler::requestOf(Octets fragment) {
     if (header_.minor < 2)
         return open_.begin();
     return findOpen(numberAt(fragment, kHeaderOctets, header_.littleEndian));
 }
 
-/// The whole of a fragmented request is limited before its next fragment is received.
+/// Limit the whole of a fragmented request before its next fragment is received.
 Violation MessageAssembler::checkFragment(Octets waiting) {
     const auto request = requestOf(waiting);
     if (request == open_.end())
@@ -258,7 +260,7 @@ Violation MessageAssembler::idOf(Octets whole, std::uint32_t& id) const {
         id = numberAt(whole, kHeaderOctets, header_.littleEndian);
         return Violation::None;
     }
-    // the ORB reads such a header out of the first message, so it has to be there
+    // the ORB reads the whole header from the first message, so it must be complete there
     RequestHeader request;
     const Violation violation = readRequestHeader(whole, header_, request);
     id = request.id;
@@ -325,8 +327,8 @@ MessageAssembler::Taken MessageAssembler::deliver(Octets whole, const MessageHea
     return Taken::Deliver;
 }
 
-/// The ORB finds too little for the operation's parameters, and answers and records the request as
-/// it does with any such one.
+/// Deliver the request without its parameters. The ORB finds them missing, and answers and records
+/// the request as it does with any such one.
 MessageAssembler::Taken MessageAssembler::deliverWithoutBody(Octets whole,
                                                              const MessageHeader& header,
                                                              const RequestHeader& request) {
@@ -352,7 +354,7 @@ MessageAssembler::Taken MessageAssembler::deliverJoined(OctetBuffer joined,
     whole.moreFragments = false;
     whole.octets = joined.size();
     const Taken taken = deliver(std::as_const(joined).octets(), whole);
-    // delivered as it is: it has to stay
+    // message_ refers to `joined`: keep that
     if (taken == Taken::Deliver && made_.size() == 0) {
         made_ = std::move(joined);
         madeAt_ = 0;

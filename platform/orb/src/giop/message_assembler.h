@@ -17,62 +17,66 @@
 namespace kelp::orb::giop {
 
 struct AssemblerLimits {
-    std::size_t messageOctetsMax = 104857600;  ///< of a message with all its fragments
-    std::size_t octetsMaxBeforeLogin =
-        65536;                       ///< the same for an address that nobody is logged in from
+    std::size_t messageOctetsMax = 104857600;  ///< of a message including its fragments
+    /// The same for an address without a log-in.
+    std::size_t octetsMaxBeforeLogin = 65536;
     std::size_t fragmentedMax = 16;  ///< unfinished fragmented requests of one connection
     ProgressRule progress;
 };
 
-/// What the assembler has to know of the peer. Asked on the thread that uses the assembler.
+/// What the assembler has to know about the peer. Called on the thread that uses the assembler.
 class PeerStanding {
   public:
     virtual ~PeerStanding() = default;
     virtual bool isLoggedIn() = 0;
-    /// Counts a LocateRequest; false when that is one too many.
+    /// Count a LocateRequest. Return false when it exceeds the limit.
     virtual bool mayLocate() = 0;
 };
 
 /// Turns the octets of one connection into whole messages that the ORB can rely on: complete
-/// Requests and LocateRequests, whose framing and headers were checked (CORBA 15.4, 15.4.9).
-/// Fragments are joined; a target named by a profile or a reference is named by its key; parameters
-/// that would harm the ORB are cut off, so that it answers MARSHAL. CancelRequests go no further: a
-/// request that is complete cannot be called back, and one that is not is forgotten. Pure: no ORB,
-/// no system calls but for memory. Not thread safe.
+/// Requests and LocateRequests, whose framing and headers were checked (CORBA 15.4, 15.4.9). It
+/// joins fragments. It replaces a target given by a profile or a reference by the object key. It
+/// cuts off parameters that would harm the ORB, so that the ORB answers MARSHAL. It does not pass
+/// on CancelRequests: a complete request cannot be cancelled, and an incomplete one is dropped.
+///
+/// It needs no ORB, and makes no system calls except for memory. Not thread safe.
 class MessageAssembler {
   public:
     using Time = Progress::Time;
     enum class Step {
-        Message,  ///< message() is one
+        Message,  ///< message() returns it
         More,     ///< more octets are needed
         End,      ///< the peer ends the connection
-        Refused   ///< violation() says why; the connection is of no further use
+        Refused   ///< violation() is the reason; the connection is of no further use
     };
 
     MessageAssembler(const AssemblerLimits& limits, PeerStanding& peer, InputBudget& budget);
 
-    /// The common case without a copy: true when nothing is waiting here and these octets are one
-    /// whole Request that the ORB may have as they are. Otherwise they are to be handed over with
-    /// append().
+    /// The common case without a copy. Return true when nothing is waiting here and these octets
+    /// are exactly one whole Request that the ORB may read unchanged. Otherwise they must be passed
+    /// to append().
     bool passes(Octets octets);
 
-    /// Takes octets over. False when there is no memory left: violation() says so.
+    /// Add received octets, by copying them. Return false when no memory is left; violation() says
+    /// so.
     bool append(Octets octets);
-    /// Room for the next octets, to be filled by the caller and taken over with grew(); empty when
-    /// there is no memory left.
+    /// Return room for the next octets; empty when no memory is left. The caller fills it and then
+    /// calls grew().
     std::span<std::uint8_t> room();
     void grew(std::size_t octets);
 
-    /// Drops the last message and looks for the next.
+    /// Drop the last message and search for the next.
     Step next(Time now);
     Octets message() const { return message_; }
     Violation violation() const { return violation_; }
 
-    /// Whether octets are waiting, a message not dropped yet included.
+    /// Return whether no octets are waiting here. A message that was not dropped yet counts as
+    /// waiting.
     bool isEmpty() const { return raw_.size() == 0 && made_.size() == 0; }
-    /// When the peer must have sent more at the latest; none while nothing is unfinished.
+    /// Return the time by which the peer must have sent more; none while nothing is unfinished.
     std::optional<Time> deadline() const;
-    /// Nobody read from the peer for so long: that is not the peer's fault.
+    /// Extend the deadlines by a time in which nobody read from the peer: that is not the peer's
+    /// fault.
     void wasPaused(Progress::Duration pause);
 
   private:
@@ -106,19 +110,19 @@ class MessageAssembler {
     PeerStanding& peer_;
     InputBudget& budget_;
 
-    OctetBuffer raw_;             ///< as received; the first octet is that of a message
-    std::size_t at_ = 0;          ///< what is before has been delivered or dropped
-    std::size_t passed_ = 0;      ///< octets of raw_ that the message being delivered was made of
+    OctetBuffer raw_;     ///< as received, from the beginning of a message
+    std::size_t at_ = 0;  ///< offset of the next message; what precedes it was delivered or dropped
+    std::size_t passed_ = 0;  ///< octets of raw_ from which the message being delivered was made
     bool headerChecked_ = false;  ///< of the message at at_
     bool fragmentChecked_ = false;
-    MessageHeader header_;              ///< the one at at_, when checked
+    MessageHeader header_;              ///< of the message at at_, once checked
     std::optional<Progress> progress_;  ///< of the unfinished message at at_
-    std::size_t counted_ = 0;           ///< octets of it that progress_ has counted
-    OctetBuffer made_;                  ///< messages that are not delivered as they came
+    std::size_t counted_ = 0;           ///< octets of that message that progress_ has counted
+    OctetBuffer made_;  ///< messages that are delivered from here instead of from raw_
     std::size_t madeAt_ = 0;
     Octets message_;
     Open open_;
-    std::optional<std::uint8_t> minor_;  ///< the connection's version
+    std::optional<std::uint8_t> minor_;  ///< the connection's GIOP version
     Violation violation_ = Violation::None;
 };
 

@@ -17,7 +17,7 @@ bool isOfClient(MessageType type, std::uint8_t minor) {
         case MessageType::LocateRequest:
         case MessageType::MessageError:
             return true;
-        // for clients from 1.2 on; harmless before
+        // clients may send it from 1.2 on; harmless in older versions
         case MessageType::CloseConnection:
             return true;
         case MessageType::Fragment:
@@ -29,7 +29,7 @@ bool isOfClient(MessageType type, std::uint8_t minor) {
     return false;
 }
 
-/// Which messages can be cut into fragments: Requests from 1.1, LocateRequests from 1.2 on.
+/// Return whether a message may have fragments: Requests from 1.1 on, LocateRequests from 1.2 on.
 bool mayHaveFragments(MessageType type, std::uint8_t minor) {
     switch (type) {
         case MessageType::Request:

@@ -10,7 +10,7 @@ namespace kelp::orb::giop {
 
 using Octets = std::span<const std::uint8_t>;
 
-/// Message types (CORBA 15.4.1), by their numbers.
+/// Message types (CORBA 15.4.1), with their numbers.
 enum class MessageType : std::uint8_t {
     Request,
     Reply,
@@ -23,7 +23,7 @@ enum class MessageType : std::uint8_t {
 };
 
 constexpr std::size_t kHeaderOctets = 12;
-/// Where the flags stand in a header, and what their bits mean.
+/// Offset of the flags in a header, and the meaning of their bits.
 constexpr std::size_t kFlagsAt = 6;
 constexpr std::uint8_t kLittleEndianFlag = 1;
 constexpr std::uint8_t kMoreFragmentsFlag = 2;
@@ -35,14 +35,14 @@ struct MessageHeader {
     bool littleEndian = false;
     bool moreFragments = false;
     MessageType type = MessageType::MessageError;
-    std::uint64_t octets = 0;  ///< of the whole message, these 12 included
+    std::uint64_t octets = 0;  ///< of the whole message, including the header
 };
 
-/// Reads and checks a header: magic, version 1.0 to 1.2, flags, a type that a client may send in
-/// that version. `octets` holds at least 12.
+/// Read and check a header: the magic, a version from 1.0 to 1.2, the flags, and a type that a
+/// client may send in that version. `octets` holds at least 12.
 Violation readHeader(Octets octets, MessageHeader& header);
 
-/// A number of four octets in the byte order of its message.
+/// Read a number of four octets in the byte order of its message.
 std::uint32_t numberAt(Octets octets, std::size_t at, bool littleEndian);
 void putNumber(std::span<std::uint8_t> octets, std::size_t at, std::uint32_t value,
                bool littleEndian);

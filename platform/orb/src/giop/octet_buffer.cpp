@@ -12,7 +12,7 @@ namespace kelp::orb::giop {
 namespace {
 
 constexpr std::size_t kSmallest = 4096;
-/// From here on a buffer has its own pages; below, the allocator's.
+/// A buffer of this size or more has separate pages. A smaller one uses the allocator.
 constexpr std::size_t kMappedFrom = std::size_t{128} * 1024;
 
 bool isMappedSize(std::size_t capacity) {

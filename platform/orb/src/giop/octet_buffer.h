@@ -9,8 +9,8 @@
 
 namespace kelp::orb::giop {
 
-/// Octets that grow at their end, within a budget. Large ones have pages of their own, which go
-/// back to the system as soon as the buffer is emptied or shrinks. Not thread safe.
+/// A buffer of octets that grows at its end, within a budget. A buffer of 128 KiB or more uses
+/// memory pages that return to the system as soon as it is emptied or shrinks. Not thread safe.
 class OctetBuffer {
   public:
     explicit OctetBuffer(InputBudget& budget) : budget_(&budget) {}
@@ -23,17 +23,18 @@ class OctetBuffer {
     std::size_t size() const { return size_; }
     std::size_t capacity() const { return capacity_; }
 
-    /// Make room for `more` octets. It grows ahead of need, but not beyond `useful` octets in all.
-    /// False when the budget or the system has not enough; nothing changes.
+    /// Make room for `more` octets. The buffer grows ahead of need, but not beyond `useful` octets
+    /// in total. Return false, and change nothing, when the budget or the system does not have
+    /// enough memory.
     bool reserve(std::size_t more, std::size_t useful = std::numeric_limits<std::size_t>::max());
-    /// False as reserve().
+    /// Return false as reserve() does.
     bool append(std::span<const std::uint8_t> octets);
     bool appendZeros(std::size_t count);
-    /// The reserved part, to be written by the caller and then taken over with grew().
+    /// Return the reserved part. The caller writes to it and then calls grew().
     std::span<std::uint8_t> room() { return {data_ + size_, capacity_ - size_}; }
     void grew(std::size_t octets) { size_ += octets; }
 
-    /// Drops the first octets. A large buffer that becomes mostly empty is made small again.
+    /// Drop the first octets. A large buffer that is less than a quarter full afterwards shrinks.
     void dropFront(std::size_t octets);
     void release();
 

@@ -5,13 +5,13 @@
 
 namespace kelp::orb::giop {
 
-/// How fast unfinished input has to arrive: in each window at least the minimum, or its end.
+/// How fast unfinished input must arrive: in each window at least the minimum, or its end.
 struct ProgressRule {
     std::chrono::milliseconds window{10000};
     std::size_t octetsPerWindow = 10240;
 };
 
-/// Whether one unfinished message keeps to the rule.
+/// Tracks whether one unfinished message keeps to the rule.
 class Progress {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -26,12 +26,12 @@ class Progress {
         octets_ = 0;
         deadline_ = now + rule.window;
     }
-    /// Past this the input counts as abandoned.
+    /// The time after which the input counts as abandoned.
     Time deadline() const { return deadline_; }
     void postpone(Duration time) { deadline_ += time; }
 
   private:
-    std::size_t octets_ = 0;  ///< in the current window
+    std::size_t octets_ = 0;  ///< received in the current window
     Time deadline_;
 };
 

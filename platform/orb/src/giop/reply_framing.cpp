@@ -13,8 +13,8 @@ constexpr std::uint8_t closeConnection = 5;
 constexpr std::uint8_t messageError = 6;
 constexpr std::uint8_t fragment = 7;
 
-/// Octets that a message of the type has at least. A reply has a request's number, a status and a
-/// number of service contexts; a fragment of GIOP 1.2 has a request's number.
+/// Return the minimum size of a message's body in octets. A reply has a request's id, a status and
+/// a number of service contexts. A fragment of GIOP 1.2 has a request's id.
 std::size_t bodyOctetsMin(std::uint8_t type, std::uint8_t minor) {
     switch (type) {
         case reply:

@@ -7,12 +7,13 @@
 
 namespace kelp::orb::giop {
 
-/// Follows the messages that arrive on an outgoing connection, octet by octet as they come
-/// (CORBA 15.4). Pure; not thread safe.
+/// Checks the framing of the messages that arrive on an outgoing connection (CORBA 15.4). Their
+/// octets may arrive in pieces of any size. Makes no system calls and needs no ORB. Not thread
+/// safe.
 class ReplyFraming {
   public:
-    /// False from the first message on that a server may not send, or that is too short for its
-    /// kind: the ORB reads the number of a request without a look at the size.
+    /// Return false from the first message on that a server may not send, or that is too short for
+    /// its type. The ORB reads a request's id without checking the size.
     bool accepts(std::span<const std::uint8_t> octets);
 
   private:

@@ -9,7 +9,7 @@ namespace kelp::orb::giop {
 
 namespace {
 
-/// All of a request before its parameters. Real headers have some hundred octets.
+/// Maximum octets of a request before its parameters. Real headers have a few hundred.
 constexpr std::size_t kRequestHeaderMax = std::size_t{256} * 1024;
 
 // how a GIOP 1.2 request names its target (CORBA 15.4.2.2)
@@ -23,7 +23,8 @@ std::size_t alignedTo(std::size_t at, std::size_t alignment) {
     return (at + alignment - 1) / alignment * alignment;
 }
 
-/// Letters, digits and the like: what can be an operation's name, and can stand in a log.
+/// Return whether the text consists of visible ASCII characters, so that it can be a name and
+/// appear in a log.
 bool isName(Octets text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](std::uint8_t octet) {
         return octet > 0x20 && octet < 0x7f;
@@ -50,7 +51,7 @@ bool skipServiceContexts(CdrReader& reader) {
     return true;
 }
 
-/// The key of a profile, if it is an IIOP profile (CORBA 15.7.2) that says where it leads.
+/// Return the key of a profile, if it is an IIOP profile (CORBA 15.7.2) that names a host.
 std::optional<Octets> keyOfProfile(std::uint32_t tag, Octets data) {
     if (tag != kInternetIopTag)
         return std::nullopt;
@@ -133,7 +134,7 @@ bool skipOctets(CdrReader& reader, int count) {
 
 /// GIOP 1.0 and 1.1.
 bool readOlderRequest(CdrReader& reader, std::uint8_t minor, RequestHeader& request) {
-    // whether a response is expected; 1.1 reserves three octets
+    // a flag whether a response is expected; 1.1 adds three reserved octets
     const int flagOctets = minor == 0 ? 1 : 4;
     return skipServiceContexts(reader) && readId(reader, request) &&
            skipOctets(reader, flagOctets) && readKey(reader, request) &&

@@ -8,23 +8,23 @@
 
 namespace kelp::orb::giop {
 
-/// Where the parts of a Request or LocateRequest stand (CORBA 15.4.2, 15.4.6). Refers to the
-/// message.
+/// The position of each part of a Request or LocateRequest (CORBA 15.4.2, 15.4.6). Refers to the
+/// message without copying it.
 struct RequestHeader {
     std::uint32_t id = 0;
     std::string_view operation;  ///< empty in a LocateRequest
-    Octets key;  ///< the target's object key, out of the profile where the target names one
-    /// The target is a profile or a whole reference (GIOP 1.2); it stands from targetAt to
+    Octets key;  ///< the target's object key, taken from the profile if the target is one
+    /// Whether the target is a profile or a whole reference (GIOP 1.2). It extends from targetAt to
     /// targetEnd.
     bool namesProfile = false;
     std::size_t targetAt = 0;
     std::size_t targetEnd = 0;
     std::size_t headerEnd = 0;  ///< before the padding of the body
-    std::size_t body = 0;  ///< where the parameters begin; the message's size if there are none
+    std::size_t body = 0;       ///< offset of the parameters; the message's size if there are none
 };
 
-/// Reads and checks the header of a complete Request or LocateRequest: every length in bounds, an
-/// operation that is a name, a target with a key.
+/// Read and check the header of a complete Request or LocateRequest: every length is within bounds,
+/// the operation is a name, and the target has a key.
 Violation readRequestHeader(Octets message, const MessageHeader& header, RequestHeader& request);
 
 }  // namespace kelp::orb::giop

@@ -16,8 +16,8 @@ using CosNotifyComm::_impl_StructuredPushConsumer;
 
 const char* const kExceptions[] = {CosEventComm::Disconnected::_PD_repoId};
 
-/// A push operation, whose arguments are written by `write`. It answers nothing and may raise
-/// Disconnected.
+/// A push operation, whose arguments are written by marshalArguments(). It returns nothing and may
+/// raise Disconnected.
 class PushCall : public omniCallDescriptor {
   public:
     PushCall(LocalCallFn local, const char* operation)

@@ -19,17 +19,17 @@ static_assert(kLargestAlignment % kEventAlignment == 0);
 constexpr std::array<CORBA::Octet, kLargestAlignment> kPadding{};
 
 /// Where the stream writes next, modulo the largest alignment. The ORB aligns by the address in its
-/// buffer, which the count of octets written does not follow in GIOP 1.0 and 1.1.
+/// buffer. In GIOP 1.0 and 1.1 that does not correspond to the count of octets written.
 class WritePosition : private cdrStream {
   public:
     static std::uint32_t of(cdrStream& stream) {
-        // the size of a GIOP 1.0 or 1.1 message that is larger than the buffer is counted first
+        // the ORB first counts the size of a GIOP 1.0 or 1.1 message that is larger than the buffer
         if (cdrCountingStream* counter = cdrCountingStream::downcast(&stream))
             return static_cast<std::uint32_t>(counter->total() % kLargestAlignment);
         return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(next(stream)) %
                                           kLargestAlignment);
     }
-    /// Whether so many octets fit into the stream's buffer.
+    /// Return whether this number of octets fits into the stream's buffer.
     static bool hasRoomFor(const cdrStream& stream, std::size_t octets) {
         const void* end = stream.*(&WritePosition::pd_outb_end);
         return octets <= static_cast<std::size_t>(static_cast<const char*>(end) - next(stream));
@@ -41,8 +41,8 @@ class WritePosition : private cdrStream {
     }
 };
 
-/// GIOP 1.1 aligns anew in each fragment of a message: what is cut in two has no encoding of its
-/// own.
+/// Return whether the stream is GIOP 1.1, which aligns anew in each fragment of a message. An event
+/// that is cut in two then has no encoding that can be reused.
 bool alignsInFragments(cdrStream& stream) {
     omni::giopStream* message = omni::giopStream::downcast(&stream);
     return message != nullptr && message->version().major == 1 && message->version().minor == 1;
@@ -61,7 +61,7 @@ std::size_t SharedEvent::encodingsKept() const {
 
 void SharedEvent::Encodings::write(cdrStream& stream) {
     const std::uint32_t offset = WritePosition::of(stream);
-    // so that a batch meets two offsets instead of eight
+    // align first, so that a batch has two different offsets instead of eight
     const std::uint32_t padding = (kEventAlignment - offset % kEventAlignment) % kEventAlignment;
     const std::vector<CORBA::Octet>& octets =
         octetsFor(stream, (offset + padding) % kLargestAlignment);
@@ -86,7 +86,7 @@ const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& st
                                     [&form](const Encoding& each) { return each.form == form; });
     if (known != made_.end())
         return known->octets;
-    // others hold references to what is in the list, which stays where it is
+    // callers hold references to elements of the list, which do not move
     made_.push_front({form, encode(stream, offset)});
     return made_.front().octets;
 }

@@ -8,25 +8,25 @@
 
 namespace kelp::orb {
 
-/// The octets of one event in every form that was asked for.
+/// The encodings of one event, in every form that was asked for. Callable from any thread.
 class SharedEvent::Encodings {
   public:
     explicit Encodings(const CosNotification::StructuredEvent& event) : event_(event) {}
 
-    /// Writes the event as the stream's next value. Encodes it only the first time for streams of
-    /// this kind.
+    /// Write the event as the stream's next value. The event is encoded only the first time for
+    /// streams of one form.
     void write(cdrStream& stream);
 
     std::size_t count() const;
 
   private:
     /// What the octets depend on. The ORB has one converter for each code set and GIOP version, so
-    /// that the converters stand for the version too.
+    /// the converters stand for the version too.
     struct Form {
         const void* narrow;
         const void* wide;
         bool swapped;
-        std::uint32_t offset;  ///< of the first octet, modulo 8: CDR aligns at most to 8
+        std::uint32_t offset;  ///< of the first octet, modulo 8, the largest alignment in CDR
         bool operator==(const Form&) const = default;
     };
     struct Encoding {
@@ -38,8 +38,8 @@ class SharedEvent::Encodings {
     std::vector<CORBA::Octet> encode(cdrStream& like, std::uint32_t offset) const;
 
     const CosNotification::StructuredEvent& event_;
-    mutable std::mutex
-        mutex_;  // held while encoding: others of the kind wait rather than do it again
+    // Held while encoding, so that others who need the same form wait and do not encode it again.
+    mutable std::mutex mutex_;
     std::forward_list<Encoding> made_;
 };
 

@@ -10,16 +10,16 @@ namespace kelp::orb {
 
 namespace {
 
-// the ORB's own default; named so that a second start does not inherit the first one's value
+// the ORB's own default, set so that a second start does not inherit the value of the first
 constexpr unsigned defaultThreadsOfConnection = 100;
 
-/// An IPv6 host needs its brackets in the ORB's endpoint texts.
+/// Put an IPv6 host into brackets, which the ORB's endpoint texts need.
 std::string bracketed(const std::string& host) {
     const bool bareIpv6 = std::count(host.begin(), host.end(), ':') > 1 && host.front() != '[';
     return bareIpv6 ? "[" + host + "]" : host;
 }
 
-/// "host:port", "[ipv6]:port" or a host alone, then with an empty port.
+/// Split "host:port" or "[ipv6]:port". A host alone gets an empty port.
 std::pair<std::string, std::string> splitHostAndPort(const std::string& text) {
     const std::size_t colon = text.rfind(':');
     const bool oneColon = colon != std::string::npos && text.find(':') == colon;
@@ -29,8 +29,8 @@ std::pair<std::string, std::string> splitHostAndPort(const std::string& text) {
     return {bracketed(text), ""};
 }
 
-/// The port of the only address. Empty, which stands for the port of whatever endpoint is
-/// published, when there are several or the system chooses the port.
+/// Return the port of the only address. Empty when there are several addresses, or when the system
+/// chooses the port. The ORB then publishes the port of the endpoint.
 std::string namedPort(const std::vector<std::string>& addresses) {
     if (addresses.size() != 1)
         return "";
@@ -39,9 +39,9 @@ std::string namedPort(const std::vector<std::string>& addresses) {
     return isChosenBySystem ? "" : port;
 }
 
-/// The published port belongs to the plain endpoint when there is one; the other transport is
-/// published with the port it listens on. The ORB matches a published address with every endpoint,
-/// also with those that are not to be published, so the ports are named wherever they are known.
+/// The published port belongs to the plain endpoint when there is one. The TLS endpoint is then
+/// published with the port that it listens on. The ORB matches a published address with every
+/// endpoint, also with those that must not be published, so each port is named where it is known.
 void addPublished(const OrbOptions& options, OptionTable& table) {
     if (options.publish.empty()) {
         table.add("endPointPublish", "addr");
@@ -99,14 +99,13 @@ OptionTable optionTable(const OrbOptions& options) {
     addPublished(options, table);
 
     table.add("clientTransportRule", options.tlsCallsOnly ? "* ssl" : "* tcp,ssl");
-    // a name that became an address could not be compared with the server's certificate
+    // a name that was resolved to an address cannot be compared with the server's certificate
     table.add("resolveNamesForTransportRules", options.tlsCheckServer ? 0UL : 1UL);
-    // its lines go to the trace, which tells the time itself (the ORB's way is not safe among
-    // threads)
+    // the trace adds the time to the ORB's lines; the ORB's own way is not thread safe
     table.add("traceTime", 0UL);
-    // without it a thread's own time-out is taken and ignored
+    // without this the ORB accepts a thread's time-out and ignores it
     table.add("supportPerThreadTimeOut", 1);
-    // a first call to a peer that hangs would otherwise wait out its limit twice
+    // otherwise the first call to a hanging peer waits for its limit twice
     table.add("verifyObjectExistsAndType", 0UL);
     table.add("giopMaxMsgSize", std::min<unsigned long>(options.messageBytesMax,
                                                         std::numeric_limits<CORBA::Long>::max()));

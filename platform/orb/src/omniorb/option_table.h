@@ -8,15 +8,15 @@
 
 namespace kelp::orb {
 
-/// The ORB's options by name, in the form that ORB_init takes. Names may repeat (one entry an
-/// endpoint).
+/// The ORB's options by name, in the form that ORB_init takes. Names may repeat: each endpoint has
+/// an entry.
 class OptionTable {
   public:
     void add(const std::string& name, const std::string& value);
     void add(const std::string& name, unsigned long value);
 
-    /// Pairs of name and value, ended by a pair of null pointers; valid until the table changes or
-    /// goes.
+    /// Return pairs of name and value, ended by a pair of null pointers. Valid until the table
+    /// changes or is destroyed.
     const char* (*pairs())[2];
 
   private:
@@ -27,7 +27,7 @@ class OptionTable {
     std::vector<Pair> pairs_;
 };
 
-/// What the caller asked for, but the certificates of TLS.
+/// Return the ORB's options for what the caller asked for, except for the certificates of TLS.
 OptionTable optionTable(const OrbOptions& options);
 
 }  // namespace kelp::orb

@@ -22,8 +22,8 @@ namespace {
 
 std::mutex starting;
 
-/// Takes a line of the ORB's own log, which ends with a line feed. Whoever reaches the port can
-/// cause most of them.
+/// Trace a line of the ORB's own log, which ends with a line feed. The number of lines is limited,
+/// because whoever reaches the port can cause most of them.
 void traceOrbLine(const char* line) {
     std::string text(line);
     while (!text.empty() && text.back() == '\n')
@@ -34,7 +34,8 @@ void traceOrbLine(const char* line) {
     util::traceLimited(traceLine(util::TraceKind::Trace, std::move(text)), kind);
 }
 
-/// ORB_init would hand out the ORB that runs, with other options and another hook than asked for.
+/// Throw BAD_INV_ORDER while an ORB exists. ORB_init would return that one, with other options and
+/// another hook than asked for.
 void refuseWhileOneRuns() {
     const CORBA::ORB_var orb = PortState::instance().orb();
     if (CORBA::is_nil(orb.in()))
@@ -79,7 +80,7 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
         guardOutgoingCalls();
         freeBrokenReferences();
         resetCallers();
-        // opens the endpoints; all callers are held until the manager is activated
+        // opens the endpoints; all callers are held until the POA manager is activated
         const CORBA::Object_var root = orb->resolve_initial_references("RootPOA");
         PortState::instance().keep(orb.in());
     } catch (const CORBA::Exception&) {
@@ -90,7 +91,7 @@ CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
 }
 
 void serve(CORBA::ORB_ptr orb, unsigned) {
-    // this ORB has threads of its own: run() only waits
+    // this ORB creates its own threads, so run() only waits
     try {
         orb->run();
     } catch (const CORBA::BAD_INV_ORDER&) {

@@ -21,7 +21,8 @@ bool isAscii(std::string_view text) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// The octets of the character that a text begins with, as UTF-8 counts them; one where it is none.
+/// Return the number of octets of the character at the beginning of a UTF-8 text; 1 where there is
+/// no valid character.
 std::size_t firstCharacter(std::string_view text) {
     const auto isContinued = [&text](std::size_t at) {
         return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xc0U) == 0x80U;
@@ -34,7 +35,7 @@ std::size_t firstCharacter(std::string_view text) {
     return size;
 }
 
-/// Stateless, as the ORB wants its code sets; the ORB's list refers to it for good.
+/// Stateless, as the ORB requires of code sets. The ORB's list refers to it until the process ends.
 class SubstitutingCodeSet final : public CodeSet::NCS_C {
   public:
     SubstitutingCodeSet(CodeSet::NCS_C& native, const char* name)
@@ -42,7 +43,7 @@ class SubstitutingCodeSet final : public CodeSet::NCS_C {
 
     void marshalChar(cdrStream& stream, CodeSet::TCS_C* peers, CORBA::Char character) override {
         try {
-            // raises before anything is written
+            // raises before it writes anything
             native_.marshalChar(stream, peers, character);
         } catch (const CORBA::DATA_CONVERSION&) {
             native_.marshalChar(stream, peers, kSubstitute);
@@ -100,7 +101,7 @@ class SubstitutingCodeSet final : public CodeSet::NCS_C {
     CodeSet::NCS_C& native_;
 };
 
-/// Kept until the process ends, as the ORB's list is.
+/// Kept until the process ends, like the ORB's list.
 std::map<std::string, std::unique_ptr<SubstitutingCodeSet>>& entered() {
     static auto* all = new std::map<std::string, std::unique_ptr<SubstitutingCodeSet>>;
     return *all;
@@ -115,7 +116,7 @@ std::string enterSubstitutingCodeSet(const std::string& native) {
     const std::string name = native + "?";
     const auto [entry, isNew] = entered().try_emplace(name);
     if (isNew) {
-        // the code set keeps a pointer to its name: the map's
+        // the code set keeps a pointer to its name, which the map owns
         entry->second = std::make_unique<SubstitutingCodeSet>(*known, entry->first.c_str());
         CodeSet::registerNCS_C(entry->second.get());
     }

@@ -4,11 +4,11 @@
 
 namespace kelp::orb {
 
-/// Enters a code set into the ORB's list that is the native one named `native`, except that a
-/// character which the peer's code set cannot hold is sent as a question mark, where `native`
-/// raises DATA_CONVERSION. Its name, for the ORB's option nativeCharCodeSet; `native` itself when
-/// the ORB does not know that. Callers take turns, before the ORB starts; entering it again is
-/// harmless.
+/// Add a code set to the ORB's list that is the native one named `native`, with one difference: a
+/// character that the peer's code set cannot represent is sent as a question mark, where `native`
+/// raises DATA_CONVERSION. Return its name for the ORB's option nativeCharCodeSet, or `native`
+/// itself when the ORB does not know that. Call it before the ORB starts, and from one thread at a
+/// time. Adding it again has no effect.
 std::string enterSubstitutingCodeSet(const std::string& native);
 
 }  // namespace kelp::orb

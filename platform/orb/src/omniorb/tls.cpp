@@ -17,15 +17,15 @@ namespace kelp::orb {
 
 namespace {
 
-/// The transport keeps pointers to its settings; the ORB's options of the same names would lose
-/// memory at a second start.
+/// The settings to which the TLS transport keeps pointers. The ORB's options of the same names are
+/// not used, because they leak memory at a second start.
 struct Texts {
     std::string caFile;
     std::string keyFile;
     std::string keyPassword;
 };
 
-// never deleted: the transport is cleaned up when the process ends
+// never deleted: the transport is cleaned up when the process exits
 Texts& keptTexts() {
     static Texts* texts = new Texts;
     return *texts;
@@ -44,7 +44,7 @@ void use(TlsUse next) {
     CurrentTls::instance().set(std::make_shared<const TlsUse>(std::move(next)));
 }
 
-/// The suites for the contexts of the ORB that is started.
+/// The suites for the contexts of the ORB that is being started.
 TlsSuites& chosenSuites() {
     static TlsSuites* const suites = new TlsSuites;
     return *suites;
@@ -90,8 +90,7 @@ void setUpTls(const OrbOptions& options) {
     if (options.tlsCaFile.empty())
         whyNot = "there are TLS addresses, but no CA file";
     else if (whyNot.empty())
-        // a failure inside ORB_init would leave the ORB unfit for another start, and would not say
-        // what is wrong
+        // read here, because a failure inside ORB_init prevents another start and gives no reason
         material = readOrTellWhyNot(
             {options.tlsCaFile, options.tlsKeyFile, options.tlsKeyPassword, options.tlsCrlFile},
             whyNot);
@@ -104,7 +103,7 @@ void setUpTls(const OrbOptions& options) {
     Texts& texts = keptTexts();
     texts.caFile = options.tlsCaFile;
     texts.keyFile = options.tlsKeyFile;
-    // the ORB refuses to connect with an empty password even where the key needs none
+    // with an empty password the ORB refuses to connect, even if the key needs none
     texts.keyPassword = options.tlsKeyPassword.empty() ? "none" : options.tlsKeyPassword;
     sslContext::certificate_authority_file = texts.caFile.c_str();
     sslContext::key_file = texts.keyFile.c_str();

@@ -8,24 +8,24 @@
 
 namespace kelp::orb {
 
-/// Hands the TLS transport its certificates, or none when the caller asked for no TLS. Before
-/// ORB_init, while no ORB runs. Throws CORBA::BAD_PARAM, with the reason in the trace, when there
-/// are no certificates or they cannot be used.
+/// Give the TLS transport its certificates, or none when the caller asked for no TLS. Call it
+/// before ORB_init, while no ORB runs. Throws CORBA::BAD_PARAM, with the reason in the trace, when
+/// the certificates are missing or cannot be used.
 void setUpTls(const OrbOptions& options);
 
-/// Makes handshakes show and trust what renewTls() has taken over last. After ORB_init, before an
-/// endpoint is opened; nothing without TLS.
+/// Make handshakes show and trust what renewTls() has taken over last. Call it after ORB_init and
+/// before an endpoint is opened. Does nothing without TLS.
 void takeOverHandshakes();
 
-/// What the gate serves TLS with; null without TLS. From setUpTls() on.
+/// Return the context with which the gate serves TLS; null without TLS. Valid from setUpTls() on.
 std::shared_ptr<SSL_CTX> tlsGateContext();
 
-/// The subject of the certificate that a connection's peerdetails() are, which may be null; empty
-/// when there is none. Valid as long as the connection.
+/// Return the subject of the peer's certificate. `peerDetails` are the peerdetails() of a
+/// connection, and may be null. Empty when there is no subject. Valid as long as the connection.
 std::string_view peerSubject(const void* peerDetails);
 
-/// The transport's own notice, at each start, that it was given no certificates: usual, and no
-/// fault.
+/// Return whether the line is the TLS transport's notice that it was given no certificates. The
+/// transport writes it at each start without TLS. It is no error.
 bool isTlsUnusedNotice(const std::string& orbLogLine);
 
 }  // namespace kelp::orb

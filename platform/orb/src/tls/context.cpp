@@ -12,7 +12,8 @@ namespace {
 
 constexpr int kSecurityLevel = 2;
 
-/// The library asks for this side's certificate. A server also says whose certificates it trusts.
+/// Called by the library when it needs this side's certificate. A server also names the authorities
+/// that it trusts.
 int showCertificate(SSL* connection, void*) {
     const std::shared_ptr<const TlsUse> use = CurrentTls::instance().get();
     if (!use)
@@ -66,12 +67,11 @@ bool setUpContext(SSL_CTX* context, const TlsSuites& suites) {
     SSL_CTX_set_dh_auto(context, 1);
     SSL_CTX_set_cert_cb(context, showCertificate, nullptr);
     SSL_CTX_set_cert_verify_callback(context, checkPeer, nullptr);
-    // a resumed connection would show no certificate, and so outlive an authority that is trusted
-    // no more
+    // a resumed connection would show no certificate, and could outlive the trust in its authority
     SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
     SSL_CTX_set_options(context, SSL_OP_NO_TICKET);
     SSL_CTX_set_num_tickets(context, 0);
-    // an idle connection keeps no buffers of records
+    // idle connections keep no record buffers
     SSL_CTX_set_mode(context, SSL_MODE_RELEASE_BUFFERS);
     return true;
 }

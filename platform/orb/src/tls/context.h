@@ -10,15 +10,17 @@
 
 namespace kelp::orb {
 
-/// What the process's handshakes show, trust and ask for. Constant once made.
+/// What the process's handshakes show, trust and require. Constant once made.
 struct TlsUse {
     std::shared_ptr<const TlsMaterial> material;
-    bool checkServer = false;  ///< calling side: whether a server's certificate must show its name
-    std::string serverName = {};  ///< that name or address; empty: the host that is called
+    bool checkServer =
+        false;  ///< calling side: whether a server's certificate must name the server
+    std::string serverName = {};  ///< that name or address; empty: the called host
 };
 
 /// The TlsUse of handshakes that begin now. A context must not be changed once connections are made
-/// from it (the library reads it without a lock), so each handshake asks here. Any thread.
+/// from it, because the library reads it without a lock. So each handshake asks here. Callable from
+/// any thread.
 class CurrentTls {
   public:
     static CurrentTls& instance();
@@ -31,19 +33,19 @@ class CurrentTls {
     std::shared_ptr<const TlsUse> use_;
 };
 
-/// Which suites a context offers and accepts; see tls_suites.h.
+/// The suites that a context offers and accepts; see tls_suites.h.
 struct TlsSuites {
     std::string ciphers;
     std::string cipherSuites;
 };
 
-/// TLS 1.2 and 1.3 alone, the library's security level 2 (no key, group or hash below 112 bits), no
-/// renegotiation, no compression, the server's order of suites.
+/// Restrict a context to TLS 1.2 and 1.3 and the library's security level 2 (no key, group or hash
+/// below 112 bits), without renegotiation and compression. The server's order of suites decides.
 void requireTlsStrength(SSL_CTX* context);
 
-/// Makes a context one of this process's: strength, suites, certificates and checks out of
-/// CurrentTls, no resumption. Before connections are made from it. False when the suites cannot be
-/// used.
+/// Set a context up for this process: strength, suites, certificates and checks from CurrentTls,
+/// and no resumption. Call it before connections are made from the context. Return false when the
+/// suites cannot be used.
 bool setUpContext(SSL_CTX* context, const TlsSuites& suites);
 
 }  // namespace kelp::orb

@@ -28,7 +28,8 @@ bool hasBegun(const X509* certificate) {
     return X509_cmp_current_time(X509_get0_notBefore(certificate)) < 0;
 }
 
-/// All of the file's certificates; none, and the problem, when there is not one or one is damaged.
+/// Return all certificates of the file; null, with the problem recorded, when there is none or one
+/// is damaged.
 OwnedCertificates readCertificates(PemFile& file) {
     const OwnedBio in = file.open();
     OwnedCertificates all(sk_X509_new_null());
@@ -62,7 +63,7 @@ OwnedNames subjectsOf(const STACK_OF(X509) * certificates) {
     return names;
 }
 
-/// What is given to the TLS library when it finds a key encrypted.
+/// The password to give to the TLS library when it finds a key encrypted.
 struct Password {
     const std::string& text;
     bool isAskedFor = false;
@@ -84,7 +85,7 @@ std::string inOctal(::mode_t mode) {
     return text.str();
 }
 
-/// A key that others know, or may have put there, proves nothing.
+/// Record a problem if others may read or write a private key: such a key proves nothing.
 void checkMode(PemFile& file) {
     constexpr ::mode_t others = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
     if (file.contains("PRIVATE KEY-----") && (file.mode() & others) != 0)
@@ -111,7 +112,8 @@ OwnedKey readKey(PemFile& file, const std::string& passwordText) {
     return nullptr;
 }
 
-/// Whether the library would show this in a handshake; it refuses short keys and weak signatures.
+/// Return whether the library would show the certificate in a handshake. It refuses short keys and
+/// weak signatures.
 bool isAccepted(const TlsMaterial& material, std::string& whyNot) {
     const OwnedContext context(SSL_CTX_new(TLS_method()));
     if (context)
@@ -158,7 +160,8 @@ std::string serialNumberOf(const X509* certificate) {
     return text;
 }
 
-/// "; revocation lists valid until ...": the first end of several. Nothing when there are none.
+/// Return "; revocation lists valid until ..." with the earliest end of several; empty when there
+/// are no lists.
 std::string endOf(const STACK_OF(X509_CRL) * lists) {
     const ASN1_TIME* first = nullptr;
     for (int i = 0; i < sk_X509_CRL_num(lists); ++i) {
@@ -198,7 +201,7 @@ std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files,
         PemFile lists(files.crlFile, Of::RevocationLists, problems);
         if (lists.isRead())
             lists.checkTrust();
-        // without the authorities each list would be a stranger's
+        // without the authorities every list would count as a stranger's
         if (material->authorities)
             material->revocationLists = readRevocationLists(lists, material->authorities.get());
     }

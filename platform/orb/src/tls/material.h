@@ -10,7 +10,7 @@
 
 namespace kelp::orb {
 
-/// What TlsFiles hold, read. Never changed once it is made, so that any thread may use it.
+/// The content of TlsFiles. It never changes once it is made, so any thread may use it.
 struct TlsMaterial {
     OwnedCertificates authorities;
     OwnedNames authorityNames;  ///< the authorities' subjects, as a server sends them
@@ -20,15 +20,15 @@ struct TlsMaterial {
     OwnedRevocationLists revocationLists;  ///< null: revocation is not checked
 };
 
-/// The material, usable now; or none, and why.
+/// Read the files. Return the material if it can be used now; otherwise null, with the problems.
 std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files,
                                            std::vector<TlsFileProblem>& problems);
 
-/// The same certificates and revocation lists, in the same order.
+/// Return whether both hold the same key, certificates and revocation lists, in the same order.
 bool isSame(const TlsMaterial& one, const TlsMaterial& other);
 
-/// The certificate's subject, serial number and end, and when the first revocation list ends, for
-/// messages.
+/// Return the certificate's subject, serial number and end, and the earliest end of the revocation
+/// lists, for messages.
 std::string inWords(const TlsMaterial& material);
 
 }  // namespace kelp::orb

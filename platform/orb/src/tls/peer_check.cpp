@@ -24,7 +24,7 @@ int subjectIndex() {
     return index;
 }
 
-/// Before the certificate is seen by another thread.
+/// Store the subject with the certificate. Call it before another thread sees the certificate.
 void keepSubject(X509* certificate) {
     const OwnedBio out(BIO_new(BIO_s_mem()));
     X509_NAME_print_ex(out.get(), X509_get_subject_name(certificate), 0,
@@ -39,8 +39,8 @@ void keepSubject(X509* certificate) {
         subject.release();
 }
 
-/// The last list goes on to hold until there is its successor: the operator was warned, and without
-/// any list a revoked certificate would be let in.
+/// Accept an ended revocation list until its successor is there. The operator was warned, and
+/// without any list a revoked certificate would be accepted.
 int passEndedList(int isGood, X509_STORE_CTX* check) {
     if (isGood == 1 || X509_STORE_CTX_get_error(check) != X509_V_ERR_CRL_HAS_EXPIRED)
         return isGood;
@@ -62,7 +62,7 @@ const SSL* connectionOf(X509_STORE_CTX* check) {
         X509_STORE_CTX_get_ex_data(check, SSL_get_ex_data_X509_STORE_CTX_idx()));
 }
 
-/// Of a server's certificate.
+/// Return whether a server's certificate passes.
 bool isPassed(X509_STORE_CTX* check, const SSL* connection, const TlsUse& use) {
     X509* const certificate = X509_STORE_CTX_get0_cert(check);
     if (X509_verify_cert(check) != 1) {

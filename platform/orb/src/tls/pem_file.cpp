@@ -18,7 +18,7 @@ namespace kelp::orb {
 
 namespace {
 
-/// Lists of authorities and of revoked certificates may be long; nothing else is.
+/// Maximum size of a file. Only lists of authorities and of revoked certificates are long.
 constexpr std::size_t kFileBytesMax = 16 << 20;
 
 }  // namespace
@@ -29,7 +29,7 @@ PemFile::PemFile(std::string name, TlsFileProblem::Of of, std::vector<TlsFilePro
 }
 
 void PemFile::read() {
-    // a pipe without a writer is an empty file, not one to wait for
+    // a pipe without a writer must count as an empty file, and not block
     const util::Descriptor file(::open(name_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
     if (file.isOpen() && ::fstat(file.get(), &status) == 0)

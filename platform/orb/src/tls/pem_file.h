@@ -11,22 +11,22 @@
 
 namespace kelp::orb {
 
-/// One PEM file: its text, and what is found wrong with it.
+/// A PEM file: its text, and the problems found with it.
 class PemFile {
   public:
-    /// Reads the file. `problems` is borrowed and grows with each problem, those of reading it
-    /// included.
+    /// Read the file. `problems` is borrowed. Each problem is added to it, including one of reading
+    /// the file.
     PemFile(std::string name, TlsFileProblem::Of of, std::vector<TlsFileProblem>& problems);
 
     bool isRead() const { return text_.has_value(); }
     OwnedBio open() const;
     bool contains(const char* part) const { return text_->find(part) != std::string::npos; }
-    /// Adds a problem when somebody else could have put the content there.
+    /// Add a problem if somebody else could have written the content.
     void checkTrust();
-    /// The file's mode, 0644; permission bits alone.
+    /// Return the permission bits of the file's mode, such as 0644.
     ::mode_t mode() const { return mode_; }
 
-    /// `what` goes on where the file's name ends.
+    /// Add a problem. `what` continues the sentence that begins with the file's name.
     void wrong(const std::string& what) { wrong(of_, what); }
     void wrong(TlsFileProblem::Of of, const std::string& what);
 
@@ -40,8 +40,8 @@ class PemFile {
     ::mode_t mode_ = 0;
 };
 
-/// Whether the library's last failure on this thread says that a PEM text has no further object of
-/// the kind asked for. The thread's errors stay.
+/// Return whether the library's last failure on this thread means that a PEM text has no further
+/// object of the requested kind. The thread's errors stay.
 bool isEndOfPem();
 
 }  // namespace kelp::orb

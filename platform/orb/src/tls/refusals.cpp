@@ -20,11 +20,11 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kPause{1};
 
-/// Lets a line through a second and counts the others.
+/// Lets one line through per second and counts the others.
 class Throttle {
   public:
-    /// How many lines were held back since the last one that was let through; none: this one is,
-    /// too.
+    /// Return how many lines were held back since the last one that was let through; nothing when
+    /// this one is held back too.
     std::optional<int> letThrough(Clock::time_point now) {
         const std::lock_guard guard(mutex_);
         if (last_ && now - *last_ < kPause) {

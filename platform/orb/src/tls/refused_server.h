@@ -7,7 +7,7 @@
 
 namespace kelp::orb {
 
-/// Keeps, for takeRefusedServer(), why this process as the calling side has refused a server's
+/// Record for takeRefusedServer() why this process, as the calling side, has refused a server's
 /// certificate.
 void noteRefusedServer(const SSL* connection, const X509* certificate, const std::string& why);
 

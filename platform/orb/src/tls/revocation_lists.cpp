@@ -24,7 +24,7 @@ Now stateOf(const X509_CRL* list) {
     return end != nullptr && X509_cmp_current_time(end) < 0 ? Now::HasEnded : Now::Holds;
 }
 
-/// All of a text's lists; none when it has none or one is damaged.
+/// Return all lists of a text; null when there is none or one is damaged.
 OwnedRevocationLists readAll(BIO* in) {
     OwnedRevocationLists all(sk_X509_CRL_new_null());
     while (X509_CRL* const list = PEM_read_bio_X509_CRL(in, nullptr, nullptr, nullptr))
@@ -43,7 +43,7 @@ bool isSignedBy(X509_CRL* list, const X509* authority) {
     return isSigned;
 }
 
-/// What keeps a list from being used, whatever the time; empty: nothing.
+/// Return why a list cannot be used at any time; empty when it can.
 std::string problemOf(X509_CRL* list, const STACK_OF(X509) * authorities) {
     const std::string whose = "a revocation list of " + inWords(X509_CRL_get_issuer(list));
     if (X509_CRL_get_ext_by_NID(list, NID_delta_crl, -1) >= 0)
@@ -61,7 +61,7 @@ std::string problemOf(X509_CRL* list, const STACK_OF(X509) * authorities) {
                    : whose + ", which is none of the trusted authorities";
 }
 
-/// Why there is no list of the authority that holds now; empty: there is one.
+/// Return why the authority has no list that is valid now; empty when it has one.
 std::string missingListOf(X509* authority, const STACK_OF(X509_CRL) * lists) {
     const std::string name = inWords(X509_get_subject_name(authority));
     if ((X509_get_key_usage(authority) & KU_CRL_SIGN) == 0)
@@ -88,7 +88,7 @@ bool hasEnded(const X509* certificate) {
     return X509_cmp_current_time(X509_get0_notAfter(certificate)) < 0;
 }
 
-/// The lists that hold now. Older ones of the same authority may stand in the file next to them.
+/// Return the lists that are valid now. The file may also hold older ones of the same authority.
 OwnedRevocationLists holding(OwnedRevocationLists all) {
     OwnedRevocationLists now(sk_X509_CRL_new_null());
     while (X509_CRL* const next = sk_X509_CRL_shift(all.get())) {
@@ -132,7 +132,7 @@ OwnedRevocationLists readRevocationLists(PemFile& file, const STACK_OF(X509) * a
 }
 
 bool isSame(const STACK_OF(X509_CRL) * one, const STACK_OF(X509_CRL) * other) {
-    // the number of no stack is -1
+    // a null stack has the size -1
     if (sk_X509_CRL_num(one) != sk_X509_CRL_num(other))
         return false;
     for (int i = 0; i < sk_X509_CRL_num(one); ++i) {
@@ -146,7 +146,7 @@ std::vector<RevocationListEnd> revocationListEnds(const std::string& crlFile) {
     std::vector<TlsFileProblem> problems;
     const PemFile file(crlFile, TlsFileProblem::Of::RevocationLists, problems);
     const OwnedRevocationLists lists = file.isRead() ? readAll(file.open().get()) : nullptr;
-    // what went wrong is not left to whoever asks the library next
+    // leave no error behind for the next caller of the library
     ERR_clear_error();
     std::vector<RevocationListEnd> ends;
     for (int i = 0; i < sk_X509_CRL_num(lists.get()); ++i) {

@@ -5,11 +5,11 @@
 
 namespace kelp::orb {
 
-/// The file's lists that hold now, at least one of each authority that is still valid. None, and
-/// the problems, when there is not that.
+/// Return the lists in the file that are valid now. Each authority that is still valid has one at
+/// least. Return null, with the problems recorded, when the file does not provide that.
 OwnedRevocationLists readRevocationLists(PemFile& file, const STACK_OF(X509) * authorities);
 
-/// The same lists, in the same order; both may be null.
+/// Return whether both hold the same lists, in the same order. Both may be null.
 bool isSame(const STACK_OF(X509_CRL) * one, const STACK_OF(X509_CRL) * other);
 
 }  // namespace kelp::orb

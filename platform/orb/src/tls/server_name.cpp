@@ -51,7 +51,7 @@ bool isNumeric(const std::string& host) {
 }  // namespace
 
 std::string calledHost(const SSL* connection) {
-    // the name that was called is also the one that the server is asked for
+    // the called name is also the one that the server is asked for (SNI)
     if (const char* const name = SSL_get_servername(connection, TLSEXT_NAMETYPE_host_name);
         name != nullptr)
         return name;
@@ -62,7 +62,7 @@ std::string calledHost(const SSL* connection) {
     if (::getpeername(SSL_get_fd(connection), generic, &length) != 0 ||
         ::getnameinfo(generic, length, host, sizeof host, nullptr, 0, NI_NUMERICHOST) != 0)
         return {};
-    // a link-local address has its interface after it
+    // a link-local address ends in its interface
     const std::string text = host;
     return text.substr(0, text.find('%'));
 }

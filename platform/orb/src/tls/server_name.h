@@ -7,15 +7,15 @@
 
 namespace kelp::orb {
 
-/// The host that the calling side has asked to be connected to: its name, or its address when it
-/// was called by that. Empty when the connection is gone.
+/// Return the host to which the calling side has connected: its name, or its address if it was
+/// called by that. Empty when the connection is gone.
 std::string calledHost(const SSL* connection);
 
-/// Whether a certificate is for a host name or a numeric address, as RFC 6125 has it: by its
-/// alternative names, and by its common name only where it has none.
+/// Return whether a certificate is for a host name or a numeric address, by the rules of RFC 6125:
+/// by its alternative names, or by its common name if it does not have any.
 bool isOfServer(X509* certificate, const std::string& host);
 
-/// The names and addresses that isOfServer() goes by, for messages: "DNS:ems.example.net,
+/// Return the names and addresses that isOfServer() compares, for messages: "DNS:ems.example.net,
 /// IP:192.0.2.1".
 std::string namesOf(const X509* certificate);
 

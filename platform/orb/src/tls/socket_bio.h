@@ -4,8 +4,8 @@
 
 namespace kelp::orb {
 
-/// The TLS library's way to a socket: it never waits, whatever the socket's mode, and raises no
-/// signal when the peer is gone. The descriptor is borrowed.
+/// Make the object through which the TLS library uses a socket. It never waits, whatever the
+/// socket's mode, and raises no signal when the peer is gone. The descriptor is borrowed.
 OwnedBio makeSocketBio(int descriptor);
 
 }  // namespace kelp::orb

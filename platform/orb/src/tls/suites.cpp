@@ -37,7 +37,7 @@ std::vector<std::string> partsOf(const std::string& list, const char* separators
     return parts;
 }
 
-/// What does not fit a suite of TLS 1.2; empty: it fits.
+/// Return why a suite of TLS 1.2 is refused; empty when it is not.
 std::string weaknessOf(const SSL_CIPHER* suite) {
     const int exchange = SSL_CIPHER_get_kx_nid(suite);
     const int proof = SSL_CIPHER_get_auth_nid(suite);
@@ -52,8 +52,8 @@ bool isOfTls13(const SSL_CIPHER* suite) {
     return SSL_CIPHER_get_kx_nid(suite) == NID_kx_any;
 }
 
-/// Whether a part of a list names suites at all. Those that take suites away may name what the
-/// library does not have.
+/// Return whether a part of a list names suites that exist. A part that removes suites may name
+/// ones that the library does not have.
 bool isKnownPart(const std::string& part) {
     if (part.front() == '!' || part.front() == '-' || part.front() == '@')
         return true;
@@ -87,7 +87,7 @@ std::string problemOfList(SSL_CTX* context, const std::string& ciphers) {
 bool isKnownSuite(SSL_CTX* context, const std::string& name) {
     if (SSL_CTX_set_ciphersuites(context, name.c_str()) != 1)
         return false;
-    // some of the library's releases pass over names that they do not know
+    // some releases of the library ignore names that they do not know
     const STACK_OF(SSL_CIPHER)* const suites = SSL_CTX_get_ciphers(context);
     for (int i = 0; i < sk_SSL_CIPHER_num(suites); ++i) {
         if (name == SSL_CIPHER_get_name(sk_SSL_CIPHER_value(suites, i)))

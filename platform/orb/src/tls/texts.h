@@ -6,16 +6,16 @@
 
 namespace kelp::orb {
 
-/// "2027-01-01 00:00:00 UTC"
+/// Return a time for messages: "2027-01-01 00:00:00 UTC".
 std::string inWords(const ASN1_TIME* time);
 
-/// A name for messages, escaped and bounded: "CN = ems, O = Operator".
+/// Return a name for messages, escaped and shortened: "CN = ems, O = Operator".
 std::string inWords(const X509_NAME* name);
 
-/// A file's name for messages, escaped and bounded.
+/// Return a file's name for messages, escaped and shortened.
 std::string shownFile(const std::string& name);
 
-/// The oldest of the TLS library's errors on this thread, as text; the rest are forgotten.
+/// Return the oldest of the TLS library's errors on this thread as text, and forget the rest.
 std::string tlsErrorText();
 
 }  // namespace kelp::orb

@@ -6,8 +6,10 @@
 
 namespace kelp::orb {
 
-/// A local object (servant manager) that counts its references, from one, whether or not the ORB's
-/// LocalObject does. The POA's reference keeps it alive; it is deleted with the last one.
+/// A local object, such as a servant manager, that counts its references whether or not the ORB's
+/// LocalObject does. The count starts at one, and releasing the last reference deletes the object.
+/// A POA holds a reference to the servant manager that it uses. References may be added and
+/// released on any thread.
 template <class Base>
 class CountedLocal : public virtual Base, public virtual CORBA::LocalObject {
   public:

@@ -6,8 +6,8 @@
 
 namespace kelp::orb {
 
-/// A dynamic value of what the Any holds, by the factory of the ORB that runs; the caller destroys
-/// it (DynAny::destroy). Throws BAD_INV_ORDER without an ORB, and what
+/// Return a dynamic value of the Any's content, made by the DynAnyFactory of the running ORB. The
+/// caller destroys it with DynAny::destroy. Throws BAD_INV_ORDER when there is no ORB, and whatever
 /// DynAnyFactory::create_dyn_any throws.
 KELP_EXPORT DynamicAny::DynAny_ptr dynAnyOf(const CORBA::Any& any);
 

@@ -10,8 +10,8 @@
 
 namespace kelp::orb {
 
-/// An event that goes out to many consumers and is never changed. It keeps what an EventSender
-/// wants to remember of it, its encodings, until it ends. Any thread may send it.
+/// An event that is sent to many consumers and never changes. It caches the encodings that an
+/// EventSender makes of it, until it is destroyed. Any thread may send it.
 class KELP_EXPORT SharedEvent {
   public:
     explicit SharedEvent(const CosNotification::StructuredEvent& event);
@@ -21,7 +21,7 @@ class KELP_EXPORT SharedEvent {
 
     const CosNotification::StructuredEvent body;
 
-    /// How many encodings are kept.
+    /// Return the number of cached encodings.
     std::size_t encodingsKept() const;
 
     class Encodings;
@@ -31,24 +31,26 @@ class KELP_EXPORT SharedEvent {
     const std::unique_ptr<Encodings> encodings_;
 };
 
-/// Pushes events to consumers. The calls raise what the ordinary operations raise, and obey the
-/// same time-outs. Any thread.
+/// Pushes events to consumers. The calls raise the same exceptions as the ordinary operations, and
+/// obey the same time-outs. Callable from any thread.
 class KELP_EXPORT EventSender {
   public:
     virtual ~EventSender() = default;
     virtual void push(CosNotifyComm::StructuredPushConsumer_ptr consumer,
                       const SharedEvent& event) const = 0;
-    /// In one call, in order.
+    /// Push all events in one call, in order.
     virtual void push(CosNotifyComm::SequencePushConsumer_ptr consumer,
                       std::span<const SharedEvent* const> events) const = 0;
 };
 
-/// Encodes an event once for each GIOP version, byte order, pair of transmission code sets and
-/// alignment of its first octet, and sends the same octets to every consumer of that kind. What
-/// arrives differs in nothing from an ordinary call.
+/// Return a sender that encodes an event once for each combination of GIOP version, byte order,
+/// pair of transmission code sets and alignment of its first octet. It sends the same octets to
+/// every consumer with that combination. Consumers receive exactly what an ordinary call would
+/// send.
 KELP_EXPORT const EventSender& encodingSender();
 
-/// Makes the ordinary call: correct with every ORB, and encodes each event for each consumer.
+/// Return a sender that makes ordinary calls. It works with every ORB, but encodes each event again
+/// for each consumer.
 KELP_EXPORT const EventSender& ordinarySender();
 
 }  // namespace kelp::orb

@@ -7,8 +7,8 @@
 
 namespace kelp::orb {
 
-/// A CORBA exception in one readable line: "TRANSIENT (minor 0x41540002, completed NO)"; a user
-/// exception gives its name.
+/// Return a CORBA exception as one readable line. For a system exception: "TRANSIENT (minor
+/// 0x41540002, completed NO)". For a user exception: its name.
 KELP_EXPORT std::string exceptionText(const CORBA::Exception& exception);
 
 }  // namespace kelp::orb

@@ -6,18 +6,18 @@
 
 namespace kelp::orb {
 
-/// Decides where a peer that is called may forward the call to (LOCATION_FORWARD).
+/// Decides to which addresses a called peer may forward a call (LOCATION_FORWARD).
 class KELP_EXPORT ForwardCheck {
   public:
     virtual ~ForwardCheck() = default;
-    /// Asked for each address of the reference in the reply, on the calling thread. Must not throw,
-    /// and must not make calls.
+    /// Return whether the call may follow. Called for each address of the reference in the reply,
+    /// on the calling thread. Must not throw, and must not make calls.
     virtual bool mayFollow(const PeerAddress& from, const Endpoint& to) const = 0;
 };
 
-/// The check for all calls of the process from here on; it must outlive them. Null, as before the
-/// first call: a peer may forward to its own address alone. Whatever the check says, no call is
-/// forwarded to an object of this process, and none more than a few times.
+/// Set the check for all calls of the process from now on. It must outlive them. With null, the
+/// initial state, a peer may forward a call only to its own address. Whatever the check says, no
+/// call is forwarded to an object of this process, and none more than three times.
 KELP_EXPORT void checkForwards(const ForwardCheck* check);
 
 }  // namespace kelp::orb

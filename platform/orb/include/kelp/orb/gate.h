@@ -9,47 +9,49 @@
 
 namespace kelp::orb {
 
-/// Limits of the gate: the transport of this product that stands between the ORB and whoever
-/// connects. No usual caller reaches any of them.
+/// Limits of the gate, the product's own transport between the ORB and connecting clients. Ordinary
+/// clients do not reach any of them.
 struct KELP_EXPORT GateLimits {
-    /// Connections of all endpoints together. Never more than half of the descriptors that the
-    /// process may have, so that files and outgoing calls always find some.
+    /// Maximum connections of all endpoints together. Capped at half of the process's descriptor
+    /// limit, so that files and outgoing calls always find a free descriptor.
     unsigned connectionsMax = 2000;
     unsigned connectionsPerAddressMax = 500;
-    /// Of all connections, those kept for addresses that somebody is logged in from.
+    /// Connections, out of connectionsMax, that are kept for addresses with a log-in.
     unsigned connectionsReserved = 200;
-    /// Memory of all connections together for input that the ORB has not read yet, in bytes.
+    /// Maximum memory, in bytes, for input of all connections together that the ORB has not read
+    /// yet.
     std::size_t unfinishedBytesMax = 268435456;
-    /// Longest message, fragments included, from an address that nobody is logged in from, in
-    /// bytes.
+    /// Maximum size in bytes of a message, including its fragments, from an address without a
+    /// log-in.
     std::size_t messageBytesBeforeLogin = 65536;
-    /// A new connection's first header arrives within this time, any other within as much of its
-    /// first octet.
+    /// Maximum time for a message header to arrive. It counts from the accept for the first header
+    /// of a connection, and from the header's first octet for any later one.
     std::chrono::milliseconds headerTimeout{10000};
-    /// An unfinished message continues at least at this rate, in bytes a second.
+    /// Minimum rate, in bytes per second, at which an unfinished message must continue.
     std::size_t inputRateMin = 1024;
-    /// LocateRequests a second from one address, logged in or not.
+    /// Maximum LocateRequests per second from one address: with a log-in, and without one.
     unsigned locatesPerSecond = 1000;
     unsigned locatesPerSecondBeforeLogin = 100;
-    /// TLS handshakes in progress, of all endpoints together and from one address. One more takes
-    /// the place of one that has been in progress for 3 s, or is refused.
+    /// Maximum TLS handshakes in progress, of all endpoints together and from one address. At the
+    /// limit, a further handshake replaces the oldest one if that has been in progress for 3 s.
+    /// Otherwise the further one is refused.
     unsigned tlsHandshakesMax = 400;
     unsigned tlsHandshakesPerAddressMax = 100;
 };
 
-/// Who may connect, and who hears about refusals. Called from many threads at once, some of which
-/// serve all connections of an endpoint: it must neither wait for a disk or a network nor throw.
-/// Outlives the ORB.
+/// Decides who may connect, and is notified of refusals. Called from many threads at once. Some of
+/// them serve all connections of an endpoint, so an implementation must neither wait for a disk or
+/// a network nor throw. It must outlive the ORB.
 class KELP_EXPORT GatePolicy {
   public:
     virtual ~GatePolicy();
-    /// Whether this address may connect at all. Asked for each new connection.
+    /// Return whether this address may connect at all. Called for each new connection.
     virtual bool admits(const PeerAddress& peer) = 0;
-    /// Whether somebody is logged in from this address.
+    /// Return whether somebody is logged in from this address.
     virtual bool isLoggedIn(const PeerAddress& peer) = 0;
-    /// A connection was closed, or not accepted, for this reason: a few words without the address.
+    /// A connection was closed or not accepted. `reason` is a short phrase without the address.
     virtual void refused(const PeerAddress& peer, std::string_view reason) = 0;
-    /// A connection that was admitted has ended.
+    /// An admitted connection has ended.
     virtual void ended(const PeerAddress&) {}
 };
 

@@ -8,32 +8,35 @@
 
 namespace kelp::orb {
 
-/// What this ORB answers to a request for an object that no POA knows. A servant manager throws the
-/// same, so that a caller who guesses object keys does not learn which POAs there are.
+/// Return the exception with which the ORB answers a request for an object that no POA knows. A
+/// servant manager throws the same one, so that a caller who guesses object keys does not learn
+/// which POAs exist.
 KELP_EXPORT CORBA::OBJECT_NOT_EXIST unknownObject();
 
-/// True when the POA or one of its ancestors is being destroyed or gone. Nil counts as dying.
+/// Return whether the POA or one of its ancestors is being destroyed or is gone. Nil counts as
+/// dying.
 KELP_EXPORT bool isDying(PortableServer::POA_ptr poa);
 
-/// Name of the root POA's child above (or equal to) `poa`; empty for the root itself, nil or a dead
-/// POA.
+/// Return the name of the root POA's child that is `poa` itself or its ancestor. Empty for the root
+/// itself, for nil and for a dead POA.
 KELP_EXPORT std::string topPoaName(PortableServer::POA_ptr poa);
 
-/// Name of the top POA of the request or in-process call that runs on this thread, by POACurrent;
-/// empty outside one.
+/// Return the name of the top POA of the request or in-process call that runs on this thread,
+/// according to POACurrent. Empty outside a call.
 KELP_EXPORT std::string currentTopPoaName(CORBA::ORB_ptr orb);
 
-/// Begins to destroy a POA (objects etherealized, no wait) and, if it is a child of the root,
-/// remembers its name until it is really gone: calls in progress ended, objects etherealized. The
-/// POA itself is not kept. From any thread, also inside a call on it. Throws what POA::destroy
-/// throws, BAD_PARAM for nil.
+/// Begin to destroy a POA and to etherealize its objects, without waiting for the end. If the POA
+/// is a child of the root, its name is remembered until it is really gone: its calls in progress
+/// have ended and its objects are etherealized. No reference to the POA is kept. Callable from any
+/// thread, also inside a call on the POA. Throws what POA::destroy throws, and BAD_PARAM for nil.
 KELP_EXPORT void beginDestroy(PortableServer::POA_ptr poa);
 
-/// True while a child of the root POA with this name, given to beginDestroy(), is not yet gone.
+/// Return whether a child of the root POA with this name was passed to beginDestroy() and is not
+/// gone yet.
 KELP_EXPORT bool isNameDying(const std::string& name);
 
-/// Waits until isNameDying(name) is false, at most `limit`. False when it is still dying. Never
-/// from inside a call on the dying POA, which it would wait for.
+/// Wait until isNameDying(name) is false, at most `limit`. Return false when it is still dying.
+/// Must not be called from inside a call on the dying POA, because it would wait for that call.
 KELP_EXPORT bool waitUntilGone(const std::string& name, std::chrono::milliseconds limit);
 
 }  // namespace kelp::orb

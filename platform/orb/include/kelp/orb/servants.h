@@ -7,7 +7,7 @@
 
 namespace kelp::orb {
 
-/// Repository id of the servant's most derived interface
+/// Return the repository id of the servant's most derived interface
 /// ("IDL:mtnm.tmforum.org/emsMgr/EMSMgr_I:1.0"); empty for null. No call is made.
 KELP_EXPORT std::string repositoryId(PortableServer::Servant servant);
 

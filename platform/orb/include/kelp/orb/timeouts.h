@@ -7,24 +7,26 @@
 
 namespace kelp::orb {
 
-/// Limit of every outgoing call of the calling thread, connecting included; 0 switches it off (the
-/// process's limit then holds). A negative limit has run out: calls fail at once. Works on any
-/// thread, whoever made it. False when the ORB refused; the limit is then as before. It refuses
-/// before the first start().
+/// Limit every outgoing call of the calling thread, including the time to connect. 0 removes the
+/// limit; the process's limit then applies. A negative limit has expired already: calls fail at
+/// once. Works on any thread, whether or not the ORB created it. Return false when the ORB refuses;
+/// the limit is then unchanged. It refuses before the first start().
 KELP_EXPORT bool setThreadTimeout(std::chrono::milliseconds limit);
 
-/// Limit of every outgoing call of the process where no thread limit is set; 0 switches it off.
+/// Limit every outgoing call of the process on threads without a limit. 0 removes the limit. Return
+/// false when the ORB refuses.
 KELP_EXPORT bool setProcessTimeout(std::chrono::milliseconds limit);
 
-/// For a stop: from here on no outgoing call of the process takes longer than `limit`, whatever
-/// limits threads have. Calls in progress, those that are still connecting included, get as much
-/// from now on. A call beyond it fails with COMM_FAILURE or TRANSIENT, and its connection is
-/// closed. Holds until liftCallLimit() or the next start(); a second limit replaces the first.
+/// Limit all outgoing calls of the process while it stops. From now on no call takes longer than
+/// `limit`, whatever limits threads have. Calls in progress, including those that are still
+/// connecting, get the same time from now on. A call that exceeds it fails with COMM_FAILURE or
+/// TRANSIENT, and its connection is closed. Holds until liftCallLimit() or the next start(). A
+/// second limit replaces the first.
 KELP_EXPORT void limitAllCalls(std::chrono::milliseconds limit);
 KELP_EXPORT void liftCallLimit();
 
-/// A thread limit for the time of a scope; the limit before it (by this class or setThreadTimeout)
-/// comes back.
+/// Sets the calling thread's limit for a scope. Its end restores the previous limit, whether this
+/// class or setThreadTimeout() set it.
 class KELP_EXPORT ScopedThreadTimeout {
   public:
     explicit ScopedThreadTimeout(std::chrono::milliseconds limit);

@@ -9,50 +9,51 @@
 
 namespace kelp::orb {
 
-/// What a process that speaks TLS shows and trusts. Plain values.
+/// The files with the certificates that a process shows and trusts in TLS. Plain values.
 struct KELP_EXPORT TlsFiles {
-    std::string caFile;   ///< PEM, the trusted authorities' certificates
-    std::string keyFile;  ///< PEM, private key and certificate; the certificates between it and the
-                          ///< authority may follow. Its mode keeps others from reading it
+    std::string caFile;  ///< PEM, the trusted authorities' certificates
+    /// PEM, the private key and its certificate. The certificates between that and the authority
+    /// may follow. The file's mode must keep others from reading it.
+    std::string keyFile;
     std::string keyPassword;  ///< may be empty for an unencrypted key
-    /// PEM, a revocation list (RFC 5280) of each of the authorities; empty: revocation is not
-    /// checked.
+    /// PEM, a revocation list (RFC 5280) of each authority. Empty: revocation is not checked.
     std::string crlFile = {};
 };
 
-/// One reason why TLS would not work.
+/// A reason why TLS would not work.
 struct KELP_EXPORT TlsFileProblem {
     enum class Of { Authorities, Certificate, Password, RevocationLists };
     Of of = Of::Authorities;
     std::string what;  ///< one clause that names the file
 };
 
-/// What would keep these files from being used now: a file that cannot be read or has nothing in it
-/// that is needed, a key that is another certificate's, does not open or can be read by others, a
-/// certificate or revocation list that has ended or not yet begun, an authority without a
-/// revocation list where there is a file of them. Empty when TLS can start. Reads the files; any
-/// thread.
+/// Return the problems that would prevent these files from being used now. Empty when TLS can
+/// start. The problems are: a file that cannot be read or lacks something required; a key that
+/// belongs to another certificate, does not open or can be read by others; a certificate or
+/// revocation list that has ended or not yet begun; and an authority without a revocation list when
+/// there is a file of lists. Reads the files. Callable from any thread.
 KELP_EXPORT std::vector<TlsFileProblem> problemsOf(const TlsFiles& files);
 
-/// Takes over what the files hold now, in a process that runs an ORB with TLS: handshakes from here
-/// on, of either side, show and trust it; connections that stand go on as they are. What is new is
-/// traced. False, with the reason, changes nothing. True without effect where there is no TLS. Any
-/// thread.
+/// Make a process that runs an ORB with TLS use what the files hold now. Handshakes of either side
+/// show and trust it from now on. Existing connections continue unchanged. A change is traced.
+/// Return false with the reason, and change nothing, when the files cannot be used. Return true
+/// without effect when there is no TLS. Callable from any thread.
 KELP_EXPORT bool renewTls(const TlsFiles& files, std::string& whyNot);
 
-/// An authority's revocation list.
+/// When an authority's revocation list ends.
 struct KELP_EXPORT RevocationListEnd {
     std::string authority;  ///< its subject, for messages
-    /// When its successor is due; none: the list says nothing of one.
+    /// When the next list is due; empty when the list does not say.
     std::optional<std::chrono::system_clock::time_point> end;
 };
 
-/// The lists in a file, in its order; none when it cannot be read. Any thread.
+/// Return the revocation lists in a file, in its order; none when the file cannot be read. Callable
+/// from any thread.
 KELP_EXPORT std::vector<RevocationListEnd> revocationListEnds(const std::string& crlFile);
 
-/// Why this process, as the calling side, has refused a server's certificate last: one clause that
-/// names the server and what it shows. Empty when it has refused none since the last call of this
-/// function. Any thread.
+/// Return why this process, as the calling side, last refused a server's certificate: one clause
+/// that names the server and what it shows. Empty when it has refused none since the last call of
+/// this function. Callable from any thread.
 KELP_EXPORT std::string takeRefusedServer();
 
 }  // namespace kelp::orb

@@ -7,14 +7,13 @@
 
 namespace kelp::orb::giop {
 
-/// The limits of one check and what is left of them, with the first thing that was found wrong. Not
-/// thread safe.
+/// The limits of one check, what is left of them, and the first problem found. Not thread safe.
 class ArgumentBudget {
   public:
     ArgumentBudget(const ArgumentLimits& limits, std::size_t messageOctets)
         : limits_(limits), work_(limits.workBase + limits.workPerOctet * messageOctets) {}
 
-    /// Takes steps of work, doubled for each any around them. False when they are used up.
+    /// Take steps of work, doubled for each any around them. Return false when too few are left.
     bool spend(std::uint64_t steps, std::uint32_t anyDepth) {
         if (steps > work_ >> anyDepth)
             return refuse(ArgumentVerdict::TooMany);
@@ -22,7 +21,7 @@ class ArgumentBudget {
         return true;
     }
 
-    /// Keeps the first verdict. Always false, for the caller to pass on.
+    /// Keep the first verdict. Return false always, for the caller to pass on.
     bool refuse(ArgumentVerdict verdict) {
         if (verdict_ == ArgumentVerdict::Fine)
             verdict_ = verdict;

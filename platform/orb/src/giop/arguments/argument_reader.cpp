@@ -6,7 +6,7 @@ namespace kelp::orb::giop {
 
 namespace {
 
-/// Octets of the GIOP header, which alignment counts.
+/// Octets of the GIOP header, which count for alignment.
 constexpr std::size_t headerOctets = 12;
 
 }  // namespace
@@ -25,14 +25,14 @@ void ArgumentReader::fail() {
     at_ = end_;
 }
 
-/// Alignment counts from here. It can lie before the message for an early fragment, so the
-/// arithmetic is modular.
+/// Return the offset from which alignment counts. For an early fragment it can lie before the
+/// message, so the arithmetic is modular.
 std::size_t ArgumentReader::alignmentOrigin() const {
     const auto next = std::upper_bound(fragments_.begin(), fragments_.end(), at_);
     return next == fragments_.begin() ? origin_ : *std::prev(next) - headerOctets;
 }
 
-/// Padding can end with its fragment. What follows is aligned in the next one then.
+/// Padding can end with its fragment. The rest is then aligned in the next fragment.
 void ArgumentReader::align(std::size_t alignment) {
     const auto beyond = [&] { return (at_ - alignmentOrigin()) % alignment; };
     for (std::size_t excess = beyond(); excess != 0 && !failed_; excess = beyond())

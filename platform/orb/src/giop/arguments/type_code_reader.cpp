@@ -46,7 +46,7 @@ enum TcKind : std::uint32_t {
 };
 
 constexpr std::uint32_t fixedDigitsMax = 31;
-/// Levels are bits of a number.
+/// Maximum levels: each is a bit of a 64-bit number.
 constexpr std::uint32_t levelsMax = 63;
 
 constexpr TypeNode number(std::uint8_t size, std::uint32_t labelMax = 0) {
@@ -59,7 +59,7 @@ constexpr TypeNode plain(TypeKind kind) {
     return {kind, 0, 0, 0, 0};
 }
 
-/// The type of a kind without parameters.
+/// Return the type of a kind without parameters.
 std::optional<TypeNode> simpleType(std::uint32_t kind) {
     switch (kind) {
         case tcNull:
@@ -147,8 +147,8 @@ std::optional<std::uint32_t> TypeCodeReader::type(ArgumentReader& reader, bool m
     return seen_[own].place;
 }
 
-/// The offset counts from its own place (CORBA 15.3.5.1), so it leads back by more than the kind
-/// before it.
+/// The offset counts from its own position (CORBA 15.3.5.1), so it must lead back beyond the kind
+/// that precedes it.
 std::optional<std::uint32_t> TypeCodeReader::indirection(ArgumentReader& reader, bool mayRecur) {
     const std::uint32_t offset = reader.unsignedLong();
     const std::size_t from = reader.at() - sizeof offset;
@@ -164,7 +164,7 @@ std::optional<std::uint32_t> TypeCodeReader::indirection(ArgumentReader& reader,
     return found->weight == 0 ? recursion(*found, mayRecur) : repetition(*found);
 }
 
-/// The type is still open: it contains the indirection.
+/// The target is still open: it contains the indirection.
 std::optional<std::uint32_t> TypeCodeReader::recursion(const Seen& target, bool mayRecur) {
     if (!mayRecur || !target.canRecur)
         return refuse(ArgumentVerdict::Malformed);
@@ -176,8 +176,8 @@ std::optional<std::uint32_t> TypeCodeReader::recursion(const Seen& target, bool 
     return target.place;
 }
 
-/// The type is complete. If it leads back to types around it, these must be around this place as
-/// well: walking such a type from elsewhere takes the ORB exponential time.
+/// The target is complete. If it leads back to types around it, these must also be around this
+/// indirection: walking such a type from elsewhere takes the ORB exponential time.
 std::optional<std::uint32_t> TypeCodeReader::repetition(const Seen& target) {
     for (std::size_t level = 0; level < levelsMax && target.recursion >> level != 0; ++level) {
         const bool leadsThere = (target.recursion >> level & 1) != 0;
@@ -190,7 +190,7 @@ std::optional<std::uint32_t> TypeCodeReader::repetition(const Seen& target) {
     return target.place;
 }
 
-/// Reads a kind's parameters. False without a verdict for what is malformed.
+/// Read the parameters of a kind. Return false without a verdict when they are malformed.
 bool TypeCodeReader::content(ArgumentReader& reader, std::uint32_t kind, std::size_t own) {
     if (const auto simple = simpleType(kind)) {
         table_.complete(seen_[own].place, *simple, {});
@@ -260,7 +260,7 @@ bool TypeCodeReader::named(ArgumentReader& inside, std::uint32_t kind, std::size
     }
 }
 
-/// An alias is its content.
+/// An alias has the same encoding as its content.
 bool TypeCodeReader::alias(ArgumentReader& inside, std::size_t own) {
     const auto content = type(inside, false);
     if (content)
@@ -268,7 +268,7 @@ bool TypeCodeReader::alias(ArgumentReader& inside, std::size_t own) {
     return content.has_value();
 }
 
-/// IDL has no arrays without elements, and the ORB does not expect them.
+/// Arrays without elements are refused: IDL does not have them, and the ORB does not expect them.
 bool TypeCodeReader::elements(ArgumentReader& inside, bool isSequence, std::size_t own) {
     const auto element = type(inside, isSequence);
     const std::uint32_t length = inside.unsignedLong();
@@ -308,7 +308,7 @@ bool TypeCodeReader::unionMembers(ArgumentReader& inside, std::uint32_t place) {
     const TypeNode switchedOn = table_.node(*discriminator);
     const auto defaultIndex = static_cast<std::int32_t>(inside.unsignedLong());
     const std::uint32_t count = inside.unsignedLong();
-    // the ORB takes the member at the index without a look at their number
+    // the ORB uses the index without checking it against the number of members
     if (defaultIndex >= 0 && static_cast<std::uint32_t>(defaultIndex) >= count)
         return false;
     std::vector<TypePart> parts{{*discriminator, 0}};
@@ -326,7 +326,7 @@ bool TypeCodeReader::unionMembers(ArgumentReader& inside, std::uint32_t place) {
     return true;
 }
 
-/// What a valuetype holds is read to find its end and to bound it; the parts are not kept.
+/// Read the members of a valuetype to find its end and to limit them. They are not kept.
 bool TypeCodeReader::valueMembers(ArgumentReader& inside, std::uint32_t place) {
     inside.unsignedShort();  // the modifier
     const auto base = type(inside, false);

@@ -11,24 +11,25 @@
 namespace kelp::orb::giop {
 
 /// Reads one outermost TypeCode (CORBA 15.3.5.1) into a table. An indirection must lead to a type
-/// that began earlier within the same outermost TypeCode. One that leads to a type still open makes
-/// a recursive type; IDL has these only as elements of sequences and in valuetypes. Not thread
-/// safe.
+/// that began earlier within the same outermost TypeCode. An indirection to a type that is still
+/// open makes a recursive type. IDL has these only as elements of sequences and in valuetypes. Not
+/// thread safe.
 class TypeCodeReader {
   public:
     TypeCodeReader(TypeTable& table, ArgumentBudget& budget, std::uint32_t anyDepth)
         : table_(table), budget_(budget), anyDepth_(anyDepth) {}
 
-    /// The place of the type in the table. Nothing when the budget has a verdict.
+    /// Return the place of the type in the table; nothing when the budget has a verdict.
     std::optional<std::uint32_t> read(ArgumentReader& reader);
 
   private:
-    /// A type that began at an offset, for indirections to it.
+    /// A type that began at an offset, kept for indirections to it.
     struct Seen {
         std::size_t offset;
         std::uint32_t place;
-        std::uint32_t weight;  ///< types in it, those behind indirections included; 0: still open
-        std::uint64_t recursion;  ///< levels around it that types in it lead back to, one bit each
+        std::uint32_t
+            weight;  ///< number of types in it, including those behind indirections; 0: still open
+        std::uint64_t recursion;  ///< levels around it to which types in it lead back, one bit each
         bool canRecur;            ///< a struct, exception, union or valuetype
     };
 
@@ -37,8 +38,8 @@ class TypeCodeReader {
     std::optional<std::uint32_t> recursion(const Seen& target, bool mayRecur);
     std::optional<std::uint32_t> repetition(const Seen& target);
 
-    // the parameters of the kinds; `own` is the type's place in seen_, `place` its place in the
-    // table
+    // Read the parameters of a kind. `own` is the type's index in seen_, `place` its place in the
+    // table.
     bool content(ArgumentReader& reader, std::uint32_t kind, std::size_t own);
     bool encapsulated(ArgumentReader& reader, std::uint32_t kind, std::size_t own);
     bool named(ArgumentReader& inside, std::uint32_t kind, std::size_t own);
@@ -56,8 +57,8 @@ class TypeCodeReader {
     ArgumentBudget& budget_;
     const std::uint32_t anyDepth_;
     std::uint64_t types_ = 0;
-    std::vector<Seen> seen_;         ///< in the order of their offsets
-    std::vector<std::size_t> open_;  ///< the types around this one: places in seen_
+    std::vector<Seen> seen_;         ///< sorted by offset
+    std::vector<std::size_t> open_;  ///< the types around the current one, as indexes into seen_
 };
 
 }  // namespace kelp::orb::giop

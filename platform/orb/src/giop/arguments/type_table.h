@@ -7,13 +7,14 @@
 
 namespace kelp::orb::giop {
 
-/// How a value of a type is encoded. Aliases are resolved, and what is encoded alike is one kind.
+/// How a value of a type is encoded. Aliases are resolved, and types that are encoded alike share a
+/// kind.
 enum class TypeKind : std::uint8_t {
     Nothing,    ///< null, void
-    Number,     ///< integers, characters, booleans, enums: `size` octets, aligned to as many; see
+    Number,     ///< integers, characters, booleans, enums: `size` octets, aligned to `size`; see
                 ///< isLabel
     Real,       ///< float, double, long double: `size` octets, aligned to at most 8
-    Text,       ///< string; Principal, which is encoded alike
+    Text,       ///< string, and Principal, which is encoded alike
     WideText,   ///< wstring
     WideChar,   ///< wchar
     Any,        ///< any
@@ -21,13 +22,13 @@ enum class TypeKind : std::uint8_t {
     Reference,  ///< an object reference
     Fixed,      ///< fixed: `length` digits
     Struct,     ///< struct, exception: the parts in order
-    Union,  ///< the discriminator's type, then the members with their labels; the default is part
-            ///< `length`
-    Sequence,      ///< of the one part
-    Array,         ///< of the one part, `length` elements
+    Union,  ///< the discriminator's type, then the members with their labels; part `length` is the
+            ///< default
+    Sequence,      ///< elements of its only part's type
+    Array,         ///< `length` elements of its only part's type
     Value,         ///< a valuetype of any kind
     Interface,     ///< an abstract interface: an object reference or a value
-    Unreceivable,  ///< a local interface: there is no encoded value
+    Unreceivable,  ///< a local interface, of which no encoded value exists
 };
 
 /// A type in a TypeTable.
@@ -39,21 +40,21 @@ struct TypeNode {
     std::uint32_t partCount = 0;
 };
 
-/// What a type consists of.
+/// A component of a type.
 struct TypePart {
     std::uint32_t type = 0;   ///< place of its node
-    std::uint64_t label = 0;  ///< of a union's member, as it is encoded
+    std::uint64_t label = 0;  ///< of a union's member, as encoded
 };
 
-/// Whether a number can select a union's member. `length` of a Number is the largest one that can,
-/// or 0 for any: booleans and characters are compared after they are decoded, where other octets
-/// could come to equal a label.
+/// Return whether a number can select a union's member. `length` of a Number is the largest value
+/// that can, or 0 for no limit. Booleans and characters have a limit because the ORB compares them
+/// after decoding, where other octets might become equal to a label.
 inline bool isLabel(std::uint64_t value, const TypeNode& number) {
     return number.length == 0 || value <= number.length;
 }
 
-/// Types that refer to each other by their places. Grows while TypeCodes are read and shrinks again
-/// after the value of each any. Not thread safe.
+/// Types that refer to each other by their places. The table grows while TypeCodes are read, and
+/// shrinks again after the value of each any. Not thread safe.
 class TypeTable {
   public:
     struct Size {
@@ -71,7 +72,7 @@ class TypeTable {
         nodes_.push_back(node);
         return static_cast<std::uint32_t>(nodes_.size() - 1);
     }
-    /// Gives a node its content; its parts come to stand in one row.
+    /// Set the content of a node. Its parts are stored in a row.
     void complete(std::uint32_t place, TypeNode node, std::span<const TypePart> parts) {
         node.firstPart = static_cast<std::uint32_t>(parts_.size());
         node.partCount = static_cast<std::uint32_t>(parts.size());

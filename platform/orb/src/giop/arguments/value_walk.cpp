@@ -6,7 +6,8 @@ namespace kelp::orb::giop {
 
 namespace {
 
-/// Octets that a value of the kind takes, with an alignment of at most 8; 0: not a fixed number.
+/// Return the octets that a value of the kind takes, with an alignment of at most 8; 0 if they are
+/// not a fixed number.
 std::uint64_t octetsOf(const TypeNode& node) {
     return node.kind == TypeKind::Number || node.kind == TypeKind::Real ? node.size : 0;
 }
@@ -92,8 +93,8 @@ bool ValueWalk::typeCode() {
     return type.has_value();
 }
 
-/// The type's id and the profiles (CORBA 13.6.2). Some ORBs send a nil reference with an id of no
-/// octets.
+/// Skip the type's id and the profiles (CORBA 13.6.2). Some ORBs send a nil reference with an id of
+/// no octets.
 bool ValueWalk::reference() {
     reader_.skipCounted();
     const std::uint32_t profiles = reader_.unsignedLong();
@@ -113,8 +114,8 @@ bool ValueWalk::structMembers(const TypeNode& node) {
     return true;
 }
 
-/// The ORB looks at one label after another, so each is work. Without a label that fits and without
-/// a default there is no member.
+/// The ORB compares the labels one after another, so each is work. Without a matching label and
+/// without a default there is no member.
 bool ValueWalk::unionMember(const TypeNode& node) {
     const TypeNode switchedOn = table_.node(table_.part(node.firstPart).type);
     const std::uint64_t discriminator = reader_.number(switchedOn.size);
@@ -150,7 +151,7 @@ bool ValueWalk::elements(std::uint32_t type, std::uint64_t count) {
     return true;
 }
 
-/// The ORB has a code set for wide characters in GIOP 1.2 alone, where they are counted in octets.
+/// Only in GIOP 1.2 the ORB has a code set for wide characters. There they are counted in octets.
 bool ValueWalk::wideChar() {
     reader_.skip(reader_.octet());
     return minorVersion_ >= 2 || budget_.refuse(ArgumentVerdict::Malformed);
@@ -161,7 +162,7 @@ bool ValueWalk::wideText() {
     return minorVersion_ >= 2 || budget_.refuse(ArgumentVerdict::Malformed);
 }
 
-/// Nil is a zero tag (CORBA 15.3.4.4).
+/// Nil is encoded as a zero tag (CORBA 15.3.4.4).
 bool ValueWalk::nilValue() {
     return reader_.unsignedLong() == 0 || budget_.refuse(ArgumentVerdict::Malformed);
 }

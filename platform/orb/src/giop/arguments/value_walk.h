@@ -8,8 +8,8 @@
 
 namespace kelp::orb::giop {
 
-/// Walks encoded values along their types, without decoding them. The types of anys are read on the
-/// way. Each operation is false when the budget has a verdict. Not thread safe.
+/// Walks encoded values along their types without decoding them. Reads the types of anys on the
+/// way. Each operation returns false when the budget has a verdict. Not thread safe.
 class ValueWalk {
   public:
     ValueWalk(TypeTable& table, ArgumentBudget& budget, ArgumentReader& reader,

@@ -15,7 +15,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// How often calls are looked at: a fraction of the limit, and seldom enough to cost nothing.
+/// The time between checks of the calls: a tenth of the limit, from 5 to 100 ms.
 milliseconds pauseFor(milliseconds limit) {
     return std::clamp(limit / 10, milliseconds(5), milliseconds(100));
 }
@@ -31,7 +31,7 @@ CallWatch::Connection::~Connection() {
 }
 
 CallWatch& CallWatch::instance() {
-    // connections may outlive main
+    // never deleted: connections may outlive main
     static auto* const watch = new CallWatch;
     return *watch;
 }
@@ -95,7 +95,8 @@ void CallWatch::look(Clock::time_point now) {
             each->seenCall_ = call;
             each->since_ = now;
         }
-        // the lock keeps the descriptor open: whoever closes it leaves first
+        // the lock keeps the descriptor open: a connection leaves the watch before its socket is
+        // closed
         if (now - each->since_ >= limit_ && each->isWaiting_.load(std::memory_order_relaxed) &&
             each->descriptor_ >= 0)
             ::shutdown(each->descriptor_, SHUT_RDWR);

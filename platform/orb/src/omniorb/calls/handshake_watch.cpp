@@ -12,7 +12,8 @@ namespace {
 
 using Watched = CallWatch::Connection;
 
-/// The library frees what belongs to a connection before the ORB closes its socket.
+/// Called by the library when it frees a connection, which happens before the ORB closes its
+/// socket.
 void freeWatched(void*, void* watched, CRYPTO_EX_DATA*, int, long, void*) {
     std::unique_ptr<Watched>(static_cast<Watched*>(watched)).reset();
 }

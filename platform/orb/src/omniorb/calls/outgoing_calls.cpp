@@ -4,7 +4,7 @@
 #include <omniORB4/callDescriptor.h>
 #include <omniORB4/omniInterceptors.h>
 
-// the stream of a reply is only in the ORB's internal headers, whose order matters
+// a reply's stream is declared only in the ORB's internal headers, whose order matters
 // clang-format off
 #include <omniORB4/IOP_C.h>
 #include <omniORB4/internal/giopStrand.h>
@@ -28,18 +28,19 @@ namespace {
 
 using Interceptors = omni::omniInterceptors;
 
-/// A call is sent again when its connection was closed in order, and to where it is forwarded. An
-/// idle connection that the peer has closed costs one sending, so a restarted peer costs a few.
+/// Maximum sendings and forwards of one call. The ORB sends a call again when its connection was
+/// closed in an orderly way, and to the address to which it is forwarded. Each idle connection that
+/// the peer has closed costs one sending, so a restarted peer costs a few.
 constexpr unsigned sendingsMax = 6;
 constexpr unsigned forwardsMax = 3;
-/// A reply that forwards a call has fewer octets, and is in one piece. A reference has some
-/// hundred.
+/// Maximum size in octets of a reply that forwards a call, which must be in one piece. A reference
+/// has a few hundred.
 constexpr CORBA::ULong forwardOctetsMax = 64 * 1024;
 
 std::atomic<const ForwardCheck*> theCheck{nullptr};
 
-/// The call that a thread is making. The ORB shows no beginning of a call: two calls differ in
-/// their deadline, and a call without one is not told from the next.
+/// The call that a thread is making. The ORB does not report the beginning of a call, so calls are
+/// distinguished by their deadline. Without a deadline each sending counts as a new call.
 struct CallInProgress {
     const omniCallDescriptor* call = nullptr;
     unsigned long seconds = 0;
@@ -66,7 +67,7 @@ CallInProgress& callOf(const omniCallDescriptor* call) {
     throw CORBA::TRANSIENT(0, CORBA::COMPLETED_MAYBE);
 }
 
-/// The ORB owns what it finds in the strand.
+/// The ORB owns the connection in its strand.
 CORBA::Boolean onConnection(Interceptors::clientOpenConnection_T::info_T& info) {
     omni::giopConnection*& connection = info.giop_c.strand().connection;
     connection = new ReplyConnection(*connection);
@@ -97,7 +98,7 @@ bool mayFollow(const PeerAddress& from, const Endpoint& to) {
                             : isSameAddress(from, parseHostAddress(to.host));
 }
 
-/// The reference in a reply, as text.
+/// Return the reference in a reply as text.
 std::string forwardedTo(omni::GIOP_C& stream) {
     constexpr std::uint8_t alignedMinor = 2;
     if (stream.version().minor >= alignedMinor)

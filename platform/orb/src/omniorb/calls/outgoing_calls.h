@@ -2,8 +2,8 @@
 
 namespace kelp::orb {
 
-/// Limits how often the ORB sends one call, and where replies may forward it to. Called at each
-/// start of the ORB.
+/// Limit how often the ORB sends one call, and to which addresses replies may forward it. Called at
+/// each start of the ORB.
 void guardOutgoingCalls();
 
 }  // namespace kelp::orb

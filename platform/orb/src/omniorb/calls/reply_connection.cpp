@@ -1,7 +1,7 @@
 #include "omniorb/calls/reply_connection.h"
 
 #include <omniORB4/sslContext.h>
-// needs the one above
+// needs the header above
 #include <omniORB4/sslConnection.h>
 #include <omniORB4/tcpConnection.h>
 
@@ -26,7 +26,7 @@ ReplyConnection::ReplyConnection(omni::giopConnection& inner) : inner_(inner) {
 }
 
 ReplyConnection::~ReplyConnection() {
-    watched_.reset();  // first: the other closes the socket
+    watched_.reset();  // first, because decrRefCount closes the socket
     inner_.decrRefCount(true);
 }
 

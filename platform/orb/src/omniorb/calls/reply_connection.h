@@ -10,9 +10,9 @@
 
 namespace kelp::orb {
 
-/// An outgoing connection of the ORB's, over any transport, that ends when the peer sends what no
-/// reply is, and when a call over it takes longer than the limit of all calls. Owned by the ORB,
-/// which counts references; owns the ORB's connection.
+/// Wraps an outgoing connection of the ORB, over any transport. It ends the connection when the
+/// peer sends something that is not a reply, and when a call over it takes longer than the limit of
+/// all calls. Owned by the ORB, which counts references. Owns the ORB's connection.
 class ReplyConnection final : public omni::giopConnection {
   public:
     explicit ReplyConnection(omni::giopConnection& inner);

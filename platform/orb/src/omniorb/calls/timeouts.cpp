@@ -10,8 +10,8 @@ namespace {
 
 thread_local std::chrono::milliseconds threadLimit{0};
 
-/// The ORB counts in unsigned milliseconds. A limit that has run out already must not switch the
-/// limit off.
+/// Convert a limit to the ORB's unsigned milliseconds. A limit that has expired becomes 1 ms,
+/// because 0 would switch the limit off.
 CORBA::ULong orbLimit(std::chrono::milliseconds limit) {
     constexpr std::chrono::milliseconds::rep longest = std::numeric_limits<CORBA::Long>::max();
     if (limit.count() == 0)
@@ -24,8 +24,8 @@ CORBA::ULong orbLimit(std::chrono::milliseconds limit) {
 
 bool setThreadTimeout(std::chrono::milliseconds limit) {
     try {
-        // the ORB keeps the limit in its own thread object, which only threads of its making have
-        // at first
+        // the ORB keeps the limit in its own thread object, which a thread that it did not create
+        // lacks at first
         thread_local omni_thread::ensure_self self;
         omniORB::setClientThreadCallTimeout(orbLimit(limit));
     } catch (const CORBA::SystemException&) {

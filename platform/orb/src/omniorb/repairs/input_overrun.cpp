@@ -1,12 +1,13 @@
 // Checks that a message is long enough for a sequence of the length that it claims. The ORB's own
-// functions multiply in 32 bits, so that 0x40000000 numbers of four octets take none: the ORB then
-// allocates gigabytes, and the servant gets a sequence that was never filled. The dynamic linker
-// prefers these definitions to the ORB's, also for calls from within the ORB, because libkelp_orb
-// stands before the ORB's library wherever it is linked.
+// functions multiply in 32 bits, so that 0x40000000 numbers of four octets take no space. The ORB
+// then allocates gigabytes, and the servant gets a sequence that was never filled.
+//
+// The dynamic linker prefers these definitions to the ORB's, also for calls from within the ORB,
+// because libkelp_orb precedes the ORB's library wherever it is linked.
 
 #include <omniORB4/CORBA.h>
 
-// the streams of messages are only in the ORB's internal headers, whose order matters
+// the streams of messages are declared only in the ORB's internal headers, whose order matters
 // clang-format off
 #include <omniORB4/internal/giopStrand.h>
 #include <omniORB4/internal/giopStream.h>
@@ -17,7 +18,7 @@
 
 namespace {
 
-/// Octets from `at` on that the items take with what aligns them.
+/// Return the octets that the items take from `at` on, including the padding before them.
 std::uint64_t octetsOf(const void* at, CORBA::ULong itemSize, CORBA::ULong items,
                        omni::alignment_t alignment) {
     const auto begin = reinterpret_cast<std::uintptr_t>(at);

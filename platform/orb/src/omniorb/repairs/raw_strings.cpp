@@ -1,8 +1,9 @@
-// Texts that no code set is applied to: ids of types and exceptions, hosts of profiles. The ORB's
-// own function leaks a text that does not end in a zero octet, or in which the message breaks off,
-// and any peer can fill the memory with such texts. The dynamic linker prefers this definition to
-// the ORB's, also for calls from within the ORB, because libkelp_orb stands before the ORB's
-// library wherever it is linked.
+// Fixes a leak of texts to which no code set applies: ids of types and exceptions, and hosts of
+// profiles. The ORB's own function leaks a text that does not end in a zero octet, or in which the
+// message ends, and any peer could fill the memory with such texts.
+//
+// The dynamic linker prefers this definition to the ORB's, also for calls from within the ORB,
+// because libkelp_orb precedes the ORB's library wherever it is linked.
 
 #include <omniORB4/CORBA.h>
 

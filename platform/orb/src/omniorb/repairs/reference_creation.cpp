@@ -11,7 +11,7 @@ namespace {
 
 using Interceptors = omni::omniInterceptors;
 
-/// The profile that the ORB itself would choose: the first of IIOP.
+/// Choose the profile that the ORB itself would choose: the first IIOP profile.
 void chooseProfile(omniIOR& ior) {
     const IOP::TaggedProfileList& profiles = ior.iopProfiles();
     for (CORBA::ULong i = 0; i < profiles.length() && ior.addr_selected_profile_index() < 0; ++i) {
@@ -20,8 +20,8 @@ void chooseProfile(omniIOR& ior) {
     }
 }
 
-/// Decodes the reference before the ORB does, which then finds it decoded. When that fails,
-/// the ORB has counted one reference more than it releases.
+/// Decode the reference before the ORB does, which then finds it decoded. When decoding fails,
+/// release it once more: the ORB has counted one reference more than it releases.
 CORBA::Boolean onIdentity(Interceptors::createIdentity_T::info_T& info) {
     try {
         chooseProfile(*info.ior);

@@ -2,8 +2,8 @@
 
 namespace kelp::orb {
 
-/// Makes the ORB free what it holds of a reference that it cannot make sense of. By itself it loses
-/// the whole of it, so that a peer could fill the memory. Once for each ORB, after ORB_init.
+/// Make the ORB free a reference that it cannot decode. Without this the ORB leaks it, so that a
+/// peer could fill the memory. Call it once for each ORB, after ORB_init.
 void freeBrokenReferences();
 
 }  // namespace kelp::orb

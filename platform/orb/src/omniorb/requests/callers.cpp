@@ -10,8 +10,8 @@ namespace {
 
 using PortableServer::POAManager;
 
-/// The POA of well-known keys has a manager of its own. It follows what callers are told for the
-/// root's, so that a well-known key is no way in before the rest is ready.
+/// Holds callers of well-known keys. The POA of these keys has a separate manager, which follows
+/// the root's: a well-known key must not let callers through before everything is ready.
 class KeyGate {
   public:
     static KeyGate& instance() {
@@ -42,8 +42,8 @@ class KeyGate {
     }
 
   private:
-    /// Brings the manager to the wanted state; again when that changed meanwhile, as the ORB is
-    /// called without the lock.
+    /// Bring the manager to the wanted state. Repeat that if the wanted state has changed
+    /// meanwhile, because the ORB is called without the lock.
     void settle() {
         bool wanted = false;
         PortableServer::POAManager_var manager;
@@ -55,7 +55,8 @@ class KeyGate {
         }
     }
 
-    /// True, with state and manager to set, while the manager's state is not the wanted one.
+    /// Return true, with the wanted state and the manager, while the manager's state differs from
+    /// it.
     bool differs(bool& wanted, PortableServer::POAManager_var& manager) {
         {
             const std::lock_guard<std::mutex> guard(lock_);
@@ -91,7 +92,7 @@ void holdCallers(PortableServer::POAManager_ptr manager) {
     try {
         manager->hold_requests(true);
     } catch (const CORBA::BAD_INV_ORDER&) {
-        // from inside a call, which would wait for itself
+        // called from inside a call, which would wait for itself
         manager->hold_requests(false);
     }
 }
@@ -126,7 +127,7 @@ void withdrawKey(CORBA::ORB_ptr orb, const std::string& key) {
         const PortableServer::ObjectId_var id = PortableServer::string_to_ObjectId(key.c_str());
         poa->deactivate_object(id.in());
     } catch (const PortableServer::POA::ObjectNotActive&) {
-        // nobody published it, or it was withdrawn before
+        // nobody published it, or it was withdrawn already
     } catch (const CORBA::SystemException&) {
         // the ORB has been shut down, and every key with it
     }

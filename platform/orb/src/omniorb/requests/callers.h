@@ -2,7 +2,7 @@
 
 namespace kelp::orb {
 
-/// A new ORB begins with all callers held and no well-known key.
+/// Reset the state for a new ORB: all callers are held, and no well-known key exists.
 void resetCallers();
 
 }  // namespace kelp::orb

@@ -5,7 +5,7 @@
 #include <omniORB4/callDescriptor.h>
 #include <omniORB4/omniInterceptors.h>
 
-// the object key of a request is only in the ORB's internal headers, whose order matters
+// a request's object key is declared only in the ORB's internal headers, whose order matters
 // clang-format off
 #include <omniORB4/IOP_S.h>
 #include <omniORB4/internal/giopStrand.h>
@@ -35,8 +35,7 @@ using Interceptors = omni::omniInterceptors;
 
 std::atomic<RequestHook*> theHook{nullptr};
 
-/// Calls the hook so that nothing but a system exception comes out: anything else would end the
-/// connection.
+/// Call the hook, and let only system exceptions pass: any other would end the connection.
 template <class Call>
 void callHook(const char* point, Call call) {
     try {
@@ -54,7 +53,8 @@ void callHook(const char* point, Call call) {
     throw CORBA::UNKNOWN(0, CORBA::COMPLETED_NO);
 }
 
-/// A well-known key is the id alone. A key of another form belongs to no POA below the root.
+/// Return the target of an object key. A well-known key is the object id alone. A key of another
+/// form belongs to no POA below the root.
 RequestRecord::Target targetOfKey(std::string_view octets) {
     const ObjectKey key = ObjectKey::of(octets);
     std::string_view path = key.poaPath;
@@ -69,8 +69,7 @@ RequestRecord::Target targetOfKey(std::string_view octets) {
 }
 
 std::string_view keyOf(omni::GIOP_S& request) {
-    // a request may also address its target by a whole profile; then there is no key, and no object
-    // is found
+    // a request that addresses its target by a whole profile has no key, and no object is found
     const int size = request.keysize();
     const CORBA::Octet* const octets = request.key();
     if (size < 0 || octets == nullptr)
@@ -78,7 +77,7 @@ std::string_view keyOf(omni::GIOP_S& request) {
     return {reinterpret_cast<const char*>(octets), static_cast<std::size_t>(size)};
 }
 
-/// The request that reached no servant has been answered, or will never be.
+/// Report the end of the request that reached no servant: it has been answered, or will never be.
 void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
     RequestHook* const hook = theHook.load();
     if (const RequestInfo* const request = requests.waiting();
@@ -108,8 +107,8 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     return true;
 }
 
-/// Runs the servant. What it answers is replaced by DATA_CONVERSION if the client's code set cannot
-/// hold it.
+/// Run the servant. Its answer is replaced by DATA_CONVERSION if the client's code set cannot
+/// represent it.
 void serve(omniCallDescriptor& call, omniServant* servant) {
     try {
         call.interceptedCall(servant);
@@ -126,8 +125,8 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
         return;
     }
     ThreadRequests& requests = ThreadRequests::ofThisThread();
-    // a POA whose servants run on another thread than the one that read the request: never pass the
-    // hook by
+    // a POA may run servants on another thread than the one that read the request; the hook is
+    // called there too
     if (!requests.hasArrived()) {
         const CORBA::ORB_var orb = PortState::instance().orb();
         requests.arrive().assign(call->op(), nullptr, {currentTopPoaName(orb.in()), {}, {}});

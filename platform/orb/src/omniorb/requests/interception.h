@@ -4,7 +4,7 @@
 
 namespace kelp::orb {
 
-/// Puts the port's interceptors in place, once, with `hook` (may be null) behind them. After
+/// Install the port's interceptors once, with `hook` (may be null) behind them. Call it after
 /// ORB_init and before the root POA is resolved: the ORB's lists are not locked, and no request can
 /// arrive yet.
 void interceptRequests(RequestHook* hook);

@@ -2,8 +2,8 @@
 
 namespace kelp::orb {
 
-/// Lists of interceptors survive the ORB they were made for and would otherwise hold a function
-/// twice.
+/// Add a function to a list of interceptors, and only once. The lists outlive the ORB for which
+/// they were filled.
 template <class List, class Function>
 void addOnce(List& list, Function function) {
     list.remove(function);

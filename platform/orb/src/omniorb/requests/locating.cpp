@@ -3,7 +3,7 @@
 #include <kelp/orb/poas.h>
 #include <omniORB4/omniORB.h>
 
-// the object key of a request and the policies of a POA are only in the ORB's internal headers,
+// a request's object key and a POA's policies are declared only in the ORB's internal headers,
 // whose order matters
 // clang-format off
 #include <omniORB4/IOP_S.h>
@@ -24,7 +24,8 @@ namespace kelp::orb {
 
 namespace {
 
-/// Asks as a client does who wants to know whether an object is there.
+/// The operation for which a servant locator is asked: that of a client who wants to know whether
+/// an object exists.
 constexpr const char* kQuestion = "_non_existent";
 
 PortableServer::ObjectId idOf(std::string_view octets) {
@@ -34,7 +35,7 @@ PortableServer::ObjectId idOf(std::string_view octets) {
     return id;
 }
 
-/// Throws AdapterNonExistent for a path that leads nowhere.
+/// Return the POA at a path. Throws AdapterNonExistent for a path that leads nowhere.
 PortableServer::POA_ptr poaAt(std::string_view path) {
     const CORBA::ORB_var orb = PortState::instance().orb();
     const CORBA::Object_var root = orb->resolve_initial_references("RootPOA");
@@ -58,7 +59,7 @@ bool isPersistent(PortableServer::POA_ptr poa) {
 }
 
 bool isOfThisLife(const ObjectKey& key) {
-    // the ORB compares the 8 octets where there are some, and finds no POA without an object id
+    // the ORB itself compares the 8 octets where they exist, and finds no POA without an object id
     if (key.hasTransientMark || !key.hasObjectId)
         return true;
     if (key.poaPath.empty())
@@ -67,7 +68,7 @@ bool isOfThisLife(const ObjectKey& key) {
         const PortableServer::POA_var poa = poaAt(key.poaPath);
         return isPersistent(poa.in());
     } catch (const CORBA::Exception&) {
-        return true;  // there is none, which the ORB finds out as well
+        return true;  // there is no such POA, which the ORB finds out as well
     }
 }
 
@@ -81,20 +82,20 @@ bool isServedBy(PortableServer::ServantLocator_ptr locator, const PortableServer
     return true;
 }
 
-/// Throws a CORBA exception for an object that is not there.
+/// Return whether the POA serves the object. Throws a CORBA exception, or returns false, when it
+/// does not exist.
 bool isThere(PortableServer::POA_ptr poa, const PortableServer::ObjectId& id) {
     PortableServer::ServantManager_var manager;
     try {
         manager = poa->get_servant_manager();
     } catch (const PortableServer::POA::WrongPolicy&) {
-        return true;  // without a servant manager the ORB knows by itself
+        return true;  // without a servant manager the ORB answers correctly itself
     }
     const PortableServer::ServantLocator_var locator =
         PortableServer::ServantLocator::_narrow(manager.in());
     if (!CORBA::is_nil(locator.in()))
         return isServedBy(locator.in(), id, poa);
-    // of an activator those objects count that are active: it is not asked to make any for a
-    // question
+    // with an activator only active objects count: it must not activate one just to answer
     const PortableServer::ServantBase_var servant = poa->id_to_servant(id);
     return true;
 }
@@ -117,7 +118,7 @@ bool mayBeThere(std::string_view octets) {
 
 using Unmarshal = void (*)(omni::giopStream*);
 
-/// One for each minor version of GIOP.
+/// Wraps the ORB's function that reads LocateRequests, one for each minor version of GIOP.
 template <CORBA::Octet Minor>
 struct Guarded {
     static inline Unmarshal ofTheOrb = nullptr;
@@ -128,7 +129,7 @@ struct Guarded {
         const int size = request.keysize();
         if (size > 0 && !mayBeThere({reinterpret_cast<const char*>(request.key()),
                                      static_cast<std::size_t>(size)}))
-            request.resetKey();  // nothing is there under no key
+            request.resetKey();  // without a key the ORB finds no object
     }
 
     static void install() {

@@ -15,7 +15,7 @@ bool endsName(char octet) {
     return octet == kNameMark || octet == kTransientMark || octet == '\0';
 }
 
-/// Where the name ends that begins, with its mark, at `begin`.
+/// Return where the name ends whose mark is at `begin`.
 const char* endOfName(std::string_view key, std::size_t begin) {
     return std::find_if(key.begin() + static_cast<std::ptrdiff_t>(begin) + 1, key.end(), endsName);
 }

@@ -11,9 +11,9 @@ namespace kelp::orb {
 
 namespace {
 
-/// A POA below the root whose destruction has begun. The POA is told apart by its address and not
-/// held by a reference: that would keep its servant manager, and so code of a module, for longer
-/// than the POA itself lives.
+/// A POA below the root whose destruction has begun. It is identified by its address and not held
+/// by a reference. A reference would keep its servant manager, and so the code of a module, for
+/// longer than the POA itself lives.
 struct Dying {
     PortableServer::POA_var root;
     PortableServer::POA_ptr identity;
@@ -22,26 +22,26 @@ struct Dying {
     bool begun = false;  ///< destroy() has returned
 };
 
-/// Asking about one entry walks through all children of the root, so it is not done for every
-/// destruction.
+/// Minimum number of entries for a search for those that are gone. The search walks through all
+/// children of the root, so it is not made for every destruction.
 constexpr std::size_t kPruneAtLeast = 64;
 
 struct DyingPoas {
     std::mutex lock;
     std::list<Dying> entries;
     std::uint64_t numbers = 0;
-    std::size_t pruneAt =
-        kPruneAtLeast;  ///< number of entries from which on those that are gone are sought
+    /// Number of entries from which on those that are gone are searched for.
+    std::size_t pruneAt = kPruneAtLeast;
 };
 
-// never deleted: the ORB's own threads may still ask while the process ends
+// never deleted: the ORB's threads may still use it while the process exits
 DyingPoas& dyingPoas() {
     static DyingPoas* poas = new DyingPoas;
     return *poas;
 }
 
-/// Is this child of the root the one that the entry means? Near its end a POA has no name any more
-/// but still occupies its place (its objects are being etherealized).
+/// Return whether this child of the root is the POA of the entry. Near its end a POA has no name
+/// any more, but still occupies its place while its objects are etherealized.
 bool isSame(PortableServer::POA_ptr child, const Dying& dying) {
     if (child != dying.identity)
         return false;
@@ -53,7 +53,7 @@ bool isSame(PortableServer::POA_ptr child, const Dying& dying) {
     }
 }
 
-/// A new POA of that name at the same address is alive: its parent finds it.
+/// Return whether a new POA of that name at the same address is alive: then its parent finds it.
 bool isFound(PortableServer::POA_ptr root, const std::string& name) {
     try {
         const PortableServer::POA_var found = root->find_POA(name.c_str(), false);
@@ -63,7 +63,7 @@ bool isFound(PortableServer::POA_ptr root, const std::string& name) {
     }
 }
 
-/// None when the ORB is down.
+/// Return the children of the root; none when the ORB is down.
 PortableServer::POAList* childrenOf(PortableServer::POA_ptr root) {
     try {
         return root->the_children();
@@ -72,8 +72,8 @@ PortableServer::POAList* childrenOf(PortableServer::POA_ptr root) {
     }
 }
 
-/// The root lists a child until the last of its calls has ended and the last of its objects is
-/// etherealized; as long as it is listed, create_POA of the same name would wait.
+/// Return whether the POA is gone. The root lists a child until its last call has ended and its
+/// last object is etherealized. As long as it is listed, create_POA of the same name would wait.
 bool isGone(const Dying& dying, PortableServer::POAList& children) {
     try {
         for (CORBA::ULong i = 0; i < children.length(); ++i) {
@@ -99,8 +99,8 @@ void erase(std::uint64_t number) {
         dyingPoas().entries.erase(entry);
 }
 
-/// Removes those of the entries whose POAs are gone; how many are left. The ORB is asked without
-/// the lock.
+/// Remove those of the entries whose POAs are gone, and return how many are left. The ORB is called
+/// without the lock.
 std::size_t prune(const std::list<Dying>& seen) {
     std::size_t left = seen.size();
     PortableServer::POA_ptr root = PortableServer::POA::_nil();  // owned by the entries
@@ -118,7 +118,7 @@ std::size_t prune(const std::list<Dying>& seen) {
     return left;
 }
 
-/// Prunes when that many have gathered that the cost, spread over them, is small.
+/// Prune when so large a number of entries has gathered that the cost of each is small.
 void pruneNowAndThen() {
     std::list<Dying> seen;
     {
@@ -132,7 +132,7 @@ void pruneNowAndThen() {
     dyingPoas().pruneAt = std::max(kPruneAtLeast, 2 * left);
 }
 
-/// The root of a POA right below it; nil for any other POA.
+/// Return the root if it is the POA's parent; nil for any other POA.
 PortableServer::POA_ptr rootAbove(PortableServer::POA_ptr poa) {
     PortableServer::POA_var parent = poa->the_parent();
     if (CORBA::is_nil(parent.in()))
@@ -157,7 +157,7 @@ void beginDestroy(PortableServer::POA_ptr poa) {
     const CORBA::String_var name = poa->the_name();
     dying.name = name.in();
 
-    // the name is dying before the POA is: nobody may find it free in between
+    // the name counts as dying before the POA is destroyed, so that nobody finds it free in between
     std::uint64_t number = 0;
     {
         const std::lock_guard<std::mutex> guard(dyingPoas().lock);

@@ -3,7 +3,7 @@
 #include <omniORB4/callDescriptor.h>
 #include <omniORB4/omniORB.h>
 
-// the request's code set is only in the ORB's internal headers, whose order matters
+// a request's code set is declared only in the ORB's internal headers, whose order matters
 // clang-format off
 #include <omniORB4/IOP_S.h>
 #include <omniORB4/internal/giopStrand.h>
@@ -19,7 +19,8 @@ namespace {
 
 thread_local omni::GIOP_S* requestInHand = nullptr;
 
-/// A client with this process's own code set is spared the trial: nothing is converted for it.
+/// Return whether texts are converted for the client. A client with this process's own code set
+/// needs no trial.
 bool isConverted(omni::GIOP_S& request) {
     const omni::omniCodeSet::TCS_C* transmission = request.TCS_C();
     const omni::omniCodeSet::NCS_C* native = omni::orbParameters::nativeCharCodeSet;

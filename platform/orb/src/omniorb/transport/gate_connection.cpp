@@ -23,7 +23,7 @@ constexpr milliseconds kPeekTime{50};
 
 constexpr std::size_t kOnceMax = std::size_t{1} << 30;
 
-/// A deadline of the ORB as a time to wait; it has the clock of omni_thread.
+/// Return the time left until a deadline of the ORB, which uses the clock of omni_thread.
 milliseconds timeUntil(const omni_time_t& deadline) {
     omni_time_t now;
     omni_thread::get_time(now);
@@ -33,8 +33,8 @@ milliseconds timeUntil(const omni_time_t& deadline) {
     return milliseconds(std::max<std::int64_t>(seconds * 1000 + nanoseconds / 1000000, 0));
 }
 
-/// At its stop the ORB says goodbye to each connection, one after the other: none may keep it
-/// waiting.
+/// Return whether this is the CloseConnection that the ORB sends on each connection in turn when it
+/// stops. No peer may make it wait.
 bool isGoodbye(std::span<const std::uint8_t> octets) {
     return octets.size() == giop::kHeaderOctets &&
            octets[7] == static_cast<std::uint8_t>(giop::MessageType::CloseConnection);
@@ -64,7 +64,7 @@ int GateConnection::Send(void* buffer, std::size_t size, const omni_time_t& dead
     const milliseconds usual = peer_->gate().settings().replyTimeout;
     const bool hasDeadline = deadline.s != 0 || deadline.ns != 0;
     const milliseconds limit = usual.count() > 0 ? usual : unlimited;
-    // the clock is read only where the peer does not take the octets at once
+    // the clock is read only if the peer does not accept the octets at once
     const long sent = peer_->write(octets, milliseconds(0));
     if (sent != OctetChannel::kLater)
         return static_cast<int>(sent);

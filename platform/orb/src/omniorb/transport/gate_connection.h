@@ -11,12 +11,11 @@
 
 namespace kelp::orb {
 
-/// A connection as the ORB knows it: its operations are those of a peer at the gate and of the
-/// watcher of its endpoint. Owned by the endpoint until it is handed to the ORB, which counts
-/// references.
+/// A connection as the ORB sees it. Its operations are those of a GatePeer and of the endpoint's
+/// watcher. Owned by the endpoint until it is handed to the ORB, which then counts references.
 class GateConnection final : public omni::giopConnection, public gate::Watched {
   public:
-    /// `scheme` is how the ORB calls the transport, such as "giop:tcp:".
+    /// `scheme` is the ORB's name for the transport, such as "giop:tcp:".
     GateConnection(std::shared_ptr<gate::Watcher> watcher, std::unique_ptr<gate::GatePeer> peer,
                    const std::string& scheme);
     ~GateConnection() override;

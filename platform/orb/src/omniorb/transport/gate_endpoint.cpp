@@ -97,8 +97,9 @@ CORBA::Boolean GateEndpoint::publish(const omni::orbServer::PublishSpecs& forms,
     return any;
 }
 
-/// "addr" publishes an address as it is listened on; an address of this transport with an empty
-/// port gets the endpoint's. Other forms are for other transports.
+/// Publish one address in one form. "addr" publishes the address that is listened on. An address of
+/// this transport with an empty port gets the endpoint's port. Other forms are for other
+/// transports.
 CORBA::Boolean GateEndpoint::publishOne(const char* form, const char* address,
                                         omni::orbServer::EndpointList& published) {
     const std::string prefix = scheme();
@@ -215,7 +216,7 @@ Watcher::Handler::After GateEndpoint::arrived(gate::Watched& watched) {
             break;
     }
     if (!peer.isInLobby()) {
-        // the ORB sends a thread, which takes the message or sees the end
+        // the ORB assigns a thread, which reads the message or sees the end
         notify_(cookie_, &connection);
         return After::Nothing;
     }

@@ -17,9 +17,9 @@
 
 namespace kelp::orb {
 
-/// Where the ORB listens: a gate's listening socket. A connection reaches the ORB, and gets a
-/// thread of it, with its first whole message; until then it waits in the lobby, where one thread
-/// serves them all.
+/// An endpoint of the ORB that listens on a socket of the gate. A connection reaches the ORB, and
+/// gets one of its threads, with its first whole message. Until then it waits in the lobby, where
+/// one thread serves all connections.
 class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
   public:
     /// `address` is "host:port" or "[ipv6]:port".
@@ -41,9 +41,10 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     void Shutdown() override;
 
   protected:
-    /// How references and the ORB's rules call connections of this endpoint.
+    /// Return the name that references and the ORB's rules use for connections of this endpoint.
     virtual std::string scheme() const { return "giop:tcp:"; }
-    /// Null when the connection cannot be served; the descriptor is closed then.
+    /// Make a connection's channel, which owns the descriptor. Return null, with the descriptor
+    /// closed, when the connection cannot be served.
     virtual std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor,
                                                             const PeerAddress& peer);
     const std::shared_ptr<gate::Gate>& gate() const { return gate_; }
@@ -68,7 +69,8 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     omni::orbServer::EndpointList addresses_;
     std::atomic<bool> poked_{false};
 
-    // the thread in AcceptAndMonitor alone, and whoever shuts the endpoint down after it
+    // used only by the thread in AcceptAndMonitor(), and after it by whoever shuts the endpoint
+    // down
     omni::giopConnection::notifyReadable_t notify_ = nullptr;
     void* cookie_ = nullptr;
     std::unordered_set<GateConnection*> lobby_;  ///< owned

@@ -18,8 +18,8 @@ omni::giopEndpoint* overTls(const char* address) {
     return new TlsGateEndpoint(address, tlsGateContext());
 }
 
-/// Endpoints only: outgoing connections are the ORB's own, since references name the usual
-/// transports.
+/// A transport with endpoints only. Outgoing connections use the ORB's own transports, because
+/// references name those.
 class GateTransport final : public omni::giopTransportImpl {
   public:
     GateTransport(const char* itsType, MakeEndpoint make)

@@ -2,13 +2,14 @@
 
 namespace kelp::orb {
 
-/// The endpoint texts of the gate begin with this. References name the usual transport.
+/// Beginning of the gate's endpoint texts. References name the usual transport.
 inline constexpr const char* kGateEndpoint = "giop:gate:";
 
 /// The same over TLS.
 inline constexpr const char* kTlsGateEndpoint = "giop:tlsgate:";
 
-/// Makes the ORB know the gate's endpoints. Before ORB_init; again is nothing.
+/// Register the gate's transports with the ORB. Call it before ORB_init. A second call has no
+/// effect.
 void registerGateTransport();
 
 }  // namespace kelp::orb

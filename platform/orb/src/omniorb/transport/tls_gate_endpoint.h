@@ -8,11 +8,11 @@
 
 namespace kelp::orb {
 
-/// The gate with TLS: its references name the ORB's TLS transport.
+/// A gate endpoint with TLS. Its references name the ORB's TLS transport.
 class TlsGateEndpoint final : public GateEndpoint {
   public:
-    /// `context` is the process's, and null where there are no certificates: nothing is served
-    /// then.
+    /// `context` is the process's. Null when there are no certificates: every connection is then
+    /// closed.
     TlsGateEndpoint(const std::string& address, std::shared_ptr<SSL_CTX> context);
 
     const char* type() const override { return "giop:tlsgate"; }

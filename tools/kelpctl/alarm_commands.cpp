@@ -24,19 +24,20 @@ struct TextField {
 constexpr TextField kIdentity[] = {
     {"--probable-cause", "probableCause", "Probable cause, such as LOS"},
     {"--probable-cause-qualifier", "probableCauseQualifier",
-     "What tells alarms of one object and cause apart"},
+     "Distinguishes alarms of the same object and probable cause"},
 };
 constexpr TextField kMore[] = {
     {"--text", "additionalText", "Text for the operator"},
-    {"--ne-time", "neTime", "The element's own time, such as 20240105030405.0Z"},
+    {"--ne-time", "neTime", "Time at the network element, such as 20240105030405.0Z"},
     {"--native-name", "nativeEMSName",
-     "The object's name in the EMS (value of its last component)"},
+     "Name of the object in the EMS; default: the value of the last component of --object"},
     {"--native-cause", "nativeProbableCause",
-     "The cause in the element's words (the probable cause)"},
+     "Cause as the network element names it; default: the probable cause"},
     {"--object-type", "objectType",
-     "Type of the object, such as OT_EQUIPMENT (by the name's last component)"},
+     "Type of the object, such as OT_EQUIPMENT; default: derived from the last component of "
+     "--object"},
     {"--event-type", "X.733::EventType",
-     "Kind of alarm by X.733, such as equipmentAlarm (communicationsAlarm)"},
+     "Type of alarm by X.733, such as equipmentAlarm; default: communicationsAlarm"},
 };
 
 const Words kServiceWords = {
@@ -45,7 +46,8 @@ const Words kServiceWords = {
 constexpr const char* kFooter = R"(Examples:
   kelpctl alarm raise --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --severity major --probable-cause LOS
   kelpctl alarm clear --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --probable-cause LOS
-An alarm is cleared by the object, probable cause, its qualifier and the layer rate that it was raised with.)";
+
+To clear an alarm, give the same object, probable cause, qualifier and layer rate as when it was raised.)";
 
 /// The options of one command, and the alarm that they describe.
 class AlarmCommand {
@@ -63,14 +65,14 @@ class AlarmCommand {
         command
             .add_option_function<int>(
                 "--layer-rate", [this](int rate) { alarm_["layerRate"] = rate; },
-                "Layer rate (1, not applicable)")
+                "Layer rate; default: 1, not applicable")
             ->type_name("NUMBER");
     }
     void addMore(CLI::App& command) {
         for (const TextField& field : kMore)
             addText(command, field);
         addWordOption(command, "--service-affecting", kServiceWords, into("serviceAffecting"),
-                      "Whether traffic suffers");
+                      "Whether the alarm affects service");
         command.add_option("--info", info_, "Additional information")->type_name("NAME=VALUE");
     }
     void addSeverity(CLI::App& command) {
@@ -115,7 +117,7 @@ class AlarmCommand {
 }  // namespace
 
 void addAlarmCommands(CLI::App& app, const GlobalOptions& globalOptions) {
-    CLI::App* group = app.add_subcommand("alarm", "Alarms, told to the running host");
+    CLI::App* group = app.add_subcommand("alarm", "Raise and clear alarms at the running host");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
 
     const auto raise = std::make_shared<AlarmCommand>(globalOptions, "raised");

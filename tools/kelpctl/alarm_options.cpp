@@ -60,16 +60,16 @@ Json pairsOf(const std::vector<std::string>& texts, const std::string& option) {
 }
 
 void AlarmOptions::addSocket(CLI::App& command) {
-    command.add_option("--socket", socket, "Unix socket of the running host (as configured)")
+    command
+        .add_option("--socket", socket, "Unix socket of the running host; default: as configured")
         ->type_name("FILE");
 }
 
 void AlarmOptions::addObject(CLI::App& command) {
     command
         .add_option("--object", object,
-                    "The object's name, one NAME=VALUE a component, such as ManagedElement=NE-1 "
-                    "PTP=/port=1; "
-                    "EMS=NAME comes first by itself")
+                    "Name of the object, one NAME=VALUE for each component, such as "
+                    "ManagedElement=NE-1 PTP=/port=1; the component EMS is added automatically")
         ->type_name("NAME=VALUE");
 }
 

@@ -12,9 +12,9 @@ namespace {
 using admin::Json;
 
 constexpr const char* kFooter =
-    R"(Sent are the events that passed the consumer's filters; of them the rest of the columns tell:
-sent = delivered + lost + queued. Of the lost ones, "own" are those that the consumer lost by limits
-that it has set itself (its time-out, its own shorter queue).
+    R"("sent" counts the events that passed the consumer's filters: sent = delivered + lost + queued.
+"own" counts those of the lost events that the consumer lost by a limit that it has set
+(its time-out, or its shorter queue).
 
 Example:
   kelpctl consumers)";
@@ -43,10 +43,10 @@ void printTable(const Json& consumers) {
 
 void addConsumersCommand(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto json = std::make_shared<bool>(false);
-    CLI::App* command =
-        app.add_subcommand("consumers", "Show what became of the events, consumer by consumer");
+    CLI::App* command = app.add_subcommand(
+        "consumers", "Show for each consumer how many events were delivered, lost and queued");
     command->fallthrough()->footer(kFooter);
-    command->add_flag("--json", *json, "The answer as JSON");
+    command->add_flag("--json", *json, "Write the answer as JSON");
     command->callback([&globalOptions, json] {
         loadConfiguration(globalOptions);
         const Json answer = AdminClient(admin::configuredAddress()).get("/consumers");

@@ -11,8 +11,8 @@ namespace {
 using admin::Json;
 
 constexpr const char* kFooter =
-    R"(Of each log it tells the records since the host has started: taken = written + waiting + missing. A log that
-"fails" could not be written when it was last tried; what waits is written once that works again.
+    R"(For each log it shows the number of records since the host started: taken = written + waiting + missing. A log
+"fails" if the last attempt to write it failed. The waiting records are written as soon as writing works again.
 
 Example:
   kelpctl health)";
@@ -37,9 +37,9 @@ void printTable(const Json& health) {
 void addHealthCommand(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto json = std::make_shared<bool>(false);
     CLI::App* command =
-        app.add_subcommand("health", "Show whether the host answers and its logs are written");
+        app.add_subcommand("health", "Show whether the host answers and can write its logs");
     command->fallthrough()->footer(kFooter);
-    command->add_flag("--json", *json, "The answer as JSON");
+    command->add_flag("--json", *json, "Write the answer as JSON");
     command->callback([&globalOptions, json] {
         loadConfiguration(globalOptions);
         const Json answer = AdminClient(admin::configuredAddress()).get("/health");

@@ -27,12 +27,14 @@ auto withProgress(const char* title, Body&& body) {
 
 constexpr const char* kFooter =
     R"(An inventory file has one JSON object a line. Its key "object" says what it is: EMS, MultiLayerSubnetwork,
-ManagedElement, EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. The keys of its name are the standard's
-(MultiLayerSubnetwork, ManagedElement, PTP, FTP, CTP, EquipmentHolder, Equipment, TopologicalLink, and aEndPTP, zEndPTP
-and so on for a link's ends), those of its attributes too (userLabel, nativeEMSName, transmissionParams ...). An element's
-key "subnetworks" lists the names of the subnetworks that it is in. The EMS has userLabel, owner and additionalInfo alone;
-its names are configured. Or it is a folder with the files ManagedElement.csv,
-EquipmentHolder.csv and so on, whose columns are these keys. sample-network.jsonl is an example; "export" writes both.
+ManagedElement, EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. The keys of an object's name are the
+standard's: MultiLayerSubnetwork, ManagedElement, PTP, FTP, CTP, EquipmentHolder, Equipment, TopologicalLink, and
+aEndPTP, zEndPTP and so on for the ends of a link. The keys of its attributes are the standard's too: userLabel,
+nativeEMSName, transmissionParams and so on. An element's key "subnetworks" lists the names of its subnetworks. The
+EMS has only userLabel, owner and additionalInfo, because its names are configured.
+
+An inventory can also be a folder with the files ManagedElement.csv, EquipmentHolder.csv and so on, whose columns are
+these keys. sample-network.jsonl is an example. "export" can write both.
 
 Examples:
   kelpctl inventory import sample-network.jsonl --dry-run
@@ -47,7 +49,7 @@ struct InventoryOption {
     explicit InventoryOption(const GlobalOptions& global) : globalOptions(global) {}
 
     void addTo(CLI::App& command) {
-        command.add_option("--database", file, "Database of the inventory (as configured)")
+        command.add_option("--database", file, "Database of the inventory; default: as configured")
             ->type_name("FILE");
     }
     std::filesystem::path database() const {
@@ -63,17 +65,17 @@ struct ImportCommand : std::enable_shared_from_this<ImportCommand> {
     explicit ImportCommand(const GlobalOptions& global) : where(global) {}
 
     void addTo(CLI::App& group) {
-        CLI::App* command =
-            group.add_subcommand("import", "Take objects in from a file or folder, all or none");
+        CLI::App* command = group.add_subcommand(
+            "import", "Import all objects of a file or folder, or none if one of them is wrong");
         command->fallthrough();
         where.addTo(*command);
         command
             ->add_option("SOURCE", source, "File of JSON lines, CSV file, or folder of CSV files")
             ->required();
-        command->add_flag("--dry-run", options.dryRun, "Look at everything, change nothing");
+        command->add_flag("--dry-run", options.dryRun, "Check everything, change nothing");
         command->add_flag(
             "--replace", options.replace,
-            "Remove everything first; otherwise objects with the same name are updated");
+            "Remove everything first; without it, objects with the same name are updated");
         command->callback([self = shared_from_this()] { self->run(); });
     }
 
@@ -112,9 +114,9 @@ struct ExportCommand : std::enable_shared_from_this<ExportCommand> {
         where.addTo(*command);
         command
             ->add_option("TARGET", target,
-                         "File of JSON lines, or the folder; - is standard output")
+                         "File of JSON lines, or with --csv a folder; - is standard output")
             ->required();
-        command->add_flag("--csv", csv, "A folder of CSV files");
+        command->add_flag("--csv", csv, "Write a folder of CSV files");
         command->callback([self = shared_from_this()] { self->run(); });
     }
 
@@ -198,7 +200,7 @@ struct StatsCommand : std::enable_shared_from_this<StatsCommand> {
         CLI::App* command = group.add_subcommand("stats", "Count the objects");
         command->fallthrough();
         where.addTo(*command);
-        command->add_flag("--json", json, "The counts as JSON");
+        command->add_flag("--json", json, "Write the counts as JSON");
         command->callback([self = shared_from_this()] { self->run(); });
     }
 
@@ -219,25 +221,25 @@ struct GenerateCommand : std::enable_shared_from_this<GenerateCommand> {
     explicit GenerateCommand(const GlobalOptions& global) : where(global) {}
 
     void addTo(CLI::App& group) {
-        CLI::App* command = group.add_subcommand(
-            "generate",
-            "Make a plausible network up, for tests and demonstrations; the same numbers give the "
-            "same network everywhere");
+        CLI::App* command =
+            group.add_subcommand("generate",
+                                 "Generate a plausible network for tests and demonstrations; the "
+                                 "same options give the same network on every machine");
         command->fallthrough();
         where.addTo(*command);
-        command->add_option("--elements", plan.elements, "Managed elements")
+        command->add_option("--elements", plan.elements, "Number of managed elements")
             ->required()
             ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1'000'000}));
-        command->add_option("--ports", plan.ports, "Ports (PTP) of all elements together")
+        command->add_option("--ports", plan.ports, "Number of ports (PTP) of all elements together")
             ->required()
             ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{100'000'000}));
-        command->add_option("--seed", plan.seed, "Which network (1)");
+        command->add_option("--seed", plan.seed, "Number that selects the network; default: 1");
         command
             ->add_option("--ctps", plan.ctpsPerLine,
-                         "Connection points (CTP) in each port of a line (0)")
+                         "Number of connection points (CTP) in each port of a line; default: 0")
             ->check(CLI::Range(0u, 16u));
         command->add_flag("--replace", plan.replace,
-                          "Remove everything first; otherwise it must be empty");
+                          "Remove everything first; without it, the inventory must be empty");
         command->callback([self = shared_from_this()] { self->run(); });
     }
 
@@ -261,7 +263,8 @@ struct GenerateCommand : std::enable_shared_from_this<GenerateCommand> {
 
 void addInventoryCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     CLI::App* group = app.add_subcommand(
-        "inventory", "Subnetworks, managed elements, equipment, ports and links");
+        "inventory",
+        "Manage the inventory: subnetworks, managed elements, equipment, ports and links");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
     std::make_shared<ImportCommand>(globalOptions)->addTo(*group);
     std::make_shared<ExportCommand>(globalOptions)->addTo(*group);

@@ -24,10 +24,10 @@ using oplog::LogKind;
 constexpr std::uint64_t kTableRecords = 200;
 
 constexpr const char* kOplogFooter =
-    R"(Times are UTC: 2025-03-01T12:00:00Z, its shorter forms such as 2025-03-01, or so long ago: 90s, 15m, 2h, 7d.
-A line with *** tells of records that are missing because the disk could not be written for too long.
-Requests of callers without a log-in are kept apart, in a part of limited size, and shown with the others. A line
-with "more until" stands for several of them: those with its outcome from its address, from its time on.
+    R"(A TIME is UTC, such as 2025-03-01T12:00:00Z or shorter 2025-03-01, or a length of time before now: 90s, 15m, 2h, 7d.
+A line with *** says that records are missing because the disk could not be written for too long.
+Requests of callers without a log-in are kept in a separate part of limited size, and shown with the others. A line
+with "more until" stands for several of these requests: those from its address with its outcome, from its time on.
 
 Examples:
   kelpctl oplog --since 2h --user nms1
@@ -35,28 +35,35 @@ Examples:
   kelpctl oplog --since 2025-03-01 --until 2025-04-01 --csv > march.csv)";
 
 constexpr const char* kAuditFooter =
-    R"(Times are as for kelpctl oplog. Events are login, logout, refused-address, refused-connection, refused-peer,
-too-many-requests, lock-out, user, configuration; the log itself adds key, retention, set-aside and tampering.
+    R"(A TIME has the same form as in kelpctl oplog. The events are login, logout, refused-address, refused-connection,
+refused-peer, too-many-requests, lock-out, user, configuration. The log itself adds key, retention, set-aside and
+tampering.
 
 Examples:
   kelpctl audit --since 7d --event login --outcome failed
   kelpctl audit verify
-  kelpctl audit verify --export-head /mnt/elsewhere/heads     notes the head, each time on a new line
-  kelpctl audit verify --head /mnt/elsewhere/heads            all noted heads are in the chain still
-  kelpctl audit verify --head 1234:5e9c...                    a head that an earlier verify printed)";
+  kelpctl audit verify --export-head /mnt/elsewhere/heads     appends the head as a new line
+  kelpctl audit verify --head /mnt/elsewhere/heads            checks that all these heads are still in the chain
+  kelpctl audit verify --head 1234:5e9c...                    checks a head that an earlier verify printed)";
 
 constexpr const char* kVerifyFooter =
-    R"(Each record carries an HMAC over itself and the record before it, made with the key in [oplog] audit_key_file. Found
-are records that were changed, removed, moved or put in, the last ones included, and a chain that was made anew without
-the key. An older log is checked without it up to the record where the host went over to the key, and no further.
+    R"(Each record has an HMAC over itself and the previous record, made with the key in [oplog] audit_key_file. verify finds
+records that were changed, removed, moved or inserted, including the last ones. It also finds a chain that was built
+anew without the key. A log that is older than the key is checked without the key up to the record where the host
+began to use the key, and no further.
 
-Not found, from the log and the key alone: last records that were cut off with the noted head set back, and an older copy
-of the file in its place. Against both, note the head outside of this machine (--export-head) and give it later (--head):
-whatever was written before it must be in the chain still. Never found is what somebody forges who can read the key and
-write the log, after the newest head that was noted elsewhere; and records of requests that were never written.
+From the log and the key alone, verify cannot find:
+  - that the last records were cut off and the noted head was set back;
+  - that the file was replaced by an older copy.
+To find these, note the head outside this machine (--export-head) and give it to a later verify (--head): every record
+written before that head must still be in the chain.
 
-Without the key a log that was made with it can be neither checked nor continued: keep a copy where nobody can write the
-log. Exit status: 0 the chain is whole, 1 it is not or cannot be read.)";
+verify can never find what somebody forges after the newest head that was noted elsewhere, if that person can read the
+key and write the log. It cannot find requests whose records were never written.
+
+Without its key, a log can be neither checked nor continued. Keep a copy of the key where nobody can write the log.
+
+Exit status: 0 the chain is complete, 1 it is not or cannot be read.)";
 
 bool print(const std::string& line) {
     return std::printf("%s\n", line.c_str()) >= 0;
@@ -136,14 +143,15 @@ void addLogCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     check->fallthrough()->footer(kVerifyFooter);
     check
         ->add_option("--head", asked->heads,
-                     "A head that must be in the chain still, or a file with one a line")
+                     "A head that must still be in the chain, or a file with one head a line")
         ->type_name("NUMBER:HASH|FILE");
     check
         ->add_option("--export-head", asked->exportFile,
-                     "Append the head of a whole chain to this file")
+                     "If the chain is complete, append its head to this file")
         ->type_name("FILE");
     check
-        ->add_option("--key-file", asked->keyFile, "File with the key of the chain (as configured)")
+        ->add_option("--key-file", asked->keyFile,
+                     "File with the key of the chain; default: as configured")
         ->type_name("FILE");
     audit->callback([security, asked, check] {
         if (check->parsed())

@@ -19,7 +19,7 @@ constexpr const char* kDefaultConfig = "/etc/kelp/kelp.toml";
 
 constexpr const char* kFooter = R"(Examples:
   kelpctl user add nms1                             asks for the password
-  kelpctl user add nms1 --password-file nms1.pw     first line of a file
+  kelpctl user add nms1 --password-file nms1.pw     reads it from the first line of a file
   kelpctl user list --json
   kelpctl --config ./kelp.toml user disable nms1
   kelpctl alarm raise --object ManagedElement=NE-1 --severity major --probable-cause LOS
@@ -28,7 +28,8 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl audit verify
   kelpctl inventory import sample-network.jsonl
 
-Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed but the security log cannot tell of it.)";
+Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed, but the change could not be
+recorded in the security log.)";
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
@@ -41,12 +42,12 @@ int fail(std::string reason, int status) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("The operator's tool of the EMS's CORBA northbound interface.", "kelpctl");
+    CLI::App app("The operator's tool for the EMS's CORBA northbound interface.", "kelpctl");
     GlobalOptions options;
     app.footer(kFooter);
     app.require_subcommand(1);
     app.add_option("--config", options.config,
-                   std::string("Configuration file (") + kDefaultConfig + " if it exists)")
+                   std::string("Configuration file; default: ") + kDefaultConfig + " if it exists")
         ->type_name("FILE");
     addUserCommands(app, options);
     addAlarmCommands(app, options);

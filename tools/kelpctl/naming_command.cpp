@@ -12,8 +12,9 @@ namespace {
 using admin::Json;
 
 constexpr const char* kFooter =
-    R"(The entry is checked every 3 s. In an external naming service others can write: what stands there and is not
-this EMS's reference, octet by octet, is replaced, and stands in the security log (kelpctl audit --event naming).
+    R"(The host checks the entry every 3 s. In an external naming service, others can write entries too. If the entry is not
+exactly this EMS's reference, octet by octet, the host replaces it and records that in the security log
+(kelpctl audit --event naming).
 
 Example:
   kelpctl naming)";
@@ -71,9 +72,10 @@ void printTable(const Json& naming) {
 void addNamingCommand(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto json = std::make_shared<bool>(false);
     CLI::App* command = app.add_subcommand(
-        "naming", "Show where NMS find the session factory, and whether its entry is ours");
+        "naming",
+        "Show where NMSs find the session factory, and whether the entry there is this EMS's");
     command->fallthrough()->footer(kFooter);
-    command->add_flag("--json", *json, "The answer as JSON");
+    command->add_flag("--json", *json, "Write the answer as JSON");
     command->callback([&globalOptions, json] {
         loadConfiguration(globalOptions);
         const Json answer = AdminClient(admin::configuredAddress()).get("/naming");

@@ -25,8 +25,8 @@ constexpr double kRateMin = 0.001;
 constexpr double kRateMax = 1'000'000;
 
 constexpr const char* kFooter =
-    R"(The alarms are raised on made-up elements storm-1 to storm-100, each with a qualifier of its own.
-Ctrl-C ends the storm and tells how far it came.
+    R"(The alarms are raised on the invented elements storm-1 to storm-100, each with a different qualifier.
+Ctrl-C ends the storm and shows how many alarms were raised.
 
 Example:
   kelpctl storm --rate 200 --count 5000)";
@@ -135,14 +135,14 @@ class Storm {
 
 void addStormCommand(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto options = std::make_shared<StormOptions>(globalOptions);
-    CLI::App* storm =
-        app.add_subcommand("storm", "Raise many alarms at an even rate, to see what NMS bear");
+    CLI::App* storm = app.add_subcommand(
+        "storm", "Raise many alarms at an even rate, to test how NMSs handle them");
     storm->fallthrough()->footer(kFooter);
     options->alarms.addSocket(*storm);
     storm->add_option("--rate", options->rate, "Alarms a second")
         ->required()
         ->check(CLI::Range(kRateMin, kRateMax));
-    storm->add_option("--count", options->count, "Alarms in all")
+    storm->add_option("--count", options->count, "Total number of alarms")
         ->required()
         ->check(CLI::Range(std::uint64_t{1}, kCountMax));
     addSeverityOption(

@@ -241,13 +241,14 @@ constexpr Command kCommands[] = {
     {"list", "List the NMS users", false, false, list},
     {"passwd", "Give a user a new password and end its sessions", true, true, changePassword},
     {"disable", "Refuse a user's log-ins and end its sessions", true, false, disable},
-    {"enable", "Take a user's log-ins again", true, false, enable},
-    {"expire", "Say when a user's account ends, and its sessions with it", true, false, expire},
-    {"networks", "Say where a user may log in from, from the next log-in on", true, false,
-     setNetworks},
-    {"tls", "Bind a user to the certificates of its NMS and end its sessions with others", true,
-     false, setCertificates},
-    {"unlock", "Take a user's lock-outs after wrong passwords back", true, false, unlock},
+    {"enable", "Accept a user's log-ins again", true, false, enable},
+    {"expire", "Set when a user's account expires and its sessions end", true, false, expire},
+    {"networks", "Set the addresses from which a user may log in, beginning with the next log-in",
+     true, false, setNetworks},
+    {"tls",
+     "Accept a user only with the certificates of its NMS, and end its sessions that have others",
+     true, false, setCertificates},
+    {"unlock", "End a user's lock-outs after wrong passwords", true, false, unlock},
     {"remove", "Remove a user and end its sessions", true, false, removeUser},
 };
 
@@ -273,16 +274,18 @@ void runCommand(const Command& command, const UserOptions& options) {
 }
 
 void addCertificateOptions(CLI::App& app, UserOptions& options) {
-    app.add_option(
-           "--subject", options.subjects,
-           "A certificate's subject, as openssl x509 -noout -subject -nameopt RFC2253 prints it")
+    app.add_option("--subject", options.subjects,
+                   "Subject of a certificate, as printed by openssl x509 -noout -subject -nameopt "
+                   "RFC2253; may be given several times")
         ->allow_extra_args(false)
         ->type_name("NAME");
-    app.add_flag("--any", options.isAnyCertificate, "Any certificate, and none: over TCP too");
+    app.add_flag("--any", options.isAnyCertificate,
+                 "Accept any certificate, and log-ins without one, over TCP too");
 }
 
 constexpr const char* kFooter =
-    R"(A password has 8 characters at least and 1024 octets at most. Every change, also one that fails, leaves a record in the security log: kelpctl audit --event user.
+    R"(A password has at least 8 characters and at most 1024 octets. Every change, even one that fails, is recorded in the
+security log: kelpctl audit --event user.
 
 Examples:
   kelpctl user add nms1
@@ -296,9 +299,9 @@ Examples:
 
 void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     const auto options = std::make_shared<UserOptions>(globalOptions);
-    CLI::App* group = app.add_subcommand("user", "The accounts that NMS log in with");
+    CLI::App* group = app.add_subcommand("user", "Manage the accounts that NMSs log in with");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
-    group->add_option("--database", options->database, "User database (as configured)")
+    group->add_option("--database", options->database, "User database; default: as configured")
         ->type_name("FILE");
     for (const Command& command : kCommands) {
         CLI::App* sub = group->add_subcommand(command.name, command.description)->fallthrough();
@@ -310,24 +313,25 @@ void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
             sub->add_option("--password-file", options->passwordFile,
                             "File whose first line is the password")
                 ->type_name("FILE");
-            sub->add_flag("--force", options->force, "Take a password of fewer than 8 characters");
+            sub->add_flag("--force", options->force,
+                          "Accept a password of fewer than 8 characters");
         }
         if (command.run == expire)
             sub->add_option("time", options->expiry,
-                            "never, now, a date (from its 00:00 UTC on) or a time such as "
+                            "never, now, a date (00:00 UTC of that day), or a time such as "
                             "2027-01-31T12:00:00Z")
                 ->required()
                 ->type_name("TIME");
         if (command.run == setNetworks)
-            sub->add_option(
-                   "networks", options->networks,
-                   "Addresses or address/prefix length, IPv4 or IPv6; any: from everywhere")
+            sub->add_option("networks", options->networks,
+                            "IPv4 or IPv6 addresses, or networks as ADDRESS/PREFIX-LENGTH; any: "
+                            "every address")
                 ->required()
                 ->type_name("NETWORK");
         if (command.run == setCertificates)
             addCertificateOptions(*sub, *options);
         if (command.run == list)
-            sub->add_flag("--json", options->json, "Print JSON");
+            sub->add_flag("--json", options->json, "Write JSON");
         sub->callback([options, &command] { runCommand(command, *options); });
     }
 }

@@ -7,24 +7,27 @@ namespace kelp::nms {
 namespace {
 
 constexpr const char* kRowsFooter =
-    R"(table fits the terminal; elsewhere nothing of it is cut. csv (RFC 4180) and json (an object a line) have every
-attribute of the standard's structures. Lists, names among them, stand in a CSV cell as JSON.
+    R"(Formats:
+  table  fits the terminal's width; elsewhere no text is cut
+  csv    RFC 4180, with every attribute of the standard's structures; a list, such as a name, is JSON in its cell
+  json   one object a line, with every attribute of the standard's structures
 
-The list is read batch by batch and written as it comes. When it cannot be read to its end, standard error says how
-far it came and which element to go on with.)";
+The list is read in batches, and each batch is written as soon as it arrives. If the list cannot be read to its end,
+standard error says how much was written and with which element to go on.)";
 
 constexpr const char* kDumpFooter =
-    R"(Each line is a JSON object, whose "object" says what it is: the EMS, then every MultiLayerSubnetwork of the
-top level, every ManagedElement, element by element its EquipmentHolder and Equipment and its TerminationPoint
-(ports), and every TopologicalLink. Attributes have the standard's names; names of objects are lists of name and value.
+    R"(Each line is a JSON object. Its key "object" says what it is. First comes the EMS, then every top-level
+MultiLayerSubnetwork and every ManagedElement. Then comes, element by element, its EquipmentHolder and Equipment and
+its TerminationPoint objects (ports). The TopologicalLink objects come last. Attributes have the standard's names. The
+name of an object is a list of names and values.
 
-With FILE the lines are gathered in FILE.partial, which becomes FILE when it is whole. A dump that was cut short leaves
-FILE.partial with whole elements only, and standard error names the element to go on with:
-
+With FILE, the lines are written to FILE.partial, which is renamed to FILE when it is complete. If a dump is cut
+short, FILE.partial contains complete elements only, and standard error names the element to go on with. This command
+goes on with FILE.partial:
   kelpnms ... dump network.jsonl --from NE-4711
 
-goes on with FILE.partial. Without FILE the lines from that element on follow those that were written before; of the
-element itself some may have been written already, standard error says how many.)";
+Without FILE, the output of a command with --from follows the lines that were written before. Some lines of that
+element may have been written already; standard error says how many.)";
 
 const std::map<std::string, Format> kFormats = {
     {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
@@ -33,7 +36,7 @@ CLI::App* addListCommand(CLI::App& app, Options& options, const char* name, cons
                          Command which) {
     CLI::App* command =
         app.add_subcommand(name, what)->callback([&options, which] { options.command = which; });
-    command->add_option("--batch", options.lists.batch, "Entries to ask for at a time")
+    command->add_option("--batch", options.lists.batch, "Number of entries to request in each call")
         ->capture_default_str()
         ->check(CLI::Range(1u, 4294967295u));
     return command;
@@ -45,7 +48,8 @@ void addFrom(CLI::App& command, Options& options, const char* what) {
 
 void addRows(CLI::App& command, Options& options) {
     command
-        .add_option("--format", options.lists.format, "table, csv, or json (the same as --json)")
+        .add_option("--format", options.lists.format,
+                    "table, csv or json (json is the same as --json)")
         ->transform(CLI::CheckedTransformer(kFormats).description(""))
         ->type_name("FORMAT")
         ->default_str("table");
@@ -53,9 +57,10 @@ void addRows(CLI::App& command, Options& options) {
 }
 
 void addElements(CLI::App& command, Options& options) {
-    command.add_option("ELEMENT", options.lists.elements,
-                       "Value of the name's component ManagedElement; none: every element");
-    addFrom(command, options, "Leave out the elements before this one");
+    command.add_option(
+        "ELEMENT", options.lists.elements,
+        "Value of the component ManagedElement of the element's name; default: every element");
+    addFrom(command, options, "Begin with this element");
 }
 
 }  // namespace
@@ -63,7 +68,7 @@ void addElements(CLI::App& command, Options& options) {
 void addListCommands(CLI::App& app, Options& options) {
     CLI::App* elements = addListCommand(app, options, "elements",
                                         "Log in and list the managed elements", Command::Elements);
-    addFrom(*elements, options, "Leave out the elements before this one");
+    addFrom(*elements, options, "Begin with this element");
     addRows(*elements, options);
 
     CLI::App* ports = addListCommand(
@@ -84,9 +89,10 @@ void addListCommands(CLI::App& app, Options& options) {
 
     CLI::App* dump = addListCommand(
         app, options, "dump", "Log in and write the whole network as JSON lines", Command::Dump);
-    dump->add_option("FILE", options.lists.file, "Where to; default: standard output");
+    dump->add_option("FILE", options.lists.file, "File to write; default: standard output");
     addFrom(*dump, options,
-            "Go on with this element: what comes before its equipment and ports is left out");
+            "Begin with the equipment and ports of this element, to go on with a dump that was cut "
+            "short");
     dump->footer(kDumpFooter);
 }
 

@@ -23,52 +23,56 @@ constexpr const char* kFooter = R"(Examples:
   kelpnms --user demo --password-file pw ports NE-1 --format csv
   kelpnms --user demo --password-file pw dump network.jsonl
 
-Without --password-file the password comes from the environment variable KELPNMS_PASSWORD, else from the terminal.
+Without --password-file, the password is read from the environment variable KELPNMS_PASSWORD, or else from the
+terminal.
 
 Exit codes:
   0  done
   1  internal error
-  2  wrong usage, no password, or --listen names an address that cannot be listened on
-  3  the naming service or the EMS cannot be reached, or no single session factory was found
+  2  wrong usage, no password, or kelpnms cannot listen on the address of --listen
+  3  the naming service or the EMS cannot be reached, or there is no session factory or more than one
   4  the EMS refused the log-in
   5  a call on the session or a manager failed
-  6  the EMS ended the session (events: only with --no-reconnect), or --for ran out before --count pings or events
-     came
+  6  the EMS ended the session (events: only with --no-reconnect), or the time of --for was over before the number of
+     pings or events of --count had arrived
   7  the EMS does not have the manager that the command needs
-  8  elements, ports, equipment, links, dump: all was read, but what came may not be all: standard error says why
+  8  elements, ports, equipment, links, dump: everything was read, but it may be incomplete; standard error says why
   9  the output could not be written
   128 + the signal's number: interrupted at the password prompt or while a list was read, or the EMS did not answer
      the log-out in time)";
-
 constexpr const char* kEventsFooter =
-    R"(Each event is a line: time of arrival, perceivedSeverity, type, object, probable cause, text. On a terminal the
-table fits its width and the severity gives the colour (NO_COLOR switches that off); elsewhere nothing is cut.
-With --json each line is a JSON object: an event has "type" and "fields", a notice has "event". Notices begin
-with *** and say what may be missing:
+    R"(Each event is one line: time of arrival, perceivedSeverity, type, object, probable cause, text. On a terminal, the
+table fits the terminal's width and the colour shows the severity; set NO_COLOR to switch the colours off. Elsewhere
+no text is cut. With --json, each line is a JSON object: an event has the keys "type" and "fields", a notice has the
+key "event".
 
+Notices begin with ***. They say which events may be missing:
   eventLossOccurred, eventLossCleared, alarmLossOccurred
-      What the EMS reports to this NMS's session object. It may concern events of this NMS or of another.
+      The EMS reported a loss to this NMS's session object. The lost events may have been for this NMS or for another.
   (duplicate), in JSON "duplicate": true
-      The same notificationId with the same content has come before: the EMS was not sure that it had arrived
-      and sent it again. --count counts it once. Another event under a used id is no duplicate, as the standard
-      does not promise unique ids. The newest 10000 events of a connection are compared, heartbeats never.
+      An event with the same notificationId and the same content has arrived before. The EMS did not know whether it
+      had arrived, and sent it again. --count counts it once. A different event with a used id is not a duplicate,
+      because the standard does not guarantee unique ids. kelpnms compares the newest 10000 events of a connection;
+      it does not compare heartbeats.
   notificationIdWentBack
-      The id is a smaller number than the one before it: the EMS counts anew, or events have overtaken each
-      other. Ids that are left out mean nothing: filters and other consumers' events take them.
+      The id is a smaller number than the previous one: the EMS has started counting anew, or events have overtaken
+      each other. Missing ids mean nothing, because events that were filtered out or were for other consumers use
+      ids too.
   connectionLost
-      The EMS ended the session, its event channel disconnected this consumer, the session no longer answers
-      (it is pinged every 5 s), or a heartbeat is overdue: no event of any kind came for the heartbeats'
-      interval and half of it again, at least 2 s more. The interval is --heartbeat-interval, or the time
-      between the first two heartbeats of a connection; with neither, silence means nothing. A --filter must let
-      the heartbeats through for that.
+      The EMS ended the session, or its event channel disconnected this consumer, or the session no longer answers
+      (kelpnms pings it every 5 s), or a heartbeat is overdue. A heartbeat is overdue when no event of any type has
+      arrived for 1.5 times the heartbeat interval, and for at least 2 s longer than the interval. The interval is
+      --heartbeat-interval or, without that option, the time between the first two heartbeats of a connection. As long
+      as kelpnms does not know the interval, it does not check for overdue heartbeats. A --filter must let heartbeats
+      through for this check.
   reconnecting, reconnectFailed, reconnected
-      It logs in again and connects with the same filter after 1 s, then with pauses that double up to 30 s.
-      What the EMS sent in the meantime has not arrived.
+      kelpnms logs in again and connects with the same filter. The first attempt follows after 1 s; the pauses then
+      double up to 30 s. Events that the EMS sent in the meantime are missing.
 
-After a loss and after a reconnect you are told to resynchronise: read the active alarms, and what else you keep
-of the EMS, anew.
+After a loss and after a reconnect, a notice asks you to resynchronise: read the active alarms, and everything else
+that you keep of the EMS, again.
 
-Ctrl-C and SIGTERM disconnect from the channel and end the session, at any moment; a second one ends at once.)";
+Ctrl-C and SIGTERM disconnect from the channel and end the session at any time. A second signal ends kelpnms at once.)";
 
 constexpr double kSecondsMax = 86400;
 
@@ -103,27 +107,25 @@ struct Raw {
 };
 
 void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
-    app.add_option("--naming", raw.naming, "Naming service: corbaloc, IOR, or HOST:PORT")
+    app.add_option("--naming", raw.naming, "Naming service, as corbaloc, IOR or HOST:PORT")
         ->capture_default_str();
     auto* factory = app.add_option(
         "--factory", options.factoryPath,
-        "Stringified name of the session factory, when the naming service holds several");
+        "Stringified name of the session factory; needed if the naming service has several");
     app.add_option("--ior", raw.iorFile,
-                   "File with the session factory's reference; no naming service is asked")
+                   "File with the session factory's reference; the naming service is then not used")
         ->check(CLI::ExistingFile)
         ->excludes(factory);
     app.add_option("-u,--user", options.user, "User to log in as")->envname("KELPNMS_USER");
     app.add_option("--password-file", options.passwordFile, "File whose first line is the password")
         ->check(CLI::ExistingFile);
     app.add_option("--listen", options.listen,
-                   "HOST:PORT where the EMS calls back; default: this host's address towards the "
-                   "naming service, any "
-                   "port");
-    auto* authorities =
-        app.add_option(
-               "--tls-ca", options.tlsAuthorities,
-               "Speak TLS and nothing else: PEM file with the authorities of the EMS's certificate")
-            ->check(CLI::ExistingFile);
+                   "HOST:PORT where this NMS accepts the EMS's calls; default: this host's address "
+                   "on the route to the naming service, with any free port");
+    auto* authorities = app.add_option("--tls-ca", options.tlsAuthorities,
+                                       "Use TLS for every call: PEM file with the certificates of "
+                                       "the authorities that sign the EMS's certificate")
+                            ->check(CLI::ExistingFile);
     auto* key = app.add_option("--tls-key", options.tlsKeyFile,
                                "PEM file with this NMS's private key and certificate")
                     ->check(CLI::ExistingFile)
@@ -133,23 +135,21 @@ void addCommonOptions(CLI::App& app, Options& options, Raw& raw) {
                    "File whose first line is the private key's password")
         ->check(CLI::ExistingFile)
         ->needs(key);
-    auto* name =
-        app.add_option("--tls-name", options.tlsName,
-                       "Name or address that the certificates of naming service and EMS must show; "
-                       "default: the host that is called")
-            ->needs(key);
+    auto* name = app.add_option("--tls-name", options.tlsName,
+                                "Name or address that the certificates of the naming service and "
+                                "the EMS must show; default: the host that is called")
+                     ->needs(key);
     app.add_flag("!--no-tls-name-check", options.tlsChecksName,
-                 "Accept a certificate of the right authority whatever name it shows")
+                 "Accept any name in a certificate that the right authority has signed")
         ->needs(key)
         ->excludes(name);
     app.add_option("--timeout", raw.timeout,
-                   "Limit of every call, and of the wait for a session factory that is not "
-                   "registered yet (find does "
-                   "not wait), seconds")
+                   "Time limit in seconds for every call, and for waiting until the session "
+                   "factory is registered (find does not wait)")
         ->capture_default_str()
         ->check(CLI::Range(0.1, kSecondsMax));
-    app.add_flag("--json", options.json, "Answer in JSON");
-    app.add_flag("-v,--verbose", options.verbose, "Tell each step on standard error");
+    app.add_flag("--json", options.json, "Write JSON");
+    app.add_flag("-v,--verbose", options.verbose, "Report each step on standard error");
 }
 
 void addCommands(CLI::App& app, Options& options, Raw& raw) {
@@ -158,42 +158,44 @@ void addCommands(CLI::App& app, Options& options, Raw& raw) {
             options.command = which;
         });
     };
-    command("find", "Find the session factory and tell its name, address and version; no log-in",
+    command("find",
+            "Find the session factory and show its name, address and version, without a log-in",
             Command::Find);
     command("managers", "Log in and list the EMS's managers", Command::Managers);
 
     auto* ping = command("ping", "Log in and ping the EMS", Command::Ping);
-    ping->add_option("--count", raw.pings, "How often")
+    ping->add_option("--count", raw.pings, "Number of pings")
         ->capture_default_str()
         ->check(CLI::Range(1u, 1000000u));
 
     auto* ems =
-        command("ems", "Log in and show what the EMS says of itself (getEMS)", Command::Ems);
+        command("ems", "Log in and show the EMS's description of itself (getEMS)", Command::Ems);
     ems->add_flag("--capabilities", options.capabilities,
-                  "Also the manager's operations (getCapabilities)");
+                  "Show the manager's operations too (getCapabilities)");
 
     auto* watch = command("watch", "Stay logged in and show each call of the EMS until Ctrl-C",
                           Command::Watch);
-    watch->add_option("--count", raw.watchCount, "Leave after so many pings")
+    watch->add_option("--count", raw.watchCount, "Leave after this number of pings")
         ->check(CLI::Range(1u, 1000000u));
-    watch->add_option("--for", raw.duration, "Leave after so many seconds")
+    watch->add_option("--for", raw.duration, "Leave after this number of seconds")
         ->check(CLI::Range(0.1, kSecondsMax));
 
     auto* events = command("events", "Stay logged in and show each event of the EMS until Ctrl-C",
                            Command::Events);
-    events->add_option("--filter", options.filter,
-                       "Constraint (extended trader constraint language) that the EMS selects by");
-    events->add_flag("--sequence", options.sequences, "Get events in batches");
-    events->add_option("--count", raw.watchCount, "Leave after so many events")
+    events->add_option(
+        "--filter", options.filter,
+        "Receive only events that match this constraint (extended trader constraint language)");
+    events->add_flag("--sequence", options.sequences, "Receive events in batches");
+    events->add_option("--count", raw.watchCount, "Leave after this number of events")
         ->check(CLI::Range(1u, 1000000000u));
-    events->add_option("--for", raw.duration, "Leave after so many seconds")
+    events->add_option("--for", raw.duration, "Leave after this number of seconds")
         ->check(CLI::Range(0.1, kSecondsMax));
     events
         ->add_option("--heartbeat-interval", raw.heartbeatInterval,
                      "Seconds between the EMS's heartbeats; default: learned from the first two")
         ->check(CLI::Range(0.5, kSecondsMax));
     events->add_flag("!--no-reconnect", options.reconnect,
-                     "Fail when the events end, instead of logging in again");
+                     "Exit when the events end, instead of logging in again");
     events->footer(kEventsFooter);
     addListCommands(app, options);
 }
@@ -203,8 +205,9 @@ void addCommands(CLI::App& app, Options& options, Raw& raw) {
 std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     Options options;
     Raw raw;
-    CLI::App app{"An NMS on the command line: logs in to an EMS over TMF 814 and uses the session.",
-                 "kelpnms"};
+    CLI::App app{
+        "An NMS on the command line. It logs in to an EMS over TMF 814 and uses the session.",
+        "kelpnms"};
     app.footer(kFooter);
     app.set_version_flag("--version", "kelpnms " KELP_VERSION);
     app.fallthrough();

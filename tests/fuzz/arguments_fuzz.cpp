@@ -1,5 +1,5 @@
-// The parameters of a request: the first octet says the byte order and the version of GIOP, the
-// second the operation, the third where a fragment begins, and the rest is the body.
+// The parameters of a request. The first octet of the input selects the byte order and the GIOP
+// version, the second the operation, and the third the offset of a fragment. The rest is the body.
 
 #include <vector>
 
@@ -19,7 +19,7 @@ using orb::giop::EncodedArguments;
 constexpr std::size_t kHead = 3;
 constexpr std::size_t kBody = 24;
 
-/// A third of what is allowed of everything.
+/// Return a third of every default limit.
 ArgumentLimits strict() {
     ArgumentLimits limits;
     limits.depthMax /= 3;

@@ -27,7 +27,7 @@ ConfigStore& store() {
     return ConfigStore::instance();
 }
 
-/// All that the store tells; of [agent] what is there.
+/// Return all values of the store. Of [agent], only the keys that are set.
 Values valuesNow() {
     Values values;
     for (const ConfigKey& key : configKeys()) {
@@ -50,7 +50,7 @@ Values valuesNow() {
     return values;
 }
 
-/// A TOML string, with every byte that is not plain escaped as far as UTF-8 lets it.
+/// Return a TOML string. Control characters, quotes and backslashes are escaped; other bytes stay.
 std::string quoted(const std::string& text) {
     static const char digits[] = "0123456789abcdef";
     std::string quoted = "\"";
@@ -77,7 +77,7 @@ std::string literal(const ConfigValue& value) {
     return "[" + list + "]";
 }
 
-/// A file that says the same, key by key.
+/// Return a file with the same values, one key a line.
 std::string saidAgain(const Values& values) {
     std::string text;
     for (const auto& [name, value] : values)
@@ -113,7 +113,7 @@ void checkAccepted(const Values& values) {
     }
     NS_CORBA::OssNetworks networks;
     std::string whyNot;
-    // the others are host names, for the addresses in an NMS's own reference
+    // the remaining entries are host names, which occur in an NMS's reference
     Texts allowed = std::get<Texts>(values.at("access.allowed_oss"));
     std::erase_if(allowed, [](const std::string& each) { return util::isHostName(each); });
     require(networks.parse(allowed, whyNot), "networks are accepted that cannot be read");

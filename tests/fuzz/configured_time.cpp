@@ -1,5 +1,5 @@
-// Times in the form that is configured take the whole base configuration to say, and the ORB with
-// it. The targets read times and say them in fixed forms: nothing here is asked for by them.
+// Writing a time in the configured form needs the whole base configuration and the ORB. The targets
+// only use fixed forms, so they never call these functions.
 
 #include <kelp/corbabase/time_text.h>
 

@@ -1,4 +1,5 @@
-// Every input of the seed corpus, in every build: what the fuzzer once found stays found.
+// Replays every input of the seed corpus in every build, so that faults once found by the fuzzer
+// stay fixed.
 
 #include <gtest/gtest.h>
 
@@ -52,7 +53,7 @@ TEST_P(Corpus, EveryInputKeepsTheProperties) {
         EXPECT_NO_THROW(feed(GetParam(), test::contentOf(input))) << input;
 }
 
-/// The beginnings of inputs are inputs, too, that end where nobody expects it.
+/// The beginning of an input is a further input, which ends unexpectedly.
 TEST_P(Corpus, EveryBeginningOfAnInputKeepsTheProperties) {
     for (const std::filesystem::path& input : inputsOf(GetParam())) {
         const std::string bytes = test::contentOf(input);

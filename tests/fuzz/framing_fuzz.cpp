@@ -12,7 +12,7 @@ namespace {
 using namespace orb::giop;
 using Step = MessageAssembler::Step;
 
-/// An address without a log-in, or with one.
+/// An address with or without a log-in.
 class Peer : public PeerStanding {
   public:
     explicit Peer(bool loggedIn) : loggedIn_(loggedIn) {}
@@ -30,7 +30,8 @@ struct Outcome {
     bool operator==(const Outcome&) const = default;
 };
 
-/// What comes out when the octets arrive in parts of these sizes, over and over.
+/// Return what the assembler produces when the octets arrive in parts of these sizes, repeated
+/// cyclically.
 Outcome assemble(Input octets, const std::vector<std::size_t>& sizes, bool loggedIn) {
     AssemblerLimits limits;
     limits.messageOctetsMax = 4096;
@@ -63,8 +64,8 @@ Input inputOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-/// Whole messages that the ORB can rely on: requests with sound headers, and complete runs of
-/// messages of GIOP 1.1, whose fragments follow one another.
+/// Require whole messages that the ORB can rely on: requests with valid headers, and complete
+/// sequences of GIOP 1.1 messages whose fragments follow each other.
 void requireSound(const std::vector<std::string>& messages) {
     bool expectsFragment = false;
     for (const std::string& message : messages) {

@@ -1,4 +1,4 @@
-// The entry that libFuzzer calls, for the one target that this executable is built for.
+// The entry point that libFuzzer calls, for the one target of this executable.
 
 #include "targets.h"
 

@@ -18,7 +18,7 @@ using CosNaming::NamingContext;
 using namespace kelp::naming;
 using test::FakeSurroundings;
 
-/// What a call came to, as far as a caller may learn it.
+/// The outcome of a call, as far as a caller may learn it.
 enum class End { Done, NotFound, InvalidName, InvalidAddress, NoPermission, Gone };
 
 template <class Call>
@@ -54,7 +54,7 @@ class Service {
     std::size_t refused() const { return refused_; }
     FakeSurroundings::Script& script() { return script_; }
 
-    /// All entries of all contexts.
+    /// Return all entries of all contexts.
     std::vector<std::vector<NameEntry>> everything() const {
         std::vector<std::vector<NameEntry>> all;
         for (const char* path : {"a.x", "a.x/b", "c"})
@@ -76,7 +76,7 @@ class Service {
     const PortableServer::ServantBase_var owner_{any_};
 };
 
-/// A line is a component, its kind follows the first tab; neither can hold a zero.
+/// Each line is a component. Its kind follows the first tab. Neither can contain a zero octet.
 CosNaming::Name nameOf(const std::string& text) {
     CosNaming::Name name;
     for (std::size_t at = 0; at < text.size();) {
@@ -162,7 +162,7 @@ void checkListing(Service& service, std::size_t howMany) {
 }  // namespace
 
 void fuzzNaming(Input input) {
-    // the first line is the object id of the context that is called, the rest the name
+    // the first line is the object id of the called context, the other lines are the name
     const std::string all = textOf(input);
     const std::size_t line = std::min(all.find('\n'), all.size());
     const std::string rest = all.substr(std::min(line + 1, all.size()));

@@ -24,12 +24,12 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-/// An entry as this file understands it, apart from the code that it checks.
+/// An entry as this file parses it, independently of the code under test.
 struct Network {
     std::vector<std::uint8_t> address;  // 4 or 16 bytes
     unsigned prefix;
 
-    /// True for the 96 bits before an IPv4 address in IPv6.
+    /// True if the address begins with the 96 bits of an IPv4-mapped IPv6 address.
     bool isMapped() const {
         const std::array<std::uint8_t, 12> before{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
         return address.size() == 16 && std::equal(before.begin(), before.end(), address.begin());
@@ -76,11 +76,12 @@ std::vector<std::uint8_t> withBitTurned(std::vector<std::uint8_t> address, std::
     return address;
 }
 
-/// Turning a bit leaves the network if the prefix covers it, and only then.
+/// Flipping a bit leaves the network if, and only if, the prefix covers the bit.
 void checkMembers(const OssNetworks& networks, std::vector<std::uint8_t> address, unsigned prefix) {
     require(contains(networks, address), "a network does not hold its own address");
     const bool isNowhere =
-        address == std::vector<std::uint8_t>(4, 0);  // stands for no address at all
+        // 0.0.0.0 stands for no address
+        address == std::vector<std::uint8_t>(4, 0);
     require(
         isNowhere || networks.contains(orb::parsePeer("giop:tcp:" + peerText(address) + ":4800")),
         "a network does not hold a peer with its own address");
@@ -94,7 +95,7 @@ void checkNetwork(const Network& network, const OssNetworks& networks) {
         checkMembers(networks, network.address, network.prefix);
         return;
     }
-    // an IPv4 network, once its prefix reaches into the IPv4 address
+    // with a prefix of 96 or more it is an IPv4 network
     if (network.prefix >= 96)
         checkMembers(networks, {network.address.begin() + 12, network.address.end()},
                      network.prefix - 96);

@@ -17,7 +17,7 @@ bool same(const PeerAddress& a, const PeerAddress& b) {
     return a.text == b.text && a.port == b.port && a.ipv4 == b.ipv4 && a.ipv6 == b.ipv6;
 }
 
-/// The text says what the numbers say, and can go to logs and into a session's name.
+/// Require that the text equals the numbers, and that it is safe for logs and session names.
 void checkReadable(const PeerAddress& peer) {
     require(
         std::all_of(peer.text.begin(), peer.text.end(), [](char c) { return c > ' ' && c < 0x7f; }),

@@ -33,7 +33,8 @@ bool isPrintable(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
-/// A reference that says the same: a profile for each address, the object key in the first.
+/// Return a reference with the same content: one profile per address, with the object key in the
+/// first.
 std::string saidAgain(const ReferenceContent& content) {
     std::vector<TaggedBytes> profiles;
     std::string key = content.objectKey;

@@ -21,8 +21,8 @@ std::string valueOf(const std::string& text, const char* const (&tags)[2]) {
     return valueOf(text, tags[0], tags[1], static_cast<int>(std::string(tags[0]).size()));
 }
 
-/// What stands between the first opening tag and the first closing tag after it, searched byte by
-/// byte.
+/// Return the text between the first opening tag and the first closing tag after it, found by a
+/// byte-by-byte search.
 std::string between(const std::string& text, const std::string& open, const std::string& close) {
     const auto isAt = [&](std::size_t at, const std::string& tag) {
         return text.size() - at >= tag.size() &&
@@ -54,7 +54,7 @@ void readSessionName(const std::string& text) {
                 "the value is another one than between its tags");
 }
 
-/// A name that is put together is taken apart into what it was made of.
+/// Require that a composed name is split into its original parts.
 void readWhatWasSaid(const std::string& text) {
     const std::string user = withoutBrackets(text.substr(0, text.size() / 2));
     const std::string address = withoutBrackets(text.substr(text.size() / 2));
@@ -65,7 +65,7 @@ void readWhatWasSaid(const std::string& text) {
             "the address of a session's name is another one");
 }
 
-/// Tags out of the text itself, and a length that need not be theirs.
+/// Use parts of the text itself as tags, with lengths that may be wrong.
 void readAnyTags(const std::string& text, Input input) {
     if (input.size() < 4)
         return;

@@ -6,9 +6,8 @@
 #include <stdexcept>
 #include <string>
 
-/// What is fuzzed: one function a target, each given any bytes whatever. They throw Broken when a
-/// property does not hold; any other exception, and whatever the sanitizers find, is a failure as
-/// well.
+/// The fuzz targets, one function each. A target accepts any bytes and throws Broken if a property
+/// does not hold. Any other exception, and any finding of the sanitizers, is a failure as well.
 namespace kelp::fuzz {
 
 using Input = std::span<const std::uint8_t>;
@@ -27,23 +26,26 @@ inline std::string textOf(Input input) {
     return {input.begin(), input.end()};
 }
 
-/// The encoded parameters of a request, behind three octets that say which.
+/// The encoded parameters of a request. Three octets before them select the byte order and version,
+/// the operation, and a fragment.
 void fuzzArguments(Input input);
 /// The text of a configuration file.
 void fuzzConfiguration(Input input);
-/// What a client sends, behind four octets that say who sends it and in which parts it arrives.
+/// The octets that a client sends. Four octets before them select the sender and the sizes of the
+/// parts in which the octets arrive.
 void fuzzFraming(Input input);
-/// Calls of an NMS to the naming service: the context's object id in the first line, then a name.
+/// An NMS's calls to the naming service. The first line is the context's object id, the rest is a
+/// name.
 void fuzzNaming(Input input);
 /// A list of networks, one a line.
 void fuzzNetworks(Input input);
-/// The transport's text for a peer; also the text as the host of one.
+/// The transport's text for a peer. The text is also used as the host in such a text.
 void fuzzPeerAddress(Input input);
-/// A stringified reference ("IOR:..."), or the bytes of one.
+/// A stringified reference ("IOR:..."), or the bytes of a reference.
 void fuzzReference(Input input);
 /// A text with tags, such as a session's name.
 void fuzzTaggedText(Input input);
-/// A time's text.
+/// The text of a time.
 void fuzzTimeText(Input input);
 
 }  // namespace kelp::fuzz

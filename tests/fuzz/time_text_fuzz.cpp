@@ -30,7 +30,8 @@ void readTime(const std::string& text) {
             "what is read is no time");
     if (err)
         return;
-    std::string said = TimeChange::time2UTCStr(time);  // the local fields, whatever "Z" says
+    // this function writes the fields as they are, although it appends "Z"
+    std::string said = TimeChange::time2UTCStr(time);
     said.pop_back();
     if (time.tm_year + 1900 < 0 || time.tm_year + 1900 > 9999)
         return;
@@ -69,7 +70,8 @@ void fuzzTimeText(Input input) {
     readRecord(text);
     splitAt("-", text);
     splitAt(", ", text);
-    if (!text.empty())  // delimiters out of the text itself, which occur in it
+    // use parts of the text itself as delimiters, so that they occur in it
+    if (!text.empty())
         splitAt(text.substr(text.size() / 2, 1 + static_cast<std::size_t>(input[0] % 3)), text);
 }
 

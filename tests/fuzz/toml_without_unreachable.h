@@ -1,9 +1,9 @@
 #pragma once
 
-// Comes before everything in files that use the parser of configuration files. Its release 3.3 says
-// "unreachable" where characters beyond ASCII get that are no blanks (tomlplusplus issues 190 and
-// 295): what a library built from it does there is for the tests of configuration files to see, the
-// sanitizers would find nothing else.
+// Included before everything else in files that use the parser of configuration files. Release 3.3
+// of the parser marks code as unreachable that is reached by non-ASCII characters other than blanks
+// (tomlplusplus issues 190 and 295). Here the mark is removed, because the sanitizers would find
+// nothing else. The tests of configuration files check what a library built with the mark does.
 #include <toml++/impl/preprocessor.h>
 
 #include <cstdint>

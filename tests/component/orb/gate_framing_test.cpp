@@ -33,8 +33,8 @@ class GateFraming : public testing::Test {
     GiopRequest longRequest(std::uint32_t id, std::size_t octets = 200) const {
         GiopRequest request = ping(id);
         request.operation = "eventLossCleared";
-        // in GIOP 1.2 parameters begin at a multiple of 8, like the content of a message except for
-        // 4 octets
+        // The writer's content begins at octet 12, the parameters begin at a multiple of 8. The
+        // difference of 4 octets does not matter, because nothing here is aligned to 8.
         request.arguments =
             GiopWriter().octets(std::string(octets, 'x') + '\0').message(0).substr(12);
         return request;

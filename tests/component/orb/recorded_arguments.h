@@ -19,7 +19,7 @@ class RecordedArguments {
         if (!is12)
             skipContexts();
         skip(4);  // the request id
-        // the response flags and reserved octets; in GIOP 1.0 one octet, which the next length pads
+        // the response flags and reserved octets; in GIOP 1.0 the response octet and padding
         skip(4);
         if (is12)
             skip(4);  // the addressing disposition

@@ -134,7 +134,7 @@ TEST_F(AdminRegistry, HasOneHandlerForARequest) {
 TEST_F(AdminRegistry, ForgetsAHandlerThatLeavesAndTakesAnotherInItsPlace) {
     echo_.leave();
     EXPECT_EQ(post("1").status, 404);
-    echo_.leave();  // once more does nothing
+    echo_.leave();  // a second call does nothing
     const Registration other =
         registry_.enter("POST", "/echo", [](const Json&) { return Json("other"); });
     EXPECT_EQ(post("1").body, "other");

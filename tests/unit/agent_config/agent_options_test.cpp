@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAreArray;
 using testing::HasSubstr;
 
-/// An agent's configuration on a configuration store that holds an [agent] table.
+/// An agent's configuration, read from a configuration store with an [agent] table.
 class AgentOptions : public testing::Test {
   protected:
     ~AgentOptions() override { CorbaAgentConfig::Destroy(); }
@@ -33,7 +33,7 @@ class AgentOptions : public testing::Test {
     }
     static CorbaAgentConfig& config() { return *CorbaAgentConfig::Instance(); }
 
-    /// The trace lines of this subject.
+    /// Return the trace lines of this subject.
     static std::vector<std::string> traced(const kelp::test::TraceCapture& trace) {
         std::vector<std::string> lines;
         for (const kelp::util::TraceLine& line : trace.records()) {
@@ -118,14 +118,14 @@ TEST_F(AgentOptions, OfAnEmptyStoreTraceEveryFailedReadInOrder) {
         "FTP_Port",
         "FTP_TrustedCer",
         "FTP_ClientCer",
-        "FTP_ClientCer",  // of FTP_PrivateKey
+        "FTP_ClientCer",  // for FTP_PrivateKey
         "bReportCrossConn",
         "bReportAckAlarm",
         "ResourceNameType",
         "NotifyModel",
         "FilterResourceIDLevel",
         "HeartbeatEventType",
-        "HeartbeatEventType",  // of AlarmCompatibility
+        "HeartbeatEventType",  // for AlarmCompatibility
         "Tasizeisfaf",
         "Cachesize",
         "Eventlistsize",
@@ -164,8 +164,8 @@ TEST_F(AgentOptions, MissingPrivateKeyIsTracedAsTheClientCertificate) {
 struct NumberKey {
     const char* key;
     std::function<std::int32_t(const CorbaAgentConfig&)> accessor;
-    std::int32_t missing;  ///< after a read without the key
-    bool kept;             ///< a later read without the key keeps the value
+    std::int32_t missing;  ///< value after a read without the key
+    bool kept;             ///< whether a later read without the key keeps the value
 };
 
 void PrintTo(const NumberKey& key, std::ostream* out) {

@@ -13,7 +13,7 @@
 namespace NS_KELPCORBA {
 namespace {
 
-/// A catalogue that lives as long as the process, as the host's does.
+/// A catalogue that exists as long as the process, like the host's.
 class Catalogue : public NS_BUNDLEMGR1::ErrorCodeBufIf {
   public:
     bool GetErrorText(unsigned long code, std::string& text) const override {

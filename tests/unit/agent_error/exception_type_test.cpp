@@ -10,7 +10,8 @@ namespace {
 
 globaldefs::ExceptionType_T typeOf(unsigned long code) {
     globaldefs::ProcessingFailureException exception;
-    exception.exceptionType = globaldefs::EXCPT_USERLABEL_IN_USE;  // never produced
+    // a value that the agent never produces
+    exception.exceptionType = globaldefs::EXCPT_USERLABEL_IN_USE;
     KelpCorbaErrTranslator(code, exception);
     return exception.exceptionType;
 }

@@ -1,4 +1,4 @@
-// A list in batches within the limits.
+// Reading a list in batches within the limits.
 
 #include <gmock/gmock.h>
 #include <kelp/agent/list_batches.h>
@@ -25,7 +25,7 @@ class ListBatchesTest : public testing::Test {
     }
 
     Batches::Limits limits_;
-    NumberedNames* source_ = nullptr;  ///< of batches_
+    NumberedNames* source_ = nullptr;  ///< owned by batches_
     std::unique_ptr<Batches> batches_;
 };
 

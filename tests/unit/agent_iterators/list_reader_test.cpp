@@ -1,4 +1,4 @@
-// The next batch of a list, read before it is asked for.
+// Reading the next batch of a list ahead of its request.
 
 #include <gmock/gmock.h>
 #include <kelp/agent/list_reader.h>
@@ -16,7 +16,7 @@ using Names = globaldefs::NamingAttributesList_T;
 using Reader = NS_KELPCORBA::ListReader<Names>;
 using NS_KELPCORBA::ReadAheadPlace;
 
-constexpr int kOver = -1;  ///< told for a list that is over
+constexpr int kOver = -1;  ///< returned for a list that is over
 constexpr int kFailed = -2;
 
 class ListReaderTest : public testing::Test {
@@ -47,8 +47,8 @@ class ListReaderTest : public testing::Test {
     }
     bool isListGone() const { return held_.use_count() == 1; }
 
-    QueuedWork* work_ = nullptr;       ///< the application manager's
-    NumberedNames* source_ = nullptr;  ///< the reader's
+    QueuedWork* work_ = nullptr;       ///< owned by the application manager
+    NumberedNames* source_ = nullptr;  ///< owned by the reader
     std::shared_ptr<const int> held_ = std::make_shared<const int>(0);
 };
 
@@ -214,7 +214,7 @@ TEST_F(ListReaderTest, ReadsNothingAheadWhenToldSo) {
 
 // -- batches that nobody fetches
 
-/// As if so much time had passed.
+/// Drop stale batches as if this time had passed.
 void passes(std::chrono::seconds time) {
     NS_KELPCORBA::ReadAheadHolders::dropStale(std::chrono::steady_clock::now() + time);
 }
@@ -250,7 +250,7 @@ TEST_F(ListReaderTest, GivesUpABatchWithEntriesThatWereHeldBefore) {
     next(reader, 5);
     work_->doOne();
     EXPECT_EQ(next(reader, 3), numbers(6, 8));
-    // 9 and 10 have been read and not given, 11 comes from the source
+    // 9 and 10 have been read but not returned, 11 is read from the source
     work_->doOne();
     EXPECT_EQ(source_->left(), 9u);
     passes(std::chrono::seconds(61));

@@ -7,7 +7,7 @@ namespace {
 
 using NS_KELPCORBA::OpenIterators;
 
-/// Their addresses alone matter.
+/// Only the addresses of the iterators matter.
 class OpenIteratorsTest : public testing::Test {
   protected:
     OpenIterators::Iterator at(std::size_t index) {

@@ -10,7 +10,7 @@
 
 namespace kelp::test {
 
-/// A task manager in the module's place, whose work the test does itself, when it wants.
+/// A task manager in place of the module's. The test itself does the posted work when it wants to.
 class QueuedWork final : public KelpTaskMgr {
   public:
     QueuedWork() = default;
@@ -27,7 +27,7 @@ class QueuedWork final : public KelpTaskMgr {
     int Type() const override { return NS_KELPCORBA::kModuleTaskMgrType; }
 
     std::size_t size() const { return queue_.size(); }
-    /// Does the oldest.
+    /// Do the oldest work.
     void doOne() {
         const Work work = std::move(queue_.front());
         queue_.pop_front();

@@ -102,7 +102,8 @@ TEST(OrderedRun, LeavesNoThreadBehind) {
         const std::filesystem::directory_iterator begin("/proc/self/task");
         return std::distance(begin, std::filesystem::directory_iterator());
     };
-    std::thread([] {}).join();  // a sanitizer starts a thread of its own with the first one
+    // with the first thread, a sanitizer starts an additional one
+    std::thread([] {}).join();
     const auto before = threads();
     OrderedSteps steps;
     steps.begin = steps.run = steps.conclude = [](std::size_t) {};

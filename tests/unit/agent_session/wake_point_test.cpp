@@ -112,14 +112,15 @@ TEST_F(WakePointTest, WaitsOnWhenItIsWokenForNothing) {
     });
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(wait(3), WaitEnd::TimedOut);
-    // whole seconds of the wall clock: a part of the first one is over already
+    // the wait counts whole seconds of the wall clock, and a part of the first one has already
+    // passed
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1900));
     stop = true;
     noise.join();
 }
 
 TEST_F(WakePointTest, LosesNoLastSignal) {
-    // each signal is answered before the next one comes, so a lost one would hang the waiter
+    // each signal is answered before the next one is sent, so a lost signal would block the waiter
     constexpr int signals = 2000;
     std::atomic<int> answered{0};
     std::thread waiter([&] {
@@ -166,8 +167,8 @@ TEST_F(WakePointTest, EndsNothingOnceASignalHasCome) {
             ++signals;
         }
     });
-    // both questions are asked under the lock; between them at most the count of an earlier signal
-    // is late
+    // Both functions are called under the lock. Between the calls, at most the counting of an
+    // earlier signal is late.
     std::uint64_t signalsBefore = 0;
     for (int i = 0; i < 20000 && !HasFailure(); ++i) {
         point_.wait(

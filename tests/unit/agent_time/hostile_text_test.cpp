@@ -19,7 +19,8 @@ void feed(const std::string& text) {
 TEST(HostileText, IsReadWithoutHarm) {
     test::setZone("CET-1CEST,M3.5.0,M10.5.0/3");
     const unsigned seed = std::random_device()();
-    std::cerr << "seed " << seed << std::endl;  // now: a failure may end the process
+    // printed now, because a failure may end the process
+    std::cerr << "seed " << seed << std::endl;
     std::mt19937 random(seed);
     const std::string good[] = {"20240105030405",       "20240105030405.0",     "20240105030405.0Z",
                                 "05/01/2024 03:04:05",  "05/01/2024 03:04:05Z", "2024-1-5-3-4-5",

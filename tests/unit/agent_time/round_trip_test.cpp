@@ -1,4 +1,4 @@
-// Times said and read again, in zones with and without daylight saving.
+// Times written and read again, in zones with and without daylight saving.
 
 #include <gtest/gtest.h>
 #include <kelp/agent/time_change.h>

@@ -10,7 +10,7 @@ namespace {
 
 using namespace test;
 
-/// The longest moments have no broken-down form.
+/// The largest times have no broken-down form.
 constexpr long kNoMoment = std::numeric_limits<long>::max();
 
 class TimeFormat : public testing::Test {
@@ -18,10 +18,11 @@ class TimeFormat : public testing::Test {
     TimeFormat() { setZone(kEast); }
 };
 
-/// True when `make` gives what `expected` gives at the same time.
+/// True if `make` and `expected` return the same, when called in the same second.
 template <class Make, class Expected>
 bool agrees(Make make, Expected expected) {
-    for (int attempt = 0; attempt < 3; ++attempt) {  // a second may end between the two
+    // a second may end between the calls
+    for (int attempt = 0; attempt < 3; ++attempt) {
         if (make() == expected())
             return true;
     }
@@ -96,7 +97,7 @@ TEST_F(TimeFormat, OfTheEpochByTime2strIsTheEpoch) {
 }
 
 TEST_F(TimeFormat, InTheLayoutOfUtcHasTheFieldsOfItsName) {
-    configure(kSlashed, kLocal);  // neither matters
+    configure(kSlashed, kLocal);  // neither setting matters
     EXPECT_EQ(TimeChange::time2UTCStr(0L), "19700101000000.0Z");
     EXPECT_EQ(TimeChange::time2UTCStr(kMoment), "20240105030405.0Z");
     EXPECT_EQ(TimeChange::UTCtime2str(kMoment), "20240105053405.0Z") << "local fields";

@@ -14,7 +14,7 @@ class TimeParse : public testing::Test {
   protected:
     TimeParse() { setZone(kEast); }
 
-    /// The moment that a text says; fails the test for an unreadable one.
+    /// Return the time that a text denotes. Fail the test if the text is unreadable.
     static std::time_t momentOf(const std::string& text) {
         bool err = true;
         std::tm time = TimeChange::str2Time(text, err);

@@ -13,7 +13,7 @@ inline constexpr int kLocal = 1;
 inline constexpr int kCompact = 0;
 inline constexpr int kSlashed = 1;
 
-/// A zone two hours and a half east of UTC without daylight saving.
+/// A zone two and a half hours east of UTC without daylight saving.
 inline constexpr const char* kEast = "TST-2:30";
 
 inline void configure(int appearance, int reference) {

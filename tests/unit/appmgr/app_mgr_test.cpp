@@ -13,7 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// Tells when it is ended and deleted.
+/// Reports when it is ended and when it is deleted.
 class WatchedTaskMgr : public KelpTaskMgr {
   public:
     WatchedTaskMgr(int type, std::string name, std::vector<std::string>& calls)

@@ -22,7 +22,7 @@ using kelp::test::waitUntil;
 
 constexpr int kType = 21;
 
-/// Keeps workers busy until it is told to let them go.
+/// Keeps workers busy until it is opened.
 class Gate {
   public:
     KelpTaskMgr::Work holdingWork() {
@@ -136,7 +136,7 @@ TEST_F(GnlTaskMgr, ExitLeavesWorkToItselfThatGoesOnWhileTheProcessStops) {
     EXPECT_TRUE(trace.contains("work of task manager 21 still runs"));
     taskMgr.reset();
     gate.open();
-    // the worker that was left behind ends as well
+    // the worker that was left running ends as well
     threads.wait();
     kelp::util::endStop();
 }

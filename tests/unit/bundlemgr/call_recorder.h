@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// What the test's bundles find in the registry: they write down what is done to them and ask how
-/// to behave.
+/// An interface that the test's bundles find in the registry. They record the calls they receive
+/// and ask how to behave.
 class CallRecorder : public NS_BUNDLEMGR1::ServiceInterface {
   public:
     static constexpr const char* kKey = "CallRecorder";
@@ -23,8 +23,8 @@ class CallRecorder : public NS_BUNDLEMGR1::ServiceInterface {
     virtual void called(const std::string& bundle, const std::string& operation) {
         calls.push_back(bundle + " " + operation);
     }
-    /// "init fails", "init throws", "Shutdown throws", "fini fails", "nothing is made"; empty for
-    /// well-behaved.
+    /// Return "init fails", "init throws", "Shutdown throws", "fini fails" or "nothing is made";
+    /// empty for normal behaviour.
     virtual std::string behaviour(const std::string& bundle) { return behaviours[bundle]; }
 
     std::vector<std::string> calls;

@@ -39,7 +39,7 @@ TEST(ConfigChecks, CheckTakesNothingOver) {
 }
 
 TEST(ConfigChecks, ATextWithAZeroCharacterIsRefused) {
-    // what comes after it would be missing wherever the text goes to the system
+    // system calls would ignore everything after the zero character
     EXPECT_THAT(
         check("[trace]\nfile = \"/var/log/kelp\\u0000.log\"\n"),
         ElementsAre("2: trace.file: must be a text, but is one with a zero character in it"));
@@ -53,7 +53,7 @@ TEST(ConfigChecks, ATextWithAZeroCharacterIsRefused) {
             "2: agent.FTP_TrustedCer: must be a text, but is one with a zero character in it"));
 }
 
-/// UTF-8 of a character that takes two or three bytes.
+/// Return the UTF-8 form of a character that takes two or three bytes.
 std::string utf8(char32_t character) {
     const auto follows = [](char32_t bits) { return static_cast<char>(0x80 | (bits & 0x3f)); };
     if (character < 0x800)
@@ -62,7 +62,7 @@ std::string utf8(char32_t character) {
 }
 
 TEST(ConfigChecks, ACharacterBeyondAsciiOutsideOfTextsIsNoToml) {
-    // ranges in which the parser's search for blanks says that it never gets there, but does
+    // the parser marks its code for these ranges as unreachable, but reaches it
     const std::pair<char32_t, char32_t> ranges[] = {
         {0xa1, 0x499}, {0x2c8e, 0x2fff}, {0xfe86, 0xfefe}};
     for (const auto& [first, last] : ranges) {
@@ -217,7 +217,7 @@ TEST(ConfigChecks, OnlyEndpointsInUseAreLookedAt) {
 }
 
 TEST(ConfigChecks, EmbeddedNamingServiceIsOnThisMachine) {
-    // 192.0.2.0/24 is for documentation: no machine has it.
+    // 192.0.2.0/24 is reserved for documentation, so no machine has this address.
     EXPECT_THAT(
         check("[naming]\nhost = \"192.0.2.1\"\n"),
         ElementsAre(HasSubstr("2: naming.host: \"192.0.2.1\" is no address of this machine")));

@@ -22,7 +22,7 @@ ConfigStore& store() {
     return ConfigStore::instance();
 }
 
-/// The problems' texts.
+/// Load the text. Return the texts of the problems.
 std::vector<std::string> load(const std::string& toml) {
     std::vector<std::string> texts;
     for (const ConfigProblem& problem : store().loadText(toml, "kelp.toml"))

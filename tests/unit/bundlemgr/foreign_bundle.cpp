@@ -3,7 +3,7 @@
 
 #include <memory>
 
-// A service object of ACE that is none of the bundle manager's.
+// A service object of ACE that is not derived from the bundle manager's.
 extern "C" {
 KELP_EXPORT ACE_Service_Object* _make_kelptest_foreign(ACE_Service_Object_Exterminator*);
 

@@ -29,7 +29,7 @@ LightEventData withValue(const std::string& value) {
     return LightEventData{{{"IP", value}}};
 }
 
-/// Writes events down as "id value" and does what the test wants besides.
+/// Records events as "id value" and runs a function of the test.
 class Recorder : public LightEventHandler {
   public:
     explicit Recorder(std::function<void(int)> also = [](int) {}) : also_(std::move(also)) {}

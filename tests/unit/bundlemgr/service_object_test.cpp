@@ -34,7 +34,7 @@ TEST(NullServiceInterface, SaysWhatItIs) {
     EXPECT_EQ(nothing.GetInterfaceVersion(), 0);
 }
 
-/// An interface that tells when it is deleted.
+/// An interface that reports its deletion.
 class WatchedInterface : public NULLServiceInterface {
   public:
     explicit WatchedInterface(int& deleted) : deleted_(deleted) {}

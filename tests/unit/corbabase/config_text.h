@@ -7,7 +7,7 @@
 
 namespace kelp::test {
 
-/// Takes a configuration over that must be free of problems.
+/// Load a configuration, which must be free of problems.
 inline void configure(const std::string& toml) {
     for (const NS_BUNDLEMGR1::ConfigProblem& problem :
          NS_BUNDLEMGR1::ConfigStore::instance().loadText(toml, "test.toml"))

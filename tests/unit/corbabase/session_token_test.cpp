@@ -49,7 +49,7 @@ TEST(SessionToken, IsInNoIdThatEndsInAnythingElse) {
             EXPECT_FALSE(token.isIn(other)) << at << ", bit " << bit;
         }
     }
-    // any name before it: whether there is such a manager is another question
+    // any name may precede the token: whether such a manager exists is checked elsewhere
     EXPECT_TRUE(token.isIn("x" + id));
     EXPECT_TRUE(token.isIn(id.substr(3)));
 }

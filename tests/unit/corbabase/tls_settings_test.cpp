@@ -14,7 +14,7 @@ namespace {
 
 class TlsSettings : public testing::Test {
   protected:
-    /// `more` may add the password's file.
+    /// Return the problems of these settings. `more` may add the password file.
     static std::vector<std::string> check(const std::string& ca, const std::string& certificate,
                                           const std::string& more = "", int mode = 1) {
         kelp::test::configure("[tls]\nmode = " + std::to_string(mode) + "\nca = \"" + ca +
@@ -29,7 +29,7 @@ class TlsSettings : public testing::Test {
         return "key_password_file = \"" + file + "\"\n";
     }
 
-    /// A file that only its owner can read.
+    /// Write a file that only its owner can read.
     std::string secret(const std::string& name, const std::string& content) const {
         const std::filesystem::path file = folder_.write(name, content);
         std::filesystem::permissions(

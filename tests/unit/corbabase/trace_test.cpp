@@ -104,7 +104,7 @@ TEST(FuncGuardTrace, TellsThatAnOperationWasEnteredAndLeft) {
     EXPECT_EQ(capture.records()[0].level, 3);
 }
 
-/// Counts like a servant.
+/// Counted like a servant.
 class Counted {
   public:
     explicit Counted(int* source) : source_(source) {}

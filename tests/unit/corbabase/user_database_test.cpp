@@ -20,7 +20,7 @@ constexpr HashCost kCheap{8, 1};
 
 class UserDatabaseTest : public testing::Test {
   protected:
-    /// The sentence that an operation fails with; empty when it does not fail.
+    /// Return the text of an operation's failure; empty if it succeeds.
     template <class Operation>
     static std::string failureOf(Operation operation) {
         try {
@@ -368,7 +368,7 @@ TEST_F(UserDatabaseTest, EveryNewPasswordHasANumberOfItsOwn) {
 }
 
 TEST_F(UserDatabaseTest, AnUnknownUserCostsAHashAtTheStoredCostElseAtTheConfiguredOne) {
-    // a cost that no hash can have shows which one is computed
+    // with a cost that no hash can have, the failure shows which cost is used
     constexpr HashCost kImpossible{1, 1};
     UserDatabase database(file);
     EXPECT_NE(failureOf([&] { database.authenticate("nobody", "secret", kImpossible); }), "");

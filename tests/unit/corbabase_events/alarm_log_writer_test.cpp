@@ -1,4 +1,4 @@
-// Alarms in words, off the thread that raises them.
+// Alarms as text, written on another thread than the one that raises them.
 
 #include <alarm_log_writer.h>
 #include <gmock/gmock.h>
@@ -43,7 +43,7 @@ class AlarmWriting : public testing::Test {
         changed_.notify_all();
     }
     std::string content() const { return contentOf(file_); }
-    /// The entries in the order of the file.
+    /// Return the entries in the order of the file.
     std::vector<int> numbers() const {
         std::vector<int> found;
         const std::string text = content();

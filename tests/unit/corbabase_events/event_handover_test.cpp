@@ -1,4 +1,4 @@
-// The way of events from those who raise them to a channel that answers, refuses, hangs or is away.
+// The path of events from their sources to a channel that answers, refuses, hangs or is absent.
 
 #include <event_handover.h>
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ std::vector<int> upTo(int last, int first = 1) {
     return numbers;
 }
 
-/// A channel that does as it is told. Any thread may call it.
+/// A channel that the test controls. Any thread may call it.
 class ScriptedLink final : public EventChannelLink {
   public:
     bool isConnected() const override { return connected; }
@@ -73,14 +73,14 @@ class ScriptedLink final : public EventChannelLink {
         const std::lock_guard guard(mutex_);
         reachable_ = reachable;
     }
-    /// Waits until so many deliveries have begun.
+    /// Wait until this number of deliveries has begun.
     bool begins(int deliveries) const {
         return waitUntil([&] {
             const std::lock_guard guard(mutex_);
             return begun_ >= deliveries;
         });
     }
-    /// So many deliveries get no answer.
+    /// Leave this number of deliveries without an answer.
     void leaveUnanswered(int deliveries) {
         const std::lock_guard guard(mutex_);
         unanswered_ = deliveries;
@@ -89,7 +89,7 @@ class ScriptedLink final : public EventChannelLink {
         const std::lock_guard guard(mutex_);
         return delivered_;
     }
-    /// What was tried, a probe being an empty one.
+    /// Return all attempts. An empty list is a probe.
     std::vector<std::vector<int>> attempts() const {
         const std::lock_guard guard(mutex_);
         return attempts_;

@@ -1,4 +1,4 @@
-// Which live log-ins become invalid, and how often that is told.
+// Which live log-ins become invalid, and how often that is reported.
 
 #include "access/live_logins.h"
 
@@ -148,7 +148,7 @@ TEST_F(LiveLoginsTest, ANewLogInUnderTheSameNameIsNoneOfTheOldOnesBusiness) {
     live.compare({account});
     account.enabled = true;
     live.enter(login, account);
-    live.leave(login);  // the old one ends first
+    live.leave(login);  // the old log-in ends first
     live.compare({account});
     EXPECT_THAT(invalid(), IsEmpty());
     EXPECT_EQ(live.count(login), 1u);

@@ -1,4 +1,4 @@
-// How many log-ins an account and an address may have at the same time.
+// The number of log-ins that an account and an address may have at the same time.
 
 #include <gtest/gtest.h>
 

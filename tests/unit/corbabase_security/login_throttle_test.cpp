@@ -1,4 +1,4 @@
-// What holds failed log-ins back, on a clock of the test's own.
+// The throttle for failed log-ins, on a clock controlled by the test.
 
 #include "access/login_throttle.h"
 
@@ -19,7 +19,7 @@ LoginOrigin at(const std::string& address) {
 
 class LoginThrottleTest : public testing::Test {
   protected:
-    /// So many wrong passwords, each as soon as it is taken; the last lock-out that came of it.
+    /// Fail this number of times with a wrong password, without waiting. Return the last lock-out.
     std::optional<std::chrono::seconds> fail(const std::string& user, const LoginOrigin& origin,
                                              int times = 1) {
         std::optional<std::chrono::seconds> lockout;
@@ -30,7 +30,7 @@ class LoginThrottleTest : public testing::Test {
     bool refuses(const std::string& user, const LoginOrigin& origin) const {
         return throttle.refuses(user, origin, now);
     }
-    /// How many seconds an attempt is still refused for, found by letting the clock run.
+    /// Advance the clock until an attempt is accepted. Return how many seconds that took.
     std::chrono::seconds waitUntilTaken(const std::string& user, const LoginOrigin& origin) {
         std::chrono::seconds waited{0};
         for (; refuses(user, origin) && waited < 24h; ++waited)
@@ -98,7 +98,7 @@ TEST_F(LoginThrottleTest, AUserUnderAttackHasOneAttemptPerStrangeAddress) {
     EXPECT_EQ(fail("nms1", at("10.2.0.1")), 300s);
     EXPECT_EQ(waitUntilTaken("nms1", at("10.2.0.1")), 300s);
     EXPECT_EQ(fail("nms1", at("10.2.0.1")), 600s);
-    // nobody else has fewer
+    // other users still have all their attempts
     EXPECT_EQ(fail("nms2", at("10.2.0.1"), 4), std::nullopt);
 }
 
@@ -140,7 +140,7 @@ TEST_F(LoginThrottleTest, AllAddressesOfAnIpv6NetworkWaitTogether) {
         fail("name" + std::to_string(i), origin("2001:db8::" + std::to_string(i + 1)));
     EXPECT_TRUE(refuses("nms1", origin("2001:db8::ffff")));
     EXPECT_FALSE(refuses("nms1", origin("2001:db8:0:1::1")));
-    // but a user is locked out at the one address only
+    // but a user is locked out at a single address only
     fail("nms2", origin("2001:db8:0:2::1"), 5);
     EXPECT_TRUE(refuses("nms2", origin("2001:db8:0:2::1")));
     EXPECT_FALSE(refuses("nms2", origin("2001:db8:0:2::2")));
@@ -171,7 +171,7 @@ TEST_F(LoginThrottleTest, RecordsAreBoundedHoweverManyNamesAndAddressesCome) {
              at("10.0." + std::to_string(i / 250) + "." + std::to_string(i % 250)));
     }
     EXPECT_LE(throttle.records(), 3000u);
-    // the newest ones are those that are kept
+    // the newest records are kept
     fail("name19999", at("10.0.79.249"), 4);
     EXPECT_TRUE(refuses("name19999", at("10.0.79.249")));
 }

@@ -22,7 +22,7 @@ SecurityRecord refusal(const std::string& peer, SecurityEvent event = SecurityEv
     return record;
 }
 
-/// How many of `count` refusals stand by themselves.
+/// Return how many of `count` refusals are logged individually.
 unsigned single(RefusalSummary& summary, const SecurityRecord& record, unsigned count,
                 RefusalSummary::Time now) {
     unsigned alone = 0;

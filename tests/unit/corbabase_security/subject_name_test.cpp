@@ -1,4 +1,4 @@
-// The one form that certificates' subjects are compared in.
+// The normal form in which the subjects of certificates are compared.
 
 #include "users/subject_name.h"
 

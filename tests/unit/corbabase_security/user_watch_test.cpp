@@ -1,4 +1,4 @@
-// Changes of the user database that somebody else makes, look by look.
+// Changes of the user database by another process, found by one call of look() at a time.
 
 #include "users/user_watch.h"
 

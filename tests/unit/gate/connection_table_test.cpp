@@ -32,7 +32,7 @@ class TestSeat final : public Seat {
 
 class ConnectionTableTest : public testing::Test {
   protected:
-    /// A connection of this age, if it is admitted.
+    /// Admit a connection of this age. Return null if it is refused.
     TestSeat* connect(ConnectionTable& table, const std::string& address, Seat::Use use, int age) {
         PeerAddress peer;
         peer.text = address;
@@ -81,7 +81,7 @@ TEST_F(ConnectionTableTest, ClosesNewOnesBeforeIdleOnesAndOlderOnesFirst) {
     EXPECT_FALSE(connect(table, "c", Seat::Use::Busy, 0));
     EXPECT_FALSE(busy->isClosed);
     EXPECT_EQ(table.count(), 4U);
-    // those that were closed leave without giving a second place back
+    // connections that the table closed leave without releasing a second place
     table.leave(*old);
     table.leave(*young);
     EXPECT_EQ(table.count(), 4U);

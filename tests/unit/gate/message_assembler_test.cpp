@@ -43,7 +43,7 @@ std::string joined(const std::vector<std::string>& parts) {
     return all;
 }
 
-/// What came out of an assembler.
+/// The output of an assembler.
 struct Outcome {
     std::vector<std::string> messages;
     Step last = Step::More;
@@ -53,7 +53,7 @@ struct Outcome {
 
 class AssemblerTest : public testing::Test {
   protected:
-    /// Hands the octets over in parts, as often as an assembler takes them.
+    /// Pass the octets to the assembler in these parts, as long as it accepts them.
     Outcome feed(MessageAssembler& assembler, const std::vector<std::string>& parts) {
         Outcome outcome;
         for (const std::string& part : parts) {
@@ -302,7 +302,7 @@ TEST_F(AssemblerTest, RefusesAnotherVersionInTheSameConnection) {
 TEST_F(AssemblerTest, EndsWhenThePeerCloses) {
     for (const GiopType type : {GiopType::CloseConnection, GiopType::MessageError}) {
         const std::string whole = requestMessage(request(2));
-        // of any version
+        // CloseConnection and MessageError may have any version
         const Outcome outcome = assemble(whole + giopMessage(GiopWriter(0), type) + whole);
         EXPECT_EQ(outcome.messages, std::vector<std::string>{whole});
         EXPECT_EQ(outcome.last, Step::End);
@@ -485,12 +485,13 @@ TEST_F(AssemblerTest, LimitsLocateRequests) {
     EXPECT_EQ(outcome.violation, Violation::TooManyLocates);
 }
 
-/// An any that holds itself as a type, thousands of levels deep.
+/// Return an any with a type nested thousands of levels deep.
 std::string deepAny() {
     GiopWriter writer(2);
     for (int level = 0; level < 2000; ++level)
         writer.unsignedLong(19).unsignedLong(
-            0xffff);  // sequences, whose lengths leave the encapsulation
+            // nested sequences whose lengths exceed the enclosing encapsulation
+            0xffff);
     return writer.message(0).substr(12);
 }
 

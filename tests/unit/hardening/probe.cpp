@@ -1,4 +1,4 @@
-// What is built with the options of optimised builds, and once without, for the check of the built
+// Built once with the options of optimised builds and once without, for the check of the built
 // files.
 
 #include <cstring>

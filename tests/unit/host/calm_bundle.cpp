@@ -3,7 +3,7 @@
 
 namespace kelp::test {
 
-/// A bundle that does nothing: the host runs with it without an agent.
+/// A bundle that does nothing, so that the host runs without an agent.
 class CalmBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     CalmBundle() : ServiceObjectBase("calm_bundle", "calm_bundle") {}

@@ -1,4 +1,4 @@
-// What the host makes of files that others can write, and how it leaves its own.
+// How the host treats files that others can write, and which permissions it gives its files.
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 class KelpdHardeningTest : public KelpdTest {
   protected:
     fs::path state() const { return scratch_ / "state"; }
-    /// A file of the state directory with this mode, made together with the folder.
+    /// Create a file in the state directory with this mode, and the directory if necessary.
     fs::path stateFile(const std::string& name, mode_t mode) const {
         fs::create_directories(state());
         const fs::path file = state() / name;
@@ -30,7 +30,7 @@ class KelpdHardeningTest : public KelpdTest {
         EXPECT_EQ(::chmod(file.c_str(), mode), 0);
         return file;
     }
-    /// Neither a check nor a start takes the configuration, and both say why.
+    /// Expect that both a check and a start refuse the configuration with this reason.
     void expectRefused(const fs::path& config, const std::string& why) {
         for (const char* const option : {"--check-config", "--config"}) {
             const std::size_t before = output_.count("kelpd: " + why);
@@ -39,7 +39,7 @@ class KelpdHardeningTest : public KelpdTest {
                 << option << ": " << output_.text();
         }
     }
-    /// The soft and the hard limit of the running host's core dumps.
+    /// Return the soft and the hard limit for core dumps of the running host.
     std::pair<std::string, std::string> coreLimits() const {
         std::ifstream limits("/proc/" + std::to_string(process_->pid()) + "/limits");
         const std::string name = "Max core file size";
@@ -130,7 +130,7 @@ TEST_P(KelpdUnderUmask, LeavesItsFilesToItsOwnerAlone) {
     process_ = std::make_unique<ChildProcess>(Launch{
         "/bin/sh", {"-c", command, KELPD, config.string()}, environment_, output_.file(), false});
     ASSERT_TRUE(output_.waitFor("kelpd is ready")) << output_.text();
-    // the logs are opened by threads of their own
+    // separate threads open the logs
     ASSERT_TRUE(eventually([this] {
         return fs::exists(state() / "oplog-audit.db-wal") && fs::exists(state() / "audit.key") &&
                fs::exists(state() / "oplog.db-wal");

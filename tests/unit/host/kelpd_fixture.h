@@ -14,12 +14,12 @@
 
 namespace kelp::test {
 
-/// The real kelpd, run with command lines and configurations of the test's making, with a bundle
-/// that does nothing in place of the agent.
+/// The real kelpd with command lines and configurations of the test. A bundle that does nothing
+/// replaces the agent.
 class KelpdTest : public testing::Test {
   protected:
-    /// Writes a configuration file. `more` joins the keys that every test needs; it may replace the
-    /// bundle.
+    /// Write a configuration file with the keys that every test needs and the lines in `more`.
+    /// Return its path.
     std::filesystem::path configure(const std::string& more = "",
                                     const std::string& bundle = "calm_bundle") {
         const std::filesystem::path file = scratch_ / "kelp.toml";
@@ -29,12 +29,12 @@ class KelpdTest : public testing::Test {
         return file;
     }
 
-    /// Runs kelpd to its end; the exit code.
+    /// Run kelpd to its end. Return the exit code.
     int run(const std::vector<std::string>& arguments) {
         return runToEnd({KELPD, arguments, environment_, output_.file(), false});
     }
 
-    /// Starts kelpd and waits until it is ready.
+    /// Start kelpd and wait until it is ready.
     void start(const std::filesystem::path& config) {
         process_ = std::make_unique<ChildProcess>(
             Launch{KELPD, {"--config", config.string()}, environment_, output_.file(), false});

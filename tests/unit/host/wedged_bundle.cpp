@@ -6,7 +6,7 @@
 
 namespace kelp::test {
 
-/// A bundle that starts, and whose stop never comes to an end.
+/// A bundle that starts, but whose stop never ends.
 class WedgedBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
   public:
     WedgedBundle() : ServiceObjectBase("wedged_bundle", "wedged_bundle") {}

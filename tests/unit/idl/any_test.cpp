@@ -1,4 +1,4 @@
-// Values of the standard's types in an Any, as they travel in the fields of a structured event.
+// Values of the standard's types in an Any, as the fields of a structured event carry them.
 
 #include <cos/CosNotification.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Copying an Any marshals it, for which the ORB must know its code sets.
+/// Copying an Any marshals it. For that the ORB must know its code sets.
 class AnyValues : public testing::Test {
   protected:
     void SetUp() override {

@@ -1,4 +1,4 @@
-// Facts of the standard that an NMS relies on, stated one by one.
+// Facts of the standard on which an NMS relies, one by one.
 
 #include <gtest/gtest.h>
 #include <mtnm/emsMgr.h>

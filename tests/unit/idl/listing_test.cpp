@@ -1,4 +1,4 @@
-// The library that is linked against the committed listing of the interface, type by type.
+// Compares the linked library with the committed listing of the interface, type by type.
 
 #include <gtest/gtest.h>
 
@@ -12,8 +12,8 @@
 
 namespace {
 
-/// Repository id to definition, without what a TypeCode does not tell: case labels and base
-/// interfaces.
+/// Return a map from repository id to definition, without case labels and base interfaces, which a
+/// TypeCode does not contain.
 std::map<std::string, std::string> readListing() {
     static const std::regex notInTypeCodes("case \\w+: | : .*");
     std::map<std::string, std::string> definitions;

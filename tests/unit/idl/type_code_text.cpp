@@ -4,8 +4,8 @@
 
 namespace {
 
-/// "globaldefs::Time_T" for IDL:mtnm.tmforum.org/globaldefs/Time_T:1.0. An id of another form is
-/// left as it is.
+/// Return "globaldefs::Time_T" for IDL:mtnm.tmforum.org/globaldefs/Time_T:1.0. An id of another
+/// form is returned unchanged.
 std::string scopedName(CORBA::TypeCode_ptr type) {
     static const std::regex form("IDL:(mtnm\\.tmforum|omg)\\.org/([\\w/]+):1\\.0");
     const std::string id(type->id());

@@ -12,7 +12,7 @@ using testing::HasSubstr;
 
 class CsvText : public testing::Test {
   protected:
-    /// What is wrong with the first record.
+    /// Return the problem of the first record.
     std::string problemOf(const std::string& content) {
         LineReader in(folder.write("file.csv", content));
         std::string problem;

@@ -20,7 +20,7 @@ class CurrentInventory : public InventoryTest {
         for (const char* const part : {"", "-wal", "-shm"})
             std::filesystem::remove(database.string() + part);
     }
-    /// Another inventory, with an element "New", in the place of the one that was there.
+    /// Replace the file with another inventory that has an element "New".
     void replaceFile() {
         const std::filesystem::path other = folder / "other.db";
         const auto lines =

@@ -10,8 +10,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-/// Values that are easily lost on the way: quotes, lines, commas, characters beyond ASCII, empty
-/// ones, vendors' rates, and every attribute that is not as it is by default.
+/// Values that are easily lost: quotes, line breaks, commas, characters beyond ASCII, empty texts,
+/// vendors' rates, and every attribute with a value other than its default.
 const char* const kAwkward =
     R"({"object":"EMS","userLabel":"the \"EMS\"","owner":"a,b\nc","additionalInfo":{"a":"1"}}
 {"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"[S] 1","userLabel":"","owner":"o","subnetworkType":"TOPO_OPEN_SPRING","supportedRates":[5,10001],"additionalInfo":{"b":""}}

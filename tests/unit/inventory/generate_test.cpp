@@ -47,7 +47,7 @@ TEST_F(GeneratedNetwork, IsTheSameForTheSameSeed) {
     EXPECT_NE(textOf(plan(60, 900, 8), "c.db"), first);
 }
 
-/// So that it is the same on every machine: what a text comes to by FNV-1a.
+/// Return the FNV-1a hash of a text, which is the same on every machine.
 std::uint64_t hashOf(const std::string& text) {
     std::uint64_t hash = 0xCBF29CE484222325u;
     for (const char each : text)

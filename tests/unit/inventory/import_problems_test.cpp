@@ -10,7 +10,7 @@ using testing::StartsWith;
 
 class ImportProblems : public InventoryTest {
   protected:
-    /// The only problem of lines that follow the small network's.
+    /// Import the small network followed by this line. Return the only problem.
     std::string problemOf(const std::string& line) {
         const ImportResult result = take(kSmallNetwork + line + "\n");
         EXPECT_EQ(result.problemCount, 1u) << line << testing::PrintToString(result.problems);

@@ -41,15 +41,15 @@ inline const char* const kSmallNetwork =
 {"object":"TopologicalLink","TopologicalLink":"A-B","rate":22,"aEndManagedElement":"A","aEndPTP":"p1","zEndManagedElement":"B","zEndPTP":"p1"}
 )";
 
-/// An inventory in a folder of the test's own.
+/// An inventory in a temporary folder.
 class InventoryTest : public testing::Test {
   protected:
-    /// Imports JSON lines.
+    /// Import JSON lines.
     inventory::ImportResult take(const std::string& lines,
                                  const inventory::ImportOptions& options = {}) {
         return inventory::importInventory(database, folder.write("network.jsonl", lines), options);
     }
-    /// Imports what must be right.
+    /// Import JSON lines that must be free of problems.
     void takeRight(const std::string& lines, const inventory::ImportOptions& options = {}) {
         ASSERT_THAT(take(lines, options).problems, testing::IsEmpty());
     }
@@ -61,7 +61,7 @@ class InventoryTest : public testing::Test {
     std::int64_t elementId(const std::string& name) {
         return open().find(inventory::ManagedElementName{name}).value().id;
     }
-    /// The inventory, opened when first asked for.
+    /// Return the inventory, opened on first use.
     inventory::Inventory& open() {
         if (!opened_)
             opened_ = std::make_unique<inventory::Inventory>(database);

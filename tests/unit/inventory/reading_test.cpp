@@ -152,7 +152,7 @@ TEST_F(InventoryReading, ManyThreadsReadWhileAnotherProcessesImportIsWritten) {
     for (int i = 0; i < 4; ++i)
         readers.emplace_back([&] {
             while (!isOver) {
-                // each is either the whole of one network or the whole of the next
+                // each read returns either one complete network or the other
                 if (open().read<TerminationPoint>(open().allPorts()).size() % 400 != 0)
                     ++wrong;
                 ++rounds;

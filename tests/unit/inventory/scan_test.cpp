@@ -12,7 +12,7 @@ namespace {
 using namespace inventory;
 using testing::ElementsAre;
 
-/// A table of numbered words, 1 "one" to 4 "four", that came in another order.
+/// A table of words numbered from 1 to 4, inserted in another order. The second word is empty.
 class ScanOfWords : public testing::Test {
   protected:
     static SQLite::Database madeDatabase() {

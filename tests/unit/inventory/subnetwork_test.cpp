@@ -8,8 +8,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-/// Elements "A" to "D" with two ports each, of which the second is an edge point: "A" and "B" in
-/// subnetwork "North", "B" and "C" in "South", "D" in none.
+/// Return a network with the elements "A" to "D". Each has two ports, of which the second is an
+/// edge point. "A" and "B" are in subnetwork "North", "B" and "C" in "South", "D" in none.
 std::string networkOfSubnetworks() {
     std::string lines =
         R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"North","supportedRates":[15]}

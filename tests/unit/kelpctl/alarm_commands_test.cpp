@@ -1,4 +1,4 @@
-// The commands that talk to a running host, with a host of the test's own in its place.
+// The commands that call a running host. Here the test takes the place of the host.
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -20,7 +20,7 @@ namespace {
 using admin::Json;
 using testing::StartsWith;
 
-/// kelpctl beside a host that takes down what it is asked.
+/// kelpctl with a host that records the requests.
 class AlarmCommands : public KelpctlTest {
   protected:
     void startHost() {

@@ -1,4 +1,4 @@
-// kelpctl inventory on databases of the test's own.
+// kelpctl inventory on databases of the test.
 
 #include <gmock/gmock.h>
 #include <kelp/inventory/inventory.h>

@@ -12,13 +12,13 @@
 
 namespace kelp::test {
 
-/// What a run of kelpctl came to.
+/// The result of a run of kelpctl.
 struct ToolRun {
     int status = -1;
     std::string output;
     std::string errors;
 
-    /// True for a failure that says in one line why.
+    /// True if the run failed with this status and gave the reason in a single line.
     bool failedWith(int wanted, const std::string& text) const {
         return status == wanted && output.empty() && errors.find(text) != std::string::npos &&
                std::count(errors.begin(), errors.end(), '\n') == 1 &&
@@ -31,7 +31,7 @@ inline std::ostream& operator<<(std::ostream& out, const ToolRun& run) {
                << run.errors << "\"";
 }
 
-/// The real program on a database of the test's own, with the cheapest password hash.
+/// The real program on a database of the test, with the cheapest password hash.
 class KelpctlTest : public testing::Test {
   protected:
     KelpctlTest() {
@@ -40,11 +40,12 @@ class KelpctlTest : public testing::Test {
         secretFile("pw", "old secret\n");
     }
 
-    /// Runs `kelpctl --config <the test's> ARGUMENTS`; `arguments` is shell text.
+    /// Run `kelpctl --config FILE ARGUMENTS` with the test's configuration. `arguments` is shell
+    /// text.
     ToolRun kelpctl(const std::string& arguments) {
         return tool("--config " + (folder.path() / "kelp.toml").string() + " " + arguments);
     }
-    /// Runs `kelpctl ARGUMENTS` in a session without a terminal.
+    /// Run `kelpctl ARGUMENTS` in a session without a terminal.
     ToolRun tool(const std::string& arguments) {
         const std::filesystem::path output = folder.path() / "stdout";
         const std::filesystem::path errors = folder.path() / "stderr";

@@ -1,4 +1,4 @@
-// kelpctl oplog and kelpctl audit on logs of the test's own.
+// kelpctl oplog and kelpctl audit on logs of the test.
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
@@ -35,7 +35,7 @@ class LogCommands : public KelpctlTest {
     LogSettings settings(const char* file) const {
         LogSettings settings;
         settings.database = folder / file;
-        // the records are of a time that is past
+        // keep the records, whose times are in the past
         settings.retention.age = std::chrono::days(36500);
         return settings;
     }
@@ -57,7 +57,7 @@ class LogCommands : public KelpctlTest {
             log.write(record);
         }
     }
-    std::string keyFile_;  ///< of the security log; empty: none
+    std::string keyFile_;  ///< key file of the security log; empty for none
 
     static OperationRecord request(const std::string& operation, const std::string& user = "nms1") {
         OperationRecord record;
@@ -232,7 +232,7 @@ TEST_F(LogCommands, ACutTailIsFoundWithTheExportedHead) {
         "DELETE FROM record WHERE id > 3; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
         "WHERE id = "
         "3)");
-    // the file alone looks whole
+    // without a known head, the shortened chain appears complete
     EXPECT_EQ(kelpctl("audit verify").status, 0);
     const ToolRun run = kelpctl("audit verify --head heads");
     EXPECT_EQ(run.status, 1);

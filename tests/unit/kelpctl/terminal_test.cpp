@@ -9,7 +9,7 @@ using kelp::test::PseudoTerminal;
 
 namespace {
 
-/// kelpctl at a terminal that the test types at.
+/// kelpctl at a terminal, at which the test types.
 class AtTerminal : public KelpctlTest {
   protected:
     void start(const std::string& command, const std::string& user) {

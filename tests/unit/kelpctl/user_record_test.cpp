@@ -1,4 +1,4 @@
-// What kelpctl's changes to accounts leave in the security log.
+// The records of kelpctl's changes to accounts in the security log.
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
@@ -23,7 +23,7 @@ using testing::SizeIs;
 
 class UserRecords : public KelpctlTest {
   protected:
-    /// The records of the security log, oldest first, as kelpctl tells them.
+    /// Return the records of the security log as kelpctl prints them, oldest first.
     std::vector<json> records() {
         const ToolRun run = kelpctl("audit --json --event user");
         EXPECT_EQ(run.status, 0) << run;

@@ -8,7 +8,7 @@
 namespace kelp::test {
 namespace {
 
-/// The real kelpnms where there is nothing to talk to.
+/// The real kelpnms without any peer.
 class KelpnmsCommandLineTest : public testing::Test {
   protected:
     int run(const std::vector<std::string>& arguments) {

@@ -22,11 +22,10 @@ LoginRefused refusal(globaldefs::ExceptionType_T type) {
     return LoginRefused("log-in", raised);
 }
 
-/// A follower of an EMS that is made up by the test. `story_` is what happened to links and to the
-/// observer.
+/// A follower of a fake EMS. `story_` records the events of the links.
 class EventFollowerTest : public testing::Test, protected FollowObserver {
   protected:
-    /// What the EMS does; each is called with the link's number, from 1 on.
+    /// The behaviour of the EMS. Each function receives the link's number, counted from 1.
     std::function<void(int)> onOpen_ = [](int) {};
     std::function<void(int)> onCheck_ = [](int) {};
     std::function<void(int)> onLeave_ = [](int) {};
@@ -202,7 +201,7 @@ TEST_F(EventFollowerTest, HeartbeatThatIsNotOverdueYetIsNoLoss) {
 }
 
 TEST_F(EventFollowerTest, StandingStillIsNoticed) {
-    settings_.sleepNoticed = -1h;  // every look comes late
+    settings_.sleepNoticed = -1h;  // every check is considered late
     settings_.limit = 5ms;
     EXPECT_EQ(run(), End::TimeOver);
     EXPECT_GT(stoodStill_, 0);

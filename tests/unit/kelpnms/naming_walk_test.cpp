@@ -8,7 +8,7 @@
 namespace kelp::nms {
 namespace {
 
-/// A naming service made of paths; contexts are what objects lie in.
+/// A naming service built from paths. The contexts above an object are created automatically.
 class PlantedTree : public NamingTree {
   public:
     PlantedTree& object(const std::string& text) { return plant(toNamingPath(text), false); }
@@ -55,7 +55,7 @@ class PlantedTree : public NamingTree {
     std::set<std::string> unreadable_;
 };
 
-/// A context that contains itself, twice.
+/// A context that contains itself twice.
 class EndlessTree : public NamingTree {
   public:
     std::vector<NamingEntry> list(const NamingPath&) override {

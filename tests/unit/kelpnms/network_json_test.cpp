@@ -75,7 +75,7 @@ TEST(NetworkJsonTest, TextThatIsNoUtf8DoesNotKeepTheRestFromBeingWritten) {
     EXPECT_THAT(lineOf(jsonOf(element)), testing::HasSubstr("M\xEF\xBF\xBDller"));
 }
 
-/// CSV must not leave out what JSON has.
+/// Expect that CSV contains every attribute of JSON.
 void expectAllAttributes(const RecordLayout& layout, const std::vector<Json>& records) {
     std::set<std::string> inJson;
     for (const Json& record : records) {
@@ -83,7 +83,7 @@ void expectAllAttributes(const RecordLayout& layout, const std::vector<Json>& re
             inJson.insert(key);
     }
     if (records.size() == 1)
-        inJson.erase("object");  // the same in every row
+        inJson.erase("object");  // it is the same in every row
     EXPECT_EQ(std::set<std::string>(layout.attributes.begin(), layout.attributes.end()), inJson);
     EXPECT_EQ(layout.attributes.size(), inJson.size());
 }

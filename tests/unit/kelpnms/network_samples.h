@@ -11,7 +11,7 @@
 
 namespace kelp::nms {
 
-/// Structures as an EMS gives them, with every attribute set.
+/// Structures as an EMS returns them, with every attribute set.
 
 inline globaldefs::NVSList_T pairs(
     std::initializer_list<std::pair<const char*, const char*>> parts) {

@@ -1,4 +1,4 @@
-// What contexts and iterators answer, called as the ORB calls them, but without one.
+// The answers of contexts and iterators, called as the ORB calls them, but without an ORB.
 
 #include <binding_iterator.h>
 #include <context_servant.h>
@@ -35,7 +35,7 @@ std::string textOf(const CosNaming::Name& name) {
 
 class ContextServantTest : public testing::Test {
   protected:
-    /// How a call ends that finds nothing: "reason rest".
+    /// Return "reason rest" for a call that finds nothing.
     template <class Call>
     static std::string notFound(Call call) {
         try {

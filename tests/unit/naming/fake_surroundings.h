@@ -8,15 +8,15 @@
 
 namespace kelp::test {
 
-/// An ORB's part as a test wants it: references are nil, and what was asked for is kept.
+/// Takes the ORB's place. All references are nil, and requests for references are recorded.
 class FakeSurroundings : public naming::Surroundings {
   public:
-    /// What the servants see and leave; outlives the surroundings.
+    /// Input and output of the servants. It must outlive the surroundings.
     struct Script {
         std::string objectId = "/";
         std::optional<std::string> caller;
-        std::vector<std::string> contexts;   ///< paths of the references made
-        std::vector<std::string> iterators;  ///< ids of the references made
+        std::vector<std::string> contexts;   ///< paths of the references created
+        std::vector<std::string> iterators;  ///< ids of the references created
     };
 
     explicit FakeSurroundings(Script& script) : script_(script) {}

@@ -1,4 +1,4 @@
-// Whose proxies stay, and from when on they go.
+// Whose proxies are kept, and when the others are dropped.
 
 #include "owners/absences.h"
 
@@ -28,7 +28,7 @@ class Allowed final : public kelp::notification::Guard {
 
 class AbsencesTest : public testing::Test {
   protected:
-    /// The owner at an address, or a log-in there.
+    /// Return the owner for an address, or for a log-in there.
     static Owner at(const std::string& address, const std::string& logIn = "") {
         Caller caller;
         caller.peer.text = address;
@@ -36,7 +36,7 @@ class AbsencesTest : public testing::Test {
             caller.logIns.push_back({logIn, logIn});
         return Owner(caller);
     }
-    /// One review; whether the grace of the owner is over.
+    /// Do one review. True if the owner's grace period is over.
     bool isOver(std::chrono::milliseconds time, const std::string& address = "10.0.0.1",
                 const std::string& logIn = "") {
         absences.begin(Absences::Time(time));

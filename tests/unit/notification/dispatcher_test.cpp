@@ -31,7 +31,8 @@ class CountingReceiver final : public Receiver {
     void probe() override {
         if (probeGate.valid())
             probeGate.wait();
-        --last;  // the event that failed comes again
+        // the event that failed is sent again
+        --last;
     }
     void disconnect() override {}
 
@@ -102,7 +103,7 @@ TEST(Dispatcher, ServesTheOthersWhileOneHangs) {
     EXPECT_TRUE(waitUntil([&] { return hangs.receiver->last == 1; }));
 }
 
-// Each has a call that hangs from its first event on, before it can be found silent.
+// Each hung consumer hangs from its first event on, before it can be recognised as silent.
 TEST(Dispatcher, ServesTheOtherOwnersWhileAllConsumersOfOneHang) {
     Dispatcher dispatcher(4, 1);
     dispatcher.serveConsumers(20);
@@ -152,7 +153,7 @@ TEST(Dispatcher, LeavesHealthyConsumersTheirThreadsHoweverManyHang) {
         EXPECT_TRUE(waitUntil([&] { return each.subscription->counts().delivered == 1; }));
 }
 
-// Both threads sleep until the first one's time; whoever wakes second finds it taken.
+// Both threads sleep until the first due time. The thread that wakes second finds nothing left.
 TEST(Dispatcher, ServesWhatComesDueWhileTwoThreadsWaitForIt) {
     for (int round = 0; round < 20; ++round) {
         Dispatcher dispatcher(2, 2);

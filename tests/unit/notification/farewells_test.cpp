@@ -1,4 +1,4 @@
-// Calls of the disconnect operations of consumers that are gone.
+// Calls of the disconnect operations of dropped consumers.
 
 #include "channel/farewells.h"
 
@@ -57,7 +57,8 @@ TEST(Farewells, AreSaidNoMoreOnceTheyAreStopped) {
             "a peer that hangs");
     ASSERT_TRUE(waitUntil([&] { return begun == 4; }));
     auto stopping = std::async(std::launch::async, [&] { farewells.stop(); });
-    // whether the stop has begun cannot be seen; what is left of the farewells then is forgotten
+    // The test cannot see whether the stop has begun. Once it has, the remaining farewells are
+    // dropped.
     open.set_value();
     stopping.get();
     const int said = begun;

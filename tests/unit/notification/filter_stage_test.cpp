@@ -1,4 +1,4 @@
-// Where events are filtered: in order, in turns, and by threads that end.
+// The filtering of events: in order, in turns, and on threads that end.
 
 #include "filter/filter_stage.h"
 

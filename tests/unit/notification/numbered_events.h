@@ -7,7 +7,7 @@
 
 namespace kelp::notification::test {
 
-/// An event that carries a number as its event name.
+/// Return an event whose name is a number.
 inline EventPtr event(
     int number, std::chrono::steady_clock::time_point taken = std::chrono::steady_clock::now()) {
     CosNotification::StructuredEvent body;
@@ -21,7 +21,7 @@ inline int numberOf(const CosNotification::StructuredEvent& body) {
     return std::atoi(body.header.fixed_header.event_name.in());
 }
 
-/// 0 for none.
+/// Return 0 if there is no event.
 inline int numberOf(const EventPtr& event) {
     return event ? numberOf(event->body) : 0;
 }

@@ -27,7 +27,7 @@ PropertySeq both(const PropertySeq& first, const PropertySeq& second) {
     return all;
 }
 
-/// "<code> <name>" of each error, one after the other.
+/// Return "<code> <name>" for each error in order.
 std::string errorsOf(const PropertySeq& wanted) {
     try {
         changedQos(Qos(), wanted);

@@ -4,7 +4,7 @@
 
 namespace kelp::notification::test {
 
-/// A subscription whose channel does not care what it loses.
+/// A subscription whose channel ignores losses.
 class QuietSubscription final : public Subscription {
   public:
     using Subscription::Subscription;

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Serves nothing by itself; a test takes a turn when it wants.
+/// Serves nothing automatically. The test takes a turn when it wants to.
 class HandScheduler final : public Subscription::Scheduler {
   public:
     void ready(std::shared_ptr<Subscription> subscription) override {
@@ -83,7 +83,7 @@ class TestSubscription final : public Subscription {
     }
 };
 
-/// A consumer that does what the test says.
+/// A consumer that the test controls.
 class TestReceiver final : public Receiver {
   public:
     std::size_t batchMax() const override { return batch; }

@@ -1,5 +1,5 @@
-// Turns at a pool's threads: by owner, so that one owner's many consumers do not hold up another's
-// one.
+// Turns at a pool's threads are given by owner, so that one owner's many consumers do not delay the
+// single consumer of another.
 
 #include "delivery/turns.h"
 
@@ -29,19 +29,19 @@ class TurnsTest : public testing::Test {
     Consumer consumer() {
         return std::make_shared<QuietSubscription>(scheduler_, DeliverySettings(), 10);
     }
-    /// `count` consumers of this owner, due at once.
+    /// Add `count` consumers of this owner, due at once.
     void addMany(const std::string& owner, int count) {
         for (int i = 0; i < count; ++i)
             turns_.add(owner, consumer());
     }
-    /// The next one, served at once.
+    /// Take the next consumer and end its turn at once.
     Consumer served(Turns::Time now) {
         const Turns::Waiting taken = turns_.take(now);
         if (taken.subscription)
             turns_.ended(*taken.owner);
         return taken.subscription;
     }
-    /// How many threads get something to serve, and keep it.
+    /// Return how many threads get a consumer to serve when none of them ends its turn.
     std::size_t takenAtOnce() {
         while (true) {
             const Turns::Waiting taken = turns_.take(start_);
@@ -71,7 +71,7 @@ TEST_F(TurnsTest, AnOwnerThatJustHadItsTurnIsLast) {
     turns_.add("a", start_, first);
     turns_.add("b", start_ + 1s, second);
     EXPECT_EQ(served(start_ + 2s), first);
-    // it hangs again and again, and is due before the other
+    // the first one hangs again and again, and is due before the second
     turns_.add("a", start_, first);
     EXPECT_EQ(served(start_ + 2s), second);
     EXPECT_EQ(served(start_ + 2s), first);
@@ -143,7 +143,7 @@ TEST_F(TurnsTest, OwnersComeAndGo) {
         turns_.add(std::to_string(i), its);
         ASSERT_EQ(served(start_), its);
     }
-    // one that was remembered as the last to have had a turn, and one that was forgotten
+    // the turn of "19999" is still remembered, the one of "0" is forgotten
     const Consumer last = consumer();
     const Consumer first = consumer();
     turns_.add("19999", last);

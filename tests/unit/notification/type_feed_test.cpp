@@ -36,7 +36,7 @@ struct Notice {
     bool operator==(const Notice&) const = default;
 };
 
-/// What a peer was told. It answers when its gate is open, and as it is told to.
+/// A peer that records its notices. It answers when its gate is open, and runs `answer`.
 class Told {
   public:
     TypeFeed::Peer peer(const std::string& name = "the peer") {
@@ -74,7 +74,7 @@ class Feed : public testing::Test {
         return std::make_shared<TypeFeed>(notices_, std::move(initial), followersMax);
     }
 
-    Told told_;  // both outlive the thread
+    Told told_;  // both outlive the thread of notices_
     Told other_;
     std::promise<void> open_;
     ChangeNotices notices_{100ms};
@@ -214,8 +214,7 @@ TEST_F(Feed, LeavesNobodyOutThatChangesAllTheTime) {
     const auto busy = feed();
     const auto quiet = feed();
     Told behind;
-    // each call makes the next one due, until the other peer and the other feed have had their
-    // turns
+    // each call causes another one, until the other peer and the other feed have had their turns
     told_.answer = [&] {
         if (behind.calls == 0 || other_.calls == 0)
             busy->publish(busy->types() == TypeSet{kA} ? TypeSet{kB} : TypeSet{kA});

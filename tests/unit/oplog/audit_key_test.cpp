@@ -1,4 +1,5 @@
-// The security log's chain with a key: what it finds that a chain without one does not.
+// The security log's hash chain with a key: which changes it detects that a chain without a key
+// does not.
 
 #include <sys/stat.h>
 
@@ -23,7 +24,7 @@ class AuditKeyTest : public LogTest {
         all.auditKeyFile = keyFile();
         return all;
     }
-    /// The same log as somebody writes it who does not have the key.
+    /// Return the settings with which somebody without the key writes the same log.
     LogSettings unkeyed(const std::string& name = "oplog.db") const {
         LogSettings all = settings();
         all.database = folder_ / name;
@@ -35,7 +36,7 @@ class AuditKeyTest : public LogTest {
             log.write(login(user + std::to_string(i)));
     }
     void tamper(const std::string& statement) const { OtherConnection(database()).exec(statement); }
-    /// Puts the log of another file in this one's place.
+    /// Replace this log with the log in another file.
     void exchangeFor(const std::string& name) const {
         for (const char* const part : {"-wal", "-shm"})
             std::filesystem::remove(database().string() + part);
@@ -54,7 +55,7 @@ TEST_F(AuditKeyTest, IsMadeWithTheFirstRecordForItsOwnerAlone) {
     EXPECT_EQ(modeOf(keyFile().c_str()), 0600u);
     EXPECT_THAT(problems(), IsEmpty());
     EXPECT_THAT(events(), ElementsAre("key", "login", "login", "login"));
-    // nothing of it is in the log
+    // the log does not contain the key
     const std::string key = contentOf(keyFile()).substr(17, 64);
     EXPECT_THAT(key, testing::MatchesRegex("[0-9a-f]{64}"));
     EXPECT_EQ(contentOf(database()).find(key), std::string::npos);
@@ -101,7 +102,7 @@ TEST_F(AuditKeyTest, FindsAChainThatWasMadeAnewWithoutIt) {
     write(keyed(), 5);
     write(unkeyed("forged.db"), 5, "innocent");
     exchangeFor("forged.db");
-    // the forged chain is whole in itself
+    // without the key, the forged chain is valid
     EXPECT_THAT(verify(database()).problems, IsEmpty());
     EXPECT_THAT(problems(), SizeIs(5));
     EXPECT_THAT(problems(), Each(HasSubstr(" was not made with the key")));
@@ -110,7 +111,7 @@ TEST_F(AuditKeyTest, FindsAChainThatWasMadeAnewWithoutIt) {
 TEST_F(AuditKeyTest, FindsAForgedTail) {
     write(keyed(), 3);
     const ChainHead head = verify(database(), {}, keyFile()).head;
-    // what somebody without the key can do: go on with the other hash
+    // somebody without the key can continue the chain only with the other hash
     tamper(
         "INSERT INTO record SELECT 5, time_ms, 'innocent', nms, peer, operation, object_kind, "
         "object, "
@@ -124,7 +125,8 @@ TEST_F(AuditKeyTest, FindsAForgedTail) {
 TEST_F(AuditKeyTest, FindsAnAppendedRecordThatWasMadeWithoutIt) {
     write(keyed(), 3);
     {
-        // the log itself refuses to go on without the key, so its mark is hidden from it
+        // The log itself refuses to continue without the key, so the mark of the key is hidden from
+        // it.
         tamper("UPDATE record SET operation = 'login' WHERE id = 1");
         write(unkeyed(), 1, "innocent");
         tamper("UPDATE record SET operation = 'key' WHERE id = 1");
@@ -150,7 +152,7 @@ TEST_F(AuditKeyTest, AShortenedChainIsFoundByAKnownHead) {
         "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
         "WHERE id "
         "= 3)");
-    // what neither the log nor the key can know
+    // neither the log nor the key can detect this
     EXPECT_THAT(problems(), IsEmpty());
     EXPECT_THAT(problems({known}), ElementsAre(HasSubstr("is not in the chain")));
 }

@@ -1,4 +1,4 @@
-// How many records in one row come back.
+// Several records in one row, and how they are read again.
 
 #include <limits>
 #include <stdexcept>
@@ -17,7 +17,7 @@ using testing::SizeIs;
 
 class BlockTest : public LogTest {
   protected:
-    /// What the records are when they come back.
+    /// Write the records. Return them as they are read again.
     std::vector<LogEntry> kept(const std::vector<OperationRecord>& records) {
         OperationLog log(settings());
         for (const OperationRecord& each : records)

@@ -9,7 +9,7 @@ using testing::SizeIs;
 
 class ChainTest : public LogTest {
   protected:
-    /// A log of so many log-ins, of "user1" and so on, closed again.
+    /// Write a log of log-ins of "user1", "user2" and so on, and close it.
     void makeLog(int records) const {
         SecurityLog log(settings());
         for (int i = 1; i <= records; ++i)
@@ -157,7 +157,7 @@ TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByAKnownHead) {
         "DELETE FROM record WHERE id >= 4; UPDATE head SET id = 3, hash = (SELECT hash FROM record "
         "WHERE id "
         "= 3)");
-    // what the log alone cannot know
+    // the log alone cannot detect this
     EXPECT_THAT(problems(), SizeIs(0));
     EXPECT_THAT(problems({known}), ElementsAre(HasSubstr("is not in the chain")));
 }

@@ -1,4 +1,4 @@
-// A disk that is really full: a small file system in memory. Built where the machine lets one be
+// A disk that is really full: a small file system in memory. Built only where such a disk can be
 // mounted.
 
 #include <sys/mount.h>
@@ -16,7 +16,8 @@ using testing::SizeIs;
 class FullDisk : public LogTest {
   protected:
     void SetUp() override { ASSERT_TRUE(disk_.isMounted()); }
-    /// So many that the room a database may have left within its pages does not do.
+    /// Write records during the outage. 3000 or more do not fit in the free space that a database
+    /// may have left within its pages.
     void writeMany(OperationLog& log, int count) {
         for (int i = 0; i < count; ++i)
             log.write(request("during"));
@@ -77,7 +78,7 @@ TEST_F(FullDisk, LongerThanTheQueueHoldsLeavesOneGapRecordWithTheCount) {
     EXPECT_EQ(found[0].missing, 1234u);
     EXPECT_GE(found[0].time, start);
     EXPECT_GE(found[0].until, found[0].time);
-    // the gap stands between what waited and what came later
+    // the gap lies between the records that waited and the later ones
     EXPECT_EQ(found[0].id, 1 + 3000 + 1);
     const LogCounts counts = log.counts();
     EXPECT_EQ(counts.taken, 1 + 4234 + 1u);
@@ -114,7 +115,7 @@ TEST_F(FullDisk, AtTheStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
         log.stop();
         EXPECT_EQ(log.counts().aside, 3000u);
     }
-    // beside a full disk's database there is no room either
+    // the side file goes elsewhere because the database's disk has no room for it
     ASSERT_TRUE(
         trace_.contains("3000 record(s) went to the side file " + elsewhere.path().string()));
     disk_.makeRoom();

@@ -19,14 +19,14 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::seconds kPatience{30};
 
-/// Logs in a folder of the test's own.
+/// Logs in a temporary folder.
 class LogTest : public testing::Test {
   protected:
     LogSettings settings(std::size_t queueMax = 200000,
                          std::chrono::milliseconds stallMax = 0ms) const {
         LogSettings settings;
         settings.database = folder_ / "oplog.db";
-        // some records are of a time that is past
+        // keep records whose times are in the past
         settings.retention.age = std::chrono::days(36500);
         settings.queueMax = queueMax;
         settings.stallMax = stallMax;

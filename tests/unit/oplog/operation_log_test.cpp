@@ -101,7 +101,7 @@ TEST_F(OperationLogTest, RecordsAreWrittenInBatches) {
     for (int i = 0; i < 3000; ++i)
         log.write(request("getEMS"));
     other.unlock();
-    // what a reader sees between two batches
+    // numbers of records that a reader sees between two batches
     std::set<std::int64_t> seen;
     EXPECT_TRUE(waitUntil(
         [&] {

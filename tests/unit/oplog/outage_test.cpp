@@ -1,4 +1,4 @@
-// A database that another process has locked, a damaged file, a file that is something else.
+// A database locked by another process, a damaged file, and a file that is not a database.
 
 #include <fstream>
 #include <stdexcept>
@@ -71,7 +71,7 @@ TEST_F(LockedDatabase, AfterOneHasWaitedInVainNoOtherWaits) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, kStall);
     for (int i = 0; i < kRecords; ++i)
         EXPECT_FALSE(log.write(request("does not")));
-    // far less than a stall each
+    // far less than one stall for each record
     EXPECT_LT(std::chrono::steady_clock::now() - start, kStall * kRecords / 10);
     other_->unlock();
     log.stop();
@@ -116,7 +116,7 @@ TEST_F(LockedDatabase, TheSideFileLiesBesideTheDatabaseAndIsTakenInOnce) {
     EXPECT_THAT(operationsOf(read()), ElementsAre("before", "during"));
     EXPECT_EQ(read()[1].user, "\\xFF\\n");
     EXPECT_EQ(read()[1].duration, 5us);
-    // as after a crash between the database and the file's removal
+    // as after a crash between writing the database and removing the file
     folder_.write(side.filename().string(), content);
     OperationLog(settings()).stop();
     EXPECT_FALSE(std::filesystem::exists(side));

@@ -1,4 +1,4 @@
-// The operation log's part for callers without a log-in.
+// The part of the operation log that is reserved for callers without a log-in.
 
 #include "log_fixture.h"
 

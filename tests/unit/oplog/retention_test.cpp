@@ -13,7 +13,7 @@ class RetentionTest : public LogTest {
         record.time = now() - age;
         return record;
     }
-    /// Each in a transaction of its own.
+    /// Write each record in a separate transaction.
     static void writeApart(OperationLog& log, const std::vector<OperationRecord>& records) {
         for (const OperationRecord& each : records) {
             log.write(each);

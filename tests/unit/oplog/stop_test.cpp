@@ -1,4 +1,4 @@
-// What a process leaves behind that is killed, or asked to end, while it writes.
+// What a process leaves behind if it is killed, or asked to stop, while it writes.
 
 #include <signal.h>
 #include <sys/wait.h>
@@ -16,7 +16,8 @@ using testing::SizeIs;
 
 class StopTest : public LogTest {
   protected:
-    /// Forks a process that does so until it is killed; waits until there are `enough` records.
+    /// Fork a process that writes records until it is killed. Kill it as soon as there are `enough`
+    /// records.
     template <class Log, class Make>
     void killAmidWriting(LogKind kind, std::int64_t enough, Make make) {
         const pid_t child = ::fork();

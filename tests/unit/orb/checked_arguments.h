@@ -21,7 +21,7 @@ namespace kelp::test {
 using orb::giop::ArgumentLimits;
 using orb::giop::ArgumentVerdict;
 
-/// Checks parameters that stand at the beginning of a message's body, which is at a multiple of 8.
+/// Check parameters at the beginning of a message's body, which begins at a multiple of 8.
 inline ArgumentVerdict checked(const std::string& operation, const std::string& parameters,
                                const ArgumentLimits& limits = {}, bool littleEndian = true,
                                std::uint8_t minorVersion = 2) {

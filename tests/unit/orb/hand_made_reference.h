@@ -6,12 +6,12 @@
 
 namespace kelp::test {
 
-/// Writes CDR the way an ORB does, in either byte order; the parts of a reference are made of it.
+/// Writes CDR as an ORB does, in either byte order. Used for the parts of references.
 class CdrWriter {
   public:
     enum class Order { Big, Little };
 
-    /// An encapsulation begins with its byte order.
+    /// Begins with the byte order, as every encapsulation does.
     explicit CdrWriter(Order order = Order::Little);
 
     CdrWriter& octet(unsigned value);
@@ -44,19 +44,19 @@ struct Iiop {
     unsigned major = 1;
 };
 
-/// An IIOP profile's content.
+/// Return the content of an IIOP profile.
 std::string iiopProfile(const Iiop& iiop);
 TaggedBytes alternateAddress(const std::string& host, unsigned port);
 TaggedBytes sslComponent(unsigned port);
-/// A sequence of components as a profile of its own.
+/// Return a profile that consists of a sequence of components.
 std::string multipleComponents(const std::vector<TaggedBytes>& components);
 
-/// The content of a stringified reference.
+/// Return the content of a stringified reference.
 std::string referenceBytes(const std::vector<TaggedBytes>& profiles,
                            const std::string& typeId = "IDL:T:1.0",
                            CdrWriter::Order order = CdrWriter::Order::Little);
 std::string hexReference(const std::string& bytes);
-/// A stringified reference with one IIOP profile.
+/// Return a stringified reference with one IIOP profile.
 std::string ior(const Iiop& iiop);
 
 }  // namespace kelp::test

@@ -7,7 +7,7 @@
 
 namespace kelp::test {
 
-/// Writes encoded TypeCodes and values the way an ORB does, or in ways that no ORB would. Positions
+/// Writes encoded TypeCodes and values as an ORB does, or in ways that no ORB would. Positions
 /// count from the beginning, so an indirection can lead anywhere.
 class TypeWriter {
   public:
@@ -20,16 +20,17 @@ class TypeWriter {
     TypeWriter& text(const std::string& text);
     TypeWriter& raw(const std::string& bytes);
 
-    /// A kind; its position is where indirections to the type lead.
+    /// Write a kind. Return its position, to which indirections to the type lead.
     std::size_t kind(std::uint32_t kind);
     TypeWriter& indirection(std::size_t target);
-    /// An encapsulation, up to close().
+    /// Begin an encapsulation, which close() ends.
     TypeWriter& open();
     TypeWriter& close();
 
-    /// A kind, its encapsulation opened, an empty repository id and name.
+    /// Write a kind, begin its encapsulation, and write an empty repository id and name. Return the
+    /// kind's position.
     std::size_t openNamed(std::uint32_t kind);
-    /// A struct of `members` members whose TypeCodes follow, each after text("").
+    /// Begin a struct of `members` members. Their TypeCodes follow, each after text("").
     std::size_t openStruct(std::uint32_t members);
     std::size_t openSequence();
     TypeWriter& closeWith(std::uint32_t lengthOrBound) {
@@ -43,7 +44,7 @@ class TypeWriter {
 
     bool littleEndian_;
     std::string bytes_;
-    std::vector<std::size_t> opened_;  ///< where the encapsulations around this place begin
+    std::vector<std::size_t> opened_;  ///< where the enclosing encapsulations begin
 };
 
 /// Kinds of TypeCodes as they are encoded.

@@ -216,7 +216,7 @@ TEST(ReferenceDecoder, RefusesAProfileCutAnywhere) {
 
 TEST(ReferenceDecoder, RefusesLengthsBeyondTheEnd) {
     for (const std::uint32_t length : {0x7fffffffU, 0x80000000U, 0xfffffffcU, 0xffffffffU, 100U}) {
-        // the type id, the profile, the key
+        // wrong lengths of the type id, the profile and the key
         expectRefused(hexReference(CdrWriter().unsignedLong(length).bytes() + "IDL:T:1.0"));
         expectRefused(hexReference(
             CdrWriter().string("").unsignedLong(1).unsignedLong(0).unsignedLong(length).bytes() +

@@ -30,8 +30,8 @@ std::vector<std::string> seeds() {
             referenceBytes({}, "")};
 }
 
-/// Whatever is accepted keeps the promises of the header; a read outside the bytes is for the
-/// sanitizers to find.
+/// True if the reference is accepted. Expects that its content keeps the promises of the header.
+/// The sanitizers detect reads outside the bytes.
 bool acceptedSoundly(const std::string& bytes) {
     ReferenceContent content;
     if (!decodeReference(hexReference(bytes), content)) {

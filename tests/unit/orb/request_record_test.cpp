@@ -56,7 +56,7 @@ TEST(RequestRecord, TellsOfTheConnectionThatTheRequestCameBy) {
     EXPECT_EQ(record.topPoaName(), "");
 }
 
-/// A key "top/child/id" and how often one was read.
+/// Reads keys of the form "top/child/id" and counts the calls.
 int keysRead = 0;
 RequestRecord::Target readKey(std::string_view key) {
     ++keysRead;

@@ -16,7 +16,7 @@ using testing::StartsWith;
 
 class TlsFilesTest : public testing::Test {
   protected:
-    /// As "authorities: ca.pem cannot be read", with the folder taken out.
+    /// Return problems such as "authorities: ca.pem cannot be read", without the folder.
     std::vector<std::string> check(const std::string& caFile, const std::string& keyFile,
                                    const std::string& password = "") const {
         std::vector<std::string> all;
@@ -48,7 +48,7 @@ class TlsFilesTest : public testing::Test {
         const auto all = checkOwn(written("ems.pem", contentOf(certificates_.issue("ems")), mode));
         return all.empty() ? "" : all.front();
     }
-    /// Of revocation lists, without the file's folder.
+    /// Return the problems of revocation lists, without the folder.
     std::vector<std::string> checkLists(const std::string& crlFile) const {
         std::vector<std::string> all;
         for (const auto& problem :

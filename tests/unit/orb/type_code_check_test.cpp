@@ -1,4 +1,4 @@
-// TypeCodes in the parameters of a request. Each is the type of an any whose value follows, or a
+// TypeCodes in the parameters of a request. Each is the type of an any, followed by the value, or a
 // nil sequence.
 
 #include <gtest/gtest.h>
@@ -19,7 +19,8 @@ TypeWriter sequencesAround(std::size_t levels, bool littleEndian = true) {
     return any;
 }
 
-/// Structs of two members each: the second of each is an indirection to the first.
+/// Return nested structs of two members each, in which the second member is an indirection to the
+/// first.
 TypeWriter doubledStructs(std::size_t levels) {
     TypeWriter any;
     std::vector<std::size_t> firsts;
@@ -57,7 +58,7 @@ TEST(TypeCodeCheck, BothByteOrdersAreRead) {
 TEST(TypeCodeCheck, AnEncapsulationHasItsOwnByteOrder) {
     TypeWriter any(true);
     any.kind(tcSequence);
-    // a sequence of long in an encapsulation of the other order
+    // a sequence of long in an encapsulation with the other byte order
     any.unsignedLong(12).raw(std::string("\0\0\0\0\0\0\0\3\0\0\0\0", 12));
     any.unsignedLong(1).unsignedLong(7);
     EXPECT_EQ(checkedAny(any), ArgumentVerdict::Fine);
@@ -178,7 +179,8 @@ TEST(TypeCodeCheck, ArraysHaveElements) {
     EXPECT_EQ(checkedAny(array(0xffffffff)), ArgumentVerdict::Malformed);
 }
 
-/// struct Node { sequence<Node> children; }
+/// Return struct Node { sequence<Node> children; }, or the same with another kind in place of the
+/// sequence.
 TypeWriter recursive(std::uint32_t kind) {
     TypeWriter any;
     const std::size_t node = any.openStruct(1);
@@ -189,7 +191,7 @@ TypeWriter recursive(std::uint32_t kind) {
 }
 
 TEST(TypeCodeCheck, RecursionThroughASequenceIsFine) {
-    // a node with two children, the first with one
+    // a node with two children, the first of which has one child
     EXPECT_EQ(
         checkedAny(
             recursive(tcSequence).unsignedLong(2).unsignedLong(1).unsignedLong(0).unsignedLong(0)),
@@ -227,7 +229,8 @@ TEST(TypeCodeCheck, IndirectionsLeadBackToTypes) {
         any.text("").indirection(from).close();
         return any.unsignedLong(1).unsignedLong(2);
     };
-    // behind the struct's kind, length, order, two names, count and the first member's name
+    // position 40 is after the struct's kind, length, byte order, two names, count and the first
+    // member's name
     EXPECT_EQ(checkedAny(leadingTo(40)), ArgumentVerdict::Fine);
     EXPECT_EQ(checkedAny(leadingTo(41)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(leadingTo(36)), ArgumentVerdict::Malformed);
@@ -251,7 +254,8 @@ TEST(TypeCodeCheck, AnIndirectionIntoTheTypeOfAnotherAnyIsMalformed) {
     EXPECT_EQ(checked("set_qos", events.bytes()), ArgumentVerdict::Malformed);
 }
 
-/// struct { Node node; X second; } where X leads to the sequence within Node, which is complete.
+/// struct { Node node; X second; } where X leads to the sequence within Node, which has already
+/// ended.
 TEST(TypeCodeCheck, PartsOfARecursiveTypeAreNotRepeatedOutsideIt) {
     TypeWriter any;
     any.openStruct(2);
@@ -315,8 +319,8 @@ TEST(TypeCodeCheck, UnionsAreSwitchedByWhatIdlAllows) {
             << kind;
 }
 
-/// The ORB takes any octet but 0 for true, so another octet would choose a member that the check
-/// does not see.
+/// The ORB takes any octet other than 0 for true. Another octet would choose a member that the
+/// check does not see.
 TEST(TypeCodeCheck, BooleansAndCharactersSelectOnlyAsTheyAreWritten) {
     EXPECT_EQ(checkedAny(unionType(tcBoolean, -1).octet(2)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(unionType(tcChar, -1).octet(0x80)), ArgumentVerdict::Malformed);

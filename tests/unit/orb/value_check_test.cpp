@@ -1,4 +1,4 @@
-// Values in the parameters of a request, and the operations that take them.
+// Values in the parameters of a request, and the operations with such parameters.
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ TEST(ValueCheck, AnysNestedWithinTheLimitAreFine) {
     EXPECT_EQ(checkedAny(anysAround(5000)), ArgumentVerdict::TooDeep);
 }
 
-/// The ORB decodes each any twice, and so all anys in it four times, and so on.
+/// The ORB decodes each any twice, so it decodes an any inside it four times, and so on.
 TEST(ValueCheck, WorkDoublesWithEachAnyAround) {
     TypeWriter deep;
     for (int i = 0; i < 7; ++i)
@@ -109,11 +109,11 @@ TEST(ValueCheck, SequencesHaveAnElementForEachOfTheirLength) {
     EXPECT_EQ(checkedAny(sequence(tcVoid, 0xffffffff)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(sequence(tcAny, 0xffffffff)), ArgumentVerdict::Malformed);
     EXPECT_EQ(checkedAny(sequence(tcLong, 0x40000001).unsignedLong(0)), ArgumentVerdict::Malformed);
-    // an empty one is not aligned to its elements
+    // an empty sequence is not aligned to its elements
     EXPECT_EQ(checkedAny(sequence(tcDouble, 0)), ArgumentVerdict::Fine);
 }
 
-/// Four thousand million elements of no octets each, and as many of these.
+/// 2^32 - 1 arrays of 2^32 - 1 elements each, none of which takes an octet.
 TEST(ValueCheck, ElementsThatTakeNoOctetsAreWork) {
     TypeWriter any;
     any.kind(tcArray);
@@ -215,8 +215,8 @@ TEST(ValueCheck, OctetsAfterTheParametersDoNotMatter) {
     EXPECT_EQ(checkedAny(anyOf(tcLong).unsignedLong(1).raw("whatever")), ArgumentVerdict::Fine);
 }
 
-/// GIOP 1.1 aligns what is in a fragment from the fragment's own header, so 8 octets begin 4 after
-/// it.
+/// GIOP 1.1 aligns the content of a fragment from the fragment's header, so the 8 octets begin 4
+/// octets after the header.
 TEST(ValueCheck, AlignmentBeginsAnewInAFragmentOfGiop11) {
     const std::string message =
         std::string(20, '\0') + anyOf(tcDouble).bytes() + std::string(4, '\0') + "8 octets";

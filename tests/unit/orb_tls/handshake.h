@@ -12,7 +12,7 @@
 
 namespace kelp::test {
 
-/// Makes these certificates the process's own for the length of a scope.
+/// Makes these certificates the process's certificates for the length of a scope.
 class TlsInUse {
   public:
     explicit TlsInUse(orb::TlsUse use) {
@@ -33,7 +33,7 @@ inline std::shared_ptr<const orb::TlsMaterial> materialOf(const ThrowAwayCertifi
     return material;
 }
 
-/// A context as this process makes it.
+/// Return a context as this process creates it.
 inline orb::OwnedContext ourContext(const std::string& ciphers = "ECDHE+AESGCM") {
     orb::OwnedContext context(SSL_CTX_new(TLS_method()));
     EXPECT_TRUE(orb::setUpContext(context.get(), {ciphers, "TLS_AES_256_GCM_SHA384"}));
@@ -41,7 +41,8 @@ inline orb::OwnedContext ourContext(const std::string& ciphers = "ECDHE+AESGCM")
     return context;
 }
 
-/// A context as anybody's: whom it trusts, what it shows, and as weak as the library lets it be.
+/// Return a context of an arbitrary peer that trusts `authority` and presents `keyFile`. Its
+/// settings are as weak as the library allows.
 inline orb::OwnedContext theirContext(const ThrowAwayCertificates& authority,
                                       const std::string& keyFile) {
     orb::OwnedContext context(SSL_CTX_new(TLS_method()));
@@ -57,7 +58,7 @@ inline orb::OwnedContext theirContext(const ThrowAwayCertificates& authority,
     return context;
 }
 
-/// A server and a client of these contexts, connected in memory.
+/// A server and a client with these contexts, connected in memory.
 class Handshake {
   public:
     Handshake(SSL_CTX* server, SSL_CTX* client, const std::string& called = "")
@@ -73,11 +74,11 @@ class Handshake {
             SSL_set_tlsext_host_name(client_.get(), called.c_str());
     }
 
-    /// Whether both sides come to its end.
+    /// True if both sides complete the handshake.
     bool succeeds() {
         int server = 0;
         int client = 0;
-        // each round brings at least one side a flight further
+        // each round advances at least one side by a flight
         for (int round = 0; round < 10; ++round) {
             client = SSL_do_handshake(client_.get());
             server = SSL_do_handshake(server_.get());

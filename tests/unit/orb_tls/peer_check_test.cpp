@@ -1,4 +1,4 @@
-// What handshakes of this process's contexts let through, against a peer that offers anything.
+// What handshakes with this process's contexts accept from peers that offer anything.
 
 #include "tls/peer_check.h"
 
@@ -15,7 +15,7 @@ using testing::HasSubstr;
 
 class PeerCheck : public testing::Test {
   protected:
-    /// Whether a client with this certificate gets to a server of ours.
+    /// True if a client with this certificate can connect to our server.
     bool letsIn(const std::string& keyFile) {
         const auto server = ourContext();
         const auto client = theirContext(certificates_, keyFile);
@@ -79,7 +79,7 @@ TEST_F(PeerCheck, RenegotiationIsRefused) {
     SSL_do_handshake(handshake.client());
     char octet = 0;
     SSL_read(handshake.server(), &octet, 1);
-    // the server answers with a warning and no handshake
+    // the server answers with a warning instead of a handshake
     EXPECT_LE(SSL_do_handshake(handshake.client()), 0);
     EXPECT_EQ(SSL_num_renegotiations(handshake.server()), 0);
 }
@@ -126,7 +126,7 @@ TEST_F(PeerCheck, EndedRevocationListGoesOnToHoldWhileTheProcessRuns) {
     certificates_.revoke("stolen");
     const std::shared_ptr<const TlsMaterial> good =
         materialOf(certificates_, own_, certificates_.revocationList());
-    // as it would be after the list's end
+    // a list that has already ended
     const std::string ended = certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     const kelp::orb::OwnedBio in(BIO_new_file(ended.c_str(), "r"));
     auto material = std::make_shared<TlsMaterial>();

@@ -1,4 +1,4 @@
-// Which servers a calling side of ours accepts.
+// Which servers our side accepts as a client.
 
 #include "tls/server_name.h"
 
@@ -21,7 +21,7 @@ class ServerName : public testing::Test {
         const kelp::orb::OwnedBio in(BIO_new_file(file.c_str(), "r"));
         return kelp::orb::OwnedCertificate(PEM_read_bio_X509(in.get(), nullptr, nullptr, nullptr));
     }
-    /// Whether a caller of ours gets on with a server that shows this certificate.
+    /// True if our client accepts a server that presents this certificate.
     bool calls(const std::string& keyFile, const std::string& called, const std::string& expected,
                bool checksServer = true) const {
         const TlsInUse tls({materialOf(certificates_, own_), checksServer, expected});

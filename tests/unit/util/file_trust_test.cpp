@@ -22,7 +22,7 @@ constexpr uid_t kStranger = 54322;
 
 class FileTrust : public testing::Test {
   protected:
-    /// A file with some content and this mode.
+    /// Write a file with this mode.
     std::filesystem::path file(mode_t mode) const {
         const std::filesystem::path made = folder.write("file", "content");
         EXPECT_EQ(::chmod(made.c_str(), mode), 0);
@@ -51,12 +51,12 @@ TEST_F(FileTrust, IsNotGivenToWhatOthersCanWrite) {
 
 TEST_F(FileTrust, DependsOnTheGroupThatCanWrite) {
     ASSERT_EQ(::chown(file(0664).c_str(), static_cast<uid_t>(-1), ::getegid()), 0);
-    // root's own group; a user's is judged by the system's account files
+    // Root's own group. The group of another user is judged by the system's account files.
     if (::getegid() == 0) {
         EXPECT_EQ(problemOfTrust(folder / "file"), "");
         ASSERT_EQ(::chown((folder / "file").c_str(), 0, kStranger), 0);
         EXPECT_EQ(problemOfTrust(folder / "file"), "can be written by its group (mode 0664)");
-        // "mail" is a group of others
+        // "mail" is not root's private group
         ASSERT_EQ(::chown((folder / "file").c_str(), 0, 8), 0);
         EXPECT_EQ(problemOfTrust(folder / "file"), "can be written by its group (mode 0664)");
     }
@@ -105,7 +105,7 @@ TEST_F(FileTrust, HoldsForAFolderThatALinkLeadsTo) {
                 HasSubstr("can be written by others (mode 0777)"));
 }
 
-/// What needs files of several users, which only root can make.
+/// Tests that need files of several users, which only root can create.
 class FileTrustOfUsers : public FileTrust {
   protected:
     void give(const std::filesystem::path& path, uid_t user) const {
@@ -113,8 +113,8 @@ class FileTrustOfUsers : public FileTrust {
             ASSERT_EQ(::lchown(path.c_str(), user, user), 0);
         }
     }
-    /// The problem as a process of that user finds it; a user other than root finds what root's
-    /// files would be.
+    /// True if a process of that user trusts the file. If the test does not run as root, its own
+    /// user takes root's place.
     bool isTrustedBy(uid_t user, const std::filesystem::path& path) const {
         return inChild([&] {
             if (::geteuid() == 0 && ::setuid(user) != 0)

@@ -16,7 +16,7 @@ using util::Secret;
 constexpr const char* kShort = "short pw";
 constexpr const char* kLong = "a password that is too long to lie inside a string";
 
-/// Memory for one secret that can be looked at after the secret's end.
+/// Memory for one secret that the test can read after the secret's end.
 class Place {
   public:
     template <class... Arguments>
@@ -49,7 +49,7 @@ TEST(Wiping, OverwritesAllThatATextsBufferHolds) {
     util::wipe(text);
     EXPECT_TRUE(text.empty());
     ASSERT_EQ(text.data(), buffer);
-    // the buffer is still the string's
+    // the buffer still belongs to the string
     EXPECT_TRUE(std::all_of(buffer, buffer + length, [](char each) { return each == '\0'; }));
 }
 

@@ -16,7 +16,7 @@ TEST(Threads, StartedThreadHasItsNameAndLeavesSignalsToOthers) {
         pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
     }).join();
     kelp::util::startThread("a-name-that-is-too-long", [&] {
-        // The name is set by the starter, which may be a moment behind.
+        // The starting thread sets the name, which may happen a moment later.
         while (std::string(name) != "a-name-that-is-")
             pthread_getname_np(pthread_self(), name, sizeof name);
     }).join();

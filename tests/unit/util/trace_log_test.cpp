@@ -169,7 +169,7 @@ TEST(TraceLog, JournalWithoutAJournalDaemonIsAProblem) {
     EXPECT_THAT(whyNot, HasSubstr("trace sink journal cannot be opened"));
 }
 
-/// Standard error goes to a file that can be looked at meanwhile.
+/// Redirects standard error to a file that the test can read meanwhile.
 class WatchedStandardError {
   public:
     WatchedStandardError() : before_(::dup(STDERR_FILENO)) {
@@ -224,7 +224,7 @@ struct TracesAtItsEnd {
 };
 
 void openTraceAndExit(const TraceSettings& settings) {
-    // Made before the log is opened, so destroyed after it has closed itself.
+    // Created before the log is opened, so destroyed after the log has closed.
     static const TracesAtItsEnd tracesLate;
     (void)tracesLate;
     std::string whyNot;

@@ -16,8 +16,8 @@ namespace {
 using kelp::util::traceFrom;
 using kelp::util::TraceLog;
 
-/// A log file that takes little and then makes its writer wait: a pipe whose reader reads when it
-/// is told to.
+/// A log file that accepts little and then blocks its writer: a pipe that is read only when the
+/// test says so.
 class StuckFile {
   public:
     StuckFile() : file_(directory_.path() / "pipe") {
@@ -36,7 +36,7 @@ class StuckFile {
     StuckFile(const StuckFile&) = delete;
     StuckFile& operator=(const StuckFile&) = delete;
 
-    /// Reads until the writer has closed its end.
+    /// Read until the writer closes its end.
     std::string readAll() const {
         ::fcntl(reader_, F_SETFL, 0);
         std::string all;
@@ -96,7 +96,7 @@ TEST(TraceQueue, SinkThatHangsCostsWritersNothingAndEveryLossIsCountedAndTold) {
     EXPECT_TRUE(content.hasNewestQueueful) << "the oldest lines go, not the newest";
 }
 
-/// A console that nobody reads: standard error is a pipe, full for ever.
+/// A console that nobody reads: standard error is a pipe that stays full.
 class StuckConsole {
   public:
     StuckConsole() : before_(::dup(STDERR_FILENO)) {

@@ -13,8 +13,8 @@ TEST(Utf8Test, WellFormedTextIsUtf8) {
 }
 
 TEST(Utf8Test, WhatTheStandardForbidsIsNot) {
-    // a byte that begins nothing, one that is cut off, overlong forms, a surrogate, one beyond the
-    // last
+    // an invalid first byte, truncated sequences, overlong forms, a surrogate, a code point beyond
+    // the last one
     for (const char* text : {"\xFF", "\x80", "\xC3", "\xE2\x82", "\xC0\x80", "\xE0\x80\x80",
                              "\xED\xA0\x80", "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "a\xC3(b"})
         EXPECT_FALSE(isUtf8(text)) << text;

@@ -7,6 +7,8 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+
 constexpr std::chrono::milliseconds kFirstPause{300};
 constexpr std::chrono::milliseconds kLongestPause{30000};
 /// Maximum number of addresses of one log-in. An NMS with more of them has left the oldest.
@@ -71,7 +73,7 @@ LiveLogins::Exceeded LiveLogins::exceededBy(const Key& key, const std::string& a
     std::size_t fromAddress = 0;
     bool replacesOne = false;
     bool replacesOneFromThere = false;
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     for (const auto& [each, logins] : live_) {
         const auto there =
             static_cast<std::size_t>(std::count_if(logins.begin(), logins.end(), isFromThere));
@@ -95,7 +97,7 @@ void LiveLogins::enter(const Key& key, const UserAccount& account, const std::st
     Login login = loginOf(account);
     note(login.addresses, address);
     login.subject = subject;
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     admit(login);
     try {
         live_[key].push_back(login);
@@ -111,7 +113,7 @@ void LiveLogins::enter(const Key& key, const UserAccount& account, const std::st
 
 void LiveLogins::renew(const Key& key, const UserAccount& account, const std::string& address,
                        const std::string& subject) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     const auto found = live_.find(key);
     if (found == live_.end())
         return;
@@ -128,7 +130,7 @@ void LiveLogins::renew(const Key& key, const UserAccount& account, const std::st
 }
 
 bool LiveLogins::leave(const Key& key) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     const auto found = live_.find(key);
     if (found == live_.end())
         return false;
@@ -140,18 +142,18 @@ bool LiveLogins::leave(const Key& key) {
 }
 
 std::size_t LiveLogins::count(const Key& key) const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     const auto found = live_.find(key);
     return found != live_.end() ? found->second.size() : 0;
 }
 
 bool LiveLogins::isFrom(const std::string& address) const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return valid_.find(address) != valid_.end();
 }
 
 std::optional<std::int64_t> LiveLogins::userId(const std::string& user) const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     const auto found = live_.lower_bound({user, std::string()});
     if (found == live_.end() || found->first.user != user)
         return std::nullopt;
@@ -159,7 +161,7 @@ std::optional<std::int64_t> LiveLogins::userId(const std::string& user) const {
 }
 
 bool LiveLogins::takeEntered() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return std::exchange(entered_, false);
 }
 
@@ -167,7 +169,7 @@ void LiveLogins::compare(const std::vector<UserAccount>& accounts) {
     std::map<std::string, const UserAccount*> byName;
     for (const UserAccount& account : accounts)
         byName[account.name] = &account;
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     for (auto& [key, logins] : live_) {
         const auto found = byName.find(key.user);
         const UserAccount* const account = found != byName.end() ? found->second : nullptr;
@@ -184,7 +186,7 @@ void LiveLogins::compare(const std::vector<UserAccount>& accounts) {
 
 std::vector<LiveLogins::Key> LiveLogins::invalid(std::int64_t nowUtc, Time now) {
     std::vector<Key> told;
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     for (auto& [key, logins] : live_) {
         for (Login& login : logins) {
             if (login.expiresUtc && *login.expiresUtc <= nowUtc)

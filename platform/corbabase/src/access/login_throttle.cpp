@@ -9,6 +9,8 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+
 /// Factor on the limit for failures of a user from all addresses, and of an address with all users,
 /// compared with those of one user at one address.
 constexpr int kSlower = 10;
@@ -49,8 +51,9 @@ void LoginThrottle::Record::refuseFor(std::chrono::seconds pause, Time now) {
 
 template <class Table, class Key>
 auto& LoginThrottle::recordOf(Table& table, const Key& key, Time now) {
-    const auto [at, isNew] = table.try_emplace(key);
-    if (!isNew)
+    const auto inserted = table.try_emplace(key);
+    const auto at = inserted.first;
+    if (!inserted.second)
         return at->second;
     at->second.used = now;
     if (table.size() > recordsMax_) {
@@ -66,7 +69,7 @@ auto& LoginThrottle::recordOf(Table& table, const Key& key, Time now) {
 }
 
 bool LoginThrottle::refuses(const std::string& user, const LoginOrigin& origin, Time now) const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     const auto pair = pairs_.find({keyOf(user), origin.address});
     if (pair != pairs_.end() && now < pair->second.refusedUntil)
         return true;
@@ -80,7 +83,7 @@ std::optional<std::chrono::seconds> LoginThrottle::failed(const std::string& use
                                                           const LoginOrigin& origin, Time now,
                                                           const Limits& limits) {
     const std::string name = keyOf(user);
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     const auto count = [&](Record& record) {
         record.clearWhenQuiet(now, limits.lockout);
         if (record.failures < std::numeric_limits<int>::max())
@@ -109,14 +112,14 @@ std::optional<std::chrono::seconds> LoginThrottle::failed(const std::string& use
 }
 
 void LoginThrottle::succeeded(const std::string& user, const LoginOrigin& origin, Time now) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     PairRecord& pair = recordOf(pairs_, Pair{keyOf(user), origin.address}, now);
     pair = PairRecord{{0, Time{}, now, true}, origin.network};
 }
 
 void LoginThrottle::forget(const std::string& user) {
     const std::string name = keyOf(user);
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     users_.erase(name);
     for (auto at = pairs_.lower_bound({name, std::string()});
          at != pairs_.end() && at->first.first == name; ++at) {
@@ -128,7 +131,7 @@ void LoginThrottle::forget(const std::string& user) {
 }
 
 std::size_t LoginThrottle::records() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return pairs_.size() + users_.size() + networks_.size();
 }
 

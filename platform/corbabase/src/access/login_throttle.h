@@ -1,11 +1,11 @@
 #pragma once
 
 #include <kelp/orb/request.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <cstddef>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -46,16 +46,19 @@ class LoginThrottle {
     explicit LoginThrottle(std::size_t recordsMax = 10000) : recordsMax_(recordsMax) {}
 
     /// True when the attempt must be refused without checking the password.
-    bool refuses(const std::string& user, const LoginOrigin& origin, Time now) const;
+    bool refuses(const std::string& user, const LoginOrigin& origin, Time now) const
+        KELP_EXCLUDES(mutex_);
     /// Count a wrong password. Return the time for which this user is now locked out at this
     /// address, if at all.
     std::optional<std::chrono::seconds> failed(const std::string& user, const LoginOrigin& origin,
-                                               Time now, const Limits& limits);
-    void succeeded(const std::string& user, const LoginOrigin& origin, Time now);
+                                               Time now, const Limits& limits)
+        KELP_EXCLUDES(mutex_);
+    void succeeded(const std::string& user, const LoginOrigin& origin, Time now)
+        KELP_EXCLUDES(mutex_);
     /// Lift all lock-outs of this user, and the pauses of the addresses that failed as this user.
-    void forget(const std::string& user);
+    void forget(const std::string& user) KELP_EXCLUDES(mutex_);
     /// Number of records of all three kinds together; of each kind there are at most `recordsMax`.
-    std::size_t records() const;
+    std::size_t records() const KELP_EXCLUDES(mutex_);
 
   private:
     struct Record {
@@ -73,13 +76,13 @@ class LoginThrottle {
     using Pair = std::pair<std::string, std::string>;  // user, address
 
     template <class Table, class Key>
-    auto& recordOf(Table& table, const Key& key, Time now);
+    auto& recordOf(Table& table, const Key& key, Time now) KELP_REQUIRES(mutex_);
 
     const std::size_t recordsMax_;
-    mutable std::mutex mutex_;  // guards the tables
-    std::map<Pair, PairRecord> pairs_;
-    std::map<std::string, Record> users_;
-    std::map<std::string, Record> networks_;
+    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "LoginThrottle::mutex_"};
+    std::map<Pair, PairRecord> pairs_ KELP_GUARDED_BY(mutex_);
+    std::map<std::string, Record> users_ KELP_GUARDED_BY(mutex_);
+    std::map<std::string, Record> networks_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_CORBA

@@ -4,11 +4,11 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/corbabase/user_database.h>
 #include <kelp/orb/request.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <exception>
 #include <limits>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -25,6 +25,9 @@
 namespace NS_CORBA {
 
 namespace {
+
+using kelp::util::LockRank;
+using kelp::util::MutexLock;
 
 constexpr const char* kFile = "corbasecuritymgr";
 constexpr int kUnknownUser = -1;
@@ -152,21 +155,21 @@ std::string shown(const LoginOrigin& origin) {
 /// of accounts.
 class NamesSeen {
   public:
-    void note(const std::string& name, bool isAccount) {
-        const std::lock_guard guard(mutex_);
+    void note(const std::string& name, bool isAccount) KELP_EXCLUDES(mutex_) {
+        const MutexLock guard(mutex_);
         if (isAccount)
             names_.insert(name);
         else
             names_.erase(name);
     }
-    bool has(const std::string& name) const {
-        const std::lock_guard guard(mutex_);
+    bool has(const std::string& name) const KELP_EXCLUDES(mutex_) {
+        const MutexLock guard(mutex_);
         return names_.contains(name);
     }
 
   private:
-    mutable std::mutex mutex_;
-    std::set<std::string> names_;  // guarded by mutex_
+    mutable kelp::util::Mutex mutex_{LockRank::Leaf, "NamesSeen::mutex_"};
+    std::set<std::string> names_ KELP_GUARDED_BY(mutex_);
 };
 
 /// The texts of one attempt to log in; borrowed for the call.

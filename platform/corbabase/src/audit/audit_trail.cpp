@@ -1,10 +1,9 @@
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <exception>
-#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -20,6 +19,9 @@ using kelp::oplog::OperationLog;
 using kelp::oplog::OperationRecord;
 using kelp::oplog::SecurityLog;
 using kelp::oplog::SecurityRecord;
+using kelp::util::LockRank;
+using kelp::util::MutexLock;
+using kelp::util::MutexUnlock;
 
 /// Interval of the checks for floods whose minute is over.
 constexpr std::chrono::seconds kLook{1};
@@ -37,14 +39,15 @@ class Logs {
         teller_ = std::thread([this] { tellFloods(); });
     }
 
-    void readLimits() {
-        const std::lock_guard guard(mutex_);
-        requests_.setIndividually(kelp::oplog::configuredRecordsBeforeLogIn());
+    void readLimits() KELP_EXCLUDES(mutex_) {
+        const auto individually = kelp::oplog::configuredRecordsBeforeLogIn();
+        const MutexLock guard(mutex_);
+        requests_.setIndividually(individually);
     }
 
-    void stop() {
+    void stop() KELP_EXCLUDES(mutex_) {
         {
-            const std::lock_guard guard(mutex_);
+            const MutexLock guard(mutex_);
             stops_ = true;
         }
         stopped_.notify_all();
@@ -54,9 +57,10 @@ class Logs {
         security.stop();
     }
 
-    void writeWithoutLogIn(const OperationRecord& record, const std::string& network) {
+    void writeWithoutLogIn(const OperationRecord& record, const std::string& network)
+        KELP_EXCLUDES(mutex_) {
         {
-            const std::lock_guard guard(mutex_);
+            const MutexLock guard(mutex_);
             if (!stops_ && !requests_.standsByItself(record.outcome, network, record.time,
                                                      std::chrono::steady_clock::now()))
                 return;
@@ -64,13 +68,13 @@ class Logs {
         operationsWithoutLogIn.write(record);
     }
 
-    void write(SecurityRecord record) {
+    void write(SecurityRecord record) KELP_EXCLUDES(mutex_) {
         if (record.outcome == kOutcomeOk) {
             security.write(std::move(record));
             return;
         }
         {
-            const std::lock_guard guard(mutex_);
+            const MutexLock guard(mutex_);
             if (!stops_ && !refusals_.standsByItself(record, std::chrono::steady_clock::now()))
                 return;
         }
@@ -84,24 +88,30 @@ class Logs {
   private:
     using Requests = kelp::util::FloodSummary<std::string>;  ///< floods by outcome
 
-    void tellFloods() {
-        std::unique_lock lock(mutex_);
+    void tellFloods() KELP_EXCLUDES(mutex_) {
+        const MutexLock lock(mutex_);
         // checks on a timer, so that no refusal of a flood has to wake it
-        while (!stopped_.wait_for(lock, kLook, [this] { return stops_; })) {
+        while (!stopsWithin(kLook)) {
             const auto now = std::chrono::steady_clock::now();
-            tell(refusals_.take(now), requests_.take(now), lock);
+            tell(refusals_.take(now), requests_.take(now));
         }
-        tell(refusals_.takeAll(), requests_.takeAll(), lock);
+        tell(refusals_.takeAll(), requests_.takeAll());
     }
 
-    void tell(std::vector<SecurityRecord> refusals, const std::vector<Requests::Summary>& requests,
-              std::unique_lock<std::mutex>& lock) {
-        lock.unlock();
+    bool stopsWithin(std::chrono::seconds limit) KELP_REQUIRES(mutex_) {
+        const auto end = std::chrono::steady_clock::now() + limit;
+        while (!stops_ && std::chrono::steady_clock::now() < end)
+            stopped_.wait_until(mutex_, end);
+        return stops_;
+    }
+
+    void tell(std::vector<SecurityRecord> refusals, const std::vector<Requests::Summary>& requests)
+        KELP_REQUIRES(mutex_) {
+        const MutexUnlock unlocked(mutex_);
         for (SecurityRecord& each : refusals)
             security.write(std::move(each));
         for (const Requests::Summary& each : requests)
             operationsWithoutLogIn.write(recordOf(each));
-        lock.lock();
     }
 
     static OperationRecord recordOf(const Requests::Summary& summary) {
@@ -113,11 +123,11 @@ class Logs {
         return record;
     }
 
-    std::mutex mutex_;  // guards the three below
-    RefusalSummary refusals_;
-    Requests requests_{0, RefusalSummary::kPeriod, kNetworksMax};
-    bool stops_ = false;
-    std::condition_variable stopped_;
+    kelp::util::Mutex mutex_{LockRank::Leaf, "Logs::mutex_"};
+    RefusalSummary refusals_ KELP_GUARDED_BY(mutex_);
+    Requests requests_ KELP_GUARDED_BY(mutex_){0, RefusalSummary::kPeriod, kNetworksMax};
+    bool stops_ KELP_GUARDED_BY(mutex_) = false;
+    kelp::util::ConditionVariable stopped_;
     std::thread teller_;
 };
 

@@ -12,6 +12,7 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
 using kelp::util::NamingPath;
 using NS_BUNDLEMGR1::ConfigStore;
 using NS_BUNDLEMGR1::kConfigurationReadEvent;
@@ -63,18 +64,18 @@ EmbeddedNaming& EmbeddedNaming::instance() {
 }
 
 std::shared_ptr<kelp::naming::NamingService> EmbeddedNaming::service() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return service_;
 }
 
 void EmbeddedNaming::start(CORBA::ORB_ptr orb, PortableServer::POA_ptr rootPoa) {
     if (!wanted_ || service())
         return;
-    const auto made =
+    auto made =
         std::make_shared<kelp::naming::NamingService>(orb, rootPoa, configuredService(), record);
     {
-        const std::lock_guard guard(mutex_);
-        service_ = made;
+        const MutexLock guard(mutex_);
+        service_.swap(made);
     }
     LightEventMgr::Instance()->RegisterHandler(kConfigurationReadEvent, this);
 }
@@ -87,7 +88,7 @@ void EmbeddedNaming::letCallersThrough() {
 void EmbeddedNaming::stop() {
     std::shared_ptr<kelp::naming::NamingService> ended;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         ended.swap(service_);
     }
     if (ended)

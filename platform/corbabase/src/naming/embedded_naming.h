@@ -2,10 +2,10 @@
 
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/naming/naming_service.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 namespace NS_CORBA {
 
@@ -38,11 +38,11 @@ class EmbeddedNaming : public NS_BUNDLEMGR1::LightEventHandler {
 
   private:
     EmbeddedNaming() = default;
-    std::shared_ptr<kelp::naming::NamingService> service() const;
+    std::shared_ptr<kelp::naming::NamingService> service() const KELP_EXCLUDES(mutex_);
 
     std::atomic<bool> wanted_{false};
-    mutable std::mutex mutex_;
-    std::shared_ptr<kelp::naming::NamingService> service_;  // guarded by mutex_
+    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "EmbeddedNaming::mutex_"};
+    std::shared_ptr<kelp::naming::NamingService> service_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_CORBA

@@ -15,6 +15,8 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+
 constexpr const char* kFile = "namingregistration";
 constexpr std::chrono::seconds kCallLimit{2};
 
@@ -122,8 +124,10 @@ bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address,
             return false;
         }
         rebindMakingContexts(root.in(), name, factory);
-        const std::lock_guard guard(mutex_);
+        CORBA::Object_var before;  // released without the lock
+        const MutexLock guard(mutex_);
         name_ = name;
+        before = bound_._retn();
         bound_ = CORBA::Object::_duplicate(factory);
         return true;
     } catch (const CosNaming::NamingContext::NotFound& notFound) {
@@ -141,7 +145,7 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
     CosNaming::Name name;
     CORBA::Object_var bound;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         name = name_;
         bound = bound_._retn();
     }

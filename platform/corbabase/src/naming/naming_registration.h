@@ -2,8 +2,8 @@
 
 #include <cos/CosNaming.h>
 #include <kelp/orb/corba.h>
+#include <kelp/util/mutex.h>
 
-#include <mutex>
 #include <string>
 
 namespace NS_CORBA {
@@ -16,14 +16,14 @@ class NamingRegistration {
     /// missing contexts and replacing an existing binding. False, traced with the reason, on
     /// failure.
     bool bind(CORBA::ORB_ptr orb, const std::string& address, const CosNaming::Name& name,
-              CORBA::Object_ptr factory);
+              CORBA::Object_ptr factory) KELP_EXCLUDES(mutex_);
     /// Remove the entry bound last if the name still leads to the same reference.
-    void unbind(CORBA::ORB_ptr orb, const std::string& address);
+    void unbind(CORBA::ORB_ptr orb, const std::string& address) KELP_EXCLUDES(mutex_);
 
   private:
-    std::mutex mutex_;
-    CosNaming::Name name_;  // these two are guarded by mutex_
-    CORBA::Object_var bound_;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "NamingRegistration::mutex_"};
+    CosNaming::Name name_ KELP_GUARDED_BY(mutex_);
+    CORBA::Object_var bound_ KELP_GUARDED_BY(mutex_);
 };
 
 /// Return the root context to register in: that of the embedded naming service while it runs, for

@@ -2,16 +2,17 @@
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/naming_watch.h>
 #include <kelp/orb/references.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/naming_path.h>
 #include <kelp/util/trace_log.h>
-
-#include <mutex>
 
 #include "naming/foreign_entries.h"
 
 namespace NS_CORBA {
 
 namespace {
+
+using kelp::util::MutexLock;
 
 constexpr std::size_t kShownBytesMax = 300;
 
@@ -43,11 +44,11 @@ void record(const ForeignEntries::Report& report) {
 }  // namespace
 
 struct NamingWatch::Watched {
-    mutable std::mutex mutex;
-    NamingEntryState state;  // these two are guarded by mutex
-    ForeignEntries foreign;
+    kelp::util::Mutex mutex{kelp::util::LockRank::Leaf, "NamingWatch::Watched::mutex"};
+    NamingEntryState state KELP_GUARDED_BY(mutex);
+    ForeignEntries foreign KELP_GUARDED_BY(mutex);
 
-    std::vector<ForeignEntries::Report> due() {
+    std::vector<ForeignEntries::Report> due() KELP_REQUIRES(mutex) {
         return foreign.due(std::chrono::steady_clock::now());
     }
 };
@@ -61,7 +62,7 @@ NamingWatch& NamingWatch::Instance() {
 }
 
 void NamingWatch::Begin(const std::string& reference) {
-    const std::lock_guard guard(watched_->mutex);
+    const MutexLock guard(watched_->mutex);
     if (watched_->state.reference == reference)
         return;
     watched_->state = {};
@@ -71,7 +72,7 @@ void NamingWatch::Begin(const std::string& reference) {
 void NamingWatch::Checked(bool isOurs) {
     std::vector<ForeignEntries::Report> reports;
     {
-        const std::lock_guard guard(watched_->mutex);
+        const MutexLock guard(watched_->mutex);
         watched_->state.isOurs = isOurs;
         watched_->state.isBound = isOurs;
         watched_->state.checked = std::chrono::system_clock::now();
@@ -83,12 +84,12 @@ void NamingWatch::Checked(bool isOurs) {
 }
 
 void NamingWatch::Bound() {
-    const std::lock_guard guard(watched_->mutex);
+    const MutexLock guard(watched_->mutex);
     watched_->state.isBound = true;
 }
 
 void NamingWatch::Failed(const std::string& why) {
-    const std::lock_guard guard(watched_->mutex);
+    const MutexLock guard(watched_->mutex);
     watched_->state.isOurs = false;
     watched_->state.isBound = false;
     watched_->state.failure = why;
@@ -101,7 +102,7 @@ void NamingWatch::FoundForeign(const std::string& reference, bool isReplaced) {
     Checked(false);
     std::optional<ForeignEntries::Report> report;
     {
-        const std::lock_guard guard(watched_->mutex);
+        const MutexLock guard(watched_->mutex);
         NamingEntryState& state = watched_->state;
         state.foreign = addresses;
         if (isReplaced) {
@@ -116,7 +117,7 @@ void NamingWatch::FoundForeign(const std::string& reference, bool isReplaced) {
 }
 
 NamingEntryState NamingWatch::State() const {
-    const std::lock_guard guard(watched_->mutex);
+    const MutexLock guard(watched_->mutex);
     return watched_->state;
 }
 

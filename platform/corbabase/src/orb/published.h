@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -18,8 +19,8 @@ class Published {
     const Value* get() const { return current_.load(std::memory_order_acquire); }
 
     /// Replace the value unless the new one is equal.
-    void publish(Value value) {
-        const std::lock_guard guard(mutex_);
+    void publish(Value value) KELP_EXCLUDES(mutex_) {
+        const kelp::util::MutexLock guard(mutex_);
         if (!kept_.empty() && *kept_.back() == value)
             return;
         kept_.push_back(std::make_unique<const Value>(std::move(value)));
@@ -28,8 +29,8 @@ class Published {
 
   private:
     std::atomic<const Value*> current_{nullptr};
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<const Value>> kept_;  // guarded by mutex_
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "Published::mutex_"};
+    std::vector<std::unique_ptr<const Value>> kept_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace NS_CORBA

@@ -7,17 +7,21 @@
 namespace kelp::oplog {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
 /// A batch is taken 100 ms after its first record, or when 5,000 records are waiting.
 constexpr std::chrono::milliseconds kGather{100};
 constexpr std::size_t kGatherEnough = 5000;
+
 }  // namespace
 
 bool LogQueue::put(const RecordView& record) {
-    std::unique_lock lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (closed_)
         return false;
     ++counts_.taken;
-    if (waiting() >= max_ && !waitForRoom(lock)) {
+    if (waiting() >= max_ && !waitForRoom()) {
         countMissing(record.time);
         return false;
     }
@@ -31,13 +35,15 @@ bool LogQueue::put(const RecordView& record) {
     return true;
 }
 
-bool LogQueue::waitForRoom(std::unique_lock<std::mutex>& lock) {
+bool LogQueue::waitForRoom() {
     if (hasStalled_)
         return false;
     ++waiters_;
-    const bool hasRoom = room_.wait_for(lock, stallMax_, [this] {
-        return closed_ || waiting() < max_;
-    }) && waiting() < max_;
+    const auto deadline = Clock::now() + stallMax_;
+    while (!closed_ && waiting() >= max_ &&
+           room_.wait_until(mutex_, deadline) == std::cv_status::no_timeout) {
+    }
+    const bool hasRoom = waiting() < max_;
     if (!hasRoom)
         hasStalled_ = true;
     if (--waiters_ == 0 && closed_)
@@ -62,35 +68,44 @@ std::size_t LogQueue::waiting() const {
     return inItems_ + inHand_;
 }
 
+bool LogQueue::hasWork() const {
+    return !items_.empty() || inHand_ > 0 || inHandHasGap_;
+}
+
 void LogQueue::close() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     closed_ = true;
     filled_.notify_all();
     room_.notify_all();
 }
 
 void LogQueue::wake() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     woken_ = true;
     filled_.notify_all();
 }
 
 LogBatch LogQueue::take(std::size_t most, std::chrono::milliseconds idle) {
-    std::unique_lock lock(mutex_);
-    filled_.wait_for(lock, idle, [this] { return closed_ || woken_ || !items_.empty(); });
+    const util::MutexLock lock(mutex_);
+    const auto idleEnd = Clock::now() + idle;
+    while (!closed_ && !woken_ && items_.empty() &&
+           filled_.wait_until(mutex_, idleEnd) == std::cv_status::no_timeout) {
+    }
     woken_ = false;
-    awaitWaiters(lock);
+    awaitWaiters();
     if (items_.empty())
         return {};
-    filled_.wait_for(lock, kGather,
-                     [this] { return closed_ || inItems_ >= kGatherEnough || waiting() >= max_; });
+    const auto gatherEnd = Clock::now() + kGather;
+    while (!closed_ && inItems_ < kGatherEnough && waiting() < max_ &&
+           filled_.wait_until(mutex_, gatherEnd) == std::cv_status::no_timeout) {
+    }
     return moveOut(most);
 }
 
 bool LogQueue::reopenGap(const LogBatch& batch) {
     if (!batch.gap)
         return false;
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     inHandHasGap_ = false;
     if (gap_ == nullptr) {
         gap_ = items_.emplace_front(Item{{}, std::make_unique<LogEntry>(*batch.gap)}).gap.get();
@@ -102,14 +117,14 @@ bool LogQueue::reopenGap(const LogBatch& batch) {
     return true;
 }
 
-void LogQueue::awaitWaiters(std::unique_lock<std::mutex>& lock) {
-    if (closed_)
-        filled_.wait(lock, [this] { return waiters_ == 0; });
+void LogQueue::awaitWaiters() {
+    while (closed_ && waiters_ > 0)
+        filled_.wait(mutex_);
 }
 
 std::deque<LogBatch> LogQueue::takeRest() {
-    std::unique_lock lock(mutex_);
-    awaitWaiters(lock);
+    const util::MutexLock lock(mutex_);
+    awaitWaiters();
     std::deque<LogBatch> batches;
     while (!items_.empty())
         batches.push_back(moveOut(std::numeric_limits<std::size_t>::max()));
@@ -137,7 +152,7 @@ LogBatch LogQueue::moveOut(std::size_t most) {
 }
 
 void LogQueue::done(bool isAside) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     (isAside ? counts_.aside : counts_.written) += std::exchange(inHand_, 0);
     inHandHasGap_ = false;
     hasStalled_ = false;
@@ -146,28 +161,33 @@ void LogQueue::done(bool isAside) {
 }
 
 bool LogQueue::isClosed() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     return closed_;
 }
 
 bool LogQueue::closedWithin(std::chrono::milliseconds time) {
-    std::unique_lock lock(mutex_);
-    return filled_.wait_for(lock, time, [this] { return closed_; });
+    const util::MutexLock lock(mutex_);
+    const auto deadline = Clock::now() + time;
+    while (!closed_ && filled_.wait_until(mutex_, deadline) == std::cv_status::no_timeout) {
+    }
+    return closed_;
 }
 
 bool LogQueue::emptyWithin(std::chrono::milliseconds time) {
-    std::unique_lock lock(mutex_);
-    return written_.wait_for(lock, time,
-                             [this] { return items_.empty() && inHand_ == 0 && !inHandHasGap_; });
+    const util::MutexLock lock(mutex_);
+    const auto deadline = Clock::now() + time;
+    while (hasWork() && written_.wait_until(mutex_, deadline) == std::cv_status::no_timeout) {
+    }
+    return !hasWork();
 }
 
 void LogQueue::setFails(bool fails) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     counts_.fails = fails;
 }
 
 LogCounts LogQueue::counts() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     LogCounts counts = counts_;
     counts.waiting = waiting();
     return counts;

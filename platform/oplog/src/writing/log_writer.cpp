@@ -40,7 +40,7 @@ LogWriter::~LogWriter() {
 }
 
 void LogWriter::stop() {
-    const std::lock_guard guard(stopMutex_);
+    const util::MutexLock lock(stopMutex_);
     queue_.close();
     if (thread_.joinable())
         thread_.join();
@@ -57,7 +57,7 @@ bool LogWriter::put(const RecordView& record) noexcept {
 
 void LogWriter::setRetention(const Retention& retention) {
     {
-        const std::lock_guard guard(retentionMutex_);
+        const util::MutexLock lock(retentionMutex_);
         retention_ = retention;
         isRetentionNew_ = true;
     }
@@ -135,7 +135,7 @@ void LogWriter::retain(bool hasGrown) {
     Retention retention;
     bool isDue = Clock::now() >= checkAgain_;
     {
-        const std::lock_guard guard(retentionMutex_);
+        const util::MutexLock lock(retentionMutex_);
         retention = retention_;
         isDue = std::exchange(isRetentionNew_, false) || isDue;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <functional>
 #include <thread>
 
@@ -17,10 +19,10 @@ class LogWriter {
     LogWriter& operator=(const LogWriter&) = delete;
 
     bool put(const RecordView& record) noexcept;
-    void setRetention(const Retention& retention);
+    void setRetention(const Retention& retention) KELP_EXCLUDES(retentionMutex_);
     bool flush(std::chrono::milliseconds deadline) { return queue_.emptyWithin(deadline); }
     LogCounts counts() const { return queue_.counts(); }
-    void stop();
+    void stop() KELP_EXCLUDES(stopMutex_);
 
   private:
     using Clock = std::chrono::steady_clock;
@@ -29,21 +31,25 @@ class LogWriter {
     bool writeUntilDone(const LogBatch& batch);
     bool attempt(const std::function<void()>& work);
     void giveUp(const LogBatch& batch);
-    void retain(bool hasGrown);
+    void retain(bool hasGrown) KELP_EXCLUDES(retentionMutex_);
     void trace(const std::string& text) const;
 
     const std::filesystem::path file_;
     const std::string name_;  ///< beginning of each trace line
     LogQueue queue_;
-    LogStore store_;      // used by the thread only
-    bool fails_ = false;  // used by the thread only
-    Clock::time_point
-        checkAgain_{};  // used by the thread only: when the age of the records is checked again
-    std::mutex retentionMutex_;  // guards the next two members
-    Retention retention_;
-    bool isRetentionNew_ = false;
-    std::mutex stopMutex_;  // held during a stop: one stop at a time
-    std::thread thread_;
+
+    // used by the thread only
+    LogStore store_;
+    bool fails_ = false;
+    Clock::time_point checkAgain_{};  ///< when the age of the records is checked again
+
+    util::Mutex retentionMutex_{util::LockRank::Service, "LogWriter::retentionMutex_"};
+    Retention retention_ KELP_GUARDED_BY(retentionMutex_);
+    bool isRetentionNew_ KELP_GUARDED_BY(retentionMutex_) = false;
+
+    /// Held during a stop: one stop at a time.
+    util::Mutex stopMutex_{util::LockRank::ServiceControl, "LogWriter::stopMutex_"};
+    std::thread thread_ KELP_GUARDED_BY(stopMutex_);
 };
 
 }  // namespace kelp::oplog

@@ -2,9 +2,9 @@
 
 #include <kelp/inventory/inventory.h>
 #include <kelp/util/file_identity.h>
+#include <kelp/util/mutex.h>
 
 #include <filesystem>
-#include <mutex>
 
 #include "database/connection.h"
 #include "database/read_pool.h"
@@ -29,7 +29,7 @@ struct Inventory::State {
 
     /// Run `body` with the writing connection. Callers take turns. Defined in changes.cpp.
     template <class Body>
-    auto changing(Body&& body);
+    auto changing(Body&& body) KELP_EXCLUDES(writing);
 
     /// Called before the connections are opened. If the file is replaced in between, the inventory
     /// is not current from the start.
@@ -41,8 +41,8 @@ struct Inventory::State {
     const std::filesystem::path file;
     const util::FileIdentity identity;
     ReadPool readers;
-    std::mutex writing;
-    Connection writer;  ///< guarded by `writing`
+    util::Mutex writing{util::LockRank::Service, "Inventory::writing"};
+    Connection writer KELP_GUARDED_BY(writing);
 };
 
 }  // namespace kelp::inventory

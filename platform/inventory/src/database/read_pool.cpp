@@ -9,7 +9,7 @@ namespace kelp::inventory {
 
 std::unique_ptr<Connection> ReadPool::takeOut() {
     {
-        const std::lock_guard lock(mutex_);
+        const util::MutexLock lock(mutex_);
         if (!idle_.empty()) {
             std::unique_ptr<Connection> connection = std::move(idle_.back());
             idle_.pop_back();
@@ -24,7 +24,7 @@ std::unique_ptr<Connection> ReadPool::takeOut() {
 }
 
 void ReadPool::giveBack(std::unique_ptr<Connection> connection) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (idle_.size() < kKept)
         idle_.push_back(std::move(connection));
 }

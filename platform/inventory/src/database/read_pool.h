@@ -1,11 +1,11 @@
 #pragma once
 
 #include <kelp/util/file_identity.h>
+#include <kelp/util/mutex.h>
 
 #include <cstddef>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -43,13 +43,13 @@ class ReadPool {
     };
 
   private:
-    std::unique_ptr<Connection> takeOut();
-    void giveBack(std::unique_ptr<Connection> connection);
+    std::unique_ptr<Connection> takeOut() KELP_EXCLUDES(mutex_);
+    void giveBack(std::unique_ptr<Connection> connection) KELP_EXCLUDES(mutex_);
 
     const std::filesystem::path file_;
     const util::FileIdentity identity_;
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<Connection>> idle_;  ///< guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Service, "ReadPool::mutex_"};
+    std::vector<std::unique_ptr<Connection>> idle_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::inventory

@@ -1,13 +1,12 @@
 #include <kelp/inventory/shared_inventory.h>
-
-#include <mutex>
+#include <kelp/util/mutex.h>
 
 namespace kelp::inventory {
 
 std::shared_ptr<Inventory> sharedInventory() {
-    static std::mutex mutex;
-    static std::shared_ptr<Inventory> shared;  // guarded by mutex
-    const std::lock_guard guard(mutex);
+    static util::Mutex mutex{util::LockRank::Service, "sharedInventory"};
+    static std::shared_ptr<Inventory> shared KELP_GUARDED_BY(mutex);
+    const util::MutexLock lock(mutex);
     if (!shared || !shared->isCurrent())
         shared = std::make_shared<Inventory>(configuredInventory());
     return shared;

@@ -47,12 +47,13 @@ void makeRoom(Connection& connection, ObjectKind kind) {
 
 template <class Body>
 auto Inventory::State::changing(Body&& body) {
-    const std::lock_guard lock(writing);
+    const util::MutexLock lock(writing);
+    Connection* const connection = &writer;
     return translated(file, [&] {
         // a change to a file that was deleted or replaced would be lost
         if (util::identityOf(file) != identity)
             throw noLongerThere(file);
-        return body(writer);
+        return body(*connection);
     });
 }
 
@@ -88,10 +89,9 @@ Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& 
 }
 
 void Inventory::setPatience(std::chrono::milliseconds patience) {
-    const std::lock_guard lock(state_->writing);
-    translated(state_->file, [&] {
-        state_->writer.database().setBusyTimeout(static_cast<int>(patience.count()));
-    });
+    const util::MutexLock lock(state_->writing);
+    SQLite::Database& database = state_->writer.database();
+    translated(state_->file, [&] { database.setBusyTimeout(static_cast<int>(patience.count())); });
 }
 
 }  // namespace kelp::inventory

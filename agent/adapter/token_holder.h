@@ -1,10 +1,10 @@
 #pragma once
 
 #include <kelp/corbabase/session_token.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
 #include <list>
-#include <mutex>
 
 namespace NS_KELPCORBA {
 
@@ -12,8 +12,8 @@ namespace NS_KELPCORBA {
 /// when another session takes over an existing tree. Any thread may read it. Readers take no lock.
 class TokenHolder {
   public:
-    void set(const NS_CORBA::SessionToken& token) {
-        const std::lock_guard guard(mutex_);
+    void set(const NS_CORBA::SessionToken& token) KELP_EXCLUDES(mutex_) {
+        const kelp::util::MutexLock lock(mutex_);
         // earlier tokens are kept, because a reader may still use one
         kept_.push_back(token);
         inForce_.store(&kept_.back(), std::memory_order_release);
@@ -22,8 +22,8 @@ class TokenHolder {
     const NS_CORBA::SessionToken* get() const { return inForce_.load(std::memory_order_acquire); }
 
   private:
-    std::mutex mutex_;
-    std::list<NS_CORBA::SessionToken> kept_;  // guarded by mutex_
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "TokenHolder::mutex_"};
+    std::list<NS_CORBA::SessionToken> kept_ KELP_GUARDED_BY(mutex_);
     std::atomic<const NS_CORBA::SessionToken*> inForce_{nullptr};
 };
 

@@ -1,20 +1,19 @@
 #include "adapter/top_poa_names.h"
 
 #include <kelp/orb/poas.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/stopping.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 
 namespace NS_KELPCORBA {
 namespace {
 
 struct Claims {
-    std::mutex mutex;
-    std::condition_variable givenUp;
-    std::map<std::string, const SessionSource*> owners;
+    kelp::util::Mutex mutex{kelp::util::LockRank::Leaf, "TopPoaNames::mutex"};
+    kelp::util::ConditionVariable givenUp;
+    std::map<std::string, const SessionSource*> owners KELP_GUARDED_BY(mutex);
 };
 
 Claims& claims() {
@@ -22,24 +21,35 @@ Claims& claims() {
     return instance;
 }
 
+/// Wait until no source holds the name, at most until `end`. Return whether that is so.
+bool waitUntilGivenUp(const std::string& name, std::chrono::steady_clock::time_point end) {
+    Claims& c = claims();
+    const kelp::util::MutexLock lock(c.mutex);
+    while (c.owners.contains(name)) {
+        if (c.givenUp.wait_until(c.mutex, end) == kelp::util::ConditionVariable::Status::timeout)
+            return !c.owners.contains(name);
+    }
+    return true;
+}
+
 }  // namespace
 
 bool TopPoaNames::claim(const std::string& name, const SessionSource* source) {
     Claims& c = claims();
-    const std::lock_guard lock(c.mutex);
+    const kelp::util::MutexLock lock(c.mutex);
     return c.owners.emplace(name, source).first->second == source;
 }
 
 bool TopPoaNames::isOwner(const std::string& name, const SessionSource* source) {
     Claims& c = claims();
-    const std::lock_guard lock(c.mutex);
+    const kelp::util::MutexLock lock(c.mutex);
     const auto found = c.owners.find(name);
     return found != c.owners.end() && found->second == source;
 }
 
 void TopPoaNames::giveUp(const std::string& name, const SessionSource* source) {
     Claims& c = claims();
-    const std::lock_guard lock(c.mutex);
+    const kelp::util::MutexLock lock(c.mutex);
     const auto found = c.owners.find(name);
     if (found == c.owners.end() || found->second != source)
         return;
@@ -50,7 +60,7 @@ void TopPoaNames::giveUp(const std::string& name, const SessionSource* source) {
 bool TopPoaNames::isFree(const std::string& name) {
     Claims& c = claims();
     {
-        const std::lock_guard lock(c.mutex);
+        const kelp::util::MutexLock lock(c.mutex);
         if (c.owners.contains(name))
             return false;
     }
@@ -62,14 +72,9 @@ bool TopPoaNames::waitUntilFree(const std::string& name,
     using std::chrono::steady_clock;
     // short, so that the stop is noticed in time
     constexpr std::chrono::milliseconds kLook{100};
-    Claims& c = claims();
     while (!kelp::util::isStopping()) {
         const steady_clock::time_point end = std::min(deadline, steady_clock::now() + kLook);
-        bool isGivenUp = false;
-        {
-            std::unique_lock lock(c.mutex);
-            isGivenUp = c.givenUp.wait_until(lock, end, [&] { return !c.owners.contains(name); });
-        }
+        const bool isGivenUp = waitUntilGivenUp(name, end);
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
         if (isGivenUp &&

@@ -2,10 +2,10 @@
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/orb/request.h>
+#include <kelp/util/mutex.h>
 
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <vector>
 
 #include "util/never_destroyed.h"
@@ -14,10 +14,14 @@
 namespace NS_KELPCORBA {
 namespace {
 
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
+
 struct Places {
-    std::mutex mutex;
-    int taken = 0;
-    std::map<std::string, int> ofOwner;
+    Mutex mutex{LockRank::Leaf, "ReadAheadPlace::mutex"};
+    int taken KELP_GUARDED_BY(mutex) = 0;
+    std::map<std::string, int> ofOwner KELP_GUARDED_BY(mutex);
 };
 
 // never destroyed: a reader may outlive main
@@ -27,8 +31,8 @@ Places& places() {
 }
 
 struct Holders {
-    std::mutex mutex;
-    std::map<const ReadAheadHolder*, std::weak_ptr<ReadAheadHolder>> all;
+    Mutex mutex{LockRank::Leaf, "ReadAheadHolders::mutex"};
+    std::map<const ReadAheadHolder*, std::weak_ptr<ReadAheadHolder>> all KELP_GUARDED_BY(mutex);
 };
 
 Holders& holders() {
@@ -47,16 +51,17 @@ ReadAheadPlace ReadAheadPlace::take(const std::string& owner) {
     const int mostOfOwner = std::max((most + 1) / 2, 1);
     ReadAheadPlace place;
     place.owner_ = owner;
-    const std::lock_guard guard(places().mutex);
-    if (places().taken >= most)
+    Places& all = places();
+    const MutexLock lock(all.mutex);
+    if (all.taken >= most)
         return place;
     if (!owner.empty()) {
-        int& own = places().ofOwner[owner];
+        int& own = all.ofOwner[owner];
         if (own >= mostOfOwner)
             return place;
         ++own;
     }
-    ++places().taken;
+    ++all.taken;
     place.isTaken_ = true;
     return place;
 }
@@ -64,36 +69,41 @@ ReadAheadPlace ReadAheadPlace::take(const std::string& owner) {
 void ReadAheadPlace::giveBack() {
     if (!std::exchange(isTaken_, false))
         return;
-    const std::lock_guard guard(places().mutex);
-    --places().taken;
-    const auto own = places().ofOwner.find(owner_);
-    if (own != places().ofOwner.end() && --own->second == 0)
-        places().ofOwner.erase(own);
+    Places& all = places();
+    const MutexLock lock(all.mutex);
+    --all.taken;
+    const auto own = all.ofOwner.find(owner_);
+    if (own != all.ofOwner.end() && --own->second == 0)
+        all.ofOwner.erase(own);
 }
 
 int ReadAheadPlace::taken() {
-    const std::lock_guard guard(places().mutex);
-    return places().taken;
+    Places& all = places();
+    const MutexLock lock(all.mutex);
+    return all.taken;
 }
 
 void ReadAheadHolders::enter(const std::shared_ptr<ReadAheadHolder>& holder) {
-    const std::lock_guard guard(holders().mutex);
-    holders().all.emplace(holder.get(), holder);
+    Holders& known = holders();
+    const MutexLock lock(known.mutex);
+    known.all.emplace(holder.get(), holder);
 }
 
 void ReadAheadHolders::leave(const ReadAheadHolder& holder) {
-    const std::lock_guard guard(holders().mutex);
-    holders().all.erase(&holder);
+    Holders& known = holders();
+    const MutexLock lock(known.mutex);
+    known.all.erase(&holder);
 }
 
 void ReadAheadHolders::dropStale(ReadAheadHolder::Time now) {
     std::vector<std::shared_ptr<ReadAheadHolder>> living;
     {
-        const std::lock_guard guard(holders().mutex);
+        Holders& known = holders();
+        const MutexLock lock(known.mutex);
         // reserve first, so that nothing below throws: the last reference to a holder must not be
         // dropped under the lock, because the holder's destructor takes it
-        living.reserve(holders().all.size());
-        for (const auto& [address, holder] : holders().all)
+        living.reserve(known.all.size());
+        for (const auto& [address, holder] : known.all)
             living.push_back(holder.lock());
     }
     for (const std::shared_ptr<ReadAheadHolder>& each : living) {

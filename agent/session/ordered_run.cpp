@@ -1,11 +1,10 @@
 #include "session/ordered_run.h"
 
+#include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <exception>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -39,31 +38,33 @@ class Workers {
         }
         return threads_.size();
     }
-    void awaitRun(std::size_t index) {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return hasRun_[index]; });
+    void awaitRun(std::size_t index) KELP_EXCLUDES(mutex_) {
+        const kelp::util::MutexLock lock(mutex_);
+        while (!hasRun_[index])
+            changed_.wait(mutex_);
     }
 
   private:
-    void work() {
-        std::unique_lock lock(mutex_);
+    void work() KELP_EXCLUDES(mutex_) {
+        const kelp::util::MutexLock lock(mutex_);
         while (next_ < hasRun_.size()) {
             const std::size_t index = next_++;
             // under the lock, so that the entries begin in order
             steps_.begin(index);
-            lock.unlock();
-            steps_.run(index);
-            lock.lock();
+            {
+                const kelp::util::MutexUnlock unlocked(mutex_);
+                steps_.run(index);
+            }
             hasRun_[index] = true;
             changed_.notify_one();
         }
     }
 
     const OrderedSteps& steps_;
-    std::mutex mutex_;  // guards next_ and hasRun_
-    std::condition_variable changed_;
-    std::size_t next_ = 0;
-    std::vector<bool> hasRun_;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Agent, "Workers::mutex_"};
+    kelp::util::ConditionVariable changed_;
+    std::size_t next_ KELP_GUARDED_BY(mutex_) = 0;
+    std::vector<bool> hasRun_ KELP_GUARDED_BY(mutex_);
     std::vector<std::thread> threads_;
 };
 

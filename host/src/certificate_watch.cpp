@@ -81,7 +81,7 @@ CertificateWatch::CertificateWatch(std::filesystem::path certificate,
 
 CertificateWatch::~CertificateWatch() {
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         isEnding_ = true;
     }
     ending_.notify_all();
@@ -89,10 +89,19 @@ CertificateWatch::~CertificateWatch() {
 }
 
 void CertificateWatch::run() {
-    std::unique_lock lock(mutex_);
+    const util::MutexLock lock(mutex_);
     do {
         warn();
-    } while (!ending_.wait_for(lock, kDay, [this] { return isEnding_; }));
+    } while (!endsWithin(kDay));
+}
+
+bool CertificateWatch::endsWithin(std::chrono::seconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!isEnding_) {
+        if (ending_.wait_until(mutex_, end) == util::ConditionVariable::Status::timeout)
+            return isEnding_;
+    }
+    return true;
 }
 
 void CertificateWatch::warn() const {

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <kelp/orb/tls_files.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <filesystem>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -40,14 +39,17 @@ class CertificateWatch {
     CertificateWatch& operator=(const CertificateWatch&) = delete;
 
   private:
-    void run();
+    void run() KELP_EXCLUDES(mutex_);
+    /// Wait until the object is about to be destroyed, at most for `limit`. Return whether it is.
+    bool endsWithin(std::chrono::seconds limit) KELP_REQUIRES(mutex_);
     void warn() const;
 
     const std::filesystem::path certificate_;
     const std::filesystem::path revocationLists_;
-    std::mutex mutex_;
-    std::condition_variable ending_;
-    bool isEnding_ = false;  // guarded by mutex_
+    /// Also held while the files are read, and the warnings traced.
+    util::Mutex mutex_{util::LockRank::Leaf, "CertificateWatch::mutex_"};
+    util::ConditionVariable ending_;
+    bool isEnding_ KELP_GUARDED_BY(mutex_) = false;
     std::thread thread_;
 };
 

@@ -46,8 +46,9 @@ SignalWatch::~SignalWatch() {
 }
 
 SignalWatch::Event SignalWatch::next() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return stop_ || reload_; });
+    const util::MutexLock lock(mutex_);
+    while (!stop_ && !reload_)
+        changed_.wait(mutex_);
     if (stop_)
         return Event::Stop;
     reload_ = false;
@@ -55,7 +56,7 @@ SignalWatch::Event SignalWatch::next() {
 }
 
 bool SignalWatch::isStopAskedFor() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     return stop_;
 }
 
@@ -75,7 +76,7 @@ void SignalWatch::watch() {
 void SignalWatch::received(int signal) {
     bool again = false;
     {
-        const std::lock_guard lock(mutex_);
+        const util::MutexLock lock(mutex_);
         if (signal == SIGHUP)
             reload_ = true;
         else

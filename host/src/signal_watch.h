@@ -1,8 +1,8 @@
 #pragma once
 
-#include <condition_variable>
+#include <kelp/util/mutex.h>
+
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace kelp::host {
@@ -24,21 +24,21 @@ class SignalWatch {
 
     /// Wait for the next event. Reloads requested in the meantime count as one. A stop is reported
     /// first, and by every later call too.
-    Event next();
+    Event next() KELP_EXCLUDES(mutex_);
     /// Whether a stop was requested. next() then reports it.
-    bool isStopAskedFor();
+    bool isStopAskedFor() KELP_EXCLUDES(mutex_);
 
   private:
     void watch();
-    void received(int signal);
+    void received(int signal) KELP_EXCLUDES(mutex_);
 
     const std::function<void()> force_;
     int signals_ = -1;  ///< signalfd
     int leaving_ = -1;  ///< eventfd that ends the thread
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool stop_ = false;    ///< guarded by mutex_
-    bool reload_ = false;  ///< guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Leaf, "SignalWatch::mutex_"};
+    util::ConditionVariable changed_;
+    bool stop_ KELP_GUARDED_BY(mutex_) = false;
+    bool reload_ KELP_GUARDED_BY(mutex_) = false;
     std::thread thread_;
 };
 

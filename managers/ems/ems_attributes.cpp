@@ -5,7 +5,7 @@
 namespace kelp::ems {
 
 inventory::EmsAttributes KnownEmsAttributes::get() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     const auto now = std::chrono::steady_clock::now();
     if (!read_ || now - *read_ >= std::chrono::seconds(1)) {
         read_ = now;
@@ -19,7 +19,7 @@ inventory::EmsAttributes KnownEmsAttributes::get() {
 }
 
 void KnownEmsAttributes::forget() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     read_.reset();
 }
 

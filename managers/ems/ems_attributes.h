@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/inventory/model.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
-#include <mutex>
 #include <optional>
 
 namespace kelp::ems {
@@ -13,14 +13,15 @@ namespace kelp::ems {
 /// returned, or default ones. Any thread may call it.
 class KnownEmsAttributes {
   public:
-    inventory::EmsAttributes get();
+    inventory::EmsAttributes get() KELP_EXCLUDES(mutex_);
     /// Read the attributes again at the next get(), after this process has changed them.
-    void forget();
+    void forget() KELP_EXCLUDES(mutex_);
 
   private:
-    std::mutex mutex_;
-    inventory::EmsAttributes known_;                             // guarded by mutex_
-    std::optional<std::chrono::steady_clock::time_point> read_;  // guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Agent, "KnownEmsAttributes::mutex_"};
+    inventory::EmsAttributes known_ KELP_GUARDED_BY(mutex_);
+    /// None before the first read, and after forget().
+    std::optional<std::chrono::steady_clock::time_point> read_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::ems

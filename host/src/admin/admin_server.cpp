@@ -67,7 +67,7 @@ AdminServer::~AdminServer() {
     acceptor_.join();
     listener_.reset();  // from now on callers are refused at once
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         for (const ConnectionPtr& connection : connections_)
             connection->cut();
     }
@@ -98,7 +98,7 @@ void AdminServer::take(util::Descriptor caller) {
         std::move(caller), ConnectionLimits{limits_.headBytesMax + limits_.bodyBytesMax,
                                             limits_.readTime, limits_.writeTime});
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         if (connections_.size() >= limits_.connectionsMax)
             return;
         connections_.push_back(connection);
@@ -107,7 +107,7 @@ void AdminServer::take(util::Descriptor caller) {
 }
 
 bool AdminServer::makeRoom() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     if (connections_.size() <= limits_.threads)
         return false;
     std::size_t wanted = connections_.size() - limits_.threads;
@@ -128,7 +128,7 @@ void AdminServer::serve(const ConnectionPtr& connection) {
         util::traceFrom("admin",
                         "a request could not be answered: " + util::currentExceptionText());
     }
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     connections_.remove(connection);
 }
 

@@ -4,12 +4,12 @@
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
 #include <kelp/util/descriptor.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <cstddef>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -56,11 +56,11 @@ class AdminServer {
     using ConnectionPtr = std::shared_ptr<Connection>;
 
     void acceptCallers();
-    void take(util::Descriptor caller);
-    void serve(const ConnectionPtr& connection);
+    void take(util::Descriptor caller) KELP_EXCLUDES(mutex_);
+    void serve(const ConnectionPtr& connection) KELP_EXCLUDES(mutex_);
     /// Cut off silent callers if callers wait for a thread. Return true if there are more callers
     /// than threads.
-    bool makeRoom();
+    bool makeRoom() KELP_EXCLUDES(mutex_);
     bool letsIn(const std::string& authorization) const;
 
     const AdminLimits limits_;
@@ -69,8 +69,8 @@ class AdminServer {
     std::optional<ListeningSocket> listener_;  ///< empty after the stop
     const util::Descriptor leaving_;           ///< eventfd that ends the acceptor
     HttpAnswers answers_;
-    std::mutex mutex_;
-    std::list<ConnectionPtr> connections_;  ///< guarded by mutex_; oldest first
+    util::Mutex mutex_{util::LockRank::Leaf, "AdminServer::mutex_"};
+    std::list<ConnectionPtr> connections_ KELP_GUARDED_BY(mutex_);  ///< oldest first
     httplib::ThreadPool workers_;
     std::thread acceptor_;
 };

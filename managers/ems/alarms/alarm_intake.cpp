@@ -30,7 +30,7 @@ admin::Json AlarmIntake::take(const admin::Json& request) {
     if (alarms.empty())
         return answer;
     std::vector<CosNotification::StructuredEvent> events(alarms.size());
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     const std::uint64_t first = nextId_;
     const std::string emsTime = NS_KELPCORBA::TimeChange::time2strByConf(0L);
     for (std::size_t i = 0; i < alarms.size(); ++i)

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/admin/registry.h>
+#include <kelp/util/mutex.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace kelp::ems {
 
@@ -19,11 +19,12 @@ class AlarmIntake {
     /// Accept all alarms of the request or none. Return {"taken": 2, "firstNotificationId": "...",
     /// "lastNotificationId": "..."}, without ids when the request contains no alarm. Throws
     /// admin::RequestError for an invalid request, and while there is no channel.
-    admin::Json take(const admin::Json& request);
+    admin::Json take(const admin::Json& request) KELP_EXCLUDES(mutex_);
 
   private:
-    std::mutex mutex_;      ///< held while ids are assigned and alarms passed on, in the same order
-    std::uint64_t nextId_;  ///< guarded by mutex_
+    /// Held while ids are assigned and the alarms passed on, so that both happen in the same order.
+    util::Mutex mutex_{util::LockRank::Agent, "AlarmIntake::mutex_"};
+    std::uint64_t nextId_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::ems

@@ -15,6 +15,9 @@ class Mutex;
 enum class LockRank {
     /// Anything may be locked while it is held, except another outermost one.
     Outermost,
+    /// The agent's ping round, the managers' alarms and their known attributes. While one of these
+    /// is held the notification channel and the ORB are called, which lock their own mutexes.
+    Agent,
     /// Nothing but the platform services below may be called while it is held.
     Leaf,
     /// One start, stop or load of a platform service at a time (logs, light events, configuration).

@@ -2,6 +2,7 @@
 #include <ace/Init_ACE.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/service_object.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/stopping.h>
 #include <kelp/util/trace_log.h>
 
@@ -12,22 +13,26 @@
 
 namespace NS_BUNDLEMGR1 {
 
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
+
 struct BundleMgr::State {
     std::recursive_mutex global;
-    std::mutex control;  ///< one Start or Stop at a time; locked before `mutex`, held while bundles
-                         ///< are called
-    mutable std::mutex mutex;
-    std::vector<std::unique_ptr<Bundle>> started;  ///< guarded by mutex; in start order
-    std::set<std::string> kept;                    ///< guarded by mutex
+    /// One Start or Stop at a time. Held while bundles are called.
+    Mutex control{LockRank::Bundles, "BundleMgr::control"};
+    mutable Mutex mutex{LockRank::Service, "BundleMgr::mutex"};
+    std::vector<std::unique_ptr<Bundle>> started KELP_GUARDED_BY(mutex);  ///< in start order
+    std::set<std::string> kept KELP_GUARDED_BY(mutex);
 
-    void stopAll() {
+    void stopAll() KELP_REQUIRES(control) {
         while (const std::unique_ptr<Bundle> last = takeLast()) {
             trace("stop bundle " + last->service());
             stopOne(*last);
         }
     }
 
-    void stopOne(Bundle& bundle) {
+    void stopOne(Bundle& bundle) KELP_REQUIRES(control) {
         bundle.stop();
         // threads that are still running may execute code of any bundle
         if (!takeKept(bundle.service()) && !kelp::util::isAnythingLeftRunning())
@@ -40,12 +45,12 @@ struct BundleMgr::State {
 
   private:
     bool takeKept(const std::string& service) {
-        const std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         return kept.erase(service) > 0;
     }
 
     std::unique_ptr<Bundle> takeLast() {
-        const std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         if (started.empty())
             return nullptr;
         std::unique_ptr<Bundle> last = std::move(started.back());
@@ -77,9 +82,9 @@ std::recursive_mutex& BundleMgr::GlobalMutex() {
 
 bool BundleMgr::Start(const std::filesystem::path& directory,
                       const std::vector<std::string>& services, std::string& whyNot) {
-    const std::lock_guard control(state_->control);
+    const MutexLock control(state_->control);
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock lock(state_->mutex);
         if (!state_->started.empty()) {
             whyNot = "bundles are running already";
             return false;
@@ -95,24 +100,24 @@ bool BundleMgr::Start(const std::filesystem::path& directory,
             state_->stopAll();
             return false;
         }
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock lock(state_->mutex);
         state_->started.push_back(std::move(bundle));
     }
     return true;
 }
 
 void BundleMgr::Stop() {
-    const std::lock_guard control(state_->control);
+    const MutexLock control(state_->control);
     state_->stopAll();
 }
 
 void BundleMgr::KeepLoaded(const std::string& service) {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->kept.insert(service);
 }
 
 ServiceObjectBase* BundleMgr::Find(const std::string& service) const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock lock(state_->mutex);
     for (const std::unique_ptr<Bundle>& bundle : state_->started) {
         if (bundle->service() == service)
             return bundle->object();

@@ -1,9 +1,9 @@
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -11,26 +11,32 @@
 
 namespace NS_BUNDLEMGR1 {
 
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
+
 struct ConfigStore::State {
-    std::mutex control;  ///< one load, reload or reset at a time; locked before `mutex`
-    mutable std::mutex mutex;
-    std::shared_ptr<const ConfigDocument> document =
+    /// One load, reload or reset at a time.
+    Mutex control{LockRank::ServiceControl, "ConfigStore::control"};
+    mutable Mutex mutex{LockRank::Configuration, "ConfigStore::mutex"};
+    std::shared_ptr<const ConfigDocument> document KELP_GUARDED_BY(mutex) =
         std::make_shared<ConfigDocument>(defaultDocument());
-    std::filesystem::path file;
+    std::filesystem::path file KELP_GUARDED_BY(mutex);
     std::atomic<std::uint64_t> generation{1};  ///< incremented after the document has changed
 
     std::shared_ptr<const ConfigDocument> current() const {
-        const std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         return document;
     }
-    void replace(ConfigDocument&& with, const std::filesystem::path& from) {
+    void replace(ConfigDocument&& with, const std::filesystem::path& from) KELP_REQUIRES(control) {
         auto made = std::make_shared<const ConfigDocument>(std::move(with));
-        const std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         document.swap(made);
         file = from;
         ++generation;
     }
-    std::vector<ConfigProblem> takeOver(ConfigDocument&& read, const std::filesystem::path& from) {
+    std::vector<ConfigProblem> takeOver(ConfigDocument&& read, const std::filesystem::path& from)
+        KELP_REQUIRES(control) {
         if (!read.problems.empty())
             return std::move(read.problems);
         replace(std::move(read), from);
@@ -130,17 +136,17 @@ ConfigStore& ConfigStore::instance() {
 }
 
 std::vector<ConfigProblem> ConfigStore::load(const std::filesystem::path& file) {
-    const std::lock_guard guard(state_->control);
+    const MutexLock control(state_->control);
     return state_->takeOver(readDocument(file), file);
 }
 
 std::vector<ConfigProblem> ConfigStore::loadText(const std::string& toml, const std::string& name) {
-    const std::lock_guard guard(state_->control);
+    const MutexLock control(state_->control);
     return state_->takeOver(readDocumentText(toml, name), {});
 }
 
 std::vector<ConfigProblem> ConfigStore::reload(std::vector<ConfigChange>* changes) {
-    const std::lock_guard guard(state_->control);
+    const MutexLock control(state_->control);
     const std::filesystem::path from = file();
     if (from.empty())
         return {};
@@ -163,7 +169,7 @@ std::vector<ConfigProblem> ConfigStore::reload(std::vector<ConfigChange>* change
 }
 
 void ConfigStore::reset() {
-    const std::lock_guard guard(state_->control);
+    const MutexLock control(state_->control);
     state_->replace(defaultDocument(), {});
 }
 
@@ -213,7 +219,7 @@ std::uint64_t ConfigStore::generation() const {
 }
 
 std::filesystem::path ConfigStore::file() const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock lock(state_->mutex);
     return state_->file;
 }
 

@@ -1,12 +1,11 @@
 #include <kelp/bundlemgr/light_event.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -15,6 +14,12 @@
 #include <vector>
 
 namespace NS_BUNDLEMGR1 {
+
+using kelp::util::ConditionVariable;
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
+using kelp::util::MutexUnlock;
 
 namespace {
 
@@ -51,39 +56,45 @@ std::string GetValByKey(const std::list<NameValueStru>& values, const std::strin
 LightEventHandler::~LightEventHandler() = default;
 
 struct LightEventMgr::State {
-    std::mutex control;  ///< one start or stop of the thread at a time; locked before `mutex`
-    std::mutex mutex;    ///< guards the members below; not held while handlers run
-    std::condition_variable changed;
-    std::vector<Registration> registrations;
-    std::deque<Event> queue;
-    Registration running;  ///< the handler that is being called; null if there is none
-    std::uint64_t callsEnded = 0;
-    bool isOpen = false;       ///< events are accepted
-    std::thread::id threadId;  ///< of the delivering thread; default-constructed if there is none
-    std::thread thread;        ///< guarded by control
+    /// One start or stop of the thread at a time.
+    Mutex control{LockRank::ServiceControl, "LightEventMgr::control"};
+    std::thread thread KELP_GUARDED_BY(control);
 
-    void start();
-    void stop();
-    void endDelivery();
-    bool isOwnThread();
-    void deliver();
-    void deliverOne(std::unique_lock<std::mutex>& lock, const Event& event);
-    bool isRegistered(const Registration& registration) const {
+    /// Not held while handlers run.
+    Mutex mutex{LockRank::Service, "LightEventMgr::mutex"};
+    ConditionVariable changed;
+    std::vector<Registration> registrations KELP_GUARDED_BY(mutex);
+    std::deque<Event> queue KELP_GUARDED_BY(mutex);
+    /// The handler that is being called; null if there is none.
+    Registration running KELP_GUARDED_BY(mutex);
+    std::uint64_t callsEnded KELP_GUARDED_BY(mutex) = 0;
+    /// Whether events are accepted.
+    bool isOpen KELP_GUARDED_BY(mutex) = false;
+    /// Of the delivering thread; default-constructed if there is none.
+    std::thread::id threadId KELP_GUARDED_BY(mutex);
+
+    void start() KELP_REQUIRES(control) KELP_EXCLUDES(mutex);
+    void stop() KELP_REQUIRES(control) KELP_EXCLUDES(mutex);
+    void endDelivery() KELP_EXCLUDES(mutex);
+    bool isOwnThread() KELP_EXCLUDES(mutex);
+    void deliver() KELP_EXCLUDES(mutex);
+    void deliverOne(const Event& event) KELP_REQUIRES(mutex);
+    bool isRegistered(const Registration& registration) const KELP_REQUIRES(mutex) {
         return std::find(registrations.begin(), registrations.end(), registration) !=
                registrations.end();
     }
-    void raise(Event event);
+    void raise(Event event) KELP_EXCLUDES(mutex);
 };
 
 void LightEventMgr::State::start() {
     {
-        const std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         if (isOpen)
             return;
     }
     if (thread.joinable())
         thread.join();
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     thread = kelp::util::startThread("kelp-events", [this] { deliver(); });
     threadId = thread.get_id();
     isOpen = true;
@@ -96,39 +107,41 @@ void LightEventMgr::State::stop() {
 }
 
 void LightEventMgr::State::endDelivery() {
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     isOpen = false;
     changed.notify_all();
 }
 
 bool LightEventMgr::State::isOwnThread() {
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     return threadId == std::this_thread::get_id();
 }
 
 void LightEventMgr::State::deliver() {
-    std::unique_lock lock(mutex);
+    const MutexLock lock(mutex);
     while (true) {
-        changed.wait(lock, [this] { return !isOpen || !queue.empty(); });
+        while (isOpen && queue.empty())
+            changed.wait(mutex);
         if (queue.empty())
             break;
         const Event event = std::move(queue.front());
         queue.pop_front();
-        deliverOne(lock, event);
+        deliverOne(event);
     }
     threadId = {};
 }
 
-void LightEventMgr::State::deliverOne(std::unique_lock<std::mutex>& lock, const Event& event) {
+void LightEventMgr::State::deliverOne(const Event& event) {
     const std::vector<Registration> copied = registrations;
     for (const Registration& registration : copied) {
         // it may have been deregistered while another handler ran
         if (registration.eventId != event.id || !isRegistered(registration))
             continue;
         running = registration;
-        lock.unlock();
-        callHandler(registration, event);
-        lock.lock();
+        {
+            const MutexUnlock unlock(mutex);
+            callHandler(registration, event);
+        }
         running = {};
         ++callsEnded;
         changed.notify_all();
@@ -136,7 +149,7 @@ void LightEventMgr::State::deliverOne(std::unique_lock<std::mutex>& lock, const 
 }
 
 void LightEventMgr::State::raise(Event event) {
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     const bool isWanted =
         std::any_of(registrations.begin(), registrations.end(),
                     [&](const Registration& each) { return each.eventId == event.id; });
@@ -159,7 +172,7 @@ void LightEventMgr::RegisterHandler(int eventId, LightEventHandler* handler) {
     if (handler == nullptr)
         return;
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock lock(state_->mutex);
         const Registration registration{eventId, handler};
         if (!state_->isRegistered(registration))
             state_->registrations.push_back(registration);
@@ -168,7 +181,7 @@ void LightEventMgr::RegisterHandler(int eventId, LightEventHandler* handler) {
     // that waits for it
     if (state_->isOwnThread())
         return;
-    const std::lock_guard control(state_->control);
+    const MutexLock control(state_->control);
     try {
         state_->start();
     } catch (const std::system_error& error) {
@@ -180,14 +193,13 @@ void LightEventMgr::RegisterHandler(int eventId, LightEventHandler* handler) {
 
 void LightEventMgr::DeregisterHandler(int eventId, LightEventHandler* handler) {
     const Registration registration{eventId, handler};
-    std::unique_lock lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     std::erase(state_->registrations, registration);
     if (state_->threadId == std::this_thread::get_id())
         return;
     const std::uint64_t callsEnded = state_->callsEnded;
-    state_->changed.wait(lock, [&] {
-        return state_->running.handler != handler || state_->callsEnded != callsEnded;
-    });
+    while (state_->running.handler == handler && state_->callsEnded == callsEnded)
+        state_->changed.wait(state_->mutex);
 }
 
 void LightEventMgr::Raise(int eventId, LightEventData data) {
@@ -203,7 +215,7 @@ void LightEventMgr::Stop() {
         state_->endDelivery();
         return;
     }
-    const std::lock_guard control(state_->control);
+    const MutexLock control(state_->control);
     state_->stop();
 }
 

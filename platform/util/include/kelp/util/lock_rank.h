@@ -13,6 +13,8 @@ class Mutex;
 /// The ranks from ServiceControl on belong to platform services that may be called with any other
 /// lock held.
 enum class LockRank {
+    /// The start or stop of the bundles: their code runs while it is held.
+    Bundles,
     /// Anything may be locked while it is held, except another outermost one.
     Outermost,
     /// The agent's ping round, the managers' alarms and their known attributes. While one of these

@@ -29,8 +29,8 @@ std::string sessionNameText(const std::string& userName, const std::string& ipAn
 /// destructor releases the references. The end of the session destroys the POA tree.
 ///
 /// Any thread may call it. `lock_` guards the NMS's reference, the count of failed pings, the state
-/// and the flags. Every access takes it for writing. It is the innermost lock, and no call leaves
-/// the process under it.
+/// and the flags. Every access takes it for writing. Under it only the lock of
+/// NS_CORBA::SessionCallers is taken, and no call leaves the process.
 class SessionSource {
   public:
     /// Return a new source, which keeps a duplicate of `nmsSession`. Null when there is no memory,

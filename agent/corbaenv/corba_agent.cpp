@@ -160,7 +160,7 @@ void keepLoadedForCallsInProgress() {
         const CORBA::ORB_var orb = base().GetOrb();
         keepLoaded();
     } catch (const CORBA::BAD_INV_ORDER&) {
-        // there is no ORB any more, as expected
+        // the ORB was destroyed, as expected
     }
 }
 

@@ -18,7 +18,7 @@ class KelpErrTranslator {
 
     /// Always true.
     bool Init();
-    /// Calls KelpCorbaErrTranslator.
+    /// Call KelpCorbaErrTranslator.
     void Translate(unsigned long code, globaldefs::ProcessingFailureException& exception) const;
 
     KelpErrTranslator(const KelpErrTranslator&) = delete;

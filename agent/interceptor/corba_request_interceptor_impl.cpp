@@ -32,9 +32,8 @@ std::string clientKeyOf(const kelp::orb::RequestInfo& ri) {
     return key;
 }
 
-/// Only waiting threads need to know of calls. A thread that begins to wait just after this check
-/// grants its NMS the whole silent time from then on, as it does when a request arrived just
-/// before.
+/// Whether any thread waits for calls. A thread that begins to wait just after this check grants
+/// its NMS the whole silent time from then on, as it does when a request arrived just before.
 bool isAnybodyWaiting() {
     const SessionMgr* sessions = SessionMgr::Existing();
     return sessions != nullptr && sessions->IsAnybodyWaiting();

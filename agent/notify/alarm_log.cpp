@@ -116,7 +116,7 @@ void SuppilerMgrCallBack::FormatAlarmLog(std::stringstream& out,
     entries.text("probableCauseQualifier");
     entries.number<notifications::PerceivedSeverity_T>("perceivedSeverity");
     entries.number<notifications::ServiceAffecting_T>("serviceAffecting");
-    entries.fixed("affectedTPList", "");  // always empty
+    entries.fixed("affectedTPList", "");  // the list is never rendered
     entries.text("additionalText");
     entries.additionalInfo("additionalInfo");
     entries.text("X.733::EventType");

@@ -56,7 +56,8 @@ class EmsSession_IImpl : public virtual POA_emsSession::EmsSession_I {
 /// The tear-down of a session that is over.
 class TASessionSource {
   public:
-    /// Destroy the session's POA tree and log the user out, both once. Throws nothing.
+    /// Destroy the session's POA tree, and log the user out if that has not been done yet. Does
+    /// nothing for a session without a POA tree. Throws nothing.
     static void check_valid(SessionSource* source);
 };
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kPerSecond = 1;
 constexpr std::chrono::seconds kWait{1};
-/// Short, because the stop waits for log-ins in progress.
+/// Interval of the checks for the stop, which waits for log-ins in progress.
 constexpr std::chrono::milliseconds kSlice{50};
 
 void pause() {

@@ -8,8 +8,8 @@
 namespace NS_KELPCORBA {
 
 /// Throttles an NMS that logs in repeatedly without a pause. Each of its log-ins costs a password
-/// hash and makes and ends a session, with the login lock held. The first `[session]
-/// log_ins_at_once` log-ins are free. Each further one waits 1 s, which limits the NMS to one
+/// hash and makes and ends a session, with the login lock held. Up to `[session] log_ins_at_once`
+/// log-ins in quick succession are free. Each further one waits 1 s, which limits the NMS to one
 /// log-in per second. None is refused. Any thread may call it.
 class LogInPace {
   public:

@@ -126,8 +126,7 @@ void SessionMgr::RunRound() {
         contained(kSubject, "[SessionMgr::svc]", [&] { ConcludeCheck(entries[i], eraseList); });
     };
     runInOrder(entries.size(), pingThreads_, steps);
-    // while they are pinned: afterwards a new session may have the address of a session that ended
-    // meanwhile
+    // while they are pinned: afterwards a new session may occupy the memory of one that has ended
     if (!eraseList.empty())
         EraseSessions(eraseList);
 }

@@ -4,7 +4,7 @@ namespace NS_KELPCORBA {
 
 /// A static object whose destructor never runs, so that threads that outlive main may still use it.
 /// Its storage is the module's static data, which is freed when the module is unloaded. Memory that
-/// the object itself allocated is not freed.
+/// the object has allocated and still holds then is lost.
 template <class T>
 union NeverDestroyed {
     T value;

@@ -11,10 +11,10 @@ namespace NS_KELPCORBA {
 namespace {
 
 constexpr std::size_t kDigits = 14;         // yyyymmddhhmmss
-constexpr std::size_t kWithTenths = 16;     // .d
-constexpr std::size_t kWithTenthsUtc = 17;  // Z
+constexpr std::size_t kWithTenths = 16;     // yyyymmddhhmmss.d
+constexpr std::size_t kWithTenthsUtc = 17;  // yyyymmddhhmmss.dZ
 constexpr std::size_t kSlashed = 19;        // dd/mm/yyyy hh:mm:ss
-constexpr std::size_t kSlashedUtc = 20;     // Z
+constexpr std::size_t kSlashedUtc = 20;     // dd/mm/yyyy hh:mm:ssZ
 constexpr std::size_t kMonths = 12;
 
 std::tm localNow() {

@@ -28,8 +28,8 @@ std::string revocationListWarning(const std::filesystem::path& file,
                                   const orb::RevocationListEnd& list,
                                   std::chrono::system_clock::time_point now);
 
-/// Traces once a day, starting at construction, when this process's certificate is about to end.
-/// Does the same for its revocation lists.
+/// Checks at construction, and then once a day, whether this process's certificate or one of its
+/// revocation lists is about to end. Traces a warning if so.
 class CertificateWatch {
   public:
     /// `revocationLists` may be empty.

@@ -8,11 +8,10 @@ namespace kelp::host {
 
 /// Wait until the session factory is bound in the naming service, or until the first attempt to
 /// bind it has failed and was reported. The agent's monitor makes that attempt some seconds after
-/// the start.
+/// the start. Return the reason why NMS cannot find the factory; empty when they can.
 ///
-/// Returns after at most 20 s, which the monitor's calls stay within. Returns at once when a stop
-/// is requested or no bundle has started the ORB. Return what keeps the factory from being found;
-/// empty when nothing does.
+/// Returns after at most 20 s, which the monitor's calls stay within. Returns an empty text at once
+/// when a stop is requested or no bundle has started the ORB.
 std::string awaitFactoryEntry(SignalWatch& signals);
 
 }  // namespace kelp::host

@@ -17,8 +17,9 @@ class AccessToken {
     AccessToken(const AccessToken&) = delete;
     AccessToken& operator=(const AccessToken&) = delete;
 
-    /// Whether a request's header "Authorization" contains the token. Every wrong token of the
-    /// right length takes the same time to check.
+    /// Whether a request's header "Authorization" contains the token. The check takes the same time
+    /// for every wrong token of the right length, so that its duration does not help to guess the
+    /// token.
     bool isIn(const std::string& authorization) const;
 
   private:

@@ -53,14 +53,14 @@ class KELP_EXPORT CorbaAgentConfig {
     std::int32_t GetHeartbeatEventType() const;  ///< (0, falls back to 0)
     std::int32_t GetAlarmCompatibility() const;  ///< (0, falls back to 0)
     bool GetTasizeisfaf() const;                 ///< (false, kept)
-    std::int32_t GetCachesize()
-        const;  ///< entries (1000 before the first read, falls back to 10000)
+    /// In entries (1000 before the first read, falls back to 10000).
+    std::int32_t GetCachesize() const;
     std::int32_t GetEventlistsize() const;  ///< entries (500, falls back to 500)
-    std::int32_t GetNotifyalarmscache()
-        const;  ///< entries (1000 before the first read, falls back to 10000)
+    /// In entries (1000 before the first read, falls back to 10000).
+    std::int32_t GetNotifyalarmscache() const;
     std::int32_t GetCharacterSetSwitch() const;  ///< (0, falls back to 0)
-    bool isAlarmProbableCauseQualifierCompatible()
-        const;                               ///< (false before the first read, falls back to true)
+    /// (false before the first read, falls back to true)
+    bool isAlarmProbableCauseQualifierCompatible() const;
     std::int32_t GetAlarmTCASwitch() const;  ///< (0, falls back to 0)
     /// Traces the value at debug level 3 on every call (0, kept).
     std::int32_t GetAlarmReportSub() const;

@@ -32,7 +32,7 @@ class KELP_EXPORT ReadAheadPlace {
     ~ReadAheadPlace() { giveBack(); }
 
     /// Take a place. The result is empty when all places are taken, or when this owner has half of
-    /// them, so that no single NMS can occupy all. An empty owner has no limit.
+    /// them (rounded up), so that no single NMS can occupy all. An empty owner may take all.
     static ReadAheadPlace take(const std::string& owner = {});
     explicit operator bool() const { return isTaken_; }
     void giveBack();

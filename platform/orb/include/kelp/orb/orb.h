@@ -84,7 +84,7 @@ KELP_EXPORT void serve(CORBA::ORB_ptr orb, unsigned threads);
 KELP_EXPORT void holdCallers(PortableServer::POAManager_ptr manager);
 KELP_EXPORT void letCallersThrough(PortableServer::POAManager_ptr manager);
 
-/// Make `servant` reachable under a short well-known key: corbaloc:iiop:1.2@HOST:PORT/<key>.
+/// Make `servant` reachable under a short well-known key: `corbaloc:iiop:1.2@HOST:PORT/<key>`.
 /// `target` is the object's ordinary reference. The activation adds a reference to the servant.
 /// Publishing does not let callers through: calls to the key are held until letCallersThrough().
 /// Throws BAD_PARAM for a key in use, an empty key, a null servant, or a servant that has a

@@ -80,9 +80,9 @@ class KELP_EXPORT TraceLog {
 KELP_EXPORT void traceFrom(const std::string& file, const std::string& text,
                            TraceKind kind = TraceKind::Trace) noexcept;
 
-/// Escape control characters, line ends and bytes that are not UTF-8 (\n, \r, \t, \xNN), and
-/// truncate the result to at most `bytesMax` bytes (a truncated text ends in "..."). For any text
-/// that comes from a peer. Escaping an escaped text changes nothing.
+/// Escape control characters, line ends and bytes that are not UTF-8 (`\n`, `\r`, `\t`, `\xNN`),
+/// and truncate the result to at most `bytesMax` bytes (a truncated text ends in "..."). For any
+/// text that comes from a peer. Escaping an escaped text changes nothing.
 KELP_EXPORT std::string escaped(const std::string& text, std::size_t bytesMax = 4096);
 
 }  // namespace kelp::util

@@ -12,7 +12,7 @@ using testing::HasSubstr;
 
 class AdminSocket : public AdminServerTest {};
 
-TEST_F(AdminSocket, TakesAndGivesJson) {
+TEST_F(AdminSocket, AcceptsAndReturnsJson) {
     start();
     httplib::Client caller = client();
     const httplib::Result result =
@@ -23,7 +23,7 @@ TEST_F(AdminSocket, TakesAndGivesJson) {
     EXPECT_EQ(result->get_header_value("Content-Type"), "application/json");
 }
 
-TEST_F(AdminSocket, TellsErrorsInJson) {
+TEST_F(AdminSocket, ReportsErrorsInJson) {
     start();
     httplib::Client caller = client();
     const httplib::Result unknown = caller.Get("/nothing");
@@ -43,7 +43,7 @@ TEST_F(AdminSocket, IsForItsOwnerAlone) {
     EXPECT_EQ(modeOf(folder_ / "admin.sock"), S_IFSOCK | S_IRUSR | S_IWUSR);
 }
 
-TEST_F(AdminSocket, IsMadeWithItsFolderAndGoesWithTheServer) {
+TEST_F(AdminSocket, IsCreatedWithItsFolderAndRemovedWithTheServer) {
     admin::Address address;
     address.socket = folder_ / "state" / "kelp" / "admin.sock";
     start(address);
@@ -52,7 +52,7 @@ TEST_F(AdminSocket, IsMadeWithItsFolderAndGoesWithTheServer) {
     EXPECT_FALSE(std::filesystem::exists(address.socket));
 }
 
-TEST_F(AdminSocket, ThatADeadHostLeftIsReplaced) {
+TEST_F(AdminSocket, OfADeadHostIsReplaced) {
     {
         const Socket dead(::socket(AF_UNIX, SOCK_STREAM, 0));
         const sockaddr_un name = unixName(folder_ / "admin.sock");
@@ -73,14 +73,14 @@ TEST_F(AdminSocket, OfALiveHostIsLeftAlone) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(AdminSocket, ReplacesNothingThatIsNoSocket) {
+TEST_F(AdminSocket, ReplacesOnlySockets) {
     folder_.write("admin.sock", "precious");
     EXPECT_THAT(failure(unixAddress()),
                 HasSubstr("admin.sock: something else than a socket is there"));
     EXPECT_EQ(kelp::test::contentOf(folder_ / "admin.sock"), "precious");
 }
 
-TEST_F(AdminSocket, CannotHaveALongerPathThanTheSystemTakes) {
+TEST_F(AdminSocket, RefusesAPathLongerThanTheSystemAllows) {
     admin::Address address;
     address.socket = folder_ / std::string(100, 'x') / "admin.sock";
     EXPECT_THAT(failure(address), HasSubstr("the path is longer than a socket's may be"));
@@ -163,13 +163,13 @@ class AdminPort : public AdminServerTest {
     const int port_ = kelp::test::freePort();
 };
 
-TEST_F(AdminPort, LetsInWhoHasTheToken) {
+TEST_F(AdminPort, AcceptsCallersWithTheToken) {
     start(tcpAddress());
     ASSERT_GE(token().size(), 32u);
     EXPECT_EQ(statusWith("Bearer " + token()), 200);
 }
 
-TEST_F(AdminPort, RefusesWhoHasNotTheToken) {
+TEST_F(AdminPort, RefusesCallersWithoutTheToken) {
     start(tcpAddress());
     std::string other = token();
     other.back() = other.back() == '0' ? '1' : '0';
@@ -194,7 +194,7 @@ TEST_F(AdminPort, KeepsItsTokenInAFileForItsOwnerAloneWhileItRuns) {
     EXPECT_NE(token(), first);
 }
 
-TEST_F(AdminPort, ThatIsTakenIsNamed) {
+TEST_F(AdminPort, InUseIsNamedInTheError) {
     const kelp::test::DeafListener other;
     admin::Address address = tcpAddress();
     address.port = other.port();

@@ -40,7 +40,7 @@ TEST_F(HostileCallers, BodyUpToTheLimitIsTakenAndALongerOneIsRefused) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(HostileCallers, LengthThatIsNoneIsRefused) {
+TEST_F(HostileCallers, InvalidLengthIsRefused) {
     start();
     for (const std::string length : {"-1", "x", "99999999999999999999999", "1 2"})
         EXPECT_THAT(
@@ -57,7 +57,7 @@ TEST_F(HostileCallers, BodyOfUnknownLengthIsRefused) {
                 StartsWith("HTTP/1.1 411 "));
 }
 
-TEST_F(HostileCallers, CompressedBodyAndOneOfAnotherKindAreRefused) {
+TEST_F(HostileCallers, CompressedBodyAndOtherContentTypesAreRefused) {
     start();
     EXPECT_THAT(
         answerToPost("Content-Type: application/json\r\nContent-Encoding: gzip\r\nContent-Length: "
@@ -76,7 +76,7 @@ TEST_F(HostileCallers, CompressedBodyAndOneOfAnotherKindAreRefused) {
         StartsWith("HTTP/1.1 200 "));
 }
 
-TEST_F(HostileCallers, WhatIsNoHttpIsRefusedInJson) {
+TEST_F(HostileCallers, OtherProtocolsThanHttpAreRefusedInJson) {
     start();
     const std::string answer = answerTo("BREW /pot HTCPCP/1.0\r\n\r\n");
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 400 "));
@@ -92,7 +92,7 @@ TEST_F(HostileCallers, LongPathIsRefused) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(HostileCallers, HeadWithoutAnEndIsCutOff) {
+TEST_F(HostileCallers, EndlessHeaderIsCutOff) {
     AdminLimits limits;
     limits.headBytesMax = 10000;
     limits.bodyBytesMax = 10000;
@@ -105,7 +105,7 @@ TEST_F(HostileCallers, HeadWithoutAnEndIsCutOff) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(HostileCallers, SilentOneIsCutOffWhenItsTimeIsOver) {
+TEST_F(HostileCallers, SilentCallerIsCutOffAtItsDeadline) {
     AdminLimits limits;
     limits.readTime = std::chrono::milliseconds(50);
     start(limits);
@@ -113,7 +113,7 @@ TEST_F(HostileCallers, SilentOneIsCutOffWhenItsTimeIsOver) {
     EXPECT_EQ(silent.readToEnd(), "");
 }
 
-TEST_F(HostileCallers, DrippingOneIsCutOffWhenItsTimeIsOver) {
+TEST_F(HostileCallers, SlowCallerIsCutOffAtItsDeadline) {
     AdminLimits limits;
     limits.readTime = std::chrono::milliseconds(200);
     start(limits);
@@ -150,7 +150,7 @@ TEST_F(HostileCallers, SilentOneMayStayWhileNobodyWaits) {
     EXPECT_THAT(slow.readToEnd().value_or(""), HasSubstr("[7]"));
 }
 
-TEST_F(HostileCallers, NoMoreAreTakenThanThereMayBe) {
+TEST_F(HostileCallers, ConnectionsAboveTheLimitAreClosed) {
     AdminLimits limits;
     limits.threads = 1;
     limits.connectionsMax = 3;

@@ -175,7 +175,7 @@ TEST_F(ServantManagers, RefuseNewCallsWhileTheTreeDiesEvenIfAnOldOneRuns) {
     running.join();
 }
 
-TEST_F(ServantManagers, KnowNothingAfterTheSessionManagerHasGone) {
+TEST_F(ServantManagers, KnowNoObjectAfterTheSessionManagerIsDestroyed) {
     TAServantLocator locator;
     void* cookie = nullptr;
     const auto id = idOf("EMS");
@@ -204,7 +204,7 @@ TEST_F(ServantManagers, NeverBringAnIteratorBack) {
     EXPECT_THROW(call(reference.in()), CORBA::OBJECT_NOT_EXIST);
 }
 
-TEST_F(ServantManagers, LetAnIteratorGoThatIsDeactivated) {
+TEST_F(ServantManagers, ReleaseADeactivatedIterator) {
     TestManager* const first = openIterator();
     openIterator();
     EXPECT_EQ(agent_.sessions().IteratorCount(), 2u);
@@ -214,7 +214,7 @@ TEST_F(ServantManagers, LetAnIteratorGoThatIsDeactivated) {
     EXPECT_EQ(agent_.sessions().IteratorCount(), 1u);
 }
 
-TEST_F(ServantManagers, LetEveryIteratorGoOnceWithItsSession) {
+TEST_F(ServantManagers, ReleaseEveryIteratorOnceWithItsSession) {
     for (int i = 0; i < 5; ++i)
         openIterator();
     agent_.logIn(agent_.nms(2));
@@ -247,7 +247,7 @@ TEST_F(ServantManagers, KeepAnIteratorThatIsStillActiveElsewhere) {
     activator.etherealize(id.in(), iterators_.in(), nullptr, false, false);
 }
 
-TEST_F(ServantManagers, LetAnUnlistedIteratorGo) {
+TEST_F(ServantManagers, ReleaseAnUnlistedIterator) {
     auto* const iterator = new TestManager(alive_);
     const auto mine = ServantRef<TestManager>::take(iterator);
     const PortableServer::ObjectId_var id =

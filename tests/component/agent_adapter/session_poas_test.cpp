@@ -160,7 +160,7 @@ TEST_F(SessionPoas, TellANilParentWithTheSameText) {
     EXPECT_EQ(trace.count(kNilParent), 3u);
 }
 
-TEST_F(SessionPoas, TellWhatTheOrbRefuses) {
+TEST_F(SessionPoas, TraceWhatTheOrbRefuses) {
     const PortableServer::POA_var gone = dead();
     const TraceCapture trace;
     const auto isNil = [](PortableServer::POA_ptr made) {
@@ -225,7 +225,7 @@ TEST_F(SessionPoas, KeepTagsInNamesAsTheyStand) {
     }
 }
 
-TEST_F(SessionPoas, AreTakenDownWhenTheSessionPoaCannotBeMade) {
+TEST_F(SessionPoas, AreDestroyedWhenTheSessionPoaCannotBeCreated) {
     // the tree exists already, and is destroyed just before its last POA is looked up
     PortableServer::POA_var top = SessionSource::create_ServantLocator_poa(agent_.root(), name());
     const PortableServer::POA_var iterators =
@@ -255,7 +255,7 @@ TEST_F(SessionPoas, KeepAServantManagerThatIsSet) {
     EXPECT_FALSE(trace.contains("set_servant_manager"));
 }
 
-TEST_F(SessionPoas, TellWhenAServantManagerCannotBeSet) {
+TEST_F(SessionPoas, TraceThatAServantManagerCannotBeSet) {
     const TraceCapture trace;
     // the root POA has no servant manager
     EXPECT_EQ(SessionSource::SetServantLocator(agent_.root()), kFailed);
@@ -277,7 +277,7 @@ TEST_F(SessionPoas, TellWhenAServantManagerCannotBeSet) {
     }
 }
 
-TEST_F(SessionPoas, AreTakenDownWhenTheIteratorPoaCannotBeMade) {
+TEST_F(SessionPoas, AreDestroyedWhenTheIteratorPoaCannotBeCreated) {
     const PortableServer::POA_var gone = dead();
     const TraceCapture trace;
     EXPECT_EQ(SessionSource::SetServantIterator(gone.in()), kFailed);
@@ -289,7 +289,7 @@ TEST_F(SessionPoas, AreTakenDownWhenTheIteratorPoaCannotBeMade) {
     EXPECT_EQ(SessionSource::SetServantIterator(PortableServer::POA::_nil()), kFailed);
 }
 
-TEST_F(SessionPoas, OfOneServantLocatorStandAlone) {
+TEST_F(SessionPoas, CanBeCreatedSinglyWithAServantLocator) {
     PortableServer::POA_var poa;
     const TraceCapture trace;
     EXPECT_EQ(SessionSource::CreateServantPoa(poa, PortableServer::POA::_nil(), "alone"), kFailed);
@@ -356,7 +356,7 @@ TEST_F(SessionPoas, GiveNoReferenceAfterTheyWereDestroyed) {
                        "create_reference_with_id!"));
 }
 
-TEST_F(SessionPoas, StayWhenOnlyTheRecordGoes) {
+TEST_F(SessionPoas, StayWhenOnlyTheSourceIsDestroyed) {
     { const Source source = makeWithTree(); }
     EXPECT_NO_THROW(rootChild(name()));
     EXPECT_TRUE(TopPoaNames::isFree(name())) << "no live source has the name";
@@ -385,7 +385,7 @@ TEST_F(SessionPoas, NamesBelongToOneSourceAtATime) {
     TopPoaNames::giveUp("name", other.get());
 }
 
-TEST_F(SessionPoas, NamesAreWaitedForUntilTheyAreGivenUp) {
+TEST_F(SessionPoas, NamesAreWaitedForUntilTheyAreReleased) {
     const Source source = make();
     ASSERT_TRUE(TopPoaNames::claim("name", source.get()));
     bool isFree = false;

@@ -107,7 +107,7 @@ TEST_F(SessionRecord, IsReusedOnlyWhileItIsNormalOrWaitsSilently) {
     }
 }
 
-TEST_F(SessionRecord, LetsASlowLeaverNotTakeItsSuccessorsFlag) {
+TEST_F(SessionRecord, KeepsTheFlagOfANewWaitWhenAnOldWaitLeavesLate) {
     const Source source = make();
     source->set_state(SilentWaiting);
     source->set_silent_waiting();

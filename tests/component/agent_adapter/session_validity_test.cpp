@@ -153,7 +153,7 @@ TEST_F(SessionValidity, TakesANilReferenceForAFailedPing) {
 
 // -- ends
 
-TEST_F(SessionValidity, EndsAnEndedSessionUntold) {
+TEST_F(SessionValidity, EndsAnEndedSessionWithoutNotifyingTheNms) {
     source_->set_state(Ended);
     EXPECT_EQ(check(), -1);
     EXPECT_TRUE(isTornDown());
@@ -161,14 +161,14 @@ TEST_F(SessionValidity, EndsAnEndedSessionUntold) {
     EXPECT_EQ(agent_.nms()->pings, 0);
 }
 
-TEST_F(SessionValidity, EndsAnInvalidSessionUntold) {
+TEST_F(SessionValidity, EndsAnInvalidSessionWithoutNotifyingTheNms) {
     source_->set_state(Invalid);
     EXPECT_EQ(check(), -1);
     EXPECT_TRUE(isTornDown());
     EXPECT_EQ(agent_.nms()->ends, 0);
 }
 
-TEST_F(SessionValidity, TellsTheNmsAtTheExit) {
+TEST_F(SessionValidity, NotifiesTheNmsAtTheExit) {
     source_->set_state(EmsExiting);
     EXPECT_EQ(check(), -1);
     EXPECT_TRUE(waitUntil([&] { return agent_.nms()->ends == 1; }));
@@ -176,7 +176,7 @@ TEST_F(SessionValidity, TellsTheNmsAtTheExit) {
     EXPECT_TRUE(isTornDown());
 }
 
-TEST_F(SessionValidity, EndsTheSessionWhenTheNmsCannotBeTold) {
+TEST_F(SessionValidity, EndsTheSessionWhenTheNmsCannotBeNotified) {
     const CORBA::Object_var object = kelp::orb::toReference(
         agent_.orb(), "corbaloc:iiop:1.2@127.0.0.1:" + std::to_string(freePort()) + "/Nms");
     const nmsSession::NmsSession_I_var dead =
@@ -212,7 +212,7 @@ TEST_F(SessionValidity, IsOverWithoutATree) {
     EXPECT_FALSE(trace.contains("Detect nmsSession failed"));
 }
 
-TEST_F(SessionValidity, MayBeEndedByTheNmsWhileItIsTold) {
+TEST_F(SessionValidity, MayBeEndedByTheNmsDuringItsNotification) {
     agent_.nms()->onEnd = [this] {
         source_->set_state(Ended);
         TASessionSource::check_valid(source_.get());
@@ -226,7 +226,7 @@ TEST_F(SessionValidity, MayBeEndedByTheNmsWhileItIsTold) {
 
 // -- event loss
 
-TEST_F(SessionValidity, TellsAnEventLossInPlaceOfAPing) {
+TEST_F(SessionValidity, ReportsAnEventLossInsteadOfAPing) {
     EXPECT_EQ(check(false, false), 0);
     EXPECT_THAT(agent_.nms()->texts(), testing::ElementsAre("occurred 20260101120000Z 4711"));
     EXPECT_EQ(agent_.nms()->pings, 0);
@@ -239,7 +239,7 @@ TEST_F(SessionValidity, TellsAnEventLossInPlaceOfAPing) {
     EXPECT_TRUE(source_->get_event_loss_cleared());
 }
 
-TEST_F(SessionValidity, TakesATellingForAPing) {
+TEST_F(SessionValidity, CountsAReportAsAPing) {
     refuse();
     check();
     check();
@@ -256,7 +256,7 @@ TEST_F(SessionValidity, TakesATellingForAPing) {
     EXPECT_TRUE(source_->get_ping_answered());
 }
 
-TEST_F(SessionValidity, CountsARefusedTellingAsAFailedPingAndTriesAgain) {
+TEST_F(SessionValidity, CountsARefusedReportAsAFailedPingAndRetries) {
     refuse();
     const TraceCapture trace;
     for (int i = 1; i <= 3; ++i) {
@@ -285,7 +285,7 @@ TEST_F(SessionValidity, CountsARefusedTellingAsAFailedPingAndTriesAgain) {
     EXPECT_TRUE(isTornDown());
 }
 
-TEST_F(SessionValidity, TellsNothingWhileItWaitsSilently) {
+TEST_F(SessionValidity, ReportsNothingWhileItWaitsSilently) {
     refuse();
     for (int i = 0; i < 5; ++i)
         check(true);
@@ -326,7 +326,7 @@ TEST_F(SessionValidityWithoutPings, RecordsAnEventLossOnly) {
     EXPECT_EQ(agent_.nms()->pings, 0);
 }
 
-TEST_F(SessionValidityWithoutPings, StillTellsTheExit) {
+TEST_F(SessionValidityWithoutPings, StillNotifiesTheNmsAtTheExit) {
     source_->set_state(EmsExiting);
     EXPECT_EQ(check(), -1);
     EXPECT_TRUE(waitUntil([&] { return agent_.nms()->ends == 1; }));

@@ -74,7 +74,7 @@ TEST_F(BoundedStop, EndsAPingOfAnNmsThatCannotBeReached) {
     EXPECT_FALSE(util::isAnythingLeftRunning());
 }
 
-TEST_F(BoundedStop, LeavesATaskToItselfThatDoesNotEnd) {
+TEST_F(BoundedStop, AbandonsATaskThatDoesNotEnd) {
     Gate gate;
     startWithUser("");
     ASSERT_TRUE(NS_CORBA::AsynNotifyMgr::Instance()->Post([&] { gate.pass(); }));
@@ -86,7 +86,7 @@ TEST_F(BoundedStop, LeavesATaskToItselfThatDoesNotEnd) {
 }
 
 /// A request is inside a manager interface while the agent stops.
-TEST_F(BoundedStop, TakesNothingAwayFromARequestThatStillRuns) {
+TEST_F(BoundedStop, DestroysNothingThatARunningRequestUses) {
     Gate gate;
     enterInterface("First", 1);
     startWithUser("");

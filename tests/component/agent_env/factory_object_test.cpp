@@ -126,7 +126,7 @@ TEST_F(FactoryObject, CannotBeMadeUnderAnIdThatAnotherServantHas) {
     EXPECT_TRUE(CORBA::is_nil(factory.in()));
 }
 
-TEST_F(FactoryObject, ThatCannotBeMadeAnewStaysAsItWas) {
+TEST_F(FactoryObject, StaysWhenItCannotBeCreatedAgain) {
     const BaseOrb orb;
     ASSERT_TRUE(config().InitEmsSessionFactoryIImplObj());
     const std::string before = objectKey();

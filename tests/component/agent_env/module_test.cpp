@@ -128,7 +128,7 @@ TEST_F(ModuleObject, IsMadeWithoutASlotForTheDeleter) {
     deleter_(made);
 }
 
-TEST_F(ModuleObject, TakesItsInterfaceAlongWhenItGoes) {
+TEST_F(ModuleObject, DeletesItsInterfaceWithItself) {
     ACE_Service_Object* const made = module_.make(nullptr);
     EXPECT_NE(NS_BUNDLEMGR1::CheckIFBuf("NULLServiceInterface"), nullptr);
     deleter_(made);

@@ -13,7 +13,7 @@ namespace {
 
 class NamingEntry : public MonitorFixture {};
 
-TEST_F(NamingEntry, ThatIsMissingIsMadeAndFoundByTheNextRound) {
+TEST_F(NamingEntry, IsCreatedWhenMissingAndFoundByTheNextRound) {
     round();
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
     EXPECT_FALSE(monitor_->IsRegistered());
@@ -35,7 +35,7 @@ TEST_F(NamingEntry, TracesComeFromTheAgent) {
     }
 }
 
-TEST_F(NamingEntry, OfThisAgentFromBeforeIsTakenAsItIs) {
+TEST_F(NamingEntry, OfAnEarlierRunOfThisAgentIsKept) {
     ASSERT_TRUE(base().RegistEMSFactoryName(own_.in()));
     round();
     EXPECT_TRUE(monitor_->IsRegistered());
@@ -122,7 +122,7 @@ TEST_F(NamingEntry, OfAHungProcessIsReplacedAtOnce) {
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
 }
 
-TEST_F(NamingEntry, ThatIsFoughtOverIsBoundOnceARoundAndRecordedOnce) {
+TEST_F(NamingEntry, ThatTwoFactoriesClaimIsBoundOnceARoundAndRecordedOnce) {
     const TemporaryDirectory folder;
     configure(withNamingPort(names_.port()) + OpenLogs::toml(folder));
     const OpenLogs logs(folder);

@@ -13,7 +13,7 @@ namespace {
 
 class NamingServiceOutage : public MonitorFixture {};
 
-TEST_F(NamingServiceOutage, RestartedEmptyItHasTheEntryAgainWithinTwoRounds) {
+TEST_F(NamingServiceOutage, WithAnEmptyRestartEndsWithTheEntryWithinTwoRounds) {
     registerOwn();
     names_.restartEmpty();
     round(2);

@@ -125,7 +125,7 @@ TEST_F(AgentStart, FailsWithAnInterfaceThatThrows) {
     expectNothingRuns();
 }
 
-TEST_F(AgentStart, OfInterfacesOfOneOrderIsAsEnteredAndTheirStopTheReverse) {
+TEST_F(AgentStart, StartsInterfacesOfOneRankAsEnteredAndStopsThemInReverse) {
     configureAgent();
     enterInterface("A", 5);
     enterInterface("B", 5);

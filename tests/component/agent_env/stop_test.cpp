@@ -32,7 +32,7 @@ TEST_F(AgentStop, WithoutAStartDoesNothing) {
     expectNothingRuns();
 }
 
-TEST_F(AgentStop, AfterAStartAndAgain) {
+TEST_F(AgentStop, MayBeRepeated) {
     configureAgent();
     ASSERT_TRUE(start());
     stop();
@@ -41,7 +41,7 @@ TEST_F(AgentStop, AfterAStartAndAgain) {
     expectNothingRuns();
 }
 
-TEST_F(AgentStop, OfTheThreadsTwiceIsAsOnce) {
+TEST_F(AgentStop, OfTheThreadsMayBeRepeated) {
     configureAgent();
     ASSERT_TRUE(start());
     CorbaAgentFacade::ExitThrds();

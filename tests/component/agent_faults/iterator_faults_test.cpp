@@ -88,7 +88,7 @@ class IteratorPlaces : public IteratorFixture {
     }
 };
 
-TEST_F(IteratorFaults, OfTheFirstLockAreTold) {
+TEST_F(IteratorFaults, OfTheFirstLockAreReported) {
     openWithFailingLock(1, "[SessionMgr::add_iterator] Acquire lock failed!");
 }
 
@@ -96,7 +96,7 @@ TEST_F(IteratorFaults, OfTheSecondLockLeaveTheIteratorInactive) {
     openWithFailingLock(2, "[SessionMgr::add_iterator] S3 Acquire lock failed!");
 }
 
-TEST_F(IteratorFaults, OfTheLockWhenAnIteratorGoesAreTold) {
+TEST_F(IteratorFaults, OfTheLockAtTheEndOfAnIteratorAreReported) {
     const auto iterator = made();
     ASSERT_EQ(open(iterator), 0ul);
     {

@@ -175,7 +175,7 @@ INSTANTIATE_TEST_SUITE_P(Strategies, LogInWithoutMemory,
                                          AgentOptions().with(1, false),
                                          AgentOptions().with(2, false)));
 
-TEST(LogInWithoutAThread, ThatWouldWaitForItsNmsIsRefused) {
+TEST(LogInWithoutAThread, IsRefusedWhenItNeedsAWaitingThread) {
     RunningAgent agent(AgentOptions().with(2, false));
     const TestNms& nms = agent.nms();
     {
@@ -287,7 +287,7 @@ TEST_F(LogInFaults, OfTheRootPoaAreRefusedAndUndone) {
     expectWholeSession();
 }
 
-TEST(SessionLimit, OfNothingMarksTheNewSessionAsWell) {
+TEST(SessionLimit, OfZeroOrLessMarksTheNewSessionAsWell) {
     for (const int limit : {0, -1}) {
         RunningAgent agent(AgentOptions{.releaseStrategy = 1, .pingMode = false});
         BaseConfigFaults::maxSession = limit;

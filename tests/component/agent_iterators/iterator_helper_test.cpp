@@ -79,7 +79,7 @@ TEST_F(IteratorHelper, ClosesAnIteratorFromWithinACallOnIt) {
     EXPECT_TRUE(waitUntil([&] { return count() == 0 && iterator->_refcount_value() == 1; }));
 }
 
-TEST_F(IteratorHelper, TakesOutOnlyWhatIsListed) {
+TEST_F(IteratorHelper, RemovesOnlyListedIterators) {
     const auto stranger = made();
     EXPECT_EQ(RunningAgent::sessions().remove_iterator(stranger.get()), 0);
     EXPECT_EQ(stranger->_refcount_value(), 1u);

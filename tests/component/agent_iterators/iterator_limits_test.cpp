@@ -85,7 +85,7 @@ TEST_F(IteratorsFarBelowHard, AreNeverMoreThanTheSoftLimitAndOneEvenIfManyAreOpe
     EXPECT_TRUE(waitUntil([&] { return alive_ == 3; }));
 }
 
-TEST_F(IteratorsSoftBelowHard, OneWithoutAPoaIsNotOpenedAndStaysItsMakers) {
+TEST_F(IteratorsSoftBelowHard, WithoutAPoaAreRefusedAndStayWithTheCaller) {
     const auto nowhere = NS_KELPCORBA::ServantRef<TestIterator>::take(
         new TestIterator(PortableServer::POA::_nil(), alive_));
     const TraceCapture trace;
@@ -122,12 +122,12 @@ class IteratorsThatCannotBeClosed : public IteratorsSoftBelowHard {
     }
 };
 
-TEST_F(IteratorsThatCannotBeClosed, ForTheirPoaIsNilAreTraced) {
+TEST_F(IteratorsThatCannotBeClosed, BecauseTheirPoaIsNilAreTraced) {
     expectUnlisted([](TestIterator& oldest) { oldest.isWithoutPoa = true; },
                    "[SessionMgr::add_iterator] _default_POA returned nil POA object!");
 }
 
-TEST_F(IteratorsThatCannotBeClosed, ForTheirPoaRaisesAnExceptionAreTraced) {
+TEST_F(IteratorsThatCannotBeClosed, BecauseTheirPoaThrowsAreTraced) {
     expectUnlisted([](TestIterator& oldest) { oldest.onPoa = [] { throw CORBA::NO_RESOURCES(); }; },
                    "[SessionMgr::add_iterator] Occurred during deactivate_object of iterator!");
 }

@@ -125,12 +125,12 @@ TEST_F(TypedIteratorTest, IsGoneWithItsSession) {
     EXPECT_TRUE(isClosed(answer.rest.in()));
 }
 
-TEST_F(TypedIteratorTest, TellsWhenTheListCannotBeReadAndIsOver) {
+TEST_F(TypedIteratorTest, ReportsThatTheListCannotBeReadAndEnds) {
     expectOverAfter([] { throw std::runtime_error("the database is gone"); },
                     "the database is gone");
 }
 
-TEST_F(TypedIteratorTest, TellsTheSameWhateverIsThrown) {
+TEST_F(TypedIteratorTest, ReportsTheSameForEveryException) {
     expectOverAfter([] { throw CORBA::PERSIST_STORE(); }, "PERSIST_STORE");
     expectOverAfter([] { throw globaldefs::ProcessingFailureException(); },
                     "ProcessingFailureException");

@@ -100,7 +100,7 @@ TEST(AlarmLog, WritesANegativeLayerRate) {
     EXPECT_EQ(entry(event, "layerRate"), "-1");
 }
 
-TEST(AlarmLog, LeavesOutFieldsThatAreNoneOfItsOwn) {
+TEST(AlarmLog, LeavesOutUnknownFields) {
     CosNotification::StructuredEvent event;
     addField(event, "notificationId") <<= "17";
     for (const char* name :

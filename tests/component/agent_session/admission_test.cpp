@@ -174,7 +174,7 @@ TEST(Admission, LeavesTheOperationsOfAllowedCallersInTheOperationLog) {
     EXPECT_EQ(told, all);
 }
 
-TEST(Admission, TellsLogInsLogOutsAndLockOutsInTheSecurityLog) {
+TEST(Admission, RecordsLogInsLogOutsAndLockOutsInTheSecurityLog) {
     const TemporaryDirectory folder;
     ConfigStore::instance().loadText(OpenLogs::toml(folder), "logs");
     const OpenLogs logs(folder);

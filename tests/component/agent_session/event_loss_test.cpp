@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 const AgentOptions kRounds = AgentOptions().withRoundsEvery(1);
 
-TEST(EventLoss, IsToldToEveryNmsOnce) {
+TEST(EventLoss, IsReportedToEveryNmsOnce) {
     RunningAgent agent(kRounds);
     agent.logIn(agent.nms(1));
     agent.logIn(agent.nms(2));
@@ -28,7 +28,7 @@ TEST(EventLoss, IsToldToEveryNmsOnce) {
     }
 }
 
-TEST(EventLoss, IsToldAgainWhenItIsOver) {
+TEST(EventLoss, IsReportedAgainWhenItIsOver) {
     RunningAgent agent(kRounds);
     agent.logIn(agent.nms());
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
@@ -42,7 +42,7 @@ TEST(EventLoss, IsToldAgainWhenItIsOver) {
                             "occurred 20260101140000Z 4712"));
 }
 
-TEST(EventLoss, ThatIsOverBeforeARoundIsNotTold) {
+TEST(EventLoss, ThatIsOverBeforeARoundIsNotReported) {
     RunningAgent agent(kRounds);
     agent.logIn(agent.nms());
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->pings == 1; }));
@@ -52,14 +52,14 @@ TEST(EventLoss, ThatIsOverBeforeARoundIsNotTold) {
     EXPECT_TRUE(agent.nms()->texts().empty());
 }
 
-TEST(EventLoss, IsToldToAnNmsThatLogsInLater) {
+TEST(EventLoss, IsReportedToAnNmsThatLogsInLater) {
     RunningAgent agent(kRounds);
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
     agent.logIn(agent.nms());
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->losses == 1; }));
 }
 
-TEST(EventLoss, IsToldUntilTheNmsTakesIt) {
+TEST(EventLoss, IsReportedUntilTheNmsAcceptsIt) {
     RunningAgent agent(kRounds);
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
@@ -74,7 +74,7 @@ TEST(EventLoss, IsToldUntilTheNmsTakesIt) {
     EXPECT_EQ(session->source()->get_ping_failures(), 0);
 }
 
-TEST(EventLoss, ThatAnNmsNeverTakesEndsItsSession) {
+TEST(EventLoss, ThatAnNmsNeverAcceptsEndsItsSession) {
     RunningAgent agent(kRounds);
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
@@ -84,7 +84,7 @@ TEST(EventLoss, ThatAnNmsNeverTakesEndsItsSession) {
     EXPECT_EQ(agent.nms()->pings, 0);
 }
 
-TEST(EventLoss, IsRecordedButNotToldWithoutPingMode) {
+TEST(EventLoss, IsRecordedButNotReportedWithoutPingMode) {
     RunningAgent agent(kRounds.with(0, false));
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());
@@ -96,7 +96,7 @@ TEST(EventLoss, IsRecordedButNotToldWithoutPingMode) {
     EXPECT_EQ(agent.nms()->pings, 0);
 }
 
-TEST(EventLoss, IsNotToldToAnNmsThatIsWaitedForSilently) {
+TEST(EventLoss, IsNotReportedWhileItsSessionWaitsSilently) {
     RunningAgent agent(AgentOptions{
         .releaseStrategy = 2, .pingMode = true, .pingIntervalS = 1, .silentTimeS = 86400});
     agent.nms()->answer = NmsServant::Answer::Refuse;

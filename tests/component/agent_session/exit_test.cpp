@@ -36,7 +36,7 @@ void loseNms(SessionSource& source, int failures) {
 
 class Exit : public testing::TestWithParam<AgentOptions> {};
 
-TEST_P(Exit, TellsAndEndsEverySession) {
+TEST_P(Exit, NotifiesAndEndsEverySession) {
     RunningAgent agent(GetParam());
     std::vector<ServantRef<EmsSession_IImpl>> sessions;
     for (unsigned i = 1; i <= 3; ++i) {
@@ -94,7 +94,7 @@ TEST(ExitThread, EndsSessionsInEveryState) {
     }
 }
 
-TEST(ExitThread, DoesNotLogASessionOutTwiceThatIsOverAlready) {
+TEST(ExitThread, DoesNotLogOutAnEndedSessionTwice) {
     RunningAgent agent;
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     session->endSession();
@@ -167,7 +167,7 @@ TEST(ExitThread, GivesAnNmsThatCannotBeReachedOneSecond) {
     EXPECT_EQ(agent.liveLogins(unreachable.hostAndPort()), 0u);
 }
 
-TEST(ExitThread, TellsManyNmsThatCannotBeReachedAtTheSameTime) {
+TEST(ExitThread, NotifiesManyUnreachableNmsConcurrently) {
     const FullBacklogListener unreachable;
     RunningAgent agent;
     const nmsSession::NmsSession_I_var nms = nmsAt(agent, unreachable.corbaloc());
@@ -182,7 +182,7 @@ TEST(ExitThread, TellsManyNmsThatCannotBeReachedAtTheSameTime) {
         << "the last one gets the call too";
 }
 
-TEST(ExitThread, EndsTheRestUntoldWhenTheTimeForAllIsUsedUp) {
+TEST(ExitThread, EndsTheRestWithoutNotificationWhenTheTimeIsUsedUp) {
     const FullBacklogListener unreachable;
     // one NMS at a time, so that the time does not suffice for all
     RunningAgent agent(AgentOptions().withSession("ping_threads = 1\n"));

@@ -45,7 +45,7 @@ AgentOptions bySilence() {
     return AgentOptions{.releaseStrategy = 2, .pingMode = true, .silentTimeS = 86400};
 }
 
-TEST(Interceptor, TakesARequestForASignOfLifeOfItsSession) {
+TEST(Interceptor, CountsARequestAsASignOfLifeOfItsSession) {
     RunningAgent agent(bySilence());
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());
@@ -66,7 +66,7 @@ TEST(Interceptor, TakesARequestForASignOfLifeOfItsSession) {
     EXPECT_TRUE(signals.came());
 }
 
-TEST(Interceptor, TakesNeitherPingNorEndSessionForOne) {
+TEST(Interceptor, CountsNeitherPingNorEndSessionAsASignOfLife) {
     RunningAgent agent(bySilence());
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());

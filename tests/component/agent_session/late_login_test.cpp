@@ -26,7 +26,7 @@ class Stopping {
     Stopping& operator=(const Stopping&) = delete;
 };
 
-TEST(LateLogIn, IsRefusedOnceNobodyCouldTellItOfItsEnd) {
+TEST(LateLogIn, IsRefusedOnceItsEndCanNoLongerBeNotified) {
     RunningAgent agent;
     agent.logIn(agent.nms(1));
     agent.requestExit();
@@ -41,7 +41,7 @@ TEST(LateLogIn, IsRefusedOnceNobodyCouldTellItOfItsEnd) {
     EXPECT_EQ(agent.nms(2)->ends, 0);
 }
 
-TEST(LateLogIn, IsToldItsEndWhenItIsListedDuringTheStop) {
+TEST(LateLogIn, IsNotifiedOfItsEndWhenItIsListedDuringTheStop) {
     Gate gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
     // the stop waits for the ping of NMS 1 while NMS 2 logs in
@@ -57,7 +57,7 @@ TEST(LateLogIn, IsToldItsEndWhenItIsListedDuringTheStop) {
     EXPECT_EQ(agent.liveLogins(agent.nms(2)), 0u);
 }
 
-TEST(LateLogIn, ThatWaitsForANameIsGivenUpWhenTheStopBegins) {
+TEST(LateLogIn, StopsWaitingForANameWhenTheStopBegins) {
     Gate gate;
     RunningAgent agent(AgentOptions{.callTimeoutS = 86400});
     agent.manager().onCall = [&] { gate.pass(); };

@@ -61,7 +61,7 @@ const std::vector<End>& ends() {
     return all;
 }
 
-TEST(LogOut, ComesOnceUnderEveryPairOfEnds) {
+TEST(LogOut, HappensOnceForEveryPairOfEnds) {
     RunningAgent agent;
     for (const End& first : ends()) {
         for (const End& second : ends()) {
@@ -80,7 +80,7 @@ TEST(LogOut, ComesOnceUnderEveryPairOfEnds) {
     }
 }
 
-TEST(LogOut, ComesOnceWhenTwoEndsMeet) {
+TEST(LogOut, HappensOnceWhenTwoEndsCoincide) {
     RunningAgent agent;
     unsigned nms = 0;
     for (int repeat = 0; repeat < 3; ++repeat) {

@@ -95,7 +95,7 @@ TEST(SessionQuota, OfAnAddressCountsWhateverAccounts) {
     EXPECT_TRUE(waitUntil([&] { return here.logIn(4) == 0; }));
 }
 
-TEST(SessionQuota, ALogInThatReplacesItsOwnSessionIsNotRefusedNorIsOneThatTakesItUp) {
+TEST(SessionQuota, DoesNotCountTheSessionThatALogInReplacesOrReuses) {
     for (const bool reuse : {false, true}) {
         AgentOptions options =
             AgentOptions().withSession("per_account_max = 1\nper_address_max = 1\n");

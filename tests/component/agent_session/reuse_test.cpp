@@ -89,7 +89,7 @@ TEST_P(ReuseOfASessionThatIsOver, GivesANewSession) {
 INSTANTIATE_TEST_SUITE_P(States, ReuseOfASessionThatIsOver,
                          testing::Values(Ended, EmsExiting, Invalid));
 
-TEST(Reuse, TakesASessionWhosePoaTreeDiesForNone) {
+TEST(Reuse, ReplacesASessionWhosePoaTreeDies) {
     RunningAgent agent(AgentOptions().withReuse());
     agent.logIn(agent.nms());
     const auto before = agent.listed(agent.nms());

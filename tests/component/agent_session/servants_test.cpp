@@ -68,7 +68,7 @@ TEST_F(Servants, EnteredAgainUnderANameReplaceTheFirst) {
     EXPECT_EQ(second->_refcount_value(), 2u) << "the same once more";
 }
 
-TEST_F(Servants, EnteredBeforeTheStartStayAndTheFactorysNewOneGoes) {
+TEST_F(Servants, EnteredBeforeTheStartAreKeptInsteadOfTheFactorys) {
     RunningAgent agent(AgentOptions{.startsSessionMgr = false});
     const auto early = make();
     enter("EMS", early.get());

@@ -37,7 +37,7 @@ class SessionList : public testing::Test {
     std::vector<EmsSession_IImpl*> made_;
 };
 
-TEST_F(SessionList, HandsASessionOutForGoodOnce) {
+TEST_F(SessionList, HandsOverASessionOnlyOnce) {
     EmsSession_IImpl* const session = list("10.0.0.1:5000", "admin");
     ASSERT_EQ(session->_refcount_value(), 2u);
     EXPECT_EQ(sessions().GetNmsSession("10.0.0.1:5000", "admin"), session);
@@ -47,7 +47,7 @@ TEST_F(SessionList, HandsASessionOutForGoodOnce) {
     session->_remove_ref();
 }
 
-TEST_F(SessionList, ShowsASessionThatStaysListed) {
+TEST_F(SessionList, ReturnsASessionThatStaysListed) {
     EmsSession_IImpl* const session = list("10.0.0.1:5000", "admin");
     EXPECT_EQ(sessions().GetNmsSessionByNmsInfo("10.0.0.1:5000", "admin"), session);
     EXPECT_EQ(sessions().GetNmsSessionByNmsInfo("10.0.0.1:5000", "admin"), session);

@@ -95,7 +95,7 @@ TEST_F(SessionPeer, IsTheOnlyOneWhoMayCallTheSessionItsManagersAndItsIterators) 
     EXPECT_TRUE(waitUntil([&] { return alive_ == 0; }));
 }
 
-TEST_F(SessionPeer, IsNobodyInParticularWhenConfiguredSoAndOnlyThen) {
+TEST_F(SessionPeer, MayBeAnyAddressOnlyWhenConfigured) {
     const auto session = owner_.logIn(agent_.nms());
     const auto elsewhere = thief_.reach<emsSession::EmsSession_I>(session.in());
     EXPECT_THROW(elsewhere->ping(), CORBA::NO_PERMISSION);

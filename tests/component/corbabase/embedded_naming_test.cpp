@@ -126,7 +126,7 @@ TEST_F(EmbeddedNaming, FactoryIsTakenOutAlsoWhenNewRequestsAreDiscardedAlready) 
     EXPECT_EQ(trace_.count("Could not unbind"), 0u);
 }
 
-TEST_F(EmbeddedNaming, IsReachedInsideWhateverItsHostIsCalled) {
+TEST_F(EmbeddedNaming, IsReachedInsideUnderAnyHostName) {
     start("host = \"localhost\"\n");
     EXPECT_TRUE(base().RegistEMSFactoryName(factory_->own()));
     const CosNaming::NamingContextExt_var root = outside(orbPort_);

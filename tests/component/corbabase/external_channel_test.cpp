@@ -199,7 +199,7 @@ TEST_F(ExternalChannel, GetsEventsInOrderAndIsHandedOutUnderItsOwnName) {
     EXPECT_THAT(manager().Consumers(), IsEmpty());
 }
 
-TEST_F(ExternalChannel, IsLeftAtTheStop) {
+TEST_F(ExternalChannel, IsDisconnectedAtTheStop) {
     serve();
     start();
     ASSERT_TRUE(isConnected());

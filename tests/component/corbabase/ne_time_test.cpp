@@ -72,7 +72,7 @@ TEST_F(NeTime, OfTheSourceIsKept) {
     EXPECT_EQ(neTimeOf(event), kNeTime);
 }
 
-TEST_F(NeTime, ThatIsNoTextIsLeftAlone) {
+TEST_F(NeTime, OfAnotherTypeIsLeftUnchanged) {
     CosNotification::StructuredEvent event = eventOf("NT_ALARM");
     add(event, "emsTime", kEmsTime);
     add(event, "neTime", "");

@@ -61,7 +61,7 @@ TEST_F(ContainedPointsTest, CurrentOnesAreNotHiddenByOneThatIsConnectedThrough) 
                 ElementsAre(kMapped + kLow));
 }
 
-TEST_F(ContainedPointsTest, ThoseInUseAreConnected) {
+TEST_F(ContainedPointsTest, PointsInUseAreTheConnectedOnes) {
     EXPECT_THAT(points(&Manager::getContainedInUseTPs, kPort),
                 ElementsAre(kThrough, kMapped + kLow));
 }

@@ -73,7 +73,7 @@ TEST_F(ElementsTest, ListIsASnapshotOfWhichElementsThereAre) {
     EXPECT_EQ(names_->length(), 3u) << "the next list has it";
 }
 
-TEST_F(ElementsTest, WhoIsNotThereIsNotFound) {
+TEST_F(ElementsTest, UnknownElementIsNotFound) {
     managedElement::ManagedElement_T_var element;
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "EMS=Kelp/EMS, ManagedElement=C", [&] {
         manager_->getManagedElement(nameOf({{"ManagedElement", "C"}}), element.out());
@@ -142,7 +142,7 @@ TEST_F(ElementsTest, NameWithoutItsEmsIsTakenForOneOfThisEms) {
     }
 }
 
-TEST_F(ElementsTest, WhatIsNotThereIsNotImplementedAndSaidSo) {
+TEST_F(ElementsTest, UnsupportedOperationsAreListedAndNotImplemented) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     std::map<std::string, std::string> told;

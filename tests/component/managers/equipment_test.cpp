@@ -166,7 +166,7 @@ TEST_F(EquipmentTest, LabelsOfHoldersAndBoardsAreSet) {
                   [&] { manager_->setOwner(kElement, "x"); });
 }
 
-TEST_F(EquipmentTest, WhatIsNotThereIsNotImplementedAndSaidSo) {
+TEST_F(EquipmentTest, UnsupportedOperationsAreListedAndNotImplemented) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     EXPECT_EQ(list->length(), 21u);

@@ -121,7 +121,7 @@ TEST_F(SubnetworksTest, MustBeThere) {
     });
 }
 
-TEST_F(SubnetworksTest, WhatIsNotThereIsNotImplementedAndSaidSo) {
+TEST_F(SubnetworksTest, UnsupportedOperationsAreListedAndNotImplemented) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     EXPECT_EQ(list->length(), 74u);

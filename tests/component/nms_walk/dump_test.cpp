@@ -111,7 +111,7 @@ TEST_F(DumpTest, EmptyNetworkIsTheEmsAlone) {
     EXPECT_THAT(recordsOf(file()), ElementsAre("EMS Kelp/EMS"));
 }
 
-TEST_F(DumpTest, FailedOneIsKeptUpToAWholeElementAndGoneOnWith) {
+TEST_F(DumpTest, FailedDumpKeepsWholeElementsAndCanBeContinued) {
     network_.addElements(4);
     ASSERT_TRUE(dump());
     const std::string whole = contentOf(file());

@@ -103,7 +103,7 @@ TEST_F(ListWalkTest, IteratorIsDestroyedWhenTheWalkStopsEarly) {
     EXPECT_EQ(script_.destroyed, 1);
 }
 
-TEST_F(ListWalkTest, FewerThanAskedForAreNoEnd) {
+TEST_F(ListWalkTest, FewerEntriesThanRequestedAreNotTheEnd) {
     script_.mostAtOnce = 2;
     Walk walk("list", 100);
     EXPECT_THAT(batchesOf(walk, 5), ElementsAre(2, 2, 1));
@@ -142,7 +142,7 @@ TEST_F(ListWalkTest, MoreEntriesThanGetLengthSaidAreTold) {
     EXPECT_THAT(walk.remarks(), ElementsAre(HasSubstr("7 entries, but 8 came")));
 }
 
-TEST_F(ListWalkTest, LengthThatCannotBeToldIsNoFault) {
+TEST_F(ListWalkTest, UnknownLengthIsNotAnError) {
     Walk walk("list", 3);
     script_.noLength = globaldefs::EXCPT_CAPACITY_EXCEEDED;
     EXPECT_THAT(batchesOf(walk, 8), ElementsAre(3, 3, 2));

@@ -138,7 +138,7 @@ TEST_F(Owners, LoseEverythingWhenTheirLogInHasEnded) {
     EXPECT_EQ(trace_.count("1 admins and 1 filters of user one are dropped with it"), 1u);
 }
 
-TEST_F(Owners, WhoLogsInAgainAndGoesOnUsingAProxyKeepsItAll) {
+TEST_F(Owners, KeepTheirObjectsIfTheyLogInAgainAndUseAProxy) {
     const ConsumerAdmin_var admin = newAdminFrom(one_);
     const StructuredProxyPushSupplier_var proxy = proxyOf(one_, admin.in());
     const CosNotifyFilter::Filter_var filter = filterFrom(one_);

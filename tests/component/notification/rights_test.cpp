@@ -64,7 +64,7 @@ TEST_F(Rights, NobodyChangesWhatADefaultAdminLetsThrough) {
     EXPECT_TRUE(gets(consumer, 3));
 }
 
-TEST_F(Rights, ItsOwnAdminIsTheCallersToChange) {
+TEST_F(Rights, CallersMayChangeTheirOwnAdmin) {
     const ConsumerAdmin_var admin = newAdminFrom(a_);
     CosNotifyFilter::Filter_var filter;
     filterFrom(a_, &filter);

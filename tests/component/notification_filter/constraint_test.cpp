@@ -334,7 +334,7 @@ class Constraints : public testing::TestWithParam<Case> {
     kelp::test::RunningOrb orb_;
 };
 
-TEST_P(Constraints, SayOfTheAlarm) {
+TEST_P(Constraints, GiveTheExpectedResultForTheAlarm) {
     const CosNotification::StructuredEvent event = alarm(orb_.orb());
     const Case& each = GetParam();
     if (each.outcome == Outcome::IsNoConstraint) {

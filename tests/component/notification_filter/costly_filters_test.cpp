@@ -112,7 +112,7 @@ TEST(RefusedConstraints, LeaveNothingBehind) {
 }
 #endif
 
-TEST(RefusedConstraints, AreThoseThatCostTooMuch) {
+TEST(RefusedConstraints, IncludeThoseThatCostTooMuch) {
     const ConstraintLimits limits{8192, 100};
     EXPECT_NO_THROW(Constraint("$a == 1 and $b == 2", limits));
     std::string many = "$a == 1";

@@ -139,7 +139,7 @@ class AnyDecoding : public testing::Test {
     std::string key_;
 };
 
-TEST_F(AnyDecoding, WhatIsFineDoesNoHarm) {
+TEST_F(AnyDecoding, DecodesSafelyWhateverTheCheckAccepts) {
     std::mt19937 random(20);
     const auto below = [&](std::size_t limit) { return random() % limit; };
     const Socket socket = connectTo(orb_.port());

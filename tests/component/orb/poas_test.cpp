@@ -78,7 +78,7 @@ TEST_F(Poas, AreDyingWithAllTheirChildrenFromTheMomentDestructionBegins) {
     EXPECT_TRUE(isDying(grandchild.in()));
 }
 
-TEST_F(Poas, StayDyingForEverAndBesideANamesake) {
+TEST_F(Poas, StayDyingWhenANewPoaHasTheirName) {
     const POA_var old = make("EMS<1>");
     const POA_var oldChild = make(old.in(), "session");
     beginDestroy(old.in());
@@ -184,7 +184,7 @@ TEST_F(Poas, KeepTheirNameDyingUntilTheirObjectsAreEtherealized) {
     EXPECT_TRUE(waitUntilGone("EMS<1>", 10s));
 }
 
-TEST_F(Poas, AreNotKeptAliveByTheMemoryOfTheirName) {
+TEST_F(Poas, AreDestroyedAlthoughTheirNameIsRemembered) {
     Gate gate;
     gate.open();
     std::atomic<bool> deleted{false};

@@ -416,7 +416,7 @@ TEST_F(Tls, RenewalWithoutTlsHasNoEffect) {
     EXPECT_NO_THROW(session.remote()->ping());
 }
 
-TEST_F(Tls, IsGoneFromAnOrbThatIsStartedWithoutIt) {
+TEST_F(Tls, IsOffInAnOrbThatIsStartedWithoutIt) {
     { const RunningOrb orb(nullptr, tlsOptions()); }
     const RunningOrb orb;
     EXPECT_FALSE(orb.endpoint().tls);

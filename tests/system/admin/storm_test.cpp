@@ -86,7 +86,7 @@ class StormTest : public testing::Test {
     double most_ = 0;
 };
 
-TEST_F(StormTest, ReachesTheGoodOnesWhollyAndInOrderAndTheLossesOfTheBadOnesAreCountedAndTold) {
+TEST_F(StormTest, ReachesGoodNmsCompletelyInOrderAndReportsTheLossesOfBadOnes) {
     NmsProcess& frozen = add();
     NmsProcess& slow = add(std::chrono::seconds(1));
     NmsProcess& killed = add();

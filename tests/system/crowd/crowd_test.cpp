@@ -177,7 +177,7 @@ class CrowdTest : public testing::Test {
     std::chrono::milliseconds patience_ = std::chrono::minutes(4);
 };
 
-TEST_F(CrowdTest, GoodOnesFeelNothingOfTheBadOnes) {
+TEST_F(CrowdTest, GoodNmsAreNotAffectedByBadOnes) {
     raiseAlarmsFor(std::max(seconds(5), duration() / 5));
     const microseconds alone = p99();
     std::vector<std::size_t> pingsBefore;

@@ -41,7 +41,7 @@ class Limits : public IteratorsFixture {
     std::optional<NmsLists> greedy_, reader_;
 };
 
-TEST_F(Limits, AboveTheSoftOneTheOldestIsClosed) {
+TEST_F(Limits, AboveTheSoftLimitTheOldestIteratorIsClosed) {
     start(2, 10);
     const NmsLists::Answer oldest = reader_->ask(1);
     EXPECT_EQ(reader_->next(oldest.iterator, 1).entries, 1);
@@ -55,7 +55,7 @@ TEST_F(Limits, AboveTheSoftOneTheOldestIsClosed) {
     EXPECT_TRUE(bob_->hasSession(0));
 }
 
-TEST_F(Limits, NeverAreMoreOpenThanTheSoftOneAndOneHoweverManyThreadsOpenThem) {
+TEST_F(Limits, AtMostOneMoreThanTheSoftLimitIsOpenUnderManyThreads) {
     constexpr int kSoft = 30, kEach = 100;
     start(kSoft, 1000);
     bob_->startChatter(0);

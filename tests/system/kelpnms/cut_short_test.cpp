@@ -50,7 +50,7 @@ TEST_F(KelpnmsCutShortTest, KilledEmsLeavesWhatWasReadAndTheElementToGoOnWith) {
     expectToGoOnWith(element);
 }
 
-TEST_F(KelpnmsCutShortTest, PortsOnStandardOutputAreGoneOnWithToo) {
+TEST_F(KelpnmsCutShortTest, PortsOnStandardOutputCanBeContinued) {
     startHostWithLargeNetwork();
     const std::filesystem::path first = scratch_ / "first";
     ChildProcess nms(launchTo(first, {"ports", "--json", "--batch", "1"}));
@@ -72,7 +72,7 @@ TEST_F(KelpnmsCutShortTest, PortsOnStandardOutputAreGoneOnWithToo) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsCutShortTest, InterruptedDumpLogsOutAndIsGoneOnWith) {
+TEST_F(KelpnmsCutShortTest, InterruptedDumpLogsOutAndCanBeContinued) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay({"--verbose"});
     nms.signal(SIGTERM);

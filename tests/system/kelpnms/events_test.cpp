@@ -131,7 +131,7 @@ TEST_F(KelpnmsEventsTest, NewConnectionHasTheSameFilter) {
     EXPECT_FALSE(filtered.contains("NT_HEARTBEAT")) << filtered.text();
 }
 
-TEST_F(KelpnmsEventsTest, StoppedHostIsComeBackToToo) {
+TEST_F(KelpnmsEventsTest, ReconnectsToAHostThatWasStopped) {
     startHost();
     ChildProcess nms(launch({"--json", "events", "--sequence"}));
     ASSERT_TRUE(waitForHeartbeats(1)) << output();

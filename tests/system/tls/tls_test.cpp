@@ -24,7 +24,7 @@ TEST_P(TlsModes, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, TlsModes, testing::Values(1, 2), testing::PrintToStringParamName());
 
-TEST_F(TlsTest, ModeZeroSpeaksNoneOfIt) {
+TEST_F(TlsTest, ModeZeroDoesNotListenForTls) {
     configureHost(kOff);
     host_.start();
     ASSERT_TRUE(eventually([this] { return run({"find"}) == kDone; })) << output();

@@ -85,7 +85,7 @@ TEST_F(ListBatchesTest, AsksASourceThatGivesLittleAgain) {
     EXPECT_EQ(next(8), numbers(1, 8));
 }
 
-TEST_F(ListBatchesTest, EndsWhereTheRestTurnsOutToBeGone) {
+TEST_F(ListBatchesTest, EndsWhereTheRestHasBeenDeleted) {
     begin(10);
     source_->gone = 4;
     EXPECT_EQ(next(100), numbers(1, 6));

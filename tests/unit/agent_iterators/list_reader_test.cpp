@@ -106,7 +106,7 @@ TEST_F(ListReaderTest, GivesWhatWasReadWhenMoreAreAskedFor) {
     EXPECT_EQ(next(reader, 8), numbers(11, 18));
 }
 
-TEST_F(ListReaderTest, KeepsTheBatchForOneWhoAsksForNoneInBetween) {
+TEST_F(ListReaderTest, KeepsTheBatchWhenNoEntriesAreRequestedMeanwhile) {
     const auto reader = list(4);
     next(reader, 2);
     work_->doOne();
@@ -169,7 +169,7 @@ TEST_F(ListReaderTest, GivesItsPlaceBackWhenTheWorkIsDroppedAtTheStop) {
     EXPECT_EQ(ReadAheadPlace::taken(), 0);
 }
 
-TEST_F(ListReaderTest, ReadsItselfWhenNobodyElseCan) {
+TEST_F(ListReaderTest, ReadsInTheCallWhenNoWorkerCan) {
     const auto reader = list(10);
     work_->isFull = true;
     EXPECT_EQ(next(reader, 3), numbers(1, 3));
@@ -288,7 +288,7 @@ TEST_F(ListReaderTest, ForgetsReadersThatHaveGone) {
     EXPECT_EQ(ReadAheadPlace::taken(), 0);
 }
 
-TEST(ReadAheadPlaces, AreHalfOfThemForOneOwner) {
+TEST(ReadAheadPlaces, AreLimitedToHalfForOneOwner) {
     configure("[iterator]\nread_ahead = 5\n");
     std::vector<ReadAheadPlace> taken;
     for (int i = 0; i < 3; ++i) {
@@ -307,7 +307,7 @@ TEST(ReadAheadPlaces, AreHalfOfThemForOneOwner) {
     EXPECT_EQ(ReadAheadPlace::taken(), 0);
 }
 
-TEST(ReadAheadPlaces, AreOneForAnybodyWhenThereIsOne) {
+TEST(ReadAheadPlaces, MayGoToAnyOwnerIfThereIsOnlyOne) {
     configure("[iterator]\nread_ahead = 1\n");
     const ReadAheadPlace only = ReadAheadPlace::take("192.0.2.1");
     EXPECT_TRUE(only);

@@ -33,7 +33,7 @@ TEST_F(OpenIteratorsTest, TheOldestComesFirstTogetherAndOfEachSession) {
     EXPECT_EQ(open_.count(), 0u);
 }
 
-TEST_F(OpenIteratorsTest, OneThatIsToStayIsNotTaken) {
+TEST_F(OpenIteratorsTest, OldestIsNotTakenIfItMustStay) {
     open_.add(at(0), "a");
     EXPECT_EQ(open_.takeOldestOf("a", at(0)), nullptr);
     open_.add(at(1), "a");
@@ -48,7 +48,7 @@ TEST_F(OpenIteratorsTest, RemovalIsByItselfAndOnce) {
     EXPECT_EQ(open_.takeOldestOf("a"), at(1));
 }
 
-TEST_F(OpenIteratorsTest, ThoseExpectedCountAsTheirSessions) {
+TEST_F(OpenIteratorsTest, ExpectedIteratorsCountForTheirSession) {
     open_.expect("a");
     open_.expect("a");
     open_.add(at(0), "a");

@@ -207,7 +207,7 @@ TEST_F(GnlTaskMgr, WorkMayEndAndDeleteItsOwnTaskManager) {
     EXPECT_EQ(threads.count_threads(), 0u);
 }
 
-TEST(GnlTaskMgrDefaults, ThreadManagerAndWorkersHaveSensibleOnes) {
+TEST(GnlTaskMgrDefaults, ReplaceAMissingThreadManagerAndWorkerCount) {
     KelpGnlTaskMgr taskMgr(nullptr, nullptr, 7, 0);
     ASSERT_EQ(taskMgr.InitEnv(), 0);
     std::atomic<bool> done{false};

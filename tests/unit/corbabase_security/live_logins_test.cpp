@@ -143,7 +143,7 @@ TEST_F(LiveLoginsTest, ALogInThatHasEndedIsNotTold) {
     EXPECT_EQ(live.count(login), 0u);
 }
 
-TEST_F(LiveLoginsTest, ANewLogInUnderTheSameNameIsNoneOfTheOldOnesBusiness) {
+TEST_F(LiveLoginsTest, ANewLogInUnderTheSameNameOutlivesTheOldOne) {
     account.enabled = false;
     live.compare({account});
     account.enabled = true;

@@ -90,7 +90,7 @@ TEST(RefusalSummary, GoesOnCountingUntilItWasTaken) {
     EXPECT_EQ(told[0].detail.substr(0, 8), "15 more ");
 }
 
-TEST(RefusalSummary, HasRoomForSoManyAddressesAndCountsTheOthersAsOne) {
+TEST(RefusalSummary, CountsAddressesAboveItsLimitAsOne) {
     RefusalSummary summary(10);
     for (unsigned i = 0; i < 10; ++i)
         EXPECT_EQ(single(summary, refusal("192.0.2." + std::to_string(i) + ":1"), 30, kStart),

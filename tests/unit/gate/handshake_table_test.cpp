@@ -59,7 +59,7 @@ TEST_F(Handshakes, TheOldestOfAllGivesWayWhenAllPlacesAreTaken) {
     EXPECT_EQ(table.count(), 3U);
 }
 
-TEST_F(Handshakes, WhoHasGivenWayHasNoPlaceToGiveBack) {
+TEST_F(Handshakes, ADroppedHandshakeReleasesItsPlaceOnlyOnce) {
     EXPECT_TRUE(table.enter(one, now));
     EXPECT_TRUE(table.enter(two, now));
     EXPECT_TRUE(table.enter(three, now + 3s));

@@ -269,7 +269,7 @@ TEST_F(ImportProblems, CsvListsThatAreNoneAreTold) {
                 HasSubstr(":4: additionalInfo: \"{broken\" is no object"));
 }
 
-TEST_F(ImportProblems, AFileThatIsNoKindsIsNotLeftOutInSilence) {
+TEST_F(ImportProblems, ACsvFileOfAnUnknownKindIsReported) {
     takeCsv("ManagedElement.csv", "ManagedElement,productName\nA,P\n");
     const ImportResult result = takeCsv("TerminationPoints.csv", "ManagedElement,PTP\n");
     ASSERT_THAT(result.problems, SizeIs(1));

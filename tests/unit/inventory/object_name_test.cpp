@@ -34,7 +34,7 @@ TEST(ObjectNames, ComeBackFromTheirNamingAttributes) {
         EXPECT_EQ(objectNameOf("Kelp/EMS", namingAttributes("Kelp/EMS", name)), name);
 }
 
-TEST(ObjectNames, OfAnotherEmsOrFormAreNone) {
+TEST(ObjectNames, OfAnotherEmsOrFormAreRefused) {
     for (const ObjectName& name : kNames)
         EXPECT_FALSE(objectNameOf("Kelp/Other", namingAttributes("Kelp/EMS", name)));
     const NameValues wrong[] = {

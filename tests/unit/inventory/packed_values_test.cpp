@@ -31,7 +31,7 @@ TEST(PackedValues, OfEmptyListsAreEmpty) {
     EXPECT_THAT(unpacked<LayerRates>(""), testing::IsEmpty());
 }
 
-TEST(PackedValues, AreLookedThroughForRates) {
+TEST(PackedValues, CanBeSearchedForRates) {
     const std::string layers = packed(LayeredParameterList{{47, {{"20", "20"}}}, {200, {}}});
     EXPECT_TRUE(hasLayerOf(layers, {5, 200}));
     EXPECT_TRUE(hasLayerOf(layers, {47}));

@@ -53,7 +53,7 @@ TEST_F(InventoryReading, RowsThatWereRemovedMeanwhileAreLeftOut) {
     EXPECT_THAT(namesOf<ManagedElement>(ids), ElementsAre("E1", "E3", "E4"));
 }
 
-TEST_F(InventoryReading, ASnapshotNeverComesToMeanOtherRows) {
+TEST_F(InventoryReading, ASnapshotNeverRefersToOtherRows) {
     makeElements(5);
     const RowIds ids = open().elements();
     ImportOptions replace;
@@ -119,7 +119,7 @@ TEST_F(InventoryReading, EachRowIsPassedOnWithoutAnythingOfTheOneBefore) {
     EXPECT_THAT(elements[1].additionalInfo, SizeIs(0));
 }
 
-TEST_F(InventoryReading, StandardsAttributesComeWithoutTheLookAtOtherTables) {
+TEST_F(InventoryReading, StandardAttributesAreReadWithoutOtherTables) {
     takeRight(kSmallNetwork);
     RowIds port;
     port.append(1);

@@ -126,7 +126,7 @@ TEST_F(Subnetworks, AnElementStaysInThemUnlessItsRecordTellsOthers) {
     EXPECT_THAT(open().find(ManagedElementName{"B"})->subnetworks, IsEmpty());
 }
 
-TEST_F(Subnetworks, MayStandBehindTheirElements) {
+TEST_F(Subnetworks, MayFollowTheirElementsInTheFile) {
     takeRight(R"({"object":"ManagedElement","ManagedElement":"A","subnetworks":["New"]}
 {"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"New","owner":"o"})");
     EXPECT_THAT(elementsOf("New"), ElementsAre("A"));

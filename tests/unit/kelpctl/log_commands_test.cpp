@@ -265,7 +265,7 @@ TEST_F(LogCommands, VerifyMissesAHeadThatWasNotedElsewhere) {
     EXPECT_TRUE(kelpctl("audit verify --head 4").failedWith(1, "is no NUMBER:HASH"));
 }
 
-TEST(MomentsOfTheCommandLine, AreUtcTimesOrSoLongAgo) {
+TEST(MomentsOfTheCommandLine, AreUtcTimesOrAnAge) {
     const UtcTime now(1740830400000ms);
     EXPECT_EQ(ctl::momentOf("2025-03-01", "--since", now), now - 12h);
     EXPECT_EQ(ctl::momentOf("90s", "--since", now), now - 90s);

@@ -102,7 +102,7 @@ TEST(EventCellsTest, NativeCauseStandsInForNone) {
     EXPECT_EQ(cellsOf(event).cause, "Laser off");
 }
 
-TEST(EventCellsTest, OtherTypesAreShownByTheLikeOfIt) {
+TEST(EventCellsTest, OtherTypesShowTheirCorrespondingFields) {
     const EventCells change = cellsOf({"NT_ATTRIBUTE_VALUE_CHANGE",
                                        {{"notificationId", "1"},
                                         {"objectName", {{"EMS", "e"}, {"ManagedElement", "ne-1"}}},

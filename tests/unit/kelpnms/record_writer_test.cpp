@@ -58,7 +58,7 @@ TEST_F(RecordWriterTest, CsvQuotesAndEndsLinesAsTheRfcSays) {
         "\"\"3\"\"}]\"\r\n");
 }
 
-TEST_F(RecordWriterTest, CsvOfTwoKindsLeavesEmptyWhatOneDoesNotHave) {
+TEST_F(RecordWriterTest, CsvOfTwoKindsHasEmptyCellsForMissingAttributes) {
     const auto rows = lines(written(Format::Csv, equipmentLayout(), 0,
                                     {jsonOf(sampleHolder()), jsonOf(sampleEquipment())}));
     ASSERT_EQ(rows.size(), 3u);

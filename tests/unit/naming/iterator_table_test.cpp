@@ -96,7 +96,7 @@ TEST_F(IteratorTableTest, EndsWhenItWasNotUsedForATime) {
     EXPECT_EQ(table_.size(), 1u) << "what is over makes room when another is opened";
 }
 
-TEST_F(IteratorTableTest, LimitsOfNowHoldForIteratorsOfBefore) {
+TEST_F(IteratorTableTest, NewLimitsHoldForExistingIterators) {
     const std::string id = open();
     now_ += 10s;
     limits_.iteratorIdle = 10s;

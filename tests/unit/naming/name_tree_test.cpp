@@ -48,7 +48,7 @@ TEST_F(NameTreeTest, IdAndKindCountBoth) {
     expectFound(".x", Kind::Nothing, 0);
 }
 
-TEST_F(NameTreeTest, PathThroughTheObjectIsToldFromOneThatIsNotThere) {
+TEST_F(NameTreeTest, PathThroughTheObjectDiffersFromAMissingOne) {
     expectFound("top/a", Kind::Through, 0);
     expectFound("a.x/b.y/object.z/more/still", Kind::Through, 2);
 }

@@ -122,7 +122,7 @@ TEST_F(TurnsTest, ManyOwnersLeaveAThreadForAnother) {
     EXPECT_EQ(turns_.take(start_).subscription, another);
 }
 
-TEST_F(TurnsTest, AThreadThatIsFreeAgainIsTheOwnersAgain) {
+TEST_F(TurnsTest, AnOwnerMayUseAThreadAgainThatItHasReleased) {
     addMany("a", 100);
     takenAtOnce();
     EXPECT_FALSE(turns_.add("a", consumer()));
@@ -132,7 +132,7 @@ TEST_F(TurnsTest, AThreadThatIsFreeAgainIsTheOwnersAgain) {
     EXPECT_NE(turns_.take(start_).subscription, nullptr);
 }
 
-TEST_F(TurnsTest, NobodysConsumersMayHaveAllThreads) {
+TEST_F(TurnsTest, ConsumersWithoutAnOwnerMayHaveAllThreads) {
     addMany("", 100);
     EXPECT_EQ(takenAtOnce(), 8u);
 }

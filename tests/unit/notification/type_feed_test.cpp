@@ -137,7 +137,7 @@ TEST_F(Feed, TellsNothingOfChangesThatCancelOut) {
     EXPECT_EQ(told_.notices(), (std::vector<Notice>{{{kA}, {}}, {{kC}, {}}}));
 }
 
-TEST_F(Feed, TellsAPeerNoMoreThatWasLetGo) {
+TEST_F(Feed, DoesNotNotifyAPeerThatWasRemoved) {
     const auto types = feed();
     const auto id = types->follow(told_.peer(), {});
     types->follow(other_.peer(), {});

@@ -277,7 +277,7 @@ TEST_F(AuditKeyTest, ThatOthersCanReadOrExchangeIsRefused) {
     EXPECT_THAT(problemOfAuditKey(keyed()), HasSubstr("is a symbolic link"));
 }
 
-TEST_F(AuditKeyTest, ThatIsNoneIsRefused) {
+TEST_F(AuditKeyTest, OfAnotherFormIsRefused) {
     for (const std::string& text :
          {std::string(), std::string("kelp-audit-key 1\n"), std::string(200, 'a'),
           "kelp-audit-key 1\n" + std::string(63, 'a') + "\n",

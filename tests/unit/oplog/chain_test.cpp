@@ -202,7 +202,7 @@ TEST_F(ChainTest, ProblemsAreCountedAndTheFirstOnesTold) {
     EXPECT_THAT(verification.problems, SizeIs(20));
 }
 
-TEST_F(ChainTest, ThereIsNoneInAFileThatIsNoSecurityLog) {
+TEST_F(ChainTest, CannotBeVerifiedInAFileThatIsNoSecurityLog) {
     EXPECT_THROW(verify(folder_ / "none.db"), std::runtime_error);
     OperationLog(settings()).stop();
     EXPECT_THROW(verify(database()), std::runtime_error);

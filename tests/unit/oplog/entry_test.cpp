@@ -31,7 +31,7 @@ TEST(LogTimes, AreReadInShorterForms) {
     EXPECT_EQ(timeOf("2025-03-01"), noon - 12h);
 }
 
-TEST(LogTimes, OtherTextIsNone) {
+TEST(LogTimes, OtherTextIsRefused) {
     for (const char* const text :
          {"", "now", "2025-02-30", "2025-13-01", "2025-03-01T24:00", "2025-03-01T12:60",
           "2025-03-01T12:00:60", "2025-03-01T", "2025-03-01T12", "2025-3-1", "2025-03-01x12:00",

@@ -125,7 +125,7 @@ TEST_F(SearchTest, TextOfAQueryIsNoPartOfTheStatement) {
     EXPECT_THAT(foundBy(&LogQuery::address, "%"), SizeIs(0));
 }
 
-TEST_F(SearchTest, AGapMeetsEveryConditionInWhoseTimeItLies) {
+TEST_F(SearchTest, AGapMatchesEveryConditionWithinItsTime) {
     LogSettings elsewhere = settings();
     elsewhere.database = folder_ / "elsewhere.db";
     OperationRecord gap;

@@ -42,27 +42,27 @@ TEST(ReplyFraming, RepliesPassHoweverTheyAreCut) {
         EXPECT_TRUE(accepts(messages, step)) << step;
 }
 
-TEST(ReplyFraming, MessagesWithoutTheNumberOfARequestDoNot) {
+TEST(ReplyFraming, MessagesWithoutARequestIdAreRefused) {
     for (std::size_t octets = 0; octets < 4; ++octets)
         EXPECT_FALSE(accepts(message(kFragment, octets))) << octets;
     for (std::size_t octets = 0; octets < 12; ++octets)
         EXPECT_FALSE(accepts(message(kReply, octets))) << octets;
 }
 
-TEST(ReplyFraming, WhatAClientSendsDoesNot) {
+TEST(ReplyFraming, MessagesThatOnlyAClientSendsAreRefused) {
     EXPECT_FALSE(accepts(message(kRequest, 40)));
     EXPECT_FALSE(accepts(message(kCancel, 4)));
     EXPECT_FALSE(accepts(message(9, 40)));
 }
 
-TEST(ReplyFraming, WhatIsNoGiopDoesNot) {
+TEST(ReplyFraming, OtherProtocolsThanGiopAreRefused) {
     EXPECT_FALSE(accepts("HTTP/1.1 200 OK\r\n"));
     std::string other = message(kReply, 12);
     other[4] = 2;
     EXPECT_FALSE(accepts(other));
 }
 
-TEST(ReplyFraming, NothingPassesAfterWhatDoesNot) {
+TEST(ReplyFraming, NothingIsAcceptedAfterARefusedMessage) {
     ReplyFraming framing;
     const auto feed = [&](const std::string& octets) {
         return framing.accepts(

@@ -85,7 +85,7 @@ TEST(RequestRecord, ReadsAKeyOnceForTheRequestsOneAfterTheOtherThatHaveIt) {
     EXPECT_EQ(targetOf(record), "EMS<1>|session|1");
 }
 
-TEST(RequestRecord, TakesNoTargetForThatOfAnotherKeyOrOfNone) {
+TEST(RequestRecord, DoesNotConfuseTheTargetsOfDifferentKeys) {
     RequestRecord record;
     record.assign("ping", nullptr, "EMS<1>/session/1", readKey);
     record.assign("ping", nullptr, {"EMS<2>", {}, {}});

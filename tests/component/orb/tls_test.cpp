@@ -395,8 +395,8 @@ TEST_F(TlsRenewal, AnotherAuthorityIsTrustedInTheFormersPlace) {
 }
 
 TEST_F(TlsRenewal, HoldsForCallsThatThisProcessMakes) {
-    // The ORB calls itself over TLS. As a client it must trust the new authority, and as a server
-    // it must present its new certificate.
+    // The ORB calls itself over TLS. As a client it must trust the new authority and present its
+    // new certificate.
     const ThrowAwayCertificates others;
     SessionObject session(orb_);
     kelp::orb::setThreadTimeout(20s);

@@ -52,7 +52,8 @@ class Host {
     void terminate();
     /// Return the exit code. Throws if the host does not end within the deadline.
     int waitExit(std::chrono::milliseconds deadline = kPatience);
-    /// Call terminate() and waitExit(): the host must stop within the deadline.
+    /// Call terminate() and waitExit(). The host must stop within the deadline. Return the exit
+    /// code.
     int stop(std::chrono::milliseconds deadline = kPatience);
 
     ChildProcess& process() { return *process_; }

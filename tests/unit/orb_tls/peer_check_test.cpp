@@ -126,7 +126,7 @@ TEST_F(PeerCheck, EndedRevocationListGoesOnToHoldWhileTheProcessRuns) {
     certificates_.revoke("stolen");
     const std::shared_ptr<const TlsMaterial> good =
         materialOf(certificates_, own_, certificates_.revocationList());
-    // a list that has already ended
+    // stands for the good list after its end
     const std::string ended = certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     const kelp::orb::OwnedBio in(BIO_new_file(ended.c_str(), "r"));
     auto material = std::make_shared<TlsMaterial>();

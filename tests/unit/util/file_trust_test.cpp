@@ -113,8 +113,8 @@ class FileTrustOfUsers : public FileTrust {
             ASSERT_EQ(::lchown(path.c_str(), user, user), 0);
         }
     }
-    /// True if a process of that user trusts the file. If the test does not run as root, its own
-    /// user takes root's place.
+    /// True if a process of that user trusts the file. If the test does not run as root, the file
+    /// and the process belong to its own user.
     bool isTrustedBy(uid_t user, const std::filesystem::path& path) const {
         return inChild([&] {
             if (::geteuid() == 0 && ::setuid(user) != 0)

@@ -39,6 +39,7 @@ class ListSource {
 template <class Sequence>
 class ListBatches {
   public:
+    /// The largest batch.
     struct Limits {
         CORBA::ULong entries = 5000;
         std::size_t bytes = 1u << 20;  ///< encoded; a single entry may be larger

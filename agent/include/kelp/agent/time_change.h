@@ -78,6 +78,7 @@ class KELP_EXPORT TimeChange {
     static int compareDateTime(const stDateTimeType& a, const stDateTimeType& b);
 };
 
+/// Helpers for texts.
 class KELP_EXPORT KELP_Utils {
   public:
     /// Append the parts of `text` between occurrences of the whole `delims`. Characters of `delims`

@@ -9,6 +9,7 @@
 
 namespace NS_BUNDLEMGR1 {
 
+/// A named value in the data of a light event.
 struct KELP_EXPORT NameValueStru {
     std::string name;
     std::string value;

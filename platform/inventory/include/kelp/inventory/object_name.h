@@ -11,25 +11,30 @@ namespace kelp::inventory {
 // The naming attributes of the inventory's objects (globaldefs::NamingAttributes_T). The component
 // "EMS" comes first, then the components of the object.
 
+/// The name of a managed element.
 struct ManagedElementName {
     std::string managedElement;
     bool operator==(const ManagedElementName&) const = default;
 };
+/// The name of an equipment holder, such as a shelf or a slot.
 struct HolderName {
     std::string managedElement;
     std::string holder;
     bool operator==(const HolderName&) const = default;
 };
+/// The name of equipment in a holder.
 struct EquipmentName {
     std::string managedElement;
     std::string holder;
     std::string equipment;
     bool operator==(const EquipmentName&) const = default;
 };
+/// The name of a topological link.
 struct LinkName {
     std::string link;
     bool operator==(const LinkName&) const = default;
 };
+/// The name of a multilayer subnetwork.
 struct SubnetworkName {
     std::string subnetwork;
     bool operator==(const SubnetworkName&) const = default;

@@ -17,6 +17,7 @@ namespace kelp::inventory {
 /// network.
 using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
+/// How to import.
 struct ImportOptions {
     bool replace = false;  ///< empty the inventory first
     bool dryRun = false;   ///< check everything, change nothing
@@ -33,6 +34,7 @@ struct ImportProblem {
     KELP_EXPORT std::string text() const;
 };
 
+/// What an import has changed, or why it has changed nothing.
 struct ImportResult {
     static constexpr std::size_t kProblemsKept = 20;
 

@@ -31,6 +31,7 @@ struct RefusedChange {
 /// Called on the request's thread. Must not throw.
 using OnRefusedChange = std::function<void(const RefusedChange&)>;
 
+/// The paths of the object, and the limits of the service.
 struct NamingSettings {
     util::NamingPath objectPath;            ///< path at which the object is bound
     std::vector<util::NamingPath> aliases;  ///< further paths that show the object

@@ -52,6 +52,7 @@ struct KELP_EXPORT OwnerLimits {
     std::size_t evaluationCost = 50000;
 };
 
+/// The settings of a channel.
 struct KELP_EXPORT ChannelSettings {
     DeliverySettings delivery;
     std::size_t queueEventsMax = 10000;   ///< events that may wait for one consumer

@@ -69,6 +69,7 @@ struct KELP_EXPORT ChainHead {
     static std::optional<ChainHead> of(const std::string& text);
 };
 
+/// The result of a check of the chain.
 struct KELP_EXPORT Verification {
     std::uint64_t records = 0;
     std::int64_t firstId = 0;           ///< 0 if there are no records

@@ -26,6 +26,7 @@ class FloodSummary {
     /// Stands for all sources for which there is no separate entry.
     static constexpr const char* kManySources = "many addresses";
 
+    /// Events of one kind and source that were summarised.
     struct Summary {
         Kind kind{};
         std::string source;

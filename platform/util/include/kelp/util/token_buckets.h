@@ -17,6 +17,7 @@ namespace kelp::util {
 class KELP_EXPORT TokenBuckets {
   public:
     using Time = std::chrono::steady_clock::time_point;
+    /// The size of a bucket and the rate at which it fills.
     struct Limits {
         double perSecond = 0;  ///< tokens added each second
         double burst = 0;      ///< tokens in a full bucket

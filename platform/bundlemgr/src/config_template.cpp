@@ -72,12 +72,9 @@ std::string tomlValue(const ConfigValue& value) {
 
 std::string configTemplate() {
     std::string text = comment(
-        "Configuration of kelpd. Every key is here with its default; a key that is left out has it "
-        "too. "
-        "kelpd --check-config names what is wrong with a file. On SIGHUP the file is read again as "
-        "a whole; "
-        "a "
-        "file with a mistake changes nothing.");
+        "Configuration of kelpd. Every key is here with its default, which also applies to a key "
+        "that is left out. kelpd --check-config reports what is wrong with a file. On SIGHUP the "
+        "whole file is read again; a file with a mistake changes nothing.");
     for (const ConfigTable& table : configTables()) {
         text += "\n" + comment(table.meaning) + "[" + table.name + "]\n";
         for (const ConfigKey& key : configKeys()) {

@@ -154,7 +154,7 @@ class CrowdTest : public testing::Test {
     }
     /// `before` is the number of pings before the bad NMS came.
     void expectPings(NmsProcess& nms, std::size_t before) {
-        const std::vector<milliseconds> gaps = nms.pingGaps(0);
+        const std::vector<milliseconds> gaps = nms.roundGaps(0);
         ASSERT_GT(gaps.size(), before + 1);
         if (!timesAreJudged())
             return;
@@ -182,7 +182,7 @@ TEST_F(CrowdTest, GoodNmsAreNotAffectedByBadOnes) {
     const microseconds alone = p99();
     std::vector<std::size_t> pingsBefore;
     for (NmsProcess& each : good_)
-        pingsBefore.push_back(each.pingGaps(0).size());
+        pingsBefore.push_back(each.roundGaps(0).size());
 
     BadNms forging(host_, "forge", 4, 1);
     BadNms hoarding(host_, "hoard", 2, 5);

@@ -193,8 +193,8 @@ std::vector<Duration> NmsProcess::askForTimes(const std::string& command, int nm
     return all;
 }
 
-std::vector<std::chrono::milliseconds> NmsProcess::pingGaps(int nms) {
-    return askForTimes<std::chrono::milliseconds>("pinggaps", nms);
+std::vector<std::chrono::milliseconds> NmsProcess::roundGaps(int nms) {
+    return askForTimes<std::chrono::milliseconds>("roundgaps", nms);
 }
 
 void NmsProcess::startChatter(int nms, std::chrono::milliseconds pause) {

@@ -80,8 +80,9 @@ class NmsProcess {
     /// continue.
     void holdCallbacks(int nms, bool hold);
 
-    /// Return the intervals between the EMS's pings so far.
-    std::vector<std::chrono::milliseconds> pingGaps(int nms);
+    /// Return the intervals so far between the calls of the EMS's rounds: a ping or, instead of it,
+    /// the report of an event loss.
+    std::vector<std::chrono::milliseconds> roundGaps(int nms);
 
     /// Call the EMS continuously until stopChatter: two calls, then a pause.
     void startChatter(int nms, std::chrono::milliseconds pause = std::chrono::milliseconds(10));

@@ -217,8 +217,8 @@ std::string Commands::carryOut(const std::string& line) {
         for (const auto& [key, one] : all_)
             once += one->listener().counts().ended == 1 ? 1 : 0;
         return std::to_string(once);
-    } else if (command == "pinggaps") {
-        return textOf(nms(number()).listener().pingGaps());
+    } else if (command == "roundgaps") {
+        return textOf(nms(number()).listener().roundGaps());
     } else if (command == "hold" || command == "release") {
         nms(number()).listener().hold(command == "hold");
     } else if (command == "follow") {

@@ -37,7 +37,7 @@ void CountingListener::count(Change change) {
 void CountingListener::pinged() {
     count([this](Counts& counts) {
         ++counts.pings;
-        pings_.push_back(std::chrono::steady_clock::now());
+        roundCalls_.push_back(std::chrono::steady_clock::now());
     });
 }
 
@@ -49,6 +49,7 @@ void CountingListener::eventLossOccurred(const std::string& startTime,
                                          const std::string& notificationId) {
     count([&](Counts& counts) {
         ++counts.losses;
+        roundCalls_.push_back(std::chrono::steady_clock::now());
         counts.startTime = startTime;
         counts.notificationId = notificationId;
     });
@@ -57,6 +58,7 @@ void CountingListener::eventLossOccurred(const std::string& startTime,
 void CountingListener::eventLossCleared(const std::string& endTime) {
     count([&](Counts& counts) {
         ++counts.cleared;
+        roundCalls_.push_back(std::chrono::steady_clock::now());
         counts.endTime = endTime;
     });
 }
@@ -72,12 +74,12 @@ CountingListener::Counts CountingListener::counts() const {
     return counts_;
 }
 
-std::vector<std::chrono::milliseconds> CountingListener::pingGaps() const {
+std::vector<std::chrono::milliseconds> CountingListener::roundGaps() const {
     const std::lock_guard lock(mutex_);
     std::vector<std::chrono::milliseconds> gaps;
-    for (std::size_t i = 1; i < pings_.size(); ++i)
-        gaps.push_back(
-            std::chrono::duration_cast<std::chrono::milliseconds>(pings_[i] - pings_[i - 1]));
+    for (std::size_t i = 1; i < roundCalls_.size(); ++i)
+        gaps.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(roundCalls_[i] -
+                                                                             roundCalls_[i - 1]));
     return gaps;
 }
 

@@ -39,8 +39,9 @@ class CountingListener : public nms::NmsListener {
         std::string endTime = "-";
     };
     Counts counts() const;
-    /// Return the intervals between pings so far.
-    std::vector<std::chrono::milliseconds> pingGaps() const;
+    /// Return the intervals so far between the calls of the EMS's rounds: a ping or, instead of it,
+    /// the report of an event loss.
+    std::vector<std::chrono::milliseconds> roundGaps() const;
 
   private:
     template <class Change>
@@ -50,7 +51,7 @@ class CountingListener : public nms::NmsListener {
     std::condition_variable released_;
     bool held_ = false;
     Counts counts_;
-    std::vector<std::chrono::steady_clock::time_point> pings_;
+    std::vector<std::chrono::steady_clock::time_point> roundCalls_;
 };
 
 /// Calls the EMS continuously on a separate thread: two calls, then a pause.

@@ -1,3 +1,4 @@
+#include <omniORB4/CORBA.h>
 #include <omniORB4/IOP_C.h>
 #include <omniORB4/callDescriptor.h>
 #include <omniORB4/minorCode.h>

@@ -11,6 +11,9 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+using kelp::util::MutexUnlock;
+
 /// A session ends within 1 s of its user's account.
 constexpr std::chrono::milliseconds kInterval{300};
 
@@ -32,20 +35,20 @@ AccountWatch::~AccountWatch() {
 }
 
 void AccountWatch::start() {
-    const std::lock_guard control(control_);
+    const MutexLock control(control_);
     if (thread_.joinable())
         return;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         stopping_ = false;
     }
     thread_ = kelp::util::startThread("security", [this] { run(); });
 }
 
 void AccountWatch::stop() {
-    const std::lock_guard control(control_);
+    const MutexLock control(control_);
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         stopping_ = true;
         stop_.notify_all();
     }
@@ -55,18 +58,25 @@ void AccountWatch::stop() {
 
 void AccountWatch::run() {
     const std::filesystem::path file = userDatabaseFile();
-    std::unique_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     while (!stopping_) {
-        lock.unlock();
-        try {
-            users_.look(file, live_.takeEntered());
-            tellInvalid();
-        } catch (const std::exception& failure) {
-            GetTss()->Set("corbasecuritymgr", "unknown", __LINE__);
-            TaTrace("[CorbaSecurityMgr::Watch] %s", failure.what());
+        {
+            const MutexUnlock unlocked(mutex_);
+            look(file);
         }
-        lock.lock();
-        stop_.wait_for(lock, kInterval, [this] { return stopping_; });
+        const auto next = std::chrono::steady_clock::now() + kInterval;
+        while (!stopping_ && std::chrono::steady_clock::now() < next)
+            stop_.wait_until(mutex_, next);
+    }
+}
+
+void AccountWatch::look(const std::filesystem::path& file) {
+    try {
+        users_.look(file, live_.takeEntered());
+        tellInvalid();
+    } catch (const std::exception& failure) {
+        GetTss()->Set("corbasecuritymgr", "unknown", __LINE__);
+        TaTrace("[CorbaSecurityMgr::Watch] %s", failure.what());
     }
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <condition_variable>
+#include <kelp/util/mutex.h>
+
 #include <cstdint>
+#include <filesystem>
 #include <map>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -26,12 +27,13 @@ class AccountWatch {
     AccountWatch& operator=(const AccountWatch&) = delete;
 
     /// Throws std::system_error when no thread can be created.
-    void start();
+    void start() KELP_EXCLUDES(control_, mutex_);
     /// End the thread and wait for its end. It may be started again.
-    void stop();
+    void stop() KELP_EXCLUDES(control_, mutex_);
 
   private:
-    void run();
+    void run() KELP_EXCLUDES(mutex_);
+    void look(const std::filesystem::path& file);
     void compare(const std::vector<UserAccount>& accounts);
     void tellInvalid();
 
@@ -39,11 +41,12 @@ class AccountWatch {
     LoginThrottle& throttle_;
     UserWatch users_;                               // used by the thread only, as is unlocks_
     std::map<std::int64_t, std::int64_t> unlocks_;  // account id to number of unlocks, as read last
-    std::mutex control_;  // held for a whole start or stop; locked before mutex_
-    std::thread thread_;  // guarded by control_
-    std::mutex mutex_;    // guards the rest
-    std::condition_variable stop_;
-    bool stopping_ = false;
+    /// Held for a whole start or stop.
+    kelp::util::Mutex control_{kelp::util::LockRank::ServiceControl, "AccountWatch::control_"};
+    std::thread thread_ KELP_GUARDED_BY(control_);
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Service, "AccountWatch::mutex_"};
+    kelp::util::ConditionVariable stop_;
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace NS_CORBA

@@ -62,7 +62,7 @@ void RequestRate::giveBack(const kelp::orb::PeerAddress& peer) {
 
 kelp::util::TokenBuckets::Limits RequestRate::limits() {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
-    const std::lock_guard guard(mutex_);
+    const kelp::util::MutexLock guard(mutex_);
     // read the generation first: a change during the reading then causes another one
     if (const std::uint64_t generation = config.generation(); generation_ != generation) {
         generation_ = generation;

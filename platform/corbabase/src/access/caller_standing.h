@@ -1,10 +1,10 @@
 #pragma once
 
 #include <kelp/orb/request.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/token_buckets.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace NS_CORBA {
 
@@ -37,11 +37,12 @@ class RequestRate {
     void reset() { buckets_.clear(); }
 
   private:
-    kelp::util::TokenBuckets::Limits limits();
+    kelp::util::TokenBuckets::Limits limits() KELP_EXCLUDES(mutex_);
 
-    std::mutex mutex_;              // guards the next two
-    std::uint64_t generation_ = 0;  ///< of the configuration read last
-    kelp::util::TokenBuckets::Limits limits_;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Service, "RequestRate::mutex_"};
+    /// Of the configuration read last.
+    std::uint64_t generation_ KELP_GUARDED_BY(mutex_) = 0;
+    kelp::util::TokenBuckets::Limits limits_ KELP_GUARDED_BY(mutex_);
     kelp::util::TokenBuckets buckets_;
 };
 

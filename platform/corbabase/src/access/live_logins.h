@@ -88,7 +88,7 @@ class LiveLogins {
     void dismiss(const std::string& address) KELP_REQUIRES(mutex_);
     void invalidate(Login& login) KELP_REQUIRES(mutex_);
 
-    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "LiveLogins::mutex_"};
+    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Service, "LiveLogins::mutex_"};
     std::map<Key, std::deque<Login>> live_ KELP_GUARDED_BY(mutex_);
     /// Number of valid log-ins from each address.
     std::unordered_map<std::string, std::size_t> valid_ KELP_GUARDED_BY(mutex_);

@@ -9,8 +9,10 @@
 
 namespace NS_CORBA {
 
+using kelp::util::MutexLock;
+
 bool OssAccess::read(std::string& whyNot) {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return readLocked(whyNot);
 }
 
@@ -59,7 +61,7 @@ bool OssAccess::isRead() const {
 const OssAccess::Allowed& OssAccess::current() {
     static const Allowed nobody;
     if (!isRead()) {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         std::string whyNot;
         // another request may have read them meanwhile
         if (!isRead() && !readLocked(whyNot)) {

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,7 @@ namespace NS_CORBA {
 class OssAccess {
   public:
     /// Read the configured networks. False, with the reason, keeps the previous ones.
-    bool read(std::string& whyNot);
+    bool read(std::string& whyNot) KELP_EXCLUDES(mutex_);
     bool allowsIpv4(std::uint32_t address);
     bool allowsIpv6(const std::string& address);
     bool allows(const kelp::orb::PeerAddress& peer);
@@ -31,11 +32,12 @@ class OssAccess {
         bool operator==(const Allowed&) const = default;
     };
 
-    bool readLocked(std::string& whyNot);
-    const Allowed& current();
+    bool readLocked(std::string& whyNot) KELP_REQUIRES(mutex_);
+    const Allowed& current() KELP_EXCLUDES(mutex_);
     bool isRead() const;
 
-    std::mutex mutex_;                          // held while the configuration is read
+    /// Held while the configuration is read.
+    kelp::util::Mutex mutex_{kelp::util::LockRank::ServiceControl, "OssAccess::mutex_"};
     std::atomic<std::uint64_t> generation_{0};  // of the configuration read last
     Published<Allowed> allowed_;
 };

@@ -123,7 +123,7 @@ class Logs {
         return record;
     }
 
-    kelp::util::Mutex mutex_{LockRank::Leaf, "Logs::mutex_"};
+    kelp::util::Mutex mutex_{LockRank::Service, "Logs::mutex_"};
     RefusalSummary refusals_ KELP_GUARDED_BY(mutex_);
     Requests requests_ KELP_GUARDED_BY(mutex_){0, RefusalSummary::kPeriod, kNetworksMax};
     bool stops_ KELP_GUARDED_BY(mutex_) = false;
@@ -144,11 +144,12 @@ LogCounts sum(const LogCounts& one, const LogCounts& other) {
 }  // namespace
 
 struct AuditTrail::State {
-    std::mutex mutex;            // held for a whole Open, Close or UpdateRetention
-    std::unique_ptr<Logs> held;  // guarded by mutex
+    /// Held for a whole Open, Close or UpdateRetention.
+    kelp::util::Mutex mutex{LockRank::Leaf, "AuditTrail::State::mutex"};
+    std::unique_ptr<Logs> held KELP_GUARDED_BY(mutex);
     std::atomic<Logs*> logs{nullptr};
     // kept, because a request that outlives the stop may still use the pointer
-    std::vector<std::unique_ptr<Logs>> closed;  // guarded by mutex
+    std::vector<std::unique_ptr<Logs>> closed KELP_GUARDED_BY(mutex);
 };
 
 AuditTrail::AuditTrail() : state_(std::make_unique<State>()) {}
@@ -161,7 +162,7 @@ AuditTrail& AuditTrail::Instance() {
 }
 
 void AuditTrail::Open() {
-    const std::lock_guard one(state_->mutex);
+    const MutexLock one(state_->mutex);
     if (state_->held)
         return;
     state_->held = std::make_unique<Logs>();
@@ -169,7 +170,7 @@ void AuditTrail::Open() {
 }
 
 void AuditTrail::Close() {
-    const std::lock_guard one(state_->mutex);
+    const MutexLock one(state_->mutex);
     if (!state_->held)
         return;
     state_->logs = nullptr;
@@ -182,7 +183,7 @@ bool AuditTrail::IsOpen() const {
 }
 
 void AuditTrail::UpdateRetention() {
-    const std::lock_guard one(state_->mutex);
+    const MutexLock one(state_->mutex);
     if (!state_->held)
         return;
     state_->held->operations.setRetention(kelp::oplog::configuredOperationLog().retention);

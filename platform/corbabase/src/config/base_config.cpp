@@ -4,12 +4,12 @@
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/request.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/shown_file.h>
 
 #include <algorithm>
 #include <exception>
 #include <limits>
-#include <mutex>
 #include <optional>
 
 #include "access/gate_policy.h"
@@ -26,6 +26,9 @@
 namespace NS_CORBA {
 
 namespace {
+
+using kelp::util::LockRank;
+using kelp::util::MutexLock;
 
 constexpr const char* kFile = "corbabaseagentconfig";
 
@@ -58,22 +61,22 @@ class ServiceLocation {
   public:
     explicit ServiceLocation(const char* table) : table_(table) {}
 
-    void update() {
+    void update() KELP_EXCLUDES(mutex_) {
         const ServiceAddress read = readServiceAddress(table_);
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         address_ = read;
     }
 
-    void get(std::string& host, int& port, bool ssl) const {
+    void get(std::string& host, int& port, bool ssl) const KELP_EXCLUDES(mutex_) {
         const ServiceAddress address = current();
         host = address.host;
         port = ssl ? address.sslPort : address.port;
     }
 
   private:
-    ServiceAddress current() const {
+    ServiceAddress current() const KELP_EXCLUDES(mutex_) {
         {
-            const std::lock_guard guard(mutex_);
+            const MutexLock guard(mutex_);
             if (address_)
                 return *address_;
         }
@@ -81,22 +84,23 @@ class ServiceLocation {
     }
 
     const char* const table_;
-    mutable std::mutex mutex_;
-    std::optional<ServiceAddress> address_;  // guarded by mutex_
+    mutable kelp::util::Mutex mutex_{LockRank::Leaf, "ServiceLocation::mutex_"};
+    std::optional<ServiceAddress> address_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace
 
 struct CorbaBaseAgentConfig::State {
-    std::mutex initMutex;                // held for a whole Init
+    /// Held for a whole Init.
+    kelp::util::Mutex initMutex{LockRank::BaseControl, "CorbaBaseAgentConfig::State::initMutex"};
     Published<SessionSettings> session;  // null before the first Init
     OssAccess access;
     GatePolicy gatePolicy{access};
     const NmsReferenceCheck references{access};
     ManagerRegistry managers{isManagerOffered};
     NamingRegistration registration;
-    std::mutex referenceMutex;
-    kelp::util::ShownFile referenceFile;  // guarded by referenceMutex
+    kelp::util::Mutex referenceMutex{LockRank::Leaf, "CorbaBaseAgentConfig::State::referenceMutex"};
+    kelp::util::ShownFile referenceFile KELP_GUARDED_BY(referenceMutex);
     ServiceLocation naming{"naming"};
     ServiceLocation notification{"notification"};
     TlsRenewal tlsRenewal;
@@ -106,7 +110,7 @@ struct CorbaBaseAgentConfig::State {
         return settings == nullptr ? readSessionSettings() : *settings;
     }
 
-    bool startOrb();
+    bool startOrb() KELP_REQUIRES(initMutex);
     static bool startNaming();
 };
 
@@ -121,7 +125,7 @@ CorbaBaseAgentConfig* CorbaBaseAgentConfig::Instance() {
 
 bool CorbaBaseAgentConfig::Init(const char* bundleName) {
     const FuncGuardTrace trace("CorbaBaseAgentConfig::Init");
-    const std::lock_guard one(state_->initMutex);
+    const MutexLock one(state_->initMutex);
     try {
         std::string whyNot;
         if (!state_->access.read(whyNot))
@@ -422,7 +426,7 @@ bool CorbaBaseAgentConfig::WriteFactoryReference(CORBA::Object_ptr factory) {
             return true;
         const CORBA::ORB_var orb = GetOrb();
         const CORBA::String_var reference = orb->object_to_string(factory);
-        const std::lock_guard guard(state_->referenceMutex);
+        const MutexLock guard(state_->referenceMutex);
         whyNot = state_->referenceFile.show(file, std::string(reference.in()) + "\n");
     } catch (const CORBA::Exception& failure) {
         whyNot = kelp::orb::exceptionText(failure);
@@ -437,7 +441,7 @@ bool CorbaBaseAgentConfig::WriteFactoryReference(CORBA::Object_ptr factory) {
 }
 
 void CorbaBaseAgentConfig::RemoveFactoryReference() {
-    const std::lock_guard guard(state_->referenceMutex);
+    const MutexLock guard(state_->referenceMutex);
     state_->referenceFile.remove();
 }
 

@@ -4,29 +4,32 @@
 
 namespace NS_CORBA {
 
-void ManagerRegistry::waitUntilMine(Lock& lock) {
-    released_.wait(lock, [this] { return holds_ == 0 || holder_ == std::this_thread::get_id(); });
+using kelp::util::MutexLock;
+
+void ManagerRegistry::waitUntilMine() {
+    while (holds_ != 0 && holder_ != std::this_thread::get_id())
+        released_.wait(mutex_);
 }
 
 void ManagerRegistry::enter(CorbaI* managerInterface) {
     if (managerInterface == nullptr)
         return;
-    Lock lock(mutex_);
-    waitUntilMine(lock);
+    const MutexLock lock(mutex_);
+    waitUntilMine();
     everEntered_ = true;
     if (std::find(interfaces_.begin(), interfaces_.end(), managerInterface) == interfaces_.end())
         interfaces_.push_back(managerInterface);
 }
 
 void ManagerRegistry::leave(CorbaI* managerInterface) {
-    Lock lock(mutex_);
-    waitUntilMine(lock);
+    const MutexLock lock(mutex_);
+    waitUntilMine();
     interfaces_.remove(managerInterface);
 }
 
 const MGRList* ManagerRegistry::hold() {
-    Lock lock(mutex_);
-    waitUntilMine(lock);
+    const MutexLock lock(mutex_);
+    waitUntilMine();
     if (!everEntered_)
         return nullptr;
     holder_ = std::this_thread::get_id();
@@ -35,7 +38,7 @@ const MGRList* ManagerRegistry::hold() {
 }
 
 void ManagerRegistry::release() {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (holds_ == 0 || holder_ != std::this_thread::get_id())
         return;
     if (--holds_ == 0)
@@ -58,7 +61,7 @@ void ManagerRegistry::renewMap() {
 }
 
 bool ManagerRegistry::enter(const std::string& name, NorthMgrFactory* factory) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!entered_.emplace(name, factory).second)
         return false;
     renewMap();
@@ -66,25 +69,25 @@ bool ManagerRegistry::enter(const std::string& name, NorthMgrFactory* factory) {
 }
 
 void ManagerRegistry::leave(const std::string& name) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (entered_.erase(name) != 0)
         renewMap();
 }
 
 void ManagerRegistry::enterFallback(const std::string& name, NorthMgrFactory* factory) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     fallbacks_[name] = factory;
     renewMap();
 }
 
 void ManagerRegistry::leaveFallback(const std::string& name) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (fallbacks_.erase(name) != 0)
         renewMap();
 }
 
 const NorthMgrMap* ManagerRegistry::factories() {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (factoryMaps_.empty())
         return nullptr;
     lastHandedOut_ = true;

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <kelp/corbabase/manager_interface.h>
+#include <kelp/util/mutex.h>
 
-#include <condition_variable>
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -21,41 +20,41 @@ class ManagerRegistry {
     explicit ManagerRegistry(std::function<bool(const std::string& name)> isOffered)
         : isOffered_(std::move(isOffered)) {}
 
-    void enter(CorbaI* managerInterface);
-    void leave(CorbaI* managerInterface);
+    void enter(CorbaI* managerInterface) KELP_EXCLUDES(mutex_);
+    void leave(CorbaI* managerInterface) KELP_EXCLUDES(mutex_);
     /// Return the interfaces in order of entry and lock them against enter and leave by other
     /// threads until the calling thread's release(). Null, with nothing locked, when none was ever
     /// entered.
-    const MGRList* hold();
+    const MGRList* hold() KELP_EXCLUDES(mutex_);
     /// End one hold() of the calling thread. Does nothing without one.
-    void release();
+    void release() KELP_EXCLUDES(mutex_);
 
-    bool enter(const std::string& name, NorthMgrFactory* factory);
-    void leave(const std::string& name);
+    bool enter(const std::string& name, NorthMgrFactory* factory) KELP_EXCLUDES(mutex_);
+    void leave(const std::string& name) KELP_EXCLUDES(mutex_);
     /// Enter a factory that is used while no other one is entered under the name.
-    void enterFallback(const std::string& name, NorthMgrFactory* factory);
-    void leaveFallback(const std::string& name);
+    void enterFallback(const std::string& name, NorthMgrFactory* factory) KELP_EXCLUDES(mutex_);
+    void leaveFallback(const std::string& name) KELP_EXCLUDES(mutex_);
     /// Return the offered factories: those entered, and the fallbacks of names that nobody entered.
     /// Null when none was ever entered. A map that was handed out is never changed or freed.
-    const NorthMgrMap* factories();
+    const NorthMgrMap* factories() KELP_EXCLUDES(mutex_);
 
   private:
-    using Lock = std::unique_lock<std::mutex>;
-    void waitUntilMine(Lock& lock);
-    void renewMap();
+    void waitUntilMine() KELP_REQUIRES(mutex_);
+    void renewMap() KELP_REQUIRES(mutex_);
 
     const std::function<bool(const std::string& name)> isOffered_;
 
-    std::mutex mutex_;
-    std::condition_variable released_;
-    MGRList interfaces_;  // all below is guarded by mutex_
-    bool everEntered_ = false;
-    std::thread::id holder_;
-    unsigned holds_ = 0;
-    NorthMgrMap entered_;
-    NorthMgrMap fallbacks_;
-    std::list<NorthMgrMap> factoryMaps_;  // the last is current, the earlier ones were handed out
-    bool lastHandedOut_ = false;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "ManagerRegistry::mutex_"};
+    kelp::util::ConditionVariable released_;
+    MGRList interfaces_ KELP_GUARDED_BY(mutex_);
+    bool everEntered_ KELP_GUARDED_BY(mutex_) = false;
+    std::thread::id holder_ KELP_GUARDED_BY(mutex_);
+    unsigned holds_ KELP_GUARDED_BY(mutex_) = 0;
+    NorthMgrMap entered_ KELP_GUARDED_BY(mutex_);
+    NorthMgrMap fallbacks_ KELP_GUARDED_BY(mutex_);
+    /// The last is current, the earlier ones were handed out.
+    std::list<NorthMgrMap> factoryMaps_ KELP_GUARDED_BY(mutex_);
+    bool lastHandedOut_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace NS_CORBA

@@ -1,11 +1,10 @@
 #include <kelp/corbabase/asyn_notify_mgr.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/stopping.h>
 
-#include <condition_variable>
 #include <deque>
 #include <exception>
-#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -16,6 +15,9 @@
 namespace NS_CORBA {
 
 namespace {
+
+using kelp::util::MutexLock;
+using kelp::util::MutexUnlock;
 
 std::atomic<AsynNotifyMgr*> theInstance{nullptr};
 
@@ -39,51 +41,60 @@ void runTask(const std::function<void()>& task) {
 }  // namespace
 
 struct AsynNotifyMgr::State {
-    mutable std::mutex mutex;
-    std::condition_variable wake;
-    std::deque<std::function<void()>> queue;  // these four are guarded by mutex
-    bool running = false;
-    std::uint64_t finished = 0;
-    std::uint64_t dropped = 0;
-    int working = 0;                   // workers that still run; guarded by mutex
-    std::condition_variable ended;     // signalled when a worker ends
-    std::vector<std::thread> workers;  // used by Init and ExitThread only
+    kelp::util::Mutex mutex{kelp::util::LockRank::Leaf, "AsynNotifyMgr::State::mutex"};
+    kelp::util::ConditionVariable wake;
+    std::deque<std::function<void()>> queue KELP_GUARDED_BY(mutex);
+    bool running KELP_GUARDED_BY(mutex) = false;
+    std::uint64_t finished KELP_GUARDED_BY(mutex) = 0;
+    std::uint64_t dropped KELP_GUARDED_BY(mutex) = 0;
+    int working KELP_GUARDED_BY(mutex) = 0;  // workers that still run
+    kelp::util::ConditionVariable ended;     // signalled when a worker ends
+    std::vector<std::thread> workers;        // used by Init and ExitThread only
 
-    void work() {
-        std::unique_lock lock(mutex);
+    void work() KELP_EXCLUDES(mutex) {
+        const MutexLock lock(mutex);
         for (;;) {
-            wake.wait(lock, [this] { return !running || !queue.empty(); });
+            while (running && queue.empty())
+                wake.wait(mutex);
             if (!running)
                 break;
-            const std::function<void()> task = std::move(queue.front());
+            std::function<void()> task = std::move(queue.front());
             queue.pop_front();
-            lock.unlock();
-            runTask(task);
-            lock.lock();
+            {
+                const MutexUnlock unlocked(mutex);
+                // also destroyed without the lock: a task may own anything
+                runTask(std::exchange(task, nullptr));
+            }
             ++finished;
         }
         --working;
         ended.notify_all();
     }
-    void addWorker(std::shared_ptr<State> self) {
-        const std::lock_guard guard(mutex);
+    void addWorker(std::shared_ptr<State> self) KELP_EXCLUDES(mutex) {
+        const MutexLock guard(mutex);
         workers.emplace_back([state = std::move(self)] { state->work(); });
         ++working;
     }
     /// Wait for the workers. While the process stops, a worker whose task does not end in time is
     /// detached.
-    void awaitWorkers() {
-        bool haveEnded = false;
-        {
-            std::unique_lock lock(mutex);
-            haveEnded =
-                kelp::util::waitUnlessStopping(ended, lock, [this] { return working == 0; });
-        }
+    void awaitWorkers() KELP_EXCLUDES(mutex) {
+        const bool haveEnded = awaitEnds();
         if (!haveEnded)
             kelp::util::leaveRunning("a task of the notification manager");
         for (std::thread& worker : workers)
             haveEnded ? worker.join() : worker.detach();
         workers.clear();
+    }
+
+  private:
+    /// False when the process stops and a worker has not ended in time.
+    bool awaitEnds() KELP_EXCLUDES(mutex) {
+        const MutexLock lock(mutex);
+        kelp::util::StopAwareWait wait;
+        while (working != 0)
+            if (!wait.next(ended, mutex))
+                return false;
+        return true;
     }
 };
 
@@ -103,7 +114,7 @@ void AsynNotifyMgr::Destroy() {
 
 bool AsynNotifyMgr::Init() {
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock guard(state_->mutex);
         if (state_->running)
             return true;
         state_->running = true;
@@ -122,7 +133,7 @@ bool AsynNotifyMgr::Init() {
 
 bool AsynNotifyMgr::Post(std::function<void()> task) {
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock guard(state_->mutex);
         if (!state_->running || state_->queue.size() >= kQueueMax)
             return false;
         state_->queue.push_back(std::move(task));
@@ -135,7 +146,7 @@ void AsynNotifyMgr::ExitThread() {
     // destroyed without the lock, because a task may own anything
     std::deque<std::function<void()>> rest;
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock guard(state_->mutex);
         state_->running = false;
         rest.swap(state_->queue);
         state_->dropped += rest.size();
@@ -145,12 +156,12 @@ void AsynNotifyMgr::ExitThread() {
 }
 
 std::uint64_t AsynNotifyMgr::Finished() const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock guard(state_->mutex);
     return state_->finished;
 }
 
 std::uint64_t AsynNotifyMgr::Dropped() const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock guard(state_->mutex);
     return state_->dropped;
 }
 

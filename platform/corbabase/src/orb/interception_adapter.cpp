@@ -12,11 +12,14 @@
 
 namespace NS_CORBA {
 
+using kelp::util::MutexLock;
+
 void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
-    std::unique_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     gate_ = interceptor != nullptr ? Gate::Waiting : Gate::Refusing;
     changed_.notify_all();
-    changed_.wait(lock, [this] { return inside_ == 0; });
+    while (inside_ != 0)
+        changed_.wait(mutex_);
     // not earlier: a request that passed the open gate reads it without the lock
     interceptor_ = nullptr;
     if (interceptor != nullptr) {
@@ -27,20 +30,20 @@ void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
 }
 
 void InterceptionAdapter::reset() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     gate_ = Gate::Waiting;
     interceptor_ = nullptr;
     rate_.reset();
 }
 
 void InterceptionAdapter::refuse() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     gate_ = Gate::Refusing;
     changed_.notify_all();
 }
 
 void InterceptionAdapter::admit() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     if (interceptor_ != nullptr)
         gate_ = Gate::Open;
     changed_.notify_all();
@@ -55,8 +58,8 @@ void InterceptionAdapter::received(const kelp::orb::RequestInfo& request) {
             limitRate(request);
         if (isOpen())
             return;
-        std::unique_lock lock(mutex_);
-        waitUntilOpen(lock);
+        const MutexLock lock(mutex_);
+        waitUntilOpen();
     } catch (const CORBA::SystemException&) {
         CallerStanding::leave();
         throw;
@@ -143,8 +146,8 @@ RequestInterceptorBase* InterceptionAdapter::enter() {
     if (isOpen())
         return interceptor_;
     leave();
-    std::unique_lock lock(mutex_);
-    waitUntilOpen(lock);
+    const MutexLock lock(mutex_);
+    waitUntilOpen();
     ++inside_;
     return interceptor_;
 }
@@ -153,13 +156,13 @@ void InterceptionAdapter::leave() {
     if (--inside_ != 0 || isOpen())
         return;
     // under the lock: set() either has not checked inside_ yet or is already waiting
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     changed_.notify_all();
 }
 
-void InterceptionAdapter::waitUntilOpen(std::unique_lock<std::mutex>& lock) {
-    if (gate_ == Gate::Waiting)
-        changed_.wait(lock, [this] { return gate_.load() != Gate::Waiting; });
+void InterceptionAdapter::waitUntilOpen() {
+    while (gate_ == Gate::Waiting)
+        changed_.wait(mutex_);
     if (gate_ == Gate::Refusing)
         throw CORBA::TRANSIENT();
 }

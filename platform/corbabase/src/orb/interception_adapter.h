@@ -2,10 +2,9 @@
 
 #include <kelp/corbabase/request_interceptor.h>
 #include <kelp/orb/request.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 
 #include "access/caller_standing.h"
 
@@ -25,13 +24,13 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
     /// Set the interceptor and let waiting requests through. Null refuses requests from here on.
     /// Returns after all calls have left the previous interceptor. Must not be called from inside
     /// an interceptor.
-    void set(RequestInterceptorBase* interceptor);
+    void set(RequestInterceptorBase* interceptor) KELP_EXCLUDES(mutex_);
     /// Return to the initial state, in which requests wait. For a newly started ORB.
-    void reset();
+    void reset() KELP_EXCLUDES(mutex_);
     /// Refuse waiting and later requests, whether or not an interceptor is set.
-    void refuse();
+    void refuse() KELP_EXCLUDES(mutex_);
     /// End refuse() if an interceptor is set.
-    void admit();
+    void admit() KELP_EXCLUDES(mutex_);
 
     void received(const kelp::orb::RequestInfo& request) override;
     void dispatching(const kelp::orb::RequestInfo& request) override;
@@ -45,14 +44,14 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
 
     void limitRate(const kelp::orb::RequestInfo& request);
 
-    RequestInterceptorBase* enter();
-    void leave();
-    void waitUntilOpen(std::unique_lock<std::mutex>& lock);
+    RequestInterceptorBase* enter() KELP_EXCLUDES(mutex_);
+    void leave() KELP_EXCLUDES(mutex_);
+    void waitUntilOpen() KELP_REQUIRES(mutex_);
 
     bool isOpen() const { return gate_.load() == Gate::Open; }
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "InterceptionAdapter::mutex_"};
+    kelp::util::ConditionVariable changed_;
     // These are written under mutex_, except for inside_, and read without it, so that requests do
     // not contend for a lock. A request increments inside_ before it reads the gate. set() closes
     // the gate before it reads inside_. At least one of them thus sees the other's change.

@@ -11,6 +11,8 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+
 constexpr const char* kFile = "orblife";
 
 }  // namespace
@@ -21,7 +23,7 @@ OrbLife& OrbLife::instance() {
 }
 
 std::shared_ptr<OrbLife::Run> OrbLife::run() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return run_;
 }
 
@@ -29,14 +31,14 @@ OrbLife::Stage OrbLife::stage() const {
     const std::shared_ptr<Run> current = run();
     if (!current)
         return Stage::None;
-    const std::lock_guard guard(current->mutex);
+    const MutexLock guard(current->mutex);
     if (!current->stopping)
         return Stage::Running;
-    return current->callsEnded && current->workers == 0 ? Stage::ShutDown : Stage::ShuttingDown;
+    return current->isOver() ? Stage::ShutDown : Stage::ShuttingDown;
 }
 
 void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads) {
-    const std::lock_guard one(startMutex_);
+    const MutexLock one(startMutex_);
     if (run())
         return;
     adapter_.reset();
@@ -46,7 +48,7 @@ void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads) {
     const CORBA::Object_var object = made->orb->resolve_initial_references("RootPOA");
     made->rootPoa = PortableServer::POA::_narrow(object.in());
     made->threads = threads;
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     run_ = made;
 }
 
@@ -66,7 +68,7 @@ void OrbLife::serve() {
     if (!current)
         return;
     {
-        const std::lock_guard guard(current->mutex);
+        const MutexLock guard(current->mutex);
         if (current->stopping)
             return;
         ++current->workers;
@@ -77,7 +79,7 @@ void OrbLife::serve() {
         GetTss()->Set(kFile, "unknown", __LINE__);
         TaException(failure, "[AgentServer::AgentWorker] The ORB stopped serving!");
     }
-    const std::lock_guard guard(current->mutex);
+    const MutexLock guard(current->mutex);
     --current->workers;
     current->changed.notify_all();
 }
@@ -87,7 +89,7 @@ bool OrbLife::shutdown(std::chrono::milliseconds limit) {
     const std::shared_ptr<Run> current = run();
     if (!current)
         return true;
-    std::unique_lock lock(current->mutex);
+    MutexLock lock(current->mutex);
     if (!current->stopping) {
         current->stopping = true;
         lock.unlock();
@@ -103,8 +105,10 @@ bool OrbLife::shutdown(std::chrono::milliseconds limit) {
         }
         lock.lock();
     }
-    return current->changed.wait_for(lock, limit,
-                                     [&] { return current->callsEnded && current->workers == 0; });
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!current->isOver() && std::chrono::steady_clock::now() < end)
+        current->changed.wait_until(current->mutex, end);
+    return current->isOver();
 }
 
 void OrbLife::endCalls(const std::shared_ptr<Run>& current) {
@@ -114,13 +118,13 @@ void OrbLife::endCalls(const std::shared_ptr<Run>& current) {
         GetTss()->Set(kFile, "unknown", __LINE__);
         TaException(failure, "[AgentServer::ShutDown] The ORB refused to shut down!");
     }
-    const std::lock_guard guard(current->mutex);
+    const MutexLock guard(current->mutex);
     current->callsEnded = true;
     current->changed.notify_all();
 }
 
 bool OrbLife::destroy() {
-    const std::lock_guard one(startMutex_);
+    const MutexLock one(startMutex_);
     const std::shared_ptr<Run> current = run();
     if (!current)
         return true;
@@ -143,7 +147,7 @@ bool OrbLife::destroy() {
 
 void OrbLife::release() {
     std::shared_ptr<Run> released;  // destroyed, with its references, after the lock is released
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     released.swap(run_);
 }
 

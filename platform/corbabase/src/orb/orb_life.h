@@ -2,11 +2,10 @@
 
 #include <kelp/orb/corba.h>
 #include <kelp/orb/orb.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "orb/interception_adapter.h"
@@ -23,7 +22,7 @@ class OrbLife {
 
     Stage stage() const;
     /// Start an ORB if there is none. Throws CORBA::SystemException.
-    void start(const kelp::orb::OrbOptions& options, unsigned threads);
+    void start(const kelp::orb::OrbOptions& options, unsigned threads) KELP_EXCLUDES(startMutex_);
     /// Return a new duplicate, which the caller owns; nil without an ORB.
     CORBA::ORB_ptr orb() const;
     PortableServer::POA_ptr rootPoa() const;
@@ -36,9 +35,9 @@ class OrbLife {
     bool shutdown(std::chrono::milliseconds limit);
     /// Destroy the ORB if its shutdown has finished. False when there is an ORB whose shutdown has
     /// not.
-    bool destroy();
+    bool destroy() KELP_EXCLUDES(startMutex_);
     /// Drop the references to the ORB and the root POA.
-    void release();
+    void release() KELP_EXCLUDES(mutex_);
 
     OrbLife(const OrbLife&) = delete;
     OrbLife& operator=(const OrbLife&) = delete;
@@ -49,13 +48,14 @@ class OrbLife {
         CORBA::ORB_var orb;
         PortableServer::POA_var rootPoa;
         unsigned threads = 0;
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool stopping = false;  // these three are guarded by mutex
-        bool callsEnded = false;
-        int workers = 0;
+        kelp::util::Mutex mutex{kelp::util::LockRank::Leaf, "OrbLife::Run::mutex"};
+        kelp::util::ConditionVariable changed;
+        bool stopping KELP_GUARDED_BY(mutex) = false;
+        bool callsEnded KELP_GUARDED_BY(mutex) = false;
+        int workers KELP_GUARDED_BY(mutex) = 0;
         // Runs endCalls(). Joined by destroy(), detached when the calls never end.
         std::thread ending;
+        bool isOver() const KELP_REQUIRES(mutex) { return callsEnded && workers == 0; }
         ~Run() {
             if (ending.joinable())
                 ending.detach();
@@ -63,12 +63,13 @@ class OrbLife {
     };
 
     OrbLife() = default;
-    std::shared_ptr<Run> run() const;
+    std::shared_ptr<Run> run() const KELP_EXCLUDES(mutex_);
     static void endCalls(const std::shared_ptr<Run>& run);
 
-    mutable std::mutex mutex_;
-    std::shared_ptr<Run> run_;  // guarded by mutex_
-    std::mutex startMutex_;     // held for a whole start or destroy; locked before mutex_
+    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Service, "OrbLife::mutex_"};
+    std::shared_ptr<Run> run_ KELP_GUARDED_BY(mutex_);
+    /// Held for a whole start or destroy.
+    kelp::util::Mutex startMutex_{kelp::util::LockRank::OrbControl, "OrbLife::startMutex_"};
     InterceptionAdapter adapter_;
 };
 

@@ -29,7 +29,7 @@ class Published {
 
   private:
     std::atomic<const Value*> current_{nullptr};
-    kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "Published::mutex_"};
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Service, "Published::mutex_"};
     std::vector<std::unique_ptr<const Value>> kept_ KELP_GUARDED_BY(mutex_);
 };
 

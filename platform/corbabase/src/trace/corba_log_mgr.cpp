@@ -1,12 +1,12 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_limit.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,10 +15,12 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::util::MutexLock;
+
 struct Users {
-    std::mutex mutex;
-    unsigned count = 0;  // these two are guarded by mutex
-    bool weOpened = false;
+    kelp::util::Mutex mutex{kelp::util::LockRank::ServiceControl, "CorbaLogMgr::Users::mutex"};
+    unsigned count KELP_GUARDED_BY(mutex) = 0;
+    bool weOpened KELP_GUARDED_BY(mutex) = false;
 };
 
 Users& users() {
@@ -63,21 +65,23 @@ CorbaLogMgr* CorbaLogMgr::Instance() {
 }
 
 bool CorbaLogMgr::Init() {
-    const std::lock_guard guard(users().mutex);
+    Users& mine = users();
+    const MutexLock guard(mine.mutex);
     if (!kelp::util::TraceLog::instance().isOpen()) {
         if (!openTrace())
             return false;
-        users().weOpened = true;
+        mine.weOpened = true;
     }
-    ++users().count;
+    ++mine.count;
     return true;
 }
 
 void CorbaLogMgr::Destroy() {
-    const std::lock_guard guard(users().mutex);
-    if (users().count == 0 || --users().count > 0)
+    Users& mine = users();
+    const MutexLock guard(mine.mutex);
+    if (mine.count == 0 || --mine.count > 0)
         return;
-    if (std::exchange(users().weOpened, false))
+    if (std::exchange(mine.weOpened, false))
         kelp::util::TraceLog::instance().close();
 }
 

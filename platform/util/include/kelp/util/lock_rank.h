@@ -15,6 +15,12 @@ class Mutex;
 enum class LockRank {
     /// The start or stop of the bundles: their code runs while it is held.
     Bundles,
+    /// One start of the agent's base configuration at a time. The ORB and the embedded naming
+    /// service are started while it is held.
+    BaseControl,
+    /// One start or end of the ORB at a time. The end destroys the agent's servants, which lock
+    /// their own mutexes.
+    OrbControl,
     /// Anything may be locked while it is held, except another outermost one.
     Outermost,
     /// The agent's ping round, the managers' alarms and their known attributes. While one of these
@@ -22,11 +28,12 @@ enum class LockRank {
     Agent,
     /// Nothing but the platform services below may be called while it is held.
     Leaf,
-    /// One start, stop or load of a platform service at a time (logs, light events, configuration).
-    /// The service's other lock is locked while it is held.
+    /// One start, stop or load of a platform service at a time (logs, light events, configuration,
+    /// allowed networks, accounts). The service's other lock is locked while it is held.
     ServiceControl,
-    /// The data of a platform service: logs, inventory, light events, token buckets, bundles. Only
-    /// the configuration is read and the trace written while it is held.
+    /// The data of a platform service: logs, inventory, light events, token buckets, bundles,
+    /// log-ins, the ORB's references. Only the configuration is read and the trace written while it
+    /// is held.
     Service,
     /// The configuration. Nothing else is locked while it is held.
     Configuration,

@@ -56,8 +56,8 @@ class TraceWriter : public std::enable_shared_from_this<TraceWriter> {
     std::deque<StampedLine> queue_ KELP_GUARDED_BY(mutex_);
     /// Number of dropped lines that were not reported yet.
     std::uint64_t lost_ KELP_GUARDED_BY(mutex_) = 0;
-    bool stopping_ = false;  ///< guarded by mutex_
-    bool done_ = false;      ///< guarded by mutex_
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
+    bool done_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 /// The kernel's id of the calling thread.

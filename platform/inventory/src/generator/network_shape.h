@@ -36,7 +36,7 @@ const CardType& lineCard64();
 struct Product {
     const char* name;
     const char* version;
-    unsigned weight;  ///< a bigger weight gets a bigger share of the ports
+    unsigned weight;  ///< share of the ports, relative to the other products
     std::vector<const CardType*> tributaryCards;
 };
 

@@ -30,8 +30,8 @@ class RowImport {
     /// The line in which each row was given. Needs 4 bytes a row.
     class Lines {
       public:
-        /// Remember the line of a row. Returns the line that was remembered before, or 0 if there
-        /// was none.
+        /// Remember the line in which a row is given first. Returns 0 then, and that line for every
+        /// later one.
         std::uint32_t note(std::int64_t id, std::uint64_t line);
 
       private:

@@ -41,7 +41,7 @@ class LogQueue {
     bool isClosed() const KELP_EXCLUDES(mutex_);
     /// Wait for close(). Returns false after `time`.
     bool closedWithin(std::chrono::milliseconds time) KELP_EXCLUDES(mutex_);
-    /// Wait until no record is waiting. Returns false after `time`.
+    /// Wait until every record is done. Returns false after `time`.
     bool emptyWithin(std::chrono::milliseconds time) KELP_EXCLUDES(mutex_);
     void setFails(bool fails) KELP_EXCLUDES(mutex_);
     LogCounts counts() const KELP_EXCLUDES(mutex_);

@@ -43,12 +43,12 @@ enum class LockRank {
     Trace,
 };
 
-/// Aborts with the names of both when the calling thread holds a mutex whose rank is not below the
-/// one that it is about to lock. Called by Mutex in debug builds.
+/// Abort, with the names of both, if the calling thread holds a mutex whose rank is not below that
+/// of `next`. Called by Mutex in debug builds before it locks.
 KELP_EXPORT void checkLockOrder(const Mutex& next);
-/// The calling thread has locked it.
+/// Record that the calling thread has locked the mutex.
 KELP_EXPORT void rememberLocked(const Mutex& mutex);
-/// The calling thread is about to unlock it.
+/// Record that the calling thread is about to unlock the mutex.
 KELP_EXPORT void forgetLocked(const Mutex& mutex);
 
 }  // namespace kelp::util

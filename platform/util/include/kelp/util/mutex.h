@@ -113,8 +113,8 @@ class KELP_THREAD_SAFETY(scoped_lockable) MutexLock {
     bool isHeld_ = true;
 };
 
-/// Releases a mutex that the caller holds for a scope, and locks it again at the end, also when an
-/// exception is thrown.
+/// Releases, for a scope, a mutex that the caller holds. Locks it again at the end of the scope,
+/// also when an exception is thrown.
 class KELP_THREAD_SAFETY(scoped_lockable) MutexUnlock {
   public:
     explicit MutexUnlock(Mutex& mutex) KELP_RELEASE(mutex) : mutex_(mutex) { mutex_.unlock(); }
@@ -126,9 +126,9 @@ class KELP_THREAD_SAFETY(scoped_lockable) MutexUnlock {
     Mutex& mutex_;
 };
 
-/// Lets threads wait for a change of what a Mutex guards. The caller of the waiting operations
-/// holds the mutex. It is free while the thread waits. Waits may end without a notification, so
-/// they stand in a loop over the condition.
+/// Lets threads wait until data that a Mutex guards changes. The caller of a wait holds the mutex.
+/// The wait releases it, and locks it again before it returns. A wait may end without a
+/// notification, so call it in a loop that checks the condition.
 class ConditionVariable {
   public:
     using Status = std::cv_status;
@@ -152,7 +152,7 @@ class ConditionVariable {
     }
 
   private:
-    /// The lock that the native wait asks for. The caller keeps the mutex at its end.
+    /// The lock object that the native wait needs. Its destruction leaves the mutex locked.
     struct Held {
         explicit Held(std::mutex& mutex) : lock(mutex, std::adopt_lock) {}
         ~Held() { lock.release(); }

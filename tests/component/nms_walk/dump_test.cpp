@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
-#include <network_dump.h>
 
 #include <fstream>
 
 #include "fake_ems.h"
 #include "support/temporary_directory.h"
+#include "upload/network_dump.h"
 
 namespace kelp::test {
 namespace {

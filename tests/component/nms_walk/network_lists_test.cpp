@@ -1,5 +1,6 @@
+#include "upload/network_lists.h"
+
 #include <gmock/gmock.h>
-#include <network_lists.h>
 
 #include "fake_ems.h"
 

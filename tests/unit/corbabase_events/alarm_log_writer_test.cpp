@@ -1,6 +1,7 @@
 // Alarms as text, written on another thread than the one that raises them.
 
-#include <alarm_log_writer.h>
+#include "events/alarm_log_writer.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 // The path of events from their sources to a channel that answers, refuses, hangs or is absent.
 
-#include <event_handover.h>
+#include "events/event_handover.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

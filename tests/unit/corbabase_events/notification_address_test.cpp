@@ -1,6 +1,7 @@
+#include "events/notification_address.h"
+
 #include <gtest/gtest.h>
 #include <kelp/corbabase/base_config.h>
-#include <notification_address.h>
 
 #include "unit/corbabase/config_text.h"
 

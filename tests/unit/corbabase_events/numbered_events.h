@@ -1,9 +1,9 @@
 #pragma once
 
-#include <event_channel_link.h>
-
 #include <string>
 #include <vector>
+
+#include "events/event_channel_link.h"
 
 namespace NS_CORBA::test {
 

@@ -1,4 +1,5 @@
-#include <foreign_entries.h>
+#include "naming/foreign_entries.h"
+
 #include <gtest/gtest.h>
 
 namespace NS_CORBA {

@@ -1,15 +1,15 @@
 #include "port_state.h"
 
-#include <mutex>
+#include <kelp/util/mutex.h>
 
 namespace kelp::orb {
 
 namespace {
 
 struct Kept {
-    std::mutex lock;
-    CORBA::ORB_var orb;
-    PortableServer::Current_var poaCurrent;
+    util::Mutex mutex{util::LockRank::Service, "PortState::mutex"};
+    CORBA::ORB_var orb KELP_GUARDED_BY(mutex);
+    PortableServer::Current_var poaCurrent KELP_GUARDED_BY(mutex);
 };
 
 // never deleted: the ORB's threads may still use it while the process exits
@@ -29,25 +29,29 @@ void PortState::keep(CORBA::ORB_ptr orb) {
     const CORBA::Object_var object = orb->resolve_initial_references("POACurrent");
     PortableServer::Current_var current = PortableServer::Current::_narrow(object.in());
     CORBA::ORB_var own = CORBA::ORB::_duplicate(orb);
-    const std::lock_guard<std::mutex> guard(kept().lock);
-    kept().orb = own._retn();
-    kept().poaCurrent = current._retn();
+    Kept& state = kept();
+    const util::MutexLock lock(state.mutex);
+    state.orb = own._retn();
+    state.poaCurrent = current._retn();
 }
 
 void PortState::forget() {
-    const std::lock_guard<std::mutex> guard(kept().lock);
-    kept().orb = CORBA::ORB::_nil();
-    kept().poaCurrent = PortableServer::Current::_nil();
+    Kept& state = kept();
+    const util::MutexLock lock(state.mutex);
+    state.orb = CORBA::ORB::_nil();
+    state.poaCurrent = PortableServer::Current::_nil();
 }
 
 CORBA::ORB_ptr PortState::orb() const {
-    const std::lock_guard<std::mutex> guard(kept().lock);
-    return CORBA::ORB::_duplicate(kept().orb.in());
+    Kept& state = kept();
+    const util::MutexLock lock(state.mutex);
+    return CORBA::ORB::_duplicate(state.orb.in());
 }
 
 PortableServer::Current_ptr PortState::poaCurrent() const {
-    const std::lock_guard<std::mutex> guard(kept().lock);
-    return PortableServer::Current::_duplicate(kept().poaCurrent.in());
+    Kept& state = kept();
+    const util::MutexLock lock(state.mutex);
+    return PortableServer::Current::_duplicate(state.poaCurrent.in());
 }
 
 }  // namespace kelp::orb

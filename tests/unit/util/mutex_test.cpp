@@ -58,6 +58,17 @@ TEST(Mutex, IsHeldUntilItsLockEnds) {
     EXPECT_TRUE(isFree(mutex));
 }
 
+TEST(Mutex, IsReleasedByALockThatTookItOver) {
+    Mutex mutex(LockRank::Leaf, "mutex");
+    {
+        if (!mutex.try_lock())
+            FAIL() << "the mutex is not free";
+        const MutexLock lock(mutex, std::adopt_lock);
+        EXPECT_FALSE(isFree(mutex));
+    }
+    EXPECT_TRUE(isFree(mutex));
+}
+
 TEST(Mutex, CanBeReleasedInBetween) {
     Mutex mutex(LockRank::Leaf, "mutex");
     MutexLock lock(mutex);

@@ -19,7 +19,7 @@ ConnectionTable::Verdict ConnectionTable::admit(const PeerAddress& peer, Seat::T
     const std::size_t reserved = loggedIn ? 0 : limits_.reserved;
     const std::size_t max =
         limits_.connectionsMax > reserved ? limits_.connectionsMax - reserved : 1;
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     const auto ofAddress = perAddress_.find(peer.text);
     if (ofAddress != perAddress_.end() && ofAddress->second >= limits_.perAddressMax &&
         !makeRoom(&peer.text, now))
@@ -32,24 +32,24 @@ ConnectionTable::Verdict ConnectionTable::admit(const PeerAddress& peer, Seat::T
 }
 
 void ConnectionTable::enter(Seat& seat) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     seats_.insert(&seat);
 }
 
 void ConnectionTable::leave(Seat& seat) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     seats_.erase(&seat);
     if (closing_.erase(&seat) == 0)
         release(seat.peer().text);
 }
 
 void ConnectionTable::giveBack(const PeerAddress& peer) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     release(peer.text);
 }
 
 std::size_t ConnectionTable::count() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     return count_;
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <kelp/orb/request.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -49,28 +49,28 @@ class ConnectionTable {
     ConnectionTable(const Limits& limits, IsLoggedIn isLoggedIn);
 
     /// Take a place for a connection from this address. It is returned with leave() or giveBack().
-    Verdict admit(const PeerAddress& peer, Seat::Time now);
+    Verdict admit(const PeerAddress& peer, Seat::Time now) KELP_EXCLUDES(mutex_);
     /// Enter the connection that has taken the place. It may be called from now on.
-    void enter(Seat& seat);
+    void enter(Seat& seat) KELP_EXCLUDES(mutex_);
     /// Free the connection's place.
-    void leave(Seat& seat);
+    void leave(Seat& seat) KELP_EXCLUDES(mutex_);
     /// Free a place for which no connection was made.
-    void giveBack(const PeerAddress& peer);
+    void giveBack(const PeerAddress& peer) KELP_EXCLUDES(mutex_);
 
-    std::size_t count() const;
+    std::size_t count() const KELP_EXCLUDES(mutex_);
 
   private:
-    void release(const std::string& address);
-    bool makeRoom(const std::string* onlyOfAddress, Seat::Time now);
+    void release(const std::string& address) KELP_REQUIRES(mutex_);
+    bool makeRoom(const std::string* onlyOfAddress, Seat::Time now) KELP_REQUIRES(mutex_);
 
     const Limits limits_;
     const IsLoggedIn isLoggedIn_;
-    mutable std::mutex mutex_;  // guards what follows
-    std::unordered_set<Seat*> seats_;
-    std::unordered_map<std::string, std::size_t> perAddress_;
-    std::size_t count_ = 0;
+    mutable util::Mutex mutex_{util::LockRank::Gate, "ConnectionTable::mutex_"};
+    std::unordered_set<Seat*> seats_ KELP_GUARDED_BY(mutex_);
+    std::unordered_map<std::string, std::size_t> perAddress_ KELP_GUARDED_BY(mutex_);
+    std::size_t count_ KELP_GUARDED_BY(mutex_) = 0;
     /// Closed to make room. Others have their places already.
-    std::unordered_set<Seat*> closing_;
+    std::unordered_set<Seat*> closing_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::orb::gate

@@ -1,10 +1,10 @@
 #include "gate.h"
 
+#include <kelp/util/mutex.h>
 #include <malloc.h>
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <mutex>
 
 #include "../trace.h"
 
@@ -37,8 +37,8 @@ void returnLargeBlocks() {
     ::mallopt(M_TRIM_THRESHOLD, kKeptAtEnd);
 }
 
-std::mutex currentMutex;
-std::shared_ptr<Gate> currentGate;  // guarded by currentMutex
+util::Mutex currentMutex{util::LockRank::Service, "Gate::currentMutex"};
+std::shared_ptr<Gate> currentGate KELP_GUARDED_BY(currentMutex);
 
 giop::AssemblerLimits assemblerLimitsOf(const Gate::Settings& settings) {
     giop::AssemblerLimits limits;
@@ -85,14 +85,14 @@ Gate::Gate(const Settings& settings)
       handshakes_({settings.limits.tlsHandshakesMax, settings.limits.tlsHandshakesPerAddressMax}) {}
 
 std::shared_ptr<Gate> Gate::current() {
-    const std::lock_guard guard(currentMutex);
+    const util::MutexLock lock(currentMutex);
     return currentGate;
 }
 
 void Gate::makeCurrent(const Settings& settings) {
     returnLargeBlocks();
     auto made = std::make_shared<Gate>(settings);
-    const std::lock_guard guard(currentMutex);
+    const util::MutexLock lock(currentMutex);
     currentGate.swap(made);
 }
 

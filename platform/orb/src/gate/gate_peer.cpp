@@ -55,7 +55,7 @@ GatePeer::~GatePeer() {
 }
 
 long GatePeer::read(std::span<std::uint8_t> into) {
-    const std::lock_guard guard(inputMutex_);
+    const util::MutexLock lock(inputMutex_);
     for (;;) {
         if (!left_.empty())
             return give(into);
@@ -149,9 +149,9 @@ void GatePeer::advance() {
 }
 
 GatePeer::Fed GatePeer::feed() {
-    const std::unique_lock guard(inputMutex_, std::try_to_lock);
-    if (!guard.owns_lock())
+    if (!inputMutex_.try_lock())
         return Fed::Busy;
+    const util::MutexLock lock(inputMutex_, std::adopt_lock);
     for (int round = 0; round < kFeedRounds && !ready_; ++round) {
         long received = 0;
         if (!receiveSome(assembler_.room(), OctetChannel::Wait::No, received))
@@ -171,10 +171,11 @@ long GatePeer::write(std::span<const std::uint8_t> octets, std::chrono::millisec
 void GatePeer::watched() {
     if (!isUnfinished_)
         return;
-    const std::unique_lock guard(inputMutex_, std::try_to_lock);
     // a reading thread runs the clock itself
-    if (guard.owns_lock())
-        runClock(Clock::now());
+    if (!inputMutex_.try_lock())
+        return;
+    const util::MutexLock lock(inputMutex_, std::adopt_lock);
+    runClock(Clock::now());
 }
 
 void GatePeer::runClock(Clock::time_point now) {

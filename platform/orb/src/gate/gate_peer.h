@@ -1,10 +1,11 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 
@@ -29,7 +30,7 @@ class GatePeer final : public giop::PeerStanding, public Seat {
 
     /// Wait for a whole message and return as much of it as fits, but never octets of two messages.
     /// Return OctetChannel::kEnded when there are no more messages.
-    long read(std::span<std::uint8_t> into);
+    long read(std::span<std::uint8_t> into) KELP_EXCLUDES(inputMutex_);
 
     enum class Fed {
         Ready,  ///< read() returns without waiting
@@ -37,7 +38,7 @@ class GatePeer final : public giop::PeerStanding, public Seat {
         Busy    ///< another thread is reading
     };
     /// Receive what has arrived, without waiting.
-    Fed feed();
+    Fed feed() KELP_EXCLUDES(inputMutex_);
     /// Return whether read() returns without waiting.
     bool isReady() const { return ready_; }
     /// Return whether there are no more messages, because the peer has gone or was refused. Valid
@@ -49,7 +50,7 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     void shutDown() { channel_->shutDown(); }
 
     /// From now on feed() receives what arrives, so the peer's deadlines run.
-    void watched();
+    void watched() KELP_EXCLUDES(inputMutex_);
     /// Count the connection as in use from now on: it has sent a whole message.
     void leaveLobby() { inLobby_ = false; }
     bool isInLobby() const { return inLobby_; }
@@ -68,23 +69,27 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     bool isLoggedIn() override { return gate_->isLoggedIn(peer_); }
     bool mayLocate() override { return gate_->mayLocate(peer_); }
 
-    long give(std::span<std::uint8_t> into);
-    bool receiveSome(std::span<std::uint8_t> into, OctetChannel::Wait wait, long& count);
-    void advance();
+    long give(std::span<std::uint8_t> into) KELP_REQUIRES(inputMutex_);
+    bool receiveSome(std::span<std::uint8_t> into, OctetChannel::Wait wait, long& count)
+        KELP_REQUIRES(inputMutex_);
+    void advance() KELP_REQUIRES(inputMutex_);
     void end();
     void refuse(giop::Violation violation);
     void answerMessageError();
-    void runClock(Clock::time_point now);
-    void stopClock();
+    void runClock(Clock::time_point now) KELP_REQUIRES(inputMutex_);
+    void stopClock() KELP_REQUIRES(inputMutex_);
 
     const std::shared_ptr<Gate> gate_;
     const std::unique_ptr<OctetChannel> channel_;
     const PeerAddress peer_;
 
-    std::mutex inputMutex_;  // guards the next three members; a reader holds it while it waits
-    giop::MessageAssembler assembler_;
-    std::span<const std::uint8_t> left_;        ///< unread octets of the current message
-    std::optional<Clock::time_point> stopped_;  ///< since when nobody receives what arrives
+    /// A reader holds it while it waits.
+    util::Mutex inputMutex_{util::LockRank::GateInput, "GatePeer::inputMutex_"};
+    giop::MessageAssembler assembler_ KELP_GUARDED_BY(inputMutex_);
+    /// Unread octets of the current message.
+    std::span<const std::uint8_t> left_ KELP_GUARDED_BY(inputMutex_);
+    /// Since when nobody receives what arrives.
+    std::optional<Clock::time_point> stopped_ KELP_GUARDED_BY(inputMutex_);
 
     std::atomic<bool> ready_{false};
     std::atomic<bool> ended_{false};

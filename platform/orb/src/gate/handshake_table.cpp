@@ -13,7 +13,7 @@ constexpr std::chrono::seconds kOwnTime{3};
 }  // namespace
 
 bool HandshakeTable::enter(HandshakeSeat& seat, Time now) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     const auto ofAddress = perAddress_.find(seat.address());
     if (ofAddress != perAddress_.end() && ofAddress->second >= limits_.perAddressMax &&
         !makeRoom(&seat.address(), now))
@@ -26,13 +26,13 @@ bool HandshakeTable::enter(HandshakeSeat& seat, Time now) {
 }
 
 void HandshakeTable::leave(HandshakeSeat& seat) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     if (const auto found = bySeat_.find(&seat); found != bySeat_.end())
         erase(found->second);
 }
 
 std::size_t HandshakeTable::count() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     return places_.size();
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
 #include <cstddef>
 #include <list>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -33,11 +34,11 @@ class HandshakeTable {
     explicit HandshakeTable(const Limits& limits) : limits_(limits) {}
 
     /// Take a place, to be given back with leave(). Return false when none is free.
-    bool enter(HandshakeSeat& seat, Time now);
+    bool enter(HandshakeSeat& seat, Time now) KELP_EXCLUDES(mutex_);
     /// Give the place back. Does nothing for a handshake that has none, or has lost it.
-    void leave(HandshakeSeat& seat);
+    void leave(HandshakeSeat& seat) KELP_EXCLUDES(mutex_);
 
-    std::size_t count() const;
+    std::size_t count() const KELP_EXCLUDES(mutex_);
 
   private:
     struct Place {
@@ -46,14 +47,14 @@ class HandshakeTable {
     };
     using Places = std::list<Place>;
 
-    bool makeRoom(const std::string* onlyOfAddress, Time now);
-    void erase(Places::iterator place);
+    bool makeRoom(const std::string* onlyOfAddress, Time now) KELP_REQUIRES(mutex_);
+    void erase(Places::iterator place) KELP_REQUIRES(mutex_);
 
     const Limits limits_;
-    mutable std::mutex mutex_;  // guards what follows
-    Places places_;             ///< oldest first
-    std::unordered_map<const HandshakeSeat*, Places::iterator> bySeat_;
-    std::unordered_map<std::string, std::size_t> perAddress_;
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "HandshakeTable::mutex_"};
+    Places places_ KELP_GUARDED_BY(mutex_);  ///< oldest first
+    std::unordered_map<const HandshakeSeat*, Places::iterator> bySeat_ KELP_GUARDED_BY(mutex_);
+    std::unordered_map<std::string, std::size_t> perAddress_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::orb::gate

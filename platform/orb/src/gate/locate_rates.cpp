@@ -11,7 +11,7 @@ constexpr std::size_t kAddressesMax = 4096;
 }  // namespace
 
 bool LocateRates::take(const std::string& address, unsigned limit, Time now) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     if (seconds_.size() >= kAddressesMax)
         std::erase_if(seconds_, [now](const auto& each) {
             return now - each.second.begin >= std::chrono::seconds(1);

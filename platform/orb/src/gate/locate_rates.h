@@ -1,7 +1,8 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -14,15 +15,15 @@ class LocateRates {
 
     /// Count a LocateRequest. Return false when the address has used up its limit for the current
     /// second.
-    bool take(const std::string& address, unsigned limit, Time now);
+    bool take(const std::string& address, unsigned limit, Time now) KELP_EXCLUDES(mutex_);
 
   private:
     struct Second {
         Time begin{};
         unsigned count = 0;
     };
-    std::mutex mutex_;
-    std::unordered_map<std::string, Second> seconds_;  // guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Leaf, "LocateRates::mutex_"};
+    std::unordered_map<std::string, Second> seconds_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::orb::gate

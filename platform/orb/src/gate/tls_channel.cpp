@@ -41,7 +41,7 @@ long TlsChannel::receive(std::span<std::uint8_t> into, Wait wait) {
 }
 
 long TlsChannel::receiveSome(std::span<std::uint8_t> into) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     if (isBroken_)
         return kEnded;
     if (!connection_) {
@@ -112,7 +112,7 @@ void TlsChannel::refuse(const std::string& reason) {
 }
 
 bool TlsChannel::hasBuffered() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     return connection_ && !isBroken_ && SSL_has_pending(connection_.get()) == 1;
 }
 
@@ -133,7 +133,7 @@ long TlsChannel::send(std::span<const std::uint8_t> octets, std::chrono::millise
 }
 
 long TlsChannel::sendSome(std::span<const std::uint8_t> octets) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     if (!isEstablished_ || isBroken_)
         return kEnded;
     ERR_clear_error();

@@ -66,21 +66,21 @@ void Watcher::setListening(bool listening) {
 }
 
 bool Watcher::add(Watched& watched) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     const std::uint64_t id = ++lastId_;
     epoll_event event = eventFor(id, EPOLLONESHOT);
     if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, watched.descriptor(), &event) != 0)
         return false;
     known_.emplace(id, &watched);
-    const std::lock_guard state(watched.mutex_);
+    const util::MutexLock state(watched.mutex_);
     watched.id_ = id;
     return true;
 }
 
 void Watcher::remove(Watched& watched) {
     unwant(watched);
-    const std::lock_guard guard(mutex_);
-    const std::lock_guard state(watched.mutex_);
+    const util::MutexLock lock(mutex_);
+    const util::MutexLock state(watched.mutex_);
     if (watched.id_ == 0)
         return;
     known_.erase(watched.id_);
@@ -89,7 +89,7 @@ void Watcher::remove(Watched& watched) {
     ::epoll_ctl(epoll_, EPOLL_CTL_DEL, watched.descriptor(), &event);
 }
 
-/// Requires the connection's lock. An error or a hang-up counts as an arrival.
+/// An error or a hang-up counts as an arrival.
 void Watcher::arm(Watched& watched) {
     epoll_event event = eventFor(watched.id_, EPOLLIN | EPOLLRDHUP | EPOLLONESHOT);
     watched.armed_ = ::epoll_ctl(epoll_, EPOLL_CTL_MOD, watched.descriptor(), &event) == 0;
@@ -98,7 +98,7 @@ void Watcher::arm(Watched& watched) {
 void Watcher::want(Watched& watched, When when) {
     std::uint64_t id = 0;
     {
-        const std::lock_guard state(watched.mutex_);
+        const util::MutexLock state(watched.mutex_);
         if (watched.id_ == 0)
             return;
         id = watched.id_;
@@ -108,7 +108,7 @@ void Watcher::want(Watched& watched, When when) {
     }
     if (when == When::AtOnce) {
         {
-            const std::lock_guard guard(mutex_);
+            const util::MutexLock lock(mutex_);
             prompted_.push_back(id);
         }
         wake();
@@ -118,18 +118,20 @@ void Watcher::want(Watched& watched, When when) {
 }
 
 void Watcher::unwant(Watched& watched) {
-    std::unique_lock state(watched.mutex_);
+    const util::MutexLock state(watched.mutex_);
     watched.wanted_ = false;
     if (!watched.isHandled_)
         return;
     watched.dropped_ = true;
     // the report itself may call this, and must not wait for its own end
-    if (thread_.load() != std::this_thread::get_id())
-        watched.handled_.wait(state, [&] { return !watched.isHandled_; });
+    if (thread_.load() == std::this_thread::get_id())
+        return;
+    while (watched.isHandled_)
+        watched.handled_.wait(watched.mutex_);
 }
 
 bool Watcher::isWanted(Watched& watched) const {
-    const std::lock_guard state(watched.mutex_);
+    const util::MutexLock state(watched.mutex_);
     return watched.wanted_;
 }
 
@@ -192,13 +194,13 @@ void Watcher::acceptWaiting(Handler& handler) {
 void Watcher::report(std::uint64_t id, Handler& handler) {
     Watched* watched = nullptr;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         const auto found = known_.find(id);
         // removed after the system reported it
         if (found == known_.end())
             return;
         watched = found->second;
-        const std::lock_guard state(watched->mutex_);
+        const util::MutexLock state(watched->mutex_);
         watched->armed_ = false;
         if (!watched->wanted_)
             return;
@@ -208,7 +210,7 @@ void Watcher::report(std::uint64_t id, Handler& handler) {
     }
     const Handler::After after = handler.arrived(*watched);
     {
-        const std::lock_guard state(watched->mutex_);
+        const util::MutexLock state(watched->mutex_);
         watched->isHandled_ = false;
         if (after == Handler::After::WatchAgain && !watched->dropped_) {
             watched->wanted_ = true;
@@ -226,7 +228,7 @@ void Watcher::report(std::uint64_t id, Handler& handler) {
 void Watcher::reportPrompted(Handler& handler) {
     std::vector<std::uint64_t> ids;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         ids.swap(prompted_);
     }
     for (const std::uint64_t id : ids)
@@ -236,9 +238,9 @@ void Watcher::reportPrompted(Handler& handler) {
 void Watcher::armWanted() {
     willArm_ = false;
     stirred_ = false;
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     for (const auto& [id, watched] : known_) {
-        const std::lock_guard state(watched->mutex_);
+        const util::MutexLock state(watched->mutex_);
         if (watched->wanted_ && !watched->armed_)
             arm(*watched);
     }
@@ -247,7 +249,7 @@ void Watcher::armWanted() {
 void Watcher::sweep(Handler& handler, Clock::time_point now) {
     sweepNext_ = now + kSweepPause;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         for (const auto& [id, watched] : known_)
             handler.sweep(*watched, now);
     }

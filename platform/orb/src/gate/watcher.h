@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -21,13 +21,13 @@ class Watched {
 
   private:
     friend class Watcher;
-    std::mutex mutex_;  // guards what follows
-    std::condition_variable handled_;
-    std::uint64_t id_ = 0;    ///< 0: not known to the watcher
-    bool wanted_ = false;     ///< the next arrival is to be reported
-    bool armed_ = false;      ///< the system reports arrivals
-    bool isHandled_ = false;  ///< a report is in progress
-    bool dropped_ = false;    ///< unwanted during the report
+    util::Mutex mutex_{util::LockRank::Leaf, "Watched::mutex_"};
+    util::ConditionVariable handled_;
+    std::uint64_t id_ KELP_GUARDED_BY(mutex_) = 0;    ///< 0: not known to the watcher
+    bool wanted_ KELP_GUARDED_BY(mutex_) = false;     ///< the next arrival is to be reported
+    bool armed_ KELP_GUARDED_BY(mutex_) = false;      ///< the system reports arrivals
+    bool isHandled_ KELP_GUARDED_BY(mutex_) = false;  ///< a report is in progress
+    bool dropped_ KELP_GUARDED_BY(mutex_) = false;    ///< unwanted during the report
 };
 
 /// Waits for new connections and for input on existing ones (epoll). One thread runs round().
@@ -68,9 +68,9 @@ class Watcher {
     void listenOn(int descriptor);
 
     /// Make a connection known. Nothing is watched yet. Return false when the system refuses.
-    bool add(Watched& watched);
+    bool add(Watched& watched) KELP_EXCLUDES(mutex_, watched.mutex_);
     /// Forget a connection. When this returns, no report of it is in progress.
-    void remove(Watched& watched);
+    void remove(Watched& watched) KELP_EXCLUDES(mutex_, watched.mutex_);
 
     enum class When {
         Soon,  ///< within 50 ms, at almost no cost
@@ -78,24 +78,24 @@ class Watcher {
         AtOnce  ///< report it without waiting for input
     };
     /// Report the next arrival, once.
-    void want(Watched& watched, When when);
+    void want(Watched& watched, When when) KELP_EXCLUDES(mutex_, watched.mutex_);
     /// Report no further arrival. When this returns no report is in progress, unless it is called
     /// from inside one.
-    void unwant(Watched& watched);
-    bool isWanted(Watched& watched) const;
+    void unwant(Watched& watched) KELP_EXCLUDES(watched.mutex_);
+    bool isWanted(Watched& watched) const KELP_EXCLUDES(watched.mutex_);
 
     /// Wait at most about a second for something to report, and report it.
-    void round(Handler& handler);
+    void round(Handler& handler) KELP_EXCLUDES(mutex_);
     /// End a waiting round().
     void wake();
 
   private:
-    void arm(Watched& watched);
-    void armWanted();
-    void report(std::uint64_t id, Handler& handler);
-    void reportPrompted(Handler& handler);
-    void acceptWaiting(Handler& handler);
-    void sweep(Handler& handler, Clock::time_point now);
+    void arm(Watched& watched) KELP_REQUIRES(watched.mutex_);
+    void armWanted() KELP_EXCLUDES(mutex_);
+    void report(std::uint64_t id, Handler& handler) KELP_EXCLUDES(mutex_);
+    void reportPrompted(Handler& handler) KELP_EXCLUDES(mutex_);
+    void acceptWaiting(Handler& handler) KELP_EXCLUDES(mutex_);
+    void sweep(Handler& handler, Clock::time_point now) KELP_EXCLUDES(mutex_);
     void setListening(bool listening);
     int timeout(Clock::time_point now) const;
     void drainWakes();
@@ -110,11 +110,11 @@ class Watcher {
     bool willArm_ = false;
     bool isListening_ = false;
 
-    std::mutex mutex_;  // guards the members below; locked before a Watched's mutex_
-    std::unordered_map<std::uint64_t, Watched*> known_;
-    std::uint64_t lastId_ = 1;
-    std::vector<std::uint64_t> prompted_;  ///< to be reported at once
-    std::atomic<bool> stirred_{false};     ///< some connections are wanted soon
+    util::Mutex mutex_{util::LockRank::Gate, "Watcher::mutex_"};
+    std::unordered_map<std::uint64_t, Watched*> known_ KELP_GUARDED_BY(mutex_);
+    std::uint64_t lastId_ KELP_GUARDED_BY(mutex_) = 1;
+    std::vector<std::uint64_t> prompted_ KELP_GUARDED_BY(mutex_);  ///< to be reported at once
+    std::atomic<bool> stirred_{false};  ///< some connections are wanted soon
     std::atomic<std::thread::id> thread_{};
 };
 

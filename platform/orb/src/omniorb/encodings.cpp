@@ -74,14 +74,14 @@ void SharedEvent::Encodings::write(cdrStream& stream) {
 }
 
 std::size_t SharedEvent::Encodings::count() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     return static_cast<std::size_t>(std::distance(made_.begin(), made_.end()));
 }
 
 const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& stream,
                                                                    std::uint32_t offset) {
     const Form form{stream.TCS_C(), stream.TCS_W(), stream.marshal_byte_swap() != 0, offset};
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     const auto known = std::find_if(made_.begin(), made_.end(),
                                     [&form](const Encoding& each) { return each.form == form; });
     if (known != made_.end())

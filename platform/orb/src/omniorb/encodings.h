@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/orb/event_sender.h>
+#include <kelp/util/mutex.h>
 
 #include <forward_list>
-#include <mutex>
 #include <vector>
 
 namespace kelp::orb {
@@ -15,9 +15,9 @@ class SharedEvent::Encodings {
 
     /// Write the event as the stream's next value. The event is encoded only the first time for
     /// streams of one form.
-    void write(cdrStream& stream);
+    void write(cdrStream& stream) KELP_EXCLUDES(mutex_);
 
-    std::size_t count() const;
+    std::size_t count() const KELP_EXCLUDES(mutex_);
 
   private:
     /// What the octets depend on. The ORB has one converter for each code set and GIOP version, so
@@ -34,13 +34,14 @@ class SharedEvent::Encodings {
         std::vector<CORBA::Octet> octets;
     };
 
-    const std::vector<CORBA::Octet>& octetsFor(cdrStream& stream, std::uint32_t offset);
+    const std::vector<CORBA::Octet>& octetsFor(cdrStream& stream, std::uint32_t offset)
+        KELP_EXCLUDES(mutex_);
     std::vector<CORBA::Octet> encode(cdrStream& like, std::uint32_t offset) const;
 
     const CosNotification::StructuredEvent& event_;
     // Held while encoding, so that others who need the same form wait and do not encode it again.
-    mutable std::mutex mutex_;
-    std::forward_list<Encoding> made_;
+    mutable util::Mutex mutex_{util::LockRank::Service, "SharedEvent::Encodings::mutex_"};
+    std::forward_list<Encoding> made_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::orb

@@ -1,9 +1,8 @@
 #include <kelp/orb/orb.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/trace_limit.h>
 #include <omniORB4/omniORB.h>
-
-#include <mutex>
 
 #include "../gate/gate.h"
 #include "../port_state.h"
@@ -20,7 +19,8 @@ namespace kelp::orb {
 
 namespace {
 
-std::mutex starting;
+/// One start at a time.
+util::Mutex starting{util::LockRank::OrbStart, "orb::starting"};
 
 /// Trace a line of the ORB's own log, which ends with a line feed. The number of lines is limited,
 /// because whoever reaches the port can cause most of them.
@@ -65,7 +65,7 @@ void destroyUnfinished(CORBA::ORB_ptr orb) {
 }  // namespace
 
 CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook) {
-    const std::lock_guard<std::mutex> guard(starting);
+    const util::MutexLock lock(starting);
     refuseWhileOneRuns();
     liftCallLimit();
     omniORB::setLogFunction(traceOrbLine);

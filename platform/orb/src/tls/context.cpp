@@ -39,12 +39,12 @@ CurrentTls& CurrentTls::instance() {
 }
 
 std::shared_ptr<const TlsUse> CurrentTls::get() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     return use_;
 }
 
 void CurrentTls::set(std::shared_ptr<const TlsUse> use) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     use_.swap(use);
 }
 

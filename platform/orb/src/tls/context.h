@@ -1,9 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
 #include <openssl/ssl.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "material.h"
@@ -25,12 +25,12 @@ class CurrentTls {
   public:
     static CurrentTls& instance();
     /// Null: no TLS.
-    std::shared_ptr<const TlsUse> get() const;
-    void set(std::shared_ptr<const TlsUse> use);
+    std::shared_ptr<const TlsUse> get() const KELP_EXCLUDES(mutex_);
+    void set(std::shared_ptr<const TlsUse> use) KELP_EXCLUDES(mutex_);
 
   private:
-    mutable std::mutex mutex_;
-    std::shared_ptr<const TlsUse> use_;
+    mutable util::Mutex mutex_{util::LockRank::Service, "CurrentTls::mutex_"};
+    std::shared_ptr<const TlsUse> use_ KELP_GUARDED_BY(mutex_);
 };
 
 /// The suites that a context offers and accepts; see tls_suites.h.

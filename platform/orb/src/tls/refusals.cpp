@@ -1,11 +1,11 @@
 #include "refusals.h"
 
+#include <kelp/util/mutex.h>
 #include <netdb.h>
 #include <openssl/x509.h>
 #include <sys/socket.h>
 
 #include <chrono>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -25,8 +25,8 @@ class Throttle {
   public:
     /// Return how many lines were held back since the last one that was let through; nothing when
     /// this one is held back too.
-    std::optional<int> letThrough(Clock::time_point now) {
-        const std::lock_guard guard(mutex_);
+    std::optional<int> letThrough(Clock::time_point now) KELP_EXCLUDES(mutex_) {
+        const util::MutexLock lock(mutex_);
         if (last_ && now - *last_ < kPause) {
             ++held_;
             return std::nullopt;
@@ -36,9 +36,9 @@ class Throttle {
     }
 
   private:
-    std::mutex mutex_;
-    std::optional<Clock::time_point> last_;
-    int held_ = 0;
+    util::Mutex mutex_{util::LockRank::Service, "Throttle::mutex_"};
+    std::optional<Clock::time_point> last_ KELP_GUARDED_BY(mutex_);
+    int held_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 Throttle& throttle() {

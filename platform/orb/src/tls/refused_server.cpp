@@ -1,8 +1,8 @@
 #include "refused_server.h"
 
 #include <kelp/orb/tls_files.h>
+#include <kelp/util/mutex.h>
 
-#include <mutex>
 #include <utility>
 
 #include "refusals.h"
@@ -13,8 +13,8 @@ namespace kelp::orb {
 namespace {
 
 struct Last {
-    std::mutex mutex;
-    std::string text;
+    util::Mutex mutex{util::LockRank::Service, "RefusedServer::mutex"};
+    std::string text KELP_GUARDED_BY(mutex);
 };
 
 // never deleted: handshakes may outlive main
@@ -28,13 +28,15 @@ Last& last() {
 void noteRefusedServer(const SSL* connection, const X509* certificate, const std::string& why) {
     std::string text = peerInWords(connection) + " shows a certificate of " +
                        inWords(X509_get_subject_name(certificate)) + ", which is refused: " + why;
-    const std::lock_guard guard(last().mutex);
-    last().text.swap(text);
+    Last& kept = last();
+    const util::MutexLock lock(kept.mutex);
+    kept.text.swap(text);
 }
 
 std::string takeRefusedServer() {
-    const std::lock_guard guard(last().mutex);
-    return std::exchange(last().text, {});
+    Last& kept = last();
+    const util::MutexLock lock(kept.mutex);
+    return std::exchange(kept.text, {});
 }
 
 }  // namespace kelp::orb

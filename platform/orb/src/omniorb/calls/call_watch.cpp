@@ -37,20 +37,20 @@ CallWatch& CallWatch::instance() {
 }
 
 void CallWatch::enter(Connection& connection) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     connection.since_ = Clock::now();
     connections_.insert(&connection);
 }
 
 void CallWatch::leave(Connection& connection) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock lock(mutex_);
     connections_.erase(&connection);
 }
 
 void CallWatch::limit(milliseconds limit) {
-    const std::lock_guard control(control_);
+    const util::MutexLock control(control_);
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         const Clock::time_point now = Clock::now();
         for (Connection* each : connections_) {
             each->since_ = now;
@@ -69,9 +69,9 @@ void CallWatch::limit(milliseconds limit) {
 }
 
 void CallWatch::lift() {
-    const std::lock_guard control(control_);
+    const util::MutexLock control(control_);
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock lock(mutex_);
         limit_ = milliseconds(0);
         changed_.notify_all();
     }
@@ -80,10 +80,10 @@ void CallWatch::lift() {
 }
 
 void CallWatch::run() {
-    std::unique_lock lock(mutex_);
+    const util::MutexLock lock(mutex_);
     while (limit_ > milliseconds(0)) {
         look(Clock::now());
-        changed_.wait_for(lock, pauseFor(limit_));
+        changed_.wait_for(mutex_, pauseFor(limit_));
     }
     connecting_.forget();
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <set>
 #include <thread>
 
@@ -53,23 +53,24 @@ class CallWatch {
 
     static CallWatch& instance();
 
-    void limit(std::chrono::milliseconds limit);
-    void lift();
+    void limit(std::chrono::milliseconds limit) KELP_EXCLUDES(control_, mutex_);
+    void lift() KELP_EXCLUDES(control_, mutex_);
 
   private:
     CallWatch() = default;
-    void enter(Connection& connection);
-    void leave(Connection& connection);
-    void run();
-    void look(Clock::time_point now);
+    void enter(Connection& connection) KELP_EXCLUDES(mutex_);
+    void leave(Connection& connection) KELP_EXCLUDES(mutex_);
+    void run() KELP_EXCLUDES(mutex_);
+    void look(Clock::time_point now) KELP_REQUIRES(mutex_);
 
-    std::mutex control_;  // one change of the limit at a time; locked before mutex_
-    std::thread thread_;  // guarded by control_
-    std::mutex mutex_;    // guards the members below
-    std::condition_variable changed_;
-    std::set<Connection*> connections_;
-    std::chrono::milliseconds limit_{0};  ///< 0: none
-    ConnectingSockets connecting_;
+    /// One change of the limit at a time.
+    util::Mutex control_{util::LockRank::ServiceControl, "CallWatch::control_"};
+    std::thread thread_ KELP_GUARDED_BY(control_);
+    util::Mutex mutex_{util::LockRank::Service, "CallWatch::mutex_"};
+    util::ConditionVariable changed_;
+    std::set<Connection*> connections_ KELP_GUARDED_BY(mutex_);
+    std::chrono::milliseconds limit_ KELP_GUARDED_BY(mutex_){0};  ///< 0: none
+    ConnectingSockets connecting_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::orb

@@ -1,8 +1,7 @@
 #include "omniorb/requests/callers.h"
 
 #include <kelp/orb/orb.h>
-
-#include <mutex>
+#include <kelp/util/mutex.h>
 
 namespace kelp::orb {
 
@@ -19,23 +18,23 @@ class KeyGate {
         return *gate;
     }
 
-    void reset() {
-        const std::lock_guard<std::mutex> guard(lock_);
+    void reset() KELP_EXCLUDES(mutex_) {
+        const util::MutexLock lock(mutex_);
         open_ = false;
         manager_ = POAManager::_nil();
     }
 
-    void setOpen(bool open) {
+    void setOpen(bool open) KELP_EXCLUDES(mutex_) {
         {
-            const std::lock_guard<std::mutex> guard(lock_);
+            const util::MutexLock lock(mutex_);
             open_ = open;
         }
         settle();
     }
 
-    void setManager(PortableServer::POAManager_ptr manager) {
+    void setManager(PortableServer::POAManager_ptr manager) KELP_EXCLUDES(mutex_) {
         {
-            const std::lock_guard<std::mutex> guard(lock_);
+            const util::MutexLock lock(mutex_);
             manager_ = POAManager::_duplicate(manager);
         }
         settle();
@@ -44,7 +43,7 @@ class KeyGate {
   private:
     /// Bring the manager to the wanted state. Repeat that if the wanted state has changed
     /// meanwhile, because the ORB is called without the lock.
-    void settle() {
+    void settle() KELP_EXCLUDES(mutex_) {
         bool wanted = false;
         PortableServer::POAManager_var manager;
         while (differs(wanted, manager)) {
@@ -57,9 +56,9 @@ class KeyGate {
 
     /// Return true, with the wanted state and the manager, while the manager's state differs from
     /// it.
-    bool differs(bool& wanted, PortableServer::POAManager_var& manager) {
+    bool differs(bool& wanted, PortableServer::POAManager_var& manager) KELP_EXCLUDES(mutex_) {
         {
-            const std::lock_guard<std::mutex> guard(lock_);
+            const util::MutexLock lock(mutex_);
             wanted = open_;
             manager = POAManager::_duplicate(manager_.in());
         }
@@ -71,9 +70,9 @@ class KeyGate {
         return state != (wanted ? POAManager::ACTIVE : POAManager::HOLDING);
     }
 
-    std::mutex lock_;
-    bool open_ = false;
-    PortableServer::POAManager_var manager_;
+    util::Mutex mutex_{util::LockRank::Service, "KeyGate::mutex_"};
+    bool open_ KELP_GUARDED_BY(mutex_) = false;
+    PortableServer::POAManager_var manager_ KELP_GUARDED_BY(mutex_);
 };
 
 PortableServer::POA_ptr keyPoa(CORBA::ORB_ptr orb) {

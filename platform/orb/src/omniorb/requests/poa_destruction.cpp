@@ -1,10 +1,10 @@
 #include <kelp/orb/poas.h>
+#include <kelp/util/mutex.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <list>
-#include <mutex>
 #include <thread>
 
 namespace kelp::orb {
@@ -27,11 +27,17 @@ struct Dying {
 constexpr std::size_t kPruneAtLeast = 64;
 
 struct DyingPoas {
-    std::mutex lock;
-    std::list<Dying> entries;
-    std::uint64_t numbers = 0;
+    util::Mutex mutex{util::LockRank::Service, "DyingPoas::mutex"};
+    std::list<Dying> entries KELP_GUARDED_BY(mutex);
+    std::uint64_t numbers KELP_GUARDED_BY(mutex) = 0;
     /// Number of entries from which on those that are gone are searched for.
-    std::size_t pruneAt = kPruneAtLeast;
+    std::size_t pruneAt KELP_GUARDED_BY(mutex) = kPruneAtLeast;
+
+    /// Return the entry with a number, or the end.
+    std::list<Dying>::iterator entryOf(std::uint64_t number) KELP_REQUIRES(mutex) {
+        return std::find_if(entries.begin(), entries.end(),
+                            [number](const Dying& each) { return each.number == number; });
+    }
 };
 
 // never deleted: the ORB's threads may still use it while the process exits
@@ -86,17 +92,12 @@ bool isGone(const Dying& dying, PortableServer::POAList& children) {
     }
 }
 
-std::list<Dying>::iterator entryOf(std::uint64_t number) {
-    std::list<Dying>& entries = dyingPoas().entries;
-    return std::find_if(entries.begin(), entries.end(),
-                        [number](const Dying& each) { return each.number == number; });
-}
-
 void erase(std::uint64_t number) {
-    const std::lock_guard<std::mutex> guard(dyingPoas().lock);
-    const auto entry = entryOf(number);
-    if (entry != dyingPoas().entries.end())
-        dyingPoas().entries.erase(entry);
+    DyingPoas& poas = dyingPoas();
+    const util::MutexLock lock(poas.mutex);
+    const auto entry = poas.entryOf(number);
+    if (entry != poas.entries.end())
+        poas.entries.erase(entry);
 }
 
 /// Remove those of the entries whose POAs are gone, and return how many are left. The ORB is called
@@ -120,16 +121,17 @@ std::size_t prune(const std::list<Dying>& seen) {
 
 /// Prune when so large a number of entries has gathered that the cost of each is small.
 void pruneNowAndThen() {
+    DyingPoas& poas = dyingPoas();
     std::list<Dying> seen;
     {
-        const std::lock_guard<std::mutex> guard(dyingPoas().lock);
-        if (dyingPoas().entries.size() < dyingPoas().pruneAt)
+        const util::MutexLock lock(poas.mutex);
+        if (poas.entries.size() < poas.pruneAt)
             return;
-        seen = dyingPoas().entries;
+        seen = poas.entries;
     }
     const std::size_t left = prune(seen);
-    const std::lock_guard<std::mutex> guard(dyingPoas().lock);
-    dyingPoas().pruneAt = std::max(kPruneAtLeast, 2 * left);
+    const util::MutexLock lock(poas.mutex);
+    poas.pruneAt = std::max(kPruneAtLeast, 2 * left);
 }
 
 /// Return the root if it is the POA's parent; nil for any other POA.
@@ -158,11 +160,12 @@ void beginDestroy(PortableServer::POA_ptr poa) {
     dying.name = name.in();
 
     // the name counts as dying before the POA is destroyed, so that nobody finds it free in between
+    DyingPoas& poas = dyingPoas();
     std::uint64_t number = 0;
     {
-        const std::lock_guard<std::mutex> guard(dyingPoas().lock);
-        number = dying.number = ++dyingPoas().numbers;
-        dyingPoas().entries.push_back(dying);
+        const util::MutexLock lock(poas.mutex);
+        number = dying.number = ++poas.numbers;
+        poas.entries.push_back(dying);
     }
     try {
         poa->destroy(true, false);
@@ -170,17 +173,18 @@ void beginDestroy(PortableServer::POA_ptr poa) {
         erase(number);
         throw;
     }
-    const std::lock_guard<std::mutex> guard(dyingPoas().lock);
-    const auto entry = entryOf(number);
-    if (entry != dyingPoas().entries.end())
+    const util::MutexLock lock(poas.mutex);
+    const auto entry = poas.entryOf(number);
+    if (entry != poas.entries.end())
         entry->begun = true;
 }
 
 bool isNameDying(const std::string& name) {
+    DyingPoas& poas = dyingPoas();
     std::list<Dying> seen;
     {
-        const std::lock_guard<std::mutex> guard(dyingPoas().lock);
-        for (const Dying& each : dyingPoas().entries) {
+        const util::MutexLock lock(poas.mutex);
+        for (const Dying& each : poas.entries) {
             if (each.name == name)
                 seen.push_back(each);
         }

@@ -26,14 +26,24 @@ enum class LockRank {
     /// The agent's ping round, the managers' alarms and their known attributes. While one of these
     /// is held the notification channel and the ORB are called, which lock their own mutexes.
     Agent,
+    /// One start of the ORB port at a time. If it fails, the gate's connections are ended while it
+    /// is held.
+    OrbStart,
+    /// The input of one connection at the gate. While it is held, the connection's TLS is locked,
+    /// and the gate's policy is called, which locks the log-ins and the allowed networks.
+    GateInput,
+    /// The TLS of one connection, the table of connections, or the connections that one thread
+    /// watches. While it is held, the gate's policy is called and the handshakes are locked.
+    Gate,
     /// Nothing but the platform services below may be called while it is held.
     Leaf,
     /// One start, stop or load of a platform service at a time (logs, light events, configuration,
-    /// allowed networks, accounts). The service's other lock is locked while it is held.
+    /// allowed networks, accounts, the limit of all calls). The service's other lock is locked
+    /// while it is held.
     ServiceControl,
     /// The data of a platform service: logs, inventory, light events, token buckets, bundles,
-    /// log-ins, the ORB's references. Only the configuration is read and the trace written while it
-    /// is held.
+    /// log-ins, the ORB's references, the ORB port. Only the configuration is read and the trace
+    /// written while it is held.
     Service,
     /// The configuration. Nothing else is locked while it is held.
     Configuration,

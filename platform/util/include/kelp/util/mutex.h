@@ -92,6 +92,8 @@ class KELP_THREAD_SAFETY(capability("mutex")) Mutex {
 class KELP_THREAD_SAFETY(scoped_lockable) MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) KELP_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+    /// Takes over a mutex that the caller has locked with try_lock().
+    MutexLock(Mutex& mutex, std::adopt_lock_t) KELP_REQUIRES(mutex) : mutex_(mutex) {}
     ~MutexLock() KELP_RELEASE() {
         if (isHeld_)
             mutex_.unlock();

@@ -32,10 +32,10 @@ class Seat {
 };
 
 /// Limits the number of connections, in total and from each address. At a limit, a new connection
-/// takes the place of one that is not needed. First choice is a connection that has not sent a
-/// message yet. Second choice is the one that has been idle longest, for 2 s at least: at the total
-/// limit among addresses without a log-in, at an address's limit among its connections. Callable
-/// from any thread.
+/// takes the place of one that is not needed: first of a connection that has not sent a message
+/// yet, then of the one that has been idle longest, for at least 2 s. At the total limit only
+/// addresses without a log-in lose idle connections. At an address's limit only that address loses
+/// one. Callable from any thread.
 class ConnectionTable {
   public:
     struct Limits {

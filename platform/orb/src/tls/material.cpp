@@ -201,7 +201,7 @@ std::shared_ptr<const TlsMaterial> readTls(const TlsFiles& files,
         PemFile lists(files.crlFile, Of::RevocationLists, problems);
         if (lists.isRead())
             lists.checkTrust();
-        // without the authorities every list would count as a stranger's
+        // without the authorities no list's issuer can be recognised
         if (material->authorities)
             material->revocationLists = readRevocationLists(lists, material->authorities.get());
     }

@@ -151,7 +151,7 @@ bool ValueWalk::elements(std::uint32_t type, std::uint64_t count) {
     return true;
 }
 
-/// Only in GIOP 1.2 the ORB has a code set for wide characters. There they are counted in octets.
+/// The ORB has a code set for wide characters only in GIOP 1.2, which counts them in octets.
 bool ValueWalk::wideChar() {
     reader_.skip(reader_.octet());
     return minorVersion_ >= 2 || budget_.refuse(ArgumentVerdict::Malformed);

@@ -28,7 +28,7 @@ namespace {
 
 using Interceptors = omni::omniInterceptors;
 
-/// Maximum sendings and forwards of one call. The ORB sends a call again when its connection was
+/// How often one call may be sent and forwarded. The ORB sends a call again when its connection was
 /// closed in an orderly way, and to the address to which it is forwarded. Each idle connection that
 /// the peer has closed costs one sending, so a restarted peer costs a few.
 constexpr unsigned sendingsMax = 6;

@@ -77,7 +77,7 @@ std::string_view keyOf(omni::GIOP_S& request) {
     return {reinterpret_cast<const char*>(octets), static_cast<std::size_t>(size)};
 }
 
-/// Report the end of the request that reached no servant: it has been answered, or will never be.
+/// Report a request that reached no servant. It has been answered, or never will be.
 void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
     RequestHook* const hook = theHook.load();
     if (const RequestInfo* const request = requests.waiting();

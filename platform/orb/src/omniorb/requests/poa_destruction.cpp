@@ -119,7 +119,7 @@ std::size_t prune(const std::list<Dying>& seen) {
     return left;
 }
 
-/// Prune when so large a number of entries has gathered that the cost of each is small.
+/// Prune only when many entries have gathered, so that the cost of each is small.
 void pruneNowAndThen() {
     DyingPoas& poas = dyingPoas();
     std::list<Dying> seen;

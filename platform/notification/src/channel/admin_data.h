@@ -1,8 +1,7 @@
 #pragma once
 
 #include <cos/CosNotifyChannelAdmin.h>
-
-#include <mutex>
+#include <kelp/util/mutex.h>
 
 #include "delivery/qos.h"
 #include "filter/filter_list.h"
@@ -16,34 +15,35 @@ class SharedQos {
   public:
     SharedQos(const Qos& initial, QosSide side) : side_(side), qos_(initial) {}
     QosSide side() const { return side_; }
-    Qos get() const {
-        const std::lock_guard guard(mutex_);
+    Qos get() const KELP_EXCLUDES(mutex_) {
+        const util::MutexLock guard(mutex_);
         return qos_;
     }
     /// Change the qualities and call `apply` with the new ones. Changes are applied one after the
     /// other, so get() returns what was applied last. Throws what changedQos throws.
     template <class Apply>
-    void change(const CosNotification::QoSProperties& wanted, Apply apply) {
-        const std::lock_guard order(changes_);
+    void change(const CosNotification::QoSProperties& wanted, Apply apply) KELP_EXCLUDES(changes_) {
+        const util::MutexLock order(changes_);
         const Qos changed = changedQos(get(), wanted, side_);
         {
-            const std::lock_guard guard(mutex_);
+            const util::MutexLock guard(mutex_);
             qos_ = changed;
         }
         apply(changed);
     }
     /// Call `apply` with the current qualities, not during a change.
     template <class Apply>
-    void reapply(Apply apply) {
-        const std::lock_guard order(changes_);
+    void reapply(Apply apply) KELP_EXCLUDES(changes_) {
+        const util::MutexLock order(changes_);
         apply(get());
     }
 
   private:
     const QosSide side_;
-    std::mutex changes_;  // locked before any lock of what the qualities are applied to
-    mutable std::mutex mutex_;
-    Qos qos_;  // guarded by mutex_
+    /// Held while a change is applied, so before any lock of what it is applied to.
+    util::Mutex changes_{util::LockRank::ChannelChange, "SharedQos::changes_"};
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "SharedQos::mutex_"};
+    Qos qos_ KELP_GUARDED_BY(mutex_);
 };
 
 /// What a consumer admin shares with its proxies.

@@ -12,6 +12,7 @@ namespace kelp::notification {
 namespace {
 
 using CosNotifyChannelAdmin::AdminLimitExceeded;
+using util::MutexLock;
 
 AdminLimitExceeded exceeded(const char* name, std::int32_t limit) {
     CosNotifyChannelAdmin::AdminLimit told;
@@ -54,7 +55,6 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
       offered_(std::make_shared<TypeFeed>(notices_, allTypes())),
       subscribed_(std::make_shared<TypeFeed>(notices_, TypeSet())),
       offers_(offered_),
-      listener_(listener),
       consumerPlaces_(settings.perAddress.consumers),
       supplierPlaces_(settings.perAddress.suppliers),
       adminPlaces_(settings.perAddress.admins),
@@ -62,7 +62,8 @@ ChannelCore::ChannelCore(PortableServer::POA_ptr poa, const ChannelSettings& set
       consumersOfOwner_(settings.perOwner.consumers),
       adminsOfOwner_(settings.perOwner.admins),
       filtersOfOwner_(settings.perOwner.filters),
-      constraintsOfOwner_(settings.perOwner.constraints) {
+      constraintsOfOwner_(settings.perOwner.constraints),
+      listener_(listener) {
     poa_->set_servant_manager(locator_.in());
 }
 
@@ -95,10 +96,10 @@ OwnerPtr ChannelCore::ownerOfCaller(const OwnerPtr& parent) {
 }
 
 void ChannelCore::push(const EventPtr& event) {
-    const std::lock_guard order(intake_);
+    const MutexLock order(intake_);
     std::shared_ptr<const Outlets> outlets;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         outlets = outlets_;
     }
     for (const std::shared_ptr<Outlet>& each : *outlets)
@@ -108,7 +109,7 @@ void ChannelCore::push(const EventPtr& event) {
 void ChannelCore::tellLost(const Event& first) {
     LossListener* listener = nullptr;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         listener = listener_;
     }
     if (listener != nullptr)
@@ -117,7 +118,7 @@ void ChannelCore::tellLost(const Event& first) {
 
 void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         if (stopped_)
             throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
         const auto changed = std::make_shared<Outlets>(*outlets_);
@@ -133,7 +134,7 @@ void ChannelCore::addOutlet(const std::shared_ptr<Outlet>& outlet) {
 void ChannelCore::removeOutlet(const Outlet* outlet) noexcept {
     try {
         {
-            const std::lock_guard guard(mutex_);
+            const MutexLock guard(mutex_);
             const auto changed = std::make_shared<Outlets>(*outlets_);
             std::erase_if(*changed, [outlet](const auto& each) { return each.get() == outlet; });
             outlets_ = changed;
@@ -146,7 +147,7 @@ void ChannelCore::removeOutlet(const Outlet* outlet) noexcept {
 }
 
 void ChannelCore::subscriptionsChanged() {
-    const std::lock_guard order(subscriptions_);
+    const MutexLock order(subscriptions_);
     TypeSet together;
     for (const std::shared_ptr<Outlet>& each : outlets())
         unite(together, each->subscribedTypes());
@@ -156,7 +157,7 @@ void ChannelCore::subscriptionsChanged() {
 void ChannelCore::tend(std::chrono::steady_clock::time_point now) {
     std::shared_ptr<const Outlets> outlets;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         outlets = outlets_;
     }
     for (const std::shared_ptr<Outlet>& each : *outlets) {
@@ -171,7 +172,7 @@ void ChannelCore::tend(std::chrono::steady_clock::time_point now) {
 std::vector<std::shared_ptr<Outlet>> ChannelCore::outlets() const {
     Outlets open;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         open = *outlets_;
     }
     std::erase_if(open, [](const auto& each) { return each->isClosed(); });
@@ -185,13 +186,13 @@ std::size_t ChannelCore::queueLimit() const {
 }
 
 AdminLimits ChannelCore::limits() const {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     return limits_;
 }
 
 void ChannelCore::changeLimits(const CosNotification::AdminProperties& wanted) {
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         limits_ = changedLimits(limits_, wanted);
     }
     for (const std::shared_ptr<Outlet>& each : outlets())
@@ -204,7 +205,7 @@ KeyedPlaces::Place ChannelCore::takeConsumerPlace(const OwnerPtr& owner) {
         throw exceeded(
             CosNotification::MaxConsumers,
             static_cast<std::int32_t>(std::min(consumerPlaces_.max(), consumersOfOwner_.max())));
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     if (limits_.maxConsumers > 0 && consumers_ >= limits_.maxConsumers)
         throw exceeded(CosNotification::MaxConsumers, limits_.maxConsumers);
     ++consumers_;
@@ -212,7 +213,7 @@ KeyedPlaces::Place ChannelCore::takeConsumerPlace(const OwnerPtr& owner) {
 }
 
 void ChannelCore::giveConsumerPlace() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     --consumers_;
 }
 
@@ -221,7 +222,7 @@ KeyedPlaces::Place ChannelCore::takeSupplierPlace() {
     if (!place)
         throw exceeded(CosNotification::MaxSuppliers,
                        static_cast<std::int32_t>(supplierPlaces_.max()));
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     if (limits_.maxSuppliers > 0 && suppliers_ >= limits_.maxSuppliers)
         throw exceeded(CosNotification::MaxSuppliers, limits_.maxSuppliers);
     ++suppliers_;
@@ -241,14 +242,14 @@ KeyedPlaces::Place ChannelCore::takeConstraintPlace(const OwnerPtr& owner) {
 }
 
 void ChannelCore::giveSupplierPlace() {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     --suppliers_;
 }
 
 void ChannelCore::stop() {
     std::shared_ptr<const Outlets> outlets;
     {
-        const std::lock_guard guard(mutex_);
+        const MutexLock guard(mutex_);
         stopped_ = true;
         listener_ = nullptr;
         outlets = std::exchange(outlets_, std::make_shared<const Outlets>());

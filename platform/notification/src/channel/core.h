@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/notification/channel.h>
+#include <kelp/util/mutex.h>
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "channel/farewells.h"
@@ -69,28 +69,28 @@ class ChannelCore {
     FilterStage& filterStage() { return filterStage_; }
 
     // -- events
-    void push(const EventPtr& event);
-    void tellLost(const Event& first);
-    void addOutlet(const std::shared_ptr<Outlet>& outlet);
+    void push(const EventPtr& event) KELP_EXCLUDES(intake_);
+    void tellLost(const Event& first) KELP_EXCLUDES(mutex_);
+    void addOutlet(const std::shared_ptr<Outlet>& outlet) KELP_EXCLUDES(mutex_);
     /// Remove a closed outlet. If memory is short it stays in the list until the next change, but
     /// gets no events.
-    void removeOutlet(const Outlet* outlet) noexcept;
+    void removeOutlet(const Outlet* outlet) noexcept KELP_EXCLUDES(mutex_);
     /// To be called a few times a second. See Subscription::tend().
-    void tend(std::chrono::steady_clock::time_point now);
+    void tend(std::chrono::steady_clock::time_point now) KELP_EXCLUDES(mutex_);
     /// The outlets that are not closed.
-    std::vector<std::shared_ptr<Outlet>> outlets() const;
+    std::vector<std::shared_ptr<Outlet>> outlets() const KELP_EXCLUDES(mutex_);
     /// Maximum number of events in a queue, unless its consumer sets a smaller one.
-    std::size_t queueLimit() const;
+    std::size_t queueLimit() const KELP_EXCLUDES(mutex_);
 
     // -- limits
-    AdminLimits limits() const;
-    void changeLimits(const CosNotification::AdminProperties& wanted);
+    AdminLimits limits() const KELP_EXCLUDES(mutex_);
+    void changeLimits(const CosNotification::AdminProperties& wanted) KELP_EXCLUDES(mutex_);
     /// Take a place for one more consumer or supplier of this owner and of the current request's
     /// peer. To be kept until the proxy ends. Throws AdminLimitExceeded.
-    KeyedPlaces::Place takeConsumerPlace(const OwnerPtr& owner);
-    void giveConsumerPlace();
-    KeyedPlaces::Place takeSupplierPlace();
-    void giveSupplierPlace();
+    KeyedPlaces::Place takeConsumerPlace(const OwnerPtr& owner) KELP_EXCLUDES(mutex_);
+    void giveConsumerPlace() KELP_EXCLUDES(mutex_);
+    KeyedPlaces::Place takeSupplierPlace() KELP_EXCLUDES(mutex_);
+    void giveSupplierPlace() KELP_EXCLUDES(mutex_);
     /// The same for an admin, a filter or a constraint. Throws NO_RESOURCES.
     KeyedPlaces::Place takeAdminPlace(const OwnerPtr& owner);
     KeyedPlaces::Place takeFilterPlace(const OwnerPtr& owner);
@@ -104,10 +104,10 @@ class ChannelCore {
     /// What the consumers subscribe to, connected or not. Empty if there are none.
     const std::shared_ptr<TypeFeed>& subscribed() const { return subscribed_; }
     /// To be called after the types of a proxy or an admin have changed.
-    void subscriptionsChanged();
+    void subscriptionsChanged() KELP_EXCLUDES(subscriptions_);
 
     /// From here on no event is accepted or delivered and no change is reported. Blocked pulls end.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
   private:
     using Outlets = std::vector<std::shared_ptr<Outlet>>;
@@ -126,11 +126,6 @@ class ChannelCore {
     const std::shared_ptr<TypeFeed> offered_;
     const std::shared_ptr<TypeFeed> subscribed_;
     Offers offers_;
-    std::mutex subscriptions_;  // held while all subscriptions are united and published
-    mutable std::mutex mutex_;  // guards what follows
-    LossListener* listener_;
-    std::shared_ptr<const Outlets> outlets_ = std::make_shared<const Outlets>();
-    AdminLimits limits_;
     AddressPlaces consumerPlaces_;  // the places have their own locks
     AddressPlaces supplierPlaces_;
     AddressPlaces adminPlaces_;
@@ -139,11 +134,20 @@ class ChannelCore {
     KeyedPlaces adminsOfOwner_;
     KeyedPlaces filtersOfOwner_;
     KeyedPlaces constraintsOfOwner_;
-    std::int32_t consumers_ = 0;
-    std::int32_t suppliers_ = 0;
-    bool stopped_ = false;
-    std::mutex
-        intake_;  // one event after the other, so that every consumer gets them in the same order
+
+    /// Held while an event is distributed, so that every consumer gets the events in the same
+    /// order.
+    util::Mutex intake_{util::LockRank::ChannelIntake, "ChannelCore::intake_"};
+    /// Held while all subscriptions are united and published.
+    util::Mutex subscriptions_{util::LockRank::ChannelChange, "ChannelCore::subscriptions_"};
+    mutable util::Mutex mutex_{util::LockRank::Channel, "ChannelCore::mutex_"};
+    LossListener* listener_ KELP_GUARDED_BY(mutex_);
+    std::shared_ptr<const Outlets> outlets_ KELP_GUARDED_BY(mutex_) =
+        std::make_shared<const Outlets>();
+    AdminLimits limits_ KELP_GUARDED_BY(mutex_);
+    std::int32_t consumers_ KELP_GUARDED_BY(mutex_) = 0;
+    std::int32_t suppliers_ KELP_GUARDED_BY(mutex_) = 0;
+    bool stopped_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::notification

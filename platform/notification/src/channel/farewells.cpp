@@ -12,6 +12,9 @@ namespace kelp::notification {
 
 namespace {
 
+using util::MutexLock;
+using util::MutexUnlock;
+
 constexpr std::size_t kThreadsMax = 4;
 /// About the number of consumers at a few addresses. Beyond that the threads hang, and a longer
 /// backlog would only wait in vain.
@@ -31,22 +34,22 @@ Farewells::~Farewells() {
 void Farewells::tell(Farewell farewell, std::string name) {
     if (!farewell)
         return;
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_ || waiting_.size() >= kWaitingMax)
         return;
     waiting_.push_back({std::move(farewell), std::move(name)});
-    startIfNeeded(lock);
+    startIfNeeded();
 }
 
 void Farewells::giveMemoryBack() {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_)
         return;
     memoryIsFreed_ = true;
-    startIfNeeded(lock);
+    startIfNeeded();
 }
 
-void Farewells::startIfNeeded(Lock&) {
+void Farewells::startIfNeeded() {
     if (threads_.count() >= kThreadsMax || (threads_.count() != 0 && waiting_.empty()))
         return;
     try {
@@ -60,7 +63,7 @@ void Farewells::stop() {
     std::deque<Call> forgotten;  // may delete objects, which must not happen under the lock
     std::vector<std::thread> ending;
     {
-        const Lock lock(mutex_);
+        const MutexLock lock(mutex_);
         stopping_ = true;
         forgotten.swap(waiting_);
         ending = threads_.takeAll();
@@ -70,28 +73,27 @@ void Farewells::stop() {
 }
 
 std::size_t Farewells::threads() const {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return threads_.count();
 }
 
 void Farewells::run(PassingThreads::Self self) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     while (!waiting_.empty()) {
-        const Call call = std::move(waiting_.front());
+        Call next = std::move(waiting_.front());
         waiting_.pop_front();
-        lock.unlock();
+        const MutexUnlock unlocked(mutex_);
+        const Call call = std::move(next);  // released without the lock
         try {
             say(call.farewell, call.name);
         } catch (const std::exception& failure) {
             trace(failure.what());
         }
-        lock.lock();
     }
     if (memoryIsFreed_ && threads_.count() == 1 && !stopping_) {
         memoryIsFreed_ = false;
-        lock.unlock();
+        const MutexUnlock unlocked(mutex_);
         ::malloc_trim(0);
-        lock.lock();
     }
     // a call added while the memory was given back has started another thread
     threads_.leave(self);

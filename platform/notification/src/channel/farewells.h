@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <cstddef>
 #include <deque>
-#include <mutex>
 #include <string>
 
 #include "channel/passing_threads.h"
@@ -22,30 +23,29 @@ class Farewells {
     Farewells& operator=(const Farewells&) = delete;
 
     /// Have a thread call say() soon. Does nothing if the farewell is empty or 2000 are waiting.
-    void tell(Farewell farewell, std::string name);
+    void tell(Farewell farewell, std::string name) KELP_EXCLUDES(mutex_);
     /// Return freed memory to the system once no farewells are left.
-    void giveMemoryBack();
+    void giveMemoryBack() KELP_EXCLUDES(mutex_);
     /// From here on no call begins. Waits for the calls in progress.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
     /// Number of running threads, for tests.
-    std::size_t threads() const;
+    std::size_t threads() const KELP_EXCLUDES(mutex_);
 
   private:
-    using Lock = std::unique_lock<std::mutex>;
     struct Call {
         Farewell farewell;
         std::string name;
     };
 
-    void startIfNeeded(Lock& lock);
-    void run(PassingThreads::Self self);
+    void startIfNeeded() KELP_REQUIRES(mutex_);
+    void run(PassingThreads::Self self) KELP_EXCLUDES(mutex_);
 
-    mutable std::mutex mutex_;  // guards what follows
-    std::deque<Call> waiting_;
-    PassingThreads threads_;
-    bool memoryIsFreed_ = false;
-    bool stopping_ = false;
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "Farewells::mutex_"};
+    std::deque<Call> waiting_ KELP_GUARDED_BY(mutex_);
+    PassingThreads threads_ KELP_GUARDED_BY(mutex_);
+    bool memoryIsFreed_ KELP_GUARDED_BY(mutex_) = false;
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::notification

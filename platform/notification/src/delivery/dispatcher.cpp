@@ -12,16 +12,12 @@ namespace kelp::notification {
 
 namespace {
 
+using util::MutexLock;
+using util::MutexUnlock;
+
 /// Consumers usually stop answering in crowds, so threads of the slow pool are useless after a
 /// time without any.
 constexpr std::chrono::seconds kIdleTime{10};
-
-/// Takes the time by value: the wait reads it again after it woke, and another thread may have
-/// removed the entry it belongs to in the meantime.
-void waitUntil(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
-               const Subscription::Clock::time_point when) {
-    changed.wait_until(lock, when);
-}
 
 }  // namespace
 
@@ -33,10 +29,10 @@ Dispatcher::~Dispatcher() {
 }
 
 void Dispatcher::serveConsumers(std::size_t count) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_)
         return;
-    joinEnded(lock);
+    joinEnded();
     fastWanted_ = std::min(count, fast_.threadsMax);
     while (fast_.threads < fastWanted_ && addThread(fast_)) {
     }
@@ -46,7 +42,7 @@ void Dispatcher::serveConsumers(std::size_t count) {
 
 void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
     const std::string owner = subscription->ownerKey();
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     // an owner that already has its share of threads continues when one of them becomes free
     if (!stopping_ && fast_.turns.add(owner, std::move(subscription)))
         fast_.work.notify_one();
@@ -55,7 +51,7 @@ void Dispatcher::ready(std::shared_ptr<Subscription> subscription) {
 void Dispatcher::later(std::shared_ptr<Subscription> subscription,
                        Subscription::Clock::time_point when, bool slow) {
     const std::string owner = subscription->ownerKey();
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_)
         return;
     // before scheduling, so that nothing waits in a pool without threads
@@ -82,7 +78,7 @@ bool Dispatcher::addThread(Lane& lane) {
 }
 
 void Dispatcher::sooner(const Subscription& subscription, Subscription::Clock::time_point when) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (fast_.turns.hasten(subscription, when))
         fast_.work.notify_one();
 }
@@ -93,7 +89,7 @@ void Dispatcher::stop() {
     std::list<Turns::Waiting> fast;
     std::list<Turns::Waiting> slow;
     {
-        const Lock lock(mutex_);
+        const MutexLock lock(mutex_);
         stopping_ = true;
         ending.swap(threads_);
         std::move(ended_.begin(), ended_.end(), std::back_inserter(ending));
@@ -108,11 +104,11 @@ void Dispatcher::stop() {
 }
 
 std::size_t Dispatcher::threads() const {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return threads_.size();
 }
 
-Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left) {
+Turns::Waiting Dispatcher::next(Lane& lane, const Turns::Owner* left) {
     const bool isFast = &lane == &fast_;
     while (!stopping_) {
         if (Turns::Waiting next = lane.turns.take(Subscription::Clock::now()); next.subscription) {
@@ -125,10 +121,10 @@ Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left
         if (isFast && lane.threads > fastWanted_)
             return {};
         if (const auto due = lane.turns.nextTime())
-            waitUntil(lane.work, lock, *due);
+            lane.work.wait_until(mutex_, *due);
         else if (isFast)
-            lane.work.wait(lock);
-        else if (lane.work.wait_for(lock, kIdleTime) == std::cv_status::timeout &&
+            lane.work.wait(mutex_);
+        else if (lane.work.wait_for(mutex_, kIdleTime) == std::cv_status::timeout &&
                  lane.turns.empty())
             return {};
     }
@@ -136,21 +132,22 @@ Turns::Waiting Dispatcher::next(Lane& lane, Lock& lock, const Turns::Owner* left
 }
 
 void Dispatcher::run(Lane& lane) {
-    Lock lock(mutex_);
-    Turns::Waiting turn = next(lane, lock, nullptr);
+    const MutexLock lock(mutex_);
+    Turns::Waiting turn = next(lane, nullptr);
     while (turn.subscription) {
-        lock.unlock();
-        turn.subscription->serve();
-        // may delete the subscription, which must not happen under the lock
-        turn.subscription.reset();
-        lock.lock();
+        {
+            const MutexUnlock unlocked(mutex_);
+            turn.subscription->serve();
+            // may delete the subscription, which must not happen under the lock
+            turn.subscription.reset();
+        }
         lane.turns.ended(*turn.owner);
-        turn = next(lane, lock, turn.owner);
+        turn = next(lane, turn.owner);
     }
-    leave(lock, lane);
+    leave(lane);
 }
 
-void Dispatcher::leave(Lock&, Lane& lane) {
+void Dispatcher::leave(Lane& lane) {
     // stop() joins all threads
     if (stopping_)
         return;
@@ -162,7 +159,7 @@ void Dispatcher::leave(Lock&, Lane& lane) {
     threads_.erase(self);
 }
 
-void Dispatcher::joinEnded(Lock&) {
+void Dispatcher::joinEnded() {
     // joining takes no time: they have released the lock for the last time
     for (std::thread& each : ended_)
         each.join();

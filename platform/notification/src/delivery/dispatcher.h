@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <thread>
 
 #include "delivery/subscription.h"
@@ -21,43 +23,43 @@ class Dispatcher final : public Subscription::Scheduler {
 
     /// Start threads for this number of consumers, up to the limit. Surplus threads end once they
     /// are idle.
-    void serveConsumers(std::size_t count);
-    void ready(std::shared_ptr<Subscription> subscription) override;
+    void serveConsumers(std::size_t count) KELP_EXCLUDES(mutex_);
+    void ready(std::shared_ptr<Subscription> subscription) override KELP_EXCLUDES(mutex_);
     void later(std::shared_ptr<Subscription> subscription, Subscription::Clock::time_point when,
-               bool slow) override;
-    void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override;
+               bool slow) override KELP_EXCLUDES(mutex_);
+    void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override
+        KELP_EXCLUDES(mutex_);
     /// End the threads after the calls in progress, and forget what is scheduled.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
-    std::size_t threads() const;
+    std::size_t threads() const KELP_EXCLUDES(mutex_);
 
   private:
-    using Lock = std::unique_lock<std::mutex>;
     /// A pool of threads and the consumers that wait for them.
     struct Lane {
         explicit Lane(std::size_t most) : threadsMax(most), turns(most) {}
         const std::size_t threadsMax;
         Turns turns;
-        std::condition_variable work;
+        util::ConditionVariable work;
         std::size_t threads = 0;
     };
 
     /// If no thread can be started: throw if the pool has none, else trace it and return false.
-    bool addThread(Lane& lane);
-    void run(Lane& lane);
+    bool addThread(Lane& lane) KELP_REQUIRES(mutex_);
+    void run(Lane& lane) KELP_EXCLUDES(mutex_);
     /// The next consumer to serve; none when the thread must end. `left` is the owner of the
     /// consumer that the thread has just served, if any.
-    Turns::Waiting next(Lane& lane, Lock& lock, const Turns::Owner* left);
-    void leave(Lock& lock, Lane& lane);
-    void joinEnded(Lock& lock);
+    Turns::Waiting next(Lane& lane, const Turns::Owner* left) KELP_REQUIRES(mutex_);
+    void leave(Lane& lane) KELP_REQUIRES(mutex_);
+    void joinEnded() KELP_REQUIRES(mutex_);
 
-    mutable std::mutex mutex_;  // guards what follows
-    Lane fast_;
-    Lane slow_;
-    bool stopping_ = false;
-    std::vector<std::thread> threads_;
-    std::vector<std::thread> ended_;  ///< to be joined
-    std::size_t fastWanted_ = 0;
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "Dispatcher::mutex_"};
+    Lane fast_ KELP_GUARDED_BY(mutex_);
+    Lane slow_ KELP_GUARDED_BY(mutex_);
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
+    std::vector<std::thread> threads_ KELP_GUARDED_BY(mutex_);
+    std::vector<std::thread> ended_ KELP_GUARDED_BY(mutex_);  ///< to be joined
+    std::size_t fastWanted_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelp::notification

@@ -13,6 +13,8 @@ namespace kelp::notification {
 namespace {
 
 using std::chrono::milliseconds;
+using util::MutexLock;
+using util::MutexUnlock;
 
 /// Maximum time for which a consumer with more events keeps its delivery thread while others wait
 /// for one.
@@ -53,10 +55,12 @@ Subscription::Subscription(Scheduler& scheduler, const DeliverySettings& setting
 /// subscription's lock.
 class Subscription::Puller {
   public:
-    explicit Puller(Subscription& subscription) : subscription_(subscription) {
+    explicit Puller(Subscription& subscription) KELP_REQUIRES(subscription.mutex_)
+        : subscription_(subscription) {
         ++subscription_.pullers_;
     }
-    ~Puller() {
+    /// Not checked: the subscription's lock is still held, but under another name.
+    ~Puller() KELP_NOT_CHECKED {
         --subscription_.pullers_;
         subscription_.silentSince_ = Clock::now();
     }
@@ -68,7 +72,7 @@ class Subscription::Puller {
 };
 
 void Subscription::offer(const EventPtr& event) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_ || (!receiver_ && !pulls_))
         return;
     if (pulls_ && queue_.empty())
@@ -85,39 +89,39 @@ void Subscription::offer(const EventPtr& event) {
     if (pulls_)
         changed_.notify_all();
     else
-        scheduleIfNeeded(lock);
+        scheduleIfNeeded();
     if (gone && !isOwnChoice)
-        tellLost(lock, gone);
+        tellLost(gone);
 }
 
 void Subscription::lose(const EventPtr& event, bool isOwn) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_)
         return;
     queue_.countLost(isOwn);
     if (!isOwn)
-        tellLost(lock, event);
+        tellLost(event);
 }
 
 void Subscription::setQueueLimit(std::size_t limit, bool isOwn) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     queue_.setLimit(limit, isOwn);
 }
 
 void Subscription::setRules(const QueueRules& rules) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     queue_.setRules(rules);
 }
 
 void Subscription::setPacing(milliseconds interval) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     pacing_ = interval;
-    endPacing(lock);
+    endPacing();
     changed_.notify_all();
 }
 
 bool Subscription::connect(std::shared_ptr<Receiver> receiver) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (receiver_ || closed_)
         return false;
     receiver_ = std::move(receiver);
@@ -125,7 +129,7 @@ bool Subscription::connect(std::shared_ptr<Receiver> receiver) {
 }
 
 bool Subscription::connectPull() {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (pulls_ || closed_)
         return false;
     pulls_ = true;
@@ -134,12 +138,12 @@ bool Subscription::connectPull() {
 }
 
 bool Subscription::isConnected() const {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return !closed_ && (receiver_ || pulls_);
 }
 
 Subscription::Change Subscription::suspend() {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_ || !receiver_)
         return Change::NotConnected;
     if (suspended_)
@@ -149,7 +153,7 @@ Subscription::Change Subscription::suspend() {
 }
 
 Subscription::Change Subscription::resume() {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_ || !receiver_)
         return Change::NotConnected;
     if (!suspended_)
@@ -158,30 +162,30 @@ Subscription::Change Subscription::resume() {
     // nobody has called it during the suspension, so its silence does not count
     silentSince_ = Clock::now();
     backOff_ = settings_.firstBackOff;
-    scheduleIfNeeded(lock);
+    scheduleIfNeeded();
     return Change::Done;
 }
 
 std::shared_ptr<Receiver> Subscription::close() {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_)
         return nullptr;
     closed_ = true;
-    endPacing(lock);
+    endPacing();
     queue_.clear();
     changed_.notify_all();
     return std::move(receiver_);
 }
 
 std::vector<EventPtr> Subscription::pull(std::size_t most, bool wait) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const Puller puller(*this);
     queue_.expire(Clock::now());
     while (wait && !closed_ && pulls_ && !isBatchDue(most)) {
         if (queue_.waiting() == 0)
-            changed_.wait(lock);
+            changed_.wait(mutex_);
         else
-            changed_.wait_until(lock, queue_.oldestTaken() + pacing_);
+            changed_.wait_until(mutex_, queue_.oldestTaken() + pacing_);
         queue_.expire(Clock::now());
     }
     if (closed_ || !pulls_)
@@ -204,7 +208,7 @@ bool Subscription::hasWork() const {
     return receiver_ && !closed_ && !suspended_ && (!queue_.empty() || !answers_);
 }
 
-void Subscription::endPacing(Lock&) {
+void Subscription::endPacing() {
     if (state_ != State::Paced)
         return;
     try {
@@ -215,134 +219,130 @@ void Subscription::endPacing(Lock&) {
     }
 }
 
-/// Enter state `next` and schedule the turn. If there is no memory the state becomes idle until
-/// tend() or the next event.
-template <class Act>
-void Subscription::schedule(State next, Act act) {
-    state_ = next;
+void Subscription::scheduleNow() {
+    state_ = State::Scheduled;
     try {
-        act();
+        scheduler_.ready(shared_from_this());
     } catch (const std::exception&) {
         state_ = State::Idle;
     }
 }
 
-void Subscription::scheduleIfNeeded(Lock& lock) {
+void Subscription::scheduleLater(State next, Clock::time_point when, bool isSlow) {
+    state_ = next;
+    try {
+        scheduler_.later(shared_from_this(), when, isSlow);
+    } catch (const std::exception&) {
+        state_ = State::Idle;
+    }
+}
+
+void Subscription::scheduleIfNeeded() {
     if (state_ == State::Paced && hasWork() && queue_.size() >= receiver_->batchMax())
-        endPacing(lock);
+        endPacing();
     if (state_ != State::Idle || !hasWork())
         return;
-    schedule(State::Scheduled, [this] {
-        if (answers_)
-            scheduler_.ready(shared_from_this());
-        else
-            scheduler_.later(shared_from_this(), Clock::now(), true);
-    });
+    if (answers_)
+        scheduleNow();
+    else
+        scheduleLater(State::Scheduled, Clock::now(), true);
 }
 
 void Subscription::serve() noexcept {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     state_ = State::Serving;
     bool wasCutShort = false;
     try {
         if (hasWork())
-            serveLocked(lock);
+            serveLocked();
     } catch (...) {
         // no memory for the call or for handling its failure: the events being delivered wait again
-        if (!lock.owns_lock())
-            lock.lock();
         queue_.putBack();
         ++failures_;
         wasCutShort = true;
         traceCutShort();
     }
-    finishTurn(lock, wasCutShort);
+    finishTurn(wasCutShort);
 }
 
 void Subscription::tend(Clock::time_point now) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isDeathUntold_)
-        tellDeath(lock);
+        tellDeath();
     if (closed_)
         return;
     queue_.expire(now);
     if (hasNotPulledFor(settings_.deadAfter, now))
-        died(lock, "it has stopped pulling");
+        died("it has stopped pulling");
     else
-        scheduleIfNeeded(lock);
+        scheduleIfNeeded();
 }
 
 bool Subscription::hasNotPulledFor(milliseconds time, Clock::time_point now) const {
     return pulls_ && pullers_ == 0 && !queue_.empty() && now - silentSince_ >= time;
 }
 
-void Subscription::serveLocked(Lock& lock) {
+void Subscription::serveLocked() {
     // close() may release receiver_ during the call
     const std::shared_ptr<Receiver> receiver = receiver_;
     const Clock::time_point turnEnd = Clock::now() + kLongestTurn;
     const bool wasSilent = !answers_;
-    if (wasSilent && !probeFirst(lock, *receiver))
+    if (wasSilent && !probeFirst(*receiver))
         return;
     do {
         queue_.expire(Clock::now());
         // after a silence this thread sends only the first batch, which may have arrived already
-    } while (!queue_.empty() && hasWork() && deliverBatch(lock, *receiver) && !wasSilent &&
+    } while (!queue_.empty() && hasWork() && deliverBatch(*receiver) && !wasSilent &&
              Clock::now() < turnEnd);
 }
 
-bool Subscription::probeFirst(Lock& lock, Receiver& receiver) {
-    lock.unlock();
+bool Subscription::probeFirst(Receiver& receiver) {
     try {
         {
+            const MutexUnlock unlocked(mutex_);
             const kelp::orb::ScopedThreadTimeout limit(settings_.pushTimeout);
             receiver.probe();
         }
-        lock.lock();
         answers_ = true;
         backOff_ = settings_.firstBackOff;
         return !closed_;
     } catch (const CORBA::SystemException& failure) {
-        lock.lock();
-        failed(lock, failure);
+        failed(failure);
         return false;
     }
 }
 
-bool Subscription::deliverBatch(Lock& lock, Receiver& receiver) {
+bool Subscription::deliverBatch(Receiver& receiver) {
     const std::size_t batchMax = receiver.batchMax();
     if (!isBatchDue(batchMax))
         return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
-    lock.unlock();
     try {
         {
+            const MutexUnlock unlocked(mutex_);
             const kelp::orb::ScopedThreadTimeout limit(settings_.pushTimeout);
             receiver.deliver(events);
         }
-        lock.lock();
         queue_.settle(true);
         return true;
     } catch (const CosEventComm::Disconnected&) {
-        lock.lock();
-        died(lock, "it is disconnected");
+        died("it is disconnected");
     } catch (const CORBA::SystemException& failure) {
-        lock.lock();
-        failed(lock, failure);
+        failed(failure);
     } catch (const CORBA::Exception& failure) {
-        lock.lock();
-        refused(lock, kelp::orb::exceptionText(failure));
+        refused(kelp::orb::exceptionText(failure));
     }
     return false;
 }
 
-void Subscription::failed(Lock& lock, const CORBA::SystemException& failure) {
+void Subscription::failed(const CORBA::SystemException& failure) {
     const std::string why = kelp::orb::exceptionText(failure);
     if (meansGone(failure)) {
-        died(lock, why);
+        died(why);
         return;
     }
     if (!meansNoAnswer(failure)) {
-        refused(lock, why);
+        refused(why);
         return;
     }
     ++failures_;
@@ -360,10 +360,10 @@ void Subscription::failed(Lock& lock, const CORBA::SystemException& failure) {
         backOff_ = std::min(backOff_ * 2, settings_.longestBackOff);
     }
     if (now - silentSince_ >= settings_.deadAfter)
-        died(lock, why);
+        died(why);
 }
 
-void Subscription::refused(Lock& lock, const std::string& why) {
+void Subscription::refused(const std::string& why) {
     lastError_ = why;
     answers_ = true;
     EventPtr first;
@@ -372,10 +372,10 @@ void Subscription::refused(Lock& lock, const std::string& why) {
         queue_.settle(false);
     }
     if (first)
-        tellLost(lock, first);
+        tellLost(first);
 }
 
-void Subscription::died(Lock& lock, const std::string& why) {
+void Subscription::died(const std::string& why) {
     lastError_ = why;
     queue_.putBack();
     const EventPtr first = queue_.clear();
@@ -386,51 +386,45 @@ void Subscription::died(Lock& lock, const std::string& why) {
     receiver_.reset();
     changed_.notify_all();
     if (first)
-        tellLost(lock, first);
-    tellDeath(lock);
+        tellLost(first);
+    tellDeath();
 }
 
-void Subscription::tellDeath(Lock& lock) {
+void Subscription::tellDeath() {
     const std::string why = lastError_;
     isDeathUntold_ = false;
-    lock.unlock();
     try {
+        const MutexUnlock unlocked(mutex_);
         consumerDied(why);
-        lock.lock();
     } catch (...) {
-        lock.lock();
         isDeathUntold_ = true;
         throw;
     }
 }
 
-void Subscription::finishTurn(Lock&, bool wasCutShort) {
+void Subscription::finishTurn(bool wasCutShort) {
     state_ = State::Idle;
     if (closed_)
         queue_.clear();
     if (!hasWork())
         return;
     if (!answers_ || wasCutShort) {
-        schedule(State::Scheduled, [this] {
-            scheduler_.later(shared_from_this(), Clock::now() + backOff_, !answers_);
-        });
+        scheduleLater(State::Scheduled, Clock::now() + backOff_, !answers_);
     } else if (isBatchDue(receiver_->batchMax())) {
-        schedule(State::Scheduled, [this] { scheduler_.ready(shared_from_this()); });
+        scheduleNow();
     } else {
         pacedUntil_ = queue_.oldestTaken() + pacing_;
-        schedule(State::Paced,
-                 [this] { scheduler_.later(shared_from_this(), pacedUntil_, false); });
+        scheduleLater(State::Paced, pacedUntil_, false);
     }
 }
 
-void Subscription::tellLost(Lock& lock, const EventPtr& first) {
-    lock.unlock();
+void Subscription::tellLost(const EventPtr& first) {
+    const MutexUnlock unlocked(mutex_);
     eventsLost(*first);
-    lock.lock();
 }
 
 ConsumerCounts Subscription::counts() const {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     ConsumerCounts counts;
     counts.sent = queue_.sent();
     counts.delivered = queue_.delivered();
@@ -449,12 +443,12 @@ ConsumerCounts Subscription::counts() const {
 }
 
 bool Subscription::isClosed() const {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return closed_;
 }
 
 bool Subscription::isSettled() const {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return closed_ || !answers_ || suspended_ ||
            hasNotPulledFor(settings_.pushTimeout, Clock::now()) ||
            2 * queue_.size() < queue_.limit();

@@ -2,12 +2,11 @@
 
 #include <kelp/notification/channel.h>
 #include <kelp/orb/corba.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,51 +40,51 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     virtual ~Subscription() = default;
 
     // -- intake
-    void offer(const EventPtr& event);
+    void offer(const EventPtr& event) KELP_EXCLUDES(mutex_);
     /// Count an event that was lost before it could be offered. `isOwn`: by the consumer's own
     /// doing; then the loss is not reported.
-    void lose(const EventPtr& event, bool isOwn);
+    void lose(const EventPtr& event, bool isOwn) KELP_EXCLUDES(mutex_);
 
     // -- qualities of service
     /// `isOwn`: the consumer has set the limit itself; then events that do not fit are counted, but
     /// not reported as lost.
-    void setQueueLimit(std::size_t limit, bool isOwn = false);
-    void setRules(const QueueRules& rules);
+    void setQueueLimit(std::size_t limit, bool isOwn = false) KELP_EXCLUDES(mutex_);
+    void setRules(const QueueRules& rules) KELP_EXCLUDES(mutex_);
     /// A batch waits until it is full or its first event is `interval` old. 0: it does not wait.
-    void setPacing(std::chrono::milliseconds interval);
+    void setPacing(std::chrono::milliseconds interval) KELP_EXCLUDES(mutex_);
 
     // -- connection
     /// False if it is connected already, or closed.
-    bool connect(std::shared_ptr<Receiver> receiver);
-    bool isConnected() const;
+    bool connect(std::shared_ptr<Receiver> receiver) KELP_EXCLUDES(mutex_);
+    bool isConnected() const KELP_EXCLUDES(mutex_);
     /// Connect a consumer that pulls. False if it is connected already, or closed.
-    bool connectPull();
+    bool connectPull() KELP_EXCLUDES(mutex_);
     enum class Change { Done, WasSo, NotConnected };
-    Change suspend();
-    Change resume();
+    Change suspend() KELP_EXCLUDES(mutex_);
+    Change resume() KELP_EXCLUDES(mutex_);
     /// Close for good: waiting events are lost and blocked pulls end. Returns the receiver to be
     /// disconnected, if there was one.
-    std::shared_ptr<Receiver> close();
+    std::shared_ptr<Receiver> close() KELP_EXCLUDES(mutex_);
 
     // -- pull consumers
     /// A batch of up to `most` events, as soon as it is full or its pacing interval is over. If
     /// `wait` is false it returns at once, possibly without events. Throws
     /// CosEventComm::Disconnected if there is no connection, or it ends.
-    std::vector<EventPtr> pull(std::size_t most, bool wait);
+    std::vector<EventPtr> pull(std::size_t most, bool wait) KELP_EXCLUDES(mutex_);
 
     /// Make one turn of the delivery. Called only by the dispatcher. Does not throw: a turn that is
     /// cut short for lack of memory is retried later.
-    void serve() noexcept;
+    void serve() noexcept KELP_EXCLUDES(mutex_);
     /// To be called a few times a second. Drops expired events, gives up a consumer that has
     /// stopped pulling, and schedules a turn for which there was no memory before.
-    void tend(Clock::time_point now);
+    void tend(Clock::time_point now) KELP_EXCLUDES(mutex_);
 
     /// The owner's key, the same from the first event on. Empty: no owner.
     virtual std::string ownerKey() const { return {}; }
-    ConsumerCounts counts() const;
-    bool isClosed() const;
+    ConsumerCounts counts() const KELP_EXCLUDES(mutex_);
+    bool isClosed() const KELP_EXCLUDES(mutex_);
     /// False while the consumer answers, is not suspended, and its queue is at least half full.
-    bool isSettled() const;
+    bool isSettled() const KELP_EXCLUDES(mutex_);
 
   protected:
     // the subscription calls these without a lock
@@ -99,49 +98,52 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     /// Paced: a batch that is not full is scheduled for the time when its first event is old
     /// enough.
     enum class State { Idle, Scheduled, Paced, Serving };
-    using Lock = std::unique_lock<std::mutex>;
 
     class Puller;
 
-    void scheduleIfNeeded(Lock& lock);
-    template <class Act>
-    void schedule(State next, Act act);
-    void endPacing(Lock& lock);
-    bool hasWork() const;
-    bool isBatchDue(std::size_t most) const;
-    void serveLocked(Lock& lock);
-    bool probeFirst(Lock& lock, Receiver& receiver);
+    void scheduleIfNeeded() KELP_REQUIRES(mutex_);
+    /// These two set the state and schedule a turn. If there is no memory for the turn the state
+    /// becomes idle until tend() or the next event.
+    void scheduleNow() KELP_REQUIRES(mutex_);
+    void scheduleLater(State next, Clock::time_point when, bool isSlow) KELP_REQUIRES(mutex_);
+    void endPacing() KELP_REQUIRES(mutex_);
+    bool hasWork() const KELP_REQUIRES(mutex_);
+    bool isBatchDue(std::size_t most) const KELP_REQUIRES(mutex_);
+    void serveLocked() KELP_REQUIRES(mutex_);
+    bool probeFirst(Receiver& receiver) KELP_REQUIRES(mutex_);
     /// False when the turn is over: no batch is due yet, or the call failed.
-    bool deliverBatch(Lock& lock, Receiver& receiver);
-    void failed(Lock& lock, const CORBA::SystemException& failure);
-    void refused(Lock& lock, const std::string& why);
-    void died(Lock& lock, const std::string& why);
-    void finishTurn(Lock& lock, bool wasCutShort);
-    void tellLost(Lock& lock, const EventPtr& first);
-    void tellDeath(Lock& lock);
+    bool deliverBatch(Receiver& receiver) KELP_REQUIRES(mutex_);
+    void failed(const CORBA::SystemException& failure) KELP_REQUIRES(mutex_);
+    void refused(const std::string& why) KELP_REQUIRES(mutex_);
+    void died(const std::string& why) KELP_REQUIRES(mutex_);
+    void finishTurn(bool wasCutShort) KELP_REQUIRES(mutex_);
+    // these two release the lock for the call
+    void tellLost(const EventPtr& first) KELP_REQUIRES(mutex_);
+    void tellDeath() KELP_REQUIRES(mutex_);
     /// Events have been waiting and the consumer has not pulled for this time.
-    bool hasNotPulledFor(std::chrono::milliseconds time, Clock::time_point now) const;
+    bool hasNotPulledFor(std::chrono::milliseconds time, Clock::time_point now) const
+        KELP_REQUIRES(mutex_);
 
     Scheduler& scheduler_;
     const DeliverySettings settings_;
 
-    mutable std::mutex mutex_;  // guards what follows
-    std::condition_variable changed_;
-    EventQueue queue_;
-    std::shared_ptr<Receiver> receiver_;
-    State state_ = State::Idle;
-    Clock::time_point pacedUntil_;
-    bool pulls_ = false;
-    bool suspended_ = false;
-    bool closed_ = false;
-    bool answers_ = true;
-    bool isDeathUntold_ = false;
-    std::chrono::milliseconds pacing_{0};
-    std::chrono::milliseconds backOff_;
-    Clock::time_point silentSince_;
-    int pullers_ = 0;  // pulls in progress
-    std::uint64_t failures_ = 0;
-    std::string lastError_;
+    mutable util::Mutex mutex_{util::LockRank::ChannelPart, "Subscription::mutex_"};
+    util::ConditionVariable changed_;
+    EventQueue queue_ KELP_GUARDED_BY(mutex_);
+    std::shared_ptr<Receiver> receiver_ KELP_GUARDED_BY(mutex_);
+    State state_ KELP_GUARDED_BY(mutex_) = State::Idle;
+    Clock::time_point pacedUntil_ KELP_GUARDED_BY(mutex_);
+    bool pulls_ KELP_GUARDED_BY(mutex_) = false;
+    bool suspended_ KELP_GUARDED_BY(mutex_) = false;
+    bool closed_ KELP_GUARDED_BY(mutex_) = false;
+    bool answers_ KELP_GUARDED_BY(mutex_) = true;
+    bool isDeathUntold_ KELP_GUARDED_BY(mutex_) = false;
+    std::chrono::milliseconds pacing_ KELP_GUARDED_BY(mutex_){0};
+    std::chrono::milliseconds backOff_ KELP_GUARDED_BY(mutex_);
+    Clock::time_point silentSince_ KELP_GUARDED_BY(mutex_);
+    int pullers_ KELP_GUARDED_BY(mutex_) = 0;  ///< pulls in progress
+    std::uint64_t failures_ KELP_GUARDED_BY(mutex_) = 0;
+    std::string lastError_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::notification

@@ -13,7 +13,7 @@ const FilterList::Snapshot kNoFilters = std::make_shared<FilterList::Snapshot::e
 }  // namespace
 
 FilterList::Snapshot FilterList::current() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return filters_;
 }
 
@@ -29,7 +29,7 @@ CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter,
         entry.keeper = servant;
         entry.use = entry.test->use();
     }
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (filters_->size() >= kFiltersMax)
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     const auto changed = std::make_shared<Filters>(*filters_);
@@ -39,7 +39,7 @@ CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter,
 }
 
 void FilterList::remove(CosNotifyFilter::FilterID id) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto changed = std::make_shared<Filters>(*filters_);
     if (changed->erase(id) == 0)
         throw CosNotifyFilter::FilterNotFound();
@@ -66,7 +66,7 @@ CosNotifyFilter::FilterIDSeq* FilterList::ids() const {
 
 void FilterList::clear() {
     Snapshot gone = kNoFilters;  // may delete filters, which must not happen under the lock
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     filters_.swap(gone);
 }
 

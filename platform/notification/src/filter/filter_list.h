@@ -2,10 +2,10 @@
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <cos/CosNotifyFilter.h>
+#include <kelp/util/mutex.h>
 
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "filter/event_test.h"
 
@@ -32,23 +32,23 @@ class FilterList {
     /// that was destroyed. Throws BAD_PARAM if the filter is nil or the servant is not a filter,
     /// and NO_RESOURCES if there are too many filters.
     CosNotifyFilter::FilterID add(CosNotifyFilter::Filter_ptr filter,
-                                  PortableServer::Servant servant);
+                                  PortableServer::Servant servant) KELP_EXCLUDES(mutex_);
     /// remove() and get() throw FilterNotFound.
-    void remove(CosNotifyFilter::FilterID id);
+    void remove(CosNotifyFilter::FilterID id) KELP_EXCLUDES(mutex_);
     CosNotifyFilter::Filter_ptr get(CosNotifyFilter::FilterID id) const;
     CosNotifyFilter::FilterIDSeq* ids() const;
-    void clear();
+    void clear() KELP_EXCLUDES(mutex_);
 
-    Snapshot current() const;
+    Snapshot current() const KELP_EXCLUDES(mutex_);
     /// Evaluate the filters. One that was destroyed does not match, because it has no constraints.
     /// One that fails, or exceeds the budget, does not match either.
     static Verdict judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
                          Budget& budget);
 
   private:
-    mutable std::mutex mutex_;
-    Snapshot filters_ = std::make_shared<const Filters>();  // guarded by mutex_
-    CosNotifyFilter::FilterID lastId_ = 0;                  // likewise
+    mutable util::Mutex mutex_{util::LockRank::ChannelPart, "FilterList::mutex_"};
+    Snapshot filters_ KELP_GUARDED_BY(mutex_) = std::make_shared<const Filters>();
+    CosNotifyFilter::FilterID lastId_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 /// True if the event passes the filters of an admin and of one of its proxies: both groups or one

@@ -125,7 +125,7 @@ FilterServant::Entry FilterServant::compiled(const ConstraintExp& expression) co
 }
 
 std::shared_ptr<const FilterServant::Entries> FilterServant::current() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return entries_;
 }
 
@@ -146,7 +146,7 @@ ConstraintInfoSeq* FilterServant::add_constraints(const ConstraintExpSeq& list) 
     }
     Entries made;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock guard(mutex_);
         requireRoom(entries_->size() + list.length());
         const auto changed = std::make_shared<Entries>(*entries_);
         for (Entry& each : added)
@@ -163,7 +163,7 @@ void FilterServant::modify_constraints(const ConstraintIDSeq& removed,
     std::map<ConstraintID, Entry> compiledOnes;
     for (CORBA::ULong i = 0; i < changed.length(); ++i)
         compiledOnes[changed[i].constraint_id] = compiled(changed[i].constraint_expression);
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto result = std::make_shared<Entries>(*entries_);
     for (CORBA::ULong i = 0; i < removed.length(); ++i) {
         if (result->erase(removed[i]) == 0)
@@ -196,7 +196,7 @@ ConstraintInfoSeq* FilterServant::get_all_constraints() {
 }
 
 void FilterServant::remove_all_constraints() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     change(std::make_shared<const Entries>());
 }
 

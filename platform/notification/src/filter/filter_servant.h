@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cos/CosNotifyFilter.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "constraint.h"
 #include "filter/event_test.h"
@@ -69,18 +69,19 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
     };
     using Entries = std::map<CosNotifyFilter::ConstraintID, Entry>;
 
-    void change(std::shared_ptr<const Entries> entries);
+    void change(std::shared_ptr<const Entries> entries) KELP_REQUIRES(mutex_);
     Entry compiled(const CosNotifyFilter::ConstraintExp& expression) const;
-    std::shared_ptr<const Entries> current() const;
+    std::shared_ptr<const Entries> current() const KELP_EXCLUDES(mutex_);
 
     const std::shared_ptr<ChannelCore> core_;
     const OwnerPtr owner_;
     const std::function<void()> onDestroy_;
     const std::shared_ptr<const void> use_ = std::make_shared<char>();
-    const std::shared_ptr<TypeFeed> types_;  // its lock is taken inside mutex_
-    mutable std::mutex mutex_;               // guards what follows
-    std::shared_ptr<const Entries> entries_ = std::make_shared<const Entries>();
-    CosNotifyFilter::ConstraintID lastId_ = 0;
+    const std::shared_ptr<TypeFeed> types_;  ///< its lock is taken inside mutex_
+    mutable util::Mutex mutex_{util::LockRank::ChannelPart, "FilterServant::mutex_"};
+    std::shared_ptr<const Entries> entries_ KELP_GUARDED_BY(mutex_) =
+        std::make_shared<const Entries>();
+    CosNotifyFilter::ConstraintID lastId_ KELP_GUARDED_BY(mutex_) = 0;
     std::atomic<bool> destroyed_{false};
     mutable std::atomic<bool> toldOfCost_{false};
 };

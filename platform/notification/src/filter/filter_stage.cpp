@@ -11,6 +11,9 @@ namespace kelp::notification {
 
 namespace {
 
+using util::MutexLock;
+using util::MutexUnlock;
+
 /// Maximum time for which one consumer's filters keep a thread while others wait.
 constexpr std::chrono::milliseconds kTurn{5};
 constexpr std::chrono::seconds kIdleTime{10};
@@ -37,7 +40,7 @@ FilterStage::~FilterStage() {
 }
 
 void FilterStage::schedule(std::shared_ptr<Task> task) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_)
         return;
     enqueue(std::move(task));
@@ -67,7 +70,7 @@ void FilterStage::stop() {
     Owners forgotten;  // may delete tasks, which must not happen under the lock
     std::vector<std::thread> ending;
     {
-        const Lock lock(mutex_);
+        const MutexLock lock(mutex_);
         stopping_ = true;
         for (auto& [key, turns] : owners_)
             forgotten[key].waiting.swap(turns.waiting);
@@ -90,25 +93,27 @@ FilterStage::Owners::iterator FilterStage::nextOwner() {
     return owners_.end();
 }
 
-bool FilterStage::waitForTurn(Lock& lock) {
+bool FilterStage::waitForTurn() {
     ++idle_;
-    const bool isWoken = work_.wait_for(lock, kIdleTime) != std::cv_status::timeout;
+    const bool isWoken = work_.wait_for(mutex_, kIdleTime) != std::cv_status::timeout;
     --idle_;
     return isWoken || !turns_.empty();
 }
 
-void FilterStage::serve(Lock& lock, Owners::iterator owner) {
+void FilterStage::serve(Owners::iterator owner) {
     Turns& turns = owner->second;
     std::shared_ptr<Task> task = std::move(turns.waiting.front());
     turns.waiting.pop_front();
     if (!turns.waiting.empty())
         turns_.push_back(owner->first);
     ++turns.atWork;
-    lock.unlock();
-    const bool hasMore = worksOn(*task);
-    if (!hasMore)
-        task.reset();  // may delete the task
-    lock.lock();
+    bool hasMore = false;
+    {
+        const MutexUnlock unlocked(mutex_);
+        hasMore = worksOn(*task);
+        if (!hasMore)
+            task.reset();  // may delete the task
+    }
     --turns.atWork;
     if (hasMore && !stopping_)
         enqueue(std::move(task));
@@ -119,12 +124,12 @@ void FilterStage::serve(Lock& lock, Owners::iterator owner) {
 }
 
 void FilterStage::run(PassingThreads::Self self) {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     while (!stopping_) {
         const auto owner = nextOwner();
         if (owner != owners_.end())
-            serve(lock, owner);
-        else if (!waitForTurn(lock))
+            serve(owner);
+        else if (!waitForTurn())
             break;
     }
     threads_.leave(self);

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "channel/passing_threads.h"
@@ -39,34 +39,33 @@ class FilterStage {
 
     /// Let the task work soon, until it returns that no more events are waiting. The task must not
     /// be scheduled already.
-    void schedule(std::shared_ptr<Task> task);
+    void schedule(std::shared_ptr<Task> task) KELP_EXCLUDES(mutex_);
     /// End the threads after the events in progress, and forget what is scheduled.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
   private:
-    using Lock = std::unique_lock<std::mutex>;
     struct Turns {
         std::deque<std::shared_ptr<Task>> waiting;
         std::size_t atWork = 0;  ///< number of threads
     };
     using Owners = std::map<std::string, Turns>;
 
-    void enqueue(std::shared_ptr<Task> task);
-    void startIfNeeded();
-    void run(PassingThreads::Self self);
-    bool waitForTurn(Lock& lock);
-    Owners::iterator nextOwner();
-    void serve(Lock& lock, Owners::iterator owner);
+    void enqueue(std::shared_ptr<Task> task) KELP_REQUIRES(mutex_);
+    void startIfNeeded() KELP_REQUIRES(mutex_);
+    void run(PassingThreads::Self self) KELP_EXCLUDES(mutex_);
+    bool waitForTurn() KELP_REQUIRES(mutex_);
+    Owners::iterator nextOwner() KELP_REQUIRES(mutex_);
+    void serve(Owners::iterator owner) KELP_REQUIRES(mutex_);
 
     const std::size_t threadsMax_;
-    std::mutex mutex_;  // guards what follows
-    std::condition_variable work_;
-    Owners owners_;
-    std::deque<std::string>
-        turns_;  ///< owners with waiting tasks, each once, in the order of their turns
-    PassingThreads threads_;
-    std::size_t idle_ = 0;
-    bool stopping_ = false;
+    util::Mutex mutex_{util::LockRank::ChannelPart, "FilterStage::mutex_"};
+    util::ConditionVariable work_;
+    Owners owners_ KELP_GUARDED_BY(mutex_);
+    /// Owners with waiting tasks, each once, in the order of their turns.
+    std::deque<std::string> turns_ KELP_GUARDED_BY(mutex_);
+    PassingThreads threads_ KELP_GUARDED_BY(mutex_);
+    std::size_t idle_ KELP_GUARDED_BY(mutex_) = 0;
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::notification

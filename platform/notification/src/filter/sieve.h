@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <cstddef>
 #include <deque>
-#include <mutex>
 #include <utility>
 
 #include "delivery/event.h"
@@ -27,9 +28,9 @@ class Sieve {
     };
     /// Put in an event and return which way it goes. If more than `max` events wait, the one that
     /// has waited longest is removed and stored in `lost`.
-    Way put(Item item, std::size_t max, EventPtr& lost) {
+    Way put(Item item, std::size_t max, EventPtr& lost) KELP_EXCLUDES(mutex_) {
         const bool isFiltered = !item.ofAdmin->empty() || !item.ofProxy->empty();
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock guard(mutex_);
         if (!isFiltered && !isAtWork_ && waiting_.empty())
             return Way::Straight;
         waiting_.push_back(std::move(item));
@@ -40,8 +41,8 @@ class Sieve {
         return std::exchange(isAtWork_, true) ? Way::Waits : Way::Begins;
     }
     /// The next event. If there is none, the result's event is null and the work ends.
-    Item take() {
-        const std::lock_guard guard(mutex_);
+    Item take() KELP_EXCLUDES(mutex_) {
+        const util::MutexLock guard(mutex_);
         if (waiting_.empty()) {
             isAtWork_ = false;
             return {};
@@ -51,23 +52,23 @@ class Sieve {
         return next;
     }
     /// The work could not be scheduled. The next event begins it again.
-    void stopWork() {
-        const std::lock_guard guard(mutex_);
+    void stopWork() KELP_EXCLUDES(mutex_) {
+        const util::MutexLock guard(mutex_);
         isAtWork_ = false;
     }
-    std::size_t size() const {
-        const std::lock_guard guard(mutex_);
+    std::size_t size() const KELP_EXCLUDES(mutex_) {
+        const util::MutexLock guard(mutex_);
         return waiting_.size();
     }
-    void clear() {
-        const std::lock_guard guard(mutex_);
+    void clear() KELP_EXCLUDES(mutex_) {
+        const util::MutexLock guard(mutex_);
         waiting_.clear();
     }
 
   private:
-    mutable std::mutex mutex_;  // guards what follows
-    std::deque<Item> waiting_;
-    bool isAtWork_ = false;
+    mutable util::Mutex mutex_{util::LockRank::ChannelPart, "Sieve::mutex_"};
+    std::deque<Item> waiting_ KELP_GUARDED_BY(mutex_);
+    bool isAtWork_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::notification

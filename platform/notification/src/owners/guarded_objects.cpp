@@ -67,7 +67,7 @@ PortableServer::ObjectId* GuardedObjects::enter(PortableServer::Servant servant,
     PortableServer::ObjectId_var id = idOf(key);
     servant->_add_ref();
     const PortableServer::ServantBase_var pinned = servant;
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (closed_)
         throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
     const auto entered = objects_.emplace(key, Entry{pinned, rights}).first;
@@ -82,7 +82,7 @@ PortableServer::ObjectId* GuardedObjects::enter(PortableServer::Servant servant,
 
 void GuardedObjects::forget(PortableServer::Servant servant) {
     Entry gone;  // may delete the servant, which must not happen under the lock
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto found = keys_.find(servant);
     if (found == keys_.end())
         return;
@@ -93,7 +93,7 @@ void GuardedObjects::forget(PortableServer::Servant servant) {
 }
 
 GuardedObjects::Entry GuardedObjects::find(const PortableServer::ObjectId& id) const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto found = objects_.find(keyOf(id));
     return found == objects_.end() ? Entry() : found->second;
 }
@@ -107,7 +107,7 @@ PortableServer::Servant GuardedObjects::findOwn(const PortableServer::ObjectId& 
 
 std::vector<PortableServer::ServantBase_var> GuardedObjects::of(const OwnerPtr& owner) const {
     std::vector<PortableServer::ServantBase_var> servants;
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     for (const auto& [key, entry] : objects_) {
         if (entry.rights.owner == owner)
             servants.push_back(entry.servant);
@@ -117,7 +117,7 @@ std::vector<PortableServer::ServantBase_var> GuardedObjects::of(const OwnerPtr& 
 
 void GuardedObjects::close() {
     std::map<Key, Entry> gone;  // as in forget()
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     closed_ = true;
     gone.swap(objects_);
     keys_.clear();

@@ -3,9 +3,9 @@
 #include <kelp/notification/guard.h>
 #include <kelp/orb/corba.h>
 #include <kelp/orb/counted_local.h>
+#include <kelp/util/mutex.h>
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -48,16 +48,18 @@ class GuardedObjects final : public kelp::orb::CountedLocal<PortableServer::Serv
 
     /// Add a servant, with a reference to it, under a new id that the caller owns. Throws
     /// OBJECT_NOT_EXIST after close().
-    PortableServer::ObjectId* enter(PortableServer::Servant servant, const ObjectRights& rights);
+    PortableServer::ObjectId* enter(PortableServer::Servant servant, const ObjectRights& rights)
+        KELP_EXCLUDES(mutex_);
     /// Remove a servant. Does nothing if it has been removed.
-    void forget(PortableServer::Servant servant);
+    void forget(PortableServer::Servant servant) KELP_EXCLUDES(mutex_);
     /// The servant, with a reference that the caller owns, or null. Throws NO_PERMISSION if the
     /// object is not the caller's.
-    PortableServer::Servant findOwn(const PortableServer::ObjectId& id) const;
+    PortableServer::Servant findOwn(const PortableServer::ObjectId& id) const KELP_EXCLUDES(mutex_);
     /// The servants of all objects of this owner.
-    std::vector<PortableServer::ServantBase_var> of(const OwnerPtr& owner) const;
+    std::vector<PortableServer::ServantBase_var> of(const OwnerPtr& owner) const
+        KELP_EXCLUDES(mutex_);
     /// Remove all objects. None can be added from here on.
-    void close();
+    void close() KELP_EXCLUDES(mutex_);
 
     // -- ServantLocator
     PortableServer::Servant preinvoke(const PortableServer::ObjectId& id,
@@ -73,15 +75,15 @@ class GuardedObjects final : public kelp::orb::CountedLocal<PortableServer::Serv
         ObjectRights rights;
     };
 
-    Entry find(const PortableServer::ObjectId& id) const;
+    Entry find(const PortableServer::ObjectId& id) const KELP_EXCLUDES(mutex_);
     void requirePermission(const ObjectRights& rights, const char* operation) const;
 
     const Guard* const guard_;
     Owners owners_;
-    mutable std::mutex mutex_;  // guards what follows
-    std::map<Key, Entry> objects_;
-    std::map<PortableServer::Servant, Key> keys_;
-    bool closed_ = false;
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "GuardedObjects::mutex_"};
+    std::map<Key, Entry> objects_ KELP_GUARDED_BY(mutex_);
+    std::map<PortableServer::Servant, Key> keys_ KELP_GUARDED_BY(mutex_);
+    bool closed_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::notification

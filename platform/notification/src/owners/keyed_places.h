@@ -1,9 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <cstddef>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -26,7 +27,7 @@ class KeyedPlaces {
             return std::make_shared<char>();
         // allocated first, so that nothing is counted if there is no memory
         auto held = std::make_shared<Held>(counts_, key);
-        const std::lock_guard guard(counts_->mutex);
+        const util::MutexLock guard(counts_->mutex);
         std::size_t& count = counts_->byKey[key];
         if (count >= max_)
             return nullptr;
@@ -37,9 +38,9 @@ class KeyedPlaces {
 
   private:
     struct Counts {
-        std::mutex mutex;
-        std::map<std::string, std::size_t>
-            byKey;  ///< guarded by mutex; no count is 0 unless max is
+        util::Mutex mutex{util::LockRank::Leaf, "KeyedPlaces::Counts::mutex"};
+        /// No count is 0 unless max is.
+        std::map<std::string, std::size_t> byKey KELP_GUARDED_BY(mutex);
     };
     struct Held {
         Held(std::shared_ptr<Counts> shared, std::string itsKey)
@@ -47,7 +48,7 @@ class KeyedPlaces {
         ~Held() {
             if (!isTaken)
                 return;
-            const std::lock_guard guard(counts->mutex);
+            const util::MutexLock guard(counts->mutex);
             const auto found = counts->byKey.find(key);
             if (--found->second == 0)
                 counts->byKey.erase(found);

@@ -24,22 +24,22 @@ bool shareLogIn(const std::vector<LogIn>& some, const std::vector<LogIn>& others
 Owner::Owner(const Caller& caller) : peer_(caller.peer), logIns_(caller.logIns) {}
 
 std::vector<LogIn> Owner::logIns() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return logIns_;
 }
 
 std::string Owner::key() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return logIns_.empty() ? peer_.text : logIns_.front().id;
 }
 
 std::string Owner::text() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return logIns_.empty() ? peer_.text : logIns_.front().name;
 }
 
 void Owner::join(const std::vector<LogIn>& logIns) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     for (const LogIn& each : logIns) {
         if (!hasLogIn(logIns_, each))
             logIns_.push_back(each);
@@ -47,7 +47,7 @@ void Owner::join(const std::vector<LogIn>& logIns) {
 }
 
 void Owner::become(const std::vector<LogIn>& heirs) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     logIns_ = heirs;
 }
 
@@ -78,7 +78,7 @@ OwnerPtr Owners::of(const Caller& caller, const OwnerPtr& parent) {
         return parent;
     auto made = std::make_shared<Owner>(caller);
     const std::string key = made->key();
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     for (OwnerPtr& each : allLocked()) {
         if (each->key() != key)
             continue;
@@ -118,7 +118,7 @@ bool Owners::mayCall(const Caller& caller, const OwnerPtr& owner) const {
 }
 
 std::vector<OwnerPtr> Owners::all() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return allLocked();
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/notification/guard.h>
+#include <kelp/util/mutex.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -28,20 +28,20 @@ class Owner {
     /// The peer that made its first object.
     const kelp::orb::PeerAddress& peer() const { return peer_; }
     /// Its log-ins. Empty if the owner is an address.
-    std::vector<LogIn> logIns() const;
+    std::vector<LogIn> logIns() const KELP_EXCLUDES(mutex_);
     /// The log-in's id, or the address: for quotas and comparisons.
-    std::string key() const;
+    std::string key() const KELP_EXCLUDES(mutex_);
     /// The log-in's name, or the address: for messages.
-    std::string text() const;
+    std::string text() const KELP_EXCLUDES(mutex_);
     /// Let the objects also belong to these log-ins.
-    void join(const std::vector<LogIn>& logIns);
+    void join(const std::vector<LogIn>& logIns) KELP_EXCLUDES(mutex_);
     /// Let the objects belong to these log-ins only.
-    void become(const std::vector<LogIn>& heirs);
+    void become(const std::vector<LogIn>& heirs) KELP_EXCLUDES(mutex_);
 
   private:
     const kelp::orb::PeerAddress peer_;
-    mutable std::mutex mutex_;
-    std::vector<LogIn> logIns_;  // guarded by mutex_
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "Owner::mutex_"};
+    std::vector<LogIn> logIns_ KELP_GUARDED_BY(mutex_);
 };
 /// Null: the object was made inside the process and belongs to the EMS.
 using OwnerPtr = std::shared_ptr<Owner>;
@@ -64,7 +64,7 @@ class Owners {
     /// The owner of what the caller makes. Null inside the process. If only the caller's address is
     /// known and `parent`, the owner of the object used to make it, is at that address, it is
     /// `parent`.
-    OwnerPtr of(const Caller& caller, const OwnerPtr& parent = nullptr);
+    OwnerPtr of(const Caller& caller, const OwnerPtr& parent = nullptr) KELP_EXCLUDES(mutex_);
     /// Whether the caller sees the objects of this owner. A caller sees its objects; a caller
     /// inside the process sees all.
     static bool isShown(const Caller& caller, const OwnerPtr& owner);
@@ -73,14 +73,14 @@ class Owners {
     /// the object takes over all the owner's objects.
     bool mayCall(const Caller& caller, const OwnerPtr& owner) const;
     /// All owners that have objects.
-    std::vector<OwnerPtr> all();
+    std::vector<OwnerPtr> all() KELP_EXCLUDES(mutex_);
 
   private:
-    std::vector<OwnerPtr> allLocked();
+    std::vector<OwnerPtr> allLocked() KELP_REQUIRES(mutex_);
 
     const Guard* const guard_;
-    std::mutex mutex_;
-    std::vector<std::weak_ptr<Owner>> owners_;  // guarded by mutex_
+    util::Mutex mutex_{util::LockRank::ChannelPart, "Owners::mutex_"};
+    std::vector<std::weak_ptr<Owner>> owners_ KELP_GUARDED_BY(mutex_);
 };
 
 /// Trace that a proxy is dropped. `proxy` names it with the ids of its admin and itself.

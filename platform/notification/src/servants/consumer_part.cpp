@@ -27,7 +27,7 @@ void ConsumerPart::connect(CORBA::Object_ptr supplier, Farewell farewell) {
     if (connected_.exchange(true))
         throw CosEventChannelAdmin::AlreadyConnected();
     {
-        const std::lock_guard guard(farewellMutex_);
+        const util::MutexLock guard(farewellMutex_);
         farewell_ = std::move(farewell);
     }
     if (!CORBA::is_nil(supplier))
@@ -70,7 +70,7 @@ void ConsumerPart::close(Supplier supplier) {
         return;
     Farewell farewell;
     {
-        const std::lock_guard guard(farewellMutex_);
+        const util::MutexLock guard(farewellMutex_);
         farewell = farewell_;
     }
     core_->farewells().tell(std::move(farewell),

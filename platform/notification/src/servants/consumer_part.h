@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <memory>
 
@@ -92,8 +94,8 @@ class ConsumerPart : public Owned {
     OwnerPtr owner_;
     KeyedPlaces::Place place_;
     Updates updates_;
-    std::mutex farewellMutex_;
-    Farewell farewell_;  // guarded by farewellMutex_
+    util::Mutex farewellMutex_{util::LockRank::Leaf, "ConsumerPart::farewellMutex_"};
+    Farewell farewell_ KELP_GUARDED_BY(farewellMutex_);
     std::atomic<bool> connected_{false};
     std::atomic<bool> closed_{false};
 };

@@ -71,7 +71,7 @@ void EventChannelServant::close(SupplierPart::Consumer consumers) {
     ConsumerAdmins consumerAdmins;
     SupplierAdmins supplierAdmins;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock guard(mutex_);
         consumerAdmins.swap(consumerAdmins_);
         supplierAdmins.swap(supplierAdmins_);
     }
@@ -88,7 +88,7 @@ ConsumerAdmin_ptr EventChannelServant::makeConsumerAdmin(AdminID id, InterFilter
         data->owner = core_->ownerOfCaller();
     auto* servant = new ConsumerAdminServant(
         core_, data, self_.in(), core_->takeAdminPlace(data->owner), [this](AdminID gone) {
-            const std::lock_guard guard(mutex_);
+            const util::MutexLock guard(mutex_);
             consumerAdmins_.erase(gone);
         });
     servant->_add_ref();
@@ -96,7 +96,7 @@ ConsumerAdmin_ptr EventChannelServant::makeConsumerAdmin(AdminID id, InterFilter
     const CORBA::Object_var object =
         core_->activate(servant, {.owner = data->owner, .isCommon = id == kDefaultAdmin});
     data->reference = ConsumerAdmin::_narrow(object.in());
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     consumerAdmins_[id] = {keeper, servant, data->reference};
     return ConsumerAdmin::_duplicate(data->reference.in());
 }
@@ -107,7 +107,7 @@ SupplierAdmin_ptr EventChannelServant::makeSupplierAdmin(AdminID id, InterFilter
         data->owner = core_->ownerOfCaller();
     auto* servant = new SupplierAdminServant(
         core_, data, self_.in(), core_->takeAdminPlace(data->owner), [this](AdminID gone) {
-            const std::lock_guard guard(mutex_);
+            const util::MutexLock guard(mutex_);
             supplierAdmins_.erase(gone);
         });
     servant->_add_ref();
@@ -115,13 +115,13 @@ SupplierAdmin_ptr EventChannelServant::makeSupplierAdmin(AdminID id, InterFilter
     const CORBA::Object_var object = core_->activate(
         servant, {.owner = data->owner, .isCommon = id == kDefaultAdmin, .isOfSuppliers = true});
     data->reference = SupplierAdmin::_narrow(object.in());
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     supplierAdmins_[id] = {keeper, servant, data->reference};
     return SupplierAdmin::_duplicate(data->reference.in());
 }
 
 AdminID EventChannelServant::newId() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     requireRoom(consumerAdmins_);
     requireRoom(supplierAdmins_);
     return ++lastId_;
@@ -132,12 +132,12 @@ EventChannelFactory_ptr EventChannelServant::MyFactory() {
 }
 
 ConsumerAdmin_ptr EventChannelServant::default_consumer_admin() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return ConsumerAdmin::_duplicate(defaultOf(consumerAdmins_).in());
 }
 
 SupplierAdmin_ptr EventChannelServant::default_supplier_admin() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return SupplierAdmin::_duplicate(defaultOf(supplierAdmins_).in());
 }
 
@@ -160,25 +160,25 @@ SupplierAdmin_ptr EventChannelServant::new_for_suppliers(InterFilterGroupOperato
 
 ConsumerAdmin_ptr EventChannelServant::get_consumeradmin(AdminID id) {
     const Caller caller = core_->caller();
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return ConsumerAdmin::_duplicate(adminOf(caller, consumerAdmins_, id).reference.in());
 }
 
 SupplierAdmin_ptr EventChannelServant::get_supplieradmin(AdminID id) {
     const Caller caller = core_->caller();
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return SupplierAdmin::_duplicate(adminOf(caller, supplierAdmins_, id).reference.in());
 }
 
 AdminIDSeq* EventChannelServant::get_all_consumeradmins() {
     const Caller caller = core_->caller();
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return idsOf(caller, consumerAdmins_);
 }
 
 AdminIDSeq* EventChannelServant::get_all_supplieradmins() {
     const Caller caller = core_->caller();
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return idsOf(caller, supplierAdmins_);
 }
 

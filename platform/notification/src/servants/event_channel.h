@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <map>
 
 #include "consumer_admin.h"
@@ -79,16 +81,16 @@ class EventChannelServant final : public POA_CosNotifyChannelAdmin::EventChannel
         CosNotifyChannelAdmin::AdminID id, CosNotifyChannelAdmin::InterFilterGroupOperator op);
     CosNotifyChannelAdmin::SupplierAdmin_ptr makeSupplierAdmin(
         CosNotifyChannelAdmin::AdminID id, CosNotifyChannelAdmin::InterFilterGroupOperator op);
-    CosNotifyChannelAdmin::AdminID newId();
+    CosNotifyChannelAdmin::AdminID newId() KELP_EXCLUDES(mutex_);
 
     const std::shared_ptr<ChannelCore> core_;
     const CosNotifyFilter::FilterFactory_var filters_;
     SharedQos qos_{Qos(), QosSide::Channel};
     CosNotifyChannelAdmin::EventChannel_var self_;
-    std::mutex mutex_;  // guards what follows
-    ConsumerAdmins consumerAdmins_;
-    SupplierAdmins supplierAdmins_;
-    CosNotifyChannelAdmin::AdminID lastId_ = 0;
+    util::Mutex mutex_{util::LockRank::ChannelPart, "EventChannelServant::mutex_"};
+    ConsumerAdmins consumerAdmins_ KELP_GUARDED_BY(mutex_);
+    SupplierAdmins supplierAdmins_ KELP_GUARDED_BY(mutex_);
+    CosNotifyChannelAdmin::AdminID lastId_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelp::notification

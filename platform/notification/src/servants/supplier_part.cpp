@@ -60,7 +60,7 @@ void SupplierPart::connectPull(CORBA::Object_ptr consumer, Farewell farewell) {
     if (!outlet_->connectPull())
         refuseConnection();
     {
-        const std::lock_guard guard(farewellMutex_);
+        const util::MutexLock guard(farewellMutex_);
         farewell_ = std::move(farewell);
     }
     tellOfOffers(consumer);
@@ -110,7 +110,7 @@ void SupplierPart::close(Consumer consumer) {
     if (receiver) {
         farewell = [receiver] { receiver->disconnect(); };
     } else {
-        const std::lock_guard guard(farewellMutex_);
+        const util::MutexLock guard(farewellMutex_);
         farewell = farewell_;
     }
     core_->farewells().tell(std::move(farewell),

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <memory>
 
@@ -83,8 +85,8 @@ class SupplierPart : public Owned {
     OwnerPtr owner_;
     KeyedPlaces::Place place_;
     Updates updates_;
-    std::mutex farewellMutex_;
-    Farewell farewell_;  // guarded by farewellMutex_; of a consumer that pulls
+    util::Mutex farewellMutex_{util::LockRank::Leaf, "SupplierPart::farewellMutex_"};
+    Farewell farewell_ KELP_GUARDED_BY(farewellMutex_);  ///< of a consumer that pulls
     std::atomic<bool> closed_{false};
 };
 

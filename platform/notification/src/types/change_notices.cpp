@@ -15,6 +15,8 @@ namespace kelp::notification {
 
 namespace {
 
+using util::MutexLock;
+
 void traceFailure(const std::string& what, const std::exception& failure) {
     kelp::util::traceFrom("changenotices", what + failure.what(), kelp::util::TraceKind::Exception);
 }
@@ -28,7 +30,7 @@ ChangeNotices::~ChangeNotices() {
 }
 
 void ChangeNotices::schedule(std::shared_ptr<TypeFeed> feed) {
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_)
         return;
     if (std::find(waiting_.begin(), waiting_.end(), feed) == waiting_.end())
@@ -47,7 +49,7 @@ void ChangeNotices::schedule(std::shared_ptr<TypeFeed> feed) {
 void ChangeNotices::close() {
     std::deque<std::shared_ptr<TypeFeed>>
         forgotten;  // may delete feeds, which must not happen under the lock
-    const Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
     forgotten.swap(waiting_);
     work_.notify_all();
@@ -57,7 +59,7 @@ void ChangeNotices::stop() {
     close();
     std::thread ending;
     {
-        const Lock lock(mutex_);
+        const MutexLock lock(mutex_);
         ending.swap(thread_);
     }
     if (ending.joinable())
@@ -65,8 +67,9 @@ void ChangeNotices::stop() {
 }
 
 std::shared_ptr<TypeFeed> ChangeNotices::next() {
-    Lock lock(mutex_);
-    work_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
+    const MutexLock lock(mutex_);
+    while (!stopping_ && waiting_.empty())
+        work_.wait(mutex_);
     if (stopping_)
         return nullptr;
     std::shared_ptr<TypeFeed> feed = std::move(waiting_.front());

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace kelp::notification {
@@ -23,24 +23,22 @@ class ChangeNotices {
     ChangeNotices& operator=(const ChangeNotices&) = delete;
 
     /// Schedule a feed that has a follower to notify. Does nothing if the feed waits already.
-    void schedule(std::shared_ptr<TypeFeed> feed);
+    void schedule(std::shared_ptr<TypeFeed> feed) KELP_EXCLUDES(mutex_);
     /// From here on no call begins. Does not wait.
-    void close();
+    void close() KELP_EXCLUDES(mutex_);
     /// close(), then wait for the call in progress. Not to be called by the thread itself.
-    void stop();
+    void stop() KELP_EXCLUDES(mutex_);
 
   private:
-    using Lock = std::unique_lock<std::mutex>;
-
     void run();
-    std::shared_ptr<TypeFeed> next();
+    std::shared_ptr<TypeFeed> next() KELP_EXCLUDES(mutex_);
 
     const std::chrono::milliseconds callTimeout_;
-    std::mutex mutex_;  // guards what follows
-    std::condition_variable work_;
-    std::deque<std::shared_ptr<TypeFeed>> waiting_;  // each once
-    bool stopping_ = false;
-    std::thread thread_;
+    util::Mutex mutex_{util::LockRank::Leaf, "ChangeNotices::mutex_"};
+    util::ConditionVariable work_;
+    std::deque<std::shared_ptr<TypeFeed>> waiting_ KELP_GUARDED_BY(mutex_);  // each once
+    bool stopping_ KELP_GUARDED_BY(mutex_) = false;
+    std::thread thread_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::notification

@@ -3,14 +3,14 @@
 namespace kelp::notification {
 
 Offers::OffererId Offers::enter() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     offers_[++lastId_];
     return lastId_;
 }
 
 void Offers::change(OffererId offerer, const CosNotification::EventTypeSeq& added,
                     const CosNotification::EventTypeSeq& removed) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto found = offers_.find(offerer);
     if (found == offers_.end())
         throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
@@ -19,7 +19,7 @@ void Offers::change(OffererId offerer, const CosNotification::EventTypeSeq& adde
 }
 
 void Offers::leave(OffererId offerer) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (offers_.erase(offerer) > 0)
         publish();
 }

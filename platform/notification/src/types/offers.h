@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "types/type_feed.h"
 
@@ -18,21 +19,21 @@ class Offers {
     /// Publishes the union of all offers in `feed`.
     explicit Offers(std::shared_ptr<TypeFeed> feed) : feed_(std::move(feed)) {}
 
-    OffererId enter();
+    OffererId enter() KELP_EXCLUDES(mutex_);
     /// Change the offers of one offerer, completely or not at all. Throws what changedTypes throws,
     /// and OBJECT_NOT_EXIST if the offerer has left.
     void change(OffererId offerer, const CosNotification::EventTypeSeq& added,
-                const CosNotification::EventTypeSeq& removed);
+                const CosNotification::EventTypeSeq& removed) KELP_EXCLUDES(mutex_);
     /// Remove the offerer and its offers. Does nothing the second time.
-    void leave(OffererId offerer);
+    void leave(OffererId offerer) KELP_EXCLUDES(mutex_);
 
   private:
-    void publish();
+    void publish() KELP_REQUIRES(mutex_);
 
     const std::shared_ptr<TypeFeed> feed_;
-    std::mutex mutex_;  // guards what follows
-    std::map<OffererId, TypeSet> offers_;
-    OffererId lastId_ = 0;
+    util::Mutex mutex_{util::LockRank::ChannelPart, "Offers::mutex_"};
+    std::map<OffererId, TypeSet> offers_ KELP_GUARDED_BY(mutex_);
+    OffererId lastId_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelp::notification

@@ -21,12 +21,12 @@ TypeFeed::TypeFeed(ChangeNotices& notices, TypeSet initial, std::size_t follower
       types_(std::make_shared<const TypeSet>(std::move(initial))) {}
 
 TypeSet TypeFeed::types() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return *types_;
 }
 
 void TypeFeed::publish(TypeSet types) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (*types_ == types)
         return;
     types_ = std::make_shared<const TypeSet>(std::move(types));
@@ -35,7 +35,7 @@ void TypeFeed::publish(TypeSet types) {
 }
 
 TypeFeed::FollowerId TypeFeed::follow(Peer peer, const TypeSet& known) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (followers_.size() >= followersMax_)
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     const bool isBehind = *types_ != known;
@@ -48,13 +48,13 @@ TypeFeed::FollowerId TypeFeed::follow(Peer peer, const TypeSet& known) {
 
 bool TypeFeed::unfollow(FollowerId id) {
     Followers::node_type gone;  // releases its reference without the lock
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     gone = followers_.extract(id);
     return !gone.empty();
 }
 
 std::vector<TypeFeed::FollowerId> TypeFeed::followers() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     std::vector<FollowerId> ids;
     for (const auto& [id, follower] : followers_)
         ids.push_back(id);
@@ -84,7 +84,7 @@ bool TypeFeed::tellNext() {
     CosNotification::EventTypeSeq_var removed;
     FollowerId id = 0;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock guard(mutex_);
         const auto found = nextBehind();
         if (found == followers_.end())
             return false;

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -41,20 +42,20 @@ class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
     /// `notices` must outlive the users of the feed.
     TypeFeed(ChangeNotices& notices, TypeSet initial, std::size_t followersMax = kNoLimit);
 
-    TypeSet types() const;
+    TypeSet types() const KELP_EXCLUDES(mutex_);
     /// Replace the set and schedule the peers that have to be notified.
-    void publish(TypeSet types);
+    void publish(TypeSet types) KELP_EXCLUDES(mutex_);
 
     /// Add a peer that knows the types `known`. It is notified at once if the set differs, later
     /// after each change. Throws NO_RESOURCES if there are too many peers.
-    FollowerId follow(Peer peer, const TypeSet& known);
+    FollowerId follow(Peer peer, const TypeSet& known) KELP_EXCLUDES(mutex_);
     /// Remove a peer. False if it does not follow. Does not wait for a call in progress.
-    bool unfollow(FollowerId id);
-    std::vector<FollowerId> followers() const;
+    bool unfollow(FollowerId id) KELP_EXCLUDES(mutex_);
+    std::vector<FollowerId> followers() const KELP_EXCLUDES(mutex_);
 
     /// Notify one peer that does not know the current set. False if all know it. Called by the
     /// thread of the notices.
-    bool tellNext();
+    bool tellNext() KELP_EXCLUDES(mutex_);
 
   private:
     using Types = std::shared_ptr<const TypeSet>;
@@ -64,15 +65,15 @@ class TypeFeed : public std::enable_shared_from_this<TypeFeed> {
     };
     using Followers = std::map<FollowerId, Follower>;
 
-    Followers::iterator nextBehind();
+    Followers::iterator nextBehind() KELP_REQUIRES(mutex_);
 
     ChangeNotices& notices_;
     const std::size_t followersMax_;
-    mutable std::mutex mutex_;  // guards what follows
-    Types types_;
-    Followers followers_;
-    FollowerId lastId_ = 0;
-    FollowerId lastTold_ = 0;
+    mutable util::Mutex mutex_{util::LockRank::ChannelTypes, "TypeFeed::mutex_"};
+    Types types_ KELP_GUARDED_BY(mutex_);
+    Followers followers_ KELP_GUARDED_BY(mutex_);
+    FollowerId lastId_ KELP_GUARDED_BY(mutex_) = 0;
+    FollowerId lastTold_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelp::notification

@@ -4,13 +4,13 @@ namespace kelp::notification {
 
 void TypeList::change(const CosNotification::EventTypeSeq& added,
                       const CosNotification::EventTypeSeq& removed) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     TypeSet changed = changedTypes(types_, added, removed);
     types_ = isAll(changed) ? TypeSet() : std::move(changed);
 }
 
 bool TypeList::matches(const CosNotification::EventType& type) const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (types_.empty())
         return true;
     for (const auto& [domain, name] : types_) {
@@ -22,7 +22,7 @@ bool TypeList::matches(const CosNotification::EventType& type) const {
 }
 
 TypeSet TypeList::types() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return types_.empty() ? allTypes() : types_;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <mutex>
+#include <kelp/util/mutex.h>
 
 #include "types/type_set.h"
 
@@ -12,13 +12,13 @@ class TypeList {
   public:
     /// Change the types completely or not at all. Throws what changedTypes throws.
     void change(const CosNotification::EventTypeSeq& added,
-                const CosNotification::EventTypeSeq& removed);
-    bool matches(const CosNotification::EventType& type) const;
-    TypeSet types() const;
+                const CosNotification::EventTypeSeq& removed) KELP_EXCLUDES(mutex_);
+    bool matches(const CosNotification::EventType& type) const KELP_EXCLUDES(mutex_);
+    TypeSet types() const KELP_EXCLUDES(mutex_);
 
   private:
-    mutable std::mutex mutex_;
-    TypeSet types_;  // guarded by mutex_; empty: all
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "TypeList::mutex_"};
+    TypeSet types_ KELP_GUARDED_BY(mutex_);  ///< empty: all
 };
 
 }  // namespace kelp::notification

@@ -7,7 +7,7 @@ namespace kelp::notification {
 using namespace CosNotifyChannelAdmin;
 
 CosNotification::EventTypeSeq* Updates::obtain(Mode mode) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     TypeSet now = feed_->types();
     CosNotification::EventTypeSeq_var told =
         asSequence(mode == ALL_NOW_UPDATES_ON || mode == ALL_NOW_UPDATES_OFF ? now : TypeSet());
@@ -21,13 +21,13 @@ CosNotification::EventTypeSeq* Updates::obtain(Mode mode) {
 }
 
 void Updates::connect(TypeFeed::Peer peer) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     peer_ = std::move(peer);
     followIfWanted();
 }
 
 void Updates::close() {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     closed_ = true;
     unfollow();
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cos/CosNotifyChannelAdmin.h>
+#include <kelp/util/mutex.h>
 
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "types/type_feed.h"
@@ -21,23 +21,24 @@ class Updates {
 
     /// Answer obtain_offered_types and obtain_subscription_types, and switch updates on or off. A
     /// peer that was dropped after a failure follows again if it asks.
-    CosNotification::EventTypeSeq* obtain(Mode mode);
+    CosNotification::EventTypeSeq* obtain(Mode mode) KELP_EXCLUDES(mutex_);
 
     /// Connect the peer. Called once at most.
-    void connect(TypeFeed::Peer peer);
+    void connect(TypeFeed::Peer peer) KELP_EXCLUDES(mutex_);
     /// The proxy ends: no call begins from here on. A call in progress continues.
-    void close();
+    void close() KELP_EXCLUDES(mutex_);
 
   private:
-    void followIfWanted();
-    void unfollow();
+    void followIfWanted() KELP_REQUIRES(mutex_);
+    void unfollow() KELP_REQUIRES(mutex_);
 
     const std::shared_ptr<TypeFeed> feed_;
-    std::mutex mutex_;  // guards what follows
-    std::optional<TypeFeed::Peer> peer_;
-    std::optional<TypeSet> known_;  // by the peer; none: it wants no updates
-    std::optional<TypeFeed::FollowerId> follower_;
-    bool closed_ = false;
+    util::Mutex mutex_{util::LockRank::ChannelPart, "Updates::mutex_"};
+    std::optional<TypeFeed::Peer> peer_ KELP_GUARDED_BY(mutex_);
+    std::optional<TypeSet> known_
+        KELP_GUARDED_BY(mutex_);  // by the peer; none: it wants no updates
+    std::optional<TypeFeed::FollowerId> follower_ KELP_GUARDED_BY(mutex_);
+    bool closed_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::notification

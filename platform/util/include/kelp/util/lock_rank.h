@@ -26,6 +26,22 @@ enum class LockRank {
     /// The agent's ping round, the managers' alarms and their known attributes. While one of these
     /// is held the notification channel and the ORB are called, which lock their own mutexes.
     Agent,
+    /// One push into an event channel at a time. All other locks of the channel may be locked while
+    /// it is held. So may the leaf that the listener for lost events locks.
+    ChannelIntake,
+    /// One change of an event channel at a time: of qualities of service, or of what its consumers
+    /// subscribe to. All other locks of the channel may be locked while it is held.
+    ChannelChange,
+    /// The lists and limits of an event channel. Its subscriptions and its dispatcher are locked
+    /// while it is held.
+    Channel,
+    /// A part of an event channel, such as a subscription, a filter list or the proxies of an
+    /// admin. An owner, a set of event types, the dispatcher and counted places are locked while it
+    /// is held, but no other part.
+    ChannelPart,
+    /// A set of event types that peers of an event channel follow. The change notices are locked
+    /// while it is held.
+    ChannelTypes,
     /// One start of the ORB port at a time. If it fails, the gate's connections are ended while it
     /// is held.
     OrbStart,

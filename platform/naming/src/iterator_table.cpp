@@ -24,7 +24,7 @@ std::string IteratorTable::open(std::vector<NameEntry> entries, const std::strin
                                 const NamingLimits& limits, Time now) {
     Iterator made{randomId(), owner, std::move(entries), 0, now};
     const std::string id = made.id;
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     endIdle(limits, now);
     iterators_.push_back(std::move(made));
     endOldest(owner, limits);
@@ -33,7 +33,7 @@ std::string IteratorTable::open(std::vector<NameEntry> entries, const std::strin
 
 std::optional<std::vector<NameEntry>> IteratorTable::next(const std::string& id, std::size_t count,
                                                           const NamingLimits& limits, Time now) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto found = find(id, limits, now);
     if (found == iterators_.end())
         return std::nullopt;
@@ -47,7 +47,7 @@ std::optional<std::vector<NameEntry>> IteratorTable::next(const std::string& id,
 }
 
 bool IteratorTable::close(const std::string& id, const NamingLimits& limits, Time now) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     const auto found = find(id, limits, now);
     if (found == iterators_.end())
         return false;
@@ -56,12 +56,12 @@ bool IteratorTable::close(const std::string& id, const NamingLimits& limits, Tim
 }
 
 bool IteratorTable::isOpen(const std::string& id, const NamingLimits& limits, Time now) {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return find(id, limits, now) != iterators_.end();
 }
 
 std::size_t IteratorTable::size() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return iterators_.size();
 }
 

@@ -42,23 +42,23 @@ ServedTree::ServedTree(const NamingSettings& settings, std::unique_ptr<Surroundi
 
 void ServedTree::change(const std::vector<NamingPath>& aliases, const NamingLimits& limits) {
     std::shared_ptr<const NameTree> changed = treeOf(objectPath_, aliases);
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     tree_.swap(changed);
     limits_ = limits;
 }
 
 NamingLimits ServedTree::limits() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return limits_;
 }
 
 std::shared_ptr<const NameTree> ServedTree::tree() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return tree_;
 }
 
 CORBA::Object_ptr ServedTree::object() const {
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     return CORBA::Object::_duplicate(object_.in());
 }
 
@@ -99,7 +99,7 @@ void ServedTree::bind(const NamingPath& path, CORBA::Object_ptr object, Bind how
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
     CORBA::Object_var kept = CORBA::Object::_duplicate(
         object);  // swapped: the former object is released without the lock
-    const std::lock_guard guard(mutex_);
+    const util::MutexLock guard(mutex_);
     if (how == Bind::New && !CORBA::is_nil(object_.in()))
         throw NamingContext::AlreadyBound();
     std::swap(object_.inout(), kept.inout());
@@ -110,7 +110,7 @@ void ServedTree::unbind(const NamingPath& path, std::size_t context) {
         throwNoPermission();
     CORBA::Object_var former;
     {
-        const std::lock_guard guard(mutex_);
+        const util::MutexLock guard(mutex_);
         former = object_._retn();
     }
     if (CORBA::is_nil(former.in()))

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/naming/naming_service.h>
+#include <kelp/util/mutex.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -24,8 +24,9 @@ class ServedTree {
                OnRefusedChange onRefused);
 
     Surroundings& surroundings() const { return *surroundings_; }
-    void change(const std::vector<util::NamingPath>& aliases, const NamingLimits& limits);
-    NamingLimits limits() const;
+    void change(const std::vector<util::NamingPath>& aliases, const NamingLimits& limits)
+        KELP_EXCLUDES(mutex_);
+    NamingLimits limits() const KELP_EXCLUDES(mutex_);
 
     bool isContext(const util::NamingPath& path) const { return tree()->isContext(path); }
     /// What the path leads to; the caller owns the reference. Throws NotFound.
@@ -38,24 +39,25 @@ class ServedTree {
     enum class Bind { New, Over };
     /// Bind the object. Throws NO_PERMISSION if `path` is not the object's own, and AlreadyBound if
     /// `how` is New and an object is bound.
-    void bind(const util::NamingPath& path, CORBA::Object_ptr object, Bind how);
+    void bind(const util::NamingPath& path, CORBA::Object_ptr object, Bind how)
+        KELP_EXCLUDES(mutex_);
     /// Unbind the object. Throws NO_PERMISSION likewise, and NotFound if no object is bound.
-    void unbind(const util::NamingPath& path, std::size_t context);
+    void unbind(const util::NamingPath& path, std::size_t context) KELP_EXCLUDES(mutex_);
 
     IteratorTable& iterators() { return iterators_; }
 
   private:
-    std::shared_ptr<const NameTree> tree() const;
-    CORBA::Object_ptr object() const;
+    std::shared_ptr<const NameTree> tree() const KELP_EXCLUDES(mutex_);
+    CORBA::Object_ptr object() const KELP_EXCLUDES(mutex_);
 
     const util::NamingPath objectPath_;
     const std::unique_ptr<Surroundings> surroundings_;
     const OnRefusedChange onRefused_;
     IteratorTable iterators_;  // has a separate lock
-    mutable std::mutex mutex_;
-    std::shared_ptr<const NameTree> tree_;  // these three members are guarded by mutex_
-    NamingLimits limits_;
-    CORBA::Object_var object_;
+    mutable util::Mutex mutex_{util::LockRank::Leaf, "ServedTree::mutex_"};
+    std::shared_ptr<const NameTree> tree_ KELP_GUARDED_BY(mutex_);
+    NamingLimits limits_ KELP_GUARDED_BY(mutex_);
+    CORBA::Object_var object_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::naming

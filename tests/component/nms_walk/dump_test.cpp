@@ -55,7 +55,7 @@ class DumpTest : public testing::Test {
     FakeNetwork network_;
     std::unique_ptr<nms::NmsSession> session_;
     TemporaryDirectory scratch_;
-    nms::ListOptions options_;
+    nms::DumpOptions options_;
     std::unique_ptr<nms::WalkProgress> progress_;
     std::unique_ptr<nms::NetworkDump> task_;
     std::string told_;

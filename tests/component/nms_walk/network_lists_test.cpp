@@ -7,7 +7,7 @@
 namespace kelp::test {
 namespace {
 
-using nms::Command;
+using nms::ListKind;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -20,11 +20,11 @@ class NetworkListsTest : public testing::Test {
     }
 
     /// Read the list. Keep its output and its messages, even if it throws.
-    bool read(Command command) {
+    bool read(ListKind kind) {
         if (!session_)
             session_ = sessionWith(network_, orb_);
         progress_ = std::make_unique<nms::WalkProgress>("list");
-        task_ = std::make_unique<nms::NetworkLists>(command, options_, *progress_);
+        task_ = std::make_unique<nms::NetworkLists>(kind, options_, *progress_);
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
         const Captured captured{*this};
@@ -65,21 +65,21 @@ class NetworkListsTest : public testing::Test {
 
 TEST_F(NetworkListsTest, ElementsBeginWithTheOneNamed) {
     network_.addElements(5);
-    EXPECT_TRUE(read(Command::Elements));
+    EXPECT_TRUE(read(ListKind::Elements));
     EXPECT_THAT(written(), ElementsAre("NE-1", "NE-2", "NE-3", "NE-4", "NE-5"));
     options_.from = "NE-4";
-    EXPECT_TRUE(read(Command::Elements));
+    EXPECT_TRUE(read(ListKind::Elements));
     EXPECT_THAT(written(), ElementsAre("NE-4", "NE-5"));
 }
 
 TEST_F(NetworkListsTest, PortsComeElementByElementInTheElementsOrder) {
     network_.addElements(3);
     network_.portsEach = 2;
-    EXPECT_TRUE(read(Command::Ports));
+    EXPECT_TRUE(read(ListKind::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-1 /port=1", "NE-1 /port=2", "NE-2 /port=1",
                                        "NE-2 /port=2", "NE-3 /port=1", "NE-3 /port=2"));
     options_.from = "NE-3";
-    EXPECT_TRUE(read(Command::Ports));
+    EXPECT_TRUE(read(ListKind::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-3 /port=1", "NE-3 /port=2"));
 }
 
@@ -87,20 +87,20 @@ TEST_F(NetworkListsTest, ElementsThatAreNamedAreReadInThatOrderAndOnce) {
     network_.addElements(3);
     network_.portsEach = 1;
     options_.elements = {"NE-3", "NE-1", "NE-3"};
-    EXPECT_TRUE(read(Command::Ports));
+    EXPECT_TRUE(read(ListKind::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-3 /port=1", "NE-1 /port=1"));
     EXPECT_THAT(told_, HasSubstr("NE-3 is listed more than once"));
     options_.from = "NE-1";
-    EXPECT_TRUE(read(Command::Ports));
+    EXPECT_TRUE(read(ListKind::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-1 /port=1"));
 }
 
 TEST_F(NetworkListsTest, ElementToBeginWithMustBeThere) {
     network_.addElements(3);
     options_.from = "NE-9";
-    for (const Command command : {Command::Elements, Command::Ports, Command::Equipment}) {
+    for (const ListKind kind : {ListKind::Elements, ListKind::Ports, ListKind::Equipment}) {
         try {
-            read(command);
+            read(kind);
             FAIL() << "there is no such element";
         } catch (const std::invalid_argument& problem) {
             EXPECT_THAT(problem.what(), HasSubstr("there is no element \"NE-9\""));
@@ -111,18 +111,18 @@ TEST_F(NetworkListsTest, ElementToBeginWithMustBeThere) {
 
 TEST_F(NetworkListsTest, EquipmentNeedsItsManager) {
     network_.addElements(1);
-    EXPECT_TRUE(read(Command::Equipment));
+    EXPECT_TRUE(read(ListKind::Equipment));
     EXPECT_THAT(written(), ElementsAre("NE-1 /shelf=1", "NE-1 /shelf=1/slot=1 1"));
     session_.reset();
     network_.hasEquipment = false;
-    EXPECT_THROW(read(Command::Equipment), nms::NoSuchManager);
+    EXPECT_THROW(read(ListKind::Equipment), nms::NoSuchManager);
     EXPECT_EQ(written_, "");
 }
 
 TEST_F(NetworkListsTest, EquipmentNeedsAManagerThatImplementsIt) {
     network_.addElements(1);
     network_.implementsEquipment = false;
-    EXPECT_THROW(read(Command::Equipment), nms::NoSuchManager);
+    EXPECT_THROW(read(ListKind::Equipment), nms::NoSuchManager);
     EXPECT_EQ(written_, "");
 }
 
@@ -130,7 +130,7 @@ TEST_F(NetworkListsTest, LinksInSubnetworksAreLeftOutWhereTheManagerDoesNotImple
     network_.links = 2;
     network_.subnetworks = {{"north", {"a"}}, {"south", {"b"}}};
     network_.implementsSubnetworks = false;
-    EXPECT_TRUE(read(Command::Links));
+    EXPECT_TRUE(read(ListKind::Links));
     EXPECT_THAT(told_, HasSubstr("links in subnetworks are left out"));
 }
 
@@ -140,7 +140,7 @@ TEST_F(NetworkListsTest, ElementThatFailedIsNotCountedAsWritten) {
         if (network_.iterators.nexts == 2)
             throw CORBA::COMM_FAILURE();
     };
-    EXPECT_THROW(read(Command::Elements), nms::CallFailed);
+    EXPECT_THROW(read(ListKind::Elements), nms::CallFailed);
     EXPECT_THAT(written(), ElementsAre("NE-1", "NE-2", "NE-3"));
     EXPECT_EQ(task_->cutShort(), "cut short after 3 elements; go on with --from \"NE-4\"");
 }
@@ -154,7 +154,7 @@ TEST_F(NetworkListsTest, FailureInTheMiddleOfAnElementSaysWhatToDrop) {
         if (network_.iterators.nexts == 102)
             throw refusal(globaldefs::EXCPT_INTERNAL_ERROR);
     };
-    EXPECT_THROW(read(Command::Ports), nms::ProcessingFailure);
+    EXPECT_THROW(read(ListKind::Ports), nms::ProcessingFailure);
     EXPECT_EQ(written().size(), 9u);
     EXPECT_EQ(task_->cutShort(),
               "cut short after 9 ports, of which the last 4 are of NE-2 and not all of it: drop "
@@ -171,7 +171,7 @@ TEST_F(NetworkListsTest, ElementThatTheEmsNoLongerHasIsLeftOutAndTold) {
             if (element == "NE-2")
                 throw refusal(type);
         };
-        EXPECT_FALSE(read(Command::Ports)) << "what came is not all";
+        EXPECT_FALSE(read(ListKind::Ports)) << "what came is not all";
         EXPECT_THAT(written(), ElementsAre("NE-1 /port=1", "NE-3 /port=1"));
         EXPECT_THAT(told_, HasSubstr("getAllPTPs(NE-2): " + nms::exceptionTypeName(type)));
     }
@@ -181,7 +181,7 @@ TEST_F(NetworkListsTest, ElementThatIsListedTwiceIsReadOnceAndTold) {
     network_.addElements(3);
     network_.elements.push_back(network_.elements.front());
     network_.portsEach = 1;
-    EXPECT_TRUE(read(Command::Ports));
+    EXPECT_TRUE(read(ListKind::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-1 /port=1", "NE-2 /port=1", "NE-3 /port=1"));
     EXPECT_THAT(told_, HasSubstr("NE-1 is listed more than once"));
 }
@@ -193,9 +193,9 @@ TEST_F(NetworkListsTest, ElementWithAForeignNameIsShownButItsPortsAreLeftOut) {
     const Name odd = {{"EMS", "Kelp/EMS"}, {"ME", "NE-7"}};
     network_.elements.insert(network_.elements.begin() + 1, foreign);
     network_.elements.push_back(odd);
-    EXPECT_TRUE(read(Command::Elements));
+    EXPECT_TRUE(read(ListKind::Elements));
     EXPECT_EQ(written().size(), 4u);
-    EXPECT_FALSE(read(Command::Ports));
+    EXPECT_FALSE(read(ListKind::Ports));
     EXPECT_THAT(written(), ElementsAre("NE-1 /port=1", "NE-2 /port=1"));
     EXPECT_THAT(told_, HasSubstr("Other/EMS"));
     EXPECT_THAT(told_, HasSubstr("NE-7"));
@@ -204,10 +204,10 @@ TEST_F(NetworkListsTest, ElementWithAForeignNameIsShownButItsPortsAreLeftOut) {
 TEST_F(NetworkListsTest, LinksInSubnetworksComeTooEachOnce) {
     network_.links = 2;
     network_.subnetworks = {{"north", {"a", "b", "c"}}, {"south", {"c", "d"}}};
-    EXPECT_TRUE(read(Command::Links)) << told_;
+    EXPECT_TRUE(read(ListKind::Links)) << told_;
     EXPECT_THAT(written(), ElementsAre("1", "2", "a", "b", "c", "d"));
     network_.subnetworksAreGone = true;
-    EXPECT_FALSE(read(Command::Links));
+    EXPECT_FALSE(read(ListKind::Links));
     EXPECT_THAT(written(), ElementsAre("1", "2"));
     EXPECT_THAT(told_, HasSubstr("getAllTopologicalLinks(north): EXCPT_ENTITY_NOT_FOUND"));
     EXPECT_THAT(told_, HasSubstr("getAllTopologicalLinks(south): EXCPT_ENTITY_NOT_FOUND"));
@@ -216,7 +216,7 @@ TEST_F(NetworkListsTest, LinksInSubnetworksComeTooEachOnce) {
 TEST_F(NetworkListsTest, DifferenceToTheEmssOwnCountIsTold) {
     network_.addElements(3);
     network_.iterators.lengthTooMuch = 1;
-    EXPECT_FALSE(read(Command::Elements));
+    EXPECT_FALSE(read(ListKind::Elements));
     EXPECT_EQ(written().size(), 3u);
     EXPECT_THAT(told_,
                 HasSubstr("getAllManagedElements: the EMS said there are 4 entries, but 3 came"));
@@ -225,7 +225,7 @@ TEST_F(NetworkListsTest, DifferenceToTheEmssOwnCountIsTold) {
 TEST_F(NetworkListsTest, InterruptStopsBetweenTwoBatches) {
     network_.addElements(9);
     network_.iterators.onNext = [this](CORBA::ULong) { progress_->interrupt(); };
-    EXPECT_THROW(read(Command::Elements), nms::Interrupted);
+    EXPECT_THROW(read(ListKind::Elements), nms::Interrupted);
     EXPECT_EQ(written().size(), 3u);
     EXPECT_EQ(task_->cutShort(), "cut short after 3 elements; go on with --from \"NE-4\"");
     EXPECT_EQ(network_.iterators.destroyed, 1);
@@ -234,14 +234,14 @@ TEST_F(NetworkListsTest, InterruptStopsBetweenTwoBatches) {
 TEST_F(NetworkListsTest, EmptyListsHaveTheirHeadings) {
     network_.links = 0;
     options_.format = nms::Format::Table;
-    EXPECT_TRUE(read(Command::Elements));
+    EXPECT_TRUE(read(ListKind::Elements));
     EXPECT_EQ(written_, "ELEMENT  LABEL  PRODUCT  VERSION  STATE  IN SYNC  LOCATION\n");
     options_.format = nms::Format::Csv;
-    EXPECT_TRUE(read(Command::Ports));
+    EXPECT_TRUE(read(ListKind::Ports));
     EXPECT_THAT(written_, testing::StartsWith("EMS,ManagedElement,PTP,FTP,name,"));
     EXPECT_THAT(written_, testing::EndsWith(",additionalInfo\r\n"));
     options_.format = nms::Format::Json;
-    EXPECT_TRUE(read(Command::Links));
+    EXPECT_TRUE(read(ListKind::Links));
     EXPECT_EQ(written_, "");
 }
 

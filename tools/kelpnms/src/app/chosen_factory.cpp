@@ -11,7 +11,7 @@ constexpr std::chrono::milliseconds kPause{250};
 
 }  // namespace
 
-FoundFactory chosenFactory(NmsClient& client, const Options& options, Report& report) {
+FoundFactory chosenFactory(NmsClient& client, const ConnectionOptions& options, Report& report) {
     FoundFactory factory = options.factoryReference.empty()
                                ? client.findFactory(options.factoryPath)
                                : client.factoryByReference(options.factoryReference);
@@ -19,7 +19,7 @@ FoundFactory chosenFactory(NmsClient& client, const Options& options, Report& re
     return factory;
 }
 
-FoundFactory awaitedFactory(NmsClient& client, const Options& options, Report& report) {
+FoundFactory awaitedFactory(NmsClient& client, const ConnectionOptions& options, Report& report) {
     const auto deadline = std::chrono::steady_clock::now() + options.timeout;
     for (bool isFirst = true;; isFirst = false) {
         try {

@@ -1,6 +1,12 @@
 #include "app/list_commands.h"
 
 #include <map>
+#include <memory>
+
+#include "upload/list_options.h"
+#include "upload/network_dump.h"
+#include "upload/network_lists.h"
+#include "upload/upload.h"
 
 namespace kelp::nms {
 
@@ -32,68 +38,115 @@ element may have been written already; standard error says how many.)";
 const std::map<std::string, Format> kFormats = {
     {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
 
-CLI::App* addListCommand(CLI::App& app, Options& options, const char* name, const char* what,
-                         Command which) {
-    CLI::App* command =
-        app.add_subcommand(name, what)->callback([&options, which] { options.command = which; });
-    command->add_option("--batch", options.lists.batch, "Number of entries to request in each call")
+void addBatch(CLI::App& command, std::uint32_t& batch) {
+    command.add_option("--batch", batch, "Number of entries to request in each call")
         ->capture_default_str()
         ->check(CLI::Range(1u, 4294967295u));
-    return command;
 }
 
-void addFrom(CLI::App& command, Options& options, const char* what) {
-    command.add_option("--from", options.lists.from, what)->type_name("ELEMENT");
+void addFrom(CLI::App& command, std::optional<std::string>& from, const char* what) {
+    command.add_option("--from", from, what)->type_name("ELEMENT");
 }
 
-void addRows(CLI::App& command, Options& options) {
-    command
-        .add_option("--format", options.lists.format,
-                    "table, csv or json (json is the same as --json)")
+void addRows(CLI::App& command, Format& format) {
+    command.add_option("--format", format, "table, csv or json (json is the same as --json)")
         ->transform(CLI::CheckedTransformer(kFormats).description(""))
         ->type_name("FORMAT")
         ->default_str("table");
     command.footer(kRowsFooter);
 }
 
-void addElements(CLI::App& command, Options& options) {
+void addElements(CLI::App& command, ListOptions& options) {
     command.add_option(
-        "ELEMENT", options.lists.elements,
+        "ELEMENT", options.elements,
         "Value of the component ManagedElement of the element's name; default: every element");
-    addFrom(command, options, "Begin with this element");
+    addFrom(command, options.from, "Begin with this element");
+}
+
+int list(const CommandContext& context, ListKind kind, ListOptions options) {
+    if (context.options.json)
+        options.format = Format::Json;
+    return upload(context, contentOf(kind), [kind, &options](WalkProgress& progress) {
+        return std::make_shared<NetworkLists>(kind, options, progress);
+    });
+}
+
+int dump(const CommandContext& context, const DumpOptions& options) {
+    return upload(context, "entries", [&options](WalkProgress& progress) {
+        return std::make_shared<NetworkDump>(options, progress);
+    });
+}
+
+/// A command that lists entries of one kind, and its options.
+struct ListCommand {
+    CLI::App& command;
+    ListOptions& options;
+};
+
+ListCommand addList(CLI::App& app, SelectedCommand& selected, ListKind kind, const char* name,
+                    const char* what) {
+    const auto options = std::make_shared<ListOptions>();
+    CLI::App* command = app.add_subcommand(name, what)->callback([&selected, kind, options] {
+        selected = {true, [kind, options](const CommandContext& context) {
+                        return list(context, kind, *options);
+                    }};
+    });
+    addBatch(*command, options->batch);
+    return {*command, *options};
+}
+
+void addElementsCommand(CLI::App& app, SelectedCommand& selected) {
+    const ListCommand elements = addList(app, selected, ListKind::Elements, "elements",
+                                         "Log in and list the managed elements");
+    addFrom(elements.command, elements.options.from, "Begin with this element");
+    addRows(elements.command, elements.options.format);
+}
+
+void addPortsCommand(CLI::App& app, SelectedCommand& selected) {
+    const ListCommand ports = addList(app, selected, ListKind::Ports, "ports",
+                                      "Log in and list the elements' ports (PTP and FTP)");
+    addElements(ports.command, ports.options);
+    addRows(ports.command, ports.options.format);
+}
+
+void addEquipmentCommand(CLI::App& app, SelectedCommand& selected) {
+    const ListCommand equipment =
+        addList(app, selected, ListKind::Equipment, "equipment",
+                "Log in and list the elements' equipment and its holders");
+    addElements(equipment.command, equipment.options);
+    addRows(equipment.command, equipment.options.format);
+}
+
+void addLinksCommand(CLI::App& app, SelectedCommand& selected) {
+    const ListCommand links = addList(app, selected, ListKind::Links, "links",
+                                      "Log in and list the topological links between elements");
+    addRows(links.command, links.options.format);
+}
+
+void addDumpCommand(CLI::App& app, SelectedCommand& selected) {
+    const auto options = std::make_shared<DumpOptions>();
+    CLI::App* command =
+        app.add_subcommand("dump", "Log in and write the whole network as JSON lines");
+    addBatch(*command, options->batch);
+    command->add_option("FILE", options->file, "File to write; default: standard output");
+    addFrom(*command, options->from,
+            "Begin with the equipment and ports of this element, to go on with a dump that was cut "
+            "short");
+    command->footer(kDumpFooter);
+    command->callback([&selected, options] {
+        selected = {true,
+                    [options](const CommandContext& context) { return dump(context, *options); }};
+    });
 }
 
 }  // namespace
 
-void addListCommands(CLI::App& app, Options& options) {
-    CLI::App* elements = addListCommand(app, options, "elements",
-                                        "Log in and list the managed elements", Command::Elements);
-    addFrom(*elements, options, "Begin with this element");
-    addRows(*elements, options);
-
-    CLI::App* ports = addListCommand(
-        app, options, "ports", "Log in and list the elements' ports (PTP and FTP)", Command::Ports);
-    addElements(*ports, options);
-    addRows(*ports, options);
-
-    CLI::App* equipment = addListCommand(app, options, "equipment",
-                                         "Log in and list the elements' equipment and its holders",
-                                         Command::Equipment);
-    addElements(*equipment, options);
-    addRows(*equipment, options);
-
-    CLI::App* links =
-        addListCommand(app, options, "links",
-                       "Log in and list the topological links between elements", Command::Links);
-    addRows(*links, options);
-
-    CLI::App* dump = addListCommand(
-        app, options, "dump", "Log in and write the whole network as JSON lines", Command::Dump);
-    dump->add_option("FILE", options.lists.file, "File to write; default: standard output");
-    addFrom(*dump, options,
-            "Begin with the equipment and ports of this element, to go on with a dump that was cut "
-            "short");
-    dump->footer(kDumpFooter);
+void addListCommands(CLI::App& app, SelectedCommand& selected) {
+    addElementsCommand(app, selected);
+    addPortsCommand(app, selected);
+    addEquipmentCommand(app, selected);
+    addLinksCommand(app, selected);
+    addDumpCommand(app, selected);
 }
 
 }  // namespace kelp::nms

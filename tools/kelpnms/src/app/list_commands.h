@@ -2,11 +2,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "app/options.h"
+#include "app/command.h"
 
 namespace kelp::nms {
 
 /// Add the commands that read lists from the EMS: elements, ports, equipment, links, dump.
-void addListCommands(CLI::App& app, Options& options);
+/// `selected` must outlive the parsing.
+void addListCommands(CLI::App& app, SelectedCommand& selected);
 
 }  // namespace kelp::nms

@@ -19,12 +19,12 @@ void openTrace(bool verbose) {
         Report::error(whyNot);
 }
 
-int run(const Options& options, const std::string& password) {
+int run(const CommandLine& line, const std::string& password) {
     Interrupts interrupts;
-    openTrace(options.verbose);
-    const auto report = std::make_shared<Report>(options.json, options.verbose);
+    openTrace(line.connection.verbose);
+    const auto report = std::make_shared<Report>(line.connection.json, line.connection.verbose);
     try {
-        return runCommand(options, password, report, interrupts);
+        return runCommand(line, password, report, interrupts);
     } catch (const CannotListen& problem) {
         Report::error(problem.what());
         return kUsageError;
@@ -51,15 +51,16 @@ int run(const Options& options, const std::string& password) {
 int main(int argc, char** argv) {
     kelp::util::setCoreDumps(false);  // the process keeps the password, to log in again
     int exitCode = kDone;
-    const auto options = parseOptions(argc, argv, exitCode);
-    if (!options)
+    const auto line = parseCommandLine(argc, argv, exitCode);
+    if (!line)
         return exitCode;
-    if (options->command == Command::Find)
-        return run(*options, {});
+    if (!line->command.logsIn)
+        return run(*line, {});
     // read before the first thread starts, so that a signal can restore the terminal
     try {
-        const kelp::util::Secret password = readPassword(options->passwordFile, options->user);
-        return run(*options, password.text());
+        const kelp::util::Secret password =
+            readPassword(line->connection.passwordFile, line->connection.user);
+        return run(*line, password.text());
     } catch (const NoPassword& problem) {
         Report::error(problem.what());
         return kUsageError;

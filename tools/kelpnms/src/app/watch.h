@@ -6,8 +6,8 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 
-#include "app/options.h"
 #include "app/report.h"
 
 namespace kelp::nms {

@@ -20,35 +20,36 @@ namespace {
 constexpr std::chrono::milliseconds kTimeToGiveUp{2000};
 constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
-EventReport::Surroundings surroundings(const Options& options,
-                                       const std::shared_ptr<Report>& report) {
-    return {options.json, !options.json && mayBeColoured(STDOUT_FILENO),
+EventReport::Surroundings surroundings(const CommandContext& context) {
+    const bool json = context.options.json;
+    return {json, !json && mayBeColoured(STDOUT_FILENO),
             [] { return terminalWidth(STDOUT_FILENO); },
             [] { return std::chrono::system_clock::now(); },
-            [report](const std::string& line) { report->line(line); }};
+            [report = context.report](const std::string& line) { report->line(line); }};
 }
 
-EventFollower::OpenLink opening(NmsClient& client, const Options& options,
-                                const std::string& password, const std::shared_ptr<Report>& report,
+EventFollower::OpenLink opening(const CommandContext& context, const EventsOptions& options,
                                 const std::shared_ptr<EventView>& view) {
-    return [&client, &options, &password, report, view,
+    return [&context, &options, view,
             isFirst = true](std::function<void(const LinkLoss&)> lost) mutable {
+        const ConnectionOptions& connection = context.options;
         // for later links, the follower's pauses are the wait for the factory
-        const FoundFactory factory = std::exchange(isFirst, false)
-                                         ? awaitedFactory(client, options, *report)
-                                         : chosenFactory(client, options, *report);
+        const FoundFactory factory =
+            std::exchange(isFirst, false)
+                ? awaitedFactory(context.client, connection, *context.report)
+                : chosenFactory(context.client, connection, *context.report);
         const auto listener = std::make_shared<LinkListener>(view, std::move(lost));
-        auto session = client.logIn(factory, options.user, password, listener);
-        report->step("logged in as " + options.user);
-        auto link = std::make_unique<EmsEventLink>(std::move(session), client.rootPoa(),
+        auto session = context.client.logIn(factory, connection.user, context.password, listener);
+        context.report->step("logged in as " + connection.user);
+        auto link = std::make_unique<EmsEventLink>(std::move(session), context.client.rootPoa(),
                                                    EventWish{options.filter, options.sequences},
-                                                   listener, options.timeout, report);
-        report->step("connected to the event channel");
+                                                   listener, connection.timeout, context.report);
+        context.report->step("connected to the event channel");
         return link;
     };
 }
 
-int exitCodeOf(EventFollower::End end, const Options& options) {
+int exitCodeOf(EventFollower::End end, const EventsOptions& options) {
     switch (end) {
         case EventFollower::End::Lost:
             return kWatchCutShort;
@@ -66,18 +67,16 @@ int exitCodeOf(EventFollower::End end, const Options& options) {
 
 }  // namespace
 
-int followEvents(NmsClient& client, const Options& options, const std::string& password,
-                 const std::shared_ptr<Report>& report, Interrupts& interrupts) {
+int followEvents(const CommandContext& context, const EventsOptions& options) {
     const auto signals = std::make_shared<FollowSignals>();
-    const auto view = std::make_shared<EventView>(EventReport(surroundings(options, report)),
+    const auto view = std::make_shared<EventView>(EventReport(surroundings(context)),
                                                   GapDetector(options.heartbeatInterval),
                                                   options.count, [signals] { signals->enough(); });
     EventFollower::Settings settings;
     settings.reconnect = options.reconnect;
     settings.limit = options.duration;
-    EventFollower follower(settings, opening(client, options, password, report, view), *view,
-                           signals);
-    const Handling handling(interrupts, [signals] {
+    EventFollower follower(settings, opening(context, options, view), *view, signals);
+    const Handling handling(context.interrupts, [signals] {
         signals->interrupt();
         return signals->isConnected() ? kTimeToLeave : kTimeToGiveUp;
     });

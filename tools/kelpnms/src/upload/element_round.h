@@ -1,10 +1,10 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "app/list_options.h"
 #include "upload/network_reader.h"
 #include "upload/walk_progress.h"
 

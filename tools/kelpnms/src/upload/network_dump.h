@@ -4,9 +4,9 @@
 #include <mutex>
 #include <vector>
 
-#include "app/list_options.h"
 #include "text/output.h"
 #include "upload/dump_file.h"
+#include "upload/list_options.h"
 #include "upload/network_reader.h"
 #include "upload/network_task.h"
 #include "upload/walk_progress.h"
@@ -19,7 +19,7 @@ namespace kelp::nms {
 class NetworkDump final : public NetworkTask {
   public:
     /// `options` and `progress` are borrowed.
-    NetworkDump(const ListOptions& options, WalkProgress& progress)
+    NetworkDump(const DumpOptions& options, WalkProgress& progress)
         : options_(options), progress_(progress) {}
 
     bool run(NmsSession& session) override;
@@ -29,7 +29,7 @@ class NetworkDump final : public NetworkTask {
     std::shared_ptr<DumpFile> open();
     std::vector<std::string> beginning(NetworkReader& reader, const NetworkReader::Take& take);
 
-    const ListOptions& options_;
+    const DumpOptions& options_;
     WalkProgress& progress_;
     std::mutex mutex_;
     std::shared_ptr<DumpFile> file_;  ///< guarded by mutex_; null for standard output

@@ -10,38 +10,38 @@ namespace kelp::nms {
 
 namespace {
 
-RecordLayout layoutOf(Command command) {
-    switch (command) {
-        case Command::Elements:
+RecordLayout layoutOf(ListKind kind) {
+    switch (kind) {
+        case ListKind::Elements:
             return elementLayout();
-        case Command::Ports:
+        case ListKind::Ports:
             return portLayout();
-        case Command::Equipment:
+        case ListKind::Equipment:
             return equipmentLayout();
-        default:
-            return linkLayout();
+        case ListKind::Links:
+            break;
     }
+    return linkLayout();
 }
 
 }  // namespace
 
-std::string contentOf(Command command) {
-    switch (command) {
-        case Command::Elements:
+std::string contentOf(ListKind kind) {
+    switch (kind) {
+        case ListKind::Elements:
             return "elements";
-        case Command::Ports:
+        case ListKind::Ports:
             return "ports";
-        case Command::Equipment:
+        case ListKind::Equipment:
             return "equipment";
-        case Command::Links:
-            return "links";
-        default:
-            return "entries";
+        case ListKind::Links:
+            break;
     }
+    return "links";
 }
 
-NetworkLists::NetworkLists(Command command, const ListOptions& options, WalkProgress& progress)
-    : command_(command), options_(options), progress_(progress) {}
+NetworkLists::NetworkLists(ListKind kind, const ListOptions& options, WalkProgress& progress)
+    : kind_(kind), options_(options), progress_(progress) {}
 
 bool NetworkLists::run(NmsSession& session) {
     const bool hasTerminal = terminalWidth(STDOUT_FILENO) > 0;
@@ -51,7 +51,7 @@ bool NetworkLists::run(NmsSession& session) {
         writeToStandardOutput(text);
     });
     const auto writer =
-        recordWriter(options_.format, layoutOf(command_), output, terminalWidth(STDOUT_FILENO));
+        recordWriter(options_.format, layoutOf(kind_), output, terminalWidth(STDOUT_FILENO));
     const auto finish = [&] {
         writer->finish();
         output.flush();
@@ -76,19 +76,20 @@ bool NetworkLists::run(NmsSession& session) {
 }
 
 bool NetworkLists::read(NetworkReader& reader, const Take& take) {
-    switch (command_) {
-        case Command::Elements:
+    switch (kind_) {
+        case ListKind::Elements:
             return readElements(reader, take);
-        case Command::Ports:
+        case ListKind::Ports:
             return readOfElements(reader,
                                   [&](const std::string& element) { reader.ports(element, take); });
-        case Command::Equipment:
+        case ListKind::Equipment:
             reader.needManager("EquipmentInventory");
             return readOfElements(
                 reader, [&](const std::string& element) { reader.equipment(element, take); });
-        default:
-            return readLinks(reader, take);
+        case ListKind::Links:
+            break;
     }
+    return readLinks(reader, take);
 }
 
 bool NetworkLists::readElements(NetworkReader& reader, const Take& take) {
@@ -129,7 +130,7 @@ bool NetworkLists::readLinks(NetworkReader& reader, const Take& take) {
 }
 
 std::string NetworkLists::cutShort() {
-    return kelp::nms::cutShort(contentOf(command_), progress_.position());
+    return kelp::nms::cutShort(contentOf(kind_), progress_.position());
 }
 
 }  // namespace kelp::nms

@@ -2,19 +2,21 @@
 
 #include <optional>
 
-#include "app/options.h"
+#include "upload/list_options.h"
 #include "upload/network_reader.h"
 #include "upload/network_task.h"
-#include "upload/record_writer.h"
 #include "upload/walk_progress.h"
 
 namespace kelp::nms {
+
+/// The lists that NetworkLists can write.
+enum class ListKind { Elements, Ports, Equipment, Links };
 
 /// Writes lists of one kind to standard output: elements, ports, equipment, or links.
 class NetworkLists final : public NetworkTask {
   public:
     /// `options` and `progress` are borrowed.
-    NetworkLists(Command command, const ListOptions& options, WalkProgress& progress);
+    NetworkLists(ListKind kind, const ListOptions& options, WalkProgress& progress);
 
     bool run(NmsSession& session) override;
     std::string cutShort() override;
@@ -27,12 +29,12 @@ class NetworkLists final : public NetworkTask {
                         const std::function<void(const std::string&)>& readOne);
     bool readLinks(NetworkReader& reader, const Take& take);
 
-    const Command command_;
+    const ListKind kind_;
     const ListOptions& options_;
     WalkProgress& progress_;
 };
 
-/// Return what the command lists: "elements", "ports" and so on.
-std::string contentOf(Command command);
+/// Return the name of a list's entries: "elements", "ports" and so on.
+std::string contentOf(ListKind kind);
 
 }  // namespace kelp::nms

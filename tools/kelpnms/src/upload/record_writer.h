@@ -4,11 +4,12 @@
 
 #include <memory>
 
-#include "app/list_options.h"
 #include "text/output.h"
 #include "upload/record_layout.h"
 
 namespace kelp::nms {
+
+enum class Format { Table, Csv, Json };
 
 /// Writes records one after the other in one of the formats.
 class RecordWriter {

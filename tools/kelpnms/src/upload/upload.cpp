@@ -4,8 +4,8 @@
 #include "app/exit_codes.h"
 #include "app/handling.h"
 #include "app/log_out.h"
-#include "upload/network_dump.h"
-#include "upload/network_lists.h"
+#include "text/output.h"
+#include "upload/network_reader.h"
 
 namespace kelp::nms {
 
@@ -13,12 +13,6 @@ namespace {
 
 /// Time that an interrupted program has to leave. It then exits even if the EMS has not answered.
 constexpr std::chrono::milliseconds kTimeToLeave{10000};
-
-std::shared_ptr<NetworkTask> taskFor(const Options& options, WalkProgress& progress) {
-    if (options.command == Command::Dump)
-        return std::make_shared<NetworkDump>(options.lists, progress);
-    return std::make_shared<NetworkLists>(options.command, options.lists, progress);
-}
 
 /// An EMS that is ending a session may still answer for it for a moment.
 constexpr std::chrono::milliseconds kTimeToEnd{1000};
@@ -58,23 +52,22 @@ int runTask(NetworkTask& task, NmsSession& session, WalkProgress& progress,
 
 }  // namespace
 
-int upload(NmsClient& client, const Options& options, const std::string& password,
-           const std::shared_ptr<Report>& report, Interrupts& interrupts) {
-    const FoundFactory factory = awaitedFactory(client, options, *report);
-    const auto progress = std::make_shared<WalkProgress>(contentOf(options.command));
-    const auto task = taskFor(options, *progress);
+int upload(const CommandContext& context, const std::string& content, const MakeTask& makeTask) {
+    const FoundFactory factory = awaitedFactory(context.client, context.options, *context.report);
+    const auto progress = std::make_shared<WalkProgress>(content);
+    const std::shared_ptr<NetworkTask> task = makeTask(*progress);
     const Handling handling(
-        interrupts,
+        context.interrupts,
         [progress] {
             progress->interrupt();
             return kTimeToLeave;
         },
         [task] { Report::error(task->cutShort()); });
-    const auto session = client.logIn(factory, options.user, password);
-    report->step("logged in as " + options.user);
-    const int exitCode = runTask(*task, *session, *progress, interrupts);
+    const auto session = context.client.logIn(factory, context.options.user, context.password);
+    context.report->step("logged in as " + context.options.user);
+    const int exitCode = runTask(*task, *session, *progress, context.interrupts);
     if (exitCode != kCallFailed && exitCode != kWatchCutShort)
-        logOut(*session, options.timeout, *report);
+        logOut(*session, context.options.timeout, *context.report);
     return exitCode;
 }
 

@@ -18,9 +18,9 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int kAlarms = 20000;
-/// Smaller than the storm, a quarter of which does not fit. Large enough that on a busy machine a
+/// Smaller than the storm, most of which does not fit. Large enough that on a busy machine a
 /// good NMS may be many seconds behind.
-constexpr int kQueue = 15000;
+constexpr int kQueue = 7000;
 constexpr int kGood = 12;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr const char* kRate = "250";

@@ -163,5 +163,20 @@ TEST_F(TurnsTest, AreAllHandedOverAtTheEnd) {
     EXPECT_EQ(turns_.take(start_ + 2h).subscription, nullptr);
 }
 
+// One turn takes as long as thousands of turns of others.
+TEST_F(TurnsTest, AnOwnerIsStillKnownWhenItsLongTurnEnds) {
+    turns_.add("patient", consumer());
+    const Turns::Waiting held = turns_.take(start_);
+    for (int i = 0; i < 8190; ++i) {
+        turns_.add("other", consumer());
+        ASSERT_NE(served(start_), nullptr);
+    }
+    turns_.add("other", consumer());
+    turns_.ended(*held.owner);
+    const Turns::Waiting next = turns_.take(start_);
+    EXPECT_NE(next.subscription, nullptr);
+    EXPECT_FALSE(turns_.mayHaveThread(*held.owner)) << "nothing of it waits";
+}
+
 }  // namespace
 }  // namespace kelp::notification

@@ -72,7 +72,6 @@ Turns::Waiting Turns::take(Time now) {
         owner.place = std::move(place);
     else
         due_.insert(std::move(place));
-    forgetOld();
     return taken;
 }
 
@@ -111,6 +110,8 @@ Turns::Owner& Turns::ownerOf(const std::string& key) {
     const auto found = owners_.find(key);
     if (found != owners_.end())
         return *found->second;
+    // only here: a thread that has just ended a turn may still ask about its owner
+    forgetOld();
     auto made = std::make_unique<Owner>();
     made->isNobody = key.empty();
     made->number = ++ownersMade_;
@@ -127,8 +128,9 @@ void Turns::makeDue(std::list<Waiting>& one) {
 }
 
 void Turns::forgetOld() {
-    if (turns_ % kTurnsRemembered != 0)
+    if (turns_ < forgetAt_)
         return;
+    forgetAt_ = turns_ + kTurnsRemembered;
     std::erase_if(owners_, [this](const auto& each) {
         const Owner& owner = *each.second;
         return owner.busy == 0 && owner.timed == 0 && owner.due.empty() &&

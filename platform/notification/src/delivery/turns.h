@@ -43,7 +43,8 @@ class Turns {
     /// Take the next consumer that may be served now; none if there is none. The thread that serves
     /// it calls ended() afterwards.
     Waiting take(Time now);
-    /// A thread has finished serving a consumer of this owner.
+    /// A thread has finished serving a consumer of this owner, which stays valid until the next
+    /// add().
     void ended(Owner& owner);
     /// Whether one of this owner's consumers may be taken now.
     bool mayHaveThread(const Owner& owner) const;
@@ -71,6 +72,7 @@ class Turns {
     std::size_t busy_ = 0;
     std::uint64_t turns_ = 0;
     std::uint64_t ownersMade_ = 0;
+    std::uint64_t forgetAt_ = 0;  ///< turns_ at which owners are forgotten again
     std::map<std::string, std::unique_ptr<Owner>> owners_;
     Places due_;  ///< owners with consumers that can be served now
     Timed timed_;

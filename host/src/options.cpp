@@ -40,8 +40,7 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     std::string checkFile;
     CLI::App app{
         "The host process of the EMS's CORBA northbound interface. Runs in the foreground until it "
-        "is told "
-        "to stop.",
+        "receives SIGTERM or SIGINT.",
         "kelpd"};
     app.footer(kFooter);
     app.set_version_flag("--version", "kelpd " KELP_VERSION);

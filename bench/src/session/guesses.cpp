@@ -112,7 +112,7 @@ double aloneRate(Churn& churn) {
     return static_cast<double>(pairs) / secondsSince(begin);
 }
 
-Slice besides(Churn& churn, Repeater repeater, std::size_t times) {
+Slice duringChurn(Churn& churn, Repeater repeater, std::size_t times) {
     const auto begin = Clock::now();
     InBackground calls(std::move(repeater), times);
     const std::size_t pairs = churn.logInAndOutWhile([&] { return !calls.isOver(); });
@@ -143,9 +143,9 @@ Rounds measureRounds(const Product& product, Churn& churn, const Options& option
         const std::string source = "127.0.1." + std::to_string(round + 1);
         rounds.alone.push_back(aloneRate(churn));
         const Slice wrong =
-            besides(churn, {product, source, guess, ReplyStatus::UserException}, guesses);
+            duringChurn(churn, {product, source, guess, ReplyStatus::UserException}, guesses);
         const Slice calls =
-            besides(churn, {product, source, harmless, ReplyStatus::NoException}, guesses);
+            duringChurn(churn, {product, source, harmless, ReplyStatus::NoException}, guesses);
         rounds.besideGuesses.push_back(wrong.logInsPerSecond);
         rounds.guesses.push_back(wrong.callsPerSecond);
         rounds.besideCalls.push_back(calls.logInsPerSecond);

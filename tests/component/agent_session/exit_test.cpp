@@ -163,7 +163,7 @@ TEST(ExitThread, GivesAnNmsThatCannotBeReachedOneSecond) {
         "[SessionSource::check_valid]Exception raised during endSession,user<admin>,ip<" +
         unreachable.hostAndPort() + ">.==>TIMEOUT"));
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->ends == 1; }))
-        << "the next one is told all the same";
+        << "the next one is informed as well";
     EXPECT_EQ(agent.liveLogins(unreachable.hostAndPort()), 0u);
 }
 

@@ -138,7 +138,7 @@ void ExternalLink::leave() {
     } catch (const CORBA::Exception& failure) {
         point();
         TaException(failure,
-                    "[ExternalLink] The notification service could not be told of our end!");
+                    "[ExternalLink] The notification service could not be notified of our end!");
     }
     connection_.reset();
 }

@@ -42,7 +42,7 @@ class NmsSession {
         call("getManager(" + name + ")", [&] { typed = Interface::_narrow(any.in()); });
         if (CORBA::is_nil(typed))
             throw NmsError("the manager " + name +
-                           " has not the interface that its name stands for");
+                           " does not implement the interface expected for its name");
         return typed;
     }
 

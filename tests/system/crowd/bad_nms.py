@@ -220,7 +220,8 @@ def main():
     while any(seen["log_ins"] == 0 and seen["setbacks"] < 100 for seen in all_seen):
         time.sleep(0.05)
     print("ready", flush=True)
-    sys.stdin.readline()
+    while sys.stdin.readline().strip() == "log_ins":
+        print(sum(seen["log_ins"] for seen in all_seen), flush=True)
     ended.set()
     for name in all_seen[0]:
         print(name, sum(seen[name] for seen in all_seen), flush=True)

@@ -1,11 +1,10 @@
 #include <kelp/admin/registry.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <utility>
 
 #include "json_text.h"
@@ -38,21 +37,21 @@ Answer answerOf(const Handler& handler, const std::string& what, const std::stri
 
 struct Registry::State {
     struct Entry {
-        Handler handler;
+        Handler handler;  ///< never changes; called without the mutex
         int running = 0;  ///< calls in progress; the entry is not destroyed before they end
     };
     using Key = std::pair<std::string, std::string>;  ///< path, method
 
-    std::mutex mutex;
-    std::condition_variable callEnded;
-    std::map<Key, Entry> entries;  ///< guarded by mutex, except a handler while it is called
+    util::Mutex mutex{util::LockRank::Service, "admin::Registry::mutex"};
+    util::ConditionVariable callEnded;
+    std::map<Key, Entry> entries KELP_GUARDED_BY(mutex);
 
-    bool hasPath(const std::string& path) const {
+    bool hasPath(const std::string& path) const KELP_REQUIRES(mutex) {
         return std::any_of(entries.begin(), entries.end(),
                            [&](const auto& entry) { return entry.first.first == path; });
     }
-    void endCall(Entry& entry) {
-        const std::lock_guard guard(mutex);
+    void endCall(Entry& entry) KELP_EXCLUDES(mutex) {
+        const util::MutexLock lock(mutex);
         --entry.running;
         callEnded.notify_all();
     }
@@ -72,7 +71,7 @@ Registry& Registry::instance() {
 }
 
 Registration Registry::enter(const std::string& method, const std::string& path, Handler handler) {
-    const std::lock_guard guard(state_->mutex);
+    const util::MutexLock lock(state_->mutex);
     if (!state_->entries.try_emplace({path, method}, State::Entry{std::move(handler), 0}).second)
         throw std::invalid_argument(method + " " + path + " is answered by another bundle already");
     return Registration(state_, method, path);
@@ -81,7 +80,7 @@ Registration Registry::enter(const std::string& method, const std::string& path,
 Answer Registry::answer(const std::string& method, const std::string& path,
                         const std::string& body) {
     const std::string what = method + " " + util::escaped(path, 200);
-    std::unique_lock lock(state_->mutex);
+    util::MutexLock lock(state_->mutex);
     const auto found = state_->entries.find({path, method});
     if (found == state_->entries.end())
         return state_->hasPath(path) ? failure(kMethodNotAllowed, what + " is not possible")
@@ -114,9 +113,10 @@ void Registration::leave() noexcept {
     const std::shared_ptr<Registry::State> registry = std::move(registry_);
     if (!registry)
         return;
-    std::unique_lock lock(registry->mutex);
-    auto node = registry->entries.extract({path_, method_});
-    registry->callEnded.wait(lock, [&] { return node.mapped().running == 0; });
+    util::MutexLock lock(registry->mutex);
+    const auto node = registry->entries.extract({path_, method_});
+    while (node.mapped().running > 0)
+        registry->callEnded.wait(registry->mutex);
     lock.unlock();  // the handler is destroyed with the node, without the lock
 }
 

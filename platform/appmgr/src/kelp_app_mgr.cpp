@@ -1,14 +1,18 @@
 #include <kelp/appmgr/task_mgr.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace {
+
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
 
 void endTaskMgr(std::unique_ptr<KelpTaskMgr> taskMgr) {
     const std::string name = "task manager " + std::to_string(taskMgr->Type());
@@ -27,21 +31,24 @@ void endTaskMgr(std::unique_ptr<KelpTaskMgr> taskMgr) {
 KelpTaskMgr::~KelpTaskMgr() = default;
 
 struct KelpAppMgr::State {
-    std::mutex mutex;
-    std::vector<std::unique_ptr<KelpTaskMgr>> taskMgrs;  ///< guarded by mutex; oldest first
+    using TaskMgrs = std::vector<std::unique_ptr<KelpTaskMgr>>;
 
-    std::vector<std::unique_ptr<KelpTaskMgr>>::iterator find(int type) {
+    /// Held while a task manager queues work, which locks its own mutex.
+    Mutex mutex{LockRank::ServiceControl, "KelpAppMgr::mutex"};
+    TaskMgrs taskMgrs KELP_GUARDED_BY(mutex);  ///< oldest first
+
+    TaskMgrs::iterator find(int type) KELP_REQUIRES(mutex) {
         return std::find_if(
             taskMgrs.begin(), taskMgrs.end(),
             [&](const std::unique_ptr<KelpTaskMgr>& each) { return each->Type() == type; });
     }
-    std::unique_ptr<KelpTaskMgr> take(std::vector<std::unique_ptr<KelpTaskMgr>>::iterator at) {
+    std::unique_ptr<KelpTaskMgr> take(TaskMgrs::iterator at) KELP_REQUIRES(mutex) {
         std::unique_ptr<KelpTaskMgr> taken = std::move(*at);
         taskMgrs.erase(at);
         return taken;
     }
-    std::unique_ptr<KelpTaskMgr> takeNewest() {
-        const std::lock_guard guard(mutex);
+    std::unique_ptr<KelpTaskMgr> takeNewest() KELP_EXCLUDES(mutex) {
+        const MutexLock lock(mutex);
         return taskMgrs.empty() ? nullptr : take(std::prev(taskMgrs.end()));
     }
 };
@@ -63,7 +70,7 @@ void KelpAppMgr::TMDynInsertTaskMgr(KelpTaskMgr* taskMgr) {
     }
     std::unique_ptr<KelpTaskMgr> replaced;
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock lock(state_->mutex);
         const auto same = state_->find(taskMgr->Type());
         if (same != state_->taskMgrs.end()) {
             if (same->get() == taskMgr)
@@ -77,13 +84,13 @@ void KelpAppMgr::TMDynInsertTaskMgr(KelpTaskMgr* taskMgr) {
 }
 
 bool KelpAppMgr::Post(int type, KelpTaskMgr::Work work) {
-    const std::lock_guard guard(state_->mutex);  // a task manager leaves the list before it ends
+    const MutexLock lock(state_->mutex);  // a task manager leaves the list before it ends
     const auto found = state_->find(type);
     return found != state_->taskMgrs.end() && (*found)->Post(std::move(work));
 }
 
 KelpTaskMgr* KelpAppMgr::Find(int type) const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock lock(state_->mutex);
     const auto found = state_->find(type);
     return found == state_->taskMgrs.end() ? nullptr : found->get();
 }

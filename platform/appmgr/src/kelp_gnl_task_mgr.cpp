@@ -1,5 +1,6 @@
 #include <ace/Thread_Manager.h>
 #include <kelp/appmgr/task_mgr.h>
+#include <kelp/util/mutex.h>
 #include <kelp/util/stopping.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
@@ -7,13 +8,15 @@
 #include <signal.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <utility>
 
 namespace {
+
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
 
 /// Maximum number of queued items. More would wait longer than anybody wants, so Post refuses them.
 constexpr std::size_t kQueueMax = 10000;
@@ -30,20 +33,23 @@ struct KelpGnlTaskMgr::State : std::enable_shared_from_this<KelpGnlTaskMgr::Stat
     const int type;
     const int workersWanted;
 
-    std::mutex mutex;  ///< guards all members below; not held while work runs
-    std::condition_variable changed;
-    std::deque<Work> queue;
-    std::size_t dropped = 0;
-    int group = -1;  ///< the ACE group of the workers
-    int workersRunning = 0;
-    bool started = false;
-    bool ending = false;
-    bool isLeftRunning = false;  ///< end() has stopped waiting for work in progress
+    /// Not held while work runs or is destroyed.
+    mutable Mutex mutex{LockRank::Service, "KelpGnlTaskMgr::mutex"};
+    kelp::util::ConditionVariable changed;
+    std::deque<Work> queue KELP_GUARDED_BY(mutex);
+    std::size_t dropped KELP_GUARDED_BY(mutex) = 0;
+    int group KELP_GUARDED_BY(mutex) = -1;  ///< the ACE group of the workers
+    int workersRunning KELP_GUARDED_BY(mutex) = 0;
+    bool started KELP_GUARDED_BY(mutex) = false;
+    bool ending KELP_GUARDED_BY(mutex) = false;
+    /// end() has stopped waiting for work in progress.
+    bool isLeftRunning KELP_GUARDED_BY(mutex) = false;
 
-    bool spawnWorker();
-    void serve();
-    void run(const Work& work) const;
-    void end();
+    bool spawnWorker() KELP_EXCLUDES(mutex);
+    void serve() KELP_EXCLUDES(mutex);
+    void run(const Work& work) const KELP_EXCLUDES(mutex);
+    void end() KELP_EXCLUDES(mutex);
+    bool waitForWorkers() KELP_REQUIRES(mutex);
 
     static ACE_THR_FUNC_RETURN threadBody(void* argument);
 };
@@ -69,7 +75,7 @@ ACE_THR_FUNC_RETURN KelpGnlTaskMgr::State::threadBody(void* argument) {
 bool KelpGnlTaskMgr::State::spawnWorker() {
     // The thread shares ownership of the state, because work may end its own task manager.
     auto argument = std::make_unique<std::shared_ptr<State>>(shared_from_this());
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     const int spawned =
         threads->spawn(&State::threadBody, argument.get(), THR_NEW_LWP | THR_JOINABLE, nullptr,
                        nullptr, ACE_DEFAULT_THREAD_PRIORITY, group);
@@ -82,17 +88,18 @@ bool KelpGnlTaskMgr::State::spawnWorker() {
 }
 
 void KelpGnlTaskMgr::State::serve() {
-    std::unique_lock lock(mutex);
-    while (true) {
-        changed.wait(lock, [this] { return ending || !queue.empty(); });
-        if (ending)
-            break;
+    MutexLock lock(mutex);
+    while (!ending) {
+        if (queue.empty()) {
+            changed.wait(mutex);
+            continue;
+        }
         {
             const Work work = std::move(queue.front());
             queue.pop_front();
             lock.unlock();
             run(work);
-        }
+        }  // destroys the work before the mutex is locked again
         lock.lock();
     }
     --workersRunning;
@@ -113,7 +120,7 @@ void KelpGnlTaskMgr::State::run(const Work& work) const {
 void KelpGnlTaskMgr::State::end() {
     std::deque<Work> unfinished;
     {
-        const std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         ending = true;
         unfinished.swap(queue);
         dropped += unfinished.size();
@@ -129,11 +136,10 @@ void KelpGnlTaskMgr::State::end() {
         return;
     int workers = -1;
     {
-        std::unique_lock lock(mutex);
+        const MutexLock lock(mutex);
         if (isLeftRunning)
             return;
-        if (!kelp::util::waitUnlessStopping(changed, lock,
-                                            [this] { return workersRunning == 0; })) {
+        if (!waitForWorkers()) {
             // the workers share ownership of this state, so they may continue
             isLeftRunning = true;
             kelp::util::leaveRunning("work of task manager " + std::to_string(type));
@@ -146,6 +152,16 @@ void KelpGnlTaskMgr::State::end() {
         threads->wait_grp(workers);
 }
 
+/// Wait until no worker runs. Returns false if the process stops and one runs for too long.
+bool KelpGnlTaskMgr::State::waitForWorkers() {
+    kelp::util::StopAwareWait wait;
+    while (workersRunning > 0) {
+        if (!wait.next(changed, mutex))
+            return false;
+    }
+    return true;
+}
+
 KelpGnlTaskMgr::KelpGnlTaskMgr(KelpAppMgr*, ACE_Thread_Manager* threads, int type, int workers)
     : state_(std::make_shared<State>(threads, type, workers)) {}
 
@@ -155,7 +171,7 @@ KelpGnlTaskMgr::~KelpGnlTaskMgr() {
 
 int KelpGnlTaskMgr::InitEnv() {
     {
-        const std::lock_guard guard(state_->mutex);
+        const MutexLock lock(state_->mutex);
         if (state_->ending || std::exchange(state_->started, true))
             return -1;
     }
@@ -171,7 +187,7 @@ int KelpGnlTaskMgr::InitEnv() {
 }
 
 bool KelpGnlTaskMgr::Post(Work work) {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock lock(state_->mutex);
     if (!work || state_->ending || state_->queue.size() >= kQueueMax)
         return false;
     state_->queue.push_back(std::move(work));
@@ -188,6 +204,6 @@ int KelpGnlTaskMgr::Type() const {
 }
 
 std::size_t KelpGnlTaskMgr::Dropped() const {
-    const std::lock_guard guard(state_->mutex);
+    const MutexLock lock(state_->mutex);
     return state_->dropped;
 }

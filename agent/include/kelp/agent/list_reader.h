@@ -5,6 +5,7 @@
 #include <kelp/orb/corba.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/util/export.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
 #include <chrono>
@@ -56,8 +57,8 @@ class ListReader final : public ReadAheadHolder,
 
     /// Return the next batch, at most `howMany` entries. None when the list is over: after its last
     /// batch, or after a batch that could not be read.
-    std::optional<Batch> next(CORBA::ULong howMany) {
-        const std::lock_guard guard(mutex_);
+    std::optional<Batch> next(CORBA::ULong howMany) KELP_EXCLUDES(mutex_) {
+        const kelp::util::MutexLock lock(mutex_);
         if (!batches_)
             return std::nullopt;
         Batch batch = takeNext(howMany);
@@ -70,9 +71,9 @@ class ListReader final : public ReadAheadHolder,
 
     /// End the list, after waiting for a read in progress. Return false when the list was already
     /// over.
-    bool close() {
+    bool close() KELP_EXCLUDES(mutex_) {
         isWanted_ = false;
-        const std::lock_guard guard(mutex_);
+        const kelp::util::MutexLock lock(mutex_);
         const bool wasOpen = batches_ != nullptr;
         batches_.reset();
         ahead_.reset();
@@ -84,10 +85,12 @@ class ListReader final : public ReadAheadHolder,
     /// progress.
     void abandon() { isWanted_ = false; }
 
-    void dropAheadOlderThan(Time time) override {
-        const std::unique_lock guard(mutex_, std::try_to_lock);
-        if (!guard || !place_ || aheadSince_ >= time)
-            return;  // a call in progress takes the batch, or there is none to drop
+    void dropAheadOlderThan(Time time) override KELP_EXCLUDES(mutex_) {
+        if (!mutex_.try_lock())
+            return;  // a call in progress takes the batch
+        const kelp::util::MutexLock lock(mutex_, std::adopt_lock);
+        if (!place_ || aheadSince_ >= time)
+            return;  // there is none to drop
         ++turn_;     // a read that is still queued does nothing
         if (ahead_ && ahead_->entries) {
             if (!batches_ || !batches_->goBack(*ahead_->entries))
@@ -98,7 +101,7 @@ class ListReader final : public ReadAheadHolder,
     }
 
   private:
-    Batch takeNext(CORBA::ULong howMany) {
+    Batch takeNext(CORBA::ULong howMany) KELP_REQUIRES(mutex_) {
         ++turn_;  // a read that is still queued comes too late
         std::optional<Batch> ahead = std::exchange(ahead_, std::nullopt);
         place_.giveBack();
@@ -112,7 +115,7 @@ class ListReader final : public ReadAheadHolder,
     }
     /// Queue the read of the next batch. A failure here is traced and does not affect the batch
     /// just read.
-    void lookAhead(CORBA::ULong howMany) {
+    void lookAhead(CORBA::ULong howMany) KELP_REQUIRES(mutex_) {
         try {
             place_ = ReadAheadPlace::take(readAheadOwner());
             aheadSince_ = std::chrono::steady_clock::now();
@@ -127,20 +130,24 @@ class ListReader final : public ReadAheadHolder,
         }
         place_.giveBack();
     }
-    void readAhead(unsigned long turn, CORBA::ULong howMany) {
-        const std::lock_guard guard(mutex_);
+    void readAhead(unsigned long turn, CORBA::ULong howMany) KELP_EXCLUDES(mutex_) {
+        const kelp::util::MutexLock lock(mutex_);
         if (!isWanted_ || !batches_ || turn != turn_)
             return;
         batches_->mark();
         ahead_ = read(*batches_, howMany);
     }
 
-    std::mutex mutex_;  // held while a batch is read; guards all but isWanted_
-    std::unique_ptr<ListBatches<Sequence>> batches_;  // null when the list is over
-    std::optional<Batch> ahead_;
-    ReadAheadPlace place_;    // for ahead_; taken before the read is queued
-    Time aheadSince_{};       // when the place was taken
-    unsigned long turn_ = 0;  // changes with every call to next and with every drop
+    // held while a batch is read: the source may lock anything
+    kelp::util::Mutex mutex_{kelp::util::LockRank::Outermost, "ListReader::mutex_"};
+    // null when the list is over
+    std::unique_ptr<ListBatches<Sequence>> batches_ KELP_GUARDED_BY(mutex_);
+    std::optional<Batch> ahead_ KELP_GUARDED_BY(mutex_);
+    // for ahead_; taken before the read is queued
+    ReadAheadPlace place_ KELP_GUARDED_BY(mutex_);
+    Time aheadSince_ KELP_GUARDED_BY(mutex_){};  // when the place was taken
+    // changes with every call to next and with every drop
+    unsigned long turn_ KELP_GUARDED_BY(mutex_) = 0;
     std::atomic<bool> isWanted_{true};
 };
 

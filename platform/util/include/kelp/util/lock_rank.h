@@ -21,7 +21,7 @@ enum class LockRank {
     /// One start or end of the ORB at a time. The end destroys the agent's servants, which lock
     /// their own mutexes.
     OrbControl,
-    /// Anything may be locked while it is held, except another outermost one.
+    /// A list that an NMS reads. Its source may lock anything except another outermost mutex.
     Outermost,
     /// The agent's ping round, the managers' alarms and their known attributes. While one of these
     /// is held the notification channel and the ORB are called, which lock their own mutexes.
@@ -54,12 +54,12 @@ enum class LockRank {
     /// Nothing but the platform services below may be called while it is held.
     Leaf,
     /// One start, stop or load of a platform service at a time (logs, light events, configuration,
-    /// allowed networks, accounts, the limit of all calls). The service's other lock is locked
-    /// while it is held.
+    /// allowed networks, accounts, the limit of all calls), or the list of task managers. The
+    /// service's other lock or a task manager's lock is locked while it is held.
     ServiceControl,
     /// The data of a platform service: logs, inventory, light events, token buckets, bundles,
-    /// log-ins, the ORB's references, the ORB port. Only the configuration is read and the trace
-    /// written while it is held.
+    /// log-ins, the ORB's references, the ORB port, the operator's requests, task queues. Only the
+    /// configuration is read and the trace written while it is held.
     Service,
     /// The configuration. Nothing else is locked while it is held.
     Configuration,

@@ -4,8 +4,6 @@
 #include <kelp/util/mutex.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -32,26 +30,8 @@ KELP_EXPORT bool isStopGraceOver();
 KELP_EXPORT void leaveRunning(const std::string& what);
 KELP_EXPORT bool isAnythingLeftRunning();
 
-/// Wait until `isDone` holds. Once the process stops, wait for at most kStopGrace more. Returns
-/// false if `isDone` still does not hold then.
-template <class Condition>
-bool waitUnlessStopping(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
-                        Condition isDone) {
-    constexpr std::chrono::milliseconds kLook{50};
-    std::optional<std::chrono::steady_clock::time_point> end;
-    while (!isDone()) {
-        const auto now = std::chrono::steady_clock::now();
-        if (!end && isStopping())
-            end = now + kStopGrace;
-        if (end && now >= *end)
-            return false;
-        changed.wait_for(lock, kLook);
-    }
-    return true;
-}
-
-/// The same for a Mutex, as a loop in which the compiler checks the members that the condition
-/// reads:
+/// Waits for a condition. Once the process stops, it waits for at most kStopGrace more. Used as a
+/// loop, in which the compiler checks the members that the condition reads:
 ///     StopAwareWait wait;
 ///     while (!isDone_)
 ///         if (!wait.next(changed_, mutex_))

@@ -1,6 +1,5 @@
 // The service thread of the session manager: one round over all sessions per interval.
 
-#include <ace/Guard_T.h>
 #include <ace/OS_NS_Thread.h>
 #include <ace/Signal.h>
 #include <kelp/agent/session_mgr.h>
@@ -17,7 +16,9 @@
 #include "adapter/session_source.h"
 #include "corbaenv/containment.h"
 #include "session/ems_session_impl.h"
+#include "session/event_loss_state.h"
 #include "session/ordered_run.h"
+#include "session/session_list.h"
 #include "session/waiting_threads.h"
 #include "util/servant_ref.h"
 #include "util/trace_point.h"
@@ -63,7 +64,7 @@ int SessionMgr::svc() {
     SetCallTimeouts();
     const auto interval = [this] { return seconds(pingInterval_.load()); };
     auto roundDue = steady_clock::now() + interval();
-    while (!exitRequested_ || !CloseIfEmpty()) {
+    while (!exitRequested_ || !sessions_->closeIfEmpty()) {
         SleepUntil(roundDue);
         // counted from the beginning of the round, so that NMS that hang do not delay the pings of
         // the others
@@ -108,8 +109,8 @@ void SessionMgr::SetCallTimeouts() {
 
 void SessionMgr::RunRound() {
     NS_CORBA::SuppilerMgr::Instance()->check_channel_valid();
-    const EventLoss loss = CurrentEventLoss();
-    const EventLossReport report{loss.cleared != 0, loss.text1.c_str(), loss.text2.c_str()};
+    const EventLoss loss = eventLoss_->current();
+    const EventLossReport report{loss.isCleared, loss.time.c_str(), loss.notificationId.c_str()};
     std::vector<RoundEntry> entries;
     for (ServantRef<EmsSession_IImpl>& session : PinSessions()) {
         if (session->source() != nullptr)
@@ -181,11 +182,6 @@ milliseconds SessionMgr::PrepareForExit(SessionSource& source) {
     }
     source.set_state(EmsExiting);
     return std::min(left, kExitCallLimit);
-}
-
-SessionMgr::EventLoss SessionMgr::CurrentEventLoss() {
-    const ACE_Guard<ACE_Thread_Mutex> lock(eventLossLock_);
-    return eventLoss_;
 }
 
 }  // namespace NS_KELPCORBA

@@ -1,7 +1,5 @@
-// The session manager's operations for other modules: whose request is being served, and what to
-// report to every NMS.
+// The session manager's operations for other modules that say whose request is being served.
 
-#include <ace/Guard_T.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/security_mgr.h>
@@ -48,18 +46,6 @@ std::string SessionMgr::GetNmsIPAddrByContext() {
 
 int SessionMgr::GetUserIDByContext() {
     return NS_CORBA::CorbaSecurityMgr::Instance()->GetUserID(GetNmsIPAddrByContext());
-}
-
-void SessionMgr::NotifyEventLossOccurred(const std::string& startTime,
-                                         const std::string& notificationId) {
-    const ACE_Guard<ACE_Thread_Mutex> lock(eventLossLock_);
-    eventLoss_ = {0, startTime, notificationId};
-}
-
-void SessionMgr::NotifyEventLossCleared(const std::string& endTime) {
-    const ACE_Guard<ACE_Thread_Mutex> lock(eventLossLock_);
-    eventLoss_.cleared = 1;
-    eventLoss_.text1 = endTime;
 }
 
 }  // namespace NS_KELPCORBA

@@ -1,7 +1,6 @@
-// The session manager's list of sessions, and its waiting threads.
+#include "session/session_list.h"
 
 #include <ace/Guard_T.h>
-#include <kelp/agent/session_mgr.h>
 
 #include <algorithm>
 #include <functional>
@@ -9,28 +8,23 @@
 #include <string_view>
 
 #include "adapter/session_source.h"
-#include "session/ems_session_impl.h"
-#include "util/servant_ref.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
 
-constexpr const char* kSubject = "sessionmgr";
-
-// Always a write lock, also for reads, so all look-ups of sessions are serialised. When the lock
-// cannot be taken errno is set and the look-up goes on without it.
 using SessionLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
-bool belongsTo(const EmsSession_IImpl* session, const std::string& hostInfo,
+bool belongsTo(const EmsSession_IImpl& session, const std::string& hostInfo,
                const std::string& userName) {
-    const SessionSource* source = session->source();
+    const SessionSource* source = session.source();
     return source != nullptr && source->get_ip_and_port() == hostInfo &&
            source->get_user_name() == userName;
 }
 
-std::string clientKeyOf(const SessionSource& source) {
-    return source.get_user_name() + source.get_ip_and_port();
+std::size_t clientKeyHashOf(const SessionSource* source) {
+    return source == nullptr
+               ? 0
+               : std::hash<std::string>()(source->get_user_name() + source->get_ip_and_port());
 }
 
 bool isClientKeyOf(const SessionSource& source, std::string_view clientKey) {
@@ -40,221 +34,151 @@ bool isClientKeyOf(const SessionSource& source, std::string_view clientKey) {
 
 }  // namespace
 
-SessionMgr::ListedSessions::iterator SessionMgr::FindListed(const std::string& hostInfo,
-                                                            const std::string& userName) {
-    const std::size_t hash = std::hash<std::string>()(userName + hostInfo);
-    if (!sessionsByKey_.contains(hash))
-        return sessions_.end();
-    return std::find_if(sessions_.begin(), sessions_.end(), [&](const ListedSession& each) {
-        return each.clientKeyHash == hash && belongsTo(each.session, hostInfo, userName);
-    });
-}
-
-SessionMgr::ListedSessions::iterator SessionMgr::FindListed(const EmsSession_IImpl* session) {
-    return std::find_if(sessions_.begin(), sessions_.end(),
-                        [session](const ListedSession& each) { return each.session == session; });
-}
-
-void SessionMgr::Delist(ListedSessions::iterator listed) {
-    const auto [first, last] = sessionsByKey_.equal_range(listed->clientKeyHash);
-    const auto indexed =
-        std::find_if(first, last, [&](const auto& each) { return each.second == listed->session; });
-    if (indexed != last)
-        sessionsByKey_.erase(indexed);
-    sessions_.erase(listed);
-}
-
-int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
-    const SessionSource* source = session->source();
-    const std::size_t hash = source == nullptr ? 0 : std::hash<std::string>()(clientKeyOf(*source));
-    {
-        const SessionLock lock(sessionLock_);
-        if (lock.locked() && !isClosed_) {
-            sessions_.push_back({hash, session});
-            try {
-                sessionsByKey_.emplace(hash, session);
-            } catch (const std::bad_alloc&) {
-                sessions_.pop_back();  // listed completely or not at all
-                throw;
-            }
-        } else {
-            tracePoint(kSubject);
-            NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session failed!");
-            return -1;
-        }
+bool SessionList::add(EmsSession_IImpl* session) {
+    const std::size_t hash = clientKeyHashOf(session->source());
+    const SessionLock lock(lock_);
+    if (!lock.locked() || isClosed_)
+        return false;
+    Listed& added = sessions_.emplace_back();
+    try {
+        byKey_.emplace(hash, session);
+    } catch (const std::bad_alloc&) {
+        sessions_.pop_back();  // listed completely or not at all
+        throw;
     }
-    tracePoint(kSubject);
-    NS_CORBA::TaTrace("[SessionMgr::add_emsSession] Add new session successfully!");
-    return 0;
+    // taken over last: nothing throws from here on
+    added = {hash, Session::take(session)};
+    return true;
 }
 
-int SessionMgr::EraseSessions(const std::list<EmsSession_IImpl*>& sessions) {
+int SessionList::eraseEnded(const std::list<EmsSession_IImpl*>& sessions) {
     int erased = 0;
-    const SessionLock lock(sessionLock_);
-    for (EmsSession_IImpl* session : sessions) {
-        const auto found = FindListed(session);
+    const SessionLock lock(lock_);
+    for (const EmsSession_IImpl* session : sessions) {
+        const auto found = listed(session);
         if (found == sessions_.end())
             continue;
         const SessionSource* source = session->source();
         if (source == nullptr || source->get_state() == Normal)
             continue;
-        Delist(found);
-        session->_remove_ref();
+        delist(found);
         ++erased;
     }
     return erased;
 }
 
-EmsSession_IImpl* SessionMgr::GetNmsSession(const std::string& hostInfo,
-                                            const std::string& userName) {
-    const SessionLock lock(sessionLock_);
-    const auto found = FindListed(hostInfo, userName);
-    if (found == sessions_.end())
-        return nullptr;
-    EmsSession_IImpl* session = found->session;
-    Delist(found);
-    return session;
+SessionList::Session SessionList::take(const std::string& hostInfo, const std::string& userName) {
+    const SessionLock lock(lock_);
+    const auto found = listed(hostInfo, userName);
+    return found == sessions_.end() ? Session() : delist(found);
 }
 
-EmsSession_IImpl* SessionMgr::GetNmsSessionByNmsInfo(const std::string& hostInfo,
-                                                     const std::string& userName) {
-    const SessionLock lock(sessionLock_);
-    const auto found = FindListed(hostInfo, userName);
-    return found == sessions_.end() ? nullptr : found->session;
+EmsSession_IImpl* SessionList::find(const std::string& hostInfo, const std::string& userName) {
+    const SessionLock lock(lock_);
+    const auto found = listed(hostInfo, userName);
+    return found == sessions_.end() ? nullptr : found->session.get();
 }
 
-ServantRef<EmsSession_IImpl> SessionMgr::PinNmsSession(const std::string& hostInfo,
-                                                       const std::string& userName) {
-    const SessionLock lock(sessionLock_);
-    const auto found = FindListed(hostInfo, userName);
-    return ServantRef<EmsSession_IImpl>::pin(found == sessions_.end() ? nullptr : found->session);
+SessionList::Session SessionList::pin(const std::string& hostInfo, const std::string& userName) {
+    const SessionLock lock(lock_);
+    const auto found = listed(hostInfo, userName);
+    return Session::pin(found == sessions_.end() ? nullptr : found->session.get());
 }
 
-std::vector<ServantRef<EmsSession_IImpl>> SessionMgr::PinSessions() {
-    std::vector<ServantRef<EmsSession_IImpl>> pinned;
-    const SessionLock lock(sessionLock_);
+std::vector<SessionList::Session> SessionList::pinAll() {
+    std::vector<Session> pinned;
+    const SessionLock lock(lock_);
     pinned.reserve(sessions_.size());
-    for (const ListedSession& each : sessions_)
-        pinned.push_back(ServantRef<EmsSession_IImpl>::pin(each.session));
+    for (const Listed& each : sessions_)
+        pinned.push_back(Session::pin(each.session.get()));
     return pinned;
 }
 
-bool SessionMgr::PinSessionsByClientKey(const std::string& clientKey,
-                                        std::vector<ServantRef<EmsSession_IImpl>>& sessions) {
+bool SessionList::pinByClientKey(const std::string& clientKey, std::vector<Session>& pinned) {
     const std::size_t hash = std::hash<std::string>()(clientKey);
-    const SessionLock lock(sessionLock_);
+    const SessionLock lock(lock_);
     if (!lock.locked())
         return false;
-    const auto [first, last] = sessionsByKey_.equal_range(hash);
+    const auto [first, last] = byKey_.equal_range(hash);
     for (auto each = first; each != last; ++each) {
         const SessionSource* source = each->second->source();
         if (source != nullptr && isClientKeyOf(*source, clientKey))
-            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(each->second));
+            pinned.push_back(Session::pin(each->second));
     }
     return true;
 }
 
-void SessionMgr::Unlist(EmsSession_IImpl* session) {
-    const SessionLock lock(sessionLock_);
-    const auto found = FindListed(session);
-    if (found == sessions_.end())
-        return;
-    Delist(found);
+void SessionList::remove(const EmsSession_IImpl* session) {
+    const SessionLock lock(lock_);
+    const auto found = listed(session);
+    if (found != sessions_.end())
+        delist(found);
+}
+
+void SessionList::removeRefLocked(EmsSession_IImpl* session) {
+    const SessionLock lock(lock_);
     session->_remove_ref();
 }
 
-void SessionMgr::RemoveRefLocked(EmsSession_IImpl* session) {
-    const SessionLock lock(sessionLock_);
-    session->_remove_ref();
+void SessionList::logOutAll() {
+    const SessionLock lock(lock_);
+    for (Listed& each : sessions_) {
+        if (each.session->source() != nullptr)
+            each.session->source()->logOutOnce();
+        each.session.reset();
+    }
+    sessions_.clear();
+    byKey_.clear();
 }
 
-bool SessionMgr::CloseIfEmpty() {
-    const SessionLock lock(sessionLock_);
-    isClosed_ = sessions_.empty();
-    return isClosed_;
-}
-
-std::size_t SessionMgr::SessionCount() {
-    const SessionLock lock(sessionLock_);
+std::size_t SessionList::count() {
+    const SessionLock lock(lock_);
     return sessions_.size();
 }
 
-bool SessionMgr::isAdminAlreadyLoginIn(const std::string& userName) {
-    const SessionLock lock(sessionLock_);
-    return std::any_of(sessions_.begin(), sessions_.end(), [&](const ListedSession& each) {
+bool SessionList::hasSessionOf(const std::string& userName) {
+    const SessionLock lock(lock_);
+    return std::any_of(sessions_.begin(), sessions_.end(), [&](const Listed& each) {
         const SessionSource* source = each.session->source();
         return source != nullptr && source->get_user_name() == userName;
     });
 }
 
-SessionSource* SessionMgr::GetSessionSource(EmsSession_IImpl* session) {
-    return session == nullptr ? nullptr : session->source();
+bool SessionList::closeIfEmpty() {
+    const SessionLock lock(lock_);
+    isClosed_ = sessions_.empty();
+    return isClosed_;
 }
 
-void SessionMgr::LogOutEverybody() {
-    const SessionLock lock(sessionLock_);
-    for (const ListedSession& each : sessions_) {
-        if (each.session->source() != nullptr)
-            each.session->source()->logOutOnce();
-        // the list's reference; while it exists the servant is never destroyed
-        each.session->_remove_ref();
-    }
-    sessions_.clear();
-    sessionsByKey_.clear();
+void SessionList::reopen() {
+    const SessionLock lock(lock_);
+    isClosed_ = false;
 }
 
-// -- waiting threads
-
-namespace {
-
-/// Start a thread. Return false when it cannot be created or there is no memory for it.
-bool spawn(ACE_Thread_Manager& threads, ACE_THR_FUNC body, void* argument, ACE_thread_t& thread) {
-    try {
-        return threads.spawn(body, argument, THR_NEW_LWP | THR_DETACHED, &thread) != -1;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+SessionList::Sessions::iterator SessionList::listed(const std::string& hostInfo,
+                                                    const std::string& userName) {
+    const std::size_t hash = std::hash<std::string>()(userName + hostInfo);
+    if (!byKey_.contains(hash))
+        return sessions_.end();
+    return std::find_if(sessions_.begin(), sessions_.end(), [&](const Listed& each) {
+        return each.clientKeyHash == hash && belongsTo(*each.session, hostInfo, userName);
+    });
 }
 
-}  // namespace
-
-bool SessionMgr::SpawnWaiting(EmsSession_IImpl* session, ACE_THR_FUNC body) {
-    {
-        const SessionLock lock(sessionLock_);
-        waiting_.insert(session);
-        session->_add_ref();
-        waitingCount_ = waiting_.size();
-    }
-    ACE_thread_t thread = 0;
-    if (!spawn(waitingThreads_, body, session, thread)) {
-        tracePoint(kSubject);
-        NS_CORBA::TaTrace(
-            "[SessionMgr::SpawnWaiting] The thread that waits for the NMS could not be made!");
-        LeaveWaiting(session);
-        return false;
-    }
-    session->setWaitingThread(static_cast<std::uint32_t>(thread));
-    return true;
+SessionList::Sessions::iterator SessionList::listed(const EmsSession_IImpl* session) {
+    return std::find_if(sessions_.begin(), sessions_.end(),
+                        [session](const Listed& each) { return each.session.get() == session; });
 }
 
-void SessionMgr::LeaveWaiting(EmsSession_IImpl* session) {
-    const SessionLock lock(sessionLock_);
-    const auto found = waiting_.find(session);
-    if (found != waiting_.end())
-        waiting_.erase(found);
-    waitingCount_ = waiting_.size();
-    session->_remove_ref();
-}
-
-void SessionMgr::WakeAllWaiting() {
-    std::vector<ServantRef<EmsSession_IImpl>> sessions = PinSessions();
-    {
-        const SessionLock lock(sessionLock_);
-        for (EmsSession_IImpl* session : waiting_)
-            sessions.push_back(ServantRef<EmsSession_IImpl>::pin(session));
-    }
-    for (const ServantRef<EmsSession_IImpl>& session : sessions)
-        session->wakePoint().wake();
+SessionList::Session SessionList::delist(Sessions::iterator found) {
+    const auto [first, last] = byKey_.equal_range(found->clientKeyHash);
+    const auto indexed = std::find_if(
+        first, last, [&](const auto& each) { return each.second == found->session.get(); });
+    if (indexed != last)
+        byKey_.erase(indexed);
+    Session session = std::move(found->session);
+    sessions_.erase(found);
+    return session;
 }
 
 }  // namespace NS_KELPCORBA

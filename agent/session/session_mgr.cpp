@@ -1,19 +1,17 @@
-// The session manager's start and stop, and its manager servants.
+// The session manager's start and stop.
 
 #include <ace/Guard_T.h>
-#include <ace/Object_Manager_Base.h>
 #include <ace/Recursive_Thread_Mutex.h>
 #include <ace/Static_Object_Lock.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
-#include <kelp/corbabase/security_mgr.h>
-#include <mtnm/common.h>
 
-#include <algorithm>
-
-#include "adapter/session_source.h"
-#include "session/ems_session_impl.h"
+#include "iterator/iterator_list.h"
+#include "session/event_loss_state.h"
+#include "session/servant_table.h"
+#include "session/session_list.h"
+#include "session/waiting_sessions.h"
 #include "util/agent_state.h"
 #include "util/trace_point.h"
 
@@ -43,7 +41,13 @@ SessionMgr* SessionMgr::Existing() {
     return __atomic_load_n(&m_pInstance, __ATOMIC_ACQUIRE);
 }
 
-SessionMgr::SessionMgr() : ACE_Task_Base(&serviceThreads_) {}
+SessionMgr::SessionMgr()
+    : ACE_Task_Base(&serviceThreads_),
+      sessions_(std::make_unique<SessionList>()),
+      waiting_(std::make_unique<WaitingSessions>()),
+      iterators_(std::make_unique<IteratorList>()),
+      servants_(std::make_unique<ServantTable>()),
+      eventLoss_(std::make_unique<EventLossState>()) {}
 
 SessionMgr::~SessionMgr() {
     tracePoint(kSubject);
@@ -56,7 +60,7 @@ int SessionMgr::Init() {
     pingInterval_ = config->TimeInterval();
     exitRequested_ = false;
     exitDeadline_.reset();
-    isClosed_ = false;
+    sessions_->reopen();
     pingThreads_ = static_cast<std::size_t>(config->PingThreads());
     silentMode_ =
         config->GetSessionReleaseStrategy() == kReleaseBySilence && config->GetEmsPingMode();
@@ -81,7 +85,7 @@ int SessionMgr::Init() {
             NS_CORBA::TaTrace("[SessionMgr::Init] Create servant object failed!");
             return -1;
         }
-        TakeOverServant(name, servant);
+        servants_->add(name, servant);
     }
     open(nullptr);
     tracePoint(kSubject);
@@ -125,7 +129,7 @@ void SessionMgr::Destroy() {
     const ACE_Time_Value deadline(ACE_OS::gettimeofday() +
                                   ACE_Time_Value(kWaitingThreadsLeaveSeconds));
     instance->WakeAllWaiting();
-    if (instance->waitingThreads_.wait(&deadline) == -1) {
+    if (instance->waiting_->threads().wait(&deadline) == -1) {
         tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionMgr::Destroy] Waiting threads have not ended, the session manager stays!");
@@ -134,8 +138,8 @@ void SessionMgr::Destroy() {
     ACE_GUARD(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance());
     if (Existing() != instance)
         return;
-    instance->ReleaseServants();
-    instance->LogOutEverybody();
+    instance->servants_->clear();
+    instance->sessions_->logOutAll();
     __atomic_store_n(&m_pInstance, static_cast<SessionMgr*>(nullptr), __ATOMIC_RELEASE);
     delete instance;
 }
@@ -146,60 +150,6 @@ void SessionMgr::DeregisterUserStateHandler() {
     if (handlerRegistered_.exchange(false)) {
         NS_BUNDLEMGR1::LightEventMgr::Instance()->DeregisterHandler(
             NS_BUNDLEMGR1::kUserStateChangeEvent, &userStateHandler_);
-    }
-}
-
-// -- manager servants
-
-void SessionMgr::TakeOverServant(const std::string& name, POA_common::Common_I* servant) {
-    bool taken = false;
-    {
-        const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
-        taken = servants_.emplace(name, servant).second;
-    }
-    // a bundle has already registered a servant of this name
-    if (!taken)
-        servant->_remove_ref();
-}
-
-void SessionMgr::RegisterServant(const std::string& name, POA_common::Common_I* servant) {
-    if (servant != nullptr)
-        servant->_add_ref();
-    POA_common::Common_I* before = nullptr;
-    {
-        const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
-        before = std::exchange(servants_[name], servant);
-    }
-    if (before != nullptr)
-        before->_remove_ref();
-}
-
-POA_common::Common_I* SessionMgr::find_servant(const char* name) {
-    if (name == nullptr)
-        return nullptr;
-    const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
-    const auto found = servants_.find(name);
-    return found == servants_.end() ? nullptr : found->second;
-}
-
-POA_common::Common_I* SessionMgr::pin_servant(std::string_view name) {
-    const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
-    const auto found = servants_.find(name);
-    if (found == servants_.end() || found->second == nullptr)
-        return nullptr;
-    found->second->_add_ref();
-    return found->second;
-}
-
-void SessionMgr::ReleaseServants() {
-    decltype(servants_) servants;
-    {
-        const ACE_Guard<ACE_Thread_Mutex> lock(servantLock_);
-        servants.swap(servants_);
-    }
-    for (const auto& [name, servant] : servants) {
-        if (servant != nullptr)
-            servant->_remove_ref();
     }
 }
 

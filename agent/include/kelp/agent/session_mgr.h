@@ -1,12 +1,9 @@
 #pragma once
 
 #include <ace/Event.h>
-#include <ace/RW_Thread_Mutex.h>
 #include <ace/Semaphore.h>
 #include <ace/Task.h>
 #include <ace/Thread_Manager.h>
-#include <ace/Thread_Mutex.h>
-#include <kelp/agent/open_iterators.h>
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/orb/corba.h>
 #include <kelp/util/export.h>
@@ -14,14 +11,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <list>
-#include <map>
+#include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace POA_common {
@@ -32,7 +26,12 @@ namespace NS_KELPCORBA {
 
 class CorbaAgentConfig;
 class EmsSession_IImpl;
+class EventLossState;
+class IteratorList;
+class ServantTable;
+class SessionList;
 class SessionSource;
+class WaitingSessions;
 template <class S>
 class ServantRef;
 
@@ -47,11 +46,10 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
 /// session once per interval and erases the sessions that are over. It calls the NMS on threads
 /// that live as long as one round.
 ///
-/// Any thread may call it. The session lock guards the session list and the waiting sessions. The
-/// iterator lock guards the iterator list, the servant lock the servant map, and the event-loss
-/// lock the three event-loss values. No two of these locks are held together, and no NMS is called
-/// under any of them. The lock order is: the factory's login lock, the session lock, the lock of a
-/// session source.
+/// Any thread may call it. The session list, the waiting sessions, the iterator list, the servants
+/// and the event-loss state are separate objects, each with its own lock. No two of these locks are
+/// held together, and no NMS is called under any of them. The lock order is: the factory's login
+/// lock, the lock of the session list ("session lock"), the lock of a session source.
 class SessionMgr : public ACE_Task_Base {
   public:
     KELP_EXPORT static SessionMgr* Instance();
@@ -112,10 +110,10 @@ class SessionMgr : public ACE_Task_Base {
     void LeaveWaiting(EmsSession_IImpl* session);
     /// True while any session, listed or not, is between SpawnWaiting and LeaveWaiting. Takes no
     /// lock.
-    bool IsAnybodyWaiting() const { return waitingCount_ != 0; }
+    bool IsAnybodyWaiting() const;
     /// Wake every waiting thread, of listed and unlisted sessions.
     void WakeAllWaiting();
-    ACE_Thread_Manager& WaitingThreads() { return waitingThreads_; }
+    ACE_Thread_Manager& WaitingThreads();
 
     // -- manager servants
     /// Register a servant and take a reference on it. A servant already registered under the name
@@ -159,54 +157,19 @@ class SessionMgr : public ACE_Task_Base {
     SessionMgr& operator=(const SessionMgr&) = delete;
 
   private:
-    /// A session in the list, with the hash of its user name followed by its host info. The hash is
-    /// 0 for a session without a source.
-    struct ListedSession {
-        std::size_t clientKeyHash;
-        EmsSession_IImpl* session;
-    };
-    using ListedSessions = std::vector<ListedSession>;
-
-    struct EventLoss {
-        std::int32_t cleared = 1;
-        std::string text1;
-        std::string text2;
-    };
+    struct RoundEntry;
 
     SessionMgr();
     ~SessionMgr() override;
 
-    ListedSessions::iterator FindListed(const std::string& hostInfo, const std::string& userName);
-    ListedSessions::iterator FindListed(const EmsSession_IImpl* session);
-    /// Remove a session from the list and its index. The caller takes over the list's reference.
-    void Delist(ListedSessions::iterator listed);
-    /// Iterators that were removed from the list and are to be closed without a lock held.
-    using Evicted = std::vector<PortableServer::ServantBase*>;
-    unsigned long ReserveIteratorPlace(const std::string& session, Evicted& evicted);
-    void GiveIteratorPlaceBack(const std::string& session);
-    unsigned long ActivateAndList(PortableServer::ServantBase* iterator, const std::string& session,
-                                  CORBA::Object_var& reference, Evicted& evicted);
-    unsigned long ListActivated(PortableServer::ServantBase* iterator, const std::string& session,
-                                PortableServer::POA_ptr poa, const PortableServer::ObjectId& id,
-                                Evicted& evicted);
-    /// Like remove_iterator(), and set `wasListed` if it was listed. Return false when the lock
-    /// failed.
-    bool TakeOutIterator(PortableServer::ServantBase* iterator, bool& wasListed);
-    void TakeOverServant(const std::string& name, POA_common::Common_I* servant);
-    void ReleaseServants();
-    void LogOutEverybody();
     void DeregisterUserStateHandler();
     void SetCallTimeouts();
-    /// Return true when no session is listed. From then on none can be added.
-    bool CloseIfEmpty();
     void SleepUntil(std::chrono::steady_clock::time_point roundDue);
     void RunRound();
-    struct RoundEntry;
     void BeginCheck(RoundEntry& entry);
     void ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& eraseList);
     /// Prepare a session's check during the stop. Return the time limit for its call to the NMS.
     std::chrono::milliseconds PrepareForExit(SessionSource& source);
-    EventLoss CurrentEventLoss();
 
     ACE_Thread_Manager serviceThreads_;
     std::atomic<std::int64_t> pingInterval_{0};
@@ -214,31 +177,15 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
     std::size_t pingThreads_ = 1;
-    OpenIterators iterators_;  ///< owns one reference on each
-    /// Places reserved for iterators that are being activated.
-    std::atomic<std::size_t> iteratorsToCome_{0};
-    /// Number of reserved places for which an iterator should have been evicted, but none was
-    /// listed. Each of the next iterators to be listed evicts one in turn.
-    std::size_t evictionsOwed_ = 0;
-    std::map<std::string, POA_common::Common_I*, std::less<>> servants_;
-    ACE_RW_Mutex iteratorLock_;
-    ACE_Thread_Mutex servantLock_;
+    const std::unique_ptr<SessionList> sessions_;
+    const std::unique_ptr<WaitingSessions> waiting_;
+    const std::unique_ptr<IteratorList> iterators_;
+    const std::unique_ptr<ServantTable> servants_;
+    const std::unique_ptr<EventLossState> eventLoss_;
     CorbaAgentConfig* agentConfig_ = nullptr;
-    ACE_Thread_Mutex eventLossLock_;
-    EventLoss eventLoss_;
     BaseSSHandler userStateHandler_;
     std::atomic<bool> handlerRegistered_{false};
     ACE_Semaphore exitSemaphore_{0, USYNC_THREAD, nullptr, nullptr, 0x7fffffff};
-    ACE_Thread_Manager waitingThreads_;
-    ListedSessions sessions_;  ///< oldest first
-    bool isClosed_ = false;    ///< no session may be added; guarded by the session lock
-    /// The listed sessions by hash. Makes finding a session equally fast for any number of
-    /// sessions.
-    std::unordered_multimap<std::size_t, EmsSession_IImpl*> sessionsByKey_;
-    std::multiset<EmsSession_IImpl*> waiting_;
-    /// Size of waiting_. Written under the session lock, read without a lock.
-    std::atomic<std::size_t> waitingCount_{0};
-    ACE_RW_Mutex sessionLock_;
     /// The time by which all NMS together must have been notified of the stop. Empty before the
     /// first check of the stop. Used only where a check begins, by one thread at a time.
     std::optional<std::chrono::steady_clock::time_point> exitDeadline_;

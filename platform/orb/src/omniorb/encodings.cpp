@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <utility>
 
 namespace kelp::orb {
 
@@ -50,8 +51,11 @@ bool alignsInFragments(cdrStream& stream) {
 
 }  // namespace
 
+SharedEvent::SharedEvent(StructuredEventPtr event)
+    : body(*event), event_(std::move(event)), encodings_(std::make_unique<Encodings>(body)) {}
+
 SharedEvent::SharedEvent(const CosNotification::StructuredEvent& event)
-    : body(event), encodings_(std::make_unique<Encodings>(body)) {}
+    : SharedEvent(std::make_shared<const CosNotification::StructuredEvent>(event)) {}
 
 SharedEvent::~SharedEvent() = default;
 

@@ -10,16 +10,22 @@
 
 namespace kelp::orb {
 
+/// An event that several users share. None of them changes it.
+using StructuredEventPtr = std::shared_ptr<const CosNotification::StructuredEvent>;
+
 /// An event that is sent to many consumers and never changes. It caches the encodings that an
 /// EventSender makes of it, until it is destroyed. Any thread may send it.
 class KELP_EXPORT SharedEvent {
   public:
+    /// Share an event without copying it. `event` must not be null.
+    explicit SharedEvent(StructuredEventPtr event);
+    /// Copy an event.
     explicit SharedEvent(const CosNotification::StructuredEvent& event);
     ~SharedEvent();
     SharedEvent(const SharedEvent&) = delete;
     SharedEvent& operator=(const SharedEvent&) = delete;
 
-    const CosNotification::StructuredEvent body;
+    const CosNotification::StructuredEvent& body;
 
     /// Return the number of cached encodings.
     std::size_t encodingsKept() const;
@@ -28,6 +34,7 @@ class KELP_EXPORT SharedEvent {
     Encodings& encodings() const { return *encodings_; }
 
   private:
+    const StructuredEventPtr event_;  // owns body
     const std::unique_ptr<Encodings> encodings_;
 };
 

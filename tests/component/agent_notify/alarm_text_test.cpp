@@ -33,7 +33,7 @@ std::string entry(const CosNotification::StructuredEvent& event, const std::stri
     return "none";
 }
 
-TEST(AlarmLog, OfAnEventWithoutFieldsHasThirteenEntries) {
+TEST(AlarmText, OfAnEventWithoutFieldsHasThirteenEntries) {
     EXPECT_THAT(rendered(CosNotification::StructuredEvent()),
                 ElementsAre("objectName=", "nativeEMSName=", "nativeProbableCause=", "emsTime=",
                             "neTime=", "isClearable=TRUE", "probableCause=",
@@ -41,7 +41,7 @@ TEST(AlarmLog, OfAnEventWithoutFieldsHasThirteenEntries) {
                             "additionalInfo=", "X.733::EventType=", "objectTypeQualifier="));
 }
 
-TEST(AlarmLog, OfAWholeAlarmHasSeventeenEntriesInTheirOrder) {
+TEST(AlarmText, OfAWholeAlarmHasSeventeenEntriesInTheirOrder) {
     CosNotification::StructuredEvent event;
     addField(event, "notificationId") <<= "17";
     addField(event, "objectName") <<= pairs({{"EMS", "Kelp/EMS"}, {"ManagedElement", "1"}});
@@ -75,7 +75,7 @@ TEST(AlarmLog, OfAWholeAlarmHasSeventeenEntriesInTheirOrder) {
                     "objectTypeQualifier=q"));
 }
 
-TEST(AlarmLog, LeavesOutATextOfAnotherType) {
+TEST(AlarmText, LeavesOutATextOfAnotherType) {
     CosNotification::StructuredEvent event;
     addField(event, "nativeEMSName") <<= CORBA::Long(7);
     addField(event, "additionalText") <<= CORBA::Any::from_boolean(true);
@@ -84,7 +84,7 @@ TEST(AlarmLog, LeavesOutATextOfAnotherType) {
     EXPECT_EQ(entry(event, "emsTime"), "");
 }
 
-TEST(AlarmLog, LeavesOutNumbersOfValueZeroAndOfAnotherType) {
+TEST(AlarmText, LeavesOutNumbersOfValueZeroAndOfAnotherType) {
     CosNotification::StructuredEvent event;
     addField(event, "objectType") <<= notifications::OT_EMS;
     addField(event, "layerRate") <<= CORBA::Short(0);
@@ -94,13 +94,13 @@ TEST(AlarmLog, LeavesOutNumbersOfValueZeroAndOfAnotherType) {
         EXPECT_EQ(entry(event, name), "none") << name;
 }
 
-TEST(AlarmLog, WritesANegativeLayerRate) {
+TEST(AlarmText, WritesANegativeLayerRate) {
     CosNotification::StructuredEvent event;
     addField(event, "layerRate") <<= CORBA::Short(-1);
     EXPECT_EQ(entry(event, "layerRate"), "-1");
 }
 
-TEST(AlarmLog, LeavesOutUnknownFields) {
+TEST(AlarmText, LeavesOutUnknownFields) {
     CosNotification::StructuredEvent event;
     addField(event, "notificationId") <<= "17";
     for (const char* name :
@@ -110,20 +110,20 @@ TEST(AlarmLog, LeavesOutUnknownFields) {
     EXPECT_EQ(rendered(event), rendered(CosNotification::StructuredEvent()));
 }
 
-TEST(AlarmLog, IsAppendedToWhatIsThere) {
+TEST(AlarmText, IsAppendedToWhatIsThere) {
     std::stringstream out;
     out << "before\n";
     SuppilerMgrCallBack().FormatAlarmLog(out, CosNotification::StructuredEvent());
     EXPECT_EQ(out.str().rfind("before\nobjectName=\n", 0), 0u);
 }
 
-TEST(AlarmLog, SaysClearableWhateverTheAlarmSays) {
+TEST(AlarmText, SaysClearableWhateverTheAlarmSays) {
     CosNotification::StructuredEvent event;
     addField(event, "isClearable") <<= CORBA::Any::from_boolean(false);
     EXPECT_EQ(entry(event, "isClearable"), "TRUE");
 }
 
-TEST(AlarmLog, RendersAnEmptyAdditionalInfoAsOneBlank) {
+TEST(AlarmText, RendersAnEmptyAdditionalInfoAsOneBlank) {
     CosNotification::StructuredEvent event;
     addField(event, "additionalInfo") <<= globaldefs::NVSList_T();
     addField(event, "objectName") <<= globaldefs::NVSList_T();
@@ -131,7 +131,7 @@ TEST(AlarmLog, RendersAnEmptyAdditionalInfoAsOneBlank) {
     EXPECT_EQ(entry(event, "objectName"), "");
 }
 
-TEST(AlarmLog, TakesListsOfAnotherTypeForMissing) {
+TEST(AlarmText, TakesListsOfAnotherTypeForMissing) {
     CosNotification::StructuredEvent event;
     addField(event, "additionalInfo") <<= "text";
     addField(event, "objectName") <<= CORBA::Long(1);
@@ -139,7 +139,7 @@ TEST(AlarmLog, TakesListsOfAnotherTypeForMissing) {
     EXPECT_EQ(entry(event, "objectName"), "");
 }
 
-TEST(AlarmLog, UsesTheFirstOfTwoFieldsOfOneName) {
+TEST(AlarmText, UsesTheFirstOfTwoFieldsOfOneName) {
     CosNotification::StructuredEvent event;
     addField(event, "emsTime") <<= "first";
     addField(event, "emsTime") <<= "second";
@@ -149,7 +149,7 @@ TEST(AlarmLog, UsesTheFirstOfTwoFieldsOfOneName) {
     EXPECT_EQ(entry(event, "nativeEMSName"), "none") << "the first one, of another type";
 }
 
-TEST(AlarmLog, EscapesAListThatHoldsLineEndsOnceMore) {
+TEST(AlarmText, EscapesAListThatHoldsLineEndsOnceMore) {
     CosNotification::StructuredEvent event;
     addField(event, "objectName") <<= pairs({{"ME", "a\nb\\c"}});
     EXPECT_EQ(entry(event, "objectName"), R"(ME=a\\nb\\\\c\n)");

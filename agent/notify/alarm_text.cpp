@@ -60,10 +60,10 @@ void formatPairs(const globaldefs::NVSList_T& pairs, std::ostream& out) {
                                out);
 }
 
-/// Writes the entries of one alarm in the order of the calls.
-class AlarmLogWriter {
+/// Formats the entries of one alarm in the order of the calls.
+class AlarmFormatter {
   public:
-    AlarmLogWriter(const CosNotification::StructuredEvent& event, std::ostream& out)
+    AlarmFormatter(const CosNotification::StructuredEvent& event, std::ostream& out)
         : fields_(event.filterable_data), out_(out) {}
 
     void text(const char* name) {
@@ -103,7 +103,7 @@ class AlarmLogWriter {
 
 void SuppilerMgrCallBack::FormatAlarmLog(std::stringstream& out,
                                          const CosNotification::StructuredEvent& event) {
-    AlarmLogWriter entries(event, out);
+    AlarmFormatter entries(event, out);
     entries.objectName("objectName");
     entries.text("nativeEMSName");
     entries.text("nativeProbableCause");

@@ -1,6 +1,7 @@
 #include <kelp/agent/push_event.h>
 #include <kelp/corbabase/supplier_mgr.h>
 
+#include <utility>
 #include <vector>
 
 namespace NS_KELPCORBA {
@@ -11,7 +12,7 @@ int PushEvent(CosNotification::StructuredEvent& event) {
 
 int PushEvents(std::list<CosNotification::StructuredEvent>& events) {
     std::vector<CosNotification::StructuredEvent> batch(events.begin(), events.end());
-    return static_cast<int>(NS_CORBA::SuppilerMgr::Instance()->PushEvents(batch));
+    return static_cast<int>(NS_CORBA::SuppilerMgr::Instance()->PushEvents(std::move(batch)));
 }
 
 }  // namespace NS_KELPCORBA

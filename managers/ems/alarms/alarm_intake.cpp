@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "alarms/alarm_event.h"
@@ -35,7 +36,7 @@ admin::Json AlarmIntake::take(const admin::Json& request) {
     const std::string emsTime = NS_KELPCORBA::TimeChange::time2strByConf(0L);
     for (std::size_t i = 0; i < alarms.size(); ++i)
         fillAlarmEvent(events[i], alarms[i], std::to_string(first + i), emsTime);
-    if (NS_CORBA::SuppilerMgr::Instance()->PushEvents(events) != 0)
+    if (NS_CORBA::SuppilerMgr::Instance()->PushEvents(std::move(events)) != 0)
         throw admin::RequestError("there is no notification channel now, no alarm was taken",
                                   admin::RequestError::kUnavailable);
     nextId_ += alarms.size();

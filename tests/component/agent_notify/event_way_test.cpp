@@ -7,11 +7,13 @@
 #include <kelp/corbabase/supplier_mgr.h>
 #include <mtnm/notifications.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <optional>
 
 #include "component/corbabase/base_orb.h"
+#include "counted_texts.h"
 #include "event_fields.h"
 #include "notify/suppiler_mgr_callback.h"
 #include "support/temporary_directory.h"
@@ -28,6 +30,14 @@ StructuredEvent named(const char* name) {
     StructuredEvent event;
     event.header.fixed_header.event_name = CORBA::string_dup(name);
     test::addField(event, "emsTime") <<= name;
+    return event;
+}
+
+/// An event with a name as long as no other text.
+constexpr std::size_t kLongName = 4321;
+StructuredEvent longNamed() {
+    StructuredEvent event = named("1");
+    event.header.fixed_header.event_name = std::string(kLongName, 'x').c_str();
     return event;
 }
 
@@ -55,14 +65,27 @@ class EventWay : public testing::Test {
         CorbaAgentConfig::Instance()->Init();
         manager().SetCallBack(&callBack_);
         ASSERT_EQ(manager().Start(0), 0);
+        proxy_ = connect();
+    }
+    static CosNotifyChannelAdmin::StructuredProxyPullSupplier_var connect() {
         const CosNotifyChannelAdmin::EventChannel_var channel =
             NS_CORBA::EventMgr::Instance()->GetEventChannel();
         const CosNotifyChannelAdmin::ConsumerAdmin_var admin = channel->default_consumer_admin();
         CosNotifyChannelAdmin::ProxyID id = 0;
         const CosNotifyChannelAdmin::ProxySupplier_var supplier =
             admin->obtain_notification_pull_supplier(CosNotifyChannelAdmin::STRUCTURED_EVENT, id);
-        proxy_ = CosNotifyChannelAdmin::StructuredProxyPullSupplier::_narrow(supplier.in());
-        proxy_->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
+        CosNotifyChannelAdmin::StructuredProxyPullSupplier_var proxy =
+            CosNotifyChannelAdmin::StructuredProxyPullSupplier::_narrow(supplier.in());
+        proxy->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
+        return proxy;
+    }
+    /// Wait until this number of events is in the queue of every consumer.
+    static bool areQueued(std::size_t events) {
+        return waitUntil([events] {
+            const auto consumers = manager().Consumers();
+            return std::all_of(consumers.begin(), consumers.end(),
+                               [events](const auto& each) { return each.queued == events; });
+        });
     }
     /// Return the next event. Fail the test if none arrives.
     StructuredEvent next() {
@@ -90,6 +113,28 @@ TEST_F(EventWay, OfOneAndOfABatchKeepsTheirOrder) {
     EXPECT_EQ(PushEvents(batch), 0);
     for (const char* name : {"1", "2", "3", "4"})
         EXPECT_EQ(nameOf(next()), name);
+}
+
+TEST_F(EventWay, CopiesAnEventOnceForAllConsumers) {
+    start();
+    const auto another = connect();
+    StructuredEvent event = longNamed();
+    const kelp::test::CountedTexts names(kLongName);
+    ASSERT_EQ(PushEvent(event), 0);
+    ASSERT_TRUE(areQueued(1));
+    EXPECT_EQ(names.copies(), 1u);
+    EXPECT_EQ(nameOf(next()), nameOf(event));
+}
+
+TEST_F(EventWay, CopiesEachEventOfABatchOnceForAllConsumers) {
+    start();
+    const auto another = connect();
+    std::list<StructuredEvent> batch{longNamed(), longNamed(), longNamed()};
+    const kelp::test::CountedTexts names(kLongName);
+    ASSERT_EQ(PushEvents(batch), 0);
+    ASSERT_TRUE(areQueued(3));
+    EXPECT_EQ(names.copies(), 3u);
+    EXPECT_EQ(nameOf(next()), nameOf(batch.front()));
 }
 
 TEST_F(EventWay, LeavesTheCallersEventsAsTheyAre) {

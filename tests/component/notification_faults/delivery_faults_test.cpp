@@ -112,7 +112,7 @@ TEST_F(DeliveryFaults, OfAnEventThatIsOfferedLoseAtMostThatOneAndSayIt) {
         {
             const FailingMemory failing(nth);
             for (const EventPtr& each : events)
-                subscription->offer(each);
+                subscription->enqueue(each);
             failed = failing.hasHappened();
         }
         recover(*subscription);
@@ -128,7 +128,7 @@ TEST_F(DeliveryFaults, OfATurnLoseNothing) {
     withEachAllocationFailing([this](int nth) {
         const auto subscription = connected();
         for (int i = 1; i <= 3; ++i)
-            subscription->offer(test::event(i));
+            subscription->enqueue(test::event(i));
         const bool failed = takesTurnFailing(nth);
         recover(*subscription);
         EXPECT_EQ(subscription->counts().delivered, 3u);
@@ -144,7 +144,7 @@ TEST_F(DeliveryFaults, AfterATimeOutLoseNothing) {
     withEachAllocationFailing([this](int nth) {
         const auto subscription = connected();
         receiver_->onDeliver = [] { throw CORBA::TIMEOUT(0, CORBA::COMPLETED_MAYBE); };
-        subscription->offer(test::event(1));
+        subscription->enqueue(test::event(1));
         const bool failed = takesTurnFailing(nth);
         recover(*subscription);
         EXPECT_EQ(receiver_->got[0], 1);
@@ -159,7 +159,7 @@ TEST_F(DeliveryFaults, OfADyingConsumerAreMadeUpFor) {
         const auto subscription = connected();
         const auto gone = [] { throw CosEventComm::Disconnected(); };
         receiver_->onDeliver = gone;
-        subscription->offer(test::event(1));
+        subscription->enqueue(test::event(1));
         const bool failed = takesTurnFailing(nth);
         subscription->tend(Subscription::Clock::now());
         scheduler_.run();

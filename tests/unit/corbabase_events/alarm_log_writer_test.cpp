@@ -66,9 +66,9 @@ class AlarmWriting : public testing::Test {
 
 TEST_F(AlarmWriting, WritesEveryAlarmInOrderAndNothingElse) {
     const auto log = writer();
-    log->take({numbered(1), numbered(2, "NT_HEARTBEAT"), numbered(3)});
-    log->take({});
-    log->take({numbered(4)});
+    log->enqueue({numbered(1), numbered(2, "NT_HEARTBEAT"), numbered(3)});
+    log->enqueue({});
+    log->enqueue({numbered(4)});
     EXPECT_TRUE(waitUntil([&] { return numbers().size() == 3; })) << "without a stop";
     EXPECT_THAT(numbers(), testing::ElementsAre(1, 3, 4));
     EXPECT_EQ(content().rfind("alarm taken in at 20", 0), 0u);
@@ -77,11 +77,11 @@ TEST_F(AlarmWriting, WritesEveryAlarmInOrderAndNothingElse) {
 TEST_F(AlarmWriting, StopWritesWhatWaits) {
     auto log = writer();
     hold(true);
-    log->take(numbered(1, 500));
+    log->enqueue(numbered(1, 500));
     hold(false);
     log->stop();
     EXPECT_EQ(numbers().size(), 500u);
-    log->take(numbered(501, 501));
+    log->enqueue(numbered(501, 501));
     log.reset();
     EXPECT_EQ(numbers().size(), 500u);
 }
@@ -89,12 +89,12 @@ TEST_F(AlarmWriting, StopWritesWhatWaits) {
 TEST_F(AlarmWriting, SaysHowManyAreMissingWhenTooManyWait) {
     const auto log = writer(3);
     hold(true);
-    log->take(numbered(1, 1));
+    log->enqueue(numbered(1, 1));
     ASSERT_TRUE(waitUntil([&] { return begun_ == 1; }));
-    log->take(numbered(2, 10));
+    log->enqueue(numbered(2, 10));
     hold(false);
     log->stop();
-    log->take(numbered(11, 11));
+    log->enqueue(numbered(11, 11));
     EXPECT_THAT(numbers(), testing::ElementsAre(1, 2, 3, 4));
     EXPECT_NE(content().find("alarms missing here: 6\n"), std::string::npos) << content();
 }
@@ -103,7 +103,7 @@ TEST_F(AlarmWriting, AnAlarmThatCannotBePutIntoWordsIsCountedAndTraced) {
     const kelp::test::TraceCapture trace;
     unspeakable_ = 2;
     const auto log = writer();
-    log->take(numbered(1, 3));
+    log->enqueue(numbered(1, 3));
     log->stop();
     EXPECT_THAT(numbers(), testing::ElementsAre(1, 3));
     EXPECT_NE(content().find("alarms missing here: 1\n"), std::string::npos);

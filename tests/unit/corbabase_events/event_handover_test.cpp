@@ -33,13 +33,13 @@ class ScriptedLink final : public EventChannelLink {
   public:
     bool isConnected() const override { return connected; }
     std::size_t batchMax() const override { return batch; }
-    Outcome deliver(const std::vector<EventPtr>& events) override {
+    Outcome handOver(const std::vector<StructuredEventPtr>& events) override {
         std::unique_lock lock(mutex_);
         ++begun_;
         changed_.wait(lock, [this] { return !held_; });
         std::vector<int> numbers;
         bool refused = false;
-        for (const EventPtr& each : events) {
+        for (const StructuredEventPtr& each : events) {
             numbers.push_back(numberOf(*each));
             refused = refused || numbers.back() == refuses;
         }
@@ -51,7 +51,7 @@ class ScriptedLink final : public EventChannelLink {
         if (refused)
             return Outcome::Refused;
         delivered_.insert(delivered_.end(), numbers.begin(), numbers.end());
-        return Outcome::Delivered;
+        return Outcome::Accepted;
     }
     bool probe() override {
         const std::lock_guard guard(mutex_);
@@ -137,7 +137,7 @@ class Handover : public testing::Test {
         }
         return *handover_;
     }
-    void take(int first, int last) { ASSERT_TRUE(handover().take(numbered(first, last))); }
+    void enqueue(int first, int last) { ASSERT_TRUE(handover().enqueue(numbered(first, last))); }
     bool delivers(std::size_t count) {
         return waitUntil([&] { return link_->delivered().size() >= count; });
     }
@@ -159,8 +159,8 @@ class Handover : public testing::Test {
 TEST_F(Handover, DeliversInOrderAndInBatchesOfTheChannelsSize) {
     link_->batch = 3;
     link_->hold(true);
-    take(1, 1);
-    take(2, 8);
+    enqueue(1, 1);
+    enqueue(2, 8);
     link_->hold(false);
     ASSERT_TRUE(delivers(8));
     EXPECT_EQ(link_->delivered(), upTo(8));
@@ -169,16 +169,16 @@ TEST_F(Handover, DeliversInOrderAndInBatchesOfTheChannelsSize) {
 }
 
 TEST_F(Handover, TakesNothingOnceItIsStopping) {
-    take(1, 1);
+    enqueue(1, 1);
     ASSERT_TRUE(delivers(1));
     handover().stop();
-    EXPECT_FALSE(handover().take(numbered(2, 2)));
+    EXPECT_FALSE(handover().enqueue(numbered(2, 2)));
     EXPECT_THAT(link_->delivered(), ElementsAre(1));
 }
 
 TEST_F(Handover, ConnectsBeforeItDeliversToAChannelElsewhere) {
     link_->connected = false;
-    EXPECT_TRUE(handover().take(numbered(1, 1)));
+    EXPECT_TRUE(handover().enqueue(numbered(1, 1)));
     ASSERT_TRUE(delivers(1));
     EXPECT_THAT(link_->attempts(), ElementsAre(IsEmpty(), ElementsAre(1)));
     EXPECT_TRUE(handover().channelAnswers());
@@ -187,11 +187,11 @@ TEST_F(Handover, ConnectsBeforeItDeliversToAChannelElsewhere) {
 TEST_F(Handover, KeepsEventsWhileTheChannelIsAwayUpToItsLimit) {
     link_->connected = false;
     link_->setReachable(false);
-    take(1, 12);
+    enqueue(1, 12);
     EXPECT_FALSE(handover().channelAnswers());
     EXPECT_FALSE(handover().isDrained());
     EXPECT_THAT(lost(), ElementsAre(1)) << "told once of both, the first one named";
-    take(13, 13);
+    enqueue(13, 13);
     EXPECT_THAT(lost(), ElementsAre(1, 3));
     link_->setReachable(true);
     ASSERT_TRUE(delivers(10));
@@ -214,7 +214,7 @@ TEST_F(Handover, ProbesAnAwayChannelWithGrowingPauses) {
 
 TEST_F(Handover, SendsAnEventAgainThatGotNoAnswerOnceAProbeWasAnswered) {
     link_->leaveUnanswered(1);
-    take(1, 1);
+    enqueue(1, 1);
     ASSERT_TRUE(delivers(1));
     EXPECT_THAT(link_->attempts(), ElementsAre(ElementsAre(1), IsEmpty(), ElementsAre(1)));
     EXPECT_THAT(lost(), IsEmpty());
@@ -223,7 +223,7 @@ TEST_F(Handover, SendsAnEventAgainThatGotNoAnswerOnceAProbeWasAnswered) {
 TEST_F(Handover, PausesLongerWhenProbesAreAnsweredAndEventsAreNot) {
     link_->leaveUnanswered(4);
     const steady_clock::time_point start = steady_clock::now();
-    take(1, 1);
+    enqueue(1, 1);
     ASSERT_TRUE(delivers(1));
     EXPECT_GE(steady_clock::now() - start, milliseconds(20 + 40 + 80 + 80));
     EXPECT_THAT(link_->probes(), SizeIs(4));
@@ -232,9 +232,9 @@ TEST_F(Handover, PausesLongerWhenProbesAreAnsweredAndEventsAreNot) {
 TEST_F(Handover, AnEventInDeliveryIsNotDiscarded) {
     settings_.eventsMax = 2;
     link_->hold(true);
-    take(1, 1);
+    enqueue(1, 1);
     ASSERT_TRUE(link_->begins(1));
-    take(2, 4);
+    enqueue(2, 4);
     link_->hold(false);
     ASSERT_TRUE(delivers(2));
     EXPECT_THAT(link_->delivered(), ElementsAre(1, 4));
@@ -246,7 +246,7 @@ TEST_F(Handover, RefusedEventIsLostAndTheOthersOfItsBatchAreNot) {
     link_->refuses = 3;
     link_->connected = false;
     link_->setReachable(false);
-    take(1, 6);
+    enqueue(1, 6);
     link_->setReachable(true);
     ASSERT_TRUE(delivers(5));
     EXPECT_THAT(link_->delivered(), ElementsAre(1, 2, 4, 5, 6));
@@ -276,21 +276,21 @@ TEST_F(Handover, TendsTheChannelAlsoWhileEventsNeverEndAndWhileItIsAway) {
     std::atomic<bool> ended{false};
     auto taking = std::async(std::launch::async, [&] {
         while (!ended)
-            handover().take(numbered(1, 5));
+            handover().enqueue(numbered(1, 5));
     });
     EXPECT_TRUE(waitUntil([&] { return link_->tended >= 5; }));
     ended = true;
     taking.get();
     link_->setReachable(false);
     link_->leaveUnanswered(1);
-    take(1, 1);
+    enqueue(1, 1);
     ASSERT_TRUE(waitUntil([&] { return !handover().channelAnswers(); }));
     const int before = link_->tended;
     EXPECT_TRUE(waitUntil([&] { return link_->tended >= before + 5; }));
 }
 
 TEST_F(Handover, DoesNotTendAChannelWithoutAnInterval) {
-    take(1, 3);
+    enqueue(1, 3);
     handover().requestHeartbeat();
     ASSERT_TRUE(delivers(3));
     ASSERT_TRUE(waitUntil([&] { return heartbeats_ == 1; }));
@@ -308,7 +308,7 @@ TEST_F(Handover, AProbeThatIsAskedForFindsAnIdleChannelGone) {
 
 TEST_F(Handover, StopEndsADeliveryThatIsHeldAndTellsHowManyWereWaiting) {
     link_->hold(true);
-    take(1, 5);
+    enqueue(1, 5);
     ASSERT_TRUE(link_->begins(1));
     EXPECT_EQ(handover().stop(), 4u);
     EXPECT_THAT(link_->delivered(), ElementsAre(1));
@@ -317,10 +317,11 @@ TEST_F(Handover, StopEndsADeliveryThatIsHeldAndTellsHowManyWereWaiting) {
 
 TEST_F(Handover, TakingDoesNotWaitForAChannelThatHangs) {
     link_->hold(true);
-    take(1, 1);
+    enqueue(1, 1);
     ASSERT_TRUE(link_->begins(1));
-    auto taken = std::async(std::launch::async, [&] { return handover().take(numbered(2, 100)); });
-    EXPECT_EQ(taken.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    auto queued =
+        std::async(std::launch::async, [&] { return handover().enqueue(numbered(2, 100)); });
+    EXPECT_EQ(queued.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_THAT(lost(), SizeIs(1));
     link_->hold(false);
 }

@@ -64,7 +64,7 @@ TEST(Dispatcher, GrowsAndShrinksWithTheConsumersUpToItsLimit) {
     dispatcher.serveConsumers(0);
     EXPECT_TRUE(waitUntil([&] { return dispatcher.threads() == 0; }));
     Consumer consumer(dispatcher);
-    consumer.subscription->offer(test::event(1));
+    consumer.subscription->enqueue(test::event(1));
     dispatcher.serveConsumers(1);
     EXPECT_TRUE(waitUntil([&] { return consumer.receiver->last == 1; }));
 }
@@ -79,7 +79,7 @@ TEST(Dispatcher, KeepsEveryConsumersOrderOnManyThreads) {
     for (int i = 1; i <= kEvents; ++i) {
         const EventPtr event = test::event(i);
         for (Consumer& each : consumers)
-            each.subscription->offer(event);
+            each.subscription->enqueue(event);
     }
     for (Consumer& each : consumers) {
         EXPECT_TRUE(waitUntil([&] { return each.receiver->last == kEvents; }));
@@ -94,9 +94,9 @@ TEST(Dispatcher, ServesTheOthersWhileOneHangs) {
     hangs.receiver->gate = open.get_future().share();
     Consumer healthy(dispatcher);
     dispatcher.serveConsumers(2);
-    hangs.subscription->offer(test::event(1));
+    hangs.subscription->enqueue(test::event(1));
     for (int i = 1; i <= 100; ++i)
-        healthy.subscription->offer(test::event(i));
+        healthy.subscription->enqueue(test::event(i));
     EXPECT_TRUE(waitUntil([&] { return healthy.receiver->last == 100; }));
     EXPECT_EQ(hangs.receiver->last, 0);
     open.set_value();
@@ -114,12 +114,12 @@ TEST(Dispatcher, ServesTheOtherOwnersWhileAllConsumersOfOneHang) {
         hanging.emplace_back(dispatcher);
         hanging.back().subscription->owner = "hangs";
         hanging.back().receiver->gate = gate;
-        hanging.back().subscription->offer(test::event(1));
+        hanging.back().subscription->enqueue(test::event(1));
     }
     Consumer healthy(dispatcher);
     healthy.subscription->owner = "answers";
     for (int i = 1; i <= 100; ++i)
-        healthy.subscription->offer(test::event(i));
+        healthy.subscription->enqueue(test::event(i));
     EXPECT_TRUE(waitUntil([&] { return healthy.receiver->last == 100; }));
     open.set_value();
     for (Consumer& each : hanging)
@@ -140,13 +140,13 @@ TEST(Dispatcher, LeavesHealthyConsumersTheirThreadsHoweverManyHang) {
         silent.back().receiver->probeGate = gate;
     }
     for (Consumer& each : silent)
-        each.subscription->offer(test::event(1));
+        each.subscription->enqueue(test::event(1));
     for (Consumer& each : silent)
         EXPECT_TRUE(waitUntil([&] { return each.subscription->counts().failures == 1; }));
     // their probes hang from here on
     Consumer healthy(dispatcher);
     for (int i = 1; i <= 100; ++i)
-        healthy.subscription->offer(test::event(i));
+        healthy.subscription->enqueue(test::event(i));
     EXPECT_TRUE(waitUntil([&] { return healthy.receiver->last == 100; }));
     open.set_value();
     for (Consumer& each : silent)
@@ -198,7 +198,7 @@ TEST(Dispatcher, SendsAnEventAgainAfterAFailure) {
     consumer.receiver->failsOnce = true;
     dispatcher.serveConsumers(1);
     for (int i = 1; i <= 10; ++i)
-        consumer.subscription->offer(test::event(i));
+        consumer.subscription->enqueue(test::event(i));
     EXPECT_TRUE(waitUntil([&] { return consumer.receiver->last == 10; }));
     EXPECT_TRUE(consumer.receiver->inOrder);
     EXPECT_EQ(consumer.subscription->counts().delivered, 10u);
@@ -208,11 +208,11 @@ TEST(Dispatcher, SendsAnEventAgainAfterAFailure) {
 TEST(Dispatcher, StopForgetsWhatIsScheduled) {
     Dispatcher dispatcher(2, 1);
     Consumer consumer(dispatcher);
-    consumer.subscription->offer(test::event(1));
+    consumer.subscription->enqueue(test::event(1));
     dispatcher.stop();
     dispatcher.serveConsumers(3);
     EXPECT_EQ(dispatcher.threads(), 0u);
-    consumer.subscription->offer(test::event(2));
+    consumer.subscription->enqueue(test::event(2));
     EXPECT_EQ(consumer.receiver->last, 0);
 }
 

@@ -119,7 +119,7 @@ TEST(EventQueue, ClearsAllButThoseBeingDelivered) {
 }
 
 EventPtr with(int number, EventQos qos, std::chrono::milliseconds age = {}) {
-    return std::make_shared<const Event>(event(number)->body,
+    return std::make_shared<const Event>(test::sharedBody(number),
                                          std::chrono::steady_clock::now() - age, qos);
 }
 
@@ -240,7 +240,7 @@ TEST(EventQueue, KnowsWhenTheOldestWasTakenInWhateverTheOrder) {
     const EventPtr oldest = with(1, {.priority = 1}, 5s);
     queue.add(oldest);
     queue.add(with(2, {.priority = 2}));
-    EXPECT_EQ(queue.oldestTaken(), oldest->taken);
+    EXPECT_EQ(queue.oldestAccepted(), oldest->accepted);
 }
 
 TEST(EventQueue, KeepsASmallerLimitFromTheNextEventOn) {

@@ -7,14 +7,19 @@
 
 namespace kelp::notification::test {
 
-/// Return an event whose name is a number.
-inline EventPtr event(
-    int number, std::chrono::steady_clock::time_point taken = std::chrono::steady_clock::now()) {
+/// Return the content of an event whose name is a number.
+inline kelp::orb::StructuredEventPtr sharedBody(int number) {
     CosNotification::StructuredEvent body;
     body.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
     body.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");
     body.header.fixed_header.event_name = CORBA::string_dup(std::to_string(number).c_str());
-    return std::make_shared<const Event>(body, taken);
+    return std::make_shared<const CosNotification::StructuredEvent>(body);
+}
+
+/// Return an event whose name is a number.
+inline EventPtr event(
+    int number, std::chrono::steady_clock::time_point accepted = std::chrono::steady_clock::now()) {
+    return std::make_shared<const Event>(sharedBody(number), accepted);
 }
 
 inline int numberOf(const CosNotification::StructuredEvent& body) {

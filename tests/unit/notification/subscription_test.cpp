@@ -125,9 +125,9 @@ class SubscriptionTest : public testing::Test {
         made->connect(receiver);
         return made;
     }
-    static void offer(Subscription& subscription, int first, int last) {
+    static void enqueue(Subscription& subscription, int first, int last) {
         for (int i = first; i <= last; ++i)
-            subscription.offer(test::event(i));
+            subscription.enqueue(test::event(i));
     }
     static void expectAddsUp(const Subscription& subscription) {
         const ConsumerCounts counts = subscription.counts();
@@ -140,7 +140,7 @@ class SubscriptionTest : public testing::Test {
 
 TEST_F(SubscriptionTest, TakesNothingBeforeItIsConnected) {
     const auto subscription = make();
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     EXPECT_EQ(subscription->counts().sent, 0u);
     EXPECT_TRUE(subscription->connect(receiver));
     EXPECT_FALSE(subscription->connect(receiver)) << "it has a consumer";
@@ -149,7 +149,7 @@ TEST_F(SubscriptionTest, TakesNothingBeforeItIsConnected) {
 
 TEST_F(SubscriptionTest, DeliversInOrder) {
     const auto subscription = connected();
-    offer(*subscription, 1, 4);
+    enqueue(*subscription, 1, 4);
     EXPECT_EQ(scheduler.fast.size(), 1u) << "one turn at a time";
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3, 4));
@@ -161,7 +161,7 @@ TEST_F(SubscriptionTest, DeliversInOrder) {
 TEST_F(SubscriptionTest, DeliversBatches) {
     receiver->batch = 3;
     const auto subscription = connected();
-    offer(*subscription, 1, 7);
+    enqueue(*subscription, 1, 7);
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3, 4, 5, 6, 7));
     EXPECT_EQ(receiver->calls, 3);
@@ -171,14 +171,14 @@ TEST_F(SubscriptionTest, WaitsForAFullBatchAsLongAsThePacingInterval) {
     receiver->batch = 3;
     const auto subscription = connected();
     subscription->setPacing(1h);
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_EQ(receiver->calls, 0);
     ASSERT_EQ(scheduler.paced.size(), 1u);
     EXPECT_GT(scheduler.due, Subscription::Clock::now() + 59min);
     HandScheduler::turn(scheduler.paced);
     EXPECT_EQ(receiver->calls, 0) << "a turn before the time";
-    offer(*subscription, 3, 4);
+    enqueue(*subscription, 3, 4);
     EXPECT_THAT(scheduler.paced, IsEmpty()) << "the batch is full";
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3));
@@ -192,7 +192,7 @@ TEST_F(SubscriptionTest, IsNotKeptByItsPacingOnceItIsClosed) {
     receiver->batch = 3;
     const auto subscription = connected();
     subscription->setPacing(1h);
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.run();
     ASSERT_EQ(scheduler.paced.size(), 1u);
     subscription->close();
@@ -204,7 +204,7 @@ TEST_F(SubscriptionTest, IsNotKeptByItsPacingOnceItIsClosed) {
 
 TEST_F(SubscriptionTest, TakesSeveralEventsInOneTurn) {
     const auto subscription = connected();
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     EXPECT_TRUE(HandScheduler::turn(scheduler.fast));
     EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3));
     EXPECT_EQ(receiver->calls, 3);
@@ -218,7 +218,7 @@ TEST_F(SubscriptionTest, LetsOthersHaveTheThreadWhenItsConsumerIsSlow) {
         while (Subscription::Clock::now() < begin + 6ms) {
         }
     };
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     EXPECT_TRUE(HandScheduler::turn(scheduler.fast));
     EXPECT_THAT(receiver->got, ElementsAre(1));
     EXPECT_EQ(scheduler.fast.size(), 1u);
@@ -227,7 +227,7 @@ TEST_F(SubscriptionTest, LetsOthersHaveTheThreadWhenItsConsumerIsSlow) {
 TEST_F(SubscriptionTest, EndsTheTurnWhenItIsSuspendedMeanwhile) {
     const auto subscription = connected();
     receiver->onDeliver = [&] { subscription->suspend(); };
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(1));
     receiver->onDeliver = nullptr;
@@ -239,7 +239,7 @@ TEST_F(SubscriptionTest, EndsTheTurnWhenItIsSuspendedMeanwhile) {
 TEST_F(SubscriptionTest, KeepsAnEventWhosePushTimedOutAndProbesBeforeItIsSentAgain) {
     const auto subscription = connected();
     receiver->onDeliver = timeOut;
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_THAT(scheduler.fast, IsEmpty()) << "it is served apart from those that answer";
     ASSERT_EQ(scheduler.slow.size(), 1u);
@@ -274,7 +274,7 @@ TEST_F(SubscriptionTest, WaitsLongerAfterEachProbeInVain) {
     const auto subscription = connected(100, settings);
     receiver->onDeliver = timeOut;
     receiver->onProbe = timeOut;
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.run();
     const auto waits = [&] {
         return std::chrono::round<std::chrono::hours>(scheduler.due - Subscription::Clock::now());
@@ -291,7 +291,7 @@ TEST_F(SubscriptionTest, GivesUpAConsumerThatDoesNotAnswerForTooLong) {
     settings.deadAfter = 0ms;
     const auto subscription = connected(100, settings);
     receiver->onDeliver = timeOut;
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     scheduler.run();
     EXPECT_EQ(subscription->deaths.size(), 1u);
     EXPECT_THAT(subscription->lost, ElementsAre(1));
@@ -305,7 +305,7 @@ TEST_F(SubscriptionTest, GivesUpAConsumerThatDoesNotAnswerForTooLong) {
 TEST_F(SubscriptionTest, GivesUpAConsumerWhoseObjectIsGoneAtOnce) {
     const auto subscription = connected();
     receiver->onDeliver = [] { throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO); };
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_EQ(subscription->deaths.size(), 1u);
     EXPECT_EQ(subscription->counts().lost, 2u);
@@ -314,7 +314,7 @@ TEST_F(SubscriptionTest, GivesUpAConsumerWhoseObjectIsGoneAtOnce) {
 TEST_F(SubscriptionTest, GivesUpAConsumerThatSaysItIsDisconnected) {
     const auto subscription = connected();
     receiver->onDeliver = [] { throw CosEventComm::Disconnected(); };
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.run();
     EXPECT_EQ(subscription->deaths.size(), 1u);
 }
@@ -325,7 +325,7 @@ TEST_F(SubscriptionTest, LosesAnEventThatTheConsumerRefusesAndGoesOn) {
         receiver->onDeliver = nullptr;
         throw CORBA::UNKNOWN(0, CORBA::COMPLETED_YES);
     };
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(2));
     EXPECT_THAT(subscription->lost, ElementsAre(1));
@@ -334,7 +334,7 @@ TEST_F(SubscriptionTest, LosesAnEventThatTheConsumerRefusesAndGoesOn) {
 
 TEST_F(SubscriptionTest, TellsOfTheFirstEventThatDoesNotFit) {
     const auto subscription = connected(2);
-    offer(*subscription, 1, 4);
+    enqueue(*subscription, 1, 4);
     EXPECT_THAT(subscription->lost, ElementsAre(1, 2));
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(3, 4));
@@ -344,8 +344,8 @@ TEST_F(SubscriptionTest, TellsOfTheFirstEventThatDoesNotFit) {
 TEST_F(SubscriptionTest, CountsWhatWaitedLongerThanItsTimeoutAndTellsNobody) {
     const auto subscription = connected();
     subscription->setRules({.timeout = 1s});
-    subscription->offer(test::event(1, Subscription::Clock::now() - 2s));
-    subscription->offer(test::event(2));
+    subscription->enqueue(test::event(1, Subscription::Clock::now() - 2s));
+    subscription->enqueue(test::event(2));
     scheduler.run();
     EXPECT_THAT(receiver->got, ElementsAre(2));
     EXPECT_THAT(subscription->lost, IsEmpty());
@@ -357,7 +357,7 @@ TEST_F(SubscriptionTest, CountsWhatWaitedLongerThanItsTimeoutAndTellsNobody) {
 TEST_F(SubscriptionTest, TellsNobodyOfEventsOverALimitOfTheConsumersOwn) {
     const auto subscription = connected(100);
     subscription->setQueueLimit(2, true);
-    offer(*subscription, 1, 4);
+    enqueue(*subscription, 1, 4);
     EXPECT_THAT(subscription->lost, IsEmpty());
     EXPECT_EQ(subscription->counts().lostByOwnLimits, 2u);
     scheduler.run();
@@ -368,7 +368,7 @@ TEST_F(SubscriptionTest, TellsNobodyOfEventsOverALimitOfTheConsumersOwn) {
 TEST_F(SubscriptionTest, IsServedAgainAfterATurnForWhichThereWasNoMemory) {
     const auto subscription = connected();
     receiver->onDeliver = [] { throw std::bad_alloc(); };
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_EQ(subscription->counts().queued, 2u) << "it waits again";
     EXPECT_THAT(scheduler.fast, IsEmpty());
@@ -384,7 +384,7 @@ TEST_F(SubscriptionTest, IsServedAgainAfterATurnForWhichThereWasNoMemory) {
 TEST_F(SubscriptionTest, IsProbedAgainAfterAProbeForWhichThereWasNoMemory) {
     const auto subscription = connected();
     receiver->onDeliver = timeOut;
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.run();
     receiver->onDeliver = nullptr;
     receiver->onProbe = [] { throw std::bad_alloc(); };
@@ -398,7 +398,7 @@ TEST_F(SubscriptionTest, IsProbedAgainAfterAProbeForWhichThereWasNoMemory) {
 TEST_F(SubscriptionTest, IsScheduledLaterWhenThereWasNoMemoryForIt) {
     const auto subscription = connected();
     scheduler.hasNoMemory = true;
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     EXPECT_THAT(scheduler.fast, IsEmpty());
     scheduler.hasNoMemory = false;
     subscription->tend(Subscription::Clock::now());
@@ -409,7 +409,7 @@ TEST_F(SubscriptionTest, IsScheduledLaterWhenThereWasNoMemoryForIt) {
 TEST_F(SubscriptionTest, IsScheduledLaterWhenThereWasNoMemoryAtTheEndOfATurn) {
     const auto subscription = connected();
     receiver->onDeliver = timeOut;
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.hasNoMemory = true;
     scheduler.run();
     EXPECT_THAT(scheduler.slow, IsEmpty());
@@ -424,7 +424,7 @@ TEST_F(SubscriptionTest, TellsOfADeathAgainWhenThereWasNoMemoryForIt) {
     const auto subscription = connected();
     receiver->onDeliver = [] { throw CosEventComm::Disconnected(); };
     subscription->deathsWithoutMemory = 1;
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.run();
     EXPECT_THAT(subscription->deaths, IsEmpty());
     EXPECT_TRUE(subscription->isClosed());
@@ -440,7 +440,7 @@ TEST_F(SubscriptionTest, DoesNotGiveUpAConsumerForTheTimeOfItsSuspension) {
     const auto subscription = connected(100, settings);
     receiver->onDeliver = timeOut;
     receiver->onProbe = timeOut;
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     scheduler.run();
     subscription->suspend();
     std::this_thread::sleep_for(2100ms);
@@ -459,7 +459,7 @@ TEST_F(SubscriptionTest, SuspendedKeepsItsEventsAndDeliversThemAfterwards) {
     EXPECT_EQ(subscription->resume(), Change::WasSo);
     EXPECT_EQ(subscription->suspend(), Change::Done);
     EXPECT_EQ(subscription->suspend(), Change::WasSo);
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_EQ(receiver->calls, 0);
     EXPECT_TRUE(subscription->counts().suspended);
@@ -470,11 +470,11 @@ TEST_F(SubscriptionTest, SuspendedKeepsItsEventsAndDeliversThemAfterwards) {
 
 TEST_F(SubscriptionTest, ThatIsClosedDeliversNothingMoreAndTellsOfNoLoss) {
     const auto subscription = connected();
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     EXPECT_EQ(subscription->close(), receiver);
     EXPECT_EQ(subscription->close(), nullptr);
     scheduler.run();
-    offer(*subscription, 3, 3);
+    enqueue(*subscription, 3, 3);
     EXPECT_EQ(receiver->calls, 0);
     EXPECT_THAT(subscription->lost, IsEmpty());
     EXPECT_EQ(subscription->counts().lost, 2u);
@@ -485,7 +485,7 @@ TEST_F(SubscriptionTest, ThatIsClosedDeliversNothingMoreAndTellsOfNoLoss) {
 TEST_F(SubscriptionTest, ThatIsClosedDuringADeliveryCountsIt) {
     const auto subscription = connected();
     receiver->onDeliver = [&] { subscription->close(); };
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     scheduler.run();
     EXPECT_EQ(subscription->counts().delivered, 1u);
     EXPECT_EQ(subscription->counts().lost, 1u);
@@ -494,9 +494,9 @@ TEST_F(SubscriptionTest, ThatIsClosedDuringADeliveryCountsIt) {
 
 TEST_F(SubscriptionTest, IsSettledBelowHalfOfItsQueueOrWithoutAnswer) {
     const auto subscription = connected(4);
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     EXPECT_TRUE(subscription->isSettled());
-    offer(*subscription, 2, 2);
+    enqueue(*subscription, 2, 2);
     EXPECT_FALSE(subscription->isSettled());
     receiver->onDeliver = timeOut;
     scheduler.run();
@@ -509,7 +509,7 @@ TEST_F(SubscriptionTest, HandsEventsToAConsumerThatPulls) {
     EXPECT_TRUE(subscription->connectPull());
     EXPECT_FALSE(subscription->connectPull());
     EXPECT_THAT(subscription->pull(1, false), IsEmpty());
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     EXPECT_EQ(test::numberOf(subscription->pull(1, true).front()), 1);
     EXPECT_EQ(subscription->pull(10, true).size(), 2u);
     EXPECT_EQ(subscription->counts().delivered, 3u);
@@ -520,16 +520,16 @@ TEST_F(SubscriptionTest, HandsOutBatchesThatAreFullOrOldEnough) {
     const auto subscription = make();
     subscription->connectPull();
     subscription->setPacing(1h);
-    offer(*subscription, 1, 2);
+    enqueue(*subscription, 1, 2);
     EXPECT_THAT(subscription->pull(3, false), IsEmpty());
-    offer(*subscription, 3, 4);
+    enqueue(*subscription, 3, 4);
     EXPECT_EQ(subscription->pull(3, true).size(), 3u);
     EXPECT_THAT(subscription->pull(3, false), IsEmpty()) << "the fourth waits for others";
-    subscription->offer(test::event(5));
+    subscription->enqueue(test::event(5));
     subscription->setPacing(0ms);
     EXPECT_EQ(subscription->pull(3, false).size(), 2u);
     subscription->setPacing(1h);
-    subscription->offer(test::event(6, Subscription::Clock::now() - 2h));
+    subscription->enqueue(test::event(6, Subscription::Clock::now() - 2h));
     EXPECT_EQ(subscription->pull(3, true).size(), 1u) << "it has waited long enough";
 }
 
@@ -537,7 +537,7 @@ TEST_F(SubscriptionTest, EndsAPullThatWaitsForAFullBatchWithThePacing) {
     const auto subscription = make();
     subscription->connectPull();
     subscription->setPacing(1h);
-    offer(*subscription, 1, 1);
+    enqueue(*subscription, 1, 1);
     std::atomic<std::size_t> got{0};
     std::thread puller([&] { got = subscription->pull(2, true).size(); });
     subscription->setPacing(1ms);
@@ -554,7 +554,7 @@ TEST_F(SubscriptionTest, GivesUpAConsumerThatHasStoppedPulling) {
     const auto begin = Subscription::Clock::now();
     subscription->tend(begin + 1h);
     EXPECT_THAT(subscription->deaths, IsEmpty()) << "nothing waits for it";
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     EXPECT_TRUE(subscription->counts().answers);
     EXPECT_FALSE(subscription->isSettled());
     subscription->tend(begin + 9min);
@@ -575,7 +575,7 @@ TEST_F(SubscriptionTest, WithoutPullsKeepsNoEventLossOpen) {
     settings.pushTimeout = 0ms;
     const auto subscription = make(4, settings);
     subscription->connectPull();
-    offer(*subscription, 1, 3);
+    enqueue(*subscription, 1, 3);
     EXPECT_TRUE(subscription->isSettled());
     EXPECT_FALSE(subscription->counts().answers);
 }
@@ -593,7 +593,7 @@ TEST_F(SubscriptionTest, WakesAPullThatWaitsWithAnEventOrItsEnd) {
             disconnected = true;
         }
     });
-    offer(*subscription, 7, 7);
+    enqueue(*subscription, 7, 7);
     while (got == 0)
         std::this_thread::yield();
     EXPECT_EQ(got, 7);

@@ -15,10 +15,6 @@ namespace NS_CORBA {
 namespace {
 constexpr std::size_t kFileBytesMax = 20u << 20;
 constexpr std::size_t kFilesMax = 10;
-}  // namespace
-
-namespace {
-
 spdlog::file_event_handlers privateFiles() {
     spdlog::file_event_handlers handlers;
     handlers.before_open = [](const spdlog::filename_t& file) {
@@ -75,10 +71,10 @@ void AlarmLog::appendMissing() {
     state_->missing = 0;
 }
 
-void AlarmLog::write(std::time_t taken, const std::string& entries) {
+void AlarmLog::write(std::time_t accepted, const std::string& entries) {
     const bool isWritten = written(state_->fails, [&] {
         appendMissing();
-        append("alarm taken in at " + ConfiguredTimeText(taken) + "\n" + entries);
+        append("alarm taken in at " + ConfiguredTimeText(accepted) + "\n" + entries);
     });
     if (!isWritten)
         ++state_->missing;

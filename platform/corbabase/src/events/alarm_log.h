@@ -16,7 +16,7 @@ class AlarmLog {
     ~AlarmLog();
     /// Append an alarm's entries after a line with the time when the alarm was accepted. A failed
     /// write is traced once until a write succeeds, and the alarm counts as missing.
-    void write(std::time_t taken, const std::string& entries);
+    void write(std::time_t accepted, const std::string& entries);
     /// Count alarms that could not be logged. The log states their number before the next entry.
     void missing(std::size_t alarms);
     /// Flush to the file, including the number of missing alarms.

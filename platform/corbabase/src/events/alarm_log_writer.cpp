@@ -30,12 +30,12 @@ AlarmLogWriter::~AlarmLogWriter() {
     stop();
 }
 
-void AlarmLogWriter::take(const std::vector<EventPtr>& events) {
+void AlarmLogWriter::enqueue(const std::vector<StructuredEventPtr>& events) {
     const std::time_t now = std::time(nullptr);
     const MutexLock guard(mutex_);
     if (stopping_)
         return;
-    for (const EventPtr& each : events) {
+    for (const StructuredEventPtr& each : events) {
         if (!isAlarm(*each))
             continue;
         if (waiting_.size() < waitingMax_)
@@ -96,7 +96,7 @@ void AlarmLogWriter::write(const Entry& entry) {
     try {
         std::stringstream entries;
         format_(entries, *entry.alarm);
-        log_.write(entry.taken, entries.str());
+        log_.write(entry.accepted, entries.str());
     } catch (const std::exception& failure) {
         GetTss()->Set("alarmlog", "unknown", __LINE__);
         TaTrace("[AlarmLogWriter] An alarm could not be put into words: %s", failure.what());

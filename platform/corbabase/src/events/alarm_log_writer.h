@@ -30,15 +30,15 @@ class AlarmLogWriter {
     AlarmLogWriter(const AlarmLogWriter&) = delete;
     AlarmLogWriter& operator=(const AlarmLogWriter&) = delete;
 
-    /// Accept those of the events that are alarms.
-    void take(const std::vector<EventPtr>& events) KELP_EXCLUDES(mutex_);
+    /// Queue those of the events that are alarms.
+    void enqueue(const std::vector<StructuredEventPtr>& events) KELP_EXCLUDES(mutex_);
     /// Write the waiting alarms, for at most 5 s, and end the thread.
     void stop() KELP_EXCLUDES(mutex_);
 
   private:
     struct Entry {
-        std::time_t taken;
-        EventPtr alarm;
+        std::time_t accepted;
+        StructuredEventPtr alarm;
     };
     struct Batch {
         std::deque<Entry> alarms;

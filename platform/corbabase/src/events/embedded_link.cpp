@@ -86,10 +86,10 @@ bool EmbeddedLink::LoggedInPeers::mayCall(CORBA::Object_ptr reference) const {
     return CorbaBaseAgentConfig::Instance()->IsValidConsumer(reference);
 }
 
-EventChannelLink::Outcome EmbeddedLink::deliver(const std::vector<EventPtr>& events) {
-    for (const EventPtr& each : events)
-        channel_.push(*each);
-    return Outcome::Delivered;
+EventChannelLink::Outcome EmbeddedLink::handOver(const std::vector<StructuredEventPtr>& events) {
+    for (const StructuredEventPtr& each : events)
+        channel_.push(each);
+    return Outcome::Accepted;
 }
 
 }  // namespace NS_CORBA

@@ -20,7 +20,7 @@ class EmbeddedLink final : public EventChannelLink {
 
     bool isConnected() const override { return true; }
     std::size_t batchMax() const override { return 1; }
-    Outcome deliver(const std::vector<EventPtr>& events) override;
+    Outcome handOver(const std::vector<StructuredEventPtr>& events) override;
     bool probe() override { return true; }
     void cancel() override {}
     void close() override { channel_.stop(); }

@@ -1,23 +1,21 @@
 #pragma once
 
-#include <cos/CosNotification.h>
 #include <kelp/notification/consumer_counts.h>
+#include <kelp/orb/event_sender.h>
 
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 namespace NS_CORBA {
 
-/// An accepted event. Shared by all its users and never changed.
-using EventPtr = std::shared_ptr<const CosNotification::StructuredEvent>;
+using kelp::orb::StructuredEventPtr;
 
 /// The channel that events are handed to, in this process or in another one. Only the handover's
-/// thread calls deliver(), probe(), tend() and batchMax(). Any thread may call the others.
+/// thread calls handOver(), probe(), tend() and batchMax(). Any thread may call the others.
 class EventChannelLink {
   public:
     enum class Outcome {
-        Delivered,
+        Accepted,
         /// The channel refused the batch. One bad event may cause the refusal of all.
         Refused,
         /// The events may or may not have arrived. They are sent again once probe() was answered.
@@ -25,11 +23,11 @@ class EventChannelLink {
     };
 
     virtual ~EventChannelLink() = default;
-    /// Whether deliver() may be called before probe() was answered for the first time.
+    /// Whether handOver() may be called before probe() was answered for the first time.
     virtual bool isConnected() const = 0;
-    /// Maximum number of events in one deliver().
+    /// Maximum number of events in one handOver().
     virtual std::size_t batchMax() const = 0;
-    virtual Outcome deliver(const std::vector<EventPtr>& events) = 0;
+    virtual Outcome handOver(const std::vector<StructuredEventPtr>& events) = 0;
     /// Make a call that carries no event, connecting first where necessary. True when the channel
     /// answers.
     virtual bool probe() = 0;

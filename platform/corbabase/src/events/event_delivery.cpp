@@ -1,12 +1,15 @@
 #include "events/event_delivery.h"
 
 #include <kelp/corbabase/trace.h>
+#include <kelp/orb/event_move.h>
 
 #include <utility>
 
 #include "events/ne_time.h"
 
 namespace NS_CORBA {
+
+using CosNotification::StructuredEvent;
 
 EventDelivery::EventDelivery(const EventHandover::Settings& settings,
                              std::shared_ptr<EventChannelLink> link,
@@ -21,19 +24,34 @@ EventDelivery::~EventDelivery() {
     stop();
 }
 
-bool EventDelivery::take(const CosNotification::StructuredEvent* events, std::size_t count) {
-    std::vector<EventPtr> copies;
-    copies.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto copy = std::make_shared<CosNotification::StructuredEvent>(events[i]);
-        if (fillsNeTime_)
-            fillNeTime(*copy);
-        copies.push_back(copy);
+bool EventDelivery::accept(std::span<const StructuredEvent> events) {
+    OwnEvents copies;
+    copies.reserve(events.size());
+    for (const StructuredEvent& each : events)
+        copies.push_back(std::make_shared<StructuredEvent>(each));
+    return acceptOwn(copies);
+}
+
+bool EventDelivery::accept(std::vector<StructuredEvent>&& events) {
+    OwnEvents moved;
+    moved.reserve(events.size());
+    for (StructuredEvent& each : events) {
+        moved.push_back(std::make_shared<StructuredEvent>());
+        kelp::orb::moveEvent(each, *moved.back());
     }
-    if (!handover_.take(copies))
+    return acceptOwn(moved);
+}
+
+bool EventDelivery::acceptOwn(const OwnEvents& events) {
+    if (fillsNeTime_) {
+        for (const std::shared_ptr<StructuredEvent>& each : events)
+            fillNeTime(*each);
+    }
+    const std::vector<StructuredEventPtr> shared(events.begin(), events.end());
+    if (!handover_.enqueue(shared))
         return false;
     if (alarmLog_)
-        alarmLog_->take(copies);
+        alarmLog_->enqueue(shared);
     return true;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "events/alarm_log_writer.h"
@@ -20,9 +21,10 @@ class EventDelivery {
     EventDelivery(const EventDelivery&) = delete;
     EventDelivery& operator=(const EventDelivery&) = delete;
 
-    /// Copy the events and accept all of them. False, and none is accepted, once the delivery has
-    /// stopped.
-    bool take(const CosNotification::StructuredEvent* events, std::size_t count);
+    /// Accept a copy of each event. False, and none is accepted, once the delivery has stopped.
+    bool accept(std::span<const CosNotification::StructuredEvent> events);
+    /// The same with the events themselves, whose content is moved out of the vector.
+    bool accept(std::vector<CosNotification::StructuredEvent>&& events);
     void requestHeartbeat() { handover_.requestHeartbeat(); }
     void requestProbe() { handover_.requestProbe(); }
     bool channelAnswers() const { return handover_.channelAnswers(); }
@@ -35,6 +37,9 @@ class EventDelivery {
     void stop();
 
   private:
+    using OwnEvents = std::vector<std::shared_ptr<CosNotification::StructuredEvent>>;
+    bool acceptOwn(const OwnEvents& events);
+
     const std::shared_ptr<EventChannelLink> link_;
     const std::unique_ptr<AlarmLogWriter> alarmLog_;
     const bool fillsNeTime_;

@@ -56,8 +56,8 @@ EventHandover::~EventHandover() {
     stop();
 }
 
-bool EventHandover::take(const std::vector<EventPtr>& events) {
-    std::vector<EventPtr> gone;
+bool EventHandover::enqueue(const std::vector<StructuredEventPtr>& events) {
+    std::vector<StructuredEventPtr> gone;
     {
         const MutexLock guard(mutex_);
         if (stopping_)
@@ -111,7 +111,7 @@ std::size_t EventHandover::stop() {
     link_->cancel();
     if (ending.joinable())
         ending.join();
-    std::deque<EventPtr> dropped;
+    std::deque<StructuredEventPtr> dropped;
     {
         const MutexLock guard(mutex_);
         dropped.swap(events_);
@@ -122,8 +122,8 @@ std::size_t EventHandover::stop() {
 void EventHandover::run() {
     const MutexLock lock(mutex_);
     for (Step step = next(); step != Step::End; step = next()) {
-        if (step == Step::Deliver)
-            deliver();
+        if (step == Step::HandOver)
+            handOver();
         else if (step == Step::Probe)
             probe();
         else if (step == Step::Tend)
@@ -141,7 +141,7 @@ EventHandover::Step EventHandover::next() {
         if (now >= tendDue_)
             return Step::Tend;
         if (answers_ && !events_.empty())
-            return Step::Deliver;
+            return Step::HandOver;
         if (answers_ ? probeRequested_ : now >= probeDue_)
             return Step::Probe;
         const Clock::time_point probeDue = answers_ ? Clock::time_point::max() : probeDue_;
@@ -150,22 +150,22 @@ EventHandover::Step EventHandover::next() {
     return Step::End;
 }
 
-void EventHandover::deliver() {
-    // at most half of a full queue, because events in delivery cannot be dropped
+void EventHandover::handOver() {
+    // at most half of a full queue, because events that are being handed over cannot be dropped
     const std::size_t most =
         std::max<std::size_t>(std::min(link_->batchMax(), settings_.eventsMax / 2), 1);
     inHand_ = std::min(events_.size(), singles_ > 0 ? 1 : most);
-    const std::vector<EventPtr> batch(events_.begin(),
-                                      events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
+    const std::vector<StructuredEventPtr> batch(
+        events_.begin(), events_.begin() + static_cast<std::ptrdiff_t>(inHand_));
     Outcome outcome = Outcome::Refused;
     {
         const MutexUnlock unlocked(mutex_);
-        contained([&] { outcome = link_->deliver(batch); });
+        contained([&] { outcome = link_->handOver(batch); });
     }
     settle(batch, outcome);
 }
 
-void EventHandover::settle(const std::vector<EventPtr>& batch, Outcome outcome) {
+void EventHandover::settle(const std::vector<StructuredEventPtr>& batch, Outcome outcome) {
     if (outcome == Outcome::Unanswered) {
         inHand_ = 0;
         singles_ = std::max<std::size_t>(singles_, 1);
@@ -181,7 +181,7 @@ void EventHandover::settle(const std::vector<EventPtr>& batch, Outcome outcome) 
         return;
     }
     forgetInHand();
-    if (outcome == Outcome::Delivered)
+    if (outcome == Outcome::Accepted)
         return;
     const MutexUnlock unlocked(mutex_);
     contained([&] { work_.lost(*batch.front()); });

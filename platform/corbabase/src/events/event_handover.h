@@ -40,12 +40,12 @@ class EventHandover {
     EventHandover(const EventHandover&) = delete;
     EventHandover& operator=(const EventHandover&) = delete;
 
-    /// Accept events without waiting for the channel. False, and none is accepted, once the
+    /// Queue events for the channel, without waiting for it. False, and none is queued, once the
     /// handover stops.
-    bool take(const std::vector<EventPtr>& events) KELP_EXCLUDES(mutex_);
+    bool enqueue(const std::vector<StructuredEventPtr>& events) KELP_EXCLUDES(mutex_);
     void requestHeartbeat() KELP_EXCLUDES(mutex_);
-    /// Request a probe of the channel. A delivery that is answered first makes the probe
-    /// unnecessary.
+    /// Request a probe of the channel. A hand-over that is answered first makes the
+    /// probe unnecessary.
     void requestProbe() KELP_EXCLUDES(mutex_);
     /// Whether the channel answered the last call.
     bool channelAnswers() const KELP_EXCLUDES(mutex_);
@@ -57,13 +57,13 @@ class EventHandover {
 
   private:
     using Clock = std::chrono::steady_clock;
-    enum class Step { Deliver, Probe, Heartbeat, Tend, End };
+    enum class Step { HandOver, Probe, Heartbeat, Tend, End };
 
     void run() KELP_EXCLUDES(mutex_);
     /// Wait for something to do.
     Step next() KELP_REQUIRES(mutex_);
-    void deliver() KELP_REQUIRES(mutex_);
-    void settle(const std::vector<EventPtr>& batch, EventChannelLink::Outcome outcome)
+    void handOver() KELP_REQUIRES(mutex_);
+    void settle(const std::vector<StructuredEventPtr>& batch, EventChannelLink::Outcome outcome)
         KELP_REQUIRES(mutex_);
     void probe() KELP_REQUIRES(mutex_);
     void askForHeartbeat() KELP_REQUIRES(mutex_);
@@ -76,8 +76,8 @@ class EventHandover {
     const Work work_;
     mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "EventHandover::mutex_"};
     kelp::util::ConditionVariable changed_;
-    std::deque<EventPtr> events_ KELP_GUARDED_BY(mutex_);
-    /// Number of events at the front that are being delivered.
+    std::deque<StructuredEventPtr> events_ KELP_GUARDED_BY(mutex_);
+    /// Number of events at the front that are being handed over.
     std::size_t inHand_ KELP_GUARDED_BY(mutex_) = 0;
     /// Number of events at the front that are sent one by one.
     std::size_t singles_ KELP_GUARDED_BY(mutex_) = 0;

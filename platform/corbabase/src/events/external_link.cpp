@@ -23,14 +23,14 @@ void point(int line = __builtin_LINE()) {
 
 }  // namespace
 
-EventChannelLink::Outcome ExternalLink::deliver(const std::vector<EventPtr>& events) {
+EventChannelLink::Outcome ExternalLink::handOver(const std::vector<StructuredEventPtr>& events) {
     const BoundedCalls calls(around_.timeout, cancelled_);
     if (!isAtItsPlace() && !connect(calls))
         return Outcome::Unanswered;
     try {
         calls([&] { connection_->push(events); });
         lastRefusal_.clear();
-        return Outcome::Delivered;
+        return Outcome::Accepted;
     } catch (const CosEventComm::Disconnected&) {
         connection_.reset();
         problem("it has disconnected us");

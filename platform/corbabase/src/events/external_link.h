@@ -18,7 +18,7 @@ class ExternalLink final : public EventChannelLink {
   public:
     struct Surroundings {
         CORBA::ORB_var orb;
-        /// Time limit of one delivery. Finding the channel and connecting to it together have the
+        /// Time limit of one hand-over. Finding the channel and connecting to it together have the
         /// same limit.
         std::chrono::milliseconds timeout{10000};
         /// Returns the currently configured address.
@@ -31,7 +31,7 @@ class ExternalLink final : public EventChannelLink {
 
     bool isConnected() const override { return false; }
     std::size_t batchMax() const override { return connection_ ? connection_->batchMax() : 1; }
-    Outcome deliver(const std::vector<EventPtr>& events) override;
+    Outcome handOver(const std::vector<StructuredEventPtr>& events) override;
     bool probe() override;
     void cancel() override { cancelled_ = true; }
     void close() override;

@@ -21,7 +21,7 @@ class SequenceConnection final : public SupplierConnection {
     explicit SequenceConnection(SequenceProxyPushConsumer_ptr proxy)
         : proxy_(SequenceProxyPushConsumer::_duplicate(proxy)) {}
     std::size_t batchMax() const override { return kBatchMax; }
-    void push(const std::vector<EventPtr>& events) override {
+    void push(const std::vector<StructuredEventPtr>& events) override {
         CosNotification::EventBatch batch;
         batch.length(static_cast<CORBA::ULong>(events.size()));
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
@@ -40,8 +40,8 @@ class StructuredConnection final : public SupplierConnection {
     explicit StructuredConnection(StructuredProxyPushConsumer_ptr proxy)
         : proxy_(StructuredProxyPushConsumer::_duplicate(proxy)) {}
     std::size_t batchMax() const override { return 1; }
-    void push(const std::vector<EventPtr>& events) override {
-        for (const EventPtr& each : events)
+    void push(const std::vector<StructuredEventPtr>& events) override {
+        for (const StructuredEventPtr& each : events)
             proxy_->push_structured_event(*each);
     }
     void disconnect() override { proxy_->disconnect_structured_push_consumer(); }

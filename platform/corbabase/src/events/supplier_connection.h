@@ -36,7 +36,7 @@ class SupplierConnection {
     CosNotifyChannelAdmin::EventChannel_ptr channel() const { return channel_.in(); }
 
     virtual std::size_t batchMax() const = 0;
-    virtual void push(const std::vector<EventPtr>& events) = 0;
+    virtual void push(const std::vector<StructuredEventPtr>& events) = 0;
     virtual void disconnect() = 0;
     /// Make a call that carries no event. False when the channel answers that our proxy no longer
     /// exists.

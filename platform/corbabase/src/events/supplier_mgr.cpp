@@ -7,6 +7,8 @@
 #include <kelp/util/mutex.h>
 
 #include <atomic>
+#include <span>
+#include <utility>
 
 #include "events/embedded_link.h"
 #include "events/event_delivery.h"
@@ -138,10 +140,6 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
         const MutexLock guard(mutex);
         return delivery;
     }
-    bool take(const CosNotification::StructuredEvent* events, std::size_t count) const {
-        const std::shared_ptr<EventDelivery> running = current();
-        return running && running->take(events, count);
-    }
     void open(CORBA::ORB_ptr orb) KELP_EXCLUDES(mutex);
 };
 
@@ -238,11 +236,18 @@ bool SuppilerMgr::check_channel_valid() {
 }
 
 int SuppilerMgr::PushEvent(CosNotification::StructuredEvent& event) {
-    return state_->take(&event, 1) ? 0 : -1;
+    const std::shared_ptr<EventDelivery> running = state_->current();
+    return running && running->accept(std::span(&event, 1)) ? 0 : -1;
 }
 
 long SuppilerMgr::PushEvents(std::vector<CosNotification::StructuredEvent>& events) {
-    return state_->take(events.data(), events.size()) ? 0 : -1;
+    const std::shared_ptr<EventDelivery> running = state_->current();
+    return running && running->accept(std::span(events)) ? 0 : -1;
+}
+
+long SuppilerMgr::PushEvents(std::vector<CosNotification::StructuredEvent>&& events) {
+    const std::shared_ptr<EventDelivery> running = state_->current();
+    return running && running->accept(std::move(events)) ? 0 : -1;
 }
 
 void SuppilerMgr::RequestHeartbeat() {

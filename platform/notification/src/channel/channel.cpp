@@ -1,6 +1,7 @@
 #include <kelp/notification/channel.h>
 
 #include <optional>
+#include <utility>
 
 #include "channel/core.h"
 #include "filter/filter_factory.h"
@@ -63,8 +64,12 @@ CosNotifyChannelAdmin::EventChannel_ptr Channel::reference() const {
     return CosNotifyChannelAdmin::EventChannel::_duplicate(state_->reference.in());
 }
 
+void Channel::push(kelp::orb::StructuredEventPtr event) {
+    state_->core->distribute(makeEvent(std::move(event)));
+}
+
 void Channel::push(const CosNotification::StructuredEvent& event) {
-    state_->core->push(takeIn(event));
+    push(std::make_shared<const CosNotification::StructuredEvent>(event));
 }
 
 std::vector<ConsumerCounts> Channel::consumers() const {

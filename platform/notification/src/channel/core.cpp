@@ -95,7 +95,7 @@ OwnerPtr ChannelCore::ownerOfCaller(const OwnerPtr& parent) {
     return owners.of(owners.caller(), parent);
 }
 
-void ChannelCore::push(const EventPtr& event) {
+void ChannelCore::distribute(const EventPtr& event) {
     const MutexLock order(intake_);
     std::shared_ptr<const Outlets> outlets;
     {
@@ -103,7 +103,7 @@ void ChannelCore::push(const EventPtr& event) {
         outlets = outlets_;
     }
     for (const std::shared_ptr<Outlet>& each : *outlets)
-        each->take(event);
+        each->screen(event);
 }
 
 void ChannelCore::tellLost(const Event& first) {

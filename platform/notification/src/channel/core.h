@@ -69,7 +69,8 @@ class ChannelCore {
     FilterStage& filterStage() { return filterStage_; }
 
     // -- events
-    void push(const EventPtr& event) KELP_EXCLUDES(intake_);
+    /// Let every outlet screen an event, one event after the other.
+    void distribute(const EventPtr& event) KELP_EXCLUDES(intake_);
     void tellLost(const Event& first) KELP_EXCLUDES(mutex_);
     void addOutlet(const std::shared_ptr<Outlet>& outlet) KELP_EXCLUDES(mutex_);
     /// Remove a closed outlet. If memory is short it stays in the list until the next change, but

@@ -41,21 +41,25 @@ EventQos qosOf(const CosNotification::PropertySeq& header, const EventDefaults& 
 
 }  // namespace
 
-EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventDefaults& defaults) {
-    return std::make_shared<const Event>(body, Clock::now(),
-                                         qosOf(body.header.variable_header, defaults));
+EventPtr makeEvent(kelp::orb::StructuredEventPtr body, const EventDefaults& defaults) {
+    const EventQos qos = qosOf(body->header.variable_header, defaults);
+    return std::make_shared<const Event>(std::move(body), Clock::now(), qos);
 }
 
-EventPtr takeIn(const CORBA::Any& any, const EventDefaults& defaults) {
+EventPtr makeEvent(const CosNotification::StructuredEvent& body, const EventDefaults& defaults) {
+    return makeEvent(std::make_shared<const CosNotification::StructuredEvent>(body), defaults);
+}
+
+EventPtr makeEvent(const CORBA::Any& any, const EventDefaults& defaults) {
     const CosNotification::StructuredEvent* structured = nullptr;
     if (any >>= structured)
-        return takeIn(*structured, defaults);
-    CosNotification::StructuredEvent body;
-    body.header.fixed_header.event_type.domain_name = CORBA::string_dup("");
-    body.header.fixed_header.event_type.type_name = CORBA::string_dup(kAnyType);
-    body.header.fixed_header.event_name = CORBA::string_dup("");
-    body.remainder_of_body = any;
-    return takeIn(body, defaults);
+        return makeEvent(*structured, defaults);
+    const auto body = std::make_shared<CosNotification::StructuredEvent>();
+    body->header.fixed_header.event_type.domain_name = CORBA::string_dup("");
+    body->header.fixed_header.event_type.type_name = CORBA::string_dup(kAnyType);
+    body->header.fixed_header.event_name = CORBA::string_dup("");
+    body->remainder_of_body = any;
+    return makeEvent(kelp::orb::StructuredEventPtr(body), defaults);
 }
 
 CORBA::Any asAny(const Event& event) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace kelp::notification {
 
@@ -20,11 +21,11 @@ struct EventQos {
 
 /// An accepted event. Immutable, shared by all queues.
 struct Event : kelp::orb::SharedEvent {
-    Event(const CosNotification::StructuredEvent& event,
-          std::chrono::steady_clock::time_point takenAt, const EventQos& eventQos = {})
-        : SharedEvent(event), taken(takenAt), qos(eventQos) {}
+    Event(kelp::orb::StructuredEventPtr event, std::chrono::steady_clock::time_point acceptedAt,
+          const EventQos& eventQos = {})
+        : SharedEvent(std::move(event)), accepted(acceptedAt), qos(eventQos) {}
 
-    const std::chrono::steady_clock::time_point taken;
+    const std::chrono::steady_clock::time_point accepted;
     const EventQos qos;
 };
 using EventPtr = std::shared_ptr<const Event>;
@@ -35,13 +36,17 @@ struct EventDefaults {
     bool heedsStop = true;
 };
 
-/// Accept an event. Its qualities come from its variable header (Priority, Timeout, StopTime),
-/// those missing there from `defaults`. A property whose type is not the standard's is ignored.
-EventPtr takeIn(const CosNotification::StructuredEvent& body, const EventDefaults& defaults = {});
-/// Accept an any. If it holds a structured event it becomes that event. Any other becomes the
-/// remainder of the body of an event of type "%ANY" (Notification Service 2.1.4).
-EventPtr takeIn(const CORBA::Any& any, const EventDefaults& defaults = {});
-/// The event as an any: the inverse of takeIn().
+/// Make an event that is accepted now and shares `body`, which must not be null. Its qualities come
+/// from its variable header (Priority, Timeout, StopTime), those missing there from `defaults`. A
+/// property whose type is not the standard's is ignored.
+EventPtr makeEvent(kelp::orb::StructuredEventPtr body, const EventDefaults& defaults = {});
+/// The same with a copy of `body`.
+EventPtr makeEvent(const CosNotification::StructuredEvent& body,
+                   const EventDefaults& defaults = {});
+/// The same with a copy of an any. If it holds a structured event it becomes that event. Any other
+/// becomes the remainder of the body of an event of type "%ANY" (Notification Service 2.1.4).
+EventPtr makeEvent(const CORBA::Any& any, const EventDefaults& defaults = {});
+/// The event as an any: the inverse of makeEvent().
 CORBA::Any asAny(const Event& event);
 
 }  // namespace kelp::notification

@@ -93,13 +93,13 @@ EventPtr EventQueue::clear() {
     return first;
 }
 
-EventQueue::Time EventQueue::oldestTaken() const {
+EventQueue::Time EventQueue::oldestAccepted() const {
     if (rules_.order == Order::Arrival)
-        return events_.front().event->taken;
+        return events_.front().event->accepted;
     const auto oldest = std::min_element(
         events_.begin(), events_.end(),
         [](const Entry& left, const Entry& right) { return left.number < right.number; });
-    return oldest->event->taken;
+    return oldest->event->accepted;
 }
 
 EventQueue::Entries::iterator EventQueue::firstWaiting() {
@@ -137,7 +137,7 @@ std::int16_t EventQueue::priorityOf(const Entry& entry) const {
 
 EventQueue::Time EventQueue::deadlineOf(const Entry& entry) const {
     const std::chrono::milliseconds timeout = entry.event->qos.timeout.value_or(rules_.timeout);
-    const Time byTimeout = timeout.count() > 0 ? entry.event->taken + timeout : Time::max();
+    const Time byTimeout = timeout.count() > 0 ? entry.event->accepted + timeout : Time::max();
     return rules_.heedsStop ? std::min(byTimeout, entry.event->qos.stop.value_or(Time::max()))
                             : byTimeout;
 }

@@ -65,7 +65,7 @@ class EventQueue {
     std::size_t waiting() const { return events_.size() - inDelivery_; }
     const EventPtr& front() const { return events_.front().event; }
     /// Time at which the oldest event was accepted. The queue must not be empty.
-    Time oldestTaken() const;
+    Time oldestAccepted() const;
 
     std::uint64_t sent() const { return sent_; }
     std::uint64_t delivered() const { return delivered_; }

@@ -28,7 +28,7 @@ void Outlet::applyQos(const Qos& values) {
     setPacing(values.pacingInterval);
 }
 
-void Outlet::take(const EventPtr& event) {
+void Outlet::screen(const EventPtr& event) {
     if (!isConnected() || !isSubscribedTo(event->body))
         return;
     EventPtr lost;
@@ -41,7 +41,7 @@ void Outlet::take(const EventPtr& event) {
         lost = event;
     }
     if (way == Sieve::Way::Straight)
-        offer(event);
+        enqueue(event);
     else if (way == Sieve::Way::Begins)
         beginWork();
     if (lost)
@@ -58,12 +58,12 @@ void Outlet::beginWork() {
 
 bool Outlet::work(FilterStage::Clock::time_point until) {
     do {
-        const Sieve::Item next = sieve_.take();
+        const Sieve::Item next = sieve_.next();
         if (!next.event)
             return false;
         try {
             if (isConnected() && passes(next))
-                offer(next.event);
+                enqueue(next.event);
         } catch (const std::bad_alloc&) {
             lose(next.event, false);
         }

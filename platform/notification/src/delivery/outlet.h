@@ -23,8 +23,9 @@ class Outlet final : public Subscription, public FilterStage::Task {
 
     /// Set the owner. Called once, before the first event.
     void setOwner(OwnerPtr owner) { owner_ = std::move(owner); }
-    /// Accept an event and filter it if there are filters. Called for one event after the other.
-    void take(const EventPtr& event);
+    /// Queue an event to which the consumer subscribes, after the filters if there are any. Called
+    /// for one event after the other.
+    void screen(const EventPtr& event);
     /// Remove the filters and the events that wait to be filtered, when the proxy ends.
     void forgetFilters() {
         filters.clear();

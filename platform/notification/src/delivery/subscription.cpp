@@ -71,7 +71,7 @@ class Subscription::Puller {
     Subscription& subscription_;
 };
 
-void Subscription::offer(const EventPtr& event) {
+void Subscription::enqueue(const EventPtr& event) {
     const MutexLock lock(mutex_);
     if (closed_ || (!receiver_ && !pulls_))
         return;
@@ -185,7 +185,7 @@ std::vector<EventPtr> Subscription::pull(std::size_t most, bool wait) {
         if (queue_.waiting() == 0)
             changed_.wait(mutex_);
         else
-            changed_.wait_until(mutex_, queue_.oldestTaken() + pacing_);
+            changed_.wait_until(mutex_, queue_.oldestAccepted() + pacing_);
         queue_.expire(Clock::now());
     }
     if (closed_ || !pulls_)
@@ -201,7 +201,7 @@ bool Subscription::isBatchDue(std::size_t most) const {
     if (queue_.waiting() == 0)
         return false;
     return pacing_ <= milliseconds(0) || queue_.waiting() >= most ||
-           Clock::now() >= queue_.oldestTaken() + pacing_;
+           Clock::now() >= queue_.oldestAccepted() + pacing_;
 }
 
 bool Subscription::hasWork() const {
@@ -413,7 +413,7 @@ void Subscription::finishTurn(bool wasCutShort) {
     } else if (isBatchDue(receiver_->batchMax())) {
         scheduleNow();
     } else {
-        pacedUntil_ = queue_.oldestTaken() + pacing_;
+        pacedUntil_ = queue_.oldestAccepted() + pacing_;
         scheduleLater(State::Paced, pacedUntil_, false);
     }
 }
@@ -437,7 +437,7 @@ ConsumerCounts Subscription::counts() const {
     counts.suspended = suspended_;
     if (!queue_.empty())
         counts.oldest =
-            std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.oldestTaken());
+            std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.oldestAccepted());
     counts.lastError = lastError_;
     return counts;
 }

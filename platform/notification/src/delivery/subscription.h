@@ -17,7 +17,7 @@
 namespace kelp::notification {
 
 /// The events for one consumer after filtering: its queue, its connection and the state of its
-/// delivery. Events are delivered in the order of offer(), unless the rules say otherwise. Any
+/// delivery. Events are delivered in the order of enqueue(), unless the rules say otherwise. Any
 /// thread may call it. One thread at a time serves it.
 class Subscription : public std::enable_shared_from_this<Subscription> {
   public:
@@ -40,8 +40,8 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     virtual ~Subscription() = default;
 
     // -- intake
-    void offer(const EventPtr& event) KELP_EXCLUDES(mutex_);
-    /// Count an event that was lost before it could be offered. `isOwn`: by the consumer's own
+    void enqueue(const EventPtr& event) KELP_EXCLUDES(mutex_);
+    /// Count an event that was lost before it could be queued. `isOwn`: by the consumer's own
     /// doing; then the loss is not reported.
     void lose(const EventPtr& event, bool isOwn) KELP_EXCLUDES(mutex_);
 

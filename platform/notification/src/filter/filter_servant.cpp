@@ -209,7 +209,7 @@ void FilterServant::destroy() {
 }
 
 CORBA::Boolean FilterServant::match(const CORBA::Any& data) {
-    return match_structured(takeIn(data)->body);
+    return match_structured(makeEvent(data)->body);
 }
 
 CORBA::Boolean FilterServant::match_structured(const CosNotification::StructuredEvent& event) {

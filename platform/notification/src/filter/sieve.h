@@ -41,15 +41,15 @@ class Sieve {
         return std::exchange(isAtWork_, true) ? Way::Waits : Way::Begins;
     }
     /// The next event. If there is none, the result's event is null and the work ends.
-    Item take() KELP_EXCLUDES(mutex_) {
+    Item next() KELP_EXCLUDES(mutex_) {
         const util::MutexLock guard(mutex_);
         if (waiting_.empty()) {
             isAtWork_ = false;
             return {};
         }
-        Item next = std::move(waiting_.front());
+        Item first = std::move(waiting_.front());
         waiting_.pop_front();
-        return next;
+        return first;
     }
     /// The work could not be scheduled. The next event begins it again.
     void stopWork() KELP_EXCLUDES(mutex_) {

@@ -3,6 +3,7 @@
 #include <cos/CosEventComm.h>
 
 #include "filter/budget.h"
+
 namespace kelp::notification {
 
 ConsumerPart::ConsumerPart(std::shared_ptr<ChannelCore> core,
@@ -35,11 +36,11 @@ void ConsumerPart::connect(CORBA::Object_ptr supplier, Farewell farewell) {
             "supplier " + std::to_string(admin_->id) + "/" + std::to_string(id_), supplier));
 }
 
-void ConsumerPart::take(const EventPtr& event) {
+void ConsumerPart::accept(const EventPtr& event) {
     if (!connected_ || closed_)
         throw CosEventComm::Disconnected();
     if (passes(event->body))
-        core_->push(event);
+        core_->distribute(event);
 }
 
 bool ConsumerPart::passes(const CosNotification::StructuredEvent& event) const {

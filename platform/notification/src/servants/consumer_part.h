@@ -66,9 +66,9 @@ class ConsumerPart : public Owned {
     void connect(CORBA::Object_ptr supplier, Farewell farewell);
     /// Qualities for events that come through the proxy and bring none.
     EventDefaults eventDefaults() const { return eventDefaultsOf(qos.get()); }
-    /// Accept an event and push it if it passes the filters. Throws Disconnected if no supplier is
-    /// connected.
-    void take(const EventPtr& event);
+    /// Accept an event and distribute it if it passes the filters. Throws Disconnected if no
+    /// supplier is connected.
+    void accept(const EventPtr& event);
     enum class Supplier { IsTold, IsNotTold };
     /// End the proxy for good, once. With IsTold the supplier is disconnected soon after.
     void close(Supplier supplier);

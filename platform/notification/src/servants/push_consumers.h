@@ -50,7 +50,7 @@ class StructuredPushConsumer final
                     supplier, [](auto peer) { peer->disconnect_structured_push_supplier(); }));
     }
     void push_structured_event(const CosNotification::StructuredEvent& event) override {
-        take(takeIn(event, eventDefaults()));
+        accept(makeEvent(event, eventDefaults()));
     }
     void disconnect_structured_push_consumer() override { close(Supplier::IsNotTold); }
 };
@@ -67,7 +67,7 @@ class SequencePushConsumer final
     void push_structured_events(const CosNotification::EventBatch& batch) override {
         const EventDefaults defaults = eventDefaults();
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
-            take(takeIn(batch[i], defaults));
+            accept(makeEvent(batch[i], defaults));
     }
     void disconnect_sequence_push_consumer() override { close(Supplier::IsNotTold); }
 };
@@ -80,7 +80,7 @@ class AnyPushConsumer final
         connect(supplier, farewellTo<CosEventComm::PushSupplier>(
                               supplier, [](auto peer) { peer->disconnect_push_supplier(); }));
     }
-    void push(const CORBA::Any& event) override { take(takeIn(event, eventDefaults())); }
+    void push(const CORBA::Any& event) override { accept(makeEvent(event, eventDefaults())); }
     void disconnect_push_consumer() override { close(Supplier::IsNotTold); }
 };
 

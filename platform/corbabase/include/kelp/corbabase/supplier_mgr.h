@@ -65,11 +65,13 @@ class KELP_EXPORT SuppilerMgr {
     /// answered.
     bool check_channel_valid();
 
-    /// Accept an event. Return 0, or -1 before Start and once the stop has begun. When more events
-    /// wait than the limit allows, the oldest are lost.
+    /// Accept a copy of an event. Return 0, or -1 before Start and once the stop has begun. When
+    /// more events wait than the limit allows, the oldest are lost.
     int PushEvent(CosNotification::StructuredEvent& event);
     /// The same for a batch, whose events stay together and in order.
     long PushEvents(std::vector<CosNotification::StructuredEvent>& events);
+    /// The same without a copy: the events' content is moved out of the vector.
+    long PushEvents(std::vector<CosNotification::StructuredEvent>&& events);
     /// Ask the agent for a heartbeat now, in addition to those sent every `[notification]
     /// heartbeat_s`.
     void RequestHeartbeat();

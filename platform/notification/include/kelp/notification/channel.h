@@ -134,7 +134,10 @@ class KELP_EXPORT Channel {
     CosNotifyChannelAdmin::EventChannel_ptr reference() const;
 
     /// Queue an event for every connected consumer whose filters it passes. Wait neither for a
-    /// consumer nor for a filter: filters of other processes are refused (NO_IMPLEMENT).
+    /// consumer nor for a filter: filters of other processes are refused (NO_IMPLEMENT). All queues
+    /// share `event`, which must not be null.
+    void push(kelp::orb::StructuredEventPtr event);
+    /// The same for a copy of the event.
     void push(const CosNotification::StructuredEvent& event);
 
     std::vector<ConsumerCounts> consumers() const;

@@ -54,7 +54,7 @@ TEST_P(Corpus, EveryInputKeepsTheProperties) {
 }
 
 /// The beginning of an input is a further input, which ends unexpectedly.
-TEST_P(Corpus, EveryBeginningOfAnInputKeepsTheProperties) {
+TEST_P(Corpus, EveryPrefixOfAnInputKeepsTheProperties) {
     for (const std::filesystem::path& input : inputsOf(GetParam())) {
         const std::string bytes = test::contentOf(input);
         const std::size_t step = 1 + bytes.size() / 100;

@@ -107,7 +107,7 @@ TEST_F(GuardedChannel, AnNmsThatHasLoggedOutGetsNoMoreEvents) {
     EXPECT_EQ(host.stop(), 0);
 }
 
-TEST_F(GuardedChannel, AnNmsThatHasLoggedOutBesideAnotherAtItsAddressLosesWhatItOwned) {
+TEST_F(GuardedChannel, AnNmsThatHasLoggedOutNextToAnotherAtItsAddressLosesWhatItOwned) {
     NmsProcess neighbour(host);
     neighbour.logIn(0, "alice");
     neighbour.follow(0);

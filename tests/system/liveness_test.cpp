@@ -80,7 +80,7 @@ TEST_F(Liveness, NmsThatListensAndNeverAnswersIsGivenUpAfterFourPings) {
     expectGivenUpAfterFourPings();
 }
 
-TEST_F(Liveness, NmsThatTakesNoConnectionIsGivenUpAfterFourPings) {
+TEST_F(Liveness, NmsThatAcceptsNoConnectionIsGivenUpAfterFourPings) {
     startWithAHealthyNms();
     const FullBacklogListener full;
     NmsProcess victim(host);
@@ -128,7 +128,7 @@ TEST_F(Liveness, LimitEndsTheOldestSession) {
     EXPECT_EQ(nms.counts(0).ended, 0);
 }
 
-TEST_F(Liveness, LimitDoesNotHoldWithPingMode) {
+TEST_F(Liveness, LimitDoesNotApplyWithPingMode) {
     host.set("session", "release_strategy", 1).set("session", "max_sessions", 2);
     host.start();
     NmsProcess nms(host, 3);
@@ -186,7 +186,7 @@ TEST_F(Liveness, UnreachableNmsIsEndedAfterTheSilentTime) {
 
 // -- event loss
 
-TEST_F(Liveness, EventLossIsToldToEveryNmsOnceAndItsEndToo) {
+TEST_F(Liveness, EventLossAndItsEndAreReportedToEveryNmsOnce) {
     const std::string fifo = host.scratch("loss").string();
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     host.setEnvironment("KELP_TEST_EVENT_LOSS", fifo).addBundle("event_loss_switch");

@@ -88,7 +88,7 @@ TEST_F(Security, AnExpiredUsersSessionEnds) {
     EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
 }
 
-TEST_F(Security, AUsersNetworksHold) {
+TEST_F(Security, AUsersNetworksAreEnforced) {
     host.start();
     const TcpRelay relay(host.port(), "127.0.0.2");
     NmsProcess here(host);
@@ -100,7 +100,7 @@ TEST_F(Security, AUsersNetworksHold) {
     EXPECT_EQ(here.tryLogIn(0, "bob", Host::kPassword), "");
 }
 
-TEST_F(Security, TenThousandWrongPasswordsFromOneAddressLeaveTheOthersIn) {
+TEST_F(Security, TenThousandWrongPasswordsFromOneAddressDoNotLockOutOthers) {
     host.set("access", "requests_per_second_before_login", 0);
     host.start();
     const TcpRelay relay(host.port(), "127.0.0.2");
@@ -200,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(Security, DamagedInPlace,
                                          Damage{"PagesOverwritten", 100, 8092, " is damaged"}),
                          [](const auto& damage) { return std::string(damage.param.name); });
 
-TEST_F(Security, ADatabaseMadeAnewEndsTheSessionsOfThoseWhoAreNotInIt) {
+TEST_F(Security, ARecreatedDatabaseEndsTheSessionsOfUsersNotInIt) {
     host.start();
     NmsProcess nms(host, 3);
     nms.logIn(0, "alice");

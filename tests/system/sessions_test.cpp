@@ -22,7 +22,7 @@ class Sessions : public ::testing::Test {
     Host host;
 };
 
-TEST_F(Sessions, NmsLogsInUsesAManagerIsPingedAndLeaves) {
+TEST_F(Sessions, NmsLogsInUsesAManagerIsPingedAndLogsOut) {
     host.start();
     NmsProcess nms(host);
     nms.logIn(0, "alice");
@@ -84,7 +84,7 @@ TEST_F(Sessions, SecondLoginFromSameNmsGetsTheFirstSessionUnderTheReuseRule) {
     EXPECT_TRUE(nms.hasSession(0));
 }
 
-TEST_F(Sessions, ReuseRuleHoldsFromTheHostsRereadingOn) {
+TEST_F(Sessions, ReuseRuleTakesEffectWhenTheHostRereadsIt) {
     host.start();
     NmsProcess nms(host);
     nms.logIn(0, "alice");

@@ -24,7 +24,7 @@ class Stop : public ::testing::Test {
     Host host;
 };
 
-TEST_F(Stop, EveryOneOfFiftyNmsIsToldOnce) {
+TEST_F(Stop, EachOfFiftyNmsIsNotifiedOnce) {
     constexpr int kNms = 50;
     host.start();
     NmsProcess nms(host, kNms);

@@ -36,7 +36,7 @@ TEST_F(AdminSocket, ReportsErrorsInJson) {
     EXPECT_THAT(wrong->body, HasSubstr("{\"error\":\"the request is no JSON"));
 }
 
-TEST_F(AdminSocket, IsForItsOwnerAlone) {
+TEST_F(AdminSocket, IsAccessibleToItsOwnerOnly) {
     const mode_t before = ::umask(0);
     start();
     ::umask(before);
@@ -115,7 +115,7 @@ TEST_F(AdminSocket, StopsWhenACallerIsConnected) {
     EXPECT_TRUE(halfDone.readToEnd().has_value());
 }
 
-TEST_F(AdminSocket, StopWaitsForAnAnswerThatIsBeingMade) {
+TEST_F(AdminSocket, StopWaitsForAnAnswerInProgress) {
     std::promise<void> entered;
     std::promise<void> released;
     const admin::Registration slow = registry_.enter("GET", "/slow", [&](const admin::Json&) {
@@ -179,7 +179,7 @@ TEST_F(AdminPort, RefusesCallersWithoutTheToken) {
         EXPECT_EQ(statusWith(wrong), 401) << wrong;
 }
 
-TEST_F(AdminPort, KeepsItsTokenInAFileForItsOwnerAloneWhileItRuns) {
+TEST_F(AdminPort, KeepsItsTokenInAPrivateFileWhileItRuns) {
     const std::filesystem::path elsewhere = folder_.write("elsewhere", "untouched");
     std::filesystem::create_symlink(elsewhere, folder_ / "admin.token");
     const mode_t before = ::umask(0);

@@ -26,7 +26,7 @@ class HostileCallers : public AdminServerTest {
     }
 };
 
-TEST_F(HostileCallers, BodyUpToTheLimitIsTakenAndALongerOneIsRefused) {
+TEST_F(HostileCallers, BodyUpToTheLimitIsAcceptedAndALongerOneIsRefused) {
     AdminLimits limits;
     limits.bodyBytesMax = 100000;
     start(limits);
@@ -122,7 +122,7 @@ TEST_F(HostileCallers, SlowCallerIsCutOffAtItsDeadline) {
     EXPECT_TRUE(kelp::test::waitUntil([&] { return !dripping.send("x"); }));
 }
 
-TEST_F(HostileCallers, SilentOnesHoldUpNobody) {
+TEST_F(HostileCallers, SilentCallersDelayNobody) {
     AdminLimits limits;
     limits.threads = 3;
     limits.readTime = kFarAway;
@@ -136,7 +136,7 @@ TEST_F(HostileCallers, SilentOnesHoldUpNobody) {
     EXPECT_TRUE(answers());
 }
 
-TEST_F(HostileCallers, SilentOneMayStayWhileNobodyWaits) {
+TEST_F(HostileCallers, SilentCallerMayStayWhileNobodyWaits) {
     AdminLimits limits;
     limits.threads = 2;
     limits.readTime = kFarAway;

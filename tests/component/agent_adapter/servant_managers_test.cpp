@@ -63,7 +63,7 @@ TEST_F(ServantManagers, ServeTheManagerOfTheObjectsId) {
     EXPECT_EQ(agent_.manager().calls, 1);
 }
 
-TEST_F(ServantManagers, KnowNoObjectOfAnUnknownName) {
+TEST_F(ServantManagers, FindNoObjectUnderAnUnknownName) {
     for (const char* name : {"ems", "Protection", ""}) {
         try {
             call(remote(name).in());
@@ -175,7 +175,7 @@ TEST_F(ServantManagers, RefuseNewCallsWhileTheTreeDiesEvenIfAnOldOneRuns) {
     running.join();
 }
 
-TEST_F(ServantManagers, KnowNoObjectAfterTheSessionManagerIsDestroyed) {
+TEST_F(ServantManagers, FindNoObjectAfterTheSessionManagerIsDestroyed) {
     TAServantLocator locator;
     void* cookie = nullptr;
     const auto id = idOf("EMS");
@@ -190,7 +190,7 @@ TEST_F(ServantManagers, KnowNoObjectAfterTheSessionManagerIsDestroyed) {
 
 // -- activator
 
-TEST_F(ServantManagers, NeverBringAnIteratorBack) {
+TEST_F(ServantManagers, NeverReactivateAnIterator) {
     IteratorServantActivator activator;
     const auto id = idOf("x");
     EXPECT_THROW(activator.incarnate(id.in(), iterators_.in()), CORBA::OBJECT_NOT_EXIST);
@@ -256,7 +256,7 @@ TEST_F(ServantManagers, ReleaseAnUnlistedIterator) {
     EXPECT_TRUE(waitUntil([&] { return mine->_refcount_value() == 1; }));
 }
 
-TEST_F(ServantManagers, GoWithTheirPoas) {
+TEST_F(ServantManagers, AreDestroyedWithTheirPoas) {
     // the servant manager is destroyed when the last reference to its POA is released
     static std::atomic<int> gone;
     gone = 0;

@@ -148,7 +148,7 @@ TEST_F(SessionPoas, CannotBeMadeUnderANilRoot) {
     EXPECT_EQ(source->init(agent_.root()), 0ul);
 }
 
-TEST_F(SessionPoas, TellANilParentWithTheSameText) {
+TEST_F(SessionPoas, TraceANilParentWithTheSameText) {
     const TraceCapture trace;
     const auto isNil = [](PortableServer::POA_ptr made) {
         const PortableServer::POA_var poa(made);
@@ -175,7 +175,7 @@ TEST_F(SessionPoas, TraceWhatTheOrbRefuses) {
     EXPECT_TRUE(trace.contains("[create_session_poa] System exception received!"));
 }
 
-TEST_F(SessionPoas, AreReusedWhenTheyExistAndNobodyLivesInThem) {
+TEST_F(SessionPoas, AreReusedWhenTheyExistAndNoSessionUsesThem) {
     const PortableServer::POA_var top =
         SessionSource::create_ServantLocator_poa(agent_.root(), name());
     const PortableServer::POA_var iterators =
@@ -216,7 +216,7 @@ TEST_F(SessionPoas, OfALiveSessionAreNotShared) {
     EXPECT_EQ(second->init(agent_.root()), 0ul);
 }
 
-TEST_F(SessionPoas, KeepTagsInNamesAsTheyStand) {
+TEST_F(SessionPoas, KeepTagsInNamesUnchanged) {
     for (const char* user : {"a</USERNAME_TAG>b", "<IPANDPORT_TAG>", "a/b:c.d"}) {
         const Source source = makeWithTree(user);
         const PortableServer::POA_var top = source->get_POA();

@@ -37,7 +37,7 @@ TEST_F(SessionRecord, BeginsNormalAndAnswered) {
     EXPECT_FALSE(source->get_silent_waiting());
 }
 
-TEST_F(SessionRecord, KeepsAReferenceOfItsOwn) {
+TEST_F(SessionRecord, KeepsItsOwnReference) {
     Source source;
     {
         const CORBA::Object_var object =
@@ -72,7 +72,7 @@ TEST_F(SessionRecord, ChangesAStateOnlyFromTheOneExpected) {
     EXPECT_FALSE(source->change_state(Normal, Ended));
 }
 
-TEST_F(SessionRecord, StartsAnewWithANewReference) {
+TEST_F(SessionRecord, StartsOverWithANewReference) {
     const Source source = make();
     agent_.nms()->answer = NmsServant::Answer::Refuse;
     source->check_valid(true, "", "", false);

@@ -103,7 +103,7 @@ TEST_F(Callers, ThatWaitWithoutAnInterceptorAreRefusedByTheStop) {
     expectNothingRuns();
 }
 
-TEST_F(Callers, AreToldOfAnEventLossThatTheSupplierManagerReports) {
+TEST_F(Callers, AreNotifiedOfAnEventLossThatTheSupplierManagerReports) {
     // the test NMS's reference contains another spelling of the loopback address, which reaches
     // this process
     configureAgent("ping_interval_s = 1", freePort(), "[access]\nnms_reference = \"any\"\n");

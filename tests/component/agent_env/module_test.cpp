@@ -113,7 +113,7 @@ TEST_F(ModuleObject, OffersTheNullInterface) {
     EXPECT_EQ(NS_BUNDLEMGR1::CheckIFBuf("NULLServiceInterface"), object_->GetInterface());
 }
 
-TEST_F(ModuleObject, MakesANewInterfaceInPlaceOfTheOneBefore) {
+TEST_F(ModuleObject, ReplacesItsInterfaceByANewOne) {
     NS_BUNDLEMGR1::ServiceInterface* const made = object_->CreateInterface();
     EXPECT_EQ(object_->GetInterface(), made);
     EXPECT_STREQ(made->GetInterfaceName(), "NULLServiceInterface!");
@@ -158,7 +158,7 @@ TEST_F(ModuleObject, StartsTheAgentAndHandsOverItsTaskManager) {
     EXPECT_EQ(object_->fini(), 0);
 }
 
-TEST_F(ModuleObject, WithoutAnAgentFailsAndFiniIsZeroAllTheSame) {
+TEST_F(ModuleObject, WithoutAnAgentFailsAndFiniStillReturnsZero) {
     configure(agentConfiguration(folder_, freePort()));
     base().LeaveNorthMgrFactory("EMS");
     base().EnterNorthMgrFactory("EMS", nullptr);
@@ -224,7 +224,7 @@ TEST(ModuleInAHost, IsStartedStoppedUnloadedAndStartedAgain) {
     KelpAppMgr::Instance()->Exit();
 }
 
-TEST(ModuleInAHost, StaysLoadedForAThreadThatTheStopGaveUpOn) {
+TEST(ModuleInAHost, StaysLoadedForAThreadThatTheStopAbandoned) {
     const TemporaryDirectory folder;
     TestManagerFactory managers;
     NS_CORBA::CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &managers);

@@ -30,7 +30,7 @@ TEST_F(NamingServiceOutage, IsTracedAndClearsTheRegistration) {
     EXPECT_EQ(trace_.count(kSystemException), 2u);
 }
 
-TEST_F(NamingServiceOutage, OfALongerTimeEndsWithTheEntryWithinOneRound) {
+TEST_F(NamingServiceOutage, OfLongDurationEndsWithTheEntryWithinOneRound) {
     registerOwn();
     names_.kill();
     round(3);
@@ -51,7 +51,7 @@ TEST_F(NamingServiceOutage, ByFreezingEndsWithTheRegistrationWithinTwoRounds) {
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
 }
 
-TEST_F(NamingServiceOutage, FrozenAndRestartedEmptyItHasTheEntryAgainWithinTwoRounds) {
+TEST_F(NamingServiceOutage, ByFreezingAndAnEmptyRestartEndsWithTheEntryWithinTwoRounds) {
     registerOwn();
     names_.freeze();
     round();
@@ -60,7 +60,7 @@ TEST_F(NamingServiceOutage, FrozenAndRestartedEmptyItHasTheEntryAgainWithinTwoRo
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
 }
 
-TEST_F(NamingServiceOutage, IsOverWithAnotherAddressInTheConfiguration) {
+TEST_F(NamingServiceOutage, EndsWhenTheConfigurationNamesAnotherAddress) {
     registerOwn();
     base().UpdateNamingServiceParams();
     const OmniNames elsewhere;

@@ -27,7 +27,7 @@ constexpr const char* kEndFini = "===[CorbaAgentFacade::Fini] Finish to destroy 
 
 class AgentStart : public AgentFixture {};
 
-TEST_F(AgentStart, AndStopGoInTheirOrder) {
+TEST_F(AgentStart, AndStopRunInTheirOrder) {
     configureAgent();
     enterInterface("Second", 20);
     enterInterface("First", -3);
@@ -54,7 +54,7 @@ TEST_F(AgentStart, WithoutManagerInterfacesRuns) {
     EXPECT_EQ(NS_KELPCORBA::AgentState::instance().threads.count_threads(), 1u);
 }
 
-TEST_F(AgentStart, ReadsTheOptionsAgainWheneverTheHostHas) {
+TEST_F(AgentStart, RereadsTheOptionsWheneverTheHostDoes) {
     using NS_BUNDLEMGR1::LightEventMgr;
     configureAgent("", freePort(), "[agent]\nCachesize = 5\n");
     ASSERT_TRUE(start());

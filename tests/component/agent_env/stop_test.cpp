@@ -67,7 +67,7 @@ TEST_F(AgentStop, SetsTheExitFlagForGood) {
     EXPECT_TRUE(AgentState::instance().exitRequested);
 }
 
-TEST_F(AgentStop, TakesTheEntryOutOfTheNamingService) {
+TEST_F(AgentStop, RemovesTheEntryFromTheNamingService) {
     const OmniNames names;
     configureAgent("", names.port());
     ASSERT_TRUE(start());
@@ -151,7 +151,7 @@ struct LateThread {
     std::atomic<bool> stopWentOn{false};
 };
 
-TEST_F(AgentStop, GoesOnOnlyWhenTheAgentsThreadsHaveEnded) {
+TEST_F(AgentStop, ContinuesOnlyAfterTheAgentsThreadsHaveEnded) {
     enterInterface("First", 1);
     LateThread late{log_};
     ASSERT_NE(

@@ -112,7 +112,7 @@ TEST_F(IteratorPlaces, OfASessionThatEndsBetweenActivationAndListingAreFreeAgain
     endsBeforeListing([this](TestIterator*) { session_->endSession(); });
 }
 
-TEST_F(IteratorPlaces, OfOneThatIsDeactivatedBetweenActivationAndListingAreFreeAgain) {
+TEST_F(IteratorPlaces, OfAnIteratorDeactivatedBeforeItIsListedAreFreeAgain) {
     endsBeforeListing([this](TestIterator* iterator) { deactivate(iterator); });
     agent_.configure(AgentOptions().withIteratorLimits(10, 1));
     EXPECT_EQ(openOne(), 0ul);

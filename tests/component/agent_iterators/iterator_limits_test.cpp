@@ -51,7 +51,7 @@ class IteratorsLimited : public IteratorFixture {
 
 using IteratorsSoftBelowHard = IteratorsLimited<2, 10>;
 
-TEST_F(IteratorsSoftBelowHard, FourthOneClosesTheFirst) {
+TEST_F(IteratorsSoftBelowHard, FourthIteratorClosesTheFirst) {
     std::vector<common::Common_I_var> remotes;
     for (int i = 0; i < 4; ++i) {
         const auto iterator = made();
@@ -66,7 +66,7 @@ TEST_F(IteratorsSoftBelowHard, FourthOneClosesTheFirst) {
         EXPECT_TRUE(answers(remotes[i].in())) << i;
 }
 
-TEST_F(IteratorsSoftBelowHard, NeverAreMoreThanTheSoftLimitAndOne) {
+TEST_F(IteratorsSoftBelowHard, NeverExceedTheSoftLimitByMoreThanOne) {
     for (int i = 0; i < 50; ++i) {
         EXPECT_EQ(openOne(), 0ul);
         EXPECT_LE(count(), 3u);
@@ -77,7 +77,7 @@ TEST_F(IteratorsSoftBelowHard, NeverAreMoreThanTheSoftLimitAndOne) {
 
 using IteratorsFarBelowHard = IteratorsLimited<2, 100>;
 
-TEST_F(IteratorsFarBelowHard, AreNeverMoreThanTheSoftLimitAndOneEvenIfManyAreOpenedAtOnce) {
+TEST_F(IteratorsFarBelowHard, NeverExceedTheSoftLimitByMoreThanOneEvenIfManyAreOpenedAtOnce) {
     const Openings openings = openFromManyThreads();
     EXPECT_LE(openings.mostAtOnce, 3u);
     EXPECT_EQ(count(), 3u);
@@ -95,7 +95,7 @@ TEST_F(IteratorsSoftBelowHard, WithoutAPoaAreRefusedAndStayWithTheCaller) {
     EXPECT_EQ(count(), 0u);
 }
 
-TEST_F(IteratorsSoftBelowHard, OneThatCannotBeOpenedLeavesItsPlaceFree) {
+TEST_F(IteratorsSoftBelowHard, IteratorThatCannotBeOpenedFreesItsPlace) {
     agent_.configure(AgentOptions().withIteratorLimits(10, 1));
     const auto nowhere = NS_KELPCORBA::ServantRef<TestIterator>::take(
         new TestIterator(PortableServer::POA::_nil(), alive_));
@@ -229,7 +229,7 @@ TEST_F(IteratorsHardBelowSoft, AreRefusedAtTheHardLimit) {
 
 using IteratorsOfManyThreads = IteratorsLimited<100, 10>;
 
-TEST_F(IteratorsOfManyThreads, AreExactlyAsManyAsTheHardLimitAllows) {
+TEST_F(IteratorsOfManyThreads, ReachExactlyTheHardLimit) {
     const Openings openings = openFromManyThreads();
     EXPECT_EQ(openings.opened, 10);
     EXPECT_EQ(openings.failed, 0);

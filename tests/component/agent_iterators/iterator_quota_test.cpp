@@ -39,7 +39,7 @@ class IteratorQuota : public IteratorFixture {
 
 using IteratorQuotaOfThree = IteratorQuota<100, 200, 3>;
 
-TEST_F(IteratorQuotaOfThree, TheFourthOfASessionClosesItsFirstAndNobodyElses) {
+TEST_F(IteratorQuotaOfThree, FourthIteratorOfASessionClosesOnlyItsOwnFirst) {
     const common::Common_I_var others = opened(madeForOther());
     std::vector<common::Common_I_var> own;
     for (int i = 0; i < 3; ++i)
@@ -53,7 +53,7 @@ TEST_F(IteratorQuotaOfThree, TheFourthOfASessionClosesItsFirstAndNobodyElses) {
     EXPECT_TRUE(answers(others.in())) << "it is the oldest of all";
 }
 
-TEST_F(IteratorQuotaOfThree, OneThatWasDestroyedMakesRoom) {
+TEST_F(IteratorQuotaOfThree, DestroyedIteratorMakesRoom) {
     const ServantRef<TestIterator> first = made();
     const common::Common_I_var firstRemote = opened(first);
     const common::Common_I_var second = opened(made());
@@ -67,7 +67,7 @@ TEST_F(IteratorQuotaOfThree, OneThatWasDestroyedMakesRoom) {
     EXPECT_TRUE(answers(fourth.in()));
 }
 
-TEST_F(IteratorQuotaOfThree, HoldsHoweverManyAreOpenedTogether) {
+TEST_F(IteratorQuotaOfThree, HoldsForIteratorsOpenedConcurrently) {
     constexpr int kThreads = 8, kEach = 30;
     const common::Common_I_var others = opened(madeForOther());
     std::atomic<int> running{kThreads};
@@ -113,7 +113,7 @@ TEST_F(IteratorQuotaAboveSoftLimit, LeavesTheCommonLimitsAsTheyAre) {
 
 using IteratorQuotaOfOneAtHardLimit = IteratorQuota<100, 2, 1>;
 
-TEST_F(IteratorQuotaOfOneAtHardLimit, ASessionAtItsOwnLimitIsNotRefusedByTheHardOne) {
+TEST_F(IteratorQuotaOfOneAtHardLimit, SessionAtItsOwnLimitIsNotRefusedByTheHardLimit) {
     const common::Common_I_var others = opened(madeForOther());
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(openOne(), 0ul);

@@ -12,9 +12,9 @@
 namespace kelp::test {
 namespace {
 
-class TypedIteratorTest : public IteratorFixture {
+class TypedIterator : public IteratorFixture {
   protected:
-    explicit TypedIteratorTest(const AgentOptions& options = {}) : IteratorFixture(options) {
+    explicit TypedIterator(const AgentOptions& options = {}) : IteratorFixture(options) {
         manager_ = agent_.remoteManager(session_.in());
         agent_.manager().onCall = [this] { answer(); };
     }
@@ -72,7 +72,7 @@ class TypedIteratorTest : public IteratorFixture {
     NamingAttributesIterator_I_var rest_;
 };
 
-TEST_F(TypedIteratorTest, IsNilWhenAllAreInTheList) {
+TEST_F(TypedIterator, IsNilWhenAllAreInTheList) {
     for (const CORBA::ULong howMany : {3u, 4u, 4294967295u}) {
         const Answer answer = list(3, howMany);
         EXPECT_EQ(answer.first, numbers(1, 3));
@@ -82,7 +82,7 @@ TEST_F(TypedIteratorTest, IsNilWhenAllAreInTheList) {
     EXPECT_EQ(count(), 0u);
 }
 
-TEST_F(TypedIteratorTest, GivesTheRestAndIsGoneWithItsLastBatch) {
+TEST_F(TypedIterator, GivesTheRestAndEndsWithItsLastBatch) {
     const Answer answer = list(10, 4);
     EXPECT_EQ(answer.first, numbers(1, 4));
     ASSERT_FALSE(CORBA::is_nil(answer.rest.in()));
@@ -98,7 +98,7 @@ TEST_F(TypedIteratorTest, GivesTheRestAndIsGoneWithItsLastBatch) {
     EXPECT_TRUE(isClosed(answer.rest.in()));
 }
 
-TEST_F(TypedIteratorTest, GivesAllThroughTheIteratorForZero) {
+TEST_F(TypedIterator, GivesAllThroughTheIteratorForZero) {
     const Answer answer = list(3, 0);
     EXPECT_TRUE(answer.first.empty());
     ASSERT_FALSE(CORBA::is_nil(answer.rest.in()));
@@ -109,7 +109,7 @@ TEST_F(TypedIteratorTest, GivesAllThroughTheIteratorForZero) {
     EXPECT_EQ(next(answer.rest.in(), 4294967295u).numbers, numbers(1, 3));
 }
 
-TEST_F(TypedIteratorTest, IsGoneWhenTheNmsDestroysIt) {
+TEST_F(TypedIterator, IsGoneWhenTheNmsDestroysIt) {
     const Answer answer = list(10, 1);
     answer.rest->destroy();
     EXPECT_TRUE(waitUntil([] { return count() == 0; }));
@@ -118,25 +118,25 @@ TEST_F(TypedIteratorTest, IsGoneWhenTheNmsDestroysIt) {
     EXPECT_TRUE(isGone([&] { next(answer.rest.in(), 1); }));
 }
 
-TEST_F(TypedIteratorTest, IsGoneWithItsSession) {
+TEST_F(TypedIterator, IsGoneWithItsSession) {
     const Answer answer = list(10, 1);
     session_->endSession();
     EXPECT_TRUE(waitUntil([] { return count() == 0; }));
     EXPECT_TRUE(isClosed(answer.rest.in()));
 }
 
-TEST_F(TypedIteratorTest, ReportsThatTheListCannotBeReadAndEnds) {
+TEST_F(TypedIterator, ReportsThatTheListCannotBeReadAndEnds) {
     expectOverAfter([] { throw std::runtime_error("the database is gone"); },
                     "the database is gone");
 }
 
-TEST_F(TypedIteratorTest, ReportsTheSameForEveryException) {
+TEST_F(TypedIterator, ReportsTheSameForEveryException) {
     expectOverAfter([] { throw CORBA::PERSIST_STORE(); }, "PERSIST_STORE");
     expectOverAfter([] { throw globaldefs::ProcessingFailureException(); },
                     "ProcessingFailureException");
 }
 
-class TypedIteratorAhead : public TypedIteratorTest {
+class TypedIteratorAhead : public TypedIterator {
   protected:
     /// Return a list whose second batch a worker is reading until the gate is opened.
     Answer readAheadToTheGate() {
@@ -181,7 +181,7 @@ TEST_F(TypedIteratorAhead, MayBeDestroyedWhileTheWorkerReads) {
     EXPECT_TRUE(waitUntil([this] { return isListGone(); }));
 }
 
-TEST_F(TypedIteratorTest, IsReadByOneCallAfterTheOther) {
+TEST_F(TypedIterator, ServesCallsOneAfterTheOther) {
     const ModuleWorkers workers;
     constexpr CORBA::ULong kEntries = 20000;
     constexpr int kThreads = 4;
@@ -209,12 +209,12 @@ TEST_F(TypedIteratorTest, IsReadByOneCallAfterTheOther) {
     EXPECT_TRUE(waitUntil([] { return count() == 0; }));
 }
 
-class TypedIteratorLimits : public TypedIteratorTest {
+class TypedIteratorLimits : public TypedIterator {
   protected:
-    TypedIteratorLimits() : TypedIteratorTest(AgentOptions().withIteratorLimits(2, 2)) {}
+    TypedIteratorLimits() : TypedIterator(AgentOptions().withIteratorLimits(2, 2)) {}
 };
 
-TEST_F(TypedIteratorLimits, AreToldToTheManagersCaller) {
+TEST_F(TypedIteratorLimits, AreReportedToTheManagersCaller) {
     const Answer first = list(3, 1);
     const Answer second = list(3, 1);
     EXPECT_FALSE(CORBA::is_nil(second.rest.in()));

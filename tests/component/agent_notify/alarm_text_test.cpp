@@ -131,7 +131,7 @@ TEST(AlarmText, RendersAnEmptyAdditionalInfoAsOneBlank) {
     EXPECT_EQ(entry(event, "objectName"), "");
 }
 
-TEST(AlarmText, TakesListsOfAnotherTypeForMissing) {
+TEST(AlarmText, TreatsListsOfAnotherTypeAsMissing) {
     CosNotification::StructuredEvent event;
     addField(event, "additionalInfo") <<= "text";
     addField(event, "objectName") <<= CORBA::Long(1);

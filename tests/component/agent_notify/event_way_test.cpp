@@ -105,7 +105,7 @@ class EventWay : public testing::Test {
     std::optional<kelp::test::BaseOrb> orb_;
 };
 
-TEST_F(EventWay, OfOneAndOfABatchKeepsTheirOrder) {
+TEST_F(EventWay, KeepsTheOrderOfSingleEventsAndBatches) {
     start();
     StructuredEvent single = named("1");
     EXPECT_EQ(PushEvent(single), 0);
@@ -137,7 +137,7 @@ TEST_F(EventWay, CopiesEachEventOfABatchOnceForAllConsumers) {
     EXPECT_EQ(nameOf(next()), nameOf(batch.front()));
 }
 
-TEST_F(EventWay, LeavesTheCallersEventsAsTheyAre) {
+TEST_F(EventWay, DoesNotChangeTheCallersEvents) {
     start();
     std::list<StructuredEvent> batch{named("1"), named("2")};
     ASSERT_EQ(PushEvents(batch), 0);
@@ -151,7 +151,7 @@ TEST_F(EventWay, LeavesTheCallersEventsAsTheyAre) {
     EXPECT_EQ(nameOf(batch.front()), "1");
 }
 
-TEST_F(EventWay, GivesAnEventWithoutATimeOfItsElementTheTimeOfTheEms) {
+TEST_F(EventWay, FillsAMissingNeTimeWithTheEmsTime) {
     start();
     StructuredEvent event = named("1");
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
@@ -166,7 +166,7 @@ TEST_F(EventWay, GivesAnEventWithoutATimeOfItsElementTheTimeOfTheEms) {
     EXPECT_STREQ(neTime, "") << "the caller's event stays as it is";
 }
 
-TEST_F(EventWay, LeavesTheTimeOfTheElementEmptyWhereThatIsWanted) {
+TEST_F(EventWay, LeavesTheNeTimeEmptyWhenConfigured) {
     start("fill_ne_time = false\n");
     StructuredEvent event = named("1");
     event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
@@ -178,7 +178,7 @@ TEST_F(EventWay, LeavesTheTimeOfTheElementEmptyWhereThatIsWanted) {
     EXPECT_STREQ(neTime, "");
 }
 
-TEST_F(EventWay, OfAnEmptyBatchBringsNothing) {
+TEST_F(EventWay, DeliversNothingForAnEmptyBatch) {
     start();
     std::list<StructuredEvent> none;
     EXPECT_EQ(PushEvents(none), 0);
@@ -187,7 +187,7 @@ TEST_F(EventWay, OfAnEmptyBatchBringsNothing) {
     EXPECT_EQ(nameOf(next()), "after");
 }
 
-TEST_F(EventWay, BringsTheHeartbeatThatTheChannelAsksFor) {
+TEST_F(EventWay, DeliversTheHeartbeatThatTheChannelAsksFor) {
     start("[agent]\nHeartbeatEventType = 0\n");
     manager().RequestHeartbeat();
     const StructuredEvent event = next();
@@ -197,7 +197,7 @@ TEST_F(EventWay, BringsTheHeartbeatThatTheChannelAsksFor) {
     EXPECT_TRUE(type->equal(globaldefs::_tc_NVSList_T));
 }
 
-TEST_F(EventWay, OfAHeartbeatAlarmGoesPastTheAlarmLog) {
+TEST_F(EventWay, BypassesTheAlarmLogForAHeartbeatAlarm) {
     const kelp::test::TemporaryDirectory state;
     ::setenv("STATE_DIRECTORY", state.path().c_str(), 1);
     start("alarm_log = true\n[ems]\nname = \"Kelp/EMS\"\n[agent]\nHeartbeatEventType = 1\n");

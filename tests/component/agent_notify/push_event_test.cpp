@@ -12,7 +12,7 @@ TEST(PushEvent, GivesTheSupplierManagersResult) {
     EXPECT_EQ(PushEvent(event), -1) << "there is no channel";
 }
 
-TEST(PushEvents, HandsAnEmptyListOverTooAndLeavesTheListAsItIs) {
+TEST(PushEvents, HandsOverAnEmptyListAndLeavesItUnchanged) {
     std::list<CosNotification::StructuredEvent> events;
     EXPECT_EQ(PushEvents(events), -1);
     events.resize(2);

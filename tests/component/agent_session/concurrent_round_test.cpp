@@ -104,7 +104,7 @@ TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
         EXPECT_THAT(seen[i - 1], testing::StartsWith(agent.nms(i).hostInfo() + ">")) << i;
 }
 
-TEST(ConcurrentRound, WithOneThreadIsOneAfterTheOther) {
+TEST(ConcurrentRound, WithOneThreadPingsOneAfterTheOther) {
     Gate gate;
     RunningAgent agent(
         AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 1\n"));
@@ -117,7 +117,7 @@ TEST(ConcurrentRound, WithOneThreadIsOneAfterTheOther) {
     EXPECT_TRUE(waitUntil([&] { return agent.nms(2)->pings >= 1; }));
 }
 
-TEST(ConcurrentRound, IsLimitedInItsThreads) {
+TEST(ConcurrentRound, LimitsItsThreads) {
     Gate gate;
     RunningAgent agent(
         AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 3\n"));
@@ -144,7 +144,7 @@ TEST(ConcurrentRound, IsLimitedInItsThreads) {
 // -- calls as signs of life
 
 /// An NMS whose callback object does not exist, so every ping is refused.
-class CallIsLife : public testing::Test {
+class SignOfLifeByCall : public testing::Test {
   protected:
     void start(const std::string& sessionLines) {
         agent_ = std::make_unique<RunningAgent>(
@@ -177,14 +177,14 @@ class CallIsLife : public testing::Test {
     emsSession::EmsSession_I_var remote_;
 };
 
-TEST_F(CallIsLife, KeepsTheSessionOfAnNmsThatCallsUntilItFallsSilent) {
+TEST_F(SignOfLifeByCall, KeepsTheSessionOfAnNmsThatCallsUntilItFallsSilent) {
     start("call_is_life = true\n");
     EXPECT_TRUE(survives(7, [&] { remote_->ping(); }));
     EXPECT_EQ(agent_->listed(agent_->nms())->source()->get_state(), Normal);
     EXPECT_TRUE(ends()) << "without calls";
 }
 
-TEST_F(CallIsLife, CountsCallsOfManagersToo) {
+TEST_F(SignOfLifeByCall, CountsCallsOfManagersToo) {
     start("call_is_life = true\n");
     const common::Common_I_var manager = agent_->remoteManager(session_.in());
     EXPECT_TRUE(survives(7, [&] {
@@ -193,7 +193,7 @@ TEST_F(CallIsLife, CountsCallsOfManagersToo) {
     }));
 }
 
-TEST_F(CallIsLife, IsOffUnlessConfigured) {
+TEST_F(SignOfLifeByCall, IsOffUnlessConfigured) {
     start("");
     EXPECT_FALSE(survives(7, [&] { remote_->ping(); }));
     EXPECT_TRUE(ends());

@@ -70,7 +70,7 @@ TEST(LogIn, RefusesNullInputs) {
     EXPECT_EQ(agent.sessions().SessionCount(), 0u);
 }
 
-TEST(LogIn, TellsANullInputAsInvalidOverAConnection) {
+TEST(LogIn, ReportsANullInputAsInvalidOverAConnection) {
     RunningAgent agent;
     emsSession::EmsSession_I_var session;
     try {
@@ -160,7 +160,7 @@ TEST(LogIn, FromAnotherPortOfTheSameHostIsAnotherNms) {
     EXPECT_EQ(agent.sessions().SessionCount(), 2u);
 }
 
-TEST(LogIn, OfAnotherUserFromTheSameNmsIsASessionOfItsOwn) {
+TEST(LogIn, OfAnotherUserFromTheSameNmsGetsItsOwnSession) {
     RunningAgent agent;
     agent.addUser("second");
     const emsSession::EmsSession_I_var first = agent.logIn(agent.nms(), "admin");

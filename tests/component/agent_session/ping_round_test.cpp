@@ -99,7 +99,7 @@ TEST(PingRound, GivesUpACallAfterTheCallTimeOut) {
     gate.open();
 }
 
-TEST(PingRound, HoldsNobodyUpWhileAnNmsHangs) {
+TEST(PingRound, DelaysNobodyWhileAnNmsHangs) {
     Gate gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
     agent.nms(1)->onPing = [&] { gate.pass(); };

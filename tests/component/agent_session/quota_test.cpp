@@ -132,7 +132,7 @@ TEST(SessionQuota, FollowsTheConfiguration) {
     EXPECT_EQ(here.logIn(3), kTooManyAccountSessions);
 }
 
-TEST(SessionQuota, RefusalsAreAccessDeniedAndStandInTheSecurityLog) {
+TEST(SessionQuota, RefusalsAreAccessDeniedAndAppearInTheSecurityLog) {
     const TemporaryDirectory folder;
     RunningAgent agent(
         AgentOptions().withSession("per_account_max = 1\n").withTables(OpenLogs::toml(folder)));

@@ -155,7 +155,7 @@ TEST_F(References, ToASessionAndItsIteratorsHaveNoIdsThatAreCounted) {
     EXPECT_EQ(tokens.size(), 20u);
 }
 
-TEST_F(References, AreNotFoundByAskingForManyOfThem) {
+TEST_F(References, CannotBeFoundByGuessing) {
     const emsSession::EmsSession_I_var own = agent_.logIn(agent_.nms());
     const std::string good = keyOf(own.in());
     const std::string manager = keyOfManager(own.in());
@@ -186,7 +186,7 @@ TEST_F(References, AreNotFoundByAskingForManyOfThem) {
     EXPECT_TRUE(waitUntil([&] { return alive_ == 0; }));
 }
 
-TEST_F(References, AreNotToldOfByTheOperationLog) {
+TEST_F(References, DoNotAppearInTheOperationLog) {
     const TemporaryDirectory folder;
     agent_.configure(AgentOptions{.tables = OpenLogs::toml(folder)});
     const OpenLogs logs(folder);

@@ -45,7 +45,7 @@ TEST(Reuse, ChecksThePasswordAndLeavesTheSessionAlone) {
     EXPECT_EQ(agent.liveLogins(agent.nms()), 1u);
 }
 
-TEST(Reuse, TakesTheNewReferenceOfTheNmsAndStartsItsLivenessAnew) {
+TEST(Reuse, TakesTheNewReferenceOfTheNmsAndRestartsItsLiveness) {
     RunningAgent agent(AgentOptions().withReuse());
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());

@@ -97,7 +97,7 @@ TEST_F(SameName, GivesUpAfterTheCallTimeOut) {
     EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
 }
 
-TEST_F(SameName, LetsSeveralWaitersInOneAfterTheOther) {
+TEST_F(SameName, AdmitsSeveralWaitersOneAfterTheOther) {
     ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 30}));
     constexpr int waiters = 4;
     std::atomic<int> succeeded{0};
@@ -117,7 +117,7 @@ TEST_F(SameName, LetsSeveralWaitersInOneAfterTheOther) {
     EXPECT_EQ(agent_->liveLogins(agent_->nms()), 1u);
 }
 
-TEST_F(SameName, IsTestedAnewAgainstTheReuseRule) {
+TEST_F(SameName, IsCheckedOnceMoreAgainstTheReuseRule) {
     ASSERT_NO_FATAL_FAILURE(start(AgentOptions{.callTimeoutS = 30, .reuse = true}));
     agent_->listed(agent_->nms())->endSession();
     emsSession::EmsSession_I_var one;

@@ -83,7 +83,7 @@ TEST(LoginSecurity, AnUnknownUserIsRefusedLikeAKnownOneWithAWrongPassword) {
     EXPECT_EQ(way.logInRight(), 0u);
 }
 
-TEST(LoginSecurity, AFloodFromOneAddressLeavesTheOthersIn) {
+TEST(LoginSecurity, AFloodFromOneAddressDoesNotLockOutOthers) {
     RunningAgent agent;
     Way bad(agent, "127.0.0.2");
     Way good(agent, "127.0.0.3");
@@ -105,7 +105,7 @@ TEST(LoginSecurity, TheConfiguredNumberOfFailuresCounts) {
     EXPECT_TRUE(waitUntil([&] { return way.logInRight() == 0; })) << "it ends by itself";
 }
 
-TEST(LoginSecurity, TheOperatorTakesALockOutBack) {
+TEST(LoginSecurity, TheOperatorLiftsALockOut) {
     RunningAgent agent;
     Way way(agent, "127.0.0.2");
     for (int i = 0; i < 5; ++i)
@@ -149,7 +149,7 @@ TEST(LoginSecurity, AUserBoundToACertificateDoesNotLogInWithoutOne) {
     EXPECT_EQ(way.logInRight(), 0u);
 }
 
-TEST(LoginSecurity, AnExpiredUserIsToldSoOnlyWithTheRightPassword) {
+TEST(LoginSecurity, ExpiryIsReportedOnlyWithTheRightPassword) {
     RunningAgent agent;
     operatorDoes([](UserDatabase& database) { database.setExpiry("admin", nowUtc() - 1); });
     Way way(agent, "127.0.0.2");

@@ -44,7 +44,7 @@ TEST_F(Servants, OfAFactoryAreTakenOverWithTheirFirstReference) {
     EXPECT_EQ(agent.managers().alive, 0);
 }
 
-TEST_F(Servants, ThatAreEnteredAreReferencedOnce) {
+TEST_F(Servants, AreReferencedOnceWhenEntered) {
     const auto servant = make();
     {
         RunningAgent agent;

@@ -32,7 +32,7 @@ TEST_F(SessionLimit, OfTwoMarksTheOldestOfThree) {
         << "it is the ping thread that ends the marked session";
 }
 
-TEST_F(SessionLimit, IsNotExceededByAsManySessions) {
+TEST_F(SessionLimit, IsNotExceededBySessionsUpToTheLimit) {
     RunningAgent agent(AgentOptions{.releaseStrategy = 1, .pingMode = false, .maxSessions = 2});
     EXPECT_EQ(statesAfterLogIns(agent, 2), (States{Normal, Normal}));
 }
@@ -58,7 +58,7 @@ TEST_F(SessionLimit, HoldsUnderStrategyOneWithoutPingsOnly) {
     }
 }
 
-TEST_F(SessionLimit, EndsTheMarkedSessionInTheNextRoundUntold) {
+TEST_F(SessionLimit, EndsTheMarkedSessionInTheNextRoundWithoutNotification) {
     RunningAgent agent(AgentOptions{
         .releaseStrategy = 1, .pingMode = false, .pingIntervalS = 1, .maxSessions = 1});
     const emsSession::EmsSession_I_var oldest = agent.logIn(agent.nms(1));

@@ -139,7 +139,7 @@ TEST_F(SessionList, GivesTheSourceOfASession) {
     EXPECT_EQ(sessions().GetSessionSource(nullptr), nullptr);
 }
 
-TEST_F(SessionList, IsLoggedOutAndLetGoWhenTheManagerIsDestroyed) {
+TEST_F(SessionList, IsLoggedOutAndReleasedWhenTheManagerIsDestroyed) {
     EmsSession_IImpl* const session = list(agent_.nms().hostInfo(), "admin");
     auto& security = *NS_CORBA::CorbaSecurityMgr::Instance();
     ASSERT_EQ(security.Login(agent_.nms().hostInfo(), "admin", "secret"), 0u);
@@ -166,7 +166,7 @@ TEST_F(SessionList, OfADestroyedManagerDoesNotLogOutAUserTwice) {
 
 // -- life
 
-TEST(SessionMgrLife, StartsAndTellsThatItIsReady) {
+TEST(SessionMgrLife, StartsAndReportsThatItIsReady) {
     RunningAgent agent(AgentOptions{.startsSessionMgr = false});
     const TraceCapture trace;
     EXPECT_EQ(agent.startSessionMgr(), 0);

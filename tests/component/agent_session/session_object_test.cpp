@@ -29,7 +29,7 @@ std::vector<std::string> textsOf(const emsSession::EmsSession_I::managerNames_T&
     return texts;
 }
 
-TEST(SessionObject, TellsTheNmsOwnSessionAsItsAssociatedOne) {
+TEST(SessionObject, ReturnsTheNmsSessionAsItsAssociatedSession) {
     RunningAgent agent;
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const auto remote = agent.overTheWire<emsSession::EmsSession_I>(session.in());
@@ -138,7 +138,7 @@ TEST(SessionObject, GivesTheSameReferenceForTheSameManager) {
     EXPECT_TRUE(one->_is_equivalent(other.in()));
 }
 
-TEST(SessionObject, SharesTheManagersServantUnderAReferenceOfItsOwn) {
+TEST(SessionObject, SharesTheManagersServantUnderItsOwnReference) {
     RunningAgent agent;
     const emsSession::EmsSession_I_var first = agent.logIn(agent.nms(1));
     const emsSession::EmsSession_I_var second = agent.logIn(agent.nms(2));
@@ -259,7 +259,7 @@ TEST(SessionObject, WithoutASourceAnswersWhatItCan) {
                     "destroyed!"));
 }
 
-TEST(SessionObject, GoesWithItsLastReference) {
+TEST(SessionObject, IsDestroyedWithItsLastReference) {
     RunningAgent agent(AgentOptions().withRoundsEvery(1));
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const TraceCapture trace;

@@ -76,7 +76,7 @@ TEST(UserState, NeedsAddressPortAndUser) {
     EXPECT_TRUE(waitUntil([&] { return isGone([&] { session->ping(); }); }));
 }
 
-TEST(UserState, TellsWhenThereIsNoSuchSession) {
+TEST(UserState, ReportsThatThereIsNoSuchSession) {
     RunningAgent agent;
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());
     const TraceCapture trace;
@@ -119,7 +119,7 @@ TEST(UserState, AbsorbsWhatASessionsEndThrows) {
         << "the list's reference is dropped";
 }
 
-TEST(UserState, IsNoLongerListenedToAfterTheStop) {
+TEST(UserState, IsIgnoredAfterTheStop) {
     RunningAgent agent;
     agent.requestExit();
     agent.endSessions();

@@ -84,7 +84,7 @@ TEST_F(TheWaiting, EndsTheSessionOfASilentNms) {
     EXPECT_EQ(agent_->nms()->ends, 0);
 }
 
-TEST_F(TheWaiting, BeginsAnewWithEveryCallOfTheNms) {
+TEST_F(TheWaiting, StartsOverWithEveryCallOfTheNms) {
     start(withoutPings(3));
     const common::Common_I_var manager = agent_->remoteManager(reference_.in());
     EXPECT_FALSE(comesTrueDuringCalls(
@@ -164,7 +164,7 @@ TEST_F(TheWaiting, LeavesAtTheStopEvenWhenItsSessionIsUnlisted) {
     unlisted->endSession();
 }
 
-TEST_F(TheWaiting, GoesOnInASessionThatIsReused) {
+TEST_F(TheWaiting, ContinuesInAReusedSession) {
     start(withoutPings(3).withReuse());
     const std::uint32_t thread = session_->waitingThread();
     agent_->logIn(agent_->nms());
@@ -212,7 +212,7 @@ TEST_F(TheWaiting, IsKnownUntilTheAgentsStop) {
 
 // -- with pings: SilentWaiting
 
-class SilentWaitingTest : public TheWaiting {
+class SilentWait : public TheWaiting {
   protected:
     static AgentOptions withPings(int silentTimeS) {
         return AgentOptions{
@@ -234,7 +234,7 @@ class SilentWaitingTest : public TheWaiting {
     std::string host() const { return agent_->nms().hostInfo(); }
 };
 
-TEST_F(SilentWaitingTest, EndsTheSessionAfterTheSilentTime) {
+TEST_F(SilentWait, EndsTheSessionAfterTheSilentTime) {
     start(withPings(3));
     const TraceCapture trace;
     testing::internal::CaptureStdout();
@@ -262,7 +262,7 @@ TEST_F(SilentWaitingTest, EndsTheSessionAfterTheSilentTime) {
         << "one thread for one silence";
 }
 
-TEST_F(SilentWaitingTest, EndsWhenThePingsAreAnsweredAgain) {
+TEST_F(SilentWait, EndsWhenThePingsAreAnsweredAgain) {
     startAndLoseNms(withPings(kForEver));
     const TraceCapture trace;
     testing::internal::CaptureStdout();
@@ -277,7 +277,7 @@ TEST_F(SilentWaitingTest, EndsWhenThePingsAreAnsweredAgain) {
     remote_->ping();
 }
 
-TEST_F(SilentWaitingTest, BeginsAnewWithEveryCallOfTheNms) {
+TEST_F(SilentWait, StartsOverWithEveryCallOfTheNms) {
     startAndLoseNms(withPings(3));
     // not through requests: only the session's own signals count here
     EXPECT_FALSE(comesTrueDuringCalls(
@@ -302,7 +302,7 @@ TEST_F(SilentWaitingTest, BeginsAnewWithEveryCallOfTheNms) {
     EXPECT_TRUE(waitUntil([&] { return session_->source()->get_state() == Normal; }));
 }
 
-TEST_F(SilentWaitingTest, EndsWhenTheNmsLogsInAgainAndReusesItsSession) {
+TEST_F(SilentWait, EndsWhenTheNmsLogsInAgainAndReusesItsSession) {
     startAndLoseNms(withPings(kForEver).withReuse());
     const emsSession::EmsSession_I_var again = agent_->logIn(agent_->nms());
     EXPECT_TRUE(again->_is_equivalent(reference_.in()));
@@ -316,7 +316,7 @@ TEST_F(SilentWaitingTest, EndsWhenTheNmsLogsInAgainAndReusesItsSession) {
     EXPECT_TRUE(waitUntil([&] { return session_->waitingThread() != 0; }));
 }
 
-TEST_F(SilentWaitingTest, IsKnownFromTheLossOfTheNmsUntilThePingsAreAnsweredAgain) {
+TEST_F(SilentWait, IsKnownFromTheLossOfTheNmsUntilThePingsAreAnsweredAgain) {
     start(withPings(kForEver));
     EXPECT_FALSE(isAnybodyWaiting());
     loseNms();
@@ -325,7 +325,7 @@ TEST_F(SilentWaitingTest, IsKnownFromTheLossOfTheNmsUntilThePingsAreAnsweredAgai
     EXPECT_TRUE(nobodyWaitsAnyMore());
 }
 
-TEST_F(SilentWaitingTest, IsKnownUntilTheSilentTimeIsOver) {
+TEST_F(SilentWait, IsKnownUntilTheSilentTimeIsOver) {
     start(withPings(3));
     loseNms();
     EXPECT_TRUE(waitUntil([&] { return isAnybodyWaiting(); }));
@@ -333,7 +333,7 @@ TEST_F(SilentWaitingTest, IsKnownUntilTheSilentTimeIsOver) {
     EXPECT_TRUE(nobodyWaitsAnyMore());
 }
 
-TEST_F(SilentWaitingTest, LeavesWhenTheNmsEndsItsSession) {
+TEST_F(SilentWait, LeavesWhenTheNmsEndsItsSession) {
     startAndLoseNms(withPings(kForEver));
     remote_->endSession();
     EXPECT_TRUE(hasLeft(*session_));
@@ -341,14 +341,14 @@ TEST_F(SilentWaitingTest, LeavesWhenTheNmsEndsItsSession) {
     EXPECT_TRUE(waitUntil([&] { return agent_->sessions().SessionCount() == 0; }));
 }
 
-TEST_F(SilentWaitingTest, LeavesWhenAnotherLogInReplacesTheSession) {
+TEST_F(SilentWait, LeavesWhenAnotherLogInReplacesTheSession) {
     startAndLoseNms(withPings(kForEver));
     agent_->logIn(agent_->nms());
     EXPECT_TRUE(hasLeft(*session_));
     EXPECT_EQ(session_->source()->get_state(), Ended);
 }
 
-TEST_F(SilentWaitingTest, LeavesSilentlyAtTheAgentsStop) {
+TEST_F(SilentWait, LeavesSilentlyAtTheAgentsStop) {
     startAndLoseNms(withPings(kForEver));
     testing::internal::CaptureStdout();
     agent_->requestExit();
@@ -359,7 +359,7 @@ TEST_F(SilentWaitingTest, LeavesSilentlyAtTheAgentsStop) {
     EXPECT_TRUE(isOver());
 }
 
-TEST_F(SilentWaitingTest, NeedsASessionWithASource) {
+TEST_F(SilentWait, NeedsASessionWithASource) {
     RunningAgent agent;
     const TraceCapture trace;
     SilentWaitingThread(nullptr);
@@ -401,7 +401,7 @@ TEST(ManySessions, LeaveNoThreadBehind) {
         EXPECT_EQ(agent.liveLogins(agent.nms(i)), 0u);
 }
 
-TEST(ManySessions, WaitSideBySideAndAllLeaveAtTheStop) {
+TEST(ManySessions, WaitConcurrentlyAndAllLeaveAtTheStop) {
     RunningAgent agent(withoutPings(kForEver));
     for (unsigned i = 1; i <= 100; ++i)
         agent.logIn(agent.nms(i));

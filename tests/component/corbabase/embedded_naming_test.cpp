@@ -87,7 +87,7 @@ TEST_F(EmbeddedNaming, IsFoundAtItsOwnAddressAndAtTheOrbs) {
     EXPECT_EQ(trace_.count("Could not bind the factory"), 0u);
 }
 
-TEST_F(EmbeddedNaming, ItsAddressStandsInNoReference) {
+TEST_F(EmbeddedNaming, AddressAppearsInNoReference) {
     start();
     orb::ReferenceContent content;
     ASSERT_TRUE(orb::decodeReference(textOf(factory_->own()), content));
@@ -109,7 +109,7 @@ TEST_F(EmbeddedNaming, IsNotServedUnlessAskedFor) {
     EXPECT_THROW(connectTo(namingPort_), std::runtime_error);
 }
 
-TEST_F(EmbeddedNaming, EntryGoesWhenTheFactoryIsTakenOut) {
+TEST_F(EmbeddedNaming, EntryIsRemovedWithTheFactory) {
     start();
     ASSERT_TRUE(base().RegistEMSFactoryName(factory_->own()));
     const CosNaming::NamingContextExt_var root = outside(namingPort_);
@@ -118,7 +118,7 @@ TEST_F(EmbeddedNaming, EntryGoesWhenTheFactoryIsTakenOut) {
     EXPECT_EQ(trace_.count("Could not unbind"), 0u);
 }
 
-TEST_F(EmbeddedNaming, FactoryIsTakenOutAlsoWhenNewRequestsAreDiscardedAlready) {
+TEST_F(EmbeddedNaming, FactoryIsRemovedEvenWhenNewRequestsAreAlreadyDiscarded) {
     start();
     ASSERT_TRUE(base().RegistEMSFactoryName(factory_->own()));
     NS_CORBA::AgentServer::Discard();
@@ -176,7 +176,7 @@ TEST_F(EmbeddedNaming, AFloodOfChangesIsSummarised) {
     EXPECT_LT(logs.security().size(), 30u);
 }
 
-TEST_F(EmbeddedNaming, ComesAndGoesWithEachOrb) {
+TEST_F(EmbeddedNaming, StartsAndStopsWithEachOrb) {
     for (int run = 0; run < 3; ++run) {
         start();
         ASSERT_TRUE(base().RegistEMSFactoryName(factory_->own()));

@@ -212,7 +212,7 @@ TEST_F(ExternalChannel, IsDisconnectedAtTheStop) {
     EXPECT_EQ(manager().PushEvent(event), -1);
 }
 
-TEST_F(ExternalChannel, EventsWaitUntilItIsThere) {
+TEST_F(ExternalChannel, EventsWaitUntilItIsAvailable) {
     start();
     push(1, 3);
     EXPECT_TRUE(trace_.waitFor("No events reach the notification service corbaloc:iiop:1.2@127.1:" +
@@ -225,7 +225,7 @@ TEST_F(ExternalChannel, EventsWaitUntilItIsThere) {
     EXPECT_THAT(agent_.told(), IsEmpty());
 }
 
-TEST_F(ExternalChannel, RestartIsSurvivedAndItsLossToldOnceAndClearedOnce) {
+TEST_F(ExternalChannel, RestartIsSurvivedAndItsLossReportedAndClearedOnce) {
     serve();
     start("queue_events_max = 4\n");
     push(1, 1);
@@ -256,7 +256,7 @@ TEST_F(ExternalChannel, RestartIsSurvivedAndItsLossToldOnceAndClearedOnce) {
     EXPECT_TRUE(handedOut->_is_equivalent(own.in())) << "the new one";
 }
 
-TEST_F(ExternalChannel, IdleOneThatHasGoneIsFoundOutByTheRounds) {
+TEST_F(ExternalChannel, IdleChannelThatHasGoneIsDetectedByTheRounds) {
     serve();
     start();
     ASSERT_TRUE(isConnected());
@@ -266,7 +266,7 @@ TEST_F(ExternalChannel, IdleOneThatHasGoneIsFoundOutByTheRounds) {
     EXPECT_TRUE(isConnected());
 }
 
-TEST_F(ExternalChannel, ProxyIsKeptWhenAMereConnectionBroke) {
+TEST_F(ExternalChannel, ProxyIsKeptWhenOnlyTheConnectionBroke) {
     serveScripted();
     start();
     ASSERT_TRUE(isConnected());
@@ -277,7 +277,7 @@ TEST_F(ExternalChannel, ProxyIsKeptWhenAMereConnectionBroke) {
     EXPECT_EQ(service_->calls("obtain sequence"), 1);
 }
 
-TEST_F(ExternalChannel, GetsWhatHasPiledUpInBatches) {
+TEST_F(ExternalChannel, GetsWaitingEventsInBatches) {
     start();
     push(1, 120);
     serveScripted();
@@ -286,7 +286,7 @@ TEST_F(ExternalChannel, GetsWhatHasPiledUpInBatches) {
     EXPECT_THAT(service_->pushes(), ElementsAre(SizeIs(50), SizeIs(50), SizeIs(20)));
 }
 
-TEST_F(ExternalChannel, PushWithoutAnAnswerIsMadeAgainByTheSameProxyOnceItAnswers) {
+TEST_F(ExternalChannel, PushWithoutAnAnswerIsRepeatedByTheSameProxyOnceItAnswers) {
     std::promise<void> go;
     const std::shared_future<void> released = go.get_future().share();
     service_->setScript([&, released](const std::string& operation) {
@@ -344,7 +344,7 @@ TEST_F(ExternalChannel, ThatRefusesEveryEventIsTracedOnce) {
     EXPECT_THAT(agent_.told(), ElementsAre("lost id1 of 20240105030405.0Z"));
 }
 
-TEST_F(ExternalChannel, FullOneIsTriedAgain) {
+TEST_F(ExternalChannel, FullChannelIsRetried) {
     service_->setScript([&](const std::string& operation) {
         if (operation == "push" && service_->calls(operation) == 1)
             throw CORBA::IMP_LIMIT(0, CORBA::COMPLETED_NO);
@@ -357,7 +357,7 @@ TEST_F(ExternalChannel, FullOneIsTriedAgain) {
     EXPECT_THAT(agent_.told(), IsEmpty());
 }
 
-TEST_F(ExternalChannel, ThatTakesNoSequencesGetsSingleEvents) {
+TEST_F(ExternalChannel, ThatRefusesSequencesGetsSingleEvents) {
     service_->setScript([&](const std::string& operation) {
         if (operation == "obtain sequence")
             throw CORBA::NO_IMPLEMENT(0, CORBA::COMPLETED_NO);
@@ -372,7 +372,7 @@ TEST_F(ExternalChannel, ThatTakesNoSequencesGetsSingleEvents) {
     EXPECT_EQ(service_->calls("disconnect_structured_push_consumer"), 1);
 }
 
-TEST_F(ExternalChannel, ThatTakesNoSupplierAtPresentIsTriedAgain) {
+TEST_F(ExternalChannel, ThatRefusesSuppliersForNowIsRetried) {
     service_->setScript([&](const std::string& operation) {
         if (operation == "obtain sequence" && service_->calls(operation) == 1)
             throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
@@ -384,7 +384,7 @@ TEST_F(ExternalChannel, ThatTakesNoSupplierAtPresentIsTriedAgain) {
     EXPECT_EQ(service_->calls("obtain structured"), 0);
 }
 
-TEST_F(ExternalChannel, ThatHangsInAPushIsNotToldOfOurEndAndHoldsUpTheStopForOneTimeoutAtMost) {
+TEST_F(ExternalChannel, ThatHangsInAPushIsNotDisconnectedAndDelaysTheStopByOneTimeoutAtMost) {
     std::promise<void> go;
     const std::shared_future<void> released = go.get_future().share();
     service_->setScript([&, released](const std::string& operation) {
@@ -401,7 +401,7 @@ TEST_F(ExternalChannel, ThatHangsInAPushIsNotToldOfOurEndAndHoldsUpTheStopForOne
     go.set_value();
 }
 
-TEST_F(ExternalChannel, ThatDisconnectsUsIsConnectedToAgain) {
+TEST_F(ExternalChannel, ThatDisconnectsTheSupplierIsReconnected) {
     serve();
     start();
     push(1, 1);
@@ -417,7 +417,7 @@ TEST_F(ExternalChannel, ThatDisconnectsUsIsConnectedToAgain) {
     EXPECT_EQ(suppliers(), 1u);
 }
 
-TEST_F(ExternalChannel, IsTheEldestOfAFactory) {
+TEST_F(ExternalChannel, IsTheOldestOfAFactory) {
     makeChannel();
     auto* const factory = new Factory;
     const PortableServer::ServantBase_var keeper(factory);
@@ -455,7 +455,7 @@ TEST_F(ExternalChannel, ObjectOfAnotherKindIsNamedInTheTrace) {
     EXPECT_FALSE(manager().check_channel_valid());
 }
 
-TEST_F(ExternalChannel, IsLookedForWhereAReloadSays) {
+TEST_F(ExternalChannel, IsFoundAtTheAddressThatAReloadSets) {
     serve();
     locate("127.0.0.1", DeafListener().port());
     startManager();
@@ -470,7 +470,7 @@ TEST_F(ExternalChannel, IsLookedForWhereAReloadSays) {
     EXPECT_TRUE(waitUntil([&] { return suppliers() == 1; })) << "the old place is left";
 }
 
-TEST_F(ExternalChannel, ThatHangsHoldsUpNeitherEventsNorTheStop) {
+TEST_F(ExternalChannel, ThatHangsDelaysNeitherEventsNorTheStop) {
     const DeafListener deaf;
     locate("127.0.0.1", deaf.port(), "queue_events_max = 10\n");
     startManager();

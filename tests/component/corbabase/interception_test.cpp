@@ -73,7 +73,7 @@ TEST_F(Interception, EveryRequestPassesTheInterceptorWithItsOperation) {
     EXPECT_EQ(operation, "ping");
 }
 
-TEST_F(Interception, WhatTheInterceptorRaisesTheCallerGets) {
+TEST_F(Interception, CallerGetsWhatTheInterceptorRaises) {
     ScriptedInterceptor interceptor(
         [](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&interceptor);
@@ -91,7 +91,7 @@ TEST_F(Interception, AFailingInterceptorRefusesTheRequestAndIsTraced) {
     EXPECT_TRUE(capture.contains("The request interceptor failed: no disk"));
 }
 
-TEST_F(Interception, RefusesWithTransientOnceTheInterceptorIsTakenOut) {
+TEST_F(Interception, RefusesWithTransientOnceTheInterceptorIsRemoved) {
     ScriptedInterceptor interceptor;
     base().SetReqInterceptorImpl(&interceptor);
     EXPECT_EQ(pingResult(session), "");
@@ -101,14 +101,14 @@ TEST_F(Interception, RefusesWithTransientOnceTheInterceptorIsTakenOut) {
     EXPECT_EQ(session.servant().pings, 1);
 }
 
-TEST_F(Interception, TakingTheInterceptorOutReleasesWaitingRequests) {
+TEST_F(Interception, RemovingTheInterceptorReleasesWaitingRequests) {
     std::future<std::string> held = pingElsewhere(session);
     EXPECT_EQ(held.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     base().SetReqInterceptorImpl(nullptr);
     EXPECT_EQ(held.get(), "TRANSIENT");
 }
 
-TEST_F(Interception, TakingTheInterceptorOutWaitsForCallsInsideIt) {
+TEST_F(Interception, RemovingTheInterceptorWaitsForCallsInsideIt) {
     Gate gate;
     std::atomic<bool> left{false};
     ScriptedInterceptor interceptor([&](const kelp::orb::RequestInfo*) {
@@ -128,7 +128,7 @@ TEST_F(Interception, TakingTheInterceptorOutWaitsForCallsInsideIt) {
     EXPECT_EQ(inside.get(), "");
 }
 
-TEST_F(Interception, ARunningServantDoesNotHoldUpTakingTheInterceptorOut) {
+TEST_F(Interception, ARunningServantDoesNotDelayRemovingTheInterceptor) {
     Gate gate;
     const WireSession busy([&] { gate.pass(); });
     ScriptedInterceptor interceptor;

@@ -85,7 +85,7 @@ TEST_F(NamingRegistration, MakesTheMissingContextsAndBinds) {
     }
 }
 
-TEST_F(NamingRegistration, UsesContextsThatAreThere) {
+TEST_F(NamingRegistration, UsesExistingContexts) {
     const CosNaming::NamingContext_var context = root();
     const CosNaming::Name name = factoryName();
     const CosNaming::NamingContext_var classes = context->bind_new_context(prefixOf(name, 1));
@@ -105,7 +105,7 @@ TEST_F(NamingRegistration, ReplacesWhatIsBound) {
     EXPECT_TRUE(isBoundTo(successor));
 }
 
-TEST_F(NamingRegistration, UnregisteringTakesTheEntryOutAndLeavesTheContexts) {
+TEST_F(NamingRegistration, UnregisteringRemovesTheEntryAndLeavesTheContexts) {
     ASSERT_TRUE(base().RegistEMSFactoryName(factory.own()));
     base().UnRegistEMSFactoryName();
     EXPECT_FALSE(isBound());
@@ -146,7 +146,7 @@ TEST_F(NamingRegistration, UnregisteringWhatWasNeverRegisteredIsHarmless) {
     EXPECT_TRUE(capture.lines().empty());
 }
 
-TEST_F(NamingRegistration, AnEntryThatIsGoneAlreadyIsHarmless) {
+TEST_F(NamingRegistration, UnregisteringAMissingEntryIsHarmless) {
     ASSERT_TRUE(base().RegistEMSFactoryName(factory.own()));
     const CosNaming::NamingContext_var context = root();
     context->unbind(factoryName());
@@ -187,7 +187,7 @@ TEST_F(NamingRegistration, ADeadNamingServiceFailsWithATrace) {
         "[CorbaBaseAgentConfig::UnRegistEMSFactoryName] Could not unbind the factory!"));
 }
 
-TEST_F(NamingRegistration, AFrozenNamingServiceHoldsNobodyForEver) {
+TEST_F(NamingRegistration, AFrozenNamingServiceIsGivenUp) {
     ASSERT_TRUE(base().RegistEMSFactoryName(factory.own()));
     names.freeze();
     EXPECT_FALSE(base().RegistEMSFactoryName(factory.own()));
@@ -208,7 +208,7 @@ TEST_F(NamingRegistration, AnEmptiedNamingServiceIsFilledAgain) {
     EXPECT_TRUE(isBoundTo(factory));
 }
 
-TEST_F(NamingRegistration, TheCallersOwnTimeOutComesBack) {
+TEST_F(NamingRegistration, TheCallersOwnTimeOutIsRestored) {
     const kelp::test::DeafListener deaf;
     const CORBA::ORB_var itsOrb = base().GetOrb();
     // 0.3 s: shorter than the 2 s of a registration's calls

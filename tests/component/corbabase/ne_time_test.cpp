@@ -46,7 +46,7 @@ class NeTime : public testing::Test {
     kelp::test::RunningOrb orb_;
 };
 
-TEST_F(NeTime, IsTheTimeOfTheEmsWhereTheSourceSaysNone) {
+TEST_F(NeTime, IsTheEmsTimeWhenTheSourceGivesNone) {
     for (const char* type : {"NT_ALARM", "NT_TCA", "NT_OBJECT_CREATION", "NT_STATE_CHANGE"}) {
         CosNotification::StructuredEvent event = eventOf(type);
         add(event, "emsTime", kEmsTime);
@@ -55,7 +55,7 @@ TEST_F(NeTime, IsTheTimeOfTheEmsWhereTheSourceSaysNone) {
     }
 }
 
-TEST_F(NeTime, IsTheTimeOfTheEmsWhereTheSourceSaysAnEmptyOne) {
+TEST_F(NeTime, IsTheEmsTimeWhenTheSourceGivesAnEmptyOne) {
     CosNotification::StructuredEvent event = eventOf("NT_ALARM");
     add(event, "neTime", "");
     add(event, "emsTime", kEmsTime);
@@ -90,7 +90,7 @@ TEST_F(NeTime, IsGivenToNoHeartbeatAndToNoEventOfAnotherDomain) {
     }
 }
 
-TEST_F(NeTime, NeedsATimeOfTheEms) {
+TEST_F(NeTime, NeedsAnEmsTime) {
     CosNotification::StructuredEvent event = eventOf("NT_ALARM");
     fillNeTime(event);
     EXPECT_EQ(neTimeOf(event), "none");

@@ -79,7 +79,7 @@ TEST_F(NmsReference, OfAConsumerObeysTheSameRule) {
     EXPECT_EQ(records.back().outcome, "reference not allowed");
 }
 
-TEST_F(NmsReference, MayNotNameAnotherBesideThePeer) {
+TEST_F(NmsReference, MayNotNameAnotherInAdditionToThePeer) {
     EXPECT_FALSE(isValid("iiop:1.2@127.0.0.1:4711,iiop:1.2@127.0.0.2:4711"));
     EXPECT_FALSE(isValid("iiop:1.2@127.0.0.2:4711,iiop:1.2@127.0.0.1:4711"));
 }
@@ -103,13 +103,13 @@ TEST_F(NmsReference, MayNameListedHostNamesWithoutTheirBeingResolved) {
     }
 }
 
-TEST_F(NmsReference, MayNameAnyWhereThatIsTheRule) {
+TEST_F(NmsReference, MayNameAnyAddressWhereThatIsTheRule) {
     configure(toml("nms_reference = \"any\"\n"));
     EXPECT_TRUE(isValid("iiop:1.2@192.0.2.1:4711"));
     EXPECT_TRUE(isValid("iiop:1.2@nms.example.org:4711"));
 }
 
-TEST_F(NmsReference, OfACallInsideTheProcessMayNameAny) {
+TEST_F(NmsReference, OfACallInsideTheProcessMayNameAnyAddress) {
     const CORBA::ORB_var orb = base().GetOrb();
     const CORBA::Object_var object =
         kelp::orb::toReference(orb.in(), "corbaloc:iiop:1.2@192.0.2.1:4711/key");

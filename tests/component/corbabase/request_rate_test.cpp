@@ -66,7 +66,7 @@ class RequestRate : public testing::Test {
     WireSession session_;
 };
 
-TEST_F(RequestRate, RefusesWhatIsBeyondTheBurstBeforeAnythingElse) {
+TEST_F(RequestRate, RefusesRequestsBeyondTheBurstBeforeAnyOtherCheck) {
     const Outcome outcome = ping(100);
     EXPECT_GE(outcome.served, 5);
     EXPECT_GT(outcome.refused, 50);
@@ -100,7 +100,7 @@ class RequestsBeforeLogIn : public RequestRate {
     RequestsBeforeLogIn() : RequestRate("requests_per_second_before_login = 0\n") {}
 };
 
-TEST_F(RequestsBeforeLogIn, StandInTheirPartOfTheLogUpToALimitAMinuteAndAreSummarisedBeyond) {
+TEST_F(RequestsBeforeLogIn, AreLoggedInTheirOwnPartUpToALimitAMinuteAndSummarisedBeyondIt) {
     EXPECT_EQ(ping(50).served, 50);
     const std::vector<LogEntry> records = logs_.operations();
     ASSERT_THAT(records, SizeIs(4));
@@ -114,7 +114,7 @@ TEST_F(RequestsBeforeLogIn, StandInTheirPartOfTheLogUpToALimitAMinuteAndAreSumma
     EXPECT_TRUE(std::filesystem::exists(folder_ / "oplog-before-login.db"));
 }
 
-TEST_F(RequestsBeforeLogIn, RefusedOnesHaveTheirOwnSummary) {
+TEST_F(RequestsBeforeLogIn, RefusedRequestsHaveTheirOwnSummary) {
     const std::string address = wireAddress(session_.own());
     const CORBA::ORB_var orb = base().GetOrb();
     const CORBA::Object_var nobody =

@@ -80,7 +80,7 @@ class RequestRecording : public testing::Test {
 constexpr const char* kSession =
     "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>10.0.0.7:4711</IPANDPORT_TAG>";
 
-TEST_F(RequestRecording, TellsWhoCalledWhatFromWhereAndHowItEnded) {
+TEST_F(RequestRecording, NamesCallerOperationAddressAndOutcome) {
     const auto session = object(kSession, "session");
     const kelp::oplog::UtcTime before = kelp::oplog::now();
     session->ping();
@@ -98,7 +98,7 @@ TEST_F(RequestRecording, TellsWhoCalledWhatFromWhereAndHowItEnded) {
     EXPECT_LT(*records[0].duration, std::chrono::seconds(30));
 }
 
-TEST_F(RequestRecording, TellsIteratorsManagersTheFactoryAndTheChannelApart) {
+TEST_F(RequestRecording, DistinguishesIteratorsManagersTheFactoryAndTheChannel) {
     const PortableServer::POA_var root = base().GetRootPoa();
     const PortableServer::POAManager_var manager = root->the_POAManager();
     const PortableServer::POA_var factory = makePersistentPoa(root.in(), manager.in(), "V4800");
@@ -132,7 +132,7 @@ TEST_F(RequestRecording, NamesTheExceptionOfARequestThatFails) {
     EXPECT_THAT(outcomes, ElementsAre("EXCPT_ENTITY_NOT_FOUND", "BAD_PARAM", "UNKNOWN"));
 }
 
-TEST_F(RequestRecording, KeepsRequestsForObjectsThatAreNotThere) {
+TEST_F(RequestRecording, RecordsRequestsForObjectsThatDoNotExist) {
     EXPECT_THROW(gone()->eventLossCleared(""), CORBA::OBJECT_NOT_EXIST);
     const auto records = logs_.operations();
     ASSERT_THAT(records, SizeIs(1));
@@ -141,7 +141,7 @@ TEST_F(RequestRecording, KeepsRequestsForObjectsThatAreNotThere) {
     EXPECT_THAT(logs_.security(), IsEmpty());
 }
 
-TEST_F(RequestRecording, WritesNothingThatTheInterceptorDoesNotWant) {
+TEST_F(RequestRecording, RecordsNothingThatTheInterceptorExcludes) {
     ScriptedInterceptor silent;
     base().SetReqInterceptorImpl(&silent);
     object(kSession, "session")->ping();
@@ -149,7 +149,7 @@ TEST_F(RequestRecording, WritesNothingThatTheInterceptorDoesNotWant) {
     EXPECT_THAT(logs_.operations(), IsEmpty());
 }
 
-TEST_F(RequestRecording, PutsRefusedCallersIntoTheSecurityLogOnly) {
+TEST_F(RequestRecording, RecordsRefusedCallersInTheSecurityLogOnly) {
     ScriptedInterceptor refusing([](const kelp::orb::RequestInfo* ri) {
         NS_CORBA::TaWriteOperLog(ri, 0);
         throw CORBA::NO_PERMISSION();
@@ -165,7 +165,7 @@ TEST_F(RequestRecording, PutsRefusedCallersIntoTheSecurityLogOnly) {
     EXPECT_THAT(records[0].peer, testing::StartsWith("127.0.0.1:"));
 }
 
-TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatTheyWereAnswered) {
+TEST_F(RequestRecording, RecordsCallersWithoutPermissionInTheSecurityLogWithTheirAnswer) {
     ScriptedInterceptor silent;
     base().SetReqInterceptorImpl(&silent);
     object(kSession, "session")->ping();  // connect while this is still allowed
@@ -179,7 +179,7 @@ TEST_F(RequestRecording, PutsCallersThatMayNotCallIntoTheSecurityLogWithWhatThey
     EXPECT_EQ(records[0].outcome, "OBJECT_NOT_EXIST");
 }
 
-TEST_F(RequestRecording, TellsAFloodOfRefusalsInOneRecord) {
+TEST_F(RequestRecording, SummarisesAFloodOfRefusalsInOneRecord) {
     ScriptedInterceptor refusing(
         [](const kelp::orb::RequestInfo*) { throw CORBA::NO_PERMISSION(); });
     base().SetReqInterceptorImpl(&refusing);
@@ -192,7 +192,7 @@ TEST_F(RequestRecording, TellsAFloodOfRefusalsInOneRecord) {
     EXPECT_EQ(records.back().peer, "127.0.0.1");
 }
 
-TEST_F(RequestRecording, StoresWhatAPeerSaysEscapedAndBounded) {
+TEST_F(RequestRecording, StoresAPeersTextEscapedAndBounded) {
     const auto session = object("<USERNAME_TAG>a\nb\x1b[31m</USERNAME_TAG><IPANDPORT_TAG>" +
                                     std::string(5000, 'x') + "</IPANDPORT_TAG>",
                                 "session");
@@ -203,14 +203,14 @@ TEST_F(RequestRecording, StoresWhatAPeerSaysEscapedAndBounded) {
     EXPECT_LE(records[0].nmsAddress.size(), 128u);
 }
 
-TEST_F(RequestRecording, GoesOnWithoutLogs) {
+TEST_F(RequestRecording, WorksWithoutLogs) {
     NS_CORBA::AuditTrail::Instance().Close();
     const auto session = object(kSession, "session");
     EXPECT_NO_THROW(session->ping());
     EXPECT_THAT(logs_.operations(), IsEmpty());
 }
 
-TEST(OperationRecord, OutsideARequestIsNone) {
+TEST(OperationRecord, DoesNotExistOutsideARequest) {
     NS_CORBA::TaWriteOperLog(nullptr, 0);
     EXPECT_FALSE(NS_CORBA::AuditTrail::Instance().IsOpen());
 }

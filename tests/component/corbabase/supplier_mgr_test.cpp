@@ -94,7 +94,7 @@ TEST_F(SupplierMgr, DeliversEventsInOrder) {
     EXPECT_EQ(manager().Consumers()[0].sent, 4u);
 }
 
-TEST_F(SupplierMgr, TakesNothingWithoutAChannel) {
+TEST_F(SupplierMgr, RefusesEventsWithoutAChannel) {
     CosNotification::StructuredEvent event;
     EXPECT_EQ(manager().PushEvent(event), -1);
     start();
@@ -107,7 +107,7 @@ TEST_F(SupplierMgr, TakesNothingWithoutAChannel) {
     EXPECT_TRUE(CORBA::is_nil(none.in()));
 }
 
-TEST_F(SupplierMgr, AsksForAHeartbeatWhenToldTo) {
+TEST_F(SupplierMgr, AsksForAHeartbeatOnRequest) {
     start();
     manager().RequestHeartbeat();
     ASSERT_TRUE(isTold(1));
@@ -119,7 +119,7 @@ TEST_F(SupplierMgr, AsksForHeartbeatsByItsTimer) {
     EXPECT_TRUE(isTold(2));
 }
 
-TEST_F(SupplierMgr, TellsOfALossOnceAndOfItsEndAfterAWholeRound) {
+TEST_F(SupplierMgr, ReportsALossOnceAndItsEndAfterAWholeRound) {
     start("heartbeat_s = 0\nqueue_events_max = 4\n");
     const StructuredProxyPushSupplier_var proxy = connect();
     proxy->suspend_connection();
@@ -142,7 +142,7 @@ TEST_F(SupplierMgr, TellsOfALossOnceAndOfItsEndAfterAWholeRound) {
     EXPECT_EQ(agent_.told().size(), 2u);
 }
 
-TEST_F(SupplierMgr, TellsOfALossOfTheHandoversOwnQueue) {
+TEST_F(SupplierMgr, ReportsALossOfTheHandoversOwnQueue) {
     start("heartbeat_s = 0\nqueue_events_max = 2\n");
     std::vector<CosNotification::StructuredEvent> batch{alarm("1"), alarm("2"), alarm("3")};
     EXPECT_EQ(manager().PushEvents(batch), 0);
@@ -229,7 +229,7 @@ TEST_F(SupplierMgr, RefusesEventsOnceItsStopHasBegun) {
     EXPECT_FALSE(manager().check_channel_valid());
 }
 
-TEST(FormatLog, WritesOneEscapedLineAnEntry) {
+TEST(FormatLog, WritesOneEscapedLinePerEntry) {
     std::stringstream out;
     SuppilerMgr::FormatLog("name", std::string("a=b\nc\\d\te\x01"), out);
     SuppilerMgr::FormatLog("number", -7, out);

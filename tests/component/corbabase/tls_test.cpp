@@ -50,7 +50,7 @@ TEST_F(TlsSettings, ModeOneListensBothWays) {
     EXPECT_EQ(base().GetSSLMode(), 1);
 }
 
-TEST_F(TlsSettings, ModeTwoListensOverTlsAlone) {
+TEST_F(TlsSettings, ModeTwoListensOverTlsOnly) {
     const BaseOrb orb(withTls(2));
     EXPECT_EQ(transports(), (std::vector<bool>{true}));
     EXPECT_EQ(base().GetSSLMode(), 2);
@@ -91,12 +91,12 @@ bool isCalledInPlain() {
     return ::poll(&waiting, 1, 0) == 1;
 }
 
-TEST_F(TlsSettings, ModeOneCallsAnNmsInPlainWhereThatIsAllItTakes) {
+TEST_F(TlsSettings, ModeOneCallsAPlainNmsWithoutTls) {
     const BaseOrb orb(withTls(1));
     EXPECT_TRUE(isCalledInPlain());
 }
 
-TEST_F(TlsSettings, ModeTwoCallsNobodyInPlain) {
+TEST_F(TlsSettings, ModeTwoCallsNobodyWithoutTls) {
     const BaseOrb orb(withTls(2));
     EXPECT_FALSE(isCalledInPlain());
 }

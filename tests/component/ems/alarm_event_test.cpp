@@ -122,7 +122,7 @@ TEST_F(AlarmEvent, OfTheSmallestAlarmHasEveryFieldOfAnAlarm) {
     EXPECT_EQ(next_, event_.filterable_data.length());
 }
 
-TEST_F(AlarmEvent, OfAWholeAlarmSaysWhatWasTold) {
+TEST_F(AlarmEvent, OfAWholeAlarmHasAllGivenValues) {
     eventOf(test::wholeAlarm());
     expectText("notificationId", "1732");
     expectPairs("objectName", "EMS=Kelp/EMS, ManagedElement=NE-1");

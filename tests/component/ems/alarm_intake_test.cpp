@@ -92,7 +92,7 @@ TEST_F(AlarmIntakeTest, OneAlarmGetsAnIdAndTheEmsTime) {
     EXPECT_LE(std::abs(std::difftime(std::time(nullptr), std::mktime(&time))), 30) << emsTime_;
 }
 
-TEST_F(AlarmIntakeTest, AlarmsOfARequestComeInOrderWithGrowingIds) {
+TEST_F(AlarmIntakeTest, AlarmsOfARequestArriveInOrderWithGrowingIds) {
     const Json answer =
         intake_.take(Json::array({smallestAlarm(), smallestAlarm(), smallestAlarm()}));
     EXPECT_EQ(answer["taken"], 3);
@@ -104,7 +104,7 @@ TEST_F(AlarmIntakeTest, AlarmsOfARequestComeInOrderWithGrowingIds) {
     EXPECT_EQ(later["firstNotificationId"], std::to_string(first + 3));
 }
 
-TEST_F(AlarmIntakeTest, NoAlarmOfARequestIsTakenWhenOneIsWrong) {
+TEST_F(AlarmIntakeTest, NoAlarmOfARequestIsAcceptedWhenOneIsInvalid) {
     Json wrong = smallestAlarm();
     wrong["perceivedSeverity"] = "PS_HUGE";
     const std::string why = refusal([&] {
@@ -116,7 +116,7 @@ TEST_F(AlarmIntakeTest, NoAlarmOfARequestIsTakenWhenOneIsWrong) {
     EXPECT_FALSE(hasEvent());
 }
 
-TEST_F(AlarmIntakeTest, EmptyRequestTakesNothing) {
+TEST_F(AlarmIntakeTest, EmptyRequestRaisesNoAlarm) {
     EXPECT_EQ(intake_.take(Json::array()).dump(), R"({"taken":0})");
 }
 
@@ -140,7 +140,7 @@ TEST_F(AlarmIntakeTest, IdsOfSeveralCallersGrowInTheOrderOfTheEvents) {
     }
 }
 
-TEST(AlarmIntakeAfterARestart, GoesOnWithHigherIds) {
+TEST(AlarmIntakeAfterARestart, ContinuesWithHigherIds) {
     kelp::test::BaseOrb orb;
     ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
     ASSERT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
@@ -157,7 +157,7 @@ TEST(AlarmIntakeAfterARestart, GoesOnWithHigherIds) {
     NS_CORBA::EventMgr::Destroy();
 }
 
-TEST(AlarmIntakeWithoutAChannel, SaysThatItCannotTakeAlarmsNow) {
+TEST(AlarmIntakeWithoutAChannel, ReportsThatItCannotAcceptAlarmsNow) {
     AlarmIntake intake;
     EXPECT_EQ(refusal([&] { intake.take(smallestAlarm()); }, admin::RequestError::kUnavailable),
               "there is no notification channel now, no alarm was taken");

@@ -33,7 +33,7 @@ Json with(const std::string& key, const Json& value) {
     return alarm;
 }
 
-TEST(AlarmJson, OfTheSmallestAlarmIsCompletedByWhatFollowsFromIt) {
+TEST(AlarmJson, OfTheSmallestAlarmIsCompletedWithDerivedValues) {
     const std::vector<Alarm> alarms = readAlarms(smallestAlarm());
     ASSERT_EQ(alarms.size(), 1u);
     const Alarm& alarm = alarms.front();
@@ -62,7 +62,7 @@ TEST(AlarmJson, NeedsObjectCauseAndSeverity) {
     EXPECT_EQ(refusalOf(with("objectName", Json::object())), "objectName must have a component");
 }
 
-TEST(AlarmJson, KnowsTheObjectsTypeByTheLastComponentOfItsName) {
+TEST(AlarmJson, DerivesTheObjectTypeFromTheLastNameComponent) {
     const std::map<std::string, notifications::ObjectType_T> types = {
         {"EMS", notifications::OT_EMS},
         {"ManagedElement", notifications::OT_MANAGED_ELEMENT},
@@ -89,7 +89,7 @@ TEST(AlarmJson, KnowsTheObjectsTypeByTheLastComponentOfItsName) {
     EXPECT_EQ(readAlarms(oven).front().objectType, notifications::OT_EQUIPMENT);
 }
 
-TEST(AlarmJson, TakesEveryEnumeratorByItsName) {
+TEST(AlarmJson, AcceptsEveryEnumeratorByName) {
     const std::vector<std::string> severities = {"PS_INDETERMINATE", "PS_CRITICAL", "PS_MAJOR",
                                                  "PS_MINOR",         "PS_WARNING",  "PS_CLEARED"};
     for (std::size_t i = 0; i < severities.size(); ++i)
@@ -107,13 +107,13 @@ TEST(AlarmJson, TakesEveryEnumeratorByItsName) {
               notifications::AI_EVENT_ACKNOWLEDGED);
 }
 
-TEST(AlarmJson, RefusesAKeyThatIsNoFieldByItsName) {
+TEST(AlarmJson, RefusesAnUnknownKeyByName) {
     for (const std::string key : {"severity", "notificationId", "emsTime", "objectname", ""})
         EXPECT_EQ(refusalOf(with(key, "x")),
                   "\"" + key + "\" is no field that an alarm can be given");
 }
 
-TEST(AlarmJson, RefusesEveryFieldOfAWrongTypeByItsName) {
+TEST(AlarmJson, RefusesAFieldOfTheWrongTypeByName) {
     const std::set<std::string> freeTexts = {"nativeEMSName",  "nativeProbableCause",
                                              "probableCause",  "probableCauseQualifier",
                                              "additionalText", "objectTypeQualifier"};
@@ -130,7 +130,7 @@ TEST(AlarmJson, RefusesEveryFieldOfAWrongTypeByItsName) {
     }
 }
 
-TEST(AlarmJson, SaysWhatAValueShouldHaveBeen) {
+TEST(AlarmJson, NamesTheExpectedValues) {
     EXPECT_EQ(refusalOf(with("perceivedSeverity", "PS_HUGE")),
               "perceivedSeverity must be one of PS_INDETERMINATE, PS_CRITICAL, PS_MAJOR, PS_MINOR, "
               "PS_WARNING, "
@@ -174,7 +174,7 @@ TEST(AlarmJson, BackUpObjectBelongsToTheStatusBackedUp) {
     EXPECT_THAT(refusalOf(alarm), HasSubstr("X.733::BackUpObject belongs to"));
 }
 
-TEST(AlarmJson, NamesTheAlarmOfAnArrayThatIsWrong) {
+TEST(AlarmJson, NamesTheInvalidAlarmOfAnArray) {
     EXPECT_EQ(readAlarms(Json::array({smallestAlarm(), wholeAlarm()})).size(), 2u);
     EXPECT_TRUE(readAlarms(Json::array()).empty());
     EXPECT_EQ(refusalOf(Json::array({smallestAlarm(), with("layerRate", true), smallestAlarm()})),
@@ -185,7 +185,7 @@ TEST(AlarmJson, NamesTheAlarmOfAnArrayThatIsWrong) {
         EXPECT_EQ(refusalOf(wrong), "an alarm must be an object");
 }
 
-TEST(AlarmJson, SaysTheElementsTimeAsTheInterfaceDoes) {
+TEST(AlarmJson, WritesTheNeTimeAsTheInterfaceDoes) {
     const kelp::test::ScopedEnvironment zone("TZ", "Europe/Berlin");
     ::tzset();
     const auto said = [](const std::string& text) {

@@ -41,7 +41,7 @@ std::size_t enteredInterfaces() {
     return count;
 }
 
-TEST(EmsBundleTest, StartEntersTheManagerAndStopTakesItBack) {
+TEST(EmsBundle, StartRegistersTheManagerAndStopRemovesIt) {
     std::string whyNot;
     ASSERT_TRUE(startBundle(whyNot)) << whyNot;
     EXPECT_EQ(enteredManagers(), std::set<std::string>{"EMS"});
@@ -51,7 +51,7 @@ TEST(EmsBundleTest, StartEntersTheManagerAndStopTakesItBack) {
     EXPECT_EQ(enteredInterfaces(), 0u);
 }
 
-TEST(EmsBundleTest, AnswersAlarmRequestsWhileItRuns) {
+TEST(EmsBundle, AnswersAlarmRequestsWhileItRuns) {
     admin::Registry& registry = admin::Registry::instance();
     EXPECT_EQ(registry.answer("POST", "/alarms", "[]").status, 404);
     std::string whyNot;
@@ -62,7 +62,7 @@ TEST(EmsBundleTest, AnswersAlarmRequestsWhileItRuns) {
     EXPECT_EQ(registry.answer("POST", "/alarms", "[]").status, 404);
 }
 
-TEST(EmsBundleTest, AlarmRequestsOfAnotherBundleKeepItFromStartingAndNothingOfItStays) {
+TEST(EmsBundle, AlarmRequestsOfAnotherBundlePreventItsStartAndNothingRemains) {
     const admin::Registration other = admin::Registry::instance().enter(
         "POST", "/alarms", [](const admin::Json&) { return admin::Json("other"); });
     std::string whyNot;
@@ -73,7 +73,7 @@ TEST(EmsBundleTest, AlarmRequestsOfAnotherBundleKeepItFromStartingAndNothingOfIt
     EXPECT_EQ(enteredInterfaces(), 0u);
 }
 
-TEST(EmsBundleTest, LeavesNoCodeBehindWhenItHasStopped) {
+TEST(EmsBundle, LeavesNoCodeBehindWhenItHasStopped) {
     std::string whyNot;
     ASSERT_TRUE(startBundle(whyNot)) << whyNot;
     BundleMgr::Instance()->Stop();
@@ -81,7 +81,7 @@ TEST(EmsBundleTest, LeavesNoCodeBehindWhenItHasStopped) {
     EXPECT_EQ(still, nullptr) << "the library is loaded still";
 }
 
-TEST(EmsBundleTest, InterfaceStartsEarlyUnderItsName) {
+TEST(EmsBundle, InterfaceStartsEarlyUnderItsName) {
     std::string whyNot;
     ASSERT_TRUE(startBundle(whyNot)) << whyNot;
     const NS_CORBA::MGRList* list = CorbaBaseAgentConfig::Instance()->GetMGRList();
@@ -96,7 +96,7 @@ TEST(EmsBundleTest, InterfaceStartsEarlyUnderItsName) {
     BundleMgr::Instance()->Stop();
 }
 
-TEST(EmsBundleTest, ManagerNameThatIsTakenKeepsTheBundleFromStarting) {
+TEST(EmsBundle, ManagerNameInUsePreventsItsStart) {
     OtherFactory other;
     ASSERT_TRUE(CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory("EMS", &other));
     std::string whyNot;
@@ -107,7 +107,7 @@ TEST(EmsBundleTest, ManagerNameThatIsTakenKeepsTheBundleFromStarting) {
     EXPECT_EQ(admin::Registry::instance().answer("POST", "/alarms", "[]").status, 404);
 }
 
-TEST(EmsBundleTest, FactoryFunctionIsTheOnlyThingExported) {
+TEST(EmsBundle, FactoryFunctionIsTheOnlyThingExported) {
     const std::string command =
         "nm -D --defined-only --extern-only " EMS_BUNDLE_DIR "/libkelp_ems.so";
     const std::unique_ptr<FILE, int (*)(FILE*)> output(::popen(command.c_str(), "r"), ::pclose);

@@ -17,9 +17,9 @@ namespace {
 using NS_BUNDLEMGR1::ConfigStore;
 
 /// The manager as an NMS calls it: over a connection, through a real ORB.
-class EmsMgrTest : public testing::Test {
+class EmsMgr : public testing::Test {
   protected:
-    EmsMgrTest() : servant_(new EmsMgr_IImpl), owner_(servant_) {
+    EmsMgr() : servant_(new EmsMgr_IImpl), owner_(servant_) {
         configure("");
         const PortableServer::ObjectId_var id = orb_.root()->activate_object(servant_);
         const CORBA::Object_var object = orb_.root()->id_to_reference(id.in());
@@ -61,7 +61,7 @@ class EmsMgrTest : public testing::Test {
     emsMgr::EMSMgr_I_var ems_;
 };
 
-TEST_F(EmsMgrTest, EmsIsDescribedByTheConfiguration) {
+TEST_F(EmsMgr, EmsIsDescribedByTheConfiguration) {
     configure("[ems]\nname = \"Acme/North\"\n");
     emsMgr::EMS_T_var ems;
     ems_->getEMS(ems.out());
@@ -75,7 +75,7 @@ TEST_F(EmsMgrTest, EmsIsDescribedByTheConfiguration) {
     EXPECT_EQ(ems->additionalInfo.length(), 0u);
 }
 
-TEST_F(EmsMgrTest, CapabilitiesNameEveryOperationWithModuleAndInterface) {
+TEST_F(EmsMgr, CapabilitiesNameEveryOperationWithModuleAndInterface) {
     const auto all = capabilities();
     EXPECT_EQ(all.size(), 37u);
     EXPECT_EQ(all.at("emsMgr::EMSMgr_I::getEMS"), "Supported");
@@ -84,7 +84,7 @@ TEST_F(EmsMgrTest, CapabilitiesNameEveryOperationWithModuleAndInterface) {
     EXPECT_EQ(all.at("emsMgr::EMSMgr_I::getASAPAssociatedResourceNames"), "Unsupported");
 }
 
-TEST_F(EmsMgrTest, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
+TEST_F(EmsMgr, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
     const globaldefs::NamingAttributes_T name;
     const globaldefs::NVSList_T info;
     globaldefs::NVSList_T changedInfo;
@@ -119,7 +119,7 @@ TEST_F(EmsMgrTest, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
     }
 }
 
-TEST_F(EmsMgrTest, ReasonOfARefusalComesFromTheErrorCatalogue) {
+TEST_F(EmsMgr, ReasonOfARefusalComesFromTheErrorCatalogue) {
     const test::TemporaryDirectory folder;
     NS_BUNDLEMGR1::ErrorCatalogue catalogue;
     ASSERT_TRUE(catalogue

@@ -9,7 +9,7 @@ namespace {
 
 using testing::HasSubstr;
 
-class AttributesTest : public ManagedElementTest {
+class Attributes : public ManagedElementTest {
   protected:
     managedElement::ManagedElement_T_var element() {
         managedElement::ManagedElement_T_var element;
@@ -20,7 +20,7 @@ class AttributesTest : public ManagedElementTest {
     const NamingAttributes_T kPort = nameOf({{"ManagedElement", "A"}, {"PTP", "p2"}});
 };
 
-TEST_F(AttributesTest, AreSetAndReadBack) {
+TEST_F(Attributes, AreSetAndReadBack) {
     manager_->setUserLabel(kElement, "München", false);
     manager_->setNativeEMSName(kElement, "NE-1");
     manager_->setOwner(kElement, "");
@@ -33,7 +33,7 @@ TEST_F(AttributesTest, AreSetAndReadBack) {
     EXPECT_STREQ(port->userLabel, "port");
 }
 
-TEST_F(AttributesTest, LabelOfAnotherElementIsRefusedWhenItShallBeUnique) {
+TEST_F(Attributes, LabelOfAnotherElementIsRefusedWhenItMustBeUnique) {
     expectRefusal(globaldefs::EXCPT_USERLABEL_IN_USE, "second",
                   [&] { manager_->setUserLabel(kElement, "second", true); });
     EXPECT_STREQ(element()->userLabel, "first");
@@ -42,7 +42,7 @@ TEST_F(AttributesTest, LabelOfAnotherElementIsRefusedWhenItShallBeUnique) {
     EXPECT_STREQ(element()->userLabel, "second");
 }
 
-TEST_F(AttributesTest, TextsThatAreNoneAreInvalid) {
+TEST_F(Attributes, InvalidTextsAreRefused) {
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "nativeEMSName",
                   [&] { manager_->setNativeEMSName(kElement, ""); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "userLabel",
@@ -57,7 +57,7 @@ TEST_F(AttributesTest, TextsThatAreNoneAreInvalid) {
     manager_->setOwner(kElement, std::string(1024, 'x').c_str());
 }
 
-TEST_F(AttributesTest, ObjectMustBeOneOfTheManagersAndThere) {
+TEST_F(Attributes, ObjectMustBelongToTheManagerAndExist) {
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=Z", [&] {
         manager_->setOwner(nameOf({{"ManagedElement", "Z"}}), "x");
     });
@@ -70,7 +70,7 @@ TEST_F(AttributesTest, ObjectMustBeOneOfTheManagersAndThere) {
                   [&] { manager_->setUserLabel(NamingAttributes_T(), "x", false); });
 }
 
-TEST_F(AttributesTest, ChangeWaitsForAnImportOnlySoLong) {
+TEST_F(Attributes, ChangeWaitsForAnImportForALimitedTime) {
     SQLite::Database other(database(), SQLite::OPEN_READWRITE);
     other.exec("BEGIN IMMEDIATE");
     expectRefusal(globaldefs::EXCPT_UNABLE_TO_COMPLY, "",

@@ -34,7 +34,7 @@ class OtherFactory final : public NS_CORBA::NorthMgrFactory {
     POA_common::Common_I* CreateServant() override { return nullptr; }
 };
 
-class BundlesTest : public testing::TestWithParam<Bundle> {
+class ManagerBundles : public testing::TestWithParam<Bundle> {
   protected:
     static std::string library() {
         return std::string(BUNDLE_DIR "/lib") + GetParam().name + ".so";
@@ -51,14 +51,14 @@ class BundlesTest : public testing::TestWithParam<Bundle> {
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Managers, BundlesTest,
+INSTANTIATE_TEST_SUITE_P(Managers, ManagerBundles,
                          testing::Values(Bundle{"kelp_managedelement", "ManagedElement", 20},
                                          Bundle{"kelp_equipment", "EquipmentInventory", 30},
                                          Bundle{"kelp_multilayersubnetwork", "MultiLayerSubnetwork",
                                                 40}),
                          [](const auto& bundle) { return std::string(bundle.param.manager); });
 
-TEST_P(BundlesTest, StartEntersTheManagerAndStopTakesItBack) {
+TEST_P(ManagerBundles, StartRegistersTheManagerAndStopRemovesIt) {
     std::string whyNot;
     ASSERT_TRUE(start(whyNot)) << whyNot;
     ASSERT_NE(enteredFactory(), nullptr);
@@ -78,7 +78,7 @@ TEST_P(BundlesTest, StartEntersTheManagerAndStopTakesItBack) {
     CorbaBaseAgentConfig::Instance()->FreeMGRList();
 }
 
-TEST_P(BundlesTest, ManagerNameThatIsTakenKeepsItFromStarting) {
+TEST_P(ManagerBundles, ManagerNameInUsePreventsItsStart) {
     OtherFactory other;
     ASSERT_TRUE(CorbaBaseAgentConfig::Instance()->EnterNorthMgrFactory(GetParam().manager, &other));
     std::string whyNot;
@@ -87,7 +87,7 @@ TEST_P(BundlesTest, ManagerNameThatIsTakenKeepsItFromStarting) {
     EXPECT_EQ(enteredFactory(), &other);
 }
 
-TEST_P(BundlesTest, LeaveNoCodeBehindWhenTheyHaveStopped) {
+TEST_P(ManagerBundles, LeaveNoCodeBehindWhenTheyHaveStopped) {
     std::string whyNot;
     ASSERT_TRUE(start(whyNot)) << whyNot;
     BundleMgr::Instance()->Stop();
@@ -95,7 +95,7 @@ TEST_P(BundlesTest, LeaveNoCodeBehindWhenTheyHaveStopped) {
     EXPECT_EQ(still, nullptr) << "the library is loaded still";
 }
 
-TEST_P(BundlesTest, ShowOnlyTheirFactoryFunction) {
+TEST_P(ManagerBundles, ShowOnlyTheirFactoryFunction) {
     const std::string command = "nm -D --defined-only --extern-only " + library();
     const std::unique_ptr<FILE, int (*)(FILE*)> output(::popen(command.c_str(), "r"), ::pclose);
     ASSERT_NE(output, nullptr);
@@ -108,7 +108,7 @@ TEST_P(BundlesTest, ShowOnlyTheirFactoryFunction) {
     EXPECT_EQ(symbols, std::string("_make_") + GetParam().name + "\n");
 }
 
-class UnimplementedBundleTest : public testing::Test {
+class UnimplementedBundle : public testing::Test {
   protected:
     // The module stays loaded. Only the agent, which is not started here, could destroy its error
     // texts.
@@ -140,7 +140,7 @@ bool isImplemented(const NS_CORBA::NorthMgrMap& offered, const char* name) {
     }
 }
 
-TEST_F(UnimplementedBundleTest, FillsInForManagersWithoutABundleWhereverItStands) {
+TEST_F(UnimplementedBundle, ServesManagersWithoutABundleWhereverItIsListed) {
     for (const std::vector<std::string>& bundles :
          {std::vector<std::string>{"kelp_unimplemented", "kelp_equipment"},
           std::vector<std::string>{"kelp_equipment", "kelp_unimplemented"}}) {
@@ -153,7 +153,7 @@ TEST_F(UnimplementedBundleTest, FillsInForManagersWithoutABundleWhereverItStands
     }
 }
 
-TEST_F(UnimplementedBundleTest, LeavesNoCodeBehindWhenItHasStopped) {
+TEST_F(UnimplementedBundle, LeavesNoCodeBehindWhenItHasStopped) {
     ASSERT_TRUE(start({"kelp_unimplemented"}));
     EXPECT_EQ(offered().size(), 15u);
     EXPECT_FALSE(isImplemented(offered(), "EMS"));

@@ -14,7 +14,7 @@ const std::string kThrough = kInPort + " CTP=/sts3c_au4-j=1";
 const std::string kMapped = kInPort + " CTP=/sts3c_au4-j=2";
 const std::string kLow = "/vt2_tu12-k=1";
 
-class ContainedPointsTest : public ManagedElementTest {
+class ContainedPoints : public ManagedElementTest {
   protected:
     template <class Operation>
     std::vector<std::string> points(Operation operation, const NamingAttributes_T& in,
@@ -41,7 +41,7 @@ class ContainedPointsTest : public ManagedElementTest {
     const NamingAttributes_T kPort = nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}});
 };
 
-TEST_F(ContainedPointsTest, PotentialOnesAreAllOfAllDepths) {
+TEST_F(ContainedPoints, PotentialPointsAreAllAtEveryDepth) {
     EXPECT_THAT(points(&Manager::getContainedPotentialTPs, kPort),
                 ElementsAre(kThrough, kThrough + kLow, kMapped, kMapped + kLow));
     LayerRateList_T low;
@@ -53,7 +53,7 @@ TEST_F(ContainedPointsTest, PotentialOnesAreAllOfAllDepths) {
                 ElementsAre(kMapped + kLow));
 }
 
-TEST_F(ContainedPointsTest, CurrentOnesAreNotHiddenByOneThatIsConnectedThrough) {
+TEST_F(ContainedPoints, CurrentPointsAreNotHiddenByAPointThatIsConnectedThrough) {
     EXPECT_THAT(points(&Manager::getContainedCurrentTPs, kPort),
                 ElementsAre(kThrough, kMapped, kMapped + kLow));
     EXPECT_THAT(points(&Manager::getContainedCurrentTPs, ctp("/sts3c_au4-j=1")), IsEmpty());
@@ -61,12 +61,12 @@ TEST_F(ContainedPointsTest, CurrentOnesAreNotHiddenByOneThatIsConnectedThrough) 
                 ElementsAre(kMapped + kLow));
 }
 
-TEST_F(ContainedPointsTest, PointsInUseAreTheConnectedOnes) {
+TEST_F(ContainedPoints, PointsInUseAreTheConnectedOnes) {
     EXPECT_THAT(points(&Manager::getContainedInUseTPs, kPort),
                 ElementsAre(kThrough, kMapped + kLow));
 }
 
-TEST_F(ContainedPointsTest, NamesOfEachAreTheSame) {
+TEST_F(ContainedPoints, NamesMatchTheObjects) {
     EXPECT_EQ(pointNames(&Manager::getContainedPotentialTPNames, kPort),
               points(&Manager::getContainedPotentialTPs, kPort));
     EXPECT_EQ(pointNames(&Manager::getContainedCurrentTPNames, kPort),
@@ -75,7 +75,7 @@ TEST_F(ContainedPointsTest, NamesOfEachAreTheSame) {
               points(&Manager::getContainedInUseTPs, kPort));
 }
 
-TEST_F(ContainedPointsTest, ContainingOnesEndWithThePort) {
+TEST_F(ContainedPoints, ContainingPointsEndWithThePort) {
     TerminationPointList_T_var list;
     manager_->getContainingTPs(ctp("/sts3c_au4-j=2/vt2_tu12-k=1"), list.out());
     EXPECT_THAT(namesOf(list.in()), ElementsAre(kMapped, kInPort));
@@ -86,7 +86,7 @@ TEST_F(ContainedPointsTest, ContainingOnesEndWithThePort) {
     EXPECT_EQ(list->length(), 0u) << "nothing contains a port";
 }
 
-TEST_F(ContainedPointsTest, PointMustBeThere) {
+TEST_F(ContainedPoints, PointMustExist) {
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "CTP=/sts3c_au4-j=9",
                   [&] { points(&Manager::getContainedPotentialTPs, ctp("/sts3c_au4-j=9")); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "ManagedElement=A", [&] {

@@ -6,7 +6,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class ElementsTest : public ManagedElementTest {
+class Elements : public ManagedElementTest {
   protected:
     managedElement::ManagedElementList_T_var list_;
     managedElement::ManagedElementIterator_I_var iterator_;
@@ -14,7 +14,7 @@ class ElementsTest : public ManagedElementTest {
     NamingAttributesIterator_I_var nameIterator_;
 };
 
-TEST_F(ElementsTest, AreGivenAtOnceWhenAllFitAndThenThereIsNoIterator) {
+TEST_F(Elements, AreReturnedAtOnceWithoutAnIteratorWhenAllFit) {
     manager_->getAllManagedElements(2, list_.out(), iterator_.out());
     EXPECT_THAT(namesOf(list_.in()),
                 ElementsAre("EMS=Kelp/EMS ManagedElement=A", "EMS=Kelp/EMS ManagedElement=B"));
@@ -22,7 +22,7 @@ TEST_F(ElementsTest, AreGivenAtOnceWhenAllFitAndThenThereIsNoIterator) {
     EXPECT_EQ(openIterators(), 0u);
 }
 
-TEST_F(ElementsTest, RestComesThroughTheIterator) {
+TEST_F(Elements, RestComesThroughTheIterator) {
     manager_->getAllManagedElements(1, list_.out(), iterator_.out());
     EXPECT_THAT(namesOf(list_.in()), ElementsAre("EMS=Kelp/EMS ManagedElement=A"));
     ASSERT_FALSE(CORBA::is_nil(iterator_.in()));
@@ -34,7 +34,7 @@ TEST_F(ElementsTest, RestComesThroughTheIterator) {
     EXPECT_TRUE(waitUntil([] { return openIterators() == 0; }));
 }
 
-TEST_F(ElementsTest, HaveTheAttributesOfTheInventory) {
+TEST_F(Elements, HaveTheAttributesOfTheInventory) {
     managedElement::ManagedElement_T_var element;
     manager_->getManagedElement(nameOf({{"ManagedElement", "A"}}), element.out());
     EXPECT_EQ(textOf(element->name), "EMS=Kelp/EMS ManagedElement=A");
@@ -54,14 +54,14 @@ TEST_F(ElementsTest, HaveTheAttributesOfTheInventory) {
     EXPECT_STREQ(element->additionalInfo[0].value, "Acme");
 }
 
-TEST_F(ElementsTest, NamesComeWithoutTheRest) {
+TEST_F(Elements, NamesAreReturnedWithoutTheRest) {
     manager_->getAllManagedElementNames(10, names_.out(), nameIterator_.out());
     EXPECT_THAT(namesIn(names_.in()),
                 ElementsAre("EMS=Kelp/EMS ManagedElement=A", "EMS=Kelp/EMS ManagedElement=B"));
     EXPECT_TRUE(CORBA::is_nil(nameIterator_.in()));
 }
 
-TEST_F(ElementsTest, ListIsASnapshotOfWhichElementsThereAre) {
+TEST_F(Elements, ListIsASnapshotOfTheExistingElements) {
     manager_->getAllManagedElementNames(0, names_.out(), nameIterator_.out());
     EXPECT_EQ(names_->length(), 0u);
     take(R"({"object":"ManagedElement","ManagedElement":"C","productName":"P1"})");
@@ -73,7 +73,7 @@ TEST_F(ElementsTest, ListIsASnapshotOfWhichElementsThereAre) {
     EXPECT_EQ(names_->length(), 3u) << "the next list has it";
 }
 
-TEST_F(ElementsTest, UnknownElementIsNotFound) {
+TEST_F(Elements, UnknownElementIsNotFound) {
     managedElement::ManagedElement_T_var element;
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "EMS=Kelp/EMS, ManagedElement=C", [&] {
         manager_->getManagedElement(nameOf({{"ManagedElement", "C"}}), element.out());
@@ -83,7 +83,7 @@ TEST_F(ElementsTest, UnknownElementIsNotFound) {
     });
 }
 
-TEST_F(ElementsTest, ReasonRepeatsNeitherWhatIsNoTextNorWhatIsEndless) {
+TEST_F(Elements, ReasonRepeatsNeitherInvalidNorOverlongText) {
     managedElement::ManagedElement_T_var element;
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=two\\nlines", [&] {
         manager_->getManagedElement(nameOf({{"ManagedElement", "two\nlines"}}), element.out());
@@ -97,7 +97,7 @@ TEST_F(ElementsTest, ReasonRepeatsNeitherWhatIsNoTextNorWhatIsEndless) {
     }
 }
 
-TEST_F(ElementsTest, NamesOfOtherThingsAreInvalid) {
+TEST_F(Elements, NamesOfOtherThingsAreInvalid) {
     NamingAttributes_T otherEms = nameOf({{"ManagedElement", "A"}});
     otherEms[0].value = CORBA::string_dup("Other/EMS");
     const NamingAttributes_T bad[] = {NamingAttributes_T(),
@@ -115,7 +115,7 @@ TEST_F(ElementsTest, NamesOfOtherThingsAreInvalid) {
     }
 }
 
-TEST_F(ElementsTest, NameWithoutItsEmsIsTakenForOneOfThisEms) {
+TEST_F(Elements, NameWithoutItsEmsBelongsToThisEms) {
     NamingAttributes_T without;
     without.length(1);
     without[0].name = CORBA::string_dup("ManagedElement");
@@ -142,7 +142,7 @@ TEST_F(ElementsTest, NameWithoutItsEmsIsTakenForOneOfThisEms) {
     }
 }
 
-TEST_F(ElementsTest, UnsupportedOperationsAreListedAndNotImplemented) {
+TEST_F(Elements, UnsupportedOperationsAreListedAndNotImplemented) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     std::map<std::string, std::string> told;
@@ -161,9 +161,9 @@ TEST_F(ElementsTest, UnsupportedOperationsAreListedAndNotImplemented) {
     });
 }
 
-class NoInventoryTest : public ManagedElementTest {};
+class UnreadableInventory : public ManagedElementTest {};
 
-TEST_F(NoInventoryTest, FailsEachRequestUntilItCanBeReadAgain) {
+TEST_F(UnreadableInventory, FailsEachRequestUntilItCanBeReadAgain) {
     const std::filesystem::path file = database();
     const std::filesystem::path away = file.string() + ".away";
     std::filesystem::rename(file, away);

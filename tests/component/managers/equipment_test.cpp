@@ -23,10 +23,10 @@ std::vector<std::string> namesOfEither(const equipment::EquipmentOrHolderList_T&
     return names;
 }
 
-class EquipmentTest : public ManagerTest<equipmentinventory::EquipmentInventoryMgr_I,
-                                         equipment::EquipmentInventoryMgr_I> {
+class Equipment : public ManagerTest<equipmentinventory::EquipmentInventoryMgr_I,
+                                     equipment::EquipmentInventoryMgr_I> {
   protected:
-    EquipmentTest() : ManagerTest("EquipmentInventory") {}
+    Equipment() : ManagerTest("EquipmentInventory") {}
 
     std::vector<std::string> allIn(const NamingAttributes_T& elementOrHolder) {
         EquipmentOrHolderIterator_I_var none;
@@ -50,24 +50,24 @@ class EquipmentTest : public ManagerTest<equipmentinventory::EquipmentInventoryM
     const NamingAttributes_T kPort = nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}});
 };
 
-TEST_F(EquipmentTest, OfAnElementAreItsHoldersAndThenItsBoards) {
+TEST_F(Equipment, OfAnElementAreItsHoldersAndThenItsBoards) {
     EXPECT_THAT(allIn(kElement),
                 ElementsAre(kInA, kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
     EXPECT_THAT(allIn(nameOf({{"ManagedElement", "B"}})), IsEmpty());
 }
 
-TEST_F(EquipmentTest, OfAHolderIsWhatIsInItAtAllDepths) {
+TEST_F(Equipment, OfAHolderIsWhatIsInItAtAllDepths) {
     EXPECT_THAT(allIn(holder("/rack=1")),
                 ElementsAre(kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
     EXPECT_THAT(allIn(holder("/rack=1/shelf=1/slot=1")), ElementsAre(kSlot + " Equipment=1"));
 }
 
-TEST_F(EquipmentTest, ContainedOnesAreOneLevelBelow) {
+TEST_F(Equipment, ContainedEquipmentIsOneLevelBelow) {
     EXPECT_THAT(containedIn(holder("/rack=1")), ElementsAre(kInA + "/shelf=1"));
     EXPECT_THAT(containedIn(holder("/rack=1/shelf=1/slot=1")), ElementsAre(kSlot + " Equipment=1"));
 }
 
-TEST_F(EquipmentTest, RestComesThroughTheIteratorFromHoldersToBoards) {
+TEST_F(Equipment, RestComesThroughTheIteratorFromHoldersToBoards) {
     EquipmentOrHolderIterator_I_var iterator;
     manager_->getAllEquipment(kElement, 1, list_.out(), iterator.out());
     std::vector<std::string> names = namesOfEither(list_.in());
@@ -82,14 +82,14 @@ TEST_F(EquipmentTest, RestComesThroughTheIteratorFromHoldersToBoards) {
     EXPECT_THAT(names, ElementsAre(kInA, kInA + "/shelf=1", kSlot, kSlot + " Equipment=1"));
 }
 
-TEST_F(EquipmentTest, NamesOfEachAreTheSame) {
+TEST_F(Equipment, NamesMatchTheObjects) {
     NamingAttributesList_T_var names;
     NamingAttributesIterator_I_var none;
     manager_->getAllEquipmentNames(kElement, 100, names.out(), none.out());
     EXPECT_EQ(namesIn(names.in()), allIn(kElement));
 }
 
-TEST_F(EquipmentTest, HolderHasTheAttributesOfTheInventory) {
+TEST_F(Equipment, HolderHasTheAttributesOfTheInventory) {
     EquipmentOrHolder_T_var either;
     manager_->getEquipment(holder("/rack=1/shelf=1/slot=1"), either.out());
     ASSERT_EQ(either->_d(), equipment::EQT_HOLDER);
@@ -101,7 +101,7 @@ TEST_F(EquipmentTest, HolderHasTheAttributesOfTheInventory) {
     EXPECT_STREQ(slot.acceptableEquipmentTypeList[1], "LN4");
 }
 
-TEST_F(EquipmentTest, BoardHasTheAttributesOfTheInventory) {
+TEST_F(Equipment, BoardHasTheAttributesOfTheInventory) {
     EquipmentOrHolder_T_var either;
     manager_->getEquipment(kBoard, either.out());
     ASSERT_EQ(either->_d(), equipment::EQT);
@@ -110,7 +110,7 @@ TEST_F(EquipmentTest, BoardHasTheAttributesOfTheInventory) {
     EXPECT_STREQ(either->equip().installedSerialNumber, "7");
 }
 
-TEST_F(EquipmentTest, PortsAreThoseOnTheBoard) {
+TEST_F(Equipment, PortsAreThoseOnTheBoard) {
     TerminationPointList_T_var ports;
     TerminationPointIterator_I_var none;
     manager_->getAllSupportedPTPs(kBoard, 10, ports.out(), none.out());
@@ -121,7 +121,7 @@ TEST_F(EquipmentTest, PortsAreThoseOnTheBoard) {
     EXPECT_EQ(namesIn(names.in()), namesOf(ports.in()));
 }
 
-TEST_F(EquipmentTest, BoardUnderAPortIsToldWhenItIsKnown) {
+TEST_F(Equipment, BoardOfAPortIsReturnedWhenItIsKnown) {
     manager_->getAllSupportingEquipment(kPort, list_.out());
     EXPECT_THAT(namesOfEither(list_.in()), ElementsAre(kSlot + " Equipment=1"));
     NamingAttributesList_T_var names;
@@ -132,7 +132,7 @@ TEST_F(EquipmentTest, BoardUnderAPortIsToldWhenItIsKnown) {
     EXPECT_EQ(list_->length(), 0u);
 }
 
-TEST_F(EquipmentTest, NamesMustBeOfTheRightKindAndThere) {
+TEST_F(Equipment, NamesMustBeOfTheRightKindAndExist) {
     EquipmentOrHolder_T_var either;
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "PTP=p1",
                   [&] { manager_->getEquipment(kPort, either.out()); });
@@ -154,7 +154,7 @@ TEST_F(EquipmentTest, NamesMustBeOfTheRightKindAndThere) {
                   "CTP=", [&] { manager_->getAllSupportingEquipment(ctp, list_.out()); });
 }
 
-TEST_F(EquipmentTest, LabelsOfHoldersAndBoardsAreSet) {
+TEST_F(Equipment, LabelsOfHoldersAndBoardsAreSet) {
     manager_->setUserLabel(holder("/rack=1"), "left rack", true);
     manager_->setOwner(kBoard, "spares");
     EquipmentOrHolder_T_var either;
@@ -166,7 +166,7 @@ TEST_F(EquipmentTest, LabelsOfHoldersAndBoardsAreSet) {
                   [&] { manager_->setOwner(kElement, "x"); });
 }
 
-TEST_F(EquipmentTest, UnsupportedOperationsAreListedAndNotImplemented) {
+TEST_F(Equipment, UnsupportedOperationsAreListedAndNotImplemented) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     EXPECT_EQ(list->length(), 21u);

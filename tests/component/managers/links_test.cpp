@@ -7,13 +7,13 @@ namespace {
 using testing::ElementsAre;
 
 /// The test agent has a manager "EMS" already, so the real one gets another name here.
-class LinksTest : public ManagerTest<ems::EmsMgr_IImpl, emsMgr::EMSMgr_I> {
+class Links : public ManagerTest<ems::EmsMgr_IImpl, emsMgr::EMSMgr_I> {
   protected:
-    LinksTest() : ManagerTest("RealEMS") {}
+    Links() : ManagerTest("RealEMS") {}
     const NamingAttributes_T kLink = nameOf({{"TopologicalLink", "A-B"}});
 };
 
-TEST_F(LinksTest, AreListedWithTheirEnds) {
+TEST_F(Links, AreListedWithTheirEnds) {
     topologicalLink::TopologicalLinkList_T_var list;
     topologicalLink::TopologicalLinkIterator_I_var none;
     manager_->getAllTopLevelTopologicalLinks(10, list.out(), none.out());
@@ -26,7 +26,7 @@ TEST_F(LinksTest, AreListedWithTheirEnds) {
     EXPECT_STREQ(list[0].userLabel, "the link");
 }
 
-TEST_F(LinksTest, NamesComeThroughTheIteratorToo) {
+TEST_F(Links, NamesComeThroughTheIteratorToo) {
     NamingAttributesList_T_var names;
     NamingAttributesIterator_I_var iterator;
     manager_->getAllTopLevelTopologicalLinkNames(0, names.out(), iterator.out());
@@ -35,7 +35,7 @@ TEST_F(LinksTest, NamesComeThroughTheIteratorToo) {
     EXPECT_THAT(namesIn(names.in()), ElementsAre("EMS=Kelp/EMS TopologicalLink=A-B"));
 }
 
-TEST_F(LinksTest, OneIsFoundByItsName) {
+TEST_F(Links, LinkIsFoundByItsName) {
     topologicalLink::TopologicalLink_T_var link;
     manager_->getTopLevelTopologicalLink(kLink, link.out());
     EXPECT_EQ(textOf(link->name), "EMS=Kelp/EMS TopologicalLink=A-B");
@@ -47,7 +47,7 @@ TEST_F(LinksTest, OneIsFoundByItsName) {
     });
 }
 
-TEST_F(LinksTest, LabelIsSetThroughTheEms) {
+TEST_F(Links, LabelIsSetThroughTheEms) {
     manager_->setUserLabel(kLink, "renamed", true);
     topologicalLink::TopologicalLink_T_var link;
     manager_->getTopLevelTopologicalLink(kLink, link.out());

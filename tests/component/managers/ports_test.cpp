@@ -21,7 +21,7 @@ LayerRateList_T rates(std::initializer_list<int> numbers) {
     return list;
 }
 
-class PortsTest : public ManagedElementTest {
+class Ports : public ManagedElementTest {
   protected:
     /// Return the answer of an operation that lists the ports of element "A".
     template <class Operation>
@@ -47,7 +47,7 @@ class PortsTest : public ManagedElementTest {
     const NamingAttributes_T kElement = nameOf({{"ManagedElement", "A"}});
 };
 
-TEST_F(PortsTest, AllArePhysicalAndFloatingOnes) {
+TEST_F(Ports, IncludePhysicalAndFloatingPorts) {
     EXPECT_THAT(ports(&Manager::getAllPTPs),
                 ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2", kInA + "FTP=f1"));
     EXPECT_THAT(ports(&Manager::getAllPTPsWithoutFTPs),
@@ -55,14 +55,14 @@ TEST_F(PortsTest, AllArePhysicalAndFloatingOnes) {
     EXPECT_THAT(ports(&Manager::getAllFTPs), ElementsAre(kInA + "FTP=f1"));
 }
 
-TEST_F(PortsTest, NamesOfEachAreTheSame) {
+TEST_F(Ports, NamesMatchTheObjects) {
     EXPECT_EQ(portNames(&Manager::getAllPTPNames), ports(&Manager::getAllPTPs));
     EXPECT_EQ(portNames(&Manager::getAllPTPNamesWithoutFTPs),
               ports(&Manager::getAllPTPsWithoutFTPs));
     EXPECT_EQ(portNames(&Manager::getAllFTPNames), ports(&Manager::getAllFTPs));
 }
 
-TEST_F(PortsTest, AreChosenByTheirLayersAndTheirConnectionRates) {
+TEST_F(Ports, AreChosenByTheirLayersAndTheirConnectionRates) {
     EXPECT_THAT(ports(&Manager::getAllPTPs, rates({5, 47})),
                 ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
     EXPECT_THAT(ports(&Manager::getAllPTPs, rates({47})), ElementsAre(kInA + "PTP=p1"));
@@ -71,7 +71,7 @@ TEST_F(PortsTest, AreChosenByTheirLayersAndTheirConnectionRates) {
     EXPECT_THAT(portNames(&Manager::getAllFTPNames, rates({98})), ElementsAre(kInA + "FTP=f1"));
 }
 
-TEST_F(PortsTest, RestComesThroughTheIterator) {
+TEST_F(Ports, RestComesThroughTheIterator) {
     TerminationPointList_T_var list;
     TerminationPointIterator_I_var iterator;
     manager_->getAllPTPs(kElement, {}, {}, 2, list.out(), iterator.out());
@@ -82,7 +82,7 @@ TEST_F(PortsTest, RestComesThroughTheIterator) {
     EXPECT_THAT(namesOf(list.in()), ElementsAre(kInA + "FTP=f1"));
 }
 
-TEST_F(PortsTest, NumbersThatAreNoLayerRatesAreInvalid) {
+TEST_F(Ports, NumbersThatAreNoLayerRatesAreInvalid) {
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "tpLayerRateList: 30", [&] {
         ports(&Manager::getAllPTPs, rates({5, 30}));
     });
@@ -90,7 +90,7 @@ TEST_F(PortsTest, NumbersThatAreNoLayerRatesAreInvalid) {
                   [&] { portNames(&Manager::getAllPTPNames, {}, rates({-1})); });
 }
 
-TEST_F(PortsTest, ElementMustBeThere) {
+TEST_F(Ports, ElementMustExist) {
     TerminationPointList_T_var list;
     TerminationPointIterator_I_var none;
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "ManagedElement=Z", [&] {
@@ -102,7 +102,7 @@ TEST_F(PortsTest, ElementMustBeThere) {
     });
 }
 
-TEST_F(PortsTest, HaveTheAttributesOfTheInventory) {
+TEST_F(Ports, HaveTheAttributesOfTheInventory) {
     TerminationPoint_T_var port;
     manager_->getTP(nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}}), port.out());
     EXPECT_EQ(textOf(port->name), kInA + "PTP=p1");
@@ -120,14 +120,14 @@ TEST_F(PortsTest, HaveTheAttributesOfTheInventory) {
     EXPECT_STREQ(port->transmissionParams[traced].transmissionParams[0].value, "x");
 }
 
-TEST_F(PortsTest, FloatingOneIsAPortWhoseNameSaysThatItFloats) {
+TEST_F(Ports, FloatingPortIsRecognisedByItsName) {
     TerminationPoint_T_var port;
     manager_->getTP(nameOf({{"ManagedElement", "A"}, {"FTP", "f1"}}), port.out());
     EXPECT_EQ(port->type, terminationPoint::TPT_PTP);
     EXPECT_EQ(textOf(port->name), kInA + "FTP=f1");
 }
 
-TEST_F(PortsTest, ConnectionPointIsFoundByItsName) {
+TEST_F(Ports, ConnectionPointIsFoundByItsName) {
     TerminationPoint_T_var point;
     manager_->getTP(
         nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}, {"CTP", "/sts3c_au4-j=2/vt2_tu12-k=1"}}),

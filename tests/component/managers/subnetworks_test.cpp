@@ -26,10 +26,10 @@ const std::string kSubnetworks =
 {"object":"TopologicalLink","TopologicalLink":"outside","rate":22,"aEndManagedElement":"A","aEndPTP":"p1","zEndManagedElement":"C","zEndPTP":"p1"}
 )";
 
-class SubnetworksTest : public ManagerTest<multilayersubnetwork::MultiLayerSubnetworkMgr_I,
-                                           multiLayerSubnetwork::MultiLayerSubnetworkMgr_I> {
+class Subnetworks : public ManagerTest<multilayersubnetwork::MultiLayerSubnetworkMgr_I,
+                                       multiLayerSubnetwork::MultiLayerSubnetworkMgr_I> {
   protected:
-    SubnetworksTest() : ManagerTest("MultiLayerSubnetwork", kSubnetworks) {}
+    Subnetworks() : ManagerTest("MultiLayerSubnetwork", kSubnetworks) {}
 
     static NamingAttributes_T subnetwork(const char* name) {
         return nameOf({{"MultiLayerSubnetwork", name}});
@@ -59,7 +59,7 @@ class SubnetworksTest : public ManagerTest<multilayersubnetwork::MultiLayerSubne
     NamingAttributesIterator_I_var noNames_;
 };
 
-TEST_F(SubnetworksTest, HaveTheAttributesOfTheInventory) {
+TEST_F(Subnetworks, HaveTheAttributesOfTheInventory) {
     multiLayerSubnetwork::MultiLayerSubnetwork_T_var ring;
     manager_->getMultiLayerSubnetwork(subnetwork("ring"), ring.out());
     EXPECT_EQ(textOf(ring->name), "EMS=Kelp/EMS MultiLayerSubnetwork=ring");
@@ -72,7 +72,7 @@ TEST_F(SubnetworksTest, HaveTheAttributesOfTheInventory) {
     EXPECT_STREQ(ring->additionalInfo[0].value, "x");
 }
 
-TEST_F(SubnetworksTest, HaveElementsLinksAndEdgePoints) {
+TEST_F(Subnetworks, HaveElementsLinksAndEdgePoints) {
     EXPECT_THAT(elementsIn(subnetwork("ring")),
                 ElementsAre("EMS=Kelp/EMS ManagedElement=A", "EMS=Kelp/EMS ManagedElement=B"));
     EXPECT_THAT(elementsIn(subnetwork("spur")), ElementsAre("EMS=Kelp/EMS ManagedElement=A"));
@@ -88,7 +88,7 @@ TEST_F(SubnetworksTest, HaveElementsLinksAndEdgePoints) {
                 ElementsAre("EMS=Kelp/EMS ManagedElement=B PTP=p1"));
 }
 
-TEST_F(SubnetworksTest, NamesOfEachAreTheSame) {
+TEST_F(Subnetworks, NamesMatchTheObjects) {
     const NamingAttributes_T ring = subnetwork("ring");
     manager_->getAllManagedElementNames(ring, 10, names_.out(), noNames_.out());
     EXPECT_EQ(namesIn(names_.in()), elementsIn(ring));
@@ -98,13 +98,13 @@ TEST_F(SubnetworksTest, NamesOfEachAreTheSame) {
     EXPECT_EQ(namesIn(names_.in()), edgePointsIn(ring));
 }
 
-TEST_F(SubnetworksTest, LinkIsFoundByItsName) {
+TEST_F(Subnetworks, LinkIsFoundByItsName) {
     topologicalLink::TopologicalLink_T_var link;
     manager_->getTopologicalLink(nameOf({{"TopologicalLink", "inside"}}), link.out());
     EXPECT_EQ(textOf(link->aEndTP), "EMS=Kelp/EMS ManagedElement=A PTP=p2");
 }
 
-TEST_F(SubnetworksTest, MustBeThere) {
+TEST_F(Subnetworks, MustExist) {
     expectRefusal(globaldefs::EXCPT_ENTITY_NOT_FOUND, "MultiLayerSubnetwork=none",
                   [&] { elementsIn(subnetwork("none")); });
     expectRefusal(globaldefs::EXCPT_INVALID_INPUT, "ManagedElement=A", [&] {
@@ -121,7 +121,7 @@ TEST_F(SubnetworksTest, MustBeThere) {
     });
 }
 
-TEST_F(SubnetworksTest, UnsupportedOperationsAreListedAndNotImplemented) {
+TEST_F(Subnetworks, UnsupportedOperationsAreListedAndNotImplemented) {
     common::CapabilityList_T_var list;
     manager_->getCapabilities(list.out());
     EXPECT_EQ(list->length(), 74u);
@@ -130,12 +130,12 @@ TEST_F(SubnetworksTest, UnsupportedOperationsAreListedAndNotImplemented) {
     });
 }
 
-class SubnetworksOfEmsTest : public ManagerTest<ems::EmsMgr_IImpl, emsMgr::EMSMgr_I> {
+class SubnetworksOfEms : public ManagerTest<ems::EmsMgr_IImpl, emsMgr::EMSMgr_I> {
   protected:
-    SubnetworksOfEmsTest() : ManagerTest("RealEMS", kSubnetworks) {}
+    SubnetworksOfEms() : ManagerTest("RealEMS", kSubnetworks) {}
 };
 
-TEST_F(SubnetworksOfEmsTest, AreAllTopLevelOnes) {
+TEST_F(SubnetworksOfEms, AreAllTopLevelSubnetworks) {
     SubnetworkList_T_var list;
     SubnetworkIterator_I_var none;
     manager_->getAllTopLevelSubnetworks(10, list.out(), none.out());
@@ -147,14 +147,14 @@ TEST_F(SubnetworksOfEmsTest, AreAllTopLevelOnes) {
     EXPECT_EQ(namesIn(names.in()), namesOf(list.in()));
 }
 
-TEST_F(SubnetworksOfEmsTest, LinksInsideOneAreNotTheTopLevelsOwn) {
+TEST_F(SubnetworksOfEms, LinksInsideOneAreNotTheTopLevelsOwn) {
     NamingAttributesList_T_var names;
     NamingAttributesIterator_I_var none;
     manager_->getAllTopLevelTopologicalLinkNames(10, names.out(), none.out());
     EXPECT_THAT(namesIn(names.in()), ElementsAre("EMS=Kelp/EMS TopologicalLink=outside"));
 }
 
-TEST_F(SubnetworksOfEmsTest, LabelAndOwnerOfTheEmsItselfAreKept) {
+TEST_F(SubnetworksOfEms, LabelAndOwnerOfTheEmsItselfAreKept) {
     emsMgr::EMS_T_var described;
     manager_->getEMS(described.out());
     EXPECT_STREQ(described->userLabel, "EMS") << "the native name until one is given";
@@ -168,9 +168,9 @@ TEST_F(SubnetworksOfEmsTest, LabelAndOwnerOfTheEmsItselfAreKept) {
                   [&] { manager_->setNativeEMSName(nameOf({}), "x"); });
 }
 
-class ContainingSubnetworksTest : public ManagedElementTest {
+class ContainingSubnetworks : public ManagedElementTest {
   protected:
-    ContainingSubnetworksTest() : ManagedElementTest(kSubnetworks) {}
+    ContainingSubnetworks() : ManagedElementTest(kSubnetworks) {}
     std::vector<std::string> around(const char* element) {
         NamingAttributesList_T_var names;
         manager_->getContainingSubnetworkNames(nameOf({{"ManagedElement", element}}), names.out());
@@ -178,7 +178,7 @@ class ContainingSubnetworksTest : public ManagedElementTest {
     }
 };
 
-TEST_F(ContainingSubnetworksTest, AreThoseThatTheElementIsIn) {
+TEST_F(ContainingSubnetworks, AreThoseThatTheElementIsIn) {
     EXPECT_THAT(around("A"), ElementsAre("EMS=Kelp/EMS MultiLayerSubnetwork=ring",
                                          "EMS=Kelp/EMS MultiLayerSubnetwork=spur"));
     EXPECT_THAT(around("C"), IsEmpty());

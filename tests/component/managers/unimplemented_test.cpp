@@ -25,15 +25,15 @@ namespace {
 
 using NS_CORBA::CorbaBaseAgentConfig;
 
-class UnimplementedManagersTest : public testing::Test {
+class OfferedManagers : public testing::Test {
   protected:
-    UnimplementedManagersTest() {
+    OfferedManagers() {
         for (const auto& each : unimplemented::unimplementedManagers())
             CorbaBaseAgentConfig::Instance()->EnterFallbackMgrFactory(each.name, each.factory);
         agent_.emplace();
         session_ = agent_->logIn(agent_->nms());
     }
-    ~UnimplementedManagersTest() override {
+    ~OfferedManagers() override {
         agent_.reset();
         for (const auto& each : unimplemented::unimplementedManagers())
             CorbaBaseAgentConfig::Instance()->LeaveFallbackMgrFactory(each.name);
@@ -67,7 +67,7 @@ TEST(UnimplementedManagers, AreAllThatCanBeOffered) {
     EXPECT_EQ(names, standardManagers());
 }
 
-TEST_F(UnimplementedManagersTest, AreListedNextToTheOnesThatAreThere) {
+TEST_F(OfferedManagers, AreListedNextToTheOnesThatAreThere) {
     emsSession::EmsSession_I::managerNames_T_var names;
     session_->getSupportedManagers(names.out());
     std::vector<std::string> listed;
@@ -79,7 +79,7 @@ TEST_F(UnimplementedManagersTest, AreListedNextToTheOnesThatAreThere) {
     EXPECT_EQ(agent_->manager().calls, 1) << "the one that is there";
 }
 
-TEST_F(UnimplementedManagersTest, HaveTheInterfaceOfTheirNameAndRefuseWhatAllManagersHave) {
+TEST_F(OfferedManagers, HaveTheInterfaceOfTheirNameAndRefuseWhatAllManagersHave) {
     const std::map<std::string, std::string> interfaces = {
         {"EquipmentInventory", "equipment/EquipmentInventoryMgr_I"},
         {"FlowDomain", "flowDomain/FlowDomainMgr_I"},
@@ -111,7 +111,7 @@ TEST_F(UnimplementedManagersTest, HaveTheInterfaceOfTheirNameAndRefuseWhatAllMan
     }
 }
 
-TEST_F(UnimplementedManagersTest, RefuseTheOperationsThatAnNmsBeginsWith) {
+TEST_F(OfferedManagers, RefuseTheOperationsThatAnNmsBeginsWith) {
     expectNotImplemented("getAllFlowDomains", [&] {
         flowDomain::FDList_T_var list;
         flowDomain::FDIterator_I_var rest;

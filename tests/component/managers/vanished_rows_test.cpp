@@ -31,7 +31,7 @@ class VanishedRows : public testing::Test {
     globaldefs::NamingAttributesList_T names_;
 };
 
-TEST_F(VanishedRows, ArePassedOver) {
+TEST_F(VanishedRows, AreSkipped) {
     auto names = list();
     names.read(100'000, names_);
     EXPECT_EQ(names.left(), 0u);

@@ -8,9 +8,9 @@ namespace {
 using testing::ElementsAre;
 using testing::SizeIs;
 
-class NamingIteratorsTest : public NamingFixture {
+class NamingIterators : public NamingFixture {
   protected:
-    NamingIteratorsTest() {
+    NamingIterators() {
         bind();
         useLimits({});
     }
@@ -34,7 +34,7 @@ class NamingIteratorsTest : public NamingFixture {
     }
 };
 
-TEST_F(NamingIteratorsTest, WholeListArrivesWhateverTheBatch) {
+TEST_F(NamingIterators, WholeListArrivesWhateverTheBatch) {
     const CosNaming::NamingContextExt_var root = outside();
     const std::vector<std::string> all = entriesOf(root.in(), 100);
     EXPECT_THAT(all, SizeIs(20));
@@ -42,7 +42,7 @@ TEST_F(NamingIteratorsTest, WholeListArrivesWhateverTheBatch) {
         EXPECT_EQ(entriesOf(root.in(), howMany), all) << howMany;
 }
 
-TEST_F(NamingIteratorsTest, ShortListNeedsNone) {
+TEST_F(NamingIterators, ShortListNeedsNoIterator) {
     const CosNaming::NamingContextExt_var root = outside();
     CosNaming::BindingList_var list;
     CosNaming::BindingIterator_var iterator;
@@ -51,7 +51,7 @@ TEST_F(NamingIteratorsTest, ShortListNeedsNone) {
     EXPECT_TRUE(CORBA::is_nil(iterator.in()));
 }
 
-TEST_F(NamingIteratorsTest, OneReplyIsLimited) {
+TEST_F(NamingIterators, OneReplyIsLimited) {
     useLimits({3, 10, 10, std::chrono::seconds(60)});
     const CosNaming::NamingContextExt_var root = outside();
     CosNaming::BindingList_var list;
@@ -64,7 +64,7 @@ TEST_F(NamingIteratorsTest, OneReplyIsLimited) {
     EXPECT_THAT(entriesOf(root.in(), 100), SizeIs(20));
 }
 
-TEST_F(NamingIteratorsTest, GivesOneEntryAfterTheOther) {
+TEST_F(NamingIterators, GivesOneEntryAfterTheOther) {
     const CosNaming::BindingIterator_var iterator = open();
     CosNaming::Binding_var binding;
     for (int i = 0; i < 20; ++i)
@@ -75,7 +75,7 @@ TEST_F(NamingIteratorsTest, GivesOneEntryAfterTheOther) {
     EXPECT_THROW(iterator->next_n(0, list.out()), CORBA::BAD_PARAM);
 }
 
-TEST_F(NamingIteratorsTest, EndsWhenItsCallerDestroysIt) {
+TEST_F(NamingIterators, EndsWhenItsCallerDestroysIt) {
     const CosNaming::BindingIterator_var iterator = open();
     EXPECT_TRUE(isOpen(iterator.in()));
     iterator->destroy();
@@ -85,7 +85,7 @@ TEST_F(NamingIteratorsTest, EndsWhenItsCallerDestroysIt) {
     EXPECT_THAT(refused(), testing::IsEmpty()) << "its own iterator is the caller's to end";
 }
 
-TEST_F(NamingIteratorsTest, OneTooManyOfAnAddressClosesItsOldest) {
+TEST_F(NamingIterators, IteratorAboveTheLimitOfAnAddressClosesItsOldest) {
     useLimits({100, 2, 10, std::chrono::seconds(60)});
     const CosNaming::BindingIterator_var first = open();
     const CosNaming::BindingIterator_var second = open();
@@ -95,7 +95,7 @@ TEST_F(NamingIteratorsTest, OneTooManyOfAnAddressClosesItsOldest) {
     EXPECT_TRUE(isOpen(third.in()));
 }
 
-TEST_F(NamingIteratorsTest, OneTooManyInAllClosesTheOldest) {
+TEST_F(NamingIterators, IteratorAboveTheTotalLimitClosesTheOldest) {
     useLimits({100, 100, 2, std::chrono::seconds(60)});
     const CosNaming::BindingIterator_var first = open();
     const CosNaming::BindingIterator_var second = open();
@@ -104,7 +104,7 @@ TEST_F(NamingIteratorsTest, OneTooManyInAllClosesTheOldest) {
     EXPECT_TRUE(isOpen(second.in()));
 }
 
-TEST_F(NamingIteratorsTest, EndsByItselfWhenNobodyUsesIt) {
+TEST_F(NamingIterators, EndsWhenNobodyUsesIt) {
     const CosNaming::BindingIterator_var iterator = open();
     useLimits({100, 10, 10, std::chrono::seconds(0)});
     CosNaming::Binding_var binding;

@@ -54,7 +54,7 @@ TEST_F(NamingServiceTest, ContextsLeadOnFromWhereTheyAre) {
     EXPECT_THROW(middle->resolve_str("EMS.Kind"), NamingContext::NotFound);
 }
 
-TEST_F(NamingServiceTest, NothingIsFoundWhereNothingIs) {
+TEST_F(NamingServiceTest, MissingNamesAreNotFound) {
     bind();
     const CosNaming::NamingContextExt_var root = outside();
     try {
@@ -103,7 +103,7 @@ TEST_F(NamingServiceTest, InsideTheRootIsResolvedLikeAnyOther) {
     EXPECT_EQ(textOf(found.in()), textOf(object_.in()));
 }
 
-TEST_F(NamingServiceTest, NamesTextsAndUrls) {
+TEST_F(NamingServiceTest, ConvertsNamesTextsAndUrls) {
     const CosNaming::NamingContextExt_var root = outside();
     const CORBA::String_var text = root->to_string(nameOf("Kelp\\/EMS.x/b"));
     EXPECT_STREQ(text.in(), "Kelp\\/EMS.x/b");
@@ -149,7 +149,7 @@ TEST_F(NamingServiceTest, ReferencesOfContextsOutliveTheService) {
     EXPECT_EQ(textOf(again.in()), before);
 }
 
-TEST_F(NamingServiceTest, TakenKeyIsRefusedAndNothingIsLeft) {
+TEST_F(NamingServiceTest, KeyInUseIsRefusedAndNothingRemains) {
     EXPECT_THROW(naming::NamingService(orb_.orb(), orb_.root(), settings(), nullptr),
                  CORBA::Exception);
     const CosNaming::NamingContextExt_var root = outside();

@@ -7,9 +7,9 @@ namespace {
 
 using testing::ElementsAre;
 
-class NamingRefusalsTest : public NamingFixture {
+class NamingRefusals : public NamingFixture {
   protected:
-    NamingRefusalsTest() { bind(); }
+    NamingRefusals() { bind(); }
 
     /// Return the whole tree as a caller sees it.
     std::vector<std::string> everything() const {
@@ -42,7 +42,7 @@ class NamingRefusalsTest : public NamingFixture {
     }
 };
 
-TEST_F(NamingRefusalsTest, NoModificationOfTheRootPassesAndEachIsReported) {
+TEST_F(NamingRefusals, NoModificationOfTheRootPassesAndEachIsReported) {
     const std::vector<std::string> before = everything();
     const CosNaming::NamingContextExt_var root = outside();
     attack(root.in(), "TMF.Class/Kelp.Vendor/factory");
@@ -56,7 +56,7 @@ TEST_F(NamingRefusalsTest, NoModificationOfTheRootPassesAndEachIsReported) {
                     "bind_new_context TMF.Class/Kelp.Vendor/factory", "new_context ", "destroy "));
 }
 
-TEST_F(NamingRefusalsTest, NoModificationOfAContextPasses) {
+TEST_F(NamingRefusals, NoModificationOfAContextPasses) {
     const std::vector<std::string> before = everything();
     const CosNaming::NamingContextExt_var root = outside();
     const CosNaming::NamingContextExt_var vendor =
@@ -67,7 +67,7 @@ TEST_F(NamingRefusalsTest, NoModificationOfAContextPasses) {
     EXPECT_EQ(refused().size(), 16u);
 }
 
-TEST_F(NamingRefusalsTest, NoModificationUnderAnyKeyPasses) {
+TEST_F(NamingRefusals, NoModificationUnderAnyKeyPasses) {
     for (const char* key : {"NameService", "DefaultNamingContext", "NamingContextExt"}) {
         const CosNaming::NamingContextExt_var root = outside(key);
         attack(root.in(), "EMS.Kind/factory.Object");
@@ -75,7 +75,7 @@ TEST_F(NamingRefusalsTest, NoModificationUnderAnyKeyPasses) {
     EXPECT_EQ(refused().size(), 24u);
 }
 
-TEST_F(NamingRefusalsTest, CannotBeFilled) {
+TEST_F(NamingRefusals, CannotBeFilled) {
     const std::vector<std::string> before = everything();
     const CosNaming::NamingContextExt_var root = outside();
     for (int i = 0; i < 200; ++i) {
@@ -85,7 +85,7 @@ TEST_F(NamingRefusalsTest, CannotBeFilled) {
     EXPECT_EQ(everything(), before);
 }
 
-TEST_F(NamingRefusalsTest, ServantThatServesAStrangerCannotChangeItEither) {
+TEST_F(NamingRefusals, ServantThatServesAStrangerCannotChangeItEither) {
     /// Calls the naming service from inside, on the thread of a caller's request.
     class Deputy : public virtual POA_CosNaming::BindingIterator {
       public:

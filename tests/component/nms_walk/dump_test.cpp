@@ -14,9 +14,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class DumpTest : public testing::Test {
+class Dump : public testing::Test {
   protected:
-    DumpTest() {
+    Dump() {
         options_.batch = 2;
         options_.file = file().string();
     }
@@ -61,7 +61,7 @@ class DumpTest : public testing::Test {
     std::string told_;
 };
 
-TEST_F(DumpTest, HasEverythingElementByElement) {
+TEST_F(Dump, HasEverythingElementByElement) {
     network_.addElements(2);
     network_.portsEach = 3;
     network_.links = 1;
@@ -79,7 +79,7 @@ TEST_F(DumpTest, HasEverythingElementByElement) {
     EXPECT_EQ(network_.iterators.destroyed, 0) << "all were read to their ends";
 }
 
-TEST_F(DumpTest, WithoutTheManagerEquipmentIsLeftOutAndThatIsTold) {
+TEST_F(Dump, WithoutTheManagerEquipmentIsOmittedWithAMessage) {
     network_.addElements(1);
     network_.portsEach = 1;
     network_.links = 0;
@@ -90,7 +90,7 @@ TEST_F(DumpTest, WithoutTheManagerEquipmentIsLeftOutAndThatIsTold) {
     EXPECT_THAT(told_, HasSubstr("no manager EquipmentInventory: equipment is left out"));
 }
 
-TEST_F(DumpTest, EquipmentThatTheManagerDoesNotImplementIsLeftOutAndThatIsToldOnce) {
+TEST_F(Dump, EquipmentThatTheManagerDoesNotImplementIsOmittedWithOneMessage) {
     network_.addElements(2);
     network_.portsEach = 1;
     network_.links = 0;
@@ -105,13 +105,13 @@ TEST_F(DumpTest, EquipmentThatTheManagerDoesNotImplementIsLeftOutAndThatIsToldOn
     EXPECT_EQ(told_.find("getAllEquipment(NE-2)"), std::string::npos);
 }
 
-TEST_F(DumpTest, EmptyNetworkIsTheEmsAlone) {
+TEST_F(Dump, EmptyNetworkIsTheEmsAlone) {
     network_.links = 0;
     EXPECT_TRUE(dump());
     EXPECT_THAT(recordsOf(file()), ElementsAre("EMS Kelp/EMS"));
 }
 
-TEST_F(DumpTest, FailedDumpKeepsWholeElementsAndCanBeContinued) {
+TEST_F(Dump, FailedDumpKeepsWholeElementsAndCanBeContinued) {
     network_.addElements(4);
     ASSERT_TRUE(dump());
     const std::string whole = contentOf(file());
@@ -140,7 +140,7 @@ TEST_F(DumpTest, FailedDumpKeepsWholeElementsAndCanBeContinued) {
     EXPECT_FALSE(std::filesystem::exists(partial()));
 }
 
-TEST_F(DumpTest, FailureWhileLinksAreReadIsGoneOnWithTheLastElement) {
+TEST_F(Dump, DumpThatFailedAmongTheLinksContinuesWithTheLastElement) {
     network_.addElements(3);
     ASSERT_TRUE(dump());
     const std::string whole = contentOf(file());
@@ -154,7 +154,7 @@ TEST_F(DumpTest, FailureWhileLinksAreReadIsGoneOnWithTheLastElement) {
     EXPECT_EQ(contentOf(file()), whole);
 }
 
-TEST_F(DumpTest, NothingIsKeptBeforeTheFirstElementIsReached) {
+TEST_F(Dump, NothingIsKeptBeforeTheFirstElementIsReached) {
     network_.addElements(5);
     network_.iterators.onNext = [](CORBA::ULong) {
         throw refusal(globaldefs::EXCPT_INTERNAL_ERROR);
@@ -165,7 +165,7 @@ TEST_F(DumpTest, NothingIsKeptBeforeTheFirstElementIsReached) {
     EXPECT_EQ(network_.iterators.destroyed, 1);
 }
 
-TEST_F(DumpTest, ElementToGoOnWithMustBeTheOneThatFollows) {
+TEST_F(Dump, ElementToContinueWithMustBeTheNextOne) {
     network_.addElements(4);
     network_.onPorts = [](const std::string& element) {
         if (element == "NE-3")
@@ -184,7 +184,7 @@ TEST_F(DumpTest, ElementToGoOnWithMustBeTheOneThatFollows) {
     EXPECT_EQ(contentOf(partial()), kept);
 }
 
-TEST_F(DumpTest, WhatIsKeptStaysWhenItCannotBeGoneOnWith) {
+TEST_F(Dump, KeptPartStaysWhenItCannotBeContinued) {
     network_.addElements(3);
     network_.onPorts = [](const std::string& element) {
         if (element == "NE-2")
@@ -201,7 +201,7 @@ TEST_F(DumpTest, WhatIsKeptStaysWhenItCannotBeGoneOnWith) {
     EXPECT_EQ(contentOf(partial()), kept) << "what is there is not lost";
 }
 
-TEST_F(DumpTest, ThereMustBeSomethingToGoOnWith) {
+TEST_F(Dump, ThereMustBeAnEarlierPartToContinue) {
     network_.addElements(3);
     options_.from = "NE-2";
     EXPECT_THROW(dump(), std::invalid_argument);
@@ -210,7 +210,7 @@ TEST_F(DumpTest, ThereMustBeSomethingToGoOnWith) {
     EXPECT_EQ(contentOf(partial()), "{\"object\":\"EMS\"}\n{\"object\":\"Mana");
 }
 
-TEST_F(DumpTest, InterruptDestroysTheIterator) {
+TEST_F(Dump, InterruptDestroysTheIterator) {
     network_.addElements(3);
     network_.onPorts = [this](const std::string& element) {
         if (element == "NE-2")
@@ -221,7 +221,7 @@ TEST_F(DumpTest, InterruptDestroysTheIterator) {
     EXPECT_THAT(task_->cutShort(), HasSubstr("go on with --from \"NE-2\""));
 }
 
-TEST_F(DumpTest, DirectoryThatIsNotThereIsTold) {
+TEST_F(Dump, MissingDirectoryIsNamed) {
     network_.addElements(1);
     options_.file = (scratch_ / "none" / "network.jsonl").string();
     try {

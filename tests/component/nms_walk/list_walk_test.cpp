@@ -117,7 +117,7 @@ TEST_F(ListWalkTest, EmptyBatchInBetweenIsNoEnd) {
     EXPECT_THAT(batchesOf(walk, 3), ElementsAre(0, 0, 0, 0, 2, 1));
 }
 
-TEST_F(ListWalkTest, IteratorThatGivesNothingForEverIsGivenUp) {
+TEST_F(ListWalkTest, IteratorThatOnlyReturnsEmptyBatchesIsGivenUp) {
     {
         Walk walk("list", 2);
         script_.mostAtOnce = 0;
@@ -126,7 +126,7 @@ TEST_F(ListWalkTest, IteratorThatGivesNothingForEverIsGivenUp) {
     EXPECT_EQ(script_.destroyed, 1);
 }
 
-TEST_F(ListWalkTest, FewerEntriesThanGetLengthSaidAreTold) {
+TEST_F(ListWalkTest, FewerEntriesThanGetLengthSaidAreReported) {
     Walk walk("list", 3);
     script_.lengthTooMuch = 2;
     batchesOf(walk, 8);
@@ -134,7 +134,7 @@ TEST_F(ListWalkTest, FewerEntriesThanGetLengthSaidAreTold) {
     EXPECT_THAT(walk.remarks(), ElementsAre("list: the EMS said there are 10 entries, but 8 came"));
 }
 
-TEST_F(ListWalkTest, MoreEntriesThanGetLengthSaidAreTold) {
+TEST_F(ListWalkTest, MoreEntriesThanGetLengthSaidAreReported) {
     Walk walk("list", 3);
     script_.lengthTooMuch = -1;
     batchesOf(walk, 8);
@@ -150,7 +150,7 @@ TEST_F(ListWalkTest, UnknownLengthIsNotAnError) {
     EXPECT_THAT(walk.remarks(), IsEmpty());
 }
 
-TEST_F(ListWalkTest, LengthThatIsRefusedIsToldAndTheWalkGoesOn) {
+TEST_F(ListWalkTest, RefusedLengthIsReportedAndTheWalkContinues) {
     Walk walk("list", 3);
     script_.noLength = globaldefs::EXCPT_NOT_IMPLEMENTED;
     EXPECT_THAT(batchesOf(walk, 8), ElementsAre(3, 3, 2));
@@ -158,14 +158,14 @@ TEST_F(ListWalkTest, LengthThatIsRefusedIsToldAndTheWalkGoesOn) {
     EXPECT_FALSE(walk.isDoubtful());
 }
 
-TEST_F(ListWalkTest, MoreThanAskedForAreUsedAndToldOnce) {
+TEST_F(ListWalkTest, MoreEntriesThanAskedForAreUsedAndReportedOnce) {
     Walk walk("list", 2);
     script_.unasked = 1;
     EXPECT_THAT(batchesOf(walk, 8), ElementsAre(2, 3, 3));
     EXPECT_THAT(walk.remarks(), ElementsAre(HasSubstr("gave 3 entries when 2 at most")));
 }
 
-TEST_F(ListWalkTest, RefusedBatchIsToldAndTheIteratorDestroyed) {
+TEST_F(ListWalkTest, RefusedBatchIsReportedAndTheIteratorDestroyed) {
     {
         Walk walk("list", 3);
         open(walk, 8);
@@ -206,7 +206,7 @@ TEST_F(ListWalkTest, EmsThatHangsIsNotWaitedForTwice) {
     EXPECT_EQ(script_.destroyed, 0);
 }
 
-TEST_F(ListWalkTest, RefusedListIsTold) {
+TEST_F(ListWalkTest, RefusedListIsReported) {
     Walk walk("list", 3);
     EXPECT_THROW(walk.open([](CORBA::ULong, auto&, auto&) {
         throw refusal(globaldefs::EXCPT_TOO_MANY_OPEN_ITERATORS);

@@ -95,7 +95,7 @@ TEST_F(NetworkListsTest, ElementsThatAreNamedAreReadInThatOrderAndOnce) {
     EXPECT_THAT(written(), ElementsAre("NE-1 /port=1"));
 }
 
-TEST_F(NetworkListsTest, ElementToBeginWithMustBeThere) {
+TEST_F(NetworkListsTest, ElementToBeginWithMustExist) {
     network_.addElements(3);
     options_.from = "NE-9";
     for (const ListKind kind : {ListKind::Elements, ListKind::Ports, ListKind::Equipment}) {
@@ -163,7 +163,7 @@ TEST_F(NetworkListsTest, FailureInTheMiddleOfAnElementSaysWhatToDrop) {
     EXPECT_EQ(network_.iterators.destroyed, 1);
 }
 
-TEST_F(NetworkListsTest, ElementThatTheEmsNoLongerHasIsLeftOutAndTold) {
+TEST_F(NetworkListsTest, ElementThatTheEmsNoLongerHasIsOmittedWithAMessage) {
     network_.addElements(3);
     network_.portsEach = 1;
     for (const auto type : {globaldefs::EXCPT_ENTITY_NOT_FOUND, globaldefs::EXCPT_NE_COMM_LOSS}) {
@@ -177,7 +177,7 @@ TEST_F(NetworkListsTest, ElementThatTheEmsNoLongerHasIsLeftOutAndTold) {
     }
 }
 
-TEST_F(NetworkListsTest, ElementThatIsListedTwiceIsReadOnceAndTold) {
+TEST_F(NetworkListsTest, ElementThatIsListedTwiceIsReadOnceWithAMessage) {
     network_.addElements(3);
     network_.elements.push_back(network_.elements.front());
     network_.portsEach = 1;
@@ -201,7 +201,7 @@ TEST_F(NetworkListsTest, ElementWithAForeignNameIsShownButItsPortsAreLeftOut) {
     EXPECT_THAT(told_, HasSubstr("NE-7"));
 }
 
-TEST_F(NetworkListsTest, LinksInSubnetworksComeTooEachOnce) {
+TEST_F(NetworkListsTest, LinksInSubnetworksAreReadOnceEach) {
     network_.links = 2;
     network_.subnetworks = {{"north", {"a", "b", "c"}}, {"south", {"c", "d"}}};
     EXPECT_TRUE(read(ListKind::Links)) << told_;
@@ -213,7 +213,7 @@ TEST_F(NetworkListsTest, LinksInSubnetworksComeTooEachOnce) {
     EXPECT_THAT(told_, HasSubstr("getAllTopologicalLinks(south): EXCPT_ENTITY_NOT_FOUND"));
 }
 
-TEST_F(NetworkListsTest, DifferenceToTheEmssOwnCountIsTold) {
+TEST_F(NetworkListsTest, DifferenceToTheEmssOwnCountIsReported) {
     network_.addElements(3);
     network_.iterators.lengthTooMuch = 1;
     EXPECT_FALSE(read(ListKind::Elements));

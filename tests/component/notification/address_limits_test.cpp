@@ -7,9 +7,9 @@ namespace {
 
 using namespace CosNotifyChannelAdmin;
 
-class AddressLimited : public ChannelFixture {
+class AddressLimits : public ChannelFixture {
   protected:
-    AddressLimited() { settings_.perAddress = {2, 1, 3, 2}; }
+    AddressLimits() { settings_.perAddress = {2, 1, 3, 2}; }
 
     /// Return the same object, called over a connection.
     template <class Interface>
@@ -28,7 +28,7 @@ class AddressLimited : public ChannelFixture {
     }
 };
 
-TEST_F(AddressLimited, ConsumersAreRefusedBeyondTheLimitUntilOneHasGone) {
+TEST_F(AddressLimits, ConsumersAreRefusedBeyondTheLimitUntilOneHasGone) {
     std::vector<ProxySupplier_var> proxies = obtainSuppliers(2);
     try {
         obtainSuppliers(1);
@@ -46,7 +46,7 @@ TEST_F(AddressLimited, ConsumersAreRefusedBeyondTheLimitUntilOneHasGone) {
     EXPECT_THROW(obtainSuppliers(1), AdminLimitExceeded);
 }
 
-TEST_F(AddressLimited, ProxiesOfAnAdminThatIsDestroyedCountNoMore) {
+TEST_F(AddressLimits, ProxiesOfADestroyedAdminNoLongerCount) {
     const EventChannel_var remote = remoteChannel();
     AdminID id = 0;
     const ConsumerAdmin_var own = remote->new_for_consumers(OR_OP, id);
@@ -60,7 +60,7 @@ TEST_F(AddressLimited, ProxiesOfAnAdminThatIsDestroyedCountNoMore) {
     EXPECT_NO_THROW(obtainSuppliers(2));
 }
 
-TEST_F(AddressLimited, SuppliersAreRefusedBeyondTheLimitUntilOneHasGone) {
+TEST_F(AddressLimits, SuppliersAreRefusedBeyondTheLimitUntilOneHasGone) {
     const SupplierAdmin_var own = suppliers();
     const SupplierAdmin_var admin = wired<SupplierAdmin>(own.in());
     ProxyID id = 0;
@@ -72,7 +72,7 @@ TEST_F(AddressLimited, SuppliersAreRefusedBeyondTheLimitUntilOneHasGone) {
     EXPECT_NO_THROW(ProxyConsumer_var(admin->obtain_notification_push_consumer(ANY_EVENT, id)));
 }
 
-TEST_F(AddressLimited, AdminsOfBothKindsCountTogetherUntilTheyAreDestroyed) {
+TEST_F(AddressLimits, AdminsOfBothKindsCountTogetherUntilTheyAreDestroyed) {
     const EventChannel_var remote = remoteChannel();
     AdminID id = 0;
     const ConsumerAdmin_var first = remote->new_for_consumers(OR_OP, id);
@@ -86,7 +86,7 @@ TEST_F(AddressLimited, AdminsOfBothKindsCountTogetherUntilTheyAreDestroyed) {
     EXPECT_NO_THROW(SupplierAdmin_var(remote->new_for_suppliers(OR_OP, id)));
 }
 
-TEST_F(AddressLimited, FiltersCountUntilTheyAreDestroyed) {
+TEST_F(AddressLimits, FiltersCountUntilTheyAreDestroyed) {
     const EventChannel_var remote = remoteChannel();
     const CosNotifyFilter::FilterFactory_var own = remote->default_filter_factory();
     const CosNotifyFilter::FilterFactory_var factory =
@@ -100,7 +100,7 @@ TEST_F(AddressLimited, FiltersCountUntilTheyAreDestroyed) {
     EXPECT_THROW(Filter_var(factory->create_filter("EXTENDED_TCL")), CORBA::NO_RESOURCES);
 }
 
-TEST_F(AddressLimited, CallersInsideTheProcessAreNotLimited) {
+TEST_F(AddressLimits, CallersInsideTheProcessAreNotLimited) {
     const EventChannel_var own = channel().reference();
     const ConsumerAdmin_var admin = own->default_consumer_admin();
     const CosNotifyFilter::FilterFactory_var factory = own->default_filter_factory();

@@ -69,7 +69,7 @@ TEST_F(Admins, ListTheirProxies) {
                  CORBA::NO_IMPLEMENT);
 }
 
-TEST_F(Admins, ThatAreDestroyedTellTheirConsumers) {
+TEST_F(Admins, ThatAreDestroyedDisconnectTheirConsumers) {
     const EventChannel_var remote = remoteChannel();
     AdminID id = 0;
     const ConsumerAdmin_var admin = remote->new_for_consumers(AND_OP, id);

@@ -46,7 +46,7 @@ TEST_F(Consumers, OfSequencesGetBatches) {
     EXPECT_THAT(consumer.names(), ElementsAre("1", "2", "3", "4", "5", "6", "7", "8"));
 }
 
-TEST_F(Consumers, OfAnyEventsGetStructuredOnesInAnAny) {
+TEST_F(Consumers, OfAnyEventsGetStructuredEventsInAnAny) {
     AnyConsumer& consumer = make<AnyConsumer>();
     const ConsumerAdmin_var admin = consumers();
     const ProxyPushSupplier_var proxy = pushProxy<ProxyPushSupplier>(admin.in(), ANY_EVENT);
@@ -101,7 +101,7 @@ TEST_F(Consumers, ThatPullGetWhatTheyAskFor) {
     EXPECT_EQ(nameOf(*unwrapped), "1");
 }
 
-TEST_F(Consumers, ThatWaitInAPullAreToldThatTheChannelStops) {
+TEST_F(Consumers, ThatWaitInAPullLearnThatTheChannelStops) {
     const ConsumerAdmin_var admin = consumers();
     ProxyID id = 0;
     const ProxySupplier_var proxy = admin->obtain_notification_pull_supplier(STRUCTURED_EVENT, id);
@@ -224,7 +224,7 @@ TEST_F(Consumers, LoseTheOldestEventsBeyondTheConfiguredQueue) {
     EXPECT_THAT(consumer.names(), ElementsAre("4", "5"));
 }
 
-TEST_F(Consumers, ThatFailHoldNobodyUp) {
+TEST_F(Consumers, ThatFailDelayNobody) {
     settings_.delivery.pushTimeout = std::chrono::milliseconds(200);
     StructuredConsumer& healthy = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var good = structuredProxy();

@@ -63,7 +63,7 @@ TEST_F(GuardedChannel, RefusesReferencesThatItMayNotCall) {
     EXPECT_TRUE(gets(consumer, 1)) << "the refused attempt has left the proxy unconnected";
 }
 
-TEST_F(GuardedChannel, RefusesEveryOperationToAnAddressWithoutPermissionButAnEnd) {
+TEST_F(GuardedChannel, RefusesEveryOperationExceptAnEndToAnAddressWithoutPermission) {
     const EventChannel_var channel = channelFrom(a_);
     const ConsumerAdmin_var consumers = consumersFrom(a_);
     const SupplierAdmin_var suppliers = suppliersFrom(a_);
@@ -234,7 +234,7 @@ TEST_F(GuardedChannel, DropsASuppliersProxyToo) {
     EXPECT_EQ(trace_.count("supplier 0/1 of 127.0.0.2 is dropped"), 1u);
 }
 
-TEST_F(GuardedChannel, AProxyStaysThatOfThePeerThatObtainedIt) {
+TEST_F(GuardedChannel, AProxyStaysWithThePeerThatObtainedIt) {
     const StructuredProxyPushSupplier_var obtained = proxyFrom(a_);
     const StructuredProxyPushSupplier_var handedOn =
         from<StructuredProxyPushSupplier>(b_, obtained.in());
@@ -300,7 +300,9 @@ TEST_F(GuardedChannel, DropsProxiesWhileEventsAndOtherCallersComeAndGo) {
     EXPECT_THAT(channel().consumers(), IsEmpty());
 }
 
-TEST_F(ChannelFixture, KeysOfItsObjectsAreRandom) {
+using ChannelObjects = ChannelFixture;
+
+TEST_F(ChannelObjects, HaveRandomKeys) {
     constexpr std::size_t kRandomBytes = 16;
     std::set<std::string> ids;
     std::size_t objects = 0;
@@ -340,7 +342,7 @@ TEST_F(ChannelFixture, KeysOfItsObjectsAreRandom) {
     }
 }
 
-TEST_F(ChannelFixture, AnotherKeyThanThatOfAnObjectFindsNone) {
+TEST_F(ChannelObjects, AreNotFoundUnderAnotherKey) {
     const EventChannel_var own = channel().reference();
     kelp::orb::ReferenceContent content;
     ASSERT_TRUE(kelp::orb::describe(orb_.orb(), own.in(), content));

@@ -74,7 +74,7 @@ TEST_F(OwnerQuotas, HoldForAdminsAndFiltersOfOneOwner) {
     EXPECT_NO_THROW(filterFrom(one_));
 }
 
-TEST_F(OwnerQuotas, OfWhatWasDroppedCountNoMore) {
+TEST_F(OwnerQuotas, DoNotCountDroppedObjects) {
     newAdminFrom(one_);
     newAdminFrom(one_);
     filterFrom(one_);

@@ -158,7 +158,7 @@ TEST_F(Owners, KeepTheirObjectsIfTheyLogInAgainAndUseAProxy) {
     EXPECT_TRUE(proxy->_non_existent());
 }
 
-TEST_F(Owners, WhoHasLoggedOutIsRefusedThoughItsAddressIsNot) {
+TEST_F(Owners, ThatHaveLoggedOutAreRefusedAlthoughTheirAddressIsNot) {
     const EventChannel_var channel = channelFrom(one_);
     const StructuredProxyPushSupplier_var proxy = proxyFrom(one_);
     AdminID id = 0;

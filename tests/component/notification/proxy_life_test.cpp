@@ -102,7 +102,7 @@ class ProxyLife : public ChannelFixture {
     std::list<PortableServer::ServantBase_var> pinned_;
 };
 
-TEST_F(ProxyLife, EndsWithTheAdminWhichTellsConsumersThatPull) {
+TEST_F(ProxyLife, EndsWithTheAdminWhichDisconnectsConsumersThatPull) {
     const EventChannel_var remoteOne = remoteChannel();
     AdminID id = 0;
     const ConsumerAdmin_var admin = remoteOne->new_for_consumers(AND_OP, id);
@@ -125,7 +125,7 @@ TEST_F(ProxyLife, EndsWithTheAdminWhichTellsConsumersThatPull) {
     EXPECT_THAT(channel().consumers(), IsEmpty());
 }
 
-TEST_F(ProxyLife, EndsWithTheAdminWhichTellsSuppliers) {
+TEST_F(ProxyLife, EndsWithTheAdminWhichDisconnectsSuppliers) {
     const EventChannel_var remoteOne = remoteChannel();
     AdminID id = 0;
     const SupplierAdmin_var admin = remoteOne->new_for_suppliers(AND_OP, id);

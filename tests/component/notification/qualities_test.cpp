@@ -115,7 +115,7 @@ TEST_F(Qualities, OfAnEventLimitItsTime) {
     EXPECT_THAT(consumer.names(), ElementsAre("lasting"));
 }
 
-TEST_F(Qualities, OfAConsumerLimitTheTimeOfEventsWithoutOneOfTheirOwn) {
+TEST_F(Qualities, OfAConsumerLimitTheTimeOfEventsWithoutATimeout) {
     StructuredConsumer& consumer = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var proxy = suspended(consumer);
     proxy->set_qos(property(Timeout, CORBA::ULongLong(1 * kMs)));
@@ -223,7 +223,7 @@ TEST_F(Qualities, OfAnEventAreValidated) {
     EXPECT_EQ(validated(property("Nonsense", CORBA::Long(5))), BAD_PROPERTY);
 }
 
-TEST_F(Qualities, ChangedByTwoAtOnceAreWhatIsAnswered) {
+TEST_F(Qualities, ChangedConcurrentlyMatchTheAnswers) {
     const EventChannel_var own = channel().reference();
     const ConsumerAdmin_var admin = own->default_consumer_admin();
     const StructuredProxyPushSupplier_var proxy(

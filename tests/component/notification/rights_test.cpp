@@ -75,7 +75,7 @@ TEST_F(Rights, CallersMayChangeTheirOwnAdmin) {
     EXPECT_NO_THROW(admin->destroy());
 }
 
-TEST_F(Rights, WhoIsNoSupplierForgesNoEvents) {
+TEST_F(Rights, CallersThatAreNoSuppliersForgeNoEvents) {
     const EventChannel_var channel = channelFrom(a_);
     const SupplierAdmin_var admin = suppliersFrom(a_);
     ProxyID proxy = 0;

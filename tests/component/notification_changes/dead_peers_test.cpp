@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(Errors, AnswersWith,
                                          Answer{"BAD_OPERATION", &fail<CORBA::BAD_OPERATION>}),
                          [](const auto& each) { return std::string(each.param.name); });
 
-TEST_F(DeadPeers, WithoutAnObjectAreToldNoMore) {
+TEST_F(DeadPeers, WithoutAnObjectAreNoLongerNotified) {
     const TraceCapture trace;
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = connected(consumer);
@@ -102,7 +102,7 @@ class PlainConsumer final : public POA_CosEventComm::PushConsumer, public Receiv
     void disconnect_push_consumer() override { end(); }
 };
 
-TEST_F(DeadPeers, WithoutTheOperationAreToldNoMore) {
+TEST_F(DeadPeers, WithoutTheOperationAreNoLongerNotified) {
     const TraceCapture trace;
     PlainConsumer& consumer = make<PlainConsumer>();
     const ConsumerAdmin_var admin = consumers();
@@ -118,7 +118,7 @@ TEST_F(DeadPeers, WithoutTheOperationAreToldNoMore) {
     EXPECT_TRUE(gets(consumer, 2));
 }
 
-TEST_F(DeadPeers, ThatSupplyAreToldNoMore) {
+TEST_F(DeadPeers, ThatSupplyAreNoLongerNotified) {
     const TraceCapture trace;
     StructuredSupplier& failing = make<StructuredSupplier>();
     failing.answer = &fail<CORBA::NO_IMPLEMENT>;

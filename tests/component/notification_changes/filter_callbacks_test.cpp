@@ -57,7 +57,7 @@ class FilterCallbacks : public ChangesFixture {
     Callback& callback_ = make<Callback>();
 };
 
-TEST_F(FilterCallbacks, AreToldWhenConstraintsAreAddedChangedAndRemoved) {
+TEST_F(FilterCallbacks, AreNotifiedWhenConstraintsAreAddedChangedAndRemoved) {
     attach(callback_);
     const ConstraintID first = add({"A", "B"});
     ASSERT_TRUE(callback_.isTold(1));
@@ -75,7 +75,7 @@ TEST_F(FilterCallbacks, AreToldWhenConstraintsAreAddedChangedAndRemoved) {
                     Notice{kNone, {"d/B", "d/C"}}, Notice{kNone, {"d/A", "d/D"}}));
 }
 
-TEST_F(FilterCallbacks, AreToldThatADestroyedFilterHasNoTypes) {
+TEST_F(FilterCallbacks, AreNotifiedThatADestroyedFilterHasNoTypes) {
     add({"A"});
     attach(callback_);
     filter_->destroy();
@@ -83,7 +83,7 @@ TEST_F(FilterCallbacks, AreToldThatADestroyedFilterHasNoTypes) {
     EXPECT_THAT(callback_.notices(), ElementsAre(Notice{kNone, {"d/A"}}));
 }
 
-TEST_F(FilterCallbacks, AreToldOfEveryTypeByItsOneName) {
+TEST_F(FilterCallbacks, AreNotifiedOfEveryTypeByOneName) {
     attach(callback_);
     add({"A"});
     ASSERT_TRUE(callback_.isTold(1));
@@ -101,7 +101,7 @@ TEST_F(FilterCallbacks, AreToldOfEveryTypeByItsOneName) {
                             Notice{kAll, {"d/A"}}, Notice{{"d/A", "d/B"}, kAll}));
 }
 
-TEST_F(FilterCallbacks, AreNotToldOfConstraintsForTheSameTypes) {
+TEST_F(FilterCallbacks, AreNotNotifiedOfConstraintsForTheSameTypes) {
     attach(callback_);
     const ConstraintID first = add({"A"});
     ASSERT_TRUE(callback_.isTold(1));
@@ -114,7 +114,7 @@ TEST_F(FilterCallbacks, AreNotToldOfConstraintsForTheSameTypes) {
     EXPECT_THAT(callback_.notices(), ElementsAre(Notice{{"d/A"}, kNone}, Notice{{"d/B"}, kNone}));
 }
 
-TEST_F(FilterCallbacks, AreListedAndToldUntilTheyAreDetached) {
+TEST_F(FilterCallbacks, AreListedAndNotifiedUntilTheyAreDetached) {
     EXPECT_THAT(callbacks(), IsEmpty());
     Callback& other = make<Callback>();
     const CallbackID first = attach(callback_);

@@ -14,7 +14,7 @@ using testing::IsEmpty;
 
 class Offers : public ChangesFixture {};
 
-TEST_F(Offers, AreToldToAConsumerThatHasAskedForTheList) {
+TEST_F(Offers, AreSentToAConsumerThatHasAskedForTheList) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = structuredProxy();
     connectTo(out, consumer);
@@ -29,7 +29,7 @@ TEST_F(Offers, AreToldToAConsumerThatHasAskedForTheList) {
     EXPECT_EQ(offered(out, ALL_NOW_UPDATES_ON), Names({"d/B", "d/C"}));
 }
 
-TEST_F(Offers, AreToldToAConsumerThatHasAskedForChangesOnly) {
+TEST_F(Offers, AreSentToAConsumerThatHasAskedForChangesOnly) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = structuredProxy();
     connectTo(out, consumer);
@@ -43,7 +43,7 @@ TEST_F(Offers, AreToldToAConsumerThatHasAskedForChangesOnly) {
 
 // Peers are called in turns. The consumer that is notified is called after the others would have
 // been.
-TEST_F(Offers, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
+TEST_F(Offers, AreNotSentUnrequestedNorAfterUpdatesWereSwitchedOff) {
     StructuredNoted& neverAsked = make<StructuredNoted>();
     connectTo(structuredProxy(), neverAsked);
     StructuredNoted& listOnly = make<StructuredNoted>();
@@ -68,7 +68,7 @@ TEST_F(Offers, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
     EXPECT_THAT(offOnly.notices(), ElementsAre(Notice{{"d/C"}, kNone}));
 }
 
-TEST_F(Offers, ThatChangedBetweenAskingAndConnectingAreToldToo) {
+TEST_F(Offers, ThatChangedBetweenAskingAndConnectingAreSentToo) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = structuredProxy();
     EXPECT_EQ(offered(out, ALL_NOW_UPDATES_ON), kAll);
@@ -99,7 +99,7 @@ TEST_F(Offers, OfTwoSuppliersEndWithTheLastOne) {
                 ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/B"}, kNone}, Notice{kNone, {"d/A"}}));
 }
 
-TEST_F(Offers, GoWithTheirProxyOrAdmin) {
+TEST_F(Offers, EndWithTheirProxyOrAdmin) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = connected(consumer);
     const EventChannel_var remote = remoteChannel();
@@ -124,7 +124,7 @@ TEST_F(Offers, GoWithTheirProxyOrAdmin) {
     EXPECT_EQ(offered(out, ALL_NOW_UPDATES_OFF), kAll);
 }
 
-TEST_F(Offers, ThatChangeNothingTogetherAreNotTold) {
+TEST_F(Offers, ThatCancelOutAreNotSent) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = connected(consumer);
     const IntakeProxy in = intake();
@@ -156,7 +156,7 @@ class PullNoted final : public NotedConsumer<POA_CosNotifyComm::StructuredPullCo
     void disconnect_structured_pull_consumer() override {}
 };
 
-TEST_F(Offers, AreToldToConsumersOfEveryKind) {
+TEST_F(Offers, AreSentToConsumersOfEveryKind) {
     const ConsumerAdmin_var admin = consumers();
     SequenceNoted& sequence = make<SequenceNoted>();
     const auto sequenceProxy = SequenceProxyPushSupplier_var(
@@ -192,7 +192,7 @@ TEST_F(Offers, AreToldToConsumersOfEveryKind) {
     }
 }
 
-TEST_F(Offers, ThatChangeWhileAConsumerIsToldAreOneNotice) {
+TEST_F(Offers, ThatChangeDuringANoticeAreSentInOneNotice) {
     std::promise<void> open;
     const std::shared_future<void> gate = open.get_future().share();
     StructuredNoted& consumer = make<StructuredNoted>();
@@ -214,7 +214,7 @@ TEST_F(Offers, ThatChangeWhileAConsumerIsToldAreOneNotice) {
 }
 
 // Neither the supplier's call nor any lock waits for the consumer.
-TEST_F(Offers, AreToldWhileTheConsumerCallsTheChannel) {
+TEST_F(Offers, AreSentWhileTheConsumerCallsTheChannel) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = structuredProxy();
     const IntakeProxy in = intake();
@@ -233,7 +233,7 @@ TEST_F(Offers, AreToldWhileTheConsumerCallsTheChannel) {
     EXPECT_THAT(consumer.notices(), ElementsAre(Notice{{"d/A"}, kAll}, Notice{{"d/B"}, kNone}));
 }
 
-TEST_F(Offers, AsTheyWereToldAddUpToTheListAtAnyTime) {
+TEST_F(Offers, AsSentAddUpToTheListAtAnyTime) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = structuredProxy();
     connectTo(out, consumer);

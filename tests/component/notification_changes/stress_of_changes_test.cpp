@@ -81,7 +81,7 @@ class StressOfChanges : public ChangesFixture {
     }
 };
 
-TEST_F(StressOfChanges, LeavesThosePeersWhoStayWithTheWholeTruth) {
+TEST_F(StressOfChanges, LeavesRemainingPeersWithTheCompleteTypes) {
     StructuredNoted& consumer = make<StructuredNoted>();
     const PushProxy out = structuredProxy();
     connectTo(out, consumer);

@@ -53,7 +53,7 @@ TEST_F(Subscriptions, AreThoseOfTheProxyWithinThoseOfItsAdmin) {
     EXPECT_EQ(all(in), kNone);
 }
 
-TEST_F(Subscriptions, AreToldToASupplierThatHasAskedForTheList) {
+TEST_F(Subscriptions, AreSentToASupplierThatHasAskedForTheList) {
     StructuredSupplier& supplier = make<StructuredSupplier>();
     const IntakeProxy in = intake();
     connectTo(in, supplier);
@@ -72,7 +72,7 @@ TEST_F(Subscriptions, AreToldToASupplierThatHasAskedForTheList) {
                                                 Notice{{"d/B"}, kNone}, Notice{kNone, {"d/B"}}));
 }
 
-TEST_F(Subscriptions, ThatChangeNothingTogetherAreNotTold) {
+TEST_F(Subscriptions, ThatCancelOutAreNotSent) {
     StructuredSupplier& supplier = make<StructuredSupplier>();
     const IntakeProxy in = connected(supplier);
     const PushProxy one = structuredProxy();
@@ -90,7 +90,7 @@ TEST_F(Subscriptions, ThatChangeNothingTogetherAreNotTold) {
 
 // Peers are called in turns. The supplier that is notified is called after the others would have
 // been.
-TEST_F(Subscriptions, AreNotToldUnaskedNorAfterUpdatesWereSwitchedOff) {
+TEST_F(Subscriptions, AreNotSentUnrequestedNorAfterUpdatesWereSwitchedOff) {
     const kelp::test::TraceCapture trace;
     StructuredSupplier& neverAsked = make<StructuredSupplier>();
     const IntakeProxy quiet = intake();
@@ -138,7 +138,7 @@ class AnySupplier final : public NotedSubscriber<POA_CosNotifyComm::PushSupplier
     void disconnect_push_supplier() override {}
 };
 
-TEST_F(Subscriptions, AreToldToSuppliersOfEveryKind) {
+TEST_F(Subscriptions, AreSentToSuppliersOfEveryKind) {
     const SupplierAdmin_var admin = suppliers();
     SequenceSupplier& sequence = make<SequenceSupplier>();
     const auto sequenceProxy = SequenceProxyPushConsumer_var(

@@ -101,7 +101,7 @@ class DeliveryFaults : public testing::Test {
     std::shared_ptr<Receiving> receiver_;
 };
 
-TEST_F(DeliveryFaults, OfAnEventThatIsOfferedLoseAtMostThatOneAndSayIt) {
+TEST_F(DeliveryFaults, OfAnOfferedEventLoseAtMostThatEventAndReportIt) {
     withEachAllocationFailing([this](int nth) {
         constexpr int kEvents = 60;  // more than fit into one block of a queue
         std::vector<EventPtr> events;

@@ -53,7 +53,7 @@ class ProxyFaults : public ChannelFixture {
     PortableServer::ServantBase_var supplierAdminPin_;
 };
 
-TEST_F(ProxyFaults, LeaveNoHalfOfAConsumersProxy) {
+TEST_F(ProxyFaults, LeaveNoIncompleteConsumerProxy) {
     withEachAllocationFailing([this](int nth) {
         ProxySupplier_var made;
         const bool failed = failsWith(nth, [&] {
@@ -74,7 +74,7 @@ TEST_F(ProxyFaults, LeaveNoHalfOfAConsumersProxy) {
         << "the one place is free again";
 }
 
-TEST_F(ProxyFaults, LeaveNoHalfOfASuppliersProxy) {
+TEST_F(ProxyFaults, LeaveNoIncompleteSupplierProxy) {
     withEachAllocationFailing([this](int nth) {
         ProxyConsumer_var made;
         const bool failed = failsWith(nth, [&] {
@@ -95,7 +95,7 @@ TEST_F(ProxyFaults, LeaveNoHalfOfASuppliersProxy) {
         ProxyConsumer_var(supplierAdmin_->obtain_notification_push_consumer(ANY_EVENT, id)));
 }
 
-TEST_F(ProxyFaults, DoNotKeepAProxyFromItsEnd) {
+TEST_F(ProxyFaults, DoNotPreventTheEndOfAProxy) {
     withEachAllocationFailing([this](int nth) {
         StructuredConsumer& consumer = make<StructuredConsumer>();
         const StructuredProxyPushSupplier_var proxy = structuredProxy();

@@ -77,7 +77,7 @@ TEST_F(CostlyFilters, KeepTheOrderOfEvents) {
         << "each event meets the filters that there were when it came";
 }
 
-TEST_F(CostlyFilters, PassWhenTheyAreWithinTheirBudgetOnly) {
+TEST_F(CostlyFilters, PassOnlyWithinTheirBudget) {
     settings_.perOwner.evaluationCost = 200;
     StructuredConsumer& consumer = make<StructuredConsumer>();
     const StructuredProxyPushSupplier_var proxy = structuredProxy();

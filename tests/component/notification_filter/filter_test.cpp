@@ -154,7 +154,7 @@ TEST_F(Filters, AreGoneWhenDestroyed) {
     EXPECT_TRUE(kelp::test::waitUntil([&] { return chosen->_non_existent(); }));
 }
 
-TEST_F(Filters, HaveNoRoomForThousandsOfConstraints) {
+TEST_F(Filters, RefuseThousandsOfConstraints) {
     const Filter_var chosen = filter();
     ConstraintExpSeq many;
     many.length(201);

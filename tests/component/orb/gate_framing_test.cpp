@@ -138,7 +138,7 @@ TEST_F(GateFraming, AnswersAnOlderRequestInFragments) {
     }
 }
 
-TEST_F(GateFraming, HoldsAFragmentAfterACompletedRequestBack) {
+TEST_F(GateFraming, HoldsBackAFragmentAfterACompletedRequest) {
     for (int round = 0; round < 50; ++round) {
         const RawConnection connection(orb_.port());
         connection.send(requestMessage(ping(1)) +

@@ -61,7 +61,7 @@ std::size_t threadCount() {
     return 0;
 }
 
-class GateLimitsTest : public testing::Test {
+class GateLimits : public testing::Test {
   protected:
     void start(const std::function<void(kelp::orb::OrbOptions&)>& change = [](auto&) {}) {
         kelp::orb::OrbOptions options = loopbackOptions();
@@ -95,7 +95,7 @@ class GateLimitsTest : public testing::Test {
     GiopRequest request_;
 };
 
-TEST_F(GateLimitsTest, AForeignAddressIsClosedBeforeItIsHeard) {
+TEST_F(GateLimits, ConnectionFromAForeignAddressIsClosedBeforeItIsRead) {
     start();
     for (int i = 0; i < 100; ++i) {
         const RawConnection foreign = from(Policy::kForeign);
@@ -107,7 +107,7 @@ TEST_F(GateLimitsTest, AForeignAddressIsClosedBeforeItIsHeard) {
     expectServedAsBefore();
 }
 
-TEST_F(GateLimitsTest, IdleConnectionsTakeNoThreads) {
+TEST_F(GateLimits, IdleConnectionsTakeNoThreads) {
     start();
     expectServedAsBefore();
     const std::size_t before = threadCount();
@@ -120,7 +120,7 @@ TEST_F(GateLimitsTest, IdleConnectionsTakeNoThreads) {
     EXPECT_LT(threadCount(), before + 20);
 }
 
-TEST_F(GateLimitsTest, AConnectionTooManyTakesThePlaceOfOneThatBroughtNothing) {
+TEST_F(GateLimits, ConnectionAboveTheLimitReplacesOneThatSentNothing) {
     start([](auto& options) { options.gateLimits.connectionsPerAddressMax = 10; });
     const RawConnection used = from(Policy::kStranger);
     expectServed(used);
@@ -134,7 +134,7 @@ TEST_F(GateLimitsTest, AConnectionTooManyTakesThePlaceOfOneThatBroughtNothing) {
     expectServedAsBefore();
 }
 
-TEST_F(GateLimitsTest, PlacesAreReservedForAddressesWithALogin) {
+TEST_F(GateLimits, PlacesAreReservedForAddressesWithALogin) {
     start([](auto& options) {
         options.gateLimits.connectionsMax = 20;
         options.gateLimits.connectionsReserved = 10;
@@ -154,7 +154,7 @@ TEST_F(GateLimitsTest, PlacesAreReservedForAddressesWithALogin) {
     }
 }
 
-TEST_F(GateLimitsTest, TheIdlestConnectionWithoutALoginMakesRoomForAnNms) {
+TEST_F(GateLimits, TheIdlestConnectionWithoutALoginMakesRoomForAnNms) {
     start([](auto& options) {
         options.gateLimits.connectionsMax = 20;
         options.gateLimits.connectionsReserved = 0;
@@ -179,7 +179,7 @@ TEST_F(GateLimitsTest, TheIdlestConnectionWithoutALoginMakesRoomForAnNms) {
                             [](const RawConnection& each) { return !each.isSilentFor(0); }));
 }
 
-TEST_F(GateLimitsTest, LargeMessagesTakeALogin) {
+TEST_F(GateLimits, LargeMessagesNeedALogin) {
     start();
     const RawConnection nms = from(Policy::kNms);
     nms.send(requestMessage(largeRequest(200000)));
@@ -193,7 +193,7 @@ TEST_F(GateLimitsTest, LargeMessagesTakeALogin) {
     EXPECT_EQ(policy_.refusals("127.0.0.2: message too large before log-in"), 1);
 }
 
-TEST_F(GateLimitsTest, LocateRequestsAreLimitedForTheAddress) {
+TEST_F(GateLimits, LocateRequestsAreLimitedForTheAddress) {
     start([](auto& options) { options.gateLimits.locatesPerSecondBeforeLogin = 20; });
     const RawConnection stranger = from(Policy::kStranger);
     for (int i = 0; i < 200; ++i)
@@ -207,7 +207,7 @@ TEST_F(GateLimitsTest, LocateRequestsAreLimitedForTheAddress) {
     }
 }
 
-TEST_F(GateLimitsTest, SlowPeersAreClosed) {
+TEST_F(GateLimits, SlowPeersAreClosed) {
     start([](auto& options) { options.gateLimits.headerTimeout = milliseconds(300); });
     std::vector<RawConnection> slow;
     slow.push_back(from(Policy::kNms));  // sends nothing
@@ -226,7 +226,7 @@ TEST_F(GateLimitsTest, SlowPeersAreClosed) {
     expectServed(idle);
 }
 
-TEST_F(GateLimitsTest, AMessageThatArrivesSlowlyButSteadilyIsServed) {
+TEST_F(GateLimits, AMessageThatArrivesSlowlyButSteadilyIsServed) {
     start([](auto& options) {
         options.gateLimits.headerTimeout = milliseconds(1500);
         options.gateLimits.inputRateMin = 10;
@@ -242,7 +242,7 @@ TEST_F(GateLimitsTest, AMessageThatArrivesSlowlyButSteadilyIsServed) {
     EXPECT_TRUE(steady.receive());
 }
 
-TEST_F(GateLimitsTest, APeerThatDoesNotReadIsClosed) {
+TEST_F(GateLimits, APeerThatDoesNotReadIsClosed) {
     start([](auto& options) { options.replyTimeout = milliseconds(300); });
     PortableServer::ObjectId largeId;
     largeId.length(16 << 20);
@@ -273,7 +273,7 @@ TEST_F(GateLimitsTest, APeerThatDoesNotReadIsClosed) {
     }));
 }
 
-TEST_F(GateLimitsTest, UnfinishedInputSharesOneBudget) {
+TEST_F(GateLimits, UnfinishedInputSharesOneBudget) {
     start([](auto& options) { options.gateLimits.unfinishedBytesMax = std::size_t{4} << 20; });
     std::vector<RawConnection> connections;
     const std::string large = requestMessage(largeRequest(std::size_t{3} << 20));
@@ -293,7 +293,7 @@ TEST_F(GateLimitsTest, UnfinishedInputSharesOneBudget) {
 
 // the sanitizers keep freed memory for a while
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_F(GateLimitsTest, MemoryOfLargeMessagesGoesBackToTheSystem) {
+TEST_F(GateLimits, MemoryOfLargeMessagesGoesBackToTheSystem) {
     start();
     expectServedAsBefore();
     const std::size_t before = residentKiB();
@@ -327,7 +327,7 @@ class Descriptors {
     rlimit before_{};
 };
 
-TEST_F(GateLimitsTest, HalfOfTheDescriptorsAreLeftToOthers) {
+TEST_F(GateLimits, HalfOfTheDescriptorsAreLeftToOthers) {
     const Descriptors few(400);
     start([](auto& options) { options.gateLimits.connectionsReserved = 0; });
     std::vector<RawConnection> connections;
@@ -350,7 +350,7 @@ TEST_F(GateLimitsTest, HalfOfTheDescriptorsAreLeftToOthers) {
     }
 }
 
-TEST_F(GateLimitsTest, WithoutDescriptorsItTurnsAwayWhoeverConnectsAndRecovers) {
+TEST_F(GateLimits, WithoutDescriptorsConnectionsAreRefusedUntilSomeAreFree) {
     start();
     const RawConnection served = from(Policy::kNms);
     expectServed(served);

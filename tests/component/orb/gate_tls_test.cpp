@@ -123,7 +123,7 @@ TEST_F(GateTls, AnswersARequestInManyRecords) {
     EXPECT_EQ(answers(client, 1), std::vector<std::uint32_t>{7});
 }
 
-TEST_F(GateTls, TakesMessagesLargerThanARecordBothWays) {
+TEST_F(GateTls, PassesMessagesLargerThanARecordBothWays) {
     const RunningOrb orb(nullptr, options());
     SessionObject session(orb);
     GiopRequest request;

@@ -81,7 +81,7 @@ std::string operationNow() {
     return operation.in();
 }
 
-TEST_F(Hook, IsAskedBeforeAndToldAfterTheServant) {
+TEST_F(Hook, IsCalledBeforeAndAfterTheServant) {
     SessionObject session(orb_, [this] { hook_.note("servant"); });
     session.remote()->ping();
     ASSERT_TRUE(hook_.hasEvents(4));
@@ -186,7 +186,7 @@ TEST_F(Hook, ThatThrowsAUserExceptionGivesTheCallerUnknown) {
     expectUnknown(hook_, orb_, PortableServer::POA::WrongPolicy());
 }
 
-TEST_F(Hook, IsToldOfTheEndOfAServantThatThrows) {
+TEST_F(Hook, SeesTheEndOfAServantThatThrows) {
     SessionObject session(orb_, [] { throw CORBA::BAD_PARAM(3, CORBA::COMPLETED_YES); });
     EXPECT_THROW(session.remote()->ping(), CORBA::BAD_PARAM);
     ASSERT_TRUE(hook_.hasEvents(3));
@@ -194,7 +194,7 @@ TEST_F(Hook, IsToldOfTheEndOfAServantThatThrows) {
                 ElementsAre("received ping", "dispatching ping", "finished ping: BAD_PARAM"));
 }
 
-TEST_F(Hook, IsToldOfTheEndOfAServantThatThrowsAStandardException) {
+TEST_F(Hook, SeesTheEndOfAServantThatThrowsAStandardException) {
     SessionObject session(orb_, [] { throw std::runtime_error("servant"); });
     EXPECT_THROW(session.remote()->ping(), CORBA::UNKNOWN);
     ASSERT_TRUE(hook_.hasEvents(3));
@@ -209,7 +209,7 @@ TEST_F(Hook, SeesRequestsForUnknownObjectsOnce) {
                                             "undelivered _non_existent: OBJECT_NOT_EXIST"));
 }
 
-TEST_F(Hook, IsToldOfAnUnknownOperation) {
+TEST_F(Hook, SeesAnUnknownOperation) {
     SessionObject session(orb_);
     const CORBA::Object_var remote = orb_.overTheWire(session.inProcess());
     CORBA::Request_var request = remote->_request("reboot");
@@ -225,7 +225,7 @@ TEST_F(Hook, IsToldOfAnUnknownOperation) {
                 ElementsAre("received reboot", "undelivered reboot: BAD_OPERATION"));
 }
 
-TEST_F(Hook, IsToldOfAOnewayRequestForAnUnknownObject) {
+TEST_F(Hook, SeesAOnewayRequestForAnUnknownObject) {
     const CORBA::Object_var nobody = orb_.overTheWireByKey("Nobody");
     const nmsSession::NmsSession_I_var gone =
         nmsSession::NmsSession_I::_unchecked_narrow(nobody.in());

@@ -47,20 +47,20 @@ class HostileReplies : public testing::Test {
     }
 };
 
-TEST_F(HostileReplies, AFragmentAfterACompleteReply) {
+TEST_F(HostileReplies, MayHaveAFragmentAfterTheirEnd) {
     call([](std::uint32_t number, unsigned) -> Answer {
         return {giopReply(number, 0, kTrue) + fragment(number, "more") +
                 fragment(number, "more", true)};
     });
 }
 
-TEST_F(HostileReplies, HalfAReplyAndAClose) {
+TEST_F(HostileReplies, MayBeCutOff) {
     call([](std::uint32_t number, unsigned) -> Answer {
         return {giopReply(number, 0, kTrue).substr(0, 20), true};
     });
 }
 
-TEST_F(HostileReplies, FragmentsWithoutANumber) {
+TEST_F(HostileReplies, MayHaveFragmentsWithoutANumber) {
     for (std::size_t octets = 0; octets < 5; ++octets) {
         call([octets](std::uint32_t number, unsigned) -> Answer {
             const std::string content = littleEndian(100000) + std::string(4, 'x');
@@ -75,7 +75,7 @@ TEST_F(HostileReplies, FragmentsWithoutANumber) {
 /// With the octets that an earlier fragment had left in its buffer, the ORB took a fragment without
 /// a request id for a part of the reply. The size of its content was negative, so the ORB read far
 /// beyond the buffer.
-TEST_F(HostileReplies, FragmentsWithoutANumberAfterOthersWithOne) {
+TEST_F(HostileReplies, MayHaveFragmentsWithoutANumberAfterOthersWithOne) {
     for (std::size_t octets = 0; octets < 4; ++octets) {
         call([octets](std::uint32_t number, unsigned) -> Answer {
             std::string answer =
@@ -89,14 +89,14 @@ TEST_F(HostileReplies, FragmentsWithoutANumberAfterOthersWithOne) {
     }
 }
 
-TEST_F(HostileReplies, AReplyWithoutANumber) {
+TEST_F(HostileReplies, MayHaveNoNumber) {
     for (std::size_t octets = 0; octets < 12; ++octets)
         call([octets](std::uint32_t number, unsigned) -> Answer {
             return {giopMessage(Giop::Reply, replyBody(number, 0, "").substr(0, octets))};
         });
 }
 
-TEST_F(HostileReplies, ARequestOnOurConnection) {
+TEST_F(HostileReplies, MayBeRequestsInstead) {
     call([](std::uint32_t number, unsigned) -> Answer {
         return {giopMessage(Giop::Request, littleEndian(number) + std::string(60, '\0')) +
                 giopReply(number, 0, kTrue)};
@@ -107,7 +107,7 @@ TEST_F(HostileReplies, ARequestOnOurConnection) {
     });
 }
 
-TEST_F(HostileReplies, RepliesToOtherCalls) {
+TEST_F(HostileReplies, MayAnswerOtherCalls) {
     call([](std::uint32_t number, unsigned) -> Answer {
         std::string answer;
         for (std::uint32_t i = 1; i < 100; ++i)
@@ -116,7 +116,7 @@ TEST_F(HostileReplies, RepliesToOtherCalls) {
     });
 }
 
-TEST_F(HostileReplies, TwoRepliesToOneCall) {
+TEST_F(HostileReplies, MayAnswerACallTwice) {
     call([](std::uint32_t number, unsigned) -> Answer {
         return {giopMessage(Giop::Reply, replyBody(number, 0, ""), true) +
                 giopReply(number, 0, kTrue)};
@@ -126,7 +126,7 @@ TEST_F(HostileReplies, TwoRepliesToOneCall) {
     });
 }
 
-TEST_F(HostileReplies, OtherVersions) {
+TEST_F(HostileReplies, MayHaveAnotherVersion) {
     for (const char minor : {'\0', '\1', '\3', '\x7f'})
         call([minor](std::uint32_t number, unsigned) -> Answer {
             std::string answer = giopReply(number, 0, kTrue);
@@ -135,7 +135,7 @@ TEST_F(HostileReplies, OtherVersions) {
         });
 }
 
-TEST_F(HostileReplies, AnEndlessReply) {
+TEST_F(HostileReplies, MayBeEndless) {
     call([](std::uint32_t number, unsigned) -> Answer {
         std::string answer =
             giopMessage(Giop::Reply, replyBody(number, 2, littleEndian(0x7fffffff)), true);
@@ -145,7 +145,7 @@ TEST_F(HostileReplies, AnEndlessReply) {
     });
 }
 
-TEST_F(HostileReplies, ASizeOfFourGigabytes) {
+TEST_F(HostileReplies, MayClaimFourGigabytes) {
     call([](std::uint32_t number, unsigned) -> Answer {
         std::string answer = giopReply(number, 0, kTrue);
         answer.replace(8, 4, 4, '\xff');
@@ -153,14 +153,14 @@ TEST_F(HostileReplies, ASizeOfFourGigabytes) {
     });
 }
 
-TEST_F(HostileReplies, AnExceptionWithAGiantName) {
+TEST_F(HostileReplies, MayHoldAnExceptionWithAGiantName) {
     for (const std::uint32_t status : {1u, 2u})
         call([status](std::uint32_t number, unsigned) -> Answer {
             return {giopReply(number, status, littleEndian(0xffffffff) + kSystemException)};
         });
 }
 
-TEST_F(HostileReplies, RepliesChangedAtRandom) {
+TEST_F(HostileReplies, MayBeChangedAtRandom) {
     std::mt19937 random(10);
     const auto below = [&](std::size_t limit) { return random() % limit; };
     for (int round = 0; round < 40; ++round) {

@@ -76,7 +76,7 @@ TEST(Lifecycle, ManyOrbsOneAfterAnotherServeCalls) {
     }
 }
 
-TEST(Lifecycle, ASecondOrbBesideTheFirstIsRefused) {
+TEST(Lifecycle, ASecondOrbNextToTheFirstIsRefused) {
     CountingHook hook;
     RunningOrb orb(&hook);
     CountingHook other;
@@ -329,7 +329,7 @@ TEST(Lifecycle, LargeMessagesPassUpToTheLimit) {
     EXPECT_NO_THROW(session.remote()->ping());
 }
 
-TEST(Servants, TellTheirMostDerivedInterface) {
+TEST(Servants, ReportTheirMostDerivedInterface) {
     const RunningOrb orb;
     SessionObject session(orb);
     EXPECT_EQ(kelp::orb::repositoryId(&session.servant()),

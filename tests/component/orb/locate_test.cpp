@@ -125,7 +125,7 @@ TEST_P(Locate, FindsPersistentAndWellKnownObjects) {
     EXPECT_EQ(locate("Unknown"), LocateStatus::UnknownObject);
 }
 
-TEST_P(Locate, DoesNotTellWhichPoasExist) {
+TEST_P(Locate, DoesNotRevealWhichPoasExist) {
     const std::string known = keyOfId("known");
     // the 8 octets of this life of the POA, after FF "top" FE
     const std::string life = known.substr(5, 8);
@@ -196,7 +196,7 @@ CORBA::ULong minorOf(const RunningOrb& orb, const std::string& key) {
     return 0;
 }
 
-TEST_P(Locate, RequestsDoNotTellWhichPoasExist) {
+TEST_P(Locate, RequestsDoNotRevealWhichPoasExist) {
     const std::string life = keyOfId("known").substr(5, 8);
     const CORBA::ULong unknown = minorOf(orb_, "\xffnone\xfe" + life + "\0known"s);
     for (const std::string& key : {

@@ -128,13 +128,13 @@ TEST_F(Timeouts, OfTheProcessHoldWhereAThreadHasNone) {
     EXPECT_TRUE(setProcessTimeout(0ms));
 }
 
-TEST_F(Timeouts, OfAThreadGoBeforeThatOfTheProcess) {
+TEST_F(Timeouts, OfAThreadOverrideThatOfTheProcess) {
     setProcessTimeout(60s);
     setThreadTimeout(100ms);
     EXPECT_EQ(callOf(orb_, deaf_.corbaloc()).text, "TIMEOUT");
 }
 
-TEST_F(Timeouts, OfAScopeGiveWayToTheOnesBefore) {
+TEST_F(Timeouts, OfAScopeRestoreTheOnesBefore) {
     EXPECT_TRUE(setThreadTimeout(400ms));
     {
         const ScopedThreadTimeout scope(50ms);

@@ -45,7 +45,7 @@ TEST_F(Tls, AloneIsTheOnlyAddressInReferencesAndServesCalls) {
     EXPECT_NE(peer.port, 0);
 }
 
-TEST_F(Tls, StandsBesideThePlainAddress) {
+TEST_F(Tls, IsListedNextToThePlainAddress) {
     OrbOptions options = tlsOptions();
     options.listen = {"127.0.0.1:0"};
     const RunningOrb orb(nullptr, options);
@@ -120,13 +120,13 @@ bool handshakes(const RunningOrb& orb, const std::string& authority,
     return TlsClient(orb.hostAndPort(), authority, certificate).handshakes();
 }
 
-TEST_F(Tls, WantsACertificateOfTheClient) {
+TEST_F(Tls, RequiresAClientCertificate) {
     const RunningOrb orb(nullptr, tlsOptions());
     EXPECT_TRUE(handshakes(orb, certificates_.authority(), certificates_.issue("nms")));
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), ""));
 }
 
-TEST_F(Tls, TakesAClientWithoutCertificateWhereThatIsAllowed) {
+TEST_F(Tls, AcceptsAClientWithoutACertificateWhereThatIsAllowed) {
     OrbOptions options = tlsOptions();
     options.tlsRequirePeerCertificate = false;
     const RunningOrb orb(nullptr, options);
@@ -144,13 +144,13 @@ TEST_F(Tls, RefusesACertificateOfAnotherAuthority) {
     }
 }
 
-TEST_F(Tls, RefusesAClientWhoseCertificateHasEndedOrNotBegun) {
+TEST_F(Tls, RefusesAClientWhoseCertificateIsExpiredOrNotYetValid) {
     const RunningOrb orb(nullptr, tlsOptions());
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueExpired("old")));
     EXPECT_FALSE(handshakes(orb, certificates_.authority(), certificates_.issueNotYetValid("new")));
 }
 
-TEST_F(Tls, EveryConnectionShowsItsCertificateAnew) {
+TEST_F(Tls, EveryConnectionShowsItsCertificateAgain) {
     const RunningOrb orb(nullptr, tlsOptions());
     const TlsClient client(orb.hostAndPort(), certificates_.authority(),
                            certificates_.issue("nms"));
@@ -166,7 +166,7 @@ TEST_F(Tls, TracesWhomItRefusesAndWhy) {
         "is refused: certificate expired, its certificate: certificate has expired"));
 }
 
-TEST_F(Tls, SpeaksSuitesWithForwardSecrecyAlone) {
+TEST_F(Tls, UsesOnlySuitesWithForwardSecrecy) {
     OrbOptions options = tlsOptions();
     options.tlsKeyFile = certificates_.issueRsa("ems");
     const RunningOrb orb(nullptr, options);
@@ -179,7 +179,7 @@ TEST_F(Tls, SpeaksSuitesWithForwardSecrecyAlone) {
     EXPECT_FALSE(client.handshakesWith("-tls1_1 -cipher ALL:@SECLEVEL=0"));
 }
 
-TEST_F(Tls, SpeaksTheSuitesThatItIsGiven) {
+TEST_F(Tls, UsesTheConfiguredSuites) {
     OrbOptions options = tlsOptions();
     options.tlsCiphers = "ECDHE-ECDSA-AES256-GCM-SHA384";
     options.tlsCipherSuites = "TLS_CHACHA20_POLY1305_SHA256";
@@ -267,7 +267,7 @@ TEST_F(TlsServerName, IsTheNameThatIsCalled) {
     EXPECT_FALSE(calls("localhost", "IP:127.0.0.1"));
 }
 
-TEST_F(TlsServerName, IsTheOneThatIsExpectedWhateverIsCalled) {
+TEST_F(TlsServerName, IsTheExpectedNameWhateverIsCalled) {
     EXPECT_TRUE(calls("127.0.0.1", "DNS:ems.example.net", "ems.example.net"));
     EXPECT_FALSE(calls("127.0.0.1", "IP:127.0.0.1", "ems.example.net"));
 }
@@ -315,7 +315,7 @@ TEST_F(TlsRevocation, HoldsForServersThatAreCalled) {
     EXPECT_THROW(session.remote()->ping(), CORBA::SystemException);
 }
 
-TEST_F(TlsRevocation, EndedListIsNotTakenOverAndTheFormerHolds) {
+TEST_F(TlsRevocation, ExpiredListIsIgnoredAndTheFormerOneHolds) {
     certificates_.issue("stolen");
     certificates_.revoke("stolen");
     const OrbOptions options = withList();
@@ -331,7 +331,7 @@ TEST_F(TlsRevocation, EndedListIsNotTakenOverAndTheFormerHolds) {
     EXPECT_TRUE(handshakes(orb, certificates_.authority(), certificates_.issue("nms")));
 }
 
-TEST_F(Tls, DoesNotStartWithAnEndedRevocationListOrAKeyThatOthersCanRead) {
+TEST_F(Tls, DoesNotStartWithAnExpiredRevocationListOrAKeyThatOthersCanRead) {
     OrbOptions options = tlsOptions();
     options.tlsCrlFile = certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     EXPECT_THROW(CORBA::release(kelp::orb::start(options, nullptr)), CORBA::BAD_PARAM);
@@ -355,7 +355,7 @@ class TlsRenewal : public Tls {
     std::string whyNot_;
 };
 
-TEST_F(TlsRenewal, NewConnectionsGetTheNewCertificateAndOldOnesGoOn) {
+TEST_F(TlsRenewal, NewConnectionsGetTheNewCertificateAndOldOnesContinue) {
     kelp::orb::PeerAddress peer;
     SessionObject session(orb_, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::setThreadTimeout(20s);
@@ -384,7 +384,7 @@ TEST_F(TlsRenewal, FilesThatCannotBeUsedChangeNothing) {
     EXPECT_EQ(serialNumber(), before);
 }
 
-TEST_F(TlsRenewal, AnotherAuthorityIsTrustedInTheFormersPlace) {
+TEST_F(TlsRenewal, NewAuthorityReplacesTheFormerOne) {
     const ThrowAwayCertificates others;
     const std::string othersNms = others.issue("nms");
     const std::string shown = certificates_.authority();

@@ -9,7 +9,7 @@
 namespace kelp::test {
 namespace {
 
-class AlarmsTest : public KelpnmsTest {
+class Alarms : public KelpnmsTest {
   protected:
     void SetUp() override {
         host_.set("notification", "heartbeat_s", 0).set("ems", "name", quoted("Acme/North"));
@@ -49,7 +49,7 @@ class AlarmsTest : public KelpnmsTest {
     LogFile ctlLog_{scratch_ / "kelpctl"};
 };
 
-TEST_F(AlarmsTest, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
+TEST_F(Alarms, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
     ChildProcess nms = follow(2);
     const std::vector<std::string> identity = {"--object",
                                                "ManagedElement=NE-1",
@@ -112,7 +112,7 @@ TEST_F(AlarmsTest, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
     EXPECT_GT(std::stoull(cleared["notificationId"].get<std::string>()), id);
 }
 
-TEST_F(AlarmsTest, WrongAlarmIsRefusedByTheHostAndReachesNobody) {
+TEST_F(Alarms, WrongAlarmIsRefusedByTheHostAndReachesNobody) {
     ChildProcess nms = follow(1);
     EXPECT_EQ(kelpctl({"alarm", "raise", "--object", "Oven=1", "--severity", "major",
                        "--probable-cause", "LOS"}),
@@ -126,7 +126,7 @@ TEST_F(AlarmsTest, WrongAlarmIsRefusedByTheHostAndReachesNobody) {
     EXPECT_EQ(events()[0]["fields"]["additionalText"], "right");
 }
 
-TEST_F(AlarmsTest, StormArrivesCompletelyAndInOrder) {
+TEST_F(Alarms, StormArrivesCompletelyAndInOrder) {
     constexpr int kCount = 600;
     ChildProcess nms = follow(kCount);
     EXPECT_EQ(kelpctl({"storm", "--rate", "1000", "--count", std::to_string(kCount)}), 0);
@@ -141,7 +141,7 @@ TEST_F(AlarmsTest, StormArrivesCompletelyAndInOrder) {
     }
 }
 
-TEST_F(AlarmsTest, OperatorSeesWhatBecameOfTheEvents) {
+TEST_F(Alarms, OperatorSeesWhatBecameOfTheEvents) {
     EXPECT_EQ(kelpctl({"consumers"}), 0);
     EXPECT_TRUE(ctlLog_.contains("sent    delivered         lost")) << ctlLog_.text();
     EXPECT_EQ(ctlLog_.count("\n"), 1u) << "nobody is connected: " << ctlLog_.text();
@@ -155,7 +155,7 @@ TEST_F(AlarmsTest, OperatorSeesWhatBecameOfTheEvents) {
     EXPECT_TRUE(ctlLog_.contains(" s  answers")) << ctlLog_.text();
 }
 
-TEST_F(AlarmsTest, OperatorSeesWhetherTheLogsAreWritten) {
+TEST_F(Alarms, OperatorSeesWhetherTheLogsAreWritten) {
     ChildProcess nms = follow(1);
     Json health;
     // Wait until the log-in and the consumer's calls are in their logs. Records are written in
@@ -176,7 +176,7 @@ TEST_F(AlarmsTest, OperatorSeesWhetherTheLogsAreWritten) {
     EXPECT_TRUE(ctlLog_.contains("  ok")) << ctlLog_.text();
 }
 
-TEST_F(AlarmsTest, NotificationIdsGoOnGrowingAfterARestartOfTheHost) {
+TEST_F(Alarms, NotificationIdsKeepGrowingAfterARestartOfTheHost) {
     const std::vector<std::string> raise = {
         "alarm", "raise", "--object", "ManagedElement=1", "--severity", "major", "--probable-cause",
         "LOS",   "--json"};
@@ -194,7 +194,7 @@ TEST_F(AlarmsTest, NotificationIdsGoOnGrowingAfterARestartOfTheHost) {
     EXPECT_GT(nextId(), before);
 }
 
-TEST_F(AlarmsTest, StormEndsWithTheNumberSoFarWhenTheHostStops) {
+TEST_F(Alarms, StormEndsWithTheNumberSoFarWhenTheHostStops) {
     ChildProcess storm(kelpctlLaunch({"storm", "--rate", "50", "--count", "100000"}));
     ChildProcess nms = follow(1);
     EXPECT_EQ(nms.waitExit(), 0) << output();

@@ -59,7 +59,7 @@ class LeftBehind : public testing::Test {
     int looks_ = 0;
 };
 
-TEST_F(LeftBehind, ConsumersThreadsAndMemoryGoBackWhenKilledNmsAreFound) {
+TEST_F(LeftBehind, ConsumersThreadsAndMemoryAreReleasedWhenKilledNmsAreDetected) {
     NmsProcess living(host_);
     living.logIn(0, "demo");
     living.follow(0);

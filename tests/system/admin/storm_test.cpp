@@ -31,9 +31,9 @@ constexpr double kMostMemoryMib = 150;
 #endif
 constexpr std::chrono::minutes kLongPatience{4};
 
-class StormTest : public testing::Test {
+class Storm : public testing::Test {
   protected:
-    StormTest() {
+    Storm() {
         host_.set("notification", "heartbeat_s", 0)
             .set("notification", "queue_events_max", kQueue)
             .set("notification", "push_timeout_s", 2)
@@ -86,7 +86,7 @@ class StormTest : public testing::Test {
     double most_ = 0;
 };
 
-TEST_F(StormTest, ReachesGoodNmsCompletelyInOrderAndReportsTheLossesOfBadOnes) {
+TEST_F(Storm, ReachesGoodNmsCompletelyInOrderAndReportsTheLossesOfBadOnes) {
     NmsProcess& frozen = add();
     NmsProcess& slow = add(std::chrono::seconds(1));
     NmsProcess& killed = add();

@@ -133,7 +133,7 @@ TEST_F(LargeMessages, LengthsBeyond32BitsTakeNoMemory) {
     expectUnharmed();
 }
 
-TEST_F(LargeMessages, ACallerWithoutALogInSendsNone) {
+TEST_F(LargeMessages, AreRefusedWithoutALogIn) {
     const Seen seen = attack("large_requests", {{"source", kAllowed}, {"mebibytes", "2"}});
     EXPECT_EQ(numberIn(seen, "answered"), 0);
     expectUnharmed();

@@ -35,7 +35,7 @@ AssertionResult isRefused(Call call) {
     return ::testing::AssertionFailure() << "it was answered";
 }
 
-class AccessTest : public AuditTest {
+class Access : public AuditTest {
   protected:
     void SetUp() override {
         AuditTest::SetUp();
@@ -69,7 +69,7 @@ class AccessTest : public AuditTest {
     const TcpRelay relay_{host_.port(), kStranger};
 };
 
-TEST_F(AccessTest, EveryOperationIsRefusedAndStandsInTheSecurityLogAlone) {
+TEST_F(Access, EveryOperationIsRefusedAndAppearsInTheSecurityLogOnly) {
     const auto factory = nms_.factoryOver(relay_);
     // references handed on by a caller that is allowed
     const auto session = nms_.over<EmsSession_I>(relay_, nms_[0].session());
@@ -115,7 +115,7 @@ TEST_F(AccessTest, EveryOperationIsRefusedAndStandsInTheSecurityLogAlone) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(AccessTest, AskingForObjectsThatDoNotExistStandsInTheSecurityLogAlone) {
+TEST_F(Access, RequestsForMissingObjectsAppearInTheSecurityLogOnly) {
     const CORBA::Object_var object =
         orb::toReference(nms_.orb(), "corbaloc:iiop:1.2@" + relay_.hostAndPort() + "/Nothing");
     object->_non_existent();
@@ -128,7 +128,7 @@ TEST_F(AccessTest, AskingForObjectsThatDoNotExistStandsInTheSecurityLogAlone) {
     EXPECT_THAT(operationsOf(kStranger), SizeIs(0));
 }
 
-TEST_F(AccessTest, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
+TEST_F(Access, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
     const auto factory = nms_.factoryOver(relay_);
     const auto call = [&] { const CORBA::String_var version = factory->getVersion(); };
     EXPECT_TRUE(isRefused(call));
@@ -150,7 +150,7 @@ TEST_F(AccessTest, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
     EXPECT_THAT(changes.back().detail, ::testing::HasSubstr("127.0.0.2/32"));
 }
 
-TEST_F(AccessTest, AFloodOfRefusalsIsCountedToTheLastAndDelaysNoStop) {
+TEST_F(Access, AFloodOfRefusalsIsCountedCompletelyAndDelaysNoStop) {
     constexpr int kCallers = 4;
     constexpr int kCalls = 1250;
     std::list<TcpRelay> relays;
@@ -186,7 +186,7 @@ TEST_F(AccessTest, AFloodOfRefusalsIsCountedToTheLastAndDelaysNoStop) {
 }
 
 /// The same callers with the transport in which the gate rejects their connections.
-class GateAccessTest : public AccessTest {
+class GateAccess : public Access {
   protected:
     void SetUp() override {
         AuditTest::SetUp();
@@ -206,7 +206,7 @@ class GateAccessTest : public AccessTest {
     }
 };
 
-TEST_F(GateAccessTest, AStrangersConnectionIsClosedBeforeItSaysAnything) {
+TEST_F(GateAccess, AStrangersConnectionIsClosedBeforeItSaysAnything) {
     const Socket stranger = connectTo(host_.port(), kStranger);
     EXPECT_TRUE(isClosedByPeer(stranger));
     EXPECT_TRUE(eventually([&] { return refusals() == 1; }));
@@ -214,7 +214,7 @@ TEST_F(GateAccessTest, AStrangersConnectionIsClosedBeforeItSaysAnything) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(GateAccessTest, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
+TEST_F(GateAccess, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
     allow("['127.0.0.1', '127.0.0.2/32']");
     reconfigure();
     const auto factory = nms_.factoryOver(relay_);
@@ -226,7 +226,7 @@ TEST_F(GateAccessTest, ReReadNetworksLetInAndRefuseAgainWithoutARestart) {
     EXPECT_TRUE(isClosedByPeer(connectTo(host_.port(), kStranger)));
 }
 
-TEST_F(GateAccessTest, AFloodOfConnectionsIsCountedToTheLast) {
+TEST_F(GateAccess, AFloodOfConnectionsIsCountedCompletely) {
     constexpr std::size_t kConnections = 3000;
     for (std::size_t i = 0; i < kConnections; ++i)
         EXPECT_TRUE(isClosedByPeer(connectTo(host_.port(), kStranger)));

@@ -19,7 +19,7 @@ constexpr int kCalls = 5000;
 constexpr int kPings = 200;
 constexpr int kIndividually = 100;  ///< maximum records of one outcome in one minute
 
-class FloodTest : public AuditTest {
+class Flood : public AuditTest {
   protected:
     void SetUp() override {
         AuditTest::SetUp();
@@ -56,7 +56,7 @@ class FloodTest : public AuditTest {
     const TcpRelay relay_{host_.port(), kFlooder};
 };
 
-TEST_F(FloodTest, IsRefusedSummarisedAndHarmsNoRecordOfALoggedInNms) {
+TEST_F(Flood, IsRefusedSummarisedAndHarmsNoRecordOfALoggedInNms) {
     const Outcome outcome = flood();
     EXPECT_GE(outcome.served, 1000) << "the burst";
     EXPECT_GT(outcome.refused, 0);
@@ -79,7 +79,7 @@ TEST_F(FloodTest, IsRefusedSummarisedAndHarmsNoRecordOfALoggedInNms) {
     expectSoundLogs();
 }
 
-TEST_F(FloodTest, FollowsTheSettings) {
+TEST_F(Flood, FollowsTheSettings) {
     host_.set("access", "requests_per_second_before_login", 1)
         .set("access", "requests_burst_before_login", 20);
     reconfigure();

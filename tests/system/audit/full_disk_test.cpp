@@ -20,7 +20,7 @@ constexpr int kDuring = 6000;
 constexpr const char* kFails = "records wait in memory";
 constexpr const char* kRecovered = "oplog.db can be written again";
 
-class FullDiskTest : public AuditTest {
+class FullDisk : public AuditTest {
   protected:
     void SetUp() override {
         ASSERT_TRUE(disk_.isMounted());
@@ -63,7 +63,7 @@ class FullDiskTest : public AuditTest {
     int longAnswers_ = 0;
 };
 
-TEST_F(FullDiskTest, ShorterThanTheQueueHoldsLosesNothing) {
+TEST_F(FullDisk, ShorterThanTheQueueHoldsLosesNothing) {
     beginOutage();
     ping(kDuring);
     ASSERT_TRUE(outageIsTold());
@@ -81,7 +81,7 @@ TEST_F(FullDiskTest, ShorterThanTheQueueHoldsLosesNothing) {
     expectSoundLogs();
 }
 
-TEST_F(FullDiskTest, LongerThanTheQueueHoldsIsToldByOneGapRecordAndHoldsUpOneRequest) {
+TEST_F(FullDisk, LongerThanTheQueueHoldsLeavesOneGapRecordAndDelaysOneRequest) {
     constexpr int kQueue = 2000;
     constexpr std::chrono::milliseconds kStall{3000};
     host_.set("oplog", "queue_max", kQueue)
@@ -105,7 +105,7 @@ TEST_F(FullDiskTest, LongerThanTheQueueHoldsIsToldByOneGapRecordAndHoldsUpOneReq
     expectSoundLogs();
 }
 
-TEST_F(FullDiskTest, AtAStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
+TEST_F(FullDisk, AtAStopTheRestGoesToASideFileThatTheNextStartReads) {
     beginOutage();
     ping(kDuring);
     ASSERT_TRUE(outageIsTold());

@@ -95,7 +95,7 @@ TEST_F(LoadTest, EveryRequestLeavesOneRecord) {
     EXPECT_EQ(lines, kRequests + static_cast<int>(kOperations.size()) - 1);
 }
 
-TEST_F(LoadTest, WhatWasAnsweredBeforeAStopAndAfterItIsAllThere) {
+TEST_F(LoadTest, RequestsAnsweredBeforeAndAfterAStopAreAllRecorded) {
     Load before(callers(), kRequests);
     ASSERT_TRUE(eventually([&] { return before.answered() >= kRequests / 3; }, kLongPatience));
     EXPECT_EQ(host_.stop(), 0);
@@ -119,7 +119,7 @@ TEST_F(LoadTest, WhatWasAnsweredBeforeAStopAndAfterItIsAllThere) {
     expectSoundLogs();
 }
 
-TEST_F(LoadTest, SuddenDeathLosesNothingThatWasWrittenAndWhatIsAnsweredIsWrittenMeanwhile) {
+TEST_F(LoadTest, SuddenDeathLosesNoWrittenRecordAndRecordsAreWrittenAllTheTime) {
     Load load(callers(), 100 * kRequests);
     ASSERT_TRUE(eventually([&] { return load.answered() >= kRequests / 20; }, kLongPatience));
     const int old = load.answered();

@@ -13,9 +13,9 @@ namespace {
 constexpr const char* kElsewhere = "127.0.0.2";
 constexpr const char* kInvalidInput = "EXCPT_INVALID_INPUT";
 
-class NmsReferenceTest : public AuditTest {
+class NmsReference : public AuditTest {
   protected:
-    NmsReferenceTest() { setAllowed("['127.0.0.1', '127.0.0.2']"); }
+    NmsReference() { setAllowed("['127.0.0.1', '127.0.0.2']"); }
 
     void setRule(const char* rule) { host_.set("access", "nms_reference", quoted(rule)); }
     void setAllowed(const char* networks) { host_.set("access", "allowed_oss", networks); }
@@ -84,7 +84,7 @@ class NmsReferenceTest : public AuditTest {
     emsSessionFactory::EmsSessionFactory_I_var factory_;
 };
 
-TEST_F(NmsReferenceTest, RefusalTellsTheAddressThatTheReferenceNames) {
+TEST_F(NmsReference, RefusalNamesTheAddressInTheReference) {
     start();
     Iiop wrong = ownAt("192.0.2.7");
     EXPECT_THAT(reasonFor(ior(wrong)),
@@ -93,7 +93,7 @@ TEST_F(NmsReferenceTest, RefusalTellsTheAddressThatTheReferenceNames) {
                     " and calls from 127.0.0.2, which [access] nms_reference does not allow"));
 }
 
-TEST_F(NmsReferenceTest, NamingAnotherNmsEndsNoSessionOfIts) {
+TEST_F(NmsReference, NamingAnotherNmsEndsNoneOfItsSessions) {
     start();
     EXPECT_EQ(logInWith(nms_[0].ownReference()), kInvalidInput) << "although the password is right";
     EXPECT_EQ(logInWith(nms_[1].ownReference()), kInvalidInput);
@@ -108,7 +108,7 @@ TEST_F(NmsReferenceTest, NamingAnotherNmsEndsNoSessionOfIts) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(NmsReferenceTest, AllowedTakesTheAllowedNetworks) {
+TEST_F(NmsReference, RuleAllowedAcceptsTheAllowedNetworks) {
     setRule("allowed");
     start();
     EXPECT_EQ(logInWith(ior(ownAt("127.0.0.3"))), kInvalidInput);
@@ -118,7 +118,7 @@ TEST_F(NmsReferenceTest, AllowedTakesTheAllowedNetworks) {
     EXPECT_TRUE(otherNmsHasNoSession()) << "the session of that address is replaced";
 }
 
-TEST_F(NmsReferenceTest, AnyTakesEveryAddress) {
+TEST_F(NmsReference, RuleAnyAcceptsEveryAddress) {
     setRule("any");
     start();
     EXPECT_EQ(logInWith(ior(ownAt("127.0.0.3"))), "");
@@ -127,7 +127,7 @@ TEST_F(NmsReferenceTest, AnyTakesEveryAddress) {
     EXPECT_EQ(refusals(), 0u);
 }
 
-TEST_F(NmsReferenceTest, ReReadRuleHoldsWithoutARestart) {
+TEST_F(NmsReference, RereadRuleTakesEffectWithoutARestart) {
     start();
     EXPECT_EQ(logInWith(nms_[1].ownReference()), kInvalidInput);
     setRule("any");
@@ -139,7 +139,7 @@ TEST_F(NmsReferenceTest, ReReadRuleHoldsWithoutARestart) {
     EXPECT_EQ(logInNearWith(nms_[1].ownReference()), "");
 }
 
-TEST_F(NmsReferenceTest, EveryAddressInItCounts) {
+TEST_F(NmsReference, EveryAddressInItCounts) {
     start();
     Iiop first = ownAt("127.0.0.1");
     const TaggedBytes other = alternateAddress("127.0.0.2", first.port);
@@ -162,7 +162,7 @@ TEST_F(NmsReferenceTest, EveryAddressInItCounts) {
     expectOtherNmsUntouched();
 }
 
-TEST_F(NmsReferenceTest, HostNamesAreRefusedUnlessListed) {
+TEST_F(NmsReference, HostNamesAreRefusedUnlessListed) {
     start();
     EXPECT_EQ(logInNearWith(ior(ownAt("localhost"))), kInvalidInput);
     setAllowed("['127.0.0.1', 'localhost']");

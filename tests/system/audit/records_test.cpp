@@ -23,7 +23,7 @@ using ::testing::StartsWith;
 
 constexpr const char* kWrongPassword = "wr0ng-secret-93";
 
-class RecordsTest : public AuditTest {
+class Records : public AuditTest {
   protected:
     void SetUp() override {
         AuditTest::SetUp();
@@ -72,7 +72,7 @@ class RecordsTest : public AuditTest {
     NmsGroup nms_{host_, 2};
 };
 
-TEST_F(RecordsTest, LogInsAndLogOutsTellUserAddressesAndOutcome) {
+TEST_F(Records, LogInsAndLogOutsNameUserAddressesAndOutcome) {
     EXPECT_EQ(tryLogIn(kUser, kWrongPassword), "EXCPT_ACCESS_DENIED");
     EXPECT_EQ(tryLogIn(kUser, Host::kPassword), "");
     nms_[0].session()->endSession();
@@ -96,7 +96,7 @@ TEST_F(RecordsTest, LogInsAndLogOutsTellUserAddressesAndOutcome) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(RecordsTest, LockOutsAndUserAdministrationAreToldAndNoPasswordIs) {
+TEST_F(Records, LockOutsAndUserAdministrationAreRecordedWithoutPasswords) {
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(tryLogIn(kUser, kWrongPassword), "EXCPT_ACCESS_DENIED");
     EXPECT_EQ(tryLogIn(kWrongPassword, Host::kPassword), "EXCPT_ACCESS_DENIED")
@@ -115,7 +115,7 @@ TEST_F(RecordsTest, LockOutsAndUserAdministrationAreToldAndNoPasswordIs) {
     EXPECT_THAT(filesWith("lock-out"), Not(SizeIs(0))) << "what is logged is found this way";
 }
 
-TEST_F(RecordsTest, ConfigurationChangesTellBothValuesAndARefusedFileWhy) {
+TEST_F(Records, ConfigurationChangesNameBothValuesAndRefusedFilesTheReason) {
     host_.set("security", "lockout_failures", 7);
     reconfigure();
     EXPECT_THAT(
@@ -132,7 +132,7 @@ TEST_F(RecordsTest, ConfigurationChangesTellBothValuesAndARefusedFileWhy) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(RecordsTest, TwoSessionsOfOneUserAreToldApart) {
+TEST_F(Records, TwoSessionsOfOneUserAreDistinguished) {
     nms_.logIn(0, kUser);
     nms_.logIn(1, kUser);
     nms_[0].session()->ping();
@@ -151,7 +151,7 @@ TEST_F(RecordsTest, TwoSessionsOfOneUserAreToldApart) {
     EXPECT_EQ(countAt("127.0.0.1"), 3u);
 }
 
-TEST_F(RecordsTest, RequestsTellTheirObjectAndWhatBecameOfThem) {
+TEST_F(Records, RequestsNameTheirObjectAndOutcome) {
     nms_.logIn(0, kUser);
     const emsSession::EmsSession_I_ptr session = nms_[0].session();
     emsMgr::EMS_T_var ems;

@@ -101,9 +101,9 @@ class BadNms {
     ChildProcess process_;
 };
 
-class CrowdTest : public testing::Test {
+class Crowd : public testing::Test {
   protected:
-    CrowdTest() {
+    Crowd() {
         host_.set("orb", "connections_max", 4000)
             .set("access", "allowed_oss", "['127.0.0.0/8']")
             .set("notification", "heartbeat_s", 0)
@@ -192,7 +192,7 @@ class CrowdTest : public testing::Test {
     milliseconds patience_ = std::chrono::minutes(4);
 };
 
-TEST_F(CrowdTest, GoodNmsAreNotAffectedByBadOnes) {
+TEST_F(Crowd, GoodNmsAreNotAffectedByBadOnes) {
     raiseAlarmsFor(std::max(seconds(5), duration() / 5));
     const microseconds alone = p99();
     std::vector<std::size_t> pingsBefore;

@@ -177,7 +177,7 @@ TEST_F(ExternalChannelOfAHost, GetsEventsBeforeDuringAndAfterItsRestart) {
     EXPECT_EQ(nms_->counts(0).losses, 0);
 }
 
-TEST_F(ExternalChannelOfAHost, LossWhileItIsAwayIsToldOnceAndClearedOnce) {
+TEST_F(ExternalChannelOfAHost, LossWhileItIsAwayIsReportedAndClearedOnce) {
     serve();
     startHost();
     push(1, 1);
@@ -204,7 +204,7 @@ TEST_F(ExternalChannelOfAHost, LossWhileItIsAwayIsToldOnceAndClearedOnce) {
     EXPECT_EQ(consumer_->names(), expected);
 }
 
-TEST_F(ExternalChannelOfAHost, FrozenOneLosesNothingAndIsNotFeltByTheNms) {
+TEST_F(ExternalChannelOfAHost, FrozenChannelLosesNothingAndDoesNotAffectTheNms) {
     serve();
     startHost();
     push(1, 1);
@@ -222,7 +222,7 @@ TEST_F(ExternalChannelOfAHost, FrozenOneLosesNothingAndIsNotFeltByTheNms) {
     EXPECT_EQ(nms_->counts(0).losses, 0);
 }
 
-TEST_F(ExternalChannelOfAHost, FrozenOneDoesNotHoldUpTheStop) {
+TEST_F(ExternalChannelOfAHost, FrozenChannelDoesNotDelayTheStop) {
     serve();
     startHost();
     push(1, 1);

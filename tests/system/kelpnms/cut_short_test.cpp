@@ -9,7 +9,7 @@
 namespace kelp::test {
 namespace {
 
-class KelpnmsCutShortTest : public KelpnmsNetworkTest {
+class KelpnmsCutShort : public KelpnmsNetworkTest {
   protected:
     /// The network is so large that reading a list in batches of 1 takes much longer than the
     /// test's actions meanwhile.
@@ -35,7 +35,7 @@ class KelpnmsCutShortTest : public KelpnmsNetworkTest {
     }
 };
 
-TEST_F(KelpnmsCutShortTest, KilledEmsLeavesWhatWasReadAndTheElementToGoOnWith) {
+TEST_F(KelpnmsCutShort, KilledEmsLeavesWhatWasReadAndTheElementToContinueWith) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay();
     LogFile told = log_;
@@ -50,7 +50,7 @@ TEST_F(KelpnmsCutShortTest, KilledEmsLeavesWhatWasReadAndTheElementToGoOnWith) {
     expectToGoOnWith(element);
 }
 
-TEST_F(KelpnmsCutShortTest, PortsOnStandardOutputCanBeContinued) {
+TEST_F(KelpnmsCutShort, PortsOnStandardOutputCanBeContinued) {
     startHostWithLargeNetwork();
     const std::filesystem::path first = scratch_ / "first";
     ChildProcess nms(launchTo(first, {"ports", "--json", "--batch", "1"}));
@@ -72,7 +72,7 @@ TEST_F(KelpnmsCutShortTest, PortsOnStandardOutputCanBeContinued) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsCutShortTest, InterruptedDumpLogsOutAndCanBeContinued) {
+TEST_F(KelpnmsCutShort, InterruptedDumpLogsOutAndCanBeContinued) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay({"--verbose"});
     nms.signal(SIGTERM);
@@ -82,7 +82,7 @@ TEST_F(KelpnmsCutShortTest, InterruptedDumpLogsOutAndCanBeContinued) {
     expectToGoOnWith(toGoOnWith());
 }
 
-TEST_F(KelpnmsCutShortTest, SecondInterruptEndsAtOnceAndStillSaysHowToGoOn) {
+TEST_F(KelpnmsCutShort, SecondInterruptEndsAtOnceAndStillSaysHowToContinue) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay({"--timeout", "600"});
     host_.process().freeze();
@@ -97,7 +97,7 @@ TEST_F(KelpnmsCutShortTest, SecondInterruptEndsAtOnceAndStillSaysHowToGoOn) {
     expectToGoOnWith(toGoOnWith());
 }
 
-TEST_F(KelpnmsCutShortTest, EmsThatHangsIsGivenUpAtTheTimeout) {
+TEST_F(KelpnmsCutShort, EmsThatHangsIsGivenUpAtTheTimeout) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay({"--timeout", "1"});
     host_.process().freeze();
@@ -108,7 +108,7 @@ TEST_F(KelpnmsCutShortTest, EmsThatHangsIsGivenUpAtTheTimeout) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsCutShortTest, SessionThatTheEmsEndsIsTold) {
+TEST_F(KelpnmsCutShort, SessionThatTheEmsEndsIsReported) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay();
     host_.user({"disable", "demo"});
@@ -120,7 +120,7 @@ TEST_F(KelpnmsCutShortTest, SessionThatTheEmsEndsIsTold) {
     expectToGoOnWith(element);
 }
 
-TEST_F(KelpnmsCutShortTest, KilledDumpMustBeginAgain) {
+TEST_F(KelpnmsCutShort, KilledDumpMustBeginAgain) {
     startHostWithLargeNetwork();
     ChildProcess nms = dumpUnderWay();
     nms.kill();
@@ -131,7 +131,7 @@ TEST_F(KelpnmsCutShortTest, KilledDumpMustBeginAgain) {
     EXPECT_TRUE(contentOf(file()) == listed({"dump"}));
 }
 
-TEST_F(KelpnmsCutShortTest, OutputThatCannotBeWrittenEndsTheSession) {
+TEST_F(KelpnmsCutShort, OutputThatCannotBeWrittenEndsTheSession) {
     startHostWithLargeNetwork();
     EXPECT_EQ(runToEnd(launchTo("/dev/full", {"ports"})), 9);
     EXPECT_TRUE(log_.contains("standard output cannot be written: No space left on device"))

@@ -14,9 +14,9 @@
 namespace kelp::test {
 namespace {
 
-class KelpnmsEventsTest : public KelpnmsTest {
+class KelpnmsEvents : public KelpnmsTest {
   protected:
-    KelpnmsEventsTest() { host_.set("notification", "heartbeat_s", 1); }
+    KelpnmsEvents() { host_.set("notification", "heartbeat_s", 1); }
 
     /// Return the last line that reports this event, as JSON.
     Json told(const std::string& event) {
@@ -36,7 +36,7 @@ class KelpnmsEventsTest : public KelpnmsTest {
     bool waitForAnotherHeartbeat() { return waitForHeartbeats(log_.count("NT_HEARTBEAT") + 1); }
 };
 
-TEST_F(KelpnmsEventsTest, EventsAreShownUntilThereHaveBeenEnough) {
+TEST_F(KelpnmsEvents, EventsAreShownUntilTheCountIsReached) {
     startHost();
     EXPECT_EQ(run({"--json", "events", "--count", "2", "--for", "30"}), 0) << output();
     const Json first = Json::parse(output().substr(0, output().find('\n')), nullptr, false);
@@ -47,7 +47,7 @@ TEST_F(KelpnmsEventsTest, EventsAreShownUntilThereHaveBeenEnough) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsEventsTest, EventsAreSelectedByTheFilter) {
+TEST_F(KelpnmsEvents, EventsAreSelectedByTheFilter) {
     host_.set("agent", "HeartbeatEventType", 1);
     startHost();
     EXPECT_EQ(run({"events", "--filter", "$perceivedSeverity == PS_CRITICAL", "--for", "3",
@@ -65,7 +65,7 @@ TEST_F(KelpnmsEventsTest, EventsAreSelectedByTheFilter) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsEventsTest, EventsEndWhenTheEmsStopsIfItShallNotReconnect) {
+TEST_F(KelpnmsEvents, EventsEndWhenTheEmsStopsWithoutReconnecting) {
     startHost();
     ChildProcess nms(launch({"--verbose", "events", "--no-reconnect"}));
     EXPECT_TRUE(log_.waitFor("connected to the event channel"));
@@ -75,7 +75,7 @@ TEST_F(KelpnmsEventsTest, EventsEndWhenTheEmsStopsIfItShallNotReconnect) {
     EXPECT_FALSE(log_.contains("reconnecting")) << output();
 }
 
-TEST_F(KelpnmsEventsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfterwards) {
+TEST_F(KelpnmsEvents, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfterwards) {
     host_.set("notification", "push_timeout_s", 1).set("session", "ping_interval_s", 60);
     startHost();
     ChildProcess frozen(launch({"--verbose", "events", "--count", "7", "--for", "120"}));
@@ -92,7 +92,7 @@ TEST_F(KelpnmsEventsTest, EventsReachTheOthersWhileOneNmsIsFrozenAndThatOneAfter
         << "its own standing still is no silence of the EMS";
 }
 
-TEST_F(KelpnmsEventsTest, EventsGoOnWhenTheKilledHostIsStartedAgain) {
+TEST_F(KelpnmsEvents, EventsContinueWhenTheKilledHostIsRestarted) {
     startHost();
     ChildProcess nms(launch({"--json", "--timeout", "5", "events"}));
     ASSERT_TRUE(waitForHeartbeats(1)) << output();
@@ -113,7 +113,7 @@ TEST_F(KelpnmsEventsTest, EventsGoOnWhenTheKilledHostIsStartedAgain) {
     }));
 }
 
-TEST_F(KelpnmsEventsTest, NewConnectionHasTheSameFilter) {
+TEST_F(KelpnmsEvents, NewConnectionHasTheSameFilter) {
     host_.set("agent", "HeartbeatEventType", 1);
     startHost();
     ChildProcess nms(
@@ -131,7 +131,7 @@ TEST_F(KelpnmsEventsTest, NewConnectionHasTheSameFilter) {
     EXPECT_FALSE(filtered.contains("NT_HEARTBEAT")) << filtered.text();
 }
 
-TEST_F(KelpnmsEventsTest, ReconnectsToAHostThatWasStopped) {
+TEST_F(KelpnmsEvents, ReconnectsToAHostThatWasStopped) {
     startHost();
     ChildProcess nms(launch({"--json", "events", "--sequence"}));
     ASSERT_TRUE(waitForHeartbeats(1)) << output();
@@ -145,7 +145,7 @@ TEST_F(KelpnmsEventsTest, ReconnectsToAHostThatWasStopped) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsEventsTest, InterruptWhileReconnectingEnds) {
+TEST_F(KelpnmsEvents, InterruptWhileReconnectingEnds) {
     startHost();
     ChildProcess nms(launch({"--json", "events"}));
     ASSERT_TRUE(waitForHeartbeats(1)) << output();
@@ -155,7 +155,7 @@ TEST_F(KelpnmsEventsTest, InterruptWhileReconnectingEnds) {
     EXPECT_EQ(nms.waitExit(), 0) << output();
 }
 
-TEST_F(KelpnmsEventsTest, InterruptEndsAlsoWhenTheEmsHangs) {
+TEST_F(KelpnmsEvents, InterruptEndsAlsoWhenTheEmsHangs) {
     startHost();
     ChildProcess nms(launch({"--json", "--timeout", "600", "events"}));
     ASSERT_TRUE(waitForHeartbeats(2)) << output();
@@ -167,7 +167,7 @@ TEST_F(KelpnmsEventsTest, InterruptEndsAlsoWhenTheEmsHangs) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsEventsTest, TerminationEndsTheSession) {
+TEST_F(KelpnmsEvents, TerminationEndsTheSession) {
     startHost();
     ChildProcess nms(launch({"--verbose", "events"}));
     ASSERT_TRUE(waitForHeartbeats(1)) << output();
@@ -177,7 +177,7 @@ TEST_F(KelpnmsEventsTest, TerminationEndsTheSession) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsEventsTest, OverdueHeartbeatIsALossOfTheConnection) {
+TEST_F(KelpnmsEvents, OverdueHeartbeatIsALossOfTheConnection) {
     host_.set("notification", "heartbeat_s", 60);
     startHost();
     EXPECT_EQ(run({"--json", "events", "--heartbeat-interval", "1", "--no-reconnect"}), 6)
@@ -188,7 +188,7 @@ TEST_F(KelpnmsEventsTest, OverdueHeartbeatIsALossOfTheConnection) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsEventsTest, LossesThatTheEmsReportsAreShown) {
+TEST_F(KelpnmsEvents, LossesThatTheEmsReportsAreShown) {
     const std::string fifo = host_.scratch("loss").string();
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     host_.setEnvironment("KELP_TEST_EVENT_LOSS", fifo).addBundle("event_loss_switch");
@@ -208,7 +208,7 @@ TEST_F(KelpnmsEventsTest, LossesThatTheEmsReportsAreShown) {
     EXPECT_EQ(nms.waitExit(), 0) << output();
 }
 
-TEST_F(KelpnmsEventsTest, TerminalGetsAColouredTableOfItsWidth) {
+TEST_F(KelpnmsEvents, TerminalGetsAColouredTableOfItsWidth) {
     host_.set("agent", "HeartbeatEventType", 1);
     startHost();
     std::vector<std::string> command = commandLine({"events", "--count", "1"});
@@ -225,7 +225,7 @@ TEST_F(KelpnmsEventsTest, TerminalGetsAColouredTableOfItsWidth) {
     EXPECT_EQ(terminal.status(), 0);
 }
 
-TEST_F(KelpnmsEventsTest, NoColourIsUsedWhenNoneIsWanted) {
+TEST_F(KelpnmsEvents, NoColourIsUsedWhenColoursAreOff) {
     startHost();
     std::vector<std::string> command = commandLine({"events", "--count", "1"});
     command.insert(command.begin(), KELPNMS);

@@ -13,7 +13,9 @@
 namespace kelp::test {
 namespace {
 
-TEST_F(KelpnmsTest, FindTellsPathAddressAndVersion) {
+using Kelpnms = KelpnmsTest;
+
+TEST_F(Kelpnms, FindShowsPathAddressAndVersion) {
     startHost();
     EXPECT_EQ(run({"--json", "find"}, false), 0);
     EXPECT_EQ(answer()["path"],
@@ -23,7 +25,7 @@ TEST_F(KelpnmsTest, FindTellsPathAddressAndVersion) {
     EXPECT_EQ(answer()["version"], "3.5");
 }
 
-TEST_F(KelpnmsTest, ManagersAreListedAndTheSessionIsEnded) {
+TEST_F(Kelpnms, ManagersAreListedAndTheSessionIsEnded) {
     startHost();
     EXPECT_EQ(run({"managers"}), 0);
     EXPECT_TRUE(log_.contains(standardManagersText("", "\n"))) << output();
@@ -32,7 +34,7 @@ TEST_F(KelpnmsTest, ManagersAreListedAndTheSessionIsEnded) {
     EXPECT_EQ(answer()["managers"], Json(standardManagers()));
 }
 
-TEST_F(KelpnmsTest, EmsTellsNameAndCapabilities) {
+TEST_F(Kelpnms, EmsShowsNameAndCapabilities) {
     startHost();
     EXPECT_EQ(run({"ems", "--json", "--capabilities"}), 0);
     EXPECT_EQ(answer()["name"], Json::parse(R"([{"name": "EMS", "value": "Kelp/EMS"}])"));
@@ -41,13 +43,13 @@ TEST_F(KelpnmsTest, EmsTellsNameAndCapabilities) {
     EXPECT_NE(std::find(all.begin(), all.end(), supported), all.end()) << all;
 }
 
-TEST_F(KelpnmsTest, PingAnswersAsOftenAsAsked) {
+TEST_F(Kelpnms, PingAnswersAsOftenAsAsked) {
     startHost();
     EXPECT_EQ(run({"ping", "--count", "3"}), 0);
     EXPECT_EQ(log_.count("answered after"), 3u) << output();
 }
 
-TEST_F(KelpnmsTest, RefusedLogInTellsTypeAndReason) {
+TEST_F(Kelpnms, RefusedLogInShowsTypeAndReason) {
     startHost();
     writeFile(scratch_ / "wrong", "wrong\n");
     EXPECT_EQ(run({"--user", "demo", "--password-file", (scratch_ / "wrong").string(), "managers"},
@@ -57,7 +59,7 @@ TEST_F(KelpnmsTest, RefusedLogInTellsTypeAndReason) {
     EXPECT_TRUE(log_.contains("The user name or the password is wrong")) << output();
 }
 
-TEST_F(KelpnmsTest, CallThatFailsTellsTheExceptionAndEndsTheSession) {
+TEST_F(Kelpnms, FailedCallShowsTheExceptionAndEndsTheSession) {
     startHost();
     ChildProcess ping(launch({"--timeout", "0.5", "ping", "--count", "1000000"}));
     ASSERT_TRUE(log_.waitFor("ping 1: answered"));
@@ -68,14 +70,14 @@ TEST_F(KelpnmsTest, CallThatFailsTellsTheExceptionAndEndsTheSession) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsTest, FactoryByReferenceNeedsNoNamingService) {
+TEST_F(Kelpnms, FactoryByReferenceNeedsNoNamingService) {
     startHost();
     writeFile(scratch_ / "factory.ior", host_.factoryReference() + "\n");
     EXPECT_EQ(run({"--ior", (scratch_ / "factory.ior").string(), "--json", "find"}, false), 0);
     EXPECT_EQ(answer()["version"], "3.5");
 }
 
-TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
+TEST_F(Kelpnms, SeveralFactoriesAreListedAndOneCanBeChosen) {
     NameServer service;  // one in which others may bind, too
     host_.useNamingService(service.port());
     startHost();
@@ -105,7 +107,7 @@ TEST_F(KelpnmsTest, SeveralFactoriesAreListedAndOneCanBeChosen) {
         log_.contains("nothing is bound in the naming service under absent.EmsSessionFactory_I"));
 }
 
-TEST_F(KelpnmsTest, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {
+TEST_F(Kelpnms, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {
     const ThrowAwayCertificates certificates;
     const PortLease tlsPort;
     const PortLease namingTlsPort;
@@ -118,7 +120,7 @@ TEST_F(KelpnmsTest, FactoryIsFoundThatTheAgentHasRegisteredOverTls) {
     EXPECT_TRUE(log_.contains(standardManagersText("", "\n"))) << output();
 }
 
-TEST_F(KelpnmsTest, ManagersThatAreNotOfferedAreNotListed) {
+TEST_F(Kelpnms, ManagersThatAreNotOfferedAreNotListed) {
     host_.set("managers", "offered", "['EMS', 'FlowDomain']");
     startHost();
     EXPECT_EQ(run({"managers", "--json"}), 0);
@@ -126,7 +128,7 @@ TEST_F(KelpnmsTest, ManagersThatAreNotOfferedAreNotListed) {
     EXPECT_EQ(run({"elements"}), 7) << output();
 }
 
-TEST_F(KelpnmsTest, FactoryThatIsNotRegisteredYetIsWaitedFor) {
+TEST_F(Kelpnms, FactoryThatIsNotRegisteredYetIsWaitedFor) {
     const NameServer names;
     host_.addUser("demo");
     host_.useNamingService(names.port());
@@ -140,14 +142,14 @@ TEST_F(KelpnmsTest, FactoryThatIsNotRegisteredYetIsWaitedFor) {
     EXPECT_TRUE(log_.contains("GuiCutThrough")) << output();
 }
 
-TEST_F(KelpnmsTest, WatchShowsPingsUntilThereWereEnough) {
+TEST_F(Kelpnms, WatchShowsPingsUntilTheCountIsReached) {
     startHost();
     EXPECT_EQ(run({"watch", "--count", "2"}), 0);
     EXPECT_EQ(log_.count("  ping\n"), 2u) << output();
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsTest, WatchLeavesWhenItsTimeIsOver) {
+TEST_F(Kelpnms, WatchLeavesWhenItsTimeIsOver) {
     startHost();
     EXPECT_EQ(run({"watch", "--for", "0.2"}), 0);
     EXPECT_EQ(run({"watch", "--for", "0.2", "--count", "1000"}), 6);
@@ -155,7 +157,7 @@ TEST_F(KelpnmsTest, WatchLeavesWhenItsTimeIsOver) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsTest, WatchToldToStopLogsOut) {
+TEST_F(Kelpnms, WatchThatIsStoppedLogsOut) {
     startHost();
     ChildProcess watch(launch({"-v", "watch"}));
     ASSERT_TRUE(log_.waitFor("  ping"));
@@ -165,7 +167,7 @@ TEST_F(KelpnmsTest, WatchToldToStopLogsOut) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsTest, WatchEndsWhenTheEmsEndsTheSession) {
+TEST_F(Kelpnms, WatchEndsWhenTheEmsEndsTheSession) {
     startHost();
     ChildProcess watch(launch({"watch"}));
     ASSERT_TRUE(log_.waitFor("  ping"));
@@ -175,7 +177,7 @@ TEST_F(KelpnmsTest, WatchEndsWhenTheEmsEndsTheSession) {
     EXPECT_TRUE(log_.contains("the EMS ended the session")) << output();
 }
 
-TEST_F(KelpnmsTest, EmsThatHasGoneIsNotReachable) {
+TEST_F(Kelpnms, EmsThatHasGoneIsNotReachable) {
     startHost();
     writeFile(scratch_ / "factory.ior", host_.factoryReference() + "\n");
     EXPECT_EQ(host_.stop(), 0);

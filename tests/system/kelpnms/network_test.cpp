@@ -10,7 +10,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-class KelpnmsUploadTest : public KelpnmsNetworkTest {
+class KelpnmsUpload : public KelpnmsNetworkTest {
   protected:
     /// Return what identifies an object: the values of its name without the EMS.
     static std::string identityOf(const Json& name) {
@@ -52,7 +52,7 @@ class KelpnmsUploadTest : public KelpnmsNetworkTest {
     }
 };
 
-TEST_F(KelpnmsUploadTest, EveryBatchSizeGivesTheWholeNetwork) {
+TEST_F(KelpnmsUpload, EveryBatchSizeGivesTheWholeNetwork) {
     startHostWithSample();
     const std::map<std::string, std::set<std::string>> kindsOf = {
         {"elements", {"ManagedElement"}},
@@ -68,7 +68,7 @@ TEST_F(KelpnmsUploadTest, EveryBatchSizeGivesTheWholeNetwork) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsUploadTest, AttributesAreThoseOfTheInventory) {
+TEST_F(KelpnmsUpload, AttributesAreThoseOfTheInventory) {
     startHostWithSample();
     const Json element =
         Json::parse(linesOf(listed({"elements", "--json", "--from", "Southport"})).front());
@@ -102,7 +102,7 @@ TEST_F(KelpnmsUploadTest, AttributesAreThoseOfTheInventory) {
     EXPECT_EQ(link["zEndTP"][1]["value"], "Eastholm");
 }
 
-TEST_F(KelpnmsUploadTest, CsvSaysTheSameAsJson) {
+TEST_F(KelpnmsUpload, CsvHasTheSameContentAsJson) {
     startHost();
     const std::filesystem::path network = scratch_ / "odd.jsonl";
     writeFile(
@@ -147,7 +147,7 @@ for row, record in zip(rows, records):
     }
 }
 
-TEST_F(KelpnmsUploadTest, DumpHasTheListsInOneFile) {
+TEST_F(KelpnmsUpload, DumpHasTheListsInOneFile) {
     startHostWithSample();
     const std::filesystem::path file = scratch_ / "network.jsonl";
     EXPECT_EQ(run({"dump", file.string(), "--batch", "7"}), 0) << output();
@@ -168,7 +168,7 @@ TEST_F(KelpnmsUploadTest, DumpHasTheListsInOneFile) {
     EXPECT_EQ(resumed.find("\"Eastholm\"}],\"userLabel"), std::string::npos);
 }
 
-TEST_F(KelpnmsUploadTest, ListsBeginWithTheElementNamed) {
+TEST_F(KelpnmsUpload, ListsBeginWithTheElementNamed) {
     startHostWithSample();
     const std::string elements = listed({"elements", "--json"});
     const std::string ports = listed({"ports", "--json"});
@@ -187,7 +187,7 @@ TEST_F(KelpnmsUploadTest, ListsBeginWithTheElementNamed) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsUploadTest, ElementThatTheEmsDoesNotHaveIsTold) {
+TEST_F(KelpnmsUpload, ElementThatTheEmsDoesNotHaveIsReported) {
     startHostWithSample();
     const std::filesystem::path file = scratch_ / "ports";
     EXPECT_EQ(runToEnd(launchTo(file, {"ports", "Nowhere", "Eastholm", "--json"})), 8);
@@ -195,7 +195,7 @@ TEST_F(KelpnmsUploadTest, ElementThatTheEmsDoesNotHaveIsTold) {
     EXPECT_EQ(contentOf(file), listed({"ports", "Eastholm", "--json"}));
 }
 
-TEST_F(KelpnmsUploadTest, EmptyInventoryIsNoFailure) {
+TEST_F(KelpnmsUpload, EmptyInventoryIsNoFailure) {
     startHost();
     EXPECT_EQ(linesOf(listed({"elements"})).size(), 1u);
     EXPECT_EQ(linesOf(listed({"ports", "--format", "csv"})).size(), 1u);
@@ -206,7 +206,7 @@ TEST_F(KelpnmsUploadTest, EmptyInventoryIsNoFailure) {
     EXPECT_EQ(Json::parse(dump.front())["object"], "EMS");
 }
 
-TEST_F(KelpnmsUploadTest, ManagerThatTheEmsDoesNotHaveIsNamed) {
+TEST_F(KelpnmsUpload, ManagerThatTheEmsDoesNotHaveIsNamed) {
     host_.set("bundles", "load", "['kelp_ems', 'kelp_managedelement', 'mx_kelpcorba_env']");
     startHostWithSample();
     EXPECT_EQ(run({"equipment"}), 7);
@@ -221,7 +221,7 @@ TEST_F(KelpnmsUploadTest, ManagerThatTheEmsDoesNotHaveIsNamed) {
     EXPECT_TRUE(allSessionsGone());
 }
 
-TEST_F(KelpnmsUploadTest, TerminalShowsTheBarAndATableOfItsWidth) {
+TEST_F(KelpnmsUpload, TerminalShowsTheBarAndATableOfItsWidth) {
     startHostWithSample();
     std::vector<std::string> command = commandLine({"ports", "--batch", "1"});
     command.insert(command.begin(), KELPNMS);

@@ -37,7 +37,7 @@ class Naming : public ::testing::Test {
     NamingClient client{testOrb(), names.port()};
 };
 
-TEST_F(Naming, FactoryIsBoundAndTakenOutAtTheStop) {
+TEST_F(Naming, FactoryIsBoundAndRemovedAtTheStop) {
     host.start();
     EXPECT_TRUE(eventually([&] { return isBoundToTheHost(); }));
     EXPECT_EQ(host.stop(), 0);
@@ -60,7 +60,7 @@ TEST_F(Naming, HostIsReadyOnceItHasReportedThatTheServiceDoesNotAnswer) {
         {"[Monitor Thread] system exception occured! error reason:", "kelpd is ready"}));
 }
 
-TEST_F(Naming, StopIsNotHeldUpByTheWaitForTheFactory) {
+TEST_F(Naming, StopIsNotDelayedByTheWaitForTheFactory) {
     names.process().freeze();
     host.start();
     EXPECT_EQ(host.stop(), 0);

@@ -66,7 +66,7 @@ TEST_F(TclNms, IsRefusedWithAWrongPassword) {
                             "password is wrong."));
 }
 
-TEST_F(TclNms, LogsInUsesAManagerAndLeaves) {
+TEST_F(TclNms, LogsInUsesAManagerAndLogsOut) {
     host.start();
     EXPECT_THAT(
         through({"login", "alice", Host::kPassword, "managers", "ems", "links", "lacking", "ping",
@@ -82,7 +82,7 @@ TEST_F(TclNms, IsPingedByTheEms) {
                 ElementsAre("login ok", "pinged", "end ok"));
 }
 
-TEST_F(TclNms, IsToldWhenTheEmsStops) {
+TEST_F(TclNms, IsNotifiedWhenTheEmsStops) {
     host.start();
     begin({"login", "alice", Host::kPassword, "ended"});
     EXPECT_TRUE(said.waitFor("login ok"));

@@ -68,7 +68,7 @@ class TlsNames : public TlsTest {
     }
 };
 
-TEST_F(TlsNames, ServerWithAnotherNameIsNotTalkedToUnlessItIsExpected) {
+TEST_F(TlsNames, ServerWithAnotherNameIsRefusedUnlessItIsExpected) {
     startHostFor("DNS:ems.example.net");
     EXPECT_TRUE(eventually([this] {
         return nms({"--tls-name", "ems.example.net", "ping"}) == kDone;
@@ -101,7 +101,7 @@ class TlsRevocation : public TlsTest {
     }
 };
 
-TEST_F(TlsRevocation, NewListHoldsAfterAHangup) {
+TEST_F(TlsRevocation, NewListTakesEffectAfterAHangup) {
     configureWithList();
     host_.start();
     const std::string stolen = certificates_.issue("stolen");
@@ -125,7 +125,7 @@ TEST_F(TlsRevocation, NewListHoldsAfterAHangup) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(TlsRevocation, HostDoesNotStartWithAnEndedList) {
+TEST_F(TlsRevocation, HostDoesNotStartWithAnExpiredList) {
     configureWithList();
     certificates_.revocationListFor("20200101000000Z", "20210101000000Z");
     EXPECT_EQ(host_.startToFail(), kConfigurationError);
@@ -133,7 +133,9 @@ TEST_F(TlsRevocation, HostDoesNotStartWithAnEndedList) {
                                      "/crl.pem holds a revocation list"));
 }
 
-TEST_F(TlsTest, KeyThatOthersCanReadIsRefusedOnBothSides) {
+using TlsOfAHost = TlsTest;
+
+TEST_F(TlsOfAHost, KeyThatOthersCanReadIsRefusedOnBothSides) {
     startHost(kTlsOnly);
     const std::string loose = certificates_.issue("loose");
     std::filesystem::permissions(loose, std::filesystem::perms(0644));

@@ -25,7 +25,7 @@ class TlsRenewal : public TlsTest {
     const std::string nmsCertificate_ = certificates_.issue("nms-of-the-command-line");
 };
 
-TEST_F(TlsRenewal, NewFilesAreShownAfterAHangupAndOldConnectionsGoOn) {
+TEST_F(TlsRenewal, NewFilesTakeEffectAfterAHangupAndOldConnectionsContinue) {
     startHost(kTlsOnly);
     ChildProcess watching(overTls({"watch", "--count", "1000"}, certificates_.authority(),
                                   certificates_.issue("watching")));
@@ -47,7 +47,7 @@ TEST_F(TlsRenewal, NewFilesAreShownAfterAHangupAndOldConnectionsGoOn) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(TlsRenewal, FilesThatCannotBeUsedLeaveWhatWasThere) {
+TEST_F(TlsRenewal, UnusableFilesChangeNothing) {
     startHost(kTlsOnly);
     const std::vector<std::string> before = serialNumbers();
     certificates_.issueExpired("ems");
@@ -77,7 +77,7 @@ TEST_F(TlsRenewal, SameFilesAreNoChange) {
     EXPECT_EQ(host_.log().count("TLS: the certificate is now"), lines);
 }
 
-TEST_F(TlsRenewal, NewAuthoritysNmsIsLetInAndTheFormersIsNot) {
+TEST_F(TlsRenewal, NmsOfTheNewAuthorityIsAcceptedAndOfTheFormerIsRefused) {
     startHost(kTlsOnly);
     const ThrowAwayCertificates others;
     const std::string formerAuthority = scratch_ / "former.pem";

@@ -24,7 +24,9 @@ TEST_P(TlsModes, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, TlsModes, testing::Values(1, 2), testing::PrintToStringParamName());
 
-TEST_F(TlsTest, ModeZeroDoesNotListenForTls) {
+using TlsOfAHost = TlsTest;
+
+TEST_F(TlsOfAHost, ModeZeroDoesNotListenForTls) {
     configureHost(kOff);
     host_.start();
     ASSERT_TRUE(eventually([this] { return run({"find"}) == kDone; })) << output();
@@ -37,7 +39,7 @@ TEST_F(TlsTest, ModeZeroDoesNotListenForTls) {
     EXPECT_EQ(host_.stop(), 0);
 }
 
-TEST_F(TlsTest, KeyWithAPasswordIsOpenedWithIt) {
+TEST_F(TlsOfAHost, KeyWithAPasswordIsOpenedWithIt) {
     startHost(kTlsOnly);
     const std::string key = certificates_.issue("locked", "opensesame");
     EXPECT_EQ(nms({"ping"}, certificates_.authority(), key, "opensesame"), kDone) << output();
@@ -46,7 +48,7 @@ TEST_F(TlsTest, KeyWithAPasswordIsOpenedWithIt) {
         << output();
 }
 
-TEST_F(TlsTest, PlainNmsDoesNotGetInWhereThereIsOnlyTls) {
+TEST_F(TlsOfAHost, PlainNmsIsRefusedWhereThereIsOnlyTls) {
     startHost(kTlsOnly);
     EXPECT_EQ(run({"--timeout", "5", "ping"}), kUnreachable) << output();
     // plain CORBA does not work at the TLS port either
@@ -58,7 +60,7 @@ TEST_F(TlsTest, PlainNmsDoesNotGetInWhereThereIsOnlyTls) {
     EXPECT_EQ(host_.log().count("has been constructured!"), 0u);
 }
 
-TEST_F(TlsTest, CertificateOfAnotherAuthorityIsRefused) {
+TEST_F(TlsOfAHost, CertificateOfAnotherAuthorityIsRefused) {
     startHost(kTlsOnly);
     const ThrowAwayCertificates others;
     EXPECT_EQ(nms({"ping"}, &others), kUnreachable) << output();
@@ -69,7 +71,7 @@ TEST_F(TlsTest, CertificateOfAnotherAuthorityIsRefused) {
     EXPECT_EQ(nms({"ping"}), kDone) << "the right one gets in all the same: " << output();
 }
 
-TEST_F(TlsTest, ClientWithoutACertificateIsRefusedUnlessNoneIsRequired) {
+TEST_F(TlsOfAHost, ClientWithoutACertificateIsRefusedUnlessNoneIsRequired) {
     startHost(kTlsOnly);
     expectHandshakes(certificates_.issue("nms"), true);
     expectHandshakes("", false);
@@ -83,7 +85,7 @@ TEST_F(TlsTest, ClientWithoutACertificateIsRefusedUnlessNoneIsRequired) {
     EXPECT_TRUE(eventually([&] { return nms({"ping"}) == kDone; })) << output();
 }
 
-TEST_F(TlsTest, ClientWhoseCertificateHasEndedOrNotBegunIsRefused) {
+TEST_F(TlsOfAHost, ClientWhoseCertificateIsExpiredOrNotYetValidIsRefused) {
     startHost(kTlsOnly);
     expectHandshakes(certificates_.issueExpired("old"), false);
     EXPECT_TRUE(host_.log().waitFor(
@@ -97,7 +99,7 @@ TEST_F(TlsTest, ClientWhoseCertificateHasEndedOrNotBegunIsRefused) {
         << output();
 }
 
-TEST_F(TlsTest, ServerWhoseCertificateHasEndedIsNotTalkedTo) {
+TEST_F(TlsOfAHost, ServerWhoseCertificateHasExpiredIsRefused) {
     const std::string ended = certificates_.issueExpired("ems");
     LogFile said(scratch_ / "server");
     ChildProcess server({"/usr/bin/openssl",
@@ -112,7 +114,7 @@ TEST_F(TlsTest, ServerWhoseCertificateHasEndedIsNotTalkedTo) {
     EXPECT_TRUE(said.waitFor("alert certificate expired")) << said.text();
 }
 
-TEST_F(TlsTest, HostDoesNotStartWithACertificateThatHasEndedOrNotBegun) {
+TEST_F(TlsOfAHost, HostDoesNotStartWithAnExpiredOrNotYetValidCertificate) {
     configureHost(kTlsOnly);
     certificates_.issueExpired("ems");
     EXPECT_EQ(host_.startToFail(), kConfigurationError);
@@ -123,7 +125,7 @@ TEST_F(TlsTest, HostDoesNotStartWithACertificateThatHasEndedOrNotBegun) {
         host_.log().contains("/ems.pem holds a certificate that is not valid before 2048-01-01"));
 }
 
-TEST_F(TlsTest, FactoryIsRegisteredInANamingServiceElsewhereOverTls) {
+TEST_F(TlsOfAHost, FactoryIsRegisteredInANamingServiceElsewhereOverTls) {
     const NameServer names(certificates_.authority(), certificates_.issue("names"));
     configureHost(kTlsOnly);
     host_.useNamingService(names.port()).set("naming", "ssl_port", names.port());
@@ -135,7 +137,7 @@ TEST_F(TlsTest, FactoryIsRegisteredInANamingServiceElsewhereOverTls) {
     EXPECT_TRUE(log_.contains("no session factory is registered")) << output();
 }
 
-TEST_F(TlsTest, NamingServiceWithAnotherAuthoritysCertificateIsNotTrusted) {
+TEST_F(TlsOfAHost, NamingServiceWithAnotherAuthoritysCertificateIsNotTrusted) {
     const ThrowAwayCertificates others;
     const NameServer names(others.authority(), others.issue("names"));
     configureHost(kTlsOnly);
@@ -151,7 +153,7 @@ TEST_F(TlsTest, NamingServiceWithAnotherAuthoritysCertificateIsNotTrusted) {
     EXPECT_TRUE(eventually(nothingIsRegistered)) << output();
 }
 
-TEST_F(TlsTest, BothKindsOfNmsGetInWhereBothAreServed) {
+TEST_F(TlsOfAHost, PlainAndTlsNmsAreAcceptedWhereBothAreServed) {
     startHost(kBoth);
     EXPECT_EQ(nms({"ping"}), kDone) << output();
     EXPECT_EQ(run({"ping"}), kDone) << output();

@@ -22,7 +22,7 @@ TEST(AdminAddress, IsASocketInTheStateDirectoryUnlessConfigured) {
     EXPECT_EQ(address.text(), "/var/lib/kelp/admin.sock");
 }
 
-TEST(AdminAddress, OfHostAndPortComesWithATokenFile) {
+TEST(AdminAddress, OfHostAndPortHasATokenFile) {
     const Address address = addressOf("127.0.0.1:4880");
     EXPECT_TRUE(address.socket.empty());
     EXPECT_EQ(address.host, "127.0.0.1");
@@ -31,7 +31,7 @@ TEST(AdminAddress, OfHostAndPortComesWithATokenFile) {
     EXPECT_EQ(address.text(), "127.0.0.1:4880");
 }
 
-TEST(AdminAddress, OfIpv6HasNoBracketsButInItsText) {
+TEST(AdminAddress, OfIpv6HasBracketsInItsTextOnly) {
     const Address address = addressOf("[::1]:4880");
     EXPECT_EQ(address.host, "::1");
     EXPECT_EQ(address.port, 4880);

@@ -39,19 +39,19 @@ TEST_F(AdminRegistry, GivesNullForARequestWithoutABody) {
     EXPECT_TRUE(answer.body.is_null());
 }
 
-TEST_F(AdminRegistry, AnswersNotFoundForAPathOfNobody) {
+TEST_F(AdminRegistry, AnswersNotFoundForAPathWithoutAHandler) {
     const Answer answer = registry_.answer("POST", "/nothing", "");
     EXPECT_EQ(answer.status, 404);
     EXPECT_EQ(errorOf(answer), "POST /nothing is answered by nobody");
 }
 
-TEST_F(AdminRegistry, AnswersThatAKnownPathHasNotThatMethod) {
+TEST_F(AdminRegistry, AnswersMethodNotAllowedForAKnownPath) {
     const Answer answer = registry_.answer("GET", "/echo", "");
     EXPECT_EQ(answer.status, 405);
     EXPECT_EQ(errorOf(answer), "GET /echo is not possible");
 }
 
-TEST_F(AdminRegistry, TellsWhereTextIsNoJson) {
+TEST_F(AdminRegistry, ReportsWhereTextIsNotJson) {
     const Answer answer = post("{\"a\": 1,\n  b}");
     EXPECT_EQ(answer.status, 400);
     EXPECT_THAT(errorOf(answer), HasSubstr("the request is no JSON"));
@@ -64,7 +64,7 @@ TEST_F(AdminRegistry, RefusesTextThatIsNotUtf8) {
     EXPECT_EQ(post("1e999").status, 400) << "and a number that no machine has";
 }
 
-TEST_F(AdminRegistry, RefusesWhatIsNestedTooDeeplyBeforeItIsCopied) {
+TEST_F(AdminRegistry, RefusesTooDeepNestingBeforeTheBodyIsCopied) {
     const auto nested = [](std::size_t depth) {
         return std::string(depth, '[') + "1" + std::string(depth, ']');
     };
@@ -92,7 +92,7 @@ TEST_F(AdminRegistry, RefusesAnObjectWithTooManyKeys) {
     EXPECT_EQ(post(members(100000)).status, 400);
 }
 
-TEST_F(AdminRegistry, RefusesAKeyThatStandsThereTwiceAtAnyDepth) {
+TEST_F(AdminRegistry, RefusesARepeatedKeyAtAnyDepth) {
     for (const std::string body : {R"({"a": 1, "a": 2})", R"([{"x": {"a": 1, "b": 2, "a": 1}}])"}) {
         const Answer answer = post(body);
         EXPECT_EQ(answer.status, 400) << body;
@@ -131,7 +131,7 @@ TEST_F(AdminRegistry, HasOneHandlerForARequest) {
     EXPECT_EQ(registry_.answer("PUT", "/echo", "").body, "other");
 }
 
-TEST_F(AdminRegistry, ForgetsAHandlerThatLeavesAndTakesAnotherInItsPlace) {
+TEST_F(AdminRegistry, ForgetsAHandlerThatLeavesAndAcceptsAnother) {
     echo_.leave();
     EXPECT_EQ(post("1").status, 404);
     echo_.leave();  // a second call does nothing
@@ -148,7 +148,7 @@ TEST_F(AdminRegistry, KeepsAMovedRegistration) {
     EXPECT_EQ(post("1").status, 404);
 }
 
-TEST_F(AdminRegistry, LetsAHandlerGoOnlyWhenItsCallsHaveEndedAndLeavesNothingOfIt) {
+TEST_F(AdminRegistry, ReleasesAHandlerAfterItsCallsHaveEndedAndKeepsNothingOfIt) {
     std::promise<void> entered;
     std::promise<void> released;
     std::atomic<bool> hasLeft{false};

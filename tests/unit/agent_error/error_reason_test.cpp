@@ -71,7 +71,7 @@ TEST(ErrorReason, CodeWithoutATextGivesTheBracketedCodeAndTheBlankAlone) {
     EXPECT_EQ(reasonOf(100000000000000), "(100000000000000) ");
 }
 
-TEST(ErrorReason, CatalogueIsAskedAnewEachTime) {
+TEST(ErrorReason, CatalogueIsAskedEachTime) {
     Catalogue& catalogue = registerCatalogue();
     catalogue.texts[kNullInput] = "one";
     EXPECT_EQ(reasonOf(kNullInput), "(1092091999) one");
@@ -105,7 +105,7 @@ TEST(ErrorReason, TextOfACatalogueIsNoFormat) {
     EXPECT_EQ(reasonOf(kNullInput), "(1092091999) 100% of %s %n");
 }
 
-TEST(ErrorInfo, TellsWhetherThereIsACatalogue) {
+TEST(ErrorInfo, ReportsWhetherThereIsACatalogue) {
     std::string text = "untouched";
     EXPECT_EQ(GetInfo(7, text), -1);
     EXPECT_EQ(text, "untouched");

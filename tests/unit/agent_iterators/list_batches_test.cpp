@@ -29,7 +29,7 @@ class ListBatchesTest : public testing::Test {
     std::unique_ptr<Batches> batches_;
 };
 
-TEST_F(ListBatchesTest, GivesAsManyAsAskedForInOrder) {
+TEST_F(ListBatchesTest, GivesTheRequestedNumberInOrder) {
     begin(10);
     EXPECT_EQ(next(3), numbers(1, 3));
     EXPECT_EQ(next(1), numbers(4, 4));
@@ -59,7 +59,7 @@ TEST_F(ListBatchesTest, GivesNoMoreThanABatchMayHold) {
     EXPECT_EQ(next(7), numbers(15, 20));
 }
 
-TEST_F(ListBatchesTest, StopsBeforeItsBytesAreTooMany) {
+TEST_F(ListBatchesTest, StopsBeforeTheByteLimit) {
     limits_.bytes = 1000;
     begin(25);
     EXPECT_EQ(next(100), numbers(1, 10));

@@ -117,7 +117,7 @@ TEST_F(ListReaderTest, KeepsTheBatchWhenNoEntriesAreRequestedMeanwhile) {
     EXPECT_EQ(next(reader, 2), numbers(3, 4));
 }
 
-TEST_F(ListReaderTest, TellsWhatFailedAheadWhenItIsAskedFor) {
+TEST_F(ListReaderTest, ReportsAFailedReadWhenTheBatchIsRequested) {
     const TraceCapture trace;
     const auto reader = list(10);
     source_->failsAt = 5;
@@ -130,7 +130,7 @@ TEST_F(ListReaderTest, TellsWhatFailedAheadWhenItIsAskedFor) {
     EXPECT_TRUE(isListGone());
 }
 
-TEST_F(ListReaderTest, LetsGoOfEverythingWhenItIsClosed) {
+TEST_F(ListReaderTest, ReleasesEverythingWhenItIsClosed) {
     const auto reader = list(10);
     next(reader, 3);
     work_->doOne();
@@ -145,7 +145,7 @@ TEST_F(ListReaderTest, LetsGoOfEverythingWhenItIsClosed) {
     EXPECT_TRUE(isListGone());
 }
 
-TEST_F(ListReaderTest, ReadsNothingForSomebodyWhoHasGone) {
+TEST_F(ListReaderTest, ReadsNothingOnceItIsAbandoned) {
     auto reader = list(10);
     next(reader, 3);
     reader->abandon();
@@ -204,7 +204,7 @@ TEST_F(ListReaderTest, ReadsAheadForNoMoreListsThanConfigured) {
     EXPECT_EQ(work_->size(), 3u) << "there was a place for it";
 }
 
-TEST_F(ListReaderTest, ReadsNothingAheadWhenToldSo) {
+TEST_F(ListReaderTest, ReadsNothingAheadWhenReadingAheadIsOff) {
     configure("[iterator]\nread_ahead = 0\n");
     const auto reader = list(10);
     EXPECT_EQ(next(reader, 3), numbers(1, 3));

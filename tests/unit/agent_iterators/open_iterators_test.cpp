@@ -19,7 +19,7 @@ class OpenIteratorsTest : public testing::Test {
     std::array<std::max_align_t, 10> places_{};
 };
 
-TEST_F(OpenIteratorsTest, TheOldestComesFirstTogetherAndOfEachSession) {
+TEST_F(OpenIteratorsTest, OldestIsFirstOverallAndPerSession) {
     open_.add(at(0), "a");
     open_.add(at(1), "b");
     open_.add(at(2), "a");

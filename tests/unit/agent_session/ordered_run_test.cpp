@@ -54,7 +54,7 @@ TEST(OrderedRun, ConcludesOnTheCallersThreadAndRunsOnOthers) {
     runInOrder(3, 2, steps);
 }
 
-TEST(OrderedRun, RunsAsManyAtATimeAsItMayAndNoMore) {
+TEST(OrderedRun, RunsAsManyAtATimeAsAllowed) {
     Gate gate;
     std::atomic<int> running{0};
     std::atomic<int> most{0};
@@ -77,7 +77,7 @@ TEST(OrderedRun, RunsAsManyAtATimeAsItMayAndNoMore) {
     EXPECT_EQ(most, 4);
 }
 
-TEST(OrderedRun, GoesOnWithTheOthersWhileOneHangs) {
+TEST(OrderedRun, ContinuesWithTheOthersWhileOneHangs) {
     Gate gate;
     std::atomic<int> done{0};
     std::atomic<int> concluded{0};

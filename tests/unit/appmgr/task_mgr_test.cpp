@@ -80,7 +80,7 @@ TEST_F(GnlTaskMgr, RunsPostedWorkOnItsWorkers) {
     EXPECT_EQ(workers.count(std::this_thread::get_id()), 0u);
 }
 
-TEST_F(GnlTaskMgr, HasAsManyWorkersAsAskedForOnTheGivenThreadManager) {
+TEST_F(GnlTaskMgr, HasTheRequestedNumberOfWorkersOnTheGivenThreadManager) {
     ASSERT_EQ(taskMgr->InitEnv(), 0);
     EXPECT_EQ(threads.count_threads(), 2u);
     taskMgr->Exit();
@@ -101,7 +101,7 @@ TEST_F(GnlTaskMgr, StartsOnce) {
     EXPECT_EQ(taskMgr->InitEnv(), -1);
 }
 
-TEST_F(GnlTaskMgr, ExitFinishesWhatRunsAndDropsWhatIsQueued) {
+TEST_F(GnlTaskMgr, ExitFinishesRunningWorkAndDropsQueuedWork) {
     ASSERT_EQ(taskMgr->InitEnv(), 0);
     Gate gate;
     std::atomic<int> done{0};
@@ -124,7 +124,7 @@ TEST_F(GnlTaskMgr, ExitFinishesWhatRunsAndDropsWhatIsQueued) {
     EXPECT_EQ(done, 2);
 }
 
-TEST_F(GnlTaskMgr, ExitLeavesWorkToItselfThatGoesOnWhileTheProcessStops) {
+TEST_F(GnlTaskMgr, ExitAbandonsWorkThatKeepsRunningWhileTheProcessStops) {
     ASSERT_EQ(taskMgr->InitEnv(), 0);
     const kelp::test::TraceCapture trace;
     Gate gate;
@@ -155,7 +155,7 @@ TEST_F(GnlTaskMgr, ExitGivesUpWaitingWhenTheProcessBeginsToStop) {
     kelp::util::endStop();
 }
 
-TEST_F(GnlTaskMgr, TakesNoWorkWhileEnding) {
+TEST_F(GnlTaskMgr, RefusesWorkWhileEnding) {
     ASSERT_EQ(taskMgr->InitEnv(), 0);
     taskMgr->Exit();
     EXPECT_FALSE(taskMgr->Post([] {}));

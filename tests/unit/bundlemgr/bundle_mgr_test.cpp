@@ -110,7 +110,7 @@ TEST_F(BundleMgrTest, InitThatThrowsIsAFailureWithItsReason) {
                                             "kelptest_first deleter", "kelptest_first destroyed"));
 }
 
-TEST_F(BundleMgrTest, BundleThatFailsAtTheStopHoldsUpNoOther) {
+TEST_F(BundleMgrTest, BundleThatFailsAtTheStopDelaysNoOther) {
     recorder.behaviours["kelptest_second"] = "Shutdown throws";
     recorder.behaviours["kelptest_first"] = "fini fails";
     ASSERT_TRUE(start({"kelptest_first", "kelptest_second"})) << whyNot;
@@ -157,7 +157,7 @@ TEST_F(BundleMgrTest, FactoryThatMakesNothingOrSomethingElseIsRefused) {
     EXPECT_THAT(whyNot, HasSubstr("made no NS_BUNDLEMGR1::ServiceObjectBase"));
 }
 
-TEST_F(BundleMgrTest, ObjectWithoutADeleterIsDeletedAllTheSame) {
+TEST_F(BundleMgrTest, ObjectWithoutADeleterIsStillDeleted) {
     ASSERT_TRUE(start({"kelptest_without_deleter"})) << whyNot;
     BundleMgr::Instance()->Stop();
     EXPECT_THAT(recorder.calls,

@@ -29,11 +29,11 @@ std::vector<std::string> check(const std::string& toml) {
     return texts;
 }
 
-TEST(ConfigChecks, EmptyFileIsRight) {
+TEST(ConfigChecks, EmptyFileIsValid) {
     EXPECT_THAT(check(""), IsEmpty());
 }
 
-TEST(ConfigChecks, CheckTakesNothingOver) {
+TEST(ConfigChecks, CheckAppliesNothing) {
     EXPECT_THAT(check("[ems]\nname = \"Acme/North\"\n"), IsEmpty());
     EXPECT_EQ(ConfigStore::instance().text("ems.name"), "Kelp/EMS");
 }
@@ -204,7 +204,7 @@ TEST(ConfigChecks, TlsNeedsItsFiles) {
                 IsEmpty());
 }
 
-TEST(ConfigChecks, OnlyEndpointsInUseAreLookedAt) {
+TEST(ConfigChecks, OnlyEndpointsInUseAreChecked) {
     EXPECT_THAT(check("[tls]\nlisten = \"nonsense\"\n"), IsEmpty());
     EXPECT_THAT(check("[orb]\nlisten = \"0.0.0.0:4800\"\n"
                       "[tls]\nmode = 2\nca = \"/dev/null\"\ncertificate = \"/dev/null\"\n" +
@@ -306,7 +306,7 @@ TEST(ConfigChecks, AllowedNetworksAreAddressesOrPrefixes) {
     }
 }
 
-TEST(ConfigChecks, AllowedNetworksMayHaveHostNamesBesides) {
+TEST(ConfigChecks, AllowedNetworksMayIncludeHostNames) {
     EXPECT_THAT(check("[access]\nallowed_oss = [\"127.0.0.1\", \"nms.example.com\"]\n"), IsEmpty());
 }
 
@@ -322,14 +322,14 @@ TEST(ConfigChecks, FileSinkNeedsAFile) {
     EXPECT_THAT(check("[trace]\nsinks = [\"file\"]\nfile = \"/var/log/kelp.log\"\n"), IsEmpty());
 }
 
-TEST(ConfigChecks, BundleNamesAreNamesAndNoPaths) {
+TEST(ConfigChecks, BundleNamesAreNotPaths) {
     EXPECT_THAT(check("[bundles]\nload = [\"../evil\", \"kelp_ems\", \"kelp_ems\", \"\"]\n"),
                 ElementsAre(HasSubstr("\"../evil\" is no bundle name"),
                             HasSubstr("\"kelp_ems\" stands there twice"),
                             HasSubstr("\"\" is no bundle name")));
 }
 
-TEST(ConfigChecks, EveryProblemIsToldInTheOrderOfTheFile) {
+TEST(ConfigChecks, EveryProblemIsReportedInTheOrderOfTheFile) {
     EXPECT_THAT(
         check("[session]\nping_interval_s = 0\n[agent]\nCachesize = \"big\"\n[ems]\nname = "
               "\"Kelp\"\nx = 1\n"),

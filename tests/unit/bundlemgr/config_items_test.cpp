@@ -78,7 +78,7 @@ TEST(ConfigItems, NumberThatFitsNoIntIsUnreadable) {
     EXPECT_TRUE(CorbaConfigItems::Instance()->GetIntItemInfo("Eventlistsize", number));
 }
 
-TEST(ConfigItems, StoreTellsTheProblemOfAnUnreadableValue) {
+TEST(ConfigItems, StoreReportsTheProblemOfAnUnreadableValue) {
     load("Cachesize = \"big\"\n");
     ConfigProblem problem;
     EXPECT_EQ(ConfigStore::instance().agentInteger("Cachesize", &problem), std::nullopt);

@@ -28,7 +28,7 @@ class ConfigReload : public testing::Test {
     const kelp::test::TraceCapture trace;
 };
 
-TEST_F(ConfigReload, TakesOverWhatNeedsNoRestart) {
+TEST_F(ConfigReload, AppliesWhatNeedsNoRestart) {
     load("[session]\nmax_sessions = 5\n[agent]\nCachesize = 1\n");
     reload("[session]\nmax_sessions = 6\n[agent]\nCachesize = 2\nEventlistsize = 3\n");
     EXPECT_EQ(store.integer("session.max_sessions"), 6);
@@ -39,7 +39,7 @@ TEST_F(ConfigReload, TakesOverWhatNeedsNoRestart) {
     EXPECT_EQ(store.agentInteger("Cachesize"), std::nullopt);
 }
 
-TEST_F(ConfigReload, TellsWhatItChanged) {
+TEST_F(ConfigReload, ReportsWhatItChanged) {
     load("[session]\nmax_sessions = 5\nping_interval_s = 5\n[agent]\nCachesize = 1\n");
     const std::uint64_t before = store.generation();
     directory.write(
@@ -58,7 +58,7 @@ TEST_F(ConfigReload, TellsWhatItChanged) {
     EXPECT_NE(store.generation(), before);
 }
 
-TEST_F(ConfigReload, OfAWrongFileChangesAndTellsNothing) {
+TEST_F(ConfigReload, OfAnInvalidFileChangesAndReportsNothing) {
     load("[session]\nmax_sessions = 5\n");
     const std::uint64_t before = store.generation();
     directory.write("kelp.toml", "[session]\nmax_sessions = 0\n");
@@ -95,7 +95,7 @@ TEST_F(ConfigReload, EmbeddedNamingServiceStaysWhereItIs) {
     EXPECT_EQ(store.integer("naming.port"), 5000);
 }
 
-TEST_F(ConfigReload, EmbeddedNamingServiceTakesOverOtherAliases) {
+TEST_F(ConfigReload, EmbeddedNamingServiceGetsNewAliases) {
     load("[naming]\naliases = [\"a\"]\n");
     reload("[naming]\naliases = [\"b/c\"]\nlist_max = 7\n");
     EXPECT_THAT(store.texts("naming.aliases"), testing::ElementsAre("b/c"));
@@ -124,7 +124,7 @@ TEST_F(ConfigReload, WithoutAFileNothingHappens) {
     EXPECT_EQ(store.integer("session.max_sessions"), 5);
 }
 
-TEST_F(ConfigReload, NewLoadTakesEverythingOver) {
+TEST_F(ConfigReload, NewLoadAppliesEverything) {
     load("[session]\nping_interval_s = 5\n");
     load("[session]\nping_interval_s = 6\n");
     EXPECT_EQ(store.integer("session.ping_interval_s"), 6);

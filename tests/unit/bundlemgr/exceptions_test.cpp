@@ -9,7 +9,7 @@ namespace {
 using NS_BUNDLEMGR1::InterfaceNotExistException;
 using NS_BUNDLEMGR1::ProcessException;
 
-TEST(ProcessException, NewOneIsEmpty) {
+TEST(ProcessException, IsEmptyWhenNew) {
     const ProcessException exception;
     EXPECT_EQ(exception.code, 0);
     EXPECT_EQ(exception.detail, 0);
@@ -57,7 +57,7 @@ TEST(ProcessException, OnlyAChangeableSourceCanBeCopied) {
     EXPECT_FALSE((std::is_constructible_v<ProcessException, const ProcessException&>));
 }
 
-TEST(ProcessException, CatchersTellThemByTheirType) {
+TEST(ProcessException, HandlersDistinguishThemByType) {
     const auto caughtAs = [](auto thrower) -> std::string {
         try {
             thrower();

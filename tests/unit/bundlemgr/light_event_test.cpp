@@ -67,7 +67,7 @@ class LightEvents : public testing::Test {
     ~LightEvents() override { events().Stop(); }
 };
 
-TEST_F(LightEvents, ArriveInOrderOnAThreadOfTheirOwn) {
+TEST_F(LightEvents, ArriveInOrderOnTheirOwnThread) {
     Recorder recorder;
     events().RegisterHandler(119, &recorder);
     events().RegisterHandler(7, &recorder);
@@ -237,7 +237,7 @@ TEST_F(LightEvents, ThrowingHandlerIsTracedAndHarmsNobody) {
     events().DeregisterHandler(119, &healthy);
 }
 
-TEST_F(LightEvents, StopDeliversWhatIsQueuedAndTakesNoMore) {
+TEST_F(LightEvents, StopDeliversQueuedEventsAndAcceptsNoMore) {
     Recorder recorder;
     events().RegisterHandler(119, &recorder);
     for (int i = 0; i < 100; ++i)

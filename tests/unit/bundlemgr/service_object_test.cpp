@@ -96,7 +96,7 @@ TEST(ServiceObject, UnRegistSvcTakesItsEntriesBackAndKeepsTheInterface) {
     EXPECT_EQ(deleted, 0);
 }
 
-TEST(ServiceObject, DyingObjectTakesItsInterfaceWithIt) {
+TEST(ServiceObject, DestroysItsInterfaceWithItself) {
     int deleted = 0;
     {
         Service service(deleted);

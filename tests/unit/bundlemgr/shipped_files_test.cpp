@@ -20,7 +20,7 @@ using NS_BUNDLEMGR1::configTables;
 const std::filesystem::path kConfig = std::filesystem::path(SHIPPED_CONFIG_DIR) / "kelp.toml";
 const std::filesystem::path kErrors = std::filesystem::path(SHIPPED_CONFIG_DIR) / "errors.toml";
 
-TEST(ShippedConfiguration, IsWhatTheSchemaSays) {
+TEST(ShippedConfiguration, MatchesTheSchema) {
     EXPECT_EQ(kelp::test::contentOf(kConfig), NS_BUNDLEMGR1::configTemplate());
 }
 
@@ -44,7 +44,7 @@ TEST(ShippedConfiguration, HasNoProblemAndChangesNoDefault) {
     }
 }
 
-TEST(ShippedConfiguration, AgentOptionsAreRightWhenTheirCommentSignsGo) {
+TEST(ShippedConfiguration, AgentOptionsAreValidWhenUncommented) {
     std::string text = kelp::test::contentOf(kConfig);
     for (const ConfigKey& key : configKeys()) {
         const std::string commented = "\n# " + key.key + " = ";

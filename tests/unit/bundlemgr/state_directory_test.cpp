@@ -8,7 +8,7 @@ namespace {
 using kelp::test::ScopedEnvironment;
 using NS_BUNDLEMGR1::defaultStateDirectory;
 
-TEST(StateDirectory, SystemdsComesFirst) {
+TEST(StateDirectory, IsTheOneOfSystemdFirst) {
     const ScopedEnvironment state("STATE_DIRECTORY", "/var/lib/kelp");
     const ScopedEnvironment xdg("XDG_STATE_HOME", "/home/ems/state");
     EXPECT_EQ(defaultStateDirectory(), "/var/lib/kelp");
@@ -19,13 +19,13 @@ TEST(StateDirectory, FirstOfSeveralOfSystemdIsTaken) {
     EXPECT_EQ(defaultStateDirectory(), "/var/lib/kelp");
 }
 
-TEST(StateDirectory, UsersStateFolderIsNext) {
+TEST(StateDirectory, IsInTheUsersStateFolderNext) {
     const ScopedEnvironment state("STATE_DIRECTORY", nullptr);
     const ScopedEnvironment xdg("XDG_STATE_HOME", "/home/ems/state");
     EXPECT_EQ(defaultStateDirectory(), "/home/ems/state/kelp");
 }
 
-TEST(StateDirectory, HomeIsLast) {
+TEST(StateDirectory, IsBelowTheHomeFolderLast) {
     const ScopedEnvironment state("STATE_DIRECTORY", "");
     const ScopedEnvironment home("HOME", "/home/ems");
     {
@@ -36,7 +36,7 @@ TEST(StateDirectory, HomeIsLast) {
     EXPECT_EQ(defaultStateDirectory(), "/home/ems/.local/state/kelp");
 }
 
-TEST(StateDirectory, WithoutAHomeThePasswordFileTells) {
+TEST(StateDirectory, WithoutAHomeThePasswordFileDecides) {
     const ScopedEnvironment state("STATE_DIRECTORY", nullptr);
     const ScopedEnvironment xdg("XDG_STATE_HOME", nullptr);
     const ScopedEnvironment home("HOME", nullptr);

@@ -31,7 +31,7 @@ TEST_F(AsynNotifyMgrTest, RunsTasksOnItsOwnThreads) {
     EXPECT_TRUE(elsewhere);
 }
 
-TEST_F(AsynNotifyMgrTest, TakesNothingBeforeInitAndAfterExitThread) {
+TEST_F(AsynNotifyMgrTest, RefusesTasksBeforeInitAndAfterExitThread) {
     EXPECT_FALSE(manager().Post([] {}));
     ASSERT_TRUE(manager().Init());
     manager().ExitThread();

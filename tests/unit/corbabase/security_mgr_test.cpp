@@ -61,13 +61,13 @@ class UserStates : public NS_BUNDLEMGR1::LightEventHandler {
     std::map<std::string, std::size_t> counts_;
 };
 
-class SecurityMgrTest : public testing::Test {
+class SecurityMgr : public testing::Test {
   protected:
-    SecurityMgrTest() {
+    SecurityMgr() {
         kelp::test::configure("[security]\ndatabase = \"" + file.string() +
                               "\"\nhash_memory_kib = 8\nhash_passes = 1\n");
     }
-    ~SecurityMgrTest() override { CorbaSecurityMgr::Destroy(); }
+    ~SecurityMgr() override { CorbaSecurityMgr::Destroy(); }
 
     static CorbaSecurityMgr& manager() { return *CorbaSecurityMgr::Instance(); }
     void addUser(const std::string& name) {
@@ -79,21 +79,21 @@ class SecurityMgrTest : public testing::Test {
     const std::filesystem::path file = folder.path() / "users.db";
 };
 
-TEST_F(SecurityMgrTest, InitMakesTheDatabaseAndSaysHowToAddTheFirstUser) {
+TEST_F(SecurityMgr, InitMakesTheDatabaseAndSaysHowToAddTheFirstUser) {
     const TraceCapture capture;
     EXPECT_TRUE(manager().Init());
     EXPECT_TRUE(std::filesystem::exists(file));
     EXPECT_TRUE(capture.contains("kelpctl user add"));
 }
 
-TEST_F(SecurityMgrTest, InitFailsOnADatabaseThatCannotBeUsed) {
+TEST_F(SecurityMgr, InitFailsOnADatabaseThatCannotBeUsed) {
     folder.write("users.db", std::string(4096, 'x'));
     const TraceCapture capture;
     EXPECT_FALSE(manager().Init());
     EXPECT_TRUE(capture.contains("user database " + file.string() + " is damaged"));
 }
 
-TEST_F(SecurityMgrTest, LoginEntersOneLiveLoginThatLogoutEnds) {
+TEST_F(SecurityMgr, LoginEntersOneLiveLoginThatLogoutEnds) {
     addUser("nms1");
     EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 1u);
@@ -108,7 +108,7 @@ TEST_F(SecurityMgrTest, LoginEntersOneLiveLoginThatLogoutEnds) {
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
 }
 
-TEST_F(SecurityMgrTest, AWrongPasswordAndAnUnknownUserAreOneAndTheSame) {
+TEST_F(SecurityMgr, AWrongPasswordAndAnUnknownUserAreRefusedAlike) {
     addUser("nms1");
     EXPECT_EQ(manager().Login(kHost, "nms1", "wrong"), kWrongPassword);
     EXPECT_EQ(manager().Login(kHost, "nobody", "secret"), kWrongPassword);
@@ -119,7 +119,7 @@ TEST_F(SecurityMgrTest, AWrongPasswordAndAnUnknownUserAreOneAndTheSame) {
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
 }
 
-TEST_F(SecurityMgrTest, ThatAUserIsDisabledIsToldOnlyWithTheRightPassword) {
+TEST_F(SecurityMgr, ADisabledUserIsReportedOnlyWithTheRightPassword) {
     addUser("nms1");
     UserDatabase(file).setEnabled("nms1", false);
     EXPECT_EQ(manager().Login(kHost, "nms1", "wrong"), kWrongPassword);
@@ -129,7 +129,7 @@ TEST_F(SecurityMgrTest, ThatAUserIsDisabledIsToldOnlyWithTheRightPassword) {
     EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
 }
 
-TEST_F(SecurityMgrTest, CheckLoginAnswersLikeLoginAndEntersNothing) {
+TEST_F(SecurityMgr, CheckLoginAnswersLikeLoginAndEntersNothing) {
     addUser("nms1");
     EXPECT_EQ(manager().checkLogin(kHost, "nms1", "secret"), 0u);
     EXPECT_EQ(manager().checkLogin(kHost, "nms1", "wrong"), kWrongPassword);
@@ -138,7 +138,7 @@ TEST_F(SecurityMgrTest, CheckLoginAnswersLikeLoginAndEntersNothing) {
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
 }
 
-TEST_F(SecurityMgrTest, AnUnusableDatabaseRefusesAndIsGoodAgainByItself) {
+TEST_F(SecurityMgr, AnUnusableDatabaseRefusesUntilItIsUsableAgain) {
     addUser("nms1");
     const std::string good = kelp::test::contentOf(file);
     const TraceCapture capture;
@@ -158,7 +158,7 @@ TEST_F(SecurityMgrTest, AnUnusableDatabaseRefusesAndIsGoodAgainByItself) {
     EXPECT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
 }
 
-TEST_F(SecurityMgrTest, ALockedDatabaseRefusesALoginButNotALogout) {
+TEST_F(SecurityMgr, ALockedDatabaseRefusesALoginButNotALogout) {
     addUser("nms1");
     ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
     SQLite::Database other(file.string(), SQLite::OPEN_READWRITE);
@@ -168,7 +168,7 @@ TEST_F(SecurityMgrTest, ALockedDatabaseRefusesALoginButNotALogout) {
     EXPECT_EQ(manager().LiveLogins(kHost, "nms1"), 0u);
 }
 
-TEST_F(SecurityMgrTest, AUsersNumberComesFromTheDatabase) {
+TEST_F(SecurityMgr, AUsersNumberComesFromTheDatabase) {
     addUser("first");
     addUser("nms1");
     EXPECT_EQ(manager().GetUserID(sessionName("nms1")), idOf("nms1"));
@@ -179,7 +179,7 @@ TEST_F(SecurityMgrTest, AUsersNumberComesFromTheDatabase) {
     EXPECT_EQ(manager().GetUserID("<USERNAME_TAG>nms1"), -1);
 }
 
-TEST_F(SecurityMgrTest, TheNumberOfALiveLoginNeedsNoDisk) {
+TEST_F(SecurityMgr, TheNumberOfALiveLoginNeedsNoDisk) {
     addUser("nms1");
     const std::int64_t id = idOf("nms1");
     ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
@@ -189,7 +189,7 @@ TEST_F(SecurityMgrTest, TheNumberOfALiveLoginNeedsNoDisk) {
     EXPECT_EQ(manager().GetUserID(sessionName("nms1")), -1);
 }
 
-TEST_F(SecurityMgrTest, LogoutWorksWithoutInitAndAfterExitThread) {
+TEST_F(SecurityMgr, LogoutWorksWithoutInitAndAfterExitThread) {
     manager().Logout(kHost, "nms1");
     ASSERT_TRUE(manager().Init());
     addUser("nms1");
@@ -202,7 +202,7 @@ TEST_F(SecurityMgrTest, LogoutWorksWithoutInitAndAfterExitThread) {
     manager().Logout(kHost, "nms1");
 }
 
-TEST_F(SecurityMgrTest, TellsOfEachLiveLoginWhoseAccountEndsAgainAndAgainUntilItsLogout) {
+TEST_F(SecurityMgr, ReportsALiveLoginWhoseAccountEndedUntilItsLogout) {
     const std::string ipv6Host = "[2001:db8::1]:5000";
     addUser("nms1");
     addUser("nms2");
@@ -224,7 +224,7 @@ TEST_F(SecurityMgrTest, TellsOfEachLiveLoginWhoseAccountEndsAgainAndAgainUntilIt
     manager().ExitThread();
 }
 
-TEST_F(SecurityMgrTest, WatchesAgainAfterASecondInit) {
+TEST_F(SecurityMgr, WatchesAgainAfterASecondInit) {
     addUser("nms1");
     UserStates states;
     ASSERT_TRUE(manager().Init());
@@ -237,7 +237,7 @@ TEST_F(SecurityMgrTest, WatchesAgainAfterASecondInit) {
     EXPECT_TRUE(waitUntil([&] { return states.count("10.0.0.1 5000 nms1") >= 1; }));
 }
 
-TEST_F(SecurityMgrTest, ManyMayLogInAtOnce) {
+TEST_F(SecurityMgr, ManyMayLogInAtOnce) {
     addUser("nms1");
     std::vector<std::thread> clients;
     for (int i = 0; i < 8; ++i)
@@ -254,7 +254,7 @@ TEST_F(SecurityMgrTest, ManyMayLogInAtOnce) {
         client.join();
 }
 
-TEST_F(SecurityMgrTest, TheDefaultFileLiesBelowTheStateDirectory) {
+TEST_F(SecurityMgr, TheDefaultFileLiesBelowTheStateDirectory) {
     kelp::test::configure("");
     ::setenv("STATE_DIRECTORY", folder.path().c_str(), 1);
     EXPECT_EQ(NS_CORBA::userDatabaseFile(), folder.path() / "users.db");

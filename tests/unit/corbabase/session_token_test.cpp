@@ -13,7 +13,7 @@ std::string idOf(const SessionToken& token, const std::string& name) {
     return std::string(NS_CORBA::octetsOf(id.in()));
 }
 
-TEST(SessionToken, StandsBehindTheName) {
+TEST(SessionToken, FollowsTheName) {
     const SessionToken token;
     const std::string id = idOf(token, "ManagedElement");
     EXPECT_EQ(id.size(), 14u + 16u);
@@ -24,7 +24,7 @@ TEST(SessionToken, StandsBehindTheName) {
     EXPECT_EQ(SessionToken::nameIn(idOf(token, "")), "");
 }
 
-TEST(SessionToken, IsAnotherOneEachTime) {
+TEST(SessionToken, DiffersEachTime) {
     std::set<std::string> seen;
     for (int i = 0; i < 1000; ++i)
         seen.insert(idOf(SessionToken(), ""));

@@ -98,7 +98,7 @@ TEST(ServiceAddresses, AreThoseOfTheTransport) {
     EXPECT_EQ(port, 6002);
 }
 
-TEST(ServiceAddresses, AreReadAnewOnlyWhenToldTo) {
+TEST(ServiceAddresses, AreRereadOnlyOnRequest) {
     configure("[naming]\nport = 5001\n[notification]\nport = 6001\n");
     base().UpdateNamingServiceParams();
     base().UpdateNotifyServiceParams(nullptr);

@@ -45,7 +45,7 @@ TEST_F(TlsSettings, GoodFilesAreNoProblem) {
     EXPECT_THAT(check(certificates_.authority(), certificates_.issue("ems")), IsEmpty());
 }
 
-TEST_F(TlsSettings, FilesAreNotLookedAtWithoutTls) {
+TEST_F(TlsSettings, FilesAreNotCheckedWithoutTls) {
     EXPECT_THAT(check("/dev/null", "/dev/null", "", 0), IsEmpty());
 }
 
@@ -57,7 +57,7 @@ TEST_F(TlsSettings, ProblemsNameFileLineAndKey) {
                         "/old.pem holds a certificate that has ended at 2021-01-01 00:00:00 UTC"));
 }
 
-TEST_F(TlsSettings, SuitesAreLookedAt) {
+TEST_F(TlsSettings, SuitesAreChecked) {
     EXPECT_THAT(
         check(certificates_.authority(), certificates_.issue("ems"),
               "ciphers = \"AES128-GCM-SHA256\"\ncipher_suites = \"TLS_NONSENSE\"\n"),
@@ -70,7 +70,7 @@ TEST_F(TlsSettings, SuitesAreLookedAt) {
                 IsEmpty());
 }
 
-TEST_F(TlsSettings, RevocationListsAreLookedAt) {
+TEST_F(TlsSettings, RevocationListsAreChecked) {
     const auto checkList = [&](const std::string& file) {
         return check(certificates_.authority(), certificates_.issue("ems"),
                      "crl = \"" + file + "\"\n");
@@ -104,7 +104,7 @@ TEST_F(TlsSettings, PasswordIsTheFilesFirstLine) {
     }
 }
 
-TEST_F(TlsSettings, WrongOrMissingPasswordIsToldByItsKey) {
+TEST_F(TlsSettings, WrongOrMissingPasswordIsReportedByItsKey) {
     const std::string locked = certificates_.issue("locked", "opensesame");
     EXPECT_THAT(
         check(certificates_.authority(), locked),

@@ -45,7 +45,7 @@ TEST(Trace, APeersTextIsNoFormat) {
     EXPECT_EQ(capture.count("user %s%n%d"), 2u);
 }
 
-TEST(Trace, CarriesTheOperationOfTheRequestInHand) {
+TEST(Trace, CarriesTheOperationOfTheCurrentRequest) {
     const TraceCapture capture;
     NS_UTIL::ThreadContextInfo context;
     context.SetInterfaceName("getManager");
@@ -66,7 +66,7 @@ TEST(Trace, DiagnosticsAboveTheLevelAreDropped) {
     EXPECT_FALSE(capture.contains("dropped"));
 }
 
-TEST(Trace, TellsAnExceptionBehindTheText) {
+TEST(Trace, AppendsAnExceptionToTheText) {
     const TraceCapture capture;
     const CORBA::TRANSIENT transient(7, CORBA::COMPLETED_NO);
     NS_CORBA::TaException(transient, "[Class::Operation] went wrong!");
@@ -95,7 +95,7 @@ TEST(Trace, SurvivesNullTexts) {
     EXPECT_EQ(capture.records().size(), 2u);
 }
 
-TEST(FuncGuardTrace, TellsThatAnOperationWasEnteredAndLeft) {
+TEST(FuncGuardTrace, ReportsThatAnOperationWasEnteredAndLeft) {
     const TraceCapture capture;
     { const NS_CORBA::FuncGuardTrace guard("CorbaAgentFacade::Init"); }
     ASSERT_EQ(capture.records().size(), 2u);
@@ -122,7 +122,7 @@ class Counted {
     int references_ = 1;
 };
 
-TEST(RefCountOneParameter, LivesByItsCountAndTellsItsBeginningAndEnd) {
+TEST(RefCountOneParameter, LivesByItsCountAndTracesItsBeginningAndEnd) {
     const TraceCapture capture;
     int destroyed = 0;
     Counted* servant = new NS_CORBA::RefCount_OneParameter<Counted, int*>(&destroyed);

@@ -39,7 +39,7 @@ class UserDatabaseTest : public testing::Test {
     const std::filesystem::path file = folder.path() / "users.db";
 };
 
-TEST_F(UserDatabaseTest, KeepsAccountsAndTellsRightPasswordsFromWrongOnes) {
+TEST_F(UserDatabaseTest, KeepsAccountsAndChecksPasswords) {
     {
         UserDatabase database(file);
         database.add("nms1", "secret", kCheap);
@@ -64,7 +64,7 @@ TEST_F(UserDatabaseTest, NamesAreExact) {
     EXPECT_EQ(database.list().size(), 2u);
 }
 
-TEST_F(UserDatabaseTest, TheFileIsItsOwnersAlone) {
+TEST_F(UserDatabaseTest, TheFileIsAccessibleToItsOwnerOnly) {
     const ::mode_t before = ::umask(0);
     { const UserDatabase database(folder.path() / "sub" / "folder" / "users.db"); }
     ::umask(before);
@@ -73,7 +73,7 @@ TEST_F(UserDatabaseTest, TheFileIsItsOwnersAlone) {
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 }
 
-TEST_F(UserDatabaseTest, NoPasswordStandsInTheFile) {
+TEST_F(UserDatabaseTest, NoPasswordIsInTheFile) {
     {
         UserDatabase database(file);
         database.add("nms1", "open sesame", kCheap);
@@ -135,7 +135,7 @@ TEST_F(UserDatabaseTest, ARemovedUsersNumberIsNotGivenAgain) {
     EXPECT_NE(database.find("nms1")->id, id);
 }
 
-TEST_F(UserDatabaseTest, AuthenticateTellsADisabledAccountOnlyWithTheRightPassword) {
+TEST_F(UserDatabaseTest, AuthenticateReportsADisabledAccountOnlyWithTheRightPassword) {
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
     database.setEnabled("nms1", false);
@@ -166,7 +166,7 @@ TEST_F(UserDatabaseTest, NoNameIsGivenTwice) {
     EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
 }
 
-TEST_F(UserDatabaseTest, NamesThatWouldHurtElsewhereAreRefused) {
+TEST_F(UserDatabaseTest, UnsafeNamesAreRefused) {
     UserDatabase database(file);
     EXPECT_NE(failureOf([&] { database.add("", "secret", kCheap); }), "");
     EXPECT_NE(failureOf([&] { database.add(std::string(65, 'n'), "secret", kCheap); }), "");
@@ -298,7 +298,7 @@ TEST_F(UserDatabaseTest, ADatabaseOfTheFirstVersionKeepsItsAccountsAndGetsTheRes
     EXPECT_EQ(again.find("nms1")->networks.size(), 1u);
 }
 
-TEST_F(UserDatabaseTest, TwoProgramsMayBringItUpToDateAtOnce) {
+TEST_F(UserDatabaseTest, TwoProgramsMayUpgradeItAtOnce) {
     for (int round = 0; round < 20; ++round) {
         std::filesystem::remove(file);
         { UserDatabase(file).add("nms1", "secret", kCheap); }
@@ -359,7 +359,7 @@ TEST_F(UserDatabaseTest, KeepsSubjectsInOneForm) {
     EXPECT_TRUE(database.find("nms1")->subjects.empty());
 }
 
-TEST_F(UserDatabaseTest, EveryNewPasswordHasANumberOfItsOwn) {
+TEST_F(UserDatabaseTest, EveryNewPasswordHasItsOwnNumber) {
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
     const std::int64_t first = database.find("nms1")->passwordNumber;
@@ -397,7 +397,7 @@ TEST_F(UserDatabaseTest, AFolderInItsPlaceIsAnError) {
         std::string::npos);
 }
 
-TEST_F(UserDatabaseTest, ALockedFileIsAnErrorAndGoodAgainAfterwards) {
+TEST_F(UserDatabaseTest, ALockedFileIsAnErrorUntilItIsUnlocked) {
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
     {

@@ -74,7 +74,7 @@ TEST_F(AlarmWriting, WritesEveryAlarmInOrderAndNothingElse) {
     EXPECT_EQ(content().rfind("alarm taken in at 20", 0), 0u);
 }
 
-TEST_F(AlarmWriting, StopWritesWhatWaits) {
+TEST_F(AlarmWriting, StopWritesWaitingAlarms) {
     auto log = writer();
     hold(true);
     log->enqueue(numbered(1, 500));
@@ -99,7 +99,7 @@ TEST_F(AlarmWriting, SaysHowManyAreMissingWhenTooManyWait) {
     EXPECT_NE(content().find("alarms missing here: 6\n"), std::string::npos) << content();
 }
 
-TEST_F(AlarmWriting, AnAlarmThatCannotBePutIntoWordsIsCountedAndTraced) {
+TEST_F(AlarmWriting, AnAlarmThatCannotBeFormattedIsCountedAndTraced) {
     const kelp::test::TraceCapture trace;
     unspeakable_ = 2;
     const auto log = writer();

@@ -168,7 +168,7 @@ TEST_F(Handover, DeliversInOrderAndInBatchesOfTheChannelsSize) {
         EXPECT_LE(each.size(), 3u);
 }
 
-TEST_F(Handover, TakesNothingOnceItIsStopping) {
+TEST_F(Handover, RefusesEventsOnceItIsStopping) {
     enqueue(1, 1);
     ASSERT_TRUE(delivers(1));
     handover().stop();
@@ -212,7 +212,7 @@ TEST_F(Handover, ProbesAnAwayChannelWithGrowingPauses) {
             << probe;
 }
 
-TEST_F(Handover, SendsAnEventAgainThatGotNoAnswerOnceAProbeWasAnswered) {
+TEST_F(Handover, ResendsAnUnansweredEventOnceAProbeWasAnswered) {
     link_->leaveUnanswered(1);
     enqueue(1, 1);
     ASSERT_TRUE(delivers(1));
@@ -297,7 +297,7 @@ TEST_F(Handover, DoesNotTendAChannelWithoutAnInterval) {
     EXPECT_EQ(link_->tended, 0);
 }
 
-TEST_F(Handover, AProbeThatIsAskedForFindsAnIdleChannelGone) {
+TEST_F(Handover, RequestedProbeDetectsThatAnIdleChannelHasGone) {
     EXPECT_TRUE(handover().channelAnswers());
     link_->setReachable(false);
     handover().requestProbe();
@@ -306,7 +306,7 @@ TEST_F(Handover, AProbeThatIsAskedForFindsAnIdleChannelGone) {
     EXPECT_TRUE(waitUntil([&] { return handover().channelAnswers(); })) << "without being asked";
 }
 
-TEST_F(Handover, StopEndsADeliveryThatIsHeldAndTellsHowManyWereWaiting) {
+TEST_F(Handover, StopEndsADeliveryThatIsHeldAndReportsTheWaitingEvents) {
     link_->hold(true);
     enqueue(1, 5);
     ASSERT_TRUE(link_->begins(1));
@@ -315,7 +315,7 @@ TEST_F(Handover, StopEndsADeliveryThatIsHeldAndTellsHowManyWereWaiting) {
     EXPECT_EQ(handover().stop(), 0u);
 }
 
-TEST_F(Handover, TakingDoesNotWaitForAChannelThatHangs) {
+TEST_F(Handover, AcceptingDoesNotWaitForAChannelThatHangs) {
     link_->hold(true);
     enqueue(1, 1);
     ASSERT_TRUE(link_->begins(1));

@@ -36,13 +36,13 @@ TEST_F(LiveLoginsTest, AnUnchangedAccountIsLeftAlone) {
     EXPECT_THAT(invalid(), IsEmpty());
 }
 
-TEST_F(LiveLoginsTest, ADisabledAccountIsTold) {
+TEST_F(LiveLoginsTest, ADisabledAccountIsReported) {
     account.enabled = false;
     live.compare({account});
     EXPECT_THAT(invalid(), ElementsAre(login));
 }
 
-TEST_F(LiveLoginsTest, ARemovedAccountIsToldAlsoWhenItsNameWasGivenAgain) {
+TEST_F(LiveLoginsTest, ARemovedAccountIsReportedEvenWhenItsNameIsUsedAgain) {
     live.compare({});
     EXPECT_THAT(invalid(), ElementsAre(login));
     live.leave(login);
@@ -52,13 +52,13 @@ TEST_F(LiveLoginsTest, ARemovedAccountIsToldAlsoWhenItsNameWasGivenAgain) {
     EXPECT_THAT(invalid(), ElementsAre(login));
 }
 
-TEST_F(LiveLoginsTest, AnotherPasswordIsTold) {
+TEST_F(LiveLoginsTest, AChangedPasswordIsReported) {
     account.passwordNumber = 1;
     live.compare({account});
     EXPECT_THAT(invalid(), ElementsAre(login));
 }
 
-TEST_F(LiveLoginsTest, ALogInThatGaveTheNewPasswordGoesOn) {
+TEST_F(LiveLoginsTest, ALogInWithTheNewPasswordContinues) {
     account.passwordNumber = 1;
     live.renew(login, account);
     live.compare({account});
@@ -66,7 +66,7 @@ TEST_F(LiveLoginsTest, ALogInThatGaveTheNewPasswordGoesOn) {
     EXPECT_EQ(live.count(login), 1u);
 }
 
-TEST_F(LiveLoginsTest, ACertificateThatTheAccountAllowsNoMoreIsTold) {
+TEST_F(LiveLoginsTest, ACertificateThatIsNoLongerAllowedIsReported) {
     const LiveLogins::Key bound{"nms1", "10.0.0.3:5000"};
     live.enter(bound, account, "10.0.0.3", "CN=nms1");
     account.subjects = {"CN=nms1", "CN=standby"};
@@ -91,7 +91,7 @@ TEST_F(LiveLoginsTest, RenewingEntersNothing) {
     EXPECT_EQ(live.count(other), 0u);
 }
 
-TEST_F(LiveLoginsTest, AnAccountThatExpiresIsToldAtItsTime) {
+TEST_F(LiveLoginsTest, AnExpiringAccountIsReportedAtItsTime) {
     account.expiresUtc = kUtc + 10;
     live.compare({account});
     EXPECT_THAT(invalid(), IsEmpty());
@@ -101,7 +101,7 @@ TEST_F(LiveLoginsTest, AnAccountThatExpiresIsToldAtItsTime) {
     EXPECT_THAT(invalid(), ElementsAre(login));
 }
 
-TEST_F(LiveLoginsTest, AnExpiryThatWasTakenBackInTimeIsNotTold) {
+TEST_F(LiveLoginsTest, AnExpiryThatWasRevokedInTimeIsNotReported) {
     account.expiresUtc = kUtc + 10;
     live.compare({account});
     account.expiresUtc.reset();
@@ -110,7 +110,7 @@ TEST_F(LiveLoginsTest, AnExpiryThatWasTakenBackInTimeIsNotTold) {
     EXPECT_THAT(invalid(), IsEmpty());
 }
 
-TEST_F(LiveLoginsTest, EveryLogInOfTheUserIsToldAndNobodyElses) {
+TEST_F(LiveLoginsTest, EveryLogInOfTheUserAndNoOtherIsReported) {
     const LiveLogins::Key elsewhere{"nms1", "10.0.0.2:5000"};
     live.enter(elsewhere, account);
     live.enter(elsewhere, account);
@@ -123,7 +123,7 @@ TEST_F(LiveLoginsTest, EveryLogInOfTheUserIsToldAndNobodyElses) {
     EXPECT_THAT(invalid(), ElementsAre(login, elsewhere, elsewhere));
 }
 
-TEST_F(LiveLoginsTest, ALogInThatStaysIsToldAgainAfterGrowingPauses) {
+TEST_F(LiveLoginsTest, ALogInThatStaysIsReportedAgainAfterGrowingPauses) {
     live.compare({});
     std::vector<std::chrono::milliseconds> times;
     const LiveLogins::Time start = now;
@@ -135,7 +135,7 @@ TEST_F(LiveLoginsTest, ALogInThatStaysIsToldAgainAfterGrowingPauses) {
                                    68100ms, 98100ms, 128100ms, 158100ms, 188100ms));
 }
 
-TEST_F(LiveLoginsTest, ALogInThatHasEndedIsNotTold) {
+TEST_F(LiveLoginsTest, ALogInThatHasEndedIsNotReported) {
     live.compare({});
     live.leave(login);
     EXPECT_THAT(invalid(), IsEmpty());

@@ -42,7 +42,7 @@ class LoginThrottleTest : public testing::Test {
     LoginThrottle::Time now{1000h};
 };
 
-TEST_F(LoginThrottleTest, TakesAttemptsUntilTheLastOfTheFailuresAllowed) {
+TEST_F(LoginThrottleTest, AllowsTheConfiguredNumberOfFailures) {
     EXPECT_EQ(fail("nms1", at("10.0.0.1"), 4), std::nullopt);
     EXPECT_FALSE(refuses("nms1", at("10.0.0.1")));
     EXPECT_EQ(fail("nms1", at("10.0.0.1")), 300s);
@@ -151,7 +151,7 @@ TEST_F(LoginThrottleTest, Ipv4InIpv6IsTheIpv4Address) {
     EXPECT_TRUE(refuses("nms1", originOf(kelp::orb::parsePeer("giop:ssl:10.0.0.1:4001"))));
 }
 
-TEST_F(LoginThrottleTest, ForgettingAUserEndsAllThatHoldsItBack) {
+TEST_F(LoginThrottleTest, ForgettingAUserEndsItsLockOuts) {
     for (int i = 0; i < 15; ++i)
         fail("nms1", at("10.0.0." + std::to_string(i)), 5);
     for (int i = 0; i < 60; ++i)
@@ -164,7 +164,7 @@ TEST_F(LoginThrottleTest, ForgettingAUserEndsAllThatHoldsItBack) {
     EXPECT_TRUE(refuses("nms2", at("10.0.0.9")));
 }
 
-TEST_F(LoginThrottleTest, RecordsAreBoundedHoweverManyNamesAndAddressesCome) {
+TEST_F(LoginThrottleTest, RecordsAreBoundedWhateverTheNumberOfNamesAndAddresses) {
     for (int i = 0; i < 20000; ++i) {
         now += 1ms;
         fail("name" + std::to_string(i),

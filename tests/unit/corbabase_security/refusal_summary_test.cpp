@@ -31,7 +31,7 @@ unsigned single(RefusalSummary& summary, const SecurityRecord& record, unsigned 
     return alone;
 }
 
-TEST(RefusalSummary, LetsTheFirstOfAMinuteStandAloneAndCountsTheRest) {
+TEST(RefusalSummary, RecordsTheFirstOfAMinuteIndividuallyAndCountsTheRest) {
     RefusalSummary summary;
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1000"), 1000, kStart), kSingly);
     EXPECT_TRUE(summary.take(kStart + 59s).empty());
@@ -45,13 +45,13 @@ TEST(RefusalSummary, LetsTheFirstOfAMinuteStandAloneAndCountsTheRest) {
     EXPECT_TRUE(summary.take(kStart + 120s).empty());
 }
 
-TEST(RefusalSummary, TellsNothingWhenNothingWasCounted) {
+TEST(RefusalSummary, ReportsNothingWhenNothingWasCounted) {
     RefusalSummary summary;
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1000"), kSingly, kStart), kSingly);
     EXPECT_TRUE(summary.takeAll().empty());
 }
 
-TEST(RefusalSummary, TakesPortsOfOneAddressTogether) {
+TEST(RefusalSummary, CountsPortsOfOneAddressTogether) {
     RefusalSummary summary;
     unsigned alone = 0;
     for (unsigned port = 1; port <= 100; ++port)
@@ -73,7 +73,7 @@ TEST(RefusalSummary, KeepsAddressesKindsAndOutcomesApart) {
     EXPECT_EQ(summary.takeAll().size(), 4u);
 }
 
-TEST(RefusalSummary, BeginsAnewAfterAMinute) {
+TEST(RefusalSummary, StartsOverAfterAMinute) {
     RefusalSummary summary;
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1"), kSingly, kStart), kSingly);
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1"), 100, kStart + 60s), kSingly);
@@ -81,7 +81,7 @@ TEST(RefusalSummary, BeginsAnewAfterAMinute) {
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1"), 100, kStart + 120s), kSingly);
 }
 
-TEST(RefusalSummary, GoesOnCountingUntilItWasTaken) {
+TEST(RefusalSummary, KeepsCountingUntilItIsTaken) {
     RefusalSummary summary;
     single(summary, refusal("192.0.2.1:1"), 30, kStart);
     EXPECT_EQ(single(summary, refusal("192.0.2.1:1"), 5, kStart + 300s), 0u);

@@ -15,7 +15,7 @@ bool holds(const std::vector<std::string>& entries, const std::string& transport
     return networks.contains(kelp::orb::parsePeer(transportText));
 }
 
-TEST(UserNetworks, HoldIpv4Peers) {
+TEST(UserNetworks, ContainIpv4Peers) {
     EXPECT_TRUE(holds({"10.1.0.0/16"}, "giop:tcp:10.1.255.3:4000"));
     EXPECT_FALSE(holds({"10.1.0.0/16"}, "giop:tcp:10.2.0.3:4000"));
     EXPECT_TRUE(holds({"10.1.0.3"}, "giop:ssl:10.1.0.3:4000"));
@@ -24,13 +24,13 @@ TEST(UserNetworks, HoldIpv4Peers) {
     EXPECT_TRUE(holds({"0.0.0.0/0"}, "giop:tcp:10.9.9.9:4000"));
 }
 
-TEST(UserNetworks, HoldIpv4PeersSeenAsIpv6) {
+TEST(UserNetworks, ContainIpv4PeersSeenAsIpv6) {
     EXPECT_TRUE(holds({"10.1.0.0/16"}, "giop:tcp:[::ffff:10.1.0.3]:4000"));
     EXPECT_FALSE(holds({"10.1.0.0/16"}, "giop:tcp:[::ffff:10.2.0.3]:4000"));
     EXPECT_TRUE(holds({"::ffff:10.1.0.0/112"}, "giop:tcp:10.1.0.3:4000"));
 }
 
-TEST(UserNetworks, HoldIpv6Peers) {
+TEST(UserNetworks, ContainIpv6Peers) {
     EXPECT_TRUE(holds({"2001:db8::/32"}, "giop:tcp:[2001:db8:1::5]:4000"));
     EXPECT_FALSE(holds({"2001:db8::/32"}, "giop:tcp:[2001:db9::5]:4000"));
     EXPECT_TRUE(holds({"::1"}, "giop:ssl:[::1]:4000"));
@@ -38,7 +38,7 @@ TEST(UserNetworks, HoldIpv6Peers) {
     EXPECT_FALSE(holds({"0.0.0.0/0"}, "giop:tcp:[2001:db8::5]:4000"));
 }
 
-TEST(UserNetworks, HoldNobodyWithoutAnAddress) {
+TEST(UserNetworks, ContainNobodyWithoutAnAddress) {
     EXPECT_FALSE(holds({"0.0.0.0/0", "::/0"}, ""));
     EXPECT_FALSE(holds({"0.0.0.0/0", "::/0"}, "giop:unix:/tmp/socket"));
 }

@@ -59,7 +59,7 @@ TEST_F(UserWatchTest, ARemovedFileIsNoChangeAndOneThatIsBackIs) {
     EXPECT_EQ(found, 2);
 }
 
-TEST_F(UserWatchTest, AFilePutInItsPlaceIsAChange) {
+TEST_F(UserWatchTest, AReplacedFileIsAChange) {
     look();
     const std::filesystem::path other = folder.path() / "other.db";
     UserDatabase(other).add("nms2", "secret", {8, 1});

@@ -106,7 +106,7 @@ TEST_F(ConnectionTableTest, KeepsPlacesForAddressesWithALogin) {
     EXPECT_TRUE(connect(table, "nms", Seat::Use::Busy, 0));
 }
 
-TEST_F(ConnectionTableTest, ClosesNobodyWhoWasUsedAMomentAgo) {
+TEST_F(ConnectionTableTest, ClosesNoConnectionThatWasUsedAMomentAgo) {
     ConnectionTable table({1, 1, 0}, nms_);
     EXPECT_TRUE(connect(table, "a", Seat::Use::Idle, 0));
     EXPECT_FALSE(connect(table, "a", Seat::Use::Busy, 0));

@@ -51,7 +51,7 @@ struct Outcome {
     bool operator==(const Outcome&) const = default;
 };
 
-class AssemblerTest : public testing::Test {
+class Assembler : public testing::Test {
   protected:
     /// Pass the octets to the assembler in these parts, as long as it accepts them.
     Outcome feed(MessageAssembler& assembler, const std::vector<std::string>& parts) {
@@ -114,7 +114,7 @@ std::string hundred() {
     return text;
 }
 
-TEST_F(AssemblerTest, PassesWholeRequestsOfEveryVersionAndByteOrder) {
+TEST_F(Assembler, PassesWholeRequestsOfEveryVersionAndByteOrder) {
     for (const bool littleEndian : {false, true}) {
         for (const std::uint8_t minor : kVersions) {
             GiopRequest made = request(minor, 7, hundred());
@@ -125,7 +125,7 @@ TEST_F(AssemblerTest, PassesWholeRequestsOfEveryVersionAndByteOrder) {
     }
 }
 
-TEST_F(AssemblerTest, GivesTheSameForEveryPartitionIntoTwo) {
+TEST_F(Assembler, GivesTheSameForEveryPartitionIntoTwo) {
     const std::string octets =
         requestMessage(request(2, 1, hundred())) +
         joined(fragmentsOf(request(2, 2, hundred()), 32, 24)) + requestMessage(request(2, 3)) +
@@ -136,7 +136,7 @@ TEST_F(AssemblerTest, GivesTheSameForEveryPartitionIntoTwo) {
         EXPECT_EQ(assemble({octets.substr(0, at), octets.substr(at)}), whole) << at;
 }
 
-TEST_F(AssemblerTest, GivesTheSameForRandomPartitionsAndForSingleOctets) {
+TEST_F(Assembler, GivesTheSameForRandomPartitionsAndForSingleOctets) {
     const std::string octets = joined(fragmentsOf(request(1, 1, hundred()), 60, 17)) +
                                requestMessage(request(1, 2, hundred())) +
                                joined(fragmentsOf(request(1, 3, hundred()), 52, 1));
@@ -154,7 +154,7 @@ TEST_F(AssemblerTest, GivesTheSameForRandomPartitionsAndForSingleOctets) {
     }
 }
 
-TEST_F(AssemblerTest, JoinsTheFragmentsOfARequestToTheMessageThatItIs) {
+TEST_F(Assembler, JoinsTheFragmentsOfARequestToTheMessageThatItIs) {
     for (const bool littleEndian : {false, true}) {
         GiopRequest made = request(2, 5, hundred());
         made.littleEndian = littleEndian;
@@ -163,13 +163,13 @@ TEST_F(AssemblerTest, JoinsTheFragmentsOfARequestToTheMessageThatItIs) {
     }
 }
 
-TEST_F(AssemblerTest, JoinsRequestsWhoseHeadersAreInFragments) {
+TEST_F(Assembler, JoinsRequestsWhoseHeadersAreInFragments) {
     GiopRequest made = request(2, 5, hundred());
     made.key = hundred() + hundred();
     expectPassed(joined(fragmentsOf(made, 16, 8)), {requestMessage(made)});
 }
 
-TEST_F(AssemblerTest, JoinsInterleavedRequests) {
+TEST_F(Assembler, JoinsInterleavedRequests) {
     const auto one = fragmentsOf(request(2, 1, hundred()), 32, 40);
     const auto two = fragmentsOf(request(2, 2, hundred()), 48, 40);
     const std::string whole = requestMessage(request(2, 3));
@@ -186,7 +186,7 @@ TEST_F(AssemblerTest, JoinsInterleavedRequests) {
     EXPECT_TRUE(std::is_permutation(expected.begin(), expected.end(), outcome.messages.begin()));
 }
 
-TEST_F(AssemblerTest, JoinsALocateRequest) {
+TEST_F(Assembler, JoinsALocateRequest) {
     GiopRequest made = request(2, 6);
     made.key = hundred();
     const std::string whole = locateMessage(made);
@@ -194,7 +194,7 @@ TEST_F(AssemblerTest, JoinsALocateRequest) {
     expectPassed(head + messageOfId(GiopType::Fragment, 6, whole.substr(32)), {whole});
 }
 
-TEST_F(AssemblerTest, HoldsTheMessagesOfAnOlderRequestUntilTheLast) {
+TEST_F(Assembler, HoldsTheMessagesOfAnOlderRequestUntilTheLast) {
     auto parts = fragmentsOf(request(1, 1, hundred()), 60, 30);
     MessageAssembler assembler(limits_, peer_, budget_);
     const std::string last = parts.back();
@@ -204,7 +204,7 @@ TEST_F(AssemblerTest, HoldsTheMessagesOfAnOlderRequestUntilTheLast) {
     EXPECT_EQ(feed(assembler, {last}).messages, parts);
 }
 
-TEST_F(AssemblerTest, NeverPassesACancelRequest) {
+TEST_F(Assembler, NeverPassesACancelRequest) {
     for (const std::uint8_t minor : kVersions) {
         const std::string cancel = messageOfId(GiopType::CancelRequest, 1, "", false, false, minor);
         const std::string whole = requestMessage(request(minor, 1));
@@ -212,7 +212,7 @@ TEST_F(AssemblerTest, NeverPassesACancelRequest) {
     }
 }
 
-TEST_F(AssemblerTest, ForgetsAnUnfinishedRequestThatIsCancelled) {
+TEST_F(Assembler, ForgetsAnUnfinishedRequestThatIsCancelled) {
     for (const std::uint8_t minor : kVersionsWithFragments) {
         const auto parts = fragmentsOf(request(minor, 1, hundred()), minor == 1 ? 60 : 32, 64);
         const std::string cancel = messageOfId(GiopType::CancelRequest, 1, "", false, false, minor);
@@ -223,7 +223,7 @@ TEST_F(AssemblerTest, ForgetsAnUnfinishedRequestThatIsCancelled) {
     EXPECT_EQ(budget_.used(), 0U);
 }
 
-TEST_F(AssemblerTest, KeepsAnUnfinishedRequestWhenAnotherIsCancelled) {
+TEST_F(Assembler, KeepsAnUnfinishedRequestWhenAnotherIsCancelled) {
     for (const std::uint8_t minor : kVersionsWithFragments) {
         auto parts = fragmentsOf(request(minor, 1, hundred()), minor == 1 ? 60 : 32, 64);
         const std::size_t count = assemble(joined(parts)).messages.size();
@@ -235,7 +235,7 @@ TEST_F(AssemblerTest, KeepsAnUnfinishedRequestWhenAnotherIsCancelled) {
     }
 }
 
-TEST_F(AssemblerTest, RefusesFragmentsOfNoOpenRequest) {
+TEST_F(Assembler, RefusesFragmentsOfNoOpenRequest) {
     for (const std::uint8_t minor : kVersionsWithFragments) {
         const std::string fragment = messageOfId(GiopType::Fragment, 1, "", false, false, minor);
         expectRefused(fragment, Violation::FragmentOfNothing);
@@ -249,14 +249,14 @@ TEST_F(AssemblerTest, RefusesFragmentsOfNoOpenRequest) {
         Violation::FragmentOfNothing);
 }
 
-TEST_F(AssemblerTest, PassesWhatCameBeforeAViolation) {
+TEST_F(Assembler, PassesWhatCameBeforeAViolation) {
     const Outcome outcome = assemble(requestMessage(request(2, 1)) + requestMessage(request(2, 2)) +
                                      "garbage, not GIOP");
     EXPECT_EQ(outcome.messages.size(), 2U);
     EXPECT_EQ(outcome.violation, Violation::NotGiop);
 }
 
-TEST_F(AssemblerTest, RefusesHeadersThatAClientDoesNotSend) {
+TEST_F(Assembler, RefusesHeadersThatAClientDoesNotSend) {
     const auto changed = [](std::size_t at, int value, std::uint8_t minor = 2) {
         std::string message = requestMessage(request(minor));
         message[at] = static_cast<char>(value);
@@ -276,7 +276,7 @@ TEST_F(AssemblerTest, RefusesHeadersThatAClientDoesNotSend) {
     expectRefused(changed(7, 7, 0), Violation::Type);  // a Fragment of GIOP 1.0
 }
 
-TEST_F(AssemblerTest, RefusesFragmentsToComeOfMessagesThatHaveNone) {
+TEST_F(Assembler, RefusesFragmentsToComeOfMessagesThatHaveNone) {
     expectRefused(giopMessage(GiopWriter(2).unsignedLong(1), GiopType::CancelRequest, true),
                   Violation::Flags);
     expectRefused(
@@ -285,7 +285,7 @@ TEST_F(AssemblerTest, RefusesFragmentsToComeOfMessagesThatHaveNone) {
     expectRefused(giopMessage(GiopWriter(2), GiopType::CloseConnection, true), Violation::Flags);
 }
 
-TEST_F(AssemblerTest, RefusesAnotherVersionInTheSameConnection) {
+TEST_F(Assembler, RefusesAnotherVersionInTheSameConnection) {
     for (const std::uint8_t first : kVersions) {
         for (const std::uint8_t second : kVersions) {
             const std::string octets =
@@ -299,7 +299,7 @@ TEST_F(AssemblerTest, RefusesAnotherVersionInTheSameConnection) {
     }
 }
 
-TEST_F(AssemblerTest, EndsWhenThePeerCloses) {
+TEST_F(Assembler, EndsWhenThePeerCloses) {
     for (const GiopType type : {GiopType::CloseConnection, GiopType::MessageError}) {
         const std::string whole = requestMessage(request(2));
         // CloseConnection and MessageError may have any version
@@ -309,7 +309,7 @@ TEST_F(AssemblerTest, EndsWhenThePeerCloses) {
     }
 }
 
-TEST_F(AssemblerTest, RefusesMessagesAboveTheLimitByTheirHeaders) {
+TEST_F(Assembler, RefusesMessagesAboveTheLimitByTheirHeaders) {
     const std::string fits = requestMessage(request(2, 1, hundred()));
     limits_.messageOctetsMax = fits.size();
     expectPassed(fits, {fits});
@@ -320,7 +320,7 @@ TEST_F(AssemblerTest, RefusesMessagesAboveTheLimitByTheirHeaders) {
     expectRefused(huge.substr(0, 12), Violation::TooLarge);
 }
 
-TEST_F(AssemblerTest, LimitsAFragmentedRequestAsAWhole) {
+TEST_F(Assembler, LimitsAFragmentedRequestAsAWhole) {
     limits_.messageOctetsMax = 200;
     const auto parts = fragmentsOf(request(2, 1, std::string(400, 'x')), 64, 64);
     const Outcome outcome = assemble(joined(parts));
@@ -330,7 +330,7 @@ TEST_F(AssemblerTest, LimitsAFragmentedRequestAsAWhole) {
     EXPECT_EQ(assemble(joined(older)).violation, Violation::TooLarge);
 }
 
-TEST_F(AssemblerTest, LimitsWhatAnAddressWithoutLoginSends) {
+TEST_F(Assembler, LimitsWhatAnAddressWithoutLoginSends) {
     limits_.octetsMaxBeforeLogin = 200;
     const std::string large = requestMessage(request(2, 1, std::string(400, 'x')));
     expectPassed(large, {large});
@@ -340,7 +340,7 @@ TEST_F(AssemblerTest, LimitsWhatAnAddressWithoutLoginSends) {
     expectPassed(small, {small});
 }
 
-TEST_F(AssemblerTest, LimitsAllThatAConnectionWithoutLoginLeavesUnfinished) {
+TEST_F(Assembler, LimitsAllThatAConnectionWithoutLoginLeavesUnfinished) {
     limits_.octetsMaxBeforeLogin = 200;
     peer_.loggedIn = false;
     std::string octets;
@@ -349,7 +349,7 @@ TEST_F(AssemblerTest, LimitsAllThatAConnectionWithoutLoginLeavesUnfinished) {
     expectRefused(octets, Violation::TooLargeBeforeLogin);
 }
 
-TEST_F(AssemblerTest, LimitsUnfinishedRequests) {
+TEST_F(Assembler, LimitsUnfinishedRequests) {
     limits_.fragmentedMax = 3;
     std::string octets;
     for (std::uint32_t id = 0; id < 3; ++id)
@@ -359,20 +359,20 @@ TEST_F(AssemblerTest, LimitsUnfinishedRequests) {
                   Violation::TooManyFragmented);
 }
 
-TEST_F(AssemblerTest, RefusesTheIdOfAnUnfinishedRequest) {
+TEST_F(Assembler, RefusesTheIdOfAnUnfinishedRequest) {
     const std::string first = fragmentsOf(request(2, 1, hundred()), 32, 64)[0];
     expectRefused(first + first, Violation::RequestIdInUse);
     expectRefused(first + requestMessage(request(2, 1)), Violation::RequestIdInUse);
     expectRefused(first + locateMessage(request(2, 1)), Violation::RequestIdInUse);
 }
 
-TEST_F(AssemblerTest, RefusesOtherMessagesAmongTheFragmentsOfAnOlderRequest) {
+TEST_F(Assembler, RefusesOtherMessagesAmongTheFragmentsOfAnOlderRequest) {
     const std::string first = fragmentsOf(request(1, 1, hundred()), 60, 64)[0];
     expectRefused(first + requestMessage(request(1, 2)), Violation::Interleaved);
     expectRefused(first + locateMessage(request(1, 2)), Violation::Interleaved);
 }
 
-TEST_F(AssemblerTest, RefusesFragmentsThatShiftTheAlignment) {
+TEST_F(Assembler, RefusesFragmentsThatShiftTheAlignment) {
     const std::string whole = requestMessage(request(2, 1, hundred()));
     for (std::size_t size = 20; size < 60; ++size) {
         const std::string head = GiopWriter(2).raw(whole.substr(12, size - 12)).message(0, true);
@@ -383,7 +383,7 @@ TEST_F(AssemblerTest, RefusesFragmentsThatShiftTheAlignment) {
     }
 }
 
-TEST_F(AssemblerTest, RefusesFragmentsOfAnotherByteOrder) {
+TEST_F(Assembler, RefusesFragmentsOfAnotherByteOrder) {
     for (const std::uint8_t minor : kVersionsWithFragments) {
         const auto parts = fragmentsOf(request(minor, 1, hundred()), minor == 1 ? 60 : 32, 64);
         const std::string fragment = messageOfId(GiopType::Fragment, 1, "", false, true, minor);
@@ -393,7 +393,7 @@ TEST_F(AssemblerTest, RefusesFragmentsOfAnotherByteOrder) {
     expectRefused(fragmentsOf(request(1, 1, hundred()), 60, 64)[0] + empty, Violation::Flags);
 }
 
-TEST_F(AssemblerTest, RefusesEveryRequestHeaderThatIsCutOff) {
+TEST_F(Assembler, RefusesEveryRequestHeaderThatIsCutOff) {
     for (const std::uint8_t minor : kVersions) {
         for (const bool isLocate : {false, true}) {
             const std::string whole =
@@ -407,12 +407,12 @@ TEST_F(AssemblerTest, RefusesEveryRequestHeaderThatIsCutOff) {
     }
 }
 
-TEST_F(AssemblerTest, RefusesAHeaderOfAnOlderRequestThatIsInFragments) {
+TEST_F(Assembler, RefusesAHeaderOfAnOlderRequestThatIsInFragments) {
     const auto parts = fragmentsOf(request(1, 1, hundred()), 40, 64);
     expectRefused(parts[0], Violation::RequestHeader);
 }
 
-TEST_F(AssemblerTest, RefusesOperationsThatAreNoNames) {
+TEST_F(Assembler, RefusesOperationsThatAreNoNames) {
     for (const char* operation : {"", "two words", "line\nfeed", "\x80", "\x7f"}) {
         GiopRequest made = request(2);
         made.operation = operation;
@@ -423,7 +423,7 @@ TEST_F(AssemblerTest, RefusesOperationsThatAreNoNames) {
     expectRefused(requestMessage(made), Violation::RequestHeader);
 }
 
-TEST_F(AssemblerTest, NamesATargetByItsKey) {
+TEST_F(Assembler, NamesATargetByItsKey) {
     for (const bool littleEndian : {false, true}) {
         for (const std::string& key :
              {std::string("k"), std::string("key"), std::string("eight888"), hundred()}) {
@@ -445,7 +445,7 @@ TEST_F(AssemblerTest, NamesATargetByItsKey) {
     }
 }
 
-TEST_F(AssemblerTest, RefusesTargetsWithoutAUsableProfile) {
+TEST_F(Assembler, RefusesTargetsWithoutAUsableProfile) {
     const auto withTarget = [](auto add) {
         GiopWriter writer(2);
         writer.unsignedLong(1).octet(3).octet(0).octet(0).octet(0);
@@ -475,7 +475,7 @@ TEST_F(AssemblerTest, RefusesTargetsWithoutAUsableProfile) {
                   Violation::RequestHeader);
 }
 
-TEST_F(AssemblerTest, LimitsLocateRequests) {
+TEST_F(Assembler, LimitsLocateRequests) {
     peer_.locatesMax = 3;
     std::string octets;
     for (std::uint32_t id = 0; id < 4; ++id)
@@ -495,7 +495,7 @@ std::string deepAny() {
     return writer.message(0).substr(12);
 }
 
-TEST_F(AssemblerTest, CutsParametersOffThatWouldHarmTheOrb) {
+TEST_F(Assembler, CutsParametersOffThatWouldHarmTheOrb) {
     for (const std::uint8_t minor : kVersions) {
         GiopRequest made = request(minor, 1, deepAny());
         made.operation = "push";
@@ -513,7 +513,7 @@ TEST_F(AssemblerTest, CutsParametersOffThatWouldHarmTheOrb) {
     }
 }
 
-TEST_F(AssemblerTest, GivesAllItsMemoryBack) {
+TEST_F(Assembler, GivesAllItsMemoryBack) {
     {
         MessageAssembler assembler(limits_, peer_, budget_);
         const std::string large = requestMessage(request(2, 1, std::string(3000000, 'x')));
@@ -527,7 +527,7 @@ TEST_F(AssemblerTest, GivesAllItsMemoryBack) {
     EXPECT_EQ(budget_.used(), 0U);
 }
 
-TEST_F(AssemblerTest, RefusesWhatTheBudgetHasNoRoomFor) {
+TEST_F(Assembler, RefusesWhatTheBudgetHasNoRoomFor) {
     InputBudget small(100000);
     MessageAssembler assembler(limits_, peer_, small);
     const Outcome outcome =
@@ -537,14 +537,14 @@ TEST_F(AssemblerTest, RefusesWhatTheBudgetHasNoRoomFor) {
     EXPECT_EQ(outcome.violation, Violation::NoMemory);
 }
 
-TEST_F(AssemblerTest, DoesNotReserveWhatAHeaderOnlyAnnounces) {
+TEST_F(Assembler, DoesNotReserveWhatAHeaderOnlyAnnounces) {
     MessageAssembler assembler(limits_, peer_, budget_);
     feed(assembler, {requestMessage(request(2, 1, std::string(50000000, 'x'))).substr(0, 5000)});
     EXPECT_FALSE(assembler.room().empty());
     EXPECT_LT(budget_.used(), 200000U);
 }
 
-TEST_F(AssemblerTest, HasADeadlineOnlyWhileSomethingIsUnfinished) {
+TEST_F(Assembler, HasADeadlineOnlyWhileSomethingIsUnfinished) {
     MessageAssembler assembler(limits_, peer_, budget_);
     const std::string whole = requestMessage(request(2, 1, hundred()));
     EXPECT_FALSE(assembler.deadline());
@@ -558,7 +558,7 @@ TEST_F(AssemblerTest, HasADeadlineOnlyWhileSomethingIsUnfinished) {
     EXPECT_FALSE(assembler.deadline());
 }
 
-TEST_F(AssemblerTest, PostponesTheDeadlineForAWindowsWorthOfOctetsOnly) {
+TEST_F(Assembler, PostponesTheDeadlineForAWindowsWorthOfOctetsOnly) {
     MessageAssembler assembler(limits_, peer_, budget_);
     const auto first = now_;
     const std::string whole = requestMessage(request(2, 1, std::string(100000, 'x')));
@@ -572,7 +572,7 @@ TEST_F(AssemblerTest, PostponesTheDeadlineForAWindowsWorthOfOctetsOnly) {
     EXPECT_EQ(assembler.deadline(), now_ + limits_.progress.window + milliseconds(700));
 }
 
-TEST_F(AssemblerTest, OtherRequestsDoNotPostponeTheDeadlineOfAnUnfinishedOne) {
+TEST_F(Assembler, OtherRequestsDoNotPostponeTheDeadlineOfAnUnfinishedOne) {
     MessageAssembler assembler(limits_, peer_, budget_);
     feed(assembler, {fragmentsOf(request(2, 1, hundred()), 32, 64)[0]});
     const auto deadline = assembler.deadline();
@@ -581,7 +581,7 @@ TEST_F(AssemblerTest, OtherRequestsDoNotPostponeTheDeadlineOfAnUnfinishedOne) {
     EXPECT_EQ(assembler.deadline(), deadline);
 }
 
-TEST_F(AssemblerTest, PassesOneWholeRequestWithoutTakingItOver) {
+TEST_F(Assembler, PassesOneWholeRequestWithoutTakingItOver) {
     MessageAssembler assembler(limits_, peer_, budget_);
     const std::string whole = requestMessage(request(2, 1, hundred()));
     EXPECT_TRUE(assembler.passes(octetsOf(whole)));
@@ -597,7 +597,7 @@ TEST_F(AssemblerTest, PassesOneWholeRequestWithoutTakingItOver) {
     EXPECT_FALSE(assembler.passes(octetsOf(requestMessage(byProfile))));
 }
 
-TEST_F(AssemblerTest, TakesOverWhatIsReceivedIntoItsRoom) {
+TEST_F(Assembler, TakesOverWhatIsReceivedIntoItsRoom) {
     MessageAssembler assembler(limits_, peer_, budget_);
     const std::string whole = requestMessage(request(2, 1, std::string(300000, 'x')));
     std::size_t at = 0;

@@ -13,7 +13,7 @@
 namespace kelp::test {
 namespace {
 
-class KelpdAdminInterfaceTest : public KelpdTest {
+class KelpdAdminInterface : public KelpdTest {
   protected:
     std::filesystem::path socket() const { return scratch_ / "state" / "admin.sock"; }
     static httplib::Client at(const std::filesystem::path& socket) {
@@ -23,7 +23,7 @@ class KelpdAdminInterfaceTest : public KelpdTest {
     }
 };
 
-TEST_F(KelpdAdminInterfaceTest, TellsThatTheHostIsWellWhileItRuns) {
+TEST_F(KelpdAdminInterface, ReportsThatTheHostIsHealthyWhileItRuns) {
     start(configure());
     const httplib::Result answer = at(socket()).Get("/health");
     ASSERT_TRUE(answer) << httplib::to_string(answer.error());
@@ -36,7 +36,7 @@ TEST_F(KelpdAdminInterfaceTest, TellsThatTheHostIsWellWhileItRuns) {
     EXPECT_FALSE(std::filesystem::exists(socket()));
 }
 
-TEST_F(KelpdAdminInterfaceTest, IsLeftByADeadHostForTheNextOne) {
+TEST_F(KelpdAdminInterface, IsLeftByADeadHostForTheNextOne) {
     start(configure());
     process_->kill();
     ASSERT_TRUE(std::filesystem::exists(socket()));
@@ -45,7 +45,7 @@ TEST_F(KelpdAdminInterfaceTest, IsLeftByADeadHostForTheNextOne) {
     EXPECT_TRUE(at(socket()).Get("/health"));
 }
 
-TEST_F(KelpdAdminInterfaceTest, OfALiveHostKeepsASecondOneFromStarting) {
+TEST_F(KelpdAdminInterface, OfALiveHostKeepsASecondOneFromStarting) {
     start(configure());
     const PortLease otherNaming;
     const auto second = scratch_ / "second.toml";
@@ -60,7 +60,7 @@ TEST_F(KelpdAdminInterfaceTest, OfALiveHostKeepsASecondOneFromStarting) {
     EXPECT_TRUE(at(socket()).Get("/health")) << "the first one goes on";
 }
 
-TEST_F(KelpdAdminInterfaceTest, WithASilentCallerDoesNotHoldUpTheStop) {
+TEST_F(KelpdAdminInterface, WithASilentCallerDoesNotDelayTheStop) {
     start(configure());
     const Socket silent(::socket(AF_UNIX, SOCK_STREAM, 0));
     sockaddr_un name{};
@@ -72,7 +72,7 @@ TEST_F(KelpdAdminInterfaceTest, WithASilentCallerDoesNotHoldUpTheStop) {
     EXPECT_EQ(process_->waitExit(), 0);
 }
 
-TEST_F(KelpdAdminInterfaceTest, IsOnAPortForWhoHasTheToken) {
+TEST_F(KelpdAdminInterface, IsOnAPortForCallersWithTheToken) {
     const PortLease port;
     start(configure("[admin]\nlisten = \"" + port.hostAndPort() + "\"\n"));
     EXPECT_FALSE(std::filesystem::exists(socket()));
@@ -88,7 +88,7 @@ TEST_F(KelpdAdminInterfaceTest, IsOnAPortForWhoHasTheToken) {
     EXPECT_EQ(answer->status, 200);
 }
 
-TEST_F(KelpdAdminInterfaceTest, OnAnAddressForOthersIsAMistakeInTheConfiguration) {
+TEST_F(KelpdAdminInterface, OnAnAddressForOthersIsAMistakeInTheConfiguration) {
     const auto file = configure("[admin]\nlisten = \"0.0.0.0:4880\"\n");
     EXPECT_EQ(run({"--check-config", file.string()}), 3);
     EXPECT_TRUE(output_.contains(file.string() +

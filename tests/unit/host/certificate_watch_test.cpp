@@ -12,7 +12,7 @@ using std::chrono::system_clock;
 
 constexpr std::chrono::hours kDay{24};
 
-class CertificateWatchTest : public testing::Test {
+class CertificateWatch : public testing::Test {
   protected:
     static std::string warning(system_clock::duration left) {
         const system_clock::time_point end = system_clock::from_time_t(1798761600);  // 2027-01-01
@@ -21,7 +21,7 @@ class CertificateWatchTest : public testing::Test {
     const kelp::test::ThrowAwayCertificates certificates_;
 };
 
-TEST_F(CertificateWatchTest, FindsTheEndOfTheCertificateBesideItsKey) {
+TEST_F(CertificateWatch, FindsTheEndOfTheCertificateNextToItsKey) {
     const auto before = system_clock::now();
     const auto end = certificateEnd(certificates_.issue("ems"));
     ASSERT_TRUE(end);
@@ -29,14 +29,14 @@ TEST_F(CertificateWatchTest, FindsTheEndOfTheCertificateBesideItsKey) {
     EXPECT_LE(*end, system_clock::now() + 2 * kDay + 2s);
 }
 
-TEST_F(CertificateWatchTest, FindsNoneInAFileWithoutACertificate) {
+TEST_F(CertificateWatch, FindsNoneInAFileWithoutACertificate) {
     EXPECT_FALSE(certificateEnd("/no/such/file"));
     EXPECT_FALSE(certificateEnd("/dev/null"));
     EXPECT_EQ(certificateWarning("/no/such/file", std::nullopt, system_clock::now()),
               "tls.certificate: no certificate can be read from /no/such/file");
 }
 
-TEST_F(CertificateWatchTest, WarnsOfARevocationListFromThreeDaysBeforeItsEndOn) {
+TEST_F(CertificateWatch, WarnsOfARevocationListFromThreeDaysBeforeItsEndOn) {
     const system_clock::time_point end = system_clock::from_time_t(1798761600);  // 2027-01-01
     const auto warningOfList = [&](system_clock::duration left) {
         return revocationListWarning("/etc/kelp/crl.pem", {"CN = CA", end}, end - left);
@@ -58,7 +58,7 @@ TEST_F(CertificateWatchTest, WarnsOfARevocationListFromThreeDaysBeforeItsEndOn) 
     EXPECT_EQ(revocationListWarning("/etc/kelp/crl.pem", {"CN = CA", std::nullopt}, end), "");
 }
 
-TEST_F(CertificateWatchTest, WarnsFromThirtyDaysBeforeTheEndOn) {
+TEST_F(CertificateWatch, WarnsFromThirtyDaysBeforeTheEndOn) {
     EXPECT_EQ(warning(31 * kDay), "");
     EXPECT_EQ(warning(30 * kDay), "");
     EXPECT_EQ(warning(30 * kDay - 1s),

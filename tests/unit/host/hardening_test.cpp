@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class KelpdHardeningTest : public KelpdTest {
+class KelpdHardening : public KelpdTest {
   protected:
     fs::path state() const { return scratch_ / "state"; }
     /// Create a file in the state directory with this mode, and the directory if necessary.
@@ -52,25 +52,25 @@ class KelpdHardeningTest : public KelpdTest {
     }
 };
 
-TEST_F(KelpdHardeningTest, AConfigurationThatOthersCanWriteIsRefused) {
+TEST_F(KelpdHardening, AConfigurationThatOthersCanWriteIsRefused) {
     const fs::path config = configure();
     ASSERT_EQ(::chmod(config.c_str(), 0666), 0);
     expectRefused(config, config.string() + ": can be written by others (mode 0666)");
 }
 
-TEST_F(KelpdHardeningTest, ALinkToAConfigurationIsRefused) {
+TEST_F(KelpdHardening, ALinkToAConfigurationIsRefused) {
     fs::create_symlink(configure(), scratch_ / "link.toml");
     expectRefused(scratch_ / "link.toml", (scratch_ / "link.toml").string() +
                                               ": is a symbolic link, which is not followed");
 }
 
-TEST_F(KelpdHardeningTest, AStateDirectoryThatOthersCanWriteIsRefused) {
+TEST_F(KelpdHardening, AStateDirectoryThatOthersCanWriteIsRefused) {
     fs::create_directory(state());
     ASSERT_EQ(::chmod(state().c_str(), 0777), 0);
     expectRefused(configure(), state().string() + ": can be written by others (mode 0777)");
 }
 
-TEST_F(KelpdHardeningTest, AFolderAboveThatLetsOthersReplaceTheStateDirectoryIsRefused) {
+TEST_F(KelpdHardening, AFolderAboveThatLetsOthersReplaceTheStateDirectoryIsRefused) {
     ASSERT_EQ(::chmod(scratch_.path().c_str(), 0777), 0);
     EXPECT_EQ(run({"--config", configure().string()}), 3);
     EXPECT_TRUE(output_.contains("lies in " + scratch_.path().string() +
@@ -78,7 +78,7 @@ TEST_F(KelpdHardeningTest, AFolderAboveThatLetsOthersReplaceTheStateDirectoryIsR
         << output_.text();
 }
 
-TEST_F(KelpdHardeningTest, FilesOfTheStateDirectoryThatOthersCanWriteAreRefused) {
+TEST_F(KelpdHardening, FilesOfTheStateDirectoryThatOthersCanWriteAreRefused) {
     const fs::path config = configure();
     for (const char* const name :
          {"users.db", "oplog.db", "oplog-audit.db", "oplog-audit.db-wal", "inventory.db"}) {
@@ -88,7 +88,7 @@ TEST_F(KelpdHardeningTest, FilesOfTheStateDirectoryThatOthersCanWriteAreRefused)
     }
 }
 
-TEST_F(KelpdHardeningTest, AConfiguredFileIsRefusedByLineAndKey) {
+TEST_F(KelpdHardening, AConfiguredFileIsRefusedByLineAndKey) {
     fs::create_directory(state());
     writeFile(scratch_ / "other.db", "");
     ASSERT_EQ(::chmod((scratch_ / "other.db").c_str(), 0666), 0);
@@ -99,13 +99,13 @@ TEST_F(KelpdHardeningTest, AConfiguredFileIsRefusedByLineAndKey) {
                               " can be written by others (mode 0666)");
 }
 
-TEST_F(KelpdHardeningTest, AKeyOfTheSecurityLogThatOthersCanReadIsRefused) {
+TEST_F(KelpdHardening, AKeyOfTheSecurityLogThatOthersCanReadIsRefused) {
     const fs::path file = stateFile("audit.key", 0644);
     expectRefused(configure(), file.string() + ": audit key " + file.string() +
                                    " can be read by others (mode 0644)");
 }
 
-TEST_F(KelpdHardeningTest, ALinkToADatabaseIsRefusedButOneToTheStateDirectoryIsNot) {
+TEST_F(KelpdHardening, ALinkToADatabaseIsRefusedButOneToTheStateDirectoryIsNot) {
     fs::create_directory(scratch_ / "real");
     fs::permissions(scratch_ / "real", fs::perms::owner_all);
     fs::create_directory_symlink(scratch_ / "real", state());
@@ -120,9 +120,9 @@ TEST_F(KelpdHardeningTest, ALinkToADatabaseIsRefusedButOneToTheStateDirectoryIsN
                   (state() / "oplog.db").string() + ": is a symbolic link, which is not followed");
 }
 
-class KelpdUnderUmask : public KelpdHardeningTest, public testing::WithParamInterface<mode_t> {};
+class KelpdUnderUmask : public KelpdHardening, public testing::WithParamInterface<mode_t> {};
 
-TEST_P(KelpdUnderUmask, LeavesItsFilesToItsOwnerAlone) {
+TEST_P(KelpdUnderUmask, MakesItsFilesAccessibleToItsOwnerOnly) {
     const fs::path config = configure("[trace]\nsinks = [\"console\", \"file\"]\nfile = \"" +
                                       (state() / "traces" / "kelpd.trace").string() + "\"\n");
     const std::string command = std::string("umask ") + (GetParam() == 0 ? "0" : "0777") +
@@ -150,7 +150,7 @@ TEST_P(KelpdUnderUmask, LeavesItsFilesToItsOwnerAlone) {
 
 INSTANTIATE_TEST_SUITE_P(Each, KelpdUnderUmask, testing::ValuesIn(kExtremeUmasks), nameOfUmask);
 
-TEST_F(KelpdHardeningTest, LeavesNoCoreDumpsUnlessTheyAreConfigured) {
+TEST_F(KelpdHardening, LeavesNoCoreDumpsUnlessTheyAreConfigured) {
     start(configure());
     EXPECT_THAT(coreLimits().first, testing::AnyOf("0", "1"));
     process_->signal(SIGTERM);
@@ -165,7 +165,7 @@ TEST_F(KelpdHardeningTest, LeavesNoCoreDumpsUnlessTheyAreConfigured) {
     EXPECT_EQ(coreLimits().first, coreLimits().second);
 }
 
-TEST_F(KelpdHardeningTest, RunningAsRootIsWarnedOfOnce) {
+TEST_F(KelpdHardening, RunningAsRootIsWarnedAboutOnce) {
     start(configure());
     EXPECT_EQ(output_.count("warning: kelpd runs as root"), ::geteuid() == 0 ? 1u : 0u);
 }

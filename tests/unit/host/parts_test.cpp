@@ -13,20 +13,20 @@
 namespace kelp::host {
 namespace {
 
-TEST(InstallationTest, BundlesAreLookedForInTheBuildAndInTheInstallation) {
+TEST(Installation, BundlesAreLookedForInTheBuildAndInTheInstallation) {
     const Places places = bundleDirectories("/opt/kelp/bin");
     ASSERT_EQ(places.size(), 2u);
     EXPECT_EQ(places[0], "/opt/kelp/lib/bundles");
     EXPECT_EQ(places[1], std::filesystem::path("/opt/kelp") / KELP_LIBDIR / "kelp" / "bundles");
 }
 
-TEST(InstallationTest, CatalogueBesideTheConfigurationComesBeforeTheInstalledOne) {
+TEST(Installation, CatalogueNextToTheConfigurationComesBeforeTheInstalledOne) {
     const Places places = errorCatalogues("/opt/kelp/bin", "/etc/kelp/kelp.toml");
     EXPECT_EQ(places, (Places{"/etc/kelp/errors.toml", "/opt/kelp/share/kelp/errors.toml"}));
     EXPECT_EQ(errorCatalogues("/opt/kelp/bin", ""), Places{"/opt/kelp/share/kelp/errors.toml"});
 }
 
-TEST(InstallationTest, FirstPlaceThatExistsIsTaken) {
+TEST(Installation, FirstPlaceThatExistsIsTaken) {
     const test::ScratchDir scratch;
     test::writeFile(scratch / "second", "");
     test::writeFile(scratch / "third", "");
@@ -35,7 +35,7 @@ TEST(InstallationTest, FirstPlaceThatExistsIsTaken) {
     EXPECT_EQ(firstExisting({scratch / "first"}), std::filesystem::path());
 }
 
-TEST(SignalWatchTest, ReloadsThatPileUpCountAsOneAndAStopStays) {
+TEST(SignalWatch, ReloadsThatPileUpCountAsOneAndAStopStays) {
     SignalWatch watch([] {});
     ::kill(::getpid(), SIGHUP);
     EXPECT_EQ(watch.next(), SignalWatch::Event::Reload);
@@ -44,7 +44,7 @@ TEST(SignalWatchTest, ReloadsThatPileUpCountAsOneAndAStopStays) {
     EXPECT_EQ(watch.next(), SignalWatch::Event::Stop);
 }
 
-TEST(SignalWatchTest, SecondStopForces) {
+TEST(SignalWatch, SecondStopForces) {
     std::atomic<int> forced{0};
     SignalWatch watch([&] { ++forced; });
     ::kill(::getpid(), SIGINT);

@@ -10,23 +10,23 @@
 namespace kelp::test {
 namespace {
 
-using KelpdStartAndStopTest = KelpdTest;
+using KelpdStartAndStop = KelpdTest;
 
-TEST_F(KelpdStartAndStopTest, TerminationStopsTheHost) {
+TEST_F(KelpdStartAndStop, TerminationStopsTheHost) {
     start(configure());
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 0);
     EXPECT_TRUE(output_.containsInOrder({"kelpd is ready", "kelpd stops", "kelpd has stopped"}));
 }
 
-TEST_F(KelpdStartAndStopTest, InterruptStopsTheHostLikewise) {
+TEST_F(KelpdStartAndStop, InterruptStopsTheHostLikewise) {
     start(configure());
     process_->signal(SIGINT);
     EXPECT_EQ(process_->waitExit(), 0);
     EXPECT_TRUE(output_.contains("kelpd has stopped"));
 }
 
-TEST_F(KelpdStartAndStopTest, SecondTerminationEndsAStopThatHangs) {
+TEST_F(KelpdStartAndStop, SecondTerminationEndsAStopThatHangs) {
     start(configure("", "wedged_bundle"));
     process_->signal(SIGTERM);
     ASSERT_TRUE(output_.waitFor("kelpd stops"));
@@ -36,14 +36,14 @@ TEST_F(KelpdStartAndStopTest, SecondTerminationEndsAStopThatHangs) {
     EXPECT_TRUE(output_.contains("told to stop a second time")) << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, HangupReadsTheConfigurationAgain) {
+TEST_F(KelpdStartAndStop, HangupReadsTheConfigurationAgain) {
     start(configure("[trace]\nlevel = 1\n"));
     configure("[trace]\nlevel = 3\n");
     process_->signal(SIGHUP);
     EXPECT_TRUE(output_.waitFor("the configuration has been read again")) << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, HangupKeepsTheConfigurationWhenTheNewOneIsBad) {
+TEST_F(KelpdStartAndStop, HangupKeepsTheConfigurationWhenTheNewOneIsBad) {
     start(configure());
     configure("[trace]\nlevel = 17\n");
     process_->signal(SIGHUP);
@@ -52,7 +52,7 @@ TEST_F(KelpdStartAndStopTest, HangupKeepsTheConfigurationWhenTheNewOneIsBad) {
     EXPECT_FALSE(output_.contains("has been read again"));
 }
 
-TEST_F(KelpdStartAndStopTest, BusyNamingPortIsSaidToBeBusy) {
+TEST_F(KelpdStartAndStop, BusyNamingPortIsReported) {
     const DeafListener other;
     const auto file = scratch_ / "busy.toml";
     writeFile(file, "[naming]\nport = " + std::to_string(other.port()) + "\n");
@@ -61,7 +61,7 @@ TEST_F(KelpdStartAndStopTest, BusyNamingPortIsSaidToBeBusy) {
         << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, TlsNeedsAPortOfTheNamingServiceForIt) {
+TEST_F(KelpdStartAndStop, TlsNeedsAPortOfTheNamingServiceForIt) {
     const ThrowAwayCertificates certificates;
     const auto file = configure("[tls]\nmode = 1\nca = \"" + certificates.authority() +
                                 "\"\ncertificate = \"" + certificates.issue("ems") + "\"\n");
@@ -69,7 +69,7 @@ TEST_F(KelpdStartAndStopTest, TlsNeedsAPortOfTheNamingServiceForIt) {
     EXPECT_TRUE(output_.contains("naming.ssl_port")) << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, TlsFilesThatCannotBeUsedAreNamedBeforeAnythingIsStarted) {
+TEST_F(KelpdStartAndStop, TlsFilesThatCannotBeUsedAreNamedBeforeAnythingIsStarted) {
     const ThrowAwayCertificates certificates;
     const std::string ended = certificates.issueExpired("ems");
     const auto file = scratch_ / "tls.toml";
@@ -86,18 +86,18 @@ TEST_F(KelpdStartAndStopTest, TlsFilesThatCannotBeUsedAreNamedBeforeAnythingIsSt
     EXPECT_EQ(output_.count("has ended at"), 2u) << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, MissingBundleIsNamed) {
+TEST_F(KelpdStartAndStop, MissingBundleIsNamed) {
     EXPECT_EQ(run({"--config", configure("", "absent_bundle").string()}), 5);
     EXPECT_TRUE(output_.contains("absent_bundle")) << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceThatNoBundleServesIsSaidToBeMissing) {
+TEST_F(KelpdStartAndStop, EmbeddedNamingServiceThatNoBundleServesIsReportedAsMissing) {
     start(configure());
     EXPECT_TRUE(output_.contains("the naming service is at nowhere: no bundle serves it"))
         << output_.text();
 }
 
-TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
+TEST_F(KelpdStartAndStop, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
     const PortLease orb;
     const auto file = scratch_ / "whole.toml";
     writeFile(file, "[naming]\nport = " + namingPort_.text() + "\n[orb]\nlisten = \"" +
@@ -122,7 +122,7 @@ TEST_F(KelpdStartAndStopTest, EmbeddedNamingServiceAnswersWhenTheHostIsReady) {
     EXPECT_EQ(process_->waitExit(), 0);
 }
 
-TEST_F(KelpdStartAndStopTest, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
+TEST_F(KelpdStartAndStop, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
     const auto file = scratch_ / "external.toml";
     writeFile(file, "[naming]\nembedded = false\nport = " + namingPort_.text() +
                         "\n[bundles]\nload = [\"calm_bundle\"]\ndir = \"" +
@@ -134,7 +134,7 @@ TEST_F(KelpdStartAndStopTest, WithoutAnEmbeddedNamingServiceNoneIsStarted) {
     EXPECT_EQ(process_->waitExit(), 0);
 }
 
-TEST_F(KelpdStartAndStopTest, CatalogueBesideTheConfigurationComesFirst) {
+TEST_F(KelpdStartAndStop, CatalogueNextToTheConfigurationComesFirst) {
     writeFile(scratch_ / "errors.toml", "[errors]\n\"no code\" = \"x\"\n");
     EXPECT_EQ(run({"--config", configure().string()}), 3);
     EXPECT_TRUE(output_.contains((scratch_ / "errors.toml").string() + ":2: ")) << output_.text();

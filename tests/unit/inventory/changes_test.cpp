@@ -60,14 +60,14 @@ TEST_F(InventoryChanges, ALabelThatMustBeUniqueIsRefusedWhenAnotherOfTheKindHasI
         << "another kind";
 }
 
-TEST_F(InventoryChanges, AnObjectThatIsGoneIsTold) {
+TEST_F(InventoryChanges, AMissingObjectIsReported) {
     EXPECT_EQ(open().setUserLabel(ObjectKind::ManagedElement, 4711, "x", true),
               Change::NoSuchObject);
     EXPECT_EQ(open().setNativeEmsName(ObjectKind::Equipment, 4711, "x"), Change::NoSuchObject);
     EXPECT_EQ(open().setOwner(ObjectKind::TerminationPoint, 4711, "x"), Change::NoSuchObject);
 }
 
-TEST_F(InventoryChanges, AChangeWaitsForAnotherWriterOnlySoLong) {
+TEST_F(InventoryChanges, AChangeWaitsForAnotherWriterForALimitedTime) {
     const std::int64_t id = elementId("A");
     SQLite::Database other(database.string(), SQLite::OPEN_READWRITE);
     open().setPatience(1ms);

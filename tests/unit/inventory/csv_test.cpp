@@ -52,7 +52,7 @@ TEST_F(CsvText, LinesAreCountedAcrossRecords) {
     EXPECT_EQ(in.place().line, 4u);
 }
 
-TEST_F(CsvText, WrongQuotesAreTold) {
+TEST_F(CsvText, WrongQuotesAreReported) {
     EXPECT_THAT(problemOf("a,b\"c\n"), HasSubstr("does not begin with one"));
     EXPECT_THAT(problemOf("a,\"b\"c\n"), HasSubstr("goes on behind"));
     EXPECT_THAT(problemOf("a,\"b\n"), HasSubstr("not closed"));

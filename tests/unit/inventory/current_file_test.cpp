@@ -42,7 +42,7 @@ TEST_F(CurrentInventory, IsTheSameFileWhateverIsWrittenToIt) {
     EXPECT_TRUE(made.isCurrent());
 }
 
-TEST_F(CurrentInventory, ADeletedFileIsToldOf) {
+TEST_F(CurrentInventory, ADeletedFileIsReported) {
     open();
     removeFile();
     EXPECT_FALSE(open().isCurrent());
@@ -51,7 +51,7 @@ TEST_F(CurrentInventory, ADeletedFileIsToldOf) {
     EXPECT_TRUE(Inventory(database).isCurrent());
 }
 
-TEST_F(CurrentInventory, AReplacedFileIsToldOf) {
+TEST_F(CurrentInventory, AReplacedFileIsReported) {
     open();
     replaceFile();
     EXPECT_FALSE(open().isCurrent());
@@ -76,7 +76,7 @@ TEST_F(CurrentInventory, AChangeThatNobodyWouldSeeFails) {
     EXPECT_EQ(Inventory(database).find(ManagedElementName{"New"})->owner, "");
 }
 
-TEST_F(CurrentInventory, TheSharedOneIsOpenedAnew) {
+TEST_F(CurrentInventory, TheSharedInventoryIsReopened) {
     ASSERT_TRUE(
         NS_BUNDLEMGR1::ConfigStore::instance()
             .loadText("[inventory]\ndatabase = \"" + database.string() + "\"\n", "kelp.toml")

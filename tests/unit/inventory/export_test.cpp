@@ -77,7 +77,7 @@ TEST_F(InventoryExport, CsvFilesHaveAHeaderAndCrLf) {
     EXPECT_FALSE(std::filesystem::exists(folder / "csv/TerminationPoint.csv.partial"));
 }
 
-TEST_F(InventoryExport, AnInventoryThatIsNotThereIsAnError) {
+TEST_F(InventoryExport, AMissingInventoryIsAnError) {
     std::ostringstream out;
     EXPECT_THAT([&] { exportJsonLines(database, out); },
                 testing::ThrowsMessage<InventoryFailure>(HasSubstr("inventory.db does not exist")));

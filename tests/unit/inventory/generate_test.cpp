@@ -29,7 +29,7 @@ class GeneratedNetwork : public InventoryTest {
     }
 };
 
-TEST_F(GeneratedNetwork, HasWhatWasAskedFor) {
+TEST_F(GeneratedNetwork, HasTheRequestedObjects) {
     for (const auto& [elements, ports] :
          {std::pair(1, 0), {1, 1}, {2, 9}, {3, 7}, {50, 49}, {100, 2345}}) {
         NetworkPlan each =
@@ -59,7 +59,7 @@ TEST_F(GeneratedNetwork, IsTheSameEverywhere) {
     EXPECT_EQ(hashOf(textOf(plan(60, 900, 7), "a.db")), 8725975910623406786u);
 }
 
-TEST_F(GeneratedNetwork, HoldsTogether) {
+TEST_F(GeneratedNetwork, IsConsistent) {
     generateNetwork(database, plan(100, 2000));
     std::map<std::string, std::set<std::string>> neighbours;
     std::set<std::string> ends;
@@ -131,7 +131,7 @@ TEST_F(GeneratedNetwork, HasConnectionPointsWhenTheyAreAskedFor) {
     EXPECT_EQ(open().tpsIn(open().find(link.aEnd)->id, {15}, Depth::Direct).count(), 4u);
 }
 
-TEST_F(GeneratedNetwork, DoesNotMixWithWhatIsThere) {
+TEST_F(GeneratedNetwork, DoesNotMixWithAnExistingInventory) {
     takeRight(kSmallNetwork);
     const std::string before = exported();
     EXPECT_THAT([&] { generateNetwork(database, plan(5, 5)); },

@@ -39,12 +39,12 @@ TEST_F(ImportProblems, NameFileLineAndKey) {
               "network.jsonl:17: colour: is no key of this kind of object");
 }
 
-TEST_F(ImportProblems, AreToldInOneLineWhateverTheFileHolds) {
+TEST_F(ImportProblems, AreReportedInOneLineWhateverTheFileHolds) {
     EXPECT_EQ(problemOfElement(R"("a\u001b[31m\n":"red")"),
               R"(network.jsonl:17: a\x1B[31m\n: is no key of this kind of object)");
 }
 
-TEST_F(ImportProblems, BadLinesAreTold) {
+TEST_F(ImportProblems, BadLinesAreReported) {
     EXPECT_THAT(problemOf("{\"object\":"), StartsWith("network.jsonl:17: is no JSON: "));
     EXPECT_EQ(problemOf("[1]"), "network.jsonl:17: is no JSON object");
     EXPECT_EQ(problemOf("{}"), "network.jsonl:17: has no key \"object\"");
@@ -56,7 +56,7 @@ TEST_F(ImportProblems, BadLinesAreTold) {
     EXPECT_THAT(problemOf(std::string(2u << 20, ' ') + "{}"), HasSubstr("the line is too long"));
 }
 
-TEST_F(ImportProblems, BadValuesAreTold) {
+TEST_F(ImportProblems, BadValuesAreReported) {
     EXPECT_THAT(problemOfElement(R"("owner":5)"), HasSubstr("owner: 5 is no text"));
     EXPECT_THAT(problemOfElement(R"("owner":")" + std::string(5000, 'x') + "\""),
                 HasSubstr("owner: has more"));
@@ -85,7 +85,7 @@ TEST_F(ImportProblems, BadValuesAreTold) {
                 HasSubstr("productName: must not be empty"));
 }
 
-TEST_F(ImportProblems, AKeyThatStandsTwiceInOneObjectIsTold) {
+TEST_F(ImportProblems, ARepeatedKeyInAnObjectIsReported) {
     EXPECT_EQ(problemOfElement(R"("owner":"a","owner":"b")"),
               "network.jsonl:17: owner: this key is there twice");
     EXPECT_THAT(problemOfElement(R"("owner":"a","own\u0065r":"a")"),
@@ -101,7 +101,7 @@ TEST_F(ImportProblems, AKeyThatStandsTwiceInOneObjectIsTold) {
         R"({"object":"TerminationPoint","ManagedElement":"B","PTP":"p2","transmissionParams":{"5":{"t":"x"},"11":{"t":"x"}},"additionalInfo":{"t":"x"}})");
 }
 
-TEST_F(ImportProblems, AKeyThatStandsTwiceInACellIsTold) {
+TEST_F(ImportProblems, ARepeatedKeyInACellIsReported) {
     const ImportResult result = takeCsv("ManagedElement.csv",
                                         "ManagedElement,productName,additionalInfo\n"
                                         "A,P,\"{\"\"a\"\":\"\"1\"\",\"\"a\"\":\"\"2\"\"}\"\n");
@@ -110,7 +110,7 @@ TEST_F(ImportProblems, AKeyThatStandsTwiceInACellIsTold) {
               "ManagedElement.csv:2: additionalInfo: a: this key is there twice");
 }
 
-TEST_F(ImportProblems, BadNamesAreTold) {
+TEST_F(ImportProblems, BadNamesAreReported) {
     const auto named = [this](const std::string& name) {
         return problemOf(R"({"object":"ManagedElement","productName":"P","ManagedElement":")" +
                          name + "\"}");
@@ -152,7 +152,7 @@ TEST_F(ImportProblems, NamesOf1024CharactersAreRight) {
     takeRight(R"({"object":"ManagedElement","productName":"P","ManagedElement":")" + name + "\"}");
 }
 
-TEST_F(ImportProblems, DanglingParentsAreTold) {
+TEST_F(ImportProblems, MissingParentsAreReported) {
     EXPECT_EQ(
         problemOf(
             R"({"object":"EquipmentHolder","ManagedElement":"Z","EquipmentHolder":"/shelf=1"})"),
@@ -174,7 +174,7 @@ TEST_F(ImportProblems, DanglingParentsAreTold) {
                 HasSubstr("zEndCTP: there is no CTP \"/a=1\" in PTP \"p1\" in \"A\""));
 }
 
-TEST_F(ImportProblems, SubnetworksThatAreNotThereAreTold) {
+TEST_F(ImportProblems, MissingSubnetworksAreReported) {
     EXPECT_EQ(problemOfElement(R"("subnetworks":["S"])"),
               "network.jsonl:17: subnetworks: there is no subnetwork \"S\"");
     EXPECT_THAT(problemOfElement(R"("subnetworks":"S")"),
@@ -193,14 +193,14 @@ TEST_F(ImportProblems, SubnetworksThatAreNotThereAreTold) {
                 HasSubstr("MultiLayerSubnetwork: is missing"));
 }
 
-TEST_F(ImportProblems, TheEmsIsToldOfOnce) {
+TEST_F(ImportProblems, ASecondEmsIsReported) {
     EXPECT_EQ(problemOf("{\"object\":\"EMS\"}\n{\"object\":\"EMS\",\"owner\":\"x\"}"),
               "network.jsonl:18: EMS stands in line 17 already");
     EXPECT_THAT(problemOf(R"({"object":"EMS","nativeEMSName":"x"})"),
                 HasSubstr("nativeEMSName: is no key of this kind of object"));
 }
 
-TEST_F(ImportProblems, DuplicatesAreToldWithTheLineOfTheFirst) {
+TEST_F(ImportProblems, DuplicatesAreReportedWithTheLineOfTheFirst) {
     EXPECT_EQ(
         problemOf(R"({"object":"ManagedElement","ManagedElement":"A","productName":"again"})"),
         "network.jsonl:17: ManagedElement \"A\" stands in line 1 already");
@@ -223,7 +223,7 @@ TEST_F(ImportProblems, TheFirstTwentyAreKeptInTheirOrder) {
         EXPECT_EQ(result.problems[i].line, i + 1);
 }
 
-TEST_F(ImportProblems, EveryAttributeThatIsWrongIsTold) {
+TEST_F(ImportProblems, EveryInvalidAttributeIsReported) {
     const ImportResult result = take(
         R"({"object":"ManagedElement","ManagedElement":"C","owner":1,"location":2,"productName":"P"})");
     ASSERT_THAT(result.problems, SizeIs(2));
@@ -241,7 +241,7 @@ TEST_F(ImportProblems, CsvHeadersAreChecked) {
                 "ManagedElement.csv:1: has no header line");
 }
 
-TEST_F(ImportProblems, CsvRecordsAreToldByTheLineTheyBeginIn) {
+TEST_F(ImportProblems, CsvRecordsAreNamedByTheirFirstLine) {
     const ImportResult result = takeCsv("ManagedElement.csv",
                                         "ManagedElement,productName,location\n"
                                         "A,P,\"two\nlines\"\n"
@@ -255,7 +255,7 @@ TEST_F(ImportProblems, CsvRecordsAreToldByTheLineTheyBeginIn) {
               "ManagedElement.csv:6: a cell's quotation mark is not closed");
 }
 
-TEST_F(ImportProblems, CsvListsThatAreNoneAreTold) {
+TEST_F(ImportProblems, InvalidCsvListsAreReported) {
     const ImportResult result = takeCsv("ManagedElement.csv",
                                         "ManagedElement,productName,supportedRates,additionalInfo\n"
                                         "A,P,LR_E1_2M 30,\n"

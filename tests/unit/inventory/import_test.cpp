@@ -37,21 +37,21 @@ class InventoryImport : public InventoryTest {
     }
 };
 
-TEST_F(InventoryImport, CountsWhatCameIn) {
+TEST_F(InventoryImport, CountsTheImportedObjects) {
     const ImportResult result = take(kSmallNetwork);
     EXPECT_THAT(result.problems, IsEmpty());
     EXPECT_EQ(result.added, 16u);
     EXPECT_EQ(result.updated, 0u);
 }
 
-TEST_F(InventoryImport, RowsMayStandInAnyOrder) {
+TEST_F(InventoryImport, RowsMayComeInAnyOrder) {
     const ImportResult result = take(reversed(kSmallNetwork));
     EXPECT_THAT(result.problems, IsEmpty());
     EXPECT_EQ(result.added, 16u);
     EXPECT_EQ(open().find(LinkName{"A-B"})->aEnd.managedElement, "A");
 }
 
-TEST_F(InventoryImport, WhatIsNotToldHasItsDefault) {
+TEST_F(InventoryImport, MissingValuesHaveTheirDefaults) {
     takeRight(kSmallNetwork);
     const ManagedElement element = open().find(ManagedElementName{"A"}).value();
     EXPECT_EQ(element.nativeEMSName, "A");
@@ -64,7 +64,7 @@ TEST_F(InventoryImport, WhatIsNotToldHasItsDefault) {
     EXPECT_EQ(open().find(HolderName{"A", "/rack=1/shelf=1/slot=1"})->holderType, "slot");
 }
 
-TEST_F(InventoryImport, AnObjectThatIsThereKeepsWhatIsNotGiven) {
+TEST_F(InventoryImport, AnExistingObjectKeepsValuesThatAreNotGiven) {
     takeRight(kSmallNetwork);
     const std::int64_t id = elementId("A");
     const ImportResult result = take(
@@ -103,7 +103,7 @@ TEST_F(InventoryImport, ReplacingRemovesEverythingFirst) {
         0u);
 }
 
-TEST_F(InventoryImport, ADryRunLooksAtEverythingAndChangesNothing) {
+TEST_F(InventoryImport, ADryRunChecksEverythingAndChangesNothing) {
     takeRight(kSmallNetwork);
     const std::string before = exported();
     EXPECT_EQ(
@@ -125,7 +125,7 @@ TEST_F(InventoryImport, ADryRunMakesNoInventory) {
     EXPECT_FALSE(std::filesystem::exists(database));
 }
 
-TEST_F(InventoryImport, WhenSomethingIsWrongNothingComesIn) {
+TEST_F(InventoryImport, NothingIsImportedWhenSomethingIsWrong) {
     takeRight(kSmallNetwork);
     const std::string before = exported();
     for (const bool isReplacing : {false, true}) {
@@ -140,7 +140,7 @@ TEST_F(InventoryImport, WhenSomethingIsWrongNothingComesIn) {
     }
 }
 
-TEST_F(InventoryImport, CsvColumnsMayStandInAnyOrder) {
+TEST_F(InventoryImport, CsvColumnsMayComeInAnyOrder) {
     csv("ManagedElement.csv",
         "productName,location,ManagedElement,emsInSyncState,supportedRates,additionalInfo\r\n"
         "P,\"Quay, 1\",A,false,LR_E1_2M 15,\"{\"\"Manufacturer\"\":\"\"M\"\"}\"\r\n"
@@ -173,7 +173,7 @@ TEST_F(InventoryImport, OneCsvFileMayComeAlone) {
                     HasSubstr("elements.csv is not named as ManagedElement.csv")));
 }
 
-TEST_F(InventoryImport, ASourceThatIsNotThereIsAnError) {
+TEST_F(InventoryImport, AMissingSourceIsAnError) {
     EXPECT_THAT([&] { importInventory(database, folder / "none.jsonl", {}); },
                 testing::ThrowsMessage<InventoryFailure>(HasSubstr("none.jsonl does not exist")));
     std::filesystem::create_directory(folder / "csv");
@@ -193,7 +193,7 @@ TEST_F(InventoryImport, ProgressEndsWithTheWhole) {
     EXPECT_EQ(told.back(), std::pair(bytes, bytes));
 }
 
-TEST_F(InventoryImport, WaitsForAnotherWriterOnlySoLong) {
+TEST_F(InventoryImport, WaitsForAnotherWriterForALimitedTime) {
     takeRight(kSmallNetwork);
     SQLite::Database other(database.string(), SQLite::OPEN_READWRITE);
     SQLite::Transaction writing(other, SQLite::TransactionBehavior::IMMEDIATE);

@@ -27,7 +27,7 @@ class InventoryQueries : public InventoryTest {
     }
 };
 
-TEST_F(InventoryQueries, ElementsAreInTheOrderTheyCameIn) {
+TEST_F(InventoryQueries, ElementsAreInTheOrderOfTheirImport) {
     EXPECT_THAT(namesOf<ManagedElement>(open().elements()), ElementsAre("A", "B"));
 }
 
@@ -42,7 +42,7 @@ TEST_F(InventoryQueries, ObjectsAreFoundByTheirNames) {
     EXPECT_EQ(open().find(LinkName{"A-B"})->zEnd, (TpName{"B", TpKind::Ptp, "p1", ""}));
 }
 
-TEST_F(InventoryQueries, WhatIsNotThereIsNotFound) {
+TEST_F(InventoryQueries, MissingObjectsAreNotFound) {
     EXPECT_FALSE(open().find(ManagedElementName{"a"}));
     EXPECT_FALSE(open().find(HolderName{"B", "/rack=1"}));
     EXPECT_FALSE(open().find(EquipmentName{"A", "/rack=1", "1"}));

@@ -28,7 +28,7 @@ TEST(RowIds, ConsecutiveIdsAreOneRange) {
     EXPECT_THAT(rangesOf(ids), ElementsAre(IdRange{5, 1'000'000}));
 }
 
-TEST(RowIds, KeepTheOrderTheyCameIn) {
+TEST(RowIds, KeepTheirOrder) {
     EXPECT_THAT(rangesOf(idsOf({7, 8, 3, 4, 9})),
                 ElementsAre(IdRange{7, 2}, IdRange{3, 2}, IdRange{9, 1}));
 }
@@ -50,7 +50,7 @@ TEST(RowIds, TakingNoneTakesNone) {
     EXPECT_EQ(ids.count(), 2u);
 }
 
-TEST(RowIds, GoOnWhereTheyWereTaken) {
+TEST(RowIds, ContinueWhereTheyWereTaken) {
     RowIds ids = idsOf({1, 2});
     EXPECT_EQ(ids.take(2).count(), 2u);
     ids.append(3);

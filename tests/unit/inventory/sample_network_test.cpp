@@ -5,7 +5,9 @@ namespace {
 
 using namespace inventory;
 
-TEST_F(InventoryTest, TheSampleNetworkIsARingOfFour) {
+using SampleNetwork = InventoryTest;
+
+TEST_F(SampleNetwork, IsARingOfFour) {
     const ImportResult result = importInventory(database, SAMPLE_NETWORK, {});
     EXPECT_THAT(result.problems, testing::IsEmpty());
     EXPECT_THAT(namesOf<ManagedElement>(open().elements()),

@@ -112,7 +112,7 @@ TEST_F(RowScan, PassesRowsOnByTheirIdsWhateverOrderSqlitePrefers) {
     EXPECT_THAT(ids, ElementsAre(2, 3, 4, 5, 6));
 }
 
-TEST_F(RowScan, EndsAtADamagedRowWhichIsTold) {
+TEST_F(RowScan, EndsAtADamagedRowAndReportsIt) {
     takeRight(kSmallNetwork);
     SQLite::Database(database.string(), SQLite::OPEN_READWRITE)
         .exec("UPDATE termination_point SET additionalInfo = x'7F' WHERE id = 3");

@@ -116,7 +116,7 @@ TEST_F(Subnetworks, EdgePointsAreThoseOfTheirElements) {
     EXPECT_THAT(edgePoints("Empty"), IsEmpty());
 }
 
-TEST_F(Subnetworks, AnElementStaysInThemUnlessItsRecordTellsOthers) {
+TEST_F(Subnetworks, AnElementStaysInThemUnlessItsRecordNamesOthers) {
     takeRight(R"({"object":"ManagedElement","ManagedElement":"B","owner":"x"})");
     EXPECT_THAT(open().find(ManagedElementName{"B"})->subnetworks, ElementsAre("North", "South"));
     takeRight(R"({"object":"ManagedElement","ManagedElement":"B","subnetworks":["Empty"]})");
@@ -132,7 +132,7 @@ TEST_F(Subnetworks, MayFollowTheirElementsInTheFile) {
     EXPECT_THAT(elementsOf("New"), ElementsAre("A"));
 }
 
-TEST_F(Subnetworks, GoWithEverythingThatIsReplaced) {
+TEST_F(Subnetworks, AreRemovedWhenEverythingIsReplaced) {
     ImportOptions replace;
     replace.replace = true;
     takeRight(R"({"object":"EMS","owner":"x"})");
@@ -162,7 +162,7 @@ TEST_F(Subnetworks, CsvGivesAnElementsAsAList) {
 
 using Ems = InventoryTest;
 
-TEST_F(Ems, HasNoAttributesUntilTheyAreTold) {
+TEST_F(Ems, HasNoAttributesUntilTheyAreImported) {
     EXPECT_EQ(open().ems().userLabel, "");
     EXPECT_EQ(open().ems().owner, "");
     EXPECT_THAT(open().ems().additionalInfo, IsEmpty());

@@ -73,7 +73,7 @@ TEST_F(AlarmCommands, RaiseSendsTheAlarmOfTheConfiguredEms) {
                        {"name": "PTP", "value": "/shelf=1/port=2"}]})"));
 }
 
-TEST_F(AlarmCommands, RaiseSendsWhatIsToldBesides) {
+TEST_F(AlarmCommands, RaiseSendsOptionalFields) {
     startHost();
     const ToolRun run = kelpctl(
         "alarm raise --json --object EMS=Other/EMS --severity indeterminate --probable-cause EMS "
@@ -128,7 +128,7 @@ TEST_F(AlarmCommands, WrongCommandLinesAreNamed) {
     EXPECT_TRUE(requests_.empty());
 }
 
-TEST_F(AlarmCommands, RefusalOfTheHostIsTold) {
+TEST_F(AlarmCommands, RefusalOfTheHostIsReported) {
     refuse_ = true;
     startHost();
     EXPECT_TRUE(kelpctl("alarm clear --object A=1 --probable-cause LOS")
@@ -137,7 +137,7 @@ TEST_F(AlarmCommands, RefusalOfTheHostIsTold) {
     EXPECT_TRUE(storm.failedWith(1, "not today (0 of 3 alarms taken in)")) << storm;
 }
 
-TEST_F(AlarmCommands, HostThatIsNotThereIsNamed) {
+TEST_F(AlarmCommands, MissingHostIsNamed) {
     const std::string clear = "alarm clear --object A=1 --probable-cause LOS";
     const std::string socket = (folder / "admin.sock").string();
     const ToolRun absent = kelpctl(clear);
@@ -179,7 +179,7 @@ TEST_F(AlarmCommands, TokenIsSentToAPort) {
     EXPECT_EQ(taken(), 1u);
 }
 
-TEST_F(AlarmCommands, StormSendsItsAlarmsInOrderAndTellsHowMany) {
+TEST_F(AlarmCommands, StormSendsItsAlarmsInOrderAndReportsTheirNumber) {
     startHost();
     const ToolRun run = kelpctl("storm --rate 100000 --count 1300 --severity critical");
     EXPECT_EQ(run.status, 0) << run;
@@ -197,7 +197,7 @@ TEST_F(AlarmCommands, StormSendsItsAlarmsInOrderAndTellsHowMany) {
     EXPECT_EQ(number, 1300);
 }
 
-TEST_F(AlarmCommands, StormTellsHowFarItCameWhenItIsInterrupted) {
+TEST_F(AlarmCommands, InterruptedStormReportsItsProgress) {
     startHost();
     LogFile output(folder / "output");
     ChildProcess storm(

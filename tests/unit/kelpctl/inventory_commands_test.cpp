@@ -28,7 +28,7 @@ class InventoryCommands : public KelpctlTest {
     }
 };
 
-TEST_F(InventoryCommands, ImportTellsHowManyCameIn) {
+TEST_F(InventoryCommands, ImportReportsTheNumberOfObjects) {
     EXPECT_EQ(kelpctl("inventory import one.jsonl").output, "1 object(s) added, 0 updated\n");
     EXPECT_EQ(kelpctl("inventory import one.jsonl").output, "0 object(s) added, 1 updated\n");
     EXPECT_EQ(kelpctl("inventory import two.jsonl --replace").output,
@@ -111,7 +111,7 @@ TEST_F(InventoryCommands, FailuresSayWhyInOneLine) {
     EXPECT_TRUE(kelpctl("inventory export none/network.jsonl").failedWith(1, "cannot be written"));
 }
 
-TEST_F(InventoryCommands, ATerminalShowsABarAndNothingElseDoes) {
+TEST_F(InventoryCommands, OnlyATerminalShowsABar) {
     EXPECT_EQ(kelpctl("inventory import one.jsonl").errors, "");
     PseudoTerminal terminal({KELPCTL, "--config", (folder / "kelp.toml").string(), "inventory",
                              "import", (folder / "two.jsonl").string()});

@@ -190,7 +190,7 @@ TEST_F(LogCommands, AuditSearchesTheSecurityLog) {
     EXPECT_THAT(linesOf(kelpctl("audit --csv").output), SizeIs(5));
 }
 
-TEST_F(LogCommands, VerifyTellsTheHeadOfAWholeChain) {
+TEST_F(LogCommands, VerifyShowsTheHeadOfAWholeChain) {
     makeSecurityLog(4);
     const ToolRun run = kelpctl("audit verify");
     EXPECT_EQ(run.status, 0) << run;
@@ -209,7 +209,7 @@ TEST_F(LogCommands, VerifyFindsWhatWasTamperedWith) {
     EXPECT_EQ(run.errors, "kelpctl: the chain of the security log is broken\n");
 }
 
-TEST_F(LogCommands, AChainMadeAnewWithoutTheKeyIsFound) {
+TEST_F(LogCommands, AChainRecreatedWithoutTheKeyIsDetected) {
     makeSecurityLog(4);
     std::filesystem::rename(folder / "oplog-audit.db", folder / "forged.db");
     keyFile_ = "audit.key";
@@ -221,7 +221,7 @@ TEST_F(LogCommands, AChainMadeAnewWithoutTheKeyIsFound) {
     EXPECT_THAT(run.output, HasSubstr("*** record 1 was not made with the key\n"));
 }
 
-TEST_F(LogCommands, ACutTailIsFoundWithTheExportedHead) {
+TEST_F(LogCommands, ACutTailIsDetectedWithTheExportedHead) {
     keyFile_ = "audit.key";
     makeSecurityLog(4);
     ASSERT_EQ(kelpctl("audit verify --export-head heads").status, 0);
@@ -265,7 +265,7 @@ TEST_F(LogCommands, VerifyMissesAHeadThatWasNotedElsewhere) {
     EXPECT_TRUE(kelpctl("audit verify --head 4").failedWith(1, "is no NUMBER:HASH"));
 }
 
-TEST(MomentsOfTheCommandLine, AreUtcTimesOrAnAge) {
+TEST(TimesOnTheCommandLine, AreUtcOrAnAge) {
     const UtcTime now(1740830400000ms);
     EXPECT_EQ(ctl::momentOf("2025-03-01", "--since", now), now - 12h);
     EXPECT_EQ(ctl::momentOf("90s", "--since", now), now - 90s);

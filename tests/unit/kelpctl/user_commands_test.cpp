@@ -36,7 +36,7 @@ TEST_F(UserCommands, NoPasswordIsRefused) {
     EXPECT_TRUE(run.failedWith(1, "use --password-file")) << run;
 }
 
-TEST_F(UserCommands, AShortPasswordIsTakenOnlyByForce) {
+TEST_F(UserCommands, AShortPasswordNeedsForce) {
     secretFile("seven", "1234567\n");
     secretFile("eight", "12345678\n");
     const char* const refusal =
@@ -105,7 +105,7 @@ TEST_F(UserCommands, AddTwiceFails) {
     EXPECT_TRUE(hasPassword("nms1", "old secret"));
 }
 
-TEST_F(UserCommands, ANameThatCannotBeIsRefused) {
+TEST_F(UserCommands, AnInvalidNameIsRefused) {
     const ToolRun run = kelpctl("user add 'a<b' --password-file pw");
     EXPECT_TRUE(run.failedWith(1, "'<' or '>'")) << run;
 }
@@ -124,7 +124,7 @@ TEST_F(UserCommands, ListShowsEveryUserAsATable) {
     EXPECT_NE(second, std::string::npos) << run;
 }
 
-TEST_F(UserCommands, ListSpeaksJson) {
+TEST_F(UserCommands, ListWritesJson) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     ASSERT_EQ(kelpctl("user disable nms1").status, 0);
     const ToolRun run = kelpctl("user list --json");
@@ -183,7 +183,7 @@ TEST_F(UserCommands, ExpireSaysWhenTheAccountEnds) {
     EXPECT_NE(kelpctl("user list").output.find("nms1  enabled"), std::string::npos);
 }
 
-TEST_F(UserCommands, ATimeThatIsNoneIsRefused) {
+TEST_F(UserCommands, AnInvalidTimeIsRefused) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     for (const char* time : {"soon", "2100-02-30", "2100-13-01", "2100-03-01T24:60:00Z",
                              "2100-03-01 12:00", "2100-03-01T12:00:00", ""}) {
@@ -254,7 +254,7 @@ TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {
     }
 }
 
-TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
+TEST_F(UserCommands, AMissingDatabaseIsNotCreatedByCommandsThatOnlyRead) {
     for (const char* command :
          {"list", "disable nms1", "enable nms1", "remove nms1", "expire nms1 now",
           "networks nms1 any", "tls nms1 --any", "unlock nms1"}) {
@@ -264,7 +264,7 @@ TEST_F(UserCommands, AMissingDatabaseIsNotMadeByCommandsThatOnlyLook) {
     EXPECT_FALSE(std::filesystem::exists(database));
 }
 
-TEST_F(UserCommands, TheDatabaseIsTheOneToldElseTheOneConfigured) {
+TEST_F(UserCommands, TheDatabaseIsTheGivenOneElseTheConfiguredOne) {
     folder.write(
         "other.toml",
         "[security]\ndatabase = \"configured.db\"\nhash_memory_kib = 8\nhash_passes = 1\n");

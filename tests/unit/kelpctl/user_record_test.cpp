@@ -122,14 +122,14 @@ TEST_F(UserRecords, NoPasswordIsInTheLog) {
     EXPECT_EQ(bytes.find("quokka"), std::string::npos);
 }
 
-TEST_F(UserRecords, LookingAtAccountsLeavesNoRecord) {
+TEST_F(UserRecords, ReadingAccountsLeavesNoRecord) {
     addUser();
     ASSERT_EQ(kelpctl("user list").status, 0);
     ASSERT_EQ(kelpctl("user list --json").status, 0);
     EXPECT_THAT(records(), SizeIs(1));
 }
 
-TEST_F(UserRecords, ACommandThatIsNotUnderstoodLeavesNoRecord) {
+TEST_F(UserRecords, AnInvalidCommandLeavesNoRecord) {
     EXPECT_EQ(kelpctl("user passwd nms1 secret").status, 2);
     EXPECT_EQ(kelpctl("user disable").status, 2);
     EXPECT_FALSE(std::filesystem::exists(log));
@@ -146,7 +146,7 @@ TEST_F(UserRecords, TheLogIsTheOneConfigured) {
     EXPECT_THAT(records(), SizeIs(1));
 }
 
-TEST_F(UserRecords, AChangeHoldsWhenTheLogCannotTellOfItAndTheToolSaysSo) {
+TEST_F(UserRecords, AChangeHoldsWithAWarningWhenItCannotBeRecorded) {
     folder.write("oplog-audit.db", std::string(10000, 'g'));
     const ToolRun added = kelpctl("user add nms1 --password-file pw");
     EXPECT_EQ(added.status, 3) << added;
@@ -181,7 +181,7 @@ TEST_F(UserRecords, ALockedLogIsNamed) {
     EXPECT_EQ(kelpctl("audit verify").status, 0);
 }
 
-TEST_F(UserRecords, AFailureIsAFailureWhetherTheLogTellsOfItOrNot) {
+TEST_F(UserRecords, AFailureIsAFailureWhetherItIsRecordedOrNot) {
     addUser();
     folder.write("oplog-audit.db", std::string(10000, 'g'));
     std::filesystem::remove(folder / "oplog-audit.db-wal");

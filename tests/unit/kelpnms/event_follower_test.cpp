@@ -95,7 +95,7 @@ class EventFollowerTest : public testing::Test, protected FollowObserver {
     Clock::time_point lastSign_{};
 };
 
-TEST_F(EventFollowerTest, LeavesWhenThereHasBeenEnough) {
+TEST_F(EventFollowerTest, LeavesWhenTheCountIsReached) {
     onOpen_ = [this](int) { signals_->enough(); };
     EXPECT_EQ(run(), End::Enough);
     EXPECT_THAT(story_, ElementsAre("open 1", "leave 1", "gone 1"));
@@ -113,7 +113,7 @@ TEST_F(EventFollowerTest, LeavesWhenTheTimeIsOver) {
     EXPECT_THAT(story_, ElementsAre("open 1", "leave 1", "gone 1"));
 }
 
-TEST_F(EventFollowerTest, LogOutWithoutAnswerIsToldAndChangesNothing) {
+TEST_F(EventFollowerTest, LogOutWithoutAnswerIsReportedAndChangesNothing) {
     onOpen_ = [this](int) { signals_->enough(); };
     onLeave_ = [](int) { throw NmsError("no answer"); };
     EXPECT_EQ(run(), End::Enough);
@@ -213,7 +213,7 @@ TEST_F(EventFollowerTest, LooksInTimeAreNoStandingStill) {
     EXPECT_EQ(stoodStill_, 0);
 }
 
-TEST_F(EventFollowerTest, LossIsTheEndWhenItShallNotReconnect) {
+TEST_F(EventFollowerTest, LossEndsTheFollowingWithoutReconnecting) {
     settings_.reconnect = false;
     onOpen_ = [this](int) { lose(1); };
     EXPECT_EQ(run(), End::Lost);
@@ -222,7 +222,7 @@ TEST_F(EventFollowerTest, LossIsTheEndWhenItShallNotReconnect) {
     EXPECT_TRUE(pauses_.empty());
 }
 
-TEST_F(EventFollowerTest, PausesDoubleUpToTheLongestAndBeginAnewWithTheNextLoss) {
+TEST_F(EventFollowerTest, PausesDoubleUpToTheLongestAndStartOverWithTheNextLoss) {
     onOpen_ = [this](int attempt) {
         if (attempt == 1 || attempt == 6)
             return lose(attempt);
@@ -298,7 +298,7 @@ TEST_F(EventFollowerTest, OtherRefusalsAreTriedAgain) {
     EXPECT_EQ(failures_.size(), 1u);
 }
 
-TEST_F(EventFollowerTest, LateWordOfAnOldLinkDoesNotTouchTheNewOne) {
+TEST_F(EventFollowerTest, LateNoticeOfAnOldLinkDoesNotAffectTheNewOne) {
     settings_.checkInterval = 0ms;
     onOpen_ = [this](int) { lose(1); };
     onCheck_ = [this](int) { signals_->enough(); };

@@ -13,7 +13,7 @@ EventCells cells(const std::string& text = "no light") {
             "LOS",      text};
 }
 
-TEST(EventTableTest, NoLineIsWiderThanTheTerminal) {
+TEST(EventTable, NoLineIsWiderThanTheTerminal) {
     for (unsigned width = 1; width <= 250; ++width) {
         const EventTable table(width);
         EXPECT_LE(displayWidth(table.header()), width);
@@ -21,7 +21,7 @@ TEST(EventTableTest, NoLineIsWiderThanTheTerminal) {
     }
 }
 
-TEST(EventTableTest, ColumnsStandBelowTheirHeaders) {
+TEST(EventTable, ColumnsStandBelowTheirHeaders) {
     for (const unsigned width : {0u, 80u, 100u, 132u, 200u}) {
         const std::string header = EventTable(width).header();
         const std::string row = EventTable(width).row(cells());
@@ -35,26 +35,26 @@ TEST(EventTableTest, ColumnsStandBelowTheirHeaders) {
     }
 }
 
-TEST(EventTableTest, WhatDoesNotFitIsCutAndMarked) {
+TEST(EventTable, WhatDoesNotFitIsCutAndMarked) {
     const std::string row = EventTable(80).row(cells());
     EXPECT_NE(row.find("ManagedEleme"), std::string::npos) << row;
     EXPECT_EQ(row.find("slot=3"), std::string::npos) << row;
     EXPECT_NE(row.find("~ LOS"), std::string::npos) << row;
 }
 
-TEST(EventTableTest, NothingIsCutWithoutATerminal) {
+TEST(EventTable, NothingIsCutWithoutATerminal) {
     const std::string text(300, 'x');
     const std::string row = EventTable(0).row(cells(text));
     EXPECT_NE(row.find("slot=3"), std::string::npos) << row;
     EXPECT_NE(row.find(text), std::string::npos) << row;
 }
 
-TEST(EventTableTest, TheDayIsShownWhereThereIsRoom) {
+TEST(EventTable, TheDayIsShownWhereThereIsRoom) {
     EXPECT_FALSE(EventTable(80).showsDay());
     EXPECT_TRUE(EventTable(100).showsDay());
 }
 
-TEST(DisplayTextTest, WidthIsInColumnsNotBytes) {
+TEST(DisplayText, WidthIsInColumnsNotBytes) {
     EXPECT_EQ(displayWidth("abc"), 3u);
     EXPECT_EQ(displayWidth("\xC3\xA9t\xC3\xA9"), 3u);         // accents
     EXPECT_EQ(displayWidth("\xE6\x97\xA5\xE6\x9C\xAC"), 4u);  // wide characters
@@ -62,7 +62,7 @@ TEST(DisplayTextTest, WidthIsInColumnsNotBytes) {
     EXPECT_EQ(displayWidth("\xFF\xFE"), 2u) << "no UTF-8, but no crash";
 }
 
-TEST(DisplayTextTest, CharactersAreNotCutInHalf) {
+TEST(DisplayText, CharactersAreNotCutInHalf) {
     EXPECT_EQ(cutTo("\xC3\xA9\xC3\xA9\xC3\xA9", 2), "\xC3\xA9~");
     EXPECT_EQ(cutTo("\xE6\x97\xA5\xE6\x9C\xAC\xE6\x97\xA5", 4), "\xE6\x97\xA5~");
     EXPECT_EQ(cutTo("abc", 3), "abc");
@@ -72,12 +72,12 @@ TEST(DisplayTextTest, CharactersAreNotCutInHalf) {
     EXPECT_EQ(cutTo("", 0), "");
 }
 
-TEST(DisplayTextTest, PaddingCountsColumns) {
+TEST(DisplayText, PaddingCountsColumns) {
     EXPECT_EQ(paddedTo("\xC3\xA9", 3), "\xC3\xA9  ");
     EXPECT_EQ(paddedTo("abcd", 3), "abcd");
 }
 
-TEST(EventCellsTest, AlarmIsShownByObjectCauseAndText) {
+TEST(EventCells, AlarmIsShownByObjectCauseAndText) {
     const EventCells shown = cellsOf(alarm("1", "PS_CRITICAL"));
     EXPECT_EQ(shown.severity, "CRITICAL");
     EXPECT_EQ(shown.type, "NT_ALARM");
@@ -87,12 +87,12 @@ TEST(EventCellsTest, AlarmIsShownByObjectCauseAndText) {
     EXPECT_EQ(shown.text, "no light");
 }
 
-TEST(EventCellsTest, EmsItselfIsNamed) {
+TEST(EventCells, EmsItselfIsNamed) {
     EXPECT_EQ(cellsOf(heartbeat()).object, "EMS=Kelp/EMS");
     EXPECT_EQ(cellsOf(heartbeat()).severity, "");
 }
 
-TEST(EventCellsTest, NativeCauseStandsInForNone) {
+TEST(EventCells, NativeCauseStandsInForNone) {
     EventRecord event = alarm("1");
     event.fields["nativeProbableCause"] = "Laser off";
     EXPECT_EQ(cellsOf(event).cause, "LOS");
@@ -102,7 +102,7 @@ TEST(EventCellsTest, NativeCauseStandsInForNone) {
     EXPECT_EQ(cellsOf(event).cause, "Laser off");
 }
 
-TEST(EventCellsTest, OtherTypesShowTheirCorrespondingFields) {
+TEST(EventCells, OtherTypesShowTheirCorrespondingFields) {
     const EventCells change = cellsOf({"NT_ATTRIBUTE_VALUE_CHANGE",
                                        {{"notificationId", "1"},
                                         {"objectName", {{"EMS", "e"}, {"ManagedElement", "ne-1"}}},
@@ -123,7 +123,7 @@ TEST(EventCellsTest, OtherTypesShowTheirCorrespondingFields) {
     EXPECT_EQ(transfer.text, "disk full");
 }
 
-TEST(EventCellsTest, ControlCharactersDoNotReachTheTerminal) {
+TEST(EventCells, ControlCharactersDoNotReachTheTerminal) {
     EventRecord event = alarm("1");
     event.fields["additionalText"] = "a\033[2Jb\nc";
     const std::string text = cellsOf(event).text;

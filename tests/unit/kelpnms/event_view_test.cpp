@@ -65,7 +65,7 @@ TEST_F(EventViewTest, EventWithoutSeverityHasTheTerminalsColour) {
     EXPECT_EQ(last().find('\033'), std::string::npos);
 }
 
-TEST_F(EventViewTest, NothingIsColouredUnlessItMayBe) {
+TEST_F(EventViewTest, NothingIsColouredUnlessColoursAreOn) {
     EventView& view = begin(false, false, 80);
     view.show(alarm("1", "PS_CRITICAL"));
     view.show(heartbeat());
@@ -103,7 +103,7 @@ TEST_F(EventViewTest, DuplicateIsMarkedInJson) {
     EXPECT_EQ(lastJson()["duplicate"], true);
 }
 
-TEST_F(EventViewTest, IdThatWentBackIsToldBeforeItsEvent) {
+TEST_F(EventViewTest, DecreasedIdIsReportedBeforeItsEvent) {
     EventView& view = begin(true, false, 0);
     view.show(alarm("7"));
     view.show(alarm("3"));
@@ -112,7 +112,7 @@ TEST_F(EventViewTest, IdThatWentBackIsToldBeforeItsEvent) {
     EXPECT_EQ(lastJson()["fields"]["notificationId"], "3");
 }
 
-TEST_F(EventViewTest, LossIsToldWithTheAdviceToResynchronise) {
+TEST_F(EventViewTest, LossIsReportedWithTheAdviceToResynchronise) {
     EventView& view = begin(true, false, 0);
     view.eventLossOccurred("20261121073000.0Z", "4711");
     EXPECT_EQ(lastJson()["event"], "eventLossOccurred");
@@ -143,7 +143,7 @@ TEST_F(EventViewTest, NoticeIsWholeOnANarrowTerminalToo) {
         << last();
 }
 
-TEST_F(EventViewTest, ConnectionsFateIsTold) {
+TEST_F(EventViewTest, ConnectionChangesAreReported) {
     EventView& view = begin(true, false, 0);
     view.lost("the EMS ended the session");
     EXPECT_EQ(lastJson()["event"], "connectionLost");

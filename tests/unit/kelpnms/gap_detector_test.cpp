@@ -94,7 +94,7 @@ TEST_F(GapDetectorTest, StandingStillBeginsTheSilenceAnew) {
     EXPECT_EQ(gaps.overdueAt(), at(75s));
 }
 
-TEST_F(GapDetectorTest, NewConnectionLearnsAnew) {
+TEST_F(GapDetectorTest, NewConnectionLearnsItsOwnInterval) {
     gaps_.eventCame(heartbeat(), at(1s));
     gaps_.eventCame(heartbeat(), at(2s));
     begin(gaps_);
@@ -144,7 +144,7 @@ TEST_F(GapDetectorTest, OldestIdsAreForgotten) {
     EXPECT_FALSE(seen.isAgain("1", alarm("1")));
 }
 
-TEST_F(GapDetectorTest, IdThatWentBackIsTold) {
+TEST_F(GapDetectorTest, DecreasedIdIsReported) {
     EXPECT_EQ(notices(alarm("9")), 0u);
     EXPECT_EQ(notices(alarm("10")), 0u) << "numbers, not texts";
     EXPECT_EQ(notices(alarm("500")), 0u) << "ids may be left out";
@@ -166,7 +166,7 @@ TEST_F(GapDetectorTest, DuplicatesHeartbeatsAndTextsDoNotGoBack) {
     EXPECT_EQ(notices(alarm("3")), 0u);
 }
 
-TEST_F(GapDetectorTest, NewConnectionMayCountAnew) {
+TEST_F(GapDetectorTest, NewConnectionMayRestartItsIds) {
     EXPECT_EQ(notices(alarm("500")), 0u);
     begin(gaps_);
     EXPECT_EQ(notices(alarm("1")), 0u);

@@ -8,7 +8,7 @@
 namespace kelp::nms {
 namespace {
 
-TEST(LocalAddressTest, HostAndPortComeOutOfACorbaloc) {
+TEST(LocalAddress, HostAndPortAreReadFromACorbaloc) {
     const std::tuple<const char*, const char*, const char*> texts[] = {
         {"corbaloc:iiop:10.1.2.3:4801/NameService", "10.1.2.3", "4801"},
         {"corbaloc:iiop:1.2@ems.example.net:4801/NameService", "ems.example.net", "4801"},
@@ -27,7 +27,7 @@ TEST(LocalAddressTest, HostAndPortComeOutOfACorbaloc) {
     }
 }
 
-TEST(LocalAddressTest, TextsWithoutAHostAreRefused) {
+TEST(LocalAddress, TextsWithoutAHostAreRefused) {
     for (const char* text : {"", "NameService", "corbaloc:", "corbaloc:iiop:/NameService",
                              "corbaname:rir:#a", "IOR:00", "corbaloc:iiop:[::1/NameService"}) {
         std::string host;
@@ -36,11 +36,11 @@ TEST(LocalAddressTest, TextsWithoutAHostAreRefused) {
     }
 }
 
-TEST(LocalAddressTest, LoopbackIsReachedFromLoopback) {
+TEST(LocalAddress, LoopbackIsReachedFromLoopback) {
     EXPECT_EQ(localAddressTowards("127.0.0.1", "4801"), "127.0.0.1");
 }
 
-TEST(LocalAddressTest, UnknownHostIsNamed) {
+TEST(LocalAddress, UnknownHostIsNamed) {
     try {
         localAddressTowards("no.such.host.invalid", "4801");
         FAIL() << "an address was found";
@@ -49,7 +49,7 @@ TEST(LocalAddressTest, UnknownHostIsNamed) {
     }
 }
 
-TEST(ProcessingFailureTest, ExceptionIsToldByTypeAndReason) {
+TEST(ProcessingFailure, ExceptionIsDescribedByTypeAndReason) {
     globaldefs::ProcessingFailureException raised;
     raised.exceptionType = globaldefs::EXCPT_ACCESS_DENIED;
     raised.errorReason = CORBA::string_dup("no entry");
@@ -59,7 +59,7 @@ TEST(ProcessingFailureTest, ExceptionIsToldByTypeAndReason) {
     EXPECT_EQ(refused.errorReason(), "no entry");
 }
 
-TEST(ProcessingFailureTest, ExceptionTypesHaveTheStandardsNames) {
+TEST(ProcessingFailure, ExceptionTypesHaveTheStandardsNames) {
     EXPECT_EQ(exceptionTypeName(globaldefs::EXCPT_NOT_IMPLEMENTED), "EXCPT_NOT_IMPLEMENTED");
     EXPECT_EQ(exceptionTypeName(globaldefs::EXCPT_TP_INVALID_ENDPOINT),
               "EXCPT_TP_INVALID_ENDPOINT");

@@ -78,32 +78,32 @@ std::vector<std::string> factoriesOf(NamingTree& tree) {
 const std::string kKelp =
     "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/EMS.EmsSessionFactory_I";
 
-TEST(NamingWalkTest, FactoryIsFoundByTheKindOfItsName) {
+TEST(NamingWalk, FactoryIsFoundByTheKindOfItsName) {
     PlantedTree tree;
     tree.object("printer.Device").object(kKelp).context("empty.Class");
     EXPECT_EQ(factoriesOf(tree), std::vector<std::string>{kKelp});
 }
 
-TEST(NamingWalkTest, FactoryUnderAnotherKindIsFoundByItsType) {
+TEST(NamingWalk, FactoryUnderAnotherKindIsFoundByItsType) {
     PlantedTree tree;
     tree.object("site/other.Object").factoryType("site/ems.Object");
     EXPECT_EQ(factoriesOf(tree), std::vector<std::string>{"site/ems.Object"});
 }
 
-TEST(NamingWalkTest, ContextOfTheFactorysKindIsNoFactory) {
+TEST(NamingWalk, ContextOfTheFactorysKindIsNoFactory) {
     PlantedTree tree;
     tree.context("a.EmsSessionFactory_I");
     EXPECT_TRUE(factoriesOf(tree).empty());
 }
 
-TEST(NamingWalkTest, AllFactoriesAreFoundInTheOrderOfTheListings) {
+TEST(NamingWalk, AllFactoriesAreFoundInTheOrderOfTheListings) {
     PlantedTree tree;
     const std::string second = "TMF_MTNM.Class/Other.Vendor/Other\\/EMS.EmsSessionFactory_I";
     tree.object(kKelp).object(second);
     EXPECT_EQ(factoriesOf(tree), (std::vector<std::string>{kKelp, second}));
 }
 
-TEST(NamingWalkTest, ContextThatCannotBeListedIsLeftOutAndNamed) {
+TEST(NamingWalk, ContextThatCannotBeListedIsLeftOutAndNamed) {
     PlantedTree tree;
     tree.object("dead/x.EmsSessionFactory_I").unreadable("dead").object(kKelp);
     std::vector<NamingPath> unreadable;
@@ -114,19 +114,19 @@ TEST(NamingWalkTest, ContextThatCannotBeListedIsLeftOutAndNamed) {
     EXPECT_EQ(toText(unreadable[0]), "dead");
 }
 
-TEST(NamingWalkTest, RootThatCannotBeListedIsAnError) {
+TEST(NamingWalk, RootThatCannotBeListedIsAnError) {
     PlantedTree tree;
     tree.unreadable("");
     EXPECT_THROW(factoriesOf(tree), std::runtime_error);
 }
 
-TEST(NamingWalkTest, CycleOfContextsEnds) {
+TEST(NamingWalk, CycleOfContextsEnds) {
     EndlessTree tree;
     EXPECT_TRUE(factoriesOf(tree).empty());
     EXPECT_LE(tree.listings, 10000);
 }
 
-TEST(NamingWalkTest, ContextsDeeperThanTheStandardsPathAreVisited) {
+TEST(NamingWalk, ContextsDeeperThanTheStandardsPathAreVisited) {
     PlantedTree tree;
     tree.object("company/site/" + kKelp);
     EXPECT_EQ(factoriesOf(tree), std::vector<std::string>{"company/site/" + kKelp});

@@ -12,7 +12,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-TEST(NetworkJsonTest, ElementHasEveryAttributeInTheStructuresOrder) {
+TEST(NetworkJson, ElementHasEveryAttributeInTheStructuresOrder) {
     EXPECT_EQ(
         lineOf(jsonOf(sampleElement())),
         R"({"object":"ManagedElement","name":[{"name":"EMS","value":"Kelp/EMS"},)"
@@ -23,7 +23,7 @@ TEST(NetworkJsonTest, ElementHasEveryAttributeInTheStructuresOrder) {
         R"({"name":"b","value":"3"}]})");
 }
 
-TEST(NetworkJsonTest, PortHasItsLayersWithTheirParameters) {
+TEST(NetworkJson, PortHasItsLayersWithTheirParameters) {
     const Json json = jsonOf(samplePort());
     EXPECT_EQ(json["object"], "TerminationPoint");
     EXPECT_EQ(json["type"], "TPT_PTP");
@@ -40,7 +40,7 @@ TEST(NetworkJsonTest, PortHasItsLayersWithTheirParameters) {
     EXPECT_EQ(json["egressTrafficDescriptorName"][1]["value"], "out");
 }
 
-TEST(NetworkJsonTest, EquipmentAndItsHolderAreToldApart) {
+TEST(NetworkJson, EquipmentAndItsHolderAreDistinguished) {
     equipment::EquipmentOrHolder_T either;
     either.holder(sampleHolder());
     const Json holder = jsonOf(either);
@@ -61,7 +61,7 @@ TEST(NetworkJsonTest, EquipmentAndItsHolderAreToldApart) {
     EXPECT_EQ(card["installedSerialNumber"], "S");
 }
 
-TEST(NetworkJsonTest, LinkHasItsEnds) {
+TEST(NetworkJson, LinkHasItsEnds) {
     const Json json = jsonOf(sampleLink());
     EXPECT_EQ(json["direction"], "CD_UNI");
     EXPECT_EQ(json["rate"], 10007);
@@ -69,7 +69,7 @@ TEST(NetworkJsonTest, LinkHasItsEnds) {
     EXPECT_EQ(json["zEndTP"][3]["name"], "CTP");
 }
 
-TEST(NetworkJsonTest, TextThatIsNoUtf8DoesNotKeepTheRestFromBeingWritten) {
+TEST(NetworkJson, TextThatIsNoUtf8DoesNotKeepTheRestFromBeingWritten) {
     managedElement::ManagedElement_T element = sampleElement();
     element.owner = "M\xFCller";
     EXPECT_THAT(lineOf(jsonOf(element)), testing::HasSubstr("M\xEF\xBF\xBDller"));
@@ -88,7 +88,7 @@ void expectAllAttributes(const RecordLayout& layout, const std::vector<Json>& re
     EXPECT_EQ(layout.attributes.size(), inJson.size());
 }
 
-TEST(RecordLayoutTest, CsvHasEveryAttribute) {
+TEST(RecordLayout, CsvHasEveryAttribute) {
     expectAllAttributes(elementLayout(), {jsonOf(sampleElement())});
     expectAllAttributes(portLayout(), {jsonOf(samplePort())});
     expectAllAttributes(equipmentLayout(), {jsonOf(sampleHolder()), jsonOf(sampleEquipment())});
@@ -102,7 +102,7 @@ std::vector<std::string> cells(const RecordLayout& layout, const Json& record) {
     return texts;
 }
 
-TEST(RecordLayoutTest, RowsArePlain) {
+TEST(RecordLayout, RowsArePlain) {
     using testing::ElementsAre;
     EXPECT_THAT(cells(elementLayout(), jsonOf(sampleElement())),
                 ElementsAre("NE-1", "North, \"old\" exchange", "KX", "R4", "UNAVAILABLE", "true",

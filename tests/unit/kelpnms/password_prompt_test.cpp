@@ -9,7 +9,7 @@ namespace kelp::test {
 namespace {
 
 /// kelpnms at a terminal, at which the test types. There is no naming service.
-class PasswordPromptTest : public testing::Test {
+class PasswordPrompt : public testing::Test {
   protected:
     PseudoTerminal terminal_{{KELPNMS, "--naming", "127.0.0.1:" + std::to_string(freePort()),
                               "--user", "demo", "managers"},
@@ -17,7 +17,7 @@ class PasswordPromptTest : public testing::Test {
                              {{"KELPNMS_USER", ""}}};
 };
 
-TEST_F(PasswordPromptTest, PasswordIsNotShown) {
+TEST_F(PasswordPrompt, PasswordIsNotShown) {
     ASSERT_TRUE(terminal_.isShown("Password of demo: "));
     EXPECT_FALSE(terminal_.echoes());
     ASSERT_TRUE(terminal_.type("hidden word\n"));
@@ -27,7 +27,7 @@ TEST_F(PasswordPromptTest, PasswordIsNotShown) {
     EXPECT_TRUE(terminal_.echoes());
 }
 
-TEST_F(PasswordPromptTest, InterruptLeavesTheTerminalAsItWas) {
+TEST_F(PasswordPrompt, InterruptLeavesTheTerminalAsItWas) {
     ASSERT_TRUE(terminal_.isShown("Password of demo: "));
     ASSERT_FALSE(terminal_.echoes());
     ASSERT_TRUE(terminal_.type("\x03"));
@@ -36,7 +36,7 @@ TEST_F(PasswordPromptTest, InterruptLeavesTheTerminalAsItWas) {
     EXPECT_EQ(terminal_.status(), 128 + SIGINT);
 }
 
-TEST_F(PasswordPromptTest, TerminationLeavesTheTerminalAsItWas) {
+TEST_F(PasswordPrompt, TerminationLeavesTheTerminalAsItWas) {
     ASSERT_TRUE(terminal_.isShown("Password of demo: "));
     ASSERT_FALSE(terminal_.echoes());
     ASSERT_EQ(::kill(terminal_.pid(), SIGTERM), 0);

@@ -15,7 +15,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class RecordWriterTest : public testing::Test {
+class RecordWriter : public testing::Test {
   protected:
     std::string written(Format format, const RecordLayout& layout, unsigned columns,
                         const std::vector<nlohmann::ordered_json>& records) {
@@ -42,7 +42,7 @@ class RecordWriterTest : public testing::Test {
     }
 };
 
-TEST_F(RecordWriterTest, CsvQuotesAndEndsLinesAsTheRfcSays) {
+TEST_F(RecordWriter, CsvQuotesAndEndsLinesAsTheRfcSays) {
     EXPECT_EQ(
         written(Format::Csv, elementLayout(), 0, {jsonOf(sampleElement())}),
         "EMS,ManagedElement,name,userLabel,nativeEMSName,owner,location,version,productName,"
@@ -58,7 +58,7 @@ TEST_F(RecordWriterTest, CsvQuotesAndEndsLinesAsTheRfcSays) {
         "\"\"3\"\"}]\"\r\n");
 }
 
-TEST_F(RecordWriterTest, CsvOfTwoKindsHasEmptyCellsForMissingAttributes) {
+TEST_F(RecordWriter, CsvOfTwoKindsHasEmptyCellsForMissingAttributes) {
     const auto rows = lines(written(Format::Csv, equipmentLayout(), 0,
                                     {jsonOf(sampleHolder()), jsonOf(sampleEquipment())}));
     ASSERT_EQ(rows.size(), 3u);
@@ -67,14 +67,14 @@ TEST_F(RecordWriterTest, CsvOfTwoKindsHasEmptyCellsForMissingAttributes) {
     EXPECT_THAT(rows[2], HasSubstr(",false,,,,,OUT_OF_SERVICE_BY_MAINTENANCE,LN16,LN64,P,V,S,"));
 }
 
-TEST_F(RecordWriterTest, JsonIsALineForEach) {
+TEST_F(RecordWriter, JsonHasOneLinePerRecord) {
     const auto rows =
         lines(written(Format::Json, elementLayout(), 80, {elementNamed("a"), elementNamed("b")}));
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[1], lineOf(elementNamed("b")));
 }
 
-TEST_F(RecordWriterTest, TablesLinesFitTheTerminal) {
+TEST_F(RecordWriter, TablesLinesFitTheTerminal) {
     for (unsigned width = 1; width < 200; ++width) {
         for (const std::string& line :
              lines(written(Format::Table, portLayout(), width, {jsonOf(samplePort())})))
@@ -82,7 +82,7 @@ TEST_F(RecordWriterTest, TablesLinesFitTheTerminal) {
     }
 }
 
-TEST_F(RecordWriterTest, TableElsewhereCutsNothing) {
+TEST_F(RecordWriter, TableElsewhereCutsNothing) {
     const std::string name(100, 'x');
     const auto rows = lines(written(Format::Table, elementLayout(), 0,
                                     {elementNamed("NE-1"), elementNamed(name.c_str())}));
@@ -91,7 +91,7 @@ TEST_F(RecordWriterTest, TableElsewhereCutsNothing) {
     EXPECT_EQ(rows[0].find("LABEL"), rows[1].find("North"));
 }
 
-TEST_F(RecordWriterTest, ManyRowsHaveTheColumnsOfTheFirst) {
+TEST_F(RecordWriter, ManyRowsHaveTheColumnsOfTheFirst) {
     std::vector<nlohmann::ordered_json> records(300, elementNamed("NE"));
     records.push_back(elementNamed("a-name-that-is-longer-than-its-column"));
     const auto rows = lines(written(Format::Table, elementLayout(), 100, records));
@@ -101,14 +101,14 @@ TEST_F(RecordWriterTest, ManyRowsHaveTheColumnsOfTheFirst) {
     EXPECT_THAT(rows[301], HasSubstr("~"));
 }
 
-TEST_F(RecordWriterTest, ControlCharactersDoNotReachTheTerminal) {
+TEST_F(RecordWriter, ControlCharactersDoNotReachTheTerminal) {
     const std::string text =
         written(Format::Table, elementLayout(), 0, {elementNamed("a\033[2J\nb")});
     EXPECT_EQ(lines(text).size(), 2u) << text;
     EXPECT_EQ(text.find('\033'), std::string::npos);
 }
 
-TEST(OutputTest, FailureToWriteIsTold) {
+TEST(Output, FailureToWriteIsReported) {
     Output output([](const std::string&) { throw CannotWrite("it", "full"); });
     output.write("x");
     try {
@@ -119,7 +119,7 @@ TEST(OutputTest, FailureToWriteIsTold) {
     }
 }
 
-TEST(OutputTest, MuchIsWrittenWithoutWaitingForAFlush) {
+TEST(Output, MuchIsWrittenWithoutWaitingForAFlush) {
     std::size_t most = 0;
     Output output([&](const std::string& text) { most = std::max(most, text.size()); });
     for (int i = 0; i < 1000; ++i)
@@ -128,7 +128,7 @@ TEST(OutputTest, MuchIsWrittenWithoutWaitingForAFlush) {
     EXPECT_LT(most, 100000u);
 }
 
-TEST(CutShortTest, SaysHowToGoOn) {
+TEST(CutShort, SaysHowToContinue) {
     WalkPosition at{WalkPosition::Stage::Elements, 0, "", 0};
     EXPECT_EQ(cutShort("ports", at), "cut short before anything was written; begin again");
     at = {WalkPosition::Stage::Elements, 7, "", 0};

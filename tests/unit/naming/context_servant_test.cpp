@@ -159,7 +159,7 @@ TEST_F(ContextServantTest, ListGivesContextsAndTheBoundObject) {
     EXPECT_THAT(script_.iterators, IsEmpty()) << "nothing is left for one";
 }
 
-TEST_F(ContextServantTest, ListBeyondWhatWasAskedForGoesOnInAnIterator) {
+TEST_F(ContextServantTest, ListBeyondTheRequestedNumberContinuesInAnIterator) {
     CosNaming::BindingList_var list;
     CosNaming::BindingIterator_var iterator;
     root().list(1, list.out(), iterator.out());

@@ -45,14 +45,14 @@ TEST_F(IteratorTableTest, IdsCannotBeGuessed) {
         EXPECT_EQ(id.size(), 32u) << "128 bits as hexadecimal digits";
 }
 
-TEST_F(IteratorTableTest, UnknownIdIsNone) {
+TEST_F(IteratorTableTest, UnknownIdHasNoIterator) {
     open();
     EXPECT_FALSE(table_.next("", 1, limits_, now_));
     EXPECT_FALSE(table_.next("0123", 1, limits_, now_));
     EXPECT_FALSE(table_.close("0123", limits_, now_));
 }
 
-TEST_F(IteratorTableTest, ClosedOneIsGone) {
+TEST_F(IteratorTableTest, ClosedIteratorIsGone) {
     const std::string id = open();
     EXPECT_TRUE(table_.close(id, limits_, now_));
     EXPECT_FALSE(isOpen(id));
@@ -60,7 +60,7 @@ TEST_F(IteratorTableTest, ClosedOneIsGone) {
     EXPECT_EQ(table_.size(), 0u);
 }
 
-TEST_F(IteratorTableTest, OneTooManyOfAnAddressClosesItsOldestOnly) {
+TEST_F(IteratorTableTest, IteratorAboveTheLimitOfAnAddressClosesItsOldestOnly) {
     const std::string others = open("192.0.2.2");
     const std::string first = open();
     const std::string second = open();
@@ -72,7 +72,7 @@ TEST_F(IteratorTableTest, OneTooManyOfAnAddressClosesItsOldestOnly) {
     EXPECT_TRUE(isOpen(others));
 }
 
-TEST_F(IteratorTableTest, OneTooManyInAllClosesTheOldest) {
+TEST_F(IteratorTableTest, IteratorAboveTheTotalLimitClosesTheOldest) {
     const std::string first = open("192.0.2.1");
     const std::string second = open("192.0.2.2");
     open("192.0.2.3");

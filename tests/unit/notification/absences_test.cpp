@@ -49,19 +49,19 @@ class AbsencesTest : public testing::Test {
     Absences absences{&allowed, 1000ms};
 };
 
-TEST_F(AbsencesTest, WhoIsAllowedNeverGoes) {
+TEST_F(AbsencesTest, AllowedOwnersAreNeverDropped) {
     allowed.addresses = {"10.0.0.1"};
     EXPECT_FALSE(isOver(0ms));
     EXPECT_FALSE(isOver(100000ms));
 }
 
-TEST_F(AbsencesTest, WhoIsNotGoesAfterTheGraceAndNotBefore) {
+TEST_F(AbsencesTest, OthersAreDroppedAfterTheGraceAndNotBefore) {
     EXPECT_FALSE(isOver(5000ms)) << "seen for the first time";
     EXPECT_FALSE(isOver(5999ms));
     EXPECT_TRUE(isOver(6000ms));
 }
 
-TEST_F(AbsencesTest, WhoComesBackHasTheWholeGraceTheNextTime) {
+TEST_F(AbsencesTest, ReturningOwnersHaveTheWholeGraceTheNextTime) {
     EXPECT_FALSE(isOver(0ms));
     allowed.addresses = {"10.0.0.1"};
     EXPECT_FALSE(isOver(900ms));
@@ -71,7 +71,7 @@ TEST_F(AbsencesTest, WhoComesBackHasTheWholeGraceTheNextTime) {
     EXPECT_TRUE(isOver(2100ms));
 }
 
-TEST_F(AbsencesTest, AnAddressThatWasDroppedBeginsANew) {
+TEST_F(AbsencesTest, ADroppedAddressStartsOver) {
     EXPECT_FALSE(isOver(0ms));
     EXPECT_TRUE(isOver(1000ms));
     EXPECT_FALSE(isOver(1100ms));
@@ -84,7 +84,7 @@ TEST_F(AbsencesTest, AnAddressWithoutProxiesIsForgotten) {
     EXPECT_FALSE(isOver(1500ms));
 }
 
-TEST_F(AbsencesTest, ALogInThatHasEndedGoesAfterTheGraceThoughItsAddressStays) {
+TEST_F(AbsencesTest, AnEndedLogInIsDroppedAfterTheGraceAlthoughItsAddressStays) {
     allowed.addresses = {"10.0.0.1"};
     EXPECT_FALSE(isOver(0ms, "10.0.0.1", "alice"));
     allowed.ended = {"alice"};
@@ -94,7 +94,7 @@ TEST_F(AbsencesTest, ALogInThatHasEndedGoesAfterTheGraceThoughItsAddressStays) {
     EXPECT_FALSE(isOver(3000ms, "10.0.0.1", "bob"));
 }
 
-TEST_F(AbsencesTest, ALogInGoesWithItsAddress) {
+TEST_F(AbsencesTest, ALogInIsDroppedWithItsAddress) {
     EXPECT_FALSE(isOver(0ms, "10.0.0.1", "alice"));
     EXPECT_TRUE(isOver(1000ms, "10.0.0.1", "alice"));
 }
@@ -116,7 +116,7 @@ TEST_F(AbsencesTest, WithoutAGuardEverybodyStays) {
     EXPECT_EQ(allowed.asked, 0);
 }
 
-TEST_F(AbsencesTest, WithoutAGraceWhoIsNotAllowedGoesAtOnce) {
+TEST_F(AbsencesTest, WithoutAGraceOthersAreDroppedAtOnce) {
     Absences strict(&allowed, 0ms);
     strict.begin(Absences::Time(0ms));
     EXPECT_TRUE(strict.isOver(at("10.0.0.1")));

@@ -218,7 +218,7 @@ TEST(EventQueue, DiscardsOldestAndNewestByArrivalWhateverTheOrder) {
     EXPECT_THAT(numbersOf(queue), ElementsAre(3, 4, 2));
 }
 
-TEST(EventQueue, CountsWhatALimitOfTheConsumersOwnHasCost) {
+TEST(EventQueue, CountsEventsLostByTheConsumersOwnLimit) {
     EventQueue queue(2);
     queue.setLimit(1, true);
     queue.add(event(1));
@@ -234,7 +234,7 @@ TEST(EventQueue, CountsWhatALimitOfTheConsumersOwnHasCost) {
     expectAddsUp(queue);
 }
 
-TEST(EventQueue, KnowsWhenTheOldestWasTakenInWhateverTheOrder) {
+TEST(EventQueue, KnowsWhenTheOldestArrivedWhateverTheOrder) {
     EventQueue queue(5);
     queue.setRules({.order = Order::Priority});
     const EventPtr oldest = with(1, {.priority = 1}, 5s);

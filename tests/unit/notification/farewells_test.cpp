@@ -43,7 +43,7 @@ TEST(Farewells, AreSaidToTheOthersWhileOneHangsOrFails) {
     open.set_value();
 }
 
-TEST(Farewells, AreSaidNoMoreOnceTheyAreStopped) {
+TEST(Farewells, AreNoLongerSaidOnceStopped) {
     Farewells farewells;
     std::promise<void> open;
     const std::shared_future<void> gate = open.get_future().share();

@@ -35,7 +35,7 @@ class CountedTask final : public FilterStage::Task {
     std::atomic<int> left_;
 };
 
-TEST(FilterStage, HasEachTaskWorkUntilNothingIsLeft) {
+TEST(FilterStage, RunsEachTaskUntilNothingIsLeft) {
     FilterStage stage(2);
     const auto one = std::make_shared<CountedTask>("one", 5);
     const auto other = std::make_shared<CountedTask>("other", 1);

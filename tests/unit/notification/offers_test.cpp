@@ -35,7 +35,7 @@ TEST_F(OffersTogether, AreEveryTypeWhileNobodyOffersAny) {
     EXPECT_EQ(together(), allTypes());
 }
 
-TEST_F(OffersTogether, HoldATypeUntilTheLastOneTakesItBack) {
+TEST_F(OffersTogether, ContainATypeUntilTheLastSupplierWithdrawsIt) {
     offers_.change(first_, one(kA), {});
     offers_.change(second_, one(kA), {});
     offers_.change(second_, one(kB), {});
@@ -45,13 +45,13 @@ TEST_F(OffersTogether, HoldATypeUntilTheLastOneTakesItBack) {
     EXPECT_EQ(together(), TypeSet({kB}));
 }
 
-TEST_F(OffersTogether, AreNotTakenBackByOneWhoHasNotMadeThem) {
+TEST_F(OffersTogether, AreNotWithdrawnByASupplierThatDidNotMakeThem) {
     offers_.change(first_, one(kA), {});
     offers_.change(second_, {}, one(kA));
     EXPECT_EQ(together(), TypeSet({kA}));
 }
 
-TEST_F(OffersTogether, LoseThoseOfOneWhoLeaves) {
+TEST_F(OffersTogether, LoseThoseOfASupplierThatLeaves) {
     offers_.change(first_, one(kA), {});
     offers_.change(second_, one(kB), {});
     offers_.leave(first_);

@@ -45,7 +45,7 @@ std::string error(QoSError_code code, const char* name) {
     return std::to_string(static_cast<int>(code)) + " " + name + ";";
 }
 
-TEST(Qos, TakesEveryPropertyItOffers) {
+TEST(Qos, AcceptsEveryPropertyItOffers) {
     EXPECT_EQ(
         changedQos(Qos(), property(MaxEventsPerConsumer, CORBA::Long(7))).maxEventsPerConsumer, 7);
     EXPECT_EQ(changedQos(Qos(), property(DiscardPolicy, LifoOrder)).discardPolicy, LifoOrder);
@@ -199,7 +199,7 @@ TEST(Qos, WireTimesBeyondTheLongestAreTheLongest) {
     EXPECT_EQ(fromWireTime(0), std::chrono::milliseconds(0));
 }
 
-TEST(AdminLimits, AreTakenListedAndRefusedByName) {
+TEST(AdminLimits, AreAcceptedListedAndRefusedByName) {
     EXPECT_EQ(changedLimits(AdminLimits(), property(MaxConsumers, CORBA::Long(3))).maxConsumers, 3);
     EXPECT_EQ(changedLimits(AdminLimits(), property(MaxSuppliers, CORBA::Long(4))).maxSuppliers, 4);
     EXPECT_EQ(changedLimits(AdminLimits(), property(MaxQueueLength, CORBA::Long(5))).maxQueueLength,

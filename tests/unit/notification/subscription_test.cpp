@@ -138,7 +138,7 @@ class SubscriptionTest : public testing::Test {
     std::shared_ptr<TestReceiver> receiver = std::make_shared<TestReceiver>();
 };
 
-TEST_F(SubscriptionTest, TakesNothingBeforeItIsConnected) {
+TEST_F(SubscriptionTest, AcceptsNothingBeforeItIsConnected) {
     const auto subscription = make();
     enqueue(*subscription, 1, 1);
     EXPECT_EQ(subscription->counts().sent, 0u);
@@ -188,7 +188,7 @@ TEST_F(SubscriptionTest, WaitsForAFullBatchAsLongAsThePacingInterval) {
     EXPECT_THAT(receiver->got, ElementsAre(1, 2, 3, 4)) << "no pacing any more";
 }
 
-TEST_F(SubscriptionTest, IsNotKeptByItsPacingOnceItIsClosed) {
+TEST_F(SubscriptionTest, IsNotDelayedByItsPacingOnceItIsClosed) {
     receiver->batch = 3;
     const auto subscription = connected();
     subscription->setPacing(1h);
@@ -332,7 +332,7 @@ TEST_F(SubscriptionTest, LosesAnEventThatTheConsumerRefusesAndGoesOn) {
     expectAddsUp(*subscription);
 }
 
-TEST_F(SubscriptionTest, TellsOfTheFirstEventThatDoesNotFit) {
+TEST_F(SubscriptionTest, ReportsTheFirstEventThatDoesNotFit) {
     const auto subscription = connected(2);
     enqueue(*subscription, 1, 4);
     EXPECT_THAT(subscription->lost, ElementsAre(1, 2));
@@ -341,7 +341,7 @@ TEST_F(SubscriptionTest, TellsOfTheFirstEventThatDoesNotFit) {
     expectAddsUp(*subscription);
 }
 
-TEST_F(SubscriptionTest, CountsWhatWaitedLongerThanItsTimeoutAndTellsNobody) {
+TEST_F(SubscriptionTest, CountsEventsBeyondTheirTimeoutAndReportsNoLoss) {
     const auto subscription = connected();
     subscription->setRules({.timeout = 1s});
     subscription->enqueue(test::event(1, Subscription::Clock::now() - 2s));
@@ -354,7 +354,7 @@ TEST_F(SubscriptionTest, CountsWhatWaitedLongerThanItsTimeoutAndTellsNobody) {
     expectAddsUp(*subscription);
 }
 
-TEST_F(SubscriptionTest, TellsNobodyOfEventsOverALimitOfTheConsumersOwn) {
+TEST_F(SubscriptionTest, ReportsNoLossForALimitOfTheConsumersOwn) {
     const auto subscription = connected(100);
     subscription->setQueueLimit(2, true);
     enqueue(*subscription, 1, 4);
@@ -420,7 +420,7 @@ TEST_F(SubscriptionTest, IsScheduledLaterWhenThereWasNoMemoryAtTheEndOfATurn) {
     EXPECT_THAT(receiver->got, ElementsAre(1));
 }
 
-TEST_F(SubscriptionTest, TellsOfADeathAgainWhenThereWasNoMemoryForIt) {
+TEST_F(SubscriptionTest, ReportsADeathAgainWhenThereWasNoMemoryForIt) {
     const auto subscription = connected();
     receiver->onDeliver = [] { throw CosEventComm::Disconnected(); };
     subscription->deathsWithoutMemory = 1;
@@ -468,7 +468,7 @@ TEST_F(SubscriptionTest, SuspendedKeepsItsEventsAndDeliversThemAfterwards) {
     EXPECT_THAT(receiver->got, ElementsAre(1, 2));
 }
 
-TEST_F(SubscriptionTest, ThatIsClosedDeliversNothingMoreAndTellsOfNoLoss) {
+TEST_F(SubscriptionTest, ThatIsClosedDeliversNothingMoreAndReportsNoLoss) {
     const auto subscription = connected();
     enqueue(*subscription, 1, 2);
     EXPECT_EQ(subscription->close(), receiver);

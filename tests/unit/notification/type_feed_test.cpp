@@ -80,7 +80,7 @@ class Feed : public testing::Test {
     ChangeNotices notices_{100ms};
 };
 
-TEST_F(Feed, TellsWhatIsAddedAndRemoved) {
+TEST_F(Feed, ReportsAddedAndRemovedTypes) {
     const auto types = feed({kA});
     types->follow(told_.peer(), {kA});
     types->publish({kB});
@@ -91,7 +91,7 @@ TEST_F(Feed, TellsWhatIsAddedAndRemoved) {
     EXPECT_EQ(types->types(), TypeSet({kB, kC}));
 }
 
-TEST_F(Feed, TellsNothingWhileNothingChanges) {
+TEST_F(Feed, ReportsNothingWhileNothingChanges) {
     const auto types = feed({kA});
     types->follow(told_.peer(), {kA});
     types->publish({kA});
@@ -101,7 +101,7 @@ TEST_F(Feed, TellsNothingWhileNothingChanges) {
     EXPECT_EQ(told_.notices(), (std::vector<Notice>{{{kB}, {kA}}}));
 }
 
-TEST_F(Feed, TellsAPeerAtOnceWhatItDoesNotKnow) {
+TEST_F(Feed, ReportsToAPeerAtOnceWhatItDoesNotKnow) {
     const auto types = feed({kA, kB});
     types->follow(told_.peer(), {kA, kC});
     ASSERT_TRUE(told_.gets(1));
@@ -122,7 +122,7 @@ TEST_F(Feed, MergesWhatChangesWhileAPeerIsCalled) {
     EXPECT_EQ(told_.notices(), (std::vector<Notice>{{{kA}, {}}, {{kB}, {}}}));
 }
 
-TEST_F(Feed, TellsNothingOfChangesThatCancelOut) {
+TEST_F(Feed, ReportsNoChangesThatCancelOut) {
     told_.gate = open_.get_future().share();
     const auto types = feed();
     types->follow(told_.peer(), {});
@@ -173,7 +173,7 @@ TEST_F(Feed, GivesUpAPeerThatFailsAndSaysWhy) {
     }
 }
 
-TEST_F(Feed, GoesOnTellingAPeerThatDoesNotTakeAType) {
+TEST_F(Feed, KeepsNotifyingAPeerThatRefusesAType) {
     const kelp::test::TraceCapture trace;
     told_.answer = [] { throw CosNotifyComm::InvalidEventType(test::type("d", "A")); };
     const auto types = feed();
@@ -185,7 +185,7 @@ TEST_F(Feed, GoesOnTellingAPeerThatDoesNotTakeAType) {
     EXPECT_EQ(types->followers().size(), 1u);
 }
 
-TEST_F(Feed, TakesAsManyPeersAsItIsAllowed) {
+TEST_F(Feed, AcceptsPeersUpToItsLimit) {
     const auto types = feed({}, 2);
     const auto first = types->follow(told_.peer(), {});
     types->follow(told_.peer(), {});
@@ -194,7 +194,7 @@ TEST_F(Feed, TakesAsManyPeersAsItIsAllowed) {
     EXPECT_NO_THROW(types->follow(told_.peer(), {}));
 }
 
-TEST_F(Feed, MayBeAskedAndChangedByAPeerThatIsTold) {
+TEST_F(Feed, MayBeReadAndChangedByAPeerDuringANotice) {
     const auto types = feed();
     TypeFeed::FollowerId id = 0;
     told_.answer = [&] {
@@ -229,7 +229,7 @@ TEST_F(Feed, LeavesNobodyOutThatChangesAllTheTime) {
     notices_.stop();
 }
 
-TEST_F(Feed, IsToldOfByOneThreadThatIsNotTheCallers) {
+TEST_F(Feed, NotifiesOnOneThreadThatIsNotTheCallers) {
     std::mutex mutex;
     std::set<std::thread::id> threads;
     const auto note = [&] {
@@ -249,7 +249,7 @@ TEST_F(Feed, IsToldOfByOneThreadThatIsNotTheCallers) {
     EXPECT_FALSE(threads.contains(std::this_thread::get_id()));
 }
 
-TEST_F(Feed, IsToldOfNoMoreAfterTheStop) {
+TEST_F(Feed, NotifiesNobodyAfterTheStop) {
     told_.gate = open_.get_future().share();
     const auto types = feed();
     types->follow(told_.peer(), {});

@@ -27,7 +27,7 @@ TEST(TypeList, HoldsWhatIsAddedOnly) {
     EXPECT_FALSE(list.matches(type("other", "NT_ALARM")));
 }
 
-TEST(TypeList, TakesWildcards) {
+TEST(TypeList, AcceptsWildcards) {
     TypeList list;
     list.change(types({{"*", "NT_*"}}), {});
     EXPECT_TRUE(list.matches(kHeartbeat));

@@ -62,7 +62,7 @@ TEST(TypeSet, IsChangedByWhatIsRemovedAndThenAdded) {
     EXPECT_EQ(changedTypes(allTypes(), alarm, types({{"*", "*"}})), TypeSet({kAlarm}));
 }
 
-TEST(TypeSet, HasNoRoomForHundredsOfNames) {
+TEST(TypeSet, RefusesHundredsOfNames) {
     CosNotification::EventTypeSeq many;
     many.length(201);
     for (CORBA::ULong i = 0; i < many.length(); ++i)

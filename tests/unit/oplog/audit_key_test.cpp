@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class AuditKeyTest : public LogTest {
+class AuditKey : public LogTest {
   protected:
     std::filesystem::path keyFile() const { return folder_ / "audit.key"; }
     LogSettings keyed() const {
@@ -50,7 +50,7 @@ class AuditKeyTest : public LogTest {
     }
 };
 
-TEST_F(AuditKeyTest, IsMadeWithTheFirstRecordForItsOwnerAlone) {
+TEST_F(AuditKey, IsCreatedWithTheFirstRecordForItsOwnerOnly) {
     write(keyed(), 3);
     EXPECT_EQ(modeOf(keyFile().c_str()), 0600u);
     EXPECT_THAT(problems(), IsEmpty());
@@ -61,7 +61,7 @@ TEST_F(AuditKeyTest, IsMadeWithTheFirstRecordForItsOwnerAlone) {
     EXPECT_EQ(contentOf(database()).find(key), std::string::npos);
 }
 
-TEST_F(AuditKeyTest, GoesOnFromOneStartToTheNextAndInOtherProcesses) {
+TEST_F(AuditKey, StaysTheSameAcrossStartsAndProcesses) {
     SecurityLog log(keyed());
     log.write(login("running"));
     ASSERT_TRUE(log.flush(kPatience));
@@ -75,7 +75,7 @@ TEST_F(AuditKeyTest, GoesOnFromOneStartToTheNextAndInOtherProcesses) {
     EXPECT_THAT(events(), ElementsAre("key", "login", "login", "login", "login"));
 }
 
-TEST_F(AuditKeyTest, IsOneForAllProcessesThatStartTogether) {
+TEST_F(AuditKey, IsSharedByProcessesThatStartTogether) {
     constexpr int kProcesses = 8;
     EXPECT_TRUE(inChild([this] {
         bool isGood = true;
@@ -98,7 +98,7 @@ TEST_F(AuditKeyTest, IsOneForAllProcessesThatStartTogether) {
     EXPECT_THAT(events(), SizeIs(kProcesses + 1));
 }
 
-TEST_F(AuditKeyTest, FindsAChainThatWasMadeAnewWithoutIt) {
+TEST_F(AuditKey, DetectsAChainRecreatedWithoutIt) {
     write(keyed(), 5);
     write(unkeyed("forged.db"), 5, "innocent");
     exchangeFor("forged.db");
@@ -108,7 +108,7 @@ TEST_F(AuditKeyTest, FindsAChainThatWasMadeAnewWithoutIt) {
     EXPECT_THAT(problems(), Each(HasSubstr(" was not made with the key")));
 }
 
-TEST_F(AuditKeyTest, FindsAForgedTail) {
+TEST_F(AuditKey, DetectsAForgedTail) {
     write(keyed(), 3);
     const ChainHead head = verify(database(), {}, keyFile()).head;
     // somebody without the key can continue the chain only with the other hash
@@ -122,7 +122,7 @@ TEST_F(AuditKeyTest, FindsAForgedTail) {
     EXPECT_THAT(problems({head}), SizeIs(1));
 }
 
-TEST_F(AuditKeyTest, FindsAnAppendedRecordThatWasMadeWithoutIt) {
+TEST_F(AuditKey, DetectsARecordAppendedWithoutIt) {
     write(keyed(), 3);
     {
         // The log itself refuses to continue without the key, so the mark of the key is hidden from
@@ -134,7 +134,7 @@ TEST_F(AuditKeyTest, FindsAnAppendedRecordThatWasMadeWithoutIt) {
     EXPECT_THAT(problems(), ElementsAre("record 5 was not made with the key"));
 }
 
-TEST_F(AuditKeyTest, FindsAForgedChainAlsoAfterTheLogHasGoneOn) {
+TEST_F(AuditKey, DetectsAForgedChainEvenAfterLaterRecords) {
     write(keyed(), 5);
     write(unkeyed("forged.db"), 5, "innocent");
     exchangeFor("forged.db");
@@ -145,7 +145,7 @@ TEST_F(AuditKeyTest, FindsAForgedChainAlsoAfterTheLogHasGoneOn) {
     EXPECT_THAT(problems(), SizeIs(5));
 }
 
-TEST_F(AuditKeyTest, AShortenedChainIsFoundByAKnownHead) {
+TEST_F(AuditKey, AShortenedChainIsFoundByAKnownHead) {
     write(keyed(), 5);
     const ChainHead known = verify(database(), {}, keyFile()).head;
     tamper(
@@ -157,7 +157,7 @@ TEST_F(AuditKeyTest, AShortenedChainIsFoundByAKnownHead) {
     EXPECT_THAT(problems({known}), ElementsAre(HasSubstr("is not in the chain")));
 }
 
-TEST_F(AuditKeyTest, AnOlderLogGoesOnWithItFromAMarkedRecordOn) {
+TEST_F(AuditKey, AnOlderLogUsesItFromAMarkedRecordOn) {
     write(unkeyed(), 4);
     const ChainHead old = verify(database()).head;
     write(keyed(), 2);
@@ -167,14 +167,14 @@ TEST_F(AuditKeyTest, AnOlderLogGoesOnWithItFromAMarkedRecordOn) {
     EXPECT_THAT(contentOf(keyFile()), HasSubstr(old.text()));
 }
 
-TEST_F(AuditKeyTest, ProtectsTheOlderPartOfALogToo) {
+TEST_F(AuditKey, ProtectsTheOlderPartOfALogToo) {
     write(unkeyed(), 4);
     write(keyed(), 2);
     tamper("UPDATE record SET user = 'innocent' WHERE id = 2");
     EXPECT_THAT(problems(), ElementsAre("record 2 is not what was written there"));
 }
 
-TEST_F(AuditKeyTest, FindsAnOlderPartThatWasMadeAnew) {
+TEST_F(AuditKey, DetectsARecreatedOlderPart) {
     write(unkeyed(), 4);
     write(keyed(), 2);
     write(unkeyed("forged.db"), 4, "innocent");
@@ -186,7 +186,7 @@ TEST_F(AuditKeyTest, FindsAnOlderPartThatWasMadeAnew) {
     EXPECT_THAT(problems(), Contains(HasSubstr("record 5 is not what was written there")));
 }
 
-TEST_F(AuditKeyTest, RemovedRecordsOfTheOlderPartAreGoneByRetention) {
+TEST_F(AuditKey, RemovedRecordsOfTheOlderPartAreGoneByRetention) {
     SecurityRecord past = login("past");
     past.time = now() - std::chrono::days(9);
     {
@@ -204,7 +204,7 @@ TEST_F(AuditKeyTest, RemovedRecordsOfTheOlderPartAreGoneByRetention) {
     EXPECT_THAT(problems(), IsEmpty());
 }
 
-TEST_F(AuditKeyTest, IsMarkedAgainWhenRetentionTakesTheMark) {
+TEST_F(AuditKey, IsMarkedAgainWhenRetentionTakesTheMark) {
     {
         SecurityLog log(keyed());
         log.write(login("old"));
@@ -223,7 +223,7 @@ TEST_F(AuditKeyTest, IsMarkedAgainWhenRetentionTakesTheMark) {
     EXPECT_THAT(problemOfAuditKey(keyed()), HasSubstr("is missing"));
 }
 
-TEST_F(AuditKeyTest, ALostOneIsAnErrorAndIsNotMadeAnew) {
+TEST_F(AuditKey, ALostKeyIsAnErrorAndIsNotRecreated) {
     write(keyed(), 2);
     std::filesystem::remove(keyFile());
     const std::string error =
@@ -240,7 +240,7 @@ TEST_F(AuditKeyTest, ALostOneIsAnErrorAndIsNotMadeAnew) {
     EXPECT_FALSE(std::filesystem::exists(keyFile()));
 }
 
-TEST_F(AuditKeyTest, OfAnotherLogIsAnError) {
+TEST_F(AuditKey, OfAnotherLogIsAnError) {
     write(keyed(), 2);
     std::filesystem::remove(keyFile());
     LogSettings other = keyed();
@@ -252,7 +252,7 @@ TEST_F(AuditKeyTest, OfAnotherLogIsAnError) {
     EXPECT_THAT(problems(), Contains("the log was made with another key"));
 }
 
-TEST_F(AuditKeyTest, ARunningLogKeepsItWhateverBecomesOfTheFile) {
+TEST_F(AuditKey, ARunningLogKeepsItWhateverBecomesOfTheFile) {
     SecurityLog log(keyed());
     log.write(login("before"));
     ASSERT_TRUE(log.flush(kPatience));
@@ -262,7 +262,7 @@ TEST_F(AuditKeyTest, ARunningLogKeepsItWhateverBecomesOfTheFile) {
     EXPECT_THAT(verify(database(), {}, folder_ / "elsewhere").problems, IsEmpty());
 }
 
-TEST_F(AuditKeyTest, ThatOthersCanReadOrExchangeIsRefused) {
+TEST_F(AuditKey, ThatOthersCanReadOrExchangeIsRefused) {
     write(keyed(), 1);
     for (const mode_t mode : {0640u, 0604u, 0620u}) {
         ASSERT_EQ(::chmod(keyFile().c_str(), mode), 0);
@@ -277,7 +277,7 @@ TEST_F(AuditKeyTest, ThatOthersCanReadOrExchangeIsRefused) {
     EXPECT_THAT(problemOfAuditKey(keyed()), HasSubstr("is a symbolic link"));
 }
 
-TEST_F(AuditKeyTest, OfAnotherFormIsRefused) {
+TEST_F(AuditKey, OfAnotherFormIsRefused) {
     for (const std::string& text :
          {std::string(), std::string("kelp-audit-key 1\n"), std::string(200, 'a'),
           "kelp-audit-key 1\n" + std::string(63, 'a') + "\n",
@@ -291,9 +291,9 @@ TEST_F(AuditKeyTest, OfAnotherFormIsRefused) {
     EXPECT_THAT(problemOfAuditKey(keyed()), HasSubstr("is longer than"));
 }
 
-class LogFilesUnderUmask : public AuditKeyTest, public testing::WithParamInterface<mode_t> {};
+class LogFilesUnderUmask : public AuditKey, public testing::WithParamInterface<mode_t> {};
 
-TEST_P(LogFilesUnderUmask, AreForTheirOwnerAlone) {
+TEST_P(LogFilesUnderUmask, AreAccessibleToTheirOwnerOnly) {
     LogSettings below = keyed();
     below.database = folder_ / "new" / "oplog-audit.db";
     below.auditKeyFile = folder_ / "keys" / "audit.key";
@@ -314,7 +314,7 @@ TEST_P(LogFilesUnderUmask, AreForTheirOwnerAlone) {
 
 INSTANTIATE_TEST_SUITE_P(Each, LogFilesUnderUmask, testing::ValuesIn(kExtremeUmasks), nameOfUmask);
 
-TEST_F(AuditKeyTest, ADatabaseThatOthersCanWriteIsNotWritten) {
+TEST_F(AuditKey, ADatabaseThatOthersCanWriteIsNotWritten) {
     write(keyed(), 1);
     ASSERT_EQ(::chmod(database().c_str(), 0666), 0);
     EXPECT_THAT([this] { appendSecurityRecord(keyed(), login("late")); },

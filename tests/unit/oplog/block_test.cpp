@@ -15,7 +15,7 @@ using testing::Field;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-class BlockTest : public LogTest {
+class Block : public LogTest {
   protected:
     /// Write the records. Return them as they are read again.
     std::vector<LogEntry> kept(const std::vector<OperationRecord>& records) {
@@ -32,7 +32,7 @@ class BlockTest : public LogTest {
     }
 };
 
-TEST_F(BlockTest, TimesMayGoBackwardsAndLieBefore1970) {
+TEST_F(Block, TimesMayGoBackwardsAndLieBefore1970) {
     const UtcTime time(1740830400123ms);
     const std::vector<LogEntry> entries =
         kept({at(time), at(time - 1h), at(UtcTime(-5ms)), at(time)});
@@ -43,7 +43,7 @@ TEST_F(BlockTest, TimesMayGoBackwardsAndLieBefore1970) {
     EXPECT_EQ(entries[3].time, time);
 }
 
-TEST_F(BlockTest, DurationsOfEveryLengthComeBack) {
+TEST_F(Block, DurationsOfEveryLengthComeBack) {
     std::vector<OperationRecord> records(3, request("getEMS"));
     records[0].duration = 0us;
     records[1].duration = 127us;
@@ -54,7 +54,7 @@ TEST_F(BlockTest, DurationsOfEveryLengthComeBack) {
         EXPECT_EQ(entries[i].duration, records[i].duration);
 }
 
-TEST_F(BlockTest, ATextIsCutWhereItIsTooLongAndNowhereElse) {
+TEST_F(Block, ATextIsCutWhereItIsTooLongAndNowhereElse) {
     OperationRecord record = request("getEMS");
     record.user = record.peer = std::string(200, 'a');
     const std::vector<LogEntry> entries = kept({record, record});
@@ -64,7 +64,7 @@ TEST_F(BlockTest, ATextIsCutWhereItIsTooLongAndNowhereElse) {
                 Each(Field(&LogEntry::peer, AllOf(SizeIs(testing::Le(128u)), EndsWith("...")))));
 }
 
-TEST_F(BlockTest, ATextThatIsEscapedStaysTheSameInEveryRecord) {
+TEST_F(Block, ATextThatIsEscapedStaysTheSameInEveryRecord) {
     OperationRecord record = request("get\nEMS");
     record.user = "get\\nEMS";
     const std::vector<LogEntry> entries = kept({record, record, request("other")});
@@ -75,7 +75,7 @@ TEST_F(BlockTest, ATextThatIsEscapedStaysTheSameInEveryRecord) {
     EXPECT_EQ(entries[2].operation, "other");
 }
 
-TEST_F(BlockTest, NumbersGoOnFromBlockToBlock) {
+TEST_F(Block, NumbersGoOnFromBlockToBlock) {
     constexpr std::size_t kRecords = 2000;
     const std::vector<LogEntry> entries =
         kept(std::vector<OperationRecord>(kRecords, request("getEMS")));
@@ -85,7 +85,7 @@ TEST_F(BlockTest, NumbersGoOnFromBlockToBlock) {
     EXPECT_GT(OtherConnection(database()).number("SELECT count(*) FROM block"), 1);
 }
 
-TEST_F(BlockTest, TheNewestAreFoundAcrossBlocks) {
+TEST_F(Block, TheNewestAreFoundAcrossBlocks) {
     std::vector<OperationRecord> records(2000, request("ping"));
     records[3].operation = records[700].operation = records[1999].operation = "getEMS";
     kept(records);
@@ -96,9 +96,9 @@ TEST_F(BlockTest, TheNewestAreFoundAcrossBlocks) {
                 ElementsAre(Field(&LogEntry::id, 701), Field(&LogEntry::id, 2000)));
 }
 
-class DamagedBlock : public BlockTest, public testing::WithParamInterface<const char*> {};
+class DamagedBlock : public Block, public testing::WithParamInterface<const char*> {};
 
-TEST_P(DamagedBlock, IsToldWithTheFilesName) {
+TEST_P(DamagedBlock, IsReportedWithTheFileName) {
     kept({request("getEMS"), request("ping")});
     OtherConnection(database()).exec(std::string("UPDATE block SET ") + GetParam());
     try {

@@ -7,7 +7,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-class ChainTest : public LogTest {
+class Chain : public LogTest {
   protected:
     /// Write a log of log-ins of "user1", "user2" and so on, and close it.
     void makeLog(int records) const {
@@ -21,7 +21,7 @@ class ChainTest : public LogTest {
     }
 };
 
-TEST_F(ChainTest, OfAnUntouchedLogIsWhole) {
+TEST_F(Chain, OfAnUntouchedLogIsWhole) {
     makeLog(10);
     const Verification verification = verify(database());
     EXPECT_EQ(verification.records, 10u);
@@ -31,12 +31,12 @@ TEST_F(ChainTest, OfAnUntouchedLogIsWhole) {
     EXPECT_THAT(verification.problems, SizeIs(0));
 }
 
-TEST_F(ChainTest, OfAnEmptyLogIsWhole) {
+TEST_F(Chain, OfAnEmptyLogIsWhole) {
     makeLog(0);
     EXPECT_THAT(problems(), SizeIs(0));
 }
 
-TEST_F(ChainTest, GoesOnFromOneStartToTheNextAndFromOneProcessToAnother) {
+TEST_F(Chain, ContinuesAcrossStartsAndProcesses) {
     makeLog(3);
     SecurityLog log(settings());
     log.write(login("running"));
@@ -54,7 +54,7 @@ TEST_F(ChainTest, GoesOnFromOneStartToTheNextAndFromOneProcessToAnother) {
                 ElementsAre("login", "login", "login", "login", "user", "login"));
 }
 
-class ChangedColumn : public ChainTest, public testing::WithParamInterface<const char*> {};
+class ChangedColumn : public Chain, public testing::WithParamInterface<const char*> {};
 
 TEST_P(ChangedColumn, IsFound) {
     makeLog(5);
@@ -70,37 +70,37 @@ INSTANTIATE_TEST_SUITE_P(Each, ChangedColumn,
                                          "detail = 'x'", "duration_us = 1", "missing = 1",
                                          "until_ms = until_ms + 1", "hash = 'x'"));
 
-TEST_F(ChainTest, ATextMovedFromOneFieldToTheNextIsFound) {
+TEST_F(Chain, ATextMovedFromOneFieldToTheNextIsFound) {
     makeLog(2);
     tamper("UPDATE record SET nms = 'user1', user = '' WHERE id = 1");
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("record 1 is not what was written there")));
 }
 
-TEST_F(ChainTest, ARemovedRecordIsFound) {
+TEST_F(Chain, ARemovedRecordIsFound) {
     makeLog(5);
     tamper("DELETE FROM record WHERE id = 3");
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("record 3 is missing")));
 }
 
-TEST_F(ChainTest, RemovedFirstRecordsAreFound) {
+TEST_F(Chain, RemovedFirstRecordsAreFound) {
     makeLog(5);
     tamper("DELETE FROM record WHERE id <= 2");
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("records 1 to 2 are missing")));
 }
 
-TEST_F(ChainTest, RemovedLastRecordsAreFound) {
+TEST_F(Chain, RemovedLastRecordsAreFound) {
     makeLog(5);
     tamper("DELETE FROM record WHERE id >= 4");
     EXPECT_THAT(problems(), ElementsAre("records 4 to 5 are missing at the end"));
 }
 
-TEST_F(ChainTest, RemovingAllIsFound) {
+TEST_F(Chain, RemovingAllIsFound) {
     makeLog(5);
     tamper("DELETE FROM record");
     EXPECT_THAT(problems(), ElementsAre("records 1 to 5 are missing at the end"));
 }
 
-TEST_F(ChainTest, ARemovedRecordWhosePlaceIsClosedIsFound) {
+TEST_F(Chain, ARemovedRecordWhosePlaceIsClosedIsFound) {
     makeLog(5);
     tamper(
         "DELETE FROM record WHERE id = 3; UPDATE record SET id = id - 1 WHERE id > 3;"
@@ -108,7 +108,7 @@ TEST_F(ChainTest, ARemovedRecordWhosePlaceIsClosedIsFound) {
     EXPECT_THAT(problems(), testing::Contains(HasSubstr("record 3 is not what was written there")));
 }
 
-TEST_F(ChainTest, SwappedRecordsAreFound) {
+TEST_F(Chain, SwappedRecordsAreFound) {
     makeLog(5);
     tamper(
         "UPDATE record SET id = 100 WHERE id = 2; UPDATE record SET id = 2 WHERE id = 3;"
@@ -117,7 +117,7 @@ TEST_F(ChainTest, SwappedRecordsAreFound) {
                 testing::IsSupersetOf({HasSubstr("record 2 "), HasSubstr("record 3 ")}));
 }
 
-TEST_F(ChainTest, ARecordPutInAtTheEndIsFound) {
+TEST_F(Chain, ARecordPutInAtTheEndIsFound) {
     makeLog(5);
     tamper(
         "INSERT INTO record SELECT 6, time_ms, user, nms, peer, operation, object_kind, object, "
@@ -128,7 +128,7 @@ TEST_F(ChainTest, ARecordPutInAtTheEndIsFound) {
                                         HasSubstr("record 6 is behind the noted head")));
 }
 
-TEST_F(ChainTest, AMissingHeadIsFoundAlsoAfterTheLogHasGoneOn) {
+TEST_F(Chain, AMissingHeadIsFoundAlsoAfterTheLogHasGoneOn) {
     makeLog(5);
     tamper("DELETE FROM head");
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("the noted head of the chain is missing")));
@@ -137,20 +137,20 @@ TEST_F(ChainTest, AMissingHeadIsFoundAlsoAfterTheLogHasGoneOn) {
     EXPECT_THAT(operationsOf(read(database(), LogKind::Security)), testing::Contains("tampering"));
 }
 
-TEST_F(ChainTest, AWrongHeadIsFound) {
+TEST_F(Chain, AWrongHeadIsFound) {
     makeLog(5);
     tamper("UPDATE head SET hash = 'x'");
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("record 5 is not the noted head")));
 }
 
-TEST_F(ChainTest, RemovedLastRecordsAreFoundAfterTheLogHasGoneOn) {
+TEST_F(Chain, RemovedLastRecordsAreFoundAfterTheLogHasGoneOn) {
     makeLog(5);
     tamper("DELETE FROM record WHERE id >= 4");
     makeLog(2);
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("records 4 to 5 are missing")));
 }
 
-TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByAKnownHead) {
+TEST_F(Chain, AShortenedChainWithAHeadToMatchIsFoundByAKnownHead) {
     makeLog(5);
     const ChainHead known = verify(database()).head;
     tamper(
@@ -162,7 +162,7 @@ TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByAKnownHead) {
     EXPECT_THAT(problems({known}), ElementsAre(HasSubstr("is not in the chain")));
 }
 
-TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByTheRunningLog) {
+TEST_F(Chain, AShortenedChainWithAHeadToMatchIsFoundByTheRunningLog) {
     SecurityLog log(settings());
     for (int i = 0; i < 5; ++i)
         log.write(login("user"));
@@ -178,7 +178,7 @@ TEST_F(ChainTest, AShortenedChainWithAHeadToMatchIsFoundByTheRunningLog) {
     EXPECT_TRUE(trace_.contains("tampering 5:"));
 }
 
-TEST_F(ChainTest, AKnownHeadStaysInTheChain) {
+TEST_F(Chain, AKnownHeadStaysInTheChain) {
     makeLog(5);
     const ChainHead known = verify(database()).head;
     makeLog(5);
@@ -186,7 +186,7 @@ TEST_F(ChainTest, AKnownHeadStaysInTheChain) {
     EXPECT_THAT(problems({{known.id, std::string(64, '0')}}), SizeIs(1));
 }
 
-TEST_F(ChainTest, AForgedBeginningByRetentionIsFoundUnlessTheChainIsForgedToo) {
+TEST_F(Chain, AForgedBeginningByRetentionIsFoundUnlessTheChainIsForgedToo) {
     makeLog(5);
     tamper(
         "DELETE FROM record WHERE id <= 2;"
@@ -194,7 +194,7 @@ TEST_F(ChainTest, AForgedBeginningByRetentionIsFoundUnlessTheChainIsForgedToo) {
     EXPECT_THAT(problems(), testing::Contains(HasSubstr("record 4 is not what was written there")));
 }
 
-TEST_F(ChainTest, ProblemsAreCountedAndTheFirstOnesTold) {
+TEST_F(Chain, ProblemsAreCountedAndTheFirstOnesReported) {
     makeLog(100);
     tamper("UPDATE record SET user = 'x' WHERE id <= 50");
     const Verification verification = verify(database());
@@ -202,7 +202,7 @@ TEST_F(ChainTest, ProblemsAreCountedAndTheFirstOnesTold) {
     EXPECT_THAT(verification.problems, SizeIs(20));
 }
 
-TEST_F(ChainTest, CannotBeVerifiedInAFileThatIsNoSecurityLog) {
+TEST_F(Chain, CannotBeVerifiedInAFileThatIsNoSecurityLog) {
     EXPECT_THROW(verify(folder_ / "none.db"), std::runtime_error);
     OperationLog(settings()).stop();
     EXPECT_THROW(verify(database()), std::runtime_error);

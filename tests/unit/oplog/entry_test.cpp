@@ -56,7 +56,7 @@ TEST(CsvLines, QuoteCommasQuotesAndLineEnds) {
         "7,2025-03-01T12:00:00.005Z,\"a,b\",,,getEMS,,\"say \"\"hi\"\"\",ok,\"two\nlines\",42,,");
 }
 
-TEST(CsvLines, TellOfAGap) {
+TEST(CsvLines, ReportAGap) {
     LogEntry gap;
     gap.id = 8;
     gap.time = UtcTime(1740830400000ms);

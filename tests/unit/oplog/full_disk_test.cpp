@@ -86,7 +86,7 @@ TEST_F(FullDisk, LongerThanTheQueueHoldsLeavesOneGapRecordWithTheCount) {
     EXPECT_EQ(counts.taken, counts.written + counts.missing + counts.aside + counts.waiting);
 }
 
-TEST_F(FullDisk, IsToldOnceAndSoIsItsEnd) {
+TEST_F(FullDisk, IsReportedOnceAndSoIsItsEnd) {
     OperationLog log(settings(5000));
     beginOutage(log);
     writeMany(log, 3000);
@@ -102,7 +102,7 @@ TEST_F(FullDisk, IsToldOnceAndSoIsItsEnd) {
     EXPECT_EQ(trace_.count("can be written again"), 1u);
 }
 
-TEST_F(FullDisk, AtTheStopTheRestGoesToASideFileThatTheNextStartTakesIn) {
+TEST_F(FullDisk, AtTheStopTheRestGoesToASideFileThatTheNextStartReads) {
     const TemporaryDirectory elsewhere;
     ::umount2(folder_.path().c_str(), 0);
     ASSERT_EQ(::mount("tmpfs", folder_.path().c_str(), "tmpfs", 0, "size=2m"), 0);

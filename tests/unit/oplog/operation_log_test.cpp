@@ -112,7 +112,7 @@ TEST_F(OperationLogTest, RecordsAreWrittenInBatches) {
     EXPECT_LE(seen.size(), 5u);
 }
 
-TEST_F(OperationLogTest, TheFileIsForItsOwnerAlone) {
+TEST_F(OperationLogTest, TheFileIsAccessibleToItsOwnerOnly) {
     OperationLog log(settings());
     log.write(request("getEMS"));
     log.stop();
@@ -150,7 +150,7 @@ TEST_F(OperationLogTest, ALogIsContinuedByTheNextStart) {
     EXPECT_THAT(operationsOf(read()), ElementsAre("first", "second"));
 }
 
-TEST_F(OperationLogTest, AfterTheStopNothingIsTaken) {
+TEST_F(OperationLogTest, AfterTheStopNothingIsAccepted) {
     OperationLog log(settings());
     log.stop();
     EXPECT_FALSE(log.write(request("getEMS")));
@@ -158,7 +158,7 @@ TEST_F(OperationLogTest, AfterTheStopNothingIsTaken) {
     log.stop();
 }
 
-TEST_F(OperationLogTest, AReaderAmidItsSearchDoesNotHoldUpTheWriting) {
+TEST_F(OperationLogTest, AReaderDuringItsSearchDoesNotDelayTheWriting) {
     OperationLog log(settings());
     for (int i = 0; i < 10; ++i)
         log.write(request("before"));

@@ -96,7 +96,7 @@ TEST_F(LockedDatabase, ThoseWhoWaitAtTheStopAreCounted) {
                 ElementsAre("before", "during", "during", "during", "during", "gap 1"));
 }
 
-TEST_F(LockedDatabase, TheSideFileLiesBesideTheDatabaseAndIsTakenInOnce) {
+TEST_F(LockedDatabase, TheSideFileIsNextToTheDatabaseAndIsReadOnce) {
     OperationLog log(settings());
     beginWith(log);
     OperationRecord record = request("during");
@@ -134,7 +134,7 @@ class OddFile : public LogTest {
     }
 };
 
-TEST_F(OddFile, ADamagedOneIsSetAsideAndANewOneBegun) {
+TEST_F(OddFile, ADamagedFileIsSetAsideAndANewOneStarted) {
     const std::string garbage(100000, 'g');
     folder_.write("oplog.db", garbage);
     OperationLog log(settings());
@@ -146,7 +146,7 @@ TEST_F(OddFile, ADamagedOneIsSetAsideAndANewOneBegun) {
     EXPECT_TRUE(trace_.contains("is damaged"));
 }
 
-TEST_F(OddFile, OneDamagedWhileTheLogIsNotOpenLosesNoNewRecord) {
+TEST_F(OddFile, DamageWhileTheLogIsNotOpenLosesNoNewRecord) {
     {
         OperationLog log(settings());
         for (int i = 0; i < 2000; ++i)
@@ -165,7 +165,7 @@ TEST_F(OddFile, OneDamagedWhileTheLogIsNotOpenLosesNoNewRecord) {
     EXPECT_THAT(setAside(), SizeIs(1));
 }
 
-TEST_F(OddFile, TheSecurityLogTellsOfADamagedOneInItsNewChain) {
+TEST_F(OddFile, TheSecurityLogRecordsADamagedFileInItsNewChain) {
     folder_.write("oplog.db", std::string(100000, 'g'));
     SecurityLog log(settings());
     log.write(login("nms1"));
@@ -195,7 +195,7 @@ TEST_F(OddFile, TheSecurityLogIsNoOperationLog) {
     EXPECT_NO_THROW(LogReader(database(), LogKind::Security));
 }
 
-TEST_F(OddFile, ADeletedOneIsMadeAnew) {
+TEST_F(OddFile, ADeletedFileIsRecreated) {
     OperationLog log(settings());
     log.write(request("before"));
     ASSERT_TRUE(log.flush(kPatience));

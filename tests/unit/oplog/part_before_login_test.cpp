@@ -35,7 +35,7 @@ class PartBeforeLogIn : public LogTest {
     }
 };
 
-TEST_F(PartBeforeLogIn, LiesBesideTheLog) {
+TEST_F(PartBeforeLogIn, IsNextToTheLog) {
     EXPECT_EQ(part(), folder_ / "oplog-before-login.db");
 }
 
@@ -72,7 +72,7 @@ TEST_F(PartBeforeLogIn, MayBeMissingOrReadByItself) {
     EXPECT_THAT(operationsOf(LogTest::read(part())), ElementsAre("b"));
 }
 
-TEST_F(PartBeforeLogIn, ADamagedOneIsToldAndDoesNotHideTheLog) {
+TEST_F(PartBeforeLogIn, DamageIsReportedAndDoesNotHideTheLog) {
     write({at("a", 0min)}, settings());
     folder_.write("oplog-before-login.db", "no database");
     EXPECT_THAT(found(), ElementsAre("a"));

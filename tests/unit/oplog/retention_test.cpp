@@ -6,7 +6,7 @@ namespace {
 using testing::ElementsAre;
 using testing::SizeIs;
 
-class RetentionTest : public LogTest {
+class Retention : public LogTest {
   protected:
     static OperationRecord aged(const std::string& operation, std::chrono::hours age) {
         OperationRecord record = request(operation);
@@ -23,7 +23,7 @@ class RetentionTest : public LogTest {
     static constexpr std::chrono::hours kDay{24};
 };
 
-TEST_F(RetentionTest, TooOldRecordsGoAtTheStart) {
+TEST_F(Retention, OldRecordsAreRemovedAtTheStart) {
     {
         OperationLog log(settings());
         writeApart(log, {aged("ancient", 11 * kDay), aged("old", 9 * kDay), aged("young", kDay)});
@@ -37,14 +37,14 @@ TEST_F(RetentionTest, TooOldRecordsGoAtTheStart) {
     }));
 }
 
-TEST_F(RetentionTest, NewLimitsHoldAtOnce) {
+TEST_F(Retention, NewLimitsApplyAtOnce) {
     OperationLog log(settings());
     writeApart(log, {aged("old", 9 * kDay), request("new")});
     log.setRetention({std::chrono::days(5), 1u << 30});
     EXPECT_TRUE(waitUntil([&] { return operationsOf(read()) == std::vector<std::string>{"new"}; }));
 }
 
-TEST_F(RetentionTest, RecordsThatWereWrittenTogetherGoTogether) {
+TEST_F(Retention, RecordsThatWereWrittenTogetherAreRemovedTogether) {
     OperationLog log(settings());
     log.write(aged("old", 9 * kDay));
     log.write(aged("young", 4 * kDay));
@@ -57,7 +57,7 @@ TEST_F(RetentionTest, RecordsThatWereWrittenTogetherGoTogether) {
     EXPECT_TRUE(waitUntil([&] { return operationsOf(read()) == std::vector<std::string>{"new"}; }));
 }
 
-TEST_F(RetentionTest, TooMuchLetsTheOldestGoAndShrinksTheFile) {
+TEST_F(Retention, TheSizeLimitRemovesTheOldestAndShrinksTheFile) {
     constexpr std::uint64_t kLimit = 1u << 20;
     OperationLog log(settings());
     OperationRecord record = request("filler");
@@ -77,7 +77,7 @@ TEST_F(RetentionTest, TooMuchLetsTheOldestGoAndShrinksTheFile) {
     EXPECT_EQ(read().back().id, 10001);
 }
 
-TEST_F(RetentionTest, NumbersGoOnWhenAllRecordsAreGone) {
+TEST_F(Retention, NumbersContinueWhenAllRecordsAreGone) {
     OperationLog log(settings());
     log.write(aged("old", 9 * kDay));
     ASSERT_TRUE(log.flush(kPatience));
@@ -88,7 +88,7 @@ TEST_F(RetentionTest, NumbersGoOnWhenAllRecordsAreGone) {
     EXPECT_EQ(read().at(0).id, 2);
 }
 
-TEST_F(RetentionTest, TheChainOfTheSecurityLogHoldsAndTellsHowFarItWent) {
+TEST_F(Retention, TheChainOfTheSecurityLogHoldsAndRecordsWhereItBegins) {
     SecurityLog log(settings());
     for (int i = 0; i < 5; ++i) {
         SecurityRecord old = login("old");

@@ -8,7 +8,7 @@ namespace {
 using testing::ElementsAre;
 using testing::SizeIs;
 
-class SearchTest : public LogTest {
+class Search : public LogTest {
   protected:
     struct Given {
         const char* operation;
@@ -51,7 +51,9 @@ class SearchTest : public LogTest {
     }
 };
 
-TEST_F(LogTest, IsReadAlsoBySomebodyWhoComesWhileItIsBeingMade) {
+using NewLog = LogTest;
+
+TEST_F(NewLog, MayBeReadWhileItIsBeingCreated) {
     folder_.write("oplog.db", "");
     std::promise<void> begun;
     std::future<std::vector<LogEntry>> reader = std::async(std::launch::async, [&] {
@@ -63,17 +65,17 @@ TEST_F(LogTest, IsReadAlsoBySomebodyWhoComesWhileItIsBeingMade) {
     EXPECT_THAT(reader.get(), testing::IsEmpty());
 }
 
-TEST_F(LogTest, AFileThatStaysEmptyIsNone) {
+TEST_F(NewLog, IsNoFileThatStaysEmpty) {
     folder_.write("oplog.db", "");
     EXPECT_THAT([&] { read(); }, testing::ThrowsMessage<std::runtime_error>(
                                      testing::HasSubstr("is no operation log")));
 }
 
-TEST_F(SearchTest, WithoutConditionsGivesAll) {
+TEST_F(Search, WithoutConditionsGivesAll) {
     EXPECT_THAT(found({}), ElementsAre("a", "b", "c", "d"));
 }
 
-TEST_F(SearchTest, ByTimeTakesTheBeginningAndNotTheEnd) {
+TEST_F(Search, ByTimeTakesTheBeginningAndNotTheEnd) {
     EXPECT_THAT(foundBy(&LogQuery::since, kStart + 1min), ElementsAre("b", "c", "d"));
     EXPECT_THAT(foundBy(&LogQuery::until, kStart + 1min), ElementsAre("a"));
     LogQuery query;
@@ -83,13 +85,13 @@ TEST_F(SearchTest, ByTimeTakesTheBeginningAndNotTheEnd) {
     EXPECT_THAT(foundBy(&LogQuery::since, kStart + 1h), SizeIs(0));
 }
 
-TEST_F(SearchTest, ByUserFindsTheNameAsThePeerWroteIt) {
+TEST_F(Search, ByUserFindsTheNameAsThePeerWroteIt) {
     EXPECT_THAT(foundBy(&LogQuery::user, "nms1"), ElementsAre("a", "c"));
     EXPECT_THAT(foundBy(&LogQuery::user, "with\nline"), ElementsAre("d"));
     EXPECT_THAT(foundBy(&LogQuery::user, "nms"), SizeIs(0));
 }
 
-TEST_F(SearchTest, ByAddressFindsItOnBothSidesWithAnyPortOrTheOneGiven) {
+TEST_F(Search, ByAddressFindsItOnBothSidesWithAnyPortOrTheOneGiven) {
     EXPECT_THAT(foundBy(&LogQuery::address, "10.0.0.1"), ElementsAre("a", "d"));
     EXPECT_THAT(foundBy(&LogQuery::address, "10.0.0.10"), ElementsAre("b"));
     EXPECT_THAT(foundBy(&LogQuery::address, "10.0.0.1:700"), ElementsAre("a"));
@@ -97,21 +99,21 @@ TEST_F(SearchTest, ByAddressFindsItOnBothSidesWithAnyPortOrTheOneGiven) {
     EXPECT_THAT(foundBy(&LogQuery::address, "[::1]:800"), ElementsAre("c"));
 }
 
-TEST_F(SearchTest, ByOperationAndOutcome) {
+TEST_F(Search, ByOperationAndOutcome) {
     EXPECT_THAT(foundBy(&LogQuery::operation, "b"), ElementsAre("b"));
     EXPECT_THAT(foundBy(&LogQuery::outcome, "ok"), ElementsAre("a", "d"));
     EXPECT_THAT(foundBy(&LogQuery::outcome, "EXCPT_ENTITY_NOT_FOUND"), ElementsAre("b"));
     EXPECT_THAT(foundBy(&LogQuery::outcome, "failed"), ElementsAre("b"));
 }
 
-TEST_F(SearchTest, ConditionsHoldTogether) {
+TEST_F(Search, ConditionsHoldTogether) {
     LogQuery query;
     query.user = "nms1";
     query.outcome = "ok";
     EXPECT_THAT(found(query), ElementsAre("a"));
 }
 
-TEST_F(SearchTest, TheNewestComeInTheLogsOrder) {
+TEST_F(Search, TheNewestComeInTheLogsOrder) {
     EXPECT_THAT(foundBy(&LogQuery::newest, 2u), ElementsAre("c", "d"));
     EXPECT_THAT(foundBy(&LogQuery::newest, 10u), SizeIs(4));
     LogQuery query;
@@ -120,12 +122,12 @@ TEST_F(SearchTest, TheNewestComeInTheLogsOrder) {
     EXPECT_THAT(found(query), ElementsAre("c"));
 }
 
-TEST_F(SearchTest, TextOfAQueryIsNoPartOfTheStatement) {
+TEST_F(Search, TextOfAQueryIsNoPartOfTheStatement) {
     EXPECT_THAT(foundBy(&LogQuery::user, "' OR 1=1 --"), SizeIs(0));
     EXPECT_THAT(foundBy(&LogQuery::address, "%"), SizeIs(0));
 }
 
-TEST_F(SearchTest, AGapMatchesEveryConditionWithinItsTime) {
+TEST_F(Search, AGapMatchesEveryConditionWithinItsTime) {
     LogSettings elsewhere = settings();
     elsewhere.database = folder_ / "elsewhere.db";
     OperationRecord gap;
@@ -144,7 +146,7 @@ TEST_F(SearchTest, AGapMatchesEveryConditionWithinItsTime) {
     EXPECT_THAT(foundBy(&LogQuery::until, kStart + 5min), ElementsAre("a", "b", "c", "d"));
 }
 
-TEST_F(SearchTest, GoesOverManyPages) {
+TEST_F(Search, GoesOverManyPages) {
     {
         OperationLog log(settings());
         for (int i = 0; i < 3500; ++i)
@@ -154,7 +156,7 @@ TEST_F(SearchTest, GoesOverManyPages) {
     EXPECT_THAT(foundBy(&LogQuery::newest, 1500u), SizeIs(1500));
 }
 
-TEST_F(SearchTest, EndsWhenTheTakerHasEnough) {
+TEST_F(Search, EndsWhenTheTakerHasEnough) {
     int taken = 0;
     LogReader reader(database(), LogKind::Operations);
     EXPECT_EQ(reader.search({}, [&taken](const LogEntry&) { return ++taken < 2; }), 2u);

@@ -7,7 +7,7 @@ namespace {
 
 using NS_BUNDLEMGR1::ConfigStore;
 
-TEST(LogSettingsTest, AreTheDefaultsBelowTheStateDirectory) {
+TEST(LogSettings, AreTheDefaultsBelowTheStateDirectory) {
     const ScopedEnvironment state("STATE_DIRECTORY", "/var/lib/kelp");
     const LogSettings settings = configuredOperationLog();
     EXPECT_EQ(settings.database, "/var/lib/kelp/oplog.db");
@@ -25,7 +25,7 @@ TEST(LogSettingsTest, AreTheDefaultsBelowTheStateDirectory) {
     EXPECT_EQ(configuredRecordsBeforeLogIn(), 100u);
 }
 
-TEST(LogSettingsTest, AreThoseConfigured) {
+TEST(LogSettings, AreThoseConfigured) {
     ASSERT_TRUE(
         ConfigStore::instance()
             .loadText("[oplog]\ndatabase = \"/logs/calls.sqlite\"\nkeep_days = 7\nkeep_mib = 2\n"
@@ -49,7 +49,7 @@ TEST(LogSettingsTest, AreThoseConfigured) {
     EXPECT_EQ(configuredSecurityLog().auditKeyFile, "/logs/audit.key");
 }
 
-TEST(LogSettingsTest, NameTheKeyFileConfigured) {
+TEST(LogSettings, NameTheKeyFileConfigured) {
     ASSERT_TRUE(ConfigStore::instance()
                     .loadText("[oplog]\naudit_key_file = \"/keys/kelp.key\"\n", "test")
                     .empty());

@@ -14,7 +14,7 @@ namespace {
 
 using testing::SizeIs;
 
-class StopTest : public LogTest {
+class LogStop : public LogTest {
   protected:
     /// Fork a process that writes records until it is killed. Kill it as soon as there are `enough`
     /// records.
@@ -46,7 +46,7 @@ class StopTest : public LogTest {
     }
 };
 
-TEST_F(StopTest, AKilledProcessLeavesWholeBatchesAndALogThatOpensClean) {
+TEST_F(LogStop, AKilledProcessLeavesWholeBatchesAndALogThatOpensClean) {
     killAmidWriting<OperationLog>(LogKind::Operations, 5000,
                                   [](int i) { return request(std::to_string(i)); });
     const std::int64_t before = lastId(LogKind::Operations);
@@ -67,7 +67,7 @@ TEST_F(StopTest, AKilledProcessLeavesWholeBatchesAndALogThatOpensClean) {
     EXPECT_FALSE(trace_.contains("damaged"));
 }
 
-TEST_F(StopTest, WhatWasFlushedSurvivesTheKill) {
+TEST_F(LogStop, WhatWasFlushedSurvivesTheKill) {
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
     const pid_t child = ::fork();
@@ -90,7 +90,7 @@ TEST_F(StopTest, WhatWasFlushedSurvivesTheKill) {
     EXPECT_THAT(read(), SizeIs(1234));
 }
 
-TEST_F(StopTest, TheChainOfAKilledProcessIsWhole) {
+TEST_F(LogStop, TheChainOfAKilledProcessIsWhole) {
     killAmidWriting<SecurityLog>(LogKind::Security, 500,
                                  [](int i) { return login(std::to_string(i)); });
     SecurityLog(settings()).stop();
@@ -99,7 +99,7 @@ TEST_F(StopTest, TheChainOfAKilledProcessIsWhole) {
     EXPECT_THAT(verification.problems, SizeIs(0));
 }
 
-TEST_F(StopTest, TheStopWritesAllThatWasTakenWhileManyWrite) {
+TEST_F(LogStop, WritesAllAcceptedRecordsWhileManyWrite) {
     OperationLog log(settings());
     std::atomic<std::uint64_t> taken = 0;
     std::vector<std::thread> threads;

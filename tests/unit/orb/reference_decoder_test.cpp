@@ -39,7 +39,7 @@ void expectRefused(const std::string& text) {
     EXPECT_EQ(content.objectKey, "");
 }
 
-TEST(ReferenceDecoder, TellsTypeAddressAndKeyOfAPlainReference) {
+TEST(ReferenceDecoder, ReadsTypeAddressAndKeyOfAPlainReference) {
     const ReferenceContent content = decoded(ior({}));
     EXPECT_EQ(content.typeId, "IDL:T:1.0");
     EXPECT_EQ(content.endpoints, (Endpoints{{"192.0.2.7", 4800, false}}));
@@ -143,7 +143,7 @@ TEST(ReferenceDecoder, GivesATlsPortWithoutAnyHostNoAddress) {
     EXPECT_TRUE(decoded(hexReference(referenceBytes({{1, components}}))).endpoints.empty());
 }
 
-TEST(ReferenceDecoder, KeepsAnIpv6HostAsItStands) {
+TEST(ReferenceDecoder, KeepsAnIpv6HostUnchanged) {
     Iiop iiop;
     iiop.host = "2001:db8::1";
     EXPECT_EQ(decoded(ior(iiop)).endpoints, (Endpoints{{"2001:db8::1", 4800, false}}));
@@ -227,7 +227,7 @@ TEST(ReferenceDecoder, RefusesLengthsBeyondTheEnd) {
     }
 }
 
-TEST(ReferenceDecoder, RefusesCountsThatNothingStandsBehind) {
+TEST(ReferenceDecoder, RefusesCountsWithoutContent) {
     expectRefused(hexReference(CdrWriter().string("").unsignedLong(0xffffffff).bytes()));
     const std::string profile = CdrWriter()
                                     .octet(1)
@@ -252,7 +252,7 @@ TEST(ReferenceDecoder, RefusesBrokenComponents) {
     }
 }
 
-TEST(ReferenceDecoder, RefusesHostsThatNoNameCanBe) {
+TEST(ReferenceDecoder, RefusesInvalidHostNames) {
     for (const std::string& host :
          {std::string(), std::string("a b"), std::string("a\nb"), std::string("h\x1b[2J"),
           std::string("a\0b", 3), std::string("h\xc3\xa4"), std::string("\x7f"),

@@ -42,7 +42,7 @@ TEST(ThreadRequests, ShowTheOneThatArrivedAndThenIsServed) {
     EXPECT_EQ(currentPeer().text, "");
 }
 
-TEST(RequestRecord, TellsOfTheConnectionThatTheRequestCameBy) {
+TEST(RequestRecord, NamesTheConnectionOfTheRequest) {
     RequestRecord record;
     record.assign("ping", "giop:tcp:192.0.2.1:4800", {"EMS<1>", {}, {}});
     record.assign("getEMS", "giop:tcp:192.0.2.1:4801", {"EMS<2>", {}, {}});
@@ -141,7 +141,7 @@ TEST(ThreadRequests, ReturnToTheOuterOneAfterAnInnerOne) {
     EXPECT_EQ(currentRequest(), before);
 }
 
-TEST(ThreadRequests, HaveNoOperationWhereTheTransportTellsNone) {
+TEST(ThreadRequests, HaveNoOperationWhereTheTransportGivesNone) {
     requests().arrive().assign(nullptr, {}, {"", {}, {}});
     EXPECT_EQ(operationNow(), "");
     requests().drop();

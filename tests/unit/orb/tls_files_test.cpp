@@ -63,7 +63,7 @@ class TlsFilesTest : public testing::Test {
     const kelp::test::TemporaryDirectory folder_;
 };
 
-TEST_F(TlsFilesTest, GoodOnesHaveNoProblem) {
+TEST_F(TlsFilesTest, GoodFilesHaveNoProblem) {
     EXPECT_THAT(checkOwn(certificates_.issue("ems")), IsEmpty());
     EXPECT_THAT(checkOwn(certificates_.issue("locked", "secret"), "secret"), IsEmpty());
     EXPECT_THAT(checkOwn(certificates_.issue("open"), "needless"), IsEmpty());
@@ -76,7 +76,7 @@ TEST_F(TlsFilesTest, CertificatesBetweenTheOwnAndTheAuthorityMayFollow) {
         IsEmpty());
 }
 
-TEST_F(TlsFilesTest, BothFilesProblemsAreToldAtOnce) {
+TEST_F(TlsFilesTest, ProblemsOfBothFilesAreReportedAtOnce) {
     EXPECT_THAT(check("/no/such/ca.pem", "/no/such/ems.pem"),
                 ElementsAre("authorities: ca.pem cannot be read: No such file or directory",
                             "certificate: ems.pem cannot be read: No such file or directory"));

@@ -22,7 +22,7 @@ TypeWriter anysAround(std::size_t levels) {
     return any.unsignedLong(1);
 }
 
-TEST(ValueCheck, AnOperationWithoutAnysIsNotLookedAt) {
+TEST(ValueCheck, AnOperationWithoutAnysIsNotChecked) {
     EXPECT_EQ(checked("getEmsSession", "\xff\xff\xff"), ArgumentVerdict::Fine);
     EXPECT_EQ(checked("", ""), ArgumentVerdict::Fine);
     EXPECT_EQ(checked("pus", ""), ArgumentVerdict::Fine);

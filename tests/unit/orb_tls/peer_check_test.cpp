@@ -121,7 +121,7 @@ TEST_F(PeerCheck, RevokedServerIsNotCalled) {
     EXPECT_EQ(kelp::orb::takeRefusedServer(), "");
 }
 
-TEST_F(PeerCheck, EndedRevocationListGoesOnToHoldWhileTheProcessRuns) {
+TEST_F(PeerCheck, ExpiredRevocationListStillHoldsWhileTheProcessRuns) {
     certificates_.issue("stolen");
     certificates_.revoke("stolen");
     const std::shared_ptr<const TlsMaterial> good =

@@ -7,23 +7,23 @@
 namespace kelp::util {
 namespace {
 
-TEST(NamingPathTest, ComponentsAreJoinedAndTheirKindsFollowADot) {
+TEST(NamingPath, ComponentsAreJoinedAndTheirKindsFollowADot) {
     EXPECT_EQ(toText({{"TMF_MTNM", "Class"}, {"Kelp", "Vendor"}}), "TMF_MTNM.Class/Kelp.Vendor");
     EXPECT_EQ(toText({{"plain", ""}}), "plain");
 }
 
-TEST(NamingPathTest, SeparatorsInsideAPartAreEscaped) {
+TEST(NamingPath, SeparatorsInsideAPartAreEscaped) {
     EXPECT_EQ(toText({{"Kelp/EMS", "EmsInstance"}, {"3.5", "Version"}, {"a\\b", ""}}),
               "Kelp\\/EMS.EmsInstance/3\\.5.Version/a\\\\b");
 }
 
-TEST(NamingPathTest, EmptyPartsKeepTheirDot) {
+TEST(NamingPath, EmptyPartsKeepTheirDot) {
     EXPECT_EQ(toText({{"", "kind"}}), ".kind");
     EXPECT_EQ(toText({{"", ""}}), ".");
     EXPECT_EQ(toText({}), "");
 }
 
-TEST(NamingPathTest, EveryTextLeadsBackToItsName) {
+TEST(NamingPath, EveryTextLeadsBackToItsName) {
     const NamingPath paths[] = {
         {{"TMF_MTNM", "Class"},
          {"Kelp", "Vendor"},
@@ -36,7 +36,7 @@ TEST(NamingPathTest, EveryTextLeadsBackToItsName) {
         EXPECT_EQ(toNamingPath(toText(path)), path) << toText(path);
 }
 
-TEST(NamingPathTest, TextsThatAreNoNamesAreRefusedWithTheReason) {
+TEST(NamingPath, TextsThatAreNoNamesAreRefusedWithTheReason) {
     const std::pair<const char*, const char*> texts[] = {
         {"", "the text is empty"},       {"a//b", "an empty component"},
         {"/a", "an empty component"},    {"a/", "nothing after the last"},
@@ -54,7 +54,7 @@ TEST(NamingPathTest, TextsThatAreNoNamesAreRefusedWithTheReason) {
     }
 }
 
-TEST(FactoryPathTest, FollowsFromNameAndVersionOfTheEms) {
+TEST(FactoryPath, FollowsFromNameAndVersionOfTheEms) {
     EXPECT_EQ(toText(factoryPath("Kelp/EMS", "3.5")),
               "TMF_MTNM.Class/Kelp.Vendor/Kelp\\/EMS.EmsInstance/3_5.Version/Kelp\\/"
               "EMS.EmsSessionFactory_I");

@@ -36,14 +36,14 @@ class PrivateFile : public testing::Test {
 
 class PrivateFileUnderUmask : public PrivateFile, public testing::WithParamInterface<mode_t> {};
 
-TEST_P(PrivateFileUnderUmask, IsEmptyAndForItsOwnerAlone) {
+TEST_P(PrivateFileUnderUmask, IsEmptyAndAccessibleToItsOwnerOnly) {
     EXPECT_TRUE(
         inChildWithUmask(GetParam(), [this] { return makePrivateFile(folder / "file").empty(); }));
     EXPECT_EQ(modeOfPath(folder / "file"), 0600u);
     EXPECT_EQ(std::filesystem::file_size(folder / "file"), 0u);
 }
 
-TEST_P(PrivateFileUnderUmask, MissingFoldersAreForTheirOwnerAlone) {
+TEST_P(PrivateFileUnderUmask, MissingFoldersAreAccessibleToTheirOwnerOnly) {
     EXPECT_TRUE(inChildWithUmask(
         GetParam(), [this] { return makePrivateFile(folder / "new" / "below" / "file").empty(); }));
     EXPECT_EQ(modeOfPath(folder / "new"), 0700u);
@@ -54,7 +54,7 @@ TEST_P(PrivateFileUnderUmask, MissingFoldersAreForTheirOwnerAlone) {
 INSTANTIATE_TEST_SUITE_P(Each, PrivateFileUnderUmask, testing::ValuesIn(kExtremeUmasks),
                          nameOfUmask);
 
-TEST_F(PrivateFile, OneThatIsThereStaysAsItIs) {
+TEST_F(PrivateFile, ExistingFileIsLeftUnchanged) {
     folder.write("file", "content");
     ASSERT_EQ(::chmod((folder / "file").c_str(), 0640), 0);
     EXPECT_EQ(makePrivateFile(folder / "file"), "");
@@ -62,7 +62,7 @@ TEST_F(PrivateFile, OneThatIsThereStaysAsItIs) {
     EXPECT_EQ(modeOfPath(folder / "file"), 0640u);
 }
 
-TEST_F(PrivateFile, OneThatOthersCanWriteIsRefused) {
+TEST_F(PrivateFile, FileThatOthersCanWriteIsRefused) {
     folder.write("file", "content");
     ASSERT_EQ(::chmod((folder / "file").c_str(), 0602), 0);
     EXPECT_THAT(makePrivateFile(folder / "file"),
@@ -96,7 +96,7 @@ TEST_F(PrivateFile, LiesInAFolderThatALinkLeadsTo) {
     EXPECT_TRUE(std::filesystem::exists(folder / "real" / "file"));
 }
 
-TEST_F(PrivateFile, IsMadeNewWhenThatIsAskedFor) {
+TEST_F(PrivateFile, IsReplacedOnRequest) {
     std::string problem;
     EXPECT_TRUE(openPrivateFile(folder / "file", O_EXCL, problem).isOpen());
     EXPECT_FALSE(openPrivateFile(folder / "file", O_EXCL, problem).isOpen());

@@ -10,7 +10,7 @@ namespace {
 using kelp::util::fillRandomly;
 using kelp::util::isEqualInConstantTime;
 
-TEST(RandomOctets, AreOthersEachTimeAndNoMoreThanAskedFor) {
+TEST(RandomOctets, DifferEachTimeAndHaveTheRequestedLength) {
     std::set<std::string> seen;
     for (int i = 0; i < 1000; ++i) {
         std::array<char, 24> octets{};

@@ -33,7 +33,7 @@ TEST_F(ShownFileTest, HoldsTheTextUntilItIsRemoved) {
     shown_.remove();
 }
 
-TEST_F(ShownFileTest, GoesWithItsOwner) {
+TEST_F(ShownFileTest, IsRemovedWithItsOwner) {
     {
         ShownFile owned;
         EXPECT_EQ(owned.show(file_, "text"), "");

@@ -36,7 +36,7 @@ TEST(ThreadContext, SetReplacesTheWholeRecord) {
     EXPECT_EQ(info.GetOperUUID(), "");
 }
 
-TEST(ThreadContext, EachThreadHasARecordOfItsOwn) {
+TEST(ThreadContext, EachThreadHasItsOwnRecord) {
     contexts().SetThreadContext(context(1, "ping"));
     std::string seenByOther = "nothing";
     std::thread([&] {

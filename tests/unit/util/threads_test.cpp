@@ -40,7 +40,7 @@ std::string textOf(Thrown thrown) {
 
 struct OwnFailure {};
 
-TEST(Threads, CaughtExceptionIsToldInWords) {
+TEST(Threads, CaughtExceptionIsDescribedAsText) {
     EXPECT_EQ(textOf(std::runtime_error("the disk is full")), "the disk is full");
     EXPECT_NE(textOf(OwnFailure{}).find("OwnFailure"), std::string::npos);
     EXPECT_EQ(textOf(7), "an exception of type int");

@@ -70,7 +70,7 @@ TEST_F(TraceLimit, LinesOfOnePlaceInTheCodeAreOneKindWhateverTheySay) {
     EXPECT_EQ(capture.count("user "), kLines);
 }
 
-TEST_F(TraceLimit, ASourceThatMakesEachLineAKindIsLimitedAllTheSame) {
+TEST_F(TraceLimit, ASourceThatMakesEachLineAKindIsStillLimited) {
     const TraceCapture capture;
     for (int i = 0; i < 1000; ++i)
         traceFrom("subject", "refused " + std::string(static_cast<std::size_t>(i % 100), 'x') +

@@ -123,7 +123,7 @@ TEST(TraceLog, ClosingTwiceIsHarmlessAndItOpensAgain) {
     EXPECT_THAT(kelp::test::contentOf(directory.path() / "kelp.log"), HasSubstr("again"));
 }
 
-TEST(TraceLog, FileIsRotatedAndOldOnesGo) {
+TEST(TraceLog, FileIsRotatedAndOldFilesAreRemoved) {
     const kelp::test::TemporaryDirectory directory;
     TraceSettings settings = fileOnly(directory.path() / "kelp.log");
     settings.fileBytesMax = 2000;
@@ -141,7 +141,7 @@ TEST(TraceLog, FileIsRotatedAndOldOnesGo) {
     EXPECT_THAT(kelp::test::contentOf(directory.path() / "kelp.log"), HasSubstr("line 199;"));
 }
 
-TEST(TraceLog, SinkThatCannotBeOpenedIsToldAndTheConsoleStandsIn) {
+TEST(TraceLog, SinkThatCannotBeOpenedIsReportedAndReplacedByTheConsole) {
     const kelp::test::TemporaryDirectory directory;
     const auto file = directory.write("plain", "") / "kelp.log";
     std::string whyNot;
@@ -195,7 +195,7 @@ class WatchedStandardError {
     const int before_;
 };
 
-TEST(TraceLog, FailingDiskIsToldOnceAndHarmsNobody) {
+TEST(TraceLog, FailingDiskIsReportedOnceAndHarmsNobody) {
     const WatchedStandardError standardError;
     TraceSettings settings = fileOnly("/dev/full");
     settings.console = true;

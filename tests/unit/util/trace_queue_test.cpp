@@ -83,7 +83,7 @@ Content contentOf(const std::string& text) {
     return content;
 }
 
-TEST(TraceQueue, SinkThatHangsCostsWritersNothingAndEveryLossIsCountedAndTold) {
+TEST(TraceQueue, SinkThatHangsDelaysNoWriterAndEveryLossIsCountedAndReported) {
     const StuckFile file;
     writeLines();
     EXPECT_GT(TraceLog::instance().dropped(), 0u);

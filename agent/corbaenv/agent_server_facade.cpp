@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kSubject = "agentserverfacade";
 constexpr const char* kBundleName = "mx_kelp_corbaagent_bundle";
 
-int failed(const char* reason, int line = __builtin_LINE()) {
+int serverFailed(const char* reason, int line = __builtin_LINE()) {
     tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s", reason);
     return -1;
@@ -27,7 +27,7 @@ int holdCallers() {
     const PortableServer::POA_var root = NS_CORBA::CorbaBaseAgentConfig::Instance()->GetRootPoa();
     const PortableServer::POAManager_var manager = root->the_POAManager();
     if (CORBA::is_nil(manager.in()))
-        return failed("[AgentServerFacade::Init] poaMgr is NULL!");
+        return serverFailed("[AgentServerFacade::Init] poaMgr is NULL!");
 
     tracePoint(kSubject);
     NS_CORBA::TaTrace("[AgentServerFacade::Init] begin POAManager state\n");
@@ -48,12 +48,12 @@ int holdCallers() {
 /// through.
 int prepare() {
     if (!NS_CORBA::CorbaBaseAgentConfig::Instance()->Init(kBundleName))
-        return failed("[AgentServerFacade::Init] Initialize CorbaBaseAgentConfig Failed!");
+        return serverFailed("[AgentServerFacade::Init] Initialize CorbaBaseAgentConfig Failed!");
     if (!CorbaAgentConfig::Instance()->Init())
-        return failed("[AgentServerFacade::Init] Initialize CorbaAgentConfig Failed!");
+        return serverFailed("[AgentServerFacade::Init] Initialize CorbaAgentConfig Failed!");
     OptionsRereading::instance().begin();
     if (!CorbaAgentConfig::Instance()->InitEmsSessionFactoryIImplObj())
-        return failed("[AgentServerFacade::Init] Call InitEmsSessionFactoryIImplObj Failed!");
+        return serverFailed("[AgentServerFacade::Init] Call InitEmsSessionFactoryIImplObj Failed!");
     return holdCallers();
 }
 
@@ -70,7 +70,7 @@ int AgentServerFacade::Init() {
     }
     if (ACE_Thread_Manager::instance()->spawn(NS_CORBA::AgentServer::AgentWorker, nullptr,
                                               THR_DETACHED) == -1)
-        return failed("[AgentServerFacade::Init] Spawn Agent Thread Failed!");
+        return serverFailed("[AgentServerFacade::Init] Spawn Agent Thread Failed!");
     return 0;
 }
 

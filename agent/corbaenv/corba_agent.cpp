@@ -25,12 +25,12 @@
 #include "notify/suppiler_mgr_callback.h"
 #include "session/ems_session_factory_impl.h"
 #include "util/agent_state.h"
+#include "util/base_config.h"
 
 namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "corbaagent";
-constexpr int kReleaseBySilence = 2;
 constexpr int kSupplierModeConfigured = 0;
 /// How long the stop waits for the agent's own threads, and again for the sessions' waiting
 /// threads. Each thread has at most a few calls to finish, and each call has a time limit.
@@ -40,16 +40,12 @@ constexpr int kThreadsLeaveSeconds = 15;
 Corba_Request_InterceptorImpl requestInterceptor;
 SuppilerMgrCallBack supplierCallBack;
 
-NS_CORBA::CorbaBaseAgentConfig& base() {
-    return *NS_CORBA::CorbaBaseAgentConfig::Instance();
-}
-
 void say(const char* text, int line = __builtin_LINE()) {
     tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s", text);
 }
 
-bool failed(const char* reason, int line = __builtin_LINE()) {
+bool startFailed(const char* reason, int line = __builtin_LINE()) {
     say(reason, line);
     return false;
 }
@@ -86,28 +82,28 @@ void startMonitor() {
 void writeReference() {
     const emsSessionFactory::EmsSessionFactory_I_var factory =
         CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
-    base().WriteFactoryReference(factory.in());
+    baseConfig().WriteFactoryReference(factory.in());
 }
 
 /// Start all parts in order. A failure is traced. Parts already started keep running until the stop
 /// ends them.
 bool start() {
     if (!startTranslator())
-        return failed("[CorbaAgentFacade::Init] Initialize error translator failed!");
+        return startFailed("[CorbaAgentFacade::Init] Initialize error translator failed!");
     say("===[CorbaAgentFacade::Init] Corba Agent is starting...===");
     if (AgentServerFacade::Init() == -1)
-        return failed("[AgentServerFacade::Init] Initialize agent server failed!");
-    base().SetReqInterceptorImpl(&requestInterceptor);
+        return startFailed("[AgentServerFacade::Init] Initialize agent server failed!");
+    baseConfig().SetReqInterceptorImpl(&requestInterceptor);
     if (SessionMgr::Instance()->Init() == -1)
-        return failed("[CorbaAgentFacade::Init] Initialize session manager failed!");
+        return startFailed("[CorbaAgentFacade::Init] Initialize session manager failed!");
     AgentState::instance().sessionMgrStarted = true;
     NS_CORBA::AsynNotifyMgr::Instance()->Init();
     if (!NS_CORBA::CorbaSecurityMgr::Instance()->Init())
-        return failed("[CorbaAgentFacade::Init] Initialize corba security manager failed!");
+        return startFailed("[CorbaAgentFacade::Init] Initialize corba security manager failed!");
     if (!startManagerInterfaces())
         return false;
     if (NS_CORBA::AgentServer::Activate() == -1)
-        return failed("[CorbaAgentFacade::Init] Activate agent server failed!");
+        return startFailed("[CorbaAgentFacade::Init] Activate agent server failed!");
     writeReference();
     NS_CORBA::SuppilerMgr::Instance()->SetCallBack(&supplierCallBack);
     NS_CORBA::SuppilerMgr::Instance()->Start(kSupplierModeConfigured);
@@ -157,7 +153,7 @@ void destroyStep(Step step) {
 /// in progress do not end, and their servants are in this library.
 void keepLoadedForCallsInProgress() {
     try {
-        const CORBA::ORB_var orb = base().GetOrb();
+        const CORBA::ORB_var orb = baseConfig().GetOrb();
         keepLoaded();
     } catch (const CORBA::BAD_INV_ORDER&) {
         // the ORB was destroyed, as expected
@@ -193,9 +189,9 @@ void CorbaAgentFacade::ExitThrds() {
     say("===Begin to Exit Threads of Corba...===");
     NS_CORBA::AgentServer::BeginStop();
     requestExit();
-    base().RemoveFactoryReference();
+    baseConfig().RemoveFactoryReference();
 
-    const bool bySilence = base().GetSessionReleaseStrategy() == kReleaseBySilence;
+    const bool bySilence = baseConfig().GetSessionReleaseStrategy() == kReleaseBySilence;
     SessionMgr* sessions = SessionMgr::Existing();
     if (bySilence && sessions != nullptr)
         stopStep([&] { sessions->WakeAllWaiting(); });
@@ -212,10 +208,10 @@ void CorbaAgentFacade::ExitThrds() {
     stopStep([] { NS_CORBA::AsynNotifyMgr::Instance()->ExitThread(); });
     stopStep([] { ManagerInterfaces().ExitThreads(); });
     stopStep([] { NS_CORBA::SuppilerMgr::Instance()->ExitThread(); });
-    stopStep([] { base().UnRegistEMSFactoryName(); });
+    stopStep([] { baseConfig().UnRegistEMSFactoryName(); });
     // before the ORB waits for its requests: a request that waits for an interceptor would block it
     // forever
-    stopStep([] { base().SetReqInterceptorImpl(nullptr); });
+    stopStep([] { baseConfig().SetReqInterceptorImpl(nullptr); });
     stopStep([] { NS_CORBA::AgentServer::ShutDown(); });
     say("=== Finish to Exit Threads of Corba! ===");
 }

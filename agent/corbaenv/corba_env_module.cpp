@@ -19,7 +19,7 @@ constexpr const char* kServiceName = "mx_kelpcorba_env";
 constexpr const char* kInterfaceKey = "NULLServiceInterface";
 constexpr int kTaskMgrWorkers = 2;
 
-int failed(const char* reason, int line = __builtin_LINE()) {
+int moduleFailed(const char* reason, int line = __builtin_LINE()) {
     tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s", reason);
     return -1;
@@ -31,7 +31,7 @@ void enterTaskMgr() {
         std::make_unique<KelpGnlTaskMgr>(KelpAppMgr::Instance(), ACE_Thread_Manager::instance(),
                                          kModuleTaskMgrType, kTaskMgrWorkers);
     if (taskMgr->InitEnv() != 0)
-        failed("in [mx_kelpcorba_env::init] The task manager has no workers!");
+        moduleFailed("in [mx_kelpcorba_env::init] The task manager has no workers!");
     KelpAppMgr::Instance()->TMDynInsertTaskMgr(taskMgr.release());
 }
 
@@ -45,9 +45,9 @@ ACE_Service_Object* makeServiceObject() {
 
 int mx_kelpcorba_env::init(int, ACE_TCHAR*[]) {
     if (!NS_CORBA::CorbaLogMgr::Instance()->Init())
-        return failed("in [mx_kelpcorba_env::init] CorbaLogMgr Init failed!");
+        return moduleFailed("in [mx_kelpcorba_env::init] CorbaLogMgr Init failed!");
     if (!CorbaAgentFacade::Init()) {
-        failed("in [mx_kelpcorba_env::init] CorbaAgentFacade Init failed!");
+        moduleFailed("in [mx_kelpcorba_env::init] CorbaAgentFacade Init failed!");
         NS_CORBA::CorbaLogMgr::Destroy();
         return -1;
     }

@@ -14,6 +14,7 @@
 #include <exception>
 
 #include "util/agent_state.h"
+#include "util/base_config.h"
 #include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
@@ -24,16 +25,12 @@ constexpr std::time_t kRoundInterval = 3;  // seconds
 /// A round makes at most a few calls, and the stop must not wait long for one.
 constexpr std::chrono::seconds kCallLimit{2};
 
-NS_CORBA::CorbaBaseAgentConfig& base() {
-    return *NS_CORBA::CorbaBaseAgentConfig::Instance();
-}
-
 NS_CORBA::NamingWatch& watch() {
     return NS_CORBA::NamingWatch::Instance();
 }
 
 std::string textOf(CORBA::Object_ptr reference) {
-    const CORBA::ORB_var orb = base().GetOrb();
+    const CORBA::ORB_var orb = baseConfig().GetOrb();
     const CORBA::String_var text = orb->object_to_string(reference);
     return std::string(text.in());
 }
@@ -60,7 +57,7 @@ NamingMonitor::NamingMonitor(emsSessionFactory::EmsSessionFactory_I_ptr own)
     : own_(emsSessionFactory::EmsSessionFactory_I::_duplicate(own)) {}
 
 void NamingMonitor::Round() {
-    const bool ssl = base().GetSSLMode() != 0;
+    const bool ssl = baseConfig().GetSSLMode() != 0;
     try {
         // while the factory is registered the context is known and works
         if (registered_ || FindRootContext(ssl))
@@ -84,8 +81,8 @@ void NamingMonitor::Round() {
         trace("[Monitor Thread] unknown exception occurred! error reason:", ex);
         Fail(ex);
     }
-    base().UpdateNotifyServiceParams(nullptr);
-    base().GetNotifyServiceAddr(notifyHost_, notifyPort_, ssl);
+    baseConfig().UpdateNotifyServiceParams(nullptr);
+    baseConfig().GetNotifyServiceAddr(notifyHost_, notifyPort_, ssl);
 }
 
 void NamingMonitor::Fail(const CORBA::Exception& reason) {
@@ -96,14 +93,14 @@ void NamingMonitor::Fail(const CORBA::Exception& reason) {
 bool NamingMonitor::FindRootContext(bool ssl) {
     std::string host;
     int port = 0;
-    base().UpdateNamingServiceParams();
-    base().GetNamingServiceAddr(host, port, ssl);
+    baseConfig().UpdateNamingServiceParams();
+    baseConfig().GetNamingServiceAddr(host, port, ssl);
     const std::string address = AddressOf(host, port, ssl);
     addressTrace_ = "[Monitor Thread] NamingService string is: " + address;
 
     watch().Begin(textOf(own_.in()));
-    base().ConstructEmsFactoryName(name_);
-    root_ = base().NamingRoot(address);
+    baseConfig().ConstructEmsFactoryName(name_);
+    root_ = baseConfig().NamingRoot(address);
     if (!CORBA::is_nil(root_.in()))
         return true;
     tracePoint(kSubject);
@@ -133,7 +130,7 @@ bool NamingMonitor::Register() {
     NS_CORBA::TaTrace("%s", addressTrace_.c_str());
     registered_ = false;
     // a round that outlasts the stop must not bind again what the stop has unbound
-    return !AgentState::instance().exitRequested && base().RegistEMSFactoryName(own_.in());
+    return !AgentState::instance().exitRequested && baseConfig().RegistEMSFactoryName(own_.in());
 }
 
 std::string NamingMonitor::AddressOf(const std::string& host, int port, bool ssl) {

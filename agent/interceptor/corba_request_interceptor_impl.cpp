@@ -13,6 +13,7 @@
 
 #include "adapter/session_source.h"
 #include "session/ems_session_impl.h"
+#include "util/base_config.h"
 #include "util/servant_ref.h"
 #include "util/trace_point.h"
 
@@ -20,7 +21,6 @@ namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "corba_request_interceptorimpl";
-constexpr int kReleaseBySilence = 2;
 
 /// Return user name followed by "address:port" of the session that the request belongs to. Empty
 /// for a request outside a session.

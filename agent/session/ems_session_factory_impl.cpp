@@ -25,6 +25,7 @@
 #include "adapter/top_poa_names.h"
 #include "session/ems_session_impl.h"
 #include "session/waiting_threads.h"
+#include "util/base_config.h"
 #include "util/servant_ref.h"
 #include "util/trace_point.h"
 
@@ -33,15 +34,10 @@ namespace {
 
 constexpr const char* kSubject = "emssessionfactoryimpl";
 constexpr int kReleaseByLimit = 1;
-constexpr int kReleaseBySilence = 2;
 
 using CountedSession = NS_CORBA::RefCount_OneParameter<EmsSession_IImpl, SessionSource*>;
 
 std::atomic<EmsSessionFactory_IImpl*> theFactory{nullptr};
-
-NS_CORBA::CorbaBaseAgentConfig& baseConfig() {
-    return *NS_CORBA::CorbaBaseAgentConfig::Instance();
-}
 
 NS_CORBA::CorbaSecurityMgr& security() {
     return *NS_CORBA::CorbaSecurityMgr::Instance();

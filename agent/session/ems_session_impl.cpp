@@ -10,13 +10,13 @@
 #include <string>
 
 #include "adapter/session_source.h"
+#include "util/base_config.h"
 #include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "emssessionimpl";
-constexpr int kReleaseBySilence = 2;
 
 /// Return the NMS's "address:port", borrowed from the source. A destructor calls this, so it
 /// allocates no memory.

@@ -13,13 +13,13 @@
 #include "session/session_list.h"
 #include "session/waiting_sessions.h"
 #include "util/agent_state.h"
+#include "util/base_config.h"
 #include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "sessionmgr";
-constexpr int kReleaseBySilence = 2;
 /// How long Destroy waits for waiting threads that the stop has woken. They only have to return.
 constexpr int kWaitingThreadsLeaveSeconds = 15;
 

@@ -21,7 +21,7 @@ constexpr int kDaysBefore = 30;
 /// Revocation lists are issued often, many of them daily.
 constexpr int kDaysBeforeNextList = 3;
 
-std::string inWords(system_clock::time_point time) {
+std::string utcText(system_clock::time_point time) {
     const std::time_t seconds = system_clock::to_time_t(time);
     std::tm parts{};
     ::gmtime_r(&seconds, &parts);
@@ -52,12 +52,12 @@ std::string certificateWarning(const std::filesystem::path& file,
     if (!end)
         return "tls.certificate: no certificate can be read from " + file.string();
     if (*end <= now)
-        return "the certificate in " + file.string() + " has ended at " + inWords(*end) +
+        return "the certificate in " + file.string() + " has ended at " + utcText(*end) +
                ": clients refuse this EMS";
     const auto days = std::chrono::duration_cast<std::chrono::hours>(*end - now) / kDay;
     if (days >= kDaysBefore)
         return "";
-    return "the certificate in " + file.string() + " ends at " + inWords(*end) + ", in " +
+    return "the certificate in " + file.string() + " ends at " + utcText(*end) + ", in " +
            std::to_string(days) + (days == 1 ? " day" : " days");
 }
 
@@ -68,8 +68,8 @@ std::string revocationListWarning(const std::filesystem::path& file,
         return "";
     const std::string which = "the revocation list of " + list.authority + " in " + file.string();
     if (*list.end > now)
-        return which + " ends at " + inWords(*list.end) + ": get its successor, then send SIGHUP";
-    return which + " has ended at " + inWords(*list.end) +
+        return which + " ends at " + utcText(*list.end) + ": get its successor, then send SIGHUP";
+    return which + " has ended at " + utcText(*list.end) +
            ": it goes on to be used, but certificates that were revoked since are accepted";
 }
 

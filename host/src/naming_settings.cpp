@@ -20,10 +20,6 @@ using util::Descriptor;
 
 using NS_BUNDLEMGR1::ConfigStore;
 
-/// Values of tls.mode.
-constexpr std::int64_t kTlsOff = 0;
-constexpr std::int64_t kTlsOnly = 2;
-
 /// Return 0, or the errno that says why this process cannot listen on the address.
 int listenProblem(const std::string& host, std::uint16_t port) {
     addrinfo hints{};

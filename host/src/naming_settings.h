@@ -1,8 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace kelp::host {
+
+/// Values of tls.mode.
+inline constexpr std::int64_t kTlsOff = 0;
+inline constexpr std::int64_t kTlsOnly = 2;
 
 /// Whether the embedded naming service can listen at its configured addresses. If not, set `whyNot`
 /// to one sentence about the first address where it cannot.

@@ -13,16 +13,14 @@
 #include <optional>
 #include <string>
 
+#include "naming_settings.h"
+
 namespace kelp::host {
 
 namespace {
 
 using NS_BUNDLEMGR1::ConfigStore;
 using NS_CORBA::CorbaBaseAgentConfig;
-
-/// Values of tls.mode.
-constexpr std::int64_t kTlsOff = 0;
-constexpr std::int64_t kTlsOnly = 2;
 
 /// Return an address of the naming service, or an empty text when this transport is not used.
 std::string addressOf(const char* portKey, bool isUsed) {

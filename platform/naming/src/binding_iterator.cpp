@@ -13,10 +13,6 @@ IteratorTable::Time now() {
     return std::chrono::steady_clock::now();
 }
 
-[[noreturn]] void throwGone() {
-    throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
-}
-
 }  // namespace
 
 std::vector<NameEntry> BindingIterators::next(std::size_t count) const {

@@ -16,10 +16,6 @@ namespace {
 
 constexpr const char* kRootId = "/";
 
-[[noreturn]] void throwGone() {
-    throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
-}
-
 [[noreturn]] void throwFixed() {
     throw CORBA::NO_PERMISSION(0, CORBA::COMPLETED_NO);
 }

@@ -51,6 +51,10 @@ NamingPath pathOf(const char* stringifiedName) {
     }
 }
 
+void throwGone() {
+    throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
+}
+
 Name* nameOf(const NamingPath& path) {
     CosNaming::Name_var name = new Name;
     name->length(static_cast<CORBA::ULong>(path.size()));

@@ -21,6 +21,9 @@ util::NamingPath pathOf(const CosNaming::Name& name);
 /// The same for a stringified name. Also throws if the text is not a stringified name.
 util::NamingPath pathOf(const char* stringifiedName);
 
+/// Throw OBJECT_NOT_EXIST: the context or iterator has been destroyed.
+[[noreturn]] void throwGone();
+
 CosNaming::Name* nameOf(const util::NamingPath& path);
 
 /// The beginning of a name, stringified without escapes, for a log. The name may have any length.

@@ -13,6 +13,8 @@
 #include <system_error>
 #include <vector>
 
+#include "error_text.h"
+
 namespace kelp::util {
 
 namespace {
@@ -22,10 +24,6 @@ namespace fs = std::filesystem;
 constexpr std::size_t kEntryBytes = 16384;
 constexpr uid_t kRoot = 0;
 constexpr const char* kIsLink = "is a symbolic link, which is not followed";
-
-std::string reason(int error) {
-    return std::generic_category().message(error);
-}
 
 std::string modeText(const struct stat& status) {
     char text[32];
@@ -84,7 +82,7 @@ std::string problemOfFolder(const struct stat& status) {
                   (status.st_mode & S_ISVTX) != 0 ? "" : problemOfMode(status, FileUse::Trusted));
 }
 
-fs::path folderOf(const fs::path& file) {
+fs::path realFolderOf(const fs::path& file) {
     std::error_code error;
     const fs::path absolute = fs::absolute(file, error);
     const fs::path parent =
@@ -135,15 +133,15 @@ std::string problemOf(const struct stat& status, const fs::path& folder, FileUse
 std::string problemOfTrust(const fs::path& file, FileUse use, FinalLink link) {
     struct stat status {};
     if (::lstat(file.c_str(), &status) != 0)
-        return errno == ENOENT || errno == ENOTDIR ? problemOfFolders(folderOf(file))
-                                                   : "cannot be examined: " + reason(errno);
+        return errno == ENOENT || errno == ENOTDIR ? problemOfFolders(realFolderOf(file))
+                                                   : "cannot be examined: " + errorText(errno);
     if (!S_ISLNK(status.st_mode))
-        return problemOf(status, folderOf(file), use);
+        return problemOf(status, realFolderOf(file), use);
     if (link == FinalLink::IsRefused)
         return kIsLink;
     // whoever can exchange the link decides which file is read
-    const std::string problem = either(problemOfOwner(status.st_uid, ownerOf(folderOf(file))),
-                                       problemOfFolders(folderOf(file)));
+    const std::string problem = either(problemOfOwner(status.st_uid, ownerOf(realFolderOf(file))),
+                                       problemOfFolders(realFolderOf(file)));
     std::error_code error;
     const fs::path target = fs::canonical(file, error);
     if (!problem.empty() || error)
@@ -158,10 +156,10 @@ std::optional<std::string> readTrustedFile(const fs::path& file, FileUse use, st
     const Descriptor opened(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0) {
-        problem = errno == ELOOP ? kIsLink : "cannot be read: " + reason(errno);
+        problem = errno == ELOOP ? kIsLink : "cannot be read: " + errorText(errno);
         return std::nullopt;
     }
-    problem = problemOf(status, folderOf(file), use);
+    problem = problemOf(status, realFolderOf(file), use);
     if (!problem.empty())
         return std::nullopt;
     std::string text;
@@ -179,7 +177,7 @@ std::optional<std::string> readTrustedFile(const fs::path& file, FileUse use, st
     const int error = errno;
     ::explicit_bzero(block, sizeof block);
     if (got < 0)
-        problem = "cannot be read: " + reason(error);
+        problem = "cannot be read: " + errorText(error);
     else if (text.size() > bytesMax)
         problem = "is longer than " + std::to_string(bytesMax) + " bytes";
     else
@@ -189,7 +187,7 @@ std::optional<std::string> readTrustedFile(const fs::path& file, FileUse use, st
 }
 
 fs::path inRealFolder(const fs::path& file) {
-    return folderOf(file) / file.filename();
+    return realFolderOf(file) / file.filename();
 }
 
 }  // namespace kelp::util

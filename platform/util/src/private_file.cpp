@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "error_text.h"
+
 namespace kelp::util {
 
 namespace {
@@ -19,10 +21,6 @@ constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
 constexpr mode_t kFolderMode = S_IRWXU;
 /// More than one, because somebody else may remove the file between two attempts to open it.
 constexpr int kAttempts = 10;
-
-std::string reason(int error) {
-    return std::generic_category().message(error);
-}
 
 fs::path folderOf(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");
@@ -63,9 +61,9 @@ std::string makePrivateFolder(const fs::path& folder) {
         if (each.empty() || fs::is_directory(made, error))
             continue;
         if (const int problem = makeOneFolder(made); problem != 0)
-            return reason(problem);
+            return errorText(problem);
         if (!fs::is_directory(made, error))
-            return reason(ENOTDIR);
+            return errorText(ENOTDIR);
     }
     return "";
 }
@@ -98,7 +96,7 @@ Descriptor openPrivateFile(const fs::path& file, int flags, std::string& problem
         if (error != ENOENT)
             break;
     }
-    problem = "cannot be opened: " + reason(error);
+    problem = "cannot be opened: " + errorText(error);
     return Descriptor();
 }
 

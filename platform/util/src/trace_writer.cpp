@@ -19,7 +19,7 @@ constexpr std::size_t kQueueLinesMax = 8192;
 /// If the thread has not ended after this time it is left behind, so that the process can end.
 constexpr std::chrono::seconds kStopWait{5};
 
-constexpr std::chrono::seconds kLook{1};
+constexpr std::chrono::seconds kCheckInterval{1};
 
 }  // namespace
 
@@ -70,7 +70,7 @@ void TraceWriter::stop() {
 void TraceWriter::run() {
     MutexLock lock(mutex_);
     while (true) {
-        const auto end = std::chrono::steady_clock::now() + kLook;
+        const auto end = std::chrono::steady_clock::now() + kCheckInterval;
         while (!stopping_ && queue_.empty() &&
                changed_.wait_until(mutex_, end) == std::cv_status::no_timeout) {
         }

@@ -20,7 +20,7 @@ constexpr std::size_t kThreadsMax = 4;
 /// backlog would only wait in vain.
 constexpr std::size_t kWaitingMax = 2000;
 
-void trace(const std::string& why) {
+void traceFarewell(const std::string& why) {
     kelp::util::traceFrom("farewells", "a peer could not be disconnected: " + why,
                           kelp::util::TraceKind::Exception);
 }
@@ -55,7 +55,7 @@ void Farewells::startIfNeeded() {
     try {
         threads_.start("farewells", [this](PassingThreads::Self self) { run(self); });
     } catch (const std::system_error& failure) {
-        trace(failure.what());
+        traceFarewell(failure.what());
     }
 }
 
@@ -87,7 +87,7 @@ void Farewells::run(PassingThreads::Self self) {
         try {
             say(call.farewell, call.name);
         } catch (const std::exception& failure) {
-            trace(failure.what());
+            traceFarewell(failure.what());
         }
     }
     if (memoryIsFreed_ && threads_.count() == 1 && !stopping_) {

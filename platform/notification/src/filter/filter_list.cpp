@@ -7,7 +7,7 @@ namespace kelp::notification {
 
 namespace {
 /// An NMS that adds more filters does not use them to select events.
-constexpr std::size_t kFiltersMax = 100;
+constexpr std::size_t kFiltersPerObjectMax = 100;
 /// Allocated in advance: clear() must not fail for lack of memory.
 const FilterList::Snapshot kNoFilters = std::make_shared<FilterList::Snapshot::element_type>();
 }  // namespace
@@ -30,7 +30,7 @@ CosNotifyFilter::FilterID FilterList::add(CosNotifyFilter::Filter_ptr filter,
         entry.use = entry.test->use();
     }
     const util::MutexLock guard(mutex_);
-    if (filters_->size() >= kFiltersMax)
+    if (filters_->size() >= kFiltersPerObjectMax)
         throw CORBA::NO_RESOURCES(0, CORBA::COMPLETED_NO);
     const auto changed = std::make_shared<Filters>(*filters_);
     (*changed)[++lastId_] = entry;

@@ -18,7 +18,7 @@ using util::MutexUnlock;
 constexpr std::chrono::milliseconds kTurn{5};
 constexpr std::chrono::seconds kIdleTime{10};
 
-void trace(const std::string& text) {
+void traceFilters(const std::string& text) {
     kelp::util::traceFrom("filterstage", text, kelp::util::TraceKind::Exception);
 }
 
@@ -26,7 +26,7 @@ bool worksOn(FilterStage::Task& task) {
     try {
         return task.work(FilterStage::Clock::now() + kTurn);
     } catch (const std::exception& failure) {
-        trace(std::string("events were not filtered: ") + failure.what());
+        traceFilters(std::string("events were not filtered: ") + failure.what());
         return true;
     }
 }
@@ -62,7 +62,7 @@ void FilterStage::startIfNeeded() {
     try {
         threads_.start("filterstage", [this](PassingThreads::Self self) { run(self); });
     } catch (const std::system_error& failure) {
-        trace(std::string("events are filtered with the next one: ") + failure.what());
+        traceFilters(std::string("events are filtered with the next one: ") + failure.what());
     }
 }
 

@@ -9,7 +9,7 @@ namespace kelp::notification {
 
 namespace {
 
-void trace(const std::string& text) {
+void traceTypes(const std::string& text) {
     kelp::util::traceFrom("typefeed", text, kelp::util::TraceKind::Exception);
 }
 
@@ -97,12 +97,12 @@ bool TypeFeed::tellNext() {
     try {
         peer->tell(added.in(), removed.in());
     } catch (const CosNotifyComm::InvalidEventType& refused) {
-        trace(peer->name +
-              " does not take a change of event types: " + kelp::orb::exceptionText(refused));
+        traceTypes(peer->name +
+                   " does not take a change of event types: " + kelp::orb::exceptionText(refused));
     } catch (const CORBA::Exception& failure) {
         unfollow(id);
-        trace(peer->name +
-              " is told of no more changes of event types: " + kelp::orb::exceptionText(failure));
+        traceTypes(peer->name + " is told of no more changes of event types: " +
+                   kelp::orb::exceptionText(failure));
     }
     return true;
 }

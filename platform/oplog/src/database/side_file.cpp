@@ -41,7 +41,7 @@ std::string lineOf(const LogEntry& entry) {
 }
 
 /// Throws Json::exception for a line that is not a record.
-LogEntry entryOf(const std::string& text) {
+LogEntry readEntry(const std::string& text) {
     const Json line = Json::parse(text);
     const auto time = [&line](const char* key) {
         return UtcTime(std::chrono::milliseconds(line.at(key).get<std::int64_t>()));
@@ -143,7 +143,7 @@ bool readSideFile(const std::filesystem::path& file, std::vector<LogEntry>& entr
     std::size_t unreadable = 0;
     for (std::string line; std::getline(in, line);) {
         try {
-            entries.push_back(entryOf(line));
+            entries.push_back(readEntry(line));
         } catch (const Json::exception&) {
             ++unreadable;
         }

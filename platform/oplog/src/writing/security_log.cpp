@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kBusy{2000};
 
-LogEntry entryOf(SecurityRecord record) {
+LogEntry toEntry(SecurityRecord record) {
     LogEntry entry;
     entry.time = entry.until = record.time;
     entry.user = std::move(record.user);
@@ -32,7 +32,7 @@ SecurityLog::SecurityLog(const LogSettings& settings)
 SecurityLog::~SecurityLog() = default;
 
 bool SecurityLog::write(SecurityRecord record) noexcept {
-    return writer_->put(viewOf(entryOf(std::move(record))));
+    return writer_->put(viewOf(toEntry(std::move(record))));
 }
 
 void SecurityLog::setRetention(const Retention& retention) {
@@ -52,7 +52,7 @@ void SecurityLog::stop() {
 }
 
 void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& record) {
-    std::vector<LogEntry> entries{entryOf(record)};
+    std::vector<LogEntry> entries{toEntry(record)};
     cut(entries.front());
     LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError,
              settings.auditKeyFile)

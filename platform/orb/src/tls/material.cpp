@@ -9,6 +9,7 @@
 #include <iomanip>
 #include <sstream>
 
+#include "certificate_dates.h"
 #include "context.h"
 #include "pem_file.h"
 #include "revocation_lists.h"
@@ -19,14 +20,6 @@ namespace kelp::orb {
 namespace {
 
 using Of = TlsFileProblem::Of;
-
-bool hasEnded(const X509* certificate) {
-    return X509_cmp_current_time(X509_get0_notAfter(certificate)) < 0;
-}
-
-bool hasBegun(const X509* certificate) {
-    return X509_cmp_current_time(X509_get0_notBefore(certificate)) < 0;
-}
 
 /// Return all certificates of the file; null, with the problem recorded, when there is none or one
 /// is damaged.

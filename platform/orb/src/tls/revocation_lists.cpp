@@ -7,6 +7,7 @@
 #include <ctime>
 #include <string>
 
+#include "certificate_dates.h"
 #include "texts.h"
 
 namespace kelp::orb {
@@ -82,10 +83,6 @@ std::string missingListOf(X509* authority, const STACK_OF(X509_CRL) * lists) {
                       : " that is not valid before " + inWords(X509_CRL_get0_lastUpdate(list)));
     }
     return whyNot;
-}
-
-bool hasEnded(const X509* certificate) {
-    return X509_cmp_current_time(X509_get0_notAfter(certificate)) < 0;
 }
 
 /// Return the lists that are valid now. The file may also hold older ones of the same authority.

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <utility>
 
 #include "app/interrupts.h"
 
 namespace kelp::nms {
+
+/// Time that an interrupted program has to leave. It then exits even if the EMS has not answered.
+inline constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
 /// Sets a handler of interrupts for the length of a scope.
 class Handling {

@@ -15,9 +15,6 @@ namespace kelp::nms {
 
 namespace {
 
-/// Time that an interrupted program has to leave. It then exits even if the EMS has not answered.
-constexpr std::chrono::milliseconds kTimeToLeave{10000};
-
 struct PingOptions {
     unsigned count = 1;
 };

@@ -4,17 +4,13 @@
 
 #include "events/event_colour.h"
 #include "events/event_table.h"
+#include "text/json_line.h"
 
 namespace kelp::nms {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// Replaces invalid UTF-8 in a text, so that the rest of the line is still written.
-std::string lineOf(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 }  // namespace
 

@@ -18,7 +18,6 @@ namespace {
 /// Time to leave while there is no link. There is no session to end, and the EMS that is being
 /// called may not answer.
 constexpr std::chrono::milliseconds kTimeToGiveUp{2000};
-constexpr std::chrono::milliseconds kTimeToLeave{10000};
 
 EventReport::Surroundings surroundings(const CommandContext& context) {
     const bool json = context.options.json;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "text/json_line.h"
 #include "text/output.h"
 #include "upload/network_json.h"
 

@@ -1,5 +1,6 @@
 #include "upload/network_dump.h"
 
+#include "text/json_line.h"
 #include "upload/cut_short.h"
 #include "upload/element_round.h"
 #include "upload/network_json.h"

@@ -200,8 +200,4 @@ Json jsonOf(const topologicalLink::TopologicalLink_T& link) {
     return json;
 }
 
-std::string lineOf(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 }  // namespace kelp::nms

@@ -26,7 +26,4 @@ nlohmann::ordered_json jsonOf(const equipment::EquipmentOrHolder_T& either);
 nlohmann::ordered_json jsonOf(const terminationPoint::TerminationPoint_T& point);
 nlohmann::ordered_json jsonOf(const topologicalLink::TopologicalLink_T& link);
 
-/// Return the JSON as one line of text, without the line end. Invalid UTF-8 is replaced.
-std::string lineOf(const nlohmann::ordered_json& json);
-
 }  // namespace kelp::nms

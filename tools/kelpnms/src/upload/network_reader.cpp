@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "text/json_line.h"
 #include "upload/network_json.h"
 #include "upload/record_layout.h"
 

@@ -2,6 +2,7 @@
 
 #include <kelp/inventory/layer_rate.h>
 
+#include "text/json_line.h"
 #include "upload/network_json.h"
 
 namespace kelp::nms {

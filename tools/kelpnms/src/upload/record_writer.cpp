@@ -2,6 +2,7 @@
 
 #include <kelp/util/csv.h>
 
+#include "text/json_line.h"
 #include "upload/network_json.h"
 #include "upload/record_table.h"
 

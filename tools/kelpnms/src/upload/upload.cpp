@@ -11,9 +11,6 @@ namespace kelp::nms {
 
 namespace {
 
-/// Time that an interrupted program has to leave. It then exits even if the EMS has not answered.
-constexpr std::chrono::milliseconds kTimeToLeave{10000};
-
 /// An EMS that is ending a session may still answer for it for a moment.
 constexpr std::chrono::milliseconds kTimeToEnd{1000};
 

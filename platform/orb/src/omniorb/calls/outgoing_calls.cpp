@@ -132,7 +132,7 @@ std::string forwardedTo(omni::GIOP_C& stream) {
     throw omniORB::LOCATION_FORWARD(target._retn(), isPermanent);
 }
 
-CORBA::Boolean onReply(Interceptors::clientReceiveReply_T::info_T& info) {
+CORBA::Boolean onReplyReceived(Interceptors::clientReceiveReply_T::info_T& info) {
     const GIOP::ReplyStatusType status = info.giop_c.replyStatus();
     if (status == GIOP::NEEDS_ADDRESSING_MODE)
         giveUp(info.peeraddress(), info.operation(), "it is to be addressed in another way");
@@ -155,7 +155,7 @@ void guardOutgoingCalls() {
     Interceptors* interceptors = omniORB::getInterceptors();
     addOnce(interceptors->clientOpenConnection, onConnection);
     addOnce(interceptors->clientSendRequest, onRequest);
-    addOnce(interceptors->clientReceiveReply, onReply);
+    addOnce(interceptors->clientReceiveReply, onReplyReceived);
 }
 
 }  // namespace kelp::orb

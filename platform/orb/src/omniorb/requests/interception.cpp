@@ -151,7 +151,7 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     hook->finished(serving.request(), nullptr);
 }
 
-CORBA::Boolean onReply(Interceptors::serverSendReply_T::info_T&) {
+CORBA::Boolean onReplySent(Interceptors::serverSendReply_T::info_T&) {
     ReplyCheck::forget();
     ThreadRequests::ofThisThread().drop();
     return true;
@@ -171,7 +171,7 @@ void interceptRequests(RequestHook* hook) {
     Interceptors* interceptors = omniORB::getInterceptors();
     addOnce(interceptors->serverReceiveRequest, onReceived);
     addOnce(interceptors->invokeLocalCall, onUpcall);
-    addOnce(interceptors->serverSendReply, onReply);
+    addOnce(interceptors->serverSendReply, onReplySent);
     addOnce(interceptors->serverSendException, onException);
 }
 

@@ -19,7 +19,7 @@ class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
         // first, because enter() throws on failure, and the registration's destructor undoes it
         alarmRequests_ = admin::Registry::instance().enter(
             "POST", "/alarms",
-            [this](const admin::Json& request) { return alarms_.take(request); });
+            [this](const admin::Json& request) { return alarms_.accept(request); });
         return ManagerBundle::init(argc, argv);
     }
 

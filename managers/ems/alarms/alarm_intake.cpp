@@ -25,7 +25,7 @@ std::uint64_t microsecondsNow() {
 
 AlarmIntake::AlarmIntake() : nextId_(microsecondsNow()) {}
 
-admin::Json AlarmIntake::take(const admin::Json& request) {
+admin::Json AlarmIntake::accept(const admin::Json& request) {
     const std::vector<Alarm> alarms = readAlarms(request);
     admin::Json answer = {{"taken", alarms.size()}};
     if (alarms.empty())

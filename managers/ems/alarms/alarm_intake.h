@@ -19,7 +19,7 @@ class AlarmIntake {
     /// Accept all alarms of the request or none. Return {"taken": 2, "firstNotificationId": "...",
     /// "lastNotificationId": "..."}, without ids when the request contains no alarm. Throws
     /// admin::RequestError for an invalid request, and while there is no channel.
-    admin::Json take(const admin::Json& request) KELP_EXCLUDES(mutex_);
+    admin::Json accept(const admin::Json& request) KELP_EXCLUDES(mutex_);
 
   private:
     /// Held while ids are assigned and the alarms passed on, so that both happen in the same order.

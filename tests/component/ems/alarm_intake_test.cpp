@@ -82,7 +82,7 @@ class AlarmIntakeTest : public testing::Test {
 };
 
 TEST_F(AlarmIntakeTest, OneAlarmGetsAnIdAndTheEmsTime) {
-    const Json answer = intake_.take(smallestAlarm());
+    const Json answer = intake_.accept(smallestAlarm());
     EXPECT_EQ(answer["taken"], 1);
     EXPECT_EQ(answer["firstNotificationId"], answer["lastNotificationId"]);
     EXPECT_EQ(nextId(), answer["firstNotificationId"]);
@@ -94,13 +94,13 @@ TEST_F(AlarmIntakeTest, OneAlarmGetsAnIdAndTheEmsTime) {
 
 TEST_F(AlarmIntakeTest, AlarmsOfARequestArriveInOrderWithGrowingIds) {
     const Json answer =
-        intake_.take(Json::array({smallestAlarm(), smallestAlarm(), smallestAlarm()}));
+        intake_.accept(Json::array({smallestAlarm(), smallestAlarm(), smallestAlarm()}));
     EXPECT_EQ(answer["taken"], 3);
     const auto first = std::stoull(answer["firstNotificationId"].get<std::string>());
     for (unsigned long long i = 0; i < 3; ++i)
         EXPECT_EQ(nextId(), std::to_string(first + i));
     EXPECT_EQ(answer["lastNotificationId"], std::to_string(first + 2));
-    const Json later = intake_.take(smallestAlarm());
+    const Json later = intake_.accept(smallestAlarm());
     EXPECT_EQ(later["firstNotificationId"], std::to_string(first + 3));
 }
 
@@ -108,16 +108,16 @@ TEST_F(AlarmIntakeTest, NoAlarmOfARequestIsAcceptedWhenOneIsInvalid) {
     Json wrong = smallestAlarm();
     wrong["perceivedSeverity"] = "PS_HUGE";
     const std::string why = refusal([&] {
-        intake_.take(Json::array({smallestAlarm(), smallestAlarm(), wrong}));
+        intake_.accept(Json::array({smallestAlarm(), smallestAlarm(), wrong}));
     });
     EXPECT_EQ(why.rfind("alarm 3 of 3: perceivedSeverity", 0), 0u) << why;
-    const Json answer = intake_.take(smallestAlarm());
+    const Json answer = intake_.accept(smallestAlarm());
     EXPECT_EQ(nextId(), answer["firstNotificationId"]) << "the next one is the first to come";
     EXPECT_FALSE(hasEvent());
 }
 
 TEST_F(AlarmIntakeTest, EmptyRequestRaisesNoAlarm) {
-    EXPECT_EQ(intake_.take(Json::array()).dump(), R"({"taken":0})");
+    EXPECT_EQ(intake_.accept(Json::array()).dump(), R"({"taken":0})");
 }
 
 TEST_F(AlarmIntakeTest, IdsOfSeveralCallersGrowInTheOrderOfTheEvents) {
@@ -127,7 +127,7 @@ TEST_F(AlarmIntakeTest, IdsOfSeveralCallersGrowInTheOrderOfTheEvents) {
     for (int i = 0; i < kCallers; ++i)
         callers.emplace_back([this] {
             for (int j = 0; j < kEach; ++j)
-                intake_.take(smallestAlarm());
+                intake_.accept(smallestAlarm());
         });
     for (std::thread& caller : callers)
         caller.join();
@@ -145,7 +145,7 @@ TEST(AlarmIntakeAfterARestart, ContinuesWithHigherIds) {
     ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
     ASSERT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
     const auto lastIdOf = [](AlarmIntake& intake) {
-        const Json answer = intake.take(Json::array({smallestAlarm(), smallestAlarm()}));
+        const Json answer = intake.accept(Json::array({smallestAlarm(), smallestAlarm()}));
         return std::stoull(answer["lastNotificationId"].get<std::string>());
     };
     std::optional<AlarmIntake> intake(std::in_place);
@@ -159,7 +159,7 @@ TEST(AlarmIntakeAfterARestart, ContinuesWithHigherIds) {
 
 TEST(AlarmIntakeWithoutAChannel, ReportsThatItCannotAcceptAlarmsNow) {
     AlarmIntake intake;
-    EXPECT_EQ(refusal([&] { intake.take(smallestAlarm()); }, admin::RequestError::kUnavailable),
+    EXPECT_EQ(refusal([&] { intake.accept(smallestAlarm()); }, admin::RequestError::kUnavailable),
               "there is no notification channel now, no alarm was taken");
     NS_CORBA::SuppilerMgr::Destroy();
 }

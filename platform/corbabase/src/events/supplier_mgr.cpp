@@ -83,7 +83,7 @@ std::unique_ptr<AlarmLogWriter> openAlarmLog(AlarmLogWriter::Format format) {
     }
 }
 
-void offer(EventChannel_ptr channel) {
+void publishChannel(EventChannel_ptr channel) {
     EventMgr::Instance()->SetEventChannel(channel);
 }
 
@@ -95,14 +95,14 @@ std::shared_ptr<EventChannelLink> makeLink(CORBA::ORB_ptr orb,
     if (config.text("notification.mode") == kEmbedded) {
         const auto made = std::make_shared<EmbeddedLink>(orb, losses);
         const EventChannel_var reference = made->reference();
-        offer(reference.in());
+        publishChannel(reference.in());
         return made;
     }
     ExternalLink::Surroundings around;
     around.orb = CORBA::ORB::_duplicate(orb);
     around.timeout = std::chrono::seconds(config.integer("notification.push_timeout_s"));
     around.address = notificationServiceAddress;
-    around.found = offer;
+    around.found = publishChannel;
     return std::make_shared<ExternalLink>(std::move(around));
 }
 
@@ -207,7 +207,7 @@ int SuppilerMgr::Start(int mode) {
         point();
         TaTrace("[SuppilerMgr::Start] The event channel could not be made: %s", failure.what());
     }
-    offer(EventChannel::_nil());
+    publishChannel(EventChannel::_nil());
     return -1;
 }
 
@@ -219,10 +219,10 @@ void SuppilerMgr::ExitThread() {
     }
     if (!ending)
         return;
-    offer(EventChannel::_nil());
+    publishChannel(EventChannel::_nil());
     ending->stop();
     // an external channel may have been found meanwhile
-    offer(EventChannel::_nil());
+    publishChannel(EventChannel::_nil());
 }
 
 bool SuppilerMgr::check_channel_valid() {

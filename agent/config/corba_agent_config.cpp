@@ -3,12 +3,12 @@
 #include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/trace.h>
 
 #include <optional>
 #include <variant>
 
-#include "util/lazy_instance.h"
 #include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kSubject = "corbaagentconfig";
 
-constinit LazyInstance<CorbaAgentConfig> config;
+constinit NS_CORBA::LazyInstance<CorbaAgentConfig> config;
 
 std::string copyOf(const std::string& text, ACE_Thread_Mutex& mutex) {
     const ACE_Guard<ACE_Thread_Mutex> guard(mutex);

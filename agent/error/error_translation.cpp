@@ -4,13 +4,13 @@
 #include <kelp/bundlemgr/bundle_mgr.h>
 #include <kelp/bundlemgr/exceptions.h>
 #include <kelp/bundlemgr/service_object.h>
+#include <kelp/corbabase/lazy_instance.h>
 
 #include <atomic>
 #include <cstdio>
 #include <mutex>
 
 #include "error/error_translator.h"
-#include "util/lazy_instance.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -79,7 +79,7 @@ const NS_BUNDLEMGR1::ErrorCodeBufIf& errorCatalogue() {
     return *catalogue;
 }
 
-constinit LazyInstance<KelpErrTranslator> translator;
+constinit NS_CORBA::LazyInstance<KelpErrTranslator> translator;
 
 }  // namespace
 

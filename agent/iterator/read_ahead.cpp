@@ -1,6 +1,7 @@
 #include <kelp/agent/read_ahead.h>
 #include <kelp/appmgr/task_mgr.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/never_destroyed.h>
 #include <kelp/orb/request.h>
 #include <kelp/util/mutex.h>
 
@@ -8,7 +9,6 @@
 #include <map>
 #include <vector>
 
-#include "util/never_destroyed.h"
 #include "util/task_mgr_type.h"
 
 namespace NS_KELPCORBA {
@@ -26,7 +26,7 @@ struct Places {
 
 // never destroyed: a reader may outlive main
 Places& places() {
-    static NeverDestroyed<Places> instance;
+    static NS_CORBA::NeverDestroyed<Places> instance;
     return instance.value;
 }
 
@@ -36,7 +36,7 @@ struct Holders {
 };
 
 Holders& holders() {
-    static NeverDestroyed<Holders> instance;
+    static NS_CORBA::NeverDestroyed<Holders> instance;
     return instance.value;
 }
 

@@ -1,20 +1,18 @@
 #include "session/ems_session_factory_impl.h"
 
 #include <ace/Guard_T.h>
-#include <ace/Recursive_Thread_Mutex.h>
-#include <ace/Static_Object_Lock.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/error_translation.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/ior_parser.h>
+#include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/ref_count.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/orb/poas.h>
 #include <kelp/orb/request.h>
 #include <kelp/util/secret.h>
 
-#include <atomic>
 #include <chrono>
 #include <exception>
 #include <new>
@@ -37,7 +35,7 @@ constexpr int kReleaseByLimit = 1;
 
 using CountedSession = NS_CORBA::RefCount_OneParameter<EmsSession_IImpl, SessionSource*>;
 
-std::atomic<EmsSessionFactory_IImpl*> theFactory{nullptr};
+constinit NS_CORBA::LazyInstance<EmsSessionFactory_IImpl> theFactory;
 
 NS_CORBA::CorbaSecurityMgr& security() {
     return *NS_CORBA::CorbaSecurityMgr::Instance();
@@ -136,18 +134,11 @@ struct EmsSessionFactory_IImpl::LogIn {
 };
 
 EmsSessionFactory_IImpl* EmsSessionFactory_IImpl::Instance() {
-    if (EmsSessionFactory_IImpl* factory = theFactory.load())
-        return factory;
-    ACE_GUARD_RETURN(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance(),
-                     theFactory.load());
-    if (theFactory.load() == nullptr)
-        theFactory = new EmsSessionFactory_IImpl;
-    return theFactory.load();
+    return theFactory.get([] { return new EmsSessionFactory_IImpl; });
 }
 
 void EmsSessionFactory_IImpl::Destroy() {
-    if (EmsSessionFactory_IImpl* factory = theFactory.exchange(nullptr))
-        factory->_remove_ref();
+    theFactory.destroy([](EmsSessionFactory_IImpl* factory) { factory->_remove_ref(); });
 }
 
 char* EmsSessionFactory_IImpl::getVersion() {

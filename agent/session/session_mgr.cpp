@@ -1,11 +1,9 @@
 // The session manager's start and stop.
 
-#include <ace/Guard_T.h>
-#include <ace/Recursive_Thread_Mutex.h>
-#include <ace/Static_Object_Lock.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/lazy_instance.h>
 
 #include "iterator/iterator_list.h"
 #include "session/event_loss_state.h"
@@ -23,22 +21,16 @@ constexpr const char* kSubject = "sessionmgr";
 /// How long Destroy waits for waiting threads that the stop has woken. They only have to return.
 constexpr int kWaitingThreadsLeaveSeconds = 15;
 
+constinit NS_CORBA::LazyInstance<SessionMgr> theInstance;
+
 }  // namespace
 
-SessionMgr* SessionMgr::m_pInstance = nullptr;
-
 SessionMgr* SessionMgr::Instance() {
-    if (SessionMgr* instance = Existing())
-        return instance;
-    ACE_GUARD_RETURN(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance(),
-                     Existing());
-    if (m_pInstance == nullptr)
-        __atomic_store_n(&m_pInstance, new SessionMgr, __ATOMIC_RELEASE);
-    return m_pInstance;
+    return theInstance.get([] { return new SessionMgr; });
 }
 
 SessionMgr* SessionMgr::Existing() {
-    return __atomic_load_n(&m_pInstance, __ATOMIC_ACQUIRE);
+    return theInstance.existing();
 }
 
 SessionMgr::SessionMgr()
@@ -135,13 +127,11 @@ void SessionMgr::Destroy() {
             "[SessionMgr::Destroy] Waiting threads have not ended, the session manager stays!");
         return;
     }
-    ACE_GUARD(ACE_Recursive_Thread_Mutex, lock, *ACE_Static_Object_Lock::instance());
-    if (Existing() != instance)
-        return;
-    instance->servants_->clear();
-    instance->sessions_->logOutAll();
-    __atomic_store_n(&m_pInstance, static_cast<SessionMgr*>(nullptr), __ATOMIC_RELEASE);
-    delete instance;
+    const auto release = [](SessionMgr* made) {
+        made->servants_->clear();
+        made->sessions_->logOutAll();
+    };
+    theInstance.destroy(instance, release, [](SessionMgr* made) { delete made; });
 }
 
 void SessionMgr::DeregisterUserStateHandler() {

@@ -12,9 +12,6 @@
 
 namespace NS_KELPCORBA {
 
-template <class T>
-class LazyInstance;
-
 /// The agent's own northbound options, from the [agent] table of the configuration, and the
 /// reference of the session factory. This class only stores the options. The bundles of the agent
 /// decide what each of them means.

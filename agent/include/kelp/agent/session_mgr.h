@@ -189,8 +189,6 @@ class SessionMgr : public ACE_Task_Base {
     /// The time by which all NMS together must have been notified of the stop. Empty before the
     /// first check of the stop. Used only where a check begins, by one thread at a time.
     std::optional<std::chrono::steady_clock::time_point> exitDeadline_;
-
-    static SessionMgr* m_pInstance;
 };
 
 }  // namespace NS_KELPCORBA

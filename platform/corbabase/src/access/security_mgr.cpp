@@ -1,5 +1,6 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/corbabase/user_database.h>
@@ -18,7 +19,6 @@
 #include "access/live_logins.h"
 #include "access/login_throttle.h"
 #include "access/session_name_parts.h"
-#include "orb/singleton.h"
 #include "users/oss_networks.h"
 #include "users/subject_name.h"
 
@@ -32,7 +32,7 @@ using kelp::util::MutexLock;
 constexpr const char* kFile = "corbasecuritymgr";
 constexpr int kUnknownUser = -1;
 
-std::atomic<CorbaSecurityMgr*> theInstance{nullptr};
+constinit LazyInstance<CorbaSecurityMgr> theInstance;
 
 void traceUnusable(const char* operation, const std::exception& failure) {
     GetTss()->Set(kFile, "unknown", __LINE__);
@@ -277,11 +277,11 @@ CorbaSecurityMgr::CorbaSecurityMgr() : state_(std::make_unique<State>()) {}
 CorbaSecurityMgr::~CorbaSecurityMgr() = default;
 
 CorbaSecurityMgr* CorbaSecurityMgr::Instance() {
-    return lazyInstance(theInstance, [] { return new CorbaSecurityMgr; });
+    return theInstance.get([] { return new CorbaSecurityMgr; });
 }
 
 void CorbaSecurityMgr::Destroy() {
-    dropInstance(theInstance, [](CorbaSecurityMgr* instance) { delete instance; });
+    theInstance.destroy([](CorbaSecurityMgr* instance) { delete instance; });
 }
 
 bool CorbaSecurityMgr::Init() {

@@ -1,4 +1,5 @@
 #include <kelp/corbabase/asyn_notify_mgr.h>
+#include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/mutex.h>
 #include <kelp/util/stopping.h>
@@ -10,8 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "orb/singleton.h"
-
 namespace NS_CORBA {
 
 namespace {
@@ -19,7 +18,7 @@ namespace {
 using kelp::util::MutexLock;
 using kelp::util::MutexUnlock;
 
-std::atomic<AsynNotifyMgr*> theInstance{nullptr};
+constinit LazyInstance<AsynNotifyMgr> theInstance;
 
 // Tasks are rare: 1000 waiting ones mean that something hangs.
 constexpr std::size_t kQueueMax = 1000;
@@ -105,11 +104,11 @@ AsynNotifyMgr::~AsynNotifyMgr() {
 }
 
 AsynNotifyMgr* AsynNotifyMgr::Instance() {
-    return lazyInstance(theInstance, [] { return new AsynNotifyMgr; });
+    return theInstance.get([] { return new AsynNotifyMgr; });
 }
 
 void AsynNotifyMgr::Destroy() {
-    dropInstance(theInstance, [](AsynNotifyMgr* instance) { delete instance; });
+    theInstance.destroy([](AsynNotifyMgr* instance) { delete instance; });
 }
 
 bool AsynNotifyMgr::Init() {

@@ -1,7 +1,6 @@
 #include <kelp/corbabase/event_mgr.h>
+#include <kelp/corbabase/lazy_instance.h>
 #include <kelp/util/mutex.h>
-
-#include "orb/singleton.h"
 
 namespace NS_CORBA {
 
@@ -10,7 +9,7 @@ namespace {
 using kelp::util::LockRank;
 using kelp::util::MutexLock;
 
-std::atomic<EventMgr*> theInstance{nullptr};
+constinit LazyInstance<EventMgr> theInstance;
 
 }  // namespace
 
@@ -23,11 +22,11 @@ EventMgr::EventMgr() : state_(std::make_unique<State>()) {}
 EventMgr::~EventMgr() = default;
 
 EventMgr* EventMgr::Instance() {
-    return lazyInstance(theInstance, [] { return new EventMgr; });
+    return theInstance.get([] { return new EventMgr; });
 }
 
 void EventMgr::Destroy() {
-    dropInstance(theInstance, [](EventMgr* instance) { delete instance; });
+    theInstance.destroy([](EventMgr* instance) { delete instance; });
 }
 
 CosNotifyChannelAdmin::EventChannel_ptr EventMgr::GetEventChannel() const {

@@ -1,5 +1,6 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/event_mgr.h>
+#include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/supplier_mgr.h>
 #include <kelp/corbabase/time_text.h>
 #include <kelp/corbabase/trace.h>
@@ -17,7 +18,6 @@
 #include "events/loss_tracker.h"
 #include "events/notification_address.h"
 #include "orb/orb_life.h"
-#include "orb/singleton.h"
 
 namespace NS_CORBA {
 
@@ -30,7 +30,7 @@ using kelp::util::LockRank;
 using kelp::util::MutexLock;
 using NS_BUNDLEMGR1::ConfigStore;
 
-std::atomic<SuppilerMgr*> theInstance{nullptr};
+constinit LazyInstance<SuppilerMgr> theInstance;
 constexpr int kConfiguredMode = 0;
 constexpr const char* kEmbedded = "embedded";
 /// Maximum number of alarms that wait for the alarm log's disk. A working disk never falls that far
@@ -149,11 +149,11 @@ SuppilerMgr::~SuppilerMgr() {
 }
 
 SuppilerMgr* SuppilerMgr::Instance() {
-    return lazyInstance(theInstance, [] { return new SuppilerMgr; });
+    return theInstance.get([] { return new SuppilerMgr; });
 }
 
 void SuppilerMgr::Destroy() {
-    dropInstance(theInstance, [](SuppilerMgr* instance) { delete instance; });
+    theInstance.destroy([](SuppilerMgr* instance) { delete instance; });
 }
 
 void SuppilerMgr::SetCallBack(CallBackProcessBase* callBack) {

@@ -1,10 +1,11 @@
 #pragma once
 
-namespace NS_KELPCORBA {
+namespace NS_CORBA {
 
 /// A static object whose destructor never runs, so that threads that outlive main may still use it.
-/// Its storage is the module's static data, which is freed when the module is unloaded. Memory that
-/// the object has allocated and still holds then is lost.
+/// Unlike LazyInstance, it cannot be destroyed and needs no memory beyond the module's static data,
+/// which is freed when the module is unloaded. Memory that the object has allocated and still holds
+/// then is lost.
 template <class T>
 union NeverDestroyed {
     T value;
@@ -15,4 +16,4 @@ union NeverDestroyed {
     NeverDestroyed& operator=(const NeverDestroyed&) = delete;
 };
 
-}  // namespace NS_KELPCORBA
+}  // namespace NS_CORBA

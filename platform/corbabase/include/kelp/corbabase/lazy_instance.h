@@ -6,7 +6,7 @@
 
 #include <atomic>
 
-namespace NS_KELPCORBA {
+namespace NS_CORBA {
 
 /// Holds a process-wide object that is made on first use and destroyed on request. Making and
 /// destroying happen under the process's static-object lock; get() of an existing object takes no
@@ -19,16 +19,20 @@ class LazyInstance {
     /// taken.
     template <class Make>
     T* get(Make make) {
-        if (T* made = object_.load(std::memory_order_acquire))
+        if (T* made = existing())
             return made;
         ACE_GUARD_RETURN(ACE_Recursive_Thread_Mutex, guard, *ACE_Static_Object_Lock::instance(),
-                         object_.load());
+                         existing());
         if (object_.load(std::memory_order_relaxed) == nullptr)
             object_.store(make(), std::memory_order_release);
         return object_.load(std::memory_order_relaxed);
     }
 
-    /// Pass the object to `end`, which deletes it, if it exists. The next `get` makes a new one.
+    /// Return the object, or null when there is none.
+    T* existing() const { return object_.load(std::memory_order_acquire); }
+
+    /// Pass the object to `end`, which deletes it, if it exists. The next `get` makes a new one,
+    /// even while `end` runs.
     template <class End>
     void destroy(End end) {
         ACE_GUARD(ACE_Recursive_Thread_Mutex, guard, *ACE_Static_Object_Lock::instance());
@@ -36,8 +40,21 @@ class LazyInstance {
             end(made);
     }
 
+    /// Destroy the object in two steps, if it is still `expected`: `prepare` runs while get() still
+    /// returns it, and `end` deletes it. Both are passed the object.
+    template <class Prepare, class End>
+    void destroy(const T* expected, Prepare prepare, End end) {
+        ACE_GUARD(ACE_Recursive_Thread_Mutex, guard, *ACE_Static_Object_Lock::instance());
+        T* const made = existing();
+        if (made == nullptr || made != expected)
+            return;
+        prepare(made);
+        object_.store(nullptr, std::memory_order_release);
+        end(made);
+    }
+
   private:
     std::atomic<T*> object_{nullptr};
 };
 
-}  // namespace NS_KELPCORBA
+}  // namespace NS_CORBA

@@ -1,13 +1,12 @@
 #include "adapter/servant_locator.h"
 
 #include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/poas.h>
 #include <mtnm/common.h>
 
 #include <optional>
 #include <string_view>
-
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -30,7 +29,7 @@ PortableServer::Servant TAServantLocator::preinvoke(const PortableServer::Object
                                                     PortableServer::POA_ptr adapter,
                                                     const char* operation, void*& /*cookie*/) {
     if (CORBA::is_nil(adapter) || operation == nullptr) {
-        tracePoint("sessionsource");
+        NS_CORBA::tracePoint("sessionsource");
         NS_CORBA::TaTrace("[preinvoke] exception for input parameter is null!");
         return nullptr;
     }

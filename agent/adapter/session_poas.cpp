@@ -3,6 +3,7 @@
 
 #include <ace/Guard_T.h>
 #include <kelp/agent/error_translation.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/poas.h>
 
@@ -13,7 +14,6 @@
 #include "adapter/servant_locator.h"
 #include "adapter/session_source.h"
 #include "adapter/top_poa_names.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -80,7 +80,7 @@ class PolicyList {
 PortableServer::POA_ptr createPoa(PortableServer::POA_ptr parent, const std::string& name,
                                   const PoaPolicies& policies) {
     if (CORBA::is_nil(parent)) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[create_ServantLocator_poa] exception for input parameter is null!");
         return PortableServer::POA::_nil();
     }
@@ -90,12 +90,12 @@ PortableServer::POA_ptr createPoa(PortableServer::POA_ptr parent, const std::str
         try {
             return parent->create_POA(name.c_str(), manager.in(), policyList.list());
         } catch (const PortableServer::POA::AdapterAlreadyExists&) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("%s", policies.alreadyExists);
             return parent->find_POA(name.c_str(), false);
         }
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, policies.systemException);
         return PortableServer::POA::_nil();
     }
@@ -116,7 +116,7 @@ void destroyQuietly(PortableServer::POA_ptr poa, const char* debugFormat) {
     try {
         kelp::orb::beginDestroy(poa);
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(1, debugFormat, kelp::orb::exceptionText(ex).c_str());
     }
 }
@@ -127,7 +127,7 @@ unsigned long SessionSource::init(PortableServer::POA_ptr rootPoa) {
     try {
         return makeTree(rootPoa);
     } catch (const std::exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionSource::init] The POAs could not be made: %s", ex.what());
         destroyRemains(rootPoa);
         return kInternalFailure;
@@ -147,10 +147,10 @@ void SessionSource::destroyRemains(PortableServer::POA_ptr rootPoa) {
     } catch (const PortableServer::POA::AdapterNonExistent&) {
         // makeTree has not made it
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SessionSource::init] Exception caught in destroy POA!");
     } catch (const std::exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionSource::init] Exception caught in destroy POA! %s", ex.what());
     }
     giveUpName();
@@ -158,14 +158,14 @@ void SessionSource::destroyRemains(PortableServer::POA_ptr rootPoa) {
 
 unsigned long SessionSource::makeTree(PortableServer::POA_ptr rootPoa) {
     if (!claimName()) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::init] The POA of this name belongs to another live session!");
         return kInternalFailure;
     }
     const PortableServer::POA_var top = create_ServantLocator_poa(rootPoa, sessionName_);
     if (CORBA::is_nil(top.in())) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::init] create_ServantLocator_poa returned a nil POA object!");
         giveUpName();
@@ -175,12 +175,12 @@ unsigned long SessionSource::makeTree(PortableServer::POA_ptr rootPoa) {
     SetServantIterator(top.in(), &token_);
     const PortableServer::POA_var session = create_session_poa(top.in(), "session");
     if (CORBA::is_nil(session.in())) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionSource::init] create_session_poa returned a nil POA object!");
         try {
             destroyAdapters(top.in());
         } catch (const CORBA::Exception& ex) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaException(ex, "[SessionSource::init] Exception caught in destroy POA!");
         }
         return kInternalFailure;
@@ -232,7 +232,7 @@ unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa,
         auto* const made = new (std::nothrow) TAServantLocator(TAServantLocator::Ending::IsTold);
         const PortableServer::ServantLocator_var locator = made;
         if (made == nullptr) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(
                 1, "[SessionSource::SetServantLocator] Call TAServantLocator::create() failed");
             kelp::orb::beginDestroy(poa);
@@ -243,7 +243,7 @@ unsigned long SessionSource::SetServantLocator(PortableServer::POA_ptr poa,
         poa->set_servant_manager(locator.in());
         return 0;
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(
             1,
             "[SessionSource::SetServantLocator] Exception raised during set_servant_manager, ex=%s",
@@ -256,7 +256,7 @@ unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top,
                                                 const NS_CORBA::SessionToken* token) {
     const PortableServer::POA_var it = create_iterator_poa(top, "iterator");
     if (CORBA::is_nil(it.in())) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebug(1,
                           "[SessionSource::SetServantIterator] Call create_iterator_poa returned a "
                           "nil POA object");
@@ -271,7 +271,7 @@ unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top,
         auto* const made = new (std::nothrow) IteratorServantActivator;
         const PortableServer::ServantActivator_var activator = made;
         if (made == nullptr) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(
                 1, "[SessionSource::SetServantIterator] IteratorServantActivator::create() failed");
             kelp::orb::beginDestroy(top);
@@ -282,7 +282,7 @@ unsigned long SessionSource::SetServantIterator(PortableServer::POA_ptr top,
         it->set_servant_manager(activator.in());
         return 0;
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(
             1,
             "[SessionSource::SetServantIterator] Exception raised during set_servant_manager ex=%s",
@@ -295,13 +295,13 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa,
                                               PortableServer::POA_ptr parent,
                                               const std::string& name) {
     if (CORBA::is_nil(parent)) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[CreateServantPoa] parent poa is nil object!");
         return kInternalFailure;
     }
     PortableServer::POA_var made = create_ServantLocator_poa(parent, name);
     if (CORBA::is_nil(made.in())) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[CreateServantPoa] create_ServantLocator_poa returned a nil POA object!");
         return kInternalFailure;
@@ -310,7 +310,7 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa,
         if (!isEquipped<TAServantLocator>(made.in(), nullptr)) {
             const PortableServer::ServantLocator_var locator = new (std::nothrow) TAServantLocator;
             if (CORBA::is_nil(locator.in())) {
-                tracePoint(kSubject);
+                NS_CORBA::tracePoint(kSubject);
                 NS_CORBA::TaTrace("[CreateServantPoa] TAServantLocator::create() failed!");
                 kelp::orb::beginDestroy(made.in());
                 return kInternalFailure;
@@ -318,7 +318,7 @@ unsigned long SessionSource::CreateServantPoa(PortableServer::POA_var& poa,
             made->set_servant_manager(locator.in());
         }
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex,
                               "[CreateServantPoa] Exception raised during set_servant_manager()!");
         return kInternalFailure;
@@ -346,13 +346,13 @@ CORBA::Object_ptr SessionSource::create_object_reference(PortableServer::POA_ptr
                                                          const char* repositoryId) {
     try {
         if (CORBA::is_nil(poa)) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionSource::create_object_reference] get_POA return a nil POA!");
             return CORBA::Object::_nil();
         }
         return poa->create_reference_with_id(id, repositoryId);
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex,
                               "[SessionSource::create_object_reference] Exception caught during "
                               "create_reference_with_id!");

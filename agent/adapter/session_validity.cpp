@@ -2,11 +2,11 @@
 
 #include <ace/Guard_T.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 
 #include "adapter/session_check.h"
 #include "adapter/session_source.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -132,7 +132,7 @@ void SessionCheck::concludeEnd() const {
     try {
         requireAnswer();
     } catch (...) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::check_valid]Exception raised during endSession,user<%s>,ip<%s>.==>%s",
             source_.get_user_name().c_str(), source_.get_ip_and_port().c_str(),
@@ -145,7 +145,7 @@ void SessionCheck::concludePing() {
         requireAnswer();
         source_.pingSucceeded();
     } catch (...) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::check_valid] Exception raised during PING "
             "operation,user<%s>,ip<%s>.==>%s",
@@ -166,11 +166,11 @@ void SessionCheck::concludeRelay() {
         source_.setEventLossCleared(loss_.cleared);
     } catch (const CORBA::Exception& ex) {
         source_.pingFailed(hasCalled_);
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, text);
     } catch (...) {
         source_.pingFailed(hasCalled_);
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("%s %s", text, currentText().c_str());
     }
 }
@@ -228,7 +228,7 @@ int SessionSource::tearDown() {
     const PortableServer::POA_var poa = get_POA();
     if (CORBA::is_nil(poa.in()))
         return -1;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[SessionSource::check_valid]Detect nmsSession failed or ems wants exit, now EMS will "
         "destroy "
@@ -238,7 +238,7 @@ int SessionSource::tearDown() {
     try {
         destroyAdapters(poa.in());
     } catch (...) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionSource::check_valid]Exception raised during destroy session "
             "resource,user<%s>,ip<%s>.==>%s",

@@ -9,8 +9,6 @@
 #include <optional>
 #include <variant>
 
-#include "util/trace_point.h"
-
 namespace NS_KELPCORBA {
 namespace {
 
@@ -24,7 +22,7 @@ std::string copyOf(const std::string& text, ACE_Thread_Mutex& mutex) {
 }
 
 void traceReportSubnet(std::int32_t value) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebugWithPara(3, "[CorbaAgentConfig::GetOption] Get IsReportSubnet is %d!", value);
 }
 
@@ -107,7 +105,7 @@ bool CorbaAgentConfig::GetOption() {
         if (option.fallback)
             option.store(*this, *option.fallback);
         if (option.nameInTrace != nullptr) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(2, (std::string("[CorbaAgentConfig::GetOption] Get ") +
                                   option.nameInTrace + " failed!")
                                      .c_str());

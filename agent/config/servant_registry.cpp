@@ -11,7 +11,6 @@
 #include <kelp/orb/orb.h>
 
 #include "session/ems_session_factory_impl.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -37,7 +36,7 @@ void publishShortKey(CORBA::Object_ptr factory) {
     try {
         kelp::orb::publishKey(orb.in(), kShortKey, EmsSessionFactory_IImpl::Instance(), factory);
     } catch (const CORBA::BAD_PARAM&) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(
             1, "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] The key %s is in use", kShortKey);
     }
@@ -49,7 +48,7 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
     try {
         emsSessionFactory::EmsSessionFactory_I_var factory = activateSessionFactory();
         if (CORBA::is_nil(factory.in())) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace(
                 "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Call get_persistent_ref "
                 "EMSSessionFactory "
@@ -61,14 +60,14 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
         sessionFactory_ = factory;
         return true;
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch "
             "exception: "
             "%s\n",
             kelp::orb::exceptionText(ex).c_str());
     } catch (...) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[CorbaAgentConfig::InitEmsSessionFactoryIImplObj] Create EMSSessionFactory catch unk "
             "exception\n");
@@ -83,7 +82,7 @@ emsSessionFactory::EmsSessionFactory_I_ptr CorbaAgentConfig::GetEmsSessionFactor
 
 void CorbaAgentConfig::RegisterServant(const char* name, POA_common::Common_I* servant) {
     if (name == nullptr || servant == nullptr) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebug(1, "[CorbaAgentConfig::RegisterServant] Name or servant is null!");
         return;
     }

@@ -8,7 +8,6 @@
 #include <kelp/orb/orb.h>
 
 #include "config/rereading.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -17,7 +16,7 @@ constexpr const char* kSubject = "agentserverfacade";
 constexpr const char* kBundleName = "mx_kelp_corbaagent_bundle";
 
 int serverFailed(const char* reason, int line = __builtin_LINE()) {
-    tracePoint(kSubject, line);
+    NS_CORBA::tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s", reason);
     return -1;
 }
@@ -29,17 +28,17 @@ int holdCallers() {
     if (CORBA::is_nil(manager.in()))
         return serverFailed("[AgentServerFacade::Init] poaMgr is NULL!");
 
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[AgentServerFacade::Init] begin POAManager state\n");
     const auto state = manager->get_state();
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[AgentServerFacade::Init] end POAManager state = %d\n",
                       static_cast<int>(state));
 
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[AgentServerFacade::Init] begin hold_requests\n");
     kelp::orb::holdCallers(manager.in());
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[AgentServerFacade::Init] end hold_requests\n");
     return 0;
 }
@@ -64,7 +63,7 @@ int AgentServerFacade::Init() {
         if (prepare() != 0)
             return -1;
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[AgentServerFacade::Init] Raised during hold_requests!");
         return -1;
     }

@@ -6,8 +6,6 @@
 #include <exception>
 #include <string>
 
-#include "util/trace_point.h"
-
 namespace NS_KELPCORBA {
 
 /// Run one step of the start or stop. Trace an exception under `operation` and let it go no
@@ -18,13 +16,13 @@ bool contained(const char* subject, const std::string& operation, Step step) {
         step();
         return true;
     } catch (const CORBA::Exception& ex) {
-        tracePoint(subject);
+        NS_CORBA::tracePoint(subject);
         NS_CORBA::TaException(ex, (operation + " Exception raised!").c_str());
     } catch (const std::exception& ex) {
-        tracePoint(subject);
+        NS_CORBA::tracePoint(subject);
         NS_CORBA::TaTrace("%s Exception raised! %s", operation.c_str(), ex.what());
     } catch (...) {
-        tracePoint(subject);
+        NS_CORBA::tracePoint(subject);
         NS_CORBA::TaTrace("%s Unknown exception raised!", operation.c_str());
     }
     return false;

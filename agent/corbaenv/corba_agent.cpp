@@ -41,7 +41,7 @@ Corba_Request_InterceptorImpl requestInterceptor;
 SuppilerMgrCallBack supplierCallBack;
 
 void say(const char* text, int line = __builtin_LINE()) {
-    tracePoint(kSubject, line);
+    NS_CORBA::tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s", text);
 }
 
@@ -62,7 +62,7 @@ bool startManagerInterfaces() {
     const std::optional<std::string> notStarted = ManagerInterfaces().Init();
     if (!notStarted)
         return true;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initialize Corba Interface: %s failed!",
                       notStarted->c_str());
     return false;

@@ -20,7 +20,7 @@ constexpr const char* kInterfaceKey = "NULLServiceInterface";
 constexpr int kTaskMgrWorkers = 2;
 
 int moduleFailed(const char* reason, int line = __builtin_LINE()) {
-    tracePoint(kSubject, line);
+    NS_CORBA::tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s", reason);
     return -1;
 }

@@ -36,7 +36,7 @@ ManagerInterfaces::ManagerInterfaces() {
 std::optional<std::string> ManagerInterfaces::Init() {
     for (const auto& [order, each] : byOrder_) {
         const std::string name = nameOf(*each);
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[CorbaAgentFacade::Init] Initializing Corba Interface: %s!",
                           name.c_str());
         bool runs = false;
@@ -56,7 +56,7 @@ void ManagerInterfaces::ExitThreads() {
 void ManagerInterfaces::Destroy() {
     for (auto each = byOrder_.rbegin(); each != byOrder_.rend(); ++each) {
         contained(kSubject, "[CorbaAgentFacade::Fini]", [&] {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[CorbaAgentFacade::Fini] Destroy Corba Interface: %s!",
                               nameOf(*each->second).c_str());
             each->second->Destroy();

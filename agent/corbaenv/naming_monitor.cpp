@@ -15,7 +15,6 @@
 
 #include "util/agent_state.h"
 #include "util/base_config.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -36,7 +35,7 @@ std::string textOf(CORBA::Object_ptr reference) {
 }
 
 void trace(const char* text, const CORBA::Exception& reason, int line = __builtin_LINE()) {
-    tracePoint(kSubject, line);
+    NS_CORBA::tracePoint(kSubject, line);
     NS_CORBA::TaTrace("%s%s", text, kelp::orb::exceptionText(reason).c_str());
 }
 
@@ -103,7 +102,7 @@ bool NamingMonitor::FindRootContext(bool ssl) {
     root_ = baseConfig().NamingRoot(address);
     if (!CORBA::is_nil(root_.in()))
         return true;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[Monitor Thread] Root Context is nil!");
     return false;
 }
@@ -118,7 +117,7 @@ void NamingMonitor::CheckEntry() {
     }
     // never call the foreign entry: whoever put it there would learn what we do, or could make us
     // call any address
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[Monitor Thread] invalid emssessionfactory ior detected in NamingService! "
         "Now try to re-register it.");
@@ -126,7 +125,7 @@ void NamingMonitor::CheckEntry() {
 }
 
 bool NamingMonitor::Register() {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("%s", addressTrace_.c_str());
     registered_ = false;
     // a round that outlasts the stop must not bind again what the stop has unbound
@@ -141,7 +140,7 @@ std::string NamingMonitor::AddressOf(const std::string& host, int port, bool ssl
 
 ACE_THR_FUNC_RETURN NamingMonitor::Run(void*) {
     if (!kelp::orb::setThreadTimeout(kCallLimit)) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebug(1, "[Monitor Thread] the call time-out could not be set!");
     }
     const emsSessionFactory::EmsSessionFactory_I_var own =
@@ -152,7 +151,7 @@ ACE_THR_FUNC_RETURN NamingMonitor::Run(void*) {
             ReadAheadHolders::dropStale(std::chrono::steady_clock::now());
             monitor.Round();
         } catch (const std::exception& ex) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[Monitor Thread] the round failed: %s", ex.what());
         }
     }

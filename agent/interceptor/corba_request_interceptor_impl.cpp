@@ -4,6 +4,7 @@
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/operation_record.h>
 #include <kelp/corbabase/session_callers.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/poas.h>
 #include <kelp/util/thread_context.h>
 #include <pthread.h>
@@ -15,7 +16,6 @@
 #include "session/ems_session_impl.h"
 #include "util/base_config.h"
 #include "util/servant_ref.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -59,7 +59,7 @@ void Corba_Request_InterceptorImpl::SetThreadContext(const kelp::orb::RequestInf
     if (ri != nullptr) {
         info.SetInterfaceName(ri->operationName());
     } else {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebugWithPara(1, "[SetThreadContext] ri is null");
     }
     NS_UTIL::ThreadContextMgr::Instance()->SetThreadContext(info);
@@ -82,13 +82,13 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
             clientKey = clientKeyOf(*ri);
         NS_CORBA::TaWriteOperLog(ri, 0);
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(
             ex,
             "[Server_Request_Interceptor::receive_request] get CORBA exception while writing "
             "request operation log !");
     } catch (...) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebug(0,
                           "[Server_Request_Interceptor::receive_request] get unknow excpetion "
                           "while writing request "
@@ -101,7 +101,7 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
 void Corba_Request_InterceptorImpl::refuse(const kelp::orb::RequestInfo* ri) {
     SetThreadContext(ri);
     const kelp::orb::PeerAddress peer = ri != nullptr ? ri->peer() : kelp::orb::currentPeer();
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebugWithPara(
         1, "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:%s",
         peer.text.empty() ? "0.0.0.0" : peer.text.c_str());
@@ -117,7 +117,7 @@ void Corba_Request_InterceptorImpl::requireSessionsOwn(const kelp::orb::RequestI
             // an ORB may serve objects of a dying POA as long as an older call is in progress
             throw kelp::orb::unknownObject();
         case Verdict::Stranger:
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebugWithPara(1,
                                       "[Server_Request_Interceptor::receive_request] A session is "
                                       "called from %s, not by its NMS!",

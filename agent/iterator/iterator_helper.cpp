@@ -1,9 +1,8 @@
 #include <kelp/agent/iterator_helper.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/poas.h>
-
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -11,7 +10,7 @@ namespace {
 constexpr const char* kSubject = "iteratorhelper";
 
 PortableServer::POA_ptr nothing(const char* why) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("%s", why);
     return PortableServer::POA::_nil();
 }
@@ -24,7 +23,7 @@ PortableServer::POA_ptr TAIteratorHelper::getIteratorPoa() {
         const CORBA::Object_var object = orb->resolve_initial_references("POACurrent");
         const PortableServer::Current_var current = PortableServer::Current::_narrow(object.in());
         if (CORBA::is_nil(current.in())) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(1, "[IteratorHelper::getIteratorPoa] Get a nil current POA!");
             return PortableServer::POA::_nil();
         }
@@ -36,7 +35,7 @@ PortableServer::POA_ptr TAIteratorHelper::getIteratorPoa() {
             return nothing("[IteratorHelper::getIteratorPoa] Get a nil iterator POA!");
         return iterators._retn();
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[IteratorHelper::getIteratorPoa] Exception raised!");
         return PortableServer::POA::_nil();
     }
@@ -49,24 +48,24 @@ unsigned long TAIteratorHelper::add_Iterator(PortableServer::ServantBase* iterat
 
 unsigned long TAIteratorHelper::add_Iterator(PortableServer::ServantBase* iterator,
                                              CORBA::Object_var& reference) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebug(3, "[IteratorHelper::add_Iterator] Add new iterator object!");
     return SessionMgr::Instance()->add_iterator(iterator, reference);
 }
 
 void TAIteratorHelper::deactive_object(PortableServer::ServantBase* iterator) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebug(3, "[IteratorHelper::deactive_object] Enter...!");
     try {
         const PortableServer::POA_var poa = iterator->_default_POA();
         if (CORBA::is_nil(poa.in())) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(1, "[TAIteratorHelper::deactive_object] poa is NULL");
             return;
         }
         // check this first: a dying POA may refuse to return the id
         if (kelp::orb::isDying(poa.in())) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[TAIteratorHelper::deactive_object] cleanup_in_progress is true");
             return;
         }
@@ -74,10 +73,10 @@ void TAIteratorHelper::deactive_object(PortableServer::ServantBase* iterator) {
         poa->deactivate_object(id.in());
     } catch (const CORBA::Exception& ex) {
         // the iterator is already inactive, or its session has just ended
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[IteratorHelper::deactive_object] Exception raised!");
     }
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebug(3, "[IteratorHelper::deactive_object] Exited!");
 }
 

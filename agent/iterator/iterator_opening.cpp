@@ -2,6 +2,7 @@
 
 #include <kelp/agent/error_translation.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/poas.h>
 
 #include <string>
@@ -9,7 +10,6 @@
 
 #include "adapter/iterator_activator.h"
 #include "iterator/iterator_list.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -29,14 +29,14 @@ void closeEvicted(PortableServer::ServantBase* iterator) {
     try {
         const PortableServer::POA_var poa = iterator->_default_POA();
         if (CORBA::is_nil(poa.in())) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::add_iterator] _default_POA returned nil POA object!");
         } else {
             const PortableServer::ObjectId_var id = poa->servant_to_id(iterator);
             poa->deactivate_object(id.in());
         }
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(
             ex, "[SessionMgr::add_iterator] Occurred during deactivate_object of iterator!");
     }
@@ -86,13 +86,13 @@ unsigned long reservePlace(IteratorList& list, const std::string& session, Evict
         case IteratorList::Reservation::Reserved:
             return 0;
         case IteratorList::Reservation::LockFailed:
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::add_iterator] Acquire lock failed!");
             return kRegistryFailure;
         case IteratorList::Reservation::HardLimitReached:
             break;
     }
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[SessionMgr::add_iterator] Too much iterator, EMS now starting self-protection!");
     return kTooManyOpenIterators;
@@ -107,7 +107,7 @@ unsigned long listActivated(IteratorList& list, PortableServer::ServantBase* ite
     // drops the list's reference
     if (!list.add(iterator, session, configuredLimits(), evicted)) {
         deactivateQuietly(poa, id);
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionMgr::add_iterator] S3 Acquire lock failed!");
         return kRegistryFailure;
     }
@@ -138,7 +138,7 @@ unsigned long activateAndList(IteratorList& list, PortableServer::ServantBase* i
         list.giveBack(session);
         if (isActivated)
             deactivateQuietly(poa.in(), id.in());
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SessionMgr::add_iterator] Occurred during activate_object!");
         return kInternalFailure;
     }

@@ -9,6 +9,7 @@
 #include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/ref_count.h>
 #include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/poas.h>
 #include <kelp/orb/request.h>
 #include <kelp/util/secret.h>
@@ -25,7 +26,6 @@
 #include "session/waiting_threads.h"
 #include "util/base_config.h"
 #include "util/servant_ref.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -42,7 +42,7 @@ NS_CORBA::CorbaSecurityMgr& security() {
 }
 
 void traceNms(const char* format, const std::string& hostInfo, int line = __builtin_LINE()) {
-    tracePoint(kSubject, line);
+    NS_CORBA::tracePoint(kSubject, line);
     NS_CORBA::TaTrace(format, hostInfo.c_str());
 }
 
@@ -73,7 +73,7 @@ std::string hostInfoOf(nmsSession::NmsSession_I_ptr client) {
     std::string refusedAddress;
     if (!parser.GetHostInfo(client, hostInfo) ||
         !baseConfig().IsValidNmsReference(client, &refusedAddress)) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[EmsSessionFactory_IImpl::getEmsSession] Parser NMSSession_I object reference "
             "failed!");
@@ -110,7 +110,7 @@ emsSession::EmsSession_I_ptr referenceOf(const ServantRef<EmsSession_IImpl>& ses
         if (!CORBA::is_nil(reference.in()))
             return reference._retn();
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(
             ex, "[EmsSessionFactory_IImpl::getEmsSession] Exception raised during _this!");
     }
@@ -192,7 +192,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
         }
         emsSessionInterface = logIn.result._retn();
     } catch (const std::exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[EmsSessionFactory_IImpl::getEmsSession] exception: %s", ex.what());
         ThrowException(kInternalFailure);
     }
@@ -251,7 +251,7 @@ void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {
         SessionMgr::Instance()->GetNmsSession(logIn.hostInfo, logIn.user));
     if (!session)
         return;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[getEmsSession] IP Adress and Port conflict, the session will be destroyed!");
     session->endSession();

@@ -4,6 +4,7 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/event_mgr.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/servants.h>
 
 #include <exception>
@@ -11,7 +12,6 @@
 
 #include "adapter/session_source.h"
 #include "util/base_config.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -32,14 +32,14 @@ bool releasesBySilence() {
 }  // namespace
 
 EmsSession_IImpl::EmsSession_IImpl(SessionSource* source) : source_(source) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[EmsSession_IImpl::EmsSession_IImpl] EmsSession for NMS-<%s> has been constructured!",
         nmsName(source));
 }
 
 EmsSession_IImpl::~EmsSession_IImpl() {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[EmsSession_IImpl::~EmsSession_IImpl] EmsSession for NMS-<%s> has been destroyed!",
         nmsName(source_.get()));
@@ -55,7 +55,7 @@ session::Session_I_ptr EmsSession_IImpl::associatedSession() {
 void EmsSession_IImpl::ping() {
     if (!NS_CORBA::IsDebugKept(3))
         return;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebugWithPara(3, "[EmsSession_IImpl::ping] Greeting From NMS-<%s>!",
                               nmsName(source_.get()));
 }
@@ -86,7 +86,7 @@ void EmsSession_IImpl::getSupportedManagers(
 
 void EmsSession_IImpl::getManager(const char* managerName, common::Common_I_out managerInterface) {
     if (managerName == nullptr) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaDebug(2, "[EmsSession_IImpl::getManager] Input managerName is null!");
         ThrowException(kNullInput);
     }
@@ -106,7 +106,7 @@ void EmsSession_IImpl::getManager(const char* managerName, common::Common_I_out 
     try {
         manager = common::Common_I::_narrow(reference.in());
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[EmsSession_IImpl::getManager] Exception raised during narrow!");
     }
     if (CORBA::is_nil(manager.in()))
@@ -159,7 +159,7 @@ void TASessionSource::check_valid(SessionSource* source) {
     const PortableServer::POA_var poa = source->get_POA();
     if (CORBA::is_nil(poa.in()))
         return;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[TASessionSource::check_valid] Detect nmsSession failed or ems wants exit, now EMS will "
         "destroy "
@@ -168,11 +168,11 @@ void TASessionSource::check_valid(SessionSource* source) {
     try {
         source->destroyAdapters(poa.in());
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(
             ex, "[TASessionSource::check_valid] Exception raised during destroy session resource!");
     } catch (const std::exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[TASessionSource::check_valid] Exception raised during destroy session resource! %s",
             ex.what());

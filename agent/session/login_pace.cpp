@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "util/agent_state.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -33,7 +32,7 @@ void LogInPace::await(const std::string& hostInfo, const std::string& user) {
     const std::string nms = user + "@" + hostInfo;
     if (buckets_.take(nms, std::chrono::steady_clock::now(), limits))
         return;
-    tracePoint("emssessionfactoryimpl");
+    NS_CORBA::tracePoint("emssessionfactoryimpl");
     NS_CORBA::TaDebugWithPara(
         1, "[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> logs in without a pause and waits!",
         hostInfo.c_str());

@@ -1,5 +1,6 @@
 #include "session/ordered_run.h"
 
+#include <kelp/corbabase/trace.h>
 #include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
 
@@ -7,8 +8,6 @@
 #include <exception>
 #include <thread>
 #include <vector>
-
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -32,7 +31,7 @@ class Workers {
             while (threads_.size() < most)
                 threads_.push_back(kelp::util::startThread("ping", [this] { work(); }));
         } catch (const std::exception& failure) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[runInOrder] %zu threads instead of %zu: %s", threads_.size(), most,
                               failure.what());
         }

@@ -5,6 +5,7 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/supplier_mgr.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/timeouts.h>
 
@@ -21,7 +22,6 @@
 #include "session/session_list.h"
 #include "session/waiting_threads.h"
 #include "util/servant_ref.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -92,17 +92,17 @@ void SessionMgr::SetCallTimeouts() {
     try {
         const CORBA::ORB_var orb = config->GetOrb();
         if (!config->SetCurrentThreadTimeOutPolicy(orb.in(), limit)) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(
                 1,
                 "[SetTimeOutPolicy] Call CorbaAgentConfig::SetCurrentThreadTimeOutPolicy failed");
         } else if (!config->SetORBTimeOutPolicy(orb.in(), 3 * limit)) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaDebug(
                 1, "[SetTimeOutPolicy] Call CorbaAgentConfig::SetORBTimeOutPolicy failed");
         }
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SetTimeOutPolicy] The time-outs could not be set");
     }
 }
@@ -148,7 +148,7 @@ void SessionMgr::ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& 
         session->wakePoint().wake();
     }
     if (entry.silentMode && source->get_state() == SilentWaiting && !source->get_silent_waiting()) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionMgr::svc]user<%s>,ip<%s>,Ping 3 times failed, now start a new thread to wait "
             "for OSS "
@@ -160,7 +160,7 @@ void SessionMgr::ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& 
             source->clear_silent_waiting();
     }
     if (source->get_ping_answered() && source->change_state(SilentWaiting, Normal)) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionMgr::svc]user<%s>,ip<%s>,Ping OSS succeeded, Now END waiting.",
                           source->get_user_name().c_str(), source->get_ip_and_port().c_str());
         session->wakePoint().wake();
@@ -169,7 +169,7 @@ void SessionMgr::ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& 
 }
 
 milliseconds SessionMgr::PrepareForExit(SessionSource& source) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::svc] EMS process will exit!");
     const steady_clock::time_point now = steady_clock::now();
     if (!exitDeadline_)

@@ -3,10 +3,9 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/security_mgr.h>
+#include <kelp/corbabase/trace.h>
 
 #include <cstring>
-
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -38,7 +37,7 @@ std::string SessionMgr::GetNmsIPAddrByContext() {
         }
         return std::string(name.in());
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaException(ex, "[SessionMgr::GetNmsIPAddrByContext] Get nms ip address failed!");
         return {};
     }

@@ -4,6 +4,7 @@
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/lazy_instance.h>
+#include <kelp/corbabase/trace.h>
 
 #include "iterator/iterator_list.h"
 #include "session/event_loss_state.h"
@@ -12,7 +13,6 @@
 #include "session/waiting_sessions.h"
 #include "util/agent_state.h"
 #include "util/base_config.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -42,7 +42,7 @@ SessionMgr::SessionMgr()
       eventLoss_(std::make_unique<EventLossState>()) {}
 
 SessionMgr::~SessionMgr() {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::~SessionMgr] CORBA Session Management Exit!");
 }
 
@@ -61,26 +61,26 @@ int SessionMgr::Init() {
     handlerRegistered_ = true;
     const NS_CORBA::NorthMgrMap* managers = config->GetNorthMgrMap();
     if (managers == nullptr) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("[SessionMgr::Init] MgrFactoryMap is null!");
         return -1;
     }
     for (const auto& [name, factory] : *managers) {
         if (factory == nullptr) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::Init] MgrFactory object is null!");
             return -1;
         }
         POA_common::Common_I* servant = factory->CreateServant();
         if (servant == nullptr) {
-            tracePoint(kSubject);
+            NS_CORBA::tracePoint(kSubject);
             NS_CORBA::TaTrace("[SessionMgr::Init] Create servant object failed!");
             return -1;
         }
         servants_->add(name, servant);
     }
     open(nullptr);
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::Init] Session manager is ready now!");
     return 0;
 }
@@ -88,7 +88,7 @@ int SessionMgr::Init() {
 int SessionMgr::open(void*) {
     const int result = activate(THR_NEW_LWP, 1);
     if (result != 0) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace("Failed to activate SessionMgr::open,errCode is %d", result);
         // without a service thread nothing else posts it, and ExitThread waits for it
         exitSemaphore_.release();
@@ -97,7 +97,7 @@ int SessionMgr::open(void*) {
 }
 
 int SessionMgr::close(unsigned long) {
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::close] SessionMgr has been closed!");
     return 0;
 }
@@ -122,7 +122,7 @@ void SessionMgr::Destroy() {
                                   ACE_Time_Value(kWaitingThreadsLeaveSeconds));
     instance->WakeAllWaiting();
     if (instance->waiting_->threads().wait(&deadline) == -1) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionMgr::Destroy] Waiting threads have not ended, the session manager stays!");
         return;

@@ -1,6 +1,7 @@
 // The session manager's operations on what it registers. Each only passes the call on.
 
 #include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/trace.h>
 
 #include "iterator/iterator_list.h"
 #include "iterator/iterator_opening.h"
@@ -10,7 +11,6 @@
 #include "session/session_list.h"
 #include "session/waiting_sessions.h"
 #include "util/servant_ref.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -23,7 +23,7 @@ constexpr const char* kSubject = "sessionmgr";
 
 int SessionMgr::add_emsSession(EmsSession_IImpl* session) {
     const bool isAdded = sessions_->add(session);
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(isAdded ? "[SessionMgr::add_emsSession] Add new session successfully!"
                               : "[SessionMgr::add_emsSession] Add new session failed!");
     return isAdded ? 0 : -1;

@@ -1,10 +1,10 @@
 // Ends the session of a user whose account became invalid.
 
 #include <kelp/agent/session_mgr.h>
+#include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 
 #include "session/ems_session_impl.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -25,13 +25,13 @@ void BaseSSHandler::DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* dat
     SessionMgr* sessions = SessionMgr::Instance();
     EmsSession_IImpl* session = sessions->GetNmsSession(hostInfo, user);
     if (session == nullptr) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[BaseSSHandler::DoWork]: GetNmsSession <NmsHostInfo = %s, UserName = %s> failed!\n",
             hostInfo.c_str(), user.c_str());
         return;
     }
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[BaseSSHandler::DoWork]: User <NmsHostInfo = %s, UserName = %s> state change to Invalid, "
         "session "
@@ -41,12 +41,12 @@ void BaseSSHandler::DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* dat
     try {
         session->endSession();
     } catch (const CORBA::Exception& ex) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[BaseSSHandler::DoWork]: endSession <NmsHostInfo = %s, UserName = %s> exception: %s\n",
             hostInfo.c_str(), user.c_str(), kelp::orb::exceptionText(ex).c_str());
     } catch (...) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[BaseSSHandler::DoWork]: endSession <NmsHostInfo = %s, UserName = %s> unk exception\n",
             hostInfo.c_str(), user.c_str());

@@ -1,8 +1,8 @@
 #include "session/waiting_sessions.h"
 
-#include <new>
+#include <kelp/corbabase/trace.h>
 
-#include "util/trace_point.h"
+#include <new>
 
 namespace NS_KELPCORBA {
 namespace {
@@ -32,7 +32,7 @@ bool WaitingSessions::spawn(EmsSession_IImpl* session, ACE_THR_FUNC body) {
     }
     ACE_thread_t thread = 0;
     if (!startThread(threads_, body, session, thread)) {
-        tracePoint(kSubject);
+        NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionMgr::SpawnWaiting] The thread that waits for the NMS could not be made!");
         leave(session);

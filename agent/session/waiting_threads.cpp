@@ -2,12 +2,12 @@
 
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
+#include <kelp/corbabase/trace.h>
 
 #include <cstdio>
 
 #include "adapter/session_source.h"
 #include "session/ems_session_impl.h"
-#include "util/trace_point.h"
 
 namespace NS_KELPCORBA {
 namespace {
@@ -35,7 +35,7 @@ void waitForCalls(EmsSession_IImpl& session) {
     }
     if (end != WaitEnd::TimedOut)
         return;
-    tracePoint(kSubject);
+    NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[theWaiting] Waiting for NMS invoke time out, session will be destroyed!");
     TASessionSource::check_valid(source);
 }
@@ -44,7 +44,7 @@ void waitForCalls(EmsSession_IImpl& session) {
 bool waitSilently(EmsSession_IImpl& session) {
     SessionSource* source = session.source();
     const std::uint32_t number = source->silent_waiting_number();
-    tracePoint(kSilentSubject);
+    NS_CORBA::tracePoint(kSilentSubject);
     NS_CORBA::TaTrace("[SilentWaiting:] Waiting for Invoking from: %s.",
                       source->get_ip_and_port().c_str());
     std::uint64_t seen = 0;
@@ -56,7 +56,7 @@ bool waitSilently(EmsSession_IImpl& session) {
     }
     source->leave_silent_waiting(number);
     if (end == WaitEnd::TimedOut) {
-        tracePoint(kSilentSubject);
+        NS_CORBA::tracePoint(kSilentSubject);
         NS_CORBA::TaTrace(
             "[SilentWaiting] Exceed silent waiting period, now session %s will be destroyed",
             source->get_ip_and_port().c_str());
@@ -82,12 +82,12 @@ ACE_THR_FUNC_RETURN theWaiting(void* argument) {
 ACE_THR_FUNC_RETURN SilentWaitingThread(void* argument) {
     auto* session = static_cast<EmsSession_IImpl*>(argument);
     if (session == nullptr) {
-        tracePoint(kSilentSubject);
+        NS_CORBA::tracePoint(kSilentSubject);
         NS_CORBA::TaTrace("[SilentWaiting]pEmsSession is null, thread return now.");
         return nullptr;
     }
     if (SessionMgr::Instance()->GetSessionSource(session) == nullptr) {
-        tracePoint(kSilentSubject);
+        NS_CORBA::tracePoint(kSilentSubject);
         NS_CORBA::TaTrace("[SilentWaiting]GetSessionSource is null, thread return now.");
         leave(session);
         return nullptr;

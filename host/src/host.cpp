@@ -46,7 +46,7 @@ using NS_BUNDLEMGR1::ConfigProblem;
 using NS_BUNDLEMGR1::ConfigStore;
 
 void trace(int line, const std::string& text) {
-    NS_CORBA::GetTss()->Set("kelpd", "unknown", line);
+    NS_CORBA::tracePoint("kelpd", line);
     NS_CORBA::TaTrace("%s", text.c_str());
 }
 

@@ -8,7 +8,7 @@
 namespace kelp::managers {
 
 void traceFailure(const inventory::InventoryFailure& failure) {
-    NS_CORBA::GetTss()->Set("inventory", "unknown", __LINE__);
+    NS_CORBA::tracePoint("inventory");
     NS_CORBA::TaTrace("[Inventory] %s", failure.what());
 }
 

@@ -49,7 +49,7 @@ class ManagerBundle : public NS_BUNDLEMGR1::ServiceObjectBase {
     int init(int, char*[]) override {
         auto* agentConfig = NS_CORBA::CorbaBaseAgentConfig::Instance();
         if (!agentConfig->EnterNorthMgrFactory(manager_, &factory_)) {
-            NS_CORBA::GetTss()->Set("managerbundle", "unknown", __LINE__);
+            NS_CORBA::tracePoint("managerbundle");
             NS_CORBA::TaTrace(
                 "[ManagerBundle::init] %s: another bundle serves the manager %s already", bundle_,
                 manager_);

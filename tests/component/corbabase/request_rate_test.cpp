@@ -136,7 +136,7 @@ TEST_F(RequestsBeforeLogIn, RefusedRequestsHaveTheirOwnSummary) {
 
 TEST_F(RequestsBeforeLogIn, TraceOnlySomeOfTheLinesThatTheyCause) {
     ScriptedInterceptor talkative([](const kelp::orb::RequestInfo*) {
-        NS_CORBA::GetTss()->Set("test", "unknown", __LINE__);
+        NS_CORBA::tracePoint("test");
         NS_CORBA::TaTrace("somebody calls");
     });
     base().SetReqInterceptorImpl(&talkative);

@@ -30,6 +30,24 @@ TEST(Trace, FormatsItsArgumentsAndCarriesTheThreadsRecord) {
     EXPECT_EQ(line.line, 42);
 }
 
+TEST(Trace, PointNamesTheSubjectAndTheCallersLine) {
+    const TraceCapture capture;
+    NS_CORBA::tracePoint("sessionmgr");
+    const int line = __LINE__ - 1;
+    NS_CORBA::TaTrace("here");
+    const kelp::util::TraceLine traced = onlyLine(capture);
+    EXPECT_EQ(traced.file, "sessionmgr");
+    EXPECT_EQ(traced.function, "unknown");
+    EXPECT_EQ(traced.line, line);
+}
+
+TEST(Trace, PointMayNameTheLineOfAnotherPlace) {
+    const TraceCapture capture;
+    NS_CORBA::tracePoint("sessionmgr", 7);
+    NS_CORBA::TaTrace("there");
+    EXPECT_EQ(onlyLine(capture).line, 7);
+}
+
 TEST(Trace, GrowsWithTheText) {
     const TraceCapture capture;
     const std::string longText(5000, 'x');

@@ -75,7 +75,7 @@ void AccountWatch::look(const std::filesystem::path& file) {
         users_.look(file, live_.takeEntered());
         tellInvalid();
     } catch (const std::exception& failure) {
-        GetTss()->Set("corbasecuritymgr", "unknown", __LINE__);
+        tracePoint("corbasecuritymgr");
         TaTrace("[CorbaSecurityMgr::Watch] %s", failure.what());
     }
 }

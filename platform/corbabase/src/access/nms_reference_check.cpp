@@ -27,7 +27,7 @@ std::string configuredRule() {
 void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,
                  kelp::oplog::SecurityEvent event, const char* outcome) {
     const std::string named = kelp::orb::hostAndPort(endpoint);
-    GetTss()->Set("nmsreferencecheck", "unknown", __LINE__);
+    tracePoint("nmsreferencecheck");
     TaTrace(
         "[CorbaBaseAgentConfig::IsValidNmsReference] The NMS at %s names %s as its own address!",
         peer.withPort.c_str(), kelp::util::escaped(named, kShownBytesMax).c_str());

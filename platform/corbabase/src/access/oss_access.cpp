@@ -65,7 +65,7 @@ const OssAccess::Allowed& OssAccess::current() {
         std::string whyNot;
         // another request may have read them meanwhile
         if (!isRead() && !readLocked(whyNot)) {
-            GetTss()->Set("ossaccess", "unknown", __LINE__);
+            tracePoint("ossaccess");
             TaTrace(
                 "[CorbaBaseAgentConfig::IsValidOssIP] access.allowed_oss: %s! The networks from "
                 "before still "

@@ -35,7 +35,7 @@ constexpr int kUnknownUser = -1;
 constinit LazyInstance<CorbaSecurityMgr> theInstance;
 
 void traceUnusable(const char* operation, const std::exception& failure) {
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[CorbaSecurityMgr::%s] %s", operation, failure.what());
 }
 
@@ -225,7 +225,7 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
     const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
     const LoginOrigin origin = originOf(peer);
     if (throttle.refuses(attempt.user, origin, std::chrono::steady_clock::now())) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaDebugWithPara(
             1, "[CorbaSecurityMgr::%s] A log-in from %s is refused unchecked after wrong passwords",
             operation, shown(origin).c_str());
@@ -241,7 +241,7 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
         }
         accounts.note(attempt.user, true);
         if (const unsigned long code = refusalOf(*found, peer, callersSubject()); code != 0) {
-            GetTss()->Set(kFile, "unknown", __LINE__);
+            tracePoint(kFile);
             TaDebugWithPara(1, "[CorbaSecurityMgr::%s] User \"%s\" from %s is refused: %s",
                             operation, found->name.c_str(), shown(origin).c_str(), reasonOf(code));
             return code;
@@ -266,7 +266,7 @@ std::optional<std::chrono::seconds> CorbaSecurityMgr::State::countFailure(const 
     if (!lockout)
         return std::nullopt;
     const std::string name = isKnown ? "user \"" + attempt.user + "\"" : "an unknown user";
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[CorbaSecurityMgr::%s] Too many wrong passwords: %s is locked out at %s for %lld s",
             operation, name.c_str(), shown(origin).c_str(),
             static_cast<long long>(lockout->count()));
@@ -289,7 +289,7 @@ bool CorbaSecurityMgr::Init() {
     try {
         UserDatabase database(userDatabaseFile());
         if (database.list().empty()) {
-            GetTss()->Set(kFile, "unknown", __LINE__);
+            tracePoint(kFile);
             TaTrace(
                 "[CorbaSecurityMgr::Init] There is no NMS user yet; make the first with: kelpctl "
                 "user add "

@@ -16,7 +16,7 @@ std::string TEUserHelper::GetNmsIPAddrByContext() {
             return {};
         return kelp::orb::currentTopPoaName(orb.in());
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set("teuserhelper", "unknown", __LINE__);
+        tracePoint("teuserhelper");
         TaException(failure, "[TEUserHelper::GetNmsIPAddrByContext] No session name!");
     }
     return {};

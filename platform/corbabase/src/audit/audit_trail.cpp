@@ -132,7 +132,7 @@ class Logs {
 };
 
 void traceLost(const char* log, const std::exception& failure) {
-    GetTss()->Set("audittrail", "unknown", __LINE__);
+    tracePoint("audittrail");
     TaTrace("[AuditTrail::Write] A record of the %s is lost: %s", log, failure.what());
 }
 

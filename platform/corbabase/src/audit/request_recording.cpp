@@ -131,10 +131,10 @@ void guarded(Body body) noexcept {
     try {
         body();
     } catch (const std::exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaTrace("[RequestRecording] A record of a request is lost: %s", failure.what());
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[RequestRecording] A record of a request is lost!");
     }
 }

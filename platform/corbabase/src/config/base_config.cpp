@@ -50,7 +50,7 @@ std::chrono::milliseconds milliseconds(std::uint64_t limit100ns) {
 }
 
 bool refused(const std::string& whyNot) {
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[CorbaBaseAgentConfig::Init] %s!", whyNot.c_str());
     return false;
 }
@@ -133,13 +133,13 @@ bool CorbaBaseAgentConfig::Init(const char* bundleName) {
         if (!state_->startOrb())
             return false;
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[CorbaBaseAgentConfig::Init] Raised while the ORB was started!");
         return false;
     } catch (const std::exception& failure) {
         return refused(failure.what());
     }
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaDebugWithPara(3, "[CorbaBaseAgentConfig::Init] Ready for %s",
                     bundleName != nullptr ? bundleName : "");
     return true;
@@ -402,7 +402,7 @@ bool CorbaBaseAgentConfig::RegistEMSFactoryName(CORBA::Object_ptr factory) {
         const CORBA::ORB_var orb = OrbLife::instance().orb();
         return state_->registration.bind(orb.in(), namingAddress(*this), name, factory);
     } catch (const std::exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaTrace("[CorbaBaseAgentConfig::RegistEMSFactoryName] %s!", failure.what());
     }
     return false;
@@ -413,7 +413,7 @@ void CorbaBaseAgentConfig::UnRegistEMSFactoryName() {
         const CORBA::ORB_var orb = OrbLife::instance().orb();
         state_->registration.unbind(orb.in(), namingAddress(*this));
     } catch (const std::exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaTrace("[CorbaBaseAgentConfig::UnRegistEMSFactoryName] %s!", failure.what());
     }
 }
@@ -435,7 +435,7 @@ bool CorbaBaseAgentConfig::WriteFactoryReference(CORBA::Object_ptr factory) {
     }
     if (whyNot.empty())
         return true;
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[CorbaBaseAgentConfig::WriteFactoryReference] naming.ior_file: %s!", whyNot.c_str());
     return false;
 }

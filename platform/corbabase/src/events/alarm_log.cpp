@@ -47,7 +47,7 @@ bool written(bool& fails, Body body) {
         return true;
     } catch (const std::exception& failure) {
         if (!std::exchange(fails, true)) {
-            GetTss()->Set("alarmlog", "unknown", __LINE__);
+            tracePoint("alarmlog");
             TaTrace("[AlarmLog] The alarm log cannot be written: %s", failure.what());
         }
         return false;

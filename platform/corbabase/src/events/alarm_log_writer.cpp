@@ -98,7 +98,7 @@ void AlarmLogWriter::write(const Entry& entry) {
         format_(entries, *entry.alarm);
         log_.write(entry.accepted, entries.str());
     } catch (const std::exception& failure) {
-        GetTss()->Set("alarmlog", "unknown", __LINE__);
+        tracePoint("alarmlog");
         TaTrace("[AlarmLogWriter] An alarm could not be put into words: %s", failure.what());
         log_.missing(1);
     }

@@ -25,7 +25,7 @@ constexpr std::size_t kQueueMax = 1000;
 constexpr int kWorkers = 2;
 
 void runTask(const std::function<void()>& task) {
-    GetTss()->Set("asynnotifymgr", "unknown", __LINE__);
+    tracePoint("asynnotifymgr");
     try {
         task();
     } catch (const CORBA::Exception& failure) {
@@ -122,7 +122,7 @@ bool AsynNotifyMgr::Init() {
         for (int i = 0; i < kWorkers; ++i)
             state_->addWorker(state_);
     } catch (const std::system_error& failure) {
-        GetTss()->Set("asynnotifymgr", "unknown", __LINE__);
+        tracePoint("asynnotifymgr");
         TaTrace("[AsynNotifyMgr::Init] Cannot start a worker thread: %s", failure.what());
         ExitThread();
         return false;

@@ -55,7 +55,7 @@ EmbeddedLink::LoggedInPeers::LoggedInPeers() {
     if (suppliers_.parse(NS_BUNDLEMGR1::ConfigStore::instance().texts("notification.suppliers"),
                          whyNot))
         return;
-    GetTss()->Set("embeddedlink", "unknown", __LINE__);
+    tracePoint("embeddedlink");
     TaTrace("[EmbeddedLink] notification.suppliers: %s! Nobody may supply.", whyNot.c_str());
 }
 

@@ -57,7 +57,7 @@ bool EventDelivery::acceptOwn(const OwnEvents& events) {
 
 void EventDelivery::stop() {
     if (const std::size_t dropped = handover_.stop(); dropped > 0) {
-        GetTss()->Set("eventdelivery", "unknown", __LINE__);
+        tracePoint("eventdelivery");
         TaTrace("[EventDelivery] %zu events had not reached the channel when it was taken away!",
                 dropped);
     }

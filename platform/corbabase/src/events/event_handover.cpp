@@ -24,10 +24,10 @@ void contained(Body body) {
     try {
         body();
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set("eventhandover", "unknown", __LINE__);
+        tracePoint("eventhandover");
         TaException(failure, "[EventHandover] An event could not be handed over!");
     } catch (const std::exception& failure) {
-        GetTss()->Set("eventhandover", "unknown", __LINE__);
+        tracePoint("eventhandover");
         TaTrace("[EventHandover] An event could not be handed over: %s", failure.what());
     }
 }

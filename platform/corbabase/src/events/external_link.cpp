@@ -18,7 +18,7 @@ using kelp::orb::exceptionText;
 constexpr std::chrono::milliseconds kFarewellLimit{1000};
 
 void point(int line = __builtin_LINE()) {
-    GetTss()->Set("externallink", "unknown", line);
+    tracePoint("externallink", line);
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ constexpr std::size_t kAlarmLogWaitingMax = 100000;
 constexpr std::chrono::milliseconds kTendInterval{250};
 
 void point(int line = __builtin_LINE()) {
-    GetTss()->Set("suppilermgr", "unknown", line);
+    tracePoint("suppilermgr", line);
 }
 
 /// Report an event loss and trace a failure. The threads of the channel and the sessions that

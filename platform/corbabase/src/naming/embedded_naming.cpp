@@ -107,7 +107,7 @@ void EmbeddedNaming::DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData*) {
     try {
         running->change(configuredAliases(), configuredLimits());
     } catch (const std::exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaTrace("[EmbeddedNaming] The aliases are kept as they were: %s", failure.what());
     }
 }

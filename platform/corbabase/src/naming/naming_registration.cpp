@@ -83,7 +83,7 @@ bool isSameReference(CORBA::ORB_ptr orb, CORBA::Object_ptr one, CORBA::Object_pt
 void traceNotFound(const char* what, const CosNaming::Name& name,
                    const CosNaming::NamingContext::NotFound& notFound) {
     const CORBA::ULong rest = std::min(notFound.rest_of_name.length(), name.length());
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("%s NotFound at %s: %s!", what,
             pathText(name, name.length() - (rest > 0 ? rest - 1 : 0)).c_str(),
             reasonText(notFound.why));
@@ -111,7 +111,7 @@ bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address,
     static constexpr const char* kWhat =
         "[CorbaBaseAgentConfig::RegistEMSFactoryName] Could not bind the factory!";
     if (CORBA::is_nil(orb) || CORBA::is_nil(factory)) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaTrace("%s There is no %s.", kWhat, CORBA::is_nil(orb) ? "ORB" : "factory");
         return false;
     }
@@ -119,7 +119,7 @@ bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address,
     try {
         const CosNaming::NamingContext_var root = namingRoot(orb, address);
         if (CORBA::is_nil(root.in())) {
-            GetTss()->Set(kFile, "unknown", __LINE__);
+            tracePoint(kFile);
             TaTrace("%s %s is no naming context.", kWhat, address.c_str());
             return false;
         }
@@ -133,7 +133,7 @@ bool NamingRegistration::bind(CORBA::ORB_ptr orb, const std::string& address,
     } catch (const CosNaming::NamingContext::NotFound& notFound) {
         traceNotFound(kWhat, name, notFound);
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, (std::string(kWhat) + " " + address).c_str());
     }
     return false;
@@ -158,7 +158,7 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
             return;
         const CORBA::Object_var entry = root->resolve(name);
         if (CORBA::is_nil(entry.in()) || !isSameReference(orb, entry.in(), bound.in())) {
-            GetTss()->Set(kFile, "unknown", __LINE__);
+            tracePoint(kFile);
             TaTrace(
                 "[CorbaBaseAgentConfig::UnRegistEMSFactoryName] The entry is another factory's and "
                 "stays: %s",
@@ -169,7 +169,7 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
     } catch (const CosNaming::NamingContext::NotFound& notFound) {
         traceNotFound(kWhat, name, notFound);
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, (std::string(kWhat) + " " + address).c_str());
     }
 }

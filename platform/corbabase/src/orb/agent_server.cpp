@@ -33,7 +33,7 @@ int AgentServer::Activate() {
     try {
         const PortableServer::POAManager_var manager = rootManager();
         if (CORBA::is_nil(manager.in())) {
-            GetTss()->Set(kFile, "unknown", __LINE__);
+            tracePoint(kFile);
             TaTrace("[AgentServer::Activate] There is no ORB!");
             return -1;
         }
@@ -42,7 +42,7 @@ int AgentServer::Activate() {
         OrbLife::instance().adapter().admit();
         return 0;
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[AgentServer::Activate] The POA manager could not be activated!");
     }
     return -1;
@@ -64,7 +64,7 @@ void AgentServer::Discard() {
         if (!CORBA::is_nil(manager.in()))
             manager->discard_requests(false);
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[AgentServer::Discard] The POA manager refused to discard requests!");
     }
 }
@@ -73,7 +73,7 @@ void AgentServer::ShutDown() {
     EmbeddedNaming::instance().stop();
     if (OrbLife::instance().shutdown(kShutDownLimit))
         return;
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace(
         "[AgentServer::ShutDown] Calls in progress have not ended within %d s; the stop goes on "
         "without "
@@ -90,7 +90,7 @@ void AgentServer::Destroy() {
         ShutDown();
     if (OrbLife::instance().destroy())
         return;
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[AgentServer::Destroy] The ORB is left as it is: calls in progress have not ended!");
 }
 

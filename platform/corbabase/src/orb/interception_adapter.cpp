@@ -111,7 +111,7 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
         refused();
         throw;
     } catch (const std::exception& failure) {
-        GetTss()->Set("interceptionadapter", "unknown", __LINE__);
+        tracePoint("interceptionadapter");
         TaTrace("[InterceptionAdapter::dispatching] The request interceptor failed: %s",
                 failure.what());
         refused();

@@ -76,7 +76,7 @@ void OrbLife::serve() {
     try {
         kelp::orb::serve(current->orb.in(), current->threads);
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[AgentServer::AgentWorker] The ORB stopped serving!");
     }
     const MutexLock guard(current->mutex);
@@ -98,7 +98,7 @@ bool OrbLife::shutdown(std::chrono::milliseconds limit) {
         try {
             current->ending = std::thread(endCalls, current);
         } catch (const std::system_error& failure) {
-            GetTss()->Set(kFile, "unknown", __LINE__);
+            tracePoint(kFile);
             TaTrace("[AgentServer::ShutDown] No thread to wait for the calls in progress: %s",
                     failure.what());
             endCalls(current);
@@ -115,7 +115,7 @@ void OrbLife::endCalls(const std::shared_ptr<Run>& current) {
     try {
         current->orb->shutdown(true);
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[AgentServer::ShutDown] The ORB refused to shut down!");
     }
     const MutexLock guard(current->mutex);
@@ -137,7 +137,7 @@ bool OrbLife::destroy() {
     try {
         current->orb->destroy();
     } catch (const CORBA::Exception& failure) {
-        GetTss()->Set(kFile, "unknown", __LINE__);
+        tracePoint(kFile);
         TaException(failure, "[AgentServer::Destroy] The ORB could not be destroyed!");
     }
     kelp::orb::liftCallLimit();

@@ -32,12 +32,12 @@ CORBA::Object_ptr get_persistent_ref(PortableServer::POA_ptr poa, PortableServer
     } catch (const PortableServer::POA::ObjectAlreadyActive&) {
         const PortableServer::ServantBase_var active = poa->id_to_servant(objectId.in());
         if (active.in() != servant) {
-            GetTss()->Set("persistentpoa", "unknown", __LINE__);
+            tracePoint("persistentpoa");
             TaTrace("[get_persistent_ref] The object id %s is taken by another servant!", id);
             return CORBA::Object::_nil();
         }
     } catch (const PortableServer::POA::ServantAlreadyActive&) {
-        GetTss()->Set("persistentpoa", "unknown", __LINE__);
+        tracePoint("persistentpoa");
         TaTrace("[get_persistent_ref] The servant for %s is active under another object id!", id);
         return CORBA::Object::_nil();
     }

@@ -13,7 +13,7 @@ using NS_BUNDLEMGR1::kConfigurationReadEvent;
 using NS_BUNDLEMGR1::LightEventMgr;
 
 void traceKept(const std::string& whyNot) {
-    GetTss()->Set("tlsrenewal", "unknown", __LINE__);
+    tracePoint("tlsrenewal");
     TaTrace("[TlsRenewal] TLS goes on with the certificates that it has: %s", whyNot.c_str());
 }
 

@@ -55,7 +55,7 @@ void UserWatch::failed(const std::string& why) {
     if (++failures_ < kFailuresTraced || why == traced_)
         return;
     traced_ = why;
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[CorbaSecurityMgr::Watch] %s; until it can be read nobody can log in", why.c_str());
 }
 
@@ -64,7 +64,7 @@ void UserWatch::recovered() {
     if (traced_.empty())
         return;
     traced_.clear();
-    GetTss()->Set(kFile, "unknown", __LINE__);
+    tracePoint(kFile);
     TaTrace("[CorbaSecurityMgr::Watch] the user database can be read again");
 }
 

@@ -10,13 +10,13 @@ template <class S, class Parameter>
 class RefCount_OneParameter : public S {
   public:
     explicit RefCount_OneParameter(Parameter parameter) : S(parameter) {
-        GetTss()->Set("RefCount_OneParameter", "unknown", __LINE__);
+        tracePoint("RefCount_OneParameter");
         TaDebug(3, "[ RefCount_OneParameter]  ref_count!");
     }
 
   protected:
     ~RefCount_OneParameter() override {
-        GetTss()->Set("RefCount_OneParameter", "unknown", __LINE__);
+        tracePoint("RefCount_OneParameter");
         TaDebug(3, "[ ~RefCount_OneParameter]  Reference count associated object destroyed!");
     }
 };

@@ -20,6 +20,12 @@ struct KELP_EXPORT TraceRecord {
 /// The calling thread's trace record.
 KELP_EXPORT TraceRecord* GetTss();
 
+/// Record the source of the thread's next trace line: the constant name of the subject, and the
+/// caller's line number.
+inline void tracePoint(const char* subject, int line = __builtin_LINE()) {
+    GetTss()->Set(subject, "unknown", line);
+}
+
 /// Trace a lifecycle event or an error. `format` is a printf format written in this product; text
 /// from peers is passed only as an argument.
 KELP_EXPORT void TaTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));

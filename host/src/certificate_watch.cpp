@@ -70,7 +70,7 @@ std::string revocationListWarning(const std::filesystem::path& file,
     if (*list.end > now)
         return which + " ends at " + utcText(*list.end) + ": get its successor, then send SIGHUP";
     return which + " has ended at " + utcText(*list.end) +
-           ": it goes on to be used, but certificates that were revoked since are accepted";
+           ": it is still used, but certificates that were revoked since are accepted";
 }
 
 CertificateWatch::CertificateWatch(std::filesystem::path certificate,

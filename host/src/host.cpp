@@ -249,7 +249,7 @@ void warnOfMissingManagers() {
     if (!missing.empty())
         trace(__LINE__,
               "warning: [managers] offered names managers that no bundle in [bundles] load has (" +
-                  missing + "); kelp_unimplemented has all that nobody implements");
+                  missing + "); kelp_unimplemented serves those that no other bundle implements");
 }
 
 void runUntilStopped(SignalWatch& signals) {
@@ -297,7 +297,7 @@ void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) 
 }
 
 [[noreturn]] void stopAtOnce() {
-    trace(__LINE__, "kelpd is told to stop a second time and ends at once");
+    trace(__LINE__, "kelpd has received a second stop signal and ends at once");
     ::alarm(2);  // the fault that blocked the stop may also block the writing of the trace
     util::TraceLog::instance().close();
     ::_exit(kInternalError);
@@ -314,9 +314,9 @@ int checkConfiguration(const Options& options) {
     if (!problems.empty())
         return kConfigurationError;
     if (file.empty())
-        std::cout << "no configuration file, the defaults hold\n";
+        std::cout << "no configuration file; the defaults apply\n";
     else
-        std::cout << file.string() << ": nothing wrong\n";
+        std::cout << file.string() << ": no problems found\n";
     return kStopped;
 }
 

@@ -12,12 +12,12 @@ namespace kelp::host {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Without --config the file is /etc/kelp/kelp.toml; when there is none, the defaults hold: CORBA calls on
+    R"(Without --config, the file is /etc/kelp/kelp.toml. If it does not exist, the defaults apply: CORBA calls on
 127.0.0.1:4800, an embedded naming service on 127.0.0.1:4801, data below the user's state directory.
 
 Signals:
   SIGTERM, SIGINT  stop in order; a second one ends the process at once
-  SIGHUP           read the configuration and the files of TLS again
+  SIGHUP           read the configuration and the TLS files again
 
 Examples:
   kelpd
@@ -25,7 +25,7 @@ Examples:
   kelpd --check-config ./kelp.toml
 
 Exit codes:
-  0  stopped by a signal, or nothing wrong with the configuration
+  0  stopped by a signal, or the configuration has no problems
   1  internal error, or a stop that a second signal cut short
   2  wrong usage
   3  the configuration cannot be used
@@ -48,14 +48,14 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     auto* check =
         app.add_option(
                "--check-config", checkFile,
-               "Check this configuration file (or that of --config) and end; each problem is named "
-               "with file, line and key")
+               "Check this configuration file (or that of --config) and exit; each problem is "
+               "reported with file, line and key")
             ->expected(0, 1)
             ->type_name("[FILE]");
     try {
         app.parse(argc, argv);
         if (!checkFile.empty() && config->count() > 0)
-            throw CLI::ValidationError("--check-config", "names a file, and so does --config");
+            throw CLI::ValidationError("--check-config", "the file is already given by --config");
     } catch (const CLI::Success& help) {
         exitCode = app.exit(help);
         return std::nullopt;

@@ -66,7 +66,7 @@ std::string AdminClient::whyUnreachable(httplib::Error error) const {
         return std::generic_category().message(errno) +
                "; is it running, with this state directory?";
     if (error == httplib::Error::Connection)
-        return "nobody listens there; is it running?";
+        return "nothing listens there; is it running?";
     return "no answer came (" + httplib::to_string(error) + ")";
 }
 

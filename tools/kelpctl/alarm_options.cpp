@@ -53,7 +53,7 @@ Json pairsOf(const std::vector<std::string>& texts, const std::string& option) {
     for (const std::string& text : texts) {
         const std::size_t equals = text.find('=');
         if (equals == 0 || equals == std::string::npos)
-            throw std::runtime_error(option + ": \"" + text + "\" has not the form NAME=VALUE");
+            throw std::runtime_error(option + ": \"" + text + "\" is not of the form NAME=VALUE");
         pairs.push_back(pair(text.substr(0, equals), text.substr(equals + 1)));
     }
     return pairs;

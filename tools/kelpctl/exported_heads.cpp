@@ -19,7 +19,7 @@ constexpr std::size_t kShownMax = 100;
 
 [[noreturn]] void noHead(const std::string& text) {
     throw std::runtime_error("--head: \"" + util::escaped(text, kShownMax) +
-                             "\" is no NUMBER:HASH");
+                             "\" is not of the form NUMBER:HASH");
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ auto withProgress(const char* title, Body&& body) {
 // The callback of each command owns the command's object.
 
 constexpr const char* kFooter =
-    R"(An inventory file has one JSON object a line. Its key "object" says what it is: EMS, MultiLayerSubnetwork,
+    R"(An inventory file has one JSON object per line. Its key "object" says what it is: EMS, MultiLayerSubnetwork,
 ManagedElement, EquipmentHolder, Equipment, TerminationPoint or TopologicalLink. The keys of an object's name are the
 standard's: MultiLayerSubnetwork, ManagedElement, PTP, FTP, CTP, EquipmentHolder, Equipment, TopologicalLink, and
 aEndPTP, zEndPTP and so on for the ends of a link. The keys of its attributes are the standard's too: userLabel,

@@ -36,8 +36,8 @@ Examples:
 
 constexpr const char* kAuditFooter =
     R"(A TIME has the same form as in kelpctl oplog. The events are login, logout, refused-address, refused-connection,
-refused-peer, too-many-requests, lock-out, user, configuration. The log itself adds key, retention, set-aside and
-tampering.
+refused-peer, too-many-requests, lock-out, user, configuration, naming. The log itself adds key, retention, set-aside
+and tampering.
 
 Examples:
   kelpctl audit --since 7d --event login --outcome failed
@@ -48,8 +48,8 @@ Examples:
 
 constexpr const char* kVerifyFooter =
     R"(Each record has an HMAC over itself and the previous record, made with the key in [oplog] audit_key_file. verify finds
-records that were changed, removed, moved or inserted, including the last ones. It also finds a chain that was built
-anew without the key. A log that is older than the key is checked without the key up to the record where the host
+records that were changed, removed, moved or inserted, including the last ones. It also finds a chain that was
+rebuilt without the key. A log that is older than the key is checked without the key up to the record where the host
 began to use the key, and no further.
 
 From the log and the key alone, verify cannot find:
@@ -143,7 +143,7 @@ void addLogCommands(CLI::App& app, const GlobalOptions& globalOptions) {
     check->fallthrough()->footer(kVerifyFooter);
     check
         ->add_option("--head", asked->heads,
-                     "A head that must still be in the chain, or a file with one head a line")
+                     "A head that must still be in the chain, or a file with one head per line")
         ->type_name("NUMBER:HASH|FILE");
     check
         ->add_option("--export-head", asked->exportFile,

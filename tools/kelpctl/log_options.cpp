@@ -28,7 +28,7 @@ void LogOptions::addTo(CLI::App& command, const std::string& operation,
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1'000'000'000}));
     command.add_option("--database", file, "Database of the log; default: as configured")
         ->type_name("FILE");
-    CLI::Option* asJson = command.add_flag("--json", json, "Write one JSON object a line");
+    CLI::Option* asJson = command.add_flag("--json", json, "Write one JSON object per line");
     command.add_flag("--csv", csv, "Write comma-separated values with a header")->excludes(asJson);
 }
 

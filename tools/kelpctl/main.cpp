@@ -65,8 +65,8 @@ int run(int argc, char** argv) {
         const std::vector<std::string> notUnderstood = app.remaining(true);
         const std::string reason =
             notUnderstood.empty() ? std::string(problem.what())
-                                  : "\"" + notUnderstood.front() + "\" is no command or option";
-        return fail(reason + " (--help tells more)", kWrongCommandLine);
+                                  : "\"" + notUnderstood.front() + "\" is not a command or option";
+        return fail(reason + " (see --help)", kWrongCommandLine);
     } catch (const UnrecordedChange& failure) {
         return fail(failure.what(), kUnrecorded);
     } catch (const std::exception& failure) {

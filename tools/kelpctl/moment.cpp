@@ -37,7 +37,7 @@ oplog::UtcTime momentOf(const std::string& text, const std::string& option, oplo
         return now - *length;
     throw std::runtime_error(
         option + ": \"" + text +
-        "\" is no time such as 2025-03-01T12:00:00Z, 2025-03-01 or 2h (so long ago)");
+        "\" is not a time such as 2025-03-01T12:00:00Z, 2025-03-01 or 2h (so long ago)");
 }
 
 }  // namespace kelp::ctl

@@ -49,7 +49,7 @@ Secret readPassword(const std::string& file, ShortPassword shortOne) {
     if (shortOne == ShortPassword::IsRefused && charactersOf(password.text()) < kCharactersMin)
         throw std::runtime_error("the password must have at least " +
                                  std::to_string(kCharactersMin) +
-                                 " characters; --force takes a shorter one");
+                                 " characters; --force accepts a shorter one");
     return password;
 }
 

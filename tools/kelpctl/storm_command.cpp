@@ -116,7 +116,7 @@ class Storm {
     }
     std::string soFar() const {
         return std::to_string(taken_) + " of " + std::to_string(options_.count) +
-               " alarms taken in";
+               " alarms accepted";
     }
     void tell(const char* end) const {
         const double seconds = elapsed().count();
@@ -139,7 +139,7 @@ void addStormCommand(CLI::App& app, const GlobalOptions& globalOptions) {
         "storm", "Raise many alarms at an even rate, to test how NMSs handle them");
     storm->fallthrough()->footer(kFooter);
     options->alarms.addSocket(*storm);
-    storm->add_option("--rate", options->rate, "Alarms a second")
+    storm->add_option("--rate", options->rate, "Alarms per second")
         ->required()
         ->check(CLI::Range(kRateMin, kRateMax));
     storm->add_option("--count", options->count, "Total number of alarms")

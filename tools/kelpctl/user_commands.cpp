@@ -188,7 +188,7 @@ void expire(const UserOptions& options) {
     else if (options.expiry != kNever && !(expiry = parseUtc(options.expiry)))
         throw std::runtime_error(
             "\"" + util::escaped(options.expiry) +
-            "\" is no time: write never, now, 2027-01-31 or 2027-01-31T12:00:00Z");
+            "\" is not a time: write never, now, 2027-01-31 or 2027-01-31T12:00:00Z");
     options.open().setExpiry(options.name, expiry);
     if (expiry)
         std::printf("user \"%s\" expires at %s\n", options.name.c_str(), utcText(*expiry).c_str());
@@ -209,7 +209,7 @@ void setNetworks(const UserOptions& options) {
 
 void setCertificates(const UserOptions& options) {
     if (options.subjects.empty() != options.isAnyCertificate)
-        throw std::runtime_error("say either --subject, once or more often, or --any");
+        throw std::runtime_error("give either --subject, once or several times, or --any");
     UserDatabase database = options.open();
     database.setSubjects(options.name, options.subjects);
     const std::optional<UserAccount> account = database.find(options.name);

@@ -43,7 +43,7 @@ void recorded(const AccountChange& change, const std::function<void()>& make) {
         try {
             append(change, failure.what());
         } catch (const std::exception& reason) {
-            std::fprintf(stderr, "kelpctl: the security log cannot tell of this: %s\n",
+            std::fprintf(stderr, "kelpctl: this could not be recorded in the security log: %s\n",
                          reason.what());
         }
         throw;
@@ -51,8 +51,9 @@ void recorded(const AccountChange& change, const std::function<void()>& make) {
     try {
         append(change, "ok");
     } catch (const std::exception& reason) {
-        throw UnrecordedChange(std::string("done, but the security log cannot tell of it: ") +
-                               reason.what());
+        throw UnrecordedChange(
+            std::string("done, but it could not be recorded in the security log: ") +
+            reason.what());
     }
 }
 

@@ -37,7 +37,7 @@ class Watch {
   private:
     void keyCame(const std::string& key) {
         if (!open_.back().insert(key).second)
-            wrong_ = "the key \"" + util::escaped(key, 100) + "\" stands there twice";
+            wrong_ = "the key \"" + util::escaped(key, 100) + "\" appears twice";
         else if (open_.back().size() > kMembersMax)
             wrong_ = "an object has more than " + std::to_string(kMembersMax) + " keys";
     }
@@ -56,7 +56,7 @@ Json parseJson(const std::string& text) {
             return watch(depth, event, parsed);
         });
     } catch (const Json::exception& problem) {
-        throw RequestError("the request is no JSON: " + util::escaped(problem.what(), 400));
+        throw RequestError("the request is not JSON: " + util::escaped(problem.what(), 400));
     }
     if (!watch.wrong().empty())
         throw RequestError(watch.wrong());

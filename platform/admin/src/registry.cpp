@@ -73,7 +73,7 @@ Registry& Registry::instance() {
 Registration Registry::enter(const std::string& method, const std::string& path, Handler handler) {
     const util::MutexLock lock(state_->mutex);
     if (!state_->entries.try_emplace({path, method}, State::Entry{std::move(handler), 0}).second)
-        throw std::invalid_argument(method + " " + path + " is answered by another bundle already");
+        throw std::invalid_argument(method + " " + path + " is already answered by another bundle");
     return Registration(state_, method, path);
 }
 
@@ -84,7 +84,7 @@ Answer Registry::answer(const std::string& method, const std::string& path,
     const auto found = state_->entries.find({path, method});
     if (found == state_->entries.end())
         return state_->hasPath(path) ? failure(kMethodNotAllowed, what + " is not possible")
-                                     : failure(kNotFound, what + " is answered by nobody");
+                                     : failure(kNotFound, what + " is not answered by any bundle");
     State::Entry& entry = found->second;
     ++entry.running;
     lock.unlock();

@@ -86,7 +86,7 @@ bool BundleMgr::Start(const std::filesystem::path& directory,
     {
         const MutexLock lock(state_->mutex);
         if (!state_->started.empty()) {
-            whyNot = "bundles are running already";
+            whyNot = "bundles are already running";
             return false;
         }
     }

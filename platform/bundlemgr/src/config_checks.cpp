@@ -128,7 +128,7 @@ void checkNaming(ConfigDocument& document) {
         document.addProblem(
             "naming.host",
             shown(host) +
-                " is no address of this machine, where the embedded naming service runs: set "
+                " is not an address of this machine, where the embedded naming service runs: set "
                 "naming.embedded = false to use the naming service there");
     }
     if (integerOf(document, "tls.mode") != 0 && integerOf(document, "naming.ssl_port") == 0)
@@ -151,7 +151,7 @@ void checkNotification(ConfigDocument& document) {
             document.addProblem(
                 "notification.suppliers",
                 shown(entry) +
-                    " is no network: write an IPv4 or IPv6 address, or address/prefix length");
+                    " is not a network: write an IPv4 or IPv6 address, or address/prefix length");
     }
     if (textOf(document, "notification.mode") != "external")
         return;
@@ -172,7 +172,7 @@ void checkAllowedNetworks(ConfigDocument& document) {
             document.addProblem(
                 "access.allowed_oss",
                 shown(entry) +
-                    " is no network: write an IPv4 or IPv6 address, or address/prefix length "
+                    " is not a network: write an IPv4 or IPv6 address, or address/prefix length "
                     "(or, for references only, a host name)");
     }
 }
@@ -196,7 +196,7 @@ void checkAdmin(ConfigDocument& document) {
         document.addProblem(
             "admin.listen",
             shown(listen) +
-                " is no address of the loopback interface, such as 127.0.0.1:4880: the "
+                " is not an address of the loopback interface, such as 127.0.0.1:4880: the "
                 "operator's interface is for this machine only");
 }
 
@@ -210,9 +210,9 @@ void checkBundles(ConfigDocument& document) {
         if (!isName)
             document.addProblem(
                 "bundles.load",
-                shown(bundle) + " is no bundle name: letters, digits and underscores");
+                shown(bundle) + " is not a bundle name: letters, digits and underscores");
         else if (!seen.insert(bundle).second)
-            document.addProblem("bundles.load", shown(bundle) + " stands there twice");
+            document.addProblem("bundles.load", shown(bundle) + " appears twice");
     }
 }
 

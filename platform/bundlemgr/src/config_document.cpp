@@ -110,24 +110,25 @@ std::string unknownKeyText(const std::string& table, const std::string& name) {
     }
     const std::string nearest = nearestName(name, here);
     if (!nearest.empty())
-        return "is no key of [" + table + "]; did you mean \"" + nearest + "\"?";
+        return "is not a key of [" + table + "]; did you mean \"" + nearest + "\"?";
     for (const ConfigKey& key : configKeys()) {
         if (key.key == name)
-            return "is no key of [" + table + "]; it belongs into [" + key.table + "]";
+            return "is not a key of [" + table + "]; it belongs in [" + key.table + "]";
     }
-    return "is no key of [" + table + "]";
+    return "is not a key of [" + table + "]";
 }
 
 std::string unknownTableText(const std::string& name, const toml::node& node) {
     if (!node.is_table()) {
         for (const ConfigKey& key : configKeys()) {
             if (key.key == name)
-                return "stands outside of its table; it belongs into [" + key.table + "]";
+                return "is outside its table; it belongs in [" + key.table + "]";
         }
-        return "is unknown, and stands outside of any table";
+        return "is unknown and outside any table";
     }
     const std::string nearest = nearestName(name, tableNames());
-    return "is no table" + (nearest.empty() ? std::string() : "; did you mean [" + nearest + "]?");
+    return "is not a table" +
+           (nearest.empty() ? std::string() : "; did you mean [" + nearest + "]?");
 }
 
 void readAgentOption(ConfigDocument& document, const ConfigKey& key, const toml::node& node,

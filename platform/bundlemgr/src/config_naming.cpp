@@ -38,7 +38,7 @@ bool leadsThrough(const NamingPath& path, const NamingPath& object) {
 /// Return why a path cannot exist next to the other; empty: it can.
 std::string conflictOf(const FactoryPath& one, const FactoryPath& other) {
     if (one.path == other.path)
-        return one.shown + " is a path of the session factory already";
+        return one.shown + " is already a path of the session factory";
     if (leadsThrough(one.path, other.path))
         return one.shown + " leads through " + other.shown + ", where the session factory is";
     if (leadsThrough(other.path, one.path))

@@ -60,11 +60,11 @@ std::vector<ConfigProblem> ErrorCatalogue::load(const std::filesystem::path& fil
             const std::optional<unsigned long> code = parseCode(name.str());
             const std::optional<std::string> text = node.value_exact<std::string>();
             if (!code)
-                add(name.source(), key, "is no error code: write it as \"0x411800BA\"");
+                add(name.source(), key, "is not an error code: write it as \"0x411800BA\"");
             else if (!text || text->empty())
                 add(name.source(), key, "must be a text that is not empty");
             else if (!texts.emplace(*code, *text).second)
-                add(name.source(), key, "is there already in another spelling");
+                add(name.source(), key, "is already there in another spelling");
         }
     }
     std::stable_sort(

@@ -21,7 +21,7 @@ std::optional<toml::table> parseToml(const std::string& text, const std::string&
     } catch (const toml::parse_error& error) {
         problem = ConfigProblem{
             name, lineOf(error.source()), "",
-            "is no valid TOML: " + kelp::util::escaped(std::string(error.description()))};
+            "is not valid TOML: " + kelp::util::escaped(std::string(error.description()))};
         return std::nullopt;
     }
 }

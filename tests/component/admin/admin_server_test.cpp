@@ -29,11 +29,11 @@ TEST_F(AdminSocket, ReportsErrorsInJson) {
     const httplib::Result unknown = caller.Get("/nothing");
     ASSERT_TRUE(unknown);
     EXPECT_EQ(unknown->status, 404);
-    EXPECT_EQ(unknown->body, "{\"error\":\"GET /nothing is answered by nobody\"}\n");
+    EXPECT_EQ(unknown->body, "{\"error\":\"GET /nothing is not answered by any bundle\"}\n");
     const httplib::Result wrong = caller.Post("/echo", "{", "application/json");
     ASSERT_TRUE(wrong);
     EXPECT_EQ(wrong->status, 400);
-    EXPECT_THAT(wrong->body, HasSubstr("{\"error\":\"the request is no JSON"));
+    EXPECT_THAT(wrong->body, HasSubstr("{\"error\":\"the request is not JSON"));
 }
 
 TEST_F(AdminSocket, IsAccessibleToItsOwnerOnly) {

@@ -67,7 +67,7 @@ TEST(EmsBundle, AlarmRequestsOfAnotherBundlePreventItsStartAndNothingRemains) {
         "POST", "/alarms", [](const admin::Json&) { return admin::Json("other"); });
     std::string whyNot;
     EXPECT_FALSE(startBundle(whyNot));
-    EXPECT_NE(whyNot.find("POST /alarms is answered by another bundle already"), std::string::npos)
+    EXPECT_NE(whyNot.find("POST /alarms is already answered by another bundle"), std::string::npos)
         << whyNot;
     EXPECT_TRUE(enteredManagers().empty());
     EXPECT_EQ(enteredInterfaces(), 0u);

@@ -125,7 +125,7 @@ TEST_F(Dump, FailedDumpKeepsWholeElementsAndCanBeContinued) {
             throw CORBA::COMM_FAILURE();
     };
     EXPECT_THROW(dump(), nms::CallFailed);
-    EXPECT_THAT(task_->cutShort(), HasSubstr("go on with --from \"NE-3\""));
+    EXPECT_THAT(task_->cutShort(), HasSubstr("continue with --from \"NE-3\""));
     EXPECT_FALSE(std::filesystem::exists(file()));
     const std::string kept = contentOf(partial());
     const std::string resume = "{\"object\":\"Resume\",\"from\":\"NE-3\"}\n";
@@ -146,7 +146,7 @@ TEST_F(Dump, DumpThatFailedAmongTheLinksContinuesWithTheLastElement) {
     const std::string whole = contentOf(file());
     network_.onLinks = [] { throw refusal(globaldefs::EXCPT_INTERNAL_ERROR); };
     EXPECT_THROW(dump(), nms::ProcessingFailure);
-    EXPECT_THAT(task_->cutShort(), HasSubstr("go on with --from \"NE-3\""));
+    EXPECT_THAT(task_->cutShort(), HasSubstr("continue with --from \"NE-3\""));
     EXPECT_EQ(contentOf(file()), whole) << "the older one stays until there is a whole one";
     network_.onLinks = [] {};
     options_.from = "NE-3";
@@ -179,7 +179,7 @@ TEST_F(Dump, ElementToContinueWithMustBeTheNextOne) {
         dump();
         FAIL() << "NE-3 would be lost";
     } catch (const std::invalid_argument& problem) {
-        EXPECT_THAT(problem.what(), HasSubstr("goes on with --from \"NE-3\""));
+        EXPECT_THAT(problem.what(), HasSubstr("continues with --from \"NE-3\""));
     }
     EXPECT_EQ(contentOf(partial()), kept);
 }
@@ -218,7 +218,7 @@ TEST_F(Dump, InterruptDestroysTheIterator) {
     };
     EXPECT_THROW(dump(), nms::Interrupted);
     EXPECT_EQ(network_.iterators.destroyed, 1);
-    EXPECT_THAT(task_->cutShort(), HasSubstr("go on with --from \"NE-2\""));
+    EXPECT_THAT(task_->cutShort(), HasSubstr("continue with --from \"NE-2\""));
 }
 
 TEST_F(Dump, MissingDirectoryIsNamed) {

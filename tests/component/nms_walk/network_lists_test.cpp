@@ -142,7 +142,7 @@ TEST_F(NetworkListsTest, ElementThatFailedIsNotCountedAsWritten) {
     };
     EXPECT_THROW(read(ListKind::Elements), nms::CallFailed);
     EXPECT_THAT(written(), ElementsAre("NE-1", "NE-2", "NE-3"));
-    EXPECT_EQ(task_->cutShort(), "cut short after 3 elements; go on with --from \"NE-4\"");
+    EXPECT_EQ(task_->cutShort(), "cut short after 3 elements; continue with --from \"NE-4\"");
 }
 
 TEST_F(NetworkListsTest, FailureInTheMiddleOfAnElementSaysWhatToDrop) {
@@ -158,8 +158,7 @@ TEST_F(NetworkListsTest, FailureInTheMiddleOfAnElementSaysWhatToDrop) {
     EXPECT_EQ(written().size(), 9u);
     EXPECT_EQ(task_->cutShort(),
               "cut short after 9 ports, of which the last 4 are of NE-2 and not all of it: drop "
-              "these and go on "
-              "with --from \"NE-2\"");
+              "these and continue with --from \"NE-2\"");
     EXPECT_EQ(network_.iterators.destroyed, 1);
 }
 
@@ -227,7 +226,7 @@ TEST_F(NetworkListsTest, InterruptStopsBetweenTwoBatches) {
     network_.iterators.onNext = [this](CORBA::ULong) { progress_->interrupt(); };
     EXPECT_THROW(read(ListKind::Elements), nms::Interrupted);
     EXPECT_EQ(written().size(), 3u);
-    EXPECT_EQ(task_->cutShort(), "cut short after 3 elements; go on with --from \"NE-4\"");
+    EXPECT_EQ(task_->cutShort(), "cut short after 3 elements; continue with --from \"NE-4\"");
     EXPECT_EQ(network_.iterators.destroyed, 1);
 }
 

@@ -130,7 +130,7 @@ TEST_F(Alarms, StormArrivesCompletelyAndInOrder) {
     constexpr int kCount = 600;
     ChildProcess nms = follow(kCount);
     EXPECT_EQ(kelpctl({"storm", "--rate", "1000", "--count", std::to_string(kCount)}), 0);
-    EXPECT_TRUE(ctlLog_.contains("600 of 600 alarms taken in")) << ctlLog_.text();
+    EXPECT_TRUE(ctlLog_.contains("600 of 600 alarms accepted")) << ctlLog_.text();
     ASSERT_EQ(nms.waitExit(), 0);
     const std::vector<Json> shown = events();
     ASSERT_EQ(shown.size(), static_cast<std::size_t>(kCount));
@@ -200,7 +200,7 @@ TEST_F(Alarms, StormEndsWithTheNumberSoFarWhenTheHostStops) {
     EXPECT_EQ(nms.waitExit(), 0) << output();
     EXPECT_EQ(host_.stop(), 0);
     EXPECT_EQ(storm.waitExit(), 1);
-    EXPECT_TRUE(ctlLog_.contains(" of 100000 alarms taken in)")) << ctlLog_.text();
+    EXPECT_TRUE(ctlLog_.contains(" of 100000 alarms accepted)")) << ctlLog_.text();
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ TEST_F(AdminRegistry, GivesNullForARequestWithoutABody) {
 TEST_F(AdminRegistry, AnswersNotFoundForAPathWithoutAHandler) {
     const Answer answer = registry_.answer("POST", "/nothing", "");
     EXPECT_EQ(answer.status, 404);
-    EXPECT_EQ(errorOf(answer), "POST /nothing is answered by nobody");
+    EXPECT_EQ(errorOf(answer), "POST /nothing is not answered by any bundle");
 }
 
 TEST_F(AdminRegistry, AnswersMethodNotAllowedForAKnownPath) {
@@ -54,7 +54,7 @@ TEST_F(AdminRegistry, AnswersMethodNotAllowedForAKnownPath) {
 TEST_F(AdminRegistry, ReportsWhereTextIsNotJson) {
     const Answer answer = post("{\"a\": 1,\n  b}");
     EXPECT_EQ(answer.status, 400);
-    EXPECT_THAT(errorOf(answer), HasSubstr("the request is no JSON"));
+    EXPECT_THAT(errorOf(answer), HasSubstr("the request is not JSON"));
     EXPECT_THAT(errorOf(answer), HasSubstr("line 2"));
 }
 
@@ -96,7 +96,7 @@ TEST_F(AdminRegistry, RefusesARepeatedKeyAtAnyDepth) {
     for (const std::string body : {R"({"a": 1, "a": 2})", R"([{"x": {"a": 1, "b": 2, "a": 1}}])"}) {
         const Answer answer = post(body);
         EXPECT_EQ(answer.status, 400) << body;
-        EXPECT_EQ(errorOf(answer), "the key \"a\" stands there twice") << body;
+        EXPECT_EQ(errorOf(answer), "the key \"a\" appears twice") << body;
     }
     EXPECT_EQ(post(R"([{"a": 1}, {"a": 2, "b": {"a": 3}}])").status, 200)
         << "each in an object of its own";

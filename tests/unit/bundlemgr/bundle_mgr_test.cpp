@@ -168,7 +168,7 @@ TEST_F(BundleMgrTest, ObjectWithoutADeleterIsStillDeleted) {
 TEST_F(BundleMgrTest, StartWhileRunningIsRefused) {
     ASSERT_TRUE(start({"kelptest_first"})) << whyNot;
     EXPECT_FALSE(start({"kelptest_second"}));
-    EXPECT_EQ(whyNot, "bundles are running already");
+    EXPECT_EQ(whyNot, "bundles are already running");
     EXPECT_NE(BundleMgr::Instance()->Find("kelptest_first"), nullptr);
 }
 

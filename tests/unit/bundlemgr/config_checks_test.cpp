@@ -69,7 +69,7 @@ TEST(ConfigChecks, ACharacterBeyondAsciiOutsideOfTextsIsNoToml) {
         for (char32_t character = first; character <= last; ++character) {
             const auto problems = ConfigStore::instance().loadText(utf8(character), "kelp.toml");
             ASSERT_EQ(problems.size(), 1u) << static_cast<unsigned long>(character);
-            ASSERT_THAT(problems[0].text(), HasSubstr("kelp.toml:1: is no valid TOML: "));
+            ASSERT_THAT(problems[0].text(), HasSubstr("kelp.toml:1: is not valid TOML: "));
         }
     }
     EXPECT_THAT(check("[ems]\nname = \"\"\"\\\n\xc2\xa7/EMS\"\"\"\n"), IsEmpty());
@@ -220,7 +220,7 @@ TEST(ConfigChecks, EmbeddedNamingServiceIsOnThisMachine) {
     // 192.0.2.0/24 is reserved for documentation, so no machine has this address.
     EXPECT_THAT(
         check("[naming]\nhost = \"192.0.2.1\"\n"),
-        ElementsAre(HasSubstr("2: naming.host: \"192.0.2.1\" is no address of this machine")));
+        ElementsAre(HasSubstr("2: naming.host: \"192.0.2.1\" is not an address of this machine")));
     EXPECT_THAT(check("[naming]\nhost = \"192.0.2.1\"\nembedded = false\n"), IsEmpty());
     EXPECT_THAT(check("[naming]\nhost = \"127.0.0.2\"\n"), IsEmpty());
     EXPECT_THAT(check("[naming]\nhost = \"localhost\"\n"), IsEmpty());
@@ -256,7 +256,7 @@ TEST(ConfigChecks, AliasThatIsNoNamingPathIsNamed) {
 
 TEST(ConfigChecks, AliasesMustFitTogetherAndToTheStandardPath) {
     EXPECT_THAT(checkAliases("'a', 'b', 'a'"),
-                ElementsAre(HasSubstr("\"a\" is a path of the session factory already")));
+                ElementsAre(HasSubstr("\"a\" is already a path of the session factory")));
     EXPECT_THAT(checkAliases("'a/b', 'a/b/c'"),
                 ElementsAre(HasSubstr("\"a/b/c\" leads through \"a/b\"")));
     EXPECT_THAT(checkAliases("'a/b/c', 'a/b'"),
@@ -302,7 +302,7 @@ TEST(ConfigChecks, AllowedNetworksAreAddressesOrPrefixes) {
           "10.0.0.300", "nms.example.com/8", "nms_1", ""}) {
         EXPECT_THAT(
             check("[access]\nallowed_oss = [\"127.0.0.1\", \"" + network + "\"]\n"),
-            ElementsAre(HasSubstr("2: access.allowed_oss: \"" + network + "\" is no network")));
+            ElementsAre(HasSubstr("2: access.allowed_oss: \"" + network + "\" is not a network")));
     }
 }
 
@@ -324,9 +324,9 @@ TEST(ConfigChecks, FileSinkNeedsAFile) {
 
 TEST(ConfigChecks, BundleNamesAreNotPaths) {
     EXPECT_THAT(check("[bundles]\nload = [\"../evil\", \"kelp_ems\", \"kelp_ems\", \"\"]\n"),
-                ElementsAre(HasSubstr("\"../evil\" is no bundle name"),
-                            HasSubstr("\"kelp_ems\" stands there twice"),
-                            HasSubstr("\"\" is no bundle name")));
+                ElementsAre(HasSubstr("\"../evil\" is not a bundle name"),
+                            HasSubstr("\"kelp_ems\" appears twice"),
+                            HasSubstr("\"\" is not a bundle name")));
 }
 
 TEST(ConfigChecks, EveryProblemIsReportedInTheOrderOfTheFile) {
@@ -345,7 +345,7 @@ TEST(ConfigChecks, OperatorsInterfaceIsForThisMachineOnly) {
           "[2001:db8::1]:4880", "127.example.org:4880"})
         EXPECT_THAT(check("[admin]\nlisten = \"" + listen + "\"\n"),
                     ElementsAre(HasSubstr("2: admin.listen: \"" + listen +
-                                          "\" is no address of the loopback interface")));
+                                          "\" is not an address of the loopback interface")));
     for (const std::string listen :
          {"127.0.0.1", "127.0.0.1:0", "127.0.0.1:65536", "/run/kelp.sock", "::1:4880"})
         EXPECT_THAT(

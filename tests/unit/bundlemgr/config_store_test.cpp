@@ -101,7 +101,7 @@ TEST(ConfigStore, SyntaxErrorNamesFileAndLine) {
     ASSERT_EQ(problems.size(), 1u);
     EXPECT_EQ(problems[0].line, 3);
     EXPECT_EQ(problems[0].key, "");
-    EXPECT_THAT(problems[0].text(), testing::StartsWith("kelp.toml:3: is no valid TOML: "));
+    EXPECT_THAT(problems[0].text(), testing::StartsWith("kelp.toml:3: is not valid TOML: "));
 }
 
 TEST(ConfigStore, KeyGivenTwiceIsASyntaxErrorWithItsLine) {
@@ -114,26 +114,26 @@ TEST(ConfigStore, KeyGivenTwiceIsASyntaxErrorWithItsLine) {
 TEST(ConfigStore, UnknownNamesAreProblemsWithASuggestion) {
     EXPECT_THAT(
         load("[session]\nping_intervall_s = 5\n"),
-        ElementsAre("kelp.toml:2: session.ping_intervall_s: is no key of [session]; did you mean "
-                    "\"ping_interval_s\"?"));
+        ElementsAre(
+            "kelp.toml:2: session.ping_intervall_s: is not a key of [session]; did you mean "
+            "\"ping_interval_s\"?"));
     EXPECT_THAT(load("[Session]\nping_interval_s = 5\n"),
-                ElementsAre("kelp.toml:1: Session: is no table; did you mean [session]?"));
+                ElementsAre("kelp.toml:1: Session: is not a table; did you mean [session]?"));
     EXPECT_THAT(
         load("[agent]\nCacheSize = 5\n"),
         ElementsAre(
-            "kelp.toml:2: agent.CacheSize: is no key of [agent]; did you mean \"Cachesize\"?"));
+            "kelp.toml:2: agent.CacheSize: is not a key of [agent]; did you mean \"Cachesize\"?"));
     EXPECT_THAT(
         load("[session]\nallowed_oss = []\n"),
         ElementsAre(
-            "kelp.toml:2: session.allowed_oss: is no key of [session]; it belongs into [access]"));
+            "kelp.toml:2: session.allowed_oss: is not a key of [session]; it belongs in [access]"));
     EXPECT_THAT(
         load("ping_mode = true\n"),
-        ElementsAre(
-            "kelp.toml:1: ping_mode: stands outside of its table; it belongs into [session]"));
+        ElementsAre("kelp.toml:1: ping_mode: is outside its table; it belongs in [session]"));
     EXPECT_THAT(load("[quite.something.else]\nx = 1\n"),
-                ElementsAre("kelp.toml:1: quite: is no table"));
+                ElementsAre("kelp.toml:1: quite: is not a table"));
     EXPECT_THAT(load("[session.limits]\nx = 1\n"),
-                ElementsAre("kelp.toml:1: session.limits: is no key of [session]"));
+                ElementsAre("kelp.toml:1: session.limits: is not a key of [session]"));
 }
 
 TEST(ConfigStore, WrongTypesAreProblems) {

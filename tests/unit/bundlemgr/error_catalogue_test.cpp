@@ -63,10 +63,10 @@ TEST_F(ErrorCatalogueTest, ProblemsNameLineAndKeyAndLeaveTheCatalogueEmpty) {
 "0x4118005F" = ""
 [other]
 )"),
-                ElementsAre("3: errors.411800BA: is no error code: write it as \"0x411800BA\"",
-                            HasSubstr("4: errors.0x0: is no error code"),
+                ElementsAre("3: errors.411800BA: is not an error code: write it as \"0x411800BA\"",
+                            HasSubstr("4: errors.0x0: is not an error code"),
                             HasSubstr("5: errors.0x1411800BA"),
-                            HasSubstr("6: errors.1092092090: is there already"),
+                            HasSubstr("6: errors.1092092090: is already there"),
                             "7: errors.0x41180053: must be a text that is not empty",
                             "8: errors.0x4118005F: must be a text that is not empty",
                             "9: other: is unknown: the file has one table, [errors]"));
@@ -80,7 +80,7 @@ TEST_F(ErrorCatalogueTest, FileWithoutTheTableIsAProblem) {
 
 TEST_F(ErrorCatalogueTest, SyntaxErrorAndMissingFileAreProblems) {
     EXPECT_THAT(load("[errors]\n\"0x411800BA\" = \n"),
-                ElementsAre(HasSubstr("2: : is no valid TOML: ")));
+                ElementsAre(HasSubstr("2: : is not valid TOML: ")));
     const std::vector<ConfigProblem> problems = catalogue.load(directory.path() / "missing.toml");
     ASSERT_EQ(problems.size(), 1u);
     EXPECT_THAT(problems[0].what, HasSubstr("cannot be read: No such file or directory"));

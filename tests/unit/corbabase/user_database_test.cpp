@@ -162,7 +162,7 @@ TEST_F(UserDatabaseTest, NoNameIsGivenTwice) {
     UserDatabase database(file);
     database.add("nms1", "secret", kCheap);
     EXPECT_EQ(failureOf([&] { database.add("nms1", "other", kCheap); }),
-              "user \"nms1\" exists already");
+              "user \"nms1\" already exists");
     EXPECT_TRUE(database.passwordMatches("nms1", "secret", kCheap));
 }
 
@@ -351,7 +351,7 @@ TEST_F(UserDatabaseTest, KeepsSubjectsInOneForm) {
     const std::string failure = failureOf([&] {
         database.setSubjects("nms1", {"CN=nms2", "nonsense"});
     });
-    EXPECT_EQ(failure.find("\"nonsense\" is no subject: "), 0u) << failure;
+    EXPECT_EQ(failure.find("\"nonsense\" is not a subject: "), 0u) << failure;
     EXPECT_EQ(database.find("nms1")->subjects, subjects);
     EXPECT_EQ(failureOf([&] { database.setSubjects("nobody", {}); }),
               "there is no user \"nobody\"");

@@ -60,7 +60,7 @@ TEST(SubjectName, TextThatIsNoNameIsRefused) {
 TEST(SubjectName, RefusalShowsTheText) {
     std::string whyNot;
     EXPECT_FALSE(normalisedSubject("nms1\n", whyNot));
-    EXPECT_THAT(whyNot, StartsWith("\"nms1\\n\" is no subject: write it as CN=nms1,O=Operator"));
+    EXPECT_THAT(whyNot, StartsWith("\"nms1\\n\" is not a subject: write it as CN=nms1,O=Operator"));
     EXPECT_TRUE(normalisedSubject("CN=" + std::string(2045, 'a'), whyNot));
     EXPECT_FALSE(normalisedSubject("CN=" + std::string(2046, 'a'), whyNot));
     EXPECT_THAT(whyNot, EndsWith(" has more than 2048 bytes"));

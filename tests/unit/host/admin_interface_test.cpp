@@ -92,7 +92,7 @@ TEST_F(KelpdAdminInterface, OnAnAddressForOthersIsAMistakeInTheConfiguration) {
     const auto file = configure("[admin]\nlisten = \"0.0.0.0:4880\"\n");
     EXPECT_EQ(run({"--check-config", file.string()}), 3);
     EXPECT_TRUE(output_.contains(file.string() +
-                                 ":7: admin.listen: \"0.0.0.0:4880\" is no address of the "
+                                 ":7: admin.listen: \"0.0.0.0:4880\" is not an address of the "
                                  "loopback interface"))
         << output_.text();
 }

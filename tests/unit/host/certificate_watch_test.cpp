@@ -50,9 +50,7 @@ TEST_F(CertificateWatch, WarnsOfARevocationListFromThreeDaysBeforeItsEndOn) {
     EXPECT_EQ(warningOfList(1s), soon);
     const std::string ended =
         "the revocation list of CN = CA in /etc/kelp/crl.pem has ended at 2027-01-01 00:00:00 UTC: "
-        "it goes "
-        "on "
-        "to be used, but certificates that were revoked since are accepted";
+        "it is still used, but certificates that were revoked since are accepted";
     EXPECT_EQ(warningOfList(0s), ended);
     EXPECT_EQ(warningOfList(-kDay), ended);
     EXPECT_EQ(revocationListWarning("/etc/kelp/crl.pem", {"CN = CA", std::nullopt}, end), "");

@@ -8,13 +8,13 @@ using KelpdCommandLine = KelpdTest;
 TEST_F(KelpdCommandLine, GoodConfigurationIsReportedAsGood) {
     const auto file = configure();
     EXPECT_EQ(run({"--check-config", file.string()}), 0);
-    EXPECT_TRUE(output_.contains(file.string() + ": nothing wrong"));
+    EXPECT_TRUE(output_.contains(file.string() + ": no problems found"));
 }
 
 TEST_F(KelpdCommandLine, CheckTakesTheFileOfTheConfigOption) {
     const auto file = configure();
     EXPECT_EQ(run({"--config", file.string(), "--check-config"}), 0);
-    EXPECT_TRUE(output_.contains(file.string() + ": nothing wrong"));
+    EXPECT_TRUE(output_.contains(file.string() + ": no problems found"));
 }
 
 TEST_F(KelpdCommandLine, EachProblemIsNamedWithFileLineAndKey) {

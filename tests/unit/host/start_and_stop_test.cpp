@@ -33,7 +33,7 @@ TEST_F(KelpdStartAndStop, SecondTerminationEndsAStopThatHangs) {
     EXPECT_TRUE(process_->isRunning());
     process_->signal(SIGTERM);
     EXPECT_EQ(process_->waitExit(), 1);
-    EXPECT_TRUE(output_.contains("told to stop a second time")) << output_.text();
+    EXPECT_TRUE(output_.contains("received a second stop signal")) << output_.text();
 }
 
 TEST_F(KelpdStartAndStop, HangupReadsTheConfigurationAgain) {

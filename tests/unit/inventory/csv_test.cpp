@@ -54,7 +54,7 @@ TEST_F(CsvText, LinesAreCountedAcrossRecords) {
 
 TEST_F(CsvText, WrongQuotesAreReported) {
     EXPECT_THAT(problemOf("a,b\"c\n"), HasSubstr("does not begin with one"));
-    EXPECT_THAT(problemOf("a,\"b\"c\n"), HasSubstr("goes on behind"));
+    EXPECT_THAT(problemOf("a,\"b\"c\n"), HasSubstr("continues after"));
     EXPECT_THAT(problemOf("a,\"b\n"), HasSubstr("not closed"));
     EXPECT_THAT(problemOf(std::string(2u << 20, 'x')), HasSubstr("too long"));
 }

@@ -36,47 +36,48 @@ TEST_F(ImportProblems, NameFileLineAndKey) {
               "network.jsonl:17: communicationState: \"CS_GONE\" is none of CS_AVAILABLE, "
               "CS_UNAVAILABLE");
     EXPECT_EQ(problemOfElement(R"("colour":"red")"),
-              "network.jsonl:17: colour: is no key of this kind of object");
+              "network.jsonl:17: colour: is not a key of this kind of object");
 }
 
 TEST_F(ImportProblems, AreReportedInOneLineWhateverTheFileHolds) {
     EXPECT_EQ(problemOfElement(R"("a\u001b[31m\n":"red")"),
-              R"(network.jsonl:17: a\x1B[31m\n: is no key of this kind of object)");
+              R"(network.jsonl:17: a\x1B[31m\n: is not a key of this kind of object)");
 }
 
 TEST_F(ImportProblems, BadLinesAreReported) {
-    EXPECT_THAT(problemOf("{\"object\":"), StartsWith("network.jsonl:17: is no JSON: "));
-    EXPECT_EQ(problemOf("[1]"), "network.jsonl:17: is no JSON object");
+    EXPECT_THAT(problemOf("{\"object\":"), StartsWith("network.jsonl:17: is not JSON: "));
+    EXPECT_EQ(problemOf("[1]"), "network.jsonl:17: is not a JSON object");
     EXPECT_EQ(problemOf("{}"), "network.jsonl:17: has no key \"object\"");
     EXPECT_THAT(
         problemOf(R"({"object":"Router"})"),
         HasSubstr("object: \"Router\" is none of EMS, MultiLayerSubnetwork, ManagedElement, "));
     EXPECT_THAT(problemOf("{\"object\":\"ManagedElement\",\"ManagedElement\":\"\xC3\x28\"}"),
-                HasSubstr("is no JSON"));
+                HasSubstr("is not JSON"));
     EXPECT_THAT(problemOf(std::string(2u << 20, ' ') + "{}"), HasSubstr("the line is too long"));
 }
 
 TEST_F(ImportProblems, BadValuesAreReported) {
-    EXPECT_THAT(problemOfElement(R"("owner":5)"), HasSubstr("owner: 5 is no text"));
+    EXPECT_THAT(problemOfElement(R"("owner":5)"), HasSubstr("owner: 5 is not a text"));
     EXPECT_THAT(problemOfElement(R"("owner":")" + std::string(5000, 'x') + "\""),
                 HasSubstr("owner: has more"));
     EXPECT_THAT(problemOfElement(R"("emsInSyncState":"yes")"),
                 HasSubstr("is neither true nor false"));
-    EXPECT_THAT(problemOfElement(R"("supportedRates":"LR_E1_2M")"), HasSubstr("is no list"));
+    EXPECT_THAT(problemOfElement(R"("supportedRates":"LR_E1_2M")"), HasSubstr("is not a list"));
     EXPECT_THAT(problemOfElement(R"("supportedRates":["LR_E1"])"),
-                HasSubstr("\"LR_E1\" is no layer rate"));
-    EXPECT_THAT(problemOfElement(R"("supportedRates":[30])"), HasSubstr("30 is no layer rate"));
+                HasSubstr("\"LR_E1\" is not a layer rate"));
+    EXPECT_THAT(problemOfElement(R"("supportedRates":[30])"), HasSubstr("30 is not a layer rate"));
     EXPECT_THAT(problemOfElement(R"("supportedRates":[4294967301])"),
-                HasSubstr("is no layer rate"));
+                HasSubstr("is not a layer rate"));
     EXPECT_THAT(problemOfElement(R"("supportedRates":[18446744073709551615])"),
-                HasSubstr("is no layer rate"));
-    EXPECT_THAT(problemOfElement(R"("additionalInfo":["a"])"), HasSubstr("is no object of names"));
+                HasSubstr("is not a layer rate"));
+    EXPECT_THAT(problemOfElement(R"("additionalInfo":["a"])"),
+                HasSubstr("is not an object of names"));
     EXPECT_THAT(problemOfElement(R"("additionalInfo":{"a":1})"),
-                HasSubstr("additionalInfo: a: 1 is no text"));
+                HasSubstr("additionalInfo: a: 1 is not a text"));
     EXPECT_THAT(problemOfElement(R"("nativeEMSName":"")"),
                 HasSubstr("nativeEMSName: must not be empty"));
     EXPECT_THAT(problemOfPort(R"("transmissionParams":{"LR_X":{}})"),
-                HasSubstr("\"LR_X\" is no layer rate"));
+                HasSubstr("\"LR_X\" is not a layer rate"));
     EXPECT_THAT(problemOfPort(R"("transmissionParams":{"5":{"a":1}})"),
                 HasSubstr("transmissionParams: 5: a: 1"));
     EXPECT_THAT(problemOfPort(R"("edgePoint":true)"),
@@ -119,7 +120,7 @@ TEST_F(ImportProblems, BadNamesAreReported) {
               "network.jsonl:17: ManagedElement: is missing");
     EXPECT_THAT(named(""), HasSubstr("ManagedElement: must not be empty"));
     EXPECT_THAT(named(" C"), HasSubstr("must not begin or end with a blank"));
-    EXPECT_THAT(named("C\\n"), HasSubstr("must not have control characters"));
+    EXPECT_THAT(named("C\\n"), HasSubstr("must not contain control characters"));
     EXPECT_THAT(named(std::string(1025, 'x')), HasSubstr("must have at most 1024 characters"));
     const auto holder = [this](const std::string& name) {
         return problemOf(R"({"object":"EquipmentHolder","ManagedElement":"A","EquipmentHolder":")" +
@@ -128,10 +129,11 @@ TEST_F(ImportProblems, BadNamesAreReported) {
     for (const char* const path :
          {"shelf=1", "/", "/shelf", "/shelf=", "/=1", "/shelf=1/", "/shelf=1/rack=1",
           "/shelf=1/shelf=2", "/cupboard=1", "/remote_unit=1"})
-        EXPECT_THAT(holder(path), HasSubstr("is no path such as /rack=1/shelf=1/slot=2")) << path;
+        EXPECT_THAT(holder(path), HasSubstr("is not a path such as /rack=1/shelf=1/slot=2"))
+            << path;
     for (const char* const ctp : {"au4", "/au4", "/a=1/", "/a="})
         EXPECT_THAT(problemOfPort(std::string(R"("transmissionParams":[5],"CTP":")") + ctp + "\""),
-                    HasSubstr("CTP: is no path such as /sts3c_au4-j=1"))
+                    HasSubstr("CTP: is not a path such as /sts3c_au4-j=1"))
             << ctp;
     EXPECT_THAT(problemOfPort(R"("FTP":"f","transmissionParams":[5])"),
                 HasSubstr("PTP: both this and FTP"));
@@ -178,12 +180,13 @@ TEST_F(ImportProblems, MissingSubnetworksAreReported) {
     EXPECT_EQ(problemOfElement(R"("subnetworks":["S"])"),
               "network.jsonl:17: subnetworks: there is no subnetwork \"S\"");
     EXPECT_THAT(problemOfElement(R"("subnetworks":"S")"),
-                HasSubstr("subnetworks: \"S\" is no list"));
-    EXPECT_THAT(problemOfElement(R"("subnetworks":[1])"), HasSubstr("subnetworks: 1 is no text"));
+                HasSubstr("subnetworks: \"S\" is not a list"));
+    EXPECT_THAT(problemOfElement(R"("subnetworks":[1])"),
+                HasSubstr("subnetworks: 1 is not a text"));
     EXPECT_THAT(problemOfElement(R"("subnetworks":[" S"])"),
                 HasSubstr("must not begin or end with a blank"));
     EXPECT_THAT(problemOfElement(R"("subnetworks":["S","T","S"])"),
-                HasSubstr("subnetworks: \"S\" stands there twice"));
+                HasSubstr("subnetworks: \"S\" appears twice"));
     EXPECT_THAT(
         problemOf(R"({"object":"MultiLayerSubnetwork","MultiLayerSubnetwork":"S",)"
                   R"("subnetworkType":"TOPO_STAR"})"),
@@ -195,18 +198,18 @@ TEST_F(ImportProblems, MissingSubnetworksAreReported) {
 
 TEST_F(ImportProblems, ASecondEmsIsReported) {
     EXPECT_EQ(problemOf("{\"object\":\"EMS\"}\n{\"object\":\"EMS\",\"owner\":\"x\"}"),
-              "network.jsonl:18: EMS stands in line 17 already");
+              "network.jsonl:18: EMS is already in line 17");
     EXPECT_THAT(problemOf(R"({"object":"EMS","nativeEMSName":"x"})"),
-                HasSubstr("nativeEMSName: is no key of this kind of object"));
+                HasSubstr("nativeEMSName: is not a key of this kind of object"));
 }
 
 TEST_F(ImportProblems, DuplicatesAreReportedWithTheLineOfTheFirst) {
     EXPECT_EQ(
         problemOf(R"({"object":"ManagedElement","ManagedElement":"A","productName":"again"})"),
-        "network.jsonl:17: ManagedElement \"A\" stands in line 1 already");
+        "network.jsonl:17: ManagedElement \"A\" is already in line 1");
     takeRight(kSmallNetwork);
     EXPECT_EQ(problemOf(R"({"object":"TerminationPoint","ManagedElement":"A","PTP":"p2"})"),
-              "network.jsonl:17: TerminationPoint \"p2\" stands in line 9 already");
+              "network.jsonl:17: TerminationPoint \"p2\" is already in line 9");
 }
 
 TEST_F(ImportProblems, TheFirstTwentyAreKeptInTheirOrder) {
@@ -233,10 +236,10 @@ TEST_F(ImportProblems, EveryInvalidAttributeIsReported) {
 
 TEST_F(ImportProblems, CsvHeadersAreChecked) {
     EXPECT_THAT(takeCsv("ManagedElement.csv", "ManagedElement,prodName\nA,P\n").problems[0].text(),
-                "ManagedElement.csv:1: prodName: is no column of this kind of object");
+                "ManagedElement.csv:1: prodName: is not a column of this kind of object");
     EXPECT_THAT(
         takeCsv("ManagedElement.csv", "ManagedElement,ManagedElement\nA,A\n").problems[0].text(),
-        "ManagedElement.csv:1: ManagedElement: this column is there twice");
+        "ManagedElement.csv:1: ManagedElement: this column appears twice");
     EXPECT_THAT(takeCsv("ManagedElement.csv", "").problems[0].text(),
                 "ManagedElement.csv:1: has no header line");
 }
@@ -250,7 +253,7 @@ TEST_F(ImportProblems, CsvRecordsAreNamedByTheirFirstLine) {
                                         "D,\"P,x\n");
     ASSERT_THAT(result.problems, SizeIs(3));
     EXPECT_EQ(result.problems[0].text(), "ManagedElement.csv:4: has 2 cells, the header has 3");
-    EXPECT_EQ(result.problems[1].text(), "ManagedElement.csv:5: location: is no UTF-8");
+    EXPECT_EQ(result.problems[1].text(), "ManagedElement.csv:5: location: is not UTF-8");
     EXPECT_EQ(result.problems[2].text(),
               "ManagedElement.csv:6: a cell's quotation mark is not closed");
 }
@@ -263,17 +266,17 @@ TEST_F(ImportProblems, InvalidCsvListsAreReported) {
                                         "C,P,,{broken\n");
     ASSERT_THAT(result.problems, SizeIs(3));
     EXPECT_THAT(result.problems[0].text(),
-                HasSubstr(":2: supportedRates: \"30\" is no layer rate"));
-    EXPECT_THAT(result.problems[1].text(), HasSubstr(":3: supportedRates: \"[5\" is no list"));
+                HasSubstr(":2: supportedRates: \"30\" is not a layer rate"));
+    EXPECT_THAT(result.problems[1].text(), HasSubstr(":3: supportedRates: \"[5\" is not a list"));
     EXPECT_THAT(result.problems[2].text(),
-                HasSubstr(":4: additionalInfo: \"{broken\" is no object"));
+                HasSubstr(":4: additionalInfo: \"{broken\" is not an object"));
 }
 
 TEST_F(ImportProblems, ACsvFileOfAnUnknownKindIsReported) {
     takeCsv("ManagedElement.csv", "ManagedElement,productName\nA,P\n");
     const ImportResult result = takeCsv("TerminationPoints.csv", "ManagedElement,PTP\n");
     ASSERT_THAT(result.problems, SizeIs(1));
-    EXPECT_EQ(result.problems[0].text(), "TerminationPoints.csv: is no kind of object");
+    EXPECT_EQ(result.problems[0].text(), "TerminationPoints.csv: is not a kind of object");
 }
 
 }  // namespace

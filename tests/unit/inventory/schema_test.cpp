@@ -74,7 +74,7 @@ TEST_F(InventorySchema, AnotherProgramsFileIsRefusedAndStaysAsItIs) {
     change("CREATE TABLE theirs (a); PRAGMA user_version = 1");
     const std::string before = content();
     EXPECT_THAT([&] { Inventory{database}; },
-                ThrowsMessage<InventoryFailure>(HasSubstr("inventory.db is no inventory")));
+                ThrowsMessage<InventoryFailure>(HasSubstr("inventory.db is not an inventory")));
     EXPECT_EQ(content(), before);
 }
 
@@ -151,7 +151,7 @@ TEST_F(InventorySchema, ADryRunRefusesAnotherProgramsFile) {
     ImportOptions options;
     options.dryRun = true;
     EXPECT_THAT([&] { take(kSmallNetwork, options); },
-                ThrowsMessage<InventoryFailure>(HasSubstr("inventory.db is no inventory")));
+                ThrowsMessage<InventoryFailure>(HasSubstr("inventory.db is not an inventory")));
     EXPECT_EQ(content(), before);
 }
 

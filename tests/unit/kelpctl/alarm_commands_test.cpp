@@ -124,7 +124,7 @@ TEST_F(AlarmCommands, WrongCommandLinesAreNamed) {
     EXPECT_TRUE(kelpctl("storm --rate 1 --count 0").failedWith(2, "--count"));
     startHost();
     EXPECT_TRUE(kelpctl("alarm clear --object NE-1 --probable-cause LOS")
-                    .failedWith(1, "--object: \"NE-1\" has not the form NAME=VALUE"));
+                    .failedWith(1, "--object: \"NE-1\" is not of the form NAME=VALUE"));
     EXPECT_TRUE(requests_.empty());
 }
 
@@ -134,7 +134,7 @@ TEST_F(AlarmCommands, RefusalOfTheHostIsReported) {
     EXPECT_TRUE(kelpctl("alarm clear --object A=1 --probable-cause LOS")
                     .failedWith(1, "kelpctl: not today\n"));
     const ToolRun storm = kelpctl("storm --rate 10 --count 3");
-    EXPECT_TRUE(storm.failedWith(1, "not today (0 of 3 alarms taken in)")) << storm;
+    EXPECT_TRUE(storm.failedWith(1, "not today (0 of 3 alarms accepted)")) << storm;
 }
 
 TEST_F(AlarmCommands, MissingHostIsNamed) {
@@ -150,7 +150,7 @@ TEST_F(AlarmCommands, MissingHostIsNamed) {
     std::filesystem::rename(socket + ".kept", socket);
     const ToolRun dead = kelpctl(clear);
     EXPECT_TRUE(
-        dead.failedWith(1, "kelpd cannot be reached at " + socket + ": nobody listens there"))
+        dead.failedWith(1, "kelpd cannot be reached at " + socket + ": nothing listens there"))
         << dead;
 }
 
@@ -183,7 +183,7 @@ TEST_F(AlarmCommands, StormSendsItsAlarmsInOrderAndReportsTheirNumber) {
     startHost();
     const ToolRun run = kelpctl("storm --rate 100000 --count 1300 --severity critical");
     EXPECT_EQ(run.status, 0) << run;
-    EXPECT_THAT(run.output, StartsWith("1300 of 1300 alarms taken in, "));
+    EXPECT_THAT(run.output, StartsWith("1300 of 1300 alarms accepted, "));
     EXPECT_EQ(taken(), 1300u);
     int number = 0;
     for (const Json& batch : requests_) {
@@ -209,7 +209,7 @@ TEST_F(AlarmCommands, InterruptedStormReportsItsProgress) {
     ASSERT_TRUE(waitUntil([this] { return taken() >= 2; }));
     storm.signal(SIGINT);
     EXPECT_EQ(storm.waitExit(), 0);
-    EXPECT_THAT(output.text(), StartsWith(std::to_string(taken()) + " of 5000 alarms taken in, "));
+    EXPECT_THAT(output.text(), StartsWith(std::to_string(taken()) + " of 5000 alarms accepted, "));
     EXPECT_TRUE(output.contains(", interrupted\n")) << output.text();
 }
 

@@ -169,13 +169,19 @@ TEST_F(LogCommands, FailuresSayWhyInOneLine) {
     EXPECT_TRUE(kelpctl("audit verify").failedWith(1, "oplog-audit.db does not exist"));
     makeOperationLog({request("getManager")});
     EXPECT_TRUE(
-        kelpctl("oplog --since yesterday").failedWith(1, "--since: \"yesterday\" is no time"));
+        kelpctl("oplog --since yesterday").failedWith(1, "--since: \"yesterday\" is not a time"));
     EXPECT_TRUE(kelpctl("oplog --json --csv").failedWith(2, "--json"));
     EXPECT_TRUE(kelpctl("oplog --newest 0").failedWith(2, "--newest"));
-    EXPECT_TRUE(kelpctl("audit --database oplog.db").failedWith(1, "is no security log"));
+    EXPECT_TRUE(kelpctl("audit --database oplog.db").failedWith(1, "is not a security log"));
     folder.write("garbage.db", std::string(10000, 'g'));
     EXPECT_TRUE(kelpctl("oplog --database garbage.db").failedWith(1, "is damaged"));
     EXPECT_FALSE(std::filesystem::exists(folder / "oplog-audit.db"));
+}
+
+TEST_F(LogCommands, AuditHelpListsEveryEvent) {
+    const std::string help = tool("audit --help").output;
+    for (int event = 0; event <= static_cast<int>(SecurityEvent::NamingChange); ++event)
+        EXPECT_THAT(help, HasSubstr(textOf(static_cast<SecurityEvent>(event))));
 }
 
 TEST_F(LogCommands, AuditSearchesTheSecurityLog) {
@@ -237,7 +243,7 @@ TEST_F(LogCommands, ACutTailIsDetectedWithTheExportedHead) {
     const ToolRun run = kelpctl("audit verify --head heads");
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.output, HasSubstr(" is not in the chain\n"));
-    EXPECT_TRUE(kelpctl("audit verify --head pw").failedWith(1, "is no NUMBER:HASH"));
+    EXPECT_TRUE(kelpctl("audit verify --head pw").failedWith(1, "is not of the form NUMBER:HASH"));
     EXPECT_TRUE(kelpctl("audit verify --head /dev/null").failedWith(1, "/dev/null holds no head"));
 }
 
@@ -262,7 +268,7 @@ TEST_F(LogCommands, ALostKeyIsNamed) {
 TEST_F(LogCommands, VerifyMissesAHeadThatWasNotedElsewhere) {
     makeSecurityLog(4);
     EXPECT_EQ(kelpctl("audit verify --head 4:" + std::string(64, 'a')).status, 1);
-    EXPECT_TRUE(kelpctl("audit verify --head 4").failedWith(1, "is no NUMBER:HASH"));
+    EXPECT_TRUE(kelpctl("audit verify --head 4").failedWith(1, "is not of the form NUMBER:HASH"));
 }
 
 TEST(TimesOnTheCommandLine, AreUtcOrAnAge) {

@@ -40,7 +40,7 @@ TEST_F(UserCommands, AShortPasswordNeedsForce) {
     secretFile("seven", "1234567\n");
     secretFile("eight", "12345678\n");
     const char* const refusal =
-        "the password must have at least 8 characters; --force takes a shorter one";
+        "the password must have at least 8 characters; --force accepts a shorter one";
     EXPECT_TRUE(kelpctl("user add nms1 --password-file seven").failedWith(1, refusal));
     EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
     EXPECT_EQ(kelpctl("user add nms1 --password-file eight").status, 0);
@@ -92,8 +92,9 @@ TEST_F(UserCommands, APasswordFileThatOthersCanReadIsWarnedAbout) {
 }
 
 TEST_F(UserCommands, UnknownCommandIsNamed) {
-    EXPECT_TRUE(kelpctl("frobnicate").failedWith(2, "\"frobnicate\" is no command or option"));
-    EXPECT_TRUE(kelpctl("user frobnicate").failedWith(2, "\"frobnicate\" is no command or option"));
+    EXPECT_TRUE(kelpctl("frobnicate").failedWith(2, "\"frobnicate\" is not a command or option"));
+    EXPECT_TRUE(
+        kelpctl("user frobnicate").failedWith(2, "\"frobnicate\" is not a command or option"));
     EXPECT_TRUE(kelpctl("user").failedWith(2, "A subcommand is required"));
 }
 
@@ -101,7 +102,7 @@ TEST_F(UserCommands, AddTwiceFails) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     secretFile("other", "another secret\n");
     const ToolRun run = kelpctl("user add nms1 --password-file other");
-    EXPECT_TRUE(run.failedWith(1, "user \"nms1\" exists already")) << run;
+    EXPECT_TRUE(run.failedWith(1, "user \"nms1\" already exists")) << run;
     EXPECT_TRUE(hasPassword("nms1", "old secret"));
 }
 
@@ -188,7 +189,7 @@ TEST_F(UserCommands, AnInvalidTimeIsRefused) {
     for (const char* time : {"soon", "2100-02-30", "2100-13-01", "2100-03-01T24:60:00Z",
                              "2100-03-01 12:00", "2100-03-01T12:00:00", ""}) {
         const ToolRun run = kelpctl(std::string("user expire nms1 ") + "'" + time + "'");
-        EXPECT_TRUE(run.failedWith(1, "is no time")) << time << ": " << run;
+        EXPECT_TRUE(run.failedWith(1, "is not a time")) << time << ": " << run;
     }
     EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc, std::nullopt);
 }
@@ -220,10 +221,10 @@ TEST_F(UserCommands, TlsBindsTheUserToCertificates) {
         std::string::npos);
     EXPECT_EQ(nlohmann::json::parse(kelpctl("user list --json").output)[0].at("subjects"),
               nlohmann::json::parse(R"(["CN=nms1,O=Operator", "CN=standby"])"));
-    EXPECT_TRUE(kelpctl("user tls nms1 --subject nms1").failedWith(1, "\"nms1\" is no subject"));
+    EXPECT_TRUE(kelpctl("user tls nms1 --subject nms1").failedWith(1, "\"nms1\" is not a subject"));
     for (const char* const nonsense : {"user tls nms1", "user tls nms1 --any --subject CN=a"})
-        EXPECT_TRUE(
-            kelpctl(nonsense).failedWith(1, "say either --subject, once or more often, or --any"))
+        EXPECT_TRUE(kelpctl(nonsense).failedWith(
+            1, "give either --subject, once or several times, or --any"))
             << nonsense;
     EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->subjects.size(), 2u);
     EXPECT_EQ(kelpctl("user tls nms1 --any").output,

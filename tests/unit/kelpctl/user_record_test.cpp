@@ -87,14 +87,14 @@ TEST_F(UserRecords, EveryChangeLeavesOneRecord) {
 TEST_F(UserRecords, AChangeThatFailsLeavesARecordThatSaysWhy) {
     addUser();
     const std::vector<Change> failures = {
-        {"add nms1 --password-file pw", "user \"nms1\" exists already"},
+        {"add nms1 --password-file pw", "user \"nms1\" already exists"},
         {"passwd nobody --password-file pw", "there is no user \"nobody\""},
         {"passwd nms1 --password-file missing", "missing: No such file or directory"},
         {"disable nobody", "there is no user \"nobody\""},
         {"enable nobody", "there is no user \"nobody\""},
-        {"expire nms1 soon", "\"soon\" is no time"},
+        {"expire nms1 soon", "\"soon\" is not a time"},
         {"networks nms1 10.1.0.0/33", "\"10.1.0.0/33\" needs a prefix length"},
-        {"tls nms1 --subject nms1", "\"nms1\" is no subject"},
+        {"tls nms1 --subject nms1", "\"nms1\" is not a subject"},
         {"unlock nobody", "there is no user \"nobody\""},
         {"remove nobody", "there is no user \"nobody\""},
         {"--database elsewhere.db disable nms1", "elsewhere.db does not exist"},
@@ -151,8 +151,9 @@ TEST_F(UserRecords, AChangeHoldsWithAWarningWhenItCannotBeRecorded) {
     const ToolRun added = kelpctl("user add nms1 --password-file pw");
     EXPECT_EQ(added.status, 3) << added;
     EXPECT_EQ(added.output, "user \"nms1\" added\n");
-    EXPECT_THAT(added.errors, HasSubstr("kelpctl: done, but the security log cannot tell of it: " +
-                                        log.string() + " is damaged"));
+    EXPECT_THAT(added.errors,
+                HasSubstr("kelpctl: done, but it could not be recorded in the security log: " +
+                          log.string() + " is damaged"));
     EXPECT_TRUE(hasPassword("nms1", "old secret"));
     EXPECT_EQ(contentOf(log), std::string(10000, 'g'));
 }
@@ -162,7 +163,7 @@ TEST_F(UserRecords, AnotherProgramsFileIsNoLogAndStaysAsItIs) {
         .exec("CREATE TABLE mine (x); PRAGMA user_version = 1");
     const ToolRun added = kelpctl("user add nms1 --password-file pw");
     EXPECT_EQ(added.status, 3) << added;
-    EXPECT_THAT(added.errors, EndsWith("oplog-audit.db is no security log\n"));
+    EXPECT_THAT(added.errors, EndsWith("oplog-audit.db is not a security log\n"));
     EXPECT_EQ(
         SQLite::Database(log.string()).execAndGet("SELECT count(*) FROM sqlite_schema").getInt(),
         1);
@@ -188,7 +189,7 @@ TEST_F(UserRecords, AFailureIsAFailureWhetherItIsRecordedOrNot) {
     const ToolRun run = kelpctl("user disable nobody");
     EXPECT_EQ(run.status, 1) << run;
     EXPECT_THAT(run.output, IsEmpty());
-    EXPECT_THAT(run.errors, HasSubstr("kelpctl: the security log cannot tell of this: " +
+    EXPECT_THAT(run.errors, HasSubstr("kelpctl: this could not be recorded in the security log: " +
                                       log.string() + " is damaged"));
     EXPECT_THAT(run.errors, EndsWith("kelpctl: there is no user \"nobody\"\n"));
 }

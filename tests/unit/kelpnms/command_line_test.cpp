@@ -46,6 +46,16 @@ TEST_F(KelpnmsCommandLine, EmptyPasswordFileIsNamed) {
     EXPECT_TRUE(output_.contains((scratch_ / "password").string())) << output_.text();
 }
 
+TEST_F(KelpnmsCommandLine, EmptyKeyPasswordFileIsNamed) {
+    const std::string key = (scratch_ / "key.pem").string();
+    const std::string password = (scratch_ / "key-password").string();
+    writeFile(key, "");
+    writeFile(password, "");
+    EXPECT_EQ(run({"--tls-ca", key, "--tls-key", key, "--tls-key-password-file", password, "find"}),
+              2);
+    EXPECT_EQ(output_.text(), "kelpnms: no password in the first line of " + password + "\n");
+}
+
 TEST_F(KelpnmsCommandLine, InvalidFactoryPathIsAUsageError) {
     EXPECT_EQ(run({"--factory", "a//b", "find"}), 2);
     EXPECT_TRUE(output_.contains("an empty component")) << output_.text();

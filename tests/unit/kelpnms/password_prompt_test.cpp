@@ -8,7 +8,7 @@
 namespace kelp::test {
 namespace {
 
-/// kelpnms at a terminal, at which the test types. There is no naming service.
+/// kelpnms at a terminal, at which the test types. There is not a naming service.
 class PasswordPrompt : public testing::Test {
   protected:
     PseudoTerminal terminal_{{KELPNMS, "--naming", "127.0.0.1:" + std::to_string(freePort()),

@@ -134,7 +134,7 @@ TEST(CutShort, SaysHowToContinue) {
     at = {WalkPosition::Stage::Elements, 7, "", 0};
     EXPECT_EQ(cutShort("entries", at), "cut short after 7 entries; begin again");
     at = {WalkPosition::Stage::OfElement, 7, "NE 3", 0};
-    EXPECT_EQ(cutShort("ports", at), "cut short after 7 ports; go on with --from \"NE 3\"");
+    EXPECT_EQ(cutShort("ports", at), "cut short after 7 ports; continue with --from \"NE 3\"");
     at = {WalkPosition::Stage::OfElement, 7, "NE-3", 2};
     EXPECT_THAT(cutShort("ports", at), HasSubstr("the last 2 are of NE-3"));
     at = {WalkPosition::Stage::Links, 7, "NE-3", 0};

@@ -183,7 +183,7 @@ TEST_F(OddFile, AnotherProgramsDatabaseIsLeftAlone) {
     const std::string content = contentOf(database());
     OperationLog log(settings());
     log.write(request("getEMS"));
-    ASSERT_TRUE(trace_.waitFor("is no operation log", kPatience));
+    ASSERT_TRUE(trace_.waitFor("is not an operation log", kPatience));
     log.stop();
     EXPECT_EQ(contentOf(database()), content);
     EXPECT_EQ(log.counts().aside, 1u);

@@ -68,7 +68,7 @@ TEST_F(NewLog, MayBeReadWhileItIsBeingCreated) {
 TEST_F(NewLog, IsNoFileThatStaysEmpty) {
     folder_.write("oplog.db", "");
     EXPECT_THAT([&] { read(); }, testing::ThrowsMessage<std::runtime_error>(
-                                     testing::HasSubstr("is no operation log")));
+                                     testing::HasSubstr("is not an operation log")));
 }
 
 TEST_F(Search, WithoutConditionsGivesAll) {

@@ -81,7 +81,7 @@ CosNamingTree NmsClient::State::tree() const {
         const CORBA::Object_var object = orb::toReference(orb.in(), naming);
         const CosNaming::NamingContext_var context = CosNaming::NamingContext::_narrow(object.in());
         if (CORBA::is_nil(context.in()))
-            throw Unreachable("what answers at " + naming + " is no naming service");
+            throw Unreachable("what answers at " + naming + " is not a naming service");
         return CosNamingTree(orb.in(), context.in());
     } catch (const CORBA::Exception& exception) {
         throw Unreachable("the naming service at " + naming +
@@ -169,7 +169,7 @@ FoundFactory NmsClient::findFactory(const std::string& path) {
                           " does not answer: " + failureText(exception));
     }
     if (CORBA::is_nil(found.reference.in()))
-        throw Unreachable("what is bound under " + wanted + " is no session factory");
+        throw Unreachable("what is bound under " + wanted + " is not a session factory");
     return found;
 }
 
@@ -180,7 +180,7 @@ FoundFactory NmsClient::factoryByReference(const std::string& text) {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
         return found;
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("this is no usable reference: " + failureText(exception));
+        throw Unreachable("this is not a usable reference: " + failureText(exception));
     }
 }
 

@@ -77,7 +77,7 @@ CosNaming::NamingContext_ptr CosNamingTree::contextAt(const NamingPath& path) {
     const CORBA::Object_var object = resolve(path);
     CosNaming::NamingContext_var context = CosNaming::NamingContext::_narrow(object.in());
     if (CORBA::is_nil(context.in()))
-        throw Unreachable(toText(path) + " is no naming context");
+        throw Unreachable(toText(path) + " is not a naming context");
     return context._retn();
 }
 

@@ -184,10 +184,10 @@ std::optional<std::string> normalisedSubject(const std::string& text, std::strin
     }
     std::optional<std::string> name = NameReader(text).read();
     if (!name)
-        whyNot =
-            shown +
-            " is no subject: write it as CN=nms1,O=Operator, which openssl x509 -noout -subject " +
-            "-nameopt RFC2253 prints";
+        whyNot = shown +
+                 " is not a subject: write it as CN=nms1,O=Operator, which openssl x509 -noout "
+                 "-subject " +
+                 "-nameopt RFC2253 prints";
     return name;
 }
 

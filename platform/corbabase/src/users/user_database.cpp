@@ -167,7 +167,7 @@ void UserDatabase::add(const std::string& name, const std::string& password, con
     requireUsableName(name);
     requireUsablePassword(password);
     if (find(name))
-        throw std::runtime_error("user \"" + name + "\" exists already");
+        throw std::runtime_error("user \"" + name + "\" already exists");
     const std::string hash = hashOfPassword(password, cost);
     translated(state_->path, [&] {
         SQLite::Statement insert(
@@ -178,7 +178,7 @@ void UserDatabase::add(const std::string& name, const std::string& password, con
         insert.bind(2, hash);
         insert.bind(3, nowUtc());
         if (insert.exec() == 0)
-            throw std::runtime_error("user \"" + name + "\" exists already");
+            throw std::runtime_error("user \"" + name + "\" already exists");
     });
 }
 

@@ -169,7 +169,7 @@ int versionOf(SQLite::Database& database, const std::filesystem::path& file, int
     if (isEmpty(database))
         return 0;
     if (pragma(database, "application_id") != kApplicationId)
-        throw InventoryFailure(file.string() + " is no inventory");
+        throw InventoryFailure(file.string() + " is not an inventory");
     const int version = pragma(database, "user_version");
     if (version < 1 || version > known)
         throw InventoryFailure("inventory " + file.string() + " has schema version " +

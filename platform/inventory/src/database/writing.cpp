@@ -31,7 +31,7 @@ BulkWriting::BulkWriting(Connection& connection, const std::filesystem::path& fi
 void BulkWriting::commit() {
     SQLite::Database& database = connection_.database();
     if (isUnchecked_ && SQLite::Statement(database, "PRAGMA foreign_key_check").executeStep())
-        throw InventoryFailure("a row of the inventory would refer to one that is not there");
+        throw InventoryFailure("a row of the inventory would refer to one that does not exist");
     transaction_->commit();
     // without a checkpoint the write-ahead log would stay as long as the import made it; if a
     // reader prevents the checkpoint for 200 ms, a later one does it

@@ -49,7 +49,7 @@ class RecordParser {
         } else if (each == '"') {
             takeQuote();
         } else if (state_ == State::QuoteInQuoted) {
-            problem_ = "a cell goes on behind its closing quotation mark";
+            problem_ = "a cell continues after its closing quotation mark";
         } else {
             cells_.back() += each;
             state_ = State::Plain;
@@ -57,7 +57,7 @@ class RecordParser {
     }
     void takeQuote() {
         if (state_ == State::Plain) {
-            problem_ = "a quotation mark stands in a cell that does not begin with one";
+            problem_ = "a quotation mark is in a cell that does not begin with one";
             return;
         }
         if (state_ == State::QuoteInQuoted)

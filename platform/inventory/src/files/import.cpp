@@ -48,7 +48,7 @@ void refuseStrangers(const std::filesystem::path& folder, Problems& problems) {
     std::sort(strangers.begin(), strangers.end());
     for (const std::string& name : strangers) {
         problems.setFile(0, name);
-        problems.add(0, "", "is no kind of object");
+        problems.add(0, "", "is not a kind of object");
     }
 }
 

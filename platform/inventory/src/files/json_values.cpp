@@ -28,7 +28,7 @@ Json arrayOf(const List& list) {
 template <class List>
 std::string assignArray(const Json& value, List& list) {
     if (!value.is_array())
-        return shown(value) + " is no list";
+        return shown(value) + " is not a list";
     list.clear();
     for (const Json& each : value) {
         if (std::string problem = assign(each, list.emplace_back()); !problem.empty())
@@ -74,13 +74,13 @@ Json jsonOf(const LayeredParameterList& layers) {
 
 std::string assign(const Json& value, std::string& text) {
     if (!value.is_string())
-        return shown(value) + " is no text";
+        return shown(value) + " is not a text";
     text = value.get_ref<const std::string&>();
     if (text.size() > kTextBytesMax)
         return "has more than " + std::to_string(kTextBytesMax) + " bytes";
     if (!util::isUtf8(text))
-        return "is no UTF-8";
-    return text.find('\0') == std::string::npos ? "" : "must not have a null character";
+        return "is not UTF-8";
+    return text.find('\0') == std::string::npos ? "" : "must not contain a null character";
 }
 
 std::string assign(const Json& value, bool& flag) {
@@ -99,7 +99,7 @@ std::string assign(const Json& value, LayerRate& rate) {
              isLayerRate(static_cast<int>(value.get<std::int64_t>())))
         found = static_cast<LayerRate>(value.get<std::int64_t>());
     if (!found)
-        return shown(value) + " is no layer rate";
+        return shown(value) + " is not a layer rate";
     rate = *found;
     return "";
 }
@@ -118,7 +118,7 @@ std::string assign(const Json& value, NameValues& values) {
         return "";
     }
     if (!value.is_object())
-        return shown(value) + " is no object of names and texts";
+        return shown(value) + " is not an object of names and texts";
     values.clear();
     for (const auto& [name, each] : value.items()) {
         values.push_back({name, ""});
@@ -138,11 +138,11 @@ std::string assign(const Json& value, LayeredParameterList& layers) {
         return problem;
     }
     if (!value.is_object())
-        return shown(value) + " is no object of layer rates";
+        return shown(value) + " is not an object of layer rates";
     for (const auto& [name, parameters] : value.items()) {
         const std::optional<LayerRate> rate = layerRateOf(name);
         if (!rate)
-            return shown(name) + " is no layer rate";
+            return shown(name) + " is not a layer rate";
         layers.push_back({*rate, {}});
         if (std::string problem = assign(parameters, layers.back().parameters); !problem.empty())
             return name + ": " + problem;

@@ -57,13 +57,13 @@ std::string problemOfName(std::string_view value) {
     if (value.empty())
         return "must not be empty";
     if (!util::isUtf8(value))
-        return "is no UTF-8";
+        return "is not UTF-8";
     if (value.front() == ' ' || value.back() == ' ')
         return "must not begin or end with a blank";
     if (std::any_of(value.begin(), value.end(), [](char each) {
             return static_cast<unsigned char>(each) < 0x20 || each == 0x7F;
         }))
-        return "must not have control characters";
+        return "must not contain control characters";
     const auto characters = std::count_if(value.begin(), value.end(), [](char each) {
         return (static_cast<unsigned char>(each) & 0xC0) != 0x80;
     });
@@ -85,7 +85,7 @@ std::string problemOfHolder(std::string_view value) {
             rank = kind->rank;
     }
     if (rank < 1 || rank == static_cast<int>(kHolderKinds.size()))
-        return "is no path such as /rack=1/shelf=1/slot=2";
+        return "is not a path such as /rack=1/shelf=1/slot=2";
     return "";
 }
 
@@ -94,7 +94,7 @@ std::string problemOfCtp(std::string_view value) {
         return problem;
     const std::vector<std::string_view> components = componentsOf(value);
     if (components.empty() || !std::all_of(components.begin(), components.end(), isNameAndValue))
-        return "is no path such as /sts3c_au4-j=1";
+        return "is not a path such as /sts3c_au4-j=1";
     return "";
 }
 

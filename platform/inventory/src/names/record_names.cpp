@@ -67,7 +67,7 @@ bool takeSubnetworks(const Record& record, std::vector<std::string>& names, Prob
         if (problem.empty())
             problem = problemOfName(name);
         if (problem.empty() && !before.insert(name).second)
-            problem = shown(name) + " stands there twice";
+            problem = shown(name) + " appears twice";
     }
     if (!problem.empty())
         problems.add(record.place.line, kSubnetworksKey, problem);

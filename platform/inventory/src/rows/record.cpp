@@ -85,7 +85,7 @@ void takeList(const std::string& cell, CellValue& room) {
 std::string reasonOf(const nlohmann::detail::exception& failure) {
     const std::string text = failure.what();
     const std::size_t at = text.find("column ");
-    return "is no JSON: " + util::escaped(at == std::string::npos ? text : text.substr(at), 300);
+    return "is not JSON: " + util::escaped(at == std::string::npos ? text : text.substr(at), 300);
 }
 
 class JsonLines final : public RecordSource {
@@ -120,7 +120,7 @@ class JsonLines final : public RecordSource {
             return reasonOf(failure);
         }
         if (!record.object.is_object())
-            return "is no JSON object";
+            return "is not a JSON object";
         const auto word = record.object.find(kObjectKey);
         if (word == record.object.end())
             return std::string("has no key \"") + kObjectKey + "\"";
@@ -136,7 +136,7 @@ class JsonLines final : public RecordSource {
         for (const auto& [key, value] : record.object.items()) {
             if (key == kObjectKey || isKeyOf(record.kind, key))
                 continue;
-            problems.add(record.place.line, key, "is no key of this kind of object");
+            problems.add(record.place.line, key, "is not a key of this kind of object");
             all = false;
         }
         return all;
@@ -188,7 +188,7 @@ class CsvFile final : public RecordSource {
                 continue;
             problems.add(
                 1, name,
-                isKnown ? "this column is there twice" : "is no column of this kind of object");
+                isKnown ? "this column appears twice" : "is not a column of this kind of object");
             isUsable_ = false;
         }
     }

@@ -135,7 +135,7 @@ bool RowImport::noteLine(const Record& record, std::int64_t id, const Row& row) 
         return true;
     problems_.add(record.place.line, "",
                   Table<Row>::kWord + (ownName(row).empty() ? "" : " " + shown(ownName(row))) +
-                      " stands in line " + std::to_string(before) + " already");
+                      " is already in line " + std::to_string(before));
     return false;
 }
 

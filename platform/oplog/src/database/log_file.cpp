@@ -59,12 +59,14 @@ struct Format {
     int applicationId;
     int version;
     const char* schema;
+    const char* article;
     const char* name;
 };
 
 Format formatOf(LogKind kind) {
-    return kind == LogKind::Operations ? Format{0x4B4F504C, 2, kOperationSchema, "operation log"}
-                                       : Format{0x4B415544, 1, kSecuritySchema, "security log"};
+    return kind == LogKind::Operations
+               ? Format{0x4B4F504C, 2, kOperationSchema, "an", "operation log"}
+               : Format{0x4B415544, 1, kSecuritySchema, "a", "security log"};
 }
 
 int pragma(SQLite::Database& database, const char* name) {
@@ -90,7 +92,7 @@ void prepareSchema(SQLite::Database& database, LogKind kind) {
 void requireKind(SQLite::Database& database, const std::filesystem::path& file, LogKind kind) {
     const Format format = formatOf(kind);
     if (pragma(database, "application_id") != format.applicationId)
-        throw LogFailure(file.string() + " is no " + format.name);
+        throw LogFailure(file.string() + " is not " + format.article + " " + format.name);
     if (const int version = pragma(database, "user_version"); version != format.version)
         throw LogFailure(std::string(format.name) + " " + file.string() + " has schema version " +
                          std::to_string(version) + "; this program knows version " +

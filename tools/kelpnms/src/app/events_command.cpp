@@ -24,7 +24,7 @@ Notices begin with ***. They say which events may be missing:
       because the standard does not guarantee unique ids. kelpnms compares the newest 10000 events of a connection;
       it does not compare heartbeats.
   notificationIdWentBack
-      The id is a smaller number than the previous one: the EMS has started counting anew, or events have overtaken
+      The id is a smaller number than the previous one: the EMS has restarted its ids, or events have overtaken
       each other. Missing ids mean nothing, because events that were filtered out or were for other consumers use
       ids too.
   connectionLost

@@ -19,7 +19,7 @@ constexpr const char* kRowsFooter =
   json   one object a line, with every attribute of the standard's structures
 
 The list is read in batches, and each batch is written as soon as it arrives. If the list cannot be read to its end,
-standard error says how much was written and with which element to go on.)";
+standard error says how much was written and with which element to continue.)";
 
 constexpr const char* kDumpFooter =
     R"(Each line is a JSON object. Its key "object" says what it is. First comes the EMS, then every top-level

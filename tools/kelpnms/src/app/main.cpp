@@ -25,6 +25,9 @@ int run(const CommandLine& line, const std::string& password) {
     const auto report = std::make_shared<Report>(line.connection.json, line.connection.verbose);
     try {
         return runCommand(line, password, report, interrupts);
+    } catch (const NoPassword& problem) {
+        Report::error(problem.what());
+        return kUsageError;
     } catch (const CannotListen& problem) {
         Report::error(problem.what());
         return kUsageError;

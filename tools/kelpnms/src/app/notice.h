@@ -15,6 +15,6 @@ struct Notice {
 
 /// The advice for notices after which events may be missing.
 inline constexpr const char* kResynchronise =
-    "events may be missing: resynchronise, read the active alarms and changed objects anew";
+    "events may be missing: resynchronise, read the active alarms and changed objects again";
 
 }  // namespace kelp::nms

@@ -81,7 +81,7 @@ int exitCodeOf(Watch::End end, const WatchOptions& options) {
         case Watch::End::TimeOver:
             if (options.count == 0)
                 break;  // no number of pings was requested
-            Report::error("the time was over before the wanted number of pings had come");
+            Report::error("the time was over before the number of pings of --count had arrived");
             return kWatchCutShort;
         case Watch::End::Enough:
         case Watch::End::Interrupted:

@@ -55,7 +55,7 @@ int exitCodeOf(EventFollower::End end, const EventsOptions& options) {
         case EventFollower::End::TimeOver:
             if (options.count == 0)
                 break;  // no number of events was requested
-            Report::error("the time was over before the wanted number of events had come");
+            Report::error("the time was over before the number of events of --count had arrived");
             return kWatchCutShort;
         case EventFollower::End::Enough:
         case EventFollower::End::Interrupted:

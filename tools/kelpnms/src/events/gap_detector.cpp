@@ -60,7 +60,7 @@ std::optional<Notice> GapDetector::orderNotice(const std::string& id) {
         return std::nullopt;
     return Notice{"notificationIdWentBack",
                   {{"notificationId", id}, {"after", std::to_string(*before)}},
-                  "the EMS counts anew, or events have overtaken each other"};
+                  "the EMS has restarted its ids, or events have overtaken each other"};
 }
 
 std::optional<GapDetector::Clock::time_point> GapDetector::overdueAt() const {

@@ -5,7 +5,7 @@ namespace kelp::nms {
 namespace {
 
 std::string goOnWith(const std::string& element) {
-    return "go on with --from \"" + element + "\"";
+    return "continue with --from \"" + element + "\"";
 }
 
 }  // namespace
@@ -29,7 +29,7 @@ std::string cutShort(const std::string& what, const WalkPosition& position) {
 std::string dumpCutShort(const std::string& kept, const std::string& next) {
     if (next.empty())
         return "cut short before the first element was whole; nothing is kept, begin again";
-    return "cut short; what is whole stands in " + kept + ", " + goOnWith(next);
+    return "cut short; the complete part is in " + kept + ", " + goOnWith(next);
 }
 
 }  // namespace kelp::nms

@@ -62,14 +62,14 @@ void DumpFile::goOn(const std::string& from) {
     const std::uintmax_t size = fs::file_size(partial_, problem);
     if (problem)
         throw std::invalid_argument("there is no " + partial_.string() +
-                                    " to go on with; begin again without --from");
+                                    " to continue; begin again without --from");
     const std::string line = lastLine(tailOf(partial_, size));
     const Json last = Json::parse(line, nullptr, false);
     if (!last.is_object() || last.value("object", "") != "Resume")
         throw std::invalid_argument(
             partial_.string() + " does not end with a whole element; begin again without --from");
     if (last.value("from", "") != from)
-        throw std::invalid_argument(partial_.string() + " goes on with --from \"" +
+        throw std::invalid_argument(partial_.string() + " continues with --from \"" +
                                     last.value("from", "") + "\"");
     size_ = size - line.size();
     fs::resize_file(partial_, size_, problem);

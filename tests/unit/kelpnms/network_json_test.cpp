@@ -5,6 +5,7 @@
 #include <set>
 
 #include "network_samples.h"
+#include "text/json_line.h"
 #include "upload/record_layout.h"
 
 namespace kelp::nms {

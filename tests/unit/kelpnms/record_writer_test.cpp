@@ -6,6 +6,7 @@
 
 #include "network_samples.h"
 #include "text/display_text.h"
+#include "text/json_line.h"
 #include "upload/cut_short.h"
 #include "upload/network_json.h"
 

@@ -17,15 +17,15 @@ namespace kelp::test {
 namespace {
 
 constexpr int kSoftLimit = 6;
-constexpr CORBA::ULong kEntries = 60;
-constexpr unsigned kSessions = 3;
+constexpr CORBA::ULong kRaceEntries = 60;
+constexpr unsigned kRaceSessions = 3;
 constexpr unsigned kSessionEnds = 40;
 
 class IteratorRaces : public IteratorFixture {
   protected:
     IteratorRaces() : IteratorFixture(AgentOptions().withIteratorLimits(kSoftLimit, 1000)) {
         agent_.manager().onCall = [this] { give(); };
-        for (unsigned i = 0; i < kSessions; ++i)
+        for (unsigned i = 0; i < kRaceSessions; ++i)
             logIn(i);
     }
 
@@ -39,7 +39,7 @@ class IteratorRaces : public IteratorFixture {
         common::Common_I_var manager;
         {
             const std::lock_guard guard(mutex_);
-            manager = managers_[++opened_ % kSessions];
+            manager = managers_[++opened_ % kRaceSessions];
         }
         common::CapabilityList_T_var capabilities;
         manager->getCapabilities(capabilities.out());
@@ -49,7 +49,7 @@ class IteratorRaces : public IteratorFixture {
         return walk;
     }
 
-    std::array<emsSession::EmsSession_I_var, kSessions> sessions_;
+    std::array<emsSession::EmsSession_I_var, kRaceSessions> sessions_;
     std::shared_ptr<const int> lists_ =
         std::make_shared<const int>(0);  ///< also held by every list
 
@@ -58,7 +58,7 @@ class IteratorRaces : public IteratorFixture {
 
     /// Create a list. Runs in every request on a manager.
     void give() {
-        auto source = std::make_unique<NumberedNames>(kEntries);
+        auto source = std::make_unique<NumberedNames>(kRaceEntries);
         source->held = lists_;
         NamingAttributesList_T_var first;
         const NamingAttributesIterator_I_var own =
@@ -72,14 +72,14 @@ class IteratorRaces : public IteratorFixture {
 
     std::mutex mutex_;
     // this and the following are guarded by mutex_
-    std::array<common::Common_I_var, kSessions> managers_;
+    std::array<common::Common_I_var, kRaceSessions> managers_;
     std::deque<std::shared_ptr<IteratorWalk>> given_;
     unsigned opened_ = 0;
 };
 
 TEST_F(IteratorRaces, LoseNoEntryAndLeaveNothingOpen) {
     std::vector<std::string> all;
-    for (CORBA::ULong i = 1; i <= kEntries; ++i)
+    for (CORBA::ULong i = 1; i <= kRaceEntries; ++i)
         all.push_back(std::to_string(i));
     std::size_t most = 0;
     {
@@ -92,8 +92,8 @@ TEST_F(IteratorRaces, LoseNoEntryAndLeaveNothingOpen) {
                     return mixture.served() > before + 50;
                 },
                 std::chrono::seconds(60)));
-            sessions_[round % kSessions]->endSession();
-            logIn(round % kSessions);
+            sessions_[round % kRaceSessions]->endSession();
+            logIn(round % kRaceSessions);
         }
         EXPECT_EQ(mixture.stopAndCountGaps(all), 0);
         EXPECT_EQ(mixture.strange(), 0) << mixture.strangest();

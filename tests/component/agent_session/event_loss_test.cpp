@@ -12,10 +12,10 @@ using namespace kelp::test;
 using namespace NS_KELPCORBA;
 using testing::ElementsAre;
 
-const AgentOptions kRounds = AgentOptions().withRoundsEvery(1);
+const AgentOptions kLossRounds = AgentOptions().withRoundsEvery(1);
 
 TEST(EventLoss, IsReportedToEveryNmsOnce) {
-    RunningAgent agent(kRounds);
+    RunningAgent agent(kLossRounds);
     agent.logIn(agent.nms(1));
     agent.logIn(agent.nms(2));
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
@@ -29,7 +29,7 @@ TEST(EventLoss, IsReportedToEveryNmsOnce) {
 }
 
 TEST(EventLoss, IsReportedAgainWhenItIsOver) {
-    RunningAgent agent(kRounds);
+    RunningAgent agent(kLossRounds);
     agent.logIn(agent.nms());
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->losses == 1; }));
@@ -43,7 +43,7 @@ TEST(EventLoss, IsReportedAgainWhenItIsOver) {
 }
 
 TEST(EventLoss, ThatIsOverBeforeARoundIsNotReported) {
-    RunningAgent agent(kRounds);
+    RunningAgent agent(kLossRounds);
     agent.logIn(agent.nms());
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->pings == 1; }));
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
@@ -53,14 +53,14 @@ TEST(EventLoss, ThatIsOverBeforeARoundIsNotReported) {
 }
 
 TEST(EventLoss, IsReportedToAnNmsThatLogsInLater) {
-    RunningAgent agent(kRounds);
+    RunningAgent agent(kLossRounds);
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
     agent.logIn(agent.nms());
     EXPECT_TRUE(waitUntil([&] { return agent.nms()->losses == 1; }));
 }
 
 TEST(EventLoss, IsReportedUntilTheNmsAcceptsIt) {
-    RunningAgent agent(kRounds);
+    RunningAgent agent(kLossRounds);
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());
@@ -75,7 +75,7 @@ TEST(EventLoss, IsReportedUntilTheNmsAcceptsIt) {
 }
 
 TEST(EventLoss, ThatAnNmsNeverAcceptsEndsItsSession) {
-    RunningAgent agent(kRounds);
+    RunningAgent agent(kLossRounds);
     agent.nms()->answer = NmsServant::Answer::Refuse;
     agent.logIn(agent.nms());
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");
@@ -85,7 +85,7 @@ TEST(EventLoss, ThatAnNmsNeverAcceptsEndsItsSession) {
 }
 
 TEST(EventLoss, IsRecordedButNotReportedWithoutPingMode) {
-    RunningAgent agent(kRounds.with(0, false));
+    RunningAgent agent(kLossRounds.with(0, false));
     agent.logIn(agent.nms());
     const auto session = agent.listed(agent.nms());
     agent.sessions().NotifyEventLossOccurred("20260101120000Z", "4711");

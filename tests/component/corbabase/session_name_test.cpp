@@ -12,7 +12,7 @@ using NS_CORBA::TEUserHelper;
 
 namespace {
 
-const std::string kSession =
+const std::string kSessionName =
     "<USERNAME_TAG>nms1</USERNAME_TAG><IPANDPORT_TAG>10.0.0.1:5000</IPANDPORT_TAG>";
 
 class SessionName : public testing::Test {
@@ -23,7 +23,7 @@ class SessionName : public testing::Test {
         const PortableServer::POA_var root = base().GetRootPoa();
         const PortableServer::POAManager_var manager = root->the_POAManager();
         const PortableServer::POA_var top =
-            root->create_POA(kSession.c_str(), manager.in(), CORBA::PolicyList());
+            root->create_POA(kSessionName.c_str(), manager.in(), CORBA::PolicyList());
         const PortableServer::POA_var child =
             top->create_POA("session", manager.in(), CORBA::PolicyList());
         servant->onAssociatedSession = [this] {
@@ -55,14 +55,14 @@ class SessionName : public testing::Test {
 
 TEST_F(SessionName, IsTheTopPoasNameInServantAndInterceptor) {
     call(kelp::test::wireAddress(own.in()));
-    EXPECT_EQ(inInterceptor, kSession);
-    EXPECT_EQ(inServant, kSession);
+    EXPECT_EQ(inInterceptor, kSessionName);
+    EXPECT_EQ(inServant, kSessionName);
 }
 
 TEST_F(SessionName, IsRightInAnInProcessCallToo) {
     const nmsSession::NmsSession_I_var session = nmsSession::NmsSession_I::_narrow(own.in());
     const session::Session_I_var none = session->associatedSession();
-    EXPECT_EQ(inServant, kSession);
+    EXPECT_EQ(inServant, kSessionName);
     EXPECT_EQ(inInterceptor, "");
 }
 

@@ -20,8 +20,8 @@ namespace kelp::ems {
 namespace {
 
 using admin::Json;
-using test::refusal;
-using test::smallestAlarm;
+using kelp::test::refusal;
+using kelp::test::smallestAlarm;
 
 /// Return the text of the event's field at this position.
 std::string textAt(const CosNotification::StructuredEvent& event, CORBA::ULong place) {

@@ -16,9 +16,9 @@ namespace kelp::ems {
 namespace {
 
 using admin::Json;
-using test::refusal;
-using test::smallestAlarm;
-using test::wholeAlarm;
+using kelp::test::refusal;
+using kelp::test::smallestAlarm;
+using kelp::test::wholeAlarm;
 using testing::HasSubstr;
 using testing::StartsWith;
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace kelp::ems::test {
+namespace kelp::test {
 
 /// Return an alarm with only the mandatory fields.
 inline admin::Json smallestAlarm() {
@@ -59,4 +59,4 @@ std::string refusal(Call call, int status = admin::RequestError::kBadRequest) {
     return "nothing";
 }
 
-}  // namespace kelp::ems::test
+}  // namespace kelp::test

@@ -22,7 +22,7 @@ using kelp::orb::OrbOptions;
 using kelp::orb::ReferenceContent;
 using kelp::orb::start;
 
-class CountingHook : public kelp::orb::RequestHook {
+class RequestCounter : public kelp::orb::RequestHook {
   public:
     std::atomic<int> count{0};
     void received(const kelp::orb::RequestInfo&) override { ++count; }
@@ -48,8 +48,8 @@ void destroy(CORBA::ORB_ptr started) {
 }
 
 TEST(Lifecycle, ASecondOrbAfterTheFirstHasItsOwnHookAndOptions) {
-    CountingHook first;
-    CountingHook second;
+    RequestCounter first;
+    RequestCounter second;
     OrbOptions options = loopbackOptions();
     options.publish = "first.example:9999";
     {
@@ -66,7 +66,7 @@ TEST(Lifecycle, ASecondOrbAfterTheFirstHasItsOwnHookAndOptions) {
 
 TEST(Lifecycle, ManyOrbsOneAfterAnotherServeCalls) {
     for (int cycle = 0; cycle < 5; ++cycle) {
-        CountingHook hook;
+        RequestCounter hook;
         RunningOrb orb(&hook);
         SessionObject session(orb);
         session.remote()->ping();
@@ -77,9 +77,9 @@ TEST(Lifecycle, ManyOrbsOneAfterAnotherServeCalls) {
 }
 
 TEST(Lifecycle, ASecondOrbNextToTheFirstIsRefused) {
-    CountingHook hook;
+    RequestCounter hook;
     RunningOrb orb(&hook);
-    CountingHook other;
+    RequestCounter other;
     EXPECT_THROW(destroy(start(loopbackOptions(), &other)), CORBA::BAD_INV_ORDER);
     SessionObject session(orb);
     session.remote()->ping();

@@ -35,9 +35,8 @@ class ListReaderTest : public testing::Test {
         auto source = std::make_unique<NumberedNames>(count);
         source_ = source.get();
         source_->held = held_;
-        using Batches = NS_KELPCORBA::ListBatches<Names>;
-        return std::make_shared<Reader>(
-            std::make_unique<Batches>(std::move(source), Batches::Limits()));
+        using Read = NS_KELPCORBA::ListBatches<Names>;
+        return std::make_shared<Reader>(std::make_unique<Read>(std::move(source), Read::Limits()));
     }
     static std::vector<int> next(const std::shared_ptr<Reader>& reader, CORBA::ULong howMany) {
         const auto batch = reader->next(howMany);

@@ -12,7 +12,7 @@ using NS_BUNDLEMGR1::ConfigProblem;
 using NS_BUNDLEMGR1::ConfigStore;
 using NS_BUNDLEMGR1::CorbaConfigItems;
 
-void load(const std::string& agentKeys) {
+void loadAgentKeys(const std::string& agentKeys) {
     const auto problems = ConfigStore::instance().loadText("[agent]\n" + agentKeys, "kelp.toml");
     ASSERT_TRUE(problems.empty()) << problems.front().text();
 }
@@ -30,7 +30,7 @@ TEST(ConfigItems, MissingKeyIsFalseAndLeavesTheValue) {
 }
 
 TEST(ConfigItems, NumbersAndTextsAreRead) {
-    load("Cachesize = -3\nbUseBTName = 2\nMaxSupportNE = \"2000\"\n");
+    loadAgentKeys("Cachesize = -3\nbUseBTName = 2\nMaxSupportNE = \"2000\"\n");
     int number = 0;
     EXPECT_TRUE(CorbaConfigItems::Instance()->GetIntItemInfo("Cachesize", number));
     EXPECT_EQ(number, -3);
@@ -42,7 +42,7 @@ TEST(ConfigItems, NumbersAndTextsAreRead) {
 }
 
 TEST(ConfigItems, WrongTypeCountsAsUnreadableAndIsTracedWithFileAndLine) {
-    load(
+    loadAgentKeys(
         "Cachesize = \"big\"\nbUseBTName = true\nMaxSupportNE = 2000\nFTP_Port = "
         "22.5\nEventlistsize = 7\n");
     const kelp::test::TraceCapture trace;
@@ -68,7 +68,7 @@ TEST(ConfigItems, WrongTypeCountsAsUnreadableAndIsTracedWithFileAndLine) {
 }
 
 TEST(ConfigItems, NumberThatFitsNoIntIsUnreadable) {
-    load("Cachesize = 2147483648\nEventlistsize = -2147483648\n");
+    loadAgentKeys("Cachesize = 2147483648\nEventlistsize = -2147483648\n");
     const kelp::test::TraceCapture trace;
     int number = 17;
     EXPECT_FALSE(CorbaConfigItems::Instance()->GetIntItemInfo("Cachesize", number));
@@ -79,7 +79,7 @@ TEST(ConfigItems, NumberThatFitsNoIntIsUnreadable) {
 }
 
 TEST(ConfigItems, StoreReportsTheProblemOfAnUnreadableValue) {
-    load("Cachesize = \"big\"\n");
+    loadAgentKeys("Cachesize = \"big\"\n");
     ConfigProblem problem;
     EXPECT_EQ(ConfigStore::instance().agentInteger("Cachesize", &problem), std::nullopt);
     EXPECT_EQ(problem.line, 2);

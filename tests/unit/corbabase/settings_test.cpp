@@ -8,13 +8,13 @@ using NS_CORBA::CorbaBaseAgentConfig;
 
 namespace {
 
-CorbaBaseAgentConfig& base() {
+CorbaBaseAgentConfig& settings() {
     return *CorbaBaseAgentConfig::Instance();
 }
 
 std::string factoryPath() {
     CosNaming::Name name;
-    base().ConstructEmsFactoryName(name);
+    settings().ConstructEmsFactoryName(name);
     std::string text;
     for (CORBA::ULong i = 0; i < name.length(); ++i)
         text += (i > 0 ? " | " : "") + std::string(name[i].id.in()) + "." +
@@ -23,21 +23,21 @@ std::string factoryPath() {
 }
 
 TEST(Settings, HaveTheirDefaults) {
-    EXPECT_EQ(base().GetSessionReleaseStrategy(), 0);
-    EXPECT_TRUE(base().GetEmsPingMode());
-    EXPECT_EQ(base().TimeInterval(), 60);
-    EXPECT_EQ(base().TimeOut(), 10);
-    EXPECT_EQ(base().GetSilentTime(), 1800);
-    EXPECT_EQ(base().GetMaxSession(), 100);
-    EXPECT_EQ(base().IteratorRestriction(), 200);
-    EXPECT_EQ(base().IteratorNum(), 1000);
-    EXPECT_EQ(base().IteratorBatchMax(), 5000);
-    EXPECT_EQ(base().IteratorReadAhead(), 16);
-    EXPECT_EQ(base().EmsName(), "Kelp/EMS");
-    EXPECT_EQ(base().IDLVersion(), "3.5");
-    EXPECT_EQ(base().TimeShowAppearance(), 0);
-    EXPECT_EQ(base().TimeZoneRefPoint(), 0);
-    EXPECT_EQ(base().GetSSLMode(), 0);
+    EXPECT_EQ(settings().GetSessionReleaseStrategy(), 0);
+    EXPECT_TRUE(settings().GetEmsPingMode());
+    EXPECT_EQ(settings().TimeInterval(), 60);
+    EXPECT_EQ(settings().TimeOut(), 10);
+    EXPECT_EQ(settings().GetSilentTime(), 1800);
+    EXPECT_EQ(settings().GetMaxSession(), 100);
+    EXPECT_EQ(settings().IteratorRestriction(), 200);
+    EXPECT_EQ(settings().IteratorNum(), 1000);
+    EXPECT_EQ(settings().IteratorBatchMax(), 5000);
+    EXPECT_EQ(settings().IteratorReadAhead(), 16);
+    EXPECT_EQ(settings().EmsName(), "Kelp/EMS");
+    EXPECT_EQ(settings().IDLVersion(), "3.5");
+    EXPECT_EQ(settings().TimeShowAppearance(), 0);
+    EXPECT_EQ(settings().TimeZoneRefPoint(), 0);
+    EXPECT_EQ(settings().GetSSLMode(), 0);
 }
 
 TEST(Settings, AreTheConfiguredOnes) {
@@ -58,18 +58,18 @@ read_ahead = 14
 appearance = 1
 reference = 1
 )");
-    EXPECT_EQ(base().GetSessionReleaseStrategy(), 2);
-    EXPECT_FALSE(base().GetEmsPingMode());
-    EXPECT_EQ(base().TimeInterval(), 5);
-    EXPECT_EQ(base().TimeOut(), 3);
-    EXPECT_EQ(base().GetSilentTime(), 7);
-    EXPECT_EQ(base().GetMaxSession(), 9);
-    EXPECT_EQ(base().IteratorRestriction(), 11);
-    EXPECT_EQ(base().IteratorNum(), 12);
-    EXPECT_EQ(base().IteratorBatchMax(), 13);
-    EXPECT_EQ(base().IteratorReadAhead(), 14);
-    EXPECT_EQ(base().TimeShowAppearance(), 1);
-    EXPECT_EQ(base().TimeZoneRefPoint(), 1);
+    EXPECT_EQ(settings().GetSessionReleaseStrategy(), 2);
+    EXPECT_FALSE(settings().GetEmsPingMode());
+    EXPECT_EQ(settings().TimeInterval(), 5);
+    EXPECT_EQ(settings().TimeOut(), 3);
+    EXPECT_EQ(settings().GetSilentTime(), 7);
+    EXPECT_EQ(settings().GetMaxSession(), 9);
+    EXPECT_EQ(settings().IteratorRestriction(), 11);
+    EXPECT_EQ(settings().IteratorNum(), 12);
+    EXPECT_EQ(settings().IteratorBatchMax(), 13);
+    EXPECT_EQ(settings().IteratorReadAhead(), 14);
+    EXPECT_EQ(settings().TimeShowAppearance(), 1);
+    EXPECT_EQ(settings().TimeZoneRefPoint(), 1);
 }
 
 TEST(FactoryName, FollowsFromEmsNameAndVersion) {
@@ -88,32 +88,32 @@ TEST(ServiceAddresses, AreThoseOfTheTransport) {
         "[notification]\nhost = \"10.0.0.8\"\nport = 6001\nssl_port = 6002\n");
     std::string host;
     int port = 0;
-    base().GetNamingServiceAddr(host, port, false);
+    settings().GetNamingServiceAddr(host, port, false);
     EXPECT_EQ(host + ":" + std::to_string(port), "127.0.0.2:5001");
-    base().GetNamingServiceAddr(host, port, true);
+    settings().GetNamingServiceAddr(host, port, true);
     EXPECT_EQ(port, 5002);
-    base().GetNotifyServiceAddr(host, port, false);
+    settings().GetNotifyServiceAddr(host, port, false);
     EXPECT_EQ(host + ":" + std::to_string(port), "10.0.0.8:6001");
-    base().GetNotifyServiceAddr(host, port, true);
+    settings().GetNotifyServiceAddr(host, port, true);
     EXPECT_EQ(port, 6002);
 }
 
 TEST(ServiceAddresses, AreRereadOnlyOnRequest) {
     configure("[naming]\nport = 5001\n[notification]\nport = 6001\n");
-    base().UpdateNamingServiceParams();
-    base().UpdateNotifyServiceParams(nullptr);
+    settings().UpdateNamingServiceParams();
+    settings().UpdateNotifyServiceParams(nullptr);
     configure("[naming]\nport = 5003\n[notification]\nport = 6003\n");
     std::string host;
     int port = 0;
-    base().GetNamingServiceAddr(host, port, false);
+    settings().GetNamingServiceAddr(host, port, false);
     EXPECT_EQ(port, 5001);
-    base().GetNotifyServiceAddr(host, port, false);
+    settings().GetNotifyServiceAddr(host, port, false);
     EXPECT_EQ(port, 6001);
-    base().UpdateNamingServiceParams();
-    base().UpdateNotifyServiceParams(nullptr);
-    base().GetNamingServiceAddr(host, port, false);
+    settings().UpdateNamingServiceParams();
+    settings().UpdateNotifyServiceParams(nullptr);
+    settings().GetNamingServiceAddr(host, port, false);
     EXPECT_EQ(port, 5003);
-    base().GetNotifyServiceAddr(host, port, false);
+    settings().GetNotifyServiceAddr(host, port, false);
     EXPECT_EQ(port, 6003);
 }
 

@@ -10,21 +10,21 @@ using NS_CORBA::LiveLogins;
 using NS_CORBA::UserAccount;
 using Exceeded = LiveLogins::Exceeded;
 
-constexpr const char* kHere = "10.0.0.1";
-constexpr const char* kThere = "10.0.0.2";
+constexpr const char* kNetwork = "10.0.0.1";
+constexpr const char* kOtherNetwork = "10.0.0.2";
 
 class LoginQuota : public testing::Test {
   protected:
     static LiveLogins::Key key(const std::string& user, int port) {
         return {user, "10.0.0.1:" + std::to_string(port)};
     }
-    void enter(const LiveLogins::Key& login, const std::string& address = kHere) {
+    void enter(const LiveLogins::Key& login, const std::string& address = kNetwork) {
         UserAccount account;
         account.name = login.user;
         live.enter(login, account, address);
     }
     Exceeded exceeded(const LiveLogins::Key& login, LiveLogins::Quotas quotas,
-                      const std::string& address = kHere) const {
+                      const std::string& address = kNetwork) const {
         return live.exceededBy(login, address, quotas);
     }
     LiveLogins live;
@@ -34,7 +34,7 @@ TEST_F(LoginQuota, OfAnAccountHoldsAtTheLimitAndEndsWithALogOut) {
     EXPECT_EQ(exceeded(key("a", 1), {1, 9}), Exceeded::Nothing);
     enter(key("a", 1));
     EXPECT_EQ(exceeded(key("a", 2), {1, 9}), Exceeded::Account);
-    EXPECT_EQ(exceeded(key("a", 2), {1, 9}, kThere), Exceeded::Account) << "from wherever";
+    EXPECT_EQ(exceeded(key("a", 2), {1, 9}, kOtherNetwork), Exceeded::Account) << "from wherever";
     EXPECT_EQ(exceeded(key("a", 2), {2, 9}), Exceeded::Nothing);
     EXPECT_EQ(exceeded(key("b", 2), {1, 9}), Exceeded::Nothing) << "another account";
     live.leave(key("a", 1));
@@ -46,7 +46,7 @@ TEST_F(LoginQuota, OfAnAddressCountsWhateverAccounts) {
     enter(key("b", 2));
     EXPECT_EQ(exceeded(key("c", 3), {9, 2}), Exceeded::Address);
     EXPECT_EQ(exceeded(key("c", 3), {9, 3}), Exceeded::Nothing);
-    EXPECT_EQ(exceeded(key("c", 3), {9, 2}, kThere), Exceeded::Nothing) << "another address";
+    EXPECT_EQ(exceeded(key("c", 3), {9, 2}, kOtherNetwork), Exceeded::Nothing) << "another address";
     live.leave(key("a", 1));
     EXPECT_EQ(exceeded(key("c", 3), {9, 2}), Exceeded::Nothing);
 }
@@ -60,9 +60,9 @@ TEST_F(LoginQuota, ALogInThatTakesThePlaceOfItsOwnIsNotRefusedEvenAboveALoweredL
 
 TEST_F(LoginQuota, ALogInThatMovesToAnotherAddressCountsThere) {
     enter(key("a", 1));
-    enter(key("b", 2), kThere);
-    EXPECT_EQ(exceeded(key("a", 1), {9, 1}, kThere), Exceeded::Address);
-    EXPECT_EQ(exceeded(key("a", 1), {9, 2}, kThere), Exceeded::Nothing);
+    enter(key("b", 2), kOtherNetwork);
+    EXPECT_EQ(exceeded(key("a", 1), {9, 1}, kOtherNetwork), Exceeded::Address);
+    EXPECT_EQ(exceeded(key("a", 1), {9, 2}, kOtherNetwork), Exceeded::Nothing);
 }
 
 TEST_F(LoginQuota, CallersInsideTheProcessHaveNoAddress) {

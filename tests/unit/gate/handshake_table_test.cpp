@@ -8,8 +8,8 @@ using kelp::orb::gate::HandshakeTable;
 
 namespace {
 
-struct Seat final : HandshakeSeat {
-    explicit Seat(std::string itsAddress) : from(std::move(itsAddress)) {}
+struct CountedSeat final : HandshakeSeat {
+    explicit CountedSeat(std::string itsAddress) : from(std::move(itsAddress)) {}
     const std::string& address() const override { return from; }
     void giveUp() override { hasGivenUp = true; }
     const std::string from;
@@ -20,11 +20,11 @@ class Handshakes : public testing::Test {
   protected:
     HandshakeTable table{{3, 2}};
     const HandshakeTable::Time now{1000h};
-    Seat one{"10.0.0.1"};
-    Seat two{"10.0.0.1"};
-    Seat three{"10.0.0.1"};
-    Seat other{"10.0.0.2"};
-    Seat another{"10.0.0.3"};
+    CountedSeat one{"10.0.0.1"};
+    CountedSeat two{"10.0.0.1"};
+    CountedSeat three{"10.0.0.1"};
+    CountedSeat other{"10.0.0.2"};
+    CountedSeat another{"10.0.0.3"};
 };
 
 TEST_F(Handshakes, AnAddressHasItsPlaces) {

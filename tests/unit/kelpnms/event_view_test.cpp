@@ -9,7 +9,7 @@
 namespace kelp::nms {
 namespace {
 
-using Json = nlohmann::json;
+using Line = nlohmann::json;
 
 /// A view whose lines the test reads.
 class EventViewTest : public testing::Test {
@@ -25,7 +25,7 @@ class EventViewTest : public testing::Test {
         return *view_;
     }
     std::string last() const { return lines_.empty() ? std::string() : lines_.back(); }
-    Json lastJson() const { return Json::parse(last(), nullptr, false); }
+    Line lastJson() const { return Line::parse(last(), nullptr, false); }
 
     std::vector<std::string> lines_;
     std::unique_ptr<EventView> view_;
@@ -108,7 +108,7 @@ TEST_F(EventViewTest, DecreasedIdIsReportedBeforeItsEvent) {
     view.show(alarm("7"));
     view.show(alarm("3"));
     ASSERT_EQ(lines_.size(), 3u);
-    EXPECT_EQ(Json::parse(lines_[1])["event"], "notificationIdWentBack");
+    EXPECT_EQ(Line::parse(lines_[1])["event"], "notificationIdWentBack");
     EXPECT_EQ(lastJson()["fields"]["notificationId"], "3");
 }
 

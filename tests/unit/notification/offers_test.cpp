@@ -10,8 +10,8 @@ namespace {
 
 using test::types;
 
-const TypeName kA("d", "A");
-const TypeName kB("d", "B");
+const TypeName kTypeA("d", "A");
+const TypeName kTypeB("d", "B");
 
 class OffersTogether : public testing::Test {
   protected:
@@ -29,52 +29,52 @@ class OffersTogether : public testing::Test {
 
 TEST_F(OffersTogether, AreEveryTypeWhileNobodyOffersAny) {
     EXPECT_EQ(together(), allTypes());
-    offers_.change(first_, one(kA), {});
-    EXPECT_EQ(together(), TypeSet({kA}));
-    offers_.change(first_, {}, one(kA));
+    offers_.change(first_, one(kTypeA), {});
+    EXPECT_EQ(together(), TypeSet({kTypeA}));
+    offers_.change(first_, {}, one(kTypeA));
     EXPECT_EQ(together(), allTypes());
 }
 
 TEST_F(OffersTogether, ContainATypeUntilTheLastSupplierWithdrawsIt) {
-    offers_.change(first_, one(kA), {});
-    offers_.change(second_, one(kA), {});
-    offers_.change(second_, one(kB), {});
-    offers_.change(first_, {}, one(kA));
-    EXPECT_EQ(together(), TypeSet({kA, kB}));
-    offers_.change(second_, {}, one(kA));
-    EXPECT_EQ(together(), TypeSet({kB}));
+    offers_.change(first_, one(kTypeA), {});
+    offers_.change(second_, one(kTypeA), {});
+    offers_.change(second_, one(kTypeB), {});
+    offers_.change(first_, {}, one(kTypeA));
+    EXPECT_EQ(together(), TypeSet({kTypeA, kTypeB}));
+    offers_.change(second_, {}, one(kTypeA));
+    EXPECT_EQ(together(), TypeSet({kTypeB}));
 }
 
 TEST_F(OffersTogether, AreNotWithdrawnByASupplierThatDidNotMakeThem) {
-    offers_.change(first_, one(kA), {});
-    offers_.change(second_, {}, one(kA));
-    EXPECT_EQ(together(), TypeSet({kA}));
+    offers_.change(first_, one(kTypeA), {});
+    offers_.change(second_, {}, one(kTypeA));
+    EXPECT_EQ(together(), TypeSet({kTypeA}));
 }
 
 TEST_F(OffersTogether, LoseThoseOfASupplierThatLeaves) {
-    offers_.change(first_, one(kA), {});
-    offers_.change(second_, one(kB), {});
+    offers_.change(first_, one(kTypeA), {});
+    offers_.change(second_, one(kTypeB), {});
     offers_.leave(first_);
-    EXPECT_EQ(together(), TypeSet({kB}));
-    EXPECT_THROW(offers_.change(first_, one(kA), {}), CORBA::OBJECT_NOT_EXIST);
+    EXPECT_EQ(together(), TypeSet({kTypeB}));
+    EXPECT_THROW(offers_.change(first_, one(kTypeA), {}), CORBA::OBJECT_NOT_EXIST);
     offers_.leave(first_);
-    EXPECT_EQ(together(), TypeSet({kB}));
+    EXPECT_EQ(together(), TypeSet({kTypeB}));
 }
 
 TEST_F(OffersTogether, AreEveryTypeWhenOneOffersThat) {
-    offers_.change(first_, one(kA), {});
+    offers_.change(first_, one(kTypeA), {});
     offers_.change(second_, one(*allTypes().begin()), {});
-    offers_.change(second_, one(kB), {});
+    offers_.change(second_, one(kTypeB), {});
     EXPECT_EQ(together(), allTypes());
     offers_.leave(second_);
-    EXPECT_EQ(together(), TypeSet({kA}));
+    EXPECT_EQ(together(), TypeSet({kTypeA}));
 }
 
 TEST_F(OffersTogether, StayAsTheyAreAfterAnInvalidChange) {
-    offers_.change(first_, one(kA), {});
-    EXPECT_THROW(offers_.change(first_, types({{"d", "B"}, {"d", ""}}), one(kA)),
+    offers_.change(first_, one(kTypeA), {});
+    EXPECT_THROW(offers_.change(first_, types({{"d", "B"}, {"d", ""}}), one(kTypeA)),
                  CosNotifyComm::InvalidEventType);
-    EXPECT_EQ(together(), TypeSet({kA}));
+    EXPECT_EQ(together(), TypeSet({kTypeA}));
 }
 
 }  // namespace

@@ -12,8 +12,8 @@ namespace {
 using test::type;
 using test::types;
 
-const TypeName kAlarm("tmf_mtnm", "NT_ALARM");
-const TypeName kHeartbeat("tmf_mtnm", "NT_HEARTBEAT");
+const TypeName kAlarmType("tmf_mtnm", "NT_ALARM");
+const TypeName kHeartbeatType("tmf_mtnm", "NT_HEARTBEAT");
 
 TEST(Pattern, StarStandsForAnyText) {
     EXPECT_TRUE(matchesPattern("*", ""));
@@ -39,27 +39,28 @@ TEST(TypeSet, KeepsEveryTypeUnderOneName) {
     EXPECT_EQ(nameOf(type("tmf_mtnm", "*")), TypeName("tmf_mtnm", "*"));
     EXPECT_TRUE(isAll(allTypes()));
     EXPECT_FALSE(isAll({}));
-    EXPECT_FALSE(isAll({kAlarm}));
+    EXPECT_FALSE(isAll({kAlarmType}));
 }
 
 TEST(TypeSet, LetsEveryTypeStandAlone) {
-    TypeSet set{kAlarm};
-    unite(set, {kHeartbeat});
-    EXPECT_EQ(set, TypeSet({kAlarm, kHeartbeat}));
+    TypeSet set{kAlarmType};
+    unite(set, {kHeartbeatType});
+    EXPECT_EQ(set, TypeSet({kAlarmType, kHeartbeatType}));
     unite(set, allTypes());
     EXPECT_EQ(set, allTypes());
-    unite(set, {kAlarm});
+    unite(set, {kAlarmType});
     EXPECT_EQ(set, allTypes());
 }
 
 TEST(TypeSet, IsChangedByWhatIsRemovedAndThenAdded) {
     const auto alarm = types({{"tmf_mtnm", "NT_ALARM"}});
-    EXPECT_EQ(changedTypes({}, alarm, {}), TypeSet({kAlarm}));
-    EXPECT_EQ(changedTypes({kAlarm, kHeartbeat}, {}, alarm), TypeSet({kHeartbeat}));
-    EXPECT_EQ(changedTypes({kHeartbeat}, alarm, alarm), TypeSet({kAlarm, kHeartbeat}));
-    EXPECT_EQ(changedTypes({kAlarm}, {}, types({{"tmf_mtnm", "NT_OTHER"}})), TypeSet({kAlarm}));
-    EXPECT_EQ(changedTypes({kAlarm}, types({{"", "%ALL"}}), {}), allTypes());
-    EXPECT_EQ(changedTypes(allTypes(), alarm, types({{"*", "*"}})), TypeSet({kAlarm}));
+    EXPECT_EQ(changedTypes({}, alarm, {}), TypeSet({kAlarmType}));
+    EXPECT_EQ(changedTypes({kAlarmType, kHeartbeatType}, {}, alarm), TypeSet({kHeartbeatType}));
+    EXPECT_EQ(changedTypes({kHeartbeatType}, alarm, alarm), TypeSet({kAlarmType, kHeartbeatType}));
+    EXPECT_EQ(changedTypes({kAlarmType}, {}, types({{"tmf_mtnm", "NT_OTHER"}})),
+              TypeSet({kAlarmType}));
+    EXPECT_EQ(changedTypes({kAlarmType}, types({{"", "%ALL"}}), {}), allTypes());
+    EXPECT_EQ(changedTypes(allTypes(), alarm, types({{"*", "*"}})), TypeSet({kAlarmType}));
 }
 
 TEST(TypeSet, RefusesHundredsOfNames) {
@@ -73,38 +74,38 @@ TEST(TypeSet, RefusesHundredsOfNames) {
 }
 
 TEST(TypeSet, IsNarrowedToWhatBothHold) {
-    EXPECT_EQ(narrowed(allTypes(), {kAlarm}), TypeSet({kAlarm}));
-    EXPECT_EQ(narrowed({kAlarm}, allTypes()), TypeSet({kAlarm}));
+    EXPECT_EQ(narrowed(allTypes(), {kAlarmType}), TypeSet({kAlarmType}));
+    EXPECT_EQ(narrowed({kAlarmType}, allTypes()), TypeSet({kAlarmType}));
     EXPECT_EQ(narrowed(allTypes(), allTypes()), allTypes());
-    EXPECT_EQ(narrowed({kAlarm, kHeartbeat}, {kHeartbeat}), TypeSet({kHeartbeat}));
-    EXPECT_EQ(narrowed({kAlarm}, {kHeartbeat}), TypeSet());
-    EXPECT_EQ(narrowed({kAlarm}, {{"other", "NT_ALARM"}}), TypeSet());
+    EXPECT_EQ(narrowed({kAlarmType, kHeartbeatType}, {kHeartbeatType}), TypeSet({kHeartbeatType}));
+    EXPECT_EQ(narrowed({kAlarmType}, {kHeartbeatType}), TypeSet());
+    EXPECT_EQ(narrowed({kAlarmType}, {{"other", "NT_ALARM"}}), TypeSet());
 }
 
 TEST(TypeSet, IsNarrowedWithWildcards) {
-    EXPECT_EQ(narrowed({{"*", "NT_*"}}, {kAlarm}), TypeSet({kAlarm}));
-    EXPECT_EQ(narrowed({kAlarm}, {{"*", "NT_*"}}), TypeSet({kAlarm}));
-    EXPECT_EQ(narrowed({{"tmf_mtnm", "*"}}, {{"*", "NT_ALARM"}}), TypeSet({kAlarm}))
+    EXPECT_EQ(narrowed({{"*", "NT_*"}}, {kAlarmType}), TypeSet({kAlarmType}));
+    EXPECT_EQ(narrowed({kAlarmType}, {{"*", "NT_*"}}), TypeSet({kAlarmType}));
+    EXPECT_EQ(narrowed({{"tmf_mtnm", "*"}}, {{"*", "NT_ALARM"}}), TypeSet({kAlarmType}))
         << "each name is narrower in one half";
     EXPECT_EQ(narrowed({{"*", "NT_*"}}, {{"*", "NT_A*"}}), TypeSet({{"*", "NT_A*"}}));
     EXPECT_EQ(narrowed({{"*", "NT_*"}}, {{"*", "*_ALARM"}}), TypeSet({{"*", "NT_*"}}))
         << "rather too much than too little";
-    EXPECT_EQ(narrowed({{"*", "OTHER_*"}}, {kAlarm}), TypeSet());
+    EXPECT_EQ(narrowed({{"*", "OTHER_*"}}, {kAlarmType}), TypeSet());
 }
 
 TEST(TypeSet, DiffersByWhatTheOtherHasNot) {
-    EXPECT_EQ(without({kAlarm, kHeartbeat}, {kAlarm}), TypeSet({kHeartbeat}));
-    EXPECT_EQ(without({kAlarm}, {kAlarm, kHeartbeat}), TypeSet());
-    EXPECT_EQ(without(allTypes(), {kAlarm}), allTypes());
+    EXPECT_EQ(without({kAlarmType, kHeartbeatType}, {kAlarmType}), TypeSet({kHeartbeatType}));
+    EXPECT_EQ(without({kAlarmType}, {kAlarmType, kHeartbeatType}), TypeSet());
+    EXPECT_EQ(without(allTypes(), {kAlarmType}), allTypes());
 }
 
 TEST(TypeSet, IsASequenceOnTheWire) {
     const CosNotification::EventTypeSeq_var none = asSequence({});
     EXPECT_EQ(none->length(), 0u);
-    CosNotification::EventTypeSeq_var two = asSequence({kHeartbeat, kAlarm});
+    CosNotification::EventTypeSeq_var two = asSequence({kHeartbeatType, kAlarmType});
     ASSERT_EQ(two->length(), 2u);
-    EXPECT_EQ(nameOf(two[0]), kAlarm);
-    EXPECT_EQ(nameOf(two[1]), kHeartbeat);
+    EXPECT_EQ(nameOf(two[0]), kAlarmType);
+    EXPECT_EQ(nameOf(two[1]), kHeartbeatType);
 }
 
 }  // namespace

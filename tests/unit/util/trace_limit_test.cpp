@@ -12,13 +12,13 @@ using kelp::test::TraceCapture;
 using kelp::util::traceFrom;
 using kelp::util::TraceLog;
 
-constexpr unsigned kLines = 5;
+constexpr unsigned kLinesMax = 5;
 
 /// A thread that works for an address without a log-in.
 class TraceLimit : public testing::Test {
   protected:
     TraceLimit() {
-        kelp::util::setTraceLinesPerMinute(kLines);
+        kelp::util::setTraceLinesPerMinute(kLinesMax);
         kelp::util::limitTraceOfThread("192.0.2.1");
     }
     ~TraceLimit() override {
@@ -35,7 +35,7 @@ class TraceLimit : public testing::Test {
 TEST_F(TraceLimit, LetsTheFirstLinesOfAKindThroughAndSummarisesTheOthers) {
     const TraceCapture capture;
     traceMany("refused, attempt");
-    EXPECT_EQ(capture.count("refused, attempt"), kLines);
+    EXPECT_EQ(capture.count("refused, attempt"), kLinesMax);
     TraceLog::instance().close();
     EXPECT_TRUE(capture.contains("95 more line(s) like this because of 192.0.2.1 from "));
     EXPECT_TRUE(capture.contains(": refused, attempt 0"));
@@ -43,9 +43,9 @@ TEST_F(TraceLimit, LetsTheFirstLinesOfAKindThroughAndSummarisesTheOthers) {
 
 TEST_F(TraceLimit, ALineBelowTheLimitNeedsNoSummary) {
     const TraceCapture capture;
-    traceMany("refused", kLines);
+    traceMany("refused", kLinesMax);
     TraceLog::instance().close();
-    EXPECT_EQ(capture.lines().size(), kLines);
+    EXPECT_EQ(capture.lines().size(), kLinesMax);
 }
 
 TEST_F(TraceLimit, KeepsKindsAndAddressesApart) {
@@ -54,8 +54,8 @@ TEST_F(TraceLimit, KeepsKindsAndAddressesApart) {
     traceMany("unreadable");
     kelp::util::limitTraceOfThread("192.0.2.2");
     traceMany("refused");
-    EXPECT_EQ(capture.count("refused"), 2 * kLines);
-    EXPECT_EQ(capture.count("unreadable"), kLines);
+    EXPECT_EQ(capture.count("refused"), 2 * kLinesMax);
+    EXPECT_EQ(capture.count("unreadable"), kLinesMax);
 }
 
 TEST_F(TraceLimit, LinesOfOnePlaceInTheCodeAreOneKindWhateverTheySay) {
@@ -67,7 +67,7 @@ TEST_F(TraceLimit, LinesOfOnePlaceInTheCodeAreOneKindWhateverTheySay) {
         line.text = std::string("user ") + name;
         TraceLog::instance().write(std::move(line));
     }
-    EXPECT_EQ(capture.count("user "), kLines);
+    EXPECT_EQ(capture.count("user "), kLinesMax);
 }
 
 TEST_F(TraceLimit, ASourceThatMakesEachLineAKindIsStillLimited) {
@@ -75,7 +75,7 @@ TEST_F(TraceLimit, ASourceThatMakesEachLineAKindIsStillLimited) {
     for (int i = 0; i < 1000; ++i)
         traceFrom("subject", "refused " + std::string(static_cast<std::size_t>(i % 100), 'x') +
                                  "y" + std::string(static_cast<std::size_t>(i / 100), 'z'));
-    EXPECT_EQ(capture.count("refused "), 10 * kLines);
+    EXPECT_EQ(capture.count("refused "), 10 * kLinesMax);
     TraceLog::instance().close();
     EXPECT_TRUE(capture.contains("lines of many kinds"));
 }
@@ -98,7 +98,7 @@ TEST_F(TraceLimit, LimitsSingleLinesOfAThreadThatIsNot) {
         const std::string kind = kelp::util::shapeOf(line.text);
         kelp::util::traceLimited(std::move(line), kind);
     }
-    EXPECT_EQ(capture.count("from a library"), kLines);
+    EXPECT_EQ(capture.count("from a library"), kLinesMax);
     TraceLog::instance().close();
     EXPECT_TRUE(capture.contains("95 more line(s) like this from "));
 }

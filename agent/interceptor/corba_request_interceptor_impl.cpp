@@ -100,7 +100,7 @@ void Corba_Request_InterceptorImpl::receive_request(const kelp::orb::RequestInfo
 
 void Corba_Request_InterceptorImpl::refuse(const kelp::orb::RequestInfo* ri) {
     SetThreadContext(ri);
-    const kelp::orb::PeerAddress peer = ri != nullptr ? ri->peer() : kelp::orb::currentPeer();
+    const kelp::util::PeerAddress peer = ri != nullptr ? ri->peer() : kelp::orb::currentPeer();
     NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaDebugWithPara(
         1, "[Server_Request_Interceptor::receive_request] No Permission Client! Peer IP:%s",

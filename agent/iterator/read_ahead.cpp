@@ -43,7 +43,7 @@ Holders& holders() {
 }  // namespace
 
 std::string readAheadOwner() {
-    return kelp::orb::networkOf(kelp::orb::currentPeer());
+    return kelp::util::networkOf(kelp::orb::currentPeer());
 }
 
 ReadAheadPlace ReadAheadPlace::take(const std::string& owner) {

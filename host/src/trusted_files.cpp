@@ -1,9 +1,9 @@
 #include "trusted_files.h"
 
-#include <kelp/corbabase/user_database.h>
 #include <kelp/inventory/inventory.h>
 #include <kelp/oplog/log_settings.h>
 #include <kelp/oplog/security_log.h>
+#include <kelp/users/user_database.h>
 #include <kelp/util/file_trust.h>
 
 #include <algorithm>
@@ -75,7 +75,7 @@ std::vector<ConfigProblem> problemsOfTrust() {
     // the files in it would only repeat this problem
     if (!ofState.empty())
         return problems.take();
-    problems.checkDatabase("security.database", NS_CORBA::userDatabaseFile());
+    problems.checkDatabase("security.database", kelp::users::userDatabaseFile());
     problems.checkDatabase("oplog.database", oplog::configuredOperationLog().database);
     const oplog::LogSettings security = oplog::configuredSecurityLog();
     problems.checkDatabase("oplog.database", security.database);

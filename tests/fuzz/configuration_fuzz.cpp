@@ -1,5 +1,6 @@
 #include <kelp/bundlemgr/config_schema.h>
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/users/oss_networks.h>
 #include <kelp/util/host_name.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 
 #include "network_text.h"
 #include "targets.h"
-#include "users/oss_networks.h"
 
 namespace kelp::fuzz {
 
@@ -111,7 +111,7 @@ void checkAccepted(const Values& values) {
             require(*number >= key.minimum && *number <= key.maximum,
                     "a number is out of its range");
     }
-    NS_CORBA::OssNetworks networks;
+    kelp::users::OssNetworks networks;
     std::string whyNot;
     // the remaining entries are host names, which occur in an NMS's reference
     Texts allowed = std::get<Texts>(values.at("access.allowed_oss"));

@@ -1,4 +1,6 @@
 #include <arpa/inet.h>
+#include <kelp/orb/request.h>
+#include <kelp/users/oss_networks.h>
 
 #include <array>
 #include <charconv>
@@ -8,13 +10,12 @@
 
 #include "network_text.h"
 #include "targets.h"
-#include "users/oss_networks.h"
 
 namespace kelp::fuzz {
 
 namespace {
 
-using NS_CORBA::OssNetworks;
+using kelp::users::OssNetworks;
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;

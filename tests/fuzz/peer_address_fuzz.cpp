@@ -11,7 +11,7 @@ namespace kelp::fuzz {
 namespace {
 
 using orb::parsePeer;
-using orb::PeerAddress;
+using util::PeerAddress;
 
 bool same(const PeerAddress& a, const PeerAddress& b) {
     return a.text == b.text && a.port == b.port && a.ipv4 == b.ipv4 && a.ipv6 == b.ipv6;

@@ -12,8 +12,8 @@
 #include <kelp/corbabase/event_mgr.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/supplier_mgr.h>
-#include <kelp/corbabase/user_database.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/users/user_database.h>
 
 #include <cstdlib>
 #include <map>
@@ -193,8 +193,8 @@ class RunningAgent {
     TestManager& manager() { return *managers_.last; }
 
     void addUser(const std::string& name) {
-        NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile())
-            .add(name, kPassword, NS_CORBA::configuredHashCost());
+        kelp::users::UserDatabase(kelp::users::userDatabaseFile())
+            .add(name, kPassword, kelp::users::configuredHashCost());
     }
     int startSessionMgr() {
         const int result = sessions().Init();

@@ -1,4 +1,4 @@
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 #include <kelp/util/trace_log.h>
 #include <nlohmann/json.hpp>
 
@@ -21,8 +21,8 @@ namespace kelp::ctl {
 
 namespace {
 
-using NS_CORBA::UserAccount;
-using NS_CORBA::UserDatabase;
+using kelp::users::UserAccount;
+using kelp::users::UserDatabase;
 
 /// The options that the commands of this group share.
 struct UserOptions {
@@ -48,7 +48,7 @@ struct UserOptions {
     /// name does not create one.
     UserDatabase open(UserDatabase::Missing missing = UserDatabase::Missing::IsAnError) const {
         return UserDatabase(
-            database.empty() ? NS_CORBA::userDatabaseFile() : std::filesystem::path(database),
+            database.empty() ? kelp::users::userDatabaseFile() : std::filesystem::path(database),
             missing);
     }
 };
@@ -155,7 +155,7 @@ void printTable(const std::vector<UserAccount>& accounts) {
 void add(const UserOptions& options) {
     UserDatabase database = options.open(UserDatabase::Missing::IsMade);
     const Secret password = options.newPassword();
-    database.add(options.name, password.text(), NS_CORBA::configuredHashCost());
+    database.add(options.name, password.text(), kelp::users::configuredHashCost());
     std::printf("user \"%s\" added\n", options.name.c_str());
 }
 
@@ -167,7 +167,7 @@ void list(const UserOptions& options) {
 void changePassword(const UserOptions& options) {
     UserDatabase database = options.open();
     const Secret password = options.newPassword();
-    database.setPassword(options.name, password.text(), NS_CORBA::configuredHashCost());
+    database.setPassword(options.name, password.text(), kelp::users::configuredHashCost());
     std::printf("password of user \"%s\" changed\n", options.name.c_str());
 }
 

@@ -1,7 +1,7 @@
 #include "session/hashing.h"
 
 #include <fmt/format.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 
 #include <chrono>
 #include <iostream>
@@ -9,13 +9,13 @@
 #include <utility>
 
 #include "harness/scratch_dir.h"
-#include "users/password_hash.h"
+#include "password_hash.h"
 
 namespace kelp::bench {
 
 namespace {
 
-constexpr NS_CORBA::HashCost kSmallest{8, 1};
+constexpr kelp::users::HashCost kSmallest{8, 1};
 constexpr const char* kUser = "operator";
 constexpr const char* kPassword = "open sesame 7";
 constexpr std::size_t kSamplesMin = 20;
@@ -44,11 +44,11 @@ void require(bool matches) {
         throw std::runtime_error("a right password was refused");
 }
 
-Figure measureHash(const std::string& which, const NS_CORBA::HashCost& cost) {
-    const std::string hash = NS_CORBA::hashOfPassword(kPassword, cost);
+Figure measureHash(const std::string& which, const kelp::users::HashCost& cost) {
+    const std::string hash = kelp::users::hashOfPassword(kPassword, cost);
     return measure(
         fmt::format("password hash, {} ({} KiB, passes {})", which, cost.memoryKib, cost.passes),
-        [&] { require(NS_CORBA::isPasswordOf(hash, kPassword)); });
+        [&] { require(kelp::users::isPasswordOf(hash, kPassword)); });
 }
 
 }  // namespace
@@ -57,10 +57,11 @@ std::vector<Figure> measureHashing() {
     std::cerr << "password hashing\n";
     const test::ScratchDir scratch;
     const std::filesystem::path file = scratch / "users.db";
-    NS_CORBA::UserDatabase(file).add(kUser, kPassword, kSmallest);
-    return {measureHash("smallest", kSmallest), measureHash("default", NS_CORBA::HashCost{}),
+    kelp::users::UserDatabase(file).add(kUser, kPassword, kSmallest);
+    return {measureHash("smallest", kSmallest), measureHash("default", kelp::users::HashCost{}),
             measure("password check with user database, smallest hash", [&] {
-                NS_CORBA::UserDatabase database(file, NS_CORBA::UserDatabase::Missing::IsAnError);
+                kelp::users::UserDatabase database(file,
+                                                   kelp::users::UserDatabase::Missing::IsAnError);
                 require(database.passwordMatches(kUser, kPassword, kSmallest));
             })};
 }

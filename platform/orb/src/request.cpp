@@ -89,9 +89,9 @@ const RequestInfo* currentRequest() {
     return ThreadRequests::ofThisThread().current();
 }
 
-PeerAddress currentPeer() {
+util::PeerAddress currentPeer() {
     const RequestInfo* request = currentRequest();
-    return request == nullptr ? PeerAddress{} : request->peer();
+    return request == nullptr ? util::PeerAddress{} : request->peer();
 }
 
 std::string currentPeerSubject() {

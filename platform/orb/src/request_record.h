@@ -39,7 +39,7 @@ class RequestRecord final : public RequestInfo {
 
     char* operation() const override;
     const std::string& operationName() const override { return operation_; }
-    const PeerAddress& peer() const override { return peer_; }
+    const util::PeerAddress& peer() const override { return peer_; }
     const std::string& peerSubject() const override { return peerSubject_; }
     const std::string& topPoaName() const override { return topPoaName_; }
     const std::string& childPoaName() const override { return childPoaName_; }
@@ -53,7 +53,7 @@ class RequestRecord final : public RequestInfo {
 
     std::string operation_;
     std::string peerText_;
-    PeerAddress peer_;  ///< peerText_ parsed
+    util::PeerAddress peer_;  ///< peerText_ parsed
     std::string peerSubject_;
     /// The key from which the next three members were read. Empty if they are not from a key.
     std::string objectKey_;

@@ -7,7 +7,7 @@
 #include <kelp/corbabase/agent_server.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/supplier_mgr.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 
 #include <list>
 #include <string>

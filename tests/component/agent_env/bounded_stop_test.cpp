@@ -31,8 +31,8 @@ class BoundedStop : public AgentFixture {
   protected:
     void startWithUser(const std::string& session) {
         configureAgent(session, freePort(), "[access]\nnms_reference = \"any\"\n");
-        NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile())
-            .add("admin", "secret", NS_CORBA::configuredHashCost());
+        kelp::users::UserDatabase(kelp::users::userDatabaseFile())
+            .add("admin", "secret", kelp::users::configuredHashCost());
         ASSERT_TRUE(start());
     }
     void logIn(const std::string& corbaloc) {

@@ -107,8 +107,8 @@ TEST_F(Callers, AreNotifiedOfAnEventLossThatTheSupplierManagerReports) {
     // the test NMS's reference contains another spelling of the loopback address, which reaches
     // this process
     configureAgent("ping_interval_s = 1", freePort(), "[access]\nnms_reference = \"any\"\n");
-    NS_CORBA::UserDatabase(folder_.path() / "users.db")
-        .add("nms", "secret", NS_CORBA::HashCost{8, 1});
+    kelp::users::UserDatabase(folder_.path() / "users.db")
+        .add("nms", "secret", kelp::users::HashCost{8, 1});
     ASSERT_TRUE(start());
     const CORBA::ORB_var orb = base().GetOrb();
     const PortableServer::POA_var root = base().GetRootPoa();

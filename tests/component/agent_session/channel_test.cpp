@@ -2,7 +2,7 @@
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <gtest/gtest.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 
 #include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
@@ -129,7 +129,8 @@ TEST_F(ChannelOfSessions, IsClosedToAUserWhoseAccountHasEnded) {
     start();
     const emsSession::EmsSession_I_var session = logIn(0);
     obtain(0);
-    NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile()).setEnabled(RunningAgent::kUser, false);
+    kelp::users::UserDatabase(kelp::users::userDatabaseFile())
+        .setEnabled(RunningAgent::kUser, false);
     EXPECT_TRUE(waitUntil([&] { return !mayUse(0); }));
     EXPECT_TRUE(proxiesAre(0));
 }

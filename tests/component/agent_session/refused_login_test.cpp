@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <kelp/agent/error_translation.h>
-#include <kelp/corbabase/user_database.h>
 #include <kelp/orb/poas.h>
+#include <kelp/users/user_database.h>
 
 #include <functional>
 
@@ -31,9 +31,9 @@ unsigned long logInFromElsewhere(RunningAgent& agent, const TestNms& nms, const 
     });
 }
 
-void changeAccount(const std::function<void(NS_CORBA::UserDatabase&)>& change) {
-    NS_CORBA::UserDatabase database(NS_CORBA::userDatabaseFile(),
-                                    NS_CORBA::UserDatabase::Missing::IsAnError);
+void changeAccount(const std::function<void(kelp::users::UserDatabase&)>& change) {
+    kelp::users::UserDatabase database(kelp::users::userDatabaseFile(),
+                                       kelp::users::UserDatabase::Missing::IsAnError);
     change(database);
 }
 
@@ -86,14 +86,15 @@ TEST_P(RefusedLogin, OfALockedOutCallerLeavesTheSessionAloneEvenWithTheRightPass
 }
 
 TEST_P(RefusedLogin, FromANetworkThatTheAccountDoesNotAllowLeavesTheSessionAlone) {
-    changeAccount([](NS_CORBA::UserDatabase& users) { users.setNetworks("admin", {"127.0.0.1"}); });
+    changeAccount(
+        [](kelp::users::UserDatabase& users) { users.setNetworks("admin", {"127.0.0.1"}); });
     EXPECT_EQ(logInFromElsewhere(agent_, agent_.nms(), "admin", RunningAgent::kPassword),
               NS_CORBA::kAddressNotAllowed);
     expectUntouched();
 }
 
 TEST_P(RefusedLogin, WithoutAUsableDatabaseLeavesTheSessionAlone) {
-    const std::filesystem::path file = NS_CORBA::userDatabaseFile();
+    const std::filesystem::path file = kelp::users::userDatabaseFile();
     std::filesystem::rename(file, file.string() + ".away");
     EXPECT_EQ(logInFromElsewhere(agent_, agent_.nms(), "admin", RunningAgent::kPassword),
               NS_CORBA::kUserDatabaseUnusable);

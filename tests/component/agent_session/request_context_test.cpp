@@ -30,7 +30,7 @@ class RequestContext : public testing::Test {
     }
     int idOf(const std::string& user) const {
         return static_cast<int>(
-            NS_CORBA::UserDatabase(NS_CORBA::userDatabaseFile()).find(user)->id);
+            kelp::users::UserDatabase(kelp::users::userDatabaseFile()).find(user)->id);
     }
 
     RunningAgent agent_;

@@ -136,7 +136,7 @@ TEST_F(SameName, IsCheckedOnceMoreAgainstTheReuseRule) {
 /// Changes to an account while a log-in waits.
 struct Change {
     const char* name;
-    void (*apply)(NS_CORBA::UserDatabase&);
+    void (*apply)(kelp::users::UserDatabase&);
     unsigned long code;
 };
 
@@ -155,7 +155,7 @@ TEST_P(SameNameOfAChangedAccount, IsRefusedAfterTheWait) {
     agent_->addUser("second");
     agent_->logIn(agent_->nms(2), "second");
     {
-        NS_CORBA::UserDatabase users(NS_CORBA::userDatabaseFile());
+        kelp::users::UserDatabase users(kelp::users::userDatabaseFile());
         GetParam().apply(users);
     }
     gate_.open();
@@ -168,16 +168,17 @@ TEST_P(SameNameOfAChangedAccount, IsRefusedAfterTheWait) {
 INSTANTIATE_TEST_SUITE_P(
     Changes, SameNameOfAChangedAccount,
     testing::Values(
-        Change{"Disabled", [](NS_CORBA::UserDatabase& users) { users.setEnabled("admin", false); },
+        Change{"Disabled",
+               [](kelp::users::UserDatabase& users) { users.setEnabled("admin", false); },
                NS_CORBA::kUserDisabled},
-        Change{"Expired", [](NS_CORBA::UserDatabase& users) { users.setExpiry("admin", 1); },
+        Change{"Expired", [](kelp::users::UserDatabase& users) { users.setExpiry("admin", 1); },
                NS_CORBA::kUserExpired},
         Change{"NewPassword",
-               [](NS_CORBA::UserDatabase& users) {
-                   users.setPassword("admin", "another one", NS_CORBA::configuredHashCost());
+               [](kelp::users::UserDatabase& users) {
+                   users.setPassword("admin", "another one", kelp::users::configuredHashCost());
                },
                NS_CORBA::kWrongPassword},
-        Change{"Removed", [](NS_CORBA::UserDatabase& users) { users.remove("admin"); },
+        Change{"Removed", [](kelp::users::UserDatabase& users) { users.remove("admin"); },
                NS_CORBA::kWrongPassword}),
     [](const auto& param) { return std::string(param.param.name); });
 

@@ -4,7 +4,7 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
 #include <kelp/agent/error_translation.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 
 #include <functional>
 #include <memory>
@@ -18,6 +18,7 @@ namespace {
 
 using namespace kelp::test;
 using namespace NS_CORBA;
+using namespace kelp::users;
 
 std::int64_t nowUtc() {
     return std::chrono::duration_cast<std::chrono::seconds>(

@@ -17,12 +17,12 @@ namespace kelp::notification::test {
 /// The test specifies who may use the channel.
 class Allowed final : public Guard {
   public:
-    bool mayUse(const kelp::orb::PeerAddress& peer) const override {
+    bool mayUse(const kelp::util::PeerAddress& peer) const override {
         const std::lock_guard guard(mutex_);
         return addresses_.count(peer.text) > 0;
     }
     bool mayCall(CORBA::Object_ptr) const override { return mayCall_; }
-    bool maySupply(const kelp::orb::PeerAddress& peer) const override {
+    bool maySupply(const kelp::util::PeerAddress& peer) const override {
         const std::lock_guard guard(mutex_);
         return suppliers_.count(peer.text) > 0;
     }

@@ -117,7 +117,7 @@ TEST_F(CallLimit, LeavesCallsAloneThatAreAnsweredInTime) {
 
 TEST_F(CallLimit, LeavesAnIdleConnectionOpen) {
     const RunningOrb orb;
-    kelp::orb::PeerAddress peer;
+    kelp::util::PeerAddress peer;
     SessionObject session(orb, [&] { peer = kelp::orb::currentPeer(); });
     session.remote()->ping();
     const std::string before = peer.withPort;

@@ -13,7 +13,7 @@ namespace {
 
 using namespace kelp::test;
 using kelp::orb::Endpoint;
-using kelp::orb::PeerAddress;
+using kelp::util::PeerAddress;
 
 constexpr std::uint32_t kForward = 3;
 constexpr std::uint32_t kNeedsAddressingMode = 5;

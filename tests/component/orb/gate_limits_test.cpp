@@ -17,7 +17,7 @@
 namespace {
 
 using namespace kelp::test;
-using kelp::orb::PeerAddress;
+using kelp::util::PeerAddress;
 using std::chrono::milliseconds;
 
 /// Decides by the last octet of an address: some may not connect, one is logged in.

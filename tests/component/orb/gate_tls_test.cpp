@@ -23,9 +23,9 @@ using namespace std::chrono_literals;
 /// Counts refusals.
 class Refusals final : public kelp::orb::GatePolicy {
   public:
-    bool admits(const kelp::orb::PeerAddress& peer) override { return peer.text != "127.0.0.66"; }
-    bool isLoggedIn(const kelp::orb::PeerAddress&) override { return true; }
-    void refused(const kelp::orb::PeerAddress&, std::string_view reason) override {
+    bool admits(const kelp::util::PeerAddress& peer) override { return peer.text != "127.0.0.66"; }
+    bool isLoggedIn(const kelp::util::PeerAddress&) override { return true; }
+    void refused(const kelp::util::PeerAddress&, std::string_view reason) override {
         const std::lock_guard guard(mutex_);
         ++counts_[std::string(reason)];
     }

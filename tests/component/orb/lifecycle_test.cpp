@@ -227,7 +227,7 @@ TEST(Lifecycle, ListensOnIpv6WhereTheMachineHasIt) {
     }
     const RunningOrb orb(nullptr, options);
     EXPECT_EQ(orb.endpoint().host, "::1");
-    kelp::orb::PeerAddress peer;
+    kelp::util::PeerAddress peer;
     SessionObject session(orb, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
     // another spelling of the address, so that the call goes over a connection
@@ -245,7 +245,7 @@ TEST(Lifecycle, AnIpv4ClientOfAWildcardListenerIsSeenAsIpv4) {
     OrbOptions options;
     options.listen = {":0"};
     const RunningOrb orb(nullptr, options);
-    kelp::orb::PeerAddress peer;
+    kelp::util::PeerAddress peer;
     SessionObject session(orb, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::publishKey(orb.orb(), "Key", &session.servant(), session.inProcess());
     const CORBA::Object_var object = orb.overTheWireByKey("Key");

@@ -33,7 +33,7 @@ TEST_F(Tls, AloneIsTheOnlyAddressInReferencesAndServesCalls) {
     const RunningOrb orb(nullptr, tlsOptions());
     EXPECT_TRUE(orb.endpoint().tls);
     EXPECT_NE(orb.port(), 0);
-    kelp::orb::PeerAddress peer;
+    kelp::util::PeerAddress peer;
     SessionObject session(orb, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::ReferenceContent content;
     ASSERT_TRUE(kelp::orb::describe(orb.orb(), session.inProcess(), content));
@@ -356,7 +356,7 @@ class TlsRenewal : public Tls {
 };
 
 TEST_F(TlsRenewal, NewConnectionsGetTheNewCertificateAndOldOnesContinue) {
-    kelp::orb::PeerAddress peer;
+    kelp::util::PeerAddress peer;
     SessionObject session(orb_, [&] { peer = kelp::orb::currentPeer(); });
     kelp::orb::setThreadTimeout(20s);
     session.remote()->ping();

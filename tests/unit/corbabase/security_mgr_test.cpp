@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/security_mgr.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 
 #include <map>
 #include <mutex>
@@ -16,11 +16,11 @@
 using kelp::test::TemporaryDirectory;
 using kelp::test::TraceCapture;
 using kelp::test::waitUntil;
+using kelp::users::UserDatabase;
 using NS_CORBA::CorbaSecurityMgr;
 using NS_CORBA::kUserDatabaseUnusable;
 using NS_CORBA::kUserDisabled;
 using NS_CORBA::kWrongPassword;
-using NS_CORBA::UserDatabase;
 
 namespace {
 
@@ -71,7 +71,7 @@ class SecurityMgr : public testing::Test {
 
     static CorbaSecurityMgr& manager() { return *CorbaSecurityMgr::Instance(); }
     void addUser(const std::string& name) {
-        UserDatabase(file).add(name, "secret", NS_CORBA::configuredHashCost());
+        UserDatabase(file).add(name, "secret", kelp::users::configuredHashCost());
     }
     std::int64_t idOf(const std::string& name) { return UserDatabase(file).find(name)->id; }
 
@@ -232,7 +232,7 @@ TEST_F(SecurityMgr, WatchesAgainAfterASecondInit) {
     manager().ExitThread();
     manager().ExitThread();
     ASSERT_EQ(manager().Login(kHost, "nms1", "secret"), 0u);
-    UserDatabase(file).setPassword("nms1", "other", NS_CORBA::configuredHashCost());
+    UserDatabase(file).setPassword("nms1", "other", kelp::users::configuredHashCost());
     ASSERT_TRUE(manager().Init());
     EXPECT_TRUE(waitUntil([&] { return states.count("10.0.0.1 5000 nms1") >= 1; }));
 }
@@ -257,7 +257,7 @@ TEST_F(SecurityMgr, ManyMayLogInAtOnce) {
 TEST_F(SecurityMgr, TheDefaultFileLiesBelowTheStateDirectory) {
     kelp::test::configure("");
     ::setenv("STATE_DIRECTORY", folder.path().c_str(), 1);
-    EXPECT_EQ(NS_CORBA::userDatabaseFile(), folder.path() / "users.db");
+    EXPECT_EQ(kelp::users::userDatabaseFile(), folder.path() / "users.db");
     ::unsetenv("STATE_DIRECTORY");
 }
 

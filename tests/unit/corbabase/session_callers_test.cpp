@@ -17,7 +17,7 @@ using Verdict = SessionCallers::Verdict;
 const std::string kName =
     "<USERNAME_TAG>admin</USERNAME_TAG><IPANDPORT_TAG>10.0.0.7:4711</IPANDPORT_TAG>";
 
-kelp::orb::PeerAddress peerAt(const std::string& host) {
+kelp::util::PeerAddress peerAt(const std::string& host) {
     return kelp::orb::parsePeer("giop:tcp:" + host + ":5000");
 }
 
@@ -26,10 +26,10 @@ class Request final : public kelp::orb::RequestInfo {
     Request(std::string top, const std::string& host, std::string id = {})
         : top_(std::move(top)),
           id_(std::move(id)),
-          peer_(host.empty() ? kelp::orb::PeerAddress{} : peerAt(host)) {}
+          peer_(host.empty() ? kelp::util::PeerAddress{} : peerAt(host)) {}
     char* operation() const override { return CORBA::string_dup("ping"); }
     const std::string& operationName() const override { return empty_; }
-    const kelp::orb::PeerAddress& peer() const override { return peer_; }
+    const kelp::util::PeerAddress& peer() const override { return peer_; }
     const std::string& peerSubject() const override { return empty_; }
     const std::string& topPoaName() const override { return top_; }
     const std::string& childPoaName() const override { return empty_; }
@@ -40,7 +40,7 @@ class Request final : public kelp::orb::RequestInfo {
   private:
     std::string top_;
     std::string id_;
-    kelp::orb::PeerAddress peer_;
+    kelp::util::PeerAddress peer_;
     std::string empty_;
 };
 
@@ -52,7 +52,8 @@ class SessionCallersTest : public testing::Test {
         kelp::test::configure("");
     }
     void enter(const std::string& host) {
-        callers_.Enter(kName, this, token_, host.empty() ? kelp::orb::PeerAddress{} : peerAt(host));
+        callers_.Enter(kName, this, token_,
+                       host.empty() ? kelp::util::PeerAddress{} : peerAt(host));
     }
     Verdict judge(const std::string& host) { return callers_.Judge(Request(kName, host)); }
 

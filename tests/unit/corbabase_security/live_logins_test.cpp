@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
+using kelp::users::UserAccount;
 using NS_CORBA::LiveLogins;
-using NS_CORBA::UserAccount;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

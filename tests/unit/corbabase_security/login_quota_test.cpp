@@ -6,8 +6,8 @@
 
 namespace {
 
+using kelp::users::UserAccount;
 using NS_CORBA::LiveLogins;
-using NS_CORBA::UserAccount;
 using Exceeded = LiveLogins::Exceeded;
 
 constexpr const char* kNetwork = "10.0.0.1";

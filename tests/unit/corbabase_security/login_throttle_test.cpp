@@ -3,6 +3,7 @@
 #include "access/login_throttle.h"
 
 #include <gtest/gtest.h>
+#include <kelp/orb/request.h>
 
 using namespace std::chrono_literals;
 using NS_CORBA::LoginOrigin;

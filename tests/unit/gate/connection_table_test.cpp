@@ -10,6 +10,7 @@ namespace {
 using namespace kelp::orb;
 using gate::ConnectionTable;
 using gate::Seat;
+using kelp::util::PeerAddress;
 using std::chrono::seconds;
 using Verdict = ConnectionTable::Verdict;
 

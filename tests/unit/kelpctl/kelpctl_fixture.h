@@ -1,7 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -62,7 +62,7 @@ class KelpctlTest : public testing::Test {
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     }
     bool hasPassword(const std::string& user, const std::string& password) {
-        return NS_CORBA::UserDatabase(database).passwordMatches(user, password, {8, 1});
+        return kelp::users::UserDatabase(database).passwordMatches(user, password, {8, 1});
     }
 
     TemporaryDirectory folder;

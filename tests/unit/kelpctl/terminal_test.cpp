@@ -66,7 +66,7 @@ TEST_F(AtTerminal, AnInterruptLeavesTheTerminalAsItWas) {
     EXPECT_TRUE(isShown("interrupted"));
     EXPECT_TRUE(kelp::test::waitUntil([this] { return terminal->echoes(); }));
     EXPECT_EQ(terminal->status(), 1);
-    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
+    EXPECT_FALSE(kelp::users::UserDatabase(database).find("nms1"));
 }
 
 }  // namespace

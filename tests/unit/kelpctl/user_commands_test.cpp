@@ -42,7 +42,7 @@ TEST_F(UserCommands, AShortPasswordNeedsForce) {
     const char* const refusal =
         "the password must have at least 8 characters; --force accepts a shorter one";
     EXPECT_TRUE(kelpctl("user add nms1 --password-file seven").failedWith(1, refusal));
-    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
+    EXPECT_FALSE(kelp::users::UserDatabase(database).find("nms1"));
     EXPECT_EQ(kelpctl("user add nms1 --password-file eight").status, 0);
     EXPECT_TRUE(kelpctl("user passwd nms1 --password-file seven").failedWith(1, refusal));
     EXPECT_TRUE(hasPassword("nms1", "12345678"));
@@ -160,15 +160,15 @@ TEST_F(UserCommands, PasswdReplacesThePassword) {
 TEST_F(UserCommands, DisableAndEnableSwitchTheAccount) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     EXPECT_EQ(kelpctl("user disable nms1").output, "user \"nms1\" disabled\n");
-    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1")->enabled);
+    EXPECT_FALSE(kelp::users::UserDatabase(database).find("nms1")->enabled);
     EXPECT_EQ(kelpctl("user enable nms1").output, "user \"nms1\" enabled\n");
-    EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->enabled);
+    EXPECT_TRUE(kelp::users::UserDatabase(database).find("nms1")->enabled);
 }
 
 TEST_F(UserCommands, ExpireSaysWhenTheAccountEnds) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     const auto expiry = [this] {
-        return NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc;
+        return kelp::users::UserDatabase(database).find("nms1")->expiresUtc;
     };
     EXPECT_EQ(expiry(), std::nullopt);
     EXPECT_EQ(kelpctl("user expire nms1 2100-03-01").output,
@@ -191,7 +191,7 @@ TEST_F(UserCommands, AnInvalidTimeIsRefused) {
         const ToolRun run = kelpctl(std::string("user expire nms1 ") + "'" + time + "'");
         EXPECT_TRUE(run.failedWith(1, "is not a time")) << time << ": " << run;
     }
-    EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->expiresUtc, std::nullopt);
+    EXPECT_EQ(kelp::users::UserDatabase(database).find("nms1")->expiresUtc, std::nullopt);
 }
 
 TEST_F(UserCommands, NetworksSayWhereTheUserMayLogInFrom) {
@@ -207,9 +207,9 @@ TEST_F(UserCommands, NetworksSayWhereTheUserMayLogInFrom) {
     EXPECT_TRUE(run.failedWith(1, "\"10.1.0.0/33\" needs a prefix length from 0 to 32")) << run;
     EXPECT_TRUE(
         kelpctl("user networks nms1 nms.example").failedWith(1, "neither an IPv4 nor an IPv6"));
-    EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->networks.size(), 2u);
+    EXPECT_EQ(kelp::users::UserDatabase(database).find("nms1")->networks.size(), 2u);
     EXPECT_EQ(kelpctl("user networks nms1 any").output, "user \"nms1\" may log in from: any\n");
-    EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->networks.empty());
+    EXPECT_TRUE(kelp::users::UserDatabase(database).find("nms1")->networks.empty());
 }
 
 TEST_F(UserCommands, TlsBindsTheUserToCertificates) {
@@ -226,23 +226,23 @@ TEST_F(UserCommands, TlsBindsTheUserToCertificates) {
         EXPECT_TRUE(kelpctl(nonsense).failedWith(
             1, "give either --subject, once or several times, or --any"))
             << nonsense;
-    EXPECT_EQ(NS_CORBA::UserDatabase(database).find("nms1")->subjects.size(), 2u);
+    EXPECT_EQ(kelp::users::UserDatabase(database).find("nms1")->subjects.size(), 2u);
     EXPECT_EQ(kelpctl("user tls nms1 --any").output,
               "user \"nms1\" may log in with a certificate of: any\n");
-    EXPECT_TRUE(NS_CORBA::UserDatabase(database).find("nms1")->subjects.empty());
+    EXPECT_TRUE(kelp::users::UserDatabase(database).find("nms1")->subjects.empty());
 }
 
 TEST_F(UserCommands, UnlockTellsTheHost) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
-    const std::int64_t before = NS_CORBA::UserDatabase(database).find("nms1")->unlocks;
+    const std::int64_t before = kelp::users::UserDatabase(database).find("nms1")->unlocks;
     EXPECT_EQ(kelpctl("user unlock nms1").output, "user \"nms1\" unlocked\n");
-    EXPECT_GT(NS_CORBA::UserDatabase(database).find("nms1")->unlocks, before);
+    EXPECT_GT(kelp::users::UserDatabase(database).find("nms1")->unlocks, before);
 }
 
 TEST_F(UserCommands, RemoveTakesTheUserOut) {
     ASSERT_EQ(kelpctl("user add nms1 --password-file pw").status, 0);
     EXPECT_EQ(kelpctl("user remove nms1").status, 0);
-    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1"));
+    EXPECT_FALSE(kelp::users::UserDatabase(database).find("nms1"));
 }
 
 TEST_F(UserCommands, AnUnknownUserIsAnErrorEverywhere) {

@@ -176,7 +176,7 @@ TEST_F(UserRecords, ALockedLogIsNamed) {
     const ToolRun run = kelpctl("user disable nms1");
     EXPECT_EQ(run.status, 3) << run;
     EXPECT_THAT(run.errors, EndsWith("oplog-audit.db is locked by another process\n"));
-    EXPECT_FALSE(NS_CORBA::UserDatabase(database).find("nms1")->enabled);
+    EXPECT_FALSE(kelp::users::UserDatabase(database).find("nms1")->enabled);
     other.exec("ROLLBACK");
     EXPECT_EQ(kelpctl("user enable nms1").status, 0);
     EXPECT_EQ(kelpctl("audit verify").status, 0);

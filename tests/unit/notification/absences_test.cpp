@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 using kelp::notification::Absences;
 using kelp::notification::Caller;
 using kelp::notification::Owner;
-using kelp::orb::PeerAddress;
+using kelp::util::PeerAddress;
 
 namespace {
 

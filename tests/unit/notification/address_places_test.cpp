@@ -1,6 +1,7 @@
 #include "owners/address_places.h"
 
 #include <gtest/gtest.h>
+#include <kelp/orb/request.h>
 
 #include <atomic>
 #include <thread>
@@ -11,8 +12,8 @@ namespace {
 using kelp::notification::AddressPlaces;
 using kelp::orb::parsePeer;
 
-const kelp::orb::PeerAddress kOne = parsePeer("giop:tcp:192.0.2.1:4000");
-const kelp::orb::PeerAddress kOther = parsePeer("giop:tcp:192.0.2.2:4000");
+const kelp::util::PeerAddress kOne = parsePeer("giop:tcp:192.0.2.1:4000");
+const kelp::util::PeerAddress kOther = parsePeer("giop:tcp:192.0.2.2:4000");
 
 TEST(AddressPlaces, OneAddressGetsItsPlacesAndNoMore) {
     AddressPlaces places(2);

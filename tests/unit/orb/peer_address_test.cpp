@@ -4,7 +4,7 @@
 namespace {
 
 using kelp::orb::parsePeer;
-using kelp::orb::PeerAddress;
+using kelp::util::PeerAddress;
 
 void expectEmpty(const std::string& text) {
     const PeerAddress peer = parsePeer(text);

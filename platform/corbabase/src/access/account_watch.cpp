@@ -11,6 +11,7 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::users::UserAccount;
 using kelp::util::MutexLock;
 using kelp::util::MutexUnlock;
 
@@ -57,7 +58,7 @@ void AccountWatch::stop() {
 }
 
 void AccountWatch::run() {
-    const std::filesystem::path file = userDatabaseFile();
+    const std::filesystem::path file = kelp::users::userDatabaseFile();
     const MutexLock lock(mutex_);
     while (!stopping_) {
         {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/users/user_watch.h>
 #include <kelp/util/mutex.h>
 
 #include <cstdint>
@@ -10,7 +11,6 @@
 
 #include "access/live_logins.h"
 #include "access/login_throttle.h"
-#include "users/user_watch.h"
 
 namespace NS_CORBA {
 
@@ -34,12 +34,12 @@ class AccountWatch {
   private:
     void run() KELP_EXCLUDES(mutex_);
     void look(const std::filesystem::path& file);
-    void compare(const std::vector<UserAccount>& accounts);
+    void compare(const std::vector<kelp::users::UserAccount>& accounts);
     void tellInvalid();
 
     LiveLogins& live_;
     LoginThrottle& throttle_;
-    UserWatch users_;                               // used by the thread only, as is unlocks_
+    kelp::users::UserWatch users_;                  // used by the thread only, as is unlocks_
     std::map<std::int64_t, std::int64_t> unlocks_;  // account id to number of unlocks, as read last
     /// Held for a whole start or stop.
     kelp::util::Mutex control_{kelp::util::LockRank::ServiceControl, "AccountWatch::control_"};

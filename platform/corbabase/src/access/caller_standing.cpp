@@ -20,7 +20,7 @@ Standing& standing() {
 }
 
 bool lookUp(const kelp::orb::RequestInfo& request) {
-    const kelp::orb::PeerAddress& peer = request.peer();
+    const kelp::util::PeerAddress& peer = request.peer();
     return peer.text.empty() || CorbaSecurityMgr::Instance()->IsLoggedInFrom(peer);
 }
 
@@ -32,7 +32,7 @@ bool CallerStanding::arrive(const kelp::orb::RequestInfo& request) {
     if (mine.isLoggedIn)
         kelp::util::endTraceLimitOfThread();
     else
-        kelp::util::limitTraceOfThread(kelp::orb::networkOf(request.peer()));
+        kelp::util::limitTraceOfThread(kelp::util::networkOf(request.peer()));
     return mine.isLoggedIn;
 }
 
@@ -51,13 +51,13 @@ void CallerStanding::leave() noexcept {
     kelp::util::endTraceLimitOfThread();
 }
 
-bool RequestRate::admits(const kelp::orb::PeerAddress& peer, kelp::util::TokenBuckets::Time now) {
+bool RequestRate::admits(const kelp::util::PeerAddress& peer, kelp::util::TokenBuckets::Time now) {
     const kelp::util::TokenBuckets::Limits allowed = limits();
-    return allowed.perSecond <= 0 || buckets_.take(kelp::orb::networkOf(peer), now, allowed);
+    return allowed.perSecond <= 0 || buckets_.take(kelp::util::networkOf(peer), now, allowed);
 }
 
-void RequestRate::giveBack(const kelp::orb::PeerAddress& peer) {
-    buckets_.giveBack(kelp::orb::networkOf(peer));
+void RequestRate::giveBack(const kelp::util::PeerAddress& peer) {
+    buckets_.giveBack(kelp::util::networkOf(peer));
 }
 
 kelp::util::TokenBuckets::Limits RequestRate::limits() {

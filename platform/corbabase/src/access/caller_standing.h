@@ -31,9 +31,9 @@ class CallerStanding {
 class RequestRate {
   public:
     /// False when the request exceeds the limit.
-    bool admits(const kelp::orb::PeerAddress& peer, kelp::util::TokenBuckets::Time now);
+    bool admits(const kelp::util::PeerAddress& peer, kelp::util::TokenBuckets::Time now);
     /// Do not count a request that admits() counted.
-    void giveBack(const kelp::orb::PeerAddress& peer);
+    void giveBack(const kelp::util::PeerAddress& peer);
     void reset() { buckets_.clear(); }
 
   private:

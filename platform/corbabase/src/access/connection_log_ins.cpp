@@ -29,7 +29,7 @@ ConnectionLogIns& ConnectionLogIns::Instance() {
     return *instance;
 }
 
-void ConnectionLogIns::LoggedIn(const kelp::orb::PeerAddress& peer,
+void ConnectionLogIns::LoggedIn(const kelp::util::PeerAddress& peer,
                                 const std::string& sessionName) {
     if (!peer.withPort.empty())
         noteLatest(peer.withPort, sessionName);
@@ -64,7 +64,7 @@ void ConnectionLogIns::noteLatest(const std::string& connection, const std::stri
     ++changes_;
 }
 
-void ConnectionLogIns::Forget(const kelp::orb::PeerAddress& peer) {
+void ConnectionLogIns::Forget(const kelp::util::PeerAddress& peer) {
     const std::unique_lock lock(mutex_);
     if (connections_.erase(peer.withPort) > 0)
         ++changes_;

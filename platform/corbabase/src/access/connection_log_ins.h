@@ -21,11 +21,11 @@ class ConnectionLogIns {
     static ConnectionLogIns& Instance();
 
     /// An NMS has logged in over the connection from this peer.
-    void LoggedIn(const kelp::orb::PeerAddress& peer, const std::string& sessionName);
+    void LoggedIn(const kelp::util::PeerAddress& peer, const std::string& sessionName);
     /// A request has reached an object of a session.
     void Called(const kelp::orb::RequestInfo& request);
     /// The connection has ended, or another one begins from the same port.
-    void Forget(const kelp::orb::PeerAddress& peer);
+    void Forget(const kelp::util::PeerAddress& peer);
 
     /// Return the log-ins of the request's connection, the one used last first. For a connection
     /// without known log-ins, return the only live log-in from its address; none if there are

@@ -10,17 +10,17 @@
 
 namespace NS_CORBA {
 
-bool GatePolicy::admits(const kelp::orb::PeerAddress& peer) {
+bool GatePolicy::admits(const kelp::util::PeerAddress& peer) {
     // the end of an earlier connection from this port may not have been noticed yet
     ConnectionLogIns::Instance().Forget(peer);
     return access_.allows(peer);
 }
 
-bool GatePolicy::isLoggedIn(const kelp::orb::PeerAddress& peer) {
+bool GatePolicy::isLoggedIn(const kelp::util::PeerAddress& peer) {
     return CorbaSecurityMgr::Instance()->IsLoggedInFrom(peer);
 }
 
-void GatePolicy::refused(const kelp::orb::PeerAddress& peer, std::string_view reason) {
+void GatePolicy::refused(const kelp::util::PeerAddress& peer, std::string_view reason) {
     kelp::oplog::SecurityRecord record;
     record.event = access_.allows(peer) ? kelp::oplog::SecurityEvent::RefusedConnection
                                         : kelp::oplog::SecurityEvent::RefusedAddress;
@@ -29,7 +29,7 @@ void GatePolicy::refused(const kelp::orb::PeerAddress& peer, std::string_view re
     AuditTrail::Instance().Write(std::move(record));
 }
 
-void GatePolicy::ended(const kelp::orb::PeerAddress& peer) {
+void GatePolicy::ended(const kelp::util::PeerAddress& peer) {
     ConnectionLogIns::Instance().Forget(peer);
 }
 

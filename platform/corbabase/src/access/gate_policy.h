@@ -14,10 +14,10 @@ class GatePolicy final : public kelp::orb::GatePolicy {
   public:
     explicit GatePolicy(OssAccess& access) : access_(access) {}
 
-    bool admits(const kelp::orb::PeerAddress& peer) override;
-    bool isLoggedIn(const kelp::orb::PeerAddress& peer) override;
-    void refused(const kelp::orb::PeerAddress& peer, std::string_view reason) override;
-    void ended(const kelp::orb::PeerAddress& peer) override;
+    bool admits(const kelp::util::PeerAddress& peer) override;
+    bool isLoggedIn(const kelp::util::PeerAddress& peer) override;
+    void refused(const kelp::util::PeerAddress& peer, std::string_view reason) override;
+    void ended(const kelp::util::PeerAddress& peer) override;
 
   private:
     OssAccess& access_;

@@ -7,6 +7,7 @@ namespace NS_CORBA {
 
 namespace {
 
+using kelp::users::UserAccount;
 using kelp::util::MutexLock;
 
 constexpr std::chrono::milliseconds kFirstPause{300};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 #include <kelp/util/mutex.h>
 
 #include <chrono>
@@ -43,12 +43,14 @@ class LiveLogins {
     /// Enter a log-in that `account` allows, as it was read for this log-in. `address` is the
     /// connection's peer without port; empty inside the process. `subject` is the normalised
     /// subject of the peer's certificate; empty: it showed none.
-    void enter(const Key& key, const UserAccount& account, const std::string& address = {},
-               const std::string& subject = {}) KELP_EXCLUDES(mutex_);
+    void enter(const Key& key, const kelp::users::UserAccount& account,
+               const std::string& address = {}, const std::string& subject = {})
+        KELP_EXCLUDES(mutex_);
     /// Update the log-ins under the key, whose password was given again: with the account as it is
     /// now, the address as their latest one, and the certificate's subject.
-    void renew(const Key& key, const UserAccount& account, const std::string& address = {},
-               const std::string& subject = {}) KELP_EXCLUDES(mutex_);
+    void renew(const Key& key, const kelp::users::UserAccount& account,
+               const std::string& address = {}, const std::string& subject = {})
+        KELP_EXCLUDES(mutex_);
     /// End the oldest log-in under the key. False when there is none.
     bool leave(const Key& key) KELP_EXCLUDES(mutex_);
     std::size_t count(const Key& key) const KELP_EXCLUDES(mutex_);
@@ -63,7 +65,7 @@ class LiveLogins {
     bool takeEntered() KELP_EXCLUDES(mutex_);
     /// Compare the log-ins with all accounts. A log-in becomes invalid when its account is gone, is
     /// disabled, has a new password or no longer allows its certificate.
-    void compare(const std::vector<UserAccount>& accounts) KELP_EXCLUDES(mutex_);
+    void compare(const std::vector<kelp::users::UserAccount>& accounts) KELP_EXCLUDES(mutex_);
     /// Return the invalid and expired log-ins to report now. A log-in that stays is returned again
     /// after growing pauses, 300 ms to 30 s: its session may not have been listed yet when it
     /// became invalid.
@@ -80,7 +82,7 @@ class LiveLogins {
         Time tellNext{};
         std::chrono::milliseconds pause{0};
     };
-    static Login loginOf(const UserAccount& account);
+    static Login loginOf(const kelp::users::UserAccount& account);
 
     void admit(const Login& login) KELP_REQUIRES(mutex_);
     /// Undo one admit() of the same log-in.

@@ -1,9 +1,9 @@
 #include "access/login_throttle.h"
 
+#include <kelp/users/user_name.h>
+
 #include <algorithm>
 #include <limits>
-
-#include "users/user_name.h"
 
 namespace NS_CORBA {
 
@@ -31,13 +31,15 @@ std::chrono::seconds doubled(std::chrono::seconds first, int times, std::chrono:
 
 /// Return the name as a key of bounded length. All names too long for a user share one key.
 std::string keyOf(const std::string& user) {
-    return user.size() <= kNameBytesMax ? user : std::string(kNameBytesMax + 1, '<');
+    return user.size() <= kelp::users::kNameBytesMax
+               ? user
+               : std::string(kelp::users::kNameBytesMax + 1, '<');
 }
 
 }  // namespace
 
-LoginOrigin originOf(const kelp::orb::PeerAddress& peer) {
-    return {peer.text, kelp::orb::networkOf(peer)};
+LoginOrigin originOf(const kelp::util::PeerAddress& peer) {
+    return {peer.text, kelp::util::networkOf(peer)};
 }
 
 void LoginThrottle::Record::clearWhenQuiet(Time now, std::chrono::seconds lockout) {

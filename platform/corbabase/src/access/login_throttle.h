@@ -1,7 +1,7 @@
 #pragma once
 
-#include <kelp/orb/request.h>
 #include <kelp/util/mutex.h>
+#include <kelp/util/peer_address.h>
 
 #include <chrono>
 #include <cstddef>
@@ -20,7 +20,7 @@ struct LoginOrigin {
     std::string network;
 };
 
-LoginOrigin originOf(const kelp::orb::PeerAddress& peer);
+LoginOrigin originOf(const kelp::util::PeerAddress& peer);
 
 /// Throttles log-ins after failures. It is asked before a password is hashed.
 ///

@@ -13,10 +13,6 @@ namespace {
 
 constexpr std::size_t kShownBytesMax = 256;
 
-bool isSameAddress(const kelp::orb::PeerAddress& a, const kelp::orb::PeerAddress& b) {
-    return a.ipv4 != 0 ? a.ipv4 == b.ipv4 : a.ipv6 && a.ipv6 == b.ipv6;
-}
-
 constexpr const char* kReferenceRefused = "reference not allowed";
 constexpr const char* kForwardRefused = "forward not allowed";
 
@@ -24,7 +20,7 @@ std::string configuredRule() {
     return NS_BUNDLEMGR1::ConfigStore::instance().text("access.nms_reference");
 }
 
-void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,
+void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::util::PeerAddress& peer,
                  kelp::oplog::SecurityEvent event, const char* outcome) {
     const std::string named = kelp::orb::hostAndPort(endpoint);
     tracePoint("nmsreferencecheck");
@@ -44,7 +40,7 @@ void tellRefusal(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddre
 bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event,
                                std::string* refused) const {
     const std::string rule = configuredRule();
-    const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
+    const kelp::util::PeerAddress peer = kelp::orb::currentPeer();
     if (rule == "any" || peer.text.empty())
         return true;
     const CORBA::ORB_var orb = OrbLife::instance().orb();
@@ -62,7 +58,7 @@ bool NmsReferenceCheck::allows(CORBA::Object_ptr reference, kelp::oplog::Securit
     return true;
 }
 
-bool NmsReferenceCheck::mayFollow(const kelp::orb::PeerAddress& from,
+bool NmsReferenceCheck::mayFollow(const kelp::util::PeerAddress& from,
                                   const kelp::orb::Endpoint& to) const {
     const std::string rule = configuredRule();
     if (rule == "any" || allows(to, from, rule))
@@ -72,11 +68,11 @@ bool NmsReferenceCheck::mayFollow(const kelp::orb::PeerAddress& from,
 }
 
 bool NmsReferenceCheck::allows(const kelp::orb::Endpoint& endpoint,
-                               const kelp::orb::PeerAddress& peer, const std::string& rule) const {
-    const kelp::orb::PeerAddress named = kelp::orb::parseHostAddress(endpoint.host);
+                               const kelp::util::PeerAddress& peer, const std::string& rule) const {
+    const kelp::util::PeerAddress named = kelp::util::parseHostAddress(endpoint.host);
     if (named.text.empty())
         return access_.allowsHostName(endpoint.host);
-    return rule == "peer" ? isSameAddress(named, peer) : access_.allows(named);
+    return rule == "peer" ? kelp::util::isSameAddress(named, peer) : access_.allows(named);
 }
 
 }  // namespace NS_CORBA

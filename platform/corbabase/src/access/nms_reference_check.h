@@ -22,11 +22,11 @@ class NmsReferenceCheck final : public kelp::orb::ForwardCheck {
     bool allows(CORBA::Object_ptr reference, kelp::oplog::SecurityEvent event,
                 std::string* refused = nullptr) const;
     /// Check a forward that a called peer answered. A refusal is traced and recorded likewise.
-    bool mayFollow(const kelp::orb::PeerAddress& from,
+    bool mayFollow(const kelp::util::PeerAddress& from,
                    const kelp::orb::Endpoint& to) const override;
 
   private:
-    bool allows(const kelp::orb::Endpoint& endpoint, const kelp::orb::PeerAddress& peer,
+    bool allows(const kelp::orb::Endpoint& endpoint, const kelp::util::PeerAddress& peer,
                 const std::string& rule) const;
 
     OssAccess& access_;

@@ -43,7 +43,7 @@ bool OssAccess::allowsIpv6(const std::string& address) {
     return current().networks.containsIpv6(address);
 }
 
-bool OssAccess::allows(const kelp::orb::PeerAddress& peer) {
+bool OssAccess::allows(const kelp::util::PeerAddress& peer) {
     return current().networks.contains(peer);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/users/oss_networks.h>
 #include <kelp/util/mutex.h>
 
 #include <atomic>
@@ -8,7 +9,6 @@
 #include <vector>
 
 #include "orb/published.h"
-#include "users/oss_networks.h"
 
 namespace NS_CORBA {
 
@@ -20,14 +20,14 @@ class OssAccess {
     bool read(std::string& whyNot) KELP_EXCLUDES(mutex_);
     bool allowsIpv4(std::uint32_t address);
     bool allowsIpv6(const std::string& address);
-    bool allows(const kelp::orb::PeerAddress& peer);
+    bool allows(const kelp::util::PeerAddress& peer);
     /// Whether the host name itself is listed. Names are compared as they are, without being
     /// resolved.
     bool allowsHostName(const std::string& name);
 
   private:
     struct Allowed {
-        OssNetworks networks;
+        kelp::users::OssNetworks networks;
         std::vector<std::string> hostNames;
         bool operator==(const Allowed&) const = default;
     };

@@ -3,8 +3,10 @@
 #include <kelp/corbabase/lazy_instance.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/trace.h>
-#include <kelp/corbabase/user_database.h>
 #include <kelp/orb/request.h>
+#include <kelp/users/oss_networks.h>
+#include <kelp/users/subject_name.h>
+#include <kelp/users/user_database.h>
 #include <kelp/util/mutex.h>
 
 #include <chrono>
@@ -19,13 +21,14 @@
 #include "access/live_logins.h"
 #include "access/login_throttle.h"
 #include "access/session_name_parts.h"
-#include "users/oss_networks.h"
-#include "users/subject_name.h"
 
 namespace NS_CORBA {
 
 namespace {
 
+using kelp::users::OssNetworks;
+using kelp::users::UserAccount;
+using kelp::users::UserDatabase;
 using kelp::util::LockRank;
 using kelp::util::MutexLock;
 
@@ -55,7 +58,7 @@ LoginThrottle::Limits configuredLimits() {
             std::chrono::seconds(config.integer("security.lockout_s"))};
 }
 
-bool mayCallFrom(const UserAccount& account, const kelp::orb::PeerAddress& peer) {
+bool mayCallFrom(const UserAccount& account, const kelp::util::PeerAddress& peer) {
     OssNetworks networks;
     std::string whyNot;
     if (account.networks.empty())
@@ -70,11 +73,11 @@ bool mayCallFrom(const UserAccount& account, const kelp::orb::PeerAddress& peer)
 std::string callersSubject() {
     const std::string subject = kelp::orb::currentPeerSubject();
     std::string whyNot;
-    return subject.empty() ? subject : normalisedSubject(subject, whyNot).value_or("");
+    return subject.empty() ? subject : kelp::users::normalisedSubject(subject, whyNot).value_or("");
 }
 
 /// Return 0, or the code that refuses a user who knows the password.
-unsigned long refusalOf(const UserAccount& account, const kelp::orb::PeerAddress& peer,
+unsigned long refusalOf(const UserAccount& account, const kelp::util::PeerAddress& peer,
                         const std::string& subject) {
     if (!account.enabled)
         return kUserDisabled;
@@ -222,7 +225,7 @@ unsigned long CorbaSecurityMgr::State::check(const char* operation, const Attemp
 unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attempt& attempt,
                                              UserAccount& account,
                                              std::optional<std::chrono::seconds>& lockout) {
-    const kelp::orb::PeerAddress peer = kelp::orb::currentPeer();
+    const kelp::util::PeerAddress peer = kelp::orb::currentPeer();
     const LoginOrigin origin = originOf(peer);
     if (throttle.refuses(attempt.user, origin, std::chrono::steady_clock::now())) {
         tracePoint(kFile);
@@ -232,9 +235,9 @@ unsigned long CorbaSecurityMgr::State::judge(const char* operation, const Attemp
         return kUserLockedOut;
     }
     try {
-        UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
-        std::optional<UserAccount> found =
-            database.authenticate(attempt.user, attempt.password, configuredHashCost());
+        UserDatabase database(kelp::users::userDatabaseFile(), UserDatabase::Missing::IsAnError);
+        std::optional<UserAccount> found = database.authenticate(attempt.user, attempt.password,
+                                                                 kelp::users::configuredHashCost());
         if (!found) {
             lockout = countFailure(operation, attempt, origin, database);
             return kWrongPassword;
@@ -287,7 +290,7 @@ void CorbaSecurityMgr::Destroy() {
 bool CorbaSecurityMgr::Init() {
     const FuncGuardTrace trace("CorbaSecurityMgr::Init");
     try {
-        UserDatabase database(userDatabaseFile());
+        UserDatabase database(kelp::users::userDatabaseFile());
         if (database.list().empty()) {
             tracePoint(kFile);
             TaTrace(
@@ -328,7 +331,8 @@ unsigned long CorbaSecurityMgr::Admit(const char* operation, const std::string& 
 unsigned long CorbaSecurityMgr::StillAdmits(const Admission& admission) {
     const auto codeNow = [&admission]() -> unsigned long {
         try {
-            UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
+            UserDatabase database(kelp::users::userDatabaseFile(),
+                                  UserDatabase::Missing::IsAnError);
             const std::optional<UserAccount> account = database.find(admission.account_.name);
             if (!account || account->id != admission.account_.id ||
                 account->passwordNumber != admission.account_.passwordNumber)
@@ -430,7 +434,7 @@ int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
     if (const std::optional<std::int64_t> id = state_->live.userId(user))
         return userNumber(*id);
     try {
-        UserDatabase database(userDatabaseFile(), UserDatabase::Missing::IsAnError);
+        UserDatabase database(kelp::users::userDatabaseFile(), UserDatabase::Missing::IsAnError);
         const std::optional<UserAccount> account = database.find(user);
         return account ? userNumber(account->id) : kUnknownUser;
     } catch (const std::exception& failure) {
@@ -439,7 +443,7 @@ int CorbaSecurityMgr::GetUserID(const std::string& sessionName) const {
     return kUnknownUser;
 }
 
-bool CorbaSecurityMgr::IsLoggedInFrom(const kelp::orb::PeerAddress& peer) const {
+bool CorbaSecurityMgr::IsLoggedInFrom(const kelp::util::PeerAddress& peer) const {
     return state_->live.isFrom(peer.text);
 }
 

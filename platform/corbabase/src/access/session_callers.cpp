@@ -18,7 +18,7 @@ SessionCallers& SessionCallers::Instance() {
     return *instance;
 }
 
-SessionCallers::Address SessionCallers::Address::of(const kelp::orb::PeerAddress& peer) {
+SessionCallers::Address SessionCallers::Address::of(const kelp::util::PeerAddress& peer) {
     constexpr std::size_t mappedAt = 12;
     Address address;
     if (peer.ipv6 && peer.ipv6->size() == address.octets.size()) {
@@ -34,14 +34,14 @@ SessionCallers::Address SessionCallers::Address::of(const kelp::orb::PeerAddress
 }
 
 void SessionCallers::Enter(const std::string& sessionName, const void* owner,
-                           const SessionToken& token, const kelp::orb::PeerAddress& peer) {
+                           const SessionToken& token, const kelp::util::PeerAddress& peer) {
     ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
     const std::unique_lock lock(mutex_);
     sessions_.insert_or_assign(sessionName, Session{owner, token, Address::of(peer)});
 }
 
 void SessionCallers::Move(const std::string& sessionName, const void* owner,
-                          const kelp::orb::PeerAddress& peer) {
+                          const kelp::util::PeerAddress& peer) {
     ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
     const std::unique_lock lock(mutex_);
     const auto found = sessions_.find(sessionName);
@@ -61,7 +61,7 @@ bool SessionCallers::IsLive(const std::string& sessionName) const {
     return sessions_.find(sessionName) != sessions_.end();
 }
 
-std::optional<std::string> SessionCallers::OnlyOneFrom(const kelp::orb::PeerAddress& peer) const {
+std::optional<std::string> SessionCallers::OnlyOneFrom(const kelp::util::PeerAddress& peer) const {
     const Address address = Address::of(peer);
     const std::string* only = nullptr;
     const std::shared_lock lock(mutex_);

@@ -123,7 +123,7 @@ void write(const RequestInfo& request, Id id, const char* outcome) {
     if (CallerStanding::isLoggedIn(request))
         AuditTrail::Instance().Write(record);
     else
-        AuditTrail::Instance().WriteWithoutLogIn(record, kelp::orb::networkOf(request.peer()));
+        AuditTrail::Instance().WriteWithoutLogIn(record, kelp::util::networkOf(request.peer()));
 }
 
 template <class Body>

@@ -59,7 +59,7 @@ EmbeddedLink::LoggedInPeers::LoggedInPeers() {
     TaTrace("[EmbeddedLink] notification.suppliers: %s! Nobody may supply.", whyNot.c_str());
 }
 
-bool EmbeddedLink::LoggedInPeers::maySupply(const kelp::orb::PeerAddress& peer) const {
+bool EmbeddedLink::LoggedInPeers::maySupply(const kelp::util::PeerAddress& peer) const {
     return suppliers_.contains(peer);
 }
 
@@ -78,7 +78,7 @@ bool EmbeddedLink::LoggedInPeers::isLive(const std::string& logIn) const {
     return SessionCallers::Instance().IsLive(logIn);
 }
 
-bool EmbeddedLink::LoggedInPeers::mayUse(const kelp::orb::PeerAddress& peer) const {
+bool EmbeddedLink::LoggedInPeers::mayUse(const kelp::util::PeerAddress& peer) const {
     return CorbaSecurityMgr::Instance()->IsLoggedInFrom(peer);
 }
 

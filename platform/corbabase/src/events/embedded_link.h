@@ -1,9 +1,9 @@
 #pragma once
 
 #include <kelp/notification/channel.h>
+#include <kelp/users/oss_networks.h>
 
 #include "events/event_channel_link.h"
-#include "users/oss_networks.h"
 
 namespace NS_CORBA {
 
@@ -34,15 +34,15 @@ class EmbeddedLink final : public EventChannelLink {
     class LoggedInPeers final : public kelp::notification::Guard {
       public:
         LoggedInPeers();
-        bool mayUse(const kelp::orb::PeerAddress& peer) const override;
+        bool mayUse(const kelp::util::PeerAddress& peer) const override;
         bool mayCall(CORBA::Object_ptr reference) const override;
-        bool maySupply(const kelp::orb::PeerAddress& peer) const override;
+        bool maySupply(const kelp::util::PeerAddress& peer) const override;
         std::vector<kelp::notification::LogIn> logInsOf(
             const kelp::orb::RequestInfo& request) const override;
         bool isLive(const std::string& logIn) const override;
 
       private:
-        OssNetworks suppliers_;
+        kelp::users::OssNetworks suppliers_;
     };
 
     const LoggedInPeers guard_;  // the channel uses it until it is destroyed

@@ -33,7 +33,7 @@ bool Absences::isAbsent(const Owner& owner) {
     return !mayUse(owner.peer()) || (!logIns.empty() && !isAnyLive(*guard_, logIns));
 }
 
-bool Absences::mayUse(const kelp::orb::PeerAddress& address) {
+bool Absences::mayUse(const kelp::util::PeerAddress& address) {
     const auto [found, isNew] = addresses_.try_emplace(address.text, true);
     if (isNew)
         found->second = guard_->mayUse(address);

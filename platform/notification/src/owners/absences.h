@@ -33,7 +33,7 @@ class Absences {
 
     bool isAbsent(const Owner& owner);
     /// False for an address that may not use the channel. Asks the guard once in a review.
-    bool mayUse(const kelp::orb::PeerAddress& address);
+    bool mayUse(const kelp::util::PeerAddress& address);
 
     const Guard* const guard_;
     const std::chrono::milliseconds grace_;

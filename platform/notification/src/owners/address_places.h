@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kelp/orb/request.h>
+#include <kelp/util/peer_address.h>
 
 #include "owners/keyed_places.h"
 
@@ -18,8 +18,8 @@ class AddressPlaces {
     std::size_t max() const { return places_.max(); }
     /// A place of this peer's address; null if none is left. A caller inside the process has no
     /// address and always gets a place.
-    Place take(const kelp::orb::PeerAddress& peer) {
-        return places_.take(kelp::orb::networkOf(peer));
+    Place take(const kelp::util::PeerAddress& peer) {
+        return places_.take(kelp::util::networkOf(peer));
     }
 
   private:

@@ -12,7 +12,7 @@ namespace kelp::notification {
 /// The caller: the peer of the current request, and the log-ins that its connection belongs to.
 struct Caller {
     bool isInside = false;  ///< no request: the call comes from this process
-    kelp::orb::PeerAddress peer;
+    kelp::util::PeerAddress peer;
     std::vector<LogIn> logIns;  ///< the latest first; empty: only the address is known
 };
 
@@ -26,7 +26,7 @@ class Owner {
     explicit Owner(const Caller& caller);
 
     /// The peer that made its first object.
-    const kelp::orb::PeerAddress& peer() const { return peer_; }
+    const kelp::util::PeerAddress& peer() const { return peer_; }
     /// Its log-ins. Empty if the owner is an address.
     std::vector<LogIn> logIns() const KELP_EXCLUDES(mutex_);
     /// The log-in's id, or the address: for quotas and comparisons.
@@ -39,7 +39,7 @@ class Owner {
     void become(const std::vector<LogIn>& heirs) KELP_EXCLUDES(mutex_);
 
   private:
-    const kelp::orb::PeerAddress peer_;
+    const kelp::util::PeerAddress peer_;
     mutable util::Mutex mutex_{util::LockRank::Leaf, "Owner::mutex_"};
     std::vector<LogIn> logIns_ KELP_GUARDED_BY(mutex_);
 };

@@ -14,7 +14,7 @@ constexpr std::chrono::seconds kIdleFrom{2};
 ConnectionTable::ConnectionTable(const Limits& limits, IsLoggedIn isLoggedIn)
     : limits_(limits), isLoggedIn_(std::move(isLoggedIn)) {}
 
-ConnectionTable::Verdict ConnectionTable::admit(const PeerAddress& peer, Seat::Time now) {
+ConnectionTable::Verdict ConnectionTable::admit(const util::PeerAddress& peer, Seat::Time now) {
     const bool loggedIn = isLoggedIn_(peer);
     const std::size_t reserved = loggedIn ? 0 : limits_.reserved;
     const std::size_t max =
@@ -43,7 +43,7 @@ void ConnectionTable::leave(Seat& seat) {
         release(seat.peer().text);
 }
 
-void ConnectionTable::giveBack(const PeerAddress& peer) {
+void ConnectionTable::giveBack(const util::PeerAddress& peer) {
     const util::MutexLock lock(mutex_);
     release(peer.text);
 }

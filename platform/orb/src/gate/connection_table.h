@@ -23,7 +23,7 @@ class Seat {
         Busy
     };
     virtual ~Seat() = default;
-    virtual const PeerAddress& peer() const = 0;
+    virtual const util::PeerAddress& peer() const = 0;
     virtual Use use() const = 0;
     /// Return since when it is in this use.
     virtual Time since() const = 0;
@@ -43,19 +43,19 @@ class ConnectionTable {
         std::size_t perAddressMax = 0;
         std::size_t reserved = 0;  ///< part of connectionsMax, kept for addresses with a log-in
     };
-    using IsLoggedIn = std::function<bool(const PeerAddress&)>;
+    using IsLoggedIn = std::function<bool(const util::PeerAddress&)>;
     enum class Verdict { Admitted, TooMany, TooManyOfAddress };
 
     ConnectionTable(const Limits& limits, IsLoggedIn isLoggedIn);
 
     /// Take a place for a connection from this address. It is returned with leave() or giveBack().
-    Verdict admit(const PeerAddress& peer, Seat::Time now) KELP_EXCLUDES(mutex_);
+    Verdict admit(const util::PeerAddress& peer, Seat::Time now) KELP_EXCLUDES(mutex_);
     /// Enter the connection that has taken the place. It may be called from now on.
     void enter(Seat& seat) KELP_EXCLUDES(mutex_);
     /// Free the connection's place.
     void leave(Seat& seat) KELP_EXCLUDES(mutex_);
     /// Free a place for which no connection was made.
-    void giveBack(const PeerAddress& peer) KELP_EXCLUDES(mutex_);
+    void giveBack(const util::PeerAddress& peer) KELP_EXCLUDES(mutex_);
 
     std::size_t count() const KELP_EXCLUDES(mutex_);
 

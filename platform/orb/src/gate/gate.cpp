@@ -81,7 +81,7 @@ Gate::Gate(const Settings& settings)
       assemblerLimits_(assemblerLimitsOf(settings)),
       budget_(settings.limits.unfinishedBytesMax),
       connections_(tableLimitsOf(settings.limits),
-                   [this](const PeerAddress& peer) { return isLoggedIn(peer); }),
+                   [this](const util::PeerAddress& peer) { return isLoggedIn(peer); }),
       handshakes_({settings.limits.tlsHandshakesMax, settings.limits.tlsHandshakesPerAddressMax}) {}
 
 std::shared_ptr<Gate> Gate::current() {
@@ -96,25 +96,25 @@ void Gate::makeCurrent(const Settings& settings) {
     currentGate.swap(made);
 }
 
-bool Gate::admits(const PeerAddress& peer) const {
+bool Gate::admits(const util::PeerAddress& peer) const {
     return settings_.policy == nullptr || settings_.policy->admits(peer);
 }
 
-bool Gate::isLoggedIn(const PeerAddress& peer) const {
+bool Gate::isLoggedIn(const util::PeerAddress& peer) const {
     return settings_.policy == nullptr || settings_.policy->isLoggedIn(peer);
 }
 
-void Gate::refused(const PeerAddress& peer, std::string_view reason) const {
+void Gate::refused(const util::PeerAddress& peer, std::string_view reason) const {
     if (settings_.policy != nullptr)
         settings_.policy->refused(peer, reason);
 }
 
-void Gate::ended(const PeerAddress& peer) const {
+void Gate::ended(const util::PeerAddress& peer) const {
     if (settings_.policy != nullptr)
         settings_.policy->ended(peer);
 }
 
-bool Gate::mayLocate(const PeerAddress& peer) {
+bool Gate::mayLocate(const util::PeerAddress& peer) {
     const unsigned limit = isLoggedIn(peer) ? settings_.limits.locatesPerSecond
                                             : settings_.limits.locatesPerSecondBeforeLogin;
     return locates_.take(peer.text, limit, std::chrono::steady_clock::now());

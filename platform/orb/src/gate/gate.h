@@ -31,11 +31,11 @@ class Gate {
     static std::shared_ptr<Gate> current();
     static void makeCurrent(const Settings& settings);
 
-    bool admits(const PeerAddress& peer) const;
-    bool isLoggedIn(const PeerAddress& peer) const;
-    void refused(const PeerAddress& peer, std::string_view reason) const;
-    void ended(const PeerAddress& peer) const;
-    bool mayLocate(const PeerAddress& peer);
+    bool admits(const util::PeerAddress& peer) const;
+    bool isLoggedIn(const util::PeerAddress& peer) const;
+    void refused(const util::PeerAddress& peer, std::string_view reason) const;
+    void ended(const util::PeerAddress& peer) const;
+    bool mayLocate(const util::PeerAddress& peer);
 
     const Settings& settings() const { return settings_; }
     const giop::AssemblerLimits& assemblerLimits() const { return assemblerLimits_; }

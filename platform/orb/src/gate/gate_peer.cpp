@@ -39,7 +39,7 @@ bool isProtocolError(giop::Violation violation) {
 }  // namespace
 
 GatePeer::GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> channel,
-                   PeerAddress peer)
+                   util::PeerAddress peer)
     : gate_(std::move(gate)),
       channel_(std::move(channel)),
       peer_(std::move(peer)),

@@ -23,7 +23,8 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     using Clock = std::chrono::steady_clock;
 
     /// The gate has admitted the peer. The destructor gives its place back.
-    GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> channel, PeerAddress peer);
+    GatePeer(std::shared_ptr<Gate> gate, std::unique_ptr<OctetChannel> channel,
+             util::PeerAddress peer);
     ~GatePeer() override;
     GatePeer(const GatePeer&) = delete;
     GatePeer& operator=(const GatePeer&) = delete;
@@ -60,7 +61,7 @@ class GatePeer final : public giop::PeerStanding, public Seat {
     OctetChannel& channel() { return *channel_; }
     Gate& gate() { return *gate_; }
 
-    const PeerAddress& peer() const override { return peer_; }
+    const util::PeerAddress& peer() const override { return peer_; }
     Use use() const override;
     Time since() const override;
     void close() override { shutDown(); }
@@ -81,7 +82,7 @@ class GatePeer final : public giop::PeerStanding, public Seat {
 
     const std::shared_ptr<Gate> gate_;
     const std::unique_ptr<OctetChannel> channel_;
-    const PeerAddress peer_;
+    const util::PeerAddress peer_;
 
     /// A reader holds it while it waits.
     util::Mutex inputMutex_{util::LockRank::GateInput, "GatePeer::inputMutex_"};

@@ -15,7 +15,7 @@
 namespace kelp::orb::gate {
 
 TlsChannel::TlsChannel(int descriptor, std::shared_ptr<SSL_CTX> context, std::shared_ptr<Gate> gate,
-                       PeerAddress peer)
+                       util::PeerAddress peer)
     : descriptor_(descriptor),
       context_(std::move(context)),
       gate_(std::move(gate)),

@@ -23,7 +23,7 @@ class TlsChannel final : public OctetChannel, private HandshakeSeat {
   public:
     /// Takes ownership of the descriptor.
     TlsChannel(int descriptor, std::shared_ptr<SSL_CTX> context, std::shared_ptr<Gate> gate,
-               PeerAddress peer);
+               util::PeerAddress peer);
     ~TlsChannel() override;
     TlsChannel(const TlsChannel&) = delete;
     TlsChannel& operator=(const TlsChannel&) = delete;
@@ -52,7 +52,7 @@ class TlsChannel final : public OctetChannel, private HandshakeSeat {
     const int descriptor_;
     const std::shared_ptr<SSL_CTX> context_;
     const std::shared_ptr<Gate> gate_;
-    const PeerAddress peer_;
+    const util::PeerAddress peer_;
 
     std::timed_mutex sendMutex_;  // one send() at a time, including its waits; locked before mutex_
     std::span<const std::uint8_t> unsent_;  ///< what the library must be given again

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <kelp/corbabase/user_database.h>
 #include <kelp/orb/request.h>
+#include <kelp/users/user_database.h>
 #include <kelp/util/export.h>
 
 #include <cstddef>
@@ -36,7 +36,7 @@ class KELP_EXPORT Admission {
     friend class CorbaSecurityMgr;
     std::string hostInfo_;
     std::string user_;
-    UserAccount account_;
+    kelp::users::UserAccount account_;
 };
 
 /// Manages NMS users: checks log-ins and keeps who is logged in from where. Accounts are stored in
@@ -100,7 +100,7 @@ class KELP_EXPORT CorbaSecurityMgr {
     int GetUserID(const std::string& sessionName) const;
     /// Whether somebody is logged in from this peer's address, on any port, with an account that
     /// still allows it. False for an empty address. Fast enough to be called for every request.
-    bool IsLoggedInFrom(const kelp::orb::PeerAddress& peer) const;
+    bool IsLoggedInFrom(const kelp::util::PeerAddress& peer) const;
     /// Number of live log-ins of this user and NMS; for counters and tests.
     std::size_t LiveLogins(const std::string& hostInfo, const std::string& user) const;
 

@@ -27,16 +27,16 @@ class KELP_EXPORT SessionCallers {
     /// the same name. A log-in inside the process has no peer; its session may be called from
     /// everywhere.
     void Enter(const std::string& sessionName, const void* owner, const SessionToken& token,
-               const kelp::orb::PeerAddress& peer);
+               const kelp::util::PeerAddress& peer);
     /// The session was resumed from this address and may be called from there from here on.
     void Move(const std::string& sessionName, const void* owner,
-              const kelp::orb::PeerAddress& peer);
+              const kelp::util::PeerAddress& peer);
     /// The session has ended. Ignored when the session is not live or belongs to another owner.
     void Leave(const std::string& sessionName, const void* owner);
 
     bool IsLive(const std::string& sessionName) const;
     /// The name of the session that logged in from this address. None unless there is exactly one.
-    std::optional<std::string> OnlyOneFrom(const kelp::orb::PeerAddress& peer) const;
+    std::optional<std::string> OnlyOneFrom(const kelp::util::PeerAddress& peer) const;
 
     enum class Verdict {
         MayCall,  ///< the caller is the session's NMS, or the target is not an object of a session
@@ -57,7 +57,7 @@ class KELP_EXPORT SessionCallers {
     struct Address {
         std::array<unsigned char, 16> octets{};
         bool isKnown = false;
-        static Address of(const kelp::orb::PeerAddress& peer);
+        static Address of(const kelp::util::PeerAddress& peer);
         bool operator==(const Address&) const = default;
     };
     struct Session {

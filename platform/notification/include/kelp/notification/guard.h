@@ -23,13 +23,13 @@ class KELP_EXPORT Guard {
     /// because an NMS may have its consumers in another process than its session. Called for each
     /// request over a connection, on the request's thread, and in each review. Must answer without
     /// waiting and must not throw.
-    virtual bool mayUse(const kelp::orb::PeerAddress& peer) const = 0;
+    virtual bool mayUse(const kelp::util::PeerAddress& peer) const = 0;
     /// Whether the channel may call this reference, which the current request brings: a consumer, a
     /// supplier or the callback of a filter, never nil. Called on the request's thread, only for
     /// requests over connections. Must neither call the reference nor throw.
     virtual bool mayCall(CORBA::Object_ptr) const { return true; }
     /// Whether callers at this address may be suppliers. Called like mayUse().
-    virtual bool maySupply(const kelp::orb::PeerAddress&) const { return false; }
+    virtual bool maySupply(const kelp::util::PeerAddress&) const { return false; }
     /// The log-ins that the request's connection is known to belong to, the latest first. Empty if
     /// only the address is known. Such a caller may use the objects of any log-in at its address
     /// whose keys it knows. Called like mayUse().

@@ -12,7 +12,7 @@ class KELP_EXPORT ForwardCheck {
     virtual ~ForwardCheck() = default;
     /// Return whether the call may follow. Called for each address of the reference in the reply,
     /// on the calling thread. Must not throw, and must not make calls.
-    virtual bool mayFollow(const PeerAddress& from, const Endpoint& to) const = 0;
+    virtual bool mayFollow(const util::PeerAddress& from, const Endpoint& to) const = 0;
 };
 
 /// Set the check for all calls of the process from now on. It must outlive them. With null, the

@@ -46,13 +46,13 @@ class KELP_EXPORT GatePolicy {
   public:
     virtual ~GatePolicy();
     /// Return whether this address may connect at all. Called for each new connection.
-    virtual bool admits(const PeerAddress& peer) = 0;
+    virtual bool admits(const util::PeerAddress& peer) = 0;
     /// Return whether somebody is logged in from this address.
-    virtual bool isLoggedIn(const PeerAddress& peer) = 0;
+    virtual bool isLoggedIn(const util::PeerAddress& peer) = 0;
     /// A connection was closed or not accepted. `reason` is a short phrase without the address.
-    virtual void refused(const PeerAddress& peer, std::string_view reason) = 0;
+    virtual void refused(const util::PeerAddress& peer, std::string_view reason) = 0;
     /// An admitted connection has ended.
-    virtual void ended(const PeerAddress&) {}
+    virtual void ended(const util::PeerAddress&) {}
 };
 
 }  // namespace kelp::orb

@@ -2,37 +2,16 @@
 
 #include <kelp/orb/corba.h>
 #include <kelp/orb/export.h>
+#include <kelp/util/peer_address.h>
 
 #include <chrono>
-#include <cstdint>
-#include <optional>
 #include <string>
 
 namespace kelp::orb {
 
-/// The address of one end of a connection, as text and in the numeric form of its address family.
-struct KELP_EXPORT PeerAddress {
-    std::string text;        ///< the address without port and brackets; IPv4-mapped IPv6 as IPv4
-    std::uint16_t port = 0;  ///< 0 when unknown
-    std::uint32_t ipv4 = 0;  ///< in host byte order; 0 when the peer has no IPv4 address
-    /// 16 bytes in network order, for a peer with an IPv6 address that is not a mapped IPv4
-    /// address.
-    std::optional<std::string> ipv6;
-    std::string withPort;  ///< "192.0.2.1:48958", "[2001:db8::1]:48958"; empty when unknown
-};
-
 /// Parse the transport's text for a peer ("giop:tcp:127.0.0.1:48958", "giop:ssl:[::1]:53430",
 /// "giop:tcp:[::ffff:127.0.0.1]:42538"). An unreadable text gives an empty address.
-KELP_EXPORT PeerAddress parsePeer(const std::string& transportText);
-
-/// Return the address of a numeric host as written in references, without a port. Any other text,
-/// such as a host name, gives an empty address.
-KELP_EXPORT PeerAddress parseHostAddress(const std::string& host);
-
-/// Return the text that stands for one caller where callers are counted. It is the IPv4 address, or
-/// the network of the first 64 bits of an IPv6 address ("2001:db8:0:1::/64"), because a host may
-/// choose the other 64 bits freely (RFC 4291). Empty for an empty address.
-KELP_EXPORT std::string networkOf(const PeerAddress& peer);
+KELP_EXPORT util::PeerAddress parsePeer(const std::string& transportText);
 
 /// What is known about a request before and while its servant runs. Valid on the thread that serves
 /// the request.
@@ -44,7 +23,7 @@ class KELP_EXPORT RequestInfo {
     virtual char* operation() const = 0;
     /// Return the same name, borrowed.
     virtual const std::string& operationName() const = 0;
-    virtual const PeerAddress& peer() const = 0;
+    virtual const util::PeerAddress& peer() const = 0;
     /// Return the subject of the certificate that the peer has proved to hold, in the form of RFC
     /// 4514: "CN=nms1,O=Operator". Empty without TLS, for a peer without a certificate, and for a
     /// subject longer than 2 KiB.
@@ -70,7 +49,7 @@ class KELP_EXPORT RequestInfo {
 KELP_EXPORT const RequestInfo* currentRequest();
 
 /// Return the peer of the request that the calling thread serves; an empty address outside one.
-KELP_EXPORT PeerAddress currentPeer();
+KELP_EXPORT util::PeerAddress currentPeer();
 
 /// Return RequestInfo::peerSubject() of that request; empty outside one.
 KELP_EXPORT std::string currentPeerSubject();

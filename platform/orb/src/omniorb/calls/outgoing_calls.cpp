@@ -80,22 +80,18 @@ CORBA::Boolean onRequest(Interceptors::clientSendRequest_T::info_T& info) {
     return true;
 }
 
-bool isSameAddress(const PeerAddress& a, const PeerAddress& b) {
-    return a.ipv4 != 0 ? a.ipv4 == b.ipv4 : a.ipv6 && a.ipv6 == b.ipv6;
-}
-
 bool isOwn(const Endpoint& endpoint) {
     const std::string address = hostAndPort(endpoint);
     return omni::omniObjAdapter::matchMyEndpoints(("giop:tcp:" + address).c_str()) ||
            omni::omniObjAdapter::matchMyEndpoints(("giop:ssl:" + address).c_str());
 }
 
-bool mayFollow(const PeerAddress& from, const Endpoint& to) {
+bool mayFollow(const util::PeerAddress& from, const Endpoint& to) {
     if (isOwn(to))
         return false;
     const ForwardCheck* const check = theCheck.load();
     return check != nullptr ? check->mayFollow(from, to)
-                            : isSameAddress(from, parseHostAddress(to.host));
+                            : util::isSameAddress(from, util::parseHostAddress(to.host));
 }
 
 /// Return the reference in a reply as text.
@@ -122,7 +118,7 @@ std::string forwardedTo(omni::GIOP_C& stream) {
     ReferenceContent content;
     if (!decodeReference(text, content) || content.endpoints.empty())
         giveUp(info.peeraddress(), info.operation(), "it is forwarded to nowhere");
-    const PeerAddress from = parsePeer(info.peeraddress());
+    const util::PeerAddress from = parsePeer(info.peeraddress());
     for (const Endpoint& each : content.endpoints)
         if (!mayFollow(from, each))
             giveUp(info.peeraddress(), info.operation(),

@@ -19,7 +19,7 @@ using gate::ConnectionTable;
 using gate::GatePeer;
 using gate::Watcher;
 
-PeerAddress peerOf(const sockaddr_storage& address) {
+util::PeerAddress peerOf(const sockaddr_storage& address) {
     return parsePeer("giop:tcp:" + gate::textOf(address));
 }
 
@@ -166,7 +166,7 @@ bool GateEndpoint::accept() {
 }
 
 void GateEndpoint::take(int descriptor, const sockaddr_storage& address) {
-    const PeerAddress peer = peerOf(address);
+    const util::PeerAddress peer = peerOf(address);
     if (!gate_->admits(peer)) {
         gate_->refused(peer, "address not allowed");
         gate::closeAtOnce(descriptor);
@@ -186,11 +186,12 @@ void GateEndpoint::take(int descriptor, const sockaddr_storage& address) {
     gate::closeAtOnce(descriptor);
 }
 
-std::unique_ptr<gate::OctetChannel> GateEndpoint::makeChannel(int descriptor, const PeerAddress&) {
+std::unique_ptr<gate::OctetChannel> GateEndpoint::makeChannel(int descriptor,
+                                                              const util::PeerAddress&) {
     return std::make_unique<gate::PlainChannel>(descriptor);
 }
 
-void GateEndpoint::enterLobby(int descriptor, const PeerAddress& address) {
+void GateEndpoint::enterLobby(int descriptor, const util::PeerAddress& address) {
     std::unique_ptr<gate::OctetChannel> channel = makeChannel(descriptor, address);
     if (!channel) {
         gate_->connections().giveBack(address);

@@ -46,7 +46,7 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     /// Make a connection's channel, which owns the descriptor. Return null, with the descriptor
     /// closed, when the connection cannot be served.
     virtual std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor,
-                                                            const PeerAddress& peer);
+                                                            const util::PeerAddress& peer);
     const std::shared_ptr<gate::Gate>& gate() const { return gate_; }
 
   private:
@@ -57,7 +57,7 @@ class GateEndpoint : public omni::giopEndpoint, private gate::Watcher::Handler {
     void tidy(gate::Watcher::Clock::time_point now) override;
 
     void take(int descriptor, const sockaddr_storage& peer);
-    void enterLobby(int descriptor, const PeerAddress& peer);
+    void enterLobby(int descriptor, const util::PeerAddress& peer);
     CORBA::Boolean publishOne(const char* form, const char* address,
                               omni::orbServer::EndpointList& published);
     omni::giopConnection* handOver();

@@ -13,7 +13,7 @@ TlsGateEndpoint::TlsGateEndpoint(const std::string& address, std::shared_ptr<SSL
     : GateEndpoint(address), context_(std::move(context)) {}
 
 std::unique_ptr<gate::OctetChannel> TlsGateEndpoint::makeChannel(int descriptor,
-                                                                 const PeerAddress& peer) {
+                                                                 const util::PeerAddress& peer) {
     if (context_)
         return std::make_unique<gate::TlsChannel>(descriptor, context_, gate(), peer);
     ::close(descriptor);

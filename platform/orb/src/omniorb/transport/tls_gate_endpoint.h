@@ -20,7 +20,7 @@ class TlsGateEndpoint final : public GateEndpoint {
   private:
     std::string scheme() const override { return "giop:ssl:"; }
     std::unique_ptr<gate::OctetChannel> makeChannel(int descriptor,
-                                                    const PeerAddress& peer) override;
+                                                    const util::PeerAddress& peer) override;
 
     const std::shared_ptr<SSL_CTX> context_;
 };

@@ -1,17 +1,18 @@
 #pragma once
 
-#include <kelp/orb/request.h>
+#include <kelp/util/export.h>
+#include <kelp/util/peer_address.h>
 
 #include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// The networks that NMS may call from: a list of "address" and "address/prefix length", IPv4 and
 /// IPv6. Constant after parse().
-class OssNetworks {
+class KELP_EXPORT OssNetworks {
   public:
     /// Fill the list. On error return false, leave the list empty and write the unreadable entry
     /// and the reason to `whyNot`.
@@ -21,7 +22,7 @@ class OssNetworks {
     /// `address` is 16 bytes in network order; any other length is in no network.
     bool containsIpv6(const std::string& address) const;
     /// A peer without an address is in no network.
-    bool contains(const kelp::orb::PeerAddress& peer) const;
+    bool contains(const util::PeerAddress& peer) const;
 
     bool operator==(const OssNetworks&) const = default;
 
@@ -40,4 +41,4 @@ class OssNetworks {
     std::vector<Network> networks_;
 };
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -1,10 +1,10 @@
 // Which peers lie in a list of networks.
 
 #include <gtest/gtest.h>
+#include <kelp/orb/request.h>
+#include <kelp/users/oss_networks.h>
 
-#include "users/oss_networks.h"
-
-using NS_CORBA::OssNetworks;
+using kelp::users::OssNetworks;
 
 namespace {
 

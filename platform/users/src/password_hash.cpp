@@ -1,4 +1,4 @@
-#include "users/password_hash.h"
+#include "password_hash.h"
 
 #include <sodium.h>
 
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <stdexcept>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
@@ -54,4 +54,4 @@ void spendPasswordCheck(std::string_view password, const HashCost& cost) {
     (void)hashOfPassword(password, cost);
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -1,19 +1,22 @@
-#include "users/user_watch.h"
-
-#include <kelp/corbabase/trace.h>
+#include <kelp/users/user_watch.h>
+#include <kelp/util/trace_log.h>
 #include <sys/stat.h>
 
 #include <stdexcept>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
-constexpr const char* kFile = "corbasecuritymgr";
 /// Shorter than the interval between two looks.
 constexpr std::chrono::milliseconds kPatience{100};
 /// Failed looks before the failure is traced, because kelpctl also locks the file briefly.
 constexpr int kFailuresTraced = 3;
+
+/// The watch belongs to the security manager, whose name its lines bear.
+void trace(const std::string& text) {
+    util::traceFrom("corbasecuritymgr", "[CorbaSecurityMgr::Watch] " + text);
+}
 
 }  // namespace
 
@@ -55,8 +58,7 @@ void UserWatch::failed(const std::string& why) {
     if (++failures_ < kFailuresTraced || why == traced_)
         return;
     traced_ = why;
-    tracePoint(kFile);
-    TaTrace("[CorbaSecurityMgr::Watch] %s; until it can be read nobody can log in", why.c_str());
+    trace(why + "; until it can be read nobody can log in");
 }
 
 void UserWatch::recovered() {
@@ -64,8 +66,7 @@ void UserWatch::recovered() {
     if (traced_.empty())
         return;
     traced_.clear();
-    tracePoint(kFile);
-    TaTrace("[CorbaSecurityMgr::Watch] the user database can be read again");
+    trace("the user database can be read again");
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

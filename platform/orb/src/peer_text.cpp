@@ -1,10 +1,9 @@
-#include <arpa/inet.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/request.h>
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
+#include <cstdint>
 #include <string_view>
 
 namespace kelp::orb {
@@ -18,12 +17,6 @@ bool parsePort(std::string_view text, std::uint16_t& port) {
     return error == std::errc() && end == text.data() + text.size() && !text.empty();
 }
 
-void setIpv4(PeerAddress& peer, const in_addr& address) {
-    char text[INET_ADDRSTRLEN];
-    peer.ipv4 = ntohl(address.s_addr);
-    peer.text = inet_ntop(AF_INET, &address, text, sizeof text);
-}
-
 /// Return whether the text can appear in a log and in a session's name. The interface at the end of
 /// a link-local address may have any name.
 bool canBeShown(std::string_view host) {
@@ -32,44 +25,9 @@ bool canBeShown(std::string_view host) {
     });
 }
 
-bool parseHost(const std::string& host, PeerAddress& peer) {
-    in_addr v4{};
-    if (inet_pton(AF_INET, host.c_str(), &v4) == 1) {
-        setIpv4(peer, v4);
-        return true;
-    }
-    in6_addr v6{};
-    // a link-local address ends in its interface, which inet_pton does not accept
-    if (inet_pton(AF_INET6, host.substr(0, host.find('%')).c_str(), &v6) != 1)
-        return false;
-    if (IN6_IS_ADDR_V4MAPPED(&v6)) {
-        std::memcpy(&v4, v6.s6_addr + 12, sizeof v4);
-        setIpv4(peer, v4);
-        return true;
-    }
-    peer.text = host;
-    peer.ipv6.emplace(reinterpret_cast<const char*>(v6.s6_addr), sizeof v6.s6_addr);
-    return true;
-}
-
 }  // namespace
 
-PeerAddress parseHostAddress(const std::string& host) {
-    PeerAddress address;
-    return parseHost(host, address) ? address : PeerAddress{};
-}
-
-std::string networkOf(const PeerAddress& peer) {
-    constexpr std::size_t networkBytes = 8;
-    if (!peer.ipv6 || peer.ipv6->size() < networkBytes)
-        return peer.text;
-    in6_addr network{};
-    std::memcpy(network.s6_addr, peer.ipv6->data(), networkBytes);
-    char text[INET6_ADDRSTRLEN];
-    return std::string(inet_ntop(AF_INET6, &network, text, sizeof text)) + "/64";
-}
-
-PeerAddress parsePeer(const std::string& transportText) {
+util::PeerAddress parsePeer(const std::string& transportText) {
     std::string_view rest(transportText);
     const auto prefix =
         std::find_if(std::begin(transportPrefixes), std::end(transportPrefixes),
@@ -81,17 +39,21 @@ PeerAddress parsePeer(const std::string& transportText) {
     const std::size_t colon = rest.rfind(':');
     if (colon == std::string_view::npos)
         return {};
-    PeerAddress peer;
+    std::uint16_t port = 0;
     std::string_view host = rest.substr(0, colon);
-    if (!parsePort(rest.substr(colon + 1), peer.port))
+    if (!parsePort(rest.substr(colon + 1), port))
         return {};
     const bool bracketed = host.size() >= 2 && host.front() == '[' && host.back() == ']';
     if (bracketed)
         host = host.substr(1, host.size() - 2);
     else if (host.find(':') != std::string_view::npos)
         return {};
-    if (!canBeShown(host) || !parseHost(std::string(host), peer))
+    if (!canBeShown(host))
         return {};
+    util::PeerAddress peer = util::parseHostAddress(std::string(host));
+    if (peer.text.empty())
+        return {};
+    peer.port = port;
     peer.withPort = hostAndPort({peer.text, peer.port, false});
     return peer;
 }

@@ -1,6 +1,6 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -10,9 +10,9 @@
 #include "support/temporary_directory.h"
 
 using kelp::test::TemporaryDirectory;
-using NS_CORBA::HashCost;
-using NS_CORBA::UserAccount;
-using NS_CORBA::UserDatabase;
+using kelp::users::HashCost;
+using kelp::users::UserAccount;
+using kelp::users::UserDatabase;
 
 namespace {
 

@@ -1,5 +1,4 @@
-#include "users/subject_name.h"
-
+#include <kelp/users/subject_name.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
@@ -7,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
@@ -176,7 +175,7 @@ class NameReader {
 }  // namespace
 
 std::optional<std::string> normalisedSubject(const std::string& text, std::string& whyNot) {
-    const std::string shown = "\"" + kelp::util::escaped(text, kShownBytesMax) + "\"";
+    const std::string shown = "\"" + util::escaped(text, kShownBytesMax) + "\"";
     if (text.size() > kSubjectBytesMax) {
         whyNot = "the subject " + shown + " has more than " + std::to_string(kSubjectBytesMax) +
                  " bytes";
@@ -191,4 +190,4 @@ std::optional<std::string> normalisedSubject(const std::string& text, std::strin
     return name;
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -1,10 +1,9 @@
 // The normal form in which the subjects of certificates are compared.
 
-#include "users/subject_name.h"
-
 #include <gmock/gmock.h>
+#include <kelp/users/subject_name.h>
 
-using NS_CORBA::normalisedSubject;
+using kelp::users::normalisedSubject;
 using testing::EndsWith;
 using testing::StartsWith;
 

@@ -1,8 +1,7 @@
-#include "users/user_name.h"
-
+#include <kelp/users/user_name.h>
 #include <kelp/util/trace_log.h>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
@@ -49,7 +48,7 @@ std::string problemOfUserName(const std::string& name) {
     for (std::size_t at = 0; at < name.size();) {
         const long code = nextCodePoint(name, at);
         if (code < 0 || isControl(code))
-            return "the user name \"" + kelp::util::escaped(name) +
+            return "the user name \"" + util::escaped(name) +
                    "\" holds a character that cannot be printed";
         if (code == '<' || code == '>')
             return "the user name \"" + name +
@@ -59,4 +58,4 @@ std::string problemOfUserName(const std::string& name) {
     return {};
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -1,18 +1,17 @@
 // Changes of the user database by another process, found by one call of look() at a time.
 
-#include "users/user_watch.h"
-
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
+#include <kelp/users/user_watch.h>
 
 #include "support/temporary_directory.h"
 #include "support/trace_capture.h"
 
 using kelp::test::TemporaryDirectory;
 using kelp::test::TraceCapture;
-using NS_CORBA::UserAccount;
-using NS_CORBA::UserDatabase;
-using NS_CORBA::UserWatch;
+using kelp::users::UserAccount;
+using kelp::users::UserDatabase;
+using kelp::users::UserWatch;
 
 namespace {
 

@@ -1,12 +1,11 @@
-#include "users/oss_networks.h"
-
 #include <arpa/inet.h>
+#include <kelp/users/oss_networks.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstring>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
@@ -104,8 +103,8 @@ bool OssNetworks::containsIpv6(const std::string& address) const {
     return contains(bytes, false);
 }
 
-bool OssNetworks::contains(const kelp::orb::PeerAddress& peer) const {
+bool OssNetworks::contains(const util::PeerAddress& peer) const {
     return (peer.ipv4 != 0 && containsIpv4(peer.ipv4)) || (peer.ipv6 && containsIpv6(*peer.ipv6));
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -1,14 +1,16 @@
 #pragma once
 
+#include <kelp/util/export.h>
+
 #include <cstddef>
 #include <string>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// Maximum length of an NMS user's name in bytes.
 inline constexpr std::size_t kNameBytesMax = 64;
 
 /// Return why a text cannot be an NMS user's name, as one sentence; empty when it can.
-std::string problemOfUserName(const std::string& name);
+KELP_EXPORT std::string problemOfUserName(const std::string& name);
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

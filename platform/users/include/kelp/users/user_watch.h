@@ -1,6 +1,7 @@
 #pragma once
 
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
+#include <kelp/util/export.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -12,11 +13,11 @@
 #include <utility>
 #include <vector>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// Notices changes that other processes make to the user database, also when the file is removed,
 /// restored or replaced. A problem that persists for 3 looks is traced once. Used by one thread.
-class UserWatch {
+class KELP_EXPORT UserWatch {
   public:
     using Found = std::function<void(const std::vector<UserAccount>&)>;
 
@@ -46,4 +47,4 @@ class UserWatch {
     std::string traced_;
 };
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

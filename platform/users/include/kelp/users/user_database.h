@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// One NMS account, without its password.
 struct KELP_EXPORT UserAccount {
@@ -105,4 +105,4 @@ KELP_EXPORT std::filesystem::path userDatabaseFile();
 /// The configured cost.
 KELP_EXPORT HashCost configuredHashCost();
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

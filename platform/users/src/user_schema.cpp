@@ -1,10 +1,10 @@
-#include "users/user_schema.h"
+#include "user_schema.h"
 
 #include <array>
 #include <stdexcept>
 #include <string>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
@@ -79,4 +79,4 @@ void updateUserSchema(SQLite::Database& database, const std::filesystem::path& f
     transaction.commit();
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

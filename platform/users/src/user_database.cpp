@@ -1,6 +1,9 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <kelp/bundlemgr/config_store.h>
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/oss_networks.h>
+#include <kelp/users/subject_name.h>
+#include <kelp/users/user_database.h>
+#include <kelp/users/user_name.h>
 #include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
 #include <sqlite3.h>
@@ -12,13 +15,10 @@
 #include <string_view>
 #include <utility>
 
-#include "users/oss_networks.h"
-#include "users/password_hash.h"
-#include "users/subject_name.h"
-#include "users/user_name.h"
-#include "users/user_schema.h"
+#include "password_hash.h"
+#include "user_schema.h"
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 namespace {
 
@@ -102,8 +102,8 @@ struct UserDatabase::State {
 
     explicit State(const std::filesystem::path& file)
         : path(file),
-          database(kelp::util::inRealFolder(file).string(),
-                   SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, kBusyTimeoutMs) {}
+          database(util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
+                   kBusyTimeoutMs) {}
 
     void changeOne(SQLite::Statement& statement, const std::string& name);
     void spendCheck(std::string_view password, const HashCost& cost);
@@ -141,11 +141,11 @@ auto translated(const std::filesystem::path& file, Body body) {
 
 UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
     if (missing == Missing::IsMade) {
-        if (const std::string problem = kelp::util::makePrivateFile(file); !problem.empty())
+        if (const std::string problem = util::makePrivateFile(file); !problem.empty())
             throw std::runtime_error("user database " + file.string() + ": " + problem);
     } else if (std::error_code error; !std::filesystem::exists(file, error)) {
         throw std::runtime_error("user database " + file.string() + " does not exist");
-    } else if (const std::string problem = kelp::util::problemOfTrust(file); !problem.empty()) {
+    } else if (const std::string problem = util::problemOfTrust(file); !problem.empty()) {
         throw std::runtime_error("user database " + file.string() + ": it " + problem);
     }
     translated(file, [&] {
@@ -341,4 +341,4 @@ HashCost configuredHashCost() {
     return cost;
 }
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

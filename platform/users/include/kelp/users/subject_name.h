@@ -1,9 +1,11 @@
 #pragma once
 
+#include <kelp/util/export.h>
+
 #include <optional>
 #include <string>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// Maximum length of a certificate's subject that an account can be bound to, in bytes.
 inline constexpr std::size_t kSubjectBytesMax = 2048;
@@ -12,6 +14,7 @@ inline constexpr std::size_t kSubjectBytesMax = 2048;
 /// subjects can be compared. Attribute types are in capitals, separators have no spaces, the parts
 /// of a multi-valued name are in alphabetical order, and only characters that require it are
 /// escaped. Values keep their case. None, with the reason, for a text that is not such a name.
-std::optional<std::string> normalisedSubject(const std::string& text, std::string& whyNot);
+KELP_EXPORT std::optional<std::string> normalisedSubject(const std::string& text,
+                                                         std::string& whyNot);
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// Create the tables in an empty database file. Other files stay as they are.
 void makeUserSchema(SQLite::Database& database);
@@ -14,4 +14,4 @@ void makeUserSchema(SQLite::Database& database);
 /// is for messages.
 void updateUserSchema(SQLite::Database& database, const std::filesystem::path& file);
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <kelp/corbabase/user_database.h>
+#include <kelp/users/user_database.h>
 
 #include <string>
 #include <string_view>
 
-namespace NS_CORBA {
+namespace kelp::users {
 
 /// Maximum length of a password in bytes. Longer ones would make a log-in more expensive.
 inline constexpr std::size_t kPasswordBytesMax = 1024;
@@ -21,4 +21,4 @@ bool isPasswordOf(const std::string& hash, std::string_view password);
 /// Spend the time that isPasswordOf takes for a hash of this cost.
 void spendPasswordCheck(std::string_view password, const HashCost& cost);
 
-}  // namespace NS_CORBA
+}  // namespace kelp::users

@@ -22,6 +22,7 @@
 #include "orb/orb_life.h"
 #include "orb/published.h"
 #include "orb/tls_renewal.h"
+#include "requests/interception_adapter.h"
 
 namespace NS_CORBA {
 
@@ -96,6 +97,7 @@ struct CorbaBaseAgentConfig::State {
     Published<SessionSettings> session;  // null before the first Init
     OssAccess access;
     GatePolicy gatePolicy{access};
+    InterceptionAdapter interception{access};
     const NmsReferenceCheck references{access};
     ManagerRegistry managers{isManagerOffered};
     NamingRegistration registration;
@@ -159,7 +161,7 @@ bool CorbaBaseAgentConfig::State::startOrb() {
     const SessionSettings settings = readSessionSettings();
     kelp::orb::checkForwards(&references);
     try {
-        life.start(*options, options->threadsMax);
+        life.start(*options, options->threadsMax, interception);
     } catch (const CORBA::Exception& failure) {
         return refused("The ORB cannot listen on " + listenText(*options) + ": " +
                        kelp::orb::exceptionText(failure));
@@ -244,7 +246,7 @@ const NorthMgrMap* CorbaBaseAgentConfig::GetNorthMgrMap() const {
 }
 
 void CorbaBaseAgentConfig::SetReqInterceptorImpl(RequestInterceptorBase* interceptor) {
-    OrbLife::instance().adapter().set(interceptor);
+    state_->interception.set(interceptor);
 }
 
 bool CorbaBaseAgentConfig::IsValidOssIP(std::uint32_t ipv4) const {
@@ -376,7 +378,7 @@ CosNaming::NamingContext_ptr CorbaBaseAgentConfig::NamingRoot(const std::string&
 }
 
 void CorbaBaseAgentConfig::ConstructEmsFactoryName(CosNaming::Name& name) const {
-    constructFactoryName(EmsName(), IDLVersion(), name);
+    constructFactoryName(name);
 }
 
 namespace {

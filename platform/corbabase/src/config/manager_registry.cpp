@@ -4,6 +4,9 @@
 
 namespace NS_CORBA {
 
+CorbaI::~CorbaI() = default;
+NorthMgrFactory::~NorthMgrFactory() = default;
+
 using kelp::util::MutexLock;
 
 void ManagerRegistry::waitUntilMine() {

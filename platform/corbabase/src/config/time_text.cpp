@@ -1,15 +1,17 @@
-#include <kelp/corbabase/base_config.h>
+#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/time_text.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 
 namespace NS_CORBA {
 
 namespace {
 
-constexpr int kSlashed = 1;
-constexpr int kUtc = 0;
+// values of [time] appearance and reference
+constexpr std::int64_t kSlashed = 1;
+constexpr std::int64_t kUtc = 0;
 
 /// Split a moment into fields. False when that is not possible.
 bool brokenDown(std::time_t moment, bool isUtc, std::tm& fields) {
@@ -27,7 +29,7 @@ std::string textOf(const std::tm& fields, bool isUtc) {
     const int year = shown(fields.tm_year, 1900);
     const int month = shown(fields.tm_mon, 1);
     const int length =
-        CorbaBaseAgentConfig::Instance()->TimeShowAppearance() == kSlashed
+        NS_BUNDLEMGR1::ConfigStore::instance().integer("time.appearance") == kSlashed
             ? std::snprintf(text.data(), text.size(), "%02d/%02d/%04d %02d:%02d:%02d",
                             fields.tm_mday, month, year, fields.tm_hour, fields.tm_min,
                             fields.tm_sec)
@@ -40,7 +42,7 @@ std::string textOf(const std::tm& fields, bool isUtc) {
 }
 
 bool isUtcReference() {
-    return CorbaBaseAgentConfig::Instance()->TimeZoneRefPoint() == kUtc;
+    return NS_BUNDLEMGR1::ConfigStore::instance().integer("time.reference") == kUtc;
 }
 
 }  // namespace

@@ -21,6 +21,8 @@
 
 namespace NS_CORBA {
 
+CallBackProcessBase::~CallBackProcessBase() = default;
+
 namespace {
 
 using CosNotifyChannelAdmin::EventChannel;

@@ -8,6 +8,8 @@
 #include <exception>
 #include <vector>
 
+#include "naming/factory_path.h"
+
 namespace NS_CORBA {
 
 namespace {
@@ -41,9 +43,7 @@ kelp::naming::NamingLimits configuredLimits() {
 }
 
 kelp::naming::NamingSettings configuredService() {
-    const ConfigStore& config = ConfigStore::instance();
-    return {kelp::util::factoryPath(config.text("ems.name"), config.text("ems.version")),
-            configuredAliases(), configuredLimits()};
+    return {configuredFactoryPath(), configuredAliases(), configuredLimits()};
 }
 
 void record(const kelp::naming::RefusedChange& change) {

@@ -4,12 +4,12 @@
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
-#include <kelp/util/naming_path.h>
 
 #include <algorithm>
 #include <string_view>
 
 #include "naming/embedded_naming.h"
+#include "naming/factory_path.h"
 
 namespace NS_CORBA {
 
@@ -174,10 +174,9 @@ void NamingRegistration::unbind(CORBA::ORB_ptr orb, const std::string& address) 
     }
 }
 
-void constructFactoryName(const std::string& emsName, const std::string& version,
-                          CosNaming::Name& name) {
+void constructFactoryName(CosNaming::Name& name) {
     name.length(0);
-    for (const kelp::util::NamingComponent& component : kelp::util::factoryPath(emsName, version))
+    for (const kelp::util::NamingComponent& component : configuredFactoryPath())
         appendComponent(name, component.id, component.kind);
 }
 

@@ -31,9 +31,7 @@ class NamingRegistration {
 /// the object there is not a naming context. Throws CORBA exceptions. The caller owns the result.
 CosNaming::NamingContext_ptr namingRoot(CORBA::ORB_ptr orb, const std::string& address);
 
-/// Build the naming path of a session factory (TMF 814 SD1-43): contexts Class, Vendor, EmsInstance
-/// and Version, and the object.
-void constructFactoryName(const std::string& emsName, const std::string& version,
-                          CosNaming::Name& name);
+/// Write configuredFactoryPath() to `name`.
+void constructFactoryName(CosNaming::Name& name);
 
 }  // namespace NS_CORBA

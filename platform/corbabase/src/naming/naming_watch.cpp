@@ -1,11 +1,11 @@
 #include <kelp/corbabase/audit_trail.h>
-#include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/naming_watch.h>
 #include <kelp/orb/references.h>
 #include <kelp/util/mutex.h>
 #include <kelp/util/naming_path.h>
 #include <kelp/util/trace_log.h>
 
+#include "naming/factory_path.h"
 #include "naming/foreign_entries.h"
 
 namespace NS_CORBA {
@@ -30,10 +30,9 @@ std::string addressesIn(const std::string& reference) {
 }
 
 void record(const ForeignEntries::Report& report) {
-    const CorbaBaseAgentConfig& base = *CorbaBaseAgentConfig::Instance();
     kelp::oplog::SecurityRecord found;
     found.event = kelp::oplog::SecurityEvent::NamingChange;
-    found.object = toText(kelp::util::factoryPath(base.EmsName(), base.IDLVersion()));
+    found.object = toText(configuredFactoryPath());
     found.outcome = "foreign entry";
     found.detail = report.kind;
     if (report.times > 1)

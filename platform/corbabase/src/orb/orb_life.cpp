@@ -37,14 +37,15 @@ OrbLife::Stage OrbLife::stage() const {
     return current->isOver() ? Stage::ShutDown : Stage::ShuttingDown;
 }
 
-void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads) {
+void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads, RequestGate& gate) {
     const MutexLock one(startMutex_);
     if (run())
         return;
-    adapter_.reset();
+    gate.reset();
+    gate_ = &gate;
     kelp::util::endStop();
     const auto made = std::make_shared<Run>();
-    made->orb = kelp::orb::start(options, &adapter_);
+    made->orb = kelp::orb::start(options, &gate);
     const CORBA::Object_var object = made->orb->resolve_initial_references("RootPOA");
     made->rootPoa = PortableServer::POA::_narrow(object.in());
     made->threads = threads;
@@ -61,6 +62,16 @@ PortableServer::POA_ptr OrbLife::rootPoa() const {
     const std::shared_ptr<Run> current = run();
     return current ? PortableServer::POA::_duplicate(current->rootPoa.in())
                    : PortableServer::POA::_nil();
+}
+
+void OrbLife::admit() {
+    if (RequestGate* const gate = gate_)
+        gate->admit();
+}
+
+void OrbLife::refuse() {
+    if (RequestGate* const gate = gate_)
+        gate->refuse();
 }
 
 void OrbLife::serve() {
@@ -85,7 +96,7 @@ void OrbLife::serve() {
 }
 
 bool OrbLife::shutdown(std::chrono::milliseconds limit) {
-    adapter_.refuse();
+    refuse();
     const std::shared_ptr<Run> current = run();
     if (!current)
         return true;

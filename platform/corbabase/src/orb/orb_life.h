@@ -4,11 +4,12 @@
 #include <kelp/orb/orb.h>
 #include <kelp/util/mutex.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <thread>
 
-#include "orb/interception_adapter.h"
+#include "orb/request_gate.h"
 
 namespace NS_CORBA {
 
@@ -21,12 +22,16 @@ class OrbLife {
     enum class Stage { None, Running, ShuttingDown, ShutDown };
 
     Stage stage() const;
-    /// Start an ORB if there is none. Throws CORBA::SystemException.
-    void start(const kelp::orb::OrbOptions& options, unsigned threads) KELP_EXCLUDES(startMutex_);
+    /// Start an ORB if there is none. Its requests pass `gate`, which is borrowed and must outlive
+    /// the process's requests. Throws CORBA::SystemException.
+    void start(const kelp::orb::OrbOptions& options, unsigned threads, RequestGate& gate)
+        KELP_EXCLUDES(startMutex_);
     /// Return a new duplicate, which the caller owns; nil without an ORB.
     CORBA::ORB_ptr orb() const;
     PortableServer::POA_ptr rootPoa() const;
-    InterceptionAdapter& adapter() { return adapter_; }
+    /// Let callers through the gate, or refuse them. Does nothing before the first start.
+    void admit();
+    void refuse();
 
     /// Thread body: serve until shutdown() or the ORB's end.
     void serve();
@@ -70,7 +75,8 @@ class OrbLife {
     std::shared_ptr<Run> run_ KELP_GUARDED_BY(mutex_);
     /// Held for a whole start or destroy.
     kelp::util::Mutex startMutex_{kelp::util::LockRank::OrbControl, "OrbLife::startMutex_"};
-    InterceptionAdapter adapter_;
+    /// The gate of the ORB started last; null before the first start.
+    std::atomic<RequestGate*> gate_{nullptr};
 };
 
 }  // namespace NS_CORBA

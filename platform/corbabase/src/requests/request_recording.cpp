@@ -1,4 +1,4 @@
-#include "audit/request_recording.h"
+#include "requests/request_recording.h"
 
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/operation_record.h>

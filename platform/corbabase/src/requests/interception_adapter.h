@@ -1,12 +1,13 @@
 #pragma once
 
 #include <kelp/corbabase/request_interceptor.h>
-#include <kelp/orb/request.h>
 #include <kelp/util/mutex.h>
 
 #include <atomic>
 
 #include "access/caller_standing.h"
+#include "access/oss_access.h"
+#include "orb/request_gate.h"
 
 namespace NS_CORBA {
 
@@ -19,18 +20,20 @@ namespace NS_CORBA {
 /// anything else is done, with TRANSIENT ("request discarded because of resource exhaustion", OMG
 /// minor code 1). TRANSIENT tells the caller to try again; NO_RESOURCES would suggest an error in
 /// the request. Such a refusal is recorded in the security log only.
-class InterceptionAdapter final : public kelp::orb::RequestHook {
+class InterceptionAdapter final : public RequestGate {
   public:
+    /// `access` is borrowed.
+    explicit InterceptionAdapter(OssAccess& access) : access_(access) {}
+
     /// Set the interceptor and let waiting requests through. Null refuses requests from here on.
     /// Returns after all calls have left the previous interceptor. Must not be called from inside
     /// an interceptor.
     void set(RequestInterceptorBase* interceptor) KELP_EXCLUDES(mutex_);
-    /// Return to the initial state, in which requests wait. For a newly started ORB.
-    void reset() KELP_EXCLUDES(mutex_);
+    void reset() override KELP_EXCLUDES(mutex_);
     /// Refuse waiting and later requests, whether or not an interceptor is set.
-    void refuse() KELP_EXCLUDES(mutex_);
+    void refuse() override KELP_EXCLUDES(mutex_);
     /// End refuse() if an interceptor is set.
-    void admit() KELP_EXCLUDES(mutex_);
+    void admit() override KELP_EXCLUDES(mutex_);
 
     void received(const kelp::orb::RequestInfo& request) override;
     void dispatching(const kelp::orb::RequestInfo& request) override;
@@ -50,6 +53,7 @@ class InterceptionAdapter final : public kelp::orb::RequestHook {
 
     bool isOpen() const { return gate_.load() == Gate::Open; }
 
+    OssAccess& access_;
     kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "InterceptionAdapter::mutex_"};
     kelp::util::ConditionVariable changed_;
     // These are written under mutex_, except for inside_, and read without it, so that requests do

@@ -39,7 +39,7 @@ int AgentServer::Activate() {
         }
         EmbeddedNaming::instance().letCallersThrough();
         kelp::orb::letCallersThrough(manager.in());
-        OrbLife::instance().adapter().admit();
+        OrbLife::instance().admit();
         return 0;
     } catch (const CORBA::Exception& failure) {
         tracePoint(kFile);
@@ -56,9 +56,9 @@ void AgentServer::BeginStop() {
 void AgentServer::Discard() {
     if (OrbLife::instance().stage() != OrbLife::Stage::Running)
         return;
-    // the adapter also refuses requests for objects under well-known keys, which have a separate
+    // this also refuses requests for objects under well-known keys, which have a separate
     // POA manager
-    OrbLife::instance().adapter().refuse();
+    OrbLife::instance().refuse();
     try {
         const PortableServer::POAManager_var manager = rootManager();
         if (!CORBA::is_nil(manager.in()))

@@ -1,6 +1,5 @@
-#include "orb/interception_adapter.h"
+#include "requests/interception_adapter.h"
 
-#include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/thread_context.h>
 
@@ -8,11 +7,17 @@
 #include <exception>
 
 #include "access/connection_log_ins.h"
-#include "audit/request_recording.h"
+#include "requests/request_recording.h"
 
 namespace NS_CORBA {
 
 using kelp::util::MutexLock;
+
+RequestInterceptorBase::~RequestInterceptorBase() = default;
+
+const char* ForeignSessionCall::what() const noexcept {
+    return "the session is not the caller's";
+}
 
 void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
     const MutexLock lock(mutex_);
@@ -130,7 +135,7 @@ void InterceptionAdapter::undelivered(const kelp::orb::RequestInfo& request,
                                       const CORBA::Exception* answer) noexcept {
     // only the notification channel refuses before a servant: callers who are not logged in, and
     // callers who want another NMS's objects
-    const bool isAllowed = CorbaBaseAgentConfig::Instance()->IsValidOssIP(request.peer().ipv4);
+    const bool isAllowed = access_.allows(request.peer());
     const bool isRefused = CORBA::NO_PERMISSION::_downcast(answer) != nullptr;
     if (isAllowed && isRefused && CallerStanding::isLoggedIn(request))
         RequestRecording::writeNotOwn(request, *answer);

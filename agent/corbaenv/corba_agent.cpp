@@ -17,7 +17,6 @@
 
 #include "config/rereading.h"
 #include "corbaenv/agent_server_facade.h"
-#include "corbaenv/containment.h"
 #include "corbaenv/manager_interfaces.h"
 #include "corbaenv/naming_monitor.h"
 #include "error/error_translator.h"
@@ -26,6 +25,7 @@
 #include "session/ems_session_factory_impl.h"
 #include "util/agent_state.h"
 #include "util/base_config.h"
+#include "util/containment.h"
 
 namespace NS_KELPCORBA {
 namespace {

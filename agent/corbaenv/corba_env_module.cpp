@@ -6,8 +6,8 @@
 
 #include <memory>
 
-#include "corbaenv/containment.h"
 #include "corbaenv/corba_agent.h"
+#include "util/containment.h"
 #include "util/task_mgr_type.h"
 
 namespace NS_KELPCORBA {

@@ -2,7 +2,7 @@
 
 #include <kelp/corbabase/base_config.h>
 
-#include "corbaenv/containment.h"
+#include "util/containment.h"
 
 namespace NS_KELPCORBA {
 namespace {

@@ -15,12 +15,12 @@
 
 #include "adapter/session_check.h"
 #include "adapter/session_source.h"
-#include "corbaenv/containment.h"
 #include "session/ems_session_impl.h"
 #include "session/event_loss_state.h"
 #include "session/ordered_run.h"
 #include "session/session_list.h"
 #include "session/waiting_threads.h"
+#include "util/containment.h"
 #include "util/servant_ref.h"
 
 namespace NS_KELPCORBA {

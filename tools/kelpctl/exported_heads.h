@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kelp/oplog/security_log.h>
+#include <kelp/oplog/chain_head.h>
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #include <kelp/oplog/log_search.h>
 #include <kelp/oplog/log_settings.h>
-#include <kelp/oplog/security_log.h>
+#include <kelp/oplog/verify.h>
 
 #include <cstdio>
 #include <memory>

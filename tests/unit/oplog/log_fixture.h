@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <kelp/oplog/log_search.h>
 #include <kelp/oplog/security_log.h>
+#include <kelp/oplog/verify.h>
 
 #include <string>
 #include <vector>

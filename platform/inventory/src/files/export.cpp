@@ -9,7 +9,7 @@
 #include "files/csv_text.h"
 #include "files/json_values.h"
 #include "files/progress_pace.h"
-#include "rows/record.h"
+#include "files/record.h"
 #include "rows/row_reader.h"
 
 namespace kelp::inventory {

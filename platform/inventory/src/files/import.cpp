@@ -6,11 +6,11 @@
 #include <optional>
 
 #include "database/table.h"
-#include "database/writing.h"
 #include "files/problems.h"
 #include "files/progress_pace.h"
-#include "rows/record.h"
-#include "rows/row_import.h"
+#include "files/record.h"
+#include "files/row_import.h"
+#include "rows/writing.h"
 
 namespace kelp::inventory {
 

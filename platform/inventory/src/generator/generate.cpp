@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "database/writing.h"
 #include "files/progress_pace.h"
 #include "generator/element_builder.h"
 #include "generator/network_shape.h"
+#include "rows/writing.h"
 
 namespace kelp::inventory {
 

@@ -12,12 +12,4 @@ class AuditKey;
 /// key; without a key it is a BLAKE2b hash.
 std::string hashOf(const AuditKey* key, const std::string& previous, const LogEntry& entry);
 
-/// The event of the record that says how far retention has removed records. `object` is the number
-/// and `detail` the hash of the last removed record.
-constexpr const char* kRetentionEvent = "retention";
-
-/// The event of the record that marks a chain as made with a key. `object` is the key's id. A log
-/// that continued with a key has at least one such record.
-constexpr const char* kKeyEvent = "key";
-
 }  // namespace kelp::oplog

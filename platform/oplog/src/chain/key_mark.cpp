@@ -1,11 +1,6 @@
 #include "chain/key_mark.h"
 
-#include <kelp/oplog/security_log.h>
-
-#include <exception>
-
-#include "chain/hash_chain.h"
-#include "database/log_file.h"
+#include "records/entry_rules.h"
 
 namespace kelp::oplog {
 
@@ -28,25 +23,6 @@ std::string problemOfKey(const std::filesystem::path& database,
         return made + "a key, but no key file is given";
     return key == nullptr ? made + "a key, but the file " + keyFile.string() + " is missing"
                           : made + "another key than that in " + keyFile.string();
-}
-
-std::string problemOfAuditKey(const LogSettings& settings) {
-    std::shared_ptr<const AuditKey> key;
-    try {
-        key = AuditKey::read(settings.auditKeyFile);
-    } catch (const LogFailure& failure) {
-        return failure.what();
-    }
-    try {
-        if (std::error_code error; !std::filesystem::exists(settings.database, error))
-            return "";
-        const std::unique_ptr<SQLite::Database> opened =
-            openForReading(settings.database, LogKind::Security);
-        return problemOfKey(settings.database, markedKey(*opened), settings.auditKeyFile,
-                            key.get());
-    } catch (const std::exception&) {
-        return "";  // the log itself reports problems of its database
-    }
 }
 
 }  // namespace kelp::oplog

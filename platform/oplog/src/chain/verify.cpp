@@ -1,4 +1,4 @@
-#include <kelp/oplog/security_log.h>
+#include <kelp/oplog/verify.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -7,13 +7,13 @@
 #include "chain/hash_chain.h"
 #include "chain/key_mark.h"
 #include "database/log_file.h"
+#include "records/entry_rules.h"
 
 namespace kelp::oplog {
 
 namespace {
 
 constexpr std::size_t kProblemsTold = 20;
-constexpr std::size_t kHashDigits = 64;
 
 std::string rangeText(std::int64_t first, std::int64_t last) {
     if (first == last)
@@ -140,23 +140,6 @@ class ChainCheck {
 };
 
 }  // namespace
-
-std::string ChainHead::text() const {
-    return std::to_string(id) + ":" + hash;
-}
-
-std::optional<ChainHead> ChainHead::of(const std::string& text) {
-    constexpr std::size_t kNumberDigitsMax = 18;
-    const std::size_t colon = text.find(':');
-    if (colon == 0 || colon == std::string::npos || colon > kNumberDigitsMax ||
-        text.find_first_not_of("0123456789") != colon)
-        return std::nullopt;
-    const std::string hash = text.substr(colon + 1);
-    if (hash.size() != kHashDigits ||
-        hash.find_first_not_of("0123456789abcdef") != std::string::npos)
-        return std::nullopt;
-    return ChainHead{std::stoll(text.substr(0, colon)), hash};
-}
 
 Verification verify(const std::filesystem::path& database, const std::vector<ChainHead>& known,
                     const std::filesystem::path& keyFile) {

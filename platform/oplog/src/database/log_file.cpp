@@ -7,7 +7,7 @@
 #include <system_error>
 #include <thread>
 
-#include "chain/hash_chain.h"
+#include "records/entry_rules.h"
 
 namespace kelp::oplog {
 

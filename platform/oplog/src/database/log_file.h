@@ -1,27 +1,15 @@
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <kelp/oplog/log_search.h>
+#include <kelp/oplog/log_entry.h>
 
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
-#include <string>
+
+#include "records/log_failure.h"
 
 namespace kelp::oplog {
-
-/// A log cannot be read or written. The text is one sentence that names the file.
-class LogFailure : public std::runtime_error {
-  public:
-    explicit LogFailure(const std::string& sentence, bool isDamage = false)
-        : std::runtime_error(sentence), isDamage_(isDamage) {}
-    /// True if the file is not a database or is damaged.
-    bool isDamage() const { return isDamage_; }
-
-  private:
-    bool isDamage_;
-};
 
 LogFailure failureOf(const std::filesystem::path& file, const SQLite::Exception& failure);
 

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <kelp/oplog/security_log.h>
+#include <kelp/oplog/chain_head.h>
+#include <kelp/oplog/log_entry.h>
 
 #include <optional>
 

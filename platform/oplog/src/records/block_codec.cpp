@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "database/log_file.h"
 #include "records/entry_rules.h"
+#include "records/log_failure.h"
 
 namespace kelp::oplog {
 

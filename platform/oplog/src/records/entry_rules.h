@@ -19,6 +19,14 @@ constexpr TextField kTextFields[] = {
     {&LogEntry::outcome, 256},   {&LogEntry::detail, 1024},
 };
 
+/// The event of the record that says how far retention has removed records. `object` is the number
+/// and `detail` the hash of the last removed record.
+constexpr const char* kRetentionEvent = "retention";
+
+/// The event of the record that marks a chain as made with a key. `object` is the key's id. A log
+/// that continued with a key has at least one such record.
+constexpr const char* kKeyEvent = "key";
+
 /// The name of the kind in the log, such as "manager".
 const char* wordOf(ObjectKind kind);
 

@@ -1,4 +1,4 @@
-#include <kelp/oplog/security_log.h>
+#include <kelp/oplog/log_entry.h>
 #include <kelp/util/trace_log.h>
 
 #include <cstdio>

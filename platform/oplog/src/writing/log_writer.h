@@ -5,8 +5,8 @@
 #include <functional>
 #include <thread>
 
-#include "database/log_store.h"
 #include "writing/log_queue.h"
+#include "writing/log_store.h"
 
 namespace kelp::oplog {
 

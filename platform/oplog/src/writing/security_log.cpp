@@ -1,7 +1,11 @@
 #include <kelp/oplog/security_log.h>
 
+#include <exception>
 #include <utility>
 
+#include "chain/audit_key.h"
+#include "chain/key_mark.h"
+#include "database/log_file.h"
 #include "records/entry_rules.h"
 #include "writing/log_writer.h"
 
@@ -57,6 +61,25 @@ void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& rec
     LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError,
              settings.auditKeyFile)
         .append(entries);
+}
+
+std::string problemOfAuditKey(const LogSettings& settings) {
+    std::shared_ptr<const AuditKey> key;
+    try {
+        key = AuditKey::read(settings.auditKeyFile);
+    } catch (const LogFailure& failure) {
+        return failure.what();
+    }
+    try {
+        if (std::error_code error; !std::filesystem::exists(settings.database, error))
+            return "";
+        const std::unique_ptr<SQLite::Database> opened =
+            openForReading(settings.database, LogKind::Security);
+        return problemOfKey(settings.database, markedKey(*opened), settings.auditKeyFile,
+                            key.get());
+    } catch (const std::exception&) {
+        return "";  // the log itself reports problems of its database
+    }
 }
 
 }  // namespace kelp::oplog

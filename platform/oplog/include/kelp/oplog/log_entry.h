@@ -20,6 +20,8 @@ KELP_EXPORT std::string timeText(UtcTime time);
 /// may be missing, and a space may replace the "T". Empty for any other text.
 KELP_EXPORT std::optional<UtcTime> timeOf(const std::string& text);
 
+enum class LogKind { Operations, Security };
+
 /// The kind of object that an operation was called on.
 enum class ObjectKind { Unknown, Factory, Session, Manager, Iterator, Channel, Naming };
 
@@ -39,6 +41,9 @@ enum class SecurityEvent {
     NamingChange,  ///< the naming service: a change made by somebody else, or an entry that the EMS
                    ///< did not make
 };
+
+/// The event's name in the log, such as "login".
+KELP_EXPORT std::string textOf(SecurityEvent event);
 
 /// One record as the logs store and show it. Texts are escaped (see util::escaped) and bounded.
 struct KELP_EXPORT LogEntry {

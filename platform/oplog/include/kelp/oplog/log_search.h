@@ -12,8 +12,6 @@
 
 namespace kelp::oplog {
 
-enum class LogKind { Operations, Security };
-
 /// Selects the records that meet every given condition. A gap record only has to meet the times.
 struct KELP_EXPORT LogQuery {
     std::optional<UtcTime> since;  ///< at this moment or later

@@ -1,12 +1,12 @@
-#include "rows/row_import.h"
+#include "files/row_import.h"
 
 #include <algorithm>
 #include <limits>
 #include <type_traits>
 
 #include "database/table.h"
+#include "files/record_names.h"
 #include "names/name_rules.h"
-#include "names/record_names.h"
 #include "rows/row_reader.h"
 
 namespace kelp::inventory {

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "files/record.h"
 #include "names/name_index.h"
-#include "rows/record.h"
 #include "rows/row_writer.h"
 
 namespace kelp::inventory {

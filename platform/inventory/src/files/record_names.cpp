@@ -1,4 +1,4 @@
-#include "names/record_names.h"
+#include "files/record_names.h"
 
 #include <kelp/util/trace_log.h>
 

@@ -1,4 +1,4 @@
-#include "database/log_store.h"
+#include "writing/log_store.h"
 
 #include <kelp/util/trace_log.h>
 

@@ -1,4 +1,4 @@
-#include "database/writing.h"
+#include "rows/writing.h"
 
 #include <sqlite3.h>
 

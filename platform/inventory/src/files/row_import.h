@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "database/connection.h"
+#include "files/record.h"
 #include "names/name_index.h"
-#include "rows/record.h"
 #include "rows/row_writer.h"
 
 namespace kelp::inventory {

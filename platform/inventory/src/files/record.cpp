@@ -1,4 +1,4 @@
-#include "rows/record.h"
+#include "files/record.h"
 
 #include <kelp/util/trace_log.h>
 

@@ -1,5 +1,7 @@
 #include "installation.h"
 
+#include <kelp/util/joined.h>
+
 #include <string>
 #include <system_error>
 
@@ -47,10 +49,8 @@ std::filesystem::path firstExisting(const Places& places) {
 }
 
 std::string inWords(const Places& places) {
-    std::string text;
-    for (const std::filesystem::path& place : places)
-        text += (text.empty() ? "" : ", ") + place.string();
-    return text;
+    return util::joined(places, ", ",
+                        [](const std::filesystem::path& place) { return place.string(); });
 }
 
 }  // namespace kelp::host

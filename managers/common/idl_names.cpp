@@ -3,6 +3,7 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/inventory/layer_rate.h>
+#include <kelp/util/joined.h>
 
 #include <utility>
 #include <variant>
@@ -88,10 +89,9 @@ void toIdl(const inventory::ObjectName& name, globaldefs::NamingAttributes_T& at
 }
 
 std::string nameText(const globaldefs::NamingAttributes_T& attributes) {
-    std::string text;
-    for (const inventory::NameValue& each : fromIdl(attributes))
-        text += (text.empty() ? "" : ", ") + each.name + "=" + each.value;
-    return text;
+    return util::joined(fromIdl(attributes), ", ", [](const inventory::NameValue& each) {
+        return each.name + "=" + each.value;
+    });
 }
 
 inventory::ObjectName objectNamed(const globaldefs::NamingAttributes_T& attributes) {

@@ -2,6 +2,7 @@
 
 #include <kelp/admin/address.h>
 #include <kelp/bundlemgr/config_store.h>
+#include <kelp/util/joined.h>
 
 #include <stdexcept>
 
@@ -20,9 +21,7 @@ Json pair(const std::string& name, const std::string& value) {
 CLI::Option* addWordOption(CLI::App& command, const std::string& name, const Words& words,
                            const std::function<void(const std::string&)>& take,
                            const std::string& description) {
-    std::string all;
-    for (const auto& [word, enumerator] : words)
-        all += (all.empty() ? "" : ", ") + word;
+    const std::string all = util::joined(words, ", ", [](const auto& each) { return each.first; });
     const auto toEnumerator = [words, all](std::string& given) -> std::string {
         for (const auto& [word, enumerator] : words) {
             if (word == CLI::detail::to_lower(given)) {

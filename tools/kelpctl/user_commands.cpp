@@ -1,4 +1,6 @@
 #include <kelp/users/user_database.h>
+#include <kelp/util/joined.h>
+#include <kelp/util/now_utc.h>
 #include <kelp/util/trace_log.h>
 #include <nlohmann/json.hpp>
 
@@ -56,10 +58,6 @@ struct UserOptions {
 constexpr const char* kNever = "never";
 constexpr const char* kAny = "any";
 
-std::int64_t nowUtc() {
-    return static_cast<std::int64_t>(std::time(nullptr));
-}
-
 /// Read a complete date, "2025-03-01" or "2025-03-01T12:00:00Z", as seconds since the epoch.
 std::optional<std::int64_t> parseUtc(const std::string& text) {
     for (const char* const format : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%d"}) {
@@ -77,7 +75,9 @@ std::optional<std::int64_t> parseUtc(const std::string& text) {
 }
 
 const char* stateOf(const UserAccount& account) {
-    return !account.enabled ? "disabled" : account.isExpired(nowUtc()) ? "expired" : "enabled";
+    return !account.enabled                    ? "disabled"
+           : account.isExpired(util::nowUtc()) ? "expired"
+                                               : "enabled";
 }
 
 /// Format as "2025-03-01T12:00:00Z".
@@ -94,24 +94,18 @@ std::string expiryText(const UserAccount& account) {
     return account.expiresUtc ? utcText(*account.expiresUtc) : kNever;
 }
 
-std::string joined(const std::vector<std::string>& networks) {
-    std::string text;
-    for (const std::string& network : networks)
-        text += (text.empty() ? "" : " ") + network;
-    return text;
+std::string joinedNetworks(const std::vector<std::string>& networks) {
+    return util::joined(networks, " ");
 }
 
 std::string networksText(const UserAccount& account) {
-    const std::string text = joined(account.networks);
+    const std::string text = joinedNetworks(account.networks);
     return text.empty() ? kAny : text;
 }
 
 /// Join as "CN=nms1,O=Operator; CN=nms2,O=Operator".
 std::string joinedSubjects(const std::vector<std::string>& subjects) {
-    std::string text;
-    for (const std::string& subject : subjects)
-        text += (text.empty() ? "" : "; ") + subject;
-    return text;
+    return util::joined(subjects, "; ");
 }
 
 std::string certificatesText(const UserAccount& account) {
@@ -184,7 +178,7 @@ void enable(const UserOptions& options) {
 void expire(const UserOptions& options) {
     std::optional<std::int64_t> expiry;
     if (options.expiry == "now")
-        expiry = nowUtc();
+        expiry = util::nowUtc();
     else if (options.expiry != kNever && !(expiry = parseUtc(options.expiry)))
         throw std::runtime_error(
             "\"" + util::escaped(options.expiry) +
@@ -259,7 +253,7 @@ std::string whatOf(const Command& command, const UserOptions& options) {
     if (command.run == expire)
         text += " " + options.expiry;
     if (command.run == setNetworks)
-        text += " " + joined(options.networks);
+        text += " " + joinedNetworks(options.networks);
     if (command.run == setCertificates)
         text += " " + (options.isAnyCertificate ? kAny : joinedSubjects(options.subjects));
     return text;

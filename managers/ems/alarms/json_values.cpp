@@ -1,6 +1,7 @@
 #include "alarms/json_values.h"
 
 #include <kelp/agent/time_change.h>
+#include <kelp/util/joined.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
@@ -76,12 +77,9 @@ std::string readText(const Json& value) {
 }
 
 std::string readChoice(const Json& value, const std::vector<std::string>& choices) {
-    std::string all;
-    for (const std::string& choice : choices)
-        all += (all.empty() ? "" : ", ") + choice;
     if (!value.is_string() ||
         std::find(choices.begin(), choices.end(), value.get<std::string>()) == choices.end())
-        refuse("one of " + all, value);
+        refuse("one of " + util::joined(choices, ", "), value);
     return value.get<std::string>();
 }
 

@@ -1,9 +1,7 @@
 #include "json_text.h"
 
+#include <kelp/util/repeated_keys.h>
 #include <kelp/util/trace_log.h>
-
-#include <set>
-#include <vector>
 
 namespace kelp::admin {
 
@@ -23,26 +21,18 @@ class Watch {
             return false;
         if (depth > kDepthMax)
             wrong_ = "the request is nested deeper than " + std::to_string(kDepthMax) + " times";
-        else if (event == Json::parse_event_t::object_start)
-            open_.emplace_back();
-        else if (event == Json::parse_event_t::object_end)
-            open_.pop_back();
-        else if (event == Json::parse_event_t::key)
-            keyCame(parsed.get<std::string>());
+        else if (!keys_.see(event, parsed))
+            wrong_ = "the key \"" + util::escaped(parsed.get<std::string>(), 100) +
+                     "\" appears twice";
+        else if (keys_.count() > kMembersMax)
+            wrong_ = "an object has more than " + std::to_string(kMembersMax) + " keys";
         return wrong_.empty();
     }
     /// Description of the mistake; empty if there is none.
     const std::string& wrong() const { return wrong_; }
 
   private:
-    void keyCame(const std::string& key) {
-        if (!open_.back().insert(key).second)
-            wrong_ = "the key \"" + util::escaped(key, 100) + "\" appears twice";
-        else if (open_.back().size() > kMembersMax)
-            wrong_ = "an object has more than " + std::to_string(kMembersMax) + " keys";
-    }
-
-    std::vector<std::set<std::string>> open_;
+    util::RepeatedKeys keys_;
     std::string wrong_;
 };
 

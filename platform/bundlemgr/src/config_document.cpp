@@ -1,5 +1,6 @@
 #include "config_document.h"
 
+#include <kelp/util/joined.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
@@ -21,9 +22,8 @@ std::string expectedText(const ConfigKey& key) {
     }
     if (std::holds_alternative<bool>(key.standard))
         return "must be true or false";
-    std::string choices;
-    for (const std::string& choice : key.choices)
-        choices += (choices.empty() ? "" : ", ") + ("\"" + choice + "\"");
+    const std::string choices = kelp::util::joined(
+        key.choices, ", ", [](const std::string& choice) { return "\"" + choice + "\""; });
     if (std::holds_alternative<std::string>(key.standard))
         return choices.empty() ? "must be a text" : "must be one of " + choices;
     return choices.empty() ? "must be a list of texts" : "must be a list out of " + choices;

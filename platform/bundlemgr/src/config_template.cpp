@@ -1,4 +1,5 @@
 #include <kelp/bundlemgr/config_schema.h>
+#include <kelp/util/joined.h>
 
 #include <cstddef>
 #include <sstream>
@@ -61,10 +62,7 @@ std::string tomlValue(const ConfigValue& value) {
             } else if constexpr (std::is_same_v<Held, std::string>) {
                 return tomlText(held);
             } else {
-                std::string list;
-                for (const std::string& text : held)
-                    list += (list.empty() ? "" : ", ") + tomlText(text);
-                return "[" + list + "]";
+                return "[" + kelp::util::joined(held, ", ", tomlText) + "]";
             }
         },
         value);

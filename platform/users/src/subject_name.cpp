@@ -1,4 +1,5 @@
 #include <kelp/users/subject_name.h>
+#include <kelp/util/joined.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
@@ -87,10 +88,7 @@ class NameReader {
             parts.push_back(*part);
         } while (skip('+'));
         std::sort(parts.begin(), parts.end());
-        std::string joined;
-        for (const std::string& part : parts)
-            joined += (joined.empty() ? "" : "+") + part;
-        return joined;
+        return util::joined(parts, "+");
     }
 
     std::optional<std::string> readAttribute() {

@@ -5,6 +5,8 @@
 #include <kelp/users/user_database.h>
 #include <kelp/users/user_name.h>
 #include <kelp/util/file_trust.h>
+#include <kelp/util/joined.h>
+#include <kelp/util/now_utc.h>
 #include <kelp/util/private_file.h>
 #include <sqlite3.h>
 
@@ -28,12 +30,6 @@ constexpr const char* kSelect =
     "SELECT id, name, enabled, created_utc, password_changed_utc, password_hash, expires_utc, "
     "networks, "
     "password_number, unlocks, subjects FROM user";
-
-std::int64_t nowUtc() {
-    return std::chrono::duration_cast<std::chrono::seconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
 
 UserAccount accountOf(SQLite::Statement& row) {
     UserAccount account;
@@ -61,10 +57,7 @@ std::string joinedNetworks(const std::vector<std::string>& networks) {
     std::string whyNot;
     if (!OssNetworks().parse(networks, whyNot))
         throw std::runtime_error(whyNot);
-    std::string joined;
-    for (const std::string& network : networks)
-        joined += (joined.empty() ? "" : " ") + network;
-    return joined;
+    return util::joined(networks, " ");
 }
 
 /// Normalise the subjects and join them, one on each line; line feeds inside a subject are escaped.
@@ -176,7 +169,7 @@ void UserDatabase::add(const std::string& name, const std::string& password, con
             "VALUES (?1, ?2, ?3, ?3) ON CONFLICT (name) DO NOTHING");
         insert.bind(1, name);
         insert.bind(2, hash);
-        insert.bind(3, nowUtc());
+        insert.bind(3, util::nowUtc());
         if (insert.exec() == 0)
             throw std::runtime_error("user \"" + name + "\" already exists");
     });
@@ -192,7 +185,7 @@ void UserDatabase::setPassword(const std::string& name, const std::string& passw
                                  "password_number = password_number + 1 WHERE name = ?1");
         update.bind(1, name);
         update.bind(2, hash);
-        update.bind(3, nowUtc());
+        update.bind(3, util::nowUtc());
         state_->changeOne(update, name);
     });
 }

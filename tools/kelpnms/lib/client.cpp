@@ -3,6 +3,7 @@
 #include <kelp/orb/references.h>
 #include <kelp/orb/timeouts.h>
 #include <kelp/orb/tls_files.h>
+#include <kelp/util/joined.h>
 
 #include <set>
 #include <utility>
@@ -42,19 +43,12 @@ orb::OrbOptions orbOptions(const NmsSettings& settings, const std::string& addre
     return options;
 }
 
-std::string joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : ", ") + text;
-    return all;
-}
-
 void refuseUnusable(const orb::TlsFiles& files, const std::string& address) {
-    std::vector<std::string> problems;
-    for (const orb::TlsFileProblem& problem : orb::problemsOf(files))
-        problems.push_back(problem.what);
+    const std::vector<orb::TlsFileProblem> problems = orb::problemsOf(files);
     if (!problems.empty())
-        throw CannotListen("cannot listen on " + address + ": " + joined(problems));
+        throw CannotListen(
+            "cannot listen on " + address + ": " +
+            util::joined(problems, ", ", [](const auto& problem) { return problem.what; }));
 }
 
 std::string addressOf(CORBA::ORB_ptr orb, CORBA::Object_ptr object) {
@@ -153,7 +147,7 @@ std::string NmsClient::onlyFactoryPath() {
                             state_->naming);
     if (!leadToOne(paths))
         throw Unreachable("several session factories are registered, choose one with --factory: " +
-                          joined(paths));
+                          util::joined(paths, ", "));
     return paths.front();
 }
 

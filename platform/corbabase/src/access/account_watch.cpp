@@ -2,6 +2,7 @@
 
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/now_utc.h>
 #include <kelp/util/threads.h>
 
 #include <chrono>
@@ -94,10 +95,8 @@ void AccountWatch::compare(const std::vector<UserAccount>& accounts) {
 }
 
 void AccountWatch::tellInvalid() {
-    const auto utc = std::chrono::duration_cast<std::chrono::seconds>(
-                         std::chrono::system_clock::now().time_since_epoch())
-                         .count();
-    for (const LiveLogins::Key& login : live_.invalid(utc, std::chrono::steady_clock::now()))
+    for (const LiveLogins::Key& login :
+         live_.invalid(kelp::util::nowUtc(), std::chrono::steady_clock::now()))
         NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kUserStateChangeEvent,
                                                         eventDataOf(login));
 }

@@ -8,6 +8,7 @@
 #include <kelp/users/subject_name.h>
 #include <kelp/users/user_database.h>
 #include <kelp/util/mutex.h>
+#include <kelp/util/now_utc.h>
 
 #include <chrono>
 #include <exception>
@@ -46,12 +47,6 @@ int userNumber(std::int64_t id) {
     return id > 0 && id <= std::numeric_limits<int>::max() ? static_cast<int>(id) : kUnknownUser;
 }
 
-std::int64_t nowUtc() {
-    return std::chrono::duration_cast<std::chrono::seconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 LoginThrottle::Limits configuredLimits() {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     return {static_cast<int>(config.integer("security.lockout_failures")),
@@ -81,7 +76,7 @@ unsigned long refusalOf(const UserAccount& account, const kelp::util::PeerAddres
                         const std::string& subject) {
     if (!account.enabled)
         return kUserDisabled;
-    if (account.isExpired(nowUtc()))
+    if (account.isExpired(kelp::util::nowUtc()))
         return kUserExpired;
     if (!mayCallFrom(account, peer))
         return kAddressNotAllowed;

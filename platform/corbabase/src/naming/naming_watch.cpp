@@ -1,6 +1,7 @@
 #include <kelp/corbabase/audit_trail.h>
 #include <kelp/corbabase/naming_watch.h>
 #include <kelp/orb/references.h>
+#include <kelp/util/joined.h>
 #include <kelp/util/mutex.h>
 #include <kelp/util/naming_path.h>
 #include <kelp/util/trace_log.h>
@@ -21,10 +22,9 @@ std::string addressesIn(const std::string& reference) {
     kelp::orb::ReferenceContent content;
     if (!kelp::orb::decodeReference(reference, content))
         return "an unreadable reference";
-    std::string text;
-    for (const kelp::orb::Endpoint& endpoint : content.endpoints)
-        text += (text.empty() ? "" : ", ") + kelp::orb::hostAndPort(endpoint) +
-                (endpoint.tls ? " (TLS)" : "");
+    const std::string text = kelp::util::joined(content.endpoints, ", ", [](const auto& endpoint) {
+        return kelp::orb::hostAndPort(endpoint) + (endpoint.tls ? " (TLS)" : "");
+    });
     return text.empty() ? "a reference without an address"
                         : kelp::util::escaped(text, kShownBytesMax);
 }

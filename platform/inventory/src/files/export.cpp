@@ -1,4 +1,5 @@
 #include <kelp/inventory/transfer.h>
+#include <kelp/util/joined.h>
 
 #include <fstream>
 #include <functional>
@@ -74,10 +75,7 @@ std::string cellOf(const std::string& text) {
     return text;
 }
 std::string cellOf(const LayerRates& rates) {
-    std::string cell;
-    for (const LayerRate rate : rates)
-        cell += (cell.empty() ? "" : " ") + jsonOf(rate).get<std::string>();
-    return cell;
+    return util::joined(rates, " ", layerRateText);
 }
 std::string cellOf(const LayeredParameterList& layers) {
     LayerRates rates;

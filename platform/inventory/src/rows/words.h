@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/inventory/model.h>
+#include <kelp/util/joined.h>
 
 #include <array>
 #include <optional>
@@ -66,10 +67,7 @@ std::optional<Enum> enumOf(std::string_view word) {
 /// All the names, for a message.
 template <class Enum>
 std::string allWordsOf() {
-    std::string all;
-    for (const char* const word : kWordsOf<Enum>)
-        all += (all.empty() ? "" : ", ") + std::string(word);
-    return all;
+    return util::joined(kWordsOf<Enum>, ", ");
 }
 
 }  // namespace kelp::inventory

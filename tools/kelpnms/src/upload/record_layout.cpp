@@ -1,6 +1,7 @@
 #include "upload/record_layout.h"
 
 #include <kelp/inventory/layer_rate.h>
+#include <kelp/util/joined.h>
 
 #include "text/json_line.h"
 #include "upload/network_json.h"
@@ -41,10 +42,8 @@ std::string rateText(const Record& rate) {
 }
 
 std::string layersText(const Record& record) {
-    std::string text;
-    for (const Record& layer : record["transmissionParams"])
-        text += (text.empty() ? "" : " ") + rateText(layer["layer"]);
-    return text;
+    return util::joined(record["transmissionParams"], " ",
+                        [](const Record& layer) { return rateText(layer["layer"]); });
 }
 
 std::string portOf(const Record& name) {

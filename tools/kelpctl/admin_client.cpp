@@ -1,6 +1,7 @@
 #include "admin_client.h"
 
 #include <httplib.h>
+#include <kelp/util/json_text.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -72,7 +73,7 @@ std::string AdminClient::whyUnreachable(httplib::Error error) const {
 
 Json AdminClient::post(const std::string& path, const Json& request) const {
     httplib::Client client = clientOf(address_, token_);
-    const std::string body = request.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const std::string body = util::jsonText(request);
     return answerOf(client.Post(path, kHeaders, body, "application/json"));
 }
 

@@ -1,9 +1,7 @@
 #include <cstdio>
-#include <memory>
 #include <string>
 
-#include "admin_client.h"
-#include "commands.h"
+#include "show_command.h"
 
 namespace kelp::ctl {
 
@@ -25,10 +23,10 @@ std::string stateOf(const Json& consumer) {
     return consumer.value("suspended", false) ? "suspended" : "answers";
 }
 
-void printTable(const Json& consumers) {
+void printTable(const Json& answer) {
     std::printf("%-10s %12s %12s %12s %10s %10s %10s  %s\n", "consumer", "sent", "delivered",
                 "lost", "own", "queued", "oldest", "state");
-    for (const Json& each : consumers) {
+    for (const Json& each : answer.value("consumers", Json::array())) {
         const std::string name =
             std::to_string(each.value("admin", 0)) + "/" + std::to_string(each.value("proxy", 0));
         std::printf("%-10s %12llu %12llu %12llu %10llu %10llu %8.1f s  %s\n", name.c_str(),
@@ -42,19 +40,13 @@ void printTable(const Json& consumers) {
 }  // namespace
 
 void addConsumersCommand(CLI::App& app, const GlobalOptions& globalOptions) {
-    const auto json = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand(
-        "consumers", "Show for each consumer how many events were delivered, lost and queued");
-    command->fallthrough()->footer(kFooter);
-    command->add_flag("--json", *json, "Write the answer as JSON");
-    command->callback([&globalOptions, json] {
-        loadConfiguration(globalOptions);
-        const Json answer = AdminClient(admin::configuredAddress()).get("/consumers");
-        if (*json)
-            std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
-        else
-            printTable(answer.value("consumers", Json::array()));
-    });
+    addShowCommand(
+        app, globalOptions,
+        {.name = "consumers",
+         .description = "Show for each consumer how many events were delivered, lost and queued",
+         .footer = kFooter,
+         .path = "/consumers",
+         .table = printTable});
 }
 
 }  // namespace kelp::ctl

@@ -1,8 +1,6 @@
 #include <cstdio>
-#include <memory>
 
-#include "admin_client.h"
-#include "commands.h"
+#include "show_command.h"
 
 namespace kelp::ctl {
 
@@ -35,19 +33,12 @@ void printTable(const Json& health) {
 }  // namespace
 
 void addHealthCommand(CLI::App& app, const GlobalOptions& globalOptions) {
-    const auto json = std::make_shared<bool>(false);
-    CLI::App* command =
-        app.add_subcommand("health", "Show whether the host answers and can write its logs");
-    command->fallthrough()->footer(kFooter);
-    command->add_flag("--json", *json, "Write the answer as JSON");
-    command->callback([&globalOptions, json] {
-        loadConfiguration(globalOptions);
-        const Json answer = AdminClient(admin::configuredAddress()).get("/health");
-        if (*json)
-            std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
-        else
-            printTable(answer);
-    });
+    addShowCommand(app, globalOptions,
+                   {.name = "health",
+                    .description = "Show whether the host answers and can write its logs",
+                    .footer = kFooter,
+                    .path = "/health",
+                    .table = printTable});
 }
 
 }  // namespace kelp::ctl

@@ -1,5 +1,6 @@
 #include <kelp/inventory/generate.h>
 #include <kelp/inventory/transfer.h>
+#include <kelp/util/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
@@ -188,9 +189,7 @@ void printJson(const inventory::Statistics& counts) {
                                            {"ctps", counts.ctps},
                                            {"topologicalLinks", counts.links},
                                            {"databaseBytes", counts.fileBytes}};
-    std::printf(
-        "%s\n",
-        answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
+    std::printf("%s\n", util::jsonText(answer, 2).c_str());
 }
 
 struct StatsCommand : std::enable_shared_from_this<StatsCommand> {

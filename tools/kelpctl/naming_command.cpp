@@ -1,9 +1,7 @@
 #include <cstdio>
-#include <memory>
 #include <string>
 
-#include "admin_client.h"
-#include "commands.h"
+#include "show_command.h"
 
 namespace kelp::ctl {
 
@@ -70,20 +68,14 @@ void printTable(const Json& naming) {
 }  // namespace
 
 void addNamingCommand(CLI::App& app, const GlobalOptions& globalOptions) {
-    const auto json = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand(
-        "naming",
-        "Show where NMSs find the session factory, and whether the entry there is this EMS's");
-    command->fallthrough()->footer(kFooter);
-    command->add_flag("--json", *json, "Write the answer as JSON");
-    command->callback([&globalOptions, json] {
-        loadConfiguration(globalOptions);
-        const Json answer = AdminClient(admin::configuredAddress()).get("/naming");
-        if (*json)
-            std::printf("%s\n", answer.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
-        else
-            printTable(answer);
-    });
+    addShowCommand(
+        app, globalOptions,
+        {.name = "naming",
+         .description =
+             "Show where NMSs find the session factory, and whether the entry there is this EMS's",
+         .footer = kFooter,
+         .path = "/naming",
+         .table = printTable});
 }
 
 }  // namespace kelp::ctl

@@ -1,5 +1,6 @@
 #include <kelp/users/user_database.h>
 #include <kelp/util/joined.h>
+#include <kelp/util/json_text.h>
 #include <kelp/util/now_utc.h>
 #include <kelp/util/trace_log.h>
 #include <nlohmann/json.hpp>
@@ -126,8 +127,7 @@ void printJson(const std::vector<UserAccount>& accounts) {
              {"subjects", account.subjects},
              {"created", utcText(account.createdUtc)},
              {"password_changed", utcText(account.passwordChangedUtc)}});
-    std::printf("%s\n",
-                array.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    std::printf("%s\n", util::jsonText(array, 2).c_str());
 }
 
 void printTable(const std::vector<UserAccount>& accounts) {

@@ -1,5 +1,7 @@
 #include "http_answers.h"
 
+#include <kelp/util/json_text.h>
+
 #include <charconv>
 #include <string_view>
 #include <utility>
@@ -27,8 +29,7 @@ enum Status : int {
 void set(Response& response, int status, const admin::Json& body) {
     response.status = status;
     // the body may contain text of the peer that is not UTF-8
-    response.set_content(body.dump(-1, ' ', false, admin::Json::error_handler_t::replace) + "\n",
-                         kJson);
+    response.set_content(util::jsonText(body) + "\n", kJson);
 }
 
 void refuse(Response& response, int status, const std::string& why) {

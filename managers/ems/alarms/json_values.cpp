@@ -2,6 +2,7 @@
 
 #include <kelp/agent/time_change.h>
 #include <kelp/util/joined.h>
+#include <kelp/util/json_text.h>
 #include <kelp/util/trace_log.h>
 
 #include <algorithm>
@@ -16,7 +17,7 @@ namespace {
 using admin::Json;
 
 std::string shown(const Json& value) {
-    return util::escaped(value.dump(-1, ' ', false, Json::error_handler_t::replace), 60);
+    return util::escaped(util::jsonText(value), 60);
 }
 
 [[noreturn]] void refuse(const std::string& expected, const Json& value) {

@@ -22,8 +22,8 @@ class Watch {
         if (depth > kDepthMax)
             wrong_ = "the request is nested deeper than " + std::to_string(kDepthMax) + " times";
         else if (!keys_.see(event, parsed))
-            wrong_ = "the key \"" + util::escaped(parsed.get<std::string>(), 100) +
-                     "\" appears twice";
+            wrong_ =
+                "the key \"" + util::escaped(parsed.get<std::string>(), 100) + "\" appears twice";
         else if (keys_.count() > kMembersMax)
             wrong_ = "an object has more than " + std::to_string(kMembersMax) + " keys";
         return wrong_.empty();

@@ -1,4 +1,5 @@
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <SQLiteCpp/VariadicBind.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/users/oss_networks.h>
 #include <kelp/users/subject_name.h>
@@ -87,23 +88,6 @@ void requireUsableName(const std::string& name) {
         throw std::runtime_error(problem);
 }
 
-}  // namespace
-
-struct UserDatabase::State {
-    std::filesystem::path path;
-    SQLite::Database database;
-
-    explicit State(const std::filesystem::path& file)
-        : path(file),
-          database(util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
-                   kBusyTimeoutMs) {}
-
-    void changeOne(SQLite::Statement& statement, const std::string& name);
-    void spendCheck(std::string_view password, const HashCost& cost);
-};
-
-namespace {
-
 /// Throw std::runtime_error that reports SQLite's failure in one sentence and names the file.
 [[noreturn]] void rethrow(const std::filesystem::path& file, const SQLite::Exception& failure) {
     const std::string subject = "user database " + file.string();
@@ -132,6 +116,29 @@ auto translated(const std::filesystem::path& file, Body body) {
 
 }  // namespace
 
+struct UserDatabase::State {
+    std::filesystem::path path;
+    SQLite::Database database;
+
+    explicit State(const std::filesystem::path& file)
+        : path(file),
+          database(util::inRealFolder(file).string(), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
+                   kBusyTimeoutMs) {}
+
+    /// Run a statement that changes one account. Its parameter 1 is the name; the others are
+    /// `values`, in order, or null. Throws std::runtime_error when there is no such account.
+    template <class... Values>
+    void changeOne(const char* sql, const std::string& name, const Values&... values) {
+        translated(path, [&] {
+            SQLite::Statement statement(database, sql);
+            SQLite::bind(statement, name, values...);
+            if (statement.exec() == 0)
+                throw std::runtime_error("there is no user \"" + name + "\"");
+        });
+    }
+    void spendCheck(std::string_view password, const HashCost& cost);
+};
+
 UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
     if (missing == Missing::IsMade) {
         if (const std::string problem = util::makePrivateFile(file); !problem.empty())
@@ -150,11 +157,6 @@ UserDatabase::UserDatabase(const std::filesystem::path& file, Missing missing) {
 }
 
 UserDatabase::~UserDatabase() = default;
-
-void UserDatabase::State::changeOne(SQLite::Statement& statement, const std::string& name) {
-    if (statement.exec() == 0)
-        throw std::runtime_error("there is no user \"" + name + "\"");
-}
 
 void UserDatabase::add(const std::string& name, const std::string& password, const HashCost& cost) {
     requireUsableName(name);
@@ -179,72 +181,40 @@ void UserDatabase::setPassword(const std::string& name, const std::string& passw
                                const HashCost& cost) {
     requireUsablePassword(password);
     const std::string hash = hashOfPassword(password, cost);
-    translated(state_->path, [&] {
-        SQLite::Statement update(state_->database,
-                                 "UPDATE user SET password_hash = ?2, password_changed_utc = ?3, "
-                                 "password_number = password_number + 1 WHERE name = ?1");
-        update.bind(1, name);
-        update.bind(2, hash);
-        update.bind(3, util::nowUtc());
-        state_->changeOne(update, name);
-    });
+    state_->changeOne(
+        "UPDATE user SET password_hash = ?2, password_changed_utc = ?3, "
+        "password_number = password_number + 1 WHERE name = ?1",
+        name, hash, util::nowUtc());
 }
 
 void UserDatabase::setEnabled(const std::string& name, bool enabled) {
-    translated(state_->path, [&] {
-        SQLite::Statement update(state_->database, "UPDATE user SET enabled = ?2 WHERE name = ?1");
-        update.bind(1, name);
-        update.bind(2, enabled ? 1 : 0);
-        state_->changeOne(update, name);
-    });
+    state_->changeOne("UPDATE user SET enabled = ?2 WHERE name = ?1", name, enabled ? 1 : 0);
 }
 
 void UserDatabase::setExpiry(const std::string& name, std::optional<std::int64_t> expiresUtc) {
-    translated(state_->path, [&] {
-        SQLite::Statement update(state_->database,
-                                 "UPDATE user SET expires_utc = ?2 WHERE name = ?1");
-        update.bind(1, name);
-        if (expiresUtc)
-            update.bind(2, *expiresUtc);
-        state_->changeOne(update, name);
-    });
+    constexpr const char* kUpdate = "UPDATE user SET expires_utc = ?2 WHERE name = ?1";
+    if (expiresUtc)
+        state_->changeOne(kUpdate, name, *expiresUtc);
+    else
+        state_->changeOne(kUpdate, name);
 }
 
 void UserDatabase::setNetworks(const std::string& name, const std::vector<std::string>& networks) {
-    const std::string joined = joinedNetworks(networks);
-    translated(state_->path, [&] {
-        SQLite::Statement update(state_->database, "UPDATE user SET networks = ?2 WHERE name = ?1");
-        update.bind(1, name);
-        update.bind(2, joined);
-        state_->changeOne(update, name);
-    });
+    state_->changeOne("UPDATE user SET networks = ?2 WHERE name = ?1", name,
+                      joinedNetworks(networks));
 }
 
 void UserDatabase::setSubjects(const std::string& name, const std::vector<std::string>& subjects) {
-    const std::string lines = subjectLines(subjects);
-    translated(state_->path, [&] {
-        SQLite::Statement update(state_->database, "UPDATE user SET subjects = ?2 WHERE name = ?1");
-        update.bind(1, name);
-        update.bind(2, lines);
-        state_->changeOne(update, name);
-    });
+    state_->changeOne("UPDATE user SET subjects = ?2 WHERE name = ?1", name,
+                      subjectLines(subjects));
 }
 
 void UserDatabase::unlock(const std::string& name) {
-    translated(state_->path, [&] {
-        SQLite::Statement update(state_->database,
-                                 "UPDATE user SET unlocks = unlocks + 1 WHERE name = ?1");
-        update.bind(1, name);
-        state_->changeOne(update, name);
-    });
+    state_->changeOne("UPDATE user SET unlocks = unlocks + 1 WHERE name = ?1", name);
 }
 
 void UserDatabase::remove(const std::string& name) {
-    translated(state_->path, [&] {
-        SQLite::Statement removal(state_->database, "DELETE FROM user WHERE name = ?1");
-        removal.bind(1, name);
-        state_->changeOne(removal, name);
-    });
+    state_->changeOne("DELETE FROM user WHERE name = ?1", name);
 }
 
 std::vector<UserAccount> UserDatabase::list() {

@@ -10,17 +10,6 @@ namespace kelp::util {
 
 namespace {
 
-/// The length of the well-formed UTF-8 character at the beginning of `text`; 0 if there is none or
-/// if it is a control character.
-std::size_t printableLength(std::string_view text) {
-    const std::size_t length = utf8CharacterAt(text);
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const bool isControl = length == 1   ? byte(0) < 0x20 || byte(0) == 0x7f
-                           : length == 2 ? byte(0) == 0xc2 && byte(1) < 0xa0
-                                         : false;
-    return isControl ? 0 : length;
-}
-
 /// True for most texts: nothing has to be escaped.
 bool isPlainAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; });
@@ -50,7 +39,7 @@ std::string escaped(const std::string& text, std::size_t bytesMax) {
     result.reserve(std::min(text.size(), bytesMax));
     std::size_t sizeBeforeMark = 0;  // the longest size that leaves room for the mark
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = printableLength(std::string_view(text).substr(at));
+        const std::size_t length = printableCharacterAt(std::string_view(text).substr(at));
         const std::string piece = length > 0 ? text.substr(at, length)
                                              : escapedByte(static_cast<unsigned char>(text[at]));
         if (result.size() + piece.size() > bytesMax) {

@@ -25,6 +25,15 @@ std::size_t utf8CharacterAt(std::string_view text) {
     return isOutside ? 0 : size;
 }
 
+std::size_t printableCharacterAt(std::string_view text) {
+    const std::size_t length = utf8CharacterAt(text);
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const bool isControl = length == 1   ? byte(0) < 0x20 || byte(0) == 0x7f
+                           : length == 2 ? byte(0) == 0xc2 && byte(1) < 0xa0
+                                         : false;
+    return isControl ? 0 : length;
+}
+
 bool isUtf8(std::string_view text) {
     while (!text.empty()) {
         const std::size_t size = utf8CharacterAt(text);

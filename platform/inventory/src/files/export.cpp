@@ -1,5 +1,7 @@
+#include <kelp/inventory/layer_rate.h>
 #include <kelp/inventory/transfer.h>
 #include <kelp/util/joined.h>
+#include <kelp/util/json_text.h>
 
 #include <fstream>
 #include <functional>
@@ -63,7 +65,7 @@ NameKeys nameKeys(const EmsAttributes&) {
 }
 
 std::string jsonText(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return util::jsonText(value);
 }
 
 bool isEmpty(const Json& value) {

@@ -1,6 +1,7 @@
 #include "files/json_values.h"
 
 #include <kelp/inventory/layer_rate.h>
+#include <kelp/util/json_text.h>
 #include <kelp/util/trace_log.h>
 #include <kelp/util/utf8.h>
 
@@ -40,8 +41,7 @@ std::string assignArray(const Json& value, List& list) {
 }  // namespace
 
 std::string shown(const Json& value) {
-    return util::escaped(value.dump(-1, ' ', false, Json::error_handler_t::replace),
-                         kShownBytesMax);
+    return util::escaped(util::jsonText(value), kShownBytesMax);
 }
 
 Json jsonOf(const std::string& text) {

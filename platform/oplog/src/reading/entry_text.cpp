@@ -1,5 +1,6 @@
 #include <kelp/oplog/log_search.h>
 #include <kelp/util/csv.h>
+#include <kelp/util/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include <array>
@@ -53,7 +54,7 @@ std::string jsonOf(const LogEntry& entry) {
         object["durationUs"] = entry.duration->count();
     if (entry.missing > 0)
         object["missing"] = entry.missing;
-    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    return util::jsonText(object);
 }
 
 }  // namespace kelp::oplog

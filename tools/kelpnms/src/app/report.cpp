@@ -1,6 +1,7 @@
 #include "app/report.h"
 
 #include <fmt/core.h>
+#include <kelp/util/json_text.h>
 #include <kelp/util/trace_log.h>
 #include <unistd.h>
 
@@ -48,7 +49,7 @@ std::string timeNow() {
 
 void Report::write(const Json& json) {
     // replace invalid UTF-8 in a text, so that the rest of the line is still written
-    line(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+    line(util::jsonText(json));
 }
 
 void Report::line(const std::string& text) {

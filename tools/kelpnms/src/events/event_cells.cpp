@@ -1,5 +1,6 @@
 #include "events/event_cells.h"
 
+#include <kelp/util/json_text.h>
 #include <kelp/util/trace_log.h>
 
 #include <array>
@@ -23,8 +24,7 @@ constexpr std::array kTextFields{"additionalText", "attributeList", "failureReas
 constexpr const char* kEmsComponent = "EMS";
 
 std::string plainText(const Json& value) {
-    return value.is_string() ? value.get<std::string>()
-                             : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return value.is_string() ? value.get<std::string>() : util::jsonText(value);
 }
 
 /// Return a name as its components, or any other value as text. All objects belong to the EMS, so

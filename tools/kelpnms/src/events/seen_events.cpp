@@ -1,5 +1,7 @@
 #include "events/seen_events.h"
 
+#include <kelp/util/json_text.h>
+
 #include <functional>
 
 namespace kelp::nms {
@@ -9,8 +11,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 std::size_t hashOf(const EventRecord& event) {
-    return std::hash<std::string>{}(
-        event.type + '\n' + event.fields.dump(-1, ' ', false, Json::error_handler_t::replace));
+    return std::hash<std::string>{}(event.type + '\n' + util::jsonText(event.fields));
 }
 
 }  // namespace

@@ -11,6 +11,9 @@ namespace kelp::util {
 /// not empty; 0 if there is none.
 KELP_EXPORT std::size_t utf8CharacterAt(std::string_view text);
 
+/// The same, but 0 for a control character (U+0000 to U+001F, U+007F to U+009F) too.
+KELP_EXPORT std::size_t printableCharacterAt(std::string_view text);
+
 /// Return whether the whole text is well-formed UTF-8.
 KELP_EXPORT bool isUtf8(std::string_view text);
 

@@ -17,7 +17,7 @@ constexpr int kSlower = 10;
 /// Longest lock-out, as a multiple of the first one: long enough to make guessing hopeless, short
 /// enough to wait for.
 constexpr std::chrono::seconds::rep kLongestLockout = 8;
-constexpr std::chrono::seconds kFirstPause{1};
+constexpr std::chrono::seconds kFirstRefusal{1};
 /// Quiet time after which failures are forgotten, as a multiple of the first lock-out.
 constexpr int kQuietLockouts = 2;
 
@@ -95,7 +95,7 @@ std::optional<std::chrono::seconds> LoginThrottle::failed(const std::string& use
     Record& network = recordOf(networks_, origin.network, now);
     count(network);
     if (const int excess = network.failures - kSlower * limits.failures; excess >= 0)
-        network.refuseFor(doubled(kFirstPause, excess, limits.lockout), now);
+        network.refuseFor(doubled(kFirstRefusal, excess, limits.lockout), now);
 
     Record& anywhere = recordOf(users_, name, now);
     count(anywhere);

@@ -36,7 +36,7 @@ using kelp::util::MutexLock;
 constexpr const char* kFile = "corbasecuritymgr";
 constexpr int kUnknownUser = -1;
 
-constinit LazyInstance<CorbaSecurityMgr> theInstance;
+constinit LazyInstance<CorbaSecurityMgr> theSecurityMgr;
 
 void traceUnusable(const char* operation, const std::exception& failure) {
     tracePoint(kFile);
@@ -275,11 +275,11 @@ CorbaSecurityMgr::CorbaSecurityMgr() : state_(std::make_unique<State>()) {}
 CorbaSecurityMgr::~CorbaSecurityMgr() = default;
 
 CorbaSecurityMgr* CorbaSecurityMgr::Instance() {
-    return theInstance.get([] { return new CorbaSecurityMgr; });
+    return theSecurityMgr.get([] { return new CorbaSecurityMgr; });
 }
 
 void CorbaSecurityMgr::Destroy() {
-    theInstance.destroy([](CorbaSecurityMgr* instance) { delete instance; });
+    theSecurityMgr.destroy([](CorbaSecurityMgr* instance) { delete instance; });
 }
 
 bool CorbaSecurityMgr::Init() {

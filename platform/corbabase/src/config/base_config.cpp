@@ -1,4 +1,3 @@
-#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
@@ -32,14 +31,6 @@ using kelp::util::LockRank;
 using kelp::util::MutexLock;
 
 constexpr const char* kFile = "corbabaseagentconfig";
-
-const NS_BUNDLEMGR1::ConfigStore& config() {
-    return NS_BUNDLEMGR1::ConfigStore::instance();
-}
-
-int number(const std::string& key) {
-    return static_cast<int>(config().integer(key));
-}
 
 /// Convert a time-out in units of 100 ns to milliseconds. A limit below 1 ms becomes 1 ms, because
 /// 0 means no limit.

@@ -13,8 +13,6 @@
 
 namespace NS_CORBA {
 
-namespace {
-
 const NS_BUNDLEMGR1::ConfigStore& config() {
     return NS_BUNDLEMGR1::ConfigStore::instance();
 }
@@ -22,6 +20,8 @@ const NS_BUNDLEMGR1::ConfigStore& config() {
 int number(const std::string& key) {
     return static_cast<int>(config().integer(key));
 }
+
+namespace {
 
 constexpr int kTlsOnly = 2;
 

@@ -1,11 +1,16 @@
 #pragma once
 
+#include <kelp/bundlemgr/config_store.h>
 #include <kelp/orb/orb.h>
 
 #include <optional>
 #include <string>
 
 namespace NS_CORBA {
+
+/// The configuration, and a setting of it that is a number.
+const NS_BUNDLEMGR1::ConfigStore& config();
+int number(const std::string& key);
 
 /// The settings of session supervision. They are read together when the ORB starts and kept until
 /// it starts again.

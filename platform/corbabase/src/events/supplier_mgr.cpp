@@ -32,7 +32,7 @@ using kelp::util::LockRank;
 using kelp::util::MutexLock;
 using NS_BUNDLEMGR1::ConfigStore;
 
-constinit LazyInstance<SuppilerMgr> theInstance;
+constinit LazyInstance<SuppilerMgr> theSupplierMgr;
 constexpr int kConfiguredMode = 0;
 constexpr const char* kEmbedded = "embedded";
 /// Maximum number of alarms that wait for the alarm log's disk. A working disk never falls that far
@@ -151,11 +151,11 @@ SuppilerMgr::~SuppilerMgr() {
 }
 
 SuppilerMgr* SuppilerMgr::Instance() {
-    return theInstance.get([] { return new SuppilerMgr; });
+    return theSupplierMgr.get([] { return new SuppilerMgr; });
 }
 
 void SuppilerMgr::Destroy() {
-    theInstance.destroy([](SuppilerMgr* instance) { delete instance; });
+    theSupplierMgr.destroy([](SuppilerMgr* instance) { delete instance; });
 }
 
 void SuppilerMgr::SetCallBack(CallBackProcessBase* callBack) {

@@ -22,7 +22,7 @@ using NS_BUNDLEMGR1::LightEventMgr;
 
 constexpr const char* kFile = "embeddednaming";
 
-std::size_t size(const char* key) {
+std::size_t sizeOf(const char* key) {
     return static_cast<std::size_t>(ConfigStore::instance().integer(key));
 }
 
@@ -35,10 +35,10 @@ std::vector<NamingPath> configuredAliases() {
 
 kelp::naming::NamingLimits configuredLimits() {
     kelp::naming::NamingLimits limits;
-    limits.listMax = size("naming.list_max");
-    limits.iteratorsPerAddress = size("naming.iterators_per_address");
-    limits.iteratorsMax = size("naming.iterators_max");
-    limits.iteratorIdle = std::chrono::seconds(size("naming.iterator_idle_s"));
+    limits.listMax = sizeOf("naming.list_max");
+    limits.iteratorsPerAddress = sizeOf("naming.iterators_per_address");
+    limits.iteratorsMax = sizeOf("naming.iterators_max");
+    limits.iteratorIdle = std::chrono::seconds(sizeOf("naming.iterator_idle_s"));
     return limits;
 }
 

@@ -13,7 +13,7 @@ namespace kelp::oplog {
 
 namespace {
 
-constexpr std::chrono::milliseconds kBusy{2000};
+constexpr std::chrono::milliseconds kAppendBusy{2000};
 
 LogEntry toEntry(SecurityRecord record) {
     LogEntry entry;
@@ -58,7 +58,7 @@ void SecurityLog::stop() {
 void appendSecurityRecord(const LogSettings& settings, const SecurityRecord& record) {
     std::vector<LogEntry> entries{toEntry(record)};
     cut(entries.front());
-    LogStore(settings.database, LogKind::Security, kBusy, LogStore::Damaged::IsAnError,
+    LogStore(settings.database, LogKind::Security, kAppendBusy, LogStore::Damaged::IsAnError,
              settings.auditKeyFile)
         .append(entries);
 }

@@ -10,7 +10,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using transmissionParameters::LayerRateList_T;
 
-const std::string kInA = "EMS=Kelp/EMS ManagedElement=A ";
+const std::string kOfA = "EMS=Kelp/EMS ManagedElement=A ";
 
 LayerRateList_T rates(std::initializer_list<int> numbers) {
     LayerRateList_T list;
@@ -49,10 +49,10 @@ class Ports : public ManagedElementTest {
 
 TEST_F(Ports, IncludePhysicalAndFloatingPorts) {
     EXPECT_THAT(ports(&Manager::getAllPTPs),
-                ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2", kInA + "FTP=f1"));
+                ElementsAre(kOfA + "PTP=p1", kOfA + "PTP=p2", kOfA + "FTP=f1"));
     EXPECT_THAT(ports(&Manager::getAllPTPsWithoutFTPs),
-                ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
-    EXPECT_THAT(ports(&Manager::getAllFTPs), ElementsAre(kInA + "FTP=f1"));
+                ElementsAre(kOfA + "PTP=p1", kOfA + "PTP=p2"));
+    EXPECT_THAT(ports(&Manager::getAllFTPs), ElementsAre(kOfA + "FTP=f1"));
 }
 
 TEST_F(Ports, NamesMatchTheObjects) {
@@ -64,11 +64,11 @@ TEST_F(Ports, NamesMatchTheObjects) {
 
 TEST_F(Ports, AreChosenByTheirLayersAndTheirConnectionRates) {
     EXPECT_THAT(ports(&Manager::getAllPTPs, rates({5, 47})),
-                ElementsAre(kInA + "PTP=p1", kInA + "PTP=p2"));
-    EXPECT_THAT(ports(&Manager::getAllPTPs, rates({47})), ElementsAre(kInA + "PTP=p1"));
-    EXPECT_THAT(ports(&Manager::getAllPTPs, {}, rates({11})), ElementsAre(kInA + "PTP=p2"));
+                ElementsAre(kOfA + "PTP=p1", kOfA + "PTP=p2"));
+    EXPECT_THAT(ports(&Manager::getAllPTPs, rates({47})), ElementsAre(kOfA + "PTP=p1"));
+    EXPECT_THAT(ports(&Manager::getAllPTPs, {}, rates({11})), ElementsAre(kOfA + "PTP=p2"));
     EXPECT_THAT(ports(&Manager::getAllPTPs, rates({47}), rates({11})), IsEmpty());
-    EXPECT_THAT(portNames(&Manager::getAllFTPNames, rates({98})), ElementsAre(kInA + "FTP=f1"));
+    EXPECT_THAT(portNames(&Manager::getAllFTPNames, rates({98})), ElementsAre(kOfA + "FTP=f1"));
 }
 
 TEST_F(Ports, RestComesThroughTheIterator) {
@@ -79,7 +79,7 @@ TEST_F(Ports, RestComesThroughTheIterator) {
     const auto rest =
         agent_->overTheWire<terminationPoint::TerminationPointIterator_I>(iterator.in());
     EXPECT_FALSE(rest->next_n(2, list.out()));
-    EXPECT_THAT(namesOf(list.in()), ElementsAre(kInA + "FTP=f1"));
+    EXPECT_THAT(namesOf(list.in()), ElementsAre(kOfA + "FTP=f1"));
 }
 
 TEST_F(Ports, NumbersThatAreNoLayerRatesAreInvalid) {
@@ -105,7 +105,7 @@ TEST_F(Ports, ElementMustExist) {
 TEST_F(Ports, HaveTheAttributesOfTheInventory) {
     TerminationPoint_T_var port;
     manager_->getTP(nameOf({{"ManagedElement", "A"}, {"PTP", "p1"}}), port.out());
-    EXPECT_EQ(textOf(port->name), kInA + "PTP=p1");
+    EXPECT_EQ(textOf(port->name), kOfA + "PTP=p1");
     EXPECT_EQ(port->type, terminationPoint::TPT_PTP);
     EXPECT_STREQ(port->nativeEMSName, "p1");
     EXPECT_TRUE(port->edgePoint);
@@ -124,7 +124,7 @@ TEST_F(Ports, FloatingPortIsRecognisedByItsName) {
     TerminationPoint_T_var port;
     manager_->getTP(nameOf({{"ManagedElement", "A"}, {"FTP", "f1"}}), port.out());
     EXPECT_EQ(port->type, terminationPoint::TPT_PTP);
-    EXPECT_EQ(textOf(port->name), kInA + "FTP=f1");
+    EXPECT_EQ(textOf(port->name), kOfA + "FTP=f1");
 }
 
 TEST_F(Ports, ConnectionPointIsFoundByItsName) {

@@ -9,7 +9,6 @@ namespace kelp::test {
 namespace {
 
 constexpr int kLogInRefused = 4;
-constexpr int kConfigurationError = 3;  ///< exit code of kelpd
 
 constexpr const char* kNotThisCertificate =
     "The user may not log in with this certificate, or without one.";

@@ -13,6 +13,7 @@ namespace kelp::test {
 inline constexpr int kDone = 0;
 inline constexpr int kWrongUse = 2;
 inline constexpr int kUnreachable = 3;
+inline constexpr int kConfigurationError = 3;  ///< exit code of kelpd
 
 /// A host with certificates, and kelpnms over TLS.
 class TlsTest : public KelpnmsTest {

@@ -6,8 +6,6 @@
 namespace kelp::test {
 namespace {
 
-constexpr int kConfigurationError = 3;  ///< exit code of kelpd
-
 class TlsModes : public TlsTest, public testing::WithParamInterface<int> {};
 
 TEST_P(TlsModes, NmsWorksFromLogInToLogOutIncludingTheCallsToItself) {

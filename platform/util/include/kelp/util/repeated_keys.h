@@ -15,7 +15,7 @@ class KELP_EXPORT RepeatedKeys {
   public:
     void beginObject();
     void endObject();
-    /// Add a key of the innermost open object. False if the object has it already.
+    /// Add a key of the innermost open object. False if the key is a duplicate.
     bool add(const std::string& key);
 
     /// Pass on an event of nlohmann's parser, with the value that the parser reports with it. False

@@ -98,7 +98,7 @@ std::int16_t readLayerRate(const Json& value) {
 }
 
 std::string readTime(const Json& value) {
-    const std::string text = readText(value);
+    std::string text = readText(value);
     if (text.empty())
         return text;
     bool isWrong = false;

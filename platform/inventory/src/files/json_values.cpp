@@ -123,7 +123,7 @@ std::string assign(const Json& value, NameValues& values) {
     for (const auto& [name, each] : value.items()) {
         values.push_back({name, ""});
         if (std::string problem = assign(each, values.back().value); !problem.empty())
-            return name + ": " + problem;
+            return problem.insert(0, name + ": ");
     }
     return "";
 }
@@ -145,7 +145,7 @@ std::string assign(const Json& value, LayeredParameterList& layers) {
             return shown(name) + " is not a layer rate";
         layers.push_back({*rate, {}});
         if (std::string problem = assign(parameters, layers.back().parameters); !problem.empty())
-            return name + ": " + problem;
+            return problem.insert(0, name + ": ");
     }
     return "";
 }

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 class DeadPeers : public ChangesFixture {
   protected:
-    static constexpr const char* kGivenUp = " is told of no more changes of event types: ";
+    static constexpr const char* kGivenUp = " receives no more changes of event types: ";
 
     /// Return the proxy of a consumer that hangs, with updates on.
     PushProxy hung(const DeafListener& host) {

@@ -151,7 +151,7 @@ TEST_F(FilterCallbacks, ThatFailAreDetached) {
     const CallbackID second = attach(healthy);
     add({"A"});
     ASSERT_TRUE(healthy.isTold(1));
-    EXPECT_TRUE(trace.waitFor("the callback of a filter is told of no more changes"));
+    EXPECT_TRUE(trace.waitFor("the callback of a filter receives no more changes"));
     EXPECT_THAT(callbacks(), ElementsAre(second));
 }
 

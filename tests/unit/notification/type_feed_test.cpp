@@ -165,7 +165,7 @@ TEST_F(Feed, GivesUpAPeerThatFailsAndSaysWhy) {
         const auto types = feed();
         types->follow(failing.peer("consumer 7/9"), {});
         types->publish({kA});
-        EXPECT_TRUE(trace.waitFor("consumer 7/9 is told of no more changes of event types: "));
+        EXPECT_TRUE(trace.waitFor("consumer 7/9 receives no more changes of event types: "));
         EXPECT_TRUE(types->followers().empty());
         types->publish({kB});
         EXPECT_FALSE(types->tellNext());

@@ -101,7 +101,7 @@ bool TypeFeed::tellNext() {
                    " does not take a change of event types: " + kelp::orb::exceptionText(refused));
     } catch (const CORBA::Exception& failure) {
         unfollow(id);
-        traceTypes(peer->name + " is told of no more changes of event types: " +
+        traceTypes(peer->name + " receives no more changes of event types: " +
                    kelp::orb::exceptionText(failure));
     }
     return true;

@@ -7,9 +7,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -76,7 +78,8 @@ inline std::uint16_t freePort() {
 }
 
 /// Connect to a port of the loopback interface, to send bytes that no client sends. `source` is the
-/// address that the connection comes from, any of 127.0.0.0/8.
+/// address that the connection comes from, any of 127.0.0.0/8. The peer may have reset the
+/// connection by the time this returns.
 inline Socket connectTo(std::uint16_t port, const char* source = "127.0.0.1") {
     Socket made = tcpSocket();
     sockaddr_in own = loopbackAddress(0);
@@ -84,8 +87,10 @@ inline Socket connectTo(std::uint16_t port, const char* source = "127.0.0.1") {
         ::bind(made.fd(), reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0)
         throw std::runtime_error(std::string("no connection from ") + source);
     const sockaddr_in address = loopbackAddress(port);
-    if (::connect(made.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        throw std::runtime_error("no connection to port " + std::to_string(port));
+    if (::connect(made.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+        errno != ECONNRESET)
+        throw std::system_error(errno, std::generic_category(),
+                                "no connection to port " + std::to_string(port));
     return made;
 }
 

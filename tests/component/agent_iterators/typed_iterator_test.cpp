@@ -98,6 +98,20 @@ TEST_F(TypedIterator, GivesTheRestAndEndsWithItsLastBatch) {
     EXPECT_TRUE(isClosed(answer.rest.in()));
 }
 
+TEST_F(TypedIterator, AnswersNoCallThatArrivesBeforeTheOrbHasDeactivatedIt) {
+    using Batches = NS_KELPCORBA::ListBatches<globaldefs::NamingAttributesList_T>;
+    auto* const made = new NameIterator(
+        PortableServer::POA::_nil(),
+        std::make_unique<Batches>(std::make_unique<NumberedNames>(3), Batches::Limits()));
+    const PortableServer::ServantBase_var owner = made;
+    NamingAttributesList_T_var names;
+    EXPECT_EQ(made->getLength(), 3u);
+    EXPECT_FALSE(made->next_n(3, names.out()));
+    EXPECT_TRUE(isGone([&] { made->getLength(); }));
+    EXPECT_TRUE(isGone([&] { made->next_n(1, names.out()); }));
+    EXPECT_TRUE(isGone([&] { made->destroy(); }));
+}
+
 TEST_F(TypedIterator, GivesAllThroughTheIteratorForZero) {
     const Answer answer = list(3, 0);
     EXPECT_TRUE(answer.first.empty());

@@ -44,7 +44,8 @@ inline bool isClosedByPeer(const Socket& socket) {
     char buffer[4096];
     for (;;) {
         const ssize_t count = ::recv(socket.fd(), buffer, sizeof buffer, 0);
-        if (count == 0 || (count < 0 && errno == ECONNRESET))
+        // ENOTCONN: it was reset before connectTo returned
+        if (count == 0 || (count < 0 && (errno == ECONNRESET || errno == ENOTCONN)))
             return true;
         if (count < 0)
             return false;

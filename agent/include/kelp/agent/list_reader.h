@@ -63,7 +63,7 @@ class ListReader final : public ReadAheadHolder,
             return std::nullopt;
         Batch batch = takeNext(howMany);
         if (!batch.isMore)
-            batches_.reset();
+            end();
         else if (howMany > 0)
             lookAhead(howMany);
         return batch;
@@ -75,11 +75,14 @@ class ListReader final : public ReadAheadHolder,
         isWanted_ = false;
         const kelp::util::MutexLock lock(mutex_);
         const bool wasOpen = batches_ != nullptr;
-        batches_.reset();
+        end();
         ahead_.reset();
         place_.giveBack();
         return wasOpen;
     }
+
+    /// Whether the list is over. Waits for nothing.
+    bool isOver() const { return isOver_; }
 
     /// Begin no further read, because no request can arrive any more. Does not wait for a read in
     /// progress.
@@ -101,6 +104,10 @@ class ListReader final : public ReadAheadHolder,
     }
 
   private:
+    void end() KELP_REQUIRES(mutex_) {
+        isOver_ = true;
+        batches_.reset();
+    }
     Batch takeNext(CORBA::ULong howMany) KELP_REQUIRES(mutex_) {
         ++turn_;  // a read that is still queued comes too late
         std::optional<Batch> ahead = std::exchange(ahead_, std::nullopt);
@@ -149,6 +156,7 @@ class ListReader final : public ReadAheadHolder,
     // changes with every call to next and with every drop
     unsigned long turn_ KELP_GUARDED_BY(mutex_) = 0;
     std::atomic<bool> isWanted_{true};
+    std::atomic<bool> isOver_{false};
 };
 
 }  // namespace NS_KELPCORBA

@@ -83,7 +83,12 @@ class TypedIterator final : public Skeleton {
     }
     /// Number of entries that the first answer left for the iterator, regardless of how many have
     /// been read since.
-    CORBA::ULong getLength() override { return length_; }
+    CORBA::ULong getLength() override {
+        // the ORB may still deliver calls for a moment after the iterator was deactivated
+        if (reader_->isOver())
+            throw CORBA::OBJECT_NOT_EXIST();
+        return length_;
+    }
     void destroy() override {
         if (!reader_->close())
             throw CORBA::OBJECT_NOT_EXIST();

@@ -11,25 +11,25 @@
 
 namespace kelp::host {
 
-/// Return the end of validity of the first certificate in a PEM file; none when the file does not
-/// exist or contains no certificate.
+/// Return when the first certificate in a PEM file expires. None when the file does not exist or
+/// contains no certificate.
 std::optional<std::chrono::system_clock::time_point> certificateEnd(
     const std::filesystem::path& file);
 
-/// Return a warning about a certificate with this end of validity. Empty if it remains valid for at
+/// Return a warning about a certificate that expires at `end`. Empty if it remains valid for at
 /// least 30 days after `now`.
 std::string certificateWarning(const std::filesystem::path& file,
                                std::optional<std::chrono::system_clock::time_point> end,
                                std::chrono::system_clock::time_point now);
 
-/// Return a warning about a revocation list. Empty if its successor is not due within 3 days after
+/// Return a warning about a revocation list. Empty if the next list is not due within 3 days after
 /// `now`.
 std::string revocationListWarning(const std::filesystem::path& file,
                                   const orb::RevocationListEnd& list,
                                   std::chrono::system_clock::time_point now);
 
 /// Checks at construction, and then once a day, whether this process's certificate or one of its
-/// revocation lists is about to end. Traces a warning if so.
+/// revocation lists is about to expire. Traces a warning if so.
 class CertificateWatch {
   public:
     /// `revocationLists` may be empty.

@@ -3,7 +3,7 @@
 namespace kelp::host {
 
 /// Raise the limit of open descriptors of this process and its children to the maximum that the
-/// system allows. Called before many are needed.
+/// system allows. Call it before many descriptors are needed.
 void raiseDescriptorLimit();
 
 }  // namespace kelp::host

@@ -10,8 +10,8 @@ namespace kelp::host {
 /// bind it has failed and was reported. The agent's monitor makes that attempt some seconds after
 /// the start. Return the reason why NMS cannot find the factory; empty when they can.
 ///
-/// Returns after at most 20 s, which the monitor's calls stay within. Returns an empty text at once
-/// when a stop is requested or no bundle has started the ORB.
+/// Wait at most 20 s, which is longer than the monitor's first attempt takes. Return an empty text
+/// at once when a stop is requested or no bundle has started the ORB.
 std::string awaitFactoryEntry(SignalWatch& signals);
 
 }  // namespace kelp::host

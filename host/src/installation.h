@@ -12,7 +12,7 @@ using Places = std::vector<std::filesystem::path>;
 /// Return the folder of the running program.
 std::filesystem::path programDirectory();
 
-/// Return the possible folders of the bundles for a configuration that names none: that of a build
+/// Return the folders where the bundles may be when the configuration names none: that of a build
 /// folder, and that of an installation.
 Places bundleDirectories(const std::filesystem::path& programDirectory);
 

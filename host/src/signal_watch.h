@@ -22,8 +22,8 @@ class SignalWatch {
     SignalWatch(const SignalWatch&) = delete;
     SignalWatch& operator=(const SignalWatch&) = delete;
 
-    /// Wait for the next event. Reloads requested in the meantime count as one. A stop is reported
-    /// first, and by every later call too.
+    /// Wait for the next event. All reloads requested since the last call count as one. A stop is
+    /// reported before a reload, and again by every later call.
     Event next() KELP_EXCLUDES(mutex_);
     /// Whether a stop was requested. next() then reports it.
     bool isStopAskedFor() KELP_EXCLUDES(mutex_);

@@ -24,8 +24,8 @@ void toIdl(const inventory::TopologicalLink& row, topologicalLink::TopologicalLi
 void toIdl(const inventory::Subnetwork& row,
            multiLayerSubnetwork::MultiLayerSubnetwork_T& subnetwork);
 
-// Size of a structure in a message, in bytes, including alignment. It may be too large, but not too
-// small.
+// Return the size of a structure in a message, in bytes, including alignment. The estimate may be
+// too large, but not too small.
 std::size_t encodedSize(const globaldefs::NVSList_T& list);
 std::size_t encodedSize(const managedElement::ManagedElement_T& element);
 std::size_t encodedSize(const equipment::EquipmentOrHolder_T& either);

@@ -7,9 +7,9 @@
 
 namespace kelp::managers {
 
-/// Fill a structure's string, which must be default-constructed, that is, empty. Faster than
-/// CORBA::string_dup, which would search for the end of the text twice and allocate memory even for
-/// an empty text.
+/// Fill a string member of a structure. The member must be empty, as a default-constructed one is.
+/// This is faster than CORBA::string_dup, which would search for the end of the text twice and
+/// allocate memory even for an empty text.
 template <class Member>
 void textToIdl(std::string_view text, Member& member) {
     if (text.empty())

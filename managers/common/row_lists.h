@@ -50,9 +50,8 @@ class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
         : inventory_(std::move(from)), ids_(std::move(ids)) {}
 
     CORBA::ULong left() const override { return static_cast<CORBA::ULong>(ids_.count()); }
-    /// Reads on until at least one row was read or none is left, because deleted rows are skipped.
-    /// A million rows may have been deleted, so the list ends with TRANSIENT when the process is
-    /// stopping.
+    /// Deleted rows are skipped, so continue until at least one row was read or none is left. That
+    /// may take long after a million deletions, so end with TRANSIENT when the process is stopping.
     void read(CORBA::ULong most, Sequence& entries) override {
         const CORBA::ULong before = entries.length();
         while (most > 0 && !ids_.empty() && entries.length() == before) {

@@ -21,9 +21,9 @@ struct ConnectionLimits {
     std::chrono::milliseconds writeTime{0};
 };
 
-/// One connection, as the HTTP library reads and writes it. Its limits apply to the whole request,
-/// however its bytes arrive. One thread uses it. Only cut() and owesRequestFor() may be called by
-/// any thread.
+/// One connection, which the HTTP library reads and writes as a stream. Its limits apply to the
+/// whole request, in whatever pieces its bytes arrive. One thread uses it. Only cut() and
+/// owesRequestFor() may be called by any thread.
 class Connection final : public httplib::Stream {
   public:
     Connection(util::Descriptor socket, const ConnectionLimits& limits);

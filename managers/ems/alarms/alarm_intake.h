@@ -9,9 +9,8 @@ namespace kelp::ems {
 
 /// Accepts alarms from the operator's interface and passes them to the notification channel. Each
 /// alarm gets a notification id. The ids increase from one alarm to the next, also after a restart,
-/// because they start with the time of the start in microseconds. That fails only if the clock is
-/// set back, or if a whole run averages more than a million alarms per second. Any thread may call
-/// it.
+/// because they start with the time of the start in microseconds. This holds unless the clock is
+/// set back, or a whole run averages more than a million alarms per second. Any thread may call it.
 class AlarmIntake {
   public:
     AlarmIntake();

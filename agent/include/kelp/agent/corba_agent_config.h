@@ -16,8 +16,9 @@ namespace NS_KELPCORBA {
 /// reference of the session factory. This class only stores the options. The bundles of the agent
 /// decide what each of them means.
 ///
-/// Each accessor names in brackets the value before the first read, and the value that a missing or
-/// unreadable key leads to. "Kept" means that the option keeps its value.
+/// The brackets after each accessor give its value before the first read, and its value after a
+/// read in which the key is missing or unreadable. "Kept" means that the option then keeps its
+/// value.
 ///
 /// The process has one instance. The first Instance() makes it, and the agent's stop destroys it.
 /// Any thread may call it, also while ReConfig reads the options again: a reader then gets either
@@ -29,8 +30,8 @@ class KELP_EXPORT CorbaAgentConfig {
     /// Release the factory's reference and the instance. Does nothing when there is no instance.
     static void Destroy();
 
-    /// Read all options. Always true: a missing or unreadable key is not an error. It is traced at
-    /// debug level 2.
+    /// Read all options. Always return true: a missing or unreadable key is not an error. It is
+    /// traced at debug level 2.
     bool Init();
     bool ReConfig();
     bool GetOption();

@@ -19,10 +19,10 @@ class ListSource {
 
     /// Number of entries that have not been read.
     virtual CORBA::ULong left() const = 0;
-    /// Append the next entries to `entries`: at least one and at most `most`. May append none if
-    /// none is left afterwards.
+    /// Append the next entries to `entries`: at least one and at most `most`. May append none only
+    /// if the list has no further entries.
     virtual void read(CORBA::ULong most, Sequence& entries) = 0;
-    /// With `keep` remember the position, so that goBack can return to it. Without `keep` forget
+    /// If `keep` is true, remember the position, so that goBack can return to it. Otherwise forget
     /// it. Return false when the source cannot go back.
     virtual bool keepWayBack(bool keep) {
         static_cast<void>(keep);
@@ -30,8 +30,8 @@ class ListSource {
     }
     /// Return to the position of the last keepWayBack(true). Called only if that returned true.
     virtual void goBack() {}
-    /// Return the size of entries[index] in a message, in bytes. It may be too large, but not too
-    /// small.
+    /// Return the size of entries[index] in a message, in bytes. An estimate may be too large, but
+    /// not too small.
     virtual std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const = 0;
 };
 
@@ -50,8 +50,8 @@ class ListBatches {
 
     CORBA::ULong left() const { return source_->left() + heldLeft(); }
 
-    /// Return the next entries, at most `howMany` and possibly fewer. The caller owns them. At
-    /// least one, unless `howMany` is 0 or no entry is left.
+    /// Return the next entries, at most `howMany` and possibly fewer. Return at least one, unless
+    /// `howMany` is 0 or no entry is left. The caller owns them.
     Sequence* next(CORBA::ULong howMany) {
         const CORBA::ULong most = std::min({howMany, limits_.entries, left()});
         // at its full size from the start: a sequence that grows copies its entries
@@ -90,8 +90,8 @@ class ListBatches {
         mayGoBack_ = false;
     }
     /// Undo the reading of `batch`, which must be the only batch since mark(). Its entries are
-    /// returned first next time. The source reads them again then, so they take no memory until
-    /// then. Return false and change nothing when the source cannot go back.
+    /// returned first next time. The source reads them again, so they take no memory in the
+    /// meantime. Return false and change nothing when the source cannot go back.
     bool goBack(Sequence& batch) {
         if (!mayGoBack_)
             return false;

@@ -33,7 +33,7 @@ template <class Sequence>
 class ListReader final : public ReadAheadHolder,
                          public std::enable_shared_from_this<ListReader<Sequence>> {
   public:
-    /// Entries are null when they could not be read. The reason is traced.
+    /// `entries` is null when they could not be read. The reason is traced.
     struct Batch {
         std::unique_ptr<Sequence> entries;
         bool isMore = false;
@@ -93,7 +93,7 @@ class ListReader final : public ReadAheadHolder,
             return;  // a call in progress takes the batch
         const kelp::util::MutexLock lock(mutex_, std::adopt_lock);
         if (!place_ || aheadSince_ >= time)
-            return;  // there is none to drop
+            return;  // no batch is old enough to drop
         ++turn_;     // a read that is still queued does nothing
         if (ahead_ && ahead_->entries) {
             if (!batches_ || !batches_->goBack(*ahead_->entries))
@@ -150,7 +150,7 @@ class ListReader final : public ReadAheadHolder,
     // null when the list is over
     std::unique_ptr<ListBatches<Sequence>> batches_ KELP_GUARDED_BY(mutex_);
     std::optional<Batch> ahead_ KELP_GUARDED_BY(mutex_);
-    // for ahead_; taken before the read is queued
+    // the place for ahead_; taken before the read is queued
     ReadAheadPlace place_ KELP_GUARDED_BY(mutex_);
     Time aheadSince_ KELP_GUARDED_BY(mutex_){};  // when the place was taken
     // changes with every call to next and with every drop

@@ -10,8 +10,8 @@
 namespace NS_KELPCORBA {
 
 /// The open iterators in the order of their opening: all of them, and those of each session. Holds
-/// pointers only. The name of its POA identifies a session. It is empty for an iterator without a
-/// session. Not thread safe.
+/// pointers only. A session is identified by the name of its POA. The name is empty for an iterator
+/// without a session. Not thread safe.
 class OpenIterators {
   public:
     using Iterator = PortableServer::ServantBase*;

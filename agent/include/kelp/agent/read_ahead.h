@@ -13,8 +13,8 @@ namespace NS_KELPCORBA {
 /// How long a batch that was read ahead is kept for its NMS.
 inline constexpr std::chrono::seconds kReadAheadKept{60};
 
-/// Return the owner that a read-ahead place for the current request counts for: the network of the
-/// NMS's address. Empty for a call inside the process.
+/// Return the owner of a read-ahead place that the current request takes: the network of the NMS's
+/// address. Empty for a call inside the process.
 KELP_EXPORT std::string readAheadOwner();
 
 /// One of the places for batches that are read ahead (`[iterator] read_ahead`). The destructor
@@ -72,9 +72,9 @@ class ReadAheadHolder {
     virtual void dropAheadOlderThan(Time time) = 0;
 };
 
-/// Let a worker of the module's task manager do the work. Return false when the task manager does
-/// not exist, is stopping or has a full queue. Work that is still queued when the module stops is
-/// destroyed and not done.
+/// Queue the work for a worker of the module's task manager. Return false when the task manager
+/// does not exist, is stopping or has a full queue. Work that is still queued when the module stops
+/// is destroyed without being run.
 KELP_EXPORT bool readAheadLater(std::function<void()> work);
 
 }  // namespace NS_KELPCORBA

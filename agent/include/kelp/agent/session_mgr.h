@@ -41,10 +41,10 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
     void DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* data) override;
 };
 
-/// The process-wide registry of all that belongs to logged-in NMS: sessions in log-in order,
-/// iterators in order of creation, manager servants by name. Its service thread checks every
-/// session once per interval and erases the sessions that are over. It calls the NMS on threads
-/// that live as long as one round.
+/// The process-wide registry of the objects of logged-in NMS: sessions in log-in order, iterators
+/// in order of creation, manager servants by name. Its service thread checks every session once per
+/// interval and erases the sessions that are over. It calls the NMS on threads that live as long as
+/// one round.
 ///
 /// Any thread may call it. The session list, the waiting sessions, the iterator list, the servants
 /// and the event-loss state are separate objects, each with its own lock. No two of these locks are
@@ -59,8 +59,8 @@ class SessionMgr : public ACE_Task_Base {
     /// instance.
     static void Destroy();
 
-    /// Make the servants of the managers in the base configuration and start the ping thread. 0 or
-    /// -1.
+    /// Make the servants of the managers in the base configuration and start the ping thread.
+    /// Return 0, or -1 on failure.
     int Init();
     int open(void* args = nullptr) override;
     int close(unsigned long flags = 0) override;
@@ -72,11 +72,11 @@ class SessionMgr : public ACE_Task_Base {
 
     // -- sessions
     /// List a session. Return 0 and take over one reference. Return -1 when the session lock
-    /// failed, or when the ping thread has ended: it could no longer notify the NMS of the
-    /// session's end. The caller then keeps the reference, and also when std::bad_alloc is thrown.
+    /// failed, or when the ping thread has ended and can no longer notify the NMS of the session's
+    /// end. The caller keeps the reference when -1 is returned or std::bad_alloc is thrown.
     int add_emsSession(EmsSession_IImpl* session);
-    /// Remove the sessions that are listed and no longer Normal, and drop the list's references.
-    /// Return their number.
+    /// Remove those of the given sessions that are listed and no longer Normal, and drop the list's
+    /// references. Return their number.
     int EraseSessions(const std::list<EmsSession_IImpl*>& sessions);
     /// Remove the first session of this NMS and user from the list. The caller takes over the
     /// list's reference and must `_remove_ref` it. Null when there is none.
@@ -138,8 +138,8 @@ class SessionMgr : public ACE_Task_Base {
     /// The same, and also return the iterator's reference, nil on failure. The caller cannot look
     /// it up later, because the iterator may already have been evicted by then.
     unsigned long add_iterator(PortableServer::ServantBase* iterator, CORBA::Object_var& reference);
-    /// Remove an iterator from the list and drop the list's reference. Ignores one that is not
-    /// listed. 0, or -1 when the iterator lock failed.
+    /// Remove an iterator from the list and drop the list's reference. Ignore one that is not
+    /// listed. Return 0, or -1 when the iterator lock failed.
     int remove_iterator(PortableServer::ServantBase* iterator);
     std::size_t IteratorCount();
 

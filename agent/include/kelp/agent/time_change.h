@@ -74,7 +74,7 @@ class KELP_EXPORT TimeChange {
     /// Whether the fields are a valid time. Every fourth year has a 29 February. The year is not
     /// checked otherwise.
     static bool checkDateTimeValid(const stDateTimeType& time);
-    /// 0 when equal, 1 when `a` is later, 2 when `a` is earlier.
+    /// Return 0 when they are equal, 1 when `a` is later, 2 when `a` is earlier.
     static int compareDateTime(const stDateTimeType& a, const stDateTimeType& b);
 };
 

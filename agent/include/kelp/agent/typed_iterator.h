@@ -67,9 +67,9 @@ class TypedIterator final : public Skeleton {
         return PortableServer::POA::_duplicate(poa_.in());
     }
 
-    /// Return at most `howMany` entries, possibly fewer. For 0 return none and keep the iterator.
-    /// False when that was the last batch. Throws EXCPT_INTERNAL_ERROR when the batch cannot be
-    /// read. The list then ends, because entries may be lost.
+    /// Put at most `howMany` entries into `list`, possibly fewer. For 0 return no entry and keep
+    /// the iterator. Return false with the last batch. Throws EXCPT_INTERNAL_ERROR when the batch
+    /// cannot be read. The list then ends, because entries may be lost.
     CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut list) override {
         std::optional<Batch> batch = reader_->next(howMany);
         if (!batch)

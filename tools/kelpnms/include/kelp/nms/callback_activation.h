@@ -20,7 +20,7 @@ class CallbackActivation {
 
     /// The reference is borrowed.
     nmsSession::NmsSession_I_ptr reference() const;
-    /// Set what the object answers as its associated session from now on. Nil removes the
+    /// Set the session that the object returns as its associated session. Nil removes the
     /// association.
     void associate(session::Session_I_ptr session);
 

@@ -20,7 +20,7 @@ class EventListener {
     virtual void eventsEnded() = 0;
 };
 
-/// What an NMS asks of the EMS's event channel.
+/// The events that an NMS requests from the EMS's event channel.
 struct EventWish {
     std::string filter;  ///< in the extended trader constraint language; empty selects every event
     bool inSequences = false;  ///< push events in batches instead of one by one

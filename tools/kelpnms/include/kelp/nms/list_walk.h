@@ -12,7 +12,8 @@
 
 namespace kelp::nms {
 
-/// The entries that a walk through a list counts, and the EMS's deviations from the standard.
+/// Counts the entries of a list while it is read, and records the EMS's deviations from the
+/// standard.
 class ListCount {
   public:
     /// Number of entries received so far.
@@ -21,9 +22,9 @@ class ListCount {
     /// report it.
     std::optional<std::uint64_t> total() const { return total_; }
     /// Sentences that describe deviations: the EMS sent more entries than requested, more or fewer
-    /// than getLength reported, or getLength failed. When `isDoubtful`, entries may be missing or
-    /// repeated.
+    /// than getLength reported, or getLength failed.
     const std::vector<std::string>& remarks() const { return remarks_; }
+    /// Whether entries may be missing or repeated.
     bool isDoubtful() const { return isDoubtful_; }
 
   protected:
@@ -69,7 +70,7 @@ class ListCount {
 template <class List, class Iterator>
 class ListWalk : public ListCount {
   public:
-    /// `doing` is the beginning of every failure's text. `batch` is the how_many of every call, at
+    /// The text of every failure begins with `doing`. `batch` is the how_many of every call, at
     /// least 1.
     ListWalk(std::string doing, CORBA::ULong batch)
         : ListCount(std::move(doing)), batchSize_(batch) {}

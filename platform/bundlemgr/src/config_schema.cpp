@@ -124,9 +124,9 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("orb", "message_bytes_max", 104857600, 8192, kIntMax, restart,
                    "Maximum size of a CORBA message that is accepted or sent, in bytes."),
         textKey("orb", "transport", "gate", {"gate", "orb"}, restart,
-                "What accepts connections. \"gate\" passes only well-formed messages of allowed "
-                "callers to the ORB, within the limits below. \"orb\" is the ORB's own transport "
-                "without these limits, to work around a fault in the gate."),
+                "Transport that accepts connections. \"gate\" passes only well-formed messages "
+                "of allowed callers to the ORB, within the limits below. \"orb\" is the ORB's "
+                "own transport without these limits, to work around a fault in the gate."),
         integerKey("orb", "connections_max", 2000, 2, 1000000, restart,
                    "Maximum number of connections; at most half of the descriptors that this "
                    "process may have. When it is reached, a new connection replaces one that has "
@@ -134,7 +134,8 @@ std::vector<ConfigKey> serviceKeys() {
                    "addresses without a log-in. If there is none, the new one is refused."),
         integerKey("orb", "connections_per_address_max", 500, 1, 1000000, restart,
                    "Maximum number of connections from one address. A further connection replaces "
-                   "the one that has been idle longest."),
+                   "one of this address that has sent no request yet, or the one that has been "
+                   "idle longest. If there is none, it is refused."),
         integerKey("orb", "connections_reserved", 200, 0, 1000000, restart,
                    "Number of connections of connections_max that are reserved for addresses with "
                    "a log-in."),
@@ -330,9 +331,9 @@ std::vector<ConfigKey> serviceKeys() {
                    "is refused with EXCPT_ACCESS_DENIED, unless it resumes or replaces the "
                    "caller's existing session."),
         integerKey("session", "log_ins_at_once", 20, 0, 1000000, Change::AtReload,
-                   "Number of log-ins of one NMS and user that are served at once. Each further "
-                   "log-in waits a second. A pause of the NMS frees one log-in for each second. 0: "
-                   "no log-in waits."),
+                   "Number of log-ins that one NMS and user may make in quick succession. Each "
+                   "further log-in waits for a second. Each second without a log-in allows one "
+                   "more. 0: no log-in waits."),
         integerKey("session", "per_address_max", 500, 1, 1000000, Change::AtReload,
                    "Maximum number of sessions from one address at the same time, over all "
                    "accounts. NMS behind one NAT address share it."),
@@ -341,9 +342,9 @@ std::vector<ConfigKey> serviceKeys() {
                    "Number of open iterators above which opening a further one closes the oldest "
                    "(IteratorRestriction)."),
         integerKey("iterator", "hard_limit", 1000, 1, 1000000, Change::AtReload,
-                   "Number of open iterators from which on no more are opened (IteratorNum): the "
-                   "NMS is refused with EXCPT_TOO_MANY_OPEN_ITERATORS. If it is not above "
-                   "soft_limit, old iterators are never closed for new ones."),
+                   "Maximum number of open iterators (IteratorNum). A further one is refused with "
+                   "EXCPT_TOO_MANY_OPEN_ITERATORS. If this limit is not above soft_limit, old "
+                   "iterators are never closed for new ones, except at per_session_max."),
         integerKey("iterator", "per_session_max", 100, 1, 1000000, Change::AtReload,
                    "Maximum number of open iterators of one session. Opening a further one closes "
                    "the oldest of the session, so that one NMS cannot use up the limits above."),
@@ -351,8 +352,8 @@ std::vector<ConfigKey> serviceKeys() {
                    "Maximum number of entries in one batch, whatever an NMS asks for. In addition, "
                    "the encoded size of a batch stays below 1 MiB."),
         integerKey("iterator", "read_ahead", 16, 0, 1000, Change::AtReload,
-                   "Maximum number of iterators whose next batch is read while their NMS works on "
-                   "the last one. Each of them holds one batch in memory. 0: none."),
+                   "Maximum number of iterators whose next batch is read ahead while their NMS "
+                   "works on the previous one. Each of them holds one batch in memory. 0: none."),
 
         integerKey("access", "message_bytes_before_login", 65536, 4096, kIntMax, restart,
                    "Maximum size of a message from an address without a log-in, in bytes. A "
@@ -377,8 +378,9 @@ std::vector<ConfigKey> serviceKeys() {
                    "network of an IPv6 address counts as one address. Further requests are refused "
                    "(TRANSIENT) and summarised in the security log. 0: no limit."),
         integerKey("access", "requests_burst_before_login", 1000, 1, 1000000, Change::AtReload,
-                   "Number of requests that such an address may make at once before the limit "
-                   "applies. Several NMS that start behind one NAT address share it."),
+                   "Number of requests that an address without a log-in may make in a burst "
+                   "before that limit applies. Several NMS that start behind one NAT address "
+                   "share it."),
         textKey("access", "session_peer", "address", {"address", "any"}, Change::AtReload,
                 "Who may call the objects of a session. \"address\": only the address that logged "
                 "in, so that a reference is of no use elsewhere. \"any\": every caller that has "
@@ -387,17 +389,17 @@ std::vector<ConfigKey> serviceKeys() {
 
         textKey("security", "database", "", {}, restart,
                 "SQLite file of the user accounts; empty: users.db below the state directory."),
-        integerKey(
-            "security", "lockout_failures", 5, 1, 1000, Change::AtReload,
-            "Number of wrong passwords after which a user is locked out for a time at the address "
-            "that they came from. After ten times that number from all addresses together, each "
-            "address from which the user has not logged in before has one attempt. After ten times "
-            "that number from one address for all users together, that address waits 1 s, then 2 s "
-            "and so on up to lockout_s. kelpctl user unlock ends all of this."),
-        secondsKey(
-            "security", "lockout_s", 300, Change::AtReload,
-            "Seconds that a user is locked out. Each further failure doubles the time, up to 8 "
-            "times as long. Failures are forgotten after a quiet time of twice as long."),
+        integerKey("security", "lockout_failures", 5, 1, 1000, Change::AtReload,
+                   "Number of wrong passwords for one user from one address after which the user "
+                   "is locked out at that address. After ten times this number for one user from "
+                   "all addresses together, an address from which the user has not logged in "
+                   "before has one attempt. After ten times this number from one address for all "
+                   "users together, log-ins from that address are refused for 1 s, then 2 s and "
+                   "so on up to lockout_s. kelpctl user unlock ends all of this."),
+        secondsKey("security", "lockout_s", 300, Change::AtReload,
+                   "Seconds for which a user is locked out. Each further failure doubles the "
+                   "time, up to 8 times this value. Failures are forgotten after twice this value "
+                   "without a failure or a lock-out."),
         integerKey(
             "security", "hash_memory_kib", 19456, 8, 4194304, Change::AtReload,
             "Memory of one password hash (Argon2id), in KiB. Stored hashes keep the cost they were "
@@ -426,8 +428,9 @@ std::vector<ConfigKey> serviceKeys() {
             "next to the log with -before-login in its name (oplog-before-login.db), so that they "
             "displace no other records. kelpctl oplog shows both together."),
         integerKey("oplog", "records_per_minute_before_login", 100, 1, 1000000, Change::AtReload,
-                   "Maximum number of individual records of such callers within a minute, for one "
-                   "address and outcome. Further ones are summarised in one record."),
+                   "Maximum number of individual records of callers without a log-in within a "
+                   "minute, for one address and outcome. Further ones are summarised in one "
+                   "record."),
         integerKey("oplog", "queue_max", 200000, 1, 10000000, restart,
                    "Maximum number of records of a log that wait for the disk. Further records are "
                    "dropped; a gap record says how many are missing."),
@@ -492,7 +495,7 @@ std::vector<ConfigKey> agentKeys() {
             "Rule for repeated log-ins; 1: an NMS that logs in again gets its session back."),
         agentNumber("bUseNuzakummokRule", 0, "A customer's naming rule; 1 switches it on."),
         agentText("MaxSupportNE", "",
-                  "Largest number of network elements, as other bundles want it."),
+                  "Maximum number of network elements, as a text for the bundles that ask for it."),
         agentNumber("IsSwitchToPhyID", 0, "Names with physical ids; 1 switches them on."),
         agentNumber("FTP_Type", 0, "File transfer: kind."),
         agentNumber("FTP_SSL_ConnectMode", 18, "File transfer: how a TLS connection is made."),

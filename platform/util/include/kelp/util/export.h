@@ -1,3 +1,3 @@
 #pragma once
-/// Marks what a shared library shows to other modules; everything else is hidden.
+/// Exports a symbol from its shared library. All other symbols are hidden.
 #define KELP_EXPORT __attribute__((visibility("default")))

@@ -23,9 +23,9 @@ enum class FinalLink { IsRefused, IsFollowed };
 /// For a missing file only the folders above it are checked.
 ///
 /// A file is trusted if only root and the user of this process can write it:
-/// - Its owner is root or the user of this process. If this process runs as root, the owner may
-/// also be that of the file's folder, and a folder may belong to anybody: root then works for that
-/// account.
+/// - Its owner is root or the user of this process. If this process runs as root, a folder may
+/// belong to any account, and a file may also belong to the owner of its folder. Root then works
+/// for that account.
 /// - Others cannot write it. Its group can write it only if that is root's group or the private
 /// group of its owner (a group with the owner's name and without other members).
 /// - The folder of the file meets the same conditions. A folder further up that everybody can write

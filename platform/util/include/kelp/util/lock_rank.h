@@ -7,18 +7,18 @@ namespace kelp::util {
 class Mutex;
 
 /// The order in which one thread may lock several mutexes: each has a higher rank than all that the
-/// thread already holds. Two of one rank are never held together. docs/architecture.md describes
-/// the order.
+/// thread already holds. A thread never holds two mutexes of the same rank. docs/architecture.md
+/// describes the order.
 ///
 /// The ranks from ServiceControl on belong to platform services that may be called with any other
 /// lock held.
 enum class LockRank {
-    /// The start or stop of the bundles: their code runs while it is held.
+    /// Serialises the start and stop of the bundles. Their code runs while it is held.
     Bundles,
-    /// One start of the agent's base configuration at a time. The ORB and the embedded naming
-    /// service are started while it is held.
+    /// Serialises starts of the agent's base configuration. The ORB and the embedded naming service
+    /// are started while it is held.
     BaseControl,
-    /// One start or end of the ORB at a time. The end destroys the agent's servants, which lock
+    /// Serialises the start and end of the ORB. The end destroys the agent's servants, which lock
     /// their own mutexes.
     OrbControl,
     /// A list that an NMS reads. Its source may lock anything except another outermost mutex.
@@ -26,24 +26,24 @@ enum class LockRank {
     /// The agent's ping round, the managers' alarms and their known attributes. While one of these
     /// is held the notification channel and the ORB are called, which lock their own mutexes.
     Agent,
-    /// One push into an event channel at a time. All other locks of the channel may be locked while
-    /// it is held. So may the leaf that the listener for lost events locks.
+    /// Serialises pushes into an event channel. All other locks of the channel may be locked while
+    /// it is held, and so may the leaf that the listener for lost events needs.
     ChannelIntake,
-    /// One change of an event channel at a time: of qualities of service, or of what its consumers
-    /// subscribe to. All other locks of the channel may be locked while it is held.
+    /// Serialises changes of an event channel's qualities of service, or of its consumers'
+    /// subscriptions. All other locks of the channel may be locked while it is held.
     ChannelChange,
     /// The lists and limits of an event channel. Its subscriptions and its dispatcher are locked
     /// while it is held.
     Channel,
     /// A part of an event channel, such as a subscription, a filter list or the proxies of an
-    /// admin. An owner, a set of event types, the dispatcher and counted places are locked while it
-    /// is held, but no other part.
+    /// admin. An owner, a set of event types, the dispatcher and the counters of limits are locked
+    /// while it is held, but no other part.
     ChannelPart,
     /// A set of event types that peers of an event channel follow. The change notices are locked
     /// while it is held.
     ChannelTypes,
-    /// One start of the ORB port at a time. If it fails, the gate's connections are ended while it
-    /// is held.
+    /// Serialises starts of the ORB port. If a start fails, the gate's connections are ended while
+    /// it is held.
     OrbStart,
     /// The input of one connection at the gate. While it is held, the connection's TLS is locked,
     /// and the gate's policy is called, which locks the log-ins and the allowed networks.
@@ -53,9 +53,9 @@ enum class LockRank {
     Gate,
     /// Nothing but the platform services below may be called while it is held.
     Leaf,
-    /// One start, stop or load of a platform service at a time (logs, light events, configuration,
-    /// allowed networks, accounts, the limit of all calls), or the list of task managers. The
-    /// service's other lock or a task manager's lock is locked while it is held.
+    /// Serialises the start, stop or load of a platform service (logs, light events, configuration,
+    /// allowed networks, accounts, the limit of all calls), or guards the list of task managers.
+    /// The service's other lock or a task manager's lock is locked while it is held.
     ServiceControl,
     /// The data of a platform service: logs, inventory, light events, token buckets, bundles,
     /// log-ins, the ORB's references, the ORB port, the operator's requests, task queues. Only the
@@ -63,7 +63,7 @@ enum class LockRank {
     Service,
     /// The configuration. Nothing else is locked while it is held.
     Configuration,
-    /// One opening or closing of the trace at a time.
+    /// Serialises opening and closing of the trace.
     TraceControl,
     /// The trace: it may be written under any other lock.
     Trace,

@@ -36,8 +36,8 @@
 namespace kelp::util {
 
 /// A mutual-exclusion lock that clang's thread-safety analysis knows. It has a rank, and a thread
-/// may lock it only while every mutex it already holds has a lower one. Debug builds check that and
-/// abort with the names of both. Not recursive.
+/// may lock it only while every mutex it already holds has a lower rank. Debug builds check that
+/// and abort with the names of both. Not recursive.
 class KELP_THREAD_SAFETY(capability("mutex")) Mutex {
   public:
     /// `name` is for messages and must live as long as the mutex: a string literal.
@@ -120,7 +120,8 @@ class KELP_THREAD_SAFETY(scoped_lockable) MutexLock {
 class KELP_THREAD_SAFETY(scoped_lockable) MutexUnlock {
   public:
     explicit MutexUnlock(Mutex& mutex) KELP_RELEASE(mutex) : mutex_(mutex) { mutex_.unlock(); }
-    ~MutexUnlock() KELP_RELEASE() { mutex_.lock(); }  // releases the scope: the mutex is held again
+    /// Locks the mutex again. For clang's analysis it releases this object, not the mutex.
+    ~MutexUnlock() KELP_RELEASE() { mutex_.lock(); }
     MutexUnlock(const MutexUnlock&) = delete;
     MutexUnlock& operator=(const MutexUnlock&) = delete;
 

@@ -26,9 +26,9 @@ KELP_EXPORT PeerAddress parseHostAddress(const std::string& host);
 /// Return whether both have the same address, which must be known. Ports are not compared.
 KELP_EXPORT bool isSameAddress(const PeerAddress& a, const PeerAddress& b);
 
-/// Return the text that stands for one caller where callers are counted. It is the IPv4 address, or
-/// the network of the first 64 bits of an IPv6 address ("2001:db8:0:1::/64"), because a host may
-/// choose the other 64 bits freely (RFC 4291). Empty for an empty address.
+/// Return the text that identifies a caller in limits and counts per caller. It is the IPv4
+/// address, or the network of the first 64 bits of an IPv6 address ("2001:db8:0:1::/64"), because a
+/// host may choose the other 64 bits freely (RFC 4291). Empty for an empty address.
 KELP_EXPORT std::string networkOf(const PeerAddress& peer);
 
 }  // namespace kelp::util

@@ -15,8 +15,8 @@ KELP_EXPORT void wipe(std::string& text) noexcept;
 /// it grows nor when it is moved.
 class KELP_EXPORT Secret {
   public:
-    /// Far longer than any password that a password database accepts. Also limits reading from a
-    /// file without line ends.
+    /// Memory in bytes that is reserved for the text. Far more than any password that a password
+    /// database accepts. Also limits reading from a file without line ends.
     static constexpr std::size_t kBytesMax = 4096;
 
     Secret() = default;

@@ -17,9 +17,9 @@ inline constexpr std::chrono::milliseconds kStopGrace{1000};
 /// Begin the stop of the process. Long operations should then end within kStopGrace. Any thread may
 /// call it. Later calls have no effect.
 KELP_EXPORT void beginStop();
-/// The process runs again, because it was started once more.
+/// Undo beginStop(), because the agent starts again in the same process.
 KELP_EXPORT void endStop();
-/// Fast enough to be called in a loop.
+/// Return whether the process is stopping. Fast enough to be called in a loop.
 KELP_EXPORT bool isStopping();
 /// Return true once kStopGrace has passed since beginStop().
 KELP_EXPORT bool isStopGraceOver();
@@ -30,16 +30,16 @@ KELP_EXPORT bool isStopGraceOver();
 KELP_EXPORT void leaveRunning(const std::string& what);
 KELP_EXPORT bool isAnythingLeftRunning();
 
-/// Waits for a condition. Once the process stops, it waits for at most kStopGrace more. Used as a
-/// loop, in which the compiler checks the members that the condition reads:
+/// Waits for a condition. Once the process stops, it waits for at most kStopGrace more. Write the
+/// condition as a loop, so that clang checks the locking of the members that it reads:
 ///     StopAwareWait wait;
 ///     while (!isDone_)
 ///         if (!wait.next(changed_, mutex_))
 ///             return false;
 class StopAwareWait {
   public:
-    /// Wait for a change, for at most 50 ms. Returns false, without waiting, when the process has
-    /// been stopping for kStopGrace during this wait.
+    /// Wait for a change, for at most 50 ms. Returns false, without waiting, once kStopGrace has
+    /// passed since a call first found the process stopping.
     bool next(ConditionVariable& changed, Mutex& mutex) KELP_REQUIRES(mutex) {
         constexpr std::chrono::milliseconds kLook{50};
         const auto now = std::chrono::steady_clock::now();

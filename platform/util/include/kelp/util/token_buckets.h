@@ -31,7 +31,7 @@ class KELP_EXPORT TokenBuckets {
     bool take(const std::string& source, Time now, const Limits& limits) KELP_EXCLUDES(mutex_);
     /// Give a token back. Does nothing if the source was forgotten in the meantime.
     void giveBack(const std::string& source) KELP_EXCLUDES(mutex_);
-    /// Forgets all sources.
+    /// Forget all sources.
     void clear() KELP_EXCLUDES(mutex_);
     std::size_t sources() const KELP_EXCLUDES(mutex_);
 

@@ -16,15 +16,15 @@ namespace kelp::util {
 /// Default: 20.
 KELP_EXPORT void setTraceLinesPerMinute(unsigned lines);
 
-/// Limit all lines that the calling thread traces from now on. `source` is the address that the
-/// thread works for.
+/// Limit all lines that the calling thread traces from now on. `source` is the address of the
+/// caller that the thread serves.
 KELP_EXPORT void limitTraceOfThread(const std::string& source) noexcept;
 /// End the limit. Does nothing if there is none.
 KELP_EXPORT void endTraceLimitOfThread() noexcept;
 
-/// Trace a line that is limited whatever the thread. For lines about a peer that come from a
-/// library, where the text says more than the place in the code. Lines with the same `kind` are
-/// counted together.
+/// Trace a line that is limited on every thread. For lines from a library about a peer: their text
+/// distinguishes them better than the place in the code. Lines with the same `kind` are counted
+/// together.
 KELP_EXPORT void traceLimited(TraceLine line, const std::string& kind) noexcept;
 
 /// The `kind` for lines of which only the text is known: the text without numbers and quoted parts,

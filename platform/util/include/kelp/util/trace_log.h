@@ -45,7 +45,7 @@ class KELP_EXPORT TraceLog {
     /// Open the sinks. A second call replaces them. Returns false and the reason if a sink cannot
     /// be opened; the log then writes to the console.
     bool open(const TraceSettings& settings, std::string& whyNot);
-    /// Write the queued lines and close the sinks. A sink that hangs is left behind after 5 s. A
+    /// Write the queued lines and close the sinks. A sink that hangs is abandoned after 5 s. A
     /// closed log may be opened again. Called automatically when the process exits.
     void close();
 

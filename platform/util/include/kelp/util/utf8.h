@@ -7,8 +7,8 @@
 
 namespace kelp::util {
 
-/// The length in bytes of the well-formed character (RFC 3629) at the beginning of a text that is
-/// not empty; 0 if there is none.
+/// Return the length in bytes of the character at the beginning of the text; 0 if it is not
+/// well-formed UTF-8 (RFC 3629). The text must not be empty.
 KELP_EXPORT std::size_t utf8CharacterAt(std::string_view text);
 
 /// The same, but 0 for a control character (U+0000 to U+001F, U+007F to U+009F) too.

@@ -6,9 +6,9 @@
 
 namespace kelp::orb {
 
-/// Return a dynamic value of the Any's content, made by the DynAnyFactory of the running ORB. The
-/// caller destroys it with DynAny::destroy. Throws BAD_INV_ORDER when there is no ORB, and whatever
-/// DynAnyFactory::create_dyn_any throws.
+/// Return a DynAny with the Any's content, created by the DynAnyFactory of the running ORB. The
+/// caller owns the reference and destroys the DynAny with DynAny::destroy. Throws BAD_INV_ORDER
+/// when there is no ORB, and whatever DynAnyFactory::create_dyn_any throws.
 KELP_EXPORT DynamicAny::DynAny_ptr dynAnyOf(const CORBA::Any& any);
 
 }  // namespace kelp::orb

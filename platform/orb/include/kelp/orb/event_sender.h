@@ -30,6 +30,7 @@ class KELP_EXPORT SharedEvent {
     /// Return the number of cached encodings.
     std::size_t encodingsKept() const;
 
+    /// The cached encodings. For implementations of EventSender only.
     class Encodings;
     Encodings& encodings() const { return *encodings_; }
 

@@ -16,10 +16,10 @@ struct KELP_EXPORT GateLimits {
     /// limit, so that files and outgoing calls always find a free descriptor.
     unsigned connectionsMax = 2000;
     unsigned connectionsPerAddressMax = 500;
-    /// Connections, out of connectionsMax, that are kept for addresses with a log-in.
+    /// The part of connectionsMax that is reserved for addresses with a log-in.
     unsigned connectionsReserved = 200;
-    /// Maximum memory, in bytes, for input of all connections together that the ORB has not read
-    /// yet.
+    /// Maximum memory, in bytes, for input that the ORB has not read yet, of all connections
+    /// together.
     std::size_t unfinishedBytesMax = 268435456;
     /// Maximum size in bytes of a message, including its fragments, from an address without a
     /// log-in.
@@ -27,7 +27,7 @@ struct KELP_EXPORT GateLimits {
     /// Maximum time for a message header to arrive. It counts from the accept for the first header
     /// of a connection, and from the header's first octet for any later one.
     std::chrono::milliseconds headerTimeout{10000};
-    /// Minimum rate, in bytes per second, at which an unfinished message must continue.
+    /// Minimum rate, in bytes per second, at which the rest of an unfinished message must arrive.
     std::size_t inputRateMin = 1024;
     /// Maximum LocateRequests per second from one address: with a log-in, and without one.
     unsigned locatesPerSecond = 1000;

@@ -52,9 +52,9 @@ struct KELP_EXPORT OrbOptions {
     enum class Unconvertible { Refuse, QuestionMark };
     Unconvertible unconvertible = Unconvertible::Refuse;
     unsigned connectionsPerServer = 64;  ///< calling side: maximum connections to one peer
-    /// Maximum time for a client to read a reply. After it the reply is dropped and the connection
-    /// closed. 0: no limit. A request whose end does not arrive is dropped by the ORB's scan for
-    /// idle connections.
+    /// Maximum time for a client to read a reply. After that the reply is dropped and the
+    /// connection is closed. 0: no limit. A request whose end does not arrive is dropped by the
+    /// ORB's scan for idle connections.
     std::chrono::milliseconds replyTimeout{60000};
     /// The transport that accepts connections: the product's gate, or the ORB's own transport. The
     /// ORB's transport has none of the gate's limits and trusts every peer that speaks GIOP.
@@ -65,11 +65,12 @@ struct KELP_EXPORT OrbOptions {
     GatePolicy* gatePolicy = nullptr;
 };
 
-/// Start the process's ORB, with its endpoints open and all callers held. `hook` is in place before
-/// the first request can arrive. It may be null, and must outlive the ORB. Throws CORBA::INITIALIZE
-/// or another system exception when an endpoint cannot be opened or an option is refused. Throws
-/// BAD_PARAM for TLS without usable certificates; the reason is traced. Throws BAD_INV_ORDER while
-/// an earlier ORB has not been destroyed.
+/// Start the process's ORB and open its endpoints. Callers are held until letCallersThrough(). The
+/// caller of start() owns the reference. `hook` is in place before the first request can arrive. It
+/// may be null, and must outlive the ORB. Throws CORBA::INITIALIZE or another system exception when
+/// an endpoint cannot be opened or an option is refused. Throws BAD_PARAM for TLS without usable
+/// certificates; the reason is traced. Throws BAD_INV_ORDER while an earlier ORB has not been
+/// destroyed.
 KELP_EXPORT CORBA::ORB_ptr start(const OrbOptions& options, RequestHook* hook);
 
 /// Serve requests until the ORB is shut down. Returns after the calls in progress have ended.

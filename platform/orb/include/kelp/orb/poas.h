@@ -26,17 +26,18 @@ KELP_EXPORT std::string topPoaName(PortableServer::POA_ptr poa);
 KELP_EXPORT std::string currentTopPoaName(CORBA::ORB_ptr orb);
 
 /// Begin to destroy a POA and to etherealize its objects, without waiting for the end. If the POA
-/// is a child of the root, its name is remembered until it is really gone: its calls in progress
-/// have ended and its objects are etherealized. No reference to the POA is kept. Callable from any
-/// thread, also inside a call on the POA. Throws what POA::destroy throws, and BAD_PARAM for nil.
+/// is a child of the root, its name is remembered until its calls in progress have ended and its
+/// objects are etherealized. No reference to the POA is kept. Callable from any thread, also inside
+/// a call on the POA. Throws what POA::destroy throws, and BAD_PARAM for nil.
 KELP_EXPORT void beginDestroy(PortableServer::POA_ptr poa);
 
 /// Return whether a child of the root POA with this name was passed to beginDestroy() and is not
 /// gone yet.
 KELP_EXPORT bool isNameDying(const std::string& name);
 
-/// Wait until isNameDying(name) is false, at most `limit`. Return false when it is still dying.
-/// Must not be called from inside a call on the dying POA, because it would wait for that call.
+/// Wait until isNameDying(name) is false, for at most `limit`. Return false when the POA is still
+/// dying. Must not be called from inside a call on the dying POA, because it would wait for that
+/// call.
 KELP_EXPORT bool waitUntilGone(const std::string& name, std::chrono::milliseconds limit);
 
 }  // namespace kelp::orb

@@ -30,18 +30,20 @@ struct KELP_EXPORT ReferenceContent {
 
 /// Decode a stringified reference from any source. Every length is checked. Return false, with
 /// empty content, for a text that is not a well-formed IOR (CORBA 13.6.10), has more than 64 KiB of
-/// content, or holds a host that is not a printable name. A port of 0 is not listed as an endpoint:
-/// such a reference is reached over TLS only. A nil reference is well-formed and has no endpoints.
+/// content, or holds a host that is not a printable name. An address with port 0 is not listed as
+/// an endpoint, because its object is reached over TLS only. A nil reference is well-formed and has
+/// no endpoints.
 KELP_EXPORT bool decodeReference(const std::string& iorText, ReferenceContent& content);
 
-/// Convert the reference to text and decode that. Return false for nil, and for a local object,
-/// which has no text.
+/// Decode the stringified form of a reference. Return false for nil, and for a local object, which
+/// has no stringified form.
 KELP_EXPORT bool describe(CORBA::ORB_ptr orb, CORBA::Object_ptr reference,
                           ReferenceContent& content);
 
 /// Convert a text to a reference, as string_to_object does, but never to nil: throws
 /// CORBA::BAD_PARAM where the ORB would return nil, and whatever string_to_object throws. A
-/// corbaname text calls the naming service, so give the thread a time-out first.
+/// corbaname text calls the naming service, so set a time-out with setThreadTimeout() first. The
+/// caller owns the result.
 KELP_EXPORT CORBA::Object_ptr toReference(CORBA::ORB_ptr orb, const std::string& text);
 
 }  // namespace kelp::orb

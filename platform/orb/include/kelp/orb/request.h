@@ -39,7 +39,7 @@ class KELP_EXPORT RequestInfo {
     virtual const std::string& objectId() const = 0;
     /// Return when the request was read from its connection.
     virtual std::chrono::system_clock::time_point arrived() const = 0;
-    /// Return the time since then. Changes of the wall clock do not affect it.
+    /// Return the time since arrived(). Changes of the wall clock do not affect it.
     virtual std::chrono::microseconds age() const = 0;
 };
 
@@ -51,7 +51,8 @@ KELP_EXPORT const RequestInfo* currentRequest();
 /// Return the peer of the request that the calling thread serves; an empty address outside one.
 KELP_EXPORT util::PeerAddress currentPeer();
 
-/// Return RequestInfo::peerSubject() of that request; empty outside one.
+/// Return RequestInfo::peerSubject() of the request that the calling thread serves; empty outside
+/// one.
 KELP_EXPORT std::string currentPeerSubject();
 
 /// Receives every request that arrives over a connection, on the thread that will run the servant.
@@ -74,8 +75,8 @@ class KELP_EXPORT RequestHook {
     virtual void finished(const RequestInfo& request, const CORBA::Exception* raised) noexcept = 0;
     /// Called when the ORB itself has answered with a system exception: the object or operation
     /// does not exist, the arguments are unreadable, or a servant manager refused. `answer` is null
-    /// for a oneway request, which nobody answers. For a oneway request the call may happen only
-    /// when the thread serves its next request. Must not throw.
+    /// for a oneway request, which has no reply. The call for a oneway request may be delayed until
+    /// the thread serves its next request. Must not throw.
     virtual void undelivered(const RequestInfo& request, const CORBA::Exception* answer) noexcept;
 };
 

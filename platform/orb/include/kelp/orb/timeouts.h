@@ -13,7 +13,7 @@ namespace kelp::orb {
 /// the limit is then unchanged. It refuses before the first start().
 KELP_EXPORT bool setThreadTimeout(std::chrono::milliseconds limit);
 
-/// Limit every outgoing call of the process on threads without a limit. 0 removes the limit. Return
+/// Limit every outgoing call of threads for which no limit is set. 0 removes the limit. Return
 /// false when the ORB refuses.
 KELP_EXPORT bool setProcessTimeout(std::chrono::milliseconds limit);
 
@@ -25,8 +25,8 @@ KELP_EXPORT bool setProcessTimeout(std::chrono::milliseconds limit);
 KELP_EXPORT void limitAllCalls(std::chrono::milliseconds limit);
 KELP_EXPORT void liftCallLimit();
 
-/// Sets the calling thread's limit for a scope. Its end restores the previous limit, whether this
-/// class or setThreadTimeout() set it.
+/// Sets the calling thread's limit for a scope. The destructor restores the previous limit, whether
+/// this class or setThreadTimeout() set it.
 class KELP_EXPORT ScopedThreadTimeout {
   public:
     explicit ScopedThreadTimeout(std::chrono::milliseconds limit);

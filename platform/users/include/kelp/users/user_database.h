@@ -81,8 +81,9 @@ class KELP_EXPORT UserDatabase {
     std::vector<UserAccount> list();
     std::optional<UserAccount> find(const std::string& name);
     /// Return the account if the password is right, whatever the state of the account. Compares in
-    /// constant time. An unknown user costs as much as the first known one, or one hash of `cost`
-    /// when there are no users.
+    /// constant time. An unknown user takes as long as the oldest account, or as one hash of `cost`
+    /// when there are no accounts. This hides which names exist, as long as all hashes have the
+    /// same cost.
     std::optional<UserAccount> authenticate(const std::string& name, const std::string& password,
                                             const HashCost& cost);
     /// Whether authenticate() finds the account.
@@ -100,9 +101,9 @@ class KELP_EXPORT UserDatabase {
     std::unique_ptr<State> state_;
 };
 
-/// The configured file, or the default below the state directory.
+/// The file of the key security.database, or the default file in the state directory.
 KELP_EXPORT std::filesystem::path userDatabaseFile();
-/// The configured cost.
+/// The cost of the keys security.hash_memory_kib and security.hash_passes.
 KELP_EXPORT HashCost configuredHashCost();
 
 }  // namespace kelp::users

@@ -16,15 +16,15 @@
 namespace kelp::users {
 
 /// Notices changes that other processes make to the user database, also when the file is removed,
-/// restored or replaced. A problem that persists for 3 looks is traced once. Used by one thread.
+/// restored or replaced. A problem that persists for 3 checks is traced once. Used by one thread.
 class KELP_EXPORT UserWatch {
   public:
     using Found = std::function<void(const std::vector<UserAccount>&)>;
 
-    /// `found` is called with all accounts at the first look and after each change.
+    /// `found` is called with all accounts at the first check and after each change.
     explicit UserWatch(Found found) : found_(std::move(found)) {}
 
-    /// Look for changes. With `again`, `found` is called even if nothing has changed. False when
+    /// Check for changes. With `again`, `found` is called even if nothing has changed. False when
     /// the database cannot be read now.
     bool look(const std::filesystem::path& file, bool again);
 
@@ -43,7 +43,7 @@ class KELP_EXPORT UserWatch {
     std::unique_ptr<UserDatabase> database_;
     Identity identity_;
     std::optional<std::int64_t> version_;  ///< data version of the accounts reported last
-    int failures_ = 0;                     ///< failed looks in a row
+    int failures_ = 0;                     ///< failed checks in a row
     std::string traced_;
 };
 

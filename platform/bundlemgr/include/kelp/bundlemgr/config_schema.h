@@ -25,8 +25,8 @@ struct KELP_EXPORT ConfigKey {
 
     /// "table.key", the key's name in ConfigStore.
     std::string name() const { return table + "." + key; }
-    /// True for the table [agent]. A value of the wrong type is then read as missing, and its user
-    /// falls back to `standard`.
+    /// True for the table [agent]. A value of the wrong type in it counts as missing, and its
+    /// reader uses `standard`.
     bool isAgentOption() const { return table == "agent"; }
 };
 

@@ -8,8 +8,8 @@
 
 namespace NS_BUNDLEMGR1 {
 
-/// The general failure of a platform service call. Never crosses the CORBA boundary. Handlers tell
-/// failures from each other by their dynamic type, because `what` is the inherited one.
+/// The general failure of a platform service call. Never crosses the CORBA boundary. Handlers
+/// distinguish failures by their dynamic type, because what() is not overridden.
 class KELP_EXPORT ProcessException : public std::exception {
   public:
     ProcessException();

@@ -44,8 +44,8 @@ struct KELP_EXPORT Answer {
 
 class Registration;
 
-/// The requests of the operator interface. Bundles enter handlers, the host asks for answers. There
-/// is one registry for the process. Any thread may call it.
+/// The requests of the operator interface. Bundles register handlers, and the host calls answer().
+/// There is one registry for the process. Any thread may call it.
 class KELP_EXPORT Registry {
   public:
     static Registry& instance();

@@ -39,7 +39,7 @@ class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
     bool Post(Work work) override;
     void Exit() override;
     int Type() const override;
-    /// Amount of work that Exit has dropped since the start.
+    /// Number of queued items that Exit has dropped since the start.
     std::size_t Dropped() const;
 
   private:
@@ -47,8 +47,8 @@ class KELP_EXPORT KelpGnlTaskMgr : public KelpTaskMgr {
     std::shared_ptr<State> state_;  ///< shared with the workers
 };
 
-/// The task managers of the application. It owns them. Exit ends them, the newest first. Any thread
-/// may call it.
+/// Owns the task managers of the application. Exit ends them, the newest first. Any thread may call
+/// it.
 class KELP_EXPORT KelpAppMgr {
   public:
     static KelpAppMgr* Instance();

@@ -30,7 +30,7 @@ enum class SecurityEvent {
     LogIn,  ///< outcome "ok" or the reason of the refusal
     LogOut,
     RefusedAddress,      ///< a caller from a network that is not allowed to call
-    RefusedConnection,   ///< a connection was closed for the data that it sent, or because there
+    RefusedConnection,   ///< a connection was closed because of the data it sent, or because there
                          ///< were too many
     RefusedPeer,         ///< a call on a session's object from another address than that of its NMS
     LockOut,             ///< a user or address was locked out

@@ -12,7 +12,8 @@
 
 namespace kelp::oplog {
 
-/// Selects the records that meet every given condition. A gap record only has to meet the times.
+/// Selects the records that meet every given condition. For a gap record only the times are
+/// checked.
 struct KELP_EXPORT LogQuery {
     std::optional<UtcTime> since;  ///< at this moment or later
     std::optional<UtcTime> until;  ///< before this moment

@@ -12,8 +12,7 @@
 
 namespace kelp::oplog {
 
-/// One request as its server knows it. Texts may come from a peer: the log truncates and escapes
-/// them.
+/// The record of one request. Texts may come from a peer: the log truncates and escapes them.
 struct KELP_EXPORT OperationRecord {
     UtcTime time = now();    ///< when the request was received
     std::string user;        ///< session user; empty before the log-in

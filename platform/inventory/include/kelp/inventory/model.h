@@ -189,8 +189,8 @@ struct Subnetwork {
     NameValues additionalInfo;
 };
 
-/// The members of emsMgr::EMS_T that do not come from the configuration, as the name and the native
-/// name do. The inventory has exactly one.
+/// The members of emsMgr::EMS_T other than the name and the native name, which come from the
+/// configuration. The inventory has exactly one.
 struct EmsAttributes {
     std::int64_t id = 1;
     std::string userLabel;  ///< empty: none was set, and the native name is used instead (TMF 814)

@@ -25,10 +25,11 @@ struct NamingLimits {
 /// A modification that was refused because it came over a connection.
 struct RefusedChange {
     std::string operation;
-    std::string name;  ///< stringified and cut; the peer's text, not escaped; empty if the
-                       ///< operation names nothing
+    /// Stringified and truncated. Comes from the peer and is not escaped. Empty if the operation
+    /// has no name argument.
+    std::string name;
 };
-/// Called on the request's thread. Must not throw.
+/// Called for each refused modification, on the thread of the request. Must not throw.
 using OnRefusedChange = std::function<void(const RefusedChange&)>;
 
 /// The paths of the object, and the limits of the service.
@@ -45,8 +46,9 @@ struct NamingSettings {
 ///
 /// Callers find the root context under the well-known keys NameService, DefaultNamingContext and
 /// NamingContextExt at every address of the ORB. All calls wait until letCallersThrough(). The
-/// references that callers keep are paths, so callers use no memory except for a limited number of
-/// iterators. Any thread may call it. The ORB must outlive it, or be shut down before it ends.
+/// reference to a context contains its path, so callers use no memory except for a limited number
+/// of iterators. Any thread may call it. The ORB must outlive it, or be shut down before it is
+/// destroyed.
 class NamingService {
   public:
     /// Throws std::invalid_argument if the paths contradict each other, CORBA::BAD_PARAM if one of

@@ -9,7 +9,7 @@
 
 namespace kelp::notification {
 
-/// A log-in as a channel knows it. It owns what is made over its connections.
+/// A log-in as a channel knows it. It owns the objects that are created over its connections.
 struct KELP_EXPORT LogIn {
     std::string id;    ///< unique among all log-ins; never empty
     std::string name;  ///< for messages
@@ -24,15 +24,15 @@ class KELP_EXPORT Guard {
     /// request over a connection, on the request's thread, and in each review. Must answer without
     /// waiting and must not throw.
     virtual bool mayUse(const kelp::util::PeerAddress& peer) const = 0;
-    /// Whether the channel may call this reference, which the current request brings: a consumer, a
+    /// Whether the channel may call this reference, which the current request passes: a consumer, a
     /// supplier or the callback of a filter, never nil. Called on the request's thread, only for
     /// requests over connections. Must neither call the reference nor throw.
     virtual bool mayCall(CORBA::Object_ptr) const { return true; }
     /// Whether callers at this address may be suppliers. Called like mayUse().
     virtual bool maySupply(const kelp::util::PeerAddress&) const { return false; }
     /// The log-ins that the request's connection is known to belong to, the latest first. Empty if
-    /// only the address is known. Such a caller may use the objects of any log-in at its address
-    /// whose keys it knows. Called like mayUse().
+    /// only the address is known. Such a caller may use any object of a log-in at its address if it
+    /// knows the object's key. Called like mayUse().
     virtual std::vector<LogIn> logInsOf(const kelp::orb::RequestInfo&) const { return {}; }
     /// Whether this log-in has not ended. `id` was returned by logInsOf() before. Called like
     /// mayUse().

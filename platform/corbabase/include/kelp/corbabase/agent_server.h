@@ -13,8 +13,8 @@ class KELP_EXPORT AgentServer {
     /// Let waiting and new callers through. Return 0, or -1 (traced) when there is no ORB or it
     /// refuses.
     static int Activate();
-    /// The first step of every stop. From here on, work in progress anywhere in the process,
-    /// outgoing calls above all, has 1 s left (kelp::util::kStopGrace). This holds until the next
+    /// The first step of every stop. From here on, work in progress anywhere in the process, in
+    /// particular outgoing calls, has 1 s left (kelp::util::kStopGrace). This holds until the next
     /// ORB starts.
     static void BeginStop();
     /// Refuse new requests with TRANSIENT from here on. Does nothing without a running ORB.
@@ -22,11 +22,11 @@ class KELP_EXPORT AgentServer {
     /// Stop the ORB. Wait at most 10 s for calls in progress to end and for the worker to return.
     /// Does nothing without an ORB.
     static void ShutDown();
-    /// False while requests still run after a ShutDown that timed out. Everything that requests use
-    /// must then stay.
+    /// False while requests still run after a ShutDown that timed out. Nothing that requests use
+    /// may then be destroyed.
     static bool HasLastRequestLeft();
-    /// Destroy the ORB, after a ShutDown if it still runs. An ORB with calls in progress is left as
-    /// it is, traced. Does nothing without an ORB.
+    /// Destroy the ORB, after a ShutDown if it still runs. An ORB with calls in progress is not
+    /// destroyed; this is traced. Does nothing without an ORB.
     static void Destroy();
 };
 

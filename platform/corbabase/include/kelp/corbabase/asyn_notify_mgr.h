@@ -8,8 +8,8 @@
 
 namespace NS_CORBA {
 
-/// Runs long tasks for bundles on 2 worker threads; each task announces its end by an event. At
-/// most 1000 tasks wait in the queue. Any thread may post tasks and read the counters. Init and
+/// Runs long tasks for bundles on 2 worker threads. A task announces its end itself, by an event.
+/// At most 1000 tasks wait in the queue. Any thread may post tasks and read the counters. Init and
 /// ExitThread are called by one thread at a time.
 class KELP_EXPORT AsynNotifyMgr {
   public:
@@ -19,7 +19,7 @@ class KELP_EXPORT AsynNotifyMgr {
     /// Queue a task. False when the queue is full, before Init and after ExitThread.
     bool Post(std::function<void()> task);
     /// Finish the running tasks, drop the queued ones and count both. While the process stops
-    /// (kelp::util::isStopping), wait at most 1 s and leave a task that still runs to finish alone.
+    /// (kelp::util::isStopping), wait at most 1 s and then let running tasks finish on their own.
     void ExitThread();
     std::uint64_t Finished() const;
     std::uint64_t Dropped() const;

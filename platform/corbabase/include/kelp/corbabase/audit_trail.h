@@ -20,7 +20,7 @@ class KELP_EXPORT AuditTrail {
     /// Write the pending records and close both logs.
     void Close();
     bool IsOpen() const;
-    /// Apply the limits that a re-read of the configuration changed.
+    /// Apply the logs' limits after a reload of the configuration.
     void UpdateRetention();
 
     void Write(const kelp::oplog::OperationRecord& record) noexcept;

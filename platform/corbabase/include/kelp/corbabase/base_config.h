@@ -12,7 +12,7 @@
 
 namespace NS_CORBA {
 
-/// The agent's base configuration, one for the process. It owns the ORB and the root POA, answers
+/// The agent's base configuration, one for the process. It owns the ORB and the root POA, provides
 /// the platform settings, keeps the managers that bundles enter, and registers the session factory
 /// in the naming service. Settings come from the configuration store, which is read at Init and on
 /// reload. The object outlives the agent's start and stop. Any thread may call it.
@@ -22,7 +22,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
 
     /// Read the settings and start the ORB. Interception is in place before the first request can
     /// arrive. False, traced with the reason, when a setting is unusable or an endpoint cannot be
-    /// opened. While the ORB runs, another call keeps it.
+    /// opened. Another call while the ORB runs keeps that ORB.
     bool Init(const char* bundleName);
 
     /// Return a new duplicate, which the caller owns. Throws CORBA::BAD_INV_ORDER while no ORB
@@ -51,7 +51,7 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     const NorthMgrMap* GetNorthMgrMap() const;
 
     // -- requests
-    /// Set the interceptor: every request passes it from here on, beginning with those that wait
+    /// Set the interceptor. From here on every request passes it, including those that already wait
     /// for it. Null removes the interceptor; callers then get CORBA::TRANSIENT. Returns after all
     /// calls have left the previous interceptor.
     void SetReqInterceptorImpl(RequestInterceptorBase* interceptor);
@@ -60,13 +60,13 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// checked.
     bool IsValidOssIP(std::uint32_t ipv4) const;
 
-    /// True when the EMS may call back the session object that an NMS brings to its log-in. Every
-    /// address in every profile and alternate of `reference` must be one that `[access]
-    /// nms_reference` allows for the peer of the current request. Nothing is resolved or called. A
-    /// refusal is traced with the address and recorded in the security log, and the address is
-    /// written to `refused` unless that is null. Calls inside the process may bring any reference.
+    /// True when the EMS may call the session object that an NMS passes at log-in. Every address in
+    /// every profile and alternate of `reference` must be one that `[access] nms_reference` allows
+    /// for the peer of the current request. Nothing is resolved or called. A refusal is traced with
+    /// the address and recorded in the security log, and the address is written to `refused` unless
+    /// that is null. Calls inside the process may pass any reference.
     bool IsValidNmsReference(CORBA::Object_ptr reference, std::string* refused = nullptr) const;
-    /// The same check for an event consumer or a callback that an NMS brings.
+    /// The same check for an event consumer or a callback that an NMS passes.
     bool IsValidConsumer(CORBA::Object_ptr reference) const;
 
     // -- sessions
@@ -107,8 +107,8 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// null.
     void UpdateNotifyServiceParams(void* unused);
     void GetNotifyServiceAddr(std::string& host, int& port, bool ssl) const;
-    /// From the next Init on, the ORB itself serves a naming service at [naming] host with port and
-    /// ssl_port. Callers outside the process can only read it.
+    /// With `embed`, the ORB itself serves a naming service from the next Init on, at [naming] host
+    /// with port and ssl_port. Callers outside the process can only read it.
     void EmbedNamingService(bool embed);
     /// True while the ORB serves the naming service.
     bool IsNamingServiceEmbedded() const;
@@ -133,8 +133,8 @@ class KELP_EXPORT CorbaBaseAgentConfig {
     /// Remove the file that WriteFactoryReference wrote. Never throws.
     void RemoveFactoryReference();
 
-    /// Drop the ORB and the root POA. Must not be called while requests run; AgentServer::Destroy
-    /// calls it.
+    /// Release the ORB and the root POA. Must not be called while requests run;
+    /// AgentServer::Destroy calls it.
     void ReleaseOrb();
 
     CorbaBaseAgentConfig(const CorbaBaseAgentConfig&) = delete;

@@ -15,7 +15,8 @@ class KELP_EXPORT IOR_Parser {
     /// the profile has no plain one; an IPv6 address is in brackets. False for nil, and for a
     /// reference that cannot be decoded or has no address.
     bool GetHostInfo(CORBA::Object_ptr reference, std::string& hostInfo);
-    /// Give "address:port" of the reference parsed last. False before the first one.
+    /// Fill `hostInfo` with "address:port" of the reference parsed last. False before the first
+    /// one.
     bool GetIPAndPortInfo(std::string& hostInfo) const;
 
   private:

@@ -8,10 +8,10 @@
 
 namespace NS_CORBA {
 
-/// Holds a process-wide object that is made on first use and destroyed on request. Making and
-/// destroying happen under the process's static-object lock; get() of an existing object takes no
-/// lock. The caller of destroy ensures that no other thread uses the object. Constant-initialised,
-/// so it may be used before static objects are constructed and after they are destroyed.
+/// Holds a process-wide object that is created on first use and destroyed on request. Creation and
+/// destruction hold ACE's static-object lock; get() of an existing object takes no lock. The caller
+/// of destroy() ensures that no other thread uses the object. Constant-initialised, so it may be
+/// used before static objects are constructed and after they are destroyed.
 template <class T>
 class LazyInstance {
   public:

@@ -17,7 +17,7 @@ namespace NS_CORBA {
 /// order of the virtual operations is the binary contract with other bundles.
 class KELP_EXPORT CorbaI {
   public:
-    /// Start the interface. False stops the agent's start.
+    /// Start the interface. False makes the start of the agent fail.
     virtual bool Init() = 0;
     virtual void ExitThread() = 0;
     virtual void Destroy() = 0;

@@ -26,16 +26,18 @@ struct NamingEntryState {
     std::string foreign;  ///< addresses in the foreign reference found last
 };
 
-/// Keeps the findings of the naming monitor for the operator. Writes a security event for each
-/// entry that was not ours: the first of each foreign reference at once, later ones together once a
-/// minute with their number. One for the process; any thread may call it.
+/// Keeps the findings of the naming monitor for the operator. Writes security events for entries
+/// that were not ours. The first entry with a foreign address is recorded at once. Further ones
+/// with that address are summarised in one event a minute. One for the process; any thread may call
+/// it.
 class KELP_EXPORT NamingWatch {
   public:
     static NamingWatch& Instance();
 
-    /// Set the reference that the entry must hold. A different one than before begins a new watch.
+    /// Set the reference that the entry must hold. A reference other than the previous one resets
+    /// the state.
     void Begin(const std::string& reference);
-    /// A check found our entry, or none.
+    /// A check found our entry (`isOurs`), or no entry.
     void Checked(bool isOurs);
     /// The entry was created, or replaced by ours.
     void Bound();

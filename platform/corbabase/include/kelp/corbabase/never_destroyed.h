@@ -4,8 +4,7 @@ namespace NS_CORBA {
 
 /// A static object whose destructor never runs, so that threads that outlive main may still use it.
 /// Unlike LazyInstance, it cannot be destroyed and needs no memory beyond the module's static data,
-/// which is freed when the module is unloaded. Memory that the object has allocated and still holds
-/// then is lost.
+/// which is freed when the module is unloaded. Memory that the object still owns then leaks.
 template <class T>
 union NeverDestroyed {
     T value;

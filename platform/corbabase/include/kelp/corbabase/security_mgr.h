@@ -11,7 +11,7 @@
 
 namespace NS_CORBA {
 
-/// Codes that refuse a log-in. The error catalogue has a text for each. The client sees
+/// Error codes of a refused log-in. The error catalogue has a text for each. The client sees
 /// EXCPT_ACCESS_DENIED.
 inline constexpr unsigned long kWrongPassword = 0x048FFFA3;  ///< also for an unknown user
 inline constexpr unsigned long kUserDisabled = 0x048FFFA4;
@@ -43,11 +43,11 @@ class KELP_EXPORT Admission {
 /// an SQLite database with Argon2id password hashes. Live log-ins and failed attempts are kept in
 /// memory. Any thread may call it.
 ///
-/// The origin of a log-in is the peer of the current request's connection; `hostInfo` does not
-/// count. After `[security] lockout_failures` wrong passwords a user is locked out at that address:
-/// further attempts are refused before a password is hashed. Only a caller with the right password
-/// learns that the account is disabled, has expired, or may not be used from that address or with
-/// that connection's certificate.
+/// The origin of a log-in is the peer of the current request's connection, not `hostInfo`. After
+/// `[security] lockout_failures` wrong passwords a user is locked out at that address: further
+/// attempts are refused before a password is hashed. Only a caller with the right password learns
+/// that the account is disabled, has expired, or may not be used from that address or with that
+/// connection's certificate.
 ///
 /// Between Init and ExitThread, light event 119 (user state change) is raised for a live log-in
 /// whose user was disabled or removed, got a new password, was bound to other certificates or has
@@ -72,10 +72,10 @@ class KELP_EXPORT CorbaSecurityMgr {
     /// Check whether the account still allows the log-in that Admit accepted, for a log-in that had
     /// to wait in between. Return 0 or a refusing code.
     unsigned long StillAdmits(const Admission& admission);
-    /// Enter one live log-in.
+    /// Record one live log-in.
     void Enter(const Admission& admission);
-    /// Update the live log-in of this user and NMS with the account and password just checked.
-    /// Enters no new log-in.
+    /// Update the live log-in of this user and NMS with the account and password just checked. Does
+    /// not record a new log-in.
     void Renew(const Admission& admission);
 
     /// Admit and Enter together. Return 0 or a refusing code.

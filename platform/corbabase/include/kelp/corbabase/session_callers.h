@@ -17,8 +17,8 @@ namespace NS_CORBA {
 
 /// The live sessions by the names of their top POAs, and who may call their objects. `[access]
 /// session_peer` decides: either only the address that logged in, or every address. It follows
-/// re-reads of the configuration. Any thread may call it; queries share one lock, and those made
-/// for every request allocate nothing.
+/// reloads of the configuration. Any thread may call it. Queries take a shared lock, and those made
+/// for every request allocate no memory.
 class KELP_EXPORT SessionCallers {
   public:
     static SessionCallers& Instance();
@@ -39,9 +39,9 @@ class KELP_EXPORT SessionCallers {
     std::optional<std::string> OnlyOneFrom(const kelp::util::PeerAddress& peer) const;
 
     enum class Verdict {
-        MayCall,  ///< the caller is the session's NMS, or the target is not an object of a session
-        Stranger,
-        IsOver  ///< the session has ended
+        MayCall,   ///< also if the target is not an object of a session
+        Stranger,  ///< the session is bound to another address
+        IsOver     ///< the session has ended
     };
     /// Judge a request that arrived over a connection and whose target was found.
     Verdict Judge(const kelp::orb::RequestInfo& request) const;
@@ -72,7 +72,7 @@ class KELP_EXPORT SessionCallers {
     mutable std::shared_mutex mutex_;
     std::unordered_map<std::string, Session> sessions_;  // guarded by mutex_
     /// Twice the generation of the configuration read last, plus 1 when sessions are bound to their
-    /// peer. One value, so that no thread sees a half-finished re-read.
+    /// peer. One value, so that no thread sees a half-finished reload.
     mutable std::atomic<std::uint64_t> rule_{0};
 };
 

@@ -23,7 +23,7 @@ class KELP_EXPORT SessionToken {
 
     /// Return the object id of `name`: the name followed by the token. The caller owns the result.
     PortableServer::ObjectId* idOf(std::string_view name) const;
-    /// Whether the object id ends in this token. Takes the same time for every wrong one.
+    /// Whether the object id ends in this token. Takes the same time for every wrong token.
     bool isIn(std::string_view objectId) const noexcept;
     /// Return the object id without the token at its end. Empty for an id that is too short.
     static std::string_view nameIn(std::string_view objectId) noexcept;

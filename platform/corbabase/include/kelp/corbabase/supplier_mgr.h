@@ -38,11 +38,11 @@ class KELP_EXPORT CallBackProcessBase {
 /// check_channel_valid() has been called twice since the last lost event.
 ///
 /// The external service is the object NotificationService at `[notification]` host and port
-/// (ssl_port with TLS). It is an event channel or a factory; of a factory's channels the oldest is
+/// (ssl_port with TLS). It is an event channel, or a channel factory, whose oldest channel is then
 /// used. While the service does not answer, at most `queue_events_max` events wait, and the
-/// connection is retried after 1 s, 2 s and so on up to 30 s. An event that was sent without an
-/// answer is sent again after a call that carries no event was answered: delivery is at least once,
-/// in order.
+/// connection is retried after 1 s, 2 s and so on up to 30 s. If a push gets no answer, the service
+/// is first probed with a call that carries no event. Once it answers, the event is pushed again.
+/// Delivery is thus at least once, in order.
 class KELP_EXPORT SuppilerMgr {
   public:
     static SuppilerMgr* Instance();

@@ -7,12 +7,12 @@
 
 namespace NS_CORBA {
 
-/// Format a time in the configured layout: "20240105030405.0", or "05/01/2024 03:04:05" under
-/// appearance 1. Under a UTC reference "Z" follows; the fields are printed as they are, whatever
-/// their time zone. Empty when the time cannot be printed.
+/// Format a time in the configured layout: "20240105030405.0", or "05/01/2024 03:04:05" with
+/// TimeShowAppearance 1. With TimeZoneRefPoint 0 (UTC) "Z" follows; the fields are printed as they
+/// are, whatever their time zone. Empty when the time cannot be printed.
 KELP_EXPORT std::string ConfiguredTimeText(const std::tm& fields);
 
-/// Format a moment, in seconds since the epoch: in UTC under a UTC reference, otherwise in local
+/// Format a moment, in seconds since the epoch: in UTC with TimeZoneRefPoint 0, otherwise in local
 /// time. A moment of 0, or one that cannot be converted, counts as now.
 KELP_EXPORT std::string ConfiguredTimeText(std::time_t moment);
 

@@ -11,8 +11,8 @@
 namespace NS_CORBA {
 
 /// Return the files that [tls] names and the password of the key, which is the first line of
-/// key_password_file. None, with the reason, when that file cannot be read or is accessible to
-/// other users. Any thread may call it.
+/// key_password_file. Nothing, with the reason in `whyNot`, when that file cannot be read or is
+/// accessible to other users. Any thread may call it.
 KELP_EXPORT std::optional<kelp::orb::TlsFiles> configuredTlsFiles(std::string& whyNot);
 
 /// Return the problems that would keep TLS from working with the configured files now, each with

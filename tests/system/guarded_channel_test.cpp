@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "component/orb/tcp_relay.h"
 #include "harness/host.h"
 #include "harness/log_file.h"
 #include "harness/nms_process.h"
+#include "support/tcp_relay.h"
 
 namespace kelp::test {
 namespace {

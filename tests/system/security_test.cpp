@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "component/orb/tcp_relay.h"
 #include "harness/host.h"
 #include "harness/nms_process.h"
+#include "support/tcp_relay.h"
 
 namespace kelp::test {
 namespace {

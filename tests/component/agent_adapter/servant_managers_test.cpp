@@ -7,8 +7,8 @@
 
 #include "adapter/iterator_activator.h"
 #include "adapter/servant_locator.h"
-#include "component/orb/gate.h"
 #include "source_fixture.h"
+#include "support/latch.h"
 #include "support/test_iterator.h"
 
 namespace {
@@ -156,7 +156,7 @@ TEST_F(ServantManagers, GiveNoServantForNullInputs) {
 }
 
 TEST_F(ServantManagers, RefuseNewCallsWhileTheTreeDiesEvenIfAnOldOneRuns) {
-    Gate gate;
+    Latch gate;
     agent_.manager().onCall = [&] { gate.pass(); };
     const common::Common_I_var manager = remote("EMS");
     std::thread running([&] {

@@ -11,8 +11,8 @@
 #include <string>
 
 #include "agent_fixture.h"
-#include "component/orb/gate.h"
 #include "session/ems_session_factory_impl.h"
+#include "support/latch.h"
 #include "support/wait_until.h"
 
 namespace kelp::test {
@@ -75,7 +75,7 @@ TEST_F(BoundedStop, EndsAPingOfAnNmsThatCannotBeReached) {
 }
 
 TEST_F(BoundedStop, AbandonsATaskThatDoesNotEnd) {
-    Gate gate;
+    Latch gate;
     startWithUser("");
     ASSERT_TRUE(NS_CORBA::AsynNotifyMgr::Instance()->Post([&] { gate.pass(); }));
     ASSERT_TRUE(gate.isReached());
@@ -87,7 +87,7 @@ TEST_F(BoundedStop, AbandonsATaskThatDoesNotEnd) {
 
 /// A request is inside a manager interface while the agent stops.
 TEST_F(BoundedStop, DestroysNothingThatARunningRequestUses) {
-    Gate gate;
+    Latch gate;
     enterInterface("First", 1);
     startWithUser("");
     WireSession session([&] { gate.pass(); });

@@ -86,7 +86,7 @@ thread_local Countdown throwingAllocations;
 thread_local bool hasNoThreads = false;
 thread_local Countdown writeLocks;
 thread_local Countdown pauses;
-thread_local Gate* pauseGate = nullptr;
+thread_local Latch* pauseGate = nullptr;
 
 }  // namespace
 
@@ -135,7 +135,7 @@ bool FailingWriteLock::hasHappened() const {
     return writeLocks.happened;
 }
 
-PausedWriteLock::PausedWriteLock(int nth, Gate& gate) {
+PausedWriteLock::PausedWriteLock(int nth, Latch& gate) {
     pauses.arm(nth);
     pauseGate = &gate;
 }

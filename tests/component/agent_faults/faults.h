@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "component/orb/gate.h"
+#include "support/latch.h"
 
 namespace kelp::test {
 
@@ -53,7 +53,7 @@ class FailingWriteLock {
 /// waits at a gate, then succeeds.
 class PausedWriteLock {
   public:
-    PausedWriteLock(int nth, Gate& gate);
+    PausedWriteLock(int nth, Latch& gate);
     ~PausedWriteLock();
     PausedWriteLock(const PausedWriteLock&) = delete;
     PausedWriteLock& operator=(const PausedWriteLock&) = delete;

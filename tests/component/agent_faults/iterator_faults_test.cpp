@@ -58,7 +58,7 @@ class PausedOpening {
     }
 
   private:
-    Gate gate_;
+    Latch gate_;
     unsigned long code_ = 0;
     std::thread thread_;
 };

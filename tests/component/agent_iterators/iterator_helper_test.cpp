@@ -5,8 +5,8 @@
 
 #include <thread>
 
-#include "component/orb/gate.h"
 #include "iterator_fixture.h"
+#include "support/latch.h"
 
 namespace kelp::test {
 namespace {
@@ -108,7 +108,7 @@ TEST_F(IteratorHelper, ClosesNothingWithoutAPoa) {
 }
 
 TEST_F(IteratorHelper, ClosesNothingWhileTheSessionsPoaIsBeingDestroyed) {
-    Gate gate;
+    Latch gate;
     agent_.manager().onCall = [&] { gate.pass(); };
     const common::Common_I_var manager = agent_.remoteManager(session_.in());
     std::thread running([&] {

@@ -6,8 +6,8 @@
 #include <future>
 #include <thread>
 
-#include "component/orb/gate.h"
 #include "iterator_fixture.h"
+#include "support/latch.h"
 
 namespace kelp::test {
 namespace {
@@ -133,7 +133,7 @@ TEST_F(IteratorsThatCannotBeClosed, BecauseTheirPoaThrowsAreTraced) {
 }
 
 TEST_F(IteratorsSoftBelowHard, OldestIsClosedWithoutWaitingForTheCallOnIt) {
-    Gate gate;
+    Latch gate;
     auto oldest = made();
     oldest->onCall = [&] { gate.pass(); };
     ASSERT_EQ(open(oldest), 0ul);

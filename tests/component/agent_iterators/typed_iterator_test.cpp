@@ -4,9 +4,9 @@
 
 #include <thread>
 
-#include "component/orb/gate.h"
 #include "iterator_fixture.h"
 #include "name_iterators.h"
+#include "support/latch.h"
 #include "support/module_workers.h"
 
 namespace kelp::test {
@@ -165,7 +165,7 @@ class TypedIteratorAhead : public TypedIterator {
     }
     bool isListGone() const { return held_.use_count() == 1; }
 
-    Gate gate_;
+    Latch gate_;
 
   private:
     const std::shared_ptr<const int> held_ = std::make_shared<const int>(0);

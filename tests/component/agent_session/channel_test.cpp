@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <kelp/users/user_database.h>
 
-#include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
+#include "support/tcp_relay.h"
 #include "support/trace_capture.h"
 
 namespace {

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "adapter/session_source.h"
-#include "component/orb/gate.h"
 #include "support/agent_fixture.h"
+#include "support/latch.h"
 #include "support/tcp_peers.h"
 #include "support/trace_capture.h"
 
@@ -78,7 +78,7 @@ TEST(ConcurrentRound, EndsAnNmsThatHangsAfterItsFifthRound) {
 }
 
 TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
     // set before the first ping may arrive
     agent.nms(1)->onPing = [&] { gate.pass(); };
@@ -105,7 +105,7 @@ TEST(ConcurrentRound, TracesInTheOrderOfTheList) {
 }
 
 TEST(ConcurrentRound, WithOneThreadPingsOneAfterTheOther) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(
         AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 1\n"));
     agent.nms(1)->onPing = [&] { gate.pass(); };
@@ -118,7 +118,7 @@ TEST(ConcurrentRound, WithOneThreadPingsOneAfterTheOther) {
 }
 
 TEST(ConcurrentRound, LimitsItsThreads) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(
         AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 3\n"));
     std::atomic<int> hanging{0};

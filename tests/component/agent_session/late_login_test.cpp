@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "adapter/session_source.h"
-#include "component/orb/gate.h"
 #include "support/agent_fixture.h"
+#include "support/latch.h"
 #include "support/trace_capture.h"
 
 namespace {
@@ -42,7 +42,7 @@ TEST(LateLogIn, IsRefusedOnceItsEndCanNoLongerBeNotified) {
 }
 
 TEST(LateLogIn, IsNotifiedOfItsEndWhenItIsListedDuringTheStop) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
     // the stop waits for the ping of NMS 1 while NMS 2 logs in
     agent.nms(1)->onPing = [&] { gate.pass(); };
@@ -58,7 +58,7 @@ TEST(LateLogIn, IsNotifiedOfItsEndWhenItIsListedDuringTheStop) {
 }
 
 TEST(LateLogIn, StopsWaitingForANameWhenTheStopBegins) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(AgentOptions{.callTimeoutS = 86400});
     agent.manager().onCall = [&] { gate.pass(); };
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "adapter/session_source.h"
-#include "component/orb/gate.h"
 #include "support/agent_fixture.h"
+#include "support/latch.h"
 #include "support/tcp_peers.h"
 #include "support/trace_capture.h"
 
@@ -89,7 +89,7 @@ TEST(PingRound, MakesNoPingWithoutPingMode) {
 }
 
 TEST(PingRound, GivesUpACallAfterTheCallTimeOut) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 1});
     agent.nms()->onPing = [&] { gate.pass(); };
     agent.logIn(agent.nms());
@@ -100,7 +100,7 @@ TEST(PingRound, GivesUpACallAfterTheCallTimeOut) {
 }
 
 TEST(PingRound, DelaysNobodyWhileAnNmsHangs) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent(AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60});
     agent.nms(1)->onPing = [&] { gate.pass(); };
     const emsSession::EmsSession_I_var hung = agent.logIn(agent.nms(1));

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "component/corbabase/open_logs.h"
-#include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
+#include "support/tcp_relay.h"
 #include "support/trace_capture.h"
 
 namespace kelp::test {

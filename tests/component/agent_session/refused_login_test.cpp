@@ -8,8 +8,8 @@
 #include <functional>
 
 #include "adapter/session_source.h"
-#include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
+#include "support/tcp_relay.h"
 #include "support/trace_capture.h"
 
 namespace {

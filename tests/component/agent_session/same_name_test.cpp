@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "adapter/session_source.h"
-#include "component/orb/gate.h"
 #include "support/agent_fixture.h"
+#include "support/latch.h"
 #include "support/trace_capture.h"
 
 namespace {
@@ -44,7 +44,7 @@ class SameName : public testing::Test {
         agent_.reset();
     }
 
-    Gate gate_;
+    Latch gate_;
     std::unique_ptr<RunningAgent> agent_;
     common::Common_I_var manager_;
     std::thread call_;

@@ -10,8 +10,8 @@
 #include <memory>
 #include <optional>
 
-#include "component/orb/tcp_relay.h"
 #include "support/agent_fixture.h"
+#include "support/tcp_relay.h"
 #include "support/trace_capture.h"
 
 namespace {

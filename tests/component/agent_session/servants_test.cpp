@@ -4,8 +4,8 @@
 
 #include <thread>
 
-#include "component/orb/gate.h"
 #include "support/agent_fixture.h"
+#include "support/latch.h"
 #include "support/trace_capture.h"
 
 namespace {
@@ -103,7 +103,7 @@ TEST_F(Servants, AreServedFromTheNextRequestOnWhenTheyAreReplaced) {
 }
 
 TEST_F(Servants, LiveToTheEndOfACallThatIsInProgressWhenTheyAreReplaced) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent;
     agent.manager().onCall = [&] { gate.pass(); };
     const emsSession::EmsSession_I_var session = agent.logIn(agent.nms());

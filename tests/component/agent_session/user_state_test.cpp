@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "adapter/session_source.h"
-#include "component/orb/gate.h"
 #include "support/agent_fixture.h"
+#include "support/latch.h"
 #include "support/trace_capture.h"
 
 namespace {
@@ -131,7 +131,7 @@ TEST(UserState, IsIgnoredAfterTheStop) {
 }
 
 TEST(UserState, IsWaitedForByTheStopWhichHoldsNoLockMeanwhile) {
-    Gate gate;
+    Latch gate;
     RunningAgent agent;
     agent.sessions().add_emsSession(new OddSession([&] { gate.pass(); }));
     LightEventMgr::Instance()->Raise(119, aboutUser("10.0.0.1:5000"));

@@ -6,14 +6,14 @@
 #include <stdexcept>
 
 #include "base_orb.h"
-#include "component/orb/gate.h"
 #include "scripted_interceptor.h"
+#include "support/latch.h"
 #include "support/trace_capture.h"
 #include "support/wait_until.h"
 
 using kelp::test::base;
 using kelp::test::BaseOrb;
-using kelp::test::Gate;
+using kelp::test::Latch;
 using kelp::test::ScriptedInterceptor;
 using kelp::test::WireSession;
 using NS_CORBA::AgentServer;
@@ -109,7 +109,7 @@ TEST_F(Interception, RemovingTheInterceptorReleasesWaitingRequests) {
 }
 
 TEST_F(Interception, RemovingTheInterceptorWaitsForCallsInsideIt) {
-    Gate gate;
+    Latch gate;
     std::atomic<bool> left{false};
     ScriptedInterceptor interceptor([&](const kelp::orb::RequestInfo*) {
         gate.pass();
@@ -129,7 +129,7 @@ TEST_F(Interception, RemovingTheInterceptorWaitsForCallsInsideIt) {
 }
 
 TEST_F(Interception, ARunningServantDoesNotDelayRemovingTheInterceptor) {
-    Gate gate;
+    Latch gate;
     const WireSession busy([&] { gate.pass(); });
     ScriptedInterceptor interceptor;
     base().SetReqInterceptorImpl(&interceptor);

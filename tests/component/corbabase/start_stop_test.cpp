@@ -3,8 +3,8 @@
 #include <future>
 
 #include "base_orb.h"
-#include "component/orb/gate.h"
 #include "scripted_interceptor.h"
+#include "support/latch.h"
 #include "support/tcp_peers.h"
 #include "support/trace_capture.h"
 #include "support/wait_until.h"
@@ -12,7 +12,7 @@
 using kelp::test::base;
 using kelp::test::BaseOrb;
 using kelp::test::configure;
-using kelp::test::Gate;
+using kelp::test::Latch;
 using kelp::test::ScriptedInterceptor;
 using kelp::test::TraceCapture;
 using kelp::test::WireSession;
@@ -130,7 +130,7 @@ TEST(BaseConfig, SessionSettingsHoldUntilTheNextStart) {
 
 TEST(AgentServer, AStuckCallDoesNotHangTheStop) {
     BaseOrb orb;
-    Gate gate;
+    Latch gate;
     ScriptedInterceptor interceptor;
     base().SetReqInterceptorImpl(&interceptor);
     ASSERT_EQ(AgentServer::Activate(), 0);

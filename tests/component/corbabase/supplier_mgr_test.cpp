@@ -11,8 +11,8 @@
 #include <thread>
 
 #include "base_orb.h"
-#include "component/orb/gate.h"
 #include "event_doubles.h"
+#include "support/latch.h"
 #include "support/temporary_directory.h"
 #include "support/wait_until.h"
 
@@ -151,7 +151,7 @@ TEST_F(SupplierMgr, ReportsALossOfTheHandoversOwnQueue) {
 }
 
 TEST_F(SupplierMgr, ReportsALossThatBeginsDuringTheReportOfAnEndAfterIt) {
-    Gate gate;
+    Latch gate;
     agent_.onCleared = [&] { gate.pass(); };
     start("heartbeat_s = 0\nqueue_events_max = 2\n");
     std::vector<CosNotification::StructuredEvent> batch{alarm("1"), alarm("2"), alarm("3")};

@@ -3,10 +3,10 @@
 #include <sys/socket.h>
 
 #include "base_orb.h"
-#include "component/orb/throw_away_certificates.h"
 #include "scripted_interceptor.h"
 #include "support/tcp_peers.h"
 #include "support/temporary_directory.h"
+#include "support/throw_away_certificates.h"
 
 using kelp::test::base;
 using kelp::test::BaseOrb;

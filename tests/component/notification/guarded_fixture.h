@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "channel_fixture.h"
-#include "component/orb/tcp_relay.h"
+#include "support/tcp_relay.h"
 #include "support/trace_capture.h"
 #include "support/wire_reference.h"
 

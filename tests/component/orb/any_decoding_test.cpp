@@ -7,8 +7,8 @@
 
 #include <random>
 
+#include "component/orb/giop_recorder.h"
 #include "giop/arguments/argument_check.h"
-#include "giop_recorder.h"
 #include "raw_giop.h"
 #include "recorded_arguments.h"
 #include "support/orb_fixture.h"

@@ -16,7 +16,7 @@
 #include <mtnm/softwareAndDataManager.h>
 #include <mtnm/trafficDescriptor.h>
 
-#include "giop_recorder.h"
+#include "component/orb/giop_recorder.h"
 #include "recorded_arguments.h"
 #include "support/orb_fixture.h"
 

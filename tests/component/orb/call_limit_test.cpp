@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "gate.h"
 #include "session_object.h"
+#include "support/latch.h"
 #include "support/tcp_peers.h"
+#include "support/throw_away_certificates.h"
 #include "support/wait_until.h"
-#include "throw_away_certificates.h"
 
 namespace {
 
@@ -132,7 +132,7 @@ TEST_F(CallLimit, LeavesAnIdleConnectionOpen) {
 
 /// Expect that a call which takes longer than the former limit succeeds.
 void expectNoLimit(const RunningOrb& orb) {
-    Gate gate;
+    Latch gate;
     SessionObject session(orb, [&] { gate.pass(); });
     auto call = calling([&] { session.remote()->ping(); });
     EXPECT_TRUE(gate.isReached());
@@ -184,7 +184,7 @@ TEST_F(CallLimitOverTls, EndsAHandshakeThatIsNotAnswered) {
 
 TEST_F(CallLimitOverTls, EndsACallInProgress) {
     const RunningOrb orb(nullptr, options());
-    Gate gate;
+    Latch gate;
     SessionObject session(orb, [&] { gate.pass(); });
     auto call = calling([&] { session.remote()->ping(); });
     ASSERT_TRUE(gate.isReached());

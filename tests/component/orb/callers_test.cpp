@@ -4,8 +4,8 @@
 #include <atomic>
 #include <thread>
 
-#include "gate.h"
 #include "session_object.h"
+#include "support/latch.h"
 #include "support/wait_until.h"
 
 namespace {
@@ -147,7 +147,7 @@ TEST_F(Callers, MayBeHeldAgain) {
 }
 
 TEST_F(Callers, AreHeldOnlyAfterTheCallsInProgressHaveEnded) {
-    Gate gate;
+    Latch gate;
     SessionObject session(orb_, [&] { gate.pass(); });
     Caller caller(session.remote());
     ASSERT_TRUE(gate.isReached());

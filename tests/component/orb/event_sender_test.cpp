@@ -8,7 +8,7 @@
 #include <functional>
 #include <vector>
 
-#include "giop_recorder.h"
+#include "component/orb/giop_recorder.h"
 #include "support/orb_fixture.h"
 
 namespace {
@@ -78,7 +78,7 @@ class EventSenderBytes : public testing::TestWithParam<const char*> {
 TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForOneEvent) {
     const auto consumer = CosNotifyComm::StructuredPushConsumer_var(
         recorder<CosNotifyComm::StructuredPushConsumer>());
-    for (const std::size_t textSize : {0, 5000, 9000, 100000}) {
+    for (const std::size_t textSize : {0u, 5000u, 9000u, 100000u}) {
         for (std::size_t number = 0; number < 9; ++number) {
             const SharedEvent event(numbered(number, textSize));
             ordinarySender().push(consumer.in(), event);
@@ -98,7 +98,7 @@ TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForOneEvent) {
 TEST_P(EventSenderBytes, AreThoseOfTheOrdinaryCallForABatch) {
     const auto consumer =
         CosNotifyComm::SequencePushConsumer_var(recorder<CosNotifyComm::SequencePushConsumer>());
-    for (const std::size_t textSize : {0, 700, 20001}) {
+    for (const std::size_t textSize : {0u, 700u, 20001u}) {
         std::vector<std::unique_ptr<SharedEvent>> events;
         std::vector<const SharedEvent*> batch;
         for (std::size_t number = 0; number < 50; ++number) {

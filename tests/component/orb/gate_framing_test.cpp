@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "gate.h"
 #include "raw_connection.h"
 #include "session_object.h"
+#include "support/latch.h"
 #include "support/wait_until.h"
 
 namespace {
@@ -94,7 +94,7 @@ TEST_F(GateFraming, AnswersRequestsThatArriveTogether) {
 }
 
 TEST_F(GateFraming, AnswersWhatArrivedTogetherWithARequestThatTakesLong) {
-    Gate gate;
+    Latch gate;
     onPing_ = [&] { gate.pass(); };
     const RawConnection connection(orb_.port());
     connection.send(requestMessage(ping(1)) + requestMessage(ping(2)));
@@ -168,7 +168,7 @@ TEST_F(GateFraming, ForgetsHalfARequestThatIsCancelled) {
 }
 
 TEST_F(GateFraming, ServesARequestThatIsCancelledTooLate) {
-    Gate gate;
+    Latch gate;
     onPing_ = [&] { gate.pass(); };
     const RawConnection connection(orb_.port());
     connection.send(requestMessage(ping(1)));

@@ -12,8 +12,8 @@
 #include "raw_connection.h"
 #include "raw_tls.h"
 #include "session_object.h"
+#include "support/throw_away_certificates.h"
 #include "support/wait_until.h"
-#include "throw_away_certificates.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "gate.h"
 #include "session_object.h"
+#include "support/latch.h"
 #include "support/tcp_peers.h"
 #include "support/wait_until.h"
 
@@ -292,7 +292,7 @@ TEST(Lifecycle, ServingEndsWithTheShutdown) {
 TEST(Lifecycle, MoreCallsToOnePeerThanTheOrbsDefaultRunAtOnce) {
     const RunningOrb orb;
     kelp::orb::setProcessTimeout(60s);
-    Gate gate;
+    Latch gate;
     SessionObject session(orb, [&] { gate.pass(); });
     std::vector<std::thread> callers;
     for (int i = 0; i < 20; ++i)

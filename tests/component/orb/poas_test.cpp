@@ -5,9 +5,9 @@
 #include <thread>
 #include <vector>
 
-#include "gate.h"
 #include "poa_maker.h"
 #include "session_object.h"
+#include "support/latch.h"
 #include "support/wait_until.h"
 
 namespace {
@@ -48,7 +48,7 @@ class CallInProgress {
     }
 
   private:
-    Gate gate_;
+    Latch gate_;
     SessionObject session_;
     std::thread caller_;
 };
@@ -147,7 +147,7 @@ TEST_F(Poas, KeepTheirNameDyingUntilTheLastCallOnAChildHasEnded) {
 /// Holds each etherealize at a gate, like an object that takes time to unlink itself.
 class SlowActivator : public kelp::orb::CountedLocal<PortableServer::ServantActivator> {
   public:
-    SlowActivator(Gate& gate, std::atomic<bool>& deleted) : gate_(gate), deleted_(deleted) {}
+    SlowActivator(Latch& gate, std::atomic<bool>& deleted) : gate_(gate), deleted_(deleted) {}
     PortableServer::Servant incarnate(const PortableServer::ObjectId&,
                                       PortableServer::POA_ptr) override {
         throw CORBA::OBJECT_NOT_EXIST();
@@ -162,12 +162,12 @@ class SlowActivator : public kelp::orb::CountedLocal<PortableServer::ServantActi
     ~SlowActivator() override { deleted_ = true; }
 
   private:
-    Gate& gate_;
+    Latch& gate_;
     std::atomic<bool>& deleted_;
 };
 
 TEST_F(Poas, KeepTheirNameDyingUntilTheirObjectsAreEtherealized) {
-    Gate gate;
+    Latch gate;
     std::atomic<bool> deleted{false};
     POA_var top = makeActivatorPoa(orb_.root(), orb_.manager(), "EMS<1>");
     {
@@ -185,7 +185,7 @@ TEST_F(Poas, KeepTheirNameDyingUntilTheirObjectsAreEtherealized) {
 }
 
 TEST_F(Poas, AreDestroyedAlthoughTheirNameIsRemembered) {
-    Gate gate;
+    Latch gate;
     gate.open();
     std::atomic<bool> deleted{false};
     POA_var top = makeActivatorPoa(orb_.root(), orb_.manager(), "EMS<1>");

@@ -5,8 +5,8 @@
 #include <functional>
 #include <thread>
 
-#include "gate.h"
 #include "session_object.h"
+#include "support/latch.h"
 #include "support/tcp_peers.h"
 
 namespace {
@@ -105,7 +105,7 @@ TEST_F(Timeouts, DoNotDelayTheRefusalOfAClosedPort) {
 
 TEST_F(Timeouts, OfAThreadBelongToThatThreadAlone) {
     setThreadTimeout(100ms);
-    Gate gate;
+    Latch gate;
     SessionObject session(orb_, [&] { gate.pass(); });
     // the other thread's call continues after this thread's limit
     std::thread other([&] { EXPECT_NO_THROW(session.remote()->ping()); });
@@ -159,7 +159,7 @@ TEST_F(Timeouts, ThatHaveRunOutFailCallsAndDoNotLetThemHang) {
 }
 
 TEST_F(Timeouts, ReachAPeerAgainOnceItAnswers) {
-    Gate gate;
+    Latch gate;
     SessionObject session(orb_, [&] { gate.pass(); });
     setThreadTimeout(100ms);
     EXPECT_THROW(session.remote()->ping(), CORBA::TIMEOUT);

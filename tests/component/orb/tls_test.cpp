@@ -4,9 +4,9 @@
 
 #include "raw_giop.h"
 #include "session_object.h"
+#include "support/tcp_relay.h"
+#include "support/throw_away_certificates.h"
 #include "support/trace_capture.h"
-#include "tcp_relay.h"
-#include "throw_away_certificates.h"
 #include "tls_client.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <deque>
 #include <string>
 
-#include "component/orb/tcp_relay.h"
 #include "support/orb_fixture.h"
+#include "support/tcp_relay.h"
 #include "support/wire_reference.h"
 #include "system/harness/host.h"
 #include "system/nms_peer/peer_nms.h"

@@ -12,12 +12,12 @@
 #include <memory>
 #include <optional>
 
-#include "component/orb/throw_away_certificates.h"
 #include "harness/eventually.h"
 #include "harness/host.h"
 #include "harness/nms_process.h"
 #include "support/orb_fixture.h"
 #include "support/recording_consumer.h"
+#include "support/throw_away_certificates.h"
 
 namespace kelp::test {
 namespace {

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 
-#include "component/orb/throw_away_certificates.h"
 #include "harness/name_server.h"
 #include "kelpnms_fixture.h"
 #include "support/standard_managers.h"
+#include "support/throw_away_certificates.h"
 
 namespace kelp::test {
 namespace {

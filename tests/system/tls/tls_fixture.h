@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "component/orb/throw_away_certificates.h"
 #include "component/orb/tls_client.h"
+#include "support/throw_away_certificates.h"
 #include "system/kelpnms/kelpnms_fixture.h"
 
 namespace kelp::test {

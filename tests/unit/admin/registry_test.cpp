@@ -69,7 +69,7 @@ TEST_F(AdminRegistry, RefusesTooDeepNestingBeforeTheBodyIsCopied) {
         return std::string(depth, '[') + "1" + std::string(depth, ']');
     };
     EXPECT_EQ(post(nested(32)).status, 200);
-    for (const std::size_t depth : {33, 500000}) {
+    for (const std::size_t depth : {33u, 500000u}) {
         const Answer answer = post(nested(depth));
         EXPECT_EQ(answer.status, 400);
         EXPECT_EQ(errorOf(answer), "the request is nested deeper than 32 times");

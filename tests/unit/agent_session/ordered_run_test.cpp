@@ -7,12 +7,12 @@
 #include <thread>
 #include <vector>
 
-#include "component/orb/gate.h"
+#include "support/latch.h"
 #include "support/wait_until.h"
 
 namespace {
 
-using kelp::test::Gate;
+using kelp::test::Latch;
 using kelp::test::waitUntil;
 using NS_KELPCORBA::OrderedSteps;
 using NS_KELPCORBA::runInOrder;
@@ -55,7 +55,7 @@ TEST(OrderedRun, ConcludesOnTheCallersThreadAndRunsOnOthers) {
 }
 
 TEST(OrderedRun, RunsAsManyAtATimeAsAllowed) {
-    Gate gate;
+    Latch gate;
     std::atomic<int> running{0};
     std::atomic<int> most{0};
     OrderedSteps steps;
@@ -78,7 +78,7 @@ TEST(OrderedRun, RunsAsManyAtATimeAsAllowed) {
 }
 
 TEST(OrderedRun, ContinuesWithTheOthersWhileOneHangs) {
-    Gate gate;
+    Latch gate;
     std::atomic<int> done{0};
     std::atomic<int> concluded{0};
     OrderedSteps steps;

@@ -5,11 +5,11 @@
 #include <stdexcept>
 #include <thread>
 
-#include "component/orb/gate.h"
+#include "support/latch.h"
 #include "support/trace_capture.h"
 #include "support/wait_until.h"
 
-using kelp::test::Gate;
+using kelp::test::Latch;
 using kelp::test::waitUntil;
 using NS_CORBA::AsynNotifyMgr;
 
@@ -42,7 +42,7 @@ TEST_F(AsynNotifyMgrTest, RefusesTasksBeforeInitAndAfterExitThread) {
 
 TEST_F(AsynNotifyMgrTest, IsFullAtAThousandWaitingTasks) {
     ASSERT_TRUE(manager().Init());
-    Gate gate;
+    Latch gate;
     ASSERT_TRUE(manager().Post([&] { gate.pass(); }));
     ASSERT_TRUE(manager().Post([&] { gate.pass(); }));
     ASSERT_TRUE(gate.isReachedBy(2));
@@ -56,7 +56,7 @@ TEST_F(AsynNotifyMgrTest, IsFullAtAThousandWaitingTasks) {
 
 TEST_F(AsynNotifyMgrTest, ExitThreadFinishesWhatRunsAndDropsTheRest) {
     ASSERT_TRUE(manager().Init());
-    Gate gate;
+    Latch gate;
     for (int i = 0; i < 2; ++i)
         ASSERT_TRUE(manager().Post([&] { gate.pass(); }));
     ASSERT_TRUE(gate.isReachedBy(2));

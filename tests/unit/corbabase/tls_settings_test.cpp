@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <kelp/corbabase/tls_settings.h>
 
-#include "component/orb/throw_away_certificates.h"
 #include "config_text.h"
 #include "support/temporary_directory.h"
+#include "support/throw_away_certificates.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

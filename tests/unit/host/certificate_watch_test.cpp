@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "component/orb/throw_away_certificates.h"
+#include "support/throw_away_certificates.h"
 
 namespace kelp::host {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <stdexcept>
 
-#include "component/orb/throw_away_certificates.h"
 #include "kelpd_fixture.h"
 #include "support/tcp_peers.h"
+#include "support/throw_away_certificates.h"
 
 namespace kelp::test {
 namespace {

@@ -2,8 +2,8 @@
 #include <kelp/orb/tls_files.h>
 #include <sys/stat.h>
 
-#include "component/orb/throw_away_certificates.h"
 #include "support/temporary_directory.h"
+#include "support/throw_away_certificates.h"
 
 namespace {
 

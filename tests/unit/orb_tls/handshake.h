@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "component/orb/throw_away_certificates.h"
+#include "support/throw_away_certificates.h"
 #include "tls/context.h"
 #include "tls/material.h"
 

@@ -6,18 +6,18 @@
 
 namespace kelp::test {
 
-/// Threads wait at the gate until it is opened. If a test fails to open it, it opens automatically,
-/// so that nothing hangs. The destructor waits for the threads that have passed.
-class Gate {
+/// Threads wait at the latch until it is opened. If a test fails to open it, it opens
+/// automatically, so that nothing hangs. The destructor waits for the threads that have passed.
+class Latch {
   public:
-    Gate() = default;
-    ~Gate() {
+    Latch() = default;
+    ~Latch() {
         open();
         std::unique_lock<std::mutex> guard(lock_);
         changed_.wait(guard, [this] { return waiting_ == 0; });
     }
-    Gate(const Gate&) = delete;
-    Gate& operator=(const Gate&) = delete;
+    Latch(const Latch&) = delete;
+    Latch& operator=(const Latch&) = delete;
 
     void open() {
         const std::lock_guard<std::mutex> guard(lock_);
@@ -34,7 +34,7 @@ class Gate {
         changed_.notify_all();
     }
 
-    /// True as soon as `count` threads wait at the gate simultaneously.
+    /// True as soon as `count` threads wait at the latch simultaneously.
     bool isReachedBy(int count) {
         std::unique_lock<std::mutex> guard(lock_);
         return changed_.wait_for(guard, std::chrono::seconds(20),

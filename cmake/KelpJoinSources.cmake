@@ -57,5 +57,5 @@ function(kelp_join_target target folder)
     set_property(TARGET ${target} PROPERTY SOURCES "${kept}")
     target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}")
     # a class may have members of types from its source's unnamed namespace
-    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()

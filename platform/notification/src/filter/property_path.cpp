@@ -86,7 +86,7 @@ Result simpleValue(DynamicAny::DynAny_ptr dyn) {
         case CORBA::tk_double:
             return static_cast<double>(dyn->get_double());
         case CORBA::tk_char:
-            return std::string(1, dyn->get_char());
+            return std::string(1, static_cast<char>(dyn->get_char()));
         case CORBA::tk_string: {
             const CORBA::String_var text = dyn->get_string();
             return std::string(text.in());

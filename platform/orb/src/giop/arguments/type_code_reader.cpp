@@ -289,15 +289,15 @@ bool TypeCodeReader::enumerators(ArgumentReader& inside) {
 
 bool TypeCodeReader::members(ArgumentReader& inside, std::uint32_t place) {
     const std::uint32_t count = inside.unsignedLong();
-    std::vector<TypePart> parts;
+    std::vector<TypePart> typeParts;
     for (std::uint32_t i = 0; i < count; ++i) {
         inside.skipText();
         const auto member = type(inside, false);
         if (!member)
             return false;
-        parts.push_back({*member, 0});
+        typeParts.push_back({*member, 0});
     }
-    table_.complete(place, plain(TypeKind::Struct), parts);
+    table_.complete(place, plain(TypeKind::Struct), typeParts);
     return true;
 }
 
@@ -311,18 +311,18 @@ bool TypeCodeReader::unionMembers(ArgumentReader& inside, std::uint32_t place) {
     // the ORB uses the index without checking it against the number of members
     if (defaultIndex >= 0 && static_cast<std::uint32_t>(defaultIndex) >= count)
         return false;
-    std::vector<TypePart> parts{{*discriminator, 0}};
+    std::vector<TypePart> typeParts{{*discriminator, 0}};
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint64_t label = inside.number(switchedOn.size);
         inside.skipText();
         const auto member = type(inside, false);
         if (!member || !isLabel(label, switchedOn))
             return false;
-        parts.push_back({*member, label});
+        typeParts.push_back({*member, label});
     }
     const std::uint32_t defaultPart =
         defaultIndex < 0 ? 0 : static_cast<std::uint32_t>(defaultIndex) + 1;
-    table_.complete(place, {TypeKind::Union, 0, defaultPart, 0, 0}, parts);
+    table_.complete(place, {TypeKind::Union, 0, defaultPart, 0, 0}, typeParts);
     return true;
 }
 

@@ -16,7 +16,7 @@ __attribute__((visibility("default"))) char* cdrStream::unmarshalRawString() {
     if (!checkInputOverrun(1, length))
         throw CORBA::MARSHAL(omni::MARSHAL_PassEndOfMessage, completed);
     CORBA::String_var text = CORBA::string_alloc(length - 1);
-    get_octet_array(reinterpret_cast<_CORBA_Octet*>(text.inout()), length);
+    get_octet_array(reinterpret_cast<_CORBA_Octet*>(text.inout()), static_cast<int>(length));
     if (text[length - 1] != '\0')
         throw CORBA::MARSHAL(omni::MARSHAL_StringNotEndWithNull, completed);
     return text._retn();

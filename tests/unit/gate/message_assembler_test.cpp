@@ -158,7 +158,7 @@ TEST_F(Assembler, JoinsTheFragmentsOfARequestToTheMessageThatItIs) {
     for (const bool littleEndian : {false, true}) {
         GiopRequest made = request(2, 5, hundred());
         made.littleEndian = littleEndian;
-        for (const std::size_t part : {8, 16, 64, 4096})
+        for (const std::size_t part : {8u, 16u, 64u, 4096u})
             expectPassed(joined(fragmentsOf(made, 32, part)), {requestMessage(made)});
     }
 }

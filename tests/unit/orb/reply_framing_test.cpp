@@ -38,7 +38,7 @@ TEST(ReplyFraming, RepliesPassHoweverTheyAreCut) {
     const std::string messages = message(kReply, 12) + message(kReply, 100, 2, false) +
                                  message(kFragment, 4) + message(kFragment, 0, 1) +
                                  message(kReply, 12, 0) + message(kClose, 0);
-    for (const std::size_t step : {1, 5, 12, 13, 1000})
+    for (const std::size_t step : {1u, 5u, 12u, 13u, 1000u})
         EXPECT_TRUE(accepts(messages, step)) << step;
 }
 

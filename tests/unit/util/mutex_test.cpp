@@ -113,7 +113,7 @@ TEST(ConditionVariable, StopsWaitingAtItsTime) {
 
 Mutex outer(LockRank::Outermost, "Outer::mutex_");
 Mutex leaf(LockRank::Leaf, "Leaf::mutex_");
-Mutex other(LockRank::Leaf, "Other::mutex_");
+Mutex otherMutex(LockRank::Leaf, "Other::mutex_");
 Mutex trace(LockRank::Trace, "Trace::mutex_");
 
 TEST(LockRank, AllowsTheDocumentedOrder) {
@@ -124,7 +124,7 @@ TEST(LockRank, AllowsTheDocumentedOrder) {
 
 TEST(LockRank, AllowsOneAfterAnother) {
     { const MutexLock first(leaf); }
-    const MutexLock second(other);
+    const MutexLock second(otherMutex);
 }
 
 TEST(LockRank, AllowsUnlockingInAnyOrder) {
@@ -148,7 +148,7 @@ TEST(LockRankDeathTest, AbortsWhenTwoOfOneRankAreHeld) {
     EXPECT_DEATH(
         {
             const MutexLock first(leaf);
-            const MutexLock second(other);
+            const MutexLock second(otherMutex);
         },
         "lock order violated: locking Other::mutex_ while Leaf::mutex_ is held");
 }

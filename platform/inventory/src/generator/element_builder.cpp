@@ -80,8 +80,10 @@ void ElementBuilder::addElement(const ElementShape& shape) {
                         std::to_string(shape.placeInRing + 1);
     element.nativeEMSName = element.name;
     element.owner = shape.isHub() ? "Backbone" : regionOf(shape);
-    element.location = town_ + ", " + kSites[numbers_.below(std::size(kSites))] + " " +
-                       std::to_string(numbers_.below(90) + 10);
+    // drawn one after the other: the order within one expression differs between compilers
+    const std::size_t houseNumber = numbers_.below(90) + 10;
+    const std::string site = kSites[numbers_.below(std::size(kSites))];
+    element.location = town_ + ", " + site + " " + std::to_string(houseNumber);
     element.version = shape.product->version;
     element.productName = shape.product->name;
     element.communicationState =

@@ -9,6 +9,10 @@ endif()
 add_library(kelp_compile_options INTERFACE)
 target_compile_options(kelp_compile_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fno-omit-frame-pointer)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # the use of locks, by the attributes of kelp/util/mutex.h
+    target_compile_options(kelp_compile_options INTERFACE -Wthread-safety)
+endif()
 if(NOT KELP_SANITIZE)
     target_compile_options(kelp_compile_options INTERFACE "$<$<NOT:$<CONFIG:Debug>>:${KELP_HARDENED_COMPILATION}>")
 endif()

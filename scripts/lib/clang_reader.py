@@ -6,6 +6,7 @@ import concurrent.futures
 import hashlib
 import json
 import os
+import re
 import shlex
 import subprocess
 import time
@@ -18,10 +19,19 @@ CACHE = os.path.join(os.environ.get("XDG_CACHE_HOME", os.path.expanduser("~/.cac
 Result = collections.namedtuple("Result", "outcome findings")
 
 
+def separated(entry):
+    """The entries of the sources that this one joins (cmake/KelpJoinSources.cmake), or the entry itself."""
+    if os.path.basename(os.path.dirname(entry["file"])) != "joined":
+        return [entry]
+    with open(entry["file"], encoding="utf-8") as file:
+        sources = [os.path.join(ROOT, path) for path in re.findall(r'^#include "(.*)"', file.read(), re.MULTILINE)]
+    return [entry | {"file": path, "command": entry["command"].replace(entry["file"], path)} for path in sources]
+
+
 def product_entries(folder):
     """The compile commands of the product's sources, by path."""
     with open(os.path.join(folder, "compile_commands.json"), encoding="utf-8") as file:
-        entries = {entry["file"]: entry for entry in json.load(file)}
+        entries = {each["file"]: each for entry in json.load(file) for each in separated(entry)}
     return {path: entry for path, entry in entries.items() if os.path.relpath(path, ROOT).startswith(PRODUCT)}
 
 

@@ -1,5 +1,4 @@
 #include <kelp/util/lock_rank.h>
-#include <kelp/util/mutex.h>
 
 #include <algorithm>
 #include <array>
@@ -14,16 +13,16 @@ namespace {
 /// More than any thread holds at once.
 constexpr std::size_t kHeldMax = 32;
 
-/// The mutexes that the calling thread holds. Needs no memory and no destructor, so it works in
+/// The locks that the calling thread holds. Needs no memory and no destructor, so it works in
 /// every thread until its very end.
-struct HeldMutexes {
-    std::array<const Mutex*, kHeldMax> mutexes;
+struct HeldLocks {
+    std::array<const RankedLock*, kHeldMax> locks;
     std::size_t count;
 };
 
-HeldMutexes& held() {
-    thread_local HeldMutexes mutexes{};
-    return mutexes;
+HeldLocks& held() {
+    thread_local HeldLocks locks{};
+    return locks;
 }
 
 [[noreturn]] void abortWith(const char* what, const char* one, const char* other) {
@@ -33,27 +32,27 @@ HeldMutexes& held() {
 
 }  // namespace
 
-void checkLockOrder(const Mutex& next) {
-    const HeldMutexes& mine = held();
+void checkLockOrder(const RankedLock& next) {
+    const HeldLocks& mine = held();
     for (std::size_t i = 0; i < mine.count; ++i) {
-        if (mine.mutexes[i]->rank() >= next.rank())
-            abortWith("lock order violated: locking", next.name(), mine.mutexes[i]->name());
+        if (mine.locks[i]->rank() >= next.rank())
+            abortWith("lock order violated: locking", next.name(), mine.locks[i]->name());
     }
 }
 
-void rememberLocked(const Mutex& mutex) {
-    HeldMutexes& mine = held();
+void rememberLocked(const RankedLock& lock) {
+    HeldLocks& mine = held();
     if (mine.count == kHeldMax)
-        abortWith("too many locks: locking", mutex.name(), mine.mutexes[0]->name());
-    mine.mutexes[mine.count++] = &mutex;
+        abortWith("too many locks: locking", lock.name(), mine.locks[0]->name());
+    mine.locks[mine.count++] = &lock;
 }
 
-void forgetLocked(const Mutex& mutex) {
-    HeldMutexes& mine = held();
-    const auto end = mine.mutexes.begin() + static_cast<std::ptrdiff_t>(mine.count);
-    const auto found = std::find(mine.mutexes.begin(), end, &mutex);
+void forgetLocked(const RankedLock& lock) {
+    HeldLocks& mine = held();
+    const auto end = mine.locks.begin() + static_cast<std::ptrdiff_t>(mine.count);
+    const auto found = std::find(mine.locks.begin(), end, &lock);
     if (found == end)
-        abortWith("unlocking", mutex.name(), "it is not locked by this thread: nothing");
+        abortWith("unlocking", lock.name(), "it is not locked by this thread: nothing");
     std::move(found + 1, end, found);
     --mine.count;
 }

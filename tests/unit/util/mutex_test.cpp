@@ -135,6 +135,39 @@ TEST(LockRank, AllowsUnlockingInAnyOrder) {
     const MutexLock again(outer);
 }
 
+TEST(LockRank, AllowsToTryALockInTheWrongOrder) {
+    const MutexLock first(leaf);
+    if (!outer.try_lock())
+        FAIL() << "the mutex is not free";
+    const MutexLock second(outer, std::adopt_lock);
+    const MutexLock third(trace);
+}
+
+TEST(LockRank, ForgetsALockThatWasTriedInVain) {
+    std::promise<void> held;
+    std::promise<void> tried;
+    std::thread holder([&] {
+        const MutexLock lock(leaf);
+        held.set_value();
+        tried.get_future().wait();
+    });
+    held.get_future().wait();
+    const bool isLocked = leaf.try_lock();
+    tried.set_value();
+    holder.join();
+    ASSERT_FALSE(isLocked);
+    const MutexLock lower(outer);
+}
+
+TEST(LockRankDeathTest, CountsALockThatWasTriedAsHeld) {
+    EXPECT_DEATH(
+        {
+            if (leaf.try_lock())
+                outer.lock();
+        },
+        "lock order violated: locking Outer::mutex_ while Leaf::mutex_ is held");
+}
+
 TEST(LockRankDeathTest, AbortsWithBothNamesInTheWrongOrder) {
     EXPECT_DEATH(
         {

@@ -1,49 +1,21 @@
 #pragma once
 
-#include <kelp/util/export.h>
 #include <kelp/util/lock_rank.h>
+#include <kelp/util/thread_safety.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 
-// Clang checks these with -Wthread-safety; other compilers do not know them.
-#if defined(__clang__)
-#define KELP_THREAD_SAFETY(attribute) __attribute__((attribute))
-#else
-#define KELP_THREAD_SAFETY(attribute)
-#endif
-
-/// The member may be used only while the mutex is held.
-#define KELP_GUARDED_BY(mutex) KELP_THREAD_SAFETY(guarded_by(mutex))
-/// What the member points to may be used only while the mutex is held.
-#define KELP_PT_GUARDED_BY(mutex) KELP_THREAD_SAFETY(pt_guarded_by(mutex))
-/// The caller holds the mutex, before and after the call.
-#define KELP_REQUIRES(...) KELP_THREAD_SAFETY(requires_capability(__VA_ARGS__))
-/// The caller does not hold the mutex.
-#define KELP_EXCLUDES(...) KELP_THREAD_SAFETY(locks_excluded(__VA_ARGS__))
-/// The function locks the mutex and returns with it held.
-#define KELP_ACQUIRE(...) KELP_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
-/// The function unlocks the mutex.
-#define KELP_RELEASE(...) KELP_THREAD_SAFETY(release_capability(__VA_ARGS__))
-/// The function locks the mutex if it returns its first argument.
-#define KELP_TRY_ACQUIRE(...) KELP_THREAD_SAFETY(try_acquire_capability(__VA_ARGS__))
-/// The function returns a reference to the mutex.
-#define KELP_RETURNS_MUTEX(mutex) KELP_THREAD_SAFETY(lock_returned(mutex))
-/// The function is not checked; a comment says why it is right.
-#define KELP_NOT_CHECKED KELP_THREAD_SAFETY(no_thread_safety_analysis)
-
 namespace kelp::util {
 
 /// A mutual-exclusion lock that clang's thread-safety analysis knows. It has a rank, and a thread
-/// may lock it only while every mutex it already holds has a lower rank. Debug builds check that
-/// and abort with the names of both. Not recursive.
-class KELP_THREAD_SAFETY(capability("mutex")) Mutex {
+/// may lock it only while every lock it already holds has a lower rank. Debug builds check that and
+/// abort with the names of both. Not recursive.
+class KELP_THREAD_SAFETY(capability("mutex")) Mutex : public RankedLock {
   public:
     /// `name` is for messages and must live as long as the mutex: a string literal.
-    constexpr Mutex(LockRank rank, const char* name) : rank_(rank), name_(name) {}
-    Mutex(const Mutex&) = delete;
-    Mutex& operator=(const Mutex&) = delete;
+    constexpr Mutex(LockRank rank, const char* name) : RankedLock(rank, name) {}
 
     void lock() KELP_ACQUIRE() {
         beforeLock();
@@ -54,6 +26,8 @@ class KELP_THREAD_SAFETY(capability("mutex")) Mutex {
         beforeUnlock();
         native_.unlock();
     }
+    /// Lock the mutex if it is free, whatever its rank: no thread waits here. It counts as held for
+    /// the locks that follow.
     bool try_lock() KELP_TRY_ACQUIRE(true) {
         if (!native_.try_lock())
             return false;
@@ -61,31 +35,10 @@ class KELP_THREAD_SAFETY(capability("mutex")) Mutex {
         return true;
     }
 
-    LockRank rank() const { return rank_; }
-    const char* name() const { return name_; }
-
   private:
     friend class ConditionVariable;
 
-#ifdef NDEBUG
-    void beforeLock() const {}
-    void afterLock() const {}
-    void beforeUnlock() const {}
-#else
-    void beforeLock() const {
-        checkLockOrder(*this);
-    }
-    void afterLock() const {
-        rememberLocked(*this);
-    }
-    void beforeUnlock() const {
-        forgetLocked(*this);
-    }
-#endif
-
     std::mutex native_;
-    const LockRank rank_;
-    const char* const name_;
 };
 
 /// Holds a mutex for a scope. May be unlocked and locked again in between.

@@ -1,17 +1,21 @@
 #include <kelp/bundlemgr/exceptions.h>
 #include <kelp/bundlemgr/service_object.h>
+#include <kelp/util/shared_mutex.h>
 
 #include <map>
-#include <mutex>
-#include <shared_mutex>
 
 namespace NS_BUNDLEMGR1 {
+
+using kelp::util::ExclusiveLock;
+using kelp::util::LockRank;
+using kelp::util::SharedLock;
+using kelp::util::SharedMutex;
 
 namespace {
 
 struct Registry {
-    std::shared_mutex mutex;
-    std::map<std::string, ServiceInterface*> interfaces;  ///< guarded by mutex; borrowed
+    SharedMutex mutex{LockRank::Service, "interface registry"};
+    std::map<std::string, ServiceInterface*> interfaces KELP_GUARDED_BY(mutex);  ///< borrowed
 };
 
 // Never destroyed: service objects remove their interfaces even during static destruction.
@@ -23,19 +27,22 @@ Registry& registry() {
 }  // namespace
 
 void SetIFBuf(const std::string& key, ServiceInterface* serviceInterface) {
-    const std::unique_lock lock(registry().mutex);
-    registry().interfaces[key] = serviceInterface;
+    Registry& known = registry();
+    const ExclusiveLock lock(known.mutex);
+    known.interfaces[key] = serviceInterface;
 }
 
 ServiceInterface* CheckIFBuf(const std::string& key) {
-    const std::shared_lock lock(registry().mutex);
-    const auto found = registry().interfaces.find(key);
-    return found == registry().interfaces.end() ? nullptr : found->second;
+    Registry& known = registry();
+    const SharedLock lock(known.mutex);
+    const auto found = known.interfaces.find(key);
+    return found == known.interfaces.end() ? nullptr : found->second;
 }
 
 void RemoveIFBuf(ServiceInterface* serviceInterface) {
-    const std::unique_lock lock(registry().mutex);
-    std::erase_if(registry().interfaces,
+    Registry& known = registry();
+    const ExclusiveLock lock(known.mutex);
+    std::erase_if(known.interfaces,
                   [&](const auto& entry) { return entry.second == serviceInterface; });
 }
 

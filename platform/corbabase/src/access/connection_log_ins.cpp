@@ -3,10 +3,12 @@
 #include <kelp/corbabase/session_callers.h>
 
 #include <algorithm>
-#include <mutex>
 #include <optional>
 
 namespace NS_CORBA {
+
+using kelp::util::ExclusiveLock;
+using kelp::util::SharedLock;
 
 namespace {
 
@@ -49,13 +51,13 @@ void ConnectionLogIns::Called(const kelp::orb::RequestInfo& request) {
 
 void ConnectionLogIns::noteLatest(const std::string& connection, const std::string& sessionName) {
     {
-        const std::shared_lock lock(mutex_);
+        const SharedLock lock(mutex_);
         const auto found = connections_.find(connection);
         if (found != connections_.end() && !found->second.empty() &&
             found->second.front() == sessionName)
             return;
     }
-    const std::unique_lock lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     Names& names = connections_[connection];
     std::erase(names, sessionName);
     names.insert(names.begin(), sessionName);
@@ -65,14 +67,14 @@ void ConnectionLogIns::noteLatest(const std::string& connection, const std::stri
 }
 
 void ConnectionLogIns::Forget(const kelp::util::PeerAddress& peer) {
-    const std::unique_lock lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     if (connections_.erase(peer.withPort) > 0)
         ++changes_;
 }
 
 std::vector<std::string> ConnectionLogIns::Of(const kelp::orb::RequestInfo& request) const {
     {
-        const std::shared_lock lock(mutex_);
+        const SharedLock lock(mutex_);
         const auto found = connections_.find(request.peer().withPort);
         if (found != connections_.end() && !found->second.empty())
             return found->second;

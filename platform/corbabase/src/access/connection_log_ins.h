@@ -1,10 +1,10 @@
 #pragma once
 
 #include <kelp/orb/request.h>
+#include <kelp/util/shared_mutex.h>
 
 #include <atomic>
 #include <cstdint>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -41,9 +41,9 @@ class ConnectionLogIns {
     ConnectionLogIns() = default;
     void noteLatest(const std::string& connection, const std::string& sessionName);
 
-    mutable std::shared_mutex mutex_;
-    // by peer address and port; guarded by mutex_
-    std::unordered_map<std::string, Names> connections_;
+    mutable kelp::util::SharedMutex mutex_{kelp::util::LockRank::Leaf, "ConnectionLogIns::mutex_"};
+    /// By peer address and port.
+    std::unordered_map<std::string, Names> connections_ KELP_GUARDED_BY(mutex_);
     std::atomic<std::uint64_t> changes_{0};  ///< incremented with each change of connections_
 };
 

@@ -2,11 +2,13 @@
 #include <kelp/corbabase/session_callers.h>
 
 #include <algorithm>
-#include <mutex>
 
 #include "access/connection_log_ins.h"
 
 namespace NS_CORBA {
+
+using kelp::util::ExclusiveLock;
+using kelp::util::SharedLock;
 
 bool isSessionName(std::string_view topPoaName) {
     return topPoaName.starts_with("<USERNAME_TAG>");
@@ -36,35 +38,35 @@ SessionCallers::Address SessionCallers::Address::of(const kelp::util::PeerAddres
 void SessionCallers::Enter(const std::string& sessionName, const void* owner,
                            const SessionToken& token, const kelp::util::PeerAddress& peer) {
     ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
-    const std::unique_lock lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     sessions_.insert_or_assign(sessionName, Session{owner, token, Address::of(peer)});
 }
 
 void SessionCallers::Move(const std::string& sessionName, const void* owner,
                           const kelp::util::PeerAddress& peer) {
     ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
-    const std::unique_lock lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     const auto found = sessions_.find(sessionName);
     if (found != sessions_.end() && found->second.owner == owner)
         found->second.peer = Address::of(peer);
 }
 
 void SessionCallers::Leave(const std::string& sessionName, const void* owner) {
-    const std::unique_lock lock(mutex_);
+    const ExclusiveLock lock(mutex_);
     const auto found = sessions_.find(sessionName);
     if (found != sessions_.end() && found->second.owner == owner)
         sessions_.erase(found);
 }
 
 bool SessionCallers::IsLive(const std::string& sessionName) const {
-    const std::shared_lock lock(mutex_);
+    const SharedLock lock(mutex_);
     return sessions_.find(sessionName) != sessions_.end();
 }
 
 std::optional<std::string> SessionCallers::OnlyOneFrom(const kelp::util::PeerAddress& peer) const {
     const Address address = Address::of(peer);
     const std::string* only = nullptr;
-    const std::shared_lock lock(mutex_);
+    const SharedLock lock(mutex_);
     for (const auto& [name, session] : sessions_) {
         if (!address.isKnown || !(session.peer == address))
             continue;
@@ -79,7 +81,7 @@ SessionCallers::Verdict SessionCallers::Judge(const kelp::orb::RequestInfo& requ
     if (!isSessionName(request.topPoaName()) || !IsPeerBound())
         return Verdict::MayCall;
     const Address caller = Address::of(request.peer());
-    const std::shared_lock lock(mutex_);
+    const SharedLock lock(mutex_);
     const auto found = sessions_.find(request.topPoaName());
     if (found == sessions_.end())
         return Verdict::IsOver;
@@ -90,7 +92,7 @@ SessionCallers::Verdict SessionCallers::Judge(const kelp::orb::RequestInfo& requ
 bool SessionCallers::KnowsSecret(const kelp::orb::RequestInfo& request) const {
     if (!isSessionName(request.topPoaName()))
         return false;
-    const std::shared_lock lock(mutex_);
+    const SharedLock lock(mutex_);
     const auto found = sessions_.find(request.topPoaName());
     return found != sessions_.end() && found->second.token.isIn(request.objectId());
 }

@@ -3,12 +3,12 @@
 #include <kelp/corbabase/session_token.h>
 #include <kelp/orb/request.h>
 #include <kelp/util/export.h>
+#include <kelp/util/shared_mutex.h>
 
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <optional>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -69,8 +69,8 @@ class KELP_EXPORT SessionCallers {
     SessionCallers() = default;
     bool IsPeerBound() const;
 
-    mutable std::shared_mutex mutex_;
-    std::unordered_map<std::string, Session> sessions_;  // guarded by mutex_
+    mutable kelp::util::SharedMutex mutex_{kelp::util::LockRank::Leaf, "SessionCallers::mutex_"};
+    std::unordered_map<std::string, Session> sessions_ KELP_GUARDED_BY(mutex_);
     /// Twice the generation of the configuration read last, plus 1 when sessions are bound to their
     /// peer. One value, so that no thread sees a half-finished reload.
     mutable std::atomic<std::uint64_t> rule_{0};

@@ -1,6 +1,6 @@
 #include <kelp/nms/callback_activation.h>
+#include <kelp/util/mutex.h>
 
-#include <mutex>
 #include <utility>
 
 namespace kelp::nms {
@@ -13,12 +13,12 @@ class CallbackServant : public virtual POA_nmsSession::NmsSession_I {
         : listener_(std::move(listener)) {}
 
     void associate(session::Session_I_ptr session) {
-        const std::lock_guard lock(mutex_);
+        const util::MutexLock lock(mutex_);
         session_ = session::Session_I::_duplicate(session);
     }
 
     session::Session_I_ptr associatedSession() override {
-        const std::lock_guard lock(mutex_);
+        const util::MutexLock lock(mutex_);
         return session::Session_I::_duplicate(session_.in());
     }
     void ping() override { listener_->pinged(); }
@@ -33,8 +33,8 @@ class CallbackServant : public virtual POA_nmsSession::NmsSession_I {
 
   private:
     const std::shared_ptr<NmsListener> listener_;
-    std::mutex mutex_;
-    session::Session_I_var session_;  ///< guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Leaf, "CallbackServant::mutex_"};
+    session::Session_I_var session_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace

@@ -58,7 +58,7 @@ Interrupts::~Interrupts() {
 }
 
 void Interrupts::setHandler(Handler handler, std::function<void()> lastWords) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     handler_ = std::move(handler);
     lastWords_ = std::move(lastWords);
 }
@@ -78,13 +78,13 @@ void Interrupts::wait() {
 }
 
 void Interrupts::sayLastWords() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (lastWords_)
         lastWords_();
 }
 
 std::chrono::milliseconds Interrupts::handle(int signal) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (!handler_)
         ::_exit(128 + signal);
     return std::exchange(handler_, nullptr)();

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace kelp::nms {
@@ -35,9 +36,10 @@ class Interrupts {
 
     void sayLastWords();
 
-    std::mutex mutex_;
-    Handler handler_;                  ///< guarded by mutex_
-    std::function<void()> lastWords_;  ///< guarded by mutex_
+    /// Also held while the handler or the last words are called.
+    util::Mutex mutex_{util::LockRank::NmsInterrupts, "Interrupts::mutex_"};
+    Handler handler_ KELP_GUARDED_BY(mutex_);
+    std::function<void()> lastWords_ KELP_GUARDED_BY(mutex_);
     std::atomic<int> signal_{0};
     std::atomic<bool> done_{false};
     std::thread thread_;

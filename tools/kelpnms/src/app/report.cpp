@@ -53,7 +53,7 @@ void Report::write(const Json& json) {
 }
 
 void Report::line(const std::string& text) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     std::cout << text << std::endl;
 }
 
@@ -120,7 +120,7 @@ void Report::event(const std::string& name,
 void Report::step(const std::string& text) {
     if (!verbose_)
         return;
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     std::cerr << "kelpnms: " << shown(text) << std::endl;
 }
 

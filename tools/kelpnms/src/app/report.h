@@ -1,10 +1,10 @@
 #pragma once
 
 #include <kelp/nms/client.h>
+#include <kelp/util/mutex.h>
 #include <mtnm/emsMgr.h>
 #include <nlohmann/json.hpp>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -36,7 +36,8 @@ class Report {
     void write(const nlohmann::ordered_json& json);
     const bool json_;
     const bool verbose_;
-    std::mutex mutex_;
+    /// One output at a time.
+    util::Mutex mutex_{util::LockRank::Leaf, "Report::mutex_"};
 };
 
 }  // namespace kelp::nms

@@ -3,7 +3,7 @@
 namespace kelp::nms {
 
 void Watch::finish(End end) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (!end_)
         end_ = end;
     changed_.notify_all();
@@ -13,7 +13,7 @@ void Watch::pinged() {
     report_->event("ping", {});
     bool enough = false;
     {
-        const std::lock_guard lock(mutex_);
+        const util::MutexLock lock(mutex_);
         ++pings_;
         enough = wanted_ != 0 && pings_ >= wanted_;
     }
@@ -45,17 +45,23 @@ void Watch::interrupt() {
 }
 
 bool Watch::endedByEms() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     return end_ == End::EndedByEms;
 }
 
 Watch::End Watch::wait(std::optional<std::chrono::milliseconds> limit) {
-    std::unique_lock lock(mutex_);
-    const auto ended = [this] { return end_.has_value(); };
-    if (!limit)
-        changed_.wait(lock, ended);
-    else if (!changed_.wait_for(lock, *limit, ended))
-        return End::TimeOver;
+    std::optional<std::chrono::steady_clock::time_point> deadline;
+    if (limit)
+        deadline = std::chrono::steady_clock::now() + *limit;
+    const util::MutexLock lock(mutex_);
+    while (!end_) {
+        if (!deadline)
+            changed_.wait(mutex_);
+        else if (changed_.wait_until(mutex_, *deadline) ==
+                     util::ConditionVariable::Status::timeout &&
+                 !end_)
+            return End::TimeOver;
+    }
     return *end_;
 }
 

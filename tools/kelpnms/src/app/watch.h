@@ -1,11 +1,10 @@
 #pragma once
 
 #include <kelp/nms/listener.h>
+#include <kelp/util/mutex.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "app/report.h"
@@ -39,10 +38,10 @@ class Watch : public NmsListener {
 
     const std::shared_ptr<Report> report_;
     const unsigned wanted_;  ///< 0: no limit
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    unsigned pings_ = 0;      ///< guarded by mutex_
-    std::optional<End> end_;  ///< guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Leaf, "Watch::mutex_"};
+    util::ConditionVariable changed_;
+    unsigned pings_ KELP_GUARDED_BY(mutex_) = 0;
+    std::optional<End> end_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::nms

@@ -20,7 +20,7 @@ constexpr const char* kLossGoesOn =
 void EventView::show(const EventRecord& event) {
     // each event is shown before the next one is counted, so that the last event counted is the
     // last line
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (wanted_ != 0 && shown_ >= wanted_)
         return;
     const GapDetector::Judgement judgement = gaps_.eventCame(event, Clock::now());
@@ -32,7 +32,7 @@ void EventView::show(const EventRecord& event) {
 }
 
 void EventView::tell(const Notice& notice) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     report_.notice(notice);
 }
 
@@ -53,12 +53,12 @@ void EventView::alarmLossOccurred(const std::string& startTime, const std::strin
 }
 
 void EventView::connecting() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     gaps_.connecting();
 }
 
 void EventView::connected() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     gaps_.silenceBegins(Clock::now());
     if (!hasBegun_)
         report_.begin();
@@ -88,17 +88,17 @@ void EventView::notLeft(const std::string& why) {
 }
 
 std::optional<EventView::Clock::time_point> EventView::overdueAt() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     return gaps_.overdueAt();
 }
 
 void EventView::stoodStill() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     gaps_.silenceBegins(Clock::now());
 }
 
 EventView::Clock::time_point EventView::lastSign() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     return gaps_.lastSign();
 }
 

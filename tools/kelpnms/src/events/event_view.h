@@ -1,7 +1,8 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -43,13 +44,14 @@ class EventView : public FollowObserver {
   private:
     void tell(const Notice& notice);
 
-    std::mutex mutex_;  ///< guards all members below
-    EventReport report_;
-    GapDetector gaps_;
+    /// Also held while an event or a notice is written.
+    util::Mutex mutex_{util::LockRank::NmsView, "EventView::mutex_"};
+    EventReport report_ KELP_GUARDED_BY(mutex_);
+    GapDetector gaps_ KELP_GUARDED_BY(mutex_);
     const unsigned wanted_;
     const std::function<void()> whenEnough_;
-    unsigned shown_ = 0;
-    bool hasBegun_ = false;
+    unsigned shown_ KELP_GUARDED_BY(mutex_) = 0;
+    bool hasBegun_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::nms

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -40,13 +40,13 @@ class FollowSignals {
     void waitUntil(Clock::time_point time, bool lossCounts);
 
   private:
-    std::mutex mutex_;  ///< guards all members below
-    std::condition_variable changed_;
-    bool isEnough_ = false;
-    bool isInterrupted_ = false;
-    bool isConnected_ = false;
-    unsigned link_ = 0;
-    std::optional<LinkLoss> loss_;
+    util::Mutex mutex_{util::LockRank::Leaf, "FollowSignals::mutex_"};
+    util::ConditionVariable changed_;
+    bool isEnough_ KELP_GUARDED_BY(mutex_) = false;
+    bool isInterrupted_ KELP_GUARDED_BY(mutex_) = false;
+    bool isConnected_ KELP_GUARDED_BY(mutex_) = false;
+    unsigned link_ KELP_GUARDED_BY(mutex_) = 0;
+    std::optional<LinkLoss> loss_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::nms

@@ -44,7 +44,7 @@ std::string lastLine(const std::string& text) {
 DumpFile::DumpFile(const fs::path& file, const std::optional<std::string>& from)
     : file_(file), partial_(file.string() + ".partial") {
     if (from)
-        goOn(*from);
+        size_ = goOn(*from);
     errno = 0;
     stream_.open(partial_, std::ios::binary | (from ? std::ios::app : std::ios::trunc));
     if (!stream_)
@@ -57,7 +57,7 @@ DumpFile::~DumpFile() {
     suspend();
 }
 
-void DumpFile::goOn(const std::string& from) {
+std::uintmax_t DumpFile::goOn(const std::string& from) const {
     std::error_code problem;
     const std::uintmax_t size = fs::file_size(partial_, problem);
     if (problem)
@@ -71,14 +71,15 @@ void DumpFile::goOn(const std::string& from) {
     if (last.value("from", "") != from)
         throw std::invalid_argument(partial_.string() + " continues with --from \"" +
                                     last.value("from", "") + "\"");
-    size_ = size - line.size();
-    fs::resize_file(partial_, size_, problem);
+    const std::uintmax_t whole = size - line.size();
+    fs::resize_file(partial_, whole, problem);
     if (problem)
         throw CannotWrite(partial_.string(), problem.message());
+    return whole;
 }
 
 void DumpFile::write(const std::string& text) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     errno = 0;
     stream_ << text << std::flush;
     if (!stream_)
@@ -87,13 +88,13 @@ void DumpFile::write(const std::string& text) {
 }
 
 void DumpFile::markBefore(const std::string& next) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     mark_ = size_;
     next_ = next;
 }
 
 void DumpFile::finish() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     errno = 0;
     stream_.close();
     if (!stream_)
@@ -105,7 +106,7 @@ void DumpFile::finish() {
 }
 
 std::string DumpFile::suspend() noexcept {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (!stream_.is_open())
         return next_;
     stream_.close();

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -37,16 +38,17 @@ class DumpFile {
     std::string suspend() noexcept;
 
   private:
-    void goOn(const std::string& from);
+    /// Cut the last line off a file that was suspended before the element `from`. Return the size
+    /// that is left.
+    std::uintmax_t goOn(const std::string& from) const;
 
     const std::filesystem::path file_;
     const std::filesystem::path partial_;
-    std::mutex mutex_;
-    // guarded by mutex_
-    std::ofstream stream_;
-    std::uintmax_t size_ = 0;
-    std::optional<std::uintmax_t> mark_;
-    std::string next_;
+    util::Mutex mutex_{util::LockRank::Leaf, "DumpFile::mutex_"};
+    std::ofstream stream_ KELP_GUARDED_BY(mutex_);
+    std::uintmax_t size_ KELP_GUARDED_BY(mutex_) = 0;
+    std::optional<std::uintmax_t> mark_ KELP_GUARDED_BY(mutex_);
+    std::string next_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::nms

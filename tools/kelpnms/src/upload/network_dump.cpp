@@ -77,14 +77,14 @@ std::vector<std::string> NetworkDump::beginning(NetworkReader& reader,
 }
 
 std::shared_ptr<DumpFile> NetworkDump::open() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (!options_.file.empty())
         file_ = std::make_shared<DumpFile>(options_.file, options_.from);
     return file_;
 }
 
 std::string NetworkDump::cutShort() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (file_)
         return dumpCutShort(file_->partial().string(), file_->suspend());
     return kelp::nms::cutShort("entries", progress_.position());

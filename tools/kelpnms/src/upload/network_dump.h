@@ -1,7 +1,8 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "text/output.h"
@@ -31,8 +32,9 @@ class NetworkDump final : public NetworkTask {
 
     const DumpOptions& options_;
     WalkProgress& progress_;
-    std::mutex mutex_;
-    std::shared_ptr<DumpFile> file_;  ///< guarded by mutex_; null for standard output
+    util::Mutex mutex_{util::LockRank::NmsView, "NetworkDump::mutex_"};
+    /// Null for standard output.
+    std::shared_ptr<DumpFile> file_ KELP_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelp::nms

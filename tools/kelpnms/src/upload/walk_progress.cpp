@@ -11,7 +11,7 @@ constexpr std::chrono::milliseconds kShowEvery{100};
 }  // namespace
 
 void WalkProgress::stageBegins(WalkPosition::Stage stage) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     position_.stage = stage;
     position_.written = 0;
 }
@@ -22,7 +22,7 @@ void WalkProgress::elementBegins(const std::string& element) {
 }
 
 void WalkProgress::nextIs(const std::string& element) {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     position_.next = element;
     position_.writtenOfNext = 0;
 }
@@ -34,7 +34,7 @@ void WalkProgress::listBegins(std::optional<std::uint64_t> entries) {
 
 void WalkProgress::entryWritten() {
     ++ofList_;
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     ++position_.written;
     if (position_.stage == WalkPosition::Stage::OfElement)
         ++position_.writtenOfNext;
@@ -63,18 +63,18 @@ void WalkProgress::tell(const std::string& text) {
 }
 
 void WalkProgress::interrupt() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     interrupted_ = true;
 }
 
 void WalkProgress::checkInterrupt() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     if (interrupted_)
         throw Interrupted();
 }
 
 WalkPosition WalkProgress::position() {
-    const std::lock_guard lock(mutex_);
+    const util::MutexLock lock(mutex_);
     return position_;
 }
 

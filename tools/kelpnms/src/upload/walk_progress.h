@@ -1,8 +1,9 @@
 #pragma once
 
+#include <kelp/util/mutex.h>
+
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -67,9 +68,9 @@ class WalkProgress {
     std::uint64_t elements_ = 0;
     std::uint64_t elementsBegun_ = 0;
 
-    std::mutex mutex_;
-    WalkPosition position_;     ///< guarded by mutex_
-    bool interrupted_ = false;  ///< guarded by mutex_
+    util::Mutex mutex_{util::LockRank::Leaf, "WalkProgress::mutex_"};
+    WalkPosition position_ KELP_GUARDED_BY(mutex_);
+    bool interrupted_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelp::nms

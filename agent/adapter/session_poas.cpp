@@ -1,7 +1,6 @@
 // The POA tree of a session: the top POA with its servant locator, and below it the POAs "iterator"
 // and "session".
 
-#include <ace/Guard_T.h>
 #include <kelp/agent/error_translation.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
@@ -185,7 +184,7 @@ unsigned long SessionSource::makeTree(PortableServer::POA_ptr rootPoa) {
         }
         return kInternalFailure;
     }
-    const ACE_Write_Guard<ACE_RW_Mutex> lock(lock_);
+    const WriteLock lock(lock_);
     servantPoa_ = top;
     return 0;
 }

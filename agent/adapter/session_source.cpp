@@ -1,6 +1,5 @@
 #include "adapter/session_source.h"
 
-#include <ace/Guard_T.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/session_callers.h>
 
@@ -10,12 +9,6 @@
 #include "adapter/top_poa_names.h"
 
 namespace NS_KELPCORBA {
-namespace {
-
-// Always a write lock. When it cannot be taken errno is set and the access goes on without it.
-using SourceLock = ACE_Write_Guard<ACE_RW_Mutex>;
-
-}  // namespace
 
 std::string sessionNameText(const std::string& userName, const std::string& ipAndPort) {
     std::string name;
@@ -63,35 +56,35 @@ void SessionSource::giveUpName() {
 }
 
 PortableServer::POA_ptr SessionSource::get_POA() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return PortableServer::POA::_duplicate(servantPoa_.in());
 }
 
 nmsSession::NmsSession_I_ptr SessionSource::get_nms_session() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return nmsSession::NmsSession_I::_duplicate(nmsSession_.in());
 }
 
 void SessionSource::set_nms_session(nmsSession::NmsSession_I_ptr nmsSession) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     nmsSession_ = nmsSession::NmsSession_I::_duplicate(nmsSession);
     state_ = Normal;
     pingFailures_ = 0;
 }
 
 std::int32_t SessionSource::get_state() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return state_;
 }
 
 void SessionSource::set_state(std::int32_t state) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     if (state_ != Invalid)
         state_ = state;
 }
 
 bool SessionSource::change_state(std::int32_t from, std::int32_t to) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     if (state_ != from)
         return false;
     state_ = to;
@@ -99,7 +92,7 @@ bool SessionSource::change_state(std::int32_t from, std::int32_t to) {
 }
 
 bool SessionSource::reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedSilently) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     if (state_ != Normal && state_ != SilentWaiting)
         return false;
     waitedSilently = state_ == SilentWaiting;
@@ -111,48 +104,48 @@ bool SessionSource::reuse(nmsSession::NmsSession_I_ptr nmsSession, bool& waitedS
 }
 
 std::int32_t SessionSource::get_ping_failures() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return pingFailures_;
 }
 
 bool SessionSource::get_ping_answered() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return pingAnswered_;
 }
 
 bool SessionSource::get_event_loss_cleared() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return eventLossCleared_;
 }
 
 bool SessionSource::get_silent_waiting() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return silentWaiting_;
 }
 
 void SessionSource::set_silent_waiting() {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     silentWaiting_ = true;
     ++silentWaitingNumber_;
 }
 
 void SessionSource::clear_silent_waiting() {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     silentWaiting_ = false;
 }
 
 std::uint32_t SessionSource::silent_waiting_number() const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return silentWaitingNumber_;
 }
 
 bool SessionSource::is_waiting_silently(std::uint32_t number) const {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     return state_ == SilentWaiting && silentWaitingNumber_ == number;
 }
 
 void SessionSource::leave_silent_waiting(std::uint32_t number) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     if (silentWaitingNumber_ == number)
         silentWaiting_ = false;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ace/RW_Thread_Mutex.h>
 #include <kelp/corbabase/session_token.h>
 #include <kelp/orb/corba.h>
 #include <mtnm/nmsSession.h>
@@ -8,6 +7,8 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+
+#include "util/write_lock.h"
 
 namespace NS_KELPCORBA {
 
@@ -29,8 +30,9 @@ std::string sessionNameText(const std::string& userName, const std::string& ipAn
 /// destructor releases the references. The end of the session destroys the POA tree.
 ///
 /// Any thread may call it. `lock_` guards the NMS's reference, the count of failed pings, the state
-/// and the flags. Every access takes it for writing. Under it only the lock of
-/// NS_CORBA::SessionCallers is taken, and no call leaves the process.
+/// and the flags. Every access takes it for writing. If that fails errno is set, and the access
+/// goes on without the lock. Under it only the locks of NS_CORBA::SessionCallers and of the
+/// connections' log-ins are taken, and no call leaves the process.
 class SessionSource {
   public:
     /// Return a new source, which keeps a duplicate of `nmsSession`. Null when there is no memory,
@@ -150,15 +152,15 @@ class SessionSource {
     const std::string userName_;
     const std::string sessionName_;
     const NS_CORBA::SessionToken token_;
-    PortableServer::POA_var servantPoa_;
-    nmsSession::NmsSession_I_var nmsSession_;
-    std::int32_t pingFailures_ = 0;
-    std::int32_t state_ = Normal;
-    mutable ACE_RW_Mutex lock_;
-    bool eventLossCleared_ = true;
-    bool pingAnswered_ = true;
-    bool silentWaiting_ = false;
-    std::uint32_t silentWaitingNumber_ = 0;
+    mutable WriteMutex lock_{kelp::util::LockRank::SessionSource, "SessionSource::lock_"};
+    PortableServer::POA_var servantPoa_ KELP_GUARDED_BY(lock_);
+    nmsSession::NmsSession_I_var nmsSession_ KELP_GUARDED_BY(lock_);
+    std::int32_t pingFailures_ KELP_GUARDED_BY(lock_) = 0;
+    std::int32_t state_ KELP_GUARDED_BY(lock_) = Normal;
+    bool eventLossCleared_ KELP_GUARDED_BY(lock_) = true;
+    bool pingAnswered_ KELP_GUARDED_BY(lock_) = true;
+    bool silentWaiting_ KELP_GUARDED_BY(lock_) = false;
+    std::uint32_t silentWaitingNumber_ KELP_GUARDED_BY(lock_) = 0;
     std::atomic<bool> loggedOut_{false};
     std::atomic<bool> isCalled_{false};
 };

@@ -1,6 +1,5 @@
 // The check of one session in a round: tear-down, report of an event loss, ping.
 
-#include <ace/Guard_T.h>
 #include <kelp/corbabase/base_config.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
@@ -14,8 +13,6 @@ namespace {
 constexpr const char* kSubject = "sessionsource";
 /// A session with more failed pings than this at the start of a check is over, or waits silently.
 constexpr std::int32_t kMostFailedPings = 3;
-
-using SourceLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
 bool pingMode() {
     return NS_CORBA::CorbaBaseAgentConfig::Instance()->GetEmsPingMode();
@@ -200,7 +197,7 @@ void SessionSource::eventLossCleared_i(const char* endTime) {
 }
 
 SessionSource::Verdict SessionSource::judge(bool silentMode) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     if (pingFailures_ > kMostFailedPings) {
         if (!silentMode) {
             state_ = Invalid;
@@ -250,7 +247,7 @@ int SessionSource::tearDown() {
 }
 
 void SessionSource::pingSucceeded() {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     pingFailures_ = 0;
     pingAnswered_ = true;
 }
@@ -260,13 +257,13 @@ void SessionSource::pingFailed(bool isAliveOtherwise) {
         pingSucceeded();
         return;
     }
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     ++pingFailures_;
     pingAnswered_ = false;
 }
 
 void SessionSource::setEventLossCleared(bool cleared) {
-    const SourceLock lock(lock_);
+    const WriteLock lock(lock_);
     eventLossCleared_ = cleared;
 }
 

@@ -1,6 +1,5 @@
 // The agent's options: one table row per key, read in the order of the table.
 
-#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/lazy_instance.h>
@@ -10,16 +9,14 @@
 #include <variant>
 
 namespace NS_KELPCORBA {
+
+using kelp::util::MutexLock;
+
 namespace {
 
 constexpr const char* kSubject = "corbaagentconfig";
 
 constinit NS_CORBA::LazyInstance<CorbaAgentConfig> config;
-
-std::string copyOf(const std::string& text, ACE_Thread_Mutex& mutex) {
-    const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
-    return text;
-}
 
 void traceReportSubnet(std::int32_t value) {
     NS_CORBA::tracePoint(kSubject);
@@ -120,7 +117,7 @@ bool CorbaAgentConfig::Option::read(CorbaAgentConfig& into) const {
         std::string value;
         if (!items->GetStrItemInfo(key, value))
             return false;
-        const ACE_Guard<ACE_Thread_Mutex> guard(into.mutex_);
+        const MutexLock lock(into.mutex_);
         into.** text = value;
         return true;
     }
@@ -168,10 +165,10 @@ std::int32_t CorbaAgentConfig::FTP_Type() const { return ftpType_; }
 std::int32_t CorbaAgentConfig::FTP_SSL_ConnectMode() const { return ftpSslConnectMode_; }
 std::int32_t CorbaAgentConfig::FTP_SSL_AuthMode() const { return ftpSslAuthMode_; }
 std::int32_t CorbaAgentConfig::FTP_Port() const { return ftpPort_; }
-std::string CorbaAgentConfig::FTP_TrustedCer() const { return copyOf(ftpTrustedCer_, mutex_); }
-std::string CorbaAgentConfig::FTP_ClientCer() const { return copyOf(ftpClientCer_, mutex_); }
-std::string CorbaAgentConfig::FTP_PrivateKey() const { return copyOf(ftpPrivateKey_, mutex_); }
-std::string CorbaAgentConfig::GetMaxSupportNE() const { return copyOf(maxSupportNE_, mutex_); }
+std::string CorbaAgentConfig::FTP_TrustedCer() const { const MutexLock lock(mutex_); return ftpTrustedCer_; }
+std::string CorbaAgentConfig::FTP_ClientCer() const { const MutexLock lock(mutex_); return ftpClientCer_; }
+std::string CorbaAgentConfig::FTP_PrivateKey() const { const MutexLock lock(mutex_); return ftpPrivateKey_; }
+std::string CorbaAgentConfig::GetMaxSupportNE() const { const MutexLock lock(mutex_); return maxSupportNE_; }
 std::int32_t CorbaAgentConfig::GetAccDevCompatibility() const { return accDevCompatibility_; }
 std::int32_t CorbaAgentConfig::GetAccTestSwitch() const { return accTestSwitch_; }
 // clang-format on

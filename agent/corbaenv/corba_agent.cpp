@@ -1,6 +1,5 @@
 #include "corbaenv/corba_agent.h"
 
-#include <ace/Guard_T.h>
 #include <ace/OS_NS_sys_time.h>
 #include <dlfcn.h>
 #include <kelp/agent/corba_agent_config.h>
@@ -134,8 +133,8 @@ void awaitThreads(ACE_Thread_Manager& threads) {
 
 void requestExit() {
     AgentState& state = AgentState::instance();
-    const ACE_Guard<ACE_Thread_Mutex> guard(state.monitorMutex);
-    state.monitorCondition.signal();
+    const kelp::util::MutexLock lock(state.monitorMutex);
+    state.monitorCondition.notify_one();
     state.exitRequested = true;
 }
 

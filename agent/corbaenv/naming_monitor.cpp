@@ -1,6 +1,5 @@
 #include "corbaenv/naming_monitor.h"
 
-#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/read_ahead.h>
 #include <kelp/corbabase/base_config.h>
@@ -20,7 +19,7 @@ namespace NS_KELPCORBA {
 namespace {
 
 constexpr const char* kSubject = "corbaagent";
-constexpr std::time_t kRoundInterval = 3;  // seconds
+constexpr std::chrono::seconds kRoundInterval{3};
 /// A round makes at most a few calls, and the stop must not wait long for one.
 constexpr std::chrono::seconds kCallLimit{2};
 
@@ -41,10 +40,12 @@ void trace(const char* text, const CORBA::Exception& reason, int line = __builti
 
 /// Sleep until the next round is due. Return false when the agent stops.
 bool awaitRound(AgentState& state) {
-    const ACE_Time_Value deadline(std::time(nullptr) + kRoundInterval);
-    const ACE_Guard<ACE_Thread_Mutex> guard(state.monitorMutex);
+    const auto deadline =
+        std::chrono::system_clock::from_time_t(std::time(nullptr)) + kRoundInterval;
+    const kelp::util::MutexLock lock(state.monitorMutex);
     while (!state.exitRequested) {
-        if (state.monitorCondition.wait(&deadline) == -1)
+        if (state.monitorCondition.wait_until(state.monitorMutex, deadline) ==
+            kelp::util::ConditionVariable::Status::timeout)
             return !state.exitRequested;
     }
     return false;

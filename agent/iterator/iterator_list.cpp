@@ -1,11 +1,7 @@
 #include "iterator/iterator_list.h"
 
-#include <ace/Guard_T.h>
-
 namespace NS_KELPCORBA {
 namespace {
-
-using IteratorLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
 bool isAbove(std::size_t count, int limit) {
     return limit < 0 || count > static_cast<std::size_t>(limit);
@@ -15,7 +11,7 @@ bool isAbove(std::size_t count, int limit) {
 
 IteratorList::Reservation IteratorList::reserve(const std::string& session,
                                                 const IteratorLimits& limits, Evicted& evicted) {
-    const IteratorLock lock(lock_);
+    const WriteLock lock(lock_);
     if (!lock.locked())
         return Reservation::LockFailed;
     // evict the session's own iterators first, so that they do not count for the common limits
@@ -32,7 +28,7 @@ IteratorList::Reservation IteratorList::reserve(const std::string& session,
 }
 
 void IteratorList::giveBack(const std::string& session) {
-    const IteratorLock lock(lock_);
+    const WriteLock lock(lock_);
     --reserved_;
     if (lock.locked())
         open_.arrived(session);
@@ -40,7 +36,7 @@ void IteratorList::giveBack(const std::string& session) {
 
 bool IteratorList::add(Iterator* iterator, const std::string& session, const IteratorLimits& limits,
                        Evicted& evicted) {
-    const IteratorLock lock(lock_);
+    const WriteLock lock(lock_);
     --reserved_;
     if (!lock.locked())
         return false;
@@ -60,7 +56,7 @@ bool IteratorList::add(Iterator* iterator, const std::string& session, const Ite
 
 IteratorList::Removal IteratorList::remove(Iterator* iterator) {
     {
-        const IteratorLock lock(lock_);
+        const WriteLock lock(lock_);
         if (!lock.locked())
             return Removal::LockFailed;
         if (!open_.remove(iterator))
@@ -71,7 +67,7 @@ IteratorList::Removal IteratorList::remove(Iterator* iterator) {
 }
 
 std::size_t IteratorList::count() {
-    const IteratorLock lock(lock_);
+    const WriteLock lock(lock_);
     return open_.count();
 }
 

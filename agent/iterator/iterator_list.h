@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ace/RW_Thread_Mutex.h>
 #include <kelp/agent/open_iterators.h>
 #include <kelp/orb/corba.h>
 
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "util/servant_ref.h"
+#include "util/write_lock.h"
 
 namespace NS_KELPCORBA {
 
@@ -52,17 +52,17 @@ class IteratorList {
     /// Evict the oldest iterators of the session until `coming` more are within its limit, or until
     /// only `kept` and those that are being activated are left.
     void evictOfSession(const std::string& session, std::size_t coming, int limit, Evicted& evicted,
-                        Iterator* kept = nullptr);
+                        Iterator* kept = nullptr) KELP_REQUIRES(lock_);
     /// Evict the oldest of all. Return false when none is listed.
-    bool evictOldest(Evicted& evicted);
+    bool evictOldest(Evicted& evicted) KELP_REQUIRES(lock_);
 
-    ACE_RW_Mutex lock_;
-    OpenIterators open_;
+    WriteMutex lock_{kelp::util::LockRank::Leaf, "IteratorList::lock_"};
+    OpenIterators open_ KELP_GUARDED_BY(lock_);
     /// Number of reserved places. Also changed when the lock failed.
     std::atomic<std::size_t> reserved_{0};
     /// Number of reserved places for which an iterator should have been evicted, but none was
     /// listed. Each of the next iterators to be listed evicts one in turn.
-    std::size_t evictionsOwed_ = 0;
+    std::size_t evictionsOwed_ KELP_GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace NS_KELPCORBA

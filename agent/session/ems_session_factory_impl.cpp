@@ -1,6 +1,5 @@
 #include "session/ems_session_factory_impl.h"
 
-#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/error_translation.h>
 #include <kelp/agent/session_mgr.h>
@@ -158,7 +157,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
         {
             // a wrong password is refused before pace_ makes the log-in wait: it must not occupy a
             // thread for a second
-            const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
+            const WriteLock lock(loginLock_);
             RequireAdmission(logIn);
         }
         pace_.await(logIn.hostInfo, logIn.user);
@@ -168,7 +167,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
         for (;;) {
             {
                 // a lock failure sets errno, and the log-in goes on unlocked
-                const ACE_Write_Guard<ACE_RW_Mutex> lock(loginLock_);
+                const WriteLock lock(loginLock_);
                 RequireAdmission(logIn);
                 if (ReuseSession(logIn))
                     break;

@@ -1,7 +1,6 @@
 // The object of the session factory and the servants of the managers: the part of the agent's
 // configuration that bundles use to register them.
 
-#include <ace/Guard_T.h>
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/session_mgr.h>
 #include <kelp/corbabase/base_config.h>
@@ -56,7 +55,7 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
             return false;
         }
         publishShortKey(factory.in());
-        const ACE_Guard<ACE_Thread_Mutex> guard(mutex_);
+        const kelp::util::MutexLock lock(mutex_);
         sessionFactory_ = factory;
         return true;
     } catch (const CORBA::Exception& ex) {
@@ -76,7 +75,7 @@ bool CorbaAgentConfig::InitEmsSessionFactoryIImplObj() {
 }
 
 emsSessionFactory::EmsSessionFactory_I_ptr CorbaAgentConfig::GetEmsSessionFactoryIImplObj() const {
-    const ACE_Guard<ACE_Thread_Mutex> guard(mutex_);
+    const kelp::util::MutexLock lock(mutex_);
     return emsSessionFactory::EmsSessionFactory_I::_duplicate(sessionFactory_.in());
 }
 

@@ -1,7 +1,5 @@
 #include "session/session_list.h"
 
-#include <ace/Guard_T.h>
-
 #include <algorithm>
 #include <functional>
 #include <new>
@@ -11,8 +9,6 @@
 
 namespace NS_KELPCORBA {
 namespace {
-
-using SessionLock = ACE_Write_Guard<ACE_RW_Mutex>;
 
 bool belongsTo(const EmsSession_IImpl& session, const std::string& hostInfo,
                const std::string& userName) {
@@ -36,7 +32,7 @@ bool isClientKeyOf(const SessionSource& source, std::string_view clientKey) {
 
 bool SessionList::add(EmsSession_IImpl* session) {
     const std::size_t hash = clientKeyHashOf(session->source());
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     if (!lock.locked() || isClosed_)
         return false;
     Listed& added = sessions_.emplace_back();
@@ -53,7 +49,7 @@ bool SessionList::add(EmsSession_IImpl* session) {
 
 int SessionList::eraseEnded(const std::list<EmsSession_IImpl*>& sessions) {
     int erased = 0;
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     for (const EmsSession_IImpl* session : sessions) {
         const auto found = listed(session);
         if (found == sessions_.end())
@@ -68,26 +64,26 @@ int SessionList::eraseEnded(const std::list<EmsSession_IImpl*>& sessions) {
 }
 
 SessionList::Session SessionList::take(const std::string& hostInfo, const std::string& userName) {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     const auto found = listed(hostInfo, userName);
     return found == sessions_.end() ? Session() : delist(found);
 }
 
 EmsSession_IImpl* SessionList::find(const std::string& hostInfo, const std::string& userName) {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     const auto found = listed(hostInfo, userName);
     return found == sessions_.end() ? nullptr : found->session.get();
 }
 
 SessionList::Session SessionList::pin(const std::string& hostInfo, const std::string& userName) {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     const auto found = listed(hostInfo, userName);
     return Session::pin(found == sessions_.end() ? nullptr : found->session.get());
 }
 
 std::vector<SessionList::Session> SessionList::pinAll() {
     std::vector<Session> pinned;
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     pinned.reserve(sessions_.size());
     for (const Listed& each : sessions_)
         pinned.push_back(Session::pin(each.session.get()));
@@ -96,7 +92,7 @@ std::vector<SessionList::Session> SessionList::pinAll() {
 
 bool SessionList::pinByClientKey(const std::string& clientKey, std::vector<Session>& pinned) {
     const std::size_t hash = std::hash<std::string>()(clientKey);
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     if (!lock.locked())
         return false;
     const auto [first, last] = byKey_.equal_range(hash);
@@ -109,19 +105,19 @@ bool SessionList::pinByClientKey(const std::string& clientKey, std::vector<Sessi
 }
 
 void SessionList::remove(const EmsSession_IImpl* session) {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     const auto found = listed(session);
     if (found != sessions_.end())
         delist(found);
 }
 
 void SessionList::removeRefLocked(EmsSession_IImpl* session) {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     session->_remove_ref();
 }
 
 void SessionList::logOutAll() {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     for (Listed& each : sessions_) {
         if (each.session->source() != nullptr)
             each.session->source()->logOutOnce();
@@ -132,12 +128,12 @@ void SessionList::logOutAll() {
 }
 
 std::size_t SessionList::count() {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     return sessions_.size();
 }
 
 bool SessionList::hasSessionOf(const std::string& userName) {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     return std::any_of(sessions_.begin(), sessions_.end(), [&](const Listed& each) {
         const SessionSource* source = each.session->source();
         return source != nullptr && source->get_user_name() == userName;
@@ -145,13 +141,13 @@ bool SessionList::hasSessionOf(const std::string& userName) {
 }
 
 bool SessionList::closeIfEmpty() {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     isClosed_ = sessions_.empty();
     return isClosed_;
 }
 
 void SessionList::reopen() {
-    const SessionLock lock(lock_);
+    const WriteLock lock(lock_);
     isClosed_ = false;
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <ace/RW_Thread_Mutex.h>
-
 #include <cstddef>
 #include <list>
 #include <string>
@@ -10,6 +8,7 @@
 
 #include "session/ems_session_impl.h"
 #include "util/servant_ref.h"
+#include "util/write_lock.h"
 
 namespace NS_KELPCORBA {
 
@@ -63,15 +62,17 @@ class SessionList {
     };
     using Sessions = std::vector<Listed>;
 
-    Sessions::iterator listed(const std::string& hostInfo, const std::string& userName);
-    Sessions::iterator listed(const EmsSession_IImpl* session);
+    Sessions::iterator listed(const std::string& hostInfo, const std::string& userName)
+        KELP_REQUIRES(lock_);
+    Sessions::iterator listed(const EmsSession_IImpl* session) KELP_REQUIRES(lock_);
     /// Remove a session from the list and its index, and return it.
-    Session delist(Sessions::iterator found);
+    Session delist(Sessions::iterator found) KELP_REQUIRES(lock_);
 
-    ACE_RW_Mutex lock_;
-    Sessions sessions_;                                              ///< oldest first
-    std::unordered_multimap<std::size_t, EmsSession_IImpl*> byKey_;  ///< by clientKeyHash
-    bool isClosed_ = false;
+    WriteMutex lock_{kelp::util::LockRank::SessionList, "SessionList::lock_"};
+    Sessions sessions_ KELP_GUARDED_BY(lock_);  ///< oldest first
+    /// By clientKeyHash.
+    std::unordered_multimap<std::size_t, EmsSession_IImpl*> byKey_ KELP_GUARDED_BY(lock_);
+    bool isClosed_ KELP_GUARDED_BY(lock_) = false;
 };
 
 }  // namespace NS_KELPCORBA

@@ -1,30 +1,31 @@
 #include "session/wake_point.h"
 
-#include <ace/Guard_T.h>
-#include <ace/OS_NS_time.h>
-#include <ace/Time_Value.h>
-
-#include <cerrno>
+#include <chrono>
+#include <ctime>
 
 #include "util/agent_state.h"
 
 namespace NS_KELPCORBA {
 
+using kelp::util::ConditionVariable;
+using kelp::util::MutexLock;
+
 void WakePoint::signalActivity() {
-    const ACE_Guard<ACE_Thread_Mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     ++activity_;
-    condition_.broadcast();
+    condition_.notify_all();
 }
 
 void WakePoint::wake() {
-    const ACE_Guard<ACE_Thread_Mutex> lock(mutex_);
-    condition_.broadcast();
+    const MutexLock lock(mutex_);
+    condition_.notify_all();
 }
 
 WaitEnd WakePoint::wait(std::int64_t seconds, std::uint64_t& seen,
                         const std::function<bool()>& stillMine, const std::function<bool()>& end) {
-    const ACE_Time_Value deadline(ACE_OS::time() + static_cast<time_t>(seconds));
-    const ACE_Guard<ACE_Thread_Mutex> lock(mutex_);
+    const auto deadline =
+        std::chrono::system_clock::from_time_t(std::time(nullptr)) + std::chrono::seconds(seconds);
+    const MutexLock lock(mutex_);
     bool timedOut = false;
     for (;;) {
         if (AgentState::instance().exitRequested)
@@ -37,7 +38,7 @@ WaitEnd WakePoint::wait(std::int64_t seconds, std::uint64_t& seen,
             return WaitEnd::NotWaited;
         if (timedOut)
             return end() ? WaitEnd::TimedOut : WaitEnd::NotWaited;
-        timedOut = condition_.wait(&deadline) == -1 && errno == ETIME;
+        timedOut = condition_.wait_until(mutex_, deadline) == ConditionVariable::Status::timeout;
     }
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <ace/Condition_Thread_Mutex.h>
-#include <ace/Thread_Mutex.h>
+#include <kelp/util/mutex.h>
 
 #include <cstdint>
 #include <functional>
@@ -21,21 +20,21 @@ enum class WaitEnd {
 class WakePoint {
   public:
     /// Signal a call of the NMS.
-    void signalActivity();
+    void signalActivity() KELP_EXCLUDES(mutex_);
     /// Make a waiting thread check its conditions again. Called after the change that it must see.
-    void wake();
+    void wake() KELP_EXCLUDES(mutex_);
 
     /// Wait at most `seconds` of the wall clock. `stillMine` returns whether the session is still
     /// in the state that the caller waits in. `end` changes it from there to Ended in one step.
     /// Both are called under the mutex and must not call this object. `seen` is the caller's count
     /// of signals and starts at 0.
     WaitEnd wait(std::int64_t seconds, std::uint64_t& seen, const std::function<bool()>& stillMine,
-                 const std::function<bool()>& end);
+                 const std::function<bool()>& end) KELP_EXCLUDES(mutex_);
 
   private:
-    ACE_Thread_Mutex mutex_;
-    ACE_Condition<ACE_Thread_Mutex> condition_{mutex_};
-    std::uint64_t activity_ = 0;
+    kelp::util::Mutex mutex_{kelp::util::LockRank::SessionWake, "WakePoint::mutex_"};
+    kelp::util::ConditionVariable condition_;
+    std::uint64_t activity_ KELP_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace NS_KELPCORBA

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <ace/Condition_Thread_Mutex.h>
 #include <ace/Thread_Manager.h>
-#include <ace/Thread_Mutex.h>
+#include <kelp/util/mutex.h>
 
 #include <atomic>
 
@@ -17,8 +16,8 @@ struct AgentState {
     ACE_Thread_Manager threads{0, 1, 1, 25000};
     /// Group id of the monitor thread; -1 before the thread was spawned.
     std::atomic<int> monitorGroup{-1};
-    ACE_Thread_Mutex monitorMutex;
-    ACE_Condition<ACE_Thread_Mutex> monitorCondition{monitorMutex};
+    kelp::util::Mutex monitorMutex{kelp::util::LockRank::Leaf, "AgentState::monitorMutex"};
+    kelp::util::ConditionVariable monitorCondition;
     /// Set by the stop under monitorMutex. Stays true until the library is unloaded.
     std::atomic<bool> exitRequested{false};
     /// True from the success of SessionMgr::Init until the stop has waited for its thread.

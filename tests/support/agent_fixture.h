@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ace/Guard_T.h>
 #include <ace/OS_NS_sys_time.h>
 #include <gtest/gtest.h>
 #include <kelp/agent/corba_agent_config.h>
@@ -14,6 +13,7 @@
 #include <kelp/corbabase/supplier_mgr.h>
 #include <kelp/orb/timeouts.h>
 #include <kelp/users/user_database.h>
+#include <kelp/util/mutex.h>
 
 #include <cstdlib>
 #include <map>
@@ -266,7 +266,7 @@ class RunningAgent {
     void requestExit() {
         NS_KELPCORBA::AgentState& state = NS_KELPCORBA::AgentState::instance();
         {
-            const ACE_Guard<ACE_Thread_Mutex> guard(state.monitorMutex);
+            const util::MutexLock lock(state.monitorMutex);
             state.exitRequested = true;
         }
         sessions().WakeAllWaiting();

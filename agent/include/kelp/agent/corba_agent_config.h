@@ -1,8 +1,8 @@
 #pragma once
 
-#include <ace/Thread_Mutex.h>
 #include <kelp/orb/corba.h>
 #include <kelp/util/export.h>
+#include <kelp/util/mutex.h>
 #include <mtnm/common.h>
 #include <mtnm/emsSessionFactory.h>
 
@@ -103,13 +103,13 @@ class KELP_EXPORT CorbaAgentConfig {
     using Number = std::atomic<std::int32_t>;
     using Switch = std::atomic<bool>;
 
-    mutable ACE_Thread_Mutex mutex_;
-    std::string maxSupportNE_;
-    std::string ftpTrustedCer_ = "../conf/certificate/ca_cert.cer";
-    std::string ftpClientCer_ = "../conf/certificate/corbaagent.cer";
+    mutable kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "CorbaAgentConfig::mutex_"};
+    std::string maxSupportNE_ KELP_GUARDED_BY(mutex_);
+    std::string ftpTrustedCer_ KELP_GUARDED_BY(mutex_) = "../conf/certificate/ca_cert.cer";
+    std::string ftpClientCer_ KELP_GUARDED_BY(mutex_) = "../conf/certificate/corbaagent.cer";
     /// Deliberately the file of the client certificate, which holds the key too.
-    std::string ftpPrivateKey_ = "../conf/certificate/corbaagent.cer";
-    emsSessionFactory::EmsSessionFactory_I_var sessionFactory_;
+    std::string ftpPrivateKey_ KELP_GUARDED_BY(mutex_) = "../conf/certificate/corbaagent.cer";
+    emsSessionFactory::EmsSessionFactory_I_var sessionFactory_ KELP_GUARDED_BY(mutex_);
     Number ftpType_{0};
     Number ftpSslConnectMode_{18};
     Number ftpSslAuthMode_{1};

@@ -1,0 +1,73 @@
+#include "util/write_lock.h"
+
+#include <gtest/gtest.h>
+#include <kelp/util/mutex.h>
+
+#include <chrono>
+#include <future>
+#include <optional>
+
+namespace {
+
+using namespace NS_KELPCORBA;
+using namespace std::chrono_literals;
+using kelp::util::LockRank;
+using kelp::util::Mutex;
+using kelp::util::MutexLock;
+
+TEST(WriteLock, IsHeldByOneThreadAtATime) {
+    WriteMutex mutex(LockRank::Leaf, "mutex");
+    std::optional<WriteLock> lock(std::in_place, mutex);
+    EXPECT_TRUE(lock->locked());
+    std::future<bool> other = std::async(std::launch::async, [&mutex] {
+        const WriteLock second(mutex);
+        return second.locked();
+    });
+    EXPECT_EQ(other.wait_for(20ms), std::future_status::timeout);
+    lock.reset();
+    EXPECT_TRUE(other.get());
+}
+
+#ifndef NDEBUG
+
+WriteMutex list(LockRank::SessionList, "List::lock_");
+WriteMutex source(LockRank::SessionSource, "Source::lock_");
+Mutex leaf(LockRank::Leaf, "Leaf::mutex_");
+
+TEST(WriteLock, AllowsTheOrderOfTheSessionsLocks) {
+    const WriteLock first(list);
+    const WriteLock second(source);
+    const MutexLock third(leaf);
+}
+
+TEST(WriteLockDeathTest, AbortsInTheWrongOrder) {
+    EXPECT_DEATH(
+        {
+            const WriteLock first(source);
+            const WriteLock second(list);
+        },
+        "lock order violated: locking List::lock_ while Source::lock_ is held");
+}
+
+TEST(WriteLockDeathTest, AbortsUnderALockOfAnotherTypeWithAHigherRank) {
+    EXPECT_DEATH(
+        {
+            const MutexLock first(leaf);
+            const WriteLock second(source);
+        },
+        "lock order violated: locking Source::lock_ while Leaf::mutex_ is held");
+}
+
+TEST(WriteLockDeathTest, CountsAsHeldForLocksOfOtherTypes) {
+    Mutex outer(LockRank::Outermost, "Outer::mutex_");
+    EXPECT_DEATH(
+        {
+            const WriteLock first(source);
+            const MutexLock second(outer);
+        },
+        "lock order violated: locking Outer::mutex_ while Source::lock_ is held");
+}
+
+#endif
+
+}  // namespace

@@ -30,21 +30,21 @@ TEST(WriteLock, IsHeldByOneThreadAtATime) {
 
 #ifndef NDEBUG
 
-WriteMutex list(LockRank::SessionList, "List::lock_");
-WriteMutex source(LockRank::SessionSource, "Source::lock_");
-Mutex leaf(LockRank::Leaf, "Leaf::mutex_");
+WriteMutex listMutex(LockRank::SessionList, "List::lock_");
+WriteMutex sourceMutex(LockRank::SessionSource, "Source::lock_");
+Mutex leafMutex(LockRank::Leaf, "Leaf::mutex_");
 
 TEST(WriteLock, AllowsTheOrderOfTheSessionsLocks) {
-    const WriteLock first(list);
-    const WriteLock second(source);
-    const MutexLock third(leaf);
+    const WriteLock first(listMutex);
+    const WriteLock second(sourceMutex);
+    const MutexLock third(leafMutex);
 }
 
 TEST(WriteLockDeathTest, AbortsInTheWrongOrder) {
     EXPECT_DEATH(
         {
-            const WriteLock first(source);
-            const WriteLock second(list);
+            const WriteLock first(sourceMutex);
+            const WriteLock second(listMutex);
         },
         "lock order violated: locking List::lock_ while Source::lock_ is held");
 }
@@ -52,8 +52,8 @@ TEST(WriteLockDeathTest, AbortsInTheWrongOrder) {
 TEST(WriteLockDeathTest, AbortsUnderALockOfAnotherTypeWithAHigherRank) {
     EXPECT_DEATH(
         {
-            const MutexLock first(leaf);
-            const WriteLock second(source);
+            const MutexLock first(leafMutex);
+            const WriteLock second(sourceMutex);
         },
         "lock order violated: locking Source::lock_ while Leaf::mutex_ is held");
 }
@@ -62,7 +62,7 @@ TEST(WriteLockDeathTest, CountsAsHeldForLocksOfOtherTypes) {
     Mutex outer(LockRank::Outermost, "Outer::mutex_");
     EXPECT_DEATH(
         {
-            const WriteLock first(source);
+            const WriteLock first(sourceMutex);
             const MutexLock second(outer);
         },
         "lock order violated: locking Outer::mutex_ while Source::lock_ is held");

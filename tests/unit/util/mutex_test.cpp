@@ -162,8 +162,10 @@ TEST(LockRank, ForgetsALockThatWasTriedInVain) {
 TEST(LockRankDeathTest, CountsALockThatWasTriedAsHeld) {
     EXPECT_DEATH(
         {
-            if (leaf.try_lock())
-                outer.lock();
+            if (leaf.try_lock()) {
+                const MutexLock first(leaf, std::adopt_lock);
+                const MutexLock second(outer);
+            }
         },
         "lock order violated: locking Outer::mutex_ while Leaf::mutex_ is held");
 }

@@ -65,62 +65,62 @@ TEST(SharedMutex, KeepsWritersOutWhileItIsRead) {
 
 #ifndef NDEBUG
 
-Mutex outer(LockRank::Outermost, "Outer::mutex_");
-SharedMutex shared(LockRank::Leaf, "Shared::mutex_");
-Mutex trace(LockRank::Trace, "Trace::mutex_");
+Mutex lowest(LockRank::Outermost, "Lowest::mutex_");
+SharedMutex readByMany(LockRank::Leaf, "Shared::mutex_");
+Mutex highest(LockRank::Trace, "Highest::mutex_");
 
 TEST(SharedMutex, AllowsTheDocumentedOrderForBothWays) {
     {
-        const MutexLock first(outer);
-        const SharedLock second(shared);
-        const MutexLock third(trace);
+        const MutexLock first(lowest);
+        const SharedLock second(readByMany);
+        const MutexLock third(highest);
     }
-    const MutexLock first(outer);
-    const ExclusiveLock second(shared);
-    const MutexLock third(trace);
+    const MutexLock first(lowest);
+    const ExclusiveLock second(readByMany);
+    const MutexLock third(highest);
 }
 
 TEST(SharedMutexDeathTest, AbortsWhenReadUnderAHigherRank) {
     EXPECT_DEATH(
         {
-            const MutexLock first(trace);
-            const SharedLock second(shared);
+            const MutexLock first(highest);
+            const SharedLock second(readByMany);
         },
-        "lock order violated: locking Shared::mutex_ while Trace::mutex_ is held");
+        "lock order violated: locking Shared::mutex_ while Highest::mutex_ is held");
 }
 
 TEST(SharedMutexDeathTest, AbortsWhenWrittenUnderAHigherRank) {
     EXPECT_DEATH(
         {
-            const MutexLock first(trace);
-            const ExclusiveLock second(shared);
+            const MutexLock first(highest);
+            const ExclusiveLock second(readByMany);
         },
-        "lock order violated: locking Shared::mutex_ while Trace::mutex_ is held");
+        "lock order violated: locking Shared::mutex_ while Highest::mutex_ is held");
 }
 
 TEST(SharedMutexDeathTest, CountsAsHeldWhileItIsRead) {
     EXPECT_DEATH(
         {
-            const SharedLock first(shared);
-            const MutexLock second(outer);
+            const SharedLock first(readByMany);
+            const MutexLock second(lowest);
         },
-        "lock order violated: locking Outer::mutex_ while Shared::mutex_ is held");
+        "lock order violated: locking Lowest::mutex_ while Shared::mutex_ is held");
 }
 
 TEST(SharedMutexDeathTest, CountsAsHeldWhileItIsWritten) {
     EXPECT_DEATH(
         {
-            const ExclusiveLock first(shared);
-            const MutexLock second(outer);
+            const ExclusiveLock first(readByMany);
+            const MutexLock second(lowest);
         },
-        "lock order violated: locking Outer::mutex_ while Shared::mutex_ is held");
+        "lock order violated: locking Lowest::mutex_ while Shared::mutex_ is held");
 }
 
 TEST(SharedMutexDeathTest, AbortsWhenReadTwiceByOneThread) {
     EXPECT_DEATH(
         {
-            shared.lock_shared();
-            checkLockOrder(shared);
+            const SharedLock first(readByMany);
+            checkLockOrder(readByMany);
         },
         "lock order violated: locking Shared::mutex_ while Shared::mutex_ is held");
 }

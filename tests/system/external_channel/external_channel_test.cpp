@@ -197,10 +197,15 @@ TEST_F(ExternalChannelOfAHost, LossWhileItIsAwayIsReportedAndClearedOnce) {
         << "the rounds go on";
     const CallbackCounts counts = nms_->counts(0);
     EXPECT_EQ(counts.losses, 1);
-    EXPECT_EQ(counts.loss, "20240105030405.0Z 2");
     EXPECT_EQ(counts.cleared, 1);
-    std::vector<std::string> expected = numbers(42 - kQueue, 42);
-    expected.insert(expected.begin(), "1");
+    // 2 is lost with the others, unless the host was just trying to send it when the queue was full
+    const bool isSecondLost = counts.loss == "20240105030405.0Z 2";
+    if (!isSecondLost) {
+        EXPECT_EQ(counts.loss, "20240105030405.0Z 3");
+    }
+    std::vector<std::string> expected = numbers(1, isSecondLost ? 1 : 2);
+    const std::vector<std::string> rest = numbers(isSecondLost ? 42 - kQueue : 43 - kQueue, 42);
+    expected.insert(expected.end(), rest.begin(), rest.end());
     EXPECT_EQ(consumer_->names(), expected);
 }
 

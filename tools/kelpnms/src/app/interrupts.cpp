@@ -53,7 +53,7 @@ Interrupts::Interrupts() {
 
 Interrupts::~Interrupts() {
     done_ = true;
-    ::pthread_kill(thread_.native_handle(), SIGTERM);
+    ::pthread_kill(thread_.native_handle(), SIGINT);
     thread_.join();
 }
 

@@ -6,7 +6,7 @@
 #include <exception>
 #include <new>
 
-#include "adapter/top_poa_names.h"
+#include "adapter/claimed_poa_names.h"
 
 namespace NS_KELPCORBA {
 
@@ -42,7 +42,7 @@ SessionSource::~SessionSource() {
 }
 
 bool SessionSource::claimName() {
-    if (!TopPoaNames::claim(sessionName_, this))
+    if (!ClaimedPoaNames::claim(sessionName_, this))
         return false;
     NS_CORBA::SessionCallers::Instance().Enter(sessionName_, this, token_,
                                                kelp::orb::currentPeer());
@@ -52,7 +52,7 @@ bool SessionSource::claimName() {
 void SessionSource::giveUpName() {
     // in this order: as soon as the name is free another session may register its callers under it
     NS_CORBA::SessionCallers::Instance().Leave(sessionName_, this);
-    TopPoaNames::giveUp(sessionName_, this);
+    ClaimedPoaNames::giveUp(sessionName_, this);
 }
 
 PortableServer::POA_ptr SessionSource::get_POA() const {

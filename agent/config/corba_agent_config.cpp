@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kSubject = "corbaagentconfig";
 
-constinit NS_CORBA::LazyInstance<CorbaAgentConfig> config;
+constinit NS_CORBA::LazyInstance<CorbaAgentConfig> theConfig;
 
 void traceReportSubnet(std::int32_t value) {
     NS_CORBA::tracePoint(kSubject);
@@ -80,11 +80,11 @@ const CorbaAgentConfig::Option CorbaAgentConfig::Option::table[] = {
 };
 
 CorbaAgentConfig* CorbaAgentConfig::Instance() {
-    return config.get([] { return new CorbaAgentConfig; });
+    return theConfig.get([] { return new CorbaAgentConfig; });
 }
 
 void CorbaAgentConfig::Destroy() {
-    config.destroy([](CorbaAgentConfig* made) { delete made; });
+    theConfig.destroy([](CorbaAgentConfig* made) { delete made; });
 }
 
 bool CorbaAgentConfig::Init() {

@@ -3,7 +3,7 @@
 #include <kelp/agent/corba_agent_config.h>
 #include <kelp/agent/read_ahead.h>
 #include <kelp/corbabase/base_config.h>
-#include <kelp/corbabase/naming_watch.h>
+#include <kelp/corbabase/naming_findings.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/timeouts.h>
@@ -23,8 +23,8 @@ constexpr std::chrono::seconds kRoundInterval{3};
 /// A round makes at most a few calls, and the stop must not wait long for one.
 constexpr std::chrono::seconds kCallLimit{2};
 
-NS_CORBA::NamingWatch& watch() {
-    return NS_CORBA::NamingWatch::Instance();
+NS_CORBA::NamingFindings& watch() {
+    return NS_CORBA::NamingFindings::Instance();
 }
 
 std::string textOf(CORBA::Object_ptr reference) {

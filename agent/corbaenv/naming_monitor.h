@@ -12,7 +12,7 @@ namespace NS_KELPCORBA {
 /// Keeps the session factory bound in the naming service, where NMS look for it (TMF 814 SD1-43). A
 /// round resolves the factory's name. It binds the agent's own reference when the entry is missing
 /// or differs from that reference in any octet. A foreign entry is never called, and is recorded in
-/// the security log. NS_CORBA::NamingWatch holds the findings of the rounds.
+/// the security log. NS_CORBA::NamingFindings holds the findings of the rounds.
 ///
 /// While the factory is not registered a round builds the naming service's address anew. While it
 /// is registered the round resolves the name in the context that is already known. Each object

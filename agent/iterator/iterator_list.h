@@ -1,6 +1,5 @@
 #pragma once
 
-#include <kelp/agent/open_iterators.h>
 #include <kelp/orb/corba.h>
 
 #include <atomic>
@@ -8,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "iterator/iterator_order.h"
 #include "util/servant_ref.h"
 #include "util/write_lock.h"
 
@@ -57,7 +57,7 @@ class IteratorList {
     bool evictOldest(Evicted& evicted) KELP_REQUIRES(lock_);
 
     WriteMutex lock_{kelp::util::LockRank::Leaf, "IteratorList::lock_"};
-    OpenIterators open_ KELP_GUARDED_BY(lock_);
+    IteratorOrder open_ KELP_GUARDED_BY(lock_);
     /// Number of reserved places. Also changed when the lock failed.
     std::atomic<std::size_t> reserved_{0};
     /// Number of reserved places for which an iterator should have been evicted, but none was

@@ -2,6 +2,8 @@
 
 #include <kelp/agent/session_mgr.h>
 
+#include "notify/alarm_log_text.h"
+
 namespace NS_KELPCORBA {
 
 void SuppilerMgrCallBack::OnEventLossCleared(const std::string& endTime) {
@@ -11,6 +13,11 @@ void SuppilerMgrCallBack::OnEventLossCleared(const std::string& endTime) {
 void SuppilerMgrCallBack::OnEventLossOccurred(const std::string& startTime,
                                               const std::string& notificationId) {
     SessionMgr::Instance()->NotifyEventLossOccurred(startTime, notificationId);
+}
+
+void SuppilerMgrCallBack::FormatAlarmLog(std::stringstream& out,
+                                         const CosNotification::StructuredEvent& event) {
+    formatAlarmLog(out, event);
 }
 
 }  // namespace NS_KELPCORBA

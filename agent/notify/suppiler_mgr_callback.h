@@ -16,8 +16,7 @@ class SuppilerMgrCallBack : public NS_CORBA::CallBackProcessBase {
     void OnEventLossCleared(const std::string& endTime) override;
     void OnEventLossOccurred(const std::string& startTime,
                              const std::string& notificationId) override;
-    /// Append each known field of the alarm as one entry, with SuppilerMgr::FormatLog. A field of
-    /// an unexpected type counts as missing.
+    /// Append the alarm's fields as entries of the alarm log.
     void FormatAlarmLog(std::stringstream& out,
                         const CosNotification::StructuredEvent& event) override;
     /// Push one heartbeat event with the current time.

@@ -19,10 +19,10 @@
 #include <optional>
 #include <utility>
 
+#include "adapter/claimed_poa_names.h"
 #include "adapter/session_source.h"
-#include "adapter/top_poa_names.h"
 #include "session/ems_session_impl.h"
-#include "session/waiting_threads.h"
+#include "session/silence_threads.h"
 #include "util/base_config.h"
 #include "util/servant_ref.h"
 
@@ -173,14 +173,14 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
                     break;
                 RequireRoom(logIn);
                 EndReplacedSession(logIn);
-                if (TopPoaNames::isFree(name)) {
+                if (ClaimedPoaNames::isFree(name)) {
                     MakeSession(logIn);
                     break;
                 }
             }
             // a session of this name is still ending; wait without the lock, so that no other
             // log-in waits for its last call
-            if (!TopPoaNames::waitUntilFree(name, deadline)) {
+            if (!ClaimedPoaNames::waitUntilFree(name, deadline)) {
                 traceNms(
                     "[EmsSessionFactory_IImpl::getEmsSession] The old session of NMS-<%s> has not "
                     "ended in "

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "session/login_pace.h"
+#include "session/log_in_pace.h"
 #include "util/write_lock.h"
 
 namespace NS_KELPCORBA {

@@ -8,9 +8,9 @@
 
 #include "iterator/iterator_list.h"
 #include "session/event_loss_state.h"
-#include "session/servant_table.h"
+#include "session/manager_servants.h"
 #include "session/session_list.h"
-#include "session/waiting_sessions.h"
+#include "session/silence_watch.h"
 #include "util/agent_state.h"
 #include "util/base_config.h"
 
@@ -36,9 +36,9 @@ SessionMgr* SessionMgr::Existing() {
 SessionMgr::SessionMgr()
     : ACE_Task_Base(&serviceThreads_),
       sessions_(std::make_unique<SessionList>()),
-      waiting_(std::make_unique<WaitingSessions>()),
+      silenceWatch_(std::make_unique<SilenceWatch>()),
       iterators_(std::make_unique<IteratorList>()),
-      servants_(std::make_unique<ServantTable>()),
+      servants_(std::make_unique<ManagerServants>()),
       eventLoss_(std::make_unique<EventLossState>()) {}
 
 SessionMgr::~SessionMgr() {
@@ -121,7 +121,7 @@ void SessionMgr::Destroy() {
     const ACE_Time_Value deadline(ACE_OS::gettimeofday() +
                                   ACE_Time_Value(kWaitingThreadsLeaveSeconds));
     instance->WakeAllWaiting();
-    if (instance->waiting_->threads().wait(&deadline) == -1) {
+    if (instance->silenceWatch_->threads().wait(&deadline) == -1) {
         NS_CORBA::tracePoint(kSubject);
         NS_CORBA::TaTrace(
             "[SessionMgr::Destroy] Waiting threads have not ended, the session manager stays!");

@@ -55,7 +55,9 @@ class GuardedChannel : public ::testing::Test {
                                                 "--severity",
                                                 "major",
                                                 "--probable-cause",
-                                                "LOS"};
+                                                "LOS",
+                                                "--probable-cause-qualifier",
+                                                std::to_string(++raised_)};
         ASSERT_EQ(runToEnd(host.launch(KELPCTL, alarm)), 0);
     }
     /// Expect that the helper's consumer is dropped and nobody else's is.
@@ -97,6 +99,7 @@ class GuardedChannel : public ::testing::Test {
 
   private:
     int looks_ = 0;
+    int raised_ = 0;  ///< a repeated alarm would not be sent
 };
 
 TEST_F(GuardedChannel, AnNmsThatHasLoggedOutGetsNoMoreEvents) {

@@ -1,7 +1,7 @@
 // How a round of the naming monitor treats the entries that it finds in the naming service.
 
 #include <gmock/gmock.h>
-#include <kelp/corbabase/naming_watch.h>
+#include <kelp/corbabase/naming_findings.h>
 
 #include "component/corbabase/open_logs.h"
 #include "naming_fixture.h"
@@ -109,7 +109,7 @@ TEST_F(NamingEntry, ThatOffersOneMoreAddressForTheOwnKeyIsReplaced) {
     entry_.rebind(extended.in());
     round();
     EXPECT_TRUE(entry_.leadsTo(own_.in()));
-    const NS_CORBA::NamingEntryState state = NS_CORBA::NamingWatch::Instance().State();
+    const NS_CORBA::NamingEntryState state = NS_CORBA::NamingFindings::Instance().State();
     EXPECT_THAT(state.foreign, testing::HasSubstr("10.9.9.9:666"));
 }
 
@@ -128,13 +128,13 @@ TEST_F(NamingEntry, ThatTwoFactoriesClaimIsBoundOnceARoundAndRecordedOnce) {
     const OpenLogs logs(folder);
     registerOwn();
     const LiveObject other = activateOtherFactory();
-    const std::uint64_t before = NS_CORBA::NamingWatch::Instance().State().replaced;
+    const std::uint64_t before = NS_CORBA::NamingFindings::Instance().State().replaced;
     for (int i = 0; i < 10; ++i) {
         entry_.rebind(other.reference.in());
         round();
         EXPECT_TRUE(entry_.leadsTo(own_.in()));
     }
-    EXPECT_EQ(NS_CORBA::NamingWatch::Instance().State().replaced, before + 10);
+    EXPECT_EQ(NS_CORBA::NamingFindings::Instance().State().replaced, before + 10);
     const std::vector<oplog::LogEntry> records = logs.security();
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0].operation, "naming");
@@ -143,7 +143,7 @@ TEST_F(NamingEntry, ThatTwoFactoriesClaimIsBoundOnceARoundAndRecordedOnce) {
 }
 
 TEST_F(NamingEntry, IsShownToTheOperator) {
-    const NS_CORBA::NamingWatch& watch = NS_CORBA::NamingWatch::Instance();
+    const NS_CORBA::NamingFindings& watch = NS_CORBA::NamingFindings::Instance();
     registerOwn();
     EXPECT_TRUE(watch.State().isOurs);
     EXPECT_TRUE(watch.State().checked);

@@ -28,8 +28,12 @@ std::size_t CountedTexts::copies() const {
 
 }  // namespace kelp::test
 
+// Never inlined: an optimizing compiler would take malloc and free for mismatched when only one of
+// the two operators is inlined.
+#define KELP_REPLACED __attribute__((visibility("default"), noinline))
+
 // The ORB's texts are arrays of characters, those of std::string are not.
-__attribute__((visibility("default"))) void* operator new[](std::size_t size) {
+KELP_REPLACED void* operator new[](std::size_t size) {
     if (size == kelp::test::countedSize)
         ++kelp::test::counted;
     if (void* memory = std::malloc(size == 0 ? 1 : size))
@@ -38,15 +42,14 @@ __attribute__((visibility("default"))) void* operator new[](std::size_t size) {
 }
 
 // Replaced because operator delete[] is: both must use malloc and free.
-__attribute__((visibility("default"))) void* operator new[](std::size_t size,
-                                                            const std::nothrow_t&) noexcept {
+KELP_REPLACED void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return std::malloc(size == 0 ? 1 : size);
 }
 
-__attribute__((visibility("default"))) void operator delete[](void* memory) noexcept {
+KELP_REPLACED void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
 
-__attribute__((visibility("default"))) void operator delete[](void* memory, std::size_t) noexcept {
+KELP_REPLACED void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }

@@ -119,9 +119,10 @@ TEST(ConcurrentRound, WithOneThreadPingsOneAfterTheOther) {
 
 TEST(ConcurrentRound, LimitsItsThreads) {
     Latch gate;
+    // outlives the agent, whose NMS may be answering a ping when it ends
+    std::atomic<int> hanging{0};
     RunningAgent agent(
         AgentOptions{.pingIntervalS = 1, .callTimeoutS = 60}.withSession("ping_threads = 3\n"));
-    std::atomic<int> hanging{0};
     for (unsigned i = 1; i <= 6; ++i) {
         agent.nms(i)->onPing = [&] {
             ++hanging;

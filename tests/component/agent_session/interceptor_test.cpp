@@ -6,7 +6,7 @@
 #include <pthread.h>
 
 #include "adapter/session_source.h"
-#include "session/waiting_threads.h"
+#include "session/silence_threads.h"
 #include "support/agent_fixture.h"
 #include "support/trace_capture.h"
 

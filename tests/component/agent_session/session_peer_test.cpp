@@ -6,7 +6,7 @@
 
 #include "adapter/session_source.h"
 #include "component/corbabase/open_logs.h"
-#include "session/waiting_threads.h"
+#include "session/silence_threads.h"
 #include "support/agent_fixture.h"
 #include "support/tcp_relay.h"
 #include "support/test_iterator.h"

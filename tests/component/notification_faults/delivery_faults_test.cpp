@@ -54,7 +54,7 @@ class CountedSubscription final : public Subscription {
     void consumerDied(const std::string& why) override { deaths.push_back(why); }
 };
 
-class Receiving final : public Receiver {
+class Receiving final : public ConnectedConsumer {
   public:
     std::size_t batchMax() const override { return 2; }
     void deliver(const std::vector<EventPtr>& events) override {

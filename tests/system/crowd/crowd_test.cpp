@@ -134,7 +134,7 @@ class Crowd : public testing::Test {
     void raiseAlarmsFor(seconds time) {
         const auto count = static_cast<int>(time.count()) * kAlarmsPerSecond;
         EXPECT_EQ(runToEnd(kelpctl({"storm", "--rate", std::to_string(kAlarmsPerSecond), "--count",
-                                    std::to_string(count)}),
+                                    std::to_string(count), "--first", std::to_string(alarms_ + 1)}),
                            4 * time + kPatience),
                   0);
         alarms_ += count;

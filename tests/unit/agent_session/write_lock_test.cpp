@@ -7,10 +7,13 @@
 #include <future>
 #include <optional>
 
+#include "support/lock_order.h"
+
 namespace {
 
 using namespace NS_KELPCORBA;
 using namespace std::chrono_literals;
+using kelp::test::expectWrongOrder;
 using kelp::util::LockRank;
 using kelp::util::Mutex;
 using kelp::util::MutexLock;
@@ -41,31 +44,16 @@ TEST(WriteLock, AllowsTheOrderOfTheSessionsLocks) {
 }
 
 TEST(WriteLockDeathTest, AbortsInTheWrongOrder) {
-    EXPECT_DEATH(
-        {
-            const WriteLock first(sourceMutex);
-            const WriteLock second(listMutex);
-        },
-        "lock order violated: locking List::lock_ while Source::lock_ is held");
+    expectWrongOrder<WriteLock, WriteLock>(sourceMutex, listMutex);
 }
 
 TEST(WriteLockDeathTest, AbortsUnderALockOfAnotherTypeWithAHigherRank) {
-    EXPECT_DEATH(
-        {
-            const MutexLock first(leafMutex);
-            const WriteLock second(sourceMutex);
-        },
-        "lock order violated: locking Source::lock_ while Leaf::mutex_ is held");
+    expectWrongOrder<MutexLock, WriteLock>(leafMutex, sourceMutex);
 }
 
 TEST(WriteLockDeathTest, CountsAsHeldForLocksOfOtherTypes) {
     Mutex outer(LockRank::Outermost, "Outer::mutex_");
-    EXPECT_DEATH(
-        {
-            const WriteLock first(sourceMutex);
-            const MutexLock second(outer);
-        },
-        "lock order violated: locking Outer::mutex_ while Source::lock_ is held");
+    expectWrongOrder<WriteLock, MutexLock>(sourceMutex, outer);
 }
 
 #endif

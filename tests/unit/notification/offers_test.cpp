@@ -1,9 +1,9 @@
-#include "types/offers.h"
+#include "event_types/offers.h"
 
 #include <gtest/gtest.h>
 
 #include "event_types.h"
-#include "types/change_notices.h"
+#include "event_types/change_notices.h"
 
 namespace kelp::notification {
 namespace {
@@ -18,11 +18,12 @@ class OffersTogether : public testing::Test {
     static CosNotification::EventTypeSeq one(const TypeName& name) {
         return types({{name.first.c_str(), name.second.c_str()}});
     }
-    TypeSet together() const { return feed_->types(); }
+    TypeSet together() const { return followed_->types(); }
 
     ChangeNotices notices_{std::chrono::milliseconds(100)};
-    std::shared_ptr<TypeFeed> feed_ = std::make_shared<TypeFeed>(notices_, allTypes());
-    Offers offers_{feed_};
+    std::shared_ptr<FollowedTypes> followed_ =
+        std::make_shared<FollowedTypes>(notices_, allTypes());
+    Offers offers_{followed_};
     Offers::OffererId first_ = offers_.enter();
     Offers::OffererId second_ = offers_.enter();
 };

@@ -84,7 +84,7 @@ class TestSubscription final : public Subscription {
 };
 
 /// A consumer that the test controls.
-class TestReceiver final : public Receiver {
+class TestConsumer final : public ConnectedConsumer {
   public:
     std::size_t batchMax() const override { return batch; }
     void deliver(const std::vector<EventPtr>& events) override {
@@ -135,7 +135,7 @@ class SubscriptionTest : public testing::Test {
     }
 
     HandScheduler scheduler;
-    std::shared_ptr<TestReceiver> receiver = std::make_shared<TestReceiver>();
+    std::shared_ptr<TestConsumer> receiver = std::make_shared<TestConsumer>();
 };
 
 TEST_F(SubscriptionTest, AcceptsNothingBeforeItIsConnected) {

@@ -1,4 +1,4 @@
-#include "types/type_list.h"
+#include "event_types/type_list.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "types/type_set.h"
+#include "event_types/type_set.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,13 @@
 #include <future>
 #include <thread>
 
+#include "support/lock_order.h"
+
 namespace kelp::util {
 namespace {
 
 using namespace std::chrono_literals;
+using test::expectWrongOrder;
 
 /// A number that several threads change.
 class Counter {
@@ -171,21 +174,11 @@ TEST(LockRankDeathTest, CountsALockThatWasTriedAsHeld) {
 }
 
 TEST(LockRankDeathTest, AbortsWithBothNamesInTheWrongOrder) {
-    EXPECT_DEATH(
-        {
-            const MutexLock first(leaf);
-            const MutexLock second(outer);
-        },
-        "lock order violated: locking Outer::mutex_ while Leaf::mutex_ is held");
+    expectWrongOrder<MutexLock, MutexLock>(leaf, outer);
 }
 
 TEST(LockRankDeathTest, AbortsWhenTwoOfOneRankAreHeld) {
-    EXPECT_DEATH(
-        {
-            const MutexLock first(leaf);
-            const MutexLock second(otherMutex);
-        },
-        "lock order violated: locking Other::mutex_ while Leaf::mutex_ is held");
+    expectWrongOrder<MutexLock, MutexLock>(leaf, otherMutex);
 }
 
 TEST(LockRankDeathTest, AbortsWhenOneMutexIsLockedTwice) {

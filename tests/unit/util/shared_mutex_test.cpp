@@ -10,10 +10,13 @@
 #include <utility>
 #include <vector>
 
+#include "support/lock_order.h"
+
 namespace kelp::util {
 namespace {
 
 using namespace std::chrono_literals;
+using test::expectWrongOrder;
 
 /// Lock the mutex on another thread in this way. The future is ready once that thread had it.
 template <class Lock>
@@ -81,39 +84,19 @@ TEST(SharedMutex, AllowsTheDocumentedOrderForBothWays) {
 }
 
 TEST(SharedMutexDeathTest, AbortsWhenReadUnderAHigherRank) {
-    EXPECT_DEATH(
-        {
-            const MutexLock first(highest);
-            const SharedLock second(readByMany);
-        },
-        "lock order violated: locking Shared::mutex_ while Highest::mutex_ is held");
+    expectWrongOrder<MutexLock, SharedLock>(highest, readByMany);
 }
 
 TEST(SharedMutexDeathTest, AbortsWhenWrittenUnderAHigherRank) {
-    EXPECT_DEATH(
-        {
-            const MutexLock first(highest);
-            const ExclusiveLock second(readByMany);
-        },
-        "lock order violated: locking Shared::mutex_ while Highest::mutex_ is held");
+    expectWrongOrder<MutexLock, ExclusiveLock>(highest, readByMany);
 }
 
 TEST(SharedMutexDeathTest, CountsAsHeldWhileItIsRead) {
-    EXPECT_DEATH(
-        {
-            const SharedLock first(readByMany);
-            const MutexLock second(lowest);
-        },
-        "lock order violated: locking Lowest::mutex_ while Shared::mutex_ is held");
+    expectWrongOrder<SharedLock, MutexLock>(readByMany, lowest);
 }
 
 TEST(SharedMutexDeathTest, CountsAsHeldWhileItIsWritten) {
-    EXPECT_DEATH(
-        {
-            const ExclusiveLock first(readByMany);
-            const MutexLock second(lowest);
-        },
-        "lock order violated: locking Lowest::mutex_ while Shared::mutex_ is held");
+    expectWrongOrder<ExclusiveLock, MutexLock>(readByMany, lowest);
 }
 
 TEST(SharedMutexDeathTest, AbortsWhenReadTwiceByOneThread) {

@@ -28,10 +28,10 @@ class CorbaAgentConfig;
 class EmsSession_IImpl;
 class EventLossState;
 class IteratorList;
-class ServantTable;
+class ManagerServants;
 class SessionList;
 class SessionSource;
-class WaitingSessions;
+class SilenceWatch;
 template <class S>
 class ServantRef;
 
@@ -46,7 +46,7 @@ class BaseSSHandler : public NS_BUNDLEMGR1::LightEventHandler {
 /// interval and erases the sessions that are over. It calls the NMS on threads that live as long as
 /// one round.
 ///
-/// Any thread may call it. The session list, the waiting sessions, the iterator list, the servants
+/// Any thread may call it. The session list, the silence watch, the iterator list, the servants
 /// and the event-loss state are separate objects, each with its own lock. No two of these locks are
 /// held together, and no NMS is called under any of them. The lock order is: the factory's login
 /// lock, the lock of the session list ("session lock"), the lock of a session source.
@@ -178,9 +178,9 @@ class SessionMgr : public ACE_Task_Base {
     bool silentMode_ = false;
     std::size_t pingThreads_ = 1;
     const std::unique_ptr<SessionList> sessions_;
-    const std::unique_ptr<WaitingSessions> waiting_;
+    const std::unique_ptr<SilenceWatch> silenceWatch_;
     const std::unique_ptr<IteratorList> iterators_;
-    const std::unique_ptr<ServantTable> servants_;
+    const std::unique_ptr<ManagerServants> servants_;
     const std::unique_ptr<EventLossState> eventLoss_;
     CorbaAgentConfig* agentConfig_ = nullptr;
     BaseSSHandler userStateHandler_;

@@ -19,7 +19,7 @@ using kelp::util::MutexUnlock;
 /// A session ends within 1 s of its user's account.
 constexpr std::chrono::milliseconds kInterval{300};
 
-NS_BUNDLEMGR1::LightEventData eventDataOf(const LiveLogins::Key& login) {
+NS_BUNDLEMGR1::LightEventData eventDataOf(const LiveLogIns::Key& login) {
     const std::size_t colon = login.hostInfo.rfind(':');
     const std::string port = colon == std::string::npos ? "" : login.hostInfo.substr(colon + 1);
     return {{{"IP", login.hostInfo.substr(0, colon)}, {"PORT", port}, {"USN", login.user}}};
@@ -27,7 +27,7 @@ NS_BUNDLEMGR1::LightEventData eventDataOf(const LiveLogins::Key& login) {
 
 }  // namespace
 
-AccountWatch::AccountWatch(LiveLogins& live, LoginThrottle& throttle)
+AccountWatch::AccountWatch(LiveLogIns& live, LogInThrottle& throttle)
     : live_(live),
       throttle_(throttle),
       users_([this](const std::vector<UserAccount>& accounts) { compare(accounts); }) {}
@@ -95,7 +95,7 @@ void AccountWatch::compare(const std::vector<UserAccount>& accounts) {
 }
 
 void AccountWatch::tellInvalid() {
-    for (const LiveLogins::Key& login :
+    for (const LiveLogIns::Key& login :
          live_.invalid(kelp::util::nowUtc(), std::chrono::steady_clock::now()))
         NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kUserStateChangeEvent,
                                                         eventDataOf(login));

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "access/live_logins.h"
-#include "access/login_throttle.h"
+#include "access/live_log_ins.h"
+#include "access/log_in_throttle.h"
 
 namespace NS_CORBA {
 
@@ -21,7 +21,7 @@ namespace NS_CORBA {
 class AccountWatch {
   public:
     /// Both are borrowed and must outlive the watch.
-    AccountWatch(LiveLogins& live, LoginThrottle& throttle);
+    AccountWatch(LiveLogIns& live, LogInThrottle& throttle);
     ~AccountWatch();
     AccountWatch(const AccountWatch&) = delete;
     AccountWatch& operator=(const AccountWatch&) = delete;
@@ -37,8 +37,8 @@ class AccountWatch {
     void compare(const std::vector<kelp::users::UserAccount>& accounts);
     void tellInvalid();
 
-    LiveLogins& live_;
-    LoginThrottle& throttle_;
+    LiveLogIns& live_;
+    LogInThrottle& throttle_;
     kelp::users::UserWatch users_;                  // used by the thread only, as is unlocks_
     std::map<std::int64_t, std::int64_t> unlocks_;  // account id to number of unlocks, as read last
     /// Held for a whole start or stop.

@@ -19,8 +19,8 @@
 #include <utility>
 
 #include "access/account_watch.h"
-#include "access/live_logins.h"
-#include "access/login_throttle.h"
+#include "access/live_log_ins.h"
+#include "access/log_in_throttle.h"
 #include "access/session_name_parts.h"
 
 namespace NS_CORBA {
@@ -47,7 +47,7 @@ int userNumber(std::int64_t id) {
     return id > 0 && id <= std::numeric_limits<int>::max() ? static_cast<int>(id) : kUnknownUser;
 }
 
-LoginThrottle::Limits configuredLimits() {
+LogInThrottle::Limits configuredLimits() {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     return {static_cast<int>(config.integer("security.lockout_failures")),
             std::chrono::seconds(config.integer("security.lockout_s"))};
@@ -180,8 +180,8 @@ struct Attempt {
 }  // namespace
 
 struct CorbaSecurityMgr::State {
-    NS_CORBA::LiveLogins live;
-    LoginThrottle throttle;
+    NS_CORBA::LiveLogIns live;
+    LogInThrottle throttle;
     AccountWatch watch{live, throttle};
     NamesSeen accounts;
 
@@ -379,17 +379,17 @@ unsigned long CorbaSecurityMgr::checkLogin(const std::string& hostInfo, const st
 
 unsigned long CorbaSecurityMgr::CheckRoom(const std::string& hostInfo, const std::string& user) {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
-    const LiveLogins::Quotas quotas{
+    const LiveLogIns::Quotas quotas{
         static_cast<std::size_t>(config.integer("session.per_account_max")),
         static_cast<std::size_t>(config.integer("session.per_address_max"))};
     unsigned long code = 0;
     switch (state_->live.exceededBy({user, hostInfo}, kelp::orb::currentPeer().text, quotas)) {
-        case LiveLogins::Exceeded::Nothing:
+        case LiveLogIns::Exceeded::Nothing:
             return 0;
-        case LiveLogins::Exceeded::Account:
+        case LiveLogIns::Exceeded::Account:
             code = kTooManyAccountSessions;
             break;
-        case LiveLogins::Exceeded::Address:
+        case LiveLogIns::Exceeded::Address:
             code = kTooManyAddressSessions;
             break;
     }

@@ -11,10 +11,10 @@
 #include <span>
 #include <utility>
 
+#include "events/alarm_log_entry.h"
 #include "events/embedded_link.h"
-#include "events/event_delivery.h"
+#include "events/event_acceptance.h"
 #include "events/external_link.h"
-#include "events/log_entry.h"
 #include "events/loss_tracker.h"
 #include "events/notification_address.h"
 #include "orb/orb_life.h"
@@ -115,7 +115,7 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
     LossTracker losses{{[this](const LossTracker::Start& start) { lossBegan(start); },
                         [this](std::time_t endTime) { lossEnded(endTime); }}};
     mutable kelp::util::Mutex mutex{LockRank::Leaf, "SuppilerMgr::State::mutex"};
-    std::shared_ptr<EventDelivery> delivery KELP_GUARDED_BY(mutex);
+    std::shared_ptr<EventAcceptance> acceptance KELP_GUARDED_BY(mutex);
 
     void eventsLost(const CosNotification::StructuredEvent& first) override {
         contained([&] { losses.lost(first); });
@@ -138,9 +138,9 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
                 agent->OnEventLossCleared(endTime);
         });
     }
-    std::shared_ptr<EventDelivery> current() const KELP_EXCLUDES(mutex) {
+    std::shared_ptr<EventAcceptance> current() const KELP_EXCLUDES(mutex) {
         const MutexLock guard(mutex);
-        return delivery;
+        return acceptance;
     }
     void open(CORBA::ORB_ptr orb) KELP_EXCLUDES(mutex);
 };
@@ -178,11 +178,11 @@ void SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
         if (CallBackProcessBase* agent = callBack)
             agent->FormatAlarmLog(out, alarm);
     };
-    auto made = std::make_shared<EventDelivery>(
+    auto made = std::make_shared<EventAcceptance>(
         handoverSettings(), makeLink(orb, *this), work, openAlarmLog(inWords),
         ConfigStore::instance().flag("notification.fill_ne_time"));
     const MutexLock guard(mutex);
-    delivery.swap(made);
+    acceptance.swap(made);
 }
 
 int SuppilerMgr::Start(int mode) {
@@ -214,10 +214,10 @@ int SuppilerMgr::Start(int mode) {
 }
 
 void SuppilerMgr::ExitThread() {
-    std::shared_ptr<EventDelivery> ending;
+    std::shared_ptr<EventAcceptance> ending;
     {
         const MutexLock guard(state_->mutex);
-        ending.swap(state_->delivery);
+        ending.swap(state_->acceptance);
     }
     if (!ending)
         return;
@@ -228,7 +228,7 @@ void SuppilerMgr::ExitThread() {
 }
 
 bool SuppilerMgr::check_channel_valid() {
-    const std::shared_ptr<EventDelivery> running = state_->current();
+    const std::shared_ptr<EventAcceptance> running = state_->current();
     if (!running)
         return false;
     const bool answers = running->channelAnswers();
@@ -238,27 +238,27 @@ bool SuppilerMgr::check_channel_valid() {
 }
 
 int SuppilerMgr::PushEvent(CosNotification::StructuredEvent& event) {
-    const std::shared_ptr<EventDelivery> running = state_->current();
+    const std::shared_ptr<EventAcceptance> running = state_->current();
     return running && running->accept(std::span(&event, 1)) ? 0 : -1;
 }
 
 long SuppilerMgr::PushEvents(std::vector<CosNotification::StructuredEvent>& events) {
-    const std::shared_ptr<EventDelivery> running = state_->current();
+    const std::shared_ptr<EventAcceptance> running = state_->current();
     return running && running->accept(std::span(events)) ? 0 : -1;
 }
 
 long SuppilerMgr::PushEvents(std::vector<CosNotification::StructuredEvent>&& events) {
-    const std::shared_ptr<EventDelivery> running = state_->current();
+    const std::shared_ptr<EventAcceptance> running = state_->current();
     return running && running->accept(std::move(events)) ? 0 : -1;
 }
 
 void SuppilerMgr::RequestHeartbeat() {
-    if (const std::shared_ptr<EventDelivery> running = state_->current())
+    if (const std::shared_ptr<EventAcceptance> running = state_->current())
         running->requestHeartbeat();
 }
 
 std::vector<kelp::notification::ConsumerCounts> SuppilerMgr::Consumers() const {
-    const std::shared_ptr<EventDelivery> running = state_->current();
+    const std::shared_ptr<EventAcceptance> running = state_->current();
     return running ? running->consumers() : std::vector<kelp::notification::ConsumerCounts>();
 }
 

@@ -37,15 +37,15 @@ OrbLife::Stage OrbLife::stage() const {
     return current->isOver() ? Stage::ShutDown : Stage::ShuttingDown;
 }
 
-void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads, RequestGate& gate) {
+void OrbLife::start(const kelp::orb::OrbOptions& options, unsigned threads, StartBarrier& barrier) {
     const MutexLock one(startMutex_);
     if (run())
         return;
-    gate.reset();
-    gate_ = &gate;
+    barrier.reset();
+    barrier_ = &barrier;
     kelp::util::endStop();
     const auto made = std::make_shared<Run>();
-    made->orb = kelp::orb::start(options, &gate);
+    made->orb = kelp::orb::start(options, &barrier);
     const CORBA::Object_var object = made->orb->resolve_initial_references("RootPOA");
     made->rootPoa = PortableServer::POA::_narrow(object.in());
     made->threads = threads;
@@ -65,13 +65,13 @@ PortableServer::POA_ptr OrbLife::rootPoa() const {
 }
 
 void OrbLife::admit() {
-    if (RequestGate* const gate = gate_)
-        gate->admit();
+    if (StartBarrier* const barrier = barrier_)
+        barrier->admit();
 }
 
 void OrbLife::refuse() {
-    if (RequestGate* const gate = gate_)
-        gate->refuse();
+    if (StartBarrier* const barrier = barrier_)
+        barrier->refuse();
 }
 
 void OrbLife::serve() {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <thread>
 
-#include "orb/request_gate.h"
+#include "orb/start_barrier.h"
 
 namespace NS_CORBA {
 
@@ -22,14 +22,14 @@ class OrbLife {
     enum class Stage { None, Running, ShuttingDown, ShutDown };
 
     Stage stage() const;
-    /// Start an ORB if there is none. Its requests pass `gate`, which is borrowed and must outlive
-    /// the process's requests. Throws CORBA::SystemException.
-    void start(const kelp::orb::OrbOptions& options, unsigned threads, RequestGate& gate)
+    /// Start an ORB if there is none. Its requests pass `barrier`, which is borrowed and must
+    /// outlive the process's requests. Throws CORBA::SystemException.
+    void start(const kelp::orb::OrbOptions& options, unsigned threads, StartBarrier& barrier)
         KELP_EXCLUDES(startMutex_);
     /// Return a new duplicate, which the caller owns; nil without an ORB.
     CORBA::ORB_ptr orb() const;
     PortableServer::POA_ptr rootPoa() const;
-    /// Let callers through the gate, or refuse them. Does nothing before the first start.
+    /// Let callers through the barrier, or refuse them. Does nothing before the first start.
     void admit();
     void refuse();
 
@@ -75,8 +75,8 @@ class OrbLife {
     std::shared_ptr<Run> run_ KELP_GUARDED_BY(mutex_);
     /// Held for a whole start or destroy.
     kelp::util::Mutex startMutex_{kelp::util::LockRank::OrbControl, "OrbLife::startMutex_"};
-    /// The gate of the ORB started last; null before the first start.
-    std::atomic<RequestGate*> gate_{nullptr};
+    /// The barrier of the ORB started last; null before the first start.
+    std::atomic<StartBarrier*> barrier_{nullptr};
 };
 
 }  // namespace NS_CORBA

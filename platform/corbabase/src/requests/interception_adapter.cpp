@@ -6,6 +6,7 @@
 #include <chrono>
 #include <exception>
 
+#include "access/caller_standing.h"
 #include "access/connection_log_ins.h"
 #include "requests/request_recording.h"
 
@@ -21,41 +22,41 @@ const char* ForeignSessionCall::what() const noexcept {
 
 void InterceptionAdapter::set(RequestInterceptorBase* interceptor) {
     const MutexLock lock(mutex_);
-    gate_ = interceptor != nullptr ? Gate::Waiting : Gate::Refusing;
+    barrier_ = interceptor != nullptr ? Barrier::Waiting : Barrier::Refusing;
     changed_.notify_all();
     while (inside_ != 0)
         changed_.wait(mutex_);
-    // not earlier: a request that passed the open gate reads it without the lock
+    // not earlier: a request that passed the open barrier reads it without the lock
     interceptor_ = nullptr;
     if (interceptor != nullptr) {
         interceptor_ = interceptor;
-        gate_ = Gate::Open;
+        barrier_ = Barrier::Open;
         changed_.notify_all();
     }
 }
 
 void InterceptionAdapter::reset() {
     const MutexLock guard(mutex_);
-    gate_ = Gate::Waiting;
+    barrier_ = Barrier::Waiting;
     interceptor_ = nullptr;
     rate_.reset();
 }
 
 void InterceptionAdapter::refuse() {
     const MutexLock guard(mutex_);
-    gate_ = Gate::Refusing;
+    barrier_ = Barrier::Refusing;
     changed_.notify_all();
 }
 
 void InterceptionAdapter::admit() {
     const MutexLock guard(mutex_);
     if (interceptor_ != nullptr)
-        gate_ = Gate::Open;
+        barrier_ = Barrier::Open;
     changed_.notify_all();
 }
 
 void InterceptionAdapter::received(const kelp::orb::RequestInfo& request) {
-    if (gate_.load() == Gate::Refusing)
+    if (barrier_.load() == Barrier::Refusing)
         throw CORBA::TRANSIENT();
     const bool isLoggedIn = CallerStanding::arrive(request);
     try {
@@ -166,9 +167,9 @@ void InterceptionAdapter::leave() {
 }
 
 void InterceptionAdapter::waitUntilOpen() {
-    while (gate_ == Gate::Waiting)
+    while (barrier_ == Barrier::Waiting)
         changed_.wait(mutex_);
-    if (gate_ == Gate::Refusing)
+    if (barrier_ == Barrier::Refusing)
         throw CORBA::TRANSIENT();
 }
 

@@ -5,9 +5,9 @@
 
 #include <atomic>
 
-#include "access/caller_standing.h"
 #include "access/oss_access.h"
-#include "orb/request_gate.h"
+#include "access/request_rate.h"
+#include "orb/start_barrier.h"
 
 namespace NS_CORBA {
 
@@ -20,7 +20,7 @@ namespace NS_CORBA {
 /// anything else is done, with TRANSIENT ("request discarded because of resource exhaustion", OMG
 /// minor code 1). TRANSIENT tells the caller to try again; NO_RESOURCES would suggest an error in
 /// the request. Such a refusal is recorded in the security log only.
-class InterceptionAdapter final : public RequestGate {
+class InterceptionAdapter final : public StartBarrier {
   public:
     /// `access` is borrowed.
     explicit InterceptionAdapter(OssAccess& access) : access_(access) {}
@@ -43,7 +43,7 @@ class InterceptionAdapter final : public RequestGate {
                      const CORBA::Exception* answer) noexcept override;
 
   private:
-    enum class Gate { Waiting, Open, Refusing };
+    enum class Barrier { Waiting, Open, Refusing };
 
     void limitRate(const kelp::orb::RequestInfo& request);
 
@@ -51,15 +51,16 @@ class InterceptionAdapter final : public RequestGate {
     void leave() KELP_EXCLUDES(mutex_);
     void waitUntilOpen() KELP_REQUIRES(mutex_);
 
-    bool isOpen() const { return gate_.load() == Gate::Open; }
+    bool isOpen() const { return barrier_.load() == Barrier::Open; }
 
     OssAccess& access_;
     kelp::util::Mutex mutex_{kelp::util::LockRank::Leaf, "InterceptionAdapter::mutex_"};
     kelp::util::ConditionVariable changed_;
     // These are written under mutex_, except for inside_, and read without it, so that requests do
-    // not contend for a lock. A request increments inside_ before it reads the gate. set() closes
-    // the gate before it reads inside_. At least one of them thus sees the other's change.
-    std::atomic<Gate> gate_{Gate::Waiting};
+    // not contend for a lock. A request increments inside_ before it reads the barrier. set()
+    // closes the barrier before it reads inside_. At least one of them thus sees the other's
+    // change.
+    std::atomic<Barrier> barrier_{Barrier::Waiting};
     std::atomic<RequestInterceptorBase*> interceptor_{nullptr};
     std::atomic<unsigned> inside_{0};
     RequestRate rate_;

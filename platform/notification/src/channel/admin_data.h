@@ -4,9 +4,9 @@
 #include <kelp/util/mutex.h>
 
 #include "delivery/qos.h"
+#include "event_types/type_list.h"
 #include "filter/filter_list.h"
 #include "owners/owner.h"
-#include "types/type_list.h"
 
 namespace kelp::notification {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "channel/core.h"
+#include "channel/channel_core.h"
 #include "filter/filter_factory.h"
 #include "owners/clearance.h"
 #include "servants/event_channel.h"
@@ -74,7 +74,7 @@ void Channel::push(const CosNotification::StructuredEvent& event) {
 
 std::vector<ConsumerCounts> Channel::consumers() const {
     std::vector<ConsumerCounts> all;
-    for (const std::shared_ptr<Outlet>& each : state_->core->outlets()) {
+    for (const std::shared_ptr<ConsumerPath>& each : state_->core->consumerPaths()) {
         ConsumerCounts counts = each->counts();
         counts.admin = each->admin().id;
         counts.proxy = each->proxy();
@@ -84,7 +84,7 @@ std::vector<ConsumerCounts> Channel::consumers() const {
 }
 
 bool Channel::isDrained() const {
-    for (const std::shared_ptr<Outlet>& each : state_->core->outlets()) {
+    for (const std::shared_ptr<ConsumerPath>& each : state_->core->consumerPaths()) {
         if (!each->hasDrained())
             return false;
     }

@@ -53,7 +53,7 @@ void Farewells::startIfNeeded() {
     if (threads_.count() >= kThreadsMax || (threads_.count() != 0 && waiting_.empty()))
         return;
     try {
-        threads_.start("farewells", [this](PassingThreads::Self self) { run(self); });
+        threads_.start("farewells", [this](TemporaryThreads::Self self) { run(self); });
     } catch (const std::system_error& failure) {
         traceFarewell(failure.what());
     }
@@ -77,7 +77,7 @@ std::size_t Farewells::threads() const {
     return threads_.count();
 }
 
-void Farewells::run(PassingThreads::Self self) {
+void Farewells::run(TemporaryThreads::Self self) {
     const MutexLock lock(mutex_);
     while (!waiting_.empty()) {
         Call next = std::move(waiting_.front());

@@ -6,8 +6,8 @@
 #include <deque>
 #include <string>
 
-#include "channel/passing_threads.h"
 #include "channel/peers.h"
+#include "channel/temporary_threads.h"
 
 namespace kelp::notification {
 
@@ -39,11 +39,11 @@ class Farewells {
     };
 
     void startIfNeeded() KELP_REQUIRES(mutex_);
-    void run(PassingThreads::Self self) KELP_EXCLUDES(mutex_);
+    void run(TemporaryThreads::Self self) KELP_EXCLUDES(mutex_);
 
     mutable util::Mutex mutex_{util::LockRank::Leaf, "Farewells::mutex_"};
     std::deque<Call> waiting_ KELP_GUARDED_BY(mutex_);
-    PassingThreads threads_ KELP_GUARDED_BY(mutex_);
+    TemporaryThreads threads_ KELP_GUARDED_BY(mutex_);
     bool memoryIsFreed_ KELP_GUARDED_BY(mutex_) = false;
     bool stopping_ KELP_GUARDED_BY(mutex_) = false;
 };

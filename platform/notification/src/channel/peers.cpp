@@ -32,7 +32,7 @@ void say(const Farewell& farewell, const std::string& name) {
     }
 }
 
-TypeFeed::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer) {
+FollowedTypes::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer) {
     const CORBA::Object_var object = CORBA::Object::_duplicate(consumer);
     return {std::move(name), [object](const auto& added, const auto& removed) {
                 const CosNotifyComm::NotifyPublish_var peer =
@@ -42,7 +42,7 @@ TypeFeed::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer) {
             }};
 }
 
-TypeFeed::Peer toldOfSubscriptions(std::string name, CORBA::Object_ptr subscriber) {
+FollowedTypes::Peer toldOfSubscriptions(std::string name, CORBA::Object_ptr subscriber) {
     const CORBA::Object_var object = CORBA::Object::_duplicate(subscriber);
     return {std::move(name), [object](const auto& added, const auto& removed) {
                 const CosNotifyComm::NotifySubscribe_var peer =

@@ -3,12 +3,12 @@
 #include <functional>
 #include <string>
 
-#include "types/type_feed.h"
+#include "event_types/followed_types.h"
 
 namespace kelp::notification {
 
-// Peers of a TypeFeed. The reference must not be nil. Whether the object has the operation is only
-// checked by each call, since a peer of the older Event Service lacks it. A call to such a
+// Peers of a FollowedTypes. The reference must not be nil. Whether the object has the operation is
+// only checked by each call, since a peer of the older Event Service lacks it. A call to such a
 // peer raises BAD_OPERATION.
 
 /// Calls a proxy's peer to disconnect it. May raise any CORBA exception. Empty for a nil peer.
@@ -27,8 +27,8 @@ Farewell farewellTo(typename Interface::_ptr_type peer, Disconnect disconnect) {
 void say(const Farewell& farewell, const std::string& name);
 
 /// A peer that is called by offer_change.
-TypeFeed::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer);
+FollowedTypes::Peer toldOfOffers(std::string name, CORBA::Object_ptr consumer);
 /// A peer that is called by subscription_change: a supplier, or the callback of a filter.
-TypeFeed::Peer toldOfSubscriptions(std::string name, CORBA::Object_ptr subscriber);
+FollowedTypes::Peer toldOfSubscriptions(std::string name, CORBA::Object_ptr subscriber);
 
 }  // namespace kelp::notification

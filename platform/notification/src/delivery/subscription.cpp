@@ -73,7 +73,7 @@ class Subscription::Puller {
 
 void Subscription::enqueue(const EventPtr& event) {
     const MutexLock lock(mutex_);
-    if (closed_ || (!receiver_ && !pulls_))
+    if (closed_ || (!consumer_ && !pulls_))
         return;
     if (pulls_ && queue_.empty())
         silentSince_ = Clock::now();
@@ -120,11 +120,11 @@ void Subscription::setPacing(milliseconds interval) {
     changed_.notify_all();
 }
 
-bool Subscription::connect(std::shared_ptr<Receiver> receiver) {
+bool Subscription::connect(std::shared_ptr<ConnectedConsumer> consumer) {
     const MutexLock lock(mutex_);
-    if (receiver_ || closed_)
+    if (consumer_ || closed_)
         return false;
-    receiver_ = std::move(receiver);
+    consumer_ = std::move(consumer);
     return true;
 }
 
@@ -139,12 +139,12 @@ bool Subscription::connectPull() {
 
 bool Subscription::isConnected() const {
     const MutexLock lock(mutex_);
-    return !closed_ && (receiver_ || pulls_);
+    return !closed_ && (consumer_ || pulls_);
 }
 
 Subscription::Change Subscription::suspend() {
     const MutexLock lock(mutex_);
-    if (closed_ || !receiver_)
+    if (closed_ || !consumer_)
         return Change::NotConnected;
     if (suspended_)
         return Change::WasSo;
@@ -154,7 +154,7 @@ Subscription::Change Subscription::suspend() {
 
 Subscription::Change Subscription::resume() {
     const MutexLock lock(mutex_);
-    if (closed_ || !receiver_)
+    if (closed_ || !consumer_)
         return Change::NotConnected;
     if (!suspended_)
         return Change::WasSo;
@@ -166,7 +166,7 @@ Subscription::Change Subscription::resume() {
     return Change::Done;
 }
 
-std::shared_ptr<Receiver> Subscription::close() {
+std::shared_ptr<ConnectedConsumer> Subscription::close() {
     const MutexLock lock(mutex_);
     if (closed_)
         return nullptr;
@@ -174,7 +174,7 @@ std::shared_ptr<Receiver> Subscription::close() {
     endPacing();
     queue_.clear();
     changed_.notify_all();
-    return std::move(receiver_);
+    return std::move(consumer_);
 }
 
 std::vector<EventPtr> Subscription::pull(std::size_t most, bool wait) {
@@ -205,7 +205,7 @@ bool Subscription::isBatchDue(std::size_t most) const {
 }
 
 bool Subscription::hasWork() const {
-    return receiver_ && !closed_ && !suspended_ && (!queue_.empty() || !answers_);
+    return consumer_ && !closed_ && !suspended_ && (!queue_.empty() || !answers_);
 }
 
 void Subscription::endPacing() {
@@ -238,7 +238,7 @@ void Subscription::scheduleLater(State next, Clock::time_point when, bool isSlow
 }
 
 void Subscription::scheduleIfNeeded() {
-    if (state_ == State::Paced && hasWork() && queue_.size() >= receiver_->batchMax())
+    if (state_ == State::Paced && hasWork() && queue_.size() >= consumer_->batchMax())
         endPacing();
     if (state_ != State::Idle || !hasWork())
         return;
@@ -283,25 +283,25 @@ bool Subscription::hasNotPulledFor(milliseconds time, Clock::time_point now) con
 }
 
 void Subscription::serveLocked() {
-    // close() may release receiver_ during the call
-    const std::shared_ptr<Receiver> receiver = receiver_;
+    // close() may release consumer_ during the call
+    const std::shared_ptr<ConnectedConsumer> consumer = consumer_;
     const Clock::time_point turnEnd = Clock::now() + kLongestTurn;
     const bool wasSilent = !answers_;
-    if (wasSilent && !probeFirst(*receiver))
+    if (wasSilent && !probeFirst(*consumer))
         return;
     do {
         queue_.expire(Clock::now());
         // after a silence this thread sends only the first batch, which may have arrived already
-    } while (!queue_.empty() && hasWork() && deliverBatch(*receiver) && !wasSilent &&
+    } while (!queue_.empty() && hasWork() && deliverBatch(*consumer) && !wasSilent &&
              Clock::now() < turnEnd);
 }
 
-bool Subscription::probeFirst(Receiver& receiver) {
+bool Subscription::probeFirst(ConnectedConsumer& consumer) {
     try {
         {
             const MutexUnlock unlocked(mutex_);
             const kelp::orb::ScopedThreadTimeout limit(settings_.pushTimeout);
-            receiver.probe();
+            consumer.probe();
         }
         answers_ = true;
         backOff_ = settings_.firstBackOff;
@@ -312,8 +312,8 @@ bool Subscription::probeFirst(Receiver& receiver) {
     }
 }
 
-bool Subscription::deliverBatch(Receiver& receiver) {
-    const std::size_t batchMax = receiver.batchMax();
+bool Subscription::deliverBatch(ConnectedConsumer& consumer) {
+    const std::size_t batchMax = consumer.batchMax();
     if (!isBatchDue(batchMax))
         return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
@@ -321,7 +321,7 @@ bool Subscription::deliverBatch(Receiver& receiver) {
         {
             const MutexUnlock unlocked(mutex_);
             const kelp::orb::ScopedThreadTimeout limit(settings_.pushTimeout);
-            receiver.deliver(events);
+            consumer.deliver(events);
         }
         queue_.settle(true);
         return true;
@@ -383,7 +383,7 @@ void Subscription::died(const std::string& why) {
         return;
     closed_ = true;
     isDeathUntold_ = true;
-    receiver_.reset();
+    consumer_.reset();
     changed_.notify_all();
     if (first)
         tellLost(first);
@@ -410,7 +410,7 @@ void Subscription::finishTurn(bool wasCutShort) {
         return;
     if (!answers_ || wasCutShort) {
         scheduleLater(State::Scheduled, Clock::now() + backOff_, !answers_);
-    } else if (isBatchDue(receiver_->batchMax())) {
+    } else if (isBatchDue(consumer_->batchMax())) {
         scheduleNow();
     } else {
         pacedUntil_ = queue_.oldestAccepted() + pacing_;

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "delivery/connected_consumer.h"
 #include "delivery/event_queue.h"
-#include "delivery/receiver.h"
 
 namespace kelp::notification {
 
@@ -23,7 +23,7 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// Calls serve() on a thread of the dispatcher.
+    /// Calls serve() on a delivery thread.
     class Scheduler {
       public:
         virtual ~Scheduler() = default;
@@ -55,16 +55,16 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
 
     // -- connection
     /// False if it is connected already, or closed.
-    bool connect(std::shared_ptr<Receiver> receiver) KELP_EXCLUDES(mutex_);
+    bool connect(std::shared_ptr<ConnectedConsumer> consumer) KELP_EXCLUDES(mutex_);
     bool isConnected() const KELP_EXCLUDES(mutex_);
     /// Connect a consumer that pulls. False if it is connected already, or closed.
     bool connectPull() KELP_EXCLUDES(mutex_);
     enum class Change { Done, WasSo, NotConnected };
     Change suspend() KELP_EXCLUDES(mutex_);
     Change resume() KELP_EXCLUDES(mutex_);
-    /// Close for good: waiting events are lost and blocked pulls end. Returns the receiver to be
+    /// Close for good: waiting events are lost and blocked pulls end. Returns the consumer to be
     /// disconnected, if there was one.
-    std::shared_ptr<Receiver> close() KELP_EXCLUDES(mutex_);
+    std::shared_ptr<ConnectedConsumer> close() KELP_EXCLUDES(mutex_);
 
     // -- pull consumers
     /// A batch of up to `most` events, as soon as it is full or its pacing interval is over. If
@@ -72,8 +72,8 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     /// CosEventComm::Disconnected if there is no connection, or it ends.
     std::vector<EventPtr> pull(std::size_t most, bool wait) KELP_EXCLUDES(mutex_);
 
-    /// Make one turn of the delivery. Called only by the dispatcher. Does not throw: a turn that is
-    /// cut short for lack of memory is retried later.
+    /// Make one turn of the delivery. Called only by a delivery thread. Does not throw: a turn that
+    /// is cut short for lack of memory is retried later.
     void serve() noexcept KELP_EXCLUDES(mutex_);
     /// To be called a few times a second. Drops expired events, gives up a consumer that has
     /// stopped pulling, and schedules a turn for which there was no memory before.
@@ -110,9 +110,9 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     bool hasWork() const KELP_REQUIRES(mutex_);
     bool isBatchDue(std::size_t most) const KELP_REQUIRES(mutex_);
     void serveLocked() KELP_REQUIRES(mutex_);
-    bool probeFirst(Receiver& receiver) KELP_REQUIRES(mutex_);
+    bool probeFirst(ConnectedConsumer& consumer) KELP_REQUIRES(mutex_);
     /// False when the turn is over: no batch is due yet, or the call failed.
-    bool deliverBatch(Receiver& receiver) KELP_REQUIRES(mutex_);
+    bool deliverBatch(ConnectedConsumer& consumer) KELP_REQUIRES(mutex_);
     void failed(const CORBA::SystemException& failure) KELP_REQUIRES(mutex_);
     void refused(const std::string& why) KELP_REQUIRES(mutex_);
     void died(const std::string& why) KELP_REQUIRES(mutex_);
@@ -130,7 +130,7 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     mutable util::Mutex mutex_{util::LockRank::ChannelPart, "Subscription::mutex_"};
     util::ConditionVariable changed_;
     EventQueue queue_ KELP_GUARDED_BY(mutex_);
-    std::shared_ptr<Receiver> receiver_ KELP_GUARDED_BY(mutex_);
+    std::shared_ptr<ConnectedConsumer> consumer_ KELP_GUARDED_BY(mutex_);
     State state_ KELP_GUARDED_BY(mutex_) = State::Idle;
     Clock::time_point pacedUntil_ KELP_GUARDED_BY(mutex_);
     bool pulls_ KELP_GUARDED_BY(mutex_) = false;

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "channel/core.h"
+#include "channel/channel_core.h"
 #include "filter_servant.h"
 
 namespace kelp::notification {

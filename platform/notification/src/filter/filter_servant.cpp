@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "channel/core.h"
+#include "channel/channel_core.h"
 #include "channel/peers.h"
 #include "delivery/event.h"
 #include "filter_factory.h"
@@ -92,7 +92,7 @@ FilterServant::FilterServant(std::shared_ptr<ChannelCore> core, OwnerPtr owner,
     : core_(std::move(core)),
       owner_(std::move(owner)),
       onDestroy_(std::move(onDestroy)),
-      types_(std::make_shared<TypeFeed>(core_->notices(), TypeSet(), kCallbacksMax)) {}
+      types_(std::make_shared<FollowedTypes>(core_->notices(), TypeSet(), kCallbacksMax)) {}
 
 FilterServant::~FilterServant() {
     if (!destroyed_.exchange(true))
@@ -256,7 +256,7 @@ void FilterServant::detach_callback(CallbackID id) {
 }
 
 CallbackIDSeq* FilterServant::get_callbacks() {
-    const std::vector<TypeFeed::FollowerId> followers = types_->followers();
+    const std::vector<FollowedTypes::FollowerId> followers = types_->followers();
     CallbackIDSeq_var ids = new CallbackIDSeq;
     ids->length(static_cast<CORBA::ULong>(followers.size()));
     for (CORBA::ULong i = 0; i < ids->length(); ++i)

@@ -9,11 +9,11 @@
 #include <memory>
 
 #include "constraint.h"
+#include "event_types/followed_types.h"
 #include "filter/event_test.h"
 #include "owners/keyed_places.h"
 #include "owners/owned.h"
 #include "owners/owner.h"
-#include "types/type_feed.h"
 
 namespace kelp::notification {
 
@@ -77,7 +77,7 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
     const OwnerPtr owner_;
     const std::function<void()> onDestroy_;
     const std::shared_ptr<const void> use_ = std::make_shared<char>();
-    const std::shared_ptr<TypeFeed> types_;  ///< its lock is taken inside mutex_
+    const std::shared_ptr<FollowedTypes> types_;  ///< its lock is taken inside mutex_
     mutable util::Mutex mutex_{util::LockRank::ChannelPart, "FilterServant::mutex_"};
     std::shared_ptr<const Entries> entries_ KELP_GUARDED_BY(mutex_) =
         std::make_shared<const Entries>();

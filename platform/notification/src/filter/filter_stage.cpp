@@ -60,7 +60,7 @@ void FilterStage::startIfNeeded() {
     if (idle_ > 0 || threads_.count() >= threadsMax_)
         return;
     try {
-        threads_.start("filterstage", [this](PassingThreads::Self self) { run(self); });
+        threads_.start("filterstage", [this](TemporaryThreads::Self self) { run(self); });
     } catch (const std::system_error& failure) {
         traceFilters(std::string("events are filtered with the next one: ") + failure.what());
     }
@@ -123,7 +123,7 @@ void FilterStage::serve(Owners::iterator owner) {
         work_.notify_one();  // a turn of this owner may have waited for this thread
 }
 
-void FilterStage::run(PassingThreads::Self self) {
+void FilterStage::run(TemporaryThreads::Self self) {
     const MutexLock lock(mutex_);
     while (!stopping_) {
         const auto owner = nextOwner();

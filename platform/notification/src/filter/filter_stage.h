@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "channel/passing_threads.h"
+#include "channel/temporary_threads.h"
 
 namespace kelp::notification {
 
@@ -52,7 +52,7 @@ class FilterStage {
 
     void enqueue(std::shared_ptr<Task> task) KELP_REQUIRES(mutex_);
     void startIfNeeded() KELP_REQUIRES(mutex_);
-    void run(PassingThreads::Self self) KELP_EXCLUDES(mutex_);
+    void run(TemporaryThreads::Self self) KELP_EXCLUDES(mutex_);
     bool waitForTurn() KELP_REQUIRES(mutex_);
     Owners::iterator nextOwner() KELP_REQUIRES(mutex_);
     void serve(Owners::iterator owner) KELP_REQUIRES(mutex_);
@@ -63,7 +63,7 @@ class FilterStage {
     Owners owners_ KELP_GUARDED_BY(mutex_);
     /// Owners with waiting tasks, each once, in the order of their turns.
     std::deque<std::string> turns_ KELP_GUARDED_BY(mutex_);
-    PassingThreads threads_ KELP_GUARDED_BY(mutex_);
+    TemporaryThreads threads_ KELP_GUARDED_BY(mutex_);
     std::size_t idle_ KELP_GUARDED_BY(mutex_) = 0;
     bool stopping_ KELP_GUARDED_BY(mutex_) = false;
 };

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "channel/core.h"
+#include "channel/channel_core.h"
 #include "owners/owned.h"
 
 namespace kelp::notification {

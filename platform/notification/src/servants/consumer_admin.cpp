@@ -77,7 +77,7 @@ CORBA::Object_ptr ConsumerAdminServant::make(ProxyType type, ProxyID& id) {
     servant->hold(owner, std::move(place));
     try {
         CORBA::Object_var reference = core_->activate(servant, {.owner = std::move(owner)});
-        core_->addOutlet(servant->outlet());
+        core_->addConsumerPath(servant->path());
         // last, so that an admin that is being destroyed leaves no part of the proxy behind
         data_->proxies.enter(servant->id(), servant, servant, reference.in());
         id = servant->id();

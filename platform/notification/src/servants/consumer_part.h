@@ -5,12 +5,12 @@
 #include <atomic>
 #include <memory>
 
-#include "channel/core.h"
+#include "channel/channel_core.h"
 #include "channel/peers.h"
+#include "event_types/updates.h"
 #include "owners/owned.h"
 #include "owners/owner.h"
 #include "proxy_registry.h"
-#include "types/updates.h"
 
 namespace kelp::notification {
 

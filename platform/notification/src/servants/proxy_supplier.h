@@ -24,7 +24,7 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
     }
     void validate_event_qos(const CosNotification::QoSProperties& wanted,
                             CosNotification::NamedPropertyRangeSeq_out available) override {
-        available = availableEventQos(outlet()->qos.get(), wanted);
+        available = availableEventQos(path()->qos.get(), wanted);
     }
 
     // -- NotifySubscribe
@@ -35,10 +35,10 @@ class ProxySupplierServant : public QosAndFilters<Skeleton>,
 
   protected:
     PortableServer::Servant servant() override { return this; }
-    SharedQos& sharedQos() override { return outlet()->qos; }
-    FilterList& filterList() override { return outlet()->filters; }
+    SharedQos& sharedQos() override { return path()->qos; }
+    FilterList& filterList() override { return path()->filters; }
     ChannelCore& channelCore() override { return core(); }
-    void qosChanged(const Qos& qos) override { outlet()->applyQos(qos); }
+    void qosChanged(const Qos& qos) override { path()->applyQos(qos); }
 };
 
 /// A proxy supplier that pushes. Its connection can be suspended.

@@ -45,7 +45,7 @@ CosNotification::EventBatch* SequencePullSupplier::try_pull_structured_events(
 }
 
 std::vector<EventPtr> SequencePullSupplier::pullBatch(CORBA::Long most, bool wait) {
-    return pull(std::min<CORBA::Long>(most, outlet()->qos.get().maximumBatchSize), wait);
+    return pull(std::min<CORBA::Long>(most, path()->qos.get().maximumBatchSize), wait);
 }
 
 CORBA::Any* AnyPullSupplier::pull() {

@@ -11,9 +11,9 @@ void requireConsumer(Reference consumer) {
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
 }
 
-class StructuredReceiver final : public Receiver {
+class StructuredConsumer final : public ConnectedConsumer {
   public:
-    StructuredReceiver(CosNotifyComm::StructuredPushConsumer_ptr consumer,
+    StructuredConsumer(CosNotifyComm::StructuredPushConsumer_ptr consumer,
                        const kelp::orb::EventSender& sender)
         : consumer_(CosNotifyComm::StructuredPushConsumer::_duplicate(consumer)), sender_(sender) {}
     std::size_t batchMax() const override { return 1; }
@@ -29,16 +29,16 @@ class StructuredReceiver final : public Receiver {
     const kelp::orb::EventSender& sender_;
 };
 
-class SequenceReceiver final : public Receiver {
+class SequenceConsumer final : public ConnectedConsumer {
   public:
-    SequenceReceiver(CosNotifyComm::SequencePushConsumer_ptr consumer,
-                     std::shared_ptr<Outlet> outlet, const kelp::orb::EventSender& sender)
+    SequenceConsumer(CosNotifyComm::SequencePushConsumer_ptr consumer,
+                     std::shared_ptr<ConsumerPath> path, const kelp::orb::EventSender& sender)
         : consumer_(CosNotifyComm::SequencePushConsumer::_duplicate(consumer)),
-          outlet_(outlet),
+          path_(path),
           sender_(sender) {}
     std::size_t batchMax() const override {
-        const std::shared_ptr<Outlet> outlet = outlet_.lock();
-        return outlet ? static_cast<std::size_t>(outlet->qos.get().maximumBatchSize) : 1;
+        const std::shared_ptr<ConsumerPath> path = path_.lock();
+        return path ? static_cast<std::size_t>(path->qos.get().maximumBatchSize) : 1;
     }
     void deliver(const std::vector<EventPtr>& events) override {
         std::vector<const kelp::orb::SharedEvent*> batch;
@@ -52,13 +52,13 @@ class SequenceReceiver final : public Receiver {
 
   private:
     const CosNotifyComm::SequencePushConsumer_var consumer_;
-    const std::weak_ptr<Outlet> outlet_;
+    const std::weak_ptr<ConsumerPath> path_;
     const kelp::orb::EventSender& sender_;
 };
 
-class AnyReceiver final : public Receiver {
+class AnyConsumer final : public ConnectedConsumer {
   public:
-    explicit AnyReceiver(CosEventComm::PushConsumer_ptr consumer)
+    explicit AnyConsumer(CosEventComm::PushConsumer_ptr consumer)
         : consumer_(CosEventComm::PushConsumer::_duplicate(consumer)) {}
     std::size_t batchMax() const override { return 1; }
     void deliver(const std::vector<EventPtr>& events) override {
@@ -77,18 +77,18 @@ class AnyReceiver final : public Receiver {
 void StructuredPushSupplier::connect_structured_push_consumer(
     CosNotifyComm::StructuredPushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<StructuredReceiver>(consumer, sender()), consumer);
+    connect(std::make_shared<StructuredConsumer>(consumer, sender()), consumer);
 }
 
 void SequencePushSupplier::connect_sequence_push_consumer(
     CosNotifyComm::SequencePushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<SequenceReceiver>(consumer, outlet(), sender()), consumer);
+    connect(std::make_shared<SequenceConsumer>(consumer, path(), sender()), consumer);
 }
 
 void AnyPushSupplier::connect_any_push_consumer(CosEventComm::PushConsumer_ptr consumer) {
     requireConsumer(consumer);
-    connect(std::make_shared<AnyReceiver>(consumer), consumer);
+    connect(std::make_shared<AnyConsumer>(consumer), consumer);
 }
 
 }  // namespace kelp::notification

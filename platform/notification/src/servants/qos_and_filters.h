@@ -1,7 +1,7 @@
 #pragma once
 
 #include "channel/admin_data.h"
-#include "channel/core.h"
+#include "channel/channel_core.h"
 
 namespace kelp::notification {
 

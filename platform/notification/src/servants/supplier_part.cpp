@@ -13,7 +13,7 @@ SupplierPart::SupplierPart(std::shared_ptr<ChannelCore> core,
     : core_(std::move(core)),
       admin_(std::move(admin)),
       type_(type),
-      outlet_(std::make_shared<Outlet>(*core_, admin_, admin_->proxies.newId())),
+      path_(std::make_shared<ConsumerPath>(*core_, admin_, admin_->proxies.newId())),
       updates_(core_->offered()) {}
 
 bool SupplierPart::pushes() const {
@@ -22,12 +22,12 @@ bool SupplierPart::pushes() const {
 
 void SupplierPart::subscribe(const CosNotification::EventTypeSeq& added,
                              const CosNotification::EventTypeSeq& removed) {
-    outlet_->types.change(added, removed);
+    path_->types.change(added, removed);
     core_->subscriptionsChanged();
 }
 
 void SupplierPart::suspend() {
-    switch (outlet_->suspend()) {
+    switch (path_->suspend()) {
         case Subscription::Change::NotConnected:
             throw NotConnected();
         case Subscription::Change::WasSo:
@@ -38,7 +38,7 @@ void SupplierPart::suspend() {
 }
 
 void SupplierPart::resume() {
-    switch (outlet_->resume()) {
+    switch (path_->resume()) {
         case Subscription::Change::NotConnected:
             throw NotConnected();
         case Subscription::Change::WasSo:
@@ -48,16 +48,17 @@ void SupplierPart::resume() {
     }
 }
 
-void SupplierPart::connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer) {
+void SupplierPart::connect(std::shared_ptr<ConnectedConsumer> connected,
+                           CORBA::Object_ptr consumer) {
     core_->requireCallable(consumer);
-    if (!outlet_->connect(std::move(receiver)))
+    if (!path_->connect(std::move(connected)))
         refuseConnection();
     tellOfOffers(consumer);
 }
 
 void SupplierPart::connectPull(CORBA::Object_ptr consumer, Farewell farewell) {
     core_->requireCallable(consumer);
-    if (!outlet_->connectPull())
+    if (!path_->connectPull())
         refuseConnection();
     {
         const util::MutexLock guard(farewellMutex_);
@@ -67,7 +68,7 @@ void SupplierPart::connectPull(CORBA::Object_ptr consumer, Farewell farewell) {
 }
 
 void SupplierPart::refuseConnection() const {
-    if (outlet_->isClosed())
+    if (path_->isClosed())
         throw CORBA::OBJECT_NOT_EXIST(0, CORBA::COMPLETED_NO);
     throw CosEventChannelAdmin::AlreadyConnected();
 }
@@ -81,7 +82,7 @@ void SupplierPart::tellOfOffers(CORBA::Object_ptr consumer) {
 std::vector<EventPtr> SupplierPart::pull(CORBA::Long most, bool wait) {
     if (most <= 0)
         throw CORBA::BAD_PARAM(0, CORBA::COMPLETED_NO);
-    return outlet_->pull(static_cast<std::size_t>(most), wait);
+    return path_->pull(static_cast<std::size_t>(most), wait);
 }
 
 bool SupplierPart::drop() {
@@ -96,19 +97,19 @@ void SupplierPart::close(Consumer consumer) {
     // keeps the servant alive when the registry and the adapter release it below
     PortableServer::ServantBase_var self = servant();
     self->_add_ref();
-    const std::shared_ptr<Receiver> receiver = outlet_->close();
+    const std::shared_ptr<ConnectedConsumer> connected = path_->close();
     updates_.close();
-    core_->removeOutlet(outlet_.get());
+    core_->removeConsumerPath(path_.get());
     core_->giveConsumerPlace();
     place_.reset();
-    outlet_->forgetFilters();
+    path_->forgetFilters();
     admin_->proxies.forget(id());
     core_->deactivate(servant());
     if (consumer == Consumer::IsNotTold)
         return;
     Farewell farewell;
-    if (receiver) {
-        farewell = [receiver] { receiver->disconnect(); };
+    if (connected) {
+        farewell = [connected] { connected->disconnect(); };
     } else {
         const util::MutexLock guard(farewellMutex_);
         farewell = farewell_;

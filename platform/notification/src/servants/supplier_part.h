@@ -5,12 +5,12 @@
 #include <atomic>
 #include <memory>
 
-#include "channel/core.h"
+#include "channel/channel_core.h"
 #include "channel/peers.h"
+#include "event_types/updates.h"
 #include "owners/owned.h"
 #include "owners/owner.h"
 #include "proxy_registry.h"
-#include "types/updates.h"
 
 namespace kelp::notification {
 
@@ -34,16 +34,16 @@ class SupplierPart : public Owned {
     SupplierPart& operator=(const SupplierPart&) = delete;
 
     CosNotifyChannelAdmin::ProxyType type() const { return type_; }
-    CosNotifyChannelAdmin::ProxyID id() const { return outlet_->proxy(); }
+    CosNotifyChannelAdmin::ProxyID id() const { return path_->proxy(); }
     bool pushes() const;
-    const std::shared_ptr<Outlet>& outlet() const { return outlet_; }
+    const std::shared_ptr<ConsumerPath>& path() const { return path_; }
     ConsumerAdminData& admin() const { return *admin_; }
     ChannelCore& core() const { return *core_; }
     const OwnerPtr& owner() const { return owner_; }
     /// Set the proxy's owner and its place, which it keeps until close(). To be called before any
     /// other thread knows the proxy.
     void hold(OwnerPtr owner, KeyedPlaces::Place place) {
-        outlet_->setOwner(owner);
+        path_->setOwner(owner);
         owner_ = std::move(owner);
         place_ = std::move(place);
     }
@@ -58,7 +58,7 @@ class SupplierPart : public Owned {
     void resume();
     /// Connect a consumer that is pushed to. Throws AlreadyConnected, and OBJECT_NOT_EXIST if the
     /// proxy has ended.
-    void connect(std::shared_ptr<Receiver> receiver, CORBA::Object_ptr consumer);
+    void connect(std::shared_ptr<ConnectedConsumer> connected, CORBA::Object_ptr consumer);
     /// Connect a consumer that pulls, which may be nil. Throws like connect().
     void connectPull(CORBA::Object_ptr consumer, Farewell farewell);
     std::vector<EventPtr> pull(CORBA::Long most, bool wait);
@@ -81,7 +81,7 @@ class SupplierPart : public Owned {
     const std::shared_ptr<ChannelCore> core_;
     const std::shared_ptr<ConsumerAdminData> admin_;
     const CosNotifyChannelAdmin::ProxyType type_;
-    const std::shared_ptr<Outlet> outlet_;
+    const std::shared_ptr<ConsumerPath> path_;
     OwnerPtr owner_;
     KeyedPlaces::Place place_;
     Updates updates_;

@@ -11,7 +11,7 @@
 #include "../tls/refusals.h"
 #include "../tls/texts.h"
 #include "../trace.h"
-#include "omniorb/calls/handshake_watch.h"
+#include "omniorb/calls/outgoing_handshakes.h"
 
 namespace kelp::orb {
 

@@ -21,7 +21,7 @@
 #include "omniorb/requests/interceptor_list.h"
 #include "omniorb/requests/locating.h"
 #include "omniorb/requests/object_key.h"
-#include "omniorb/requests/reply_check.h"
+#include "omniorb/requests/trial_encoding.h"
 #include "omniorb/tls.h"
 #include "port_state.h"
 #include "request_record.h"
@@ -89,7 +89,7 @@ void endUndelivered(ThreadRequests& requests, const CORBA::Exception* answer) {
 CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
     endUndelivered(requests, nullptr);
-    ReplyCheck::begin(info.giop_s);
+    TrialEncoding::begin(info.giop_s);
     RequestRecord& record = requests.arrive();
     const std::string_view key = keyOf(info.giop_s);
     record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key,
@@ -113,10 +113,10 @@ void serve(omniCallDescriptor& call, omniServant* servant) {
     try {
         call.interceptedCall(servant);
     } catch (const CORBA::UserException& answer) {
-        ReplyCheck::requireWritable(answer);
+        TrialEncoding::requireWritable(answer);
         throw;
     }
-    ReplyCheck::requireWritable(call);
+    TrialEncoding::requireWritable(call);
 }
 
 void onUpcall(omniCallDescriptor* call, omniServant* servant) {
@@ -152,13 +152,13 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
 }
 
 CORBA::Boolean onReplySent(Interceptors::serverSendReply_T::info_T&) {
-    ReplyCheck::forget();
+    TrialEncoding::forget();
     ThreadRequests::ofThisThread().drop();
     return true;
 }
 
 CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
-    ReplyCheck::forget();
+    TrialEncoding::forget();
     endUndelivered(ThreadRequests::ofThisThread(), info.exception);
     return true;
 }

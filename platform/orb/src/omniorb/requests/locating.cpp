@@ -18,7 +18,6 @@
 #include <string>
 
 #include "omniorb/requests/object_key.h"
-#include "port_state.h"
 
 namespace kelp::orb {
 
@@ -37,9 +36,11 @@ PortableServer::ObjectId idOf(std::string_view octets) {
 
 /// Return the POA at a path. Throws AdapterNonExistent for a path that leads nowhere.
 PortableServer::POA_ptr poaAt(std::string_view path) {
-    const CORBA::ORB_var orb = PortState::instance().orb();
-    const CORBA::Object_var root = orb->resolve_initial_references("RootPOA");
-    PortableServer::POA_var poa = PortableServer::POA::_narrow(root.in());
+    // A request may arrive while the ORB shuts down, after the root POA has gone. Resolving
+    // "RootPOA" would then make a new one, at which the ORB aborts.
+    PortableServer::POA_var poa = omni::omniOrbPOA::rootPOA(0);
+    if (CORBA::is_nil(poa.in()))
+        throw PortableServer::POA::AdapterNonExistent();
     while (!path.empty()) {
         const std::string name(ObjectKey::takeName(path));
         poa = poa->find_POA(name.c_str(), false);

@@ -43,12 +43,12 @@ enum class LockRank {
     /// Serialises changes of an event channel's qualities of service, or of its consumers'
     /// subscriptions. All other locks of the channel may be locked while it is held.
     ChannelChange,
-    /// The lists and limits of an event channel. Its subscriptions and its dispatcher are locked
+    /// The lists and limits of an event channel. Its subscriptions and delivery threads are locked
     /// while it is held.
     Channel,
     /// A part of an event channel, such as a subscription, a filter list or the proxies of an
-    /// admin. An owner, a set of event types, the dispatcher and the counters of limits are locked
-    /// while it is held, but no other part.
+    /// admin. An owner, a set of event types, delivery threads and the counters of limits are
+    /// locked while it is held, but no other part.
     ChannelPart,
     /// A set of event types that peers of an event channel follow. The change notices are locked
     /// while it is held.

@@ -56,6 +56,8 @@ function(kelp_join_target target folder)
     endwhile()
     set_property(TARGET ${target} PROPERTY SOURCES "${kept}")
     target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}")
-    # a class may have members of types from its source's unnamed namespace
-    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    # A class may have members of types from its source's unnamed namespace. A larger heap spares the compiler a tenth of
+    # its time, which it would spend on collecting garbage.
+    target_compile_options(${target} PRIVATE
+        "$<$<CXX_COMPILER_ID:GNU>:SHELL:-Wno-subobject-linkage --param ggc-min-expand=300 --param ggc-min-heapsize=2000000>")
 endfunction()

@@ -25,7 +25,10 @@ Answer answerOf(const Handler& handler, const std::string& what, const std::stri
     try {
         return {200, handler(body.empty() ? Json() : parseJson(body))};
     } catch (const RequestError& refusal) {
-        return failure(refusal.status(), refusal.what());
+        Answer answer = failure(refusal.status(), refusal.what());
+        if (!refusal.path().empty())
+            answer.body["path"] = refusal.path();
+        return answer;
     } catch (...) {
         const std::string reason = util::currentExceptionText();
         util::traceFrom("admin", what + " failed: " + reason);
@@ -57,8 +60,8 @@ struct Registry::State {
     }
 };
 
-RequestError::RequestError(const std::string& why, int status)
-    : std::runtime_error(why), status_(status) {}
+RequestError::RequestError(const std::string& why, int status, std::string path)
+    : std::runtime_error(why), status_(status), path_(std::move(path)) {}
 RequestError::~RequestError() = default;
 
 Registry::Registry() : state_(std::make_shared<State>()) {}

@@ -177,6 +177,25 @@ void checkAllowedNetworks(ConfigDocument& document) {
     }
 }
 
+void checkSnmp(ConfigDocument& document) {
+    const std::vector<std::string>& listen = textsOf(document, "snmp.listen");
+    for (const std::string& entry : listen) {
+        if (!parseHostAndPort(entry))
+            document.addProblem("snmp.listen",
+                                "must be address:port or [address]:port, but is " + shown(entry));
+    }
+    const std::vector<std::string>& sources = textsOf(document, "snmp.sources");
+    for (const std::string& entry : sources) {
+        if (!isNetwork(entry))
+            document.addProblem(
+                "snmp.sources",
+                shown(entry) +
+                    " is not a network: write an IPv4 or IPv6 address, or address/prefix length");
+    }
+    if (!listen.empty() && sources.empty())
+        document.addProblem("snmp.sources", "is empty: nobody could send traps to snmp.listen");
+}
+
 void checkTrace(ConfigDocument& document) {
     const std::vector<std::string>& sinks = textsOf(document, "trace.sinks");
     if (std::find(sinks.begin(), sinks.end(), "file") != sinks.end() &&
@@ -230,6 +249,7 @@ void checkTogether(ConfigDocument& document) {
     checkNaming(document);
     checkNotification(document);
     checkAllowedNetworks(document);
+    checkSnmp(document);
     checkTrace(document);
     checkAdmin(document);
     checkBundles(document);

@@ -449,6 +449,66 @@ std::vector<ConfigKey> serviceKeys() {
             "SQLite file of the inventory; empty: inventory.db below the state directory. kelpctl "
             "inventory import fills it, also while the host runs."),
 
+        textKey("alarms", "log", "", {}, restart,
+                "SQLite file of the change log, from which the list of alarms is derived; empty: "
+                "changes.db below the state directory. Saved lists are in a folder next to it, "
+                "with -lists in its name (changes-lists)."),
+        textKey("alarms", "durability", "full", {"full", "normal"}, restart,
+                "What an accepted alarm survives. \"full\": a power cut, because the disk "
+                "confirms each group of alarms before they are accepted. \"normal\": the end of "
+                "the process, but a power cut may lose the newest alarms."),
+        integerKey("alarms", "active_max", 200000, 100, 1000000, restart,
+                   "Maximum number of active alarms. Further ones are refused until some are "
+                   "cleared."),
+        integerKey("alarms", "history_days", 30, 1, 3650, restart,
+                   "How long cleared alarms are kept, in days."),
+        integerKey("alarms", "history_max", 10000, 0, 1000000, restart,
+                   "Maximum number of cleared alarms that are kept. The oldest are dropped first."),
+        integerKey("alarms", "flap_raises", 5, 1, 1000, restart,
+                   "An alarm that is raised again more often than this within flap_window_s is "
+                   "flapping: it stays in the list as it was last sent, and further reports are "
+                   "counted until none has arrived for flap_quiet_s. Then the difference is sent."),
+        secondsKey("alarms", "flap_window_s", 60, restart, "See flap_raises."),
+        secondsKey("alarms", "flap_quiet_s", 60, restart, "See flap_raises."),
+        integerKey("alarms", "intake_backlog", 20000, 100, 1000000, restart,
+                   "Maximum number of reports that wait for the disk. A report for which there is "
+                   "no room waits, and is refused after intake_wait_ms."),
+        integerKey("alarms", "intake_wait_ms", 2000, 100, 60000, restart,
+                   "See intake_backlog. Also how long a report waits for a disk that fails. Keep "
+                   "it shorter than the time-outs of the senders."),
+
+        textsKey("snmp", "listen", {}, {}, restart,
+                 "Addresses and ports for SNMP traps and informs over UDP, as address:port or "
+                 "[address]:port. The usual port is 162. Empty: none are received. The bundle "
+                 "kelp_snmp must be loaded after kelp_ems."),
+        textsKey("snmp", "sources", {}, {}, restart,
+                 "Networks (address or address/prefix length) whose hosts may send traps. Messages "
+                 "from elsewhere are dropped before they are read."),
+        textsKey("snmp", "mappings", {}, {}, restart,
+                 "Files with the rules that turn traps into alarms, such as snmp/standard.toml in "
+                 "the share folder of the installation. A trap without a rule becomes an "
+                 "indeterminate alarm."),
+        textKey("snmp", "communities_file", "", {}, restart,
+                "File with the communities of SNMPv2c, one a line, optionally followed by the "
+                "networks that may use it; empty: SNMPv2c is refused. Refused if others can read "
+                "it."),
+        textKey("snmp", "users_file", "", {}, restart,
+                "File with the users of SNMPv3, one a line: name, SHA-256, password, and "
+                "optionally AES and a password, then engine=HEX for each engine that sends traps; "
+                "empty: SNMPv3 is refused. Refused if others can read it."),
+        integerKey("snmp", "queue_max", 10000, 1, 1000000, restart,
+                   "Maximum number of traps that wait until their alarms are stored. Further ones "
+                   "are dropped, and informs are not acknowledged."),
+        integerKey("snmp", "messages_per_second", 200, 1, 1000000, restart,
+                   "Maximum number of messages a second from one address; the /64 network of an "
+                   "IPv6 address counts as one. Further ones are dropped."),
+        integerKey("snmp", "messages_burst", 1000, 1, 1000000, restart,
+                   "Number of messages that an address may send in a burst before that limit "
+                   "applies."),
+        integerKey("snmp", "unknown_per_minute", 60, 1, 1000000, restart,
+                   "Maximum number of alarms a minute from one address for traps without a rule. "
+                   "Further ones are dropped and counted."),
+
         textsKey("trace", "sinks", {"console"}, {"console", "file", "journal"}, restart,
                  "Where trace lines go: any of \"console\" (standard error), \"file\" and "
                  "\"journal\" (of "
@@ -556,6 +616,10 @@ const std::vector<ConfigTable>& configTables() {
         {"oplog", "The operation log."},
         {"managers", "The managers that an NMS finds."},
         {"inventory", "Managed elements, their equipment, ports and links."},
+        {"alarms", "The list of alarms."},
+        {"snmp",
+         "SNMP traps and informs from network elements. Communities and passwords are never in "
+         "this file."},
         {"trace", "The trace."},
         {"time", "Times on the interface."},
         {"agent",

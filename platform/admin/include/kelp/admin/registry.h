@@ -17,18 +17,21 @@ using Json = nlohmann::ordered_json;
 /// A handler throws this to refuse a request, with the HTTP status and one sentence for the caller.
 class KELP_EXPORT RequestError : public std::runtime_error {
   public:
-    explicit RequestError(const std::string& why, int status = kBadRequest);
+    /// `path` is a JSON pointer to the wrong value in the request, such as "/1/layerRate".
+    explicit RequestError(const std::string& why, int status = kBadRequest, std::string path = {});
     ~RequestError() override;
     RequestError(const RequestError&) = default;
     RequestError& operator=(const RequestError&) = default;
 
     int status() const { return status_; }
+    const std::string& path() const { return path_; }
 
     static constexpr int kBadRequest = 400;
     static constexpr int kUnavailable = 503;
 
   private:
     int status_;
+    std::string path_;
 };
 
 /// Answers one kind of request. The request is null if it has no body. Called on threads of the
@@ -36,7 +39,8 @@ class KELP_EXPORT RequestError : public std::runtime_error {
 /// and becomes an internal error.
 using Handler = std::function<Json(const Json& request)>;
 
-/// The answer to a request: the HTTP status, and the body, which is {"error": "..."} for a failure.
+/// The answer to a request: the HTTP status, and the body, which for a failure is {"error":
+/// "..."}, with "path" if the RequestError has one.
 struct KELP_EXPORT Answer {
     int status = 200;
     Json body;

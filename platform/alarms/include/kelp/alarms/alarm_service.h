@@ -1,0 +1,130 @@
+#pragma once
+
+#include <kelp/alarms/alarm_list.h>
+#include <kelp/alarms/event_sink.h>
+#include <kelp/changelog/change_log.h>
+#include <kelp/util/export.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace kelp::alarms {
+
+/// What a caller may submit; AlarmService adds the time.
+using Submission = std::variant<Report, Acknowledge, NetworkChange>;
+
+/// What has become of a submitted change.
+struct Result {
+    Position position = 0;  ///< of its record
+    /// Empty when a change with the same idempotency key was accepted earlier, at that position.
+    std::optional<Outcome> outcome;
+    bool hasEvent = false;  ///< an event with this position as notification id is sent
+};
+
+/// A submission was refused as a whole; nothing of it is in the log. One sentence.
+class KELP_EXPORT IntakeRefused : public std::runtime_error {
+  public:
+    enum class Why {
+        Busy,      ///< the backlog stayed full
+        Storage,   ///< the log cannot be written
+        Stopping,  ///< the service ends
+        Full,      ///< the list has as many active alarms as it may
+        Invalid    ///< a change is not valid; the sentence names the field
+    };
+    IntakeRefused(Why why, const std::string& sentence) : std::runtime_error(sentence), why_(why) {}
+    ~IntakeRefused() override;
+    IntakeRefused(const IntakeRefused&) = default;
+    IntakeRefused& operator=(const IntakeRefused&) = default;
+
+    Why why() const { return why_; }
+
+  private:
+    Why why_;
+};
+
+struct ServiceSettings {
+    ListSettings list;
+    std::size_t activeMax = 200'000;
+    /// Changes that wait to be written. A storm of 20,000 is written within seconds.
+    std::size_t backlogMax = 20'000;
+    /// How long a submission waits for room in the backlog, or for a disk that fails. Shorter than
+    /// the time-outs of senders.
+    std::chrono::milliseconds patience{2000};
+    /// Events that wait for the channel. While there are more, nothing is written.
+    std::size_t unsentMax = 100'000;
+    /// Where saved lists are kept. The folder is made.
+    std::filesystem::path savedLists;
+    /// The list is saved each time the log has grown by this many records. A start applies at most
+    /// about twice as many.
+    std::size_t recordsPerSave = 50'000;
+    /// Records that stay in the log although a saved list contains them, for their keys.
+    std::size_t recordsKept = 200'000;
+};
+
+/// Numbers since the start of the service, and sizes.
+struct ServiceCounts {
+    std::uint64_t submitted = 0;  ///< changes
+    std::uint64_t accepted = 0;   ///< changes that became records
+    std::uint64_t known = 0;      ///< changes whose key had been accepted earlier
+    std::uint64_t refused = 0;    ///< changes
+    std::uint64_t events = 0;     ///< handed over to the channel
+    std::size_t backlog = 0;      ///< changes that wait to be written
+    std::size_t unsent = 0;       ///< events that wait for the channel
+    Position applied = 0;
+    Position handedOver = 0;
+};
+
+/// Keeps the list of alarms of the EMS: writes each change to the log, applies it, and hands its
+/// event over, in this order. After a crash the next start() hands over the events that may be
+/// missing, with the same notification ids.
+///
+/// Has a thread that writes, one that hands over and one for what is due by time. Any thread may
+/// call any operation.
+class KELP_EXPORT AlarmService {
+  public:
+    AlarmService(const ServiceSettings& settings, std::unique_ptr<changelog::ChangeLog> log);
+    /// Calls stop().
+    ~AlarmService();
+    AlarmService(const AlarmService&) = delete;
+    AlarmService& operator=(const AlarmService&) = delete;
+
+    /// Bring the list up to date from the newest saved list and the log, then start the threads.
+    /// The list is complete when this returns. Throws std::runtime_error (one sentence that names
+    /// the file) when the log or all saved lists that are needed are damaged.
+    void start();
+
+    /// Refuse further submissions, write those that wait, and end the threads. Events that the
+    /// sink does not accept within a second stay for the next start.
+    void stop();
+
+    /// Send events here from now on; null: to nobody, they wait. When this returns the sink that
+    /// was set before is not called any more.
+    void setSink(EventSink* sink);
+
+    /// Submit changes, which stay together and in order. Returns when all are durable and applied.
+    /// With a key, a repeated submission has no effect: its changes are recognised by the key and
+    /// their place. A key has at most 180 octets. Throws IntakeRefused.
+    std::vector<Result> submit(std::vector<Submission> changes, const std::string& key = {});
+
+    /// The list as it is now, which never changes.
+    std::shared_ptr<const ListState> state() const;
+    ServiceCounts counts() const;
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// The service of this process; null while there is none.
+KELP_EXPORT std::shared_ptr<AlarmService> sharedService();
+/// Set the service of this process. Its owner sets null before it stops the service.
+KELP_EXPORT void shareService(std::shared_ptr<AlarmService> service);
+
+}  // namespace kelp::alarms

@@ -155,6 +155,30 @@ CREATE TRIGGER link_moved AFTER UPDATE OF a_end_id, z_end_id ON topological_link
 END;
 )";
 
+/// Version 3. The outbox: what was changed and not yet handed over to the NMS (rows/outbox.h). An
+/// id is never used again. `operation`: 0 created, 1 changed, 2 deleted, 3 changes were lost. `at`
+/// is in microseconds since the epoch. `detail` holds the changed attributes, or the name of a
+/// deleted object. Nothing is recorded until somebody reads the outbox.
+constexpr const char* kVersion3 = R"(
+CREATE TABLE change_outbox (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    at INTEGER NOT NULL,
+    operation INTEGER NOT NULL,
+    kind INTEGER NOT NULL,
+    first_id INTEGER NOT NULL,
+    last_id INTEGER NOT NULL,
+    edge_point INTEGER NOT NULL,
+    detail BLOB NOT NULL
+) STRICT;
+CREATE UNIQUE INDEX outbox_changed ON change_outbox (kind, first_id) WHERE operation = 1;
+
+CREATE TABLE outbox_state (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    is_recording INTEGER NOT NULL
+) STRICT;
+INSERT INTO outbox_state (id, is_recording) VALUES (1, 0);
+)";
+
 int pragma(SQLite::Database& database, const char* name) {
     return database.execAndGet(std::string("PRAGMA ") + name).getInt();
 }
@@ -184,6 +208,7 @@ std::span<const SchemaStep> schemaSteps() {
     static const std::vector<SchemaStep> steps = {
         [](SQLite::Database& database) { database.exec(kVersion1); },
         [](SQLite::Database& database) { database.exec(kVersion2); },
+        [](SQLite::Database& database) { database.exec(kVersion3); },
     };
     return steps;
 }

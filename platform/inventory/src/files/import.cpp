@@ -90,9 +90,9 @@ std::vector<ImportFile> filesOf(const std::filesystem::path& source, Problems& p
 /// One import through a connection that is in a transaction.
 class Import {
   public:
-    Import(Connection& connection, std::vector<ImportFile>& files, const Progress& progress,
+    Import(std::vector<ImportFile>& files, RowImport& rows, const Progress& progress,
            Problems& problems)
-        : files_(files), problems_(problems), rows_(connection, problems), pace_(progress) {}
+        : files_(files), problems_(problems), rows_(rows), pace_(progress) {}
 
     void run(ImportResult& result) {
         readAll(result);
@@ -101,6 +101,9 @@ class Import {
         while (!deferred_.empty() && readDeferred(result, RowImport::IfMissing::Leave)) {
         }
         readDeferred(result, RowImport::IfMissing::Tell);
+        // with a problem nothing is committed
+        if (problems_.count() == 0)
+            rows_.finish();
         pace_.end(total_);
     }
 
@@ -151,7 +154,7 @@ class Import {
 
     std::vector<ImportFile>& files_;
     Problems& problems_;
-    RowImport rows_;
+    RowImport& rows_;
     ProgressPace pace_;
     std::uint64_t total_ = 0;
     std::vector<Deferred> deferred_;
@@ -164,8 +167,10 @@ ImportResult importInto(Connection& connection, const std::filesystem::path& dat
     std::vector<ImportFile> files = filesOf(source, problems);
     BulkWriting writing(
         connection, database,
-        options.replace ? BulkWriting::Clear::Everything : BulkWriting::Clear::Nothing);
-    Import(connection, files, options.progress, problems).run(result);
+        options.replace ? BulkWriting::Clear::ByCaller : BulkWriting::Clear::Nothing);
+    RowImport rows(connection, writing.outbox(), problems,
+                   options.replace ? RowImport::Mode::Replace : RowImport::Mode::Update);
+    Import(files, rows, options.progress, problems).run(result);
     result.problems = problems.first();
     result.problemCount = problems.count();
     if (result.problemCount == 0 && !options.dryRun)

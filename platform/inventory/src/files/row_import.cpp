@@ -5,9 +5,10 @@
 #include <type_traits>
 
 #include "database/table.h"
-#include "files/record_names.h"
 #include "names/name_rules.h"
+#include "rows/row_difference.h"
 #include "rows/row_reader.h"
+#include "rows/row_removal.h"
 
 namespace kelp::inventory {
 
@@ -62,12 +63,28 @@ void setDefaults(const Record& record, Row& row) {
 
 }  // namespace
 
+RowImport::RowImport(Connection& connection, Outbox& outbox, Problems& problems, Mode mode)
+    : connection_(connection),
+      outbox_(outbox),
+      problems_(problems),
+      mode_(mode),
+      index_(connection),
+      given_(
+          connection, mode == Mode::Update
+                          ? NameIndex::Accept()
+                          : [this](ObjectKind kind, std::int64_t id) { return isGiven(kind, id); }),
+      writer_(connection) {}
+
 std::uint32_t RowImport::Lines::note(std::int64_t id, std::uint64_t line) {
     if (lines_.empty())
         first_ = id;
     if (id < first_) {
-        lines_.insert(lines_.begin(), static_cast<std::size_t>(first_ - id), 0);
-        first_ = id;
+        // more than is needed, so that descending ids do not move the list each time
+        const auto gap = static_cast<std::size_t>(first_ - id);
+        const std::size_t more =
+            std::max(gap, std::min(static_cast<std::size_t>(first_), lines_.size()));
+        lines_.insert(lines_.begin(), more, 0);
+        first_ -= static_cast<std::int64_t>(more);
     }
     const auto place = static_cast<std::size_t>(id - first_);
     if (place >= lines_.size())
@@ -79,6 +96,16 @@ std::uint32_t RowImport::Lines::note(std::int64_t id, std::uint64_t line) {
     return before;
 }
 
+bool RowImport::Lines::has(std::int64_t id) const {
+    return id >= first_ && static_cast<std::size_t>(id - first_) < lines_.size() &&
+           lines_[static_cast<std::size_t>(id - first_)] != 0;
+}
+
+bool RowImport::isGiven(ObjectKind kind, std::int64_t id) const {
+    const auto found = lines_.find(kind);
+    return found != lines_.end() && found->second.has(id);
+}
+
 RowImport::Outcome RowImport::take(const Record& record, IfMissing ifMissing) {
     Outcome outcome = Outcome::Wrong;
     withKind(record.kind, [&](const auto& row) {
@@ -87,45 +114,86 @@ RowImport::Outcome RowImport::take(const Record& record, IfMissing ifMissing) {
     return outcome;
 }
 
+void RowImport::finish() {
+    if (mode_ == Mode::Replace)
+        removeOthers(connection_, outbox_,
+                     [this](ObjectKind kind, std::int64_t id) { return isGiven(kind, id); });
+}
+
 template <class Row>
 RowImport::Outcome RowImport::takeRow(const Record& record, IfMissing ifMissing) {
     Row named;
     if (!takeName(record, named, problems_))
         return Outcome::Wrong;
     Identity identity;
-    if (const auto missing = identify(index_, named, identity)) {
+    if (const auto missing = identify(given_, named, identity)) {
         if (ifMissing == IfMissing::Tell)
             problems_.add(record.place.line, missing->key, missing->what);
         return Outcome::RefersToMissing;
     }
+    if (mode_ == Mode::Replace && identity.id == 0) {
+        // the row may be there without having been given yet
+        Identity present;
+        identify(index_, named, present);
+        identity.id = present.id;
+    }
     if constexpr (std::is_same_v<Row, ManagedElement>) {
         CellValue room;
         // an update that names no subnetworks leaves the element in its present ones
-        if (record.find(kSubnetworksKey, CellForm::List, room) == nullptr)
+        if (mode_ == Mode::Update && record.find(kSubnetworksKey, CellForm::List, room) == nullptr)
             identity.references.subnetworks.reset();
     }
     if (identity.id == 0) {
         if (!takeAttributes(record, named, Whether::New))
             return Outcome::Wrong;
         noteLine(record, writer_.insert(named, identity.references), named);
+        if constexpr (std::is_same_v<Row, EmsAttributes>)
+            outbox_.changed(ObjectKind::Ems, named.id, differences(EmsAttributes(), named));
         return Outcome::Added;
     }
     if (!noteLine(record, identity.id, named))
         return Outcome::Wrong;
+    return takeChanges(record, named, identity) ? Outcome::Updated : Outcome::Wrong;
+}
+
+/// Change the row that is there to what the record gives. `named` has the name and the references
+/// of the record.
+template <class Row>
+bool RowImport::takeChanges(const Record& record, Row& named, Identity& identity) {
     std::vector<Row> rows;
     RowReader<Row>(connection_, Detail::All).read({identity.id, 1}, rows);
-    Row& row = rows.front();
-    if constexpr (std::is_same_v<Row, TerminationPoint>) {
-        // an update that names no equipment leaves the port on its present equipment
-        if (identity.references.equipment == 0 && !row.supportingEquipment.empty())
-            identity.references.equipment = index_.equipmentId(
-                index_.holderId(identity.references.element, row.supportingEquipmentHolder),
-                row.supportingEquipment);
+    const Row& before = rows.front();
+    Row after = mode_ == Mode::Replace ? named : before;
+    after.id = identity.id;
+    if (mode_ == Mode::Update) {
+        if constexpr (std::is_same_v<Row, TerminationPoint>) {
+            if (identity.references.equipment != 0) {
+                after.supportingEquipmentHolder = named.supportingEquipmentHolder;
+                after.supportingEquipment = named.supportingEquipment;
+            } else if (!before.supportingEquipment.empty()) {
+                // an update that names no equipment leaves the port on its present equipment
+                identity.references.equipment = index_.equipmentId(
+                    index_.holderId(identity.references.element, before.supportingEquipmentHolder),
+                    before.supportingEquipment);
+            }
+        }
+        if constexpr (std::is_same_v<Row, TopologicalLink>) {
+            after.aEnd = named.aEnd;
+            after.zEnd = named.zEnd;
+        }
+        if constexpr (std::is_same_v<Row, ManagedElement>) {
+            if (identity.references.subnetworks)
+                after.subnetworks = named.subnetworks;
+        }
     }
-    if (!takeAttributes(record, row, Whether::There))
-        return Outcome::Wrong;
-    writer_.update(row, identity.references);
-    return Outcome::Updated;
+    if (!takeAttributes(record, after, mode_ == Mode::Replace ? Whether::New : Whether::There))
+        return false;
+    const std::vector<std::string> changes = differences(before, after);
+    if (changes.empty())
+        return true;
+    writer_.update(after, identity.references);
+    outbox_.changed(Table<Row>::kKind, after.id, changes);
+    return true;
 }
 
 template <class Row>

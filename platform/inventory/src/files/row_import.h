@@ -8,7 +8,9 @@
 
 #include "database/connection.h"
 #include "files/record.h"
+#include "files/record_names.h"
 #include "names/name_index.h"
+#include "rows/outbox.h"
 #include "rows/row_writer.h"
 
 namespace kelp::inventory {
@@ -21,10 +23,17 @@ class RowImport {
     /// record may add the row, or report it.
     enum class IfMissing { Leave, Tell };
 
-    RowImport(Connection& connection, Problems& problems)
-        : connection_(connection), problems_(problems), index_(connection), writer_(connection) {}
+    /// What becomes of the present content. Update: a record changes the attributes that it gives,
+    /// and objects without a record stay. Replace: a record gives all attributes, the others get
+    /// their defaults; it may refer only to objects that have a record; objects without a record
+    /// are deleted in the end. Only what differs is written, so that an object keeps its row id.
+    enum class Mode { Update, Replace };
+
+    RowImport(Connection& connection, Outbox& outbox, Problems& problems, Mode mode);
 
     Outcome take(const Record& record, IfMissing ifMissing);
+    /// Call it after the last record.
+    void finish();
 
   private:
     /// The line in which each row was given. Needs 4 bytes a row.
@@ -33,6 +42,8 @@ class RowImport {
         /// Remember the line in which a row is given first. Returns 0 then, and that line for every
         /// later one.
         std::uint32_t note(std::int64_t id, std::uint64_t line);
+        /// Whether the row was given.
+        bool has(std::int64_t id) const;
 
       private:
         std::int64_t first_ = 0;
@@ -45,11 +56,17 @@ class RowImport {
     template <class Row>
     bool takeAttributes(const Record& record, Row& row, Whether whether);
     template <class Row>
+    bool takeChanges(const Record& record, Row& named, Identity& identity);
+    bool isGiven(ObjectKind kind, std::int64_t id) const;
+    template <class Row>
     bool noteLine(const Record& record, std::int64_t id, const Row& row);
 
     Connection& connection_;
+    Outbox& outbox_;
     Problems& problems_;
-    NameIndex index_;
+    const Mode mode_;
+    NameIndex index_;  ///< of all rows
+    NameIndex given_;  ///< of the rows that a record may refer to
     RowWriter writer_;
     std::map<ObjectKind, Lines> lines_;
 };

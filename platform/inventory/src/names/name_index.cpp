@@ -15,7 +15,7 @@ std::int64_t NameIndex::elementId(const std::string& name) {
     if (elementByName_.id == 0 || elementByName_.name != name)
         elementByName_ = {0, 0, name,
                           idOf("SELECT id FROM managed_element WHERE name = ?1", 0, name)};
-    return elementByName_.id;
+    return accepted(ObjectKind::ManagedElement, elementByName_.id);
 }
 
 std::int64_t NameIndex::holderId(std::int64_t elementId, const std::string& name) {
@@ -23,7 +23,7 @@ std::int64_t NameIndex::holderId(std::int64_t elementId, const std::string& name
         holderByName_ = {elementId, 0, name,
                          idOf("SELECT id FROM equipment_holder WHERE element_id = ?2 AND name = ?1",
                               elementId, name)};
-    return holderByName_.id;
+    return accepted(ObjectKind::EquipmentHolder, holderByName_.id);
 }
 
 std::int64_t NameIndex::equipmentId(std::int64_t holderId, const std::string& name) {
@@ -32,14 +32,14 @@ std::int64_t NameIndex::equipmentId(std::int64_t holderId, const std::string& na
         equipmentByName_ = {
             holderId, 0, name,
             idOf("SELECT id FROM equipment WHERE holder_id = ?2 AND name = ?1", holderId, name)};
-    return equipmentByName_.id;
+    return accepted(ObjectKind::Equipment, equipmentByName_.id);
 }
 
 std::int64_t NameIndex::portId(std::int64_t elementId, TpKind kind, const std::string& name) {
     const int number = static_cast<int>(kind);
     if (portByName_.id != 0 && portByName_.parentId == elementId && portByName_.kind == number &&
         portByName_.name == name)
-        return portByName_.id;
+        return accepted(ObjectKind::TerminationPoint, portByName_.id);
     Prepared& statement = connection_.prepared(
         "SELECT id FROM termination_point WHERE port_id IS NULL AND element_id = ?1 AND kind = ?2 "
         "AND name = "
@@ -49,15 +49,18 @@ std::int64_t NameIndex::portId(std::int64_t elementId, TpKind kind, const std::s
     statement.bind(2, number);
     statement.bindText(3, name);
     portByName_ = {elementId, number, name, statement.step() ? statement.integer(0) : 0};
-    return portByName_.id;
+    return accepted(ObjectKind::TerminationPoint, portByName_.id);
 }
 
 std::int64_t NameIndex::ctpId(std::int64_t portId, const std::string& name) {
-    return idOf("SELECT id FROM termination_point WHERE port_id = ?2 AND name = ?1", portId, name);
+    return accepted(
+        ObjectKind::TerminationPoint,
+        idOf("SELECT id FROM termination_point WHERE port_id = ?2 AND name = ?1", portId, name));
 }
 
 std::int64_t NameIndex::linkId(const std::string& name) {
-    return idOf("SELECT id FROM topological_link WHERE name = ?1", 0, name);
+    return accepted(ObjectKind::TopologicalLink,
+                    idOf("SELECT id FROM topological_link WHERE name = ?1", 0, name));
 }
 
 std::int64_t NameIndex::tpId(const TpName& name) {
@@ -70,7 +73,7 @@ std::int64_t NameIndex::subnetworkId(const std::string& name) {
     if (subnetworkByName_.id == 0 || subnetworkByName_.name != name)
         subnetworkByName_ = {0, 0, name,
                              idOf("SELECT id FROM subnetwork WHERE name = ?1", 0, name)};
-    return subnetworkByName_.id;
+    return accepted(ObjectKind::Subnetwork, subnetworkByName_.id);
 }
 
 std::int64_t NameIndex::emsId() {

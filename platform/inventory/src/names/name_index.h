@@ -3,7 +3,9 @@
 #include <kelp/inventory/model.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "database/connection.h"
@@ -16,6 +18,12 @@ namespace kelp::inventory {
 class NameIndex {
   public:
     explicit NameIndex(Connection& connection) : connection_(connection) {}
+
+    /// Whether a row counts as existing when its name is looked up.
+    using Accept = std::function<bool(ObjectKind, std::int64_t)>;
+    /// Look up names only among the rows that `accept` accepts. Not for the EMS.
+    NameIndex(Connection& connection, Accept accept)
+        : connection_(connection), accept_(std::move(accept)) {}
 
     std::int64_t elementId(const std::string& name);
     std::int64_t holderId(std::int64_t elementId, const std::string& name);
@@ -54,7 +62,12 @@ class NameIndex {
     void nameOnly(const char* sql, std::int64_t id, LastById& last, std::string& name);
     void nameSubnetwork(std::int64_t id, std::string& name);
 
+    std::int64_t accepted(ObjectKind kind, std::int64_t id) const {
+        return id == 0 || !accept_ || accept_(kind, id) ? id : 0;
+    }
+
     Connection& connection_;
+    const Accept accept_;
     LastById element_;
     LastById holder_;
     LastById equipment_;

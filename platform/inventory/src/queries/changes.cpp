@@ -1,7 +1,9 @@
 #include <type_traits>
 
+#include "database/change_signal.h"
 #include "database/inventory_state.h"
 #include "database/table.h"
+#include "rows/outbox.h"
 
 namespace kelp::inventory {
 
@@ -23,13 +25,25 @@ bool isLabelInUse(Connection& connection, const std::string& table, std::int64_t
     return query.step();
 }
 
-Change setText(Connection& connection, const std::string& table, const char* column,
-               std::int64_t id, const std::string& text) {
-    Prepared& update =
-        connection.prepared("UPDATE " + table + " SET " + column + " = ?1 WHERE id = ?2");
+bool isThere(Connection& connection, const std::string& table, std::int64_t id) {
+    Prepared& query = connection.prepared("SELECT 1 FROM " + table + " WHERE id = ?1");
+    const ResetAtEnd reset(query);
+    query.bind(1, id);
+    return query.step();
+}
+
+/// Set an attribute of a row, and record it if it is another value. Runs within a transaction.
+Change setText(Connection& connection, ObjectKind kind, const char* column, std::int64_t id,
+               const std::string& text) {
+    const std::string table = tableOf(kind);
+    Prepared& update = connection.prepared("UPDATE " + table + " SET " + column +
+                                           " = ?1 WHERE id = ?2 AND " + column + " <> ?1");
     update.bindText(1, text);
     update.bind(2, id);
-    return update.execute() == 0 ? Change::NoSuchObject : Change::Made;
+    if (update.execute() == 0)
+        return isThere(connection, table, id) ? Change::Made : Change::NoSuchObject;
+    Outbox(connection).changed(kind, id, {column});
+    return Change::Made;
 }
 
 /// The EMS has no row until one of its attributes is set.
@@ -47,44 +61,48 @@ void makeRoom(Connection& connection, ObjectKind kind) {
 
 template <class Body>
 auto Inventory::State::changing(Body&& body) {
-    const util::MutexLock lock(writing);
-    Connection* const connection = &writer;
-    return translated(file, [&] {
-        // a change to a file that was deleted or replaced would be lost
-        if (util::identityOf(file) != identity)
-            throw noLongerThere(file);
-        return body(*connection);
-    });
+    const Change result = [&] {
+        const util::MutexLock lock(writing);
+        Connection* const connection = &writer;
+        return translated(file, [&] {
+            // a change to a file that was deleted or replaced would be lost
+            if (util::identityOf(file) != identity)
+                throw noLongerThere(file);
+            // the write lock is taken before anything is read, so that what is checked stays true
+            SQLite::Transaction transaction(connection->database(),
+                                            SQLite::TransactionBehavior::IMMEDIATE);
+            const Change change = body(*connection);
+            if (change == Change::Made)
+                transaction.commit();
+            return change;
+        });
+    }();
+    if (result == Change::Made)
+        ChangeSignal::instance().notify();
+    return result;
 }
 
 Change Inventory::setUserLabel(ObjectKind kind, std::int64_t id, const std::string& label,
                                bool isUnique) {
     return state_->changing([&](Connection& writer) {
-        const std::string table = tableOf(kind);
-        // the write lock is taken before the check, so that nobody else can take the label in
-        // between
-        SQLite::Transaction transaction(writer.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        if (isUnique && isLabelInUse(writer, table, id, label))
+        if (isUnique && isLabelInUse(writer, tableOf(kind), id, label))
             return Change::LabelInUse;
         makeRoom(writer, kind);
-        const Change change = setText(writer, table, "userLabel", id, label);
-        transaction.commit();
-        return change;
+        return setText(writer, kind, "userLabel", id, label);
     });
 }
 
 Change Inventory::setNativeEmsName(ObjectKind kind, std::int64_t id, const std::string& name) {
     if (kind == ObjectKind::Ems)
         throw InventoryFailure("the native name of the EMS is configured");
-    return state_->changing([&](Connection& writer) {
-        return setText(writer, tableOf(kind), "nativeEMSName", id, name);
-    });
+    return state_->changing(
+        [&](Connection& writer) { return setText(writer, kind, "nativeEMSName", id, name); });
 }
 
 Change Inventory::setOwner(ObjectKind kind, std::int64_t id, const std::string& owner) {
     return state_->changing([&](Connection& writer) {
         makeRoom(writer, kind);
-        return setText(writer, tableOf(kind), "owner", id, owner);
+        return setText(writer, kind, "owner", id, owner);
     });
 }
 

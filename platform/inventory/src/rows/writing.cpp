@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include "database/schema.h"
+#include "rows/row_removal.h"
 #include "rows/row_writer.h"
 
 namespace kelp::inventory {
@@ -15,7 +16,7 @@ constexpr int kCacheKib = 64 * 1024;
 }  // namespace
 
 BulkWriting::BulkWriting(Connection& connection, const std::filesystem::path& file, Clear clear)
-    : connection_(connection), isUnchecked_(clear == Clear::Everything) {
+    : connection_(connection), isUnchecked_(clear != Clear::Nothing) {
     SQLite::Database& database = connection.database();
     database.exec("PRAGMA cache_size = -" + std::to_string(kCacheKib));
     // emptying a large table would take minutes if each row were checked
@@ -24,12 +25,18 @@ BulkWriting::BulkWriting(Connection& connection, const std::filesystem::path& fi
     transaction_ =
         std::make_unique<SQLite::Transaction>(database, SQLite::TransactionBehavior::IMMEDIATE);
     bringUpToDate(database, file);
-    if (isUnchecked_)
+    outbox_.emplace(connection);
+    if (clear == Clear::Everything) {
+        if (outbox_->isRecording())
+            recordDeletions(connection, *outbox_);
         RowWriter(connection).removeAll();
+    }
+    outbox_->expectCreations();
 }
 
 void BulkWriting::commit() {
     SQLite::Database& database = connection_.database();
+    outbox_->finish();
     if (isUnchecked_ && SQLite::Statement(database, "PRAGMA foreign_key_check").executeStep())
         throw InventoryFailure("a row of the inventory would refer to one that does not exist");
     transaction_->commit();

@@ -19,8 +19,11 @@ using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 /// How to import.
 struct ImportOptions {
-    bool replace = false;  ///< empty the inventory first
-    bool dryRun = false;   ///< check everything, change nothing
+    /// Make the inventory what the source describes: objects that it does not name are deleted, and
+    /// attributes that it does not give get their defaults. An object that it names keeps its row
+    /// id, and only what differs is written and becomes an event for the NMS.
+    bool replace = false;
+    bool dryRun = false;  ///< check everything, change nothing
     Progress progress;
 };
 

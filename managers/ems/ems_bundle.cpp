@@ -2,13 +2,14 @@
 #include <kelp/admin/registry.h>
 
 #include "alarms/alarm_intake.h"
+#include "alarms/alarm_keeping.h"
 #include "common/manager_bundle.h"
 #include "ems_mgr.h"
 
 namespace kelp::ems {
 
-/// The service object of the bundle kelp_ems: the manager "EMS". While it is loaded it answers POST
-/// /alarms of the operator's interface.
+/// The service object of the bundle kelp_ems: the manager "EMS". While it is loaded it keeps the
+/// list of alarms and answers POST /alarms of the operator's interface.
 class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
   public:
     static constexpr long kStartRank = 10;
@@ -16,20 +17,21 @@ class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
     EmsBundle() : ManagerBundle("kelp_ems", "EMS", kStartRank) {}
 
     int init(int argc, char* argv[]) override {
-        // first, because enter() throws on failure, and the registration's destructor undoes it
+        // first what throws on failure: the destructors of these members undo it
+        keeping_.start();
         alarmRequests_ = admin::Registry::instance().enter(
-            "POST", "/alarms",
-            [this](const admin::Json& request) { return alarms_.accept(request); });
+            "POST", "/alarms", [](const admin::Json& request) { return acceptAlarms(request); });
         return ManagerBundle::init(argc, argv);
     }
 
     void Shutdown() override {
         alarmRequests_.leave();
+        keeping_.stop();
         ManagerBundle::Shutdown();
     }
 
   private:
-    AlarmIntake alarms_;
+    AlarmKeeping keeping_;
     admin::Registration alarmRequests_;
 };
 

@@ -27,6 +27,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl oplog --since 2h --outcome failed
   kelpctl audit verify
   kelpctl inventory import sample-network.jsonl
+  kelpctl snmp check-mapping standard.toml
 
 Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed, but the change could not be
 recorded in the security log.)";
@@ -57,6 +58,7 @@ int run(int argc, char** argv) {
     addNamingCommand(app, options);
     addLogCommands(app, options);
     addInventoryCommands(app, options);
+    addSnmpCommands(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

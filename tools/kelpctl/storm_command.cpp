@@ -64,6 +64,7 @@ struct StormOptions {
     AlarmOptions alarms;
     double rate = 0;
     std::uint64_t count = 0;
+    std::uint64_t first = 1;  ///< number of the first alarm
     std::string severity = "PS_MINOR";
 };
 
@@ -95,7 +96,8 @@ class Storm {
         Json name = object_;
         name.push_back({{"name", "ManagedElement"},
                         {"value", "storm-" + std::to_string((number - 1) % kElements + 1)}});
-        const std::string text = std::to_string(number) + " of " + std::to_string(options_.count);
+        const std::string text =
+            std::to_string(number) + " of " + std::to_string(options_.first - 1 + options_.count);
         return {{"objectName", name},
                 {"probableCause", "UNIDENTIFIED"},
                 {"probableCauseQualifier", std::to_string(number)},
@@ -107,7 +109,7 @@ class Storm {
     void send(std::uint64_t count) {
         Json batch = Json::array();
         for (std::uint64_t i = 1; i <= count; ++i)
-            batch.push_back(alarm(taken_ + i));
+            batch.push_back(alarm(options_.first - 1 + taken_ + i));
         try {
             taken_ += client_.post("/alarms", batch).value("taken", std::uint64_t{0});
         } catch (const std::exception& failure) {
@@ -144,6 +146,11 @@ void addStormCommand(CLI::App& app, const GlobalOptions& globalOptions) {
         ->check(CLI::Range(kRateMin, kRateMax));
     storm->add_option("--count", options->count, "Total number of alarms")
         ->required()
+        ->check(CLI::Range(std::uint64_t{1}, kCountMax));
+    storm
+        ->add_option("--first", options->first,
+                     "Number of the first alarm (1). An alarm whose number is still active from an "
+                     "earlier storm is counted, not sent")
         ->check(CLI::Range(std::uint64_t{1}, kCountMax));
     addSeverityOption(
         *storm, [options](const std::string& severity) { options->severity = severity; },

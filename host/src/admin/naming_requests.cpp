@@ -2,7 +2,7 @@
 
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
-#include <kelp/corbabase/naming_watch.h>
+#include <kelp/corbabase/naming_findings.h>
 #include <kelp/oplog/log_entry.h>
 #include <kelp/orb/references.h>
 #include <kelp/util/naming_path.h>
@@ -47,7 +47,7 @@ admin::Json tellNaming(const admin::Json&) {
         for (const std::string& alias : config.texts("naming.aliases"))
             aliases.push_back(alias);
     }
-    const NS_CORBA::NamingEntryState entry = NS_CORBA::NamingWatch::Instance().State();
+    const NS_CORBA::NamingEntryState entry = NS_CORBA::NamingFindings::Instance().State();
     return {{"mode", isEmbedded ? "embedded" : "external"},
             {"address", addressOf("naming.port", usesTcp)},
             {"tlsAddress", addressOf("naming.ssl_port", tlsMode != kTlsOff)},

@@ -1,8 +1,10 @@
 // The event of an alarm field by field, as an NMS reads it.
 
-#include "alarms/alarm_event.h"
+#include "common/alarm_event.h"
 
 #include <gtest/gtest.h>
+#include <mtnm/globaldefs.h>
+#include <mtnm/notifications.h>
 
 #include <optional>
 
@@ -16,7 +18,7 @@ namespace {
 class AlarmEvent : public testing::Test {
   protected:
     const CosNotification::StructuredEvent& eventOf(const admin::Json& alarm) {
-        fillAlarmEvent(event_, readAlarms(alarm).front(), "1732", "20240105030406.0Z");
+        managers::fillAlarmEvent(event_, readAlarms(alarm).front(), "1732", "20240105030406.0Z");
         next_ = 0;
         return event_;
     }

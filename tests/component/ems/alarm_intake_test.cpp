@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "alarm_texts.h"
+#include "alarms/alarm_keeping.h"
 #include "component/corbabase/base_orb.h"
+#include "support/temporary_directory.h"
 #include "support/wait_until.h"
 
 namespace kelp::ems {
@@ -34,11 +36,25 @@ std::string textAt(const CosNotification::StructuredEvent& event, CORBA::ULong p
 constexpr CORBA::ULong kNotificationId = 0;
 constexpr CORBA::ULong kEmsTime = 6;
 
+/// An alarm of the element with this number.
+Json alarmOf(int element) {
+    Json alarm = smallestAlarm();
+    alarm["probableCauseQualifier"] = std::to_string(element);
+    return alarm;
+}
+
+/// The configuration of an EMS whose list of alarms is in the folder.
+std::string configurationIn(const kelp::test::TemporaryDirectory& folder) {
+    return std::string(kelp::test::kFreePort) +
+           "[notification]\nheartbeat_s = 0\n[alarms]\nlog = \"" +
+           (folder / "changes.db").string() + "\"\ndurability = \"normal\"\n";
+}
+
 /// The running channel with a consumer that pulls.
-class AlarmIntakeTest : public testing::Test {
+class AlarmIntake : public testing::Test {
   protected:
-    AlarmIntakeTest()
-        : orb_(std::string(kelp::test::kFreePort) + "[notification]\nheartbeat_s = 0\n") {
+    AlarmIntake() : orb_(configurationIn(folder_)) {
+        keeping_.start();
         EXPECT_EQ(NS_CORBA::AgentServer::Activate(), 0);
         EXPECT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
         const CosNotifyChannelAdmin::EventChannel_var channel =
@@ -50,7 +66,8 @@ class AlarmIntakeTest : public testing::Test {
         proxy_ = CosNotifyChannelAdmin::StructuredProxyPullSupplier::_narrow(supplier.in());
         proxy_->connect_structured_pull_consumer(CosNotifyComm::StructuredPullConsumer::_nil());
     }
-    ~AlarmIntakeTest() override {
+    ~AlarmIntake() override {
+        keeping_.stop();
         NS_CORBA::SuppilerMgr::Instance()->ExitThread();
         NS_CORBA::SuppilerMgr::Destroy();
         NS_CORBA::EventMgr::Destroy();
@@ -75,14 +92,15 @@ class AlarmIntakeTest : public testing::Test {
         return has;
     }
 
+    kelp::test::TemporaryDirectory folder_;
     kelp::test::BaseOrb orb_;
     CosNotifyChannelAdmin::StructuredProxyPullSupplier_var proxy_;
-    AlarmIntake intake_;
+    AlarmKeeping keeping_;
     std::string emsTime_;
 };
 
-TEST_F(AlarmIntakeTest, OneAlarmGetsAnIdAndTheEmsTime) {
-    const Json answer = intake_.accept(smallestAlarm());
+TEST_F(AlarmIntake, OneAlarmGetsAnIdAndTheEmsTime) {
+    const Json answer = acceptAlarms(smallestAlarm());
     EXPECT_EQ(answer["taken"], 1);
     EXPECT_EQ(answer["firstNotificationId"], answer["lastNotificationId"]);
     EXPECT_EQ(nextId(), answer["firstNotificationId"]);
@@ -92,42 +110,42 @@ TEST_F(AlarmIntakeTest, OneAlarmGetsAnIdAndTheEmsTime) {
     EXPECT_LE(std::abs(std::difftime(std::time(nullptr), std::mktime(&time))), 30) << emsTime_;
 }
 
-TEST_F(AlarmIntakeTest, AlarmsOfARequestArriveInOrderWithGrowingIds) {
-    const Json answer =
-        intake_.accept(Json::array({smallestAlarm(), smallestAlarm(), smallestAlarm()}));
+TEST_F(AlarmIntake, AlarmsOfARequestArriveInOrderWithGrowingIds) {
+    const Json answer = acceptAlarms(Json::array({alarmOf(1), alarmOf(2), alarmOf(3)}));
     EXPECT_EQ(answer["taken"], 3);
+    EXPECT_EQ(answer["outcomes"], Json::array({"raised", "raised", "raised"}));
     const auto first = std::stoull(answer["firstNotificationId"].get<std::string>());
     for (unsigned long long i = 0; i < 3; ++i)
         EXPECT_EQ(nextId(), std::to_string(first + i));
     EXPECT_EQ(answer["lastNotificationId"], std::to_string(first + 2));
-    const Json later = intake_.accept(smallestAlarm());
+    const Json later = acceptAlarms(smallestAlarm());
     EXPECT_EQ(later["firstNotificationId"], std::to_string(first + 3));
 }
 
-TEST_F(AlarmIntakeTest, NoAlarmOfARequestIsAcceptedWhenOneIsInvalid) {
+TEST_F(AlarmIntake, NoAlarmOfARequestIsAcceptedWhenOneIsInvalid) {
     Json wrong = smallestAlarm();
     wrong["perceivedSeverity"] = "PS_HUGE";
     const std::string why = refusal([&] {
-        intake_.accept(Json::array({smallestAlarm(), smallestAlarm(), wrong}));
+        acceptAlarms(Json::array({smallestAlarm(), smallestAlarm(), wrong}));
     });
     EXPECT_EQ(why.rfind("alarm 3 of 3: perceivedSeverity", 0), 0u) << why;
-    const Json answer = intake_.accept(smallestAlarm());
+    const Json answer = acceptAlarms(smallestAlarm());
     EXPECT_EQ(nextId(), answer["firstNotificationId"]) << "the next one is the first to come";
     EXPECT_FALSE(hasEvent());
 }
 
-TEST_F(AlarmIntakeTest, EmptyRequestRaisesNoAlarm) {
-    EXPECT_EQ(intake_.accept(Json::array()).dump(), R"({"taken":0})");
+TEST_F(AlarmIntake, EmptyRequestRaisesNoAlarm) {
+    EXPECT_EQ(acceptAlarms(Json::array()).dump(), R"({"taken":0})");
 }
 
-TEST_F(AlarmIntakeTest, IdsOfSeveralCallersGrowInTheOrderOfTheEvents) {
+TEST_F(AlarmIntake, IdsOfSeveralCallersGrowInTheOrderOfTheEvents) {
     constexpr int kCallers = 4;
     constexpr int kEach = 50;
     std::vector<std::thread> callers;
     for (int i = 0; i < kCallers; ++i)
-        callers.emplace_back([this] {
+        callers.emplace_back([i] {
             for (int j = 0; j < kEach; ++j)
-                intake_.accept(smallestAlarm());
+                acceptAlarms(alarmOf(i * kEach + j));
         });
     for (std::thread& caller : callers)
         caller.join();
@@ -140,28 +158,43 @@ TEST_F(AlarmIntakeTest, IdsOfSeveralCallersGrowInTheOrderOfTheEvents) {
     }
 }
 
-TEST(AlarmIntakeAfterARestart, ContinuesWithHigherIds) {
-    kelp::test::BaseOrb orb;
-    ASSERT_EQ(NS_CORBA::AgentServer::Activate(), 0);
-    ASSERT_EQ(NS_CORBA::SuppilerMgr::Instance()->Start(0), 0);
-    const auto lastIdOf = [](AlarmIntake& intake) {
-        const Json answer = intake.accept(Json::array({smallestAlarm(), smallestAlarm()}));
-        return std::stoull(answer["lastNotificationId"].get<std::string>());
-    };
-    std::optional<AlarmIntake> intake(std::in_place);
-    const auto before = lastIdOf(*intake);
-    intake.emplace();
-    EXPECT_GT(lastIdOf(*intake), before);
-    NS_CORBA::SuppilerMgr::Instance()->ExitThread();
-    NS_CORBA::SuppilerMgr::Destroy();
-    NS_CORBA::EventMgr::Destroy();
+TEST_F(AlarmIntake, ARepeatedAlarmIsCountedAndNotSent) {
+    acceptAlarms(alarmOf(1));
+    EXPECT_EQ(acceptAlarms(alarmOf(1))["outcomes"], Json::array({"repeated"}));
+    const Json next = acceptAlarms(alarmOf(2));
+    nextId();
+    EXPECT_EQ(nextId(), next["firstNotificationId"]);
 }
 
-TEST(AlarmIntakeWithoutAChannel, ReportsThatItCannotAcceptAlarmsNow) {
-    AlarmIntake intake;
-    EXPECT_EQ(refusal([&] { intake.accept(smallestAlarm()); }, admin::RequestError::kUnavailable),
-              "there is no notification channel now, no alarm was taken");
+TEST_F(AlarmIntake, AClearOfAnAlarmThatIsNotActiveIsNotSent) {
+    Json clear = alarmOf(1);
+    clear["perceivedSeverity"] = "PS_CLEARED";
+    EXPECT_EQ(acceptAlarms(clear)["outcomes"], Json::array({"not active"}));
+    const Json next = acceptAlarms(alarmOf(1));
+    EXPECT_EQ(nextId(), next["firstNotificationId"]);
+}
+
+TEST_F(AlarmIntake, ContinuesWithHigherIdsAfterARestart) {
+    const auto before =
+        std::stoull(acceptAlarms(alarmOf(1))["lastNotificationId"].get<std::string>());
+    keeping_.stop();
+    keeping_.start();
+    EXPECT_EQ(acceptAlarms(alarmOf(2))["firstNotificationId"], std::to_string(before + 1));
+}
+
+TEST(AlarmIntakeWithoutAChannel, AcceptsAlarmsForLater) {
+    const kelp::test::TemporaryDirectory folder;
+    const kelp::test::BaseOrb orb(configurationIn(folder));
+    AlarmKeeping keeping;
+    keeping.start();
+    EXPECT_EQ(acceptAlarms(smallestAlarm())["outcomes"], Json::array({"raised"}));
+    keeping.stop();
     NS_CORBA::SuppilerMgr::Destroy();
+}
+
+TEST(AlarmIntakeWithoutAList, SaysThatItCannotAcceptAlarmsNow) {
+    EXPECT_EQ(refusal([&] { acceptAlarms(smallestAlarm()); }, admin::RequestError::kUnavailable),
+              "the EMS has no list of alarms now");
 }
 
 }  // namespace

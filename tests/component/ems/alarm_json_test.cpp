@@ -34,23 +34,23 @@ Json with(const std::string& key, const Json& value) {
 }
 
 TEST(AlarmJson, OfTheSmallestAlarmIsCompletedWithDerivedValues) {
-    const std::vector<Alarm> alarms = readAlarms(smallestAlarm());
-    ASSERT_EQ(alarms.size(), 1u);
-    const Alarm& alarm = alarms.front();
-    ASSERT_EQ(alarm.objectName.length(), 3u);
-    EXPECT_STREQ(alarm.objectName[1].name.in(), "ManagedElement");
-    EXPECT_STREQ(alarm.objectName[2].value.in(), "/shelf=1/port=2");
+    const std::vector<alarms::Alarm> read = readAlarms(smallestAlarm());
+    ASSERT_EQ(read.size(), 1u);
+    const alarms::Alarm& alarm = read.front();
+    ASSERT_EQ(alarm.objectName.size(), 3u);
+    EXPECT_EQ(alarm.objectName[1].first, "ManagedElement");
+    EXPECT_EQ(alarm.objectName[2].second, "/shelf=1/port=2");
     EXPECT_EQ(alarm.nativeEMSName, "/shelf=1/port=2");
     EXPECT_EQ(alarm.nativeProbableCause, "LOS");
-    EXPECT_EQ(alarm.objectType, notifications::OT_PHYSICAL_TERMINATION_POINT);
+    EXPECT_EQ(alarm.objectType, alarms::ObjectType::PhysicalTerminationPoint);
     EXPECT_EQ(alarm.neTime, "");
     EXPECT_TRUE(alarm.isClearable);
     EXPECT_EQ(alarm.layerRate, 1);
-    EXPECT_EQ(alarm.perceivedSeverity, notifications::PS_MAJOR);
-    EXPECT_EQ(alarm.serviceAffecting, notifications::SA_UNKNOWN);
+    EXPECT_EQ(alarm.perceivedSeverity, alarms::Severity::Major);
+    EXPECT_EQ(alarm.serviceAffecting, alarms::ServiceAffecting::Unknown);
     EXPECT_EQ(alarm.eventType, "communicationsAlarm");
     EXPECT_FALSE(alarm.correlatedNotifications || alarm.monitoredAttributes || alarm.rcaiIndicator);
-    EXPECT_EQ(alarm.acknowledgeIndication, notifications::AI_NA);
+    EXPECT_EQ(alarm.acknowledgeIndication, alarms::Acknowledgement::NotAvailable);
 }
 
 TEST(AlarmJson, NeedsObjectCauseAndSeverity) {
@@ -63,20 +63,20 @@ TEST(AlarmJson, NeedsObjectCauseAndSeverity) {
 }
 
 TEST(AlarmJson, DerivesTheObjectTypeFromTheLastNameComponent) {
-    const std::map<std::string, notifications::ObjectType_T> types = {
-        {"EMS", notifications::OT_EMS},
-        {"ManagedElement", notifications::OT_MANAGED_ELEMENT},
-        {"MultiLayerSubnetwork", notifications::OT_MULTILAYER_SUBNETWORK},
-        {"TopologicalLink", notifications::OT_TOPOLOGICAL_LINK},
-        {"SubnetworkConnection", notifications::OT_SUBNETWORK_CONNECTION},
-        {"PTP", notifications::OT_PHYSICAL_TERMINATION_POINT},
-        {"CTP", notifications::OT_CONNECTION_TERMINATION_POINT},
-        {"TPPool", notifications::OT_TERMINATION_POINT_POOL},
-        {"EquipmentHolder", notifications::OT_EQUIPMENT_HOLDER},
-        {"Equipment", notifications::OT_EQUIPMENT},
-        {"PGP", notifications::OT_PROTECTION_GROUP},
-        {"TrafficDescriptor", notifications::OT_TRAFFIC_DESCRIPTOR},
-        {"AID", notifications::OT_AID},
+    const std::map<std::string, alarms::ObjectType> types = {
+        {"EMS", alarms::ObjectType::Ems},
+        {"ManagedElement", alarms::ObjectType::ManagedElement},
+        {"MultiLayerSubnetwork", alarms::ObjectType::MultilayerSubnetwork},
+        {"TopologicalLink", alarms::ObjectType::TopologicalLink},
+        {"SubnetworkConnection", alarms::ObjectType::SubnetworkConnection},
+        {"PTP", alarms::ObjectType::PhysicalTerminationPoint},
+        {"CTP", alarms::ObjectType::ConnectionTerminationPoint},
+        {"TPPool", alarms::ObjectType::TerminationPointPool},
+        {"EquipmentHolder", alarms::ObjectType::EquipmentHolder},
+        {"Equipment", alarms::ObjectType::Equipment},
+        {"PGP", alarms::ObjectType::ProtectionGroup},
+        {"TrafficDescriptor", alarms::ObjectType::TrafficDescriptor},
+        {"AID", alarms::ObjectType::Aid},
     };
     for (const auto& [name, type] : types)
         EXPECT_EQ(readAlarms(with("objectName", {{"X", "1"}, {name, "2"}})).front().objectType,
@@ -86,7 +86,7 @@ TEST(AlarmJson, DerivesTheObjectTypeFromTheLastNameComponent) {
               "objectType is missing, and a name that ends in \"Oven\" does not tell it");
     Json oven = with("objectName", {{"EMS", "1"}, {"Oven", "2"}});
     oven["objectType"] = "OT_EQUIPMENT";
-    EXPECT_EQ(readAlarms(oven).front().objectType, notifications::OT_EQUIPMENT);
+    EXPECT_EQ(readAlarms(oven).front().objectType, alarms::ObjectType::Equipment);
 }
 
 TEST(AlarmJson, AcceptsEveryEnumeratorByName) {
@@ -97,14 +97,14 @@ TEST(AlarmJson, AcceptsEveryEnumeratorByName) {
             static_cast<std::size_t>(
                 readAlarms(with("perceivedSeverity", severities[i])).front().perceivedSeverity),
             i);
-    EXPECT_EQ(readAlarms(with("objectType", "OT_AID")).front().objectType, notifications::OT_AID);
+    EXPECT_EQ(readAlarms(with("objectType", "OT_AID")).front().objectType, alarms::ObjectType::Aid);
     EXPECT_EQ(
         readAlarms(with("serviceAffecting", "SA_NON_SERVICE_AFFECTING")).front().serviceAffecting,
-        notifications::SA_NON_SERVICE_AFFECTING);
+        alarms::ServiceAffecting::NotAffecting);
     EXPECT_EQ(readAlarms(with("acknowledgeIndication", "AI_EVENT_ACKNOWLEDGED"))
                   .front()
                   .acknowledgeIndication,
-              notifications::AI_EVENT_ACKNOWLEDGED);
+              alarms::Acknowledgement::Acknowledged);
 }
 
 TEST(AlarmJson, RefusesAnUnknownKeyByName) {
@@ -183,6 +183,25 @@ TEST(AlarmJson, NamesTheInvalidAlarmOfAnArray) {
               "alarm 2 of 2: an alarm must be an object");
     for (const Json& wrong : {Json(nullptr), Json("x"), Json(7)})
         EXPECT_EQ(refusalOf(wrong), "an alarm must be an object");
+}
+
+TEST(AlarmJson, ErrorHasThePathOfTheWrongValue) {
+    const auto pathOf = [](const Json& request, const std::string& path = {}) -> std::string {
+        try {
+            readAlarms(request, path);
+        } catch (const admin::RequestError& wrong) {
+            return wrong.path();
+        }
+        return "nothing";
+    };
+    EXPECT_EQ(pathOf(with("layerRate", -1)), "/layerRate");
+    EXPECT_EQ(pathOf(with("affectedTPList", {{{"EMS", "x"}}, {{"EMS", "x"}, {"a/b", 7}}})),
+              "/affectedTPList/1/a~1b");
+    EXPECT_EQ(pathOf(Json::array({smallestAlarm(), with("rcaiIndicator", "yes")})),
+              "/1/rcaiIndicator");
+    EXPECT_EQ(pathOf(Json::array({smallestAlarm(), with("rcaiIndicator", "yes")}), "/alarms"),
+              "/alarms/1/rcaiIndicator");
+    EXPECT_EQ(pathOf(Json::array({7})), "/0");
 }
 
 TEST(AlarmJson, WritesTheNeTimeAsTheInterfaceDoes) {

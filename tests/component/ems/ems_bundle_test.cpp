@@ -2,12 +2,16 @@
 #include <gtest/gtest.h>
 #include <kelp/admin/registry.h>
 #include <kelp/bundlemgr/bundle_mgr.h>
+#include <kelp/bundlemgr/config_store.h>
 #include <kelp/corbabase/base_config.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
+
+#include "support/temporary_directory.h"
 
 namespace kelp::ems {
 namespace {
@@ -21,7 +25,18 @@ class OtherFactory final : public NS_CORBA::NorthMgrFactory {
     POA_common::Common_I* CreateServant() override { return nullptr; }
 };
 
+/// The folder of the alarms of this process.
+const kelp::test::TemporaryDirectory& alarmFolder() {
+    static const kelp::test::TemporaryDirectory folder;
+    return folder;
+}
+
 bool startBundle(std::string& whyNot) {
+    EXPECT_TRUE(
+        NS_BUNDLEMGR1::ConfigStore::instance()
+            .loadText("[alarms]\nlog = \"" + (alarmFolder() / "changes.db").string() + "\"\n",
+                      "test")
+            .empty());
     return BundleMgr::Instance()->Start(EMS_BUNDLE_DIR, {"kelp_ems"}, whyNot);
 }
 
@@ -93,6 +108,31 @@ TEST(EmsBundle, InterfaceStartsEarlyUnderItsName) {
     EXPECT_TRUE(ems->Init());
     ems->ExitThread();
     ems->Destroy();
+    BundleMgr::Instance()->Stop();
+}
+
+TEST(EmsBundle, AlarmsThatCannotBeReadPreventItsStart) {
+    alarmFolder().write("changes.db",
+                        "this is no database, but long enough to be looked at closely");
+    std::string whyNot;
+    EXPECT_FALSE(startBundle(whyNot));
+    EXPECT_NE(whyNot.find("changes.db"), std::string::npos) << whyNot;
+    EXPECT_TRUE(enteredManagers().empty());
+    EXPECT_EQ(admin::Registry::instance().answer("POST", "/alarms", "[]").status, 404);
+    std::filesystem::remove(alarmFolder() / "changes.db");
+}
+
+TEST(EmsBundle, AlarmsOutliveTheBundle) {
+    const std::string alarm =
+        R"({"objectName": {"EMS": "Kelp/EMS"}, "probableCause": "DISK", "perceivedSeverity": "PS_MINOR"})";
+    std::string whyNot;
+    ASSERT_TRUE(startBundle(whyNot)) << whyNot;
+    EXPECT_EQ(admin::Registry::instance().answer("POST", "/alarms", alarm).body["outcomes"][0],
+              "raised");
+    BundleMgr::Instance()->Stop();
+    ASSERT_TRUE(startBundle(whyNot)) << whyNot;
+    EXPECT_EQ(admin::Registry::instance().answer("POST", "/alarms", alarm).body["outcomes"][0],
+              "repeated");
     BundleMgr::Instance()->Stop();
 }
 

@@ -86,24 +86,10 @@ TEST_F(EmsMgr, CapabilitiesNameEveryOperationWithModuleAndInterface) {
 
 TEST_F(EmsMgr, OperationsThatAreNotSupportedSayThatTheyAreNotImplemented) {
     const globaldefs::NamingAttributes_T name;
-    const globaldefs::NVSList_T info;
     globaldefs::NVSList_T changedInfo;
     const std::map<std::string, std::function<void()>> calls = {
         {"common::Common_I::setAdditionalInfo",
          [&] { ems_->setAdditionalInfo(name, changedInfo); }},
-        {"emsMgr::EMSMgr_I::getAllEMSAndMEActiveAlarms",
-         [&] {
-             notifications::EventList_T_var events;
-             notifications::EventIterator_I_var iterator;
-             ems_->getAllEMSAndMEActiveAlarms(notifications::ProbableCauseList_T(),
-                                              notifications::PerceivedSeverityList_T(), 10,
-                                              events.out(), iterator.out());
-         }},
-        {"emsMgr::EMSMgr_I::acknowledgeAlarms",
-         [&] {
-             notifications::AlarmAndTCAIDList_T_var failed;
-             ems_->acknowledgeAlarms(notifications::AlarmAndTCAIDList_T(), info, failed.out());
-         }},
         {"emsMgr::EMSMgr_I::deleteTopologicalLink", [&] { ems_->deleteTopologicalLink(name); }},
         {"emsMgr::EMSMgr_I::deleteASAP", [&] { ems_->deleteASAP(name, changedInfo); }},
         {"emsMgr::EMSMgr_I::getASAP",

@@ -101,7 +101,7 @@ TEST_F(Alarms, RaisedAlarmReachesTheNmsFieldByFieldAndSoDoesItsClear) {
         "X.733::ProposedRepairActions": [],
         "X.733::AdditionalInfo": [],
         "rcaiIndicator": false,
-        "acknowledgeIndication": "AI_NA"})"));
+        "acknowledgeIndication": "AI_EVENT_UNACKNOWLEDGED"})"));
 
     const Json cleared = shown[1]["fields"];
     EXPECT_EQ(cleared["perceivedSeverity"], "PS_CLEARED");
@@ -192,6 +192,28 @@ TEST_F(Alarms, NotificationIdsKeepGrowingAfterARestartOfTheHost) {
     host_.start();
     EXPECT_TRUE(host_.log().waitFor("kelpd is ready", 2));
     EXPECT_GT(nextId(), before);
+}
+
+TEST_F(Alarms, AcceptedAlarmsSurviveTheSuddenDeathOfTheHost) {
+    const auto outcome = [&](const std::string& command, const std::string& element) {
+        ctlLog_ = LogFile(scratch_ / ("kelpctl" + std::to_string(++runs_)));
+        std::vector<std::string> arguments = {
+            "alarm", command, "--object", "ManagedElement=" + element, "--probable-cause",
+            "LOS",   "--json"};
+        if (command == "raise")
+            arguments.insert(arguments.end(), {"--severity", "major"});
+        EXPECT_EQ(kelpctl(arguments), 0) << ctlLog_.text();
+        return Json::parse(ctlLog_.text(), nullptr, false)["outcomes"][0].get<std::string>();
+    };
+    EXPECT_EQ(outcome("raise", "1"), "raised");
+    EXPECT_EQ(outcome("raise", "2"), "raised");
+    EXPECT_EQ(outcome("clear", "2"), "cleared");
+    host_.process().signal(SIGKILL);
+    host_.process().waitExit();
+    host_.start();
+    EXPECT_TRUE(host_.log().waitFor("kelpd is ready", 2));
+    EXPECT_EQ(outcome("raise", "1"), "repeated");
+    EXPECT_EQ(outcome("clear", "2"), "not active");
 }
 
 TEST_F(Alarms, StormEndsWithTheNumberSoFarWhenTheHostStops) {

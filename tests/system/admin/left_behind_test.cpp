@@ -43,10 +43,12 @@ class LeftBehind : public testing::Test {
     void raiseAlarms() {
         LogFile log(host_.scratch("storm" + std::to_string(++looks_)));
         EXPECT_EQ(
-            runToEnd(kelpctl(
-                {"storm", "--rate", "1000", "--count", std::to_string(kAlarmsInARound)}, log)),
+            runToEnd(kelpctl({"storm", "--rate", "1000", "--count", std::to_string(kAlarmsInARound),
+                              "--first", std::to_string(raised_ + 1)},
+                             log)),
             0)
             << log.text();
+        raised_ += kAlarmsInARound;
     }
     std::ptrdiff_t threads() {
         const std::filesystem::directory_iterator tasks(
@@ -57,6 +59,7 @@ class LeftBehind : public testing::Test {
 
     Host host_;
     int looks_ = 0;
+    int raised_ = 0;
 };
 
 TEST_F(LeftBehind, ConsumersThreadsAndMemoryAreReleasedWhenKilledNmsAreDetected) {

@@ -1,8 +1,14 @@
-#include "alarms/alarm_event.h"
+#include "common/alarm_event.h"
+
+#include <kelp/agent/time_change.h>
+#include <mtnm/globaldefs.h>
+#include <mtnm/notifications.h>
 
 #include <type_traits>
 
-namespace kelp::ems {
+#include "common/idl_text.h"
+
+namespace kelp::managers {
 
 namespace {
 
@@ -10,6 +16,21 @@ constexpr const char* kDomain = "tmf_mtnm";
 constexpr const char* kType = "NT_ALARM";
 /// Room for all fields, so that the sequence never grows, which would copy them.
 constexpr CORBA::ULong kFieldsMax = 32;
+
+using alarms::Alarm;
+
+template <class List>
+CORBA::ULong lengthOf(const List& list) {
+    return static_cast<CORBA::ULong>(list.size());
+}
+
+void pairsToIdl(const alarms::Name& pairs, globaldefs::NVSList_T& list) {
+    list.length(lengthOf(pairs));
+    for (CORBA::ULong i = 0; i < list.length(); ++i) {
+        textToIdl(pairs[i].first, list[i].name);
+        textToIdl(pairs[i].second, list[i].value);
+    }
+}
 
 template <class Value>
 void insert(CORBA::Any& any, const Value& value) {
@@ -23,6 +44,57 @@ void insert(CORBA::Any& any, const Value& value) {
         any <<= CORBA::Short(value);
     else
         any <<= value;
+}
+
+void insert(CORBA::Any& any, const alarms::Name& pairs) {
+    globaldefs::NVSList_T list;
+    pairsToIdl(pairs, list);
+    any <<= list;
+}
+
+void insert(CORBA::Any& any, const alarms::Names& names) {
+    globaldefs::NamingAttributesList_T list;
+    list.length(lengthOf(names));
+    for (CORBA::ULong i = 0; i < list.length(); ++i)
+        pairsToIdl(names[i], list[i]);
+    any <<= list;
+}
+
+void insert(CORBA::Any& any, const std::vector<alarms::CorrelatedNotifications>& all) {
+    notifications::CorrelatedNotificationList_T list;
+    list.length(lengthOf(all));
+    for (CORBA::ULong i = 0; i < list.length(); ++i) {
+        pairsToIdl(all[i].source, list[i].source);
+        const auto& ids = all[i].notificationIds;
+        list[i].notifIDs.length(lengthOf(ids));
+        for (CORBA::ULong j = 0; j < list[i].notifIDs.length(); ++j)
+            list[i].notifIDs[j] = CORBA::string_dup(ids[j].c_str());
+    }
+    any <<= list;
+}
+
+void insert(CORBA::Any& any, const std::vector<std::pair<std::string, Alarm::Value>>& values) {
+    notifications::NVList_T list;
+    list.length(lengthOf(values));
+    for (CORBA::ULong i = 0; i < list.length(); ++i) {
+        list[i].name = CORBA::string_dup(values[i].first.c_str());
+        std::visit([&](const auto& value) { insert(list[i].value, value); }, values[i].second);
+    }
+    any <<= list;
+}
+
+// the model's enumerators have the numbers of the standard's
+void insert(CORBA::Any& any, alarms::ObjectType type) {
+    any <<= static_cast<notifications::ObjectType_T>(type);
+}
+void insert(CORBA::Any& any, alarms::Severity severity) {
+    any <<= static_cast<notifications::PerceivedSeverity_T>(severity);
+}
+void insert(CORBA::Any& any, alarms::ServiceAffecting affecting) {
+    any <<= static_cast<notifications::ServiceAffecting_T>(affecting);
+}
+void insert(CORBA::Any& any, alarms::Acknowledgement acknowledgement) {
+    any <<= static_cast<notifications::AcknowledgeIndication_T>(acknowledgement);
 }
 
 /// Fills the filterable data of an event, one field after the other.
@@ -49,28 +121,17 @@ class Fields {
     CORBA::ULong used_ = 0;
 };
 
-notifications::NVList_T attributesOf(
-    const std::vector<std::pair<std::string, Alarm::Value>>& values) {
-    notifications::NVList_T list;
-    list.length(static_cast<CORBA::ULong>(values.size()));
-    for (CORBA::ULong i = 0; i < list.length(); ++i) {
-        list[i].name = CORBA::string_dup(values[i].first.c_str());
-        std::visit([&](const auto& value) { insert(list[i].value, value); }, values[i].second);
-    }
-    return list;
-}
-
 void addX733(Fields& fields, const Alarm& alarm) {
     fields.with("X.733::EventType", alarm.eventType)
         .with("X.733::SpecificProblems", alarm.specificProblems)
         .withIfTold("X.733::BackedUpStatus", alarm.backedUpStatus);
-    if (alarm.backUpObject.length() > 0)
+    if (!alarm.backUpObject.empty())
         fields.with("X.733::BackUpObject", alarm.backUpObject);
     fields.withIfTold("X.733::TrendIndication", alarm.trendIndication);
     if (alarm.correlatedNotifications)
         fields.with("X.733::CorrelatedNotifications", *alarm.correlatedNotifications);
     if (alarm.monitoredAttributes)
-        fields.with("X.733::MonitoredAttributes", attributesOf(*alarm.monitoredAttributes));
+        fields.with("X.733::MonitoredAttributes", *alarm.monitoredAttributes);
     fields.with("X.733::ProposedRepairActions", alarm.proposedRepairActions)
         .with("X.733::AdditionalInfo", alarm.x733AdditionalInfo);
 }
@@ -106,4 +167,12 @@ void fillAlarmEvent(CosNotification::StructuredEvent& event, const Alarm& alarm,
         .with("acknowledgeIndication", alarm.acknowledgeIndication);
 }
 
-}  // namespace kelp::ems
+void fillAlarmEvent(CosNotification::StructuredEvent& event, const alarms::Alarm& alarm,
+                    alarms::Position notificationId, std::int64_t emsTime) {
+    constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
+    fillAlarmEvent(event, alarm, std::to_string(notificationId),
+                   NS_KELPCORBA::TimeChange::time2strByConf(
+                       static_cast<long>(emsTime / kMicrosecondsPerSecond)));
+}
+
+}  // namespace kelp::managers

@@ -1,0 +1,68 @@
+#include "alarms/alarm_keeping.h"
+
+#include <kelp/bundlemgr/config_store.h>
+#include <kelp/changelog/sqlite_log.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+namespace kelp::ems {
+
+namespace {
+
+using NS_BUNDLEMGR1::ConfigStore;
+
+std::filesystem::path configuredLog() {
+    const std::string configured = ConfigStore::instance().text("alarms.log");
+    return configured.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "changes.db"
+                              : std::filesystem::path(configured);
+}
+
+std::size_t number(const char* key) {
+    return static_cast<std::size_t>(ConfigStore::instance().integer(key));
+}
+
+std::chrono::seconds seconds(const char* key) {
+    return std::chrono::seconds(ConfigStore::instance().integer(key));
+}
+
+alarms::ServiceSettings settingsFor(const std::filesystem::path& log) {
+    alarms::ServiceSettings settings;
+    settings.list.flapRaises = number("alarms.flap_raises");
+    settings.list.flapWindow = seconds("alarms.flap_window_s");
+    settings.list.flapQuiet = seconds("alarms.flap_quiet_s");
+    settings.list.historyMax = number("alarms.history_max");
+    settings.list.historyAge = std::chrono::hours(24 * number("alarms.history_days"));
+    settings.activeMax = number("alarms.active_max");
+    settings.backlogMax = number("alarms.intake_backlog");
+    settings.patience = std::chrono::milliseconds(number("alarms.intake_wait_ms"));
+    settings.savedLists = log.parent_path() / (log.stem().string() + "-lists");
+    return settings;
+}
+
+}  // namespace
+
+void AlarmKeeping::start() {
+    changelog::SqliteLogSettings log;
+    log.file = configuredLog();
+    log.syncEveryCommit = ConfigStore::instance().text("alarms.durability") == "full";
+    service_ = std::make_shared<alarms::AlarmService>(settingsFor(log.file),
+                                                      changelog::openSqliteLog(log));
+    service_->setSink(&sink_);
+    service_->start();
+    alarms::shareService(service_);
+}
+
+void AlarmKeeping::stop() {
+    if (!service_)
+        return;
+    alarms::shareService(nullptr);
+    service_->stop();
+    // another bundle may hold the service a little longer, but not the sink, which is this bundle's
+    service_->setSink(nullptr);
+    service_.reset();
+}
+
+}  // namespace kelp::ems

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <kelp/alarms/event_sink.h>
+
+namespace kelp::ems {
+
+/// Hands the events about alarms over to the notification channel.
+class ChannelSink final : public alarms::EventSink {
+  public:
+    bool send(std::span<const alarms::Event> events) override;
+};
+
+}  // namespace kelp::ems

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <kelp/alarms/alarm_service.h>
+#include <kelp/traps/receiver.h>
+
+#include <vector>
+
+namespace kelp::snmp {
+
+/// Submit the alarms of traps to the list, in order. Returns for each whether it is durable. Traps
+/// that follow each other are submitted together. Each inform is submitted alone, under its key.
+std::vector<bool> submitAlarms(alarms::AlarmService& service,
+                               const std::vector<traps::Submission>& all);
+
+}  // namespace kelp::snmp

@@ -34,7 +34,8 @@ constexpr auto kRound = 500ms;
 constexpr auto kStopGrace = 1s;
 
 Content contentOf(Submission submission) {
-    return std::visit([](auto&& each) { return Content(std::move(each)); }, std::move(submission));
+    return std::visit([]<class T>(T&& each) { return Content(std::forward<T>(each)); },
+                      std::move(submission));
 }
 
 void check(const std::vector<Submission>& changes, const std::string& key) {

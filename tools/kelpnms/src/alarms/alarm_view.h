@@ -36,7 +36,7 @@ struct AlarmChange {
 /// reads. It needs no clock and knows no ORB. Not thread-safe.
 ///
 /// An NMS first subscribes to the events and then reads the list. So a change that is made while
-/// the list is read is told live. It may also be in the list, or come before or after it. What
+/// the list is read comes live. It may also be in the list, and come before or after it. What
 /// counts is the notification id of a state, which grows with each change:
 ///
 ///  - The state of an alarm with the highest id wins. A clear hides the states with lower ids.
@@ -51,8 +51,8 @@ struct AlarmChange {
 ///
 /// An EMS that has lost its list begins with low ids again. A list with an entry whose id is lower
 /// than what the view knows to be in it reveals this. endRead() then forgets everything and demands
-/// another read. So does a live event whose id is above all others of this connection, but below
-/// the mark: wantsRead().
+/// another read. A live event demands one, too (wantsRead()), if its id is above all others of this
+/// connection, but below the mark.
 class AlarmView {
   public:
     struct Settings {

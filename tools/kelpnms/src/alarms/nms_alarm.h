@@ -41,7 +41,7 @@ NmsAlarmPtr alarmOf(const EventRecord& event, std::string& whyNot);
 /// Return the fields of the alarm's event, as it had them.
 nlohmann::ordered_json fieldsOf(const NmsAlarm& alarm);
 
-/// The order in which operators look at alarms: by severity (critical, major, minor, warning,
+/// The order in which operators see alarms: by severity (critical, major, minor, warning,
 /// indeterminate), then the newest first.
 bool comesBefore(const NmsAlarm& one, const NmsAlarm& other);
 

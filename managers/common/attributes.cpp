@@ -51,7 +51,7 @@ ObjectKind kindOf(const inventory::EmsName&) {
 std::string checkedText(const char* text, const char* parameter) {
     if (text == nullptr)
         refuse(NS_KELPCORBA::kNullInput, parameter);
-    const std::string value(text);
+    std::string value(text);
     const bool isPlain = std::none_of(value.begin(), value.end(), [](char c) {
         const auto byte = static_cast<unsigned char>(c);
         return byte < ' ' || byte == 0x7f;

@@ -32,6 +32,7 @@ traps::Mapping readMapping(const std::vector<std::string>& files) {
     std::vector<traps::MappingProblem> problems;
     traps::Mapping mapping = traps::Mapping::read({files.begin(), files.end()}, problems);
     std::vector<std::string> texts;
+    texts.reserve(problems.size());
     for (const traps::MappingProblem& each : problems)
         texts.push_back(each.text());
     require(texts, "the mapping of traps is wrong");

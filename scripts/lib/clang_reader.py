@@ -19,20 +19,24 @@ CACHE = os.path.join(os.environ.get("XDG_CACHE_HOME", os.path.expanduser("~/.cac
 Result = collections.namedtuple("Result", "outcome findings")
 
 
-def separated(entry):
-    """The entries of the sources that this one joins (cmake/KelpJoinSources.cmake), or the entry itself."""
+def sources_of(entry):
+    """The sources that this entry joins (cmake/KelpJoinSources.cmake), or its own."""
     if os.path.basename(os.path.dirname(entry["file"])) != "joined":
-        return [entry]
+        return [entry["file"]]
     with open(entry["file"], encoding="utf-8") as file:
-        sources = [os.path.join(ROOT, path) for path in re.findall(r'^#include "(.*)"', file.read(), re.MULTILINE)]
-    return [entry | {"file": path, "command": entry["command"].replace(entry["file"], path)} for path in sources]
+        return [os.path.join(ROOT, path) for path in re.findall(r'^#include "(.*)"', file.read(), re.MULTILINE)]
 
 
 def product_entries(folder):
-    """The compile commands of the product's sources, by path."""
+    """The first compile command of each of the product's sources, by the source's path. Joined sources share one."""
     with open(os.path.join(folder, "compile_commands.json"), encoding="utf-8") as file:
-        entries = {each["file"]: each for entry in json.load(file) for each in separated(entry)}
+        entries = {path: entry for entry in reversed(json.load(file)) for path in sources_of(entry)}
     return {path: entry for path, entry in entries.items() if os.path.relpath(path, ROOT).startswith(PRODUCT)}
+
+
+def entries_of(paths, entries):
+    """The entries that compile the given sources, each once, in the order of the sources."""
+    return list({entries[path]["file"]: entries[path] for path in paths}.values())
 
 
 def options_of(entry):
@@ -89,6 +93,6 @@ def report(results):
     print("".join(each.findings for each in results), end="")
     count = collections.Counter(each.outcome for each in results)
     bad = sum(1 for each in results if each.findings)
-    print(f"{count['read']} sources read, {count['known']} unchanged since they were read, {count['left']} left for "
-          f"want of time, {bad} with findings")
+    print(f"{count['read']} sources or groups of joined sources read, {count['known']} unchanged since they were read, "
+          f"{count['left']} left for want of time, {bad} with findings")
     return 1 if bad else 0

@@ -23,7 +23,7 @@ std::string randomId() {
 std::string IteratorTable::open(std::vector<NameEntry> entries, const std::string& owner,
                                 const NamingLimits& limits, Time now) {
     Iterator made{randomId(), owner, std::move(entries), 0, now};
-    const std::string id = made.id;
+    std::string id = made.id;
     const util::MutexLock guard(mutex_);
     endIdle(limits, now);
     iterators_.push_back(std::move(made));

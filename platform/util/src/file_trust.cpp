@@ -73,8 +73,8 @@ std::string problemOfOwner(uid_t owner, uid_t alsoTrusted) {
            ", who is neither root nor the user of this process";
 }
 
-std::string either(std::string first, const std::string& second) {
-    return first.empty() ? second : std::move(first);
+const std::string& either(const std::string& first, const std::string& second) {
+    return first.empty() ? second : first;
 }
 
 std::string problemOfFolder(const struct stat& status) {
@@ -140,8 +140,8 @@ std::string problemOfTrust(const fs::path& file, FileUse use, FinalLink link) {
     if (link == FinalLink::IsRefused)
         return kIsLink;
     // whoever can exchange the link decides which file is read
-    const std::string problem = either(problemOfOwner(status.st_uid, ownerOf(realFolderOf(file))),
-                                       problemOfFolders(realFolderOf(file)));
+    std::string problem = either(problemOfOwner(status.st_uid, ownerOf(realFolderOf(file))),
+                                 problemOfFolders(realFolderOf(file)));
     std::error_code error;
     const fs::path target = fs::canonical(file, error);
     if (!problem.empty() || error)

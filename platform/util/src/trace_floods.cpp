@@ -85,6 +85,7 @@ std::vector<std::string> TraceFloods::takeAll() {
 
 std::vector<std::string> TraceFloods::textsOf(const std::vector<Floods::Summary>& summaries) {
     std::vector<std::string> texts;
+    texts.reserve(summaries.size());
     for (const Floods::Summary& each : summaries)
         texts.push_back(std::to_string(each.count) + " more line(s) like this" +
                         (each.source.empty() ? "" : " because of " + each.source) + " from " +

@@ -199,7 +199,7 @@ Event AlarmList::send(std::int64_t at, const AlarmId& id, ActiveAlarm entry) {
 }
 
 Entry AlarmList::replace(const AlarmId& id, ActiveAlarm changed) {
-    const auto entry = std::make_shared<const ActiveAlarm>(std::move(changed));
+    Entry entry = std::make_shared<const ActiveAlarm>(std::move(changed));
     auto& entries = writableBlock(id);
     const auto place = placeOf(entries, id);
     const bool isKnown = place != entries.end() && compareIdentity((*place)->alarm, id) == 0;

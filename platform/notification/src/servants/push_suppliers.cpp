@@ -32,7 +32,8 @@ class StructuredConsumer final : public ConnectedConsumer {
 class SequenceConsumer final : public ConnectedConsumer {
   public:
     SequenceConsumer(CosNotifyComm::SequencePushConsumer_ptr consumer,
-                     std::shared_ptr<ConsumerPath> path, const kelp::orb::EventSender& sender)
+                     const std::shared_ptr<ConsumerPath>& path,
+                     const kelp::orb::EventSender& sender)
         : consumer_(CosNotifyComm::SequencePushConsumer::_duplicate(consumer)),
           path_(path),
           sender_(sender) {}

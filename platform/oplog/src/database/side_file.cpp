@@ -102,13 +102,13 @@ std::filesystem::path writeSideFile(const std::filesystem::path& database,
     }
     const std::string name =
         database.filename().string() + kMark + timeText(now()) + "-" + std::to_string(::getpid());
-    const std::filesystem::path beside = database.parent_path() / name;
+    std::filesystem::path beside = database.parent_path() / name;
     try {
         writeTo(beside, text);
         return beside;
     } catch (const LogFailure& failure) {
         std::error_code error;
-        const std::filesystem::path elsewhere = std::filesystem::temp_directory_path(error) / name;
+        std::filesystem::path elsewhere = std::filesystem::temp_directory_path(error) / name;
         util::traceFrom("oplog", std::string("[SideFile] ") + failure.what() + "; trying " +
                                      elsewhere.string());
         writeTo(elsewhere, text);

@@ -11,7 +11,7 @@ namespace kelp::oplog {
 namespace {
 
 /// 64 KiB, some hundred records. A batch consists of several such pieces.
-constexpr std::size_t kEnoughBytes = 64 * 1024;
+constexpr std::size_t kEnoughBytes = std::size_t{64} * 1024;
 constexpr std::int64_t kUnknown = -1;
 
 /// The header before each record's texts. It never leaves this process.

@@ -16,7 +16,6 @@ bool isOfClient(MessageType type, std::uint8_t minor) {
         case MessageType::CancelRequest:
         case MessageType::LocateRequest:
         case MessageType::MessageError:
-            return true;
         // clients may send it from 1.2 on; harmless in older versions
         case MessageType::CloseConnection:
             return true;

@@ -113,7 +113,7 @@ std::string enterSubstitutingCodeSet(const std::string& native) {
     CodeSet::NCS_C* const known = CodeSet::getNCS_C(native.c_str());
     if (known == nullptr)
         return native;
-    const std::string name = native + "?";
+    std::string name = native + "?";
     const auto [entry, isNew] = entered().try_emplace(name);
     if (isNew) {
         // the code set keeps a pointer to its name, which the map owns

@@ -5,7 +5,7 @@
 #include <openssl/x509.h>
 #include <sys/stat.h>
 
-#include <cstring>
+#include <algorithm>
 #include <iomanip>
 #include <sstream>
 
@@ -68,7 +68,7 @@ int givePassword(char* buffer, int size, int, void* data) {
     const std::string& text = password->text;
     if (text.empty() || text.size() > static_cast<std::size_t>(size))
         return -1;
-    std::memcpy(buffer, text.data(), text.size());
+    std::ranges::copy(text, buffer);
     return static_cast<int>(text.size());
 }
 
@@ -148,7 +148,7 @@ std::string serialNumberOf(const X509* certificate) {
     const std::unique_ptr<BIGNUM, FreedBy<BN_free>> number(
         ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
     char* const digits = number ? BN_bn2hex(number.get()) : nullptr;
-    const std::string text = digits != nullptr ? digits : "unknown";
+    std::string text = digits != nullptr ? digits : "unknown";
     OPENSSL_free(digits);
     return text;
 }

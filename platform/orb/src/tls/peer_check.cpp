@@ -36,7 +36,7 @@ void keepSubject(X509* certificate) {
         return;
     auto subject = std::make_unique<std::string>(text, static_cast<std::size_t>(length));
     if (X509_set_ex_data(certificate, subjectIndex(), subject.get()) == 1)
-        subject.release();
+        static_cast<void>(subject.release());
 }
 
 /// Accept an ended revocation list until its successor is there. The operator was warned, and

@@ -91,7 +91,7 @@ OwnedRevocationLists holding(OwnedRevocationLists all) {
     while (X509_CRL* const next = sk_X509_CRL_shift(all.get())) {
         OwnedRevocationList list(next);
         if (stateOf(list.get()) == Now::Holds && sk_X509_CRL_push(now.get(), list.get()) > 0)
-            list.release();
+            static_cast<void>(list.release());
     }
     return now;
 }

@@ -72,6 +72,7 @@ const BIO_METHOD* method() {
 OwnedBio makeSocketBio(int descriptor) {
     OwnedBio bio(BIO_new(method()));
     if (bio) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the BIO gives it back and never follows it
         BIO_set_data(bio.get(), reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)));
         BIO_set_init(bio.get(), 1);
     }

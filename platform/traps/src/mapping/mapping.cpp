@@ -55,7 +55,10 @@ std::vector<std::string> Mapping::summary() const {
             continue;
         std::string name;
         for (const auto& [component, value] : rule.alarm->objectName)
-            name += (name.empty() ? "" : ", ") + component + "=" + value.source();
+            name.append(name.empty() ? "" : ", ")
+                .append(component)
+                .append("=")
+                .append(value.source());
         std::string line =
             oid.text() + ": " + rule.severity.source() + " " + rule.alarm->probableCause.source();
         if (!rule.alarm->qualifier.source().empty())

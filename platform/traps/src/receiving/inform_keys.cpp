@@ -25,7 +25,7 @@ std::string contentKey(const Trap& inform) {
 }  // namespace
 
 std::string InformKeys::keyOf(const Trap& inform, Time now) {
-    const std::string key = contentKey(inform);
+    std::string key = contentKey(inform);
     bool isFirstOfItsKind = true;
     if (const auto place = places_.find(key); place != places_.end()) {
         const Seen& seen = *place->second;

@@ -203,7 +203,7 @@ typename Interface::_ptr_type NetworkReader::managerOf(typename Interface::_var_
 }
 
 std::string NetworkReader::elementOf(const Json& name) {
-    const std::string element = componentOf(name, "ManagedElement");
+    std::string element = componentOf(name, "ManagedElement");
     if (name.size() == 2 && name[0]["name"] == "EMS" && name[0]["value"] == emsName() &&
         name[1]["name"] == "ManagedElement" && !element.empty())
         return element;

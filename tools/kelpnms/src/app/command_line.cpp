@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iostream>
 
+#include "app/alarms_command.h"
 #include "app/events_command.h"
 #include "app/exit_codes.h"
 #include "app/list_commands.h"
@@ -23,6 +24,8 @@ constexpr const char* kFooter = R"(Examples:
   kelpnms --user demo --password-file pw events
   kelpnms --naming ems.example.net:4844 --tls-ca ca.pem --tls-key nms.pem --user demo --password-file pw events
   kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
+  kelpnms --user demo --password-file pw alarms --severity critical major
+  kelpnms --user demo --password-file pw alarms --once --json
   kelpnms --user demo --password-file pw ports NE-1 --format csv
   kelpnms --user demo --password-file pw dump network.jsonl
 
@@ -37,9 +40,10 @@ Exit codes:
   4  the EMS refused the log-in
   5  a call on the session or a manager failed
   6  the EMS ended the session (events: only with --no-reconnect), or the time of --for was over before the number of
-     pings or events of --count had arrived
+     pings or events of --count had arrived, or the list of alarms had been read
   7  the EMS does not have the manager that the command needs
-  8  elements, ports, equipment, links, dump: everything was read, but it may be incomplete; standard error says why
+  8  elements, ports, equipment, links, dump, alarms --once: everything was read, but it may be incomplete; standard
+     error says why
   9  the output could not be written
   128 + the signal's number: interrupted at the password prompt or while a list was read, or the EMS did not answer
      the log-out in time)";
@@ -131,6 +135,7 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& exitCode
     addEmsCommand(app, line.command);
     addWatchCommand(app, line.command);
     addEventsCommand(app, line.command);
+    addAlarmsCommand(app, line.command);
     addListCommands(app, line.command);
     try {
         app.parse(argc, argv);

@@ -20,6 +20,8 @@ class EmsEventLink final : public EventLink {
                  std::chrono::milliseconds logOutLimit, std::shared_ptr<Report> report);
     ~EmsEventLink() override;
 
+    NmsSession& session() { return *session_; }
+
     void check() override { session_->ping(); }
     void leave() override;
 

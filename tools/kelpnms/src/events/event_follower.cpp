@@ -110,7 +110,7 @@ std::optional<LinkLoss> EventFollower::lossSeen(EventLink& link) {
         return LinkLoss{fmt::format("a heartbeat is overdue: no event for {:.1f} s",
                                     inSeconds(now - observer_.lastSign())),
                         false};
-    if (now < lastAnswer_ + settings_.checkInterval)
+    if (now < lastAnswer_ + settings_.checkInterval && !link.wantsCheck())
         return std::nullopt;
     try {
         link.check();

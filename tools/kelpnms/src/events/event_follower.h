@@ -18,6 +18,8 @@ class EventLink {
     /// Ask the EMS whether the session still exists. Throws NmsError if it does not exist or the
     /// EMS does not answer.
     virtual void check() = 0;
+    /// Whether check() should be called soon, although its time has not come.
+    virtual bool wantsCheck() { return false; }
     /// Disconnect the consumer and end the session. Throws NmsError.
     virtual void leave() = 0;
 };

@@ -1,15 +1,10 @@
 #include "events/event_view.h"
 
-#include <cmath>
+#include "events/link_notices.h"
 
 namespace kelp::nms {
 
 namespace {
-
-/// Return the duration in seconds, rounded to tenths.
-double inSeconds(std::chrono::milliseconds duration) {
-    return std::round(std::chrono::duration<double>(duration).count() * 10) / 10;
-}
 
 constexpr const char* kLossGoesOn =
     "events may be missing from here on, of this NMS or another: resynchronise when the loss is "
@@ -37,19 +32,15 @@ void EventView::tell(const Notice& notice) {
 }
 
 void EventView::eventLossOccurred(const std::string& startTime, const std::string& notificationId) {
-    tell({"eventLossOccurred",
-          {{"startTime", startTime}, {"notificationId", notificationId}},
-          kLossGoesOn});
+    tell(eventLossNotice(startTime, notificationId, kLossGoesOn));
 }
 
 void EventView::eventLossCleared(const std::string& endTime) {
-    tell({"eventLossCleared", {{"endTime", endTime}}, kResynchronise});
+    tell(eventLossClearedNotice(endTime, kResynchronise));
 }
 
 void EventView::alarmLossOccurred(const std::string& startTime, const std::string& notificationId) {
-    tell({"alarmLossOccurred",
-          {{"startTime", startTime}, {"notificationId", notificationId}},
-          kResynchronise});
+    tell(alarmLossNotice(startTime, notificationId, kResynchronise));
 }
 
 void EventView::connecting() {
@@ -66,25 +57,23 @@ void EventView::connected() {
 }
 
 void EventView::lost(const std::string& why) {
-    tell({"connectionLost", {{"reason", why}}, ""});
+    tell(connectionLostNotice(why));
 }
 
 void EventView::pausing(std::chrono::milliseconds pause) {
-    tell({"reconnecting", {{"inSeconds", inSeconds(pause)}}, ""});
+    tell(reconnectingNotice(pause));
 }
 
 void EventView::failed(const std::string& why) {
-    tell({"reconnectFailed", {{"reason", why}}, ""});
+    tell(reconnectFailedNotice(why));
 }
 
 void EventView::reconnected(std::chrono::milliseconds away) {
-    tell({"reconnected", {{"awaySeconds", inSeconds(away)}}, kResynchronise});
+    tell(reconnectedNotice(away, kResynchronise));
 }
 
 void EventView::notLeft(const std::string& why) {
-    tell({"logOutFailed",
-          {{"reason", why}},
-          "the EMS ends the session when this NMS answers no more pings"});
+    tell(logOutFailedNotice(why));
 }
 
 std::optional<EventView::Clock::time_point> EventView::overdueAt() {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "events/event_follower.h"
+#include "events/event_receiver.h"
 #include "events/event_report.h"
 #include "events/gap_detector.h"
 
@@ -15,7 +16,7 @@ namespace kelp::nms {
 
 /// Shows events, losses and gaps as they arrive, and reports when enough events have been shown.
 /// The operations may be called from any thread.
-class EventView : public FollowObserver {
+class EventView : public FollowObserver, public EventReceiver {
   public:
     /// `whenEnough` is called after `wanted` events; duplicates are not counted. 0 means no limit.
     EventView(EventReport report, GapDetector gaps, unsigned wanted,
@@ -25,10 +26,12 @@ class EventView : public FollowObserver {
           wanted_(wanted),
           whenEnough_(std::move(whenEnough)) {}
 
-    void show(const EventRecord& event);
-    void eventLossOccurred(const std::string& startTime, const std::string& notificationId);
-    void eventLossCleared(const std::string& endTime);
-    void alarmLossOccurred(const std::string& startTime, const std::string& notificationId);
+    void show(const EventRecord& event) override;
+    void eventLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
+    void eventLossCleared(const std::string& endTime) override;
+    void alarmLossOccurred(const std::string& startTime,
+                           const std::string& notificationId) override;
 
     void connecting() override;
     void connected() override;

@@ -1,50 +1,23 @@
 #include "events/follow_events.h"
 
-#include <unistd.h>
-
+#include <memory>
 #include <utility>
 
-#include "app/chosen_factory.h"
 #include "app/exit_codes.h"
 #include "app/handling.h"
-#include "events/ems_event_link.h"
-#include "events/link_listener.h"
-#include "text/terminal.h"
+#include "events/event_view.h"
+#include "events/open_link.h"
 
 namespace kelp::nms {
 
 namespace {
 
-/// Time to leave while there is no link. There is no session to end, and the EMS that is being
-/// called may not answer.
-constexpr std::chrono::milliseconds kTimeToGiveUp{2000};
-
-EventReport::Surroundings surroundings(const CommandContext& context) {
-    const bool json = context.options.json;
-    return {json, !json && mayBeColoured(STDOUT_FILENO),
-            [] { return terminalWidth(STDOUT_FILENO); },
-            [] { return std::chrono::system_clock::now(); },
-            [report = context.report](const std::string& line) { report->line(line); }};
-}
-
 EventFollower::OpenLink opening(const CommandContext& context, const EventsOptions& options,
                                 const std::shared_ptr<EventView>& view) {
     return [&context, &options, view,
             isFirst = true](std::function<void(const LinkLoss&)> lost) mutable {
-        const ConnectionOptions& connection = context.options;
-        // for later links, the follower's pauses are the wait for the factory
-        const FoundFactory factory =
-            std::exchange(isFirst, false)
-                ? awaitedFactory(context.client, connection, *context.report)
-                : chosenFactory(context.client, connection, *context.report);
-        const auto listener = std::make_shared<LinkListener>(view, std::move(lost));
-        auto session = context.client.logIn(factory, connection.user, context.password, listener);
-        context.report->step("logged in as " + connection.user);
-        auto link = std::make_unique<EmsEventLink>(std::move(session), context.client.rootPoa(),
-                                                   EventWish{options.filter, options.sequences},
-                                                   listener, connection.timeout, context.report);
-        context.report->step("connected to the event channel");
-        return link;
+        return openEventLink(context, {options.filter, options.sequences}, view, std::move(lost),
+                             std::exchange(isFirst, false));
     };
 }
 
@@ -68,17 +41,14 @@ int exitCodeOf(EventFollower::End end, const EventsOptions& options) {
 
 int followEvents(const CommandContext& context, const EventsOptions& options) {
     const auto signals = std::make_shared<FollowSignals>();
-    const auto view = std::make_shared<EventView>(EventReport(surroundings(context)),
+    const auto view = std::make_shared<EventView>(EventReport(surroundingsOf(context)),
                                                   GapDetector(options.heartbeatInterval),
                                                   options.count, [signals] { signals->enough(); });
     EventFollower::Settings settings;
     settings.reconnect = options.reconnect;
     settings.limit = options.duration;
     EventFollower follower(settings, opening(context, options, view), *view, signals);
-    const Handling handling(context.interrupts, [signals] {
-        signals->interrupt();
-        return signals->isConnected() ? kTimeToLeave : kTimeToGiveUp;
-    });
+    const Handling handling(context.interrupts, endOnInterrupt(signals));
     return exitCodeOf(follower.run(), options);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -40,6 +41,8 @@ class GapDetector {
     /// The connection has been made, or this process was stopped and has continued. The silence is
     /// measured from now on.
     void silenceBegins(Clock::time_point now);
+    /// The EMS has sent something that is not judged.
+    void heard(Clock::time_point now) { lastSign_ = std::max(lastSign_, now); }
     Judgement eventCame(const EventRecord& event, Clock::time_point now);
 
     /// When the silence will be too long. None as long as no interval is known.

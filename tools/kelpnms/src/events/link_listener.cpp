@@ -10,20 +10,20 @@ void LinkListener::sessionEnded() {
 
 void LinkListener::eventLossOccurred(const std::string& startTime,
                                      const std::string& notificationId) {
-    view_->eventLossOccurred(startTime, notificationId);
+    receiver_->eventLossOccurred(startTime, notificationId);
 }
 
 void LinkListener::eventLossCleared(const std::string& endTime) {
-    view_->eventLossCleared(endTime);
+    receiver_->eventLossCleared(endTime);
 }
 
 void LinkListener::alarmLossOccurred(const std::string& startTime,
                                      const std::string& notificationId) {
-    view_->alarmLossOccurred(startTime, notificationId);
+    receiver_->alarmLossOccurred(startTime, notificationId);
 }
 
 void LinkListener::eventCame(const CosNotification::StructuredEvent& event) {
-    view_->show(recordOf(event));
+    receiver_->show(recordOf(event));
 }
 
 void LinkListener::eventsEnded() {

@@ -8,16 +8,16 @@
 #include <string>
 #include <utility>
 
-#include "events/event_view.h"
+#include "events/event_receiver.h"
 #include "events/follow_signals.h"
 
 namespace kelp::nms {
 
-/// Passes the EMS's calls on one link to the view and to the follower.
+/// Passes the EMS's calls on one link to the receiver and to the follower.
 class LinkListener : public NmsListener, public EventListener {
   public:
-    LinkListener(std::shared_ptr<EventView> view, std::function<void(const LinkLoss&)> lost)
-        : view_(std::move(view)), lost_(std::move(lost)) {}
+    LinkListener(std::shared_ptr<EventReceiver> receiver, std::function<void(const LinkLoss&)> lost)
+        : receiver_(std::move(receiver)), lost_(std::move(lost)) {}
 
     void sessionEnded() override;
     void eventLossOccurred(const std::string& startTime,
@@ -29,7 +29,7 @@ class LinkListener : public NmsListener, public EventListener {
     void eventsEnded() override;
 
   private:
-    const std::shared_ptr<EventView> view_;
+    const std::shared_ptr<EventReceiver> receiver_;
     const std::function<void(const LinkLoss&)> lost_;
 };
 

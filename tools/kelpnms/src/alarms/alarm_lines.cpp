@@ -41,8 +41,9 @@ void AlarmLines::changed(const AlarmChange& change) {
         return;
     const nlohmann::ordered_json fields = fieldsOf(*change.alarm);
     if (to_.json) {
-        nlohmann::ordered_json line{
-            {"time", timestamp(to_.wallNow())}, {"change", changeName(change.what)}, {"alarm", fields}};
+        nlohmann::ordered_json line{{"time", timestamp(to_.wallNow())},
+                                    {"change", changeName(change.what)},
+                                    {"alarm", fields}};
         if (change.what == AlarmChange::What::Gone)
             line["clearSeen"] = false;
         return to_.write(lineOf(line));

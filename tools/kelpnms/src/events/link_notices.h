@@ -8,7 +8,7 @@
 namespace kelp::nms {
 
 // The notices about a link to the EMS's events. The advice says what the user should do; it is
-// empty when the program does it by itself.
+// empty when there is nothing to do.
 Notice eventLossNotice(const std::string& startTime, const std::string& notificationId,
                        const std::string& advice = "");
 Notice eventLossClearedNotice(const std::string& endTime, const std::string& advice = "");

@@ -55,10 +55,7 @@ std::vector<std::string> Mapping::summary() const {
             continue;
         std::string name;
         for (const auto& [component, value] : rule.alarm->objectName)
-            name.append(name.empty() ? "" : ", ")
-                .append(component)
-                .append("=")
-                .append(value.source());
+            name += (name.empty() ? "" : ", ") + component + "=" + value.source();
         std::string line =
             oid.text() + ": " + rule.severity.source() + " " + rule.alarm->probableCause.source();
         if (!rule.alarm->qualifier.source().empty())

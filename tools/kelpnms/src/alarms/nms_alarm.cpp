@@ -92,6 +92,11 @@ bool isAlarm(const EventRecord& event) {
     return event.type == "NT_ALARM" && !isHeartbeat(event);
 }
 
+alarms::AlarmId identityIn(const EventRecord& event) {
+    return {objectNameOf(event), layerRateOf(event), textOf(event, "probableCause"),
+            textOf(event, "probableCauseQualifier")};
+}
+
 NmsAlarmPtr alarmOf(const EventRecord& event, std::string& whyNot) {
     auto alarm = std::make_shared<NmsAlarm>();
     alarm->notificationId = notificationNumber(event);
@@ -101,8 +106,7 @@ NmsAlarmPtr alarmOf(const EventRecord& event, std::string& whyNot) {
         return nullptr;
     }
     try {
-        alarm->id = {objectNameOf(event), layerRateOf(event), textOf(event, "probableCause"),
-                     textOf(event, "probableCauseQualifier")};
+        alarm->id = identityIn(event);
     } catch (const alarms::WrongAlarm& wrong) {
         whyNot = wrong.what();
         return nullptr;

@@ -38,6 +38,9 @@ bool isAlarm(const EventRecord& event);
 /// proper name of an object. Any other field may be missing or have a wrong type.
 NmsAlarmPtr alarmOf(const EventRecord& event, std::string& whyNot);
 
+/// Return the identity in the event. Throws alarms::WrongAlarm if the name of its object is wrong.
+alarms::AlarmId identityIn(const EventRecord& event);
+
 /// Return the fields of the alarm's event, as it had them.
 nlohmann::ordered_json fieldsOf(const NmsAlarm& alarm);
 

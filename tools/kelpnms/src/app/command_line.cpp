@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iostream>
 
+#include "app/ack_command.h"
 #include "app/alarms_command.h"
 #include "app/events_command.h"
 #include "app/exit_codes.h"
@@ -26,6 +27,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpnms --user demo --password-file pw events --filter "$perceivedSeverity == PS_CRITICAL"
   kelpnms --user demo --password-file pw alarms --severity critical major
   kelpnms --user demo --password-file pw alarms --once --json
+  kelpnms --user demo --password-file pw ack --object ManagedElement=NE-1 --probable-cause LOS
   kelpnms --user demo --password-file pw ports NE-1 --format csv
   kelpnms --user demo --password-file pw dump network.jsonl
 
@@ -45,6 +47,7 @@ Exit codes:
   8  elements, ports, equipment, links, dump, alarms --once: everything was read, but it may be incomplete; standard
      error says why
   9  the output could not be written
+  10 ack: the EMS could not acknowledge some of the alarms
   128 + the signal's number: interrupted at the password prompt or while a list was read, or the EMS did not answer
      the log-out in time)";
 /// Return the naming service's corbaloc text. "host:port" means the naming service at that address.
@@ -136,6 +139,7 @@ std::optional<CommandLine> parseCommandLine(int argc, char** argv, int& exitCode
     addWatchCommand(app, line.command);
     addEventsCommand(app, line.command);
     addAlarmsCommand(app, line.command);
+    addAckCommand(app, line.command);
     addListCommands(app, line.command);
     try {
         app.parse(argc, argv);

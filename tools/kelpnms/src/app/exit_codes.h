@@ -14,6 +14,7 @@ enum ExitCode : int {
     kNoSuchManager = 7,
     kIncomplete = 8,
     kCannotWrite = 9,
+    kNotAcknowledged = 10,
 };
 
 }  // namespace kelp::nms

@@ -10,6 +10,7 @@
 #include "app/log_out.h"
 #include "app/seconds_option.h"
 #include "app/watch.h"
+#include "app/with_session.h"
 
 namespace kelp::nms {
 
@@ -59,18 +60,6 @@ int showEms(NmsSession& session, bool withCapabilities, Report& report) {
         NmsSession::call("getCapabilities", [&] { manager->getCapabilities(capabilities.out()); });
     report.ems(ems.in(), withCapabilities ? &capabilities.in() : nullptr);
     return kDone;
-}
-
-/// Log in, call `use`, and log out. `use` returns the exit code.
-int withSession(const CommandContext& context, const std::function<int(NmsSession&)>& use) {
-    const FoundFactory factory = awaitedFactory(context.client, context.options, *context.report);
-    // from here on, a signal leaves the command this time to finish and log out
-    const Handling handling(context.interrupts, [] { return kTimeToLeave; });
-    const auto session = context.client.logIn(factory, context.options.user, context.password);
-    context.report->step("logged in as " + context.options.user);
-    const int exitCode = use(*session);
-    logOut(*session, context.options.timeout, *context.report);
-    return exitCode;
 }
 
 int exitCodeOf(Watch::End end, const WatchOptions& options) {

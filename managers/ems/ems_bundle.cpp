@@ -1,15 +1,15 @@
 #include <ace/svc_export.h>
 #include <kelp/admin/registry.h>
 
-#include "alarms/alarm_intake.h"
 #include "alarms/alarm_keeping.h"
+#include "alarms/alarm_requests.h"
 #include "common/manager_bundle.h"
 #include "ems_mgr.h"
 
 namespace kelp::ems {
 
 /// The service object of the bundle kelp_ems: the manager "EMS". While it is loaded it keeps the
-/// list of alarms and answers POST /alarms of the operator's interface.
+/// list of alarms and answers the operator's requests about alarms.
 class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
   public:
     static constexpr long kStartRank = 10;
@@ -19,8 +19,7 @@ class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
     int init(int argc, char* argv[]) override {
         // first what throws on failure: the destructors of these members undo it
         keeping_.start();
-        alarmRequests_ = admin::Registry::instance().enter(
-            "POST", "/alarms", [](const admin::Json& request) { return acceptAlarms(request); });
+        alarmRequests_.enter(admin::Registry::instance());
         return ManagerBundle::init(argc, argv);
     }
 
@@ -32,7 +31,7 @@ class EmsBundle final : public managers::ManagerBundle<EmsMgr_IImpl> {
 
   private:
     AlarmKeeping keeping_;
-    admin::Registration alarmRequests_;
+    AlarmRequests alarmRequests_;
 };
 
 }  // namespace kelp::ems

@@ -77,9 +77,9 @@ Json AdminClient::post(const std::string& path, const Json& request) const {
     return answerOf(client.Post(path, kHeaders, body, "application/json"));
 }
 
-Json AdminClient::get(const std::string& path) const {
+Json AdminClient::get(const std::string& path, const admin::Query& query) const {
     httplib::Client client = clientOf(address_, token_);
-    return answerOf(client.Get(path, kHeaders));
+    return answerOf(client.Get(path, query, kHeaders));
 }
 
 Json AdminClient::answerOf(const httplib::Result& result) const {
@@ -90,9 +90,9 @@ Json AdminClient::answerOf(const httplib::Result& result) const {
     if (result->status == kDone && !answer.is_discarded())
         return answer;
     const std::string error = errorIn(answer);
-    throw std::runtime_error(error.empty() ? "kelpd answered with HTTP status " +
-                                                 std::to_string(result->status)
-                                           : error);
+    throw RequestRefused(
+        error.empty() ? "kelpd answered with HTTP status " + std::to_string(result->status) : error,
+        result->status);
 }
 
 }  // namespace kelp::ctl

@@ -18,8 +18,8 @@ void loadConfiguration(const GlobalOptions& options);
 /// parsing.
 void addUserCommands(CLI::App& app, const GlobalOptions& options);
 
-/// Add `kelpctl alarm ...`, which reports single alarms to the running host. `options` must outlive
-/// the parsing.
+/// Add `kelpctl alarm ...`, which reports single alarms to the running host and shows its list.
+/// `options` must outlive the parsing.
 void addAlarmCommands(CLI::App& app, const GlobalOptions& options);
 
 /// Add `kelpctl storm`, which raises many alarms. `options` must outlive the parsing.

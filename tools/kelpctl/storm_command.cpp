@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "alarm_options.h"
+#include "alarms/alarm_options.h"
 #include "pace.h"
 
 namespace kelp::ctl {

@@ -1,8 +1,11 @@
 #include "http_answers.h"
 
 #include <kelp/util/json_text.h>
+#include <kelp/util/trace_log.h>
 
+#include <algorithm>
 #include <charconv>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -16,6 +19,8 @@ using httplib::Response;
 constexpr const char* kJson = "application/json";
 /// Far longer than any path in use. Limited because the library matches paths by recursion.
 constexpr std::size_t kPathBytesMax = 256;
+/// Maximum length of a parameter's name in a refusal.
+constexpr std::size_t kNameBytesMax = 100;
 
 enum Status : int {
     kBadRequest = 400,
@@ -49,6 +54,21 @@ std::uint64_t bodyLength(const Request& request) {
 bool isJson(const Request& request) {
     const std::string type = request.get_header_value("Content-Type");
     return std::string_view(type).substr(0, type.find(';')) == kJson;
+}
+
+/// The first piece of the query that appears twice; empty if there is none. The library keeps only
+/// one of two equal pieces.
+std::string_view repeatedPiece(std::string_view target) {
+    const std::size_t mark = target.find('?');
+    std::string_view rest = mark == std::string_view::npos ? "" : target.substr(mark + 1);
+    std::set<std::string_view> seen;
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find('&'), rest.size());
+        if (end > 0 && !seen.insert(rest.substr(0, end)).second)
+            return rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return {};
 }
 
 /// Fill in the answer to a request that the library refused.
@@ -102,7 +122,13 @@ HttpAnswers::HandlerResponse HttpAnswers::admit(const Request& request, Response
 }
 
 void HttpAnswers::answer(const Request& request, Response& response) const {
-    const admin::Answer made = registry_.answer(request.method, request.path, request.body);
+    if (const std::string_view piece = repeatedPiece(request.target); !piece.empty()) {
+        const std::string name(piece.substr(0, piece.find('=')));
+        return refuse(response, kBadRequest,
+                      "the parameter \"" + util::escaped(name, kNameBytesMax) + "\" appears twice");
+    }
+    const admin::Answer made =
+        registry_.answer(request.method, request.path, request.body, request.params);
     set(response, made.status, made.body);
 }
 

@@ -1,33 +1,13 @@
 #include "alarms/alarm_intake.h"
 
-#include <kelp/alarms/alarm_service.h>
-
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "alarms/alarm_json.h"
+#include "alarms/alarm_list_use.h"
 
 namespace kelp::ems {
-
-namespace {
-
-using admin::RequestError;
-
-std::vector<alarms::Result> submit(std::vector<alarms::Submission> changes) {
-    const auto service = alarms::sharedService();
-    if (!service)
-        throw RequestError("the EMS has no list of alarms now", RequestError::kUnavailable);
-    try {
-        return service->submit(std::move(changes));
-    } catch (const alarms::IntakeRefused& refused) {
-        throw RequestError(refused.what(), refused.why() == alarms::IntakeRefused::Why::Invalid
-                                               ? RequestError::kBadRequest
-                                               : RequestError::kUnavailable);
-    }
-}
-
-}  // namespace
 
 admin::Json acceptAlarms(const admin::Json& request) {
     std::vector<alarms::Submission> changes;

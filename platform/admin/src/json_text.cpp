@@ -1,5 +1,4 @@
-#include "json_text.h"
-
+#include <kelp/admin/json_text.h>
 #include <kelp/util/repeated_keys.h>
 #include <kelp/util/trace_log.h>
 

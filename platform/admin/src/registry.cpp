@@ -1,3 +1,4 @@
+#include <kelp/admin/json_text.h>
 #include <kelp/admin/registry.h>
 #include <kelp/util/mutex.h>
 #include <kelp/util/threads.h>
@@ -7,13 +8,11 @@
 #include <map>
 #include <utility>
 
-#include "json_text.h"
-
 namespace kelp::admin {
 
 namespace {
 
-constexpr int kNotFound = 404;
+constexpr std::size_t kShownBytesMax = 100;
 constexpr int kMethodNotAllowed = 405;
 constexpr int kInternalError = 500;
 
@@ -21,9 +20,35 @@ Answer failure(int status, const std::string& why) {
     return {status, Json{{"error", why}}};
 }
 
-Answer answerOf(const Handler& handler, const std::string& what, const std::string& body) {
+/// The parameters of a query, if each is known and none repeats.
+std::map<std::string, std::string> checked(const Query& query, const std::set<std::string>& known) {
+    std::map<std::string, std::string> parameters;
+    for (const auto& [name, value] : query) {
+        const std::string shown = "the parameter \"" + util::escaped(name, kShownBytesMax) + "\"";
+        if (!known.contains(name))
+            throw RequestError(shown + " is unknown");
+        if (!parameters.emplace(name, value).second)
+            throw RequestError(shown + " appears twice");
+    }
+    return parameters;
+}
+
+/// The path that stands for all with another last component.
+std::string patternOf(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1) + "*";
+}
+
+struct Called {
+    const RequestHandler& handler;
+    const std::set<std::string>& parameters;
+    std::string item;
+};
+
+Answer answerOf(const Called& called, const std::string& what, const std::string& body,
+                const Query& query) {
     try {
-        return {200, handler(body.empty() ? Json() : parseJson(body))};
+        return {200, called.handler({called.item, checked(query, called.parameters),
+                                     body.empty() ? Json() : parseJson(body)})};
     } catch (const RequestError& refusal) {
         Answer answer = failure(refusal.status(), refusal.what());
         if (!refusal.path().empty())
@@ -40,7 +65,9 @@ Answer answerOf(const Handler& handler, const std::string& what, const std::stri
 
 struct Registry::State {
     struct Entry {
-        Handler handler;  ///< never changes; called without the mutex
+        // these never change; used without the mutex
+        std::set<std::string> parameters;
+        RequestHandler handler;
         int running = 0;  ///< calls in progress; the entry is not destroyed before they end
     };
     using Key = std::pair<std::string, std::string>;  ///< path, method
@@ -50,8 +77,15 @@ struct Registry::State {
     std::map<Key, Entry> entries KELP_GUARDED_BY(mutex);
 
     bool hasPath(const std::string& path) const KELP_REQUIRES(mutex) {
-        return std::any_of(entries.begin(), entries.end(),
-                           [&](const auto& entry) { return entry.first.first == path; });
+        const std::string pattern = patternOf(path);
+        return std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
+            return entry.first.first == path || entry.first.first == pattern;
+        });
+    }
+    /// The entry of the path itself, or of its pattern; the end if there is none.
+    auto find(const std::string& path, const std::string& method) KELP_REQUIRES(mutex) {
+        const auto found = entries.find({path, method});
+        return found == entries.end() ? entries.find({patternOf(path), method}) : found;
     }
     void endCall(Entry& entry) KELP_EXCLUDES(mutex) {
         const util::MutexLock lock(mutex);
@@ -74,24 +108,37 @@ Registry& Registry::instance() {
 }
 
 Registration Registry::enter(const std::string& method, const std::string& path, Handler handler) {
+    return enter(method, path, {}, [answer = std::move(handler)](const Request& request) {
+        return answer(request.body);
+    });
+}
+
+Registration Registry::enter(const std::string& method, const std::string& path,
+                             std::set<std::string> parameters, RequestHandler handler) {
     const util::MutexLock lock(state_->mutex);
-    if (!state_->entries.try_emplace({path, method}, State::Entry{std::move(handler), 0}).second)
+    if (!state_->entries
+             .try_emplace({path, method},
+                          State::Entry{std::move(parameters), std::move(handler), 0})
+             .second)
         throw std::invalid_argument(method + " " + path + " is already answered by another bundle");
     return Registration(state_, method, path);
 }
 
-Answer Registry::answer(const std::string& method, const std::string& path,
-                        const std::string& body) {
+Answer Registry::answer(const std::string& method, const std::string& path, const std::string& body,
+                        const Query& query) {
     const std::string what = method + " " + util::escaped(path, 200);
     util::MutexLock lock(state_->mutex);
-    const auto found = state_->entries.find({path, method});
+    const auto found = state_->find(path, method);
     if (found == state_->entries.end())
-        return state_->hasPath(path) ? failure(kMethodNotAllowed, what + " is not possible")
-                                     : failure(kNotFound, what + " is not answered by any bundle");
+        return state_->hasPath(path)
+                   ? failure(kMethodNotAllowed, what + " is not possible")
+                   : failure(RequestError::kNotFound, what + " is not answered by any bundle");
+    const bool isPattern = found->first.first.ends_with("/*");
     State::Entry& entry = found->second;
     ++entry.running;
     lock.unlock();
-    Answer answer = answerOf(entry.handler, what, body);
+    const std::string item = isPattern ? path.substr(path.rfind('/') + 1) : "";
+    Answer answer = answerOf({entry.handler, entry.parameters, item}, what, body, query);
     state_->endCall(entry);
     return answer;
 }

@@ -36,6 +36,23 @@ TEST_F(AdminSocket, ReportsErrorsInJson) {
     EXPECT_THAT(wrong->body, HasSubstr("{\"error\":\"the request is not JSON"));
 }
 
+TEST_F(AdminSocket, DecodesTheParametersOfAQuery) {
+    const admin::Registration list = registry_.enter(
+        "GET", "/list", {"a", "b"},
+        [](const admin::Request& request) { return admin::Json(request.parameters); });
+    start();
+    httplib::Client caller = client();
+    const auto get = [&](const std::string& target) {
+        const httplib::Result result = caller.Get(target);
+        return result ? result->body : "no answer";
+    };
+    EXPECT_EQ(get("/list?b=1%262%20%C3%BC&a="), "{\"a\":\"\",\"b\":\"1&2 ü\"}\n");
+    EXPECT_EQ(get("/list?"), "{}\n");
+    EXPECT_EQ(get("/list?a=1&c%0A=2"), "{\"error\":\"the parameter \\\"c\\\\n\\\" is unknown\"}\n");
+    for (const char* const target : {"/list?a=1&a=2", "/list?a=1&b=1&a=1", "/list?a=1&%61=2"})
+        EXPECT_EQ(get(target), "{\"error\":\"the parameter \\\"a\\\" appears twice\"}\n") << target;
+}
+
 TEST_F(AdminSocket, IsAccessibleToItsOwnerOnly) {
     const mode_t before = ::umask(0);
     start();

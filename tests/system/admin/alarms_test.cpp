@@ -126,6 +126,51 @@ TEST_F(Alarms, WrongAlarmIsRefusedByTheHostAndReachesNobody) {
     EXPECT_EQ(events()[0]["fields"]["additionalText"], "right");
 }
 
+TEST_F(Alarms, OperatorSeesTheActiveListAsTheNmsSeesTheEvents) {
+    ChildProcess nms = follow(3);
+    const auto report = [&](const char* command, const std::string& element,
+                            const std::string& severity) {
+        std::vector<std::string> arguments = {
+            "alarm", command, "--object", "ManagedElement=" + element, "--probable-cause", "LOS"};
+        if (!severity.empty())
+            arguments.insert(arguments.end(), {"--severity", severity});
+        EXPECT_EQ(kelpctl(arguments), 0) << ctlLog_.text();
+    };
+    report("raise", "NE-1", "major");
+    report("raise", "NE-2", "critical");
+    report("raise", "NE-1", "minor");
+    ASSERT_EQ(nms.waitExit(), 0) << output();
+    const auto shown = [&](std::vector<std::string> arguments) {
+        ctlLog_ = LogFile(scratch_ / ("list" + std::to_string(++runs_)));
+        arguments.insert(arguments.begin(), "alarm");
+        arguments.emplace_back("--json");
+        EXPECT_EQ(kelpctl(arguments), 0) << ctlLog_.text();
+        return Json::parse(ctlLog_.text(), nullptr, false);
+    };
+    const Json list = shown({"list"});
+    ASSERT_EQ(list["alarms"].size(), 2u) << list;
+    const std::vector<Json> sent = events();
+    // the first event has been replaced by the third one
+    for (std::size_t i = 0; i < 2; ++i) {
+        for (const auto& [key, value] : sent.at(i + 1)["fields"].items())
+            EXPECT_EQ(list["alarms"][i][key], value) << key;
+    }
+    EXPECT_EQ(list["position"], list["alarms"][1]["notificationId"]);
+    EXPECT_EQ(shown({"list", "--severity", "critical"})["alarms"],
+              Json::array({list["alarms"][0]}));
+    EXPECT_EQ(shown({"list", "--object", "ManagedElement=NE-1"})["alarms"],
+              Json::array({list["alarms"][1]}));
+    EXPECT_EQ(shown({"list", "--limit", "1"})["alarms"], Json::array({list["alarms"][0]}));
+    EXPECT_EQ(shown({"show", list["alarms"][0]["notificationId"]})["alarm"], list["alarms"][0]);
+
+    report("clear", "NE-1", "");
+    EXPECT_EQ(shown({"list"})["alarms"], Json::array({list["alarms"][0]}));
+    const Json history = shown({"history"});
+    ASSERT_EQ(history["alarms"].size(), 1u) << history;
+    EXPECT_EQ(history["alarms"][0]["notificationId"], list["alarms"][1]["notificationId"]);
+    EXPECT_EQ(history["alarms"][0]["endNotificationId"], history["position"]);
+}
+
 TEST_F(Alarms, StormArrivesCompletelyAndInOrder) {
     constexpr int kCount = 600;
     ChildProcess nms = follow(kCount);

@@ -123,6 +123,44 @@ TEST_F(AdminRegistry, AnswersWhateverElseAHandlerRaisesAsAnInternalError) {
     EXPECT_EQ(registry_.answer("GET", "/failing", "1").status, 500);
 }
 
+TEST_F(AdminRegistry, GivesTheParametersThatTheHandlerKnows) {
+    const Registration listing =
+        registry_.enter("GET", "/list", {"limit", "name"}, [](const Request& request) {
+            EXPECT_TRUE(request.body.is_null());
+            return Json(request.parameters);
+        });
+    const auto get = [&](const Query& query) {
+        return registry_.answer("GET", "/list", "", query);
+    };
+    EXPECT_EQ(get({}).body.dump(), "{}");
+    EXPECT_EQ(get({{"name", "a&b"}, {"limit", ""}}).body.dump(), R"({"limit":"","name":"a&b"})");
+    const Answer unknown = get({{"limit", "1"}, {"li\nmit", "2"}});
+    EXPECT_EQ(unknown.status, 400);
+    EXPECT_EQ(errorOf(unknown), "the parameter \"li\\nmit\" is unknown");
+    const Answer repeated = get({{"limit", "1"}, {"limit", "2"}});
+    EXPECT_EQ(repeated.status, 400);
+    EXPECT_EQ(errorOf(repeated), "the parameter \"limit\" appears twice");
+}
+
+TEST_F(AdminRegistry, RefusesParametersForAHandlerOfBodies) {
+    const Answer answer = registry_.answer("POST", "/echo", "1", {{"x", "1"}});
+    EXPECT_EQ(answer.status, 400);
+    EXPECT_EQ(errorOf(answer), "the parameter \"x\" is unknown");
+}
+
+TEST_F(AdminRegistry, LetsOneHandlerAnswerForAllItemsOfAFolder) {
+    const RequestHandler tellItem = [](const Request& request) { return Json(request.item); };
+    const Registration items = registry_.enter("GET", "/echo/*", {}, tellItem);
+    const Registration exact =
+        registry_.enter("GET", "/echo/all", [](const Json&) { return Json("everything"); });
+    EXPECT_EQ(registry_.answer("GET", "/echo/17", "").body, "17");
+    EXPECT_EQ(registry_.answer("GET", "/echo/", "").body, "");
+    EXPECT_EQ(registry_.answer("GET", "/echo/all", "").body, "everything");
+    EXPECT_EQ(registry_.answer("POST", "/echo/17", "").status, 405);
+    EXPECT_EQ(registry_.answer("GET", "/echo/17/18", "").status, 404);
+    EXPECT_EQ(registry_.answer("GET", "/other/17", "").status, 404);
+}
+
 TEST_F(AdminRegistry, HasOneHandlerForARequest) {
     const Handler other = [](const Json&) { return Json("other"); };
     EXPECT_THROW(static_cast<void>(registry_.enter("POST", "/echo", other)), std::invalid_argument);

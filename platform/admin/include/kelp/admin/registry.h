@@ -4,7 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -27,6 +29,9 @@ class KELP_EXPORT RequestError : public std::runtime_error {
     const std::string& path() const { return path_; }
 
     static constexpr int kBadRequest = 400;
+    static constexpr int kNotFound = 404;
+    static constexpr int kConflict = 409;
+    static constexpr int kGone = 410;
     static constexpr int kUnavailable = 503;
 
   private:
@@ -38,6 +43,21 @@ class KELP_EXPORT RequestError : public std::runtime_error {
 /// operator interface, possibly several at a time. Any exception other than RequestError is traced
 /// and becomes an internal error.
 using Handler = std::function<Json(const Json& request)>;
+
+/// The parameters of a request's query, decoded, in the order of their names. A name may repeat.
+using Query = std::multimap<std::string, std::string>;
+
+/// A request with more than a body.
+struct KELP_EXPORT Request {
+    /// The last component of the path, where the handler's path ends in "*".
+    std::string item;
+    /// The parameters of the query by name, each once. Only those that the handler knows.
+    std::map<std::string, std::string> parameters;
+    Json body;  ///< null if there is none
+};
+
+/// As Handler, for requests with parameters or for many paths.
+using RequestHandler = std::function<Json(const Request& request)>;
 
 /// The answer to a request: the HTTP status, and the body, which for a failure is {"error":
 /// "..."}, with "path" if the RequestError has one.
@@ -64,10 +84,18 @@ class KELP_EXPORT Registry {
     [[nodiscard]] Registration enter(const std::string& method, const std::string& path,
                                      Handler handler);
 
+    /// As above, for requests whose query may have these parameters. A path that ends in "/*"
+    /// stands for all paths with another last component, except those that have a handler for the
+    /// method.
+    [[nodiscard]] Registration enter(const std::string& method, const std::string& path,
+                                     std::set<std::string> parameters, RequestHandler handler);
+
     /// Answer a request. `body` is the request's text, which may be empty. These also result in an
     /// answer: invalid JSON, JSON nested deeper than 32 levels, an object that repeats a key or has
-    /// more than 1000 keys, a request without a handler, and anything that a handler throws.
-    Answer answer(const std::string& method, const std::string& path, const std::string& body);
+    /// more than 1000 keys, a parameter that repeats or that the handler does not know, a request
+    /// without a handler, and anything that a handler throws.
+    Answer answer(const std::string& method, const std::string& path, const std::string& body,
+                  const Query& query = {});
 
   private:
     friend class Registration;

@@ -100,4 +100,7 @@ struct Alarm {
 /// the status is BACKED_UP.
 KELP_EXPORT std::string whatIsWrong(const Alarm& alarm);
 
+/// About how many octets of memory an alarm uses. Counts each text and each member of a list.
+KELP_EXPORT std::size_t memoryOf(const Alarm& alarm);
+
 }  // namespace kelp::alarms

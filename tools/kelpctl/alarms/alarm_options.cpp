@@ -1,4 +1,4 @@
-#include "alarm_options.h"
+#include "alarms/alarm_options.h"
 
 #include <kelp/admin/address.h>
 #include <kelp/bundlemgr/config_store.h>
@@ -16,35 +16,52 @@ Json pair(const std::string& name, const std::string& value) {
     return {{"name", name}, {"value", value}};
 }
 
-}  // namespace
+const Words kSeverityWords = {{"critical", "PS_CRITICAL"},
+                              {"major", "PS_MAJOR"},
+                              {"minor", "PS_MINOR"},
+                              {"warning", "PS_WARNING"},
+                              {"indeterminate", "PS_INDETERMINATE"}};
 
-CLI::Option* addWordOption(CLI::App& command, const std::string& name, const Words& words,
-                           const std::function<void(const std::string&)>& take,
-                           const std::string& description) {
-    const std::string all = util::joined(words, ", ", [](const auto& each) { return each.first; });
-    const auto toEnumerator = [words, all](std::string& given) -> std::string {
+std::string joinedWords(const Words& words) {
+    return util::joined(words, ", ", [](const auto& each) { return each.first; });
+}
+
+CLI::Validator validatorOf(const Words& words) {
+    const auto toEnumerator = [words](std::string& given) -> std::string {
         for (const auto& [word, enumerator] : words) {
             if (word == CLI::detail::to_lower(given)) {
                 given = enumerator;
                 return {};
             }
         }
-        return "\"" + given + "\" is none of " + all;
+        return "\"" + given + "\" is none of " + joinedWords(words);
     };
-    return command.add_option_function<std::string>(name, take, description + ": " + all)
-        ->transform(CLI::Validator(toEnumerator, ""))
+    return CLI::Validator(toEnumerator, "");
+}
+
+}  // namespace
+
+CLI::Option* addWordOption(CLI::App& command, const std::string& name, const Words& words,
+                           const std::function<void(const std::string&)>& take,
+                           const std::string& description) {
+    return command
+        .add_option_function<std::string>(name, take, description + ": " + joinedWords(words))
+        ->transform(validatorOf(words))
         ->type_name("WORD");
 }
 
 CLI::Option* addSeverityOption(CLI::App& command,
                                const std::function<void(const std::string&)>& take,
                                const std::string& description) {
-    static const Words words = {{"critical", "PS_CRITICAL"},
-                                {"major", "PS_MAJOR"},
-                                {"minor", "PS_MINOR"},
-                                {"warning", "PS_WARNING"},
-                                {"indeterminate", "PS_INDETERMINATE"}};
-    return addWordOption(command, "--severity", words, take, description);
+    return addWordOption(command, "--severity", kSeverityWords, take, description);
+}
+
+std::string severityWords() {
+    return joinedWords(kSeverityWords);
+}
+
+CLI::Validator severityValidator() {
+    return validatorOf(kSeverityWords);
 }
 
 Json pairsOf(const std::vector<std::string>& texts, const std::string& option) {

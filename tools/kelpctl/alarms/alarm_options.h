@@ -25,6 +25,11 @@ CLI::Option* addSeverityOption(CLI::App& command,
                                const std::function<void(const std::string&)>& take,
                                const std::string& description);
 
+/// The words for the severities of alarms that are not cleared, for a description.
+std::string severityWords();
+/// Accepts one of these words and converts it to the enumerator.
+CLI::Validator severityValidator();
+
 /// The options that the commands share which send alarms to the running host.
 struct AlarmOptions {
     explicit AlarmOptions(const GlobalOptions& global) : globalOptions(global) {}

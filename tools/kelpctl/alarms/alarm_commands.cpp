@@ -5,7 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "alarm_options.h"
+#include "alarms/alarm_group.h"
+#include "alarms/alarm_options.h"
 
 namespace kelp::ctl {
 
@@ -46,6 +47,7 @@ const Words kServiceWords = {
 constexpr const char* kFooter = R"(Examples:
   kelpctl alarm raise --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --severity major --probable-cause LOS
   kelpctl alarm clear --object ManagedElement=NE-1 PTP=/shelf=1/port=2 --probable-cause LOS
+  kelpctl alarm list --severity critical,major
 
 To clear an alarm, give the same object, probable cause, qualifier and layer rate as when it was raised.)";
 
@@ -117,7 +119,8 @@ class AlarmCommand {
 }  // namespace
 
 void addAlarmCommands(CLI::App& app, const GlobalOptions& globalOptions) {
-    CLI::App* group = app.add_subcommand("alarm", "Raise and clear alarms at the running host");
+    CLI::App* group =
+        app.add_subcommand("alarm", "Raise, clear and list alarms of the running host");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
 
     const auto raise = std::make_shared<AlarmCommand>(globalOptions, "raised");
@@ -137,6 +140,7 @@ void addAlarmCommands(CLI::App& app, const GlobalOptions& globalOptions) {
         clear->set("perceivedSeverity", "PS_CLEARED");
         clear->send();
     });
+    addAlarmListCommands(*group, globalOptions);
 }
 
 }  // namespace kelp::ctl

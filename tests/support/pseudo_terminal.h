@@ -66,6 +66,10 @@ class PseudoTerminal {
     bool type(const std::string& text) {
         return ::write(terminal_, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     }
+    bool resize(unsigned short rows, unsigned short columns) {
+        const winsize size{rows, columns, 0, 0};
+        return ::ioctl(terminal_, TIOCSWINSZ, &size) == 0;
+    }
     bool echoes() const {
         termios settings{};
         return ::tcgetattr(terminal_, &settings) == 0 && (settings.c_lflag & ECHO) != 0;

@@ -34,18 +34,18 @@ void showValue(const Step& step, std::ostream& out) {
 }
 
 rc::Gen<std::vector<Step>> steps() {
-    using Kind = Step::Kind;
+    using StepKind = Step::Kind;
     const auto step = rc::gen::apply(
-        [](Kind kind, unsigned port, unsigned number) {
+        [](StepKind kind, unsigned port, unsigned number) {
             return Step{kind, port, number};
         },
-        rc::gen::weightedElement<Kind>({{8, Kind::Report},
-                                        {2, Kind::Acknowledge},
-                                        {6, Kind::Deliver},
-                                        {3, Kind::Repeat},
-                                        {1, Kind::Lose},
-                                        {2, Kind::Connect},
-                                        {5, Kind::Batch}}),
+        rc::gen::weightedElement<StepKind>({{8, StepKind::Report},
+                                            {2, StepKind::Acknowledge},
+                                            {6, StepKind::Deliver},
+                                            {3, StepKind::Repeat},
+                                            {1, StepKind::Lose},
+                                            {2, StepKind::Connect},
+                                            {5, StepKind::Batch}}),
         rc::gen::inRange(0u, 6u), rc::gen::inRange(0u, 1000u));
     return rc::gen::scale(6.0, rc::gen::container<std::vector<Step>>(step));
 }
@@ -169,10 +169,10 @@ class Nms {
   private:
     void come(const NmsAlarmPtr& alarm) { keep(view_.eventCame(alarm)); }
     void keep(const AlarmChange& change) {
-        using What = AlarmChange::What;
-        if (change.what == What::Cleared || change.what == What::Gone)
+        using Become = AlarmChange::What;
+        if (change.what == Become::Cleared || change.what == Become::Gone)
             followed_.erase(change.alarm->id);
-        else if (change.what != What::Nothing && change.what != What::Passed)
+        else if (change.what != Become::Nothing && change.what != Become::Passed)
             add(followed_, *change.alarm);
     }
 

@@ -8,6 +8,7 @@
 
 #include "alarms/follow_alarms.h"
 #include "app/seconds_option.h"
+#include "screen/follow_on_screen.h"
 
 namespace kelp::nms {
 
@@ -19,7 +20,12 @@ follows the changes until Ctrl-C. After a loss of the session, of the consumer o
 EMS, it logs in again if necessary (first after 1 s; the pauses then double up to 30 s), reads the list again, and shows
 what has changed meanwhile.
 
-Without --once, each change is one line. With --json, it is a JSON object:
+On a terminal, the list fills the screen (not with --once, --lines, --json or --verbose). Up, Down, PgUp, PgDn, Home
+and End move the selection, a acknowledges the selected alarm, u takes that back, / searches in severity, object, cause,
+qualifier and time (Enter keeps what was found, Escape shows all), Enter shows all fields of the selected alarm, q
+leaves. The first line says whether the list is in step with the EMS.
+
+Elsewhere, without --once, each change is one line. With --json, it is a JSON object:
   {"time": ..., "change": C, "alarm": {...}}
       C is "new", "changed", "acknowledged", "unacknowledged", "cleared", or "message" (an alarm that cannot be cleared
       and is never in the list). "alarm" has the fields of the event under the standard's names. The first list comes
@@ -49,6 +55,7 @@ std::map<std::string, alarms::Severity> severitiesByName() {
 /// The options whose values are converted after the parsing.
 struct AlarmsWords {
     AlarmsOptions options;
+    bool lines = false;
     std::vector<alarms::Severity> severities;
     std::vector<std::string> object;
 };
@@ -87,6 +94,7 @@ void addAlarmsCommand(CLI::App& app, SelectedCommand& selected) {
         "alarms", "Log in, show the active alarms, and follow them until Ctrl-C");
     alarms->add_flag("--once", words->options.once,
                      "Show the list once, when it has been read, and leave");
+    alarms->add_flag("--lines", words->lines, "Write lines on a terminal too, not a screen");
     addFilters(*alarms, *words);
     addSecondsOption(*alarms, "--for", 0.1, words->options.duration,
                      "Leave after this number of seconds");
@@ -100,8 +108,12 @@ void addAlarmsCommand(CLI::App& app, SelectedCommand& selected) {
         ->check(CLI::Range(1u, 4294967295u));
     alarms->footer(kAlarmsFooter);
     alarms->callback([&selected, words] {
-        selected = {true, [options = optionsFrom(*words)](const CommandContext& context) {
-                        return followAlarms(context, options);
+        selected = {true, [options = optionsFrom(*words),
+                           lines = words->lines](const CommandContext& context) {
+                        const bool isPlain = lines || options.once || context.options.json ||
+                                             context.options.verbose;
+                        return !isPlain && canShowScreen() ? followOnScreen(context, options)
+                                                           : followAlarms(context, options);
                     }};
     });
 }

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "alarms/acknowledgement_limits.h"
 #include "common/alarm_list_access.h"
 #include "common/refusal.h"
 #include "ems_mgr.h"
@@ -22,8 +23,6 @@ using notifications::AlarmAndTCAIDList_T;
 
 /// Acknowledgements that are submitted at a time, so that a long list does not hold up the alarms.
 constexpr std::size_t kAtATime = 500;
-constexpr std::size_t kUserBytesMax = 256;
-constexpr std::size_t kNotepadBytesMax = 1024;
 
 /// The value of one of the names that the standard suggests; empty when it is not given.
 std::string valueOf(const globaldefs::NVSList_T& info, const char* name, std::size_t bytesMax) {

@@ -38,6 +38,9 @@ bool submitTogether(alarms::AlarmService& service, const std::vector<traps::Subm
         service.submit(std::move(changes), all[first].key);
         return true;
     } catch (const IntakeRefused& refused) {
+        // an inform that repeats is accepted already, also when it is mapped in another way now
+        if (refused.why() == Why::Conflict)
+            return true;
         mayTryEach = isAboutOneAlarm(refused) && end - first > 1;
         if (!mayTryEach)
             traceRefusal(refused, end - first);

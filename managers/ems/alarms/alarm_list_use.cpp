@@ -8,6 +8,23 @@ namespace kelp::ems {
 
 using admin::RequestError;
 
+namespace {
+
+using Why = alarms::IntakeRefused::Why;
+
+int statusFor(Why why) {
+    switch (why) {
+        case Why::Invalid:
+            return RequestError::kBadRequest;
+        case Why::Conflict:
+            return RequestError::kConflict;
+        default:
+            return RequestError::kUnavailable;
+    }
+}
+
+}  // namespace
+
 std::shared_ptr<alarms::AlarmService> listOfAlarms() {
     auto service = alarms::sharedService();
     if (!service)
@@ -20,9 +37,7 @@ std::vector<alarms::Result> submit(std::vector<alarms::Submission> changes,
     try {
         return listOfAlarms()->submit(std::move(changes), key);
     } catch (const alarms::IntakeRefused& refused) {
-        throw RequestError(refused.what(), refused.why() == alarms::IntakeRefused::Why::Invalid
-                                               ? RequestError::kBadRequest
-                                               : RequestError::kUnavailable);
+        throw RequestError(refused.what(), statusFor(refused.why()));
     }
 }
 

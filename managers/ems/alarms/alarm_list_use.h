@@ -12,7 +12,8 @@ namespace kelp::ems {
 std::shared_ptr<alarms::AlarmService> listOfAlarms();
 
 /// Submit changes with an idempotency key, which may be empty. Throws admin::RequestError: 400 for
-/// a change that is not valid, 503 while the EMS cannot accept changes.
+/// a change that is not valid, 409 for a key that was used with other changes, 503 while the EMS
+/// cannot accept changes.
 std::vector<alarms::Result> submit(std::vector<alarms::Submission> changes,
                                    const std::string& key = {});
 

@@ -2,7 +2,7 @@
 
 #include "alarms/alarm_intake.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <kelp/agent/time_change.h>
 #include <kelp/corbabase/event_mgr.h>
 #include <kelp/corbabase/supplier_mgr.h>
@@ -172,6 +172,78 @@ TEST_F(AlarmIntake, AClearOfAnAlarmThatIsNotActiveIsNotSent) {
     EXPECT_EQ(acceptAlarms(clear)["outcomes"], Json::array({"not active"}));
     const Json next = acceptAlarms(alarmOf(1));
     EXPECT_EQ(nextId(), next["firstNotificationId"]);
+}
+
+TEST_F(AlarmIntake, ARepeatedRequestWithAKeyHasNoEffect) {
+    const Json keyed = {{"idempotencyKey", "job 7"},
+                        {"alarms", Json::array({alarmOf(1), alarmOf(2)})}};
+    const Json first = acceptAlarms(keyed);
+    EXPECT_EQ(first["taken"], 2);
+    EXPECT_EQ(first["outcomes"], Json::array({"raised", "raised"}));
+    Json clear = alarmOf(1);
+    clear["perceivedSeverity"] = "PS_CLEARED";
+    acceptAlarms(clear);
+    for (int i = 0; i < 2; ++i) {
+        Json expected = first;
+        expected["outcomes"] = {"accepted earlier", "accepted earlier"};
+        EXPECT_EQ(acceptAlarms(keyed), expected);
+        keeping_.stop();
+        keeping_.start();
+    }
+    nextId();
+    nextId();
+    nextId();
+    const Json next = acceptAlarms(alarmOf(1));
+    EXPECT_EQ(next["outcomes"], Json::array({"raised"})) << "it was not raised again";
+    EXPECT_EQ(nextId(), next["firstNotificationId"]);
+}
+
+TEST_F(AlarmIntake, AKeyThatWasUsedWithOtherAlarmsIsRefused) {
+    const auto keyed = [](std::initializer_list<int> elements) {
+        Json all = Json::array();
+        for (const int each : elements)
+            all.push_back(alarmOf(each));
+        return Json{{"idempotencyKey", "job 7"}, {"alarms", all}};
+    };
+    acceptAlarms(keyed({1, 2}));
+    for (const Json& other : {keyed({1}), keyed({2, 1}), keyed({1, 2, 3}), keyed({1, 3})})
+        EXPECT_EQ(refusal([&] { acceptAlarms(other); }, admin::RequestError::kConflict),
+                  "the idempotency key \"job 7\" was used with other alarms")
+            << other;
+    EXPECT_EQ(acceptAlarms(alarmOf(3))["outcomes"], Json::array({"raised"})) << "nothing was kept";
+}
+
+TEST_F(AlarmIntake, ErrorsInARequestWithAKeyNameThePath) {
+    Json wrong = alarmOf(2);
+    wrong["layerRate"] = "20";
+    const auto pathOf = [](const Json& request) {
+        try {
+            acceptAlarms(request);
+        } catch (const admin::RequestError& refused) {
+            EXPECT_EQ(refused.status(), admin::RequestError::kBadRequest);
+            return refused.path() + ": " + refused.what();
+        }
+        return std::string("accepted");
+    };
+    using testing::StartsWith;
+    const Json good = Json::array({alarmOf(1)});
+    EXPECT_THAT(pathOf({{"idempotencyKey", "k"}, {"alarms", {alarmOf(1), wrong}}}),
+                StartsWith("/alarms/1/layerRate: alarm 2 of 2: layerRate must be"));
+    EXPECT_THAT(pathOf({{"idempotencyKey", 7}, {"alarms", good}}),
+                StartsWith("/idempotencyKey: idempotencyKey must be as in"));
+    EXPECT_THAT(pathOf({{"idempotencyKey", ""}, {"alarms", good}}),
+                StartsWith("/idempotencyKey: "));
+    EXPECT_THAT(pathOf({{"idempotencyKey", "k"}, {"alarms", alarmOf(1)}}), StartsWith("/alarms: "));
+    EXPECT_THAT(pathOf({{"alarms", good}}), StartsWith(": the request must be as in"));
+    EXPECT_THAT(pathOf({{"idempotencyKey", "k"}}), StartsWith(": the request must be as in"));
+    // 180 characters of two octets
+    std::string longKey;
+    for (int i = 0; i < 180; ++i)
+        longKey += "ü";
+    EXPECT_THAT(pathOf({{"idempotencyKey", longKey}, {"alarms", good}}),
+                testing::HasSubstr("the idempotency key is longer than 180 octets"));
+    EXPECT_EQ(acceptAlarms({{"idempotencyKey", "k"}, {"alarms", Json::array()}}).dump(),
+              R"({"taken":0})");
 }
 
 TEST_F(AlarmIntake, ContinuesWithHigherIdsAfterARestart) {

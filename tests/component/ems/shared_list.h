@@ -10,7 +10,7 @@
 
 namespace kelp::test {
 
-/// A list of alarms that the process shares, without a channel.
+/// A list of alarms that the process shares. Its events go to nobody.
 class SharedList {
   public:
     SharedList() {
@@ -20,6 +20,7 @@ class SharedList {
         log.file = folder_ / "changes.db";
         log.syncEveryCommit = false;
         service = std::make_shared<alarms::AlarmService>(settings, changelog::openSqliteLog(log));
+        service->setSink(&sink_);
         service->start();
         alarms::shareService(service);
     }
@@ -31,7 +32,12 @@ class SharedList {
     SharedList& operator=(const SharedList&) = delete;
 
   private:
+    struct NoSink final : alarms::EventSink {
+        bool send(std::span<const alarms::Event>) override { return true; }
+    };
+
     const TemporaryDirectory folder_;
+    NoSink sink_;
 
   public:
     std::shared_ptr<alarms::AlarmService> service;

@@ -163,8 +163,20 @@ TEST_F(Alarms, OperatorSeesTheActiveListAsTheNmsSeesTheEvents) {
     EXPECT_EQ(shown({"list", "--limit", "1"})["alarms"], Json::array({list["alarms"][0]}));
     EXPECT_EQ(shown({"show", list["alarms"][0]["notificationId"]})["alarm"], list["alarms"][0]);
 
+    const std::string id = list["alarms"][0]["notificationId"];
+    EXPECT_EQ(kelpctl({"alarm", "ack", id, "--user", "ada", "--note", "on my way"}), 0);
+    Json acknowledged = shown({"list", "--acknowledged"})["alarms"];
+    ASSERT_EQ(acknowledged.size(), 1u) << acknowledged;
+    EXPECT_EQ(acknowledged[0]["objectName"], list["alarms"][0]["objectName"]);
+    EXPECT_EQ(acknowledged[0]["acknowledgedBy"], "ada");
+    EXPECT_EQ(kelpctl({"alarm", "ack", id}), 1) << "the acknowledgement is a later event";
+    EXPECT_EQ(
+        kelpctl({"alarm", "unack", "--object", "ManagedElement=NE-2", "--probable-cause", "LOS"}),
+        0);
+    EXPECT_TRUE(shown({"list", "--acknowledged"})["alarms"].empty());
+
     report("clear", "NE-1", "");
-    EXPECT_EQ(shown({"list"})["alarms"], Json::array({list["alarms"][0]}));
+    EXPECT_EQ(shown({"list"})["matching"], 1);
     const Json history = shown({"history"});
     ASSERT_EQ(history["alarms"].size(), 1u) << history;
     EXPECT_EQ(history["alarms"][0]["notificationId"], list["alarms"][1]["notificationId"]);

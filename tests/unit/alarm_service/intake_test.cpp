@@ -70,6 +70,45 @@ TEST_F(Intake, RecognisesARepeatedSubmissionAfterARestart) {
     EXPECT_FALSE(submitOne(raise(1), "post 7").outcome.has_value());
 }
 
+TEST_F(Intake, RefusesAKeyThatWasUsedWithOtherChanges) {
+    start();
+    const auto first = service().submit({raise(1), raise(2)}, "post 7");
+    for (const std::vector<alarms::Submission>& other :
+         std::vector<std::vector<alarms::Submission>>{{raise(1)},
+                                                      {raise(1), raise(3)},
+                                                      {raise(1), raise(2), raise(3)},
+                                                      {raise(1, Severity::Minor), raise(2)}})
+        EXPECT_EQ(whyRefused([&] { service().submit(other, "post 7"); }),
+                  IntakeRefused::Why::Conflict);
+    EXPECT_EQ(active().size(), 2u);
+    EXPECT_EQ(log().last(), first[1].position);
+    EXPECT_EQ(service().submit({raise(1), raise(2)}, "post 7")[1].position, first[1].position);
+}
+
+TEST_F(Intake, RecognisesARepeatThatWaitsTogetherWithTheFirstOne) {
+    faults_.beforeAppend = [this] { latch_.pass(); };
+    start();
+    // the disk is busy with another one while these wait, so that they are written in one step
+    auto other = std::async(std::launch::async, [&] { return submitOne(raise(9)); });
+    ASSERT_TRUE(waitUntil([&] {
+        const auto counts = service().counts();
+        return counts.submitted == 1 && counts.backlog == 0;
+    }));
+    auto first = std::async(std::launch::async, [&] { return submitOne(raise(1), "key"); });
+    ASSERT_TRUE(waitUntil([&] { return service().counts().backlog == 1; }));
+    auto same = std::async(std::launch::async, [&] { return submitOne(raise(1), "key"); });
+    ASSERT_TRUE(waitUntil([&] { return service().counts().backlog == 2; }));
+    auto changed = std::async(std::launch::async,
+                              [&] { return whyRefused([&] { submitOne(raise(2), "key"); }); });
+    ASSERT_TRUE(waitUntil([&] { return service().counts().backlog == 3; }));
+    latch_.open();
+    EXPECT_EQ(other.get().outcome, Outcome::Raised);
+    EXPECT_EQ(first.get().outcome, Outcome::Raised);
+    EXPECT_FALSE(same.get().outcome.has_value());
+    EXPECT_EQ(changed.get(), IntakeRefused::Why::Conflict);
+    EXPECT_EQ(active().size(), 2u);
+}
+
 TEST_F(Intake, RefusesWhatIsNotAnAlarm) {
     start();
     alarms::Report nameless = raise(1);

@@ -19,6 +19,9 @@ class FaultyLog final : public changelog::ChangeLog {
             throw changelog::LogFailure("the disk is full", changelog::LogFailure::Reason::Full);
         return log_->append(records);
     }
+    std::optional<changelog::Position> find(const std::string& key) override {
+        return log_->find(key);
+    }
     std::vector<changelog::Record> read(changelog::Position after, std::size_t recordsMax,
                                         std::size_t bytesMax) override {
         return log_->read(after, recordsMax, bytesMax);

@@ -21,6 +21,10 @@ Json shippedSchema() {
     return Json::parse(file);
 }
 
+Json alarmRules() {
+    return shippedSchema()["definitions"]["alarm"]["properties"];
+}
+
 std::string violation(const Json& alarm) {
     const auto found = schemaViolation(alarm);
     return found ? found->path : "none";
@@ -28,15 +32,15 @@ std::string violation(const Json& alarm) {
 
 TEST(AlarmSchema, KnowsTheKeysThatTheMappingKnows) {
     std::set<std::string> keys;
-    const Json schema = shippedSchema();
-    for (const auto& [key, rule] : schema["properties"].items())
+    const Json rules = alarmRules();
+    for (const auto& [key, rule] : rules.items())
         keys.insert(key);
     const auto known = alarmKeys();
     EXPECT_EQ(keys, std::set<std::string>(known.begin(), known.end()));
 }
 
 TEST(AlarmSchema, KnowsTheValuesThatTheMappingKnows) {
-    const Json rules = shippedSchema()["properties"];
+    const Json rules = alarmRules();
     EXPECT_EQ(rules["objectType"]["enum"], Json(objectTypeNames()));
     EXPECT_EQ(rules["perceivedSeverity"]["enum"], Json(severityNames()));
     EXPECT_EQ(rules["serviceAffecting"]["enum"], Json(serviceAffectingNames()));
@@ -86,6 +90,26 @@ TEST(AlarmSchema, NamesThePathOfTheInnermostError) {
     alarm = toJson(someAlarm());
     alarm["objectName"] = Json::object();
     EXPECT_EQ(violation(alarm), "/objectName");
+}
+
+TEST(AlarmSchema, HoldsForAlarmsWithAKey) {
+    const auto wrong = [](const Json& keyed) {
+        const auto found = schemaViolation(keyed, SchemaPart::KeyedAlarms);
+        return found ? found->path : "none";
+    };
+    Json bad = toJson(someAlarm());
+    bad["layerRate"] = "20";
+    EXPECT_EQ(wrong({{"idempotencyKey", "k"}, {"alarms", Json::array()}}), "none");
+    EXPECT_EQ(wrong({{"idempotencyKey", "k"}, {"alarms", {toJson(someAlarm())}}}), "none");
+    EXPECT_EQ(wrong({{"idempotencyKey", "k"}, {"alarms", {toJson(someAlarm()), bad}}}),
+              "/alarms/1/layerRate");
+    EXPECT_EQ(wrong({{"idempotencyKey", 7}, {"alarms", Json::array()}}), "/idempotencyKey");
+    EXPECT_EQ(wrong({{"idempotencyKey", ""}, {"alarms", Json::array()}}), "/idempotencyKey");
+    EXPECT_EQ(wrong({{"idempotencyKey", std::string(181, 'k')}, {"alarms", Json::array()}}),
+              "/idempotencyKey");
+    EXPECT_EQ(wrong({{"idempotencyKey", "k"}, {"alarms", toJson(someAlarm())}}), "/alarms");
+    EXPECT_EQ(wrong({{"idempotencyKey", "k"}}), "");
+    EXPECT_NE(wrong({{"idempotencyKey", "k"}, {"alarms", Json::array()}, {"x", 1}}), "none");
 }
 
 }  // namespace

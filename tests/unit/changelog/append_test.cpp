@@ -54,6 +54,18 @@ TEST_F(ChangeLogAppend, RecordKeepsEveryByte) {
     EXPECT_FALSE(appendOne(*log, "x", "k").isRepeat);
 }
 
+TEST_F(ChangeLogAppend, FindsARecordByItsKey) {
+    const auto log = open();
+    const Position first = appendOne(*log, "a", "key").position;
+    appendOne(*log, "b", "other");
+    EXPECT_EQ(log->find("key"), first);
+    EXPECT_EQ(log->find("other"), first + 1);
+    EXPECT_EQ(log->find("ke"), std::nullopt);
+    EXPECT_EQ(log->find(""), std::nullopt);
+    log->truncateBelow(first + 1);
+    EXPECT_EQ(log->find("key"), std::nullopt);
+}
+
 TEST_F(ChangeLogAppend, KeyOfAnEarlierAppendIsARepeat) {
     const auto log = open();
     const Appended first = appendOne(*log, "a", "key");

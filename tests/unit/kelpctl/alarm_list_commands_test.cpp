@@ -75,6 +75,15 @@ class AlarmListCommands : public KelpctlTest {
                 throw admin::RequestError("no such alarm", admin::RequestError::kNotFound);
             return {{"position", "99"}, {"isActive", true}, {"alarm", alarm()}};
         });
+    const admin::Registration acknowledgements_ =
+        registry_.enter("POST", "/alarms/acknowledgements", [this](const Json& request) -> Json {
+            acknowledged_ = request;
+            Json outcomes = Json::array();
+            for (const Json& each : request["alarms"])
+                outcomes.push_back(each == "18" ? "not active" : "acknowledged");
+            return {{"position", "99"}, {"outcomes", outcomes}};
+        });
+    Json acknowledged_;
     std::optional<host::AdminServer> host_;
 };
 
@@ -166,7 +175,36 @@ TEST_F(AlarmListCommands, ShowPrintsAllFields) {
     EXPECT_TRUE(kelpctl("alarm show 18").failedWith(1, "no such alarm"));
 }
 
+TEST_F(AlarmListCommands, AckSendsIdsAndWhoItIs) {
+    ToolRun run = kelpctl("alarm ack 17 19 --user ada --note 'on my way'");
+    EXPECT_EQ(run.output, "17 acknowledged\n19 acknowledged\n") << run;
+    EXPECT_EQ(acknowledged_, Json::parse(R"({"alarms": ["17", "19"], "user": "ada",
+        "notepad": "on my way", "isAcknowledged": true})"));
+    run = kelpctl("alarm ack 17 18");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "17 acknowledged\n18 not active\n");
+    EXPECT_EQ(run.errors, "kelpctl: 1 of 2 alarms not active, or changed meanwhile\n");
+    EXPECT_FALSE(acknowledged_["user"].get<std::string>().empty());
+}
+
+TEST_F(AlarmListCommands, UnackSendsAnIdentity) {
+    const ToolRun run = kelpctl(
+        "alarm unack --object ManagedElement=NE-1 --probable-cause LOS --layer-rate 20 --json");
+    EXPECT_EQ(Json::parse(run.output, nullptr, false)["outcomes"][0], "acknowledged") << run;
+    EXPECT_EQ(acknowledged_["isAcknowledged"], false);
+    EXPECT_EQ(acknowledged_["alarms"], Json::parse(R"([{
+        "objectName": [{"name": "EMS", "value": "Acme/North"},
+                       {"name": "ManagedElement", "value": "NE-1"}],
+        "layerRate": 20, "probableCause": "LOS", "probableCauseQualifier": ""}])"));
+}
+
 TEST_F(AlarmListCommands, WrongCommandLinesAreNamed) {
+    EXPECT_TRUE(kelpctl("alarm ack").failedWith(1, "give the ids of alarms"));
+    EXPECT_TRUE(kelpctl("alarm ack --object A=1").failedWith(2, "--probable-cause"));
+    EXPECT_TRUE(kelpctl("alarm ack x").failedWith(2, "ids"));
+    EXPECT_TRUE(
+        kelpctl("alarm ack 17 --object A=1 --probable-cause LOS").failedWith(2, "excludes"));
+
     EXPECT_TRUE(
         kelpctl("alarm list --severity huge").failedWith(2, "\"huge\" is none of critical"));
     EXPECT_TRUE(kelpctl("alarm list --limit 0").failedWith(2, "--limit"));

@@ -119,8 +119,8 @@ class AlarmCommand {
 }  // namespace
 
 void addAlarmCommands(CLI::App& app, const GlobalOptions& globalOptions) {
-    CLI::App* group =
-        app.add_subcommand("alarm", "Raise, clear and list alarms of the running host");
+    CLI::App* group = app.add_subcommand(
+        "alarm", "Raise, clear, list and acknowledge alarms of the running host");
     group->require_subcommand(1)->fallthrough()->footer(kFooter);
 
     const auto raise = std::make_shared<AlarmCommand>(globalOptions, "raised");
@@ -141,6 +141,7 @@ void addAlarmCommands(CLI::App& app, const GlobalOptions& globalOptions) {
         clear->send();
     });
     addAlarmListCommands(*group, globalOptions);
+    addAcknowledgeCommands(*group, globalOptions);
 }
 
 }  // namespace kelp::ctl

@@ -9,4 +9,7 @@ namespace kelp::ctl {
 /// Add `kelpctl alarm list`, `history` and `show` to the group "alarm".
 void addAlarmListCommands(CLI::App& group, const GlobalOptions& options);
 
+/// Add `kelpctl alarm ack` and `unack` to the group "alarm".
+void addAcknowledgeCommands(CLI::App& group, const GlobalOptions& options);
+
 }  // namespace kelp::ctl

@@ -15,15 +15,23 @@ namespace {
 
 using valijson::adapters::NlohmannJsonAdapter;
 
-/// The schema, read once.
-const valijson::Schema& alarmSchema() {
-    static const auto schema = [] {
-        const nlohmann::json text = nlohmann::json::parse(kAlarmSchemaText);
-        auto parsed = std::make_unique<valijson::Schema>();
-        valijson::SchemaParser().populateSchema(NlohmannJsonAdapter(text), *parsed);
-        return parsed;
-    }();
-    return *schema;
+using SchemaPtr = std::unique_ptr<const valijson::Schema>;
+
+/// One definition as a schema.
+SchemaPtr readDefinition(const std::string& name) {
+    nlohmann::json text = nlohmann::json::parse(kAlarmSchemaText);
+    text.erase("anyOf");
+    text.update(text["definitions"][name]);
+    auto parsed = std::make_unique<valijson::Schema>();
+    valijson::SchemaParser().populateSchema(NlohmannJsonAdapter(text), *parsed);
+    return parsed;
+}
+
+/// Each is read once.
+const valijson::Schema& schemaOf(SchemaPart part) {
+    static const SchemaPtr alarm = readDefinition("alarm");
+    static const SchemaPtr keyedAlarms = readDefinition("keyedAlarms");
+    return part == SchemaPart::Alarm ? *alarm : *keyedAlarms;
 }
 
 /// "~" and "/" in a key are written as "~0" and "~1".
@@ -50,12 +58,12 @@ std::string pointerOf(const std::vector<std::string>& context) {
 
 }  // namespace
 
-std::optional<SchemaViolation> schemaViolation(const Json& alarm) {
-    const nlohmann::json value = alarm;
+std::optional<SchemaViolation> schemaViolation(const Json& given, SchemaPart part) {
+    const nlohmann::json value = given;
     valijson::ValidationResults results;
     // types are exact: a text that looks like a number is no number
     valijson::Validator validator(valijson::Validator::kStrongTypes);
-    if (validator.validate(alarmSchema(), NlohmannJsonAdapter(value), &results))
+    if (validator.validate(schemaOf(part), NlohmannJsonAdapter(value), &results))
         return std::nullopt;
     valijson::ValidationResults::Error innermost;
     valijson::ValidationResults::Error error;

@@ -27,7 +27,6 @@ constexpr const char* kSubject = "alarms";
 constexpr std::size_t kChangesAtATime = 2000;
 /// What one submission may hold: as many as the log takes in one step.
 constexpr std::size_t kSubmissionMax = 10'000;
-constexpr std::size_t kKeyBytesMax = 180;
 /// How often flapping alarms and the size of the log are checked.
 constexpr auto kRound = 500ms;
 /// What the channel takes at the stop.
@@ -42,9 +41,9 @@ void check(const std::vector<Submission>& changes, const std::string& key) {
     if (changes.size() > kSubmissionMax)
         throw IntakeRefused(Why::Invalid, "at most " + std::to_string(kSubmissionMax) +
                                               " changes can be submitted at a time");
-    if (key.size() > kKeyBytesMax)
+    if (key.size() > kSubmissionKeyBytesMax)
         throw IntakeRefused(Why::Invalid, "the idempotency key is longer than " +
-                                              std::to_string(kKeyBytesMax) + " octets");
+                                              std::to_string(kSubmissionKeyBytesMax) + " octets");
     for (const Submission& each : changes) {
         const auto* const report = std::get_if<Report>(&each);
         const std::string wrong = report == nullptr ? "" : whatIsWrong(report->alarm);

@@ -20,6 +20,8 @@ using Why = IntakeRefused::Why;
 constexpr const char* kSubject = "alarms";
 /// A full disk may have room again at any time.
 constexpr auto kWriteAgainAfter = 50ms;
+constexpr const char* kCannotWrite = "the EMS cannot write alarms to its disk now";
+constexpr std::size_t kBytesReadAtATime = 4 << 20;
 
 std::int64_t microsecondsNow() {
     return std::chrono::duration_cast<std::chrono::microseconds>(
@@ -29,6 +31,11 @@ std::int64_t microsecondsNow() {
 
 void refuse(Pending& pending, Why why, const std::string& sentence) {
     pending.result.set_exception(std::make_exception_ptr(IntakeRefused(why, sentence)));
+}
+
+/// The idempotency key of one record of a submission.
+std::string recordKey(const std::string& key, std::size_t index) {
+    return key + "/" + std::to_string(index);
 }
 
 bool isRaise(const Content& content) {
@@ -44,31 +51,33 @@ void ChangeWriter::begin(AlarmList list) {
     list_ = std::move(list);
 }
 
-void ChangeWriter::write(std::vector<PendingPtr> batch) {
-    while (!batch.empty()) {
-        std::vector<changelog::NewRecord> records;
-        std::vector<Written> written = encoded(std::move(batch), records);
-        batch.clear();
-        if (written.empty())
-            return;
+void ChangeWriter::write(std::vector<PendingPtr> pending) {
+    while (!pending.empty()) {
+        Batch batch = encoded(std::move(pending));
+        pending = std::move(batch.later);
+        if (batch.written.empty())
+            continue;
         try {
-            const std::vector<changelog::Appended> places = log_.append(records);
-            apply(written, places);
-            return;
+            const std::vector<changelog::Appended> places = log_.append(batch.records);
+            apply(batch.written, places);
+            continue;
         } catch (const std::exception& failure) {
             util::traceFrom(kSubject,
                             std::string("changes of alarms cannot be written: ") + failure.what());
         }
         // nothing of it is in the log
         const auto now = std::chrono::steady_clock::now();
-        for (Written& each : written) {
+        std::vector<PendingPtr> again;
+        for (Written& each : batch.written) {
             if (isHurried_ || now >= each.pending->deadline)
-                refuse(*each.pending, Why::Storage, "the EMS cannot write alarms to its disk now");
+                refuse(*each.pending, Why::Storage, kCannotWrite);
             else
-                batch.push_back(std::move(each.pending));
+                again.push_back(std::move(each.pending));
         }
-        if (!batch.empty())
+        if (!again.empty())
             std::this_thread::sleep_for(kWriteAgainAfter);
+        std::move(pending.begin(), pending.end(), std::back_inserter(again));
+        pending = std::move(again);
     }
 }
 
@@ -82,37 +91,79 @@ void ChangeWriter::refuseExpired(std::vector<PendingPtr>& batch) {
     });
 }
 
-std::vector<ChangeWriter::Written> ChangeWriter::encoded(
-    std::vector<PendingPtr> batch, std::vector<changelog::NewRecord>& records) {
-    std::vector<Written> written;
+ChangeWriter::Batch ChangeWriter::encoded(std::vector<PendingPtr> pending) {
+    Batch batch;
     std::set<AlarmId> raised;
-    for (PendingPtr& each : batch) {
+    for (PendingPtr& each : pending) {
+        if (!each->key.empty() && batch.keys.contains(each->key)) {
+            batch.later.push_back(std::move(each));
+            continue;
+        }
         try {
             if (isBehind_)
                 throw IntakeRefused(Why::Storage,
                                     "the list of alarms is incomplete until a restart");
-            checkRoom(each->changes, raised);
-            Written next;
-            std::vector<changelog::NewRecord> own;
-            for (std::size_t i = 0; i < each->changes.size(); ++i) {
-                next.changes.push_back({nextTime(), each->changes[i]});
-                own.push_back({each->key.empty() ? "" : each->key + "/" + std::to_string(i),
-                               encode(next.changes.back())});
-                if (own.back().content.size() > changelog::kContentBytesMax)
-                    throw IntakeRefused(
-                        Why::Invalid, "an alarm with its texts is larger than " +
-                                          std::to_string(changelog::kContentBytesMax) + " octets");
-            }
-            next.pending = std::move(each);
-            written.push_back(std::move(next));
-            std::move(own.begin(), own.end(), std::back_inserter(records));
+            if (each->key.empty() || !answerRepeat(*each))
+                add(each, raised, batch);
         } catch (const IntakeRefused& refused) {
             refuse(*each, refused.why(), refused.what());
+        } catch (const changelog::LogFailure& failure) {
+            util::traceFrom(kSubject, failure.what());
+            refuse(*each, Why::Storage, kCannotWrite);
         } catch (const std::exception& failure) {
             refuse(*each, Why::Invalid, failure.what());
         }
     }
-    return written;
+    return batch;
+}
+
+void ChangeWriter::add(PendingPtr& pending, std::set<AlarmId>& raised, Batch& batch) {
+    checkRoom(pending->changes, raised);
+    Written next;
+    std::vector<changelog::NewRecord> records;
+    for (std::size_t i = 0; i < pending->changes.size(); ++i) {
+        next.changes.push_back({nextTime(), pending->changes[i]});
+        records.push_back(
+            {pending->key.empty() ? "" : recordKey(pending->key, i), encode(next.changes.back())});
+        if (records.back().content.size() > changelog::kContentBytesMax)
+            throw IntakeRefused(Why::Invalid, "an alarm with its texts is larger than " +
+                                                  std::to_string(changelog::kContentBytesMax) +
+                                                  " octets");
+    }
+    if (!pending->key.empty())
+        batch.keys.insert(pending->key);
+    next.pending = std::move(pending);
+    batch.written.push_back(std::move(next));
+    std::move(records.begin(), records.end(), std::back_inserter(batch.records));
+}
+
+bool ChangeWriter::answerRepeat(Pending& pending) {
+    const std::size_t count = pending.changes.size();
+    const auto first = log_.find(recordKey(pending.key, 0));
+    if (!first)
+        return false;
+    // the records of a submission are consecutive
+    bool isSame = log_.find(recordKey(pending.key, count - 1)) == *first + count - 1 &&
+                  !log_.find(recordKey(pending.key, count));
+    std::vector<Result> results;
+    while (isSame && results.size() < count) {
+        const Position last = *first + results.size() - 1;
+        for (const changelog::Record& each :
+             log_.read(last, count - results.size(), kBytesReadAtATime)) {
+            const Change stored = decode(each.content);
+            isSame = isSame && encode({stored.at, pending.changes[results.size()]}) == each.content;
+            results.push_back({each.position, std::nullopt, false});
+        }
+        // a truncation may have removed them meanwhile
+        isSame = isSame && !results.empty() && results.back().position > last;
+    }
+    if (!isSame)
+        throw IntakeRefused(Why::Conflict, "the idempotency key \"" +
+                                               util::escaped(pending.key, kSubmissionKeyBytesMax) +
+                                               "\" was used with other alarms");
+    known_ += count;
+    pending.result.set_value(std::move(results));
+    return true;
 }
 
 void ChangeWriter::checkRoom(const std::vector<Content>& changes, std::set<AlarmId>& raised) const {

@@ -26,7 +26,7 @@ class ChangeWriter {
     void begin(AlarmList list) KELP_EXCLUDES(listMutex_);
     /// Write the submissions and answer them all. Waits while the log cannot be written, for each
     /// submission until its deadline. Does not throw.
-    void write(std::vector<PendingPtr> batch) KELP_EXCLUDES(listMutex_);
+    void write(std::vector<PendingPtr> pending) KELP_EXCLUDES(listMutex_);
     /// Refuse those submissions of the batch whose deadline has passed, because the channel accepts
     /// no events.
     static void refuseExpired(std::vector<PendingPtr>& batch);
@@ -47,9 +47,24 @@ class ChangeWriter {
         std::vector<Change> changes;
     };
 
-    std::vector<Written> encoded(std::vector<PendingPtr> batch,
-                                 std::vector<changelog::NewRecord>& records)
+    /// What is written in one step.
+    struct Batch {
+        std::vector<Written> written;
+        std::vector<changelog::NewRecord> records;
+        std::set<std::string> keys;
+        /// Submissions with a key that is written in this step: whether they are repeats is known
+        /// afterwards.
+        std::vector<PendingPtr> later;
+    };
+
+    /// Prepare submissions to be written. Answers those that are refused or repeated.
+    Batch encoded(std::vector<PendingPtr> pending) KELP_EXCLUDES(listMutex_);
+    /// Add a submission to the batch. Throws IntakeRefused.
+    void add(PendingPtr& pending, std::set<AlarmId>& raised, Batch& batch)
         KELP_EXCLUDES(listMutex_);
+    /// Answer a submission whose key is in the log. Returns false if it is not there. Throws
+    /// IntakeRefused if the key belongs to other changes.
+    bool answerRepeat(Pending& pending);
     /// Refuse a submission that would make the list too long. Adds the identities that it raises.
     void checkRoom(const std::vector<Content>& changes, std::set<AlarmId>& raised) const
         KELP_EXCLUDES(listMutex_);

@@ -48,6 +48,10 @@ std::vector<Appended> LogWriter::append(std::span<const NewRecord> records) {
     return results;
 }
 
+std::optional<Position> LogWriter::find(const std::string& key) {
+    return translated(settings_.file, [&] { return positionOf(key); });
+}
+
 bool LogWriter::removeBelow(Position position, std::size_t recordsMax) {
     const Position end = std::min(position, last_ + 1);
     const Position first = std::min(end, first_ + recordsMax);

@@ -21,6 +21,8 @@ class LogWriter {
     Position last() const { return last_; }
 
     std::vector<Appended> append(std::span<const NewRecord> records);
+    /// The position of the record with this key.
+    std::optional<Position> find(const std::string& key);
     /// Remove at most `recordsMax` of the records below `position`. Returns whether there are more.
     bool removeBelow(Position position, std::size_t recordsMax);
     Position mark(const std::string& name);

@@ -62,6 +62,11 @@ std::vector<Appended> SqliteLog::append(std::span<const NewRecord> records) {
     return results;
 }
 
+std::optional<Position> SqliteLog::find(const std::string& key) {
+    const util::MutexLock lock(writing_);
+    return writer_.find(key);
+}
+
 std::vector<Record> SqliteLog::read(Position after, std::size_t recordsMax, std::size_t bytesMax) {
     const util::MutexLock lock(reading_);
     return reader_.read(after, recordsMax, bytesMax);

@@ -22,6 +22,7 @@ class SqliteLog final : public ChangeLog {
     explicit SqliteLog(const SqliteLogSettings& settings);
 
     std::vector<Appended> append(std::span<const NewRecord> records) override;
+    std::optional<Position> find(const std::string& key) override;
     std::vector<Record> read(Position after, std::size_t recordsMax, std::size_t bytesMax) override;
     bool waitFor(Position after, std::chrono::milliseconds patience) override;
     Position first() override;

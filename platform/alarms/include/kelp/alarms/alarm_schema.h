@@ -8,14 +8,21 @@
 
 namespace kelp::alarms {
 
-/// Where a JSON value breaks the schema of an alarm (config/alarms.schema.json).
+/// Where a JSON value breaks the schema (config/alarms.schema.json).
 struct SchemaViolation {
     std::string path;  ///< a JSON pointer, such as "/affectedTPList/0/PTP"; empty: the whole value
     std::string what;  ///< a sentence
 };
 
-/// The innermost violation of the schema; nothing for a valid alarm. The schema holds types, names
+/// The definitions of the schema.
+enum class SchemaPart {
+    Alarm,
+    KeyedAlarms  ///< alarms with an idempotency key
+};
+
+/// The innermost violation of the schema; nothing for a valid value. The schema holds types, names
 /// and ranges; readAlarm() also checks what fields mean together. Any thread may call it.
-KELP_EXPORT std::optional<SchemaViolation> schemaViolation(const Json& alarm);
+KELP_EXPORT std::optional<SchemaViolation> schemaViolation(const Json& value,
+                                                           SchemaPart part = SchemaPart::Alarm);
 
 }  // namespace kelp::alarms

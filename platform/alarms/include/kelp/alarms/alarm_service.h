@@ -20,6 +20,9 @@ namespace kelp::alarms {
 /// What a caller may submit; AlarmService adds the time.
 using Submission = std::variant<Report, Acknowledge, NetworkChange>;
 
+/// Maximum length of an idempotency key in octets.
+inline constexpr std::size_t kSubmissionKeyBytesMax = 180;
+
 /// What has become of a submitted change.
 struct Result {
     Position position = 0;  ///< of its record
@@ -36,7 +39,8 @@ class KELP_EXPORT IntakeRefused : public std::runtime_error {
         Storage,   ///< the log cannot be written
         Stopping,  ///< the service ends
         Full,      ///< the list has as many active alarms as it may
-        Invalid    ///< a change is not valid; the sentence names the field
+        Invalid,   ///< a change is not valid; the sentence names the field
+        Conflict   ///< the idempotency key was used with other changes
     };
     IntakeRefused(Why why, const std::string& sentence) : std::runtime_error(sentence), why_(why) {}
     ~IntakeRefused() override;
@@ -109,8 +113,9 @@ class KELP_EXPORT AlarmService {
     void setSink(EventSink* sink);
 
     /// Submit changes, which stay together and in order. Returns when all are durable and applied.
-    /// With a key, a repeated submission has no effect: its changes are recognised by the key and
-    /// their place. A key has at most 180 octets. Throws IntakeRefused.
+    /// With a key, a repeated submission has no effect, also after a restart, as long as the log
+    /// has its records (`recordsKept`). A submission with the key of another one is refused. A key
+    /// has at most kSubmissionKeyBytesMax octets. Throws IntakeRefused.
     std::vector<Result> submit(std::vector<Submission> changes, const std::string& key = {});
 
     /// The list as it is now, which never changes.

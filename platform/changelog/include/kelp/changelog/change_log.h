@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -58,6 +59,9 @@ class KELP_EXPORT ChangeLog {
     /// the log has none of the records; but when the storage device failed and the machine then
     /// loses power before the next successful append, it may have all of them after the restart.
     virtual std::vector<Appended> append(std::span<const NewRecord> records) = 0;
+
+    /// The position of the record with this idempotency key; nothing if the log holds none.
+    virtual std::optional<Position> find(const std::string& key) = 0;
 
     /// Read the records above `after`, in order and without gaps: at most `recordsMax`, and at most
     /// `bytesMax` bytes of content, but at least one if there is one. Records that were truncated

@@ -33,7 +33,8 @@ class FollowingNms {
   public:
     explicit FollowingNms(Launch launch) : log_(launch.output), process_(launch) {}
 
-    /// An NMS that the host refuses at first ends. Once it is logged in, it comes back by itself.
+    /// An NMS that the host refuses at first ends. Once it is logged in, it comes back
+    /// automatically.
     bool waitUntilLoggedIn() { return log_.waitFor("logged in as"); }
     ChildProcess& process() { return process_; }
     std::string output() { return log_.text(); }

@@ -25,8 +25,8 @@ void Adapter::prepare(int object, const std::string& severity) {
         {"objectName", {{"EMS", "Kelp/EMS"}, {"ManagedElement", nameOf(object)}}},
         {"probableCause", "LOS"},
         {"perceivedSeverity", severity}};
-    last_ = nlohmann::json::array({alarm});
-    ++reports_;
+    last_ = {{"idempotencyKey", "report " + std::to_string(++reports_)},
+             {"alarms", nlohmann::json::array({alarm})}};
 }
 
 bool Adapter::report(int object, const std::string& severity) {

@@ -10,7 +10,6 @@ namespace kelp::snmp {
 namespace {
 
 using alarms::IntakeRefused;
-using Why = IntakeRefused::Why;
 
 void traceRefusal(const IntakeRefused& refused, std::size_t count) {
     util::TraceLine line;
@@ -22,26 +21,21 @@ void traceRefusal(const IntakeRefused& refused, std::size_t count) {
     util::traceLimited(std::move(line), "alarms of traps not accepted");
 }
 
-/// One of the alarms is refused for what it is, not for the state of the service.
-bool isAboutOneAlarm(const IntakeRefused& refused) {
-    return refused.why() == Why::Full || refused.why() == Why::Invalid;
-}
-
 /// Submit the alarms from `first` up to `end` together. False if they are refused; alarms of a
 /// refusal that is about one of them can be submitted alone.
-bool submitTogether(alarms::AlarmService& service, const std::vector<traps::Submission>& all,
+bool submitTogether(const alarms::Intake& intake, const std::vector<traps::Submission>& all,
                     std::size_t first, std::size_t end, bool& mayTryEach) {
-    std::vector<alarms::Submission> changes;
+    std::vector<alarms::Alarm> reports;
     for (std::size_t at = first; at < end; ++at)
-        changes.emplace_back(alarms::Report{all[at].alarm});
+        reports.push_back(all[at].alarm);
     try {
-        service.submit(std::move(changes), all[first].key);
+        intake.submit(std::move(reports), all[first].key);
         return true;
     } catch (const IntakeRefused& refused) {
         // an inform that repeats is accepted already, also when it is mapped in another way now
-        if (refused.why() == Why::Conflict)
+        if (refused.why() == IntakeRefused::Why::Conflict)
             return true;
-        mayTryEach = isAboutOneAlarm(refused) && end - first > 1;
+        mayTryEach = !refused.isTemporary() && end - first > 1;
         if (!mayTryEach)
             traceRefusal(refused, end - first);
         return false;
@@ -50,7 +44,7 @@ bool submitTogether(alarms::AlarmService& service, const std::vector<traps::Subm
 
 }  // namespace
 
-std::vector<bool> submitAlarms(alarms::AlarmService& service,
+std::vector<bool> submitAlarms(const alarms::Intake& intake,
                                const std::vector<traps::Submission>& all) {
     std::vector<bool> stored(all.size(), false);
     for (std::size_t first = 0; first < all.size();) {
@@ -58,11 +52,11 @@ std::vector<bool> submitAlarms(alarms::AlarmService& service,
         while (all[first].key.empty() && end < all.size() && all[end].key.empty())
             ++end;
         bool mayTryEach = false;
-        const bool areStored = submitTogether(service, all, first, end, mayTryEach);
+        const bool areStored = submitTogether(intake, all, first, end, mayTryEach);
         for (std::size_t at = first; at < end; ++at) {
             bool ignored = false;
             stored[at] =
-                areStored || (mayTryEach && submitTogether(service, all, at, at + 1, ignored));
+                areStored || (mayTryEach && submitTogether(intake, all, at, at + 1, ignored));
         }
         first = end;
     }

@@ -65,13 +65,6 @@ traps::ReceiverSettings readSettings() {
     return settings;
 }
 
-std::vector<bool> submit(const std::vector<traps::Submission>& all) {
-    const std::shared_ptr<alarms::AlarmService> service = alarms::sharedService();
-    if (!service)
-        throw std::runtime_error("there is no alarm list in this process");
-    return submitAlarms(*service, all);
-}
-
 }  // namespace
 
 /// The service object of the bundle kelp_snmp. It receives nothing unless [snmp] listen has an
@@ -83,7 +76,10 @@ class SnmpBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
     int init(int, char*[]) override {
         try {
             if (!NS_BUNDLEMGR1::ConfigStore::instance().texts("snmp.listen").empty())
-                receiver_.emplace(readSettings(), submit);
+                receiver_.emplace(readSettings(),
+                                  [this](const std::vector<traps::Submission>& all) {
+                                      return submitAlarms(intake_, all);
+                                  });
             counts_ = admin::Registry::instance().enter(
                 "GET", "/snmp", [this](const admin::Json&) { return counts(); });
         } catch (...) {
@@ -111,6 +107,7 @@ class SnmpBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
         return answer;
     }
 
+    const alarms::Intake intake_{"snmp"};
     std::optional<traps::Receiver> receiver_;
     admin::Registration counts_;
 };

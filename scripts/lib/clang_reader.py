@@ -12,7 +12,7 @@ import subprocess
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-PRODUCT = ("platform/", "agent/", "host/", "managers/", "tools/")
+PRODUCT = ("platform/", "agent/", "host/", "managers/", "tools/", "examples/adapter/")
 CACHE = os.path.join(os.environ.get("XDG_CACHE_HOME", os.path.expanduser("~/.cache")), "kelp-checks")
 
 # outcome: "read", "known" (nothing has changed since it was read without findings) or "left" for want of time

@@ -2,7 +2,7 @@
 
 #include <kelp/util/trace_log.h>
 
-#include <map>
+#include <optional>
 
 #include "json/alarm_fields.h"
 #include "json/json_values.h"
@@ -10,23 +10,6 @@
 namespace kelp::alarms {
 
 namespace {
-
-/// The object type that the last component of an object's name stands for (TMF 814 SD1-25).
-const std::map<std::string, ObjectType> kTypeOfName = {
-    {"EMS", ObjectType::Ems},
-    {"ManagedElement", ObjectType::ManagedElement},
-    {"MultiLayerSubnetwork", ObjectType::MultilayerSubnetwork},
-    {"TopologicalLink", ObjectType::TopologicalLink},
-    {"SubnetworkConnection", ObjectType::SubnetworkConnection},
-    {"PTP", ObjectType::PhysicalTerminationPoint},
-    {"CTP", ObjectType::ConnectionTerminationPoint},
-    {"TPPool", ObjectType::TerminationPointPool},
-    {"EquipmentHolder", ObjectType::EquipmentHolder},
-    {"Equipment", ObjectType::Equipment},
-    {"PGP", ObjectType::ProtectionGroup},
-    {"TrafficDescriptor", ObjectType::TrafficDescriptor},
-    {"AID", ObjectType::Aid},
-};
 
 void requireKeys(const Json& json) {
     for (const char* const key : {"objectName", "probableCause", "perceivedSeverity"}) {
@@ -46,11 +29,11 @@ void complete(Alarm& alarm, const Json& json) {
         alarm.nativeProbableCause = alarm.probableCause;
     if (json.contains("objectType"))
         return;
-    const auto known = kTypeOfName.find(component);
-    if (known == kTypeOfName.end())
+    const std::optional<ObjectType> known = objectTypeOf(alarm.objectName);
+    if (!known)
         throw WrongAlarm("objectType is missing, and a name that ends in \"" +
                          util::escaped(component, 100) + "\" does not tell it");
-    alarm.objectType = known->second;
+    alarm.objectType = *known;
 }
 
 }  // namespace

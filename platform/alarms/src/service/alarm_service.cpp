@@ -25,8 +25,6 @@ using Why = IntakeRefused::Why;
 constexpr const char* kSubject = "alarms";
 /// Changes that are written in one step. One step costs one wait for the disk.
 constexpr std::size_t kChangesAtATime = 2000;
-/// What one submission may hold: as many as the log takes in one step.
-constexpr std::size_t kSubmissionMax = 10'000;
 /// How often flapping alarms and the size of the log are checked.
 constexpr auto kRound = 500ms;
 /// What the channel takes at the stop.
@@ -53,8 +51,6 @@ void check(const std::vector<Submission>& changes, const std::string& key) {
 }
 
 }  // namespace
-
-IntakeRefused::~IntakeRefused() = default;
 
 struct AlarmService::State {
     State(const ServiceSettings& settingsOf, std::unique_ptr<changelog::ChangeLog> logOf)

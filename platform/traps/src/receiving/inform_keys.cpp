@@ -18,8 +18,8 @@ std::uint64_t hashOf(const std::string& text) {
 std::string contentKey(const Trap& inform) {
     const std::string content = std::to_string(inform.upTime) + " " +
                                 contentOfTrap(inform, std::numeric_limits<std::size_t>::max() / 2);
-    return "snmp/" + inform.address + "/" + inform.user + "/" + std::to_string(inform.requestId) +
-           "/" + std::to_string(hashOf(content));
+    return inform.address + "/" + inform.user + "/" + std::to_string(inform.requestId) + "/" +
+           std::to_string(hashOf(content));
 }
 
 }  // namespace

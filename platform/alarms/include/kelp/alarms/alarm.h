@@ -93,6 +93,10 @@ struct Alarm {
     bool operator==(const Alarm&) const = default;
 };
 
+/// The object type that the last component of an object's name stands for (TMF 814 SD1-25). Empty
+/// for an empty name, and for a component that stands for none.
+KELP_EXPORT std::optional<ObjectType> objectTypeOf(const Name& objectName);
+
 /// What the standard's rules for an alarm forbid, as one sentence that names the field; empty when
 /// there is nothing. Everything that enters the change log must pass: a name with a component, no
 /// text with a character of number 0, which CORBA cannot carry, no number that is not finite, a

@@ -2,6 +2,7 @@
 
 #include <kelp/alarms/alarm_list.h>
 #include <kelp/alarms/event_sink.h>
+#include <kelp/alarms/intake.h>
 #include <kelp/changelog/change_log.h>
 #include <kelp/util/export.h>
 
@@ -9,8 +10,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
@@ -22,36 +21,6 @@ using Submission = std::variant<Report, Acknowledge, NetworkChange>;
 
 /// Maximum length of an idempotency key in octets.
 inline constexpr std::size_t kSubmissionKeyBytesMax = 180;
-
-/// What has become of a submitted change.
-struct Result {
-    Position position = 0;  ///< of its record
-    /// Empty when a change with the same idempotency key was accepted earlier, at that position.
-    std::optional<Outcome> outcome;
-    bool hasEvent = false;  ///< an event with this position as notification id is sent
-};
-
-/// A submission was refused as a whole; nothing of it is in the log. One sentence.
-class KELP_EXPORT IntakeRefused : public std::runtime_error {
-  public:
-    enum class Why {
-        Busy,      ///< the backlog stayed full
-        Storage,   ///< the log cannot be written
-        Stopping,  ///< the service ends
-        Full,      ///< the list has as many active alarms as it may
-        Invalid,   ///< a change is not valid; the sentence names the field
-        Conflict   ///< the idempotency key was used with other changes
-    };
-    IntakeRefused(Why why, const std::string& sentence) : std::runtime_error(sentence), why_(why) {}
-    ~IntakeRefused() override;
-    IntakeRefused(const IntakeRefused&) = default;
-    IntakeRefused& operator=(const IntakeRefused&) = default;
-
-    Why why() const { return why_; }
-
-  private:
-    Why why_;
-};
 
 struct ServiceSettings {
     ListSettings list;
@@ -116,6 +85,7 @@ class KELP_EXPORT AlarmService {
     /// With a key, a repeated submission has no effect, also after a restart, as long as the log
     /// has its records (`recordsKept`). A submission with the key of another one is refused. A key
     /// has at most kSubmissionKeyBytesMax octets. Throws IntakeRefused.
+    /// Adapters use Intake instead.
     std::vector<Result> submit(std::vector<Submission> changes, const std::string& key = {});
 
     /// The list as it is now, which never changes.

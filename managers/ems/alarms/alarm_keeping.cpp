@@ -2,17 +2,23 @@
 
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/changelog/sqlite_log.h>
+#include <kelp/inventory/inventory.h>
 
 #include <chrono>
 #include <filesystem>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace kelp::ems {
 
 namespace {
 
 using NS_BUNDLEMGR1::ConfigStore;
+
+/// While more alarms are waiting for the disk or the channel, changes of the network wait for them.
+/// The channel takes this number in some milliseconds.
+constexpr std::size_t kWaitingMax = 20;
 
 std::filesystem::path configuredLog() {
     const std::string configured = ConfigStore::instance().text("alarms.log");
@@ -42,6 +48,22 @@ alarms::ServiceSettings settingsFor(const std::filesystem::path& log) {
     return settings;
 }
 
+/// `service` outlives the follower.
+std::unique_ptr<NetworkFollower> followerFor(alarms::AlarmService& service) {
+    NetworkFollower::Settings settings;
+    settings.inventory = inventory::configuredInventory();
+    settings.eventsPerSecond = number("alarms.network_event_rate");
+    NetworkFollower::Intake intake;
+    intake.submit = [&service](std::vector<alarms::Submission> changes, const std::string& key) {
+        service.submit(std::move(changes), key);
+    };
+    intake.isBusy = [&service] {
+        const alarms::ServiceCounts counts = service.counts();
+        return counts.backlog + counts.unsent > kWaitingMax;
+    };
+    return std::make_unique<NetworkFollower>(std::move(settings), std::move(intake));
+}
+
 }  // namespace
 
 void AlarmKeeping::start() {
@@ -53,9 +75,12 @@ void AlarmKeeping::start() {
     service_->setSink(&sink_);
     service_->start();
     alarms::shareService(service_);
+    follower_ = followerFor(*service_);
+    follower_->start();
 }
 
 void AlarmKeeping::stop() {
+    follower_.reset();
     if (!service_)
         return;
     alarms::shareService(nullptr);

@@ -476,6 +476,9 @@ std::vector<ConfigKey> serviceKeys() {
         integerKey("alarms", "intake_wait_ms", 2000, 100, 60000, restart,
                    "See intake_backlog. Also how long a report waits for a disk that fails. Keep "
                    "it shorter than the time-outs of the senders."),
+        integerKey("alarms", "network_event_rate", 200, 1, 5000, restart,
+                   "Maximum number of events a second about changes of the inventory, such as "
+                   "those of an import. Changes beyond it wait in the inventory's file."),
 
         textsKey("snmp", "listen", {}, {}, restart,
                  "Addresses and ports for SNMP traps and informs over UDP, as address:port or "

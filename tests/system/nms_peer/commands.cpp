@@ -66,6 +66,16 @@ std::string emsLabel(emsSession::EmsSession_I_ptr session) {
     return ems->userLabel.in();
 }
 
+void setEmsLabel(emsSession::EmsSession_I_ptr session, const std::string& label) {
+    common::Common_I_var manager;
+    session->getManager("EMS", manager.out());
+    globaldefs::NamingAttributes_T name;
+    name.length(1);
+    name[0].name = "EMS";
+    name[0].value = "Kelp/EMS";
+    manager->setUserLabel(name, label.c_str(), false);
+}
+
 /// Throws on any failure other than a missing object.
 std::string exists(emsSession::EmsSession_I_ptr session) {
     try {
@@ -193,6 +203,9 @@ std::string Commands::carryOut(const std::string& line) {
         return managerNames(nms(number()).session());
     } else if (command == "ems") {
         return emsLabel(nms(number()).session());
+    } else if (command == "label") {
+        PeerNms& one = nms(number());
+        setEmsLabel(one.session(), rest());
     } else if (command == "end") {
         nms(number()).session()->endSession();
     } else if (command == "has") {

@@ -66,7 +66,8 @@ class Connection {
     void logIn() {
         std::string password;
         std::ifstream file(options_.passwordFile);
-        std::getline(file, password);
+        if (!std::getline(file, password))
+            throw OutOfStep("the password file cannot be read");
         const CORBA::Object_var found = orb_->string_to_object(options_.factory.c_str());
         const auto factory = narrowed<emsSessionFactory::EmsSessionFactory_I>(found);
         const CORBA::Object_var own = activate(new Session(news_));
@@ -211,7 +212,7 @@ void run(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, const Options& options
             connection.read();
             pause = 1s;
             connection.follow(end);
-        } catch (const OutOfStep& reason) {
+        } catch (const std::exception& reason) {
             std::cerr << "out of step: " << reason.what() << std::endl;
         } catch (const globaldefs::ProcessingFailureException& refused) {
             std::cerr << "out of step: " << refused.errorReason.in() << std::endl;

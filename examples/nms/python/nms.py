@@ -246,7 +246,7 @@ def run(orb, poa, options):
             report(f"out of step: {reason}")
         except globaldefs.ProcessingFailureException as refused:
             report(f"out of step: {refused.exceptionType}: {refused.errorReason}")
-        except CORBA.Exception as failure:
+        except (CORBA.Exception, OSError, LookupError, ValueError) as failure:
             report(f"out of step: {failure}")
         time.sleep(pause)
         pause = min(2 * pause, 30.0)

@@ -3,7 +3,6 @@ package nms;
 import globaldefs.ProcessingFailureException;
 import java.io.IOException;
 import org.omg.CORBA.ORB;
-import org.omg.CORBA.SystemException;
 import org.omg.CORBA.UserException;
 import org.omg.PortableServer.POA;
 import org.omg.PortableServer.POAHelper;
@@ -31,7 +30,7 @@ final class Nms {
                 System.err.println("out of step: " + refused.errorReason);
             } catch (OutOfStep reason) {
                 System.err.println("out of step: " + reason.getMessage());
-            } catch (SystemException | UserException | IOException failure) {
+            } catch (RuntimeException | UserException | IOException failure) {
                 System.err.println("out of step: " + failure);
             }
             Thread.sleep(pause);

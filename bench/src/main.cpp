@@ -55,9 +55,9 @@ int main(int argc, char** argv) {
         raiseOpenFilesLimit();
         const Report report = measureAll(*options);
         if (options->json)
-            printJson(report, std::cout);
+            printAsJson(report, std::cout);
         else
-            printTable(report, std::cout);
+            printAsTable(report, std::cout);
     } catch (const globaldefs::ProcessingFailureException& failure) {
         std::cerr << "session_bench: the product refuses: " << failure.errorReason.in() << '\n';
         return kFailed;

@@ -56,13 +56,21 @@ Product::Product(const ProductSettings& settings) {
             KELPCTL, {"--config", config, "user", "add", kUser, "--password-file", password})) != 0)
         throw std::runtime_error("kelpctl did not add the user: " +
                                  test::contentOf(scratch_ / "log"));
-    process_.emplace(launch(KELPD, {"--config", config}));
+    start();
 }
 
 Product::~Product() {
     process_->signal(SIGTERM);
     if (process_->waitExit(kStopPatience) != 0)
         std::cerr << "kelpd did not stop in order\n";
+}
+
+void Product::kill() {
+    process_->kill();
+}
+
+void Product::start() {
+    process_.emplace(launch(KELPD, {"--config", (scratch_ / "kelp.toml").string()}));
 }
 
 std::string Product::factoryReference() const {

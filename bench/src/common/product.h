@@ -37,10 +37,17 @@ class Product {
     Product(const Product&) = delete;
     Product& operator=(const Product&) = delete;
 
+    /// End it with SIGKILL. Its files stay.
+    void kill();
+    /// Start it again after kill(), with the same settings.
+    void start();
+
     pid_t pid() const { return process_->pid(); }
     std::uint16_t port() const { return port_.port(); }
     /// The reference of the session factory, with its persistent key.
     std::string factoryReference() const;
+    /// The socket of the operator's interface.
+    std::filesystem::path adminSocket() const { return scratch_ / "state" / "kelp" / "admin.sock"; }
 
   private:
     test::Launch launch(const std::filesystem::path& program,

@@ -93,7 +93,7 @@ void Report::add(std::vector<Figure> more) {
     std::move(more.begin(), more.end(), std::back_inserter(figures));
 }
 
-void printTable(const Report& report, std::ostream& out) {
+void printAsTable(const Report& report, std::ostream& out) {
     std::vector<std::vector<std::string>> rows = {
         {"figure", "measured", "beside it", "ratio (quartiles)", "aim", ""}};
     for (const Figure& figure : report.figures)
@@ -117,7 +117,7 @@ void printTable(const Report& report, std::ostream& out) {
                        report.loadBefore, report.loadAfter);
 }
 
-void printJson(const Report& report, std::ostream& out) {
+void printAsJson(const Report& report, std::ostream& out) {
     nlohmann::ordered_json json = {{"machine", report.machine},
                                    {"load_before", report.loadBefore},
                                    {"load_after", report.loadAfter},

@@ -51,8 +51,8 @@ struct Report {
     void add(std::vector<Figure> more);
 };
 
-void printTable(const Report& report, std::ostream& out);
-void printJson(const Report& report, std::ostream& out);
+void printAsTable(const Report& report, std::ostream& out);
+void printAsJson(const Report& report, std::ostream& out);
 
 /// Return processor model, cores and memory of this machine as text.
 std::string machineInWords();

@@ -98,9 +98,9 @@ int main(int argc, char** argv) {
     try {
         const Report report = measureAll(*options);
         if (options->json)
-            printJson(report, std::cout);
+            printAsJson(report, std::cout);
         else
-            printTable(report, std::cout);
+            printAsTable(report, std::cout);
         const bool isAnyMissed =
             std::any_of(report.figures.begin(), report.figures.end(),
                         [](const Figure& each) { return each.met() == false; });

@@ -56,9 +56,9 @@ int main(int argc, char** argv) {
             report.add(measureDelays(options));
         report.loadAfter = loadOfMachine();
         if (options.json)
-            printJson(report, std::cout);
+            printAsJson(report, std::cout);
         else
-            printTable(report, std::cout);
+            printAsTable(report, std::cout);
     } catch (const std::exception& failure) {
         std::cerr << "notify_bench: " << failure.what() << '\n';
         return 1;

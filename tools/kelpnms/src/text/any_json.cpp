@@ -3,6 +3,10 @@
 #include <kelp/orb/dyn_any.h>
 #include <mtnm/globaldefs.h>
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace kelp::nms {
 
 namespace {
@@ -94,10 +98,50 @@ Json jsonOf(DynamicAny::DynAny_ptr dyn) {
     }
 }
 
+Json jsonOf(const globaldefs::NVSList_T& pairs) {
+    Json list = Json::array();
+    for (CORBA::ULong i = 0; i < pairs.length(); ++i)
+        list.push_back({{"name", pairs[i].name.in()}, {"value", pairs[i].value.in()}});
+    return withoutNameValuePairs(std::move(list));
+}
+
+/// Convert the types of nearly all fields of an event. A DynAny takes many times as long. Returns
+/// none for any other type.
+std::optional<Json> jsonOfFrequent(const CORBA::Any& any) {
+    const CORBA::TypeCode_var type = any.type();
+    const char* text = nullptr;
+    CORBA::Boolean flag = false;
+    CORBA::Short number = 0;
+    const globaldefs::NVSList_T* pairs = nullptr;
+    switch (type->kind()) {
+        case CORBA::tk_string:
+            if (any >>= text)
+                return Json(std::string(text));
+            break;
+        case CORBA::tk_boolean:
+            if (any >>= CORBA::Any::to_boolean(flag))
+                return Json(static_cast<bool>(flag));
+            break;
+        case CORBA::tk_short:
+            if (any >>= number)
+                return Json(number);
+            break;
+        case CORBA::tk_alias:
+            if (any >>= pairs)
+                return jsonOf(*pairs);
+            break;
+        default:
+            break;
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 Json asJson(const CORBA::Any& any) {
     try {
+        if (std::optional<Json> json = jsonOfFrequent(any))
+            return *std::move(json);
         const DynAny_var dyn = kelp::orb::dynAnyOf(any);
         Json json = jsonOf(dyn.in());
         dyn->destroy();

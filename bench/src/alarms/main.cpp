@@ -33,6 +33,8 @@ Report measureAll(const AlarmOptions& options, const std::string& only) {
         report.add(measureLatency(client, options));
     if (only.empty() || only == "restart")
         report.add(measureRestart(client, options));
+    if (only.empty() || only == "list")
+        report.add(measureList(client, options));
     report.loadAfter = loadOfMachine();
     return report;
 }
@@ -48,8 +50,8 @@ int main(int argc, char** argv) {
     app.footer("Examples:\n  alarm_bench\n  alarm_bench --quick\n  alarm_bench --only latency");
     app.add_flag("--json", options.json, "The result as JSON");
     app.add_flag("--quick", quick, "A few seconds of each, to see that it runs");
-    app.add_option("--only", only, "Measure this only: sustained, latency or restart")
-        ->check(CLI::IsMember({"sustained", "latency", "restart"}));
+    app.add_option("--only", only, "Measure this only: sustained, latency, restart or list")
+        ->check(CLI::IsMember({"sustained", "latency", "restart", "list"}));
     app.add_option("--consumers", options.consumers, "Number of NMS")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
@@ -64,6 +66,7 @@ int main(int argc, char** argv) {
         options.sustained = options.latency = std::chrono::seconds(5);
         options.active = 10'000;
         options.restarts = 1;
+        options.listRounds = 2;
     }
     try {
         raiseOpenFilesLimit();

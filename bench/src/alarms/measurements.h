@@ -21,6 +21,7 @@ struct AlarmOptions {
     std::chrono::seconds latency{30};
     std::size_t active = 100'000;  ///< active alarms at the restart and in the list
     std::size_t restarts = 3;
+    std::size_t listRounds = 9;  ///< readings of the list, each from both servers
     bool json = false;
 };
 
@@ -32,5 +33,9 @@ std::vector<Figure> measureLatency(nms::NmsClient& client, const AlarmOptions& o
 /// Measure the time from the start of a host that was killed until it has served a log-in. Throws
 /// std::runtime_error if a log-in is served before the list is complete.
 std::vector<Figure> measureRestart(nms::NmsClient& client, const AlarmOptions& options);
+
+/// Measure reading the list of active alarms by an iterator, compared with a bare servant that has
+/// the same events in memory. Throws std::runtime_error if they do not give the same batches.
+std::vector<Figure> measureList(nms::NmsClient& client, const AlarmOptions& options);
 
 }  // namespace kelp::bench

@@ -4,34 +4,10 @@ namespace kelp::bench {
 
 namespace {
 
-constexpr CORBA::ULong kBatch = 1000;
-
-/// Put a whole list into one sequence: `first` has its first entries and `rest` returns the others.
-template <class Sequence, class Iterator>
-KeptList<Sequence> wholeList(const Sequence& first, Iterator* rest) {
-    const bool isMore = !CORBA::is_nil(rest);
-    const CORBA::ULong length = first.length() + (isMore ? rest->getLength() : 0);
-    auto all = std::make_unique<Sequence>(length);
-    all->length(length);
-    CORBA::ULong at = 0;
-    const auto append = [&](const Sequence& some) {
-        for (CORBA::ULong i = 0; i < some.length(); ++i)
-            (*all)[at++] = some[i];
-    };
-    append(first);
-    for (bool goOn = isMore; goOn;) {
-        typename Sequence::_var_type batch;
-        goOn = rest->next_n(kBatch, batch.out());
-        append(batch.in());
-    }
-    all->length(at);
-    return KeptList<Sequence>(std::move(all));
-}
-
 FloorLists::Elements elementsAt(managedElementManager::ManagedElementMgr_I_ptr product) {
     managedElement::ManagedElementList_T_var first;
     managedElement::ManagedElementIterator_I_var rest;
-    product->getAllManagedElements(kBatch, first.out(), rest.out());
+    product->getAllManagedElements(kUploadBatch, first.out(), rest.out());
     return wholeList(first.in(), rest.in());
 }
 
@@ -40,7 +16,7 @@ FloorLists::Ports portsAt(managedElementManager::ManagedElementMgr_I_ptr product
     const transmissionParameters::LayerRateList_T anyRate;
     terminationPoint::TerminationPointList_T_var first;
     terminationPoint::TerminationPointIterator_I_var rest;
-    product->getAllPTPs(element, anyRate, anyRate, kBatch, first.out(), rest.out());
+    product->getAllPTPs(element, anyRate, anyRate, kUploadBatch, first.out(), rest.out());
     return wholeList(first.in(), rest.in());
 }
 

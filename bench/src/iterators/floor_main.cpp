@@ -16,6 +16,7 @@
 #include <string>
 
 #include "common/bare_orb.h"
+#include "iterators/floor_iterator.h"
 #include "iterators/floor_lists.h"
 
 namespace {
@@ -33,41 +34,6 @@ class RefusingManager : public virtual POA_managedElementManager::ManagedElement
 #undef MANAGER_OPERATION
 };
 
-/// An iterator. Only one NMS at a time may read from it.
-template <class Skeleton, class Sequence, class SequenceOut>
-class FloorIterator final : public Skeleton {
-  public:
-    FloorIterator(PortableServer::POA_ptr poa, KeptList<Sequence>& list, CORBA::ULong from,
-                  Giving giving)
-        : poa_(PortableServer::POA::_duplicate(poa)),
-          list_(list),
-          from_(from),
-          at_(from),
-          giving_(giving) {}
-
-    CORBA::Boolean next_n(CORBA::ULong howMany, SequenceOut some) override {
-        Sequence* const part = list_.part(at_, howMany, giving_);
-        some = part;
-        at_ += part->length();
-        if (at_ < list_.length())
-            return true;
-        destroy();
-        return false;
-    }
-    CORBA::ULong getLength() override { return list_.length() - from_; }
-    void destroy() override {
-        const PortableServer::ObjectId_var id = poa_->servant_to_id(this);
-        poa_->deactivate_object(id.in());
-    }
-
-  private:
-    const PortableServer::POA_var poa_;
-    KeptList<Sequence>& list_;
-    const CORBA::ULong from_;
-    CORBA::ULong at_;
-    const Giving giving_;
-};
-
 using ElementIterator =
     FloorIterator<POA_managedElement::ManagedElementIterator_I,
                   managedElement::ManagedElementList_T, managedElement::ManagedElementList_T_out>;
@@ -83,7 +49,8 @@ class FloorManager final : public RefusingManager {
     void getAllManagedElements(CORBA::ULong howMany, managedElement::ManagedElementList_T_out some,
                                managedElement::ManagedElementIterator_I_out rest) override {
         rest = managedElement::ManagedElementIterator_I::_nil();
-        const CORBA::Object_var made = give<ElementIterator>(lists_.elements(), howMany, some);
+        const CORBA::Object_var made =
+            giveList<ElementIterator>(poa_.in(), lists_.elements(), howMany, giving_, some);
         if (!CORBA::is_nil(made.in()))
             rest = managedElement::ManagedElementIterator_I::_unchecked_narrow(made.in());
     }
@@ -93,25 +60,13 @@ class FloorManager final : public RefusingManager {
                     terminationPoint::TerminationPointList_T_out some,
                     terminationPoint::TerminationPointIterator_I_out rest) override {
         rest = terminationPoint::TerminationPointIterator_I::_nil();
-        const CORBA::Object_var made = give<PortIterator>(lists_.portsOf(element), howMany, some);
+        const CORBA::Object_var made =
+            giveList<PortIterator>(poa_.in(), lists_.portsOf(element), howMany, giving_, some);
         if (!CORBA::is_nil(made.in()))
             rest = terminationPoint::TerminationPointIterator_I::_unchecked_narrow(made.in());
     }
 
   private:
-    /// Return the first entries, and an iterator for the rest; nil when there is no rest.
-    template <class Iterator, class Sequence, class SequenceOut>
-    CORBA::Object_ptr give(KeptList<Sequence>& list, CORBA::ULong howMany, SequenceOut& some) {
-        Sequence* const part = list.part(0, howMany, giving_);
-        some = part;
-        if (part->length() == list.length())
-            return CORBA::Object::_nil();
-        auto* const made = new Iterator(poa_.in(), list, part->length(), giving_);
-        const PortableServer::ServantBase_var owned = made;
-        const PortableServer::ObjectId_var id = poa_->activate_object(made);
-        return poa_->id_to_reference(id.in());
-    }
-
     const PortableServer::POA_var poa_;
     FloorLists& lists_;
     const Giving giving_;

@@ -48,15 +48,16 @@ class PowerCutDisk {
     void cutAfter(std::uint64_t operations) { left_ = static_cast<std::int64_t>(operations); }
     bool isCut() const { return left_ < 0; }
 
+    /// While true, each sync fails. Some of the writes since the last sync are then on the disk,
+    /// and some are lost: a later sync does not repeat them.
+    void failSyncs(bool fails) { syncsFail_ = fails; }
+
     /// Switch the power on again. Call it when no file is open. The files then have what the cut
     /// has left of them.
     void restore() {
         const std::lock_guard lock(mutex_);
-        // all writes since the last sync, none of them, or some
-        const std::uint64_t kept = std::uniform_int_distribution<std::uint64_t>(0, 4)(random_);
         for (auto& [path, image] : images_) {
-            for (const Write& write : image.unsynced)
-                applyByChance(write, kept, image.synced);
+            loseSome(image);
             std::ofstream(path, std::ios::binary | std::ios::trunc) << image.synced;
             std::filesystem::remove(path + "-shm");
         }
@@ -114,6 +115,13 @@ class PowerCutDisk {
                 apply({false, write.offset + at, write.octets.substr(at, end - at)}, content);
             at = end;
         }
+    }
+    /// All writes since the last sync are on the disk, none of them, or some.
+    void loseSome(Image& image) {
+        const std::uint64_t kept = std::uniform_int_distribution<std::uint64_t>(0, 4)(random_);
+        for (const Write& write : image.unsynced)
+            applyByChance(write, kept, image.synced);
+        image.unsynced.clear();
     }
     /// Count an operation. False when there is no power for it.
     bool hasPower() {
@@ -191,6 +199,10 @@ class PowerCutDisk {
         const std::lock_guard lock(self.disk->mutex_);
         if (!self.disk->hasPower())
             return SQLITE_IOERR_FSYNC;
+        if (self.disk->syncsFail_) {
+            self.disk->loseSome(*self.image);
+            return SQLITE_IOERR_FSYNC;
+        }
         for (const Write& write : self.image->unsynced)
             apply(write, self.image->synced);
         self.image->unsynced.clear();
@@ -267,6 +279,7 @@ class PowerCutDisk {
     std::mutex mutex_;
     std::map<std::string, Image> images_;
     std::atomic<std::int64_t> left_{kForever};
+    std::atomic<bool> syncsFail_{false};
     std::mt19937_64 random_;
 };
 

@@ -28,6 +28,12 @@ std::string configuredLayout(const std::string& time) {
     throw RequestError(what, RequestError::kBadRequest, path);
 }
 
+/// The path of the field that a sentence of readAlarm() begins with; empty for another sentence.
+std::string fieldIn(const std::string& sentence, const Json& alarm) {
+    const std::string key = sentence.substr(0, sentence.find(' '));
+    return alarm.is_object() && alarm.contains(key) ? "/" + key : "";
+}
+
 /// The schema finds where in the alarm the error is; the sentence is readAlarm()'s.
 alarms::Alarm readReported(const Json& json, const std::string& path) {
     const auto violation = alarms::schemaViolation(json);
@@ -37,7 +43,8 @@ alarms::Alarm readReported(const Json& json, const std::string& path) {
             refuseAlarm(violation->what, path + violation->path);
         return alarm;
     } catch (const alarms::WrongAlarm& wrong) {
-        refuseAlarm(wrong.what(), path + (violation ? violation->path : ""));
+        refuseAlarm(wrong.what(),
+                    path + (violation ? violation->path : fieldIn(wrong.what(), json)));
     }
 }
 

@@ -470,9 +470,11 @@ std::vector<ConfigKey> serviceKeys() {
                    "counted until none has arrived for flap_quiet_s. Then the difference is sent."),
         secondsKey("alarms", "flap_window_s", 60, restart, "See flap_raises."),
         secondsKey("alarms", "flap_quiet_s", 60, restart, "See flap_raises."),
-        integerKey("alarms", "intake_backlog", 20000, 100, 1000000, restart,
-                   "Maximum number of reports that wait for the disk. A report for which there is "
-                   "no room waits, and is refused after intake_wait_ms."),
+        integerKey(
+            "alarms", "intake_backlog", 20000, 100, 1000000, restart,
+            "Maximum number of reports that wait for the disk; they also have at most 64 MiB "
+            "in all. A report for which there is no room waits, and is refused after "
+            "intake_wait_ms."),
         integerKey("alarms", "intake_wait_ms", 2000, 100, 60000, restart,
                    "See intake_backlog. Also how long a report waits for a disk that fails. Keep "
                    "it shorter than the time-outs of the senders."),

@@ -229,6 +229,10 @@ TEST_F(AlarmIntake, ErrorsInARequestWithAKeyNameThePath) {
     const Json good = Json::array({alarmOf(1)});
     EXPECT_THAT(pathOf({{"idempotencyKey", "k"}, {"alarms", {alarmOf(1), wrong}}}),
                 StartsWith("/alarms/1/layerRate: alarm 2 of 2: layerRate must be"));
+    Json large = alarmOf(2);
+    large["additionalText"] = std::string(1'000'000, 'x');
+    EXPECT_THAT(pathOf(Json::array({alarmOf(1), large})),
+                StartsWith("/1/additionalText: alarm 2 of 2: additionalText is too long"));
     EXPECT_THAT(pathOf({{"idempotencyKey", 7}, {"alarms", good}}),
                 StartsWith("/idempotencyKey: idempotencyKey must be as in"));
     EXPECT_THAT(pathOf({{"idempotencyKey", ""}, {"alarms", good}}),

@@ -182,6 +182,77 @@ TEST_F(Intake, WaitsForRoomAndThenRefuses) {
     EXPECT_EQ(service().counts().refused, 1u);
 }
 
+TEST_F(Intake, WaitsForRoomInOctetsAndThenRefuses) {
+    faults_.beforeAppend = [this] { latch_.pass(); };
+    settings_.backlogBytesMax = 1'000'000;
+    settings_.patience = 200ms;
+    start();
+    const auto large = [](int element) {
+        alarms::Report report = raise(element);
+        report.alarm.additionalText.assign(400'000, 'x');
+        return report;
+    };
+    std::vector<std::future<alarms::Result>> accepted;
+    accepted.push_back(std::async(std::launch::async, [&] { return submitOne(raise(0)); }));
+    ASSERT_TRUE(waitUntil([&] {
+        const auto counts = service().counts();
+        return counts.submitted == 1 && counts.backlog == 0;
+    }));
+    for (int i = 1; i <= 2; ++i)
+        accepted.push_back(std::async(std::launch::async, [&, i] { return submitOne(large(i)); }));
+    ASSERT_TRUE(waitUntil([&] { return service().counts().backlog == 2; }));
+    EXPECT_EQ(whyRefused([&] { submitOne(large(9)); }), IntakeRefused::Why::Busy);
+    accepted.push_back(std::async(std::launch::async, [&] { return submitOne(raise(3)); }));
+    ASSERT_TRUE(waitUntil([&] { return service().counts().backlog == 3; }))
+        << "a small one has room still";
+    latch_.open();
+    for (auto& each : accepted)
+        EXPECT_EQ(each.get().outcome, Outcome::Raised);
+    EXPECT_EQ(active().size(), 4u);
+}
+
+TEST_F(Intake, NamesTheFieldOfAnAlarmThatIsTooLong) {
+    start();
+    const auto before = log().last();
+    const auto sentenceOf = [&](const alarms::Submission& wrong) -> std::string {
+        try {
+            service().submit({raise(1), wrong});
+        } catch (const IntakeRefused& refused) {
+            EXPECT_EQ(refused.why(), IntakeRefused::Why::Invalid);
+            return refused.what();
+        }
+        return "accepted";
+    };
+    const std::string begins = " is too long: the ";
+    alarms::Report large = raise(2);
+    large.alarm.additionalText.assign(alarms::kAlarmBytesMax, 'x');
+    EXPECT_EQ(sentenceOf(large).rfind("additionalText" + begins + "alarm has ", 0), 0u);
+    large = raise(2);
+    large.alarm.affectedTPList.assign(10'000, large.alarm.objectName);
+    EXPECT_EQ(sentenceOf(large).rfind("affectedTPList" + begins, 0), 0u);
+    const alarms::Acknowledge longNote{alarms::identityOf(alarmOf(1)), true, "ann",
+                                       std::string(2 << 20, 'x')};
+    EXPECT_EQ(sentenceOf(longNote).rfind("notepad" + begins + "change has ", 0), 0u);
+    EXPECT_EQ(log().last(), before) << "nothing was written";
+}
+
+TEST_F(Intake, ARecordHasRoomForTheLargestAlarm) {
+    start();
+    alarms::Report large = raise(2);
+    large.alarm.additionalText.assign(alarms::kAlarmBytesMax - alarms::memoryOf(large.alarm),
+                                      '\xff');
+    EXPECT_EQ(submitOne(large).outcome, Outcome::Raised);
+    large.alarm.additionalText.clear();
+    large.alarm.monitoredAttributes.emplace();
+    for (int i = 0; i < 1000; ++i)
+        large.alarm.monitoredAttributes->emplace_back(std::to_string(i), std::string(900, 'x'));
+    EXPECT_EQ(submitOne(large).outcome, Outcome::Changed);
+    // many small texts
+    large.alarm.monitoredAttributes.reset();
+    large.alarm.x733AdditionalInfo.assign((alarms::kAlarmBytesMax - 2000) / 88, {{"", ""}});
+    EXPECT_EQ(submitOne(large).outcome, Outcome::Changed);
+}
+
 TEST_F(Intake, RefusesWhenTheDiskFailsForLong) {
     settings_.patience = 100ms;
     start();

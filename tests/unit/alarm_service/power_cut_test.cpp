@@ -74,6 +74,13 @@ class PowerCutOfService : public testing::TestWithParam<std::uint64_t> {
         settings_.recordsPerSave = 20;
         settings_.recordsKept = 10;
     }
+    /// The elements with active alarms.
+    static std::set<std::string> activeOf(const alarms::AlarmService& service) {
+        std::set<std::string> elements;
+        for (const alarms::Entry& each : service.state()->read())
+            elements.insert(each->alarm.nativeEMSName);
+        return elements;
+    }
     std::unique_ptr<alarms::AlarmService> start() {
         auto service = std::make_unique<alarms::AlarmService>(
             settings_,
@@ -122,6 +129,34 @@ TEST_P(PowerCutOfService, LosesNeitherAChangeNorAnEventForWhichSubmitReturned) {
             return std::includes(all.begin(), all.end(), ids.begin(), ids.end());
         })) << "an event is missing";
     }
+}
+
+TEST_P(PowerCutOfService, ADiskThatCannotSyncRefusesAndLosesNothing) {
+    SCOPED_TRACE("seed " + std::to_string(GetParam()));
+    // no list is saved meanwhile
+    settings_.recordsPerSave = 1'000'000;
+    settings_.patience = std::chrono::milliseconds(100);
+    const std::set<std::string> before = {"1", "2", "3", "4", "5"};
+    const std::set<std::string> after = {"1", "2", "3", "4", "5", "7"};
+    {
+        const auto service = start();
+        for (int i = 1; i <= 5; ++i)
+            service->submit({raise(i)});
+        disk_.failSyncs(true);
+        try {
+            service->submit({raise(6)});
+            ADD_FAILURE() << "it is accepted";
+        } catch (const alarms::IntakeRefused& refused) {
+            EXPECT_EQ(refused.why(), alarms::IntakeRefused::Why::Storage);
+        }
+        EXPECT_EQ(activeOf(*service), before);
+        disk_.failSyncs(false);
+        service->submit({raise(7)});
+        EXPECT_EQ(activeOf(*service), after);
+        disk_.cutAfter(0);
+    }
+    disk_.restore();
+    EXPECT_EQ(activeOf(*start()), after);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, PowerCutOfService, testing::Range<std::uint64_t>(1, 9));

@@ -45,9 +45,10 @@ Alarm readAlarm(const Json& json, const TimeLayout& neTimeLayout) {
     readFields(alarm, json, neTimeLayout);
     requireKeys(json);
     complete(alarm, json);
-    const std::string wrong = whatIsWrong(alarm);
-    if (!wrong.empty())
-        throw WrongAlarm(wrong);
+    for (const std::string& wrong : {whatIsWrong(alarm), whatIsTooLong(alarm)}) {
+        if (!wrong.empty())
+            throw WrongAlarm(wrong);
+    }
     return alarm;
 }
 

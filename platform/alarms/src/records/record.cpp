@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <stdexcept>
 
 #include "kelp/alarms/change.h"
@@ -50,6 +51,20 @@ Json recordOf(const NetworkChange& change) {
               {"content", change.content}}}};
 }
 
+/// The key of the member that needs the most octets.
+std::string largestMember(const Json& object) {
+    std::string largest;
+    std::size_t octetsMax = 0;
+    for (const auto& [key, value] : object.items()) {
+        std::string octets;
+        appendCbor(octets, value);
+        if (octets.size() > octetsMax)
+            largest = key;
+        octetsMax = std::max(octetsMax, octets.size());
+    }
+    return largest;
+}
+
 /// The number of a name among `names`. Throws DamagedRecord.
 template <class Names>
 std::size_t numberOf(const std::string& name, const Names& names) {
@@ -90,8 +105,9 @@ std::string encode(const Change& change) {
     std::string record;
     appendCbor(record, json);
     if (record.size() > kRecordBytesMax)
-        throw std::invalid_argument("the change is larger than " + std::to_string(kRecordBytesMax) +
-                                    " octets");
+        throw std::invalid_argument(largestMember(json.back()) + " is too long: the change has " +
+                                    std::to_string(record.size()) + " octets, and may have " +
+                                    std::to_string(kRecordBytesMax));
     return record;
 }
 

@@ -24,7 +24,7 @@ using Why = IntakeRefused::Why;
 
 constexpr const char* kSubject = "alarms";
 /// Changes that are written in one step. One step costs one wait for the disk.
-constexpr std::size_t kChangesAtATime = 2000;
+constexpr IntakeQueue::Amount kAtATime{2000, 8 << 20};
 /// How often flapping alarms and the size of the log are checked.
 constexpr auto kRound = 500ms;
 /// What the channel takes at the stop.
@@ -44,9 +44,13 @@ void check(const std::vector<Submission>& changes, const std::string& key) {
                                               std::to_string(kSubmissionKeyBytesMax) + " octets");
     for (const Submission& each : changes) {
         const auto* const report = std::get_if<Report>(&each);
-        const std::string wrong = report == nullptr ? "" : whatIsWrong(report->alarm);
-        if (!wrong.empty())
-            throw IntakeRefused(Why::Invalid, wrong);
+        if (report == nullptr)
+            continue;
+        for (const std::string& wrong :
+             {whatIsWrong(report->alarm), whatIsTooLong(report->alarm)}) {
+            if (!wrong.empty())
+                throw IntakeRefused(Why::Invalid, wrong);
+        }
     }
 }
 
@@ -67,7 +71,7 @@ struct AlarmService::State {
     const std::unique_ptr<changelog::ChangeLog> log;
     SavedLists savedLists;
     HandOver handOver{*log};
-    IntakeQueue intake{settings.backlogMax};
+    IntakeQueue intake{{settings.backlogMax, settings.backlogBytesMax}};
     ChangeWriter writer{settings, *log, handOver};
     std::atomic<std::uint64_t> submitted{0};
     std::atomic<std::uint64_t> refused{0};
@@ -141,7 +145,7 @@ std::vector<Result> AlarmService::submit(std::vector<Submission> changes, const 
         pending->key = key;
         pending->deadline = std::chrono::steady_clock::now() + s.settings.patience;
         for (Submission& each : changes)
-            pending->changes.push_back(contentOf(std::move(each)));
+            pending->add(contentOf(std::move(each)));
         std::future<std::vector<Result>> result = pending->result.get_future();
         s.intake.push(std::move(pending));
         return result.get();
@@ -171,8 +175,7 @@ ServiceCounts AlarmService::counts() const {
 }
 
 void AlarmService::State::writeUntilClosed() {
-    for (auto batch = intake.take(kChangesAtATime); !batch.empty();
-         batch = intake.take(kChangesAtATime)) {
+    for (auto batch = intake.take(kAtATime); !batch.empty(); batch = intake.take(kAtATime)) {
         // the oldest submission has the first deadline
         while (!batch.empty() && !handOver.waitForRoom(settings.unsentMax, batch.front()->deadline))
             ChangeWriter::refuseExpired(batch);
@@ -208,7 +211,7 @@ void AlarmService::State::settleQuietOnes() {
     auto pending = std::make_unique<Pending>();
     for (AlarmId& each : writer.quietFlapping(now)) {
         if (pending->changes.size() < kSubmissionMax)
-            pending->changes.push_back(Settle{std::move(each)});
+            pending->add(Settle{std::move(each)});
     }
     if (pending->changes.empty())
         return;

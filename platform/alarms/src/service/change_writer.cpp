@@ -33,6 +33,8 @@ void refuse(Pending& pending, Why why, const std::string& sentence) {
     pending.result.set_exception(std::make_exception_ptr(IntakeRefused(why, sentence)));
 }
 
+static_assert(kRecordBytesMax == changelog::kContentBytesMax);
+
 /// The idempotency key of one record of a submission.
 std::string recordKey(const std::string& key, std::size_t index) {
     return key + "/" + std::to_string(index);
@@ -125,10 +127,6 @@ void ChangeWriter::add(PendingPtr& pending, std::set<AlarmId>& raised, Batch& ba
         next.changes.push_back({nextTime(), pending->changes[i]});
         records.push_back(
             {pending->key.empty() ? "" : recordKey(pending->key, i), encode(next.changes.back())});
-        if (records.back().content.size() > changelog::kContentBytesMax)
-            throw IntakeRefused(Why::Invalid, "an alarm with its texts is larger than " +
-                                                  std::to_string(changelog::kContentBytesMax) +
-                                                  " octets");
     }
     if (!pending->key.empty())
         batch.keys.insert(pending->key);

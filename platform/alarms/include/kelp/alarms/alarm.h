@@ -104,7 +104,16 @@ KELP_EXPORT std::optional<ObjectType> objectTypeOf(const Name& objectName);
 /// the status is BACKED_UP.
 KELP_EXPORT std::string whatIsWrong(const Alarm& alarm);
 
-/// About how many octets of memory an alarm uses. Counts each text and each member of a list.
+// About how many octets of memory a value uses: each text, and each member of a list.
+KELP_EXPORT std::size_t memoryOf(const Name& name);
 KELP_EXPORT std::size_t memoryOf(const Alarm& alarm);
+
+/// Maximum size of an alarm by memoryOf(). A record of the change log, which takes 1 MiB, has room
+/// for it: a text needs fewer octets there.
+inline constexpr std::size_t kAlarmBytesMax = 1'000'000;
+
+/// One sentence that begins with the longest field when the alarm is larger than kAlarmBytesMax;
+/// otherwise empty.
+KELP_EXPORT std::string whatIsTooLong(const Alarm& alarm);
 
 }  // namespace kelp::alarms

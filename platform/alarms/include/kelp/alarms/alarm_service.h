@@ -27,6 +27,8 @@ struct ServiceSettings {
     std::size_t activeMax = 200'000;
     /// Changes that wait to be written. A storm of 20,000 is written within seconds.
     std::size_t backlogMax = 20'000;
+    /// Their size by memoryOf(). 20,000 usual alarms have half of it; larger ones fill it earlier.
+    std::size_t backlogBytesMax = 64 << 20;
     /// How long a submission waits for room in the backlog, or for a disk that fails. Shorter than
     /// the time-outs of senders.
     std::chrono::milliseconds patience{2000};

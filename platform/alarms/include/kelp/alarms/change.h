@@ -66,12 +66,13 @@ class KELP_EXPORT DamagedRecord : public std::runtime_error {
     DamagedRecord& operator=(const DamagedRecord&) = default;
 };
 
-/// Maximum size of a record in octets. An alarm that the operator's interface accepts is smaller,
-/// and reading a record of this size takes some milliseconds.
-inline constexpr std::size_t kRecordBytesMax = 4 << 20;
+/// Maximum size of a record in octets: what the change log takes. Reading a record of this size
+/// takes some milliseconds. An alarm of at most kAlarmBytesMax fits.
+inline constexpr std::size_t kRecordBytesMax = 1 << 20;
 
 /// Write a change as the content of a record: CBOR with a version number. Throws
-/// std::invalid_argument when the record would be longer than kRecordBytesMax.
+/// std::invalid_argument when the record would be longer than kRecordBytesMax; the sentence begins
+/// with the longest member.
 KELP_EXPORT std::string encode(const Change& change);
 
 /// Read the content of a record. Throws DamagedRecord for anything that encode() does not write.

@@ -23,6 +23,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl user list --json
   kelpctl --config ./kelp.toml user disable nms1
   kelpctl alarm raise --object ManagedElement=NE-1 --severity major --probable-cause LOS
+  kelpctl alarm list --severity critical,major
   kelpctl storm --rate 200 --count 5000
   kelpctl oplog --since 2h --outcome failed
   kelpctl audit verify

@@ -144,6 +144,8 @@ class Nms {
         mustRead_ = end.readAgain;
         repeats_ += end.readAgain ? 1 : 0;
     }
+    bool isConnected() const { return isConnected_; }
+    /// Whether nothing is missing: what it shows must be the list.
     bool isDone() const {
         return isConnected_ && !isReading_ && !mustRead_ && !view_.wantsRead() &&
                !view_.isUncertain() && next_ == ems_.sent.size();
@@ -222,11 +224,13 @@ unsigned endsWithTheList(const AlarmView::Settings& settings) {
     Ems ems;
     Nms nms(ems, settings);
     nms.connect(0);
-    for (const Step& step : history)
+    for (const Step& step : history) {
         take(step, ems, nms);
+        if (nms.isDone())
+            RC_ASSERT(nms.shown() == rowsOf(ems));
+    }
     // the EMS stands still; the NMS connects if it is not, reads, and gets what is on the way
-    if (std::any_of(history.begin(), history.end(),
-                    [](const Step& step) { return step.kind == Step::Kind::Lose; }))
+    if (!nms.isConnected())
         nms.connect(0);
     for (int i = 0; !nms.isDone() && i < 1000; ++i) {
         nms.deliver(1);

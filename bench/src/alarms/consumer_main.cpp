@@ -22,6 +22,9 @@ namespace {
 
 using namespace kelp::bench;
 
+/// Events in a push at most. Without a pacing interval the EMS does not wait for a full batch.
+constexpr CORBA::Long kBatchMax = 50;
+
 class Batches final : public POA_CosNotifyComm::SequencePushConsumer {
   public:
     explicit Batches(EventTally& tally) : tally_(tally) {}
@@ -52,6 +55,12 @@ void connect(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, Batches& consumer,
         admin->obtain_notification_push_supplier(SEQUENCE_EVENT, proxyId);
     const SequenceProxyPushSupplier_var proxy =
         SequenceProxyPushSupplier::_narrow(proxyObject.in());
+    // the standard's default is a batch of one event
+    CosNotification::QoSProperties qos(1);
+    qos.length(1);
+    qos[0].name = CORBA::string_dup(CosNotification::MaximumBatchSize);
+    qos[0].value <<= kBatchMax;
+    proxy->set_qos(qos);
     proxy->connect_sequence_push_consumer(reference.in());
 }
 

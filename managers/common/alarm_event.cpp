@@ -1,6 +1,7 @@
 #include "common/alarm_event.h"
 
 #include <kelp/agent/time_change.h>
+#include <kelp/bundlemgr/config_store.h>
 #include <mtnm/globaldefs.h>
 #include <mtnm/notifications.h>
 
@@ -121,6 +122,14 @@ class Fields {
     CORBA::ULong used_ = 0;
 };
 
+/// The time of the element. If it gave none, NMS get that of the EMS, as the hand-over to the
+/// channel would fill it in: an entry of a list has the fields of the live event.
+const std::string& neTimeOf(const Alarm& alarm, const std::string& emsTime) {
+    const bool isFilled = alarm.neTime.empty() &&
+                          NS_BUNDLEMGR1::ConfigStore::instance().flag("notification.fill_ne_time");
+    return isFilled ? emsTime : alarm.neTime;
+}
+
 void addX733(Fields& fields, const Alarm& alarm) {
     fields.with("X.733::EventType", alarm.eventType)
         .with("X.733::SpecificProblems", alarm.specificProblems)
@@ -152,7 +161,7 @@ void fillAlarmEvent(CosNotification::StructuredEvent& event, const Alarm& alarm,
         .with("objectType", alarm.objectType)
         .with("objectTypeQualifier", alarm.objectTypeQualifier)
         .with("emsTime", emsTime)
-        .with("neTime", alarm.neTime)
+        .with("neTime", neTimeOf(alarm, emsTime))
         .with("isClearable", alarm.isClearable)
         .with("layerRate", alarm.layerRate)
         .with("probableCause", alarm.probableCause)

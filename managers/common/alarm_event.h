@@ -11,6 +11,7 @@ namespace kelp::managers {
 /// Fill `event` with the alarm as an NT_ALARM (TMF 814), with its fields in the standard's order.
 /// Optional fields are always present, except those that only X.733 alarms may carry:
 /// BackedUpStatus, BackUpObject, TrendIndication, CorrelatedNotifications and MonitoredAttributes.
+/// A missing `neTime` is `emsTime`, unless [notification] fill_ne_time is off.
 /// The event is filled in place, because copying an Any needs an ORB.
 void fillAlarmEvent(CosNotification::StructuredEvent& event, const alarms::Alarm& alarm,
                     const std::string& notificationId, const std::string& emsTime);

@@ -3,6 +3,7 @@
 #include "common/alarm_event.h"
 
 #include <gtest/gtest.h>
+#include <kelp/bundlemgr/config_store.h>
 #include <mtnm/globaldefs.h>
 #include <mtnm/notifications.h>
 
@@ -92,6 +93,17 @@ TEST_F(AlarmEvent, HasTheHeaderOfAnAlarm) {
     EXPECT_EQ(body->kind(), CORBA::tk_null);
 }
 
+TEST_F(AlarmEvent, HasNoTimeOfTheElementIfThatGaveNoneAndNoneIsFilledIn) {
+    auto& config = NS_BUNDLEMGR1::ConfigStore::instance();
+    ASSERT_TRUE(config.loadText("[notification]\nfill_ne_time = false\n", "test.toml").empty());
+    const CosNotification::Property& time = eventOf(test::smallestAlarm()).filterable_data[7];
+    config.reset();
+    const char* text = nullptr;
+    EXPECT_STREQ(time.name.in(), "neTime");
+    ASSERT_TRUE(time.value >>= text);
+    EXPECT_STREQ(text, "");
+}
+
 TEST_F(AlarmEvent, OfTheSmallestAlarmHasEveryFieldOfAnAlarm) {
     eventOf(test::smallestAlarm());
     expectText("notificationId", "1732");
@@ -102,7 +114,7 @@ TEST_F(AlarmEvent, OfTheSmallestAlarmHasEveryFieldOfAnAlarm) {
                notifications::OT_PHYSICAL_TERMINATION_POINT);
     expectText("objectTypeQualifier", "");
     expectText("emsTime", "20240105030406.0Z");
-    expectText("neTime", "");
+    expectText("neTime", "20240105030406.0Z");
     expectFlag("isClearable", true);
     expectShort("layerRate", 1);
     expectText("probableCause", "LOS");

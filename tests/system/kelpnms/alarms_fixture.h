@@ -22,8 +22,7 @@ class AlarmsFixture : public KelpnmsTest {
     }
     void raise(const std::string& element, const std::string& severity,
                const std::vector<std::string>& more = {}) {
-        std::vector<std::string> arguments = {"alarm",  "raise",     "--severity",
-                                              severity, "--ne-time", "20240105030405.0Z"};
+        std::vector<std::string> arguments = {"alarm", "raise", "--severity", severity};
         arguments.insert(arguments.end(), more.begin(), more.end());
         kelpctl(arguments, element);
     }

@@ -35,7 +35,8 @@ class KelpnmsAlarms : public AlarmsFixture {
 TEST_F(KelpnmsAlarms, ListHasEveryFieldAndIsSorted) {
     startHost();
     raise("NE-1", "minor", {"--text", "old"});
-    raise("NE-2", "critical", {"--text", "the fibre is out", "--info", "ticket=17"});
+    raise("NE-2", "critical",
+          {"--text", "the fibre is out", "--info", "ticket=17", "--ne-time", "20240105030405.0Z"});
     raise("NE-3", "minor", {"--text", "new"});
     raise("NE-4", "warning");
     clear("NE-4");

@@ -38,6 +38,15 @@ bool adoptOwner(const Descriptor& made, const fs::path& folder) {
            ::fchownat(made.get(), "", status.st_uid, status.st_gid, AT_EMPTY_PATH) == 0;
 }
 
+/// Whether this process may use an existing file. The file is not opened: when a descriptor of a
+/// file is closed, the process loses all locks (fcntl) that it has on that file, and SQLite relies
+/// on them.
+int problemOfUse(const fs::path& file, const struct stat& status) {
+    if (S_ISDIR(status.st_mode))
+        return EISDIR;
+    return ::faccessat(AT_FDCWD, file.c_str(), R_OK | W_OK, AT_EACCESS) == 0 ? 0 : errno;
+}
+
 int makeOneFolder(const fs::path& folder) {
     if (::mkdir(folder.c_str(), kFolderMode) != 0)
         return errno == EEXIST ? 0 : errno;
@@ -101,7 +110,13 @@ Descriptor openPrivateFile(const fs::path& file, int flags, std::string& problem
 }
 
 std::string makePrivateFile(const fs::path& file) {
-    std::string problem;
+    std::string problem = problemOfTrust(file);
+    struct stat status {};
+    if (problem.empty() && ::lstat(file.c_str(), &status) == 0) {
+        const int error = problemOfUse(file, status);
+        return error == 0 ? "" : "cannot be opened: " + errorText(error);
+    }
+    // also when its folder cannot be searched, to say so
     const Descriptor made = openPrivateFile(file, 0, problem);
     return made.isOpen() ? "" : problem;
 }

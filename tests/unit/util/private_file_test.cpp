@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <kelp/util/private_file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/child.h"
@@ -60,6 +61,27 @@ TEST_F(PrivateFile, ExistingFileIsLeftUnchanged) {
     EXPECT_EQ(makePrivateFile(folder / "file"), "");
     EXPECT_EQ(contentOf(folder / "file"), "content");
     EXPECT_EQ(modeOfPath(folder / "file"), 0640u);
+}
+
+TEST_F(PrivateFile, LocksOnAnExistingFileAreKept) {
+    std::string problem;
+    const util::Descriptor mine = openPrivateFile(folder / "file", 0, problem);
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    ASSERT_EQ(::fcntl(mine.get(), F_SETLK, &whole), 0);
+    EXPECT_EQ(makePrivateFile(folder / "file"), "");
+    const pid_t other = ::fork();
+    if (other == 0)
+        ::_exit(::fcntl(mine.get(), F_SETLK, &whole) == 0 ? 1 : 0);
+    int status = -1;
+    ASSERT_EQ(::waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 0) << "another process could lock the file";
+}
+
+TEST_F(PrivateFile, FolderInItsPlaceIsRefused) {
+    ASSERT_EQ(::mkdir((folder / "file").c_str(), 0700), 0);
+    EXPECT_THAT(makePrivateFile(folder / "file"), StartsWith("cannot be opened: "));
 }
 
 TEST_F(PrivateFile, FileThatOthersCanWriteIsRefused) {

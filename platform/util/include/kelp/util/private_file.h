@@ -18,7 +18,8 @@ namespace kelp::util {
 KELP_EXPORT Descriptor openPrivateFile(const std::filesystem::path& file, int flags,
                                        std::string& problem);
 
-/// The same for a file that somebody else opens. Returns what went wrong, without the file's name;
+/// The same for a file that somebody else opens. An existing file is not opened, so the locks that
+/// this process has on it are kept. Returns what went wrong, without the file's name;
 /// empty: nothing.
 [[nodiscard]] KELP_EXPORT std::string makePrivateFile(const std::filesystem::path& file);
 

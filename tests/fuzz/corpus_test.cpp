@@ -24,10 +24,15 @@ void PrintTo(const Target& target, std::ostream* out) {
 }
 
 constexpr Target kTargets[] = {
-    {"arguments", fuzzArguments}, {"configuration", fuzzConfiguration},
-    {"framing", fuzzFraming},     {"naming", fuzzNaming},
-    {"networks", fuzzNetworks},   {"peer_address", fuzzPeerAddress},
-    {"reference", fuzzReference}, {"tagged_text", fuzzTaggedText},
+    {"alarm_record", fuzzAlarmRecord},
+    {"arguments", fuzzArguments},
+    {"configuration", fuzzConfiguration},
+    {"framing", fuzzFraming},
+    {"naming", fuzzNaming},
+    {"networks", fuzzNetworks},
+    {"peer_address", fuzzPeerAddress},
+    {"reference", fuzzReference},
+    {"tagged_text", fuzzTaggedText},
     {"time_text", fuzzTimeText},
 };
 

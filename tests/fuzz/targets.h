@@ -26,6 +26,8 @@ inline std::string textOf(Input input) {
     return {input.begin(), input.end()};
 }
 
+/// The content of a record of the alarms' change log.
+void fuzzAlarmRecord(Input input);
 /// The encoded parameters of a request. Three octets before them select the byte order and version,
 /// the operation, and a fragment.
 void fuzzArguments(Input input);

@@ -70,7 +70,7 @@ class AlarmListCommands : public KelpctlTest {
         registry_.enter("GET", "/alarms/history", parameters_,
                         [this](const Request& request) { return answer(request); });
     const admin::Registration one_ =
-        registry_.enter("GET", "/alarms/*", {}, [this](const Request& request) -> Json {
+        registry_.enter("GET", "/alarms/*", {}, [](const Request& request) -> Json {
             if (request.item != "17")
                 throw admin::RequestError("no such alarm", admin::RequestError::kNotFound);
             return {{"position", "99"}, {"isActive", true}, {"alarm", alarm()}};

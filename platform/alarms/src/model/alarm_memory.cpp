@@ -9,7 +9,7 @@ namespace kelp::alarms {
 namespace {
 
 std::size_t memoryIn(const std::string& text) {
-    return sizeof text + text.size();
+    return sizeof(std::string) + text.size();
 }
 std::size_t memoryIn(const Alarm::Value& value) {
     const auto* const text = std::get_if<std::string>(&value);

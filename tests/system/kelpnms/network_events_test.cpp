@@ -4,8 +4,10 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 
 #include "harness/nms_process.h"
@@ -61,6 +63,27 @@ class KelpnmsNetworkEvents : public KelpnmsNetworkTest {
                 events.push_back(json);
         }
         return events;
+    }
+    /// The lists of names and values in `json` in the order of the names: they are sets.
+    static void sortLists(Json& json) {
+        if (!json.is_structured())
+            return;
+        for (Json& each : json)
+            sortLists(each);
+        if (json.is_array() && !json.empty() && json[0].contains("name"))
+            std::sort(json.begin(), json.end(), [](const Json& one, const Json& other) {
+                return one["name"].dump() < other["name"].dump();
+            });
+    }
+    static std::vector<std::string> entriesIn(const std::filesystem::path& dump) {
+        std::vector<std::string> entries;
+        for (const std::string& line : linesOf(contentOf(dump))) {
+            Json entry = Json::parse(line);
+            sortLists(entry);
+            entries.push_back(entry.dump());
+        }
+        std::sort(entries.begin(), entries.end());
+        return entries;
     }
     bool areAbout(const std::string& object, std::size_t count) {
         return eventually([&] {
@@ -149,6 +172,49 @@ TEST_F(KelpnmsNetworkEvents, AlarmsPassALargeImport) {
               0);
     ASSERT_TRUE(log_.waitFor("\"NT_ALARM\"")) << output();
     EXPECT_GT(waiting(), 0) << "the import was over too soon to show anything";
+    nms.signal(SIGTERM);
+    EXPECT_EQ(nms.waitExit(), 0) << output();
+}
+
+TEST_F(KelpnmsNetworkEvents, FollowedDumpEqualsAFreshOne) {
+    startHostWithSample();
+    const std::filesystem::path file = scratch_ / "followed.jsonl";
+    std::vector<std::string> differences;
+    const auto equalsAFreshDump = [&] {
+        const std::filesystem::path fresh = scratch_ / "fresh.jsonl";
+        LogFile log(scratch_ / "fresh.log");
+        EXPECT_EQ(runToEnd({KELPNMS, commandLine({"dump", fresh.string()}), {}, log.file(), false}),
+                  0)
+            << log.text();
+        const std::vector<std::string> followed = entriesIn(file);
+        const std::vector<std::string> expected = entriesIn(fresh);
+        differences.clear();
+        std::set_symmetric_difference(followed.begin(), followed.end(), expected.begin(),
+                                      expected.end(), std::back_inserter(differences));
+        return differences.empty();
+    };
+    ChildProcess nms(launch({"--timeout", "5", "dump", "--follow", file.string()}));
+    ASSERT_TRUE(log_.waitFor("following the changes")) << output();
+    import(elements(3) + R"({"object":"TerminationPoint","ManagedElement":"NE-1","PTP":"p1",)"
+                         R"("transmissionParams":{"47":{"Trace":"x"}}})"
+                         "\n");
+    import(R"({"object":"ManagedElement","ManagedElement":"Southport","productName":"other",)"
+           R"("communicationState":"CS_UNAVAILABLE","additionalInfo":{"a":"1","Manufacturer":"M"}})"
+           "\n"
+           R"({"object":"EMS","userLabel":"all of it"})");
+    ASSERT_TRUE(allAreLogged());
+    EXPECT_TRUE(eventually(equalsAFreshDump)) << testing::PrintToString(differences) << output();
+    EXPECT_EQ(log_.count("following the changes"), 1u) << "the events alone did it: " << output();
+
+    host_.process().kill();
+    ASSERT_TRUE(log_.waitFor("the connection is lost")) << output();
+    import(elements(2), {"--replace"});
+    host_.start();
+    ASSERT_TRUE(log_.waitFor("following the changes", 2)) << output();
+    EXPECT_TRUE(eventually(equalsAFreshDump)) << testing::PrintToString(differences) << output();
+    import(elements(3), {"--replace"});
+    ASSERT_TRUE(allAreLogged());
+    EXPECT_TRUE(eventually(equalsAFreshDump)) << testing::PrintToString(differences) << output();
     nms.signal(SIGTERM);
     EXPECT_EQ(nms.waitExit(), 0) << output();
 }

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "dumps/follow_dump.h"
 #include "upload/list_options.h"
 #include "upload/network_dump.h"
 #include "upload/network_lists.h"
@@ -31,6 +32,9 @@ With FILE, the lines are written to FILE.partial, which is renamed to FILE when 
 short, FILE.partial contains complete elements only, and standard error names the element to go on with. This command
 goes on with FILE.partial:
   kelpnms ... dump network.jsonl --from NE-4711
+
+With --follow, FILE is replaced as a whole whenever the network has changed, at most once a second. New objects follow
+the others of their kind. After a loss of events or of the connection, the network is dumped again. Ctrl-C ends it.
 
 Without FILE, the output of a command with --from follows the lines that were written before. Some lines of that
 element may have been written already; standard error says how many.)";
@@ -72,6 +76,8 @@ int list(const CommandContext& context, ListKind kind, ListOptions options) {
 }
 
 int dump(const CommandContext& context, const DumpOptions& options) {
+    if (options.follow)
+        return followDump(context, options);
     return upload(context, "entries", [&options](WalkProgress& progress) {
         return std::make_shared<NetworkDump>(options, progress);
     });
@@ -128,10 +134,16 @@ void addDumpCommand(CLI::App& app, SelectedCommand& selected) {
     CLI::App* command =
         app.add_subcommand("dump", "Log in and write the whole network as JSON lines");
     addBatch(*command, options->batch);
-    command->add_option("FILE", options->file, "File to write; default: standard output");
+    CLI::Option* file =
+        command->add_option("FILE", options->file, "File to write; default: standard output");
     addFrom(*command, options->from,
             "Begin with the equipment and ports of this element, to go on with a dump that was cut "
             "short");
+    command
+        ->add_flag("--follow", options->follow,
+                   "Stay logged in and keep FILE current through the events of the EMS")
+        ->needs(file)
+        ->excludes("--from");
     command->footer(kDumpFooter);
     command->callback([&selected, options] {
         selected = {true,

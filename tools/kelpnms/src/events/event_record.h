@@ -11,6 +11,9 @@ namespace kelp::nms {
 struct EventRecord {
     std::string type;
     nlohmann::ordered_json fields = nlohmann::ordered_json::object();
+    /// What a change of the network is about, in the form of a dump: "name", and "object" with the
+    /// created object or "attributes" with the list of changed ones. Null for other events.
+    nlohmann::ordered_json change = nullptr;
 };
 
 /// Return the text of a field. Empty if there is no text field of that name.

@@ -15,26 +15,30 @@ using DynamicAny::DynAny_var;
 using Json = nlohmann::ordered_json;
 
 /// Texts are copied as the peer wrote them. Invalid UTF-8 is replaced when the JSON is written.
-Json jsonOf(DynamicAny::DynAny_ptr dyn);
+/// How a list of names and text values is written.
+enum class Pairs { AsObject, AsList };
 
-Json elementsOf(DynamicAny::DynAny_ptr dyn) {
+Json jsonOf(DynamicAny::DynAny_ptr dyn, Pairs pairs);
+Json jsonOfAny(const CORBA::Any& any, Pairs pairs);
+
+Json elementsOf(DynamicAny::DynAny_ptr dyn, Pairs pairs) {
     Json list = Json::array();
     for (CORBA::ULong i = 0; i < dyn->component_count(); ++i) {
         dyn->seek(static_cast<CORBA::Long>(i));
         const DynAny_var element = dyn->current_component();
-        list.push_back(jsonOf(element.in()));
+        list.push_back(jsonOf(element.in(), pairs));
     }
     return list;
 }
 
-Json membersOf(DynamicAny::DynAny_ptr dyn) {
+Json membersOf(DynamicAny::DynAny_ptr dyn, Pairs pairs) {
     const DynamicAny::DynStruct_var structure = DynamicAny::DynStruct::_narrow(dyn);
     Json object = Json::object();
     structure->rewind();
     for (CORBA::ULong i = 0; i < structure->component_count(); ++i, structure->next()) {
         const CORBA::String_var name = structure->current_member_name();
         const DynAny_var member = structure->current_component();
-        object[name.in()] = jsonOf(member.in());
+        object[name.in()] = jsonOf(member.in(), pairs);
     }
     return object;
 }
@@ -52,7 +56,7 @@ Json withoutNameValuePairs(Json list) {
     return list.empty() ? list : object;
 }
 
-Json jsonOf(DynamicAny::DynAny_ptr dyn) {
+Json jsonOf(DynamicAny::DynAny_ptr dyn, Pairs pairs) {
     CORBA::TypeCode_var type = dyn->type();
     while (type->kind() == CORBA::tk_alias)
         type = type->content_type();
@@ -86,12 +90,13 @@ Json jsonOf(DynamicAny::DynAny_ptr dyn) {
         }
         case CORBA::tk_sequence:
         case CORBA::tk_array:
-            return withoutNameValuePairs(elementsOf(dyn));
+            return pairs == Pairs::AsObject ? withoutNameValuePairs(elementsOf(dyn, pairs))
+                                            : elementsOf(dyn, pairs);
         case CORBA::tk_struct:
-            return membersOf(dyn);
+            return membersOf(dyn, pairs);
         case CORBA::tk_any: {
             const CORBA::Any_var inner = dyn->get_any();
-            return asJson(inner.in());
+            return jsonOfAny(inner.in(), pairs);
         }
         default:
             return nullptr;
@@ -136,19 +141,29 @@ std::optional<Json> jsonOfFrequent(const CORBA::Any& any) {
     return std::nullopt;
 }
 
-}  // namespace
-
-Json asJson(const CORBA::Any& any) {
+Json jsonOfAny(const CORBA::Any& any, Pairs pairs) {
     try {
-        if (std::optional<Json> json = jsonOfFrequent(any))
-            return *std::move(json);
+        if (pairs == Pairs::AsObject) {
+            if (std::optional<Json> json = jsonOfFrequent(any))
+                return *std::move(json);
+        }
         const DynAny_var dyn = kelp::orb::dynAnyOf(any);
-        Json json = jsonOf(dyn.in());
+        Json json = jsonOf(dyn.in(), pairs);
         dyn->destroy();
         return json;
     } catch (const CORBA::Exception&) {
         return nullptr;  // a value that cannot be decoded
     }
+}
+
+}  // namespace
+
+Json asJson(const CORBA::Any& any) {
+    return jsonOfAny(any, Pairs::AsObject);
+}
+
+Json asWholeJson(const CORBA::Any& any) {
+    return jsonOfAny(any, Pairs::AsList);
 }
 
 }  // namespace kelp::nms

@@ -10,4 +10,7 @@ namespace kelp::nms {
 /// becomes null.
 nlohmann::ordered_json asJson(const CORBA::Any& any);
 
+/// The same, but a list of names and text values stays a list of {"name", "value"}, as in a dump.
+nlohmann::ordered_json asWholeJson(const CORBA::Any& any);
+
 }  // namespace kelp::nms

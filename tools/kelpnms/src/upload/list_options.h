@@ -22,6 +22,7 @@ struct DumpOptions {
     std::uint32_t batch = 1000;       ///< the how_many of every call
     std::optional<std::string> from;  ///< begin with the equipment and ports of this element
     std::string file;                 ///< the file to write; empty: standard output
+    bool follow = false;              ///< keep the file current
 };
 
 }  // namespace kelp::nms

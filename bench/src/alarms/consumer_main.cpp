@@ -5,7 +5,9 @@
 //     reset    forget the events received so far; answers "ok"
 //     report   answers "<events> <repeated or out of order> <p50 ns> <p99 ns>"
 //
-//     alarm_bench_consumer <reference of the channel>
+//     alarm_bench_consumer decoding|raw <reference of the channel>
+//
+// "decoding" is a servant of an ORB. "raw" reads the octets only; see RawConsumer.
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <cos/CosNotifyComm.h>
@@ -14,9 +16,11 @@
 #include <kelp/orb/references.h>
 
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "alarms/event_tally.h"
+#include "alarms/raw_consumer.h"
 
 namespace {
 
@@ -40,13 +44,11 @@ class Batches final : public POA_CosNotifyComm::SequencePushConsumer {
     EventTally& tally_;
 };
 
-void connect(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, Batches& consumer,
-             const std::string& channelReference) {
+void connect(CORBA::ORB_ptr orb, const std::string& consumer, const std::string& channelReference) {
     using namespace CosNotifyChannelAdmin;
-    const PortableServer::ObjectId_var id = poa->activate_object(&consumer);
-    const CORBA::Object_var object = poa->id_to_reference(id.in());
+    const CORBA::Object_var object = orb->string_to_object(consumer.c_str());
     const CosNotifyComm::SequencePushConsumer_var reference =
-        CosNotifyComm::SequencePushConsumer::_narrow(object.in());
+        CosNotifyComm::SequencePushConsumer::_unchecked_narrow(object.in());
     const CORBA::Object_var channelObject = kelp::orb::toReference(orb, channelReference);
     const EventChannel_var channel = EventChannel::_narrow(channelObject.in());
     const ConsumerAdmin_var admin = channel->default_consumer_admin();
@@ -64,7 +66,14 @@ void connect(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, Batches& consumer,
     proxy->connect_sequence_push_consumer(reference.in());
 }
 
-void serve(const std::string& channel) {
+std::string activated(CORBA::ORB_ptr orb, PortableServer::POA_ptr poa, Batches& consumer) {
+    const PortableServer::ObjectId_var id = poa->activate_object(&consumer);
+    const CORBA::Object_var object = poa->id_to_reference(id.in());
+    const CORBA::String_var text = orb->object_to_string(object.in());
+    return text.in();
+}
+
+void serve(bool isRaw, const std::string& channel) {
     kelp::orb::OrbOptions options;
     options.listen = {"127.0.0.1:0"};
     const CORBA::ORB_var orb = kelp::orb::start(options, nullptr);
@@ -74,7 +83,10 @@ void serve(const std::string& channel) {
     kelp::orb::letCallersThrough(manager.in());
     EventTally tally;
     Batches consumer(tally);
-    connect(orb.in(), root.in(), consumer, channel);
+    std::optional<RawConsumer> raw;
+    if (isRaw)
+        raw.emplace(tally);
+    connect(orb.in(), isRaw ? raw->reference() : activated(orb.in(), root.in(), consumer), channel);
     std::cout << "connected" << std::endl;
     for (std::string order; std::getline(std::cin, order);) {
         if (order == "report") {
@@ -90,12 +102,12 @@ void serve(const std::string& channel) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: alarm_bench_consumer CHANNEL\n";
+    if (argc != 3) {
+        std::cerr << "usage: alarm_bench_consumer decoding|raw CHANNEL\n";
         return 2;
     }
     try {
-        serve(argv[1]);
+        serve(std::string(argv[1]) == "raw", argv[2]);
     } catch (const CORBA::Exception& failure) {
         std::cerr << "alarm_bench_consumer: " << kelp::orb::exceptionText(failure) << '\n';
         return 1;

@@ -34,13 +34,15 @@ void EventTally::count(const CosNotification::StructuredEvent& event) {
     const char* const id = textOf(event, "notificationId");
     if (stamp == nullptr || id == nullptr || !std::string_view(stamp).starts_with(kStampPrefix))
         return;
-    const std::int64_t sent = std::strtoll(stamp + kStampPrefix.size(), nullptr, 10);
+    count(std::strtoull(id, nullptr, 10), std::strtoll(stamp + kStampPrefix.size(), nullptr, 10));
+}
+
+void EventTally::count(std::uint64_t notificationId, std::int64_t sent) {
     const std::int64_t now = stampNow();
-    const std::uint64_t number = std::strtoull(id, nullptr, 10);
     const std::lock_guard guard(mutex_);
-    if (number <= lastId_)
+    if (notificationId <= lastId_)
         ++outOfOrder_;
-    lastId_ = std::max(lastId_, number);
+    lastId_ = std::max(lastId_, notificationId);
     delays_.push_back(now - sent);
 }
 

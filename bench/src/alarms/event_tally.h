@@ -14,6 +14,8 @@ namespace kelp::bench {
 class EventTally {
   public:
     void count(const CosNotification::StructuredEvent& event);
+    /// Count an event with this notification id whose intake began at `sent` (stampNow()).
+    void count(std::uint64_t notificationId, std::int64_t sent);
     void reset();
     /// "<events> <repeated or out of order> <p50 ns> <p99 ns>"
     std::string report() const;

@@ -9,12 +9,15 @@
 #include <stdexcept>
 #include <thread>
 
+#include "common/process_usage.h"
+
 namespace kelp::bench {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kPatience{20};
+constexpr std::chrono::seconds kRepeatsWithin{1};
 
 std::size_t totalOf(const std::vector<Received>& all) {
     std::size_t sum = 0;
@@ -25,13 +28,15 @@ std::size_t totalOf(const std::vector<Received>& all) {
 
 }  // namespace
 
-Followers::Followers(const Ems& ems, std::size_t count)
+Followers::Followers(const Ems& ems, std::size_t count, Reads reads)
     : farm_(count), sessions_(ems.logInAll(farm_, count)) {
     for (const auto& session : sessions_) {
         CosNotifyChannelAdmin::EventChannel_var channel;
         session->getEventChannel(channel.out());
         const CORBA::String_var reference = ems.orb()->object_to_string(channel.in());
-        consumers_.emplace_back(ALARM_BENCH_CONSUMER, std::vector<std::string>{reference.in()});
+        consumers_.emplace_back(
+            ALARM_BENCH_CONSUMER,
+            std::vector<std::string>{reads == Reads::Raw ? "raw" : "decoding", reference.in()});
     }
     for (Talker& each : consumers_) {
         if (each.hear() != "connected")
@@ -54,21 +59,30 @@ void Followers::reset() {
         each.ask("reset");
 }
 
-std::vector<Received> Followers::waitFor(std::size_t events) {
+void Followers::waitFor(std::size_t events) {
     auto grown = Clock::now();
-    std::vector<Received> last = ask();
-    for (;;) {
-        if (std::all_of(last.begin(), last.end(),
+    for (std::size_t last = 0; Clock::now() - grown < kPatience;) {
+        const std::vector<Received> all = ask();
+        if (std::all_of(all.begin(), all.end(),
                         [&](const Received& each) { return each.events >= events; }))
-            return last;
-        if (Clock::now() - grown > kPatience)
-            return last;
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        std::vector<Received> now = ask();
-        if (totalOf(now) > totalOf(last))
+            return;
+        if (totalOf(all) > last)
             grown = Clock::now();
-        last = std::move(now);
+        last = totalOf(all);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
+}
+
+std::vector<Received> Followers::received() {
+    std::this_thread::sleep_for(kRepeatsWithin);
+    return ask();
+}
+
+std::chrono::nanoseconds Followers::processorTime() {
+    std::chrono::nanoseconds sum{0};
+    for (Talker& each : consumers_)
+        sum += bench::processorTime(each.process().pid());
+    return sum;
 }
 
 std::vector<Received> Followers::ask() {

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <list>
 #include <string>
 #include <vector>
 
+#include "alarms/measurements.h"
 #include "common/ems.h"
 #include "notify/talker.h"
 
@@ -22,14 +24,18 @@ struct Received {
 /// NMS that are logged in and consume events, each in a separate process.
 class Followers {
   public:
-    Followers(const Ems& ems, std::size_t count);
+    Followers(const Ems& ems, std::size_t count, Reads reads);
     ~Followers();
     Followers(const Followers&) = delete;
     Followers& operator=(const Followers&) = delete;
 
     void reset();
     /// Wait until each has `events` events, or until none gets any more within 20 s.
-    std::vector<Received> waitFor(std::size_t events);
+    void waitFor(std::size_t events);
+    /// What each has received after another second, in which repeated events would arrive.
+    std::vector<Received> received();
+    /// The processor time that all of them have used.
+    std::chrono::nanoseconds processorTime();
 
   private:
     std::vector<Received> ask();

@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
     AlarmOptions options;
     std::string only;
     bool quick = false;
+    bool decoding = false;
     CLI::App app{"Measures alarms from the intake to the NMS, with durable storage.",
                  "alarm_bench"};
     app.footer("Examples:\n  alarm_bench\n  alarm_bench --quick\n  alarm_bench --only latency");
@@ -61,6 +62,7 @@ int main(int argc, char** argv) {
     app.add_option("--alarms-a-post", options.alarmsAPost, "Alarms in a request meanwhile")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
+    app.add_flag("--decoding", decoding, "The NMS decode the events of the sustained rate too");
     CLI11_PARSE(app, argc, argv);
     if (quick) {
         options.sustained = options.latency = std::chrono::seconds(5);
@@ -68,6 +70,8 @@ int main(int argc, char** argv) {
         options.restarts = 1;
         options.listRounds = 2;
     }
+    if (decoding)
+        options.reads = Reads::Decoding;
     try {
         raiseOpenFilesLimit();
         const Report report = measureAll(options, only);

@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* kConfiguration = R"([orb]
 listen = "{orb}"
+connections_per_address_max = 1000000
 transport = "{transport}"
 [naming]
 port = {naming}

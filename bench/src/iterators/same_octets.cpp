@@ -61,7 +61,7 @@ constexpr std::size_t kIsMoreAt = 12;
 constexpr std::size_t kCountAt = 16;
 constexpr std::size_t kListAt = 20;
 
-std::uint32_t numberAt(const std::string& content, std::size_t at) {
+std::uint32_t ulongAt(const std::string& content, std::size_t at) {
     std::uint32_t number = 0;
     for (std::size_t i = 4; i-- > 0;)
         number = number << 8 | static_cast<std::uint8_t>(content.at(at + i));
@@ -93,12 +93,12 @@ ListOctets requireSameOctets(CORBA::ORB_ptr orb, const ListServer& product, cons
     const std::string_view shape = name.isOfElements() ? kElements : kPorts;
     for (bool isMore = true; isMore;) {
         const std::string content = atProduct.next(kBatch);
-        if (numberAt(content, kStatusAt) != static_cast<std::uint32_t>(ReplyStatus::NoException))
+        if (ulongAt(content, kStatusAt) != static_cast<std::uint32_t>(ReplyStatus::NoException))
             throw std::runtime_error("a next_n was refused");
         requireSame(withoutPadding(content, kIsMoreAt, shape),
-                    withoutPadding(atFloor.next(numberAt(content, kCountAt)), kIsMoreAt, shape));
+                    withoutPadding(atFloor.next(ulongAt(content, kCountAt)), kIsMoreAt, shape));
         isMore = content.at(kIsMoreAt) != 0;
-        sum.entries += numberAt(content, kCountAt);
+        sum.entries += ulongAt(content, kCountAt);
         sum.octets += content.size() - kListAt;
     }
     return sum;

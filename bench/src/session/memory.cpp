@@ -18,7 +18,7 @@ namespace kelp::bench {
 namespace {
 
 constexpr double kMostKib = 64;
-constexpr int kRoundS = 1;
+constexpr int kShortRoundS = 1;
 /// Log-ins before the measurement, because the first log-ins allocate memory that does not belong
 /// to their sessions.
 constexpr std::size_t kWarmUpLogIns = 10;
@@ -64,7 +64,7 @@ Figure figureOf(const std::string& name, double kib, std::size_t sessions,
 }
 
 Figure measureSessionsAlone(nms::NmsClient& client, const NmsFarm& farm) {
-    const Product product({0, false, kRoundS});
+    const Product product({0, false, kShortRoundS});
     const Ems ems(client, product);
     Churn(ems).logInAndOut(kWarmUpLogIns);
     std::this_thread::sleep_for(kTwoRounds);
@@ -79,7 +79,7 @@ Figure measureSessionsAlone(nms::NmsClient& client, const NmsFarm& farm) {
 }
 
 Figure measureSessionsWithConnections(nms::NmsClient& client, const NmsFarm& farm) {
-    const Product product({0, true, kRoundS});
+    const Product product({0, true, kShortRoundS});
     const Ems ems(client, product);
     endAll(ems.logInAll(farm, std::min(kWarmUpLogIns, farm.size())));
     std::this_thread::sleep_for(kTwoRounds);

@@ -1,5 +1,8 @@
 #include <kelp/util/utf8.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace kelp::util {
 
 std::size_t utf8CharacterAt(std::string_view text) {
@@ -25,13 +28,41 @@ std::size_t utf8CharacterAt(std::string_view text) {
     return isOutside ? 0 : size;
 }
 
+namespace {
+
+/// The number of the character that is encoded by `length` bytes at the beginning of the text.
+char32_t codePointAt(std::string_view text, std::size_t length) {
+    if (length <= 1)
+        return static_cast<unsigned char>(text[0]);
+    // the first byte has one bit less for the number with each byte that follows
+    char32_t number = static_cast<unsigned char>(text[0]) & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i)
+        number = number << 6 | (static_cast<unsigned char>(text[i]) & 0x3FU);
+    return number;
+}
+
+struct Range {
+    char32_t first;
+    char32_t last;
+};
+
+/// Control characters, the characters of the bidirectional algorithm (Unicode Standard Annex 9),
+/// which change the order of what is shown after them, line ends, and the mark of byte order.
+constexpr Range kNotPrintable[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                                   {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069},
+                                   {0xFEFF, 0xFEFF}};
+
+}  // namespace
+
 std::size_t printableCharacterAt(std::string_view text) {
     const std::size_t length = utf8CharacterAt(text);
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const bool isControl = length == 1   ? byte(0) < 0x20 || byte(0) == 0x7f
-                           : length == 2 ? byte(0) == 0xc2 && byte(1) < 0xa0
-                                         : false;
-    return isControl ? 0 : length;
+    if (length == 0)
+        return 0;
+    const char32_t character = codePointAt(text, length);
+    const bool isPrintable = std::none_of(
+        std::begin(kNotPrintable), std::end(kNotPrintable),
+        [=](const Range& range) { return character >= range.first && character <= range.last; });
+    return isPrintable ? length : 0;
 }
 
 bool isUtf8(std::string_view text) {

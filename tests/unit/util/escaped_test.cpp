@@ -37,6 +37,17 @@ TEST(Escaped, ControlCharactersBeyondAsciiAreSpelledOut) {
     EXPECT_EQ(escaped("\xc2\xa0"), "\xc2\xa0") << "a no-break space is no control character";
 }
 
+TEST(Escaped, CharactersThatChangeTheOrderOfTheShownTextAreSpelledOut) {
+    EXPECT_EQ(escaped("a\u202Eb"), "a\\xE2\\x80\\xAEb");
+    for (const std::string character :
+         {"\u061C", "\u200E", "\u200F", "\u2028", "\u2029", "\u202A", "\u2066", "\u2069", "\uFEFF"})
+        EXPECT_EQ(escaped(character).find(character), std::string::npos) << escaped(character);
+    for (const std::string character :
+         {"\u061B", "\u200D", "\u2010", "\u2027", "\u202F", "\u2065", "\u206A", "\uFEFE", "\u00A0",
+          "\U0001F30A", "\u07FF", "\U0010FFFF"})
+        EXPECT_EQ(escaped(character), character);
+}
+
 TEST(Escaped, EscapingTwiceChangesNothing) {
     const std::string once = escaped("a\nb\xff");
     EXPECT_EQ(escaped(once), once);

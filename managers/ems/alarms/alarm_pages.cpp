@@ -69,13 +69,16 @@ Json summary(const alarms::ListState& list, const std::vector<Each>& all) {
 
 /// The page with its summary. `all` is in the order of the notification ids.
 template <class Each>
-Json pageOf(const alarms::ListState& list, const std::vector<Each>& all, const PageQuery& query) {
+Json pageOf(const alarms::ListState& list, std::vector<Each> all, const PageQuery& query) {
     Json answer = summary(list, all);
     Json page = Json::array();
     std::size_t bytes = 0;
-    auto next = std::upper_bound(
-        all.begin(), all.end(), query.after,
-        [](alarms::Position after, const Each& each) { return after < each->notificationId; });
+    if (query.isNewestFirst)
+        std::reverse(all.begin(), all.end());
+    auto next = std::partition_point(all.begin(), all.end(), [&](const Each& each) {
+        return query.after != 0 && (query.isNewestFirst ? each->notificationId >= query.after
+                                                        : each->notificationId <= query.after);
+    });
     for (; next != all.end() && page.size() < query.limit; ++next) {
         bytes += alarms::memoryOf(shownOf(*next).alarm);
         if (bytes > kPageBytesMax && !page.empty())

@@ -105,9 +105,9 @@ std::string readObject(const std::string& text, alarms::Name& object) {
 }  // namespace
 
 const std::set<std::string>& pageParameters() {
-    static const std::set<std::string> names = {"severity",     "object", "probableCause",
-                                                "acknowledged", "since",  "until",
-                                                "limit",        "after",  "at"};
+    static const std::set<std::string> names = {
+        "severity", "object", "probableCause", "acknowledged", "since",
+        "until",    "limit",  "after",         "at",           "order"};
     return names;
 }
 
@@ -126,6 +126,10 @@ PageQuery readPageQuery(const std::map<std::string, std::string>& parameters) {
     given.read("limit", into(query.limit, readLimit));
     given.read("after", into(query.after, readPosition));
     given.read("at", into(query.at, readPosition));
+    given.read("order", [&](const std::string& text) -> std::string {
+        query.isNewestFirst = text == "newest";
+        return text == "newest" || text == "oldest" ? "" : "oldest or newest";
+    });
     given.read("probableCause", [&](const std::string& text) -> std::string {
         cause = text;
         return {};

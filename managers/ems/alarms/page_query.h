@@ -22,8 +22,11 @@ struct PageQuery {
     std::int64_t since = std::numeric_limits<std::int64_t>::min();
     std::int64_t until = std::numeric_limits<std::int64_t>::max();  ///< exclusive
     std::size_t limit = 1000;
-    alarms::Position after = 0;  ///< only alarms with a higher notification id
-    alarms::Position at = 0;     ///< the list as it was at this position; 0: now
+    /// From the newest alarm to the oldest, instead of from the oldest to the newest.
+    bool isNewestFirst = false;
+    /// Only alarms whose notification id follows this one in that order; 0: all.
+    alarms::Position after = 0;
+    alarms::Position at = 0;  ///< the list as it was at this position; 0: now
 
     bool acceptsTime(std::int64_t time) const { return time >= since && time < until; }
 };

@@ -193,6 +193,26 @@ TEST_F(AlarmPagesTest, ShowsTheHistoryInTheOrderOfTheEnds) {
     EXPECT_THAT(activeElements({}), ElementsAre());
 }
 
+TEST_F(AlarmPagesTest, ShowsTheNewestFirst) {
+    for (const char* const element : {"1", "2", "3"})
+        report(element);
+    for (const char* const element : {"2", "3", "1"})
+        report(element, "PS_CLEARED");
+    EXPECT_THAT(elementsOf(pages_.history({{"order", "oldest"}})), ElementsAre("2", "3", "1"));
+    AlarmPages::Parameters query = {{"order", "newest"}, {"limit", "2"}};
+    const Json first = pages_.history(query);
+    EXPECT_THAT(elementsOf(first), ElementsAre("1", "3"));
+    EXPECT_EQ(first["matching"], 3);
+    query.emplace("after", first["next"]);
+    query.emplace("at", first["position"]);
+    const Json second = pages_.history(query);
+    EXPECT_THAT(elementsOf(second), ElementsAre("2"));
+    EXPECT_FALSE(second.contains("next"));
+    report("4");
+    report("5");
+    EXPECT_THAT(activeElements({{"order", "newest"}}), ElementsAre("5", "4"));
+}
+
 TEST_F(AlarmPagesTest, ShowsOneAlarmByTheIdOfItsLastEventOrItsEnd) {
     const std::string raised = report("1");
     const Json active = AlarmPages::one(raised);
@@ -225,6 +245,8 @@ TEST_F(AlarmPagesTest, NamesTheWrongParameter) {
         EXPECT_THAT(refused(name, "1 "), StartsWith(name + " must be a number, but is \"1 \""));
     for (const std::string value : {"", "yes", "TRUE"})
         EXPECT_THAT(refused("acknowledged", value), StartsWith("acknowledged must be true or"));
+    for (const std::string value : {"", "first", "NEWEST"})
+        EXPECT_THAT(refused("order", value), StartsWith("order must be oldest or newest, but is "));
     for (const std::string name : {"since", "until"})
         EXPECT_THAT(refused(name, "now"), StartsWith(name + " must be a time such as"));
     for (const std::string value :

@@ -95,7 +95,7 @@ TEST_F(KelpnmsAlarms, TableOfTheListIsForPeople) {
     raise("NE-1", "major", {"--text", "red \033[31m ink"});
     EXPECT_EQ(run({"alarms", "--once"}), 0) << output();
     EXPECT_TRUE(log_.containsInOrder(
-        {"SEVERITY", "major", "ManagedElement=NE-1", "LOS", "1 alarms, 1 unacknowledged, 1 major"}))
+        {"SEVERITY", "major", "ManagedElement=NE-1", "LOS", "1 alarm, 1 unacknowledged, 1 major"}))
         << output();
     EXPECT_FALSE(log_.contains("\033")) << output();
 }

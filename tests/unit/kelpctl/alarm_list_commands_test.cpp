@@ -58,9 +58,9 @@ class AlarmListCommands : public KelpctlTest {
     }
 
     using Parameters = std::map<std::string, std::string>;
-    const std::set<std::string> parameters_ = {"severity",     "object", "probableCause",
-                                               "acknowledged", "since",  "until",
-                                               "limit",        "after",  "at"};
+    const std::set<std::string> parameters_ = {
+        "severity", "object", "probableCause", "acknowledged", "since",
+        "until",    "limit",  "after",         "at",           "order"};
     std::vector<Json> answers_;  // null: the list is gone
     std::vector<Parameters> requests_;
     admin::Registry registry_;
@@ -143,6 +143,7 @@ TEST_F(AlarmListCommands, ALimitEndsTheReading) {
     EXPECT_THAT(run.output, HasSubstr("(--limit leaves some out)")) << run;
     ASSERT_EQ(requests_.size(), 2u);
     EXPECT_EQ(requests_[1].at("limit"), "1");
+    EXPECT_EQ(requests_[1].at("order"), "newest");
 }
 
 TEST_F(AlarmListCommands, AListThatIsGoneIsReadAgain) {

@@ -83,13 +83,18 @@ void AlarmFilter::addTo(CLI::App& command) {
         ->type_name("TIME");
     command.add_option("--until", until, "Only those whose last event is older than this")
         ->type_name("TIME");
-    command.add_option("--limit", limit, "At most this many, the oldest first; default: all")
+    command
+        .add_option("--limit", limit,
+                    isNewestFirst ? "At most this many, the newest; default: all"
+                                  : "At most this many, the oldest; default: all")
         ->check(CLI::PositiveNumber)
         ->type_name("NUMBER");
 }
 
 Query AlarmFilter::query() const {
     Query query;
+    if (isNewestFirst)
+        query.emplace("order", "newest");
     if (!severities.empty())
         query.emplace("severity", util::joined(severities, ","));
     if (!alarms.object.empty())

@@ -27,7 +27,8 @@ struct AlarmFilter {
     bool isUnacknowledged = false;
     std::string since;
     std::string until;
-    std::uint64_t limit = 0;  ///< 0: all
+    std::uint64_t limit = 0;     ///< 0: all
+    bool isNewestFirst = false;  ///< to be set before addTo()
 };
 
 /// Read the alarms at the path, which are a list of the host, page by page. Returns the answer for

@@ -15,7 +15,7 @@ namespace {
 using admin::Json;
 
 constexpr const char* kListFooter =
-    R"(The alarms are in the order of their last events. Times are those that NMS get. A TIME of --since and --until is
+    R"(The alarms are in the order of their last events; "history" begins with the newest. Times are those that NMS get. A TIME of --since and --until is
 UTC, such as 2025-03-01T12:00:00Z or shorter 2025-03-01, or a length of time before now: 90s, 15m, 2h, 7d.
 
 Examples:
@@ -43,6 +43,7 @@ struct AlarmListCommand {
 void addList(CLI::App& group, const GlobalOptions& globalOptions, const char* name,
              const char* description, const char* path, AlarmTable kind) {
     const auto list = std::make_shared<AlarmListCommand>(globalOptions);
+    list->filter.isNewestFirst = kind == AlarmTable::History;
     CLI::App* command = group.add_subcommand(name, description);
     command->fallthrough()->footer(kListFooter);
     list->filter.addTo(*command);

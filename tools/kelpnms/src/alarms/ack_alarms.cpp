@@ -15,6 +15,7 @@
 #include "alarms/nms_alarm.h"
 #include "app/exit_codes.h"
 #include "app/with_session.h"
+#include "text/display_text.h"
 #include "text/json_line.h"
 #include "upload/network_reader.h"
 
@@ -117,7 +118,7 @@ void writeWords(const Result& result, bool isAcknowledged, Report& report) {
         report.line("failed, no such active alarm: " + shownId(id));
     for (const alarms::Position id : result.unknownIds)
         report.line(fmt::format("failed, no active alarm has notification id {}", id));
-    report.line(fmt::format("{} alarms {}", result.acknowledged,
+    report.line(fmt::format("{} {}", countOf(result.acknowledged, "alarm"),
                             isAcknowledged ? "acknowledged" : "unacknowledged"));
 }
 

@@ -7,6 +7,7 @@
 
 #include "alarms/alarm_table.h"
 #include "app/report.h"
+#include "text/display_text.h"
 #include "text/json_line.h"
 
 namespace kelp::nms {
@@ -67,7 +68,8 @@ std::string AlarmListReport::asTable(unsigned width) const {
     std::string text = table.header() + '\n';
     for (const NmsAlarmPtr& alarm : alarms_)
         text += table.row(cellsOf(*alarm)) + '\n';
-    text += fmt::format("{} alarms, {} unacknowledged", alarms_.size(), unacknowledgedIn(alarms_));
+    text += fmt::format("{}, {} unacknowledged", countOf(alarms_.size(), "alarm"),
+                        unacknowledgedIn(alarms_));
     for (const auto& [severity, number] : countsOf(alarms_))
         text += fmt::format(", {} {}", number, shortNameOf(severity));
     return text + '\n';

@@ -73,4 +73,8 @@ std::string paddedTo(const std::string& text, std::size_t columns) {
     return width < columns ? text + std::string(columns - width, ' ') : text;
 }
 
+std::string countOf(std::size_t number, const std::string& noun) {
+    return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
+}
+
 }  // namespace kelp::nms

@@ -15,4 +15,7 @@ std::string cutTo(const std::string& text, std::size_t columns);
 /// Append blanks to the text up to a width of `columns`. A wider text is not changed.
 std::string paddedTo(const std::string& text, std::size_t columns);
 
+/// Return the number with the noun, which ends with "s" unless the number is 1.
+std::string countOf(std::size_t number, const std::string& noun);
+
 }  // namespace kelp::nms

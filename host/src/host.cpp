@@ -26,6 +26,7 @@
 
 #include "admin/admin_server.h"
 #include "admin/consumer_requests.h"
+#include "admin/known_requests.h"
 #include "admin/naming_requests.h"
 #include "audit_use.h"
 #include "certificate_watch.h"
@@ -180,7 +181,8 @@ class AdminUse {
     AdminUse()
         : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)),
           consumers_(admin::Registry::instance().enter("GET", "/consumers", tellConsumers)),
-          naming_(admin::Registry::instance().enter("GET", "/naming", tellNaming)) {
+          naming_(admin::Registry::instance().enter("GET", "/naming", tellNaming)),
+          requests_(admin::Registry::instance().enter("GET", "/requests", tellRequests)) {
         const admin::Address address = admin::configuredAddress();
         try {
             server_.emplace(address);
@@ -210,6 +212,7 @@ class AdminUse {
     admin::Registration health_;
     admin::Registration consumers_;
     admin::Registration naming_;
+    admin::Registration requests_;
     std::optional<AdminServer> server_;
 };
 

@@ -143,6 +143,14 @@ Answer Registry::answer(const std::string& method, const std::string& path, cons
     return answer;
 }
 
+std::vector<KnownRequest> Registry::known() const {
+    const util::MutexLock lock(state_->mutex);
+    std::vector<KnownRequest> all;
+    for (const auto& [key, entry] : state_->entries)
+        all.push_back({key.second, key.first, entry.parameters});
+    return all;
+}
+
 Registration::Registration(std::shared_ptr<Registry::State> registry, std::string method,
                            std::string path)
     : registry_(std::move(registry)), method_(std::move(method)), path_(std::move(path)) {}

@@ -9,6 +9,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace kelp::admin {
 
@@ -66,6 +67,13 @@ struct KELP_EXPORT Answer {
     Json body;
 };
 
+/// A request that has a handler.
+struct KELP_EXPORT KnownRequest {
+    std::string method;
+    std::string path;  ///< may end in "*"
+    std::set<std::string> parameters;
+};
+
 class Registration;
 
 /// The requests of the operator interface. Bundles register handlers, and the host calls answer().
@@ -96,6 +104,9 @@ class KELP_EXPORT Registry {
     /// without a handler, and anything that a handler throws.
     Answer answer(const std::string& method, const std::string& path, const std::string& body,
                   const Query& query = {});
+
+    /// The requests that have a handler now, in the order of their paths and methods.
+    std::vector<KnownRequest> known() const;
 
   private:
     friend class Registration;

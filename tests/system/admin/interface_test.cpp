@@ -1,0 +1,113 @@
+// The OpenAPI document of the operator's interface, held against a running host.
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <sys/socket.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <tuple>
+
+#include "harness/host.h"
+#include "interface_document.h"
+
+namespace kelp::test {
+namespace {
+
+using Json = InterfaceDocument::Json;
+using Operation = InterfaceDocument::Operation;
+/// Method, path and parameters.
+using RequestShape = std::tuple<std::string, std::string, std::vector<std::string>>;
+
+class OperatorInterface : public testing::Test {
+  protected:
+    void SetUp() override {
+        host_.set("ems", "name", quoted("Acme/North")).set("notification", "heartbeat_s", 0);
+        host_.set("bundles", "load",
+                  R"(["kelp_ems", "kelp_managedelement", "kelp_snmp", "mx_kelpcorba_env"])");
+        host_.set("snmp", "listen", "['" + trapPort_.hostAndPort() + "']");
+        host_.set("snmp", "sources", "['127.0.0.1/32']");
+        host_.addUser("demo");
+        host_.start();
+    }
+
+    struct Answer {
+        int status = 0;
+        Json body;
+    };
+    Answer ask(const std::string& method, const std::string& path, const Json& body = {}) {
+        httplib::Client client((host_.scratch("state") / "kelp/admin.sock").string());
+        client.set_address_family(AF_UNIX);
+        httplib::Request request;
+        request.method = method;
+        request.path = path;
+        if (!body.is_null()) {
+            request.body = body.dump();
+            request.set_header("Content-Type", "application/json");
+        }
+        const httplib::Result result = client.send(request);
+        return result ? Answer{result->status, Json::parse(result->body, nullptr, false)}
+                      : Answer{};
+    }
+
+    const PortLease trapPort_;
+    Host host_;
+    const InterfaceDocument document_{INTERFACE_DOCUMENT};
+};
+
+/// The path under which a handler of the operation is registered.
+std::string registeredPath(const std::string& path) {
+    return path.ends_with('}') ? path.substr(0, path.rfind('/') + 1) + "*" : path;
+}
+
+TEST_F(OperatorInterface, HasExactlyTheRequestsOfTheDocument) {
+    std::set<RequestShape> described;
+    for (const Operation& each : document_.operations())
+        described.emplace(each.method, registeredPath(each.path), document_.queryOf(each));
+
+    const Answer answer = ask("GET", "/requests");
+    ASSERT_EQ(answer.status, 200);
+    std::set<RequestShape> answered;
+    for (const Json& each : answer.body.at("requests"))
+        answered.emplace(each.at("method"), each.at("path"), each.at("parameters"));
+
+    EXPECT_EQ(described, answered);
+}
+
+TEST_F(OperatorInterface, AnswersEachExampleAsDescribed) {
+    std::map<std::string, std::string> given;
+    for (const Operation& each : document_.operations()) {
+        const std::string path = document_.examplePath(each, given);
+        const std::string what = each.method + " " + path;
+        const Answer answer = ask(each.method, path, InterfaceDocument::exampleBody(each));
+        EXPECT_EQ(answer.status, 200) << what << ": " << answer.body;
+        EXPECT_EQ(document_.violation(each, answer.status, answer.body), "")
+            << what << ": " << answer.body;
+        if (answer.body.contains("lastNotificationId"))
+            given["notificationId"] = answer.body["lastNotificationId"];
+    }
+}
+
+TEST_F(OperatorInterface, RefusesAsDescribed) {
+    for (const Operation& each : document_.operations()) {
+        const Answer answer = ask(each.method, document_.examplePath(each) + "?nonsense=1");
+        EXPECT_EQ(answer.status, 400) << each.method << " " << each.path;
+        EXPECT_EQ(document_.violation(each, answer.status, answer.body), "") << answer.body;
+    }
+}
+
+TEST_F(OperatorInterface, DocumentNoticesMissingAndUnknownMembers) {
+    const Operation health = document_.operations().front();
+    ASSERT_EQ(health.path, "/health");
+    Json body = ask("GET", "/health").body;
+    EXPECT_EQ(document_.violation(health, 200, body), "");
+    body["unknown"] = 1;
+    EXPECT_NE(document_.violation(health, 200, body), "");
+    body.erase("unknown");
+    body.erase("version");
+    EXPECT_NE(document_.violation(health, 200, body), "");
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -22,6 +22,7 @@
 #include "interceptor/corba_request_interceptor_impl.h"
 #include "notify/suppiler_mgr_callback.h"
 #include "session/ems_session_factory_impl.h"
+#include "session/session_conditions.h"
 #include "util/agent_state.h"
 #include "util/base_config.h"
 #include "util/containment.h"
@@ -96,6 +97,7 @@ bool start() {
     if (SessionMgr::Instance()->Init() == -1)
         return startFailed("[CorbaAgentFacade::Init] Initialize session manager failed!");
     AgentState::instance().sessionMgrStarted = true;
+    enterSessionConditions();
     NS_CORBA::AsynNotifyMgr::Instance()->Init();
     if (!NS_CORBA::CorbaSecurityMgr::Instance()->Init())
         return startFailed("[CorbaAgentFacade::Init] Initialize corba security manager failed!");
@@ -132,6 +134,7 @@ void awaitThreads(ACE_Thread_Manager& threads) {
 }
 
 void requestExit() {
+    leaveSessionConditions();
     AgentState& state = AgentState::instance();
     const kelp::util::MutexLock lock(state.monitorMutex);
     state.monitorCondition.notify_one();

@@ -147,4 +147,8 @@ void SessionMgr::NotifyEventLossCleared(const std::string& endTime) {
     eventLoss_->setCleared(endTime);
 }
 
+EventLoss SessionMgr::CurrentEventLoss() const {
+    return eventLoss_->current();
+}
+
 }  // namespace NS_KELPCORBA

@@ -28,6 +28,7 @@
 #include "admin/consumer_requests.h"
 #include "admin/known_requests.h"
 #include "admin/naming_requests.h"
+#include "admin/status_request.h"
 #include "audit_use.h"
 #include "certificate_watch.h"
 #include "exit_codes.h"
@@ -37,6 +38,7 @@
 #include "service_manager.h"
 #include "signal_watch.h"
 #include "start_failure.h"
+#include "status/host_conditions.h"
 #include "trusted_files.h"
 
 namespace kelp::host {
@@ -182,6 +184,7 @@ class AdminUse {
         : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)),
           consumers_(admin::Registry::instance().enter("GET", "/consumers", tellConsumers)),
           naming_(admin::Registry::instance().enter("GET", "/naming", tellNaming)),
+          status_(admin::Registry::instance().enter("GET", "/status", tellStatus)),
           requests_(admin::Registry::instance().enter("GET", "/requests", tellRequests)) {
         const admin::Address address = admin::configuredAddress();
         try {
@@ -212,7 +215,9 @@ class AdminUse {
     admin::Registration health_;
     admin::Registration consumers_;
     admin::Registration naming_;
+    admin::Registration status_;
     admin::Registration requests_;
+    HostConditions conditions_;
     std::optional<AdminServer> server_;
 };
 

@@ -33,6 +33,9 @@ void addConsumersCommand(CLI::App& app, const GlobalOptions& options);
 /// outlive the parsing.
 void addHealthCommand(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl status`, which shows what needs attention. `options` must outlive the parsing.
+void addStatusCommand(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl naming`, which shows where the session factory is registered. `options` must
 /// outlive the parsing.
 void addNamingCommand(CLI::App& app, const GlobalOptions& options);

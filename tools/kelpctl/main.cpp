@@ -21,6 +21,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl user add nms1                             asks for the password
   kelpctl user add nms1 --password-file nms1.pw     reads it from the first line of a file
   kelpctl user list --json
+  kelpctl status
   kelpctl --config ./kelp.toml user disable nms1
   kelpctl alarm raise --object ManagedElement=NE-1 --severity major --probable-cause LOS
   kelpctl alarm list --severity critical,major
@@ -31,7 +32,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl snmp check-mapping standard.toml
 
 Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed, but the change could not be
-recorded in the security log.)";
+recorded in the security log. `kelpctl status` also exits with 10 and 20.)";
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
@@ -56,12 +57,15 @@ int run(int argc, char** argv) {
     addStormCommand(app, options);
     addConsumersCommand(app, options);
     addHealthCommand(app, options);
+    addStatusCommand(app, options);
     addNamingCommand(app, options);
     addLogCommands(app, options);
     addInventoryCommands(app, options);
     addSnmpCommands(app, options);
     try {
         app.parse(argc, argv);
+    } catch (const CLI::RuntimeError& status) {
+        return status.get_exit_code();
     } catch (const CLI::ParseError& problem) {
         if (problem.get_exit_code() == 0)
             return app.exit(problem);

@@ -13,6 +13,8 @@ struct ShowCommand {
     const char* footer;
     const char* path;                          ///< of the request
     void (*table)(const admin::Json& answer);  ///< prints it
+    /// The exit status for the answer; null: always 0.
+    int (*exitStatus)(const admin::Json& answer) = nullptr;
 };
 
 /// Add the command, which writes the answer as a table, or as JSON with --json. `options` must

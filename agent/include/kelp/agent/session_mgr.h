@@ -26,6 +26,7 @@ namespace NS_KELPCORBA {
 
 class CorbaAgentConfig;
 class EmsSession_IImpl;
+struct EventLoss;
 class EventLossState;
 class IteratorList;
 class ManagerServants;
@@ -152,6 +153,8 @@ class SessionMgr : public ACE_Task_Base {
     KELP_EXPORT void NotifyEventLossOccurred(const std::string& startTime,
                                              const std::string& notificationId);
     KELP_EXPORT void NotifyEventLossCleared(const std::string& endTime);
+    /// What was reported last.
+    EventLoss CurrentEventLoss() const;
 
     SessionMgr(const SessionMgr&) = delete;
     SessionMgr& operator=(const SessionMgr&) = delete;

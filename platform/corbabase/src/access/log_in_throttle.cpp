@@ -132,6 +132,19 @@ void LogInThrottle::forget(const std::string& user) {
     }
 }
 
+std::vector<LockOut> LogInThrottle::lockOuts(Time now) const {
+    using namespace std::chrono;
+    std::vector<LockOut> all;
+    const MutexLock guard(mutex_);
+    for (const auto& [pair, record] : pairs_) {
+        if (record.refusedUntil > now && all.size() < kLockOutsShownMax)
+            all.push_back({pair.first, pair.second,
+                           system_clock::now() - duration_cast<seconds>(now - record.used),
+                           ceil<seconds>(record.refusedUntil - now)});
+    }
+    return all;
+}
+
 std::size_t LogInThrottle::records() const {
     const MutexLock guard(mutex_);
     return pairs_.size() + users_.size() + networks_.size();

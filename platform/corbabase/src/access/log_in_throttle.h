@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/corbabase/security_mgr.h>
 #include <kelp/util/mutex.h>
 #include <kelp/util/peer_address.h>
 
@@ -9,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace NS_CORBA {
 
@@ -57,8 +59,12 @@ class LogInThrottle {
         KELP_EXCLUDES(mutex_);
     /// Lift all lock-outs of this user, and the pauses of the addresses that failed as this user.
     void forget(const std::string& user) KELP_EXCLUDES(mutex_);
+    /// The users who are locked out at an address now, at most kLockOutsShownMax.
+    std::vector<LockOut> lockOuts(Time now) const KELP_EXCLUDES(mutex_);
     /// Number of records of all three kinds together; of each kind there are at most `recordsMax`.
     std::size_t records() const KELP_EXCLUDES(mutex_);
+
+    static constexpr std::size_t kLockOutsShownMax = 100;
 
   private:
     struct Record {

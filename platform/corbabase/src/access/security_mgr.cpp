@@ -442,6 +442,10 @@ bool CorbaSecurityMgr::IsLoggedInFrom(const kelp::util::PeerAddress& peer) const
     return state_->live.isFrom(peer.text);
 }
 
+std::vector<LockOut> CorbaSecurityMgr::LockOuts() const {
+    return state_->throttle.lockOuts(std::chrono::steady_clock::now());
+}
+
 std::size_t CorbaSecurityMgr::LiveLogins(const std::string& hostInfo,
                                          const std::string& user) const {
     return state_->live.count({user, hostInfo});

@@ -4,10 +4,12 @@
 #include <kelp/users/user_database.h>
 #include <kelp/util/export.h>
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace NS_CORBA {
 
@@ -37,6 +39,14 @@ class KELP_EXPORT Admission {
     std::string hostInfo_;
     std::string user_;
     kelp::users::UserAccount account_;
+};
+
+/// A user who may not log in from an address for a while.
+struct LockOut {
+    std::string user;  ///< as the caller named it; may not exist
+    std::string address;
+    std::chrono::system_clock::time_point since;  ///< of the last wrong password
+    std::chrono::seconds left{0};
 };
 
 /// Manages NMS users: checks log-ins and keeps who is logged in from where. Accounts are stored in
@@ -101,6 +111,8 @@ class KELP_EXPORT CorbaSecurityMgr {
     /// Whether somebody is logged in from this peer's address, on any port, with an account that
     /// still allows it. False for an empty address. Fast enough to be called for every request.
     bool IsLoggedInFrom(const kelp::util::PeerAddress& peer) const;
+    /// The lock-outs that last, at most 100.
+    std::vector<LockOut> LockOuts() const;
     /// Number of live log-ins of this user and NMS; for counters and tests.
     std::size_t LiveLogins(const std::string& hostInfo, const std::string& user) const;
 

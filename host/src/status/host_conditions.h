@@ -1,0 +1,34 @@
+#pragma once
+
+#include <kelp/admin/conditions.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelp::host {
+
+/// The conditions of the parts that the host can see: consumers, naming entry, logs, disks,
+/// lock-outs and certificate. They are sources of admin::Conditions for the object's lifetime.
+class HostConditions {
+  public:
+    HostConditions();
+
+  private:
+    std::vector<admin::Registration> registrations_;
+};
+
+/// The condition of a file system that holds `folder`: a warning below 5 % of free space, critical
+/// below 1 %.
+std::optional<admin::Condition> diskCondition(const std::filesystem::path& folder,
+                                              std::uintmax_t capacity, std::uintmax_t available);
+
+/// The condition of a certificate that expires at `end`. None while it has 30 days left.
+std::optional<admin::Condition> certificateCondition(
+    const std::filesystem::path& file, std::optional<std::chrono::system_clock::time_point> end,
+    std::chrono::system_clock::time_point now);
+
+}  // namespace kelp::host

@@ -1,0 +1,126 @@
+// What kelpctl status shows while something is wrong.
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+
+#include "harness/eventually.h"
+#include "harness/host.h"
+#include "harness/nms_process.h"
+
+namespace kelp::test {
+namespace {
+
+using nlohmann::json;
+
+class Status : public testing::Test {
+  protected:
+    Status() {
+        host_.set("notification", "heartbeat_s", 0).set("session", "ping_interval_s", 1);
+        host_.addUser("alice");
+        host_.addUser("bob");
+    }
+
+    /// Run `kelpctl status`. Return its exit code.
+    int status(std::vector<std::string> options = {}) {
+        LogFile log(host_.scratch("status" + std::to_string(++looks_)));
+        options.insert(options.begin(), {"--config", host_.configFile().string(), "status"});
+        Launch launch = host_.launch(KELPCTL, options);
+        launch.output = log.file();
+        const int code = runToEnd(launch);
+        text_ = log.text();
+        return code;
+    }
+    /// Whether the status has a condition with this word whose sentence contains the text.
+    bool shows(const std::string& word, const std::string& sentence = "") {
+        code_ = status({"--json"});
+        const json shown = json::parse(text_, nullptr, false).value("conditions", json::array());
+        return std::any_of(shown.begin(), shown.end(), [&](const json& each) {
+            return each.value("word", "") == word &&
+                   each.value("sentence", "").find(sentence) != std::string::npos;
+        });
+    }
+    bool comesToShow(const std::string& word, const std::string& sentence = "") {
+        return eventually([&] { return shows(word, sentence); });
+    }
+
+    Host host_;
+    std::string text_;  ///< of the last status
+    int code_ = -1;     ///< of the last status in JSON
+    int looks_ = 0;
+};
+
+TEST_F(Status, HealthyHostIsWell) {
+    host_.start();
+    EXPECT_EQ(status(), 0) << text_;
+    EXPECT_NE(text_.find("ok: all is well"), std::string::npos) << text_;
+}
+
+TEST_F(Status, StoppedHostIsNoWarning) {
+    EXPECT_EQ(status(), 1);
+}
+
+TEST_F(Status, FrozenNmsIsShownUntilItsSessionHasEnded) {
+    host_.start();
+    NmsProcess nms(host_);
+    nms.logIn(0, "bob");
+    nms.process().freeze();
+    EXPECT_TRUE(comesToShow("nms-silent", "NMS bob at ")) << text_;
+    EXPECT_EQ(code_, 10);
+    EXPECT_TRUE(eventually([&] { return !shows("nms-silent"); })) << text_;
+    nms.process().thaw();
+}
+
+TEST_F(Status, LockedOutUserIsShown) {
+    host_.set("security", "lockout_failures", 2);
+    host_.start();
+    std::ofstream(host_.scratch("wrong")) << "wrong\n";
+    for (int i = 0; i < 3; ++i) {
+        Launch launch = host_.launch(
+            KELPNMS, {"--naming", "127.0.0.1:" + std::to_string(host_.namingPort()), "--user",
+                      "bob", "--password-file", host_.scratch("wrong").string(), "ping"});
+        EXPECT_NE(runToEnd(launch), 0);
+    }
+    EXPECT_TRUE(shows("user-locked-out", "user \"bob\" is locked out at 127.0.0.1")) << text_;
+    EXPECT_EQ(code_, 10);
+    EXPECT_FALSE(shows("user-locked-out", "alice")) << text_;
+}
+
+TEST_F(Status, LossOfEventsIsShownUntilItIsOver) {
+    const std::string fifo = host_.scratch("loss").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    host_.setEnvironment("KELP_TEST_EVENT_LOSS", fifo).addBundle("event_loss_switch");
+    host_.start();
+    const auto report = [&](const std::string& line) {
+        std::ofstream(fifo, std::ios::app) << line << std::endl;
+    };
+    report("occurred 20240105030405.0Z 4711");
+    EXPECT_TRUE(comesToShow("events-lost", "20240105030405.0Z")) << text_;
+    EXPECT_EQ(code_, 20);
+    EXPECT_EQ(status(), 20);
+    EXPECT_TRUE(text_.starts_with("critical: events are being lost")) << text_;
+    report("cleared 20240105030500.0Z");
+    EXPECT_TRUE(eventually([&] { return !shows("events-lost"); })) << text_;
+}
+
+TEST_F(Status, ConsumerThatDoesNotAnswerIsShown) {
+    host_.set("notification", "push_timeout_s", 1);
+    host_.start();
+    NmsProcess nms(host_);
+    nms.logIn(0, "bob");
+    nms.follow(0);
+    nms.process().freeze();
+    Launch raise = host_.launch(
+        KELPCTL, {"--config", host_.configFile().string(), "alarm", "raise", "--object",
+                  "ManagedElement=NE-1", "--severity", "major", "--probable-cause", "LOS"});
+    ASSERT_EQ(runToEnd(raise), 0);
+    EXPECT_TRUE(comesToShow("consumer-silent", "1 of ")) << text_;
+    nms.process().thaw();
+}
+
+}  // namespace
+}  // namespace kelp::test

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "alarms/intake_conditions.h"
+
 namespace kelp::ems {
 
 namespace {
@@ -77,9 +79,13 @@ void AlarmKeeping::start() {
     alarms::shareService(service_);
     follower_ = followerFor(*service_);
     follower_->start();
+    conditions_ = admin::Conditions::instance().enter("intake", [this] {
+        return intakeConditions(service_->counts(), std::chrono::system_clock::now());
+    });
 }
 
 void AlarmKeeping::stop() {
+    conditions_.leave();
     follower_.reset();
     if (!service_)
         return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/admin/registry.h>
 #include <kelp/alarms/alarm_service.h>
 
 #include <memory>
@@ -30,6 +31,7 @@ class AlarmKeeping {
     ChannelSink sink_;
     std::shared_ptr<alarms::AlarmService> service_;
     std::unique_ptr<NetworkFollower> follower_;  ///< uses the service
+    admin::Registration conditions_;             ///< uses the service
 };
 
 }  // namespace kelp::ems

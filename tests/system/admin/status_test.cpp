@@ -5,12 +5,19 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "harness/eventually.h"
 #include "harness/host.h"
+#include "harness/name_server.h"
+#include "harness/naming_client.h"
 #include "harness/nms_process.h"
+#include "support/small_disk.h"
+#include "support/throw_away_certificates.h"
+#include "system/naming/naming_tools.h"
+#include "unit/orb/hand_made_reference.h"
 
 namespace kelp::test {
 namespace {
@@ -121,6 +128,73 @@ TEST_F(Status, ConsumerThatDoesNotAnswerIsShown) {
     EXPECT_TRUE(comesToShow("consumer-silent", "1 of ")) << text_;
     nms.process().thaw();
 }
+
+TEST_F(Status, ReplacedNamingEntryIsShown) {
+    const NameServer names;
+    host_.useNamingService(names.port());
+    host_.start();
+    NamingClient client(testOrb(), names.port());
+    ASSERT_TRUE(eventually([&] { return !client.factoryAddress().empty(); }));
+    const CORBA::Object_var foreign = orb::toReference(
+        testOrb(), "corbaloc:iiop:1.2@127.0.0.9:4444/%ffV4800%00EMSSessionFactory");
+    client.bindFactory(foreign.in());
+    EXPECT_TRUE(comesToShow("naming-replaced", "127.0.0.9:4444")) << text_;
+    EXPECT_EQ(code_, 10);
+}
+
+TEST_F(Status, NamingServiceThatDoesNotAnswerIsShown) {
+    NameServer names;
+    host_.useNamingService(names.port());
+    host_.start();
+    names.process().kill();
+    EXPECT_TRUE(comesToShow("naming-unreachable")) << text_;
+    EXPECT_EQ(code_, 20);
+}
+
+TEST_F(Status, CertificateThatIsAboutToExpireOrHasExpiredIsShown) {
+    const ThrowAwayCertificates certificates;
+    const PortLease port;
+    const PortLease namingPort;
+    const std::string installed = certificates.issue("ems");
+    host_.set("tls", "mode", 1)
+        .set("tls", "listen", quoted(port.hostAndPort()))
+        .set("tls", "ca", quoted(certificates.authority()))
+        .set("tls", "certificate", quoted(installed))
+        .set("naming", "ssl_port", namingPort.port());
+    host_.start();
+    EXPECT_TRUE(shows("certificate-expires", "in 1 day")) << text_;
+    EXPECT_EQ(code_, 10);
+    std::filesystem::copy_file(certificates.issueExpired("old"), installed,
+                               std::filesystem::copy_options::overwrite_existing);
+    EXPECT_TRUE(shows("certificate-expired", "has ended at 2021-01-01")) << text_;
+    EXPECT_EQ(code_, 20);
+}
+
+#ifdef KELP_CAN_MOUNT
+TEST_F(Status, FullDiskAndRefusedIntakeAreShown) {
+    const std::filesystem::path folder = host_.scratch("small");
+    std::filesystem::create_directory(folder);
+    const SmallDisk disk(folder, 24);
+    ASSERT_TRUE(disk.isMounted());
+    host_.set("oplog", "database", quoted((folder / "oplog.db").string()));
+    host_.set("alarms", "log", quoted((folder / "changes.db").string()));
+    host_.start();
+    disk.fill();
+    const auto storm = [&] {
+        Launch raise = host_.launch(KELPCTL, {"--config", host_.configFile().string(), "storm",
+                                              "--rate", "1000", "--count", "1000"});
+        LogFile log(host_.scratch("storm"));
+        raise.output = log.file();
+        return runToEnd(raise);
+    };
+    EXPECT_NE(storm(), 0);
+    EXPECT_TRUE(comesToShow("disk-full", folder.string())) << text_;
+    EXPECT_TRUE(comesToShow("intake-refused")) << text_;
+    EXPECT_EQ(code_, 20);
+    disk.makeRoom();
+    EXPECT_TRUE(eventually([&] { return !shows("disk-full"); })) << text_;
+}
+#endif
 
 }  // namespace
 }  // namespace kelp::test

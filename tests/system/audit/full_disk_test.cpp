@@ -17,6 +17,8 @@ constexpr int kBefore = 100;
 /// Number of calls during the outage. Their records do not fit in the free space that a database
 /// may have left within its pages.
 constexpr int kDuring = 6000;
+/// Exit status of `kelpctl status`.
+constexpr int kCriticalStatus = 20;
 constexpr const char* kFails = "records wait in memory";
 constexpr const char* kRecovered = "oplog.db can be written again";
 
@@ -67,6 +69,10 @@ TEST_F(FullDisk, ShorterThanTheQueueHoldsLosesNothing) {
     beginOutage();
     ping(kDuring);
     ASSERT_TRUE(outageIsTold());
+    const CommandResult status = kelpctl({"status"});
+    EXPECT_EQ(status.exitCode, kCriticalStatus) << status.output;
+    EXPECT_NE(status.output.find("the operation log cannot be written"), std::string::npos)
+        << status.output;
     ping(kBefore);
     EXPECT_FALSE(host_.log().contains(kRecovered));
     EXPECT_LT(countOf("ping"), pings_);

@@ -62,6 +62,7 @@ struct AlarmService::State {
 
     void writeUntilClosed();
     void doRounds();
+    void noteRefusal(const IntakeRefused& refusal) KELP_EXCLUDES(refusalMutex);
     void settleQuietOnes();
     void saveIfDue();
     void truncate();
@@ -75,6 +76,8 @@ struct AlarmService::State {
     ChangeWriter writer{settings, *log, handOver};
     std::atomic<std::uint64_t> submitted{0};
     std::atomic<std::uint64_t> refused{0};
+    mutable util::Mutex refusalMutex{util::LockRank::Leaf, "AlarmService::refusalMutex"};
+    std::optional<Refusal> lastRefusal KELP_GUARDED_BY(refusalMutex);
     std::thread writing;
     std::thread rounds;
     std::atomic<bool> isStarted{false};
@@ -149,10 +152,19 @@ std::vector<Result> AlarmService::submit(std::vector<Submission> changes, const 
         std::future<std::vector<Result>> result = pending->result.get_future();
         s.intake.push(std::move(pending));
         return result.get();
-    } catch (const IntakeRefused&) {
+    } catch (const IntakeRefused& refusal) {
         s.refused += count;
+        s.noteRefusal(refusal);
         throw;
     }
+}
+
+/// The fault of the one who submits is nothing for the operator.
+void AlarmService::State::noteRefusal(const IntakeRefused& refusal) {
+    if (refusal.why() != Why::Busy && refusal.why() != Why::Storage && refusal.why() != Why::Full)
+        return;
+    const util::MutexLock lock(refusalMutex);
+    lastRefusal = Refusal{std::chrono::system_clock::now(), refusal.what()};
 }
 
 std::shared_ptr<const ListState> AlarmService::state() const {
@@ -166,6 +178,10 @@ ServiceCounts AlarmService::counts() const {
     counts.accepted = s.writer.accepted();
     counts.known = s.writer.known();
     counts.refused = s.refused;
+    {
+        const util::MutexLock lock(s.refusalMutex);
+        counts.lastRefusal = s.lastRefusal;
+    }
     counts.events = s.handOver.sent();
     counts.backlog = s.intake.changes();
     counts.unsent = s.handOver.unsent();

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -43,15 +44,23 @@ struct ServiceSettings {
     std::size_t recordsKept = 200'000;
 };
 
+/// A submission that was refused although its reports may be right: there were too many, or they
+/// could not be stored.
+struct Refusal {
+    std::chrono::system_clock::time_point time;
+    std::string reason;  ///< one sentence
+};
+
 /// Numbers since the start of the service, and sizes.
 struct ServiceCounts {
-    std::uint64_t submitted = 0;  ///< changes
-    std::uint64_t accepted = 0;   ///< changes that became records
-    std::uint64_t known = 0;      ///< changes whose key had been accepted earlier
-    std::uint64_t refused = 0;    ///< changes
-    std::uint64_t events = 0;     ///< handed over to the channel
-    std::size_t backlog = 0;      ///< changes that wait to be written
-    std::size_t unsent = 0;       ///< events that wait for the channel
+    std::uint64_t submitted = 0;         ///< changes
+    std::uint64_t accepted = 0;          ///< changes that became records
+    std::uint64_t known = 0;             ///< changes whose key had been accepted earlier
+    std::uint64_t refused = 0;           ///< changes
+    std::uint64_t events = 0;            ///< handed over to the channel
+    std::optional<Refusal> lastRefusal;  ///< none: there was none
+    std::size_t backlog = 0;             ///< changes that wait to be written
+    std::size_t unsent = 0;              ///< events that wait for the channel
     Position applied = 0;
     Position handedOver = 0;
 };

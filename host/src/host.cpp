@@ -35,6 +35,7 @@
 #include "installation.h"
 #include "naming_readiness.h"
 #include "naming_settings.h"
+#include "readiness_watch.h"
 #include "service_manager.h"
 #include "signal_watch.h"
 #include "start_failure.h"
@@ -266,15 +267,17 @@ void runUntilStopped(SignalWatch& signals) {
     trace(__LINE__, "the naming service is at " + address);
     warnOfMissingManagers();
     const std::string whyNotFound = awaitFactoryEntry(signals);
+    std::optional<ReadinessWatch> readiness;
     if (!signals.isStopAskedFor()) {
         trace(__LINE__, "kelpd is ready");
-        tellReady("ready, naming service at " + address +
-                  (whyNotFound.empty()
-                       ? ""
-                       : ", where the session factory is not found: " + whyNotFound));
+        if (whyNotFound.empty())
+            tellReady("ready, naming service at " + address);
+        else
+            readiness.emplace(address);
     }
     while (signals.next() == SignalWatch::Event::Reload)
         reloadConfiguration();
+    readiness.reset();
     tellStopping();
     trace(__LINE__, "kelpd stops");
     NS_CORBA::AgentServer::BeginStop();

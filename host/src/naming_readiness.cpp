@@ -28,6 +28,14 @@ bool orbRuns() {
 
 }  // namespace
 
+std::string whyNotBound(const NS_CORBA::NamingEntryState& entry) {
+    if (!entry.failure.empty())
+        return entry.failure;
+    if (!entry.foreign.empty())
+        return "the naming service has another entry in its place, which could not be replaced";
+    return "the naming service has not answered yet";
+}
+
 std::string awaitFactoryEntry(SignalWatch& signals) {
     if (!orbRuns())
         return {};
@@ -36,12 +44,9 @@ std::string awaitFactoryEntry(SignalWatch& signals) {
         const NS_CORBA::NamingEntryState entry = NS_CORBA::NamingFindings::Instance().State();
         if (entry.isBound)
             return {};
-        if (!entry.failure.empty())
-            return entry.failure;
-        if (!entry.foreign.empty())
-            return "the naming service has another entry in its place, which could not be replaced";
-        if (std::chrono::steady_clock::now() >= deadline)
-            return "the naming service has not answered yet";
+        const bool isKnown = !entry.failure.empty() || !entry.foreign.empty();
+        if (isKnown || std::chrono::steady_clock::now() >= deadline)
+            return whyNotBound(entry);
         std::this_thread::sleep_for(kPause);
     }
     return {};

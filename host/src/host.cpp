@@ -28,6 +28,7 @@
 #include "admin/consumer_requests.h"
 #include "admin/known_requests.h"
 #include "admin/naming_requests.h"
+#include "admin/probe_requests.h"
 #include "admin/status_request.h"
 #include "audit_use.h"
 #include "certificate_watch.h"
@@ -185,6 +186,8 @@ class AdminUse {
         : health_(admin::Registry::instance().enter("GET", "/health", tellHealth)),
           consumers_(admin::Registry::instance().enter("GET", "/consumers", tellConsumers)),
           naming_(admin::Registry::instance().enter("GET", "/naming", tellNaming)),
+          alive_(admin::Registry::instance().enter("GET", "/healthz", tellAlive)),
+          readiness_(admin::Registry::instance().enter("GET", "/readyz", tellReadiness)),
           status_(admin::Registry::instance().enter("GET", "/status", tellStatus)),
           requests_(admin::Registry::instance().enter("GET", "/requests", tellRequests)) {
         const admin::Address address = admin::configuredAddress();
@@ -216,6 +219,8 @@ class AdminUse {
     admin::Registration health_;
     admin::Registration consumers_;
     admin::Registration naming_;
+    admin::Registration alive_;
+    admin::Registration readiness_;
     admin::Registration status_;
     admin::Registration requests_;
     HostConditions conditions_;

@@ -9,7 +9,9 @@
 #include <string>
 #include <tuple>
 
+#include "harness/eventually.h"
 #include "harness/host.h"
+#include "harness/nms_process.h"
 #include "interface_document.h"
 
 namespace kelp::test {
@@ -24,12 +26,15 @@ class OperatorInterface : public testing::Test {
   protected:
     void SetUp() override {
         host_.set("ems", "name", quoted("Acme/North")).set("notification", "heartbeat_s", 0);
+        host_.set("session", "ping_interval_s", 1);
         host_.set("bundles", "load",
                   R"(["kelp_ems", "kelp_managedelement", "kelp_snmp", "mx_kelpcorba_env"])");
         host_.set("snmp", "listen", "['" + trapPort_.hostAndPort() + "']");
         host_.set("snmp", "sources", "['127.0.0.1/32']");
         host_.addUser("demo");
         host_.start();
+        // it accepts log-ins a little earlier
+        ASSERT_TRUE(eventually([&] { return ask("GET", "/health").status == 200; }));
     }
 
     struct Answer {
@@ -76,6 +81,7 @@ TEST_F(OperatorInterface, HasExactlyTheRequestsOfTheDocument) {
 }
 
 TEST_F(OperatorInterface, AnswersEachExampleAsDescribed) {
+    ASSERT_TRUE(eventually([&] { return ask("GET", "/readyz").status == 200; }));
     std::map<std::string, std::string> given;
     for (const Operation& each : document_.operations()) {
         const std::string path = document_.examplePath(each, given);
@@ -107,6 +113,28 @@ TEST_F(OperatorInterface, DocumentNoticesMissingAndUnknownMembers) {
     body.erase("unknown");
     body.erase("version");
     EXPECT_NE(document_.violation(health, 200, body), "");
+}
+
+TEST_F(OperatorInterface, StaysHealthyAndReadyWithAFrozenNms) {
+    NmsProcess nms(host_);
+    nms.logIn(0, "demo");
+    nms.process().freeze();
+    ASSERT_TRUE(eventually([&] { return ask("GET", "/status").body["severity"] == "warning"; }));
+    EXPECT_EQ(ask("GET", "/healthz").status, 200);
+    EXPECT_TRUE(eventually([&] { return ask("GET", "/readyz").status == 200; }));
+    nms.process().thaw();
+}
+
+TEST_F(OperatorInterface, IsNotReadyWithoutTheNamingServiceButHealthy) {
+    ASSERT_EQ(host_.stop(), 0);
+    const PortLease nobody;
+    host_.useNamingService(nobody.port());
+    host_.start();
+    EXPECT_TRUE(eventually([&] { return ask("GET", "/healthz").status == 200; }));
+    const Answer answer = ask("GET", "/readyz");
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_TRUE(answer.body.at("error").get<std::string>().starts_with(
+        "the session factory is not registered: "));
 }
 
 }  // namespace

@@ -32,6 +32,11 @@ class Status : public testing::Test {
         host_.addUser("bob");
     }
 
+    /// Start the host. It opens the operator's interface a little later than it accepts log-ins.
+    void start() {
+        host_.start();
+        ASSERT_TRUE(host_.log().waitFor("the operator's interface is at"));
+    }
     /// Run `kelpctl status`. Return its exit code.
     int status(std::vector<std::string> options = {}) {
         LogFile log(host_.scratch("status" + std::to_string(++looks_)));
@@ -62,7 +67,7 @@ class Status : public testing::Test {
 };
 
 TEST_F(Status, HealthyHostIsWell) {
-    host_.start();
+    start();
     EXPECT_EQ(status(), 0) << text_;
     EXPECT_NE(text_.find("ok: all is well"), std::string::npos) << text_;
 }
@@ -72,7 +77,7 @@ TEST_F(Status, StoppedHostIsNoWarning) {
 }
 
 TEST_F(Status, FrozenNmsIsShownUntilItsSessionHasEnded) {
-    host_.start();
+    start();
     NmsProcess nms(host_);
     nms.logIn(0, "bob");
     nms.process().freeze();
@@ -84,7 +89,7 @@ TEST_F(Status, FrozenNmsIsShownUntilItsSessionHasEnded) {
 
 TEST_F(Status, LockedOutUserIsShown) {
     host_.set("security", "lockout_failures", 2);
-    host_.start();
+    start();
     std::ofstream(host_.scratch("wrong")) << "wrong\n";
     for (int i = 0; i < 3; ++i) {
         Launch launch = host_.launch(
@@ -101,7 +106,7 @@ TEST_F(Status, LossOfEventsIsShownUntilItIsOver) {
     const std::string fifo = host_.scratch("loss").string();
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     host_.setEnvironment("KELP_TEST_EVENT_LOSS", fifo).addBundle("event_loss_switch");
-    host_.start();
+    start();
     const auto report = [&](const std::string& line) {
         std::ofstream(fifo, std::ios::app) << line << std::endl;
     };
@@ -116,7 +121,7 @@ TEST_F(Status, LossOfEventsIsShownUntilItIsOver) {
 
 TEST_F(Status, ConsumerThatDoesNotAnswerIsShown) {
     host_.set("notification", "push_timeout_s", 1);
-    host_.start();
+    start();
     NmsProcess nms(host_);
     nms.logIn(0, "bob");
     nms.follow(0);
@@ -132,7 +137,7 @@ TEST_F(Status, ConsumerThatDoesNotAnswerIsShown) {
 TEST_F(Status, ReplacedNamingEntryIsShown) {
     const NameServer names;
     host_.useNamingService(names.port());
-    host_.start();
+    start();
     NamingClient client(testOrb(), names.port());
     ASSERT_TRUE(eventually([&] { return !client.factoryAddress().empty(); }));
     const CORBA::Object_var foreign = orb::toReference(
@@ -145,7 +150,7 @@ TEST_F(Status, ReplacedNamingEntryIsShown) {
 TEST_F(Status, NamingServiceThatDoesNotAnswerIsShown) {
     NameServer names;
     host_.useNamingService(names.port());
-    host_.start();
+    start();
     names.process().kill();
     EXPECT_TRUE(comesToShow("naming-unreachable")) << text_;
     EXPECT_EQ(code_, 20);
@@ -161,7 +166,7 @@ TEST_F(Status, CertificateThatIsAboutToExpireOrHasExpiredIsShown) {
         .set("tls", "ca", quoted(certificates.authority()))
         .set("tls", "certificate", quoted(installed))
         .set("naming", "ssl_port", namingPort.port());
-    host_.start();
+    start();
     EXPECT_TRUE(shows("certificate-expires", "in 1 day")) << text_;
     EXPECT_EQ(code_, 10);
     std::filesystem::copy_file(certificates.issueExpired("old"), installed,
@@ -178,7 +183,7 @@ TEST_F(Status, FullDiskAndRefusedIntakeAreShown) {
     ASSERT_TRUE(disk.isMounted());
     host_.set("oplog", "database", quoted((folder / "oplog.db").string()));
     host_.set("alarms", "log", quoted((folder / "changes.db").string()));
-    host_.start();
+    start();
     disk.fill();
     const auto storm = [&] {
         Launch raise = host_.launch(KELPCTL, {"--config", host_.configFile().string(), "storm",

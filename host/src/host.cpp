@@ -13,7 +13,6 @@
 #include <kelp/corbabase/tls_settings.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/core_dumps.h>
-#include <kelp/util/trace_limit.h>
 #include <kelp/util/trace_log.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,6 +24,7 @@
 #include <vector>
 
 #include "admin/admin_server.h"
+#include "admin/configuration_requests.h"
 #include "admin/consumer_requests.h"
 #include "admin/known_requests.h"
 #include "admin/naming_requests.h"
@@ -37,6 +37,7 @@
 #include "naming_readiness.h"
 #include "naming_settings.h"
 #include "readiness_watch.h"
+#include "reload.h"
 #include "service_manager.h"
 #include "signal_watch.h"
 #include "start_failure.h"
@@ -189,6 +190,9 @@ class AdminUse {
           alive_(admin::Registry::instance().enter("GET", "/healthz", tellAlive)),
           readiness_(admin::Registry::instance().enter("GET", "/readyz", tellReadiness)),
           status_(admin::Registry::instance().enter("GET", "/status", tellStatus)),
+          configuration_(admin::Registry::instance().enter("GET", "/config", tellConfiguration)),
+          reload_(admin::Registry::instance().enter("POST", "/reload", reload)),
+          version_(admin::Registry::instance().enter("GET", "/version", tellVersion)),
           requests_(admin::Registry::instance().enter("GET", "/requests", tellRequests)) {
         const admin::Address address = admin::configuredAddress();
         try {
@@ -222,26 +226,13 @@ class AdminUse {
     admin::Registration alive_;
     admin::Registration readiness_;
     admin::Registration status_;
+    admin::Registration configuration_;
+    admin::Registration reload_;
+    admin::Registration version_;
     admin::Registration requests_;
     HostConditions conditions_;
     std::optional<AdminServer> server_;
 };
-
-void reloadConfiguration() {
-    std::vector<NS_BUNDLEMGR1::ConfigChange> changes;
-    const auto problems = ConfigStore::instance().reload(&changes);
-    for (const ConfigProblem& problem : problems)
-        trace(__LINE__, "the configuration is kept as it was: " + problem.text());
-    noteConfigurationRead(changes, problems.empty() ? "" : problems.front().text());
-    if (!problems.empty())
-        return;
-    util::TraceLog::instance().setLevel(
-        static_cast<int>(ConfigStore::instance().integer("trace.level")));
-    util::setTraceLinesPerMinute(static_cast<unsigned>(
-        ConfigStore::instance().integer("trace.lines_per_minute_before_login")));
-    trace(__LINE__, "the configuration has been read again");
-    NS_BUNDLEMGR1::LightEventMgr::Instance()->Raise(NS_BUNDLEMGR1::kConfigurationReadEvent);
-}
 
 /// Whether the naming service is available. An embedded one answers once the bundle that starts the
 /// ORB has started.

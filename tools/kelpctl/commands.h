@@ -40,6 +40,14 @@ void addStatusCommand(CLI::App& app, const GlobalOptions& options);
 /// outlive the parsing.
 void addNamingCommand(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl config show`, which shows the settings in use with their origins, and `kelpctl
+/// version`. `options` must outlive the parsing.
+void addConfigCommands(CLI::App& app, const GlobalOptions& options);
+
+/// Add `kelpctl reload`, which makes the host read its configuration again. `options` must outlive
+/// the parsing.
+void addReloadCommand(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl oplog` and `kelpctl audit`, which read the operation log and the security log.
 /// `options` must outlive the parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);

@@ -59,6 +59,8 @@ int run(int argc, char** argv) {
     addHealthCommand(app, options);
     addStatusCommand(app, options);
     addNamingCommand(app, options);
+    addConfigCommands(app, options);
+    addReloadCommand(app, options);
     addLogCommands(app, options);
     addInventoryCommands(app, options);
     addSnmpCommands(app, options);

@@ -26,7 +26,9 @@ struct ConfigDocument {
     std::map<std::string, ConfigValue> values;  ///< by "table.key"
     std::map<std::string, int> lines;           ///< line of each value in the file, by "table.key"
     std::map<std::string, AgentOption> agent;   ///< by key
-    std::vector<ConfigProblem> problems;        ///< these make the file unusable
+    /// Values of the file that take effect at the next start, by "table.key".
+    std::map<std::string, ConfigValue> waiting;
+    std::vector<ConfigProblem> problems;  ///< these make the file unusable
     std::vector<ConfigProblem>
         agentProblems;  ///< values of the wrong type, which are read as missing
 

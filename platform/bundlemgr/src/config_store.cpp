@@ -89,6 +89,58 @@ std::vector<ConfigChange> changesBetween(const ConfigDocument& before,
     return changes;
 }
 
+/// Keep the values of the keys that need a restart.
+void keepUntilRestart(const ConfigDocument& running, ConfigDocument& read) {
+    for (const ConfigKey& key : configKeys()) {
+        if (!staysUntilRestart(key, running))
+            continue;
+        const std::string name = key.name();
+        const ConfigValue& kept = running.values.at(name);
+        ConfigValue& inFile = read.values[name];
+        if (inFile == kept)
+            continue;
+        traceKept(read, name);
+        read.waiting[name] = std::move(inFile);
+        inFile = kept;
+    }
+}
+
+std::vector<ConfigChange> waitingIn(const ConfigDocument& document) {
+    std::vector<ConfigChange> all;
+    for (const auto& [key, value] : document.waiting)
+        all.push_back({key, tomlValue(document.values.at(key)), tomlValue(value)});
+    return all;
+}
+
+ConfigSetting settingOf(const ConfigDocument& document, const ConfigKey& key) {
+    ConfigSetting setting;
+    setting.key = key.name();
+    setting.value = tomlValue(document.values.at(setting.key));
+    if (const auto waiting = document.waiting.find(setting.key); waiting != document.waiting.end())
+        setting.waiting = tomlValue(waiting->second);
+    if (const int line = document.lineOf(setting.key); line > 0) {
+        setting.file = document.name;
+        setting.line = line;
+    }
+    return setting;
+}
+
+ConfigSetting agentSettingOf(const ConfigDocument& document, const ConfigKey& key) {
+    ConfigSetting setting;
+    setting.key = key.name();
+    setting.value = tomlValue(key.standard);
+    const auto found = document.agent.find(key.key);
+    if (found == document.agent.end())
+        return setting;
+    const bool isInteger = std::holds_alternative<std::int64_t>(key.standard);
+    setting.problem = agentProblem(document, key.key, found->second, isInteger).what;
+    setting.file = document.name;
+    setting.line = found->second.line;
+    if (setting.problem.empty())
+        setting.value = optionText(document, key.key);
+    return setting;
+}
+
 template <class Value>
 Value valueFor(const ConfigDocument& document, const std::string& key) {
     const auto found = document.values.find(key);
@@ -145,7 +197,8 @@ std::vector<ConfigProblem> ConfigStore::loadText(const std::string& toml, const 
     return state_->takeOver(readDocumentText(toml, name), {});
 }
 
-std::vector<ConfigProblem> ConfigStore::reload(std::vector<ConfigChange>* changes) {
+std::vector<ConfigProblem> ConfigStore::reload(std::vector<ConfigChange>* changes,
+                                               std::vector<ConfigChange>* waiting) {
     const MutexLock control(state_->control);
     const std::filesystem::path from = file();
     if (from.empty())
@@ -154,17 +207,11 @@ std::vector<ConfigProblem> ConfigStore::reload(std::vector<ConfigChange>* change
     if (!read.problems.empty())
         return read.problems;
     const std::shared_ptr<const ConfigDocument> running = state_->current();
-    for (const ConfigKey& key : configKeys()) {
-        if (!staysUntilRestart(key, *running))
-            continue;
-        const ConfigValue& kept = running->values.at(key.name());
-        if (read.values.at(key.name()) != kept) {
-            traceKept(read, key.name());
-            read.values[key.name()] = kept;
-        }
-    }
+    keepUntilRestart(*running, read);
     if (changes != nullptr)
         *changes = changesBetween(*running, read);
+    if (waiting != nullptr)
+        *waiting = waitingIn(read);
     return state_->takeOver(std::move(read), from);
 }
 
@@ -212,6 +259,16 @@ std::optional<std::string> ConfigStore::agentText(const std::string& key,
 ConfigProblem ConfigStore::problem(const std::string& key, const std::string& what) const {
     const std::shared_ptr<const ConfigDocument> document = state_->current();
     return {document->name, document->lineOf(key), key, what};
+}
+
+std::vector<ConfigSetting> ConfigStore::settings() const {
+    const std::shared_ptr<const ConfigDocument> document = state_->current();
+    std::vector<ConfigSetting> all;
+    all.reserve(configKeys().size());
+    for (const ConfigKey& key : configKeys())
+        all.push_back(key.isAgentOption() ? agentSettingOf(*document, key)
+                                          : settingOf(*document, key));
+    return all;
 }
 
 std::uint64_t ConfigStore::generation() const {

@@ -39,6 +39,60 @@ TEST_F(ConfigReload, AppliesWhatNeedsNoRestart) {
     EXPECT_EQ(store.agentInteger("Cachesize"), std::nullopt);
 }
 
+TEST_F(ConfigReload, ReportsWhatWaitsForARestart) {
+    load("[ems]\nname = 'A/B'\n");
+    for (int again = 0; again < 2; ++again) {
+        directory.write("kelp.toml", "[session]\nmax_sessions = 6\n[ems]\nname = 'A/C'\n");
+        std::vector<NS_BUNDLEMGR1::ConfigChange> changes;
+        std::vector<NS_BUNDLEMGR1::ConfigChange> waiting;
+        ASSERT_THAT(store.reload(&changes, &waiting), IsEmpty());
+        EXPECT_EQ(changes.size(), again == 0 ? 1u : 0u);
+        ASSERT_EQ(waiting.size(), 1u) << "also when nothing has changed since";
+        EXPECT_EQ(waiting[0].key, "ems.name");
+        EXPECT_NE(waiting[0].before.find("A/B"), std::string::npos);
+        EXPECT_NE(waiting[0].after.find("A/C"), std::string::npos);
+    }
+}
+
+class ConfigSettings : public ConfigReload {
+  protected:
+    NS_BUNDLEMGR1::ConfigSetting setting(const std::string& key) const {
+        for (const NS_BUNDLEMGR1::ConfigSetting& each : store.settings()) {
+            if (each.key == key)
+                return each;
+        }
+        return {};
+    }
+};
+
+TEST_F(ConfigSettings, HaveTheirOrigin) {
+    load("[session]\nmax_sessions = 5\n[agent]\nCachesize = 1\n");
+    EXPECT_EQ(store.settings().size(), NS_BUNDLEMGR1::configKeys().size());
+    EXPECT_EQ(setting("session.max_sessions").value, "5");
+    EXPECT_EQ(setting("session.max_sessions").line, 2);
+    EXPECT_TRUE(setting("session.max_sessions").file.ends_with("/kelp.toml"));
+    EXPECT_EQ(setting("agent.Cachesize").value, "1");
+    EXPECT_EQ(setting("agent.Cachesize").line, 4);
+    EXPECT_EQ(setting("orb.threads_max").file, "");
+    EXPECT_EQ(setting("orb.threads_max").value, "0");
+}
+
+TEST_F(ConfigSettings, TellWhyAnAgentOptionIsNotUsed) {
+    load("[agent]\nCachesize = 'many'\n");
+    EXPECT_NE(setting("agent.Cachesize").problem, "");
+    EXPECT_EQ(setting("agent.Cachesize").line, 2);
+    EXPECT_EQ(setting("agent.Cachesize").value.find("many"), std::string::npos);
+}
+
+TEST_F(ConfigSettings, TellWhatTheNextStartUses) {
+    load("[ems]\nname = 'A/B'\n");
+    reload("[ems]\nname = 'A/C'\n");
+    EXPECT_NE(setting("ems.name").value.find("A/B"), std::string::npos);
+    EXPECT_NE(setting("ems.name").waiting.find("A/C"), std::string::npos);
+    reload("[ems]\nname = 'A/B'\n");
+    EXPECT_EQ(setting("ems.name").waiting, "");
+}
+
 TEST_F(ConfigReload, ReportsWhatItChanged) {
     load("[session]\nmax_sessions = 5\nping_interval_s = 5\n[agent]\nCachesize = 1\n");
     const std::uint64_t before = store.generation();

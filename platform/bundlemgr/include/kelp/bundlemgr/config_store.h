@@ -29,6 +29,16 @@ struct KELP_EXPORT ConfigChange {
     std::string after;
 };
 
+/// A key with the value that is in use, and where that comes from.
+struct KELP_EXPORT ConfigSetting {
+    std::string key;      ///< "table.key"
+    std::string value;    ///< in the syntax of the file
+    std::string file;     ///< that sets the value; empty: the default is in use
+    int line = 0;         ///< in that file
+    std::string waiting;  ///< value in the file that the next start uses; empty: the one in use
+    std::string problem;  ///< why an [agent] option in the file is not used; empty: it is
+};
+
 /// The configuration of the process: one TOML file. A schema defines the tables and keys with their
 /// types, ranges and defaults. A reload replaces the whole configuration at once, or nothing if the
 /// file has a problem. Any thread may look values up.
@@ -42,8 +52,10 @@ class KELP_EXPORT ConfigStore {
     /// The same with a text instead of a file. `name` replaces the file's name in problems.
     std::vector<ConfigProblem> loadText(const std::string& toml, const std::string& name);
     /// Read the last file again. Keys that need a restart keep the value of the first load. If
-    /// `changes` is given, the changed keys are stored there.
-    std::vector<ConfigProblem> reload(std::vector<ConfigChange>* changes = nullptr);
+    /// `changes` is given, the changed keys are stored there; if `waiting` is given, the keys whose
+    /// value in the file takes effect at the next start.
+    std::vector<ConfigProblem> reload(std::vector<ConfigChange>* changes = nullptr,
+                                      std::vector<ConfigChange>* waiting = nullptr);
     /// Use the defaults, without a file.
     void reset();
 
@@ -68,6 +80,9 @@ class KELP_EXPORT ConfigStore {
     /// A problem with a key's value that only its user can detect. Names the last file and the line
     /// of the value.
     ConfigProblem problem(const std::string& key, const std::string& what) const;
+
+    /// Every key in the order of the schema, with its value and origin.
+    std::vector<ConfigSetting> settings() const;
 
     /// A number that changes with each load, reload and reset that changed the configuration.
     /// Owners of data derived from a value compare it to see whether the data is out of date. Fast.

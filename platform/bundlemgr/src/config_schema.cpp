@@ -338,6 +338,13 @@ std::vector<ConfigKey> serviceKeys() {
                    "Maximum number of sessions from one address at the same time, over all "
                    "accounts. NMS behind one NAT address share it."),
 
+        textKey("session", "history", "", {}, restart,
+                "SQLite file of the ended sessions; empty: sessions.db in the state directory."),
+        integerKey("session", "history_days", 30, 1, 3650, Change::AtReload,
+                   "Days that ended sessions are kept."),
+        integerKey("session", "history_rows", 100000, 1, 10000000, Change::AtReload,
+                   "Maximum number of ended sessions that are kept. The oldest are removed first."),
+
         integerKey("iterator", "soft_limit", 200, 1, 1000000, Change::AtReload,
                    "Number of open iterators above which opening a further one closes the oldest "
                    "(IteratorRestriction)."),

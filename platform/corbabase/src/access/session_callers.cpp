@@ -39,7 +39,8 @@ void SessionCallers::Enter(const std::string& sessionName, const void* owner,
                            const SessionToken& token, const kelp::util::PeerAddress& peer) {
     ConnectionLogIns::Instance().LoggedIn(peer, sessionName);
     const ExclusiveLock lock(mutex_);
-    sessions_.insert_or_assign(sessionName, Session{owner, token, Address::of(peer)});
+    sessions_.insert_or_assign(
+        sessionName, Session{owner, token, Address::of(peer), std::make_unique<CallMeter>()});
 }
 
 void SessionCallers::Move(const std::string& sessionName, const void* owner,
@@ -78,15 +79,26 @@ std::optional<std::string> SessionCallers::OnlyOneFrom(const kelp::util::PeerAdd
 }
 
 SessionCallers::Verdict SessionCallers::Judge(const kelp::orb::RequestInfo& request) const {
-    if (!isSessionName(request.topPoaName()) || !IsPeerBound())
+    if (!isSessionName(request.topPoaName()))
         return Verdict::MayCall;
+    const bool isBound = IsPeerBound();
     const Address caller = Address::of(request.peer());
     const SharedLock lock(mutex_);
     const auto found = sessions_.find(request.topPoaName());
     if (found == sessions_.end())
-        return Verdict::IsOver;
+        return isBound ? Verdict::IsOver : Verdict::MayCall;
     const Address& own = found->second.peer;
-    return !own.isKnown || own == caller ? Verdict::MayCall : Verdict::Stranger;
+    if (isBound && own.isKnown && own != caller)
+        return Verdict::Stranger;
+    found->second.calls->note();
+    return Verdict::MayCall;
+}
+
+CallFigures SessionCallers::CallsOf(const std::string& sessionName, const void* owner) const {
+    const SharedLock lock(mutex_);
+    const auto found = sessions_.find(sessionName);
+    return found != sessions_.end() && found->second.owner == owner ? found->second.calls->figures()
+                                                                    : CallFigures();
 }
 
 bool SessionCallers::KnowsSecret(const kelp::orb::RequestInfo& request) const {

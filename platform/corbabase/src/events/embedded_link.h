@@ -29,6 +29,13 @@ class EmbeddedLink final : public EventChannelLink {
     std::vector<kelp::notification::ConsumerCounts> consumers() const override {
         return channel_.consumers();
     }
+    kelp::notification::ConsumerSubscription subscriptionOf(std::int32_t admin,
+                                                            std::int32_t proxy) const override {
+        return channel_.subscriptionOf(admin, proxy);
+    }
+    kelp::notification::EndedCounts endedConsumersOf(const std::string& owner) const override {
+        return channel_.endedConsumersOf(owner);
+    }
 
   private:
     class LoggedInPeers final : public kelp::notification::Guard {

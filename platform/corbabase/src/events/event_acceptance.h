@@ -32,6 +32,7 @@ class EventAcceptance {
     /// True when less than half of the queue is in use, here and for each consumer of the channel.
     bool isDrained() const { return handover_.isDrained() && link_->isDrained(); }
     std::vector<kelp::notification::ConsumerCounts> consumers() const { return link_->consumers(); }
+    const EventChannelLink& link() const { return *link_; }
 
     /// Drop the waiting events, traced with their number, leave the channel and write the alarm log
     /// to its end. Waits for calls in progress.

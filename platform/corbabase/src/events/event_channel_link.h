@@ -4,6 +4,8 @@
 #include <kelp/orb/event_sender.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <string>
 #include <vector>
 
 namespace NS_CORBA {
@@ -43,6 +45,14 @@ class EventChannelLink {
     virtual bool isDrained() const = 0;
     /// Event counts of each consumer, as far as the link knows them.
     virtual std::vector<kelp::notification::ConsumerCounts> consumers() const = 0;
+    /// See kelp::notification::Channel. Empty for a channel of another process.
+    virtual kelp::notification::ConsumerSubscription subscriptionOf(std::int32_t,
+                                                                    std::int32_t) const {
+        return {};
+    }
+    virtual kelp::notification::EndedCounts endedConsumersOf(const std::string&) const {
+        return {};
+    }
 };
 
 }  // namespace NS_CORBA

@@ -262,6 +262,20 @@ std::vector<kelp::notification::ConsumerCounts> SuppilerMgr::Consumers() const {
     return running ? running->consumers() : std::vector<kelp::notification::ConsumerCounts>();
 }
 
+kelp::notification::ConsumerSubscription SuppilerMgr::SubscriptionOf(std::int32_t admin,
+                                                                     std::int32_t proxy) const {
+    const std::shared_ptr<EventAcceptance> running = state_->current();
+    return running ? running->link().subscriptionOf(admin, proxy)
+                   : kelp::notification::ConsumerSubscription();
+}
+
+kelp::notification::EndedCounts SuppilerMgr::EndedConsumersOf(
+    const std::string& sessionName) const {
+    const std::shared_ptr<EventAcceptance> running = state_->current();
+    return running ? running->link().endedConsumersOf(sessionName)
+                   : kelp::notification::EndedCounts();
+}
+
 void SuppilerMgr::FormatLog(const std::string& name, const std::string& value, std::ostream& out) {
     out << escapedEntryText(name) << '=' << escapedEntryText(value) << '\n';
 }

@@ -78,9 +78,22 @@ std::vector<ConsumerCounts> Channel::consumers() const {
         ConsumerCounts counts = each->counts();
         counts.admin = each->admin().id;
         counts.proxy = each->proxy();
+        counts.owner = each->ownerKey();
         all.push_back(counts);
     }
     return all;
+}
+
+ConsumerSubscription Channel::subscriptionOf(std::int32_t admin, std::int32_t proxy) const {
+    for (const std::shared_ptr<ConsumerPath>& each : state_->core->consumerPaths()) {
+        if (each->admin().id == admin && each->proxy() == proxy)
+            return each->description();
+    }
+    return {};
+}
+
+EndedCounts Channel::endedConsumersOf(const std::string& owner) const {
+    return state_->core->endedConsumers().of(owner);
 }
 
 bool Channel::isDrained() const {

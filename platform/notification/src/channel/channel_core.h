@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "channel/ended_consumers.h"
 #include "channel/farewells.h"
 #include "delivery/consumer_path.h"
 #include "delivery/delivery_threads.h"
@@ -68,6 +69,7 @@ class ChannelCore {
     /// Disconnects peers whose proxy has ended.
     Farewells& farewells() { return farewells_; }
     FilterStage& filterStage() { return filterStage_; }
+    EndedConsumers& endedConsumers() { return endedConsumers_; }
 
     // -- events
     /// Let every consumer's path screen an event, one event after the other.
@@ -124,6 +126,7 @@ class ChannelCore {
     DeliveryThreads deliveryThreads_;
     ChangeNotices notices_;
     FilterStage filterStage_;
+    EndedConsumers endedConsumers_;
     Farewells farewells_;
     const std::shared_ptr<FollowedTypes> offered_;
     const std::shared_ptr<FollowedTypes> subscribed_;

@@ -71,6 +71,16 @@ bool ConsumerPath::work(FilterStage::Clock::time_point until) {
     return true;
 }
 
+ConsumerSubscription ConsumerPath::description() const {
+    ConsumerSubscription description;
+    for (const auto& [domain, type] : subscribedTypes())
+        description.types.push_back(domain + "/" + type);
+    description.filters = filters.texts();
+    description.adminFilters = admin_->filters.texts();
+    description.eitherFilter = admin_->op == CosNotifyChannelAdmin::OR_OP;
+    return description;
+}
+
 bool ConsumerPath::hasDrained() const {
     return isSettled() && (!isConnected() || 2 * sieve_.size() < core_.settings().queueEventsMax);
 }

@@ -45,6 +45,7 @@ class ConsumerPath final : public Subscription, public FilterStage::Task {
     void applyQos(const Qos& qos);
     /// The types that both the admin and the proxy subscribe to.
     TypeSet subscribedTypes() const { return narrowed(types.types(), admin_->types.types()); }
+    ConsumerSubscription description() const;
     AdminData& admin() { return *admin_; }
     CosNotifyChannelAdmin::ProxyID proxy() const { return proxy_; }
 

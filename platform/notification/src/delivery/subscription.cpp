@@ -19,6 +19,8 @@ using util::MutexUnlock;
 /// Maximum time for which a consumer with more events keeps its delivery thread while others wait
 /// for one.
 constexpr milliseconds kLongestTurn{5};
+/// Share of the last call in the averages of its duration and its events.
+constexpr double kLastCallShare = 1.0 / 16;
 
 /// The object does not exist.
 bool meansGone(const CORBA::SystemException& failure) {
@@ -317,6 +319,7 @@ bool Subscription::deliverBatch(ConnectedConsumer& consumer) {
     if (!isBatchDue(batchMax))
         return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
+    const Clock::time_point begun = Clock::now();
     try {
         {
             const MutexUnlock unlocked(mutex_);
@@ -324,6 +327,7 @@ bool Subscription::deliverBatch(ConnectedConsumer& consumer) {
             consumer.deliver(events);
         }
         queue_.settle(true);
+        noteCall(Clock::now() - begun, events.size());
         return true;
     } catch (const CosEventComm::Disconnected&) {
         died("it is disconnected");
@@ -418,6 +422,15 @@ void Subscription::finishTurn(bool wasCutShort) {
     }
 }
 
+void Subscription::noteCall(Clock::duration duration, std::size_t events) {
+    using Microseconds = std::chrono::duration<double, std::micro>;
+    const double microseconds = std::chrono::duration_cast<Microseconds>(duration).count();
+    const double share = pushCalls_ == 0 ? 1 : kLastCallShare;
+    callMicroseconds_ += share * (microseconds - callMicroseconds_);
+    eventsPerCall_ += share * (static_cast<double>(events) - eventsPerCall_);
+    ++pushCalls_;
+}
+
 void Subscription::tellLost(const EventPtr& first) {
     const MutexUnlock unlocked(mutex_);
     eventsLost(*first);
@@ -439,6 +452,10 @@ ConsumerCounts Subscription::counts() const {
         counts.oldest =
             std::chrono::duration_cast<milliseconds>(Clock::now() - queue_.oldestAccepted());
     counts.lastError = lastError_;
+    counts.batchMax = consumer_ ? consumer_->batchMax() : 0;
+    counts.pushCalls = pushCalls_;
+    counts.callDuration = std::chrono::microseconds(static_cast<std::int64_t>(callMicroseconds_));
+    counts.eventsPerCall = eventsPerCall_;
     return counts;
 }
 

@@ -113,6 +113,7 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     bool probeFirst(ConnectedConsumer& consumer) KELP_REQUIRES(mutex_);
     /// False when the turn is over: no batch is due yet, or the call failed.
     bool deliverBatch(ConnectedConsumer& consumer) KELP_REQUIRES(mutex_);
+    void noteCall(Clock::duration duration, std::size_t events) KELP_REQUIRES(mutex_);
     void failed(const CORBA::SystemException& failure) KELP_REQUIRES(mutex_);
     void refused(const std::string& why) KELP_REQUIRES(mutex_);
     void died(const std::string& why) KELP_REQUIRES(mutex_);
@@ -144,6 +145,9 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     int pullers_ KELP_GUARDED_BY(mutex_) = 0;  ///< pulls in progress
     std::uint64_t failures_ KELP_GUARDED_BY(mutex_) = 0;
     std::string lastError_ KELP_GUARDED_BY(mutex_);
+    std::uint64_t pushCalls_ KELP_GUARDED_BY(mutex_) = 0;
+    double callMicroseconds_ KELP_GUARDED_BY(mutex_) = 0;  ///< average
+    double eventsPerCall_ KELP_GUARDED_BY(mutex_) = 0;     ///< average
 };
 
 }  // namespace kelp::notification

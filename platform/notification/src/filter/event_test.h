@@ -3,6 +3,8 @@
 #include <cos/CosNotification.h>
 
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace kelp::notification {
 
@@ -16,6 +18,8 @@ class EventTest {
     virtual bool passes(const CosNotification::StructuredEvent& event, Budget& budget) const = 0;
     /// A token that each user holds while it uses the filter.
     virtual std::shared_ptr<const void> use() const = 0;
+    /// The constraints as text. Empty if there are none.
+    virtual std::vector<std::string> texts() const { return {}; }
 };
 
 }  // namespace kelp::notification

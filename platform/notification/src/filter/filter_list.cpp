@@ -12,6 +12,19 @@ constexpr std::size_t kFiltersPerObjectMax = 100;
 const FilterList::Snapshot kNoFilters = std::make_shared<FilterList::Snapshot::element_type>();
 }  // namespace
 
+std::vector<std::string> FilterList::texts() const {
+    std::vector<std::string> all;
+    for (const auto& [id, entry] : *current()) {
+        // destroyed filters have no constraints and let nothing pass
+        std::vector<std::string> texts =
+            entry.test == nullptr ? std::vector<std::string>() : entry.test->texts();
+        if (texts.empty())
+            texts.emplace_back("(no constraint: nothing passes)");
+        all.insert(all.end(), texts.begin(), texts.end());
+    }
+    return all;
+}
+
 FilterList::Snapshot FilterList::current() const {
     const util::MutexLock guard(mutex_);
     return filters_;

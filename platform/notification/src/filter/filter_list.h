@@ -6,6 +6,8 @@
 
 #include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "filter/event_test.h"
 
@@ -40,6 +42,8 @@ class FilterList {
     void clear() KELP_EXCLUDES(mutex_);
 
     Snapshot current() const KELP_EXCLUDES(mutex_);
+    /// The constraints of all filters as text.
+    std::vector<std::string> texts() const;
     /// Evaluate the filters. One that was destroyed does not match, because it has no constraints.
     /// One that fails, or exceeds the budget, does not match either.
     static Verdict judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,

@@ -124,6 +124,19 @@ FilterServant::Entry FilterServant::compiled(const ConstraintExp& expression) co
     }
 }
 
+std::vector<std::string> FilterServant::texts() const {
+    std::vector<std::string> texts;
+    for (const auto& [id, entry] : *current()) {
+        std::string text = entry.expression.constraint_expr.in();
+        const CosNotification::EventTypeSeq& types = entry.expression.event_types;
+        for (CORBA::ULong i = 0; i < types.length(); ++i)
+            text += (i == 0 ? " [for " : ", ") + std::string(types[i].domain_name.in()) + "/" +
+                    types[i].type_name.in();
+        texts.push_back(types.length() == 0 ? text : text + "]");
+    }
+    return texts;
+}
+
 std::shared_ptr<const FilterServant::Entries> FilterServant::current() const {
     const util::MutexLock guard(mutex_);
     return entries_;

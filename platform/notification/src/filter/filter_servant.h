@@ -38,6 +38,7 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
     // -- EventTest
     bool passes(const CosNotification::StructuredEvent& event, Budget& budget) const override;
     std::shared_ptr<const void> use() const override { return use_; }
+    std::vector<std::string> texts() const override;
 
     char* constraint_grammar() override;
     CosNotifyFilter::ConstraintInfoSeq* add_constraints(

@@ -98,6 +98,7 @@ void SupplierPart::close(Consumer consumer) {
     PortableServer::ServantBase_var self = servant();
     self->_add_ref();
     const std::shared_ptr<ConnectedConsumer> connected = path_->close();
+    core_->endedConsumers().add(path_->ownerKey(), path_->counts());
     updates_.close();
     core_->removeConsumerPath(path_.get());
     core_->giveConsumerPlace();

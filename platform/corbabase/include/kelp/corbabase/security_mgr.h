@@ -26,6 +26,8 @@ inline constexpr unsigned long kTooManyAccountSessions = 0x048FFFA9;
 inline constexpr unsigned long kTooManyAddressSessions = 0x048FFFAA;
 /// This user may not log in with this certificate, or not without one.
 inline constexpr unsigned long kCertificateNotAllowed = 0x048FFFAB;
+/// The operator drains the host: log-ins are refused until that ends.
+inline constexpr unsigned long kDraining = 0x048FFFAC;
 /// A user name or password is longer than kLogInTextBytesMax. The client sees EXCPT_INVALID_INPUT.
 inline constexpr unsigned long kOverlongLogIn = 0x41180057;
 

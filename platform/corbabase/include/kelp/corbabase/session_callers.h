@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/corbabase/call_meter.h>
 #include <kelp/corbabase/session_token.h>
 #include <kelp/orb/request.h>
 #include <kelp/util/export.h>
@@ -8,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,8 +45,11 @@ class KELP_EXPORT SessionCallers {
         Stranger,  ///< the session is bound to another address
         IsOver     ///< the session has ended
     };
-    /// Judge a request that arrived over a connection and whose target was found.
+    /// Judge a request that arrived over a connection and whose target was found. Count it if the
+    /// caller may call.
     Verdict Judge(const kelp::orb::RequestInfo& request) const;
+    /// The calls that this session of `owner` has received. All zero when it is not live.
+    CallFigures CallsOf(const std::string& sessionName, const void* owner) const;
     /// Whether the target is an object of a live session and its object id ends in the secret of
     /// that session.
     bool KnowsSecret(const kelp::orb::RequestInfo& request) const;
@@ -64,6 +69,7 @@ class KELP_EXPORT SessionCallers {
         const void* owner;
         SessionToken token;
         Address peer;
+        std::unique_ptr<CallMeter> calls;
     };
 
     SessionCallers() = default;

@@ -77,6 +77,12 @@ class KELP_EXPORT SuppilerMgr {
     void RequestHeartbeat();
     /// Event counts of each consumer. Empty without an embedded channel.
     std::vector<kelp::notification::ConsumerCounts> Consumers() const;
+    /// What this consumer gets. Empty for an unknown one, or without an embedded channel.
+    kelp::notification::ConsumerSubscription SubscriptionOf(std::int32_t admin,
+                                                            std::int32_t proxy) const;
+    /// Sums over the ended consumers of the session with this name. All zero without an embedded
+    /// channel.
+    kelp::notification::EndedCounts EndedConsumersOf(const std::string& sessionName) const;
 
     /// Write one log entry: the line "name=value". Line ends, control characters and backslashes
     /// are escaped in both.

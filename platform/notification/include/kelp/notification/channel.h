@@ -141,6 +141,10 @@ class KELP_EXPORT Channel {
     void push(const CosNotification::StructuredEvent& event);
 
     std::vector<ConsumerCounts> consumers() const;
+    /// What the consumer of this proxy gets. Nothing if there is none.
+    ConsumerSubscription subscriptionOf(std::int32_t admin, std::int32_t proxy) const;
+    /// Sums over the consumers of this owner that have ended. See ConsumerCounts::owner.
+    EndedCounts endedConsumersOf(const std::string& owner) const;
     /// True when every consumer that answers has less than half of its queue filled.
     bool isDrained() const;
 

@@ -73,11 +73,14 @@ void SessionCheck::relayLoss() {
 void SessionCheck::call() noexcept {
     if (call_ == Call::None)
         return;
+    const auto begun = std::chrono::steady_clock::now();
     try {
         makeCall();
     } catch (...) {  // conclude() traces it
         failure_ = std::current_exception();
     }
+    duration_ = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - begun);
 }
 
 void SessionCheck::makeCall() const {
@@ -102,6 +105,8 @@ void SessionCheck::makeCall() const {
 }
 
 int SessionCheck::conclude() {
+    if (call_ != Call::None)
+        source_.life().pinged(duration_, failureText());
     switch (call_) {
         case Call::None:
             break;
@@ -124,6 +129,15 @@ int SessionCheck::conclude() {
 void SessionCheck::requireAnswer() const {
     if (failure_)
         std::rethrow_exception(failure_);
+}
+
+std::string SessionCheck::failureText() const {
+    try {
+        requireAnswer();
+        return {};
+    } catch (...) {
+        return currentText();
+    }
 }
 
 void SessionCheck::concludeEnd() const {
@@ -202,6 +216,7 @@ SessionSource::Verdict SessionSource::judge(bool silentMode) {
     if (pingFailures_ > kMostFailedPings) {
         if (!silentMode) {
             state_ = Invalid;
+            life_.endFor(EndReason::Dead, "EMS");
             return Verdict::TearDown;
         }
         if (state_ != Ended && state_ != SilentWaiting) {

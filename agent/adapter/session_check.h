@@ -2,6 +2,7 @@
 
 #include <kelp/orb/corba.h>
 
+#include <chrono>
 #include <exception>
 #include <string>
 
@@ -43,6 +44,7 @@ class SessionCheck {
     void makeCall() const;
     /// Rethrow the exception that the call threw. Return when the NMS answered.
     void requireAnswer() const;
+    std::string failureText() const;  ///< empty when the NMS answered
     void concludeEnd() const;
     void concludePing();
     void concludeRelay();
@@ -54,6 +56,7 @@ class SessionCheck {
     bool isRecordedUntold_ = false;  ///< a change of the condition is recorded, not reported
     bool hasCalled_ = false;         ///< the NMS has called since the previous check
     std::exception_ptr failure_;
+    std::chrono::microseconds duration_{0};  ///< of the call
 };
 
 }  // namespace NS_KELPCORBA

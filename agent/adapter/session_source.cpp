@@ -3,6 +3,7 @@
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/session_callers.h>
 
+#include <algorithm>
 #include <exception>
 #include <new>
 
@@ -35,6 +36,7 @@ SessionSource::SessionSource(const std::string& ipAndPort, const std::string& us
     : ipAndPort_(ipAndPort),
       userName_(userName),
       sessionName_(sessionNameText(userName, ipAndPort)),
+      life_(userName, ipAndPort),
       nmsSession_(nmsSession::NmsSession_I::_duplicate(nmsSession)) {}
 
 SessionSource::~SessionSource() {
@@ -50,6 +52,8 @@ bool SessionSource::claimName() {
 }
 
 void SessionSource::giveUpName() {
+    if (const std::uint64_t total = calls().total; total > 0)
+        callsAtEnd_ = total;
     // in this order: as soon as the name is free another session may register its callers under it
     NS_CORBA::SessionCallers::Instance().Leave(sessionName_, this);
     ClaimedPoaNames::giveUp(sessionName_, this);
@@ -88,6 +92,15 @@ bool SessionSource::change_state(std::int32_t from, std::int32_t to) {
     if (state_ != from)
         return false;
     state_ = to;
+    return true;
+}
+
+bool SessionSource::endFrom(std::int32_t from, EndReason reason, const std::string& by) {
+    const WriteLock lock(lock_);
+    if (state_ != from)
+        return false;
+    state_ = Ended;
+    life_.endFor(reason, by);
     return true;
 }
 
@@ -151,8 +164,14 @@ void SessionSource::leave_silent_waiting(std::uint32_t number) {
 }
 
 void SessionSource::logOutOnce() {
-    if (!loggedOut_.exchange(true))
-        NS_CORBA::CorbaSecurityMgr::Instance()->Logout(ipAndPort_, userName_);
+    if (loggedOut_.exchange(true))
+        return;
+    NS_CORBA::CorbaSecurityMgr::Instance()->Logout(ipAndPort_, userName_);
+    life_.leave(std::max(callsAtEnd_.load(), calls().total));
+}
+
+NS_CORBA::CallFigures SessionSource::calls() const {
+    return NS_CORBA::SessionCallers::Instance().CallsOf(sessionName_, this);
 }
 
 }  // namespace NS_KELPCORBA

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/corbabase/call_meter.h>
 #include <kelp/corbabase/session_token.h>
 #include <kelp/orb/corba.h>
 #include <mtnm/nmsSession.h>
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <string>
 
+#include "adapter/session_life.h"
 #include "util/write_lock.h"
 
 namespace NS_KELPCORBA {
@@ -53,12 +55,20 @@ class SessionSource {
     const std::string& get_ip_and_port() const { return ipAndPort_; }
     const std::string& get_session_name() const { return sessionName_; }
     const NS_CORBA::SessionToken& token() const { return token_; }
+    /// What the operator is shown of it.
+    SessionLife& life() { return life_; }
+    const SessionLife& life() const { return life_; }
+    /// The calls of the NMS on objects of the session.
+    NS_CORBA::CallFigures calls() const;
 
     std::int32_t get_state() const;
     /// Set the state, unless it is already Invalid.
     void set_state(std::int32_t state);
     /// Change the state atomically. Return false when it is not `from`.
     bool change_state(std::int32_t from, std::int32_t to);
+    /// Change the state from `from` to Ended and note why, in one step. Return false when it is not
+    /// `from`.
+    bool endFrom(std::int32_t from, EndReason reason, const std::string& by);
     /// Do set_nms_session atomically if the session is Normal or waits silently. Return false
     /// otherwise. From then on only the peer address of the current request may call the session's
     /// objects.
@@ -152,6 +162,7 @@ class SessionSource {
     const std::string userName_;
     const std::string sessionName_;
     const NS_CORBA::SessionToken token_;
+    SessionLife life_;
     mutable WriteMutex lock_{kelp::util::LockRank::SessionSource, "SessionSource::lock_"};
     PortableServer::POA_var servantPoa_ KELP_GUARDED_BY(lock_);
     nmsSession::NmsSession_I_var nmsSession_ KELP_GUARDED_BY(lock_);
@@ -163,6 +174,7 @@ class SessionSource {
     std::uint32_t silentWaitingNumber_ KELP_GUARDED_BY(lock_) = 0;
     std::atomic<bool> loggedOut_{false};
     std::atomic<bool> isCalled_{false};
+    std::atomic<std::uint64_t> callsAtEnd_{0};  ///< set when the name is given up
 };
 
 }  // namespace NS_KELPCORBA

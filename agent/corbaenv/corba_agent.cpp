@@ -21,6 +21,7 @@
 #include "error/error_translator.h"
 #include "interceptor/corba_request_interceptor_impl.h"
 #include "notify/suppiler_mgr_callback.h"
+#include "operator/session_requests.h"
 #include "session/ems_session_factory_impl.h"
 #include "session/session_conditions.h"
 #include "util/agent_state.h"
@@ -94,10 +95,12 @@ bool start() {
     if (AgentServerFacade::Init() == -1)
         return startFailed("[AgentServerFacade::Init] Initialize agent server failed!");
     baseConfig().SetReqInterceptorImpl(&requestInterceptor);
+    openSessionHistory();
     if (SessionMgr::Instance()->Init() == -1)
         return startFailed("[CorbaAgentFacade::Init] Initialize session manager failed!");
     AgentState::instance().sessionMgrStarted = true;
     enterSessionConditions();
+    enterSessionRequests();
     NS_CORBA::AsynNotifyMgr::Instance()->Init();
     if (!NS_CORBA::CorbaSecurityMgr::Instance()->Init())
         return startFailed("[CorbaAgentFacade::Init] Initialize corba security manager failed!");
@@ -135,6 +138,7 @@ void awaitThreads(ACE_Thread_Manager& threads) {
 
 void requestExit() {
     leaveSessionConditions();
+    leaveSessionRequests();
     AgentState& state = AgentState::instance();
     const kelp::util::MutexLock lock(state.monitorMutex);
     state.monitorCondition.notify_one();
@@ -205,6 +209,7 @@ void CorbaAgentFacade::ExitThrds() {
     stopStep([] { NS_CORBA::CorbaSecurityMgr::Instance()->ExitThread(); });
     if (sessions != nullptr)
         stopStep([&] { sessions->ExitThread(); });
+    stopStep([] { closeSessionHistory(); });
     // its end has been awaited; a second stop must not wait for it again
     AgentState::instance().sessionMgrStarted = false;
     stopStep([] { NS_CORBA::AsynNotifyMgr::Instance()->ExitThread(); });

@@ -71,6 +71,11 @@ std::size_t IteratorList::count() {
     return open_.count();
 }
 
+std::size_t IteratorList::countOf(const std::string& session) {
+    const WriteLock lock(lock_);
+    return open_.countOf(session);
+}
+
 void IteratorList::evictOfSession(const std::string& session, std::size_t coming, int limit,
                                   Evicted& evicted, Iterator* kept) {
     while (!session.empty() && isAbove(open_.countOf(session) + coming, limit)) {

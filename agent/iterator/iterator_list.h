@@ -47,6 +47,8 @@ class IteratorList {
     /// Remove an iterator and drop the list's reference, if it is listed.
     Removal remove(Iterator* iterator);
     std::size_t count();
+    /// Number of open iterators of this session, with those that are being opened.
+    std::size_t countOf(const std::string& session);
 
   private:
     /// Evict the oldest iterators of the session until `coming` more are within its limit, or until

@@ -22,6 +22,7 @@
 #include "adapter/claimed_poa_names.h"
 #include "adapter/session_source.h"
 #include "session/ems_session_impl.h"
+#include "session/log_in_gate.h"
 #include "session/silence_threads.h"
 #include "util/base_config.h"
 #include "util/servant_ref.h"
@@ -96,6 +97,7 @@ bool isUsable(SessionSource& source) {
 /// the user out.
 void endUnreachable(const ServantRef<EmsSession_IImpl>& session) {
     SessionMgr::Instance()->Unlist(session.get());
+    session->source()->life().endFor(EndReason::Failed, "EMS");
     session->source()->set_state(Ended);
     session->wakePoint().wake();
     TASessionSource::check_valid(session->source());
@@ -159,6 +161,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
             // thread for a second
             const WriteLock lock(loginLock_);
             RequireAdmission(logIn);
+            RequireOpenGate(logIn);
         }
         pace_.await(logIn.hostInfo, logIn.user);
         const std::string name = sessionNameText(logIn.user, logIn.hostInfo);
@@ -169,6 +172,7 @@ void EmsSessionFactory_IImpl::getEmsSession(const char* user, const char* passwo
                 // a lock failure sets errno, and the log-in goes on unlocked
                 const WriteLock lock(loginLock_);
                 RequireAdmission(logIn);
+                RequireOpenGate(logIn);
                 if (ReuseSession(logIn))
                     break;
                 RequireRoom(logIn);
@@ -214,6 +218,16 @@ void EmsSessionFactory_IImpl::RequireAdmission(LogIn& logIn) {
     ThrowException(code);
 }
 
+void EmsSessionFactory_IImpl::RequireOpenGate(const LogIn& logIn) {
+    const std::optional<std::string> refusal = LogInGate::instance().refusal();
+    if (!refusal)
+        return;
+    traceNms(
+        "[EmsSessionFactory_IImpl::getEmsSession] NMS-<%s> is refused, the EMS is being drained!",
+        logIn.hostInfo);
+    ThrowException(NS_CORBA::kDraining, *refusal);
+}
+
 bool EmsSessionFactory_IImpl::ReuseSession(LogIn& logIn) {
     if (!CorbaAgentConfig::Instance()->IsUseBTName())
         return false;
@@ -253,6 +267,8 @@ void EmsSessionFactory_IImpl::EndReplacedSession(const LogIn& logIn) {
     NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace(
         "[getEmsSession] IP Adress and Port conflict, the session will be destroyed!");
+    session->source()->life().endFor(EndReason::Replaced,
+                                     "a log-in from " + kelp::orb::currentPeer().withPort);
     session->endSession();
     SessionMgr::Instance()->RemoveRefLocked(session.release());
     traceNms("[EmsSessionFactory_IImpl::getEmsSession] remove the old session NMS-<%s>.",
@@ -321,6 +337,7 @@ void EmsSessionFactory_IImpl::ListSession(const LogIn& logIn, ServantRef<EmsSess
         giveUp("[EmsSessionFactory_IImpl::getEmsSession] Add EMSSession for NMS-<%s> Failed!",
                kRegistryFailure);
     forList.release();
+    session->source()->life().enterHistory(session->source()->get_session_name());
 }
 
 void EmsSessionFactory_IImpl::AwaitCalls(const LogIn& logIn,
@@ -347,6 +364,7 @@ void EmsSessionFactory_IImpl::KeepSessionLimit() {
         const ServantRef<EmsSession_IImpl>& oldest = sessions[static_cast<std::size_t>(i)];
         if (oldest->source() == nullptr)
             continue;
+        oldest->source()->life().endFor(EndReason::Limit, "EMS");
         oldest->source()->set_state(Ended);
         oldest->wakePoint().wake();
     }

@@ -38,6 +38,8 @@ class EmsSessionFactory_IImpl : public virtual POA_emsSessionFactory::EmsSession
     /// Refuse a log-in with a wrong password, or whose account does not allow it, before any
     /// session is touched. Hashes the password once per log-in.
     void RequireAdmission(LogIn& logIn) KELP_REQUIRES(loginLock_);
+    /// Refuse a log-in while the operator drains the host. Only for a right password.
+    void RequireOpenGate(const LogIn& logIn) KELP_REQUIRES(loginLock_);
     bool ReuseSession(LogIn& logIn) KELP_REQUIRES(loginLock_);
     /// Refuse a log-in that exceeds the session quota of its account or address, before any other
     /// session is touched.

@@ -63,6 +63,7 @@ void EmsSession_IImpl::ping() {
 void EmsSession_IImpl::endSession() {
     if (!source_)
         return;
+    source_->life().endFor(EndReason::LogOut, source_->life().begun().user);
     source_->set_state(Ended);
     // under every release strategy: a thread that waits for this session must end
     wakePoint_.wake();

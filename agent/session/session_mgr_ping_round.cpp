@@ -68,8 +68,10 @@ int SessionMgr::svc() {
         SleepUntil(roundDue);
         // counted from the beginning of the round, so that NMS that hang do not delay the pings of
         // the others
-        roundDue = steady_clock::now() + interval();
+        const steady_clock::time_point begun = steady_clock::now();
+        roundDue = begun + interval();
         contained(kSubject, "[SessionMgr::svc]", [this] { RunRound(); });
+        lastRound_ = std::chrono::duration_cast<milliseconds>(steady_clock::now() - begun);
     }
     exitSemaphore_.release();
     return 0;
@@ -171,6 +173,7 @@ void SessionMgr::ConcludeCheck(RoundEntry& entry, std::list<EmsSession_IImpl*>& 
 milliseconds SessionMgr::PrepareForExit(SessionSource& source) {
     NS_CORBA::tracePoint(kSubject);
     NS_CORBA::TaTrace("[SessionMgr::svc] EMS process will exit!");
+    source.life().endFor(EndReason::HostStopped, "EMS");
     const steady_clock::time_point now = steady_clock::now();
     if (!exitDeadline_)
         exitDeadline_ = now + kExitTotalLimit;

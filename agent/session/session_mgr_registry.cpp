@@ -136,6 +136,10 @@ std::size_t SessionMgr::IteratorCount() {
     return iterators_->count();
 }
 
+std::size_t SessionMgr::IteratorCountOf(const std::string& sessionName) {
+    return iterators_->countOf(sessionName);
+}
+
 // -- event loss
 
 void SessionMgr::NotifyEventLossOccurred(const std::string& startTime,

@@ -4,6 +4,7 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 
+#include "adapter/session_source.h"
 #include "session/ems_session_impl.h"
 
 namespace NS_KELPCORBA {
@@ -38,6 +39,8 @@ void BaseSSHandler::DoWork(int eventId, const NS_BUNDLEMGR1::LightEventData* dat
         "will be "
         "end!\n",
         hostInfo.c_str(), user.c_str());
+    if (SessionSource* const source = session->source())
+        source->life().endFor(EndReason::UserDisabled, "account administration");
     try {
         session->endSession();
     } catch (const CORBA::Exception& ex) {

@@ -31,7 +31,7 @@ void waitForCalls(EmsSession_IImpl& session) {
     while (end == WaitEnd::Activity) {
         end = session.wakePoint().wait(
             silentTime(), seen, [&] { return source->get_state() == Normal; },
-            [&] { return source->change_state(Normal, Ended); });
+            [&] { return source->endFrom(Normal, EndReason::Silent, "EMS"); });
     }
     if (end != WaitEnd::TimedOut)
         return;
@@ -52,7 +52,7 @@ bool waitSilently(EmsSession_IImpl& session) {
     while (end == WaitEnd::Activity) {
         end = session.wakePoint().wait(
             silentTime(), seen, [&] { return source->is_waiting_silently(number); },
-            [&] { return source->change_state(SilentWaiting, Ended); });
+            [&] { return source->endFrom(SilentWaiting, EndReason::Silent, "EMS"); });
     }
     source->leave_silent_waiting(number);
     if (end == WaitEnd::TimedOut) {

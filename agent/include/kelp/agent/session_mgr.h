@@ -100,6 +100,8 @@ class SessionMgr : public ACE_Task_Base {
     /// Drop one reference of a session under the session lock.
     void RemoveRefLocked(EmsSession_IImpl* session);
     std::size_t SessionCount();
+    /// Duration of the last complete round of pings. 0 before its end.
+    std::chrono::milliseconds LastRound() const { return lastRound_.load(); }
     KELP_EXPORT bool isAdminAlreadyLoginIn(const std::string& userName);
     SessionSource* GetSessionSource(EmsSession_IImpl* session);
 
@@ -143,6 +145,8 @@ class SessionMgr : public ACE_Task_Base {
     /// listed. Return 0, or -1 when the iterator lock failed.
     int remove_iterator(PortableServer::ServantBase* iterator);
     std::size_t IteratorCount();
+    /// Number of open iterators of the session with this name.
+    std::size_t IteratorCountOf(const std::string& sessionName);
 
     // -- the current request
     /// Return the tagged session name of the current request, or an empty text.
@@ -180,6 +184,7 @@ class SessionMgr : public ACE_Task_Base {
     std::atomic<bool> exitRequested_{false};
     bool silentMode_ = false;
     std::size_t pingThreads_ = 1;
+    std::atomic<std::chrono::milliseconds> lastRound_{std::chrono::milliseconds(0)};
     const std::unique_ptr<SessionList> sessions_;
     const std::unique_ptr<SilenceWatch> silenceWatch_;
     const std::unique_ptr<IteratorList> iterators_;

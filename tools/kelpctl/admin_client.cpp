@@ -82,6 +82,11 @@ Json AdminClient::get(const std::string& path, const admin::Query& query) const 
     return answerOf(client.Get(path, query, kHeaders));
 }
 
+Json AdminClient::remove(const std::string& path, const admin::Query& query) const {
+    httplib::Client client = clientOf(address_, token_);
+    return answerOf(client.Delete(httplib::append_query_params(path, query), kHeaders));
+}
+
 Json AdminClient::answerOf(const httplib::Result& result) const {
     if (!result)
         throw std::runtime_error("kelpd cannot be reached at " + address_.text() + ": " +

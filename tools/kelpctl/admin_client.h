@@ -30,6 +30,7 @@ class AdminClient {
     /// with why the host cannot be reached, in one line.
     admin::Json post(const std::string& path, const admin::Json& request) const;
     admin::Json get(const std::string& path, const admin::Query& query = {}) const;
+    admin::Json remove(const std::string& path, const admin::Query& query = {}) const;
 
   private:
     admin::Json answerOf(const httplib::Result& result) const;

@@ -36,6 +36,10 @@ void addHealthCommand(CLI::App& app, const GlobalOptions& options);
 /// Add `kelpctl status`, which shows what needs attention. `options` must outlive the parsing.
 void addStatusCommand(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl sessions`, `kelpctl session ...`, `kelpctl drain` and `kelpctl top`, which show and
+/// end the sessions of NMS. `options` must outlive the parsing.
+void addSessionCommands(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl naming`, which shows where the session factory is registered. `options` must
 /// outlive the parsing.
 void addNamingCommand(CLI::App& app, const GlobalOptions& options);

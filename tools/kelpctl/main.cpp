@@ -55,6 +55,7 @@ int run(int argc, char** argv) {
     addUserCommands(app, options);
     addAlarmCommands(app, options);
     addStormCommand(app, options);
+    addSessionCommands(app, options);
     addConsumersCommand(app, options);
     addHealthCommand(app, options);
     addStatusCommand(app, options);

@@ -156,7 +156,9 @@ void addSessions(CLI::App& app, const GlobalOptions& options) {
         ->check(CLI::Range(1, 1000))
         ->needs(ended);
     command->add_flag("--json", sessions->display.asJson, "Write the answer as JSON");
-    command->add_option("--watch", sessions->display.everySeconds, "Repeat every so many SECONDS")
+    command
+        ->add_option("--watch", sessions->display.everySeconds,
+                     "Repeat after each of these SECONDS")
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 3600));
     command->callback([sessions] { sessions->run(); });
@@ -209,7 +211,8 @@ void addShow(CLI::App& group, const GlobalOptions& options, const char* name,
              const char* description, std::string (*text)(const Json&)) {
     CLI::App* command = nullptr;
     const auto session = addSession(group, options, name, description, command);
-    command->add_option("--watch", session->display.everySeconds, "Repeat every so many SECONDS")
+    command
+        ->add_option("--watch", session->display.everySeconds, "Repeat after each of these SECONDS")
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 3600));
     command->callback([session, text] {
@@ -270,7 +273,8 @@ void addDrain(CLI::App& app, const GlobalOptions& options) {
         ->excludes(status)
         ->excludes(end);
     command->add_flag("--json", drain->display.asJson, "Write the answer as JSON");
-    command->add_option("--watch", drain->display.everySeconds, "Repeat every so many SECONDS")
+    command
+        ->add_option("--watch", drain->display.everySeconds, "Repeat after each of these SECONDS")
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 3600))
         ->needs(status);

@@ -69,9 +69,9 @@ std::string nameOf(Severity severity) {
 }
 
 Conditions& Conditions::instance() {
-    // Never destroyed: bundles that nobody stopped may leave during static destruction.
-    static Conditions* const instance = new Conditions;
-    return *instance;
+    // Bundles that nobody stopped may leave after its destruction: a registration shares the state.
+    static Conditions instance;
+    return instance;
 }
 
 Registration Conditions::enter(const std::string& name, ConditionSource source) {

@@ -102,9 +102,9 @@ Registry::Registry() : state_(std::make_shared<State>()) {}
 Registry::~Registry() = default;
 
 Registry& Registry::instance() {
-    // Never destroyed: bundles that nobody stopped may leave during static destruction.
-    static Registry* const instance = new Registry;
-    return *instance;
+    // Bundles that nobody stopped may leave after its destruction: a registration shares the state.
+    static Registry instance;
+    return instance;
 }
 
 Registration Registry::enter(const std::string& method, const std::string& path, Handler handler) {

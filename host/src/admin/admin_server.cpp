@@ -28,6 +28,10 @@ std::optional<AccessToken> tokenFor(const admin::Address& address) {
                                   : std::nullopt;
 }
 
+AdminTransport transportOf(const admin::Address& address) {
+    return address.socket.empty() ? AdminTransport::LoopbackPort : AdminTransport::UnixSocket;
+}
+
 std::filesystem::path folderOf(const admin::Address& address) {
     return (address.socket.empty() ? address.tokenFile : address.socket).parent_path();
 }
@@ -49,8 +53,8 @@ AdminServer::AdminServer(const admin::Address& address, const AdminLimits& limit
       token_(tokenFor(address)),
       listener_(std::in_place, address),
       leaving_(eventDescriptor()),
-      answers_(registry,
-               {limits.bodyBytesMax, [this](const std::string& header) { return letsIn(header); }}),
+      answers_(registry, {limits.bodyBytesMax, transportOf(address),
+                          [this](const std::string& header) { return letsIn(header); }}),
       workers_(limits.threads) {
     try {
         acceptor_ = util::startThread("admin", [this] { acceptCallers(); });

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "page/page_files.h"
+
 namespace kelp::host {
 
 namespace {
@@ -23,8 +25,10 @@ constexpr std::size_t kPathBytesMax = 256;
 constexpr std::size_t kNameBytesMax = 100;
 
 enum Status : int {
+    kOk = 200,
     kBadRequest = 400,
     kUnauthorized = 401,
+    kForbidden = 403,
     kLengthRequired = 411,
     kTooLarge = 413,
     kPathTooLong = 414,
@@ -71,6 +75,19 @@ std::string_view repeatedPiece(std::string_view target) {
     return {};
 }
 
+/// The file of the status page that the request asks for, or null.
+const PageFile* pageFileOf(const Request& request) {
+    const bool reads = request.method == "GET" || request.method == "HEAD";
+    return reads ? pageFileAt(request.path) : nullptr;
+}
+
+void answerWith(const PageFile& file, const Request& request, Response& response) {
+    if (!request.params.empty())
+        return refuse(response, kBadRequest, "the status page has no parameters");
+    response.status = kOk;
+    response.set_content(file.content.data(), file.content.size(), std::string(file.type));
+}
+
 /// Fill in the answer to a request that the library refused.
 void explain(const Request&, Response& response) {
     if (response.body.empty())
@@ -87,6 +104,7 @@ HttpAnswers::HttpAnswers(admin::Registry& registry, Rules rules)
     set_pre_routing_handler(
         [this](const Request& request, Response& response) { return admit(request, response); });
     set_error_handler(explain);
+    set_default_headers(headersForBrowsers());
     const Handler any = [this](const Request& request, Response& response) {
         answer(request, response);
     };
@@ -106,7 +124,10 @@ HttpAnswers::HandlerResponse HttpAnswers::admit(const Request& request, Response
     const std::uint64_t length = bodyLength(request);
     if (request.path.size() > kPathBytesMax)
         refuse(response, kPathTooLong, "the path is too long");
-    else if (!rules_.letsIn(request.get_header_value("Authorization")))
+    else if (const std::string sign = signOfForeignPage(request, rules_.transport); !sign.empty())
+        refuse(response, kForbidden, sign);
+    else if (pageFileOf(request) == nullptr &&
+             !rules_.letsIn(request.get_header_value("Authorization")))
         refuse(response, kUnauthorized,
                "the token is missing or wrong (Authorization: Bearer TOKEN)");
     else if (request.has_header("Transfer-Encoding"))
@@ -127,6 +148,8 @@ void HttpAnswers::answer(const Request& request, Response& response) const {
         return refuse(response, kBadRequest,
                       "the parameter \"" + util::escaped(name, kNameBytesMax) + "\" appears twice");
     }
+    if (const PageFile* const file = pageFileOf(request); file != nullptr)
+        return answerWith(*file, request, response);
     const admin::Answer made =
         registry_.answer(request.method, request.path, request.body, request.params);
     set(response, made.status, made.body);

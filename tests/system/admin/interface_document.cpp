@@ -103,11 +103,13 @@ std::string InterfaceDocument::violation(const Operation& operation, int status,
     const std::string found = responses.contains(code) ? code : "default";
     if (!responses.contains(found))
         return "the status " + code + " is not described";
+    const Json content = resolved(responses.at(found)).at("content");
+    if (!content.contains("application/json"))
+        return body.is_discarded() ? "" : "the answer is JSON";
     // the references in the schema lead to the components of the document
     nlohmann::json root;
     root["components"] = content_.at("components");
-    root["allOf"] = {
-        resolved(responses.at(found)).at("content").at("application/json").at("schema")};
+    root["allOf"] = {content.at("application/json").at("schema")};
     valijson::Schema schema;
     valijson::SchemaParser().populateSchema(valijson::adapters::NlohmannJsonAdapter(root), schema);
     valijson::ValidationResults results;

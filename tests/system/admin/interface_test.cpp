@@ -93,6 +93,8 @@ TEST_F(OperatorInterface, AnswersEachExampleAsDescribed) {
         EXPECT_EQ(answer.status, 200) << what << ": " << answer.body;
         EXPECT_EQ(document_.violation(each, answer.status, answer.body), "")
             << what << ": " << answer.body;
+        if (answer.body.is_discarded())
+            continue;
         if (answer.body.contains("lastNotificationId"))
             given["notificationId"] = answer.body["lastNotificationId"];
         if (each.path == "/sessions")

@@ -98,8 +98,17 @@ class Window:
         """What the browser wrote to its console."""
         return [each["message"] for each in self.call("POST", "/se/log", {"type": "browser"})]
 
+    def command(self, name, **parameters):
+        """Send a command of the browser's own protocol."""
+        return self.call("POST", "/goog/cdp/execute", {"cmd": name, "params": parameters})
+
+    def replace_answers(self, answers):
+        """Let the scripts of pages that are opened from now on get these answers: status and body by path."""
+        self.command("Page.addScriptToEvaluateOnNewDocument", source=f"""
+            const answers = {json.dumps(answers)};
+            window.fetch = async (path) => new Response(JSON.stringify(answers[path][1]), {{status: answers[path][0]}});""")
+
     def take_picture(self, file):
         """Save the whole page, not only its visible part, as PNG."""
-        picture = self.call("POST", "/goog/cdp/execute", {
-            "cmd": "Page.captureScreenshot", "params": {"captureBeyondViewport": True}})
+        picture = self.command("Page.captureScreenshot", captureBeyondViewport=True)
         file.write_bytes(base64.b64decode(picture["data"]))

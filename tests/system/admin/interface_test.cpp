@@ -4,6 +4,7 @@
 #include <httplib.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <string>
@@ -120,6 +121,15 @@ TEST_F(OperatorInterface, DocumentNoticesMissingAndUnknownMembers) {
     body.erase("unknown");
     body.erase("version");
     EXPECT_NE(document_.violation(health, 200, body), "");
+}
+
+TEST_F(OperatorInterface, ServesEachFileOfTheStatusPageThatIsDescribed) {
+    const std::vector<Operation> all = document_.operations();
+    const auto file = std::find_if(
+        all.begin(), all.end(), [](const Operation& each) { return each.path == "/page/{file}"; });
+    ASSERT_NE(file, all.end());
+    for (const Json& name : file->content.at("parameters").at(0).at("schema").at("enum"))
+        EXPECT_EQ(ask("GET", "/page/" + name.get<std::string>()).status, 200) << name;
 }
 
 TEST_F(OperatorInterface, StaysHealthyAndReadyWithAFrozenNms) {

@@ -23,7 +23,10 @@ let silentSince = null;   // wall-clock time; null while the host answers
 let timer = 0;
 let isAsking = false;
 
-/** Ask for everything and show it. Throws Silent, or Refused when the token is missing or wrong. */
+/**
+ * Ask for everything and show each answer as soon as it arrives. Throws Silent when the host does not tell its status, and
+ * Refused when the token is missing or wrong. Another request that fails leaves its section as it was, with the reason.
+ */
 async function round() {
   const answers = {};
   for (const [name, { path, show }] of Object.entries(REQUESTS)) {
@@ -31,13 +34,19 @@ async function round() {
       answers[name] = await ask(path);
       show(answers[name]);
       showProblem(name, "");
+      showContent();
     } catch (failure) {
-      if (!(failure instanceof Refused) || failure.status === UNAUTHORIZED)
+      if (failure.status === UNAUTHORIZED || (name === "status" && failure instanceof Silent))
         throw failure;
       showProblem(name, failure.message);
     }
   }
   showLosses(answers);
+}
+
+function showContent() {
+  showSignIn(false);
+  byId("content").hidden = false;
 }
 
 function showProblem(name, text) {
@@ -52,15 +61,13 @@ async function poll() {
     await round();
     answeredAt = performance.now();
     silentSince = null;
-    showSignIn(false);
-    byId("content").hidden = false;
   } catch (failure) {
     if (failure instanceof Refused) {
       askForToken();
       return;
     }
     silentSince ??= new Date();
-    showOutage(failure instanceof Silent ? failure.message : `its answer cannot be shown (${failure.message})`);
+    showOutage(failure.message);
   }
   showFreshness();
   isAsking = false;

@@ -36,10 +36,18 @@ export function showStatus(status) {
   const health = byId("health");
   health.className = `notice ${severity}`;
   setText(health, `${status.severity}: ${status.summary}`);
+  // read aloud when it changes; the sentence has figures that change all the time
+  setText(byId("severity"), `Health: ${status.severity}`);
   document.title = status.severity === "ok" ? "EMS status" : `${status.severity} – EMS status`;
   byId("no-conditions").hidden = status.conditions.length > 0;
-  fill(byId("conditions"), status.conditions, (each) => JSON.stringify([each.word, each.sentence]), newCondition,
-       fillCondition);
+  const seen = new Map();
+  fill(byId("conditions"), status.conditions, (each) => numbered(seen, each.word), newCondition, fillCondition);
+}
+
+/** A key for one of several conditions with the same word, whose sentences change all the time. */
+function numbered(seen, word) {
+  seen.set(word, (seen.get(word) ?? 0) + 1);
+  return `${word} ${seen.get(word)}`;
 }
 
 function newCondition() {

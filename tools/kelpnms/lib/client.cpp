@@ -29,6 +29,7 @@ std::string listenAddress(const NmsSettings& settings) {
 
 orb::OrbOptions orbOptions(const NmsSettings& settings, const std::string& address) {
     orb::OrbOptions options;
+    options.messageBytesMax = settings.messageBytesMax;
     if (!settings.tls) {
         options.listen = {address};
         return options;
@@ -75,11 +76,11 @@ CosNamingTree NmsClient::State::tree() const {
         const CORBA::Object_var object = orb::toReference(orb.in(), naming);
         const CosNaming::NamingContext_var context = CosNaming::NamingContext::_narrow(object.in());
         if (CORBA::is_nil(context.in()))
-            throw Unreachable("what answers at " + naming + " is not a naming service");
+            throw Unreachable("what answers at " + naming + " is not a naming service",
+                              CallFault::WrongObject);
         return CosNamingTree(orb.in(), context.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the naming service at " + naming +
-                          " does not answer: " + failureText(exception));
+        throw Unreachable("the naming service at " + naming + " does not answer", exception);
     }
 }
 
@@ -118,6 +119,10 @@ PortableServer::POA_ptr NmsClient::rootPoa() const {
     return state_->root.in();
 }
 
+void NmsClient::requireNaming() {
+    (void)state_->tree();
+}
+
 std::vector<std::string> NmsClient::factoryPaths() {
     CosNamingTree tree = state_->tree();
     std::vector<NamingPath> unreadable;
@@ -132,11 +137,8 @@ std::vector<std::string> NmsClient::factoryPaths() {
 
 bool NmsClient::leadToOne(const std::vector<std::string>& paths) {
     std::set<std::string> references;
-    for (const std::string& path : paths) {
-        const CORBA::Object_var object = state_->tree().resolve(toNamingPath(path));
-        const CORBA::String_var text = state_->orb->object_to_string(object.in());
-        references.insert(text.in());
-    }
+    for (const std::string& path : paths)
+        references.insert(referenceAt(path));
     return references.size() <= 1;
 }
 
@@ -151,6 +153,16 @@ std::string NmsClient::onlyFactoryPath() {
     return paths.front();
 }
 
+std::string NmsClient::referenceAt(const std::string& path) {
+    const CORBA::Object_var object = state_->tree().resolve(toNamingPath(path));
+    try {
+        const CORBA::String_var text = state_->orb->object_to_string(object.in());
+        return std::string(text.in());
+    } catch (const CORBA::Exception& exception) {
+        throw Unreachable("what is bound under " + path + " is not a usable reference", exception);
+    }
+}
+
 FoundFactory NmsClient::findFactory(const std::string& path) {
     const std::string wanted = path.empty() ? onlyFactoryPath() : path;
     const NamingPath name = toNamingPath(wanted);
@@ -159,11 +171,11 @@ FoundFactory NmsClient::findFactory(const std::string& path) {
     try {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_narrow(object.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("what is bound under " + wanted +
-                          " does not answer: " + failureText(exception));
+        throw Unreachable("what is bound under " + wanted + " does not answer", exception);
     }
     if (CORBA::is_nil(found.reference.in()))
-        throw Unreachable("what is bound under " + wanted + " is not a session factory");
+        throw Unreachable("what is bound under " + wanted + " is not a session factory",
+                          CallFault::WrongObject);
     return found;
 }
 
@@ -174,7 +186,7 @@ FoundFactory NmsClient::factoryByReference(const std::string& text) {
         found.reference = emsSessionFactory::EmsSessionFactory_I::_unchecked_narrow(object.in());
         return found;
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("this is not a usable reference: " + failureText(exception));
+        throw Unreachable("this is not a usable reference", exception);
     }
 }
 
@@ -183,8 +195,8 @@ std::string NmsClient::interfaceVersion(const FoundFactory& factory) {
         const CORBA::String_var version = factory.reference->getVersion();
         return std::string(version.in());
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the session factory at " + factory.address +
-                          " does not answer: " + failureText(exception));
+        throw Unreachable("the session factory at " + factory.address + " does not answer",
+                          exception);
     }
 }
 
@@ -204,7 +216,7 @@ std::unique_ptr<NmsSession> NmsClient::logIn(const FoundFactory& factory, const 
     } catch (const globaldefs::ProcessingFailureException& exception) {
         throw LoginRefused("log-in of user \"" + user + "\" refused", exception);
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("log-in at " + factory.address + " failed: " + failureText(exception));
+        throw Unreachable("log-in at " + factory.address + " failed", exception);
     }
 }
 

@@ -3,8 +3,6 @@
 #include <kelp/nms/error.h>
 #include <kelp/orb/references.h>
 
-#include "failure_text.h"
-
 namespace kelp::nms {
 
 namespace {
@@ -66,8 +64,7 @@ CORBA::Object_ptr CosNamingTree::resolve(const NamingPath& path) {
     } catch (const CosNaming::NamingContext::NotFound&) {
         throw NotRegistered("nothing is bound in the naming service under " + toText(path));
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the naming service could not resolve " + toText(path) + ": " +
-                          failureText(exception));
+        throw Unreachable("the naming service could not resolve " + toText(path), exception);
     }
 }
 
@@ -95,9 +92,9 @@ std::vector<NamingEntry> CosNamingTree::list(const NamingPath& path) {
         while (iterator->next_n(kBatch, bindings.out()))
             append(bindings.in(), entries);
     } catch (const CORBA::Exception& exception) {
-        throw Unreachable("the naming service could not list " +
-                          (path.empty() ? "its root" : toText(path)) + ": " +
-                          failureText(exception));
+        throw Unreachable(
+            "the naming service could not list " + (path.empty() ? "its root" : toText(path)),
+            exception);
     }
     return entries;
 }

@@ -32,11 +32,29 @@ std::string reasonOf(const globaldefs::ProcessingFailureException& exception) {
     return reason == nullptr ? std::string() : std::string(reason);
 }
 
+template <class... Exceptions>
+bool isOneOf(const CORBA::Exception& raised) {
+    return ((Exceptions::_downcast(&raised) != nullptr) || ...);
+}
+
 }  // namespace
 
 std::string exceptionTypeName(globaldefs::ExceptionType_T type) {
     return kExceptionTypes.at(static_cast<std::size_t>(type));
 }
+
+CallFault faultOf(const CORBA::Exception& raised) {
+    if (isOneOf<CORBA::TIMEOUT>(raised))
+        return CallFault::TimedOut;
+    if (isOneOf<CORBA::OBJECT_NOT_EXIST, CORBA::OBJ_ADAPTER>(raised))
+        return CallFault::UnknownObject;
+    if (isOneOf<CORBA::NO_PERMISSION>(raised))
+        return CallFault::NoPermission;
+    return isOneOf<CORBA::BAD_OPERATION>(raised) ? CallFault::WrongObject : CallFault::Other;
+}
+
+Unreachable::Unreachable(const std::string& doing, const CORBA::Exception& raised)
+    : Unreachable(doing + ": " + failureText(raised), faultOf(raised)) {}
 
 ProcessingFailure::ProcessingFailure(const std::string& doing,
                                      const globaldefs::ProcessingFailureException& raised)
@@ -47,8 +65,6 @@ ProcessingFailure::ProcessingFailure(const std::string& doing,
       reason_(reasonOf(raised)) {}
 
 CallFailed::CallFailed(const std::string& doing, const CORBA::Exception& raised)
-    : NmsError(doing + ": " + failureText(raised)),
-      isOfUnknownObject_(CORBA::OBJECT_NOT_EXIST::_downcast(&raised) != nullptr ||
-                         CORBA::OBJ_ADAPTER::_downcast(&raised) != nullptr) {}
+    : NmsError(doing + ": " + failureText(raised)), fault_(faultOf(raised)) {}
 
 }  // namespace kelp::nms

@@ -7,6 +7,7 @@
 #include <mtnm/emsSessionFactory.h>
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,6 +36,8 @@ struct NmsSettings {
     std::string listen;
     /// Time limit of every call, including the time to connect.
     std::chrono::milliseconds timeout = std::chrono::seconds(30);
+    /// Maximum size of a CORBA message that is accepted or sent, in bytes.
+    std::size_t messageBytesMax = 104857600;
     /// If set, every call in either direction uses TLS and a call without TLS is not possible. If
     /// not set, every call uses plain TCP.
     std::optional<NmsTls> tls;
@@ -62,6 +65,8 @@ class NmsClient {
     CORBA::ORB_ptr orb() const;
     PortableServer::POA_ptr rootPoa() const;
 
+    /// Return if the naming service answers. Throws Unreachable otherwise.
+    void requireNaming();
     /// Return the paths of all session factories in the naming service. Throws Unreachable when the
     /// service does not answer, or when no factory was found and a context could not be listed.
     std::vector<std::string> factoryPaths();
@@ -70,6 +75,9 @@ class NmsClient {
     /// factory, or nothing is bound under the name. Throws Unreachable when the name leads to
     /// something that is not a factory, or when there are several factories; the text lists them.
     FoundFactory findFactory(const std::string& path = "");
+    /// Return the reference (IOR) bound under a stringified name. Calls only the naming service.
+    /// Throws NotRegistered or Unreachable.
+    std::string referenceAt(const std::string& path);
     /// Return the factory that a stringified reference (IOR or corbaloc) points to. Makes no call.
     FoundFactory factoryByReference(const std::string& text);
 

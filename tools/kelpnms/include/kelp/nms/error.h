@@ -13,6 +13,18 @@ class NmsError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// What a failed call shows about the peer.
+enum class CallFault {
+    TimedOut,       ///< it did not answer in time
+    UnknownObject,  ///< it does not know the object (any more), or is about to deactivate it
+    NoPermission,   ///< it refuses calls of this NMS
+    WrongObject,    ///< it answers, but the object is not what the name or address promises
+    Other,          ///< such as a lost connection
+};
+
+/// Return what a CORBA exception shows about the peer.
+CallFault faultOf(const CORBA::Exception& raised);
+
 /// This NMS cannot listen on the address where the EMS is to call it back.
 class CannotListen : public NmsError {
   public:
@@ -22,7 +34,15 @@ class CannotListen : public NmsError {
 /// The factory was not found, or the object that was found does not answer.
 class Unreachable : public NmsError {
   public:
-    using NmsError::NmsError;
+    explicit Unreachable(const std::string& what, CallFault fault = CallFault::Other)
+        : NmsError(what), fault_(fault) {}
+    /// The text is `doing`, a colon and the exception.
+    Unreachable(const std::string& doing, const CORBA::Exception& raised);
+
+    CallFault fault() const { return fault_; }
+
+  private:
+    CallFault fault_;
 };
 
 /// The naming service answers, but it has no session factory, or none under the requested name.
@@ -66,12 +86,13 @@ class CallFailed : public NmsError {
   public:
     CallFailed(const std::string& doing, const CORBA::Exception& raised);
 
+    CallFault fault() const { return fault_; }
     /// Whether the EMS answered that it does not know the object (any more), or is about to
     /// deactivate it.
-    bool isOfUnknownObject() const { return isOfUnknownObject_; }
+    bool isOfUnknownObject() const { return fault_ == CallFault::UnknownObject; }
 
   private:
-    bool isOfUnknownObject_;
+    CallFault fault_;
 };
 
 /// The name of an exception type as the standard spells it.

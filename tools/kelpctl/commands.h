@@ -40,6 +40,10 @@ void addStatusCommand(CLI::App& app, const GlobalOptions& options);
 /// end the sessions of NMS. `options` must outlive the parsing.
 void addSessionCommands(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl check`, which goes the way of an NMS and says what is broken. `options` must
+/// outlive the parsing.
+void addCheckCommand(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl naming`, which shows where the session factory is registered. `options` must
 /// outlive the parsing.
 void addNamingCommand(CLI::App& app, const GlobalOptions& options);

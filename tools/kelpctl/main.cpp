@@ -22,6 +22,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl user add nms1 --password-file nms1.pw     reads it from the first line of a file
   kelpctl user list --json
   kelpctl status
+  kelpctl check --user probe --password-file probe.pw
   kelpctl --config ./kelp.toml user disable nms1
   kelpctl alarm raise --object ManagedElement=NE-1 --severity major --probable-cause LOS
   kelpctl alarm list --severity critical,major
@@ -32,7 +33,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl snmp check-mapping standard.toml
 
 Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed, but the change could not be
-recorded in the security log. `kelpctl status` also exits with 10 and 20.)";
+recorded in the security log. `kelpctl status` also exits with 10 and 20, `kelpctl check` with 20.)";
 
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
@@ -59,6 +60,7 @@ int run(int argc, char** argv) {
     addConsumersCommand(app, options);
     addHealthCommand(app, options);
     addStatusCommand(app, options);
+    addCheckCommand(app, options);
     addNamingCommand(app, options);
     addConfigCommands(app, options);
     addReloadCommand(app, options);

@@ -40,17 +40,26 @@ Secret fromFile(const std::string& file) {
     return line;
 }
 
+Secret notEmpty(Secret password) {
+    if (password.text().empty())
+        throw std::runtime_error("the password must not be empty");
+    return password;
+}
+
 }  // namespace
 
 Secret readPassword(const std::string& file, ShortPassword shortOne) {
-    Secret password = file.empty() ? fromTerminal() : fromFile(file);
-    if (password.text().empty())
-        throw std::runtime_error("the password must not be empty");
+    Secret password = notEmpty(file.empty() ? fromTerminal() : fromFile(file));
     if (shortOne == ShortPassword::IsRefused && charactersOf(password.text()) < kCharactersMin)
         throw std::runtime_error("the password must have at least " +
                                  std::to_string(kCharactersMin) +
                                  " characters; --force accepts a shorter one");
     return password;
+}
+
+Secret readExistingPassword(const std::string& file) {
+    return notEmpty(file.empty() ? std::move(tools::askHidden({"Password: "}).front())
+                                 : fromFile(file));
 }
 
 }  // namespace kelp::ctl

@@ -16,4 +16,9 @@ enum class ShortPassword { IsRefused, IsTaken };
 /// unless a short one is accepted. Throws std::runtime_error with one line.
 Secret readPassword(const std::string& file, ShortPassword shortOne);
 
+/// Read a password that exists already: the first line of a file, or, for an empty file name, what
+/// the user types once at the terminal without echo. The password is never empty. Throws
+/// std::runtime_error with one line.
+Secret readExistingPassword(const std::string& file);
+
 }  // namespace kelp::ctl

@@ -16,6 +16,7 @@ pkg_check_modules(netsnmp REQUIRED IMPORTED_TARGET netsnmp)
 pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(safec REQUIRED IMPORTED_TARGET libsafec)
 pkg_check_modules(httplib REQUIRED IMPORTED_TARGET cpp-httplib)
+pkg_check_modules(libarchive REQUIRED IMPORTED_TARGET libarchive)
 
 find_library(ACE_LIBRARY ACE REQUIRED)
 add_library(kelp_ace INTERFACE)

@@ -64,6 +64,10 @@ void addLogCommands(CLI::App& app, const GlobalOptions& options);
 /// outlive the parsing.
 void addInventoryCommands(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl backup`, `kelpctl restore` and `kelpctl support-bundle`. `options` must outlive the
+/// parsing.
+void addStateCommands(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl snmp ...`, which checks the mapping of SNMP traps. `options` must outlive the
 /// parsing.
 void addSnmpCommands(CLI::App& app, const GlobalOptions& options);

@@ -31,6 +31,7 @@ constexpr const char* kFooter = R"(Examples:
   kelpctl audit verify
   kelpctl inventory import sample-network.jsonl
   kelpctl snmp check-mapping standard.toml
+  kelpctl backup /var/backups/kelp.tar.zst
 
 Exit status: 0 done, 1 failed, 2 wrong command line, 3 an account was changed, but the change could not be
 recorded in the security log. `kelpctl status` also exits with 10 and 20, `kelpctl check` with 20.)";
@@ -67,6 +68,7 @@ int run(int argc, char** argv) {
     addLogCommands(app, options);
     addInventoryCommands(app, options);
     addSnmpCommands(app, options);
+    addStateCommands(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& status) {

@@ -3,6 +3,7 @@
 #include <httplib.h>
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
+#include <kelp/admin/state_claim.h>
 #include <kelp/util/descriptor.h>
 #include <kelp/util/mutex.h>
 
@@ -17,7 +18,6 @@
 #include "connection.h"
 #include "http_answers.h"
 #include "listening_socket.h"
-#include "state_claim.h"
 
 namespace kelp::host {
 
@@ -64,7 +64,7 @@ class AdminServer {
     bool letsIn(const std::string& authorization) const;
 
     const AdminLimits limits_;
-    const StateClaim claim_;
+    const admin::StateClaim claim_;
     const std::optional<AccessToken> token_;
     std::optional<ListeningSocket> listener_;  ///< empty after the stop
     const util::Descriptor leaving_;           ///< eventfd that ends the acceptor

@@ -1,5 +1,4 @@
-#include "state_claim.h"
-
+#include <kelp/admin/state_claim.h>
 #include <kelp/util/private_file.h>
 #include <sys/file.h>
 
@@ -8,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-namespace kelp::host {
+namespace kelp::admin {
 
 StateClaim::StateClaim(const std::filesystem::path& folder) {
     const std::filesystem::path file = folder / "admin.lock";
@@ -24,4 +23,4 @@ StateClaim::StateClaim(const std::filesystem::path& folder) {
                              std::generic_category().message(errno));
 }
 
-}  // namespace kelp::host
+}  // namespace kelp::admin

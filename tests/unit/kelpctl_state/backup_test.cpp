@@ -121,6 +121,7 @@ TEST_F(Backup, RemovesWhatAKilledOneHasLeft) {
     const std::filesystem::path left = folder_ / ".backup.tar.zst.part";
     std::filesystem::create_directory(left);
     writeSecret(left / "file-state+users.db", "half");
+    writeSecret(left / "claim", "");
     run();
     EXPECT_FALSE(std::filesystem::exists(left));
 }

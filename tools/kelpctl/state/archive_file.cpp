@@ -23,9 +23,22 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kArchiveName = "archive";
+constexpr const char* kClaimName = "claim";
 
 [[noreturn]] void failToWrite(const fs::path& file, const std::string& why) {
     throw std::runtime_error(file.string() + " cannot be written: " + why);
+}
+
+/// Return 0, or the number of the error.
+int renameTo(const fs::path& from, const fs::path& to, Existing existing) {
+    if (existing == Existing::IsRefused) {
+        if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+            return 0;
+        // a network file system may not know this kind of rename; the name was free just now
+        if (errno != EINVAL && errno != ENOSYS)
+            return errno;
+    }
+    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
 std::string reason(int error) {
@@ -63,21 +76,28 @@ void ArchiveFile::requirePlace() const {
 void ArchiveFile::claimFolder() {
     if (::mkdir(folder_.c_str(), S_IRWXU) != 0 && errno != EEXIST)
         failToWrite(file_, reason(errno));
-    claim_ =
-        util::Descriptor(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const util::Descriptor folder(
+        ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
-    if (!claim_.isOpen() || ::fstat(claim_.get(), &status) != 0)
+    if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0)
         failToWrite(file_, folder_.string() + ": " + reason(errno));
     // somebody else's folder would be readable to them
     if (status.st_uid != ::geteuid())
         failToWrite(file_, folder_.string() + " belongs to another user");
+    if (::fchmod(folder.get(), S_IRWXU) != 0)
+        failToWrite(file_, reason(errno));
+    // a file, because a network file system cannot lock a folder
+    claim_ = util::Descriptor(::openat(
+        folder.get(), kClaimName, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!claim_.isOpen())
+        failToWrite(file_, reason(errno));
     if (::flock(claim_.get(), LOCK_EX | LOCK_NB) != 0)
         failToWrite(file_, "another process is writing it");
-    if (::fchmod(claim_.get(), S_IRWXU) != 0)
-        failToWrite(file_, reason(errno));
     // the files of a process that was killed
-    for (const fs::directory_entry& each : fs::directory_iterator(folder_))
-        fs::remove_all(each.path());
+    for (const fs::directory_entry& each : fs::directory_iterator(folder_)) {
+        if (each.path().filename() != kClaimName)
+            fs::remove_all(each.path());
+    }
 }
 
 fs::path ArchiveFile::placeFor(const std::string& name) const {
@@ -116,9 +136,8 @@ Manifest ArchiveFile::publish(const std::string& kind) {
     if (::fsync(out.get()) != 0)
         failToWrite(file_, reason(errno));
     requirePlace();
-    const unsigned flags = existing_ == Existing::IsRefused ? RENAME_NOREPLACE : 0;
-    if (::renameat2(AT_FDCWD, part.c_str(), AT_FDCWD, file_.c_str(), flags) != 0)
-        failToWrite(file_, reason(errno));
+    if (const int error = renameTo(part, file_, existing_); error != 0)
+        failToWrite(file_, reason(error));
     syncFolder(file_.parent_path());
     return manifest;
 }

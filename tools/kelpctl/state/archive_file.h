@@ -45,7 +45,7 @@ class ArchiveFile {
     const std::filesystem::path file_;
     const Existing existing_;
     std::filesystem::path folder_;
-    util::Descriptor claim_;  ///< on the folder
+    util::Descriptor claim_;  ///< on a file in the folder
     Manifest manifest_;
 };
 

@@ -1,5 +1,6 @@
 #include "trusted_files.h"
 
+#include <kelp/admin/restore_marks.h>
 #include <kelp/inventory/inventory.h>
 #include <kelp/oplog/log_settings.h>
 #include <kelp/oplog/security_log.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace kelp::host {
@@ -75,6 +77,12 @@ std::vector<ConfigProblem> problemsOfTrust() {
     // the files in it would only repeat this problem
     if (!ofState.empty())
         return problems.take();
+    for (const char* const mark : {admin::kRestoreMovesAway, admin::kRestoreMovesIn}) {
+        if (std::error_code error; std::filesystem::exists(state / mark, error))
+            problems.add("", state / mark,
+                         "is left of a restore that was interrupted: repair the state with "
+                         "\"kelpctl restore --undo\"");
+    }
     problems.checkDatabase("security.database", kelp::users::userDatabaseFile());
     problems.checkDatabase("oplog.database", oplog::configuredOperationLog().database);
     const oplog::LogSettings security = oplog::configuredSecurityLog();

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <kelp/admin/restore_marks.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
@@ -117,6 +118,14 @@ TEST_F(BackupOfHost, UnderLoadIsRestoredIntoAnEmptyState) {
     EXPECT_THAT(kelpctl(fresh_, {"sessions", "--ended"}), HasSubstr("alice"));
     EXPECT_THAT(kelpctl(fresh_, {"audit", "verify"}), HasSubstr("record(s) checked"));
     EXPECT_EQ(fresh_.stop(), 0);
+}
+
+TEST_F(BackupOfHost, InterruptedRestoreKeepsAHostFromStarting) {
+    const fs::path mark = old_.scratch("state") / "kelp" / admin::kRestoreMovesIn;
+    writeFile(mark, "");
+    constexpr int kConfigurationError = 3;
+    EXPECT_EQ(old_.startToFail(), kConfigurationError);
+    EXPECT_TRUE(old_.log().waitFor("kelpctl restore --undo"));
 }
 
 TEST_F(BackupOfHost, SupportBundleHasNoSecrets) {

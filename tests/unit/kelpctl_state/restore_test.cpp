@@ -2,6 +2,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
+#include <kelp/admin/restore_marks.h>
 #include <kelp/admin/state_claim.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -115,28 +116,46 @@ TEST_F(Restore, KeepsThePreviousStateOnRequestAndUndoesItself) {
                 HasSubstr("no files from before a restore"));
 }
 
-// A process that is killed leaves the files in the folders of its last step.
+// A process that is killed leaves the files and the mark of its last step.
 TEST_F(Restore, IsUndoneAfterAnInterruption) {
     makeState("two");
     const auto before = contentsOfState();
-    const auto move = [&](const char* name, const char* folder) {
-        std::filesystem::create_directories(inState(folder));
-        std::filesystem::rename(inState(name), inState(folder) / name);
+    const auto move = [&](const std::string& name) {
+        std::filesystem::create_directories(inState("restore.previous"));
+        std::filesystem::rename(inState(name), inState("restore.previous") / name);
     };
-    // while the present files are being moved away
-    move("users.db", "restore.moving");
-    move("audit.key", "restore.moving");
-    state::undoRestore(state::configuredLayout());
-    EXPECT_EQ(contentsOfState(), before);
+    const auto expectUndone = [&] {
+        EXPECT_THAT(failureOf([&] { restore(); }), HasSubstr("was interrupted"));
+        state::undoRestore(state::configuredLayout());
+        EXPECT_EQ(contentsOfState(), before);
+    };
+    // while the previous files are being moved away, or back
+    writeSecret(inState(admin::kRestoreMovesAway), "");
+    move("users.db");
+    move("audit.key");
+    expectUndone();
+    // before the first one
+    writeSecret(inState(admin::kRestoreMovesAway), "");
+    expectUndone();
     // while the new files take their places
-    for (const auto& each : std::vector<std::filesystem::path>(
-             {"users.db", "inventory.db", "changes.db", "sessions.db", "oplog.db",
-              "oplog-before-login.db", "oplog-audit.db", "audit.key", "snmp-engine",
-              "changes-lists", "oplog.db.rest-2025-03-01T12:00:00.000Z-4711"}))
-        move(each.c_str(), "restore.previous");
+    writeSecret(inState(admin::kRestoreMovesIn), "");
+    for (const char* const each :
+         {"users.db", "inventory.db", "changes.db", "sessions.db", "oplog.db",
+          "oplog-before-login.db", "oplog-audit.db", "audit.key", "snmp-engine", "changes-lists",
+          "oplog.db.rest-2025-03-01T12:00:00.000Z-4711"})
+        move(each);
     writeSecret(inState("users.db"), "half of the new state");
-    state::undoRestore(state::configuredLayout());
-    EXPECT_EQ(contentsOfState(), before);
+    expectUndone();
+}
+
+TEST_F(Restore, RemovesThePreviousFilesOfACompleteOne) {
+    makeState("one");
+    backUp();
+    std::filesystem::create_directories(inState("restore.previous"));
+    writeSecret(inState("restore.previous") / "users.db", "half deleted");
+    restore();
+    EXPECT_FALSE(std::filesystem::exists(inState("restore.previous")));
+    EXPECT_EQ(textInState(), "one");
 }
 
 TEST_F(Restore, RefusesWhileAHostRuns) {

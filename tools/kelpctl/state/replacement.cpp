@@ -1,5 +1,6 @@
 #include "state/replacement.h"
 
+#include <kelp/admin/restore_marks.h>
 #include <kelp/util/file_trust.h>
 #include <kelp/util/private_file.h>
 #include <sys/stat.h>
@@ -21,9 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kNew = "restore.new";
-/// The previous files while they are being moved there, and when all are there. New files take
-/// their places only after that, so undo() knows which files are new.
-constexpr const char* kMoving = "restore.moving";
 constexpr const char* kPrevious = "restore.previous";
 /// What the disk must have beyond the files.
 constexpr std::uint64_t kSpareBytes = 8u << 20;
@@ -61,25 +59,48 @@ void moveAll(const fs::path& from, const fs::path& to) {
         fs::rename(from / each, to / each);
 }
 
-void removePresent(const StateLayout& layout) {
-    for (const fs::path& each : layout.places())
-        fs::remove_all(each);
-}
+/// How far a restore is. The state directory has a file of that name; a rename changes it.
+class Mark {
+  public:
+    explicit Mark(const StateLayout& layout) : folder_(layout.folder) {
+        for (const char* const each :
+             {admin::kRestoreMovesAway, admin::kRestoreMovesIn, admin::kRestoreKept}) {
+            if (isThere(folder_ / each))
+                name_ = each;
+        }
+    }
 
-/// Move the present files away. The folders with them get their last name when all are there.
+    bool isSet() const { return !name_.empty(); }
+    bool is(const char* name) const { return name_ == name; }
+    fs::path file() const { return folder_ / name_; }
+    void set(const char* name) {
+        if (isSet())
+            fs::rename(file(), folder_ / name);
+        else
+            NewFile(folder_ / name).sync();
+        name_ = name;
+        syncFolder(folder_);
+    }
+    void clear() {
+        fs::remove(file());
+        name_.clear();
+        syncFolder(folder_);
+    }
+
+  private:
+    const fs::path folder_;
+    std::string name_;
+};
+
 void moveAway(const StateLayout& layout, const std::vector<fs::path>& folders) {
     for (const fs::path& each : folders)
-        makeFolder(each / kMoving);
+        makeFolder(each / kPrevious);
     for (const fs::path& each : layout.places()) {
         if (isThere(each))
-            fs::rename(each, folderOf(each) / kMoving / each.filename());
+            fs::rename(each, folderOf(each) / kPrevious / each.filename());
     }
     for (const fs::path& each : folders) {
-        syncFolder(each / kMoving);
-        syncFolder(each);
-    }
-    for (const fs::path& each : folders) {
-        fs::rename(each / kMoving, each / kPrevious);
+        syncFolder(each / kPrevious);
         syncFolder(each);
     }
 }
@@ -97,21 +118,24 @@ void moveIn(const std::vector<fs::path>& folders) {
     }
 }
 
+/// Put the previous files back. When it is interrupted it can be repeated.
 void moveBack(const StateLayout& layout, const std::vector<fs::path>& folders) {
-    const bool mayHaveNew = std::any_of(folders.begin(), folders.end(), [](const fs::path& each) {
-        return isThere(each / kPrevious);
-    });
-    if (mayHaveNew)
-        removePresent(layout);
-    for (const fs::path& each : folders) {
-        for (const char* const kept : {kMoving, kPrevious}) {
-            if (!isThere(each / kept))
-                continue;
-            moveAll(each / kept, each);
-            syncFolder(each);
-            fs::remove(each / kept);
-        }
+    Mark mark(layout);
+    if (!mark.is(admin::kRestoreMovesAway)) {
+        // all previous files were moved away, so these are new
+        for (const fs::path& each : layout.places())
+            fs::remove_all(each);
+        mark.set(admin::kRestoreMovesAway);
     }
+    for (const fs::path& each : folders) {
+        if (!isThere(each / kPrevious))
+            continue;
+        moveAll(each / kPrevious, each);
+        syncFolder(each);
+    }
+    mark.clear();
+    for (const fs::path& each : folders)
+        fs::remove_all(each / kPrevious);
 }
 
 std::string mib(std::uint64_t bytes) {
@@ -121,16 +145,15 @@ std::string mib(std::uint64_t bytes) {
 }  // namespace
 
 Replacement::Replacement(const StateLayout& layout) : layout_(layout), folders_(foldersOf(layout)) {
-    for (const fs::path& each : folders_) {
-        for (const char* const kept : {kMoving, kPrevious}) {
-            if (isThere(each / kept))
-                throw std::runtime_error(
-                    "the files from before an earlier restore are still in " +
-                    (each / kept).string() +
-                    ": put them back with \"kelpctl restore --undo\", or remove that folder if "
-                    "they are no longer needed");
-        }
-    }
+    if (const Mark mark(layout); mark.is(admin::kRestoreKept))
+        throw std::runtime_error(
+            "the files from before an earlier restore are kept: put them back with \"kelpctl "
+            "restore "
+            "--undo\", or remove " +
+            mark.file().string());
+    else if (mark.isSet())
+        throw std::runtime_error(
+            "an earlier restore was interrupted: repair the state with \"kelpctl restore --undo\"");
     for (const fs::path& each : layout.places()) {
         if (std::error_code error; fs::is_symlink(fs::symlink_status(each, error)))
             throw std::runtime_error(each.string() + " is a symbolic link, which is not followed");
@@ -141,6 +164,8 @@ Replacement::Replacement(const StateLayout& layout) : layout_(layout), folders_(
             !problem.empty())
             throw std::runtime_error(each.string() + " " + problem);
         fs::remove_all(each / kNew);
+        // without a mark nobody needs these any more
+        fs::remove_all(each / kPrevious);
     }
 }
 
@@ -187,9 +212,13 @@ void Replacement::requireRoom(const std::vector<Need>& needs) const {
 }
 
 void Replacement::swapIn() {
+    Mark mark(layout_);
+    mark.set(admin::kRestoreMovesAway);
     try {
         moveAway(layout_, folders_);
+        mark.set(admin::kRestoreMovesIn);
         moveIn(folders_);
+        mark.set(admin::kRestoreKept);
     } catch (const std::exception& failure) {
         const std::string why = failure.what();
         moveBack(layout_, folders_);
@@ -198,6 +227,7 @@ void Replacement::swapIn() {
 }
 
 void Replacement::forgetPrevious() {
+    Mark(layout_).clear();
     for (const fs::path& each : previous())
         fs::remove_all(each);
 }
@@ -212,13 +242,10 @@ std::vector<fs::path> Replacement::previous() const {
 }
 
 void Replacement::undo(const StateLayout& layout) {
-    const std::vector<fs::path> folders = foldersOf(layout);
-    if (std::none_of(folders.begin(), folders.end(), [](const fs::path& each) {
-            return isThere(each / kPrevious) || isThere(each / kMoving);
-        }))
+    if (!Mark(layout).isSet())
         throw std::runtime_error("there are no files from before a restore in " +
                                  layout.folder.string());
-    moveBack(layout, folders);
+    moveBack(layout, foldersOf(layout));
 }
 
 }  // namespace kelp::state

@@ -10,13 +10,14 @@ namespace kelp::state {
 
 /// Replaces the whole state by other files. The new files are collected in a folder "restore.new"
 /// next to those that they replace, so that each takes its place by a rename. The previous files
-/// are kept in "restore.previous" until the replacement is complete. All operations throw
-/// std::runtime_error with one sentence. Only one at a time may exist for a state, which
-/// StoppedState ensures.
+/// are kept in "restore.previous" until the replacement is complete. A mark in the state directory
+/// (kelp/admin/restore_marks.h) says how far it is, so that undo() can repair the state after a
+/// power cut at any moment. All operations throw std::runtime_error with one sentence. Only one at
+/// a time may exist for a state, which StoppedState ensures.
 class Replacement {
   public:
-    /// Removes new files that a process has left that was killed. Refuses when previous files are
-    /// still there.
+    /// Removes new files that a process has left that was killed. Refuses when an
+    /// earlier replacement was interrupted, or has kept the previous files.
     explicit Replacement(const StateLayout& layout);
     /// Removes new files that have not taken their places.
     ~Replacement();

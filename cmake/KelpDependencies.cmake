@@ -7,6 +7,7 @@ find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(valijson REQUIRED)
 find_package(SQLiteCpp REQUIRED)
+find_package(prometheus-cpp REQUIRED)
 
 pkg_check_modules(omniorb REQUIRED IMPORTED_TARGET omniORB4 omniDynamic4)
 pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)

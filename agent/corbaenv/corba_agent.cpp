@@ -21,6 +21,7 @@
 #include "error/error_translator.h"
 #include "interceptor/corba_request_interceptor_impl.h"
 #include "notify/suppiler_mgr_callback.h"
+#include "operator/session_metrics.h"
 #include "operator/session_requests.h"
 #include "session/ems_session_factory_impl.h"
 #include "session/session_conditions.h"
@@ -101,6 +102,7 @@ bool start() {
     AgentState::instance().sessionMgrStarted = true;
     enterSessionConditions();
     enterSessionRequests();
+    enterSessionMetrics();
     NS_CORBA::AsynNotifyMgr::Instance()->Init();
     if (!NS_CORBA::CorbaSecurityMgr::Instance()->Init())
         return startFailed("[CorbaAgentFacade::Init] Initialize corba security manager failed!");
@@ -138,6 +140,7 @@ void awaitThreads(ACE_Thread_Manager& threads) {
 
 void requestExit() {
     leaveSessionConditions();
+    leaveSessionMetrics();
     leaveSessionRequests();
     AgentState& state = AgentState::instance();
     const kelp::util::MutexLock lock(state.monitorMutex);

@@ -34,6 +34,8 @@
 #include "certificate_watch.h"
 #include "exit_codes.h"
 #include "installation.h"
+#include "metrics/host_metrics.h"
+#include "metrics/metrics_text.h"
 #include "naming_readiness.h"
 #include "naming_settings.h"
 #include "readiness_watch.h"
@@ -231,6 +233,9 @@ class AdminUse {
     admin::Registration version_;
     admin::Registration requests_;
     HostConditions conditions_;
+    HostMetrics hostMetrics_;
+    admin::Registration metrics_ = admin::Registry::instance().enterText(
+        "/metrics", kMetricsType, [] { return metricsText(admin::Metrics::instance().current()); });
     std::optional<AdminServer> server_;
 };
 

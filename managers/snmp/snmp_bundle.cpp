@@ -1,4 +1,5 @@
 #include <ace/svc_export.h>
+#include <kelp/admin/metrics.h>
 #include <kelp/admin/registry.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/bundlemgr/service_object.h>
@@ -82,6 +83,7 @@ class SnmpBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
                                   });
             counts_ = admin::Registry::instance().enter(
                 "GET", "/snmp", [this](const admin::Json&) { return counts(); });
+            metrics_ = admin::Metrics::instance().enter("snmp", [this] { return metrics(); });
         } catch (...) {
             util::traceFrom(kSubject, "kelp_snmp cannot start: " + util::currentExceptionText());
             receiver_.reset();
@@ -93,6 +95,7 @@ class SnmpBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
     int fini() override { return 0; }
 
     void Shutdown() override {
+        metrics_.leave();
         counts_.leave();
         receiver_.reset();
     }
@@ -107,9 +110,21 @@ class SnmpBundle final : public NS_BUNDLEMGR1::ServiceObjectBase {
         return answer;
     }
 
+    std::vector<admin::Metric> metrics() const {
+        if (!receiver_)
+            return {};
+        admin::Metric messages{"kelp_snmp_messages_total",
+                               "SNMP messages and what became of them; a message has several",
+                               admin::MetricKind::Counter};
+        for (const auto& [name, count] : receiver_->counts())
+            messages.samples.push_back({static_cast<double>(count), {{"outcome", name}}});
+        return {std::move(messages)};
+    }
+
     const alarms::Intake intake_{"snmp"};
     std::optional<traps::Receiver> receiver_;
     admin::Registration counts_;
+    admin::Registration metrics_;
 };
 
 }  // namespace kelp::snmp

@@ -152,7 +152,10 @@ void HttpAnswers::answer(const Request& request, Response& response) const {
         return answerWith(*file, request, response);
     const admin::Answer made =
         registry_.answer(request.method, request.path, request.body, request.params);
-    set(response, made.status, made.body);
+    if (made.contentType.empty())
+        return set(response, made.status, made.body);
+    response.status = made.status;
+    response.set_content(made.body.get<std::string>(), made.contentType);
 }
 
 }  // namespace kelp::host

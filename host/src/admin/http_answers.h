@@ -13,9 +13,9 @@
 namespace kelp::host {
 
 /// Reads one request from a connection, lets the registry answer it and writes the answer. Both are
-/// JSON, except for the files of the status page, which need no authorization. It uses the HTTP
-/// library only to read and write messages. The caller manages connections, threads and time
-/// limits. Several threads may use it concurrently.
+/// JSON, except for answers that have another type and for the files of the status page, which need
+/// no authorization. It uses the HTTP library only to read and write messages. The caller manages
+/// connections, threads and time limits. Several threads may use it concurrently.
 class HttpAnswers : private httplib::Server {
   public:
     struct Rules {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "alarms/alarm_metrics.h"
 #include "alarms/intake_conditions.h"
 
 namespace kelp::ems {
@@ -82,10 +83,13 @@ void AlarmKeeping::start() {
     conditions_ = admin::Conditions::instance().enter("intake", [this] {
         return intakeConditions(service_->counts(), std::chrono::system_clock::now());
     });
+    metrics_ = admin::Metrics::instance().enter(
+        "alarms", [this] { return alarmMetrics(service_->counts(), *service_->state()); });
 }
 
 void AlarmKeeping::stop() {
     conditions_.leave();
+    metrics_.leave();
     follower_.reset();
     if (!service_)
         return;

@@ -32,6 +32,7 @@ class AlarmKeeping {
     std::shared_ptr<alarms::AlarmService> service_;
     std::unique_ptr<NetworkFollower> follower_;  ///< uses the service
     admin::Registration conditions_;             ///< uses the service
+    admin::Registration metrics_;                ///< uses the service
 };
 
 }  // namespace kelp::ems

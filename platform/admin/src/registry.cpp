@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t kShownBytesMax = 100;
 constexpr int kMethodNotAllowed = 405;
 constexpr int kInternalError = 500;
+constexpr const char* kGet = "GET";
 
 Answer failure(int status, const std::string& why) {
     return {status, Json{{"error", why}}};
@@ -41,14 +42,17 @@ std::string patternOf(const std::string& path) {
 struct Called {
     const RequestHandler& handler;
     const std::set<std::string>& parameters;
+    const std::string& contentType;
     std::string item;
 };
 
 Answer answerOf(const Called& called, const std::string& what, const std::string& body,
                 const Query& query) {
     try {
-        return {200, called.handler({called.item, checked(query, called.parameters),
-                                     body.empty() ? Json() : parseJson(body)})};
+        return {200,
+                called.handler({called.item, checked(query, called.parameters),
+                                body.empty() ? Json() : parseJson(body)}),
+                called.contentType};
     } catch (const RequestError& refusal) {
         Answer answer = failure(refusal.status(), refusal.what());
         if (!refusal.path().empty())
@@ -68,6 +72,7 @@ struct Registry::State {
         // these never change; used without the mutex
         std::set<std::string> parameters;
         RequestHandler handler;
+        std::string contentType;
         int running = 0;  ///< calls in progress; the entry is not destroyed before they end
     };
     using Key = std::pair<std::string, std::string>;  ///< path, method
@@ -118,10 +123,22 @@ Registration Registry::enter(const std::string& method, const std::string& path,
     const util::MutexLock lock(state_->mutex);
     if (!state_->entries
              .try_emplace({path, method},
-                          State::Entry{std::move(parameters), std::move(handler), 0})
+                          State::Entry{std::move(parameters), std::move(handler), {}, 0})
              .second)
         throw std::invalid_argument(method + " " + path + " is already answered by another bundle");
     return Registration(state_, method, path);
+}
+
+Registration Registry::enterText(const std::string& path, std::string contentType,
+                                 TextHandler handler) {
+    const util::MutexLock lock(state_->mutex);
+    RequestHandler answer = [text = std::move(handler)](const Request&) { return Json(text()); };
+    if (!state_->entries
+             .try_emplace({path, kGet},
+                          State::Entry{{}, std::move(answer), std::move(contentType), 0})
+             .second)
+        throw std::invalid_argument(path + " is already answered by another bundle");
+    return Registration(state_, kGet, path);
 }
 
 Answer Registry::answer(const std::string& method, const std::string& path, const std::string& body,
@@ -138,7 +155,8 @@ Answer Registry::answer(const std::string& method, const std::string& path, cons
     ++entry.running;
     lock.unlock();
     const std::string item = isPattern ? path.substr(path.rfind('/') + 1) : "";
-    Answer answer = answerOf({entry.handler, entry.parameters, item}, what, body, query);
+    Answer answer =
+        answerOf({entry.handler, entry.parameters, entry.contentType, item}, what, body, query);
     state_->endCall(entry);
     return answer;
 }

@@ -2,6 +2,7 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/mutex.h>
 
+#include <array>
 #include <atomic>
 #include <exception>
 #include <thread>
@@ -141,9 +142,35 @@ LogCounts sum(const LogCounts& one, const LogCounts& other) {
             one.aside + other.aside, one.waiting + other.waiting, one.fails || other.fails};
 }
 
+/// The events of each kind, by outcome.
+class EventTally {
+  public:
+    void add(const SecurityRecord& record) {
+        Count& count = counts_[static_cast<std::size_t>(record.event)];
+        (record.outcome == kOutcomeOk ? count.ok : count.refused) += 1;
+    }
+    std::vector<AuditTrail::EventCount> all() const {
+        std::vector<AuditTrail::EventCount> all;
+        for (std::size_t kind = 0; kind < kKinds; ++kind)
+            all.push_back({static_cast<kelp::oplog::SecurityEvent>(kind), counts_[kind].ok,
+                           counts_[kind].refused});
+        return all;
+    }
+
+  private:
+    static constexpr std::size_t kKinds =
+        static_cast<std::size_t>(kelp::oplog::SecurityEvent::NamingChange) + 1;
+    struct Count {
+        std::atomic<std::uint64_t> ok{0};
+        std::atomic<std::uint64_t> refused{0};
+    };
+    std::array<Count, kKinds> counts_{};
+};
+
 }  // namespace
 
 struct AuditTrail::State {
+    EventTally tally;
     /// Held for a whole Open, Close or UpdateRetention.
     kelp::util::Mutex mutex{LockRank::Leaf, "AuditTrail::State::mutex"};
     std::unique_ptr<Logs> held KELP_GUARDED_BY(mutex);
@@ -210,8 +237,10 @@ void AuditTrail::WriteWithoutLogIn(const kelp::oplog::OperationRecord& record,
 
 void AuditTrail::Write(SecurityRecord record) noexcept {
     try {
-        if (Logs* const logs = state_->logs.load())
+        if (Logs* const logs = state_->logs.load()) {
+            state_->tally.add(record);
             logs->write(std::move(record));
+        }
     } catch (const std::exception& failure) {
         traceLost("security log", failure);
     }
@@ -226,6 +255,10 @@ LogCounts AuditTrail::OperationCounts() const {
 LogCounts AuditTrail::SecurityCounts() const {
     const Logs* const logs = state_->logs.load();
     return logs == nullptr ? LogCounts() : logs->security.counts();
+}
+
+std::vector<AuditTrail::EventCount> AuditTrail::EventCounts() const {
+    return state_->tally.all();
 }
 
 }  // namespace NS_CORBA

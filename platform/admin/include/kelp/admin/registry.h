@@ -60,11 +60,16 @@ struct KELP_EXPORT Request {
 /// As Handler, for requests with parameters or for many paths.
 using RequestHandler = std::function<Json(const Request& request)>;
 
+/// As Handler, for a request whose answer is a text.
+using TextHandler = std::function<std::string()>;
+
 /// The answer to a request: the HTTP status, and the body, which for a failure is {"error":
 /// "..."}, with "path" if the RequestError has one.
 struct KELP_EXPORT Answer {
     int status = 200;
     Json body;
+    /// Of an answer that is not JSON, whose body is a text. Otherwise empty.
+    std::string contentType{};
 };
 
 /// A request that has a handler.
@@ -97,6 +102,11 @@ class KELP_EXPORT Registry {
     /// method.
     [[nodiscard]] Registration enter(const std::string& method, const std::string& path,
                                      std::set<std::string> parameters, RequestHandler handler);
+
+    /// Let `handler` answer GET requests with this path with a text of the type `contentType`, such
+    /// as "text/plain", until the registration ends. As above otherwise.
+    [[nodiscard]] Registration enterText(const std::string& path, std::string contentType,
+                                         TextHandler handler);
 
     /// Answer a request. `body` is the request's text, which may be empty. These also result in an
     /// answer: invalid JSON, JSON nested deeper than 32 levels, an object that repeats a key or has

@@ -4,8 +4,10 @@
 #include <kelp/oplog/security_log.h>
 #include <kelp/util/export.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace NS_CORBA {
 
@@ -40,6 +42,16 @@ class KELP_EXPORT AuditTrail {
     /// Counts of both parts of the operation log together. All zero while the trail is closed.
     kelp::oplog::LogCounts OperationCounts() const;
     kelp::oplog::LogCounts SecurityCounts() const;
+
+    /// Number of security events of one kind since the start, also of those that floods kept from
+    /// being recorded individually.
+    struct EventCount {
+        kelp::oplog::SecurityEvent event{};
+        std::uint64_t ok = 0;
+        std::uint64_t refused = 0;
+    };
+    /// One for each kind of event.
+    std::vector<EventCount> EventCounts() const;
 
     AuditTrail(const AuditTrail&) = delete;
     AuditTrail& operator=(const AuditTrail&) = delete;

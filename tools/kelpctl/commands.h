@@ -56,6 +56,9 @@ void addConfigCommands(CLI::App& app, const GlobalOptions& options);
 /// the parsing.
 void addReloadCommand(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl ior`, which decodes a reference without calling anybody.
+void addIorCommand(CLI::App& app);
+
 /// Add `kelpctl oplog` and `kelpctl audit`, which read the operation log and the security log.
 /// `options` must outlive the parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);

@@ -65,6 +65,7 @@ int run(int argc, char** argv) {
     addNamingCommand(app, options);
     addConfigCommands(app, options);
     addReloadCommand(app, options);
+    addIorCommand(app);
     addLogCommands(app, options);
     addInventoryCommands(app, options);
     addSnmpCommands(app, options);

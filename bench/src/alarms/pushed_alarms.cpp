@@ -1,5 +1,7 @@
 #include "alarms/pushed_alarms.h"
 
+#include <kelp/ior/cdr_reader.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -9,14 +11,13 @@
 
 #include "alarms/octets.h"
 #include "alarms/stamp.h"
-#include "cdr_reader.h"
 #include "giop/request_header.h"
 
 namespace kelp::bench {
 
 namespace {
 
-using orb::CdrReader;
+using ior::CdrReader;
 
 // the names with the zero byte that ends them in CDR
 constexpr std::string_view kIdName("notificationId", sizeof "notificationId");

@@ -7,14 +7,14 @@
 
 #include "hand_made_reference.h"
 
-namespace kelp::orb {
+namespace kelp::ior {
 bool operator==(const Endpoint& a, const Endpoint& b) {
     return a.host == b.host && a.port == b.port && a.tls == b.tls;
 }
 void PrintTo(const Endpoint& endpoint, std::ostream* out) {
     *out << endpoint.host << " " << endpoint.port << (endpoint.tls ? " tls" : "");
 }
-}  // namespace kelp::orb
+}  // namespace kelp::ior
 
 namespace {
 

@@ -1,13 +1,15 @@
 #include "giop/request_header.h"
 
+#include <kelp/ior/cdr_reader.h>
+
 #include <algorithm>
 #include <optional>
-
-#include "../cdr_reader.h"
 
 namespace kelp::orb::giop {
 
 namespace {
+
+using ior::CdrReader;
 
 /// Maximum octets of a request before its parameters. Real headers have a few hundred.
 constexpr std::size_t kRequestHeaderMax = std::size_t{256} * 1024;

@@ -1,12 +1,11 @@
-#include <kelp/orb/references.h>
+#include <kelp/ior/cdr_reader.h>
+#include <kelp/ior/reference_content.h>
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
-#include "cdr_reader.h"
-
-namespace kelp::orb {
+namespace kelp::ior {
 
 namespace {
 
@@ -104,6 +103,7 @@ class Decoder {
         addEndpoint(std::move(*host), *port, false);
         if (!keyFound_) {
             content_.objectKey.assign(key->begin(), key->end());
+            content_.iiopVersion = "1." + std::to_string(*minor);
             keyFound_ = true;
         }
         return *minor == 0 || components(*reader);
@@ -196,4 +196,4 @@ bool decodeReference(const std::string& iorText, ReferenceContent& content) {
     return false;
 }
 
-}  // namespace kelp::orb
+}  // namespace kelp::ior

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-namespace kelp::orb {
+namespace kelp::ior {
 
 /// Reads CDR (CORBA 15.3) from untrusted bytes. Every read is checked against the end of the bytes.
 /// A read that does not fit returns nothing; the reader's position is then unspecified. Alignment
@@ -90,4 +90,4 @@ class CdrReader {
     bool littleEndian_;
 };
 
-}  // namespace kelp::orb
+}  // namespace kelp::ior

@@ -1,6 +1,6 @@
-#include <kelp/orb/references.h>
+#include <kelp/ior/reference_content.h>
 
-namespace kelp::orb {
+namespace kelp::ior {
 
 std::string hostAndPort(const Endpoint& endpoint) {
     const bool bareIpv6 =
@@ -9,4 +9,4 @@ std::string hostAndPort(const Endpoint& endpoint) {
     return host + ":" + std::to_string(endpoint.port);
 }
 
-}  // namespace kelp::orb
+}  // namespace kelp::ior

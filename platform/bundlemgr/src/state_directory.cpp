@@ -36,7 +36,10 @@ std::filesystem::path defaultStateDirectory() {
         return directories.substr(0, directories.find(':'));
     // an XDG path that is not absolute must be ignored
     const std::filesystem::path xdg = environment("XDG_STATE_HOME");
-    return (xdg.is_absolute() ? xdg : homeDirectory() / ".local" / "state") / "kelp";
+    if (xdg.is_absolute())
+        return xdg / "kelp";
+    const std::filesystem::path installed = KELP_STATE_DIRECTORY;
+    return installed.empty() ? homeDirectory() / ".local" / "state" / "kelp" : installed;
 }
 
 }  // namespace NS_BUNDLEMGR1

@@ -102,7 +102,8 @@ class KELP_EXPORT ConfigStore {
 };
 
 /// The default folder of every path that is not configured: $STATE_DIRECTORY (set by systemd), else
-/// $XDG_STATE_HOME/kelp, else ~/.local/state/kelp.
+/// $XDG_STATE_HOME/kelp, else that of the installed package (/var/lib/kelp), else, in a build that
+/// is not for a package, ~/.local/state/kelp.
 KELP_EXPORT std::filesystem::path defaultStateDirectory();
 
 /// The agent's options as the bundles read them.

@@ -7,6 +7,7 @@
 #include <kelp/corbabase/trace.h>
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/timeouts.h>
+#include <kelp/util/thread_work.h>
 
 #include <chrono>
 #include <ctime>
@@ -148,6 +149,7 @@ ACE_THR_FUNC_RETURN NamingMonitor::Run(void*) {
         CorbaAgentConfig::Instance()->GetEmsSessionFactoryIImplObj();
     NamingMonitor monitor(own.in());
     while (awaitRound(AgentState::instance())) {
+        const kelp::util::ThreadWork work("checks the naming entry", kelp::util::kHangsAfter);
         try {
             ReadAheadHolders::dropStale(std::chrono::steady_clock::now());
             monitor.Round();

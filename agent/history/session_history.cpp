@@ -1,5 +1,6 @@
 #include "history/session_history.h"
 
+#include <kelp/util/thread_work.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
@@ -113,8 +114,10 @@ void SessionHistory::run() {
             batch.swap(waiting_);
             isBusy_ = true;
         }
+        kelp::util::beginWork("writes ended sessions");
         if (!write(batch))
             putBack(batch);
+        kelp::util::endWork();
         const MutexLock lock(mutex_);
         isBusy_ = false;
         changed_.notify_all();

@@ -25,7 +25,8 @@ double secondsOf(std::chrono::microseconds time) {
     return std::chrono::duration<double>(time).count();
 }
 
-/// Sums over the sessions of one user. They are gauges: a session takes its counts with it when it ends.
+/// Sums over the sessions of one user. They are gauges: a session takes its counts with it when it
+/// ends.
 struct UserFigures {
     double sessions = 0;
     double unansweredPings = 0;

@@ -44,6 +44,8 @@
 #include "signal_watch.h"
 #include "start_failure.h"
 #include "status/host_conditions.h"
+#include "threads/thread_requests.h"
+#include "threads/watchdog.h"
 #include "trusted_files.h"
 
 namespace kelp::host {
@@ -194,6 +196,7 @@ class AdminUse {
           status_(admin::Registry::instance().enter("GET", "/status", tellStatus)),
           configuration_(admin::Registry::instance().enter("GET", "/config", tellConfiguration)),
           reload_(admin::Registry::instance().enter("POST", "/reload", reload)),
+          threads_(admin::Registry::instance().enter("GET", "/threads", tellThreads)),
           version_(admin::Registry::instance().enter("GET", "/version", tellVersion)),
           requests_(admin::Registry::instance().enter("GET", "/requests", tellRequests)) {
         const admin::Address address = admin::configuredAddress();
@@ -230,6 +233,7 @@ class AdminUse {
     admin::Registration status_;
     admin::Registration configuration_;
     admin::Registration reload_;
+    admin::Registration threads_;
     admin::Registration version_;
     admin::Registration requests_;
     HostConditions conditions_;
@@ -305,6 +309,7 @@ void startAndRun(const std::filesystem::path& configFile, SignalWatch& signals) 
     const BundlesUse bundles;
     const AdminUse adminInterface;
     const CertificateUse certificate;
+    const Watchdog watchdog;
     runUntilStopped(signals);
 }
 

@@ -63,6 +63,14 @@ void addIorCommand(CLI::App& app);
 /// `options` must outlive the parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl trace`, which shows the requests of one NMS as they are recorded. `options` must
+/// outlive the parsing.
+void addTraceCommand(CLI::App& app, const GlobalOptions& options);
+
+/// Add `kelpctl threads`, which shows what the host's threads do. `options` must outlive the
+/// parsing.
+void addThreadsCommand(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl inventory ...`, which manages the inventory of the EMS's network. `options` must
 /// outlive the parsing.
 void addInventoryCommands(CLI::App& app, const GlobalOptions& options);

@@ -67,6 +67,8 @@ int run(int argc, char** argv) {
     addReloadCommand(app, options);
     addIorCommand(app);
     addLogCommands(app, options);
+    addTraceCommand(app, options);
+    addThreadsCommand(app, options);
     addInventoryCommands(app, options);
     addSnmpCommands(app, options);
     addStateCommands(app, options);

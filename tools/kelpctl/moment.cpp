@@ -1,13 +1,9 @@
 #include "moment.h"
 
-#include <optional>
 #include <stdexcept>
 
 namespace kelp::ctl {
 
-namespace {
-
-/// Return the length of time of a text such as "15m". None for any other text.
 std::optional<std::chrono::seconds> lengthOf(const std::string& text) {
     constexpr std::size_t kDigitsMax = 6;
     const std::size_t digits = text.find_first_not_of("0123456789");
@@ -27,8 +23,6 @@ std::optional<std::chrono::seconds> lengthOf(const std::string& text) {
             return std::nullopt;
     }
 }
-
-}  // namespace
 
 oplog::UtcTime momentOf(const std::string& text, const std::string& option, oplog::UtcTime now) {
     if (const std::optional<oplog::UtcTime> time = oplog::timeOf(text))

@@ -39,7 +39,14 @@ std::string entryOf(const Json& naming) {
     entry += checked.empty() ? ", not checked yet" : ", checked at " + checked;
     if (const std::string failure = text(naming, "failure"); !failure.empty())
         entry += "; the last check failed: " + failure;
+    else if (const std::string since = text(naming, "since"); !since.empty())
+        entry += ", without a failure since " + since;
     return entry;
+}
+
+std::string lastFailureOf(const Json& naming) {
+    const std::string at = text(naming, "lastFailureAt");
+    return at.empty() ? "none" : text(naming, "lastFailure") + ", at " + at;
 }
 
 std::string replacedOf(const Json& naming) {
@@ -61,6 +68,7 @@ void printTable(const Json& naming) {
     if (const std::string file = text(naming, "iorFile"); !file.empty())
         print("IOR file", file);
     print("entry", entryOf(naming));
+    print("failure", lastFailureOf(naming));
     print("replaced", replacedOf(naming));
     print("reference", text(naming, "reference"));
 }

@@ -56,8 +56,11 @@ admin::Json tellNaming(const admin::Json&) {
             {"iorFile", config.text("naming.ior_file")},
             {"reference", entry.reference},
             {"ours", entry.isOurs},
+            {"since", timeOf(entry.boundSince)},
             {"checked", timeOf(entry.checked)},
             {"failure", entry.failure},
+            {"lastFailure", entry.lastFailure},
+            {"lastFailureAt", timeOf(entry.lastFailureAt)},
             {"replaced", entry.replaced},
             {"replacedAt", timeOf(entry.replacedAt)},
             {"foreign", entry.foreign}};

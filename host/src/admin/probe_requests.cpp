@@ -2,11 +2,17 @@
 
 #include <kelp/corbabase/naming_findings.h>
 
+#include <string>
+#include <vector>
+
 #include "naming_readiness.h"
+#include "threads/stuck_threads.h"
 
 namespace kelp::host {
 
 admin::Json tellAlive(const admin::Json&) {
+    if (const std::vector<std::string> stuck = stuckThreads(); !stuck.empty())
+        throw admin::RequestError(stuck.front(), admin::RequestError::kUnavailable);
     return {{"status", "ok"}};
 }
 

@@ -5,12 +5,15 @@
 #include <kelp/corbabase/naming_findings.h>
 #include <kelp/corbabase/security_mgr.h>
 #include <kelp/corbabase/supplier_mgr.h>
+#include <kelp/util/thread_context.h>
 #include <kelp/util/trace_log.h>
 
 #include <set>
 #include <system_error>
+#include <utility>
 
 #include "certificate_watch.h"
+#include "threads/stuck_threads.h"
 
 namespace kelp::host {
 
@@ -29,9 +32,25 @@ constexpr std::chrono::hours kReplacedShown{1};
 constexpr std::uintmax_t kNearlyFullPercent = 5;
 constexpr std::uintmax_t kFullPercent = 1;
 
+/// " of NMS bob at 192.0.2.7:4711". Empty for a consumer of the EMS.
+std::string ownerText(const std::string& owner) {
+    const auto part = [&](const std::string& tag) {
+        const std::string open = "<" + tag + ">";
+        return util::escaped(std::string(NS_UTIL::SelfUtilCommon::Instance()->ViewByTag(
+                                 owner, open, "</" + tag + ">", static_cast<int>(open.size()))),
+                             kShownBytesMax);
+    };
+    const std::string user = part("USERNAME_TAG");
+    if (!user.empty())
+        return " of NMS " + user + " at " + part("IPANDPORT_TAG");
+    return owner.empty() ? "" : " of " + util::escaped(owner, kShownBytesMax);
+}
+
+}  // namespace
+
 std::optional<Condition> consumerCondition(const notification::ConsumerCounts& counts) {
-    const std::string who =
-        "consumer " + std::to_string(counts.admin) + "/" + std::to_string(counts.proxy);
+    const std::string who = "consumer " + std::to_string(counts.admin) + "/" +
+                            std::to_string(counts.proxy) + ownerText(counts.owner);
     const std::string queue = std::to_string(counts.queued) + " of " +
                               std::to_string(counts.queueLimit) + " events wait, the oldest for " +
                               std::to_string(counts.oldest.count() / 1000) + " s";
@@ -46,6 +65,45 @@ std::optional<Condition> consumerCondition(const notification::ConsumerCounts& c
     return std::nullopt;
 }
 
+std::optional<Condition> namingCondition(const NS_CORBA::NamingEntryState& entry,
+                                         system_clock::time_point now) {
+    const std::string foreign = util::escaped(entry.foreign, kShownBytesMax);
+    if (!entry.failure.empty())
+        return Condition{"naming-unreachable", Severity::Critical,
+                         "the session factory's entry cannot be checked: " +
+                             util::escaped(entry.failure, kShownBytesMax),
+                         entry.checked,
+                         "start the naming service, or correct [naming] host and port"};
+    if (!entry.foreign.empty() && !entry.isBound)
+        return Condition{"naming-foreign", Severity::Critical,
+                         "the naming service leads NMS to " + foreign + " instead of this EMS",
+                         entry.checked,
+                         "stop the other EMS, and let nobody else write into the naming service"};
+    if (entry.replacedAt && now - *entry.replacedAt < kReplacedShown)
+        return Condition{"naming-replaced", Severity::Warning,
+                         "a naming entry that led to " + foreign + " was replaced, " +
+                             std::to_string(entry.replaced) + " in all",
+                         entry.replacedAt,
+                         "kelpctl audit --event naming shows when; find who writes there"};
+    return std::nullopt;
+}
+
+std::vector<Condition> conditionsOfLog(const std::string& log, const oplog::LogCounts& counts) {
+    std::vector<Condition> all;
+    if (counts.fails)
+        all.push_back({"log-failing", Severity::Critical,
+                       log + " cannot be written, " + std::to_string(counts.waiting) +
+                           " records wait in memory",
+                       std::nullopt, "free space on its disk; the trace has the reason"});
+    if (counts.missing > 0)
+        all.push_back({"log-records-missing", Severity::Warning,
+                       std::to_string(counts.missing) + " records are missing in " + log,
+                       std::nullopt, "the trace says when they were lost; a restart resets this"});
+    return all;
+}
+
+namespace {
+
 std::vector<Condition> consumerConditions() {
     std::vector<Condition> all;
     for (const auto& each : NS_CORBA::SuppilerMgr::Instance()->Consumers()) {
@@ -56,44 +114,16 @@ std::vector<Condition> consumerConditions() {
 }
 
 std::vector<Condition> namingConditions() {
-    const NS_CORBA::NamingEntryState entry = NS_CORBA::NamingFindings::Instance().State();
-    const std::string foreign = util::escaped(entry.foreign, kShownBytesMax);
-    if (!entry.failure.empty())
-        return {{"naming-unreachable", Severity::Critical,
-                 "the session factory's entry cannot be checked: " +
-                     util::escaped(entry.failure, kShownBytesMax),
-                 entry.checked, "start the naming service, or correct [naming] host and port"}};
-    if (!entry.foreign.empty() && !entry.isOurs)
-        return {{"naming-foreign", Severity::Critical,
-                 "the naming service leads NMS to " + foreign + " instead of this EMS",
-                 entry.checked,
-                 "stop the other EMS, and let nobody else write into the naming service"}};
-    if (entry.replacedAt && system_clock::now() - *entry.replacedAt < kReplacedShown)
-        return {{"naming-replaced", Severity::Warning,
-                 "a naming entry that led to " + foreign + " was replaced, " +
-                     std::to_string(entry.replaced) + " in all",
-                 entry.replacedAt,
-                 "kelpctl audit --event naming shows when; find who writes there"}};
-    return {};
-}
-
-void addLog(std::vector<Condition>& all, const std::string& log, const oplog::LogCounts& counts) {
-    if (counts.fails)
-        all.push_back({"log-failing", Severity::Critical,
-                       log + " cannot be written, " + std::to_string(counts.waiting) +
-                           " records wait in memory",
-                       std::nullopt, "free space on its disk; the trace has the reason"});
-    if (counts.missing > 0)
-        all.push_back({"log-records-missing", Severity::Warning,
-                       std::to_string(counts.missing) + " records are missing in " + log,
-                       std::nullopt, "the trace says when they were lost; a restart resets this"});
+    const auto found =
+        namingCondition(NS_CORBA::NamingFindings::Instance().State(), system_clock::now());
+    return found ? std::vector{*found} : std::vector<Condition>();
 }
 
 std::vector<Condition> logConditions() {
-    std::vector<Condition> all;
     const NS_CORBA::AuditTrail& trail = NS_CORBA::AuditTrail::Instance();
-    addLog(all, "the operation log", trail.OperationCounts());
-    addLog(all, "the security log", trail.SecurityCounts());
+    std::vector<Condition> all = conditionsOfLog("the operation log", trail.OperationCounts());
+    for (Condition& each : conditionsOfLog("the security log", trail.SecurityCounts()))
+        all.push_back(std::move(each));
     return all;
 }
 
@@ -178,6 +208,7 @@ HostConditions::HostConditions() {
     enter("lock-outs", lockOutConditions);
     enter("logs", logConditions);
     enter("naming", namingConditions);
+    enter("threads", threadConditions);
 }
 
 }  // namespace kelp::host

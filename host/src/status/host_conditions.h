@@ -1,6 +1,9 @@
 #pragma once
 
 #include <kelp/admin/conditions.h>
+#include <kelp/corbabase/audit_trail.h>
+#include <kelp/corbabase/naming_findings.h>
+#include <kelp/notification/consumer_counts.h>
 
 #include <chrono>
 #include <cstdint>
@@ -12,7 +15,8 @@
 namespace kelp::host {
 
 /// The conditions of the parts that the host can see: consumers, naming entry, logs, disks,
-/// lock-outs and certificate. They are sources of admin::Conditions for the object's lifetime.
+/// lock-outs, threads and certificate. They are sources of admin::Conditions for the object's
+/// lifetime.
 class HostConditions {
   public:
     HostConditions();
@@ -20,6 +24,19 @@ class HostConditions {
   private:
     std::vector<admin::Registration> registrations_;
 };
+
+/// The condition of a consumer that does not answer, or whose events wait for long or fill half of
+/// its queue.
+std::optional<admin::Condition> consumerCondition(const notification::ConsumerCounts& counts);
+
+/// The condition of the session factory's entry. A foreign entry is shown as long as it is bound,
+/// and for an hour after it was replaced.
+std::optional<admin::Condition> namingCondition(const NS_CORBA::NamingEntryState& entry,
+                                                std::chrono::system_clock::time_point now);
+
+/// The conditions of a log, which is named as at the beginning of a sentence.
+std::vector<admin::Condition> conditionsOfLog(const std::string& log,
+                                              const oplog::LogCounts& counts);
 
 /// The condition of a file system that holds `folder`: a warning below 5 % of free space, critical
 /// below 1 %.

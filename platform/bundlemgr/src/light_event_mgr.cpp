@@ -1,5 +1,6 @@
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/util/mutex.h>
+#include <kelp/util/thread_work.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
@@ -140,6 +141,7 @@ void LightEventMgr::State::deliverOne(const Event& event) {
         running = registration;
         {
             const MutexUnlock unlock(mutex);
+            const kelp::util::ThreadWork work("handles a light event", kelp::util::kHangsAfter);
             callHandler(registration, event);
         }
         running = {};

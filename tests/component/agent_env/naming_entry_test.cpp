@@ -25,6 +25,23 @@ TEST_F(NamingEntry, IsCreatedWhenMissingAndFoundByTheNextRound) {
     EXPECT_FALSE(trace_.contains("[Monitor Thread]"));
 }
 
+TEST_F(NamingEntry, IsBoundSinceTheFirstRoundThatBoundIt) {
+    round();
+    const auto since = NS_CORBA::NamingFindings::Instance().State().boundSince;
+    ASSERT_TRUE(since);
+    round();
+    EXPECT_EQ(NS_CORBA::NamingFindings::Instance().State().boundSince, since);
+    NS_CORBA::NamingFindings::Instance().Failed("no answer");
+    EXPECT_FALSE(NS_CORBA::NamingFindings::Instance().State().boundSince);
+    round();
+    const NS_CORBA::NamingEntryState state = NS_CORBA::NamingFindings::Instance().State();
+    ASSERT_TRUE(state.boundSince);
+    EXPECT_GE(*state.boundSince, *since);
+    EXPECT_EQ(state.failure, "");
+    EXPECT_EQ(state.lastFailure, "no answer");
+    EXPECT_TRUE(state.lastFailureAt);
+}
+
 TEST_F(NamingEntry, TracesComeFromTheAgent) {
     round();
     for (const kelp::util::TraceLine& line : trace_.records()) {

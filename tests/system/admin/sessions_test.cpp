@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <iterator>
@@ -10,8 +11,10 @@
 #include <thread>
 #include <vector>
 
+#include "harness/child_process.h"
 #include "harness/eventually.h"
 #include "harness/host.h"
+#include "harness/log_file.h"
 #include "harness/nms_process.h"
 
 namespace kelp::test {
@@ -332,6 +335,50 @@ TEST_F(OperatorSessions, TopPrintsTheSessionsOnceWithoutATerminal) {
     EXPECT_NE(top.output.find("1 sessions"), std::string::npos) << top.output;
     EXPECT_NE(top.output.find("alice"), std::string::npos) << top.output;
     EXPECT_EQ(top.output.find('\x1b'), std::string::npos);
+}
+
+TEST_F(OperatorSessions, TraceShowsTheRequestsOfOneNms) {
+    start();
+    NmsProcess nms(host);
+    nms.logIn(0, "alice");
+    NmsProcess other(host);
+    other.logIn(0, "bob");
+    Launch launch = host.launch(KELPCTL, {"--config", host.configFile().string(), "trace", "alice",
+                                          "--for", "1h", "--json"});
+    LogFile lines(host.scratch("trace"));
+    launch.output = lines.file();
+    ChildProcess trace(launch);
+    // it shows what is answered after its start
+    ASSERT_TRUE(eventually([&] {
+        other.ping(0);
+        nms.ping(0);
+        return lines.contains("\"ping\"");
+    })) << lines.text();
+    nms.end(0);
+    EXPECT_TRUE(lines.waitFor("endSession")) << lines.text();
+    EXPECT_FALSE(lines.contains("bob")) << lines.text();
+    EXPECT_FALSE(lines.contains("getEmsSession")) << lines.text();
+    trace.kill();
+}
+
+TEST_F(OperatorSessions, TraceEndsAfterItsTime) {
+    start();
+    const CommandResult trace = ctl({"trace", "127.0.0.1", "--for", "1s"});
+    EXPECT_EQ(trace.status, 0) << trace.output;
+    EXPECT_NE(trace.output.find("OPERATION"), std::string::npos) << trace.output;
+    for (const char* const wrong : {"0s", "25h", "-1s", "5", "soon", "99999999999999s"})
+        EXPECT_EQ(ctl({"trace", "alice", std::string("--for=") + wrong}).status, 1) << wrong;
+}
+
+TEST_F(OperatorSessions, ThreadsShowWhatTheyDo) {
+    start();
+    const Json threads = json({"threads"}).at("threads");
+    const auto serves = [&](const Json& each) { return each.at("name") == "security"; };
+    EXPECT_TRUE(std::any_of(threads.begin(), threads.end(), serves)) << threads;
+    for (const Json& each : threads)
+        EXPECT_FALSE(each.at("stuck").get<bool>()) << each;
+    const CommandResult table = ctl({"threads"});
+    EXPECT_NE(table.output.find("security"), std::string::npos) << table.output;
 }
 
 }  // namespace

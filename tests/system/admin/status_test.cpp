@@ -134,6 +134,26 @@ TEST_F(Status, ConsumerThatDoesNotAnswerIsShown) {
     nms.process().thaw();
 }
 
+TEST_F(Status, SlowConsumerIsShownWithItsNms) {
+    host_.set("notification", "push_timeout_s", 60).set("notification", "queue_events_max", 4);
+    host_.set("session", "ping_interval_s", 60);
+    start();
+    NmsProcess nms(host_);
+    nms.logIn(0, "bob");
+    nms.follow(0);
+    nms.process().freeze();
+    for (int i = 0; i < 3; ++i) {
+        Launch raise =
+            host_.launch(KELPCTL, {"--config", host_.configFile().string(), "alarm", "raise",
+                                   "--object", "ManagedElement=NE-" + std::to_string(i),
+                                   "--severity", "major", "--probable-cause", "LOS"});
+        ASSERT_EQ(runToEnd(raise), 0);
+    }
+    EXPECT_TRUE(comesToShow("consumer-slow", "of NMS bob at ")) << text_;
+    nms.process().thaw();
+    EXPECT_TRUE(eventually([&] { return !shows("consumer-slow"); })) << text_;
+}
+
 TEST_F(Status, ReplacedNamingEntryIsShown) {
     const NameServer names;
     host_.useNamingService(names.port());
@@ -195,9 +215,13 @@ TEST_F(Status, FullDiskAndRefusedIntakeAreShown) {
     EXPECT_NE(storm(), 0);
     EXPECT_TRUE(comesToShow("disk-full", folder.string())) << text_;
     EXPECT_TRUE(comesToShow("intake-refused")) << text_;
+    // a request, which the operation log should record
+    NmsProcess nms(host_);
+    nms.tryLogIn(0, "bob", "wrong");
+    EXPECT_TRUE(comesToShow("log-failing", "the security log")) << text_;
     EXPECT_EQ(code_, 20);
     disk.makeRoom();
-    EXPECT_TRUE(eventually([&] { return !shows("disk-full"); })) << text_;
+    EXPECT_TRUE(eventually([&] { return !shows("disk-full") && !shows("log-failing"); })) << text_;
 }
 #endif
 

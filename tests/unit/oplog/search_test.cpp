@@ -163,5 +163,30 @@ TEST_F(Search, EndsWhenTheTakerHasEnough) {
     EXPECT_EQ(taken, 2);
 }
 
+TEST_F(Search, ContinuesWithRecordsThatAreNewSinceTheLastSearch) {
+    LogReader reader(database(), LogKind::Operations);
+    std::vector<LogEntry> entries;
+    const auto search = [&](const LogQuery& query) {
+        entries.clear();
+        reader.search(query, [&](const LogEntry& entry) {
+            entries.push_back(entry);
+            return true;
+        });
+        return operationsOf(entries);
+    };
+    LogQuery onlyNew;
+    onlyNew.onlyNew = true;
+    EXPECT_THAT(search(onlyNew), SizeIs(4));
+    EXPECT_THAT(search(onlyNew), SizeIs(0));
+    OperationLog(settings()).write(request("later"));
+    EXPECT_THAT(search(onlyNew), ElementsAre("later"));
+    OperationLog(settings()).write(request("of another"));
+    onlyNew.user = "nobody";
+    EXPECT_THAT(search(onlyNew), SizeIs(0));
+    onlyNew.user.clear();
+    EXPECT_THAT(search(onlyNew), SizeIs(0));
+    EXPECT_THAT(search({}), SizeIs(6));
+}
+
 }  // namespace
 }  // namespace kelp::test

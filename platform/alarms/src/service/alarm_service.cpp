@@ -1,5 +1,6 @@
 #include <kelp/alarms/alarm_service.h>
 #include <kelp/util/mutex.h>
+#include <kelp/util/thread_work.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
@@ -192,6 +193,7 @@ ServiceCounts AlarmService::counts() const {
 
 void AlarmService::State::writeUntilClosed() {
     for (auto batch = intake.take(kAtATime); !batch.empty(); batch = intake.take(kAtATime)) {
+        const util::ThreadWork work("writes changes of alarms");
         // the oldest submission has the first deadline
         while (!batch.empty() && !handOver.waitForRoom(settings.unsentMax, batch.front()->deadline))
             ChangeWriter::refuseExpired(batch);
@@ -201,6 +203,7 @@ void AlarmService::State::writeUntilClosed() {
 
 void AlarmService::State::doRounds() {
     while (waitForNextRound()) {
+        const util::ThreadWork work("settles quiet alarms");
         try {
             settleQuietOnes();
             saveIfDue();

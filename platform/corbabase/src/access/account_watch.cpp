@@ -3,6 +3,7 @@
 #include <kelp/bundlemgr/light_event.h>
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/now_utc.h>
+#include <kelp/util/thread_work.h>
 #include <kelp/util/threads.h>
 
 #include <chrono>
@@ -64,6 +65,7 @@ void AccountWatch::run() {
     while (!stopping_) {
         {
             const MutexUnlock unlocked(mutex_);
+            const kelp::util::ThreadWork work("checks the accounts", kelp::util::kHangsAfter);
             look(file);
         }
         const auto next = std::chrono::steady_clock::now() + kInterval;

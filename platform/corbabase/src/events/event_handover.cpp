@@ -1,6 +1,7 @@
 #include "events/event_handover.h"
 
 #include <kelp/corbabase/trace.h>
+#include <kelp/util/thread_work.h>
 
 #include <algorithm>
 #include <exception>
@@ -160,6 +161,7 @@ void EventHandover::handOver() {
     Outcome outcome = Outcome::Refused;
     {
         const MutexUnlock unlocked(mutex_);
+        const kelp::util::ThreadWork work("hands events to the channel", kelp::util::kHangsAfter);
         contained([&] { outcome = link_->handOver(batch); });
     }
     settle(batch, outcome);

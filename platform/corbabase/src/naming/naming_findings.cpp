@@ -47,6 +47,14 @@ struct NamingFindings::Watched {
     NamingEntryState state KELP_GUARDED_BY(mutex);
     ForeignEntries foreign KELP_GUARDED_BY(mutex);
 
+    void setBound(bool isBound) KELP_REQUIRES(mutex) {
+        if (isBound == state.isBound)
+            return;
+        state.isBound = isBound;
+        state.boundSince.reset();
+        if (isBound)
+            state.boundSince = std::chrono::system_clock::now();
+    }
     std::vector<ForeignEntries::Report> due() KELP_REQUIRES(mutex) {
         return foreign.due(std::chrono::steady_clock::now());
     }
@@ -73,7 +81,7 @@ void NamingFindings::Checked(bool isOurs) {
     {
         const MutexLock guard(watched_->mutex);
         watched_->state.isOurs = isOurs;
-        watched_->state.isBound = isOurs;
+        watched_->setBound(isOurs);
         watched_->state.checked = std::chrono::system_clock::now();
         watched_->state.failure.clear();
         reports = watched_->due();
@@ -84,14 +92,16 @@ void NamingFindings::Checked(bool isOurs) {
 
 void NamingFindings::Bound() {
     const MutexLock guard(watched_->mutex);
-    watched_->state.isBound = true;
+    watched_->setBound(true);
 }
 
 void NamingFindings::Failed(const std::string& why) {
     const MutexLock guard(watched_->mutex);
     watched_->state.isOurs = false;
-    watched_->state.isBound = false;
+    watched_->setBound(false);
     watched_->state.failure = why;
+    watched_->state.lastFailure = why;
+    watched_->state.lastFailureAt = std::chrono::system_clock::now();
 }
 
 void NamingFindings::FoundForeign(const std::string& reference, bool isReplaced) {
@@ -106,7 +116,7 @@ void NamingFindings::FoundForeign(const std::string& reference, bool isReplaced)
         state.foreign = addresses;
         if (isReplaced) {
             ++state.replaced;
-            state.isBound = true;
+            watched_->setBound(true);
             state.replacedAt = state.checked;
         }
         report = watched_->foreign.found(kind, std::chrono::steady_clock::now());

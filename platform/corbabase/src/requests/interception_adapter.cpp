@@ -2,6 +2,7 @@
 
 #include <kelp/corbabase/trace.h>
 #include <kelp/util/thread_context.h>
+#include <kelp/util/thread_work.h>
 
 #include <chrono>
 #include <exception>
@@ -91,9 +92,11 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
     const auto refused = [] {
         NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
         RequestRecording::drop();
+        kelp::util::endWork();
         CallerStanding::leave();
     };
     RequestRecording::begin();
+    kelp::util::beginWork(request.operationName(), request.peer().withPort);
     try {
         visit.interceptor->receive_request(&request);
         if (RequestRecording::isOfSession(request)) {
@@ -128,6 +131,7 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
 void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
                                    const CORBA::Exception* raised) noexcept {
     NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
+    kelp::util::endWork();
     RequestRecording::end(request, raised);
     CallerStanding::leave();
 }

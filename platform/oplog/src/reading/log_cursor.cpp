@@ -1,5 +1,8 @@
 #include "reading/log_cursor.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace kelp::oplog {
 
 template <class Body>
@@ -28,8 +31,10 @@ void LogCursor::begin(const LogQuery& query, const LogFilter& filter) {
         page_.clear();
         at_ = 0;
         // records written during the search do not make it longer
-        last_ = pages_->lastId();
+        const std::int64_t previous = std::exchange(last_, pages_->lastId());
         from_ = query.since ? pages_->firstIdSince(*query.since) : 0;
+        if (query.onlyNew)
+            from_ = std::max(from_, previous + 1);
         if (query.newest > 0)
             findNewest(query.newest);
     });

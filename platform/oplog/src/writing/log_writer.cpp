@@ -1,5 +1,6 @@
 #include "writing/log_writer.h"
 
+#include <kelp/util/thread_work.h>
 #include <kelp/util/threads.h>
 #include <kelp/util/trace_log.h>
 
@@ -70,6 +71,7 @@ void LogWriter::run() {
         const LogBatch batch = queue_.take(kBatchMax, kIdle);
         if (batch.empty() && queue_.isClosed())
             return;
+        const util::ThreadWork work("writes records");
         if (!batch.empty() && !writeUntilDone(batch))
             return giveUp(batch);
         // a stop does not wait for the removal of old records

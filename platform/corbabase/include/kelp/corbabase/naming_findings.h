@@ -19,9 +19,12 @@ struct NamingEntryState {
     bool isOurs = false;    ///< the last check found our reference
     /// Bound by this process or found to be ours, with no failure since.
     bool isBound = false;
-    std::optional<Time> checked;  ///< time of the last check that got an answer
-    std::string failure;          ///< why the last check got no answer; empty: it got one
-    std::uint64_t replaced = 0;   ///< number of foreign references replaced by ours
+    std::optional<Time> boundSince;  ///< the beginning of isBound; none: not bound
+    std::optional<Time> checked;     ///< time of the last check that got an answer
+    std::string failure;             ///< why the last check got no answer; empty: it got one
+    std::string lastFailure;         ///< the newest failure, also when a later check got an answer
+    std::optional<Time> lastFailureAt;
+    std::uint64_t replaced = 0;  ///< number of foreign references replaced by ours
     std::optional<Time> replacedAt;
     std::string foreign;  ///< addresses in the foreign reference found last
 };

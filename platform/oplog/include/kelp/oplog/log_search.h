@@ -23,6 +23,8 @@ struct KELP_EXPORT LogQuery {
     std::string operation;     ///< in the security log: the event's name
     std::string outcome;       ///< "failed" matches every known outcome except "ok"
     std::uint64_t newest = 0;  ///< at most this number of records, the newest ones; 0: all
+    /// Only records that were written after the previous search of the same reader began.
+    bool onlyNew = false;
 };
 
 /// Reads a log of this or another process, also while it is being written. The writer never waits

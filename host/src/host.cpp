@@ -28,6 +28,7 @@
 #include "admin/consumer_requests.h"
 #include "admin/known_requests.h"
 #include "admin/naming_requests.h"
+#include "admin/network/network_server.h"
 #include "admin/probe_requests.h"
 #include "admin/status_request.h"
 #include "audit_use.h"
@@ -206,9 +207,22 @@ class AdminUse {
             throw StartFailure{kAdminError, failure.what()};
         }
         trace(__LINE__, "the operator's interface is at " + address.text());
+        openToTheNetwork();
     }
 
   private:
+    void openToTheNetwork() {
+        const std::optional<NetworkAddress> network = configuredNetworkAddress();
+        if (!network)
+            return;
+        try {
+            network_.emplace(*network);
+        } catch (const std::exception& failure) {
+            throw StartFailure{kAdminError, failure.what()};
+        }
+        trace(__LINE__, "operators on other machines reach the status page at https://" +
+                            network->address.text());
+    }
     static admin::Json tellHealth(const admin::Json&) {
         const NS_CORBA::AuditTrail& trail = NS_CORBA::AuditTrail::Instance();
         return {{"status", "ok"},
@@ -241,6 +255,7 @@ class AdminUse {
     admin::Registration metrics_ = admin::Registry::instance().enterText(
         "/metrics", kMetricsType, [] { return metricsText(admin::Metrics::instance().current()); });
     std::optional<AdminServer> server_;
+    std::optional<NetworkServer> network_;
 };
 
 /// Whether the naming service is available. An embedded one answers once the bundle that starts the

@@ -84,6 +84,7 @@ std::vector<ConfigProblem> problemsOfTrust() {
                          "\"kelpctl restore --undo\"");
     }
     problems.checkDatabase("security.database", kelp::users::userDatabaseFile());
+    problems.checkDatabase("admin.operators", kelp::users::operatorDatabaseFile());
     problems.checkDatabase("oplog.database", oplog::configuredOperationLog().database);
     const oplog::LogSettings security = oplog::configuredSecurityLog();
     problems.checkDatabase("oplog.database", security.database);

@@ -18,6 +18,10 @@ void loadConfiguration(const GlobalOptions& options);
 /// parsing.
 void addUserCommands(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl operator ...`, which manages the accounts for the status page. `options` must
+/// outlive the parsing.
+void addOperatorCommands(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl alarm ...`, which reports single alarms to the running host and shows its list.
 /// `options` must outlive the parsing.
 void addAlarmCommands(CLI::App& app, const GlobalOptions& options);

@@ -55,6 +55,7 @@ int run(int argc, char** argv) {
                    std::string("Configuration file; default: ") + kDefaultConfig + " if it exists")
         ->type_name("FILE");
     addUserCommands(app, options);
+    addOperatorCommands(app, options);
     addAlarmCommands(app, options);
     addStormCommand(app, options);
     addSessionCommands(app, options);

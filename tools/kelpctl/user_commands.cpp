@@ -27,11 +27,16 @@ namespace {
 using kelp::users::UserAccount;
 using kelp::users::UserDatabase;
 
+/// Whose accounts a group of commands changes.
+enum class AccountKind { Nms, Operators };
+
 /// The options that the commands of this group share.
 struct UserOptions {
-    explicit UserOptions(const GlobalOptions& global) : globalOptions(global) {}
+    UserOptions(const GlobalOptions& global, AccountKind accounts)
+        : globalOptions(global), kind(accounts) {}
 
     const GlobalOptions& globalOptions;
+    const AccountKind kind;
     std::string database;
     std::string name;
     std::string passwordFile;
@@ -50,9 +55,12 @@ struct UserOptions {
     /// Open the selected database. Only adding the first account creates a file, so that a misspelt
     /// name does not create one.
     UserDatabase open(UserDatabase::Missing missing = UserDatabase::Missing::IsAnError) const {
-        return UserDatabase(
-            database.empty() ? kelp::users::userDatabaseFile() : std::filesystem::path(database),
-            missing);
+        return UserDatabase(database.empty() ? configuredFile() : std::filesystem::path(database),
+                            missing);
+    }
+    std::filesystem::path configuredFile() const {
+        return kind == AccountKind::Nms ? kelp::users::userDatabaseFile()
+                                        : kelp::users::operatorDatabaseFile();
     }
 };
 
@@ -225,31 +233,37 @@ void removeUser(const UserOptions& options) {
 struct Command {
     const char* name;
     const char* description;
-    bool takesName;  ///< takes the name of the account that it changes
+    const char* forOperators;  ///< the description in `kelpctl operator`; null: not a command of it
+    bool takesName;            ///< takes the name of the account that it changes
     bool takesPassword;
     void (*run)(const UserOptions&);
 };
 
 constexpr Command kCommands[] = {
-    {"add", "Add an NMS user", true, true, add},
-    {"list", "List the NMS users", false, false, list},
-    {"passwd", "Give a user a new password and end its sessions", true, true, changePassword},
-    {"disable", "Refuse a user's log-ins and end its sessions", true, false, disable},
-    {"enable", "Accept a user's log-ins again", true, false, enable},
-    {"expire", "Set when a user's account expires and its sessions end", true, false, expire},
+    {"add", "Add an NMS user", "Add an operator", true, true, add},
+    {"list", "List the NMS users", "List the operators", false, false, list},
+    {"passwd", "Give a user a new password and end its sessions", "Give an operator a new password",
+     true, true, changePassword},
+    {"disable", "Refuse a user's log-ins and end its sessions", "Refuse an operator's requests",
+     true, false, disable},
+    {"enable", "Accept a user's log-ins again", "Accept an operator's requests again", true, false,
+     enable},
+    {"expire", "Set when a user's account expires and its sessions end",
+     "Set when an operator's account expires", true, false, expire},
     {"networks", "Set the addresses from which a user may log in, beginning with the next log-in",
-     true, false, setNetworks},
+     "Set the addresses from which an operator may ask", true, false, setNetworks},
     {"tls",
      "Accept a user only with the certificates of its NMS, and end its sessions that have others",
-     true, false, setCertificates},
-    {"unlock", "End a user's lock-outs after wrong passwords", true, false, unlock},
-    {"remove", "Remove a user and end its sessions", true, false, removeUser},
+     nullptr, true, false, setCertificates},
+    {"unlock", "End a user's lock-outs after wrong passwords", nullptr, true, false, unlock},
+    {"remove", "Remove a user and end its sessions", "Remove an operator", true, false, removeUser},
 };
 
 /// Return the command as it was given, without the account's name and without the name of a
 /// password file.
 std::string whatOf(const Command& command, const UserOptions& options) {
-    std::string text = command.name;
+    std::string text = options.kind == AccountKind::Nms ? "" : "operator ";
+    text += command.name;
     if (command.run == expire)
         text += " " + options.expiry;
     if (command.run == setNetworks)
@@ -289,44 +303,76 @@ Examples:
   kelpctl user tls nms1 --subject "CN=nms1,O=Operator" --subject "CN=nms1-standby,O=Operator"
   kelpctl user --database /var/lib/kelp/users.db list)";
 
+constexpr const char* kOperatorFooter =
+    R"(Operators read the status page from other machines, when [admin] network_listen is set. Their accounts are not those
+that NMS log in with. Every change is recorded in the security log: kelpctl audit --event user. A change applies from the
+next request on.
+
+Examples:
+  kelpctl operator add anna
+  kelpctl operator networks anna 10.1.0.0/16
+  kelpctl operator list)";
+
+void addCommand(CLI::App& group, const Command& command,
+                const std::shared_ptr<UserOptions>& options) {
+    const char* const description =
+        options->kind == AccountKind::Nms ? command.description : command.forOperators;
+    CLI::App* sub = group.add_subcommand(command.name, description)->fallthrough();
+    if (command.takesName)
+        sub->add_option("name", options->name, "The user's name")->required()->type_name("NAME");
+    if (command.takesPassword) {
+        sub->add_option("--password-file", options->passwordFile,
+                        "File whose first line is the password")
+            ->type_name("FILE");
+        sub->add_flag("--force", options->force, "Accept a password of fewer than 8 characters");
+    }
+    if (command.run == expire)
+        sub->add_option("time", options->expiry,
+                        "never, now, a date (00:00 UTC of that day), or a time such as "
+                        "2027-01-31T12:00:00Z")
+            ->required()
+            ->type_name("TIME");
+    if (command.run == setNetworks)
+        sub->add_option("networks", options->networks,
+                        "IPv4 or IPv6 addresses, or networks as ADDRESS/PREFIX-LENGTH; any: "
+                        "every address")
+            ->required()
+            ->type_name("NETWORK");
+    if (command.run == setCertificates)
+        addCertificateOptions(*sub, *options);
+    if (command.run == list)
+        sub->add_flag("--json", options->json, "Write JSON");
+    sub->callback([options, &command] { runCommand(command, *options); });
+}
+
+CLI::App* addGroup(CLI::App& app, const char* name, const char* description, const char* footer,
+                   const std::shared_ptr<UserOptions>& options) {
+    CLI::App* group = app.add_subcommand(name, description);
+    group->require_subcommand(1)->fallthrough()->footer(footer);
+    group->add_option("--database", options->database, "Database; default: as configured")
+        ->type_name("FILE");
+    return group;
+}
+
 }  // namespace
 
 void addUserCommands(CLI::App& app, const GlobalOptions& globalOptions) {
-    const auto options = std::make_shared<UserOptions>(globalOptions);
-    CLI::App* group = app.add_subcommand("user", "Manage the accounts that NMSs log in with");
-    group->require_subcommand(1)->fallthrough()->footer(kFooter);
-    group->add_option("--database", options->database, "User database; default: as configured")
-        ->type_name("FILE");
+    const auto options = std::make_shared<UserOptions>(globalOptions, AccountKind::Nms);
+    CLI::App* group =
+        addGroup(app, "user", "Manage the accounts that NMSs log in with", kFooter, options);
+    for (const Command& command : kCommands)
+        addCommand(*group, command, options);
+}
+
+void addOperatorCommands(CLI::App& app, const GlobalOptions& globalOptions) {
+    const auto options = std::make_shared<UserOptions>(globalOptions, AccountKind::Operators);
+    CLI::App* group = addGroup(app, "operator",
+                               "Manage the accounts of operators who read the status page over "
+                               "the network",
+                               kOperatorFooter, options);
     for (const Command& command : kCommands) {
-        CLI::App* sub = group->add_subcommand(command.name, command.description)->fallthrough();
-        if (command.takesName)
-            sub->add_option("name", options->name, "The user's name")
-                ->required()
-                ->type_name("NAME");
-        if (command.takesPassword) {
-            sub->add_option("--password-file", options->passwordFile,
-                            "File whose first line is the password")
-                ->type_name("FILE");
-            sub->add_flag("--force", options->force,
-                          "Accept a password of fewer than 8 characters");
-        }
-        if (command.run == expire)
-            sub->add_option("time", options->expiry,
-                            "never, now, a date (00:00 UTC of that day), or a time such as "
-                            "2027-01-31T12:00:00Z")
-                ->required()
-                ->type_name("TIME");
-        if (command.run == setNetworks)
-            sub->add_option("networks", options->networks,
-                            "IPv4 or IPv6 addresses, or networks as ADDRESS/PREFIX-LENGTH; any: "
-                            "every address")
-                ->required()
-                ->type_name("NETWORK");
-        if (command.run == setCertificates)
-            addCertificateOptions(*sub, *options);
-        if (command.run == list)
-            sub->add_flag("--json", options->json, "Write JSON");
-        sub->callback([options, &command] { runCommand(command, *options); });
+        if (command.forOperators != nullptr)
+            addCommand(*group, command, options);
     }
 }
 

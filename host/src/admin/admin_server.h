@@ -1,78 +1,30 @@
 #pragma once
 
-#include <httplib.h>
 #include <kelp/admin/address.h>
 #include <kelp/admin/registry.h>
 #include <kelp/admin/state_claim.h>
-#include <kelp/util/descriptor.h>
-#include <kelp/util/mutex.h>
 
-#include <chrono>
-#include <cstddef>
-#include <list>
-#include <memory>
 #include <optional>
-#include <thread>
 
 #include "access_token.h"
-#include "connection.h"
-#include "http_answers.h"
-#include "listening_socket.h"
+#include "http_listener.h"
 
 namespace kelp::host {
 
-/// Limits of the operator's interface.
-struct AdminLimits {
-    /// Maximum size of a body. A thousand alarms with all their fields fit into 1 MiB.
-    std::size_t bodyBytesMax = 1u << 20;
-    std::size_t headBytesMax = 64u << 10;
-    /// Time for a complete request. A caller on the same machine needs milliseconds.
-    std::chrono::milliseconds readTime{5000};
-    std::chrono::milliseconds writeTime{5000};
-    /// Time for a complete request while other callers wait for a thread.
-    std::chrono::milliseconds patience{1000};
-    /// Maximum number of requests answered concurrently.
-    std::size_t threads = 8;
-    /// Maximum number of open connections, including those that wait for a thread.
-    std::size_t connectionsMax = 64;
-};
-
-/// The operator's interface: serves the entries of the registry as JSON over HTTP, one request per
-/// connection. While callers wait for a thread, connections that have a thread but have not
-/// completed their request within `patience` are cut off, so that silent callers block no others.
+/// The operator's interface on this machine: serves the entries of the registry as JSON over HTTP.
 class AdminServer {
   public:
     /// Start to listen. Throws std::runtime_error with a one-sentence text when that fails, or when
     /// another host listens.
     explicit AdminServer(const admin::Address& address, const AdminLimits& limits = {},
                          admin::Registry& registry = admin::Registry::instance());
-    /// Accept no more callers, cut off those that have not completed their request, and wait for
-    /// answers in progress.
-    ~AdminServer();
-    AdminServer(const AdminServer&) = delete;
-    AdminServer& operator=(const AdminServer&) = delete;
 
   private:
-    using ConnectionPtr = std::shared_ptr<Connection>;
+    HttpAnswers::Rules rulesFor(const admin::Address& address, const AdminLimits& limits) const;
 
-    void acceptCallers();
-    void take(util::Descriptor caller) KELP_EXCLUDES(mutex_);
-    void serve(const ConnectionPtr& connection) KELP_EXCLUDES(mutex_);
-    /// Cut off silent callers if callers wait for a thread. Return true if there are more callers
-    /// than threads.
-    bool makeRoom() KELP_EXCLUDES(mutex_);
-    bool letsIn(const std::string& authorization) const;
-
-    const AdminLimits limits_;
     const admin::StateClaim claim_;
     const std::optional<AccessToken> token_;
-    std::optional<ListeningSocket> listener_;  ///< empty after the stop
-    const util::Descriptor leaving_;           ///< eventfd that ends the acceptor
-    HttpAnswers answers_;
-    util::Mutex mutex_{util::LockRank::Leaf, "AdminServer::mutex_"};
-    std::list<ConnectionPtr> connections_ KELP_GUARDED_BY(mutex_);  ///< oldest first
-    httplib::ThreadPool workers_;
-    std::thread acceptor_;
+    HttpListener listener_;
 };
 
 }  // namespace kelp::host

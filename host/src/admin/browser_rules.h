@@ -9,7 +9,11 @@
 namespace kelp::host {
 
 /// How callers reach the operator's interface.
-enum class AdminTransport : std::uint8_t { UnixSocket, LoopbackPort };
+enum class AdminTransport : std::uint8_t {
+    UnixSocket,
+    LoopbackPort,
+    Network,  ///< over TLS, with a password
+};
 
 /// Why a browser must have sent this request for a page of somebody else; empty if there is no such
 /// sign. A name that leads to this machine although it belongs to somebody else (DNS rebinding)

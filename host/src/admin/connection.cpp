@@ -1,10 +1,12 @@
 #include "connection.h"
 
+#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <utility>
 
@@ -15,10 +17,31 @@ namespace {
 /// Time for the caller to read the answer and close its side.
 constexpr std::chrono::milliseconds kFarewell{500};
 
+/// The peer of a TCP connection.
+util::PeerAddress peerOf(int socket) {
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    std::array<char, NI_MAXHOST> host{};
+    std::array<char, NI_MAXSERV> port{};
+    const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
+    if (::getpeername(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
+        address.ss_family == AF_UNIX ||
+        ::getnameinfo(generic, size, host.data(), host.size(), port.data(), port.size(),
+                      NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+        return {};
+    util::PeerAddress peer = util::parseHostAddress(host.data());
+    std::from_chars(port.data(), port.data() + std::strlen(port.data()), peer.port);
+    return peer;
+}
+
 }  // namespace
 
 Connection::Connection(util::Descriptor socket, const ConnectionLimits& limits)
-    : socket_(std::move(socket)), limits_(limits), readUntil_(Clock::now() + limits.readTime) {}
+    : socket_(std::move(socket)),
+      limits_(limits),
+      peer_(peerOf(socket_.get())),
+      peerNetwork_(networkOf(peer_)),
+      readUntil_(Clock::now() + limits.readTime) {}
 
 bool Connection::owesRequestFor(std::chrono::milliseconds time) const {
     const Clock::time_point since = readingSince_;
@@ -65,11 +88,10 @@ ssize_t Connection::fill() {
         readingSince_ = Clock::now();
     // also check the time: the wait below ends only when nothing arrives, so a caller that keeps
     // sending single bytes would never reach its limit
-    if (isCut_ || bytesRead_ >= limits_.bytesMax || Clock::now() >= readUntil_ ||
-        !waitFor(POLLIN, readUntil_))
+    if (isCut_ || bytesRead_ >= limits_.bytesMax || Clock::now() >= readUntil_)
         return -1;
     const std::size_t room = std::min(buffer_.size(), limits_.bytesMax - bytesRead_);
-    const ssize_t got = ::recv(socket_.get(), buffer_.data(), room, 0);
+    const ssize_t got = receive(buffer_.data(), room, readUntil_);
     bufferBegin_ = 0;
     bufferEnd_ = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
     bytesRead_ += bufferEnd_;
@@ -91,14 +113,20 @@ ssize_t Connection::write(const char* from, std::size_t size) {
     readingSince_ = Clock::time_point::max();
     if (writeUntil_ == Clock::time_point{})
         writeUntil_ = Clock::now() + limits_.writeTime;
-    if (!waitFor(POLLOUT, writeUntil_))
-        return -1;
-    return ::send(socket_.get(), from, size, MSG_NOSIGNAL);
+    return send(from, size, writeUntil_);
+}
+
+ssize_t Connection::receive(char* to, std::size_t room, Clock::time_point until) {
+    return waitFor(POLLIN, until) ? ::recv(socket_.get(), to, room, 0) : -1;
+}
+
+ssize_t Connection::send(const char* from, std::size_t size, Clock::time_point until) {
+    return waitFor(POLLOUT, until) ? ::send(socket_.get(), from, size, MSG_NOSIGNAL) : -1;
 }
 
 void Connection::get_remote_ip_and_port(std::string& ip, int& port) const {
-    ip.clear();
-    port = 0;
+    ip = peer_.text;
+    port = peer_.port;
 }
 
 void Connection::get_local_ip_and_port(std::string& ip, int& port) const {

@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 #include <kelp/util/descriptor.h>
+#include <kelp/util/peer_address.h>
 
 #include <array>
 #include <atomic>
@@ -24,7 +25,7 @@ struct ConnectionLimits {
 /// One connection, which the HTTP library reads and writes as a stream. Its limits apply to the
 /// whole request, in whatever pieces its bytes arrive. One thread uses it. Only cut() and
 /// owesRequestFor() may be called by any thread.
-class Connection final : public httplib::Stream {
+class Connection : public httplib::Stream {
   public:
     Connection(util::Descriptor socket, const ConnectionLimits& limits);
 
@@ -36,7 +37,9 @@ class Connection final : public httplib::Stream {
     void cut();
     /// Signal the end of the answer and read on for at most 0.5 s, until the caller has closed its
     /// side. Closing a connection with unread bytes would destroy the answer.
-    void finish();
+    virtual void finish();
+    /// Identifies the caller in limits. Empty for a Unix socket.
+    const std::string& peerNetwork() const { return peerNetwork_; }
 
     bool is_readable() const override;
     bool is_writable() const override;
@@ -46,13 +49,23 @@ class Connection final : public httplib::Stream {
     void get_local_ip_and_port(std::string& ip, int& port) const override;
     socket_t socket() const override { return socket_.get(); }
 
-  private:
+  protected:
     using Clock = std::chrono::steady_clock;
+    /// Wait for an event of poll(2). Return false at `until`.
     bool waitFor(short what, Clock::time_point until) const;
+    bool isCut() const { return isCut_; }
+
+  private:
+    /// Receive or send a part, waiting for it until a moment. 0 at the end of the input, negative
+    /// when that fails.
+    virtual ssize_t receive(char* to, std::size_t room, Clock::time_point until);
+    virtual ssize_t send(const char* from, std::size_t size, Clock::time_point until);
     ssize_t fill();
 
     const util::Descriptor socket_;
     const ConnectionLimits limits_;
+    const util::PeerAddress peer_;  ///< empty for a Unix socket
+    const std::string peerNetwork_;
     const Clock::time_point readUntil_;
     Clock::time_point writeUntil_{};  ///< set by the first write
     std::size_t bytesRead_ = 0;

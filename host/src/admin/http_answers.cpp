@@ -29,10 +29,12 @@ enum Status : int {
     kBadRequest = 400,
     kUnauthorized = 401,
     kForbidden = 403,
+    kNotAllowed = 405,
     kLengthRequired = 411,
     kTooLarge = 413,
     kPathTooLong = 414,
     kUnsupportedMedia = 415,
+    kTooMany = 429,
 };
 
 void set(Response& response, int status, const admin::Json& body) {
@@ -75,10 +77,25 @@ std::string_view repeatedPiece(std::string_view target) {
     return {};
 }
 
+bool isReading(const Request& request) {
+    return request.method == "GET" || request.method == "HEAD";
+}
+
+void refuseAdmission(Response& response, Admission admission, AdminTransport transport) {
+    if (admission == Admission::TooOften) {
+        response.set_header("Retry-After", "12");
+        return refuse(response, kTooMany, "too many wrong passwords; try again later");
+    }
+    if (transport != AdminTransport::Network)
+        return refuse(response, kUnauthorized,
+                      "the token is missing or wrong (Authorization: Bearer TOKEN)");
+    response.set_header("WWW-Authenticate", "Basic realm=\"EMS\", charset=\"UTF-8\"");
+    refuse(response, kUnauthorized, "an operator's name and password are needed");
+}
+
 /// The file of the status page that the request asks for, or null.
 const PageFile* pageFileOf(const Request& request) {
-    const bool reads = request.method == "GET" || request.method == "HEAD";
-    return reads ? pageFileAt(request.path) : nullptr;
+    return isReading(request) ? pageFileAt(request.path) : nullptr;
 }
 
 void answerWith(const PageFile& file, const Request& request, Response& response) {
@@ -97,6 +114,10 @@ void explain(const Request&, Response& response) {
 }
 
 }  // namespace
+
+bool isPageFile(const Request& request) {
+    return pageFileOf(request) != nullptr;
+}
 
 HttpAnswers::HttpAnswers(admin::Registry& registry, Rules rules)
     : registry_(registry), rules_(std::move(rules)) {
@@ -126,10 +147,10 @@ HttpAnswers::HandlerResponse HttpAnswers::admit(const Request& request, Response
         refuse(response, kPathTooLong, "the path is too long");
     else if (const std::string sign = signOfForeignPage(request, rules_.transport); !sign.empty())
         refuse(response, kForbidden, sign);
-    else if (pageFileOf(request) == nullptr &&
-             !rules_.letsIn(request.get_header_value("Authorization")))
-        refuse(response, kUnauthorized,
-               "the token is missing or wrong (Authorization: Bearer TOKEN)");
+    else if (rules_.readsOnly && !isReading(request))
+        refuse(response, kNotAllowed, "over the network the interface can only be read");
+    else if (const Admission admission = rules_.admits(request); admission != Admission::Admitted)
+        refuseAdmission(response, admission, rules_.transport);
     else if (request.has_header("Transfer-Encoding"))
         refuse(response, kLengthRequired, "a body needs a Content-Length");
     else if (length > rules_.bodyBytesMax)

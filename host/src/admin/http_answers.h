@@ -4,6 +4,7 @@
 #include <kelp/admin/registry.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -11,6 +12,16 @@
 #include "connection.h"
 
 namespace kelp::host {
+
+/// Whether a caller may have an answer.
+enum class Admission : std::uint8_t {
+    Admitted,
+    Refused,   ///< without the right token or password
+    TooOften,  ///< has sent too many wrong passwords
+};
+
+/// Whether the request asks for a file of the status page.
+bool isPageFile(const httplib::Request& request);
 
 /// Reads one request from a connection, lets the registry answer it and writes the answer. Both are
 /// JSON, except for answers that have another type and for the files of the status page, which need
@@ -21,9 +32,11 @@ class HttpAnswers : private httplib::Server {
     struct Rules {
         std::size_t bodyBytesMax = 0;
         AdminTransport transport = AdminTransport::UnixSocket;
-        /// Whether to accept a request with this header "Authorization". It is empty when the
-        /// header is missing.
-        std::function<bool(const std::string& authorization)> letsIn;
+        /// Whether to answer a request, of which only the head has been read. `remote_addr` is the
+        /// caller's address, empty for a Unix socket.
+        std::function<Admission(const httplib::Request& request)> admits{};
+        /// Answer only GET and HEAD.
+        bool readsOnly = false;
     };
 
     HttpAnswers(admin::Registry& registry, Rules rules);

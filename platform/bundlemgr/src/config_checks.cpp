@@ -1,5 +1,6 @@
 #include "config_checks.h"
 
+#include <arpa/inet.h>
 #include <kelp/util/host_name.h>
 #include <kelp/util/naming_path.h>
 #include <kelp/util/trace_log.h>
@@ -219,6 +220,23 @@ void checkAdmin(ConfigDocument& document) {
                 "operator's interface is for this machine only");
 }
 
+void checkAdminNetwork(ConfigDocument& document) {
+    const std::string& listen = textOf(document, "admin.network_listen");
+    if (listen.empty())
+        return;
+    const std::optional<HostAndPort> address = parseHostAndPort(listen);
+    in6_addr numeric{};
+    const bool isNumeric = address && (::inet_pton(AF_INET, address->host.c_str(), &numeric) == 1 ||
+                                       ::inet_pton(AF_INET6, address->host.c_str(), &numeric) == 1);
+    if (!isNumeric || address->port == 0)
+        document.addProblem(
+            "admin.network_listen",
+            "must be empty, or a numeric host:port or [ipv6]:port, but is " + shown(listen));
+    if (textOf(document, "admin.network_certificate").empty())
+        document.addProblem("admin.network_certificate",
+                            "is missing: admin.network_listen needs a certificate");
+}
+
 void checkBundles(ConfigDocument& document) {
     std::set<std::string> seen;
     for (const std::string& bundle : textsOf(document, "bundles.load")) {
@@ -252,6 +270,7 @@ void checkTogether(ConfigDocument& document) {
     checkSnmp(document);
     checkTrace(document);
     checkAdmin(document);
+    checkAdminNetwork(document);
     checkBundles(document);
 }
 

@@ -547,6 +547,16 @@ std::vector<ConfigKey> serviceKeys() {
                 "Empty: the Unix socket admin.sock in the state directory. Otherwise host:port or "
                 "[ipv6]:port with a loopback address; callers then have to send the token in the "
                 "file admin.token in the state directory."),
+        textKey("admin", "network_listen", "", {}, restart,
+                "Address at which operators on other machines reach the status page and the "
+                "requests that only read, over TLS and with the password of an operator's account "
+                "(kelpctl operator). Numeric host:port or [ipv6]:port, such as 0.0.0.0:4443. "
+                "Empty: nobody on another machine reaches the operator's interface."),
+        textKey("admin", "network_certificate", "", {}, restart,
+                "PEM file with the private key and the certificate for network_listen. The key has "
+                "no password. A changed file is used from the next connection on."),
+        textKey("admin", "operators", "", {}, restart,
+                "Database of the operators' accounts. Empty: operators.db in the state directory."),
 
         textsKey("bundles", "load",
                  {"kelp_ems", "kelp_managedelement", "kelp_equipment", "kelp_multilayersubnetwork",

@@ -296,6 +296,12 @@ std::filesystem::path userDatabaseFile() {
                               : std::filesystem::path(configured);
 }
 
+std::filesystem::path operatorDatabaseFile() {
+    const std::string configured = NS_BUNDLEMGR1::ConfigStore::instance().text("admin.operators");
+    return configured.empty() ? NS_BUNDLEMGR1::defaultStateDirectory() / "operators.db"
+                              : std::filesystem::path(configured);
+}
+
 HashCost configuredHashCost() {
     const NS_BUNDLEMGR1::ConfigStore& config = NS_BUNDLEMGR1::ConfigStore::instance();
     HashCost cost;

@@ -40,7 +40,7 @@ export async function ask(path) {
   let answer, body;
   try {
     answer = await fetch(path, {
-      headers, cache: "no-store", credentials: "omit", mode: "same-origin", redirect: "error",
+      headers, cache: "no-store", credentials: "same-origin", mode: "same-origin", redirect: "error",
       signal: AbortSignal.timeout(ANSWER_LIMIT_MS),
     });
     body = await answer.json();

@@ -103,6 +103,9 @@ class KELP_EXPORT UserDatabase {
 
 /// The file of the key security.database, or the default file in the state directory.
 KELP_EXPORT std::filesystem::path userDatabaseFile();
+/// The database of the operators who may read the operator's interface over the network: the file
+/// of the key admin.operators, or operators.db in the state directory.
+KELP_EXPORT std::filesystem::path operatorDatabaseFile();
 /// The cost of the keys security.hash_memory_kib and security.hash_passes.
 KELP_EXPORT HashCost configuredHashCost();
 

@@ -13,6 +13,7 @@
 #include "session/hashing.h"
 #include "session/log_ins.h"
 #include "session/memory.h"
+#include "session/operator_views.h"
 #include "session/records.h"
 
 namespace {
@@ -40,6 +41,8 @@ Report measureAll(const Options& options) {
         report.add(measureHashing());
     if (options.guesses)
         report.add(measureGuesses(client, options));
+    if (options.operatorViews)
+        report.add(measureOperatorViews(client, options));
     report.loadAfter = loadOfMachine();
     return report;
 }

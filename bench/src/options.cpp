@@ -37,9 +37,11 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     app.footer(kFooter);
     const CLI::Range positive(1, 1000000);
     app.add_flag("--json", options.json, "The result as JSON");
-    app.add_option("--only", only,
-                   "Measure these only: calls, log-ins, memory, hashing, guesses, records")
-        ->check(CLI::IsMember({"calls", "log-ins", "memory", "hashing", "guesses", "records"}));
+    app.add_option(
+           "--only", only,
+           "Measure these only: calls, log-ins, memory, hashing, guesses, records, operator")
+        ->check(CLI::IsMember(
+            {"calls", "log-ins", "memory", "hashing", "guesses", "records", "operator"}));
     app.add_flag("--quick", quick, "Few rounds, to see that it runs; the figures are rough");
     app.add_option("--rounds", options.rounds, "Rounds of calls, one slice a server each")
         ->check(positive)
@@ -85,6 +87,7 @@ std::optional<Options> parseOptions(int argc, char** argv, int& exitCode) {
     options.hashing = contains(only, "hashing");
     options.guesses = contains(only, "guesses");
     options.records = contains(only, "records");
+    options.operatorViews = contains(only, "operator");
     options.slice = std::chrono::milliseconds(sliceMs);
     if (quick) {
         options.rounds = std::min<std::size_t>(options.rounds, 4);

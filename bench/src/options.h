@@ -14,6 +14,7 @@ struct Options {
     bool hashing = true;
     bool guesses = true;
     bool records = true;
+    bool operatorViews = true;
     bool json = false;
 
     std::size_t rounds = 40;  ///< rounds of calls; each round has one slice for each server

@@ -7,7 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "harness/child_process.h"
+#include "harness/eventually.h"
 #include "harness/host.h"
+#include "harness/log_file.h"
+#include "harness/nms_process.h"
 
 namespace kelp::test {
 namespace {
@@ -86,6 +90,50 @@ TEST_F(Reload, VersionIsThatOfTheHost) {
     host_.start();
     ASSERT_EQ(kelpctl({"version"}), 0) << text_;
     EXPECT_EQ(text_.find("kelpd "), 0u) << text_;
+}
+
+TEST_F(Reload, UnderLoadLosesNoRequestAndNoEvent) {
+    constexpr int kAlarms = 600;
+    host_.set("notification", "heartbeat_s", 0);
+    host_.addUser("alice");
+    host_.start();
+    NmsProcess nms(host_);
+    nms.logIn(0, "alice");
+    nms.follow(0);
+    (void)setting("session.max_sessions");  // copies the valid file
+    LogFile stormLog(host_.scratch("storm"));
+    Launch launch = host_.launch(KELPCTL, {"--config", host_.scratch("own.toml").string(), "storm",
+                                           "--rate", "200", "--count", std::to_string(kAlarms)});
+    launch.output = stormLog.file();
+    ChildProcess storm(launch);
+    int reloads = 0;
+    int refused = 0;
+    std::string current = "max_sessions = 5";
+    while (storm.isRunning()) {
+        const std::string next = "max_sessions = " + std::to_string(6 + reloads % 2);
+        write(current, next);
+        ASSERT_EQ(kelpctl({"reload"}), 0) << text_;
+        ++reloads;
+        nms.ping(0);  // throws when the request is lost
+        write(next, next + "\nno_such_key = 1");
+        ASSERT_EQ(kelpctl({"reload"}), 1) << text_;
+        ++refused;
+        write("\nno_such_key = 1", "");
+        current = next;
+        nms.ping(0);
+    }
+    EXPECT_EQ(storm.waitExit(), 0) << stormLog.text();
+    EXPECT_GE(reloads, 3);
+    EXPECT_GE(refused, 3);
+    const auto consumer = [&] {
+        EXPECT_EQ(kelpctl({"consumers", "--json"}), 0) << text_;
+        return json::parse(text_, nullptr, false).value("consumers", json::array()).at(0);
+    };
+    EXPECT_TRUE(eventually([&] { return consumer().value("queued", 1) == 0; })) << text_;
+    const json counts = consumer();
+    EXPECT_GE(counts.value("delivered", 0), kAlarms) << counts;
+    EXPECT_EQ(counts.value("lost", -1), 0) << counts;
+    EXPECT_EQ(setting("session.max_sessions").value("value", ""), current.substr(15));
 }
 
 }  // namespace

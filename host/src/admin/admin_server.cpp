@@ -38,7 +38,7 @@ HttpAnswers::Rules AdminServer::rulesFor(const admin::Address& address,
     rules.bodyBytesMax = limits.bodyBytesMax;
     rules.transport = transportOf(address);
     rules.admits = [this](const httplib::Request& request) {
-        // the page has no data of its own; it asks for the token
+        // the files of the page hold no data; its script asks for the token
         return isPageFile(request) || !token_ ||
                        token_->isIn(request.get_header_value("Authorization"))
                    ? Admission::Admitted

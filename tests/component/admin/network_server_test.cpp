@@ -30,19 +30,19 @@ class NetworkServerTest : public AdminServerTest {
     void startNetwork(const AdminLimits& limits = NetworkServer::kLimits) {
         networkServer_ = std::make_unique<NetworkServer>(network_, limits, registry_);
     }
-    httplib::SSLClient browser(const std::string& name = "anna",
-                               const std::string& password = kPassword) const {
-        httplib::SSLClient client("127.0.0.1", port_);
-        client.set_ca_cert_path(certificates_.authority().c_str());
-        client.enable_server_certificate_verification(true);
-        client.set_read_timeout(20);
+    std::unique_ptr<httplib::SSLClient> browser(const std::string& name = "anna",
+                                                const std::string& password = kPassword) const {
+        auto client = std::make_unique<httplib::SSLClient>("127.0.0.1", port_);
+        client->set_ca_cert_path(certificates_.authority().c_str());
+        client->enable_server_certificate_verification(true);
+        client->set_read_timeout(20);
         if (!name.empty())
-            client.set_basic_auth(name, password);
+            client->set_basic_auth(name, password);
         return client;
     }
     static int statusOf(const Result& result) { return result ? result->status : 0; }
     int statusAs(const std::string& name, const std::string& password) const {
-        return statusOf(browser(name, password).Get("/figures"));
+        return statusOf(browser(name, password)->Get("/figures"));
     }
 
     static constexpr const char* kPassword = "a good password";
@@ -59,11 +59,10 @@ class NetworkServerTest : public AdminServerTest {
 
 TEST_F(NetworkServerTest, AnswersAnOperatorOverTls) {
     startNetwork();
-    httplib::SSLClient client = browser();
-    const Result figures = client.Get("/figures");
+    const Result figures = browser()->Get("/figures");
     ASSERT_EQ(statusOf(figures), 200);
     EXPECT_EQ(figures->body, "{\"figure\":7}\n");
-    const Result page = browser().Get("/");
+    const Result page = browser()->Get("/");
     ASSERT_EQ(statusOf(page), 200);
     EXPECT_TRUE(page->get_header_value("Content-Type").starts_with("text/html"));
     EXPECT_NE(page->get_header_value("Content-Security-Policy"), "");
@@ -72,7 +71,7 @@ TEST_F(NetworkServerTest, AnswersAnOperatorOverTls) {
 TEST_F(NetworkServerTest, AsksForAPasswordAlsoBeforeThePage) {
     startNetwork();
     for (const char* const path : {"/", "/page/page.js", "/figures", "/nothing"}) {
-        const Result refused = browser("").Get(path);
+        const Result refused = browser("")->Get(path);
         ASSERT_EQ(statusOf(refused), 401) << path;
         EXPECT_TRUE(refused->get_header_value("WWW-Authenticate").starts_with("Basic ")) << path;
     }
@@ -85,9 +84,8 @@ TEST_F(NetworkServerTest, RefusesOtherCredentials) {
     EXPECT_EQ(statusAs("anna", ""), 401);
     for (const std::string& header :
          {std::string("Basic"), std::string("Basic !!!!"), std::string("Basic YW5uYQ=="),
-          std::string("Bearer YW5uYQ=="), "Basic " + std::string(10000, 'A')}) {
-        httplib::SSLClient client = browser("");
-        EXPECT_EQ(statusOf(client.Get("/figures", {{"Authorization", header}})), 401)
+          std::string("Bearer YW5uYQ=="), "Basic " + std::string(5000, 'A')}) {
+        EXPECT_EQ(statusOf(browser("")->Get("/figures", {{"Authorization", header}})), 401)
             << header.substr(0, 20);
     }
     EXPECT_EQ(statusAs("anna", kPassword), 200);
@@ -141,17 +139,16 @@ TEST_F(NetworkServerTest, MissingOrReplacedDatabaseIsNoWayIn) {
 
 TEST_F(NetworkServerTest, OnlyReads) {
     startNetwork();
-    EXPECT_EQ(statusOf(browser().Post("/echo", "", "application/json")), 405);
-    EXPECT_EQ(statusOf(browser().Delete("/figures")), 405);
-    EXPECT_EQ(statusOf(browser().Put("/figures", "", "application/json")), 405);
+    EXPECT_EQ(statusOf(browser()->Post("/echo", "", "application/json")), 405);
+    EXPECT_EQ(statusOf(browser()->Delete("/figures")), 405);
+    EXPECT_EQ(statusOf(browser()->Put("/figures", "", "application/json")), 405);
 }
 
 TEST_F(NetworkServerTest, RefusesRequestsOfOtherPages) {
     startNetwork();
-    httplib::SSLClient client = browser();
-    EXPECT_EQ(statusOf(client.Get("/figures", {{"Origin", "https://elsewhere.example"}})), 403);
+    EXPECT_EQ(statusOf(browser()->Get("/figures", {{"Origin", "https://elsewhere.example"}})), 403);
     const std::string own = "https://127.0.0.1:" + std::to_string(port_);
-    EXPECT_EQ(statusOf(browser().Get("/figures", {{"Origin", own}})), 200);
+    EXPECT_EQ(statusOf(browser()->Get("/figures", {{"Origin", own}})), 200);
 }
 
 TEST_F(NetworkServerTest, PlainHttpGetsNoAnswer) {

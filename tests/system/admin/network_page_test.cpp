@@ -22,6 +22,7 @@ class NetworkPage : public testing::Test {
         host_.set("notification", "heartbeat_s", 0);
         host_.set("admin", "network_listen", quoted(port_.hostAndPort()));
         host_.set("admin", "network_certificate", quoted(certificates_.issue("ems")));
+        host_.addUser("bob");
         std::ofstream(host_.scratch("password")) << "a good password\n";
         ASSERT_EQ(
             ctl({"operator", "add", "anna", "--password-file", host_.scratch("password").string()}),
@@ -55,7 +56,6 @@ TEST_F(NetworkPage, IsForOperatorsWithTheirPassword) {
     EXPECT_EQ(statusAs("a good password", "/metrics"), 200);
     EXPECT_EQ(statusAs("a bad password"), 401);
     // an account of an NMS is no operator's
-    host_.addUser("bob");
     httplib::SSLClient client("127.0.0.1", port_.port());
     client.set_ca_cert_path(certificates_.authority().c_str());
     client.set_basic_auth("bob", "open sesame 7");

@@ -337,6 +337,21 @@ TEST(ConfigChecks, EveryProblemIsReportedInTheOrderOfTheFile) {
                     HasSubstr("6: ems.name"), HasSubstr("7: ems.x")));
 }
 
+TEST(ConfigChecks, NetworkListenerNeedsANumericAddressAndACertificate) {
+    const std::string certificate = "network_certificate = \"/etc/kelp/page.pem\"\n";
+    for (const std::string listen : {"", "0.0.0.0:4443", "[::]:4443", "192.0.2.7:1"})
+        EXPECT_THAT(check("[admin]\n" + certificate + "network_listen = \"" + listen + "\"\n"),
+                    IsEmpty())
+            << listen;
+    for (const std::string listen : {"*:4443", "ems.example.net:4443", "192.0.2.7", "192.0.2.7:0",
+                                     "192.0.2.7:65536", "::1:4443", "https://192.0.2.7:4443"})
+        EXPECT_THAT(check("[admin]\n" + certificate + "network_listen = \"" + listen + "\"\n"),
+                    ElementsAre(HasSubstr("3: admin.network_listen: must be empty, or a numeric")))
+            << listen;
+    EXPECT_THAT(check("[admin]\nnetwork_listen = \"0.0.0.0:4443\"\n"),
+                ElementsAre(HasSubstr("admin.network_certificate: is missing")));
+}
+
 TEST(ConfigChecks, OperatorsInterfaceIsForThisMachineOnly) {
     for (const std::string listen : {"", "127.0.0.1:4880", "127.8.0.1:1", "[::1]:65535"})
         EXPECT_THAT(check("[admin]\nlisten = \"" + listen + "\"\n"), IsEmpty()) << listen;

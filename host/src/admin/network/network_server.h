@@ -26,7 +26,7 @@ std::optional<NetworkAddress> configuredNetworkAddress();
 /// over TLS, for callers with the name and password of an operator's account.
 class NetworkServer {
   public:
-    /// Few people look at the page, and their browsers are not next door.
+    /// Few operators read the page, and their browsers may be far away.
     static constexpr AdminLimits kLimits{.bodyBytesMax = 0,
                                          .headBytesMax = 16u << 10,
                                          .readTime = std::chrono::seconds(10),

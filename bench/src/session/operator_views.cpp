@@ -24,7 +24,7 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 constexpr double kSlowestMs = 1000;
-constexpr double kLeastRatio = 0.99;
+constexpr double kLeastScrapedRatio = 0.99;
 constexpr std::size_t kQuestions = 20;
 constexpr Pace kStorm{.perSecond = 200, .alarmsAPost = 20, .posters = 4, .length = {}};
 /// A scrape a second.
@@ -128,7 +128,7 @@ std::vector<Figure> costOfScraping(const Product& product, emsMgr::EMSMgr_I_ptr 
     rate.value = medianOf(with);
     rate.references = {{"without", medianOf(without)}};
     rate.ratio = spreadOf(ratios);
-    rate.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
+    rate.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastScrapedRatio};
     constexpr int kScrapes = 50;
     const auto before = processorTime(product.pid());
     for (int i = 0; i < kScrapes; ++i)

@@ -1,6 +1,7 @@
 #include "operator/session_metrics.h"
 
 #include <kelp/admin/metrics.h>
+#include <kelp/admin/parts.h>
 #include <kelp/agent/session_mgr.h>
 
 #include <algorithm>
@@ -20,6 +21,7 @@ using kelp::admin::MetricKind;
 using kelp::admin::Sample;
 
 kelp::admin::Registration theMetrics;
+kelp::admin::Registration theIterators;
 
 double secondsOf(std::chrono::microseconds time) {
     return std::chrono::duration<double>(time).count();
@@ -101,13 +103,23 @@ std::vector<Metric> sessionMetrics() {
     return all;
 }
 
+kelp::admin::Json iteratorsPart() {
+    std::size_t open = 0;
+    const std::vector<SessionFigures> sessions = listedSessions();
+    for (const SessionFigures& each : sessions)
+        open += each.iterators;
+    return {{"sessions", sessions.size()}, {"open", open}};
+}
+
 }  // namespace
 
 void enterSessionMetrics() {
+    theIterators = kelp::admin::Parts::instance().enter("iterators", iteratorsPart);
     theMetrics = kelp::admin::Metrics::instance().enter("sessions", sessionMetrics);
 }
 
 void leaveSessionMetrics() {
+    theIterators.leave();
     theMetrics.leave();
 }
 

@@ -39,6 +39,7 @@
 #include "metrics/metrics_text.h"
 #include "naming_readiness.h"
 #include "naming_settings.h"
+#include "parts/host_parts.h"
 #include "readiness_watch.h"
 #include "reload.h"
 #include "service_manager.h"
@@ -198,6 +199,7 @@ class AdminUse {
           configuration_(admin::Registry::instance().enter("GET", "/config", tellConfiguration)),
           reload_(admin::Registry::instance().enter("POST", "/reload", reload)),
           threads_(admin::Registry::instance().enter("GET", "/threads", tellThreads)),
+          parts_(admin::Registry::instance().enter("GET", "/parts", tellParts)),
           version_(admin::Registry::instance().enter("GET", "/version", tellVersion)),
           requests_(admin::Registry::instance().enter("GET", "/requests", tellRequests)) {
         const admin::Address address = admin::configuredAddress();
@@ -248,9 +250,11 @@ class AdminUse {
     admin::Registration configuration_;
     admin::Registration reload_;
     admin::Registration threads_;
+    admin::Registration parts_;
     admin::Registration version_;
     admin::Registration requests_;
     HostConditions conditions_;
+    HostParts hostParts_;
     HostMetrics hostMetrics_;
     admin::Registration metrics_ = admin::Registry::instance().enterText(
         "/metrics", kMetricsType, [] { return metricsText(admin::Metrics::instance().current()); });

@@ -67,6 +67,10 @@ void addIorCommand(CLI::App& app);
 /// `options` must outlive the parsing.
 void addLogCommands(CLI::App& app, const GlobalOptions& options);
 
+/// Add `kelpctl parts`, which shows the state of the host's parts. `options` must outlive the
+/// parsing.
+void addPartsCommand(CLI::App& app, const GlobalOptions& options);
+
 /// Add `kelpctl trace`, which shows the requests of one NMS as they are recorded. `options` must
 /// outlive the parsing.
 void addTraceCommand(CLI::App& app, const GlobalOptions& options);

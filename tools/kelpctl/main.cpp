@@ -68,6 +68,7 @@ int run(int argc, char** argv) {
     addReloadCommand(app, options);
     addIorCommand(app);
     addLogCommands(app, options);
+    addPartsCommand(app, options);
     addTraceCommand(app, options);
     addThreadsCommand(app, options);
     addInventoryCommands(app, options);

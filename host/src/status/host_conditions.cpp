@@ -14,6 +14,7 @@
 
 #include "certificate_watch.h"
 #include "threads/stuck_threads.h"
+#include "written_folders.h"
 
 namespace kelp::host {
 
@@ -125,16 +126,6 @@ std::vector<Condition> logConditions() {
     for (Condition& each : conditionsOfLog("the security log", trail.SecurityCounts()))
         all.push_back(std::move(each));
     return all;
-}
-
-/// The folders that the host writes to.
-std::set<std::filesystem::path> writtenFolders() {
-    std::set<std::filesystem::path> folders = {NS_BUNDLEMGR1::defaultStateDirectory()};
-    for (const char* key : {"oplog.database", "trace.file"}) {
-        if (const std::filesystem::path file = ConfigStore::instance().text(key); !file.empty())
-            folders.insert(file.parent_path());
-    }
-    return folders;
 }
 
 std::vector<Condition> diskConditions() {

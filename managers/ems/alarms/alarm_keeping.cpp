@@ -1,5 +1,6 @@
 #include "alarms/alarm_keeping.h"
 
+#include <kelp/admin/parts.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/changelog/sqlite_log.h>
 #include <kelp/inventory/inventory.h>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "alarms/alarm_metrics.h"
+#include "alarms/alarm_parts.h"
 #include "alarms/intake_conditions.h"
 
 namespace kelp::ems {
@@ -85,11 +87,16 @@ void AlarmKeeping::start() {
     });
     metrics_ = admin::Metrics::instance().enter(
         "alarms", [this] { return alarmMetrics(service_->counts(), *service_->state()); });
+    admin::Parts& parts = admin::Parts::instance();
+    alarmsPart_ = parts.enter("alarms", [this] { return alarmsPart(*service_->state()); });
+    intakePart_ = parts.enter("intake", [this] { return intakePart(service_->counts()); });
 }
 
 void AlarmKeeping::stop() {
     conditions_.leave();
     metrics_.leave();
+    alarmsPart_.leave();
+    intakePart_.leave();
     follower_.reset();
     if (!service_)
         return;

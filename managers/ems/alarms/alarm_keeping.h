@@ -33,6 +33,8 @@ class AlarmKeeping {
     std::unique_ptr<NetworkFollower> follower_;  ///< uses the service
     admin::Registration conditions_;             ///< uses the service
     admin::Registration metrics_;                ///< uses the service
+    admin::Registration alarmsPart_;             ///< uses the service
+    admin::Registration intakePart_;             ///< uses the service
 };
 
 }  // namespace kelp::ems

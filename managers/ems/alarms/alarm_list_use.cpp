@@ -23,6 +23,8 @@ int statusFor(Why why) {
     }
 }
 
+constexpr const char* kOperator = "operator";
+
 }  // namespace
 
 std::shared_ptr<alarms::AlarmService> listOfAlarms() {
@@ -35,7 +37,7 @@ std::shared_ptr<alarms::AlarmService> listOfAlarms() {
 std::vector<alarms::Result> submit(std::vector<alarms::Submission> changes,
                                    const std::string& key) {
     try {
-        return listOfAlarms()->submit(std::move(changes), key);
+        return listOfAlarms()->submit(std::move(changes), key, kOperator);
     } catch (const alarms::IntakeRefused& refused) {
         throw RequestError(refused.what(), statusFor(refused.why()));
     }

@@ -27,12 +27,16 @@ std::vector<Metric> alarmMetrics(const alarms::ServiceCounts& counts,
             active.samples.push_back({static_cast<double>(list.counts().at(i)),
                                       {{"severity", alarms::severityNames().at(i)}}});
     }
-    Metric intake{"kelp_alarm_changes_total", "Changes of alarms that were submitted, by outcome",
+    Metric intake{"kelp_alarm_changes_total",
+                  "Changes of alarms that were submitted, by source and outcome",
                   MetricKind::Counter};
-    const std::pair<const char*, std::uint64_t> outcomes[] = {
-        {"accepted", counts.accepted}, {"known", counts.known}, {"refused", counts.refused}};
-    for (const auto& [outcome, count] : outcomes)
-        intake.samples.push_back({static_cast<double>(count), {{"outcome", outcome}}});
+    for (const alarms::SourceCounts& each : counts.sources) {
+        const std::pair<const char*, std::uint64_t> outcomes[] = {
+            {"accepted", each.accepted}, {"known", each.known}, {"refused", each.refused}};
+        for (const auto& [outcome, count] : outcomes)
+            intake.samples.push_back(
+                {static_cast<double>(count), {{"source", each.source}, {"outcome", outcome}}});
+    }
     return {std::move(active),
             gauge("kelp_alarms_unacknowledged", "Active alarms that nobody has acknowledged",
                   list.unacknowledged()),

@@ -68,7 +68,8 @@ TEST_F(MetricsOfAHost, FollowSessionsLogInsAndEvents) {
     ASSERT_EQ(runToEnd(raise), 0);
     EXPECT_TRUE(hasValue("kelp_nms_events_delivered{user=\"alice\"}", "1"));
     EXPECT_TRUE(hasValue("kelp_alarms_active{severity=\"PS_MAJOR\"}", "1"));
-    EXPECT_TRUE(hasValue("kelp_alarm_changes_total{outcome=\"accepted\"}", "1"));
+    EXPECT_TRUE(
+        hasValue("kelp_alarm_changes_total{source=\"operator\",outcome=\"accepted\"}", "1"));
     EXPECT_TRUE(hasValue("kelp_consumers", "1"));
     EXPECT_TRUE(eventually([&] {
         const std::string seconds = scrape()["kelp_nms_ping_seconds{user=\"alice\"}"];

@@ -381,5 +381,29 @@ TEST_F(OperatorSessions, ThreadsShowWhatTheyDo) {
     EXPECT_NE(table.output.find("security"), std::string::npos) << table.output;
 }
 
+TEST_F(OperatorSessions, PartsShowIntakeBySourceAndWhatElseTheHostHas) {
+    start();
+    ASSERT_EQ(ctl({"alarm", "raise", "--object", "ManagedElement=N1", "--severity", "major",
+                   "--probable-cause", "LOS"})
+                  .status,
+              0);
+    const Json parts = json({"parts"});
+    for (const char* const part : {"alarms", "certificates", "channel", "disks", "intake",
+                                   "inventory", "iterators", "logs", "managers"}) {
+        ASSERT_TRUE(parts.contains(part)) << part;
+        EXPECT_FALSE(parts.at(part).contains("error")) << parts.at(part);
+    }
+    EXPECT_EQ(parts.at("alarms").at("active").value("PS_MAJOR", 0), 1);
+    const Json& sources = parts.at("intake").at("sources");
+    const auto isOperator = [](const Json& each) { return each.at("source") == "operator"; };
+    const auto source = std::find_if(sources.begin(), sources.end(), isOperator);
+    ASSERT_NE(source, sources.end()) << sources;
+    EXPECT_EQ(source->value("accepted", 0), 1);
+    EXPECT_GT(parts.at("disks").at("disks").at(0).value("capacityBytes", 0.0), 0.0);
+    EXPECT_EQ(parts.at("channel").value("mode", ""), "embedded");
+    const CommandResult table = ctl({"parts"});
+    EXPECT_NE(table.output.find("PS_MAJOR         1"), std::string::npos) << table.output;
+}
+
 }  // namespace
 }  // namespace kelp::test

@@ -12,6 +12,7 @@
 
 #include "service/change_writer.h"
 #include "service/hand_over.h"
+#include "service/intake_counts.h"
 #include "service/intake_queue.h"
 #include "service/list_at_start.h"
 #include "service/saved_lists.h"
@@ -77,6 +78,7 @@ struct AlarmService::State {
     ChangeWriter writer{settings, *log, handOver};
     std::atomic<std::uint64_t> submitted{0};
     std::atomic<std::uint64_t> refused{0};
+    IntakeCounts intakeCounts;
     mutable util::Mutex refusalMutex{util::LockRank::Leaf, "AlarmService::refusalMutex"};
     std::optional<Refusal> lastRefusal KELP_GUARDED_BY(refusalMutex);
     std::thread writing;
@@ -135,7 +137,8 @@ void AlarmService::setSink(EventSink* sink) {
     state_->handOver.setSink(sink);
 }
 
-std::vector<Result> AlarmService::submit(std::vector<Submission> changes, const std::string& key) {
+std::vector<Result> AlarmService::submit(std::vector<Submission> changes, const std::string& key,
+                                         const std::string& source) {
     State& s = *state_;
     s.submitted += changes.size();
     const std::size_t count = changes.size();
@@ -152,9 +155,12 @@ std::vector<Result> AlarmService::submit(std::vector<Submission> changes, const 
             pending->add(contentOf(std::move(each)));
         std::future<std::vector<Result>> result = pending->result.get_future();
         s.intake.push(std::move(pending));
-        return result.get();
+        std::vector<Result> results = result.get();
+        s.intakeCounts.accepted(source, results);
+        return results;
     } catch (const IntakeRefused& refusal) {
         s.refused += count;
+        s.intakeCounts.refused(source, count);
         s.noteRefusal(refusal);
         throw;
     }
@@ -179,6 +185,7 @@ ServiceCounts AlarmService::counts() const {
     counts.accepted = s.writer.accepted();
     counts.known = s.writer.known();
     counts.refused = s.refused;
+    counts.sources = s.intakeCounts.all();
     {
         const util::MutexLock lock(s.refusalMutex);
         counts.lastRefusal = s.lastRefusal;

@@ -23,7 +23,7 @@ bool isAdapterName(const std::string& name) {
 
 IntakeRefused::~IntakeRefused() = default;
 
-Intake::Intake(const std::string& adapter) : prefix_(adapter + "/") {
+Intake::Intake(const std::string& adapter) : adapter_(adapter), prefix_(adapter + "/") {
     if (!isAdapterName(adapter))
         throw std::invalid_argument("the name of an adapter must be 1 to " +
                                     std::to_string(kAdapterNameBytesMax) +
@@ -56,7 +56,7 @@ std::vector<Result> Intake::submit(std::vector<Alarm> reports, const std::string
     changes.reserve(reports.size());
     for (Alarm& each : reports)
         changes.emplace_back(Report{std::move(each)});
-    return service->submit(std::move(changes), key.empty() ? key : prefix_ + key);
+    return service->submit(std::move(changes), key.empty() ? key : prefix_ + key, adapter_);
 }
 
 Alarm newAlarm(Name objectName, const std::string& probableCause, Severity severity) {

@@ -51,6 +51,14 @@ struct Refusal {
     std::string reason;  ///< one sentence
 };
 
+/// What one source has submitted.
+struct SourceCounts {
+    std::string source;  ///< an adapter's name, "operator" for the operator's interface, "EMS"
+    std::uint64_t accepted = 0;  ///< changes
+    std::uint64_t known = 0;     ///< changes whose key had been accepted earlier
+    std::uint64_t refused = 0;   ///< changes
+};
+
 /// Numbers since the start of the service, and sizes.
 struct ServiceCounts {
     std::uint64_t submitted = 0;         ///< changes
@@ -59,6 +67,7 @@ struct ServiceCounts {
     std::uint64_t refused = 0;           ///< changes
     std::uint64_t events = 0;            ///< handed over to the channel
     std::optional<Refusal> lastRefusal;  ///< none: there was none
+    std::vector<SourceCounts> sources;   ///< in the order of their names
     std::size_t backlog = 0;             ///< changes that wait to be written
     std::size_t unsent = 0;              ///< events that wait for the channel
     Position applied = 0;
@@ -96,8 +105,11 @@ class KELP_EXPORT AlarmService {
     /// With a key, a repeated submission has no effect, also after a restart, as long as the log
     /// has its records (`recordsKept`). A submission with the key of another one is refused. A key
     /// has at most kSubmissionKeyBytesMax octets. Throws IntakeRefused.
-    /// Adapters use Intake instead.
-    std::vector<Result> submit(std::vector<Submission> changes, const std::string& key = {});
+    /// Adapters use Intake instead. `source` is for the counts; "" stands for the EMS. At most
+    /// kSourcesMax sources are told apart.
+    std::vector<Result> submit(std::vector<Submission> changes, const std::string& key = {},
+                               const std::string& source = {});
+    static constexpr std::size_t kSourcesMax = 64;
 
     /// The list as it is now, which never changes.
     std::shared_ptr<const ListState> state() const;

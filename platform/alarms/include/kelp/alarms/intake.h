@@ -98,6 +98,7 @@ class KELP_EXPORT Intake {
     std::vector<Result> submit(std::vector<Alarm> reports, const std::string& key = {}) const;
 
   private:
+    const std::string adapter_;
     const std::string prefix_;  ///< of the keys
 };
 

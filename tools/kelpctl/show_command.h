@@ -17,7 +17,8 @@ struct ShowCommand {
     int (*exitStatus)(const admin::Json& answer) = nullptr;
 };
 
-/// Add the command, which writes the answer as a table, or as JSON with --json. `options` must
+/// Add the command, which writes the answer as a table, or as JSON with --json, and with --watch
+/// again and again until it is interrupted or the host does not answer. `options` must
 /// outlive the parsing.
 void addShowCommand(CLI::App& app, const GlobalOptions& options, const ShowCommand& show);
 

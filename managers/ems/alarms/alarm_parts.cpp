@@ -13,7 +13,7 @@ namespace {
 
 using admin::Json;
 
-constexpr std::size_t kReasonBytesMax = 300;
+constexpr std::size_t kRefusalBytesShown = 300;
 
 }  // namespace
 
@@ -38,7 +38,7 @@ Json intakePart(const alarms::ServiceCounts& counts) {
         part["lastRefusal"] = {
             {"at", oplog::timeText(
                        std::chrono::floor<std::chrono::milliseconds>(counts.lastRefusal->time))},
-            {"reason", util::escaped(counts.lastRefusal->reason, kReasonBytesMax)}};
+            {"reason", util::escaped(counts.lastRefusal->reason, kRefusalBytesShown)}};
     return part;
 }
 

@@ -405,5 +405,18 @@ TEST_F(OperatorSessions, PartsShowIntakeBySourceAndWhatElseTheHostHas) {
     EXPECT_NE(table.output.find("PS_MAJOR         1"), std::string::npos) << table.output;
 }
 
+TEST_F(OperatorSessions, WatchRepeatsUntilTheHostIsGone) {
+    start();
+    Launch launch =
+        host.launch(KELPCTL, {"--config", host.configFile().string(), "naming", "--watch", "1"});
+    LogFile shown(host.scratch("watch"));
+    launch.output = shown.file();
+    ChildProcess watch(launch);
+    EXPECT_TRUE(shown.waitFor("embedded", 2)) << shown.text();
+    EXPECT_FALSE(shown.contains("\x1b")) << shown.text();
+    EXPECT_EQ(host.stop(), 0);
+    EXPECT_EQ(watch.waitExit(), 1) << shown.text();
+}
+
 }  // namespace
 }  // namespace kelp::test

@@ -106,7 +106,7 @@ class KELP_EXPORT AlarmService {
     /// has its records (`recordsKept`). A submission with the key of another one is refused. A key
     /// has at most kSubmissionKeyBytesMax octets. Throws IntakeRefused.
     /// Adapters use Intake instead. `source` is for the counts; "" stands for the EMS. At most
-    /// kSourcesMax sources are told apart.
+    /// kSourcesMax sources are counted separately.
     std::vector<Result> submit(std::vector<Submission> changes, const std::string& key = {},
                                const std::string& source = {});
     static constexpr std::size_t kSourcesMax = 64;

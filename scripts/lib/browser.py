@@ -45,10 +45,11 @@ class Window:
 
     def __init__(self, driver, width, height, names):
         arguments = ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
-                     "--disable-background-networking", "--host-resolver-rules=" + names]
+                     "--disable-background-networking", *(["--host-resolver-rules=" + names] if names else [])]
         metrics = {"width": width, "height": height, "pixelRatio": 1}
         options = {"args": arguments, "mobileEmulation": {"deviceMetrics": metrics}}
-        wanted = {"goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}
+        # the hosts of tests have certificates of nobody
+        wanted = {"acceptInsecureCerts": True, "goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}
         session = driver.call("POST", "/session", {"capabilities": {"alwaysMatch": wanted}})
         self.driver, self.path = driver, f"/session/{session['sessionId']}"
 

@@ -236,6 +236,35 @@ TEST_F(NetworkServerTest, UnusableCertificateIsAnErrorAtTheStart) {
     EXPECT_NE(why().find("read by others"), std::string::npos) << why();
 }
 
+TEST_F(NetworkServerTest, GuessesOfManyAddressesTogetherAreLimited) {
+    OperatorAccounts accounts(operators());
+    const std::string wrong = "Basic YW5uYTp3cm9uZw==";  // anna:wrong
+    const auto now = std::chrono::steady_clock::now();
+    const auto judge = [&](int number, OperatorAccounts::Time time) {
+        return accounts.judge(wrong, util::parseHostAddress("192.0.2." + std::to_string(number)),
+                              time);
+    };
+    int hashed = 0;
+    for (int i = 1; i <= 60; ++i)
+        hashed += judge(i, now) == OperatorAccounts::Verdict::Refused ? 1 : 0;
+    EXPECT_EQ(hashed, 20);
+    EXPECT_EQ(judge(100, now + std::chrono::seconds(2)), OperatorAccounts::Verdict::Refused);
+}
+
+TEST_F(NetworkServerTest, MissingDatabaseDoesNotFillTheTrace) {
+    std::filesystem::remove(operators());
+    OperatorAccounts accounts(operators());
+    const auto now = std::chrono::steady_clock::now();
+    const util::PeerAddress peer = util::parseHostAddress("192.0.2.1");
+    int refused = 0;
+    for (int i = 0; i < 20; ++i)
+        refused +=
+            accounts.judge("Basic YW5uYTphOmI=", peer, now) == OperatorAccounts::Verdict::Refused
+                ? 1
+                : 0;
+    EXPECT_EQ(refused, 5);
+}
+
 TEST(Credentials, AreNameAndPassword) {
     const auto given = credentialsOf("Basic YW5uYTphOmI=");
     ASSERT_TRUE(given);

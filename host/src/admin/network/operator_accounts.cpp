@@ -20,6 +20,9 @@ constexpr std::chrono::minutes kRemembered{1};
 constexpr std::size_t kRememberedMax = 64;
 /// Wrong passwords of one address: five at once, then one every 12 s.
 constexpr util::TokenBuckets::Limits kFailures{.perSecond = 1.0 / 12, .burst = 5};
+/// Those of all addresses together: hashes must not keep a processor busy.
+constexpr util::TokenBuckets::Limits kFailuresOfAll{.perSecond = 5, .burst = 20};
+constexpr const char* kAllAddresses = "*";
 /// A password has at most 1024 bytes.
 constexpr std::size_t kCredentialsBytesMax = users::kNameBytesMax + 1 + 1024;
 constexpr const char* kObject = "status page";
@@ -67,17 +70,20 @@ OperatorAccounts::Verdict OperatorAccounts::judge(const std::string& authorizati
         try {
             if (isRemembered(digest, now))
                 return Verdict::Admitted;
-            if (!failures_.take(place, now, kFailures))
+            if (!mayTry(place, now))
                 return Verdict::TooOften;
             problem = problemOf(*given, peer);
         } catch (const std::exception& failure) {
             database_.reset();
+            if (!mayTry(place, now))  // callers must not fill the trace
+                return Verdict::TooOften;
             util::traceFrom(
                 "admin", std::string("the operators' accounts cannot be read: ") + failure.what());
             return Verdict::Refused;
         }
         if (problem.empty()) {
             failures_.giveBack(place);
+            failures_.giveBack(kAllAddresses);
             std::erase_if(remembered_, [&](const auto& each) { return each.second <= now; });
             if (remembered_.size() < kRememberedMax)
                 remembered_[digest] = now + kRemembered;
@@ -85,6 +91,11 @@ OperatorAccounts::Verdict OperatorAccounts::judge(const std::string& authorizati
     }
     record(given->name, peer, problem.empty() ? "ok" : problem);
     return problem.empty() ? Verdict::Admitted : Verdict::Refused;
+}
+
+bool OperatorAccounts::mayTry(const std::string& place, Time now) {
+    return failures_.take(place, now, kFailures) &&
+           failures_.take(kAllAddresses, now, kFailuresOfAll);
 }
 
 OperatorAccounts::Digest OperatorAccounts::digestOf(const Credentials& given,

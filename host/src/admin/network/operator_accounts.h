@@ -28,7 +28,8 @@ std::optional<Credentials> credentialsOf(const std::string& authorization);
 
 /// Checks operators' passwords. A password is hashed at most once a minute for each operator, and
 /// one at a time, so that callers cannot use up the processors. An address with many wrong
-/// passwords is refused without hashing. Successes and failures are recorded in the security log.
+/// passwords is refused without hashing, and so are
+/// all when many addresses guess together. Successes and failures are recorded in the security log.
 /// Any thread may call it.
 class OperatorAccounts {
   public:
@@ -47,6 +48,8 @@ class OperatorAccounts {
     using Digest = std::array<unsigned char, 32>;
     /// Credentials count as known only at the address where they were right.
     Digest digestOf(const Credentials& given, const std::string& place) const;
+    /// Count an attempt of this address. False if there were too many.
+    bool mayTry(const std::string& place, Time now);
     bool isRemembered(const Digest& digest, Time now) KELP_REQUIRES(mutex_);
     /// Why the account may not be used; empty if it may.
     std::string problemOf(const Credentials& given, const util::PeerAddress& peer)

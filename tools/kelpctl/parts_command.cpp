@@ -22,7 +22,7 @@ std::string textOf(const Json& value) {
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-void printMembers(const Json& object, std::string indent);
+void printMembers(const Json& object, const std::string& indent);
 
 void printMember(const std::string& name, const Json& value, const std::string& indent) {
     if (value.is_object()) {
@@ -36,7 +36,7 @@ void printMember(const std::string& name, const Json& value, const std::string& 
     }
 }
 
-void printMembers(const Json& object, std::string indent) {
+void printMembers(const Json& object, const std::string& indent) {
     for (const auto& [name, value] : object.items())
         printMember(name, value, indent);
 }

@@ -111,6 +111,21 @@ TEST(Records, OtherVersionIsRefused) {
     expectDamaged(cbor(json), "without a version");
 }
 
+TEST(Records, MemberThatIsThereTwiceIsRefused) {
+    std::string record = encode({1, Report{fullAlarm()}});
+    const std::size_t at = record.find("affectedTPList");
+    ASSERT_NE(at, std::string::npos);
+    record.replace(at, 14, "additionalInfo");
+    expectDamaged(record, "additionalInfo twice");
+}
+
+TEST(Records, NumberInMoreOctetsThanItNeedsIsRefused) {
+    std::string record = encode(someChanges()[2]);
+    ASSERT_EQ(record.substr(0, 4), "\xa3\x61v\x01");
+    record.insert(3, "\x18");
+    expectDamaged(record, "the version in two octets");
+}
+
 TEST(Records, WrongTypesAreRefused) {
     const Json record = Json::from_cbor(encode(someChanges()[2]));
     for (const auto& [key, value] : record.items()) {

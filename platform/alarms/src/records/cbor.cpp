@@ -105,11 +105,19 @@ void appendCbor(std::string& text, const Json& value) {
 Json takeCbor(std::string_view& text) {
     const std::string_view item = text.substr(0, Scan(text).run());
     text.remove_prefix(item.size());
+    Json value;
     try {
-        return Json::from_cbor(item.begin(), item.end());
+        value = Json::from_cbor(item.begin(), item.end());
     } catch (const Json::exception&) {
         refuseItem("it is not CBOR");
     }
+    // A key that is there twice, or a number in a longer form than it needs, would be lost unseen.
+    std::string again;
+    again.reserve(item.size());
+    appendCbor(again, value);
+    if (again != item)
+        refuseItem("it is not in the shortest form");
+    return value;
 }
 
 }  // namespace kelp::alarms

@@ -80,28 +80,14 @@ CertificateWatch::CertificateWatch(std::filesystem::path certificate,
       thread_([this] { run(); }) {}
 
 CertificateWatch::~CertificateWatch() {
-    {
-        const util::MutexLock lock(mutex_);
-        isEnding_ = true;
-    }
-    ending_.notify_all();
+    ending_.raise();
     thread_.join();
 }
 
 void CertificateWatch::run() {
-    const util::MutexLock lock(mutex_);
     do {
         warn();
-    } while (!endsWithin(kDay));
-}
-
-bool CertificateWatch::endsWithin(std::chrono::seconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!isEnding_) {
-        if (ending_.wait_until(mutex_, end) == util::ConditionVariable::Status::timeout)
-            return isEnding_;
-    }
-    return true;
+    } while (ending_.pause(kDay));
 }
 
 void CertificateWatch::warn() const {

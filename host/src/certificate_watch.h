@@ -1,13 +1,14 @@
 #pragma once
 
 #include <kelp/orb/tls_files.h>
-#include <kelp/util/mutex.h>
 
 #include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <thread>
+
+#include "end_signal.h"
 
 namespace kelp::host {
 
@@ -39,17 +40,12 @@ class CertificateWatch {
     CertificateWatch& operator=(const CertificateWatch&) = delete;
 
   private:
-    void run() KELP_EXCLUDES(mutex_);
-    /// Wait until the object is about to be destroyed, at most for `limit`. Return whether it is.
-    bool endsWithin(std::chrono::seconds limit) KELP_REQUIRES(mutex_);
+    void run();
     void warn() const;
 
     const std::filesystem::path certificate_;
     const std::filesystem::path revocationLists_;
-    /// Also held while the files are read, and the warnings traced.
-    util::Mutex mutex_{util::LockRank::Leaf, "CertificateWatch::mutex_"};
-    util::ConditionVariable ending_;
-    bool isEnding_ KELP_GUARDED_BY(mutex_) = false;
+    EndSignal ending_;
     std::thread thread_;
 };
 

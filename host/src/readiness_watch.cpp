@@ -25,11 +25,7 @@ ReadinessWatch::ReadinessWatch(std::string address)
     : address_(std::move(address)), thread_(util::startThread("readiness", [this] { run(); })) {}
 
 ReadinessWatch::~ReadinessWatch() {
-    {
-        const util::MutexLock lock(mutex_);
-        isEnding_ = true;
-    }
-    ending_.notify_all();
+    ending_.raise();
     thread_.join();
 }
 
@@ -43,17 +39,7 @@ void ReadinessWatch::run() {
         tellNotReady("not ready: the session factory is not found at " + address_ + ": " +
                          util::escaped(whyNotBound(entry), 200),
                      kPatience);
-    } while (pause());
-}
-
-bool ReadinessWatch::pause() {
-    const auto end = std::chrono::steady_clock::now() + kCheckInterval;
-    const util::MutexLock lock(mutex_);
-    while (!isEnding_) {
-        if (ending_.wait_until(mutex_, end) == util::ConditionVariable::Status::timeout)
-            return !isEnding_;
-    }
-    return false;
+    } while (ending_.pause(kCheckInterval));
 }
 
 }  // namespace kelp::host

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <kelp/util/mutex.h>
-
 #include <string>
 #include <thread>
+
+#include "end_signal.h"
 
 namespace kelp::host {
 
@@ -19,14 +19,10 @@ class ReadinessWatch {
     ReadinessWatch& operator=(const ReadinessWatch&) = delete;
 
   private:
-    void run() KELP_EXCLUDES(mutex_);
-    /// Wait for the next check. Return false when the object is about to be destroyed.
-    bool pause() KELP_EXCLUDES(mutex_);
+    void run();
 
     const std::string address_;
-    util::Mutex mutex_{util::LockRank::Leaf, "ReadinessWatch::mutex_"};
-    util::ConditionVariable ending_;
-    bool isEnding_ KELP_GUARDED_BY(mutex_) = false;
+    EndSignal ending_;
     std::thread thread_;
 };
 

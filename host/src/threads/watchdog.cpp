@@ -28,11 +28,7 @@ Watchdog::Watchdog(std::chrono::microseconds period, Notify notify, Stuck stuck)
 }
 
 Watchdog::~Watchdog() {
-    {
-        const util::MutexLock lock(mutex_);
-        isEnding_ = true;
-    }
-    ending_.notify_all();
+    ending_.raise();
     if (thread_.joinable())
         thread_.join();
 }
@@ -40,7 +36,7 @@ Watchdog::~Watchdog() {
 void Watchdog::run() {
     do {
         round();
-    } while (pause());
+    } while (ending_.pause(period_));
 }
 
 void Watchdog::round() {
@@ -52,16 +48,6 @@ void Watchdog::round() {
         NS_CORBA::TaTrace("the watchdog is no longer notified: %s", stuck.front().c_str());
     }
     known_ = std::move(stuck);
-}
-
-bool Watchdog::pause() {
-    const auto end = std::chrono::steady_clock::now() + period_;
-    const util::MutexLock lock(mutex_);
-    while (!isEnding_) {
-        if (ending_.wait_until(mutex_, end) == util::ConditionVariable::Status::timeout)
-            return !isEnding_;
-    }
-    return false;
 }
 
 }  // namespace kelp::host

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <kelp/util/mutex.h>
-
 #include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "end_signal.h"
 
 namespace kelp::host {
 
@@ -27,18 +27,14 @@ class Watchdog {
     Watchdog& operator=(const Watchdog&) = delete;
 
   private:
-    void run() KELP_EXCLUDES(mutex_);
+    void run();
     void round();
-    /// Wait for the next round. Return false when the object is about to be destroyed.
-    bool pause() KELP_EXCLUDES(mutex_);
 
     const std::chrono::microseconds period_;
     const Notify notify_;
     const Stuck stuck_;
     std::vector<std::string> known_;  ///< the stuck threads of the last round
-    util::Mutex mutex_{util::LockRank::Leaf, "Watchdog::mutex_"};
-    util::ConditionVariable ending_;
-    bool isEnding_ KELP_GUARDED_BY(mutex_) = false;
+    EndSignal ending_;
     std::thread thread_;
 };
 

@@ -114,10 +114,11 @@ void SessionHistory::run() {
             batch.swap(waiting_);
             isBusy_ = true;
         }
-        kelp::util::beginWork("writes ended sessions");
-        if (!write(batch))
-            putBack(batch);
-        kelp::util::endWork();
+        {
+            const kelp::util::ThreadWork work("writes ended sessions");
+            if (!write(batch))
+                putBack(batch);
+        }
         const MutexLock lock(mutex_);
         isBusy_ = false;
         changed_.notify_all();

@@ -38,18 +38,24 @@ class WorkRecord {
     WorkRecord(const WorkRecord&) = delete;
     WorkRecord& operator=(const WorkRecord&) = delete;
 
-    void begin(std::string_view what, std::string_view detail,
-               std::optional<std::chrono::seconds> limit) {
+    /// Return false if the thread has work already.
+    bool begin(std::string_view what, std::string_view detail,
+               std::optional<std::chrono::seconds> limit, bool isRequest) {
         const MutexLock lock(mutex_);
+        if (!report_.what.empty())
+            return false;
         // assigned, so that the texts keep their memory for the next piece of work
         report_.what.assign(what.substr(0, kTextMax));
         report_.detail.assign(detail.substr(0, kTextMax));
         report_.since = std::chrono::steady_clock::now();
         report_.limit = limit;
+        isRequest_ = isRequest;
+        return true;
     }
-    void end() {
+    void end(bool isRequest) {
         const MutexLock lock(mutex_);
-        report_.what.clear();
+        if (isRequest_ == isRequest)
+            report_.what.clear();
     }
     ThreadReport report() const {
         const MutexLock lock(mutex_);
@@ -59,6 +65,7 @@ class WorkRecord {
   private:
     mutable Mutex mutex_{LockRank::Service, "WorkRecord::mutex_"};
     ThreadReport report_ KELP_GUARDED_BY(mutex_) = {.id = ::gettid()};
+    bool isRequest_ KELP_GUARDED_BY(mutex_) = false;
 };
 
 // Needs no destruction, so that it can be read until the thread has ended.
@@ -80,15 +87,25 @@ WorkRecord* currentWorkRecord() {
 
 }  // namespace
 
-void beginWork(std::string_view what, std::string_view detail,
-               std::optional<std::chrono::seconds> limit) {
-    if (WorkRecord* const record = currentWorkRecord())
-        record->begin(what, detail, limit);
+ThreadWork::ThreadWork(std::string_view what, std::optional<std::chrono::seconds> limit)
+    : isRecorded_([&] {
+          WorkRecord* const record = currentWorkRecord();
+          return record != nullptr && record->begin(what, {}, limit, false);
+      }()) {}
+
+ThreadWork::~ThreadWork() {
+    if (WorkRecord* const record = isRecorded_ ? currentWorkRecord() : nullptr)
+        record->end(false);
 }
 
-void endWork() noexcept {
+void beginRequestWork(std::string_view operation, std::string_view caller) {
     if (WorkRecord* const record = currentWorkRecord())
-        record->end();
+        record->begin(operation, caller, {}, true);
+}
+
+void endRequestWork() noexcept {
+    if (WorkRecord* const record = currentWorkRecord())
+        record->end(true);
 }
 
 std::vector<ThreadReport> threadReports() {

@@ -46,17 +46,34 @@ TEST(ThreadWork, IsStuckAfterItsLimit) {
 }
 
 TEST(ThreadWork, LongTextsAreCut) {
-    beginWork(std::string(1000, 'a'), std::string(1000, 'b'));
+    beginRequestWork(std::string(1000, 'a'), std::string(1000, 'b'));
     EXPECT_EQ(reportOf(::gettid())->what, std::string(100, 'a'));
     EXPECT_EQ(reportOf(::gettid())->detail, std::string(100, 'b'));
-    endWork();
+    endRequestWork();
+    EXPECT_EQ(reportOf(::gettid())->what, "");
+}
+
+TEST(ThreadWork, KeepsItsLimitWhileItCallsARequestOnTheSameThread) {
+    const ThreadWork work("checks the naming entry", seconds(5));
+    const auto since = reportOf(::gettid())->since;
+    beginRequestWork("resolve", "127.0.0.1:4711");
+    endRequestWork();
+    const auto report = reportOf(::gettid());
+    EXPECT_EQ(report->what, "checks the naming entry");
+    EXPECT_EQ(report->limit, seconds(5));
+    EXPECT_EQ(report->since, since);
+    {
+        const ThreadWork inner("inner");
+        EXPECT_EQ(reportOf(::gettid())->what, "checks the naming entry");
+    }
+    EXPECT_EQ(reportOf(::gettid())->what, "checks the naming entry");
 }
 
 TEST(ThreadWork, OfAThreadEndsWithTheThread) {
     std::promise<int> begun;
     std::promise<void> seen;
     std::thread other([&] {
-        beginWork("counts sheep");
+        const ThreadWork work("counts sheep");
         begun.set_value(::gettid());
         seen.get_future().wait();
     });

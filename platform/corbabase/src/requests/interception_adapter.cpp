@@ -92,11 +92,11 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
     const auto refused = [] {
         NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
         RequestRecording::drop();
-        kelp::util::endWork();
+        kelp::util::endRequestWork();
         CallerStanding::leave();
     };
     RequestRecording::begin();
-    kelp::util::beginWork(request.operationName(), request.peer().withPort);
+    kelp::util::beginRequestWork(request.operationName(), request.peer().withPort);
     try {
         visit.interceptor->receive_request(&request);
         if (RequestRecording::isOfSession(request)) {
@@ -131,7 +131,7 @@ void InterceptionAdapter::dispatching(const kelp::orb::RequestInfo& request) {
 void InterceptionAdapter::finished(const kelp::orb::RequestInfo& request,
                                    const CORBA::Exception* raised) noexcept {
     NS_UTIL::ThreadContextMgr::Instance()->ClearThreadContext();
-    kelp::util::endWork();
+    kelp::util::endRequestWork();
     RequestRecording::end(request, raised);
     CallerStanding::leave();
 }

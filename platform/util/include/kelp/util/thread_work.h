@@ -10,25 +10,26 @@
 
 namespace kelp::util {
 
-/// Record that the calling thread begins a piece of work, for the operator and for the watchdog.
-/// It replaces the thread's current work. `what` and `detail` are cut at 100 bytes. A thread that
-/// works for longer than `limit` counts as stuck; give no limit to work whose duration a peer or a
-/// disk decides.
-KELP_EXPORT void beginWork(std::string_view what, std::string_view detail = {},
-                           std::optional<std::chrono::seconds> limit = {});
-/// Record that the calling thread is idle.
-KELP_EXPORT void endWork() noexcept;
-
-/// Records a piece of work of the calling thread for a scope. Not nested.
-class ThreadWork {
+/// Records a piece of work of the calling thread for a scope, for the operator and for the
+/// watchdog. `what` is cut at 100 bytes. A thread that works for longer than `limit` counts as
+/// stuck; give no limit to work whose duration a peer or a disk decides. A scope within another one
+/// is not recorded.
+class KELP_EXPORT ThreadWork {
   public:
-    explicit ThreadWork(std::string_view what, std::optional<std::chrono::seconds> limit = {}) {
-        beginWork(what, {}, limit);
-    }
-    ~ThreadWork() { endWork(); }
+    explicit ThreadWork(std::string_view what, std::optional<std::chrono::seconds> limit = {});
+    ~ThreadWork();
     ThreadWork(const ThreadWork&) = delete;
     ThreadWork& operator=(const ThreadWork&) = delete;
+
+  private:
+    const bool isRecorded_;
 };
+
+/// As ThreadWork, for a request, which begins and ends in separate calls. `caller` is cut at 100
+/// bytes. A request that the thread serves within its other work is not recorded.
+KELP_EXPORT void beginRequestWork(std::string_view operation, std::string_view caller);
+/// Does nothing when no request is recorded.
+KELP_EXPORT void endRequestWork() noexcept;
 
 /// The limit of work that the process alone decides: whatever takes longer hangs.
 constexpr std::chrono::seconds kHangsAfter{120};

@@ -155,11 +155,18 @@ std::vector<Condition> lockOutConditions() {
 
 std::vector<Condition> certificateConditions() {
     const ConfigStore& config = ConfigStore::instance();
-    if (config.integer("tls.mode") == 0)
-        return {};
-    const std::filesystem::path file = config.text("tls.certificate");
-    const auto found = certificateCondition(file, certificateEnd(file), system_clock::now());
-    return found ? std::vector{*found} : std::vector<Condition>();
+    std::vector<std::filesystem::path> files;
+    if (config.integer("tls.mode") != 0)
+        files.emplace_back(config.text("tls.certificate"));
+    if (!config.text("admin.network_listen").empty())
+        files.emplace_back(config.text("admin.network_certificate"));
+    std::vector<Condition> all;
+    for (const std::filesystem::path& file : files) {
+        if (const auto found =
+                certificateCondition(file, certificateEnd(file), system_clock::now()))
+            all.push_back(*found);
+    }
+    return all;
 }
 
 }  // namespace

@@ -64,6 +64,12 @@ TEST_F(NetworkPage, IsForOperatorsWithTheirPassword) {
     EXPECT_EQ(result->status, 401);
 }
 
+TEST_F(NetworkPage, CertificateThatIsAboutToExpireIsShown) {
+    EXPECT_EQ(ctl({"status"}), 10);  // it is valid for two days
+    EXPECT_TRUE(output_.contains("certificate-expires")) << output_.text();
+    EXPECT_TRUE(output_.contains("ems.pem")) << output_.text();
+}
+
 TEST_F(NetworkPage, OperatorsAreRecordedAndCanBeDisabled) {
     EXPECT_EQ(statusAs("a good password"), 200);
     EXPECT_EQ(ctl({"operator", "disable", "anna"}), 0);

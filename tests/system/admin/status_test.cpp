@@ -60,6 +60,14 @@ class Status : public testing::Test {
         return eventually([&] { return shows(word, sentence); });
     }
 
+    void raiseAlarm(const std::string& element) {
+        const Launch raise =
+            host_.launch(KELPCTL, {"--config", host_.configFile().string(), "alarm", "raise",
+                                   "--object", "ManagedElement=" + element, "--severity", "major",
+                                   "--probable-cause", "LOS"});
+        EXPECT_EQ(runToEnd(raise), 0);
+    }
+
     Host host_;
     std::string text_;  ///< of the last status
     int code_ = -1;     ///< of the last status in JSON
@@ -126,10 +134,7 @@ TEST_F(Status, ConsumerThatDoesNotAnswerIsShown) {
     nms.logIn(0, "bob");
     nms.follow(0);
     nms.process().freeze();
-    Launch raise = host_.launch(
-        KELPCTL, {"--config", host_.configFile().string(), "alarm", "raise", "--object",
-                  "ManagedElement=NE-1", "--severity", "major", "--probable-cause", "LOS"});
-    ASSERT_EQ(runToEnd(raise), 0);
+    raiseAlarm("NE-1");
     EXPECT_TRUE(comesToShow("consumer-silent", "1 of ")) << text_;
     nms.process().thaw();
 }
@@ -142,13 +147,8 @@ TEST_F(Status, SlowConsumerIsShownWithItsNms) {
     nms.logIn(0, "bob");
     nms.follow(0);
     nms.process().freeze();
-    for (int i = 0; i < 3; ++i) {
-        Launch raise =
-            host_.launch(KELPCTL, {"--config", host_.configFile().string(), "alarm", "raise",
-                                   "--object", "ManagedElement=NE-" + std::to_string(i),
-                                   "--severity", "major", "--probable-cause", "LOS"});
-        ASSERT_EQ(runToEnd(raise), 0);
-    }
+    for (const char* const element : {"NE-1", "NE-2", "NE-3"})
+        raiseAlarm(element);
     EXPECT_TRUE(comesToShow("consumer-slow", "of NMS bob at ")) << text_;
     nms.process().thaw();
     EXPECT_TRUE(eventually([&] { return !shows("consumer-slow"); })) << text_;

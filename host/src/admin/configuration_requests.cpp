@@ -1,5 +1,6 @@
 #include "admin/configuration_requests.h"
 
+#include <kelp/admin/settings_json.h>
 #include <kelp/bundlemgr/config_store.h>
 
 #include <string>
@@ -50,15 +51,7 @@ std::string inOneLine(const std::vector<ConfigProblem>& problems) {
 }  // namespace
 
 admin::Json tellConfiguration(const admin::Json&) {
-    admin::Json all = admin::Json::array();
-    for (const ConfigSetting& each : ConfigStore::instance().settings())
-        all.push_back({{"key", each.key},
-                       {"value", each.value},
-                       {"file", each.file},
-                       {"line", each.line},
-                       {"waiting", each.waiting},
-                       {"problem", each.problem}});
-    return {{"file", ConfigStore::instance().file().string()}, {"settings", all}};
+    return admin::settingsJson();
 }
 
 admin::Json reload(const admin::Json& request) {

@@ -1,6 +1,7 @@
 #include "state/support_bundle.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <kelp/admin/settings_json.h>
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/util/file_trust.h>
 #include <kelp/util/json_text.h>
@@ -74,19 +75,6 @@ Json maskedSetting(Json setting) {
     return setting;
 }
 
-/// The settings as the file has them, in the form of the host's answer.
-Json settingsOfFile() {
-    Json all = Json::array();
-    for (const ConfigSetting& each : ConfigStore::instance().settings())
-        all.push_back({{"key", each.key},
-                       {"value", each.value},
-                       {"file", each.file},
-                       {"line", each.line},
-                       {"waiting", each.waiting},
-                       {"problem", each.problem}});
-    return {{"file", ConfigStore::instance().file().string()}, {"settings", all}};
-}
-
 Json masked(Json configuration) {
     Json settings = Json::array();
     for (const Json& each : configuration.value("settings", Json::array()))
@@ -137,7 +125,7 @@ void addConfiguration(const SupportRequest& request, bool isRunning, Collection&
             to.leaveOut("configuration.json of the running host", failure.what());
         }
     }
-    to.add("configuration-of-file.json", masked(settingsOfFile()));
+    to.add("configuration-of-file.json", masked(admin::settingsJson()));
 }
 
 void addEndedSessions(const StateLayout& layout, Collection& to) {

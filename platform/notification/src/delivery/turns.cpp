@@ -22,12 +22,11 @@ bool Turns::ByLastTurn::operator()(const Owner* one, const Owner* other) const {
     return one->number < other->number;
 }
 
-bool Turns::add(const std::string& owner, std::shared_ptr<Subscription> subscription) {
+void Turns::add(const std::string& owner, std::shared_ptr<Subscription> subscription) {
     Owner& its = ownerOf(owner);
     std::list<Waiting> one;
     one.push_back({std::move(subscription), &its});
     makeDue(one);
-    return mayHaveThread(its);
 }
 
 void Turns::add(const std::string& owner, Time when, std::shared_ptr<Subscription> subscription) {
@@ -57,8 +56,7 @@ Turns::Waiting Turns::take(Time now) {
         makeDue(timed_.begin()->second);
         timed_.erase(timed_.begin());
     }
-    const auto next = std::find_if(due_.begin(), due_.end(),
-                                   [this](const Owner* each) { return mayHaveThread(*each); });
+    const auto next = nextOwner();
     if (next == due_.end())
         return {};
     Owner& owner = **next;
@@ -78,6 +76,15 @@ Turns::Waiting Turns::take(Time now) {
 void Turns::ended(Owner& owner) {
     --owner.busy;
     --busy_;
+}
+
+bool Turns::mayTake() const {
+    return busy_ < threads_ && nextOwner() != due_.end();
+}
+
+Turns::Places::const_iterator Turns::nextOwner() const {
+    return std::find_if(due_.begin(), due_.end(),
+                        [this](const Owner* each) { return mayHaveThread(*each); });
 }
 
 bool Turns::mayHaveThread(const Owner& owner) const {
@@ -110,7 +117,6 @@ Turns::Owner& Turns::ownerOf(const std::string& key) {
     const auto found = owners_.find(key);
     if (found != owners_.end())
         return *found->second;
-    // only here: a thread that has just ended a turn may still ask about its owner
     forgetOld();
     auto made = std::make_unique<Owner>();
     made->isNobody = key.empty();

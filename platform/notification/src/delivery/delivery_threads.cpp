@@ -154,9 +154,8 @@ bool DeliveryThreads::sleep(Lane& lane) {
         isIdle = lane.work.wait_for(mutex_, kIdleTime) == std::cv_status::timeout;
     }
     --lane.asleep;
-    // A thread that wakes by itself counts as one of those being woken. Otherwise, when a
-    // notification finds no thread asleep, the count would stay too high, and later none would be
-    // woken.
+    // A thread whose wait has timed out counts as one of those being woken. Otherwise, when a
+    // notification finds no thread asleep, the count would stay too high and later none be woken.
     if (lane.waking > 0)
         --lane.waking;
     return !isIdle || !lane.turns.empty();

@@ -161,6 +161,17 @@ TEST_F(OperatorSessions, KeepsAnNmsThatDoesNotAnswer) {
     nms.process().thaw();
 }
 
+TEST_F(OperatorSessions, NmsThatHasNotBeenPingedIsShownWithoutTimes) {
+    host.set("session", "ping_interval_s", 3600);
+    start();
+    NmsProcess nms(host);
+    nms.logIn(0, "alice");
+    const std::string shown = ctl({"session", "show", "alice"}).output;
+    EXPECT_NE(shown.find("none yet"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("0.0 ms"), std::string::npos) << shown;
+    EXPECT_NE(ctl({"sessions"}).output.find("none yet"), std::string::npos);
+}
+
 TEST_F(OperatorSessions, KeepsASilentNms) {
     host.set("session", "release_strategy", 2);
     host.set("session", "ping_mode", "false");

@@ -60,12 +60,17 @@ std::string aligned(const std::vector<Row>& rows) {
     return text;
 }
 
+/// "none yet" instead of times of zero, for an NMS that has not been pinged.
+std::string ifPinged(const Json& ping, const std::string& text) {
+    return ping.value("count", std::uint64_t{0}) == 0 ? "none yet" : text;
+}
+
 Row sessionRow(const Json& session) {
     const Json& ping = session.at("ping");
     const Json& events = session.at("events");
     return {countAt(session, "number"),    shownAt(session, "user"),
             shownAt(session, "nms"),       shownAt(session, "started"),
-            shownAt(session, "state"),     decimalAt(ping, "lastMs") + " ms",
+            shownAt(session, "state"),     ifPinged(ping, decimalAt(ping, "lastMs") + " ms"),
             countAt(ping, "failed"),       decimalAt(session, "callsPerSecond"),
             countAt(session, "iterators"), countAt(events, "delivered"),
             countAt(events, "lost"),       countAt(events, "queued"),
@@ -136,26 +141,27 @@ std::string sessionText(const Json& session) {
     const Json& ping = session.at("ping");
     const Json& events = session.at("events");
     const std::string tls = shownAt(session, "tlsPeer", kLineBytesMax);
-    std::string text =
-        aligned({{"session", countAt(session, "number")},
-                 {"user", shownAt(session, "user")},
-                 {"NMS", shownAt(session, "nms")},
-                 {"logged in from", shownAt(session, "peer")},
-                 {"TLS peer", tls.empty() ? "no certificate" : tls},
-                 {"started", shownAt(session, "started")},
-                 {"state", shownAt(session, "state")},
-                 {"last ping", shownAt(ping, "last") + " (" + decimalAt(ping, "lastMs") + " ms)"},
-                 {"ping", decimalAt(ping, "averageMs") + " ms on average, " +
-                              decimalAt(ping, "shortestMs") + " to " +
-                              decimalAt(ping, "longestMs") + " ms"},
-                 {"failed pings", countAt(ping, "failed") + " of " + countAt(ping, "count") + ", " +
-                                      countAt(ping, "unanswered") + " in a row now"},
-                 {"calls", countAt(session, "calls") + ", " + decimalAt(session, "callsPerSecond") +
-                               " per second"},
-                 {"iterators", countAt(session, "iterators")},
-                 {"events", countAt(events, "sent") + " sent = " + countAt(events, "delivered") +
-                                " delivered + " + countAt(events, "lost") + " lost + " +
-                                countAt(events, "queued") + " queued"}});
+    std::string text = aligned(
+        {{"session", countAt(session, "number")},
+         {"user", shownAt(session, "user")},
+         {"NMS", shownAt(session, "nms")},
+         {"logged in from", shownAt(session, "peer")},
+         {"TLS peer", tls.empty() ? "no certificate" : tls},
+         {"started", shownAt(session, "started")},
+         {"state", shownAt(session, "state")},
+         {"last ping",
+          ifPinged(ping, shownAt(ping, "last") + " (" + decimalAt(ping, "lastMs") + " ms)")},
+         {"ping", ifPinged(ping, decimalAt(ping, "averageMs") + " ms on average, " +
+                                     decimalAt(ping, "shortestMs") + " to " +
+                                     decimalAt(ping, "longestMs") + " ms")},
+         {"failed pings", countAt(ping, "failed") + " of " + countAt(ping, "count") + ", " +
+                              countAt(ping, "unanswered") + " in a row now"},
+         {"calls",
+          countAt(session, "calls") + ", " + decimalAt(session, "callsPerSecond") + " per second"},
+         {"iterators", countAt(session, "iterators")},
+         {"events", countAt(events, "sent") + " sent = " + countAt(events, "delivered") +
+                        " delivered + " + countAt(events, "lost") + " lost + " +
+                        countAt(events, "queued") + " queued"}});
     for (const Json& each : session.at("consumers"))
         text += consumerText(each);
     return text;

@@ -6,7 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -69,6 +72,39 @@ class BackupOfHost : public testing::Test {
         return folder;
     }
 
+    /// A backup of a host with alarms that has been stopped.
+    fs::path backupOfAlarms() {
+        start(old_);
+        kelpctl(old_, {"storm", "--rate", "1000", "--count", std::to_string(kAlarms)});
+        const fs::path archive = old_.scratch("backup.tar.zst");
+        kelpctl(old_, {"backup", archive.string()});
+        old_.stop();
+        return archive;
+    }
+    /// Restore when no file may exceed a limit. A longer one fails like a full disk, or
+    /// ends the program at once. Return the text.
+    std::string restoreWithLimit(Host& host, const fs::path& archive, int limitKiB, bool isKilled) {
+        LogFile output(old_.scratch("output" + std::to_string(++runs_)));
+        Launch launch = command(host, {"restore", archive.string()}, output);
+        const std::string whatHappens = isKilled ? "" : "trap '' XFSZ; ";
+        launch.arguments.insert(
+            launch.arguments.begin(),
+            {"-c",
+             whatHappens + "ulimit -c 0; ulimit -f " + std::to_string(limitKiB) + "; exec \"$@\"",
+             "limited", launch.program.string()});
+        launch.program = "/bin/bash";
+        EXPECT_NE(runToEnd(launch), 0) << limitKiB;
+        return output.text();
+    }
+    /// The names of all files of a host's state, without the lock files, which stay.
+    static std::set<std::string> stateFiles(Host& host) {
+        std::set<std::string> names;
+        for (const auto& each : fs::recursive_directory_iterator(host.scratch("state")))
+            if (!each.path().string().ends_with("lock"))
+                names.insert(each.path().string());
+        return names;
+    }
+
     Host old_;
     Host fresh_;
     int runs_ = 0;
@@ -118,6 +154,34 @@ TEST_F(BackupOfHost, UnderLoadIsRestoredIntoAnEmptyState) {
     EXPECT_THAT(kelpctl(fresh_, {"sessions", "--ended"}), HasSubstr("alice"));
     EXPECT_THAT(kelpctl(fresh_, {"audit", "verify"}), HasSubstr("record(s) checked"));
     EXPECT_EQ(fresh_.stop(), 0);
+}
+
+TEST_F(BackupOfHost, RestoreOnAFullDiskChangesNothing) {
+    const fs::path archive = backupOfAlarms();
+    fresh_.addUser("mallory");
+    const std::set<std::string> before = stateFiles(fresh_);
+    for (const int limitKiB : {1, 8, 24, 40}) {
+        EXPECT_THAT(restoreWithLimit(fresh_, archive, limitKiB, false),
+                    HasSubstr(std::strerror(EFBIG)));
+        EXPECT_EQ(stateFiles(fresh_), before) << limitKiB;
+    }
+    start(fresh_);
+    NmsProcess nms(fresh_);
+    EXPECT_EQ(nms.tryLogIn(0, "mallory", Host::kPassword), "");
+    EXPECT_EQ(alarms(fresh_), 0);
+}
+
+TEST_F(BackupOfHost, RestoreThatIsKilledWhileItUnpacksCanBeMadeAgain) {
+    const fs::path archive = backupOfAlarms();
+    fresh_.addUser("mallory");
+    for (const int limitKiB : {1, 8, 24, 40})
+        restoreWithLimit(fresh_, archive, limitKiB, true);
+    EXPECT_THAT(kelpctl(fresh_, {"user", "list"}), HasSubstr("mallory"));
+    EXPECT_THAT(kelpctl(fresh_, {"restore", archive.string()}), HasSubstr("restored the state"));
+    start(fresh_);
+    NmsProcess nms(fresh_);
+    EXPECT_EQ(nms.tryLogIn(0, "alice", Host::kPassword), "");
+    EXPECT_EQ(alarms(fresh_), kAlarms);
 }
 
 TEST_F(BackupOfHost, InterruptedRestoreKeepsAHostFromStarting) {

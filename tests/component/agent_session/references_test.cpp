@@ -199,7 +199,9 @@ TEST_F(References, DoNotAppearInTheOperationLog) {
     EXPECT_FALSE(isServed(bare + std::string(kTokenOctets, 'x')));
     EXPECT_FALSE(isServed(bare));
     EXPECT_FALSE(isServed(manager + std::string(kTokenOctets, 'x')));
-    EXPECT_THROW(session(good.substr(0, good.size() - 1) + "x")->ping(), CORBA::OBJECT_NOT_EXIST);
+    std::string wrong = good;
+    wrong.back() = wrong.back() == 'x' ? 'y' : 'x';  // the secret may end with an x
+    EXPECT_THROW(session(wrong)->ping(), CORBA::OBJECT_NOT_EXIST);
     // a request with the right secret for an object that does not exist
     EXPECT_FALSE(isServed(bare.substr(0, bare.size() - 3) + "other" + manager.substr(bare.size())));
 

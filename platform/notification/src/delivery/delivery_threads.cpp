@@ -44,16 +44,17 @@ void DeliveryThreads::serveConsumers(std::size_t count) {
 
 void DeliveryThreads::ready(std::shared_ptr<Subscription> subscription) {
     const std::string owner = subscription->ownerKey();
-    bool wakes = false;
+    util::ConditionVariable* toNotify = nullptr;
     {
         const MutexLock lock(mutex_);
         if (stopping_)
             return;
         fast_.turns.add(owner, std::move(subscription));
-        wakes = wakesThread(fast_);
+        if (wakesThread(fast_))
+            toNotify = &fast_.work;
     }
-    if (wakes)
-        fast_.work.notify_one();
+    if (toNotify != nullptr)
+        toNotify->notify_one();
 }
 
 bool DeliveryThreads::wakesThread(Lane& lane) {

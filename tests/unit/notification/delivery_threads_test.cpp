@@ -20,7 +20,6 @@ class CountingConsumer final : public ConnectedConsumer {
   public:
     std::size_t batchMax() const override { return 1; }
     void deliver(const std::vector<EventPtr>& events) override {
-        ++called;
         if (gate.valid())
             gate.wait();
         const int number = test::numberOf(events.front());
@@ -40,7 +39,6 @@ class CountingConsumer final : public ConnectedConsumer {
     std::shared_future<void> gate;
     std::shared_future<void> probeGate;
     std::atomic<bool> failsOnce{false};
-    std::atomic<int> called{0};
     std::atomic<int> last{0};
     std::atomic<bool> inOrder{true};
 };
@@ -86,51 +84,6 @@ TEST(DeliveryThreads, KeepsEveryConsumersOrderOnManyThreads) {
     for (Consumer& each : consumers) {
         EXPECT_TRUE(waitUntil([&] { return each.receiver->last == kEvents; }));
         EXPECT_TRUE(each.receiver->inOrder);
-    }
-}
-
-// Each consumer answers only when all of them have been called, so no thread may stay asleep.
-TEST(DeliveryThreads, UsesAllThreadsWhenTheConsumersTakeTheirTime) {
-    constexpr int kConsumers = 16;
-    DeliveryThreads threads(kConsumers, 1);
-    threads.serveConsumers(kConsumers);
-    for (int round = 0; round < 50; ++round) {
-        std::promise<void> open;
-        const std::shared_future<void> gate = open.get_future().share();
-        std::vector<Consumer> consumers;
-        const EventPtr event = test::event(1);
-        for (int i = 0; i < kConsumers; ++i) {
-            consumers.emplace_back(threads);
-            consumers.back().receiver->gate = gate;
-            consumers.back().subscription->enqueue(event);
-        }
-        for (Consumer& each : consumers)
-            ASSERT_TRUE(waitUntil([&] { return each.receiver->called == 1; })) << round;
-        open.set_value();
-        for (Consumer& each : consumers)
-            ASSERT_TRUE(waitUntil([&] { return each.receiver->last == 1; })) << round;
-    }
-}
-
-// All threads but one serve a consumer that hangs. The last one must wake in time.
-TEST(DeliveryThreads, ServesWhatComesDueWhileTheOtherThreadsHang) {
-    for (int round = 0; round < 20; ++round) {
-        DeliveryThreads threads(4, 1);
-        threads.serveConsumers(4);
-        std::promise<void> open;
-        const std::shared_future<void> gate = open.get_future().share();
-        Consumer timed(threads);
-        threads.later(timed.subscription, Subscription::Clock::now() + 5ms, false);
-        std::vector<Consumer> hanging;
-        for (int i = 0; i < 3; ++i) {
-            hanging.emplace_back(threads);
-            hanging.back().receiver->gate = gate;
-            hanging.back().subscription->enqueue(test::event(1));
-        }
-        EXPECT_TRUE(waitUntil([&] { return timed.subscription.use_count() == 1; })) << round;
-        open.set_value();
-        for (Consumer& each : hanging)
-            EXPECT_TRUE(waitUntil([&] { return each.receiver->last == 1; }));
     }
 }
 

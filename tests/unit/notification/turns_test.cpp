@@ -118,18 +118,17 @@ TEST_F(TurnsTest, ManyOwnersLeaveAThreadForAnother) {
         addMany(owner, 100);
     EXPECT_LT(takenAtOnce(), 8u);
     const Consumer another = consumer();
-    turns_.add("d", another);
-    EXPECT_TRUE(turns_.mayTake());
+    EXPECT_TRUE(turns_.add("d", another));
     EXPECT_EQ(turns_.take(start_).subscription, another);
 }
 
 TEST_F(TurnsTest, AnOwnerMayUseAThreadAgainThatItHasReleased) {
     addMany("a", 100);
     takenAtOnce();
-    turns_.add("a", consumer());
-    EXPECT_FALSE(turns_.mayTake());
+    EXPECT_FALSE(turns_.add("a", consumer()));
+    EXPECT_FALSE(turns_.mayHaveThread(*held_.front().owner));
     turns_.ended(*held_.front().owner);
-    EXPECT_TRUE(turns_.mayTake());
+    EXPECT_TRUE(turns_.mayHaveThread(*held_.front().owner));
     EXPECT_NE(turns_.take(start_).subscription, nullptr);
 }
 
@@ -176,7 +175,7 @@ TEST_F(TurnsTest, AnOwnerIsStillKnownWhenItsLongTurnEnds) {
     turns_.ended(*held.owner);
     const Turns::Waiting next = turns_.take(start_);
     EXPECT_NE(next.subscription, nullptr);
-    EXPECT_FALSE(turns_.mayTake()) << "nothing of it waits";
+    EXPECT_FALSE(turns_.mayHaveThread(*held.owner)) << "nothing of it waits";
 }
 
 }  // namespace

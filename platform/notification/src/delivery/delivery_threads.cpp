@@ -22,9 +22,7 @@ constexpr std::chrono::seconds kIdleTime{10};
 }  // namespace
 
 DeliveryThreads::DeliveryThreads(std::size_t threadsMax, std::size_t slowThreads)
-    : wakingMax_(std::max(std::thread::hardware_concurrency(), 1U)),
-      fast_(std::max<std::size_t>(threadsMax, 1)),
-      slow_(std::max<std::size_t>(slowThreads, 1)) {}
+    : fast_(std::max<std::size_t>(threadsMax, 1)), slow_(std::max<std::size_t>(slowThreads, 1)) {}
 
 DeliveryThreads::~DeliveryThreads() {
     stop();
@@ -44,28 +42,10 @@ void DeliveryThreads::serveConsumers(std::size_t count) {
 
 void DeliveryThreads::ready(std::shared_ptr<Subscription> subscription) {
     const std::string owner = subscription->ownerKey();
-    util::ConditionVariable* toNotify = nullptr;
-    {
-        const MutexLock lock(mutex_);
-        if (stopping_)
-            return;
-        fast_.turns.add(owner, std::move(subscription));
-        if (wakesThread(fast_))
-            toNotify = &fast_.work;
-    }
-    if (toNotify != nullptr)
-        toNotify->notify_one();
-}
-
-bool DeliveryThreads::wakesThread(Lane& lane) {
-    if (lane.waking >= std::min(lane.asleep, wakingMax_))
-        return false;
-    const auto due = lane.turns.nextTime();
-    const bool isUnwatched = due && !(lane.watchedTime && *lane.watchedTime <= *due);
-    if (!isUnwatched && !lane.turns.mayTake())
-        return false;
-    ++lane.waking;
-    return true;
+    const MutexLock lock(mutex_);
+    // an owner that already has its share of threads continues when one of them becomes free
+    if (!stopping_ && fast_.turns.add(owner, std::move(subscription)))
+        fast_.work.notify_one();
 }
 
 void DeliveryThreads::later(std::shared_ptr<Subscription> subscription,
@@ -79,8 +59,7 @@ void DeliveryThreads::later(std::shared_ptr<Subscription> subscription,
         addThread(slow_);
     Lane& lane = slow ? slow_ : fast_;
     lane.turns.add(owner, when, std::move(subscription));
-    if (wakesThread(lane))
-        lane.work.notify_one();
+    lane.work.notify_one();
 }
 
 bool DeliveryThreads::addThread(Lane& lane) {
@@ -101,7 +80,7 @@ bool DeliveryThreads::addThread(Lane& lane) {
 void DeliveryThreads::sooner(const Subscription& subscription,
                              Subscription::Clock::time_point when) {
     const MutexLock lock(mutex_);
-    if (fast_.turns.hasten(subscription, when) && wakesThread(fast_))
+    if (fast_.turns.hasten(subscription, when))
         fast_.work.notify_one();
 }
 
@@ -130,53 +109,41 @@ std::size_t DeliveryThreads::threads() const {
     return threads_.size();
 }
 
-Turns::Waiting DeliveryThreads::next(Lane& lane) {
+Turns::Waiting DeliveryThreads::next(Lane& lane, const Turns::Owner* left) {
+    const bool isFast = &lane == &fast_;
     while (!stopping_) {
-        if (Turns::Waiting next = lane.turns.take(Subscription::Clock::now()); next.subscription)
+        if (Turns::Waiting next = lane.turns.take(Subscription::Clock::now()); next.subscription) {
+            // the owner just left uses one thread less, so another thread may now serve it
+            if (left != nullptr && left != next.owner && lane.turns.mayHaveThread(*left))
+                lane.work.notify_one();
             return next;
-        if ((&lane == &fast_ && lane.threads > fastWanted_) || !sleep(lane))
+        }
+        left = nullptr;  // may be deleted during the wait
+        if (isFast && lane.threads > fastWanted_)
+            return {};
+        if (const auto due = lane.turns.nextTime())
+            lane.work.wait_until(mutex_, *due);
+        else if (isFast)
+            lane.work.wait(mutex_);
+        else if (lane.work.wait_for(mutex_, kIdleTime) == std::cv_status::timeout &&
+                 lane.turns.empty())
             return {};
     }
     return {};
 }
 
-bool DeliveryThreads::sleep(Lane& lane) {
-    bool isIdle = false;
-    const auto due = lane.turns.nextTime();
-    ++lane.asleep;
-    if (due && !(lane.watchedTime && *lane.watchedTime <= *due)) {
-        lane.watchedTime = due;
-        lane.work.wait_until(mutex_, *due);
-        if (lane.watchedTime == due)
-            lane.watchedTime.reset();
-    } else if (&lane == &fast_) {
-        lane.work.wait(mutex_);
-    } else {
-        isIdle = lane.work.wait_for(mutex_, kIdleTime) == std::cv_status::timeout;
-    }
-    --lane.asleep;
-    // A thread whose wait has timed out counts as one of those being woken. Otherwise, when a
-    // notification finds no thread asleep, the count would stay too high and later none be woken.
-    if (lane.waking > 0)
-        --lane.waking;
-    return !isIdle || !lane.turns.empty();
-}
-
 void DeliveryThreads::run(Lane& lane) {
     const MutexLock lock(mutex_);
-    Turns::Waiting turn = next(lane);
+    Turns::Waiting turn = next(lane, nullptr);
     while (turn.subscription) {
-        const bool wakes = wakesThread(lane);
         {
             const MutexUnlock unlocked(mutex_);
-            if (wakes)
-                lane.work.notify_one();
             turn.subscription->serve();
             // may delete the subscription, which must not happen under the lock
             turn.subscription.reset();
         }
         lane.turns.ended(*turn.owner);
-        turn = next(lane);
+        turn = next(lane, turn.owner);
     }
     leave(lane);
 }

@@ -2,7 +2,6 @@
 
 #include <kelp/util/mutex.h>
 
-#include <optional>
 #include <thread>
 
 #include "delivery/subscription.h"
@@ -43,28 +42,17 @@ class DeliveryThreads final : public Subscription::Scheduler {
         Turns turns;
         util::ConditionVariable work;
         std::size_t threads = 0;
-        std::size_t asleep = 0;  ///< threads that wait for work, with those being woken
-        std::size_t waking = 0;  ///< threads that have been woken and do not run yet
-        /// The time until which one thread sleeps, to serve what comes due then.
-        std::optional<Turns::Time> watchedTime;
     };
 
     /// If no thread can be started: throw if the pool has none, else trace it and return false.
     bool addThread(Lane& lane) KELP_REQUIRES(mutex_);
     void run(Lane& lane) KELP_EXCLUDES(mutex_);
-    /// Whether the caller must notify `lane.work`, best without the lock: there is something to do
-    /// and a thread to wake, and fewer threads are being woken than can run. A woken thread in turn
-    /// wakes another one if something is left. So all threads come to run when the consumers take
-    /// their time, and few when they do not.
-    bool wakesThread(Lane& lane) KELP_REQUIRES(mutex_);
-    /// The next consumer to serve; none when the thread must end.
-    Turns::Waiting next(Lane& lane) KELP_REQUIRES(mutex_);
-    /// Wait until there may be work. False when the thread has waited long enough and must end.
-    bool sleep(Lane& lane) KELP_REQUIRES(mutex_);
+    /// The next consumer to serve; none when the thread must end. `left` is the owner of the
+    /// consumer that the thread has just served, if any.
+    Turns::Waiting next(Lane& lane, const Turns::Owner* left) KELP_REQUIRES(mutex_);
     void leave(Lane& lane) KELP_REQUIRES(mutex_);
     void joinEnded() KELP_REQUIRES(mutex_);
 
-    const std::size_t wakingMax_;
     mutable util::Mutex mutex_{util::LockRank::Leaf, "DeliveryThreads::mutex_"};
     Lane fast_ KELP_GUARDED_BY(mutex_);
     Lane slow_ KELP_GUARDED_BY(mutex_);

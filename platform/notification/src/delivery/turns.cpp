@@ -22,11 +22,12 @@ bool Turns::ByLastTurn::operator()(const Owner* one, const Owner* other) const {
     return one->number < other->number;
 }
 
-void Turns::add(const std::string& owner, std::shared_ptr<Subscription> subscription) {
+bool Turns::add(const std::string& owner, std::shared_ptr<Subscription> subscription) {
     Owner& its = ownerOf(owner);
     std::list<Waiting> one;
     one.push_back({std::move(subscription), &its});
     makeDue(one);
+    return mayHaveThread(its);
 }
 
 void Turns::add(const std::string& owner, Time when, std::shared_ptr<Subscription> subscription) {
@@ -56,7 +57,8 @@ Turns::Waiting Turns::take(Time now) {
         makeDue(timed_.begin()->second);
         timed_.erase(timed_.begin());
     }
-    const auto next = nextOwner();
+    const auto next = std::find_if(due_.begin(), due_.end(),
+                                   [this](const Owner* each) { return mayHaveThread(*each); });
     if (next == due_.end())
         return {};
     Owner& owner = **next;
@@ -76,15 +78,6 @@ Turns::Waiting Turns::take(Time now) {
 void Turns::ended(Owner& owner) {
     --owner.busy;
     --busy_;
-}
-
-bool Turns::mayTake() const {
-    return busy_ < threads_ && nextOwner() != due_.end();
-}
-
-Turns::Places::const_iterator Turns::nextOwner() const {
-    return std::find_if(due_.begin(), due_.end(),
-                        [this](const Owner* each) { return mayHaveThread(*each); });
 }
 
 bool Turns::mayHaveThread(const Owner& owner) const {
@@ -117,6 +110,7 @@ Turns::Owner& Turns::ownerOf(const std::string& key) {
     const auto found = owners_.find(key);
     if (found != owners_.end())
         return *found->second;
+    // only here: a thread that has just ended a turn may still ask about its owner
     forgetOld();
     auto made = std::make_unique<Owner>();
     made->isNobody = key.empty();

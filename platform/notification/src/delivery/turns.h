@@ -32,8 +32,8 @@ class Turns {
     Turns(const Turns&) = delete;
     Turns& operator=(const Turns&) = delete;
 
-    /// Add a consumer that can be served now.
-    void add(const std::string& owner, std::shared_ptr<Subscription> subscription);
+    /// Add a consumer that can be served now. True if its owner may have another thread now.
+    bool add(const std::string& owner, std::shared_ptr<Subscription> subscription);
     /// Add a consumer that is not to be served before `when`.
     void add(const std::string& owner, Time when, std::shared_ptr<Subscription> subscription);
     /// Let a consumer that waits until `when` be served at once. False if it does not wait for that
@@ -43,10 +43,11 @@ class Turns {
     /// Take the next consumer that may be served now; none if there is none. The thread that serves
     /// it calls ended() afterwards.
     Waiting take(Time now);
-    /// A thread has finished serving a consumer of this owner, which is valid until then.
+    /// A thread has finished serving a consumer of this owner, which stays valid until the next
+    /// add().
     void ended(Owner& owner);
-    /// Whether take() would find one, not counting those whose time has come since its last call.
-    bool mayTake() const;
+    /// Whether one of this owner's consumers may be taken now.
+    bool mayHaveThread(const Owner& owner) const;
 
     /// The earliest time for which a consumer waits.
     std::optional<Time> nextTime() const;
@@ -63,9 +64,6 @@ class Turns {
     /// Lists of one entry, which can be moved to the owner's list without allocating memory.
     using Timed = std::multimap<Time, std::list<Waiting>>;
 
-    /// Whether one of this owner's consumers may be taken now.
-    bool mayHaveThread(const Owner& owner) const;
-    Places::const_iterator nextOwner() const;
     Owner& ownerOf(const std::string& key);
     void makeDue(std::list<Waiting>& one);
     void forgetOld();

@@ -111,12 +111,12 @@ Json takeCbor(std::string_view& text) {
     } catch (const Json::exception&) {
         refuseItem("it is not CBOR");
     }
-    // A key that is there twice, or a number in a longer form than it needs, would be lost unseen.
+    // Of a key that stands twice only the last value would be left, and nobody would notice.
     std::string again;
     again.reserve(item.size());
     appendCbor(again, value);
     if (again != item)
-        refuseItem("it is not in the shortest form");
+        refuseItem("it has a key twice, or a number in a longer form than needed");
     return value;
 }
 

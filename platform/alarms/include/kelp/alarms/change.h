@@ -75,9 +75,9 @@ inline constexpr std::size_t kRecordBytesMax = 1 << 20;
 /// with the longest member.
 KELP_EXPORT std::string encode(const Change& change);
 
-/// Read the content of a record. Throws DamagedRecord for anything that encode() does not write,
-/// except that fields may stand in another order, be given with their default value, and pairs may
-/// be an array where an object would do.
+/// Read the content of a record. Fields may stand in another order or have their default value, and
+/// pairs may be an array where encode() writes an object. Throws DamagedRecord for anything else
+/// that encode() does not write.
 KELP_EXPORT Change decode(std::string_view record);
 
 }  // namespace kelp::alarms

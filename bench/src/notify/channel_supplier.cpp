@@ -22,6 +22,28 @@ notification::ChannelSettings settings() {
     return made;
 }
 
+/// Tells an outside supplier how many events wait. It uses an interface of the standard, so that
+/// no IDL is needed for it.
+class Gauge final : public POA_CosNotification::QoSAdmin {
+  public:
+    explicit Gauge(Supplier& supplier) : supplier_(supplier) {}
+    CosNotification::QoSProperties* get_qos() override {
+        CosNotification::QoSProperties_var answer = new CosNotification::QoSProperties(1);
+        answer->length(1);
+        answer[0].name = CORBA::string_dup("waiting");
+        answer[0].value <<= static_cast<CORBA::ULong>(supplier_.waiting());
+        return answer._retn();
+    }
+    void set_qos(const CosNotification::QoSProperties&) override { throw CORBA::NO_IMPLEMENT(); }
+    void validate_qos(const CosNotification::QoSProperties&,
+                      CosNotification::NamedPropertyRangeSeq_out) override {
+        throw CORBA::NO_IMPLEMENT();
+    }
+
+  private:
+    Supplier& supplier_;
+};
+
 class ChannelSupplier final : public Supplier {
   public:
     ChannelSupplier(CORBA::ORB_ptr orb, Kind kind, const std::vector<std::string>& consumers,
@@ -56,6 +78,23 @@ class ChannelSupplier final : public Supplier {
         for (std::size_t i = 0; i < std::min(good_, counts.size()); ++i)
             most = std::max<std::size_t>(most, counts[i].queued);
         return most;
+    }
+    Outside outside() override {
+        const EventChannel_var channel = channel_.reference();
+        const SupplierAdmin_var admin = channel->default_supplier_admin();
+        ProxyID id = 0;
+        const ProxyConsumer_var proxy =
+            admin->obtain_notification_push_consumer(STRUCTURED_EVENT, id);
+        const StructuredProxyPushConsumer_var intake =
+            StructuredProxyPushConsumer::_narrow(proxy.in());
+        intake->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
+        const CORBA::Object_var rootObject = orb_->resolve_initial_references("RootPOA");
+        const PortableServer::POA_var root = PortableServer::POA::_narrow(rootObject.in());
+        const PortableServer::ObjectId_var gaugeId = root->activate_object(&gauge_);
+        const CORBA::Object_var gauge = root->id_to_reference(gaugeId.in());
+        const CORBA::String_var consumer = orb_->object_to_string(intake.in());
+        const CORBA::String_var asked = orb_->object_to_string(gauge.in());
+        return {consumer.in(), asked.in()};
     }
 
   private:
@@ -103,6 +142,7 @@ class ChannelSupplier final : public Supplier {
     }
 
     const CORBA::ORB_var orb_;
+    Gauge gauge_{*this};
     notification::Channel channel_;
     const std::size_t good_;
     ConsumerAdmin_var admin_;

@@ -5,7 +5,7 @@
 #include <csignal>
 #include <iostream>
 #include <list>
-#include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -67,6 +67,18 @@ struct Slice {
     double processorSeconds = 0;
 };
 
+Slice readSlice(const std::string& answer) {
+    Slice slice;
+    std::istringstream(answer) >> slice.events >> slice.seconds >> slice.processorSeconds;
+    slice.seconds /= 1e9;
+    slice.processorSeconds /= 1e9;
+    return slice;
+}
+
+std::string floodOrder(std::chrono::milliseconds length) {
+    return fmt::format("flood {}", length.count());
+}
+
 /// A supplier in a separate process, connected to the consumers.
 class Source {
   public:
@@ -82,23 +94,44 @@ class Source {
             throw std::runtime_error("a supplier does not begin");
     }
     Slice flood(std::chrono::milliseconds length) {
-        return ask(fmt::format("flood {}", length.count()));
+        return readSlice(talker_.ask(floodOrder(length)));
     }
     Slice pace(std::size_t rate, std::chrono::milliseconds length) {
-        return ask(fmt::format("pace {} {}", rate, length.count()));
+        return readSlice(talker_.ask(fmt::format("pace {} {}", rate, length.count())));
     }
+    /// The references for one more supplier outside the channel's process.
+    std::string outside() { return talker_.ask("outside"); }
+    pid_t pid() { return talker_.process().pid(); }
     double residentKib() { return bench::residentKib(talker_.process().pid()); }
 
   private:
-    Slice ask(const std::string& order) {
-        Slice slice;
-        std::istringstream(talker_.ask(order)) >> slice.events >> slice.seconds >>
-            slice.processorSeconds;
-        slice.seconds /= 1e9;
-        slice.processorSeconds /= 1e9;
+    Talker talker_;
+};
+
+/// A supplier outside the process of a channel, which has begun already.
+class OutsideSource {
+  public:
+    explicit OutsideSource(Source& channel)
+        : channel_(channel), talker_(NOTIFY_BENCH_SUPPLIER, {"outside", "structured"}) {
+        std::string consumer;
+        std::string gauge;
+        std::istringstream(channel.outside()) >> consumer >> gauge;
+        talker_.say("to " + consumer);
+        talker_.say("gauge " + gauge);
+        if (talker_.ask("ready") != "ready")
+            throw std::runtime_error("a supplier outside the channel does not begin");
+    }
+    /// The processor time is that of the channel's process.
+    Slice flood(std::chrono::milliseconds length) {
+        const std::chrono::nanoseconds before = processorTime(channel_.pid());
+        Slice slice = readSlice(talker_.ask(floodOrder(length)));
+        slice.processorSeconds =
+            std::chrono::duration<double>(processorTime(channel_.pid()) - before).count();
         return slice;
     }
 
+  private:
+    Source& channel_;
     Talker talker_;
 };
 
@@ -146,28 +179,54 @@ struct Pairs {
     }
 };
 
+/// Deliveries and processor time of the channel and of the direct supplier, in turns.
 struct FloodSeries {
     Pairs deliveries;
     Pairs processor;
 };
 
-std::vector<Figure> floodOf(Kind kind, std::size_t count, const NotifyOptions& options) {
-    Consumers consumers = makeConsumers(kind, count);
-    Source channel("channel", kind, consumers);
-    Source straight("straight", kind, consumers);
-    channel.begin();
-    straight.begin();
-    constexpr std::chrono::milliseconds warmUp{300};
-    channel.flood(warmUp);
-    straight.flood(warmUp);
-    const double residentBefore = channel.residentKib();
+/// Aims for the ratios of one number of consumers.
+struct FloodAims {
+    std::optional<double> deliveries{};
+    std::optional<double> processor{};
+};
+
+FloodAims insideAims(Kind kind, std::size_t count) {
+    FloodAims aims;
+    const bool isMany = count == 16 || count == 64;
+    if (kind == Kind::Sequence) {
+        aims.deliveries = 1.2;
+        if (isMany)
+            aims.processor = 0.4;
+        return aims;
+    }
+    aims.deliveries = 1.0;
+    if (isMany)
+        aims.processor = 0.6;
+    else if (count == 4)
+        aims.processor = 1.0;
+    return aims;
+}
+
+FloodAims outsideAims(std::size_t count) {
+    if (count == 4)
+        return {0.75, 1.2};
+    if (count == 16 || count == 64)
+        return {0.9, 0.8};
+    return {};
+}
+
+/// Run the slices of a series. `channel` and `straight` have a function flood(length).
+template <class Channel>
+FloodSeries floodInTurns(Channel& channel, Source& straight, Consumers& consumers,
+                         const NotifyOptions& options) {
     FloodSeries series;
-    const auto slice = [&](Source& source, std::vector<double>& deliveries,
+    const auto slice = [&](auto& source, std::vector<double>& deliveries,
                            std::vector<double>& processor) {
         reset(consumers);
         const Slice done = source.flood(options.flood);
         heardBy(consumers, done);
-        const double made = done.events * static_cast<double>(count);
+        const double made = done.events * static_cast<double>(consumers.size());
         deliveries.push_back(made / done.seconds);
         processor.push_back(done.processorSeconds / made * 1e6);
     };
@@ -179,23 +238,66 @@ std::vector<Figure> floodOf(Kind kind, std::size_t count, const NotifyOptions& o
         if (!channelFirst)
             slice(channel, series.deliveries.product, series.processor.product);
     }
-    const std::string what = fmt::format(
-        "{}, {} consumers", kind == Kind::Structured ? "single events" : "batches of 50", count);
-    constexpr const char* floor = "straight pushes";
-    Figure deliveries = series.deliveries.figure(what, "deliveries/s", floor);
-    Figure processor =
-        series.processor.figure("  supplier's processor time a delivery", "us", floor);
-    if (count == 16)
-        deliveries.aim =
-            Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kind == Kind::Structured ? 0.95 : 0.9};
-    if (count >= 16)
-        processor.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtMost, 0.6};
+    return series;
+}
+
+constexpr const char* kStraight = "straight pushes";
+constexpr std::chrono::milliseconds kWarmUp{300};
+
+std::vector<Figure> figuresOf(const FloodSeries& series, const std::string& what,
+                              const std::string& whose, const FloodAims& aims) {
+    Figure deliveries = series.deliveries.figure(what, "deliveries/s", kStraight);
+    Figure processor = series.processor.figure(fmt::format("  {} processor time a delivery", whose),
+                                               "us", kStraight);
+    if (aims.deliveries)
+        deliveries.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, *aims.deliveries};
+    if (aims.processor)
+        processor.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtMost, *aims.processor};
+    return {deliveries, processor};
+}
+
+Figure memoryOf(Source& channel, double before, Source& straight, const std::string& whose) {
     Figure memory;
-    memory.name = "  supplier's resident memory";
+    memory.name = fmt::format("  {} resident memory", whose);
     memory.unit = "KiB";
     memory.value = channel.residentKib();
-    memory.references = {{"before the rounds", residentBefore}, {floor, straight.residentKib()}};
-    return {deliveries, processor, memory};
+    memory.references = {{"before the rounds", before}, {kStraight, straight.residentKib()}};
+    return memory;
+}
+
+std::vector<Figure> floodOf(Kind kind, std::size_t count, const NotifyOptions& options) {
+    Consumers consumers = makeConsumers(kind, count);
+    Source channel("channel", kind, consumers);
+    Source straight("straight", kind, consumers);
+    channel.begin();
+    straight.begin();
+    channel.flood(kWarmUp);
+    straight.flood(kWarmUp);
+    const double residentBefore = channel.residentKib();
+    const FloodSeries series = floodInTurns(channel, straight, consumers, options);
+    const std::string what = fmt::format(
+        "{}, {} consumers", kind == Kind::Structured ? "single events" : "batches of 50", count);
+    std::vector<Figure> figures = figuresOf(series, what, "supplier's", insideAims(kind, count));
+    figures.push_back(memoryOf(channel, residentBefore, straight, "supplier's"));
+    return figures;
+}
+
+std::vector<Figure> floodFromOutside(std::size_t count, const NotifyOptions& options) {
+    Consumers consumers = makeConsumers(Kind::Structured, count);
+    Source channel("channel", Kind::Structured, consumers);
+    Source straight("straight", Kind::Structured, consumers);
+    channel.begin();
+    straight.begin();
+    OutsideSource outside(channel);
+    outside.flood(kWarmUp);
+    straight.flood(kWarmUp);
+    const double residentBefore = channel.residentKib();
+    const FloodSeries series = floodInTurns(outside, straight, consumers, options);
+    std::vector<Figure> figures =
+        figuresOf(series, fmt::format("events from another process, {} consumers", count),
+                  "channel's", outsideAims(count));
+    figures.push_back(memoryOf(channel, residentBefore, straight, "channel's"));
+    return figures;
 }
 
 struct DelaySeries {
@@ -233,7 +335,7 @@ std::vector<Figure> delaysBesideStraight(const NotifyOptions& options) {
     return figuresOf(
         series,
         fmt::format("delay at {} events/s, {} consumers", options.rate, options.delayConsumers),
-        "straight pushes", 1.5);
+        kStraight, 1.0);
 }
 
 /// Measure twelve good consumers together with four bad ones: one is frozen, one takes an event a
@@ -261,7 +363,7 @@ std::vector<Figure> delaysBesideBadOnes(const NotifyOptions& options) {
         addDelays(alone, consumers, options, series.p50.floor, series.p99.floor);
     }
     return figuresOf(series, fmt::format("delay with 4 bad consumers beside {}", good),
-                     "without them", 2);
+                     "without them", 1.2);
 }
 
 }  // namespace
@@ -274,6 +376,16 @@ std::vector<Figure> measureFlood(const NotifyOptions& options) {
             for (Figure& each : floodOf(kind, count, options))
                 figures.push_back(std::move(each));
         }
+    }
+    return figures;
+}
+
+std::vector<Figure> measureOutside(const NotifyOptions& options) {
+    std::vector<Figure> figures;
+    for (const std::size_t count : options.consumers) {
+        std::cerr << fmt::format("from another process, {} consumers\n", count);
+        for (Figure& each : floodFromOutside(count, options))
+            figures.push_back(std::move(each));
     }
     return figures;
 }

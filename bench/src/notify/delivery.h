@@ -21,6 +21,9 @@ struct NotifyOptions {
 /// Measure deliveries a second, processor time and memory of the channel, compared with a supplier
 /// that pushes directly.
 std::vector<Figure> measureFlood(const NotifyOptions& options);
+/// Measure the same for single events of a supplier in another process, which the channel receives
+/// over a connection. The direct supplier is the same as in measureFlood().
+std::vector<Figure> measureOutside(const NotifyOptions& options);
 /// Measure delays at a steady rate: the channel compared with the direct supplier, and the channel
 /// with and without bad consumers.
 std::vector<Figure> measureDelays(const NotifyOptions& options);

@@ -17,7 +17,8 @@ constexpr const char* kFooter =
 Examples:
   notify_bench
   notify_bench --quick
-  notify_bench --only flood --consumers 16)";
+  notify_bench --only flood --consumers 16
+  notify_bench --only outside --consumers 4 16 --rounds 3)";
 
 }  // namespace
 
@@ -31,8 +32,8 @@ int main(int argc, char** argv) {
     app.footer(kFooter);
     app.add_flag("--json", options.json, "The result as JSON");
     app.add_flag("--quick", quick, "Few short rounds, to see that it runs; the figures are rough");
-    app.add_option("--only", only, "Measure this only: flood or delays")
-        ->check(CLI::IsMember({"flood", "delays"}));
+    app.add_option("--only", only, "Measure this only: flood, outside or delays")
+        ->check(CLI::IsMember({"flood", "outside", "delays"}));
     app.add_option("--consumers", options.consumers, "Numbers of consumers")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
@@ -50,9 +51,12 @@ int main(int argc, char** argv) {
         Report report;
         report.machine = machineInWords();
         report.loadBefore = loadOfMachine();
-        if (only != "delays")
+        const auto isWanted = [&](const char* series) { return only.empty() || only == series; };
+        if (isWanted("flood"))
             report.add(measureFlood(options));
-        if (only != "flood")
+        if (isWanted("outside"))
+            report.add(measureOutside(options));
+        if (isWanted("delays"))
             report.add(measureDelays(options));
         report.loadAfter = loadOfMachine();
         if (options.json)

@@ -16,6 +16,12 @@ constexpr CORBA::Long kBatch = 50;
 /// A supplier that floods pauses while this number of events wait for some consumer.
 constexpr std::size_t kMostWaiting = 4000;
 
+/// What a supplier outside the channel's process needs, as references in text form.
+struct Outside {
+    std::string consumer;  ///< a StructuredPushConsumer that accepts the events
+    std::string gauge;     ///< a QoSAdmin whose get_qos() returns the number of waiting events
+};
+
 /// Delivers one event after the other to all its consumers.
 class Supplier {
   public:
@@ -23,6 +29,9 @@ class Supplier {
     virtual void push(const CosNotification::StructuredEvent& event) = 0;
     /// The largest number of events that wait for one consumer, not counting the bad consumers.
     virtual std::size_t waiting() = 0;
+    /// References for an outside supplier: where to push, and where to ask for waiting(). Each call
+    /// connects one more supplier. Only the channel has them.
+    virtual Outside outside() { return {}; }
 };
 
 /// Make a supplier that uses the product's channel.
@@ -33,5 +42,8 @@ std::unique_ptr<Supplier> channelSupplier(CORBA::ORB_ptr orb, Kind kind,
 /// Make the floor: a supplier with a thread for each consumer, which makes an ordinary call.
 std::unique_ptr<Supplier> straightSupplier(CORBA::ORB_ptr orb,
                                            const std::vector<std::string>& consumers);
+
+/// Make a supplier that pushes to a channel in another process, with ordinary calls.
+std::unique_ptr<Supplier> outsideSupplier(CORBA::ORB_ptr orb, const Outside& channel);
 
 }  // namespace kelp::bench

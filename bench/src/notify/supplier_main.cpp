@@ -3,13 +3,16 @@
 //
 //     good IOR | bad IOR | reconnecting IOR | ready
 //
-// Then it reads orders. It answers each with a line when all good consumers have received every
-// event:
+// An outside supplier reads "to IOR" and "gauge IOR" instead, the answers of a channel to
+// "outside". Then it reads orders. It answers each with a line when all good consumers have
+// received every event:
 //
 //     flood MS       push as fast as the consumers accept events, for MS milliseconds
 //     pace RATE MS   push RATE events a second, for MS milliseconds
 //
 // The answer is "<events> <ns it took> <ns of processor time>".
+//
+//     outside        a channel answers with the references for one more supplier: "<IOR> <IOR>"
 
 #include <kelp/orb/exception_text.h>
 #include <kelp/orb/orb.h>
@@ -79,6 +82,7 @@ struct Consumers {
     std::vector<std::string> good;
     std::vector<std::string> bad;
     std::string reconnecting;
+    Outside channel;
 };
 
 Consumers readConsumers() {
@@ -91,13 +95,43 @@ Consumers readConsumers() {
             consumers.good.push_back(reference);
         else if (word == "bad")
             consumers.bad.push_back(reference);
+        else if (word == "to")
+            consumers.channel.consumer = reference;
+        else if (word == "gauge")
+            consumers.channel.gauge = reference;
         else
             consumers.reconnecting = reference;
     }
     return consumers;
 }
 
-void serve(bool straight, Kind kind) {
+std::unique_ptr<Supplier> makeSupplier(CORBA::ORB_ptr orb, const std::string& how, Kind kind,
+                                       const Consumers& consumers) {
+    if (how == "straight")
+        return straightSupplier(orb, consumers.good);
+    if (how == "outside")
+        return outsideSupplier(orb, consumers.channel);
+    return channelSupplier(orb, kind, consumers.good, consumers.bad, consumers.reconnecting);
+}
+
+/// Carry out an order to push events, and print the answer.
+void supply(Work& work, const std::string& order) {
+    std::uint64_t rate = 0;
+    if (order == "pace")
+        std::cin >> rate;
+    Milliseconds::rep length = 0;
+    std::cin >> length;
+    const std::chrono::nanoseconds processor = processorTimeOfThis();
+    const Clock::time_point begin = Clock::now();
+    const std::uint64_t events =
+        rate > 0 ? work.pace(rate, Milliseconds(length)) : work.flood(Milliseconds(length));
+    work.drain();
+    const std::chrono::nanoseconds took = Clock::now() - begin;
+    std::cout << events << ' ' << took.count() << ' ' << (processorTimeOfThis() - processor).count()
+              << std::endl;
+}
+
+void serve(const std::string& how, Kind kind) {
     kelp::orb::OrbOptions options;
     options.listen = {"127.0.0.1:0"};
     const CORBA::ORB_var orb = kelp::orb::start(options, nullptr);
@@ -107,26 +141,16 @@ void serve(bool straight, Kind kind) {
     kelp::orb::letCallersThrough(manager.in());
     {
         const Consumers consumers = readConsumers();
-        const std::unique_ptr<Supplier> supplier =
-            straight ? straightSupplier(orb.in(), consumers.good)
-                     : channelSupplier(orb.in(), kind, consumers.good, consumers.bad,
-                                       consumers.reconnecting);
+        const std::unique_ptr<Supplier> supplier = makeSupplier(orb.in(), how, kind, consumers);
         std::cout << "ready" << std::endl;
         Work work(*supplier);
         for (std::string order; std::cin >> order;) {
-            std::uint64_t rate = 0;
-            if (order == "pace")
-                std::cin >> rate;
-            Milliseconds::rep length = 0;
-            std::cin >> length;
-            const std::chrono::nanoseconds processor = processorTimeOfThis();
-            const Clock::time_point begin = Clock::now();
-            const std::uint64_t events =
-                rate > 0 ? work.pace(rate, Milliseconds(length)) : work.flood(Milliseconds(length));
-            work.drain();
-            const std::chrono::nanoseconds took = Clock::now() - begin;
-            std::cout << events << ' ' << took.count() << ' '
-                      << (processorTimeOfThis() - processor).count() << std::endl;
+            if (order == "outside") {
+                const Outside references = supplier->outside();
+                std::cout << references.consumer << ' ' << references.gauge << std::endl;
+            } else {
+                supply(work, order);
+            }
         }
     }
     orb->destroy();
@@ -136,12 +160,11 @@ void serve(bool straight, Kind kind) {
 
 int main(int argc, char** argv) {
     if (argc != 3) {
-        std::cerr << "usage: notify_bench_supplier channel|straight structured|sequence\n";
+        std::cerr << "usage: notify_bench_supplier channel|straight|outside structured|sequence\n";
         return 2;
     }
     try {
-        serve(std::string(argv[1]) == "straight",
-              std::string(argv[2]) == "sequence" ? Kind::Sequence : Kind::Structured);
+        serve(argv[1], std::string(argv[2]) == "sequence" ? Kind::Sequence : Kind::Structured);
     } catch (const CORBA::Exception& failure) {
         std::cerr << "notify_bench_supplier: " << kelp::orb::exceptionText(failure) << '\n';
         return 1;

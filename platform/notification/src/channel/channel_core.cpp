@@ -96,6 +96,8 @@ OwnerPtr ChannelCore::ownerOfCaller(const OwnerPtr& parent) {
 }
 
 void ChannelCore::distribute(const EventPtr& event) {
+    // hands the consumers over when the intake is free again
+    const SendingThreads::HandOver together(deliveryThreads_.sendingThreads());
     const MutexLock order(intake_);
     std::shared_ptr<const ConsumerPaths> paths;
     {

@@ -22,7 +22,9 @@ constexpr std::chrono::seconds kIdleTime{10};
 }  // namespace
 
 DeliveryThreads::DeliveryThreads(std::size_t threadsMax, std::size_t slowThreads)
-    : fast_(std::max<std::size_t>(threadsMax, 1)), slow_(std::max<std::size_t>(slowThreads, 1)) {}
+    : sending_(std::min<std::size_t>(threadsMax, std::thread::hardware_concurrency())),
+      fast_(std::max<std::size_t>(threadsMax, 1)),
+      slow_(std::max<std::size_t>(slowThreads, 1)) {}
 
 DeliveryThreads::~DeliveryThreads() {
     stop();
@@ -79,9 +81,22 @@ bool DeliveryThreads::addThread(Lane& lane) {
 
 void DeliveryThreads::sooner(const Subscription& subscription,
                              Subscription::Clock::time_point when) {
+    if (sending_.sooner(subscription, when))
+        return;
     const MutexLock lock(mutex_);
     if (fast_.turns.hasten(subscription, when))
         fast_.work.notify_one();
+}
+
+void DeliveryThreads::readyToSend(std::shared_ptr<Subscription> subscription) {
+    if (!sending_.ready(subscription))
+        ready(std::move(subscription));
+}
+
+void DeliveryThreads::laterToSend(std::shared_ptr<Subscription> subscription,
+                                  Subscription::Clock::time_point when) {
+    if (!sending_.later(subscription, when))
+        later(std::move(subscription), when, false);
 }
 
 void DeliveryThreads::stop() {
@@ -100,6 +115,7 @@ void DeliveryThreads::stop() {
         fast_.work.notify_all();
         slow_.work.notify_all();
     }
+    sending_.stop();
     for (std::thread& each : ending)
         each.join();
 }

@@ -4,6 +4,7 @@
 
 #include <thread>
 
+#include "delivery/sending_threads.h"
 #include "delivery/subscription.h"
 #include "delivery/turns.h"
 
@@ -11,8 +12,9 @@ namespace kelp::notification {
 
 /// The threads that deliver events. One pool grows and shrinks with the number of consumers, up to
 /// a limit. A small second pool serves the consumers that did not answer, so the others keep their
-/// threads however many hang. Threads of the second pool end after 10 s without work. In both pools
-/// the owners of the consumers take turns. Any thread may call it.
+/// threads however many hang. Threads of the second pool end after 10 s without work. Both pools
+/// wait for the consumers that they call. The consumers that can be served without waiting are left
+/// to SendingThreads. Everywhere the owners of the consumers take turns. Any thread may call it.
 class DeliveryThreads final : public Subscription::Scheduler {
   public:
     DeliveryThreads(std::size_t threadsMax, std::size_t slowThreads);
@@ -29,6 +31,11 @@ class DeliveryThreads final : public Subscription::Scheduler {
                bool slow) override KELP_EXCLUDES(mutex_);
     void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override
         KELP_EXCLUDES(mutex_);
+    void readyToSend(std::shared_ptr<Subscription> subscription) override KELP_EXCLUDES(mutex_);
+    void laterToSend(std::shared_ptr<Subscription> subscription,
+                     Subscription::Clock::time_point when) override KELP_EXCLUDES(mutex_);
+    /// Where the consumers of one event are handed over together.
+    SendingThreads& sendingThreads() { return sending_; }
     /// End the threads after the calls in progress, and forget what is scheduled.
     void stop() KELP_EXCLUDES(mutex_);
 
@@ -53,6 +60,7 @@ class DeliveryThreads final : public Subscription::Scheduler {
     void leave(Lane& lane) KELP_REQUIRES(mutex_);
     void joinEnded() KELP_REQUIRES(mutex_);
 
+    SendingThreads sending_;
     mutable util::Mutex mutex_{util::LockRank::Leaf, "DeliveryThreads::mutex_"};
     Lane fast_ KELP_GUARDED_BY(mutex_);
     Lane slow_ KELP_GUARDED_BY(mutex_);

@@ -19,6 +19,9 @@ using util::MutexUnlock;
 /// Maximum time for which a consumer with more events keeps its delivery thread while others wait
 /// for one.
 constexpr milliseconds kLongestTurn{5};
+/// Maximum number of turns that a thread that waits makes, before one without waiting is tried
+/// again.
+constexpr int kWaitingTurnsMax = 64;
 /// Share of the last call in the averages of its duration and its events.
 constexpr double kLastCallShare = 1.0 / 16;
 
@@ -224,7 +227,10 @@ void Subscription::endPacing() {
 void Subscription::scheduleNow() {
     state_ = State::Scheduled;
     try {
-        scheduler_.ready(shared_from_this());
+        if (isSent())
+            scheduler_.readyToSend(shared_from_this());
+        else
+            scheduler_.ready(shared_from_this());
     } catch (const std::exception&) {
         state_ = State::Idle;
     }
@@ -233,7 +239,10 @@ void Subscription::scheduleNow() {
 void Subscription::scheduleLater(State next, Clock::time_point when, bool isSlow) {
     state_ = next;
     try {
-        scheduler_.later(shared_from_this(), when, isSlow);
+        if (!isSlow && isSent())
+            scheduler_.laterToSend(shared_from_this(), when);
+        else
+            scheduler_.later(shared_from_this(), when, isSlow);
     } catch (const std::exception&) {
         state_ = State::Idle;
     }
@@ -253,18 +262,64 @@ void Subscription::scheduleIfNeeded() {
 void Subscription::serve() noexcept {
     const MutexLock lock(mutex_);
     state_ = State::Serving;
+    waitingTurns_ = std::max(waitingTurns_ - 1, 0);
     bool wasCutShort = false;
     try {
         if (hasWork())
             serveLocked();
     } catch (...) {
-        // no memory for the call or for handling its failure: the events being delivered wait again
-        queue_.putBack();
-        ++failures_;
+        noteCutShort();
         wasCutShort = true;
-        traceCutShort();
     }
     finishTurn(wasCutShort);
+}
+
+void Subscription::send(kelp::orb::AwaitedPushes& pushes) noexcept {
+    const MutexLock lock(mutex_);
+    state_ = State::Serving;
+    bool wasCutShort = false;
+    try {
+        if (hasWork() && answers_ && sendBatch(pushes))
+            return;
+    } catch (...) {
+        noteCutShort();
+        wasCutShort = true;
+    }
+    finishTurn(wasCutShort);
+}
+
+void Subscription::ended(kelp::orb::EndedPush& push) noexcept {
+    const MutexLock lock(mutex_);
+    bool wasCutShort = false;
+    try {
+        const std::size_t events = queue_.size() - queue_.waiting();
+        const bool isAccepted =
+            makeCall([&] { return push.end() == kelp::orb::EndedPush::End::Accepted; });
+        if (isAccepted) {
+            queue_.settle(true);
+            nextWaitingTurns_ = 1;
+            noteCall(Clock::now() - sentAt_, events);
+        } else if (queue_.size() > queue_.waiting()) {
+            waitForTurns();
+        }
+    } catch (...) {
+        noteCutShort();
+        wasCutShort = true;
+    }
+    finishTurn(wasCutShort);
+}
+
+void Subscription::wasNotScheduled() {
+    const MutexLock lock(mutex_);
+    if (state_ == State::Scheduled)
+        state_ = State::Idle;
+}
+
+/// No memory for the call or for handling its failure: the events being delivered wait again.
+void Subscription::noteCutShort() {
+    queue_.putBack();
+    ++failures_;
+    traceCutShort();
 }
 
 void Subscription::tend(Clock::time_point now) {
@@ -320,15 +375,50 @@ bool Subscription::deliverBatch(ConnectedConsumer& consumer) {
         return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
     const Clock::time_point begun = Clock::now();
-    try {
-        {
-            const MutexUnlock unlocked(mutex_);
-            const kelp::orb::ScopedThreadTimeout limit(settings_.pushTimeout);
-            consumer.deliver(events);
-        }
+    const bool isDelivered = makeCall([&] {
+        const kelp::orb::ScopedThreadTimeout limit(settings_.pushTimeout);
+        consumer.deliver(events);
+        return true;
+    });
+    if (isDelivered) {
         queue_.settle(true);
         noteCall(Clock::now() - begun, events.size());
+    }
+    return isDelivered;
+}
+
+bool Subscription::sendBatch(kelp::orb::AwaitedPushes& pushes) {
+    // close() may release consumer_ during the call
+    const std::shared_ptr<ConnectedConsumer> consumer = consumer_;
+    queue_.expire(Clock::now());
+    const std::size_t batchMax = consumer->batchMax();
+    if (!isBatchDue(batchMax))
+        return false;
+    const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
+    sentAt_ = Clock::now();
+    bool isSentNow = false;
+    makeCall([&] {
+        isSentNow = consumer->send(events, pushes, settings_.pushTimeout, shared_from_this());
         return true;
+    });
+    if (!isSentNow && queue_.size() > queue_.waiting())
+        waitForTurns();
+    return isSentNow;
+}
+
+/// The batch has to be delivered by a thread that waits. A consumer that can never be served in
+/// another way, such as one with an encrypted connection, is tried ever more rarely.
+void Subscription::waitForTurns() {
+    queue_.putBack();
+    waitingTurns_ = nextWaitingTurns_;
+    nextWaitingTurns_ = std::min(2 * nextWaitingTurns_, kWaitingTurnsMax);
+}
+
+template <class Call>
+bool Subscription::makeCall(const Call& call) {
+    try {
+        const MutexUnlock unlocked(mutex_);
+        return call();
     } catch (const CosEventComm::Disconnected&) {
         died("it is disconnected");
     } catch (const CORBA::SystemException& failure) {

@@ -19,11 +19,13 @@ namespace kelp::notification {
 /// The events for one consumer after filtering: its queue, its connection and the state of its
 /// delivery. Events are delivered in the order of enqueue(), unless the rules say otherwise. Any
 /// thread may call it. One thread at a time serves it.
-class Subscription : public std::enable_shared_from_this<Subscription> {
+class Subscription : public std::enable_shared_from_this<Subscription>,
+                     public kelp::orb::PushWaiter {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /// Calls serve() on a delivery thread.
+    /// Calls serve() on a delivery thread, which waits for the consumer, or send() on a thread that
+    /// does not wait.
     class Scheduler {
       public:
         virtual ~Scheduler() = default;
@@ -34,10 +36,18 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
         /// Serve as soon as possible a subscription that was scheduled for `when` and not as slow.
         /// Does nothing if its turn has already come.
         virtual void sooner(const Subscription& subscription, Clock::time_point when) = 0;
+        /// The same as ready() and later(), but for send().
+        virtual void readyToSend(std::shared_ptr<Subscription> subscription) {
+            ready(std::move(subscription));
+        }
+        virtual void laterToSend(std::shared_ptr<Subscription> subscription,
+                                 Clock::time_point when) {
+            later(std::move(subscription), when, false);
+        }
     };
 
     Subscription(Scheduler& scheduler, const DeliverySettings& settings, std::size_t queueLimit);
-    virtual ~Subscription() = default;
+    ~Subscription() override = default;
 
     // -- intake
     void enqueue(const EventPtr& event) KELP_EXCLUDES(mutex_);
@@ -75,6 +85,14 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     /// Make one turn of the delivery. Called only by a delivery thread. Does not throw: a turn that
     /// is cut short for lack of memory is retried later.
     void serve() noexcept KELP_EXCLUDES(mutex_);
+    /// Begin one turn without waiting: send the next batch. The turn ends with ended(). If it
+    /// cannot begin in this way, a turn of serve() is scheduled.
+    void send(kelp::orb::AwaitedPushes& pushes) noexcept KELP_EXCLUDES(mutex_);
+    /// The batch that was sent has been answered, or not in time.
+    void ended(kelp::orb::EndedPush& push) noexcept override KELP_EXCLUDES(mutex_);
+    /// The turn that was to be scheduled could not be, for lack of memory. tend() schedules
+    /// another.
+    void wasNotScheduled() KELP_EXCLUDES(mutex_);
     /// To be called a few times a second. Drops expired events, gives up a consumer that has
     /// stopped pulling, and schedules a turn for which there was no memory before.
     void tend(Clock::time_point now) KELP_EXCLUDES(mutex_);
@@ -113,6 +131,17 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     bool probeFirst(ConnectedConsumer& consumer) KELP_REQUIRES(mutex_);
     /// False when the turn is over: no batch is due yet, or the call failed.
     bool deliverBatch(ConnectedConsumer& consumer) KELP_REQUIRES(mutex_);
+    /// True if a batch was sent. Another thread may have ended its turn since then.
+    bool sendBatch(kelp::orb::AwaitedPushes& pushes) KELP_REQUIRES(mutex_);
+    /// Make a call that delivers the batch, or ends its delivery, without the lock. Returns what it
+    /// returns, or false if the call failed, which it notes.
+    template <class Call>
+    bool makeCall(const Call& call) KELP_REQUIRES(mutex_);
+    bool isSent() const KELP_REQUIRES(mutex_) {
+        return answers_ && waitingTurns_ == 0 && consumer_ && consumer_->canSend();
+    }
+    void waitForTurns() KELP_REQUIRES(mutex_);
+    void noteCutShort() KELP_REQUIRES(mutex_);
     void noteCall(Clock::duration duration, std::size_t events) KELP_REQUIRES(mutex_);
     void failed(const CORBA::SystemException& failure) KELP_REQUIRES(mutex_);
     void refused(const std::string& why) KELP_REQUIRES(mutex_);
@@ -139,6 +168,9 @@ class Subscription : public std::enable_shared_from_this<Subscription> {
     bool closed_ KELP_GUARDED_BY(mutex_) = false;
     bool answers_ KELP_GUARDED_BY(mutex_) = true;
     bool isDeathUntold_ KELP_GUARDED_BY(mutex_) = false;
+    int waitingTurns_ KELP_GUARDED_BY(mutex_) = 0;  ///< so many turns are for serve()
+    int nextWaitingTurns_ KELP_GUARDED_BY(mutex_) = 1;
+    Clock::time_point sentAt_ KELP_GUARDED_BY(mutex_){};
     std::chrono::milliseconds pacing_ KELP_GUARDED_BY(mutex_){0};
     std::chrono::milliseconds backOff_ KELP_GUARDED_BY(mutex_);
     Clock::time_point silentSince_ KELP_GUARDED_BY(mutex_);

@@ -1,8 +1,13 @@
 #include "push_suppliers.h"
 
+#include <algorithm>
+
 namespace kelp::notification {
 
 namespace {
+
+/// Counts for an event that has not been encoded yet.
+constexpr std::size_t kTypicalOctets = 2048;
 
 /// Throws BAD_PARAM for a nil consumer (Notification Service 3.4.10).
 template <class Reference>
@@ -20,6 +25,12 @@ class StructuredConsumer final : public ConnectedConsumer {
     void deliver(const std::vector<EventPtr>& events) override {
         for (const EventPtr& each : events)
             sender_.push(consumer_.in(), *each);
+    }
+    bool canSend() const override { return true; }
+    bool send(const std::vector<EventPtr>& events, kelp::orb::AwaitedPushes& pushes,
+              std::chrono::milliseconds limit,
+              const std::shared_ptr<kelp::orb::PushWaiter>& waiter) override {
+        return events.size() == 1 && pushes.push(consumer_.in(), *events.front(), limit, waiter);
     }
     void probe() override { (void)consumer_->_non_existent(); }
     void disconnect() override { consumer_->disconnect_structured_push_consumer(); }
@@ -42,16 +53,33 @@ class SequenceConsumer final : public ConnectedConsumer {
         return path ? static_cast<std::size_t>(path->qos.get().maximumBatchSize) : 1;
     }
     void deliver(const std::vector<EventPtr>& events) override {
-        std::vector<const kelp::orb::SharedEvent*> batch;
-        batch.reserve(events.size());
-        for (const EventPtr& each : events)
-            batch.push_back(each.get());
-        sender_.push(consumer_.in(), batch);
+        sender_.push(consumer_.in(), batchOf(events));
+    }
+    bool canSend() const override { return true; }
+    bool send(const std::vector<EventPtr>& events, kelp::orb::AwaitedPushes& pushes,
+              std::chrono::milliseconds limit,
+              const std::shared_ptr<kelp::orb::PushWaiter>& waiter) override {
+        const Batch batch = batchOf(events);
+        std::size_t octets = 0;
+        for (const kelp::orb::SharedEvent* each : batch)
+            octets += std::max(each->octetsKept(), kTypicalOctets);
+        return octets <= kelp::orb::unsentOctetsMax &&
+               pushes.push(consumer_.in(), batch, limit, waiter);
     }
     void probe() override { (void)consumer_->_non_existent(); }
     void disconnect() override { consumer_->disconnect_sequence_push_consumer(); }
 
   private:
+    using Batch = std::vector<const kelp::orb::SharedEvent*>;
+
+    static Batch batchOf(const std::vector<EventPtr>& events) {
+        Batch batch;
+        batch.reserve(events.size());
+        for (const EventPtr& each : events)
+            batch.push_back(each.get());
+        return batch;
+    }
+
     const CosNotifyComm::SequencePushConsumer_var consumer_;
     const std::weak_ptr<ConsumerPath> path_;
     const kelp::orb::EventSender& sender_;

@@ -63,6 +63,10 @@ std::size_t SharedEvent::encodingsKept() const {
     return encodings_->count();
 }
 
+std::size_t SharedEvent::octetsKept() const {
+    return encodings_->octets();
+}
+
 void SharedEvent::Encodings::write(cdrStream& stream) {
     const std::uint32_t offset = WritePosition::of(stream);
     // align first, so that a batch has two different offsets instead of eight
@@ -80,6 +84,11 @@ void SharedEvent::Encodings::write(cdrStream& stream) {
 std::size_t SharedEvent::Encodings::count() const {
     const util::MutexLock lock(mutex_);
     return static_cast<std::size_t>(std::distance(made_.begin(), made_.end()));
+}
+
+std::size_t SharedEvent::Encodings::octets() const {
+    const util::MutexLock lock(mutex_);
+    return made_.empty() ? 0 : made_.front().octets.size();
 }
 
 const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& stream,

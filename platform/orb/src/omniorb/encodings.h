@@ -18,6 +18,7 @@ class SharedEvent::Encodings {
     void write(cdrStream& stream) KELP_EXCLUDES(mutex_);
 
     std::size_t count() const KELP_EXCLUDES(mutex_);
+    std::size_t octets() const KELP_EXCLUDES(mutex_);
 
   private:
     /// What the octets depend on. The ORB has one converter for each code set and GIOP version, so

@@ -29,6 +29,8 @@ class KELP_EXPORT SharedEvent {
 
     /// Return the number of cached encodings.
     std::size_t encodingsKept() const;
+    /// Return the size in octets of one of the cached encodings; 0 if there is none.
+    std::size_t octetsKept() const;
 
     /// The cached encodings. For implementations of EventSender only.
     class Encodings;

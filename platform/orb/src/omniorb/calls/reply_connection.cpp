@@ -19,27 +19,40 @@ int descriptorOf(const omni::giopConnection& connection) {
     return -1;
 }
 
+std::shared_ptr<SocketLine> lineOf(const omni::giopConnection& connection) {
+    const auto* const tcp = dynamic_cast<const omni::tcpConnection*>(&connection);
+    return tcp != nullptr ? std::make_shared<SocketLine>(tcp->handle()) : nullptr;
+}
+
 }  // namespace
 
-ReplyConnection::ReplyConnection(omni::giopConnection& inner) : inner_(inner) {
+ReplyConnection::ReplyConnection(omni::giopConnection& inner)
+    : inner_(inner), line_(lineOf(inner)) {
     watched_.emplace(descriptorOf(inner));
 }
 
 ReplyConnection::~ReplyConnection() {
-    watched_.reset();  // first, because decrRefCount closes the socket
+    // first, because decrRefCount closes the socket
+    watched_.reset();
+    if (line_)
+        line_->close();
     inner_.decrRefCount(true);
 }
 
 int ReplyConnection::Send(void* buffer, std::size_t size, const omni_time_t& deadline) {
     watched_->beginsToSend();
-    const int count = inner_.Send(buffer, size, deadline);
-    watched_->returns();
+    const int count =
+        line_ ? line_->send(buffer, size, deadline) : inner_.Send(buffer, size, deadline);
+    // a call whose reply is awaited elsewhere still waits
+    if (!line_ || !line_->isKeeping())
+        watched_->returns();
     return count;
 }
 
 int ReplyConnection::Recv(void* buffer, std::size_t size, const omni_time_t& deadline) {
     watched_->beginsToReceive();
-    const int count = inner_.Recv(buffer, size, deadline);
+    const int count =
+        line_ ? line_->receive(buffer, size, deadline) : inner_.Recv(buffer, size, deadline);
     watched_->returns();
     if (count <= 0)
         return count;

@@ -3,16 +3,19 @@
 #include <omniORB4/CORBA.h>
 #include <omniORB4/giopEndpoint.h>
 
+#include <memory>
 #include <optional>
 
 #include "giop/reply_framing.h"
 #include "omniorb/calls/call_watch.h"
+#include "omniorb/calls/socket_line.h"
 
 namespace kelp::orb {
 
 /// Wraps an outgoing connection of the ORB, over any transport. It ends the connection when the
 /// peer sends something that is not a reply, and when a call over it takes longer than the limit of
-/// all calls. Owned by the ORB, which counts references. Owns the ORB's connection.
+/// all calls. It sends and receives the octets of a plain TCP connection itself. Owned by the ORB,
+/// which counts references. Owns the ORB's connection.
 class ReplyConnection final : public omni::giopConnection {
   public:
     explicit ReplyConnection(omni::giopConnection& inner);
@@ -35,8 +38,12 @@ class ReplyConnection final : public omni::giopConnection {
     CORBA::Boolean isSelectable() override { return inner_.isSelectable(); }
     CORBA::Boolean Peek() override { return inner_.Peek(); }
 
+    /// The octets of a plain TCP connection; null for any other. It may outlive the connection.
+    const std::shared_ptr<SocketLine>& line() const { return line_; }
+
   private:
     omni::giopConnection& inner_;
+    const std::shared_ptr<SocketLine> line_;
     giop::ReplyFraming framing_;
     std::optional<CallWatch::Connection> watched_;
 };

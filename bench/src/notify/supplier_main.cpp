@@ -40,6 +40,9 @@ std::chrono::nanoseconds processorTimeOfThis() {
     return spent(usage.ru_utime) + spent(usage.ru_stime);
 }
 
+/// Short for the events that wait, but long enough not to show in the processor time.
+constexpr Milliseconds kPause{2};
+
 class Work {
   public:
     explicit Work(Supplier& supplier) : supplier_(supplier) {}
@@ -52,7 +55,7 @@ class Work {
             for (std::uint64_t i = 0; i < kBetweenLooks; ++i, ++events)
                 push();
             while (supplier_.waiting() > kMostWaiting)
-                std::this_thread::sleep_for(200us);
+                std::this_thread::sleep_for(kPause);
         }
         return events;
     }
@@ -67,7 +70,7 @@ class Work {
     }
     void drain() {
         while (supplier_.waiting() > 0)
-            std::this_thread::sleep_for(200us);
+            std::this_thread::sleep_for(kPause);
     }
 
   private:

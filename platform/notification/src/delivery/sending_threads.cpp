@@ -15,7 +15,7 @@ using util::MutexLock;
 
 /// Consumers that a thread serves before it looks for replies. More would delay the last of them,
 /// fewer would cost more looking.
-constexpr std::size_t kServedAtOnce = 8;
+constexpr std::size_t kServedAtOnce = 16;
 
 thread_local SendingThreads::HandOver* innermost = nullptr;
 

@@ -21,7 +21,7 @@ constexpr std::chrono::seconds kIdleTime{10};
 
 /// A thread that never waits keeps one processor busy in a flood. Half of them are left to the
 /// receivers and to everything else. More threads would mostly wait for each other's locks.
-std::size_t sendingThreads() {
+std::size_t sendingThreadsMax() {
     constexpr std::size_t most = 4;
     return std::clamp<std::size_t>(std::thread::hardware_concurrency() / 2, 1, most);
 }
@@ -29,7 +29,7 @@ std::size_t sendingThreads() {
 }  // namespace
 
 DeliveryThreads::DeliveryThreads(std::size_t threadsMax, std::size_t slowThreads)
-    : sending_(std::min(threadsMax, sendingThreads())),
+    : sending_(std::min(threadsMax, sendingThreadsMax())),
       fast_(std::max<std::size_t>(threadsMax, 1)),
       slow_(std::max<std::size_t>(slowThreads, 1)) {}
 

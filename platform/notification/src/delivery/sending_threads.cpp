@@ -33,9 +33,10 @@ SendingThreads::HandOver::~HandOver() {
     threads_.handOver(ready_);
 }
 
-SendingThreads::SendingThreads(std::size_t threads)
+SendingThreads::SendingThreads(std::size_t threads,
+                               std::unique_ptr<kelp::orb::AwaitedPushes> pushes)
     : threadsMax_(std::max<std::size_t>(threads, 1)),
-      pushes_(kelp::orb::makeAwaitedPushes()),
+      pushes_(std::move(pushes)),
       turns_(threadsMax_) {}
 
 SendingThreads::~SendingThreads() {

@@ -20,7 +20,9 @@ class SendingThreads {
   public:
     using Time = Subscription::Clock::time_point;
 
-    explicit SendingThreads(std::size_t threads);
+    /// Without `pushes` every consumer is refused.
+    explicit SendingThreads(std::size_t threads, std::unique_ptr<kelp::orb::AwaitedPushes> pushes =
+                                                     kelp::orb::makeAwaitedPushes());
     /// Calls stop().
     ~SendingThreads();
     SendingThreads(const SendingThreads&) = delete;

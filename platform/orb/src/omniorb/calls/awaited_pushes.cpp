@@ -37,23 +37,48 @@ milliseconds checkPauseFor(milliseconds limit) {
     return std::clamp(limit / 10, milliseconds(5), milliseconds(100));
 }
 
-/// A push whose request is being sent or has been sent.
-class SentPush final : public EndedPush {
-  public:
-    SentPush(std::unique_ptr<BegunCall> call, std::shared_ptr<PushWaiter> waiter)
-        : call_(std::move(call)), waiter_(std::move(waiter)) {}
+/// A number that no other set of pushes has.
+std::uint64_t nextNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+}
 
-    bool send(milliseconds limit) { return call_->send(limit); }
+/// A push whose request is being sent or has been sent.
+class SentPush : public EndedPush, public SocketLine::Awaited {
+  public:
+    /// Counts itself in `count`.
+    SentPush(std::shared_ptr<PushWaiter> waiter, std::atomic<std::size_t>& count)
+        : waiter_(std::move(waiter)), count_(count) {
+        ++count_;
+    }
+    ~SentPush() override { --count_; }
+    SentPush(const SentPush&) = delete;
+    SentPush& operator=(const SentPush&) = delete;
+
+    virtual BegunCall& call() = 0;
     void tell() noexcept { waiter_->ended(*this); }
-    const std::shared_ptr<SocketLine>& line() const { return call_->line(); }
 
     End end() override {
-        return call_->receive() == BegunCall::End::Returned ? End::Accepted : End::Undecided;
+        return call().receive() == BegunCall::End::Returned ? End::Accepted : End::Undecided;
     }
 
   private:
-    const std::unique_ptr<BegunCall> call_;
     const std::shared_ptr<PushWaiter> waiter_;
+    std::atomic<std::size_t>& count_;
+};
+
+template <class Description>
+class PushOf final : public SentPush {
+  public:
+    template <class Events>
+    PushOf(const Events& events, std::shared_ptr<PushWaiter> waiter,
+           std::atomic<std::size_t>& count)
+        : SentPush(std::move(waiter), count), description_(events) {}
+    BegunCall& call() override { return call_; }
+
+  private:
+    Description description_;
+    BegunCall call_{description_};
 };
 
 /// Watches the sockets with one epoll for all threads. A line is added once, edge-triggered, so a
@@ -65,14 +90,16 @@ class PolledPushes final : public AwaitedPushes {
 
     bool push(CosNotifyComm::StructuredPushConsumer_ptr consumer, const SharedEvent& event,
               milliseconds limit, std::shared_ptr<PushWaiter> waiter) override {
-        return send(BegunCall::prepare(consumer, std::make_unique<StructuredPush>(event)), limit,
-                    std::move(waiter));
+        return send(consumer,
+                    std::make_unique<PushOf<StructuredPush>>(event, std::move(waiter), awaited_),
+                    limit);
     }
     bool push(CosNotifyComm::SequencePushConsumer_ptr consumer,
               std::span<const SharedEvent* const> events, milliseconds limit,
               std::shared_ptr<PushWaiter> waiter) override {
-        return send(BegunCall::prepare(consumer, std::make_unique<SequencePush>(events)), limit,
-                    std::move(waiter));
+        return send(consumer,
+                    std::make_unique<PushOf<SequencePush>>(events, std::move(waiter), awaited_),
+                    limit);
     }
     bool wait(std::optional<Clock::time_point> until) override;
     void wake() override {
@@ -83,26 +110,18 @@ class PolledPushes final : public AwaitedPushes {
     std::size_t awaited() const override { return awaited_; }
 
   private:
-    /// A line and the push that is awaited over it, if any.
-    struct Watched {
-        std::shared_ptr<SocketLine> line;
-        std::unique_ptr<SentPush> push;
-    };
-    using Lines = std::unordered_map<std::uint64_t, Watched>;
-    using Ready = std::vector<std::pair<std::uint64_t, std::shared_ptr<SocketLine>>>;
+    using Lines = std::unordered_map<std::uint64_t, std::shared_ptr<SocketLine>>;
 
-    bool send(std::unique_ptr<BegunCall> call, milliseconds limit,
-              std::shared_ptr<PushWaiter> waiter);
-    /// Watch the line if it is not yet watched, and note the push. Returns the line's number, or 0
-    /// if the system refuses.
-    std::uint64_t enter(std::unique_ptr<SentPush> push) KELP_EXCLUDES(mutex_);
-    std::uint64_t watch(const std::shared_ptr<SocketLine>& line) KELP_REQUIRES(mutex_);
-    std::unique_ptr<SentPush> leave(std::uint64_t number) KELP_EXCLUDES(mutex_);
-    void proceed(const Ready& ready, Clock::time_point now);
+    bool send(CORBA::Object_ptr consumer, std::unique_ptr<SentPush> push, milliseconds limit);
+    /// Return false if the system refuses.
+    bool watch(const std::shared_ptr<SocketLine>& line) KELP_EXCLUDES(mutex_);
+    void proceed(SocketLine& line, Clock::time_point now);
     int timeoutFor(std::optional<Clock::time_point> until) const;
     void checkDeadlines(Clock::time_point now) KELP_EXCLUDES(mutex_);
     void forgetClosed() KELP_REQUIRES(mutex_);
 
+    /// Not the address, which may be that of a set that is gone.
+    const std::uint64_t number_ = nextNumber();
     const util::Descriptor poll_;
     const util::Descriptor wake_;
     std::atomic<std::size_t> awaited_{0};
@@ -110,78 +129,53 @@ class PolledPushes final : public AwaitedPushes {
     std::atomic<Clock::time_point> nextCheck_{Clock::time_point{}};
     util::Mutex mutex_{util::LockRank::Leaf, "PolledPushes::mutex_"};
     Lines lines_ KELP_GUARDED_BY(mutex_);
-    std::unordered_map<const SocketLine*, std::uint64_t> numbers_ KELP_GUARDED_BY(mutex_);
     std::uint64_t lastNumber_ KELP_GUARDED_BY(mutex_) = kWake;
     std::size_t forgetAt_ KELP_GUARDED_BY(mutex_) = 64;
 };
 
-bool PolledPushes::send(std::unique_ptr<BegunCall> call, milliseconds limit,
-                        std::shared_ptr<PushWaiter> waiter) {
-    if (!call)
+bool PolledPushes::send(CORBA::Object_ptr consumer, std::unique_ptr<SentPush> push,
+                        milliseconds limit) {
+    BegunCall& call = push->call();
+    if (!call.prepare(consumer))
         return false;
-    auto made = std::make_unique<SentPush>(std::move(call), std::move(waiter));
-    SentPush& push = *made;
+    // the push may be over, and with it the call, before this function is
+    const std::shared_ptr<SocketLine> line = call.line();
+    if (line->watcher() != number_ && !watch(line))
+        return false;
     checkPause_ = checkPauseFor(limit).count();
-    // entered first: the reply may be there before send() returns
-    const std::uint64_t number = enter(std::move(made));
-    if (number == kWake)
-        return false;
+    std::unique_ptr<SocketLine::Awaited> awaited = std::move(push);
     try {
-        if (push.send(limit))
-            return true;
-    } catch (...) {
-        leave(number);
-        throw;
+        line->beginAwaiting(awaited, Clock::now() + limit, [&call] { call.send(); });
+        return true;
+    } catch (const omni::giopStream::CommFailure&) {
+        return false;
     }
-    leave(number);
-    return false;
 }
 
-std::uint64_t PolledPushes::enter(std::unique_ptr<SentPush> push) {
+bool PolledPushes::watch(const std::shared_ptr<SocketLine>& line) {
     const MutexLock lock(mutex_);
-    const std::uint64_t number = watch(push->line());
-    if (number == kWake)
-        return kWake;
-    lines_[number].push = std::move(push);
-    ++awaited_;
-    return number;
-}
-
-std::uint64_t PolledPushes::watch(const std::shared_ptr<SocketLine>& line) {
-    if (const auto known = numbers_.find(line.get()); known != numbers_.end())
-        return known->second;
     if (lines_.size() >= forgetAt_)
         forgetClosed();
-    const std::uint64_t number = lastNumber_ + 1;
-    lines_.emplace(number, Watched{line, nullptr});
-    numbers_.emplace(line.get(), number);
-    const bool isWatched = line->withDescriptor([&](int descriptor) {
+    const std::uint64_t number = ++lastNumber_;
+    lines_.emplace(number, line);
+    errno = 0;
+    const bool isAdded = line->withDescriptor([&](int descriptor) {
         epoll_event wanted{};
         wanted.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
         wanted.data.u64 = number;
         return ::epoll_ctl(poll_.get(), EPOLL_CTL_ADD, descriptor, &wanted) == 0;
     });
-    lastNumber_ = number;
+    // it is there already if another set of pushes has watched it in between
+    const bool isWatched = isAdded || errno == EEXIST;
+    if (!isAdded)
+        lines_.erase(number);
     if (isWatched)
-        return number;
-    lines_.erase(number);
-    numbers_.erase(line.get());
-    return kWake;
-}
-
-std::unique_ptr<SentPush> PolledPushes::leave(std::uint64_t number) {
-    const MutexLock lock(mutex_);
-    --awaited_;
-    return std::move(lines_.at(number).push);
+        line->watcher(number_);
+    return isWatched;
 }
 
 void PolledPushes::forgetClosed() {
-    std::erase_if(lines_, [this](const auto& each) {
-        const bool isOver = !each.second.push && each.second.line->isClosed();
-        if (isOver)
-            numbers_.erase(each.second.line.get());
-        return isOver;
-    });
+    std::erase_if(lines_, [](const auto& each) { return each.second->isClosed(); });
     forgetAt_ = 2 * lines_.size() + 64;
 }
 
@@ -201,28 +195,30 @@ bool PolledPushes::wait(std::optional<Clock::time_point> until) {
     const int count = ::epoll_wait(poll_.get(), events.data(), static_cast<int>(events.size()),
                                    timeoutFor(until));
     bool wasWoken = false;
-    Ready ready;
+    std::array<std::shared_ptr<SocketLine>, kEventsAtOnce> ready;
+    std::size_t readyCount = 0;
     if (count > 0) {
         const MutexLock lock(mutex_);
         for (int i = 0; i < count; ++i) {
             const std::uint64_t number = events[static_cast<std::size_t>(i)].data.u64;
             wasWoken = wasWoken || number == kWake;
-            const auto line = lines_.find(number);
-            if (line != lines_.end() && line->second.push)
-                ready.emplace_back(number, line->second.line);
+            if (const auto line = lines_.find(number); line != lines_.end())
+                ready[readyCount++] = line->second;
         }
     }
     const Clock::time_point now = Clock::now();
-    proceed(ready, now);
+    for (std::size_t i = 0; i < readyCount; ++i)
+        proceed(*ready[i], now);
     checkDeadlines(now);
     return wasWoken;
 }
 
-void PolledPushes::proceed(const Ready& ready, Clock::time_point now) {
-    for (const auto& [number, line] : ready)
-        if (line->proceed(now))
-            if (const std::unique_ptr<SentPush> push = leave(number))
-                push->tell();
+void PolledPushes::proceed(SocketLine& line, Clock::time_point now) {
+    const std::unique_ptr<SocketLine::Awaited> ended = line.proceed(now);
+    if (!ended)
+        return;
+    // another set of pushes may have sent it over this line
+    static_cast<SentPush&>(*ended).tell();
 }
 
 void PolledPushes::checkDeadlines(Clock::time_point now) {
@@ -230,14 +226,14 @@ void PolledPushes::checkDeadlines(Clock::time_point now) {
     if (now < next || awaited_ == 0 ||
         !nextCheck_.compare_exchange_strong(next, now + milliseconds(checkPause_.load())))
         return;
-    Ready waiting;
+    std::vector<std::shared_ptr<SocketLine>> waiting;
     {
         const MutexLock lock(mutex_);
         for (const auto& [number, each] : lines_)
-            if (each.push)
-                waiting.emplace_back(number, each.line);
+            waiting.push_back(each);
     }
-    proceed(waiting, now);
+    for (const std::shared_ptr<SocketLine>& each : waiting)
+        proceed(*each, now);
 }
 
 }  // namespace

@@ -1,23 +1,7 @@
 #include "omniorb/calls/begun_call.h"
 
-#include <omniORB4/callDescriptor.h>
-#include <omniORB4/minorCode.h>
-
-// the parts of a call are declared only in the ORB's internal headers, whose order matters
-// clang-format off
-#include <omniORB4/IOP_C.h>
-#include <omniORB4/omniIOR.h>
-#include <omniORB4/internal/giopRope.h>
-#include <omniORB4/internal/giopStrand.h>
-#include <omniORB4/internal/giopStream.h>
-#include <omniORB4/internal/giopStreamImpl.h>
-#include <omniORB4/internal/GIOP_C.h>
 #include <omniORB4/internal/orbParameters.h>
-#include <omniORB4/internal/remoteIdentity.h>
-// clang-format on
-
-#include <algorithm>
-#include <utility>
+#include <omniORB4/minorCode.h>
 
 #include "omniorb/calls/reply_connection.h"
 
@@ -34,13 +18,6 @@ class OpenRope : private giopRope {
   public:
     static omni::RopeLink& strandsOf(giopRope& rope) { return rope.*(&OpenRope::pd_strands); }
 };
-
-omni_time_t deadlineIn(std::chrono::milliseconds limit) {
-    omni_time_t deadline;
-    const auto count = static_cast<unsigned long>(std::max<std::int64_t>(limit.count(), 1));
-    omni_thread::get_time(deadline, omni_time_t(count / 1000, count % 1000 * 1'000'000));
-    return deadline;
-}
 
 /// The plain connection of a strand that has served a call before; null otherwise.
 const ReplyConnection* plainConnection(const giopStrand& strand) {
@@ -74,118 +51,78 @@ class Ending {
 
 }  // namespace
 
-/// What the ORB holds during a call. The destructor gives it back.
-class BegunCall::Parts {
-  public:
-    explicit Parts(std::unique_ptr<omniCallDescriptor> call) : call_(std::move(call)) {}
-    ~Parts() {
-        if (client_ != nullptr)
-            rope_->releaseClient(client_);
-        if (identity_ != nullptr) {
-            const omni_tracedmutex_lock lock(*omni::internalLock);
-            identity_->loseRef();
-        }
-        if (reference_ != nullptr)
-            reference_->release();
+BegunCall::~BegunCall() {
+    if (client_ != nullptr)
+        rope_->releaseClient(client_);
+    if (identity_ != nullptr) {
+        const omni_tracedmutex_lock lock(*omni::internalLock);
+        identity_->loseRef();
     }
-    Parts(const Parts&) = delete;
-    Parts& operator=(const Parts&) = delete;
+    if (reference_ != nullptr)
+        reference_->release();
+}
 
-    bool find(omniObjRef& target) { return findIdentity(target) && takeClient(); }
-
-    omniCallDescriptor& call() { return *call_; }
-    omni::GIOP_C& client() { return *client_; }
-    const std::shared_ptr<SocketLine>& line() const { return line_; }
-
-  private:
-    /// False for an object in this process, and for one to which calls are forwarded.
-    bool findIdentity(omniObjRef& target) {
-        {
-            const omni_tracedmutex_lock lock(*omni::internalLock);
-            auto* const identity = omniRemoteIdentity::downcast(target._identity());
-            if (identity == nullptr || target._isForwardLocation())
-                return false;
-            identity->gainRef();
-            identity_ = identity;
-        }
-        rope_ = static_cast<giopRope*>(identity_->rope());
-        reference_ = target._getIOR();
-        return reference_ != nullptr;
-    }
-    /// As the ORB takes a connection for a call, but only one that is free: the ORB would wait for
-    /// one or open another.
-    bool takeClient() {
-        const GIOP::Version wanted = reference_->getIORInfo()->version();
-        const omni_tracedmutex_lock lock(*omni::omniTransportLock);
-        omni::RopeLink& strands = OpenRope::strandsOf(*rope_);
-        for (omni::RopeLink* each = strands.next; each != &strands; each = each->next) {
-            auto& strand = *static_cast<giopStrand*>(each);
-            if (strand.state() != giopStrand::ACTIVE || strand.version.major != wanted.major ||
-                strand.version.minor != wanted.minor)
-                continue;
-            const ReplyConnection* const connection = plainConnection(strand);
-            omni::GIOP_C* const client = connection != nullptr ? freeClient(strand) : nullptr;
-            if (client == nullptr)
-                continue;
-            client->initialise(reference_, identity_->key(), identity_->keysize(), call_.get());
-            client_ = client;
-            line_ = connection->line();
-            return true;
-        }
-        return false;
-    }
-
-    const std::unique_ptr<omniCallDescriptor> call_;
-    omniRemoteIdentity* identity_ = nullptr;
-    omniIOR* reference_ = nullptr;
-    giopRope* rope_ = nullptr;
-    omni::GIOP_C* client_ = nullptr;
-    std::shared_ptr<SocketLine> line_;
-};
-
-BegunCall::BegunCall(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
-
-BegunCall::~BegunCall() = default;
-
-std::unique_ptr<BegunCall> BegunCall::prepare(CORBA::Object_ptr target,
-                                              std::unique_ptr<omniCallDescriptor> call) {
+bool BegunCall::prepare(CORBA::Object_ptr target) {
     omniObjRef* const object = target->_PR_getobj();
-    auto parts = std::make_unique<Parts>(std::move(call));
-    if (object == nullptr || !parts->find(*object))
-        return nullptr;
-    return std::unique_ptr<BegunCall>(new BegunCall(std::move(parts)));
+    return object != nullptr && findIdentity(*object) && takeClient();
 }
 
-const std::shared_ptr<SocketLine>& BegunCall::line() const {
-    return parts_->line();
-}
-
-bool BegunCall::send(std::chrono::milliseconds limit) {
-    parts_->call().setDeadline(deadlineIn(limit));
-    try {
-        parts_->line()->beginAwaiting(Clock::now() + limit, [this] {
-            parts_->call().initialiseCall(parts_->client().getStream());
-            parts_->client().InitialiseRequest();
-        });
-        return true;
-    } catch (const omni::giopStream::CommFailure&) {
-        return false;
+/// False for an object in this process, and for one to which calls are forwarded.
+bool BegunCall::findIdentity(omniObjRef& target) {
+    {
+        const omni_tracedmutex_lock lock(*omni::internalLock);
+        auto* const identity = omniRemoteIdentity::downcast(target._identity());
+        if (identity == nullptr || target._isForwardLocation())
+            return false;
+        identity->gainRef();
+        identity_ = identity;
     }
+    rope_ = static_cast<giopRope*>(identity_->rope());
+    reference_ = target._getIOR();
+    return reference_ != nullptr;
+}
+
+/// As the ORB takes a connection for a call, but only one that is free: the ORB would wait for one
+/// or open another.
+bool BegunCall::takeClient() {
+    const GIOP::Version wanted = reference_->getIORInfo()->version();
+    const omni_tracedmutex_lock lock(*omni::omniTransportLock);
+    omni::RopeLink& strands = OpenRope::strandsOf(*rope_);
+    for (omni::RopeLink* each = strands.next; each != &strands; each = each->next) {
+        auto& strand = *static_cast<giopStrand*>(each);
+        if (strand.state() != giopStrand::ACTIVE || strand.version.major != wanted.major ||
+            strand.version.minor != wanted.minor)
+            continue;
+        const ReplyConnection* const connection = plainConnection(strand);
+        omni::GIOP_C* const client = connection != nullptr ? freeClient(strand) : nullptr;
+        if (client == nullptr)
+            continue;
+        client->initialise(reference_, identity_->key(), identity_->keysize(), &call_);
+        client_ = client;
+        line_ = connection->line();
+        return true;
+    }
+    return false;
+}
+
+void BegunCall::send() {
+    call_.initialiseCall(client_->getStream());
+    client_->InitialiseRequest();
 }
 
 BegunCall::End BegunCall::receive() {
-    omni::GIOP_C& client = parts_->client();
-    const Ending ending(*parts_->line());
+    omni::GIOP_C& client = *client_;
+    const Ending ending(*line_);
     try {
         const GIOP::ReplyStatusType status = client.ReceiveReply();
         if (status == GIOP::NO_EXCEPTION) {
-            parts_->call().unmarshalReturnedValues(client.getStream());
+            call_.unmarshalReturnedValues(client.getStream());
             client.RequestCompleted();
             return End::Returned;
         }
         if (status == GIOP::USER_EXCEPTION) {
             const CORBA::String_var id = client.getStream().unmarshalRawString();
-            parts_->call().userException(client.getStream(), &client, id.in());
+            call_.userException(client.getStream(), &client, id.in());
             return End::Returned;
         }
         client.RequestCompleted(true);

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <span>
 
 namespace kelp::orb {
 
@@ -134,33 +135,22 @@ void SocketLine::close() {
     isClosed_ = true;
 }
 
-void SocketLine::beginAwaiting(Clock::time_point deadline,
-                               const std::function<void()>& sendRequest) {
-    const MutexLock lock(mutex_);
+void SocketLine::beginKeeping() {
     mode_ = Mode::Keeps;
     isExpired_ = false;
     unsent_.clear();
     keptSent_ = 0;
-    try {
-        sendRequest();
-    } catch (...) {
-        mode_ = Mode::Waits;
-        throw;
-    }
-    deadline_ = deadline;
-    isAwaited_ = true;
 }
 
-bool SocketLine::proceed(Clock::time_point now) {
+std::unique_ptr<SocketLine::Awaited> SocketLine::proceed(Clock::time_point now) {
     const MutexLock lock(mutex_);
-    if (!isAwaited_)
-        return false;
+    if (!awaited_)
+        return nullptr;
     isExpired_ = now >= deadline_;
     if (sendKept() && !collect() && !isExpired_)
-        return false;
-    isAwaited_ = false;
+        return nullptr;
     mode_ = Mode::Ended;
-    return true;
+    return std::move(awaited_);
 }
 
 void SocketLine::endAwaiting() {

@@ -6,9 +6,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <span>
+#include <utility>
 #include <vector>
 
 namespace kelp::orb {
@@ -37,23 +36,42 @@ class SocketLine {
     /// The connection's end: the descriptor is not used any more.
     void close() KELP_EXCLUDES(mutex_);
 
+    /// A call that is awaited. The line keeps it until it ends.
+    struct Awaited {
+        virtual ~Awaited() = default;
+    };
     /// Send a request whose reply is awaited: `sendRequest` calls send(). The lock is held
     /// meanwhile, so that no other thread sees the reply of a request that is still being sent. If
-    /// `sendRequest` throws, nothing is awaited.
-    void beginAwaiting(Clock::time_point deadline, const std::function<void()>& sendRequest)
-        KELP_EXCLUDES(mutex_);
+    /// `sendRequest` throws, nothing is awaited and `call` stays with the caller.
+    template <class SendRequest>
+    void beginAwaiting(std::unique_ptr<Awaited>& call, Clock::time_point deadline,
+                       const SendRequest& sendRequest) KELP_EXCLUDES(mutex_) {
+        const util::MutexLock lock(mutex_);
+        beginKeeping();
+        try {
+            sendRequest();
+        } catch (...) {
+            mode_ = Mode::Waits;
+            throw;
+        }
+        deadline_ = deadline;
+        awaited_ = std::move(call);
+    }
     /// Whether the request being sent is to be awaited. For the thread that makes the call.
     bool isKeeping() const { return mode_ == Mode::Keeps; }
-    /// Report to `watch` the descriptor, unless the line is closed.
+    /// Let `watch` use the descriptor, unless the line is closed. Returns what it returns.
     template <class Watch>
     bool withDescriptor(const Watch& watch) KELP_EXCLUDES(mutex_) {
         const util::MutexLock lock(mutex_);
         return !isClosed_ && watch(descriptor_);
     }
-    /// Send and receive what is possible for the awaited call. Return true, once for each call, if
-    /// it has ended: its reply has arrived, the connection has failed, or `now` is later than its
+    /// Send and receive what is possible for the awaited call. Return the call, once, if it has
+    /// ended: its reply has arrived, the connection has failed, or `now` is not before its
     /// deadline. Then receive() returns what there is and does not wait.
-    bool proceed(Clock::time_point now) KELP_EXCLUDES(mutex_);
+    std::unique_ptr<Awaited> proceed(Clock::time_point now) KELP_EXCLUDES(mutex_);
+    /// The number of who watches the line. For the thread that makes a call.
+    std::uint64_t watcher() const { return watcher_; }
+    void watcher(std::uint64_t number) { watcher_ = number; }
     /// The call that was awaited has read its reply. The next one may wait again.
     void endAwaiting();
     bool isClosed() const { return isClosed_; }
@@ -63,6 +81,7 @@ class SocketLine {
 
     int receiveFromSocket(void* octets, std::size_t size, const omni_time_t& deadline);
     bool setReceiveLimit(std::chrono::milliseconds limit);
+    void beginKeeping();
     bool sendKept();
     bool collect();
     bool isReplyComplete() const;
@@ -70,12 +89,13 @@ class SocketLine {
     const int descriptor_;
     mutable util::Mutex mutex_{util::LockRank::ServiceControl, "SocketLine::mutex_"};
     std::atomic<bool> isClosed_{false};
-    bool isAwaited_ KELP_GUARDED_BY(mutex_) = false;
+    std::unique_ptr<Awaited> awaited_ KELP_GUARDED_BY(mutex_);
     Clock::time_point deadline_ KELP_GUARDED_BY(mutex_){};
 
     // Used by the thread that makes the call and, under the lock, by proceed() while the call is
     // awaited. The lock at both ends of that time orders them.
     Mode mode_ = Mode::Waits;
+    std::uint64_t watcher_ = 0;
     bool isExpired_ = false;
     std::vector<std::uint8_t> unsent_;
     std::size_t keptSent_ = 0;

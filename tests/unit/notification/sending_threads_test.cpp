@@ -31,6 +31,7 @@ class OnlySending final : public Subscription::Scheduler {
     void readyToSend(std::shared_ptr<Subscription> subscription) override {
         threads_.ready(std::move(subscription));
     }
+    bool mayContinue() const override { return threads_.mayContinue(); }
     void laterToSend(std::shared_ptr<Subscription> subscription,
                      Subscription::Clock::time_point when) override {
         threads_.later(std::move(subscription), when);
@@ -124,6 +125,39 @@ TEST_F(SendingThreadsTest, LetOwnersTakeTurns) {
     pushes().acceptAll();
 }
 
+TEST_F(SendingThreadsTest, LetAConsumerGoOnOnlyWhileNobodyWaits) {
+    EXPECT_TRUE(threads_.mayContinue());
+    const Line line = connect();
+    {
+        const SendingThreads::HandOver together(threads_);
+        line.subscription->enqueue(test::event(1));
+        EXPECT_FALSE(threads_.mayContinue()) << "one is about to be handed over";
+    }
+    EXPECT_TRUE(waitUntil([&] { return pushes().awaited() == 1 && threads_.mayContinue(); }));
+    line.subscription->enqueue(test::event(2));
+    pushes().end();
+    EXPECT_THAT(line.consumer->numbersSent(), ElementsAre(1, 2)) << "it has to take a new turn";
+    pushes().acceptAll();
+    pushes().wake();
+    EXPECT_TRUE(waitUntil([&] { return pushes().awaited() == 0; }));
+}
+
+TEST_F(SendingThreadsTest, LetNobodyGoOnWhileVeryManyPushesAreInProgress) {
+    std::vector<Line> lines;
+    for (int i = 0; i < 100; ++i) {
+        lines.push_back(connect());
+        lines.back().subscription->enqueue(test::event(1));
+    }
+    EXPECT_TRUE(waitUntil([&] { return pushes().awaited() == lines.size(); }));
+    EXPECT_FALSE(threads_.mayContinue());
+    while (pushes().awaited() > 50)
+        pushes().end();
+    EXPECT_TRUE(waitUntil([&] { return threads_.mayContinue(); }));
+    pushes().acceptAll();
+    pushes().wake();
+    EXPECT_TRUE(waitUntil([&] { return pushes().awaited() == 0; }));
+}
+
 TEST_F(SendingThreadsTest, ServeABatchWhenItIsOldEnough) {
     const Line line = connect();
     line.consumer->batch = 10;
@@ -154,6 +188,7 @@ TEST_F(SendingThreadsTest, StopAfterThePushesInProgress) {
     pushes().acceptAll();
     EXPECT_EQ(stopping.wait_for(20s), std::future_status::ready);
     EXPECT_THAT(line.consumer->numbersSent(), ElementsAre(1)) << "the second is forgotten";
+    EXPECT_FALSE(threads_.mayContinue());
 }
 
 TEST(SendingThreads, RefuseConsumersIfNothingCanBeSent) {

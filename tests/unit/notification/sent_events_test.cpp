@@ -33,11 +33,13 @@ class TurnKeeper final : public Subscription::Scheduler {
     void readyToSend(std::shared_ptr<Subscription> subscription) override {
         toSend.push_back(std::move(subscription));
     }
+    bool mayContinue() const override { return isFree; }
     void laterToSend(std::shared_ptr<Subscription> subscription,
                      Subscription::Clock::time_point) override {
         toSendLater.push_back(std::move(subscription));
     }
 
+    bool isFree = false;
     Queue toServe;
     Queue slow;
     Queue toSend;
@@ -113,6 +115,59 @@ TEST_F(SentEvents, AreSentOneByOneInOrder) {
     EXPECT_EQ(subscription->counts().delivered, 4u);
     EXPECT_EQ(subscription->counts().pushCalls, 4u);
     EXPECT_EQ(subscription->counts().queued, 0u);
+}
+
+TEST_F(SentEvents, FollowEachOtherWithoutANewTurnWhileNobodyWaits) {
+    keeper.isFree = true;
+    enqueue(1, 4);
+    ASSERT_TRUE(send());
+    pushes.end();
+    pushes.end();
+    EXPECT_THAT(consumer->sent, ElementsAre(1, 2, 3));
+    expectNoTurn();
+    keeper.isFree = false;
+    pushes.end();
+    EXPECT_THAT(consumer->sent, ElementsAre(1, 2, 3));
+    ASSERT_TRUE(send());
+    pushes.end();
+    EXPECT_THAT(consumer->sent, ElementsAre(1, 2, 3, 4));
+    EXPECT_EQ(subscription->counts().delivered, 4u);
+    expectNoTurn();
+}
+
+TEST_F(SentEvents, FollowNoFailureWithoutANewTurn) {
+    keeper.isFree = true;
+    enqueue(1, 2);
+    ASSERT_TRUE(send());
+    pushes.end([]() -> EndedPush::End { throw CORBA::TIMEOUT(0, CORBA::COMPLETED_MAYBE); });
+    EXPECT_THAT(consumer->sent, ElementsAre(1));
+    EXPECT_EQ(keeper.slow.size(), 1u);
+}
+
+TEST_F(SentEvents, DoNotFollowASuspensionOrTheEndOfTheConsumer) {
+    keeper.isFree = true;
+    enqueue(1, 3);
+    ASSERT_TRUE(send());
+    EXPECT_EQ(subscription->suspend(), Subscription::Change::Done);
+    pushes.end();
+    EXPECT_THAT(consumer->sent, ElementsAre(1));
+    EXPECT_EQ(subscription->resume(), Subscription::Change::Done);
+    ASSERT_TRUE(send());
+    EXPECT_EQ(subscription->close(), consumer);
+    pushes.end();
+    EXPECT_THAT(consumer->sent, ElementsAre(1, 2));
+    expectNoTurn();
+}
+
+TEST_F(SentEvents, AreLeftToAThreadThatWaitsIfTheNextCannotBeSent) {
+    keeper.isFree = true;
+    enqueue(1, 2);
+    ASSERT_TRUE(send());
+    consumer->isRefusing = true;
+    pushes.end();
+    EXPECT_THAT(keeper.toSend, IsEmpty());
+    ASSERT_TRUE(serve(keeper.toServe));
+    EXPECT_THAT(consumer->delivered, ElementsAre(2));
 }
 
 TEST_F(SentEvents, AreSentInBatches) {

@@ -32,6 +32,7 @@ class DeliveryThreads final : public Subscription::Scheduler {
     void sooner(const Subscription& subscription, Subscription::Clock::time_point when) override
         KELP_EXCLUDES(mutex_);
     void readyToSend(std::shared_ptr<Subscription> subscription) override KELP_EXCLUDES(mutex_);
+    bool mayContinue() const override { return sending_.mayContinue(); }
     void laterToSend(std::shared_ptr<Subscription> subscription,
                      Subscription::Clock::time_point when) override KELP_EXCLUDES(mutex_);
     /// Where the consumers of one event are handed over together.

@@ -16,6 +16,9 @@ using util::MutexLock;
 /// Consumers that a thread serves before it looks for replies. More would delay the last of them,
 /// fewer would cost more looking.
 constexpr std::size_t kServedAtOnce = 16;
+/// Pushes in progress up to which a consumer goes on without a new turn. More would keep one that
+/// has a new event waiting for too long.
+constexpr std::size_t kContinuingMax = 64;
 
 thread_local SendingThreads::HandOver* innermost = nullptr;
 
@@ -59,11 +62,17 @@ bool SendingThreads::ready(std::shared_ptr<Subscription> subscription) {
         if (!start())
             return false;
         turns_.add(owner, std::move(subscription));
+        isAnyoneWaiting_ = true;
         isToWake = needsWaking();
     }
     if (isToWake)
         pushes_->wake();
     return true;
+}
+
+bool SendingThreads::mayContinue() const {
+    return !isAnyoneWaiting_ && pushes_->awaited() <= kContinuingMax &&
+           (innermost == nullptr || innermost->ready_.empty());
 }
 
 bool SendingThreads::later(std::shared_ptr<Subscription> subscription, Time when) {
@@ -92,6 +101,7 @@ bool SendingThreads::sooner(const Subscription& subscription, Time when) {
         const MutexLock lock(mutex_);
         if (!turns_.hasten(subscription, when))
             return false;
+        isAnyoneWaiting_ = true;
         isToWake = needsWaking();
     }
     if (isToWake)
@@ -107,6 +117,7 @@ void SendingThreads::handOver(std::vector<Ready>& ready) noexcept {
     try {
         const MutexLock lock(mutex_);
         if (!stopping_ && start()) {
+            isAnyoneWaiting_ = true;
             for (; handedOver < ready.size(); ++handedOver)
                 turns_.add(ready[handedOver].owner, ready[handedOver].subscription);
             isToWake = needsWaking();
@@ -154,6 +165,7 @@ void SendingThreads::take(Taken& taken, std::optional<Time>& until) {
         turns_.ended(*next.owner);
         taken.push_back(std::move(next));
     }
+    isAnyoneWaiting_ = stopping_ || !turns_.isNoneDue();
     until = taken.empty() ? turns_.nextTime() : now;
 }
 
@@ -200,6 +212,7 @@ void SendingThreads::stop() {
     {
         const MutexLock lock(mutex_);
         stopping_ = true;
+        isAnyoneWaiting_ = true;
         ending.swap(threads_);
         forgotten = turns_.takeAll();
     }

@@ -3,6 +3,7 @@
 #include <kelp/orb/awaited_pushes.h>
 #include <kelp/util/mutex.h>
 
+#include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -55,6 +56,9 @@ class SendingThreads {
     bool later(std::shared_ptr<Subscription> subscription, Time when) KELP_EXCLUDES(mutex_);
     /// Serve as soon as possible a consumer that was scheduled for `when`. False if it was not.
     bool sooner(const Subscription& subscription, Time when) KELP_EXCLUDES(mutex_);
+    /// Whether the calling thread may go on with a consumer whose push has just ended, without a
+    /// new turn: nobody waits for a turn, and not too many consumers do the same.
+    bool mayContinue() const;
     /// End the threads once the pushes in progress have ended, and forget what is scheduled.
     void stop() KELP_EXCLUDES(mutex_);
 
@@ -71,6 +75,8 @@ class SendingThreads {
     const std::size_t threadsMax_;
     const std::unique_ptr<kelp::orb::AwaitedPushes> pushes_;
     util::Mutex mutex_{util::LockRank::Leaf, "SendingThreads::mutex_"};
+    /// Written under the lock, read without it. True also after stop().
+    std::atomic<bool> isAnyoneWaiting_{false};
     Turns turns_ KELP_GUARDED_BY(mutex_);
     std::vector<std::thread> threads_ KELP_GUARDED_BY(mutex_);
     std::size_t asleep_ KELP_GUARDED_BY(mutex_) = 0;

@@ -299,6 +299,8 @@ void Subscription::ended(kelp::orb::EndedPush& push) noexcept {
             queue_.settle(true);
             nextWaitingTurns_ = 1;
             noteCall(Clock::now() - sentAt_, events);
+            if (hasWork() && scheduler_.mayContinue() && sendBatch(*sentWith_))
+                return;
         } else if (queue_.size() > queue_.waiting()) {
             waitForTurns();
         }
@@ -390,12 +392,13 @@ bool Subscription::deliverBatch(ConnectedConsumer& consumer) {
 bool Subscription::sendBatch(kelp::orb::AwaitedPushes& pushes) {
     // close() may release consumer_ during the call
     const std::shared_ptr<ConnectedConsumer> consumer = consumer_;
-    queue_.expire(Clock::now());
+    sentWith_ = &pushes;
+    sentAt_ = Clock::now();
+    queue_.expire(sentAt_);
     const std::size_t batchMax = consumer->batchMax();
     if (!isBatchDue(batchMax))
         return false;
     const std::vector<EventPtr> events = queue_.beginDelivery(batchMax);
-    sentAt_ = Clock::now();
     bool isSentNow = false;
     makeCall([&] {
         isSentNow = consumer->send(events, pushes, settings_.pushTimeout, shared_from_this());

@@ -40,6 +40,9 @@ class Subscription : public std::enable_shared_from_this<Subscription>,
         virtual void readyToSend(std::shared_ptr<Subscription> subscription) {
             ready(std::move(subscription));
         }
+        /// Whether a consumer whose push has just ended may be sent the next one by the same
+        /// thread, because nobody else waits for it.
+        virtual bool mayContinue() const { return false; }
         virtual void laterToSend(std::shared_ptr<Subscription> subscription,
                                  Clock::time_point when) {
             later(std::move(subscription), when, false);
@@ -170,6 +173,7 @@ class Subscription : public std::enable_shared_from_this<Subscription>,
     bool isDeathUntold_ KELP_GUARDED_BY(mutex_) = false;
     int waitingTurns_ KELP_GUARDED_BY(mutex_) = 0;  ///< so many turns are for serve()
     int nextWaitingTurns_ KELP_GUARDED_BY(mutex_) = 1;
+    kelp::orb::AwaitedPushes* sentWith_ KELP_GUARDED_BY(mutex_) = nullptr;
     Clock::time_point sentAt_ KELP_GUARDED_BY(mutex_){};
     std::chrono::milliseconds pacing_ KELP_GUARDED_BY(mutex_){0};
     std::chrono::milliseconds backOff_ KELP_GUARDED_BY(mutex_);

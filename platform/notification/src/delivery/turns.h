@@ -51,6 +51,8 @@ class Turns {
 
     /// The earliest time for which a consumer waits.
     std::optional<Time> nextTime() const;
+    /// Whether no consumer can be served now.
+    bool isNoneDue() const { return due_.empty(); }
     bool empty() const { return timed_.empty() && due_.empty(); }
     /// Take all that wait. ended() is still due for those being served.
     std::list<Waiting> takeAll();

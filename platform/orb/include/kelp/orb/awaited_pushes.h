@@ -19,7 +19,7 @@ class EndedPush {
     };
     virtual ~EndedPush() = default;
     /// Return how the push has ended, or raise what an ordinary push would have raised. Called once
-    /// at most. Does not wait.
+    /// at most. Does not wait. Afterwards the next push can be sent over the same connection.
     virtual End end() = 0;
 };
 

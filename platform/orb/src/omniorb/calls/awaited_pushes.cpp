@@ -1,6 +1,7 @@
 #include <kelp/orb/awaited_pushes.h>
 #include <kelp/util/descriptor.h>
 #include <kelp/util/mutex.h>
+#include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -29,6 +30,8 @@ using Clock = SocketLine::Clock;
 
 /// Ends that one thread takes at a time. The others are left to other threads.
 constexpr std::size_t kEventsAtOnce = 16;
+/// How long to look for replies before sleeping.
+constexpr std::chrono::microseconds kLookingTime{100};
 /// The number of a line is never this one.
 constexpr std::uint64_t kWake = 0;
 
@@ -110,11 +113,15 @@ class PolledPushes final : public AwaitedPushes {
     std::size_t awaited() const override { return awaited_; }
 
   private:
+    using Events = std::array<epoll_event, kEventsAtOnce>;
     using Lines = std::unordered_map<std::uint64_t, std::shared_ptr<SocketLine>>;
 
     bool send(CORBA::Object_ptr consumer, std::unique_ptr<SentPush> push, milliseconds limit);
     /// Return false if the system refuses.
     bool watch(const std::shared_ptr<SocketLine>& line) KELP_EXCLUDES(mutex_);
+    /// These two return as epoll_wait() does.
+    int look(Events& events);
+    int sleep(Events& events, std::optional<Clock::time_point> until);
     void proceed(SocketLine& line, Clock::time_point now);
     int timeoutFor(std::optional<Clock::time_point> until) const;
     void checkDeadlines(Clock::time_point now) KELP_EXCLUDES(mutex_);
@@ -125,6 +132,7 @@ class PolledPushes final : public AwaitedPushes {
     const util::Descriptor poll_;
     const util::Descriptor wake_;
     std::atomic<std::size_t> awaited_{0};
+    std::atomic<bool> mayLook_{false};
     std::atomic<milliseconds::rep> checkPause_{checkPauseFor(milliseconds::max()).count()};
     std::atomic<Clock::time_point> nextCheck_{Clock::time_point{}};
     util::Mutex mutex_{util::LockRank::Leaf, "PolledPushes::mutex_"};
@@ -191,9 +199,10 @@ int PolledPushes::timeoutFor(std::optional<Clock::time_point> until) const {
 }
 
 bool PolledPushes::wait(std::optional<Clock::time_point> until) {
-    std::array<epoll_event, kEventsAtOnce> events;
-    const int count = ::epoll_wait(poll_.get(), events.data(), static_cast<int>(events.size()),
-                                   timeoutFor(until));
+    Events events;
+    int count = look(events);
+    if (count == 0)
+        count = sleep(events, until);
     bool wasWoken = false;
     std::array<std::shared_ptr<SocketLine>, kEventsAtOnce> ready;
     std::size_t readyCount = 0;
@@ -211,6 +220,32 @@ bool PolledPushes::wait(std::optional<Clock::time_point> until) {
         proceed(*ready[i], now);
     checkDeadlines(now);
     return wasWoken;
+}
+
+/// Look for replies a while before sleeping, if they came that soon the last time. Falling asleep
+/// and being woken takes longer than such a reply. Other threads run in between.
+int PolledPushes::look(Events& events) {
+    if (!mayLook_ || awaited_ == 0)
+        return 0;
+    const Clock::time_point end = Clock::now() + kLookingTime;
+    do {
+        const int count =
+            ::epoll_wait(poll_.get(), events.data(), static_cast<int>(events.size()), 0);
+        if (count != 0)
+            return count;
+        ::sched_yield();
+    } while (Clock::now() < end);
+    mayLook_ = false;
+    return 0;
+}
+
+int PolledPushes::sleep(Events& events, std::optional<Clock::time_point> until) {
+    const Clock::time_point begun = Clock::now();
+    const int count = ::epoll_wait(poll_.get(), events.data(), static_cast<int>(events.size()),
+                                   timeoutFor(until));
+    if (count > 0 && Clock::now() - begun <= kLookingTime)
+        mayLook_ = true;
+    return count;
 }
 
 void PolledPushes::proceed(SocketLine& line, Clock::time_point now) {

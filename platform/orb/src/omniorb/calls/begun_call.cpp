@@ -3,6 +3,8 @@
 #include <omniORB4/internal/orbParameters.h>
 #include <omniORB4/minorCode.h>
 
+#include <utility>
+
 #include "omniorb/calls/reply_connection.h"
 
 namespace kelp::orb {
@@ -37,23 +39,26 @@ omni::GIOP_C* freeClient(giopStrand& strand) {
     return nullptr;
 }
 
-/// Lets the line's next call wait again.
-class Ending {
+}  // namespace
+
+/// Gives the connection back at the end of a call.
+class BegunCall::Ending {
   public:
-    explicit Ending(SocketLine& line) : line_(line) {}
-    ~Ending() { line_.endAwaiting(); }
+    explicit Ending(BegunCall& call) : call_(call) {}
+    ~Ending() {
+        // first, because the next call may begin as soon as the connection is released
+        call_.line_->endAwaiting();
+        call_.release();
+    }
     Ending(const Ending&) = delete;
     Ending& operator=(const Ending&) = delete;
 
   private:
-    SocketLine& line_;
+    BegunCall& call_;
 };
 
-}  // namespace
-
 BegunCall::~BegunCall() {
-    if (client_ != nullptr)
-        rope_->releaseClient(client_);
+    release();
     if (identity_ != nullptr) {
         const omni_tracedmutex_lock lock(*omni::internalLock);
         identity_->loseRef();
@@ -105,6 +110,11 @@ bool BegunCall::takeClient() {
     return false;
 }
 
+void BegunCall::release() {
+    if (omni::GIOP_C* const client = std::exchange(client_, nullptr))
+        rope_->releaseClient(client);
+}
+
 void BegunCall::send() {
     call_.initialiseCall(client_->getStream());
     client_->InitialiseRequest();
@@ -112,7 +122,7 @@ void BegunCall::send() {
 
 BegunCall::End BegunCall::receive() {
     omni::GIOP_C& client = *client_;
-    const Ending ending(*line_);
+    const Ending ending(*this);
     try {
         const GIOP::ReplyStatusType status = client.ReceiveReply();
         if (status == GIOP::NO_EXCEPTION) {

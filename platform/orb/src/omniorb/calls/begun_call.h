@@ -41,11 +41,15 @@ class BegunCall {
     /// Send the request over line(). Raises what prevents the call, or the ORB's own exception for
     /// a failed connection.
     void send();
-    /// Read the reply, once line() has said that the call has ended. Returns Undecided when the ORB
-    /// would make the call again. Otherwise raises the exceptions of the call.
+    /// Read the reply, once line() has said that the call has ended, and release the connection.
+    /// Returns Undecided when the ORB would make the call again. Otherwise raises the exceptions of
+    /// the call.
     End receive();
 
   private:
+    class Ending;
+
+    void release();
     bool findIdentity(omniObjRef& target);
     bool takeClient();
 

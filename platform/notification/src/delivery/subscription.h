@@ -171,7 +171,8 @@ class Subscription : public std::enable_shared_from_this<Subscription>,
     bool closed_ KELP_GUARDED_BY(mutex_) = false;
     bool answers_ KELP_GUARDED_BY(mutex_) = true;
     bool isDeathUntold_ KELP_GUARDED_BY(mutex_) = false;
-    int waitingTurns_ KELP_GUARDED_BY(mutex_) = 0;  ///< so many turns are for serve()
+    int waitingTurns_ KELP_GUARDED_BY(mutex_) =
+        0;  ///< the number of turns that are left to serve()
     int nextWaitingTurns_ KELP_GUARDED_BY(mutex_) = 1;
     kelp::orb::AwaitedPushes* sentWith_ KELP_GUARDED_BY(mutex_) = nullptr;
     Clock::time_point sentAt_ KELP_GUARDED_BY(mutex_){};

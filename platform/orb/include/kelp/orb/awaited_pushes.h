@@ -23,7 +23,7 @@ class EndedPush {
     virtual End end() = 0;
 };
 
-/// Who is told about the end of a push.
+/// Learns of the end of a push.
 class PushWaiter {
   public:
     virtual ~PushWaiter() = default;

@@ -176,7 +176,7 @@ bool SocketLine::sendKept() {
     return true;
 }
 
-/// Receive what there is. Return true if nothing more is to come.
+/// Receive the octets that have arrived. Return true if nothing more is to come.
 bool SocketLine::collect() {
     std::array<std::uint8_t, 2048> some;
     while (!isReplyComplete()) {

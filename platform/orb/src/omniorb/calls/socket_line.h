@@ -67,7 +67,8 @@ class SocketLine {
     }
     /// Send and receive what is possible for the awaited call. Return the call, once, if it has
     /// ended: its reply has arrived, the connection has failed, or `now` is not before its
-    /// deadline. Then receive() returns what there is and does not wait.
+    /// deadline. Then receive() returns the octets that have arrived and does
+    /// not wait.
     std::unique_ptr<Awaited> proceed(Clock::time_point now) KELP_EXCLUDES(mutex_);
     /// The number of who watches the line. For the thread that makes a call.
     std::uint64_t watcher() const { return watcher_; }

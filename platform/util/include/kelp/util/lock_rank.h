@@ -72,8 +72,8 @@ enum class LockRank {
     Leaf,
     /// Serialises the start, stop or load of a platform service (logs, light events, configuration,
     /// allowed networks, accounts, the limit of all calls), guards the list of task managers, or is
-    /// held while a call is sent without waiting. The service's other lock, a task manager's lock or
-    /// the encodings of an event are locked while it is held.
+    /// held while a call is sent without waiting. The service's other lock, a task manager's lock
+    /// or the encodings of an event are locked while it is held.
     ServiceControl,
     /// The data of a platform service: logs, inventory, light events, token buckets, bundles,
     /// log-ins, the ORB's references, the ORB port, the operator's requests, task queues. Only the

@@ -166,13 +166,10 @@ bool PolledPushes::watch(const std::shared_ptr<SocketLine>& line) {
         forgetClosed();
     const std::uint64_t number = ++lastNumber_;
     lines_.emplace(number, line);
-    errno = 0;
-    const bool isAdded = line->withDescriptor([&](int descriptor) {
-        epoll_event wanted{};
-        wanted.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
-        wanted.data.u64 = number;
-        return ::epoll_ctl(poll_.get(), EPOLL_CTL_ADD, descriptor, &wanted) == 0;
-    });
+    epoll_event wanted{};
+    wanted.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
+    wanted.data.u64 = number;
+    const bool isAdded = ::epoll_ctl(poll_.get(), EPOLL_CTL_ADD, line->descriptor(), &wanted) == 0;
     // it is there already if another set of pushes has watched it in between
     const bool isWatched = isAdded || errno == EEXIST;
     if (!isAdded)

@@ -130,11 +130,6 @@ bool SocketLine::setReceiveLimit(milliseconds limit) {
     return true;
 }
 
-void SocketLine::close() {
-    const MutexLock lock(mutex_);
-    isClosed_ = true;
-}
-
 void SocketLine::beginKeeping() {
     mode_ = Mode::Keeps;
     isExpired_ = false;

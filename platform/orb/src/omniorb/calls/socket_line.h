@@ -33,8 +33,9 @@ class SocketLine {
     int send(const void* octets, std::size_t size, const omni_time_t& deadline);
     /// The same for receiving. The end of the connection counts as its failure.
     int receive(void* octets, std::size_t size, const omni_time_t& deadline);
-    /// The connection's end: the descriptor is not used any more.
-    void close() KELP_EXCLUDES(mutex_);
+    /// The connection's end: the descriptor is not used any more. No call uses the line then, so
+    /// this needs no lock. The ORB's own lock is held here, and is taken while a request is sent.
+    void close() { isClosed_ = true; }
 
     /// A call that is awaited. The line keeps it until it ends.
     struct Awaited {
@@ -59,12 +60,8 @@ class SocketLine {
     }
     /// Whether the request being sent is to be awaited. For the thread that makes the call.
     bool isKeeping() const { return mode_ == Mode::Keeps; }
-    /// Let `watch` use the descriptor, unless the line is closed. Returns what it returns.
-    template <class Watch>
-    bool withDescriptor(const Watch& watch) KELP_EXCLUDES(mutex_) {
-        const util::MutexLock lock(mutex_);
-        return !isClosed_ && watch(descriptor_);
-    }
+    /// For the thread that makes a call, which keeps the connection open.
+    int descriptor() const { return descriptor_; }
     /// Send and receive what is possible for the awaited call. Return the call, once, if it has
     /// ended: its reply has arrived, the connection has failed, or `now` is not before its
     /// deadline. Then receive() returns the octets that have arrived and does

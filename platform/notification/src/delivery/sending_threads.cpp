@@ -54,20 +54,7 @@ bool SendingThreads::ready(std::shared_ptr<Subscription> subscription) {
         innermost->ready_.push_back({std::move(owner), std::move(subscription)});
         return true;
     }
-    bool isToWake = false;
-    {
-        const MutexLock lock(mutex_);
-        if (stopping_)
-            return true;
-        if (!start())
-            return false;
-        turns_.add(owner, std::move(subscription));
-        isAnyoneWaiting_ = true;
-        isToWake = needsWaking();
-    }
-    if (isToWake)
-        pushes_->wake();
-    return true;
+    return schedule(owner, std::move(subscription), std::nullopt);
 }
 
 bool SendingThreads::mayContinue() const {
@@ -79,6 +66,11 @@ bool SendingThreads::later(std::shared_ptr<Subscription> subscription, Time when
     if (!pushes_)
         return false;
     const std::string owner = subscription->ownerKey();
+    return schedule(owner, std::move(subscription), when);
+}
+
+bool SendingThreads::schedule(const std::string& owner, std::shared_ptr<Subscription> subscription,
+                              std::optional<Time> when) {
     bool isToWake = false;
     {
         const MutexLock lock(mutex_);
@@ -86,9 +78,15 @@ bool SendingThreads::later(std::shared_ptr<Subscription> subscription, Time when
             return true;
         if (!start())
             return false;
-        turns_.add(owner, when, std::move(subscription));
-        // a thread that sleeps does not know this time
-        isToWake = turns_.nextTime() == when && needsWaking();
+        if (when) {
+            turns_.add(owner, *when, std::move(subscription));
+            // a thread that sleeps does not know this time
+            isToWake = turns_.nextTime() == when && needsWaking();
+        } else {
+            turns_.add(owner, std::move(subscription));
+            isAnyoneWaiting_ = true;
+            isToWake = needsWaking();
+        }
     }
     if (isToWake)
         pushes_->wake();

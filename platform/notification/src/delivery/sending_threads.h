@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -65,6 +66,9 @@ class SendingThreads {
   private:
     using Taken = std::vector<Turns::Waiting>;
 
+    /// Without `when`: now. False if no thread can serve the consumer.
+    bool schedule(const std::string& owner, std::shared_ptr<Subscription> subscription,
+                  std::optional<Time> when) KELP_EXCLUDES(mutex_);
     bool start() KELP_REQUIRES(mutex_);
     bool needsWaking() KELP_REQUIRES(mutex_);
     void handOver(std::vector<Ready>& ready) noexcept KELP_EXCLUDES(mutex_);

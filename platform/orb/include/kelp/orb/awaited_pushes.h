@@ -64,7 +64,7 @@ class KELP_EXPORT AwaitedPushes {
 };
 
 /// Largest push that should be sent this way, in octets.
-inline constexpr std::size_t unsentOctetsMax = 256 * 1024;
+inline constexpr std::size_t unsentOctetsMax = std::size_t{256} * 1024;
 
 /// Return a new set of awaited pushes, or null if this ORB or system cannot do this; then ordinary
 /// pushes are left.

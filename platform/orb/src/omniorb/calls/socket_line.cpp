@@ -18,7 +18,7 @@ using std::chrono::milliseconds;
 using util::MutexLock;
 
 /// The reply of a push is short. Something longer is no reply of one.
-constexpr std::size_t kReplyOctetsMax = 64 * 1024;
+constexpr std::size_t kReplyOctetsMax = std::size_t{64} * 1024;
 constexpr std::size_t kGiopHeaderOctets = 12;
 constexpr std::uint8_t kMoreFragments = 2;
 constexpr std::uint8_t kLittleEndian = 1;

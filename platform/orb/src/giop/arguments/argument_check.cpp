@@ -23,13 +23,25 @@ std::string_view textOf(ArgumentVerdict verdict) {
     return "malformed";
 }
 
+namespace {
+
+/// Return a table with the types of the operations' parameters. Each thread keeps one, because they
+/// are many more than the types in a request.
+TypeTable& tableOfThread() {
+    thread_local TypeTable table(shapeNodes(), shapeParts());
+    table.shrink({shapeNodes().size(), shapeParts().size()});
+    return table;
+}
+
+}  // namespace
+
 ArgumentVerdict checkArguments(std::string_view operation, const EncodedArguments& arguments,
                                const ArgumentLimits& limits) {
     const auto parameters = parametersOf(operation);
     if (!parameters)
         return ArgumentVerdict::Fine;
     ArgumentBudget budget(limits, arguments.message.size());
-    TypeTable table(shapeNodes(), shapeParts());
+    TypeTable& table = tableOfThread();
     ArgumentReader reader(arguments.message, arguments.body, arguments.littleEndian,
                           arguments.fragments);
     ValueWalk(table, budget, reader, arguments.minorVersion).value(*parameters);

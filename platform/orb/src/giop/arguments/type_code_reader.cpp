@@ -105,6 +105,25 @@ bool isConstructed(std::uint32_t kind) {
 
 }  // namespace
 
+TypeCodeReader::TypeCodeReader(TypeTable& table, ArgumentBudget& budget, std::uint32_t anyDepth)
+    : table_(table),
+      budget_(budget),
+      anyDepth_(anyDepth),
+      seen_(seenOfThread()),
+      open_(openOfThread()) {}
+
+std::vector<TypeCodeReader::Seen>& TypeCodeReader::seenOfThread() {
+    thread_local std::vector<Seen> seen;
+    seen.clear();
+    return seen;
+}
+
+std::vector<std::size_t>& TypeCodeReader::openOfThread() {
+    thread_local std::vector<std::size_t> open;
+    open.clear();
+    return open;
+}
+
 std::optional<std::uint32_t> TypeCodeReader::read(ArgumentReader& reader) {
     return type(reader, false);
 }
@@ -201,7 +220,7 @@ bool TypeCodeReader::content(ArgumentReader& reader, std::uint32_t kind, std::si
         case tcString:
         case tcWString:
             node.kind = kind == tcString ? TypeKind::Text : TypeKind::WideText;
-            reader.unsignedLong();
+            node.length = reader.unsignedLong();
             break;
         case tcFixed:
             node.kind = TypeKind::Fixed;

@@ -13,11 +13,10 @@ namespace kelp::orb::giop {
 /// Reads one outermost TypeCode (CORBA 15.3.5.1) into a table. An indirection must lead to a type
 /// that began earlier within the same outermost TypeCode. An indirection to a type that is still
 /// open makes a recursive type. IDL has these only as elements of sequences and in valuetypes. Not
-/// thread safe.
+/// thread safe. A thread uses one at a time, because all of a thread share their working memory.
 class TypeCodeReader {
   public:
-    TypeCodeReader(TypeTable& table, ArgumentBudget& budget, std::uint32_t anyDepth)
-        : table_(table), budget_(budget), anyDepth_(anyDepth) {}
+    TypeCodeReader(TypeTable& table, ArgumentBudget& budget, std::uint32_t anyDepth);
 
     /// Return the place of the type in the table; nothing when the budget has a verdict.
     std::optional<std::uint32_t> read(ArgumentReader& reader);
@@ -53,12 +52,16 @@ class TypeCodeReader {
     bool count(std::uint64_t types);
     std::optional<std::uint32_t> refuse(ArgumentVerdict verdict);
 
+    /// Return the thread's working memory, which is empty.
+    static std::vector<Seen>& seenOfThread();
+    static std::vector<std::size_t>& openOfThread();
+
     TypeTable& table_;
     ArgumentBudget& budget_;
     const std::uint32_t anyDepth_;
     std::uint64_t types_ = 0;
-    std::vector<Seen> seen_;         ///< sorted by offset
-    std::vector<std::size_t> open_;  ///< the types around the current one, as indexes into seen_
+    std::vector<Seen>& seen_;         ///< sorted by offset
+    std::vector<std::size_t>& open_;  ///< the types around the current one, as indexes into seen_
 };
 
 }  // namespace kelp::orb::giop

@@ -34,9 +34,9 @@ inline std::string nameOf(const CosNotification::StructuredEvent& event) {
 /// The names of the events that a consumer received. Any thread may call it.
 class Received {
   public:
-    void add(const CosNotification::StructuredEvent& event) {
+    void add(const kelp::orb::EventView& event) {
         const std::lock_guard guard(mutex_);
-        names_.push_back(nameOf(event));
+        names_.emplace_back(event.eventName());
     }
     void addBatch(std::size_t size) {
         const std::lock_guard guard(mutex_);
@@ -105,7 +105,7 @@ class AnyConsumer final : public POA_CosNotifyComm::PushConsumer, public Receive
 
 class LossRecord final : public LossListener {
   public:
-    void eventsLost(const CosNotification::StructuredEvent& first) override { lost.add(first); }
+    void eventsLost(const kelp::orb::EventView& first) override { lost.add(first); }
     Received lost;
 };
 

@@ -61,7 +61,7 @@ class Receiving final : public ConnectedConsumer {
         if (onDeliver)
             onDeliver();
         for (const EventPtr& each : events)
-            got[count++ % got.size()] = test::numberOf(each->body);
+            got[count++ % got.size()] = test::numberOf(each->view());
     }
     void probe() override {}
     void disconnect() override {}

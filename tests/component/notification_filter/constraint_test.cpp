@@ -342,6 +342,9 @@ TEST_P(Constraints, GiveTheExpectedResultForTheAlarm) {
         return;
     }
     EXPECT_EQ(Constraint(each.text).matches(event), each.outcome == Outcome::Matches);
+    const kelp::orb::EncodedEvent encoded(event);
+    EXPECT_GT(encoded.octets(), 0u);
+    EXPECT_EQ(Constraint(each.text).matches(encoded), each.outcome == Outcome::Matches);
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, Constraints, testing::ValuesIn(kCases),

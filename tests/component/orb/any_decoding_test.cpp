@@ -100,25 +100,9 @@ class AnyDecoding : public testing::Test {
         return recorder_.lastRequest().substr(recorded.body());
     }
 
-    std::string request(const std::string& parameters) const {
-        const auto number = [](std::size_t value) {
-            const auto narrow = static_cast<std::uint32_t>(value);
-            return std::string(reinterpret_cast<const char*>(&narrow), sizeof narrow);
-        };
-        const auto padded = [](std::string bytes, std::size_t size) {
-            bytes.resize((bytes.size() + size - 1) / size * size);
-            return bytes;
-        };
-        std::string body = number(7) + std::string("\3\0\0\0", 4) + number(0) +
-                           padded(number(key_.size()) + key_, 4) +
-                           padded(number(5) + std::string("push\0", 5), 4) + number(0);
-        body = padded(std::string(12, '\0') + body, 8).substr(12) + parameters;
-        return std::string("GIOP\1\2\1\0", 8) + number(body.size()) + body;
-    }
-
     /// Send the parameters. False if the check refuses them or the connection ends.
     bool send(const Socket& socket, const std::string& parameters) const {
-        const std::string message = request(parameters);
+        const std::string message = giop12Request(key_, "push", parameters);
         const auto* const octets = reinterpret_cast<const std::uint8_t*>(message.data());
         if (kelp::orb::giop::checkArguments(
                 "push",

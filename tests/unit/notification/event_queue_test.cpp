@@ -119,7 +119,7 @@ TEST(EventQueue, ClearsAllButThoseBeingDelivered) {
 }
 
 EventPtr with(int number, EventQos qos, std::chrono::milliseconds age = {}) {
-    return std::make_shared<const Event>(test::sharedBody(number),
+    return std::make_shared<const Event>(kelp::orb::EncodedEvent(test::sharedBody(number)),
                                          std::chrono::steady_clock::now() - age, qos);
 }
 

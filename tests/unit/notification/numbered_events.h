@@ -19,16 +19,16 @@ inline kelp::orb::StructuredEventPtr sharedBody(int number) {
 /// Return an event whose name is a number.
 inline EventPtr event(
     int number, std::chrono::steady_clock::time_point accepted = std::chrono::steady_clock::now()) {
-    return std::make_shared<const Event>(sharedBody(number), accepted);
+    return std::make_shared<const Event>(kelp::orb::EncodedEvent(sharedBody(number)), accepted);
 }
 
-inline int numberOf(const CosNotification::StructuredEvent& body) {
-    return std::atoi(body.header.fixed_header.event_name.in());
+inline int numberOf(const kelp::orb::EventView& event) {
+    return std::atoi(event.eventName());
 }
 
 /// Return 0 if there is no event.
 inline int numberOf(const EventPtr& event) {
-    return event ? numberOf(event->body) : 0;
+    return event ? numberOf(event->view()) : 0;
 }
 
 }  // namespace kelp::notification::test

@@ -53,7 +53,7 @@ class CountingSubscription final : public Subscription {
     std::vector<std::string> deaths;
 
   private:
-    void eventsLost(const Event& first) override { lost.push_back(test::numberOf(first.body)); }
+    void eventsLost(const Event& first) override { lost.push_back(test::numberOf(first.view())); }
     void consumerDied(const std::string& why) override { deaths.push_back(why); }
 };
 

@@ -75,7 +75,7 @@ class TestSubscription final : public Subscription {
     int deathsWithoutMemory = 0;
 
   private:
-    void eventsLost(const Event& first) override { lost.push_back(test::numberOf(first.body)); }
+    void eventsLost(const Event& first) override { lost.push_back(test::numberOf(first.view())); }
     void consumerDied(const std::string& why) override {
         if (deathsWithoutMemory-- > 0)
             throw std::bad_alloc();

@@ -12,14 +12,16 @@ using kelp::util::MutexLock;
 using kelp::util::MutexUnlock;
 
 /// Return a text from the event's filterable data; empty when no field has that name.
-std::string textOf(const CosNotification::StructuredEvent& event, const char* name) {
-    for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i) {
-        const char* text = nullptr;
-        if (std::strcmp(event.filterable_data[i].name.in(), name) == 0 &&
-            (event.filterable_data[i].value >>= text))
-            return std::string(text);
-    }
-    return {};
+std::string textOf(const kelp::orb::EventView& event, const char* name) {
+    std::string found;
+    event.filterableData().forEach([&](const kelp::orb::EventProperty& property) {
+        if (found.empty() && std::strcmp(property.name, name) == 0)
+            found = property.value.with([](const CORBA::Any& any) {
+                const char* text = nullptr;
+                return (any >>= text) ? std::string(text) : std::string();
+            });
+    });
+    return found;
 }
 
 }  // namespace
@@ -30,7 +32,7 @@ bool LossTracker::isCounted() {
     return isLosing_;
 }
 
-void LossTracker::lost(const CosNotification::StructuredEvent& first) {
+void LossTracker::lost(const kelp::orb::EventView& first) {
     if (isCounted())
         return;
     Report report{Start{textOf(first, "emsTime"), textOf(first, "notificationId")}};

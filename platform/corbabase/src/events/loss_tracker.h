@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cos/CosNotification.h>
+#include <kelp/orb/event_view.h>
 #include <kelp/util/mutex.h>
 
 #include <ctime>
@@ -32,7 +32,7 @@ class LossTracker {
     explicit LossTracker(Reports reports) : reports_(std::move(reports)) {}
 
     /// An event was lost. The first one begins a loss.
-    void lost(const CosNotification::StructuredEvent& first) KELP_EXCLUDES(mutex_);
+    void lost(const kelp::orb::EventView& first) KELP_EXCLUDES(mutex_);
     /// A round of session checks begins. It ends the loss when `isDrained` and a whole round has
     /// passed since the last lost event.
     void roundBegins(bool isDrained) KELP_EXCLUDES(mutex_);

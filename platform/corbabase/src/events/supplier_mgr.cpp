@@ -117,7 +117,7 @@ struct SuppilerMgr::State final : kelp::notification::LossListener {
     mutable kelp::util::Mutex mutex{LockRank::Leaf, "SuppilerMgr::State::mutex"};
     std::shared_ptr<EventAcceptance> acceptance KELP_GUARDED_BY(mutex);
 
-    void eventsLost(const CosNotification::StructuredEvent& first) override {
+    void eventsLost(const kelp::orb::EventView& first) override {
         contained([&] { losses.lost(first); });
     }
     void lossBegan(const LossTracker::Start& start) {
@@ -168,7 +168,7 @@ CallBackProcessBase* SuppilerMgr::GetCallBack() const {
 
 void SuppilerMgr::State::open(CORBA::ORB_ptr orb) {
     EventHandover::Work work;
-    work.lost = [this](const CosNotification::StructuredEvent& first) { eventsLost(first); };
+    work.lost = [this](const kelp::orb::EventView& first) { eventsLost(first); };
     work.heartbeat = [this] {
         if (CallBackProcessBase* agent = callBack)
             agent->SendHeartbeat();

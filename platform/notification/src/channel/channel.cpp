@@ -64,12 +64,12 @@ CosNotifyChannelAdmin::EventChannel_ptr Channel::reference() const {
     return CosNotifyChannelAdmin::EventChannel::_duplicate(state_->reference.in());
 }
 
-void Channel::push(kelp::orb::StructuredEventPtr event) {
-    state_->core->distribute(makeEvent(std::move(event)));
+void Channel::push(const kelp::orb::StructuredEventPtr& event) {
+    state_->core->distribute(makeEvent(event));
 }
 
 void Channel::push(const CosNotification::StructuredEvent& event) {
-    push(std::make_shared<const CosNotification::StructuredEvent>(event));
+    state_->core->distribute(makeEvent(event));
 }
 
 std::vector<ConsumerCounts> Channel::consumers() const {

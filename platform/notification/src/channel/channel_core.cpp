@@ -115,7 +115,7 @@ void ChannelCore::tellLost(const Event& first) {
         listener = listener_;
     }
     if (listener != nullptr)
-        listener->eventsLost(first.body);
+        listener->eventsLost(first.view());
 }
 
 void ChannelCore::addConsumerPath(const std::shared_ptr<ConsumerPath>& path) {

@@ -29,7 +29,7 @@ void ConsumerPath::applyQos(const Qos& values) {
 }
 
 void ConsumerPath::screen(const EventPtr& event) {
-    if (!isConnected() || !isSubscribedTo(event->body))
+    if (!isConnected() || !isSubscribedTo(event->view()))
         return;
     EventPtr lost;
     Sieve::Way way = Sieve::Way::Waits;
@@ -85,15 +85,16 @@ bool ConsumerPath::hasDrained() const {
     return isSettled() && (!isConnected() || 2 * sieve_.size() < core_.settings().queueEventsMax);
 }
 
-bool ConsumerPath::isSubscribedTo(const CosNotification::StructuredEvent& event) const {
-    const CosNotification::EventType& type = event.header.fixed_header.event_type;
-    return admin_->types.matches(type) && types.matches(type);
+bool ConsumerPath::isSubscribedTo(const kelp::orb::EventView& event) const {
+    const char* const domain = event.domainName();
+    const char* const type = event.typeName();
+    return admin_->types.matches(domain, type) && types.matches(domain, type);
 }
 
 bool ConsumerPath::passes(const Sieve::Item& item) {
     Budget budget(core_.settings().perOwner.evaluationCost);
     const bool isWanted =
-        judgedByGroups(admin_->op, item.ofAdmin, item.ofProxy, item.event->body, budget);
+        judgedByGroups(admin_->op, item.ofAdmin, item.ofProxy, item.event->view(), budget);
     if (budget.isSpent())
         isTooCostly_ = true;
     return isWanted;

@@ -53,7 +53,7 @@ class ConsumerPath final : public Subscription, public FilterStage::Task {
     void eventsLost(const Event& first) override;
     void consumerDied(const std::string& why) override;
     void beginWork();
-    bool isSubscribedTo(const CosNotification::StructuredEvent& event) const;
+    bool isSubscribedTo(const kelp::orb::EventView& event) const;
     bool passes(const Sieve::Item& item);
 
     ChannelCore& core_;

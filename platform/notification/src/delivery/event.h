@@ -21,7 +21,7 @@ struct EventQos {
 
 /// An accepted event. Immutable, shared by all queues.
 struct Event : kelp::orb::SharedEvent {
-    Event(kelp::orb::StructuredEventPtr event, std::chrono::steady_clock::time_point acceptedAt,
+    Event(kelp::orb::EncodedEvent event, std::chrono::steady_clock::time_point acceptedAt,
           const EventQos& eventQos = {})
         : SharedEvent(std::move(event)), accepted(acceptedAt), qos(eventQos) {}
 
@@ -36,11 +36,13 @@ struct EventDefaults {
     bool heedsStop = true;
 };
 
-/// Make an event that is accepted now and shares `body`, which must not be null. Its qualities come
-/// from its variable header (Priority, Timeout, StopTime), those missing there from `defaults`. A
-/// property whose type is not the standard's is ignored.
-EventPtr makeEvent(kelp::orb::StructuredEventPtr body, const EventDefaults& defaults = {});
-/// The same with a copy of `body`.
+/// Make an event that is accepted now. Its qualities come from its variable header (Priority,
+/// Timeout, StopTime), those missing there from `defaults`. A property whose type is not the
+/// standard's is ignored.
+EventPtr makeEvent(kelp::orb::EncodedEvent body, const EventDefaults& defaults = {});
+/// The same with `body`, which must not be null. It is encoded, and kept only if it cannot be.
+EventPtr makeEvent(const kelp::orb::StructuredEventPtr& body, const EventDefaults& defaults = {});
+/// The same; `body` is encoded.
 EventPtr makeEvent(const CosNotification::StructuredEvent& body,
                    const EventDefaults& defaults = {});
 /// The same with a copy of an any. If it holds a structured event it becomes that event. Any other

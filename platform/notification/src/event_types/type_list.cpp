@@ -9,13 +9,12 @@ void TypeList::change(const CosNotification::EventTypeSeq& added,
     types_ = isAll(changed) ? TypeSet() : std::move(changed);
 }
 
-bool TypeList::matches(const CosNotification::EventType& type) const {
+bool TypeList::matches(const char* eventDomain, const char* eventType) const {
     const util::MutexLock guard(mutex_);
     if (types_.empty())
         return true;
     for (const auto& [domain, name] : types_) {
-        if (matchesPattern(domain.c_str(), type.domain_name.in()) &&
-            matchesPattern(name.c_str(), type.type_name.in()))
+        if (matchesPattern(domain.c_str(), eventDomain) && matchesPattern(name.c_str(), eventType))
             return true;
     }
     return false;

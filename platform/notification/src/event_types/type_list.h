@@ -13,7 +13,7 @@ class TypeList {
     /// Change the types completely or not at all. Throws what changedTypes throws.
     void change(const CosNotification::EventTypeSeq& added,
                 const CosNotification::EventTypeSeq& removed) KELP_EXCLUDES(mutex_);
-    bool matches(const CosNotification::EventType& type) const KELP_EXCLUDES(mutex_);
+    bool matches(const char* eventDomain, const char* eventType) const KELP_EXCLUDES(mutex_);
     TypeSet types() const KELP_EXCLUDES(mutex_);
 
   private:

@@ -13,7 +13,7 @@ using Kind = Expression::Kind;
 /// One evaluation of a constraint for one event.
 class Evaluation {
   public:
-    Evaluation(const CosNotification::StructuredEvent& event, Budget& budget)
+    Evaluation(const kelp::orb::EventView& event, Budget& budget)
         : budget_(budget), reader_(event, budget) {}
 
     Result of(const Expression& node) const {
@@ -98,11 +98,11 @@ class Evaluation {
 Constraint::Constraint(const std::string& text, const ConstraintLimits& limits)
     : limits_(limits), expression_(parseConstraint(text, limits)) {}
 
-bool Constraint::matches(const CosNotification::StructuredEvent& event, Budget& budget) const {
+bool Constraint::matches(const kelp::orb::EventView& event, Budget& budget) const {
     return !expression_ || truth(Evaluation(event, budget).of(*expression_)).value_or(false);
 }
 
-bool Constraint::matches(const CosNotification::StructuredEvent& event) const {
+bool Constraint::matches(const kelp::orb::EventView& event) const {
     Budget budget(limits_.cost);
     return matches(event, budget);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cos/CosNotification.h>
+#include <kelp/orb/event_view.h>
 
 #include <cstddef>
 #include <optional>
@@ -35,9 +35,9 @@ class Constraint {
 
     /// Whether the event matches. Also false if the evaluation fails: a property is missing, types
     /// do not fit each other, or the budget is spent.
-    bool matches(const CosNotification::StructuredEvent& event, Budget& budget) const;
+    bool matches(const kelp::orb::EventView& event, Budget& budget) const;
     /// The same with a budget of ConstraintLimits::cost steps.
-    bool matches(const CosNotification::StructuredEvent& event) const;
+    bool matches(const kelp::orb::EventView& event) const;
 
   private:
     const ConstraintLimits limits_;

@@ -83,8 +83,7 @@ void FilterList::clear() {
     filters_.swap(gone);
 }
 
-FilterList::Verdict FilterList::judge(const Snapshot& filters,
-                                      const CosNotification::StructuredEvent& event,
+FilterList::Verdict FilterList::judge(const Snapshot& filters, const kelp::orb::EventView& event,
                                       Budget& budget) {
     if (filters->empty())
         return Verdict::NoFilter;
@@ -103,7 +102,7 @@ FilterList::Verdict FilterList::judge(const Snapshot& filters,
 
 bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op,
                     const FilterList::Snapshot& ofAdmin, const FilterList::Snapshot& ofProxy,
-                    const CosNotification::StructuredEvent& event, Budget& budget) {
+                    const kelp::orb::EventView& event, Budget& budget) {
     using Verdict = FilterList::Verdict;
     const bool isAnd = op == CosNotifyChannelAdmin::AND_OP;
     const Verdict first = FilterList::judge(ofAdmin, event, budget);

@@ -2,6 +2,7 @@
 
 #include <cos/CosNotifyChannelAdmin.h>
 #include <cos/CosNotifyFilter.h>
+#include <kelp/orb/event_view.h>
 #include <kelp/util/mutex.h>
 
 #include <map>
@@ -46,7 +47,7 @@ class FilterList {
     std::vector<std::string> texts() const;
     /// Evaluate the filters. One that was destroyed does not match, because it has no constraints.
     /// One that fails, or exceeds the budget, does not match either.
-    static Verdict judge(const Snapshot& filters, const CosNotification::StructuredEvent& event,
+    static Verdict judge(const Snapshot& filters, const kelp::orb::EventView& event,
                          Budget& budget);
 
   private:
@@ -59,6 +60,6 @@ class FilterList {
 /// of them, as `op` says. If one group is empty, the other decides.
 bool judgedByGroups(CosNotifyChannelAdmin::InterFilterGroupOperator op,
                     const FilterList::Snapshot& ofAdmin, const FilterList::Snapshot& ofProxy,
-                    const CosNotification::StructuredEvent& event, Budget& budget);
+                    const kelp::orb::EventView& event, Budget& budget);
 
 }  // namespace kelp::notification

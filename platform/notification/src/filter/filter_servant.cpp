@@ -20,15 +20,15 @@ constexpr std::size_t kConstraintsMax = 200;
 /// Callbacks of one filter. More peers have no use for its types.
 constexpr std::size_t kCallbacksMax = 20;
 
-bool isOfType(const CosNotification::EventTypeSeq& types, const CosNotification::EventType& type) {
+bool isOfType(const CosNotification::EventTypeSeq& types, const kelp::orb::EventView& event) {
     if (types.length() == 0)
         return true;
     for (CORBA::ULong i = 0; i < types.length(); ++i) {
         const char* name = types[i].type_name.in();
         const char* domain = types[i].domain_name.in();
-        const bool anyName = *name == '\0' || matchesPattern(name, "%ALL") ||
-                             matchesPattern(name, type.type_name.in());
-        const bool anyDomain = *domain == '\0' || matchesPattern(domain, type.domain_name.in());
+        const bool anyName =
+            *name == '\0' || matchesPattern(name, "%ALL") || matchesPattern(name, event.typeName());
+        const bool anyDomain = *domain == '\0' || matchesPattern(domain, event.domainName());
         if (anyName && anyDomain)
             return true;
     }
@@ -222,7 +222,8 @@ void FilterServant::destroy() {
 }
 
 CORBA::Boolean FilterServant::match(const CORBA::Any& data) {
-    return match_structured(makeEvent(data)->body);
+    Budget budget(core_->settings().perOwner.evaluationCost);
+    return passes(makeEvent(data)->view(), budget);
 }
 
 CORBA::Boolean FilterServant::match_structured(const CosNotification::StructuredEvent& event) {
@@ -230,12 +231,11 @@ CORBA::Boolean FilterServant::match_structured(const CosNotification::Structured
     return passes(event, budget);
 }
 
-bool FilterServant::passes(const CosNotification::StructuredEvent& event, Budget& budget) const {
+bool FilterServant::passes(const kelp::orb::EventView& event, Budget& budget) const {
     const auto entries = current();
     for (const auto& [id, entry] : *entries) {
-        const bool isForIt =
-            budget.spend(1 + entry.expression.event_types.length()) &&
-            isOfType(entry.expression.event_types, event.header.fixed_header.event_type);
+        const bool isForIt = budget.spend(1 + entry.expression.event_types.length()) &&
+                             isOfType(entry.expression.event_types, event);
         if (isForIt && entry.constraint->matches(event, budget))
             return true;
         if (budget.isSpent())

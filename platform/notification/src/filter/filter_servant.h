@@ -36,7 +36,7 @@ class FilterServant final : public POA_CosNotifyFilter::Filter, public Owned, pu
     bool drop() override;
 
     // -- EventTest
-    bool passes(const CosNotification::StructuredEvent& event, Budget& budget) const override;
+    bool passes(const kelp::orb::EventView& event, Budget& budget) const override;
     std::shared_ptr<const void> use() const override { return use_; }
     std::vector<std::string> texts() const override;
 

@@ -13,6 +13,9 @@ namespace {
 
 using DynamicAny::DynAny;
 using DynamicAny::DynAny_var;
+using kelp::orb::EventProperties;
+using kelp::orb::EventValue;
+using kelp::orb::EventView;
 
 /// A tree of dynamic values. Destroys the whole tree.
 class DynTree {
@@ -38,15 +41,6 @@ CORBA::TypeCode_ptr withoutAlias(CORBA::TypeCode_ptr type) {
     while (plain->kind() == CORBA::tk_alias)
         plain = plain->content_type();
     return plain._retn();
-}
-
-/// The property with this name; null if there is none.
-const CORBA::Any* find(const CosNotification::PropertySeq& properties, const std::string& name) {
-    for (CORBA::ULong i = 0; i < properties.length(); ++i) {
-        if (name == properties[i].name.in())
-            return &properties[i].value;
-    }
-    return nullptr;
 }
 
 DynamicAny::DynAny_ptr elementAt(DynamicAny::DynAny_ptr dyn, CORBA::ULong index) {
@@ -119,6 +113,12 @@ auto walkAny(const CORBA::Any& any, const PropertyPath& path, std::size_t at, Bu
              Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     const DynTree tree(any);
     return walk(tree.root(), path, at, budget, use);
+}
+
+template <class Use>
+auto walkValue(const EventValue& value, const PropertyPath& path, std::size_t at, Budget& budget,
+               Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+    return value.with([&](const CORBA::Any& any) { return walkAny(any, path, at, budget, use); });
 }
 
 /// A discriminator or a label as written in a constraint.
@@ -277,14 +277,13 @@ auto walk(DynamicAny::DynAny_ptr dyn, const PropertyPath& path, std::size_t at, 
 }
 
 /// The field of the fixed header with this name; null if there is none.
-const char* headerText(const CosNotification::StructuredEvent& event, const std::string& name) {
-    const CosNotification::FixedEventHeader& header = event.header.fixed_header;
+const char* headerText(const EventView& event, const std::string& name) {
     if (name == "domain_name")
-        return header.event_type.domain_name.in();
+        return event.domainName();
     if (name == "type_name")
-        return header.event_type.type_name.in();
+        return event.typeName();
     if (name == "event_name")
-        return header.event_name.in();
+        return event.eventName();
     return nullptr;
 }
 
@@ -299,34 +298,33 @@ bool isEnd(const PropertyPath& path, std::size_t at) {
 /// Resolves paths such as "$.filterable_data(x)..." and "$.header.variable_header[1].value...".
 /// `at` is the step after the list.
 template <class Use>
-auto findListed(const CosNotification::PropertySeq& properties, const PropertyPath& path,
-                std::size_t at, Budget& budget, Use use)
-    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findListed(const EventProperties& properties, const PropertyPath& path, std::size_t at,
+                Budget& budget, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (isEnd(path, at))
         return use(DynAny::_nil(), std::nullopt);
     const PathStep& step = path[at];
     if (step.kind == PathStep::Kind::Length)
-        return use(DynAny::_nil(), Value(std::int64_t{properties.length()}));
+        return use(DynAny::_nil(), Value(std::int64_t{properties.size()}));
     if (step.kind == PathStep::Kind::Name) {
-        const CORBA::Any* any = find(properties, step.name);
-        return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))()
-                              : walkAny(*any, path, at + 1, budget, use);
+        const std::optional<EventValue> value = properties.find(step.name.c_str());
+        return value ? walkValue(*value, path, at + 1, budget, use)
+                     : decltype(use(DynAny::_nil(), std::nullopt))();
     }
-    if (step.kind != PathStep::Kind::Index || step.at >= properties.length())
+    if (step.kind != PathStep::Kind::Index || step.at >= properties.size())
         return {};
-    const CosNotification::Property& property = properties[step.at];
+    const kelp::orb::EventProperty property = properties.at(step.at);
     if (isEnd(path, at + 1))
         return use(DynAny::_nil(), std::nullopt);
     if (isMember(path, at + 1, "name"))
-        return use(DynAny::_nil(), Value(std::string(property.name.in())));
-    return walkAny(property.value, path, at + 2, budget, use);
+        return use(DynAny::_nil(), Value(std::string(property.name)));
+    return walkValue(property.value, path, at + 2, budget, use);
 }
 
 /// Resolves paths such as "$.header.fixed_header.event_name". `at` is the step after the fixed
 /// header.
 template <class Use>
-auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath& path,
-               std::size_t at, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findFixed(const EventView& event, const PropertyPath& path, std::size_t at, Use use)
+    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (isMember(path, at, "event_type"))
         ++at;
     if (isEnd(path, at))
@@ -338,8 +336,8 @@ auto findFixed(const CosNotification::StructuredEvent& event, const PropertyPath
 }
 
 template <class Use>
-auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPath& path,
-                 Budget& budget, Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto findChecked(const EventView& event, const PropertyPath& path, Budget& budget, Use use)
+    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     if (path.empty() || path[0].kind != PathStep::Kind::Member)
         return {};
     if (isMember(path, 0, "curtime"))
@@ -349,24 +347,24 @@ auto findChecked(const CosNotification::StructuredEvent& event, const PropertyPa
             return use(DynAny::_nil(), std::nullopt);
         return isMember(path, 1, "fixed_header")
                    ? findFixed(event, path, 2, use)
-                   : findListed(event.header.variable_header, path, 2, budget, use);
+                   : findListed(event.variableHeader(), path, 2, budget, use);
     }
     if (isMember(path, 0, "filterable_data"))
-        return findListed(event.filterable_data, path, 1, budget, use);
+        return findListed(event.filterableData(), path, 1, budget, use);
     if (isMember(path, 0, "remainder_of_body"))
-        return walkAny(event.remainder_of_body, path, 1, budget, use);
+        return walkValue(event.remainderOfBody(), path, 1, budget, use);
     if (headerText(event, path[0].name) != nullptr)
         return findFixed(event, path, 0, use);
-    const CORBA::Any* any = find(event.header.variable_header, path[0].name);
-    if (any == nullptr)
-        any = find(event.filterable_data, path[0].name);
-    return any == nullptr ? decltype(use(DynAny::_nil(), std::nullopt))()
-                          : walkAny(*any, path, 1, budget, use);
+    std::optional<EventValue> value = event.variableHeader().find(path[0].name.c_str());
+    if (!value)
+        value = event.filterableData().find(path[0].name.c_str());
+    return value ? walkValue(*value, path, 1, budget, use)
+                 : decltype(use(DynAny::_nil(), std::nullopt))();
 }
 
 template <class Use>
-auto find(const CosNotification::StructuredEvent& event, const PropertyPath& path, Budget& budget,
-          Use use) -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
+auto find(const EventView& event, const PropertyPath& path, Budget& budget, Use use)
+    -> decltype(use(DynAny::_nil(), std::optional<Value>())) {
     try {
         return findChecked(event, path, budget, use);
     } catch (const CORBA::Exception&) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cos/CosNotification.h>
+#include <kelp/orb/event_view.h>
 
 #include <string>
 #include <vector>
@@ -41,8 +41,8 @@ bool isPossible(const PropertyPath& path);
 /// as well, are numbers in units of 100 ns.
 class EventReader {
   public:
-    /// Borrows the event and the budget.
-    EventReader(const CosNotification::StructuredEvent& event, Budget& budget)
+    /// Borrows the view's event and the budget.
+    EventReader(const kelp::orb::EventView& event, Budget& budget)
         : event_(event), budget_(budget) {}
 
     /// The value at the path; none if the path leads nowhere or the value is not a simple one.
@@ -54,7 +54,7 @@ class EventReader {
     Result contains(const PropertyPath& path, const Value& element) const;
 
   private:
-    const CosNotification::StructuredEvent& event_;
+    const kelp::orb::EventView event_;
     Budget& budget_;
 };
 

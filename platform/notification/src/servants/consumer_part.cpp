@@ -39,11 +39,17 @@ void ConsumerPart::connect(CORBA::Object_ptr supplier, Farewell farewell) {
 void ConsumerPart::accept(const EventPtr& event) {
     if (!connected_ || closed_)
         throw CosEventComm::Disconnected();
-    if (passes(event->body))
+    if (passes(event->view()))
         core_->distribute(event);
 }
 
-bool ConsumerPart::passes(const CosNotification::StructuredEvent& event) const {
+void ConsumerPart::acceptAll(std::span<kelp::orb::EncodedEvent> events) {
+    const EventDefaults defaults = eventDefaults();
+    for (kelp::orb::EncodedEvent& each : events)
+        accept(makeEvent(std::move(each), defaults));
+}
+
+bool ConsumerPart::passes(const kelp::orb::EventView& event) const {
     Budget budget(core_->settings().perOwner.evaluationCost);
     return judgedByGroups(admin_->op, admin_->filters.current(), filters.current(), event, budget);
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <memory>
+#include <span>
 
 #include "channel/channel_core.h"
 #include "channel/peers.h"
@@ -69,6 +70,8 @@ class ConsumerPart : public Owned {
     /// Accept an event and distribute it if it passes the filters. Throws Disconnected if no
     /// supplier is connected.
     void accept(const EventPtr& event);
+    /// The same for events that are not made yet, in order.
+    void acceptAll(std::span<kelp::orb::EncodedEvent> events);
     enum class Supplier { IsTold, IsNotTold };
     /// End the proxy for good, once. With IsTold the supplier is disconnected soon after.
     void close(Supplier supplier);
@@ -84,7 +87,7 @@ class ConsumerPart : public Owned {
     virtual PortableServer::Servant servant() = 0;
 
   private:
-    bool passes(const CosNotification::StructuredEvent& event) const;
+    bool passes(const kelp::orb::EventView& event) const;
 
     const std::shared_ptr<ChannelCore> core_;
     const std::shared_ptr<SupplierAdminData> admin_;

@@ -10,7 +10,7 @@ CosNotification::EventBatch* batchOf(const std::vector<EventPtr>& events) {
     CosNotification::EventBatch_var batch = new CosNotification::EventBatch;
     batch->length(static_cast<CORBA::ULong>(events.size()));
     for (CORBA::ULong i = 0; i < batch->length(); ++i)
-        batch[i] = events[i]->body;
+        batch[i] = events[i]->decoded();
     return batch._retn();
 }
 
@@ -22,7 +22,7 @@ CosNotification::StructuredEvent* emptyEvent() {
 }  // namespace
 
 CosNotification::StructuredEvent* StructuredPullSupplier::pull_structured_event() {
-    return new CosNotification::StructuredEvent(pull(1, true).front()->body);
+    return new CosNotification::StructuredEvent(pull(1, true).front()->decoded());
 }
 
 CosNotification::StructuredEvent* StructuredPullSupplier::try_pull_structured_event(
@@ -30,7 +30,7 @@ CosNotification::StructuredEvent* StructuredPullSupplier::try_pull_structured_ev
     const std::vector<EventPtr> events = pull(1, false);
     hasEvent = !events.empty();
     return events.empty() ? emptyEvent()
-                          : new CosNotification::StructuredEvent(events.front()->body);
+                          : new CosNotification::StructuredEvent(events.front()->decoded());
 }
 
 CosNotification::EventBatch* SequencePullSupplier::pull_structured_events(CORBA::Long most) {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <kelp/orb/event_intake.h>
+
+#include <span>
+
 #include "channel/peers.h"
 #include "consumer_part.h"
 #include "qos_and_filters.h"
@@ -40,7 +44,8 @@ class ProxyConsumerServant : public QosAndFilters<Skeleton>, public ConsumerPart
 };
 
 class StructuredPushConsumer final
-    : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer> {
+    : public ProxyConsumerServant<
+          kelp::orb::EncodedPushConsumer<POA_CosNotifyChannelAdmin::StructuredProxyPushConsumer>> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
     void connect_structured_push_supplier(
@@ -52,11 +57,13 @@ class StructuredPushConsumer final
     void push_structured_event(const CosNotification::StructuredEvent& event) override {
         accept(makeEvent(event, eventDefaults()));
     }
+    void pushEncoded(std::span<kelp::orb::EncodedEvent> events) override { acceptAll(events); }
     void disconnect_structured_push_consumer() override { close(Supplier::IsNotTold); }
 };
 
 class SequencePushConsumer final
-    : public ProxyConsumerServant<POA_CosNotifyChannelAdmin::SequenceProxyPushConsumer> {
+    : public ProxyConsumerServant<
+          kelp::orb::EncodedPushConsumer<POA_CosNotifyChannelAdmin::SequenceProxyPushConsumer>> {
   public:
     using ProxyConsumerServant::ProxyConsumerServant;
     void connect_sequence_push_supplier(CosNotifyComm::SequencePushSupplier_ptr supplier) override {
@@ -69,6 +76,7 @@ class SequencePushConsumer final
         for (CORBA::ULong i = 0; i < batch.length(); ++i)
             accept(makeEvent(batch[i], defaults));
     }
+    void pushEncoded(std::span<kelp::orb::EncodedEvent> events) override { acceptAll(events); }
     void disconnect_sequence_push_consumer() override { close(Supplier::IsNotTold); }
 };
 

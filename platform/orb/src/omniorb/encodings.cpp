@@ -1,46 +1,26 @@
-#include "encodings.h"
+#include "omniorb/encodings.h"
 
-#include <omniORB4/internal/giopStream.h>
-#include <omniORB4/omniInternal.h>
+#include <kelp/util/mutex.h>
 
-#include <algorithm>
 #include <array>
-#include <iterator>
-#include <utility>
+#include <memory>
+#include <vector>
+
+#include "omniorb/encoded_events.h"
+#include "omniorb/stream_places.h"
+
+// the version of a message is declared only in the ORB's internal headers
+#include <omniORB4/internal/giopStream.h>
 
 namespace kelp::orb {
 
 namespace {
 
-constexpr std::uint32_t kLargestAlignment = 8;
 /// An event begins with the length of its domain name, an unsigned long.
 constexpr std::uint32_t kEventAlignment = 4;
 static_assert(kLargestAlignment % kEventAlignment == 0);
 
 constexpr std::array<CORBA::Octet, kLargestAlignment> kPadding{};
-
-/// Where the stream writes next, modulo the largest alignment. The ORB aligns by the address in its
-/// buffer. In GIOP 1.0 and 1.1 that does not correspond to the count of octets written.
-class WritePosition : private cdrStream {
-  public:
-    static std::uint32_t of(cdrStream& stream) {
-        // the ORB first counts the size of a GIOP 1.0 or 1.1 message that is larger than the buffer
-        if (cdrCountingStream* counter = cdrCountingStream::downcast(&stream))
-            return static_cast<std::uint32_t>(counter->total() % kLargestAlignment);
-        return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(next(stream)) %
-                                          kLargestAlignment);
-    }
-    /// Return whether this number of octets fits into the stream's buffer.
-    static bool hasRoomFor(const cdrStream& stream, std::size_t octets) {
-        const void* end = stream.*(&WritePosition::pd_outb_end);
-        return octets <= static_cast<std::size_t>(static_cast<const char*>(end) - next(stream));
-    }
-
-  private:
-    static const char* next(const cdrStream& stream) {
-        return static_cast<const char*>(stream.*(&WritePosition::pd_outb_mkr));
-    }
-};
 
 /// Return whether the stream is GIOP 1.1, which aligns anew in each fragment of a message. An event
 /// that is cut in two then has no encoding that can be reused.
@@ -49,72 +29,104 @@ bool alignsInFragments(cdrStream& stream) {
     return message != nullptr && message->version().major == 1 && message->version().minor == 1;
 }
 
-}  // namespace
+/// Held while encoding in another form, so that others who need the same form wait and do not
+/// encode it again. Few events need other forms, so they share it.
+util::Mutex otherFormsMutex{util::LockRank::Service, "otherFormsMutex"};
 
-SharedEvent::SharedEvent(StructuredEventPtr event)
-    : body(*event), event_(std::move(event)), encodings_(std::make_unique<Encodings>(body)) {}
+/// What the octets depend on.
+struct OtherForm {
+    const void* narrow;
+    const void* wide;
+    bool swapped;
+    std::uint32_t offset;  ///< of the first octet, modulo 8, the largest alignment in CDR
+    bool operator==(const OtherForm&) const = default;
+};
 
-SharedEvent::SharedEvent(const CosNotification::StructuredEvent& event)
-    : SharedEvent(std::make_shared<const CosNotification::StructuredEvent>(event)) {}
-
-SharedEvent::~SharedEvent() = default;
-
-std::size_t SharedEvent::encodingsKept() const {
-    return encodings_->count();
-}
-
-std::size_t SharedEvent::octetsKept() const {
-    return encodings_->octets();
-}
-
-void SharedEvent::Encodings::write(cdrStream& stream) {
-    const std::uint32_t offset = WritePosition::of(stream);
-    // align first, so that a batch has two different offsets instead of eight
-    const std::uint32_t padding = (kEventAlignment - offset % kEventAlignment) % kEventAlignment;
-    const std::vector<CORBA::Octet>& octets =
-        octetsFor(stream, (offset + padding) % kLargestAlignment);
-    if (alignsInFragments(stream) && !WritePosition::hasRoomFor(stream, padding + octets.size())) {
-        event_ >>= stream;
-        return;
-    }
-    stream.put_octet_array(kPadding.data(), static_cast<int>(padding));
-    stream.put_octet_array(octets.data(), static_cast<int>(octets.size()));
-}
-
-std::size_t SharedEvent::Encodings::count() const {
-    const util::MutexLock lock(mutex_);
-    return static_cast<std::size_t>(std::distance(made_.begin(), made_.end()));
-}
-
-std::size_t SharedEvent::Encodings::octets() const {
-    const util::MutexLock lock(mutex_);
-    return made_.empty() ? 0 : made_.front().octets.size();
-}
-
-const std::vector<CORBA::Octet>& SharedEvent::Encodings::octetsFor(cdrStream& stream,
-                                                                   std::uint32_t offset) {
-    const Form form{stream.TCS_C(), stream.TCS_W(), stream.marshal_byte_swap() != 0, offset};
-    const util::MutexLock lock(mutex_);
-    const auto known = std::find_if(made_.begin(), made_.end(),
-                                    [&form](const Encoding& each) { return each.form == form; });
-    if (known != made_.end())
-        return known->octets;
-    // callers hold references to elements of the list, which do not move
-    made_.push_front({form, encode(stream, offset)});
-    return made_.front().octets;
-}
-
-std::vector<CORBA::Octet> SharedEvent::Encodings::encode(cdrStream& like,
-                                                         std::uint32_t offset) const {
+std::vector<CORBA::Octet> encodedLike(cdrStream& like, std::uint32_t offset,
+                                      const CosNotification::StructuredEvent& event) {
     cdrMemoryStream memory(0, true);
     memory.TCS_C(like.TCS_C());
     memory.TCS_W(like.TCS_W());
     if (like.marshal_byte_swap())
         memory.setByteSwapFlag(!omni::myByteOrder);
     memory.put_octet_array(kPadding.data(), static_cast<int>(offset));
-    event_ >>= memory;
+    event >>= memory;
     const auto* first = static_cast<const CORBA::Octet*>(memory.bufPtr());
     return {first + offset, first + memory.bufSize()};
+}
+
+}  // namespace
+
+/// An encoding in another form. A list, of which only the head changes.
+struct SharedEvent::Others {
+    OtherForm form;
+    std::vector<CORBA::Octet> octets;
+    std::unique_ptr<Others> next;
+
+    static const Others* find(const SharedEvent& event, const OtherForm& form) {
+        const Others* each = event.others_.load(std::memory_order_acquire);
+        while (each != nullptr && each->form != form)
+            each = each->next.get();
+        return each;
+    }
+    static const Others& get(const SharedEvent& event, cdrStream& stream, std::uint32_t offset) {
+        const OtherForm form{stream.TCS_C(), stream.TCS_W(), stream.marshal_byte_swap() != 0,
+                             offset};
+        if (const Others* known = find(event, form))
+            return *known;
+        const CosNotification::StructuredEvent decoded = event.decoded();
+        const util::MutexLock lock(otherFormsMutex);
+        if (const Others* known = find(event, form))
+            return *known;
+        auto made =
+            std::make_unique<Others>(Others{form, encodedLike(stream, offset, decoded), nullptr});
+        made->next.reset(event.others_.load(std::memory_order_relaxed));
+        event.others_.store(made.get(), std::memory_order_release);
+        return *made.release();
+    }
+};
+
+SharedEvent::~SharedEvent() {
+    const std::unique_ptr<Others> owned(others_.load(std::memory_order_acquire));
+}
+
+std::size_t SharedEvent::encodingsKept() const {
+    std::size_t count = event_.octets() == 0 ? 0 : 1;
+    for (const Others* each = others_.load(std::memory_order_acquire); each != nullptr;
+         each = each->next.get())
+        ++count;
+    return count;
+}
+
+std::size_t SharedEvent::octetsKept() const {
+    if (event_.octets() != 0)
+        return event_.octets();
+    const Others* first = others_.load(std::memory_order_acquire);
+    return first == nullptr ? 0 : first->octets.size();
+}
+
+SharedEvent::Encodings SharedEvent::encodings() const {
+    return Encodings(*this);
+}
+
+void SharedEvent::Encodings::write(cdrStream& stream) const {
+    const EncodedEvent& own = event_.event_;
+    const std::uint32_t position = StreamPlaces::written(stream);
+    // align first, so that a batch has two different offsets instead of eight
+    const std::uint32_t padding = (kEventAlignment - position % kEventAlignment) % kEventAlignment;
+    const std::uint32_t offset = (position + padding) % kLargestAlignment;
+    const bool isOwn = EncodedEvents::canWrite(own, stream);
+    const Others* other = isOwn ? nullptr : &Others::get(event_, stream, offset);
+    const std::size_t size = isOwn ? own.octets() + kEventAlignment : other->octets.size();
+    if (alignsInFragments(stream) && !StreamPlaces::hasRoomFor(stream, padding + size)) {
+        event_.decoded() >>= stream;
+        return;
+    }
+    stream.put_octet_array(kPadding.data(), static_cast<int>(padding));
+    if (isOwn)
+        EncodedEvents::write(own, stream, offset);
+    else
+        stream.put_octet_array(other->octets.data(), static_cast<int>(other->octets.size()));
 }
 
 }  // namespace kelp::orb

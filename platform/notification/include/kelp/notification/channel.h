@@ -74,9 +74,10 @@ class KELP_EXPORT LossListener {
   public:
     virtual ~LossListener() = default;
     /// Events were discarded, refused by the consumer, or dropped with a dead consumer. `first` is
-    /// the first of them. Called on the thread that lost them (of a push, a filter, a delivery or
-    /// review()), so several threads may call at the same time. Must not throw.
-    virtual void eventsLost(const CosNotification::StructuredEvent& first) = 0;
+    /// the first of them, valid during the call. Called on the thread that lost them (of a push, a
+    /// filter, a delivery or review()), so several threads may call at the same time. Must not
+    /// throw.
+    virtual void eventsLost(const kelp::orb::EventView& first) = 0;
 };
 
 /// A CosNotification event channel in this process (OMG Notification Service 1.1). It supports push
@@ -134,11 +135,11 @@ class KELP_EXPORT Channel {
     CosNotifyChannelAdmin::EventChannel_ptr reference() const;
 
     /// Queue an event for every connected consumer whose filters it passes. Wait neither for a
-    /// consumer nor for a filter: filters of other processes are refused (NO_IMPLEMENT). All queues
-    /// share `event`, which must not be null.
-    void push(kelp::orb::StructuredEventPtr event);
-    /// The same for a copy of the event.
+    /// consumer nor for a filter: filters of other processes are refused (NO_IMPLEMENT). The event
+    /// is encoded at once, and all queues share its octets.
     void push(const CosNotification::StructuredEvent& event);
+    /// The same for a shared event, which must not be null.
+    void push(const kelp::orb::StructuredEventPtr& event);
 
     std::vector<ConsumerCounts> consumers() const;
     /// What the consumer of this proxy gets. Nothing if there is none.

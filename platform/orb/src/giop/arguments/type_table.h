@@ -14,8 +14,9 @@ enum class TypeKind : std::uint8_t {
     Number,     ///< integers, characters, booleans, enums: `size` octets, aligned to `size`; see
                 ///< isLabel
     Real,       ///< float, double, long double: `size` octets, aligned to at most 8
-    Text,       ///< string, and Principal, which is encoded alike
-    WideText,   ///< wstring
+    Text,       ///< string of at most `length` characters, 0: unbounded; and Principal, which is
+                ///< encoded alike
+    WideText,   ///< wstring, likewise
     WideChar,   ///< wchar
     Any,        ///< any
     TypeCode,   ///< TypeCode
@@ -24,7 +25,7 @@ enum class TypeKind : std::uint8_t {
     Struct,     ///< struct, exception: the parts in order
     Union,  ///< the discriminator's type, then the members with their labels; part `length` is the
             ///< default
-    Sequence,      ///< elements of its only part's type
+    Sequence,      ///< elements of its only part's type, at most `length`, 0: unbounded
     Array,         ///< `length` elements of its only part's type
     Value,         ///< a valuetype of any kind
     Interface,     ///< an abstract interface: an object reference or a value

@@ -52,7 +52,7 @@ void StructuredPush::callLocally(omniCallDescriptor* call, omniServant* servant)
     const SharedEvent& event = static_cast<StructuredPush*>(call)->event_;
     implementation<_impl_StructuredPushConsumer>(servant,
                                                  CosNotifyComm::StructuredPushConsumer::_PD_repoId)
-        .push_structured_event(event.body);
+        .push_structured_event(event.decoded());
 }
 
 SequencePush::SequencePush(std::span<const SharedEvent* const> events)

@@ -10,6 +10,7 @@ find_package(SQLiteCpp REQUIRED)
 find_package(prometheus-cpp REQUIRED)
 
 pkg_check_modules(omniorb REQUIRED IMPORTED_TARGET omniORB4 omniDynamic4)
+pkg_check_modules(xxhash REQUIRED IMPORTED_TARGET libxxhash)
 pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
 pkg_check_modules(tomlplusplus REQUIRED IMPORTED_TARGET tomlplusplus)
 pkg_check_modules(ncursesw REQUIRED IMPORTED_TARGET ncursesw)

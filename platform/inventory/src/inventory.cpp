@@ -1,11 +1,13 @@
 #include <kelp/bundlemgr/config_store.h>
 #include <kelp/inventory/inventory.h>
+#include <kelp/util/trace_log.h>
 
 #include <variant>
 
 #include "database/inventory_state.h"
 #include "database/table.h"
 #include "names/name_index.h"
+#include "rows/encoding_round.h"
 #include "rows/row_reader.h"
 
 namespace kelp::inventory {
@@ -60,6 +62,20 @@ std::vector<Row> readRows(Connection& connection, const RowIds& ids, Detail deta
 }
 
 }  // namespace
+
+Inventory::State::State(const std::filesystem::path& path)
+    : file(path),
+      identity(identityOfMade(path)),
+      readers(path, identity),
+      writer(openForWriting(path)) {
+    try {
+        encodeMissing(writer);
+    } catch (const SQLite::Exception& failure) {
+        // the inventory works without them, and the next opening tries again
+        util::traceFrom("inventory", std::string("encoded forms are missing: ") +
+                                         failureOf(file, failure).what());
+    }
+}
 
 Inventory::Inventory(const std::filesystem::path& file, Missing missing) {
     if (missing == Missing::IsAnError)

@@ -55,7 +55,7 @@ TEST_F(InventorySchema, AMissingFileMayBeAnError) {
 TEST_F(InventorySchema, KeepsForeignKeysAndAWriteAheadLog) {
     takeRight(kSmallNetwork);
     EXPECT_EQ(plain().execAndGet("PRAGMA journal_mode").getString(), "wal");
-    EXPECT_EQ(plain().execAndGet("PRAGMA user_version").getInt(), 3);
+    EXPECT_EQ(plain().execAndGet("PRAGMA user_version").getInt(), 4);
     SQLite::Database writer = plain();
     writer.exec("PRAGMA foreign_keys = ON");
     EXPECT_THROW(writer.exec("DELETE FROM managed_element"), SQLite::Exception);
@@ -64,10 +64,10 @@ TEST_F(InventorySchema, KeepsForeignKeysAndAWriteAheadLog) {
 
 TEST_F(InventorySchema, ALaterVersionIsRefused) {
     Inventory{database};
-    change("PRAGMA user_version = 4");
+    change("PRAGMA user_version = 5");
     EXPECT_THAT([&] { Inventory{database}; },
                 ThrowsMessage<InventoryFailure>(
-                    HasSubstr("inventory.db has schema version 4; this program knows version 3")));
+                    HasSubstr("inventory.db has schema version 5; this program knows version 4")));
 }
 
 TEST_F(InventorySchema, AnotherProgramsFileIsRefusedAndStaysAsItIs) {
@@ -92,16 +92,16 @@ TEST_F(InventorySchema, AnEarlierVersionIsBroughtUpToDateByItsSteps) {
     });
     SQLite::Database db = plain();
     prepareSchema(db, database, steps);
-    EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 4);
+    EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 5);
     EXPECT_EQ(db.execAndGet("SELECT count(*) FROM managed_element WHERE colour IS NULL").getInt(),
               2);
     prepareSchema(db, database, steps);
-    EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 4);
+    EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 5);
 }
 
 TEST_F(InventoryOfVersion1, IsBroughtUpToDateWhenItIsOpened) {
     EXPECT_THAT(namesOf<ManagedElement>(open().elements()), testing::ElementsAre("A", "B"));
-    EXPECT_EQ(plain().execAndGet("PRAGMA user_version").getInt(), 3);
+    EXPECT_EQ(plain().execAndGet("PRAGMA user_version").getInt(), 4);
     EXPECT_TRUE(open().subnetworks().empty());
     EXPECT_EQ(open().ems().userLabel, "");
     EXPECT_EQ(open().linksOf(elementId("A")).count(), 1u);
@@ -164,7 +164,7 @@ TEST_F(InventorySchema, AStepThatFailsChangesNothing) {
     });
     SQLite::Database db = plain();
     EXPECT_THROW(prepareSchema(db, database, steps), SQLite::Exception);
-    EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 3);
+    EXPECT_EQ(db.execAndGet("PRAGMA user_version").getInt(), 4);
     EXPECT_EQ(open().links().count(), 1u);
 }
 

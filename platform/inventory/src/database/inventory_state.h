@@ -4,6 +4,8 @@
 #include <kelp/util/file_identity.h>
 #include <kelp/util/mutex.h>
 
+#include <atomic>
+#include <cstdint>
 #include <filesystem>
 
 #include "database/connection.h"
@@ -12,11 +14,8 @@
 namespace kelp::inventory {
 
 struct Inventory::State {
-    explicit State(const std::filesystem::path& path)
-        : file(path),
-          identity(identityOfMade(path)),
-          readers(path, identity),
-          writer(openForWriting(path)) {}
+    /// Open the file and make the encoded forms that are missing. Defined in inventory.cpp.
+    explicit State(const std::filesystem::path& path);
 
     /// Run `body` with a lease of a reading connection.
     template <class Body>
@@ -31,6 +30,9 @@ struct Inventory::State {
     template <class Body>
     auto changing(Body&& body) KELP_EXCLUDES(writing);
 
+    /// Count rows whose encoded form could not be used. Defined in encoded_lists.cpp.
+    void noteUnfit(std::uint64_t count) KELP_EXCLUDES(writing);
+
     /// Called before the connections are opened. If the file is replaced in between, the inventory
     /// is not current from the start.
     static util::FileIdentity identityOfMade(const std::filesystem::path& path) {
@@ -43,6 +45,7 @@ struct Inventory::State {
     ReadPool readers;
     util::Mutex writing{util::LockRank::Service, "Inventory::writing"};
     Connection writer KELP_GUARDED_BY(writing);
+    std::atomic<std::uint64_t> unfit{0};
 };
 
 }  // namespace kelp::inventory

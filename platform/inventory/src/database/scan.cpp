@@ -66,7 +66,9 @@ void Scan::passRow(sqlite3_context* context, int count, sqlite3_value** values) 
         return;
     }
     try {
-        scan->take_(scan->taker_, Columns(values + 1));
+        scan->isEnded_ = !scan->take_(scan->taker_, Columns(values + 1));
+        if (scan->isEnded_)
+            sqlite3_result_error_code(context, SQLITE_ABORT);
     } catch (...) {
         // exceptions may not pass through SQLite's stack frames: run() throws it again
         scan->thrown_ = std::current_exception();
@@ -79,7 +81,7 @@ void Scan::run(Prepared& statement, int place) {
     try {
         statement.step();
     } catch (const SQLite::Exception&) {
-        if (thrown_ == nullptr)
+        if (thrown_ == nullptr && !isEnded_)
             throw;
     }
     if (thrown_ != nullptr)

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 #include <string_view>
+#include <type_traits>
 
 #include "database/prepared.h"
 
@@ -38,9 +39,9 @@ void addPassRow(SQLite::Database& database);
 /// One run of such a statement. Used by one thread.
 class Scan {
   public:
-    using Take = void (*)(const void* taker, Columns columns);
+    using Take = bool (*)(const void* taker, Columns columns);
 
-    /// Passes each row to `take`, together with `taker`.
+    /// Passes each row to `take`, together with `taker`, until `take` returns false.
     Scan(Take take, const void* taker) : take_(take), taker_(taker) {}
     Scan(const Scan&) = delete;
     Scan& operator=(const Scan&) = delete;
@@ -57,14 +58,22 @@ class Scan {
     const Take take_;
     const void* const taker_;
     std::exception_ptr thrown_;
+    bool isEnded_ = false;  ///< take_ has returned false
 };
 
-/// Run a scan with anything that can be called with Columns.
+/// Run a scan with anything that can be called with Columns. It may return false to end the scan.
 template <class Taker>
 void scan(Prepared& statement, int place, const Taker& taker) {
-    Scan([](const void* object, Columns columns) { (*static_cast<const Taker*>(object))(columns); },
-         &taker)
-        .run(statement, place);
+    const auto take = [](const void* object, Columns columns) {
+        const Taker& each = *static_cast<const Taker*>(object);
+        if constexpr (std::is_void_v<decltype(each(columns))>) {
+            each(columns);
+            return true;
+        } else {
+            return each(columns);
+        }
+    };
+    Scan(take, &taker).run(statement, place);
 }
 
 }  // namespace kelp::inventory

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace kelp::inventory {
@@ -157,6 +158,16 @@ struct Table<EmsAttributes> {
         attribute("additionalInfo", row.additionalInfo);
     }
 };
+
+/// Whether the rows of a kind have an encoded form: all except the EMS, which is in no list.
+template <class Row>
+inline constexpr bool kIsEncoded = !std::is_same_v<Row, EmsAttributes>;
+
+/// The table of the encoded forms of a kind's rows, which have the ids of the rows.
+template <class Row>
+std::string encodedTable() {
+    return std::string(Table<Row>::kName) + "_encoded";
+}
 
 /// Call `body` with a default-constructed row of each kind, parents before children.
 template <class Body>

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "rows/words.h"
+#include "names/words.h"
 
 namespace kelp::inventory {
 

@@ -6,6 +6,7 @@
 #include "files/progress_pace.h"
 #include "generator/element_builder.h"
 #include "generator/network_shape.h"
+#include "names/name_index.h"
 #include "rows/writing.h"
 
 namespace kelp::inventory {
@@ -22,7 +23,8 @@ std::int64_t portOf(const BuiltElement& element, std::size_t which) {
 /// Builds the links of a network. Gets the elements one after the other.
 class LinkBuilder {
   public:
-    LinkBuilder(RowWriter& rows, std::uint64_t seed) : rows_(rows), numbers_(seed ^ 0x6C696E6Bu) {}
+    LinkBuilder(Connection& connection, RowWriter& rows, std::uint64_t seed)
+        : rows_(rows), names_(connection), numbers_(seed ^ 0x6C696E6Bu) {}
 
     void add(const ElementShape& shape, const BuiltElement& element) {
         if (shape.isHub()) {
@@ -66,10 +68,13 @@ class LinkBuilder {
         link.userLabel = a.name + " to " + z.name;
         link.nativeEMSName = "L" + std::to_string(count_);
         link.rate = card.section;
+        names_.nameTp(ends.aEnd, link.aEnd);
+        names_.nameTp(ends.zEnd, link.zEnd);
         rows_.insert(link, ends);
     }
 
     RowWriter& rows_;
+    NameIndex names_;
     SeededNumbers numbers_;
     std::uint64_t count_ = 0;
     BuiltElement first_;  ///< first element of the ring
@@ -101,7 +106,7 @@ Statistics generateNetwork(const std::filesystem::path& database, const NetworkP
         NetworkShape shape(plan);
         PortShares shares(plan);
         ElementBuilder elements(rows, plan);
-        LinkBuilder links(rows, plan.seed);
+        LinkBuilder links(connection, rows, plan.seed);
         ProgressPace pace(progress);
         for (ElementShape element; shape.next(element);) {
             links.add(element, elements.build(element, shares.of(element)));

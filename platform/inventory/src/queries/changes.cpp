@@ -1,9 +1,12 @@
 #include <type_traits>
+#include <vector>
 
 #include "database/change_signal.h"
 #include "database/inventory_state.h"
 #include "database/table.h"
 #include "rows/outbox.h"
+#include "rows/row_reader.h"
+#include "rows/row_writer.h"
 
 namespace kelp::inventory {
 
@@ -32,6 +35,19 @@ bool isThere(Connection& connection, const std::string& table, std::int64_t id) 
     return query.step();
 }
 
+/// Replace the encoded form of a row whose attributes have changed.
+void encodeAgain(Connection& connection, ObjectKind kind, std::int64_t id) {
+    withKind(kind, [&](const auto& row) {
+        using Row = std::decay_t<decltype(row)>;
+        if constexpr (kIsEncoded<Row>) {
+            std::vector<Row> rows;
+            RowReader<Row>(connection, Detail::Standard).read({id, 1}, rows);
+            for (const Row& each : rows)
+                RowWriter(connection).writeEncoded(id, each);
+        }
+    });
+}
+
 /// Set an attribute of a row, and record it if it is another value. Runs within a transaction.
 Change setText(Connection& connection, ObjectKind kind, const char* column, std::int64_t id,
                const std::string& text) {
@@ -42,6 +58,7 @@ Change setText(Connection& connection, ObjectKind kind, const char* column, std:
     update.bind(2, id);
     if (update.execute() == 0)
         return isThere(connection, table, id) ? Change::Made : Change::NoSuchObject;
+    encodeAgain(connection, kind, id);
     Outbox(connection).changed(kind, id, {column});
     return Change::Made;
 }

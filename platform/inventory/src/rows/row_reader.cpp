@@ -3,8 +3,8 @@
 #include <type_traits>
 
 #include "database/table.h"
+#include "names/words.h"
 #include "rows/packed_values.h"
-#include "rows/words.h"
 
 namespace kelp::inventory {
 

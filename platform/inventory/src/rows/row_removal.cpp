@@ -64,9 +64,9 @@ void recordDeletionsOf(Connection& connection, Outbox& outbox, const RowIds& ids
 template <class Row>
 void removeRows(Connection& connection, const RowIds& ids) {
     for (const IdRange& range : ids.ranges()) {
-        const auto removeFrom = [&](const char* table, const char* column) {
-            Prepared& removal = connection.prepared(std::string("DELETE FROM ") + table +
-                                                    " WHERE " + column + " BETWEEN ?1 AND ?2");
+        const auto removeFrom = [&](const std::string& table, const std::string& column) {
+            Prepared& removal = connection.prepared("DELETE FROM " + table + " WHERE " + column +
+                                                    " BETWEEN ?1 AND ?2");
             removal.bind(1, range.first);
             removal.bind(2, range.last());
             removal.execute();
@@ -75,6 +75,8 @@ void removeRows(Connection& connection, const RowIds& ids) {
             removeFrom("subnetwork_element", "element_id");
         if constexpr (std::is_same_v<Row, Subnetwork>)
             removeFrom("subnetwork_element", "subnetwork_id");
+        if constexpr (kIsEncoded<Row>)
+            removeFrom(encodedTable<Row>(), "id");
         removeFrom(Table<Row>::kName, "id");
     }
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "database/table.h"
+#include "encoded/encoded_form.h"
 #include "rows/packed_values.h"
 
 namespace kelp::inventory {
@@ -115,6 +116,7 @@ std::int64_t RowWriter::insert(const Row& row, const References& references) {
     Table<Row>::visit(row, bind);
     statement.execute();
     const std::int64_t id = connection_.lastId();
+    writeEncoded(id, row);
     if constexpr (std::is_same_v<Row, ManagedElement>) {
         if (references.subnetworks)
             setSubnetworks(id, *references.subnetworks);
@@ -131,9 +133,27 @@ void RowWriter::update(const Row& row, const References& references) {
     Table<Row>::visit(row, bind);
     bind.number(row.id);
     statement.execute();
+    writeEncoded(row.id, row);
     if constexpr (std::is_same_v<Row, ManagedElement>) {
         if (references.subnetworks)
             setSubnetworks(row.id, *references.subnetworks);
+    }
+}
+
+template <class Row>
+void RowWriter::writeEncoded(std::int64_t id, const Row& row) {
+    if constexpr (kIsEncoded<Row>) {
+        static const std::string table = encodedTable<Row>();
+        static const std::string replacement =
+            "INSERT OR REPLACE INTO " + table + " (id, octets) VALUES (?1, ?2)";
+        static const std::string removal = "DELETE FROM " + table + " WHERE id = ?1";
+        encode(row, room_);
+        const std::string form = storedForm(room_);
+        Prepared& statement = connection_.prepared(form.empty() ? removal : replacement);
+        statement.bind(1, id);
+        if (!form.empty())
+            statement.bindPacked(2, form);
+        statement.execute();
     }
 }
 
@@ -155,9 +175,11 @@ void RowWriter::setSubnetworks(std::int64_t elementId,
 void RowWriter::removeAll() {
     connection_.prepared("DELETE FROM subnetwork_element").execute();
     forEachKind([this](const auto& row) {
-        connection_
-            .prepared(std::string("DELETE FROM ") + Table<std::decay_t<decltype(row)>>::kName)
-            .execute();
+        using Row = std::decay_t<decltype(row)>;
+        const std::string removal = std::string("DELETE FROM ") + Table<Row>::kName;
+        connection_.prepared(removal).execute();
+        if constexpr (kIsEncoded<Row>)
+            connection_.prepared("DELETE FROM " + encodedTable<Row>()).execute();
     });
 }
 
@@ -175,5 +197,11 @@ template void RowWriter::update(const TerminationPoint&, const References&);
 template void RowWriter::update(const TopologicalLink&, const References&);
 template void RowWriter::update(const Subnetwork&, const References&);
 template void RowWriter::update(const EmsAttributes&, const References&);
+template void RowWriter::writeEncoded(std::int64_t, const ManagedElement&);
+template void RowWriter::writeEncoded(std::int64_t, const EquipmentHolder&);
+template void RowWriter::writeEncoded(std::int64_t, const Equipment&);
+template void RowWriter::writeEncoded(std::int64_t, const TerminationPoint&);
+template void RowWriter::writeEncoded(std::int64_t, const TopologicalLink&);
+template void RowWriter::writeEncoded(std::int64_t, const Subnetwork&);
 
 }  // namespace kelp::inventory

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "database/connection.h"
+#include "encoded/structure.h"
 
 namespace kelp::inventory {
 
@@ -22,7 +23,9 @@ struct References {
         {};  ///< of an element; without a value the element stays in its present ones
 };
 
-/// Writes rows through one connection, within a transaction of the caller.
+/// Writes rows through one connection, within a transaction of the caller. Each row is written
+/// together with its encoded form, so all members that belong to its name must be set: those of the
+/// objects that contain it, and the ends of a link.
 class RowWriter {
   public:
     explicit RowWriter(Connection& connection) : connection_(connection) {}
@@ -34,6 +37,11 @@ class RowWriter {
     template <class Row>
     void update(const Row& row, const References& references);
 
+    /// Write only the encoded form of the row with that id. `row` needs the members that are read
+    /// with Detail::Standard.
+    template <class Row>
+    void writeEncoded(std::int64_t id, const Row& row);
+
     /// Delete every object. Their ids are never used again. Foreign keys must be off.
     void removeAll();
 
@@ -41,6 +49,7 @@ class RowWriter {
     void setSubnetworks(std::int64_t elementId, const std::vector<std::int64_t>& subnetworks);
 
     Connection& connection_;
+    Structure room_;  ///< the memory for an encoded form
 };
 
 extern template std::int64_t RowWriter::insert(const ManagedElement&, const References&);
@@ -57,5 +66,11 @@ extern template void RowWriter::update(const TerminationPoint&, const References
 extern template void RowWriter::update(const TopologicalLink&, const References&);
 extern template void RowWriter::update(const Subnetwork&, const References&);
 extern template void RowWriter::update(const EmsAttributes&, const References&);
+extern template void RowWriter::writeEncoded(std::int64_t, const ManagedElement&);
+extern template void RowWriter::writeEncoded(std::int64_t, const EquipmentHolder&);
+extern template void RowWriter::writeEncoded(std::int64_t, const Equipment&);
+extern template void RowWriter::writeEncoded(std::int64_t, const TerminationPoint&);
+extern template void RowWriter::writeEncoded(std::int64_t, const TopologicalLink&);
+extern template void RowWriter::writeEncoded(std::int64_t, const Subnetwork&);
 
 }  // namespace kelp::inventory

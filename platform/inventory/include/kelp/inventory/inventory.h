@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kelp/inventory/encoded_rows.h>
 #include <kelp/inventory/failure.h>
 #include <kelp/inventory/model.h>
 #include <kelp/inventory/object_name.h>
@@ -140,6 +141,15 @@ class KELP_EXPORT Inventory {
     template <class Row>
     void readEach(const RowIds& ids, Detail detail, const std::function<void(const Row&)>& take);
 
+    /// Append rows to `rows` in their encoded form, in the order of the ids, within one read
+    /// transaction. Rows that no longer exist are left out. Returns the number of ids that were
+    /// read: all, or fewer if encoding.octetsMax was reached. Row is as for read().
+    template <class Row>
+    std::uint64_t readEncoded(const RowIds& ids, const Encoding& encoding, EncodedRows& rows);
+    /// Number of rows whose stored encoded form readEncoded() could not use, because it was damaged
+    /// or of another version. They were encoded from their columns.
+    std::uint64_t unfitRows() const;
+
     Statistics statistics();
 
     // Change one attribute of the row with that kind and id. The id of the EMS is
@@ -183,6 +193,25 @@ extern template KELP_EXPORT void Inventory::readEach(
     const RowIds&, Detail, const std::function<void(const TopologicalLink&)>&);
 extern template KELP_EXPORT void Inventory::readEach(const RowIds&, Detail,
                                                      const std::function<void(const Subnetwork&)>&);
+
+extern template KELP_EXPORT std::uint64_t Inventory::readEncoded<ManagedElement>(const RowIds&,
+                                                                                 const Encoding&,
+                                                                                 EncodedRows&);
+extern template KELP_EXPORT std::uint64_t Inventory::readEncoded<EquipmentHolder>(const RowIds&,
+                                                                                  const Encoding&,
+                                                                                  EncodedRows&);
+extern template KELP_EXPORT std::uint64_t Inventory::readEncoded<Equipment>(const RowIds&,
+                                                                            const Encoding&,
+                                                                            EncodedRows&);
+extern template KELP_EXPORT std::uint64_t Inventory::readEncoded<TerminationPoint>(const RowIds&,
+                                                                                   const Encoding&,
+                                                                                   EncodedRows&);
+extern template KELP_EXPORT std::uint64_t Inventory::readEncoded<TopologicalLink>(const RowIds&,
+                                                                                  const Encoding&,
+                                                                                  EncodedRows&);
+extern template KELP_EXPORT std::uint64_t Inventory::readEncoded<Subnetwork>(const RowIds&,
+                                                                             const Encoding&,
+                                                                             EncodedRows&);
 
 /// The file of the key inventory.database, or the default file in the state directory.
 KELP_EXPORT std::filesystem::path configuredInventory();

@@ -22,6 +22,12 @@ struct IdRange {
 /// more room than one id. Threads may not use one object at the same time.
 class KELP_EXPORT RowIds {
   public:
+    RowIds() = default;
+    explicit RowIds(IdRange range) {
+        if (range.count > 0)
+            append(range);
+    }
+
     void append(std::int64_t id);
     void append(const RowIds& more);
 

@@ -21,6 +21,7 @@
 #include "omniorb/requests/interceptor_list.h"
 #include "omniorb/requests/locating.h"
 #include "omniorb/requests/object_key.h"
+#include "omniorb/requests/ready_reply.h"
 #include "omniorb/requests/trial_encoding.h"
 #include "omniorb/tls.h"
 #include "port_state.h"
@@ -90,6 +91,7 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
     ThreadRequests& requests = ThreadRequests::ofThisThread();
     endUndelivered(requests, nullptr);
     TrialEncoding::begin(info.giop_s);
+    ReadyReply::begin(info.giop_s);
     RequestRecord& record = requests.arrive();
     const std::string_view key = keyOf(info.giop_s);
     record.assign(info.operation(), {info.peeraddress(), peerSubject(info.peerdetails())}, key,
@@ -110,6 +112,7 @@ CORBA::Boolean onReceived(Interceptors::serverReceiveRequest_T::info_T& info) {
 /// Run the servant. Its answer is replaced by DATA_CONVERSION if the client's code set cannot
 /// represent it.
 void serve(omniCallDescriptor& call, omniServant* servant) {
+    ReadyReply::Scope ready(call);
     try {
         call.interceptedCall(servant);
     } catch (const CORBA::UserException& answer) {
@@ -117,10 +120,12 @@ void serve(omniCallDescriptor& call, omniServant* servant) {
         throw;
     }
     TrialEncoding::requireWritable(call);
+    ready.finish();
 }
 
 void onUpcall(omniCallDescriptor* call, omniServant* servant) {
     if (!call->is_upcall()) {
+        const ReadyReply::Scope inProcess;
         call->interceptedCall(servant);
         return;
     }
@@ -153,12 +158,14 @@ void onUpcall(omniCallDescriptor* call, omniServant* servant) {
 
 CORBA::Boolean onReplySent(Interceptors::serverSendReply_T::info_T&) {
     TrialEncoding::forget();
+    ReadyReply::forget();
     ThreadRequests::ofThisThread().drop();
     return true;
 }
 
 CORBA::Boolean onException(Interceptors::serverSendException_T::info_T& info) {
     TrialEncoding::forget();
+    ReadyReply::forget();
     endUndelivered(ThreadRequests::ofThisThread(), info.exception);
     return true;
 }

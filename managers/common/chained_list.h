@@ -35,6 +35,13 @@ class ChainedList final : public NS_KELPCORBA::ListSource<Sequence> {
     std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
         return first_->encodedSize(entries, index);
     }
+    bool givesReady() const override { return first_->givesReady() && second_->givesReady(); }
+    bool readReady(CORBA::ULong most, std::size_t bytesMost, orb::ReadyEntries& entries) override {
+        const CORBA::ULong before = entries.count;
+        if (first_->left() > 0 && !first_->readReady(most, bytesMost, entries))
+            return false;
+        return entries.count != before || second_->readReady(most, bytesMost, entries);
+    }
 
   private:
     const Part first_;

@@ -4,8 +4,11 @@
 #include <kelp/inventory/row_ids.h>
 #include <kelp/util/stopping.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "idl_names.h"
@@ -41,9 +44,11 @@ void appendNames(inventory::Inventory& in, const inventory::RowIds& ids,
         [](const Row& row, globaldefs::NamingAttributes_T& name) { nameToIdl(row, name); });
 }
 
-/// Rows of one kind as a list. `Append` puts them into the sequence.
-template <class Sequence,
-          void (*Append)(inventory::Inventory&, const inventory::RowIds&, Sequence&)>
+/// Rows of one kind as a list. `Append` puts them into the sequence. `Ready` says how they are
+/// encoded when they are read ready for the reply.
+template <class Row, class Sequence,
+          void (*Append)(inventory::Inventory&, const inventory::RowIds&, Sequence&),
+          inventory::Encoding (*Ready)()>
 class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
   public:
     InventoryList(std::shared_ptr<inventory::Inventory> from, inventory::RowIds ids)
@@ -76,20 +81,61 @@ class InventoryList final : public NS_KELPCORBA::ListSource<Sequence> {
     std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const override {
         return managers::encodedSize(entries[index]);
     }
+    bool givesReady() const override { return true; }
+    bool readReady(CORBA::ULong most, std::size_t bytesMost, orb::ReadyEntries& entries) override {
+        inventory::Encoding encoding = Ready();
+        encoding.octetsMax = bytesMost;
+        inventory::EncodedRows rows{entries.count, std::move(entries.octets)};
+        // once, because an object takes about as much
+        rows.octets.reserve(std::min<std::size_t>(bytesMost, most * kUsualOctets));
+        bool hasRoom = true;
+        while (hasRoom && most > 0 && !ids_.empty() && rows.count == entries.count) {
+            if (util::isStopGraceOver())
+                throw CORBA::TRANSIENT(0, CORBA::COMPLETED_NO);
+            inventory::RowIds next = ids_.take(most);
+            const inventory::RowIds read =
+                next.take(inventory_->template readEncoded<Row>(next, encoding, rows));
+            hasRoom = next.empty();
+            ids_.putBack(next);
+            if (taken_)
+                taken_->append(read);
+        }
+        entries = {rows.count, std::move(rows.octets)};
+        return hasRoom;
+    }
 
   private:
+    static constexpr std::size_t kUsualOctets = 256;
+
     const std::shared_ptr<inventory::Inventory> inventory_;
     inventory::RowIds ids_;
     std::optional<inventory::RowIds> taken_;  ///< rows read since keepWayBack(true)
 };
 
+/// How the rows of a list of structures are encoded. In a list of equipment or holders they are
+/// members of a union.
+template <class Row, class Sequence>
+inventory::Encoding structureEncoding() {
+    inventory::Encoding encoding{emsName()};
+    if constexpr (std::is_same_v<Sequence, equipment::EquipmentOrHolderList_T>)
+        encoding.discriminator =
+            std::is_same_v<Row, inventory::Equipment> ? equipment::EQT : equipment::EQT_HOLDER;
+    return encoding;
+}
+
+inline inventory::Encoding nameEncoding() {
+    return {emsName(), inventory::Encoding::Part::Name};
+}
+
 /// A list of rows as the standard's structures.
 template <class Row, class Sequence>
-using RowList = InventoryList<Sequence, &appendAll<Row, Sequence>>;
+using RowList =
+    InventoryList<Row, Sequence, &appendAll<Row, Sequence>, &structureEncoding<Row, Sequence>>;
 
 /// A list of the rows' names.
 template <class Row>
-using NameList = InventoryList<globaldefs::NamingAttributesList_T, &appendNames<Row>>;
+using NameList =
+    InventoryList<Row, globaldefs::NamingAttributesList_T, &appendNames<Row>, &nameEncoding>;
 
 /// The types for a list of rows: the inventory's row type, and the standard's interface, skeleton
 /// and sequence types.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kelp/orb/corba.h>
+#include <kelp/orb/ready_entries.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -33,6 +34,20 @@ class ListSource {
     /// Return the size of entries[index] in a message, in bytes. An estimate may be too large, but
     /// not too small.
     virtual std::size_t encodedSize(const Sequence& entries, CORBA::ULong index) const = 0;
+
+    /// Return whether the source also gives its entries ready for the reply. Such a source can
+    /// always go back.
+    virtual bool givesReady() const { return false; }
+    /// As read(), but append the entries in their encoded form. End before an entry with which
+    /// `entries` would have more than `bytesMost` octets, unless it is the first one. Return false
+    /// in that case.
+    virtual bool readReady(CORBA::ULong most, std::size_t bytesMost,
+                           kelp::orb::ReadyEntries& entries) {
+        static_cast<void>(most);
+        static_cast<void>(bytesMost);
+        static_cast<void>(entries);
+        return false;
+    }
 };
 
 /// Divides a list into batches. No batch exceeds the limits, however many entries are requested.
@@ -76,6 +91,18 @@ class ListBatches {
         return batch.release();
     }
 
+    /// Whether nextReady() may be called instead of next().
+    bool givesReady() const { return source_->givesReady() && heldLeft() == 0; }
+    /// As next(), but return the entries in their encoded form.
+    kelp::orb::ReadyEntries nextReady(CORBA::ULong howMany) {
+        kelp::orb::ReadyEntries batch;
+        const CORBA::ULong most = std::min({howMany, limits_.entries, left()});
+        bool hasRoom = true;
+        while (hasRoom && batch.count < most && left() > 0)
+            hasRoom = source_->readReady(most - batch.count, limits_.bytes, batch);
+        return batch;
+    }
+
     /// Take a batch back. Its entries are returned first next time.
     void putBack(Sequence& batch) { hold(batch, 0); }
 
@@ -88,6 +115,15 @@ class ListBatches {
     void forgetMark() {
         source_->keepWayBack(false);
         mayGoBack_ = false;
+    }
+    /// Whether goBack() would succeed.
+    bool mayGoBack() const { return mayGoBack_; }
+    /// Undo the reading of a batch of nextReady(), which must be the only one since mark().
+    /// Requires mayGoBack().
+    void goBackReady() {
+        if (source_->left() != sourceLeftAtMark_)
+            source_->goBack();
+        forgetMark();
     }
     /// Undo the reading of `batch`, which must be the only batch since mark(). Its entries are
     /// returned first next time. The source reads them again, so they take no memory in the

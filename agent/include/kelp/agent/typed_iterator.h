@@ -38,7 +38,8 @@ class TypedIterator final : public Skeleton {
 
     /// Answer a request for a list as the standard demands. Put the first entries, at most
     /// `howMany`, into `list`. Return an iterator for the rest, which the caller owns, or nil when
-    /// `list` holds all entries.
+    /// `list` holds all entries. `list` must be the first result of the operation: it stays empty
+    /// when the entries are copied into the reply in their encoded form.
     ///
     /// Must run on the thread of the request: the iterator belongs to the session of that request.
     /// Throws ProcessingFailureException: EXCPT_TOO_MANY_OPEN_ITERATORS, or EXCPT_INTERNAL_ERROR
@@ -47,13 +48,13 @@ class TypedIterator final : public Skeleton {
                                               SequenceOut list) {
         auto batches =
             std::make_unique<ListBatches<Sequence>>(std::move(source), iteratorLimits<Sequence>());
-        Batch first = Reader::read(*batches, howMany);
-        if (!first.entries)
+        Batch first = Reader::read(*batches, howMany, Reader::formOfReply());
+        if (!first.isRead())
             ThrowException(kInternalFailure);
         typename Interface::_var_type rest;
         if (first.isMore)
             rest = open(std::move(batches));
-        list = first.entries.release();
+        list = answer(first, kelp::orb::SequencePlace::First);
         return rest._retn();
     }
 
@@ -76,9 +77,9 @@ class TypedIterator final : public Skeleton {
             throw CORBA::OBJECT_NOT_EXIST();
         if (!batch->isMore)
             TAIteratorHelper::deactive_object(this);
-        if (!batch->entries)
+        if (!batch->isRead())
             ThrowException(kInternalFailure);
-        list = batch->entries.release();
+        list = answer(*batch, kelp::orb::SequencePlace::AfterBoolean);
         return batch->isMore;
     }
     /// Number of entries that the first answer left for the iterator, regardless of how many have
@@ -98,6 +99,15 @@ class TypedIterator final : public Skeleton {
   private:
     using Reader = ListReader<Sequence>;
     using Batch = typename Reader::Batch;
+
+    /// Return the sequence for the reply. It is empty when the reply gets ready entries.
+    static Sequence* answer(Batch& batch, kelp::orb::SequencePlace place) {
+        if (!batch.ready)
+            return batch.entries.release();
+        auto none = std::make_unique<Sequence>();
+        kelp::orb::answerWith(std::move(*batch.ready), place);
+        return none.release();
+    }
 
     static typename Interface::_ptr_type open(std::unique_ptr<ListBatches<Sequence>> batches) {
         const PortableServer::POA_var poa = TAIteratorHelper::getIteratorPoa();

@@ -7,6 +7,7 @@ namespace kelp::bench {
 namespace {
 
 constexpr std::size_t kHeaderBytes = 12;
+constexpr std::size_t kFlagsAt = 6;
 constexpr std::size_t kSizeAt = 8;
 constexpr std::size_t kRequestIdAt = 12;
 constexpr std::size_t kResponseFlagsAt = 16;
@@ -17,6 +18,10 @@ constexpr char kFragment = 7;
 constexpr char kLittleEndian = 1;
 constexpr std::uint8_t kMoreFragments = 2;
 constexpr char kReplyExpected = 3;
+/// The service context CodeSets (CORBA 13.10.2.5) and its content: a big-endian encapsulation with
+/// the code sets of char and wchar.
+constexpr std::size_t kCodeSets = 1;
+const std::string kUtf8AndUtf16("\0\0\0\0\x05\x01\0\x01\0\x01\x01\x09", 12);
 
 std::uint8_t byteAt(const std::string& bytes, std::size_t at) {
     return static_cast<std::uint8_t>(bytes.at(at));
@@ -66,21 +71,41 @@ std::size_t messageLength(const std::string& bytes) {
     return kHeaderBytes + numberAt(bytes, kSizeAt);
 }
 
+void appendNumber(std::string& bytes, std::uint32_t number, bool isBigEndian) {
+    for (int i = 0; i < 4; ++i)
+        bytes.push_back(static_cast<char>(number >> (8 * (isBigEndian ? 3 - i : i)) & 0xff));
+}
+
 std::string requestMessage(const std::string& objectKey, const std::string& operation,
-                           const std::string& arguments) {
+                           const std::string& arguments, const RequestForm& form) {
+    const auto put = [&form](std::string& to, std::size_t number) {
+        appendNumber(to, static_cast<std::uint32_t>(number), form.isBigEndian);
+    };
     std::string message = headerOf(kRequest);
-    append(message, 1);  // request id
+    if (form.isBigEndian)
+        message[kFlagsAt] = 0;
+    put(message, 1);  // request id
     message.push_back(kReplyExpected);
     message.append(3, '\0');
-    append(message, 0);  // the target is addressed by its object key
-    append(message, static_cast<std::uint32_t>(objectKey.size()));
+    put(message, 0);  // the target is addressed by its object key
+    put(message, objectKey.size());
     message += objectKey;
-    appendString(message, operation);
     align(message);
-    append(message, 0);  // no service contexts
+    put(message, operation.size() + 1);
+    message.append(operation.c_str(), operation.size() + 1);
+    align(message);
+    put(message, form.hasChosenUtf8 ? 1 : 0);  // service contexts
+    if (form.hasChosenUtf8) {
+        put(message, kCodeSets);
+        put(message, kUtf8AndUtf16.size());
+        message += kUtf8AndUtf16;
+    }
     if (!arguments.empty())
         align(message, 8);
-    return finished(message + arguments);
+    message += arguments;
+    std::string size;
+    put(size, message.size() - kHeaderBytes);
+    return message.replace(kSizeAt, size.size(), size);
 }
 
 std::string logInArguments(const std::string& user, const std::string& password,

@@ -11,10 +11,20 @@ namespace kelp::bench {
 /// not GIOP.
 std::size_t messageLength(const std::string& bytes);
 
+/// How a client writes its requests.
+struct RequestForm {
+    bool isBigEndian = false;
+    bool hasChosenUtf8 = false;  ///< otherwise its texts are in ISO-8859-1
+};
+
 /// Build a request (GIOP 1.2, CORBA 15.4.2) that is addressed by object key and expects a reply.
-/// `arguments` is the CDR of the arguments (little endian), aligned relative to its own start.
+/// `arguments` is the CDR of the arguments in the byte order of the request, aligned relative to
+/// its own start.
 std::string requestMessage(const std::string& objectKey, const std::string& operation,
-                           const std::string& arguments = {});
+                           const std::string& arguments = {}, const RequestForm& form = {});
+
+/// Append an unsigned long without alignment.
+void appendNumber(std::string& bytes, std::uint32_t number, bool isBigEndian);
 
 /// Build the arguments of getEmsSession for requestMessage. The NMS's session object is at
 /// `nmsHost` and `nmsPort`.

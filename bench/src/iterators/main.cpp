@@ -42,6 +42,7 @@ void measureLists(const Stand& stand, const Uploads& uploads, const UploadOption
     report.add(octetsOf(stand, uploads.what, uploads.lists.front()));
     for (const CORBA::ULong batch : options.batches)
         report.add(measureRate(stand, uploads, batch, options));
+    report.add(measureOtherOrder(stand, uploads, options));
     report.add(measureEnds(stand, uploads, options));
 }
 

@@ -22,6 +22,9 @@ std::vector<Figure> measureRate(const Stand& stand, const Uploads& uploads, CORB
 /// Measure lists a second of lists that fit into the first answer.
 std::vector<Figure> measureShortLists(const Stand& stand, const std::vector<ListName>& lists,
                                       const UploadOptions& options);
+/// Measure objects a second for a client whose requests are in the byte order that is not this
+/// machine's. The servers reply in their own, as GIOP lets them.
+Figure measureOtherOrder(const Stand& stand, const Uploads& uploads, const UploadOptions& options);
 /// Compare a batch in the last tenth of a list with one in its first tenth. The two iterators take
 /// turns.
 Figure measureEnds(const Stand& stand, const Uploads& uploads, const UploadOptions& options);

@@ -7,43 +7,11 @@
 #include <vector>
 
 #include "delivery/event.h"
-#include "support/generated_events.h"
+#include "support/full_alarm.h"
 #include "support/orb_fixture.h"
 
 namespace kelp::notification {
 namespace {
-
-/// An alarm of 17 fields, about 1.2 KB long.
-CosNotification::StructuredEvent alarm() {
-    CosNotification::StructuredEvent event;
-    event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
-    event.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");
-    event.header.fixed_header.event_name = CORBA::string_dup("");
-    event.filterable_data.length(17);
-    for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i) {
-        event.filterable_data[i].name = CORBA::string_dup(("field" + std::to_string(i)).c_str());
-        switch (i % 4) {
-            case 0: {
-                globaldefs::NamingAttributes_T name;
-                name.length(2);
-                name[0].name = CORBA::string_dup("EMS");
-                name[0].value = CORBA::string_dup("Company/Ems1");
-                event.filterable_data[i].value <<= name;
-                break;
-            }
-            case 1:
-                event.filterable_data[i].value <<= notifications::PS_CRITICAL;
-                break;
-            case 2:
-                event.filterable_data[i].value <<= CORBA::ULongLong(i);
-                break;
-            default:
-                event.filterable_data[i].value <<= "Loss of signal at the line side";
-                break;
-        }
-    }
-    return event;
-}
 
 /// Return the octets of the heap that are in use; 0 where the allocator does not count them.
 std::size_t heapInUse() {
@@ -52,7 +20,7 @@ std::size_t heapInUse() {
 
 TEST(QueuedEvent, CostsItsOctetsAndAtMost200Bytes) {
     const kelp::test::RunningOrb orb;
-    const CosNotification::StructuredEvent event = alarm();
+    const CosNotification::StructuredEvent event = kelp::test::fullAlarm();
     constexpr std::size_t count = 5000;
     constexpr std::size_t overheadMax = 200;
     std::vector<EventPtr> queue;

@@ -10,7 +10,7 @@
 
 #include "component/orb/giop_recorder.h"
 #include "component/orb/recorded_arguments.h"
-#include "support/generated_events.h"
+#include "support/full_alarm.h"
 #include "support/orb_fixture.h"
 
 namespace {
@@ -37,28 +37,6 @@ namespace {
 using namespace kelp::test;
 using namespace CosNotifyChannelAdmin;
 
-/// An alarm as a supplier of alarms sends it.
-CosNotification::StructuredEvent alarm() {
-    CosNotification::StructuredEvent event;
-    event.header.fixed_header.event_type.domain_name = CORBA::string_dup("tmf_mtnm");
-    event.header.fixed_header.event_type.type_name = CORBA::string_dup("NT_ALARM");
-    event.header.fixed_header.event_name = CORBA::string_dup("");
-    event.filterable_data.length(17);
-    for (CORBA::ULong i = 0; i < event.filterable_data.length(); ++i) {
-        event.filterable_data[i].name = CORBA::string_dup(("field" + std::to_string(i)).c_str());
-        if (i % 4 == 0) {
-            globaldefs::NamingAttributes_T name;
-            name.length(3);
-            event.filterable_data[i].value <<= name;
-        } else if (i % 4 == 1) {
-            event.filterable_data[i].value <<= notifications::PS_CRITICAL;
-        } else {
-            event.filterable_data[i].value <<= "Loss of signal at the line side";
-        }
-    }
-    return event;
-}
-
 /// Octets of a request that pushes the event to an object, in GIOP 1.2.
 std::string requestFor(CORBA::ORB_ptr orb, CORBA::Object_ptr target,
                        const CosNotification::StructuredEvent& event) {
@@ -83,7 +61,7 @@ TEST(EventIntake, AllocatesFewTimes) {
     const ProxyConsumer_var proxy = admin->obtain_notification_push_consumer(STRUCTURED_EVENT, id);
     const StructuredProxyPushConsumer_var intake = StructuredProxyPushConsumer::_narrow(proxy.in());
     intake->connect_structured_push_supplier(CosNotifyComm::StructuredPushSupplier::_nil());
-    const std::string request = requestFor(orb.orb(), proxy.in(), alarm());
+    const std::string request = requestFor(orb.orb(), proxy.in(), fullAlarm());
     const Socket socket = connectTo(orb.port());
     const auto push = [&] {
         sendBytes(socket, request);

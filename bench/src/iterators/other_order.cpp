@@ -13,8 +13,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr CORBA::ULong kBatch = 1000;
-constexpr double kLeastRatio = 0.5;
+constexpr CORBA::ULong kForeignBatch = 1000;
+constexpr double kLeastForeignRatio = 0.5;
 
 /// Upload a list with requests in the byte order that is not this machine's. Returns objects a
 /// second.
@@ -27,7 +27,7 @@ double rateOf(CORBA::ORB_ptr orb, const ListServer& server, const ListName& name
     std::size_t objects = 0;
     const Clock::time_point begin = Clock::now();
     for (bool isMore = true; isMore;) {
-        const std::string reply = rest.next(kBatch);
+        const std::string reply = rest.next(kForeignBatch);
         if (!PlainIterator::isResult(reply))
             throw std::runtime_error("a next_n was refused");
         objects += PlainIterator::count(reply);
@@ -41,7 +41,7 @@ double rateOf(CORBA::ORB_ptr orb, const ListServer& server, const ListName& name
 
 Figure measureOtherOrder(const Stand& stand, const Uploads& uploads, const UploadOptions& options) {
     std::cerr << fmt::format("  {} by {}, requests in the other byte order\n", uploads.what,
-                             kBatch);
+                             kForeignBatch);
     std::vector<double> product;
     std::vector<double> floor;
     std::vector<double> ratios;
@@ -56,12 +56,12 @@ Figure measureOtherOrder(const Stand& stand, const Uploads& uploads, const Uploa
         ratios.push_back(product.back() / floor.back());
     }
     Figure figure;
-    figure.name = fmt::format("{} by {}, big-endian requests", uploads.what, kBatch);
+    figure.name = fmt::format("{} by {}, big-endian requests", uploads.what, kForeignBatch);
     figure.unit = "objects/s";
     figure.value = medianOf(product);
     figure.references.push_back({stand.floor.name, medianOf(floor)});
     figure.ratio = spreadOf(ratios);
-    figure.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastRatio};
+    figure.aim = Aim{Aim::Of::Ratio, Aim::Bound::AtLeast, kLeastForeignRatio};
     figure.note = "the client does not decode what it receives";
     return figure;
 }

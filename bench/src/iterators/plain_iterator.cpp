@@ -9,14 +9,13 @@ namespace kelp::bench {
 
 namespace {
 
-// offsets of the reply's status and of next_n's results after the reply's header, if there are no
+// offsets of the reply's status and of next_n's count after the reply's header, if there are no
 // service contexts
 constexpr std::size_t kStatusAt = 4;
-constexpr std::size_t kIsMoreAt = 12;
 constexpr std::size_t kCountAt = 16;
 
 /// Read an unsigned long in this machine's byte order, in which both servers reply.
-CORBA::ULong numberAt(const std::string& reply, std::size_t at) {
+CORBA::ULong nativeNumberAt(const std::string& reply, std::size_t at) {
     CORBA::ULong number = 0;
     for (std::size_t i = 4; i-- > 0;)
         number = number << 8 | static_cast<std::uint8_t>(reply.at(at + i));
@@ -54,7 +53,7 @@ std::string PlainIterator::next(CORBA::ULong howMany) {
 }
 
 bool PlainIterator::isResult(const std::string& reply) {
-    return numberAt(reply, kStatusAt) == static_cast<CORBA::ULong>(ReplyStatus::NoException);
+    return nativeNumberAt(reply, kStatusAt) == static_cast<CORBA::ULong>(ReplyStatus::NoException);
 }
 
 bool PlainIterator::isMore(const std::string& reply) {
@@ -62,7 +61,7 @@ bool PlainIterator::isMore(const std::string& reply) {
 }
 
 CORBA::ULong PlainIterator::count(const std::string& reply) {
-    return numberAt(reply, kCountAt);
+    return nativeNumberAt(reply, kCountAt);
 }
 
 }  // namespace kelp::bench

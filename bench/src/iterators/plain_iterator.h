@@ -13,6 +13,9 @@ namespace kelp::bench {
 /// its own. Throws std::runtime_error when the connection fails.
 class PlainIterator {
   public:
+    /// Where the flag for more stands in a reply without service contexts.
+    static constexpr std::size_t kIsMoreAt = 12;
+
     PlainIterator(CORBA::ORB_ptr orb, CORBA::Object_ptr iterator, const RequestForm& form);
     /// Call next_n and return the reply without its header.
     std::string next(CORBA::ULong howMany);

@@ -13,14 +13,13 @@ namespace kelp::bench {
 
 namespace {
 
-constexpr CORBA::ULong kBatch = 1000;
+constexpr CORBA::ULong kComparedBatch = 1000;
 
 // the results of next_n: whether there is more, then the list
 constexpr std::string_view kElements = "o((ss)sssssslo(h)(ss))";
 constexpr std::string_view kPorts = "o((ss)sss(ss)(ss)llll(h(ss))lo(ss))";
 
-// offsets of next_n's results after the reply's header, if there are no service contexts
-constexpr std::size_t kIsMoreAt = 12;
+// where the list stands in a reply without service contexts
 constexpr std::size_t kListAt = 20;
 
 void requireSame(const std::string& product, const std::string& floor) {
@@ -49,12 +48,12 @@ ListOctets requireSameOctets(CORBA::ORB_ptr orb, const ListServer& product, cons
     PlainIterator atFloor(orb, ofFloor->iterator(), form);
     const std::string_view shape = name.isOfElements() ? kElements : kPorts;
     for (bool isMore = true; isMore;) {
-        const std::string content = atProduct.next(kBatch);
+        const std::string content = atProduct.next(kComparedBatch);
         if (!PlainIterator::isResult(content))
             throw std::runtime_error("a next_n was refused");
-        requireSame(
-            test::withoutPadding(content, kIsMoreAt, shape),
-            test::withoutPadding(atFloor.next(PlainIterator::count(content)), kIsMoreAt, shape));
+        requireSame(test::withoutPadding(content, PlainIterator::kIsMoreAt, shape),
+                    test::withoutPadding(atFloor.next(PlainIterator::count(content)),
+                                         PlainIterator::kIsMoreAt, shape));
         isMore = PlainIterator::isMore(content);
         sum.entries += PlainIterator::count(content);
         sum.octets += content.size() - kListAt;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/latch.h"
 #include "support/tcp_peers.h"
 
 namespace kelp::test {
@@ -20,7 +22,10 @@ class HostileServer {
   public:
     struct Answer {
         std::string octets;
-        bool closes = false;  ///< close the connection afterwards
+        bool closes = false;       ///< close the connection afterwards
+        bool resets = false;       ///< close it afterwards with a reset
+        bool isInOctets = false;   ///< send each octet on its own
+        Latch* waitsAt = nullptr;  ///< afterwards read nothing until this is open
     };
     /// Receives the request's id and the number of requests before it.
     using Script = std::function<Answer(std::uint32_t number, unsigned before)>;
@@ -67,6 +72,8 @@ class HostileServer {
             const timeval limit{0, 100000};
             ::setsockopt(peer.fd(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
             ::setsockopt(peer.fd(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+            const int yes = 1;
+            ::setsockopt(peer.fd(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
             while (answerOne(peer.fd())) {
             }
         }
@@ -86,13 +93,19 @@ class HostileServer {
         std::memcpy(&number, body.data(), sizeof number);
         const Answer answer = script_(number, requests_++);
         for (std::size_t done = 0; done < answer.octets.size() && !ends_;) {
-            const ssize_t count =
-                ::send(fd, answer.octets.data() + done, answer.octets.size() - done, MSG_NOSIGNAL);
+            const std::size_t piece = answer.isInOctets ? 1 : answer.octets.size() - done;
+            const ssize_t count = ::send(fd, answer.octets.data() + done, piece, MSG_NOSIGNAL);
             if (count < 0 && errno != EAGAIN)
                 return false;
             done += static_cast<std::size_t>(count < 0 ? 0 : count);
         }
-        return !answer.closes;
+        if (answer.waitsAt != nullptr)
+            answer.waitsAt->pass();
+        if (answer.resets) {
+            const linger atOnce{1, 0};
+            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        }
+        return !answer.closes && !answer.resets;
     }
 
     const Script script_;
